@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: Apache-2.0
+# Flags of every target, and of the three kinds of target that the project has.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+set(TARNBASE_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+add_compile_options(${TARNBASE_WARNINGS})
+
+if(TARNBASE_SANITIZE)
+  add_compile_options(-fsanitize=${TARNBASE_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${TARNBASE_SANITIZE})
+endif()
+
+# The public headers, and the root for the headers of our own rooms.
+add_library(tarnbase_headers INTERFACE)
+target_include_directories(tarnbase_headers INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+
+# A room of the library: objects that link into libtarnbase and into tests.
+# The library's only imports are the runtime's services and libc, hence no
+# exceptions and no run-time types.
+function(tarnbase_room name)
+  add_library(${name} OBJECT ${ARGN})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC tarnbase_headers)
+  target_compile_options(${name} PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+endfunction()

@@ -1,0 +1,120 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The model that the schema compiler writes and the workers read: what a worker
+// needs to know of a field, a structure, an enumeration or a table. All of it is
+// constant data.
+#ifndef TARNBASE_FRAME_SCHEMA_H
+#define TARNBASE_FRAME_SCHEMA_H
+
+#include <cstdint>
+
+#include "tarnbase/runtime.h"
+
+namespace tarn {
+
+struct Structure;
+struct Enumeration;
+
+enum class FieldKind : std::uint8_t {
+    u_int8,
+    u_int16,
+    u_int32,
+    u_int64,
+    int32,
+    int64,
+    boolean,
+    enumeration,
+    vstring,
+    address,
+    structure,
+    array,  // of u_int8
+};
+
+struct Field {
+    const char *name;
+    FieldKind kind;
+    std::int8_t first_variant;  // the variant that the field came in with
+    std::uint32_t offset;       // from the object's first byte
+    std::uint32_t state;        // position of its flag byte in the state block
+    std::uint32_t elements;     // of an array; 0 otherwise
+    const kel_type_info *descriptor;  // of an embedded object; null otherwise
+    const Enumeration *enumeration;   // of an enumeration field
+    const Structure *structure;       // of a nested structure
+};
+
+// A field with a plain value: has get_value and set_value, and takes part in
+// get_all and set_all.
+constexpr bool has_plain_value(FieldKind kind) { return kind <= FieldKind::enumeration; }
+
+// A field that is an embedded object with a share of the state block of its own:
+// takes part in offset_update, post_copyout_cleanup and destroy.
+constexpr bool owns_state(FieldKind kind) {
+    return kind == FieldKind::vstring || kind == FieldKind::address ||
+           kind == FieldKind::structure;
+}
+
+// The `is_small` argument of the variant and modified services for this field.
+constexpr std::uint32_t is_small(FieldKind kind) {
+    return kind == FieldKind::boolean || kind == FieldKind::enumeration ? 1U : 0U;
+}
+
+struct Structure {
+    const char *name;
+    const kel_type_info *descriptor;  // constant form
+    kel_object *fallback;             // zeroed, plain_size bytes
+    std::uint32_t plain_size;         // allocation without the state block
+    std::uint32_t state_length;       // of the state block
+    std::int8_t top_variant;
+    std::uint32_t field_count;
+    const Field *fields;
+    // field_numbers[v] field numbers are valid in a domain of variant v.
+    const std::uint32_t *field_numbers;
+    std::int32_t (*compare)(const void *a, const void *b);
+    std::uint32_t (*hash)(const void *object, std::uint32_t seed);
+};
+
+struct Enumerator {
+    const char *name;
+    std::uint32_t user_value;
+};
+
+struct Enumeration {
+    const char *name;
+    const kel_type_info *descriptor;  // constant form
+    kel_enum_object *fallback;
+    std::uint32_t first_user_value;  // the user value of internal value 0
+    std::uint32_t count;
+    const Enumerator *enumerators;  // by internal value
+};
+
+enum class KeyKind : std::uint8_t { integer, vstring, address, enumeration, structure };
+
+struct Table {
+    const char *name;
+    const char *luid_text;
+    const std::uint8_t *luid;
+    const kel_type_info *table_descriptor;
+    const kel_type_info *record_descriptor;
+    const Structure *type;      // of the data object
+    const Structure *key_type;  // of the key object; null on a table keyed by a field
+    const Field *key_field;     // in `type`; null on a table keyed by a structure
+    KeyKind key_kind;
+    const char *key_label;  // "st_ldap_conn sname", or "pexSessionEntry_key "
+    e_avl_compare_function compare;
+    const void *const *vector;        // KEL_TABLE_VFT_SLOTS slots
+    kel_record *fallback;             // zeroed, record_size bytes
+    kel_table_id_root **root_cache;   // process-wide
+    std::uint32_t record_size;
+};
+
+// What a schema's module file supplies to the workers of frame/.
+struct Module {
+    const char *name;
+    const kel_type_info *const *descriptors;  // tarnbase_type_list
+    const Table *const *tables;               // by index: ascending LUID text
+    std::uint32_t table_count;
+};
+extern const Module module;
+
+}  // namespace tarn
+
+#endif

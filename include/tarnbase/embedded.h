@@ -1,0 +1,221 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/*
+ * The embedded runtime's own interface: stores, handles, transactions, and what
+ * a program needs besides the services of runtime.h.
+ *
+ * Status. Functions that return `uint32_t` status give 0 or a Linux errno number;
+ * kel_error_text then tells what was wrong, naming the file or the argument.
+ *
+ * Threads. A handle serves one thread at a time; one transaction at a time should
+ * change a store. Changes made with KEL_TX_NONE are at once permanent.
+ */
+#ifndef TARNBASE_EMBEDDED_H
+#define TARNBASE_EMBEDDED_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "tarnbase/export.h"
+#include "tarnbase/handle.h"
+#include "tarnbase/record.h"
+#include "tarnbase/value.h"
+
+TARNBASE_BEGIN
+
+/* ---- Stores ------------------------------------------------------------ */
+
+/* An arena with its keyed store, type map, mappings and undo log. */
+typedef struct kel_store kel_store;
+
+/* How a store is made. Zero a member to get its default. */
+typedef struct kel_store_options {
+    uint64_t capacity; /* bytes of address range reserved, the store's limit; 64 GiB */
+    void *base;        /* address to map at; chosen by the runtime */
+} kel_store_options;
+
+/* What kel_store_describe tells. */
+typedef struct kel_store_description {
+    const char *path;       /* file, or null for a private store; lives as the store */
+    void *base;             /* address at which every process maps the store */
+    uint64_t capacity;      /* bytes that the store may grow to */
+    uint64_t size;          /* bytes of the file, or of memory in use */
+    uint64_t blocks;        /* blocks allocated */
+    uint64_t block_bytes;   /* bytes of these blocks, in their size classes */
+    uint64_t transactions;  /* transactions open */
+    uint64_t committed;     /* transactions committed since the store was made */
+    uint64_t rolled_back;   /* transactions rolled back since the store was made */
+    uint32_t tables;        /* table blocks on the table list */
+    uint32_t types;         /* descriptor copies in the type map */
+} kel_store_description;
+
+/*
+ * Makes a store file and maps it. `options` may be null.
+ * Errors: EEXIST the file is there; EINVAL a capacity that is no multiple of the
+ * page size, or too small; EADDRINUSE the address range is taken; and open(2)'s.
+ */
+TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options *options,
+                                       kel_store **store);
+/*
+ * Opens a store file and maps it at the address recorded in it.
+ * Errors: EINVAL not a store file, or of another format version; EADDRINUSE the
+ * address range is taken in this process; and open(2)'s.
+ */
+TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
+/* As kel_store_open, or kel_store_create if the file isn't there. */
+TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
+                                               kel_store **store);
+/* Makes a store in anonymous memory, gone when it is closed. */
+TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options,
+                                               kel_store **store);
+/* Unmaps a store. Its handles must be gone. Null is accepted. */
+TARNBASE_API void kel_store_close(kel_store *store);
+/* Fills in `description`. */
+TARNBASE_API void kel_store_describe(const kel_store *store, kel_store_description *description);
+/* The first table block of the store, or null; the next ones follow `toc_next`. */
+TARNBASE_API kel_table *kel_store_first_table(const kel_store *store);
+/* What was wrong in this thread's last call that failed; "" if none did. */
+TARNBASE_API const char *kel_error_text(void);
+
+/*
+ * For tests: the n-th allocation from now, counted from 1, answers null, and all
+ * others succeed. 0 takes the wish back.
+ */
+TARNBASE_API void kel_store_fail_allocation(kel_store *store, uint64_t n);
+
+/* ---- Handles ----------------------------------------------------------- */
+
+/*
+ * Makes a handle on a store: tracking off, no transaction for `_cr` forms.
+ * `store_types_enabled` nonzero: objects get the store's own descriptors.
+ */
+TARNBASE_API uint32_t kel_handle_create(kel_store *store, uint32_t store_types_enabled,
+                                        kel_handle **handle);
+/* Frees a handle. Null is accepted. */
+TARNBASE_API void kel_handle_destroy(kel_handle *handle);
+/* The store of a handle. */
+TARNBASE_API kel_store *kel_handle_store(const kel_handle *handle);
+/* Sets the state tracking mode: KEL_STATE_TRACKING_OFF or _ON, or 0 for no record. */
+TARNBASE_API void kel_handle_set_state_tracking(kel_handle *handle, uint32_t mode);
+/*
+ * Sets the variant of a type in the handle's domain, which otherwise answers the
+ * highest variant of each type. The type is recognised by its LUID.
+ */
+TARNBASE_API uint32_t kel_handle_set_variant(kel_handle *handle, const kel_type_info *descriptor,
+                                             int8_t variant);
+/* Size of the handle's workspace for clones, in bytes; 1 MiB at first, 0 for none. */
+TARNBASE_API uint32_t kel_handle_set_workspace(kel_handle *handle, uint32_t length);
+
+/* ---- Transactions ------------------------------------------------------ */
+
+/* Begins a transaction. Error EAGAIN: too many are open. */
+TARNBASE_API uint32_t kel_transaction_begin(kel_handle *handle, uint32_t *tx_id);
+/* Makes the changes of a transaction permanent. Error EINVAL: it isn't open. */
+TARNBASE_API uint32_t kel_transaction_commit(kel_handle *handle, uint32_t tx_id);
+/*
+ * Takes the changes of a transaction back: every byte of the store that was
+ * announced to a log hook is as it was, blocks allocated go back, blocks freed
+ * are still there. Error EINVAL: it isn't open.
+ */
+TARNBASE_API uint32_t kel_transaction_rollback(kel_handle *handle, uint32_t tx_id);
+
+/* ---- Threads ----------------------------------------------------------- */
+
+/* Sets the calling thread's tenant; 0 is the default one. */
+TARNBASE_API void kel_thread_set_tenant(uint16_t tenant);
+/* Sets the calling thread's trace correlation; zeros end it. */
+TARNBASE_API void kel_thread_set_correlation(uint64_t uuid, uint8_t mark);
+
+/* ---- Strings and addresses --------------------------------------------- */
+
+/*
+ * Sets a string's text to `length` bytes at `bytes`, copied into the arena if
+ * they don't fit in the string itself. The string is a live object.
+ * Errors in *err: 12 no memory. With *err set on entry nothing happens.
+ */
+TARNBASE_API void kel_vstring_assign(kel_handle *handle, uint32_t tx_id, kel_vstring *string,
+                                     const void *bytes, uint32_t length, uint32_t *err);
+/* The same from C text. */
+TARNBASE_API void kel_vstring_assign_text(kel_handle *handle, uint32_t tx_id, kel_vstring *string,
+                                          const char *text, uint32_t *err);
+/*
+ * Makes `string` a key to search with: a string that refers to the caller's
+ * bytes, which must outlive it. Nothing is allocated and nothing is to be freed.
+ * Setting a field from it copies the bytes.
+ */
+TARNBASE_API void kel_vstring_refer(kel_vstring *string, const void *bytes, uint32_t length);
+/* The bytes of a string, not NUL-terminated; valid until it is set or destroyed. */
+TARNBASE_API const char *kel_vstring_bytes(const kel_vstring *string, uint32_t *length);
+
+/* Sets an address from 4 or 16 bytes in network order, or clears it with family 0. */
+TARNBASE_API void ip_address_assign(kel_handle *handle, uint32_t tx_id, ip_address *address,
+                                    uint8_t family, const void *bytes, uint32_t *err);
+/* Sets an address from text, IPv4 or IPv6 (inet_pton(3)). Error 22: it is neither. */
+TARNBASE_API void ip_address_assign_text(kel_handle *handle, uint32_t tx_id, ip_address *address,
+                                         const char *text, uint32_t *err);
+/* Makes a free-standing address to search with, without a handle. */
+TARNBASE_API void ip_address_refer(ip_address *address, uint8_t family, const void *bytes);
+/* Text of an address, as inet_ntop(3) gives it; "" for none. Returns `text`. */
+TARNBASE_API const char *ip_address_text(const ip_address *address, char *text, size_t size);
+
+/* ---- XML documents ----------------------------------------------------- */
+
+/* A parsed document: what the from_xml operations take as `document`. */
+typedef struct kel_xml_document kel_xml_document;
+
+/*
+ * Parses a document of `length` bytes. Null on failure: kel_error_text names the
+ * line and what was expected. No entity is expanded and no file is loaded.
+ */
+TARNBASE_API kel_xml_document *kel_xml_parse(const char *text, size_t length);
+/* Frees a document. Null is accepted. */
+TARNBASE_API void kel_xml_free(kel_xml_document *document);
+/*
+ * Calls `function` with each element that the XPath `path` selects, in document
+ * order, as a document of its own that lives for the call, until a call answers
+ * nonzero. Stores that answer, or 0, through `result`. Error EINVAL: bad path.
+ */
+TARNBASE_API uint32_t kel_xml_for_each(kel_xml_document *document, const char *path,
+                                       uint32_t (*function)(kel_xml_document *element,
+                                                            void *context),
+                                       void *context, uint32_t *result);
+
+/* ---- Trace ------------------------------------------------------------- */
+
+/* Receives a formatted trace line. */
+typedef void (*kel_trace_sink)(void *context, uint16_t module_id, uint32_t level,
+                               const char *text);
+/*
+ * Sets the process's trace sink. Null: the default one, which writes levels 0 to
+ * 3 to standard error.
+ */
+TARNBASE_API void kel_trace_set_sink(kel_trace_sink sink, void *context);
+
+/* ---- Object identity --------------------------------------------------- */
+
+/* Maps an object: sets OBJ_OID_MAPPED and stores its OID through `oid`. */
+TARNBASE_API uint32_t kel_object_map(kel_handle *handle, uint32_t tx_id, void *object,
+                                     uint64_t *oid);
+/* Adds a reference to a mapped object. Error ENOENT: no such OID. */
+TARNBASE_API uint32_t kel_object_reference(kel_handle *handle, uint32_t tx_id, uint64_t oid);
+/* Finds a mapped object by its OID; null if there is none. */
+TARNBASE_API void *kel_object_find(kel_handle *handle, uint64_t oid);
+/*
+ * Called when the last reference to an object goes that its owner has destroyed:
+ * its mapping is gone by then and the function destroys it for good.
+ */
+typedef void (*kel_release_function)(kel_handle *handle, uint32_t tx_id, void *object,
+                                     void *context);
+TARNBASE_API void kel_handle_set_release(kel_handle *handle, kel_release_function function,
+                                         void *context);
+
+/* ---- Replication ------------------------------------------------------- */
+
+/* Marks a table for replication, or not, and arms its write cursor, or not. */
+TARNBASE_API void kel_table_set_replication(kel_handle *handle, uint32_t tx_id, kel_table *table,
+                                            uint32_t marked, uint32_t write_cursor_armed);
+/* Records of replicated tables that reads through this handle have reported. */
+TARNBASE_API uint64_t kel_handle_cache_reports(const kel_handle *handle);
+
+TARNBASE_END
+
+#endif

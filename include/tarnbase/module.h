@@ -1,0 +1,55 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/* The library's own functions and data, besides those made from the schema. */
+#ifndef TARNBASE_MODULE_H
+#define TARNBASE_MODULE_H
+
+#include <stdint.h>
+
+#include "tarnbase/descriptor.h"
+#include "tarnbase/export.h"
+#include "tarnbase/handle.h"
+
+TARNBASE_BEGIN
+
+/*
+ * Trace module ids. Tables trace on the table id, objects and descriptors on the
+ * type id. The table id stays 0 unless the runtime sets it; the queue and stub
+ * ids are for other modules.
+ */
+extern TARNBASE_API uint16_t g_kel_tarnbase_type_trace_module_id;
+extern TARNBASE_API uint16_t g_kel_tarnbase_table_trace_module_id;
+extern TARNBASE_API uint16_t g_kel_tarnbase_queue_trace_module_id;
+extern TARNBASE_API uint16_t g_kel_tarnbase_stub_trace_module_id;
+
+/* Registers the trace module "kel_tarnbase_type"; safe to call again and again. */
+TARNBASE_API void kel_tarnbase_type_trace_init(void);
+
+/*
+ * The constant descriptors: structures, enumerations, then a pair a table, the
+ * table before its record; a null pointer ends the list.
+ */
+extern TARNBASE_API const kel_type_info *const tarnbase_type_list[];
+
+/*
+ * Fills the store's type map with copies of the module's descriptors. Copies that
+ * are there stay, and only their variant information is brought up to date.
+ * Errors: 12, the map partly filled; a second call completes it.
+ */
+TARNBASE_API void tarnbase_typeinfo_initialize(kel_handle *handle, uint32_t tx_id, uint32_t *err);
+
+/*
+ * Tells the variants of each constant descriptor: `print` gets
+ * "n_variants %d\n", then "variant %d used length %d alloc slop %d\n" for each.
+ */
+TARNBASE_API void tarnbase_type_variant_dump(void (*print)(const char *format, ...));
+
+/* The registered bundle handler, or null. */
+extern TARNBASE_API void *tarnbase_bundle_registered_handler;
+/* Registers a handler with both communication registries. Returns the one before. */
+TARNBASE_API void *tarnbase_bundle_handler_register(void *handler);
+/* Takes the handler off both registries. Returns the one before. */
+TARNBASE_API void *tarnbase_bundle_handler_unregister(void);
+
+TARNBASE_END
+
+#endif

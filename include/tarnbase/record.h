@@ -1,0 +1,119 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/*
+ * Table blocks and record blocks: the two kinds of block, besides objects, that
+ * a table keeps in the arena.
+ */
+#ifndef TARNBASE_RECORD_H
+#define TARNBASE_RECORD_H
+
+#include <stdint.h>
+
+#include "tarnbase/export.h"
+#include "tarnbase/object.h"
+
+TARNBASE_BEGIN
+
+/* Entries of a table's vector. */
+#define KEL_TABLE_VFT_SLOTS 48
+
+/* Ways in which a table block can have been opened. */
+#define KEL_OPEN_BY_NAME 0U
+#define KEL_OPEN_BY_ID 1U
+#define KEL_OPEN_AUTO_ID 2U
+
+/* Bits of a record's `flags`. */
+#define KEL_RECORD_IN_INDEX 1U        /* has been inserted; stays set after delete */
+#define KEL_RECORD_PENDING_DESTROY 2U /* set by the runtime on a replicated table */
+#define KEL_RECORD_PKEY_INSERTED 16U  /* was inserted by key alone */
+#define KEL_RECORD_HD_MAPPED 32U      /* has an entry in the handle's mapping */
+
+#define KEL_SOURCE_DEFAULT 1U  /* the source of a record unless one is given */
+#define KEL_SOURCE_SHADOW 255U /* the source of a key's shadow */
+
+typedef struct kel_table kel_table;
+typedef struct kel_record kel_record;
+
+/* Node of a key index, embedded in its record. The content is the tree's. */
+typedef struct kel_index_node {
+    uint64_t opaque[4];
+} kel_index_node;
+
+/* An open table. Zeroed when it is made; it lives until the table is freed. */
+struct kel_table {
+    KEL_OBJECT_HEADER             /* descriptor of kind "table", then three zero bytes */
+    char table_name[256];         /* the key it is stored under; empty if opened by id */
+    uint32_t record_count;        /* records in the index, all tenants and sources */
+    uint32_t src_counts[256];     /* the same by source */
+    uint64_t table_id;            /* 0 if opened by name */
+    uint32_t open_mode;           /* KEL_OPEN_... */
+    kel_table *toc_next;          /* next block on the store's table list */
+    kel_table **toc_prev;         /* address of the word that points here */
+    uint32_t replication_marked;  /* set by the runtime: the table is replicated */
+    uint32_t write_cursor_armed;  /* set by the runtime: inserts move the write cursor */
+    uint64_t range_word;          /* registered with the store; zero */
+    void *index_root;             /* root of the key index; null when empty */
+    uintptr_t index_aux;          /* the tree's second anchor */
+    /* The rest is the runtime's; the library zeroes it and never reads it. */
+    kel_index_node id_node;       /* place in the table-id tree */
+    uint64_t write_cursor;        /* position behind the last record enqueued */
+    void *tenant_counters;        /* counters by tenant and source */
+    uint64_t runtime_words[4];
+};
+
+/*
+ * A table record. Tables keyed by a field of the object allocate
+ * KEL_RECORD_SIZE bytes, without `key_object`; tables keyed by a key structure
+ * allocate the whole.
+ */
+struct kel_record {
+    const kel_type_info *descriptor; /* kind "table_record"; null once destroyed */
+    kel_table *table;                /* the table whose index holds the record */
+    uint64_t ra_uuid;                /* the runtime's: trace correlation */
+    uint8_t ra_byte;                 /* the runtime's: trace correlation */
+    uint8_t ra_reserved[3];
+    uint32_t ref_count;
+    uint16_t tenant_id; /* tenant at creation; first part of the key order */
+    uint8_t flags;      /* KEL_RECORD_... */
+    uint8_t src;        /* last part of the key order */
+    kel_index_node index_node;
+    void *object;     /* the data object; null until set */
+    void *key_object; /* the key object, on tables with a key structure */
+};
+
+#define KEL_RECORD_SIZE (sizeof(kel_record) - sizeof(void *))
+
+/* Head of the table-id tree. The content is the runtime's. */
+typedef struct kel_table_id_tree {
+    void *root;
+    uintptr_t aux;
+} kel_table_id_tree;
+
+/* Table-id root: one per table and store, holding the blocks opened by id. */
+typedef struct kel_table_id_root {
+    uint64_t reserved;
+    uint32_t id_table_count;
+    uint64_t next_id; /* the next automatic id */
+    kel_table_id_tree tree_head;
+} kel_table_id_root;
+
+/* Anchor of the store's table list. An empty list has `last` at &first. */
+typedef struct kel_table_list {
+    kel_table *first;
+    kel_table **last;
+} kel_table_list;
+
+/*
+ * A caller's function in a walk over all records of a table. A nonzero result
+ * ends the walk. The record handed over may be deleted and destroyed.
+ */
+typedef uint32_t (*kel_walk_function)(kel_record *record, void *context);
+
+/* What `<table>_<key>_walk` hands through the tree to its callback. */
+typedef struct kel_walk_pair {
+    kel_walk_function function;
+    void *context;
+} kel_walk_pair;
+
+TARNBASE_END
+
+#endif
