@@ -75,12 +75,12 @@ const kel_type_info *choose_descriptor(kel_handle *handle, std::uint32_t tx_id,
                                        const kel_type_info *constant);
 
 // Ends the process unless `descriptor` is set and begins with the magic word.
-void require_descriptor(const kel_type_info *descriptor, void (*trace)(std::uint32_t,
-                                                                       const char *));
+// `of_table` chooses the trace module, here and below.
+void require_descriptor(const kel_type_info *descriptor, bool of_table);
 
 // The usage record of entry `index` behind `descriptor`, for an item that wants
 // `variant`. A null variant_info ends the process; fewer variants than wanted are
-// traced. `of_table` chooses the trace module.
+// traced.
 kel_variant_usage &usage_record(const kel_type_info *descriptor, std::int32_t variant,
                                 std::int32_t index, bool of_table);
 

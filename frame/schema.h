@@ -32,10 +32,10 @@ enum class FieldKind : std::uint8_t {
 struct Field {
     const char *name;
     FieldKind kind;
-    std::int8_t first_variant;  // the variant that the field came in with
-    std::uint32_t offset;       // from the object's first byte
-    std::uint32_t state;        // position of its flag byte in the state block
-    std::uint32_t elements;     // of an array; 0 otherwise
+    std::int8_t first_variant;        // the variant that the field came in with
+    std::uint32_t offset;             // from the object's first byte
+    std::uint32_t state;              // position of its flag byte in the state block
+    std::uint32_t elements;           // of an array; 0 otherwise
     const kel_type_info *descriptor;  // of an embedded object; null otherwise
     const Enumeration *enumeration;   // of an enumeration field
     const Structure *structure;       // of a nested structure
@@ -48,8 +48,7 @@ constexpr bool has_plain_value(FieldKind kind) { return kind <= FieldKind::enume
 // A field that is an embedded object with a share of the state block of its own:
 // takes part in offset_update, post_copyout_cleanup and destroy.
 constexpr bool owns_state(FieldKind kind) {
-    return kind == FieldKind::vstring || kind == FieldKind::address ||
-           kind == FieldKind::structure;
+    return kind == FieldKind::vstring || kind == FieldKind::address || kind == FieldKind::structure;
 }
 
 // The `is_small` argument of the variant and modified services for this field.
@@ -100,9 +99,9 @@ struct Table {
     KeyKind key_kind;
     const char *key_label;  // "st_ldap_conn sname", or "pexSessionEntry_key "
     e_avl_compare_function compare;
-    const void *const *vector;        // KEL_TABLE_VFT_SLOTS slots
-    kel_record *fallback;             // zeroed, record_size bytes
-    kel_table_id_root **root_cache;   // process-wide
+    const void *const *vector;       // KEL_TABLE_VFT_SLOTS slots
+    kel_record *fallback;            // zeroed, record_size bytes
+    kel_table_id_root **root_cache;  // process-wide
     std::uint32_t record_size;
 };
 
@@ -114,6 +113,8 @@ struct Module {
     std::uint32_t table_count;
 };
 extern const Module module;
+// The constant source of the Table Directory: the tables' vectors by index.
+extern const void *const source_vectors[][KEL_TABLE_VFT_SLOTS];
 
 }  // namespace tarn
 

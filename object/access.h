@@ -19,16 +19,42 @@ namespace tarn::object {
 
 // PlainValue<kind> is the plain value's C type: 32 bits wide for booleans and
 // enumerations.
-template <FieldKind Kind> struct PlainValueOf;
-template <> struct PlainValueOf<FieldKind::u_int8> { using type = std::uint8_t; };
-template <> struct PlainValueOf<FieldKind::u_int16> { using type = std::uint16_t; };
-template <> struct PlainValueOf<FieldKind::u_int32> { using type = std::uint32_t; };
-template <> struct PlainValueOf<FieldKind::u_int64> { using type = std::uint64_t; };
-template <> struct PlainValueOf<FieldKind::int32> { using type = std::int32_t; };
-template <> struct PlainValueOf<FieldKind::int64> { using type = std::int64_t; };
-template <> struct PlainValueOf<FieldKind::boolean> { using type = std::uint32_t; };
-template <> struct PlainValueOf<FieldKind::enumeration> { using type = std::uint32_t; };
-template <FieldKind Kind> using PlainValue = typename PlainValueOf<Kind>::type;
+template <FieldKind Kind>
+struct PlainValueOf;
+template <>
+struct PlainValueOf<FieldKind::u_int8> {
+    using type = std::uint8_t;
+};
+template <>
+struct PlainValueOf<FieldKind::u_int16> {
+    using type = std::uint16_t;
+};
+template <>
+struct PlainValueOf<FieldKind::u_int32> {
+    using type = std::uint32_t;
+};
+template <>
+struct PlainValueOf<FieldKind::u_int64> {
+    using type = std::uint64_t;
+};
+template <>
+struct PlainValueOf<FieldKind::int32> {
+    using type = std::int32_t;
+};
+template <>
+struct PlainValueOf<FieldKind::int64> {
+    using type = std::int64_t;
+};
+template <>
+struct PlainValueOf<FieldKind::boolean> {
+    using type = std::uint32_t;
+};
+template <>
+struct PlainValueOf<FieldKind::enumeration> {
+    using type = std::uint32_t;
+};
+template <FieldKind Kind>
+using PlainValue = typename PlainValueOf<Kind>::type;
 
 template <const Structure &S, std::size_t I>
 void *get(kel_handle *handle, std::uint32_t tx_id, void *object, std::uint32_t *err);

@@ -35,8 +35,8 @@ std::uint32_t len();
 std::uint32_t len_cr(const kel_handle *handle);
 std::uint32_t get_value(kel_handle *handle, std::uint32_t tx_id, const Object *object,
                         std::uint32_t *err);
-void set(Type type, kel_handle *handle, std::uint32_t tx_id, Object *object,
-         const Object *source, std::uint32_t *err);
+void set(Type type, kel_handle *handle, std::uint32_t tx_id, Object *object, const Object *source,
+         std::uint32_t *err);
 void set_value(Type type, kel_handle *handle, std::uint32_t tx_id, Object *object,
                std::uint32_t value, std::uint32_t *err);
 std::uint32_t marshal(Type type, kel_handle *handle, std::uint32_t tx_id, void *buffer,
@@ -56,9 +56,8 @@ std::uint32_t to_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const c
                      std::uint8_t state_flag, std::uint32_t *err);
 std::uint32_t toxml_cr(Type type, kel_handle *handle, const Object *object, char *buffer,
                        std::uint32_t length);
-void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *path,
-              void *document, Object *object, std::uint32_t *err, char *message,
-              std::uint32_t message_len);
+void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *path, void *document,
+              Object *object, std::uint32_t *err, char *message, std::uint32_t message_len);
 std::uint32_t is_valid_cr(Type type, kel_handle *handle, std::uint32_t value);
 
 // get_oid_count and get_object_references are those of a structure: object.h.

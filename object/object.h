@@ -47,8 +47,8 @@ void offset_update(Type type, kel_handle *handle, std::uint32_t tx_id, void *obj
                    void *sttr_base, std::uint32_t *err);
 void offset_remove(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
                    std::uint32_t *err);
-std::uint8_t state_flag_get(Type type, const Field &field, kel_handle *handle,
-                            std::uint32_t tx_id, const void *object, std::uint32_t *err);
+std::uint8_t state_flag_get(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
+                            const void *object, std::uint32_t *err);
 void state_flag_set(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
                     void *object, std::uint8_t flag, std::uint32_t *err);
 void set_all_state_tracking_flag(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
@@ -59,8 +59,8 @@ void get_all(Type type, kel_handle *handle, std::uint32_t tx_id, const void *obj
              std::initializer_list<void *> out, std::uint32_t *err);
 void set_all(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
              std::initializer_list<std::uint64_t> values, std::uint32_t *err);
-void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
-         const void *source, std::uint32_t *err);
+void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, const void *source,
+         std::uint32_t *err);
 std::int32_t compare(Type type, const void *a, const void *b);
 std::uint32_t hash(Type type, const void *object, std::uint32_t seed);
 
@@ -69,15 +69,14 @@ void array_get_mem(Type type, const Field &field, kel_handle *handle, std::uint3
                    const void *object, void *out, std::int32_t length, std::uint32_t *err);
 std::uint8_t *array_get(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
                         void *object, std::uint32_t index, std::uint32_t *err);
-std::uint8_t array_get_value(Type type, const Field &field, kel_handle *handle,
-                             std::uint32_t tx_id, void *object, std::uint32_t index,
-                             std::uint32_t *err);
+std::uint8_t array_get_value(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
+                             void *object, std::uint32_t index, std::uint32_t *err);
 void array_set_mem(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
                    void *object, const void *source, std::int32_t length, std::uint32_t *err);
 std::uint32_t array_set_mem_cr(Type type, const Field &field, kel_handle *handle, void *object,
                                const void *source, std::int32_t length);
-void array_set(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-               void *object, std::uint32_t index, const std::uint8_t *source, std::uint32_t *err);
+void array_set(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id, void *object,
+               std::uint32_t index, const std::uint8_t *source, std::uint32_t *err);
 void array_set_value(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
                      void *object, std::uint32_t index, std::uint8_t value, std::uint32_t *err);
 std::uint8_t array_state_flag_get(Type type, const Field &field, kel_handle *handle,
@@ -87,8 +86,7 @@ void array_state_flag_get_arr(Type type, const Field &field, kel_handle *handle,
                               std::uint32_t tx_id, void *object, std::uint8_t **out,
                               std::uint32_t *err);
 void array_state_flag_set(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                          void *object, std::uint32_t index, std::uint8_t flag,
-                          std::uint32_t *err);
+                          void *object, std::uint32_t index, std::uint8_t flag, std::uint32_t *err);
 void array_state_flag_set_arr(Type type, const Field &field, kel_handle *handle,
                               std::uint32_t tx_id, void *object, const void *source,
                               std::uint32_t length, std::uint32_t *err);
@@ -123,9 +121,8 @@ std::uint32_t to_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const c
                      std::uint8_t state_flag, std::uint32_t *err);
 std::uint32_t toxml_cr(Type type, kel_handle *handle, const void *object, char *buffer,
                        std::uint32_t buffer_len);
-void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *path,
-              void *document, void *object, std::uint32_t *err, char *message,
-              std::uint32_t message_len);
+void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *path, void *document,
+              void *object, std::uint32_t *err, char *message, std::uint32_t message_len);
 
 }  // namespace tarn::object
 

@@ -22,8 +22,8 @@ using Model = const Table &;
 //   table_open_by_ior_with_name     given     0      given  0       0
 //   table_open_by_ior_with_id       given     given  given  0       1
 kel_table *open(Model model, kel_handle *handle, std::uint32_t tx_id, const char *name,
-                std::uint32_t open_only, std::uint64_t id, std::uint64_t ior,
-                std::uint32_t dynamic, std::uint32_t mode, std::uint32_t *err);
+                std::uint32_t open_only, std::uint64_t id, std::uint64_t ior, std::uint32_t dynamic,
+                std::uint32_t mode, std::uint32_t *err);
 kel_table *open_cr(Model model, kel_handle *handle, std::uint32_t open_only, std::uint32_t mode,
                    const char *name, std::uint64_t id);
 void close(kel_handle *handle, std::uint32_t tx_id, kel_table *table, std::uint32_t *err);
@@ -45,8 +45,8 @@ std::uint32_t record_add_ref(kel_handle *handle, std::uint32_t tx_id, kel_record
 void destroy_record(Model model, kel_handle *handle, std::uint32_t tx_id, kel_record *record,
                     std::uint32_t *err);
 void destroy_record_cr(Model model, kel_handle *handle, kel_record *record);
-void request_record_destroy(Model model, kel_handle *handle, std::uint32_t tx_id,
-                            kel_table *table, kel_record *record, std::uint32_t *err);
+void request_record_destroy(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                            kel_record *record, std::uint32_t *err);
 void *pkey_create(Model model, kel_handle *handle, std::uint32_t tx_id);
 void pkey_destroy(Model model, kel_handle *handle, std::uint32_t tx_id, void *key_object);
 
@@ -80,16 +80,16 @@ std::uint32_t remove_cr(Model model, kel_handle *handle, kel_table *table, kel_r
 //   <key>_search_not_pending_destroy given   1       1     1
 //   <key>_search_internal            all given
 kel_record *search(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                   const void *key, std::uint32_t nearest, std::uint32_t forward,
-                   std::uint32_t src, std::uint32_t skip_pending, std::uint32_t *err);
-kel_record *search_sub_first(Model model, kel_handle *handle, std::uint32_t tx_id,
-                             kel_table *table, const void *key, std::uint32_t *err);
+                   const void *key, std::uint32_t nearest, std::uint32_t forward, std::uint32_t src,
+                   std::uint32_t skip_pending, std::uint32_t *err);
+kel_record *search_sub_first(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                             const void *key, std::uint32_t *err);
 kel_record *search_cr(Model model, kel_handle *handle, kel_table *table, const void *key,
                       std::uint32_t src, std::uint32_t nearest);
 //   <table>_search, _search_unsafe: src 1; <table>_search_w_src, _unsafe: src given
-kel_record *search_by_object(Model model, kel_handle *handle, std::uint32_t tx_id,
-                             kel_table *table, const void *object, std::uint32_t nearest,
-                             std::uint32_t src, std::uint32_t *err);
+kel_record *search_by_object(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                             const void *object, std::uint32_t nearest, std::uint32_t src,
+                             std::uint32_t *err);
 
 // traversal.cpp ---------------------------------------------------------------
 //                                src   match_src skip_pending
@@ -113,12 +113,12 @@ kel_record *next(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table
 kel_record *prev(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
                  const kel_record *record, std::uint32_t src, std::uint32_t match_src,
                  std::uint32_t skip_pending, std::uint32_t *err);
-kel_record *first_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id,
-                             kel_table *table, std::uint32_t *err);
-kel_record *next_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id,
-                            kel_table *table, const kel_record *record, std::uint32_t *err);
-kel_record *prev_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id,
-                            kel_table *table, const kel_record *record, std::uint32_t *err);
+kel_record *first_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                             std::uint32_t *err);
+kel_record *next_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                            const kel_record *record, std::uint32_t *err);
+kel_record *prev_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                            const kel_record *record, std::uint32_t *err);
 kel_record *sub_next(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
                      kel_record *record, std::uint32_t *err);
 kel_record *sub_prev(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
@@ -136,16 +136,15 @@ kel_record *prev_by_key(Model model, kel_handle *handle, std::uint32_t tx_id, ke
                         const void *key, std::uint32_t src, std::uint32_t skip_pending,
                         std::uint32_t *err);
 //   <table>_get_next_by_key, _unsafe: src 1; <table>_get_next_by_key_w_src: given
-kel_record *next_by_object(Model model, kel_handle *handle, std::uint32_t tx_id,
-                           kel_table *table, const void *object, std::uint32_t src,
-                           std::uint32_t *err);
-kel_record *prev_by_object(Model model, kel_handle *handle, std::uint32_t tx_id,
-                           kel_table *table, const void *object, std::uint32_t *err);
+kel_record *next_by_object(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                           const void *object, std::uint32_t src, std::uint32_t *err);
+kel_record *prev_by_object(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                           const void *object, std::uint32_t *err);
 kel_record *get_cr(Model model, kel_handle *handle, kel_table *table, std::uint32_t selector,
                    const kel_record *record, std::uint32_t src, std::uint32_t mode);
 // `visit` is the table's <table>_<key>_avl_internal_walk.
-void walk(kel_table *table, kel_walk_function function, void *context,
-          e_avl_walk_function visit, std::uint32_t *err);
+void walk(kel_table *table, kel_walk_function function, void *context, e_avl_walk_function visit,
+          std::uint32_t *err);
 void walk_cr(kel_handle *handle, kel_table *table, std::uint32_t key_number,
              kel_walk_function function, void *context, e_avl_walk_function visit);
 // Arguments that a tree passes behind `pair` reach the function unchanged.
@@ -195,8 +194,7 @@ std::uint32_t record_is_modified(Model model, kel_handle *handle, std::uint32_t 
 std::uint32_t pkey_len(Model model, kel_handle *handle, std::uint32_t tx_id,
                        const kel_record *record);
 std::uint32_t pkey_marshal(Model model, kel_handle *handle, std::uint32_t tx_id, void *buffer,
-                           const kel_record *record, std::uint32_t buffer_len,
-                           std::uint32_t *err);
+                           const kel_record *record, std::uint32_t buffer_len, std::uint32_t *err);
 std::uint32_t pkey_unmarshal(Model model, kel_handle *handle, std::uint32_t tx_id, void **pkey,
                              const void *buffer, std::uint32_t buffer_len, std::uint32_t *err);
 
@@ -205,13 +203,11 @@ std::uint32_t pkey_print(Model model, kel_handle *handle, std::uint32_t tx_id, k
                          const kel_record *record, char *buffer, std::uint32_t buffer_len,
                          std::uint32_t *err);
 std::uint32_t record_print(Model model, kel_handle *handle, std::uint32_t tx_id, char *buffer,
-                           const kel_record *record, std::uint32_t buffer_len,
-                           std::uint32_t *err);
+                           const kel_record *record, std::uint32_t buffer_len, std::uint32_t *err);
 std::uint32_t record_print_cr(Model model, kel_handle *handle, const kel_record *record,
                               char *buffer, std::uint32_t buffer_len);
 std::uint32_t record_to_xml(Model model, kel_handle *handle, std::uint32_t tx_id, char *buffer,
-                            const kel_record *record, std::uint32_t buffer_len,
-                            std::uint32_t *err);
+                            const kel_record *record, std::uint32_t buffer_len, std::uint32_t *err);
 std::uint32_t record_toxml_cr(Model model, kel_handle *handle, const kel_record *record,
                               char *buffer, std::uint32_t buffer_len);
 kel_record *record_from_xml(Model model, kel_handle *handle, std::uint32_t tx_id, void *document,

@@ -35,17 +35,17 @@ typedef struct kel_store_options {
 
 /* What kel_store_describe tells. */
 typedef struct kel_store_description {
-    const char *path;       /* file, or null for a private store; lives as the store */
-    void *base;             /* address at which every process maps the store */
-    uint64_t capacity;      /* bytes that the store may grow to */
-    uint64_t size;          /* bytes of the file, or of memory in use */
-    uint64_t blocks;        /* blocks allocated */
-    uint64_t block_bytes;   /* bytes of these blocks, in their size classes */
-    uint64_t transactions;  /* transactions open */
-    uint64_t committed;     /* transactions committed since the store was made */
-    uint64_t rolled_back;   /* transactions rolled back since the store was made */
-    uint32_t tables;        /* table blocks on the table list */
-    uint32_t types;         /* descriptor copies in the type map */
+    const char *path;      /* file, or null for a private store; lives as the store */
+    void *base;            /* address at which every process maps the store */
+    uint64_t capacity;     /* bytes that the store may grow to */
+    uint64_t size;         /* bytes of the file, or of memory in use */
+    uint64_t blocks;       /* blocks allocated */
+    uint64_t block_bytes;  /* bytes of these blocks, in their size classes */
+    uint64_t transactions; /* transactions open */
+    uint64_t committed;    /* transactions committed since the store was made */
+    uint64_t rolled_back;  /* transactions rolled back since the store was made */
+    uint32_t tables;       /* table blocks on the table list */
+    uint32_t types;        /* descriptor copies in the type map */
 } kel_store_description;
 
 /*
@@ -65,8 +65,7 @@ TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
 TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
                                                kel_store **store);
 /* Makes a store in anonymous memory, gone when it is closed. */
-TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options,
-                                               kel_store **store);
+TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options, kel_store **store);
 /* Unmaps a store. Its handles must be gone. Null is accepted. */
 TARNBASE_API void kel_store_close(kel_store *store);
 /* Fills in `description`. */
@@ -182,8 +181,7 @@ TARNBASE_API uint32_t kel_xml_for_each(kel_xml_document *document, const char *p
 /* ---- Trace ------------------------------------------------------------- */
 
 /* Receives a formatted trace line. */
-typedef void (*kel_trace_sink)(void *context, uint16_t module_id, uint32_t level,
-                               const char *text);
+typedef void (*kel_trace_sink)(void *context, uint16_t module_id, uint32_t level, const char *text);
 /*
  * Sets the process's trace sink. Null: the default one, which writes levels 0 to
  * 3 to standard error.

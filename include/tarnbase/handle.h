@@ -64,18 +64,18 @@ typedef struct kel_handle {
     /* The copy entered under that text, or null. */
     kel_type_info_copy *(*type_map_lookup_hook)(void *type_map, uint32_t tx_id,
                                                 const char *luid_text);
-    uint32_t store_types_enabled; /* nonzero: per-store descriptors are in use */
-    void *arena;                  /* where tables, records and objects live */
-    void *type_map;               /* LUID text to descriptor copy */
-    void *type_arena;             /* where descriptor copies live */
+    uint32_t store_types_enabled;       /* nonzero: per-store descriptors are in use */
+    void *arena;                        /* where tables, records and objects live */
+    void *type_map;                     /* LUID text to descriptor copy */
+    void *type_arena;                   /* where descriptor copies live */
     uint32_t replication_engine_active; /* the replication engine is the caller */
     uint32_t header_stamp;              /* copied into every message header */
     kel_variant_domain variant_domain;
-    uint32_t last_error;          /* zero: none */
-    uint32_t cr_tx_id;            /* the tx_id of every `_cr` form */
-    uint32_t cr_fallback_enabled; /* nonzero only while a `_cr` creation runs */
+    uint32_t last_error;                /* zero: none */
+    uint32_t cr_tx_id;                  /* the tx_id of every `_cr` form */
+    uint32_t cr_fallback_enabled;       /* nonzero only while a `_cr` creation runs */
     kel_state_tracking *state_tracking; /* null: tracking is off */
-    uintptr_t hd_mapping_enabled; /* nonzero: object mappings are removed at destroy */
+    uintptr_t hd_mapping_enabled;       /* nonzero: object mappings are removed at destroy */
 } kel_handle;
 
 TARNBASE_END

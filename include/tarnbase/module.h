@@ -8,6 +8,7 @@
 #include "tarnbase/descriptor.h"
 #include "tarnbase/export.h"
 #include "tarnbase/handle.h"
+#include "tarnbase/record.h"
 
 TARNBASE_BEGIN
 
@@ -42,6 +43,23 @@ TARNBASE_API void tarnbase_typeinfo_initialize(kel_handle *handle, uint32_t tx_i
  * "n_variants %d\n", then "variant %d used length %d alloc slop %d\n" for each.
  */
 TARNBASE_API void tarnbase_type_variant_dump(void (*print)(const char *format, ...));
+
+/*
+ * The Table Directory: the tables' vectors in ascending order of LUID, empty
+ * until the first call of one of the two functions below. Make that call before
+ * threads use the directory.
+ */
+extern TARNBASE_API const void *tarnbase_table_lut[][KEL_TABLE_VFT_SLOTS];
+/* Fills the directory, once. Returns 0 or what table_vft_cpy answers. */
+TARNBASE_API uint32_t tarnbase_table_vft_init(void);
+/*
+ * Stores the vector of the table with this LUID of 16 bytes through `vector`, or
+ * null with error 2. `tx_id` is not used.
+ */
+TARNBASE_API void tarnbase_table_get_vft(kel_handle *handle, uint32_t tx_id, const uint8_t *luid,
+                                         const void *const **vector, uint32_t *err);
+/* A table's index in the directory, or -1 for a LUID that is no table's. */
+TARNBASE_API int32_t tarnbase_table_mrst_lookup(const uint8_t *luid);
 
 /* The registered bundle handler, or null. */
 extern TARNBASE_API void *tarnbase_bundle_registered_handler;

@@ -22,10 +22,10 @@
 
 TARNBASE_BEGIN
 
-#define KEL_OBJECT_HEADER                                                                     \
-    const kel_type_info *descriptor; /* the item's descriptor; null once released */          \
-    int8_t variant;                  /* the variant the instance now has */                   \
-    int8_t created_variant;          /* the variant it was initialised with */                \
+#define KEL_OBJECT_HEADER                                                            \
+    const kel_type_info *descriptor; /* the item's descriptor; null once released */ \
+    int8_t variant;                  /* the variant the instance now has */          \
+    int8_t created_variant;          /* the variant it was initialised with */       \
     uint8_t flags;                   /* OBJ_... */
 
 /* Bytes that the header takes. */

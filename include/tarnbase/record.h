@@ -40,23 +40,23 @@ typedef struct kel_index_node {
 
 /* An open table. Zeroed when it is made; it lives until the table is freed. */
 struct kel_table {
-    KEL_OBJECT_HEADER             /* descriptor of kind "table", then three zero bytes */
-    char table_name[256];         /* the key it is stored under; empty if opened by id */
-    uint32_t record_count;        /* records in the index, all tenants and sources */
-    uint32_t src_counts[256];     /* the same by source */
-    uint64_t table_id;            /* 0 if opened by name */
-    uint32_t open_mode;           /* KEL_OPEN_... */
-    kel_table *toc_next;          /* next block on the store's table list */
-    kel_table **toc_prev;         /* address of the word that points here */
-    uint32_t replication_marked;  /* set by the runtime: the table is replicated */
-    uint32_t write_cursor_armed;  /* set by the runtime: inserts move the write cursor */
-    uint64_t range_word;          /* registered with the store; zero */
-    void *index_root;             /* root of the key index; null when empty */
-    uintptr_t index_aux;          /* the tree's second anchor */
+    KEL_OBJECT_HEADER            /* descriptor of kind "table", then three zero bytes */
+        char table_name[256];    /* the key it is stored under; empty if opened by id */
+    uint32_t record_count;       /* records in the index, all tenants and sources */
+    uint32_t src_counts[256];    /* the same by source */
+    uint64_t table_id;           /* 0 if opened by name */
+    uint32_t open_mode;          /* KEL_OPEN_... */
+    kel_table *toc_next;         /* next block on the store's table list */
+    kel_table **toc_prev;        /* address of the word that points here */
+    uint32_t replication_marked; /* set by the runtime: the table is replicated */
+    uint32_t write_cursor_armed; /* set by the runtime: inserts move the write cursor */
+    uint64_t range_word;         /* registered with the store; zero */
+    void *index_root;            /* root of the key index; null when empty */
+    uintptr_t index_aux;         /* the tree's second anchor */
     /* The rest is the runtime's; the library zeroes it and never reads it. */
-    kel_index_node id_node;       /* place in the table-id tree */
-    uint64_t write_cursor;        /* position behind the last record enqueued */
-    void *tenant_counters;        /* counters by tenant and source */
+    kel_index_node id_node; /* place in the table-id tree */
+    uint64_t write_cursor;  /* position behind the last record enqueued */
+    void *tenant_counters;  /* counters by tenant and source */
     uint64_t runtime_words[4];
 };
 

@@ -99,8 +99,8 @@ TARNBASE_API kel_table_list *kellib_database_table_toc_create(kel_handle *handle
                                                               uint32_t *err);
 /* The block of the tree with the table_id of `block`, or null. */
 TARNBASE_API kel_table *tbi_rb_tree_LM_RB_FIND(void *arena, uint32_t tx_id,
-                                               kel_table_id_tree *tree_head,
-                                               const kel_table *block, void *scratch);
+                                               kel_table_id_tree *tree_head, const kel_table *block,
+                                               void *scratch);
 /* Enters a block. A block with an id already present stays findable by neither. */
 TARNBASE_API void tbi_rb_tree_LM_RB_INSERT(void *arena, uint32_t tx_id,
                                            kel_table_id_tree *tree_head, kel_table *block);
@@ -248,8 +248,7 @@ TARNBASE_API uint32_t _kel_message_header_marshal(kel_handle *handle, uint32_t t
                                                   const kel_message_header *header,
                                                   uint32_t remaining, uint32_t *err);
 TARNBASE_API uint32_t _kel_message_header_unmarshal(kel_handle *handle, uint32_t tx_id,
-                                                    const void *buffer,
-                                                    kel_message_header *header,
+                                                    const void *buffer, kel_message_header *header,
                                                     uint32_t remaining, uint32_t *err);
 
 /* The object's flags. */
@@ -280,8 +279,8 @@ TARNBASE_API uint32_t kel_snprintf(kel_handle *handle, uint32_t tx_id, char *buf
 TARNBASE_API uint32_t start_tag(kel_handle *handle, uint32_t tx_id, char *buffer,
                                 const char *element, uint32_t remaining, uint8_t state_flag,
                                 uint32_t *err);
-TARNBASE_API uint32_t end_tag(kel_handle *handle, uint32_t tx_id, char *buffer,
-                              const char *element, uint32_t remaining, uint32_t *err);
+TARNBASE_API uint32_t end_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
+                              uint32_t remaining, uint32_t *err);
 /* Writes a ready-made text; returns its length. */
 TARNBASE_API uint32_t xml_enum_print(kel_handle *handle, uint32_t tx_id, char *buffer,
                                      const char *text, uint32_t remaining, uint32_t text_len,

@@ -104,27 +104,27 @@ extern TARNBASE_API const kel_type_info _kel_vstring_type_info_internal;
 extern TARNBASE_API const kel_type_info _ip_address_type_info_internal;
 
 /* Operations of every value type. */
-#define KEL_VALUE_OPERATIONS(value, type)                                                        \
-    TARNBASE_API type *value##_get(kel_handle *handle, uint32_t tx_id, type *field,              \
-                                   uint32_t *err);                                               \
-    TARNBASE_API void value##_set(kel_handle *handle, uint32_t tx_id, type *field,               \
-                                  const type *source, uint32_t *err);                            \
-    TARNBASE_API uint32_t value##_hash(const type *field, uint32_t seed);                        \
-    TARNBASE_API uint32_t value##_len(kel_handle *handle, uint32_t tx_id, const type *field);    \
-    TARNBASE_API uint32_t value##_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,      \
-                                          const type *field, uint32_t remaining, uint32_t *err); \
-    TARNBASE_API uint32_t value##_unmarshal(kel_handle *handle, uint32_t tx_id,                  \
-                                            const void *buffer, type *field, uint32_t remaining, \
-                                            uint32_t in_place, uint32_t *err);                   \
-    TARNBASE_API uint32_t value##_print(kel_handle *handle, uint32_t tx_id, char *buffer,        \
-                                        uint32_t indent, const char *name, const type *field,    \
-                                        uint32_t remaining, uint32_t *err);                      \
-    TARNBASE_API uint32_t value##_to_xml(kel_handle *handle, uint32_t tx_id, const char *name,   \
-                                         char *buffer, const type *field, uint32_t remaining,    \
-                                         uint8_t state_flag, uint32_t *err);                     \
-    TARNBASE_API void value##_from_xml(kel_handle *handle, uint32_t tx_id, const char *path,     \
-                                       void *document, type *field, uint32_t *err,               \
-                                       char *message, uint32_t message_len);
+#define KEL_VALUE_OPERATIONS(value, type)                                                         \
+    TARNBASE_API type *value##_get(kel_handle *handle, uint32_t tx_id, type *field,               \
+                                   uint32_t *err);                                                \
+    TARNBASE_API void value##_set(kel_handle *handle, uint32_t tx_id, type *field,                \
+                                  const type *source, uint32_t *err);                             \
+    TARNBASE_API uint32_t value##_hash(const type *field, uint32_t seed);                         \
+    TARNBASE_API uint32_t value##_len(kel_handle *handle, uint32_t tx_id, const type *field);     \
+    TARNBASE_API uint32_t value##_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,       \
+                                          const type *field, uint32_t remaining, uint32_t *err);  \
+    TARNBASE_API uint32_t value##_unmarshal(kel_handle *handle, uint32_t tx_id,                   \
+                                            const void *buffer, type *field, uint32_t remaining,  \
+                                            uint32_t in_place, uint32_t *err);                    \
+    TARNBASE_API uint32_t value##_print(kel_handle *handle, uint32_t tx_id, char *buffer,         \
+                                        uint32_t indent, const char *name, const type *field,     \
+                                        uint32_t remaining, uint32_t *err);                       \
+    TARNBASE_API uint32_t value##_to_xml(kel_handle *handle, uint32_t tx_id, const char *name,    \
+                                         char *buffer, const type *field, uint32_t remaining,     \
+                                         uint8_t state_flag, uint32_t *err);                      \
+    TARNBASE_API void value##_from_xml(kel_handle *handle, uint32_t tx_id, const char *path,      \
+                                       void *document, type *field, uint32_t *err, char *message, \
+                                       uint32_t message_len);
 
 /* Operations of a value type that has a plain value. */
 #define KEL_PLAIN_OPERATIONS(value, type, plain)                                                 \
@@ -136,13 +136,12 @@ extern TARNBASE_API const kel_type_info _ip_address_type_info_internal;
                                                 uint32_t *err);
 
 /* Operations of a value type with an Object Header. */
-#define KEL_HEADED_OPERATIONS(value, type)                                                       \
-    TARNBASE_API int32_t value##_compare(const type *a, const type *b);                          \
-    TARNBASE_API void value##_initialize(kel_handle *handle, uint32_t tx_id, type *field,        \
-                                         const kel_type_info *descriptor, uint32_t log_writes,   \
-                                         uint32_t quiet, uint8_t flags, void *sttr_base,         \
-                                         uint32_t *err);                                         \
-    TARNBASE_API void value##_set_instance_embedded(kel_handle *handle, uint32_t tx_id,          \
+#define KEL_HEADED_OPERATIONS(value, type)                                                   \
+    TARNBASE_API int32_t value##_compare(const type *a, const type *b);                      \
+    TARNBASE_API void value##_initialize(                                                    \
+        kel_handle *handle, uint32_t tx_id, type *field, const kel_type_info *descriptor,    \
+        uint32_t log_writes, uint32_t quiet, uint8_t flags, void *sttr_base, uint32_t *err); \
+    TARNBASE_API void value##_set_instance_embedded(kel_handle *handle, uint32_t tx_id,      \
                                                     type *field);
 
 /* Operations of the value types that own something outside themselves. */
