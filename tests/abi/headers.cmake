@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: Apache-2.0
+# Every public header compiles by itself, as C11 and as C++17, warnings as errors.
+#   cmake -DCC=... -DCXX=... -DINCLUDE=dir;dir -P headers.cmake
+set(warnings -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only)
+set(includes)
+foreach(dir IN LISTS INCLUDE)
+  list(APPEND includes -I${dir})
+endforeach()
+
+set(checked 0)
+foreach(dir IN LISTS INCLUDE)
+  file(GLOB_RECURSE headers RELATIVE ${dir} ${dir}/tarnbase/*.h)
+  foreach(header IN LISTS headers)
+    foreach(language IN ITEMS c c++)
+      if(language STREQUAL "c")
+        set(command ${CC} -std=c11)
+      else()
+        set(command ${CXX} -std=c++17)
+      endif()
+      file(WRITE ${WORK}/header_check.txt "#include \"${header}\"\n")
+      execute_process(
+        COMMAND ${command} ${warnings} ${includes} -x ${language} ${WORK}/header_check.txt
+        RESULT_VARIABLE status ERROR_VARIABLE errors)
+      if(NOT status EQUAL 0)
+        message(FATAL_ERROR "${header} as ${language}:\n${errors}")
+      endif()
+      math(EXPR checked "${checked} + 1")
+    endforeach()
+  endforeach()
+endforeach()
+if(checked EQUAL 0)
+  message(FATAL_ERROR "no header found in ${INCLUDE}")
+endif()
+message(STATUS "${checked} compilations without a warning")
