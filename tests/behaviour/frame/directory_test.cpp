@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+// The Table Directory: a table's vector by its LUID.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "tarnbase/tarnbase.h"
+#include "tests/support/fixture.h"
+
+namespace {
+
+int copies = 0;
+
+class Directory : public tarn::test::PlainTest {};
+
+const std::uint8_t *luid_of(const kel_type_info *item) { return item->luid; }
+
+bool is_table(const kel_type_info *item) { return std::string(item->kind) == "table"; }
+
+}  // namespace
+
+uint32_t table_vft_cpy(void *destination, const void *source, uint32_t count) {
+    ++copies;
+    using Service = decltype(&table_vft_cpy);
+    return reinterpret_cast<Service>(dlsym(RTLD_NEXT, "table_vft_cpy"))(destination, source,
+                                                                        count);
+}
+
+namespace {
+
+TEST_F(Directory, GivesEachTableItsPlaceInAscendingOrderOfLuid) {
+    std::int32_t tables = 0;
+    for (const kel_type_info *const *item = tarnbase_type_list; *item != nullptr; ++item) {
+        if (!is_table(*item)) continue;
+        std::int32_t smaller = 0;
+        for (const kel_type_info *const *other = tarnbase_type_list; *other != nullptr; ++other) {
+            if (is_table(*other) && std::memcmp(luid_of(*other), luid_of(*item), 16) < 0) {
+                ++smaller;
+            }
+        }
+        EXPECT_EQ(tarnbase_table_mrst_lookup(luid_of(*item)), smaller) << (*item)->name;
+        ++tables;
+    }
+    EXPECT_GT(tables, 0);
+}
+
+TEST_F(Directory, KnowsNoTableForOtherIdentities) {
+    std::uint8_t luid[16] = {};
+    EXPECT_EQ(tarnbase_table_mrst_lookup(luid), -1);
+    std::memcpy(luid, table_tbl_ldap_conn_luid, 16);
+    luid[15] ^= 1;
+    EXPECT_EQ(tarnbase_table_mrst_lookup(luid), -1);
+    std::memset(luid, 0xff, 16);
+    EXPECT_EQ(tarnbase_table_mrst_lookup(luid), -1);
+}
+
+TEST_F(Directory, IsFilledOnceAndAnswersTheVectorOfATable) {
+    const void *const *vector = nullptr;
+    tarnbase_table_get_vft(handle, tx, table_tbl_ldap_conn_luid, &vector, &err);
+    EXPECT_EQ(err, 0U);
+    ASSERT_NE(vector, nullptr);
+    EXPECT_EQ(vector,
+              tarnbase_table_lut[tarnbase_table_mrst_lookup(table_tbl_ldap_conn_luid)]);
+    EXPECT_EQ(0, std::memcmp(vector, tbl_ldap_conn_table_vft, sizeof(void *) * 48));
+    EXPECT_EQ(vector[2], reinterpret_cast<const void *>(&tbl_ldap_conn_table_open_unsafe));
+    const int once = copies;
+    EXPECT_EQ(once, 1);
+    EXPECT_EQ(tarnbase_table_vft_init(), 0U);
+    EXPECT_EQ(copies, once);
+}
+
+TEST_F(Directory, ReportsErrorTwoAndNoVectorForAnUnknownIdentity) {
+    const std::uint8_t luid[16] = {};
+    const void *const *vector = tbl_ldap_conn_table_vft;
+    tarnbase_table_get_vft(handle, tx, luid, &vector, &err);
+    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(vector, nullptr);
+}
+
+TEST_F(Directory, ChangesNothingWhenAnErrorIsSetAlready) {
+    const void *const *vector = tbl_ldap_conn_table_vft;
+    err = 17;
+    handle->last_error = 5;
+    tarnbase_table_get_vft(handle, tx, table_tbl_ldap_conn_luid, &vector, &err);
+    EXPECT_EQ(err, 17U);
+    EXPECT_EQ(handle->last_error, 5U);
+    EXPECT_EQ(vector, tbl_ldap_conn_table_vft);
+}
+
+}  // namespace

@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: Apache-2.0
+// Descriptors as a whole: the list, a store's copies of it, the variant dump, and
+// the bundle handler.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tarnbase/tarnbase.h"
+#include "tests/support/fixture.h"
+#include "tests/support/hooks.h"
+#include "tests/support/trace.h"
+
+namespace {
+
+struct Update {
+    const kel_type_info *constant;
+    std::uint32_t is_new;
+};
+std::vector<Update> updates;
+std::vector<std::string> handler_calls;
+
+}  // namespace
+
+// Stands in front of the runtime's service and notes its calls.
+void kel_update_variant_info(kel_handle *handle, uint32_t tx_id, kel_type_info_copy *copy,
+                             const kel_type_info *constant, uint32_t is_new) {
+    updates.push_back({constant, is_new});
+    using Service = decltype(&kel_update_variant_info);
+    reinterpret_cast<Service>(dlsym(RTLD_NEXT, "kel_update_variant_info"))(handle, tx_id, copy,
+                                                                           constant, is_new);
+}
+
+void ridge_comm_bundle_handler_register(void *) { handler_calls.push_back("ridge register"); }
+void ridge_comm_bundle_handler_unregister() { handler_calls.push_back("ridge unregister"); }
+void if_common_bundle_handler_register(void *) { handler_calls.push_back("if register"); }
+void if_common_bundle_handler_unregister() { handler_calls.push_back("if unregister"); }
+
+namespace {
+
+using tarn::test::Hook;
+using tarn::test::HookRecorder;
+using tarn::test::Mode;
+using tarn::test::Session;
+
+std::size_t item_count() {
+    std::size_t n = 0;
+    while (tarnbase_type_list[n] != nullptr) ++n;
+    return n;
+}
+
+class Descriptors : public ::testing::Test {
+   protected:
+    void SetUp() override { updates.clear(); }
+    Session session{Mode::store_types};
+    kel_handle *const handle = session.handle();
+    std::uint32_t err = 0;
+};
+
+TEST(DescriptorList, HoldsValidDescriptorsWithUniqueIdentities) {
+    std::set<std::string> identities;
+    ASSERT_GT(item_count(), 0U);
+    for (std::size_t i = 0; i < item_count(); ++i) {
+        const kel_type_info &item = *tarnbase_type_list[i];
+        SCOPED_TRACE(item.name);
+        EXPECT_EQ(item.magic, KEL_TYPE_INFO_MAGIC);
+        EXPECT_STREQ(item.module_name, "tarnbase");
+        EXPECT_EQ(item.type_slot, KEL_TYPE_SLOT_NONE);
+        EXPECT_EQ(item.store_private, 0U);
+        ASSERT_NE(item.variant_info, nullptr);
+        std::string text;
+        for (const std::uint8_t byte : item.luid) {
+            char digits[3];
+            std::snprintf(digits, sizeof digits, "%02x", byte);
+            text += digits;
+        }
+        EXPECT_EQ(text, item.luid_text);
+        EXPECT_TRUE(identities.insert(text).second) << "a LUID is used twice";
+    }
+}
+
+TEST(DescriptorList, PutsStructuresThenEnumerationsThenATableBeforeItsRecord) {
+    const std::vector<std::string> order = {"type", "enum", "table", "table_record"};
+    std::size_t i = 0;
+    while (i < item_count() && std::string(tarnbase_type_list[i]->kind) == "type") ++i;
+    EXPECT_GT(i, 0U);
+    while (i < item_count() && std::string(tarnbase_type_list[i]->kind) == "enum") ++i;
+    for (; i + 1 < item_count(); i += 2) {
+        EXPECT_STREQ(tarnbase_type_list[i]->kind, "table");
+        EXPECT_STREQ(tarnbase_type_list[i + 1]->kind, "table_record");
+        EXPECT_EQ(std::string(tarnbase_type_list[i]->name) + "_record",
+                  tarnbase_type_list[i + 1]->name);
+    }
+    EXPECT_EQ(i, item_count());
+}
+
+TEST(DescriptorList, GivesATableAndItsRecordOneEntryOfVariantOne) {
+    for (const kel_type_info *item :
+         {&_tbl_ldap_conn_table_type_info_internal, &_tbl_ldap_conn_table_record_type_info_internal}) {
+        ASSERT_EQ(item->variant_info->variant_count, 1);
+        EXPECT_EQ(item->variant_info->variants[0].variant, 1U);
+        EXPECT_EQ(item->variant_info->variants[0].used_length, 8U);
+        EXPECT_EQ(item->variant_info->variants[0].alloc_slop, 0U);
+    }
+    const kel_variant_usage &conn = _st_ldap_conn_type_info_internal.variant_info->variants[0];
+    EXPECT_EQ(conn.variant, 0U);
+    EXPECT_EQ(conn.used_length, 52U);
+    EXPECT_EQ(conn.alloc_slop, 12U);
+}
+
+TEST_F(Descriptors, AreCopiedIntoAStoreOnceEach) {
+    HookRecorder hooks(handle);
+    tarnbase_typeinfo_initialize(handle, 7, &err);
+    ASSERT_EQ(err, 0U);
+
+    EXPECT_EQ(hooks.count(Hook::type_map_insert), item_count());
+    ASSERT_EQ(updates.size(), item_count());
+    for (std::size_t i = 0; i < item_count(); ++i) {
+        EXPECT_EQ(updates[i].constant, tarnbase_type_list[i]);
+        EXPECT_EQ(updates[i].is_new, 1U);
+    }
+    const auto inserts = hooks.of(Hook::type_map_insert);
+    for (std::size_t i = 0; i < inserts.size(); ++i) {
+        EXPECT_EQ(inserts[i].tx_id, 7U);
+        const auto *copy = static_cast<const kel_type_info_copy *>(inserts[i].address);
+        EXPECT_STREQ(copy->info.name, tarnbase_type_list[i]->name);
+        EXPECT_EQ(copy->info.store_private, 1U);
+        EXPECT_EQ(copy->info.type_slot, KEL_TYPE_SLOT_NONE);
+        EXPECT_EQ(copy->store_word_1, 0U);
+        EXPECT_EQ(copy->store_word_2, 0U);
+    }
+    for (const auto &event : hooks.of(Hook::type_alloc)) EXPECT_EQ(event.tx_id, KEL_TX_NONE);
+}
+
+TEST_F(Descriptors, ThatAreInTheStoreAreOnlyBroughtUpToDate) {
+    tarnbase_typeinfo_initialize(handle, 7, &err);
+    updates.clear();
+    HookRecorder hooks(handle);
+    tarnbase_typeinfo_initialize(handle, 7, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(hooks.count(Hook::type_alloc), 0U);
+    EXPECT_EQ(hooks.count(Hook::type_map_insert), 0U);
+    ASSERT_EQ(updates.size(), item_count());
+    for (const Update &update : updates) EXPECT_EQ(update.is_new, 0U);
+}
+
+TEST_F(Descriptors, ThatCannotBeCopiedLeaveWhatWasEnteredAndASecondCallCompletesIt) {
+    for (std::uint64_t n = 1; n < 4; ++n) {
+        kel_store_fail_allocation(session.store(), n * 5);
+        err = 0;
+        tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
+        if (err == 0) continue;  // the failure met the variant information of a copy
+        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(handle->last_error, 12U);
+    }
+    kel_store_fail_allocation(session.store(), 0);
+    err = 0;
+    tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(session.describe().types, item_count());
+}
+
+TEST_F(Descriptors, ReportErrorTwelveAtTheFirstCopyThatFails) {
+    HookRecorder hooks(handle);
+    hooks.fail_allocations(true);
+    tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(hooks.count(Hook::type_alloc), 1U);
+    EXPECT_TRUE(updates.empty());
+}
+
+TEST_F(Descriptors, OfAStoreCountWithoutTouchingTheConstantOnes) {
+    const std::uint64_t constant_before =
+        _st_ldap_conn_type_info_internal.variant_info->variants[0].created;
+    st_ldap_conn *object = st_ldap_conn_create(handle, KEL_TX_NONE);
+    ASSERT_NE(object, nullptr);
+    const kel_type_info *descriptor = reinterpret_cast<kel_object *>(object)->descriptor;
+    EXPECT_NE(descriptor, &_st_ldap_conn_type_info_internal);
+    EXPECT_EQ(descriptor->variant_info->variants[0].created, 1U);
+    EXPECT_EQ(descriptor->variant_info->variants[0].live, 1U);
+    EXPECT_EQ(_st_ldap_conn_type_info_internal.variant_info->variants[0].created,
+              constant_before);
+    st_ldap_conn_destroy(handle, KEL_TX_NONE, object);
+    EXPECT_EQ(descriptor->variant_info->variants[0].destroyed, 1U);
+    EXPECT_EQ(descriptor->variant_info->variants[0].live, 0U);
+}
+
+TEST(ConstantDescriptors, NeverCallTheTypeHooks) {
+    Session session;
+    HookRecorder hooks(session.handle());
+    std::uint32_t err = 0;
+    st_ldap_conn *object = st_ldap_conn_create(session.handle(), KEL_TX_NONE);
+    kel_record *record = tbl_ldap_conn_create_record(session.handle(), KEL_TX_NONE, &err);
+    kel_table *table = tbl_ldap_conn_table_open(session.handle(), KEL_TX_NONE, "t", 0, &err);
+    ASSERT_NE(table, nullptr);
+    tbl_ldap_conn_destroy_record(session.handle(), KEL_TX_NONE, record, &err);
+    st_ldap_conn_destroy(session.handle(), KEL_TX_NONE, object);
+    EXPECT_GT(hooks.count(Hook::alloc), 0U);
+    EXPECT_EQ(hooks.count(Hook::type_alloc), 0U);
+    EXPECT_EQ(hooks.count(Hook::type_map_insert), 0U);
+    EXPECT_EQ(hooks.count(Hook::type_map_lookup), 0U);
+}
+
+std::vector<std::string> dumped;
+
+void note_line(const char *format, ...) {
+    char line[128];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    dumped.emplace_back(line);
+}
+
+TEST(VariantDump, TellsEachItemsVariantsInTheOrderOfTheList) {
+    dumped.clear();
+    tarnbase_type_variant_dump(&note_line);
+    std::size_t row = 0;
+    for (std::size_t i = 0; i < item_count(); ++i) {
+        const kel_variant_info &info = *tarnbase_type_list[i]->variant_info;
+        ASSERT_LT(row, dumped.size());
+        EXPECT_EQ(dumped[row++], "n_variants " + std::to_string(info.variant_count) + "\n");
+        for (int v = 0; v < info.variant_count; ++v) {
+            ASSERT_LT(row, dumped.size());
+            EXPECT_EQ(dumped[row++],
+                      "variant " + std::to_string(v) + " used length " +
+                          std::to_string(info.variants[v].used_length) + " alloc slop " +
+                          std::to_string(info.variants[v].alloc_slop) + "\n");
+        }
+    }
+    EXPECT_EQ(row, dumped.size());
+    // One item, a structure of two variants, has a line more than the others.
+    EXPECT_EQ(dumped.size(), 2 * item_count() + 1);
+}
+
+TEST(BundleHandler, IsHandedToBothRegistriesAndTheOneBeforeIsAnswered) {
+    int first = 0;
+    int second = 0;
+    handler_calls.clear();
+    EXPECT_EQ(tarnbase_bundle_handler_register(&first), nullptr);
+    EXPECT_EQ(tarnbase_bundle_registered_handler, &first);
+    EXPECT_EQ(tarnbase_bundle_handler_register(&second), &first);
+    EXPECT_EQ(tarnbase_bundle_handler_unregister(), &second);
+    EXPECT_EQ(tarnbase_bundle_handler_unregister(), nullptr);
+    EXPECT_EQ(handler_calls,
+              (std::vector<std::string>{"ridge register", "if register", "ridge register",
+                                        "if register", "ridge unregister", "if unregister",
+                                        "ridge unregister", "if unregister"}));
+}
+
+}  // namespace
