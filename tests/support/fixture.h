@@ -24,7 +24,7 @@ void PrintTo(Mode mode, std::ostream *out);
 
 // A private store and a handle on it. `err` starts at 0 and is every call's.
 class Session {
-   public:
+ public:
     explicit Session(Mode mode = Mode::plain);
     ~Session();
     Session(const Session &) = delete;
@@ -39,7 +39,7 @@ class Session {
     kel_store_description describe() const;
     std::uint64_t blocks() const { return describe().blocks; }
 
-   private:
+ private:
     kel_store *store_ = nullptr;
     kel_handle *handle_ = nullptr;
     kel_handle *second_ = nullptr;
@@ -50,7 +50,7 @@ kel_handle *make_handle(kel_store *store, Mode mode);
 
 // A test that runs in one mode.
 class PlainTest : public ::testing::Test {
-   protected:
+ protected:
     Session session;
     kel_handle *const handle = session.handle();
     std::uint32_t tx = KEL_TX_NONE;
@@ -62,17 +62,17 @@ class PlainTest : public ::testing::Test {
 //   TARN_EACH_MODE(Records);
 //   TEST_P(Records, ...) { ... }
 class ModeTest : public ::testing::TestWithParam<Mode> {
-   protected:
+ protected:
     Session session{GetParam()};
     kel_handle *const handle = session.handle();
     std::uint32_t tx = KEL_TX_NONE;
     std::uint32_t err = 0;
 };
 
-#define TARN_EACH_MODE(suite)                                                              \
-    INSTANTIATE_TEST_SUITE_P(Mode, suite, ::testing::ValuesIn(::tarn::test::all_modes),    \
+#define TARN_EACH_MODE(suite)                                                               \
+    INSTANTIATE_TEST_SUITE_P(Mode, suite, ::testing::ValuesIn(::tarn::test::all_modes),     \
                              [](const ::testing::TestParamInfo<::tarn::test::Mode> &mode) { \
-                                 return ::tarn::test::mode_name(mode.param);               \
+                                 return ::tarn::test::mode_name(mode.param);                \
                              })
 
 }  // namespace tarn::test

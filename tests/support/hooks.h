@@ -17,9 +17,9 @@ enum class Hook { type_alloc, alloc, free, write_log, delta_log, type_map_insert
 
 struct HookEvent {
     Hook hook = Hook::alloc;
-    void *address = nullptr;         // block, or bytes announced, or counter
-    std::uint64_t length = 0;        // of the block asked for, or of the bytes
-    std::int32_t delta = 0;          // of delta_log
+    void *address = nullptr;   // block, or bytes announced, or counter
+    std::uint64_t length = 0;  // of the block asked for, or of the bytes
+    std::int32_t delta = 0;    // of delta_log
     std::uint32_t tx_id = 0;
     std::vector<std::uint8_t> before;  // write_log: the bytes at that moment
     std::uint64_t counter_before = 0;  // delta_log: the counter at that moment
@@ -27,7 +27,7 @@ struct HookEvent {
 
 // Stands in front of a handle's hooks while it lives; one at a time.
 class HookRecorder {
-   public:
+ public:
     explicit HookRecorder(kel_handle *handle);
     ~HookRecorder();
     HookRecorder(const HookRecorder &) = delete;
@@ -46,7 +46,7 @@ class HookRecorder {
     // Makes alloc_hook and type_alloc_hook answer null from now on, or no more.
     void fail_allocations(bool fail) { failing_ = fail; }
 
-   private:
+ private:
     friend struct HookForwarder;
     kel_handle *handle_;
     kel_handle original_;

@@ -23,7 +23,7 @@ struct ByteChange {
 };
 
 class StoreSnapshot {
-   public:
+ public:
     explicit StoreSnapshot(const kel_store *store);
 
     // The bytes that differ now, apart from the transaction counters that every
@@ -32,7 +32,7 @@ class StoreSnapshot {
     // The same without changes of modified marks.
     std::vector<ByteChange> lasting_changes() const;
 
-   private:
+ private:
     const kel_store *store_;
     std::vector<std::uint8_t> bytes_;
 };

@@ -18,7 +18,7 @@ struct TraceLine {
 
 // Is the process's trace sink while it lives; one at a time.
 class TraceCapture {
-   public:
+ public:
     TraceCapture();
     ~TraceCapture();
     TraceCapture(const TraceCapture &) = delete;

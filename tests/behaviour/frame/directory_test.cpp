@@ -25,8 +25,7 @@ bool is_table(const kel_type_info *item) { return std::string(item->kind) == "ta
 uint32_t table_vft_cpy(void *destination, const void *source, uint32_t count) {
     ++copies;
     using Service = decltype(&table_vft_cpy);
-    return reinterpret_cast<Service>(dlsym(RTLD_NEXT, "table_vft_cpy"))(destination, source,
-                                                                        count);
+    return reinterpret_cast<Service>(dlsym(RTLD_NEXT, "table_vft_cpy"))(destination, source, count);
 }
 
 namespace {
@@ -62,8 +61,7 @@ TEST_F(Directory, IsFilledOnceAndAnswersTheVectorOfATable) {
     tarnbase_table_get_vft(handle, tx, table_tbl_ldap_conn_luid, &vector, &err);
     EXPECT_EQ(err, 0U);
     ASSERT_NE(vector, nullptr);
-    EXPECT_EQ(vector,
-              tarnbase_table_lut[tarnbase_table_mrst_lookup(table_tbl_ldap_conn_luid)]);
+    EXPECT_EQ(vector, tarnbase_table_lut[tarnbase_table_mrst_lookup(table_tbl_ldap_conn_luid)]);
     EXPECT_EQ(0, std::memcmp(vector, tbl_ldap_conn_table_vft, sizeof(void *) * 48));
     EXPECT_EQ(vector[2], reinterpret_cast<const void *>(&tbl_ldap_conn_table_open_unsafe));
     const int once = copies;

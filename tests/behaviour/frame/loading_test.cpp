@@ -8,7 +8,7 @@
 namespace {
 
 class Loading : public ::testing::Test {
-   protected:
+ protected:
     // The runtime's symbols must be reachable for a library that is opened.
     void *open() { return dlopen(TARNBASE_LIBRARY, RTLD_NOW | RTLD_LOCAL); }
 };

@@ -55,7 +55,7 @@ std::size_t item_count() {
 }
 
 class Descriptors : public ::testing::Test {
-   protected:
+ protected:
     void SetUp() override { updates.clear(); }
     Session session{Mode::store_types};
     kel_handle *const handle = session.handle();
@@ -100,8 +100,8 @@ TEST(DescriptorList, PutsStructuresThenEnumerationsThenATableBeforeItsRecord) {
 }
 
 TEST(DescriptorList, GivesATableAndItsRecordOneEntryOfVariantOne) {
-    for (const kel_type_info *item :
-         {&_tbl_ldap_conn_table_type_info_internal, &_tbl_ldap_conn_table_record_type_info_internal}) {
+    for (const kel_type_info *item : {&_tbl_ldap_conn_table_type_info_internal,
+                                      &_tbl_ldap_conn_table_record_type_info_internal}) {
         ASSERT_EQ(item->variant_info->variant_count, 1);
         EXPECT_EQ(item->variant_info->variants[0].variant, 1U);
         EXPECT_EQ(item->variant_info->variants[0].used_length, 8U);
@@ -184,8 +184,7 @@ TEST_F(Descriptors, OfAStoreCountWithoutTouchingTheConstantOnes) {
     EXPECT_NE(descriptor, &_st_ldap_conn_type_info_internal);
     EXPECT_EQ(descriptor->variant_info->variants[0].created, 1U);
     EXPECT_EQ(descriptor->variant_info->variants[0].live, 1U);
-    EXPECT_EQ(_st_ldap_conn_type_info_internal.variant_info->variants[0].created,
-              constant_before);
+    EXPECT_EQ(_st_ldap_conn_type_info_internal.variant_info->variants[0].created, constant_before);
     st_ldap_conn_destroy(handle, KEL_TX_NONE, object);
     EXPECT_EQ(descriptor->variant_info->variants[0].destroyed, 1U);
     EXPECT_EQ(descriptor->variant_info->variants[0].live, 0U);
@@ -228,10 +227,10 @@ TEST(VariantDump, TellsEachItemsVariantsInTheOrderOfTheList) {
         EXPECT_EQ(dumped[row++], "n_variants " + std::to_string(info.variant_count) + "\n");
         for (int v = 0; v < info.variant_count; ++v) {
             ASSERT_LT(row, dumped.size());
-            EXPECT_EQ(dumped[row++],
-                      "variant " + std::to_string(v) + " used length " +
-                          std::to_string(info.variants[v].used_length) + " alloc slop " +
-                          std::to_string(info.variants[v].alloc_slop) + "\n");
+            EXPECT_EQ(dumped[row++], "variant " + std::to_string(v) + " used length " +
+                                         std::to_string(info.variants[v].used_length) +
+                                         " alloc slop " +
+                                         std::to_string(info.variants[v].alloc_slop) + "\n");
         }
     }
     EXPECT_EQ(row, dumped.size());
