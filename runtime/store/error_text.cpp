@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/store/error_text.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "tarnbase/embedded.h"
+
+namespace {
+
+thread_local constinit char text[1024] = "";
+
+}  // namespace
+
+namespace tarn::runtime {
+
+std::uint32_t fail(std::uint32_t code, const char *format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    return code;
+}
+
+}  // namespace tarn::runtime
+
+const char *kel_error_text() { return text; }
