@@ -1,0 +1,68 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A text under construction in a caller's buffer: counts what it needs, and
+// writes what fits. No byte beyond the room is touched, no NUL is added.
+#ifndef TARNBASE_RUNTIME_TEXT_LINE_H
+#define TARNBASE_RUNTIME_TEXT_LINE_H
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+#include "runtime/value/conventions.h"
+
+namespace tarn::runtime {
+
+class Line {
+ public:
+    Line(char *buffer, std::uint32_t room) : buffer_(buffer), room_(room) {}
+
+    Line &text(std::string_view text) {
+        if (const std::size_t fits = fitting(text.size()); fits > 0) {
+            std::memcpy(buffer_ + length_, text.data(), fits);
+        }
+        length_ += text.size();
+        return *this;
+    }
+
+    Line &character(char character) { return text({&character, 1}); }
+
+    Line &blanks(std::uint32_t count) {
+        if (const std::size_t fits = fitting(count); fits > 0) {
+            std::memset(buffer_ + length_, ' ', fits);
+        }
+        length_ += count;
+        return *this;
+    }
+
+    template <typename Number>
+    Line &number(Number number) {
+        char digits[std::numeric_limits<Number>::digits10 + 3];
+        const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+        return text({digits, static_cast<std::size_t>(end - digits)});
+    }
+
+    // The characters of the whole text; 0 and error 90 if it didn't fit. What was
+    // written of it then counts for nothing.
+    std::uint32_t finish(kel_handle *handle, std::uint32_t *err) const {
+        if (length_ <= room_) return static_cast<std::uint32_t>(length_);
+        report_first(handle, err, Error::no_room);
+        return 0;
+    }
+
+ private:
+    std::size_t fitting(std::size_t count) const {
+        if (length_ >= room_) return 0;
+        return std::min<std::uint64_t>(count, room_ - length_);
+    }
+
+    char *buffer_;
+    std::uint32_t room_;
+    std::uint64_t length_ = 0;
+};
+
+}  // namespace tarn::runtime
+
+#endif

@@ -1,0 +1,22 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+#ifndef TARNBASE_RUNTIME_TEXT_UTF8_H
+#define TARNBASE_RUNTIME_TEXT_UTF8_H
+
+#include <cstddef>
+#include <string_view>
+
+namespace tarn::runtime {
+
+// A character at the start of a text. `length` 0: the text starts with no valid
+// UTF-8 (cut short, overlong, a surrogate, or beyond U+10FFFF).
+struct Character {
+    char32_t value = 0;
+    std::size_t length = 0;
+};
+
+// Requires a text that isn't empty.
+Character first_character(std::string_view text);
+
+}  // namespace tarn::runtime
+
+#endif

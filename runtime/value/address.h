@@ -1,0 +1,41 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// An address's content, seen from inside the runtime.
+#ifndef TARNBASE_RUNTIME_VALUE_ADDRESS_H
+#define TARNBASE_RUNTIME_VALUE_ADDRESS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "tarnbase/value.h"
+
+namespace tarn::runtime {
+
+// Family and bytes, as they lie in an ip_address one behind the other.
+struct Address {
+    std::uint8_t family = KEL_ADDRESS_NONE;
+    std::uint8_t bytes[16] = {};
+};
+static_assert(sizeof(Address) == 17);
+static_assert(offsetof(ip_address, bytes) == offsetof(ip_address, family) + 1);
+
+// Bytes of a family's addresses; nothing for a number that is no family.
+std::optional<std::uint32_t> address_length(std::uint8_t family);
+
+// An address from `address_length` bytes in network order; nothing for a number
+// that is no family, or if bytes are wanted and null is given.
+std::optional<Address> make_address(std::uint8_t family, const void *bytes);
+
+// IPv4 or IPv6 from text; nothing if it is neither.
+std::optional<Address> parse_address(const char *text);
+
+// The content of an address; none for a null one.
+Address address_of(const ip_address *value);
+
+// Stores the content, logged. Error 2: the value is null.
+void store_address(kel_handle *handle, std::uint32_t tx_id, ip_address *value,
+                   const Address &content, std::uint32_t *err);
+
+}  // namespace tarn::runtime
+
+#endif

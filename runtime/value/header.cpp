@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/value/header.h"
+
+#include <cstdlib>
+
+namespace tarn::runtime {
+
+bool tracking_is_on(const kel_handle *handle) {
+    if (handle->state_tracking == nullptr) return false;
+    const std::uint32_t mode = handle->state_tracking->state_tracking_mode;
+    if (mode == KEL_STATE_TRACKING_OFF) return false;
+    if (mode == KEL_STATE_TRACKING_ON) return true;
+    ptrail_wrapper(0, KEL_TRACE_FATAL, 0, "(FATAL): Corrupted KEL Handle");
+    std::abort();
+}
+
+std::uint32_t take_modified_mark(void *value, const std::uint32_t *err) {
+    if (*err != 0 || kel_get_instance_modified(value, 0, 0) == 0) return 0;
+    kel_set_instance_modified(value, 0, 0, 0);
+    return 1;
+}
+
+}  // namespace tarn::runtime

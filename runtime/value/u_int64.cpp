@@ -1,0 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/value/scalar.h"
+
+TARNBASE_SCALAR(u_int64, std::uint64_t)

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/xml/search.h"
+
+#include <libxml/xpathInternals.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "runtime/value/conventions.h"
+
+namespace tarn::runtime {
+
+namespace {
+
+XmlPointer<xmlXPathObject> evaluate(kel_xml_document &document, const char *path) {
+    document.paths->node = reinterpret_cast<xmlNode *>(document.tree.get());
+    XmlPointer<xmlXPathObject> result(
+        xmlXPathEvalExpression(reinterpret_cast<const xmlChar *>(path), document.paths.get()));
+    if (result == nullptr || result->type != XPATH_NODESET) return nullptr;
+    if (result->nodesetval != nullptr) xmlXPathNodeSetSort(result->nodesetval);
+    return result;
+}
+
+}  // namespace
+
+Selection::Selection(kel_xml_document *document, const char *path) {
+    if (document != nullptr && path != nullptr) result_ = evaluate(*document, path);
+}
+
+std::uint32_t Selection::count() const {
+    return static_cast<std::uint32_t>(xmlXPathNodeSetGetLength(result_->nodesetval));
+}
+
+xmlNode *Selection::operator[](std::uint32_t index) const {
+    return result_->nodesetval->nodeTab[index];
+}
+
+Content element_text(const xmlNode *element, std::string &text) {
+    if (element->type != XML_ELEMENT_NODE && element->type != XML_ATTRIBUTE_NODE) {
+        return Content::no_text;
+    }
+    for (const xmlNode *node = element->children; node != nullptr; node = node->next) {
+        if (node->type == XML_COMMENT_NODE || node->type == XML_PI_NODE) continue;
+        if (node->type != XML_TEXT_NODE && node->type != XML_CDATA_SECTION_NODE) {
+            return Content::no_text;
+        }
+        if (node->content != nullptr) text += reinterpret_cast<const char *>(node->content);
+    }
+    return Content::text;
+}
+
+}  // namespace tarn::runtime
+
+namespace {
+
+using namespace tarn::runtime;
+
+constexpr auto invalid = static_cast<std::uint32_t>(Error::invalid);
+constexpr auto not_found = static_cast<std::uint32_t>(Error::not_found);
+
+void cut_to(char *area, std::uint32_t area_len, const std::string &text) {
+    if (area == nullptr || area_len == 0) return;
+    const std::size_t length = std::min<std::size_t>(text.size(), area_len - 1);
+    std::memcpy(area, text.data(), length);
+    area[length] = '\0';
+}
+
+}  // namespace
+
+std::uint32_t xml_get_element_nodecount(void *document, const char *path, std::uint32_t *count) {
+    const Selection nodes(static_cast<kel_xml_document *>(document), path);
+    if (!nodes.valid()) return invalid;
+    *count = nodes.count();
+    return 0;
+}
+
+std::uint32_t xml_get_element_value(void *document, const char *path, char *area,
+                                    std::uint32_t area_len, std::uint32_t) try {
+    const Selection nodes(static_cast<kel_xml_document *>(document), path);
+    if (!nodes.valid()) return invalid;
+    if (nodes.count() == 0) return not_found;
+    std::string text;
+    element_text(nodes[0], text);
+    cut_to(area, area_len, text);
+    return 0;
+} catch (const std::bad_alloc &) {
+    return static_cast<std::uint32_t>(Error::no_memory);
+}
