@@ -1,6 +1,6 @@
-/* SPDX-License-Identifier: Apache-2.0 */
-// Accessors of plain fields, one instantiation a field: the hot path of the
-// library, where a look-up at run time would cost.
+// SPDX-License-Identifier: Apache-2.0
+// Accessors of fields, one instantiation a field: the hot path of the library,
+// where a look-up at run time would cost. Arrays have their own, in array.cpp.
 //
 // Exported operation                       instantiation
 //   <type>_<field>_get                     get<type model, field number>
@@ -13,63 +13,57 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/conventions.h"
 #include "frame/schema.h"
+#include "object/fields.h"
+#include "object/plain_value.h"
+#include "object/state.h"
+#include "object/value_type.h"
 
 namespace tarn::object {
 
-// PlainValue<kind> is the plain value's C type: 32 bits wide for booleans and
-// enumerations.
-template <FieldKind Kind>
-struct PlainValueOf;
-template <>
-struct PlainValueOf<FieldKind::u_int8> {
-    using type = std::uint8_t;
-};
-template <>
-struct PlainValueOf<FieldKind::u_int16> {
-    using type = std::uint16_t;
-};
-template <>
-struct PlainValueOf<FieldKind::u_int32> {
-    using type = std::uint32_t;
-};
-template <>
-struct PlainValueOf<FieldKind::u_int64> {
-    using type = std::uint64_t;
-};
-template <>
-struct PlainValueOf<FieldKind::int32> {
-    using type = std::int32_t;
-};
-template <>
-struct PlainValueOf<FieldKind::int64> {
-    using type = std::int64_t;
-};
-template <>
-struct PlainValueOf<FieldKind::boolean> {
-    using type = std::uint32_t;
-};
-template <>
-struct PlainValueOf<FieldKind::enumeration> {
-    using type = std::uint32_t;
-};
-template <FieldKind Kind>
-using PlainValue = typename PlainValueOf<Kind>::type;
-
+// Access to the field; null with error 43 if the instance is too old to have it.
 template <const Structure &S, std::size_t I>
-void *get(kel_handle *handle, std::uint32_t tx_id, void *object, std::uint32_t *err);
+void *get(kel_handle *handle, std::uint32_t tx_id, void *object, std::uint32_t *err) {
+    constexpr const Field &field = S.fields[I];
+    if (!enter(handle, err) || !admit_read(field, handle, object, err)) return nullptr;
+    return Value<field.kind>::get(field, handle, tx_id, place_of(field, object), err);
+}
 
+// The plain value; 0 of a null object.
 template <const Structure &S, std::size_t I>
 PlainValue<S.fields[I].kind> get_value(kel_handle *handle, std::uint32_t tx_id, void *object,
-                                       std::uint32_t *err);
+                                       std::uint32_t *err) {
+    constexpr const Field &field = S.fields[I];
+    const void *access = get<S, I>(handle, tx_id, object, err);
+    if (access == nullptr) return 0;
+    return Value<field.kind>::get_value(field, handle, tx_id, access, err);
+}
 
 template <const Structure &S, std::size_t I>
 void set(kel_handle *handle, std::uint32_t tx_id, void *object, const void *source,
-         std::uint32_t *err);
+         std::uint32_t *err) {
+    constexpr const Field &field = S.fields[I];
+    if (!begin_write(S, field, handle, tx_id, object, err)) return;
+    Value<field.kind>::set(field, handle, tx_id, place_of(field, object), source, err);
+    end_write(S, field, handle, tx_id, object, err);
+}
 
+// Goes through the read path once more, as a `_get` of the field would.
 template <const Structure &S, std::size_t I>
 void set_value(kel_handle *handle, std::uint32_t tx_id, void *object,
-               PlainValue<S.fields[I].kind> value, std::uint32_t *err);
+               PlainValue<S.fields[I].kind> value, std::uint32_t *err) {
+    constexpr const Field &field = S.fields[I];
+    if (!begin_write(S, field, handle, tx_id, object, err)) return;
+    void *access = get<S, I>(handle, tx_id, object, err);
+    if (*err != 0) return;
+    if (access == nullptr) {
+        report(handle, err, error_not_found);
+        return;
+    }
+    Value<field.kind>::set_value(field, handle, tx_id, access, value, err);
+    end_write(S, field, handle, tx_id, object, err);
+}
 
 }  // namespace tarn::object
 

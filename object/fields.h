@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+// Walking a structure's fields, and what every worker asks of an object.
+#ifndef TARNBASE_OBJECT_FIELDS_H
+#define TARNBASE_OBJECT_FIELDS_H
+
+#include <cstdint>
+
+#include "frame/schema.h"
+
+namespace tarn::object {
+
+// A field that is an object with a header of its own.
+constexpr bool is_embedded(FieldKind kind) {
+    return kind == FieldKind::boolean || kind == FieldKind::enumeration || owns_state(kind);
+}
+
+// For `for (const Field &field : fields_of(type))`.
+struct FieldRange {
+    const Field *first;
+    const Field *last;
+    const Field *begin() const { return first; }
+    const Field *end() const { return last; }
+};
+inline FieldRange fields_of(const Structure &type) {
+    return {type.fields, type.fields + type.field_count};
+}
+
+// The address of a field; null in a null object.
+inline void *place_of(const Field &field, void *object) {
+    return object == nullptr ? nullptr : static_cast<char *>(object) + field.offset;
+}
+inline const void *place_of(const Field &field, const void *object) {
+    return object == nullptr ? nullptr : static_cast<const char *>(object) + field.offset;
+}
+
+inline kel_object *header(void *object) { return static_cast<kel_object *>(object); }
+inline const kel_object *header(const void *object) {
+    return static_cast<const kel_object *>(object);
+}
+
+// The descriptor that the variant services are asked with; null of a null object.
+inline const kel_type_info *descriptor_of(const void *object) {
+    return object == nullptr ? nullptr : header(object)->descriptor;
+}
+
+// The variant of a structure's instance; 0 of a null object.
+inline std::int8_t variant_of(const void *object) {
+    return static_cast<std::int8_t>(kel_get_instance_variant(object, 1, 0));
+}
+
+// The variant that the handle's domain uses for the descriptor's type.
+inline std::int8_t domain_variant(kel_handle *handle, const kel_type_info *descriptor,
+                                  std::uint32_t *err) {
+    return static_cast<std::int8_t>(
+        kel_domain_lookup_variant(handle, &handle->variant_domain, descriptor, err));
+}
+
+}  // namespace tarn::object
+
+#endif

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+// Variants: the numbered revisions of a type, and the modified marks.
+#include "frame/conventions.h"
+#include "object/fields.h"
+#include "object/object.h"
+#include "object/value_operations.h"
+
+namespace tarn::object {
+
+std::int8_t variant_data_index_cap(Type type, std::int8_t variant) {
+    return variant > type.top_variant ? type.top_variant : variant;
+}
+
+std::int32_t adjust_variant(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
+                            std::uint32_t *err) {
+    return kellib_adjust_variant(handle, tx_id, object, descriptor_of(object), type.top_variant,
+                                 err);
+}
+
+// A domain may know more of the type than this library: a variant above the top
+// one makes every field number valid.
+std::uint32_t is_valid_cr(Type type, kel_handle *handle, std::uint32_t field_index) {
+    std::int32_t needed = 0;
+    while (needed <= type.top_variant && field_index >= type.field_numbers[needed]) ++needed;
+    if (needed == 0) return 1;
+    return domain_variant(handle, type.descriptor, &handle->last_error) >= needed ? 1 : 0;
+}
+
+// The fields behind the first marked one keep their marks.
+std::uint32_t type_type_backpropagate(Type type, kel_handle *handle, std::uint32_t tx_id,
+                                      void *object, std::uint32_t *err) {
+    if (!enter(handle, err)) return 0;
+    if (object == nullptr) {
+        trace_type(KEL_TRACE_INFO, "(info): backpropagate: Null pointer to %s type", type.name);
+        return 0;
+    }
+    const std::uint32_t own = kel_get_instance_modified(object, 1, 0);
+    std::uint32_t found = 0;
+    for (const Field &field : fields_of(type)) {
+        if (field.kind == FieldKind::array) continue;
+        found = operations(field).backpropagate(field, handle, tx_id, place_of(field, object), err);
+        if (found != 0) break;
+    }
+    if (own == 0) return found;
+    kel_set_instance_modified(object, 1, 0, 0);
+    return 1;
+}
+
+}  // namespace tarn::object
