@@ -42,20 +42,6 @@ void set_all(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
 
 namespace {
 
-// Gives up the texts that the destination holds, before its bytes are replaced.
-void release_texts(Type type, kel_handle *handle, std::uint32_t tx_id, void *object) {
-    static constexpr kel_vstring empty = {};
-    for (const Field &field : fields_of(type)) {
-        void *place = place_of(field, object);
-        if (field.kind == FieldKind::structure) {
-            release_texts(*field.structure, handle, tx_id, place);
-        } else if (field.kind == FieldKind::vstring) {
-            std::uint32_t slot = 0;
-            operations(field).set(field, handle, tx_id, place, &empty, &slot);
-        }
-    }
-}
-
 // Brings the destination's place of its state block back into the copied header,
 // and copies the block. False: tracking is on and the source has no block.
 bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
@@ -74,10 +60,20 @@ bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destin
     return true;
 }
 
-// With `fresh`, the destination was not overwritten with the source's bytes
-// before, so that its texts are its own to give up.
-void copy_whole(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
-                const void *source, bool fresh, std::uint32_t *err) {
+}  // namespace
+
+void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
+                  const void *source, std::uint32_t *err) {
+    for (const Field &field : fields_of(type)) {
+        if (!owns_state(field.kind)) continue;
+        operations(field).set(field, handle, tx_id, place_of(field, destination),
+                              place_of(field, source), err);
+    }
+}
+
+// Runs with an error set too: two objects that show one text are of no use.
+void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, const void *source,
+         std::uint32_t *err) {
     adjust_variant(type, handle, tx_id, destination, err);
     if (destination == source) return;
     if (destination == nullptr || source == nullptr) {
@@ -86,34 +82,11 @@ void copy_whole(Type type, kel_handle *handle, std::uint32_t tx_id, void *destin
     }
     const std::uint8_t flags_before = header(destination)->flags;
     log_write(handle, tx_id, destination, type.plain_size);
-    if (fresh) release_texts(type, handle, tx_id, destination);
     std::memcpy(destination, source, type.plain_size);
     if (!copy_state(type, handle, tx_id, destination, source, flags_before, err)) return;
-    // An error from before must not leave two objects with one text.
     std::uint32_t slot = 0;
     own_embedded(type, handle, tx_id, destination, source, &slot);
     if (*err == 0) *err = slot;
-}
-
-}  // namespace
-
-void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
-                  const void *source, std::uint32_t *err) {
-    for (const Field &field : fields_of(type)) {
-        if (!owns_state(field.kind)) continue;
-        void *place = place_of(field, destination);
-        const void *from = place_of(field, source);
-        if (field.kind == FieldKind::structure) {
-            copy_whole(*field.structure, handle, tx_id, place, from, false, err);
-        } else {
-            operations(field).set(field, handle, tx_id, place, from, err);
-        }
-    }
-}
-
-void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, const void *source,
-         std::uint32_t *err) {
-    copy_whole(type, handle, tx_id, destination, source, true, err);
 }
 
 std::int32_t compare(Type type, const void *a, const void *b) { return type.compare(a, b); }

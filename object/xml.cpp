@@ -62,10 +62,8 @@ std::uint32_t to_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const c
     Output out = {buffer, buffer_len};
     out.at += start_tag(handle, tx_id, buffer, name, buffer_len, state_flag, err);
     write_fields(type, handle, tx_id, object, variant, tracked, out, err);
-    // The closing tag is due whatever became of the fields.
-    std::uint32_t slot = 0;
-    out.at += end_tag(handle, tx_id, out.place(), name, out.remaining(), &slot);
-    if (*err == 0) *err = slot;
+    // Due whatever became of the fields: the service runs with an error set too.
+    out.at += end_tag(handle, tx_id, out.place(), name, out.remaining(), err);
     return out.at;
 }
 
