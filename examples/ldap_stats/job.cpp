@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "job.h"
+
+#include <utility>
+
+namespace ldap_stats {
+namespace {
+
+// The name of a server whose log ends before it tells of a connection.
+constexpr const char *kUnnamed = "slapd";
+
+// Anyone may write a line that reads as something else that slapd says, or as more of a banner.
+bool only_slapd_writes(LineKind kind) {
+    return kind != LineKind::blank && kind != LineKind::other && kind != LineKind::continuation;
+}
+
+}  // namespace
+
+Job::Job(JobOptions options, std::ostream &messages)
+    : options_(std::move(options)), messages_(messages) {}
+
+void Job::take(const Piece &batch) {
+    const auto sink = [this](const NumberedLine &line) { take_line(line); };
+    if (batch.new_text) lines_.finish(sink);
+    lines_.add(batch.bytes, sink);
+    store_batch();
+}
+
+void Job::finish() {
+    lines_.finish([this](const NumberedLine &line) { take_line(line); });
+    if (!recognised_ && line_count_ > 0) refuse();
+    if (recognised_ && !options_.server && !tally_.name()) options_.server = kUnnamed;
+    store_batch();
+}
+
+void Job::take_line(const NumberedLine &line) {
+    if (line.too_long) {
+        complain(line.number, {excerpt(line.text),
+                               "a line of at most " + std::to_string(kLongestLine) + " bytes"});
+        return;
+    }
+    const auto parsed = parse_line(line.text);
+    if (const auto *error = std::get_if<LineError>(&parsed)) {
+        complain(line.number, *error);
+        return;
+    }
+    const LogLine &known = std::get<LogLine>(parsed);
+    const LineKind before = std::exchange(last_kind_, known.kind);
+    if (known.kind == LineKind::blank) return;
+    if (known.kind == LineKind::continuation && before != LineKind::banner &&
+        before != LineKind::continuation) {
+        complain(line.number, {excerpt(line.text), "a line that goes on only behind the banner"});
+        return;
+    }
+    ++line_count_;
+    understood(known.kind);
+    tally_.count(known);
+}
+
+void Job::understood(LineKind kind) {
+    if (recognised_ || !only_slapd_writes(kind)) return;
+    recognised_ = true;
+    for (const std::string &text : held_) messages_ << text;
+    held_.clear();
+}
+
+void Job::complain(uint64_t number, const LineError &error) {
+    last_kind_ = LineKind::other;
+    ++line_count_;
+    ++malformed_;
+    std::string text = options_.log + ":" + std::to_string(number) + ": found \"" + error.found +
+                       "\", expected " + error.expected + "\n";
+    if (recognised_) {
+        messages_ << text;
+        return;
+    }
+    held_.push_back(std::move(text));
+    if (held_.size() >= kLinesBeforeRefusal) refuse();
+}
+
+void Job::refuse() const {
+    std::string text = options_.log + " is no slapd log: none of its first " +
+                       std::to_string(line_count_) +
+                       " lines tells of the server's start, of a connection or of an operation, "
+                       "as slapd writes them with \"loglevel stats\"";
+    if (!held_.empty()) text += "\n" + held_.front().substr(0, held_.front().size() - 1);
+    throw NotASlapdLog(text);
+}
+
+void Job::store_batch() {
+    if (!recognised_ || line_count_ == stored_line_count_) return;
+    const std::optional<std::string> &name = options_.server ? options_.server : tally_.name();
+    if (!name) return;  // counted, and stored once the server is known by its name
+    const uint64_t count = line_count_ - stored_line_count_;
+    try {
+        store_as(*name);
+    } catch (const example::StoreError &error) {
+        throw example::StoreError(options_.store + ": " + error.what() + "; the last batch, of " +
+                                  std::to_string(count) + " lines, is not stored");
+    }
+    stored_line_count_ = line_count_;
+    if (options_.verbose)
+        messages_ << "stored " << line_count_ << " lines as " << *name << std::endl;
+}
+
+void Job::store_as(const std::string &name) {
+    if (!keeper_) {
+        keeper_.emplace(options_.store);
+        if (const auto stored = keeper_->read(name)) tally_.adopt(*stored);
+    }
+    Server server = tally_.server();
+    if (options_.timeout) server.req_timeout = *options_.timeout;
+    keeper_->write(name, server);
+    name_ = name;
+}
+
+Report Job::report() const {
+    Report report{.lines = line_count_, .malformed = malformed_, .name = name_, .server = {}};
+    if (name_) report.server = keeper_->read(*name_).value_or(Server{});
+    return report;
+}
+
+}  // namespace ldap_stats

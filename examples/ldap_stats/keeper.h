@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Keeps servers in the tables tbl_ldap_stats, tbl_ldap_summary and tbl_ldap_conn of a store file.
+#ifndef EXAMPLES_LDAP_STATS_KEEPER_H
+#define EXAMPLES_LDAP_STATS_KEEPER_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "common/session.h"
+#include "counters.h"
+
+namespace ldap_stats {
+
+class Keeper {
+ public:
+    // Opens the store file, or makes it, and its tables. Throws example::StoreError, as do all.
+    explicit Keeper(const std::string &path);
+
+    // What is stored of a server; none if no table knows it.
+    std::optional<Server> read(const std::string &name) const;
+    // Stores a server, in one transaction. If that fails the store is as it was before.
+    void write(const std::string &name, const Server &server);
+
+    const example::Session &session() const { return session_; }
+
+ private:
+    example::Session session_;
+    kel_table *stats_;
+    kel_table *summary_;
+    kel_table *conn_;
+};
+
+}  // namespace ldap_stats
+
+#endif

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How many connections are open, counted from a log whose lines come out of order: slapd's
+// threads write side by side, so that a connection can be told closed before it is told opened.
+#ifndef EXAMPLES_LDAP_STATS_OPEN_CONNECTIONS_H
+#define EXAMPLES_LDAP_STATS_OPEN_CONNECTIONS_H
+
+#include <cstdint>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace ldap_stats {
+
+class OpenConnections {
+ public:
+    // `count` connections were open before the log begins; their numbers aren't known.
+    void adopt(uint64_t count);
+    void opened(uint64_t connection);
+    void closed(uint64_t connection);
+    // The server starts or stops: nothing is open, and numbers begin anew.
+    void clear();
+    uint64_t count() const { return open_.size() + unnamed_; }
+
+ private:
+    bool take_unnamed();
+
+    std::unordered_set<uint64_t> open_;
+    // Closed, but not yet opened: true if it was taken for one of the unnamed.
+    std::unordered_map<uint64_t, bool> closed_early_;
+    uint64_t unnamed_ = 0;
+};
+
+}  // namespace ldap_stats
+
+#endif

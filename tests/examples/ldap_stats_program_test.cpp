@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "process.h"
+#include "temporary_directory.h"
+
+namespace example_test {
+namespace {
+
+using Json = nlohmann::json;
+
+class LdapStatsProgram : public testing::Test {
+ protected:
+    Outcome stats(std::vector<std::string> arguments, const std::string &input = "") {
+        arguments.insert(arguments.begin(), {LDAP_STATS, "--store", store});
+        return run(std::move(arguments), input);
+    }
+
+    TemporaryDirectory directory;
+    std::string store = directory / "store";
+};
+
+TEST_F(LdapStatsProgram, TheRecordingIsSummedUpForAReader) {
+    const Outcome outcome = stats({RECORDING});
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out,
+              "read        93 lines, 0 malformed\n"
+              "server      ldap://127.0.0.1:3389, stopped, 0 connections open, request timeout 0\n"
+              "messages    33 sent, 36 received\n"
+              "binds       11 requests, 11 results, 10 succeeded, 1 failed\n"
+              "searches    7 requests, 7 results, 14 entries, 7 succeeded, 0 failed\n"
+              "compares    1 requests, 1 results, 0 missing attributes\n"
+              "extended    1 requests, 1 results\n"
+              "delay       271 us on average, 1658 us at most\n");
+}
+
+TEST_F(LdapStatsProgram, StandardInputAndAFileGiveTheSame) {
+    const std::string log = read_file(RECORDING);
+    const Outcome file = stats({"--json", RECORDING});
+    std::filesystem::remove(store);
+    const Outcome named = stats({"--json", "-"}, log);
+    std::filesystem::remove(store);
+    const Outcome unnamed = stats({"--json"}, log);
+    EXPECT_EQ(file.exit_code, 0);
+    EXPECT_EQ(Json::parse(file.out)["lines"], 93);
+    EXPECT_EQ(named.out, file.out);
+    EXPECT_EQ(unnamed.out, file.out);
+}
+
+TEST_F(LdapStatsProgram, ALogInTwoPartsGivesWhatItGivesInOne) {
+    const std::string log = read_file(RECORDING);
+    const size_t middle = log.find("conn=1005");
+    ASSERT_NE(middle, std::string::npos);
+    const size_t start_of_line = log.rfind('\n', middle) + 1;
+    Json whole = Json::parse(stats({"--json", RECORDING}).out);
+    std::filesystem::remove(store);
+    const Outcome first = stats({"--json"}, log.substr(0, start_of_line));
+    EXPECT_EQ(Json::parse(first.out)["tbl_ldap_summary"]["status"], true);
+    Json second = Json::parse(stats({"--json"}, log.substr(start_of_line)).out);
+    for (const char *part : {"lines", "malformed"}) {
+        whole.erase(part);
+        second.erase(part);
+    }
+    Json &mean = second["tbl_ldap_stats"]["avg_resp_delay"];
+    EXPECT_NEAR(mean.get<double>(), whole["tbl_ldap_stats"]["avg_resp_delay"].get<double>(), 1);
+    mean = whole["tbl_ldap_stats"]["avg_resp_delay"];
+    EXPECT_EQ(second, whole);
+}
+
+TEST_F(LdapStatsProgram, MalformedLinesAreReportedAndSkipped) {
+    const std::string path = directory / "log";
+    const std::string log = read_file(RECORDING);
+    const size_t end_of_third = log.find('\n', log.find("slapd starting")) + 1;
+    write_file(path, log.substr(0, end_of_third) + "out of place\n" + log.substr(end_of_third) +
+                         "6b00fd0a.1 0x1 conn=5 op=1 RESULT tag=97 err=\n");
+    const Outcome outcome = stats({"--json", path});
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(outcome.err,
+              path +
+                  ":4: found \"out of place\", expected a line of slapd's: TIME THREAD "
+                  "MESSAGE, or syslog's slapd[PID]: \n" +
+                  path + ":95: found \"\", expected the number of an LDAP result\n");
+    Json json = Json::parse(outcome.out);
+    EXPECT_EQ(json["lines"], 95);
+    EXPECT_EQ(json["malformed"], 2);
+    EXPECT_EQ(json["tbl_ldap_stats"]["total_bind_resp"], 11);
+}
+
+TEST_F(LdapStatsProgram, MalformedLinesAreAFailureWhenAskedToBeStrict) {
+    const std::string log = read_file(RECORDING);
+    EXPECT_EQ(stats({"--strict"}, log).exit_code, 0);
+    EXPECT_EQ(stats({"--strict"}, log + "nonsense\n").exit_code, 1);
+}
+
+TEST_F(LdapStatsProgram, ATextThatIsNoSlapdLogIsRefused) {
+    const Outcome outcome = stats({"-"}, "Dear Sir or Madam,\nthis is a letter.\n");
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(outcome.err.starts_with("ldap_stats: standard input is no slapd log"))
+        << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(store));
+}
+
+TEST_F(LdapStatsProgram, AnotherTextLeavesTheStoreAsItWas) {
+    ASSERT_EQ(stats({RECORDING}).exit_code, 0);
+    const std::string before = read_file(store);
+    EXPECT_EQ(stats({LDAP_STATS}).exit_code, 3);
+    EXPECT_EQ(read_file(store), before);
+}
+
+TEST_F(LdapStatsProgram, AnEmptyLogIsNoErrorAndStoresNothing) {
+    const Outcome outcome = stats({"--json"});
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(Json::parse(outcome.out), Json::parse(R"({"server":null,"lines":0,"malformed":0})"));
+    EXPECT_FALSE(std::filesystem::exists(store));
+}
+
+TEST_F(LdapStatsProgram, ALogThatIsNotThereIsToldByName) {
+    const std::string path = directory / "missing";
+    const Outcome outcome = stats({path});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_EQ(outcome.err, "ldap_stats: " + path + ": No such file or directory\n");
+    EXPECT_EQ(stats({directory / "."}).exit_code, 4);
+}
+
+TEST_F(LdapStatsProgram, AFileThatIsNoStoreIsToldByNameAndKept) {
+    write_file(store, "no store");
+    const Outcome outcome = stats({RECORDING});
+    EXPECT_EQ(outcome.exit_code, 5);
+    EXPECT_NE(outcome.err.find(store), std::string::npos) << outcome.err;
+    EXPECT_EQ(read_file(store), "no store");
+}
+
+TEST_F(LdapStatsProgram, TheServersNameAndTimeoutCanBeGiven) {
+    const Outcome outcome = stats({"--server", "main", "--timeout", "30", "--json", RECORDING});
+    const Json json = Json::parse(outcome.out);
+    EXPECT_EQ(json["server"], "main");
+    EXPECT_EQ(json["tbl_ldap_summary"]["req_timeout"], 30);
+}
+
+TEST_F(LdapStatsProgram, WrongArgumentsAreRefused) {
+    EXPECT_EQ(run({LDAP_STATS}).exit_code, 2);
+    EXPECT_EQ(stats({"--from-end", RECORDING}).exit_code, 2);
+    EXPECT_EQ(stats({"--timeout", "-1", RECORDING}).exit_code, 2);
+    EXPECT_EQ(stats({"--frobnicate"}).exit_code, 2);
+    EXPECT_FALSE(std::filesystem::exists(store));
+}
+
+TEST_F(LdapStatsProgram, HelpTellsWhatIsCountedAndTheExitCodes) {
+    const Outcome help = run({LDAP_STATS, "--help"});
+    EXPECT_EQ(help.exit_code, 0);
+    for (const char *text : {"--store", "sent ", "received ", "Exit code: 0"})
+        EXPECT_NE(help.out.find(text), std::string::npos) << text;
+    const Outcome version = run({LDAP_STATS, "--version"});
+    EXPECT_EQ(version.exit_code, 0);
+    EXPECT_TRUE(version.out.starts_with("ldap_stats "));
+}
+
+}  // namespace
+}  // namespace example_test
