@@ -59,8 +59,8 @@ TEST_F(Follow, AnotherProcessReadsEachBatchWhileTheLogGrows) {
     EXPECT_EQ(shown("total_bind_req"), "1");
     EXPECT_EQ(shown("total_msg_sent"), "1");
 
-    append_file(log, recorded(8, 21));
-    ASSERT_TRUE(stats.wait_for(stored(20)));
+    append_file(log, recorded(8, 22));
+    ASSERT_TRUE(stats.wait_for(stored(21)));
     EXPECT_EQ(shown("num_conns"), "0");
     EXPECT_EQ(shown("total_msg_sent"), "7");
 

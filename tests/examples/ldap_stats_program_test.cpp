@@ -35,7 +35,7 @@ TEST_F(LdapStatsProgram, TheRecordingIsSummedUpForAReader) {
               "searches    7 requests, 7 results, 14 entries, 7 succeeded, 0 failed\n"
               "compares    1 requests, 1 results, 0 missing attributes\n"
               "extended    1 requests, 1 results\n"
-              "delay       271 us on average, 1658 us at most\n");
+              "delay       303 us on average, 1658 us at most\n");
 }
 
 TEST_F(LdapStatsProgram, StandardInputAndAFileGiveTheSame) {
