@@ -5,7 +5,9 @@
 #ifndef EXAMPLES_COMMON_LDAP_TABLES_H
 #define EXAMPLES_COMMON_LDAP_TABLES_H
 
-#include "tarnbase/tarnbase.h"
+#include "tarnbase/tables/tbl_ldap_conn.h"
+#include "tarnbase/tables/tbl_ldap_stats.h"
+#include "tarnbase/tables/tbl_ldap_summary.h"
 
 namespace example {
 

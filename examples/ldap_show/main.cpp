@@ -81,7 +81,7 @@ ExitCode round_trip(const example::Session &first, const Arguments &arguments) {
                                         ? example::Session::create_private()
                                         : example::Session::create(arguments.copy_to);
     file.store_in(second);
-    const ldap_show::Comparison comparison = compare(first, second);
+    const ldap_show::Comparison comparison = ldap_show::compare(first, second);
     std::cout << comparison.equal << " records equal, " << comparison.differences.size()
               << " different\n";
     for (const std::string &difference : comparison.differences) std::cout << difference << '\n';

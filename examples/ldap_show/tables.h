@@ -9,19 +9,20 @@
 #include <string>
 
 #include "common/session.h"
+#include "tarnbase/tables/tbl_ldap_conn.h"
 
 namespace ldap_show {
 
-// A table's functions, of which this program needs these.
+// The functions of a table that this program needs; all tables have them in these forms.
 struct LdapTable {
     const char *name;
-    kel_table *(*open)(kel_handle *, uint32_t, const char *, uint32_t, uint32_t *);
-    kel_record *(*get_first)(kel_handle *, uint32_t, kel_table *, uint32_t *);
-    kel_record *(*get_next)(kel_handle *, uint32_t, kel_table *, kel_record *, uint32_t *);
-    uint32_t (*print)(kel_handle *, uint32_t, char *, kel_record *, uint32_t, uint32_t *);
-    uint32_t (*to_xml)(kel_handle *, uint32_t, char *, kel_record *, uint32_t, uint32_t *);
-    kel_record *(*from_xml)(kel_handle *, uint32_t, void *, uint32_t *, char *, uint32_t);
-    void (*insert)(kel_handle *, uint32_t, kel_table *, kel_record *, uint32_t *);
+    decltype(tbl_ldap_conn_table_open) *open;
+    decltype(tbl_ldap_conn_st_ldap_conn_sname_get_first) *get_first;
+    decltype(tbl_ldap_conn_st_ldap_conn_sname_get_next) *get_next;
+    decltype(tbl_ldap_conn_table_record_print) *print;
+    decltype(tbl_ldap_conn_table_record_to_xml) *to_xml;
+    decltype(tbl_ldap_conn_table_record_from_xml) *from_xml;
+    decltype(tbl_ldap_conn_insert) *insert;
     const kel_vstring *(*key)(kel_handle *, kel_record *);
     int32_t (*compare)(kel_handle *, kel_record *, kel_handle *, kel_record *);
 };
