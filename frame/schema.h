@@ -71,6 +71,13 @@ struct Structure {
     std::uint32_t (*hash)(const void *object, std::uint32_t seed);
 };
 
+// The storage of a structure's fallback object: `Size` bytes, zeroed.
+template <std::uint32_t Size>
+struct Fallback {
+    kel_object object;
+    unsigned char rest[Size - sizeof(kel_object)];
+};
+
 struct Enumerator {
     const char *name;
     std::uint32_t user_value;

@@ -1,0 +1,68 @@
+# SPDX-License-Identifier: Apache-2.0
+# From a schema to a library.
+#
+#   tarnbase_schema(<target> MODULE <file> [SHARDS <n>])
+#     Runs the schema compiler at build time and compiles what it makes into the
+#     object library <target>; linking to it gives the generated headers too. Its
+#     property TARNBASE_OUT is the output folder.
+#
+#   tarnbase_library(<target> SCHEMA <schema target> [OUTPUT_NAME <name>])
+#     A shared library of the rooms frame, object and table and of a schema. It
+#     exports what the schema compiler lists and nothing else.
+
+function(tarnbase_schema target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "MODULE;SHARDS" "")
+  if(NOT arg_SHARDS)
+    set(arg_SHARDS 4)
+  endif()
+  get_filename_component(module ${arg_MODULE} ABSOLUTE)
+  set(out ${CMAKE_CURRENT_BINARY_DIR}/${target})
+
+  # Only these names are known before the compiler has run. Of them, schema.h and
+  # the shards change with any header or stamp, so that the build notices.
+  set(sources ${out}/module.cpp ${out}/layout_check.cpp)
+  math(EXPR last "${arg_SHARDS} - 1")
+  foreach(i RANGE ${last})
+    list(APPEND sources ${out}/shard_${i}.cpp)
+  endforeach()
+  add_custom_command(
+    OUTPUT ${out}/made
+    BYPRODUCTS ${sources} ${out}/include/tarnbase/tarnbase.h ${out}/include/tarnbase/schema.h
+               ${out}/exports.txt ${out}/exports.map ${out}/layout.txt
+    COMMAND tarnc ${module} --out ${out} --shards ${arg_SHARDS}
+            --depfile ${out}/made.d --depfile-target ${out}/made
+    COMMAND ${CMAKE_COMMAND} -E touch ${out}/made
+    DEPENDS tarnc ${module}
+    DEPFILE ${out}/made.d
+    COMMENT "Compiling the schema of ${target}"
+    VERBATIM)
+  add_custom_target(${target}_made DEPENDS ${out}/made)
+
+  tarnbase_room(${target} ${sources})
+  add_dependencies(${target} ${target}_made)
+  target_include_directories(${target} PUBLIC ${out}/include PRIVATE ${out})
+  set_target_properties(${target} PROPERTIES TARNBASE_OUT ${out})
+endfunction()
+
+function(tarnbase_library target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SCHEMA;OUTPUT_NAME" "")
+  get_target_property(out ${arg_SCHEMA} TARNBASE_OUT)
+  add_library(${target} SHARED
+    $<TARGET_OBJECTS:tarnbase_frame> $<TARGET_OBJECTS:tarnbase_object>
+    $<TARGET_OBJECTS:tarnbase_table> $<TARGET_OBJECTS:${arg_SCHEMA}>)
+  add_dependencies(${target} ${arg_SCHEMA}_made)
+  if(arg_OUTPUT_NAME)
+    set_target_properties(${target} PROPERTIES OUTPUT_NAME ${arg_OUTPUT_NAME})
+  endif()
+  # The linker of C: a reference to the C++ library must not slip in. The runtime's
+  # services stay undefined until a program brings a runtime, so nothing here may
+  # ask for all symbols to be defined.
+  set_target_properties(${target} PROPERTIES
+    LINKER_LANGUAGE C
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${out}/exports.map)
+  target_link_options(${target} PRIVATE LINKER:--version-script=${out}/exports.map)
+  target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${out}/include>)
+  target_link_libraries(${target} INTERFACE tarnbase_headers)
+endfunction()

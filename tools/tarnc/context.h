@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// What templates and catalogues see of an item: names and numbers, ready to write.
+#ifndef TARNC_CONTEXT_H
+#define TARNC_CONTEXT_H
+
+#include "model.h"
+#include "render.h"
+
+namespace tarnc {
+
+Context context_of(const Schema &schema, const Structure &structure);
+Context context_of(const Schema &schema, const Enumeration &enumeration);
+Context context_of(const Schema &schema, const Table &table);
+
+// The schema file that an item stands in, as seen from the module file.
+std::string origin(const Schema &schema, const Place &place);
+
+// "{0x09, 0xf0, ...}" on two lines.
+std::string bytes_of(const std::string &luid);
+
+// A name that can stand for an argument or a member: not a keyword.
+std::string safe_name(const std::string &name);
+
+}  // namespace tarnc
+
+#endif

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+// The checked schema: every name is looked up, every offset, position, size and
+// identity is computed. Templates only write down what stands here.
+#ifndef TARNC_MODEL_H
+#define TARNC_MODEL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "source.h"
+
+namespace tarnc {
+
+struct Structure;
+struct Enumeration;
+
+// In the order of the workers' field kinds, whose names these are.
+enum class FieldKind {
+    u_int8,
+    u_int16,
+    u_int32,
+    u_int64,
+    int32,
+    int64,
+    boolean,
+    enumeration,
+    vstring,
+    address,
+    structure,
+    array,
+};
+
+// What holds for every field of a built-in type.
+struct BuiltIn {
+    const char *name;  // in the schema
+    FieldKind kind;
+    const char *worker;  // the enumerator of the workers' FieldKind
+    const char *access;  // the C type that a `_get` gives access to
+    const char *plain;   // the C type of the plain value; null if it has none
+    std::uint32_t size;
+    std::uint32_t alignment;
+    std::uint32_t state;  // its share of the state block
+};
+// Null if no built-in type has the name.
+const BuiltIn *find_built_in(const std::string &name);
+
+struct Identity {
+    std::string luid;
+    std::string digest;
+};
+
+struct Field {
+    std::string name;
+    std::string meaning;
+    std::string type;  // as the schema names it
+    Place place;
+    FieldKind kind = FieldKind::u_int8;
+    const BuiltIn *built_in = nullptr;  // of an array: its elements'
+    const Enumeration *enumeration = nullptr;
+    const Structure *structure = nullptr;
+    std::uint32_t elements = 0;  // of an array
+    int first_variant = 0;
+    std::size_t number = 0;  // its place among the fields
+    std::uint32_t offset = 0;
+    std::uint32_t size = 0;
+    std::uint32_t state = 0;  // position in the state block
+
+    bool has_plain_value() const { return kind <= FieldKind::enumeration; }
+};
+
+struct Variant {
+    std::uint32_t used = 0;           // bytes up to the end of its last field
+    std::uint32_t field_numbers = 0;  // valid in a domain of this variant
+};
+
+struct Structure {
+    std::string name;
+    std::string meaning;
+    Place place;
+    Identity identity;
+    std::vector<Field> fields;
+    std::vector<Variant> variants;
+    std::uint32_t plain_size = 0;
+    std::uint32_t state_length = 0;
+
+    int top_variant() const { return static_cast<int>(variants.size()) - 1; }
+};
+
+struct Enumerator {
+    std::string name;
+    std::string meaning;
+    std::uint32_t value = 0;
+};
+
+struct Enumeration {
+    std::string name;
+    std::string meaning;
+    Place place;
+    Identity identity;
+    std::vector<Enumerator> enumerators;
+};
+
+struct Table {
+    std::string name;
+    std::string meaning;
+    Place place;
+    Identity identity;
+    Identity record_identity;
+    const Structure *type = nullptr;
+    const Structure *key_type = nullptr;  // null on a table keyed by a field
+    const Field *key_field = nullptr;     // null on a table keyed by a structure
+
+    // The part of an operation's name that stands for the key.
+    std::string key() const {
+        return key_type != nullptr ? key_type->name + "_" : type->name + "_" + key_field->name;
+    }
+    // The same in a message.
+    std::string key_label() const {
+        return key_type != nullptr ? key_type->name + " " : type->name + " " + key_field->name;
+    }
+    // The type of the object that carries a key outside a record.
+    const Structure &key_carrier() const { return key_type != nullptr ? *key_type : *type; }
+};
+
+// Deques, so that items can point to each other.
+struct Schema {
+    std::string module;
+    std::deque<Structure> structures;      // in the order of the descriptor list
+    std::deque<Enumeration> enumerations;  // likewise
+    std::deque<Table> tables;              // likewise
+    std::vector<std::string> files;
+
+    std::vector<const Table *> tables_by_luid() const;
+};
+
+}  // namespace tarnc
+
+#endif

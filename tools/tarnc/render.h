@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+// Templates, which the build embeds, and the layout of what they give.
+#ifndef TARNC_RENDER_H
+#define TARNC_RENDER_H
+
+#include <kainjow/mustache.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnc {
+
+using Context = kainjow::mustache::data;
+
+// The text of templates/<name>; the build makes it.
+std::string_view template_text(std::string_view name);
+
+std::string render(std::string_view template_name, const Context &context);
+
+// `head`, the pieces one after the other, and `tail`, on lines of at most 100
+// characters; later lines start with `indent` blanks. Pieces stay whole.
+std::string fill(const std::string &head, const std::vector<std::string> &pieces,
+                 const std::string &tail, std::size_t indent);
+
+// A function's head: its arguments lined up behind the bracket if there is room.
+std::string prototype(const std::string &head, const std::vector<std::string> &arguments,
+                      const std::string &tail);
+
+// A comment of one or more paragraphs, in the manner of C.
+std::string comment(const std::vector<std::string> &paragraphs);
+
+// Cuts at each `separator` that stands outside brackets, and trims the pieces.
+std::vector<std::string> split(const std::string &text, char separator);
+
+std::string trim(const std::string &text);
+
+}  // namespace tarnc
+
+#endif

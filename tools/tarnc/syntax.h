@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a schema says, as it is written: names are not looked up yet.
+#ifndef TARNC_SYNTAX_H
+#define TARNC_SYNTAX_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "source.h"
+
+namespace tarnc::syntax {
+
+struct Number {
+    std::uint64_t value = 0;
+    Place place;
+};
+
+struct Field {
+    Name type;
+    std::optional<Number> elements;  // `u_int8[1440]`
+    Name name;
+    std::string meaning;
+};
+
+// A `variant N` section; the first one, variant 0, has no line of its own.
+struct Variant {
+    Number number;
+    std::optional<Number> field_numbers;
+    std::vector<Field> fields;
+};
+
+// The `luid` and `digest` lines of an item.
+struct Identity {
+    std::optional<Name> luid;
+    std::optional<Name> digest;
+};
+
+struct Structure {
+    Name name;
+    std::string meaning;
+    Identity identity;
+    std::vector<Variant> variants;
+};
+
+struct Enumerator {
+    Name name;
+    Number value;
+    std::string meaning;  // may be empty
+};
+
+struct Enumeration {
+    Name name;
+    std::string meaning;
+    Identity identity;
+    std::vector<Enumerator> enumerators;
+};
+
+struct Table {
+    Name name;
+    Name type;
+    std::string meaning;
+    bool keyed_by_structure = false;
+    std::optional<Name> key;
+    Identity identity;
+    Identity record_identity;
+};
+
+struct Schema {
+    std::optional<Name> module;
+    std::string meaning;
+    std::vector<Structure> structures;
+    std::vector<Enumeration> enumerations;
+    std::vector<Table> tables;
+    std::optional<Place> order_place;
+    std::vector<Name> order;
+    std::vector<std::string> files;  // all that were read, the module file first
+};
+
+}  // namespace tarnc::syntax
+
+#endif

@@ -1,0 +1,55 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Made by tarnc from {{origin}}; changes belong there.
+#ifndef TARNBASE_MODEL_{{type}}_H
+#define TARNBASE_MODEL_{{type}}_H
+
+#include "frame/schema.h"
+{{#includes}}
+#include "model/{{item}}.h"
+{{/includes}}
+#include "object/order.h"
+#include "tarnbase/types/{{type}}.h"
+
+namespace tarn::model {
+
+extern Fallback<{{plain_size}}> {{type}}_fallback;
+
+inline constexpr Field {{type}}_fields[] = {
+{{#fields}}
+    {
+        .name = "{{field}}",
+        .kind = FieldKind::{{worker_kind}},
+        .first_variant = {{first_variant}},
+        .offset = {{offset}},
+        .state = {{state}},
+        .elements = {{elements}},
+        .descriptor = {{descriptor}},
+        .enumeration = {{enumeration}},
+        .structure = {{structure}},
+    },
+{{/fields}}
+};
+
+inline constexpr std::uint32_t {{type}}_field_numbers[] = {
+{{#variants}}
+    {{field_numbers}},  // variant {{variant}}
+{{/variants}}
+};
+
+inline constexpr Structure {{type}} = {
+    .name = "{{type}}",
+    .descriptor = &_{{type}}_type_info_internal,
+    .fallback = &{{type}}_fallback.object,
+    .plain_size = {{plain_size}},
+    .state_length = {{state_length}},
+    .top_variant = {{top_variant}},
+    .field_count = {{field_count}},
+    .fields = {{type}}_fields,
+    .field_numbers = {{type}}_field_numbers,
+    .compare = &tarn::object::compare_fields<{{type}}_fields>,
+    .hash = &tarn::object::hash_fields<{{type}}_fields>,
+};
+
+}  // namespace tarn::model
+
+#endif
