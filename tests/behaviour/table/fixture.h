@@ -1,0 +1,105 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A store with one open table of any kind, and the few steps that all tests of
+// tables take.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_TABLE_FIXTURE_H
+#define TARNBASE_TESTS_BEHAVIOUR_TABLE_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/table/spies.h"
+#include "tests/behaviour/table/subject.h"
+#include "tests/support/fixture.h"
+#include "tests/support/hooks.h"
+#include "tests/support/trace.h"
+
+namespace tarn::test {
+
+// A table and a mode of the handle.
+struct Case {
+    const Subject *subject;
+    Mode mode;
+};
+
+void PrintTo(const Case &parameter, std::ostream *out);
+std::vector<Case> all_cases();    // every table in every mode
+std::vector<Case> table_cases();  // every table, plain handle
+std::string case_name(const ::testing::TestParamInfo<Case> &info);
+
+// A key to search with: `value` for the keyed forms, `object` for the forms that
+// take an object. It lives in the store and is gone with this.
+class Key {
+ public:
+    Key(const Subject &subject, kel_handle *handle, u32 number);
+    ~Key();
+    Key(const Key &) = delete;
+    Key &operator=(const Key &) = delete;
+
+    const void *value() const { return value_.value; }
+    void *object() const { return holder_; }
+
+ private:
+    const Subject &subject_;
+    kel_handle *handle_;
+    void *holder_;
+    KeyValue value_;
+};
+
+class TableFixture {
+ protected:
+    TableFixture(const Subject &subject, Mode mode);
+    ~TableFixture();
+
+    // A record with its objects attached, not in the index.
+    kel_record *make(u32 key, u32 src = KEL_SOURCE_DEFAULT, u32 value = 0);
+    // The same, inserted.
+    kel_record *put(u32 key, u32 src = KEL_SOURCE_DEFAULT, u32 value = 0);
+    void insert(kel_record *record);
+    void remove(kel_record *record);
+    void destroy(kel_record *record);
+    kel_record *find(u32 key, u32 src = KEL_SOURCE_DEFAULT);
+    u32 key_of(kel_record *record);
+    u32 begin();
+    void rollback();
+    void commit();
+    // Sets the pending bit as the runtime does it.
+    void set_pending(kel_record *record);
+    void *key_holder(kel_record *record);
+
+    const Subject &s;
+    Session session;
+    kel_handle *const handle;
+    u32 tx = KEL_TX_NONE;
+    u32 err = 0;
+    kel_table *table = nullptr;
+};
+
+class TableTest : public ::testing::TestWithParam<Case>, protected TableFixture {
+ protected:
+    TableTest() : TableFixture(*GetParam().subject, GetParam().mode) {}
+};
+
+// On tbl_ldap_conn, with a plain handle.
+class LdapTest : public ::testing::Test, protected TableFixture {
+ protected:
+    LdapTest() : TableFixture(ldap_conn, Mode::plain) {}
+};
+
+#define TARN_EACH_TABLE_AND_MODE(suite)                                                     \
+    INSTANTIATE_TEST_SUITE_P(Tables, suite, ::testing::ValuesIn(::tarn::test::all_cases()), \
+                             ::tarn::test::case_name)
+#define TARN_EACH_TABLE(suite)                                                                \
+    INSTANTIATE_TEST_SUITE_P(Tables, suite, ::testing::ValuesIn(::tarn::test::table_cases()), \
+                             ::tarn::test::case_name)
+
+// Runs `body` in a process of its own: a table's root cache is as wide as the
+// process, so that a process can open tables by id in one store only.
+void in_own_process(const std::function<void()> &body);
+
+}  // namespace tarn::test
+
+#endif

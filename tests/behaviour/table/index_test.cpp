@@ -1,0 +1,389 @@
+// SPDX-License-Identifier: Apache-2.0
+// Insert and delete: tree, link, counters and flags, in this order.
+#include <cstring>
+#include <string>
+
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+constexpr char modified_text[] = "(verbose): Record was modified. Done resetting modified bit.";
+
+class InsertDelete : public TableTest {
+ protected:
+    std::string text(const std::string &before, const std::string &after) {
+        return "(ERR): " + before + s.name + after;
+    }
+    std::string exists() {
+        return text("", std::string(" insert record exists for ") + s.key_label);
+    }
+    std::string not_found() {
+        return text("", std::string(" delete, record not found for ") + s.key_label);
+    }
+    void expect_write(const HookEvent &event, const void *address, std::size_t length) {
+        EXPECT_EQ(event.hook, Hook::write_log);
+        EXPECT_EQ(event.address, address);
+        EXPECT_EQ(event.length, length);
+        EXPECT_EQ(event.tx_id, tx);
+    }
+};
+TARN_EACH_TABLE_AND_MODE(InsertDelete);
+
+TEST_P(InsertDelete, InsertLinksTheRecordAndCountsIt) {
+    kel_record *record = make(1, 7);
+    s.plain.insert(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(record->table, table);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
+    EXPECT_EQ(table->record_count, 1U);
+    EXPECT_EQ(table->src_counts[7], 1U);
+    EXPECT_EQ(table->src_counts[1], 0U);
+    EXPECT_NE(table->index_root, nullptr);
+    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
+    EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+}
+
+TEST_P(InsertDelete, InsertAnnouncesEachStoreBeforeIt) {
+    kel_record *record = make(1, 7);
+    // Nothing is modified, so that only the insert itself has something to tell.
+    s.plain.is_modified(handle, tx, record, &err);
+    begin();
+    HookRecorder hooks(handle);
+    spies.clear();
+    spies.hooks = &hooks;
+    s.plain.insert(handle, tx, table, record, &err);
+    ASSERT_EQ(hooks.events.size(), 4U);
+    expect_write(hooks.events[0], &record->table, 8);
+    expect_write(hooks.events[1], &table->record_count, 4);
+    expect_write(hooks.events[2], &table->src_counts[7], 4);
+    expect_write(hooks.events[3], &record->flags, 1);
+    EXPECT_EQ(hooks.events[0].before, std::vector<u8>(8, 0));
+    EXPECT_EQ(hooks.events[1].before, std::vector<u8>(4, 0));
+    EXPECT_EQ(hooks.events[2].before, std::vector<u8>(4, 0));
+    EXPECT_EQ(hooks.events[3].before, std::vector<u8>(1, 0));
+    EXPECT_EQ(spies.of("e_avl_insert").at(0).hooks, 0U);
+    EXPECT_EQ(spies.of("e_avl_insert").at(0).tx_id, tx);
+    EXPECT_EQ(spies.of("e_avl_insert").at(0).subject, &record->index_node);
+    EXPECT_EQ(spies.of("mt_get_tenant_id").back().hooks, 3U);
+    commit();
+}
+
+TEST_P(InsertDelete, ARecordWithTheSameKeyAndSourceIsRefused) {
+    put(1);
+    kel_record *second = make(1);
+    second->flags = KEL_RECORD_PKEY_INSERTED;
+    const kel_record before = *second;
+    TraceCapture trace;
+    HookRecorder hooks(handle);
+    s.plain.insert(handle, tx, table, second, &err);
+    EXPECT_EQ(err, 17U);
+    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, exists()), 1U) << trace.all();
+    EXPECT_EQ(0, std::memcmp(&before, second, s.record_size()));
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_EQ(table->record_count, 1U);
+    err = 0;
+    s.plain.pkey_insert(handle, tx, table, second, &err);
+    EXPECT_EQ(err, 17U);
+    EXPECT_EQ(s.cr.insert(handle, table, second), 17U);
+}
+
+TEST_P(InsertDelete, TheSameKeyCanStandOncePerSource) {
+    kel_record *first = put(1);
+    kel_record *second = put(1, 7);
+    EXPECT_EQ(table->record_count, 2U);
+    EXPECT_EQ(find(1), first);
+    EXPECT_EQ(find(1, 7), second);
+    const Key key(s, handle, 1);
+    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), first);
+}
+
+TEST_P(InsertDelete, AnEmptyKeyIsAKeyLikeAnyOther) {
+    kel_record *records[2];
+    for (kel_record *&record : records) {
+        record = s.plain.create_record(handle, tx, &err);
+        s.object.set(handle, tx, record, s.object.create(handle, tx));
+        if (s.has_key_object()) {
+            s.key_object.set(handle, tx, record, s.key_object.create(handle, tx));
+        }
+    }
+    put(2);
+    insert(records[0]);
+    EXPECT_EQ(s.by_key.first(handle, tx, table, &err), records[0]);
+    s.plain.insert(handle, tx, table, records[1], &err);
+    EXPECT_EQ(err, 17U);
+}
+
+TEST_P(InsertDelete, InsertByKeySetsItsBitAndPlainInsertClearsIt) {
+    kel_record *record = make(1);
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
+    remove(record);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
+
+    record->flags = KEL_RECORD_PKEY_INSERTED | KEL_RECORD_PENDING_DESTROY | KEL_RECORD_HD_MAPPED;
+    s.unsafe.insert(handle, tx, table, record, &err);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_HD_MAPPED);
+    remove(record);
+
+    record->flags = KEL_RECORD_PENDING_DESTROY;
+    s.unsafe.pkey_insert(handle, tx, table, record, &err);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_P(InsertDelete, AnInsertedRecordCountsAsNotModified) {
+    kel_record *record = make(1, 1, 5);
+    TraceCapture trace;
+    insert(record);
+    EXPECT_EQ(trace.count(KEL_TRACE_VERBOSE, modified_text), s.has_key_object() ? 2U : 1U)
+        << trace.all();
+    EXPECT_EQ(s.plain.is_modified(handle, tx, record, &err), 0U);
+    remove(record);
+    insert(record);
+    EXPECT_EQ(trace.count(KEL_TRACE_VERBOSE, modified_text), s.has_key_object() ? 2U : 1U);
+}
+
+TEST_P(InsertDelete, DeleteTakesTheRecordOutAndLeavesTheIndexBit) {
+    kel_record *record = put(1, 7);
+    put(2);
+    spies.clear();
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(record->table, nullptr);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
+    EXPECT_EQ(record->ref_count, 1U);
+    EXPECT_EQ(table->record_count, 1U);
+    EXPECT_EQ(table->src_counts[7], 0U);
+    EXPECT_EQ(table->src_counts[1], 1U);
+    EXPECT_EQ(find(1, 7), nullptr);
+    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
+}
+
+TEST_P(InsertDelete, DeleteKeepsTheBitOfAPendingRecord) {
+    kel_record *record = put(1);
+    set_pending(record);
+    remove(record);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_PENDING_DESTROY);
+    insert(record);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
+}
+
+TEST_P(InsertDelete, DeleteAnnouncesEachStoreBeforeIt) {
+    kel_record *record = make(1, 7);
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    begin();
+    HookRecorder hooks(handle);
+    spies.clear();
+    spies.hooks = &hooks;
+    s.unsafe.remove(handle, tx, table, record, &err);
+    ASSERT_EQ(hooks.events.size(), 4U);
+    expect_write(hooks.events[0], &record->table, 8);
+    expect_write(hooks.events[1], &record->flags, 1);
+    expect_write(hooks.events[2], &table->record_count, 4);
+    expect_write(hooks.events[3], &table->src_counts[7], 4);
+    EXPECT_EQ(0, std::memcmp(hooks.events[0].before.data(), &table, 8));
+    EXPECT_EQ(hooks.events[1].before[0], KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
+    EXPECT_EQ(hooks.events[2].before[0], 1U);
+    EXPECT_EQ(hooks.events[3].before[0], 1U);
+    EXPECT_EQ(spies.of("e_avl_delete").at(0).hooks, 0U);
+    EXPECT_EQ(spies.of("e_avl_delete").at(0).tx_id, tx);
+    commit();
+}
+
+TEST_P(InsertDelete, DeleteStoresNoFlagsWithoutTheBit) {
+    kel_record *record = put(1);
+    HookRecorder hooks(handle);
+    remove(record);
+    EXPECT_EQ(hooks.events.size(), 3U);
+    EXPECT_FALSE(hooks.announced(&record->flags, 1));
+}
+
+TEST_P(InsertDelete, ARecordThatWasNeverInsertedIsNotFoundButSetOutside) {
+    put(2);
+    kel_record *record = make(1);
+    record->flags = KEL_RECORD_PKEY_INSERTED;
+    record->table = table;
+    TraceCapture trace;
+    HookRecorder hooks(handle);
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, not_found()), 1U) << trace.all();
+    EXPECT_EQ(record->table, nullptr);
+    EXPECT_EQ(record->flags, 0U);
+    EXPECT_EQ(hooks.events.size(), 2U);
+    EXPECT_EQ(table->record_count, 1U);
+    err = 0;
+    insert(record);
+    EXPECT_EQ(find(1), record);
+}
+
+TEST_P(InsertDelete, ARecordThatEqualsAnotherInTheTreeIsNotTakenForIt) {
+    kel_record *inside = put(1);
+    kel_record *outside = make(1);
+    s.plain.remove(handle, tx, table, outside, &err);
+    EXPECT_EQ(err, 2U);
+    err = 0;
+    EXPECT_EQ(find(1), inside);
+    EXPECT_EQ(table->record_count, 1U);
+}
+
+TEST_P(InsertDelete, ARecordOfAReplicatedTableIsTheEnginesToDelete) {
+    kel_record *record = put(1);
+    kel_table_set_replication(handle, tx, table, 1, 0);
+    TraceCapture trace;
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
+                          text("",
+                               "_delete() cannot be direclty used when the table is marked "
+                               "for replication")),
+              1U)
+        << trace.all();
+    EXPECT_EQ(record->table, table);
+    EXPECT_EQ(table->record_count, 1U);
+    err = 0;
+    EXPECT_EQ(find(1), record);
+
+    handle->replication_engine_active = 1;
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(find(1), nullptr);
+    handle->replication_engine_active = 0;
+}
+
+TEST_P(InsertDelete, ACountThatIsZeroAlreadyIsTracedAndLeftAlone) {
+    kel_thread_set_tenant(5);
+    kel_record *record = put(1, 7);
+    table->record_count = 0;
+    spies.clear();
+    {
+        TraceCapture trace;
+        s.plain.remove(handle, tx, table, record, &err);
+        EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, text("", " delete: record count already 0!")))
+            << trace.all();
+    }
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(table->record_count, 0U);
+    EXPECT_EQ(table->src_counts[7], 1U);
+    EXPECT_EQ(record->table, nullptr);
+
+    insert(record);
+    table->record_count = 3;
+    table->src_counts[7] = 0;
+    spies.clear();
+    TraceCapture trace;
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, text("", " delete: src(7) record count already 0!")))
+        << trace.all();
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(table->record_count, 3U);
+    EXPECT_EQ(table->src_counts[7], 0U);
+    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
+    EXPECT_EQ(find(1, 7), nullptr);
+}
+
+TEST_P(InsertDelete, ATenantsCounterFollowsItsInsertsAndDeletes) {
+    kel_thread_set_tenant(5);
+    kel_record *record = make(1, 7);
+    spies.clear();
+    insert(record);
+    ASSERT_EQ(spies.count("keldb_update_tenant_counter"), 1U);
+    EXPECT_EQ(spies.of("keldb_update_tenant_counter").at(0).arguments, (std::vector<u64>{1, 5, 7}));
+    EXPECT_EQ(table->record_count, 1U);
+    EXPECT_EQ(table->src_counts[7], 1U);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 1U);
+    // The tenant that counts is the caller's, not the record's.
+    kel_thread_set_tenant(6);
+    spies.clear();
+    remove(record);
+    EXPECT_EQ(spies.of("keldb_update_tenant_counter").at(0).arguments, (std::vector<u64>{0, 6, 7}));
+    EXPECT_EQ(table->record_count, 0U);
+    EXPECT_EQ(record->tenant_id, 5U);
+}
+
+TEST_P(InsertDelete, AnErrorOfTheTenantCounterDoesNotStopAnInsert) {
+    kel_thread_set_tenant(5);
+    kel_record *record = make(1);
+    spies.wishes.tenant_counter_error = 12;
+    s.plain.insert(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
+    EXPECT_EQ(table->record_count, 1U);
+    err = 0;
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(table->record_count, 0U);
+}
+
+TEST_P(InsertDelete, InsertMovesAnArmedWriteCursorAsItsLastStep) {
+    kel_table_set_replication(handle, tx, table, 1, 0);
+    put(0);
+    EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+    kel_table_set_replication(handle, tx, table, 0, 1);
+    put(1);
+    EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+    kel_table_set_replication(handle, tx, table, 1, 1);
+    kel_record *record = put(2);
+    ASSERT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 1U);
+    const Call call = spies.of("keldb_enq_rec_move_write_cursor_internal").at(0);
+    EXPECT_EQ(call.subject, record);
+    EXPECT_EQ(call.arguments, std::vector<u64>{KEL_RECORD_IN_INDEX});
+
+    spies.wishes.cursor_error = 12;
+    record = make(0, 7);
+    s.plain.insert(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(record->table, table);
+}
+
+TEST_P(InsertDelete, EnteredWithAnErrorChangeNothing) {
+    kel_record *inside = put(1);
+    kel_record *outside = make(2);
+    handle->last_error = 22;
+    err = 5;
+    spies.clear();
+    HookRecorder hooks(handle);
+    s.plain.insert(handle, tx, table, outside, &err);
+    s.unsafe.insert(handle, tx, table, outside, &err);
+    s.plain.pkey_insert(handle, tx, table, outside, &err);
+    s.plain.remove(handle, tx, table, inside, &err);
+    EXPECT_EQ(err, 5U);
+    EXPECT_EQ(s.cr.insert(handle, table, outside), 22U);
+    EXPECT_EQ(s.cr.remove(handle, table, inside, 0), 22U);
+    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_TRUE(spies.calls.empty());
+}
+
+TEST_P(InsertDelete, TheCrFormsAnswerTheLastError) {
+    begin();
+    handle->cr_tx_id = tx;
+    kel_record *record = make(1);
+    HookRecorder hooks(handle);
+    EXPECT_EQ(s.cr.insert(handle, table, record), 0U);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
+    EXPECT_EQ(s.cr.insert(handle, table, record), 17U);
+    kel_clear_last_error(handle);
+    EXPECT_EQ(s.cr.remove(handle, table, record, 0), 0U);
+    EXPECT_EQ(record->ref_count, 1U);
+    EXPECT_EQ(hooks.count(Hook::free), 0U);
+    for (const HookEvent &event : hooks.of(Hook::write_log)) EXPECT_EQ(event.tx_id, tx);
+    EXPECT_EQ(s.cr.insert(handle, table, record), 0U);
+    EXPECT_EQ(s.cr.remove(handle, table, record, 1), 0U);
+    EXPECT_EQ(hooks.of(Hook::free).back().address, record);
+    handle->cr_tx_id = KEL_TX_NONE;
+    commit();
+}
+
+TEST_P(InsertDelete, ADeleteWithDestroyClearsTheErrorOfTheDelete) {
+    kel_record *record = make(1);
+    EXPECT_EQ(s.cr.remove(handle, table, record, 1), 0U);
+    EXPECT_EQ(handle->last_error, 0U);
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+// Tables opened by id. A table's root cache is as wide as the process, hence
+// each of these tests runs in a process of its own.
+#include <string>
+
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class OpenById : public TableTest {
+ protected:
+    std::string root_key() { return std::string("__kel_TBI__") + s.luid_text; }
+    kel_table_id_root *root() {
+        return static_cast<kel_table_id_root *>(loam_get_key(handle->arena, root_key().c_str()));
+    }
+};
+TARN_EACH_TABLE_AND_MODE(OpenById);
+
+TEST_P(OpenById, FindsABlockAgainByItsId) {
+    in_own_process([&] {
+        kel_table *made = s.plain.open_by_id(handle, tx, 42, 0, &err);
+        ASSERT_NE(made, nullptr);
+        EXPECT_EQ(made->table_id, 42U);
+        EXPECT_EQ(made->open_mode, KEL_OPEN_BY_ID);
+        EXPECT_STREQ(made->table_name, "");
+        EXPECT_EQ(table->toc_next, made);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 42, 0, &err), made);
+        EXPECT_EQ(s.unsafe.open_by_id(handle, tx, 42, 1, &err), made);
+        EXPECT_EQ(s.unsafe.open_by_ior_with_id(handle, tx, 42, 7, 1, &err), made);
+        EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_ID, nullptr, 42), made);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 43, 1, &err), nullptr);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(root()->id_table_count, 1U);
+    });
+}
+
+TEST_P(OpenById, NumbersAutomaticIdsFromZeroUpAndNeverBack) {
+    in_own_process([&] {
+        kel_table *first = s.plain.open_auto_id(handle, tx, 0, &err);
+        ASSERT_NE(first, nullptr);
+        EXPECT_EQ(first->table_id, 0U);
+        EXPECT_EQ(first->open_mode, KEL_OPEN_AUTO_ID);
+        EXPECT_EQ(s.unsafe.open_auto_id(handle, tx, 0, &err)->table_id, 1U);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 70, 0, &err)->table_id, 70U);
+        kel_table *fourth = s.plain.dynamic_open_auto_id(handle, tx, 0, &err);
+        EXPECT_EQ(fourth->table_id, 3U);
+        EXPECT_EQ(root()->next_id, 4U);
+        EXPECT_EQ(root()->id_table_count, 4U);
+
+        s.plain.free(handle, tx, fourth, &err);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(root()->id_table_count, 3U);
+        EXPECT_EQ(root()->next_id, 4U);
+        EXPECT_EQ(s.plain.open_auto_id(handle, tx, 0, &err)->table_id, 4U);
+        // An automatic id's block is found by that id.
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 0, 1, &err), first);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 3, 1, &err), nullptr);
+    });
+}
+
+TEST_P(OpenById, DoesNotNoticeAnAutomaticIdThatWasGivenBefore) {
+    in_own_process([&] {
+        kel_table *given = s.plain.open_by_id(handle, tx, 1, 0, &err);
+        kel_table *automatic = s.plain.open_auto_id(handle, tx, 0, &err);
+        EXPECT_EQ(automatic->table_id, 1U);
+        EXPECT_NE(automatic, given);
+        EXPECT_EQ(err, 0U);
+    });
+}
+
+TEST_P(OpenById, WithOpenOnlyMakesTheRootAllTheSame) {
+    in_own_process([&] {
+        EXPECT_EQ(root(), nullptr);
+        EXPECT_EQ(s.plain.open_auto_id(handle, tx, 1, &err), nullptr);
+        EXPECT_EQ(err, 0U);
+        ASSERT_NE(root(), nullptr);
+        EXPECT_EQ(root()->next_id, 0U);
+        EXPECT_EQ(root()->id_table_count, 0U);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 1, &err), nullptr);
+        EXPECT_EQ(s.plain.dynamic_open_auto_id(handle, tx, 1, &err), nullptr);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(table->toc_next, nullptr);
+    });
+}
+
+TEST_P(OpenById, MakesRootAndBlockOutsideTheCallersTransaction) {
+    in_own_process([&] {
+        begin();
+        HookRecorder hooks(handle);
+        spies.clear();
+        kel_table *made = s.plain.open_by_id(handle, tx, 9, 0, &err);
+        const auto allocations = hooks.of(Hook::alloc);
+        ASSERT_EQ(allocations.size(), 2U);
+        EXPECT_EQ(allocations[0].address, root());
+        EXPECT_EQ(allocations[0].length, sizeof(kel_table_id_root));
+        EXPECT_EQ(allocations[0].tx_id, KEL_TX_NONE);
+        EXPECT_EQ(allocations[1].address, made);
+        EXPECT_EQ(allocations[1].tx_id, KEL_TX_NONE);
+        EXPECT_EQ(hooks.count(Hook::write_log), 0U);
+        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_FIND").at(0).tx_id, KEL_TX_NONE);
+        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_FIND").at(0).arguments, std::vector<u64>{9});
+        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_INSERT").at(0).tx_id, KEL_TX_NONE);
+        EXPECT_EQ(spies.of("loam_set_key").at(0).text, root_key());
+        EXPECT_EQ(spies.count("loam_set_key"), 1U);
+        rollback();
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 9, 1, &err), made);
+        s.plain.free(handle, 7, made, &err);
+        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_REMOVE").at(0).tx_id, 7U);
+    });
+}
+
+TEST_P(OpenById, AsksTheStoreForTheRootOnce) {
+    in_own_process([&] {
+        spies.clear();
+        s.plain.open_by_id(handle, tx, 1, 0, &err);
+        s.plain.open_by_id(handle, tx, 2, 0, &err);
+        s.plain.open_auto_id(handle, tx, 0, &err);
+        EXPECT_EQ(spies.count("loam_get_key"), 1U);
+        EXPECT_EQ(spies.of("loam_get_key").at(0).text, root_key());
+    });
+}
+
+TEST_P(OpenById, AnAutomaticIdSearchesNothing) {
+    in_own_process([&] {
+        s.plain.open_auto_id(handle, tx, 0, &err);
+        EXPECT_EQ(spies.count("tbi_rb_tree_LM_RB_FIND"), 0U);
+    });
+}
+
+TEST_P(OpenById, TellsTheMappingOfIorAndDynamic) {
+    in_own_process([&] {
+        spies.clear();
+        s.plain.open_by_ior_with_id(handle, tx, 5, 77, 0, &err);
+        s.plain.dynamic_open_auto_id(handle, tx, 0, &err);
+        s.unsafe.dynamic_open_auto_id(handle, tx, 0, &err);
+        s.cr.open(handle, 0, KEL_OPEN_AUTO_ID, nullptr, 0);
+        const auto mappings = spies.of("kel_oid_mapping_create");
+        ASSERT_EQ(mappings.size(), 4U);
+        EXPECT_EQ(mappings[0].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 77}));
+        EXPECT_EQ(mappings[1].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 1, 0}));
+        EXPECT_EQ(mappings[2].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 1, 0}));
+        EXPECT_EQ(mappings[3].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0}));
+    });
+}
+
+TEST_P(OpenById, KeepsARootThatTheStoreRefuses) {
+    in_own_process([&] {
+        TraceCapture trace;
+        spies.wishes.set_key = 0;
+        kel_table *made = s.plain.open_by_id(handle, tx, 5, 0, &err);
+        ASSERT_NE(made, nullptr);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): Setting tbi root failed\n"), 1U)
+            << trace.all();
+        spies.wishes.set_key.reset();
+        EXPECT_EQ(root(), nullptr);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 1, &err), made);
+    });
+}
+
+TEST_P(OpenById, WithoutMemoryReportsTwelveAndKeepsARootThatWasMade) {
+    in_own_process([&] {
+        HookRecorder hooks(handle);
+        hooks.fail_allocations(true);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 0, &err), nullptr);
+        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(handle->last_error, 12U);
+        EXPECT_EQ(root(), nullptr);
+        hooks.fail_allocations(false);
+        err = 0;
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 1, &err), nullptr);
+        hooks.fail_allocations(true);
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 0, &err), nullptr);
+        EXPECT_EQ(err, 12U);
+        EXPECT_NE(root(), nullptr);
+        EXPECT_EQ(root()->next_id, 0U);
+    });
+}
+
+TEST_P(OpenById, FreeWithoutARootReportsTwoAndLeavesTheBlockOnTheList) {
+    in_own_process([&] {
+        table->open_mode = KEL_OPEN_BY_ID;
+        s.plain.free(handle, tx, table, &err);
+        EXPECT_EQ(err, 2U);
+        EXPECT_EQ(handle->last_error, 2U);
+        EXPECT_EQ(kel_store_first_table(session.store()), table);
+    });
+}
+
+TEST_P(OpenById, FreedBlocksAreCountedAndGivenBack) {
+    in_own_process([&] {
+        kel_table *made = s.plain.open_auto_id(handle, tx, 0, &err);
+        kel_variant_usage &usage = made->descriptor->variant_info->variants[0];
+        const u64 destroyed = usage.destroyed;
+        HookRecorder hooks(handle);
+        s.unsafe.free(handle, tx, made, &err);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(usage.destroyed, destroyed + 1);
+        EXPECT_EQ(hooks.of(Hook::free).at(0).address, made);
+        EXPECT_EQ(spies.count("loam_delete_key"), 0U);
+        EXPECT_EQ(table->toc_next, nullptr);
+    });
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,411 @@
+// SPDX-License-Identifier: Apache-2.0
+// Tables opened by name: how a block is made, found, counted and freed.
+#include <cstring>
+#include <string>
+
+#include "tarnbase/tarnbase.h"
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class Open : public TableTest {
+ protected:
+    std::string stored_name(const std::string &name) { return name + "/" + s.luid_text; }
+    u64 created() { return table->descriptor->variant_info->variants[0].created; }
+    u64 destroyed() { return table->descriptor->variant_info->variants[0].destroyed; }
+};
+TARN_EACH_TABLE_AND_MODE(Open);
+
+TEST_P(Open, MakesAZeroedBlockThatKnowsItsName) {
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(stored_name("t"), table->table_name);
+    EXPECT_STREQ(table->descriptor->kind, "table");
+    EXPECT_STREQ(table->descriptor->name, s.name);
+    EXPECT_EQ(table->descriptor == s.table_descriptor, GetParam().mode != Mode::store_types);
+    EXPECT_EQ(table->open_mode, KEL_OPEN_BY_NAME);
+    EXPECT_EQ(table->table_id, 0U);
+    EXPECT_EQ(table->record_count, 0U);
+    for (const u32 count : table->src_counts) EXPECT_EQ(count, 0U);
+    EXPECT_EQ(table->variant, 0);
+    EXPECT_EQ(table->created_variant, 0);
+    EXPECT_EQ(table->range_word, 0U);
+    EXPECT_EQ(table->index_root, nullptr);
+    EXPECT_EQ(table->replication_marked, 0U);
+    EXPECT_EQ(table->write_cursor_armed, 0U);
+}
+
+TEST_P(Open, PutsTheBlockAtTheEndOfTheTableList) {
+    EXPECT_EQ(kel_store_first_table(session.store()), table);
+    kel_table *second = s.plain.open(handle, tx, "second", 0, &err);
+    EXPECT_EQ(table->toc_next, second);
+    EXPECT_EQ(second->toc_prev, &table->toc_next);
+    EXPECT_EQ(second->toc_next, nullptr);
+    kel_table_list *list = kellib_database_table_toc_create(handle, tx, &err);
+    EXPECT_EQ(list->first, table);
+    EXPECT_EQ(list->last, &second->toc_next);
+}
+
+TEST_P(Open, OfTheSameNameAnswersTheSameBlockAndCountsItOnce) {
+    const u64 before = created();
+    const u64 blocks = session.blocks();
+    EXPECT_EQ(s.plain.open(handle, tx, "t", 0, &err), table);
+    EXPECT_EQ(s.unsafe.open(handle, tx, "t", 0, &err), table);
+    EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
+    EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, "t", 0), table);
+    EXPECT_EQ(created(), before);
+    EXPECT_EQ(session.blocks(), blocks);
+    EXPECT_NE(s.plain.open(handle, tx, "other", 0, &err), table);
+    EXPECT_EQ(created(), before + 1);
+}
+
+TEST_P(Open, WithOpenOnlyAnswersNullWithoutAnErrorWhenNothingIsThere) {
+    const u64 blocks = session.blocks();
+    const u64 before = created();
+    HookRecorder hooks(handle);
+    EXPECT_EQ(s.plain.open(handle, tx, "absent", 1, &err), nullptr);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(handle->last_error, 0U);
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_EQ(session.blocks(), blocks);
+    EXPECT_EQ(created(), before);
+    EXPECT_EQ(table->toc_next, nullptr);
+}
+
+TEST_P(Open, MakesTheBlockOutsideTheCallersTransaction) {
+    begin();
+    HookRecorder hooks(handle);
+    spies.clear();
+    kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
+    ASSERT_NE(made, nullptr);
+    const auto allocations = hooks.of(Hook::alloc);
+    ASSERT_EQ(allocations.size(), 1U);
+    EXPECT_EQ(allocations[0].address, made);
+    EXPECT_EQ(allocations[0].length, sizeof(kel_table));
+    EXPECT_EQ(allocations[0].tx_id, KEL_TX_NONE);
+    EXPECT_EQ(hooks.count(Hook::write_log), 0U);
+    EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
+    EXPECT_EQ(spies.of("kellib_database_table_toc_create").at(0).tx_id, KEL_TX_NONE);
+    const Call range = spies.of("loam_set_range").at(0);
+    EXPECT_EQ(range.tx_id, KEL_TX_NONE);
+    EXPECT_EQ(range.subject, &made->range_word);
+    EXPECT_EQ(range.arguments, std::vector<u64>{8});
+    const Call mapping = spies.of("kel_oid_mapping_create").at(0);
+    EXPECT_EQ(mapping.tx_id, tx);
+    EXPECT_EQ(mapping.subject, made);
+    EXPECT_EQ(mapping.arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0}));
+    EXPECT_EQ(
+        spies.order({"ptrail_module_init_fn", "kellib_database_table_toc_create", "loam_get_key",
+                     "loam_set_range", "loam_set_key", "kel_oid_mapping_create"}),
+        "ptrail_module_init_fn kellib_database_table_toc_create loam_get_key "
+        "loam_set_range loam_set_key kel_oid_mapping_create");
+    rollback();
+    EXPECT_EQ(s.plain.open(handle, tx, "made", 1, &err), made);
+}
+
+TEST_P(Open, HandsTheIorToTheMapping) {
+    spies.clear();
+    kel_table *made = s.plain.open_by_ior_with_name(handle, tx, "ior", 0x123456789abcULL, 0, &err);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->open_mode, KEL_OPEN_BY_NAME);
+    EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).arguments,
+              (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0x123456789abcULL}));
+    EXPECT_EQ(s.unsafe.open_by_ior_with_name(handle, tx, "ior", 0, 1, &err), made);
+}
+
+TEST_P(Open, TakesAPathAsItIs) {
+    kel_table *made = s.plain.open(handle, tx, "a/path", 0, &err);
+    EXPECT_STREQ(made->table_name, "a/path");
+    EXPECT_EQ(s.plain.open(handle, tx, "a/path", 1, &err), made);
+}
+
+TEST_P(Open, CutsAPathTo255BytesWithoutAnError) {
+    const std::string path = "x/" + std::string(300, 'p');
+    kel_table *made = s.plain.open(handle, tx, path.c_str(), 0, &err);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(path.substr(0, 255), made->table_name);
+    // What differs behind the cut is the same table.
+    EXPECT_EQ(s.plain.open(handle, tx, (path + "y").c_str(), 1, &err), made);
+}
+
+TEST_P(Open, RefusesANameWhoseKeyDoesNotFit) {
+    const std::string longest(255 - 33, 'n');
+    kel_table *made = s.plain.open(handle, tx, longest.c_str(), 0, &err);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(stored_name(longest), made->table_name);
+
+    const std::string longer = longest + "n";
+    EXPECT_EQ(s.plain.open(handle, tx, longer.c_str(), 0, &err), nullptr);
+    EXPECT_EQ(err, 7U);
+    EXPECT_EQ(handle->last_error, 7U);
+
+    err = 0;
+    const std::string path = "n/" + longer.substr(2);
+    EXPECT_NE(s.plain.open(handle, tx, path.c_str(), 0, &err), nullptr);
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_P(Open, TakesANullNameLikeAnyNameWithoutAPath) {
+    kel_table *made = s.plain.open(handle, tx, nullptr, 0, &err);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(s.plain.open(handle, tx, nullptr, 1, &err), made);
+    EXPECT_EQ(stored_name("(null)"), made->table_name);
+}
+
+TEST_P(Open, EnteredWithAnErrorChangesNothing) {
+    handle->last_error = 22;
+    err = 5;
+    spies.clear();
+    HookRecorder hooks(handle);
+    EXPECT_EQ(s.plain.open(handle, tx, "other", 0, &err), nullptr);
+    EXPECT_EQ(s.unsafe.open(handle, tx, "other", 0, &err), nullptr);
+    s.plain.close(handle, tx, table, &err);
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 5U);
+    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_TRUE(spies.calls.empty());
+}
+
+TEST_P(Open, LeavesTheErrorOfTheTableList) {
+    spies.wishes.toc_error = 12;
+    EXPECT_EQ(s.plain.open(handle, tx, "t", 0, &err), nullptr);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(spies.count("loam_set_range"), 1U);  // of the fixture's own table
+}
+
+TEST_P(Open, WithoutMemoryReportsTwelve) {
+    HookRecorder hooks(handle);
+    hooks.fail_allocations(true);
+    EXPECT_EQ(s.plain.open(handle, tx, "other", 0, &err), nullptr);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(handle->last_error, 12U);
+    hooks.fail_allocations(false);
+    err = 0;
+    EXPECT_EQ(s.plain.open(handle, tx, "other", 1, &err), nullptr);
+    EXPECT_EQ(table->toc_next, nullptr);
+}
+
+TEST_P(Open, GoesOnWhenTheStoreRefusesTheKey) {
+    TraceCapture trace;
+    spies.wishes.set_key = 0;
+    kel_table *made = s.plain.open(handle, tx, "other", 0, &err);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(err, 0U);
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): table TOC loam set key failed")) << trace.all();
+    EXPECT_EQ(table->toc_next, made);
+    EXPECT_EQ(s.plain.open(handle, tx, "other", 1, &err), nullptr);
+}
+
+TEST_P(Open, GoesOnWithoutAMapping) {
+    const std::string text =
+        std::string("(ERR): Failed to create mapping for ") + s.name + " table";
+    TraceCapture trace;
+    spies.wishes.no_mapping = true;
+    EXPECT_NE(s.plain.open(handle, tx, "null", 0, &err), nullptr);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 1U) << trace.all();
+    spies.wishes.no_mapping = false;
+    spies.wishes.mapping_error = 12;
+    EXPECT_NE(s.plain.open(handle, tx, "failed", 0, &err), nullptr);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 2U) << trace.all();
+}
+
+TEST_P(Open, CloseOnlyClearsTheLastError) {
+    const kel_table before = *table;
+    handle->last_error = 22;
+    HookRecorder hooks(handle);
+    s.plain.close(handle, tx, table, &err);
+    EXPECT_EQ(handle->last_error, 0U);
+    s.unsafe.close(handle, tx, table, &err);
+    s.cr.close(handle, table);
+    EXPECT_EQ(err, 0U);
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
+    handle->last_error = 22;
+    s.cr.close(handle, table);
+    EXPECT_EQ(handle->last_error, 22U);
+}
+
+TEST_P(Open, FreeTakesTheBlockOutOfStoreAndListAndGivesItBack) {
+    kel_table *second = s.plain.open(handle, tx, "second", 0, &err);
+    kel_table *third = s.plain.open(handle, tx, "third", 0, &err);
+    const u64 before = destroyed();
+    TraceCapture trace;
+    HookRecorder hooks(handle);
+    spies.clear();
+    s.plain.free(handle, tx, second, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(destroyed(), before + 1);
+    EXPECT_EQ(table->toc_next, third);
+    EXPECT_EQ(third->toc_prev, &table->toc_next);
+    EXPECT_EQ(spies.of("loam_delete_key").at(0).text, stored_name("second"));
+    EXPECT_EQ(spies.of("kellib_database_table_toc_create").at(0).tx_id, KEL_TX_NONE);
+    EXPECT_EQ(hooks.count(Hook::write_log), 0U);
+    EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
+    EXPECT_EQ(hooks.of(Hook::free).at(0).address, second);
+    const std::string name = s.name;
+    EXPECT_EQ(trace.count(
+                  KEL_TRACE_DEBUG,
+                  "(debug): " + name + " table free: Successfully removed OID mapping for " + name),
+              1U)
+        << trace.all();
+    EXPECT_EQ(s.plain.open(handle, tx, "second", 1, &err), nullptr);
+
+    s.unsafe.free(handle, tx, third, &err);
+    EXPECT_EQ(table->toc_next, nullptr);
+    kel_table_list *list = kellib_database_table_toc_create(handle, tx, &err);
+    EXPECT_EQ(list->last, &table->toc_next);
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(list->first, nullptr);
+    EXPECT_EQ(list->last, &list->first);
+}
+
+TEST_P(Open, FreeReportsAFailedUnmappingAndLeavesEverything) {
+    TraceCapture trace;
+    spies.wishes.unmapping_error = 22;
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
+                          std::string("(ERR): ") + s.name +
+                              " table free: Failed to request oid mapping destroy for table. "
+                              "Error " +
+                              std::strerror(22)),
+              1U)
+        << trace.all();
+    spies.wishes.unmapping_error = 0;
+    err = 0;
+    EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
+}
+
+TEST_P(Open, ATableThatIsStillReferencedStaysFullyUsable) {
+    put(3);
+    spies.wishes.request_unmapping = 0;
+    const kel_table before = *table;
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 11U);
+    EXPECT_EQ(handle->last_error, 11U);
+    EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
+    err = 0;
+    spies.wishes.request_unmapping.reset();
+    EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
+    EXPECT_NE(find(3), nullptr);
+    put(4);
+}
+
+TEST_P(Open, FreeStopsWhenTheTableListCannotBeHad) {
+    HookRecorder hooks(handle);
+    spies.wishes.toc_error = 12;
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(hooks.count(Hook::free), 0U);
+    EXPECT_EQ(kel_store_first_table(session.store()), table);
+}
+
+TEST_P(Open, CountsRecordsAltogetherAndBySource) {
+    put(0);
+    put(1);
+    put(1, 7);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 3U);
+    EXPECT_EQ(s.unsafe.get_count(handle, tx, table), 3U);
+    EXPECT_EQ(s.cr.get_count(handle, table), 3U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 1), 2U);
+    EXPECT_EQ(s.unsafe.get_count_by_src(handle, tx, table, 7), 1U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 8), 0U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 257), 2U);
+    EXPECT_EQ(spies.count("keldb_get_tenant_counter"), 0U);
+}
+
+TEST_P(Open, CountsOfANullTableAreZero) {
+    kel_thread_set_tenant(5);
+    EXPECT_EQ(s.plain.get_count(handle, tx, nullptr), 0U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, nullptr, 1), 0U);
+    EXPECT_EQ(s.cr.get_count(handle, nullptr), 0U);
+}
+
+TEST_P(Open, CountsOfATenantComeFromItsCounters) {
+    put(0);
+    kel_thread_set_tenant(5);
+    put(0);
+    put(1, 7);
+    spies.clear();
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 2U);
+    EXPECT_EQ(spies.of("keldb_get_tenant_counter").at(0).arguments, std::vector<u64>{5});
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 7), 1U);
+    EXPECT_EQ(spies.of("keldb_get_tenant_counter").at(1).arguments, (std::vector<u64>{5, 7}));
+    EXPECT_EQ(s.cr.get_count(handle, table), 2U);
+    kel_thread_set_tenant(6);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 0U);
+    kel_thread_set_tenant(0);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 3U);
+}
+
+TEST_P(Open, CountsNeitherTestNorClearAnError) {
+    handle->last_error = 22;
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 0U);
+    EXPECT_EQ(s.cr.get_count(handle, table), 0U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 1), 0U);
+    EXPECT_EQ(handle->last_error, 22U);
+}
+
+class OpenOfTwoTables : public LdapTest {};
+
+TEST_F(OpenOfTwoTables, WithTheSamePathAnswersTheBlockOfTheFirst) {
+    kel_table *first = tbl_ldap_conn_table_open(handle, tx, "shared/path", 0, &err);
+    EXPECT_EQ(tbl_ldap_stats_table_open(handle, tx, "shared/path", 0, &err), first);
+    EXPECT_STREQ(first->descriptor->name, "tbl_ldap_conn");
+    EXPECT_NE(tbl_ldap_stats_table_open(handle, tx, "t", 0, &err), table);
+}
+
+// A handle with per-store descriptors gets the descriptor that a test wants.
+class OpenDescriptors : public ::testing::Test, protected TableFixture {
+ protected:
+    OpenDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
+        descriptor = *s.table_descriptor;
+        descriptor.variant_info = &variants;
+        spies.wishes.descriptor = &descriptor;
+    }
+    kel_variant_usage usage = {1, 8, 0, 0, 0, 0};
+    kel_variant_info variants = {1, &usage};
+    kel_type_info descriptor;
+};
+
+TEST_F(OpenDescriptors, CountWhatIsMadeAndFreed) {
+    kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
+    EXPECT_EQ(made->descriptor, &descriptor);
+    EXPECT_EQ(usage.created, 1U);
+    s.plain.free(handle, tx, made, &err);
+    EXPECT_EQ(usage.destroyed, 1U);
+    EXPECT_EQ(usage.live, 0U);
+}
+
+TEST_F(OpenDescriptors, WithTooFewVariantsAreTraced) {
+    variants.variant_count = -1;
+    TraceCapture trace;
+    const std::string text = "(info): variant 0 requested only 4294967295 variants present";
+    kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
+    EXPECT_EQ(trace.count(KEL_TRACE_INFO, text), 1U) << trace.all();
+    s.plain.free(handle, tx, made, &err);
+    EXPECT_EQ(trace.count(KEL_TRACE_INFO, text), 2U) << trace.all();
+    EXPECT_EQ(usage.destroyed, 1U);
+}
+
+using OpenDeathTest = OpenDescriptors;
+
+TEST_F(OpenDeathTest, ADescriptorWithoutVariantsEndsTheProcess) {
+    kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
+    descriptor.variant_info = nullptr;
+    EXPECT_DEATH(s.plain.open(handle, tx, "other", 0, &err), "\\(FATAL\\): varinfo is NULL");
+    EXPECT_DEATH(s.plain.free(handle, tx, made, &err), "\\(FATAL\\): varinfo is NULL");
+}
+
+TEST_F(OpenDeathTest, ARefusedRangeEndsTheProcess) {
+    spies.wishes.set_range = 0;
+    EXPECT_DEATH(s.plain.open(handle, tx, "other", 0, &err), "\\(FATAL\\): loam internal error");
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+// The total order of an index: tenant, then key, then source.
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+constexpr u32 before = 0;
+constexpr u32 equal = 1;
+constexpr u32 after = 2;
+
+class Order : public TableTest {
+ protected:
+    u32 order(const kel_record *a, const kel_record *b) {
+        return s.index.compare(&a->index_node, &b->index_node);
+    }
+    kel_record *make_for(u16 tenant, u32 key, u32 src) {
+        kel_thread_set_tenant(tenant);
+        kel_record *record = make(key, src);
+        kel_thread_set_tenant(0);
+        return record;
+    }
+};
+TARN_EACH_TABLE_AND_MODE(Order);
+
+TEST_P(Order, PutsANullNodeFirst) {
+    const kel_record *record = make(1);
+    EXPECT_EQ(s.index.compare(nullptr, nullptr), equal);
+    EXPECT_EQ(s.index.compare(nullptr, &record->index_node), before);
+    EXPECT_EQ(s.index.compare(&record->index_node, nullptr), after);
+}
+
+TEST_P(Order, GoesByTenantThenKeyThenSource) {
+    const kel_record *records[] = {
+        make_for(0, 0, 1),   make_for(0, 0, 2),     make_for(0, 0, 255),
+        make_for(0, 1, 1),   make_for(0, 2, 0),     make_for(1, 0, 1),
+        make_for(1, 1, 200), make_for(0x100, 0, 1), make_for(0xffff, 0, 1)};
+    const std::size_t n = std::size(records);
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t j = 0; j < n; ++j) {
+            EXPECT_EQ(order(records[i], records[j]), i < j    ? before
+                                                     : i == j ? equal
+                                                              : after)
+                << i << " and " << j;
+        }
+    }
+}
+
+TEST_P(Order, OfKeysIsTheirsAcrossTheWholeRange) {
+    std::vector<const kel_record *> records;
+    for (u32 key = 0; key < s.keys && key < 20; ++key) records.push_back(make(key));
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        for (std::size_t j = 0; j < records.size(); ++j) {
+            EXPECT_EQ(order(records[i], records[j]), i < j    ? before
+                                                     : i == j ? equal
+                                                              : after)
+                << i << " and " << j;
+        }
+    }
+}
+
+TEST_P(Order, OfEqualKeysInDifferentRecordsIsEqual) {
+    EXPECT_EQ(order(make(1, 1, 5), make(1, 1, 6)), equal);
+}
+
+TEST_P(Order, TakesARecordWithoutItsObjectsAsTheFirst) {
+    const kel_record *empty = s.plain.create_record(handle, tx, &err);
+    const kel_record *other = s.plain.create_record(handle, tx, &err);
+    const kel_record *full = make(0);
+    EXPECT_EQ(order(empty, full), before);
+    EXPECT_EQ(order(full, empty), after);
+    EXPECT_EQ(order(empty, other), equal);
+}
+
+}  // namespace
+}  // namespace tarn::test
