@@ -9,8 +9,9 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
+#include <cstring>
 #include <new>
-#include <string>
 #include <utility>
 
 #include "runtime/store/error_text.h"
@@ -21,23 +22,38 @@ using namespace tarn::runtime;
 
 constexpr int deepest_nesting = 256;
 
-// Reports are read from the contexts; nothing goes to standard error.
-void ignore(void *, xmlErrorPtr) {}
-
-// Why we ended a parse, if it was us.
-struct Refusal {
-    const char *expected = nullptr;
+// What was found wrong first: what follows is mostly its consequence.
+struct Complaint {
     int line = 0;
+    char text[200] = "";
+
+    void take(int at_line, const char *complaint) {
+        if (*text != '\0') return;
+        line = at_line;
+        std::snprintf(text, sizeof text, "%s", complaint);
+        if (char *end = std::strchr(text, '\n'); end != nullptr) *end = '\0';
+    }
 };
 
-void refuse(xmlParserCtxt *parser, const char *expected) {
-    *static_cast<Refusal *>(parser->_private) = {expected, xmlSAX2GetLineNumber(parser)};
+Complaint &complaint_of(void *parser) {
+    return *static_cast<Complaint *>(static_cast<xmlParserCtxt *>(parser)->_private);
+}
+
+void note_error(void *parser, xmlErrorPtr error) {
+    if (error->message != nullptr) complaint_of(parser).take(error->line, error->message);
+}
+
+// Of a search: its result says that it failed.
+void ignore(void *, xmlErrorPtr) {}
+
+void refuse(xmlParserCtxt *parser, const char *complaint) {
+    complaint_of(parser).take(xmlSAX2GetLineNumber(parser), complaint);
     parser->wellFormed = 0;
     xmlStopParser(parser);
 }
 
 void refuse_type_declaration(void *parser, const xmlChar *, const xmlChar *, const xmlChar *) {
-    refuse(static_cast<xmlParserCtxt *>(parser), "no document type declaration");
+    refuse(static_cast<xmlParserCtxt *>(parser), "expected no document type declaration");
 }
 
 void start_element(void *context, const xmlChar *name, const xmlChar *prefix, const xmlChar *uri,
@@ -45,41 +61,24 @@ void start_element(void *context, const xmlChar *name, const xmlChar *prefix, co
                    int defaulted_count, const xmlChar **attributes) {
     auto *parser = static_cast<xmlParserCtxt *>(context);
     if (parser->nodeNr >= deepest_nesting) {
-        refuse(parser, "elements that nest no deeper than 256");
+        refuse(parser, "expected elements that nest no deeper than 256");
         return;
     }
     xmlSAX2StartElementNs(context, name, prefix, uri, namespace_count, namespaces, attribute_count,
                           defaulted_count, attributes);
 }
 
-// What libxml2 found wrong, without its line end.
-std::string parser_error(xmlParserCtxt *parser) {
-    const xmlError *error = xmlCtxtGetLastError(parser);
-    if (error == nullptr || error->message == nullptr) return "expected an XML document";
-    std::string text = "line " + std::to_string(error->line) + ": " + error->message;
-    while (!text.empty() && text.back() == '\n') text.pop_back();
-    return text;
-}
-
-// Null and the reason, or the tree.
-XmlPointer<xmlDoc> parse(const char *text, std::size_t length, std::string &reason) {
+XmlPointer<xmlDoc> parse(const char *text, std::size_t length, Complaint &complaint) {
     const XmlPointer<xmlParserCtxt> parser(xmlNewParserCtxt());
     if (parser == nullptr) throw std::bad_alloc();
-    Refusal refusal;
-    parser->_private = &refusal;
+    parser->_private = &complaint;
     parser->sax->internalSubset = refuse_type_declaration;
     parser->sax->startElementNs = start_element;
-    parser->sax->serror = ignore;
+    parser->sax->serror = note_error;
     constexpr int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
                             XML_PARSE_HUGE | XML_PARSE_BIG_LINES;
-    XmlPointer<xmlDoc> tree(
+    return XmlPointer<xmlDoc>(
         xmlCtxtReadMemory(parser.get(), text, static_cast<int>(length), nullptr, nullptr, options));
-    if (refusal.expected != nullptr) {
-        reason = "line " + std::to_string(refusal.line) + ": expected " + refusal.expected;
-    } else if (tree == nullptr) {
-        reason = parser_error(parser.get());
-    }
-    return tree;
 }
 
 }  // namespace
@@ -88,6 +87,8 @@ kel_xml_document::kel_xml_document(XmlPointer<xmlDoc> document)
     : tree(std::move(document)), paths(xmlXPathNewContext(tree.get())) {
     if (paths == nullptr) throw std::bad_alloc();
     paths->error = ignore;
+    // Nodes are told apart by number, and not by a walk along their siblings.
+    xmlXPathOrderDocElems(tree.get());
     // Many paths are searched one after the other: keep what they allocate.
     xmlXPathContextSetCache(paths.get(), 1, -1, 0);
 }
@@ -97,10 +98,10 @@ kel_xml_document *kel_xml_parse(const char *text, std::size_t length) try {
         fail(EINVAL, "XML: expected a text of at most %d bytes", INT_MAX);
         return nullptr;
     }
-    std::string reason;
-    XmlPointer<xmlDoc> tree = parse(text, length, reason);
+    Complaint complaint;
+    XmlPointer<xmlDoc> tree = parse(text, length, complaint);
     if (tree != nullptr) return new kel_xml_document(std::move(tree));
-    fail(EINVAL, "XML: %s", reason.c_str());
+    fail(EINVAL, "XML: line %d: %s", complaint.line, complaint.text);
     return nullptr;
 } catch (const std::bad_alloc &) {
     fail(ENOMEM, "XML: no memory for the document");

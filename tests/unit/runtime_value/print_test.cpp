@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+// The frame services of printed texts.
+#include "tests/unit/runtime_value/support.h"
+
+namespace tarn::test {
+namespace {
+
+class PrintServices : public ValueTest {
+ protected:
+    std::string buffer = std::string(20, '~');
+
+    std::uint32_t format(std::uint32_t room, const char *text) {
+        return kel_snprintf(handle, tx, buffer.data(), room, &err, "%s", text);
+    }
+};
+
+TEST_F(PrintServices, BlanksTakeTheirRoomAndAddNoNul) {
+    EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 3, 3, &err), 3U);
+    EXPECT_EQ(buffer.substr(0, 5), "   ~~");
+    EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 0, 0, &err), 0U);
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_F(PrintServices, BlanksWithoutRoomAreError90AndWriteNothing) {
+    for (const std::uint32_t indent : {4U, 1000U, 0xffffffffU}) {
+        EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), indent, 3, &err), 0U);
+        expect_error(90);
+    }
+    EXPECT_EQ(buffer, std::string(20, '~'));
+}
+
+TEST_F(PrintServices, FormattedTextFillsItsRoomToTheLastCharacter) {
+    EXPECT_EQ(format(6, "abcdef"), 6U);
+    EXPECT_EQ(buffer.substr(0, 7), "abcdef~");
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_F(PrintServices, ANulFollowsWhereThereIsRoomForIt) {
+    EXPECT_EQ(format(7, "abcdef"), 6U);
+    EXPECT_EQ(buffer.substr(0, 8), std::string("abcdef\0~", 8));
+}
+
+TEST_F(PrintServices, FormattedTextWithoutRoomIsError90AndStaysInItsRoom) {
+    for (std::uint32_t room = 0; room < 6; ++room) {
+        buffer.assign(20, '~');
+        EXPECT_EQ(format(room, "abcdef"), 0U);
+        expect_error(90);
+        EXPECT_EQ(buffer.substr(room), std::string(20 - room, '~'));
+    }
+}
+
+TEST_F(PrintServices, ArgumentsAreFormattedLikeSnprintfDoes) {
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 20, &err, "%s[%d]%c", "minute", 12, '!'),
+              11U);
+    EXPECT_STREQ(buffer.c_str(), "minute[12]!");
+    // Full to the character, which formats the arguments a second time.
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 11, &err, "%s[%d]%c", "MINUTE", 34, '?'),
+              11U);
+    EXPECT_EQ(buffer.substr(0, 11), "MINUTE[34]?");
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 0, &err, "%s", ""), 0U);
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_F(PrintServices, ATextThatFailedInItsMiddleIsStillClosed) {
+    err = 22;
+    EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 2, 20, &err), 2U);
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data() + 2, 18, &err, "}\n"), 2U);
+    EXPECT_EQ(buffer.substr(0, 4), "  }\n");
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 1, &err, "}\n"), 0U);
+    EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 2, 1, &err), 0U);
+    EXPECT_EQ(err, 22U);
+}
+
+}  // namespace
+}  // namespace tarn::test
