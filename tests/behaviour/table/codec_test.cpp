@@ -311,7 +311,9 @@ TEST_P(Wire, AKeyTravelsWithoutAFrame) {
     kel_record *record = make(9 % s.keys);
     const u32 length = s.plain.pkey_len(handle, tx, record);
     EXPECT_EQ(s.unsafe.pkey_len(handle, tx, record), length);
-    if (s.has_key_object()) EXPECT_EQ(length, key_len(record));
+    if (s.has_key_object()) {
+        EXPECT_EQ(length, key_len(record));
+    }
     Bytes bytes(length + 1, untouched);
     for (const Operations *form : {&s.plain, &s.unsafe}) {
         std::fill(bytes.begin(), bytes.end(), untouched);

@@ -35,7 +35,9 @@ TEST_P(Records, ANewRecordIsEmptyAndHasOneReference) {
     EXPECT_EQ(record->flags, 0U);
     EXPECT_EQ(record->src, KEL_SOURCE_DEFAULT);
     EXPECT_EQ(record->object, nullptr);
-    if (s.has_key_object()) EXPECT_EQ(record->key_object, nullptr);
+    if (s.has_key_object()) {
+        EXPECT_EQ(record->key_object, nullptr);
+    }
     destroy(record);
 }
 

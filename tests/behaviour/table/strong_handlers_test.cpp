@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tarnbase/tarnbase.h"
 #include "tests/support/fixture.h"
 #include "tests/support/trace.h"

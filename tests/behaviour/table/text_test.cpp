@@ -28,22 +28,22 @@ class Text : public TableTest {
  protected:
     using Writer = u32 (*)(kel_handle *, u32, char *, const kel_record *, u32, u32 *);
     std::string written(Writer writer, const kel_record *record) {
-        std::vector<char> buffer(room, ' ');
-        const u32 length = writer(handle, tx, buffer.data(), record, room, &err);
+        std::vector<char> area(room, ' ');
+        const u32 length = writer(handle, tx, area.data(), record, room, &err);
         EXPECT_EQ(err, 0U);
-        return std::string(buffer.data(), length);
+        return std::string(area.data(), length);
     }
     std::string object_text(const Slot &slot, const void *object) {
-        std::vector<char> buffer(room, ' ');
+        std::vector<char> area(room, ' ');
         const u32 length =
-            slot.print(handle, tx, buffer.data(), 2, slot.type_name, object, room, &err);
-        return std::string(buffer.data(), length);
+            slot.print(handle, tx, area.data(), 2, slot.type_name, object, room, &err);
+        return std::string(area.data(), length);
     }
     std::string object_xml(const Slot &slot, const void *object) {
-        std::vector<char> buffer(room, ' ');
+        std::vector<char> area(room, ' ');
         const u32 length =
-            slot.to_xml(handle, tx, slot.type_name, buffer.data(), object, room, 0, &err);
-        return std::string(buffer.data(), length);
+            slot.to_xml(handle, tx, slot.type_name, area.data(), object, room, 0, &err);
+        return std::string(area.data(), length);
     }
     std::vector<char> buffer = std::vector<char>(room, ' ');
 };
@@ -116,7 +116,7 @@ TEST_P(Text, ARecordIsOneElementAroundThoseOfItsObjects) {
     }
     const Document document = parse(xml);
     u32 count = 0;
-    for (const std::string path :
+    for (const std::string &path :
          {std::string("/") + s.name, std::string("/") + s.name + "/" + s.object.type_name}) {
         EXPECT_EQ(xml_get_element_nodecount(document.get(), path.c_str(), &count), 0U);
         EXPECT_EQ(count, 1U) << path;
@@ -176,7 +176,9 @@ TEST_P(Text, ADocumentWithoutTheElementGivesAnEmptyRecord) {
     ASSERT_NE(read, nullptr);
     ASSERT_NE(read->object, nullptr);
     EXPECT_EQ(s.get_value(handle, read->object), 0U);
-    if (s.has_key_object()) EXPECT_NE(read->key_object, nullptr);
+    if (s.has_key_object()) {
+        EXPECT_NE(read->key_object, nullptr);
+    }
     destroy(read);
 }
 
