@@ -2,7 +2,6 @@
 // The text and XML forms of an enumeration. In XML an enumerator is an empty
 // element of its name.
 #include <cstdio>
-#include <cstring>
 
 #include "frame/conventions.h"
 #include "object/enumeration.h"
@@ -11,6 +10,7 @@ namespace tarn::enumeration {
 
 namespace {
 
+// Holds an empty element of any name of the schema.
 constexpr std::size_t text_size = 256;
 
 // The enumerator of a user value; null for a value that is none.
@@ -52,14 +52,13 @@ std::uint32_t to_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const c
     if (!enter(handle, err)) return 0;
     const Enumerator *enumerator = enumerator_of(type, object);
     char text[text_size];
-    if (enumerator != nullptr) {
-        std::snprintf(text, sizeof text, "<%s/>", enumerator->name);
-    } else {
-        std::snprintf(text, sizeof text, "<%s value out of range/>", type.name);
-    }
+    const int length =
+        enumerator != nullptr
+            ? std::snprintf(text, sizeof text, "<%s/>", enumerator->name)
+            : std::snprintf(text, sizeof text, "<%s value out of range/>", type.name);
     std::uint32_t at = start_tag(handle, tx_id, buffer, name, remaining, 0, err);
     at += xml_enum_print(handle, tx_id, buffer + at, text, remaining - at,
-                         static_cast<std::uint32_t>(std::strlen(text)), err);
+                         static_cast<std::uint32_t>(length), err);
     at += end_tag(handle, tx_id, buffer + at, name, remaining - at, err);
     return at;
 }
