@@ -30,6 +30,8 @@ std::string_view short_escape(char32_t character) {
             return "\\n";
         case '\t':
             return "\\t";
+        case '\r':
+            return "\\r";
         default:
             return {};
     }

@@ -24,7 +24,8 @@ struct Writer {
 
     template <typename T>
     void store(T &place, T value) const {
-        if (logged) log_write(handle, tx_id, &place, sizeof(T));
+        if (logged)
+            log_write(handle, tx_id, &place, sizeof(T));  // NOLINT(bugprone-sizeof-expression)
         place = value;
     }
 };

@@ -94,6 +94,7 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
 }  // namespace tarn::runtime::scalar
 
 // Defines the operations of one integer type.
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names
 #define TARNBASE_SCALAR(value, type)                                                              \
     type *value##_get(kel_handle *, std::uint32_t, type *field, std::uint32_t *err) {             \
         return *err == 0 ? field : nullptr;                                                       \
@@ -149,5 +150,6 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
     std::uint32_t value##_backpropagate(kel_handle *, std::uint32_t, type *, std::uint32_t *) {   \
         return 0;                                                                                 \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 #endif

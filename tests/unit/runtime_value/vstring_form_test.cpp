@@ -54,7 +54,7 @@ TEST_F(VstringForm, PrintQuotesTheText) {
 TEST_F(VstringForm, PrintEscapesWhatIsNotPrintable) {
     EXPECT_EQ(print("a\"b\\c"), "n: \"a\\\"b\\\\c\"\n");
     EXPECT_EQ(print("a\nb\tc"), "n: \"a\\nb\\tc\"\n");
-    EXPECT_EQ(print(std::string_view("\0\x01\x1f\x7f\r", 5)), "n: \"\\x00\\x01\\x1f\\x7f\\x0d\"\n");
+    EXPECT_EQ(print(std::string_view("\0\x01\x1f\x7f\r", 5)), "n: \"\\x00\\x01\\x1f\\x7f\\r\"\n");
 }
 
 TEST_F(VstringForm, PrintKeepsValidUtf8AndEscapesOtherBytes) {
