@@ -26,7 +26,7 @@ class Checker {
 
  private:
     void declare();
-    void declare(const Name &name, std::size_t longest);
+    bool declare(const Name &name, std::size_t longest);
     void order_items();
     void require_all_ordered();
     void fill_enumerations();
@@ -71,7 +71,8 @@ Schema Checker::check() {
     return std::move(schema_);
 }
 
-void Checker::declare(const Name &name, std::size_t longest) {
+// False if the name is taken.
+bool Checker::declare(const Name &name, std::size_t longest) {
     if (name.text.size() > longest)
         report(name, "name too long", "at most " + std::to_string(longest) + " characters");
     if (find_built_in(name.text) != nullptr)
@@ -82,16 +83,15 @@ void Checker::declare(const Name &name, std::size_t longest) {
                name.text + " is there already, in line " + std::to_string(other->second.line) +
                    " of " + *other->second.file,
                "a name of its own");
+    return is_new;
 }
 
 void Checker::declare() {
     for (const auto &each : written_.structures) {
-        declare(each.name, longest_name);
-        written_structures_.emplace(each.name.text, &each);
+        if (declare(each.name, longest_name)) written_structures_.emplace(each.name.text, &each);
     }
     for (const auto &each : written_.enumerations) {
-        declare(each.name, longest_name);
-        written_enumerations_.emplace(each.name.text, &each);
+        if (declare(each.name, longest_name)) written_enumerations_.emplace(each.name.text, &each);
     }
     for (const auto &each : written_.tables) declare(each.name, longest_table_name);
 }
@@ -119,11 +119,11 @@ void Checker::require_all_ordered() {
     const auto missing = [&](const Name &name) {
         report(name, name.text + " is missing from the order", "each item there once");
     };
-    for (const auto &each : written_.structures) {
-        if (structures_.count(each.name.text) == 0) missing(each.name);
+    for (const auto &[name, written] : written_structures_) {
+        if (structures_.count(name) == 0) missing(written->name);
     }
-    for (const auto &each : written_.enumerations) {
-        if (enumerations_.count(each.name.text) == 0) missing(each.name);
+    for (const auto &[name, written] : written_enumerations_) {
+        if (enumerations_.count(name) == 0) missing(written->name);
     }
 }
 

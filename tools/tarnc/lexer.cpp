@@ -26,7 +26,8 @@ class LineReader {
         while (good_ && skip_blanks()) line.tokens.push_back(token());
         line.end = line.tokens.empty() ? here() : line.tokens.back().place;
         if (!line.tokens.empty()) line.end.column = last_column_;
-        if (!good_) line.tokens.clear();
+        line.broken = !good_;
+        if (line.broken) line.tokens.clear();
         return line;
     }
 
@@ -97,7 +98,7 @@ std::vector<Line> read_lines(const std::shared_ptr<const std::string> &file,
     std::string text;
     for (int number = 1; std::getline(in, text); ++number) {
         Line line = LineReader(file, number, text, diagnostics).read();
-        if (!line.tokens.empty()) lines.push_back(std::move(line));
+        if (line.broken || !line.tokens.empty()) lines.push_back(std::move(line));
     }
     return lines;
 }

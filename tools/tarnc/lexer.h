@@ -21,6 +21,7 @@ struct Token {
 // A line that isn't blank, without its comment.
 struct Line {
     bool indented = false;
+    bool broken = false;  // reported; it has no tokens
     std::vector<Token> tokens;
     Place end;  // behind the last token
 };

@@ -50,7 +50,9 @@ int main(int argc, char **argv) {
     Options options;
     CLI::App app{"Compiles a schema to headers, models and stamps.", "tarnc"};
     app.set_version_flag("--version", "tarnc " TARNC_VERSION);
-    app.add_option("module", options.module, "The schema's module file")->required();
+    app.add_option("module", options.module, "The schema's module file")
+        ->required()
+        ->check(CLI::ExistingFile);
     app.add_option("--out,-o", options.out,
                    "Folder to write to; without it the schema is only checked");
     app.add_option("--shards", options.shards, "Source files that the stamps are dealt out to")

@@ -106,19 +106,6 @@ std::vector<std::string> in_definition(const Operation &operation) {
     return arguments;
 }
 
-// The body cut where a line may end.
-std::vector<std::string> pieces_of(const std::string &body) {
-    std::vector<std::string> pieces(1);
-    for (std::size_t i = 0; i < body.size(); ++i) {
-        if (body[i] == ' ' && i > 0 && body[i - 1] == ',') {
-            pieces.emplace_back();
-        } else {
-            pieces.back() += body[i];
-        }
-    }
-    return pieces;
-}
-
 }  // namespace
 
 std::vector<std::string> Operation::names() const {
@@ -149,7 +136,7 @@ std::string define_operations(const std::vector<Operation> &operations) {
         const std::string weak = each.is_weak ? "__attribute__((weak)) " : "";
         for (const std::string &name : each.names()) {
             text += "\n" + prototype(weak + each.result + name, in_definition(each), " {");
-            if (!each.body.empty()) text += "\n" + fill("    ", pieces_of(each.body), "", 8) + "\n";
+            if (!each.body.empty()) text += "\n" + fill_call(each.body, 4) + "\n";
             text += "}\n";
         }
     }

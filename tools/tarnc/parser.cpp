@@ -115,9 +115,9 @@ class Parser {
     void file(const std::string &path, const Place &from, bool is_module);
 
  private:
-    enum class Section { none, order, structure, enumeration, table };
+    enum class Section { none, order, structure, enumeration, table, skipped };
 
-    void line(Cursor &cursor, bool indented);
+    void line(const Line &line);
     void item(Cursor &cursor);
     void module(Cursor &cursor);
     void include(Cursor &cursor);
@@ -153,8 +153,7 @@ void Parser::file(const std::string &path, const Place &from, bool is_module) {
     section_ = Section::none;
     for (const Line &each : read_lines(name, content, diagnostics_)) {
         try {
-            Cursor cursor(each, diagnostics_);
-            line(cursor, each.indented);
+            line(each);
         } catch (const BadLine &) {
         }
     }
@@ -166,12 +165,14 @@ void Parser::file(const std::string &path, const Place &from, bool is_module) {
     for (const Name &each : includes) file((folder / each.text).string(), each.place, false);
 }
 
-void Parser::line(Cursor &cursor, bool indented) {
-    if (indented) {
-        member(cursor);
+void Parser::line(const Line &line) {
+    Cursor cursor(line, diagnostics_);
+    if (line.indented) {
+        if (!line.broken) member(cursor);
     } else {
-        section_ = Section::none;
-        item(cursor);
+        // What can't be read as an item takes its members with it.
+        section_ = Section::skipped;
+        if (!line.broken) item(cursor);
     }
 }
 
@@ -233,6 +234,7 @@ void Parser::module(Cursor &cursor) {
         diagnostics_.report(place, "a second module line", "one module");
         throw BadLine{};
     }
+    section_ = Section::none;
     schema_.module = cursor.name("the module's name");
     if (cursor.at(Kind::text)) schema_.meaning = cursor.skip().text;
     cursor.end();
@@ -243,6 +245,7 @@ void Parser::include(Cursor &cursor) {
     cursor.skip();
     const Token &path = cursor.take(Kind::word, "the path of a schema file");
     cursor.end();
+    section_ = Section::none;
     includes_.push_back({path.text, path.place});
 }
 
@@ -260,6 +263,8 @@ void Parser::member(Cursor &cursor) {
             break;
         case Section::table:
             table_member(cursor);
+            break;
+        case Section::skipped:
             break;
         case Section::none:
             diagnostics_.report(cursor.place(), "an indented line outside an item",

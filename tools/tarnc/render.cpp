@@ -8,6 +8,8 @@ namespace tarnc {
 namespace {
 
 constexpr std::size_t width = 100;
+// Arguments are not lined up further to the right.
+constexpr std::size_t deepest = 72;
 
 std::vector<std::string> with_commas(const std::vector<std::string> &arguments) {
     std::vector<std::string> pieces = arguments;
@@ -15,24 +17,77 @@ std::vector<std::string> with_commas(const std::vector<std::string> &arguments) 
     return pieces;
 }
 
+// The template engine leaves an empty line where a section gives nothing. So a line
+// with the start of a section alone is marked, and goes afterwards.
+constexpr char mark = '\x01';
+
+std::string mark_sections(const std::string &text) {
+    std::string result;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        const bool starts = line.compare(0, 3, "{{#") == 0 || line.compare(0, 3, "{{^") == 0;
+        const bool is_alone = line.find("}}") + 2 == line.size();
+        if (starts && is_alone) result += mark;
+        result += line + "\n";
+    }
+    return result;
+}
+
+std::string drop_marked_lines(const std::string &text) {
+    std::string result;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.empty() || line.find_first_not_of(mark) != std::string::npos)
+            result += line + "\n";
+    }
+    return result;
+}
+
 }  // namespace
 
 std::string render(std::string_view template_name, const Context &context) {
-    kainjow::mustache::mustache mustache{std::string(template_text(template_name))};
+    kainjow::mustache::mustache mustache{mark_sections(std::string(template_text(template_name)))};
     if (!mustache.is_valid())
         throw std::logic_error(std::string(template_name) + ": " + mustache.error_message());
     mustache.set_custom_escape([](const std::string &text) { return text; });
-    return mustache.render(context);
+    return drop_marked_lines(mustache.render(context));
+}
+
+std::string fill_call(const std::string &call, std::size_t indent) {
+    std::string result(indent, ' ');
+    std::vector<std::size_t> brackets;  // the columns behind the open ones
+    std::size_t column = indent;
+    for (std::size_t at = 0; at < call.size();) {
+        // A piece ends behind a comma and its blank.
+        const std::size_t comma = call.find(", ", at);
+        const std::size_t end = comma == std::string::npos ? call.size() : comma + 1;
+        if (column + 1 + (end - at) > width && !brackets.empty()) {
+            column = brackets.back();
+            result += "\n" + std::string(column, ' ');
+        } else if (at > 0) {
+            result += ' ';
+            ++column;
+        }
+        for (; at < end; ++at, ++column) {
+            if (call[at] == '(' || call[at] == '{' || call[at] == '<')
+                brackets.push_back(column + 1);
+            if ((call[at] == ')' || call[at] == '}' || call[at] == '>') && !brackets.empty())
+                brackets.pop_back();
+            result += call[at];
+        }
+        ++at;
+    }
+    return result;
 }
 
 std::string fill(const std::string &head, const std::vector<std::string> &pieces,
-                 const std::string &tail, std::size_t indent) {
+                 const std::string &tail, std::size_t indent, std::size_t limit) {
     std::string result = head;
     std::size_t column = head.size() - (head.rfind('\n') + 1);
     for (std::size_t i = 0; i < pieces.size(); ++i) {
         const bool is_last = i + 1 == pieces.size();
         const std::size_t needed = pieces[i].size() + (is_last ? tail.size() : 0);
-        if (i > 0 && column + 1 + needed > width) {
+        if (i > 0 && column + 1 + needed > limit) {
             result += "\n" + std::string(indent, ' ');
             column = indent;
         } else if (i > 0) {
@@ -50,7 +105,7 @@ std::string prototype(const std::string &head, const std::vector<std::string> &a
     std::size_t longest = 0;
     for (const std::string &each : arguments) longest = std::max(longest, each.size());
     const std::size_t behind_bracket = head.size() + 1;
-    if (behind_bracket + longest + tail.size() + 1 <= width)
+    if (behind_bracket <= deepest && behind_bracket + longest + tail.size() + 1 <= width)
         return fill(head + "(", with_commas(arguments), ")" + tail, behind_bracket);
     return fill(head + "(\n    ", with_commas(arguments), ")" + tail, 4);
 }
@@ -61,7 +116,7 @@ std::string comment(const std::vector<std::string> &paragraphs) {
         std::istringstream words(paragraph);
         std::vector<std::string> pieces;
         for (std::string word; words >> word;) pieces.push_back(word);
-        std::string filled = fill(body.empty() ? " " : "\n ", pieces, "", 1);
+        std::string filled = fill(body.empty() ? " " : "\n ", pieces, "", 1, width - 2);
         for (std::size_t at = filled.find("\n "); at != std::string::npos;
              at = filled.find("\n ", at + 2))
             filled.insert(at + 2, "* ");

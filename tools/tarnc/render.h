@@ -18,9 +18,13 @@ std::string_view template_text(std::string_view name);
 std::string render(std::string_view template_name, const Context &context);
 
 // `head`, the pieces one after the other, and `tail`, on lines of at most 100
-// characters; later lines start with `indent` blanks. Pieces stay whole.
+// characters, or `limit`; later lines start with `indent` blanks. Pieces stay whole.
 std::string fill(const std::string &head, const std::vector<std::string> &pieces,
-                 const std::string &tail, std::size_t indent);
+                 const std::string &tail, std::size_t indent, std::size_t limit = 100);
+
+// A statement of one call, indented; a line ends behind a comma and the next one
+// starts below the innermost open bracket.
+std::string fill_call(const std::string &call, std::size_t indent);
 
 // A function's head: its arguments lined up behind the bracket if there is room.
 std::string prototype(const std::string &head, const std::vector<std::string> &arguments,

@@ -3,7 +3,10 @@ static kel_variant_usage {{symbol}}_usage[] = {
     {{usage}},
 {{/variants}}
 };
-static kel_variant_info {{symbol}}_variants = {{variant_info}};
+static kel_variant_info {{symbol}}_variants = {
+    {{variant_count}},
+    {{symbol}}_usage,
+};
 const kel_type_info _{{symbol}}_type_info_internal = {
     .magic = KEL_TYPE_INFO_MAGIC,
     .luid = {{luid_bytes}},

@@ -33,8 +33,7 @@ namespace tarn {
 const void *const source_vectors[{{table_count}}][KEL_TABLE_VFT_SLOTS] = {
 {{#tables_by_luid}}
     {
-{{vector}}
-    },
+{{vector}}    },
 {{/tables_by_luid}}
 };
 

@@ -12,8 +12,7 @@ const char table_{{table}}_luid_text[33] = "{{luid}}";
 const char table_{{table}}_name[64] = "table {{table}}";
 
 const void *const {{table}}_table_vft[KEL_TABLE_VFT_SLOTS] = {
-{{vector}}
-};
+{{vector}}};
 
 namespace tarn::model {
 constinit kel_record {{table}}_fallback = {};

@@ -1,13 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* Made by tarnc from {{origin}}; changes belong there. */
-/*
- * {{table}}: {{meaning}}.
- *
- * Records hold a {{type}}{{#composite}} and a {{ktype}}, their key{{/composite}}. They are
- * ordered by tenant, {{#composite}}key object{{/composite}}{{^composite}}`{{key_field}}`{{/composite}} and source.
- * Key: {{key_meaning}}.
- */
-#ifndef TARNBASE_TABLES_{{table}}_H
+{{introduction}}#ifndef TARNBASE_TABLES_{{table}}_H
 #define TARNBASE_TABLES_{{table}}_H
 
 #include <stdint.h>

@@ -1,0 +1,10 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/* Made by tarnc from sample.tarn; changes belong there. */
+/* The schema that the headers were made from. */
+#ifndef TARNBASE_SCHEMA_H
+#define TARNBASE_SCHEMA_H
+
+/* Another one of everything that is made from the schema gives another digest. */
+#define TARNBASE_SCHEMA_DIGEST "330d99cb955b6aaded24af355f5d6986"
+
+#endif

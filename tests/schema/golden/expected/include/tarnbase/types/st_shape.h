@@ -1,0 +1,584 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/* Made by tarnc from shapes.tarn; changes belong there. */
+/*
+ * st_shape: a shape on a plane.
+ *
+ *   u_int8      sides    sides of the shape
+ *   u_int32     number   number of the shape; a key
+ *   color       paint    the shape's color
+ *   st_corner   first    the corner to begin at
+ *   u_int8[4]   pattern  how the sides are dashed
+ *   kel_boolean filled   whether the inside is painted
+ */
+#ifndef TARNBASE_TYPES_st_shape_H
+#define TARNBASE_TYPES_st_shape_H
+
+#include <stdint.h>
+
+#include "tarnbase/descriptor.h"
+#include "tarnbase/export.h"
+#include "tarnbase/handle.h"
+#include "tarnbase/schema.h"
+#include "tarnbase/value.h"
+#include "tarnbase/enums/color.h"
+#include "tarnbase/types/st_corner.h"
+
+TARNBASE_BEGIN
+
+typedef struct st_shape st_shape;
+
+/* The type's descriptor. */
+extern TARNBASE_API const kel_type_info _st_shape_type_info_internal;
+
+/*
+ * Makes an empty st_shape.
+ * Returns: the object, the caller's until a record takes it; null if there is no memory.
+ */
+TARNBASE_API st_shape *st_shape_create(kel_handle *handle, uint32_t tx_id);
+
+/*
+ * As st_shape_create, without registering the trace module first. While a `_cr` creation runs the
+ * answer is the type's fallback object instead of null.
+ */
+TARNBASE_API st_shape *st_shape_create_internal(kel_handle *handle, uint32_t tx_id);
+
+/*
+ * As st_shape_create, in the handle's own transaction.
+ * Returns: the object, never null: out of memory it is the type's fallback object, and last_error
+ * is 12.
+ */
+TARNBASE_API st_shape *st_shape_create_cr(kel_handle *handle);
+
+/*
+ * Makes the memory at `object` a live, empty st_shape.
+ * Arguments: `descriptor` is _st_shape_type_info_internal; `log_writes` nonzero announces each
+ * store; `quiet` nonzero leaves the usage counters alone; `flags` are the first OBJ_... flags;
+ * `sttr_base` is the share of the parent's state block if they have OBJ_NESTED.
+ * Errors: 22 a nested object without `sttr_base` in a tracking handle.
+ */
+TARNBASE_API void st_shape_initialize(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                      const kel_type_info *descriptor, uint32_t log_writes,
+                                      uint32_t quiet, uint8_t flags, void *sttr_base,
+                                      uint32_t *err);
+
+/* Marks the object, and the objects inside it, as belonging to a record. */
+TARNBASE_API void st_shape_set_instance_embedded(kel_handle *handle, uint32_t tx_id,
+                                                 st_shape *object);
+
+/* Tells the object and the objects inside it that their state block starts at `sttr_base`. */
+TARNBASE_API void st_shape_offset_update(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                         void *sttr_base, uint32_t *err);
+
+/* Drops what st_shape_offset_update recorded. */
+TARNBASE_API void st_shape_offset_remove(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                         uint32_t *err);
+
+/* Returns: the object references that the object holds. */
+TARNBASE_API uint32_t st_shape_get_oid_count(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                             uint32_t *err);
+
+/* Fills `references`, of `count` entries, with the object references that the object holds. */
+TARNBASE_API void st_shape_get_object_references(kel_handle *handle, uint32_t tx_id,
+                                                 st_shape *object, uint64_t *references,
+                                                 uint32_t count, uint32_t *err);
+
+/*
+ * Returns: the bytes that an object takes: 112, and 12 more for the state block in a tracking
+ * handle.
+ */
+TARNBASE_API uint32_t st_shape_sizeof(kel_handle *handle);
+
+/* Destroys an object that no record owns, with what it owns itself. */
+TARNBASE_API void st_shape_destroy(kel_handle *handle, uint32_t tx_id, st_shape *object);
+
+/* As st_shape_destroy; with `release` 0 the memory stays, as for an object inside another. */
+TARNBASE_API void st_shape_destroy_internal(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                            uint32_t release);
+
+/* As st_shape_destroy, in the handle's own transaction. */
+TARNBASE_API void st_shape_destroy_cr(kel_handle *handle, st_shape *object);
+
+/*
+ * Makes `destination`, whose bytes were copied from `source`, independent of it: texts of its own,
+ * its own place of the state block.
+ */
+TARNBASE_API void st_shape_post_copyout_cleanup(kel_handle *handle, uint32_t tx_id,
+                                                st_shape *destination, const st_shape *source,
+                                                uint32_t *err);
+
+/*
+ * Returns: 1 if field number `field_index`, counted from 0, is valid in the handle's variant
+ * domain, else 0. `object` is not looked at.
+ */
+TARNBASE_API uint32_t st_shape_is_valid_cr(kel_handle *handle, const st_shape *object,
+                                           uint32_t field_index);
+
+/* Returns: `variant`, or 1 if it is greater. */
+TARNBASE_API int8_t st_shape_variant_data_index_cap(int8_t variant);
+
+/*
+ * Brings the object's variant in line with the handle's domain, 1 at most.
+ * Returns: the object's variant then; 0 for a null object.
+ */
+TARNBASE_API int32_t st_shape_adjust_variant(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                             uint32_t *err);
+
+/*
+ * Asks for the modified marks of the object and its fields, and clears those that it finds.
+ * Returns: 1 if there was one, else 0.
+ */
+TARNBASE_API uint32_t st_shape_type_type_backpropagate(kel_handle *handle, uint32_t tx_id,
+                                                       st_shape *object, uint32_t *err);
+
+/* Gives every field the state flag `flag`, if the object has a state block. */
+TARNBASE_API void st_shape_set_all_state_tracking_flag(kel_handle *handle, uint32_t tx_id,
+                                                       st_shape *object, uint8_t flag);
+
+/* Returns: the object itself. */
+TARNBASE_API st_shape *st_shape_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                    uint32_t *err);
+
+/*
+ * Reads all fields with a plain value, each through its own argument. A field beyond the object's
+ * variant ends it.
+ */
+TARNBASE_API void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_shape *object,
+                                   uint8_t *sides, uint32_t *number, uint32_t *paint,
+                                   uint32_t *filled, uint32_t *err);
+
+/*
+ * Sets all fields with a plain value, each as its `_set_value` does. A field beyond the object's
+ * variant ends it.
+ */
+TARNBASE_API void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                   uint8_t sides, uint32_t number, uint32_t paint, uint32_t filled,
+                                   uint32_t *err);
+
+/*
+ * Copies `source` over `destination`, which keeps its own place and gets texts of its own.
+ * Errors: 22 only one of the two has a state block.
+ */
+TARNBASE_API void st_shape_set(kel_handle *handle, uint32_t tx_id, st_shape *destination,
+                               const st_shape *source, uint32_t *err);
+
+/*
+ * Compares two objects field by field, in field order.
+ * Returns: a negative number, 0 or a positive one. Null comes first.
+ */
+TARNBASE_API int32_t st_shape_compare(const st_shape *a, const st_shape *b);
+
+/* Returns: a hash over all fields, started from `seed`. */
+TARNBASE_API uint32_t st_shape_hash(const st_shape *object, uint32_t seed);
+
+/*
+ * Writes the object's wire form.
+ * Returns: the bytes written.
+ * Errors: 12 no byte of room; 43 the object's variant is above the domain's, whose form is written
+ * then; 90 too little room.
+ */
+TARNBASE_API uint32_t st_shape_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,
+                                       const st_shape *object, uint32_t buffer_len, uint32_t *err);
+
+/* As st_shape_marshal, whatever the object's variant. */
+TARNBASE_API uint32_t st_shape_marshal_for_clone(kel_handle *handle, uint32_t tx_id, void *buffer,
+                                                 const st_shape *object, uint32_t buffer_len,
+                                                 uint32_t *err);
+
+/*
+ * Fills an initialised object from its wire form. `in_place` is handed on to every field.
+ * Returns: the bytes read.
+ * Errors: 12 no byte to read; 90 too few bytes.
+ */
+TARNBASE_API uint32_t st_shape_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer,
+                                         st_shape *object, uint32_t buffer_len, uint32_t in_place,
+                                         uint32_t *err);
+
+/* Returns: the bytes that st_shape_marshal needs. */
+TARNBASE_API uint32_t st_shape_len(kel_handle *handle, uint32_t tx_id, const st_shape *object);
+
+/* As st_shape_len, in the handle's own transaction; 0 if the handle's last_error is set. */
+TARNBASE_API uint32_t st_shape_len_cr(kel_handle *handle, const st_shape *object);
+
+/*
+ * Makes a copy of `source`, which the caller owns, and stores it through `result`; null on failure.
+ * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile; null if the
+ * handle's own is to serve.
+ * Errors: 2 `source` or `result` is null; 12 no memory; 90 the workspace is too small.
+ */
+TARNBASE_API void st_shape_clone(kel_handle *handle, uint32_t tx_id, const st_shape *source,
+                                 st_shape **result, void *workspace, uint32_t workspace_len,
+                                 uint32_t *err);
+
+/*
+ * As st_shape_clone, in the handle's own transaction and workspace.
+ * Returns: the copy, the caller's, or null.
+ */
+TARNBASE_API st_shape *st_shape_clone_cr(kel_handle *handle, const st_shape *source);
+
+/*
+ * Copies `source` into `destination`, an initialised object, through the wire form in the handle's
+ * workspace.
+ */
+TARNBASE_API void st_shape_copy_cr(kel_handle *handle, const st_shape *source,
+                                   st_shape *destination);
+
+/*
+ * Prints the object as text, under `name` and indented by `indent` blanks.
+ * Returns: the characters written.
+ * Errors: 90 too little room.
+ */
+TARNBASE_API uint32_t st_shape_print(kel_handle *handle, uint32_t tx_id, char *buffer,
+                                     uint32_t indent, const char *name, const st_shape *object,
+                                     uint32_t buffer_len, uint32_t *err);
+
+/*
+ * As st_shape_print, in the handle's own transaction, under the type's name.
+ * Returns: the characters written; 0xFFFFFFFF if the handle's last_error is set.
+ */
+TARNBASE_API uint32_t st_shape_print_cr(kel_handle *handle, const st_shape *object, char *buffer,
+                                        uint32_t buffer_len);
+
+/*
+ * Writes the object as an XML element `name`, with `state_flag` as an attribute unless it is 0.
+ * Returns: the characters written.
+ * Errors: 22 a tracking handle and an object without a state block; 90 too little room.
+ */
+TARNBASE_API uint32_t st_shape_to_xml(kel_handle *handle, uint32_t tx_id, const char *name,
+                                      char *buffer, const st_shape *object, uint32_t buffer_len,
+                                      uint8_t state_flag, uint32_t *err);
+
+/*
+ * As st_shape_to_xml, in the handle's own transaction, as an element of the type's name.
+ * Returns: the characters written; 0xFFFFFFFF if the handle's last_error is set.
+ */
+TARNBASE_API uint32_t st_shape_toxml_cr(kel_handle *handle, const st_shape *object, char *buffer,
+                                        uint32_t buffer_len);
+
+/*
+ * Fills the object from the element at `path` of a parsed document of the XML service. An absent
+ * field keeps its value.
+ * Arguments: a failure is told in `message`, of `message_len` bytes, unless that is null.
+ * Errors: 2 there is no element at `path`.
+ */
+TARNBASE_API void st_shape_from_xml(kel_handle *handle, uint32_t tx_id, const char *path,
+                                    void *document, st_shape *object, uint32_t *err, char *message,
+                                    uint32_t message_len);
+
+/*
+ * `sides`: sides of the shape.
+ * Returns: access to the field, inside the object; null on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint8_t *st_shape_sides_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                         uint32_t *err);
+
+/*
+ * Copies the value that `source` gives into `sides`.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant.
+ */
+TARNBASE_API void st_shape_sides_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                     const uint8_t *source, uint32_t *err);
+
+/*
+ * Returns: the value of `sides`; 0 on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint8_t st_shape_sides_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                              uint32_t *err);
+
+/*
+ * Sets `sides` to a plain value.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant.
+ */
+TARNBASE_API void st_shape_sides_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                           uint8_t value, uint32_t *err);
+
+/*
+ * Returns: the state flag of `sides`; 0 on failure.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API uint8_t st_shape_sides_state_flag_get(kel_handle *handle, uint32_t tx_id,
+                                                   const st_shape *object, uint32_t *err);
+
+/*
+ * Sets the state flag of `sides`.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_sides_state_flag_set(kel_handle *handle, uint32_t tx_id,
+                                                st_shape *object, uint8_t flag, uint32_t *err);
+
+/*
+ * `number`: number of the shape; a key.
+ * Returns: access to the field, inside the object; null on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint32_t *st_shape_number_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                           uint32_t *err);
+
+/*
+ * Copies the value that `source` gives into `number`.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant.
+ */
+TARNBASE_API void st_shape_number_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                      const uint32_t *source, uint32_t *err);
+
+/*
+ * Returns: the value of `number`; 0 on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint32_t st_shape_number_get_value(kel_handle *handle, uint32_t tx_id,
+                                                st_shape *object, uint32_t *err);
+
+/*
+ * Sets `number` to a plain value.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant.
+ */
+TARNBASE_API void st_shape_number_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                            uint32_t value, uint32_t *err);
+
+/*
+ * Returns: the state flag of `number`; 0 on failure.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API uint8_t st_shape_number_state_flag_get(kel_handle *handle, uint32_t tx_id,
+                                                    const st_shape *object, uint32_t *err);
+
+/*
+ * Sets the state flag of `number`.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_number_state_flag_set(kel_handle *handle, uint32_t tx_id,
+                                                 st_shape *object, uint8_t flag, uint32_t *err);
+
+/*
+ * `paint`: the shape's color.
+ * Returns: access to the field, inside the object; null on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API color *st_shape_paint_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                       uint32_t *err);
+
+/*
+ * Copies the value that `source` gives into `paint`.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant or the value is no enumerator.
+ */
+TARNBASE_API void st_shape_paint_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                     const color *source, uint32_t *err);
+
+/*
+ * Returns: the value of `paint`; 0 on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint32_t st_shape_paint_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                               uint32_t *err);
+
+/*
+ * Sets `paint` to a plain value.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant or the value is no enumerator.
+ */
+TARNBASE_API void st_shape_paint_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                           uint32_t value, uint32_t *err);
+
+/*
+ * Returns: the state flag of `paint`; 0 on failure.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API uint8_t st_shape_paint_state_flag_get(kel_handle *handle, uint32_t tx_id,
+                                                   const st_shape *object, uint32_t *err);
+
+/*
+ * Sets the state flag of `paint`.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_paint_state_flag_set(kel_handle *handle, uint32_t tx_id,
+                                                st_shape *object, uint8_t flag, uint32_t *err);
+
+/*
+ * `first`: the corner to begin at.
+ * Returns: access to the field, inside the object; null on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API st_corner *st_shape_first_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                           uint32_t *err);
+
+/*
+ * Copies the value that `source` gives into `first`.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant.
+ */
+TARNBASE_API void st_shape_first_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                     const st_corner *source, uint32_t *err);
+
+/*
+ * Returns: the state flag of `first`; 0 on failure.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API uint8_t st_shape_first_state_flag_get(kel_handle *handle, uint32_t tx_id,
+                                                   const st_shape *object, uint32_t *err);
+
+/*
+ * Sets the state flag of `first`.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_first_state_flag_set(kel_handle *handle, uint32_t tx_id,
+                                                st_shape *object, uint8_t flag, uint32_t *err);
+
+/*
+ * `pattern`: how the sides are dashed.
+ * Returns: access to element `index` of 4, inside the object; null on failure.
+ * Errors: 2 `index` is too great; 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint8_t *st_shape_pattern_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                           uint32_t index, uint32_t *err);
+
+/*
+ * Returns: element `index` of `pattern`; 0 on failure.
+ * Errors: 2 `index` is too great; 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint8_t st_shape_pattern_get_value(kel_handle *handle, uint32_t tx_id,
+                                                st_shape *object, uint32_t index, uint32_t *err);
+
+/*
+ * Copies the first `length` elements of `pattern` to `out`.
+ * Requires: `length` isn't negative.
+ * Errors: 22 `length` is above 4; 43 the field is beyond the object's variant.
+ */
+TARNBASE_API void st_shape_pattern_get_mem(kel_handle *handle, uint32_t tx_id,
+                                           const st_shape *object, void *out, int32_t length,
+                                           uint32_t *err);
+
+/*
+ * Copies the value at `source` into element `index` of `pattern`; a null source does nothing. No
+ * modified mark is set.
+ * Requires: `index` is below 4; it isn't tested.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API void st_shape_pattern_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                       uint32_t index, const uint8_t *source, uint32_t *err);
+
+/*
+ * Sets element `index` of `pattern` to a plain value.
+ * Errors: 2 `index` is too great; 22 a tracking handle and an object without a state block; 43 the
+ * field is beyond the object's variant.
+ */
+TARNBASE_API void st_shape_pattern_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                             uint32_t index, uint8_t value, uint32_t *err);
+
+/*
+ * Copies `length` elements from `source` over the first ones of `pattern`.
+ * Requires: `length` isn't negative.
+ * Errors: 22 `length` is above 4, or a tracking handle and an object without a state block; 43 the
+ * field is beyond the object's variant.
+ */
+TARNBASE_API void st_shape_pattern_set_mem(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                           const void *source, int32_t length, uint32_t *err);
+
+/*
+ * As st_shape_pattern_set_mem, in the handle's own transaction.
+ * Returns: the handle's last_error.
+ */
+TARNBASE_API uint32_t st_shape_pattern_set_mem_cr(kel_handle *handle, st_shape *object,
+                                                  const void *source, int32_t length);
+
+/*
+ * Returns: the state flag of the whole array `pattern`; 0 on failure.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API uint8_t st_shape_pattern_state_flag_whole_get(kel_handle *handle, uint32_t tx_id,
+                                                           const st_shape *object, uint32_t *err);
+
+/*
+ * Sets the state flag of the whole array `pattern`.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_pattern_state_flag_whole_set(kel_handle *handle, uint32_t tx_id,
+                                                        st_shape *object, uint8_t flag,
+                                                        uint32_t *err);
+
+/*
+ * Returns: the state flag of element `index` of `pattern`; 0 on failure.
+ * Errors: 2 `index` is too great; 22 the object or the handle tracks no state.
+ */
+TARNBASE_API uint8_t st_shape_pattern_state_flag_get(kel_handle *handle, uint32_t tx_id,
+                                                     const st_shape *object, uint32_t index,
+                                                     uint32_t *err);
+
+/*
+ * Stores the address of the element flags of `pattern` through `out`; they lie inside the object's
+ * state block.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_pattern_state_flag_get_arr(kel_handle *handle, uint32_t tx_id,
+                                                      st_shape *object, uint8_t **out,
+                                                      uint32_t *err);
+
+/*
+ * Sets the state flag of element `index` of `pattern`.
+ * Errors: 2 `index` is too great; 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_pattern_state_flag_set(kel_handle *handle, uint32_t tx_id,
+                                                  st_shape *object, uint32_t index, uint8_t flag,
+                                                  uint32_t *err);
+
+/*
+ * Copies 4 flags from `source` to the start of the object's state block.
+ * Errors: 2 `length` isn't 4; 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_pattern_state_flag_set_arr(kel_handle *handle, uint32_t tx_id,
+                                                      st_shape *object, const void *source,
+                                                      uint32_t length, uint32_t *err);
+
+/*
+ * `filled`: whether the inside is painted. From variant 1 on.
+ * Returns: access to the field, inside the object; null on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API kel_boolean *st_shape_filled_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                              uint32_t *err);
+
+/*
+ * Copies the value that `source` gives into `filled`.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant.
+ */
+TARNBASE_API void st_shape_filled_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                      const kel_boolean *source, uint32_t *err);
+
+/*
+ * Returns: the value of `filled`; 0 on failure.
+ * Errors: 43 the field is beyond the object's variant.
+ */
+TARNBASE_API uint32_t st_shape_filled_get_value(kel_handle *handle, uint32_t tx_id,
+                                                st_shape *object, uint32_t *err);
+
+/*
+ * Sets `filled` to a plain value.
+ * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
+ * object's variant.
+ */
+TARNBASE_API void st_shape_filled_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+                                            uint32_t value, uint32_t *err);
+
+/*
+ * Returns: the state flag of `filled`; 0 on failure.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API uint8_t st_shape_filled_state_flag_get(kel_handle *handle, uint32_t tx_id,
+                                                    const st_shape *object, uint32_t *err);
+
+/*
+ * Sets the state flag of `filled`.
+ * Errors: 22 the object or the handle tracks no state.
+ */
+TARNBASE_API void st_shape_filled_state_flag_set(kel_handle *handle, uint32_t tx_id,
+                                                 st_shape *object, uint8_t flag, uint32_t *err);
+
+TARNBASE_END
+
+#endif

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
+#include "context.h"
+#include "context_parts.h"
+
+namespace tarnc {
+namespace {
+
+std::string worker_kind(const Field &field) {
+    switch (field.kind) {
+        case FieldKind::array:
+            return "array";
+        case FieldKind::enumeration:
+            return "enumeration";
+        case FieldKind::structure:
+            return "structure";
+        default:
+            return field.built_in->worker;
+    }
+}
+
+// The descriptor of an embedded object.
+std::string embedded_descriptor(const Field &field) {
+    const bool is_object = field.kind >= FieldKind::boolean && field.kind != FieldKind::array;
+    return is_object ? "&_" + field.type + "_type_info_internal" : "nullptr";
+}
+
+std::string member_type(const Field &field) {
+    switch (field.kind) {
+        case FieldKind::array:
+            return "uint8_t";
+        case FieldKind::enumeration:
+            return "kel_enum_object";
+        case FieldKind::structure:
+            return "whole_" + field.type;
+        default:
+            return field.built_in->access;
+    }
+}
+
+void set_plain_value(Context &context, const Field &field) {
+    if (!field.has_plain_value()) return;
+    const bool is_signed = field.kind == FieldKind::int32 || field.kind == FieldKind::int64;
+    const std::string argument = safe_name(field.name);
+    context.set("plain", field.enumeration != nullptr ? "uint32_t" : field.built_in->plain);
+    context.set("argument", argument);
+    context.set("widened", is_signed ? "static_cast<std::uint64_t>(" + argument + ")" : argument);
+}
+
+std::string padded(const std::string &words, std::size_t width, bool to_the_right = false) {
+    const std::string blanks(width > words.size() ? width - words.size() : 0, ' ');
+    return to_the_right ? blanks + words : words + blanks;
+}
+
+std::string written_type(const Field &field) {
+    return field.kind == FieldKind::array ? field.type + "[" + text(field.elements) + "]"
+                                          : field.type;
+}
+
+// A field as its header tells it: type, name and meaning in columns.
+std::string field_line(const Structure &structure, const Field &field) {
+    std::size_t type_width = 0;
+    std::size_t name_width = 0;
+    for (const Field &each : structure.fields) {
+        type_width = std::max(type_width, written_type(each).size());
+        name_width = std::max(name_width, each.name.size());
+    }
+    return padded(written_type(field), type_width + 1) + padded(field.name, name_width + 2) +
+           field.meaning;
+}
+
+std::string layout_line(const Field &field) {
+    const auto number = [](std::uint64_t value, std::size_t width) {
+        return padded(text(value), width, true);
+    };
+    return number(field.offset, 6) + number(field.size, 6) + number(field.state, 6) +
+           number(static_cast<std::uint64_t>(field.first_variant), 8) + " " + written_type(field) +
+           " " + field.name;
+}
+
+}  // namespace
+
+Context context_of(const Structure &structure, const Field &field) {
+    const bool is_array = field.kind == FieldKind::array;
+    const std::string variant_note =
+        field.first_variant > 0
+            ? " From variant " + text(static_cast<std::uint64_t>(field.first_variant)) + " on."
+            : "";
+    Context context;
+    context.set("field", field.name);
+    context.set("heading", "`" + field.name + "`: " + field.meaning + "." + variant_note);
+    context.set("field_type", field.type);
+    context.set("number", text(field.number));
+    context.set("model_field",
+                "tarn::model::" + structure.name + "_fields[" + text(field.number) + "]");
+    context.set("access", field.built_in != nullptr ? field.built_in->access : field.type);
+    context.set("single", flag(!is_array));
+    context.set("array", flag(is_array));
+    context.set("enumerated", flag(field.kind == FieldKind::enumeration));
+    context.set("worker_kind", worker_kind(field));
+    context.set("first_variant", text(static_cast<std::uint64_t>(field.first_variant)));
+    context.set("offset", text(field.offset));
+    context.set("size", text(field.size));
+    context.set("state", text(field.state));
+    context.set("elements", text(field.elements));
+    context.set("descriptor", embedded_descriptor(field));
+    context.set("enumeration", field.enumeration != nullptr ? "&" + field.type : "nullptr");
+    context.set("structure", field.structure != nullptr ? "&" + field.type : "nullptr");
+    context.set("member_type", member_type(field));
+    context.set("member",
+                safe_name(field.name) + (is_array ? "[" + text(field.elements) + "]" : ""));
+    context.set("member_name", safe_name(field.name));
+    context.set("field_line", field_line(structure, field));
+    context.set("layout_line", layout_line(field));
+    set_plain_value(context, field);
+    return context;
+}
+
+}  // namespace tarnc
