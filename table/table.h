@@ -147,8 +147,9 @@ void walk(kel_table *table, kel_walk_function function, void *context, e_avl_wal
           std::uint32_t *err);
 void walk_cr(kel_handle *handle, kel_table *table, std::uint32_t key_number,
              kel_walk_function function, void *context, e_avl_walk_function visit);
-// Arguments that a tree passes behind `pair` reach the function unchanged.
-std::uint32_t visit(kel_index_node *node, void *pair);
+// visit.cpp: arguments that a tree passes behind `pair` reach the function
+// unchanged.
+std::uint32_t visit(kel_index_node *node, void *pair) __asm__("tarn_table_visit");
 
 // callback.cpp ----------------------------------------------------------------
 // `handler` is the table's own handler, taken by symbol so that a strong

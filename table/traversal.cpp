@@ -209,11 +209,4 @@ void walk_cr(kel_handle *handle, kel_table *table, std::uint32_t key_number,
     walk(table, function, context, visit, &handle->last_error);
 }
 
-// So small that the call at its end is a jump, which leaves the registers of
-// further arguments alone.
-std::uint32_t visit(kel_index_node *node, void *pair) {
-    const auto *target = static_cast<const kel_walk_pair *>(pair);
-    return target->function(record_of(node), target->context);
-}
-
 }  // namespace tarn::table

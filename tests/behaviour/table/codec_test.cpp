@@ -109,7 +109,7 @@ TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
 
 TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
     kel_record *record = make(1);
-    const u32 length = frame_size + object_len(record) - 1;
+    const u32 length = frame_size + 7;  // the object's first fields don't fit
     Bytes buffer(length, untouched);
     s.plain.marshal(handle, tx, buffer.data(), record, length, &err);
     EXPECT_EQ(err, 90U);

@@ -62,6 +62,7 @@ TableFixture::~TableFixture() {
 kel_record *TableFixture::make(u32 key, u32 src, u32 value) {
     kel_record *record = s.create_record_w_src(handle, tx, src, &err);
     void *object = s.object.create(handle, tx);
+    if (s.prepare != nullptr) s.prepare(handle, tx, object, &err);
     s.set_value(handle, tx, object, value, &err);
     if (s.has_key_object()) {
         void *holder = s.key_object.create(handle, tx);

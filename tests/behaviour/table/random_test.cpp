@@ -113,6 +113,7 @@ class Random : public TableTest {
         if (model.outside.empty()) return;
         const auto [record, place] = *random_entry(model.outside);
         void *object = s.object.create(handle, tx);
+        if (s.prepare != nullptr) s.prepare(handle, tx, object, &err);
         if (!s.has_key_object()) s.set_key(handle, tx, object, place.key, &err);
         if (chance()) {
             s.object.free_and_set(handle, tx, record, object);

@@ -186,6 +186,8 @@ struct Subject {
     u32 (*get_key)(kel_handle *, const void *holder);
     // Fills in `key`; with a key structure its value is a key object, set before.
     void (*make_key)(KeyValue &key, u32 number);
+    // Makes a new value object fit for every form; null where it already is.
+    void (*prepare)(kel_handle *, u32 tx, void *object, u32 *err);
     // One field of the value object that is no key.
     void (*set_value)(kel_handle *, u32 tx, void *object, u32 value, u32 *err);
     u32 (*get_value)(kel_handle *, const void *object);
