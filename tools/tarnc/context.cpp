@@ -62,16 +62,19 @@ Context context_of(const Schema &schema, const Structure &structure) {
                            variants_of(structure), structure.variants.size()));
     Context fields = empty_list();
     Context values = empty_list();
-    for (const Field &field : structure.fields) fields.push_back(context_of(structure, field));
-    std::size_t left = 0;
-    for (const Field &field : structure.fields) left += field.has_plain_value() ? 1 : 0;
-    context.set("values", flag(left > 0));
+    std::string arguments;
+    std::string widened;
     for (const Field &field : structure.fields) {
+        const Context each = context_of(schema, structure, field);
+        fields.push_back(each);
         if (!field.has_plain_value()) continue;
-        Context value = context_of(structure, field);
-        value.set("last", flag(--left == 0));
-        values.push_back(value);
+        values.push_back(each);
+        arguments += (arguments.empty() ? "" : ", ") + each.get("argument")->string_value();
+        widened += (widened.empty() ? "" : ", ") + each.get("widened")->string_value();
     }
+    context.set("values", flag(!arguments.empty()));
+    context.set("arguments", "{" + arguments + "}");
+    context.set("widened_arguments", "{" + widened + "}");
     context.set("fields", fields);
     context.set("value_fields", values);
     return context;

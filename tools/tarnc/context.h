@@ -18,8 +18,8 @@ std::string origin(const Schema &schema, const Place &place);
 // "{0x09, 0xf0, ...}" on two lines.
 std::string bytes_of(const std::string &luid);
 
-// A name that can stand for an argument or a member: not a keyword.
-std::string safe_name(const std::string &name);
+// A field's name as that of an argument or a member: neither a keyword nor a type.
+std::string safe_name(const Schema &schema, const std::string &name);
 
 }  // namespace tarnc
 

@@ -39,10 +39,10 @@ std::string member_type(const Field &field) {
     }
 }
 
-void set_plain_value(Context &context, const Field &field) {
+void set_plain_value(Context &context, const Schema &schema, const Field &field) {
     if (!field.has_plain_value()) return;
     const bool is_signed = field.kind == FieldKind::int32 || field.kind == FieldKind::int64;
-    const std::string argument = safe_name(field.name);
+    const std::string argument = safe_name(schema, field.name);
     context.set("plain", field.enumeration != nullptr ? "uint32_t" : field.built_in->plain);
     context.set("argument", argument);
     context.set("widened", is_signed ? "static_cast<std::uint64_t>(" + argument + ")" : argument);
@@ -81,7 +81,7 @@ std::string layout_line(const Field &field) {
 
 }  // namespace
 
-Context context_of(const Structure &structure, const Field &field) {
+Context context_of(const Schema &schema, const Structure &structure, const Field &field) {
     const bool is_array = field.kind == FieldKind::array;
     const std::string variant_note =
         field.first_variant > 0
@@ -109,11 +109,11 @@ Context context_of(const Structure &structure, const Field &field) {
     context.set("structure", field.structure != nullptr ? "&" + field.type : "nullptr");
     context.set("member_type", member_type(field));
     context.set("member",
-                safe_name(field.name) + (is_array ? "[" + text(field.elements) + "]" : ""));
-    context.set("member_name", safe_name(field.name));
+                safe_name(schema, field.name) + (is_array ? "[" + text(field.elements) + "]" : ""));
+    context.set("member_name", safe_name(schema, field.name));
     context.set("field_line", field_line(structure, field));
     context.set("layout_line", layout_line(field));
-    set_plain_value(context, field);
+    set_plain_value(context, schema, field);
     return context;
 }
 

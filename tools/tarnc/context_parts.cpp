@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "context_parts.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
@@ -59,7 +60,7 @@ std::string bytes_of(const std::string &luid) {
     return bytes + "}";
 }
 
-std::string safe_name(const std::string &name) {
+std::string safe_name(const Schema &schema, const std::string &name) {
     // Keywords of C and C++, and the other arguments of the functions that take
     // one argument a field.
     static const std::set<std::string> taken = {"alignas",    "alignof",   "and",
@@ -90,7 +91,11 @@ std::string safe_name(const std::string &name) {
                                                 "tx_id",      "object",    "err",
                                                 "descriptor", "variant",   "created_variant",
                                                 "flags"};
-    return taken.count(name) != 0 ? name + "_" : name;
+    const auto has_name = [&](const auto &item) { return item.name == name; };
+    const bool is_type =
+        std::any_of(schema.structures.begin(), schema.structures.end(), has_name) ||
+        std::any_of(schema.enumerations.begin(), schema.enumerations.end(), has_name);
+    return is_type || taken.count(name) != 0 ? name + "_" : name;
 }
 
 }  // namespace tarnc

@@ -26,7 +26,7 @@ std::string descriptor(const Schema &schema, const std::string &symbol, const st
                        std::size_t count);
 
 // A field as templates see it.
-Context context_of(const Structure &structure, const Field &field);
+Context context_of(const Schema &schema, const Structure &structure, const Field &field);
 
 }  // namespace tarnc
 

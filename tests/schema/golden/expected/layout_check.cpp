@@ -30,7 +30,7 @@ struct st_shape {
     KEL_OBJECT_HEADER
     uint8_t sides;
     uint32_t number;
-    kel_enum_object paint;
+    kel_enum_object color_;
     whole_st_corner first;
     uint8_t pattern[4];
     kel_boolean filled;
@@ -39,8 +39,8 @@ static_assert(offsetof(st_shape, sides) == 11);
 static_assert(sizeof(st_shape::sides) == 1);
 static_assert(offsetof(st_shape, number) == 12);
 static_assert(sizeof(st_shape::number) == 4);
-static_assert(offsetof(st_shape, paint) == 16);
-static_assert(sizeof(st_shape::paint) == 16);
+static_assert(offsetof(st_shape, color_) == 16);
+static_assert(sizeof(st_shape::color_) == 16);
 static_assert(offsetof(st_shape, first) == 32);
 static_assert(sizeof(st_shape::first) == 40);
 static_assert(offsetof(st_shape, pattern) == 72);

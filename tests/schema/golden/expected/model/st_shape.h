@@ -37,7 +37,7 @@ inline constexpr Field st_shape_fields[] = {
         .structure = nullptr,
     },
     {
-        .name = "paint",
+        .name = "color",
         .kind = FieldKind::enumeration,
         .first_variant = 0,
         .offset = 16,

@@ -123,11 +123,11 @@ shape_key *shape_key_get(kel_handle *, uint32_t, shape_key *object, uint32_t *) 
 }
 
 void shape_key_get_all(kel_handle *handle, uint32_t tx_id, const shape_key *object, uint32_t *err) {
-    tarn::object::get_all(tarn::model::shape_key, handle, tx_id, object, {  }, err);
+    tarn::object::get_all(tarn::model::shape_key, handle, tx_id, object, {}, err);
 }
 
 void shape_key_set_all(kel_handle *handle, uint32_t tx_id, shape_key *object, uint32_t *err) {
-    tarn::object::set_all(tarn::model::shape_key, handle, tx_id, object, {  }, err);
+    tarn::object::set_all(tarn::model::shape_key, handle, tx_id, object, {}, err);
 }
 
 void shape_key_set(kel_handle *handle, uint32_t tx_id, shape_key *destination,

@@ -124,13 +124,13 @@ st_corner *st_corner_get(kel_handle *, uint32_t, st_corner *object, uint32_t *) 
 
 void st_corner_get_all(kel_handle *handle, uint32_t tx_id, const st_corner *object, int64_t *x,
                        uint8_t *register_, uint32_t *err) {
-    tarn::object::get_all(tarn::model::st_corner, handle, tx_id, object, { x, register_ }, err);
+    tarn::object::get_all(tarn::model::st_corner, handle, tx_id, object, {x, register_}, err);
 }
 
 void st_corner_set_all(kel_handle *handle, uint32_t tx_id, st_corner *object, int64_t x,
                        uint8_t register_, uint32_t *err) {
     tarn::object::set_all(tarn::model::st_corner, handle, tx_id, object,
-                          { static_cast<std::uint64_t>(x), register_ }, err);
+                          {static_cast<std::uint64_t>(x), register_}, err);
 }
 
 void st_corner_set(kel_handle *handle, uint32_t tx_id, st_corner *destination,

@@ -123,15 +123,15 @@ st_shape *st_shape_get(kel_handle *, uint32_t, st_shape *object, uint32_t *) {
 }
 
 void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_shape *object, uint8_t *sides,
-                      uint32_t *number, uint32_t *paint, uint32_t *filled, uint32_t *err) {
-    tarn::object::get_all(tarn::model::st_shape, handle, tx_id, object, { sides, number, paint,
-                                                                         filled }, err);
+                      uint32_t *number, uint32_t *color_, uint32_t *filled, uint32_t *err) {
+    tarn::object::get_all(tarn::model::st_shape, handle, tx_id, object, {sides, number, color_,
+                                                                         filled}, err);
 }
 
 void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape *object, uint8_t sides,
-                      uint32_t number, uint32_t paint, uint32_t filled, uint32_t *err) {
-    tarn::object::set_all(tarn::model::st_shape, handle, tx_id, object, { sides, number, paint,
-                                                                         filled }, err);
+                      uint32_t number, uint32_t color_, uint32_t filled, uint32_t *err) {
+    tarn::object::set_all(tarn::model::st_shape, handle, tx_id, object, {sides, number, color_,
+                                                                         filled}, err);
 }
 
 void st_shape_set(kel_handle *handle, uint32_t tx_id, st_shape *destination, const st_shape *source,
@@ -282,33 +282,33 @@ void st_shape_number_state_flag_set(kel_handle *handle, uint32_t tx_id, st_shape
                                  tx_id, object, flag, err);
 }
 
-color *st_shape_paint_get(kel_handle *handle, uint32_t tx_id, st_shape *object, uint32_t *err) {
+color *st_shape_color_get(kel_handle *handle, uint32_t tx_id, st_shape *object, uint32_t *err) {
     return static_cast<color *>(tarn::object::get<tarn::model::st_shape, 2>(handle, tx_id, object,
                                                                             err));
 }
 
-void st_shape_paint_set(kel_handle *handle, uint32_t tx_id, st_shape *object, const color *source,
+void st_shape_color_set(kel_handle *handle, uint32_t tx_id, st_shape *object, const color *source,
                         uint32_t *err) {
     tarn::object::set<tarn::model::st_shape, 2>(handle, tx_id, object, source, err);
 }
 
-uint32_t st_shape_paint_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+uint32_t st_shape_color_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                   uint32_t *err) {
     return tarn::object::get_value<tarn::model::st_shape, 2>(handle, tx_id, object, err);
 }
 
-void st_shape_paint_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object, uint32_t value,
+void st_shape_color_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object, uint32_t value,
                               uint32_t *err) {
     tarn::object::set_value<tarn::model::st_shape, 2>(handle, tx_id, object, value, err);
 }
 
-uint8_t st_shape_paint_state_flag_get(kel_handle *handle, uint32_t tx_id, const st_shape *object,
+uint8_t st_shape_color_state_flag_get(kel_handle *handle, uint32_t tx_id, const st_shape *object,
                                       uint32_t *err) {
     return tarn::object::state_flag_get(tarn::model::st_shape, tarn::model::st_shape_fields[2],
                                         handle, tx_id, object, err);
 }
 
-void st_shape_paint_state_flag_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+void st_shape_color_state_flag_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                    uint8_t flag, uint32_t *err) {
     tarn::object::state_flag_set(tarn::model::st_shape, tarn::model::st_shape_fields[2], handle,
                                  tx_id, object, flag, err);

@@ -5,7 +5,7 @@
  *
  *   u_int8      sides    sides of the shape
  *   u_int32     number   number of the shape; a key
- *   color       paint    the shape's color
+ *   color       color    named as its type
  *   st_corner   first    the corner to begin at
  *   u_int8[4]   pattern  how the sides are dashed
  *   kel_boolean filled   whether the inside is painted
@@ -143,7 +143,7 @@ TARNBASE_API st_shape *st_shape_get(kel_handle *handle, uint32_t tx_id, st_shape
  * variant ends it.
  */
 TARNBASE_API void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_shape *object,
-                                   uint8_t *sides, uint32_t *number, uint32_t *paint,
+                                   uint8_t *sides, uint32_t *number, uint32_t *color_,
                                    uint32_t *filled, uint32_t *err);
 
 /*
@@ -151,7 +151,7 @@ TARNBASE_API void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_
  * variant ends it.
  */
 TARNBASE_API void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape *object,
-                                   uint8_t sides, uint32_t number, uint32_t paint, uint32_t filled,
+                                   uint8_t sides, uint32_t number, uint32_t color_, uint32_t filled,
                                    uint32_t *err);
 
 /*
@@ -355,48 +355,48 @@ TARNBASE_API void st_shape_number_state_flag_set(kel_handle *handle, uint32_t tx
                                                  st_shape *object, uint8_t flag, uint32_t *err);
 
 /*
- * `paint`: the shape's color.
+ * `color`: named as its type.
  * Returns: access to the field, inside the object; null on failure.
  * Errors: 43 the field is beyond the object's variant.
  */
-TARNBASE_API color *st_shape_paint_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
+TARNBASE_API color *st_shape_color_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                        uint32_t *err);
 
 /*
- * Copies the value that `source` gives into `paint`.
+ * Copies the value that `source` gives into `color`.
  * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
  * object's variant or the value is no enumerator.
  */
-TARNBASE_API void st_shape_paint_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
+TARNBASE_API void st_shape_color_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const color *source, uint32_t *err);
 
 /*
- * Returns: the value of `paint`; 0 on failure.
+ * Returns: the value of `color`; 0 on failure.
  * Errors: 43 the field is beyond the object's variant.
  */
-TARNBASE_API uint32_t st_shape_paint_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+TARNBASE_API uint32_t st_shape_color_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                                uint32_t *err);
 
 /*
- * Sets `paint` to a plain value.
+ * Sets `color` to a plain value.
  * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
  * object's variant or the value is no enumerator.
  */
-TARNBASE_API void st_shape_paint_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
+TARNBASE_API void st_shape_color_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint32_t value, uint32_t *err);
 
 /*
- * Returns: the state flag of `paint`; 0 on failure.
+ * Returns: the state flag of `color`; 0 on failure.
  * Errors: 22 the object or the handle tracks no state.
  */
-TARNBASE_API uint8_t st_shape_paint_state_flag_get(kel_handle *handle, uint32_t tx_id,
+TARNBASE_API uint8_t st_shape_color_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                                    const st_shape *object, uint32_t *err);
 
 /*
- * Sets the state flag of `paint`.
+ * Sets the state flag of `color`.
  * Errors: 22 the object or the handle tracks no state.
  */
-TARNBASE_API void st_shape_paint_state_flag_set(kel_handle *handle, uint32_t tx_id,
+TARNBASE_API void st_shape_color_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint8_t flag, uint32_t *err);
 
 /*
