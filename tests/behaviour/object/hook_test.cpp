@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every store into the arena is announced before it is made, with its transaction.
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/object/objects.h"
+
+namespace tarn::test {
+namespace {
+
+// Watches a block: which of its bytes an operation changed without announcing
+// them first.
+class Watch {
+ public:
+    Watch(kel_handle *handle, void *block, u32 length)
+        : block_(static_cast<u8 *>(block)), before_(bytes_of(block, length)), hooks_(handle) {}
+
+    std::vector<u32> unannounced() const {
+        std::vector<u32> found;
+        for (u32 i = 0; i < before_.size(); ++i) {
+            // The modified mark's service gets no handle.
+            if ((block_[i] ^ before_[i]) == 0 || (block_[i] ^ before_[i]) == 0x80) continue;
+            if (!announced(i)) found.push_back(i);
+        }
+        return found;
+    }
+    bool changed() const { return bytes_of(block_, static_cast<u32>(before_.size())) != before_; }
+    const HookRecorder &hooks() const { return hooks_; }
+
+ private:
+    // The first announcement of a byte must show it as it was.
+    bool announced(u32 index) const {
+        for (const HookEvent &event : hooks_.events) {
+            if (event.hook != Hook::write_log) continue;
+            const auto *first = static_cast<const u8 *>(event.address);
+            if (block_ + index < first || block_ + index >= first + event.length) continue;
+            return event.before[static_cast<std::size_t>(block_ + index - first)] == before_[index];
+        }
+        return false;
+    }
+
+    u8 *block_;
+    std::vector<u8> before_;
+    HookRecorder hooks_;
+};
+
+class Hooks : public ObjectModeTest {
+ protected:
+    Hooks() {
+        EXPECT_EQ(kel_transaction_begin(handle, &tx), 0U);
+        handle->cr_tx_id = tx;
+        make.tx = tx;
+    }
+    void expect_announced(void *block, u32 length, const std::string &name,
+                          const std::function<void()> &operation) {
+        SCOPED_TRACE(name);
+        Watch watch(handle, block, length);
+        operation();
+        EXPECT_EQ(err, 0U);
+        EXPECT_TRUE(watch.changed());
+        EXPECT_EQ(watch.unannounced(), std::vector<u32>());
+        for (const HookEvent &event : watch.hooks().events) {
+            if (event.hook != Hook::type_alloc && event.hook != Hook::type_map_insert &&
+                event.hook != Hook::type_map_lookup) {
+                EXPECT_EQ(event.tx_id, tx);
+            }
+        }
+    }
+};
+TARN_EACH_MODE(Hooks);
+
+TEST_P(Hooks, EveryFieldsWriteIsAnnounced) {
+    st_every *every = make.every(2);
+    st_every *other = make.every(9);
+    const u32 length = st_every_sizeof(handle);
+    st_every_set_all_state_tracking_flag(handle, tx, every, 7);
+    const auto expect = [&](const char *name, const std::function<void()> &operation) {
+        expect_announced(every, length, name, operation);
+    };
+    expect("a8", [&] { st_every_a8_set_value(handle, tx, every, 9, &err); });
+    expect("a16", [&] { st_every_a16_set_value(handle, tx, every, 9, &err); });
+    expect("a32", [&] { st_every_a32_set_value(handle, tx, every, 9, &err); });
+    expect("a64", [&] { st_every_a64_set_value(handle, tx, every, 9, &err); });
+    expect("s32", [&] { st_every_s32_set_value(handle, tx, every, 9, &err); });
+    expect("s64", [&] { st_every_s64_set_value(handle, tx, every, 9, &err); });
+    expect("flag", [&] { st_every_flag_set_value(handle, tx, every, 1, &err); });
+    expect("lamp", [&] { st_every_lamp_set_value(handle, tx, every, 1, &err); });
+    expect("door", [&] { st_every_door_set_value(handle, tx, every, 1, &err); });
+    expect("label", [&] { st_every_label_set(handle, tx, every, Text("short"), &err); });
+    expect("longer label",
+           [&] { st_every_label_set(handle, tx, every, Text("longer than inline"), &err); });
+    expect("addr", [&] { st_every_addr_set(handle, tx, every, Address("1.2.3.4"), &err); });
+    expect("set_all",
+           [&] { st_every_set_all(handle, tx, every, 1, 2, 3, 4, 5, 6, 0, 2, 3, &err); });
+    expect("embedded", [&] { st_every_set_instance_embedded(handle, tx, every); });
+    std::vector<u8> form(st_every_len(handle, tx, other));
+    st_every_marshal(handle, tx, form.data(), other, static_cast<u32>(form.size()), &err);
+    expect("unmarshal", [&] {
+        st_every_unmarshal(handle, tx, form.data(), every, static_cast<u32>(form.size()), 0, &err);
+    });
+    make.check(every, 9);
+}
+
+TEST_P(Hooks, ACopysBodyIsAnnounced) {
+    st_every *every = make.every(2);
+    st_every *other = make.every(9);
+    expect_announced(every, every_size, "set",
+                     [&] { st_every_set(handle, tx, every, other, &err); });
+    st_tag *tag = make.tag(4);
+    expect_announced(every, every_size, "tag",
+                     [&] { st_every_tag_set(handle, tx, every, tag, &err); });
+}
+
+TEST_P(Hooks, EveryArrayWriteIsAnnounced) {
+    st_day *day = st_day_create(handle, tx);
+    const u32 length = st_day_sizeof(handle);
+    const std::vector<u8> source(minutes, 3);
+    const u8 byte = 5;
+    expect_announced(day, length, "set_mem",
+                     [&] { st_day_minute_set_mem(handle, tx, day, source.data(), minutes, &err); });
+    expect_announced(day, length, "set",
+                     [&] { st_day_minute_set(handle, tx, day, 7, &byte, &err); });
+    expect_announced(day, length, "set_value",
+                     [&] { st_day_minute_set_value(handle, tx, day, 8, 6, &err); });
+    if (!tracking()) return;
+    expect_announced(day, length, "flag",
+                     [&] { st_day_minute_state_flag_set(handle, tx, day, 8, 6, &err); });
+    expect_announced(day, length, "whole flag",
+                     [&] { st_day_minute_state_flag_whole_set(handle, tx, day, 6, &err); });
+}
+
+TEST_P(Hooks, TheXmlReadersStoresAreAnnouncedApartFromEnumerations) {
+    st_every *every = make.every(2);
+    const std::string text =
+        "<e><a8>99</a8><a64>5</a64><s64>-9</s64><flag>1</flag><label>a new label</label>"
+        "<addr>9.9.9.9</addr><tag><name>a name</name><point><x>77</x></point></tag></e>";
+    kel_xml_document *document = kel_xml_parse(text.data(), text.size());
+    ASSERT_NE(document, nullptr);
+    expect_announced(every, st_every_sizeof(handle), "from_xml", [&] {
+        st_every_from_xml(handle, tx, "//e", document, every, &err, nullptr, 0);
+    });
+    kel_xml_free(document);
+    EXPECT_EQ(st_every_a8_get_value(handle, tx, every, &err), 99);
+}
+
+TEST_P(Hooks, DestructionAnnouncesWhatItChangesInTheBlock) {
+    st_every *every = make.every(3);
+    expect_announced(every, every_size, "destroy", [&] { st_every_destroy(handle, tx, every); });
+}
+
+TEST_P(Hooks, AllocationAndCountersBelongToTheTransaction) {
+    HookRecorder hooks(handle);
+    st_every_destroy(handle, tx, make.every(3));
+    for (const Hook hook : {Hook::alloc, Hook::free, Hook::delta_log, Hook::write_log}) {
+        EXPECT_GT(hooks.count(hook), 0U);
+        for (const HookEvent &event : hooks.of(hook)) EXPECT_EQ(event.tx_id, tx);
+    }
+}
+
+TEST_P(Hooks, CountersAreAnnouncedBeforeTheyChange) {
+    const kel_type_info *descriptor = head(make.every(1))->descriptor;
+    const kel_variant_usage before = usage(descriptor);
+    HookRecorder hooks(handle);
+    st_every *every = st_every_create(handle, tx);
+    st_every_destroy(handle, tx, every);
+    std::vector<std::pair<void *, std::int32_t>> deltas;
+    std::vector<u64> values;
+    kel_variant_usage &counters = descriptor->variant_info->variants[0];
+    for (const HookEvent &event : hooks.of(Hook::delta_log)) {
+        if (event.address != &counters.created && event.address != &counters.live &&
+            event.address != &counters.destroyed) {
+            continue;
+        }
+        deltas.emplace_back(event.address, event.delta);
+        values.push_back(event.counter_before);
+    }
+    const std::vector<std::pair<void *, std::int32_t>> expected = {{&counters.created, 1},
+                                                                   {&counters.live, 1},
+                                                                   {&counters.destroyed, 1},
+                                                                   {&counters.live, -1}};
+    EXPECT_EQ(deltas, expected);
+    EXPECT_EQ(values,
+              (std::vector<u64>{before.created, before.live, before.destroyed, before.live + 1}));
+}
+
+}  // namespace
+}  // namespace tarn::test

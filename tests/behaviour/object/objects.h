@@ -1,0 +1,129 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The objects that the tests work on: filled by one function and checked by
+// another, whatever form they went through in between.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_OBJECT_OBJECTS_H
+#define TARNBASE_TESTS_BEHAVIOUR_OBJECT_OBJECTS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tarnbase/tarnbase.h"
+#include "tests/behaviour/object/spies.h"
+#include "tests/support/fixture.h"
+#include "tests/support/hooks.h"
+#include "tests/support/trace.h"
+
+namespace tarn::test {
+
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+using u64 = std::uint64_t;
+
+// Where the fields lie, and how long the blocks are.
+//   st_ldap_conn  sname 16, num_conns 48; state: 0, 2
+//   st_tag        name 16, lamp 48, point 64; state: 0, 2, 3
+//   st_every      a8 11, a16 12, a32 16, a64 24, s32 32, s64 40, flag 48, lamp 64,
+//                 door 80, label 96, addr 128, tag 160; state: 0 to 9, 11, 19
+//   st_grown      name 16, total 48, share 56, minute 168, extra 1608;
+//                 state: 0, 2, 3, 10, 1451
+inline constexpr u32 conn_size = 64, conn_states = 3;
+inline constexpr u32 point_size = 32, point_states = 2;
+inline constexpr u32 tag_size = 112, tag_states = 6;
+inline constexpr u32 every_size = 288, every_states = 26;
+inline constexpr u32 grown_size = 1736, grown_states = 1458;
+inline constexpr u32 minutes = 1440;
+
+inline kel_object *head(void *object) { return static_cast<kel_object *>(object); }
+inline const kel_object *head(const void *object) {
+    return static_cast<const kel_object *>(object);
+}
+inline u8 *at(void *object, u32 offset) { return static_cast<u8 *>(object) + offset; }
+template <typename T>
+T *at(void *object, u32 offset) {
+    return reinterpret_cast<T *>(at(object, offset));
+}
+std::vector<u8> bytes_of(const void *object, u32 length);
+std::string text_of(const kel_vstring *string);
+std::string text_of(const ip_address *address);
+
+// A string to set from or to search with; it refers to its own text.
+class Text {
+ public:
+    explicit Text(std::string text);
+    Text(const Text &) = delete;
+    Text &operator=(const Text &) = delete;
+    operator const kel_vstring *() const { return &string_; }
+
+ private:
+    std::string text_;
+    kel_vstring string_;
+};
+
+// An address to set from, from its text.
+class Address {
+ public:
+    explicit Address(const char *text);
+    operator const ip_address *() const { return &address_; }
+
+ private:
+    ip_address address_;
+};
+
+// A handle with what is made through it.
+struct Maker {
+    kel_handle *handle;
+    u32 tx = KEL_TX_NONE;
+
+    st_ldap_conn *conn(const std::string &name, u32 connections) const;
+    st_tag *tag(u32 seed) const;
+    st_every *every(u32 seed) const;
+    st_grown *grown(u32 seed) const;
+    // Fill every field through its accessor, with values made of the seed.
+    void fill(st_tag *tag, u32 seed) const;
+    void fill(st_every *every, u32 seed) const;
+    void fill(st_grown *grown, u32 seed) const;
+    // Expect what fill gave.
+    void check(st_tag *tag, u32 seed) const;
+    void check(st_every *every, u32 seed) const;
+    void check(st_grown *grown, u32 seed) const;
+};
+
+// The variant usage that an object counts in.
+inline kel_variant_usage usage(const kel_type_info *descriptor, int variant = 0) {
+    return descriptor->variant_info->variants[variant];
+}
+
+// A fixture's additions: spies at rest, objects, a second handle.
+template <typename Base>
+class WithObjects : public Base {
+ protected:
+    WithObjects() { spies.reset(); }
+    ~WithObjects() override { spies.reset(); }
+
+    Maker make{this->session.handle()};
+    bool tracking() const {
+        return this->handle->state_tracking != nullptr &&
+               this->handle->state_tracking->state_tracking_mode == KEL_STATE_TRACKING_ON;
+    }
+    void expect_error(u32 error) {
+        EXPECT_EQ(this->err, error);
+        EXPECT_EQ(this->handle->last_error, error);
+        this->err = 0;
+    }
+    void track(u32 mode) { kel_handle_set_state_tracking(this->handle, mode); }
+};
+
+using ObjectTest = WithObjects<PlainTest>;
+using ObjectModeTest = WithObjects<ModeTest>;
+
+// A test of a handle in tracking mode alone.
+class TrackedTest : public ObjectTest {
+ protected:
+    TrackedTest() { track(KEL_STATE_TRACKING_ON); }
+};
+
+}  // namespace tarn::test
+
+#endif

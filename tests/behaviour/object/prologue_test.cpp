@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: Apache-2.0
+// What all operations have in common: entered with an error set they change
+// nothing, and otherwise last_error speaks of the latest one.
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/object/objects.h"
+
+namespace tarn::test {
+namespace {
+
+struct Operation {
+    std::string name;
+    std::function<u64(u32 *err)> call;
+    u64 failure = 0;
+};
+
+class Prologue : public ObjectModeTest {
+ protected:
+    st_every *every = make.every(3);
+    st_every *other = make.every(4);
+    st_day *day = st_day_create(handle, tx);
+    lamp_state *lamp = lamp_state_create(handle, tx);
+    std::vector<char> buffer = std::vector<char>(8192, '#');
+    u8 byte = 9;
+
+    static u64 number(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+
+    std::vector<Operation> reads() {
+        return {
+            {"get", [&](u32 *e) { return number(st_every_a8_get(handle, tx, every, e)); }},
+            {"get_string",
+             [&](u32 *e) { return number(st_every_label_get(handle, tx, every, e)); }},
+            {"get_nested", [&](u32 *e) { return number(st_every_tag_get(handle, tx, every, e)); }},
+            {"get_value", [&](u32 *e) { return st_every_a32_get_value(handle, tx, every, e); }},
+            {"get_enum", [&](u32 *e) { return st_every_lamp_get_value(handle, tx, every, e); }},
+            {"array_get", [&](u32 *e) { return number(st_day_minute_get(handle, tx, day, 1, e)); }},
+            {"array_get_value",
+             [&](u32 *e) { return st_day_minute_get_value(handle, tx, day, 1, e); }},
+            {"array_get_mem",
+             [&](u32 *e) {
+                 st_day_minute_get_mem(handle, tx, day, buffer.data(), 3, e);
+                 return u64{0};
+             }},
+            {"marshal",
+             [&](u32 *e) { return st_every_marshal(handle, tx, buffer.data(), every, 8000, e); }},
+            {"marshal_for_clone",
+             [&](u32 *e) {
+                 return st_every_marshal_for_clone(handle, tx, buffer.data(), every, 8000, e);
+             }},
+            {"print",
+             [&](u32 *e) {
+                 return st_every_print(handle, tx, buffer.data(), 0, "x", every, 8000, e);
+             }},
+            {"to_xml",
+             [&](u32 *e) {
+                 return st_every_to_xml(handle, tx, "x", buffer.data(), every, 8000, 0, e);
+             }},
+            {"enum_get_value", [&](u32 *e) { return lamp_state_get_value(handle, tx, lamp, e); }},
+            {"enum_marshal",
+             [&](u32 *e) { return lamp_state_marshal(handle, tx, buffer.data(), lamp, 8000, e); }},
+            {"enum_print",
+             [&](u32 *e) {
+                 return lamp_state_print(handle, tx, buffer.data(), 0, "x", lamp, 8000, e);
+             }},
+            {"enum_to_xml",
+             [&](u32 *e) {
+                 return lamp_state_to_xml(handle, tx, "x", buffer.data(), lamp, 8000, 0, e);
+             }},
+        };
+    }
+
+    std::vector<Operation> writes() {
+        return {
+            {"set_value",
+             [&](u32 *e) {
+                 st_every_a8_set_value(handle, tx, every, 99, e);
+                 return u64{0};
+             }},
+            {"set",
+             [&](u32 *e) {
+                 st_every_label_set(handle, tx, every, Text("new"), e);
+                 return u64{0};
+             }},
+            {"set_all",
+             [&](u32 *e) {
+                 st_every_set_all(handle, tx, every, 1, 1, 1, 1, 1, 1, 1, 1, 1, e);
+                 return u64{0};
+             }},
+            {"array_set_mem",
+             [&](u32 *e) {
+                 st_day_minute_set_mem(handle, tx, day, &byte, 1, e);
+                 return u64{0};
+             }},
+            {"array_set",
+             [&](u32 *e) {
+                 st_day_minute_set(handle, tx, day, 0, &byte, e);
+                 return u64{0};
+             }},
+            {"array_set_value",
+             [&](u32 *e) {
+                 st_day_minute_set_value(handle, tx, day, 0, 9, e);
+                 return u64{0};
+             }},
+            {"initialize",
+             [&](u32 *e) {
+                 st_every_initialize(handle, tx, every, &_st_every_type_info_internal, 1, 1, 0,
+                                     nullptr, e);
+                 return u64{0};
+             }},
+            {"post_copyout_cleanup",
+             [&](u32 *e) {
+                 st_every_post_copyout_cleanup(handle, tx, every, other, e);
+                 return u64{0};
+             }},
+            {"backpropagate",
+             [&](u32 *e) { return u64{st_every_type_type_backpropagate(handle, tx, every, e)}; }},
+            {"unmarshal",
+             [&](u32 *e) {
+                 return u64{st_every_unmarshal(handle, tx, form.data(), every,
+                                               static_cast<u32>(form.size()), 0, e)};
+             }},
+            {"from_xml",
+             [&](u32 *e) {
+                 st_every_from_xml(handle, tx, "//x", nullptr, every, e, nullptr, 0);
+                 return u64{0};
+             }},
+            {"enum_set_value",
+             [&](u32 *e) {
+                 lamp_state_set_value(handle, tx, lamp, 2, e);
+                 return u64{0};
+             }},
+            {"enum_set",
+             [&](u32 *e) {
+                 lamp_state_set(handle, tx, lamp, at<lamp_state>(other, 64), e);
+                 return u64{0};
+             }},
+            {"enum_unmarshal",
+             [&](u32 *e) {
+                 const u8 bytes[] = {0, 1, 0, 0, 0};
+                 return u64{lamp_state_unmarshal(handle, tx, bytes, lamp, 5, 0, e)};
+             }},
+            {"enum_from_xml",
+             [&](u32 *e) {
+                 lamp_state_from_xml(handle, tx, "//x", nullptr, lamp, e, nullptr, 0);
+                 return u64{0};
+             }},
+            {"enum_backpropagate",
+             [&](u32 *e) { return u64{lamp_state_backpropagate(handle, tx, lamp, e)}; }},
+        };
+    }
+    std::vector<u8> form = [&] {
+        std::vector<u8> bytes(st_every_len(handle, tx, other));
+        st_every_marshal(handle, tx, bytes.data(), other, static_cast<u32>(bytes.size()), &err);
+        return bytes;
+    }();
+
+    std::vector<std::vector<u8>> everything() const {
+        return {bytes_of(every, every_size + (tracking() ? every_states : 0)),
+                bytes_of(day, st_day_sizeof(handle)),
+                bytes_of(lamp, 16),
+                {buffer.begin(), buffer.end()}};
+    }
+};
+TARN_EACH_MODE(Prologue);
+
+TEST_P(Prologue, WithAnErrorSetAnOperationGivesItsFailureValueAndChangesNothing) {
+    st_every_label_set(handle, tx, every, Text("old"), &err);
+    kel_set_instance_modified(lamp, 0, 1, 1);
+    auto operations = reads();
+    for (auto &write : writes()) operations.push_back(write);
+    for (const Operation &operation : operations) {
+        SCOPED_TRACE(operation.name);
+        kel_store_err(handle, 11);
+        const auto before = everything();
+        HookRecorder hooks(handle);
+        u32 error = 17;
+        EXPECT_EQ(operation.call(&error), operation.failure);
+        EXPECT_EQ(error, 17U);
+        EXPECT_EQ(handle->last_error, 11U);
+        EXPECT_TRUE(hooks.events.empty());
+        EXPECT_EQ(everything(), before);
+    }
+}
+
+TEST_P(Prologue, LastErrorSpeaksOfTheLatestOperation) {
+    auto operations = reads();
+    for (auto &write : writes()) operations.push_back(write);
+    for (const Operation &operation : operations) {
+        SCOPED_TRACE(operation.name);
+        kel_store_err(handle, 11);
+        spies.clear();
+        u32 error = 0;
+        operation.call(&error);
+        EXPECT_GE(spies.count("kel_clear_last_error"), 1U);
+        EXPECT_NE(handle->last_error, 11U);
+    }
+}
+
+TEST_P(Prologue, AnErrorSticksInAChainOfCrCallsUntilItIsCleared) {
+    HookRecorder hooks(handle);
+    hooks.fail_allocations(true);
+    kel_clear_last_error(handle);
+    st_ldap_conn *conn = st_ldap_conn_create_cr(handle);
+    ASSERT_NE(conn, nullptr);
+    EXPECT_EQ(handle->last_error, 12U);
+    hooks.fail_allocations(false);
+    EXPECT_EQ(st_ldap_conn_clone_cr(handle, conn), nullptr);
+    EXPECT_EQ(st_ldap_conn_len_cr(handle, conn), 0U);
+    EXPECT_EQ(st_ldap_conn_print_cr(handle, conn, buffer.data(), 8000), 0xffffffffU);
+    EXPECT_EQ(st_ldap_conn_toxml_cr(handle, conn, buffer.data(), 8000), 0xffffffffU);
+    EXPECT_EQ(st_day_minute_set_mem_cr(handle, day, &byte, 1), 12U);
+    EXPECT_EQ(lamp_state_len_cr(handle), 0U);
+    EXPECT_EQ(st_ldap_conn_create_cr(handle), conn);
+    st_ldap_conn_destroy_cr(handle, conn);
+    EXPECT_EQ(handle->last_error, 12U);
+    // A plain call whose own error is 0 ends the chain.
+    st_every_a8_get_value(handle, tx, every, &err);
+    EXPECT_EQ(handle->last_error, 0U);
+    EXPECT_EQ(lamp_state_len_cr(handle), 5U);
+}
+
+TEST_P(Prologue, AHandleWithoutPerStoreDescriptorsAsksForNone) {
+    HookRecorder hooks(handle);
+    make.every(1);
+    lamp_state_create(handle, tx);
+    const std::size_t asked = hooks.count(Hook::type_alloc) + hooks.count(Hook::type_map_insert) +
+                              hooks.count(Hook::type_map_lookup);
+    if (GetParam() == Mode::store_types) {
+        EXPECT_GT(asked, 0U);
+    } else {
+        EXPECT_EQ(asked, 0U);
+    }
+}
+
+TEST_P(Prologue, WithPerStoreDescriptorsTheStoresOwnCountersCount) {
+    if (GetParam() != Mode::store_types) GTEST_SKIP() << "the constant descriptors serve";
+    const kel_type_info *copy = head(every)->descriptor;
+    EXPECT_NE(copy, &_st_every_type_info_internal);
+    EXPECT_NE(copy->store_private, 0U);
+    EXPECT_STREQ(copy->luid_text, _st_every_type_info_internal.luid_text);
+    const kel_variant_usage constant = usage(&_st_every_type_info_internal);
+    const kel_variant_usage own = usage(copy);
+    st_every *counted = st_every_create(handle, tx);
+    EXPECT_EQ(head(counted)->descriptor, copy);
+    EXPECT_EQ(usage(copy).created, own.created + 1);
+    st_every_destroy(handle, tx, counted);
+    EXPECT_EQ(usage(copy).destroyed, own.destroyed + 1);
+    EXPECT_EQ(usage(&_st_every_type_info_internal).created, constant.created);
+    EXPECT_EQ(usage(&_st_every_type_info_internal).destroyed, constant.destroyed);
+    for (const u32 offset : {64U, 80U, 160U, 208U, 224U}) {
+        EXPECT_NE(head(at(every, offset))->descriptor->store_private, 0U) << offset;
+    }
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reading, writing and copying a whole object.
+#include <vector>
+
+#include "tests/behaviour/object/objects.h"
+
+namespace tarn::test {
+namespace {
+
+class WholeObjects : public ObjectModeTest {};
+TARN_EACH_MODE(WholeObjects);
+class WholeCopies : public ObjectTest {};
+
+struct Values {
+    u8 a8 = 77;
+    u16 a16 = 77;
+    u32 a32 = 77;
+    u64 a64 = 77;
+    std::int32_t s32 = 77;
+    std::int64_t s64 = 77;
+    u32 flag = 77, lamp = 77, door = 77;
+
+    void read(kel_handle *handle, const st_every *every, u32 *err) {
+        st_every_get_all(handle, KEL_TX_NONE, every, &a8, &a16, &a32, &a64, &s32, &s64, &flag,
+                         &lamp, &door, err);
+    }
+};
+
+TEST_P(WholeObjects, AllPlainValuesAreReadInFieldOrderAndWidth) {
+    st_every *every = make.every(4);
+    Values values;
+    values.read(handle, every, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(values.a8, 4);
+    EXPECT_EQ(values.a16, 4 * 257);
+    EXPECT_EQ(values.a32, 4U * 65537);
+    EXPECT_EQ(values.a64, 4 * u64{0x100000001});
+    EXPECT_EQ(values.s32, -4);
+    EXPECT_EQ(values.s64, -4 * std::int64_t{0x100000000});
+    EXPECT_EQ(values.flag, 0U);
+    EXPECT_EQ(values.lamp, 1U);
+    EXPECT_EQ(values.door, 2U);
+}
+
+TEST_P(WholeObjects, AllValuesOfANullObjectAre0) {
+    Values values;
+    values.read(handle, nullptr, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(values.a8, 0);
+    EXPECT_EQ(values.a64, 0U);
+    EXPECT_EQ(values.s64, 0);
+    EXPECT_EQ(values.flag, 0U);
+    EXPECT_EQ(values.lamp, 0U);
+    EXPECT_EQ(values.door, 0U);
+}
+
+TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
+    st_every *every = st_every_create(handle, tx);
+    spies.clear();
+    st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
+    EXPECT_EQ(err, 0U);
+    if (tracking()) {
+        EXPECT_EQ(bytes_of(at(every, every_size), every_states), std::vector<u8>(every_states));
+    }
+    EXPECT_EQ(kel_get_instance_modified(every, 1, 0), 1U);
+    std::vector<u64> sizes;
+    for (const Call &call : spies.of("kel_set_instance_modified", every)) {
+        EXPECT_EQ(call.arguments[0], 1U);
+        EXPECT_EQ(call.arguments[2], 1U);
+        sizes.push_back(call.arguments[1]);
+    }
+    EXPECT_EQ(sizes, (std::vector<u64>{0, 0, 0, 0, 0, 0, 1, 1, 1}));
+}
+
+TEST_P(WholeObjects, AFailureInTheMiddleDoesNotStopTheRestOfTheMarks) {
+    st_every *every = st_every_create(handle, tx);
+    spies.clear();
+    spies.wishes.set_error = 22;
+    st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
+    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(spies.of("kel_set_instance_modified", every).size(), 9U);
+    EXPECT_EQ(st_every_a8_get_value(handle, tx, every, &(err = 0)), 1);
+    EXPECT_EQ(st_every_a16_get_value(handle, tx, every, &err), 2);
+    EXPECT_EQ(st_every_a32_get_value(handle, tx, every, &err), 0U);
+}
+
+TEST_P(WholeObjects, SettingAllValuesOfANullObjectIsError2) {
+    st_every_set_all(handle, tx, nullptr, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
+    expect_error(2);
+}
+
+TEST_P(WholeObjects, ACopyHasTheValuesAndTextsOfItsOwn) {
+    for (u32 seed = 0; seed < 3; ++seed) {
+        st_every *source = make.every(seed);
+        st_every *copy = make.every(seed + 7);
+        st_every_set(handle, tx, copy, source, &err);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(st_every_compare(copy, source), 0);
+        st_every_destroy(handle, tx, source);
+        make.check(copy, seed);
+        st_every_destroy(handle, tx, copy);
+    }
+}
+
+TEST_P(WholeObjects, CopyingLeaksAndSharesNoText) {
+    st_grown_destroy(handle, tx, make.grown(1));
+    const u64 blocks = session.blocks();
+    st_grown *source = make.grown(1);
+    st_grown *copy = make.grown(3);
+    for (int i = 0; i < 3; ++i) st_grown_set(handle, tx, copy, source, &err);
+    EXPECT_EQ(err, 0U);
+    make.check(copy, 1);
+    st_grown_destroy(handle, tx, source);
+    make.check(copy, 1);
+    st_grown_destroy(handle, tx, copy);
+    EXPECT_EQ(session.blocks(), blocks);
+}
+
+TEST_P(WholeObjects, ACopyOfAnObjectOverItselfOnlyAdjustsTheVariant) {
+    kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
+    st_grown *grown = make.grown(1);
+    kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);
+    auto expected = bytes_of(grown, st_grown_sizeof(handle));
+    HookRecorder hooks(handle);
+    spies.clear();
+    st_grown_set(handle, tx, grown, grown, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(hooks.count(Hook::write_log), 1U);
+    EXPECT_TRUE(hooks.announced(&head(grown)->variant, 1));
+    expected[offsetof(kel_object, variant)] = 1;
+    EXPECT_EQ(bytes_of(grown, st_grown_sizeof(handle)), expected);
+    EXPECT_EQ(spies.count("kel_vstring_set"), 0U);
+}
+
+TEST_P(WholeObjects, ACopyAnnouncesThePlainSizeFirstAndSetsNoModifiedMark) {
+    st_every *source = make.every(1);
+    st_every *copy = make.every(2);
+    const auto before = bytes_of(copy, every_size);
+    kel_set_instance_modified(source, 1, 0, 0);
+    HookRecorder hooks(handle);
+    spies.clear();
+    st_every_set(handle, tx, copy, source, &err);
+    const auto stores = hooks.of(Hook::write_log);
+    ASSERT_FALSE(stores.empty());
+    EXPECT_EQ(stores[0].address, copy);
+    EXPECT_EQ(stores[0].length, every_size);
+    EXPECT_EQ(stores[0].before, before);
+    EXPECT_EQ(spies.of("kel_set_instance_modified", copy).size(), 0U);
+    EXPECT_EQ(kel_get_instance_modified(copy, 1, 0), 0U);
+    EXPECT_EQ(spies.order({"kel_vstring_set", "ip_address_set", "kel_boolean_set"}),
+              "kel_vstring_set ip_address_set kel_vstring_set");
+}
+
+TEST_P(WholeObjects, ACopyRunsOnWithAnErrorSetAndKeepsIt) {
+    st_every *source = make.every(1);
+    st_every *copy = make.every(2);
+    err = 12;
+    st_every_set(handle, tx, copy, source, &err);
+    EXPECT_EQ(err, 12U);
+    st_every_destroy(handle, tx, source);
+    make.check(copy, 1);
+}
+
+TEST_P(WholeObjects, CopyingFromOrToNullIsError2) {
+    st_every *every = make.every(1);
+    st_every_set(handle, tx, every, nullptr, &err);
+    expect_error(2);
+    st_every_set(handle, tx, nullptr, every, &err);
+    expect_error(2);
+    make.check(every, 1);
+}
+
+TEST_P(WholeObjects, ANestedObjectIsCopiedWhole) {
+    st_every *every = make.every(1);
+    st_tag *tag = make.tag(9);
+    st_every_tag_set(handle, tx, every, tag, &err);
+    EXPECT_EQ(err, 0U);
+    st_tag_destroy(handle, tx, tag);
+    make.check(st_every_tag_get(handle, tx, every, &err), 9);
+}
+
+TEST_P(WholeObjects, TheFlagsAndTheDescriptorComeFromTheSource) {
+    st_point *source = st_point_create(handle, tx);
+    st_point *copy = st_point_create(handle, tx);
+    st_point_set_instance_embedded(handle, tx, source);
+    static kel_type_info other = _st_point_type_info_internal;
+    head(source)->descriptor = &other;
+    st_point_set(handle, tx, copy, source, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_NE(head(copy)->flags & OBJ_EMBEDDED, 0);
+    EXPECT_EQ(head(copy)->descriptor, &other);
+}
+
+// ---- State in copies --------------------------------------------------------------------
+
+TEST_F(WholeCopies, ATrackingHandleCopiesTheStateBlockUnannounced) {
+    track(KEL_STATE_TRACKING_ON);
+    st_every *source = make.every(1);
+    st_every *copy = make.every(2);
+    for (u8 i = 0; i < every_states; ++i) *at(source, every_size + i) = static_cast<u8>(50 + i);
+    HookRecorder hooks(handle);
+    st_every_set(handle, tx, copy, source, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(bytes_of(at(copy, every_size), every_states),
+              bytes_of(at(source, every_size), every_states));
+    EXPECT_TRUE(hooks.writes_in(at(copy, every_size), every_states).empty());
+    EXPECT_EQ(at(copy, 160) + kellib_get_sttr_offset(handle, tx, at(copy, 160)),
+              at(copy, every_size + 20));
+    EXPECT_EQ(at(copy, 224) + kellib_get_sttr_offset(handle, tx, at(copy, 224)),
+              at(copy, every_size + 24));
+}
+
+TEST_F(WholeCopies, WithTrackingOnOrOffByModeTheDestinationKeepsItsBlocksPlace) {
+    track(KEL_STATE_TRACKING_ON);
+    st_every *parent = make.every(1);
+    st_tag *nested = st_every_tag_get(handle, tx, parent, &err);
+    st_tag *free_one = make.tag(5);
+    for (const u32 mode : {KEL_STATE_TRACKING_ON, KEL_STATE_TRACKING_OFF}) {
+        track(mode);
+        st_tag_set(handle, tx, nested, free_one, &err);
+        EXPECT_NE(head(nested)->flags & OBJ_STATE_ELSEWHERE, 0);
+        EXPECT_EQ(head(nested)->flags & OBJ_NESTED, 0);
+        st_tag_set(handle, tx, free_one, nested, &err);
+        EXPECT_EQ(head(free_one)->flags & OBJ_STATE_ELSEWHERE, 0);
+        EXPECT_EQ(err, 0U);
+    }
+}
+
+TEST_F(WholeCopies, WithoutAControlRecordTheFlagsAreCopiedAsTheyAre) {
+    track(KEL_STATE_TRACKING_ON);
+    st_every *parent = make.every(1);
+    st_tag *nested = st_every_tag_get(handle, tx, parent, &err);
+    st_tag *free_one = make.tag(5);
+    track(0);
+    st_tag_set(handle, tx, nested, free_one, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(head(nested)->flags & OBJ_STATE_ELSEWHERE, 0);
+}
+
+TEST_F(WholeCopies, ACopyOfAnUntrackedObjectInATrackingHandleIsError22BeforeItsTexts) {
+    st_ldap_conn *source = make.conn("a name of more than twelve bytes", 5);
+    track(KEL_STATE_TRACKING_ON);
+    st_ldap_conn *copy = make.conn("other", 6);
+    spies.clear();
+    TraceCapture trace;
+    st_ldap_conn_set(handle, tx, copy, source, &err);
+    expect_error(22);
+    EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
+    EXPECT_EQ(st_ldap_conn_num_conns_get_value(handle, tx, copy, &err), 5U);
+    EXPECT_EQ(spies.count("kel_vstring_set"), 0U);
+}
+
+}  // namespace
+}  // namespace tarn::test
