@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/arena/allocator.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace tarn::runtime {
+
+namespace {
+
+constexpr std::uint64_t set_count = size_class_count + 2;
+
+// A store grows by an eighth, within these bounds.
+constexpr std::uint64_t least_growth = 1ULL << 20;
+constexpr std::uint64_t most_growth = 64ULL << 20;
+
+constexpr std::uint64_t round_to_page(std::uint64_t bytes) {
+    return (bytes + page_size - 1) / page_size * page_size;
+}
+
+char *block_at(Page *page, std::uint32_t slot) {
+    const SizeClass &shape = size_classes[page->size_class];
+    return reinterpret_cast<char *>(page) + shape.first + std::uint64_t{slot} * shape.size;
+}
+
+std::uint32_t lowest_free_slot(Page *page) {
+    std::uint32_t word = 0;
+    while (page->bitmap()[word] == ~0ULL) ++word;
+    return word * 64 + static_cast<std::uint32_t>(std::countr_one(page->bitmap()[word]));
+}
+
+}  // namespace
+
+std::uint64_t Allocator::front_bytes(std::uint64_t sets_offset, std::uint64_t capacity) {
+    return round_to_page(sets_offset + set_count * 8 * PageSet::words_for(capacity / page_size));
+}
+
+Allocator::Allocator(Region &region, ArenaState &state, std::uint64_t sets_offset)
+    : region_(&region), state_(&state) {
+    const std::uint64_t pages = region.capacity() / page_size;
+    auto *words = reinterpret_cast<std::uint64_t *>(region.base() + sets_offset);
+    const auto next_set = [&] {
+        PageSet set(words, pages);
+        words += PageSet::words_for(pages);
+        return set;
+    };
+    for (PageSet &set : with_room_) set = next_set();
+    free_ = next_set();
+    heads_ = next_set();
+}
+
+void Allocator::format(std::uint64_t sets_offset) {
+    const std::uint64_t pages = region_->capacity() / page_size;
+    std::uint64_t page = front_bytes(sets_offset, region_->capacity()) / page_size;
+    for (; page < pages; ++page) free_.insert(page);
+}
+
+Page *Allocator::page_at(std::uint64_t number) const {
+    return reinterpret_cast<Page *>(region_->base() + number * page_size);
+}
+
+std::uint64_t Allocator::number_of(const Page *page) const {
+    return static_cast<std::uint64_t>(reinterpret_cast<const char *>(page) - region_->base()) /
+           page_size;
+}
+
+bool Allocator::grow_to(std::uint64_t end) {
+    if (end <= state_->size) return true;
+    const std::uint64_t step = std::clamp(state_->size / 8, least_growth, most_growth);
+    const std::uint64_t wanted = std::max(end, round_to_page(state_->size + step));
+    const std::uint64_t size = std::min(wanted, region_->capacity());
+    if (region_->extend(state_->size, size) != 0) return false;
+    state_->size = size;
+    return true;
+}
+
+Page *Allocator::take_run(PageKind kind, std::uint64_t pages) {
+    const std::optional<std::uint64_t> first = free_.first_run(pages);
+    if (!first || !grow_to((*first + pages) * page_size)) return nullptr;
+    for (std::uint64_t i = 0; i < pages; ++i) free_.erase(*first + i);
+    heads_.insert(*first);
+    Page *page = page_at(*first);
+    page->kind = kind;
+    page->pages = static_cast<std::uint32_t>(pages);
+    return page;
+}
+
+void Allocator::give_run(Page *page, std::uint64_t dirty) {
+    const std::uint64_t first = number_of(page);
+    const std::uint64_t pages = page->pages;
+    std::memset(static_cast<void *>(page), 0, dirty);
+    heads_.erase(first);
+    for (std::uint64_t i = 0; i < pages; ++i) free_.insert(first + i);
+}
+
+Page *Allocator::take_page() { return take_run(PageKind::undo_log, 1); }
+
+void Allocator::give_page(Page *page, std::uint64_t dirty) { give_run(page, dirty); }
+
+void *Allocator::allocate(std::uint64_t size) {
+    return size <= largest_small_block ? allocate_small(size_class_of(size)) : allocate_large(size);
+}
+
+void *Allocator::allocate_small(std::uint32_t size_class) {
+    PageSet &with_room = with_room_[size_class];
+    Page *page = nullptr;
+    if (const std::optional<std::uint64_t> number = with_room.first()) {
+        page = page_at(*number);
+    } else {
+        page = take_run(PageKind::small_blocks, 1);
+        if (page == nullptr) return nullptr;
+        page->size_class = size_class;
+        with_room.insert(number_of(page));
+    }
+    const std::uint32_t slot = lowest_free_slot(page);
+    page->bitmap()[slot / 64] |= 1ULL << slot % 64;
+    const SizeClass &shape = size_classes[size_class];
+    if (++page->used == shape.slots) with_room.erase(number_of(page));
+    state_->blocks += 1;
+    state_->block_bytes += shape.size;
+    return block_at(page, slot);
+}
+
+void *Allocator::allocate_large(std::uint64_t size) {
+    if (size > region_->capacity()) return nullptr;
+    const std::uint64_t bytes = round_to_page(large_block_offset + size);
+    Page *page = take_run(PageKind::large_block, bytes / page_size);
+    if (page == nullptr) return nullptr;
+    state_->blocks += 1;
+    state_->block_bytes += bytes;
+    return reinterpret_cast<char *>(page) + large_block_offset;
+}
+
+std::optional<Allocator::Place> Allocator::locate(const void *block) const {
+    if (!region_->contains(block, 1)) return std::nullopt;
+    const auto offset =
+        static_cast<std::uint64_t>(static_cast<const char *>(block) - region_->base());
+    const std::uint64_t number = offset / page_size;
+    // Inside a large block there are no heads, only the caller's bytes.
+    if (!heads_.contains(number)) return std::nullopt;
+    Page *page = page_at(number);
+    const std::uint64_t inside = offset % page_size;
+    if (page->kind == PageKind::large_block) {
+        if (inside != large_block_offset) return std::nullopt;
+        return Place{page, 0};
+    }
+    if (page->kind != PageKind::small_blocks) return std::nullopt;
+    const SizeClass &shape = size_classes[page->size_class];
+    if (inside < shape.first || (inside - shape.first) % shape.size != 0) return std::nullopt;
+    const auto slot = static_cast<std::uint32_t>((inside - shape.first) / shape.size);
+    if (slot >= shape.slots || (page->bitmap()[slot / 64] >> slot % 64 & 1) == 0) {
+        return std::nullopt;
+    }
+    return Place{page, slot};
+}
+
+bool Allocator::release(void *block) {
+    const std::optional<Place> place = locate(block);
+    if (!place) return false;
+    state_->blocks -= 1;
+    if (place->page->kind == PageKind::small_blocks) {
+        state_->block_bytes -= size_classes[place->page->size_class].size;
+        release_small(place->page, place->slot);
+    } else {
+        const std::uint64_t bytes = place->page->pages * page_size;
+        state_->block_bytes -= bytes;
+        give_run(place->page, bytes);
+    }
+    return true;
+}
+
+void Allocator::release_small(Page *page, std::uint32_t slot) {
+    const SizeClass &shape = size_classes[page->size_class];
+    PageSet &with_room = with_room_[page->size_class];
+    std::memset(block_at(page, slot), 0, shape.size);
+    page->bitmap()[slot / 64] &= ~(1ULL << slot % 64);
+    if (page->used == shape.slots) with_room.insert(number_of(page));
+    if (--page->used > 0) return;
+    with_room.erase(number_of(page));
+    give_run(page, shape.first);
+}
+
+}  // namespace tarn::runtime

@@ -1,0 +1,82 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The blocks of a store.
+//
+// Free bytes are zero, and the lowest free place is always taken. Everything that
+// the allocator keeps is therefore a function of the blocks that are allocated: an
+// allocation that is taken back leaves every byte as it was, save that a store
+// that has grown stays grown.
+//
+// What it keeps stands outside the blocks: sets of page numbers behind the store's
+// header, and a head at the start of each page in use (page.h).
+#ifndef TARNBASE_RUNTIME_ARENA_ALLOCATOR_H
+#define TARNBASE_RUNTIME_ARENA_ALLOCATOR_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "runtime/arena/page.h"
+#include "runtime/arena/page_set.h"
+#include "runtime/arena/region.h"
+#include "runtime/arena/size_class.h"
+
+namespace tarn::runtime {
+
+// The allocator's counts, in the store's header.
+struct ArenaState {
+    std::uint64_t size;         // bytes usable, from the base
+    std::uint64_t blocks;       // blocks allocated
+    std::uint64_t block_bytes;  // bytes of these, in their size classes
+};
+
+class Allocator {
+ public:
+    // Bytes from the base on that are never dealt out, if the page sets begin at
+    // byte `sets_offset` of a store of `capacity` bytes.
+    static std::uint64_t front_bytes(std::uint64_t sets_offset, std::uint64_t capacity);
+
+    Allocator() = default;
+    // The allocator of a mapped store.
+    Allocator(Region &region, ArenaState &state, std::uint64_t sets_offset);
+    // Enters all pages of a new store as free.
+    void format(std::uint64_t sets_offset);
+
+    // A zeroed block of at least `size` bytes; null if there is no room.
+    void *allocate(std::uint64_t size);
+    // Zeroes a block and gives it back. False: it is no allocated block.
+    bool release(void *block);
+    bool is_allocated(const void *block) const { return locate(block).has_value(); }
+
+    // A page for the undo log, zero but for its head; null if there is no room.
+    Page *take_page();
+    // Gives a page back whose first `dirty` bytes may not be zero.
+    void give_page(Page *page, std::uint64_t dirty);
+
+ private:
+    // Where an allocated block lies. A large block has slot 0.
+    struct Place {
+        Page *page;
+        std::uint32_t slot;
+    };
+
+    std::optional<Place> locate(const void *block) const;
+    Page *take_run(PageKind kind, std::uint64_t pages);
+    void give_run(Page *page, std::uint64_t dirty);
+    void *allocate_small(std::uint32_t size_class);
+    void *allocate_large(std::uint64_t size);
+    void release_small(Page *page, std::uint32_t slot);
+    bool grow_to(std::uint64_t end);
+
+    Page *page_at(std::uint64_t number) const;
+    std::uint64_t number_of(const Page *page) const;
+
+    Region *region_ = nullptr;
+    ArenaState *state_ = nullptr;
+    std::array<PageSet, size_class_count> with_room_;  // pages with a free slot
+    PageSet free_;                                     // pages not in use
+    PageSet heads_;                                    // pages that begin with a head
+};
+
+}  // namespace tarn::runtime
+
+#endif

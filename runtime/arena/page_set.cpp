@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/arena/page_set.h"
+
+#include <bit>
+
+namespace tarn::runtime {
+
+namespace {
+
+constexpr std::uint64_t word_bits = 64;
+
+constexpr std::uint64_t words(std::uint64_t bits) { return (bits + word_bits - 1) / word_bits; }
+
+constexpr std::uint64_t bit(std::uint64_t number) { return 1ULL << (number % word_bits); }
+
+}  // namespace
+
+std::uint64_t PageSet::words_for(std::uint64_t limit) {
+    std::uint64_t total = 0;
+    for (std::uint64_t level = words(limit);; level = words(level)) {
+        total += level;
+        if (level <= 1) return total;
+    }
+}
+
+PageSet::PageSet(std::uint64_t *first_word, std::uint64_t limit) : limit_(limit) {
+    for (std::uint64_t level = words(limit);; level = words(level)) {
+        levels_[depth_++] = first_word;
+        if (level <= 1) return;
+        first_word += level;
+    }
+}
+
+void PageSet::insert(std::uint64_t page) {
+    for (std::size_t level = 0; level < depth_; ++level, page /= word_bits) {
+        std::uint64_t &word = levels_[level][page / word_bits];
+        const bool marked_above = word != 0;
+        word |= bit(page);
+        if (marked_above) return;
+    }
+}
+
+void PageSet::erase(std::uint64_t page) {
+    for (std::size_t level = 0; level < depth_; ++level, page /= word_bits) {
+        std::uint64_t &word = levels_[level][page / word_bits];
+        word &= ~bit(page);
+        if (word != 0) return;
+    }
+}
+
+bool PageSet::contains(std::uint64_t page) const {
+    return page < limit_ && (levels_[0][page / word_bits] & bit(page)) != 0;
+}
+
+std::optional<std::uint64_t> PageSet::first() const {
+    std::uint64_t place = 0;
+    for (std::size_t level = depth_; level-- > 0;) {
+        const std::uint64_t word = levels_[level][place];
+        if (word == 0) return std::nullopt;
+        place = place * word_bits + static_cast<std::uint64_t>(std::countr_zero(word));
+    }
+    return place;
+}
+
+std::optional<std::uint64_t> PageSet::first_run(std::uint64_t count) const {
+    if (count == 1) return first();
+    std::uint64_t run = 0;
+    for (std::uint64_t page = first().value_or(limit_); page < limit_;) {
+        if (levels_[0][page / word_bits] == 0) {
+            run = 0;
+            page = (page / word_bits + 1) * word_bits;
+            continue;
+        }
+        run = contains(page) ? run + 1 : 0;
+        ++page;
+        if (run == count) return page - count;
+    }
+    return std::nullopt;
+}
+
+}  // namespace tarn::runtime

@@ -1,0 +1,44 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A set of page numbers, kept in the store as bits.
+//
+// Level 0 has a bit a page, each further level a bit for every word of the level
+// below that isn't zero, up to a level of one word. The bytes are a function of the
+// members alone, so that taking a member out and putting it back leaves no trace.
+#ifndef TARNBASE_RUNTIME_ARENA_PAGE_SET_H
+#define TARNBASE_RUNTIME_ARENA_PAGE_SET_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace tarn::runtime {
+
+class PageSet {
+ public:
+    // Words that a set of numbers below `limit` takes.
+    static std::uint64_t words_for(std::uint64_t limit);
+
+    PageSet() = default;
+    // The set whose words stand at `words`. Zero words are the empty set.
+    PageSet(std::uint64_t *words, std::uint64_t limit);
+
+    void insert(std::uint64_t page);
+    void erase(std::uint64_t page);
+    bool contains(std::uint64_t page) const;
+
+    // The lowest member.
+    std::optional<std::uint64_t> first() const;
+    // The first member of the lowest run of `count` members.
+    std::optional<std::uint64_t> first_run(std::uint64_t count) const;
+
+ private:
+    static constexpr std::size_t max_levels = 8;  // 2^48 pages are more than can be mapped
+
+    std::array<std::uint64_t *, max_levels> levels_{};
+    std::size_t depth_ = 0;
+    std::uint64_t limit_ = 0;
+};
+
+}  // namespace tarn::runtime
+
+#endif

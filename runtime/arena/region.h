@@ -1,0 +1,59 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A range of addresses that is a file or anonymous memory. The whole capacity is
+// mapped at once; a file grows under the mapping, so that nothing ever moves and
+// other processes see the growth without being told.
+#ifndef TARNBASE_RUNTIME_ARENA_REGION_H
+#define TARNBASE_RUNTIME_ARENA_REGION_H
+
+#include <cstdint>
+#include <utility>
+
+namespace tarn::runtime {
+
+// An open file, closed with its owner.
+class File {
+ public:
+    File() = default;
+    explicit File(int descriptor) : descriptor_(descriptor) {}
+    File(File &&other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    File &operator=(File &&other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+    ~File();
+
+    int descriptor() const { return descriptor_; }
+    bool is_open() const { return descriptor_ >= 0; }
+
+ private:
+    int descriptor_ = -1;
+};
+
+class Region {
+ public:
+    Region() = default;
+    Region(const Region &) = delete;
+    Region &operator=(const Region &) = delete;
+    ~Region();
+
+    // Maps `capacity` bytes of `file`, or of anonymous memory if it isn't open, at
+    // `base`, or anywhere if that is null. Returns 0, EADDRINUSE if some of the
+    // range is taken, or mmap(2)'s error. The file stays the caller's on failure.
+    std::uint32_t map(File &file, void *base, std::uint64_t capacity);
+
+    // Makes bytes [from, to) usable: they are zero. Returns 0 or an errno number.
+    std::uint32_t extend(std::uint64_t from, std::uint64_t to);
+
+    char *base() const { return base_; }
+    std::uint64_t capacity() const { return capacity_; }
+    bool contains(const void *address, std::uint64_t length) const;
+
+ private:
+    File file_;
+    char *base_ = nullptr;
+    std::uint64_t capacity_ = 0;
+};
+
+}  // namespace tarn::runtime
+
+#endif

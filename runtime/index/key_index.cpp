@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+// The key index of a table. The second anchor word isn't needed and stays zero.
+#include "runtime/index/tree.h"
+#include "runtime/store/store.h"
+
+using namespace tarn::runtime;
+
+std::uint32_t e_avl_insert(void *arena, std::uint32_t tx_id, void **root, kel_index_node *node,
+                           std::uintptr_t *, e_avl_compare_function compare) {
+    return tree_insert(static_cast<kel_store *>(arena), tx_id, root, node, compare);
+}
+
+std::uint32_t e_avl_delete(void *arena, std::uint32_t tx_id, void **root, kel_index_node *node,
+                           std::uintptr_t *, e_avl_compare_function) {
+    return tree_remove(static_cast<kel_store *>(arena), tx_id, root, node);
+}
+
+kel_index_node *e_avl_search(void *root, const kel_index_node *probe,
+                             e_avl_compare_function compare) {
+    return tree_find(root, probe, compare);
+}
+
+kel_index_node *e_avl_get_first(void *root) { return tree_first(root); }
+
+kel_index_node *e_avl_get_last(void *root) { return tree_last(root); }
+
+kel_index_node *e_avl_get_next(void *root, const kel_index_node *node,
+                               e_avl_compare_function compare) {
+    return tree_next(root, node, compare);
+}
+
+kel_index_node *e_avl_get_prev(void *root, const kel_index_node *node,
+                               e_avl_compare_function compare) {
+    return tree_previous(root, node, compare);
+}
+
+std::uint32_t e_avl_walk(void *root, e_avl_walk_function callback, void *context) {
+    return tree_walk(root, callback, context);
+}

@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+// A height-balanced tree: the subtrees of a node differ in height by at most one.
+#include "runtime/index/tree.h"
+
+#include "runtime/index/node.h"
+#include "runtime/store/store.h"
+
+namespace tarn::runtime {
+
+namespace {
+
+// Changes a tree, announcing each store.
+class Editor {
+ public:
+    Editor(kel_store *store, std::uint32_t tx_id, void **anchor)
+        : store_(store), tx_id_(tx_id), anchor_(anchor) {}
+
+    void link(Node *node, Node *parent, Side side);
+    void unlink(Node *node);
+
+ private:
+    template <typename T>
+    void set(T &place, T value) {
+        if (store_ != nullptr) store_->log_write(tx_id_, &place, sizeof(T));
+        place = value;
+    }
+    void set_balance(Node *node, Balance balance) {
+        const auto parent = reinterpret_cast<std::uintptr_t>(node->parent());
+        set(node->parent_and_balance, parent | static_cast<std::uintptr_t>(balance));
+    }
+    void set_parent(Node *node, Node *parent) {
+        if (node == nullptr) return;
+        set(node->parent_and_balance, reinterpret_cast<std::uintptr_t>(parent) |
+                                          static_cast<std::uintptr_t>(node->balance()));
+    }
+    void set_child(Node *node, Side side, Node *child) {
+        set(node->child[side], child);
+        set_parent(child, node);
+    }
+    // Puts `to` where `from` hangs.
+    void replace_under(Node *parent, Node *from, Node *to);
+    void put_in_place_of(Node *node, Node *successor);
+
+    void grown(Node *node);
+    void shrunk(Node *parent, Side side);
+    bool rotate(Node *node, Side side);
+    void rotate_once(Node *node, Node *child, Side side);
+    void rotate_twice(Node *node, Node *child, Side side);
+
+    kel_store *store_;
+    std::uint32_t tx_id_;
+    void **anchor_;
+};
+
+void Editor::replace_under(Node *parent, Node *from, Node *to) {
+    if (parent != nullptr) {
+        set_child(parent, from->side_under(parent), to);
+    } else {
+        set(*anchor_, static_cast<void *>(to));
+        set_parent(to, nullptr);
+    }
+}
+
+void Editor::link(Node *node, Node *parent, Side side) {
+    set(*node, Node{{nullptr, nullptr}, reinterpret_cast<std::uintptr_t>(parent), anchor_});
+    if (parent == nullptr) {
+        set(*anchor_, static_cast<void *>(node));
+    } else {
+        set(parent->child[side], node);
+        grown(node);
+    }
+}
+
+// The subtree of `node` has become higher by one.
+void Editor::grown(Node *node) {
+    for (Node *parent = node->parent(); parent != nullptr; parent = node->parent()) {
+        const Side side = node->side_under(parent);
+        if (parent->balance() == higher(side)) {
+            rotate(parent, side);
+            return;
+        }
+        if (parent->balance() != Balance::even) {
+            set_balance(parent, Balance::even);
+            return;
+        }
+        set_balance(parent, higher(side));
+        node = parent;
+    }
+}
+
+// The subtree of `parent` on that side has become lower by one.
+void Editor::shrunk(Node *parent, Side side) {
+    while (parent != nullptr) {
+        Node *const above = parent->parent();
+        const Side side_above = above != nullptr ? parent->side_under(above) : before;
+        if (parent->balance() == Balance::even) {
+            set_balance(parent, higher(opposite(side)));
+            return;
+        }
+        if (parent->balance() == higher(side)) {
+            set_balance(parent, Balance::even);
+        } else if (!rotate(parent, opposite(side))) {
+            return;
+        }
+        parent = above;
+        side = side_above;
+    }
+}
+
+// Mends a node that is too high by two on that side. Returns whether its subtree is
+// lower by one for it.
+bool Editor::rotate(Node *node, Side side) {
+    Node *child = node->child[side];
+    if (child->balance() == higher(opposite(side))) {
+        rotate_twice(node, child, side);
+        return true;
+    }
+    const bool lower = child->balance() != Balance::even;
+    rotate_once(node, child, side);
+    set_balance(node, lower ? Balance::even : higher(side));
+    set_balance(child, lower ? Balance::even : higher(opposite(side)));
+    return lower;
+}
+
+void Editor::rotate_once(Node *node, Node *child, Side side) {
+    replace_under(node->parent(), node, child);
+    set_child(node, side, child->child[opposite(side)]);
+    set_child(child, opposite(side), node);
+}
+
+void Editor::rotate_twice(Node *node, Node *child, Side side) {
+    Node *grandchild = child->child[opposite(side)];
+    const Balance balance = grandchild->balance();
+    rotate_once(child, grandchild, opposite(side));
+    rotate_once(node, grandchild, side);
+    set_balance(node, balance == higher(side) ? higher(opposite(side)) : Balance::even);
+    set_balance(child, balance == higher(opposite(side)) ? higher(side) : Balance::even);
+    set_balance(grandchild, Balance::even);
+}
+
+void Editor::unlink(Node *node) {
+    Node *parent = node->parent();
+    Side side = parent != nullptr ? node->side_under(parent) : before;
+    if (node->child[before] != nullptr && node->child[after] != nullptr) {
+        Node *successor = node->child[after];
+        while (successor->child[before] != nullptr) successor = successor->child[before];
+        // The place that loses a level is the successor's, not the node's.
+        side = successor->side_under(successor->parent());
+        parent = successor->parent() == node ? successor : successor->parent();
+        put_in_place_of(node, successor);
+    } else {
+        Node *child = node->child[before] != nullptr ? node->child[before] : node->child[after];
+        replace_under(parent, node, child);
+    }
+    shrunk(parent, side);
+    set(*node, Node{});
+}
+
+// Moves the successor of a node with two children to the node's place.
+void Editor::put_in_place_of(Node *node, Node *successor) {
+    replace_under(successor->parent(), successor, successor->child[after]);
+    set_child(successor, after, node->child[after]);
+    set_child(successor, before, node->child[before]);
+    const Balance balance = node->balance();
+    replace_under(node->parent(), node, successor);
+    set_balance(successor, balance);
+}
+
+// Tells whether a node is in the tree that begins at `root`, without comparing.
+bool is_in(const Node *root, const Node *node) {
+    if (root == nullptr || node->tree == nullptr || node->tree != root->tree) return false;
+    // A copy of a node, made byte by byte, names the tree but hangs nowhere.
+    const Node *parent = node->parent();
+    if (parent == nullptr) return root == node;
+    return parent->child[before] == node || parent->child[after] == node;
+}
+
+Node *outermost(Node *node, Side side) {
+    while (node != nullptr && node->child[side] != nullptr) node = node->child[side];
+    return node;
+}
+
+Node *step(const Node *node, Side side) {
+    if (node->child[side] != nullptr) return outermost(node->child[side], opposite(side));
+    Node *parent = node->parent();
+    while (parent != nullptr && parent->child[side] == node) {
+        node = parent;
+        parent = parent->parent();
+    }
+    return parent;
+}
+
+Node *neighbour(Node *root, const Node *node, Side side, Compare compare) {
+    if (is_in(root, node)) return step(node, side);
+    const std::uint32_t wanted = side == after ? orders_before : orders_after;
+    Node *best = nullptr;
+    for (Node *place = root; place != nullptr;) {
+        if (compare(to_public(node), to_public(place)) == wanted) {
+            best = place;
+            place = place->child[opposite(side)];
+        } else {
+            place = place->child[side];
+        }
+    }
+    return best;
+}
+
+Node *root_node(void *root) { return static_cast<Node *>(root); }
+
+}  // namespace
+
+bool tree_insert(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index_node *node,
+                 Compare compare) {
+    Node *parent = nullptr;
+    Side side = before;
+    for (Node *place = root_node(*anchor); place != nullptr; place = place->child[side]) {
+        const std::uint32_t order = compare(node, to_public(place));
+        if (order == orders_equal) return false;
+        side = order == orders_before ? before : after;
+        parent = place;
+    }
+    Editor(store, tx_id, anchor).link(to_node(node), parent, side);
+    return true;
+}
+
+bool tree_remove(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index_node *node) {
+    if (!is_in(root_node(*anchor), to_node(node))) return false;
+    Editor(store, tx_id, anchor).unlink(to_node(node));
+    return true;
+}
+
+kel_index_node *tree_find(void *root, const kel_index_node *probe, Compare compare) {
+    for (Node *place = root_node(root); place != nullptr;) {
+        const std::uint32_t order = compare(probe, to_public(place));
+        if (order == orders_equal) return to_public(place);
+        place = place->child[order == orders_before ? before : after];
+    }
+    return nullptr;
+}
+
+kel_index_node *tree_first(void *root) { return to_public(outermost(root_node(root), before)); }
+
+kel_index_node *tree_last(void *root) { return to_public(outermost(root_node(root), after)); }
+
+kel_index_node *tree_next(void *root, const kel_index_node *node, Compare compare) {
+    return to_public(neighbour(root_node(root), to_node(node), after, compare));
+}
+
+kel_index_node *tree_previous(void *root, const kel_index_node *node, Compare compare) {
+    return to_public(neighbour(root_node(root), to_node(node), before, compare));
+}
+
+std::uint32_t tree_walk(void *root, Visit visit, void *context) {
+    for (Node *node = outermost(root_node(root), before); node != nullptr;) {
+        Node *next = step(node, after);
+        if (const std::uint32_t answer = visit(to_public(node), context)) return answer;
+        node = next;
+    }
+    return 0;
+}
+
+std::uint64_t tree_size(void *root) {
+    std::uint64_t size = 0;
+    const Node *node = outermost(root_node(root), before);
+    for (; node != nullptr; node = step(node, after)) ++size;
+    return size;
+}
+
+}  // namespace tarn::runtime

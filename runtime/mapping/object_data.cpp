@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+// The hd mapping: what the runtime keeps beside an object. An object has an entry
+// while its flags say so: where its state block lies, and its trace correlation.
+#include <cerrno>
+
+#include "runtime/mapping/address_map.h"
+#include "runtime/store/handle.h"
+#include "runtime/store/store.h"
+#include "tarnbase/runtime.h"
+
+using namespace tarn::runtime;
+
+namespace {
+
+struct ObjectData {
+    MapNode by_object;
+    std::uint64_t ra_word;
+    std::uint32_t state_distance;
+    std::uint8_t ra_byte;
+    std::uint8_t reserved[3];
+};
+static_assert(sizeof(ObjectData) == 32);
+
+ObjectData *entry_of(MapNode *node) { return reinterpret_cast<ObjectData *>(node); }
+
+AddressMap data_of(kel_handle *handle) {
+    kel_store &store = store_of(handle);
+    return {store, store.header->object_data};
+}
+
+const ObjectData *find(kel_handle *handle, const void *object) {
+    return entry_of(data_of(handle).find(map_key(object)));
+}
+
+ObjectData *find_or_make(kel_handle *handle, std::uint32_t tx_id, const void *object) {
+    AddressMap data = data_of(handle);
+    if (MapNode *node = data.find(map_key(object))) return entry_of(node);
+    kel_store &store = store_of(handle);
+    auto *entry = static_cast<ObjectData *>(store.allocate(tx_id, sizeof(ObjectData)));
+    if (entry != nullptr && data.insert(tx_id, map_key(object), &entry->by_object)) return entry;
+    if (entry != nullptr) store.release(tx_id, entry);
+    kel_store_err(handle, ENOMEM);
+    return nullptr;
+}
+
+void set_flag(kel_handle *handle, std::uint32_t tx_id, void *object, std::uint8_t flag) {
+    std::uint8_t &flags = static_cast<kel_object *>(object)->flags;
+    if ((flags & flag) != 0) return;
+    announced_set(handle, tx_id, flags, static_cast<std::uint8_t>(flags | flag));
+}
+
+}  // namespace
+
+std::uint32_t kellib_get_sttr_offset(kel_handle *handle, std::uint32_t, const void *object) {
+    const ObjectData *entry = find(handle, object);
+    return entry != nullptr ? entry->state_distance : 0;
+}
+
+void kellib_update_sttr_offset(kel_handle *handle, std::uint32_t tx_id, void *object,
+                               std::uint32_t distance) {
+    ObjectData *entry = find_or_make(handle, tx_id, object);
+    if (entry == nullptr) return;
+    store_of(handle).set(tx_id, entry->state_distance, distance);
+    set_flag(handle, tx_id, object, OBJ_STATE_ELSEWHERE);
+}
+
+std::uint32_t kellib_get_ra_data(kel_handle *handle, std::uint32_t, const void *object,
+                                 std::uint64_t *ra_word, std::uint8_t *ra_byte) {
+    const ObjectData *entry = find(handle, object);
+    *ra_word = entry != nullptr ? entry->ra_word : 0;
+    *ra_byte = entry != nullptr ? entry->ra_byte : 0;
+    return entry != nullptr ? 0 : ENOENT;
+}
+
+void kellib_update_ra_all(kel_handle *handle, std::uint32_t tx_id, void *object,
+                          std::uint64_t ra_word, std::uint8_t ra_byte) {
+    ObjectData *entry = find_or_make(handle, tx_id, object);
+    if (entry == nullptr) return;
+    store_of(handle).set(tx_id, entry->ra_word, ra_word);
+    store_of(handle).set(tx_id, entry->ra_byte, ra_byte);
+    set_flag(handle, tx_id, object, OBJ_RA_DATA);
+}
+
+// A record has room for its own correlation.
+void kellib_record_update_ra_all(kel_handle *handle, std::uint32_t tx_id, kel_record *record,
+                                 std::uint64_t uuid, std::uint8_t mark) {
+    store_of(handle).set(tx_id, record->ra_uuid, uuid);
+    store_of(handle).set(tx_id, record->ra_byte, mark);
+}
+
+void kel_hd_mapping_destroy(kel_handle *handle, std::uint32_t tx_id, void *object,
+                            std::uint32_t *err) {
+    if (*err != 0) return;
+    MapNode *node = data_of(handle).remove(tx_id, map_key(object));
+    if (node == nullptr) return;
+    kel_store &store = store_of(handle);
+    store.release(tx_id, node);
+    std::uint8_t &flags = static_cast<kel_object *>(object)->flags;
+    constexpr unsigned reasons = OBJ_STATE_ELSEWHERE | OBJ_RA_DATA;
+    store.set(tx_id, flags, static_cast<std::uint8_t>(flags & ~reasons));
+}

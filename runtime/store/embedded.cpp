@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+// Stores, as embedded.h offers them.
+#include <cerrno>
+#include <exception>
+#include <memory>
+#include <new>
+
+#include "runtime/index/tree.h"
+#include "runtime/store/error_text.h"
+#include "runtime/store/file.h"
+#include "runtime/store/store.h"
+
+using namespace tarn::runtime;
+
+namespace {
+
+std::uint64_t capacity_of(const kel_store_options *options) {
+    return options != nullptr && options->capacity != 0 ? options->capacity : default_capacity;
+}
+
+void *base_of(const kel_store_options *options) {
+    return options != nullptr ? options->base : nullptr;
+}
+
+// Makes a store object, has `fill` fill it, and hands it over if that went well.
+template <typename Fill>
+std::uint32_t make_store(const char *what, kel_store **result, Fill fill) {
+    *result = nullptr;
+    try {
+        auto store = std::make_unique<kel_store>();
+        const std::uint32_t error = fill(*store);
+        if (error == 0) *result = store.release();
+        return error;
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM, "%s: no memory", what);
+    } catch (const std::exception &failure) {
+        return fail(EIO, "%s: %s", what, failure.what());
+    }
+}
+
+}  // namespace
+
+std::uint32_t kel_store_create(const char *path, const kel_store_options *options,
+                               kel_store **store) {
+    return make_store(path, store, [&](kel_store &made) {
+        const std::uint64_t capacity = capacity_of(options);
+        if (const auto error = check_options(path, capacity, base_of(options))) return error;
+        made.path = path;
+        return create_file(path, capacity, base_of(options), made);
+    });
+}
+
+std::uint32_t kel_store_open(const char *path, kel_store **store) {
+    return make_store(path, store, [&](kel_store &made) {
+        made.path = path;
+        return open_file(path, made);
+    });
+}
+
+std::uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
+                                       kel_store **store) {
+    const std::uint32_t opened = kel_store_open(path, store);
+    if (opened != ENOENT) return opened;
+    const std::uint32_t created = kel_store_create(path, options, store);
+    // Another process has made it meanwhile.
+    return created == EEXIST ? kel_store_open(path, store) : created;
+}
+
+std::uint32_t kel_store_create_private(const kel_store_options *options, kel_store **store) {
+    constexpr const char *what = "private store";
+    return make_store(what, store, [&](kel_store &made) {
+        const std::uint64_t capacity = capacity_of(options);
+        if (const auto error = check_options(what, capacity, base_of(options))) return error;
+        File none;
+        if (const auto error = made.region.map(none, base_of(options), capacity)) {
+            return fail(error, "%s: cannot map %llu bytes at %p", what,
+                        static_cast<unsigned long long>(capacity), base_of(options));
+        }
+        return made.format();
+    });
+}
+
+void kel_store_close(kel_store *store) { delete store; }
+
+kel_table *kel_store_first_table(const kel_store *store) { return store->header->tables.first; }
+
+void kel_store_fail_allocation(kel_store *store, std::uint64_t n) {
+    store->allocations_until_failure = n;
+}
+
+void kel_store_describe(const kel_store *store, kel_store_description *description) {
+    const StoreHeader &header = *store->header;
+    *description = {};
+    description->path = store->path.empty() ? nullptr : store->path.c_str();
+    description->base = header.base;
+    description->capacity = header.capacity;
+    description->size = header.arena.size;
+    description->blocks = header.arena.blocks;
+    description->block_bytes = header.arena.block_bytes;
+    description->committed = header.committed;
+    description->rolled_back = header.rolled_back;
+    for (const TransactionSlot &slot : header.transactions) {
+        description->transactions += slot.id != 0;
+    }
+    for (const kel_table *table = header.tables.first; table != nullptr; table = table->toc_next) {
+        description->tables += 1;
+    }
+    description->types = static_cast<std::uint32_t>(tree_size(header.types));
+}

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+// The keyed store: texts to addresses, by which a process finds what another one
+// made. Its services get no transaction: their changes are at once permanent.
+#include <cerrno>
+
+#include "runtime/store/error_text.h"
+#include "runtime/store/named_entry.h"
+#include "tarnbase/runtime.h"
+
+using namespace tarn::runtime;
+
+void *loam_get_key(void *arena, const char *key) {
+    const NamedEntry *entry = find_named(store_of(arena).header->keys, key);
+    return entry != nullptr ? entry->value : nullptr;
+}
+
+std::uint32_t loam_set_key(void *arena, const char *key, void *value) {
+    kel_store &store = store_of(arena);
+    if (NamedEntry *entry = find_named(store.header->keys, key)) {
+        entry->value = value;
+        return 1;
+    }
+    if (add_named(store, &store.header->keys, key, value) != nullptr) return 1;
+    fail(ENOMEM, "the store has no memory for the key %s", key);
+    return 0;
+}
+
+void loam_delete_key(void *arena, const char *key) {
+    kel_store &store = store_of(arena);
+    remove_named(store, &store.header->keys, key);
+}
+
+std::uint32_t loam_set_range(void *arena, void *address, std::uint64_t length, std::uint32_t) {
+    // The whole store is in every process's view: a range needs no entry of its own.
+    if (store_of(arena).contains(address, length)) return 1;
+    fail(EINVAL, "the range of %llu bytes at %p is not in the store",
+         static_cast<unsigned long long>(length), address);
+    return 0;
+}
+
+void loam_perror() { ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): %s", kel_error_text()); }

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/store/named_entry.h"
+
+#include <cstring>
+
+#include "runtime/index/tree.h"
+
+namespace tarn::runtime {
+
+namespace {
+
+NamedEntry *entry_of(kel_index_node *node) { return reinterpret_cast<NamedEntry *>(node); }
+
+const char *name_of(const kel_index_node *node) {
+    return reinterpret_cast<const NamedEntry *>(node)->name;
+}
+
+std::uint32_t compare_names(const kel_index_node *a, const kel_index_node *b) {
+    return order_of(std::strcmp(name_of(a), name_of(b)), 0);
+}
+
+}  // namespace
+
+NamedEntry *find_named(void *root, const char *name) {
+    const NamedEntry probe{{}, name, nullptr};
+    return entry_of(tree_find(root, &probe.node, compare_names));
+}
+
+NamedEntry *add_named(kel_store &store, void **anchor, const char *name, void *value) {
+    const std::size_t length = std::strlen(name) + 1;
+    auto *entry =
+        static_cast<NamedEntry *>(store.allocate(KEL_TX_NONE, sizeof(NamedEntry) + length));
+    if (entry == nullptr) return nullptr;
+    auto *text = reinterpret_cast<char *>(entry + 1);
+    std::memcpy(text, name, length);
+    entry->name = text;
+    entry->value = value;
+    tree_insert(&store, KEL_TX_NONE, anchor, &entry->node, compare_names);
+    return entry;
+}
+
+void remove_named(kel_store &store, void **anchor, const char *name) {
+    NamedEntry *entry = find_named(*anchor, name);
+    if (entry == nullptr) return;
+    tree_remove(&store, KEL_TX_NONE, anchor, &entry->node);
+    store.release(KEL_TX_NONE, entry);
+}
+
+}  // namespace tarn::runtime

@@ -1,0 +1,28 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// An ordered set of names in the store, each with a pointer: the keyed store and
+// the type map. Changes belong to no transaction.
+#ifndef TARNBASE_RUNTIME_STORE_NAMED_ENTRY_H
+#define TARNBASE_RUNTIME_STORE_NAMED_ENTRY_H
+
+#include "runtime/store/store.h"
+
+namespace tarn::runtime {
+
+// A block of the store: the entry and behind it the name's bytes with their NUL.
+struct NamedEntry {
+    kel_index_node node;
+    const char *name;
+    void *value;
+};
+static_assert(sizeof(NamedEntry) == 48);
+
+// The entry of that name, or null.
+NamedEntry *find_named(void *root, const char *name);
+// Enters a name that isn't there. Null: no memory.
+NamedEntry *add_named(kel_store &store, void **anchor, const char *name, void *value);
+// Removes a name; an absent one is no error.
+void remove_named(kel_store &store, void **anchor, const char *name);
+
+}  // namespace tarn::runtime
+
+#endif

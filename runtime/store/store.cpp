@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/store/store.h"
+
+#include "tarnbase/runtime.h"
+
+using tarn::runtime::StoreHeader;
+using tarn::runtime::TransactionSlot;
+using tarn::runtime::UndoLog;
+
+namespace {
+
+// Pages that a new store has room for at once.
+constexpr std::uint64_t first_pages = 16;
+
+}  // namespace
+
+kel_store::~kel_store() {
+    if (header == nullptr) return;
+    for (std::uint32_t i = 0; i < tarn::runtime::transaction_slots; ++i) {
+        if ((begun_here >> i & 1) == 0) continue;
+        roll_back(header->transactions[i], tarn::runtime::UndoScope::this_process);
+    }
+}
+
+std::uint32_t kel_store::format() {
+    using namespace tarn::runtime;
+    const std::uint64_t front = Allocator::front_bytes(page_sets_offset, region.capacity());
+    const std::uint64_t size = front + first_pages * page_size;
+    if (const std::uint32_t error = region.extend(0, size); error != 0) return error;
+    header = reinterpret_cast<StoreHeader *>(region.base());
+    header->version = store_format_version;
+    header->page_bytes = static_cast<std::uint32_t>(page_size);
+    header->base = region.base();
+    header->capacity = region.capacity();
+    header->arena.size = size;
+    header->tables.last = &header->tables.first;
+    attach();
+    allocator.format(page_sets_offset);
+    header->magic = store_magic;
+    return 0;
+}
+
+void kel_store::attach() {
+    using namespace tarn::runtime;
+    header = reinterpret_cast<StoreHeader *>(region.base());
+    allocator = Allocator(region, header->arena, page_sets_offset);
+}
+
+void kel_store::recover() {
+    for (TransactionSlot &slot : header->transactions) {
+        if (slot.id != 0) roll_back(slot, tarn::runtime::UndoScope::store_only);
+    }
+}
+
+bool kel_store::allocation_is_to_fail() {
+    return allocations_until_failure != 0 && --allocations_until_failure == 0;
+}
+
+void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
+    if (allocation_is_to_fail()) return nullptr;
+    TransactionSlot *slot = transaction(tx_id);
+    if (slot == nullptr) return allocator.allocate(size);
+    // Without a log entry a rollback would lose the block.
+    if (!UndoLog(*this, *slot).reserve()) return nullptr;
+    void *block = allocator.allocate(size);
+    if (block != nullptr) UndoLog(*this, *slot).allocated(block);
+    return block;
+}
+
+void kel_store::release(std::uint32_t tx_id, void *block) {
+    TransactionSlot *slot = transaction(tx_id);
+    if (slot == nullptr || !allocator.is_allocated(block)) {
+        release_now(block);
+    } else {
+        UndoLog(*this, *slot).deferred_free(block);
+    }
+}
+
+void kel_store::release_now(void *block) {
+    if (allocator.release(block)) return;
+    ptrail_wrapper(0, KEL_TRACE_ERROR, 0,
+                   "(ERR): %p is given back and is no allocated block of the store", block);
+}
+
+void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_t length) {
+    // Memory outside the store may be gone, or mean another thing, at a rollback.
+    if (!contains(address, length)) return;
+    if (TransactionSlot *slot = transaction(tx_id))
+        UndoLog(*this, *slot).old_bytes(address, length);
+}
+
+void kel_store::log_delta(std::uint32_t tx_id, const void *address, std::int32_t delta) {
+    if (TransactionSlot *slot = transaction(tx_id)) UndoLog(*this, *slot).delta(address, delta);
+}

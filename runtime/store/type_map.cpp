@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/store/type_map.h"
+
+#include "runtime/store/named_entry.h"
+
+namespace tarn::runtime {
+
+void type_map_insert(kel_store &store, const char *luid_text, kel_type_info_copy *copy) {
+    if (NamedEntry *entry = find_named(store.header->types, luid_text)) {
+        entry->value = copy;
+    } else {
+        add_named(store, &store.header->types, luid_text, copy);
+    }
+}
+
+kel_type_info_copy *type_map_lookup(const kel_store &store, const char *luid_text) {
+    const NamedEntry *entry = find_named(store.header->types, luid_text);
+    return entry != nullptr ? static_cast<kel_type_info_copy *>(entry->value) : nullptr;
+}
+
+}  // namespace tarn::runtime

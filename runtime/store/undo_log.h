@@ -1,0 +1,84 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The undo log of a transaction: pages of the store, chained from the newest to the
+// oldest. Entries follow each other upward in a page; each ends with a trailer, so
+// that they can be read backwards, newest first:
+//
+//   offset  size  member
+//        0     n  bytes of the entry, padded to a multiple of 8
+//      n+0     8  address
+//      n+8     4  length, or delta
+//     n+12     4  kind
+//
+//   kind                what undoing does
+//   1 old bytes         copies the n = length bytes back to the address
+//   2 delta             subtracts the delta from the 64-bit counter at the address
+//   3 allocated         frees the block at the address
+//   4 deferred free     nothing; a commit frees the block at the address
+//
+// The page counts an entry only when it is whole, and drops it when it is undone.
+// Addresses are those of every process that maps the store. A delta may lie outside
+// the store, in the process that made it; another process passes it over.
+#ifndef TARNBASE_RUNTIME_STORE_UNDO_LOG_H
+#define TARNBASE_RUNTIME_STORE_UNDO_LOG_H
+
+#include <cstdint>
+
+#include "runtime/arena/page.h"
+
+struct kel_store;
+
+namespace tarn::runtime {
+
+struct TransactionSlot;
+
+struct LogPage {
+    Page head;  // `used` counts from the page's first byte
+    LogPage *previous;
+};
+static_assert(sizeof(LogPage) == 24);
+
+// Whether addresses outside the store mean anything to the process that undoes.
+enum class UndoScope { this_process, store_only };
+
+// Names a transaction's log for the length of a call.
+class UndoLog {
+ public:
+    UndoLog(kel_store &store, TransactionSlot &slot) : store_(store), slot_(slot) {}
+
+    void old_bytes(const void *address, std::uint64_t length);
+    void delta(const void *address, std::int32_t delta);
+    // Makes sure that the next `allocated` or `deferred_free` finds room. False: it
+    // doesn't.
+    bool reserve();
+    void allocated(const void *block);
+    void deferred_free(const void *block);
+
+    // Takes the changes back, newest first, and empties the log.
+    void undo(UndoScope scope);
+    // Frees what was to be freed, and empties the log.
+    void forget();
+
+ private:
+    enum class Kind : std::uint32_t { old_bytes = 1, delta, allocated, deferred_free };
+    struct Trailer {
+        void *address;
+        std::uint32_t length;
+        Kind kind;
+    };
+    static_assert(sizeof(Trailer) == 16);
+
+    bool make_room(std::uint64_t bytes);
+    void append(Kind kind, const void *address, std::uint32_t length, const void *payload,
+                std::uint32_t payload_length);
+    template <typename Visitor>
+    void drain_newest_page(Visitor visit);
+    void drop_newest_page();
+    void undo_entry(const Trailer &trailer, const char *payload, UndoScope scope);
+
+    kel_store &store_;
+    TransactionSlot &slot_;
+};
+
+}  // namespace tarn::runtime
+
+#endif
