@@ -15,7 +15,7 @@ TEST(FirstRecord, TheRoadOfOneRecordEndsWhereItBegan) {
     EXPECT_EQ(outcome.out,
               "record@tbl_ldap_conn: {\n"
               "  st_ldap_conn@st_ldap_conn: {\n"
-              "    sname: ldap://127.0.0.1:389\n"
+              "    sname: \"ldap://127.0.0.1:389\"\n"
               "    num_conns: 3\n"
               "  }\n"
               "}\n"
