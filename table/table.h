@@ -147,9 +147,16 @@ void walk(kel_table *table, kel_walk_function function, void *context, e_avl_wal
           std::uint32_t *err);
 void walk_cr(kel_handle *handle, kel_table *table, std::uint32_t key_number,
              kel_walk_function function, void *context, e_avl_walk_function visit);
-// visit.cpp: arguments that a tree passes behind `pair` reach the function
-// unchanged.
-std::uint32_t visit(kel_index_node *node, void *pair) __asm__("tarn_table_visit");
+// visit.cpp: what a tree passes behind `pair` reaches the function unchanged. The
+// exported <table>_<key>_avl_internal_walk takes as many words, and hands them on.
+std::uint32_t visit(kel_index_node *node, void *pair, std::uintptr_t third, std::uintptr_t fourth,
+                    std::uintptr_t fifth, std::uintptr_t sixth);
+// A function that is called with fewer arguments than it takes, by intent.
+#if defined(__clang__)
+#define TARN_CALLED_WITH_FEWER __attribute__((no_sanitize("function")))
+#else
+#define TARN_CALLED_WITH_FEWER
+#endif
 
 // callback.cpp ----------------------------------------------------------------
 // `handler` is the table's own handler, taken by symbol so that a strong

@@ -139,6 +139,20 @@ TEST(Operations, UnusedArgumentsLoseTheirNamesInStamps) {
         "\nuint32_t f(void *, uint32_t, uint32_t *err) {\n    return tarn::table::f(err);\n}\n");
 }
 
+TEST(Operations, WideOperationIsDefinedWithAllArgumentsUnderTheExportedName) {
+    tarnc::Operation operation;
+    operation.result = "uint32_t ";
+    operation.name = "f";
+    operation.arguments = {"void *node"};
+    operation.body = "return g(node, sixth);";
+    operation.is_wide = true;
+    const std::string text = tarnc::define_operations({operation});
+    EXPECT_NE(text.find("__asm__(\"f\");"), std::string::npos) << text;
+    EXPECT_NE(text.find("uint32_t f_wide(void *node, uintptr_t second,"), std::string::npos)
+        << text;
+    EXPECT_EQ(operation.names(), std::vector<std::string>{"f"});
+}
+
 TEST(Operations, TwinIsDeclaredUnderOneComment) {
     tarnc::Operation operation;
     operation.meaning = {"Does it."};

@@ -27,6 +27,7 @@ class Catalogue {
         for (; line[0] == '@'; next_line(line)) {
             if (line == "@unsafe") operation.has_twin = true;
             if (line == "@weak") operation.is_weak = true;
+            if (line == "@wide") operation.is_wide = true;
         }
         read_prototype(line, operation);
         next_line(line);
@@ -106,6 +107,21 @@ std::vector<std::string> in_definition(const Operation &operation) {
     return arguments;
 }
 
+// The definition takes more arguments than the prototype has, so it has a name of
+// its own; for the linker it is the exported one.
+std::string define_wide(const Operation &operation) {
+    constexpr const char *words[] = {"first", "second", "third", "fourth", "fifth", "sixth"};
+    std::vector<std::string> arguments = operation.arguments;
+    for (std::size_t i = arguments.size(); i < std::size(words); ++i)
+        arguments.push_back(std::string("uintptr_t ") + words[i]);
+    const std::string wide = operation.name + "_wide";
+    return "\n" +
+           prototype("extern \"C\" TARNBASE_API " + operation.result + wide, arguments, "\n") +
+           "    __asm__(\"" + operation.name + "\");\n" +
+           prototype("TARN_CALLED_WITH_FEWER " + operation.result + wide, arguments, " {") + "\n" +
+           fill_call(operation.body, 4) + "\n}\n";
+}
+
 }  // namespace
 
 std::vector<std::string> Operation::names() const {
@@ -133,6 +149,10 @@ std::string declare_operations(const std::vector<Operation> &operations) {
 std::string define_operations(const std::vector<Operation> &operations) {
     std::string text;
     for (const Operation &each : operations) {
+        if (each.is_wide) {
+            text += define_wide(each);
+            continue;
+        }
         const std::string weak = each.is_weak ? "__attribute__((weak)) " : "";
         for (const std::string &name : each.names()) {
             text += "\n" + prototype(weak + each.result + name, in_definition(each), " {");

@@ -6,6 +6,8 @@
 //      Returns: a line that begins with a word and a colon begins a paragraph. */
 //   @unsafe                       optional: exported as <name>_unsafe too
 //   @weak                         optional: a weak symbol
+//   @wide                         optional: whatever a caller passes behind the
+//                                 arguments is there, up to `sixth`
 //   result name(arguments)        on one line
 //   { body }                      on one line
 #ifndef TARNC_OPERATIONS_H
@@ -26,6 +28,7 @@ struct Operation {
     std::string body;                    // "return f(handle);"
     bool has_twin = false;
     bool is_weak = false;
+    bool is_wide = false;
 
     // The name, and that of the `_unsafe` twin if there is one.
     std::vector<std::string> names() const;

@@ -878,8 +878,14 @@ void tbl_layer_shape_record_walk_cr(kel_handle *handle, kel_table *table, uint32
                          tbl_layer_shape_shape_key__avl_internal_walk);
 }
 
-uint32_t tbl_layer_shape_shape_key__avl_internal_walk(kel_index_node *node, void *pair) {
-    return tarn::table::visit(node, pair);
+extern "C" TARNBASE_API uint32_t tbl_layer_shape_shape_key__avl_internal_walk_wide(
+    kel_index_node *node, void *pair, uintptr_t third, uintptr_t fourth, uintptr_t fifth,
+    uintptr_t sixth)
+    __asm__("tbl_layer_shape_shape_key__avl_internal_walk");
+TARN_CALLED_WITH_FEWER uint32_t tbl_layer_shape_shape_key__avl_internal_walk_wide(
+    kel_index_node *node, void *pair, uintptr_t third, uintptr_t fourth, uintptr_t fifth,
+    uintptr_t sixth) {
+    return tarn::table::visit(node, pair, third, fourth, fifth, sixth);
 }
 
 void tbl_layer_shape_shape_key__unordered_traversal() {}
