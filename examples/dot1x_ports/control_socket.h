@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Talks to hostapd through its control socket: one for each port, a Unix datagram socket with the
+// interface's name in hostapd's ctrl_interface directory. A command is one datagram and its answer
+// another one, sent to the address that the client has bound.
+#ifndef EXAMPLES_DOT1X_PORTS_CONTROL_SOCKET_H
+#define EXAMPLES_DOT1X_PORTS_CONTROL_SOCKET_H
+
+#include <chrono>
+#include <string>
+
+#include "source.h"
+
+namespace dot1x_ports {
+
+constexpr std::chrono::milliseconds kAnswerTime{5000};
+
+// A directory of our own for the client's address, removed with what is in it. hostapd must be able
+// to reach it: it is under $TMPDIR, or else /tmp.
+class PrivateDirectory {
+ public:
+    PrivateDirectory();  // throws SourceError
+    PrivateDirectory(const PrivateDirectory &) = delete;
+    PrivateDirectory &operator=(const PrivateDirectory &) = delete;
+    ~PrivateDirectory();
+    const std::string &path() const { return path_; }
+
+ private:
+    std::string path_;
+};
+
+// A datagram socket, closed at the end.
+class DatagramSocket {
+ public:
+    DatagramSocket();
+    DatagramSocket(const DatagramSocket &) = delete;
+    DatagramSocket &operator=(const DatagramSocket &) = delete;
+    ~DatagramSocket();
+    int number() const { return number_; }
+
+ private:
+    int number_;
+};
+
+class ControlSocket {
+ public:
+    // Throws SourceError, naming the socket, as does ask.
+    explicit ControlSocket(std::string path, std::chrono::milliseconds answer_time = kAnswerTime);
+
+    // The answer to a command.
+    std::string ask(const std::string &command);
+    const std::string &path() const { return path_; }
+
+ private:
+    void wait_for_answer(const std::string &command) const;
+    [[noreturn]] void fail(const std::string &what) const;
+
+    std::string path_;
+    std::chrono::milliseconds answer_time_;
+    PrivateDirectory directory_;
+    DatagramSocket socket_;
+};
+
+// All that hostapd says of the port behind a socket.
+PortAnswers ask_port(const Port &port, ControlSocket &socket);
+
+}  // namespace dot1x_ports
+
+#endif

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// From what hostapd says of a port to the rows of that port.
+//
+// A station of which no PAE state is told is no client of 802.1X (any more) and has no rows. The
+// tables have one row a port, so with several stations the first authorised one counts for them, or
+// else the first; each station has a session of its own.
+#ifndef EXAMPLES_DOT1X_PORTS_MAPPING_H
+#define EXAMPLES_DOT1X_PORTS_MAPPING_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "answer.h"
+#include "rows.h"
+
+namespace dot1x_ports {
+
+// A port, by the interface's name and index.
+struct Port {
+    std::string name;
+    uint32_t if_index = 0;
+    bool operator==(const Port &) const = default;
+};
+
+struct PortRows {
+    Port port;
+    std::string state = {};  // of hostapd on the port, such as ENABLED
+    std::optional<ConfigRow> config = {};
+    std::optional<StatsRow> stats = {};
+    ControlRow control = {};
+    std::vector<SessionRow> sessions = {};
+};
+
+PortRows map_port(const Port &port, const Block &status, const std::vector<Block> &stations,
+                  Problems &problems);
+
+}  // namespace dot1x_ports
+
+#endif

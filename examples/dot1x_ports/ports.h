@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The index of a port. hostapd gives each port the number 0; the tables are keyed by the index of
+// the interface, and this is how it is found.
+#ifndef EXAMPLES_DOT1X_PORTS_PORTS_H
+#define EXAMPLES_DOT1X_PORTS_PORTS_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mapping.h"
+
+namespace dot1x_ports {
+
+class PortError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+// Indexes that the user gave, by the port's name.
+using PortIndexes = std::map<std::string, uint32_t>;
+
+// "NAME=INDEX"; throws PortError.
+PortIndexes parse_indexes(const std::vector<std::string> &arguments);
+
+// The number at the end of a name: 3 of "p3", 12 of "eth0.12"; none if there is none.
+std::optional<uint32_t> number_at_end(std::string_view name);
+
+// A recorded port: what the user gave, or else the number at the end of its name.
+Port recorded_port(const std::string &name, const PortIndexes &given);
+
+// A port of this machine: what the user gave, or else the index of the interface.
+Port live_port(const std::string &name, const PortIndexes &given);
+
+}  // namespace dot1x_ports
+
+#endif

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What couldn't be understood of an answer. It is reported and skipped; nothing else is lost by it.
+#ifndef EXAMPLES_DOT1X_PORTS_PROBLEM_H
+#define EXAMPLES_DOT1X_PORTS_PROBLEM_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace dot1x_ports {
+
+struct Problem {
+    std::string source;  // the file, or the socket and the command
+    uint64_t line;       // counted from 1
+    std::string found;
+    std::string expected;
+    bool operator==(const Problem &) const = default;
+};
+
+class Problems {
+ public:
+    // A value that two tables take is at fault once.
+    void add(std::string_view source, uint64_t line, std::string_view found, std::string expected);
+    const std::vector<Problem> &list() const { return list_; }
+
+ private:
+    std::vector<Problem> list_;
+};
+
+// "FILE:LINE: found "...", expected ...".
+std::string to_text(const Problem &problem);
+
+// The start of a text, with what can't be printed written as \xNN.
+std::string excerpt(std::string_view text);
+
+}  // namespace dot1x_ports
+
+#endif

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Takes the variables of a block to the fields of a row, as the tables of mib.h say. A variable
+// that is absent leaves its field, and so does one whose value is none of those that it can have;
+// that one is a problem.
+#ifndef EXAMPLES_DOT1X_PORTS_READ_BLOCK_H
+#define EXAMPLES_DOT1X_PORTS_READ_BLOCK_H
+
+#include <optional>
+
+#include "answer.h"
+#include "mib.h"
+
+namespace dot1x_ports {
+
+// The number that a variable gives; none if the block lacks it or it is at fault.
+std::optional<uint32_t> read_number(const Block &block, std::string_view variable,
+                                    std::span<const Choice> choices, Problems &problems);
+
+// Adds to the fields. Sums wrap at 2^32, as counters do.
+template <class Row, size_t N>
+void add_numbers(const Block &block, const NumberEntry<Row> (&entries)[N], Row &row,
+                 Problems &problems) {
+    for (const NumberEntry<Row> &entry : entries)
+        row.*entry.field += read_number(block, entry.variable, entry.choices, problems).value_or(0);
+}
+
+template <class Row, size_t N>
+void read_texts(const Block &block, const TextEntry<Row> (&entries)[N], Row &row) {
+    for (const TextEntry<Row> &entry : entries)
+        if (const Variable *variable = block.find(entry.variable))
+            row.*entry.field = variable->value;
+}
+
+}  // namespace dot1x_ports
+
+#endif

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Where answers come from: hostapd itself, or recordings of what it said.
+#ifndef EXAMPLES_DOT1X_PORTS_SOURCE_H
+#define EXAMPLES_DOT1X_PORTS_SOURCE_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "answer.h"
+#include "mapping.h"
+
+namespace dot1x_ports {
+
+// hostapd, or a recording, can't be reached; the text names the socket or the file.
+class SourceError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+// All that hostapd says of one port.
+struct PortAnswers {
+    Port port;
+    Text status;
+    Text mib;
+    std::vector<Text> stations;  // each of one station, or one text of all
+    Stations stations_a_text = Stations::one;
+};
+
+class Source {
+ public:
+    virtual ~Source() = default;
+    // Asks for all ports, in the order of their indexes. Throws SourceError; PortError if a port's
+    // index isn't known, or is another port's.
+    virtual std::vector<PortAnswers> poll() = 0;
+};
+
+// Throws PortError if two ports have one index.
+void sort_by_index(std::vector<PortAnswers> &answers);
+
+}  // namespace dot1x_ports
+
+#endif
