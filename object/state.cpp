@@ -33,6 +33,11 @@ void update_offsets(Type type, kel_handle *handle, std::uint32_t tx_id, void *ob
         std::uint8_t *position = sttr_base + field.state + 1;
         kellib_update_sttr_offset(handle, tx_id, place,
                                   static_cast<std::uint32_t>(position - place));
+        // Unrecorded, its flags would be taken to lie right behind it, in the parent.
+        if ((header(place)->flags & OBJ_STATE_ELSEWHERE) == 0) {
+            report(handle, err, error_no_memory);
+            return;
+        }
         operations(field).offset_update(field, handle, tx_id, place, position, err);
     }
 }

@@ -55,6 +55,7 @@ bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destin
     std::uint8_t *block = state_block(type, handle, tx_id, destination, flags_before);
     std::uint32_t slot = 0;
     update_offsets(type, handle, tx_id, destination, block, &slot);
+    if (*err == 0) *err = slot;
     std::memcpy(block, state_block(type, handle, tx_id, source, header(source)->flags),
                 type.state_length);
     return true;
