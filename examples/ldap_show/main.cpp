@@ -20,7 +20,8 @@ constexpr const char *kFooter = R"(
 Tables are walked in key order: shorter names first, then by their bytes.
 
 With --verify or --copy-to the records are read from XML into a second store and compared with
-the first one's: from a file that --xml wrote, or else from the XML form of this moment.
+the first one's: from a file that --xml wrote, or else from the XML form of this moment. What
+another process has written to the first store in between is told as a difference.
 
 Exit code: 0 done; 1 the stores differ; 2 wrong arguments; 3 the file is no XML of these tables;
 4 a file can't be read or written; 5 a store failed.)";
