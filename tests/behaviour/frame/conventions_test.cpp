@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "tarnbase/runtime.h"
 #include "tarnbase/tarnbase.h"
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "tarnbase/runtime.h"
 #include "tarnbase/tarnbase.h"
 #include "tests/support/fixture.h"
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tarnbase/tarnbase.h"
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"
