@@ -332,8 +332,8 @@ TEST_P(Wire, ABufferThatIsFullToTheByteIsEnough) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Wire, TheLastStateByteOfAFullBufferStandsAtItsEndAndIsNotCounted) {
-    if (!tracking()) GTEST_SKIP() << "there are no state bytes";
+TEST_F(WireModes, TheLastStateByteOfAFullBufferStandsAtItsEndAndIsNotCounted) {
+    track(KEL_STATE_TRACKING_ON);
     st_ldap_conn *conn = make.conn("server", 1);
     const u32 room = st_ldap_conn_len(handle, tx, conn) - 1;
     EXPECT_EQ(st_ldap_conn_marshal(handle, tx, buffer.data(), conn, room, &err), room);
