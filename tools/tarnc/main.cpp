@@ -10,6 +10,7 @@
 
 #include "check.h"
 #include "emit.h"
+#include "manifest.h"
 #include "output.h"
 #include "parser.h"
 
@@ -24,6 +25,8 @@ struct Options {
     std::string depfile;
     std::string depfile_target;
     std::size_t shards = 4;
+    std::string section;
+    tarnc::Build build;
 };
 
 int compile(const Options &options) {
@@ -38,6 +41,8 @@ int compile(const Options &options) {
         return exit_schema;
     }
     if (!options.out.empty()) tarnc::write_files(options.out, files);
+    if (!options.section.empty())
+        tarnc::write_file(options.section, tarnc::manifest_section(schema, options.build));
     if (!options.depfile.empty())
         tarnc::write_file(options.depfile,
                           tarnc::dependency_rule(options.depfile_target, schema.files));
@@ -61,6 +66,12 @@ int main(int argc, char **argv) {
         app.add_option("--depfile", options.depfile, "Make-style dependency file to write");
     auto *target = app.add_option("--depfile-target", options.depfile_target,
                                   "Target of the rule in the dependency file");
+    auto *section = app.add_option("--section", options.section,
+                                   "Bytes of the library's manifest section to write");
+    app.add_option("--built-file", options.build.output, "The file that the section is for")
+        ->needs(section);
+    app.add_option("--built-target", options.build.target, "The name of the build target")
+        ->needs(section);
     depfile->needs(target);
     target->needs(depfile);
     try {

@@ -17,15 +17,16 @@ std::vector<std::string> with_commas(const std::vector<std::string> &arguments) 
     return pieces;
 }
 
-// The template engine leaves an empty line where a section gives nothing. So a line
-// with the start of a section alone is marked, and goes afterwards.
+// The template engine leaves an empty line where a section gives nothing or a
+// comment stands. So a line with such a tag alone is marked, and goes afterwards.
 constexpr char mark = '\x01';
 
 std::string mark_sections(const std::string &text) {
     std::string result;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        const bool starts = line.compare(0, 3, "{{#") == 0 || line.compare(0, 3, "{{^") == 0;
+        const bool starts = line.compare(0, 2, "{{") == 0 && line.size() > 2 &&
+                            std::string("#^!").find(line[2]) != std::string::npos;
         const bool is_alone = line.find("}}") + 2 == line.size();
         if (starts && is_alone) result += mark;
         result += line + "\n";

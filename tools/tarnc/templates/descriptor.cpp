@@ -1,3 +1,4 @@
+{{! SPDX-License-Identifier: Apache-2.0 }}
 static kel_variant_usage {{symbol}}_usage[] = {
 {{#variants}}
     {{usage}},

@@ -1,3 +1,4 @@
+{{! SPDX-License-Identifier: Apache-2.0 }}
     table_{{table}}_luid,
     table_{{table}}_name,
     reinterpret_cast<const void *>(&{{table}}_table_open_unsafe),
