@@ -108,6 +108,15 @@ void *TableFixture::key_holder(kel_record *record) {
     return s.has_key_object() ? record->key_object : record->object;
 }
 
+u64 TableFixture::settled_blocks() {
+    for (const u16 tenant : {u16{1}, u16{2}, u16{0}}) {
+        kel_thread_set_tenant(tenant);
+        destroy(put(0));
+    }
+    spies.clear();
+    return session.blocks();
+}
+
 u32 TableFixture::key_of(kel_record *record) { return s.get_key(handle, key_holder(record)); }
 
 u32 TableFixture::begin() {

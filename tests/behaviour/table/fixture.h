@@ -69,6 +69,8 @@ class TableFixture {
     // Sets the pending bit as the runtime does it.
     void set_pending(kel_record *record);
     void *key_holder(kel_record *record);
+    // Blocks of the store, once it has made what it makes once and for all.
+    u64 settled_blocks();
 
     const Subject &s;
     Session session;

@@ -221,7 +221,7 @@ TEST_P(Records, ANullRecordIsErrorTwoForReferencesAndDestruction) {
 }
 
 TEST_P(Records, EachReferenceIsGivenBackWithOneDestroy) {
-    const u64 blocks = session.blocks();
+    const u64 blocks = settled_blocks();
     kel_record *record = make(1);
     kel_variant_usage &counters = usage(record);
     const u64 destroyed = counters.destroyed;
@@ -391,7 +391,7 @@ TEST_P(Records, AFailedRequestIsTraced) {
 }
 
 TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
-    const u64 blocks = session.blocks();
+    const u64 blocks = settled_blocks();
     for (const Operations *form : {&s.plain, &s.unsafe}) {
         void *pkey = form->pkey_create(handle, tx);
         ASSERT_NE(pkey, nullptr);

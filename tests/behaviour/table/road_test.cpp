@@ -48,6 +48,8 @@ TEST_P(Road, OfATableFromItsFirstOpenToItsEnd) {
 
 TEST_P(Road, OfARecordEndToEnd) {
     kel_table *table = tbl_ldap_conn_table_open(handle, tx, "ldap", 0, &err);
+    // What the store makes once and for all is made.
+    st_ldap_conn_destroy(handle, tx, st_ldap_conn_create(handle, tx));
     const std::uint64_t blocks = session.blocks();
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     kel_record *record = tbl_ldap_conn_create_record(handle, tx, &err);

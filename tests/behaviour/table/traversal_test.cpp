@@ -486,7 +486,7 @@ u32 destroy_visited(kel_record *record, void *context) {
 }
 
 TEST_P(TraversalTest, AWalksFunctionMayDestroyTheRecordItWasGiven) {
-    const u64 blocks = session.blocks();
+    const u64 blocks = settled_blocks();
     for (u32 key = 0; key < s.keys; ++key) put(key);
     Purge purge{&s, handle, table};
     s.index.walk(table, destroy_visited, &purge, &err);
@@ -506,7 +506,8 @@ TEST_P(TraversalTest, TheTreesCallbackHandsRecordAndResultThrough) {
     EXPECT_EQ(s.index.internal_walk(&record->index_node, &pair), 8U);
 }
 
-#if defined(__OPTIMIZE__) && defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
+// On machines whose calls pass such arguments in registers.
+#if defined(__x86_64__) || defined(__aarch64__)
 using WideWalk = u32 (*)(kel_index_node *, void *, u64, u64);
 
 u32 add_further(kel_record *, void *, u64 third, u64 fourth) {
