@@ -8,7 +8,8 @@
 #
 #   tarnbase_library(<target> SCHEMA <schema target> [OUTPUT_NAME <name>])
 #     A shared library of the rooms frame, object and table and of a schema. It
-#     exports what the schema compiler lists and nothing else.
+#     exports what the schema compiler lists and nothing else, and carries the schema
+#     manifest.
 
 function(tarnbase_schema target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "MODULE;SHARDS" "")
@@ -41,7 +42,7 @@ function(tarnbase_schema target)
   tarnbase_room(${target} ${sources})
   add_dependencies(${target} ${target}_made)
   target_include_directories(${target} PUBLIC ${out}/include PRIVATE ${out})
-  set_target_properties(${target} PROPERTIES TARNBASE_OUT ${out})
+  set_target_properties(${target} PROPERTIES TARNBASE_OUT ${out} TARNBASE_MODULE ${module})
 endfunction()
 
 function(tarnbase_library target)
@@ -62,6 +63,15 @@ function(tarnbase_library target)
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${out}/exports.map)
+  # The schema manifest goes into a section of its own that the loader doesn't map.
+  get_target_property(module ${arg_SCHEMA} TARNBASE_MODULE)
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND tarnc ${module} --section ${out}/orvan.bin
+            --built-file $<TARGET_FILE:${target}> --built-target ${target}
+    COMMAND ${CMAKE_OBJCOPY} --remove-section .orvan --add-section .orvan=${out}/orvan.bin
+            --set-section-flags .orvan=readonly,data $<TARGET_FILE:${target}>
+    COMMAND ${CMAKE_OBJCOPY} --set-section-alignment .orvan=4 $<TARGET_FILE:${target}>
+    VERBATIM)
   target_link_options(${target} PRIVATE LINKER:--version-script=${out}/exports.map)
   target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${out}/include>)
   target_link_libraries(${target} INTERFACE tarnbase_headers)
