@@ -28,5 +28,10 @@ set(TARNBASE_RUNTIME_STORES
   mapping/object_identity.cpp
   mapping/text_owner.cpp
   tenant/counters.cpp
-  replication/engine.cpp)
+  replication/attachment.cpp
+  replication/destroy.cpp
+  replication/engine.cpp
+  replication/read_cache.cpp
+  replication/reader.cpp
+  replication/ring.cpp)
 list(TRANSFORM TARNBASE_RUNTIME_STORES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -208,11 +208,117 @@ TARNBASE_API void kel_handle_set_release(kel_handle *handle, kel_release_functio
 
 /* ---- Replication ------------------------------------------------------- */
 
+/*
+ * A store has one replication stream: each record that is inserted in a marked and
+ * armed table, as `<table>_table_record_marshal` writes it, under the inserting
+ * transaction. The stream stands in a bounded ring in the store, where every process
+ * can read it; a new frame takes the place of the oldest ones. Frames have positions
+ * 0, 1, 2, ..., and a table's `write_cursor` is the position behind its newest frame.
+ */
+
 /* Marks a table for replication, or not, and arms its write cursor, or not. */
 TARNBASE_API void kel_table_set_replication(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                             uint32_t marked, uint32_t write_cursor_armed);
-/* Records of replicated tables that reads through this handle have reported. */
+
+/*
+ * Stores the vector of a table through `vector`, by the 16 bytes of its LUID; null
+ * with *err set if it knows none. tarnbase_table_get_vft is such a function.
+ */
+typedef void (*kel_table_vector_lookup)(kel_handle *handle, uint32_t tx_id, const uint8_t *luid,
+                                        const void *const **vector, uint32_t *err);
+/*
+ * Attaches the replication engine to a handle, which from now on finds vectors
+ * through `lookup` and remembers reads, and makes the store's ring if there is none.
+ * Attach every handle that inserts in armed tables: once the store has a ring, an
+ * insert through another handle stays in the table, but gives error 2 and a position
+ * that readers miss. Null detaches. Error ENOMEM.
+ */
+TARNBASE_API uint32_t kel_replication_attach(kel_handle *handle, kel_table_vector_lookup lookup);
+/*
+ * Makes the store's ring, or changes its limits and keeps the newest frames that fit:
+ * at most `frames` frames, 0 for 4096, and `bytes` bytes of marshalled records, 0 for
+ * 4 MiB. An insert whose frame is larger than the whole gives error 90, one without
+ * memory for its frame 12; its position is one that readers miss. Permanent at once.
+ * Errors: EINVAL too many frames; ENOMEM; EBUSY there is a ring and a transaction is open.
+ */
+TARNBASE_API uint32_t kel_replication_configure(kel_handle *handle, uint64_t frames,
+                                                uint64_t bytes);
+
+/* What is known of a frame besides its bytes. */
+typedef struct kel_replication_frame {
+    uint64_t position;      /* its number in the stream */
+    const kel_table *table; /* the block inserted in; may have been freed since */
+    uint8_t luid[16];       /* the table's LUID */
+    uint32_t length;        /* bytes of the marshalled record */
+    uint16_t tenant;        /* the record's tenant and source, which don't stand in it */
+    uint8_t src;
+    uint8_t reserved;
+} kel_replication_frame;
+
+/*
+ * A reader of the stream, the caller's own, with nothing behind it in the store. Its
+ * position can be kept, and given to kel_replication_reader_open by any process.
+ */
+typedef struct kel_replication_reader {
+    uint64_t position; /* of the next frame to read */
+    uint64_t missed;   /* frames that were gone before they were read */
+} kel_replication_reader;
+
+/* Positions to open a reader at, besides a number. */
+#define KEL_REPLICATION_OLDEST 0xfffffffffffffffeULL /* the oldest frame in the ring */
+#define KEL_REPLICATION_NEWEST 0xffffffffffffffffULL /* the first frame yet to come */
+
+/*
+ * Fills in a reader. A position that the ring has left behind is allowed: the first
+ * read tells what was missed.
+ * Errors: ENOENT the store has no ring; EINVAL the position is ahead of the stream.
+ */
+TARNBASE_API uint32_t kel_replication_reader_open(kel_handle *handle, uint64_t position,
+                                                  kel_replication_reader *reader);
+/*
+ * Reads the next frame: its bytes into `buffer`, the rest into `frame`, and moves the
+ * reader behind it. Frames of an open transaction are not there yet.
+ * Errors: EAGAIN there is no frame yet; EOVERFLOW frames were missed: `missed` has
+ * gone up by their number, and the reader has moved behind them: call again; EMSGSIZE
+ * the buffer is too small for `frame->length` bytes: the reader stays; ENOENT no ring;
+ * EINVAL the reader is ahead of the stream.
+ */
+TARNBASE_API uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *reader,
+                                           void *buffer, uint32_t buffer_len,
+                                           kel_replication_frame *frame);
+/* Positions between the reader and the end of the stream, missed ones included. */
+TARNBASE_API uint64_t kel_replication_lag(kel_handle *handle, const kel_replication_reader *reader);
+
+/*
+ * Finishes pending destructions: deletes and destroys, through its table's vector and
+ * with `replication_engine_active` set, each record of a marked table whose pending bit
+ * is set, on behalf of the record's tenant. Stores their number through `finished`. A
+ * record that somebody else refers to is deleted and lives on until it is given back.
+ * Errors: ENOENT the handle is not attached, or the lookup doesn't know a table; and
+ * what delete and destroy report. A table with an error is left at that record, the
+ * others are finished; the first error is answered.
+ */
+TARNBASE_API uint32_t kel_replication_finish_destroys(kel_handle *handle, uint32_t tx_id,
+                                                      uint32_t *finished);
+
+/* Records of marked tables that reads through this handle have reported. */
 TARNBASE_API uint64_t kel_handle_cache_reports(const kel_handle *handle);
+/*
+ * How often a record was read through this handle while it was attached; 0 if it
+ * wasn't, or is forgotten: about 1000 records are remembered, those read last.
+ */
+TARNBASE_API uint64_t kel_replication_reads(const kel_handle *handle, const kel_record *record);
+
+/* Receives a record that was read, with the vector of its table. */
+typedef uint32_t (*kel_replication_read_function)(kel_record *record, const void *const *vector,
+                                                  uint64_t reads, void *context);
+/*
+ * Calls `function` with each record in the table's index that kel_replication_reads
+ * knows, in the index's order, until a call answers nonzero. Returns the last answer.
+ */
+TARNBASE_API uint32_t kel_replication_for_each_read(kel_handle *handle, kel_table *table,
+                                                    kel_replication_read_function function,
+                                                    void *context);
 
 TARNBASE_END
 

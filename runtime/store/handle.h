@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "runtime/replication/attachment.h"
 #include "tarnbase/embedded.h"
 
 namespace tarn::runtime {
@@ -19,6 +20,7 @@ struct Handle : kel_handle {
     kel_release_function release = nullptr;
     void *release_context = nullptr;
     std::uint64_t cache_reports = 0;
+    std::unique_ptr<Attachment> replication;  // null: the engine is not attached
 };
 
 inline Handle &private_part(kel_handle *handle) { return *static_cast<Handle *>(handle); }

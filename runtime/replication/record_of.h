@@ -1,0 +1,19 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+#ifndef TARNBASE_RUNTIME_REPLICATION_RECORD_OF_H
+#define TARNBASE_RUNTIME_REPLICATION_RECORD_OF_H
+
+#include <cstddef>
+
+#include "tarnbase/record.h"
+
+namespace tarn::runtime {
+
+// The record that an index node stands in.
+inline kel_record *record_of(kel_index_node *node) {
+    return reinterpret_cast<kel_record *>(reinterpret_cast<char *>(node) -
+                                          offsetof(kel_record, index_node));
+}
+
+}  // namespace tarn::runtime
+
+#endif

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/replication/ring.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+
+#include "runtime/store/error_text.h"
+#include "tarnbase/runtime.h"
+
+namespace tarn::runtime {
+
+namespace {
+
+// A table's key always has a '/'.
+constexpr const char *ring_key = "__kel_replication_ring";
+
+constexpr std::uint64_t default_slots = 4096;
+constexpr std::uint64_t default_bytes = 4ULL << 20;
+constexpr std::uint64_t most_slots = 1ULL << 32;
+
+std::uint64_t length_of(const Frame *frame) { return frame != nullptr ? frame->head.length : 0; }
+
+bool has_open_transaction(const kel_store &store) {
+    const auto &slots = store.header->transactions;
+    return std::any_of(std::begin(slots), std::end(slots),
+                       [](const TransactionSlot &slot) { return slot.id != 0; });
+}
+
+// Where a store's first ring begins: write cursors moved already without one.
+std::uint64_t furthest_cursor(const kel_store &store) {
+    std::uint64_t furthest = 0;
+    for (const kel_table *table = store.header->tables.first; table != nullptr;
+         table = table->toc_next) {
+        furthest = std::max(furthest, table->write_cursor);
+    }
+    return furthest;
+}
+
+}  // namespace
+
+FrameRing::FrameRing(kel_store &store)
+    : store_(store), head_(static_cast<RingHead *>(loam_get_key(&store, ring_key))) {}
+
+// Other processes read while this one writes: what a position promises is stored
+// before the position is.
+std::uint64_t FrameRing::first() const {
+    return std::atomic_ref(head_->first).load(std::memory_order_acquire);
+}
+
+std::uint64_t FrameRing::next() const {
+    return std::atomic_ref(head_->next).load(std::memory_order_acquire);
+}
+
+RingSlot &FrameRing::slot(std::uint64_t position) const {
+    return reinterpret_cast<RingSlot *>(head_ + 1)[position % head_->slots];
+}
+
+bool FrameRing::is_open(std::uint64_t position) const {
+    return store_.transaction(slot(position).tx_id) != nullptr;
+}
+
+std::uint64_t FrameRing::committed_end() const {
+    std::uint64_t end = next();
+    while (end > first() && is_open(end - 1)) --end;
+    return end;
+}
+
+bool FrameRing::has_room(std::uint64_t length) const {
+    return head_->next - head_->first < head_->slots && head_->bytes + length <= head_->byte_limit;
+}
+
+void FrameRing::drop_oldest(std::uint32_t tx_id) {
+    store_.log_write(tx_id, head_, sizeof *head_);
+    RingSlot &oldest = slot(head_->first);
+    Frame *frame = oldest.frame;
+    head_->bytes -= length_of(frame);
+    std::atomic_ref(head_->first).store(head_->first + 1, std::memory_order_release);
+    store_.set(tx_id, oldest, RingSlot{});
+    if (frame != nullptr) store_.release(tx_id, frame);
+}
+
+void FrameRing::place(std::uint32_t tx_id, Frame *frame) {
+    const std::uint32_t writer = store_.transaction(tx_id) != nullptr ? tx_id : KEL_TX_NONE;
+    store_.log_write(tx_id, head_, sizeof *head_);
+    store_.set(tx_id, slot(head_->next), RingSlot{frame, writer, 0});
+    head_->bytes += length_of(frame);
+    std::atomic_ref(head_->next).store(head_->next + 1, std::memory_order_release);
+}
+
+std::uint32_t FrameRing::append(std::uint32_t tx_id, kel_replication_frame head,
+                                const void *bytes) {
+    if (head.length > head_->byte_limit) return EMSGSIZE;
+    auto *frame = static_cast<Frame *>(store_.allocate(tx_id, sizeof(Frame) + head.length));
+    if (frame == nullptr) return ENOMEM;
+    head.position = head_->next;
+    frame->head = head;
+    std::memcpy(frame + 1, bytes, head.length);
+    while (!has_room(head.length)) drop_oldest(tx_id);
+    place(tx_id, frame);
+    return 0;
+}
+
+void FrameRing::append_lost(std::uint32_t tx_id) {
+    if (!has_room(0)) drop_oldest(tx_id);
+    place(tx_id, nullptr);
+}
+
+void FrameRing::take_over(FrameRing &old) {
+    std::uint64_t from = old.head_->next;
+    std::uint64_t bytes = 0;
+    for (; from > old.head_->first && old.head_->next - from < head_->slots; --from) {
+        bytes += length_of(old.frame(from - 1));
+        if (bytes > head_->byte_limit) break;
+    }
+    while (old.head_->first < from) old.drop_oldest(KEL_TX_NONE);
+    head_->first = head_->next = from;
+    while (head_->next < old.head_->next) place(KEL_TX_NONE, old.slot(head_->next).frame);
+}
+
+std::uint32_t FrameRing::configure(kel_store &store, std::uint64_t slots,
+                                   std::uint64_t byte_limit) {
+    if (slots > most_slots) {
+        return fail(EINVAL, "replication: a ring of %llu frames is more than %llu",
+                    static_cast<unsigned long long>(slots),
+                    static_cast<unsigned long long>(most_slots));
+    }
+    FrameRing old(store);
+    // Its undo log holds bytes of the ring that is to go.
+    if (old && has_open_transaction(store)) {
+        return fail(EBUSY, "replication: a transaction is open while the ring is made anew");
+    }
+    if (slots == 0) slots = default_slots;
+    FrameRing made(store, static_cast<RingHead *>(store.allocate(
+                              KEL_TX_NONE, sizeof(RingHead) + slots * sizeof(RingSlot))));
+    if (!made) {
+        return fail(ENOMEM, "replication: the store has no room for a ring of %llu frames",
+                    static_cast<unsigned long long>(slots));
+    }
+    made.head_->slots = slots;
+    made.head_->byte_limit = byte_limit != 0 ? byte_limit : default_bytes;
+    made.head_->first = made.head_->next = furthest_cursor(store);
+    if (old) made.take_over(old);
+    if (loam_set_key(&store, ring_key, made.head_) == 0) {
+        store.release_now(made.head_);
+        return ENOMEM;
+    }
+    if (old) store.release_now(old.head_);
+    return 0;
+}
+
+}  // namespace tarn::runtime

@@ -1,0 +1,60 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A table as the engine knows it: by the vector of its operations.
+#ifndef TARNBASE_RUNTIME_REPLICATION_TABLE_VECTOR_H
+#define TARNBASE_RUNTIME_REPLICATION_TABLE_VECTOR_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "tarnbase/handle.h"
+#include "tarnbase/record.h"
+
+namespace tarn::runtime {
+
+class TableVector {
+ public:
+    // The vector of that table, from the lookup attached to the handle. Null, with
+    // `*err` set, if there is none.
+    static TableVector of(kel_handle *handle, std::uint32_t tx_id, const kel_table *table,
+                          std::uint32_t *err);
+
+    TableVector() = default;
+    explicit operator bool() const { return slots_ != nullptr; }
+
+    void destroy_record(kel_handle *handle, std::uint32_t tx_id, kel_record *record,
+                        std::uint32_t *err) const {
+        using Function = void (*)(kel_handle *, std::uint32_t, kel_record *, std::uint32_t *);
+        slot<Function>(19)(handle, tx_id, record, err);
+    }
+    void remove(kel_handle *handle, std::uint32_t tx_id, kel_table *table, kel_record *record,
+                std::uint32_t *err) const {
+        using Function =
+            void (*)(kel_handle *, std::uint32_t, kel_table *, kel_record *, std::uint32_t *);
+        slot<Function>(21)(handle, tx_id, table, record, err);
+    }
+    std::uint32_t marshal(kel_handle *handle, std::uint32_t tx_id, void *buffer,
+                          const kel_record *record, std::uint32_t length,
+                          std::uint32_t *err) const {
+        using Function = std::uint32_t (*)(kel_handle *, std::uint32_t, void *, const kel_record *,
+                                           std::uint32_t, std::uint32_t *);
+        return slot<Function>(38)(handle, tx_id, buffer, record, length, err);
+    }
+    std::uint32_t length(kel_handle *handle, std::uint32_t tx_id, const kel_record *record) const {
+        using Function = std::uint32_t (*)(kel_handle *, std::uint32_t, const kel_record *);
+        return slot<Function>(40)(handle, tx_id, record);
+    }
+
+ private:
+    explicit TableVector(const void *const *slots) : slots_(slots) {}
+
+    template <typename Function>
+    Function slot(std::size_t index) const {
+        return reinterpret_cast<Function>(const_cast<void *>(slots_[index]));
+    }
+
+    const void *const *slots_ = nullptr;
+};
+
+}  // namespace tarn::runtime
+
+#endif
