@@ -14,6 +14,10 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 set(TARNBASE_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 add_compile_options(${TARNBASE_WARNINGS})
+# gcc 12 sees overlaps in std::string's own code that can't be.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+endif()
 
 if(TARNBASE_SANITIZE)
   add_compile_options(-fsanitize=${TARNBASE_SANITIZE} -fno-sanitize-recover=all

@@ -9,6 +9,7 @@
 
 #include "runtime/value/conventions.h"
 #include "runtime/variant/domain.h"
+#include "tarnbase/runtime.h"
 
 namespace tarn::runtime {
 
@@ -54,6 +55,15 @@ void initialize_tracked_header(const Writer &writer, Value *value, const kel_typ
                                std::uint8_t flags) {
     initialize_header(writer, value, descriptor, flags);
     if (tracking_is_on(writer.handle)) add_flags(writer, value, OBJ_STATE_TRACKED);
+}
+
+// Drops the value's entry in the hd mapping, which its parent made when it told
+// the value where its state is.
+template <typename Value>
+void leave_hd_mapping(kel_handle *handle, std::uint32_t tx_id, Value *value) {
+    if ((value->flags & OBJ_STATE_ELSEWHERE) == 0 || handle->hd_mapping_enabled == 0) return;
+    std::uint32_t error = 0;
+    kel_hd_mapping_destroy(handle, tx_id, value, &error);
 }
 
 template <typename Value>

@@ -139,7 +139,9 @@ std::uint32_t ip_address_type_type_backpropagate(kel_handle *, std::uint32_t, ip
 // An address owns nothing outside itself: it is only counted out.
 void ip_address_destroy_internal(kel_handle *handle, std::uint32_t tx_id, ip_address *field,
                                  std::uint32_t) {
-    if (field != nullptr) count_destroyed(handle, tx_id, _ip_address_type_info_internal);
+    if (field == nullptr) return;
+    leave_hd_mapping(handle, tx_id, field);
+    count_destroyed(handle, tx_id, _ip_address_type_info_internal);
 }
 
 std::uint32_t ip_address_get_oid_count(kel_handle *, std::uint32_t, ip_address *, std::uint32_t *) {

@@ -143,6 +143,7 @@ void kel_vstring_destroy_internal(kel_handle *handle, std::uint32_t tx_id, kel_v
                                   std::uint32_t) {
     if (field == nullptr) return;
     drop_text(handle, tx_id, field);
+    leave_hd_mapping(handle, tx_id, field);
     count_destroyed(handle, tx_id, _kel_vstring_type_info_internal);
 }
 
