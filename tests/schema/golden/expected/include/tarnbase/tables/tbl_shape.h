@@ -36,8 +36,8 @@ extern TARNBASE_API const void *const tbl_shape_table_vft[KEL_TABLE_VFT_SLOTS];
  * Opens tbl_shape under a name, or makes it there if it is absent and `open_only` is 0.
  * Arguments: `name` is the caller's and only read; with the table's LUID it forms the store key.
  * Returns: the table block, which belongs to the store, or null.
- * Errors: 7 the key name is too long; 12 no memory. With `open_only` set an
- * absent table is null without an error.
+ * Errors: 7 the key name is too long; 12 no memory. With `open_only` set an absent table is null
+ * without an error.
  */
 TARNBASE_API kel_table *tbl_shape_table_open(kel_handle *handle, uint32_t tx_id, const char *name,
                                              uint32_t open_only, uint32_t *err);

@@ -132,17 +132,23 @@ TARNBASE_API void shape_key_set_all_state_tracking_flag(kel_handle *handle, uint
 TARNBASE_API shape_key *shape_key_get(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                       uint32_t *err);
 
-/* Reads nothing: no field has a plain value. A field beyond the object's variant ends it. */
+/*
+ * Reads nothing: no field has a plain value. An object of a negative variant is left alone, without
+ * an error.
+ */
 TARNBASE_API void shape_key_get_all(kel_handle *handle, uint32_t tx_id, const shape_key *object,
                                     uint32_t *err);
 
-/* Sets nothing: no field has a plain value. A field beyond the object's variant ends it. */
+/*
+ * Sets nothing: no field has a plain value. An object of a negative variant is left alone, without
+ * an error.
+ */
 TARNBASE_API void shape_key_set_all(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                     uint32_t *err);
 
 /*
  * Copies `source` over `destination`, which keeps its own place and gets texts of its own.
- * Errors: 22 only one of the two has a state block.
+ * Errors: 22 a tracking handle and a source without a state block.
  */
 TARNBASE_API void shape_key_set(kel_handle *handle, uint32_t tx_id, shape_key *destination,
                                 const shape_key *source, uint32_t *err);
@@ -188,9 +194,8 @@ TARNBASE_API uint32_t shape_key_len_cr(kel_handle *handle, const shape_key *obje
 
 /*
  * Makes a copy of `source`, which the caller owns, and stores it through `result`; null on failure.
- * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile; null if the
- * handle's own is to serve.
- * Errors: 2 `source` or `result` is null; 12 no memory; 90 the workspace is too small.
+ * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile.
+ * Errors: 2 `source`, `result` or `workspace` is null; 12 no memory; 90 the workspace is too small.
  */
 TARNBASE_API void shape_key_clone(kel_handle *handle, uint32_t tx_id, const shape_key *source,
                                   shape_key **result, void *workspace, uint32_t workspace_len,

@@ -132,22 +132,22 @@ TARNBASE_API st_corner *st_corner_get(kel_handle *handle, uint32_t tx_id, st_cor
                                       uint32_t *err);
 
 /*
- * Reads all fields with a plain value, each through its own argument. A field beyond the object's
- * variant ends it.
+ * Reads all fields with a plain value, each through its own argument. An object of a negative
+ * variant is left alone, without an error.
  */
 TARNBASE_API void st_corner_get_all(kel_handle *handle, uint32_t tx_id, const st_corner *object,
                                     int64_t *x, uint8_t *register_, uint32_t *err);
 
 /*
- * Sets all fields with a plain value, each as its `_set_value` does. A field beyond the object's
- * variant ends it.
+ * Sets all fields with a plain value, but no state flags. An object of a negative variant is left
+ * alone, without an error.
  */
 TARNBASE_API void st_corner_set_all(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                     int64_t x, uint8_t register_, uint32_t *err);
 
 /*
  * Copies `source` over `destination`, which keeps its own place and gets texts of its own.
- * Errors: 22 only one of the two has a state block.
+ * Errors: 22 a tracking handle and a source without a state block.
  */
 TARNBASE_API void st_corner_set(kel_handle *handle, uint32_t tx_id, st_corner *destination,
                                 const st_corner *source, uint32_t *err);
@@ -193,9 +193,8 @@ TARNBASE_API uint32_t st_corner_len_cr(kel_handle *handle, const st_corner *obje
 
 /*
  * Makes a copy of `source`, which the caller owns, and stores it through `result`; null on failure.
- * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile; null if the
- * handle's own is to serve.
- * Errors: 2 `source` or `result` is null; 12 no memory; 90 the workspace is too small.
+ * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile.
+ * Errors: 2 `source`, `result` or `workspace` is null; 12 no memory; 90 the workspace is too small.
  */
 TARNBASE_API void st_corner_clone(kel_handle *handle, uint32_t tx_id, const st_corner *source,
                                   st_corner **result, void *workspace, uint32_t workspace_len,

@@ -139,16 +139,16 @@ TARNBASE_API st_shape *st_shape_get(kel_handle *handle, uint32_t tx_id, st_shape
                                     uint32_t *err);
 
 /*
- * Reads all fields with a plain value, each through its own argument. A field beyond the object's
- * variant ends it.
+ * Reads all fields with a plain value, each through its own argument. An object of a negative
+ * variant is left alone, without an error.
  */
 TARNBASE_API void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_shape *object,
                                    uint8_t *sides, uint32_t *number, uint32_t *color_,
                                    uint32_t *filled, uint32_t *err);
 
 /*
- * Sets all fields with a plain value, each as its `_set_value` does. A field beyond the object's
- * variant ends it.
+ * Sets all fields with a plain value, but no state flags. An object of a negative variant is left
+ * alone, without an error.
  */
 TARNBASE_API void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                    uint8_t sides, uint32_t number, uint32_t color_, uint32_t filled,
@@ -156,7 +156,7 @@ TARNBASE_API void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape 
 
 /*
  * Copies `source` over `destination`, which keeps its own place and gets texts of its own.
- * Errors: 22 only one of the two has a state block.
+ * Errors: 22 a tracking handle and a source without a state block.
  */
 TARNBASE_API void st_shape_set(kel_handle *handle, uint32_t tx_id, st_shape *destination,
                                const st_shape *source, uint32_t *err);
@@ -201,9 +201,8 @@ TARNBASE_API uint32_t st_shape_len_cr(kel_handle *handle, const st_shape *object
 
 /*
  * Makes a copy of `source`, which the caller owns, and stores it through `result`; null on failure.
- * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile; null if the
- * handle's own is to serve.
- * Errors: 2 `source` or `result` is null; 12 no memory; 90 the workspace is too small.
+ * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile.
+ * Errors: 2 `source`, `result` or `workspace` is null; 12 no memory; 90 the workspace is too small.
  */
 TARNBASE_API void st_shape_clone(kel_handle *handle, uint32_t tx_id, const st_shape *source,
                                  st_shape **result, void *workspace, uint32_t workspace_len,
