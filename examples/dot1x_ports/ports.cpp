@@ -26,7 +26,7 @@ PortIndexes parse_indexes(const std::vector<std::string> &arguments) {
         const auto index =
             sign == std::string::npos ? std::nullopt : number(argument.substr(sign + 1));
         if (sign == 0 || !index)
-            throw PortError("--port " + argument + ": expected NAME=INDEX, such as p1=7");
+            throw UsageError("--port " + argument + ": expected NAME=INDEX, such as p1=7");
         indexes[argument.substr(0, sign)] = *index;
     }
     return indexes;

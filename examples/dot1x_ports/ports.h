@@ -22,10 +22,16 @@ class PortError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// An argument of the program is at fault; the text names it.
+class UsageError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
 // Indexes that the user gave, by the port's name.
 using PortIndexes = std::map<std::string, uint32_t>;
 
-// "NAME=INDEX"; throws PortError.
+// "NAME=INDEX"; throws UsageError.
 PortIndexes parse_indexes(const std::vector<std::string> &arguments);
 
 // The number at the end of a name: 3 of "p3", 12 of "eth0.12"; none if there is none.

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The job: at each poll all ports are asked, and what they say is stored in one transaction.
+#ifndef EXAMPLES_DOT1X_PORTS_JOB_H
+#define EXAMPLES_DOT1X_PORTS_JOB_H
+
+#include <cstdint>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "keeper.h"
+#include "problem.h"
+#include "source.h"
+
+namespace dot1x_ports {
+
+struct JobOptions {
+    std::string store;
+    ServerNames servers = {};
+    bool verbose = false;  // tell of each poll
+};
+
+// What was done, and what the store holds after it.
+struct Report {
+    uint64_t polls = 0;
+    uint64_t malformed = 0;
+    Observation stored;
+};
+
+class Job {
+ public:
+    Job(JobOptions options, Source &source, std::ostream &messages);
+
+    // Throws SourceError and PortError, with nothing stored, and example::StoreError.
+    void poll();
+    // Requires a poll that was stored.
+    Report report() const;
+
+ private:
+    void tell(const Problems &problems);
+
+    JobOptions options_;
+    Source &source_;
+    std::ostream &messages_;
+    std::optional<Keeper> keeper_;  // from the first answers on
+    std::vector<Problem> told_;     // in the last poll
+    std::vector<PortRows> ports_;   // of the last poll
+    uint64_t polls_ = 0;
+    uint64_t malformed_ = 0;
+};
+
+// What the answers say. Nothing here knows of the store.
+Observation understand(const std::vector<PortAnswers> &answers, const ServerNames &names,
+                       Problems &problems);
+
+}  // namespace dot1x_ports
+
+#endif

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// dot1x_ports: keeps what hostapd says of its ports in the 802.1X, session and RADIUS tables of a
+// store.
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <iostream>
+#include <memory>
+
+#include "job.h"
+#include "live.h"
+#include "recordings.h"
+#include "report.h"
+
+namespace {
+
+using dot1x_ports::Source;
+
+enum ExitCode { kDone = 0, kMalformed = 1, kUsage = 2, kNoIndex = 3, kUnreachable = 4, kStore = 5 };
+
+constexpr const char *kFooter = R"(
+A port's rows are keyed by the index of its interface:
+  --control     the index of the interface that the socket is named after
+  --recordings  the number at the end of the port's name: 3 of p3
+  --port        what is given for a port's name, before either rule
+
+A port's state, counters and sessions are stored while hostapd tells of a client on it, and erased
+after that; with several clients on a port the first authorised one counts, or else the first.
+RADIUS servers are named by their address, or by --server; counters of ports that have one server
+are added.
+
+Exit code: 0 done; 1 malformed lines, with --strict; 2 wrong arguments; 3 a port has no index, or
+another port's; 4 hostapd or a recording can't be reached; 5 the store failed. With 3, 4 and 5
+nothing of the last poll is stored.)";
+
+struct Arguments {
+    dot1x_ports::JobOptions job;
+    std::string recordings;
+    std::vector<std::string> sockets;
+    std::vector<std::string> ports;
+    std::vector<std::string> servers;
+    double poll_seconds = 0;
+    bool once = false;
+    bool strict = false;
+    bool json = false;
+};
+
+void declare(CLI::App &app, Arguments &arguments) {
+    app.footer(kFooter);
+    app.set_version_flag("--version", std::string("dot1x_ports ") + TARNBASE_VERSION);
+    app.add_option("-s,--store", arguments.job.store, "store file, made if it isn't there")
+        ->required();
+    CLI::Option_group *source = app.add_option_group("source", "where the answers come from");
+    source->add_option("--recordings", arguments.recordings,
+                       "directory of recorded answers, hostapd-NAME-all_sta.txt, -mib, -status");
+    source->add_option("--control", arguments.sockets,
+                       "control socket of hostapd, such as /run/hostapd/p1; one a port");
+    source->require_option(1);
+    app.add_option("--port", arguments.ports, "NAME=INDEX: the index of a port");
+    app.add_option("--server", arguments.servers,
+                   "NAME=ADDRESS or NAME=ADDRESS:PORT: the name of a RADIUS server; NAME: of all "
+                   "others");
+    CLI::Option *poll =
+        app.add_option("--poll", arguments.poll_seconds,
+                       "go on and ask again after so many seconds, until SIGINT or SIGTERM")
+            ->check(CLI::Range(0.001, 1e6));
+    app.add_flag("--once", arguments.once, "ask once, as without --poll")->excludes(poll);
+    app.add_flag("--strict", arguments.strict, "exit with 1 if a line was malformed");
+    app.add_flag("--json", arguments.json, "tell the result as JSON");
+    app.add_flag("-v,--verbose", arguments.job.verbose, "tell of each poll on standard error");
+}
+
+dot1x_ports::ServerNames parse_servers(const std::vector<std::string> &arguments) {
+    dot1x_ports::ServerNames names;
+    for (const std::string &argument : arguments) {
+        const size_t sign = argument.find('=');
+        const std::string name = argument.substr(0, sign);
+        if (name.empty())
+            throw dot1x_ports::UsageError("--server " + argument + ": expected a name");
+        if (sign != std::string::npos) names.by_address[argument.substr(sign + 1)] = name;
+        else if (names.others)
+            throw dot1x_ports::UsageError("--server " + argument + ": all others are " +
+                                          *names.others);
+        else names.others = name;
+    }
+    return names;
+}
+
+std::unique_ptr<Source> make_source(const Arguments &arguments) {
+    auto indexes = dot1x_ports::parse_indexes(arguments.ports);
+    if (arguments.sockets.empty())
+        return std::make_unique<dot1x_ports::Recordings>(arguments.recordings, std::move(indexes));
+    return std::make_unique<dot1x_ports::Live>(arguments.sockets, std::move(indexes));
+}
+
+sigset_t stop_signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+// False if a signal to stop came before the time was over, or during the poll before.
+bool sleep_until_next_poll(double seconds) {
+    const sigset_t signals = stop_signals();
+    timespec time{};
+    time.tv_sec = time_t(seconds);
+    time.tv_nsec = long((seconds - double(time.tv_sec)) * 1e9);
+    return sigtimedwait(&signals, nullptr, &time) < 0;
+}
+
+int run(Arguments &arguments) {
+    arguments.job.servers = parse_servers(arguments.servers);
+    const std::unique_ptr<Source> source = make_source(arguments);
+    // A poll is done to its end, so that the socket's address is removed.
+    const sigset_t signals = stop_signals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+
+    dot1x_ports::Job job(arguments.job, *source, std::cerr);
+    do job.poll();
+    while (arguments.poll_seconds > 0 && sleep_until_next_poll(arguments.poll_seconds));
+
+    const dot1x_ports::Report report = job.report();
+    std::cout << (arguments.json ? to_json(report) : to_text(report)) << std::flush;
+    return arguments.strict && report.malformed > 0 ? kMalformed : kDone;
+}
+
+int fail(ExitCode code, const std::exception &error) {
+    std::cerr << "dot1x_ports: " << error.what() << '\n';
+    return code;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    CLI::App app("Keeps what hostapd says of its ports in the tables of a store.", "dot1x_ports");
+    Arguments arguments;
+    declare(app, arguments);
+    try {
+        app.parse(argc, argv);
+        return run(arguments);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? kDone : kUsage;
+    } catch (const dot1x_ports::UsageError &error) {
+        return fail(kUsage, error);
+    } catch (const dot1x_ports::PortError &error) {
+        return fail(kNoIndex, error);
+    } catch (const dot1x_ports::SourceError &error) {
+        return fail(kUnreachable, error);
+    } catch (const example::StoreError &error) {
+        return fail(kStore, error);
+    }
+}
