@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+// One process writes the stream, another one reads it.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+
+#include "tests/unit/replication/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+// A store file that is gone with this.
+class StorePath {
+ public:
+    StorePath() {
+        EXPECT_NE(mkdtemp(folder_), nullptr);
+        path_ = std::string(folder_) + "/store";
+    }
+    ~StorePath() {
+        unlink(path_.c_str());
+        rmdir(folder_);
+    }
+    const char *text() const { return path_.c_str(); }
+
+ private:
+    char folder_[32] = "/tmp/replication_XXXXXX";
+    std::string path_;
+};
+
+// A store file as one process has it open, with descriptors of its own.
+class OpenStore {
+ public:
+    explicit OpenStore(const StorePath &path) {
+        EXPECT_EQ(kel_store_open_or_create(path.text(), nullptr, &store_), 0U) << kel_error_text();
+        handle = make_handle(store_, Mode::store_types);
+    }
+    ~OpenStore() {
+        kel_handle_destroy(handle);
+        kel_store_close(store_);
+    }
+    OpenStore(const OpenStore &) = delete;
+    OpenStore &operator=(const OpenStore &) = delete;
+
+    kel_handle *handle = nullptr;
+
+ private:
+    kel_store *store_ = nullptr;
+};
+
+// A process that runs `body`, which fails as a test does.
+class Child {
+ public:
+    explicit Child(const std::function<void()> &body) {
+        std::fflush(nullptr);
+        pid_ = fork();
+        if (pid_ != 0) return;
+        body();
+        std::fflush(nullptr);
+        std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
+    }
+    void join() const {
+        int status = 0;
+        ASSERT_EQ(waitpid(pid_, &status, 0), pid_);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "see the failures above";
+    }
+
+ private:
+    pid_t pid_;
+};
+
+// What one process waits for until another one tells it.
+class Signal {
+ public:
+    Signal() { EXPECT_EQ(pipe(ends_), 0); }
+    ~Signal() {
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+    Signal(const Signal &) = delete;
+    Signal &operator=(const Signal &) = delete;
+    void give() const { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
+    void await() const {
+        char byte = 0;
+        EXPECT_EQ(read(ends_[0], &byte, 1), 1);
+    }
+
+ private:
+    int ends_[2] = {-1, -1};
+};
+
+TEST(Processes, ReadAtAnyTimeWhatAnotherOneHasEnqueued) {
+    const StorePath path;
+    Child([&] {
+        OpenStore store(path);
+        Numbers numbers(store.handle);
+        for (std::uint32_t key = 0; key < 3; ++key) numbers.put(key, "from the first process");
+    }).join();
+    OpenStore store(path);
+    Numbers numbers(store.handle);
+    std::vector<Bytes> expected;
+    for (std::uint32_t key = 0; key < 3; ++key) {
+        expected.push_back(numbers.marshalled(numbers.find(key)));
+    }
+    EXPECT_EQ(read_all(store.handle), expected);
+    kel_replication_reader reader = open_reader(store.handle, 2);
+    EXPECT_EQ(read_next(store.handle, reader).bytes, expected[2]);
+}
+
+TEST(Processes, FollowAWriterTransactionByTransaction) {
+    const StorePath path;
+    const Signal written;
+    const Signal to_commit;
+    const Signal committed;
+    const Signal to_end;
+    const Child writer([&] {
+        OpenStore store(path);
+        Numbers numbers(store.handle);
+        numbers.put(1);
+        numbers.begin();
+        numbers.put(2);
+        written.give();
+        to_commit.await();
+        numbers.commit();
+        committed.give();
+        to_end.await();
+    });
+    written.await();
+    {
+        OpenStore store(path);
+        kel_replication_reader reader = open_reader(store.handle);
+        EXPECT_EQ(read_all(store.handle, reader).size(), 1U);
+        to_commit.give();
+        committed.await();
+        EXPECT_EQ(read_all(store.handle, reader).size(), 1U);
+        EXPECT_EQ(reader.missed, 0U);
+    }
+    to_end.give();
+    writer.join();
+}
+
+TEST(Processes, FinishDestructionsThatAnotherOneHasRequested) {
+    const StorePath path;
+    Child([&] {
+        OpenStore store(path);
+        Numbers numbers(store.handle);
+        numbers.put(1);
+        tbl_test_number_request_record_destroy(store.handle, KEL_TX_NONE, numbers.table,
+                                               numbers.put(2), &numbers.err);
+        EXPECT_EQ(numbers.err, 0U);
+    }).join();
+    OpenStore store(path);
+    Numbers numbers(store.handle);
+    std::uint32_t finished = 0;
+    EXPECT_EQ(kel_replication_finish_destroys(store.handle, KEL_TX_NONE, &finished), 0U)
+        << kel_error_text();
+    EXPECT_EQ(finished, 1U);
+    EXPECT_NE(numbers.find(1), nullptr);
+    EXPECT_EQ(numbers.find(2), nullptr);
+}
+
+TEST(Processes, ThatDieInATransactionLeaveNothingInTheStream) {
+    const StorePath path;
+    Child([&] {
+        OpenStore store(path);
+        Numbers numbers(store.handle);
+        numbers.put(1);
+        numbers.begin();
+        numbers.put(2);
+        std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
+    }).join();
+    OpenStore store(path);
+    Numbers numbers(store.handle);
+    EXPECT_EQ(read_all(store.handle).size(), 1U);
+    EXPECT_EQ(numbers.table->write_cursor, 1U);
+    numbers.put(2);
+    EXPECT_EQ(read_all(store.handle).size(), 2U);
+}
+
+}  // namespace
+}  // namespace tarn::test
