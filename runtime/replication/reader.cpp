@@ -60,7 +60,9 @@ std::uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *r
     const Frame *found = ring.frame(position);
     if (found != nullptr) *frame = found->head;
     const bool fits = found != nullptr && frame->length <= buffer_len;
-    if (fits) std::memcpy(buffer, found->bytes(), frame->length);
+    if (fits && ring.can_have(found, frame->length)) {
+        std::memcpy(buffer, found->bytes(), frame->length);
+    }
     // Another process can have put a new frame in this one's place meanwhile.
     std::atomic_thread_fence(std::memory_order_acquire);
     if (position < ring.first()) return move_on(reader, ring.first());

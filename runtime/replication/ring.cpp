@@ -68,6 +68,12 @@ std::uint64_t FrameRing::committed_end() const {
     return end;
 }
 
+bool FrameRing::can_have(const Frame *frame, std::uint64_t length) const {
+    const auto *base = reinterpret_cast<const std::byte *>(store_.header);
+    const auto offset = static_cast<std::uint64_t>(frame->bytes() - base);
+    return offset + length <= store_.header->arena.size;
+}
+
 bool FrameRing::has_room(std::uint64_t length) const {
     return head_->next - head_->first < head_->slots && head_->bytes + length <= head_->byte_limit;
 }

@@ -82,6 +82,8 @@ class FrameRing {
     // Whether the transaction that wrote this position is still open.
     bool is_open(std::uint64_t position) const;
     const Frame *frame(std::uint64_t position) const { return slot(position).frame; }
+    // False: what seems to be a frame's length is none, since the frame was dropped.
+    bool can_have(const Frame *frame, std::uint64_t length) const;
 
  private:
     FrameRing(kel_store &store, RingHead *head) : store_(store), head_(head) {}

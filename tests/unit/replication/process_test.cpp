@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -139,6 +140,43 @@ TEST(Processes, FollowAWriterTransactionByTransaction) {
         EXPECT_EQ(reader.missed, 0U);
     }
     to_end.give();
+    writer.join();
+}
+
+TEST(Processes, ReadWholeFramesWhileAnotherOneWritesOverOldOnes) {
+    constexpr std::uint32_t count = 3000;
+    const StorePath path;
+    const Signal ready;
+    const Signal go;
+    const Child writer([&] {
+        OpenStore store(path);
+        Numbers numbers(store.handle);
+        EXPECT_EQ(kel_replication_configure(store.handle, 8, 0), 0U);
+        ready.give();
+        go.await();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            numbers.put(i, std::string(i % 500, static_cast<char>('a' + i % 26)));
+        }
+    });
+    ready.await();
+    {
+        OpenStore store(path);
+        kel_replication_reader reader = open_reader(store.handle);
+        std::uint64_t whole = 0;
+        go.give();
+        while (reader.position < count) {
+            const std::uint64_t expected = reader.position;
+            const Read read = read_next(store.handle, reader);
+            if (read.status == EAGAIN || read.status == EOVERFLOW) continue;
+            ASSERT_EQ(read.status, 0U) << kel_error_text();
+            ASSERT_EQ(read.frame.position, expected);
+            const auto i = static_cast<std::uint32_t>(expected);
+            const auto letters = std::count(read.bytes.begin(), read.bytes.end(), 'a' + i % 26);
+            ASSERT_GE(letters, i % 500) << "of frame " << i;
+            ++whole;
+        }
+        EXPECT_EQ(whole + reader.missed, count);
+    }
     writer.join();
 }
 
