@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/behaviour/every/call.h"
+
+#include <dlfcn.h>
+
+#include <array>
+#include <stdexcept>
+#include <unordered_map>
+#include <utility>
+
+namespace tarn::test {
+
+namespace {
+
+// More arguments than a set_all has. A callee takes those it knows of; the caller
+// clears them all away.
+constexpr std::size_t few = 12, most = 64;
+
+std::set<std::string> &names() {
+    static std::set<std::string> called;
+    return called;
+}
+
+template <std::size_t>
+using Each = u64;
+
+template <std::size_t... I>
+u64 call_with(void *function, const std::array<u64, sizeof...(I)> &words,
+              std::index_sequence<I...>) {
+    return reinterpret_cast<u64 (*)(Each<I>...)>(function)(words[I]...);
+}
+
+template <std::size_t Count>
+u64 call_padded(void *function, const std::vector<Word> &arguments) {
+    std::array<u64, Count> words = {};
+    for (std::size_t i = 0; i < arguments.size(); ++i) words[i] = arguments[i].word();
+    return call_with(function, words, std::make_index_sequence<Count>());
+}
+
+}  // namespace
+
+void *symbol(const std::string &name) {
+    static std::unordered_map<std::string, void *> known;
+    const auto found = known.find(name);
+    if (found != known.end()) return found->second;
+    void *address = dlsym(RTLD_DEFAULT, name.c_str());
+    if (address == nullptr) throw std::runtime_error("nothing is exported as " + name);
+    known.emplace(name, address);
+    names().insert(name);
+    return address;
+}
+
+u64 call_words(const std::string &name, const std::vector<Word> &arguments) {
+    void *function = symbol(name);
+    if (arguments.size() <= few) return call_padded<few>(function, arguments);
+    if (arguments.size() <= most) return call_padded<most>(function, arguments);
+    throw std::length_error("too many arguments for " + name);
+}
+
+const std::set<std::string> &called_names() { return names(); }
+
+}  // namespace tarn::test

@@ -1,0 +1,77 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Every structure, enumeration and table of the schema, for tests that take one.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_ITEMS_H
+#define TARNBASE_TESTS_BEHAVIOUR_EVERY_ITEMS_H
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <span>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "frame/schema.h"
+#include "tests/support/fixture.h"
+
+namespace tarn::test {
+
+// In the order in which the schema's descriptors are listed.
+const std::vector<const Structure *> &all_structures();
+const std::vector<const Enumeration *> &all_enumerations();
+// In ascending order of LUID.
+std::span<const Table *const> all_tables();
+
+const Structure &structure(const std::string &name);
+const Enumeration &enumeration(const std::string &name);
+const Table &table(const std::string &name);
+
+inline std::span<const Field> fields_of(const Structure &type) {
+    return {type.fields, type.field_count};
+}
+
+// An item and the mode of the handle that it is tested with.
+template <typename Item>
+struct InMode {
+    const Item *item;
+    Mode mode;
+};
+
+template <typename Item>
+void PrintTo(const InMode<Item> &each, std::ostream *out) {
+    *out << each.item->name << ", " << mode_name(each.mode);
+}
+
+template <typename Items>
+auto in_each_mode(const Items &items) {
+    using Item = std::remove_cvref_t<decltype(*items[0])>;
+    std::vector<InMode<Item>> cases;
+    for (const Item *item : items) {
+        for (const Mode mode : all_modes) cases.push_back({item, mode});
+    }
+    return cases;
+}
+
+template <typename Item>
+std::string name_in_mode(const ::testing::TestParamInfo<InMode<Item>> &each) {
+    return std::string(each.param.item->name) + "_" + mode_name(each.param.mode);
+}
+
+#define TARN_EACH_STRUCTURE(suite)                                                       \
+    INSTANTIATE_TEST_SUITE_P(                                                            \
+        Every, suite,                                                                    \
+        ::testing::ValuesIn(::tarn::test::in_each_mode(::tarn::test::all_structures())), \
+        ::tarn::test::name_in_mode<::tarn::Structure>)
+#define TARN_EACH_ENUMERATION(suite)                                                       \
+    INSTANTIATE_TEST_SUITE_P(                                                              \
+        Every, suite,                                                                      \
+        ::testing::ValuesIn(::tarn::test::in_each_mode(::tarn::test::all_enumerations())), \
+        ::tarn::test::name_in_mode<::tarn::Enumeration>)
+#define TARN_EVERY_TABLE(suite)                                                                    \
+    INSTANTIATE_TEST_SUITE_P(                                                                      \
+        Every, suite, ::testing::ValuesIn(::tarn::test::in_each_mode(::tarn::test::all_tables())), \
+        ::tarn::test::name_in_mode<::tarn::Table>)
+
+}  // namespace tarn::test
+
+#endif
