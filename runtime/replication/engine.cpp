@@ -43,9 +43,8 @@ std::uint32_t enqueue(kel_handle *handle, std::uint32_t tx_id, FrameRing &ring, 
 
 void kel_table_set_replication(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
                                std::uint32_t marked, std::uint32_t write_cursor_armed) {
-    kel_store &store = store_of(handle);
-    store.set(tx_id, table->replication_marked, marked);
-    store.set(tx_id, table->write_cursor_armed, write_cursor_armed);
+    announced_set(handle, tx_id, table->replication_marked, marked);
+    announced_set(handle, tx_id, table->write_cursor_armed, write_cursor_armed);
 }
 
 void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, std::uint32_t tx_id,
@@ -72,7 +71,7 @@ void keldb_request_record_destroy(kel_handle *handle, std::uint32_t tx_id, kel_r
                                   std::uint32_t *err) {
     if (*err != 0) return;
     const auto flags = static_cast<std::uint8_t>(record->flags | KEL_RECORD_PENDING_DESTROY);
-    store_of(handle).set(tx_id, record->flags, flags);
+    announced_set(handle, tx_id, record->flags, flags);
 }
 
 void kelrepl_add_to_cache(kel_handle *handle, std::uint32_t, kel_table *table, kel_record *record,

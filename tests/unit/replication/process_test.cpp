@@ -18,17 +18,17 @@ namespace {
 class StorePath {
  public:
     StorePath() {
-        EXPECT_NE(mkdtemp(folder_), nullptr);
-        path_ = std::string(folder_) + "/store";
+        EXPECT_NE(mkdtemp(folder_.data()), nullptr);
+        path_ = folder_ + "/store";
     }
     ~StorePath() {
         unlink(path_.c_str());
-        rmdir(folder_);
+        rmdir(folder_.c_str());
     }
     const char *text() const { return path_.c_str(); }
 
  private:
-    char folder_[32] = "/tmp/replication_XXXXXX";
+    std::string folder_ = ::testing::TempDir() + "replication_XXXXXX";
     std::string path_;
 };
 
