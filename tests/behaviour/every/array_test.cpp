@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+// The two arrays of minutes through their thirteen operations.
+#include "tests/behaviour/every/objects.h"
+
+namespace tarn::test {
+namespace {
+
+class Minutes : public StructureTest {
+ protected:
+    void SetUp() override {
+        for (const Field &each : fields_of(type)) {
+            if (each.kind == FieldKind::array) field = &each;
+        }
+        object = typed.create();
+        typed.fill(object, 1);
+    }
+    void TearDown() override {
+        typed.destroy(object);
+        StructureTest::TearDown();
+    }
+    template <typename R = void>
+    R on(const std::string &operation, std::vector<Word> arguments) {
+        arguments.insert(arguments.begin(), object);
+        arguments.emplace_back(&err);
+        return typed.operator()<R>("minute_" + operation, arguments);
+    }
+    void expect_error(u32 expected) {
+        EXPECT_EQ(err, expected);
+        err = 0;
+    }
+    u8 *block() { return at(object, type.plain_size); }
+
+    const Field *field = nullptr;
+    void *object = nullptr;
+};
+
+std::vector<InMode<Structure>> with_minutes() {
+    return in_each_mode(std::vector<const Structure *>{&structure("st_aaa_servers"),
+                                                       &structure("st_aaa_client_stats")});
+}
+INSTANTIATE_TEST_SUITE_P(Every, Minutes, ::testing::ValuesIn(with_minutes()),
+                         name_in_mode<Structure>);
+
+TEST_P(Minutes, AreReadElementByElement) {
+    const auto expected = array_value(*field, 1);
+    for (u32 i = 0; i < minutes; ++i) {
+        EXPECT_EQ(on<u8>("get_value", {i}), expected[i]);
+        EXPECT_EQ(*on<u8 *>("get", {i}), expected[i]);
+    }
+    EXPECT_EQ(on<u8 *>("get", {minutes}), nullptr);
+    expect_error(2);
+    EXPECT_EQ(on<u8>("get_value", {minutes}), 0);
+    expect_error(2);
+}
+
+TEST_P(Minutes, AreWrittenElementByElement) {
+    const auto expected = array_value(*field, 2);
+    for (u32 i = 0; i < minutes; ++i) {
+        if (i % 2 == 0) on("set_value", {i, expected[i]});
+        if (i % 2 == 1) on("set", {i, &expected[i]});
+    }
+    typed.check_field(object, *field, 2);
+    on("set", {0, nullptr});
+    typed.check_field(object, *field, 2);
+    on("set_value", {minutes, 1});
+    expect_error(2);
+}
+
+TEST_P(Minutes, AreCopiedAsAWholeUpToTheirNumber) {
+    std::array<u8, minutes + 1> elements = {};
+    on("get_mem", {elements.data(), minutes + 1});
+    expect_error(22);
+    on("set_mem", {elements.data(), minutes + 1});
+    expect_error(22);
+    typed.check_field(object, *field, 1);
+    const auto expected = array_value(*field, 3);
+    EXPECT_EQ(typed.cr<u32>("minute_set_mem_cr", {object, expected.data(), minutes}), 0U);
+    typed.check_field(object, *field, 3);
+    on("set_mem", {elements.data(), 2});
+    EXPECT_EQ(on<u8>("get_value", {1}), 0);
+    EXPECT_EQ(on<u8>("get_value", {2}), expected[2]);
+}
+
+TEST_P(Minutes, HaveNoFlagsOutsideATrackingHandle) {
+    if (tracking) GTEST_SKIP() << "this is about the other handles";
+    u8 *flags = nullptr;
+    u8 source[minutes] = {};
+    on("state_flag_whole_get", {});
+    expect_error(22);
+    on("state_flag_whole_set", {1});
+    expect_error(22);
+    on("state_flag_get", {0});
+    expect_error(22);
+    on("state_flag_set", {0, 1});
+    expect_error(22);
+    on("state_flag_get_arr", {&flags});
+    expect_error(22);
+    on("state_flag_set_arr", {source, minutes});
+    expect_error(22);
+}
+
+TEST_P(Minutes, HaveAFlagEachAndOneForAll) {
+    if (!tracking) GTEST_SKIP() << "this is about a tracking handle";
+    typed("set_all_state_tracking_flag", {object, 0});
+    on("set_value", {7, 1});
+    EXPECT_EQ(on<u8>("state_flag_whole_get", {}), 2);
+    EXPECT_EQ(on<u8>("state_flag_get", {7}), 2);
+    EXPECT_EQ(on<u8>("state_flag_get", {8}), 0);
+    on("state_flag_whole_set", {5});
+    on("state_flag_set", {1439, 6});
+    EXPECT_EQ(block()[field->state], 5);
+    EXPECT_EQ(block()[field->state + minutes], 6);
+    u8 *flags = nullptr;
+    on("state_flag_get_arr", {&flags});
+    EXPECT_EQ(flags, block() + field->state + 1);
+    on("state_flag_get", {minutes});
+    expect_error(2);
+    on("state_flag_set", {minutes, 1});
+    expect_error(2);
+    // The flags given land at the start of the block, not at the array's place.
+    const std::vector<u8> source(minutes, 4);
+    on("state_flag_set_arr", {source.data(), minutes - 1});
+    expect_error(2);
+    on("state_flag_set_arr", {source.data(), minutes});
+    EXPECT_EQ(std::vector<u8>(block(), block() + minutes), source);
+    EXPECT_EQ(block()[field->state + minutes], field->state + minutes < minutes ? 4 : 6);
+}
+
+}  // namespace
+}  // namespace tarn::test

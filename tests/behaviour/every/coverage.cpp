@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+// At the end of a whole run: were all functions called that this program is about?
+#include <cstdlib>
+#include <fstream>
+
+#include "tests/behaviour/every/call.h"
+#include "tests/behaviour/every/items.h"
+
+namespace tarn::test {
+namespace {
+
+bool is_about_tables(const std::string &name) {
+    return name.compare(0, 4, "tbl_") == 0 || name.find("_tbl_") != std::string::npos;
+}
+
+// The functions of no table and of no type are the module's own.
+bool is_about_types(const std::string &name) {
+    const auto belongs = [&](const auto *item) {
+        return name.compare(0, std::string(item->name).size() + 1, std::string(item->name) + "_") ==
+               0;
+    };
+    for (const Structure *type : all_structures()) {
+        if (belongs(type)) return true;
+    }
+    for (const Enumeration *type : all_enumerations()) {
+        if (belongs(type)) return true;
+    }
+    return false;
+}
+
+bool is_a_whole_run() {
+    return GTEST_FLAG_GET(filter) == "*" && std::getenv("GTEST_TOTAL_SHARDS") == nullptr;
+}
+
+// The list has a letter and a name a line: F a function, W a weak one, D data.
+class EveryFunction : public ::testing::Environment {
+    void TearDown() override {
+        if (!is_a_whole_run()) return;
+        std::ifstream list(TARNBASE_EXPORTS);
+        std::string letter, name;
+        u32 expected = 0;
+        while (list >> letter >> name) {
+            if (letter == "D") continue;
+            const bool tables = is_about_tables(name);
+            if (TARNBASE_ABOUT_TABLES ? !tables : tables || !is_about_types(name)) continue;
+            ++expected;
+            EXPECT_EQ(called_names().count(name), 1U) << name << " was never called";
+        }
+        EXPECT_EQ(expected, TARNBASE_ABOUT_TABLES ? 7510U + 315U : 2318U + 2442U + 640U);
+    }
+};
+
+[[maybe_unused]] ::testing::Environment *const environment =
+    ::testing::AddGlobalTestEnvironment(new EveryFunction);
+
+}  // namespace
+}  // namespace tarn::test
