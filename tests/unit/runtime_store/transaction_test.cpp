@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: Apache-2.0
+// Transactions: what a rollback takes back and a commit keeps.
+#include <cerrno>
+#include <set>
+#include <string>
+
+#include "tests/support/trace.h"
+#include "tests/unit/runtime_store/support.h"
+
+namespace tarn::test {
+namespace {
+
+// Blocks of a store and what they should hold. Every block begins with a counter
+// that only deltas change, for the others write behind it.
+class Blocks {
+ public:
+    struct Block {
+        std::uint8_t *address;
+        std::vector<std::uint8_t> content;
+    };
+
+    Blocks(SmallStore &store, std::uint32_t seed) : chance(seed), store_(store) {}
+
+    void add(std::uint32_t tx) {
+        const std::size_t size = chance.below(8) == 0 ? 20000 + chance.below(200000)
+                                                      : sizeof(std::uint64_t) + chance.below(600);
+        auto *address = static_cast<std::uint8_t *>(store_.allocate(size, tx));
+        ASSERT_NE(address, nullptr);
+        live.push_back({address, std::vector<std::uint8_t>(size, 0)});
+    }
+
+    void remove(std::uint32_t tx) {
+        const std::size_t index = chance.index_in(live);
+        store_.release(live[index].address, tx);
+        live.erase(live.begin() + static_cast<std::ptrdiff_t>(index));
+    }
+
+    void write(std::uint32_t tx) {
+        Block &block = live[chance.index_in(live)];
+        const std::size_t room = block.content.size() - sizeof(std::uint64_t);
+        if (room == 0) return;
+        const std::size_t from = chance.below(room);
+        const auto bytes = chance.bytes(1 + chance.below(room - from));
+        const std::size_t place = sizeof(std::uint64_t) + from;
+        store_.write(tx, block.address + place, bytes.data(), bytes.size());
+        std::memcpy(block.content.data() + place, bytes.data(), bytes.size());
+    }
+
+    void count(std::uint32_t tx) {
+        Block &block = live[chance.index_in(live)];
+        const auto delta = static_cast<std::int32_t>(chance.below(2001)) - 1000;
+        auto *counter = reinterpret_cast<std::uint64_t *>(block.address);
+        store_.handle->delta_log_hook(store_.handle->arena, counter, delta, tx);
+        *counter += static_cast<std::uint64_t>(std::int64_t{delta});
+        std::memcpy(block.content.data(), counter, sizeof *counter);
+    }
+
+    void anything(std::uint32_t tx) {
+        switch (live.empty() ? 0 : chance.below(5)) {
+            case 0:
+                return add(tx);
+            case 1:
+                return remove(tx);
+            case 2:
+                return count(tx);
+            default:
+                return write(tx);
+        }
+    }
+
+    void expect_content() const {
+        for (const Block &block : live) {
+            ASSERT_EQ(std::memcmp(block.address, block.content.data(), block.content.size()), 0);
+        }
+        EXPECT_EQ(store_.describe().blocks, live.size());
+    }
+
+    std::vector<Block> live;
+    Chance chance;
+
+ private:
+    SmallStore &store_;
+};
+
+class Seeded : public ::testing::TestWithParam<std::uint32_t> {
+ protected:
+    void SetUp() override {
+        for (int i = 0; i < 30; ++i) blocks.add(KEL_TX_NONE);
+        for (int i = 0; i < 60; ++i) blocks.write(KEL_TX_NONE);
+    }
+
+    SmallStore store;
+    Blocks blocks{store, GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Transactions, Seeded, ::testing::Values(1U, 2U, 3U, 4U, 5U, 6U));
+
+TEST_P(Seeded, rollback_leaves_every_byte_as_it_was) {
+    for (int round = 0; round < 8; ++round) {
+        SCOPED_TRACE(seed_and_step(GetParam(), round));
+        const StoreSnapshot before(store.store);
+        const auto live = blocks.live;
+        const std::uint32_t tx = store.begin();
+        for (int i = 0; i < 120; ++i) blocks.anything(tx);
+        store.roll_back(tx);
+        ASSERT_EQ(to_text(before.changes()), "");
+        blocks.live = live;
+        blocks.expect_content();
+        for (int i = 0; i < 10; ++i) blocks.anything(KEL_TX_NONE);
+    }
+}
+
+TEST_P(Seeded, commit_keeps_what_was_done) {
+    for (int round = 0; round < 8; ++round) {
+        SCOPED_TRACE(seed_and_step(GetParam(), round));
+        const std::uint32_t tx = store.begin();
+        for (int i = 0; i < 120; ++i) blocks.anything(tx);
+        store.commit(tx);
+        blocks.expect_content();
+    }
+    EXPECT_EQ(store.describe().committed, 8U);
+    EXPECT_EQ(store.describe().transactions, 0U);
+}
+
+TEST_P(Seeded, transactions_on_blocks_of_their_own_end_apart_from_each_other) {
+    Blocks kept(store, GetParam() + 100);
+    Blocks undone(store, GetParam() + 200);
+    const std::uint32_t first = store.begin();
+    const std::uint32_t second = store.begin();
+    for (int i = 0; i < 100; ++i) {
+        kept.anything(first);
+        undone.anything(second);
+    }
+    store.commit(first);
+    store.roll_back(second);
+    for (const auto &block : kept.live) blocks.live.push_back(block);
+    blocks.expect_content();
+}
+
+using Transactions = SmallStoreTest;
+
+TEST_F(Transactions, one_byte_written_twice_comes_back_as_it_was_at_first) {
+    auto *byte = static_cast<std::uint8_t *>(store.allocate(1));
+    *byte = 7;
+    const std::uint32_t tx = store.begin();
+    store.set(tx, byte, std::uint8_t{8});
+    store.set(tx, byte, std::uint8_t{9});
+    store.roll_back(tx);
+    EXPECT_EQ(*byte, 7);
+}
+
+TEST_F(Transactions, a_write_longer_than_a_page_of_the_log_is_taken_back_whole) {
+    constexpr std::size_t length = 300001;
+    auto *block = static_cast<std::uint8_t *>(store.allocate(length));
+    Chance chance(11);
+    const auto old_bytes = chance.bytes(length);
+    std::memcpy(block, old_bytes.data(), length);
+    const StoreSnapshot before(store.store);
+    const std::uint32_t tx = store.begin();
+    store.write(tx, block, chance.bytes(length).data(), length);
+    store.roll_back(tx);
+    EXPECT_EQ(to_text(before.changes()), "");
+}
+
+TEST_F(Transactions, a_block_freed_stays_until_commit) {
+    auto *block = static_cast<std::uint32_t *>(store.allocate(64));
+    *block = 42;
+    const std::uint32_t tx = store.begin();
+    store.release(block, tx);
+    EXPECT_EQ(store.describe().blocks, 1U);
+    EXPECT_EQ(*block, 42U);
+    EXPECT_NE(store.allocate(64), block);
+    store.commit(tx);
+    EXPECT_EQ(store.describe().blocks, 1U);
+    EXPECT_EQ(store.allocate(64), block) << "the lowest free place is taken first";
+}
+
+TEST_F(Transactions, a_block_allocated_and_freed_in_a_transaction_is_gone_either_way) {
+    for (const bool commits : {true, false}) {
+        const StoreSnapshot before(store.store);
+        const std::uint32_t tx = store.begin();
+        store.release(store.allocate(100, tx), tx);
+        commits ? store.commit(tx) : store.roll_back(tx);
+        EXPECT_EQ(to_text(before.changes()), "");
+    }
+}
+
+TEST_F(Transactions, a_descriptor_block_goes_back_like_any_other) {
+    const std::uint32_t tx = store.begin();
+    ASSERT_NE(store.handle->type_alloc_hook(store.handle->type_arena, tx, 80), nullptr);
+    EXPECT_EQ(store.describe().blocks, 1U);
+    store.roll_back(tx);
+    EXPECT_EQ(store.describe().blocks, 0U);
+}
+
+TEST_F(Transactions, ids_that_are_not_open_make_changes_that_are_at_once_permanent) {
+    std::uint32_t closed = store.begin();
+    store.commit(closed);
+    for (const std::uint32_t id : {KEL_TX_NONE, 0U, 5U, 12345U, closed}) {
+        SCOPED_TRACE(id);
+        const std::uint32_t open = store.begin();
+        auto *number = static_cast<std::uint64_t *>(store.allocate(8, id));
+        store.set(id, number, std::uint64_t{77});
+        store.handle->delta_log_hook(store.handle->arena, number, 3, id);
+        *number += 3;
+        store.roll_back(open);
+        EXPECT_EQ(*number, 80U);
+        EXPECT_EQ(store.describe().blocks, 1U);
+        store.release(number, id);
+        EXPECT_EQ(store.describe().blocks, 0U);
+    }
+}
+
+TEST_F(Transactions, writes_outside_the_store_are_not_undone_but_deltas_are) {
+    std::uint64_t written = 1;
+    std::uint64_t counted = 1;
+    const std::uint32_t tx = store.begin();
+    store.set(tx, &written, std::uint64_t{2});
+    store.handle->delta_log_hook(store.handle->arena, &counted, -1, tx);
+    counted -= 1;
+    store.roll_back(tx);
+    EXPECT_EQ(written, 2U);
+    EXPECT_EQ(counted, 1U);
+}
+
+TEST_F(Transactions, another_handle_of_the_store_may_end_one) {
+    kel_handle *other = make_handle(store.store, Mode::plain);
+    const std::uint32_t tx = store.begin();
+    store.allocate(40, tx);
+    EXPECT_EQ(kel_transaction_rollback(other, tx), 0U);
+    EXPECT_EQ(store.describe().blocks, 0U);
+    kel_handle_destroy(other);
+}
+
+TEST_F(Transactions, ids_differ_and_are_never_zero_or_none) {
+    std::set<std::uint32_t> seen;
+    for (int i = 0; i < 2000; ++i) {
+        const std::uint32_t tx = store.begin();
+        EXPECT_NE(tx, 0U);
+        EXPECT_NE(tx, KEL_TX_NONE);
+        EXPECT_TRUE(seen.insert(tx).second) << tx;
+        store.commit(tx);
+    }
+}
+
+TEST_F(Transactions, too_many_open_are_refused_until_one_ends) {
+    std::vector<std::uint32_t> open;
+    for (int i = 0; i < 32; ++i) open.push_back(store.begin());
+    EXPECT_EQ(store.describe().transactions, 32U);
+    std::uint32_t tx = 99;
+    EXPECT_EQ(kel_transaction_begin(store.handle, &tx), std::uint32_t{EAGAIN});
+    EXPECT_EQ(tx, 99U);
+    EXPECT_STREQ(kel_error_text(), "kel_transaction_begin: 32 transactions are open");
+    store.commit(open[17]);
+    open[17] = store.begin();
+    for (const std::uint32_t id : open) store.roll_back(id);
+    EXPECT_EQ(store.describe().transactions, 0U);
+    EXPECT_EQ(store.describe().rolled_back, 32U);
+    EXPECT_EQ(store.describe().committed, 1U);
+}
+
+TEST_F(Transactions, ending_one_that_is_not_open_is_an_error_that_says_so) {
+    const std::uint32_t closed = store.begin();
+    store.commit(closed);
+    for (const std::uint32_t id : {closed, 0U, KEL_TX_NONE}) {
+        const std::string rest = ": transaction " + std::to_string(id) + " is not open";
+        EXPECT_EQ(kel_transaction_commit(store.handle, id), std::uint32_t{EINVAL});
+        EXPECT_EQ(kel_error_text(), "kel_transaction_commit" + rest);
+        EXPECT_EQ(kel_transaction_rollback(store.handle, id), std::uint32_t{EINVAL});
+        EXPECT_EQ(kel_error_text(), "kel_transaction_rollback" + rest);
+    }
+    EXPECT_EQ(store.describe().committed, 1U);
+    EXPECT_EQ(store.describe().rolled_back, 0U);
+}
+
+TEST_F(Transactions, one_freed_twice_is_freed_once_and_reported) {
+    const TraceCapture trace;
+    void *block = store.allocate(50);
+    void *other = store.allocate(50);
+    const std::uint32_t tx = store.begin();
+    store.release(block, tx);
+    store.release(block, tx);
+    store.commit(tx);
+    EXPECT_EQ(store.describe().blocks, 1U);
+    EXPECT_EQ(trace.lines.size(), 1U) << trace.all();
+    store.release(other);
+    EXPECT_EQ(store.describe().blocks, 0U);
+}
+
+TEST(FullStore, rollback_says_that_the_log_had_no_room) {
+    SmallStore store(least_capacity);
+    std::vector<void *> taken;
+    while (void *block = store.allocate(60000)) taken.push_back(block);
+    const std::uint32_t tx = store.begin();
+    EXPECT_EQ(store.allocate(8, tx), nullptr) << "without an entry a rollback would lose it";
+    store.set(tx, static_cast<std::uint64_t *>(taken[0]), std::uint64_t{1});
+    EXPECT_EQ(kel_transaction_rollback(store.handle, tx), std::uint32_t{ENOSPC});
+    EXPECT_NE(std::string(kel_error_text()).find("no room for the whole log"), std::string::npos);
+    EXPECT_EQ(store.describe().transactions, 0U);
+    EXPECT_EQ(store.describe().blocks, taken.size());
+}
+
+}  // namespace
+}  // namespace tarn::test
