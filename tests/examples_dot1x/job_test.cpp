@@ -52,8 +52,12 @@ TEST_F(JobTest, AProblemThatStaysIsToldOnce) {
     script.answers = {answers_of("junk\n")};
     job.poll();
     EXPECT_EQ(messages.str(), message + message);
-    EXPECT_EQ(job.report().malformed, 2u);
-    EXPECT_EQ(job.report().polls, 4u);
+    script.answers = {answers_of("junk\nmore\n")};
+    job.poll();
+    EXPECT_EQ(messages.str(),
+              message + message + "sta:2: found \"more\", expected the MAC address of a station\n");
+    EXPECT_EQ(job.report().malformed, 3u);
+    EXPECT_EQ(job.report().polls, 5u);
 }
 
 TEST_F(JobTest, NothingIsStoredWhenNoOneAnswers) {

@@ -277,6 +277,17 @@ TEST_F(KeeperTest, ComingAndGoingLeavesNoBlockBehind) {
     EXPECT_EQ(blocks_of(keeper), blocks);
 }
 
+TEST_F(KeeperTest, StoringTheSameAgainTakesNoBlock) {
+    Keeper keeper(path);
+    PortRows rows = sample_port(1);
+    rows.sessions.push_back(sample_session("a session's very long identifier"));
+    keeper.write({{rows}, sample_radius(1)});
+    const uint64_t blocks = blocks_of(keeper);
+    keeper.write({{rows}, sample_radius(1)});
+    EXPECT_EQ(blocks_of(keeper), blocks);
+    expect_stored(keeper, rows);
+}
+
 // Each allocation of a poll fails once: the store is as it was, and the poll can be tried again.
 TEST_F(KeeperTest, APollThatFailsLeavesTheStoreAsItWas) {
     Keeper keeper(path);
