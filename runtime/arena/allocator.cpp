@@ -52,8 +52,7 @@ Allocator::Allocator(Region &region, ArenaState &state, std::uint64_t sets_offse
 
 void Allocator::format(std::uint64_t sets_offset) {
     const std::uint64_t pages = region_->capacity() / page_size;
-    std::uint64_t page = front_bytes(sets_offset, region_->capacity()) / page_size;
-    for (; page < pages; ++page) free_.insert(page);
+    free_.insert_range(front_bytes(sets_offset, region_->capacity()) / page_size, pages);
 }
 
 Page *Allocator::page_at(std::uint64_t number) const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/arena/page_set.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace tarn::runtime {
@@ -37,6 +38,23 @@ void PageSet::insert(std::uint64_t page) {
         const bool marked_above = word != 0;
         word |= bit(page);
         if (marked_above) return;
+    }
+}
+
+void PageSet::insert_range(std::uint64_t first, std::uint64_t end) {
+    if (first >= end) return;
+    for (std::size_t level = 0; level < depth_; ++level) {
+        std::uint64_t *const bits = levels_[level];
+        const std::uint64_t front = first / word_bits, back = (end - 1) / word_bits;
+        const std::uint64_t from_first = ~0ULL << (first % word_bits);
+        const std::uint64_t to_last = ~0ULL >> (word_bits - 1 - (end - 1) % word_bits);
+        bits[front] |= front == back ? from_first & to_last : from_first;
+        if (front != back) {
+            std::fill(bits + front + 1, bits + back, ~0ULL);
+            bits[back] |= to_last;
+        }
+        first = front;
+        end = back + 1;
     }
 }
 

@@ -23,6 +23,8 @@ class PageSet {
     PageSet(std::uint64_t *words, std::uint64_t limit);
 
     void insert(std::uint64_t page);
+    // Inserts the pages of [first, end), word by word.
+    void insert_range(std::uint64_t first, std::uint64_t end);
     void erase(std::uint64_t page);
     bool contains(std::uint64_t page) const;
 
