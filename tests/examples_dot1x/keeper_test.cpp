@@ -169,6 +169,20 @@ TEST_F(KeeperTest, RadiusRowsAreReadAsTheyWereWritten) {
     EXPECT_EQ(keeper.read_radius().client, written.client);
 }
 
+TEST_F(KeeperTest, APollGoesOnFromWhatIsStored) {
+    RadiusRows rows;
+    rows.servers["one"].aaa_authen.requests = 1;
+    rows.servers["one"].aaa_authen.request_timeouts = 1;
+    rows.client.radius_auth_stats.response_time_max = 100;
+    { Keeper(path).write({{}, rows}); }
+    Keeper keeper(path);
+    rows.client.radius_auth_stats.response_time_max = 3;
+    keeper.write({{}, rows});
+    EXPECT_EQ(keeper.read_radius().client.radius_auth_stats.response_time_max, 100u);
+    EXPECT_EQ(keeper.read_radius().servers.at("one").status, uint32_t(SHOW_AAA_SERVER_DEAD));
+    EXPECT_EQ(keeper.read_radius().servers.at("one").dead_count, 1u);
+}
+
 TEST_F(KeeperTest, SignedFieldsStayAtTheirLargestValue) {
     Keeper keeper(path);
     RadiusRows rows;
