@@ -81,6 +81,15 @@ class WorkingName {
     std::string name_;
 };
 
+// Without an address to map at, a store would be mapped anywhere.
+bool is_whole(const StoreHeader &header) {
+    const auto base = reinterpret_cast<std::uintptr_t>(header.base);
+    return header.page_bytes == page_size && base != 0 && base % page_size == 0 &&
+           header.capacity % page_size == 0 && header.capacity >= least_capacity &&
+           header.arena.size <= header.capacity &&
+           header.arena.size >= Allocator::front_bytes(page_sets_offset, header.capacity);
+}
+
 std::uint32_t read_header(const char *path, const File &file, StoreHeader &header) {
     struct stat status;
     if (::fstat(file.descriptor(), &status) != 0) return fail_errno(path);
@@ -94,10 +103,7 @@ std::uint32_t read_header(const char *path, const File &file, StoreHeader &heade
         return fail(EINVAL, "%s: a store of format version %u; this runtime reads version %u", path,
                     header.version, store_format_version);
     }
-    if (header.page_bytes != page_size || header.capacity % page_size != 0 ||
-        header.capacity < least_capacity || header.arena.size > header.capacity) {
-        return fail(EINVAL, "%s: the header of the store is damaged", path);
-    }
+    if (!is_whole(header)) return fail(EINVAL, "%s: the header of the store is damaged", path);
     if (static_cast<std::uint64_t>(status.st_size) < header.arena.size) {
         return fail(EINVAL, "%s: the store is cut short: %llu of %llu bytes", path,
                     static_cast<unsigned long long>(status.st_size),
