@@ -1,0 +1,73 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A place for store files, and a handle on an open one.
+#ifndef TARNBASE_TESTS_UNIT_RUNTIME_STORE_STORE_FILE_H
+#define TARNBASE_TESTS_UNIT_RUNTIME_STORE_STORE_FILE_H
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "tests/unit/runtime_store/support.h"
+
+namespace tarn::test {
+
+inline constexpr kel_store_options small_options{small_capacity, nullptr};
+
+// A store file that is open. `error` tells why it isn't.
+class OpenStore {
+ public:
+    explicit OpenStore(const char *path) {
+        error = kel_store_open_or_create(path, &small_options, &store);
+        if (error == 0) handle = make_handle(store, Mode::plain);
+    }
+    ~OpenStore() {
+        kel_handle_destroy(handle);
+        kel_store_close(store);
+    }
+    OpenStore(const OpenStore &) = delete;
+    OpenStore &operator=(const OpenStore &) = delete;
+
+    kel_store_description describe() const {
+        kel_store_description description;
+        kel_store_describe(store, &description);
+        return description;
+    }
+    // A block found under a key, and one that is made and put there.
+    std::uint64_t *find(const char *key) const {
+        return static_cast<std::uint64_t *>(loam_get_key(store, key));
+    }
+    std::uint64_t *make(const char *key, std::uint64_t size = 8) const {
+        void *block = handle->alloc_hook(store, KEL_TX_NONE, size);
+        loam_set_key(store, key, block);
+        return static_cast<std::uint64_t *>(block);
+    }
+    void set(std::uint32_t tx, std::uint64_t *place, std::uint64_t value) const {
+        handle->write_log_hook(store, place, sizeof value, tx);
+        *place = value;
+    }
+
+    std::uint32_t error = 0;
+    kel_store *store = nullptr;
+    kel_handle *handle = nullptr;
+};
+
+// A directory of its own for each test.
+class StoreFileTest : public ::testing::Test {
+ protected:
+    StoreFileTest() {
+        std::string name = (std::filesystem::temp_directory_path() / "store-XXXXXX").string();
+        if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error(name);
+        directory = name;
+        path = (directory / "test.store").string();
+    }
+    ~StoreFileTest() override { std::filesystem::remove_all(directory); }
+
+    std::filesystem::path directory;
+    std::string path;
+};
+
+}  // namespace tarn::test
+
+#endif

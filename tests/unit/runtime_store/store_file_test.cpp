@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: Apache-2.0
+// Store files: making and opening them, and what is said when that fails.
+#include "tests/unit/runtime_store/store_file.h"
+
+#include <cerrno>
+#include <fstream>
+#include <utility>
+
+#include "runtime/store/header.h"
+
+namespace tarn::test {
+namespace {
+
+using runtime::StoreHeader;
+
+class StoreFile : public StoreFileTest {
+ protected:
+    std::uint32_t create(const kel_store_options *options = &small_options) {
+        return kel_store_create(path.c_str(), options, &store);
+    }
+    std::uint32_t open() { return kel_store_open(path.c_str(), &store); }
+
+    void create_and_close() {
+        ASSERT_EQ(create(), 0U) << kel_error_text();
+        kel_store_close(std::exchange(store, nullptr));
+    }
+
+    // Expects that opening is an error, with that text behind the file's name.
+    void expect_refused(std::uint32_t code, const std::string &text) {
+        store = reinterpret_cast<kel_store *>(1);
+        EXPECT_EQ(open(), code);
+        EXPECT_EQ(store, nullptr);
+        EXPECT_EQ(kel_error_text(), path + ": " + text);
+    }
+
+    template <typename T>
+    void overwrite(std::size_t offset, T value) {
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(static_cast<std::streamoff>(offset));
+        file.write(reinterpret_cast<const char *>(&value), sizeof value);
+    }
+
+    void TearDown() override { kel_store_close(store); }
+
+    kel_store *store = nullptr;
+};
+
+TEST_F(StoreFile, a_new_one_is_described_as_empty) {
+    ASSERT_EQ(create(), 0U);
+    kel_store_description now;
+    kel_store_describe(store, &now);
+    EXPECT_EQ(now.path, path);
+    EXPECT_EQ(now.capacity, small_capacity);
+    EXPECT_EQ(now.size, std::filesystem::file_size(path));
+    EXPECT_EQ(now.blocks, 0U);
+    EXPECT_EQ(now.block_bytes, 0U);
+    EXPECT_EQ(now.transactions, 0U);
+    EXPECT_EQ(now.committed, 0U);
+    EXPECT_EQ(now.tables, 0U);
+    EXPECT_EQ(now.types, 0U);
+    EXPECT_EQ(kel_store_first_table(store), nullptr);
+}
+
+TEST_F(StoreFile, is_the_only_file_left_by_create) {
+    create_and_close();
+    std::vector<std::string> names;
+    for (const auto &entry : std::filesystem::directory_iterator(directory)) {
+        names.push_back(entry.path().string());
+    }
+    EXPECT_EQ(names, std::vector<std::string>{path});
+}
+
+TEST_F(StoreFile, keeps_its_content_address_and_capacity_when_it_is_opened_again) {
+    void *base = nullptr;
+    std::uint64_t *block = nullptr;
+    {
+        const OpenStore first(path.c_str());
+        ASSERT_EQ(first.error, 0U) << kel_error_text();
+        base = first.describe().base;
+        block = first.make("number");
+        *block = 4711;
+    }
+    const OpenStore again(path.c_str());
+    ASSERT_EQ(again.error, 0U) << kel_error_text();
+    EXPECT_EQ(again.describe().base, base);
+    EXPECT_EQ(again.describe().capacity, small_capacity);
+    EXPECT_EQ(again.find("number"), block);
+    EXPECT_EQ(*block, 4711U);
+}
+
+TEST_F(StoreFile, lies_where_the_caller_wants_it) {
+    void *base = reinterpret_cast<void *>(0x3210'0000'0000);
+    const kel_store_options options{small_capacity, base};
+    ASSERT_EQ(create(&options), 0U) << kel_error_text();
+    kel_store_description now;
+    kel_store_describe(store, &now);
+    EXPECT_EQ(now.base, base);
+}
+
+TEST_F(StoreFile, create_refuses_a_file_that_is_there) {
+    create_and_close();
+    EXPECT_EQ(create(), std::uint32_t{EEXIST});
+    EXPECT_EQ(store, nullptr);
+    EXPECT_EQ(kel_error_text(), path + ": File exists");
+}
+
+TEST_F(StoreFile, create_refuses_capacities_and_addresses_that_are_not_of_whole_pages) {
+    const kel_store_options refused[] = {{small_capacity + 4096, nullptr},
+                                         {65536, nullptr},
+                                         {small_capacity, reinterpret_cast<void *>(4096)}};
+    for (const kel_store_options &options : refused) {
+        EXPECT_EQ(create(&options), std::uint32_t{EINVAL});
+        EXPECT_EQ(std::string(kel_error_text()).rfind(path + ": ", 0), 0U) << kel_error_text();
+        EXPECT_FALSE(std::filesystem::exists(path));
+        EXPECT_EQ(kel_store_create_private(&options, &store), std::uint32_t{EINVAL});
+    }
+    EXPECT_EQ(create(&refused[1]), std::uint32_t{EINVAL});
+    EXPECT_EQ(kel_error_text(),
+              path + ": a capacity of 65536 bytes; it must be a multiple of 65536, from 2097152");
+}
+
+TEST_F(StoreFile, create_in_a_directory_that_is_not_there_is_an_error) {
+    path = (directory / "none" / "test.store").string();
+    EXPECT_EQ(create(), std::uint32_t{ENOENT});
+    EXPECT_EQ(kel_error_text(), path + ": No such file or directory");
+}
+
+TEST_F(StoreFile, open_or_create_does_the_one_or_the_other) {
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(kel_store_open_or_create(path.c_str(), &small_options, &store), 0U);
+        kel_store_close(std::exchange(store, nullptr));
+    }
+}
+
+TEST_F(StoreFile, open_refuses_a_file_that_is_not_there) {
+    expect_refused(ENOENT, "No such file or directory");
+}
+
+TEST_F(StoreFile, open_refuses_what_is_no_store) {
+    std::ofstream(path) << "";
+    expect_refused(EINVAL, "not a store file");
+    std::ofstream(path) << std::string(5000, 'x');
+    expect_refused(EINVAL, "not a store file");
+}
+
+TEST_F(StoreFile, open_refuses_another_format_version) {
+    create_and_close();
+    overwrite(offsetof(StoreHeader, version), std::uint32_t{2});
+    expect_refused(EINVAL, "a store of format version 2; this runtime reads version 1");
+}
+
+TEST_F(StoreFile, open_refuses_one_that_is_cut_short) {
+    create_and_close();
+    const auto size = std::filesystem::file_size(path);
+    std::filesystem::resize_file(path, size - 1);
+    expect_refused(EINVAL, "the store is cut short: " + std::to_string(size - 1) + " of " +
+                               std::to_string(size) + " bytes");
+    std::filesystem::resize_file(path, sizeof(StoreHeader) - 1);
+    expect_refused(EINVAL, "not a store file");
+}
+
+TEST_F(StoreFile, open_refuses_a_header_that_makes_no_sense) {
+    const std::pair<std::size_t, std::uint64_t> damages[] = {
+        {offsetof(StoreHeader, base), 0},
+        {offsetof(StoreHeader, base), 0x3210'0000'1000},
+        {offsetof(StoreHeader, capacity), small_capacity + 1},
+        {offsetof(StoreHeader, capacity), 65536},
+        {offsetof(StoreHeader, arena), small_capacity + 65536},
+        {offsetof(StoreHeader, arena), 4096},
+    };
+    for (const auto &[offset, value] : damages) {
+        SCOPED_TRACE(offset);
+        create_and_close();
+        overwrite(offset, value);
+        expect_refused(EINVAL, "the header of the store is damaged");
+        std::filesystem::remove(path);
+    }
+}
+
+TEST_F(StoreFile, open_says_that_the_address_range_is_taken) {
+    ASSERT_EQ(create(), 0U);
+    kel_store *second = nullptr;
+    EXPECT_EQ(kel_store_open(path.c_str(), &second), std::uint32_t{EADDRINUSE});
+    EXPECT_EQ(second, nullptr);
+    const std::string text = kel_error_text();
+    EXPECT_EQ(text.rfind(path + ": the address range 0x", 0), 0U) << text;
+    EXPECT_NE(text.find(" is taken in this process"), std::string::npos) << text;
+}
+
+TEST_F(StoreFile, create_at_an_address_that_is_taken_leaves_no_file) {
+    ASSERT_EQ(create(), 0U);
+    kel_store_description first;
+    kel_store_describe(store, &first);
+    const kel_store_options options{small_capacity, first.base};
+    kel_store *second = nullptr;
+    const std::string other = path + ".other";
+    EXPECT_EQ(kel_store_create(other.c_str(), &options, &second), std::uint32_t{EADDRINUSE});
+    EXPECT_EQ(second, nullptr);
+    EXPECT_FALSE(std::filesystem::exists(other));
+}
+
+TEST_F(StoreFile, two_stores_are_open_at_once_and_apart) {
+    const OpenStore one(path.c_str());
+    const std::string other = path + ".other";
+    const OpenStore two(other.c_str());
+    ASSERT_EQ(one.error, 0U);
+    ASSERT_EQ(two.error, 0U) << kel_error_text();
+    EXPECT_EQ(kel_handle_store(two.handle), two.store);
+    *one.make("number") = 1;
+    *two.make("number") = 2;
+    EXPECT_EQ(*one.find("number"), 1U);
+    EXPECT_EQ(*two.find("number"), 2U);
+    std::uint32_t tx = 0;
+    ASSERT_EQ(kel_transaction_begin(one.handle, &tx), 0U);
+    EXPECT_EQ(two.describe().transactions, 0U);
+    two.set(tx, two.find("number"), 3);
+    EXPECT_EQ(kel_transaction_rollback(two.handle, tx), std::uint32_t{EINVAL});
+    EXPECT_EQ(kel_transaction_rollback(one.handle, tx), 0U);
+    EXPECT_EQ(*two.find("number"), 3U);
+}
+
+TEST_F(StoreFile, close_takes_back_what_was_not_committed) {
+    std::uint64_t blocks = 0;
+    {
+        const OpenStore first(path.c_str());
+        std::uint64_t *number = first.make("number");
+        blocks = first.describe().blocks;
+        std::uint32_t tx = 0;
+        ASSERT_EQ(kel_transaction_begin(first.handle, &tx), 0U);
+        first.set(tx, number, 9);
+        ASSERT_NE(first.handle->alloc_hook(first.store, tx, 500), nullptr);
+    }
+    const OpenStore again(path.c_str());
+    EXPECT_EQ(*again.find("number"), 0U);
+    EXPECT_EQ(again.describe().blocks, blocks);
+    EXPECT_EQ(again.describe().transactions, 0U);
+    EXPECT_EQ(again.describe().rolled_back, 1U);
+}
+
+TEST_F(StoreFile, a_handle_needs_a_store) {
+    kel_handle *handle = reinterpret_cast<kel_handle *>(1);
+    EXPECT_EQ(kel_handle_create(nullptr, 0, &handle), std::uint32_t{EINVAL});
+    EXPECT_EQ(handle, nullptr);
+    EXPECT_STREQ(kel_error_text(), "kel_handle_create: the store is null");
+    kel_handle_destroy(nullptr);
+    kel_store_close(nullptr);
+}
+
+}  // namespace
+}  // namespace tarn::test
