@@ -38,7 +38,16 @@ std::vector<InMode<Structure>> with_minutes() {
     return in_each_mode(std::vector<const Structure *>{&structure("st_aaa_servers"),
                                                        &structure("st_aaa_client_stats")});
 }
+class TrackedMinutes : public Minutes {};
+class UntrackedMinutes : public Minutes {};
+
 INSTANTIATE_TEST_SUITE_P(Every, Minutes, ::testing::ValuesIn(with_minutes()),
+                         name_in_mode<Structure>);
+INSTANTIATE_TEST_SUITE_P(Every, TrackedMinutes,
+                         ::testing::ValuesIn(tracking_only(with_minutes(), true)),
+                         name_in_mode<Structure>);
+INSTANTIATE_TEST_SUITE_P(Every, UntrackedMinutes,
+                         ::testing::ValuesIn(tracking_only(with_minutes(), false)),
                          name_in_mode<Structure>);
 
 TEST_P(Minutes, AreReadElementByElement) {
@@ -81,8 +90,7 @@ TEST_P(Minutes, AreCopiedAsAWholeUpToTheirNumber) {
     EXPECT_EQ(on<u8>("get_value", {2}), expected[2]);
 }
 
-TEST_P(Minutes, HaveNoFlagsOutsideATrackingHandle) {
-    if (tracking) GTEST_SKIP() << "this is about the other handles";
+TEST_P(UntrackedMinutes, HaveNoFlags) {
     u8 *flags = nullptr;
     u8 source[minutes] = {};
     on("state_flag_whole_get", {});
@@ -99,8 +107,7 @@ TEST_P(Minutes, HaveNoFlagsOutsideATrackingHandle) {
     expect_error(22);
 }
 
-TEST_P(Minutes, HaveAFlagEachAndOneForAll) {
-    if (!tracking) GTEST_SKIP() << "this is about a tracking handle";
+TEST_P(TrackedMinutes, HaveAFlagEachAndOneForAll) {
     typed("set_all_state_tracking_flag", {object, 0});
     on("set_value", {7, 1});
     EXPECT_EQ(on<u8>("state_flag_whole_get", {}), 2);

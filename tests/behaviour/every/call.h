@@ -4,6 +4,7 @@
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_CALL_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_CALL_H
 
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <string>

@@ -52,6 +52,16 @@ auto in_each_mode(const Items &items) {
     return cases;
 }
 
+// Those of the cases whose handle tracks state, or the others.
+template <typename Item>
+std::vector<InMode<Item>> tracking_only(const std::vector<InMode<Item>> &cases, bool tracking) {
+    std::vector<InMode<Item>> chosen;
+    for (const InMode<Item> &each : cases) {
+        if ((each.mode == Mode::tracking) == tracking) chosen.push_back(each);
+    }
+    return chosen;
+}
+
 template <typename Item>
 std::string name_in_mode(const ::testing::TestParamInfo<InMode<Item>> &each) {
     return std::string(each.param.item->name) + "_" + mode_name(each.param.mode);
