@@ -1,14 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 # Every public header compiles by itself, as C11 and as C++17, warnings as errors.
-#   cmake -DCC=... -DCXX=... -DINCLUDE=dir;dir -P headers.cmake
+#   cmake -DCC=... -DCXX=... -DINCLUDE=dir -DGENERATED=dir -DWORK=dir -P headers.cmake
 set(warnings -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only)
-set(includes)
-foreach(dir IN LISTS INCLUDE)
-  list(APPEND includes -I${dir})
-endforeach()
+set(folders ${INCLUDE} ${GENERATED})
+list(TRANSFORM folders PREPEND -I OUTPUT_VARIABLE includes)
 
 set(checked 0)
-foreach(dir IN LISTS INCLUDE)
+foreach(dir IN LISTS folders)
   file(GLOB_RECURSE headers RELATIVE ${dir} ${dir}/tarnbase/*.h)
   foreach(header IN LISTS headers)
     foreach(language IN ITEMS c c++)
@@ -17,7 +15,7 @@ foreach(dir IN LISTS INCLUDE)
       else()
         set(command ${CXX} -std=c++17)
       endif()
-      file(WRITE ${WORK}/header_check.txt "#include \"${header}\"\n")
+      file(WRITE ${WORK}/header_check.txt "#include \"${header}\"\nextern int something;\n")
       execute_process(
         COMMAND ${command} ${warnings} ${includes} -x ${language} ${WORK}/header_check.txt
         RESULT_VARIABLE status ERROR_VARIABLE errors)
@@ -29,6 +27,6 @@ foreach(dir IN LISTS INCLUDE)
   endforeach()
 endforeach()
 if(checked EQUAL 0)
-  message(FATAL_ERROR "no header found in ${INCLUDE}")
+  message(FATAL_ERROR "no header found in ${folders}")
 endif()
 message(STATUS "${checked} compilations without a warning")
