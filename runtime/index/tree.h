@@ -12,6 +12,8 @@
 #include "tarnbase/embedded.h"
 #include "tarnbase/runtime.h"
 
+struct kel_store;
+
 namespace tarn::runtime {
 
 using Compare = e_avl_compare_function;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // A store's own copies of the descriptors.
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
