@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: Apache-2.0
+// The store's blocks against a model of them.
+#include <algorithm>
+#include <iterator>
+#include <map>
+
+#include "runtime/arena/size_class.h"
+#include "tests/support/trace.h"
+#include "tests/unit/runtime_store/support.h"
+
+namespace tarn::test {
+namespace {
+
+// Bytes that a block of that size counts as.
+std::uint64_t counted_bytes(std::uint64_t size) {
+    using namespace runtime;
+    if (size <= largest_small_block) return size_classes[size_class_of(size)].size;
+    return (size + large_block_offset + page_size - 1) / page_size * page_size;
+}
+
+// Sizes of all kinds, the edges of their classes above all.
+std::uint64_t any_size(Chance &chance) {
+    switch (chance.below(10)) {
+        case 0:
+            return chance.below(3);
+        case 1:
+            return 65536 * (1 + chance.below(4)) - 64 + chance.below(3) - 1;
+        case 2:
+            return 16384 + chance.below(3) - 1;
+        case 3:
+            return 20000 + chance.below(300000);
+        case 4:
+        case 5:
+            return (16ULL << chance.below(10)) + chance.below(3) - 1;
+        default:
+            return 1 + chance.below(4000);
+    }
+}
+
+class RandomBlocks : public ::testing::TestWithParam<std::uint32_t> {
+ protected:
+    using Address = std::uint8_t *;
+
+    void add() {
+        const std::uint64_t size = any_size(chance);
+        const auto block = static_cast<Address>(store.allocate(size));
+        ASSERT_NE(block, nullptr) << size;
+        ASSERT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0U) << size;
+        const std::uint64_t usable = std::max<std::uint64_t>(size, 1);
+        expect_apart(block, usable);
+        for (std::uint64_t i = 0; i < size; ++i) ASSERT_EQ(block[i], 0) << size;
+        std::memset(block, 0xee, size);
+        live.emplace(block, size);
+        block_bytes += counted_bytes(size);
+    }
+
+    void expect_apart(Address block, std::uint64_t size) const {
+        const auto above = live.lower_bound(block);
+        if (above != live.end()) {
+            ASSERT_LE(block + size, above->first);
+        }
+        if (above != live.begin()) {
+            const auto below = std::prev(above);
+            ASSERT_LE(below->first + std::max<std::uint64_t>(below->second, 1), block);
+        }
+    }
+
+    void remove(std::map<Address, std::uint64_t>::iterator place) {
+        store.release(place->first);
+        block_bytes -= counted_bytes(place->second);
+        live.erase(place);
+    }
+
+    void expect_counts() const {
+        ASSERT_EQ(store.describe().blocks, live.size());
+        ASSERT_EQ(store.describe().block_bytes, block_bytes);
+    }
+
+    SmallStore store;
+    Chance chance{GetParam()};
+    std::map<Address, std::uint64_t> live;
+    std::uint64_t block_bytes = 0;
+};
+
+INSTANTIATE_TEST_SUITE_P(Allocator, RandomBlocks, ::testing::Values(31U, 32U, 33U));
+
+TEST_P(RandomBlocks, are_zero_and_aligned_and_apart_and_leave_no_trace) {
+    const StoreSnapshot fresh(store.store);
+    for (int step = 0; step < 2500 && !HasFailure(); ++step) {
+        SCOPED_TRACE(seed_and_step(GetParam(), step));
+        const std::uint64_t adds_of_ten = step / 500 % 2 == 0 ? 7 : 3;
+        if (live.empty() || chance.below(10) < adds_of_ten) {
+            add();
+        } else {
+            remove(std::next(live.begin(), static_cast<std::ptrdiff_t>(chance.below(live.size()))));
+        }
+        expect_counts();
+    }
+    while (!live.empty()) remove(live.begin());
+    expect_counts();
+    EXPECT_EQ(to_text(fresh.changes()), "");
+}
+
+using Allocator = SmallStoreTest;
+
+TEST_F(Allocator, gives_a_block_of_each_size_up_to_a_large_one) {
+    for (std::uint64_t size = 0; size < 17000; size += size < 300 ? 1 : 61) {
+        void *block = store.allocate(size);
+        ASSERT_NE(block, nullptr);
+        ASSERT_GE(store.describe().block_bytes, size);
+        ASSERT_EQ(store.describe().block_bytes, counted_bytes(size)) << size;
+        std::memset(block, 0xff, size);
+        store.release(block);
+        ASSERT_EQ(store.describe().block_bytes, 0U);
+    }
+}
+
+TEST_F(Allocator, takes_the_lowest_free_place_first) {
+    std::vector<void *> blocks;
+    for (int i = 0; i < 100; ++i) blocks.push_back(store.allocate(80));
+    for (const std::size_t index : {70U, 3U, 42U}) store.release(blocks[index]);
+    for (const std::size_t index : {3U, 42U, 70U}) EXPECT_EQ(store.allocate(80), blocks[index]);
+}
+
+class BadFrees : public SmallStoreTest {
+ protected:
+    // Expects that the address is refused, in and out of a transaction.
+    void expect_refused(void *address) {
+        SCOPED_TRACE(address);
+        const StoreSnapshot before(store.store);
+        const std::uint32_t tx = store.begin();
+        for (const std::uint32_t id : {tx, KEL_TX_NONE}) {
+            const TraceCapture trace;
+            store.release(address, id);
+            ASSERT_EQ(trace.lines.size(), 1U) << trace.all();
+            EXPECT_EQ(trace.lines[0].level, KEL_TRACE_ERROR);
+            EXPECT_NE(trace.lines[0].text.find("is no allocated block of the store"),
+                      std::string::npos);
+        }
+        store.commit(tx);
+        EXPECT_EQ(to_text(before.changes()), "");
+    }
+
+    std::uint8_t *small = static_cast<std::uint8_t *>(store.allocate(100));
+    std::uint8_t *large = static_cast<std::uint8_t *>(store.allocate(200000));
+};
+
+TEST_F(BadFrees, a_block_freed_twice_is_refused) {
+    void *again = store.allocate(100);
+    store.release(again);
+    expect_refused(again);
+    store.release(large);
+    expect_refused(large);
+}
+
+TEST_F(BadFrees, addresses_inside_a_block_are_refused) {
+    // A large block may hold what looks like the head of a page.
+    for (std::uint32_t *word = reinterpret_cast<std::uint32_t *>(large);
+         word < reinterpret_cast<std::uint32_t *>(large + 200000); ++word) {
+        *word = 1;
+    }
+    for (const int offset : {1, 8, 16, 64}) expect_refused(small + offset);
+    for (const int offset : {1, 16, 65536, 65536 - 64, 131072 + 96}) expect_refused(large + offset);
+}
+
+TEST_F(BadFrees, addresses_that_are_no_place_of_a_block_are_refused) {
+    auto *base = static_cast<std::uint8_t *>(store.describe().base);
+    std::uint64_t outside = 0;
+    expect_refused(&outside);
+    expect_refused(base);
+    expect_refused(base + 1280);
+    expect_refused(large - 64);
+    expect_refused(base + store.describe().size - 65536);
+    expect_refused(base + small_capacity - 16);
+    expect_refused(base + small_capacity);
+    expect_refused(base - 16);
+}
+
+TEST_F(BadFrees, pages_of_the_undo_log_are_refused) {
+    const std::uint32_t tx = store.begin();
+    store.set(tx, small, std::uint8_t{1});
+    const TraceCapture trace;
+    // The log has the first free page, behind those of the large block.
+    std::uint8_t *page = large - 64 + std::size_t{4} * 65536;
+    std::uint32_t kind = 0;
+    std::memcpy(&kind, page, sizeof kind);
+    ASSERT_EQ(kind, static_cast<std::uint32_t>(runtime::PageKind::undo_log));
+    for (const int offset : {0, 24, 64}) store.release(page + offset);
+    EXPECT_EQ(trace.lines.size(), 3U) << trace.all();
+    store.roll_back(tx);
+    EXPECT_EQ(*small, 0);
+}
+
+TEST_F(BadFrees, null_is_accepted_in_silence) {
+    const TraceCapture trace;
+    store.release(nullptr);
+    EXPECT_EQ(trace.lines.size(), 0U) << trace.all();
+    EXPECT_EQ(store.describe().blocks, 2U);
+}
+
+TEST(FullAllocator, answers_null_and_is_whole_again_when_all_is_freed) {
+    SmallStore store(least_capacity);
+    const StoreSnapshot fresh(store.store);
+    for (const std::uint64_t size : {32U, 5000U, 16384U, 60000U, 500000U}) {
+        SCOPED_TRACE(size);
+        std::vector<void *> blocks;
+        while (void *block = store.allocate(size)) blocks.push_back(block);
+        ASSERT_FALSE(blocks.empty());
+        EXPECT_EQ(store.describe().blocks, blocks.size());
+        EXPECT_LE(store.describe().size, least_capacity);
+        for (void *block : blocks) store.release(block);
+        EXPECT_EQ(to_text(fresh.changes()), "");
+    }
+}
+
+TEST(FullAllocator, refuses_what_can_never_fit) {
+    SmallStore store(least_capacity);
+    const StoreSnapshot fresh(store.store);
+    for (const std::uint64_t size : {least_capacity - 1, least_capacity, least_capacity + 1,
+                                     std::uint64_t{1} << 40, ~std::uint64_t{0}}) {
+        EXPECT_EQ(store.allocate(size), nullptr) << size;
+    }
+    EXPECT_EQ(to_text(fresh.changes()), "");
+}
+
+TEST_F(Allocator, fails_the_wished_allocation_and_no_other) {
+    for (const std::uint64_t n : {1U, 2U, 5U}) {
+        kel_store_fail_allocation(store.store, n);
+        for (std::uint64_t i = 1; i <= 7; ++i) {
+            EXPECT_EQ(store.allocate(10) == nullptr, i == n) << n << " " << i;
+        }
+    }
+}
+
+TEST_F(Allocator, forgets_the_wish_when_it_is_taken_back) {
+    kel_store_fail_allocation(store.store, 2);
+    EXPECT_NE(store.allocate(10), nullptr);
+    kel_store_fail_allocation(store.store, 0);
+    for (int i = 0; i < 5; ++i) EXPECT_NE(store.allocate(10), nullptr);
+}
+
+TEST_F(Allocator, counts_descriptors_and_transactions_for_the_wish) {
+    const std::uint32_t tx = store.begin();
+    kel_store_fail_allocation(store.store, 3);
+    EXPECT_NE(store.handle->type_alloc_hook(store.handle->type_arena, KEL_TX_NONE, 10), nullptr);
+    EXPECT_NE(store.allocate(10, tx), nullptr);
+    EXPECT_EQ(store.handle->type_alloc_hook(store.handle->type_arena, tx, 10), nullptr);
+    EXPECT_NE(store.allocate(10, tx), nullptr);
+    store.roll_back(tx);
+    EXPECT_EQ(store.describe().blocks, 1U);
+}
+
+}  // namespace
+}  // namespace tarn::test
