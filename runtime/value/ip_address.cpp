@@ -136,7 +136,7 @@ std::uint32_t ip_address_type_type_backpropagate(kel_handle *, std::uint32_t, ip
     return take_modified_mark(field, err);
 }
 
-// An address owns nothing outside itself: it is only counted out.
+// An address holds no text: only its place in the hd mapping goes.
 void ip_address_destroy_internal(kel_handle *handle, std::uint32_t tx_id, ip_address *field,
                                  std::uint32_t) {
     if (field == nullptr) return;
