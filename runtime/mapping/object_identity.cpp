@@ -176,7 +176,8 @@ std::uint32_t kel_object_map(kel_handle *handle, std::uint32_t tx_id, void *obje
     if (object == nullptr) return fail(EINVAL, "kel_object_map: the object is null");
     std::uint32_t error = 0;
     const Identity *identity = make_identity(handle, tx_id, object, kind_object, 0, 0, &error);
-    if (identity == nullptr) return fail(error, "kel_object_map: %s", std::strerror(static_cast<int>(error)));
+    if (identity == nullptr)
+        return fail(error, "kel_object_map: %s", std::strerror(static_cast<int>(error)));
     *oid = identity->id();
     return 0;
 }
