@@ -178,6 +178,26 @@ TEST_F(ValueHeader, ModifiedMarksOfStringsAndAddressesAreReadOnce) {
     EXPECT_EQ(ip_address_type_type_backpropagate(handle, tx, nullptr, &err), 0U);
 }
 
+TEST_F(ValueHeader, DestroyingAValueDropsItsPlaceInTheHdMapping) {
+    const auto check = [&](auto *value, auto destroy) {
+        const std::uint64_t blocks = session.blocks();
+        kellib_update_sttr_offset(handle, tx, value, 40);
+        ASSERT_EQ(kellib_get_sttr_offset(handle, tx, value), 40U);
+        handle->hd_mapping_enabled = 0;
+        destroy(value);
+        EXPECT_EQ(kellib_get_sttr_offset(handle, tx, value), 40U);
+        handle->hd_mapping_enabled = 1;
+        destroy(value);
+        EXPECT_EQ(kellib_get_sttr_offset(handle, tx, value), 0U);
+        EXPECT_EQ(value->flags & OBJ_STATE_ELSEWHERE, 0);
+        EXPECT_EQ(session.blocks(), blocks);
+    };
+    check(make_string(),
+          [&](kel_vstring *value) { kel_vstring_destroy_internal(handle, tx, value, 0); });
+    check(make_address(),
+          [&](ip_address *value) { ip_address_destroy_internal(handle, tx, value, 0); });
+}
+
 TEST_F(ValueHeader, ValuesHoldNoReferencesAndNoPlaceOfTheirOwn) {
     initialize(0, 1, OBJ_NESTED);
     ip_address *address = make_address();
