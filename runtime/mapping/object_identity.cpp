@@ -55,7 +55,7 @@ class Identities {
         return reinterpret_cast<Identity *>(reinterpret_cast<char *>(node) -
                                             offsetof(Identity, by_id));
     }
-    std::uint64_t next_id(std::uint32_t tx_id);
+    std::uint64_t next_id() const;
     Identity *add(std::uint32_t tx_id, const void *object, std::uint64_t id);
     void remove(std::uint32_t tx_id, Identity *identity);
 
@@ -65,15 +65,14 @@ class Identities {
     AddressMap by_id_;
 };
 
-std::uint64_t Identities::next_id(std::uint32_t tx_id) {
+std::uint64_t Identities::next_id() const {
     std::uint64_t id = store_.header->last_object_id;
     do ++id;
     while (with_id(id) != nullptr);
-    store_.set(tx_id, store_.header->last_object_id, id);
     return id;
 }
 
-// Null: no memory.
+// Null: no memory, and nothing has changed.
 Identity *Identities::add(std::uint32_t tx_id, const void *object, std::uint64_t id) {
     auto *identity = static_cast<Identity *>(store_.allocate(tx_id, sizeof(Identity)));
     if (identity == nullptr) return nullptr;
@@ -107,11 +106,13 @@ Identity *make_identity(kel_handle *handle, std::uint32_t tx_id, void *object, s
         report_error(handle, err, EEXIST);
         return nullptr;
     }
-    Identity *identity = identities.add(tx_id, object, ior != 0 ? ior : identities.next_id(tx_id));
+    Identity *identity = identities.add(tx_id, object, ior != 0 ? ior : identities.next_id());
     if (identity == nullptr) {
         report_error(handle, err, ENOMEM);
         return nullptr;
     }
+    kel_store &store = store_of(handle);
+    if (ior == 0) store.set(tx_id, store.header->last_object_id, identity->id());
     identity->ior = ior;
     identity->kind = kind;
     identity->dynamic = dynamic;
