@@ -287,13 +287,31 @@ TEST_F(Transactions, one_freed_twice_is_freed_once_and_reported) {
     EXPECT_EQ(store.describe().blocks, 0U);
 }
 
-TEST(FullStore, rollback_says_that_the_log_had_no_room) {
-    SmallStore store(least_capacity);
+class FullStore : public ::testing::Test {
+ protected:
+    FullStore() {
+        while (void *block = store.allocate(60000)) taken.push_back(block);
+    }
+
+    SmallStore store{least_capacity};
     std::vector<void *> taken;
-    while (void *block = store.allocate(60000)) taken.push_back(block);
+};
+
+TEST_F(FullStore, a_transaction_that_finds_no_memory_is_taken_back_whole) {
+    const StoreSnapshot before(store.store);
     const std::uint32_t tx = store.begin();
-    EXPECT_EQ(store.allocate(8, tx), nullptr) << "without an entry a rollback would lose it";
     store.set(tx, static_cast<std::uint64_t *>(taken[0]), std::uint64_t{1});
+    EXPECT_EQ(store.allocate(60000, tx), nullptr);
+    store.release(taken[1], tx);
+    store.set(tx, static_cast<std::uint64_t *>(taken[2]), std::uint64_t{2});
+    store.roll_back(tx);
+    EXPECT_EQ(to_text(before.changes()), "");
+}
+
+TEST_F(FullStore, rollback_says_that_the_log_had_no_room) {
+    const std::uint32_t tx = store.begin();
+    const std::vector<std::uint8_t> bytes(60000, 1);
+    for (int i = 0; i < 10; ++i) store.write(tx, taken[0], bytes.data(), bytes.size());
     EXPECT_EQ(kel_transaction_rollback(store.handle, tx), std::uint32_t{ENOSPC});
     EXPECT_NE(std::string(kel_error_text()).find("no room for the whole log"), std::string::npos);
     EXPECT_EQ(store.describe().transactions, 0U);
