@@ -15,6 +15,10 @@ constexpr std::uint64_t set_count = size_class_count + 2;
 constexpr std::uint64_t least_growth = 1ULL << 20;
 constexpr std::uint64_t most_growth = 64ULL << 20;
 
+// The last pages are the undo log's: a transaction that meets a full store can still
+// note what it changes, and be taken back.
+constexpr std::uint64_t pages_for_logs = 4;
+
 constexpr std::uint64_t round_to_page(std::uint64_t bytes) {
     return (bytes + page_size - 1) / page_size * page_size;
 }
@@ -76,7 +80,9 @@ bool Allocator::grow_to(std::uint64_t end) {
 
 Page *Allocator::take_run(PageKind kind, std::uint64_t pages) {
     const std::optional<std::uint64_t> first = free_.first_run(pages);
-    if (!first || !grow_to((*first + pages) * page_size)) return nullptr;
+    const std::uint64_t spared = kind == PageKind::undo_log ? 0 : pages_for_logs;
+    const std::uint64_t limit = region_->capacity() / page_size - spared;
+    if (!first || *first + pages > limit || !grow_to((*first + pages) * page_size)) return nullptr;
     for (std::uint64_t i = 0; i < pages; ++i) free_.erase(*first + i);
     heads_.insert(*first);
     Page *page = page_at(*first);

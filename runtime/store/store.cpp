@@ -82,6 +82,12 @@ void kel_store::release_now(void *block) {
                    "(ERR): %p is given back and is no allocated block of the store", block);
 }
 
+bool kel_store::contains(const void *address, std::uint64_t length) const {
+    const auto offset =
+        reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(header->base);
+    return offset < header->arena.size && length <= header->arena.size - offset;
+}
+
 void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_t length) {
     // Memory outside the store may be gone, or mean another thing, at a rollback.
     if (!contains(address, length)) return;

@@ -43,9 +43,8 @@ struct kel_store {
         place = value;
     }
 
-    bool contains(const void *address, std::uint64_t length) const {
-        return region.contains(address, length);
-    }
+    // Whether bytes lie in the part of the store that is in use.
+    bool contains(const void *address, std::uint64_t length) const;
 
     // The open transaction of that id, or null.
     tarn::runtime::TransactionSlot *transaction(std::uint32_t tx_id) const;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "runtime/store/store.h"
+#include "tarnbase/runtime.h"
 
 namespace tarn::runtime {
 
@@ -23,10 +24,7 @@ char *bytes_of(LogPage *page) { return reinterpret_cast<char *>(page); }
 bool UndoLog::make_room(std::uint64_t bytes) {
     if (slot_.log != nullptr && slot_.log->head.used + bytes <= page_size) return true;
     auto *page = reinterpret_cast<LogPage *>(store_.allocator.take_page());
-    if (page == nullptr) {
-        slot_.log_incomplete = 1;
-        return false;
-    }
+    if (page == nullptr) return false;
     page->head.used = sizeof(LogPage);
     page->previous = slot_.log;
     slot_.log = page;
@@ -38,7 +36,10 @@ bool UndoLog::reserve() { return make_room(sizeof(Trailer)); }
 void UndoLog::append(Kind kind, const void *address, std::uint32_t length, const void *payload,
                      std::uint32_t payload_length) {
     const std::uint32_t before_trailer = padded(payload_length);
-    if (!make_room(before_trailer + sizeof(Trailer))) return;
+    if (!make_room(before_trailer + sizeof(Trailer))) {
+        slot_.log_incomplete = 1;
+        return;
+    }
     char *place = bytes_of(slot_.log) + slot_.log->head.used;
     if (payload_length != 0) std::memcpy(place, payload, payload_length);
     const Trailer trailer{const_cast<void *>(address), length, kind};
@@ -62,7 +63,11 @@ void UndoLog::delta(const void *address, std::int32_t delta) {
 void UndoLog::allocated(const void *block) { append(Kind::allocated, block, 0, nullptr, 0); }
 
 void UndoLog::deferred_free(const void *block) {
-    if (!reserve()) return;
+    if (!reserve()) {
+        ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): no room to note that %p is to be freed",
+                       block);
+        return;
+    }
     append(Kind::deferred_free, block, 0, nullptr, 0);
     slot_.deferred_frees += 1;
 }
