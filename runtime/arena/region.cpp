@@ -45,7 +45,10 @@ std::uint32_t Region::extend(std::uint64_t from, std::uint64_t to) {
     // the first store into a page.
     const auto start = static_cast<off_t>(from);
     const auto length = static_cast<off_t>(to - from);
-    if (::fallocate(file_.descriptor(), 0, start, length) == 0) return 0;
+    int result;
+    do result = ::fallocate(file_.descriptor(), 0, start, length);
+    while (result != 0 && errno == EINTR);
+    if (result == 0) return 0;
     if (errno != EOPNOTSUPP) return error_number();
     return ::ftruncate(file_.descriptor(), start + length) == 0 ? 0 : error_number();
 }
