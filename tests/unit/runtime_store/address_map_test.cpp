@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+// The map in the store against std::map.
+#include "runtime/mapping/address_map.h"
+
+#include <map>
+
+#include "runtime/store/store.h"
+#include "tests/unit/runtime_store/support.h"
+
+namespace tarn::test {
+namespace {
+
+using runtime::AddressMap;
+using runtime::MapNode;
+using runtime::MapRoot;
+
+class MapTest : public SmallStoreTest {
+ protected:
+    MapNode *make(std::uint32_t tx = KEL_TX_NONE) {
+        return static_cast<MapNode *>(store.allocate(sizeof(MapNode), tx));
+    }
+
+    MapRoot *root = static_cast<MapRoot *>(store.allocate(sizeof(MapRoot)));
+    AddressMap map{*store.store, *root};
+};
+
+class RandomMap : public MapTest, public ::testing::WithParamInterface<std::uint32_t> {
+ protected:
+    // Keys like those of blocks: multiples of 16, near each other, and some far apart.
+    std::uint64_t any_key() {
+        const std::uint64_t near = 0x2000'0000'0000 + 16 * chance.below(150);
+        return chance.below(10) == 0 ? near << 16 : near;
+    }
+
+    void anything(std::uint32_t tx) {
+        const std::uint64_t key = any_key();
+        const bool known = model.contains(key);
+        switch (chance.below(4)) {
+            case 0:
+                ASSERT_EQ(map.remove(tx, key), known ? model[key] : nullptr);
+                if (known) store.release(model[key], tx);
+                model.erase(key);
+                return;
+            case 1:
+                return replace(tx, key, known);
+            default:
+                if (known) return;
+                ASSERT_TRUE(map.insert(tx, key, model[key] = make(tx)));
+        }
+    }
+
+    void replace(std::uint32_t tx, std::uint64_t key, bool known) {
+        MapNode *node = make(tx);
+        MapNode *old = map.replace(tx, key, node);
+        ASSERT_EQ(old, known ? model[key] : nullptr);
+        store.release(known ? old : node, tx);
+        if (known) model[key] = node;
+    }
+
+    void expect_model() {
+        ASSERT_EQ(root->entries, model.size());
+        for (const auto &[key, node] : model) ASSERT_EQ(map.find(key), node);
+        for (int i = 0; i < 20; ++i) {
+            const std::uint64_t key = any_key();
+            ASSERT_EQ(map.find(key), model.contains(key) ? model[key] : nullptr);
+        }
+    }
+
+    Chance chance{GetParam()};
+    std::map<std::uint64_t, MapNode *> model;
+};
+
+INSTANTIATE_TEST_SUITE_P(Map, RandomMap, ::testing::Values(91U, 92U, 93U));
+
+TEST_P(RandomMap, finds_as_a_map_does_and_leaves_no_trace_when_emptied) {
+    const StoreSnapshot fresh(store.store);
+    for (int step = 0; step < 2000 && !HasFailure(); ++step) {
+        SCOPED_TRACE(seed_and_step(GetParam(), step));
+        anything(KEL_TX_NONE);
+        expect_model();
+    }
+    for (const auto &[key, node] : model) store.release(map.remove(KEL_TX_NONE, key));
+    EXPECT_EQ(to_text(fresh.changes()), "");
+}
+
+TEST_P(RandomMap, edits_rolled_back_leave_every_byte_as_it_was) {
+    for (int round = 0; round < 20 && !HasFailure(); ++round) {
+        SCOPED_TRACE(seed_and_step(GetParam(), round));
+        for (int i = 0; i < 15; ++i) anything(KEL_TX_NONE);
+        const auto kept = model;
+        const StoreSnapshot before(store.store);
+        const std::uint32_t tx = store.begin();
+        for (int i = 0; i < 200; ++i) anything(tx);
+        expect_model();
+        store.roll_back(tx);
+        EXPECT_EQ(to_text(before.changes()), "");
+        model = kept;
+        expect_model();
+    }
+}
+
+TEST_F(MapTest, the_first_insert_without_memory_changes_nothing) {
+    MapNode *node = make();
+    const StoreSnapshot before(store.store);
+    kel_store_fail_allocation(store.store, 1);
+    EXPECT_FALSE(map.insert(KEL_TX_NONE, 16, node));
+    EXPECT_EQ(map.find(16), nullptr);
+    EXPECT_EQ(to_text(before.changes()), "");
+}
+
+TEST_F(MapTest, a_later_insert_goes_well_without_memory_for_more_buckets) {
+    constexpr std::uint64_t entries = 100;
+    std::vector<MapNode *> nodes;
+    for (std::uint64_t i = 0; i < entries; ++i) nodes.push_back(make());
+    ASSERT_TRUE(map.insert(KEL_TX_NONE, 0, nodes[0]));
+    const std::uint64_t buckets = root->bucket_count;
+    for (std::uint64_t i = 1; i < entries; ++i) {
+        kel_store_fail_allocation(store.store, 1);
+        ASSERT_TRUE(map.insert(KEL_TX_NONE, i, nodes[i]));
+    }
+    EXPECT_EQ(root->bucket_count, buckets);
+    for (std::uint64_t i = 0; i < entries; ++i) EXPECT_EQ(map.find(i), nodes[i]);
+}
+
+TEST_F(MapTest, has_about_as_many_buckets_as_entries) {
+    for (std::uint64_t key = 0; key < 1000; ++key) {
+        ASSERT_TRUE(map.insert(KEL_TX_NONE, key, make()));
+        ASSERT_GE(root->bucket_count, root->entries);
+    }
+    EXPECT_LE(root->bucket_count, 1024U);
+}
+
+}  // namespace
+}  // namespace tarn::test
