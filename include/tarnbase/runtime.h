@@ -101,7 +101,7 @@ TARNBASE_API kel_table_list *kellib_database_table_toc_create(kel_handle *handle
 TARNBASE_API kel_table *tbi_rb_tree_LM_RB_FIND(void *arena, uint32_t tx_id,
                                                kel_table_id_tree *tree_head, const kel_table *block,
                                                void *scratch);
-/* Enters a block. A block with an id already present stays findable by neither. */
+/* Enters a block. One whose id is already present is not entered: the first stays. */
 TARNBASE_API void tbi_rb_tree_LM_RB_INSERT(void *arena, uint32_t tx_id,
                                            kel_table_id_tree *tree_head, kel_table *block);
 /* Removes a block. */
