@@ -33,7 +33,8 @@
 //        4     4  1 if the log ran out of memory and is incomplete
 //        8     8  the newest page of the undo log, or null
 //       16     8  blocks to free at commit
-//       24     8  zero
+//       24     4  1 if it is committed, and what it frees is being freed
+//       28     4  zero
 #ifndef TARNBASE_RUNTIME_STORE_HEADER_H
 #define TARNBASE_RUNTIME_STORE_HEADER_H
 
@@ -58,7 +59,8 @@ struct TransactionSlot {
     std::uint32_t log_incomplete;
     LogPage *log;
     std::uint64_t deferred_frees;
-    std::uint64_t reserved;
+    std::uint32_t committed;
+    std::uint32_t reserved;
 };
 static_assert(sizeof(TransactionSlot) == 32);
 

@@ -48,7 +48,12 @@ void kel_store::attach() {
 
 void kel_store::recover() {
     for (TransactionSlot &slot : header->transactions) {
-        if (slot.id != 0) roll_back(slot, tarn::runtime::UndoScope::store_only);
+        if (slot.id == 0) continue;
+        if (slot.committed != 0) {
+            commit(slot);
+        } else {
+            roll_back(slot, tarn::runtime::UndoScope::store_only);
+        }
     }
 }
 

@@ -23,7 +23,7 @@ struct kel_store {
     std::uint32_t format();
     // Takes up a region that holds a store.
     void attach();
-    // Takes the transactions back that an ended process left open.
+    // Takes the transactions back that an ended process left open, or finishes commits.
     void recover();
 
     // A zeroed block, or null. In a transaction a rollback frees it.

@@ -50,6 +50,8 @@ void kel_store::close_slot(TransactionSlot &slot) {
 }
 
 void kel_store::commit(TransactionSlot &slot) {
+    // From here on a process that ends leaves a commit to finish, not one to take back.
+    slot.committed = 1;
     UndoLog(*this, slot).forget();
     header->committed += 1;
     close_slot(slot);

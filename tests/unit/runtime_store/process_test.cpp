@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 
 #include "runtime/store/header.h"
 #include "tests/unit/runtime_store/peer.h"
@@ -101,7 +100,8 @@ int stop_in_a_transaction(Peer &test, const char *path) {
 // The bytes of a file but for the header's words that transactions and growth move.
 std::string settled_bytes(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
-    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::string bytes(std::filesystem::file_size(path), '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     const auto blank = [&](std::size_t offset, std::size_t length) {
         bytes.replace(offset, length, length, '\0');
     };
@@ -155,6 +155,46 @@ TEST_F(KilledProcess, has_its_transaction_left_alone_while_it_lives) {
     const OpenStore store(path.c_str());
     EXPECT_EQ(store.describe().transactions, 0U);
     EXPECT_EQ(store.find("number")[1], 200U);
+}
+
+// A block that is freed twice makes a commit report it, when half of it is done.
+int stop_in_a_commit(Peer &test, const char *path) {
+    TARN_PEER_EXPECT(test.await());
+    const OpenStore store(path);
+    TARN_PEER_EXPECT(store.error == 0);
+    const auto stop = [](void *context, std::uint16_t, std::uint32_t, const char *) {
+        static_cast<Peer *>(context)->tell();
+        for (;;) ::pause();
+    };
+    kel_trace_set_sink(stop, &test);
+    std::uint32_t tx = 0;
+    TARN_PEER_EXPECT(kel_transaction_begin(store.handle, &tx) == 0);
+    std::uint64_t *number = store.find("number");
+    store.set(tx, number, 101);
+    for (int i = 0; i < 2; ++i) store.handle->free_hook(store.store, tx, store.find("spare"));
+    store.set(tx, number + 1, 201);
+    TARN_PEER_EXPECT(kel_transaction_commit(store.handle, tx) == 0);
+    return complain("the commit came to its end");
+}
+
+TEST_F(KilledProcess, has_the_commit_finished_that_it_was_in) {
+    make_store();
+    std::uint64_t blocks = 0;
+    {
+        const OpenStore store(path.c_str());
+        store.make("spare", 500);
+        blocks = store.describe().blocks;
+    }
+    Peer peer(stop_in_a_commit, path.c_str());
+    ASSERT_TRUE(peer.tell() && peer.await());
+    peer.kill();
+    const OpenStore store(path.c_str());
+    EXPECT_EQ(store.describe().transactions, 0U);
+    EXPECT_EQ(store.describe().committed, 1U);
+    EXPECT_EQ(store.describe().rolled_back, 0U);
+    EXPECT_EQ(store.describe().blocks, blocks - 1);
+    EXPECT_EQ(store.find("number")[0], 101U);
+    EXPECT_EQ(store.find("number")[1], 201U);
 }
 
 }  // namespace
