@@ -155,10 +155,12 @@ TEST_F(Manifest, OrdersTypesByNameAndTablesByIdentity) {
     EXPECT_TRUE(std::is_sorted(tables.begin(), tables.end()));
 }
 
-TEST_F(Manifest, TellsTheLdapConnectionItemsAsOtherReadersKnowThem) {
+TEST_F(Manifest, TellsItemsAsOtherReadersKnowThem) {
     const std::vector<std::string> all = lines(0);
     for (const char *line :
-         {"09f02ed2147f259a0aee4a14c8331c9b:97d76957a270d27f594d2fa3911da4a8type000:00056N",
+         {"43a280d69caa75dca4db7bb48b46e016:60079416e6c19d3ad58b5da53807ac22enum000:00016N",
+          "70a61c493cefdabb42c79a826c491e39:301e25b8ae76d505fe9624a20f02191ctype001:01904N",
+          "09f02ed2147f259a0aee4a14c8331c9b:97d76957a270d27f594d2fa3911da4a8type000:00056N",
           "b1bbd13dd7e17f84a70ee216797542cc:e1d07067ef74500008674d8ade831baftabl000:00000N",
           "e7e9deccdbbc11bc0ff4fcb04f6cf52e:44bc147b5e77b05a720a706230bf6d35trec000:00000N"}) {
         EXPECT_NE(std::find(all.begin(), all.end(), line), all.end()) << line;
