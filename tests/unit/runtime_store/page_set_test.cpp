@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sets of page numbers against std::set, and the size classes.
+#include "runtime/arena/page_set.h"
+
+#include <set>
+
+#include "runtime/arena/size_class.h"
+#include "runtime/store/communication.h"
+#include "tests/unit/runtime_store/support.h"
+
+namespace tarn::runtime {
+namespace {
+
+using test::Chance;
+
+class PageSets : public ::testing::TestWithParam<std::uint64_t> {
+ protected:
+    const std::uint64_t limit = GetParam();
+    std::vector<std::uint64_t> words = std::vector<std::uint64_t>(PageSet::words_for(limit));
+    PageSet set{words.data(), limit};
+    std::set<std::uint64_t> model;
+
+    std::optional<std::uint64_t> first_run_of_model(std::uint64_t count) const {
+        std::uint64_t run = 0, next = 0;
+        for (const std::uint64_t page : model) {
+            run = page == next ? run + 1 : 1;
+            next = page + 1;
+            if (run == count) return page + 1 - count;
+        }
+        return std::nullopt;
+    }
+
+    void verify() const {
+        ASSERT_EQ(set.first(), model.empty() ? std::nullopt : std::optional(*model.begin()));
+        for (const std::uint64_t count : {1U, 2U, 3U, 70U}) {
+            ASSERT_EQ(set.first_run(count), first_run_of_model(count)) << count;
+        }
+    }
+};
+
+TEST_P(PageSets, answer_as_a_set_does_after_every_step) {
+    const std::uint32_t seed = 41;
+    Chance chance(seed);
+    for (int step = 0; step < 400; ++step) {
+        SCOPED_TRACE(test::seed_and_step(seed, step));
+        const std::uint64_t page = chance.below(limit);
+        if (chance.below(3) == 0) {
+            set.erase(page);
+            model.erase(page);
+        } else if (chance.below(40) == 0) {
+            const std::uint64_t end = page + chance.below(limit - page + 1);
+            set.insert_range(page, end);
+            for (std::uint64_t i = page; i < end; ++i) model.insert(i);
+        } else {
+            set.insert(page);
+            model.insert(page);
+        }
+        ASSERT_EQ(set.contains(page), model.count(page) == 1);
+        ASSERT_NO_FATAL_FAILURE(verify());
+    }
+}
+
+TEST_P(PageSets, are_zero_words_again_when_all_are_taken_out) {
+    set.insert_range(0, limit);
+    for (std::uint64_t page = limit; page-- > 0;) set.erase(page);
+    EXPECT_EQ(words, std::vector<std::uint64_t>(words.size()));
+}
+
+TEST_P(PageSets, hold_the_same_words_however_their_members_came_in) {
+    set.insert_range(limit / 3, limit);
+    std::vector<std::uint64_t> other_words(words.size());
+    PageSet other(other_words.data(), limit);
+    for (std::uint64_t page = limit; page-- > limit / 3;) other.insert(page);
+    EXPECT_EQ(words, other_words);
+}
+
+TEST_P(PageSets, hold_no_number_at_or_above_their_limit) {
+    set.insert_range(0, limit);
+    EXPECT_FALSE(set.contains(limit));
+    EXPECT_FALSE(set.contains(limit + 1000000));
+    EXPECT_EQ(set.first_run(limit), std::optional<std::uint64_t>(0));
+    EXPECT_EQ(set.first_run(limit + 1), std::nullopt);
+}
+
+INSTANTIATE_TEST_SUITE_P(Limits, PageSets, ::testing::Values(1, 63, 64, 65, 130, 4096, 5000));
+
+TEST(SizeClasses, the_smallest_that_holds_a_size_is_taken) {
+    for (std::uint64_t size = 0; size <= largest_small_block; ++size) {
+        const std::uint32_t index = size_class_of(size);
+        ASSERT_LT(index, size_class_count) << size;
+        ASSERT_GE(size_classes[index].size, size);
+        if (index > 0) {
+            ASSERT_LT(size_classes[index - 1].size, size);
+        }
+    }
+}
+
+TEST(SizeClasses, blocks_lie_behind_the_head_and_its_bitmap_and_end_within_the_page) {
+    for (const SizeClass &shape : size_classes) {
+        EXPECT_EQ(shape.size % 16, 0U);
+        EXPECT_EQ(shape.first % 16, 0U);
+        EXPECT_GE(shape.first, sizeof(Page) + (shape.slots + 63) / 64 * 8);
+        EXPECT_LE(shape.first + shape.slots * shape.size, page_size);
+        EXPECT_GE(shape.slots, 2U);
+    }
+}
+
+TEST(CommunicationRegistries, keep_a_handler_each_until_it_is_taken_off) {
+    int ridge = 0, interface = 0;
+    ridge_comm_bundle_handler_register(&ridge);
+    if_common_bundle_handler_register(&interface);
+    EXPECT_EQ(ridge_bundle_handler(), &ridge);
+    EXPECT_EQ(interface_bundle_handler(), &interface);
+    ridge_comm_bundle_handler_unregister();
+    EXPECT_EQ(ridge_bundle_handler(), nullptr);
+    EXPECT_EQ(interface_bundle_handler(), &interface);
+    if_common_bundle_handler_unregister();
+    EXPECT_EQ(interface_bundle_handler(), nullptr);
+}
+
+}  // namespace
+}  // namespace tarn::runtime
