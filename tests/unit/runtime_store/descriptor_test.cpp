@@ -75,7 +75,7 @@ TEST_F(Descriptors, a_copy_counts_for_itself_from_zero) {
     const kel_variant_info *info = get()->variant_info;
     ASSERT_NE(info, &constant.info);
     ASSERT_EQ(info->variant_count, 2);
-    for (int i = 0; i < 2; ++i) {
+    for (std::size_t i = 0; i < 2; ++i) {
         const kel_variant_usage &usage = info->variants[i];
         EXPECT_EQ(usage.variant, constant.usage[i].variant);
         EXPECT_EQ(usage.used_length, constant.usage[i].used_length);
