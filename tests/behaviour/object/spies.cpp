@@ -58,6 +58,7 @@ Service *next(Service *, const char *name) {
 
 }  // namespace tarn::test
 
+using tarn::test::Call;
 using tarn::test::next;
 using tarn::test::spies;
 
@@ -313,8 +314,24 @@ uint32_t kel_print_space(kel_handle *handle, uint32_t tx_id, char *buffer, uint3
 
 uint32_t start_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
                    uint32_t remaining, uint8_t state_flag, uint32_t *err) {
-    spies.note("start_tag", buffer).arguments = {state_flag};
+    Call &call = spies.note("start_tag", buffer);
+    call.arguments = {state_flag};
+    call.text = element;
     return RUNTIME(start_tag)(handle, tx_id, buffer, element, remaining, state_flag, err);
+}
+
+uint32_t end_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
+                 uint32_t remaining, uint32_t *err) {
+    spies.note("end_tag", buffer).text = element;
+    return RUNTIME(end_tag)(handle, tx_id, buffer, element, remaining, err);
+}
+
+uint32_t xml_enum_print(kel_handle *handle, uint32_t tx_id, char *buffer, const char *text,
+                        uint32_t remaining, uint32_t text_len, uint32_t *err) {
+    Call &call = spies.note("xml_enum_print", buffer);
+    call.arguments = {text_len};
+    call.text = text;
+    return RUNTIME(xml_enum_print)(handle, tx_id, buffer, text, remaining, text_len, err);
 }
 
 uint32_t u_int8_to_xml(kel_handle *handle, uint32_t tx_id, const char *name, char *buffer,
@@ -336,7 +353,9 @@ void u_int32_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void
 
 uint32_t xml_get_element_value(void *document, const char *path, char *area, uint32_t area_len,
                                uint32_t zero) {
-    spies.note("xml_get_element_value", document).arguments = {area_len, zero};
+    Call &call = spies.note("xml_get_element_value", document);
+    call.arguments = {area_len, zero};
+    call.text = path;
     if (spies.wishes.element_value) return *spies.wishes.element_value;
     return RUNTIME(xml_get_element_value)(document, path, area, area_len, zero);
 }

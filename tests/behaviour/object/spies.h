@@ -17,6 +17,7 @@ struct Call {
     std::string service;
     const void *subject = nullptr;  // the object or value that the call is about
     std::vector<std::uint64_t> arguments;
+    std::string text;  // a name, path or text that it was given
 };
 
 // What a test wants a service to answer in place of the runtime.

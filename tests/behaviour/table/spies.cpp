@@ -14,6 +14,7 @@ void Spies::reset() {
     wishes = {};
     last_header = {};
     hooks = nullptr;
+    at_each = nullptr;
 }
 
 std::vector<Call> Spies::of(const std::string &service) const {
@@ -34,6 +35,7 @@ std::string Spies::order(const std::vector<std::string> &services) const {
 }
 
 Call &Spies::note(const char *service) {
+    if (at_each) at_each(service);
     Call call;
     call.service = service;
     call.hooks = hooks != nullptr ? hooks->events.size() : 0;
@@ -48,10 +50,17 @@ Service *next(Service *, const char *name) {
     return reinterpret_cast<Service *>(dlsym(RTLD_NEXT, name));
 }
 
-void note_node(const char *service, std::uint32_t tx_id, const void *node) {
+std::uint64_t word(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+std::uint64_t word(e_avl_compare_function compare) {
+    return reinterpret_cast<std::uintptr_t>(compare);
+}
+
+template <typename... Further>
+void note_node(const char *service, std::uint32_t tx_id, const void *node, Further... further) {
     Call &call = spies.note(service);
     call.tx_id = tx_id;
     call.subject = node;
+    call.arguments = {word(further)...};
 }
 
 }  // namespace
@@ -131,6 +140,7 @@ uint32_t loam_set_range(void *arena, void *address, uint64_t length, uint32_t tx
     call.subject = address;
     call.arguments = {length};
     if (spies.wishes.set_range) return *spies.wishes.set_range;
+    if (spies.wishes.range_word) *static_cast<uint64_t *>(address) = *spies.wishes.range_word;
     static auto *const real = RUNTIME(loam_set_range);
     return real(arena, address, length, tx_id);
 }
@@ -227,21 +237,21 @@ const kel_type_info *kel_type_info_ptr_get(kel_handle *handle, uint32_t tx_id,
 
 uint32_t e_avl_insert(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                       uintptr_t *aux, e_avl_compare_function compare) {
-    note_node("e_avl_insert", tx_id, node);
+    note_node("e_avl_insert", tx_id, node, arena, root, aux, compare);
     static auto *const real = RUNTIME(e_avl_insert);
     return real(arena, tx_id, root, node, aux, compare);
 }
 
 uint32_t e_avl_delete(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                       uintptr_t *aux, e_avl_compare_function compare) {
-    note_node("e_avl_delete", tx_id, node);
+    note_node("e_avl_delete", tx_id, node, arena, root, aux, compare);
     static auto *const real = RUNTIME(e_avl_delete);
     return real(arena, tx_id, root, node, aux, compare);
 }
 
 kel_index_node *e_avl_search(void *root, const kel_index_node *probe,
                              e_avl_compare_function compare) {
-    note_node("e_avl_search", 0, probe);
+    note_node("e_avl_search", 0, probe, root, compare);
     static auto *const real = RUNTIME(e_avl_search);
     return real(root, probe, compare);
 }
@@ -260,16 +270,30 @@ kel_index_node *e_avl_get_last(void *root) {
 
 kel_index_node *e_avl_get_next(void *root, const kel_index_node *node,
                                e_avl_compare_function compare) {
-    note_node("e_avl_get_next", 0, node);
+    note_node("e_avl_get_next", 0, node, root, compare);
     static auto *const real = RUNTIME(e_avl_get_next);
     return real(root, node, compare);
 }
 
 kel_index_node *e_avl_get_prev(void *root, const kel_index_node *node,
                                e_avl_compare_function compare) {
-    note_node("e_avl_get_prev", 0, node);
+    note_node("e_avl_get_prev", 0, node, root, compare);
     static auto *const real = RUNTIME(e_avl_get_prev);
     return real(root, node, compare);
+}
+
+uint32_t e_avl_walk(void *root, e_avl_walk_function callback, void *context) {
+    Call &call = spies.note("e_avl_walk");
+    call.subject = root;
+    call.arguments = {reinterpret_cast<std::uintptr_t>(callback)};
+    static auto *const real = RUNTIME(e_avl_walk);
+    return real(root, callback, context);
+}
+
+uint32_t kel_get_instance_modified(const void *object, uint32_t is_structure, uint32_t is_small) {
+    spies.note("kel_get_instance_modified").subject = object;
+    static auto *const real = RUNTIME(kel_get_instance_modified);
+    return real(object, is_structure, is_small);
 }
 
 void mt_get_tenant_id(uint16_t *tenant) {
@@ -306,6 +330,7 @@ void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, uint32_t tx_id
     call.tx_id = tx_id;
     call.subject = record;
     call.arguments = {record->flags};
+    call.extra = table;
     static auto *const real = RUNTIME(keldb_enq_rec_move_write_cursor_internal);
     real(handle, tx_id, table, record, err);
     if (spies.wishes.cursor_error != 0) *err = spies.wishes.cursor_error;
@@ -339,6 +364,7 @@ uint32_t kellib_validate_object_flags(const void *object, uint32_t one, uint32_t
     Call &call = spies.note("kellib_validate_object_flags");
     call.subject = object;
     call.arguments = {one, other_one};
+    if (spies.wishes.validation) return *spies.wishes.validation;
     static auto *const real = RUNTIME(kellib_validate_object_flags);
     return real(object, one, other_one);
 }
@@ -358,4 +384,24 @@ uint32_t _kel_message_header_unmarshal(kel_handle *handle, uint32_t tx_id, const
     spies.note("_kel_message_header_unmarshal").arguments = {remaining};
     static auto *const real = RUNTIME(_kel_message_header_unmarshal);
     return real(handle, tx_id, buffer, header, remaining, err);
+}
+
+uint32_t start_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
+                   uint32_t remaining, uint8_t state_flag, uint32_t *err) {
+    Call &call = spies.note("start_tag");
+    call.tx_id = tx_id;
+    call.text = element;
+    call.arguments = {remaining, state_flag};
+    static auto *const real = RUNTIME(start_tag);
+    return real(handle, tx_id, buffer, element, remaining, state_flag, err);
+}
+
+uint32_t end_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
+                 uint32_t remaining, uint32_t *err) {
+    Call &call = spies.note("end_tag");
+    call.tx_id = tx_id;
+    call.text = element;
+    call.arguments = {remaining, *err};
+    static auto *const real = RUNTIME(end_tag);
+    return real(handle, tx_id, buffer, element, remaining, err);
 }

@@ -5,6 +5,7 @@
 #define TARNBASE_TESTS_BEHAVIOUR_TABLE_SPIES_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,7 +29,9 @@ struct Call {
 struct Wishes {
     std::optional<std::uint32_t> set_key;            // loam_set_key's answer
     std::optional<std::uint32_t> set_range;          // loam_set_range's answer
+    std::optional<std::uint64_t> range_word;         // what loam_set_range leaves there
     std::optional<std::uint32_t> request_unmapping;  // its answer
+    std::optional<std::uint32_t> validation;         // kellib_validate_object_flags' answer
     std::uint32_t toc_error = 0;                     // in *err
     std::uint32_t mapping_error = 0;                 // in *err
     bool no_mapping = false;                         // null without an error
@@ -51,6 +54,8 @@ class Spies {
     kel_message_header last_header = {};
     // Whose events to count in `Call::hooks`; may be null.
     const HookRecorder *hooks = nullptr;
+    // Looks at the state of things as each service is reached, before it is noted.
+    std::function<void(const std::string &service)> at_each;
 
     void clear() { calls.clear(); }
     void reset();
