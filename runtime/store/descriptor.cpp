@@ -16,15 +16,16 @@ T *allocate(kel_handle *handle, std::uint64_t count) {
 }
 
 // Usage records for all variants of `constant`: with the counters that `known` has,
-// the others zero. Null: no memory.
+// the others zero. Null: no memory. The counters of `constant` aren't even read: other
+// threads count in them meanwhile.
 kel_variant_usage *make_usage(kel_handle *handle, const kel_variant_info &constant,
                               const kel_variant_info &known) {
     const auto count = static_cast<std::uint64_t>(constant.variant_count);
     auto *usage = allocate<kel_variant_usage>(handle, count);
     if (usage == nullptr) return nullptr;
     for (std::uint64_t i = 0; i < count; ++i) {
-        usage[i] = constant.variants[i];
-        usage[i].created = usage[i].destroyed = usage[i].live = 0;
+        const kel_variant_usage &from = constant.variants[i];
+        usage[i] = {from.variant, from.used_length, from.alloc_slop, 0, 0, 0};
     }
     for (int i = 0; i < known.variant_count; ++i) usage[i] = known.variants[i];
     return usage;
