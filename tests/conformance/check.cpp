@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+// Keeps docs/conformance.md and the tests in step: every test that the list names
+// exists, every row names one, and every test of the behaviour programs stands in
+// a row.
+//
+// A row of the list is a row of a Markdown table,
+//
+//     | behaviour in plain words | `Suite.Name` `ctest:name` |
+//
+// where `Suite.Name` is a GoogleTest without prefix and suffix of its parameters,
+// and `ctest:name` a test that only ctest knows.
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+struct Row {
+    std::string place;  // "file:line"
+    std::string behaviour;
+    std::vector<std::string> tests;
+};
+
+std::string output_of(const std::string &command) {
+    const std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(command.c_str(), "r"), pclose);
+    if (!pipe) throw std::runtime_error("can't run " + command);
+    std::string text;
+    std::array<char, 4096> part{};
+    while (std::fgets(part.data(), part.size(), pipe.get()) != nullptr) text += part.data();
+    if (text.empty()) throw std::runtime_error("no output of " + command);
+    return text;
+}
+
+// "Mode/Records" of a suite with parameters and "Kinds/2" of one with types are
+// both named as in the source.
+std::string suite_in_the_source(std::string suite) {
+    suite = std::regex_replace(suite, std::regex("/[0-9]+$"), "");
+    return suite.substr(suite.find('/') == std::string::npos ? 0 : suite.find('/') + 1);
+}
+
+void add_tests_of(const std::string &program, std::set<std::string> &tests) {
+    std::istringstream lines(output_of(program + " --gtest_list_tests"));
+    const std::regex suite_line(R"(^(\S+)\.(\s+#.*)?$)");
+    const std::regex test_line(R"(^  ([^\s/]+).*$)");
+    std::string suite;
+    std::smatch match;
+    for (std::string line; std::getline(lines, line);) {
+        if (std::regex_match(line, match, suite_line)) {
+            suite = suite_in_the_source(match[1]);
+        } else if (std::regex_match(line, match, test_line)) {
+            tests.insert(suite + "." + match[1].str());
+        }
+    }
+}
+
+void add_tests_of_ctest(const std::string &folder, std::set<std::string> &tests) {
+    std::istringstream lines(output_of("ctest -N --test-dir " + folder));
+    const std::regex test_line(R"(^\s+Test\s+#\d+: (\S+)$)");
+    std::smatch match;
+    for (std::string line; std::getline(lines, line);) {
+        if (std::regex_match(line, match, test_line)) tests.insert("ctest:" + match[1].str());
+    }
+}
+
+bool is_rule_or_heading(const std::string &behaviour) {
+    return behaviour == "behaviour" || behaviour.find_first_not_of("- :") == std::string::npos;
+}
+
+std::vector<Row> rows_of(const std::string &file) {
+    std::ifstream in(file);
+    if (!in) throw std::runtime_error("can't read " + file);
+    // A bar within a cell is written as \|, so that the last plain one ends the left cell.
+    const std::regex row_line(R"(^\| (.*) \| (.*) ?\|\s*$)");
+    const std::regex name("`([^`]+)`");
+    std::vector<Row> rows;
+    std::smatch match;
+    std::size_t number = 0;
+    for (std::string line; std::getline(in, line);) {
+        ++number;
+        if (!std::regex_match(line, match, row_line) || is_rule_or_heading(match[1])) continue;
+        Row row{file + ":" + std::to_string(number), match[1], {}};
+        const std::string proof = match[2];
+        for (auto at = std::sregex_iterator(proof.begin(), proof.end(), name);
+             at != std::sregex_iterator(); ++at) {
+            row.tests.push_back((*at)[1]);
+        }
+        rows.push_back(std::move(row));
+    }
+    if (rows.empty()) throw std::runtime_error(file + ": no row of a behaviour");
+    return rows;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) try {
+    CLI::App app("Checks that the list of behaviours and the tests are in step.");
+    std::vector<std::string> lists;
+    std::vector<std::string> behaviour_programs;
+    std::vector<std::string> other_programs;
+    std::string build_folder;
+    app.add_option("--list", lists, "the lists of behaviours")->required();
+    app.add_option("--behaviour", behaviour_programs, "programs whose tests all stand in a row")
+        ->required();
+    app.add_option("--other", other_programs, "programs whose tests may stand in a row");
+    app.add_option("--build", build_folder, "the build folder, for ctest's names")->required();
+    CLI11_PARSE(app, argc, argv);
+
+    std::set<std::string> wanted;
+    for (const std::string &program : behaviour_programs) add_tests_of(program, wanted);
+    std::set<std::string> known = wanted;
+    for (const std::string &program : other_programs) add_tests_of(program, known);
+    add_tests_of_ctest(build_folder, known);
+
+    std::size_t row_count = 0;
+    std::size_t complaints = 0;
+    for (const std::string &list : lists) {
+        for (const Row &row : rows_of(list)) {
+            ++row_count;
+            if (row.tests.empty()) {
+                std::cout << row.place << ": names no test: " << row.behaviour << '\n';
+                ++complaints;
+            }
+            for (const std::string &test : row.tests) {
+                wanted.erase(test);
+                if (known.count(test) != 0) continue;
+                std::cout << row.place << ": there is no test " << test << '\n';
+                ++complaints;
+            }
+        }
+    }
+    for (const std::string &test : wanted) {
+        std::cout << "no row names the test " << test << "; add it to " << lists.front() << '\n';
+        ++complaints;
+    }
+    std::cout << row_count << " behaviours, " << complaints << " complaints\n";
+    return complaints == 0 ? 0 : 1;
+} catch (const std::exception &error) {
+    std::cerr << "conformance_check: " << error.what() << '\n';
+    return 2;
+}

@@ -1,0 +1,113 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Finds the places of a C++ source that can be changed, one small change each."""
+
+import re
+from dataclasses import dataclass
+
+
+@dataclass(frozen=True)
+class Mutant:
+    """One changed place: lines [first, first + len(before)) of a file become `after`."""
+
+    file: str
+    first: int  # counted from 0
+    kind: str
+    before: tuple
+    after: tuple
+
+    def key(self):
+        """Names the mutant as long as its lines and what is done to them stay."""
+        return "%s | %s | %s -> %s" % (
+            self.file,
+            self.kind,
+            " / ".join(line.strip() for line in self.before),
+            " / ".join(line.strip() for line in self.after) or "(gone)",
+        )
+
+
+# An operator becomes its neighbour: the pattern's group 1 is what is replaced.
+EXCHANGES = [
+    ("comparison", r"(==)", "!="),
+    ("comparison", r"(!=)", "=="),
+    ("comparison", r"(?<= )(<=)(?= )", "<"),
+    ("comparison", r"(?<= )(>=)(?= )", ">"),
+    ("comparison", r"(?<= )(<)(?= )", "<="),
+    ("comparison", r"(?<= )(>)(?= )", ">="),
+    ("logic", r"(&&)", "||"),
+    ("logic", r"(\|\|)", "&&"),
+    ("logic", r"(?<=\()(!)(?=\w)", ""),
+    ("logic", r"\breturn (true);", "false"),
+    ("logic", r"\breturn (false);", "true"),
+    ("arithmetic", r"(?<= )(\+)(?= )", "-"),
+    ("arithmetic", r"(?<= )(-)(?= )", "+"),
+    ("arithmetic", r"(\+=)", "-="),
+    ("arithmetic", r"(-=)", "+="),
+    ("arithmetic", r"(?<= )(\*)(?= )", "+"),
+    ("bits", r"(?<=\w )(&)(?= [\w(~])", "|"),
+    ("bits", r"(?<=\w )(\|)(?= [\w(~])", "&"),
+    ("bits", r"(\|=)", "&="),
+    ("bits", r"(~)(?=\w)", ""),
+]
+
+ERRORS = [
+    "error_not_found", "error_too_big", "error_again", "error_no_memory", "error_fault",
+    "error_exists", "error_invalid", "error_epoch", "error_no_room",
+]
+
+NUMBER = re.compile(r"(?<![\w.\"'])(0x[0-9a-fA-F]+|\d+)([uUlL]*)(?![\w.\"'])")
+CALL = re.compile(r"^ +[\w:.>\-]+\(.*\);$")
+STORE = re.compile(r"^ +(logged_store\(.*\);|[\w>*.\-\[\]]+ (\||&|\+|-)?= .*;|(\+\+|--)[\w>.\-]+;)$")
+NOT_CODE = re.compile(r"^\s*(//|/\*|\*|#|using |static_assert|namespace|template|extern|\[\[)")
+
+
+def blank_out(line):
+    """The line with texts and comments as blanks, so that places stay."""
+    line = re.sub(r'"(\\.|[^"\\])*"', lambda m: '"' + " " * (len(m.group()) - 2) + '"', line)
+    line = re.sub(r"'(\\.|[^'\\])'", lambda m: "'" + " " * (len(m.group()) - 2) + "'", line)
+    return re.sub(r"//.*$", lambda m: " " * len(m.group()), line)
+
+
+def with_replaced(line, match, text):
+    return line[: match.start(1)] + text + line[match.end(1):]
+
+
+def other_error(name):
+    return ERRORS[(ERRORS.index(name) + 1) % len(ERRORS)]
+
+
+def mutants_of_line(file, number, line):
+    code = blank_out(line)
+    for kind, pattern, text in EXCHANGES:
+        for match in re.finditer(pattern, code):
+            yield Mutant(file, number, kind, (line,), (with_replaced(line, match, text),))
+    for match in NUMBER.finditer(code):
+        value = int(match.group(1), 0)
+        yield Mutant(file, number, "constant", (line,), (with_replaced(line, match, str(value + 1)),))
+    for match in re.finditer(r"\b(error_\w+)\b", code):
+        if match.group(1) in ERRORS:
+            text = other_error(match.group(1))
+            yield Mutant(file, number, "error code", (line,), (with_replaced(line, match, text),))
+    if CALL.match(code) and not code.lstrip().startswith("return"):
+        yield Mutant(file, number, "statement", (line,), ())
+    elif STORE.match(code):
+        yield Mutant(file, number, "statement", (line,), ())
+
+
+def mutants_of(file, text):
+    """All mutants of a file's text, in the order of its lines."""
+    lines = text.split("\n")
+    for number, line in enumerate(lines):
+        if NOT_CODE.match(line) or not line.strip():
+            continue
+        yield from mutants_of_line(file, number, line)
+        following = lines[number + 1] if number + 1 < len(lines) else ""
+        if STORE.match(blank_out(line)) and STORE.match(blank_out(following)):
+            yield Mutant(file, number, "order", (line, following), (following, line))
+
+
+def applied(mutant, text):
+    lines = text.split("\n")
+    end = mutant.first + len(mutant.before)
+    if tuple(lines[mutant.first:end]) != mutant.before:
+        raise ValueError("the file has changed: " + mutant.key())
+    return "\n".join(lines[: mutant.first] + list(mutant.after) + lines[end:])
