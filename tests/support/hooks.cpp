@@ -2,6 +2,7 @@
 #include "tests/support/hooks.h"
 
 #include <cstdlib>
+#include <cstring>
 
 namespace tarn::test {
 
@@ -33,7 +34,9 @@ struct HookForwarder {
     static void *alloc(void *arena, std::uint32_t tx_id, std::uint64_t size) {
         HookEvent &event = note(Hook::alloc, nullptr, size, tx_id);
         if (current->failing_) return nullptr;
-        return event.address = current->original_.alloc_hook(arena, tx_id, size);
+        event.address = current->original_.alloc_hook(arena, tx_id, size);
+        if (current->soiling_ && event.address != nullptr) std::memset(event.address, 0xa5, size);
+        return event.address;
     }
 
     static void free(void *arena, std::uint32_t tx_id, void *block) {

@@ -46,11 +46,15 @@ class HookRecorder {
     // Makes alloc_hook and type_alloc_hook answer null from now on, or no more.
     void fail_allocations(bool fail) { failing_ = fail; }
 
+    // Fills what alloc_hook answers from now on, as a block may hold anything.
+    void soil_allocations(bool soil) { soiling_ = soil; }
+
  private:
     friend struct HookForwarder;
     kel_handle *handle_;
     kel_handle original_;
     bool failing_ = false;
+    bool soiling_ = false;
 };
 
 }  // namespace tarn::test

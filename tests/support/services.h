@@ -1,0 +1,97 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Records which services of the runtime the library calls, in one sequence with
+// the calls of a handle's hooks, and makes any of them fail at its n-th call.
+//
+// A program that links tarnbase_test_services has a function of its own in front
+// of every service (service_list.h). It hands the call on to the runtime, and what
+// the runtime calls of itself goes by unseen.
+#ifndef TARNBASE_TESTS_SUPPORT_SERVICES_H
+#define TARNBASE_TESTS_SUPPORT_SERVICES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tarnbase/handle.h"
+
+namespace tarn::test {
+
+// A call of a service or, under its name in kel_handle, of a hook.
+struct ServiceCall {
+    std::string name;
+    std::vector<std::uint64_t> arguments;  // each as one word; variable ones left out
+    std::uint64_t result = 0;              // as one word; 0 of a service without one
+    bool failed = false;                   // it was made to fail
+    std::string text;                      // of a call in the manner of printf
+    std::vector<std::uint8_t> before;      // write_log_hook, delta_log_hook: the bytes then
+
+    template <typename T>
+    T *pointer(std::size_t argument) const {
+        return reinterpret_cast<T *>(arguments.at(argument));
+    }
+};
+
+// What a service does when it is made to fail: nothing but this.
+struct Failure {
+    enum class Way { never, answer, report, fall_back };
+    Way way = Way::never;
+    std::uint32_t code = 0;    // report: in *err and in the handle
+    std::uint64_t result = 0;  // answer, report: the result; fall_back: the third argument
+};
+
+struct ServiceInfo {
+    std::string name;
+    Failure failure;
+};
+
+// Listens while it lives; one at a time, on one thread.
+class ServiceRecorder {
+ public:
+    explicit ServiceRecorder(kel_handle *handle);
+    ~ServiceRecorder();
+    ServiceRecorder(const ServiceRecorder &) = delete;
+    ServiceRecorder &operator=(const ServiceRecorder &) = delete;
+
+    const std::vector<ServiceCall> &calls() const { return calls_; }
+    std::vector<ServiceCall> calls(const std::string &name) const;
+    std::size_t count(const std::string &name) const;
+    // The names of the calls, in order and joined by blanks, of those named.
+    std::string order(const std::vector<std::string> &names) const;
+    // Whether these bytes were announced before the call at this place of calls().
+    bool announced(const void *address, std::uint64_t length, std::size_t before_call) const;
+    void clear() { calls_.clear(); }
+
+    // The n-th call of a service or hook from now, counted from 1, fails in the
+    // way of its contract, once. The second form has another code or answer.
+    void fail(const std::string &name, std::size_t n);
+    void fail(const std::string &name, std::size_t n, std::uint32_t code);
+    // Takes wishes back, and tells whether one came true since it was made.
+    bool stop_failing();
+
+    // Neither records nor fails while it is paused.
+    void pause(bool paused) { paused_ = paused; }
+
+ private:
+    friend struct ServiceForwarder;
+    struct Wish {
+        std::string name;
+        std::size_t left = 0;
+        Failure failure;
+    };
+    kel_handle *handle_;
+    kel_handle original_;
+    std::vector<ServiceCall> calls_;
+    std::vector<Wish> wishes_;
+    bool came_true_ = false;
+    bool paused_ = false;
+};
+
+// All services that have a function in front of them, in the order of their list,
+// and the hooks of a handle.
+const std::vector<ServiceInfo> &recorded_services();
+const std::vector<ServiceInfo> &recorded_hooks();
+
+}  // namespace tarn::test
+
+#endif
