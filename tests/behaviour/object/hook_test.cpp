@@ -5,49 +5,10 @@
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
+#include "tests/support/watch.h"
 
 namespace tarn::test {
 namespace {
-
-// Watches a block: which of its bytes an operation changed without announcing
-// them first.
-class Watch {
- public:
-    Watch(kel_handle *handle, void *block, u32 length)
-        : block_(static_cast<u8 *>(block)), before_(bytes_of(block, length)), hooks_(handle) {}
-
-    std::vector<u32> unannounced() const {
-        std::vector<u32> found;
-        for (u32 i = 0; i < before_.size(); ++i) {
-            // The modified mark's service gets no handle.
-            const unsigned changed = block_[i] ^ before_[i];
-            if (changed == 0 || changed == 0x80 || changed == tolerated_) continue;
-            if (!announced(i)) found.push_back(i);
-        }
-        return found;
-    }
-    // A change of these bits is a service's own.
-    void tolerate(unsigned bits) { tolerated_ = bits; }
-    bool changed() const { return bytes_of(block_, static_cast<u32>(before_.size())) != before_; }
-    const HookRecorder &hooks() const { return hooks_; }
-
- private:
-    // The first announcement of a byte must show it as it was.
-    bool announced(u32 index) const {
-        for (const HookEvent &event : hooks_.events) {
-            if (event.hook != Hook::write_log) continue;
-            const auto *first = static_cast<const u8 *>(event.address);
-            if (block_ + index < first || block_ + index >= first + event.length) continue;
-            return event.before[static_cast<std::size_t>(block_ + index - first)] == before_[index];
-        }
-        return false;
-    }
-
-    u8 *block_;
-    unsigned tolerated_ = 0;
-    std::vector<u8> before_;
-    HookRecorder hooks_;
-};
 
 class Hooks : public ObjectModeTest {
  protected:
