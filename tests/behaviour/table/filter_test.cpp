@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+// In which order the filters of ordered reads are tried, what each entry that is
+// stepped over costs, and which records are reported.
+#include "tests/behaviour/table/traversal_fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class Filters : public ReadTest {
+ protected:
+    std::size_t steps() { return spies.count("e_avl_get_next") + spies.count("e_avl_get_prev"); }
+    // The services of one read; forgets them.
+    std::string services() {
+        const std::string text = spies.order({"kel_clear_last_error", "mt_get_tenant_id",
+                                              "e_avl_get_first", "e_avl_get_last", "e_avl_get_next",
+                                              "e_avl_get_prev", "kelrepl_add_to_cache"});
+        spies.clear();
+        return text;
+    }
+    static std::uint64_t word(const void *pointer) {
+        return reinterpret_cast<std::uintptr_t>(pointer);
+    }
+};
+TARN_EACH_TABLE_AND_MODE(Filters);
+
+TEST_P(Filters, CostOneStepOfTheTreeAnEntrySteppedOver) {
+    kel_record *a = put(0);
+    put(0, 7);
+    put(1, 9);
+    kel_record *d = put(2);
+    spies.clear();
+    EXPECT_EQ(s.by_key.next(handle, tx, table, a, &err), d);
+    EXPECT_EQ(services(),
+              "kel_clear_last_error mt_get_tenant_id e_avl_get_next e_avl_get_next e_avl_get_next "
+              "kelrepl_add_to_cache");
+    EXPECT_EQ(s.by_key.prev(handle, tx, table, d, &err), a);
+    EXPECT_EQ(services(),
+              "kel_clear_last_error mt_get_tenant_id e_avl_get_prev e_avl_get_prev e_avl_get_prev "
+              "kelrepl_add_to_cache");
+    EXPECT_EQ(s.by_key.first_by_src(handle, tx, table, 9, &err), find(1, 9));
+    spies.clear();
+    s.by_key.first_by_src(handle, tx, table, 9, &err);
+    EXPECT_EQ(services(),
+              "kel_clear_last_error mt_get_tenant_id e_avl_get_first e_avl_get_next e_avl_get_next "
+              "kelrepl_add_to_cache");
+    s.by_key.last_by_src(handle, tx, table, 7, &err);
+    EXPECT_EQ(services(),
+              "kel_clear_last_error mt_get_tenant_id e_avl_get_last e_avl_get_prev e_avl_get_prev "
+              "kelrepl_add_to_cache");
+}
+
+TEST_P(Filters, StepFromEachEntryByTheTablesOrder) {
+    kel_record *a = put(0);
+    kel_record *between = put(1, 7);
+    put(2);
+    spies.clear();
+    s.by_key.next(handle, tx, table, a, &err);
+    const std::vector<Call> calls = spies.of("e_avl_get_next");
+    ASSERT_EQ(calls.size(), 2U);
+    EXPECT_EQ(calls[0].subject, &a->index_node);
+    EXPECT_EQ(calls[1].subject, &between->index_node);
+    for (const Call &call : calls) {
+        EXPECT_EQ(call.arguments,
+                  (std::vector<u64>{word(table->index_root),
+                                    reinterpret_cast<std::uintptr_t>(s.index.compare)}));
+    }
+}
+
+// An entry that would be stepped over within the run ends a walk behind it.
+TEST_P(Filters, OfTheTenantComeBeforeThoseOfSourceAndPendingDestroy) {
+    kel_record *low = put_for(0, 0);
+    kel_record *second = put_for(1, 0, 7);
+    put_for(2, 0);
+    put_for(4, 0);
+    put_for(5, 0, 7);
+    kel_record *high = put_for(6, 0);
+    kel_thread_set_tenant(2);
+    spies.clear();
+    EXPECT_EQ(s.by_key.next(handle, tx, table, low, &err), nullptr);
+    EXPECT_EQ(steps(), 1U);
+    set_pending(second);
+    EXPECT_EQ(s.index.next_not_pending(handle, tx, table, low, 7, &err), nullptr);
+    EXPECT_EQ(s.by_key.next_ignore_src(handle, tx, table, low, &err), nullptr);
+    kel_thread_set_tenant(4);
+    spies.clear();
+    EXPECT_EQ(s.by_key.prev(handle, tx, table, high, &err), nullptr);
+    EXPECT_EQ(steps(), 1U);
+    EXPECT_EQ(s.by_key.prev_ignore_src(handle, tx, table, high, &err), nullptr);
+    EXPECT_EQ(err, 0U);
+}
+
+// From an end, an entry of another source is stepped over whatever its tenant.
+TEST_P(Filters, OfAScanFromAnEndTryTheSourceBeforeTheTenant) {
+    put_for(1, 0, 1);
+    put_for(2, 0, 7);
+    put_for(3, 0, 1);
+    spies.clear();
+    EXPECT_EQ(s.by_key.first_by_src(handle, tx, table, 7, &err), nullptr);
+    EXPECT_EQ(steps(), 1U);
+    spies.clear();
+    EXPECT_EQ(s.by_key.first(handle, tx, table, &err), nullptr);
+    EXPECT_EQ(steps(), 0U);
+    kel_thread_set_tenant(4);
+    spies.clear();
+    EXPECT_EQ(s.by_key.last_by_src(handle, tx, table, 7, &err), nullptr);
+    EXPECT_EQ(steps(), 1U);
+    spies.clear();
+    EXPECT_EQ(s.by_key.last(handle, tx, table, &err), nullptr);
+    EXPECT_EQ(steps(), 0U);
+}
+
+TEST_P(Filters, OfAScanFromAnEndPassThroughTheRunsOfTheTenantsBefore) {
+    put_for(1, 0);
+    put_for(2, 0);
+    kel_record *record = put_for(3, 0);
+    put_for(4, 0);
+    kel_thread_set_tenant(3);
+    for (const Traversal *t : names()) {
+        spies.clear();
+        EXPECT_EQ(t->first(handle, tx, table, &err), record);
+        EXPECT_EQ(steps(), 2U);
+        EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), record);
+        EXPECT_EQ(steps(), 4U);
+        EXPECT_EQ(t->last(handle, tx, table, &err), record);
+        EXPECT_EQ(steps(), 5U);
+    }
+}
+
+TEST_P(Filters, HidePendingRecordsOfTheTenantsOnTheWayToo) {
+    set_pending(put_for(0, 0));
+    set_pending(put_for(1, 0));
+    kel_record *record = put_for(1, 1);
+    set_pending(put_for(1, 2));
+    set_pending(put_for(2, 0));
+    kel_thread_set_tenant(1);
+    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 1, &err), record);
+    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 1, &err), record);
+    set_pending(record);
+    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 1, &err), nullptr);
+    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 1, &err), nullptr);
+}
+
+TEST_P(Filters, LeaveTheRecordThatIsAnsweredToBeReportedOnce) {
+    put(0);
+    put(0, 7);
+    kel_record *b = put(1);
+    put(2);
+    put(2, 7);
+    const auto expect_one_report = [&](const Reads &reads) {
+        for (const auto &read : reads) {
+            spies.clear();
+            kel_record *record = read();
+            EXPECT_EQ(reported(), record == nullptr ? Reported{} : Reported{record});
+        }
+    };
+    begin();
+    expect_one_report(reads_from_ends());
+    expect_one_report(steps_from(b));
+    expect_one_report(reads_from_ends(7));
+    expect_one_report(steps_from(b, 7));
+    handle->cr_tx_id = tx;
+    for (u32 selector = 0; selector < 4; ++selector) {
+        expect_one_report({[&] { return s.index.get_cr(handle, table, selector, b, 0, 0); }});
+    }
+    handle->cr_tx_id = KEL_TX_NONE;
+    commit();
+}
+
+TEST_P(Filters, NeverLetAShadowBeReported) {
+    kel_record *before = put(0, 254);
+    kel_record *shadow = put(0, 255);
+    kel_record *behind = put(1, 1);
+    const Key key(s, handle, 0);
+    spies.clear();
+    EXPECT_EQ(s.index.next_internal(handle, tx, table, before, 255, 1, 1, &err), shadow);
+    EXPECT_EQ(s.index.prev_internal(handle, tx, table, behind, 0, 0, 0, &err), shadow);
+    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 255, &err), shadow);
+    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 255, &err), shadow);
+    EXPECT_EQ(s.index.get_cr(handle, table, 3, before, 0, 1), shadow);
+    EXPECT_EQ(s.index.next_by_key_w_src(handle, tx, table, key.value(), 255, &err), nullptr);
+    EXPECT_EQ(reported(), Reported{});
+}
+
+// A read from an end has no use for a position.
+TEST_P(Filters, OfTheCrFormHideNoPendingRecordAndReadNoPositionAtTheEnds) {
+    kel_record *a = put(0);
+    kel_record *b = put(1);
+    kel_record *seventh = put(2, 7);
+    set_pending(a);
+    set_pending(b);
+    auto *nowhere = reinterpret_cast<kel_record *>(std::uintptr_t{8});
+    EXPECT_EQ(s.index.get_cr(handle, table, 0, nowhere, 0, 0), a);
+    EXPECT_EQ(s.index.get_cr(handle, table, 1, nowhere, 0, 0), b);
+    EXPECT_EQ(s.index.get_cr(handle, table, 3, a, 0, 0), b);
+    EXPECT_EQ(s.index.get_cr(handle, table, 2, b, 0, 0), a);
+    // The whole word of the mode counts, and the low byte of the source.
+    EXPECT_EQ(s.index.get_cr(handle, table, 3, b, 0, 0x100), seventh);
+    EXPECT_EQ(s.index.get_cr(handle, table, 1, nowhere, 0x107, 0), seventh);
+}
+
+}  // namespace
+}  // namespace tarn::test

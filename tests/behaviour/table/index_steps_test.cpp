@@ -1,0 +1,341 @@
+// SPDX-License-Identifier: Apache-2.0
+// In which order insert and delete change a table and a record: what each service
+// that they call on the way finds, and what is left of the flags.
+#include <cstring>
+#include <map>
+#include <string>
+
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+// What a service found when it was reached for the first time.
+struct Found {
+    const kel_table *link;
+    u8 flags;
+    u32 count;
+    u32 src_count;
+};
+
+class IndexSteps : public TableTest {
+ protected:
+    using Change = void (*)(kel_handle *, u32 tx, kel_table *, kel_record *, u32 *err);
+
+    std::vector<Change> inserts() {
+        return {s.plain.insert, s.unsafe.insert, s.plain.pkey_insert, s.unsafe.pkey_insert};
+    }
+    void watch(const kel_record *record) {
+        spies.clear();
+        spies.at_each = [=, this](const std::string &service) {
+            found.insert({service,
+                          {record->table, record->flags, table->record_count,
+                           table->src_counts[record->src]}});
+        };
+    }
+    void expect(const char *service, const kel_table *link, u32 flags, u32 count) {
+        ASSERT_EQ(found.count(service), 1U) << service;
+        EXPECT_EQ(found[service].link, link) << service;
+        EXPECT_EQ(found[service].flags, flags) << service;
+        EXPECT_EQ(found[service].count, count) << service;
+        EXPECT_EQ(found[service].src_count, count) << service;
+    }
+    static std::uint64_t word(const void *pointer) {
+        return reinterpret_cast<std::uintptr_t>(pointer);
+    }
+
+    std::map<std::string, Found> found;
+};
+TARN_EACH_TABLE_AND_MODE(IndexSteps);
+
+TEST_P(IndexSteps, InsertGoesFromTheTreeToTheLinkTheCountsTheTenantTheFlagsAndTheCursor) {
+    kel_thread_set_tenant(5);
+    kel_table_set_replication(handle, tx, table, 1, 1);
+    kel_record *record = make(1, 7);
+    watch(record);
+    s.plain.insert(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 0U);
+    expect("e_avl_insert", nullptr, 0, 0);
+    expect("kel_get_instance_modified", table, 0, 0);
+    expect("keldb_update_tenant_counter", table, 0, 1);
+    expect("keldb_enq_rec_move_write_cursor_internal", table, KEL_RECORD_IN_INDEX, 1);
+    EXPECT_EQ(spies.order({"e_avl_insert", "mt_get_tenant_id", "keldb_update_tenant_counter",
+                           "keldb_enq_rec_move_write_cursor_internal"}),
+              "e_avl_insert mt_get_tenant_id keldb_update_tenant_counter "
+              "keldb_enq_rec_move_write_cursor_internal");
+    const Call counter = spies.of("keldb_update_tenant_counter").at(0);
+    EXPECT_EQ(counter.subject, table);
+    EXPECT_EQ(counter.tx_id, tx);
+    const Call cursor = spies.of("keldb_enq_rec_move_write_cursor_internal").at(0);
+    EXPECT_EQ(cursor.extra, table);
+    EXPECT_EQ(cursor.tx_id, tx);
+}
+
+TEST_P(IndexSteps, DeleteGoesFromTheTreeToTheLinkTheFlagTheCountsAndTheTenant) {
+    kel_thread_set_tenant(5);
+    kel_record *record = make(1, 7);
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    watch(record);
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 0U);
+    expect("e_avl_delete", table, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED, 1);
+    expect("mt_get_tenant_id", nullptr, KEL_RECORD_IN_INDEX, 0);
+    expect("keldb_update_tenant_counter", nullptr, KEL_RECORD_IN_INDEX, 0);
+    EXPECT_EQ(spies.order({"e_avl_delete", "mt_get_tenant_id", "keldb_update_tenant_counter"}),
+              "e_avl_delete mt_get_tenant_id keldb_update_tenant_counter");
+}
+
+TEST_P(IndexSteps, BothBeginByClearingTheLastError) {
+    kel_record *record = make(1);
+    for (const Change entry : inserts()) {
+        for (const Change removal : {s.plain.remove, s.unsafe.remove}) {
+            for (const Change change : {entry, removal}) {
+                handle->last_error = 22;
+                spies.clear();
+                change(handle, tx, table, record, &err);
+                EXPECT_EQ(err, 0U);
+                EXPECT_EQ(handle->last_error, 0U);
+                ASSERT_FALSE(spies.calls.empty());
+                EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
+            }
+        }
+    }
+}
+
+TEST_P(IndexSteps, TheTreeIsGivenTheTablesAnchorsAndOrder) {
+    begin();
+    kel_record *record = make(1);
+    spies.clear();
+    insert(record);
+    remove(record);
+    for (const char *service : {"e_avl_insert", "e_avl_delete"}) {
+        const Call call = spies.of(service).at(0);
+        EXPECT_EQ(call.subject, &record->index_node);
+        EXPECT_EQ(call.tx_id, tx);
+        EXPECT_EQ(call.arguments,
+                  (std::vector<u64>{word(handle->arena), word(&table->index_root),
+                                    word(&table->index_aux),
+                                    reinterpret_cast<std::uintptr_t>(s.index.compare)}));
+    }
+    commit();
+}
+
+TEST_P(IndexSteps, FlagsAreThoseFromBeforeTheTreeWasReached) {
+    constexpr u8 early = 0x40, late = 0x80;
+    kel_record *record = make(1);
+    const auto meanwhile = [&](const char *wanted, u8 flags) {
+        spies.at_each = [=](const std::string &service) {
+            if (service == wanted) record->flags = flags;
+        };
+    };
+    record->flags = early;
+    meanwhile("e_avl_insert", late);
+    insert(record);
+    EXPECT_EQ(record->flags, early | KEL_RECORD_IN_INDEX);
+    // The bit was not there when the delete began, and then it was.
+    meanwhile("e_avl_delete", KEL_RECORD_PKEY_INSERTED);
+    remove(record);
+    EXPECT_EQ(record->flags, KEL_RECORD_PKEY_INSERTED);
+    spies.at_each = nullptr;
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    record->flags |= early;
+    meanwhile("e_avl_delete", late);
+    remove(record);
+    EXPECT_EQ(record->flags, early | KEL_RECORD_IN_INDEX);
+    spies.at_each = nullptr;
+    record->flags = 0;
+}
+
+TEST_P(IndexSteps, EveryOtherFlagIsKept) {
+    kel_record *record = make(1);
+    record->flags = 0xff;
+    insert(record);
+    EXPECT_EQ(record->flags, 0xed);
+    record->flags = 0xff;
+    remove(record);
+    EXPECT_EQ(record->flags, 0xef);
+    record->flags = 0xee;
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    EXPECT_EQ(record->flags, 0xfd);
+    remove(record);
+    EXPECT_EQ(record->flags, 0xed);
+    record->flags = 0;
+}
+
+TEST_P(IndexSteps, AnErrorIsInTheWordBeforeTheHandleHasIt) {
+    kel_record *inside = put(1);
+    kel_record *outside = make(1);
+    u32 at_the_store = 0;
+    spies.at_each = [&](const std::string &service) {
+        if (service == "kel_store_err") at_the_store = err;
+    };
+    const auto expect_error = [&](Change change, kel_record *record, u32 error) {
+        spies.clear();
+        at_the_store = 0;
+        change(handle, tx, table, record, &err);
+        EXPECT_EQ(at_the_store, error);
+        ASSERT_EQ(spies.count("kel_store_err"), 1U);
+        EXPECT_EQ(spies.of("kel_store_err")[0].arguments, std::vector<u64>{error});
+        err = 0;
+    };
+    for (const Change entry : inserts()) expect_error(entry, outside, 17);
+    for (const Change removal : {s.plain.remove, s.unsafe.remove})
+        expect_error(removal, outside, 2);
+    kel_table_set_replication(handle, tx, table, 1, 0);
+    for (const Change removal : {s.plain.remove, s.unsafe.remove})
+        expect_error(removal, inside, 22);
+}
+
+TEST_P(IndexSteps, ARefusedInsertStopsAtTheTree) {
+    kel_thread_set_tenant(5);
+    kel_table_set_replication(handle, tx, table, 1, 1);
+    put(1, 1, 6);
+    kel_record *second = make(1, 1, 5);
+    for (const Change entry : inserts()) {
+        spies.clear();
+        entry(handle, tx, table, second, &err);
+        EXPECT_EQ(err, 17U);
+        err = 0;
+        EXPECT_EQ(spies.count("kel_get_instance_modified"), 0U);
+        EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
+        EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+    }
+    EXPECT_NE(s.plain.is_modified(handle, tx, second, &err), 0U) << "its marks stay";
+}
+
+TEST_P(IndexSteps, ARefusedDeleteStopsBeforeTheTree) {
+    kel_thread_set_tenant(5);
+    kel_record *record = make(1);
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    kel_table_set_replication(handle, tx, table, 1, 0);
+    const kel_record before = *record;
+    HookRecorder hooks(handle);
+    for (const Change removal : {s.plain.remove, s.unsafe.remove}) {
+        spies.clear();
+        removal(handle, tx, table, record, &err);
+        EXPECT_EQ(err, 22U);
+        err = 0;
+        EXPECT_EQ(spies.count("e_avl_delete"), 0U);
+        EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
+    }
+    EXPECT_EQ(0, std::memcmp(&before, record, s.record_size()));
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_EQ(table->record_count, 1U);
+}
+
+TEST_P(IndexSteps, ADeleteThatFindsNothingCountsNothing) {
+    kel_thread_set_tenant(5);
+    put(2);
+    kel_record *record = make(1);
+    spies.clear();
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
+    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
+    EXPECT_EQ(table->record_count, 1U);
+    EXPECT_EQ(table->src_counts[1], 1U);
+}
+
+TEST_P(IndexSteps, ACountThatIsZeroAlreadyEndsADeleteBeforeTheTenant) {
+    kel_thread_set_tenant(5);
+    kel_record *record = put(1, 7);
+    table->record_count = 0;
+    spies.clear();
+    s.plain.remove(handle, tx, table, record, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(handle->last_error, 0U);
+    EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
+    EXPECT_EQ(find(1, 7), nullptr);
+    EXPECT_EQ(table->src_counts[7], 1U);
+}
+
+TEST_P(IndexSteps, InsertResetsTheMarksOfTheObjectThenThoseOfTheKeyObject) {
+    kel_record *record = make(1, 1, 5);
+    const auto first_looked_at = [&](const void *object) {
+        const std::vector<Call> calls = spies.of("kel_get_instance_modified");
+        std::size_t i = 0;
+        while (i < calls.size() && calls[i].subject != object) ++i;
+        EXPECT_LT(i, calls.size());
+        return i;
+    };
+    spies.clear();
+    insert(record);
+    EXPECT_EQ(first_looked_at(record->object), 0U);
+    if (s.has_key_object()) {
+        EXPECT_GT(first_looked_at(record->key_object), 0U);
+    }
+}
+
+TEST_P(IndexSteps, AResetIsTracedOnceForEachObjectThatWasMarked) {
+    constexpr char text[] = "(verbose): Record was modified. Done resetting modified bit.";
+    kel_record *record = make(1);
+    while (s.plain.is_modified(handle, tx, record, &err) != 0) {
+    }
+    {
+        const TraceCapture trace;
+        insert(record);
+        EXPECT_EQ(trace.count(KEL_TRACE_VERBOSE, text), 0U);
+    }
+    s.set_value(handle, tx, record->object, 5, &err);
+    remove(record);
+    const TraceCapture trace;
+    insert(record);
+    EXPECT_EQ(trace.count(KEL_TRACE_VERBOSE, text), 1U) << trace.all();
+}
+
+TEST_P(IndexSteps, ARecordWithoutObjectsIsARecordToo) {
+    kel_record *record = s.plain.create_record(handle, tx, &err);
+    insert(record);
+    EXPECT_EQ(record->table, table);
+    EXPECT_EQ(table->record_count, 1U);
+    EXPECT_EQ(s.by_key.first(handle, tx, table, &err), record);
+    remove(record);
+    EXPECT_EQ(table->record_count, 0U);
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_P(IndexSteps, CountsIncludePendingRecordsAndShadows) {
+    put(0);
+    put(1, KEL_SOURCE_SHADOW);
+    kel_record *pending = put(2);
+    set_pending(pending);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 3U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 1), 2U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, KEL_SOURCE_SHADOW), 1U);
+    EXPECT_EQ(pending->table, table);
+    EXPECT_EQ(pending->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_PENDING_DESTROY);
+    remove(pending);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 2U);
+}
+
+TEST_P(IndexSteps, ARecordStandsInTheRunOfTheTenantItWasMadeUnder) {
+    kel_thread_set_tenant(5);
+    kel_record *record = make(1, 7);
+    kel_thread_set_tenant(6);
+    spies.clear();
+    insert(record);
+    EXPECT_EQ(spies.of("keldb_update_tenant_counter").at(0).arguments, (std::vector<u64>{1, 6, 7}));
+    EXPECT_EQ(find(1, 7), nullptr);
+    kel_thread_set_tenant(5);
+    EXPECT_EQ(find(1, 7), record);
+}
+
+TEST_P(IndexSteps, TheCrFormIsThePlainInsertUnderItsTransaction) {
+    begin();
+    handle->cr_tx_id = tx;
+    kel_record *record = make(1);
+    record->flags = KEL_RECORD_PKEY_INSERTED;
+    spies.clear();
+    EXPECT_EQ(s.cr.insert(handle, table, record), 0U);
+    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
+    EXPECT_EQ(spies.of("e_avl_insert").at(0).tx_id, tx);
+    EXPECT_EQ(s.cr.remove(handle, table, record, 0), 0U);
+    EXPECT_EQ(spies.of("e_avl_delete").at(0).tx_id, tx);
+    EXPECT_EQ(s.cr.remove(handle, table, record, 0), 2U);
+    EXPECT_EQ(handle->last_error, 2U);
+    handle->cr_tx_id = KEL_TX_NONE;
+    commit();
+}
+
+}  // namespace
+}  // namespace tarn::test

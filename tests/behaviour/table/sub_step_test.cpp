@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+// Steps between the records of one key, and to its shadow.
+#include "tests/behaviour/table/traversal_fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class SubSteps : public ReadTest {};
+TARN_EACH_TABLE_AND_MODE(SubSteps);
+
+TEST_P(SubSteps, StayWithinOneKey) {
+    kel_record *k1 = put(0, 1);
+    kel_record *k1_second = put(0, 2);
+    kel_record *k2 = put(1, 1);
+    for (const Traversal *t : names()) {
+        EXPECT_EQ(t->first(handle, tx, table, &err), k1);
+        EXPECT_EQ(t->next(handle, tx, table, k1, &err), k2);
+        EXPECT_EQ(t->sub_next(handle, tx, table, k1, &err), k1_second);
+        EXPECT_EQ(t->sub_next(handle, tx, table, k1_second, &err), nullptr);
+        EXPECT_EQ(t->sub_prev(handle, tx, table, k1_second, &err), k1);
+        EXPECT_EQ(t->sub_prev(handle, tx, table, k1, &err), nullptr);
+        EXPECT_EQ(t->sub_prev(handle, tx, table, k2, &err), nullptr);
+        EXPECT_EQ(err, 0U);
+    }
+}
+
+TEST_P(SubSteps, FilterNothing) {
+    kel_record *pending = put(0, 3);
+    set_pending(pending);
+    kel_record *record = put(0, 2);
+    // The last key of one tenant's run meets the first of the next one's.
+    kel_record *crossed = put_for(1, 0, 1);
+    for (const Traversal *t : names()) {
+        EXPECT_EQ(t->sub_next(handle, tx, table, record, &err), pending);
+        EXPECT_EQ(t->sub_next(handle, tx, table, pending, &err), crossed);
+        EXPECT_EQ(t->sub_prev(handle, tx, table, crossed, &err), pending);
+    }
+}
+
+TEST_P(SubSteps, AShadowIsTheLastOfItsKeyAndNeverReported) {
+    kel_record *record = put(0, 1);
+    kel_record *between = put(0, 9);
+    kel_record *shadow = put(0, 255);
+    kel_record *other = put(1, 1);
+    for (const Traversal *t : names()) {
+        spies.clear();
+        EXPECT_EQ(t->shadow(handle, tx, table, record, &err), shadow);
+        EXPECT_EQ(reported(), Reported{between});
+        EXPECT_EQ(t->shadow(handle, tx, table, shadow, &err), shadow);
+        EXPECT_EQ(spies.count("e_avl_get_next"), 0U);
+        EXPECT_EQ(t->shadow(handle, tx, table, other, &err), nullptr);
+        EXPECT_EQ(t->shadow(handle, tx, table, nullptr, &err), nullptr);
+        EXPECT_EQ(t->next(handle, tx, table, record, &err), other);
+        spies.clear();
+        EXPECT_EQ(t->next_by_src(handle, tx, table, record, 255, &err), shadow);
+        EXPECT_EQ(t->first_by_src(handle, tx, table, 255, &err), shadow);
+        EXPECT_EQ(t->last_by_src(handle, tx, table, 255, &err), shadow);
+        EXPECT_EQ(t->sub_next(handle, tx, table, between, &err), shadow);
+        EXPECT_EQ(t->next_ignore_src(handle, tx, table, between, &err), shadow);
+        EXPECT_EQ(t->prev_ignore_src(handle, tx, table, other, &err), shadow);
+        EXPECT_EQ(reported(), Reported{});
+        EXPECT_EQ(err, 0U);
+    }
+}
+
+TEST_P(SubSteps, AShadowIsFoundDirectlyBehindItsRecord) {
+    kel_record *record = put(0, 1);
+    kel_record *shadow = put(0, 255);
+    spies.clear();
+    EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), shadow);
+    EXPECT_EQ(reported(), Reported{});
+}
+
+TEST_P(SubSteps, ARecordWithoutAShadowReportsEachOfItsSources) {
+    kel_record *record = put(0, 1);
+    kel_record *second = put(0, 2);
+    kel_record *third = put(0, 3);
+    spies.clear();
+    EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), nullptr);
+    EXPECT_EQ(reported(), (Reported{second, third}));
+}
+
+TEST_P(SubSteps, GoOnFromADeletedRecord) {
+    kel_record *first = put(0, 1);
+    kel_record *second = put(0, 2);
+    kel_record *third = put(0, 3);
+    remove(second);
+    for (const Traversal *t : names()) {
+        EXPECT_EQ(t->sub_next(handle, tx, table, second, &err), third);
+        EXPECT_EQ(t->sub_prev(handle, tx, table, second, &err), first);
+    }
+}
+
+TEST_P(SubSteps, TakeOneStepAndAskForNoTenant) {
+    const std::vector<std::string> services = {"kel_clear_last_error", "mt_get_tenant_id",
+                                               "e_avl_get_next", "e_avl_get_prev",
+                                               "kelrepl_add_to_cache"};
+    kel_record *first = put(0, 1);
+    kel_record *second = put(0, 2);
+    kel_record *third = put(0, 3);
+    spies.clear();
+    s.by_key.sub_next(handle, tx, table, first, &err);
+    EXPECT_EQ(spies.order(services), "kel_clear_last_error e_avl_get_next kelrepl_add_to_cache");
+    EXPECT_EQ(reported(), Reported{second});
+    s.by_key.sub_prev(handle, tx, table, third, &err);
+    EXPECT_EQ(spies.order(services), "kel_clear_last_error e_avl_get_prev kelrepl_add_to_cache");
+    EXPECT_EQ(reported(), Reported{second});
+    s.by_key.shadow(handle, tx, table, second, &err);
+    EXPECT_EQ(spies.order(services),
+              "kel_clear_last_error e_avl_get_next kelrepl_add_to_cache "
+              "kel_clear_last_error e_avl_get_next");
+}
+
+TEST_P(SubSteps, ThatLeaveTheKeyReportNothing) {
+    kel_record *record = put(0);
+    kel_record *other = put(1);
+    spies.clear();
+    for (const Traversal *t : names()) {
+        EXPECT_EQ(t->sub_next(handle, tx, table, record, &err), nullptr);
+        EXPECT_EQ(t->sub_prev(handle, tx, table, other, &err), nullptr);
+        EXPECT_EQ(t->shadow(handle, tx, table, record, &err), nullptr);
+    }
+    EXPECT_EQ(reported(), Reported{});
+}
+
+TEST_P(SubSteps, ToAShadowCrossIntoTheNextTenantsRun) {
+    kel_record *record = put(0, 1);
+    kel_record *crossed = put_for(1, 0, 255);
+    for (const Traversal *t : names()) {
+        EXPECT_EQ(t->shadow(handle, tx, table, record, &err), crossed);
+    }
+}
+
+TEST_P(SubSteps, AShadowIsItsOwnWhateverTheErrorWordHolds) {
+    kel_record *shadow = put(0, 255);
+    err = 5;
+    spies.clear();
+    for (const Traversal *t : names()) {
+        EXPECT_EQ(t->shadow(handle, tx, table, shadow, &err), shadow);
+    }
+    EXPECT_EQ(err, 5U);
+    EXPECT_TRUE(spies.calls.empty());
+}
+
+TEST_P(SubSteps, AFailedReportEndsTheWayToAShadow) {
+    kel_record *record = put(0, 1);
+    put(0, 2);
+    put(0, 255);
+    spies.wishes.cache_error = 12;
+    spies.clear();
+    EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), nullptr);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(spies.count("e_avl_get_next"), 1U);
+}
+
+}  // namespace
+}  // namespace tarn::test
