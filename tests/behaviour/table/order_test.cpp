@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The total order of an index: tenant, then key, then source.
+#include <algorithm>
+#include <random>
+
 #include "tests/behaviour/table/fixture.h"
 
 namespace tarn::test {
@@ -9,7 +12,7 @@ constexpr u32 before = 0;
 constexpr u32 equal = 1;
 constexpr u32 after = 2;
 
-class Order : public TableTest {
+class IndexOrder : public TableTest {
  protected:
     u32 order(const kel_record *a, const kel_record *b) {
         return s.index.compare(&a->index_node, &b->index_node);
@@ -21,16 +24,16 @@ class Order : public TableTest {
         return record;
     }
 };
-TARN_EACH_TABLE_AND_MODE(Order);
+TARN_EACH_TABLE_AND_MODE(IndexOrder);
 
-TEST_P(Order, PutsANullNodeFirst) {
+TEST_P(IndexOrder, PutsANullNodeFirst) {
     const kel_record *record = make(1);
     EXPECT_EQ(s.index.compare(nullptr, nullptr), equal);
     EXPECT_EQ(s.index.compare(nullptr, &record->index_node), before);
     EXPECT_EQ(s.index.compare(&record->index_node, nullptr), after);
 }
 
-TEST_P(Order, GoesByTenantThenKeyThenSource) {
+TEST_P(IndexOrder, GoesByTenantThenKeyThenSource) {
     const kel_record *records[] = {
         make_for(0, 0, 1),   make_for(0, 0, 2),     make_for(0, 0, 255),
         make_for(0, 1, 1),   make_for(0, 2, 0),     make_for(1, 0, 1),
@@ -46,7 +49,7 @@ TEST_P(Order, GoesByTenantThenKeyThenSource) {
     }
 }
 
-TEST_P(Order, OfKeysIsTheirsAcrossTheWholeRange) {
+TEST_P(IndexOrder, OfKeysIsTheirsAcrossTheWholeRange) {
     std::vector<const kel_record *> records;
     for (u32 key = 0; key < s.keys && key < 20; ++key) records.push_back(make(key));
     for (std::size_t i = 0; i < records.size(); ++i) {
@@ -59,17 +62,56 @@ TEST_P(Order, OfKeysIsTheirsAcrossTheWholeRange) {
     }
 }
 
-TEST_P(Order, OfEqualKeysInDifferentRecordsIsEqual) {
+TEST_P(IndexOrder, OfEqualKeysInDifferentRecordsIsEqual) {
     EXPECT_EQ(order(make(1, 1, 5), make(1, 1, 6)), equal);
 }
 
-TEST_P(Order, TakesARecordWithoutItsObjectsAsTheFirst) {
+TEST_P(IndexOrder, TakesARecordWithoutItsObjectsAsTheFirst) {
     const kel_record *empty = s.plain.create_record(handle, tx, &err);
     const kel_record *other = s.plain.create_record(handle, tx, &err);
     const kel_record *full = make(0);
     EXPECT_EQ(order(empty, full), before);
     EXPECT_EQ(order(full, empty), after);
     EXPECT_EQ(order(empty, other), equal);
+}
+
+TEST_P(IndexOrder, IsToldWithoutAHandleAndWithoutAService) {
+    const kel_record *a = make(0);
+    const kel_record *b = make(1);
+    handle->last_error = 17;
+    spies.clear();
+    const TraceCapture trace;
+    HookRecorder hooks(handle);
+    EXPECT_EQ(order(a, b), before);
+    EXPECT_EQ(s.index.compare(nullptr, &b->index_node), before);
+    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_TRUE(trace.lines.empty());
+    EXPECT_EQ(handle->last_error, 17U);
+}
+
+u32 keep(kel_record *record, void *records) {
+    static_cast<std::vector<kel_record *> *>(records)->push_back(record);
+    return 0;
+}
+
+// A tenant's run is unbroken, a key's sources stand together, its shadow last.
+TEST_P(IndexOrder, IsTheTreesHoweverItWasFilled) {
+    std::vector<kel_record *> records;
+    for (const u16 tenant : {u16{0}, u16{1}, u16{0xffff}}) {
+        for (const u32 key : {0U, 1U, 2U}) {
+            for (const u32 src : {0U, 1U, 254U, 255U}) {
+                records.push_back(make_for(tenant, key, src));
+            }
+        }
+    }
+    std::vector<kel_record *> shuffled = records;
+    std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(4));
+    for (kel_record *record : shuffled) insert(record);
+    std::vector<kel_record *> walked;
+    s.index.walk(table, keep, &walked, &err);
+    EXPECT_EQ(walked, records);
+    EXPECT_EQ(table->record_count, records.size());
 }
 
 }  // namespace

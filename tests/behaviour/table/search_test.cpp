@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Search by key, exact and nearest, and what each search reports.
 #include <cstring>
+#include <functional>
 
 #include "tests/behaviour/table/fixture.h"
 
@@ -20,6 +21,32 @@ class Search : public TableTest {
         return records;
     }
     using Reported = std::vector<const void *>;
+
+    // Every form, for a source where it takes one and for the nearest where it can.
+    std::vector<std::function<kel_record *()>> forms(const Key &key, u32 nearest = 0) {
+        const void *const value = key.value();
+        void *const object = key.object();
+        std::vector<std::function<kel_record *()>> all = {
+            [=, this] { return s.index.search_w_src(handle, tx, table, value, 1, &err); },
+            [=, this] { return s.index.search_nearest(handle, tx, table, value, &err); },
+            [=, this] { return s.index.search_sub_first(handle, tx, table, value, &err); },
+            [=, this] {
+                return s.index.search_not_pending(handle, tx, table, value, nearest, &err);
+            },
+            [=, this] {
+                return s.index.search_internal(handle, tx, table, value, nearest, 1, 1, 0, &err);
+            }};
+        for (const Operations *form : {&s.plain, &s.unsafe}) {
+            all.push_back([=, this] { return form->search(handle, tx, table, value, &err); });
+            all.push_back([=, this] {
+                return form->search_object(handle, tx, table, object, nearest, &err);
+            });
+            all.push_back([=, this] {
+                return form->search_object_w_src(handle, tx, table, object, nearest, 1, &err);
+            });
+        }
+        return all;
+    }
 };
 TARN_EACH_TABLE_AND_MODE(Search);
 
@@ -213,10 +240,7 @@ TEST_P(Search, EnteredWithAnErrorAnswersNull) {
     handle->last_error = 22;
     err = 5;
     spies.clear();
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), nullptr);
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), nullptr);
-    EXPECT_EQ(s.index.search_sub_first(handle, tx, table, key.value(), &err), nullptr);
-    EXPECT_EQ(s.plain.search_object(handle, tx, table, key.object(), 1, &err), nullptr);
+    for (const auto &form : forms(key, 1)) EXPECT_EQ(form(), nullptr);
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 1, 0), nullptr);
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
@@ -224,29 +248,140 @@ TEST_P(Search, EnteredWithAnErrorAnswersNull) {
 }
 
 TEST_P(Search, AllocatesStoresAndCountsNothing) {
-    kel_record *record = put(1);
-    const Key key(s, handle, 1);
-    const Key absent(s, handle, 2);
+    const u32 last = s.keys - 1;  // its text, if it is one, lies outside its string
+    kel_record *record = put(last);
+    const Key key(s, handle, last);
+    const Key absent(s, handle, 1);
     const kel_table before = *table;
     const kel_variant_usage counters =
         static_cast<kel_object *>(record->object)->descriptor->variant_info->variants[0];
     HookRecorder hooks(handle);
-    s.plain.search(handle, tx, table, key.value(), &err);
-    s.index.search_nearest(handle, tx, table, absent.value(), &err);
-    EXPECT_EQ(hooks.count(Hook::alloc), 0U);
-    EXPECT_EQ(hooks.count(Hook::write_log), 0U);
-    EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
-    EXPECT_EQ(hooks.count(Hook::free), 0U);
+    for (const auto &form : forms(key)) EXPECT_EQ(form(), record);
+    for (const auto &form : forms(absent, 1)) form();
+    for (const Hook hook : {Hook::alloc, Hook::free, Hook::write_log, Hook::delta_log}) {
+        EXPECT_EQ(hooks.count(hook), 0U);
+    }
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
     const kel_variant_usage &now =
         static_cast<kel_object *>(record->object)->descriptor->variant_info->variants[0];
     EXPECT_EQ(now.created, counters.created);
+    EXPECT_EQ(now.destroyed, counters.destroyed);
     EXPECT_EQ(now.live, counters.live);
 }
 
 TEST_P(Search, TakesAKeyThatItselfLiesInARecord) {
     kel_record *record = put(1);
     EXPECT_EQ(s.plain.search_object(handle, tx, table, key_holder(record), 0, &err), record);
+}
+
+TEST_P(Search, BeginsByClearingTheLastError) {
+    put(1);
+    const Key present(s, handle, 1);
+    const Key absent(s, handle, 2);
+    for (const Key *key : {&present, &absent}) {
+        for (const auto &form : forms(*key)) {
+            handle->last_error = 22;
+            spies.clear();
+            form();
+            EXPECT_EQ(err, 0U);
+            EXPECT_EQ(handle->last_error, 0U);
+            ASSERT_FALSE(spies.calls.empty());
+            EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
+        }
+    }
+}
+
+TEST_P(Search, HandsTheTreeAProbeOfItsOwn) {
+    kel_record *record = put(1);
+    const Key key(s, handle, 1);
+    spies.clear();
+    s.plain.search(handle, tx, table, key.value(), &err);
+    const Call call = spies.of("e_avl_search").at(0);
+    EXPECT_NE(call.subject, &record->index_node);
+    EXPECT_EQ(call.arguments,
+              (std::vector<u64>{reinterpret_cast<std::uintptr_t>(table->index_root),
+                                reinterpret_cast<std::uintptr_t>(s.index.compare)}));
+    EXPECT_EQ(spies.order({"mt_get_tenant_id", "e_avl_search", "kelrepl_add_to_cache"}),
+              "mt_get_tenant_id e_avl_search kelrepl_add_to_cache");
+}
+
+TEST_P(Search, AnswersAPendingRecordLikeAnyOtherWhereNothingIsSaidOfIt) {
+    kel_record *pending = put(1);
+    set_pending(pending);
+    put(2);
+    const Key key(s, handle, 1);
+    u32 hidden = 0;
+    for (const auto &form : forms(key)) {
+        kel_record *record = form();
+        if (record != pending) ++hidden;
+    }
+    EXPECT_EQ(hidden, 1U) << "one form hides it";
+    EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 1, 0), pending);
+}
+
+TEST_P(Search, ThatHidesPendingRecordsAnswersTheKeyItselfOrTheNearest) {
+    kel_record *below = put(0);
+    kel_record *record = put(1);
+    const Key key(s, handle, 1);
+    const Key above(s, handle, 2);
+    spies.clear();
+    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, key.value(), 1, &err), record);
+    EXPECT_EQ(reported(), Reported{record});
+    const Key low(s, handle, 0);
+    remove(below);
+    spies.clear();
+    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, low.value(), 1, &err), record);
+    EXPECT_EQ(reported(), (Reported{record, record}));
+    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, low.value(), 0, &err), nullptr);
+    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, above.value(), 1, &err), nullptr);
+    insert(below);
+    set_pending(record);
+    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 0, 1, 1, &err), below);
+}
+
+TEST_P(Search, TakesItsModesAsTruthValuesAndTheLowByteOfTheSource) {
+    kel_record *below = put(0, 7);
+    kel_record *pending = put(1, 7);
+    kel_record *above = put(2, 7);
+    set_pending(pending);
+    const Key key(s, handle, 1);
+    const auto search = s.index.search_internal;
+    EXPECT_EQ(search(handle, tx, table, key.value(), 0, 0, 0x107, 0, &err), pending);
+    EXPECT_EQ(search(handle, tx, table, key.value(), 0x100, 0x100, 0x107, 0x100, &err), above);
+    EXPECT_EQ(search(handle, tx, table, key.value(), 0x100, 0, 0x107, 0x100, &err), below);
+}
+
+TEST_P(Search, NeverReportsAShadowThatAWalkFound) {
+    kel_record *shadow = put(1, KEL_SOURCE_SHADOW);
+    const Key key(s, handle, 0);
+    spies.clear();
+    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 1, 255, 1, &err), shadow);
+    EXPECT_EQ(reported(), Reported{});
+}
+
+TEST_P(Search, AnswersTheNearestWithTheErrorOfTheReport) {
+    kel_record *record = put(2);
+    const Key key(s, handle, 1);
+    spies.wishes.cache_error = 12;
+    spies.clear();
+    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), record);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(reported(), (Reported{record, record}));
+}
+
+TEST_P(Search, TheCrFormSearchesUnderItsTransactionAndGoesToTheNearestOfSourceOne) {
+    begin();
+    kel_record *one = put(2);
+    put(2, 7);
+    const Key key(s, handle, 1);
+    handle->cr_tx_id = tx;
+    spies.clear();
+    EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 7, 0x100), one);
+    EXPECT_EQ(reported(), (Reported{one, one}));
+    EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 7, 0), nullptr);
+    EXPECT_EQ(handle->last_error, 0U);
+    handle->cr_tx_id = KEL_TX_NONE;
+    commit();
 }
 
 }  // namespace
