@@ -1,0 +1,15 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The accessors of fields, by the names under which they are exported.
+#ifndef TARNBASE_TESTS_FUZZ_ACCESSORS_H
+#define TARNBASE_TESTS_FUZZ_ACCESSORS_H
+
+#include "tests/fuzz/round.h"
+
+namespace tarn::fuzz {
+
+// Reads each field of the object in every way, and writes what was read.
+void use_accessors(const Structure &type, const Round &round, void *object);
+
+}  // namespace tarn::fuzz
+
+#endif

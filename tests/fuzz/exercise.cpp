@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/fuzz/exercise.h"
+
+#include <algorithm>
+
+#include "object/enumeration.h"
+#include "object/object.h"
+#include "tests/fuzz/accessors.h"
+#include "tests/fuzz/forms.h"
+#include "tests/fuzz/schema_items.h"
+
+namespace tarn::fuzz {
+
+namespace {
+
+constexpr u32 ra_data_length = 9;
+
+template <typename Test>
+bool all_nested(const Structure &type, const void *object, Test test) {
+    if (!test(type, object)) return false;
+    return std::ranges::all_of(fields_of(type), [&](const Field &field) {
+        return field.structure == nullptr ||
+               all_nested(*field.structure, place_of(field, object), test);
+    });
+}
+
+// What the length doesn't count: the trace data of the object and of nested ones.
+u32 ra_data_in(const Structure &type, const void *object) {
+    u32 length = 0;
+    all_nested(type, object, [&](const Structure &, const void *each) {
+        if ((head(each)->flags & OBJ_RA_DATA) != 0) length += ra_data_length;
+        return true;
+    });
+    return length;
+}
+
+// Whether the wire form carries every field, so that an object read from it is equal:
+// no variant leaves fields out, and no enumeration has the value 0 where enumerators
+// start at 1, which shares its place on the wire with 1.
+bool travels_whole(const Structure &type, const void *object) {
+    return all_nested(type, object, [](const Structure &each, const void *place) {
+        const auto travels = [&](const Field &field) {
+            if (field.first_variant > head(place)->variant) return false;
+            if (field.kind != FieldKind::enumeration) return true;
+            return static_cast<const kel_enum_object *>(place_of(field, place))->value >=
+                   field.enumeration->first_user_value;
+        };
+        return std::ranges::all_of(fields_of(each), travels);
+    });
+}
+
+// Through the wire into a new object, and back to the same bytes.
+void check_journey(const Structure &type, const Round &round, const void *object,
+                   const Buffer &form, u32 length) {
+    u32 err = 0;
+    void *copy = object::create(type, round.handle(), round.tx());
+    const u32 taken =
+        object::unmarshal(type, round.handle(), round.tx(), form.data(), copy, length, 0, &err);
+    require(err == 0 && taken == length, "what was marshalled can be unmarshalled");
+    if (travels_whole(type, object)) require_equal(type, object, copy);
+    object::destroy(type, round.handle(), round.tx(), copy);
+}
+
+void check_wire(const Structure &type, const Round &round, const void *object, u8 room) {
+    kel_handle *handle = round.handle();
+    const u32 length = object::len(type, handle, round.tx(), object) + ra_data_in(type, object);
+    // In a handle that tracks state the last byte may be stored behind the length.
+    const u32 spare = round.tracking() ? 1 : 0;
+    Buffer form(length + spare);
+    u32 err = 0;
+    const u32 written =
+        object::marshal(type, handle, round.tx(), form.data(), object, length, &err);
+    require(written <= length, "a marshalled object stays in its buffer");
+    require(err == 0 || round.handle()->last_error != 0, "an error is kept in the handle too");
+    if (err == 0) {
+        require(written == length, "a marshalled object has the length foretold");
+        check_journey(type, round, object, form, length);
+    }
+    Buffer cut(length * room / 256 + spare);
+    u32 lack = 0;
+    object::marshal(type, handle, round.tx(), cut.data(), object, cut.size() - spare, &lack);
+    // The last state bytes of a buffer that is too short for them alone are dropped.
+    require(lack != 0 || round.tracking(), "a buffer that is too short is reported");
+}
+
+void check_text(const Structure &type, const Round &round, const void *object, u8 room) {
+    const u32 indent = room % 8;
+    text_form(room, [&](char *buffer, u32 length, u32 *err) {
+        return object::print(type, round.handle(), round.tx(), buffer, indent, type.name, object,
+                             length, err);
+    });
+}
+
+void check_states(const Structure &type, const Round &round, void *object) {
+    for (const Field &field : fields_of(type)) {
+        u32 err = 0;
+        const u8 flag =
+            object::state_flag_get(type, field, round.handle(), round.tx(), object, &err);
+        require((err == 0) == round.tracking(), "an object has flags if the handle tracks");
+        object::state_flag_set(type, field, round.handle(), round.tx(), object, flag, &err);
+        if (field.kind != FieldKind::array || !round.tracking()) continue;
+        object::array_state_flag_get(type, field, round.handle(), round.tx(), object,
+                                     field.elements - 1, &err);
+    }
+    object::set_all_state_tracking_flag(type, round.handle(), round.tx(), object, 3);
+}
+
+// A clone in a workspace that just suffices, or is too small; a clone and a copy in
+// the handle's; an assignment.
+void check_copies(const Structure &type, const Round &round, const void *object, u8 room) {
+    kel_handle *handle = round.handle();
+    const u32 length = object::len(type, handle, round.tx(), object) + ra_data_in(type, object);
+    const u32 spare = round.tracking() ? 1 : 0;
+    for (const u32 size : {length, length * room / 256}) {
+        Buffer workspace(size + spare);
+        u32 err = 0;
+        void *clone = nullptr;
+        object::clone(type, handle, round.tx(), object, &clone, workspace.data(), size, &err);
+        require((clone != nullptr) == (err == 0), "a clone is made, or an error reported");
+        object::destroy(type, handle, round.tx(), clone);
+    }
+    handle->last_error = 0;
+    void *clone = object::clone_cr(type, handle, object);
+    require(clone != nullptr && handle->last_error == 0, "a clone is made in the workspace");
+    object::copy_cr(type, handle, object, clone);
+    require(handle->last_error == 0, "a copy is made in the workspace");
+    u32 err = 0;
+    object::set(type, handle, round.tx(), clone, object, &err);
+    require(err == 0, "an object can be set from another");
+    require_equal(type, object, clone);
+    object::destroy(type, handle, round.tx(), clone);
+}
+
+}  // namespace
+
+bool has_enumerators_only(const Structure &type, const void *object) {
+    return all_nested(type, object, [](const Structure &each, const void *place) {
+        return std::ranges::all_of(fields_of(each), [&](const Field &field) {
+            if (field.kind != FieldKind::enumeration) return true;
+            const u32 value = static_cast<const kel_enum_object *>(place_of(field, place))->value;
+            return value - field.enumeration->first_user_value < field.enumeration->count;
+        });
+    });
+}
+
+void require_equal(const Structure &type, const void *a, const void *b) {
+    require(object::compare(type, a, b) == 0 && object::compare(type, b, a) == 0,
+            "equal objects compare as equal");
+    require(object::hash(type, a, 7) == object::hash(type, b, 7), "equal objects hash alike");
+}
+
+std::string xml_of(const Structure &type, const Round &round, const void *object, u8 room) {
+    return text_form(room,
+                     [&](char *buffer, u32 length, u32 *err) {
+                         return object::to_xml(type, round.handle(), round.tx(), type.name, buffer,
+                                               object, length, 0, err);
+                     })
+        .first;
+}
+
+void exercise(const Structure &type, const Round &round, void *object, u8 room) {
+    u32 err = 0;
+    require_equal(type, object, object);
+    check_wire(type, round, object, room);
+    check_text(type, round, object, room);
+    xml_of(type, round, object, room);
+    check_copies(type, round, object, room);
+    use_accessors(type, round, object);
+    check_states(type, round, object);
+    object::type_type_backpropagate(type, round.handle(), round.tx(), object, &err);
+    require(err == 0, "an object tells whether it was modified");
+    check_wire(type, round, object, room);
+}
+
+void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 room) {
+    kel_handle *handle = round.handle();
+    u32 err = 0;
+    const u32 value = enumeration::get_value(handle, round.tx(), object, &err);
+    require(enumeration::compare(object, object) == 0 && err == 0, "an enumeration has a value");
+    enumeration::hash(object, 7);
+    Buffer form(enumeration::len());
+    require(enumeration::marshal(type, handle, round.tx(), form.data(), object, form.size(),
+                                 &err) == form.size(),
+            "an enumeration has the length foretold");
+    Buffer cut(form.size() * room / 256);
+    u32 lack = 0;
+    enumeration::marshal(type, handle, round.tx(), cut.data(), object, cut.size(), &lack);
+    require(lack != 0, "a buffer that is too short for an enumeration is reported");
+    text_form(room, [&](char *buffer, u32 length, u32 *error) {
+        return enumeration::print(type, handle, round.tx(), buffer, 0, type.name, object, length,
+                                  error);
+    });
+    text_form(room, [&](char *buffer, u32 length, u32 *error) {
+        return enumeration::to_xml(type, handle, round.tx(), type.name, buffer, object, length, 0,
+                                   error);
+    });
+    u32 refused = 0;
+    enumeration::set_value(type, handle, round.tx(), object, value, &refused);
+    enumeration::backpropagate(type, handle, round.tx(), object, &err);
+    require(err == 0, "an enumeration tells whether it was modified");
+}
+
+}  // namespace tarn::fuzz

@@ -1,0 +1,30 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Uses an object that came from hostile bytes in every way there is. Whatever it
+// holds, it must behave as an object.
+#ifndef TARNBASE_TESTS_FUZZ_EXERCISE_H
+#define TARNBASE_TESTS_FUZZ_EXERCISE_H
+
+#include <string>
+
+#include "frame/schema.h"
+#include "tests/fuzz/round.h"
+
+namespace tarn::fuzz {
+
+// Accessors, order, every form, state flags, clones and copies. `room` cuts buffers.
+void exercise(const Structure &type, const Round &round, void *object, u8 room);
+void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 room);
+
+// The XML form, or nothing if the object has a text that XML can't carry.
+std::string xml_of(const Structure &type, const Round &round, const void *object, u8 room);
+
+// Whether each enumeration in the object is one of its enumerators: only then is its
+// XML form well-formed.
+bool has_enumerators_only(const Structure &type, const void *object);
+
+// Requires that both compare as equal and hash alike.
+void require_equal(const Structure &type, const void *a, const void *b);
+
+}  // namespace tarn::fuzz
+
+#endif

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a receiver does that is handed a stream of frames: it finds each frame's table
+// by the LUID, reads the record, puts it in the table, and goes on behind the frame.
+#include <algorithm>
+#include <vector>
+
+#include "table/table.h"
+#include "tests/fuzz/fill.h"
+#include "tests/fuzz/input.h"
+#include "tests/fuzz/schema_items.h"
+#include "tests/fuzz/tabled.h"
+#include "tests/fuzz/wire_items.h"
+
+namespace tarn::fuzz {
+
+namespace {
+
+constexpr std::size_t most_frames = 64;
+
+struct Received {
+    const Table *model;
+    kel_record *record;
+    bool inserted;
+};
+
+// Reads one frame; answers the bytes that it takes, or 0 at the stream's end.
+u32 receive(const Round &round, const Buffer &stream, u32 cursor, std::vector<Received> &records) {
+    const Table *model = table_of_frame({stream.data() + cursor, stream.size() - cursor});
+    if (model == nullptr) return 0;
+    kel_record *record = nullptr;
+    u32 err = 0;
+    const u32 taken =
+        table::record_unmarshal(*model, round.handle(), round.tx(), &record, stream.data() + cursor,
+                                stream.size() - cursor, 0, &err);
+    const bool inserted = err == 0 && is_whole(*model, record) && insert(*model, round, record);
+    records.push_back({model, record, inserted});
+    return err == 0 ? taken : 0;
+}
+
+std::vector<Received> receive_all(const Round &round, const Buffer &stream) {
+    std::vector<Received> records;
+    for (u32 cursor = 0; cursor < stream.size() && records.size() < most_frames;) {
+        const u32 taken = receive(round, stream, cursor, records);
+        // A jump can point anywhere: a receiver doesn't step beyond what it was sent.
+        if (taken == 0 || taken > stream.size() - cursor) break;
+        cursor += taken;
+    }
+    return records;
+}
+
+}  // namespace
+
+void fuzz_frame(Bytes bytes) {
+    Input input(bytes);
+    const u8 flags = input.byte();
+    const Conditions conditions(flags);
+    const Buffer stream = input.rest();
+    const Round round(conditions);
+    const std::vector<Received> records = receive_all(round, stream);
+    for (const Received &each : records) {
+        if (!is_whole(*each.model, each.record)) continue;
+        use_forms(*each.model, round, each.record, flags);
+        if (!each.inserted) continue;
+        find(*each.model, round, each.record);
+        walk(*each.model, round);
+    }
+    // What a transaction brought goes with it.
+    if (conditions.home == Home::transaction && conditions.used) return;
+    for (const Received &each : records) destroy(*each.model, round, each.record);
+}
+
+}  // namespace tarn::fuzz

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
+#include "table/table.h"
+#include "tests/fuzz/exercise.h"
+#include "tests/fuzz/fill.h"
+#include "tests/fuzz/input.h"
+#include "tests/fuzz/schema_items.h"
+#include "tests/fuzz/tabled.h"
+
+namespace tarn::fuzz {
+
+namespace {
+
+void use_objects(const Table &model, const Round &round, kel_record *record, u8 room) {
+    use_forms(model, round, record, room);
+    exercise(*model.type, round, record->object, room);
+    if (model.key_type != nullptr) exercise(*model.key_type, round, record->key_object, room);
+}
+
+// Into a new record, or over one in use, which is then put among others.
+void read_record(const Table &model, const Round &round, const Conditions &conditions,
+                 const Buffer &form, u8 room) {
+    kel_handle *handle = round.handle();
+    Random random(2);
+    kel_record *neighbour = make_record(model, round, random);
+    require(insert(model, round, neighbour), "an empty table takes a record");
+
+    kel_record *record = conditions.used ? make_record(model, round, random) : nullptr;
+    kel_record *const before = record;
+    const bool in_place = conditions.used && conditions.in_place;
+    u32 err = 0;
+    table::record_unmarshal(model, handle, round.tx(), &record, form.data(), form.size(),
+                            in_place ? 1 : 0, &err);
+    if (before != record) destroy(model, round, before);
+    if (is_whole(model, record)) {
+        use_objects(model, round, record, room);
+        if (insert(model, round, record)) find(model, round, record);
+        walk(model, round);
+    }
+    destroy(model, round, record);
+    destroy(model, round, neighbour);
+}
+
+void read_key(const Table &model, const Round &round, const Buffer &form) {
+    kel_handle *handle = round.handle();
+    kel_table *table = round.table(model);
+    Random random(2);
+    kel_record *record = make_record(model, round, random);
+    insert(model, round, record);
+
+    void *pkey = nullptr;
+    u32 err = 0;
+    table::pkey_unmarshal(model, handle, round.tx(), &pkey, form.data(), form.size(), &err);
+    require(pkey != nullptr, "a key object is made, whatever is read");
+    for (const u32 nearest : {0U, 1U}) {
+        u32 error = 0;
+        table::search_by_object(model, handle, round.tx(), table, pkey, nearest, 1, &error);
+        require(error == 0, "a search makes no error");
+    }
+    table::pkey_destroy(model, handle, round.tx(), pkey);
+    destroy(model, round, record);
+}
+
+}  // namespace
+
+// The table's number; from the upper half on, its key.
+void fuzz_record(Bytes bytes) {
+    Input input(bytes);
+    const u8 item = input.byte();
+    const Conditions conditions(input.byte());
+    const u8 room = input.byte();
+    const Buffer form = input.rest();
+    const Table &model = *all_tables()[(item & 0x7fU) % all_tables().size()];
+    const Round round(conditions);
+    if ((item & 0x80U) == 0) {
+        read_record(model, round, conditions, form, room);
+    } else {
+        read_key(model, round, form);
+    }
+}
+
+}  // namespace tarn::fuzz

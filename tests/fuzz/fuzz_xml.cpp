@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <libxml/xmlerror.h>
+
+#include <memory>
+#include <string>
+
+#include "object/enumeration.h"
+#include "object/object.h"
+#include "table/table.h"
+#include "tests/fuzz/exercise.h"
+#include "tests/fuzz/fill.h"
+#include "tests/fuzz/input.h"
+#include "tests/fuzz/schema_items.h"
+#include "tests/fuzz/tabled.h"
+
+namespace tarn::fuzz {
+
+namespace {
+
+struct FreeDocument {
+    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
+};
+using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
+
+Document parse(const char *text, std::size_t length) {
+    return Document(kel_xml_parse(text, length));
+}
+
+// What is told of a failure: no byte beyond the length is written.
+struct Message {
+    explicit Message(u8 room) : buffer(room) {}
+    Buffer buffer;
+};
+
+// An element with elements inside is what an array costs a search each for.
+bool has_array(const Structure &type) {
+    for (const Field &field : fields_of(type)) {
+        if (field.kind == FieldKind::array) return true;
+    }
+    return false;
+}
+
+// Its own XML, read back, makes an equal object.
+void check_journey(const Structure &type, const Round &round, const void *object, u8 room) {
+    const std::string text = xml_of(type, round, object, room);
+    if (text.empty() || !has_enumerators_only(type, object) || has_array(type)) return;
+    const Document document = parse(text.data(), text.size());
+    require(document != nullptr, "an object's XML is well-formed");
+    void *copy = object::create(type, round.handle(), round.tx());
+    u32 err = 0;
+    const std::string path = std::string("/") + type.name;
+    object::from_xml(type, round.handle(), round.tx(), path.c_str(), document.get(), copy, &err,
+                     nullptr, 0);
+    require(err == 0, "an object's XML can be read back");
+    require_equal(type, object, copy);
+    object::destroy(type, round.handle(), round.tx(), copy);
+}
+
+void read_structure(const Structure &type, const Conditions &conditions, kel_xml_document *document,
+                    u8 room) {
+    const Round round(conditions);
+    Random random(3);
+    void *object = conditions.used ? make_object(type, round, random)
+                                   : object::create(type, round.handle(), round.tx());
+    Message message(room);
+    u32 err = 0;
+    const std::string path = std::string("//") + type.name;
+    object::from_xml(type, round.handle(), round.tx(), path.c_str(), document, object, &err,
+                     message.buffer.text(), message.buffer.size());
+    check_journey(type, round, object, room);
+    exercise(type, round, object, room);
+    object::destroy(type, round.handle(), round.tx(), object);
+}
+
+void read_enumeration(const Enumeration &type, const Conditions &conditions,
+                      kel_xml_document *document, u8 room) {
+    const Round round(conditions);
+    auto *object = enumeration::create(type, round.handle(), round.tx());
+    Message message(room);
+    u32 err = 0;
+    const std::string path = std::string("//") + type.name;
+    enumeration::from_xml(type, round.handle(), round.tx(), path.c_str(), document, object, &err,
+                          message.buffer.text(), message.buffer.size());
+    require(err == 0, "an enumeration is read, or keeps its value");
+    exercise(type, round, object, room);
+    enumeration::destroy(type, round.handle(), round.tx(), object);
+}
+
+// A document that is refused leaves its record behind, which nobody can then give
+// back: hence the transaction, which takes everything back.
+void read_record(const Table &model, Conditions conditions, kel_xml_document *document, u8 room) {
+    conditions.home = Home::transaction;
+    const Round round(conditions);
+    Message message(room);
+    u32 err = 0;
+    kel_record *record = table::record_from_xml(model, round.handle(), round.tx(), document, &err,
+                                                message.buffer.text(), message.buffer.size());
+    require((record != nullptr) == (err == 0), "a record is read, or an error reported");
+    if (is_whole(model, record)) {
+        use_forms(model, round, record, room);
+        if (insert(model, round, record)) find(model, round, record);
+        walk(model, round);
+    }
+    destroy(model, round, record);
+}
+
+void refuse_output(void *, const char *, ...) { require(false, "no complaint is printed"); }
+
+u32 count_element(kel_xml_document *, void *context) { return ++*static_cast<u32 *>(context) > 20; }
+
+}  // namespace
+
+void fuzz_xml(Bytes bytes) {
+    xmlSetGenericErrorFunc(nullptr, refuse_output);
+    Input input(bytes);
+    const u8 item = input.byte();
+    const Conditions conditions(input.byte());
+    const u8 room = input.byte();
+    Buffer text = input.rest();
+    const Document document = parse(text.text(), text.size());
+    if (document == nullptr) return;
+
+    const auto structures = static_cast<u32>(all_structures().size());
+    const auto enumerations = static_cast<u32>(all_enumerations().size());
+    const u32 choice = item % (structures + enumerations + module.table_count);
+    if (choice < structures) {
+        read_structure(*all_structures()[choice], conditions, document.get(), room);
+    } else if (choice < structures + enumerations) {
+        read_enumeration(*all_enumerations()[choice - structures], conditions, document.get(),
+                         room);
+    } else {
+        read_record(*all_tables()[choice - structures - enumerations], conditions, document.get(),
+                    room);
+    }
+    u32 elements = 0;
+    u32 answer = 0;
+    require(kel_xml_for_each(document.get(), "//*", count_element, &elements, &answer) == 0,
+            "a document has elements");
+}
+
+}  // namespace tarn::fuzz

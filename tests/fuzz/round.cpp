@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/fuzz/round.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "object/enumeration.h"
+#include "object/object.h"
+#include "table/table.h"
+#include "tests/fuzz/schema_items.h"
+
+namespace tarn::fuzz {
+
+void require(bool holds, const char *promise) {
+    if (holds) return;
+    std::fprintf(stderr, "broken: %s (%s)\n", promise, kel_error_text());
+    std::abort();
+}
+
+Conditions::Conditions(u8 flags)
+    : manner(static_cast<Manner>(flags % manners)),
+      used((flags & 4U) != 0),
+      in_place((flags & 8U) != 0),
+      home((flags & 0x30U) == 0x20U   ? Home::store
+           : (flags & 0x30U) == 0x30U ? Home::transaction
+                                      : Home::heap) {}
+
+namespace {
+
+u64 heap_blocks = 0;
+
+void *heap_alloc(void *, u32, u64 size) {
+    ++heap_blocks;
+    return std::malloc(size);
+}
+
+void heap_free(void *, u32, void *block) {
+    if (block == nullptr) return;
+    --heap_blocks;
+    std::free(block);
+}
+
+// Formatting is done before a line gets here, and nobody reads these.
+void drop_line(void *, std::uint16_t, u32, const char *) {}
+
+class Lab {
+ public:
+    Lab() {
+        kel_trace_set_sink(drop_line, nullptr);
+        require(kel_store_create_private(nullptr, &store_) == 0, "a store can be made");
+        for (u32 i = 0; i < manners; ++i) handles_[i] = make_handle(static_cast<Manner>(i));
+        alloc_hook_ = handles_[0]->alloc_hook;
+        free_hook_ = handles_[0]->free_hook;
+        for (const Table *model : all_tables()) tables_.push_back(open(*model));
+        for (kel_handle *handle : handles_) warm_up(handle);
+    }
+    ~Lab() {
+        for (kel_handle *handle : handles_) kel_handle_destroy(handle);
+        kel_store_close(store_);
+    }
+    Lab(const Lab &) = delete;
+    Lab &operator=(const Lab &) = delete;
+
+    kel_handle *handle(Manner manner, Home home) const {
+        kel_handle *handle = handles_[static_cast<u32>(manner)];
+        handle->alloc_hook = home == Home::heap ? heap_alloc : alloc_hook_;
+        handle->free_hook = home == Home::heap ? heap_free : free_hook_;
+        return handle;
+    }
+    const std::vector<kel_table *> &tables() const { return tables_; }
+    u64 blocks() const {
+        kel_store_description description;
+        kel_store_describe(store_, &description);
+        return description.blocks;
+    }
+
+ private:
+    kel_handle *make_handle(Manner manner) {
+        kel_handle *handle = nullptr;
+        const u32 store_types = manner == Manner::store_types ? 1 : 0;
+        require(kel_handle_create(store_, store_types, &handle) == 0, "a handle can be made");
+        if (manner == Manner::tracking) {
+            kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
+        }
+        if (manner != Manner::old) return handle;
+        for (const Structure *type : all_structures()) {
+            if (type->top_variant > 0) kel_handle_set_variant(handle, type->descriptor, 0);
+        }
+        return handle;
+    }
+    kel_table *open(const Table &model) {
+        u32 err = 0;
+        kel_table *table = table::open(model, handles_[0], KEL_TX_NONE, "fuzz", 0, 0, 0, 0,
+                                       KEL_OPEN_BY_NAME, &err);
+        require(table != nullptr && err == 0, "a table can be opened");
+        return table;
+    }
+    // Makes what a store keeps for an item once and for all.
+    static void warm_up(kel_handle *handle) {
+        u32 err = 0;
+        for (const Structure *type : all_structures()) {
+            object::destroy(*type, handle, KEL_TX_NONE, object::create(*type, handle, KEL_TX_NONE));
+        }
+        for (const Enumeration *type : all_enumerations()) {
+            enumeration::destroy(*type, handle, KEL_TX_NONE,
+                                 enumeration::create(*type, handle, KEL_TX_NONE));
+        }
+        for (const Table *model : all_tables()) {
+            kel_record *record = table::create_record(*model, handle, KEL_TX_NONE, 1, &err);
+            table::destroy_record(*model, handle, KEL_TX_NONE, record, &err);
+        }
+        require(err == 0, "a record can be made");
+    }
+
+    kel_store *store_ = nullptr;
+    std::array<kel_handle *, manners> handles_;
+    decltype(kel_handle::alloc_hook) alloc_hook_;
+    decltype(kel_handle::free_hook) free_hook_;
+    std::vector<kel_table *> tables_;
+};
+
+const Lab &lab() {
+    static const Lab only;
+    return only;
+}
+
+}  // namespace
+
+Round::Round(const Conditions &conditions)
+    : handle_(lab().handle(conditions.manner, conditions.home)),
+      manner_(conditions.manner),
+      home_(conditions.home),
+      blocks_(lab().blocks()) {
+    handle_->last_error = 0;
+    if (home_ != Home::transaction) return;
+    require(kel_transaction_begin(handle_, &tx_) == 0, "a transaction can be begun");
+    handle_->cr_tx_id = tx_;
+}
+
+Round::~Round() {
+    if (home_ == Home::transaction) {
+        require(kel_transaction_rollback(handle_, tx_) == 0, "a transaction can be taken back");
+        handle_->cr_tx_id = KEL_TX_NONE;
+    }
+    require(heap_blocks == 0, "each block on the heap is given back once");
+    require(lab().blocks() == blocks_, "each block of the store is given back once");
+}
+
+kel_table *Round::table(const Table &model) const {
+    for (u32 i = 0; i < all_tables().size(); ++i) {
+        if (all_tables()[i] == &model) return lab().tables()[i];
+    }
+    return nullptr;
+}
+
+}  // namespace tarn::fuzz

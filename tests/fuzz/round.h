@@ -1,0 +1,62 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// One store for all inputs, and a round a piece of input: a handle in the manner that
+// the input asks for, and blocks that must all be gone when the round ends.
+#ifndef TARNBASE_TESTS_FUZZ_ROUND_H
+#define TARNBASE_TESTS_FUZZ_ROUND_H
+
+#include "frame/schema.h"
+#include "tarnbase/embedded.h"
+#include "tests/fuzz/targets.h"
+
+namespace tarn::fuzz {
+
+// Ends the process, saying what was promised, unless the promise holds.
+void require(bool holds, const char *promise);
+
+// How a handle deals with objects. `old`: its domain has variant 0 of each type.
+enum class Manner { plain, tracking, store_types, old };
+inline constexpr u32 manners = 4;
+
+// Where objects, records and texts live. On the heap each block has its exact size,
+// so that a sanitizer sees what is touched beyond it.
+enum class Home { heap, store, transaction };
+
+// The byte in front of an input:
+//   bits 0, 1   manner
+//   bit 2       the object is in use, with long texts
+//   bit 3       in_place
+//   bits 4, 5   home: 0 and 1 heap, 2 store, 3 a transaction that is taken back
+struct Conditions {
+    explicit Conditions(u8 flags);
+
+    Manner manner;
+    bool used;
+    bool in_place;
+    Home home;
+};
+
+class Round {
+ public:
+    explicit Round(const Conditions &conditions);
+    // Requires that no block was left behind.
+    ~Round();
+    Round(const Round &) = delete;
+    Round &operator=(const Round &) = delete;
+
+    kel_handle *handle() const { return handle_; }
+    u32 tx() const { return tx_; }
+    bool tracking() const { return manner_ == Manner::tracking; }
+    // An open table of that model, empty between rounds.
+    kel_table *table(const Table &model) const;
+
+ private:
+    kel_handle *handle_;
+    u32 tx_ = KEL_TX_NONE;
+    Manner manner_;
+    Home home_;
+    u64 blocks_;
+};
+
+}  // namespace tarn::fuzz
+
+#endif

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/fuzz/seeds.h"
+
+#include <set>
+#include <vector>
+
+#include "object/object.h"
+#include "table/table.h"
+#include "tests/fuzz/exercise.h"
+#include "tests/fuzz/fill.h"
+#include "tests/fuzz/forms.h"
+#include "tests/fuzz/mutate.h"
+#include "tests/fuzz/schema_items.h"
+
+namespace tarn::fuzz {
+
+namespace {
+
+constexpr u8 half_room = 128;
+
+const char *const manner_names[manners] = {"plain", "tracking", "store_types", "old"};
+
+void give(const TakeSeed &take, const std::string &name, std::vector<u8> bytes, Bytes form) {
+    bytes.insert(bytes.end(), form.begin(), form.end());
+    take(name, bytes);
+}
+
+std::string named(const char *item, u32 manner) {
+    return std::string(item) + "." + manner_names[manner];
+}
+
+// `item` is what selects it in an input; `manner` is how it was written, and the
+// manners take turns at reading it.
+u8 conditions_of(u32 item, u32 manner) {
+    return static_cast<u8>((manner + item) % manners | (item % 2) << 2 | (item % 4) << 4);
+}
+
+void object_seeds(const TakeSeed &take) {
+    u32 item = 0;
+    for (const Structure *type : all_structures()) {
+        for (u32 manner = 0; manner < 2; ++manner) {
+            const Round round(Conditions(static_cast<u8>(manner)));
+            Random random(item);
+            void *object = make_object(*type, round, random);
+            give(take, named(type->name, manner),
+                 {static_cast<u8>(item), conditions_of(item, manner), half_room},
+                 wire(*type, round, object));
+            object::destroy(*type, round.handle(), round.tx(), object);
+        }
+        ++item;
+    }
+    for (const Enumeration *type : all_enumerations()) {
+        const u8 last[] = {0, static_cast<u8>(type->count - 1), 0, 0, 0};
+        give(take, type->name, {static_cast<u8>(item), conditions_of(item, 0), half_room}, last);
+        ++item;
+    }
+}
+
+std::vector<u8> key_form(const Table &model, const Round &round, const kel_record *record) {
+    u32 err = 0;
+    const u32 length = table::pkey_len(model, round.handle(), round.tx(), record);
+    std::vector<u8> bytes(length + 1);
+    table::pkey_marshal(model, round.handle(), round.tx(), bytes.data(), record, length, &err);
+    require(err == 0, "a key can be marshalled");
+    bytes.resize(length);
+    return bytes;
+}
+
+void record_seeds(const TakeSeed &take) {
+    constexpr u8 key = 0x80;
+    u8 item = 0;
+    for (const Table *model : all_tables()) {
+        for (u32 manner = 0; manner < 2; ++manner) {
+            const Round round(Conditions(static_cast<u8>(manner)));
+            Random random(item);
+            kel_record *record = make_record(*model, round, random);
+            const u8 conditions = conditions_of(item, manner);
+            give(take, named(model->name, manner), {item, conditions, half_room},
+                 frame(*model, round, record));
+            give(take, named(model->name, manner) + ".key",
+                 {static_cast<u8>(key | item), conditions, half_room},
+                 key_form(*model, round, record));
+            u32 err = 0;
+            table::destroy_record(*model, round.handle(), round.tx(), record, &err);
+        }
+        ++item;
+    }
+}
+
+Bytes bytes_of(const std::string &text) {
+    return {reinterpret_cast<const u8 *>(text.data()), text.size()};
+}
+
+void xml_seeds(const TakeSeed &take) {
+    u32 item = 0;
+    for (const Structure *type : all_structures()) {
+        const Round round(Conditions(static_cast<u8>(item % 2)));
+        Random random(item);
+        void *object = make_object(*type, round, random);
+        give(take, type->name, {static_cast<u8>(item), conditions_of(item, 0), half_room},
+             bytes_of(xml_of(*type, round, object, half_room)));
+        object::destroy(*type, round.handle(), round.tx(), object);
+        ++item;
+    }
+    for (const Enumeration *type : all_enumerations()) {
+        const std::string text = std::string("<") + type->name + "><" + type->enumerators->name +
+                                 "/></" + type->name + ">";
+        give(take, type->name, {static_cast<u8>(item), conditions_of(item, 0), half_room},
+             bytes_of(text));
+        ++item;
+    }
+    for (const Table *model : all_tables()) {
+        const Round round(Conditions(0));
+        Random random(item);
+        kel_record *record = make_record(*model, round, random);
+        const auto text = text_form(half_room, [&](char *buffer, u32 length, u32 *err) {
+                              return table::record_to_xml(*model, round.handle(), round.tx(),
+                                                          buffer, record, length, err);
+                          }).first;
+        give(take, model->name, {static_cast<u8>(item), conditions_of(item, 0), half_room},
+             bytes_of(text));
+        u32 err = 0;
+        table::destroy_record(*model, round.handle(), round.tx(), record, &err);
+        ++item;
+    }
+}
+
+void frame_seeds(const TakeSeed &take) {
+    constexpr u32 streams = 64;
+    for (u32 i = 0; i < streams; ++i) {
+        Random random(i);
+        take("stream_" + std::to_string(i), new_stream(random));
+    }
+}
+
+// ---- Dictionaries ----------------------------------------------------------------
+
+std::string entry(Bytes bytes) {
+    constexpr char digits[] = "0123456789abcdef";
+    std::string line = "\"";
+    for (const u8 byte : bytes) {
+        line += "\\x";
+        line += digits[byte >> 4];
+        line += digits[byte & 15];
+    }
+    return line + "\"\n";
+}
+
+std::string wire_words() {
+    std::string words;
+    for (const Table *model : all_tables()) words += entry({model->luid, 16});
+    constexpr u32 numbers[] = {0, 1, 1440, 0x7fffffff, 0x80000000, 0xffffffff, 0x7ffffff0};
+    for (const u32 number : numbers) words += entry({reinterpret_cast<const u8 *>(&number), 4});
+    // Beginnings of objects: each variant and each flag, with a jump.
+    constexpr u8 starts[][6] = {{0, 0, 10, 0, 0, 0},      {1, 0, 10, 0, 0, 0}, {255, 0, 4, 0, 0, 0},
+                                {0, 8, 12, 0, 0, 0},      {0, 32, 0, 0, 0, 0}, {3, 40, 0, 0, 0, 0},
+                                {127, 8, 255, 255, 0, 0}, {128, 0, 4, 0, 0, 0}};
+    for (const auto &start : starts) words += entry(start);
+    constexpr u8 header[] = {188, 255, 255, 255, 255, 255, 255, 0};
+    return words + entry(header);
+}
+
+void add_tags(std::set<std::string> &words, const std::string &name) {
+    words.insert("<" + name + ">");
+    words.insert("</" + name + ">");
+}
+
+std::string xml_words() {
+    std::set<std::string> words = {
+        "<!--",      "-->",      "<![CDATA[",    "]]>",   "<?xml version='1.0'?>",
+        "&amp;",     "&lt;",     "&#0;",         "&#10;", "&#x10ffff;",
+        "<!DOCTYPE", "<!ENTITY", " state=\"2\"", "/>",    "xmlns='a'"};
+    for (const Structure *type : all_structures()) {
+        add_tags(words, type->name);
+        for (const Field &field : fields_of(*type)) add_tags(words, field.name);
+    }
+    for (const Enumeration *type : all_enumerations()) {
+        add_tags(words, type->name);
+        for (u32 i = 0; i < type->count; ++i) {
+            words.insert(std::string("<") + type->enumerators[i].name + "/>");
+        }
+    }
+    for (const Table *model : all_tables()) add_tags(words, model->name);
+    std::string lines;
+    for (const std::string &word : words) lines += entry(bytes_of(word));
+    return lines;
+}
+
+}  // namespace
+
+void make_seeds(const Target &target, const TakeSeed &take) {
+    if (target.run == fuzz_object) return object_seeds(take);
+    if (target.run == fuzz_record) return record_seeds(take);
+    if (target.run == fuzz_xml) return xml_seeds(take);
+    frame_seeds(take);
+}
+
+std::string make_dictionary(const Target &target) {
+    return target.run == fuzz_xml ? xml_words() : wire_words();
+}
+
+}  // namespace tarn::fuzz

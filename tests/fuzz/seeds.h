@@ -1,0 +1,22 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// What fuzzing starts from: forms of real objects, and the words of each format.
+#ifndef TARNBASE_TESTS_FUZZ_SEEDS_H
+#define TARNBASE_TESTS_FUZZ_SEEDS_H
+
+#include <functional>
+#include <string>
+
+#include "tests/fuzz/targets.h"
+
+namespace tarn::fuzz {
+
+// Gives each seed of a target, with a name.
+using TakeSeed = std::function<void(const std::string &name, Bytes bytes)>;
+void make_seeds(const Target &target, const TakeSeed &take);
+
+// A target's dictionary, in libFuzzer's notation.
+std::string make_dictionary(const Target &target);
+
+}  // namespace tarn::fuzz
+
+#endif

@@ -1,0 +1,42 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// What is fed with hostile bytes. Each target takes any bytes at all and ends the
+// process if a promise is broken; the sanitizers watch over the memory.
+#ifndef TARNBASE_TESTS_FUZZ_TARGETS_H
+#define TARNBASE_TESTS_FUZZ_TARGETS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace tarn::fuzz {
+
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+using u64 = std::uint64_t;
+using Bytes = std::span<const u8>;
+
+// The wire form of an object: item, conditions, room, then the bytes to read.
+void fuzz_object(Bytes input);
+// A record's frame or a key: table, conditions, room, then the bytes to read.
+void fuzz_record(Bytes input);
+// A document: item, conditions, room, then its text.
+void fuzz_xml(Bytes input);
+// A stream of frames, told apart by their LUIDs: conditions, then the frames.
+void fuzz_frame(Bytes input);
+
+struct Target {
+    std::string_view name;
+    void (*run)(Bytes input);
+};
+inline constexpr Target targets[] = {
+    {"object", fuzz_object},
+    {"record", fuzz_record},
+    {"xml", fuzz_xml},
+    {"frame", fuzz_frame},
+};
+
+}  // namespace tarn::fuzz
+
+#endif

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs a target over files, and makes what fuzzing starts from:
+//   fuzz_tool replay TARGET PATH...   each file, and each file of a folder
+//   fuzz_tool seeds DIR               DIR/TARGET/..., and DIR/TARGET.dict
+//   fuzz_tool mutate COUNT SEED       streams of frames, changed COUNT times
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/fuzz/mutate.h"
+#include "tests/fuzz/seeds.h"
+#include "tests/fuzz/targets.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace tarn::fuzz;
+
+std::vector<u8> read_file(const fs::path &path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw std::runtime_error("cannot read " + path.string());
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void write_file(const fs::path &path, Bytes bytes) {
+    std::ofstream out(path, std::ios::binary);
+    out.write(reinterpret_cast<const char *>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+    if (!out) throw std::runtime_error("cannot write " + path.string());
+}
+
+// The files at a path, in the order of their names.
+std::vector<fs::path> files_at(const fs::path &path) {
+    if (!fs::is_directory(path)) return {path};
+    std::vector<fs::path> files;
+    for (const fs::directory_entry &entry : fs::directory_iterator(path)) {
+        if (entry.is_regular_file()) files.push_back(entry.path());
+    }
+    std::ranges::sort(files);
+    return files;
+}
+
+// Names each file first, so that a crash tells which one it was.
+int replay(const Target &target, const std::vector<std::string> &paths) {
+    std::size_t count = 0;
+    for (const std::string &path : paths) {
+        for (const fs::path &file : files_at(path)) {
+            std::printf("%s\n", file.c_str());
+            std::fflush(stdout);
+            target.run(read_file(file));
+            ++count;
+        }
+    }
+    std::printf("%zu inputs\n", count);
+    return count == 0 ? 1 : 0;
+}
+
+int write_seeds(const fs::path &folder) {
+    for (const Target &target : targets) {
+        const fs::path name(target.name);
+        fs::create_directories(folder / name);
+        make_seeds(target, [&](const std::string &seed, Bytes bytes) {
+            write_file(folder / name / seed, bytes);
+        });
+        const std::string words = make_dictionary(target);
+        write_file(folder / (name.string() + ".dict"),
+                   {reinterpret_cast<const u8 *>(words.data()), words.size()});
+    }
+    return 0;
+}
+
+Random *byte_source = nullptr;
+
+std::size_t change_a_byte(u8 *data, std::size_t size, std::size_t) {
+    if (size != 0) data[byte_source->word() % size] = static_cast<u8>(byte_source->word());
+    return size;
+}
+
+// Without a fuzzer's guidance, but wherever the tests run. A stream that breaks a
+// promise is left behind in the file.
+int mutate(u32 count, u32 seed) {
+    constexpr std::size_t longest = 8192;
+    constexpr u32 changes_a_stream = 12;
+    const fs::path left = "stream_" + std::to_string(seed);
+    Random random(seed);
+    byte_source = &random;
+    std::vector<u8> stream;
+    for (u32 i = 0; i < count; ++i) {
+        if (i % changes_a_stream == 0) stream = new_stream(random);
+        mutate_stream(stream, longest, random, change_a_byte);
+        write_file(left, stream);
+        fuzz_frame(stream);
+    }
+    fs::remove(left);
+    std::printf("%u streams\n", count);
+    return 0;
+}
+
+int run(const std::vector<std::string> &arguments) {
+    if (arguments.size() == 2 && arguments[0] == "seeds") return write_seeds(arguments[1]);
+    if (arguments.size() == 3 && arguments[0] == "mutate") {
+        return mutate(static_cast<u32>(std::stoul(arguments[1])),
+                      static_cast<u32>(std::stoul(arguments[2])));
+    }
+    for (const Target &target : targets) {
+        if (arguments.size() > 2 && arguments[0] == "replay" && arguments[1] == target.name) {
+            return replay(target, {arguments.begin() + 2, arguments.end()});
+        }
+    }
+    std::fprintf(stderr,
+                 "usage: fuzz_tool replay object|record|xml|frame PATH...\n"
+                 "       fuzz_tool seeds DIR\n"
+                 "       fuzz_tool mutate COUNT SEED\n");
+    return 2;
+}
+
+}  // namespace
+
+int main(int count, char **words) try {
+    return run({words + 1, words + count});
+} catch (const std::exception &failure) {
+    std::fprintf(stderr, "fuzz_tool: %s\n", failure.what());
+    return 2;
+}
