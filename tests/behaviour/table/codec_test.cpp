@@ -1,47 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// Records and keys on the wire, and the modified test.
+// Records written to the wire.
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/behaviour/table/fixture.h"
+#include "tests/behaviour/table/wire_fixture.h"
 
 namespace tarn::test {
 namespace {
 
-constexpr u32 header_size = 27;
-constexpr u32 frame_size = 43;
-constexpr u8 untouched = 0xa5;
-
-using Bytes = std::vector<u8>;
-
-class Wire : public TableTest {
- protected:
-    u32 object_len(const kel_record *record) { return s.object.len(handle, tx, record->object); }
-    u32 key_len(const kel_record *record) {
-        return s.has_key_object() ? s.key_object.len(handle, tx, record->key_object) : 0;
-    }
-    Bytes marshalled(const kel_record *record) {
-        Bytes bytes(s.plain.len(handle, tx, record));
-        EXPECT_EQ(
-            s.plain.marshal(handle, tx, bytes.data(), record, static_cast<u32>(bytes.size()), &err),
-            bytes.size());
-        EXPECT_EQ(err, 0U);
-        return bytes;
-    }
-    std::string empty_text(const char *type) {
-        return std::string("(ERR): Failed to marshal ") + s.name + " record: Field " + type +
-               " is empty";
-    }
-    void expect_same(kel_record *a, kel_record *b) {
-        EXPECT_EQ(s.object.compare(a->object, b->object), 0);
-        if (s.has_key_object()) {
-            EXPECT_EQ(s.key_object.compare(a->key_object, b->key_object), 0);
-        }
-    }
-};
+class Wire : public WireTest {};
 TARN_EACH_TABLE_AND_MODE(Wire);
 
 TEST_P(Wire, ARecordIsHeaderIdentityAndObjects) {
@@ -109,12 +79,17 @@ TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
 
 TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
     kel_record *record = make(1);
-    const u32 length = frame_size + 7;    // the object's first fields don't fit
-    Bytes buffer(length + 1, untouched);  // a state byte may land behind the end
-    s.plain.marshal(handle, tx, buffer.data(), record, length, &err);
-    EXPECT_EQ(err, 90U);
-    EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + header_size), Bytes(header_size, 0));
-    EXPECT_EQ(spies.count("_kel_message_header_marshal"), 0U);
+    // No room at all for the object, or none for its first fields.
+    const struct { u32 length, error; } cases[] = {{frame_size, 12}, {frame_size + 7, 90}};
+    for (const auto &c : cases) {
+        Bytes buffer(c.length + 1, untouched);  // a state byte may land behind the end
+        err = 0;
+        EXPECT_GE(s.plain.marshal(handle, tx, buffer.data(), record, c.length, &err), frame_size);
+        EXPECT_EQ(err, c.error);
+        EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + header_size), Bytes(header_size, 0));
+        EXPECT_EQ(0, std::memcmp(buffer.data() + header_size, s.luid, 16));
+        EXPECT_EQ(spies.count("_kel_message_header_marshal"), 0U);
+    }
 }
 
 TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
@@ -146,122 +121,6 @@ TEST_P(Wire, ARecordWithoutItsKeyObjectIsErrorTwoBehindTheObject) {
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type_name)), 1U) << trace.all();
     EXPECT_EQ(spies.count("_kel_message_header_marshal"), 0U);
     s.key_object.destroy(handle, tx, key);
-}
-
-TEST_P(Wire, ARecordIsReadBackWithSourceOne) {
-    kel_record *record = make(1, 7, 5);
-    const Bytes bytes = marshalled(record);
-    for (const Operations *form : {&s.plain, &s.unsafe}) {
-        kel_record *read = nullptr;
-        EXPECT_EQ(form->unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()),
-                                  0, &err),
-                  bytes.size());
-        ASSERT_EQ(err, 0U);
-        ASSERT_NE(read, nullptr);
-        expect_same(read, record);
-        EXPECT_EQ(key_of(read), 1U);
-        EXPECT_EQ(s.get_value(handle, read->object), 5U);
-        EXPECT_EQ(read->src, KEL_SOURCE_DEFAULT);
-        EXPECT_EQ(read->ref_count, 1U);
-        EXPECT_EQ(read->flags, 0U);
-        insert(read);
-        destroy(read);
-    }
-}
-
-TEST_P(Wire, ARecordIsReadIntoOneThatIsThere) {
-    const Bytes bytes = marshalled(make(1, 1, 5));
-    kel_record *target = make(2, 7, 6);
-    kel_record *const same = target;
-    void *const object = target->object;
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), static_cast<u32>(bytes.size()),
-                                1, &err),
-              bytes.size());
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(target, same);
-    EXPECT_EQ(target->object, object);
-    EXPECT_EQ(target->src, 7U);
-    EXPECT_EQ(key_of(target), 1U);
-    EXPECT_EQ(s.get_value(handle, target->object), 5U);
-}
-
-TEST_P(Wire, ReadingInPlaceNeedsARecordWithItsObjects) {
-    const Bytes bytes = marshalled(make(1));
-    const u32 length = static_cast<u32>(bytes.size());
-    kel_record *target = nullptr;
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), length, 1, &err), 0U);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
-    EXPECT_EQ(target, nullptr);
-
-    err = 0;
-    target = s.plain.create_record(handle, tx, &err);
-    kel_record *const same = target;
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), length, 1, &err), frame_size);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(target, same);
-    EXPECT_EQ(target->object, nullptr);
-    err = 0;
-    destroy(target);
-}
-
-TEST_P(Wire, ReadingWithoutMemoryIsErrorTwelve) {
-    const Bytes bytes = marshalled(make(1));
-    HookRecorder hooks(handle);
-    hooks.fail_allocations(true);
-    kel_record *read = nullptr;
-    EXPECT_EQ(
-        s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
-        0U);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
-    EXPECT_EQ(read, nullptr);
-}
-
-TEST_P(Wire, ARecordWhoseObjectCannotBeMadeIsStoredAllTheSame) {
-    const Bytes bytes = marshalled(make(1));
-    kel_record *read = nullptr;
-    kel_store_fail_allocation(session.store(), 2);
-    EXPECT_EQ(
-        s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
-        frame_size);
-    kel_store_fail_allocation(session.store(), 0);
-    EXPECT_EQ(err, 12U);
-    ASSERT_NE(read, nullptr);
-    EXPECT_EQ(read->object, nullptr);
-    err = 0;
-    destroy(read);
-}
-
-TEST_P(Wire, AFrameThatEndsEarlyLeavesTheRecordWithTheError) {
-    const Bytes bytes = marshalled(make(1));
-    kel_record *read = nullptr;
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &read, bytes.data(), 20, 0, &err), 16U);
-    EXPECT_EQ(err, 90U);
-    ASSERT_NE(read, nullptr);
-    EXPECT_NE(read->object, nullptr);
-    err = 0;
-    destroy(read);
-
-    read = nullptr;
-    s.plain.unmarshal(handle, tx, &read, bytes.data(), frame_size + 8, 0, &err);
-    EXPECT_EQ(err, 90U);
-    ASSERT_NE(read, nullptr);
-    err = 0;
-    destroy(read);
-}
-
-TEST_P(Wire, IdentityAndHeaderAreNotLookedAt) {
-    kel_record *record = make(1, 1, 5);
-    Bytes bytes = marshalled(record);
-    std::memset(bytes.data(), untouched, frame_size);
-    kel_record *read = nullptr;
-    EXPECT_EQ(
-        s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
-        bytes.size());
-    EXPECT_EQ(err, 0U);
-    expect_same(read, record);
-    destroy(read);
 }
 
 TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
@@ -307,78 +166,123 @@ TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_P(Wire, AKeyTravelsWithoutAFrame) {
-    kel_record *record = make(9 % s.keys);
-    const u32 length = s.plain.pkey_len(handle, tx, record);
-    EXPECT_EQ(s.unsafe.pkey_len(handle, tx, record), length);
-    if (s.has_key_object()) {
-        EXPECT_EQ(length, key_len(record));
-    }
-    Bytes bytes(length + 1, untouched);
-    for (const Operations *form : {&s.plain, &s.unsafe}) {
-        std::fill(bytes.begin(), bytes.end(), untouched);
-        EXPECT_EQ(form->pkey_marshal(handle, tx, bytes.data(), record, length, &err), length);
-        EXPECT_EQ(err, 0U);
-        EXPECT_EQ(bytes[length], untouched);
-        void *pkey = nullptr;
-        EXPECT_EQ(form->pkey_unmarshal(handle, tx, &pkey, bytes.data(), length, &err), length);
-        EXPECT_EQ(err, 0U);
-        ASSERT_NE(pkey, nullptr);
-        EXPECT_EQ(s.get_key(handle, pkey), 9 % s.keys);
-        form->pkey_destroy(handle, tx, pkey);
-    }
-    std::fill(bytes.begin(), bytes.end(), untouched);
-    EXPECT_EQ(s.plain.pkey_marshal(handle, tx, bytes.data(), record, length - 1, &err), 0U);
-    EXPECT_EQ(err, 90U);
-    EXPECT_EQ(handle->last_error, 90U);
-    EXPECT_EQ(bytes, Bytes(length + 1, untouched));
+TEST_P(Wire, TheHeaderComesLast) {
+    kel_record *record = make(1, 1, 5);
+    Bytes bytes(s.plain.len(handle, tx, record), untouched), before;
+    spies.at_each = [&](const std::string &service) {
+        if (service == "_kel_message_header_marshal") before = bytes;
+    };
+    const u32 length = static_cast<u32>(bytes.size());
+    s.plain.marshal(handle, tx, bytes.data(), record, length, &err);
+    ASSERT_EQ(before.size(), bytes.size());
+    EXPECT_EQ(Bytes(before.begin(), before.begin() + header_size), Bytes(header_size, 0));
+    EXPECT_TRUE(
+        std::equal(before.begin() + header_size, before.end(), bytes.begin() + header_size));
 }
 
-TEST_P(Wire, AKeyIsReadToAnAddressOnly) {
-    const u8 bytes[64] = {};
-    EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, nullptr, bytes, 64, &err), 0U);
-    EXPECT_EQ(err, 14U);
-    EXPECT_EQ(handle->last_error, 14U);
-}
-
-TEST_P(Wire, AKeyReadWithoutMemoryIsErrorTwelve) {
-    const u8 bytes[64] = {};
-    void *pkey = nullptr;
-    HookRecorder hooks(handle);
-    hooks.fail_allocations(true);
-    EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, &pkey, bytes, 64, &err), 0U);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
-    EXPECT_EQ(pkey, nullptr);
-}
-
-TEST_P(Wire, AKeyIsStoredAlsoWhenItsReadFails) {
-    const u8 bytes[64] = {};
-    void *pkey = nullptr;
-    s.plain.pkey_unmarshal(handle, tx, &pkey, bytes, 0, &err);
-    EXPECT_NE(err, 0U);
-    EXPECT_NE(pkey, nullptr);
-    s.plain.pkey_destroy(handle, tx, pkey);
-}
-
-TEST_P(Wire, AModifiedRecordSaysSoOnce) {
-    kel_record *record = put(1);
-    EXPECT_EQ(s.plain.is_modified(handle, tx, record, &err), 0U);
-    s.set_value(handle, tx, record->object, 6, &err);
+TEST_P(Wire, AMissingKeyObjectHasTheLastWordOverAValueThatDoesNotFit) {
+    if (!s.has_key_object()) return;
+    kel_record *record = make(1);
+    void *key = s.key_object.detach(handle, tx, record);
+    Bytes buffer(frame_size + 8, untouched);
     TraceCapture trace;
-    EXPECT_EQ(s.plain.is_modified(handle, tx, record, &err), 1U);
-    EXPECT_EQ(trace.count(KEL_TRACE_INFO, "(info): Record was modified"), 1U) << trace.all();
-    EXPECT_EQ(s.unsafe.is_modified(handle, tx, record, &err), 0U);
-    s.set_value(handle, tx, record->object, 6, &err);
-    EXPECT_EQ(s.unsafe.is_modified(handle, tx, record, &err), 1U);
+    s.plain.marshal(handle, tx, buffer.data(), record, frame_size + 7, &err);
+    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type_name)), 1U);
+    s.key_object.destroy(handle, tx, key);
+}
+
+TEST_P(Wire, WhatIsTheRecordsOwnDoesNotTravel) {
+    kel_record *record = make(1, 1, 5);
+    const Bytes bytes = marshalled(record);
+    record->src = 7;
+    record->tenant_id = 9;
+    record->flags = KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED;
+    record->ref_count = 3;
+    EXPECT_EQ(marshalled(record), bytes);
+    kel_record *read = nullptr;
+    kel_thread_set_tenant(4);
+    s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err);
+    EXPECT_EQ(read->src, KEL_SOURCE_DEFAULT);
+    EXPECT_EQ(read->tenant_id, 4U);
+    EXPECT_EQ(read->flags, 0U);
+    EXPECT_EQ(read->ref_count, 1U);
+}
+
+TEST_P(Wire, NeedsMoreThanItsLengthForAnObjectWithRaData) {
+    kel_record *record = make(1);
+    const u32 length = s.plain.len(handle, tx, record);
+    kellib_update_ra_all(handle, tx, record->object, 77, 1);
+    EXPECT_EQ(s.plain.len(handle, tx, record), length);
+    Bytes bytes(length + 64);
+    s.plain.marshal(handle, tx, bytes.data(), record, length, &err);
+    EXPECT_EQ(err, 90U);
+    err = 0;
+    EXPECT_GT(s.plain.marshal(handle, tx, bytes.data(), record, length + 64, &err), length);
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Wire, AModifiedKeyObjectCountsToo) {
-    if (!s.has_key_object()) return;
-    kel_record *record = put(1);
-    s.set_key(handle, tx, record->key_object, 1, &err);
-    EXPECT_EQ(s.plain.is_modified(handle, tx, record, &err), 1U);
+TEST_P(Wire, NoFormButAReadMakesABlock) {
+    kel_record *record = put(1, 1, 5);
+    std::vector<char> area(1U << 20, ' ');
+    const u32 room = 1U << 20;
+    HookRecorder hooks(handle);
+    s.plain.len(handle, tx, record);
+    s.plain.marshal(handle, tx, area.data(), record, room, &err);
+    s.plain.pkey_len(handle, tx, record);
+    s.plain.pkey_marshal(handle, tx, area.data(), record, room, &err);
+    std::fill(area.begin(), area.end(), ' ');
+    s.plain.print(handle, tx, area.data(), record, room, &err);
+    s.plain.pkey_print(handle, tx, table, record, area.data(), room, &err);
+    s.plain.to_xml(handle, tx, area.data(), record, room, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(hooks.count(Hook::alloc), 0U);
+    EXPECT_EQ(hooks.count(Hook::write_log), 0U);
+    EXPECT_EQ(hooks.count(Hook::free), 0U);
+}
+
+TEST_P(Wire, EachFormClearsTheLastErrorFirst) {
+    kel_record *record = make(1);
+    const Bytes bytes = marshalled(record);
+    const u32 length = static_cast<u32>(bytes.size());
+    Bytes buffer(length + 64);
+    kel_record *read = nullptr;
+    void *pkey = nullptr;
+    const auto expect_cleared = [&](const auto &form) {
+        handle->last_error = 22;
+        spies.clear();
+        form();
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(handle->last_error, 0U);
+        EXPECT_EQ(spies.calls.at(0).service, "kel_clear_last_error");
+    };
+    expect_cleared([&] { s.plain.marshal(handle, tx, buffer.data(), record, length + 64, &err); });
+    expect_cleared([&] { s.plain.unmarshal(handle, tx, &read, bytes.data(), length, 0, &err); });
+    u32 written = 0;
+    expect_cleared([&] {
+        written = s.plain.pkey_marshal(handle, tx, buffer.data(), record, length + 64, &err);
+    });
+    expect_cleared(
+        [&] { s.plain.pkey_unmarshal(handle, tx, &pkey, buffer.data(), written, &err); });
+    expect_cleared([&] { s.plain.is_modified(handle, tx, record, &err); });
+    destroy(read);
+    s.plain.pkey_destroy(handle, tx, pkey);
+}
+
+TEST_P(Wire, TheCrFormTracesTheErrorThatItMeetsAsThePlainOneDoes) {
+    kel_record *record = make(1);
+    Bytes buffer(64, untouched);
+    handle->last_error = 22;
+    TraceCapture trace;
+    EXPECT_EQ(s.cr.marshal(handle, record, buffer.data(), 64), 0xffffffffU);
+    EXPECT_EQ(trace.count(KEL_TRACE_DEBUG, std::string("(debug): Error present in call to table "
+                                                       "marshal: ") +
+                                               std::strerror(22)),
+              1U)
+        << trace.all();
+    EXPECT_EQ(s.cr.len(handle, record), 0U);
+    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(buffer, Bytes(64, untouched));
 }
 
 class LdapWire : public LdapTest {};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The object slots of a record: attaching hands an object over for good.
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -52,6 +53,13 @@ TEST_P(Fields, AreNullUntilAnObjectIsAttached) {
         EXPECT_EQ(hooks.events[0].length, 8U);
         EXPECT_EQ(hooks.events[0].before, std::vector<u8>(8, 0));
         EXPECT_EQ(hooks.events[0].tx_id, tx);
+        // Last of all the object's own flags are told of, not yet marked.
+        const HookEvent &mark = hooks.events.back();
+        EXPECT_EQ(mark.hook, Hook::write_log);
+        EXPECT_EQ(mark.address, &static_cast<kel_object *>(object)->flags);
+        ASSERT_EQ(mark.length, 1U);
+        EXPECT_EQ(mark.before[0], flags_of(object) & ~OBJ_EMBEDDED);
+        for (const HookEvent &event : hooks.events) EXPECT_EQ(event.tx_id, tx);
         EXPECT_EQ(handle->last_error, 0U);
         commit();
         destroy(record);
@@ -93,6 +101,9 @@ TEST_P(Fields, RefuseANestedObject) {
         slot.slot->set(handle, tx, record, object);
         EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, refusal)) << trace.all();
         EXPECT_EQ(slot.place(record), nullptr);
+        slot.slot->free_and_set(handle, tx, record, object);
+        EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, free_refusal)) << trace.all();
+        EXPECT_EQ(slot.place(record), nullptr);
         static_cast<kel_object *>(object)->flags &= static_cast<u8>(~OBJ_NESTED);
         slot.slot->destroy(handle, tx, object);
         destroy(record);
@@ -125,7 +136,17 @@ TEST_P(Fields, FreeTheObjectBeforeWhereTheFormSaysSo) {
         HookRecorder hooks(handle);
         slot.slot->free_and_set(handle, tx, record, object);
         EXPECT_EQ(hooks.of(Hook::free).back().address, old);
-        EXPECT_TRUE(hooks.announced(&slot.place(record), 8));
+        const auto at = [&](Hook hook, const void *address) {
+            return std::find_if(hooks.events.begin(), hooks.events.end(),
+                                [&](const HookEvent &event) {
+                                    return event.hook == hook && event.address == address;
+                                });
+        };
+        const auto stored = at(Hook::write_log, &slot.place(record));
+        ASSERT_NE(stored, hooks.events.end());
+        EXPECT_LT(at(Hook::free, old) - hooks.events.begin(), stored - hooks.events.begin());
+        ASSERT_EQ(stored->length, 8U);
+        EXPECT_EQ(0, std::memcmp(stored->before.data(), &old, 8));
         EXPECT_EQ(slot.place(record), object);
         EXPECT_NE(flags_of(object) & OBJ_EMBEDDED, 0);
         destroy(record);
@@ -165,6 +186,52 @@ TEST_P(Fields, ANullObjectStoresNull) {
         slot.slot->set(handle, tx, record, nullptr);
         EXPECT_EQ(slot.place(record), nullptr);
         EXPECT_FALSE(trace.has(KEL_TRACE_ERROR, refusal));
+        void *other = slot.slot->create(handle, tx);
+        slot.slot->set(handle, tx, record, other);
+        HookRecorder hooks(handle);
+        slot.slot->free_and_set(handle, tx, record, nullptr);
+        EXPECT_EQ(slot.place(record), nullptr);
+        EXPECT_EQ(hooks.of(Hook::free).back().address, other);
+        slot.slot->destroy(handle, tx, object);
+        destroy(record);
+    }
+}
+
+TEST_P(Fields, ARefusalIsReportedByItsNumber) {
+    for (const SlotUnderTest &slot : slots()) {
+        kel_record *record = empty();
+        void *object = slot.slot->create(handle, tx);
+        spies.wishes.validation = 77;
+        for (const auto form : {slot.slot->set, slot.slot->free_and_set}) {
+            spies.clear();
+            HookRecorder hooks(handle);
+            form(handle, tx, record, object);
+            EXPECT_EQ(handle->last_error, 77U);
+            EXPECT_EQ(spies.of("kellib_validate_object_flags").at(0).subject, object);
+            EXPECT_EQ(spies.of("kellib_validate_object_flags").at(0).arguments,
+                      (std::vector<u64>{1, 1}));
+            EXPECT_EQ(spies.of("kel_store_err").at(0).arguments, std::vector<u64>{77});
+            EXPECT_EQ(slot.place(record), nullptr);
+            EXPECT_TRUE(hooks.events.empty());
+        }
+        spies.wishes.validation.reset();
+        slot.slot->destroy(handle, tx, object);
+        destroy(record);
+    }
+}
+
+TEST_P(Fields, AreSetAndDetachedWhateverTheLastErrorIs) {
+    for (const SlotUnderTest &slot : slots()) {
+        kel_record *record = empty();
+        void *object = slot.slot->create(handle, tx);
+        handle->last_error = 22;
+        spies.clear();
+        slot.slot->set(handle, tx, record, object);
+        EXPECT_EQ(slot.slot->get(handle, tx, record), object);
+        EXPECT_EQ(slot.slot->detach(handle, tx, record), object);
+        slot.slot->free_and_set(handle, tx, record, nullptr);
+        EXPECT_EQ(handle->last_error, 22U);
+        EXPECT_EQ(spies.count("kel_clear_last_error"), 0U);
         slot.slot->destroy(handle, tx, object);
         destroy(record);
     }

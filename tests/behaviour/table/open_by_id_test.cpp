@@ -14,6 +14,15 @@ class OpenById : public TableTest {
     kel_table_id_root *root() {
         return static_cast<kel_table_id_root *>(loam_get_key(handle->arena, root_key().c_str()));
     }
+    // A root that another process has made: the store knows it, this process doesn't.
+    kel_table_id_root *root_of_another_process() {
+        auto *made = static_cast<kel_table_id_root *>(
+            handle->alloc_hook(handle->arena, tx, sizeof(kel_table_id_root)));
+        *made = {};
+        loam_set_key(handle->arena, root_key().c_str(), made);
+        spies.clear();
+        return made;
+    }
 };
 TARN_EACH_TABLE_AND_MODE(OpenById);
 
@@ -181,8 +190,16 @@ TEST_P(OpenById, WithoutMemoryReportsTwelveAndKeepsARootThatWasMade) {
 TEST_P(OpenById, FreeWithoutARootReportsTwoAndLeavesTheBlockOnTheList) {
     in_own_process([&] {
         table->open_mode = KEL_OPEN_BY_ID;
+        spies.clear();
+        HookRecorder hooks(handle);
         s.plain.free(handle, tx, table, &err);
         EXPECT_EQ(err, 2U);
+        // The mapping is gone.
+        EXPECT_EQ(spies.order({"kel_request_oid_mapping_destroy", "loam_get_key",
+                               "tbi_rb_tree_LM_RB_REMOVE", "loam_delete_key",
+                               "kellib_database_table_toc_create"}),
+                  "kel_request_oid_mapping_destroy loam_get_key");
+        EXPECT_TRUE(hooks.events.empty());
         EXPECT_EQ(handle->last_error, 2U);
         EXPECT_EQ(kel_store_first_table(session.store()), table);
     });
@@ -200,6 +217,118 @@ TEST_P(OpenById, FreedBlocksAreCountedAndGivenBack) {
         EXPECT_EQ(hooks.of(Hook::free).at(0).address, made);
         EXPECT_EQ(spies.count("loam_delete_key"), 0U);
         EXPECT_EQ(table->toc_next, nullptr);
+    });
+}
+
+TEST_P(OpenById, TakesTheRootThatTheStoreHas) {
+    in_own_process([&] {
+        kel_table_id_root *known = root_of_another_process();
+        known->next_id = 70;
+        EXPECT_EQ(s.plain.open_auto_id(handle, tx, 0, &err)->table_id, 70U);
+        EXPECT_EQ(known->next_id, 71U);
+        EXPECT_EQ(known->id_table_count, 1U);
+        EXPECT_EQ(spies.count("loam_set_key"), 0U);
+    });
+}
+
+TEST_P(OpenById, FreeFindsTheRootInTheStoreAndRemembersIt) {
+    in_own_process([&] {
+        kel_table_id_root *known = root_of_another_process();
+        known->id_table_count = 1;
+        table->open_mode = KEL_OPEN_AUTO_ID;
+        tbi_rb_tree_LM_RB_INSERT(handle->arena, KEL_TX_NONE, &known->tree_head, table);
+        spies.clear();
+        s.plain.free(handle, 42, table, &err);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(known->id_table_count, 0U);
+        EXPECT_EQ(known->next_id, 0U);
+        EXPECT_EQ(spies.of("loam_get_key").at(0).text, root_key());
+        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_REMOVE").at(0).tx_id, 42U);
+        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_REMOVE").at(0).subject, table);
+        s.plain.open_by_id(handle, tx, 1, 1, &err);
+        EXPECT_EQ(spies.count("loam_get_key"), 1U);
+    });
+}
+
+// A process works with one store a table: the root that it met first serves every
+// handle.
+TEST_P(OpenById, TheFirstRootServesTheWholeProcess) {
+    in_own_process([&] {
+        kel_table *made = s.plain.open_by_id(handle, tx, 5, 0, &err);
+        Session elsewhere(GetParam().mode);
+        spies.clear();
+        EXPECT_EQ(s.plain.open_by_id(elsewhere.handle(), tx, 5, 1, &err), made);
+        EXPECT_EQ(spies.count("loam_get_key"), 0U);
+        EXPECT_EQ(loam_get_key(elsewhere.handle()->arena, root_key().c_str()), nullptr);
+    });
+}
+
+TEST_P(OpenById, EveryTableHasARootOfItsOwn) {
+    in_own_process([&] {
+        kel_table *made = s.plain.open_by_id(handle, tx, 5, 0, &err);
+        for (const Subject *other : all_subjects) {
+            if (other == &s) continue;
+            EXPECT_EQ(other->plain.open_by_id(handle, tx, 5, 1, &err), nullptr) << other->name;
+            EXPECT_EQ(other->plain.open_auto_id(handle, tx, 0, &err)->table_id, 0U);
+        }
+        EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 1, &err), made);
+    });
+}
+
+TEST_P(OpenById, ZeroesWhateverRootAndBlockHeldBefore) {
+    in_own_process([&] {
+        HookRecorder hooks(handle);
+        hooks.soil_allocations(true);
+        EXPECT_EQ(s.plain.open_auto_id(handle, tx, 1, &err), nullptr);
+        ASSERT_NE(root(), nullptr);
+        EXPECT_EQ(root()->reserved, 0U);
+        EXPECT_EQ(root()->id_table_count, 0U);
+        EXPECT_EQ(root()->next_id, 0U);
+        kel_table *made = s.plain.open_auto_id(handle, tx, 0, &err);
+        EXPECT_EQ(made->table_id, 0U);
+        EXPECT_EQ(made->record_count, 0U);
+        EXPECT_STREQ(made->table_name, "");
+        EXPECT_EQ(root()->reserved, 0U);
+    });
+}
+
+// Only the `_cr` form lets its caller give any mode.
+TEST_P(OpenById, AModeOfItsOwnFindsNothingAndIsFreedLikeAName) {
+    in_own_process([&] {
+        kel_table *made = s.cr.open(handle, 0, 3, "name", 9);
+        ASSERT_NE(made, nullptr);
+        EXPECT_EQ(made->open_mode, 3U);
+        EXPECT_EQ(made->table_id, 9U);
+        EXPECT_STREQ(made->table_name, "");
+        EXPECT_EQ(root()->id_table_count, 1U);
+        EXPECT_EQ(root()->next_id, 1U);
+        EXPECT_EQ(spies.count("tbi_rb_tree_LM_RB_FIND"), 0U);
+        EXPECT_EQ(s.cr.open(handle, 1, 3, "name", 9), nullptr);
+        spies.clear();
+        s.plain.free(handle, tx, made, &err);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(spies.of("loam_delete_key").at(0).text, "");
+        EXPECT_EQ(spies.count("tbi_rb_tree_LM_RB_REMOVE"), 0U);
+    });
+}
+
+TEST_P(OpenById, ClearsTheLastErrorAndTakesTheCallersTransactionForTheMappingAlone) {
+    in_own_process([&] {
+        handle->last_error = 22;
+        spies.clear();
+        HookRecorder hooks(handle);
+        kel_table *made = s.plain.open_auto_id(handle, 42, 0, &err);
+        EXPECT_EQ(handle->last_error, 0U);
+        EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).tx_id, 42U);
+        EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).subject, made);
+        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_INSERT").at(0).subject, made);
+        for (const char *service :
+             {"kellib_database_table_toc_create", "loam_set_range", "tbi_rb_tree_LM_RB_INSERT"}) {
+            EXPECT_EQ(spies.of(service).at(0).tx_id, KEL_TX_NONE) << service;
+        }
+        for (const HookEvent &event : hooks.of(Hook::alloc)) EXPECT_EQ(event.tx_id, KEL_TX_NONE);
+        EXPECT_EQ(hooks.count(Hook::write_log), 0U);
+        EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
     });
 }
 

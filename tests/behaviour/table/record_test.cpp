@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The life of a record: creation, references, destruction, and what they tell
-// the hooks.
-#include <algorithm>
+// The life of a record up to its end: creation, references, states, and what they
+// tell the hooks.
 #include <cstring>
 #include <string>
 
@@ -80,6 +79,7 @@ TEST_P(Records, CreationTracesItsCorrelation) {
     EXPECT_EQ(record->ra_uuid, 77U);
     EXPECT_EQ(spies.of("kellib_record_update_ra_all").at(0).subject, record);
     EXPECT_EQ(spies.of("kellib_record_update_ra_all").at(0).arguments, (std::vector<u64>{77, 0}));
+    EXPECT_EQ(spies.of("kellib_record_update_ra_all").at(0).tx_id, tx);
     destroy(record);
 }
 
@@ -120,6 +120,7 @@ TEST_P(Records, CreationWithoutMemoryAnswersNullWithoutAnyError) {
     EXPECT_EQ(s.create_record_w_src(handle, tx, 1, &err), nullptr);
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 0U);
+    EXPECT_EQ(spies.count("kel_store_err"), 0U);
 }
 
 TEST_P(Records, TheCrCreationMakesTheObjectsOnDemandWithoutMarkingThem) {
@@ -183,21 +184,6 @@ TEST_P(Records, TheCrCreationWithoutMemoryAnswersFallbacks) {
     s.cr.destroy(handle, record);
 }
 
-TEST_P(Records, AFallbackRecordIsDestroyedInAllStepsButGivenBack) {
-    HookRecorder hooks(handle);
-    hooks.fail_allocations(true);
-    kel_record *record = s.cr.create(handle, 0);
-    kel_variant_usage &counters = usage(record);
-    const u64 destroyed = counters.destroyed;
-    hooks.clear();
-    s.cr.destroy(handle, record);
-    EXPECT_EQ(counters.destroyed, destroyed + 1);
-    EXPECT_EQ(record->ref_count, 0U);
-    EXPECT_EQ(record->descriptor, nullptr);
-    EXPECT_EQ(hooks.count(Hook::free), 0U);
-    EXPECT_EQ(handle->last_error, 0U);
-}
-
 TEST_P(Records, AReferenceIsAddedWithoutTellingAHook) {
     kel_record *record = make(1);
     HookRecorder hooks(handle);
@@ -220,176 +206,6 @@ TEST_P(Records, ANullRecordIsErrorTwoForReferencesAndDestruction) {
     EXPECT_EQ(handle->last_error, 2U);
 }
 
-TEST_P(Records, EachReferenceIsGivenBackWithOneDestroy) {
-    const u64 blocks = settled_blocks();
-    kel_record *record = make(1);
-    kel_variant_usage &counters = usage(record);
-    const u64 destroyed = counters.destroyed;
-    s.plain.add_ref(handle, tx, record, &err);
-    s.plain.add_ref(handle, tx, record, &err);
-    for (u32 left = 2; left > 0; --left) {
-        HookRecorder hooks(handle);
-        destroy(record);
-        EXPECT_EQ(record->ref_count, left);
-        ASSERT_EQ(hooks.events.size(), 1U);
-        EXPECT_EQ(hooks.events[0].hook, Hook::write_log);
-        EXPECT_EQ(hooks.events[0].address, &record->ref_count);
-        EXPECT_EQ(hooks.events[0].length, 4U);
-        EXPECT_EQ(hooks.events[0].before[0], left + 1);
-    }
-    EXPECT_EQ(counters.destroyed, destroyed);
-    destroy(record);
-    EXPECT_EQ(counters.destroyed, destroyed + 1);
-    EXPECT_EQ(session.blocks(), blocks);
-}
-
-TEST_P(Records, DestructionTellsTheHooksInOrder) {
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    kel_variant_usage &counters = usage(record);
-    const kel_type_info *descriptor = record->descriptor;
-    HookRecorder hooks(handle);
-    s.unsafe.destroy_record(handle, tx, record, &err);
-    ASSERT_EQ(hooks.events.size(), 4U);
-    EXPECT_EQ(hooks.events[0].address, &record->ref_count);
-    EXPECT_EQ(hooks.events[1].hook, Hook::delta_log);
-    EXPECT_EQ(hooks.events[1].address, &counters.destroyed);
-    EXPECT_EQ(hooks.events[1].delta, 1);
-    EXPECT_EQ(hooks.events[2].hook, Hook::write_log);
-    EXPECT_EQ(hooks.events[2].address, record);
-    ASSERT_EQ(hooks.events[2].length, 8U);
-    EXPECT_EQ(0, std::memcmp(hooks.events[2].before.data(), &descriptor, 8));
-    EXPECT_EQ(hooks.events[3].hook, Hook::free);
-    EXPECT_EQ(hooks.events[3].address, record);
-}
-
-TEST_P(Records, AnInsertedRecordLeavesTheIndexBeforeItsObjectsGo) {
-    kel_record *record = put(1, 7);
-    put(2);
-    const void *object = record->object;
-    HookRecorder hooks(handle);
-    destroy(record);
-    EXPECT_EQ(table->record_count, 1U);
-    EXPECT_EQ(table->src_counts[7], 0U);
-    EXPECT_EQ(find(1, 7), nullptr);
-    const auto position = [&](const auto &matches) {
-        return std::find_if(hooks.events.begin(), hooks.events.end(), matches) -
-               hooks.events.begin();
-    };
-    const auto unlinked = position([&](const HookEvent &event) {
-        return event.hook == Hook::write_log && event.address == &record->table;
-    });
-    const auto freed = position([&](const HookEvent &event) {
-        return event.hook == Hook::free && event.address == object;
-    });
-    EXPECT_LT(unlinked, freed);
-    EXPECT_LT(freed, static_cast<std::ptrdiff_t>(hooks.events.size()));
-}
-
-TEST_P(Records, DestructionGoesOnWhenTheDeleteIsRefused) {
-    kel_record *record = put(1);
-    kel_table_set_replication(handle, tx, table, 1, 0);
-    TraceCapture trace;
-    HookRecorder hooks(handle);
-    s.plain.destroy_record(handle, tx, record, &err);
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, std::string("(ERR): Error 22 deleting ") + s.name +
-                                               " record when destroying"),
-              1U)
-        << trace.all();
-    EXPECT_EQ(table->record_count, 1U);
-    EXPECT_EQ(hooks.of(Hook::free).back().address, record);
-}
-
-TEST_P(Records, AnErrorOnEntryKeepsTheDeleteFromRunning) {
-    kel_record *record = put(1);
-    TraceCapture trace;
-    err = 5;
-    s.plain.destroy_record(handle, tx, record, &err);
-    EXPECT_EQ(err, 0U);
-    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, std::string("(ERR): Error 5 deleting ") + s.name +
-                                               " record when destroying"))
-        << trace.all();
-    EXPECT_EQ(spies.count("e_avl_delete"), 0U);
-}
-
-TEST_P(Records, AMappedRecordIsUnmappedWhereTheHandleKeepsMappings) {
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    record->flags |= KEL_RECORD_HD_MAPPED;
-    const uintptr_t enabled = handle->hd_mapping_enabled;
-    handle->hd_mapping_enabled = 0;
-    s.plain.add_ref(handle, tx, record, &err);
-    destroy(record);
-    EXPECT_EQ(spies.count("kel_hd_mapping_destroy"), 0U);
-    handle->hd_mapping_enabled = 1;
-    spies.clear();
-    destroy(record);
-    ASSERT_EQ(spies.count("kel_hd_mapping_destroy"), 1U);
-    EXPECT_EQ(spies.of("kel_hd_mapping_destroy").at(0).subject, record);
-
-    record = s.plain.create_record(handle, tx, &err);
-    record->flags |= KEL_RECORD_HD_MAPPED;
-    handle->hd_mapping_enabled = 0;
-    spies.clear();
-    destroy(record);
-    EXPECT_EQ(spies.count("kel_hd_mapping_destroy"), 0U);
-    handle->hd_mapping_enabled = enabled;
-}
-
-TEST_P(Records, AFailedUnmappingLeavesTheBlockBehind) {
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    record->flags |= KEL_RECORD_HD_MAPPED;
-    handle->hd_mapping_enabled = 1;
-    spies.wishes.hd_mapping_error = 22;
-    TraceCapture trace;
-    HookRecorder hooks(handle);
-    s.plain.destroy_record(handle, tx, record, &err);
-    EXPECT_EQ(err, 22U);
-    EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
-                          std::string("(ERR): ") + s.name +
-                              " destroy: Failed to remove oid mapping for object. Error " +
-                              std::strerror(22)),
-              1U)
-        << trace.all();
-    EXPECT_NE(record->descriptor, nullptr);
-    EXPECT_EQ(hooks.count(Hook::free), 0U);
-}
-
-TEST_P(Records, DestroyIsRequestedOnReplicatedTablesAlone) {
-    kel_record *record = put(1);
-    s.plain.request_destroy(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 22U);
-    EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_EQ(spies.count("keldb_request_record_destroy"), 0U);
-
-    kel_table_set_replication(handle, tx, table, 1, 0);
-    err = 0;
-    s.plain.request_destroy(handle, tx, table, nullptr, &err);
-    EXPECT_EQ(err, 22U);
-    s.plain.request_destroy(handle, tx, table, record, &err);  // entered with an error
-    EXPECT_EQ(spies.count("keldb_request_record_destroy"), 0U);
-
-    err = 0;
-    s.unsafe.request_destroy(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 0U);
-    EXPECT_NE(record->flags & KEL_RECORD_PENDING_DESTROY, 0);
-    EXPECT_EQ(record->ref_count, 1U);
-    EXPECT_EQ(record->table, table);
-    EXPECT_EQ(find(1), record);
-}
-
-TEST_P(Records, AFailedRequestIsTraced) {
-    kel_record *record = put(1);
-    kel_table_set_replication(handle, tx, table, 1, 0);
-    spies.wishes.request_destroy_error = 12;
-    TraceCapture trace;
-    s.plain.request_destroy(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 12U);
-    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
-                          std::string("(ERR): ") + s.name + " request destroy record failed"))
-        << trace.all();
-}
-
 TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
     const u64 blocks = settled_blocks();
     for (const Operations *form : {&s.plain, &s.unsafe}) {
@@ -401,6 +217,108 @@ TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
     }
     s.plain.pkey_destroy(handle, tx, nullptr);
     EXPECT_EQ(session.blocks(), blocks);
+}
+
+TEST_P(Records, CreationRegistersTheTraceModuleBeforeItAsksForABlock) {
+    HookRecorder hooks(handle);
+    spies.hooks = &hooks;
+    spies.clear();
+    handle->last_error = 22;
+    s.plain.create_record(handle, tx, &err);
+    spies.hooks = nullptr;
+    EXPECT_EQ(spies.calls.at(0).service, "ptrail_module_init_fn");
+    EXPECT_EQ(spies.calls.at(0).text, "kel_tarnbase_type");
+    EXPECT_EQ(spies.calls.at(0).hooks, 0U);
+    EXPECT_EQ(spies.order({"kel_clear_last_error", "ptrail_get_radioactive_bit", "kel_store_err",
+                           "mt_get_tenant_id"}),
+              "ptrail_get_radioactive_bit mt_get_tenant_id");
+    EXPECT_EQ(handle->last_error, 22U);
+}
+
+TEST_P(Records, CreationZeroesWhateverTheBlockHeldBefore) {
+    HookRecorder hooks(handle);
+    hooks.soil_allocations(true);
+    kel_record *record = s.plain.create_record(handle, tx, &err);
+    kel_record expected = {};
+    expected.descriptor = record->descriptor;
+    expected.ref_count = 1;
+    expected.src = KEL_SOURCE_DEFAULT;
+    EXPECT_EQ(0, std::memcmp(&expected, record, s.record_size()));
+}
+
+TEST_P(Records, TheFallbackRecordStartsAfreshEachTime) {
+    HookRecorder hooks(handle);
+    hooks.fail_allocations(true);
+    kel_record *record = s.cr.create(handle, 0);
+    const kel_record fresh = *record;
+    record->object = &err;
+    record->flags = KEL_RECORD_IN_INDEX;
+    record->table = table;
+    record->src = 7;
+    EXPECT_EQ(s.cr.create(handle, 0), record);
+    EXPECT_EQ(0, std::memcmp(&fresh, record, s.record_size()));
+    EXPECT_TRUE(hooks.announced(&record->descriptor, 8));
+}
+
+TEST_P(Records, AMissingBlockIsStoredAsTwelveUnlessAnErrorStands) {
+    HookRecorder hooks(handle);
+    hooks.fail_allocations(true);
+    spies.clear();
+    s.cr.create(handle, 0);
+    ASSERT_EQ(spies.count("kel_store_err"), 1U);
+    EXPECT_EQ(spies.of("kel_store_err").at(0).arguments, std::vector<u64>{12});
+    handle->last_error = 22;
+    spies.clear();
+    s.cr.create(handle, 0);
+    EXPECT_EQ(spies.count("kel_store_err"), 0U);
+    EXPECT_EQ(handle->last_error, 0U);
+    spies.clear();
+    s.plain.create_record(handle, tx, &err);
+    EXPECT_EQ(spies.count("kel_store_err"), 0U) << "no fallback outside a _cr creation";
+}
+
+TEST_P(Records, TheCrCreationAllowsFallbacksFromItsBeginningToItsEnd) {
+    std::vector<uintptr_t> allowed;
+    spies.at_each = [&](const std::string &service) {
+        if (service == "ptrail_module_init_fn") allowed.push_back(handle->cr_fallback_enabled);
+    };
+    // Once for the record, once for each object.
+    s.cr.create(handle, 2);
+    EXPECT_EQ(allowed, std::vector<uintptr_t>(s.has_key_object() ? 3 : 2, 1));
+    EXPECT_EQ(handle->cr_fallback_enabled, 0U);
+    spies.at_each = nullptr;
+}
+
+TEST_P(Records, AnotherReferenceKeepsTheLastError) {
+    kel_record *record = make(1);
+    handle->last_error = 22;
+    spies.clear();
+    s.plain.add_ref(handle, tx, record, &err);
+    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_TRUE(spies.calls.empty());
+}
+
+TEST_P(Records, PassThroughTheirStates) {
+    kel_record *record = make(1);
+    const auto expect = [&](const kel_table *in, u32 flags) {
+        EXPECT_EQ(record->table, in);
+        EXPECT_EQ(record->flags, flags);
+        EXPECT_EQ(record->ref_count, 1U);
+    };
+    expect(nullptr, 0);
+    insert(record);
+    expect(table, KEL_RECORD_IN_INDEX);
+    remove(record);
+    expect(nullptr, KEL_RECORD_IN_INDEX);
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    expect(table, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
+    remove(record);
+    expect(nullptr, KEL_RECORD_IN_INDEX);
+    s.plain.pkey_insert(handle, tx, table, record, &err);
+    kel_table_set_replication(handle, tx, table, 1, 0);
+    s.plain.request_destroy(handle, tx, table, record, &err);
+    expect(table, KEL_RECORD_IN_INDEX | KEL_RECORD_PENDING_DESTROY | KEL_RECORD_PKEY_INSERTED);
+    EXPECT_EQ(err, 0U);
 }
 
 TEST_P(Records, ADeletedRecordCanBeInsertedAgain) {
@@ -423,6 +341,14 @@ class RecordDescriptors : public ::testing::Test, protected TableFixture {
     kel_variant_info variants = {1, &usage};
     kel_type_info descriptor;
 };
+
+TEST_F(RecordDescriptors, AreAskedForUnderTheCallersTransaction) {
+    spies.clear();
+    s.plain.create_record(handle, begin(), &err);
+    EXPECT_EQ(spies.of("kel_type_info_ptr_get").at(0).tx_id, tx);
+    EXPECT_EQ(spies.of("kel_type_info_ptr_get").at(0).subject, s.record_descriptor);
+    commit();
+}
 
 TEST_F(RecordDescriptors, WithTooFewVariantsAreTraced) {
     variants.variant_count = -1;

@@ -385,23 +385,3 @@ uint32_t _kel_message_header_unmarshal(kel_handle *handle, uint32_t tx_id, const
     static auto *const real = RUNTIME(_kel_message_header_unmarshal);
     return real(handle, tx_id, buffer, header, remaining, err);
 }
-
-uint32_t start_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
-                   uint32_t remaining, uint8_t state_flag, uint32_t *err) {
-    Call &call = spies.note("start_tag");
-    call.tx_id = tx_id;
-    call.text = element;
-    call.arguments = {remaining, state_flag};
-    static auto *const real = RUNTIME(start_tag);
-    return real(handle, tx_id, buffer, element, remaining, state_flag, err);
-}
-
-uint32_t end_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
-                 uint32_t remaining, uint32_t *err) {
-    Call &call = spies.note("end_tag");
-    call.tx_id = tx_id;
-    call.text = element;
-    call.arguments = {remaining, *err};
-    static auto *const real = RUNTIME(end_tag);
-    return real(handle, tx_id, buffer, element, remaining, err);
-}

@@ -41,6 +41,9 @@ struct Wishes {
     std::uint32_t tenant_counter_error = 0;          // in *err
     std::uint32_t cursor_error = 0;                  // in *err
     std::uint32_t request_destroy_error = 0;         // in *err
+    // What xml_get_element_value answers for paths that begin so.
+    std::string element_path;
+    std::uint32_t element_answer = 0;
     // The descriptor that a handle with per-store descriptors gets.
     const kel_type_info *descriptor = nullptr;
     std::optional<std::uint64_t> correlation;  // uuid of the thread

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+// How many records a table says that it has.
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class Counts : public TableTest {};
+TARN_EACH_TABLE_AND_MODE(Counts);
+
+TEST_P(Counts, AreOfRecordsAltogetherAndBySource) {
+    put(0);
+    put(1);
+    put(1, 7);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 3U);
+    EXPECT_EQ(s.unsafe.get_count(handle, tx, table), 3U);
+    EXPECT_EQ(s.cr.get_count(handle, table), 3U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 1), 2U);
+    EXPECT_EQ(s.unsafe.get_count_by_src(handle, tx, table, 7), 1U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 8), 0U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 257), 2U);
+    EXPECT_EQ(spies.count("keldb_get_tenant_counter"), 0U);
+}
+
+TEST_P(Counts, OfANullTableAreZero) {
+    kel_thread_set_tenant(5);
+    EXPECT_EQ(s.plain.get_count(handle, tx, nullptr), 0U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, nullptr, 1), 0U);
+    EXPECT_EQ(s.cr.get_count(handle, nullptr), 0U);
+}
+
+TEST_P(Counts, OfATenantComeFromItsCounters) {
+    put(0);
+    kel_thread_set_tenant(5);
+    put(0);
+    put(1, 7);
+    spies.clear();
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 2U);
+    EXPECT_EQ(spies.of("keldb_get_tenant_counter").at(0).arguments, std::vector<u64>{5});
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 7), 1U);
+    EXPECT_EQ(spies.of("keldb_get_tenant_counter").at(1).arguments, (std::vector<u64>{5, 7}));
+    EXPECT_EQ(s.cr.get_count(handle, table), 2U);
+    kel_thread_set_tenant(6);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 0U);
+    kel_thread_set_tenant(0);
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 3U);
+}
+
+TEST_P(Counts, NeitherTestNorClearAnError) {
+    handle->last_error = 22;
+    EXPECT_EQ(s.plain.get_count(handle, tx, table), 0U);
+    EXPECT_EQ(s.cr.get_count(handle, table), 0U);
+    EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 1), 0U);
+    EXPECT_EQ(handle->last_error, 22U);
+}
+
+TEST_P(Counts, OfATenantAreAskedForTheTableUnderTheCallersTransaction) {
+    kel_thread_set_tenant(5);
+    handle->cr_tx_id = 43;
+    spies.clear();
+    s.plain.get_count(handle, 42, table);
+    s.plain.get_count_by_src(handle, 42, table, 0x103);
+    s.cr.get_count(handle, table);
+    const auto asked = spies.of("keldb_get_tenant_counter");
+    ASSERT_EQ(asked.size(), 3U);
+    for (const Call &call : asked) EXPECT_EQ(call.subject, table);
+    EXPECT_EQ(asked[0].tx_id, 42U);
+    EXPECT_EQ(asked[1].tx_id, 42U);
+    EXPECT_EQ(asked[1].arguments, (std::vector<u64>{5, 3}));
+    EXPECT_EQ(asked[2].tx_id, 43U);
+    EXPECT_EQ(asked[2].arguments, std::vector<u64>{5});
+    handle->cr_tx_id = KEL_TX_NONE;
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+// Tables freed: what must have gone before, what goes in which order, what stays.
+#include <cstring>
+#include <string>
+
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class Free : public TableTest {
+ protected:
+    std::string stored_name(const std::string &name) { return name + "/" + s.luid_text; }
+    u64 destroyed() { return table->descriptor->variant_info->variants[0].destroyed; }
+};
+TARN_EACH_TABLE_AND_MODE(Free);
+
+TEST_P(Free, TakesTheBlockOutOfStoreAndListAndGivesItBack) {
+    kel_table *second = s.plain.open(handle, tx, "second", 0, &err);
+    kel_table *third = s.plain.open(handle, tx, "third", 0, &err);
+    const u64 before = destroyed();
+    TraceCapture trace;
+    HookRecorder hooks(handle);
+    spies.clear();
+    s.plain.free(handle, tx, second, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(destroyed(), before + 1);
+    EXPECT_EQ(table->toc_next, third);
+    EXPECT_EQ(third->toc_prev, &table->toc_next);
+    EXPECT_EQ(spies.of("loam_delete_key").at(0).text, stored_name("second"));
+    EXPECT_EQ(spies.of("kellib_database_table_toc_create").at(0).tx_id, KEL_TX_NONE);
+    EXPECT_EQ(hooks.count(Hook::write_log), 0U);
+    EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
+    EXPECT_EQ(hooks.of(Hook::free).at(0).address, second);
+    const std::string name = s.name;
+    EXPECT_EQ(trace.count(
+                  KEL_TRACE_DEBUG,
+                  "(debug): " + name + " table free: Successfully removed OID mapping for " + name),
+              1U)
+        << trace.all();
+    EXPECT_EQ(s.plain.open(handle, tx, "second", 1, &err), nullptr);
+
+    s.unsafe.free(handle, tx, third, &err);
+    EXPECT_EQ(table->toc_next, nullptr);
+    kel_table_list *list = kellib_database_table_toc_create(handle, tx, &err);
+    EXPECT_EQ(list->last, &table->toc_next);
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(list->first, nullptr);
+    EXPECT_EQ(list->last, &list->first);
+}
+
+TEST_P(Free, ReportsAFailedUnmappingAndLeavesEverything) {
+    TraceCapture trace;
+    spies.wishes.unmapping_error = 22;
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
+                          std::string("(ERR): ") + s.name +
+                              " table free: Failed to request oid mapping destroy for table. "
+                              "Error " +
+                              std::strerror(22)),
+              1U)
+        << trace.all();
+    spies.wishes.unmapping_error = 0;
+    err = 0;
+    EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
+}
+
+TEST_P(Free, ATableThatIsStillReferencedStaysFullyUsable) {
+    put(1);
+    spies.wishes.request_unmapping = 0;
+    const kel_table before = *table;
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 11U);
+    EXPECT_EQ(handle->last_error, 11U);
+    EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
+    err = 0;
+    spies.wishes.request_unmapping.reset();
+    EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
+    EXPECT_NE(find(1), nullptr);
+    put(2);
+}
+
+TEST_P(Free, StopsWhenTheTableListCannotBeHad) {
+    const u64 before = destroyed();
+    HookRecorder hooks(handle);
+    spies.wishes.toc_error = 12;
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(hooks.count(Hook::free), 0U);
+    EXPECT_EQ(destroyed(), before);
+    EXPECT_EQ(spies.count("loam_delete_key"), 1U);
+    EXPECT_EQ(kel_store_first_table(session.store()), table);
+}
+
+TEST_P(Free, ClearsTheLastErrorThenUnmapsThenForgetsTheKeyThenFetchesTheList) {
+    begin();
+    handle->last_error = 22;
+    spies.clear();
+    HookRecorder hooks(handle);
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(handle->last_error, 0U);
+    ASSERT_EQ(spies.calls.size(), 4U);
+    EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
+    EXPECT_EQ(spies.calls[1].service, "kel_request_oid_mapping_destroy");
+    EXPECT_EQ(spies.calls[1].tx_id, tx);
+    EXPECT_EQ(spies.calls[1].subject, table);
+    EXPECT_EQ(spies.calls[2].service, "loam_delete_key");
+    EXPECT_EQ(spies.calls[3].service, "kellib_database_table_toc_create");
+    EXPECT_EQ(spies.calls[3].tx_id, KEL_TX_NONE);
+    ASSERT_EQ(hooks.events.size(), 1U);
+    EXPECT_EQ(hooks.events[0].hook, Hook::free);
+    EXPECT_EQ(hooks.events[0].address, table);
+    EXPECT_EQ(hooks.events[0].tx_id, tx);
+    commit();
+}
+
+TEST_P(Free, OfTheFirstTableOfTheListMovesTheListOn) {
+    kel_table *second = s.plain.open(handle, tx, "second", 0, &err);
+    s.plain.free(handle, tx, table, &err);
+    kel_table_list *list = kellib_database_table_toc_create(handle, tx, &err);
+    EXPECT_EQ(list->first, second);
+    EXPECT_EQ(second->toc_prev, &list->first);
+    EXPECT_EQ(list->last, &second->toc_next);
+}
+
+TEST_P(Free, LooksAtNoRecordAndLeavesThemAllBehind) {
+    kel_record *record = put(1);
+    const kel_record before = *record;
+    void *const object = record->object;
+    spies.clear();
+    HookRecorder hooks(handle);
+    s.plain.free(handle, tx, table, &err);
+    EXPECT_EQ(err, 0U);
+    ASSERT_EQ(hooks.events.size(), 1U);
+    EXPECT_EQ(hooks.events[0].hook, Hook::free);
+    EXPECT_EQ(spies.count("e_avl_delete"), 0U);
+    EXPECT_EQ(0, std::memcmp(&before, record, s.record_size()));
+    EXPECT_EQ(s.get_value(handle, object), 0U);
+    EXPECT_EQ(key_of(record), 1U);
+}
+
+}  // namespace
+}  // namespace tarn::test

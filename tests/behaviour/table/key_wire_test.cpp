@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+// Keys on the wire, which travel without a frame.
+#include <algorithm>
+#include <vector>
+
+#include "tests/behaviour/table/wire_fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class KeyWire : public WireTest {};
+TARN_EACH_TABLE_AND_MODE(KeyWire);
+
+TEST_P(KeyWire, AKeyTravelsWithoutAFrame) {
+    kel_record *record = make(9 % s.keys);
+    const u32 length = s.plain.pkey_len(handle, tx, record);
+    EXPECT_EQ(s.unsafe.pkey_len(handle, tx, record), length);
+    if (s.has_key_object()) {
+        EXPECT_EQ(length, key_len(record));
+    }
+    Bytes bytes(length + 1, untouched);
+    for (const Operations *form : {&s.plain, &s.unsafe}) {
+        std::fill(bytes.begin(), bytes.end(), untouched);
+        EXPECT_EQ(form->pkey_marshal(handle, tx, bytes.data(), record, length, &err), length);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(bytes[length], untouched);
+        void *pkey = nullptr;
+        EXPECT_EQ(form->pkey_unmarshal(handle, tx, &pkey, bytes.data(), length, &err), length);
+        EXPECT_EQ(err, 0U);
+        ASSERT_NE(pkey, nullptr);
+        EXPECT_EQ(s.get_key(handle, pkey), 9 % s.keys);
+        form->pkey_destroy(handle, tx, pkey);
+    }
+    std::fill(bytes.begin(), bytes.end(), untouched);
+    EXPECT_EQ(s.plain.pkey_marshal(handle, tx, bytes.data(), record, length - 1, &err), 0U);
+    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(bytes, Bytes(length + 1, untouched));
+}
+
+TEST_P(KeyWire, AKeyIsReadToAnAddressOnly) {
+    const u8 bytes[64] = {};
+    EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, nullptr, bytes, 64, &err), 0U);
+    EXPECT_EQ(err, 14U);
+    EXPECT_EQ(handle->last_error, 14U);
+}
+
+TEST_P(KeyWire, AKeyReadWithoutMemoryIsErrorTwelve) {
+    const u8 bytes[64] = {};
+    void *pkey = nullptr;
+    HookRecorder hooks(handle);
+    hooks.fail_allocations(true);
+    EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, &pkey, bytes, 64, &err), 0U);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(pkey, nullptr);
+}
+
+TEST_P(KeyWire, AKeyIsStoredAlsoWhenItsReadFails) {
+    const u8 bytes[64] = {};
+    void *pkey = nullptr;
+    s.plain.pkey_unmarshal(handle, tx, &pkey, bytes, 0, &err);
+    EXPECT_NE(err, 0U);
+    EXPECT_NE(pkey, nullptr);
+    s.plain.pkey_destroy(handle, tx, pkey);
+}
+
+TEST_P(KeyWire, AReadFillsTheKeyAlone) {
+    kel_record *record = make(1, 1, 5);
+    Bytes bytes(s.plain.pkey_len(handle, tx, record) + 1);
+    const u32 length = static_cast<u32>(bytes.size()) - 1;
+    s.plain.pkey_marshal(handle, tx, bytes.data(), record, length, &err);
+    void *pkey = nullptr;
+    s.plain.pkey_unmarshal(handle, tx, &pkey, bytes.data(), length, &err);
+    ASSERT_EQ(err, 0U);
+    const Key expected(s, handle, 1);
+    const Slot &carrier = s.has_key_object() ? s.key_object : s.object;
+    EXPECT_EQ(carrier.compare(pkey, expected.object()), 0);
+    EXPECT_EQ(static_cast<kel_object *>(pkey)->flags & OBJ_EMBEDDED, 0);
+    s.plain.pkey_destroy(handle, tx, pkey);
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,53 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// What the tests of records as text and as XML share.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_TABLE_TEXT_FIXTURE_H
+#define TARNBASE_TESTS_BEHAVIOUR_TABLE_TEXT_FIXTURE_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/table/fixture.h"
+
+namespace tarn::test {
+
+inline constexpr u32 room = 1U << 20;  // a day of minutes is 1440 elements
+
+struct FreeDocument {
+    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
+};
+using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
+
+inline Document parse(const std::string &text) {
+    Document document(kel_xml_parse(text.data(), text.size()));
+    EXPECT_NE(document, nullptr) << kel_error_text() << "\n" << text;
+    return document;
+}
+
+class TextTest : public TableTest {
+ protected:
+    using Writer = u32 (*)(kel_handle *, u32, char *, const kel_record *, u32, u32 *);
+    std::string written(Writer writer, const kel_record *record) {
+        std::vector<char> area(room, ' ');
+        const u32 length = writer(handle, tx, area.data(), record, room, &err);
+        EXPECT_EQ(err, 0U);
+        return std::string(area.data(), length);
+    }
+    std::string object_text(const Slot &slot, const void *object) {
+        std::vector<char> area(room, ' ');
+        const u32 length =
+            slot.print(handle, tx, area.data(), 2, slot.type_name, object, room, &err);
+        return std::string(area.data(), length);
+    }
+    std::string object_xml(const Slot &slot, const void *object) {
+        std::vector<char> area(room, ' ');
+        const u32 length =
+            slot.to_xml(handle, tx, slot.type_name, area.data(), object, room, 0, &err);
+        return std::string(area.data(), length);
+    }
+    std::vector<char> buffer = std::vector<char>(room, ' ');
+};
+
+}  // namespace tarn::test
+
+#endif

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+// Records written as XML, and read from it.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/table/text_fixture.h"
+
+namespace tarn::test {
+namespace {
+
+class RecordXml : public TextTest {
+ protected:
+    // The elements that a service was told of, in order.
+    std::string elements(const std::string &service) {
+        std::string names;
+        for (const Call &call : spies.of(service)) names += call.text + " ";
+        return names;
+    }
+};
+TARN_EACH_TABLE_AND_MODE(RecordXml);
+
+TEST_P(RecordXml, ARecordIsOneElementAroundThoseOfItsObjects) {
+    kel_record *record = make(1, 1, 5);
+    const std::string xml = written(s.plain.to_xml, record);
+    EXPECT_EQ(written(s.unsafe.to_xml, record), xml);
+    const u32 length = s.cr.to_xml(handle, record, buffer.data(), room);
+    EXPECT_EQ(std::string(buffer.data(), length), xml);
+
+    const std::string object = object_xml(s.object, record->object);
+    const std::size_t at = xml.find(object);
+    ASSERT_NE(at, std::string::npos) << xml;
+    if (s.has_key_object()) {
+        const std::string key = object_xml(s.key_object, record->key_object);
+        EXPECT_EQ(xml.find(key), at + object.size());
+    }
+    const Document document = parse(xml);
+    u32 count = 0;
+    for (const std::string &path :
+         {std::string("/") + s.name, std::string("/") + s.name + "/" + s.object.type_name}) {
+        EXPECT_EQ(xml_get_element_nodecount(document.get(), path.c_str(), &count), 0U);
+        EXPECT_EQ(count, 1U) << path;
+    }
+}
+
+TEST_P(RecordXml, IsReadBackIntoAnEqualRecord) {
+    kel_record *record = make(9 % s.keys, 7, 5);
+    const Document document = parse(written(s.plain.to_xml, record));
+    char message[128] = {};
+    for (const Operations *form : {&s.plain, &s.unsafe}) {
+        kel_record *read =
+            form->from_xml(handle, tx, document.get(), &err, message, sizeof message);
+        EXPECT_EQ(err, 0U) << message;
+        ASSERT_NE(read, nullptr);
+        EXPECT_EQ(s.object.compare(read->object, record->object), 0);
+        if (s.has_key_object()) {
+            EXPECT_EQ(s.key_object.compare(read->key_object, record->key_object), 0);
+        }
+        EXPECT_EQ(read->src, KEL_SOURCE_DEFAULT);
+        EXPECT_EQ(key_of(read), 9 % s.keys);
+        insert(read);
+        destroy(read);
+    }
+}
+
+TEST_P(RecordXml, EnteredWithAnErrorDoesNothing) {
+    kel_record *record = make(1);
+    const Document document = parse("<a/>");
+    handle->last_error = 22;
+    err = 5;
+    spies.clear();
+    HookRecorder hooks(handle);
+    EXPECT_EQ(s.plain.to_xml(handle, tx, buffer.data(), record, room, &err), 0U);
+    EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
+    EXPECT_EQ(err, 5U);
+    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(hooks.events.empty());
+}
+
+TEST_P(RecordXml, ADocumentWithoutTheElementGivesAnEmptyRecord) {
+    const Document document = parse("<other><thing/></other>");
+    kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
+    EXPECT_EQ(err, 0U);
+    ASSERT_NE(read, nullptr);
+    ASSERT_NE(read->object, nullptr);
+    EXPECT_EQ(s.get_value(handle, read->object), 0U);
+    if (s.has_key_object()) {
+        EXPECT_NE(read->key_object, nullptr);
+    }
+    destroy(read);
+}
+
+TEST_P(RecordXml, AMissingValueElementKeepsTheKeyFromBeingRead) {
+    if (!s.has_key_object()) return;
+    kel_record *record = make(13);
+    const Document document = parse("<x>" + object_xml(s.key_object, record->key_object) + "</x>");
+    kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
+    EXPECT_EQ(err, 0U);
+    ASSERT_NE(read, nullptr);
+    EXPECT_NE(s.key_object.compare(read->key_object, record->key_object), 0);
+    destroy(read);
+}
+
+TEST_P(RecordXml, AMissingKeyElementLeavesTheKeyEmpty) {
+    if (!s.has_key_object()) return;
+    kel_record *record = make(13, 1, 5);
+    const Document document = parse("<x>" + object_xml(s.object, record->object) + "</x>");
+    kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
+    EXPECT_EQ(err, 0U);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(s.get_value(handle, read->object), 5U);
+    EXPECT_NE(s.key_object.compare(read->key_object, record->key_object), 0);
+    destroy(read);
+}
+
+TEST_P(RecordXml, ReadWithoutMemoryIsErrorTwelve) {
+    const Document document = parse(written(s.plain.to_xml, make(1)));
+    const u64 blocks = session.blocks();
+    for (u64 n = 1; n <= (s.has_key_object() ? 3U : 2U); ++n) {
+        // Each earlier block stays: the record isn't released.
+        kel_store_fail_allocation(session.store(), n);
+        err = 0;
+        EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr) << n;
+        kel_store_fail_allocation(session.store(), 0);
+        EXPECT_EQ(err, 12U) << n;
+        EXPECT_EQ(handle->last_error, 12U) << n;
+    }
+    EXPECT_GT(session.blocks(), blocks);
+}
+
+TEST_P(RecordXml, ClosesTheRecordAlsoAfterAnError) {
+    kel_record *record = make(1);
+    const u32 whole = static_cast<u32>(written(s.plain.to_xml, record).size());
+    const std::string begin = std::string("<") + s.name + ">";
+    // Room for less and less, down to none for the record's own tag.
+    for (const u32 length : {whole - 1, whole / 2, static_cast<u32>(begin.size()) - 1}) {
+        err = 0;
+        spies.clear();
+        EXPECT_LE(s.plain.to_xml(handle, tx, buffer.data(), record, length, &err), length);
+        EXPECT_EQ(err, 90U);
+        EXPECT_EQ(spies.of("start_tag").at(0).text, s.name);
+        EXPECT_EQ(spies.of("start_tag").at(0).arguments, (std::vector<u64>{length, 0}));
+        EXPECT_EQ(spies.of("end_tag").back().text, s.name);
+    }
+    // Nothing stands between the record's tags that didn't fit.
+    EXPECT_EQ(elements("start_tag"), std::string(s.name) + " ");
+    EXPECT_EQ(elements("end_tag"), std::string(s.name) + " ");
+    EXPECT_EQ(spies.of("end_tag").at(0).arguments.at(1), 90U);
+}
+
+TEST_P(RecordXml, ClearsTheLastErrorFirst) {
+    kel_record *record = make(1);
+    handle->last_error = 22;
+    const std::string xml = written(s.plain.to_xml, record);
+    EXPECT_EQ(handle->last_error, 0U);
+    const Document document = parse(xml);
+    handle->last_error = 22;
+    spies.clear();
+    EXPECT_NE(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
+    EXPECT_EQ(handle->last_error, 0U);
+    EXPECT_EQ(spies.calls.at(0).service, "kel_clear_last_error");
+}
+
+TEST_P(RecordXml, IsFoundWhereverTheDocumentHasItsElements) {
+    kel_record *record = make(1, 1, 5);
+    std::string text = "<a><b>" + object_xml(s.object, record->object) + "</b>";
+    if (s.has_key_object()) text += "<c>" + object_xml(s.key_object, record->key_object) + "</c>";
+    const Document document = parse(text + "</a>");
+    kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(s.get_value(handle, read->object), 5U);
+    EXPECT_EQ(key_of(read), 1U);
+    EXPECT_EQ(static_cast<kel_object *>(read->object)->flags & OBJ_EMBEDDED, 0);
+    destroy(read);
+}
+
+TEST_P(RecordXml, AKeyElementThatCannotBeReadEndsTheRead) {
+    if (!s.has_key_object()) return;
+    kel_record *record = make(1, 1, 5);
+    const Document document = parse("<x>" + object_xml(s.object, record->object) +
+                                    "<pair_key><port>many</port></pair_key></x>");
+    const u64 blocks = session.blocks();
+    EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
+    EXPECT_NE(err, 0U);
+    EXPECT_NE(err, 2U);
+    EXPECT_GE(session.blocks(), blocks + 3) << "record and objects aren't released";
+}
+
+TEST_P(RecordXml, AFailureOfAnEnumerationFillsTheMessage) {
+    if (std::string(s.object.type_name) != "st_every") return;
+    const Document document = parse(written(s.plain.to_xml, make(1, 1, 5)));
+    spies.wishes.element_path = "//st_every/lamp";
+    spies.wishes.element_answer = 77;
+    char message[64] = "";
+    EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, message, sizeof message), nullptr);
+    EXPECT_EQ(err, 77U);
+    EXPECT_STREQ(message, "Failed xpath: //st_every/lamp");
+}
+
+class LdapXml : public LdapTest {};
+
+TEST_F(LdapXml, HoldsOneElementAField) {
+    kel_record *record = make(1, 1, 7);
+    std::string buffer(1024, ' ');
+    const u32 length = s.plain.to_xml(handle, tx, buffer.data(), record, 1024, &err);
+    EXPECT_EQ(buffer.substr(0, length),
+              "<tbl_ldap_conn>\n<st_ldap_conn>\n<sname>server-00000001</sname>\n"
+              "<num_conns>7</num_conns>\n</st_ldap_conn>\n</tbl_ldap_conn>\n");
+}
+
+TEST_F(LdapXml, AFieldThatIsAbsentInXmlKeepsItsValue) {
+    const Document document =
+        parse("<tbl_ldap_conn><st_ldap_conn><sname>x</sname></st_ldap_conn></tbl_ldap_conn>");
+    kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(s.get_value(handle, read->object), 0U);
+}
+
+TEST_F(LdapXml, AValueThatCannotBeReadEndsTheReadWithoutReleasingTheRecord) {
+    const Document document =
+        parse("<st_ldap_conn><sname>x</sname><num_conns>many</num_conns></st_ldap_conn>");
+    const u64 blocks = session.blocks();
+    EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
+    EXPECT_NE(err, 0U);
+    EXPECT_NE(err, 2U);
+    EXPECT_EQ(session.blocks(), blocks + 2);
+}
+
+}  // namespace
+}  // namespace tarn::test
