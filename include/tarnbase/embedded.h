@@ -29,7 +29,8 @@ typedef struct kel_store kel_store;
 
 /* How a store is made. Zero a member to get its default. */
 typedef struct kel_store_options {
-    uint64_t capacity; /* bytes of address range reserved, the store's limit; 64 GiB */
+    uint64_t capacity; /* bytes of address range reserved, the store's limit; 64 GiB, or
+                          less, down to 1 GiB, where the process may not map so much */
     void *base;        /* address to map at; chosen by the runtime */
 } kel_store_options;
 

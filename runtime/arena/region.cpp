@@ -19,11 +19,15 @@ File::~File() {
     if (is_open()) ::close(descriptor_);
 }
 
-Region::~Region() {
+Region::~Region() { unmap(); }
+
+void Region::unmap() {
     if (base_ != nullptr) ::munmap(base_, capacity_);
+    base_ = nullptr;
 }
 
 std::uint32_t Region::map(File &file, void *base, std::uint64_t capacity) {
+    unmap();
     int flags = MAP_NORESERVE | (file.is_open() ? MAP_SHARED : MAP_PRIVATE | MAP_ANONYMOUS);
     if (base != nullptr) flags |= MAP_FIXED_NOREPLACE;
     void *mapped = ::mmap(base, capacity, PROT_READ | PROT_WRITE, flags, file.descriptor(), 0);

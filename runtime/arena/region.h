@@ -38,7 +38,8 @@ class Region {
 
     // Maps `capacity` bytes of `file`, or of anonymous memory if it isn't open, at
     // `base`, or anywhere if that is null. Returns 0, EADDRINUSE if some of the
-    // range is taken, or mmap(2)'s error. The file stays the caller's on failure.
+    // range is taken, or mmap(2)'s error. The file stays the caller's on failure. What
+    // was mapped before is unmapped.
     std::uint32_t map(File &file, void *base, std::uint64_t capacity);
 
     // Makes bytes [from, to) usable: they are zero. Returns 0 or an errno number.
@@ -49,6 +50,8 @@ class Region {
     bool contains(const void *address, std::uint64_t length) const;
 
  private:
+    void unmap();
+
     File file_;
     char *base_ = nullptr;
     std::uint64_t capacity_ = 0;

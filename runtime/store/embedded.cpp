@@ -14,8 +14,18 @@ using namespace tarn::runtime;
 
 namespace {
 
-std::uint64_t capacity_of(const kel_store_options *options) {
-    return options != nullptr && options->capacity != 0 ? options->capacity : default_capacity;
+// Maps with the capacity asked for. By default as much as the process may map: a limit
+// on its address space, or a tool it runs under, can forbid the usual capacity.
+template <typename Map>
+std::uint32_t map_capacity(const kel_store_options *options, Map map) {
+    if (options != nullptr && options->capacity != 0) return map(options->capacity);
+    std::uint64_t capacity = default_capacity;
+    std::uint32_t error = map(capacity);
+    while ((error == ENOMEM || error == EINVAL) && capacity > least_default_capacity) {
+        capacity /= 2;
+        error = map(capacity);
+    }
+    return error;
 }
 
 void *base_of(const kel_store_options *options) {
@@ -43,10 +53,11 @@ std::uint32_t make_store(const char *what, kel_store **result, Fill fill) {
 std::uint32_t kel_store_create(const char *path, const kel_store_options *options,
                                kel_store **store) {
     return make_store(path, store, [&](kel_store &made) {
-        const std::uint64_t capacity = capacity_of(options);
-        if (const auto error = check_options(path, capacity, base_of(options))) return error;
+        if (const auto error = check_options(path, options)) return error;
         made.path = path;
-        return create_file(path, capacity, base_of(options), made);
+        return map_capacity(options, [&](std::uint64_t capacity) {
+            return create_file(path, capacity, base_of(options), made);
+        });
     });
 }
 
@@ -69,14 +80,15 @@ std::uint32_t kel_store_open_or_create(const char *path, const kel_store_options
 std::uint32_t kel_store_create_private(const kel_store_options *options, kel_store **store) {
     constexpr const char *what = "private store";
     return make_store(what, store, [&](kel_store &made) {
-        const std::uint64_t capacity = capacity_of(options);
-        if (const auto error = check_options(what, capacity, base_of(options))) return error;
-        File none;
-        if (const auto error = made.region.map(none, base_of(options), capacity)) {
+        if (const auto error = check_options(what, options)) return error;
+        const std::uint32_t mapped = map_capacity(options, [&](std::uint64_t capacity) {
+            File none;
+            const std::uint32_t error = made.region.map(none, base_of(options), capacity);
+            if (error == 0) return error;
             return fail(error, "%s: cannot map %llu bytes at %p", what,
                         static_cast<unsigned long long>(capacity), base_of(options));
-        }
-        return made.format();
+        });
+        return mapped == 0 ? made.format() : mapped;
     });
 }
 

@@ -50,9 +50,11 @@ std::uint32_t map_somewhere(File &file, std::uint64_t capacity, Region &region) 
     for (std::uint64_t i = 0; i < slots; ++i) {
         const std::uint64_t address = range_begin + (start + i) % slots * slot;
         const std::uint32_t error = region.map(file, reinterpret_cast<void *>(address), capacity);
+        if (error == EINVAL) break;
         if (error != EADDRINUSE) return error;
     }
-    return EADDRINUSE;
+    // A tool that the process runs under keeps the range from it.
+    return region.map(file, nullptr, capacity);
 }
 
 std::uint32_t map_new(const char *path, File &file, std::uint64_t capacity, void *base,
@@ -114,8 +116,11 @@ std::uint32_t read_header(const char *path, const File &file, StoreHeader &heade
 
 }  // namespace
 
-std::uint32_t check_options(const char *what, std::uint64_t capacity, const void *base) {
-    if (capacity % page_size != 0 || capacity < least_capacity) {
+std::uint32_t check_options(const char *what, const kel_store_options *options) {
+    if (options == nullptr) return 0;
+    const std::uint64_t capacity = options->capacity;
+    const void *base = options->base;
+    if (capacity != 0 && (capacity % page_size != 0 || capacity < least_capacity)) {
         return fail(
             EINVAL, "%s: a capacity of %llu bytes; it must be a multiple of %llu, from %llu", what,
             static_cast<unsigned long long>(capacity), static_cast<unsigned long long>(page_size),

@@ -14,10 +14,11 @@
 namespace tarn::runtime {
 
 inline constexpr std::uint64_t default_capacity = 64ULL << 30;
+inline constexpr std::uint64_t least_default_capacity = 1ULL << 30;
 inline constexpr std::uint64_t least_capacity = 2ULL << 20;
 
 // 0, or EINVAL and a text.
-std::uint32_t check_options(const char *what, std::uint64_t capacity, const void *base);
+std::uint32_t check_options(const char *what, const kel_store_options *options);
 
 // Make or open the file of a store that was just constructed.
 std::uint32_t create_file(const char *path, std::uint64_t capacity, void *base, kel_store &store);
