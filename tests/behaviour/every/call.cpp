@@ -50,11 +50,14 @@ void *symbol(const std::string &name) {
     return address;
 }
 
-u64 call_words(const std::string &name, const std::vector<Word> &arguments) {
-    void *function = symbol(name);
+u64 call_address(void *function, const std::vector<Word> &arguments) {
     if (arguments.size() <= few) return call_padded<few>(function, arguments);
     if (arguments.size() <= most) return call_padded<most>(function, arguments);
-    throw std::length_error("too many arguments for " + name);
+    throw std::length_error("too many arguments");
+}
+
+u64 call_words(const std::string &name, const std::vector<Word> &arguments) {
+    return call_address(symbol(name), arguments);
 }
 
 const std::set<std::string> &called_names() { return names(); }

@@ -37,6 +37,9 @@ class Word {
 // The address of an exported name. Throws if there is none.
 void *symbol(const std::string &name);
 
+// Calls the function at that address.
+u64 call_address(void *function, const std::vector<Word> &arguments);
+
 // Calls the function of that name. Throws if there is none.
 u64 call_words(const std::string &name, const std::vector<Word> &arguments);
 

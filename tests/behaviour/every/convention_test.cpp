@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+// How every operation begins: an error that is set on entry ends it, and otherwise
+// last_error speaks of this operation.
+#include <dlfcn.h>
+
+#include <cstring>
+
+#include "tarnbase/runtime.h"
+#include "tests/behaviour/every/convention.h"
+#include "tests/support/snapshot.h"
+
+namespace {
+
+std::vector<std::string> registered_modules;
+
+}  // namespace
+
+// Stands in front of the runtime's service and notes its calls.
+void ptrail_module_init_fn(const char *name, uint16_t *module_id, uint64_t *state) {
+    registered_modules.emplace_back(name);
+    using Service = decltype(&ptrail_module_init_fn);
+    reinterpret_cast<Service>(dlsym(RTLD_NEXT, "ptrail_module_init_fn"))(name, module_id, state);
+}
+
+namespace tarn::test {
+namespace {
+
+// Whether a name ends as one of these, in either of its twins.
+bool ends_as(const Prototype &function, std::initializer_list<const char *> ends) {
+    for (const std::string end : ends) {
+        if (function.ends_with(end) || function.ends_with(end + "_unsafe")) return true;
+    }
+    return false;
+}
+
+// A structure's own copy, which must run, and an object's access to itself.
+bool is_whole_object(const std::string &item, const Prototype &function) {
+    const std::string operation = operation_of(item, function);
+    const bool is_structure =
+        function.parameters.size() > 2 && function.parameters[2].name == "destination";
+    return (operation == "set" && is_structure) || operation == "get";
+}
+
+// Operations that ask nobody whether there was an error before.
+bool runs_with_an_error(const std::string &item, const Prototype &function) {
+    return ends_as(function, {"create_record", "create_record_w_src", "record_add_ref",
+                              "destroy_record", "table_record_print", "_handler"}) ||
+           is_whole_object(item, function);
+}
+
+class Entry : public ItemTest {};
+TARN_EVERY_ITEM(Entry, Mode::plain, Mode::tracking, Mode::store_types);
+
+TEST_P(Entry, WithAnErrorSetAnOperationAnswersItsFailureAndChangesNothing) {
+    Stage stage(item, GetParam().mode);
+    for (const Prototype &each : functions) stage.arguments(each);
+    const StoreSnapshot before(stage.session.store());
+    for (const Prototype &each : functions) {
+        if (!each.takes("err") || runs_with_an_error(item, each)) continue;
+        SCOPED_TRACE(each.name);
+        const std::vector<Word> arguments = stage.arguments(each);
+        const auto scratch = stage.scratch();
+        stage.err = 5;
+        stage.handle->last_error = 22;
+        const HookRecorder hooks(stage.handle);
+        kel_handle handle_before = *stage.handle;
+        const u64 answer = stage.result(each, Stage::invoke(each, arguments));
+        // What the runtime says of the object's variant is handed on.
+        EXPECT_TRUE(answer == 0 || each.ends_with("_adjust_variant")) << answer;
+        EXPECT_EQ(stage.err, 5U);
+        EXPECT_EQ(std::memcmp(&handle_before, stage.handle, sizeof(kel_handle)), 0);
+        EXPECT_TRUE(hooks.events.empty());
+        EXPECT_EQ(stage.scratch(), scratch);
+    }
+    EXPECT_TRUE(before.changes().empty()) << to_text(before.changes());
+}
+
+// Operations that speak to the caller through other means, and leave last_error alone.
+bool leaves_last_error(const std::string &item, const Prototype &function) {
+    return ends_as(function,
+                   {"create_record", "create_record_w_src", "record_add_ref", "_handler",
+                    "_adjust_variant", "_get_oid_count", "_get_object_references", "_walk"}) ||
+           is_whole_object(item, function);
+}
+
+class Clearing : public ItemTest {};
+TARN_EVERY_ITEM(Clearing, Mode::plain);
+
+TEST_P(Clearing, AnOperationClearsTheErrorOfTheOneBefore) {
+    for (const Prototype &each : functions) {
+        if (!each.takes("err")) continue;
+        SCOPED_TRACE(each.name);
+        Stage stage(item, GetParam().mode);
+        const std::vector<Word> arguments = stage.arguments(each);
+        stage.handle->last_error = 77;
+        Stage::invoke(each, arguments);
+        EXPECT_EQ(stage.handle->last_error == 77, leaves_last_error(item, each));
+    }
+}
+
+TEST_P(Clearing, AnErrorIsReportedInTheErrorWordAndInTheHandle) {
+    for (const Prototype &each : functions) {
+        if (!each.takes("err") || leaves_last_error(item, each)) continue;
+        // Making the key object behind the one that failed clears the handle's.
+        if (ends_as(each, {"table_record_unmarshal"})) continue;
+        SCOPED_TRACE(each.name);
+        Stage stage(item, GetParam().mode);
+        std::vector<Word> arguments = stage.arguments(each);
+        for (std::size_t i = 2; i < arguments.size(); ++i) {
+            if (each.parameters[i].name == "buffer_len") arguments[i] = 1;
+        }
+        Stage::invoke(each, arguments);
+        EXPECT_TRUE(stage.err == 0 || stage.handle->last_error == stage.err)
+            << stage.err << ", " << stage.handle->last_error;
+    }
+}
+
+// Where things begin: at each opening of a table, at each creation of a record and at
+// each creation of a structure, but not in the worker behind it or of an enumeration.
+bool begins_something(const std::string &item, const Prototype &function) {
+    const std::string operation = operation_of(item, function);
+    if (function.result == "kel_table *") return true;
+    if (function.result == "kel_record *" && operation.find("create") != std::string::npos) {
+        return true;
+    }
+    return operation == "create" || operation == "create_cr";
+}
+
+class TraceModule : public ItemTest {};
+TARN_EVERY_ITEM(TraceModule, Mode::plain);
+
+TEST_P(TraceModule, OfTypesIsRegisteredWhereThingsBegin) {
+    Stage stage(item, GetParam().mode);
+    const bool is_enumeration = prototypes_of(item).front().ends_with("_variant_data_index_cap");
+    std::size_t begun = 0;
+    for (const Prototype &each : functions) {
+        const bool begins = begins_something(item, each);
+        if (!begins && !each.ends_with("_create_internal")) continue;
+        SCOPED_TRACE(each.name);
+        const std::vector<Word> arguments = stage.arguments(each);
+        registered_modules.clear();
+        stage.err = 0;
+        Stage::invoke(each, arguments);
+        const std::vector<std::string> expected(begins && !is_enumeration ? 1 : 0,
+                                                "kel_tarnbase_type");
+        EXPECT_EQ(registered_modules, expected);
+        ++begun;
+    }
+    EXPECT_GE(begun, 3U);
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,77 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A store in which every exported function finds the arguments that it wants, made
+// alike each time, so that two calls on two stages can be compared.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_STAGE_H
+#define TARNBASE_TESTS_BEHAVIOUR_EVERY_STAGE_H
+
+#include <array>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/every/objects.h"
+#include "tests/behaviour/every/prototypes.h"
+#include "tests/support/hooks.h"
+
+namespace tarn::test {
+
+class Stage {
+ public:
+    // A stage for the functions of an item; a table's has the table open, with one
+    // record in it.
+    Stage(const std::string &item, Mode mode);
+    ~Stage();
+
+    // What a caller would pass in good faith; `err` is the stage's own.
+    std::vector<Word> arguments(const Prototype &function);
+    // Calls without the note that `call` makes for the count of functions called.
+    static u64 invoke(const Prototype &function, const std::vector<Word> &arguments);
+
+    // An address as its place in the store, so that it is the same on every stage;
+    // other words as they are.
+    u64 place(u64 word) const;
+    u64 result(const Prototype &function, u64 word) const;
+    // The bytes that functions write to, outside the store.
+    const std::array<char, 16384> &scratch() const { return scratch_; }
+
+    Session session;
+    kel_handle *const handle = session.handle();
+    u32 err = 0;
+    kel_table *table = nullptr;
+    kel_record *record = nullptr;
+
+ private:
+    void open(const Table &type);
+    void *object(const std::string &type, const std::string &role);
+    Word argument(const Prototype &function, const Parameter &parameter);
+    Word pointer(const Prototype &function, const Parameter &parameter);
+    static u64 number(const Parameter &parameter);
+
+    std::string item_;
+    std::map<std::string, void *> objects_;
+    std::array<char, 16384> scratch_;
+    std::array<void *, 8> slots_ = {};
+    std::array<u64, 512> words_ = {};
+    kel_vstring string_ = {};
+    Document document_;
+};
+
+// The operation's name: what stands behind the item's, or behind the key's.
+std::string operation_of(const std::string &item, const Prototype &function);
+
+// What a call did, in words that are the same on every stage.
+struct Outcome {
+    u64 result = 0;
+    u32 err = 0;
+    u32 last_error = 0;
+    std::vector<std::array<u64, 5>> hooks;
+    std::vector<std::string> traces;
+    std::string written;  // to the caller's memory
+
+    bool operator==(const Outcome &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const Outcome &outcome);
+
+}  // namespace tarn::test
+
+#endif
