@@ -82,6 +82,7 @@ TEST_P(TableSearch, PassesOverRecordsThatAwaitTheirDestruction) {
     keldb_request_record_destroy(handle, tx, records[3], &err);
     const std::string form = by_key("search_not_pending_destroy");
     EXPECT_EQ(search(form, {table, key(3), 0}), nullptr);
+    EXPECT_EQ(search(form, {table, key(3), 1}), records[5]);
     EXPECT_EQ(search(form, {table, key(1), 0}), records[1]);
     EXPECT_EQ(search(by_key("search"), {table, key(3)}), records[3]);
 }

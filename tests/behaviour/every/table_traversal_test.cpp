@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every traversal form of each table.
+#include <dlfcn.h>
+
 #include "tests/behaviour/every/tabled.h"
 
 namespace tarn::test {
@@ -169,6 +171,58 @@ TEST_P(TableTraversal, GoesOnFromARecordThatWasDeleted) {
     EXPECT_EQ(step(by_key("get_next"), {table, b}), d);
     EXPECT_EQ(step(by_key("get_prev"), {table, b}), a);
     drop(b);
+}
+
+// Not every form has every name.
+TEST_P(TableTraversal, HasTheGapsOfItsFamily) {
+    const auto is_there = [](const std::string &name) {
+        return dlsym(RTLD_DEFAULT, name.c_str()) != nullptr;
+    };
+    ASSERT_TRUE(is_there(key_name("get_first"))) << "names are found";
+    std::vector<std::string> missing = {
+        key_name("get_last_ignore_src"),
+        name("pkey_get_last_ignore_src"),
+        name("pkey_get_last_ignore_src_unsafe"),
+        key_name("get_prev_by_key_w_src"),
+        name("get_prev_by_key_w_src"),
+        name("get_next_by_key_w_src_unsafe"),
+        key_name("get_first_internal"),
+        key_name("get_last_internal"),
+        name("pkey_insert_cr"),
+    };
+    for (const char *step : {"get_first", "get_last", "get_next", "get_prev"}) {
+        missing.push_back(name(std::string("pkey_") + step + "_not_pending_destroy"));
+    }
+    for (const char *form : {"get_first",
+                             "get_first_by_src",
+                             "get_first_not_pending_destroy",
+                             "get_first_ignore_src",
+                             "get_last",
+                             "get_last_by_src",
+                             "get_last_not_pending_destroy",
+                             "get_next",
+                             "get_prev",
+                             "get_next_by_src",
+                             "get_prev_by_src",
+                             "get_next_not_pending_destroy",
+                             "get_prev_not_pending_destroy",
+                             "get_next_ignore_src",
+                             "get_prev_ignore_src",
+                             "get_sub_next",
+                             "get_sub_prev",
+                             "get_shadow",
+                             "get_next_by_key",
+                             "get_prev_by_key",
+                             "get_next_by_key_not_pending_destroy",
+                             "get_prev_by_key_not_pending_destroy",
+                             "get_next_by_key_w_src",
+                             "walk",
+                             "search_w_src",
+                             "search_nearest"}) {
+        EXPECT_TRUE(is_there(key_name(form))) << form;
+        missing.push_back(key_name(std::string(form) + "_unsafe"));
+    }
+    for (const std::string &each : missing) EXPECT_FALSE(is_there(each)) << each;
 }
 
 }  // namespace
