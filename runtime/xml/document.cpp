@@ -46,6 +46,20 @@ void note_error(void *parser, xmlErrorPtr error) {
 // Of a search: its result says that it failed.
 void ignore(void *, xmlErrorPtr) {}
 
+// Bytes that aren't of the encoding which they claim go to the thread's handler, and
+// by default to standard error: the parser's own complaint follows anyway.
+class QuietThread {
+ public:
+    QuietThread() { xmlSetStructuredErrorFunc(nullptr, ignore); }
+    ~QuietThread() { xmlSetStructuredErrorFunc(context_, function_); }
+    QuietThread(const QuietThread &) = delete;
+    QuietThread &operator=(const QuietThread &) = delete;
+
+ private:
+    const xmlStructuredErrorFunc function_ = xmlStructuredError;
+    void *const context_ = xmlStructuredErrorContext;
+};
+
 void refuse(xmlParserCtxt *parser, const char *complaint) {
     complaint_of(parser).take(xmlSAX2GetLineNumber(parser), complaint);
     parser->wellFormed = 0;
@@ -75,6 +89,7 @@ XmlPointer<xmlDoc> parse(const char *text, std::size_t length, Complaint &compla
     parser->sax->internalSubset = refuse_type_declaration;
     parser->sax->startElementNs = start_element;
     parser->sax->serror = note_error;
+    const QuietThread quiet;
     constexpr int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
                             XML_PARSE_HUGE | XML_PARSE_BIG_LINES;
     return XmlPointer<xmlDoc>(

@@ -36,6 +36,15 @@ TEST(XmlDocuments, ABrokenDocumentIsRefusedWithItsLine) {
     EXPECT_TRUE(mentions(kel_error_text(), "expected a text"));
 }
 
+TEST(XmlDocuments, BytesThatAreNotOfTheirEncodingPrintNothing) {
+    constexpr char wide[] = "\xff\xfe<\0a\0>\0\0\xd8x";
+    ::testing::internal::CaptureStderr();
+    refusal_of("<?xml version='1.0' encoding='EUC-JP'?><a>\xff\xff\xff\xff</a>");
+    refusal_of("<?xml version='1.0' encoding='UTF-32'?><a/>");
+    refusal_of({wide, sizeof wide});
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(XmlDocuments, ADocumentTypeDeclarationIsRefusedWhereItStarts) {
     for (const char *text :
          {"<!DOCTYPE a>\n<a/>", "<!DOCTYPE a SYSTEM \"file:///etc/hostname\">\n<a/>",
