@@ -207,6 +207,62 @@ TEST_P(StructureFailure, AnObjectThatCannotLeaveTheHdMappingKeepsItsMemory) {
         << trace.all();
 }
 
+TEST_P(StructureFailure, AnErrorOfAFieldIsTracedByTheNestedOnesBehindItAndStopsNothing) {
+    // A string of its own that stands in front of a nested structure.
+    u32 strings = 0, nested_behind = 0;
+    for (const Field &field : fields_of(type)) {
+        if (field.kind == FieldKind::vstring) ++strings;
+        if (field.structure != nullptr && strings > 0) ++nested_behind;
+    }
+    if (nested_behind == 0) return;
+    const Typed within(type, handle, tx);
+    void *object = within.create();
+    ServiceRecorder recorder(handle);
+    recorder.fail("kel_vstring_get_oid_count", 1);
+    within.destroy(object);
+    EXPECT_EQ(trace.count(3, "(ERR): Error already present in call to get object oid count"),
+              nested_behind);
+    EXPECT_EQ(head(object)->descriptor, nullptr);
+}
+
+TEST_P(StructureFailure, AnObjectOfAVariantAboveTheTypesIsCountedAsTheNewest) {
+    const Typed within(type, handle, tx);
+    void *object = within.create();
+    const kel_variant_usage &usage =
+        head(object)->descriptor->variant_info->variants[type.top_variant];
+    const kel_variant_usage before = usage;
+    head(object)->variant = 5;
+    within.destroy(object);
+    EXPECT_EQ(usage.destroyed, before.destroyed + 1);
+    EXPECT_EQ(usage.live, before.live - 1);
+    EXPECT_EQ(trace.count(6, "(info): variant 5 requested only " +
+                                 std::to_string(type.top_variant + 1) + " variants present"),
+              1U)
+        << trace.all();
+}
+
+TEST_P(StructureFailure, OnlyAnObjectInTheHdMappingIsTakenOutOfIt) {
+    const Typed within(type, handle, tx);
+    for (const bool enabled : {false, true}) {
+        for (const u8 reason : {u8{0}, u8{OBJ_RA_DATA}, u8{OBJ_STATE_ELSEWHERE}}) {
+            handle->hd_mapping_enabled = enabled ? 1 : 0;
+            void *object = within.create();
+            head(object)->flags |= reason;
+            ServiceRecorder recorder(handle);
+            within.destroy(object);
+            const auto about = [object](const std::vector<ServiceCall> &calls) {
+                return std::count_if(calls.begin(), calls.end(), [object](const auto &call) {
+                    return call.template pointer<void>(2) == object;
+                });
+            };
+            EXPECT_EQ(about(recorder.calls("kel_hd_mapping_destroy")), enabled && reason != 0);
+            EXPECT_EQ(about(recorder.calls("kellib_get_sttr_offset")),
+                      tracking && reason == OBJ_STATE_ELSEWHERE);
+            EXPECT_EQ(head(object)->descriptor, nullptr);
+        }
+    }
+}
+
 TEST_P(StructureFailure, AskingNullIsTracedUnderTheTypesModule) {
     typed("set_instance_embedded", {nullptr});
     EXPECT_TRUE(trace.has(3, "(ERR): Invalid object pointer passed in to set instance flag"));

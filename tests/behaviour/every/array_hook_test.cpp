@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: Apache-2.0
+// The two arrays of minutes: what their writes announce and mark, and when they fail.
+#include "tarnbase/runtime.h"
+#include "tests/behaviour/every/objects.h"
+#include "tests/support/services.h"
+
+namespace tarn::test {
+namespace {
+
+class MinuteStores : public StructureTest {
+ protected:
+    void SetUp() override {
+        for (const Field &each : fields_of(type)) {
+            if (each.kind == FieldKind::array) field = &each;
+        }
+        object = typed.create();
+        typed.fill(object, 1);
+        typed("set_all_state_tracking_flag", {object, 9});
+        head(object)->flags &= 127;
+    }
+    void TearDown() override {
+        typed.destroy(object);
+        StructureTest::TearDown();
+    }
+    template <typename R = void>
+    R on(const std::string &operation, std::vector<Word> arguments) {
+        arguments.insert(arguments.begin(), object);
+        arguments.emplace_back(&err);
+        return typed.operator()<R>("minute_" + operation, arguments);
+    }
+    void expect_error(u32 expected) {
+        EXPECT_EQ(err, expected);
+        EXPECT_EQ(handle->last_error, expected);
+        err = 0;
+    }
+    std::vector<u8> bytes() const {
+        return {at(object, 0), at(object, type.plain_size + (tracking ? type.state_length : 0))};
+    }
+    u8 *element(u32 index) { return at(object, field->offset + index); }
+    u8 *flag(u32 position) { return at(object, type.plain_size + field->state + position); }
+    // The announcements and marks of a write, in order.
+    using Steps = std::vector<std::pair<const void *, u64>>;
+    Steps steps(const ServiceRecorder &recorder) const {
+        Steps found;
+        for (const ServiceCall &call : recorder.calls()) {
+            if (call.name == "write_log_hook") {
+                found.emplace_back(call.pointer<const void>(1), call.arguments[2]);
+            } else if (call.name == "kel_set_instance_modified") {
+                found.emplace_back(call.pointer<const void>(0), 0);
+                EXPECT_EQ(call.arguments[1], 1U);
+                EXPECT_EQ(call.arguments[2], 0U);
+                EXPECT_EQ(call.arguments[3], 1U);
+            }
+        }
+        return found;
+    }
+
+    const Field *field = nullptr;
+    void *object = nullptr;
+};
+
+std::vector<InMode<Structure>> with_minutes() {
+    return in_each_mode(std::vector<const Structure *>{&structure("st_aaa_servers"),
+                                                       &structure("st_aaa_client_stats")});
+}
+INSTANTIATE_TEST_SUITE_P(Every, MinuteStores, ::testing::ValuesIn(with_minutes()),
+                         name_in_mode<Structure>);
+
+TEST_P(MinuteStores, ABlockWriteAnnouncesItsBytesThenTheWholeArraysFlagAndMarks) {
+    const std::vector<u8> source(minutes, 3);
+    ServiceRecorder recorder(handle);
+    on("set_mem", {source.data(), 100});
+    Steps expected = {{element(0), 100}};
+    if (tracking) expected.emplace_back(flag(0), 1);
+    expected.emplace_back(object, 0);
+    EXPECT_EQ(steps(recorder), expected);
+    EXPECT_EQ(recorder.order(
+                  {"kel_clear_last_error", "kellib_adjust_variant", "kel_get_instance_variant"}),
+              "kel_clear_last_error kellib_adjust_variant kel_get_instance_variant");
+    if (tracking) {
+        EXPECT_EQ(*flag(0), 2);
+        EXPECT_EQ(std::vector<u8>(flag(1), flag(1) + minutes), std::vector<u8>(minutes, 9));
+    }
+}
+
+TEST_P(MinuteStores, AnElementFromASourceAnnouncesItAndBothFlagsAndIsNoModification) {
+    const u8 source = 3;
+    ServiceRecorder recorder(handle);
+    on("set", {1439, &source});
+    Steps expected = {{element(1439), 1}};
+    if (tracking) expected.insert(expected.end(), {{flag(0), 1}, {flag(1440), 1}});
+    EXPECT_EQ(steps(recorder), expected);
+    EXPECT_EQ(recorder.order({"kel_clear_last_error", "kellib_adjust_variant",
+                              "kel_get_instance_variant", "u_int8_set"}),
+              "kel_clear_last_error kellib_adjust_variant kel_get_instance_variant u_int8_set");
+    if (tracking) {
+        EXPECT_EQ(*flag(0), 2);
+        EXPECT_EQ(*flag(1440), 2);
+        EXPECT_EQ(*flag(1439), 9);
+    }
+}
+
+TEST_P(MinuteStores, AnElementsValueAnnouncesItAndBothFlagsAndIsAModification) {
+    ServiceRecorder recorder(handle);
+    on("set_value", {0, 3});
+    Steps expected = {{element(0), 1}};
+    if (tracking) expected.insert(expected.end(), {{flag(0), 1}, {flag(1), 1}});
+    expected.emplace_back(object, 0);
+    EXPECT_EQ(steps(recorder), expected);
+    EXPECT_EQ(recorder.order({"kellib_adjust_variant", "u_int8_get", "u_int8_set_value"}),
+              "kellib_adjust_variant u_int8_get u_int8_set_value");
+}
+
+TEST_P(MinuteStores, AReadMakesThePrologueAndTheTestTwiceForAValue) {
+    ServiceRecorder recorder(handle);
+    on<u8>("get_value", {5});
+    EXPECT_EQ(recorder.order({"kel_clear_last_error", "kel_get_instance_variant", "u_int8_get",
+                              "u_int8_get_value"}),
+              "kel_clear_last_error kel_get_instance_variant kel_clear_last_error "
+              "kel_get_instance_variant u_int8_get u_int8_get_value");
+    recorder.clear();
+    u8 out[3];
+    on("get_mem", {out, 3});
+    EXPECT_EQ(recorder.calls().size(), 2U);
+    EXPECT_EQ(recorder.order({"kel_clear_last_error", "kel_get_instance_variant"}),
+              "kel_clear_last_error kel_get_instance_variant");
+}
+
+TEST_P(MinuteStores, ANullSourceDoesNothing) {
+    const std::vector<u8> before = bytes();
+    ServiceRecorder recorder(handle);
+    on("set", {0, nullptr});
+    EXPECT_TRUE(steps(recorder).empty());
+    EXPECT_EQ(bytes(), before);
+}
+
+TEST_P(MinuteStores, AnInstanceOfANegativeVariantGivesError43AndStays) {
+    const std::int8_t variant = head(object)->variant;
+    kel_handle_set_variant(handle, type.descriptor, -1);
+    head(object)->variant = -1;
+    const std::vector<u8> before = bytes();
+    u8 byte = 5;
+    std::vector<u8> all(minutes, 5);
+    on("get_mem", {&byte, 1});
+    expect_error(43);
+    EXPECT_EQ(on<u8 *>("get", {0}), nullptr);
+    expect_error(43);
+    EXPECT_EQ(on<u8>("get_value", {0}), 0);
+    expect_error(43);
+    on("set_mem", {&byte, 1});
+    expect_error(43);
+    on("set", {0, &byte});
+    expect_error(43);
+    on("set_value", {0, 5});
+    expect_error(43);
+    if (tracking) {
+        on("state_flag_whole_set", {1});
+        expect_error(43);
+        on("state_flag_set", {0, 1});
+        expect_error(43);
+        on("state_flag_set_arr", {all.data(), minutes});
+        expect_error(43);
+        EXPECT_EQ(on<u8>("state_flag_get", {0}), 9);
+        EXPECT_EQ(on<u8>("state_flag_whole_get", {}), 9);
+    }
+    EXPECT_EQ(byte, 5);
+    EXPECT_EQ(bytes(), before);
+    head(object)->variant = variant;
+    kel_handle_set_variant(handle, type.descriptor, variant);
+}
+
+TEST_P(MinuteStores, AnObjectWithoutABlockInATrackingHandle) {
+    if (tracking) return;
+    const u8 source = 3;
+    const std::vector<u8> before = bytes();
+    kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
+    on("set_mem", {&source, 1});
+    expect_error(22);
+    EXPECT_EQ(std::vector<u8>(at(object, 0), at(object, type.plain_size)), before)
+        << "a block write fails before any change";
+    on("set", {1, &source});
+    expect_error(22);
+    on("set_value", {2, 4});
+    expect_error(22);
+    EXPECT_EQ(*element(1), 3) << "an element's write fails with its value in place";
+    EXPECT_EQ(*element(2), 4);
+    EXPECT_EQ(head(object)->flags & 128, 0);
+    EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 3U);
+    kel_handle_set_state_tracking(handle, 0);
+}
+
+TEST_P(MinuteStores, TheModeAndTheObjectAreTestedBeforeAnIndex) {
+    if (tracking) {
+        kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_OFF);
+        on<u8>("state_flag_get", {minutes});
+        expect_error(22);
+        on("state_flag_set", {minutes, 1});
+        expect_error(22);
+        EXPECT_TRUE(trace.lines.empty()) << trace.all();
+        kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
+    } else {
+        on<u8>("state_flag_get", {minutes});
+        expect_error(22);
+        EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), 1U);
+        on("state_flag_set", {minutes, 1});
+        expect_error(22);
+        EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
+    }
+}
+
+TEST_P(MinuteStores, SettingFlagsAnnouncesEachByteButTheBlockOfThemAll) {
+    if (!tracking) return;
+    const std::vector<u8> source(minutes, 4);
+    ServiceRecorder recorder(handle);
+    on("state_flag_set", {7, 4});
+    EXPECT_EQ(steps(recorder), (Steps{{flag(8), 1}, {object, 0}}));
+    recorder.clear();
+    on("state_flag_whole_set", {4});
+    EXPECT_EQ(steps(recorder), (Steps{{flag(0), 1}, {object, 0}}));
+    recorder.clear();
+    on("state_flag_set_arr", {source.data(), minutes});
+    EXPECT_EQ(steps(recorder), (Steps{{object, 0}}));
+    EXPECT_EQ(recorder.order({"kellib_adjust_variant", "kel_get_instance_variant"}),
+              "kellib_adjust_variant kel_get_instance_variant");
+}
+
+}  // namespace
+}  // namespace tarn::test

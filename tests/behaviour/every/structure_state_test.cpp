@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: Apache-2.0
+// Each structure with and without a state block, met by handles of another mode.
+#include "tarnbase/runtime.h"
+#include "tests/behaviour/every/objects.h"
+#include "tests/support/hooks.h"
+
+namespace tarn::test {
+namespace {
+
+class StateModes : public StructureTest {
+ protected:
+    void SetUp() override {
+        object = typed.create();
+        other = typed.create();
+        typed.fill(object, 1);
+        typed.fill(other, 2);
+        clear_marks(type, object);
+    }
+    void TearDown() override {
+        track(tracking ? KEL_STATE_TRACKING_ON : 0);
+        typed.destroy(object);
+        typed.destroy(other);
+        StructureTest::TearDown();
+    }
+    void track(u32 mode) { kel_handle_set_state_tracking(handle, mode); }
+    static void clear_marks(const Structure &of, void *place) {
+        head(place)->flags &= 127;
+        for (const Field &field : fields_of(of)) {
+            if (field.descriptor != nullptr) head(at(place, field.offset))->flags &= 127;
+        }
+    }
+    void expect_error(u32 code) {
+        EXPECT_EQ(err, code);
+        EXPECT_EQ(handle->last_error, code);
+        err = 0;
+    }
+    static std::string flags_of(const Field &field) {
+        return std::string(field.name) + "_state_flag" +
+               (field.kind == FieldKind::array ? "_whole" : "");
+    }
+    std::vector<u8> block() const {
+        return {at(object, type.plain_size), at(object, type.plain_size + type.state_length)};
+    }
+
+    void *object = nullptr;
+    void *other = nullptr;
+};
+
+// Objects without a block, and those with one.
+class BlocklessObjects : public StateModes {};
+class BlockedObjects : public StateModes {};
+std::vector<InMode<Structure>> in_mode(Mode mode) {
+    std::vector<InMode<Structure>> cases;
+    for (const Structure *type : all_structures()) cases.push_back({type, mode});
+    return cases;
+}
+INSTANTIATE_TEST_SUITE_P(Every, BlocklessObjects, ::testing::ValuesIn(in_mode(Mode::plain)),
+                         name_in_mode<Structure>);
+INSTANTIATE_TEST_SUITE_P(Every, BlockedObjects, ::testing::ValuesIn(in_mode(Mode::tracking)),
+                         name_in_mode<Structure>);
+
+TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsWithItsValueInPlaceAndNoMark) {
+    track(KEL_STATE_TRACKING_ON);
+    std::size_t failed = 0;
+    const auto expect_failure = [&](const Field &field, u32 seed) {
+        expect_error(22);
+        EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), ++failed);
+        EXPECT_EQ(head(object)->flags & 128, 0);
+        typed.check_field(object, field, seed);
+    };
+    for (const Field &field : fields_of(type)) {
+        // A nested object is refused by its own copy already.
+        if (field.kind == FieldKind::array || field.structure != nullptr) continue;
+        SCOPED_TRACE(field.name);
+        const std::string name = field.name;
+        typed(name + "_set", {object, at(other, field.offset), &err});
+        expect_failure(field, 2);
+        if (!has_plain_value(field.kind)) continue;
+        typed(name + "_set_value", {object, plain_value(field, 3), &err});
+        expect_failure(field, 3);
+    }
+}
+
+TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsSayInTwoTextsThatThereAreNone) {
+    const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
+    std::size_t asked = 0;
+    for (const u32 mode : {u32{KEL_STATE_TRACKING_ON}, u32{0}}) {
+        track(mode);
+        for (const Field &field : fields_of(type)) {
+            SCOPED_TRACE(field.name);
+            EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 0);
+            expect_error(22);
+            typed(flags_of(field) + "_set", {object, 7, &err});
+            expect_error(22);
+            ++asked;
+            EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), asked);
+            EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), asked);
+        }
+    }
+    EXPECT_EQ(before, std::vector<u8>(at(object, 0), at(object, type.plain_size)));
+}
+
+TEST_P(BlocklessObjects, FillingTheFlagsOfOneIsSilentInEveryMode) {
+    const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
+    for (const u32 mode : {u32{KEL_STATE_TRACKING_ON}, u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
+        track(mode);
+        typed("set_all_state_tracking_flag", {object, 7});
+    }
+    EXPECT_EQ(before, std::vector<u8>(at(object, 0), at(object, type.plain_size)));
+    EXPECT_EQ(handle->last_error, 0U);
+    EXPECT_TRUE(trace.lines.empty()) << trace.all();
+}
+
+TEST_P(BlockedObjects, WithTrackingOffByItsModeFlagsAreError22WithoutATrace) {
+    const std::vector<u8> before = block();
+    track(KEL_STATE_TRACKING_OFF);
+    for (const Field &field : fields_of(type)) {
+        SCOPED_TRACE(field.name);
+        EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 0);
+        expect_error(22);
+        typed(flags_of(field) + "_set", {object, 7, &err});
+        expect_error(22);
+    }
+    EXPECT_TRUE(trace.lines.empty()) << trace.all();
+    EXPECT_EQ(block(), before);
+}
+
+TEST_P(BlockedObjects, WithoutAControlRecordFlagsAreReadAndWritten) {
+    track(0);
+    for (const Field &field : fields_of(type)) {
+        EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 2) << field.name;
+        typed(flags_of(field) + "_set", {object, 7, &err});
+        EXPECT_EQ(block()[field.state], 7) << field.name;
+    }
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_P(BlockedObjects, AreWrittenByAHandleWithTrackingOffWithoutMarks) {
+    const std::vector<u8> before = block();
+    u32 seed = 3;
+    for (const u32 mode : {u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
+        track(mode);
+        for (const Field &field : fields_of(type)) {
+            if (field.structure != nullptr) continue;
+            typed.fill_field(object, field, seed);
+            typed.check_field(object, field, seed);
+            EXPECT_NE(head(object)->flags & 128, 0) << field.name;
+            clear_marks(type, object);
+        }
+        ++seed;
+    }
+    EXPECT_EQ(block(), before);
+}
+
+TEST_P(BlockedObjects, FillingTheFlagsIsSilentWithTrackingOff) {
+    const std::vector<u8> before = block();
+    for (const u32 mode : {u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
+        track(mode);
+        typed("set_all_state_tracking_flag", {object, 7});
+        EXPECT_EQ(typed.cr<u32>("sizeof", {}), type.plain_size);
+    }
+    EXPECT_EQ(block(), before);
+    EXPECT_TRUE(trace.lines.empty()) << trace.all();
+}
+
+TEST_P(BlockedObjects, FillingTheFlagsAnnouncesAndMarksNothing) {
+    HookRecorder hooks(handle);
+    typed("set_all_state_tracking_flag", {object, 7});
+    EXPECT_TRUE(hooks.events.empty());
+    EXPECT_EQ(head(object)->flags & 128, 0);
+    EXPECT_EQ(block(), std::vector<u8>(type.state_length, 7));
+}
+
+TEST_P(BlockedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
+    const std::vector<u8> before = block();
+    for (const Field &field : fields_of(type)) {
+        err = 12;
+        EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 0) << field.name;
+        typed(flags_of(field) + "_set", {object, 7, &err});
+        EXPECT_EQ(err, 12U);
+    }
+    err = 0;
+    EXPECT_EQ(block(), before);
+    EXPECT_TRUE(trace.lines.empty()) << trace.all();
+}
+
+TEST_P(BlockedObjects, ACopyKeepsTheDestinationsPlaceOfItsBlockUnlessThereIsNoControlRecord) {
+    const auto elsewhere = [this](const void *which) {
+        return (head(which)->flags & OBJ_STATE_ELSEWHERE) != 0;
+    };
+    const auto set = [this](void *which, bool away) {
+        head(which)->flags = static_cast<u8>(away ? head(which)->flags | OBJ_STATE_ELSEWHERE
+                                                  : head(which)->flags & ~OBJ_STATE_ELSEWHERE);
+    };
+    for (const u32 mode : {u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
+        track(mode);
+        for (const bool before : {false, true}) {
+            set(object, before);
+            set(other, !before);
+            typed("set", {object, other, &err});
+            EXPECT_EQ(elsewhere(object), mode == 0 ? !before : before);
+        }
+    }
+    set(object, false);
+    set(other, false);
+}
+
+TEST_P(BlockedObjects, ACopyAnnouncesThePlainSizeFirstAndTheBlockNotAtAll) {
+    const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
+    typed("set_all_state_tracking_flag", {other, 6});
+    {
+        HookRecorder hooks(handle);
+        typed("set", {object, other, &err});
+        const auto writes = hooks.of(Hook::write_log);
+        ASSERT_FALSE(writes.empty());
+        EXPECT_EQ(writes[0].address, object);
+        EXPECT_EQ(writes[0].length, type.plain_size);
+        EXPECT_EQ(writes[0].before, before);
+        EXPECT_TRUE(hooks.writes_in(at(object, type.plain_size), type.state_length).empty());
+    }
+    EXPECT_EQ(block(), std::vector<u8>(type.state_length, 6));
+}
+
+TEST_P(BlockedObjects, ACloneHasTheFlagsOfItsSource) {
+    u8 value = 20;
+    for (const Field &field : fields_of(type)) {
+        typed(flags_of(field) + "_set", {object, value++, &err});
+    }
+    void *clone = typed.cr<void *>("clone_cr", {object});
+    ASSERT_NE(clone, nullptr);
+    EXPECT_EQ(handle->last_error, 0U);
+    value = 20;
+    for (const Field &field : fields_of(type)) {
+        EXPECT_EQ(at(clone, type.plain_size)[field.state], value++) << field.name;
+    }
+    typed.destroy(clone);
+}
+
+TEST_P(BlocklessObjects, ACloneOfOneHasNoFlags) {
+    void *clone = typed.cr<void *>("clone_cr", {object});
+    ASSERT_NE(clone, nullptr);
+    EXPECT_EQ(head(clone)->flags & OBJ_STATE_TRACKED, 0);
+    typed.destroy(clone);
+}
+
+}  // namespace
+}  // namespace tarn::test
