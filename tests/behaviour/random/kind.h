@@ -1,0 +1,32 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A table of each kind of key, and what the random operations need of it besides its
+// exported operations.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_RANDOM_KIND_H
+#define TARNBASE_TESTS_BEHAVIOUR_RANDOM_KIND_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/table/subject.h"
+
+namespace tarn::test {
+
+struct Kind {
+    const char *name;  // of the kind of key
+    const Subject *subject;
+    u32 keys;    // key numbers are below this: few, so that they meet often
+    u32 values;  // values of the field that is no key are below this
+    // A text in the value object that is no key, and no key's.
+    void (*set_text)(kel_handle *, u32 tx, void *object, const std::string &text, u32 *err);
+    std::string (*get_text)(kel_handle *, const void *object);
+};
+
+inline void PrintTo(const Kind &kind, std::ostream *out) { *out << kind.name; }
+
+// The kinds of the program.
+const std::vector<Kind> &all_kinds();
+
+}  // namespace tarn::test
+
+#endif

@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: Apache-2.0
+// Records: made, filled, changed, copied by the wire, referred to and destroyed.
+#include "tests/behaviour/random/driver.h"
+
+namespace tarn::test {
+
+namespace {
+
+// Texts that lie in their strings and texts that lie outside.
+const std::string &text_number(u32 number) {
+    static const auto texts = [] {
+        std::vector<std::string> made;
+        for (u32 i = 0; i < 40; ++i) made.emplace_back(i, static_cast<char>('a' + i % 26));
+        return made;
+    }();
+    return texts[number];
+}
+
+constexpr u32 text_count = 40;
+
+}  // namespace
+
+// A record by one of the forms that give it the source asked for.
+kel_record *Driver::create(u8 src, bool with_objects) {
+    kel_record *record = nullptr;
+    err_ = 5;  // is cleared, whatever it was
+    if (with_objects) {
+        record = s.cr.create(handle_, 1);
+        err_ = take_cr_error();
+    } else if (src == KEL_SOURCE_DEFAULT && random_.coin()) {
+        record = form().create_record(handle_, tx_, &err_);
+    } else {
+        record = s.create_record_w_src(handle_, tx_, src + 256U * random_.below(2), &err_);
+    }
+    same(err_, 0U, "the error of a creation");
+    err_ = 0;
+    return record;
+}
+
+// A new record outside; answers its row.
+u32 Driver::make(u8 src) {
+    Row row;
+    const bool with_objects = src == KEL_SOURCE_DEFAULT && random_.one_in(4);
+    row.place = {tenant_, random_.below(run_.kind->keys), src};
+    row.store_type = handle_->store_types_enabled != 0;
+    row.store_object = row.store_type;
+    row.value = random_.below(run_.kind->values);
+    row.text = random_.below(text_count);
+    story_.add("key", row.place.key);
+    story_.add("source", src);
+    row.record = create(src, with_objects);
+    if (row.record == nullptr) {
+        fail("no record is made");
+        return no_row;
+    }
+    if (!with_objects) {
+        s.object.set(handle_, tx_, row.record, s.object.create(handle_, tx_));
+        if (s.has_key_object()) {
+            s.key_object.set(handle_, tx_, row.record, s.key_object.create(handle_, tx_));
+        }
+    }
+    fill(row);
+    const u32 number = model_.add(row);
+    expect_row(row);
+    return number;
+}
+
+void Driver::fill(const Row &row) {
+    void *object = s.object.get(handle_, tx_, row.record);
+    if (s.prepare != nullptr) s.prepare(handle_, tx_, object, &err_);
+    s.set_value(handle_, tx_, object, row.value, &err_);
+    run_.kind->set_text(handle_, tx_, object, text_number(row.text), &err_);
+    set_key(row);
+    expect_error(0);
+}
+
+void Driver::set_key(const Row &row) {
+    const Slot &slot = s.has_key_object() ? s.key_object : s.object;
+    s.set_key(handle_, tx_, slot.get(handle_, tx_, row.record), row.place.key, &err_);
+}
+
+void Driver::add_ref() {
+    const u32 number = pick_any();
+    if (number == no_row) return;
+    Row &row = model_.rows[number];
+    story_.add("row", number);
+    if (row.refs >= 4) return;
+    same(form().add_ref(handle_, tx_, row.record, &err_), row.refs, "the references before");
+    ++row.refs;
+    note_reference(row);
+    expect_row(row);
+}
+
+// Gives a reference back; with the last one the record leaves its index and is gone.
+void Driver::destroy(u32 number) {
+    Row &row = model_.rows[number];
+    kel_record *record = row.record;
+    story_.add("row", number);
+    story_.add("references", row.refs);
+    note_release(row);
+    const bool last = row.refs == 1;
+    if (last) {
+        if (row.table != outside) model_.remove(number, tenant_);
+        model_.forget(number);
+    } else {
+        --row.refs;
+    }
+    if (random_.one_in(3)) {
+        s.cr.destroy(handle_, record);
+        err_ = take_cr_error();
+    } else {
+        form().destroy_record(handle_, tx_, record, &err_);
+    }
+    expect_error(0);
+    if (!last) expect_row(model_.rows[number]);
+}
+
+void Driver::destroy_one() {
+    // A record that was unlinked by a removal from the wrong table stays in its own:
+    // destroying it now would leave its node behind.
+    const u32 number = pick([](const Row &row) { return row.table == outside || row.linked; });
+    if (number == no_row) return;
+    const Row &row = model_.rows[number];
+    const bool engine = row.refs == 1 && engine_must_remove(row);
+    handle_->replication_engine_active = engine ? 1 : 0;
+    destroy(number);
+    handle_->replication_engine_active = 0;
+}
+
+void Driver::set_value() {
+    const u32 number = pick_any();
+    if (number == no_row) return;
+    Row &row = model_.rows[number];
+    row.value = random_.below(run_.kind->values);
+    s.set_value(handle_, tx_, row.record->object, row.value, &err_);
+    expect_error(0);
+    expect_content(row);
+}
+
+void Driver::set_text() {
+    const u32 number = pick_any();
+    if (number == no_row) return;
+    Row &row = model_.rows[number];
+    row.text = random_.below(text_count);
+    run_.kind->set_text(handle_, tx_, row.record->object, text_number(row.text), &err_);
+    expect_error(0);
+    expect_content(row);
+}
+
+void Driver::change_key() {
+    const u32 number = pick_outside();
+    if (number == no_row) return;
+    Row &row = model_.rows[number];
+    row.place.key = random_.below(run_.kind->keys);
+    set_key(row);
+    expect_error(0);
+    expect_content(row);
+}
+
+// A record outside gets another object, the old one going in one of two ways.
+void Driver::replace_object() {
+    const u32 number = pick_outside();
+    if (number == no_row) return;
+    Row &row = model_.rows[number];
+    void *object = s.object.create(handle_, tx_);
+    row.store_object = handle_->store_types_enabled != 0;
+    if (random_.coin()) {
+        s.object.free_and_set(handle_, tx_, row.record, object);
+    } else {
+        void *old = s.object.detach(handle_, tx_, row.record);
+        same(row.record->object, nullptr, "a detached object");
+        s.object.set(handle_, tx_, row.record, object);
+        s.object.destroy(handle_, tx_, old);
+    }
+    same(s.object.get(handle_, tx_, row.record), object, "the record's object");
+    // An object that is in a record goes into no other one.
+    s.object.set(handle_, tx_, row.record, object);
+    if (take_cr_error() == 0) fail("an embedded object is accepted");
+    fill(row);
+}
+
+// Writes a record into the buffer; answers the length.
+u32 Driver::to_wire(const Row &row) {
+    const u32 length = form().len(handle_, tx_, row.record);
+    wire_.assign(length + 1, 0xa5);
+    u32 written = 0;
+    if (random_.one_in(3)) {
+        same(s.cr.len(handle_, row.record), length, "the length");
+        written = s.cr.marshal(handle_, row.record, wire_.data(), length);
+    } else {
+        written = form().marshal(handle_, tx_, wire_.data(), row.record, length, &err_);
+    }
+    expect_error(0);
+    same(written, length, "the bytes written");
+    return length;
+}
+
+// What a new record is that is read from the wire form of `from`.
+Row Driver::read_row(const Row &from) {
+    Row row;
+    row.place = {tenant_, from.place.key, KEL_SOURCE_DEFAULT};
+    row.store_type = handle_->store_types_enabled != 0;
+    row.store_object = row.store_type;
+    row.value = from.value;
+    row.text = from.text;
+    return row;
+}
+
+void Driver::copy_by_wire() {
+    const u32 number = pick_any();
+    if (number == no_row || model_.alive >= most_records) return;
+    const u32 length = to_wire(model_.rows[number]);
+    Row row = read_row(model_.rows[number]);
+    const u32 read = form().unmarshal(handle_, tx_, &row.record, wire_.data(), length, 0, &err_);
+    expect_error(0);
+    same(read, length, "the bytes read");
+    if (failed_) return;
+    model_.add(row);
+    expect_row(row);
+    expect_content(row);
+}
+
+// A record outside takes on what another one holds; a record inside only its own.
+void Driver::read_over() {
+    const u32 from = pick_any();
+    if (from == no_row) return;
+    const u32 other = pick_outside();
+    const u32 to = other == no_row || random_.one_in(3) ? from : other;
+    Row &row = model_.rows[to];
+    const u32 length = to_wire(model_.rows[from]);
+    // Reading an enumeration stores its descriptor without a log, so that a rollback
+    // wouldn't bring another handle's back.
+    if (tx_ != KEL_TX_NONE) choose_handle_of(row.store_object);
+    row.store_object = handle_->store_types_enabled != 0;
+    same(form().unmarshal(handle_, tx_, &row.record, wire_.data(), length, 1, &err_), length,
+         "the bytes read");
+    expect_error(0);
+    row.place.key = model_.rows[from].place.key;
+    row.value = model_.rows[from].value;
+    row.text = model_.rows[from].text;
+    expect_row(row);
+    expect_content(row);
+}
+
+// A key that went over the wire finds its record.
+void Driver::send_key() {
+    const u32 number = pick_any();
+    if (number == no_row) return;
+    const Row &row = model_.rows[number];
+    const u32 table = any_table();
+    const u32 length = form().pkey_len(handle_, tx_, row.record);
+    wire_.assign(length + 1, 0xa5);
+    same(form().pkey_marshal(handle_, tx_, wire_.data(), row.record, length, &err_), length,
+         "the bytes of the key");
+    void *key = nullptr;
+    same(form().pkey_unmarshal(handle_, tx_, &key, wire_.data(), length, &err_), length,
+         "the bytes of the key read");
+    expect_error(0);
+    if (failed_) return;
+    const Place place{tenant_, row.place.key, row.place.src};
+    kel_record *found = form().search_object_w_src(handle_, tx_, model_.tables[table].block, key, 0,
+                                                   place.src, &err_);
+    answered(found, model_.search(table, place, false, true, false));
+    form().pkey_destroy(handle_, tx_, key);
+}
+
+// What the record block tells.
+void Driver::expect_row(const Row &row) {
+    const kel_record *record = row.record;
+    same(record->ref_count, row.refs, "the references");
+    same(u32{record->flags}, u32{row.flags()}, "the flags");
+    same(u32{record->src}, u32{row.place.src}, "the source");
+    same(record->tenant_id, row.place.tenant, "the tenant");
+    same(record->table, row.linked ? model_.tables[row.table].block : nullptr, "the table");
+    same(record->descriptor == s.record_descriptor, !row.store_type, "the library's descriptor");
+}
+
+// What its objects tell.
+void Driver::expect_content(const Row &row) {
+    kel_record *record = row.record;
+    void *holder = s.has_key_object() ? record->key_object : record->object;
+    same(s.get_key(handle_, holder), row.place.key, "the key");
+    same(s.get_value(handle_, record->object), row.value, "the value");
+    same(run_.kind->get_text(handle_, record->object), text_number(row.text), "the text");
+}
+
+}  // namespace tarn::test
