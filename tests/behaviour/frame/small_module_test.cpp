@@ -1,0 +1,336 @@
+// SPDX-License-Identifier: Apache-2.0
+// The module frame over a module of its own, of three items and one table: what a
+// whole schema never shows, such as an item without variants or a copy that fails.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "frame/conventions.h"
+#include "frame/schema.h"
+#include "frame/startup.h"
+#include "tests/support/fixture.h"
+#include "tests/support/hooks.h"
+#include "tests/support/trace.h"
+
+namespace {
+
+kel_variant_usage two_usages[2] = {{0, 10, 6, 0, 0, 0}, {1, 20, 12, 0, 0, 0}};
+kel_variant_info two_variants = {2, two_usages};
+kel_variant_usage one_usage = {1, 8, 0, 0, 0, 0};
+kel_variant_info one_variant = {1, &one_usage};
+
+const kel_type_info first = {KEL_TYPE_INFO_MAGIC, {1},           "first",
+                             "st_first",          "small",       "type",
+                             KEL_TYPE_SLOT_NONE,  &two_variants, 0};
+const kel_type_info hollow = {KEL_TYPE_INFO_MAGIC, {2},     "hollow", "st_hollow", "small", "type",
+                              KEL_TYPE_SLOT_NONE,  nullptr, 0};
+const kel_type_info last = {KEL_TYPE_INFO_MAGIC, {3},          "last", "tbl_last", "small", "table",
+                            KEL_TYPE_SLOT_NONE,  &one_variant, 0};
+
+const std::uint8_t table_luid[16] = {3};
+tarn::Table only_table = [] {
+    tarn::Table made = {};
+    made.luid = table_luid;
+    return made;
+}();
+const tarn::Table *const tables[] = {&only_table};
+
+std::uint32_t copy_answer = 0;
+std::uint32_t copies = 0;
+
+struct Update {
+    const kel_type_info_copy *copy;
+    const kel_type_info *constant;
+    std::uint32_t is_new;
+};
+std::vector<Update> updates;
+
+}  // namespace
+
+const kel_type_info *const tarnbase_type_list[] = {&first, &hollow, &last, nullptr};
+const void *tarnbase_table_lut[1][KEL_TABLE_VFT_SLOTS] = {};
+
+namespace tarn {
+
+const Module module = {"small", tarnbase_type_list, tables, 1};
+const void *const source_vectors[][KEL_TABLE_VFT_SLOTS] = {{table_luid, "table tbl_last"}};
+
+}  // namespace tarn
+
+uint32_t table_vft_cpy(void *destination, const void *source, uint32_t count) {
+    ++copies;
+    EXPECT_EQ(destination, &tarnbase_table_lut);
+    EXPECT_EQ(source, &tarn::source_vectors);
+    EXPECT_EQ(count, 1U);
+    return copy_answer;
+}
+
+void kel_update_variant_info(kel_handle *, uint32_t, kel_type_info_copy *copy,
+                             const kel_type_info *constant, uint32_t is_new) {
+    updates.push_back({copy, constant, is_new});
+}
+
+namespace tarn::test {
+namespace {
+
+class SmallModule : public PlainTest {
+ protected:
+    SmallModule() { updates.clear(); }
+};
+
+TEST_F(SmallModule, IsLinkedOnceAndNotAgainAfterItWasUnlinked) {
+    kel_module_list &list = kel_module_tot_root;
+    ASSERT_EQ(list.count, 1U);
+    start();
+    EXPECT_EQ(list.count, 1U);
+    EXPECT_EQ(list.first, &module_record);
+    EXPECT_EQ(module_record.link_next, nullptr);
+    EXPECT_EQ(module_record.link_prev, &list.first);
+
+    stop();
+    EXPECT_EQ(list.count, 0U);
+    EXPECT_EQ(module_record.link_prev, nullptr);
+    // A record that isn't linked leaves the list's head alone.
+    kel_module_record *const *const untouched = &module_record.link_next;
+    list.last = &module_record.link_next;
+    list.count = 7;
+    stop();
+    EXPECT_EQ(list.count, 7U);
+    EXPECT_EQ(list.last, untouched);
+    list = {0, nullptr, &list.first};
+    start();
+    EXPECT_EQ(list.count, 0U);
+    EXPECT_EQ(list.first, nullptr);
+}
+
+TEST_F(SmallModule, AnItemWithoutVariantsIsCopiedButNotBroughtUpToDate) {
+    handle->store_types_enabled = 5;
+    HookRecorder hooks(handle);
+    tarnbase_typeinfo_initialize(handle, 9, &err);
+    EXPECT_EQ(err, 0U);
+    const auto inserts = hooks.of(Hook::type_map_insert);
+    ASSERT_EQ(inserts.size(), 3U);
+    const kel_type_info *const items[] = {&first, &hollow, &last};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto *copy = static_cast<const kel_type_info_copy *>(inserts[i].address);
+        kel_type_info expected = *items[i];
+        expected.store_private = 5;
+        EXPECT_EQ(std::memcmp(&copy->info, &expected, sizeof expected), 0) << i;
+        EXPECT_EQ(copy->store_word_1, 0U);
+        EXPECT_EQ(copy->store_word_2, 0U);
+    }
+    ASSERT_EQ(updates.size(), 2U);
+    EXPECT_EQ(updates[0].copy, inserts[0].address);
+    EXPECT_EQ(updates[0].constant, &first);
+    EXPECT_EQ(updates[1].copy, inserts[2].address);
+    EXPECT_EQ(updates[1].constant, &last);
+}
+
+TEST_F(SmallModule, EachItemIsLookedUpAllocatedEnteredAndThenBroughtUpToDate) {
+    HookRecorder hooks(handle);
+    tarnbase_typeinfo_initialize(handle, 9, &err);
+    const Hook round[] = {Hook::type_map_lookup, Hook::type_alloc, Hook::type_map_insert};
+    ASSERT_EQ(hooks.events.size(), 9U);
+    for (std::size_t i = 0; i < 9; ++i) {
+        EXPECT_EQ(hooks.events[i].hook, round[i % 3]) << i;
+        EXPECT_EQ(hooks.events[i].tx_id, i % 3 == 1 ? KEL_TX_NONE : 9U) << i;
+    }
+    for (const HookEvent &each : hooks.of(Hook::type_alloc)) {
+        EXPECT_EQ(each.length, sizeof(kel_type_info_copy));
+    }
+}
+
+// A copy that is there from another module keeps its place.
+TEST_F(SmallModule, AKnownIdentityKeepsTheCopyThatIsThere) {
+    kel_type_info_copy there = {};
+    there.info = first;
+    there.store_word_1 = 4;
+    handle->type_map_insert_hook(handle->type_map, KEL_TX_NONE, there.info.luid_text, &there);
+    tarnbase_typeinfo_initialize(handle, 9, &err);
+    ASSERT_EQ(updates.size(), 2U);
+    EXPECT_EQ(updates[0].copy, &there);
+    EXPECT_EQ(updates[0].is_new, 0U);
+    EXPECT_EQ(updates[1].is_new, 1U);
+    EXPECT_EQ(there.store_word_1, 4U);
+    EXPECT_EQ(there.info.store_private, 0U);
+}
+
+TEST_F(SmallModule, TheFirstCopyWithoutMemoryEndsTheWorkAndWhatIsEnteredStays) {
+    handle->store_types_enabled = 1;
+    kel_store_fail_allocation(session.store(), 3);  // a copy's map entry takes one too
+    tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(handle->last_error, 12U);
+    ASSERT_EQ(updates.size(), 1U);
+    const kel_type_info_copy *entered = updates[0].copy;
+    updates.clear();
+    err = 0;
+    tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
+    EXPECT_EQ(err, 0U);
+    ASSERT_EQ(updates.size(), 2U);
+    EXPECT_EQ(updates[0].copy, entered);
+    EXPECT_EQ(updates[0].is_new, 0U);
+    EXPECT_EQ(updates[1].is_new, 1U);
+}
+
+std::vector<std::string> dumped;
+
+void keep_line(const char *format, ...) {
+    char line[128];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    dumped.emplace_back(line);
+}
+
+TEST_F(SmallModule, TheDumpTracesAnItemWithoutVariantsAndGoesOn) {
+    kel_tarnbase_type_trace_init();
+    const TraceCapture trace;
+    dumped.clear();
+    tarnbase_type_variant_dump(&keep_line);
+    EXPECT_EQ(dumped, (std::vector<std::string>{
+                          "n_variants 2\n", "variant 0 used length 10 alloc slop 6\n",
+                          "variant 1 used length 20 alloc slop 12\n", "n_variants 1\n",
+                          "variant 0 used length 8 alloc slop 0\n"}));
+    ASSERT_EQ(trace.lines.size(), 1U);
+    EXPECT_TRUE(trace.has(3, "(ERR): type variant cached info is NULL during usage dump"));
+    EXPECT_EQ(trace.lines[0].module_id, g_kel_tarnbase_type_trace_module_id);
+}
+
+TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAllTheSameAndNotCopiedAgain) {
+    g_kel_tarnbase_table_trace_module_id = 0;
+    TraceCapture trace;
+    const void *const *vector = nullptr;
+    err = 5;
+    tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
+    EXPECT_TRUE(trace.has(7, "(debug): Error already set when requesting tarnbase table vft"));
+    EXPECT_EQ(copies, 0U);
+    trace.lines.clear();
+
+    copy_answer = 7;
+    err = 0;
+    handle->last_error = 22;
+    tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
+    EXPECT_EQ(copies, 1U);
+    EXPECT_EQ(err, 7U);
+    EXPECT_EQ(handle->last_error, 7U);
+    EXPECT_EQ(vector, &tarnbase_table_lut[0][0]);
+    ASSERT_EQ(trace.lines.size(), 1U);
+    EXPECT_TRUE(trace.has(7, "(debug): Initializing table vft for small"));
+    EXPECT_EQ(trace.lines[0].module_id, 0U);  // which nobody has registered
+
+    err = 0;
+    handle->last_error = 22;
+    tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(handle->last_error, 0U);
+    EXPECT_EQ(tarnbase_table_vft_init(), 0U);
+    EXPECT_EQ(copies, 1U);
+    EXPECT_EQ(trace.lines.size(), 1U);
+}
+
+TEST_F(SmallModule, TheTraceModuleOfTypesHasOneIdHoweverOftenItIsRegistered) {
+    kel_tarnbase_type_trace_init();
+    const std::uint16_t id = g_kel_tarnbase_type_trace_module_id;
+    EXPECT_NE(id, 0U);
+    kel_tarnbase_type_trace_init();
+    EXPECT_EQ(g_kel_tarnbase_type_trace_module_id, id);
+}
+
+TEST_F(SmallModule, AUsageRecordIsTheEntryAskedForAndAShortfallIsTraced) {
+    g_kel_tarnbase_table_trace_module_id = 31;
+    TraceCapture trace;
+    EXPECT_EQ(&usage_record(&first, 1, 1, false), &two_usages[1]);
+    EXPECT_EQ(&usage_record(&first, 2, 0, false), &two_usages[0]);
+    EXPECT_TRUE(trace.lines.empty()) << trace.all();
+    EXPECT_EQ(&usage_record(&first, 3, 1, true), &two_usages[1]);
+    ASSERT_EQ(trace.lines.size(), 1U);
+    EXPECT_TRUE(trace.has(6, "(info): variant 3 requested only 2 variants present"));
+    EXPECT_EQ(trace.lines[0].module_id, 31U);
+    two_variants.variant_count = -1;
+    EXPECT_EQ(&usage_record(&first, 0, 0, false), &two_usages[0]);
+    EXPECT_TRUE(trace.has(6, "(info): variant 0 requested only 4294967295 variants present"));
+    two_variants.variant_count = 2;
+    g_kel_tarnbase_table_trace_module_id = 0;
+}
+
+TEST_F(SmallModule, ACounterIsAnnouncedBeforeItChanges) {
+    HookRecorder hooks(handle);
+    std::uint64_t counter = 40;
+    logged_count(handle, 9, &first, counter, 1);
+    logged_count(handle, 9, &first, counter, -1);
+    ASSERT_EQ(hooks.events.size(), 2U);
+    EXPECT_EQ(hooks.events[0].address, &counter);
+    EXPECT_EQ(hooks.events[0].delta, 1);
+    EXPECT_EQ(hooks.events[0].counter_before, 40U);
+    EXPECT_EQ(hooks.events[0].tx_id, 9U);
+    EXPECT_EQ(hooks.events[1].delta, -1);
+    EXPECT_EQ(hooks.events[1].counter_before, 41U);
+    EXPECT_EQ(counter, 40U);
+}
+
+// Threads with handles of their own share the constant descriptors.
+TEST_F(SmallModule, CountersOfAConstantDescriptorLoseNothingBetweenThreads) {
+    constexpr std::uint32_t rounds = 200000;
+    std::uint64_t counter = 0;
+    const auto work = [&] {
+        for (std::uint32_t i = 0; i < rounds; ++i) count(&first, counter, i % 4 == 3 ? -1 : 1);
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back(work);
+    for (std::thread &each : threads) each.join();
+    EXPECT_EQ(counter, 4U * rounds / 2);
+}
+
+TEST_F(SmallModule, TrackingIsOnInOneModeAlone) {
+    EXPECT_FALSE(tracking_is_on(handle));
+    kel_state_tracking mode = {56797};
+    handle->state_tracking = &mode;
+    EXPECT_FALSE(tracking_is_on(handle));
+    mode.state_tracking_mode = 61166;
+    EXPECT_TRUE(tracking_is_on(handle));
+    handle->state_tracking = nullptr;
+}
+
+using SmallModuleDeathTest = SmallModule;
+
+TEST_F(SmallModuleDeathTest, AnyOtherTrackingModeIsFatal) {
+    for (const std::uint32_t word : {0U, 1U, 0xdddcU, 0xddddeeeeU, 0xffffffffU}) {
+        kel_state_tracking mode = {word};
+        handle->state_tracking = &mode;
+        EXPECT_EXIT(tracking_is_on(handle), ::testing::KilledBySignal(SIGABRT),
+                    "\\(FATAL\\): Corrupted KEL Handle");
+    }
+    handle->state_tracking = nullptr;
+}
+
+TEST_F(SmallModuleDeathTest, ADescriptorThatIsNoneIsFatal) {
+    kel_type_info other = first;
+    other.magic = 0xbeeff00c;
+    for (const kel_type_info *each : {static_cast<const kel_type_info *>(nullptr),
+                                      static_cast<const kel_type_info *>(&other)}) {
+        for (const bool of_table : {false, true}) {
+            EXPECT_EXIT(require_descriptor(each, of_table), ::testing::KilledBySignal(SIGABRT),
+                        "\\(FATAL\\): tinfo is null or corrupted");
+        }
+    }
+    require_descriptor(&first, false);
+}
+
+TEST_F(SmallModuleDeathTest, CountingWithoutVariantsIsFatal) {
+    EXPECT_EXIT(usage_record(&hollow, 0, 0, false), ::testing::KilledBySignal(SIGABRT),
+                "\\(FATAL\\): varinfo is NULL");
+    EXPECT_EXIT(usage_record(&hollow, 0, 0, true), ::testing::KilledBySignal(SIGABRT),
+                "\\(FATAL\\): varinfo is NULL");
+}
+
+}  // namespace
+}  // namespace tarn::test
