@@ -212,13 +212,17 @@ void read_body(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
     }
 }
 
-void read_ra_data(kel_handle *handle, std::uint32_t tx_id, void *object, Reader &in,
+// False: it didn't arrive. An object marked as carrying it all the same could never be
+// written again.
+bool read_ra_data(kel_handle *handle, std::uint32_t tx_id, void *object, Reader &in,
                   std::uint32_t *err) {
     std::uint64_t ra_word = 0;
     std::uint8_t ra_byte = 0;
     in.cursor += _kel_instance_ra_data_unmarshal(handle, tx_id, in.at(), &ra_word, &ra_byte,
                                                  in.remaining(), err);
-    if (*err == 0) kellib_update_ra_all(handle, tx_id, object, ra_word, ra_byte);
+    if (*err != 0) return false;
+    kellib_update_ra_all(handle, tx_id, object, ra_word, ra_byte);
+    return true;
 }
 
 // Goes on at the jump's end if the writer wrote more than was read.
@@ -250,7 +254,9 @@ std::uint32_t unmarshal(Type type, kel_handle *handle, std::uint32_t tx_id, cons
         _kel_instance_obj_flag_unmarshal(handle, tx_id, in.at(), &flags, in.remaining(), err);
     // The other bits are nobody's to send.
     flags &= wire_flags;
-    if ((flags & OBJ_RA_DATA) != 0) read_ra_data(handle, tx_id, object, in, err);
+    if ((flags & OBJ_RA_DATA) != 0 && !read_ra_data(handle, tx_id, object, in, err)) {
+        flags = static_cast<std::uint8_t>(flags & ~OBJ_RA_DATA);
+    }
     variant = variant_data_index_cap(type, variant);
 
     const std::uint32_t jump_base = in.cursor;

@@ -265,6 +265,21 @@ TEST_P(Unmarshal, TraceDataIsReadIntoTheObject) {
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
 }
 
+TEST_P(Unmarshal, AnObjectIsNotMarkedWithTraceDataThatWasCutOff) {
+    st_ldap_conn *conn = make.conn("server", 5);
+    for (const u32 length : {2U, 10U}) {
+        std::vector<u8> bytes(length, 0x55);
+        bytes[0] = 0;
+        bytes[1] = OBJ_RA_DATA;
+        read(conn, bytes);
+        EXPECT_EQ(err, 90U);
+        err = 0;
+        EXPECT_EQ(head(conn)->flags & OBJ_RA_DATA, 0);
+    }
+    EXPECT_EQ(form(conn).size(), st_ldap_conn_len(handle, tx, conn));
+    EXPECT_EQ(err, 0U);
+}
+
 // ---- Between modes -----------------------------------------------------------------------
 
 TEST_F(UnmarshalModes, TheStateFlagsComeAlong) {
