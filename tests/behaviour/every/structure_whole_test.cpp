@@ -98,6 +98,13 @@ TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsWhatOwnsAPlaceInFieldOrde
     }
 }
 
+TEST_P(WholeServices, FinishingACopyOutTouchesNoPlainValueAndNoArray) {
+    typed("post_copyout_cleanup", {object, other, &err});
+    for (const Field &field : fields_of(type)) {
+        typed.check_field(object, field, owns_state(field.kind) ? 2 : 1);
+    }
+}
+
 TEST_P(WholeServices, ACopyOverItselfOnlyAdjustsTheVariant) {
     ServiceRecorder recorder(handle);
     within("set", {object, object, &err});

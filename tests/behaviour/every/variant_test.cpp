@@ -49,7 +49,19 @@ TEST_P(TwoVariants, TheOlderOneHasNoLaterField) {
     expect_error(43);
     Typed(*later().structure, handle).destroy(source);
     typed.check(object, 1, 0);
+    if (is_tracking(handle)) {
+        typed("set_all_state_tracking_flag", {object, 7});
+        EXPECT_EQ(typed.operator()<u8>("radius_dtls_stats_state_flag_get", {object, &err}), 7);
+        EXPECT_EQ(err, 0U);
+    }
     typed.destroy(object);
+}
+
+TEST_P(TwoVariants, VariantsAreCappedAt1) {
+    const auto cap = [this](int variant) {
+        return int{call<std::int8_t>(typed.name("variant_data_index_cap"), {variant})};
+    };
+    EXPECT_EQ((std::vector<int>{cap(2), cap(1), cap(0), cap(-1)}), (std::vector<int>{1, 1, 0, -1}));
 }
 
 TEST_P(TwoVariants, AWriteRaisesAnOlderOneWhereTheDomainAllowsIt) {

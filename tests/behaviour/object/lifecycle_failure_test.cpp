@@ -161,6 +161,28 @@ TEST_F(LifecycleFailure, ATypeWithFewerVariantsThanTheDomainWantsIsTraced) {
     info->variant_count = count;
 }
 
+TEST_F(LifecycleFailure, ATypeWithAsManyVariantsAsTheDomainsNumberIsNotTraced) {
+    kel_variant_info *info = _st_grown_type_info_internal.variant_info;
+    const std::int8_t count = info->variant_count;
+    kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);
+    info->variant_count = 1;
+    TraceCapture trace;
+    st_grown *grown = st_grown_create(handle, tx);
+    st_grown_destroy(handle, tx, grown);
+    EXPECT_TRUE(trace.lines.empty()) << trace.all();
+    info->variant_count = count;
+}
+
+TEST_F(LifecycleFailure, AQuietInitializationLooksAtNoVariantInfo) {
+    static kel_type_info forged = _st_point_type_info_internal;
+    forged.variant_info = nullptr;
+    std::vector<u8> memory(point_size);
+    st_point *point = at<st_point>(memory.data(), 0);
+    st_point_initialize(handle, tx, point, &forged, 0, 1, 0, nullptr, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(head(point)->descriptor, &forged);
+}
+
 // ---- State blocks of nested objects ----------------------------------------------------
 
 TEST_F(NestedState, ANestedObjectWithoutABaseFailsWithItsHeaderWritten) {

@@ -199,6 +199,27 @@ TEST_P(Variants, ReadersAndWritersAskForTheVariantOfTheStructureAndOfTheFieldsSi
     EXPECT_EQ(asked([&] { st_every_len(handle, tx, every); }), large);
 }
 
+TEST_P(Variants, AnEnumerationObjectIsAskedForAsNoStructureAndSmall) {
+    lamp_state *lamp = lamp_state_create(handle, tx);
+    spies.clear();
+    lamp_state_set_value(handle, tx, lamp, 1, &err);
+    const auto calls = spies.of("kel_get_instance_variant", lamp);
+    ASSERT_FALSE(calls.empty());
+    for (const Call &call : calls) EXPECT_EQ(call.arguments, (std::vector<u64>{0, 1}));
+}
+
+TEST_P(Variants, ANestedObjectHasAVariantOfItsOwnThatItsParentDoesNotLookAt) {
+    kel_handle_set_variant(handle, &_st_point_type_info_internal, -1);
+    st_tag *tag = st_tag_create(handle, tx);
+    EXPECT_EQ(head(tag)->variant, 0);
+    EXPECT_EQ(head(at(tag, 64))->variant, -1);
+    st_point *point = st_tag_point_get(handle, tx, tag, &err);
+    EXPECT_EQ(static_cast<void *>(point), at(tag, 64));
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(st_point_x_get_value(handle, tx, point, &err), 0);
+    expect_error(43);
+}
+
 TEST_P(Variants, AModifiedMarkGoesToTheObjectWithTheFieldsSize) {
     st_every *every = make.every(1);
     spies.clear();
