@@ -11,7 +11,7 @@ namespace {
 constexpr u16 tenants[] = {0, 7, 40000};
 
 // Steps between two comparisons of everything.
-constexpr u32 whole_interval = 500;
+constexpr u32 whole_interval = 250;
 
 // By phase: growing, steady, shrinking.
 constexpr u32 phase_lengths[] = {500, 1200, 900};
