@@ -2,9 +2,11 @@
 // The text and XML forms of an enumeration. In XML an enumerator is an empty
 // element of its name.
 #include <cstdio>
+#include <cstring>
 
 #include "frame/conventions.h"
 #include "object/enumeration.h"
+#include "object/kept_byte.h"
 
 namespace tarn::enumeration {
 
@@ -20,6 +22,19 @@ const Enumerator *enumerator_of(Type type, const Object *object) {
     return position < type.count ? &type.enumerators[position] : nullptr;
 }
 
+std::uint32_t print_value(Type type, kel_handle *handle, std::uint32_t tx_id, char *place,
+                          std::uint32_t indent, const Object *object, std::uint32_t room,
+                          std::uint32_t *err) {
+    const Enumerator *enumerator = enumerator_of(type, object);
+    static constexpr char unknown[] = "Enum value out of range";
+    if (enumerator == nullptr) {
+        const KeptByte behind(indent, place, sizeof unknown - 1, room);
+        return kel_snprintf(handle, tx_id, place, room, err, "%s", unknown);
+    }
+    const KeptByte behind(indent, place, std::strlen(enumerator->name) + 1, room);
+    return kel_snprintf(handle, tx_id, place, room, err, "%s\n", enumerator->name);
+}
+
 }  // namespace
 
 std::uint32_t print(Type type, kel_handle *handle, std::uint32_t tx_id, char *buffer,
@@ -28,15 +43,7 @@ std::uint32_t print(Type type, kel_handle *handle, std::uint32_t tx_id, char *bu
     if (!enter(handle, err)) return 0;
     std::uint32_t at = kel_print_space(handle, tx_id, buffer, indent, remaining, err);
     at += kel_snprintf(handle, tx_id, buffer + at, remaining - at, err, "%s@%s:", name, type.name);
-    const Enumerator *enumerator = enumerator_of(type, object);
-    if (enumerator != nullptr) {
-        at +=
-            kel_snprintf(handle, tx_id, buffer + at, remaining - at, err, "%s\n", enumerator->name);
-    } else {
-        at += kel_snprintf(handle, tx_id, buffer + at, remaining - at, err,
-                           "Enum value out of range");
-    }
-    return at;
+    return at + print_value(type, handle, tx_id, buffer + at, indent, object, remaining - at, err);
 }
 
 std::uint32_t print_cr(Type type, kel_handle *handle, const Object *object, char *buffer,

@@ -4,12 +4,25 @@
 //   <indent>name@type: {
 //   <indent + 2>each field, as its type prints it
 //   <indent>}
+#include <cstring>
+
 #include "frame/conventions.h"
 #include "object/fields.h"
+#include "object/kept_byte.h"
 #include "object/object.h"
 #include "object/value_operations.h"
 
 namespace tarn::object {
+
+namespace {
+
+std::uint32_t close_text(kel_handle *handle, std::uint32_t tx_id, char *place, std::uint32_t indent,
+                         std::uint32_t room, std::uint32_t *err) {
+    const KeptByte behind(indent, place, std::strlen("}\n"), room);
+    return kel_snprintf(handle, tx_id, place, room, err, "}\n");
+}
+
+}  // namespace
 
 std::uint32_t print(Type type, kel_handle *handle, std::uint32_t tx_id, char *buffer,
                     std::uint32_t indent, const char *name, const void *object,
@@ -27,8 +40,7 @@ std::uint32_t print(Type type, kel_handle *handle, std::uint32_t tx_id, char *bu
     }
     // The closing blanks land on the opening ones; here they are stepped over.
     at += kel_print_space(handle, tx_id, buffer, indent, buffer_len - at, err);
-    at += kel_snprintf(handle, tx_id, buffer + at, buffer_len - at, err, "}\n");
-    return at;
+    return at + close_text(handle, tx_id, buffer + at, indent, buffer_len - at, err);
 }
 
 std::uint32_t print_cr(Type type, kel_handle *handle, const void *object, char *buffer,

@@ -66,6 +66,31 @@ TEST_P(Print, BytesThatAreSteppedOverKeepWhatTheyHeld) {
     EXPECT_EQ(text(length).substr(length - 5), "###}\n");
 }
 
+TEST_P(Print, BehindAnInnerTextTheByteIsKeptTooSoThatNoNulCutsTheWhole) {
+    std::fill(buffer.begin(), buffer.end(), '#');
+    st_tag *tag = make.tag(4);
+    u32 length = st_tag_print(handle, tx, buffer.data(), 2, "t", tag, 1000, &err);
+    EXPECT_EQ(err, 0U);
+    const std::string ending = "y: 5\n####}\n##}\n";
+    EXPECT_EQ(text(length).substr(length - ending.size()), ending);
+    EXPECT_EQ(buffer[length], '#');
+    // An outermost text at indent 0 ends with a NUL, as snprintf's does.
+    length = st_tag_print(handle, tx, buffer.data(), 0, "t", tag, 1000, &err);
+    EXPECT_EQ(std::string(buffer.data()), text(length));
+    EXPECT_EQ(text(length).find('\0'), std::string::npos);
+    // The same behind an enumerator and behind a value that is none.
+    for (const u32 door : {3U, 9U}) {
+        std::fill(buffer.begin(), buffer.end(), '#');
+        st_every *every = make.every(0);
+        at<u32>(every, 80 + 12)[0] = door;
+        const auto *state = at<door_state>(every, 80);
+        length = door_state_print(handle, tx, buffer.data(), 1, "d", state, 100, &err);
+        EXPECT_EQ(buffer[length], '#');
+        length = door_state_print(handle, tx, buffer.data(), 0, "d", state, 100, &err);
+        EXPECT_EQ(buffer[length], '\0');
+    }
+}
+
 TEST_P(Print, EnumerationsAndNestedObjectsArePrintedOneLevelDeeper) {
     st_tag *tag = st_tag_create(handle, tx);
     st_tag_lamp_set_value(handle, tx, tag, 1, &err);
