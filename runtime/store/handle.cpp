@@ -2,6 +2,7 @@
 #include "runtime/store/handle.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <new>
 
 #include "runtime/store/error_text.h"
@@ -13,8 +14,10 @@ using namespace tarn::runtime;
 
 namespace {
 
+// One byte more than is said: marshal stores a state byte before it looks at the
+// room that is left.
 std::unique_ptr<std::byte[]> make_workspace(std::uint32_t length) {
-    return std::unique_ptr<std::byte[]>(new (std::nothrow) std::byte[length]);
+    return std::unique_ptr<std::byte[]>(new (std::nothrow) std::byte[std::size_t{length} + 1]);
 }
 
 }  // namespace

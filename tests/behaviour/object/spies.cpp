@@ -343,7 +343,7 @@ uint32_t u_int8_to_xml(kel_handle *handle, uint32_t tx_id, const char *name, cha
 
 void u_int32_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void *document,
                       uint32_t *field, uint32_t *err, char *message, uint32_t message_len) {
-    spies.note("u_int32_from_xml", field);
+    spies.note("u_int32_from_xml", field).text = path;
     if (spies.wishes.from_xml_error != 0) {
         *err = spies.wishes.from_xml_error;
         return;

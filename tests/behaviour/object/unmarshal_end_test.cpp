@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: Apache-2.0
+// Where reading a wire form ends: jumps of newer writers on each level, state bytes
+// at the end of a buffer, and what the object's header is afterwards.
+#include <cstring>
+#include <vector>
+
+#include "tests/behaviour/object/objects.h"
+
+namespace tarn::test {
+namespace {
+
+class FormEnds : public ObjectModeTest {
+ protected:
+    template <typename Object, typename Marshal>
+    std::vector<u8> form(Marshal marshal, const Object *object) {
+        std::vector<u8> bytes(8192);
+        bytes.resize(marshal(handle, tx, bytes.data(), object, 8000, &err));
+        EXPECT_EQ(err, 0U);
+        return bytes;
+    }
+    static u32 size(const std::vector<u8> &bytes) { return static_cast<u32>(bytes.size()); }
+    static void lengthen_jump(std::vector<u8> &bytes, u32 jump, u32 by) {
+        u32 value = 0;
+        std::memcpy(&value, bytes.data() + jump, sizeof value);
+        value += by;
+        std::memcpy(bytes.data() + jump, &value, sizeof value);
+    }
+    u32 state() const { return tracking() ? 1 : 0; }
+};
+TARN_EACH_MODE(FormEnds);
+using PlainFormEnds = ObjectTest;
+using TrackedFormEnds = TrackedTest;
+
+TEST_P(FormEnds, ANestedObjectOfANewerWriterIsJumpedOverToItsEnd) {
+    st_grown *source = make.grown(2);
+    auto bytes = form(st_grown_marshal, source);
+    // `share` ends where `minute` begins: insert five bytes of a later field there.
+    const u32 name = 4 + static_cast<u32>(text_of(at<kel_vstring>(source, 16)).size());
+    const u32 share = 6 + name + state() + 4 + state();
+    const u32 end = share + st_tag_len(handle, tx, at<st_tag>(source, 56));
+    bytes.insert(bytes.begin() + end, 5, 0xcc);
+    bytes[share] = 9;
+    lengthen_jump(bytes, share + 2, 5);
+    lengthen_jump(bytes, 2, 5);
+    st_grown *target = make.grown(8);
+    TraceCapture trace;
+    EXPECT_EQ(st_grown_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err),
+              bytes.size());
+    EXPECT_EQ(err, 0U);
+    make.check(target, 2);
+    EXPECT_EQ(head(at(target, 56))->variant, 0);
+    EXPECT_EQ(trace.lines.size(), 1U) << trace.all();
+}
+
+TEST_P(FormEnds, AJumpThatAgreesWithWhatWasReadIsNotTraced) {
+    const auto bytes = form(st_every_marshal, make.every(2));
+    st_every *target = make.every(3);
+    TraceCapture trace;
+    EXPECT_EQ(st_every_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err),
+              bytes.size());
+    EXPECT_TRUE(trace.lines.empty()) << trace.all();
+}
+
+TEST_P(FormEnds, AJumpByOneByteIsFollowed) {
+    auto bytes = form(st_point_marshal, st_point_create(handle, tx));
+    lengthen_jump(bytes, 2, 1);
+    bytes.push_back(0xcc);
+    st_point *target = st_point_create(handle, tx);
+    EXPECT_EQ(st_point_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err),
+              bytes.size());
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_P(FormEnds, ANegativeVariantIsLeftByTheJumpAlone) {
+    const std::vector<u8> bytes = {0xff, 0, 9, 0, 0, 0, 1, 2, 3, 4, 5};
+    st_point *target = st_point_create(handle, tx);
+    EXPECT_EQ(st_point_unmarshal(handle, tx, bytes.data(), target, 11, 0, &err), 11U);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(*at<std::int32_t>(target, 12), 0);
+}
+
+TEST_P(FormEnds, EachFieldIsGivenTheRoomThatIsLeft) {
+    const auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
+    st_ldap_conn *target = make.conn("other", 6);
+    spies.clear();
+    st_ldap_conn_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    EXPECT_EQ(spies.of("kel_vstring_unmarshal", at(target, 16))[0].arguments[0], bytes.size() - 6);
+    EXPECT_EQ(spies.of("u_int32_unmarshal", at(target, 48))[0].arguments[0], 4 + state());
+}
+
+TEST_P(FormEnds, TraceDataThatIsCutShortReachesNobody) {
+    st_point *source = st_point_create(handle, tx);
+    kellib_update_ra_all(handle, tx, source, 0x1122334455667788, 0x99);
+    const auto bytes = form(st_point_marshal, source);
+    st_point *target = st_point_create(handle, tx);
+    for (u32 length = 2; length < 11; ++length) {
+        spies.clear();
+        st_point_unmarshal(handle, tx, bytes.data(), target, length, 0, &err);
+        expect_error(90);
+        EXPECT_EQ(spies.count("kellib_update_ra_all"), 0U) << length;
+    }
+    spies.clear();
+    st_point_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    EXPECT_EQ(err, 0U);
+    ASSERT_EQ(spies.count("kellib_update_ra_all"), 1U);
+    EXPECT_EQ(spies.of("kellib_update_ra_all", target)[0].arguments,
+              (std::vector<u64>{0x1122334455667788, 0x99}));
+}
+
+// ---- The header afterwards -----------------------------------------------------------
+
+TEST_P(FormEnds, TheObjectsOtherFlagsStay) {
+    const auto bytes = form(st_point_marshal, st_point_create(handle, tx));
+    st_point *target = st_point_create(handle, tx);
+    st_point_set_instance_embedded(handle, tx, target);
+    kel_set_instance_modified(target, 1, 0, 1);
+    const u8 before = head(target)->flags;
+    EXPECT_NE(before & OBJ_EMBEDDED, 0);
+    st_point_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    EXPECT_EQ(head(target)->flags, before);
+}
+
+TEST_P(FormEnds, AfterAnErrorVariantFlagsAndDescriptorAreSetAllTheSame) {
+    auto bytes = form(st_grown_marshal, make.grown(1));
+    bytes[0] = 0;
+    bytes.resize(7);
+    st_grown *target = make.grown(2);
+    const kel_type_info *descriptor = head(target)->descriptor;
+    head(target)->descriptor = nullptr;
+    st_grown_unmarshal(handle, tx, bytes.data(), target, 7, 0, &err);
+    expect_error(90);
+    EXPECT_EQ(head(target)->variant, 0);
+    EXPECT_EQ(head(target)->descriptor, descriptor);
+    make.check(st_grown_share_get(handle, tx, target, &err), 3);
+}
+
+TEST_P(FormEnds, TheCreatedVariantStays) {
+    auto bytes = form(st_grown_marshal, make.grown(1));
+    bytes[0] = 0;
+    st_grown *target = st_grown_create(handle, tx);
+    st_grown_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    EXPECT_EQ(head(target)->variant, 0);
+    EXPECT_EQ(head(target)->created_variant, 1);
+}
+
+TEST_F(PlainFormEnds, TheDescriptorBecomesTheReadersOwn) {
+    const u8 bytes[] = {0, 0, 12, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0};
+    kel_handle *second = session.second_handle(Mode::store_types);
+    st_point *point = st_point_create(handle, tx);
+    EXPECT_EQ(head(point)->descriptor, &_st_point_type_info_internal);
+    st_point_unmarshal(second, tx, bytes, point, 14, 0, &err);
+    EXPECT_EQ(head(point)->descriptor,
+              head(st_point_create(second, tx))->descriptor);
+    EXPECT_NE(head(point)->descriptor, &_st_point_type_info_internal);
+    st_point_unmarshal(handle, tx, bytes, point, 14, 0, &err);
+    EXPECT_EQ(head(point)->descriptor, &_st_point_type_info_internal);
+    EXPECT_EQ(err, 0U);
+}
+
+// ---- State bytes at the end of a buffer ----------------------------------------------
+
+// A point's form with state bytes whose jump says nothing.
+const std::vector<u8> tracked_point = {0, 8, 0, 0, 0, 0, 1, 0, 0, 0, 7, 2, 0, 0, 0, 8};
+
+TEST_F(PlainFormEnds, AStateByteThatIsMissingIsNotSteppedOver) {
+    st_point *point = st_point_create(handle, tx);
+    EXPECT_EQ(st_point_unmarshal(handle, tx, tracked_point.data(), point, 16, 0, &err), 16U);
+    EXPECT_EQ(st_point_unmarshal(handle, tx, tracked_point.data(), point, 15, 0, &err), 15U);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(*at<std::int32_t>(point, 16), 2);
+}
+
+TEST_F(TrackedFormEnds, AStateByteThatIsMissingIsNotCopied) {
+    st_point *point = st_point_create(handle, tx);
+    EXPECT_EQ(st_point_unmarshal(handle, tx, tracked_point.data(), point, 16, 0, &err), 16U);
+    EXPECT_EQ(bytes_of(at(point, point_size), 2), (std::vector<u8>{7, 8}));
+    *at(point, point_size + 1) = 3;
+    EXPECT_EQ(st_point_unmarshal(handle, tx, tracked_point.data(), point, 15, 0, &err), 15U);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(bytes_of(at(point, point_size), 2), (std::vector<u8>{7, 3}));
+}
+
+// A day that ends with its array's flags, and whose jump says nothing: those that are
+// there are taken.
+class CutFlags : public TrackedTest {
+ protected:
+    CutFlags() {
+        st_grown *grown = make.grown(3);
+        head(grown)->variant = 0;
+        for (u32 i = 0; i < grown_states; ++i) *at(grown, grown_size + i) = static_cast<u8>(i | 1);
+        block = bytes_of(at(grown, grown_size), grown_states);
+        bytes.resize(st_grown_marshal(handle, tx, bytes.data(), grown, 8000, &err));
+        std::fill_n(bytes.begin() + 2, 4, u8{0});
+    }
+    // Where the array's own flag stands in the state block: 10.
+    std::vector<u8> block;
+    std::vector<u8> bytes = std::vector<u8>(8192);
+};
+
+TEST_F(CutFlags, OfAnArrayAreCopiedAsFarAsTheyGo) {
+    for (const u32 missing : {0U, 1U, 700U, 1439U, 1440U, 1441U}) {
+        const u32 length = static_cast<u32>(bytes.size()) - missing;
+        const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
+        st_grown *target = st_grown_create(handle, tx);
+        EXPECT_EQ(st_grown_unmarshal(handle, tx, cut.data(), target, length, 0, &err), length);
+        EXPECT_EQ(err, 0U);
+        auto expected = std::vector<u8>(block.begin() + 10, block.begin() + 10 + 1441);
+        std::fill(expected.end() - missing, expected.end(), u8{0});
+        EXPECT_EQ(bytes_of(at(target, grown_size + 10), 1441), expected) << missing;
+    }
+}
+
+TEST_F(CutFlags, OfAnArrayAreSteppedOverAsFarAsTheyGo) {
+    track(0);
+    for (const u32 missing : {0U, 1U, 700U, 1439U, 1440U, 1441U}) {
+        const u32 length = static_cast<u32>(bytes.size()) - missing;
+        const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
+        st_grown *target = st_grown_create(handle, tx);
+        EXPECT_EQ(st_grown_unmarshal(handle, tx, cut.data(), target, length, 0, &err), length);
+        EXPECT_EQ(err, 0U);
+        make.check(target, 3);
+    }
+}
+
+TEST_F(CutFlags, OfAnArrayAreAnnouncedAsOne) {
+    st_grown *target = st_grown_create(handle, tx);
+    HookRecorder hooks(handle);
+    st_grown_unmarshal(handle, tx, bytes.data(), target, static_cast<u32>(bytes.size()), 0, &err);
+    EXPECT_TRUE(hooks.announced(at(target, grown_size + 10), 1));
+    EXPECT_TRUE(hooks.announced(at(target, grown_size + 11), minutes));
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the services of the wire form are given while an object is written, and what
+// becomes of their errors.
+#include <vector>
+
+#include "tests/behaviour/object/objects.h"
+
+namespace tarn::test {
+namespace {
+
+class WireServices : public ObjectModeTest {
+ protected:
+    std::vector<u8> buffer = std::vector<u8>(8192, 0xee);
+    u64 place(u32 offset) const { return reinterpret_cast<std::uintptr_t>(buffer.data()) + offset; }
+    // Expects one call of the service about the item at `offset`.
+    void expect_item(const std::string &service, const void *field, u32 offset, u32 room) {
+        const auto calls = spies.of(service, field);
+        ASSERT_EQ(calls.size(), 1U) << service << " at " << offset;
+        EXPECT_EQ(calls[0].arguments[0], place(offset)) << service;
+        EXPECT_EQ(calls[0].arguments[1], room - offset) << service;
+    }
+    u32 state() const { return tracking() ? 1 : 0; }
+};
+TARN_EACH_MODE(WireServices);
+using FatalWire = ObjectTest;
+
+TEST_P(WireServices, EachFieldIsGivenThePlaceBehindTheLastOneAndTheRoomThatIsLeft) {
+    st_every *every = make.every(0);
+    const u32 room = 500;
+    spies.clear();
+    st_every_marshal(handle, tx, buffer.data(), every, room, &err);
+    ASSERT_EQ(err, 0U);
+    u32 offset = 6;
+    const auto expect_next = [&](const char *service, u32 field, u32 length) {
+        expect_item(std::string(service) + "_marshal", at(every, field), offset, room);
+        offset += length + state();
+    };
+    expect_next("u_int8", 11, 1);
+    expect_next("u_int16", 12, 2);
+    expect_next("u_int32", 16, 4);
+    expect_next("u_int64", 24, 8);
+    expect_next("int32", 32, 4);
+    expect_next("int64", 40, 8);
+    expect_next("kel_boolean", 48, 1);
+    offset += 2 * (5 + state());  // lamp, door
+    expect_next("kel_vstring", 96, 4 + 6);
+    expect_next("ip_address", 128, 5);
+    // Inside `tag`, behind its own header.
+    offset += 6;
+    expect_next("kel_vstring", 160 + 16, 4 + 21);
+    offset += 5 + state() + 6;
+    expect_next("int32", 160 + 64 + 12, 4);
+    expect_next("int32", 160 + 64 + 16, 4);
+}
+
+TEST_P(WireServices, TheHeaderIsVariantFlagsAndAJumpOf0ThatIsPatchedInItsFourBytes) {
+    st_ldap_conn *conn = make.conn("server", 300);
+    spies.clear();
+    const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
+    ASSERT_EQ(err, 0U);
+    EXPECT_EQ(spies.order({"_kel_instance_variant_marshal", "_kel_instance_obj_flag_marshal",
+                           "_kel_variant_jump_marshal", "kel_vstring_marshal", "u_int32_marshal"}),
+              "_kel_instance_variant_marshal _kel_instance_obj_flag_marshal "
+              "_kel_variant_jump_marshal kel_vstring_marshal u_int32_marshal "
+              "_kel_variant_jump_marshal");
+    expect_item("_kel_instance_variant_marshal", buffer.data(), 0, 700);
+    expect_item("_kel_instance_obj_flag_marshal", buffer.data() + 1, 1, 700);
+    const auto jumps = spies.of("_kel_variant_jump_marshal");
+    EXPECT_EQ(jumps[0].arguments, (std::vector<u64>{place(2), 698, 0}));
+    EXPECT_EQ(jumps[1].arguments, (std::vector<u64>{place(2), 4, length - 2}));
+}
+
+TEST_P(WireServices, TheDomainIsAskedWithTheObjectsDescriptorOrWithNullForNone) {
+    st_point *point = st_point_create(handle, tx);
+    spies.clear();
+    st_point_marshal(handle, tx, buffer.data(), point, 100, &err);
+    ASSERT_EQ(spies.count("kel_domain_lookup_variant"), 1U);
+    EXPECT_EQ(spies.of("kel_domain_lookup_variant")[0].subject, head(point)->descriptor);
+    const auto reads = spies.of("kel_get_instance_variant", point);
+    ASSERT_EQ(reads.size(), 1U);
+    EXPECT_EQ(reads[0].arguments, (std::vector<u64>{1, 0}));
+    spies.clear();
+    st_point_marshal(handle, tx, buffer.data(), nullptr, 100, &err);
+    ASSERT_EQ(spies.count("kel_domain_lookup_variant"), 1U);
+    EXPECT_EQ(spies.of("kel_domain_lookup_variant")[0].subject, nullptr);
+}
+
+TEST_P(WireServices, ANullObjectIsWrittenAsEmptyFields) {
+    const u32 length = st_point_marshal(handle, tx, buffer.data(), nullptr, 100, &err);
+    EXPECT_EQ(err, 0U);
+    const std::vector<u8> plain = {0, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    const std::vector<u8> tracked = {0, 8, 14, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    EXPECT_EQ(bytes_of(buffer.data(), length), tracking() ? tracked : plain);
+}
+
+TEST_P(WireServices, AnInstanceIsHeldDownToADomainThatKnowsNoVariantAtAll) {
+    st_ldap_conn *conn = make.conn("server", 300);
+    kel_handle_set_variant(handle, &_st_ldap_conn_type_info_internal, -1);
+    const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
+    expect_error(43);
+    EXPECT_EQ(bytes_of(buffer.data(), length),
+              (std::vector<u8>{0xff, static_cast<u8>(tracking() ? 8 : 0), 4, 0, 0, 0}));
+    // Variants are compared as signed numbers: -3 isn't above -1.
+    head(conn)->variant = -3;
+    EXPECT_EQ(st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err), 6U);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(buffer[0], 0xfd);
+}
+
+// ---- Errors --------------------------------------------------------------------------
+
+TEST_P(WireServices, AnErrorOfTheDomainLeavesEveryItemOut) {
+    st_ldap_conn *conn = make.conn("server", 300);
+    spies.wishes.domain_error = 5;
+    const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
+    EXPECT_EQ(err, 5U);
+    // The state bytes of two fields are stored all the same.
+    EXPECT_EQ(length, 2 * state());
+    EXPECT_EQ(spies.count("u_int32_marshal"), 1U) << "the fields are gone through";
+}
+
+TEST_P(WireServices, TheResultOfFetchingTraceDataTakesThePlaceOfAnEarlierError) {
+    st_point *point = st_point_create(handle, tx);
+    kellib_update_ra_all(handle, tx, point, 0x0807060504030201, 9);
+    spies.wishes.domain_error = 5;
+    const u32 length = st_point_marshal(handle, tx, buffer.data(), point, 700, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(length, 9 + 4 + 8 + 2 * state());
+    EXPECT_EQ(bytes_of(buffer.data(), 9), (std::vector<u8>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    EXPECT_EQ(buffer[9], length - 9) << "the jump counts from where it stands";
+}
+
+TEST_P(WireServices, TraceDataWithoutRoomIsError90) {
+    st_point *point = st_point_create(handle, tx);
+    kellib_update_ra_all(handle, tx, point, 1, 9);
+    st_point_marshal(handle, tx, buffer.data(), point, 10, &err);
+    expect_error(90);
+    EXPECT_EQ(buffer[2], tracking() ? 0 : 0xee) << "state bytes alone";
+    st_point_marshal(handle, tx, buffer.data(), point, 11, &err);
+    expect_error(90);
+    EXPECT_EQ(buffer[2], 1);
+    EXPECT_EQ(buffer[10], 9);
+}
+
+TEST_P(WireServices, WithoutTraceDataNothingIsFetched) {
+    st_point *point = st_point_create(handle, tx);
+    spies.clear();
+    st_point_marshal(handle, tx, buffer.data(), point, 700, &err);
+    EXPECT_EQ(spies.count("kellib_get_ra_data"), 0U);
+    EXPECT_EQ(spies.count("_kel_instance_ra_data_marshal"), 0U);
+}
+
+TEST_P(WireServices, TheEpochErrorIsPutBackUnlessTheFormFailedWithOneOfItsOwn) {
+    st_grown *grown = make.grown(2);
+    kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
+    st_grown_marshal(handle, tx, buffer.data(), grown, 18, &err);
+    expect_error(90);
+    st_grown_marshal(handle, tx, buffer.data(), grown, 8000, &err);
+    expect_error(43);
+}
+
+TEST_P(WireServices, AfterAnErrorLaterFieldsAddNothingAndTheirStateBytesStillStand) {
+    st_every *every = make.every(0);
+    // Room for a8 and a16, and for three bytes of a32.
+    const u32 room = 6 + 3 + 2 * state() + 3;
+    const u32 length = st_every_marshal(handle, tx, buffer.data(), every, room, &err);
+    expect_error(90);
+    EXPECT_EQ(length, tracking() ? room : 9U);
+    EXPECT_EQ(buffer[2], length - 2) << "the jump";
+}
+
+// ---- The mode word -------------------------------------------------------------------
+
+TEST_F(FatalWire, AnUnknownModeEndsTheProcessOfEveryWriter) {
+    st_ldap_conn *conn = make.conn("server", 300);
+    track(KEL_STATE_TRACKING_ON);
+    handle->state_tracking->state_tracking_mode = 5;
+    u8 buffer[200];
+    const char *text = "\\(FATAL\\): Corrupted KEL Handle";
+    EXPECT_DEATH(st_ldap_conn_marshal(handle, tx, buffer, conn, 200, &err), text);
+    EXPECT_DEATH(st_ldap_conn_marshal_for_clone(handle, tx, buffer, conn, 200, &err), text);
+    EXPECT_DEATH(st_ldap_conn_len(handle, tx, conn), text);
+    EXPECT_DEATH(
+        st_ldap_conn_to_xml(handle, tx, "c", reinterpret_cast<char *>(buffer), conn, 200, 0, &err),
+        text);
+}
+
+TEST_F(FatalWire, ALengthThatNeedsNoModeDoesNotLookAtIt) {
+    st_ldap_conn *conn = make.conn("server", 300);
+    head(conn)->variant = -1;
+    track(KEL_STATE_TRACKING_ON);
+    handle->state_tracking->state_tracking_mode = 5;
+    EXPECT_EQ(st_ldap_conn_len(handle, tx, conn), 6U);
+    EXPECT_EQ(st_ldap_conn_len(handle, tx, nullptr), 14U);
+    handle->state_tracking->state_tracking_mode = KEL_STATE_TRACKING_ON;
+}
+
+// ---- Array flags at the end of the room ----------------------------------------------
+
+class FlagRoom : public TrackedTest {
+ protected:
+    FlagRoom() {
+        head(grown)->variant = 0;  // ends with the array
+        for (u32 i = 0; i < grown_states; ++i) *at(grown, grown_size + i) = static_cast<u8>(i | 1);
+        length = st_grown_len(handle, tx, grown);
+        st_grown_marshal(handle, tx, whole.data(), grown, length, &err);
+    }
+    st_grown *grown = make.grown(3);
+    u32 length = 0;
+    std::vector<u8> whole = std::vector<u8>(8192);
+};
+
+TEST_F(FlagRoom, ElementFlagsAreThoseThatFit) {
+    for (const u32 missing : {1U, 2U, 700U, 1438U, 1439U, 1440U}) {
+        std::vector<u8> buffer(length + 1, 0xee);
+        const u32 room = length - missing;
+        EXPECT_EQ(st_grown_marshal(handle, tx, buffer.data(), grown, room, &err), room) << missing;
+        EXPECT_EQ(err, 0U);
+        // All but the jump, which counts what stands.
+        EXPECT_TRUE(std::equal(buffer.begin() + 6, buffer.begin() + room, whole.begin() + 6));
+        EXPECT_EQ(buffer[2] + 256 * buffer[3], room - 2);
+        EXPECT_EQ(buffer[room], 0xee);
+    }
+}
+
+TEST_F(FlagRoom, TheArraysOwnFlagIsStoredBehindAFullBufferLikeAnyOther) {
+    std::vector<u8> buffer(length + 1, 0xee);
+    const u32 room = length - 1441;
+    EXPECT_EQ(st_grown_marshal(handle, tx, buffer.data(), grown, room, &err), room);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(buffer[room], whole[room]);
+    EXPECT_EQ(buffer[room + 1], 0xee);
+}
+
+}  // namespace
+}  // namespace tarn::test
