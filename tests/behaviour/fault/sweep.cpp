@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/behaviour/fault/sweep.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/snapshot.h"
+
+namespace tarn::test {
+
+namespace {
+
+constexpr const char *none = "-";
+
+// Its refusal ends the process, which the tests of opening show.
+constexpr const char *fatal_service = "loam_set_range";
+
+// A call that is to fail.
+struct Fault {
+    std::string service = none;
+    std::size_t n = 0;
+};
+
+// Every call of the first dozen; of an array's thousands some.
+std::size_t after(std::size_t n) { return n < 12 ? n + 1 : n + 499; }
+
+// Blocks that the hooks were asked for and given back.
+class Ledger {
+ public:
+    explicit Ledger(const ServiceRecorder &recorder) {
+        for (const ServiceCall &call : recorder.calls()) {
+            if (call.name == "alloc_hook" && call.result != 0) live_.insert(call.result);
+            if (call.name != "free_hook" || call.arguments.at(2) == 0) continue;
+            EXPECT_EQ(live_.erase(call.arguments[2]), 1U) << "a block is given back twice";
+        }
+    }
+
+    std::size_t left() const { return live_.size(); }
+
+ private:
+    std::set<std::uint64_t> live_;
+};
+
+// What a run changed, one entry a change.
+std::set<std::string> changes(const Sight &before, const Sight &after) {
+    std::set<std::string> found;
+    const auto at = [](const Sight &sight, const std::string &name) {
+        const auto entry = sight.find(name);
+        return entry == sight.end() ? std::string() : entry->second;
+    };
+    Sight all = before;
+    all.insert(after.begin(), after.end());
+    for (const auto &[name, value] : all) {
+        const std::string from = at(before, name);
+        const std::string to = at(after, name);
+        if (from == to) continue;
+        const bool is_short = from.size() <= 12 && to.size() <= 12 && !to.empty() && !from.empty();
+        found.insert(is_short ? name + " " + from + " to " + to : name);
+    }
+    // Of what came or went, the parts need no telling.
+    for (const char *thing : {"record", "loose", "made record", "object", "made object"}) {
+        const std::string name = thing;
+        if (at(before, name) == at(after, name)) continue;
+        std::erase_if(found, [&name](const std::string &change) {
+            return change.starts_with(name + " ") && !change.starts_with(name + " there to") &&
+                   !change.starts_with(name + " none to");
+        });
+    }
+    return found;
+}
+
+std::string joined(const std::set<std::string> &words) {
+    std::string text;
+    for (const std::string &word : words) text += (text.empty() ? "" : "; ") + word;
+    return text;
+}
+
+class Sweeper {
+ public:
+    Sweeper(const Operation &operation, const Target &target, Mode mode, SweepResult &result)
+        : operation_(operation), w_(target, mode), recorder_(w_.handle), result_(result) {}
+
+    void run() {
+        lasting(Fault{});  // makes what the store keeps once and for all
+        outcomes_.clear();
+        const std::set<std::string> services = called_services();
+        if (::testing::Test::HasFailure()) return;
+        each(services, [this](const Fault &fault) { return lasting(fault); });
+        result_.outcomes.insert(outcomes_.begin(), outcomes_.end());
+        if (operation_.traits.permanent || ::testing::Test::HasFailure()) return;
+        prepare();
+        const StoreSnapshot before(w_.store);
+        const std::uint64_t blocks = block_count();
+        each(services, [&](const Fault &fault) { return taken_back(fault, before, blocks); });
+        w_.clean();
+    }
+
+ private:
+    std::string where(const Fault &fault) const {
+        return std::string(operation_.name) + " on " + w_.target.name() + ", " +
+               mode_name(w_.mode) + ", call " + std::to_string(fault.n) + " of " + fault.service;
+    }
+
+    std::uint64_t block_count() const {
+        kel_store_description description;
+        kel_store_describe(w_.store, &description);
+        return description.blocks;
+    }
+
+    Sight see() {
+        recorder_.pause(true);
+        Sight sight = w_.see();
+        recorder_.pause(false);
+        return sight;
+    }
+
+    void prepare() {
+        operation_.set_up(w_);
+        ASSERT_EQ(w_.err, 0U) << where(Fault{});
+        w_.handle->last_error = 0;
+        w_.result.clear();
+    }
+
+    // The services that the operation calls and that can fail.
+    std::set<std::string> called_services() {
+        prepare();
+        const std::size_t begin = recorder_.calls().size();
+        operation_.run(w_);
+        kel_thread_set_tenant(0);
+        std::set<std::string> called;
+        for (std::size_t i = begin; i < recorder_.calls().size(); ++i) {
+            called.insert(recorder_.calls()[i].name);
+        }
+        std::set<std::string> able;
+        for (const auto *list : {&recorded_services(), &recorded_hooks()}) {
+            for (const ServiceInfo &service : *list) {
+                const bool can_fail = service.failure.way != Failure::Way::never;
+                if (can_fail && called.contains(service.name)) able.insert(service.name);
+            }
+        }
+        able.erase(fatal_service);
+        w_.clean();
+        return able;
+    }
+
+    template <typename Run>
+    void each(const std::set<std::string> &services, Run run) {
+        run(Fault{});
+        for (const std::string &service : services) {
+            for (std::size_t n = 1; run(Fault{service, n}); n = after(n)) {
+                if (::testing::Test::HasFailure()) return;
+                ++result_.faults;
+            }
+        }
+    }
+
+    // Runs the operation and tells what came of it. `hit`: the fault was met.
+    std::string perform(const Fault &fault, bool &hit) {
+        const Sight before = see();
+        if (fault.service != none) recorder_.fail(fault.service, fault.n);
+        operation_.run(w_);
+        hit = recorder_.stop_failing();
+        kel_thread_set_tenant(0);
+        const u32 last_error = w_.handle->last_error;
+        const std::set<std::string> changed = changes(before, see());
+        std::string text = "err " + std::to_string(w_.err);
+        if (last_error != w_.err) text += ", last error " + std::to_string(last_error);
+        if (!w_.result.empty()) text += ", answer " + w_.result;
+        if (fault.service == none) {
+            usual_ = changed;
+            return text + (changed.empty() ? ", nothing changed" : ", done");
+        }
+        if (changed.empty()) return text + ", nothing changed";
+        if (changed == usual_) return text + ", done";
+        if (operation_.traits.stepwise) return text + ", partly done";
+        return text + ", " + joined(changed);
+    }
+
+    // For good: afterwards everything is given back, and nothing is left over.
+    bool lasting(const Fault &fault) {
+        SCOPED_TRACE(where(fault));
+        recorder_.clear();
+        const std::uint64_t blocks = block_count();
+        prepare();
+        bool hit = false;
+        std::string outcome = perform(fault, hit);
+        w_.clean();
+        const std::size_t left = Ledger(recorder_).left();
+        const std::uint64_t kept = block_count() - blocks - left;
+        if (left != 0) outcome += ", " + std::to_string(left) + " left";
+        if (kept != 0) outcome += ", " + std::to_string(kept) + " mappings left";
+        if (hit || fault.service == none) outcomes_.insert(fault.service + " | " + outcome);
+        return hit;
+    }
+
+    // In a transaction, and taken back.
+    bool taken_back(const Fault &fault, const StoreSnapshot &before, std::uint64_t blocks) {
+        SCOPED_TRACE(where(fault) + ", taken back");
+        recorder_.clear();
+        const Things things = w_;
+        EXPECT_EQ(kel_transaction_begin(w_.handle, &w_.tx), 0U);
+        w_.handle->cr_tx_id = w_.tx;
+        bool hit = false;
+        const std::string outcome = fault.service + " | " + perform(fault, hit);
+        EXPECT_EQ(kel_transaction_rollback(w_.handle, w_.tx), 0U);
+        static_cast<Things &>(w_) = things;
+        w_.handle->cr_tx_id = KEL_TX_NONE;
+        w_.handle->last_error = 0;
+        if (!operation_.traits.unlogged) {
+            EXPECT_EQ(to_text(before.lasting_changes()), "");
+        }
+        EXPECT_EQ(block_count(), blocks);
+        // The outcome is the same, but for what is left over.
+        const auto listed = outcomes_.lower_bound(outcome);
+        EXPECT_TRUE((!hit && fault.service != none) ||
+                    (listed != outcomes_.end() && listed->starts_with(outcome)))
+            << outcome;
+        return hit;
+    }
+
+    const Operation &operation_;
+    World w_;
+    ServiceRecorder recorder_;
+    SweepResult &result_;
+    std::set<std::string> usual_;
+    std::set<std::string> outcomes_;  // of this target and mode
+};
+
+}  // namespace
+
+SweepResult sweep(const Operation &operation) {
+    SweepResult result;
+    for (const Target &target : targets_of(operation.on)) {
+        for (const Mode mode : all_modes) {
+            Sweeper(operation, target, mode, result).run();
+            if (::testing::Test::HasFailure()) return result;
+        }
+    }
+    return result;
+}
+
+}  // namespace tarn::test

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/behaviour/fault/world.h"
+
+#include <numeric>
+#include <stdexcept>
+
+namespace tarn::test {
+
+kel_store *world_store() {
+    static Session session;
+    return session.store();
+}
+
+World::World(const Target &chosen, Mode in)
+    : target(chosen), mode(in), store(world_store()), handle(make_handle(store, in)) {}
+
+World::~World() {
+    kel_thread_set_tenant(0);
+    kel_xml_free(document);
+    kel_handle_destroy(handle);
+}
+
+void World::open() { table = s().plain.open(handle, tx, "t", 0, &err); }
+
+void *World::make_object(u32 set) {
+    void *made = k().create(handle, tx);
+    k().fill(handle, tx, made, set, &err);
+    return made;
+}
+
+kel_record *World::make(u32 number, u32 src) {
+    kel_record *made = s().create_record_w_src(handle, tx, src, &err);
+    void *data = make_object(0);
+    if (s().has_key_object()) {
+        void *holder = s().key_object.create(handle, tx);
+        target.key_object->fill(handle, tx, holder, 0, &err);
+        s().set_key(handle, tx, holder, number, &err);
+        s().key_object.set(handle, tx, made, holder);
+    } else {
+        s().set_key(handle, tx, data, number, &err);
+    }
+    s().object.set(handle, tx, made, data);
+    return made;
+}
+
+void World::insert() {
+    record = make(1);
+    s().plain.insert(handle, tx, table, record, &err);
+}
+
+void World::key(u32 number) {
+    key_holder = s().plain.pkey_create(handle, tx);
+    s().set_key(handle, tx, key_holder, number, &err);
+    if (s().has_key_object()) {
+        key_value.value = key_holder;
+    } else {
+        s().make_key(key_value, number);
+    }
+}
+
+void World::parse(const std::string &text) {
+    document = kel_xml_parse(text.data(), text.size());
+    if (document == nullptr) throw std::runtime_error(kel_error_text());
+}
+
+void World::answer_length(u32 got, u32 all) {
+    result = got == 0 ? "0" : got == all ? "all" : got == 0xffffffffU ? "failure" : "part";
+}
+
+void World::see_object(const char *name, const void *seen, Sight &sight) {
+    const std::string prefix = std::string(name) + " ";
+    if (seen == nullptr) {
+        sight[name] = "none";
+        return;
+    }
+    const auto *head = static_cast<const kel_object *>(seen);
+    sight[name] = head->descriptor == nullptr ? "gone" : "there";
+    if (head->descriptor == nullptr) return;
+    sight[prefix + "flags"] = std::to_string(head->flags & 0x7f);
+    sight[prefix + "variant"] = std::to_string(head->variant);
+    Sight fields;
+    k().see(handle, seen, fields);
+    for (auto &[field, value] : fields) sight[prefix + field] = value;
+}
+
+void World::see_record(const char *name, kel_record *seen, Sight &sight) {
+    const std::string prefix = std::string(name) + " ";
+    if (seen == nullptr || seen->descriptor == nullptr) {
+        sight[name] = seen == nullptr ? "none" : "gone";
+        return;
+    }
+    sight[name] = "there";
+    sight[prefix + "references"] = std::to_string(seen->ref_count);
+    sight[prefix + "flags"] = std::to_string(seen->flags);
+    sight[prefix + "source"] = std::to_string(seen->src);
+    sight[prefix + "table"] = seen->table == nullptr ? "none" : "set";
+    see_object((prefix + "object").c_str(), seen->object, sight);
+    if (!s().has_key_object()) return;
+    sight[prefix + "key object"] = seen->key_object == nullptr ? "none" : "there";
+    if (seen->key_object == nullptr) return;
+    sight[prefix + "key"] = std::to_string(s().get_key(handle, seen->key_object));
+}
+
+Sight World::see() {
+    Sight sight;
+    const u32 last_error = handle->last_error;
+    if (target.subject != nullptr) {
+        kel_store_description description;
+        kel_store_describe(store, &description);
+        sight["tables"] = std::to_string(description.tables);
+        u32 nothing = 0;
+        kel_table *named = s().plain.open(handle, tx, "new", 1, &nothing);
+        sight["new table"] = named == nullptr ? "none" : "found";
+    }
+    if (table != nullptr) {
+        u32 walked = 0;
+        u32 nothing = 0;
+        s().index.walk(
+            table, [](kel_record *, void *count) { return ++*static_cast<u32 *>(count), 0U; },
+            &walked, &nothing);
+        sight["records in the index"] = std::to_string(walked);
+        sight["record count"] = std::to_string(table->record_count);
+        sight["source counts"] =
+            std::to_string(std::accumulate(table->src_counts, table->src_counts + 256, 0U));
+        kel_thread_set_tenant(5);
+        sight["tenant count"] = std::to_string(s().plain.get_count(handle, tx, table));
+        kel_thread_set_tenant(0);
+    }
+    if (target.subject != nullptr) {
+        see_record("record", record, sight);
+        see_record("loose", loose, sight);
+        see_record("made record", made_record, sight);
+    }
+    see_object("object", object, sight);
+    see_object("made object", made_object, sight);
+    handle->last_error = last_error;
+    return sight;
+}
+
+void World::destroy(kel_record *&gone) {
+    u32 nothing = 0;
+    // One whose destruction stopped half way has no references, and is left as it is.
+    while (gone != nullptr && gone->descriptor != nullptr && gone->ref_count != 0) {
+        s().plain.destroy_record(handle, KEL_TX_NONE, gone, &nothing);
+    }
+    gone = nullptr;
+}
+
+void World::destroy(const Kind *kind, void *&gone) {
+    if (gone != nullptr && static_cast<kel_object *>(gone)->descriptor != nullptr) {
+        kind->destroy(handle, KEL_TX_NONE, gone);
+    }
+    gone = nullptr;
+}
+
+void World::clean() {
+    kel_thread_set_tenant(0);
+    u32 nothing = 0;
+    if (table != nullptr) kel_table_set_replication(handle, KEL_TX_NONE, table, 0, 0);
+    if (target.subject != nullptr) {
+        destroy(made_record);
+        destroy(record);
+        destroy(loose);
+    }
+    destroy(target.object, made_object);
+    destroy(target.object, object);
+    destroy(target.object, source);
+    const bool separate = target.key_object != nullptr;
+    destroy(separate ? target.key_object : target.object, key_holder);
+    for (kel_table **each : {&made_table, &table}) {
+        nothing = 0;
+        if (*each != nullptr) s().plain.free(handle, KEL_TX_NONE, *each, &nothing);
+        *each = nullptr;
+    }
+    kel_xml_free(document);
+    document = nullptr;
+    kel_clear_last_error(handle);
+    err = 0;
+    result.clear();
+}
+
+}  // namespace tarn::test

@@ -1,0 +1,98 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// What an operation is run on: a handle in one of the modes, a table or a structure,
+// and whatever the operation's preparation adds. All of it stands in one store, since
+// a process can open tables by id in one store only.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
+#define TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
+
+#include <string>
+#include <vector>
+
+#include "tests/behaviour/fault/kind.h"
+#include "tests/behaviour/table/subject.h"
+#include "tests/support/fixture.h"
+#include "tests/support/services.h"
+
+namespace tarn::test {
+
+// A table with its objects, or a structure alone.
+struct Target {
+    const Subject *subject;
+    const Kind *object;
+    const Kind *key_object;
+
+    const char *name() const { return subject != nullptr ? subject->name : object->name; }
+};
+
+// What is there for an operation, and what it made. A transaction that is taken back
+// leaves the values of before.
+struct Things {
+    u32 tx = KEL_TX_NONE;
+    u32 err = 0;
+    std::string result;
+
+    kel_table *table = nullptr;
+    kel_record *record = nullptr;
+    kel_record *loose = nullptr;
+    void *object = nullptr;
+    void *source = nullptr;
+    void *key_holder = nullptr;
+    kel_xml_document *document = nullptr;
+    u32 length = 0;
+
+    // Made by the operation.
+    kel_table *made_table = nullptr;
+    kel_record *made_record = nullptr;
+    void *made_object = nullptr;
+};
+
+class World : public Things {
+ public:
+    World(const Target &target, Mode mode);
+    ~World();
+    World(const World &) = delete;
+    World &operator=(const World &) = delete;
+
+    const Subject &s() const { return *target.subject; }
+    const Kind &k() const { return *target.object; }
+
+    // Preparations.
+    void open();  // `table`
+    // A record with its objects, outside.
+    kel_record *make(u32 key, u32 src = KEL_SOURCE_DEFAULT);
+    void insert();                        // `record`, key 1, in the table
+    void key(u32 number);                 // `key_value`, `key_holder`
+    void *make_object(u32 set);           // an object with one of two sets of values
+    void parse(const std::string &text);  // `document`
+
+    // What run() answered, for the outcome.
+    void answer(const void *pointer) { result = pointer == nullptr ? "null" : "made"; }
+    void answer_record(const kel_record *found) { result = found == nullptr ? "null" : "found"; }
+    // Of a form: 0, all of what there is, or a part of it.
+    void answer_length(u32 length, u32 all);
+
+    // Everything that can be seen of the world.
+    Sight see();
+    // Gives back all that was prepared and made.
+    void clean();
+
+    const Target target;
+    const Mode mode;
+    kel_store *const store;
+    kel_handle *const handle;
+    KeyValue key_value;
+    std::vector<char> buffer = std::vector<char>(1 << 18, ' ');
+
+ private:
+    void see_record(const char *name, kel_record *record, Sight &sight);
+    void see_object(const char *name, const void *object, Sight &sight);
+    void destroy(kel_record *&record);
+    void destroy(const Kind *kind, void *&object);
+};
+
+// The store of all worlds.
+kel_store *world_store();
+
+}  // namespace tarn::test
+
+#endif
