@@ -1,0 +1,115 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The forms of an object as the schema gives them: written down here once more, of
+// the models and the values alone, so that the library's can be held against them
+// byte by byte, in a buffer of any length too.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_FORMS_H
+#define TARNBASE_TESTS_BEHAVIOUR_EVERY_FORMS_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "frame/schema.h"
+#include "tests/behaviour/every/call.h"
+
+namespace tarn::test {
+
+// An object whose fields were filled with a seed, as it is to be written. A null
+// `block`: the handle doesn't track state.
+struct Filled {
+    const Structure &type;
+    u32 seed;
+    int variant;
+    const u8 *block;
+
+    // The object in one of its fields, which is in its own highest variant.
+    Filled inside(const Field &field) const;
+};
+
+// What marshal leaves in a buffer with that much room.
+class WireForm {
+ public:
+    explicit WireForm(u32 room) : room_(room) {}
+    void object(const Filled &filled);
+
+    std::vector<u8> bytes;
+    u32 err = 0;
+    bool jumps = true;       // false: every jump stays 0
+    std::vector<u32> edges;  // where an item ends, an array's elements apart
+
+ private:
+    u32 put_item(const void *item, std::size_t length);
+    u32 put(u64 value, u32 length);
+    void put_state(u8 flag);
+    bool opened();
+    void field(const Filled &filled, const Field &field);
+    void states(const Filled &filled, const Field &field);
+
+    u32 room_;
+};
+
+// What unmarshal takes from the bytes of such a form.
+class WireReading {
+ public:
+    // A null `block`: the reader doesn't track state.
+    WireReading(const std::vector<u8> &bytes, u8 *block) : bytes_(bytes), block_(block) {}
+    void object(const Structure &type, u32 state = 0, const std::string &path = "");
+
+    u32 cursor = 0;
+    u32 err = 0;
+    // How much of the field at a path was read: an array's elements, else 1.
+    std::map<std::string, u32> read;
+
+ private:
+    bool take(u32 length, u64 *value = nullptr);
+    void take_state(bool on_wire, u32 position);
+    bool opened();
+    u32 remaining() const;
+    u32 field(const Field &field, u32 state, const std::string &path);
+
+    const std::vector<u8> &bytes_;
+    u8 *block_;
+};
+
+// What print leaves in a buffer of `held` with that much room.
+class TextForm {
+ public:
+    // Stands for a byte that a closing line stepped over after an error.
+    static constexpr char any = '\x01';
+
+    TextForm(u32 room, char held) : room_(room), held_(held) {}
+    void object(const Filled &filled, u32 indent, const std::string &name);
+
+    std::string text;
+    u32 err = 0;
+
+ private:
+    bool fits(std::size_t length);
+    void frame(const std::string &piece);
+    void value(const std::string &piece);
+    void field(const Filled &filled, const Field &field, u32 indent);
+
+    u32 room_;
+    char held_;
+};
+
+// What to_xml leaves in a buffer with that much room.
+class XmlForm {
+ public:
+    explicit XmlForm(u32 room) : room_(room) {}
+    void object(const Filled &filled, const std::string &name, u8 flag);
+
+    std::string text;
+    u32 err = 0;
+
+ private:
+    void piece(const std::string &piece);
+    void closing(const std::string &name);
+    void field(const Filled &filled, const Field &field);
+
+    u32 room_;
+};
+
+}  // namespace tarn::test
+
+#endif
