@@ -134,6 +134,17 @@ TEST_P(MinuteStores, ANullSourceDoesNothing) {
     EXPECT_EQ(bytes(), before);
 }
 
+TEST_P(MinuteStores, ANegativeLengthIsNoErrorAndCopiesNothing) {
+    u8 byte = 77;
+    const std::vector<u8> before(element(0), element(minutes));
+    on("get_mem", {&byte, -1});
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(byte, 77);
+    on("set_mem", {&byte, -1});
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(std::vector<u8>(element(0), element(minutes)), before);
+}
+
 TEST_P(MinuteStores, AnInstanceOfANegativeVariantGivesError43AndStays) {
     const std::int8_t variant = head(object)->variant;
     kel_handle_set_variant(handle, type.descriptor, -1);

@@ -86,6 +86,47 @@ TEST_P(StructureServices, AWriteOfAValueGoesThroughTheReadPathOnceMore) {
     }
 }
 
+TEST_P(StructureServices, AReadThatFailsEndsAWriteOfAValue) {
+    for (const Field &field : fields_of(type)) {
+        const char *value = service_of(field.kind);
+        if (!has_plain_value(field.kind) || value == nullptr) continue;
+        SCOPED_TRACE(field.name);
+        const std::string name = field.name, get = std::string(value) + "_get";
+        ServiceRecorder recorder(handle);
+        recorder.fail(get, 1);
+        typed(name + "_set_value", {object, plain_value(field, 3), &err});
+        EXPECT_EQ(err, 22U);
+        EXPECT_EQ(recorder.calls().back().name, get);
+        err = 0;
+        recorder.fail(get, 1);
+        EXPECT_EQ(narrowed(field.kind, typed.operator()<u64>(name + "_get_value", {object, &err})),
+                  0U);
+        EXPECT_EQ(err, 22U);
+        EXPECT_EQ(recorder.calls().back().name, get);
+        err = 0;
+    }
+    typed.check(object, 1);
+}
+
+TEST_P(StructureServices, AStoreThatFailsIsMarkedAllTheSame) {
+    for (const Field &field : fields_of(type)) {
+        const char *value = service_of(field.kind);
+        if (value == nullptr) continue;
+        SCOPED_TRACE(field.name);
+        const std::string name = field.name;
+        typed("set_all_state_tracking_flag", {object, 0});
+        ServiceRecorder recorder(handle);
+        recorder.fail(std::string(value) + "_set", 1, 12);
+        typed(name + "_set", {object, at(other, field.offset), &err});
+        EXPECT_EQ(err, 12U);
+        err = 0;
+        expect_marked(recorder, field);
+        if (tracking) {
+            EXPECT_EQ(at(object, type.plain_size)[field.state], 2);
+        }
+    }
+}
+
 TEST_P(StructureServices, AFlagsWriteAdjustsTestsAndMarksAndItsReadAsksNothing) {
     if (!tracking) return;
     for (const Field &field : fields_of(type)) {

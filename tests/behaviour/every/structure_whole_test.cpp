@@ -62,6 +62,40 @@ TEST_P(WholeServices, AWriteOfAllValuesMarksTheObjectOnceAFieldInFieldOrder) {
     EXPECT_EQ(marks, expected);
 }
 
+TEST_P(WholeServices, OneValueThatCannotBeStoredStopsNoneOfTheOthers) {
+    const Field *failing = nullptr;
+    std::vector<Word> arguments = {object};
+    std::size_t values = 0;
+    for (const Field &field : fields_of(type)) {
+        if (!has_plain_value(field.kind)) continue;
+        ++values;
+        arguments.emplace_back(plain_value(field, 3));
+        if (failing == nullptr && service_of(field.kind) != nullptr) failing = &field;
+    }
+    if (failing == nullptr) return;
+    arguments.emplace_back(&err);
+    std::size_t stored = 0, marked = 0;
+    {
+        ServiceRecorder recorder(handle);
+        recorder.fail(std::string(service_of(failing->kind)) + "_set_value", 1);
+        typed("set_all", arguments);
+        EXPECT_EQ(err, 22U);
+        err = 0;
+        for (const ServiceCall &call : recorder.calls()) {
+            if (call.name.find("_set_value") != std::string::npos) ++stored;
+        }
+        for (const ServiceCall &call : recorder.calls("kel_set_instance_modified")) {
+            if (call.pointer<void>(0) == object) ++marked;
+        }
+    }
+    typed.check_field(object, *failing, 1);
+    EXPECT_EQ(marked, values);
+    EXPECT_EQ(stored,
+              std::count_if(type.fields, type.fields + type.field_count, [](const Field &field) {
+                  return has_plain_value(field.kind) && service_of(field.kind) != nullptr;
+              }));
+}
+
 TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsWhatOwnsAPlaceInFieldOrder) {
     std::vector<Asked> expected;
     for (const Field &field : fields_of(type)) {

@@ -37,6 +37,18 @@ TEST_P(Variants, ANewInstanceHasTheDomainsVariantCappedAtTheTypesTop) {
     EXPECT_EQ(head(st_point_create(handle, tx))->variant, 0);
 }
 
+TEST_P(Variants, AnEnumerationOfALaterVariantIsCountedInTheOneRecordThereIs) {
+    kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 3);
+    lamp_state *lamp = lamp_state_create(handle, tx);
+    const kel_type_info *descriptor = head(lamp)->descriptor;
+    const kel_variant_usage before = usage(descriptor);
+    lamp_state *second = lamp_state_create(handle, tx);
+    EXPECT_EQ(head(second)->variant, 3);
+    EXPECT_EQ(usage(descriptor).created, before.created + 1);
+    lamp_state_destroy(handle, tx, second);
+    EXPECT_EQ(usage(descriptor).destroyed, before.destroyed + 1);
+}
+
 TEST_P(Variants, AnInstanceOfANegativeVariantCanBeMadeAndDestroyed) {
     kel_handle_set_variant(handle, &_st_point_type_info_internal, -1);
     const kel_variant_usage before = usage(&_st_point_type_info_internal);

@@ -54,6 +54,17 @@ TEST_P(WholeObjects, AllValuesOfANullObjectAre0) {
     EXPECT_EQ(values.door, 0U);
 }
 
+TEST_P(WholeObjects, AValueWithoutAccessIsReadAs0) {
+    st_every *every = make.every(4);
+    spies.wishes.null_access = true;
+    Values values;
+    values.read(handle, every, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(values.a8, 0);
+    EXPECT_EQ(values.a16, 4 * 257);
+    EXPECT_EQ(values.a32, 0U);
+}
+
 TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
     st_every *every = st_every_create(handle, tx);
     spies.clear();
