@@ -143,6 +143,75 @@ TEST_P(StructureForms, ADocumentWithoutTheStructureIsNotFound) {
     typed.check(object, 1);
 }
 
+// ---- Variants ------------------------------------------------------------------------
+
+TEST_P(StructureForms, ANegativeVariantHasNoBodyInAnyForm) {
+    head(object)->variant = -2;
+    const u8 flags = tracking ? OBJ_STATE_TRACKED : 0;
+    EXPECT_EQ(typed.wire(object), (std::vector<u8>{0xfe, flags, 4, 0, 0, 0}));
+    const std::string name = type.name;
+    EXPECT_EQ(typed.text(object), name + "@" + name + ": {\n");
+    EXPECT_EQ(typed.xml(object), "<" + name + ">\n</" + name + ">\n");
+
+    void *second = typed.create();
+    typed.fill(second, 2);
+    EXPECT_EQ(read(typed, typed.wire(object), second), 6U);
+    EXPECT_EQ(head(second)->variant, -2);
+    head(second)->variant = type.top_variant;
+    typed.check(second, 2);
+    typed.destroy(second);
+}
+
+TEST_P(StructureForms, OneThatTheDomainDoesNotKnowIsReportedAndWrittenWithoutABody) {
+    ASSERT_EQ(kel_handle_set_variant(handle, type.descriptor, -1), 0U);
+    std::vector<u8> bytes(typed.operator()<u32>("len", {object}) + 1);
+    EXPECT_EQ(typed.operator()<u32>("marshal", {bytes.data(), object, bytes.size() - 1, &err}), 6U);
+    EXPECT_EQ(err, 43U);
+    EXPECT_EQ(handle->last_error, 43U);
+    EXPECT_EQ(bytes[0], 0xff);
+    err = 0;
+    EXPECT_EQ(
+        typed.operator()<u32>("marshal_for_clone", {bytes.data(), object, bytes.size() - 1, &err}),
+        bytes.size() - 1);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(bytes[0], type.top_variant);
+}
+
+TEST_P(StructureForms, OfANewerWriterAreReadAsFarAsTheyAreKnownAndLeftByTheJump) {
+    std::vector<u8> bytes = typed.wire(object);
+    const auto known = static_cast<u32>(bytes.size());
+    const u32 jump = known - 2 + 20;
+    bytes[0] = static_cast<u8>(type.top_variant + 3);
+    for (u32 i = 0; i < 4; ++i) bytes[2 + i] = static_cast<u8>(jump >> (8 * i));
+    bytes.resize(known + 20, 0xcc);
+    void *second = typed.create();
+    TraceCapture traced;
+    EXPECT_EQ(read(typed, bytes, second), known + 20);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(head(second)->variant, type.top_variant);
+    EXPECT_TRUE(traced.has(6, "(info): offset_jump read_len " + std::to_string(known) +
+                                  " offset_jump_base 2 _kel_variant_jump " + std::to_string(jump)))
+        << traced.all();
+    expect_equal_and_destroy(second);
+}
+
+TEST_P(StructureForms, WithoutAByteAreError12ToWriteAndToRead) {
+    u8 byte = 0x5a;
+    for (const u32 length : {0U, 0x80000000U}) {
+        EXPECT_EQ(typed.operator()<u32>("marshal", {&byte, object, length, &err}), 0U);
+        EXPECT_EQ(err, 12U);
+        err = 0;
+        EXPECT_EQ(typed.operator()<u32>("unmarshal", {&byte, object, length, 0, &err}), 0U);
+        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(handle->last_error, 12U);
+        err = 0;
+    }
+    EXPECT_EQ(byte, 0x5a);
+    typed.check(object, 1);
+}
+
+// ---- Between modes -------------------------------------------------------------------
+
 TEST_P(StructureForms, StateFlagsTravelBetweenTrackingHandlesAlone) {
     typed("set_all_state_tracking_flag", {object, 3});
     const Mode reader_mode = tracking ? Mode::plain : Mode::tracking;
