@@ -120,7 +120,7 @@ TEST_P(FormEnds, TheObjectsOtherFlagsStay) {
     EXPECT_EQ(head(target)->flags, before);
 }
 
-TEST_P(FormEnds, AfterAnErrorVariantFlagsAndDescriptorAreSetAllTheSame) {
+TEST_P(FormEnds, AfterAnErrorVariantAndDescriptorAreSetAllTheSame) {
     auto bytes = form(st_grown_marshal, make.grown(1));
     bytes[0] = 0;
     bytes.resize(7);
