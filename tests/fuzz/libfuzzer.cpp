@@ -37,7 +37,11 @@ std::size_t hand_over(const std::vector<u8> &stream, u8 *out, std::size_t limit)
 std::size_t LLVMFuzzerCustomMutator(u8 *data, std::size_t size, std::size_t limit, unsigned seed) {
     tarn::fuzz::Random random(seed);
     std::vector<u8> stream(data, data + size);
-    tarn::fuzz::mutate_stream(stream, limit, random, LLVMFuzzerMutate);
+    tarn::fuzz::mutate_stream(stream, limit, random, [limit](std::vector<u8> &bytes) {
+        const std::size_t length = bytes.size();
+        bytes.resize(std::max(limit, length));
+        bytes.resize(LLVMFuzzerMutate(bytes.data(), length, bytes.size()));
+    });
     return hand_over(stream, data, limit);
 }
 

@@ -122,12 +122,6 @@ void add_ra_data(std::vector<u8> &stream, const std::vector<WireItem> &items, Ra
     insert_range(stream, item.offset + 1, data);
 }
 
-void change_bytes(std::vector<u8> &stream, std::size_t limit, MutateBytes mutate_bytes) {
-    const std::size_t size = stream.size();
-    stream.resize(std::max(limit, size));
-    stream.resize(mutate_bytes(stream.data(), size, stream.size()));
-}
-
 void change_structure(std::vector<u8> &stream, const std::vector<WireItem> &items, Random &random) {
     const auto count = static_cast<u32>(items.size());
     const WireItem item = items[random.below(count)];
@@ -149,6 +143,30 @@ void change_structure(std::vector<u8> &stream, const std::vector<WireItem> &item
 
 }  // namespace
 
+void mutate_bytes(std::vector<u8> &bytes, Random &random) {
+    constexpr u8 telling[] = {0, 1, 2, 4, 6, 8, 32, 40, 127, 128, 255};
+    if (bytes.empty()) return bytes.push_back(static_cast<u8>(random.word()));
+    const auto size = static_cast<u32>(bytes.size());
+    const u32 at = random.below(size);
+    const WireItem number = {WireKind::value, at, std::min(4U, size - at)};
+    switch (random.below(6)) {
+        case 0:
+            bytes[at] = static_cast<u8>(random.word());
+            return;
+        case 1:
+            bytes[at] = telling[random.below(std::size(telling))];
+            return;
+        case 2:
+            return store_number(bytes, number, telling_value(bytes, number, random));
+        case 3:
+            return bytes.resize(at);
+        case 4:
+            return remove_range(bytes, {WireKind::value, at, random.below(size - at) + 1});
+        default:
+            return insert_range(bytes, at, copy_of(bytes, {WireKind::value, at, size - at}));
+    }
+}
+
 std::vector<u8> new_stream(Random &random) {
     std::vector<u8> stream = {static_cast<u8>(random.word())};
     for (u32 i = 1 + random.below(3); i > 0; --i) append_frame(stream, random);
@@ -156,7 +174,7 @@ std::vector<u8> new_stream(Random &random) {
 }
 
 void mutate_stream(std::vector<u8> &stream, std::size_t limit, Random &random,
-                   MutateBytes mutate_bytes) {
+                   const ChangeAny &change_any) {
     const std::vector<WireItem> items = items_of(stream);
     const u32 choice = random.below(16);
     if (items.empty() || choice == 0) {
@@ -166,7 +184,7 @@ void mutate_stream(std::vector<u8> &stream, std::size_t limit, Random &random,
     } else if (choice == 2) {
         stream[0] = static_cast<u8>(random.word());
     } else if (choice < 5) {
-        change_bytes(stream, limit, mutate_bytes);
+        change_any(stream);
     } else {
         change_structure(stream, items, random);
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs a target over files, and makes what fuzzing starts from:
-//   fuzz_tool replay TARGET PATH...   each file, and each file of a folder
-//   fuzz_tool seeds DIR               DIR/TARGET/..., and DIR/TARGET.dict
-//   fuzz_tool mutate COUNT SEED       streams of frames, changed COUNT times
+//   fuzz_tool replay TARGET PATH...      each file, and each file of a folder
+//   fuzz_tool seeds DIR                  DIR/TARGET/..., and DIR/TARGET.dict
+//   fuzz_tool mutate TARGET COUNT SEED   seeds, changed COUNT times
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -74,48 +74,51 @@ int write_seeds(const fs::path &folder) {
     return 0;
 }
 
-Random *byte_source = nullptr;
-
-std::size_t change_a_byte(u8 *data, std::size_t size, std::size_t) {
-    if (size != 0) data[byte_source->word() % size] = static_cast<u8>(byte_source->word());
-    return size;
-}
-
-// Without a fuzzer's guidance, but wherever the tests run. A stream that breaks a
-// promise is left behind in the file.
-int mutate(u32 count, u32 seed) {
+// Without a fuzzer's guidance, but wherever the tests run: seeds, changed again and
+// again. An input that breaks a promise is left behind in the file.
+int mutate(const Target &target, u32 count, u32 seed) {
     constexpr std::size_t longest = 8192;
-    constexpr u32 changes_a_stream = 12;
-    const fs::path left = "stream_" + std::to_string(seed);
+    constexpr u32 changes_a_seed = 6;
+    const fs::path left = std::string(target.name) + "_" + std::to_string(seed);
+    std::vector<std::vector<u8>> seeds;
+    make_seeds(target, [&](const std::string &, Bytes bytes) {
+        seeds.emplace_back(bytes.begin(), bytes.end());
+    });
     Random random(seed);
-    byte_source = &random;
-    std::vector<u8> stream;
+    const auto change_any = [&](std::vector<u8> &bytes) { mutate_bytes(bytes, random); };
+    std::vector<u8> input;
     for (u32 i = 0; i < count; ++i) {
-        if (i % changes_a_stream == 0) stream = new_stream(random);
-        mutate_stream(stream, longest, random, change_a_byte);
-        write_file(left, stream);
-        fuzz_frame(stream);
+        if (i % changes_a_seed == 0) input = seeds[random.below(static_cast<u32>(seeds.size()))];
+        if (target.run == fuzz_frame) {
+            mutate_stream(input, longest, random, change_any);
+        } else {
+            mutate_bytes(input, random);
+        }
+        input.resize(std::min(input.size(), longest));
+        write_file(left, input);
+        target.run(input);
     }
     fs::remove(left);
-    std::printf("%u streams\n", count);
+    std::printf("%u inputs\n", count);
     return 0;
 }
 
 int run(const std::vector<std::string> &arguments) {
     if (arguments.size() == 2 && arguments[0] == "seeds") return write_seeds(arguments[1]);
-    if (arguments.size() == 3 && arguments[0] == "mutate") {
-        return mutate(static_cast<u32>(std::stoul(arguments[1])),
-                      static_cast<u32>(std::stoul(arguments[2])));
-    }
     for (const Target &target : targets) {
-        if (arguments.size() > 2 && arguments[0] == "replay" && arguments[1] == target.name) {
+        if (arguments.size() < 3 || arguments[1] != target.name) continue;
+        if (arguments[0] == "replay") {
             return replay(target, {arguments.begin() + 2, arguments.end()});
+        }
+        if (arguments[0] == "mutate" && arguments.size() == 4) {
+            return mutate(target, static_cast<u32>(std::stoul(arguments[2])),
+                          static_cast<u32>(std::stoul(arguments[3])));
         }
     }
     std::fprintf(stderr,
                  "usage: fuzz_tool replay object|record|xml|frame PATH...\n"
                  "       fuzz_tool seeds DIR\n"
-                 "       fuzz_tool mutate COUNT SEED\n");
+                 "       fuzz_tool mutate TARGET COUNT SEED\n");
     return 2;
 }
 
