@@ -61,6 +61,20 @@ TEST_F(WireBytes, OfEachKindOfFieldAreReadBack) {
     EXPECT_EQ(text_of(st_every_addr_get(handle, tx, every, &err)), "192.0.2.7");
 }
 
+TEST_F(WireBytes, OfAnyTruthAreTrueAndOfAnUnknownFamilyAreRefused) {
+    auto bytes = every_bytes;
+    bytes[33] = 0x80;  // flag
+    st_every *every = st_every_create(handle, tx);
+    const auto length = static_cast<u32>(bytes.size());
+    EXPECT_EQ(st_every_unmarshal(handle, tx, bytes.data(), every, length, 0, &err), length);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(st_every_flag_get_value(handle, tx, every, &err), 1U);
+    ASSERT_EQ(bytes[71], 4) << "the family of addr";
+    bytes[71] = 5;
+    st_every_unmarshal(handle, tx, bytes.data(), every, length, 0, &err);
+    expect_error(22);
+}
+
 TEST_F(WireBytes, OfAnAddressOfEachFamily) {
     const auto address_bytes = [this](const ip_address *address) {
         u8 area[32];
