@@ -31,7 +31,15 @@ void Driver::insert_new() {
 
 void Driver::insert_again() {
     const u32 number = pick_outside();
-    if (number != no_row) insert(number, any_table());
+    if (number == no_row) return;
+    Row &row = model_.rows[number];
+    // The bit that a key alone was inserted goes, whoever has set it.
+    if (random_.one_in(8)) {
+        handle_->write_log_hook(handle_->arena, &row.record->flags, 1, tx_);
+        row.record->flags |= KEL_RECORD_PKEY_INSERTED;
+        row.by_pkey = true;
+    }
+    insert(number, any_table());
 }
 
 // A record that is in an index equals itself there.
