@@ -146,6 +146,7 @@ std::uint32_t write(Type type, kel_handle *handle, std::uint32_t tx_id, void *bu
     if (reserved != 0) {
         _kel_variant_jump_marshal(handle, tx_id, out.buffer + jump_base, &jump, jump_length, &slot);
     }
+    if (*err == 0) *err = slot;
     epoch.put_back(handle, err);
     return out.cursor;
 }
