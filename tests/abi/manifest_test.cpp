@@ -9,6 +9,8 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,10 +32,12 @@ struct Record {
 };
 
 class Manifest : public ::testing::Test {
-   protected:
+ protected:
     void SetUp() override {
         std::ifstream in(TARNBASE_LIBRARY, std::ios::binary);
-        file_.assign(std::istreambuf_iterator<char>(in), {});
+        std::ostringstream bytes;
+        bytes << in.rdbuf();
+        file_ = std::move(bytes).str();
         ASSERT_GT(file_.size(), sizeof(Elf64_Ehdr));
         elf_ = read<Elf64_Ehdr>(file_, 0);
         find_section();
@@ -179,6 +183,62 @@ TEST_F(Manifest, EndsWithANoteOnTheBuild) {
     EXPECT_EQ(note[4].size(), std::string("at: Sat Nov 21 05:39:09.339552674 2026").size());
     EXPECT_EQ(note[5].rfind("comment: ", 0), 0U);
     EXPECT_NE(note[5].find("  _KEL_  tarnbase"), std::string::npos);
+}
+
+TEST_F(Manifest, TellsASecondIdentityOfEachItemThatIsNoOtherItems) {
+    std::set<std::string> seen;
+    for (const std::string &line : lines(0)) {
+        if (line.size() != 79) continue;
+        EXPECT_TRUE(seen.insert(line.substr(0, 32)).second) << line;
+        EXPECT_TRUE(seen.insert(line.substr(33, 32)).second) << line;
+    }
+    EXPECT_EQ(seen.size(), 2 * 171U);
+}
+
+// The last variant's length in whole words, and nothing that is allocated beyond it.
+TEST_F(Manifest, TellsTheUsedLengthOfAStructureRoundedUp) {
+    const std::map<std::string, std::string> expected = {{"service_type_info_key", "000:00048N"},
+                                                         {"st_aaa_type", "000:00080N"},
+                                                         {"st_ldap_conn", "000:00056N"},
+                                                         {"st_aaa_servers", "001:01904N"}};
+    std::size_t found = 0;
+    for (const kel_type_info *const *item = tarnbase_type_list; *item != nullptr; ++item) {
+        const auto size = expected.find((*item)->name);
+        if (size == expected.end()) continue;
+        for (const std::string &line : lines(0)) {
+            if (line.compare(0, 32, (*item)->luid_text) != 0) continue;
+            EXPECT_EQ(line.substr(69), size->second) << (*item)->name;
+            ++found;
+        }
+    }
+    EXPECT_EQ(found, expected.size());
+}
+
+TEST_F(Manifest, HasTheLengthOfItsTextWithTheNulInFrontOfEachRecord) {
+    ASSERT_EQ(records_.size(), 2U);
+    EXPECT_EQ(read<std::uint32_t>(bytes_, 0), records_[0].text.size() + 1);
+    EXPECT_EQ(read<std::uint32_t>(bytes_, 0), 18 + 80 * 171 + 1U);
+    EXPECT_EQ(read<std::uint32_t>(bytes_, 4), 2U);
+    for (const Record &each : records_) {
+        EXPECT_EQ(each.text.find('\0'), std::string::npos);
+        EXPECT_EQ(each.text.back(), '\n');
+    }
+    EXPECT_EQ(bytes_.size() % 4, 0U);
+}
+
+TEST_F(Manifest, WritesTheBuildNoteInFixedForms) {
+    const std::vector<std::string> forms = {
+        "tarnbase", "built by: .+", "on host: .+", "pid: [1-9][0-9]*",
+        "at: (Mon|Tue|Wed|Thu|Fri|Sat|Sun) "
+        "(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) [ 123][0-9] "
+        "[012][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{9} [0-9]{4}",
+        // One blank, and the word's own two on each side of it.
+        "comment: [^ ].*[^ ]   _KEL_  tarnbase"};
+    const std::vector<std::string> note = lines(1);
+    ASSERT_EQ(note.size(), forms.size());
+    for (std::size_t i = 0; i < forms.size(); ++i) {
+        EXPECT_TRUE(std::regex_match(note[i], std::regex(forms[i]))) << note[i];
+    }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // last_error speaks of this operation.
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "tarnbase/runtime.h"
@@ -93,8 +94,12 @@ TEST_P(Clearing, AnOperationClearsTheErrorOfTheOneBefore) {
         Stage stage(item, GetParam().mode);
         const std::vector<Word> arguments = stage.arguments(each);
         stage.handle->last_error = 77;
+        const kel_handle before = *stage.handle;
         Stage::invoke(each, arguments);
         EXPECT_EQ(stage.handle->last_error == 77, leaves_last_error(item, each));
+        // The rest of the handle is the runtime's.
+        stage.handle->last_error = 77;
+        EXPECT_EQ(std::memcmp(&before, stage.handle, sizeof before), 0);
     }
 }
 
@@ -113,6 +118,59 @@ TEST_P(Clearing, AnErrorIsReportedInTheErrorWordAndInTheHandle) {
         EXPECT_TRUE(stage.err == 0 || stage.handle->last_error == stage.err)
             << stage.err << ", " << stage.handle->last_error;
     }
+}
+
+class Transaction : public ItemTest {};
+TARN_EVERY_ITEM(Transaction, Mode::plain);
+
+TEST_P(Transaction, OfTheCallerIsToldToEveryHook) {
+    Stage stage(item, GetParam().mode);
+    for (const Prototype &each : functions) stage.arguments(each);
+    for (const Prototype &each : functions) {
+        if (!each.takes("tx_id")) continue;
+        SCOPED_TRACE(each.name);
+        std::vector<Word> arguments = stage.arguments(each);
+        u32 tx = 0;
+        ASSERT_EQ(kel_transaction_begin(stage.handle, &tx), 0U);
+        arguments.at(1) = tx;
+        stage.err = 0;
+        {
+            const HookRecorder hooks(stage.handle);
+            Stage::invoke(each, arguments);
+            // A table's block is made outside of any.
+            const u32 expected = each.result == "kel_table *" ? KEL_TX_NONE : tx;
+            for (const HookEvent &event : hooks.events) EXPECT_EQ(event.tx_id, expected);
+        }
+        ASSERT_EQ(kel_transaction_rollback(stage.handle, tx), 0U);
+    }
+}
+
+// What is stored without telling the log: the names and ids of tables, a reference
+// that is added, and the descriptor of an enumeration that is destroyed or read.
+bool stores_for_good(const std::string &item, const Prototype &function) {
+    const auto &enumerations = all_enumerations();
+    const bool is_enumeration =
+        std::any_of(enumerations.begin(), enumerations.end(),
+                    [&](const Enumeration *each) { return each->name == item; });
+    return function.result == "kel_table *" || ends_as(function, {"_table_free", "_add_ref"}) ||
+           (is_enumeration && ends_as(function, {"_destroy", "_unmarshal"}));
+}
+
+TEST_P(Transaction, ThatIsTakenBackLeavesNothingOfAnyOperation) {
+    Stage stage(item, GetParam().mode);
+    for (const Prototype &each : functions) stage.arguments(each);
+    const StoreSnapshot before(stage.session.store());
+    for (const Prototype &each : functions) {
+        if (!each.takes("tx_id") || stores_for_good(item, each)) continue;
+        std::vector<Word> arguments = stage.arguments(each);
+        u32 tx = 0;
+        ASSERT_EQ(kel_transaction_begin(stage.handle, &tx), 0U);
+        arguments.at(1) = tx;
+        stage.err = 0;
+        Stage::invoke(each, arguments);
+        ASSERT_EQ(kel_transaction_rollback(stage.handle, tx), 0U) << each.name;
+    }
+    EXPECT_TRUE(before.lasting_changes().empty()) << to_text(before.lasting_changes());
 }
 
 // Where things begin: at each opening of a table, at each creation of a record and at
@@ -147,6 +205,25 @@ TEST_P(TraceModule, OfTypesIsRegisteredWhereThingsBegin) {
         ++begun;
     }
     EXPECT_GE(begun, 3U);
+}
+
+class CorruptHandle : public ItemTest {};
+INSTANTIATE_TEST_SUITE_P(Every, CorruptHandle, ::testing::ValuesIn([] {
+                             std::vector<ItemInMode> structures;
+                             for (const Structure *each : all_structures()) {
+                                 structures.push_back({each->name, Mode::plain});
+                             }
+                             return structures;
+                         }()),
+                         item_name);
+
+TEST_P(CorruptHandle, EndsTheProcessAtTheFirstCreation) {
+    const Session session;
+    kel_state_tracking corrupt = {0x1234};
+    session.handle()->state_tracking = &corrupt;
+    EXPECT_DEATH(call(item + "_create", {session.handle(), KEL_TX_NONE}),
+                 "\\(FATAL\\): Corrupted KEL Handle");
+    session.handle()->state_tracking = nullptr;
 }
 
 }  // namespace

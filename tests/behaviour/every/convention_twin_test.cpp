@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The `_unsafe` form of an operation does what the plain one does, in success and in
-// each failure: the same result, errors, hook calls, trace lines and bytes.
+// each failure: the same result, errors, hook calls, trace lines and bytes. A handle
+// whose tracking is off does what one without a tracking record does.
 #include "tests/behaviour/every/convention.h"
 #include "tests/support/snapshot.h"
 
 namespace tarn::test {
 namespace {
-
-// How a call is made to fail, if it is.
-struct Situation {
-    std::string name;
-    u32 error_on_entry = 0;
-    bool without_memory = false;
-    std::string null_parameter = {};
-    std::string small_parameter = {};  // set to 1
-};
 
 class Twins : public ItemTest {
  protected:
@@ -45,35 +37,6 @@ class Twins : public ItemTest {
         if (name == "key" || name == "object") return is("_search") || is("_by_key_");
         return name == "name" || name == "pkey";
     }
-
-    Outcome play(const Prototype &function, const Situation &situation) {
-        Stage stage(item, GetParam().mode);
-        std::vector<Word> arguments = stage.arguments(function);
-        for (std::size_t i = 0; i < arguments.size(); ++i) {
-            const std::string &name = function.parameters[i].name;
-            if (name == situation.null_parameter) arguments[i] = nullptr;
-            if (name == situation.small_parameter) arguments[i] = 1;
-        }
-        TraceCapture lines;
-        HookRecorder hooks(stage.handle);
-        hooks.fail_allocations(situation.without_memory);
-        stage.err = situation.error_on_entry;
-        stage.handle->last_error = 77;
-        Outcome outcome;
-        outcome.result = stage.result(function, Stage::invoke(function, arguments));
-        outcome.err = stage.err;
-        outcome.last_error = stage.handle->last_error;
-        for (const HookEvent &event : hooks.events) {
-            const auto address = reinterpret_cast<std::uintptr_t>(event.address);
-            outcome.hooks.push_back({static_cast<u64>(event.hook), stage.place(address),
-                                     event.length, static_cast<u32>(event.delta), event.tx_id});
-        }
-        for (const TraceLine &line : lines.lines) {
-            outcome.traces.push_back(std::to_string(line.level) + line.text);
-        }
-        outcome.written.assign(stage.scratch().begin(), stage.scratch().end());
-        return outcome;
-    }
 };
 INSTANTIATE_TEST_SUITE_P(Every, Twins, ::testing::ValuesIn([] {
                              std::vector<ItemInMode> tables;
@@ -92,11 +55,28 @@ TEST_P(Twins, BehaveAlike) {
         plain.name.resize(plain.name.size() - 7);
         for (const Situation &situation : situations(unsafe)) {
             SCOPED_TRACE(unsafe.name + ", " + situation.name);
-            EXPECT_EQ(play(unsafe, situation), play(plain, situation));
+            EXPECT_EQ(play(item, unsafe, situation), play(item, plain, situation));
         }
         ++pairs;
     }
     EXPECT_EQ(pairs, 56U);
+}
+
+class TrackingOff : public ItemTest {};
+TARN_EVERY_ITEM(TrackingOff, Mode::plain);
+
+TEST_P(TrackingOff, IsTheSameAsNoTrackingRecordInEveryOperation) {
+    for (const Prototype &each : functions) {
+        if (each.parameters.empty() || each.parameters[0].name != "handle") continue;
+        SCOPED_TRACE(each.name);
+        Situation with_record = {"tracking off"};
+        with_record.tracking_off = true;
+        Outcome off = play(item, each, with_record);
+        Outcome none = play(item, each, {"no record"});
+        // An object without flags is traced only where no mode has refused them before.
+        if (each.name.find("_state_flag_") != std::string::npos) off.traces = none.traces;
+        EXPECT_EQ(off, none);
+    }
 }
 
 }  // namespace

@@ -95,17 +95,17 @@ u64 Stage::number(const Parameter &parameter) {
     if (parameter.name == "length") return parameter.type == "int32_t" ? 8 : text_room;
     if (parameter.name == "message_len") return 64;
     if (is_one_of(parameter.name, {"id", "ior"})) return 7;
-    return is_one_of(parameter.name, {"value", "src"}) ? 1 : 0;
+    return is_one_of(parameter.name, {"value", "src", "log_writes"}) ? 1 : 0;
 }
 
 Word Stage::pointer(const Prototype &function, const Parameter &parameter) {
     const std::string type = parameter.pointee();
     const std::string &name = parameter.name;
+    if (type.back() == '*') return &slots_[2];
     if (name == "err") return &err;
     if (type == "kel_handle") return handle;
     if (type == "kel_table" || name == "table") return table;
     if (type == "kel_record" || name == "record" || name == "item") return record;
-    if (type.back() == '*') return &slots_[2];
     if (name == "name" || name == "path") return "//x";
     if (name == "document") return document_.get();
     if (name == "message") return scratch_.data() + text_room;
@@ -129,6 +129,7 @@ Word Stage::argument(const Prototype &function, const Parameter &parameter) {
 }
 
 std::vector<Word> Stage::arguments(const Prototype &function) {
+    slots_ = {};
     std::vector<Word> words;
     for (const Parameter &each : function.parameters) words.push_back(argument(function, each));
     return words;
@@ -160,6 +161,36 @@ std::string operation_of(const std::string &item, const Prototype &function) {
     const std::string prefix = item + "_";
     if (function.name.compare(0, prefix.size(), prefix) != 0) return function.name;
     return function.name.substr(prefix.size());
+}
+
+Outcome play(const std::string &item, const Prototype &function, const Situation &situation) {
+    Stage stage(item, Mode::plain);
+    if (situation.tracking_off) kel_handle_set_state_tracking(stage.handle, KEL_STATE_TRACKING_OFF);
+    std::vector<Word> arguments = stage.arguments(function);
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string &name = function.parameters[i].name;
+        if (name == situation.null_parameter) arguments[i] = nullptr;
+        if (name == situation.small_parameter) arguments[i] = 1;
+    }
+    TraceCapture lines;
+    HookRecorder hooks(stage.handle);
+    hooks.fail_allocations(situation.without_memory);
+    stage.err = situation.error_on_entry;
+    stage.handle->last_error = 77;
+    Outcome outcome;
+    outcome.result = stage.result(function, Stage::invoke(function, arguments));
+    outcome.err = stage.err;
+    outcome.last_error = stage.handle->last_error;
+    for (const HookEvent &event : hooks.events) {
+        const auto address = reinterpret_cast<std::uintptr_t>(event.address);
+        outcome.hooks.push_back({static_cast<u64>(event.hook), stage.place(address), event.length,
+                                 static_cast<u32>(event.delta), event.tx_id});
+    }
+    for (const TraceLine &line : lines.lines) {
+        outcome.traces.push_back(std::to_string(line.level) + line.text);
+    }
+    outcome.written.assign(stage.scratch().begin(), stage.scratch().end());
+    return outcome;
 }
 
 std::ostream &operator<<(std::ostream &out, const Outcome &outcome) {

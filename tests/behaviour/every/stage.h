@@ -72,6 +72,19 @@ struct Outcome {
 };
 std::ostream &operator<<(std::ostream &out, const Outcome &outcome);
 
+// How a call is made to fail, if it is.
+struct Situation {
+    std::string name;
+    u32 error_on_entry = 0;
+    bool without_memory = false;
+    std::string null_parameter = {};
+    std::string small_parameter = {};  // set to 1
+    bool tracking_off = false;         // by a record that says so
+};
+
+// Calls a function of an item on a stage of its own.
+Outcome play(const std::string &item, const Prototype &function, const Situation &situation);
+
 }  // namespace tarn::test
 
 #endif
