@@ -93,6 +93,7 @@ TEST_F(LifecycleFailure, AReferenceThatIsLostIsTracedAndTheOthersGoOn) {
     EXPECT_TRUE(trace.has(3,
                           "(ERR): st_ldap_conn destroy: Failed to decrement ref count of oid 0xc. "
                           "Error No such file or directory"));
+    EXPECT_EQ(trace.lines.size(), 1U) << trace.all();
     EXPECT_EQ(head(conn)->descriptor, nullptr);
 }
 

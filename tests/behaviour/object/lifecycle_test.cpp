@@ -249,6 +249,23 @@ TEST_P(Lifecycle, WithoutMemoryTheCrFormAnswersTheZeroedFallbackObjectAndStores1
     EXPECT_EQ(st_ldap_conn_create_cr(handle), first);
 }
 
+// An allocator that has nothing and has said why in the handle.
+kel_handle *speaking_handle = nullptr;
+void *speak_and_fail(void *, std::uint32_t, std::uint64_t) {
+    speaking_handle->last_error = 28;
+    return nullptr;
+}
+
+TEST_P(Lifecycle, WithoutMemoryTheCrFormKeepsWhatTheAllocatorSaid) {
+    const auto real = handle->alloc_hook;
+    speaking_handle = handle;
+    handle->alloc_hook = &speak_and_fail;
+    kel_clear_last_error(handle);
+    EXPECT_NE(st_ldap_conn_create_cr(handle), nullptr);
+    EXPECT_EQ(handle->last_error, 28U);
+    handle->alloc_hook = real;
+}
+
 TEST_P(Lifecycle, TheCrFormWithAnErrorSetAnswersTheFallbackObjectWithoutAllocating) {
     HookRecorder hooks(handle);
     kel_store_err(handle, 17);
