@@ -107,6 +107,24 @@ TEST_P(EnumerationSteps, TheCrFormAsksForNoMemoryWhileAnErrorIsSet) {
     EXPECT_NE(lamp_state_create_internal(handle, tx), fallback);
 }
 
+// The handle whose memory is out, and which says so by itself.
+kel_handle *failing = nullptr;
+
+void *fail_with_an_error(void *, u32, u64) {
+    failing->last_error = 17;
+    return nullptr;
+}
+
+TEST_P(EnumerationSteps, AnErrorThatTheAllocatorStoredIsKept) {
+    const auto own = handle->alloc_hook;
+    failing = handle;
+    handle->alloc_hook = fail_with_an_error;
+    EXPECT_EQ(bytes_of(lamp_state_create_cr(handle), 16), std::vector<u8>(16));
+    EXPECT_EQ(handle->last_error, 17U);
+    handle->alloc_hook = own;
+    kel_clear_last_error(handle);
+}
+
 TEST_P(EnumerationSteps, TheCrFormsRunUnderTheirTransaction) {
     u32 transaction = 0;
     ASSERT_EQ(kel_transaction_begin(handle, &transaction), 0U);
