@@ -95,10 +95,13 @@ TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
 TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
     kel_record *record = s.plain.create_record(handle, tx, &err);
     Bytes buffer(64, untouched);
+    spies.clear();
     TraceCapture trace;
     EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, 64, &err), frame_size);
     EXPECT_EQ(err, 2U);
     EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(spies.order({"kel_clear_last_error", "kel_store_err"}),
+              "kel_clear_last_error kel_store_err");
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.object.type_name)), 1U) << trace.all();
     EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + header_size), Bytes(header_size, 0));
     EXPECT_EQ(0, std::memcmp(buffer.data() + header_size, s.luid, 16));

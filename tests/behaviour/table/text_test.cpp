@@ -88,6 +88,10 @@ TEST_P(Text, PrintRunsWithAnErrorAndClearsNone) {
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
     EXPECT_EQ(spies.count("kel_clear_last_error"), 0U);
+    // The error that is there stays also where the objects wouldn't fit.
+    s.plain.print(handle, tx, buffer.data(), record, static_cast<u32>(length), &err);
+    EXPECT_EQ(err, 5U);
+    EXPECT_EQ(handle->last_error, 22U);
 }
 
 TEST_P(Text, TheCrFormsStopAtAnError) {
