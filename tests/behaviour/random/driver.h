@@ -105,6 +105,7 @@ class Driver {
     void open_by_auto_id(u32 table);
     void free(u32 table);
     void reopen(u32 table);
+    void expect_root_of_ids();
     void mark_for_replication();
     void expect_new_block(u32 table, u32 open_mode, u64 id);
 

@@ -28,6 +28,7 @@ void Driver::open(u32 table) {
     }
     model_.tables[table].marked = false;
     story_.add("table", table);
+    expect_root_of_ids();
 }
 
 // No two mappings may have one reference.
@@ -117,6 +118,21 @@ void Driver::free(u32 table) {
     expect_error(0);
     same(world_.session.describe().tables, tables - 1, "the store's tables");
     model_.tables[table] = {};
+    expect_root_of_ids();
+}
+
+// What the store counts of the tables that were opened by id.
+void Driver::expect_root_of_ids() {
+    const std::string key = std::string("__kel_TBI__") + s.luid_text;
+    const auto *root =
+        static_cast<const kel_table_id_root *>(loam_get_key(handle_->arena, key.c_str()));
+    if (root == nullptr) return;
+    u32 by_id = 0;
+    for (const TableModel &table : model_.tables) {
+        if (table.block != nullptr && table.block->open_mode != KEL_OPEN_BY_NAME) ++by_id;
+    }
+    same(root->id_table_count, by_id, "the tables opened by id");
+    if (world_.next_id) same(root->next_id, *world_.next_id, "the next automatic id");
 }
 
 void Driver::reopen(u32 table) {
