@@ -185,10 +185,10 @@ TEST_P(BlockedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
 }
 
 TEST_P(BlockedObjects, ACopyKeepsTheDestinationsPlaceOfItsBlockUnlessThereIsNoControlRecord) {
-    const auto elsewhere = [this](const void *which) {
+    const auto elsewhere = [](const void *which) {
         return (head(which)->flags & OBJ_STATE_ELSEWHERE) != 0;
     };
-    const auto set = [this](void *which, bool away) {
+    const auto set = [](void *which, bool away) {
         head(which)->flags = static_cast<u8>(away ? head(which)->flags | OBJ_STATE_ELSEWHERE
                                                   : head(which)->flags & ~OBJ_STATE_ELSEWHERE);
     };
