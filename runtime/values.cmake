@@ -33,5 +33,6 @@ set(TARNBASE_RUNTIME_VALUES
   xml/element.cpp
   xml/escape.cpp
   xml/search.cpp
+  xml/siblings.cpp
   xml/tag.cpp)
 list(TRANSFORM TARNBASE_RUNTIME_VALUES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

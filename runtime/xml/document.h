@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include "runtime/xml/siblings.h"
 #include "tarnbase/embedded.h"
 
 namespace tarn::runtime {
@@ -29,6 +30,7 @@ struct kel_xml_document {
 
     tarn::runtime::XmlPointer<xmlDoc> tree;
     tarn::runtime::XmlPointer<xmlXPathContext> paths;  // goes before the tree
+    tarn::runtime::Siblings siblings;
 };
 
 #endif

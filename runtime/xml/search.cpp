@@ -22,10 +22,39 @@ XmlPointer<xmlXPathObject> evaluate(kel_xml_document &document, const char *path
     return result;
 }
 
+// The node with that index of each family. Null: no memory.
+XmlPointer<xmlXPathObject> one_of_each(const Siblings &siblings, std::uint32_t index) {
+    XmlPointer<xmlXPathObject> result(xmlXPathNewNodeSet(nullptr));
+    if (result == nullptr || result->nodesetval == nullptr) return nullptr;
+    for (const std::vector<xmlNode *> &family : siblings.families) {
+        if (family.size() < index) continue;
+        if (xmlXPathNodeSetAddUnique(result->nodesetval, family[index - 1]) != 0) return nullptr;
+    }
+    // A family inside another one can begin later and be counted out earlier.
+    xmlXPathNodeSetSort(result->nodesetval);
+    return result;
+}
+
+// Null: there is no index in the path, or the whole path is to be searched for.
+XmlPointer<xmlXPathObject> evaluate_index(kel_xml_document &document, const char *path) try {
+    const IndexedPath indexed(path);
+    if (indexed.path.empty()) return nullptr;
+    if (document.siblings.path != indexed.path) {
+        const auto all = evaluate(document, std::string(indexed.path).c_str());
+        if (all == nullptr) return nullptr;
+        document.siblings.assign(indexed.path, all->nodesetval);
+    }
+    return one_of_each(document.siblings, indexed.index);
+} catch (const std::bad_alloc &) {
+    return nullptr;
+}
+
 }  // namespace
 
 Selection::Selection(kel_xml_document *document, const char *path) {
-    if (document != nullptr && path != nullptr) result_ = evaluate(*document, path);
+    if (document == nullptr || path == nullptr) return;
+    result_ = evaluate_index(*document, path);
+    if (result_ == nullptr) result_ = evaluate(*document, path);
 }
 
 std::uint32_t Selection::count() const {

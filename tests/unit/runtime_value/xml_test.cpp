@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The XML services that the library calls.
+#include <random>
+#include <utility>
+
 #include "tests/unit/runtime_value/support.h"
 
 namespace tarn::test {
@@ -137,6 +140,54 @@ TEST_F(XmlServices, ElementsOfOneNameAreReadByTheirIndex) {
     std::uint8_t minute = 0;
     u_int8_from_xml(handle, tx, "//o/minute[1441]", day.get(), &minute, &err, nullptr, 0);
     expect_error(2);
+}
+
+// Elements `a` and `m` in each other, each `m` with a number of its own in front.
+void grow(std::string &text, std::mt19937 &random, int depth, int &number) {
+    for (auto i = random() % 5; i > 0; --i) {
+        const std::string name = random() % 2 == 0 ? "a" : "m";
+        text += "<" + name + ">";
+        if (name == "m") text += std::to_string(++number);
+        if (depth < 4) grow(text, random, depth + 1, number);
+        text += "</" + name + ">";
+    }
+}
+
+// What a path selects: how many, and the text of the first in document order.
+std::pair<std::uint32_t, std::string> selected(kel_xml_document *document,
+                                               const std::string &path) {
+    std::uint32_t count = 0;
+    char text[32] = "";
+    EXPECT_EQ(xml_get_element_nodecount(document, path.c_str(), &count), 0U);
+    xml_get_element_value(document, path.c_str(), text, sizeof text, 0);
+    return {count, text};
+}
+
+TEST_F(XmlServices, AnIndexCountsWithinEachParent) {
+    for (std::uint32_t seed = 1; seed <= 60; ++seed) {
+        std::mt19937 random(seed);
+        std::string text = "<a>";
+        int number = 0;
+        grow(text, random, 0, number);
+        const Document tree = parse(text + "</a>");
+        for (int i = 0; i < 6; ++i) {
+            for (const std::string path : {"//m", "//a/m", "/a/m", "//a", "/a/a/m", "//none"}) {
+                const std::string index = std::to_string(i);
+                EXPECT_EQ(selected(tree.get(), path + "[" + index + "]"),
+                          selected(tree.get(), path + "[position()=" + index + "]"))
+                    << path << " " << index << " in " << text << ", seed " << seed;
+            }
+        }
+    }
+}
+
+TEST_F(XmlServices, AnIndexBehindParenthesesCountsInTheWholeDocument) {
+    const Document tree = parse("<a><b><m>1</m></b><b><m>2</m></b></a>");
+    using Selected = std::pair<std::uint32_t, std::string>;
+    EXPECT_EQ(selected(tree.get(), "(//m)[2]"), Selected(1, "2"));
+    EXPECT_EQ(selected(tree.get(), "//m[1]"), Selected(2, "1"));
+    EXPECT_EQ(selected(tree.get(), "//m[2]"), Selected(0, ""));
+    EXPECT_EQ(selected(tree.get(), "//m[99999999999]"), Selected(0, ""));
 }
 
 }  // namespace

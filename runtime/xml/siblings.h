@@ -1,0 +1,36 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// What a path selects, by the parents of the nodes: a path with an index asks for one
+// of each. Kept with the document until another path is asked for, since an array is
+// read index by index, and a search for each would walk the whole document.
+#ifndef TARNBASE_RUNTIME_XML_SIBLINGS_H
+#define TARNBASE_RUNTIME_XML_SIBLINGS_H
+
+#include <libxml/xpath.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarn::runtime {
+
+struct Siblings {
+    // Takes the nodes that `path` selects. Throws std::bad_alloc.
+    void assign(std::string_view path, const xmlNodeSet *nodes);
+
+    std::string path;
+    std::vector<std::vector<xmlNode *>> families;  // in document order of their first
+};
+
+// A path of names that ends in an index counted from 1, such as "//a/b[3]". Any other
+// one has an empty `path` here.
+struct IndexedPath {
+    explicit IndexedPath(std::string_view text);
+
+    std::string_view path;
+    std::uint32_t index = 0;
+};
+
+}  // namespace tarn::runtime
+
+#endif
