@@ -127,6 +127,20 @@ TEST_P(XmlPaths, ANestedObjectsFailureEndsItsParentsReadingToo) {
     EXPECT_EQ(spies.count("int32_from_xml"), 2U) << "s32 and x";
 }
 
+TEST_P(XmlPaths, WritingAsksNoFieldBehindOneThatFailed) {
+    pair_key *key = pair_key_create(handle, tx);
+    std::vector<char> buffer(500);
+    spies.clear();
+    pair_key_to_xml(handle, tx, "k", buffer.data(), key, 500, 0, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(spies.count("u_int8_to_xml"), 1U);
+    pair_key_name_set(handle, tx, key, Text(std::string("\x01", 1)), &err);
+    spies.clear();
+    pair_key_to_xml(handle, tx, "k", buffer.data(), key, 500, 0, &err);
+    expect_error(22);
+    EXPECT_EQ(spies.count("u_int8_to_xml"), 0U);
+}
+
 TEST_P(XmlPaths, WritingTextAndXmlAnnouncesAndChangesNothing) {
     st_every *every = make.every(1);
     const auto before = bytes_of(every, st_every_sizeof(handle));
