@@ -30,9 +30,8 @@ void with_tenant_record(World &w) {
 }
 void with_armed_table(World &w) {
     with_loose(w);
-    // A small ring, made once.
-    static const u32 ring = kel_replication_configure(w.handle, 16, 1 << 16);
-    w.err = ring != 0 ? ring : kel_replication_attach(w.handle, &tarnbase_table_get_vft);
+    w.err = kel_replication_configure(w.handle, 16, 1 << 16);  // a small ring
+    if (w.err == 0) w.err = kel_replication_attach(w.handle, &tarnbase_table_get_vft);
     kel_table_set_replication(w.handle, w.tx, w.table, 1, 1);
 }
 void with_marked_table(World &w) {

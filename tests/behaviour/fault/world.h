@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What an operation is run on: a handle in one of the modes, a table or a structure,
-// and whatever the operation's preparation adds. All of it stands in one store, since
-// a process can open tables by id in one store only.
+// What an operation is run on: a store and a handle in one of the modes, a table or a
+// structure, and whatever the operation's preparation adds.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
 #define TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -48,7 +48,9 @@ struct Things {
 
 class World : public Things {
  public:
-    World(const Target &target, Mode mode);
+    // `shared`: in the store that all such worlds have, since a process can open tables
+    // by id in one store only.
+    World(const Target &target, Mode mode, bool shared);
     ~World();
     World(const World &) = delete;
     World &operator=(const World &) = delete;
@@ -60,10 +62,10 @@ class World : public Things {
     void open();  // `table`
     // A record with its objects, outside.
     kel_record *make(u32 key, u32 src = KEL_SOURCE_DEFAULT);
-    void insert();                        // `record`, key 1, in the table
-    void key(u32 number);                 // `key_value`, `key_holder`
-    void *make_object(u32 set);           // an object with one of two sets of values
-    void parse(const std::string &text);  // `document`
+    void insert();                 // `record`, key 1, in the table
+    void key(u32 number);          // `key_value`, `key_holder`
+    void *make_object(u32 set);    // an object with one of two sets of values
+    void parse(std::string text);  // `document`
 
     // What run() answered, for the outcome.
     void answer(const void *pointer) { result = pointer == nullptr ? "null" : "made"; }
@@ -78,6 +80,7 @@ class World : public Things {
 
     const Target target;
     const Mode mode;
+    const std::unique_ptr<Session> own;  // null: the shared one
     kel_store *const store;
     kel_handle *const handle;
     KeyValue key_value;
@@ -89,9 +92,6 @@ class World : public Things {
     void destroy(kel_record *&record);
     void destroy(const Kind *kind, void *&object);
 };
-
-// The store of all worlds.
-kel_store *world_store();
 
 }  // namespace tarn::test
 
