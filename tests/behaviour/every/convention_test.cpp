@@ -14,7 +14,18 @@ namespace {
 
 std::vector<std::string> registered_modules;
 
+// The error word of the call that is watched, and what it held at each report.
+const std::uint32_t *watched = nullptr;
+std::vector<std::pair<std::uint32_t, std::uint32_t>> reports;
+
 }  // namespace
+
+// Stands in front of the runtime's service and notes its calls.
+void kel_store_err(kel_handle *handle, uint32_t code) {
+    if (watched != nullptr) reports.emplace_back(code, *watched);
+    using Service = decltype(&kel_store_err);
+    reinterpret_cast<Service>(dlsym(RTLD_NEXT, "kel_store_err"))(handle, code);
+}
 
 // Stands in front of the runtime's service and notes its calls.
 void ptrail_module_init_fn(const char *name, uint16_t *module_id, uint64_t *state) {
@@ -114,7 +125,11 @@ TEST_P(Clearing, AnErrorIsReportedInTheErrorWordAndInTheHandle) {
         for (std::size_t i = 2; i < arguments.size(); ++i) {
             if (each.parameters[i].name == "buffer_len") arguments[i] = 1;
         }
+        reports.clear();
+        watched = &stage.err;
         Stage::invoke(each, arguments);
+        watched = nullptr;
+        for (const auto &[code, word] : reports) EXPECT_EQ(code, word);
         EXPECT_TRUE(stage.err == 0 || stage.handle->last_error == stage.err)
             << stage.err << ", " << stage.handle->last_error;
     }

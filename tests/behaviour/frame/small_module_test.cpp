@@ -6,8 +6,10 @@
 
 #include <csignal>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -298,6 +300,55 @@ TEST_F(SmallModule, TrackingIsOnInOneModeAlone) {
     mode.state_tracking_mode = 61166;
     EXPECT_TRUE(tracking_is_on(handle));
     handle->state_tracking = nullptr;
+}
+
+// Offsets and widths are what other builds of the runtime and of the library go by.
+TEST(FrameLayout, OfAHandleIsItsMembersInOrder) {
+    const std::size_t offsets[] = {offsetof(kel_handle, type_alloc_hook),
+                                   offsetof(kel_handle, alloc_hook),
+                                   offsetof(kel_handle, free_hook),
+                                   offsetof(kel_handle, write_log_hook),
+                                   offsetof(kel_handle, delta_log_hook),
+                                   offsetof(kel_handle, type_map_insert_hook),
+                                   offsetof(kel_handle, type_map_lookup_hook),
+                                   offsetof(kel_handle, store_types_enabled),
+                                   offsetof(kel_handle, arena),
+                                   offsetof(kel_handle, type_map),
+                                   offsetof(kel_handle, type_arena),
+                                   offsetof(kel_handle, replication_engine_active),
+                                   offsetof(kel_handle, header_stamp),
+                                   offsetof(kel_handle, variant_domain),
+                                   offsetof(kel_handle, last_error),
+                                   offsetof(kel_handle, cr_tx_id),
+                                   offsetof(kel_handle, cr_fallback_enabled),
+                                   offsetof(kel_handle, state_tracking),
+                                   offsetof(kel_handle, hd_mapping_enabled)};
+    const std::size_t expected[] = {0,  8,  16, 24, 32,  40,  48,  56,  64, 72,
+                                    80, 88, 92, 96, 112, 116, 120, 128, 136};
+    for (std::size_t i = 0; i < std::size(offsets); ++i) EXPECT_EQ(offsets[i], expected[i]) << i;
+    EXPECT_EQ(sizeof(kel_handle::hd_mapping_enabled), sizeof(void *));
+}
+
+TEST(FrameLayout, OfADescriptorIsItsMembersInOrderAndACopyHasTwoWordsMore) {
+    EXPECT_EQ(offsetof(kel_type_info, magic), 0U);
+    EXPECT_EQ(offsetof(kel_type_info, luid), 4U);
+    EXPECT_EQ(offsetof(kel_type_info, luid_text), 20U);
+    EXPECT_EQ(offsetof(kel_type_info, name), 53U);
+    EXPECT_EQ(offsetof(kel_type_info, module_name), 117U);
+    EXPECT_EQ(offsetof(kel_type_info, kind), 181U);
+    EXPECT_EQ(offsetof(kel_type_info, type_slot), 248U);
+    EXPECT_EQ(offsetof(kel_type_info, variant_info), 256U);
+    EXPECT_EQ(offsetof(kel_type_info, store_private), 264U);
+    EXPECT_EQ(offsetof(kel_type_info_copy, store_word_1), 272U);
+    EXPECT_EQ(offsetof(kel_type_info_copy, store_word_2), 280U);
+    EXPECT_EQ(sizeof(kel_type_info_copy), 288U);
+    EXPECT_EQ(offsetof(kel_variant_info, variants), 8U);
+    EXPECT_EQ(sizeof(kel_variant_info::variant_count), 1U);
+    EXPECT_EQ(offsetof(kel_variant_usage, used_length), 4U);
+    EXPECT_EQ(offsetof(kel_variant_usage, alloc_slop), 8U);
+    EXPECT_EQ(offsetof(kel_variant_usage, created), 16U);
+    EXPECT_EQ(offsetof(kel_variant_usage, destroyed), 24U);
+    EXPECT_EQ(offsetof(kel_variant_usage, live), 32U);
 }
 
 using SmallModuleDeathTest = SmallModule;
