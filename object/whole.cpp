@@ -63,16 +63,22 @@ bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destin
 
 }  // namespace
 
+// Each field gets its turn whatever became of those before: two objects that show one
+// text are of no use.
 void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
                   const void *source, std::uint32_t *err) {
+    std::uint32_t first = 0;
     for (const Field &field : fields_of(type)) {
         if (!owns_state(field.kind)) continue;
+        std::uint32_t slot = 0;
         operations(field).set(field, handle, tx_id, place_of(field, destination),
-                              place_of(field, source), err);
+                              place_of(field, source), &slot);
+        if (first == 0) first = slot;
     }
+    if (first != 0) report(handle, err, first);
 }
 
-// Runs with an error set too: two objects that show one text are of no use.
+// Runs with an error set too, for the same reason.
 void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, const void *source,
          std::uint32_t *err) {
     adjust_variant(type, handle, tx_id, destination, err);

@@ -60,11 +60,17 @@ char *own_copy(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
     return block;
 }
 
+// Without memory the string keeps what it shows, unless that is the very text to copy,
+// which is another's: its bytes were copied over this one. Then it becomes empty.
 void assign_long(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                  std::string_view text, std::uint32_t *err) {
     const char *const block = own_copy(handle, tx_id, string, text);
-    if (block == nullptr) return report(handle, err, Error::no_memory);
-    store_body(handle, tx_id, string, show({block, text.size()}, block));
+    if (block != nullptr) {
+        return store_body(handle, tx_id, string, show({block, text.size()}, block));
+    }
+    const bool shows_text = !is_inline(*string) && text_block(*string) == text.data();
+    if (shows_text && owned_text(handle, string) != text.data()) drop_text(handle, tx_id, string);
+    report(handle, err, Error::no_memory);
 }
 
 }  // namespace

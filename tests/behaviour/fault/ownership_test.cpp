@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+// Objects that share no text, whatever fails while one is copied over another.
+#include "tarnbase/tarnbase.h"
+#include "tests/behaviour/fault/world.h"
+
+namespace tarn::test {
+
+namespace {
+
+class Ownership : public ModeTest {
+ protected:
+    st_every *make(u32 set) {
+        auto *object = static_cast<st_every *>(kind_every.create(handle, tx));
+        kind_every.fill(handle, tx, object, set, &err);
+        return object;
+    }
+
+    static std::string text_of(const kel_vstring *string) {
+        u32 length = 0;
+        const char *bytes = kel_vstring_bytes(string, &length);
+        return {bytes, length};
+    }
+
+    std::string label(st_every *object) {
+        u32 nothing = 0;
+        return text_of(st_every_label_get(handle, tx, object, &nothing));
+    }
+
+    std::string tag_name(st_every *object) {
+        u32 nothing = 0;
+        return text_of(
+            st_tag_name_get(handle, tx, st_every_tag_get(handle, tx, object, &nothing), &nothing));
+    }
+};
+
+TARN_EACH_MODE(Ownership);
+
+TEST_P(Ownership, ATextThatCannotBeCopiedIsEmptyAndNotTheSources) {
+    st_every *source = make(1);
+    st_every *object = make(0);
+    {
+        ServiceRecorder recorder(handle);
+        recorder.fail("alloc_hook", 1);
+        st_every_set(handle, tx, object, source, &err);
+    }
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(label(object), "");
+    EXPECT_EQ(label(source), "a label, longer than that");
+}
+
+TEST_P(Ownership, TheFieldsBehindAFailedTextGetTextsOfTheirOwn) {
+    st_every *source = make(1);
+    st_every *object = make(0);
+    {
+        ServiceRecorder recorder(handle);
+        recorder.fail("kel_vstring_set", 1);
+        st_every_set(handle, tx, object, source, &err);
+        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(recorder.count("kel_vstring_set"), 2U);
+    }
+    kind_every.destroy(handle, tx, source);
+    EXPECT_EQ(tag_name(object), "another name, of another tag");
+}
+
+TEST_P(Ownership, AFailedAssignmentKeepsTheOldText) {
+    st_every *object = make(0);
+    ServiceRecorder recorder(handle);
+    recorder.fail("alloc_hook", 1);
+    kel_vstring text = {};
+    kel_vstring_refer(&text, "a text that doesn't fit", 23);
+    st_every_label_set(handle, tx, object, &text, &err);
+    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(label(object), "a label of some length");
+}
+
+}  // namespace
+
+}  // namespace tarn::test
