@@ -194,6 +194,22 @@ void add_removals(const Structure &type, void *object, std::vector<Asked> &expec
     }
 }
 
+TEST_P(WholeServices, ACopyInATrackingHandlePlacesTheSharesAnewInItsOwnBlock) {
+    if (!tracking) return;
+    std::vector<Asked> expected;
+    add_updates(type, object, at(object, type.plain_size), expected);
+    ServiceRecorder recorder(handle);
+    within("set", {object, other, &err});
+    std::vector<Asked> made = asked(
+        recorder,
+        {"kellib_update_sttr_offset", "kel_vstring_offset_update", "ip_address_offset_update"}, 2,
+        3);
+    // The copies of nested structures place theirs once more.
+    ASSERT_GE(made.size(), expected.size());
+    made.resize(expected.size());
+    EXPECT_EQ(made, expected);
+}
+
 TEST_P(WholeServices, SharesArePlacedInFieldOrderAndForgottenLikewise) {
     if (!tracking) return;
     u8 *base = at(object, type.plain_size) + 64;
