@@ -92,6 +92,11 @@ void find(const Table &model, const Round &round, const kel_record *record) {
     require(
         table::search(model, handle, round.tx(), table, key, 0, 1, record->src, 0, &err) == record,
         "a record is found by its key");
+    require(table::search_sub_first(model, handle, round.tx(), table, key, &err) == record,
+            "a record is the first of its key");
+    require(table::sub_next(model, handle, round.tx(), table, const_cast<kel_record *>(record),
+                            &err) == nullptr,
+            "a record is the last of its key");
     table::next_by_key(model, handle, round.tx(), table, key, record->src, 0, &err);
     table::prev_by_key(model, handle, round.tx(), table, key, record->src, 0, &err);
     require(err == 0, "a search makes no error");
