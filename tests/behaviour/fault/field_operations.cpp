@@ -22,39 +22,43 @@ void answer_access(World &w, const void *access) {
     w.result = access == nullptr ? "null" : "access";
 }
 
-#define TARN_ACCESSORS(FIELD)                                                                  \
-    {"get of " #FIELD, On::every, with_object,                                                 \
-     [](World &w) {                                                                            \
-         answer_access(w, st_every_##FIELD##_get(w.handle, w.tx, every(w), &w.err));           \
-     }},                                                                                       \
-        {"set of " #FIELD, On::every, with_two,                                                \
-         [](World &w) {                                                                        \
-             u32 read_err = 0;                                                                 \
-             const auto *source = st_every_##FIELD##_get(w.handle, w.tx, other(w), &read_err); \
-             st_every_##FIELD##_set(w.handle, w.tx, every(w), source, &w.err);                 \
-         }},                                                                                   \
-        {"state_flag_get of " #FIELD,                                                          \
-         On::every,                                                                            \
-         with_object,                                                                          \
-         [](World &w) {                                                                        \
-             w.result = std::to_string(                                                        \
-                 st_every_##FIELD##_state_flag_get(w.handle, w.tx, every(w), &w.err));         \
-         },                                                                                    \
-         {.infallible = true}},                                                                \
-    {                                                                                          \
-        "state_flag_set of " #FIELD, On::every, with_object, [](World &w) {                    \
-            st_every_##FIELD##_state_flag_set(w.handle, w.tx, every(w), 9, &w.err);            \
-            w.answer(st_every_get(w.handle, w.tx, every(w), &w.err));                          \
-        }                                                                                      \
+// Reading an enumeration or a nested structure calls nothing that can fail.
+constexpr Traits failing;
+constexpr Traits unfailing{.infallible = true};
+
+#define TARN_ACCESSORS(FIELD, READING)                                                             \
+    {"get of " #FIELD, On::every, with_object,                                                     \
+     [](World &w) { answer_access(w, st_every_##FIELD##_get(w.handle, w.tx, every(w), &w.err)); }, \
+     READING},                                                                                     \
+        {"set of " #FIELD, On::every, with_two,                                                    \
+         [](World &w) {                                                                            \
+             u32 read_err = 0;                                                                     \
+             const auto *source = st_every_##FIELD##_get(w.handle, w.tx, other(w), &read_err);     \
+             st_every_##FIELD##_set(w.handle, w.tx, every(w), source, &w.err);                     \
+         }},                                                                                       \
+        {"state_flag_get of " #FIELD,                                                              \
+         On::every,                                                                                \
+         with_object,                                                                              \
+         [](World &w) {                                                                            \
+             w.result = std::to_string(                                                            \
+                 st_every_##FIELD##_state_flag_get(w.handle, w.tx, every(w), &w.err));             \
+         },                                                                                        \
+         {.infallible = true}},                                                                    \
+    {                                                                                              \
+        "state_flag_set of " #FIELD, On::every, with_object, [](World &w) {                        \
+            st_every_##FIELD##_state_flag_set(w.handle, w.tx, every(w), 9, &w.err);                \
+            w.answer(st_every_get(w.handle, w.tx, every(w), &w.err));                              \
+        }                                                                                          \
     }
 
-#define TARN_VALUE_ACCESSORS(FIELD, VALUE)                                                       \
-    TARN_ACCESSORS(FIELD),                                                                       \
+#define TARN_VALUE_ACCESSORS(FIELD, VALUE, READING)                                              \
+    TARN_ACCESSORS(FIELD, READING),                                                              \
         {"get_value of " #FIELD, On::every, with_object,                                         \
          [](World &w) {                                                                          \
              w.result =                                                                          \
                  std::to_string(st_every_##FIELD##_get_value(w.handle, w.tx, every(w), &w.err)); \
-         }},                                                                                     \
+         },                                                                                      \
+         READING},                                                                               \
     {                                                                                            \
         "set_value of " #FIELD, On::every, with_object, [](World &w) {                           \
             st_every_##FIELD##_set_value(w.handle, w.tx, every(w), VALUE, &w.err);               \
@@ -62,12 +66,18 @@ void answer_access(World &w, const void *access) {
     }
 
 const std::vector<Operation> fields = {
-    TARN_VALUE_ACCESSORS(a8, 200),  TARN_VALUE_ACCESSORS(a16, 2000),
-    TARN_VALUE_ACCESSORS(a32, 99),  TARN_VALUE_ACCESSORS(a64, 98),
-    TARN_VALUE_ACCESSORS(s32, -97), TARN_VALUE_ACCESSORS(s64, -96),
-    TARN_VALUE_ACCESSORS(flag, 1),  TARN_VALUE_ACCESSORS(lamp, 2),
-    TARN_VALUE_ACCESSORS(door, 3),  TARN_ACCESSORS(label),
-    TARN_ACCESSORS(addr),           TARN_ACCESSORS(tag),
+    TARN_VALUE_ACCESSORS(a8, 200, failing),
+    TARN_VALUE_ACCESSORS(a16, 2000, failing),
+    TARN_VALUE_ACCESSORS(a32, 99, failing),
+    TARN_VALUE_ACCESSORS(a64, 98, failing),
+    TARN_VALUE_ACCESSORS(s32, -97, failing),
+    TARN_VALUE_ACCESSORS(s64, -96, failing),
+    TARN_VALUE_ACCESSORS(flag, 1, failing),
+    TARN_VALUE_ACCESSORS(lamp, 2, unfailing),
+    TARN_VALUE_ACCESSORS(door, 3, unfailing),
+    TARN_ACCESSORS(label, failing),
+    TARN_ACCESSORS(addr, failing),
+    TARN_ACCESSORS(tag, unfailing),
 };
 
 void set_all(World &w) {

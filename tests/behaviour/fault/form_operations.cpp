@@ -21,7 +21,7 @@ void with_wire_form(World &w) {
 }
 void with_wire_form_in_place(World &w) {
     with_wire_form(w);
-    w.record = w.make(3);
+    w.record = w.make(1);
 }
 void with_key_form(World &w) {
     with_record(w);
@@ -96,12 +96,16 @@ const std::vector<Operation> writing = {
          from_cr(w);
      }},
     {"record_is_modified", On::tables, with_record,
+     // The mark isn't logged: no transaction brings it back.
      [](World &w) {
+         kel_set_instance_modified(w.loose->object, 1, 0, 1);
          w.result = std::to_string(w.s().plain.is_modified(w.handle, w.tx, w.loose, &w.err));
      }},
 };
 
 constexpr Traits stepwise{.stepwise = true};
+// An enumeration's header is stored without an announcement.
+constexpr Traits in_place{.unlogged = true, .stepwise = true};
 
 const std::vector<Operation> reading = {
     {"record_unmarshal", On::tables, with_wire_form,
@@ -117,7 +121,7 @@ const std::vector<Operation> reading = {
              w.s().plain.unmarshal(w.handle, w.tx, &w.record, w.buffer.data(), w.length, 1, &w.err),
              w.length);
      },
-     stepwise},
+     in_place},
     {"pkey_unmarshal", On::tables, with_key_form,
      [](World &w) {
          w.answer_length(w.s().plain.pkey_unmarshal(w.handle, w.tx, &w.key_holder, w.buffer.data(),

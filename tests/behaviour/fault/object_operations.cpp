@@ -75,7 +75,10 @@ void destroy_cr(World &w) {
     from_cr(w);
 }
 void embed(World &w) { w.k().set_instance_embedded(w.handle, w.tx, w.object); }
+// The mark isn't logged: no transaction brings it back.
 void backpropagate(World &w) {
+    const u32 is_structure = w.target.object == &kind_lamp ? 0 : 1;
+    kel_set_instance_modified(w.object, is_structure, 1 - is_structure, 1);
     w.result = std::to_string(w.k().backpropagate(w.handle, w.tx, w.object, &w.err));
 }
 void set(World &w) { w.k().set(w.handle, w.tx, w.object, w.source, &w.err); }

@@ -151,7 +151,7 @@ const std::vector<Operation> records = {
      [](World &w) { w.s().plain.request_destroy(w.handle, w.tx, w.table, w.record, &w.err); }},
     {"pkey_create", On::tables, nothing,
      [](World &w) { w.answer(w.key_holder = w.s().plain.pkey_create(w.handle, w.tx)); }},
-    {"pkey_destroy", On::tables, [](World &w) { w.key(3); },
+    {"pkey_destroy", On::tables, [](World &w) { w.key(2); },
      [](World &w) {
          w.s().plain.pkey_destroy(w.handle, w.tx, w.key_holder);
          const auto *head = static_cast<const kel_object *>(w.key_holder);

@@ -105,7 +105,8 @@ void World::see_record(const char *name, kel_record *seen, Sight &sight) {
         sight[name] = seen == nullptr ? "none" : "gone";
         return;
     }
-    sight[name] = "there";
+    sight[name] = seen->ref_count != 0 ? "there" : "half gone";
+    if (seen->ref_count == 0) return;
     sight[prefix + "references"] = std::to_string(seen->ref_count);
     sight[prefix + "flags"] = std::to_string(seen->flags);
     sight[prefix + "source"] = std::to_string(seen->src);
@@ -135,7 +136,7 @@ Sight World::see() {
             table, [](kel_record *, void *count) { return ++*static_cast<u32 *>(count), 0U; },
             &walked, &nothing);
         sight["records in the index"] = std::to_string(walked);
-        sight["record count"] = std::to_string(table->record_count);
+        sight["count of records"] = std::to_string(table->record_count);
         sight["source counts"] =
             std::to_string(std::accumulate(table->src_counts, table->src_counts + 256, 0U));
         kel_thread_set_tenant(5);
