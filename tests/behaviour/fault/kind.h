@@ -50,6 +50,7 @@ struct Kind {
     void (*see)(kel_handle *, const void *, Sight &sight);
 };
 
+// Of the tests' schema.
 extern const Kind kind_every;
 extern const Kind kind_grown;
 extern const Kind kind_tag;

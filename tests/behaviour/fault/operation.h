@@ -34,10 +34,14 @@ struct Operation {
     Traits traits = {};
 };
 
+// What a program sweeps, and what it has for it to run on.
 std::vector<Target> targets_of(On on);
+std::vector<std::vector<Operation>> swept_operations();
 
-// All of them, from the files of this folder.
+// Those of them that there is a target for.
 const std::vector<Operation> &all_operations();
+
+// From the files of this folder.
 std::vector<Operation> table_operations();
 std::vector<Operation> read_operations();
 std::vector<Operation> form_operations();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tables, records, insert and delete, and the objects of a record.
-#include "tarnbase/tarnbase.h"
+#include "tarnbase/module.h"
 #include "tests/behaviour/fault/operation.h"
 
 namespace tarn::test {

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// All operations, on the tables and structures of the tests' schema.
+#include "tests/behaviour/fault/operation.h"
+
+namespace tarn::test {
+
+std::vector<Target> targets_of(On on) {
+    const Target keyed{&test_pair, &kind_pair, &kind_pair_key};
+    switch (on) {
+        case On::tables:
+        case On::id_tables: {
+            std::vector<Target> all = {keyed, {&test_grown, &kind_grown, nullptr}};
+            for (const Subject *each : {&test_number, &test_label, &test_address, &test_lamp}) {
+                all.push_back({each, &kind_every, nullptr});
+            }
+            return all;
+        }
+        case On::keyed_tables:
+            return {keyed};
+        case On::structures:
+            return {{nullptr, &kind_every, nullptr},
+                    {nullptr, &kind_grown, nullptr},
+                    {nullptr, &kind_tag, nullptr},
+                    {nullptr, &kind_pair_key, nullptr}};
+        case On::every:
+            return {{nullptr, &kind_every, nullptr}};
+        case On::grown:
+            return {{nullptr, &kind_grown, nullptr}};
+        case On::enumeration:
+            return {{nullptr, &kind_lamp, nullptr}};
+    }
+    return {};
+}
+
+std::vector<std::vector<Operation>> swept_operations() {
+    return {table_operations(), read_operations(), form_operations(), object_operations(),
+            field_operations()};
+}
+
+}  // namespace tarn::test
