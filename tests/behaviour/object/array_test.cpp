@@ -56,6 +56,11 @@ TEST_P(Arrays, APartIsCopiedFromTheArraysStart) {
     const u8 two[] = {90, 91};
     st_grown_minute_set_mem(handle, tx, grown, two, 2, &err);
     EXPECT_EQ(bytes_of(element(0), 3), (std::vector<u8>{90, 91, 3}));
+    const u8 one[] = {70};
+    st_grown_minute_set_mem(handle, tx, grown, one, 1, &err);
+    EXPECT_EQ(bytes_of(element(0), 2), (std::vector<u8>{70, 91}));
+    st_grown_minute_get_mem(handle, tx, grown, out.data(), 1, &err);
+    EXPECT_EQ((std::vector<u8>{out[0], out[1]}), (std::vector<u8>{70, 2}));
     EXPECT_EQ(err, 0U);
 }
 

@@ -135,6 +135,15 @@ TEST_P(EnumerationForms, AnyOtherValueIsOutOfRange) {
     EXPECT_EQ(err, 0U);
 }
 
+TEST_P(EnumerationForms, ANullObjectTravelsWithoutAVariantAsTheFirstAndPrintsAsOutOfRange) {
+    const std::vector<u8> bytes = form(nullptr);
+    ASSERT_EQ(bytes.size(), 5U);
+    EXPECT_EQ((std::vector<u8>{bytes.begin() + 1, bytes.end()}), (std::vector<u8>{0, 0, 0, 0}));
+    const u32 length = door_state_print(handle, tx, buffer.data(), 0, "front", nullptr, 500, &err);
+    EXPECT_EQ(text(length), "front@door_state:Enum value out of range");
+    EXPECT_EQ(err, 0U);
+}
+
 TEST_P(EnumerationForms, TheCrFormsUseTheEnumerationsName) {
     kel_clear_last_error(handle);
     door_state *object = door(2);

@@ -266,6 +266,8 @@ TEST_P(Enumerations, NullObjectsAreErrors) {
     lamp_state_set(handle, tx, object, nullptr, &err);
     expect_error(2);
     EXPECT_EQ(value_of(object), 1U);
+    lamp_state_set(handle, tx, nullptr, object, &err);
+    expect_error(2);
 }
 
 TEST_P(Enumerations, AdjustingAsksWithTopVariant0) {

@@ -38,6 +38,26 @@ TEST_P(KeyWire, AKeyTravelsWithoutAFrame) {
     EXPECT_EQ(bytes, Bytes(length + 1, untouched));
 }
 
+TEST_P(KeyWire, AKeyIsReadAsOneThatIsNew) {
+    kel_record *record = make(1);
+    Bytes bytes(s.plain.pkey_len(handle, tx, record) + 1);
+    const u32 length = static_cast<u32>(bytes.size()) - 1;
+    s.plain.pkey_marshal(handle, tx, bytes.data(), record, length, &err);
+    void *pkey = nullptr;
+    spies.clear();
+    s.plain.pkey_unmarshal(handle, tx, &pkey, bytes.data(), length, &err);
+    std::size_t reads = 0;
+    for (const char *service :
+         {"u_int32_unmarshal", "kel_vstring_unmarshal", "ip_address_unmarshal"}) {
+        for (const Call &call : spies.of(service)) {
+            EXPECT_EQ(call.arguments, (std::vector<u64>{0})) << "in_place of " << service;
+            ++reads;
+        }
+    }
+    EXPECT_GE(reads, 1U);
+    s.plain.pkey_destroy(handle, tx, pkey);
+}
+
 TEST_P(KeyWire, AKeyIsReadToAnAddressOnly) {
     const u8 bytes[64] = {};
     EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, nullptr, bytes, 64, &err), 0U);
