@@ -32,6 +32,7 @@ struct Wishes {
     bool null_access = false;                    // u_int32_get and u_int8_get answer null
     std::uint32_t set_error = 0;                 // u_int32_set_value, in *err
     std::optional<std::uint32_t> ra_data_error;  // kellib_get_ra_data
+    bool ra_data_ignored = false;                // kellib_update_ra_all does nothing
     std::optional<std::uint32_t> element_value;  // xml_get_element_value
     std::uint32_t from_xml_error = 0;            // u_int32_from_xml, in *err
 };

@@ -80,6 +80,7 @@ uint32_t _kel_variant_jump_marshal(kel_handle *handle, uint32_t tx_id, void *buf
 void kellib_update_ra_all(kel_handle *handle, uint32_t tx_id, void *object, uint64_t ra_word,
                           uint8_t ra_byte) {
     spies.note("kellib_update_ra_all", object).arguments = {ra_word, ra_byte};
+    if (spies.wishes.ra_data_ignored) return;
     RUNTIME(kellib_update_ra_all)(handle, tx_id, object, ra_word, ra_byte);
 }
 

@@ -94,6 +94,18 @@ TEST_P(Unmarshal, AVariantAboveTheTypesIsReadAsTheTypes) {
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
 }
 
+TEST_P(Unmarshal, TheMarkOfTraceDataComesFromTheWireWhateverTheServiceDoes) {
+    st_ldap_conn *source = make.conn("server", 5);
+    kellib_update_ra_all(handle, tx, source, 1, 2);
+    std::vector<u8> bytes(200);
+    const u32 length = st_ldap_conn_marshal(handle, tx, bytes.data(), source, 200, &err);
+    st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
+    spies.wishes.ra_data_ignored = true;
+    EXPECT_EQ(st_ldap_conn_unmarshal(handle, tx, bytes.data(), conn, length, 0, &err), length);
+    EXPECT_NE(head(conn)->flags & OBJ_RA_DATA, 0);
+    head(conn)->flags &= static_cast<u8>(~OBJ_RA_DATA);
+}
+
 TEST_P(Unmarshal, AnOlderFormLeavesTheLaterFieldsAsTheyWere) {
     st_grown *source = make.grown(2);
     head(source)->variant = 0;
