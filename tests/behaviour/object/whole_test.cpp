@@ -181,6 +181,10 @@ TEST_P(WholeObjects, CopyingFromOrToNullIsError2) {
     expect_error(2);
     st_every_set(handle, tx, nullptr, every, &err);
     expect_error(2);
+    err = 12;
+    st_every_set(handle, tx, every, nullptr, &err);
+    EXPECT_EQ(err, 12U) << "the first error stays";
+    err = 0;
     make.check(every, 1);
 }
 

@@ -55,6 +55,18 @@ TARN_EACH_MODE(Xml);
 using TrackedXml = TrackedTest;
 class UntrackedXml : public ObjectTest {};
 
+TEST_F(UntrackedXml, OfANullObjectHasEveryElementWithoutAValue) {
+    std::vector<char> buffer(60000);
+    const u32 length = st_grown_to_xml(handle, tx, "g", buffer.data(), nullptr, 60000, 0, &err);
+    EXPECT_EQ(err, 0U);
+    const std::string text(buffer.data(), length);
+    EXPECT_EQ(text.rfind("<g>\n<name></name>\n<total>0</total>\n", 0), 0U);
+    std::size_t elements = 0;
+    const std::string element = "<minute>0</minute>\n";
+    for (std::size_t at = 0; (at = text.find(element, at)) != text.npos; ++at) ++elements;
+    EXPECT_EQ(elements, 1440U);
+}
+
 TEST_P(Xml, AnObjectIsAnElementWithOneAField) {
     const std::string text = xml(make.conn("server", 300));
     EXPECT_EQ(err, 0U);
