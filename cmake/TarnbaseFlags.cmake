@@ -25,6 +25,26 @@ if(TARNBASE_SANITIZE)
   add_link_options(-fsanitize=${TARNBASE_SANITIZE})
 endif()
 
+# Symbols are bound and relocated data is read-only before anything runs; code and its
+# data stay apart.
+include(CheckPIESupported)
+check_pie_supported()
+add_link_options(LINKER:-z,relro,-z,now,-z,text,-z,noexecstack)
+
+# What is released must not tell where it was built: two builds give the same bytes.
+# A debugger finds the sources with `set substitute-path /usr/src/tarnbase FOLDER`.
+set(released OFF)
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel|None)$")
+  set(released ON)
+endif()
+option(TARNBASE_MAP_PATHS "Write /usr/src/tarnbase for the source folder in what is built"
+       ${released})
+if(TARNBASE_MAP_PATHS)
+  # The build folder second: it may lie in the source folder.
+  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=/usr/src/tarnbase
+                      -ffile-prefix-map=${PROJECT_BINARY_DIR}=/usr/src/tarnbase/build)
+endif()
+
 # The public headers, and the root for the headers of our own rooms.
 add_library(tarnbase_headers INTERFACE)
 target_include_directories(tarnbase_headers INTERFACE
