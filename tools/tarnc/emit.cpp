@@ -2,6 +2,7 @@
 #include "emit.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 #include "context.h"
@@ -56,6 +57,14 @@ class Emitter {
 };
 
 Context list() { return Context{Context::type::list}; }
+
+// "sample" exports under the version node SAMPLE_1.
+std::string version_node(const std::string &module) {
+    std::string node;
+    for (const char c : module)
+        node += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return node + "_1";
+}
 
 Files Emitter::emit(std::size_t shards) {
     module_.set("structures", emit_items(schema_.structures, of_structures));
@@ -159,6 +168,7 @@ void Emitter::emit_exports() {
         symbols.push_back(Context{"symbol", Context{symbol}});
     Context context = empty_module();
     context.set("exports", symbols);
+    context.set("version_node", version_node(schema_.module));
     files_["exports.txt"] = exports_.list();
     files_["exports.map"] = render("exports.map", context);
 }
