@@ -53,24 +53,24 @@ typedef struct kel_type_info {
 
 /* A Type Descriptor, per-store form. */
 typedef struct kel_type_info_copy {
-    kel_type_info info;
+    kel_type_info info;    /* the constant one, with counters of its own */
     uint64_t store_word_1; /* the runtime's; zero when the copy is made */
     uint64_t store_word_2; /* the runtime's; zero when the copy is made */
 } kel_type_info_copy;
 
 /* A library's entry in the runtime's module list: a plain tail queue. */
 typedef struct kel_module_record {
-    const char *module_name;
+    const char *module_name;                 /* "tarnbase" */
     const kel_type_info *const *descriptors; /* ends with a null pointer */
-    struct kel_module_record *link_next;
-    struct kel_module_record **link_prev; /* address of the word that points here */
+    struct kel_module_record *link_next;     /* the next record, or null */
+    struct kel_module_record **link_prev;    /* address of the word that points here */
 } kel_module_record;
 
 /* Head of the module list. An empty list has `last` at the address of `first`. */
 typedef struct kel_module_list {
-    uint32_t count;
-    kel_module_record *first;
-    kel_module_record **last;
+    uint32_t count;           /* records in the list */
+    kel_module_record *first; /* the first record, or null */
+    kel_module_record **last; /* address of the last record's link_next, or of first */
 } kel_module_list;
 
 TARNBASE_END

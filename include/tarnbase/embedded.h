@@ -252,8 +252,8 @@ typedef struct kel_replication_frame {
     uint8_t luid[16];       /* the table's LUID */
     uint32_t length;        /* bytes of the marshalled record */
     uint16_t tenant;        /* the record's tenant and source, which don't stand in it */
-    uint8_t src;
-    uint8_t reserved;
+    uint8_t src;            /* see `tenant` */
+    uint8_t reserved;       /* zero */
 } kel_replication_frame;
 
 /*

@@ -38,15 +38,16 @@ TARNBASE_BEGIN
 
 /* The state tracking control record. The runtime owns it. */
 typedef struct kel_state_tracking {
-    uint32_t state_tracking_mode;
+    uint32_t state_tracking_mode; /* KEL_STATE_TRACKING_OFF or KEL_STATE_TRACKING_ON */
 } kel_state_tracking;
 
 /* Which variant of each type a handle deals in. The members are the runtime's. */
 typedef struct kel_variant_domain {
-    void *choices;
-    uint64_t reserved;
+    void *choices;     /* the variants chosen, by type; null: the highest of each */
+    uint64_t reserved; /* zero */
 } kel_variant_domain;
 
+/* The handle. Its members stand in this order and with these widths in every runtime. */
 typedef struct kel_handle {
     /* Block of `size` bytes for a descriptor copy, or null. */
     void *(*type_alloc_hook)(void *type_arena, uint32_t tx_id, uint64_t size);
@@ -70,7 +71,7 @@ typedef struct kel_handle {
     void *type_arena;                   /* where descriptor copies live */
     uint32_t replication_engine_active; /* the replication engine is the caller */
     uint32_t header_stamp;              /* copied into every message header */
-    kel_variant_domain variant_domain;
+    kel_variant_domain variant_domain;  /* which variant of each type objects get */
     uint32_t last_error;                /* zero: none */
     uint32_t cr_tx_id;                  /* the tx_id of every `_cr` form */
     uint32_t cr_fallback_enabled;       /* nonzero only while a `_cr` creation runs */

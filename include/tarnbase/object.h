@@ -22,6 +22,7 @@
 
 TARNBASE_BEGIN
 
+/* The four members, to stand first in a structure. */
 #define KEL_OBJECT_HEADER                                                            \
     const kel_type_info *descriptor; /* the item's descriptor; null once released */ \
     int8_t variant;                  /* the variant the instance now has */          \
@@ -47,7 +48,7 @@ typedef struct kel_object {
 /* An enumeration object. `value` holds the user value. */
 typedef struct kel_enum_object {
     KEL_OBJECT_HEADER
-    uint32_t value;
+    uint32_t value; /* the user value */
 } kel_enum_object;
 
 TARNBASE_END

@@ -30,12 +30,12 @@ TARNBASE_BEGIN
 #define KEL_SOURCE_DEFAULT 1U  /* the source of a record unless one is given */
 #define KEL_SOURCE_SHADOW 255U /* the source of a key's shadow */
 
-typedef struct kel_table kel_table;
-typedef struct kel_record kel_record;
+typedef struct kel_table kel_table;   /* an open table */
+typedef struct kel_record kel_record; /* a table record */
 
 /* Node of a key index, embedded in its record. The content is the tree's. */
 typedef struct kel_index_node {
-    uint64_t opaque[4];
+    uint64_t opaque[4]; /* links and balance */
 } kel_index_node;
 
 /* An open table. Zeroed when it is made; it lives until the table is freed. */
@@ -54,10 +54,10 @@ struct kel_table {
     void *index_root;            /* root of the key index; null when empty */
     uintptr_t index_aux;         /* the tree's second anchor */
     /* The rest is the runtime's; the library zeroes it and never reads it. */
-    kel_index_node id_node; /* place in the table-id tree */
-    uint64_t write_cursor;  /* position behind the last record enqueued */
-    void *tenant_counters;  /* counters by tenant and source */
-    uint64_t runtime_words[4];
+    kel_index_node id_node;    /* place in the table-id tree */
+    uint64_t write_cursor;     /* position behind the last record enqueued */
+    void *tenant_counters;     /* counters by tenant and source */
+    uint64_t runtime_words[4]; /* zero */
 };
 
 /*
@@ -70,36 +70,37 @@ struct kel_record {
     kel_table *table;                /* the table whose index holds the record */
     uint64_t ra_uuid;                /* the runtime's: trace correlation */
     uint8_t ra_byte;                 /* the runtime's: trace correlation */
-    uint8_t ra_reserved[3];
-    uint32_t ref_count;
-    uint16_t tenant_id; /* tenant at creation; first part of the key order */
-    uint8_t flags;      /* KEL_RECORD_... */
-    uint8_t src;        /* last part of the key order */
-    kel_index_node index_node;
-    void *object;     /* the data object; null until set */
-    void *key_object; /* the key object, on tables with a key structure */
+    uint8_t ra_reserved[3];          /* zero */
+    uint32_t ref_count;              /* references; the record goes with the last one */
+    uint16_t tenant_id;              /* tenant at creation; first part of the key order */
+    uint8_t flags;                   /* KEL_RECORD_... */
+    uint8_t src;                     /* last part of the key order */
+    kel_index_node index_node;       /* place in the key index */
+    void *object;                    /* the data object; null until set */
+    void *key_object;                /* the key object, on tables with a key structure */
 };
 
+/* Bytes of a record of a table that is keyed by a field of its object. */
 #define KEL_RECORD_SIZE (sizeof(kel_record) - sizeof(void *))
 
 /* Head of the table-id tree. The content is the runtime's. */
 typedef struct kel_table_id_tree {
-    void *root;
-    uintptr_t aux;
+    void *root;    /* null when empty */
+    uintptr_t aux; /* the tree's second anchor */
 } kel_table_id_tree;
 
 /* Table-id root: one per table and store, holding the blocks opened by id. */
 typedef struct kel_table_id_root {
-    uint64_t reserved;
-    uint32_t id_table_count;
-    uint64_t next_id; /* the next automatic id */
-    kel_table_id_tree tree_head;
+    uint64_t reserved;           /* zero */
+    uint32_t id_table_count;     /* blocks in the tree */
+    uint64_t next_id;            /* the next automatic id */
+    kel_table_id_tree tree_head; /* the blocks, by table_id */
 } kel_table_id_root;
 
 /* Anchor of the store's table list. An empty list has `last` at &first. */
 typedef struct kel_table_list {
-    kel_table *first;
-    kel_table **last;
+    kel_table *first; /* the first block, or null */
+    kel_table **last; /* address of the last block's toc_next, or of first */
 } kel_table_list;
 
 /*
@@ -110,8 +111,8 @@ typedef uint32_t (*kel_walk_function)(kel_record *record, void *context);
 
 /* What `<table>_<key>_walk` hands through the tree to its callback. */
 typedef struct kel_walk_pair {
-    kel_walk_function function;
-    void *context;
+    kel_walk_function function; /* called with each record */
+    void *context;              /* handed to it; the caller's */
 } kel_walk_pair;
 
 TARNBASE_END

@@ -74,6 +74,10 @@ TARNBASE_API uint32_t table_vft_cpy(void *destination, const void *source, uint3
 
 /* ---- Communication registries ------------------------------------------ */
 
+/*
+ * Each registry keeps one handler, the caller's, which it never looks into. A second
+ * registration takes the place of the first; taking off none is no error.
+ */
 TARNBASE_API void ridge_comm_bundle_handler_register(void *handler);
 TARNBASE_API void ridge_comm_bundle_handler_unregister(void);
 TARNBASE_API void if_common_bundle_handler_register(void *handler);
@@ -202,8 +206,8 @@ TARNBASE_API uint32_t kellib_validate_object_flags(const void *object, uint32_t 
 
 /* ---- Wire primitives --------------------------------------------------- */
 
-#define KEL_MESSAGE_HEADER_SIZE 27U
-#define KEL_MESSAGE_MARKER 188U
+#define KEL_MESSAGE_HEADER_SIZE 27U /* bytes of a message header on the wire */
+#define KEL_MESSAGE_MARKER 188U     /* first byte of every message header */
 
 /* A record's message header in memory. */
 typedef struct kel_message_header {

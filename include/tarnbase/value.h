@@ -74,12 +74,12 @@ typedef struct kel_vstring {
     uint32_t borrowed; /* nonzero: `text.block` is the caller's memory */
     uint32_t length;   /* bytes of text */
     union {
-        char bytes[KEL_VSTRING_INLINE];
+        char bytes[KEL_VSTRING_INLINE]; /* a text that fits */
         struct {
-            char prefix[4];
-            char block[8]; /* the pointer, byte for byte: a pointer member would pad the union */
-        } outside;
-    } text;
+            char prefix[4]; /* its first four bytes */
+            char block[8];  /* the pointer, byte for byte: a pointer member would pad the union */
+        } outside;          /* a longer text */
+    } text;                 /* the text, or the way to it */
 } kel_vstring;
 
 /* Address families of an ip_address. */
@@ -93,9 +93,9 @@ typedef struct kel_vstring {
  */
 typedef struct ip_address {
     KEL_OBJECT_HEADER
-    uint8_t family;    /* KEL_ADDRESS_... */
-    uint8_t bytes[16]; /* network order; IPv4 in the first four, the rest zero */
-    uint8_t reserved[4];
+    uint8_t family;      /* KEL_ADDRESS_... */
+    uint8_t bytes[16];   /* network order; IPv4 in the first four, the rest zero */
+    uint8_t reserved[4]; /* zero */
 } ip_address;
 
 /* Descriptors of the value types that are objects. */
@@ -160,6 +160,7 @@ extern TARNBASE_API const kel_type_info _ip_address_type_info_internal;
     TARNBASE_API void value##_offset_remove(kel_handle *handle, uint32_t tx_id, type *field,     \
                                             uint32_t *err);
 
+/* Operations of an integer. */
 #define KEL_SCALAR_OPERATIONS(value, type) \
     KEL_VALUE_OPERATIONS(value, type)      \
     KEL_PLAIN_OPERATIONS(value, type, type)
