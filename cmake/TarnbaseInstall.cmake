@@ -1,0 +1,60 @@
+# SPDX-License-Identifier: Apache-2.0
+# What gets installed, in components: Runtime is libtarnbase, EmbeddedRuntime is
+# libtarnbase-runtime, Development what a program is built with, Tools the programs and
+# Documentation all that is read. docs/packaging.md tells how they are used.
+include(CMakePackageConfigHelpers)
+
+# tarnbase::headers comes with either library.
+set_target_properties(tarnbase_headers PROPERTIES EXPORT_NAME headers)
+set_target_properties(tarnbase PROPERTIES EXPORT_NAME tarnbase)
+set_target_properties(tarnbase_runtime PROPERTIES EXPORT_NAME runtime)
+install(TARGETS tarnbase_headers EXPORT tarnbase COMPONENT Development)
+install(TARGETS tarnbase EXPORT tarnbase
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT Runtime NAMELINK_COMPONENT Development)
+install(TARGETS tarnbase_runtime EXPORT tarnbase
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT EmbeddedRuntime NAMELINK_COMPONENT Development)
+
+get_target_property(generated tarnbase_schema TARNBASE_OUT)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ ${generated}/include/
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development
+  FILES_MATCHING PATTERN *.h PATTERN *.hpp)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tarnbase)
+install(EXPORT tarnbase NAMESPACE tarnbase:: FILE tarnbaseTargets.cmake
+  DESTINATION ${package_dir} COMPONENT Development)
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tarnbaseConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/package/tarnbaseConfig.cmake
+  INSTALL_DESTINATION ${package_dir} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/tarnbaseConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/package/tarnbaseConfig.cmake
+              ${PROJECT_BINARY_DIR}/package/tarnbaseConfigVersion.cmake
+  DESTINATION ${package_dir} COMPONENT Development)
+
+# A .pc file finds its prefix from where it stands itself, so that a tree can be moved;
+# a folder that was given as an absolute path stays where it is.
+function(tarnbase_pc_folder variable folder)
+  if(IS_ABSOLUTE ${folder})
+    set(${variable} ${folder} PARENT_SCOPE)
+  else()
+    set(${variable} "\${prefix}/${folder}" PARENT_SCOPE)
+  endif()
+endfunction()
+
+set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(IS_ABSOLUTE ${pc_dir})
+  set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+  file(RELATIVE_PATH up /root/${pc_dir} /root)
+  string(REGEX REPLACE "/$" "" pc_prefix "\${pcfiledir}/${up}")
+endif()
+tarnbase_pc_folder(pc_libdir ${CMAKE_INSTALL_LIBDIR})
+tarnbase_pc_folder(pc_includedir ${CMAKE_INSTALL_INCLUDEDIR})
+foreach(name IN ITEMS tarnbase tarnbase-runtime)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in
+    ${PROJECT_BINARY_DIR}/package/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc
+    DESTINATION ${pc_dir} COMPONENT Development)
+endforeach()
