@@ -1,0 +1,32 @@
+# SPDX-License-Identifier: Apache-2.0
+# Made by tarnc from {{origin}}; changes belong there.
+# What the debug information of a program doesn't tell: its types are opaque.
+
+# Enumerators by user value.
+ENUMERATIONS = {
+{{#enumerations}}
+    "{{enum}}": {
+{{#enumerators}}
+        {{value}}: "{{enumerator}}",
+{{/enumerators}}
+    },
+{{/enumerations}}
+}
+
+# Fields in order: name, kind, type, offset, elements of an array, first variant.
+STRUCTURES = {
+{{#structures}}
+    "{{type}}": (
+{{#fields}}
+        ("{{field}}", "{{worker_kind}}", "{{field_type}}", {{offset}}, {{elements}}, {{first_variant}}),
+{{/fields}}
+    ),
+{{/structures}}
+}
+
+# Whether the records have a key object.
+TABLES = {
+{{#tables}}
+    "{{table}}": {{#composite}}True{{/composite}}{{^composite}}False{{/composite}},
+{{/tables}}
+}
