@@ -143,6 +143,7 @@ void Emitter::emit_module() {
     files_["include/tarnbase/tarnbase.h"] = render("tarnbase.h", module_);
 }
 
+    files_["gdb_schema.py"] = render("gdb_schema.py", module_);
 void Emitter::emit_layout() {
     files_["layout.txt"] = render("layout.txt", module_);
     // A structure stands behind those that are nested in it.

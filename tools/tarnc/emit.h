@@ -10,6 +10,7 @@
 //   layout.txt          the same, to read
 //   exports.txt         exported symbols: F function, W weak function, D data
 //   exports.map         linker version script
+//   gdb_schema.py       fields and enumerators, for the printers in gdb/
 #ifndef TARNC_EMIT_H
 #define TARNC_EMIT_H
 
