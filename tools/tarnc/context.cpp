@@ -48,6 +48,7 @@ Context context_of(const Schema &schema, const Structure &structure) {
     context.set("module", schema.module);
     context.set("origin", origin(schema, structure.place));
     context.set("meaning", structure.meaning);
+    context.set("quoted_meaning", quoted(structure.meaning));
     context.set("model", "tarn::model::" + structure.name);
     context.set("plain_size", text(structure.plain_size));
     context.set("state_length", text(structure.state_length));
@@ -87,6 +88,7 @@ Context context_of(const Schema &schema, const Enumeration &enumeration) {
     context.set("module", schema.module);
     context.set("origin", origin(schema, enumeration.place));
     context.set("meaning", enumeration.meaning);
+    context.set("quoted_meaning", quoted(enumeration.meaning));
     context.set("model", "tarn::model::" + enumeration.name);
     context.set("first_user_value", text(enumeration.enumerators.front().value));
     context.set("count", text(enumeration.enumerators.size()));
@@ -97,6 +99,7 @@ Context context_of(const Schema &schema, const Enumeration &enumeration) {
         Context enumerator;
         enumerator.set("enumerator", each.name);
         enumerator.set("value", text(each.value));
+        enumerator.set("quoted_meaning", quoted(each.meaning));
         enumerator.set("comment", each.meaning.empty() ? "" : " /* " + each.meaning + " */");
         enumerator.set("last", flag(&each == &enumeration.enumerators.back()));
         list.push_back(enumerator);

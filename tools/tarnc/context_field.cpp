@@ -20,6 +20,14 @@ std::string worker_kind(const Field &field) {
     }
 }
 
+// The name of the kind in the catalogue, where kinds have the names of FieldKind.
+std::string catalogue_kind(const Field &field) {
+    constexpr const char *names[] = {"u_int8",  "u_int16", "u_int32",   "u_int64",
+                                     "int32",   "int64",   "boolean",   "enumeration",
+                                     "vstring", "address", "structure", "array"};
+    return names[static_cast<std::size_t>(field.kind)];
+}
+
 // The descriptor of an embedded object.
 std::string embedded_descriptor(const Field &field) {
     const bool is_object = field.kind >= FieldKind::boolean && field.kind != FieldKind::array;
@@ -90,6 +98,7 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     Context context;
     context.set("field", field.name);
     context.set("heading", "`" + field.name + "`: " + field.meaning + "." + variant_note);
+    context.set("quoted_meaning", quoted(field.meaning));
     context.set("field_type", field.type);
     context.set("number", text(field.number));
     context.set("model_field",
@@ -97,8 +106,10 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("access", field.built_in != nullptr ? field.built_in->access : field.type);
     context.set("single", flag(!is_array));
     context.set("array", flag(is_array));
+    context.set("object", flag(!is_array && !field.has_plain_value()));
     context.set("enumerated", flag(field.kind == FieldKind::enumeration));
     context.set("worker_kind", worker_kind(field));
+    context.set("catalogue_kind", catalogue_kind(field));
     context.set("first_variant", text(static_cast<std::uint64_t>(field.first_variant)));
     context.set("offset", text(field.offset));
     context.set("size", text(field.size));

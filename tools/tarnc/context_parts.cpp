@@ -17,6 +17,15 @@ Context flag(bool value) {
 
 std::string text(std::uint64_t number) { return std::to_string(number); }
 
+std::string quoted(const std::string &text) {
+    std::string result;
+    for (const char c : text) {
+        if (c == '"' || c == '\\') result += '\\';
+        result += c;
+    }
+    return result;
+}
+
 std::string descriptor(const Schema &schema, const std::string &symbol, const std::string &name,
                        const std::string &kind, const Identity &identity, const Context &variants,
                        std::size_t count) {

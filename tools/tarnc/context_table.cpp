@@ -142,6 +142,7 @@ Context context_of(const Schema &schema, const Table &table) {
     context.set("luid_bytes", bytes_of(table.identity.luid));
     set_key(context, table);
     context.set("introduction", introduction(table));
+    context.set("quoted_meaning", quoted(meaning_of(table)));
     context.set("table_type_info", descriptor(schema, table.name + "_table", table.name, "table",
                                               table.identity, one_variant(1, 8), 1));
     context.set("record_type_info",

@@ -43,6 +43,7 @@ class Emitter {
     Place module_place() const;
     void export_data();
     void emit_module();
+    void emit_catalogue();
     void emit_layout();
     void emit_exports();
     void emit_shards(std::size_t shards);
@@ -72,6 +73,7 @@ Files Emitter::emit(std::size_t shards) {
     module_.set("tables", emit_items(schema_.tables, of_tables));
     export_data();
     emit_module();
+    emit_catalogue();
     emit_layout();
     emit_exports();
     emit_schema_header();
@@ -141,9 +143,12 @@ void Emitter::emit_module() {
     module_.set("tables_by_luid", sorted);
     files_["module.cpp"] = render("module.cpp", module_);
     files_["include/tarnbase/tarnbase.h"] = render("tarnbase.h", module_);
+    files_["gdb_schema.py"] = render("gdb_schema.py", module_);
 }
 
-    files_["gdb_schema.py"] = render("gdb_schema.py", module_);
+// The schema as data, for programs that work on any table.
+void Emitter::emit_catalogue() { files_["catalogue.cpp"] = render("catalogue.cpp", module_); }
+
 void Emitter::emit_layout() {
     files_["layout.txt"] = render("layout.txt", module_);
     // A structure stands behind those that are nested in it.

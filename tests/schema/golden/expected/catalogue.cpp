@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: Apache-2.0
+// Made by tarnc from sample.tarn; changes belong there.
+#include "catalogue/catalogue.h"
+
+#include "catalogue/entries.h"
+#include "tarnbase/tarnbase.h"
+
+namespace tarnctl {
+namespace item {
+
+static constexpr Enumerator color_enumerators[] = {
+    {"COLOR_RED", 1, "the color of warnings"},
+    {"COLOR_BLUE", 2, ""},
+};
+static constexpr Enumeration color = {"color", "what a shape is painted with",
+    &_color_type_info_internal, color_enumerators};
+
+extern const Structure st_corner;
+extern const Structure st_shape;
+extern const Structure shape_key;
+
+static constexpr Field st_corner_fields[] = {
+    {"x", "to the right", "int64", Kind::int64, 0, 0,
+     nullptr, nullptr,
+     value_field<st_corner_x_get, st_corner_x_set, st_corner_x_get_value,
+                 st_corner_x_set_value, st_corner_x_state_flag_get>},
+    {"register", "its name is a keyword of C", "u_int8", Kind::u_int8, 0, 0,
+     nullptr, nullptr,
+     value_field<st_corner_register_get, st_corner_register_set, st_corner_register_get_value,
+                 st_corner_register_set_value, st_corner_register_state_flag_get>},
+};
+constexpr Structure st_corner = {
+    .name = "st_corner",
+    .meaning = "where two lines meet",
+    .origin = "shapes.tarn",
+    .descriptor = &_st_corner_type_info_internal,
+    .fields = st_corner_fields,
+    .create = erase<st_corner_create>,
+    .destroy = erase<st_corner_destroy>,
+    .set = erase<st_corner_set>,
+    .compare = erase<st_corner_compare>,
+    .len = erase<st_corner_len>,
+    .marshal = erase<st_corner_marshal>,
+    .unmarshal = erase<st_corner_unmarshal>,
+    .print = erase<st_corner_print>,
+    .to_xml = erase<st_corner_to_xml>,
+    .from_xml = erase<st_corner_from_xml>,
+};
+
+static constexpr Field st_shape_fields[] = {
+    {"sides", "sides of the shape", "u_int8", Kind::u_int8, 0, 0,
+     nullptr, nullptr,
+     value_field<st_shape_sides_get, st_shape_sides_set, st_shape_sides_get_value,
+                 st_shape_sides_set_value, st_shape_sides_state_flag_get>},
+    {"number", "number of the shape; a key", "u_int32", Kind::u_int32, 0, 0,
+     nullptr, nullptr,
+     value_field<st_shape_number_get, st_shape_number_set, st_shape_number_get_value,
+                 st_shape_number_set_value, st_shape_number_state_flag_get>},
+    {"color", "named as its type", "color", Kind::enumeration, 0, 0,
+     &color, nullptr,
+     value_field<st_shape_color_get, st_shape_color_set, st_shape_color_get_value,
+                 st_shape_color_set_value, st_shape_color_state_flag_get>},
+    {"first", "the corner to begin at", "st_corner", Kind::structure, 0, 0,
+     nullptr, &st_corner,
+     object_field<st_shape_first_get, st_shape_first_set, st_shape_first_state_flag_get>},
+    {"pattern", "how the sides are dashed", "u_int8", Kind::array, 0, 4,
+     nullptr, nullptr,
+     array_field<st_shape_pattern_get, st_shape_pattern_get_value, st_shape_pattern_set_value,
+                 st_shape_pattern_state_flag_whole_get>},
+    {"filled", "whether the inside is painted", "kel_boolean", Kind::boolean, 1, 0,
+     nullptr, nullptr,
+     value_field<st_shape_filled_get, st_shape_filled_set, st_shape_filled_get_value,
+                 st_shape_filled_set_value, st_shape_filled_state_flag_get>},
+};
+constexpr Structure st_shape = {
+    .name = "st_shape",
+    .meaning = "a shape on a plane",
+    .origin = "shapes.tarn",
+    .descriptor = &_st_shape_type_info_internal,
+    .fields = st_shape_fields,
+    .create = erase<st_shape_create>,
+    .destroy = erase<st_shape_destroy>,
+    .set = erase<st_shape_set>,
+    .compare = erase<st_shape_compare>,
+    .len = erase<st_shape_len>,
+    .marshal = erase<st_shape_marshal>,
+    .unmarshal = erase<st_shape_unmarshal>,
+    .print = erase<st_shape_print>,
+    .to_xml = erase<st_shape_to_xml>,
+    .from_xml = erase<st_shape_from_xml>,
+};
+
+static constexpr Field shape_key_fields[] = {
+    {"layer", "the layer's name", "kel_vstring", Kind::vstring, 0, 0,
+     nullptr, nullptr,
+     object_field<shape_key_layer_get, shape_key_layer_set, shape_key_layer_state_flag_get>},
+    {"owner", "the machine that draws it", "ip_address", Kind::address, 0, 0,
+     nullptr, nullptr,
+     object_field<shape_key_owner_get, shape_key_owner_set, shape_key_owner_state_flag_get>},
+};
+constexpr Structure shape_key = {
+    .name = "shape_key",
+    .meaning = "names a shape among its layer's",
+    .origin = "shapes.tarn",
+    .descriptor = &_shape_key_type_info_internal,
+    .fields = shape_key_fields,
+    .create = erase<shape_key_create>,
+    .destroy = erase<shape_key_destroy>,
+    .set = erase<shape_key_set>,
+    .compare = erase<shape_key_compare>,
+    .len = erase<shape_key_len>,
+    .marshal = erase<shape_key_marshal>,
+    .unmarshal = erase<shape_key_unmarshal>,
+    .print = erase<shape_key_print>,
+    .to_xml = erase<shape_key_to_xml>,
+    .from_xml = erase<shape_key_from_xml>,
+};
+
+static constexpr Table tbl_shape = {
+    .name = "tbl_shape",
+    .meaning = "the shapes by number",
+    .origin = "shapes.tarn",
+    .luid = table_tbl_shape_luid,
+    .descriptor = &_tbl_shape_table_type_info_internal,
+    .record_descriptor = &_tbl_shape_table_record_type_info_internal,
+    .type = &st_shape,
+    .key_type = nullptr,
+    .key_field = &st_shape_fields[1],
+    .open = erase<tbl_shape_table_open>,
+    .free = erase<tbl_shape_table_free>,
+    .count = erase<tbl_shape_table_get_count>,
+    .count_by_src = erase<tbl_shape_table_get_count_by_src>,
+    .create_record = erase<tbl_shape_create_record_w_src>,
+    .destroy_record = erase<tbl_shape_destroy_record>,
+    .object = erase<tbl_shape_st_shape_get_field>,
+    .set_object = erase<tbl_shape_st_shape_set_field>,
+    .key_object = nullptr,
+    .set_key_object = nullptr,
+    .insert = erase<tbl_shape_insert>,
+    .erase = erase<tbl_shape_delete>,
+    .search_w_src = erase<tbl_shape_st_shape_number_search_w_src>,
+    .search_internal = erase<tbl_shape_st_shape_number_search_internal>,
+    .first_ignore_src = erase<tbl_shape_st_shape_number_get_first_ignore_src>,
+    .next_ignore_src = erase<tbl_shape_st_shape_number_get_next_ignore_src>,
+    .walk = erase<tbl_shape_st_shape_number_walk>,
+    .order = erase<tbl_shape_st_shape_number_avl_compare>,
+    .print = erase<tbl_shape_table_record_print>,
+    .to_xml = erase<tbl_shape_table_record_to_xml>,
+    .from_xml = erase<tbl_shape_table_record_from_xml>,
+    .len = erase<tbl_shape_table_record_len>,
+    .marshal = erase<tbl_shape_table_record_marshal>,
+    .unmarshal = erase<tbl_shape_table_record_unmarshal>,
+};
+
+static constexpr Table tbl_layer_shape = {
+    .name = "tbl_layer_shape",
+    .meaning = "the shapes by layer and owner",
+    .origin = "shapes.tarn",
+    .luid = table_tbl_layer_shape_luid,
+    .descriptor = &_tbl_layer_shape_table_type_info_internal,
+    .record_descriptor = &_tbl_layer_shape_table_record_type_info_internal,
+    .type = &st_shape,
+    .key_type = &shape_key,
+    .key_field = nullptr,
+    .open = erase<tbl_layer_shape_table_open>,
+    .free = erase<tbl_layer_shape_table_free>,
+    .count = erase<tbl_layer_shape_table_get_count>,
+    .count_by_src = erase<tbl_layer_shape_table_get_count_by_src>,
+    .create_record = erase<tbl_layer_shape_create_record_w_src>,
+    .destroy_record = erase<tbl_layer_shape_destroy_record>,
+    .object = erase<tbl_layer_shape_st_shape_get_field>,
+    .set_object = erase<tbl_layer_shape_st_shape_set_field>,
+    .key_object = erase<tbl_layer_shape_shape_key_get_field>,
+    .set_key_object = erase<tbl_layer_shape_shape_key_set_field>,
+    .insert = erase<tbl_layer_shape_insert>,
+    .erase = erase<tbl_layer_shape_delete>,
+    .search_w_src = erase<tbl_layer_shape_shape_key__search_w_src>,
+    .search_internal = erase<tbl_layer_shape_shape_key__search_internal>,
+    .first_ignore_src = erase<tbl_layer_shape_shape_key__get_first_ignore_src>,
+    .next_ignore_src = erase<tbl_layer_shape_shape_key__get_next_ignore_src>,
+    .walk = erase<tbl_layer_shape_shape_key__walk>,
+    .order = erase<tbl_layer_shape_shape_key__avl_compare>,
+    .print = erase<tbl_layer_shape_table_record_print>,
+    .to_xml = erase<tbl_layer_shape_table_record_to_xml>,
+    .from_xml = erase<tbl_layer_shape_table_record_from_xml>,
+    .len = erase<tbl_layer_shape_table_record_len>,
+    .marshal = erase<tbl_layer_shape_table_record_marshal>,
+    .unmarshal = erase<tbl_layer_shape_table_record_unmarshal>,
+};
+
+static constexpr const Enumeration *enumerations[] = {
+    &color,
+};
+static constexpr const Structure *structures[] = {
+    &st_corner,
+    &st_shape,
+    &shape_key,
+};
+static constexpr const Table *tables[] = {
+    &tbl_shape,
+    &tbl_layer_shape,
+};
+
+}  // namespace item
+
+const Catalogue catalogue = {"sample", item::enumerations, item::structures, item::tables};
+
+}  // namespace tarnctl

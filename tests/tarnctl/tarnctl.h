@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl as a user runs it, and a store for it to work on.
+#ifndef TESTS_TARNCTL_TARNCTL_H
+#define TESTS_TARNCTL_TARNCTL_H
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/examples/process.h"
+#include "tests/examples/temporary_directory.h"
+
+namespace tarnctl_test {
+
+using example_test::Outcome;
+
+// Runs tarnctl with these arguments and this standard input.
+Outcome tarnctl(std::vector<std::string> arguments, const std::string &input = "");
+
+// A directory with a store file in it that the library itself filled, not tarnctl:
+//   tbl_ldap_conn:ldap      a.example 1, b.example 2, ldap1.example.net 7 (source 1, tenant 0),
+//                           b.example 20 of source 5, c.example 3 of tenant 9
+//   tbl_aaa_servers:aaa     radius1: alive, aaa_authen.requests 5, minute[i] = i % 60
+//   tbl_pexSessionEntry_op:sessions
+//                           (1, "s1", 0): mac_addr, ipAddr 192.0.2.1; (2, "s2", 1): ipAddr
+//                           2001:db8::1
+//   tbl_dot1xAuthConfigEntry_op:ports and :more_ports
+//                           1 authenticated; 2 held | 3 held
+class WithStore : public testing::Test {
+ protected:
+    void SetUp() override;
+    // tarnctl with `--store` and this store behind the arguments.
+    Outcome on_store(std::vector<std::string> arguments, const std::string &input = "");
+
+    example_test::TemporaryDirectory directory;
+    std::string store = directory / "net.store";
+};
+
+}  // namespace tarnctl_test
+
+#endif

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How a command ends other than well, and what it says then.
+#ifndef TARNCTL_BASE_FAILURE_H
+#define TARNCTL_BASE_FAILURE_H
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnctl {
+
+// What tarnctl exits with.
+enum class Exit : int {
+    done = 0,
+    difference = 1,  // nothing found, or a difference
+    usage = 2,       // wrong arguments
+    data = 3,        // data that can't be read as what it should be
+    store = 4,       // a store or a file that can't be used
+};
+
+// Thrown by whatever gives a command up; main prints the text and exits with the code.
+class Failure : public std::runtime_error {
+ public:
+    Failure(Exit code, const std::string &text) : std::runtime_error(text), code_(code) {}
+    Exit code() const { return code_; }
+
+ private:
+    Exit code_;
+};
+
+// "no table `tbl_ldap_con`; did you mean `tbl_ldap_conn`?", with the nearest of the names if one
+// is near.
+Failure no_such(Exit code, std::string_view kind, std::string_view name,
+                const std::vector<std::string_view> &known);
+
+// Throws a Failure of code `store` if `err`, an errno number that an operation left, isn't 0:
+// "<what>: <the system's text>".
+void need(uint32_t err, std::string_view what);
+
+}  // namespace tarnctl
+
+#endif

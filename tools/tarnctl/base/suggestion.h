@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The name that somebody may have meant.
+#ifndef TARNCTL_BASE_SUGGESTION_H
+#define TARNCTL_BASE_SUGGESTION_H
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace tarnctl {
+
+// Characters to insert, to take out, to replace or to swap with their neighbour.
+std::size_t edit_distance(std::string_view a, std::string_view b);
+
+// The nearest name, the first of several; none if the nearest is another word altogether. Letters
+// of the other case count as the same.
+std::optional<std::string_view> nearest(std::string_view name,
+                                        const std::vector<std::string_view> &known);
+
+}  // namespace tarnctl
+
+#endif

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The schema as data: what a program needs that works on any table, and knows none by name.
+// The schema compiler makes one entry an item; each operation is the exported function of that
+// item, seen through one type for all items (erase.h).
+#ifndef TARNCTL_CATALOGUE_CATALOGUE_H
+#define TARNCTL_CATALOGUE_CATALOGUE_H
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "tarnbase/record.h"
+#include "tarnbase/value.h"
+
+namespace tarnctl {
+
+enum class Kind {
+    u_int8,
+    u_int16,
+    u_int32,
+    u_int64,
+    int32,
+    int64,
+    boolean,
+    enumeration,
+    vstring,
+    address,
+    structure,
+    array,  // of u_int8
+};
+
+struct Enumerator {
+    std::string_view name;
+    uint32_t value;  // the user value
+    std::string_view meaning;
+};
+
+struct Enumeration {
+    std::string_view name;
+    std::string_view meaning;
+    const kel_type_info *descriptor;
+    std::span<const Enumerator> enumerators;
+};
+
+struct Structure;
+
+// What can be done with a field of `object`, an object of the field's structure.
+struct FieldFunctions {
+    // Access to the field inside its object: a kel_vstring, an ip_address, an inner object.
+    // `index` counts in an array only.
+    void *(*get)(kel_handle *handle, uint32_t tx_id, void *object, uint32_t index, uint32_t *err);
+    // The field takes the value that `source`, a thing of its type, gives. Null for an array.
+    void (*set)(kel_handle *handle, uint32_t tx_id, void *object, const void *source,
+                uint32_t *err);
+    // A plain value, sign-extended to 64 bits; null where there is none.
+    uint64_t (*get_value)(kel_handle *handle, uint32_t tx_id, void *object, uint32_t index,
+                          uint32_t *err);
+    void (*set_value)(kel_handle *handle, uint32_t tx_id, void *object, uint32_t index,
+                      uint64_t value, uint32_t *err);
+    uint8_t (*state_flag)(kel_handle *handle, uint32_t tx_id, const void *object, uint32_t *err);
+};
+
+struct Field {
+    std::string_view name;
+    std::string_view meaning;
+    std::string_view type;  // as the schema names it: "u_int32", "kel_vstring", "st_aaa_type"
+    Kind kind;
+    int first_variant;               // 0, or the variant that brought the field
+    uint32_t elements;               // of an array, else 0
+    const Enumeration *enumeration;  // or null
+    const Structure *structure;      // or null
+
+    FieldFunctions call;
+
+    bool is_number() const { return kind <= Kind::int64; }
+    bool is_signed() const { return kind == Kind::int32 || kind == Kind::int64; }
+};
+
+struct Structure {
+    std::string_view name;
+    std::string_view meaning;
+    std::string_view origin;  // the schema file
+    const kel_type_info *descriptor;
+    std::span<const Field> fields;
+
+    void *(*create)(kel_handle *handle, uint32_t tx_id);
+    void (*destroy)(kel_handle *handle, uint32_t tx_id, void *object);
+    void (*set)(kel_handle *handle, uint32_t tx_id, void *destination, const void *source,
+                uint32_t *err);
+    int32_t (*compare)(const void *a, const void *b);
+    uint32_t (*len)(kel_handle *handle, uint32_t tx_id, const void *object);
+    uint32_t (*marshal)(kel_handle *handle, uint32_t tx_id, void *buffer, const void *object,
+                        uint32_t buffer_len, uint32_t *err);
+    uint32_t (*unmarshal)(kel_handle *handle, uint32_t tx_id, const void *buffer, void *object,
+                          uint32_t buffer_len, uint32_t in_place, uint32_t *err);
+    uint32_t (*print)(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
+                      const char *name, const void *object, uint32_t buffer_len, uint32_t *err);
+    uint32_t (*to_xml)(kel_handle *handle, uint32_t tx_id, const char *name, char *buffer,
+                       const void *object, uint32_t buffer_len, uint8_t state_flag, uint32_t *err);
+    void (*from_xml)(kel_handle *handle, uint32_t tx_id, const char *path, void *document,
+                     void *object, uint32_t *err, char *message, uint32_t message_len);
+
+    // Null if there is no such field.
+    const Field *find(std::string_view field) const;
+};
+
+// A `key` argument is what the table's key is made of: a uint32_t for numbers and enumerations, a
+// kel_vstring, an ip_address, or an object of the key structure.
+struct Table {
+    std::string_view name;
+    std::string_view meaning;
+    std::string_view origin;  // the schema file
+    const uint8_t *luid;      // 16 bytes
+    const kel_type_info *descriptor;
+    const kel_type_info *record_descriptor;
+    const Structure *type;
+    const Structure *key_type;  // null on a table keyed by a field
+    const Field *key_field;     // null on a table keyed by a structure
+
+    kel_table *(*open)(kel_handle *handle, uint32_t tx_id, const char *name, uint32_t open_only,
+                       uint32_t *err);
+    // Takes the table, which must be empty, out of the store.
+    void (*free)(kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t *err);
+    uint32_t (*count)(kel_handle *handle, uint32_t tx_id, kel_table *table);
+    uint32_t (*count_by_src)(kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t src);
+
+    kel_record *(*create_record)(kel_handle *handle, uint32_t tx_id, uint32_t src, uint32_t *err);
+    void (*destroy_record)(kel_handle *handle, uint32_t tx_id, kel_record *record, uint32_t *err);
+    void *(*object)(kel_handle *handle, uint32_t tx_id, kel_record *record);
+    void (*set_object)(kel_handle *handle, uint32_t tx_id, kel_record *record, void *object);
+    void *(*key_object)(kel_handle *handle, uint32_t tx_id, kel_record *record);  // or null
+    void (*set_key_object)(kel_handle *handle, uint32_t tx_id, kel_record *record, void *key);
+
+    void (*insert)(kel_handle *handle, uint32_t tx_id, kel_table *table, kel_record *record,
+                   uint32_t *err);
+    void (*erase)(kel_handle *handle, uint32_t tx_id, kel_table *table, kel_record *record,
+                  uint32_t *err);
+    kel_record *(*search_w_src)(kel_handle *handle, uint32_t tx_id, kel_table *table,
+                                const void *key, uint32_t src, uint32_t *err);
+    kel_record *(*search_internal)(kel_handle *handle, uint32_t tx_id, kel_table *table,
+                                   const void *key, uint32_t nearest, uint32_t forward,
+                                   uint32_t src, uint32_t skip_pending, uint32_t *err);
+    kel_record *(*first_ignore_src)(kel_handle *handle, uint32_t tx_id, kel_table *table,
+                                    uint32_t *err);
+    kel_record *(*next_ignore_src)(kel_handle *handle, uint32_t tx_id, kel_table *table,
+                                   const kel_record *record, uint32_t *err);
+    // All records of all tenants and sources, in the index's order.
+    void (*walk)(kel_table *table, kel_walk_function function, void *context, uint32_t *err);
+    // The index's own order: 0 `a` comes first, 1 equal, 2 `b` comes first.
+    uint32_t (*order)(const kel_index_node *a, const kel_index_node *b);
+
+    uint32_t (*print)(kel_handle *handle, uint32_t tx_id, char *buffer, const kel_record *record,
+                      uint32_t buffer_len, uint32_t *err);
+    uint32_t (*to_xml)(kel_handle *handle, uint32_t tx_id, char *buffer, const kel_record *record,
+                       uint32_t buffer_len, uint32_t *err);
+    kel_record *(*from_xml)(kel_handle *handle, uint32_t tx_id, void *document, uint32_t *err,
+                            char *message, uint32_t message_len);
+    uint32_t (*len)(kel_handle *handle, uint32_t tx_id, const kel_record *record);
+    uint32_t (*marshal)(kel_handle *handle, uint32_t tx_id, void *buffer, const kel_record *record,
+                        uint32_t buffer_len, uint32_t *err);
+    uint32_t (*unmarshal)(kel_handle *handle, uint32_t tx_id, kel_record **record,
+                          const void *buffer, uint32_t buffer_len, uint32_t in_place,
+                          uint32_t *err);
+
+    // The structure that holds the key: the key structure, or the records' own.
+    const Structure &key_carrier() const { return key_type != nullptr ? *key_type : *type; }
+};
+
+struct Catalogue {
+    std::string_view module;
+    std::span<const Enumeration *const> enumerations;
+    std::span<const Structure *const> structures;
+    std::span<const Table *const> tables;
+
+    // By exact name; null if there is none.
+    const Table *table(std::string_view name) const;
+    const Structure *structure(std::string_view name) const;
+    const Enumeration *enumeration(std::string_view name) const;
+    // By LUID, as it stands in a descriptor; null if there is none.
+    const Table *table_of(const kel_type_info &descriptor) const;
+    const Structure *structure_of(const kel_type_info &descriptor) const;
+};
+
+// The schema that this program was built with.
+extern const Catalogue catalogue;
+
+}  // namespace tarnctl
+
+#endif

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The commands. Each is declared by one function in a file of its own, which adds a subcommand to
+// the program with its options, its help and, as its callback, what it does. A callback throws a
+// Failure to end otherwise than well; one that answers by its exit status alone ("nothing found",
+// "the stores differ") stores it through `status`.
+#ifndef TARNCTL_COMMANDS_COMMAND_H
+#define TARNCTL_COMMANDS_COMMAND_H
+
+#include <CLI/CLI.hpp>
+
+#include "base/failure.h"
+
+namespace tarnctl {
+
+using Declaration = void (*)(CLI::App &program, Exit &status);
+
+void declare_tables(CLI::App &program, Exit &status);
+
+// The declarations in the order of the help.
+inline constexpr Declaration commands[] = {
+    declare_tables,
+};
+
+// Options that several commands have, with one wording.
+// -s, --store FILE: required; by default the environment's TARNBASE_STORE.
+CLI::Option *add_store_option(CLI::App &command, std::string &path);
+// --json
+CLI::Option *add_json_option(CLI::App &command, bool &json);
+
+}  // namespace tarnctl
+
+#endif

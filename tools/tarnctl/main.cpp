@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl: a store seen, changed, moved and understood from the shell.
+#include <clocale>
+#include <iostream>
+
+#include "program.h"
+
+namespace {
+
+int fail(tarnctl::Exit code, const std::string &text) {
+    std::cout.flush();
+    std::cerr << "tarnctl: " << text << '\n';
+    return static_cast<int>(code);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // Only for the width of characters on a terminal: numbers are written alike everywhere.
+    std::setlocale(LC_CTYPE, "");
+    tarnctl::Exit status = tarnctl::Exit::done;
+    const auto program = tarnctl::make_program(status);
+    try {
+        program->parse(argc, argv);
+        std::cout.flush();
+        if (!std::cout) return fail(tarnctl::Exit::store, "standard output can't be written");
+        return static_cast<int>(status);
+    } catch (const CLI::ParseError &error) {
+        return program->exit(error) == 0 ? 0 : static_cast<int>(tarnctl::Exit::usage);
+    } catch (const tarnctl::Failure &failure) {
+        return fail(failure.code(), failure.what());
+    } catch (const std::exception &error) {
+        return fail(tarnctl::Exit::store, error.what());
+    }
+}

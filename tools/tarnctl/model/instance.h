@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The tables that are open in a store, and how a user names them:
+//
+//   tbl_ldap_conn         the table, where the store holds one of it
+//   tbl_ldap_conn:ldap    the one that was opened under the name "ldap"
+//   tbl_ldap_conn#7       the one of table id 7
+//
+// The prefix "tbl_" can be left out.
+#ifndef TARNCTL_MODEL_INSTANCE_H
+#define TARNCTL_MODEL_INSTANCE_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "catalogue/catalogue.h"
+#include "model/store.h"
+
+namespace tarnctl {
+
+// A table that is open in a store.
+struct Instance {
+    const Table *table;
+    kel_table *block;
+
+    // "ldap", or "#7".
+    std::string name() const;
+    // "tbl_ldap_conn:ldap", or "tbl_ldap_conn#7": what names it among all tables of a store.
+    std::string full_name() const;
+};
+
+// What the user wrote.
+struct TableReference {
+    const Table *table;
+    std::optional<std::string> name;
+    std::optional<uint64_t> id;
+};
+
+// The table of this name. Failure `usage` with a suggestion if there is none.
+const Table &table_named(std::string_view name);
+TableReference parse_table(std::string_view text);
+
+// The store's tables in the order of the catalogue, instances of one table by name. Blocks whose
+// table this program doesn't know are left out, and counted through `unknown` unless it is null.
+std::vector<Instance> instances(const Store &store, std::size_t *unknown = nullptr);
+std::vector<Instance> instances_of(const Store &store, const Table &table);
+
+// The instance that is meant. Failure `difference` if the store doesn't hold it, `usage` if it
+// holds several and the reference doesn't say which.
+Instance find_instance(const Store &store, const TableReference &reference);
+// The same, or one that is made: under the reference's name, or else the table's own without
+// "tbl_". A table outlives every transaction, so it is made outside any.
+Instance find_or_make_instance(const Store &store, const TableReference &reference);
+
+}  // namespace tarnctl
+
+#endif

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "model/record.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <exception>
+
+#include "base/failure.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr uint32_t first_buffer = 4096;
+constexpr uint32_t largest_buffer = uint32_t{1} << 30;
+
+// What `write` writes into a buffer that is large enough for it. The buffer is blank beforehand:
+// the text form steps over the indentation of closing braces.
+template <class Write>
+std::string written(Write write, std::string_view what) {
+    for (uint32_t size = first_buffer;; size *= 2) {
+        std::string buffer(size, ' ');
+        uint32_t err = 0;
+        const uint32_t length = write(buffer.data(), size, &err);
+        if (err == EMSGSIZE && size < largest_buffer) continue;
+        need(err, what);
+        buffer.resize(length);
+        return buffer;
+    }
+}
+
+bool is_key(const Table &table, const Path &path) {
+    return table.key_field != nullptr && path.fields.front() == table.key_field;
+}
+
+std::vector<std::string_view> names_of(const Table &table) {
+    std::vector<std::string_view> names;
+    if (table.key_type != nullptr) {
+        for (const Field &field : table.key_type->fields) names.push_back(field.name);
+    }
+    for (const Field &field : table.type->fields) names.push_back(field.name);
+    return names;
+}
+
+std::string names_of(const std::vector<Column> &columns) {
+    std::string names;
+    for (const Column &column : columns)
+        names += fmt::format("{}{}", names.empty() ? "" : " ", column.name());
+    return names;
+}
+
+}  // namespace
+
+std::vector<Column> columns_of(const Table &table) {
+    std::vector<Column> columns = key_columns(table);
+    for (Path &path : leaves_of(*table.type)) {
+        if (!is_key(table, path)) columns.push_back({std::move(path), false, false});
+    }
+    return columns;
+}
+
+Column column_named(const Table &table, std::string_view path) {
+    const std::string_view first = path.substr(0, path.find_first_of(".["));
+    if (table.key_type != nullptr && table.key_type->find(first) != nullptr)
+        return {parse_path(*table.key_type, path), true, true};
+    if (table.type->find(first) == nullptr)
+        throw no_such(Exit::usage, fmt::format("field of {}", table.name), first, names_of(table));
+    Path found = parse_path(*table.type, path);
+    const bool in_key = is_key(table, found);
+    return {std::move(found), in_key, false};
+}
+
+std::vector<Column> key_columns(const Table &table) {
+    std::vector<Column> columns;
+    if (table.key_type == nullptr) {
+        columns.push_back({{{table.key_field}, 0, false}, true, false});
+        return columns;
+    }
+    for (Path &path : leaves_of(*table.key_type)) columns.push_back({std::move(path), true, true});
+    return columns;
+}
+
+Value Record::value(const Column &column, uint32_t tx_id) const {
+    void *object = column.in_key_object ? table->key_object(handle, tx_id, record)
+                                        : table->object(handle, tx_id, record);
+    return Value(handle, tx_id, object, column.path);
+}
+
+std::string Record::key_text() const {
+    std::string text;
+    for (const Column &column : key_columns(*table))
+        text += fmt::format("{}{}", text.empty() ? "" : ", ", value(column).text());
+    return text;
+}
+
+std::string Record::text() const {
+    return written(
+        [&](char *buffer, uint32_t size, uint32_t *err) {
+            return table->print(handle, KEL_TX_NONE, buffer, record, size, err);
+        },
+        fmt::format("the text of a record of {}", table->name));
+}
+
+std::string Record::xml() const {
+    return written(
+        [&](char *buffer, uint32_t size, uint32_t *err) {
+            return table->to_xml(handle, KEL_TX_NONE, buffer, record, size, err);
+        },
+        fmt::format("the XML form of the record {} of {}", key_text(), table->name));
+}
+
+std::string Record::wire() const {
+    return written(
+        [&](char *buffer, uint32_t size, uint32_t *err) {
+            return table->marshal(handle, KEL_TX_NONE, buffer, record, size, err);
+        },
+        fmt::format("the wire form of a record of {}", table->name));
+}
+
+void check_readable(const Store &store, const Record &record) {
+    const auto *object = static_cast<const kel_object *>(
+        record.table->object(record.handle, KEL_TX_NONE, record.record));
+    const bool object_readable = object == nullptr || store.holds(object->descriptor);
+    if (object_readable && store.holds(record.record->descriptor)) return;
+    throw Failure(Exit::store,
+                  fmt::format("{}: the records of {} can be read by the process alone that made "
+                              "them: it kept its descriptors to itself (a handle with "
+                              "store_types_enabled 0)",
+                              store.path(), record.table->name));
+}
+
+void for_each_record(const Store &store, const Instance &instance,
+                     const std::function<bool(const Record &)> &function) {
+    // What the function throws doesn't pass through the library's C code: it is kept and thrown
+    // again behind it.
+    struct Context {
+        const Store &store;
+        const Table *table;
+        const std::function<bool(const Record &)> &function;
+        std::exception_ptr failure;
+    } context{store, instance.table, function, nullptr};
+    const auto call = [](kel_record *record, void *data) -> uint32_t {
+        auto &called = *static_cast<Context *>(data);
+        try {
+            const Record each{called.table, called.store.handle(), record};
+            check_readable(called.store, each);
+            return called.function(each) ? 0 : 1;
+        } catch (...) {
+            called.failure = std::current_exception();
+            return 1;
+        }
+    };
+    uint32_t err = 0;
+    instance.table->walk(instance.block, call, &context, &err);
+    if (context.failure) std::rethrow_exception(context.failure);
+    need(err, fmt::format("walking {}", instance.full_name()));
+}
+
+Key::Key(const Table &table, const std::vector<std::string> &texts) {
+    const std::vector<Column> columns = key_columns(table);
+    if (texts.size() != columns.size())
+        throw Failure(
+            Exit::usage,
+            fmt::format("the key of {} has {} value{}, {}; {} given", table.name, columns.size(),
+                        columns.size() == 1 ? "" : "s", names_of(columns), texts.size()));
+    void *carrier = table.key_carrier().create(scratch_.handle(), KEL_TX_NONE);
+    need(carrier == nullptr ? ENOMEM : 0, "making a key");
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        Value value(scratch_.handle(), KEL_TX_NONE, carrier, columns[i].path);
+        value.set_text(texts[i]);
+        text_ += fmt::format("{}{}", i == 0 ? "" : ", ", value.text());
+    }
+    if (table.key_type != nullptr) {
+        key_ = carrier;
+        return;
+    }
+    const Value value(scratch_.handle(), KEL_TX_NONE, carrier, columns.front().path);
+    if (table.key_field->kind == Kind::vstring || table.key_field->kind == Kind::address) {
+        uint32_t err = 0;
+        key_ = table.key_field->call.get(scratch_.handle(), KEL_TX_NONE, carrier, 0, &err);
+        need(err, "making a key");
+        return;
+    }
+    number_ = static_cast<uint32_t>(value.number());
+    key_ = &number_;
+}
+
+Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src) {
+    uint32_t err = 0;
+    kel_record *found = instance.table->search_w_src(store.handle(), KEL_TX_NONE, instance.block,
+                                                     key.get(), src, &err);
+    need(err, fmt::format("searching {}", instance.full_name()));
+    const Record record{instance.table, store.handle(), found};
+    if (found != nullptr) check_readable(store, record);
+    return record;
+}
+
+Record find_nearest(const Store &store, const Instance &instance, const Key &key, uint8_t src,
+                    bool forward) {
+    uint32_t err = 0;
+    kel_record *found = instance.table->search_internal(
+        store.handle(), KEL_TX_NONE, instance.block, key.get(), 1, forward ? 1 : 0, src, 0, &err);
+    need(err, fmt::format("searching {}", instance.full_name()));
+    const Record record{instance.table, store.handle(), found};
+    if (found != nullptr) check_readable(store, record);
+    return record;
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A record as a user sees it: its key fields and its other fields as columns, its tenant, its
+// source, its forms. And keys as a user writes them.
+#ifndef TARNCTL_MODEL_RECORD_H
+#define TARNCTL_MODEL_RECORD_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/instance.h"
+#include "model/store.h"
+#include "model/value.h"
+
+namespace tarnctl {
+
+// A column of a table: a leaf of the key structure, if the table has one, or of the data object.
+struct Column {
+    Path path;
+    bool is_key;         // part of the key
+    bool in_key_object;  // lies in the key object, not in the data object
+
+    std::string name() const { return path.text(); }
+};
+
+// The key's columns, then the others in the order of the schema.
+std::vector<Column> columns_of(const Table &table);
+// The column of this path, in the key structure first. Failure `usage` with a suggestion.
+Column column_named(const Table &table, std::string_view path);
+// The columns that make up the key, in the order of the key.
+std::vector<Column> key_columns(const Table &table);
+
+// The store that a record lies in, with the table that it is of.
+struct Record {
+    const Table *table;
+    kel_handle *handle;
+    kel_record *record;
+
+    Value value(const Column &column, uint32_t tx_id = KEL_TX_NONE) const;
+    // The values of the key's columns with ", " between them.
+    std::string key_text() const;
+    uint16_t tenant() const { return record->tenant_id; }
+    uint8_t src() const { return record->src; }
+    bool is_shadow() const { return record->src == KEL_SOURCE_SHADOW; }
+    bool is_pending() const { return (record->flags & KEL_RECORD_PENDING_DESTROY) != 0; }
+    // The library's own text, XML and wire forms.
+    std::string text() const;
+    std::string xml() const;
+    std::string wire() const;
+};
+
+// Throws a Failure of code `store` if the record was made by a process that keeps its descriptors
+// to itself, so that no other process can read it.
+void check_readable(const Store &store, const Record &record);
+
+// All records of an instance, of all tenants and sources, in the index's order. `function` answers
+// whether to go on. It must not take records out of the index.
+void for_each_record(const Store &store, const Instance &instance,
+                     const std::function<bool(const Record &)> &function);
+
+// A key to search with. It lies in memory of its own: making one changes no store.
+class Key {
+ public:
+    // From the texts of the key's columns, in the order of the key. Failure `usage` if there are
+    // too many or too few, `data` if one can't be read.
+    Key(const Table &table, const std::vector<std::string> &texts);
+    Key(const Key &) = delete;
+    Key &operator=(const Key &) = delete;
+
+    // What the catalogue's search functions take.
+    const void *get() const { return key_; }
+    std::string text() const { return text_; }
+
+ private:
+    Store scratch_ = Store::scratch();
+    const void *key_ = nullptr;
+    uint32_t number_ = 0;
+    std::string text_;
+};
+
+// The record of this key and source in the thread's tenant; its `record` is null if there is none.
+Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src);
+// The same, or the nearest one behind (or, with `forward` false, before) the key.
+Record find_nearest(const Store &store, const Instance &instance, const Key &key, uint8_t src,
+                    bool forward);
+
+}  // namespace tarnctl
+
+#endif

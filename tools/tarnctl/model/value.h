@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A value in an object, and how a user names and writes it.
+//
+// A path names a leaf of a structure: `num_conns`, `aaa_authen.requests`, `minute[5]`.
+//
+// As text: numbers in decimal (read in hexadecimal too, after 0x), a boolean as true or false (1
+// and 0 are read), an enumeration by its enumerator (read as a number, and without the beginning
+// that all enumerators of the type share, in either case), an address as inet_ntop(3) writes it
+// and empty for none, a string as it is.
+#ifndef TARNCTL_MODEL_VALUE_H
+#define TARNCTL_MODEL_VALUE_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "catalogue/catalogue.h"
+
+namespace tarnctl {
+
+// A leaf's place in a structure.
+struct Path {
+    std::vector<const Field *> fields;  // the outer ones first; the last is the leaf
+    uint32_t index = 0;                 // in an array, 0 otherwise
+    bool whole_array = false;           // all elements: `minute` without an index
+
+    const Field &leaf() const { return *fields.back(); }
+    std::string text() const;
+};
+
+// Failure `usage` with a suggestion if the path leads nowhere, or to no leaf.
+Path parse_path(const Structure &structure, std::string_view text);
+// All leaves in the order of the schema; an array is one leaf, a whole.
+std::vector<Path> leaves_of(const Structure &structure);
+
+// A value that was found: a leaf of one object. Reading and setting go through the library's own
+// accessors, with the handle and the transaction given.
+class Value {
+ public:
+    // Follows `path` from `object`. Failure `store` if the object can't show it.
+    Value(kel_handle *handle, uint32_t tx_id, void *object, const Path &path);
+
+    // False if the object's variant is too old for the field: it has no such value.
+    bool present() const { return object_ != nullptr; }
+    const Field &field() const { return *field_; }
+
+    uint64_t number(uint32_t index = 0) const;  // of a field that has a plain value
+    std::string_view bytes() const;             // of a string; valid until the string is set
+    const ip_address &address() const;          // of an address
+    std::vector<uint8_t> elements() const;      // of an array
+    // As text. A whole array is its elements with a blank between them.
+    std::string text() const;
+
+    // Sets the value from text. Failure `data` that names the field and what was expected.
+    void set_text(std::string_view text);
+    void set_number(uint64_t number, uint32_t index = 0);
+    void set_bytes(std::string_view bytes);
+
+ private:
+    [[noreturn]] void expected(std::string_view text, std::string_view what) const;
+    void set_array_text(std::string_view text);
+    void set_address_text(std::string_view text);
+    std::string number_text(uint64_t number) const;
+    uint64_t parsed_number(std::string_view text) const;
+    uint64_t parsed_enumerator(std::string_view text) const;
+
+    kel_handle *handle_;
+    uint32_t tx_id_;
+    void *object_;
+    const Field *field_;
+    std::string name_;
+    uint32_t index_;
+    bool whole_array_;
+};
+
+// The enumerator of a value; null if the value is none's.
+const Enumerator *enumerator_of(const Enumeration &enumeration, uint32_t value);
+// The enumerators' names without the beginning that they share: "ALIVE" of SHOW_AAA_SERVER_ALIVE.
+std::vector<std::string_view> short_names(const Enumeration &enumeration);
+
+}  // namespace tarnctl
+
+#endif
