@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How far a long work has come, on a line of its own of standard error.
+#ifndef TARNCTL_TERMINAL_PROGRESS_H
+#define TARNCTL_TERMINAL_PROGRESS_H
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace tarnctl {
+
+// Says nothing unless standard error is a terminal and the work has lasted longer than a second;
+// then the figures, their rate, and, if the total is known, the share and the time left.
+class Progress {
+ public:
+    // `what` is counted: "records". `total` 0: unknown.
+    explicit Progress(std::string what, uint64_t total = 0);
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+    // Takes the line away.
+    ~Progress();
+
+    void advance(uint64_t count = 1);
+
+ private:
+    using Clock = std::chrono::steady_clock;
+
+    void show(Clock::time_point now);
+
+    std::string what_;
+    uint64_t total_;
+    uint64_t done_ = 0;
+    bool enabled_;
+    bool shown_ = false;
+    Clock::time_point begin_ = Clock::now();
+    Clock::time_point next_ = begin_ + std::chrono::seconds(1);
+};
+
+// "12345 records, 4115/s, 62 %, 0:07 left", after so many seconds of work.
+std::string progress_text(const std::string &what, uint64_t done, uint64_t total, double seconds);
+
+}  // namespace tarnctl
+
+#endif
