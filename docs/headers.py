@@ -119,19 +119,51 @@ def declared_name(part):
     code = " ".join(COMMENT.sub(" ", part.text).split())
     if part.kind == "define":
         return re.match(r"#define (\w+)", code).group(1)
-    if part.kind != "declaration" or code == "enum":
+    if part.kind != "declaration" or code.startswith("enum {"):
         return None
+    structure = re.match(r"(?:typedef )?struct (\w+) \{", code)
+    if structure:
+        return structure.group(1)
     function = re.match(r"typedef .*?\(\*(\w+)\)\(", code)
     if function:
         return function.group(1)
     if code.startswith(("typedef", "struct")):
-        tail = re.search(r"(\w+);$", code)
-        return tail.group(1) if tail else re.match(r"struct (\w+)", code).group(1)
+        return re.search(r"(\w+);$", code).group(1)
     variable = re.match(r"extern .*?(\w+)(\[.*)?;$", code)
     if variable:
         return variable.group(1)
     function = re.search(r"(\w+)\(", code)
     return function.group(1) if function else None
+
+
+def members(part):
+    """The members of a structure: (declaration, lines of comment)."""
+    body = part.text[part.text.index("{") + 1:part.text.rindex("}")]
+    found = []
+    before = []
+    statement = ""
+    end_of_line = re.compile(r"[ \t]*(/\*.*?\*/)", re.S)
+    position = 0
+    while position < len(body):
+        if body.startswith("/*", position):
+            stop = body.index("*/", position) + 2
+            if not statement.strip():
+                before = comment_lines(body[position:stop])
+            position = stop
+            continue
+        statement += body[position]
+        position += 1
+        words = " ".join(statement.split())
+        if words == "KEL_OBJECT_HEADER" or (words.endswith(";") and
+                                            words.count("{") == words.count("}")):
+            behind = end_of_line.match(body, position)
+            lines = before
+            if behind:
+                lines = before + comment_lines(behind.group(1))
+                position = behind.end()
+            found.append((words, [line.strip() for line in lines]))
+            statement, before = "", []
+    return found
 
 
 def macros(parts):
@@ -152,10 +184,8 @@ def macros(parts):
 def expand(name, arguments, known):
     """The declarations that a call of one of `known` stands for."""
     parameters, body = known[name]
-    for parameter, argument in zip(parameters, arguments):
-        body = re.sub(rf"\b{parameter}##", argument, body)
-        # `type` is a parameter's name only where it isn't part of a longer name.
-        body = re.sub(rf"(?<![\w]){parameter}(?!\w)", argument, body)
+    given = dict(zip(parameters, arguments))
+    body = re.sub(r"\b(%s)(?:##|\b)" % "|".join(parameters), lambda m: given[m.group(1)], body)
     declarations = []
     for statement in re.split(r"(?<=[;)])\s*\n", " ".join(body.split()).replace("; ", ";\n")):
         for piece in re.split(r" (?=KEL_\w+OPERATIONS\()", statement):
