@@ -29,6 +29,7 @@ function(tarnbase_schema target)
   add_custom_command(
     OUTPUT ${out}/made
     BYPRODUCTS ${sources} ${out}/include/tarnbase/tarnbase.h ${out}/include/tarnbase/schema.h
+               ${out}/include/tarnbase/tarn.hpp ${out}/include/tarnbase/tarn/schema.hpp
                ${out}/exports.txt ${out}/exports.map ${out}/layout.txt ${out}/catalogue.cpp
     COMMAND tarnc ${module} --out ${out} --shards ${arg_SHARDS}
             --depfile ${out}/made.d --depfile-target ${out}/made

@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "face.h"
 #include "identity.h"
 #include "layout.h"
 
@@ -36,6 +37,7 @@ class Checker {
     void fill_variant(Structure &structure, const syntax::Variant &written);
     void fill_field(Structure &structure, const syntax::Field &written);
     void fill_type(Field &field, const syntax::Field &written);
+    void fill_unit(Field &field, const syntax::Unit &written);
     void lay_out_structures();
     void visit(Structure &structure);
     void fill_tables();
@@ -68,6 +70,7 @@ Schema Checker::check() {
     if (diagnostics_.clean()) lay_out_structures();
     fill_tables();
     if (diagnostics_.clean()) require_unique_luids(schema_, diagnostics_);
+    if (diagnostics_.clean()) check_face(schema_, diagnostics_);
     return std::move(schema_);
 }
 
@@ -220,6 +223,7 @@ void Checker::fill_field(Structure &structure, const syntax::Field &written) {
     field.first_variant = structure.top_variant();
     field.number = structure.fields.size();
     fill_type(field, written);
+    if (written.unit) fill_unit(field, *written.unit);
     structure.fields.push_back(std::move(field));
 }
 
@@ -250,6 +254,15 @@ void Checker::fill_type(Field &field, const syntax::Field &written) {
     }
     field.kind = FieldKind::array;
     field.elements = static_cast<std::uint32_t>(written.elements->value);
+}
+
+void Checker::fill_unit(Field &field, const syntax::Unit &written) {
+    const bool is_number = field.kind <= FieldKind::int64 || field.kind == FieldKind::array;
+    if (!is_number)
+        diagnostics_.report(written.place, "a unit of " + field.type, "a unit of numbers only");
+    if (written.text.empty())
+        diagnostics_.report(written.place, "an empty unit", "the unit's name");
+    field.unit = written.text;
 }
 
 void Checker::lay_out_structures() {

@@ -7,6 +7,7 @@
 
 #include "context.h"
 #include "exports.h"
+#include "face.h"
 #include "identity.h"
 #include "operations.h"
 #include "render.h"
@@ -74,6 +75,7 @@ Files Emitter::emit(std::size_t shards) {
     export_data();
     emit_module();
     emit_catalogue();
+    emit_face(schema_, module_, files_);
     emit_layout();
     emit_exports();
     emit_schema_header();

@@ -55,6 +55,7 @@ struct Identity {
 struct Field {
     std::string name;
     std::string meaning;
+    std::string unit;  // of a number, "seconds"; empty where it isn't fixed
     std::string type;  // as the schema names it
     Place place;
     FieldKind kind = FieldKind::u_int8;

@@ -12,6 +12,7 @@
 //   structure   = "structure" name text
 //                   [identity] { field } { variant }
 //   field       = type [ "[" number "]" ] name text
+//                 [ "unit" text ]                     of a number, where it is fixed
 //   variant     = "variant" number                      1, 2, ... in order
 //                   { field }
 //                 each may say how many field numbers are valid up to it, if that
@@ -306,6 +307,10 @@ void Parser::structure_member(Cursor &cursor) {
     }
     field.name = cursor.name("the field's name");
     field.meaning = cursor.text("the field's meaning in double quotes");
+    if (cursor.at("unit")) {
+        cursor.skip();
+        field.unit = {cursor.place(), cursor.text("the unit in double quotes")};
+    }
     cursor.end();
     structure.variants.back().fields.push_back(std::move(field));
 }

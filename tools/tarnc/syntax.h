@@ -17,11 +17,17 @@ struct Number {
     Place place;
 };
 
+struct Unit {
+    Place place;
+    std::string text;
+};
+
 struct Field {
     Name type;
     std::optional<Number> elements;  // `u_int8[1440]`
     Name name;
     std::string meaning;
+    std::optional<Unit> unit;
 };
 
 // A `variant N` section; the first one, variant 0, has no line of its own.

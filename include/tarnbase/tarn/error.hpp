@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// What a failure is: one type, which is thrown, or stands in a tarn::result where
+/// exceptions are off.
+#ifndef TARNBASE_TARN_ERROR_HPP
+#define TARNBASE_TARN_ERROR_HPP
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "tarnbase/embedded.h"
+
+/// 1 where the compiler has exceptions on. The operations that throw exist only then;
+/// each has a `try_` form beside it that exists always.
+#if defined(__cpp_exceptions)
+#define TARN_EXCEPTIONS 1
+#else
+#define TARN_EXCEPTIONS 0
+#endif
+
+namespace tarn {
+
+/// A failed operation: its error number and what was wrong.
+class error : public std::runtime_error {
+ public:
+    error(std::uint32_t number, const std::string &message)
+        : std::runtime_error(message), number_(number) {}
+
+    /// Returns: the Linux errno number, as the C call gave it.
+    std::uint32_t number() const noexcept { return number_; }
+    /// Returns: the number as a code that compares with std::errc.
+    std::error_code code() const noexcept {
+        return {static_cast<int>(number_), std::generic_category()};
+    }
+
+ private:
+    std::uint32_t number_;
+};
+
+namespace detail {
+
+/// Returns: what an error number says of an operation on tables and objects.
+inline std::string meaning_of(std::uint32_t number) {
+    switch (number) {
+        case ENOENT:
+            return "it isn't there";
+        case E2BIG:
+            return "too long";
+        case EAGAIN:
+            return "something still refers to it";
+        case ENOMEM:
+            return "no memory";
+        case EEXIST:
+            return "the key is there already";
+        case EIDRM:
+            return "not in the object's variant, or no enumerator's value";
+        case EMSGSIZE:
+            return "too few bytes";
+        default:
+            return std::generic_category().message(static_cast<int>(number));
+    }
+}
+
+/// The error of an operation: `doing` and `item` tell which one.
+inline error make_error(std::uint32_t number, const char *doing, const char *item) {
+    return {number, std::string(doing) + " " + item + ": " + meaning_of(number)};
+}
+
+/// The error of an operation that leaves its own text for kel_error_text.
+inline error last_failure(std::uint32_t number) { return {number, kel_error_text()}; }
+
+#if TARN_EXCEPTIONS
+/// Throws; out of line, so that the callers' straight way stays short.
+[[noreturn]] __attribute__((cold, noinline)) inline void fail(std::uint32_t number,
+                                                              const char *doing, const char *item) {
+    throw make_error(number, doing, item);
+}
+
+/// Throws unless `number` is 0.
+inline void need(std::uint32_t number, const char *doing, const char *item) {
+    if (__builtin_expect(number != 0, 0)) fail(number, doing, item);
+}
+#endif
+
+}  // namespace detail
+}  // namespace tarn
+
+#endif

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// A session: what one thread works on a store with.
+#ifndef TARNBASE_TARN_SESSION_HPP
+#define TARNBASE_TARN_SESSION_HPP
+
+#include "tarnbase/runtime.h"
+#include "tarnbase/tarn/store.hpp"
+
+namespace tarn {
+
+/// Owns a handle. Move-only; make one a thread, they are cheap. What is changed
+/// through it belongs to the transaction that is open in it, or is permanent at once.
+/// Lifetime: tables, records and transactions of it must be gone before it.
+class session {
+ public:
+#if TARN_EXCEPTIONS
+    explicit session(const store &on) : session(try_open(on).value()) {}
+#endif
+    session(session &&other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    session &operator=(session &&other) noexcept {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
+    ~session() { kel_handle_destroy(handle_); }
+
+    /// Opens a session. In a store file objects get the store's own descriptors, so
+    /// that any process can read them. Error: ENOMEM.
+    static result<session> try_open(const store &on) {
+        const bool is_file = on.describe().path != nullptr;
+        kel_handle *handle = nullptr;
+        const std::uint32_t status = kel_handle_create(on.c_store(), is_file ? 1 : 0, &handle);
+        if (status != 0) return detail::last_failure(status);
+        return session(handle);
+    }
+
+    /// Returns: the error number that a walk ended with where exceptions are off, or 0.
+    std::uint32_t last_error() const noexcept { return handle_->last_error; }
+    void clear_last_error() noexcept { kel_clear_last_error(handle_); }
+
+    /// Returns: the handle, for calls of the C interface. Its `cr_tx_id` is the open
+    /// transaction.
+    kel_handle *c_handle() const noexcept { return handle_; }
+
+ private:
+    explicit session(kel_handle *handle) noexcept : handle_(handle) {}
+
+    kel_handle *handle_;
+};
+
+}  // namespace tarn
+
+#endif

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// A store: a file, or private memory, that tables lie in.
+#ifndef TARNBASE_TARN_STORE_HPP
+#define TARNBASE_TARN_STORE_HPP
+
+#include <string>
+#include <utility>
+
+#include "tarnbase/tarn/result.hpp"
+
+namespace tarn {
+
+/// Owns a mapped store. Move-only.
+/// Lifetime: its sessions must be gone before it.
+class store {
+ public:
+    store(store &&other) noexcept : store_(std::exchange(other.store_, nullptr)) {}
+    store &operator=(store &&other) noexcept {
+        std::swap(store_, other.store_);
+        return *this;
+    }
+    ~store() { kel_store_close(store_); }
+
+    /// Makes a store file. Errors: EEXIST it is there; as kel_store_create.
+    static result<store> try_create(const std::string &path,
+                                    const kel_store_options &options = {}) {
+        kel_store *made = nullptr;
+        return wrap(kel_store_create(path.c_str(), &options, &made), made);
+    }
+    /// Opens a store file. Errors: ENOENT there is none; as kel_store_open.
+    static result<store> try_open(const std::string &path) {
+        kel_store *made = nullptr;
+        return wrap(kel_store_open(path.c_str(), &made), made);
+    }
+    /// Opens a store file, or makes it if it isn't there.
+    static result<store> try_open_or_create(const std::string &path,
+                                            const kel_store_options &options = {}) {
+        kel_store *made = nullptr;
+        return wrap(kel_store_open_or_create(path.c_str(), &options, &made), made);
+    }
+    /// Makes a store in memory of this process, gone with the object.
+    static result<store> try_create_private(const kel_store_options &options = {}) {
+        kel_store *made = nullptr;
+        return wrap(kel_store_create_private(&options, &made), made);
+    }
+
+#if TARN_EXCEPTIONS
+    /// As try_create; throws.
+    static store create(const std::string &path, const kel_store_options &options = {}) {
+        return try_create(path, options).value();
+    }
+    /// As try_open; throws.
+    static store open(const std::string &path) { return try_open(path).value(); }
+    /// As try_open_or_create; throws.
+    static store open_or_create(const std::string &path, const kel_store_options &options = {}) {
+        return try_open_or_create(path, options).value();
+    }
+    /// As try_create_private; throws.
+    static store create_private(const kel_store_options &options = {}) {
+        return try_create_private(options).value();
+    }
+#endif
+
+    /// Returns: size, fill, transactions. Its path is null for a private store.
+    kel_store_description describe() const noexcept {
+        kel_store_description description = {};
+        kel_store_describe(store_, &description);
+        return description;
+    }
+
+    /// Returns: the store, for calls of the C interface.
+    kel_store *c_store() const noexcept { return store_; }
+
+ private:
+    explicit store(kel_store *made) noexcept : store_(made) {}
+    static result<store> wrap(std::uint32_t status, kel_store *made) {
+        if (status != 0) return detail::last_failure(status);
+        return store(made);
+    }
+
+    kel_store *store_;
+};
+
+}  // namespace tarn
+
+#endif

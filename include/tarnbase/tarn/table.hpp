@@ -1,0 +1,416 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// Tables: finding, walking, inserting and erasing records.
+#ifndef TARNBASE_TARN_TABLE_HPP
+#define TARNBASE_TARN_TABLE_HPP
+
+#include <cstring>
+#include <optional>
+
+#include "tarnbase/tarn/key.hpp"
+#include "tarnbase/tarn/range.hpp"
+#include "tarnbase/tarn/session.hpp"
+#include "tarnbase/tarn/transaction.hpp"
+#include "tarnbase/tarn/xml.hpp"
+
+namespace tarn {
+
+/// An open table of the class `Table`, which is made from the schema. A few words that
+/// refer to the table's block in the store: copying it copies no table.
+/// Lifetime: its session's.
+///
+/// Reads stay within the thread's tenant (tenant_scope), and within the source
+/// `source::standard` unless they are told another one.
+template <typename Table>
+class basic_table {
+ public:
+    using key_type = typename Table::key_type;
+    using record_type = basic_record<Table>;
+    using new_record_type = basic_new_record<Table>;
+    using iterator = basic_iterator<Table>;
+    using range = basic_range<Table>;
+
+    // ---- Opening. A table outlives every transaction, so it is opened in none.
+
+    /// Opens the table of this name. Errors: ENOENT there is none; E2BIG the name is too long.
+    static result<basic_table> try_open(const session &in, const std::string &name) {
+        return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
+            return Table::open(handle, KEL_TX_NONE, name.c_str(), 1, err);
+        });
+    }
+    /// Opens the table of this name, or makes it. Errors: E2BIG, ENOMEM.
+    static result<basic_table> try_open_or_create(const session &in, const std::string &name) {
+        return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
+            return Table::open(handle, KEL_TX_NONE, name.c_str(), 0, err);
+        });
+    }
+    /// Opens the table of this id. Error: ENOENT there is none.
+    static result<basic_table> try_open_id(const session &in, std::uint64_t id) {
+        return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
+            return Table::open_by_id(handle, KEL_TX_NONE, id, 1, err);
+        });
+    }
+    /// Opens the table of this id, or makes it. Error: ENOMEM.
+    static result<basic_table> try_open_or_create_id(const session &in, std::uint64_t id) {
+        return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
+            return Table::open_by_id(handle, KEL_TX_NONE, id, 0, err);
+        });
+    }
+    /// Refers to a table that was opened with the C interface.
+    basic_table(kel_handle *handle, kel_table *table) noexcept : handle_(handle), table_(table) {}
+
+    /// Returns: the name it was opened by; "" if by id.
+    const char *name() const noexcept { return table_->table_name; }
+    /// Returns: the id it was opened by; 0 if by name.
+    std::uint64_t id() const noexcept { return table_->table_id; }
+
+    // ---- Counting.
+
+    /// Returns: the records of the tenant, of all sources; of all tenants for tenant 0.
+    std::size_t size() const noexcept { return Table::count(handle_, tx_id(), table_); }
+    /// Returns: those of one source.
+    std::size_t size(source of) const noexcept {
+        return Table::count_by_src(handle_, tx_id(), table_, src(of));
+    }
+    bool empty() const noexcept { return size() == 0; }
+
+    // ---- Finding.
+
+    /// Returns: the record with this key, if there is one.
+    result<std::optional<record_type>> try_find(const key_type &key,
+                                                source of = source::standard) const {
+        std::uint32_t err = 0;
+        kel_record *found = search(key, of, 0, err);
+        if (err != 0) return detail::make_error(err, "searching in", Table::name);
+        return optional(found);
+    }
+#if TARN_EXCEPTIONS
+    /// As try_find; throws.
+    std::optional<record_type> find(const key_type &key, source of = source::standard) const {
+        std::uint32_t err = 0;
+        kel_record *found = search(key, of, 0, err);
+        detail::need(err, "searching in", Table::name);
+        return optional(found);
+    }
+#endif
+    /// Returns: whether there is a record with this key.
+    bool contains(const key_type &key, source of = source::standard) const {
+        std::uint32_t err = 0;
+        return search(key, of, 0, err) != nullptr;
+    }
+
+    // ---- Walking, in key order.
+
+    iterator begin() const { return iterator::first(handle_, table_, {}); }
+    iterator end() const noexcept { return {handle_, table_, nullptr, {}}; }
+    auto rbegin() const { return std::make_reverse_iterator(end()); }
+    auto rend() const { return std::make_reverse_iterator(begin()); }
+
+    /// Returns: the records that a selection meets.
+    range select(selection selected) const {
+        return {iterator::first(handle_, table_, selected), {handle_, table_, nullptr, selected}};
+    }
+    /// Returns: the records of one source.
+    range of_source(source of) const { return select({of, false, true}); }
+    /// Returns: the records of all sources.
+    range all_sources() const { return select({source::standard, true, true}); }
+    /// Returns: the records that don't await their destruction.
+    range not_pending(source of = source::standard) const { return select({of, false, false}); }
+    /// Returns: the records from a key on, whether it is there or not.
+    range from(const key_type &key, source of = source::standard) const {
+        return {lower_bound(key, of), {handle_, table_, nullptr, {of, false, true}}};
+    }
+
+    /// Returns: the first record whose key isn't before `key`.
+    iterator lower_bound(const key_type &key, source of = source::standard) const {
+        std::uint32_t err = 0;
+        return checked(search(key, of, 1, err), of, err);
+    }
+    /// Returns: the first record whose key is behind `key`.
+    iterator upper_bound(const key_type &key, source of = source::standard) const {
+        const probe wanted(handle_, key);
+        std::uint32_t err = wanted.error();
+        kel_record *found =
+            err != 0 ? nullptr
+                     : Table::next_by_key(handle_, tx_id(), table_, wanted.get(), src(of), &err);
+        return checked(found, of, err);
+    }
+
+    /// Calls `function` with each record of all tenants and sources; if it answers
+    /// something, false ends the walk. It may erase the record that it was handed. What
+    /// it throws ends the walk and comes out here.
+    template <typename Function>
+    result<void> try_walk(Function &&function) const {
+        walk_context<Function> context{handle_, detail::callback<Function>(function)};
+        std::uint32_t err = 0;
+        Table::walk(table_, walk_context<Function>::visit, &context, &err);
+        context.function.finish();
+        return detail::outcome(err, "walking", Table::name);
+    }
+
+    // ---- Changing.
+
+    /// Makes a record with an empty object, and an empty key object on a table with a key
+    /// structure. Error: ENOMEM.
+    result<new_record_type> try_make(source of = source::standard) const {
+        std::uint32_t err = 0;
+        kel_record *made = Table::create_record(handle_, tx_id(), src(of), &err);
+        if (made == nullptr) return detail::make_error(ENOMEM, making, Table::name);
+        new_record_type owner(handle_, made);
+        err = Table::attach_objects(handle_, tx_id(), made);
+        if (err != 0) return detail::make_error(err, making, Table::name);
+        return new_record_type(handle_, owner.release());
+    }
+    /// The same, with its key set.
+    result<new_record_type> try_make(const key_type &key, source of = source::standard) const {
+        result<new_record_type> made = try_make(of);
+        if (!made) return made;
+        const std::uint32_t err = Table::set_key(*made, made->c_record(), key);
+        if (err != 0) return detail::make_error(err, making, Table::name);
+        return made;
+    }
+
+    /// Puts a record in the table, which owns it from then on. On failure it stays the
+    /// caller's. Errors: EEXIST the key is there for this tenant and source; EINVAL the
+    /// record was moved from.
+    result<record_type> try_insert(new_record_type &&record) {
+        const std::uint32_t err = enter(record);
+        if (err != 0) return detail::make_error(err, inserting, Table::name);
+        return record_type(handle_, record.release());
+    }
+    /// Takes a record out of the table and destroys it.
+    /// Errors: ENOENT it isn't in; EINVAL the table is marked for replication.
+    result<void> try_erase(const record_type &record) {
+        return detail::outcome(remove(record.c_record()), erasing, Table::name);
+    }
+    /// Takes the record with this key out and destroys it. Returns: whether there was one.
+    result<bool> try_erase(const key_type &key, source of = source::standard) {
+        std::uint32_t err = 0;
+        kel_record *found = search(key, of, 0, err);
+        if (err == 0 && found != nullptr) err = remove(found);
+        if (err != 0) return detail::make_error(err, erasing, Table::name);
+        return found != nullptr;
+    }
+    /// Takes the record at an iterator out and destroys it. Returns: the next one.
+    result<iterator> try_erase(iterator at) {
+        const iterator victim = at++;
+        const std::uint32_t err = remove((*victim).c_record());
+        if (err != 0) return detail::make_error(err, erasing, Table::name);
+        return at;
+    }
+    /// Erases the records that `condition` holds for, of those that a walk from begin()
+    /// meets. Returns: how many there were.
+    template <typename Condition>
+    result<std::size_t> try_erase_if(Condition &&condition) {
+        std::size_t erased = 0;
+        for (iterator at = begin(); at != end();) {
+            const iterator here = at++;
+            const record_type record = *here;
+            if (!condition(record)) continue;
+            const std::uint32_t err = remove(record.c_record());
+            if (err != 0) return detail::make_error(err, erasing, Table::name);
+            ++erased;
+        }
+        return erased;
+    }
+    /// Takes a record out of the table. Returns: the record, the caller's.
+    result<new_record_type> try_extract(const record_type &record) {
+        std::uint32_t err = 0;
+        Table::remove(handle_, tx_id(), table_, record.c_record(), &err);
+        if (err != 0) return detail::make_error(err, "taking a record out of", Table::name);
+        return new_record_type(handle_, record.c_record());
+    }
+
+    // ---- Reading other forms.
+
+    /// Makes a record from a document, or from an element of it. Fields without an
+    /// element stay as they were made.
+    template <typename Document>
+    result<new_record_type> try_from_xml(const Document &document,
+                                         source of = source::standard) const {
+        result<new_record_type> made = try_make(of);
+        if (!made) return made;
+        const result<void> done = Table::read_xml(*made, made->c_record(), document.c_document());
+        if (!done) return done.error();
+        return made;
+    }
+    /// Makes a record from its wire form. Errors: EMSGSIZE too few bytes; EINVAL the frame
+    /// is another table's.
+    result<new_record_type> try_from_wire(byte_range wire) const {
+        if (wire.size() < frame_size)
+            return detail::make_error(EMSGSIZE, reading_wire, Table::name);
+        if (std::memcmp(wire.data() + KEL_MESSAGE_HEADER_SIZE, Table::luid(), luid_size) != 0)
+            return error(EINVAL, std::string(reading_wire) + " " + Table::name +
+                                     ": the frame is another table's");
+        kel_record *made = nullptr;
+        std::uint32_t err = 0;
+        Table::unmarshal(handle_, tx_id(), &made, wire.data(),
+                         static_cast<std::uint32_t>(wire.size()), 0, &err);
+        if (made == nullptr) return detail::make_error(err, reading_wire, Table::name);
+        new_record_type owner(handle_, made);
+        if (err != 0) return detail::make_error(err, reading_wire, Table::name);
+        return new_record_type(handle_, owner.release());
+    }
+
+#if TARN_EXCEPTIONS
+    /// As try_open; throws.
+    static basic_table open(const session &in, const std::string &name) {
+        return try_open(in, name).value();
+    }
+    /// As try_open_or_create; throws.
+    static basic_table open_or_create(const session &in, const std::string &name) {
+        return try_open_or_create(in, name).value();
+    }
+    /// As try_open_id; throws.
+    static basic_table open_id(const session &in, std::uint64_t id) {
+        return try_open_id(in, id).value();
+    }
+    /// As try_open_or_create_id; throws.
+    static basic_table open_or_create_id(const session &in, std::uint64_t id) {
+        return try_open_or_create_id(in, id).value();
+    }
+    /// As try_walk; throws.
+    template <typename Function>
+    void walk(Function &&function) const {
+        try_walk(std::forward<Function>(function)).value();
+    }
+    /// As try_make; throws.
+    new_record_type make(source of = source::standard) const { return try_make(of).value(); }
+    new_record_type make(const key_type &key, source of = source::standard) const {
+        return try_make(key, of).value();
+    }
+    /// As try_insert; throws.
+    record_type insert(new_record_type &&record) {
+        detail::need(enter(record), inserting, Table::name);
+        return {handle_, record.release()};
+    }
+    /// As try_erase; throws.
+    void erase(const record_type &record) {
+        detail::need(remove(record.c_record()), erasing, Table::name);
+    }
+    bool erase(const key_type &key, source of = source::standard) {
+        return try_erase(key, of).value();
+    }
+    iterator erase(iterator at) { return try_erase(at).value(); }
+    /// As try_erase_if; throws.
+    template <typename Condition>
+    std::size_t erase_if(Condition &&condition) {
+        return try_erase_if(std::forward<Condition>(condition)).value();
+    }
+    /// As try_extract; throws.
+    new_record_type extract(const record_type &record) { return try_extract(record).value(); }
+    /// As try_from_xml; throws.
+    template <typename Document>
+    new_record_type from_xml(const Document &document, source of = source::standard) const {
+        return try_from_xml(document, of).value();
+    }
+    /// As try_from_wire; throws.
+    new_record_type from_wire(byte_range wire) const { return try_from_wire(wire).value(); }
+#endif
+
+    /// Returns: the table's block, for calls of the C interface.
+    kel_table *c_table() const noexcept { return table_; }
+
+ private:
+    using probe = typename Table::probe;
+
+    static constexpr const char *making = "making a record of";
+    static constexpr const char *inserting = "inserting in";
+    static constexpr const char *erasing = "erasing from";
+    static constexpr const char *reading_wire = "reading the wire form of";
+    static constexpr std::size_t luid_size = 16;
+    static constexpr std::size_t frame_size = KEL_MESSAGE_HEADER_SIZE + luid_size;
+
+    template <typename Function>
+    struct walk_context {
+        kel_handle *handle;
+        detail::callback<Function> function;
+
+        static std::uint32_t visit(kel_record *record, void *context) {
+            auto &self = *static_cast<walk_context *>(context);
+            return detail::callback<Function>::run(&self.function,
+                                                   record_type(self.handle, record));
+        }
+    };
+
+    template <typename Open>
+    static result<basic_table> wrap(const session &in, Open open) {
+        std::uint32_t err = 0;
+        kel_table *table = open(in.c_handle(), &err);
+        if (table == nullptr)
+            return detail::make_error(err != 0 ? err : ENOENT, "opening a", Table::name);
+        return basic_table(in.c_handle(), table);
+    }
+
+    static std::uint32_t src(source of) noexcept { return static_cast<std::uint32_t>(of); }
+    std::uint32_t tx_id() const noexcept { return handle_->cr_tx_id; }
+
+    kel_record *search(const key_type &key, source of, std::uint32_t nearest,
+                       std::uint32_t &err) const {
+        const probe wanted(handle_, key);
+        err = wanted.error();
+        if (err != 0) return nullptr;
+        return Table::search(handle_, tx_id(), table_, wanted.get(), nearest, 1, src(of), 0, &err);
+    }
+    std::optional<record_type> optional(kel_record *found) const noexcept {
+        if (found == nullptr) return std::nullopt;
+        return record_type(handle_, found);
+    }
+    iterator checked(kel_record *found, source of, std::uint32_t err) const {
+        if (err != 0) {
+#if TARN_EXCEPTIONS
+            detail::fail(err, "searching in", Table::name);
+#else
+            kel_store_err(handle_, err);
+#endif
+        }
+        return {handle_, table_, found, {of, false, true}};
+    }
+    std::uint32_t enter(const new_record_type &record) {
+        if (!record) return EINVAL;
+        std::uint32_t err = 0;
+        Table::insert(handle_, tx_id(), table_, record.c_record(), &err);
+        return err;
+    }
+    std::uint32_t remove(kel_record *record) {
+        std::uint32_t err = 0;
+        Table::remove(handle_, tx_id(), table_, record, &err);
+        if (err == 0) Table::destroy_record(handle_, tx_id(), record, &err);
+        return err;
+    }
+
+    kel_handle *handle_;
+    kel_table *table_;
+};
+
+/// Made from the schema: the class of the table that holds a structure's objects.
+template <typename View>
+struct table_of;
+
+namespace detail {
+
+template <typename T, typename = void>
+struct table_class {
+    using type = typename table_of<T>::type;
+};
+template <typename T>
+struct table_class<T, std::void_t<typename T::key_type>> {
+    using type = T;
+};
+
+}  // namespace detail
+
+/// The table of a structure, `table<ldap_conn>`; of a structure that several tables hold,
+/// a table by its own name, `table<tbl_ldap_conn>`.
+template <typename T>
+using table = basic_table<typename detail::table_class<T>::type>;
+/// Its records.
+template <typename T>
+using record = basic_record<typename detail::table_class<T>::type>;
+/// Its records that are yet to be inserted.
+template <typename T>
+using new_record = basic_new_record<typename detail::table_class<T>::type>;
+
+}  // namespace tarn
+
+#endif

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// Tenants and sources: the first and the last part of every table's key order.
+#ifndef TARNBASE_TARN_TENANT_HPP
+#define TARNBASE_TARN_TENANT_HPP
+
+#include <cstdint>
+
+#include "tarnbase/embedded.h"
+#include "tarnbase/record.h"
+#include "tarnbase/runtime.h"
+
+namespace tarn {
+
+/// Where a record came from. Any byte is one.
+enum class source : std::uint8_t {
+    standard = KEL_SOURCE_DEFAULT,  ///< of a record unless another is given
+    shadow = KEL_SOURCE_SHADOW,     ///< of a key's shadow
+};
+
+/// Works for a tenant until the end of the scope, in this thread: records are made for
+/// it, and reads stay within it.
+class tenant_scope {
+ public:
+    explicit tenant_scope(std::uint16_t tenant) noexcept {
+        mt_get_tenant_id(&before_);
+        kel_thread_set_tenant(tenant);
+    }
+    tenant_scope(const tenant_scope &) = delete;
+    tenant_scope &operator=(const tenant_scope &) = delete;
+    ~tenant_scope() { kel_thread_set_tenant(before_); }
+
+ private:
+    std::uint16_t before_ = 0;
+};
+
+}  // namespace tarn
+
+#endif

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// A transaction: changes that are made as a whole or not at all.
+#ifndef TARNBASE_TARN_TRANSACTION_HPP
+#define TARNBASE_TARN_TRANSACTION_HPP
+
+#include "tarnbase/tarn/session.hpp"
+
+namespace tarn {
+
+/// Owns an open transaction and rolls it back unless it was committed. Move-only.
+/// While it is open, all changes through its session belong to it.
+class transaction {
+ public:
+#if TARN_EXCEPTIONS
+    explicit transaction(session &in) : transaction(try_begin(in).value()) {}
+#endif
+    transaction(transaction &&other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    transaction &operator=(transaction &&other) noexcept {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
+    ~transaction() {
+        if (is_open()) end(kel_transaction_rollback);
+    }
+
+    /// Begins one. Errors: EBUSY the session has one open; EAGAIN too many are open.
+    static result<transaction> try_begin(session &in) {
+        kel_handle *handle = in.c_handle();
+        if (handle->cr_tx_id != KEL_TX_NONE)
+            return error(EBUSY, "beginning a transaction: the session has one open");
+        std::uint32_t id = KEL_TX_NONE;
+        const std::uint32_t status = kel_transaction_begin(handle, &id);
+        if (status != 0) return detail::last_failure(status);
+        handle->cr_tx_id = id;
+        return transaction(handle);
+    }
+
+    /// Makes the changes permanent. Error: EINVAL it isn't open.
+    result<void> try_commit() { return finish(kel_transaction_commit, "committing"); }
+    /// Takes the changes back. Records and views of them are gone with them.
+    /// Errors: EINVAL it isn't open; ENOSPC the store had no room to log all of it.
+    result<void> try_rollback() { return finish(kel_transaction_rollback, "rolling back"); }
+
+#if TARN_EXCEPTIONS
+    /// As try_commit; throws.
+    void commit() { try_commit().value(); }
+    /// As try_rollback; throws.
+    void rollback() { try_rollback().value(); }
+#endif
+
+    bool is_open() const noexcept { return handle_ != nullptr; }
+
+ private:
+    using operation = std::uint32_t(kel_handle *, std::uint32_t);
+
+    explicit transaction(kel_handle *handle) noexcept : handle_(handle) {}
+
+    std::uint32_t end(operation *how) noexcept {
+        const std::uint32_t id = std::exchange(handle_->cr_tx_id, KEL_TX_NONE);
+        return how(std::exchange(handle_, nullptr), id);
+    }
+    result<void> finish(operation *how, const char *doing) {
+        if (!is_open()) return error(EINVAL, std::string(doing) + ": the transaction isn't open");
+        const std::uint32_t status = end(how);
+        if (status != 0) return detail::last_failure(status);
+        return {};
+    }
+
+    kel_handle *handle_;  // null once it has ended
+};
+
+}  // namespace tarn
+
+#endif

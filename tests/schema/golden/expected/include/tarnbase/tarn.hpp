@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+// Made by tarnc from sample.tarn; changes belong there.
+/// @file
+/// The whole C++ interface. Include the headers of the tables that you use where compile
+/// time matters: `tarnbase/tarn/tables/<name>.hpp`.
+#ifndef TARNBASE_TARN_HPP
+#define TARNBASE_TARN_HPP
+
+#include "tarnbase/tarn/store.hpp"
+#include "tarnbase/tarn/table.hpp"
+#include "tarnbase/tarn/transaction.hpp"
+#include "tarnbase/tarn/enums/color.hpp"
+#include "tarnbase/tarn/types/corner.hpp"
+#include "tarnbase/tarn/types/shape.hpp"
+#include "tarnbase/tarn/types/shape_key.hpp"
+#include "tarnbase/tarn/tables/shape.hpp"
+#include "tarnbase/tarn/tables/layer_shape.hpp"
+
+#endif

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+// Made by tarnc from {{origin}}; changes belong there.
+/// @file
+/// The whole C++ interface. Include the headers of the tables that you use where compile
+/// time matters: `tarnbase/tarn/tables/<name>.hpp`.
+#ifndef TARNBASE_TARN_HPP
+#define TARNBASE_TARN_HPP
+
+#include "tarnbase/tarn/store.hpp"
+#include "tarnbase/tarn/table.hpp"
+#include "tarnbase/tarn/transaction.hpp"
+{{#face_enumerations}}
+#include "tarnbase/tarn/enums/{{face}}.hpp"
+{{/face_enumerations}}
+{{#face_structures}}
+#include "tarnbase/tarn/types/{{face}}.hpp"
+{{/face_structures}}
+{{#face_tables}}
+#include "tarnbase/tarn/tables/{{file}}.hpp"
+{{/face_tables}}
+
+#endif
