@@ -8,9 +8,11 @@
 #include <cstddef>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "terminal/screen.h"
+#include "terminal/style.h"
 
 namespace tarnctl {
 
@@ -24,15 +26,27 @@ class Grid {
     explicit Grid(std::vector<GridColumn> columns) : columns_(std::move(columns)) {}
 
     // One cell a column, any text: what isn't safe to print is escaped when it is printed. Cells
-    // that are missing at the end are empty.
-    void add(std::vector<std::string> cells);
+    // that are missing at the end are empty. `style` is bold, dim, red, ... for the whole row.
+    void add(std::vector<std::string> cells, Style style = nullptr);
     std::size_t rows() const { return rows_.size(); }
+    // Leaves out the last columns, but none of the first `kept`, until the rest fit the screen
+    // uncut. Returns how many were left out.
+    std::size_t leave_out_to_fit(std::size_t kept, const Screen &screen);
     // The titles, and a line for each row.
     void print(std::ostream &out, const Screen &screen) const;
 
  private:
+    struct Row {
+        std::vector<std::string> cells;
+        Style style;
+    };
+
+    std::vector<std::size_t> widths(const Screen &screen) const;
+    void print_row(std::ostream &out, const Row &row, const std::vector<std::size_t> &widths,
+                   const Screen &screen) const;
+
     std::vector<GridColumn> columns_;
-    std::vector<std::vector<std::string>> rows_;
+    std::vector<Row> rows_;
 };
 
 }  // namespace tarnctl

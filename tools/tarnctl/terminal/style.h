@@ -11,6 +11,9 @@
 
 namespace tarnctl {
 
+// What a style is, where one is chosen.
+using Style = std::string (*)(std::string_view text, const Screen &screen);
+
 std::string bold(std::string_view text, const Screen &screen);
 std::string dim(std::string_view text, const Screen &screen);
 std::string red(std::string_view text, const Screen &screen);

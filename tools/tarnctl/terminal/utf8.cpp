@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "terminal/utf8.h"
+
+namespace tarnctl {
+namespace {
+
+struct Lead {
+    std::size_t length;
+    unsigned char bits;  // those of the code that stand in the first byte
+    char32_t smallest;   // what a shorter form couldn't hold
+};
+
+Lead lead_of(unsigned char byte) {
+    if (byte < 0x80) return {1, byte, 0};
+    if ((byte & 0xe0) == 0xc0) return {2, static_cast<unsigned char>(byte & 0x1f), 0x80};
+    if ((byte & 0xf0) == 0xe0) return {3, static_cast<unsigned char>(byte & 0x0f), 0x800};
+    if ((byte & 0xf8) == 0xf0) return {4, static_cast<unsigned char>(byte & 0x07), 0x10000};
+    return {0, 0, 0};
+}
+
+}  // namespace
+
+Utf8Character first_utf8(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text.front());
+    const Utf8Character invalid{first, 1, false};
+    const Lead lead = lead_of(first);
+    if (lead.length == 0 || lead.length > text.size()) return invalid;
+    char32_t code = lead.bits;
+    for (std::size_t i = 1; i < lead.length; ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if ((byte & 0xc0) != 0x80) return invalid;
+        code = (code << 6) | (byte & 0x3fU);
+    }
+    const bool surrogate = code >= 0xd800 && code <= 0xdfff;
+    if (code < lead.smallest || code > 0x10ffff || surrogate) return invalid;
+    return {code, lead.length, true};
+}
+
+bool is_utf8(std::string_view text) {
+    while (!text.empty()) {
+        const Utf8Character character = first_utf8(text);
+        if (!character.valid) return false;
+        text.remove_prefix(character.length);
+    }
+    return true;
+}
+
+}  // namespace tarnctl
