@@ -65,7 +65,10 @@ TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
 /* As kel_store_open, or kel_store_create if the file isn't there. */
 TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
                                                kel_store **store);
-/* Makes a store in anonymous memory, gone when it is closed. */
+/*
+ * Makes a store in anonymous memory, gone when it is closed.
+ * Errors: as kel_store_create, but for the file; ENOMEM.
+ */
 TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options, kel_store **store);
 /* Unmaps a store. Its handles must be gone. Null is accepted. */
 TARNBASE_API void kel_store_close(kel_store *store);
@@ -87,6 +90,7 @@ TARNBASE_API void kel_store_fail_allocation(kel_store *store, uint64_t n);
 /*
  * Makes a handle on a store: tracking off, no transaction for `_cr` forms.
  * `store_types_enabled` nonzero: objects get the store's own descriptors.
+ * Errors: EINVAL `store` is null; ENOMEM.
  */
 TARNBASE_API uint32_t kel_handle_create(kel_store *store, uint32_t store_types_enabled,
                                         kel_handle **handle);
@@ -99,10 +103,14 @@ TARNBASE_API void kel_handle_set_state_tracking(kel_handle *handle, uint32_t mod
 /*
  * Sets the variant of a type in the handle's domain, which otherwise answers the
  * highest variant of each type. The type is recognised by its LUID.
+ * Errors: EINVAL `descriptor` is null; ENOMEM.
  */
 TARNBASE_API uint32_t kel_handle_set_variant(kel_handle *handle, const kel_type_info *descriptor,
                                              int8_t variant);
-/* Size of the handle's workspace for clones, in bytes; 1 MiB at first, 0 for none. */
+/*
+ * Size of the handle's workspace for clones, in bytes; 1 MiB at first, 0 for none.
+ * Error ENOMEM: the workspace stays as it was.
+ */
 TARNBASE_API uint32_t kel_handle_set_workspace(kel_handle *handle, uint32_t length);
 
 /* ---- Transactions ------------------------------------------------------ */
@@ -114,7 +122,9 @@ TARNBASE_API uint32_t kel_transaction_commit(kel_handle *handle, uint32_t tx_id)
 /*
  * Takes the changes of a transaction back: every byte of the store that was
  * announced to a log hook is as it was, blocks allocated go back, blocks freed
- * are still there. Error EINVAL: it isn't open.
+ * are still there.
+ * Errors: EINVAL it isn't open; ENOSPC the store had no room for the whole log, so that
+ * the transaction's oldest changes are taken back and later ones stay.
  */
 TARNBASE_API uint32_t kel_transaction_rollback(kel_handle *handle, uint32_t tx_id);
 
@@ -191,7 +201,10 @@ TARNBASE_API void kel_trace_set_sink(kel_trace_sink sink, void *context);
 
 /* ---- Object identity --------------------------------------------------- */
 
-/* Maps an object: sets OBJ_OID_MAPPED and stores its OID through `oid`. */
+/*
+ * Maps an object: sets OBJ_OID_MAPPED and stores its OID through `oid`.
+ * Errors: EINVAL `object` is null; EEXIST it is mapped; ENOMEM.
+ */
 TARNBASE_API uint32_t kel_object_map(kel_handle *handle, uint32_t tx_id, void *object,
                                      uint64_t *oid);
 /* Adds a reference to a mapped object. Error ENOENT: no such OID. */
