@@ -48,6 +48,7 @@ Context context_of(const Schema &schema, const Structure &structure) {
     context.set("module", schema.module);
     context.set("origin", origin(schema, structure.place));
     context.set("meaning", structure.meaning);
+    context.set("digest", structure.identity.digest);
     context.set("quoted_meaning", quoted(structure.meaning));
     context.set("model", "tarn::model::" + structure.name);
     context.set("plain_size", text(structure.plain_size));
@@ -88,6 +89,7 @@ Context context_of(const Schema &schema, const Enumeration &enumeration) {
     context.set("module", schema.module);
     context.set("origin", origin(schema, enumeration.place));
     context.set("meaning", enumeration.meaning);
+    context.set("digest", enumeration.identity.digest);
     context.set("quoted_meaning", quoted(enumeration.meaning));
     context.set("model", "tarn::model::" + enumeration.name);
     context.set("first_user_value", text(enumeration.enumerators.front().value));

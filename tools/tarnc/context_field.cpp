@@ -66,6 +66,11 @@ std::string written_type(const Field &field) {
                                           : field.type;
 }
 
+// "time left [seconds]"
+std::string meaning_and_unit(const Field &field) {
+    return field.unit.empty() ? field.meaning : field.meaning + " [" + field.unit + "]";
+}
+
 // A field as its header tells it: type, name and meaning in columns.
 std::string field_line(const Structure &structure, const Field &field) {
     std::size_t type_width = 0;
@@ -75,7 +80,7 @@ std::string field_line(const Structure &structure, const Field &field) {
         name_width = std::max(name_width, each.name.size());
     }
     return padded(written_type(field), type_width + 1) + padded(field.name, name_width + 2) +
-           field.meaning;
+           meaning_and_unit(field);
 }
 
 std::string layout_line(const Field &field) {
@@ -97,8 +102,9 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
             : "";
     Context context;
     context.set("field", field.name);
-    context.set("heading", "`" + field.name + "`: " + field.meaning + "." + variant_note);
+    context.set("heading", "`" + field.name + "`: " + meaning_and_unit(field) + "." + variant_note);
     context.set("quoted_meaning", quoted(field.meaning));
+    context.set("quoted_unit", quoted(field.unit));
     context.set("field_type", field.type);
     context.set("number", text(field.number));
     context.set("model_field",

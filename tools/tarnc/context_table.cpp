@@ -139,6 +139,8 @@ Context context_of(const Schema &schema, const Table &table) {
     context.set("key", table.key());
     context.set("key_label", table.key_label());
     context.set("luid", table.identity.luid);
+    context.set("digest", table.identity.digest);
+    context.set("record_digest", table.record_identity.digest);
     context.set("luid_bytes", bytes_of(table.identity.luid));
     set_key(context, table);
     context.set("introduction", introduction(table));

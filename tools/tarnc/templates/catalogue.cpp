@@ -15,7 +15,7 @@ static constexpr Enumerator {{enum}}_enumerators[] = {
 {{/enumerators}}
 };
 static constexpr Enumeration {{enum}} = {"{{enum}}", "{{quoted_meaning}}",
-    &_{{enum}}_type_info_internal, {{enum}}_enumerators};
+    &_{{enum}}_type_info_internal, "{{digest}}", "{{origin}}", {{enum}}_enumerators};
 
 {{/enumerations}}
 {{#structures}}
@@ -25,7 +25,7 @@ extern const Structure {{type}};
 {{#structures}}
 static constexpr Field {{type}}_fields[] = {
 {{#fields}}
-    {"{{field}}", "{{quoted_meaning}}", "{{field_type}}", Kind::{{catalogue_kind}}, {{first_variant}}, {{elements}},
+    {"{{field}}", "{{quoted_meaning}}", "{{quoted_unit}}", "{{field_type}}", Kind::{{catalogue_kind}}, {{first_variant}}, {{elements}},
      {{enumeration}}, {{structure}},
 {{#array}}
      array_field<{{type}}_{{field}}_get, {{type}}_{{field}}_get_value, {{type}}_{{field}}_set_value,
@@ -45,6 +45,8 @@ constexpr Structure {{type}} = {
     .meaning = "{{quoted_meaning}}",
     .origin = "{{origin}}",
     .descriptor = &_{{type}}_type_info_internal,
+    .digest = "{{digest}}",
+    .state_length = {{state_length}},
     .fields = {{type}}_fields,
     .create = erase<{{type}}_create>,
     .destroy = erase<{{type}}_destroy>,
@@ -64,6 +66,8 @@ static constexpr Table {{table}} = {
     .name = "{{table}}",
     .meaning = "{{quoted_meaning}}",
     .origin = "{{origin}}",
+    .digest = "{{digest}}",
+    .record_digest = "{{record_digest}}",
     .luid = table_{{table}}_luid,
     .descriptor = &_{{table}}_table_type_info_internal,
     .record_descriptor = &_{{table}}_table_record_type_info_internal,

@@ -40,6 +40,8 @@ struct Enumeration {
     std::string_view name;
     std::string_view meaning;
     const kel_type_info *descriptor;
+    std::string_view digest;  // the identity that changes with the enumerators
+    std::string_view origin;  // the schema file
     std::span<const Enumerator> enumerators;
 };
 
@@ -64,6 +66,7 @@ struct FieldFunctions {
 struct Field {
     std::string_view name;
     std::string_view meaning;
+    std::string_view unit;  // of a number, where it is fixed; else empty
     std::string_view type;  // as the schema names it: "u_int32", "kel_vstring", "st_aaa_type"
     Kind kind;
     int first_variant;               // 0, or the variant that brought the field
@@ -82,6 +85,8 @@ struct Structure {
     std::string_view meaning;
     std::string_view origin;  // the schema file
     const kel_type_info *descriptor;
+    std::string_view digest;  // the identity that changes with the fields
+    uint32_t state_length;    // bytes of the state block
     std::span<const Field> fields;
 
     void *(*create)(kel_handle *handle, uint32_t tx_id);
@@ -110,8 +115,10 @@ struct Structure {
 struct Table {
     std::string_view name;
     std::string_view meaning;
-    std::string_view origin;  // the schema file
-    const uint8_t *luid;      // 16 bytes
+    std::string_view origin;         // the schema file
+    std::string_view digest;         // the identity that changes with the key and the type
+    std::string_view record_digest;  // likewise, of the records
+    const uint8_t *luid;             // 16 bytes
     const kel_type_info *descriptor;
     const kel_type_info *record_descriptor;
     const Structure *type;

@@ -13,18 +13,18 @@ static constexpr Enumerator color_enumerators[] = {
     {"COLOR_BLUE", 2, ""},
 };
 static constexpr Enumeration color = {"color", "what a shape is painted with",
-    &_color_type_info_internal, color_enumerators};
+    &_color_type_info_internal, "b60a53e3e29316a97552a5f0bbcaeade", "shapes.tarn", color_enumerators};
 
 extern const Structure st_corner;
 extern const Structure st_shape;
 extern const Structure shape_key;
 
 static constexpr Field st_corner_fields[] = {
-    {"x", "to the right", "int64", Kind::int64, 0, 0,
+    {"x", "to the right", "millimetres", "int64", Kind::int64, 0, 0,
      nullptr, nullptr,
      value_field<st_corner_x_get, st_corner_x_set, st_corner_x_get_value,
                  st_corner_x_set_value, st_corner_x_state_flag_get>},
-    {"register", "its name is a keyword of C", "u_int8", Kind::u_int8, 0, 0,
+    {"register", "its name is a keyword of C", "", "u_int8", Kind::u_int8, 0, 0,
      nullptr, nullptr,
      value_field<st_corner_register_get, st_corner_register_set, st_corner_register_get_value,
                  st_corner_register_set_value, st_corner_register_state_flag_get>},
@@ -34,6 +34,8 @@ constexpr Structure st_corner = {
     .meaning = "where two lines meet",
     .origin = "shapes.tarn",
     .descriptor = &_st_corner_type_info_internal,
+    .digest = "c63a961a1db4582ec26fe83396f54aa1",
+    .state_length = 2,
     .fields = st_corner_fields,
     .create = erase<st_corner_create>,
     .destroy = erase<st_corner_destroy>,
@@ -48,26 +50,26 @@ constexpr Structure st_corner = {
 };
 
 static constexpr Field st_shape_fields[] = {
-    {"sides", "sides of the shape", "u_int8", Kind::u_int8, 0, 0,
+    {"sides", "sides of the shape", "", "u_int8", Kind::u_int8, 0, 0,
      nullptr, nullptr,
      value_field<st_shape_sides_get, st_shape_sides_set, st_shape_sides_get_value,
                  st_shape_sides_set_value, st_shape_sides_state_flag_get>},
-    {"number", "number of the shape; a key", "u_int32", Kind::u_int32, 0, 0,
+    {"number", "number of the shape; a key", "", "u_int32", Kind::u_int32, 0, 0,
      nullptr, nullptr,
      value_field<st_shape_number_get, st_shape_number_set, st_shape_number_get_value,
                  st_shape_number_set_value, st_shape_number_state_flag_get>},
-    {"color", "named as its type", "color", Kind::enumeration, 0, 0,
+    {"color", "named as its type", "", "color", Kind::enumeration, 0, 0,
      &color, nullptr,
      value_field<st_shape_color_get, st_shape_color_set, st_shape_color_get_value,
                  st_shape_color_set_value, st_shape_color_state_flag_get>},
-    {"first", "the corner to begin at", "st_corner", Kind::structure, 0, 0,
+    {"first", "the corner to begin at", "", "st_corner", Kind::structure, 0, 0,
      nullptr, &st_corner,
      object_field<st_shape_first_get, st_shape_first_set, st_shape_first_state_flag_get>},
-    {"pattern", "how the sides are dashed", "u_int8", Kind::array, 0, 4,
+    {"pattern", "how the sides are dashed", "", "u_int8", Kind::array, 0, 4,
      nullptr, nullptr,
      array_field<st_shape_pattern_get, st_shape_pattern_get_value, st_shape_pattern_set_value,
                  st_shape_pattern_state_flag_whole_get>},
-    {"filled", "whether the inside is painted", "kel_boolean", Kind::boolean, 1, 0,
+    {"filled", "whether the inside is painted", "", "kel_boolean", Kind::boolean, 1, 0,
      nullptr, nullptr,
      value_field<st_shape_filled_get, st_shape_filled_set, st_shape_filled_get_value,
                  st_shape_filled_set_value, st_shape_filled_state_flag_get>},
@@ -77,6 +79,8 @@ constexpr Structure st_shape = {
     .meaning = "a shape on a plane",
     .origin = "shapes.tarn",
     .descriptor = &_st_shape_type_info_internal,
+    .digest = "b177e795d6bccde16c56572f9de950d6",
+    .state_length = 12,
     .fields = st_shape_fields,
     .create = erase<st_shape_create>,
     .destroy = erase<st_shape_destroy>,
@@ -91,10 +95,10 @@ constexpr Structure st_shape = {
 };
 
 static constexpr Field shape_key_fields[] = {
-    {"layer", "the layer's name", "kel_vstring", Kind::vstring, 0, 0,
+    {"layer", "the layer's name", "", "kel_vstring", Kind::vstring, 0, 0,
      nullptr, nullptr,
      object_field<shape_key_layer_get, shape_key_layer_set, shape_key_layer_state_flag_get>},
-    {"owner", "the machine that draws it", "ip_address", Kind::address, 0, 0,
+    {"owner", "the machine that draws it", "", "ip_address", Kind::address, 0, 0,
      nullptr, nullptr,
      object_field<shape_key_owner_get, shape_key_owner_set, shape_key_owner_state_flag_get>},
 };
@@ -103,6 +107,8 @@ constexpr Structure shape_key = {
     .meaning = "names a shape among its layer's",
     .origin = "shapes.tarn",
     .descriptor = &_shape_key_type_info_internal,
+    .digest = "04657179d584b4e8267620a35b876f0d",
+    .state_length = 10,
     .fields = shape_key_fields,
     .create = erase<shape_key_create>,
     .destroy = erase<shape_key_destroy>,
@@ -120,6 +126,8 @@ static constexpr Table tbl_shape = {
     .name = "tbl_shape",
     .meaning = "the shapes by number",
     .origin = "shapes.tarn",
+    .digest = "cc8044901774a7ab87899bd472335a43",
+    .record_digest = "46541d967ec21fe999da3e05d3b69e03",
     .luid = table_tbl_shape_luid,
     .descriptor = &_tbl_shape_table_type_info_internal,
     .record_descriptor = &_tbl_shape_table_record_type_info_internal,
@@ -156,6 +164,8 @@ static constexpr Table tbl_layer_shape = {
     .name = "tbl_layer_shape",
     .meaning = "the shapes by layer and owner",
     .origin = "shapes.tarn",
+    .digest = "40a44263ca6a39163a2daf60464c7d69",
+    .record_digest = "74407e7a6aee070a54cc21811686487e",
     .luid = table_tbl_layer_shape_luid,
     .descriptor = &_tbl_layer_shape_table_type_info_internal,
     .record_descriptor = &_tbl_layer_shape_table_record_type_info_internal,

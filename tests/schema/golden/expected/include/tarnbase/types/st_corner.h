@@ -3,7 +3,7 @@
 /*
  * st_corner: where two lines meet.
  *
- *   int64  x         to the right
+ *   int64  x         to the right [millimetres]
  *   u_int8 register  its name is a keyword of C
  */
 #ifndef TARNBASE_TYPES_st_corner_H
@@ -256,7 +256,7 @@ TARNBASE_API void st_corner_from_xml(kel_handle *handle, uint32_t tx_id, const c
                                      char *message, uint32_t message_len);
 
 /*
- * `x`: to the right.
+ * `x`: to the right [millimetres].
  * Returns: access to the field, inside the object; null on failure.
  * Errors: 43 the field is beyond the object's variant.
  */
