@@ -46,6 +46,9 @@ class Value {
     // False if the object's variant is too old for the field: it has no such value.
     bool present() const { return object_ != nullptr; }
     const Field &field() const { return *field_; }
+    // Its path as text.
+    const std::string &name() const { return name_; }
+    bool is_whole_array() const { return whole_array_; }
 
     uint64_t number(uint32_t index = 0) const;  // of a field that has a plain value
     std::string_view bytes() const;             // of a string; valid until the string is set

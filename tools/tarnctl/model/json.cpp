@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "model/json.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "base/failure.h"
+#include "tarnbase/embedded.h"
+#include "terminal/utf8.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr std::string_view hex_digits = "0123456789abcdef";
+
+std::string hex_of(std::string_view bytes) {
+    std::string digits;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        digits += {hex_digits[byte >> 4U], hex_digits[byte & 15U]};
+    }
+    return digits;
+}
+
+Json json_of_number(const Field &field, uint64_t number) {
+    if (field.kind == Kind::boolean) return number != 0;
+    if (field.kind == Kind::enumeration) {
+        const Enumerator *found = enumerator_of(*field.enumeration, static_cast<uint32_t>(number));
+        if (found != nullptr) return found->name;
+    }
+    if (field.is_signed()) return static_cast<int64_t>(number);
+    return number;
+}
+
+Path path_of(const Field &field) { return {{&field}, 0, field.kind == Kind::array}; }
+
+void *inner_object(const Field &field, kel_handle *handle, uint32_t tx_id, void *object) {
+    uint32_t err = 0;
+    return field.call.get(handle, tx_id, object, 0, &err);
+}
+
+Json json_of_object(kel_handle *handle, void *object, const Structure &structure) {
+    if (object == nullptr) return nullptr;
+    const int8_t variant = static_cast<kel_object *>(object)->variant;
+    Json members = Json::object();
+    for (const Field &field : structure.fields) {
+        if (field.first_variant > variant) break;
+        if (field.structure != nullptr)
+            members[std::string(field.name)] = json_of_object(
+                handle, inner_object(field, handle, KEL_TX_NONE, object), *field.structure);
+        else
+            members[std::string(field.name)] =
+                json_of(Value(handle, KEL_TX_NONE, object, path_of(field)));
+    }
+    return members;
+}
+
+[[noreturn]] void expected(std::string_view name, std::string_view what, const Json &found) {
+    std::string text = found.dump(-1, ' ', false, Json::error_handler_t::replace);
+    constexpr std::size_t longest = 60;
+    if (text.size() > longest) text = text.substr(0, longest) + "...";
+    throw Failure(Exit::data, fmt::format("{}: expected {}, not {}", name, what, text));
+}
+
+// Through the value's own reading of texts, which knows the ranges.
+void set_scalar(Value &value, const Json &json) {
+    const Kind kind = value.field().kind;
+    if (kind == Kind::boolean && !json.is_boolean()) expected(value.name(), "true or false", json);
+    if (kind == Kind::enumeration && json.is_string()) {
+        value.set_text(json.get_ref<const std::string &>());
+        return;
+    }
+    if (kind != Kind::boolean && !json.is_number_integer())
+        expected(value.name(), kind == Kind::enumeration ? "an enumerator's name" : "a number",
+                 json);
+    // An object that was never set can hold what is no enumerator's value, and may keep it.
+    if (kind == Kind::enumeration && json.is_number_unsigned() &&
+        json.get<uint64_t>() == value.number())
+        return;
+    value.set_text(json.dump());
+}
+
+void set_array(Value &value, const Json &json) {
+    const uint32_t elements = value.field().elements;
+    if (!json.is_array() || json.size() != elements)
+        expected(value.name(), fmt::format("an array of {} numbers", elements), json);
+    for (uint32_t i = 0; i < elements; ++i) {
+        if (!json[i].is_number_unsigned() || json[i].get<uint64_t>() > 255)
+            expected(fmt::format("{}[{}]", value.name(), i), "a number from 0 to 255", json[i]);
+        value.set_number(json[i].get<uint64_t>(), i);
+    }
+}
+
+void set_string(Value &value, const Json &json) {
+    if (json.is_string()) {
+        value.set_bytes(json.get_ref<const std::string &>());
+        return;
+    }
+    const bool is_hex =
+        json.is_object() && json.size() == 1 && json.contains("hex") && json["hex"].is_string();
+    if (!is_hex) expected(value.name(), "a string or {\"hex\": \"00ff\"}", json);
+    value.set_bytes(bytes_of_hex(json["hex"].get_ref<const std::string &>(), value.name()));
+}
+
+const Field &field_of(const Structure &structure, const std::string &name) {
+    if (const Field *field = structure.find(name)) return *field;
+    std::vector<std::string_view> names;
+    for (const Field &field : structure.fields) names.push_back(field.name);
+    throw no_such(Exit::data, fmt::format("field of {}", structure.name), name, names);
+}
+
+// Sets the leaves of one object, each by its path from there.
+struct FieldSetter {
+    kel_handle *handle;
+    uint32_t tx_id;
+    void *object;
+    JsonReading &reading;
+    Path path;
+
+    void set_leaf(const Json &json) const {
+        Value value(handle, tx_id, object, path);
+        if (!value.present())
+            throw Failure(Exit::data, fmt::format("{}: the object's variant is too old to have it",
+                                                  value.name()));
+        set_from_json(value, json);
+    }
+};
+
+void set_members(FieldSetter setter, const Structure &structure, const Json &json) {
+    const std::string outer = setter.reading.path;
+    if (!json.is_object())
+        expected(outer.empty() ? structure.name : outer,
+                 fmt::format("an object with the fields of {}", structure.name), json);
+    for (const auto &[name, member] : json.items()) {
+        setter.reading.path = outer.empty() ? name : outer + "." + name;
+        if (setter.reading.lenient && structure.find(name) == nullptr) continue;
+        const Field &field = field_of(structure, name);
+        setter.path.fields.push_back(&field);
+        setter.path.whole_array = field.kind == Kind::array;
+        if (field.structure != nullptr) set_members(setter, *field.structure, member);
+        else setter.set_leaf(member);
+        setter.path.fields.pop_back();
+    }
+    setter.reading.path = outer;
+}
+
+int digit_of(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+}  // namespace
+
+std::string bytes_of_hex(std::string_view digits, std::string_view name) {
+    std::string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        const int high = digit_of(digits[i]);
+        const int low = i + 1 < digits.size() ? digit_of(digits[i + 1]) : -1;
+        if (high < 0 || low < 0)
+            throw Failure(Exit::data, fmt::format("{}: expected two hexadecimal digits a byte, "
+                                                  "not `{}`",
+                                                  name, digits.substr(i, 2)));
+        bytes += static_cast<char>(high * 16 + low);
+    }
+    return bytes;
+}
+
+int top_variant(const Structure &structure) {
+    int top = 0;
+    for (const Field &field : structure.fields) top = std::max(top, field.first_variant);
+    return top;
+}
+
+Json json_of_bytes(std::string_view bytes) {
+    if (is_utf8(bytes)) return bytes;
+    return {{"hex", hex_of(bytes)}};
+}
+
+Json json_of(const Value &value) {
+    if (!value.present()) return nullptr;
+    if (value.field().kind == Kind::vstring) return json_of_bytes(value.bytes());
+    if (value.field().kind == Kind::address)
+        return value.address().family == KEL_ADDRESS_NONE ? Json() : Json(value.text());
+    if (value.is_whole_array()) return value.elements();
+    return json_of_number(value.field(), value.number());
+}
+
+Json json_of(const Record &record) {
+    const Table &table = *record.table;
+    void *object = table.object(record.handle, KEL_TX_NONE, record.record);
+    Json json = {{"tenant", record.tenant()}, {"source", record.src()}};
+    if (record.is_pending()) json["pending"] = true;
+    const int variant = object == nullptr ? 0 : static_cast<kel_object *>(object)->variant;
+    if (object != nullptr && variant != top_variant(*table.type)) json["variant"] = variant;
+    if (table.key_type != nullptr)
+        json["key"] = json_of_object(record.handle,
+                                     table.key_object(record.handle, KEL_TX_NONE, record.record),
+                                     *table.key_type);
+    json["fields"] = json_of_object(record.handle, object, *table.type);
+    return json;
+}
+
+void set_from_json(Value &value, const Json &json) {
+    if (value.field().kind == Kind::vstring) set_string(value, json);
+    else if (value.is_whole_array()) set_array(value, json);
+    else if (value.field().kind != Kind::address) set_scalar(value, json);
+    else if (json.is_null() || json.is_string())
+        value.set_text(json.is_null() ? "" : json.get_ref<const std::string &>());
+    else expected(value.name(), "an address as text, or null", json);
+}
+
+void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,
+                          const Structure &structure, const Json &json, JsonReading &reading) {
+    set_members(FieldSetter{handle, tx_id, object, reading, {}}, structure, json);
+}
+
+}  // namespace tarnctl

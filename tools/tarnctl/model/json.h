@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The JSON form of values and records, the same in every command:
+//
+//   record   {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}
+//            "key" on tables with a key structure alone; "fields" are those of the data object,
+//            null if the record has none. Only where they tell something, and behind "source":
+//            "pending": true      the record waits to be destroyed
+//            "variant": 0         of the data object, if its type has newer ones
+//   field    a structure is an object, an array an array of numbers, a number a number, a boolean
+//            true or false; an enumeration is its enumerator's name, or a number that is none's;
+//            an address is text, null if it is none; a string is a string, or {"hex": "00ff"} if
+//            it isn't UTF-8. A field that the object's variant doesn't have is left out.
+#ifndef TARNCTL_MODEL_JSON_H
+#define TARNCTL_MODEL_JSON_H
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "catalogue/catalogue.h"
+#include "model/record.h"
+#include "model/value.h"
+
+namespace tarnctl {
+
+// Members keep the order in which they are added.
+using Json = nlohmann::ordered_json;
+
+Json json_of(const Value &value);
+Json json_of(const Record &record);
+// The form of bytes: a string, or {"hex": ...}.
+Json json_of_bytes(std::string_view bytes);
+
+// Sets a value from its JSON form. Failure `data` that names the field and what was expected.
+void set_from_json(Value &value, const Json &json);
+
+// How the members of an object are taken.
+struct JsonReading {
+    bool lenient = false;  // members that are no fields are passed over
+    std::string path;      // of the member being read, or where reading failed
+};
+// Sets the fields of `object` that `json`, an object, has as members; the others stay.
+// Failure `data` that names the field.
+void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,
+                          const Structure &structure, const Json &json, JsonReading &reading);
+
+// Bytes from their hexadecimal digits, two each; Failure `data` that begins with `name`.
+std::string bytes_of_hex(std::string_view digits, std::string_view name);
+
+// The highest variant of a structure: the newest of its fields brought it.
+int top_variant(const Structure &structure);
+
+}  // namespace tarnctl
+
+#endif
