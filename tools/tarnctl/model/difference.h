@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How two states of a record differ, field by field: for whoever shows what was changed.
+#ifndef TARNCTL_MODEL_DIFFERENCE_H
+#define TARNCTL_MODEL_DIFFERENCE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "model/record.h"
+
+namespace tarnctl {
+
+// A field that differs, by its path and its texts (value.h). Of an array each element that
+// differs is a change of its own: `minute[17]`.
+struct FieldChange {
+    std::string field;
+    std::string old_text;
+    std::string new_text;
+    // A record that is new had no field before, one that is gone has none now, and an object of an
+    // older variant lacks the newer fields. The text is empty then.
+    bool old_present = true;
+    bool new_present = true;
+    const Field *leaf = nullptr;  // null: "pending", which is the record's own
+    bool whole_array = false;
+};
+
+// A record's identity and values in memory of its own: it stays as it was when the record is
+// changed, destroyed or taken back.
+class RecordCopy {
+ public:
+    struct Cell {
+        bool present = false;
+        bool blank = true;  // 0, false or empty
+        std::string text;   // of an array its bytes
+    };
+
+    explicit RecordCopy(const Record &record, uint32_t tx_id = KEL_TX_NONE);
+
+    const Table &table() const { return *table_; }
+    uint16_t tenant() const { return tenant_; }
+    uint8_t src() const { return src_; }
+    bool is_pending() const { return pending_; }
+    // The same for all states of a record, and another for every other record of the table.
+    const std::string &identity() const { return identity_; }
+    // The values of the key's columns with ", " between them.
+    std::string key_text() const;
+
+    // In the order of columns_of.
+    const std::vector<Column> &columns() const { return *columns_; }
+    const Cell &cell(std::size_t column) const { return cells_[column]; }
+    // The cell's text; a whole array is its elements with a blank between them.
+    std::string text(std::size_t column) const;
+
+ private:
+    const Table *table_;
+    const std::vector<Column> *columns_;
+    uint16_t tenant_;
+    uint8_t src_;
+    bool pending_;
+    std::vector<Cell> cells_;
+    std::string identity_;
+};
+
+// What differs between two states of one record, in the order of the columns.
+std::vector<FieldChange> changes_between(const RecordCopy &before, const RecordCopy &after);
+std::vector<FieldChange> changes_between(const Record &before, const Record &after);
+
+// The fields of a record, but those of its key, as the changes that a record which is new (or,
+// with `is_new` false, gone) comes with. Fields that are 0, false or empty only with `blank_ones`.
+std::vector<FieldChange> contents_of(const RecordCopy &record, bool is_new, bool blank_ones);
+
+}  // namespace tarnctl
+
+#endif
