@@ -58,3 +58,12 @@ foreach(name IN ITEMS tarnbase tarnbase-runtime)
   install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc
     DESTINATION ${pc_dir} COMPONENT Development)
 endforeach()
+
+# The guides and the examples; docs/ itself adds the reference and the manual pages.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/HACKING.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Documentation)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT Documentation
+  FILES_MATCHING PATTERN *.md PATTERN man EXCLUDE PATTERN reference EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Documentation)
