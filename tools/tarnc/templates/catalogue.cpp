@@ -29,14 +29,17 @@ static constexpr Field {{type}}_fields[] = {
      {{enumeration}}, {{structure}},
 {{#array}}
      array_field<{{type}}_{{field}}_get, {{type}}_{{field}}_get_value, {{type}}_{{field}}_set_value,
-                 {{type}}_{{field}}_state_flag_whole_get>},
+                 {{type}}_{{field}}_state_flag_whole_get, {{type}}_{{field}}_state_flag_whole_set,
+                 {{type}}_{{field}}_state_flag_get, {{type}}_{{field}}_state_flag_set>},
 {{/array}}
 {{#object}}
-     object_field<{{type}}_{{field}}_get, {{type}}_{{field}}_set, {{type}}_{{field}}_state_flag_get>},
+     object_field<{{type}}_{{field}}_get, {{type}}_{{field}}_set, {{type}}_{{field}}_state_flag_get,
+                  {{type}}_{{field}}_state_flag_set>},
 {{/object}}
 {{#plain}}
      value_field<{{type}}_{{field}}_get, {{type}}_{{field}}_set, {{type}}_{{field}}_get_value,
-                 {{type}}_{{field}}_set_value, {{type}}_{{field}}_state_flag_get>},
+                 {{type}}_{{field}}_set_value, {{type}}_{{field}}_state_flag_get,
+                 {{type}}_{{field}}_state_flag_set>},
 {{/plain}}
 {{/fields}}
 };
@@ -75,6 +78,7 @@ static constexpr Table {{table}} = {
     .key_type = {{model_key_type}},
     .key_field = {{model_key_field}},
     .open = erase<{{table}}_table_open>,
+    .open_by_id = erase<{{table}}_table_open_by_id>,
     .free = erase<{{table}}_table_free>,
     .count = erase<{{table}}_table_get_count>,
     .count_by_src = erase<{{table}}_table_get_count_by_src>,

@@ -60,7 +60,15 @@ struct FieldFunctions {
                           uint32_t *err);
     void (*set_value)(kel_handle *handle, uint32_t tx_id, void *object, uint32_t index,
                       uint64_t value, uint32_t *err);
+    // The field's state flag; an array has one as a whole, and one an element.
     uint8_t (*state_flag)(kel_handle *handle, uint32_t tx_id, const void *object, uint32_t *err);
+    void (*set_state_flag)(kel_handle *handle, uint32_t tx_id, void *object, uint8_t flag,
+                           uint32_t *err);
+    // Null where there are no elements.
+    uint8_t (*element_state_flag)(kel_handle *handle, uint32_t tx_id, const void *object,
+                                  uint32_t index, uint32_t *err);
+    void (*set_element_state_flag)(kel_handle *handle, uint32_t tx_id, void *object, uint32_t index,
+                                   uint8_t flag, uint32_t *err);
 };
 
 struct Field {
@@ -127,6 +135,10 @@ struct Table {
 
     kel_table *(*open)(kel_handle *handle, uint32_t tx_id, const char *name, uint32_t open_only,
                        uint32_t *err);
+    // The runtime caches where a store's tables by id stand: a process opens them in one store
+    // only.
+    kel_table *(*open_by_id)(kel_handle *handle, uint32_t tx_id, uint64_t id, uint32_t open_only,
+                             uint32_t *err);
     // Takes the table, which must be empty, out of the store.
     void (*free)(kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t *err);
     uint32_t (*count)(kel_handle *handle, uint32_t tx_id, kel_table *table);

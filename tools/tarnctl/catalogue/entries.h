@@ -11,7 +11,7 @@
 namespace tarnctl {
 
 // An object inside the object: a string, an address, a structure.
-template <auto Get, auto Set, auto StateFlag>
+template <auto Get, auto Set, auto StateFlag, auto SetStateFlag>
 inline constexpr FieldFunctions object_field = {
     .get = [](kel_handle *handle, uint32_t tx_id, void *object, uint32_t, uint32_t *err) -> void * {
         return erase<Get>(handle, tx_id, object, err);
@@ -20,10 +20,13 @@ inline constexpr FieldFunctions object_field = {
     .get_value = nullptr,
     .set_value = nullptr,
     .state_flag = erase<StateFlag>,
+    .set_state_flag = erase<SetStateFlag>,
+    .element_state_flag = nullptr,
+    .set_element_state_flag = nullptr,
 };
 
 // A number, a boolean or an enumeration.
-template <auto Get, auto Set, auto GetValue, auto SetValue, auto StateFlag>
+template <auto Get, auto Set, auto GetValue, auto SetValue, auto StateFlag, auto SetStateFlag>
 inline constexpr FieldFunctions value_field = {
     .get = [](kel_handle *handle, uint32_t tx_id, void *object, uint32_t, uint32_t *err) -> void * {
         return erase<Get>(handle, tx_id, object, err);
@@ -40,10 +43,14 @@ inline constexpr FieldFunctions value_field = {
             erase<SetValue>(handle, tx_id, object, static_cast<Value>(value), err);
         },
     .state_flag = erase<StateFlag>,
+    .set_state_flag = erase<SetStateFlag>,
+    .element_state_flag = nullptr,
+    .set_element_state_flag = nullptr,
 };
 
 // An array of numbers.
-template <auto Get, auto GetValue, auto SetValue, auto StateFlag>
+template <auto Get, auto GetValue, auto SetValue, auto StateFlag, auto SetStateFlag,
+          auto ElementStateFlag, auto SetElementStateFlag>
 inline constexpr FieldFunctions array_field = {
     .get = [](kel_handle *handle, uint32_t tx_id, void *object, uint32_t index,
               uint32_t *err) -> void * { return erase<Get>(handle, tx_id, object, index, err); },
@@ -59,6 +66,9 @@ inline constexpr FieldFunctions array_field = {
             erase<SetValue>(handle, tx_id, object, index, static_cast<Value>(value), err);
         },
     .state_flag = erase<StateFlag>,
+    .set_state_flag = erase<SetStateFlag>,
+    .element_state_flag = erase<ElementStateFlag>,
+    .set_element_state_flag = erase<SetElementStateFlag>,
 };
 
 }  // namespace tarnctl
