@@ -15,11 +15,17 @@ namespace tarnctl {
 
 using Declaration = void (*)(CLI::App &program, Exit &status);
 
+void declare_decode(CLI::App &program, Exit &status);
+void declare_minutes(CLI::App &program, Exit &status);
+void declare_store(CLI::App &program, Exit &status);
 void declare_tables(CLI::App &program, Exit &status);
 
 // The declarations in the order of the help.
 inline constexpr Declaration commands[] = {
+    declare_store,
     declare_tables,
+    declare_decode,
+    declare_minutes,
 };
 
 // Options that several commands have, with one wording.

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl decode: wire bytes, each with what it means.
+#include <fmt/format.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "commands/command.h"
+#include "decode/pieces.h"
+#include "model/instance.h"
+#include "tarnbase/runtime.h"
+#include "terminal/screen.h"
+#include "terminal/style.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr const char *footer = R"(
+The input is one or more records as a table's record marshal writes them, one behind the
+other; with --as objects of a structure, or with --key keys of a table. Hexadecimal input
+may hold blanks, ends of lines, colons, commas, 0x and comments from # to the end of a
+line. Without --hex and --binary, input that starts as a record is binary, and hexadecimal
+if nothing but hexadecimal stands in it.
+
+Bytes that are known to nobody, such as the fields of a newer writer, are shown as unknown;
+bytes that aren't what they should be are marked with a !, and the exit status is 3.
+
+Examples:
+  tarnctl export ldap_conn --store net.store --format frames | tarnctl decode
+  echo '00 00 11000000 05000000 6c64617031 07000000' | tarnctl decode --as st_ldap_conn
+  tarnctl decode --as ldap_conn --key key.bin)";
+
+struct Options {
+    std::string file = "-";
+    std::string as;
+    bool key = false;
+    bool hex = false;
+    bool binary = false;
+    bool json = false;
+};
+
+std::string read_all(const std::string &file) {
+    if (file == "-")
+        return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+    std::ifstream in(file, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (!in.good() && !in.eof())
+        throw Failure(Exit::store, fmt::format("{}: {}", file, std::strerror(errno)));
+    return text;
+}
+
+bool is_separator(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0 || c == ':' || c == ',';
+}
+
+int digit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    const int lower = std::tolower(static_cast<unsigned char>(c));
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// Hexadecimal text as bytes. `line` counts up as it is read.
+std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) {
+    std::vector<uint8_t> bytes;
+    std::size_t line = 1;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\n') ++line;
+        if (is_separator(text[i])) continue;
+        if (text[i] == '#') {
+            i = std::min(text.find('\n', i), text.size()) - 1;
+            continue;
+        }
+        const bool prefix =
+            text[i] == '0' && i + 1 < text.size() && (text[i + 1] == 'x' || text[i + 1] == 'X');
+        if (prefix) {
+            ++i;
+            continue;
+        }
+        const int high = digit(text[i]);
+        const int low = i + 1 < text.size() ? digit(text[i + 1]) : -1;
+        if (high < 0 || low < 0)
+            throw Failure(Exit::data, fmt::format("{}:{}: expected pairs of hexadecimal digits, at "
+                                                  "`{}`",
+                                                  file, line, text.substr(i, 2)));
+        bytes.push_back(static_cast<uint8_t>(high << 4 | low));
+        ++i;
+    }
+    return bytes;
+}
+
+bool looks_like_hex(const std::string &text) {
+    if (text.empty() || static_cast<uint8_t>(text[0]) == KEL_MESSAGE_MARKER) return false;
+    bool comment = false;
+    for (const char c : text) {
+        if (c == '#') comment = true;
+        if (c == '\n') comment = false;
+        if (!comment && !is_separator(c) && digit(c) < 0 && c != 'x' && c != 'X') return false;
+    }
+    return true;
+}
+
+Form form_of(const Options &options) {
+    if (options.as.empty()) {
+        if (options.key) throw Failure(Exit::usage, "--key wants the table named with --as");
+        return {};
+    }
+    const Structure *structure = catalogue.structure(options.as);
+    if (structure != nullptr && !options.key) return {Form::Kind::objects, nullptr, structure};
+    const Table &table = table_named(options.as);
+    return {options.key ? Form::Kind::keys : Form::Kind::frames, &table, nullptr};
+}
+
+std::string hexadecimal(Bytes bytes) {
+    std::string text;
+    for (const uint8_t byte : bytes) text += fmt::format("{}{:02x}", text.empty() ? "" : " ", byte);
+    return text;
+}
+
+// One piece: its bytes in rows, the name and the value beside the first one.
+void print_piece(const Piece &piece, Bytes bytes, std::size_t row) {
+    const Screen &screen = output_screen();
+    const std::string name = fmt::format("{:{}}{}", "", 2 * piece.depth, piece.name);
+    const std::string value = shown(piece.value, screen);
+    const std::string note = piece.problem ? red(fmt::format("! {}", value), screen) : value;
+    std::size_t done = 0;
+    do {
+        const std::size_t length = std::min(row, piece.length - done);
+        const std::string text = hexadecimal(bytes.subspan(piece.offset + done, length));
+        const std::string offset =
+            piece.length == 0 ? "" : fmt::format("{:06x}", piece.offset + done);
+        std::string line = fmt::format("{:6}  {:{}}", offset, text, 3 * row - 1);
+        if (done == 0)
+            line += note.empty() ? fmt::format("  {}", name) : fmt::format("  {}: {}", name, note);
+        line.erase(line.find_last_not_of(' ') + 1);
+        std::cout << line << '\n';
+        done += length;
+    } while (done < piece.length);
+}
+
+nlohmann::ordered_json json_of(const Piece &piece, Bytes bytes) {
+    std::string hex;
+    for (const uint8_t byte : bytes.subspan(piece.offset, piece.length))
+        hex += fmt::format("{:02x}", byte);
+    nlohmann::ordered_json json{{"offset", piece.offset}, {"bytes", hex},
+                                {"depth", piece.depth},   {"name", piece.name},
+                                {"value", piece.value},   {"problem", piece.problem}};
+    return json;
+}
+
+void print_json(const std::vector<Piece> &pieces, Bytes bytes) {
+    auto all = nlohmann::ordered_json::array();
+    for (const Piece &piece : pieces) all.push_back(json_of(piece, bytes));
+    // A string's bytes stand in `bytes`; in `value` what is no UTF-8 is replaced.
+    std::cout << all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+void run(const Options &options, Exit &status) {
+    const Form form = form_of(options);
+    const std::string text = read_all(options.file);
+    const bool hex = options.hex || (!options.binary && looks_like_hex(text));
+    const std::vector<uint8_t> bytes =
+        hex ? from_hex(options.file, text) : std::vector<uint8_t>(text.begin(), text.end());
+    // The rows leave room for the names on a terminal of 80 columns.
+    const std::size_t width = output_screen().width;
+    const std::size_t row = width != 0 && width < 100 ? 8 : 16;
+    const std::vector<Piece> pieces = take_apart(bytes, form, row);
+    if (options.json) print_json(pieces, bytes);
+    else
+        for (const Piece &piece : pieces) print_piece(piece, bytes, row);
+    for (const Piece &piece : pieces) {
+        if (piece.problem) status = Exit::data;
+    }
+}
+
+}  // namespace
+
+void declare_decode(CLI::App &program, Exit &status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command =
+        program.add_subcommand("decode", "Show wire bytes, each with what it means");
+    command->add_option("file", options->file, "File of wire bytes; standard input by default")
+        ->type_name("FILE");
+    command
+        ->add_option("--as", options->as,
+                     "What the bytes are: records of this table whatever LUID they carry, or "
+                     "objects of this structure")
+        ->type_name("TABLE|TYPE");
+    command->add_flag("--key", options->key, "The bytes are keys of the table named with --as");
+    CLI::Option *hex = command->add_flag("--hex", options->hex, "The input is hexadecimal text");
+    command->add_flag("--binary", options->binary, "The input is bytes")->excludes(hex);
+    add_json_option(*command, options->json);
+    command->footer(footer);
+    command->callback([options, &status] { run(*options, status); });
+}
+
+}  // namespace tarnctl

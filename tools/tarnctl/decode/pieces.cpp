@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decode/pieces.h"
+
+#include <arpa/inet.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "decode/reader.h"
+#include "tarnbase/runtime.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr std::size_t luid_size = 16;
+constexpr std::size_t jump_size = 4;
+
+std::size_t size_of(Kind kind) {
+    switch (kind) {
+        case Kind::u_int8:
+        case Kind::boolean:
+            return 1;
+        case Kind::u_int16:
+            return 2;
+        case Kind::u_int64:
+        case Kind::int64:
+            return 8;
+        default:
+            return 4;
+    }
+}
+
+std::string hexadecimal(Bytes bytes) {
+    std::string text;
+    for (const uint8_t byte : bytes) text += fmt::format("{:02x}", byte);
+    return text;
+}
+
+std::string flags_text(uint8_t flags) {
+    std::string text;
+    if ((flags & OBJ_STATE_TRACKED) != 0) text += "state bytes follow the fields";
+    if ((flags & OBJ_RA_DATA) != 0)
+        text += fmt::format("{}trace correlation follows", text.empty() ? "" : ", ");
+    return text.empty() ? "none" : text;
+}
+
+class Decoder {
+ public:
+    Decoder(Bytes bytes, std::size_t row) : in_(bytes), row_(row) {}
+
+    std::vector<Piece> run(const Form &form);
+
+ private:
+    void frame(const Table *table);
+    void content(const Table *forced);
+    void bounded_content(const Table *forced, std::size_t end);
+    const Table *luid(const Table *forced);
+    void object(const Structure &structure);
+    void body(const Structure &structure, int variant, bool tracked);
+    void field(const Field &field);
+    void number(const Field &field);
+    void enumeration(const Field &field);
+    void string(const Field &field);
+    void address(const Field &field);
+    void array(const std::string &name, std::size_t count);
+    void key(const Table &table);
+
+    Reader in_;
+    std::size_t row_;
+};
+
+std::vector<Piece> Decoder::run(const Form &form) {
+    while (!in_.done()) {
+        try {
+            if (form.kind == Form::Kind::frames) frame(form.table);
+            else if (form.kind == Form::Kind::keys) key(*form.table);
+            else object(*form.structure);
+        } catch (const Stuck &) {
+            in_.ascend_to(0);
+            in_.limit(SIZE_MAX);
+            in_.take_unknown(SIZE_MAX, "not read", true);
+        }
+    }
+    return in_.take_pieces();
+}
+
+// A record: message header, LUID, data object, key object.
+void Decoder::frame(const Table *table) {
+    const std::size_t start = in_.at();
+    const uint64_t marker = in_.peek_number(1, "marker");
+    if (marker != KEL_MESSAGE_MARKER) {
+        in_.problem("marker", fmt::format("is {}, not {}: no record starts here", marker,
+                                          KEL_MESSAGE_MARKER));
+        throw Stuck{};
+    }
+    in_.heading("record", "");
+    in_.descend();
+    in_.take(1, "marker", std::to_string(marker));
+    const Bytes filler = in_.peek(6, "filler");
+    const bool filled =
+        std::all_of(filler.begin(), filler.end(), [](uint8_t b) { return b == 255; });
+    in_.take(6, "filler", filled ? "" : "expected 255 each", !filled);
+    const bool tracked = in_.peek_number(1, "state tracking") != 0;
+    in_.take(1, "state tracking", tracked ? "on" : "off");
+    in_.take(4, "stamp", std::to_string(in_.peek_number(4, "stamp")));
+    const uint64_t length = in_.peek_number(4, "length");
+    const bool sound =
+        length >= KEL_MESSAGE_HEADER_SIZE + luid_size && length <= in_.left() + (in_.at() - start);
+    in_.take(
+        4, "length",
+        sound ? std::to_string(length)
+              : fmt::format("{}, but {} bytes are there", length, in_.left() + (in_.at() - start)),
+        !sound);
+    in_.peek(11, "zero");
+    in_.take(11, "zero", "");
+    const std::size_t end = sound ? start + static_cast<std::size_t>(length) : SIZE_MAX;
+    const std::size_t before = in_.limit(end);
+    if (sound) {
+        bounded_content(table, end);
+        in_.limit(before);
+        in_.ascend_to(0);
+        return;
+    }
+    content(table);
+    in_.ascend_to(0);
+}
+
+void Decoder::content(const Table *forced) {
+    const Table *table = luid(forced);
+    if (table == nullptr) throw Stuck{};
+    object(*table->type);
+    if (table->key_type != nullptr) object(*table->key_type);
+}
+
+// What a record's length encloses: a flaw in it ends with it, and the next record is read.
+void Decoder::bounded_content(const Table *forced, std::size_t end) {
+    try {
+        content(forced);
+    } catch (const Stuck &) {
+        in_.take_unknown(end, "not read", true);
+    }
+    in_.take_unknown(end, "behind the record's objects", false);
+}
+
+const Table *Decoder::luid(const Table *forced) {
+    const Bytes bytes = in_.peek(luid_size, "table");
+    const auto known = std::find_if(
+        catalogue.tables.begin(), catalogue.tables.end(),
+        [&](const Table *each) { return std::memcmp(each->luid, bytes.data(), luid_size) == 0; });
+    const Table *named = known == catalogue.tables.end() ? nullptr : *known;
+    if (forced != nullptr && named != forced)
+        in_.take(luid_size, "table",
+                 fmt::format("{}, read as {}", named == nullptr ? "unknown LUID" : named->name,
+                             forced->name));
+    else if (named == nullptr)
+        in_.take(luid_size, "table", fmt::format("no table has the LUID {}", hexadecimal(bytes)),
+                 true);
+    else in_.take(luid_size, "table", std::string(named->name));
+    return forced != nullptr ? forced : named;
+}
+
+void Decoder::object(const Structure &structure) {
+    in_.heading(std::string(structure.name), "");
+    in_.descend();
+    const auto variant = static_cast<int8_t>(in_.peek_number(1, "variant"));
+    in_.take(1, "variant", std::to_string(variant));
+    const auto flags = static_cast<uint8_t>(in_.peek_number(1, "flags"));
+    in_.take(1, "flags", flags_text(flags));
+    if ((flags & OBJ_RA_DATA) != 0) {
+        in_.take(8, "trace uuid", std::to_string(in_.peek_number(8, "trace uuid")));
+        in_.take(1, "trace mark", std::to_string(in_.peek_number(1, "trace mark")));
+    }
+    const std::size_t base = in_.at();
+    const auto jump = static_cast<int32_t>(in_.peek_number(jump_size, "jump"));
+    // A jump that leads backwards is no boundary: the reader goes on where the fields end.
+    const bool bounded = jump >= static_cast<int32_t>(jump_size);
+    const bool beyond = bounded && static_cast<std::size_t>(jump) > in_.left();
+    in_.take(jump_size, "jump",
+             beyond ? fmt::format("{}, beyond the end", jump) : std::to_string(jump),
+             beyond || jump < 0);
+    if (variant >= 0) body(structure, variant, (flags & OBJ_STATE_TRACKED) != 0);
+    if (bounded)
+        in_.take_unknown(std::min(base + static_cast<std::size_t>(jump), in_.at() + in_.left()),
+                         fmt::format("fields that {} hasn't here", structure.name), false);
+    in_.ascend();
+}
+
+void Decoder::body(const Structure &structure, int variant, bool tracked) {
+    for (const Field &each : structure.fields) {
+        if (each.first_variant > variant) return;
+        field(each);
+        if (!tracked) continue;
+        const std::string state = fmt::format("{} state", each.name);
+        in_.take(1, state, std::to_string(in_.peek_number(1, state)));
+        if (each.kind == Kind::array) array(state, each.elements);
+    }
+}
+
+void Decoder::field(const Field &field) {
+    const std::string name(field.name);
+    switch (field.kind) {
+        case Kind::structure: {
+            in_.heading(name, "");
+            in_.descend();
+            object(*field.structure);
+            in_.ascend();
+            return;
+        }
+        case Kind::array:
+            return array(name, field.elements);
+        case Kind::enumeration:
+            return enumeration(field);
+        case Kind::vstring:
+            return string(field);
+        case Kind::address:
+            return address(field);
+        default:
+            return number(field);
+    }
+}
+
+void Decoder::number(const Field &field) {
+    const std::string name(field.name);
+    const std::size_t size = size_of(field.kind);
+    const uint64_t value = in_.peek_number(size, name);
+    if (field.kind == Kind::boolean)
+        return in_.take(size, name, value != 0 ? "true" : "false", value > 1);
+    if (field.kind == Kind::int32)
+        return in_.take(size, name, std::to_string(static_cast<int32_t>(value)));
+    if (field.kind == Kind::int64)
+        return in_.take(size, name, std::to_string(static_cast<int64_t>(value)));
+    in_.take(size, name, std::to_string(value));
+}
+
+// The internal value counts the enumerators from 0.
+void Decoder::enumeration(const Field &field) {
+    const std::string name(field.name);
+    const auto variant = static_cast<int8_t>(in_.peek_number(1, name));
+    in_.take(1, fmt::format("{} variant", name), std::to_string(variant));
+    const uint64_t place = in_.peek_number(4, name);
+    const auto &enumerators = field.enumeration->enumerators;
+    if (place < enumerators.size()) return in_.take(4, name, std::string(enumerators[place].name));
+    in_.take(4, name, fmt::format("{}, no enumerator of {}", place, field.enumeration->name), true);
+}
+
+void Decoder::string(const Field &field) {
+    const std::string name(field.name);
+    const auto length = static_cast<std::size_t>(in_.peek_number(4, name));
+    in_.take(4, fmt::format("{} length", name), std::to_string(length));
+    const Bytes bytes = in_.peek(length, name);
+    const std::string text(bytes.begin(), bytes.end());
+    if (length > 0) in_.take(length, name, text);
+    else in_.heading(name, "");
+}
+
+void Decoder::address(const Field &field) {
+    const std::string name(field.name);
+    const uint64_t family = in_.peek_number(1, name);
+    const std::size_t length = family == KEL_ADDRESS_IPV4 ? 4 : family == KEL_ADDRESS_IPV6 ? 16 : 0;
+    const bool known = length > 0 || family == KEL_ADDRESS_NONE;
+    in_.take(1, fmt::format("{} family", name),
+             known ? std::to_string(family) : fmt::format("{}, expected 0, 4 or 6", family),
+             !known);
+    if (!known) throw Stuck{};
+    if (length == 0) return in_.heading(name, "none");
+    char text[INET6_ADDRSTRLEN];
+    const Bytes bytes = in_.peek(length, name);
+    inet_ntop(length == 4 ? AF_INET : AF_INET6, bytes.data(), text, sizeof text);
+    in_.take(length, name, text);
+}
+
+void Decoder::array(const std::string &name, std::size_t count) {
+    for (std::size_t i = 0; i < count; i += row_) {
+        const std::size_t length = std::min(row_, count - i);
+        const std::string range = fmt::format("{}[{}..{}]", name, i, i + length - 1);
+        std::string values;
+        for (const uint8_t byte : in_.peek(length, range))
+            values += fmt::format("{}{}", values.empty() ? "" : " ", byte);
+        in_.take(length, range, values);
+    }
+}
+
+// The key field's form alone, or the key object's.
+void Decoder::key(const Table &table) {
+    if (table.key_type != nullptr) return object(*table.key_type);
+    field(*table.key_field);
+}
+
+}  // namespace
+
+std::vector<Piece> take_apart(Bytes bytes, const Form &form, std::size_t row) {
+    return Decoder(bytes, row).run(form);
+}
+
+}  // namespace tarnctl
