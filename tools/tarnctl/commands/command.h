@@ -16,7 +16,12 @@ namespace tarnctl {
 using Declaration = void (*)(CLI::App &program, Exit &status);
 
 void declare_decode(CLI::App &program, Exit &status);
+void declare_delete(CLI::App &program, Exit &status);
+void declare_find(CLI::App &program, Exit &status);
+void declare_insert(CLI::App &program, Exit &status);
 void declare_minutes(CLI::App &program, Exit &status);
+void declare_set(CLI::App &program, Exit &status);
+void declare_show(CLI::App &program, Exit &status);
 void declare_store(CLI::App &program, Exit &status);
 void declare_tables(CLI::App &program, Exit &status);
 
@@ -24,6 +29,11 @@ void declare_tables(CLI::App &program, Exit &status);
 inline constexpr Declaration commands[] = {
     declare_store,
     declare_tables,
+    declare_show,
+    declare_find,
+    declare_insert,
+    declare_set,
+    declare_delete,
     declare_decode,
     declare_minutes,
 };

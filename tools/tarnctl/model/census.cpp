@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "model/census.h"
+
+#include <fmt/format.h>
+
+#include "base/failure.h"
+#include "terminal/progress.h"
+
+namespace tarnctl {
+
+Census count_records(const Instance &instance) {
+    struct Context {
+        Census census;
+        Progress progress;
+    } context{{}, Progress("records", instance.block->record_count)};
+    const auto count = [](kel_record *record, void *data) -> uint32_t {
+        auto &[census, progress] = *static_cast<Context *>(data);
+        ++census.records;
+        ++census.sources[record->src];
+        ++census.tenants[record->tenant_id];
+        if ((record->flags & KEL_RECORD_PENDING_DESTROY) != 0) ++census.pending;
+        progress.advance();
+        return 0;
+    };
+    uint32_t err = 0;
+    instance.table->walk(instance.block, count, &context, &err);
+    need(err, fmt::format("walking {}", instance.full_name()));
+    return std::move(context.census);
+}
+
+std::string source_name(uint8_t source) {
+    return source == KEL_SOURCE_SHADOW ? "shadow" : std::to_string(source);
+}
+
+}  // namespace tarnctl
