@@ -197,7 +197,8 @@ Context emit_items(const Schema &schema, const Items &items, const char *folder,
                    const char *file_name, const char *template_name, Files &files) {
     Context all = empty_list();
     for (const auto &item : items) {
-        const Context context = face_of(schema, item);
+        Context context = face_of(schema, item);
+        context.set("comma", &item == &items.back() ? "" : ",");
         const std::string file = context.get(file_name)->string_value();
         files["include/tarnbase/tarn/" + std::string(folder) + "/" + file + ".hpp"] =
             render(template_name, context);

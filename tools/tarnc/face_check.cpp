@@ -41,6 +41,9 @@ bool is_own_name(const std::string &name) {
                                               "enumeration_traits",
                                               "enumerator",
                                               "error",
+                                              "every_enumeration",
+                                              "every_structure",
+                                              "every_table",
                                               "from_name",
                                               "name",
                                               "new_record",
@@ -57,6 +60,7 @@ bool is_own_name(const std::string &name) {
                                               "table_of",
                                               "tenant_scope",
                                               "transaction",
+                                              "type_list",
                                               "values",
                                               "xml_document",
                                               "xml_element"};

@@ -74,7 +74,8 @@ class store {
 
  private:
     explicit store(kel_store *made) noexcept : store_(made) {}
-    static result<store> wrap(std::uint32_t status, kel_store *made) {
+    // `made` is read after the call that gives `status` and fills it.
+    static result<store> wrap(std::uint32_t status, kel_store *&made) {
         if (status != 0) return detail::last_failure(status);
         return store(made);
     }

@@ -60,7 +60,12 @@ class basic_table {
     basic_table(kel_handle *handle, kel_table *table) noexcept : handle_(handle), table_(table) {}
 
     /// Returns: the name it was opened by; "" if by id.
-    const char *name() const noexcept { return table_->table_name; }
+    std::string_view name() const noexcept {
+        // The store's key for it: the name, a slash and the LUID as text.
+        constexpr std::size_t luid_text_size = 33;
+        const std::string_view key = table_->table_name;
+        return key.substr(0, key.size() < luid_text_size ? 0 : key.size() - luid_text_size);
+    }
     /// Returns: the id it was opened by; 0 if by name.
     std::uint64_t id() const noexcept { return table_->table_id; }
 
@@ -362,6 +367,7 @@ class basic_table {
             detail::fail(err, "searching in", Table::name);
 #else
             kel_store_err(handle_, err);
+            found = nullptr;
 #endif
         }
         return {handle_, table_, found, {of, false, true}};

@@ -19,4 +19,28 @@
 #include "tarnbase/tarn/tables/{{file}}.hpp"
 {{/face_tables}}
 
+namespace tarn {
+
+/// Types, to do something with each of them.
+template <typename... Types>
+struct type_list {};
+
+using every_enumeration = type_list<
+{{#face_enumerations}}
+    {{face}}{{comma}}
+{{/face_enumerations}}
+>;
+using every_structure = type_list<
+{{#face_structures}}
+    {{face}}{{comma}}
+{{/face_structures}}
+>;
+using every_table = type_list<
+{{#face_tables}}
+    {{table}}{{comma}}
+{{/face_tables}}
+>;
+
+}  // namespace tarn
+
 #endif

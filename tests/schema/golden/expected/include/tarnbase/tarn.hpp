@@ -16,4 +16,25 @@
 #include "tarnbase/tarn/tables/shape.hpp"
 #include "tarnbase/tarn/tables/layer_shape.hpp"
 
+namespace tarn {
+
+/// Types, to do something with each of them.
+template <typename... Types>
+struct type_list {};
+
+using every_enumeration = type_list<
+    color
+>;
+using every_structure = type_list<
+    corner,
+    shape,
+    shape_key
+>;
+using every_table = type_list<
+    tbl_shape,
+    tbl_layer_shape
+>;
+
+}  // namespace tarn
+
 #endif

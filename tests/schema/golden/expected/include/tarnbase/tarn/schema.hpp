@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from sample.tarn; changes belong there.
-// Of the C++ headers made from the schema: eff1d6f0756f700fcd923d43b4b78481
+// Of the C++ headers made from the schema: 96a9dd5d4b7906fe99792051e1cf2fc1
 #ifndef TARNBASE_TARN_SCHEMA_HPP
 #define TARNBASE_TARN_SCHEMA_HPP
 

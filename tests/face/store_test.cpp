@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "fixture.h"
+
+namespace face_test {
+namespace {
+
+// A name for a store file, which is removed at the end.
+struct File {
+    std::string path = "/tmp/face_test." + std::to_string(getpid()) + ".store";
+    ~File() { std::remove(path.c_str()); }
+};
+
+TEST(Store, AFileIsThereForTheNextProcessToOpen) {
+    const File file;
+    {
+        const tarn::store store = tarn::store::create(file.path);
+        const tarn::session session(store);
+        add(servers(session), "ldap1", 7);
+    }
+    const tarn::store store = tarn::store::open(file.path);
+    EXPECT_STREQ(store.describe().path, file.path.c_str());
+    const tarn::session session(store);
+    const auto table = tarn::table<tarn::ldap_conn>::open(session, "ldap");
+    EXPECT_EQ(table.find("ldap1")->num_conns(), 7U);
+}
+
+TEST(Store, RecordsOfAFileHaveTheStoresOwnDescriptors) {
+    const File file;
+    const tarn::store store = tarn::store::open_or_create(file.path);
+    const tarn::session session(store);
+    EXPECT_NE(session.c_handle()->store_types_enabled, 0U);
+    const tarn::store memory = tarn::store::create_private();
+    EXPECT_EQ(tarn::session(memory).c_handle()->store_types_enabled, 0U);
+}
+
+TEST(Store, AFileThatIsMissingIsToldWithItsName) {
+    const tarn::error error = thrown_by([] { tarn::store::open("/nowhere/at.all"); });
+    EXPECT_EQ(error.number(), static_cast<std::uint32_t>(ENOENT));
+    EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+    EXPECT_NE(std::string(error.what()).find("/nowhere/at.all"), std::string::npos);
+}
+
+TEST(Store, AFileThatIsThereIsNotMadeAgain) {
+    const File file;
+    { tarn::store::create(file.path); }
+    EXPECT_EQ(thrown_by([&] { tarn::store::create(file.path); }).code(), std::errc::file_exists);
+    EXPECT_NO_THROW(tarn::store::open_or_create(file.path));
+}
+
+TEST(Store, IsMovedAndNotCopied) {
+    static_assert(!std::is_copy_constructible_v<tarn::store>);
+    static_assert(!std::is_copy_constructible_v<tarn::session>);
+    tarn::store first = tarn::store::create_private();
+    kel_store *const c_store = first.c_store();
+    tarn::store second = std::move(first);
+    EXPECT_EQ(second.c_store(), c_store);
+    tarn::store third = tarn::store::create_private();
+    third = std::move(second);
+    EXPECT_EQ(third.c_store(), c_store);
+    tarn::session session(third);
+    tarn::session other(std::move(session));
+    add(servers(other), "ldap1");
+    EXPECT_EQ(servers(other).size(), 1U);
+}
+
+}  // namespace
+}  // namespace face_test
