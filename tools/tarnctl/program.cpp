@@ -4,6 +4,7 @@
 #include <string>
 
 #include "commands/command.h"
+#include "help/format.h"
 #include "terminal/screen.h"
 
 namespace tarnctl {
@@ -40,6 +41,7 @@ void add_screen_options(CLI::App &program) {
 std::unique_ptr<CLI::App> make_program(Exit &status) {
     auto program = std::make_unique<CLI::App>(
         "Shows, changes and moves what is in the stores of tarnbase.", "tarnctl");
+    program->formatter(std::make_shared<HelpFormat>());
     program->set_version_flag("--version", "tarnctl " TARNBASE_VERSION);
     program->require_subcommand(1);
     // So that they can stand behind the command too; a command inherits it.

@@ -67,7 +67,7 @@ std::string term_of(const CLI::Option &option) {
 std::string meaning_of(const CLI::Option &option) {
     std::string meaning = option.get_description() + ".";
     if (!option.get_envname().empty())
-        meaning += fmt::format(" The environment's `{}` by default.", option.get_envname());
+        meaning += fmt::format(" By default the environment's `{}`.", option.get_envname());
     return meaning;
 }
 
