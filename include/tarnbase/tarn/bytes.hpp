@@ -20,6 +20,7 @@ class byte_range {
     constexpr byte_range() = default;
     constexpr byte_range(const std::uint8_t *data, std::size_t size) : data_(data), size_(size) {}
     byte_range(const bytes &all) : data_(all.data()), size_(all.size()) {}
+    /// Of an array.
     template <std::size_t N>
     constexpr byte_range(const std::uint8_t (&all)[N]) : data_(all), size_(N) {}
 

@@ -14,8 +14,8 @@ namespace tarn {
 /// A value of an enumeration and its name in the schema.
 template <typename Enumeration>
 struct enumerator {
-    Enumeration value;
-    std::string_view name;
+    Enumeration value;      ///< the value
+    std::string_view name;  ///< its name in the schema
 };
 
 /// Made from the schema: the enumerators in `all`, in the order of their values, which

@@ -55,6 +55,7 @@ class object_view {
     bytes to_wire() const { return try_to_wire().value(); }
 #endif
 
+    /// Returns: the handle that the view works with.
     kel_handle *c_handle() const noexcept { return handle_; }
     /// Returns: the object, for calls of the C interface.
     c_type *c_object() const noexcept { return object_; }

@@ -13,9 +13,9 @@ namespace tarn {
 
 /// Which records of the current tenant a walk meets.
 struct selection {
-    tarn::source source = tarn::source::standard;
-    bool every_source = false;
-    bool pending_too = true;  ///< also those that await their destruction
+    tarn::source source = tarn::source::standard;  ///< those of this source
+    bool every_source = false;                     ///< or of all
+    bool pending_too = true;                       ///< also those that await their destruction
 };
 
 /// A position in a table. It walks by comparing keys, so that inserting and erasing other

@@ -24,6 +24,7 @@ namespace tarn {
 template <typename Table>
 class basic_table {
  public:
+    /// The types that go with the table: of its keys, records, positions and runs.
     using key_type = typename Table::key_type;
     using record_type = basic_record<Table>;
     using new_record_type = basic_new_record<Table>;

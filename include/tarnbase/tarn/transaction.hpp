@@ -49,6 +49,7 @@ class transaction {
     void rollback() { try_rollback().value(); }
 #endif
 
+    /// Returns: whether it was neither committed nor rolled back.
     bool is_open() const noexcept { return handle_ != nullptr; }
 
  private:

@@ -18,6 +18,7 @@ namespace tarn {
 class xml_element {
  public:
     explicit xml_element(kel_xml_document *element) noexcept : element_(element) {}
+    /// Returns: the element, for calls of the C interface.
     kel_xml_document *c_document() const noexcept { return element_; }
 
  private:
@@ -69,6 +70,7 @@ class xml_document {
     }
 #endif
 
+    /// Returns: the document, for calls of the C interface.
     kel_xml_document *c_document() const noexcept { return document_; }
 
  private:

@@ -25,16 +25,19 @@ namespace tarn {
 template <typename... Types>
 struct type_list {};
 
+/// All enumerations of the schema.
 using every_enumeration = type_list<
 {{#face_enumerations}}
     {{face}}{{comma}}
 {{/face_enumerations}}
 >;
+/// All structures of the schema.
 using every_structure = type_list<
 {{#face_structures}}
     {{face}}{{comma}}
 {{/face_structures}}
 >;
+/// All tables of the schema.
 using every_table = type_list<
 {{#face_tables}}
     {{table}}{{comma}}

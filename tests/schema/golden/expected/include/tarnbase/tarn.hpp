@@ -22,14 +22,17 @@ namespace tarn {
 template <typename... Types>
 struct type_list {};
 
+/// All enumerations of the schema.
 using every_enumeration = type_list<
     color
 >;
+/// All structures of the schema.
 using every_structure = type_list<
     corner,
     shape,
     shape_key
 >;
+/// All tables of the schema.
 using every_table = type_list<
     tbl_shape,
     tbl_layer_shape
