@@ -119,7 +119,7 @@ TEST_F(Results, AFailingSearchIsTold) {
     ASSERT_FALSE(found);
     EXPECT_EQ(found.error().code(), std::errc::io_error);
     reads_until_failure = 1;
-    EXPECT_TRUE(table->lower_bound("ldap1") == table->end());
+    EXPECT_TRUE(table->upper_bound("ldap0") == table->end());
     EXPECT_EQ(session->last_error(), static_cast<std::uint32_t>(EIO));
 }
 
