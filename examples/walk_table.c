@@ -1,0 +1,123 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/*
+ * Two processes and a store file, in C.
+ *
+ *   walk_table fill FILE          puts four servers into the file, in one transaction
+ *   walk_table show FILE [FROM]   in another process: shows them in key order, from a key on
+ */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "tarnbase/embedded.h"
+#include "tarnbase/tables/tbl_ldap_conn.h"
+
+static void need(uint32_t err, const char *what) {
+    if (err == 0) return;
+    fprintf(stderr, "walk_table: %s: %s\n", what, strerror((int)err));
+    exit(EXIT_FAILURE);
+}
+
+/* For the calls that leave a text of what was wrong. */
+static void need_status(uint32_t status) {
+    if (status == 0) return;
+    fprintf(stderr, "walk_table: %s\n", kel_error_text());
+    exit(EXIT_FAILURE);
+}
+
+/* Counts one connection more for a server that is known, or makes a record for it. */
+static void add_server(kel_handle *handle, uint32_t tx_id, kel_table *table, const char *name,
+                       uint32_t *connections) {
+    uint32_t err = 0;
+    kel_vstring key;
+    kel_vstring_refer(&key, name, (uint32_t)strlen(name));
+    kel_record *known = tbl_ldap_conn_st_ldap_conn_sname_search(handle, tx_id, table, &key, &err);
+    need(err, "searching");
+    if (known != NULL) {
+        st_ldap_conn *conn = tbl_ldap_conn_st_ldap_conn_get_field(handle, tx_id, known);
+        uint32_t count = st_ldap_conn_num_conns_get_value(handle, tx_id, conn, &err);
+        st_ldap_conn_num_conns_set_value(handle, tx_id, conn, count + 1, &err);
+        need(err, "counting");
+        return;
+    }
+    kel_record *record = tbl_ldap_conn_create_record(handle, tx_id, &err);
+    st_ldap_conn *conn = st_ldap_conn_create(handle, tx_id);
+    need(record == NULL || conn == NULL ? 12 : 0, "making a record");
+    st_ldap_conn_sname_set(handle, tx_id, conn, &key, &err);
+    st_ldap_conn_num_conns_set_value(handle, tx_id, conn, ++*connections, &err);
+    tbl_ldap_conn_st_ldap_conn_set_field(handle, tx_id, record, conn);
+    tbl_ldap_conn_insert(handle, tx_id, table, record, &err);
+    need(err, "inserting");
+}
+
+/* The store keeps its own descriptors (the 1), so that the other process can read it. */
+static void fill(const char *file) {
+    static const char *const names[] = {"ldap3", "ldap1", "backup", "ldap2"};
+    kel_store *store;
+    kel_handle *handle;
+    uint32_t tx_id;
+    uint32_t err = 0;
+    uint32_t connections = 0;
+    need_status(kel_store_open_or_create(file, NULL, &store));
+    need_status(kel_handle_create(store, 1, &handle));
+    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
+    need(err, "opening the table");
+
+    need_status(kel_transaction_begin(handle, &tx_id));
+    for (size_t i = 0; i < sizeof names / sizeof names[0]; ++i)
+        add_server(handle, tx_id, table, names[i], &connections);
+    need_status(kel_transaction_commit(handle, tx_id));
+    printf("%u servers stored\n",
+           (unsigned)tbl_ldap_conn_table_get_count(handle, KEL_TX_NONE, table));
+
+    kel_handle_destroy(handle);
+    kel_store_close(store);
+}
+
+static void show_server(kel_handle *handle, kel_record *record) {
+    uint32_t err = 0;
+    uint32_t length = 0;
+    st_ldap_conn *conn = tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record);
+    const char *name =
+        kel_vstring_bytes(st_ldap_conn_sname_get(handle, KEL_TX_NONE, conn, &err), &length);
+    uint32_t connections = st_ldap_conn_num_conns_get_value(handle, KEL_TX_NONE, conn, &err);
+    need(err, "reading a record");
+    printf("%.*s: %u connections\n", (int)length, name, (unsigned)connections);
+}
+
+/* Shorter names come first, names of one length in the order of their bytes. */
+static void show(const char *file, const char *from) {
+    kel_store *store;
+    kel_handle *handle;
+    uint32_t err = 0;
+    need_status(kel_store_open(file, &store));
+    need_status(kel_handle_create(store, 1, &handle));
+    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
+    need(table == NULL && err == 0 ? 2 : err, "opening the table");
+
+    kel_vstring key;
+    kel_vstring_refer(&key, from, (uint32_t)strlen(from));
+    kel_record *record =
+        tbl_ldap_conn_st_ldap_conn_sname_search_nearest(handle, KEL_TX_NONE, table, &key, &err);
+    while (record != NULL) {
+        show_server(handle, record);
+        record =
+            tbl_ldap_conn_st_ldap_conn_sname_get_next(handle, KEL_TX_NONE, table, record, &err);
+    }
+    need(err, "walking");
+
+    kel_handle_destroy(handle);
+    kel_store_close(store);
+}
+
+int main(int argc, char **argv) {
+    if (argc == 3 && strcmp(argv[1], "fill") == 0) {
+        fill(argv[2]);
+    } else if (argc >= 3 && strcmp(argv[1], "show") == 0) {
+        show(argv[2], argc > 3 ? argv[3] : "");
+    } else {
+        fprintf(stderr, "usage: walk_table fill FILE | walk_table show FILE [FROM]\n");
+        return 2;
+    }
+    return EXIT_SUCCESS;
+}
