@@ -40,17 +40,9 @@ const Table *table_of(const Store &store, const kel_table &block) {
     return catalogue.table_of(*block.descriptor);
 }
 
-bool is_meant(const Instance &instance, const TableReference &reference) {
-    if (instance.table != reference.table) return false;
-    if (reference.id)
-        return instance.block->open_mode != KEL_OPEN_BY_NAME &&
-               instance.block->table_id == *reference.id;
-    return !reference.name || instance.name() == *reference.name;
-}
-
 std::vector<Instance> meant(const Store &store, const TableReference &reference) {
     std::vector<Instance> found = instances(store);
-    std::erase_if(found, [&](const Instance &each) { return !is_meant(each, reference); });
+    std::erase_if(found, [&](const Instance &each) { return !reference.means(each); });
     return found;
 }
 
@@ -87,6 +79,12 @@ std::string Instance::name() const {
 std::string Instance::full_name() const {
     const bool by_name = block->open_mode == KEL_OPEN_BY_NAME;
     return fmt::format("{}{}{}", table->name, by_name ? ":" : "", name());
+}
+
+bool TableReference::means(const Instance &instance) const {
+    if (instance.table != table) return false;
+    if (id) return instance.block->open_mode != KEL_OPEN_BY_NAME && instance.block->table_id == *id;
+    return !name || instance.name() == *name;
 }
 
 const Table &table_named(std::string_view name) {

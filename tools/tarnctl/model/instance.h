@@ -37,6 +37,9 @@ struct TableReference {
     const Table *table;
     std::optional<std::string> name;
     std::optional<uint64_t> id;
+
+    // Whether the instance is the one, or one of those, that the user wrote.
+    bool means(const Instance &instance) const;
 };
 
 // The table of this name. Failure `usage` with a suggestion if there is none.

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl delete: records taken out and destroyed.
+#include "commands/command.h"
+#include "commands/writing.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr const char *footer = R"(
+Nothing is asked; when several records may be meant, their number is printed.
+Records of a table that is marked for replication are refused: the replication
+engine alone takes them out. Batches are written as for insert.
+
+--json prints what insert --json prints.
+
+Exit status: 0 done; 1 there is no such record; 2 wrong arguments; 3 a value
+that can't be read; 4 a store that can't be used, or a table that is marked for
+replication.
+
+Examples:
+  tarnctl delete ldap_conn ldap1.example.net --store net.store
+  tarnctl delete ldap_conn --where num_conns=0 --tenant 9 --dry-run --store net.store
+  tarnctl delete ldap_conn --all --store net.store)";
+
+}  // namespace
+
+void declare_delete(CLI::App &program, Exit & /*status*/) {
+    declare_writing(program,
+                    {Verb::erase, "delete", "Delete records, or do a batch of orders", footer});
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl insert: records that are new.
+#include "commands/command.h"
+#include "commands/writing.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr const char *footer = R"(
+All fields of the key must be given. An enumeration takes an enumerator or its
+number, an array all of its elements with blanks between them, or one as
+minute[5]=7; a field of a structure is written as aaa_authen.requests=3, and a
+string of any bytes as FIELD:hex=00ff. A table that the store doesn't hold is
+made, under its name without tbl_ or under the one given as TABLE:NAME.
+
+A batch has one order a line, as `insert TABLE FIELD=VALUE...`, `set TABLE
+KEY... FIELD=VALUE...` or `delete TABLE KEY...`, with their options --source,
+--tenant, --where and --all. Words are quoted as in a shell, and # begins a
+comment. If one order can't be carried out, none is, and the line is named.
+
+--json prints {"dry_run", "inserted", "changed", "deleted", "tables",
+"changes"}: counts, the tables that were made, and a list of changes, each
+{"change", "table", "tenant", "source", "key", "fields"} with {"old", "new"}
+for each field.
+
+Exit status: 0 done; 1 a record that is to be set or deleted isn't there; 2
+wrong arguments; 3 a value that can't be read, a line of a batch that can't, or
+a key that the table has already; 4 a store that can't be used.
+
+Examples:
+  tarnctl insert ldap_conn sname=ldap9.example.net num_conns=3 --store net.store
+  tarnctl insert ldap_conn sname=ldap8.example.net --source 5 --dry-run --store net.store
+  tarnctl insert - --store net.store < orders.txt)";
+
+}  // namespace
+
+void declare_insert(CLI::App &program, Exit & /*status*/) {
+    declare_writing(program,
+                    {Verb::insert, "insert", "Insert a record, or do a batch of orders", footer});
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl set: other values for fields of records that are there.
+#include "commands/command.h"
+#include "commands/writing.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr const char *footer = R"(
+A word of the form FIELD=VALUE is a field, any other one a value of the key. A
+value of the key that holds = is written with its field's name, as sname=a=b.
+Values are written as for insert, and so are batches. A record keeps its key as
+long as it lives: delete it and insert another to change that.
+
+--json prints what insert --json prints.
+
+Exit status: 0 done; 1 there is no such record; 2 wrong arguments; 3 a value
+that can't be read, or a field that the record's object is too old for; 4 a
+store that can't be used.
+
+Examples:
+  tarnctl set ldap_conn ldap1.example.net num_conns=8 --store net.store
+  tarnctl set ldap_conn --where num_conns=2 num_conns=3 --verbose --store net.store
+  tarnctl set aaa_servers radius1 status=ALIVE 'minute[5]=7' --dry-run --store net.store)";
+
+}  // namespace
+
+void declare_set(CLI::App &program, Exit & /*status*/) {
+    declare_writing(program,
+                    {Verb::set, "set", "Set fields of records, or do a batch of orders", footer});
+}
+
+}  // namespace tarnctl

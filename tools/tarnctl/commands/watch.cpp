@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl watch: the changes of records, as they come.
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "commands/command.h"
+#include "model/instance.h"
+#include "terminal/style.h"
+#include "watch/snapshot.h"
+
+namespace tarnctl {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::milliseconds;
+
+// Looks in a row that found no rest, before the user is told.
+constexpr int patience = 20;
+
+struct Options {
+    std::string store;
+    std::vector<std::string> tables;
+    bool all = false;
+    uint32_t interval = 500;
+    uint64_t count = 0;
+    double timeout = 0;
+    bool committed = false;
+    bool no_time = false;
+    bool verbose = false;
+    bool json = false;
+};
+
+// SIGINT and SIGTERM, kept back so that they end a pause and nothing else.
+class StopSignals {
+ public:
+    StopSignals() {
+        sigemptyset(&set_);
+        sigaddset(&set_, SIGINT);
+        sigaddset(&set_, SIGTERM);
+        sigprocmask(SIG_BLOCK, &set_, nullptr);
+    }
+
+    // Waits so long. True if a signal came.
+    bool within(Milliseconds pause) const {
+        const Clock::time_point end = Clock::now() + pause;
+        for (;;) {
+            const auto left = std::max(end - Clock::now(), Clock::duration::zero());
+            const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+            const timespec time{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+            if (sigtimedwait(&set_, nullptr, &time) >= 0) return true;
+            if (errno == EAGAIN) return false;
+        }
+    }
+
+ private:
+    sigset_t set_;
+};
+
+std::string time_text(bool json) {
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto milliseconds =
+        std::chrono::duration_cast<Milliseconds>(now.time_since_epoch()).count() % 1000;
+    std::tm parts{};
+    json ? gmtime_r(&seconds, &parts) : localtime_r(&seconds, &parts);
+    char text[32];
+    std::strftime(text, sizeof text, json ? "%Y-%m-%dT%H:%M:%S" : "%Y-%m-%d %H:%M:%S", &parts);
+    return json ? fmt::format("{}.{:03}Z", text, milliseconds) : text;
+}
+
+void print(const Change &change, const Options &options) {
+    if (options.json) {
+        Json line = Json::object();
+        if (!options.no_time) line["time"] = time_text(true);
+        line.update(json_of(change));
+        std::cout << line.dump() << std::endl;
+        return;
+    }
+    const Screen &screen = output_screen();
+    if (!options.no_time) std::cout << dim(time_text(false), screen) << ' ';
+    std::cout << text_of(change, screen) << std::flush;
+}
+
+class Watch {
+ public:
+    Watch(const Options &options, const Store &store, std::vector<TableReference> references)
+        : options_(options), reader_(store, std::move(references)) {}
+
+    // False if --count changes didn't come in time.
+    bool run() {
+        while (!last_) {
+            last_ = reader_.read();
+            note_rest(last_.has_value());
+            if (!last_ && pause()) return finished();
+        }
+        say(fmt::format("watching {} records", last_->records()));
+        while (!has_enough() && !pause()) look();
+        return finished();
+    }
+
+ private:
+    bool has_enough() const { return options_.count != 0 && seen_ >= options_.count; }
+
+    bool finished() const {
+        if (options_.verbose || isatty(STDERR_FILENO) == 1)
+            std::cerr << fmt::format("tarnctl: {} change{} in {:.0f} s\n", seen_,
+                                     seen_ == 1 ? "" : "s",
+                                     std::chrono::duration<double>(Clock::now() - begin_).count());
+        return has_enough() || !timed_out_ || options_.count == 0;
+    }
+
+    // True if it is time to end.
+    bool pause() {
+        Milliseconds length(options_.interval);
+        if (options_.timeout > 0) {
+            const auto end = begin_ + std::chrono::duration<double>(options_.timeout);
+            const auto left = std::chrono::ceil<Milliseconds>(end - Clock::now());
+            if (left <= Milliseconds::zero()) return timed_out_ = true;
+            length = std::min(length, left);
+        }
+        return stop_.within(length);
+    }
+
+    void look() {
+        if (options_.committed && !reader_.has_progressed(*last_)) return;
+        std::optional<Snapshot> now = reader_.read_after(*last_);
+        note_rest(now.has_value());
+        if (!now) return;
+        for (const Change &change : changes_between(*last_, *now)) {
+            if (has_enough()) break;
+            print(change, options_);
+            ++seen_;
+        }
+        if (!std::cout) throw Failure(Exit::store, "standard output can't be written");
+        last_ = std::move(now);
+    }
+
+    void note_rest(bool rested) {
+        restless_ = rested ? 0 : restless_ + 1;
+        if (restless_ == patience)
+            std::cerr << "tarnctl: a transaction is open whenever the store is looked at; changes "
+                         "are shown when it rests\n";
+    }
+
+    void say(const std::string &text) const {
+        if (options_.verbose) std::cerr << "tarnctl: " << text << std::endl;
+    }
+
+    const Options &options_;
+    const StopSignals stop_;
+    SnapshotReader reader_;
+    std::optional<Snapshot> last_;
+    uint64_t seen_ = 0;
+    int restless_ = 0;
+    bool timed_out_ = false;
+    const Clock::time_point begin_ = Clock::now();
+};
+
+bool run(const Options &options) {
+    if (options.tables.empty() != options.all)
+        throw Failure(Exit::usage, "name tables, or give --all for all of them");
+    const Store store = Store::open_to_read(options.store);
+    std::vector<TableReference> references;
+    for (const std::string &table : options.tables) {
+        references.push_back(parse_table(table));
+        const TableReference &meant = references.back();
+        const std::vector<Instance> held = instances(store);
+        if (std::none_of(held.begin(), held.end(),
+                         [&](const Instance &each) { return meant.means(each); }))
+            find_instance(store, meant);
+    }
+    return Watch(options, store, std::move(references)).run();
+}
+
+constexpr const char *footer = R"(
+A record that changed is told with ~ and its fields, old -> new, a new one with
++, one that is gone with -. Of an array only the elements that changed are
+told. Where a store holds several tables of one name, TABLE means all of them.
+
+The store is read every --interval milliseconds, so that of changes in between
+the last one is seen. What an open transaction has changed is told when it is
+committed. Changes outside of transactions are seen too, but may be told in
+parts if they are made in the moment of reading. With --committed the records
+are read only if transactions have ended since: that is cheap in a large store,
+and blind for changes outside of transactions. A store that never rests between
+two transactions can't be read, and is waited for.
+
+--json prints one object a line: {"time", "change", "table", "tenant",
+"source", "key", "fields"}, as insert --json lists them, with the time in UTC.
+
+Exit status: 0 ended by a signal, by --timeout or by --count; 1 --timeout came
+before --count changes, or the store holds no such table; 2 wrong arguments; 4
+a store that can't be used.
+
+Examples:
+  tarnctl watch ldap_conn --store net.store
+  tarnctl watch --all --json --interval 100 --store net.store
+  tarnctl watch aaa_servers --count 1 --timeout 10 --store net.store)";
+
+}  // namespace
+
+void declare_watch(CLI::App &program, Exit &status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command =
+        program.add_subcommand("watch", "Print the changes of records until interrupted");
+    add_store_option(*command, options->store);
+    command->add_option("table", options->tables, "Tables to watch")->type_name("TABLE");
+    command->add_flag("--all", options->all, "Watch all tables of the store");
+    command
+        ->add_option("--interval", options->interval,
+                     "Milliseconds between two looks, 1 to 3600000; 500 by default")
+        ->check(CLI::Range(1U, 3600000U))
+        ->type_name("MS");
+    command->add_option("--count", options->count, "End after so many changes of records")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
+    command->add_option("--timeout", options->timeout, "End after so many seconds")
+        ->check(CLI::PositiveNumber)
+        ->type_name("S");
+    command->add_flag("--committed", options->committed,
+                      "Look only when a transaction has ended since the last look");
+    command->add_flag("--no-time", options->no_time, "Leave out the time");
+    command->add_flag("-v,--verbose", options->verbose,
+                      "Tell on standard error when watching begins, and how many changes there "
+                      "were");
+    add_json_option(*command, options->json);
+    command->footer(footer);
+    command->callback([options, &status] {
+        if (!run(*options)) status = Exit::difference;
+    });
+}
+
+}  // namespace tarnctl

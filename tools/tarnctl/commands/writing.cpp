@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/writing.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <utility>
+
+#include "commands/command.h"
+#include "edit/batch.h"
+#include "edit/change.h"
+#include "edit/editor.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr const char *standard_input = "-";
+
+struct Options {
+    std::string store;
+    OrderWords words;
+    std::string batch;
+    bool dry_run = false;
+    bool verbose = false;
+    bool json = false;
+};
+
+// Reads the lines of a batch with the same parser of arguments as the command line.
+class LineParser {
+ public:
+    LineParser() {
+        parser_.require_subcommand(1);
+        // A batch is no place for help.
+        parser_.set_help_flag();
+        add("insert", Verb::insert);
+        add("set", Verb::set);
+        add("delete", Verb::erase);
+    }
+
+    Order parse(const BatchLine &line) {
+        if (verbs_.count(line.words.front()) == 0)
+            throw Failure(Exit::data, fmt::format("expected insert, set or delete, not `{}`",
+                                                  line.words.front()));
+        words_ = {};
+        // The parser takes words from the back.
+        std::vector<std::string> words(line.words.rbegin(), line.words.rend());
+        try {
+            parser_.parse(words);
+        } catch (const CLI::ParseError &error) {
+            throw Failure(Exit::data, error.what());
+        }
+        return orders_.read(verbs_.at(line.words.front()), words_);
+    }
+
+ private:
+    void add(const std::string &name, Verb verb) {
+        CLI::App *command = parser_.add_subcommand(name);
+        command->set_help_flag();
+        add_order_options(*command, verb, words_);
+        verbs_[name] = verb;
+    }
+
+    CLI::App parser_;
+    OrderWords words_;
+    std::map<std::string, Verb> verbs_;
+    OrderReader orders_;
+};
+
+std::vector<Order> orders_of_batch(const std::string &path) {
+    LineParser parser;
+    std::vector<Order> orders;
+    for (const BatchLine &line : read_batch(path)) {
+        try {
+            orders.push_back(parser.parse(line));
+        } catch (const Failure &failure) {
+            throw Failure(Exit::data, fmt::format("{}: {}", line.place, failure.what()));
+        }
+        orders.back().place = line.place;
+    }
+    return orders;
+}
+
+std::vector<Order> orders_of(Verb verb, const Options &options) {
+    const bool has_words = !options.words.table.empty() || options.words.all ||
+                           !options.words.where.empty() || options.words.tenant ||
+                           options.words.source;
+    if (!options.batch.empty()) {
+        if (has_words)
+            throw Failure(Exit::usage,
+                          "--batch takes all that is to be done from its file; give "
+                          "no table and no records besides");
+        return orders_of_batch(options.batch);
+    }
+    if (options.words.table == standard_input && options.words.words.empty())
+        return orders_of_batch(standard_input);
+    if (options.words.table.empty())
+        throw Failure(Exit::usage, "TABLE is missing; give a table, or - or --batch for a batch");
+    std::vector<Order> orders;
+    orders.push_back(OrderReader().read(verb, options.words));
+    return orders;
+}
+
+std::string counted(uint64_t count) {
+    return fmt::format("{} record{}", count, count == 1 ? "" : "s");
+}
+
+std::string summary(const Counts &counts) {
+    std::string text;
+    const auto add = [&](uint64_t count, const char *what) {
+        if (count > 0)
+            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", counted(count), what);
+    };
+    add(counts.inserted, "inserted");
+    add(counts.changed, "changed");
+    add(counts.deleted, "deleted");
+    return text.empty() ? "no record changed" : text;
+}
+
+// One record needs no count.
+bool is_counted(const std::vector<Order> &orders, const Options &options) {
+    return options.dry_run || orders.size() != 1 || orders.front().many;
+}
+
+void tell_made_tables(const Editor &editor, bool dry_run) {
+    for (const std::string &table : editor.made_tables())
+        std::cerr << fmt::format("tarnctl: the store holds no table `{}`; it {} made\n", table,
+                                 dry_run ? "would be" : "was");
+}
+
+void print_json(const Editor &editor, const Options &options, Json changes) {
+    const Counts &counts = editor.counts();
+    const Json json = {{"dry_run", options.dry_run},     {"inserted", counts.inserted},
+                       {"changed", counts.changed},      {"deleted", counts.deleted},
+                       {"tables", editor.made_tables()}, {"changes", std::move(changes)}};
+    std::cout << json.dump(2) << '\n';
+}
+
+void run(Verb verb, const Options &options) {
+    const std::vector<Order> orders = orders_of(verb, options);
+    const Store store =
+        options.dry_run ? Store::copy_of(options.store) : Store::open_to_write(options.store);
+    // Kept until they hold.
+    std::string text;
+    Json changes = Json::array();
+    Editor::Listener listener;
+    if (options.json) listener = [&](const Change &change) { changes.push_back(json_of(change)); };
+    else if (options.dry_run || options.verbose)
+        listener = [&](const Change &change) { text += text_of(change, output_screen()); };
+    Editor editor(store, listener);
+    editor.run(orders);
+    tell_made_tables(editor, options.dry_run);
+    if (options.json) {
+        print_json(editor, options, std::move(changes));
+        return;
+    }
+    std::cout << text;
+    if (is_counted(orders, options))
+        std::cout << summary(editor.counts()) << (options.dry_run ? ", in a trial only" : "")
+                  << '\n';
+}
+
+void add_words(CLI::App &command, Verb verb, OrderWords &words) {
+    const char *type = verb == Verb::insert ? "FIELD=VALUE"
+                       : verb == Verb::set  ? "KEY|FIELD=VALUE"
+                                            : "KEY";
+    const char *text =
+        verb == Verb::insert
+            ? "Fields of the record, those of its key among them; others are 0 or empty"
+        : verb == Verb::set
+            ? "Values of the record's key in the order of the key, then the fields to set"
+            : "Values of the record's key in the order of the key, or FIELD=VALUE";
+    // Without extra arguments `[a,b]` is a value like any other.
+    command.add_option("words", words.words, text)->type_name(type)->allow_extra_args(false);
+}
+
+}  // namespace
+
+void add_order_options(CLI::App &command, Verb verb, OrderWords &words) {
+    command.add_option("table", words.table, "Table; - reads a batch from standard input")
+        ->type_name("TABLE");
+    add_words(command, verb, words);
+    const bool choose = verb != Verb::insert;
+    if (choose) {
+        command
+            .add_option(
+                "-w,--where", words.where,
+                "Instead of a key: all records that fulfil the condition, as FIELD=VALUE or "
+                "with another sign of find; may be repeated, and all must hold")
+            ->type_name("CONDITION")
+            ->allow_extra_args(false);
+        command.add_flag("--all", words.all, "Instead of a key: all records of the table");
+    }
+    const std::string many = choose ? "; with --where or --all any, unless given" : "";
+    command
+        .add_option("--source", words.source, "Source of the record, 0 to 255; 1 by default" + many)
+        ->check(CLI::Range(0U, 255U))
+        ->type_name("N");
+    command.add_option("--tenant", words.tenant, "Tenant of the record; 0 by default" + many)
+        ->check(CLI::Range(0U, 65535U))
+        ->type_name("N");
+}
+
+void declare_writing(CLI::App &program, const WritingCommand &what) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command = program.add_subcommand(what.name, what.description);
+    add_store_option(*command, options->store);
+    add_order_options(*command, what.verb, options->words);
+    command
+        ->add_option("--batch", options->batch,
+                     "Read what is to be done from a file, or from standard input if it is -: an "
+                     "insert, set or delete a line, all in one transaction")
+        ->type_name("FILE");
+    command->add_flag("-n,--dry-run", options->dry_run,
+                      "Do it in a copy of the store in memory and show the difference; the store "
+                      "stays as it is, byte for byte");
+    command->add_flag("-v,--verbose", options->verbose, "Show what was changed, field by field");
+    add_json_option(*command, options->json);
+    command->footer(what.footer);
+    command->callback([options, verb = what.verb] { run(verb, *options); });
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What insert, set and delete have in common: their options, batches, trials, and what they tell.
+#ifndef TARNCTL_COMMANDS_WRITING_H
+#define TARNCTL_COMMANDS_WRITING_H
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "edit/order.h"
+
+namespace tarnctl {
+
+// How a verb is declared. The texts live as long as the program.
+struct WritingCommand {
+    Verb verb;
+    const char *name;
+    const char *description;
+    const char *footer;
+};
+
+// The positional arguments and the options that choose records, which a line of a batch has too.
+void add_order_options(CLI::App &command, Verb verb, OrderWords &words);
+void declare_writing(CLI::App &program, const WritingCommand &what);
+
+}  // namespace tarnctl
+
+#endif

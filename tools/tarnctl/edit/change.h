@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A record that is new, changed or gone, and how a user is told.
+//
+//   ~ tbl_ldap_conn:ldap a.example
+//       num_conns: 1 -> 2
+//   + tbl_ldap_conn:ldap b.example (tenant 9, source 5)
+//       num_conns: 3
+//
+// As JSON, arrays element by element too, unless the whole record is new or gone:
+//
+//   {"change": "changed", "table": "tbl_ldap_conn:ldap", "tenant": 0, "source": 1,
+//    "key": {"sname": "a.example"}, "fields": {"num_conns": {"old": 1, "new": 2}}}
+//
+// "change" is "inserted", "changed" or "deleted"; "old" is missing of what wasn't there before,
+// "new" of what isn't there any more.
+#ifndef TARNCTL_EDIT_CHANGE_H
+#define TARNCTL_EDIT_CHANGE_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/difference.h"
+#include "model/json.h"
+#include "terminal/screen.h"
+
+namespace tarnctl {
+
+struct Change {
+    std::string table;  // the full name of its instance
+    std::optional<RecordCopy> before;
+    std::optional<RecordCopy> after;
+    // The fields to tell, if they were chosen already; else all that differ.
+    std::optional<std::vector<FieldChange>> fields = std::nullopt;
+
+    bool is_new() const { return !before; }
+    bool is_gone() const { return !after; }
+    const RecordCopy &record() const { return after ? *after : *before; }
+};
+
+// One line for the record and one for each field. Fields of a record that is new or gone are left
+// out if they are 0 or empty.
+std::string text_of(const Change &change, const Screen &screen);
+Json json_of(const Change &change);
+
+}  // namespace tarnctl
+
+#endif

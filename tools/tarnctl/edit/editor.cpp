@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "edit/editor.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "base/failure.h"
+#include "tarnbase/module.h"
+#include "terminal/progress.h"
+
+namespace tarnctl {
+namespace {
+
+std::string key_text(const Order &order) {
+    std::string text;
+    for (const Assignment &each : order.key) text += (text.empty() ? "" : ", ") + each.text;
+    return text;
+}
+
+// "tbl_ldap_conn:ldap: no record of the key `a.example`, tenant 0, source 1".
+std::string about_record(const Order &order, const Instance &instance, std::string_view what) {
+    return fmt::format("{}: {} record of the key `{}`, tenant {}, source {}", instance.full_name(),
+                       what, key_text(order), order.tenant_or_default(), order.source_or_default());
+}
+
+std::vector<std::string> texts_of(const std::vector<Assignment> &assignments) {
+    std::vector<std::string> texts;
+    for (const Assignment &each : assignments) texts.push_back(each.text);
+    return texts;
+}
+
+bool is_chosen(const Order &order, const Record &record) {
+    if (order.tenant && *order.tenant != record.tenant()) return false;
+    if (order.source && *order.source != record.src()) return false;
+    return order.where == nullptr || order.where->passes(record);
+}
+
+void assign(const Record &record, uint32_t tx_id, const Assignment &assignment) {
+    const Column &column = assignment.column;
+    Value value = record.value(column, tx_id);
+    if (!value.present()) {
+        const Table &table = *record.table;
+        const bool has_object = table.object(record.handle, tx_id, record.record) != nullptr;
+        throw Failure(Exit::data,
+                      fmt::format("{}: the record `{}` of {} {}", column.name(),
+                                  RecordCopy(record, tx_id).key_text(), table.name,
+                                  has_object ? "was made as an older variant, which has no such "
+                                               "field"
+                                             : "has no data object"));
+    }
+    value.set_text(assignment.text);
+}
+
+// Tells the tables that orders mean.
+std::string text_of(const TableReference &reference) {
+    return fmt::format("{}:{}#{}", reference.table->name, reference.name.value_or(""),
+                       reference.id.value_or(0));
+}
+
+}  // namespace
+
+void Editor::tell(const Work &work, std::optional<RecordCopy> before,
+                  std::optional<RecordCopy> after) {
+    if (listener_) listener_({work.instance.full_name(), std::move(before), std::move(after)});
+}
+
+Record Editor::by_key(const Work &work) {
+    const TenantScope tenant(work.order.tenant_or_default());
+    const Key key(*work.instance.table, texts_of(work.order.key), scratch_);
+    return find_record(store_, work.instance, key, work.order.source_or_default());
+}
+
+// Taken down before any is changed: a walk doesn't like its records to go.
+std::vector<Record> Editor::chosen(const Work &work) {
+    std::vector<Record> records;
+    if (!work.order.many) {
+        const Record found = by_key(work);
+        if (found.record == nullptr)
+            throw Failure(Exit::difference, about_record(work.order, work.instance, "no"));
+        records.push_back(found);
+        return records;
+    }
+    for_each_record(store_, work.instance, [&](const Record &record) {
+        if (is_chosen(work.order, record)) records.push_back(record);
+        return true;
+    });
+    if (records.empty() && work.order.where != nullptr)
+        throw Failure(Exit::difference, fmt::format("{}: no record fulfils the conditions",
+                                                    work.instance.full_name()));
+    return records;
+}
+
+Record Editor::new_record(const Work &work) {
+    const Table &table = *work.instance.table;
+    kel_handle *handle = store_.handle();
+    uint32_t err = 0;
+    kel_record *block =
+        table.create_record(handle, work.tx_id, work.order.source_or_default(), &err);
+    need(block == nullptr && err == 0 ? ENOMEM : err, "making a record");
+    void *object = table.type->create(handle, work.tx_id);
+    need(object == nullptr ? ENOMEM : 0, "making a record");
+    table.set_object(handle, work.tx_id, block, object);
+    if (table.key_type != nullptr) {
+        void *key = table.key_type->create(handle, work.tx_id);
+        need(key == nullptr ? ENOMEM : 0, "making a record");
+        table.set_key_object(handle, work.tx_id, block, key);
+    }
+    return {&table, handle, block};
+}
+
+// An insert in an armed table goes to the replication stream as well.
+void Editor::attach_replication(const Instance &instance) {
+    const kel_table &block = *instance.block;
+    if (replication_attached_ || block.replication_marked == 0 || block.write_cursor_armed == 0)
+        return;
+    need(kel_replication_attach(store_.handle(), tarnbase_table_get_vft),
+         fmt::format("attaching to the replication of {}", instance.full_name()));
+    replication_attached_ = true;
+}
+
+void Editor::insert(const Work &work) {
+    if (by_key(work).record != nullptr)
+        throw Failure(Exit::data, about_record(work.order, work.instance, "there is already a"));
+    attach_replication(work.instance);
+    const TenantScope tenant(work.order.tenant_or_default());
+    const Record record = new_record(work);
+    for (const Assignment &each : work.order.key) assign(record, work.tx_id, each);
+    for (const Assignment &each : work.order.fields) assign(record, work.tx_id, each);
+    uint32_t err = 0;
+    work.instance.table->insert(store_.handle(), work.tx_id, work.instance.block, record.record,
+                                &err);
+    need(err, fmt::format("{}: inserting the record `{}`", work.instance.full_name(),
+                          key_text(work.order)));
+    ++counts_.inserted;
+    if (listener_) tell(work, {}, RecordCopy(record, work.tx_id));
+}
+
+void Editor::set(const Work &work, const Record &record) {
+    RecordCopy before(record, work.tx_id);
+    for (const Assignment &each : work.order.fields) assign(record, work.tx_id, each);
+    RecordCopy after(record, work.tx_id);
+    if (changes_between(before, after).empty()) return;
+    ++counts_.changed;
+    tell(work, std::move(before), std::move(after));
+}
+
+void Editor::erase(const Work &work, const Record &record) {
+    const Instance &instance = work.instance;
+    if (instance.block->replication_marked != 0)
+        throw Failure(Exit::store,
+                      fmt::format("{} is marked for replication: nobody but its replication "
+                                  "engine takes records out of it (error {}, which the library "
+                                  "answers to a delete)",
+                                  instance.full_name(), EINVAL));
+    if (listener_) tell(work, RecordCopy(record, work.tx_id), {});
+    // The counters that go down are those of the thread's tenant.
+    const TenantScope tenant(record.tenant());
+    uint32_t err = 0;
+    instance.table->erase(store_.handle(), work.tx_id, instance.block, record.record, &err);
+    if (err == 0) instance.table->destroy_record(store_.handle(), work.tx_id, record.record, &err);
+    need(err, fmt::format("{}: deleting a record", instance.full_name()));
+    ++counts_.deleted;
+}
+
+void Editor::perform(uint32_t tx_id, const Order &order) {
+    const Work work{tx_id, order, instance_of(order)};
+    if (order.verb == Verb::insert) {
+        insert(work);
+        return;
+    }
+    for (const Record &record : chosen(work)) {
+        if (order.verb == Verb::set) set(work, record);
+        else erase(work, record);
+    }
+}
+
+const Instance &Editor::instance_of(const Order &order) {
+    const std::string text = text_of(order.table);
+    const auto known = instances_.find(text);
+    if (known != instances_.end()) return known->second;
+    return instances_.emplace(text, find_instance(store_, order.table)).first->second;
+}
+
+void Editor::make_table(const Order &order, std::vector<Instance> &made) {
+    const std::string text = text_of(order.table);
+    if (instances_.count(text) != 0) return;
+    const uint32_t before = store_.describe().tables;
+    const Instance instance = find_or_make_instance(store_, order.table);
+    instances_.emplace(text, instance);
+    if (store_.describe().tables == before) return;
+    made.push_back(instance);
+    made_tables_.push_back(instance.full_name());
+}
+
+// What an order throws gets its place in front.
+template <class Function>
+void Editor::for_each_order(const std::vector<Order> &orders, Function function) {
+    for (const Order &order : orders) {
+        try {
+            function(order);
+        } catch (const Failure &failure) {
+            if (order.place.empty()) throw;
+            throw Failure(failure.code(), fmt::format("{}: {}", order.place, failure.what()));
+        }
+    }
+}
+
+void Editor::run(const std::vector<Order> &orders) {
+    std::vector<Instance> made;
+    try {
+        for_each_order(orders, [&](const Order &order) {
+            if (order.verb == Verb::insert) make_table(order, made);
+        });
+        Transaction transaction(store_);
+        Progress progress("orders", orders.size());
+        for_each_order(orders, [&](const Order &order) {
+            perform(transaction.id(), order);
+            progress.advance();
+        });
+        transaction.commit();
+    } catch (...) {
+        // Tables belong to no transaction; these are empty again.
+        for (const Instance &instance : made) {
+            uint32_t err = 0;
+            instance.table->free(store_.handle(), KEL_TX_NONE, instance.block, &err);
+        }
+        throw;
+    }
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What is to be done to a table's records: an order, read from words and checked against the
+// schema, before any store is touched.
+//
+//   insert TABLE FIELD=VALUE...        fields of the key among them
+//   set    TABLE KEY... FIELD=VALUE... the key's values in the order of the key, or FIELD=VALUE
+//   delete TABLE KEY...
+//
+// A word is an assignment if it begins with the path of a field and `=`, and a value of the key
+// otherwise. FIELD:hex=00ff gives a string its bytes.
+#ifndef TARNCTL_EDIT_ORDER_H
+#define TARNCTL_EDIT_ORDER_H
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "listing/condition.h"
+#include "model/instance.h"
+#include "model/record.h"
+#include "model/store.h"
+
+namespace tarnctl {
+
+enum class Verb { insert, set, erase };
+
+// A value for a column. The text is as the value itself would write it.
+struct Assignment {
+    Column column;
+    std::string text;
+};
+
+// The words of an order, as a command line or a line of a batch gives them.
+struct OrderWords {
+    std::string table;
+    std::vector<std::string> words;
+    std::vector<std::string> where;
+    bool all = false;
+    std::optional<uint16_t> tenant;
+    std::optional<uint16_t> source;
+};
+
+struct Order {
+    Verb verb;
+    TableReference table;
+    std::vector<Assignment> key;  // all of the key's columns in its order; none if `many`
+    std::vector<Assignment> fields;
+    bool many = false;                    // all records that pass `where`, or all
+    std::shared_ptr<const Filter> where;  // or null
+    std::optional<uint16_t> tenant;
+    std::optional<uint8_t> source;
+    std::string place;  // "FILE:LINE", or empty
+
+    // Of the one record that is meant.
+    uint16_t tenant_or_default() const { return tenant.value_or(0); }
+    uint8_t source_or_default() const { return source.value_or(KEL_SOURCE_DEFAULT); }
+};
+
+// Reads orders. Values are tried on objects in memory of its own.
+class OrderReader {
+ public:
+    OrderReader() = default;
+    OrderReader(const OrderReader &) = delete;
+    OrderReader &operator=(const OrderReader &) = delete;
+
+    // Failure `usage` or `data` that names the table, the field or the word.
+    Order read(Verb verb, const OrderWords &words);
+
+ private:
+    Assignment assignment(const Table &table, std::string_view word);
+    std::string checked_text(const Column &column, const Structure &structure,
+                             const std::string &text);
+    Assignment field_of_word(const Order &order, const std::string &word, std::size_t key_values);
+    void take_words(Order &order, const std::vector<std::string> &words);
+    void put_key_together(Order &order, std::vector<Assignment> named,
+                          const std::vector<std::string> &values);
+
+    Store scratch_ = Store::scratch();
+    std::map<const Structure *, void *> objects_;
+};
+
+// Whether the word is FIELD=VALUE or FIELD:hex=VALUE.
+bool is_assignment(std::string_view word);
+
+}  // namespace tarnctl
+
+#endif

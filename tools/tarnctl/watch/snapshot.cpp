@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "watch/snapshot.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "base/failure.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr int attempts = 5;
+
+using ByIdentity = std::unordered_map<std::string_view, const RecordCopy *>;
+
+ByIdentity by_identity(const std::vector<RecordCopy> &records) {
+    ByIdentity found;
+    for (const RecordCopy &each : records) found.emplace(each.identity(), &each);
+    return found;
+}
+
+const std::vector<RecordCopy> &records_of(const Snapshot &snapshot, const std::string &table) {
+    static const std::vector<RecordCopy> none;
+    const auto found = snapshot.tables.find(table);
+    return found == snapshot.tables.end() ? none : found->second;
+}
+
+void add_changes(const std::string &table, const std::vector<RecordCopy> &before,
+                 const std::vector<RecordCopy> &after, std::vector<Change> &changes) {
+    const ByIdentity now = by_identity(after);
+    for (const RecordCopy &each : before) {
+        if (now.count(each.identity()) == 0) changes.push_back({table, each, {}});
+    }
+    const ByIdentity then = by_identity(before);
+    for (const RecordCopy &each : after) {
+        const auto found = then.find(each.identity());
+        if (found == then.end()) changes.push_back({table, {}, each});
+        else if (!changes_between(*found->second, each).empty())
+            changes.push_back({table, *found->second, each});
+    }
+}
+
+}  // namespace
+
+std::size_t Snapshot::records() const {
+    std::size_t count = 0;
+    for (const auto &[table, records] : tables) count += records.size();
+    return count;
+}
+
+std::vector<Change> changes_between(const Snapshot &before, const Snapshot &after) {
+    std::vector<Change> changes;
+    for (const auto &[table, records] : before.tables)
+        add_changes(table, records, records_of(after, table), changes);
+    for (const auto &[table, records] : after.tables) {
+        if (before.tables.count(table) == 0) add_changes(table, {}, records, changes);
+    }
+    return changes;
+}
+
+bool SnapshotReader::is_meant(const Instance &instance) const {
+    return references_.empty() ||
+           std::any_of(references_.begin(), references_.end(),
+                       [&](const TableReference &each) { return each.means(instance); });
+}
+
+Snapshot SnapshotReader::read_tables() const {
+    Snapshot snapshot;
+    for (const Instance &instance : instances(store_)) {
+        if (!is_meant(instance)) continue;
+        std::vector<RecordCopy> &records = snapshot.tables[instance.full_name()];
+        for_each_record(store_, instance, [&](const Record &record) {
+            records.emplace_back(record);
+            return true;
+        });
+    }
+    return snapshot;
+}
+
+std::optional<Progression> SnapshotReader::resting() const {
+    const kel_store_description now = store_.describe();
+    if (now.transactions > 0) return {};
+    return Progression{now.committed, now.rolled_back};
+}
+
+bool SnapshotReader::has_progressed(const Snapshot &since) const {
+    const auto now = resting();
+    return !now || !(*now == since.progression);
+}
+
+std::optional<Snapshot> SnapshotReader::read() const {
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const auto before = resting();
+        if (!before) continue;
+        try {
+            Snapshot snapshot = read_tables();
+            snapshot.progression = *before;
+            if (resting() == before) return snapshot;
+        } catch (const Failure &) {
+            // What was met in the middle of a change says nothing.
+            if (resting() == before) throw;
+        }
+    }
+    return {};
+}
+
+std::optional<Snapshot> SnapshotReader::read_after(const Snapshot &last) const {
+    std::optional<Snapshot> found = read();
+    for (int attempt = 0; attempt < attempts && found; ++attempt) {
+        if (!(found->progression == last.progression) || changes_between(last, *found).empty())
+            return found;
+        std::optional<Snapshot> again = read();
+        if (again && changes_between(*found, *again).empty()) return again;
+        found = std::move(again);
+    }
+    return found;
+}
+
+}  // namespace tarnctl
