@@ -156,28 +156,40 @@ void for_each_record(const Store &store, const Instance &instance,
     need(err, fmt::format("walking {}", instance.full_name()));
 }
 
-Key::Key(const Table &table, const std::vector<std::string> &texts) {
-    const std::vector<Column> columns = key_columns(table);
+Key::Key(const Table &table, const std::vector<std::string> &texts)
+    : table_(table), own_scratch_(Store::scratch()), handle_(own_scratch_->handle()) {
+    make(texts);
+}
+
+Key::Key(const Table &table, const std::vector<std::string> &texts, const Store &scratch)
+    : table_(table), handle_(scratch.handle()) {
+    make(texts);
+}
+
+Key::~Key() { table_.key_carrier().destroy(handle_, KEL_TX_NONE, carrier_); }
+
+void Key::make(const std::vector<std::string> &texts) {
+    const std::vector<Column> columns = key_columns(table_);
     if (texts.size() != columns.size())
         throw Failure(
             Exit::usage,
-            fmt::format("the key of {} has {} value{}, {}; {} given", table.name, columns.size(),
+            fmt::format("the key of {} has {} value{}, {}; {} given", table_.name, columns.size(),
                         columns.size() == 1 ? "" : "s", names_of(columns), texts.size()));
-    void *carrier = table.key_carrier().create(scratch_.handle(), KEL_TX_NONE);
-    need(carrier == nullptr ? ENOMEM : 0, "making a key");
+    carrier_ = table_.key_carrier().create(handle_, KEL_TX_NONE);
+    need(carrier_ == nullptr ? ENOMEM : 0, "making a key");
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        Value value(scratch_.handle(), KEL_TX_NONE, carrier, columns[i].path);
+        Value value(handle_, KEL_TX_NONE, carrier_, columns[i].path);
         value.set_text(texts[i]);
         text_ += fmt::format("{}{}", i == 0 ? "" : ", ", value.text());
     }
-    if (table.key_type != nullptr) {
-        key_ = carrier;
+    if (table_.key_type != nullptr) {
+        key_ = carrier_;
         return;
     }
-    const Value value(scratch_.handle(), KEL_TX_NONE, carrier, columns.front().path);
-    if (table.key_field->kind == Kind::vstring || table.key_field->kind == Kind::address) {
+    const Value value(handle_, KEL_TX_NONE, carrier_, columns.front().path);
+    if (table_.key_field->kind == Kind::vstring || table_.key_field->kind == Kind::address) {
         uint32_t err = 0;
-        key_ = table.key_field->call.get(scratch_.handle(), KEL_TX_NONE, carrier, 0, &err);
+        key_ = table_.key_field->call.get(handle_, KEL_TX_NONE, carrier_, 0, &err);
         need(err, "making a key");
         return;
     }

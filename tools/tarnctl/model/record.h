@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -67,15 +68,23 @@ class Key {
     // From the texts of the key's columns, in the order of the key. Failure `usage` if there are
     // too many or too few, `data` if one can't be read.
     Key(const Table &table, const std::vector<std::string> &texts);
+    // In a scratch store of the caller's, which must outlive it: for many keys.
+    Key(const Table &table, const std::vector<std::string> &texts, const Store &scratch);
     Key(const Key &) = delete;
     Key &operator=(const Key &) = delete;
+    ~Key();
 
     // What the catalogue's search functions take.
     const void *get() const { return key_; }
     std::string text() const { return text_; }
 
  private:
-    Store scratch_ = Store::scratch();
+    void make(const std::vector<std::string> &texts);
+
+    const Table &table_;
+    std::optional<Store> own_scratch_;
+    kel_handle *handle_;
+    void *carrier_ = nullptr;
     const void *key_ = nullptr;
     uint32_t number_ = 0;
     std::string text_;

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -48,6 +49,14 @@ Store::~Store() {
 }
 
 Store Store::open_to_read(const std::string &path) { return Store(opened(path), path, own_types); }
+
+std::optional<Store> Store::open_if_room(const std::string &path) {
+    kel_store *store = nullptr;
+    const uint32_t status = kel_store_open(path.c_str(), &store);
+    if (status == EADDRINUSE) return std::nullopt;
+    check(status);
+    return Store(store, path, own_types);
+}
 
 Store Store::open_to_write(const std::string &path) {
     Store store(opened(path), path, store_types);

@@ -5,6 +5,7 @@
 #define TARNCTL_MODEL_STORE_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "tarnbase/embedded.h"
@@ -15,11 +16,16 @@ class Store {
  public:
     // Opens a store file. To read: nothing in the store is changed by the opening.
     static Store open_to_read(const std::string &path);
+    // The same; none if another store of this process lies where this one has its place.
+    static std::optional<Store> open_if_room(const std::string &path);
     // To write: what is made in it gets the store's own descriptors, which all processes can
     // read. Refused while another process has a transaction open: one at a time changes a store.
     static Store open_to_write(const std::string &path);
     // `capacity` and `base` 0: the runtime chooses.
     static Store create(const std::string &path, const kel_store_options &options);
+    // A copy of a store file, in memory and gone with the Store: what is done to it leaves the file
+    // as it is. Refused like open_to_write.
+    static Store copy_of(const std::string &path);
     // A store in memory, for objects that belong in no file: keys, what is read from a document.
     static Store scratch();
 
