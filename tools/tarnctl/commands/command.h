@@ -17,25 +17,41 @@ using Declaration = void (*)(CLI::App &program, Exit &status);
 
 void declare_decode(CLI::App &program, Exit &status);
 void declare_delete(CLI::App &program, Exit &status);
+void declare_describe(CLI::App &program, Exit &status);
+void declare_diff(CLI::App &program, Exit &status);
+void declare_export(CLI::App &program, Exit &status);
 void declare_find(CLI::App &program, Exit &status);
+void declare_get(CLI::App &program, Exit &status);
+void declare_import(CLI::App &program, Exit &status);
 void declare_insert(CLI::App &program, Exit &status);
+void declare_manifest(CLI::App &program, Exit &status);
 void declare_minutes(CLI::App &program, Exit &status);
 void declare_set(CLI::App &program, Exit &status);
 void declare_show(CLI::App &program, Exit &status);
 void declare_store(CLI::App &program, Exit &status);
 void declare_tables(CLI::App &program, Exit &status);
+void declare_variants(CLI::App &program, Exit &status);
+void declare_watch(CLI::App &program, Exit &status);
 
 // The declarations in the order of the help.
 inline constexpr Declaration commands[] = {
     declare_store,
     declare_tables,
+    declare_describe,
     declare_show,
+    declare_get,
     declare_find,
     declare_insert,
     declare_set,
     declare_delete,
+    declare_export,
+    declare_import,
+    declare_diff,
+    declare_watch,
     declare_decode,
     declare_minutes,
+    declare_variants,
+    declare_manifest,
 };
 
 // Options that several commands have, with one wording.

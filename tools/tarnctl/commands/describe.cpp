@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl describe: all that is known of a table or a type.
+#include "describe/describe.h"
+
+#include <fmt/format.h>
+
+#include <iostream>
+#include <memory>
+#include <variant>
+
+#include "commands/command.h"
+#include "terminal/pager.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr std::string_view table_prefix = "tbl_";
+
+struct Options {
+    std::string name;
+    bool json = false;
+};
+
+using Item = std::variant<const Table *, const Structure *, const Enumeration *, const ValueType *>;
+
+Item item_named(const std::string &name) {
+    if (const Table *table = catalogue.table(name)) return table;
+    if (const Structure *structure = catalogue.structure(name)) return structure;
+    if (const Enumeration *enumeration = catalogue.enumeration(name)) return enumeration;
+    if (const ValueType *type = value_type(name)) return type;
+    if (const Table *table = catalogue.table(std::string(table_prefix) + name)) return table;
+    std::vector<std::string_view> names;
+    for (const Table *each : catalogue.tables)
+        names.insert(names.end(), {each->name, each->name.substr(table_prefix.size())});
+    for (const Structure *each : catalogue.structures) names.push_back(each->name);
+    for (const Enumeration *each : catalogue.enumerations) names.push_back(each->name);
+    for (const ValueType &each : value_types()) names.push_back(each.name);
+    throw no_such(Exit::usage, "table or type", name, names);
+}
+
+void run(const Options &options) {
+    std::visit(
+        [&](const auto *item) {
+            if (options.json) {
+                std::cout << described(*item).dump(2) << '\n';
+                return;
+            }
+            const Screen &screen = output_screen();
+            const Pager pager;
+            describe(std::cout, screen, *item);
+        },
+        item_named(options.name));
+}
+
+constexpr const char *footer = R"(
+WIRE is what a field takes on the wire, in bytes; + where a string or an address adds to it.
+KEY is a field's place in the key, FROM the variant that brought the field, USED what an object
+of a variant uses of its memory, and SLOP what is allocated beyond that. A unit is told where
+one is fixed; elsewhere it is the choice of who fills the table.
+
+Examples:
+  tarnctl describe tbl_ldap_conn
+  tarnctl describe --json st_aaa_servers)";
+
+}  // namespace
+
+void declare_describe(CLI::App &program, Exit & /*status*/) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command =
+        program.add_subcommand("describe", "Describe a table, a type, an enumeration or a value");
+    command
+        ->add_option("name", options->name,
+                     "A table, with or without tbl_, or a type of the schema or of its fields")
+        ->required()
+        ->type_name("TABLE|TYPE");
+    add_json_option(*command, options->json);
+    command->footer(footer);
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace tarnctl

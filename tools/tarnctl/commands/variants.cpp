@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl variants: the usage counters of types, tables and records, by variant.
+#include <fmt/format.h>
+
+#include <iostream>
+#include <memory>
+
+#include "commands/command.h"
+#include "model/json.h"
+#include "terminal/grid.h"
+#include "terminal/pager.h"
+#include "usage/usage.h"
+
+namespace tarnctl {
+namespace {
+
+struct Options {
+    std::string store;
+    bool all = false;
+    bool json = false;
+};
+
+struct Answer {
+    const char *source;  // whose descriptors these are: "store" or "library"
+    std::vector<Usage> usages;
+    std::size_t unknown = 0;
+};
+
+Answer answer_of(const Options &options) {
+    Answer answer{"library", {}, 0};
+    if (!options.store.empty()) {
+        const Store store = Store::open_to_read(options.store);
+        answer.usages = usage_of(store, answer.unknown);
+    }
+    if (answer.usages.empty()) answer.usages = usage_of_library();
+    else answer.source = "store";
+    if (!options.all)
+        std::erase_if(answer.usages, [](const Usage &each) { return !each.is_used(); });
+    return answer;
+}
+
+void print_json(const Answer &answer) {
+    Json variants = Json::array();
+    for (const auto &[name, kind, variant] : answer.usages)
+        variants.push_back({{"name", name},
+                            {"kind", kind},
+                            {"variant", variant.variant},
+                            {"used_length", variant.used_length},
+                            {"slop", variant.alloc_slop},
+                            {"created", variant.created},
+                            {"destroyed", variant.destroyed},
+                            {"live", variant.live}});
+    const Json json{{"descriptors", answer.source},
+                    {"unknown", answer.unknown},
+                    {"variants", std::move(variants)}};
+    std::cout << json.dump(2) << '\n';
+}
+
+void print_text(const Answer &answer, bool with_store) {
+    const Screen &screen = output_screen();
+    Grid grid({{"NAME"},
+               {"VARIANT", true},
+               {"CREATED", true},
+               {"DESTROYED", true},
+               {"LIVE", true},
+               {"USED", true},
+               {"SLOP", true},
+               {"KIND"}});
+    for (const auto &[name, kind, variant] : answer.usages)
+        grid.add({std::string(name), std::to_string(variant.variant),
+                  std::to_string(variant.created), std::to_string(variant.destroyed),
+                  std::to_string(variant.live), std::to_string(variant.used_length),
+                  std::to_string(variant.alloc_slop), std::string(kind)});
+    const Pager pager;
+    const bool is_library = std::string_view(answer.source) == "library";
+    if (with_store && is_library)
+        std::cout << "The store keeps no descriptors; these are the library's, in this process.\n";
+    if (answer.unknown > 0)
+        std::cout << fmt::format("The store keeps {} more descriptors, unknown to this program.\n",
+                                 answer.unknown);
+    if (grid.rows() == 0) std::cout << "Nothing is in use; --all shows every variant.\n";
+    else grid.print(std::cout, screen);
+}
+
+constexpr const char *footer = R"(
+A store that several builds of a schema work on keeps descriptors of its own, with counters of
+all that was ever made in it. Where it keeps none, or without a store, the descriptors are the
+library's in this process: they tell the lengths, and count nothing of other processes.
+
+USED is what an object of the variant uses of its memory, SLOP what is allocated beyond that.
+
+Examples:
+  tarnctl variants --store net.store
+  tarnctl variants --all --json)";
+
+}  // namespace
+
+void declare_variants(CLI::App &program, Exit & /*status*/) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command =
+        program.add_subcommand("variants", "Show how many objects of each variant there are");
+    add_store_option(*command, options->store)->required(false);
+    command->add_flag("-a,--all", options->all, "Show variants of which there never was an object");
+    add_json_option(*command, options->json);
+    command->footer(footer);
+    command->callback([options] {
+        const Answer answer = answer_of(*options);
+        if (options->json) print_json(answer);
+        else print_text(answer, !options->store.empty());
+    });
+}
+
+}  // namespace tarnctl

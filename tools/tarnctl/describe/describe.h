@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What is known of an item of the schema, as JSON and as text.
+#ifndef TARNCTL_DESCRIBE_DESCRIBE_H
+#define TARNCTL_DESCRIBE_DESCRIBE_H
+
+#include <ostream>
+#include <string>
+
+#include "catalogue/catalogue.h"
+#include "describe/values.h"
+#include "model/json.h"
+#include "terminal/screen.h"
+
+namespace tarnctl {
+
+Json described(const Table &table);
+Json described(const Structure &structure);
+Json described(const Enumeration &enumeration);
+Json described(const ValueType &type);
+
+void describe(std::ostream &out, const Screen &screen, const Table &table);
+void describe(std::ostream &out, const Screen &screen, const Structure &structure);
+void describe(std::ostream &out, const Screen &screen, const Enumeration &enumeration);
+void describe(std::ostream &out, const Screen &screen, const ValueType &type);
+
+// The order of a table's records in words: "tenant, sname (shorter strings first, ...), source".
+std::string order_text(const Table &table);
+// "u_int32", "u_int8[1440]".
+std::string type_text(const Field &field);
+
+}  // namespace tarnctl
+
+#endif

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The schema manifest of a library file, and how it differs from this program's schema. The
+// section `.orvan` holds records, each padded with zeros to a multiple of 4 bytes:
+//
+//   record, offset  size
+//                0     4  length of the payload, its closing NUL included
+//                4     4  type: 2 the manifest, 1 the build note
+//                8        payload: text and a NUL
+//
+// The manifest is the line "# <module>.minime" and a line an item, of its LUID, ':', its digest,
+// its kind (enum, type, tabl or trec), its highest variant in 3 digits, ':', its size in 5 digits
+// and 'N'.
+#ifndef TARNCTL_LIBRARY_MANIFEST_H
+#define TARNCTL_LIBRARY_MANIFEST_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnctl {
+
+struct ManifestItem {
+    std::string luid;
+    std::string digest;
+    std::string kind;  // "enum", "type", "tabl" or "trec"
+    uint32_t variant;  // the highest
+    uint32_t size;
+};
+
+struct Manifest {
+    std::string module;
+    std::vector<ManifestItem> items;
+    std::vector<std::string> build;  // the lines of the build note
+};
+
+// Failure `data` that names the file, and the line in the manifest, if it can't be read.
+Manifest read_manifest(const std::string &path);
+Manifest parse_manifest(const std::string &path, std::string_view section);
+// What this program's own schema says.
+Manifest own_manifest();
+
+// An item of a file's manifest or of this program's schema, and how the two stand.
+struct Comparison {
+    ManifestItem item;       // as the file has it, or, if it is gone there, as this program does
+    std::string_view name;   // empty if this program doesn't know the item
+    std::string difference;  // "new", "gone", "size 64, here 56"; empty if there is none
+};
+// First the file's items in its order, then those that are gone.
+std::vector<Comparison> compare_with_own(const Manifest &manifest);
+
+// What a manifest's kind is called in a descriptor: "table_record" of trec.
+std::string_view kind_name(std::string_view kind);
+
+}  // namespace tarnctl
+
+#endif
