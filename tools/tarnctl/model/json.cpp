@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "base/failure.h"
+#include "model/state.h"
 #include "tarnbase/embedded.h"
 #include "terminal/utf8.h"
 
@@ -123,7 +124,10 @@ struct FieldSetter {
         if (!value.present())
             throw Failure(Exit::data, fmt::format("{}: the object's variant is too old to have it",
                                                   value.name()));
-        set_from_json(value, json);
+        const bool raw = reading.any_number && value.field().kind == Kind::enumeration &&
+                         json.is_number_unsigned() && json.get<uint64_t>() <= UINT32_MAX;
+        if (raw) value.restore_number(json.get<uint32_t>());
+        else set_from_json(value, json);
     }
 };
 
@@ -149,6 +153,14 @@ int digit_of(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+// The member of an object's state flags; nothing on an object without.
+void add_state(Json &json, const char *name, kel_handle *handle, void *object,
+               const Structure &structure) {
+    if (!is_tracked(object)) return;
+    Json &flags = json[name] = Json::object();
+    for (const auto &[path, flag] : state_flags_of(handle, object, structure)) flags[path] = flag;
 }
 
 }  // namespace
@@ -190,14 +202,19 @@ Json json_of(const Value &value) {
 Json json_of(const Record &record) {
     const Table &table = *record.table;
     void *object = table.object(record.handle, KEL_TX_NONE, record.record);
+    void *key = table.key_type == nullptr
+                    ? nullptr
+                    : table.key_object(record.handle, KEL_TX_NONE, record.record);
     Json json = {{"tenant", record.tenant()}, {"source", record.src()}};
     if (record.is_pending()) json["pending"] = true;
-    const int variant = object == nullptr ? 0 : static_cast<kel_object *>(object)->variant;
-    if (object != nullptr && variant != top_variant(*table.type)) json["variant"] = variant;
-    if (table.key_type != nullptr)
-        json["key"] = json_of_object(record.handle,
-                                     table.key_object(record.handle, KEL_TX_NONE, record.record),
-                                     *table.key_type);
+    const int top = top_variant(*table.type);
+    const int variant = object == nullptr ? top : static_cast<kel_object *>(object)->variant;
+    if (variant != top) json["variant"] = variant;
+    add_state(json, "state", record.handle, object, *table.type);
+    if (table.key_type != nullptr) {
+        add_state(json, "key_state", record.handle, key, *table.key_type);
+        json["key"] = json_of_object(record.handle, key, *table.key_type);
+    }
     json["fields"] = json_of_object(record.handle, object, *table.type);
     return json;
 }

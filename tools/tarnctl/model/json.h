@@ -7,6 +7,8 @@
 //            null if the record has none. Only where they tell something, and behind "source":
 //            "pending": true      the record waits to be destroyed
 //            "variant": 0         of the data object, if its type has newer ones
+//            "state", "key_state" on objects with state flags: those that aren't 0, by the paths
+//                                 of their fields: {"num_conns": 2, "minute[5]": 1}
 //   field    a structure is an object, an array an array of numbers, a number a number, a boolean
 //            true or false; an enumeration is its enumerator's name, or a number that is none's;
 //            an address is text, null if it is none; a string is a string, or {"hex": "00ff"} if
@@ -38,7 +40,9 @@ void set_from_json(Value &value, const Json &json);
 // How the members of an object are taken.
 struct JsonReading {
     bool lenient = false;  // members that are no fields are passed over
-    std::string path;      // of the member being read, or where reading failed
+    // Enumerations take numbers that are no enumerator's, as they can come over the wire.
+    bool any_number = false;
+    std::string path;  // of the member being read, or where reading failed
 };
 // Sets the fields of `object` that `json`, an object, has as members; the others stay.
 // Failure `data` that names the field.

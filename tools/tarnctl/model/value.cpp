@@ -325,6 +325,19 @@ void Value::set_number(uint64_t number, uint32_t index) {
     need(err, name_);
 }
 
+void Value::restore_number(uint32_t number) {
+    if (enumerator_of(*field_->enumeration, number) != nullptr) {
+        set_number(number);
+        return;
+    }
+    uint32_t err = 0;
+    auto *object =
+        static_cast<kel_enum_object *>(field_->call.get(handle_, tx_id_, object_, 0, &err));
+    need(err, name_);
+    handle_->write_log_hook(handle_->arena, &object->value, sizeof object->value, tx_id_);
+    object->value = number;
+}
+
 void Value::set_bytes(std::string_view bytes) {
     kel_vstring source;
     kel_vstring_refer(&source, bytes.data(), static_cast<uint32_t>(bytes.size()));

@@ -61,6 +61,9 @@ class Value {
     void set_text(std::string_view text);
     void set_number(uint64_t number, uint32_t index = 0);
     void set_bytes(std::string_view bytes);
+    // An enumeration takes a number, which may be none of its enumerators': the setters refuse it,
+    // but it can have come over the wire.
+    void restore_number(uint32_t number);
 
  private:
     [[noreturn]] void expected(std::string_view text, std::string_view what) const;

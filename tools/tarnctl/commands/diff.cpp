@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl diff: what differs between two stores, or a store and an export.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include "base/quiet.h"
+#include "commands/command.h"
+#include "compare/comparison.h"
+#include "terminal/pager.h"
+#include "terminal/style.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr const char *footer = R"(
+Each side is a store file or a document that export wrote (- for one on standard input). A table is told from others by its type and name, a record by its tenant, key and source. The listing has a line for each record, + for one that B has alone, - for one that A has alone, ~ for one that is another in B, and below it a line for each field.
+
+--json prints one object: {"a", "b", "same", "tables": [{"change", "table"}], "changes": [...], "counts": {"inserted", "changed", "deleted"}}, with a change of a record in the form that set --dry-run --json has; the words are those of what makes A into B.
+
+Exit status: 0 A and B hold the same; 1 they differ; 2 wrong arguments; 3 a document can't be read; 4 a store or a file can't be used.
+
+Examples:
+  tarnctl diff old.store net.store
+  tarnctl diff --brief net.store net.frames
+  tarnctl export -s net.store | tarnctl diff backup.store - --ignore last_time_stamp)";
+
+struct Options {
+    std::string a;
+    std::string b;
+    std::vector<std::string> tables;
+    std::vector<std::string> ignored;
+    bool brief = false;
+    bool json = false;
+};
+
+// A difference in JSON, printed one by one.
+class JsonListing {
+ public:
+    JsonListing(const std::string &a, const std::string &b) {
+        std::cout << fmt::format("{{\"a\":{},\"b\":{},\"changes\":[", text(a), text(b));
+    }
+    void table(const Instance &instance, bool added) {
+        tables_.push_back({{"change", added ? "inserted" : "deleted"},
+                           {"table", json_of_bytes(instance.full_name())}});
+    }
+    void record(const Change &change) {
+        ++(change.is_new() ? inserted_ : change.is_gone() ? deleted_ : changed_);
+        std::cout << (first_ ? "\n" : ",\n") << json_of(change).dump();
+        first_ = false;
+    }
+    void end(bool differ) const {
+        const Json counts = {{"inserted", inserted_}, {"changed", changed_}, {"deleted", deleted_}};
+        std::cout << fmt::format("],\"tables\":{},\"counts\":{},\"same\":{}}}\n", tables_.dump(),
+                                 counts.dump(), !differ);
+    }
+
+ private:
+    static std::string text(const std::string &name) { return json_of_bytes(name).dump(); }
+
+    Json tables_ = Json::array();
+    bool first_ = true;
+    uint64_t inserted_ = 0;
+    uint64_t changed_ = 0;
+    uint64_t deleted_ = 0;
+};
+
+class TextListing {
+ public:
+    TextListing(std::string a, std::string b) : a_(std::move(a)), b_(std::move(b)) {}
+
+    void table(const Instance &instance, bool added) {
+        begin();
+        const Style style = added ? green : red;
+        std::cout << style(fmt::format("{} table {}", added ? "+" : "-",
+                                       shown(instance.full_name(), screen_)),
+                           screen_)
+                  << '\n';
+    }
+    void record(const Change &change) {
+        begin();
+        std::cout << text_of(change, screen_);
+    }
+
+ private:
+    // Two sides that are the same print nothing.
+    void begin() {
+        if (!std::exchange(begun_, true))
+            std::cout << bold(fmt::format("--- {}\n+++ {}", shown(a_, screen_), shown(b_, screen_)),
+                              screen_)
+                      << '\n';
+    }
+
+    std::string a_;
+    std::string b_;
+    const Screen &screen_ = output_screen();
+    bool begun_ = false;
+};
+
+// A field of some table begins each of them.
+void check_ignored(const std::vector<std::string> &fields) {
+    std::vector<std::string_view> names{"pending"};
+    for (const Table *table : catalogue.tables) {
+        for (const Field &field : table->type->fields) names.push_back(field.name);
+    }
+    for (const std::string &field : fields) {
+        const std::string_view first =
+            std::string_view(field).substr(0, field.find_first_of(".[("));
+        if (first == "state" || first == "key_state") continue;
+        if (std::find(names.begin(), names.end(), first) == names.end())
+            throw no_such(Exit::usage, "field", first, names);
+    }
+}
+
+void warn_of_unknown(const Side &side) {
+    std::size_t unknown = 0;
+    instances(side.store, &unknown);
+    if (unknown > 0)
+        std::cerr << fmt::format(
+            "tarnctl: {}: {} tables of types that this program doesn't know "
+            "aren't compared\n",
+            side.name, unknown);
+}
+
+bool brief(const Side &a, const Side &b, const CompareOptions &how, bool json) {
+    const bool differ = compare(a, b, how, {[](const Instance &, bool) {}, [](const Change &) {}});
+    if (json)
+        std::cout << Json({{"a", json_of_bytes(a.name)},
+                           {"b", json_of_bytes(b.name)},
+                           {"same", !differ}})
+                         .dump()
+                  << '\n';
+    else if (differ) std::cout << fmt::format("{} and {} differ\n", a.name, b.name);
+    return differ;
+}
+
+bool list(const Side &a, const Side &b, const CompareOptions &how, bool json) {
+    if (!json) {
+        const Pager pager;
+        TextListing listing(a.name, b.name);
+        return compare(
+            a, b, how,
+            {[&](const Instance &instance, bool added) { listing.table(instance, added); },
+             [&](const Change &change) { listing.record(change); }});
+    }
+    JsonListing listing(a.name, b.name);
+    const bool differ =
+        compare(a, b, how,
+                {[&](const Instance &instance, bool added) { listing.table(instance, added); },
+                 [&](const Change &change) { listing.record(change); }});
+    listing.end(differ);
+    return differ;
+}
+
+void run(const Options &options, Exit &status) {
+    const QuietScope quiet;
+    CompareOptions how{{}, options.ignored, options.brief};
+    for (const std::string &table : options.tables) how.tables.push_back(parse_table(table));
+    check_ignored(options.ignored);
+    if (options.a == "-" && options.b == "-")
+        throw Failure(Exit::usage, "standard input can be one side only");
+    const auto [a, b] = open_sides(options.a, options.b, how.tables);
+    warn_of_unknown(a);
+    warn_of_unknown(b);
+    const bool differ =
+        options.brief ? brief(a, b, how, options.json) : list(a, b, how, options.json);
+    if (differ) status = Exit::difference;
+}
+
+}  // namespace
+
+void declare_diff(CLI::App &program, Exit &status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command =
+        program.add_subcommand("diff", "Compare two stores, or a store and an export");
+    command->add_option("a", options->a, "Store file or export")->required()->type_name("A");
+    command->add_option("b", options->b, "What it is compared with")->required()->type_name("B");
+    command
+        ->add_option("-t,--table", options->tables,
+                     "Compare this table alone; may be given several times")
+        ->allow_extra_args(false)
+        ->type_name("TABLE");
+    command
+        ->add_option(
+            "--ignore", options->ignored,
+            "Let this field differ, with all that is inside it; may be given several times")
+        ->allow_extra_args(false)
+        ->type_name("FIELD");
+    command->add_flag("-q,--brief", options->brief, "Only tell whether they differ");
+    add_json_option(*command, options->json);
+    command->footer(footer);
+    command->callback([options, &status] { run(*options, status); });
+}
+
+}  // namespace tarnctl

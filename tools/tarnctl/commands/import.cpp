@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl import: the records of a document into a store.
+#include <fmt/format.h>
+
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "base/quiet.h"
+#include "commands/command.h"
+#include "exchange/importer.h"
+#include "model/json.h"
+#include "terminal/progress.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr const char *footer = R"(
+The document is one that export wrote, or a program in one of its forms; its first bytes tell which unless --format does. Tables are made as needed. All is one transaction: what is wrong is told with its file and line (or frame and byte), and the store is as it was before, unless --skip-bad passes over records that can't be read. A document that is broken as a whole, such as a file that is cut off, is never passed over.
+
+--json prints one object: {"inserted", "replaced", "kept", "skipped", "tables", "made", "dry_run"}; "inserted" counts the records that are in the store now and weren't, or were others, "made" the tables that were made.
+
+Exit status: 0 all was taken; 1 the document lacks a table of --table; 2 wrong arguments; 3 something can't be read, or was passed over; 4 the store or the file can't be used.
+
+Examples:
+  tarnctl import --store net.store net.xml
+  tarnctl import --store net.store --dry-run --skip-bad net.json
+  tarnctl export -s old.store --format frames | tarnctl import -s new.store -)";
+
+struct Options {
+    std::string store;
+    std::string input;
+    std::vector<std::string> tables;
+    std::optional<Format> format;
+    OnConflict on_conflict = OnConflict::fail;
+    bool skip_bad = false;
+    bool dry_run = false;
+    bool lenient = false;
+    bool json = false;
+};
+
+Format format_of(const Options &options, Input &input) {
+    if (options.format) return *options.format;
+    if (const auto format = format_of_content(input.beginning())) return *format;
+    throw Failure(Exit::data, fmt::format("{}: expected XML, JSON or frames", input.name()));
+}
+
+void print(const Options &options, const ImportCounts &counts) {
+    if (options.json) {
+        const Json json = {{"inserted", counts.inserted}, {"replaced", counts.replaced},
+                           {"kept", counts.kept},         {"skipped", counts.skipped},
+                           {"tables", counts.tables},     {"made", counts.made},
+                           {"dry_run", options.dry_run}};
+        std::cout << json.dump() << '\n';
+        return;
+    }
+    std::cout << fmt::format("{}{} record{} imported into {} table{}",
+                             options.dry_run ? "dry run: " : "", counts.inserted,
+                             counts.inserted == 1 ? "" : "s", counts.tables,
+                             counts.tables == 1 ? "" : "s");
+    if (counts.made > 0) std::cout << fmt::format(", {} of them new", counts.made);
+    if (counts.replaced > 0) std::cout << fmt::format("; {} replaced", counts.replaced);
+    if (counts.kept > 0) std::cout << fmt::format("; {} kept as they were", counts.kept);
+    if (counts.skipped > 0) std::cout << fmt::format("; {} passed over", counts.skipped);
+    std::cout << '\n';
+}
+
+ImportOptions import_options(const Options &options) {
+    ImportOptions result;
+    for (const std::string &table : options.tables) result.tables.push_back(parse_table(table));
+    result.on_conflict = options.on_conflict;
+    if (options.skip_bad)
+        result.skip = [](const std::string &text) {
+            std::cerr << fmt::format("tarnctl: {}; passed over\n", text);
+        };
+    return result;
+}
+
+void run(const Options &options, Exit &status) {
+    const QuietScope quiet;
+    ImportOptions how = import_options(options);
+    Input input(options.input);
+    const Format format = format_of(options, input);
+    const Store store = Store::open_to_write(options.store);
+    Transaction transaction(store);
+    Progress progress("bytes", input.size());
+    uint64_t shown = 0;
+    how.advance = [&] {
+        progress.advance(input.offset() - shown);
+        shown = input.offset();
+    };
+    Importer importer(store, transaction.id(), std::move(how));
+    try {
+        read_document(input, format, {options.lenient}, importer);
+        importer.check_chosen(input.name());
+    } catch (...) {
+        transaction.roll_back();
+        importer.free_made_tables();
+        throw;
+    }
+    if (options.dry_run) {
+        transaction.roll_back();
+        importer.free_made_tables();
+    } else {
+        transaction.commit();
+    }
+    print(options, importer.counts());
+    if (importer.counts().skipped > 0) status = Exit::data;
+}
+
+void add_input_options(CLI::App &command, Options &options) {
+    command.add_option("-s,--store,--into", options.store, "Store file to import into")
+        ->envname("TARNBASE_STORE")
+        ->required()
+        ->type_name("FILE");
+    command.add_option("document", options.input, "Document to read; - is standard input")
+        ->required()
+        ->type_name("FILE");
+    command
+        .add_option("-f,--format", options.format,
+                    "Form of the document, where its beginning shall not tell")
+        ->transform(CLI::CheckedTransformer(format_names))
+        ->type_name("xml|json|frames");
+    command
+        .add_option("-t,--table", options.tables,
+                    "Take the records of this table alone; may be given several times")
+        ->allow_extra_args(false)
+        ->type_name("TABLE");
+}
+
+}  // namespace
+
+void declare_import(CLI::App &program, Exit &status) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command =
+        program.add_subcommand("import", "Put the records of an export into a store");
+    add_input_options(*command, *options);
+    const std::map<std::string, OnConflict> conflicts = {
+        {"fail", OnConflict::fail}, {"replace", OnConflict::replace}, {"keep", OnConflict::keep}};
+    command
+        ->add_option("--on-conflict", options->on_conflict,
+                     "What becomes of a record whose tenant, key and source the store has already: "
+                     "fail (the default), replace the store's, or keep it")
+        ->transform(CLI::CheckedTransformer(conflicts))
+        ->type_name("fail|replace|keep");
+    command->add_flag("--skip-bad", options->skip_bad,
+                      "Tell what is wrong with records that can't be read, and pass over them");
+    command->add_flag("--lenient", options->lenient,
+                      "Pass over elements, members and attributes that this program doesn't know");
+    command->add_flag("-n,--dry-run", options->dry_run,
+                      "Do all of it, and take it back: nothing is changed");
+    add_json_option(*command, options->json);
+    command->footer(footer);
+    command->callback([options, &status] { run(*options, status); });
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What differs between two sides, table by table and record by record.
+#ifndef TARNCTL_COMPARE_COMPARISON_H
+#define TARNCTL_COMPARE_COMPARISON_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "compare/side.h"
+#include "edit/change.h"
+
+namespace tarnctl {
+
+struct CompareOptions {
+    std::vector<TableReference> tables;  // none: all
+    std::vector<std::string> ignored;    // fields: `num_conns`, `aaa_authen`, `minute`
+    bool brief = false;                  // the first difference ends it
+};
+
+struct Differences {
+    // Called with each, tables and records in their order.
+    std::function<void(const Instance &instance, bool added)> table;
+    std::function<void(const Change &change)> record;
+};
+
+// Whether the sides differ. Tables are told apart by type and name, records by tenant, key and
+// source; a record's state flags count as fields, `state(num_conns)`.
+bool compare(const Side &a, const Side &b, const CompareOptions &options,
+             const Differences &differences);
+
+}  // namespace tarnctl
+
+#endif

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "compare/side.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <optional>
+
+#include "base/failure.h"
+#include "base/output_file.h"
+#include "exchange/importer.h"
+#include "exchange/writer.h"
+#include "model/record.h"
+#include "terminal/progress.h"
+
+namespace tarnctl {
+namespace {
+
+// A file that is gone at the end of the scope.
+class TemporaryFile {
+ public:
+    TemporaryFile() {
+        const char *directory = std::getenv("TMPDIR");
+        path_ = fmt::format("{}/tarnctl.XXXXXX",
+                            directory == nullptr || *directory == '\0' ? "/tmp" : directory);
+        const int descriptor = mkstemp(path_.data());
+        if (descriptor < 0)
+            throw Failure(Exit::store, fmt::format("{}: {}", path_, std::strerror(errno)));
+        close(descriptor);
+    }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+    ~TemporaryFile() { unlink(path_.c_str()); }
+
+    const std::string &path() const { return path_; }
+
+ private:
+    std::string path_;
+};
+
+// The document in `path`, read into memory. `name` is what messages call it.
+Side read_side(const std::string &name, Input &input, Format format,
+               const std::vector<TableReference> &tables) {
+    Side side{name, Store::scratch(), false};
+    Progress progress("bytes", input.size());
+    uint64_t shown = 0;
+    ImportOptions options;
+    options.tables = tables;
+    options.ids_as_names = true;
+    options.advance = [&] {
+        progress.advance(input.offset() - shown);
+        shown = input.offset();
+    };
+    Importer importer(side.store, KEL_TX_NONE, std::move(options));
+    read_document(input, format, {}, importer);
+    return side;
+}
+
+std::optional<Format> export_format(Input &input) { return format_of_content(input.beginning()); }
+
+// By way of a file of frames: in the meantime the store is closed and `between` is called.
+template <class Between>
+Side moved(Side side, const std::vector<TableReference> &tables, Between between) {
+    const TemporaryFile file;
+    const std::string name = side.name;
+    {
+        const Side closing = std::move(side);
+        OutputFile output(file.path());
+        const std::unique_ptr<Writer> writer = make_writer(Format::frames, output.stream());
+        for (const Instance &instance : instances(closing.store)) {
+            writer->begin_table(instance);
+            for_each_record(closing.store, instance, [&](const Record &record) {
+                writer->write(record);
+                return static_cast<bool>(output.stream());
+            });
+            writer->end_table();
+        }
+        writer->end();
+        output.finish();
+    }
+    between();
+    Input input(file.path());
+    return read_side(name, input, Format::frames, tables);
+}
+
+bool is_export(const std::string &path) {
+    if (path == "-") return true;
+    Input input(path);
+    return export_format(input).has_value();
+}
+
+Side read_export(const std::string &path, const std::vector<TableReference> &tables) {
+    Input input(path);
+    const auto format = export_format(input);
+    if (!format)
+        throw Failure(Exit::data, fmt::format("{}: expected XML, JSON or frames", input.name()));
+    return read_side(path, input, *format, tables);
+}
+
+Side open_store(const std::string &path) { return {path, Store::open_to_read(path), true}; }
+
+std::pair<Side, Side> open_stores(const std::string &a, const std::string &b,
+                                  const std::vector<TableReference> &tables) {
+    Side first = open_store(a);
+    if (std::optional<Store> second = Store::open_if_room(b))
+        return {std::move(first), Side{b, std::move(*second), true}};
+    std::optional<Side> second;
+    Side copy = moved(std::move(first), tables, [&] { second.emplace(open_store(b)); });
+    return {std::move(copy), std::move(*second)};
+}
+
+}  // namespace
+
+std::vector<kel_record *> Side::records_of(const Instance &instance) const {
+    // What is thrown doesn't pass through the library's C code.
+    struct Context {
+        const Side &side;
+        const Table *table;
+        std::vector<kel_record *> records;
+        std::exception_ptr failure;
+    } context{*this, instance.table, {}, nullptr};
+    const auto call = [](kel_record *record, void *data) -> uint32_t {
+        auto &called = *static_cast<Context *>(data);
+        try {
+            if (called.side.is_file)
+                check_readable(called.side.store,
+                               {called.table, called.side.store.handle(), record});
+            called.records.push_back(record);
+            return 0;
+        } catch (...) {
+            called.failure = std::current_exception();
+            return 1;
+        }
+    };
+    uint32_t err = 0;
+    instance.table->walk(instance.block, call, &context, &err);
+    if (context.failure) std::rethrow_exception(context.failure);
+    need(err, fmt::format("walking {}", instance.full_name()));
+    return std::move(context.records);
+}
+
+std::pair<Side, Side> open_sides(const std::string &a, const std::string &b,
+                                 const std::vector<TableReference> &tables) {
+    const bool a_is_export = is_export(a);
+    const bool b_is_export = is_export(b);
+    if (!a_is_export && !b_is_export) return open_stores(a, b, tables);
+    // Stores first: memory finds room beside them, but they have one place alone.
+    if (!a_is_export) {
+        Side first = open_store(a);
+        return {std::move(first), read_export(b, tables)};
+    }
+    if (!b_is_export) {
+        Side second = open_store(b);
+        Side first = read_export(a, tables);
+        return {std::move(first), std::move(second)};
+    }
+    Side first = read_export(a, tables);
+    return {std::move(first), read_export(b, tables)};
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A record in the making: what was read of a document goes into it piece by piece, and it is taken
+// back whole if a piece is wrong.
+#ifndef TARNCTL_EXCHANGE_DRAFT_H
+#define TARNCTL_EXCHANGE_DRAFT_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "model/record.h"
+#include "model/store.h"
+
+namespace tarnctl {
+
+// What a document says of a record besides its fields.
+struct RecordHead {
+    uint16_t tenant = 0;
+    uint8_t source = KEL_SOURCE_DEFAULT;
+    bool pending = false;
+    std::optional<int> variant;  // of the data object; none: the newest
+    bool tracked = false;        // the objects have state flags
+};
+
+class Draft {
+ public:
+    Draft(const Store &store, uint32_t tx_id, const Table &table);
+    Draft(const Draft &) = delete;
+    Draft &operator=(const Draft &) = delete;
+    // Destroys the record unless it was released.
+    ~Draft();
+
+    const Table &table() const { return table_; }
+    kel_handle *handle() const { return handle_; }
+    uint32_t tx_id() const { return tx_id_; }
+
+    // Either begin, and then the objects that the record has, ...
+    void begin(const RecordHead &head);
+    void *make_object();
+    void *make_key_object();
+    // ... or all from a frame, whose length must be that which its header tells. Failure `data`
+    // if it isn't a frame of the table, or doesn't read as one whole; with `lenient` what a newer
+    // schema added to it may be lost.
+    void take_frame(const RecordHead &head, std::string_view frame, bool lenient);
+
+    // Begun, with all objects that the record needs.
+    void check_complete() const;
+    const RecordHead &head() const { return head_; }
+    Record record() const { return {&table_, handle_, record_}; }
+    // From now on the record is somebody else's.
+    void release() { record_ = nullptr; }
+
+ private:
+    void check_frame(std::string_view frame) const;
+    void compare_frame(std::string_view frame) const;
+    void restore_variant();
+
+    const Table &table_;
+    kel_handle *handle_;
+    uint32_t tx_id_;
+    RecordHead head_;
+    kel_record *record_ = nullptr;
+    bool variant_set_ = false;
+};
+
+}  // namespace tarnctl
+
+#endif

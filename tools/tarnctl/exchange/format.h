@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The forms of a document of records, and how they are told apart.
+#ifndef TARNCTL_EXCHANGE_FORMAT_H
+#define TARNCTL_EXCHANGE_FORMAT_H
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarnctl {
+
+enum class Format { xml, json, frames };
+
+// What a user calls them.
+inline const std::map<std::string, Format> format_names = {
+    {"xml", Format::xml}, {"json", Format::json}, {"frames", Format::frames}};
+
+// By the end of a file's name: .xml, .json or .frames.
+std::optional<Format> format_of_name(std::string_view path);
+// By the first bytes of a document.
+std::optional<Format> format_of_content(std::string_view beginning);
+
+// The first bytes of a document of frames, and its version.
+inline constexpr std::string_view frames_magic = "TARNFRAM";
+inline constexpr int format_version = 1;
+
+}  // namespace tarnctl
+
+#endif

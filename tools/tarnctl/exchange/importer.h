@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Puts the records of a document into a store, in one transaction of the caller's.
+#ifndef TARNCTL_EXCHANGE_IMPORTER_H
+#define TARNCTL_EXCHANGE_IMPORTER_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "exchange/sink.h"
+#include "model/instance.h"
+
+namespace tarnctl {
+
+enum class OnConflict { fail, replace, keep };
+
+struct ImportOptions {
+    std::vector<TableReference> tables;  // none: all
+    OnConflict on_conflict = OnConflict::fail;
+    // Called with what is wrong with a record that can't be read, which is then passed over; if
+    // it is empty, the first one ends the import.
+    std::function<void(const std::string &)> skip;
+    // A table that the document names by an id gets the name "#ID" in the store.
+    bool ids_as_names = false;
+    // Called after each record.
+    std::function<void()> advance;
+};
+
+struct ImportCounts {
+    uint64_t inserted = 0;
+    uint64_t replaced = 0;  // of the inserted ones
+    uint64_t kept = 0;      // present ones that stayed
+    uint64_t skipped = 0;
+    uint64_t tables = 0;  // that were in the document, and chosen
+    uint64_t made = 0;    // of them, that weren't in the store
+};
+
+class Importer : public Sink {
+ public:
+    Importer(const Store &store, uint32_t tx_id, ImportOptions options);
+
+    void begin_table(const TableHead &head) override;
+    void take(const std::string &place, const Build &build) override;
+    const ImportCounts &counts() const { return counts_; }
+    // Takes the tables out of the store that were made, which are empty again when the transaction
+    // was rolled back.
+    void free_made_tables();
+    // Failure `difference` if a table was chosen that the document doesn't have.
+    void check_chosen(const std::string &document) const;
+
+ private:
+    bool is_chosen(const TableHead &head);
+    Instance open(const TableHead &head);
+    void insert(Draft &draft);
+    // False: the record that was there stays.
+    bool make_way(const Draft &draft);
+
+    const Store &store_;
+    uint32_t tx_id_;
+    ImportOptions options_;
+    std::vector<bool> found_;  // of the chosen tables
+    std::vector<Instance> made_;
+    Instance current_{};
+    std::string current_name_;
+    bool passing_over_ = true;
+    ImportCounts counts_;
+};
+
+}  // namespace tarnctl
+
+#endif

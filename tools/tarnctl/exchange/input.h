@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A document's bytes, read in pieces, with the place in it.
+#ifndef TARNCTL_EXCHANGE_INPUT_H
+#define TARNCTL_EXCHANGE_INPUT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarnctl {
+
+class Input {
+ public:
+    // "-" is standard input. Failure `store` if the file can't be read.
+    explicit Input(const std::string &path);
+    Input(const Input &) = delete;
+    Input &operator=(const Input &) = delete;
+    ~Input();
+
+    // How messages call it.
+    const std::string &name() const { return name_; }
+    // Of the next byte, from 1.
+    uint64_t line() const { return line_; }
+    // Of the next byte, from 0.
+    uint64_t offset() const { return passed_ + at_; }
+    // Bytes of the whole, 0 if that isn't known.
+    uint64_t size() const { return size_; }
+
+    // The next byte, or `end`.
+    static constexpr int end = -1;
+    int peek() { return at_ < filled_ || fill() ? static_cast<unsigned char>(buffer_[at_]) : end; }
+    int get();
+    // Up to `count` bytes; fewer at the end.
+    std::string take(std::size_t count);
+    // The first bytes of the whole, as far as they were read; call it before any other.
+    std::string_view beginning();
+
+ private:
+    bool fill();
+
+    std::string name_;
+    int descriptor_;
+    uint64_t size_ = 0;
+    uint64_t line_ = 1;
+    uint64_t passed_ = 0;  // bytes ahead of the buffer
+    std::string buffer_;
+    std::size_t at_ = 0;
+    std::size_t filled_ = 0;
+};
+
+}  // namespace tarnctl
+
+#endif

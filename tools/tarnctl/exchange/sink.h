@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Where the records of a document go, and the readers that bring them.
+#ifndef TARNCTL_EXCHANGE_SINK_H
+#define TARNCTL_EXCHANGE_SINK_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "base/failure.h"
+#include "exchange/draft.h"
+#include "exchange/format.h"
+#include "exchange/input.h"
+
+namespace tarnctl {
+
+// The table instance that records are of, as a document names it.
+struct TableHead {
+    const Table *table = nullptr;
+    std::string name;
+    std::optional<uint64_t> id;  // in place of the name
+
+    std::string full_name() const;
+};
+
+// What is wrong in a document, with the place: "net.xml:17: tbl_ldap_conn: ...".
+Failure wrong(const std::string &place, const std::string &text);
+
+class Sink {
+ public:
+    // Fills in a draft. It keeps `place` at what it is reading, for the messages.
+    using Build = std::function<void(Draft &draft, std::string &place)>;
+
+    Sink() = default;
+    Sink(const Sink &) = delete;
+    Sink &operator=(const Sink &) = delete;
+    virtual ~Sink() = default;
+
+    virtual void begin_table(const TableHead &head) = 0;
+    // A record of the table that was begun. `place` is where it begins.
+    virtual void take(const std::string &place, const Build &build) = 0;
+};
+
+struct ReadOptions {
+    bool lenient = false;  // elements, members and attributes that nobody knows are passed over
+};
+
+// Reads a whole document. Failure `data` that names the place.
+void read_document(Input &input, Format format, const ReadOptions &options, Sink &sink);
+void read_xml(Input &input, const ReadOptions &options, Sink &sink);
+void read_json(Input &input, const ReadOptions &options, Sink &sink);
+void read_frames(Input &input, const ReadOptions &options, Sink &sink);
+
+// A table by its name in a document. Failure `data` with a suggestion.
+const Table &table_in_document(const std::string &name);
+
+}  // namespace tarnctl
+
+#endif

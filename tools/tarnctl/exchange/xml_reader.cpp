@@ -1,0 +1,316 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+
+#include <charconv>
+#include <map>
+#include <string>
+
+#include "exchange/sink.h"
+#include "exchange/xml_parser.h"
+#include "exchange/xml_writer.h"
+#include "model/json.h"
+#include "model/state.h"
+
+namespace tarnctl {
+namespace {
+
+template <class Number>
+bool parse(std::string_view text, Number &number) {
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end && !text.empty();
+}
+
+template <class Number>
+Number number_of(std::string_view name, std::string_view text, Number smallest, Number largest) {
+    Number number{};
+    if (!parse(text, number) || number < smallest || number > largest)
+        throw Failure(Exit::data, fmt::format("{}: expected a number from {} to {}, not `{}`", name,
+                                              smallest, largest, text));
+    return number;
+}
+
+// An object being filled from an element.
+struct Target {
+    kel_handle *handle;
+    uint32_t tx_id;
+    void *object;
+    const ReadOptions &options;
+    const XmlParser &parser;
+    const Input &input;
+    std::string &place;
+
+    void at(const XmlElement &element) const {
+        place = fmt::format("{}:{}", input.name(), element.line);
+    }
+};
+
+void refuse_text(const XmlElement &element, std::string_view expected) {
+    if (element.text.find_first_not_of(" \t\r\n") == std::string::npos) return;
+    throw Failure(Exit::data, fmt::format("`{}`: expected {}, not text", element.name, expected));
+}
+
+void refuse_children(const XmlElement &element, const std::string &name) {
+    if (element.children.empty()) return;
+    throw Failure(Exit::data, fmt::format("{}: expected text, not the element `{}`", name,
+                                          element.children.front().name));
+}
+
+void set_enumeration(Value &value, const XmlElement &element) {
+    refuse_text(element, "an enumerator's element");
+    if (element.children.size() != 1)
+        throw Failure(Exit::data, fmt::format("{}: expected the element of one enumerator of {}",
+                                              value.name(), value.field().enumeration->name));
+    value.set_text(element.children.front().name);
+}
+
+void set_leaf(const Target &target, const Path &path, const XmlElement &element, uint32_t index) {
+    Value value(target.handle, target.tx_id, target.object, path);
+    if (!value.present())
+        throw Failure(Exit::data,
+                      fmt::format("{}: the object's variant is too old to have it", value.name()));
+    if (value.field().kind == Kind::enumeration) {
+        set_enumeration(value, element);
+        return;
+    }
+    refuse_children(element, value.name());
+    if (!value.is_whole_array()) {
+        value.set_text(element.text);
+        return;
+    }
+    const std::string name = fmt::format("{}[{}]", value.name(), index);
+    if (index >= path.leaf().elements)
+        throw Failure(Exit::data, fmt::format("{}: the array has {} elements", value.name(),
+                                              path.leaf().elements));
+    value.set_number(number_of<uint32_t>(name, element.text, 0, 255), index);
+}
+
+const Field *field_of(const Structure &structure, const XmlElement &element,
+                      const ReadOptions &options) {
+    const Field *field = structure.find(element.name);
+    if (field != nullptr || options.lenient) return field;
+    std::vector<std::string_view> names;
+    for (const Field &each : structure.fields) names.push_back(each.name);
+    throw no_such(Exit::data, fmt::format("field of {}", structure.name), element.name, names);
+}
+
+void check_lengths(const Structure &structure, const std::map<const Field *, uint32_t> &seen) {
+    for (const Field &field : structure.fields) {
+        const auto found = seen.find(&field);
+        if (field.elements == 0 || found == seen.end() || found->second == field.elements) continue;
+        throw Failure(Exit::data, fmt::format("{}: expected {} elements, not {}", field.name,
+                                              field.elements, found->second));
+    }
+}
+
+// NOLINTNEXTLINE(misc-no-recursion): as deep as structures nest
+void set_fields(const Target &target, const Structure &structure, const Path &outer,
+                const XmlElement &element) {
+    refuse_text(element, "elements of fields");
+    std::map<const Field *, uint32_t> seen;
+    for (const XmlElement &child : element.children) {
+        target.at(child);
+        const Field *field = field_of(structure, child, target.options);
+        if (field == nullptr) continue;
+        const uint32_t index = seen[field]++;
+        Path path = outer;
+        path.fields.push_back(field);
+        path.whole_array = field->kind == Kind::array;
+        if (index > 0 && !path.whole_array)
+            throw Failure(Exit::data, fmt::format("{}: it is given twice", path.text()));
+        if (field->structure != nullptr) set_fields(target, *field->structure, path, child);
+        else set_leaf(target, path, child, index);
+    }
+    target.at(element);
+    check_lengths(structure, seen);
+}
+
+// "num_conns=2 minute[5]=1"
+void set_state(Draft &draft, void *object, const Structure &structure, std::string_view name,
+               const std::string &text) {
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t end = std::min(rest.find(' '), rest.size());
+        const std::string_view item = rest.substr(0, end);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        if (item.empty()) continue;
+        const std::size_t equals = item.find('=');
+        if (equals == std::string_view::npos)
+            throw Failure(Exit::data,
+                          fmt::format("{}: expected `FIELD=FLAG`, not `{}`", name, item));
+        const auto flag = number_of<uint32_t>(name, item.substr(equals + 1), 0, 255);
+        set_state_flag(draft.handle(), draft.tx_id(), object, structure,
+                       std::string(item.substr(0, equals)), static_cast<uint8_t>(flag));
+    }
+}
+
+class XmlReader {
+ public:
+    XmlReader(Input &input, const ReadOptions &options, Sink &sink)
+        : input_(input), options_(options), sink_(sink), parser_(input) {}
+
+    void read() {
+        const XmlElement root = parser_.root();
+        if (root.name != "tarnbase")
+            parser_.fail(root.line,
+                         fmt::format("expected the root element `tarnbase`, not `{}`", root.name));
+        check_attributes(root, {"format"});
+        const std::string *format = root.attribute("format");
+        if (format == nullptr || *format != std::to_string(format_version))
+            parser_.fail(root.line, fmt::format("expected format=\"{}\"", format_version));
+        XmlElement element;
+        while (!root.closed && parser_.next(element)) read_table(element);
+        parser_.finish();
+    }
+
+ private:
+    void check_attributes(const XmlElement &element,
+                          const std::vector<std::string_view> &known) const {
+        if (options_.lenient) return;
+        for (const auto &[name, value] : element.attributes) {
+            if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+            try {
+                throw no_such(Exit::data, fmt::format("attribute of `{}`", element.name), name,
+                              known);
+            } catch (const Failure &failure) {
+                parser_.fail(element.line, failure.what());
+            }
+        }
+    }
+
+    // False: a stranger, which was passed over.
+    bool expect_element(XmlElement &element, std::string_view name) {
+        if (element.name == name) return true;
+        if (!options_.lenient)
+            parser_.fail(element.line,
+                         fmt::format("expected the element `{}`, not `{}`", name, element.name));
+        parser_.take_inside(element);
+        return false;
+    }
+
+    const std::string &needed(const XmlElement &element, std::string_view name) const {
+        const std::string *value = element.attribute(name);
+        if (value == nullptr)
+            parser_.fail(element.line,
+                         fmt::format("`{}`: expected the attribute `{}`", element.name, name));
+        return *value;
+    }
+
+    void read_table(XmlElement &element) {
+        if (!expect_element(element, "table")) return;
+        check_attributes(element, {"type", "name", "id"});
+        begin_table(element);
+        XmlElement record;
+        while (!element.closed && parser_.next(record)) {
+            if (!expect_element(record, "record")) continue;
+            parser_.take_inside(record);
+            sink_.take(fmt::format("{}:{}", input_.name(), record.line),
+                       [&](Draft &draft, std::string &place) { build(record, draft, place); });
+        }
+    }
+
+    void begin_table(const XmlElement &element) {
+        try {
+            TableHead head{&table_in_document(needed(element, "type")), {}, {}};
+            if (const std::string *id = element.attribute("id"))
+                head.id = number_of<uint64_t>("id", *id, 0, UINT64_MAX);
+            else head.name = needed(element, "name");
+            sink_.begin_table(head);
+        } catch (const Failure &failure) {
+            if (failure.code() != Exit::data) throw;
+            const std::string text = failure.what();
+            if (text.starts_with(input_.name())) throw;
+            parser_.fail(element.line, text);
+        }
+    }
+
+    RecordHead head_of(const XmlElement &element) const {
+        check_attributes(element, {"tenant", "source", "pending", "variant", "state", "key_state"});
+        RecordHead head;
+        if (const std::string *tenant = element.attribute("tenant"))
+            head.tenant = static_cast<uint16_t>(number_of<uint32_t>("tenant", *tenant, 0, 65535));
+        if (const std::string *source = element.attribute("source"))
+            head.source = static_cast<uint8_t>(number_of<uint32_t>("source", *source, 0, 255));
+        if (const std::string *variant = element.attribute("variant"))
+            head.variant = number_of<int>("variant", *variant, -128, 127);
+        if (const std::string *pending = element.attribute("pending")) {
+            if (*pending != "true" && *pending != "false")
+                throw Failure(Exit::data, "pending: expected true or false");
+            head.pending = *pending == "true";
+        }
+        head.tracked =
+            element.attribute("state") != nullptr || element.attribute("key_state") != nullptr;
+        return head;
+    }
+
+    void build(const XmlElement &element, Draft &draft, std::string &place) const {
+        draft.begin(head_of(element));
+        const Table &table = draft.table();
+        refuse_text(element, fmt::format("the element `{}`", table.name));
+        bool found = false;
+        for (const XmlElement &child : element.children) {
+            place = fmt::format("{}:{}", input_.name(), child.line);
+            if (child.name == table.name && !found) {
+                found = true;
+                build_objects(element, child, draft, place);
+            } else if (!options_.lenient || child.name == table.name) {
+                throw Failure(Exit::data, fmt::format("expected one element `{}`, not `{}`",
+                                                      table.name, child.name));
+            }
+        }
+        if (!found) throw Failure(Exit::data, fmt::format("expected the element `{}`", table.name));
+    }
+
+    void build_objects(const XmlElement &record, const XmlElement &element, Draft &draft,
+                       std::string &place) const {
+        const Table &table = draft.table();
+        refuse_text(element, "elements of the record's objects");
+        void *object = nullptr;
+        void *key = nullptr;
+        for (const XmlElement &child : element.children) {
+            place = fmt::format("{}:{}", input_.name(), child.line);
+            if (child.name == table.type->name && object == nullptr) {
+                object = draft.make_object();
+                fill(record, child, draft, object, *table.type, "state", place);
+            } else if (table.key_type != nullptr && child.name == table.key_type->name &&
+                       key == nullptr) {
+                key = draft.make_key_object();
+                fill(record, child, draft, key, *table.key_type, "key_state", place);
+            } else if (!options_.lenient) {
+                refuse_object(table, child);
+            }
+        }
+    }
+
+    [[noreturn]] static void refuse_object(const Table &table, const XmlElement &child) {
+        std::vector<std::string_view> names{table.type->name};
+        if (table.key_type != nullptr) names.push_back(table.key_type->name);
+        for (const std::string_view name : names) {
+            if (child.name == name)
+                throw Failure(Exit::data, fmt::format("`{}`: it is given twice", name));
+        }
+        throw no_such(Exit::data, fmt::format("object of {}", table.name), child.name, names);
+    }
+
+    void fill(const XmlElement &record, const XmlElement &element, Draft &draft, void *object,
+              const Structure &structure, std::string_view state, std::string &place) const {
+        const Target target{draft.handle(), draft.tx_id(), object, options_,
+                            parser_,        input_,        place};
+        set_fields(target, structure, {}, element);
+        place = fmt::format("{}:{}", input_.name(), record.line);
+        if (const std::string *flags = record.attribute(state))
+            set_state(draft, object, structure, state, *flags);
+    }
+
+    Input &input_;
+    const ReadOptions &options_;
+    Sink &sink_;
+    XmlParser parser_;
+};
+
+}  // namespace
+
+void read_xml(Input &input, const ReadOptions &options, Sink &sink) {
+    XmlReader(input, options, sink).read();
+}
+
+}  // namespace tarnctl

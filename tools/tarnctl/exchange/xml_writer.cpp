@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "exchange/xml_writer.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "base/failure.h"
+#include "exchange/xml_text.h"
+#include "model/json.h"
+#include "model/state.h"
+#include "terminal/screen.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr std::size_t first_buffer = 65536;
+constexpr std::size_t largest_buffer = std::size_t{1} << 30U;
+constexpr std::string_view other_forms = "JSON and frames can: --format json, --format frames";
+
+// What the library writes for an enumeration whose value is none of its enumerators'. No text has
+// a bare `>` in it.
+constexpr std::string_view no_enumerator = " value out of range/>";
+
+std::string state_attribute(std::string_view name, const Record &record, void *object,
+                            const Structure &structure) {
+    if (!is_tracked(object)) return "";
+    std::string flags;
+    for (const auto &[path, flag] : state_flags_of(record.handle, object, structure))
+        flags += fmt::format("{}{}={}", flags.empty() ? "" : " ", path, flag);
+    return fmt::format(" {}=\"{}\"", name, flags);
+}
+
+std::string attributes_of(const Record &record) {
+    const Table &table = *record.table;
+    std::string text = fmt::format("tenant=\"{}\" source=\"{}\"", record.tenant(), record.src());
+    if (record.is_pending()) text += " pending=\"true\"";
+    void *object = table.object(record.handle, KEL_TX_NONE, record.record);
+    if (object == nullptr) return text;
+    const int variant = static_cast<kel_object *>(object)->variant;
+    if (variant != top_variant(*table.type)) text += fmt::format(" variant=\"{}\"", variant);
+    text += state_attribute("state", record, object, *table.type);
+    if (table.key_type != nullptr)
+        text += state_attribute("key_state", record,
+                                table.key_object(record.handle, KEL_TX_NONE, record.record),
+                                *table.key_type);
+    return text;
+}
+
+// Why XML can't carry a value; empty if it can.
+std::string objection_to(const Value &value) {
+    if (!value.present()) return "";
+    if (value.field().kind == Kind::vstring) {
+        const std::string_view bytes = value.bytes();
+        const std::size_t offset = first_unfit_for_xml(bytes);
+        if (offset == std::string_view::npos) return "";
+        return fmt::format("the text has the byte 0x{:02x} at offset {}",
+                           static_cast<unsigned char>(bytes[offset]), offset);
+    }
+    if (value.field().kind != Kind::enumeration) return "";
+    const auto number = static_cast<uint32_t>(value.number());
+    if (enumerator_of(*value.field().enumeration, number) != nullptr) return "";
+    return fmt::format("{} is no enumerator of {}", number, value.field().enumeration->name);
+}
+
+}  // namespace
+
+XmlWriter::XmlWriter(std::ostream &out) : out_(out), buffer_(first_buffer, '\0') {
+    out_ << fmt::format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<tarnbase format=\"{}\">\n",
+                        format_version);
+}
+
+void XmlWriter::begin_table(const Instance &instance) {
+    table_ = shown(instance.full_name(), output_screen());
+    const bool by_name = instance.block->open_mode == KEL_OPEN_BY_NAME;
+    const std::string name = by_name ? instance.name() : std::to_string(instance.block->table_id);
+    if (first_unfit_for_xml(name) != std::string_view::npos)
+        throw Failure(Exit::data,
+                      fmt::format("{}: XML can't carry the table's name; {}", table_, other_forms));
+    out_ << fmt::format("<table type=\"{}\" {}=\"{}\">\n", instance.table->name,
+                        by_name ? "name" : "id", xml_escaped(name));
+}
+
+void XmlWriter::write(const Record &record) {
+    const std::size_t length = form_of(record);
+    out_ << "<record " << attributes_of(record) << ">\n";
+    out_.write(buffer_.data(), static_cast<std::streamsize>(length));
+    out_ << "</record>\n";
+}
+
+void XmlWriter::end_table() { out_ << "</table>\n"; }
+
+void XmlWriter::end() { out_ << "</tarnbase>\n"; }
+
+std::size_t XmlWriter::form_of(const Record &record) {
+    for (;;) {
+        uint32_t err = 0;
+        const uint32_t length =
+            record.table->to_xml(record.handle, KEL_TX_NONE, buffer_.data(), record.record,
+                                 static_cast<uint32_t>(buffer_.size()), &err);
+        if (err == EMSGSIZE && buffer_.size() < largest_buffer) {
+            buffer_.resize(buffer_.size() * 2);
+            continue;
+        }
+        const std::string_view form(buffer_.data(), length);
+        if (err != 0 || form.find(no_enumerator) != std::string_view::npos) refuse(record, err);
+        return length;
+    }
+}
+
+void XmlWriter::refuse(const Record &record, uint32_t err) const {
+    const auto failure = [&](const std::string &field, const std::string &objection) {
+        return Failure(Exit::data, fmt::format("{}: record `{}`: {}XML can't carry it: {}; {}",
+                                               table_, shown(record.key_text(), output_screen()),
+                                               field, objection, other_forms));
+    };
+    for (const Column &column : columns_of(*record.table)) {
+        const std::string objection = objection_to(record.value(column));
+        if (!objection.empty()) throw failure(column.name() + ": ", objection);
+    }
+    throw failure("", std::strerror(static_cast<int>(err)));
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The XML document: the library's own record form inside elements that tell what it lacks.
+//
+//   <?xml version="1.0" encoding="UTF-8"?>
+//   <tarnbase format="1">
+//   <table type="tbl_ldap_conn" name="ldap">
+//   <record tenant="0" source="1">
+//   <tbl_ldap_conn>
+//   ...
+//   </tbl_ldap_conn>
+//   </record>
+//   </table>
+//   </tarnbase>
+//
+// A table that was opened by an id has `id` in place of `name`. A record has further attributes
+// where they tell something:
+//   pending="true"  it waits to be destroyed
+//   variant="0"     of the data object, if its type has newer ones
+//   state, key_state
+//                   on objects with state flags: "num_conns=2 minute[5]=1", those that aren't 0
+#ifndef TARNCTL_EXCHANGE_XML_WRITER_H
+#define TARNCTL_EXCHANGE_XML_WRITER_H
+
+#include <string>
+
+#include "exchange/writer.h"
+
+namespace tarnctl {
+
+class XmlWriter : public Writer {
+ public:
+    explicit XmlWriter(std::ostream &out);
+
+    void begin_table(const Instance &instance) override;
+    void write(const Record &record) override;
+    void end_table() override;
+    void end() override;
+
+ private:
+    // The library's form, in `buffer_`. Returns its length.
+    std::size_t form_of(const Record &record);
+    [[noreturn]] void refuse(const Record &record, uint32_t err) const;
+
+    std::ostream &out_;
+    std::string buffer_;
+    std::string table_;
+};
+
+}  // namespace tarnctl
+
+#endif

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "model/state.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <string_view>
+
+#include "base/failure.h"
+
+namespace tarnctl {
+namespace {
+
+void *inner_object(const Field &field, kel_handle *handle, uint32_t tx_id, void *object) {
+    uint32_t err = 0;
+    void *inner = field.call.get(handle, tx_id, object, 0, &err);
+    need(err, field.name);
+    return inner;
+}
+
+void collect(kel_handle *handle, void *object, const Structure &structure,
+             const std::string &prefix, StateFlags &flags) {
+    const int8_t variant = static_cast<kel_object *>(object)->variant;
+    for (const Field &field : structure.fields) {
+        if (field.first_variant > variant) return;
+        const std::string path = fmt::format("{}{}", prefix, field.name);
+        uint32_t err = 0;
+        if (const uint8_t flag = field.call.state_flag(handle, KEL_TX_NONE, object, &err))
+            flags.emplace_back(path, flag);
+        for (uint32_t i = 0; i < field.elements; ++i) {
+            if (const uint8_t flag =
+                    field.call.element_state_flag(handle, KEL_TX_NONE, object, i, &err))
+                flags.emplace_back(fmt::format("{}[{}]", path, i), flag);
+        }
+        need(err, fmt::format("the state of {}", path));
+        if (field.structure != nullptr)
+            collect(handle, inner_object(field, handle, KEL_TX_NONE, object), *field.structure,
+                    path + ".", flags);
+    }
+}
+
+// A field by its name, and which element of it.
+struct Target {
+    const Field *field = nullptr;
+    bool whole = true;
+    uint32_t index = 0;
+};
+
+Target target_of(const Structure &structure, std::string_view name) {
+    const std::size_t open = name.find('[');
+    Target target;
+    target.field = structure.find(name.substr(0, open));
+    if (open == std::string_view::npos || target.field == nullptr) return target;
+    target.whole = false;
+    const std::string_view digits = name.substr(open + 1);
+    const char *end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, target.index);
+    const bool closed = error == std::errc() && end - stop == 1 && *stop == ']';
+    if (!closed || target.index >= target.field->elements) target.field = nullptr;
+    return target;
+}
+
+Failure no_field(const Structure &structure, const std::string &path) {
+    return Failure(Exit::data, fmt::format("state: {} has no field `{}`", structure.name, path));
+}
+
+}  // namespace
+
+bool is_tracked(const void *object) {
+    return object != nullptr &&
+           (static_cast<const kel_object *>(object)->flags & OBJ_STATE_TRACKED) != 0;
+}
+
+StateFlags state_flags_of(kel_handle *handle, void *object, const Structure &structure) {
+    StateFlags flags;
+    if (!is_tracked(object)) return flags;
+    const TrackingScope scope(handle, TrackingScope::flags_alone);
+    collect(handle, object, structure, "", flags);
+    return flags;
+}
+
+void set_state_flag(kel_handle *handle, uint32_t tx_id, void *object, const Structure &structure,
+                    const std::string &path, uint8_t flag) {
+    const TrackingScope scope(handle, TrackingScope::flags_alone);
+    const Structure *inside = &structure;
+    std::string_view rest = path;
+    for (std::size_t dot = rest.find('.'); dot != std::string_view::npos; dot = rest.find('.')) {
+        const Field *field = inside->find(rest.substr(0, dot));
+        if (field == nullptr || field->structure == nullptr) throw no_field(structure, path);
+        object = inner_object(*field, handle, tx_id, object);
+        inside = field->structure;
+        rest.remove_prefix(dot + 1);
+    }
+    const Target target = target_of(*inside, rest);
+    if (target.field == nullptr) throw no_field(structure, path);
+    const FieldFunctions &call = target.field->call;
+    uint32_t err = 0;
+    if (target.whole) call.set_state_flag(handle, tx_id, object, flag, &err);
+    else call.set_element_state_flag(handle, tx_id, object, target.index, flag, &err);
+    need(err, "state: " + path);
+}
+
+}  // namespace tarnctl

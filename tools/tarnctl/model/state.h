@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The state flags of an object, one a field, which a handle with state tracking keeps. Only an
+// object that such a handle made has them.
+#ifndef TARNCTL_MODEL_STATE_H
+#define TARNCTL_MODEL_STATE_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "catalogue/catalogue.h"
+#include "tarnbase/embedded.h"
+
+namespace tarnctl {
+
+// How a handle treats state while the scope lasts; tracking is off otherwise.
+class TrackingScope {
+ public:
+    enum Mode : uint32_t {
+        off = KEL_STATE_TRACKING_OFF,
+        on = KEL_STATE_TRACKING_ON,  // objects are made with flags, which travel in wire forms
+        flags_alone = 0,             // flags are read and set where objects have them
+    };
+    TrackingScope(kel_handle *handle, Mode mode) : handle_(handle) {
+        kel_handle_set_state_tracking(handle, mode);
+    }
+    TrackingScope(const TrackingScope &) = delete;
+    TrackingScope &operator=(const TrackingScope &) = delete;
+    ~TrackingScope() { kel_handle_set_state_tracking(handle_, KEL_STATE_TRACKING_OFF); }
+
+ private:
+    kel_handle *handle_;
+};
+
+// False for null.
+bool is_tracked(const void *object);
+
+// The flags that aren't 0, by the paths of their fields: a leaf, a structure, an array as a whole
+// (`minute`), an element of one (`minute[5]`).
+using StateFlags = std::vector<std::pair<std::string, uint8_t>>;
+StateFlags state_flags_of(kel_handle *handle, void *object, const Structure &structure);
+
+// Sets the flag of a field. The object is tracked. Failure `data` if there is no such field.
+void set_state_flag(kel_handle *handle, uint32_t tx_id, void *object, const Structure &structure,
+                    const std::string &path, uint8_t flag);
+
+}  // namespace tarnctl
+
+#endif
