@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl get: one record by its key.
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "base/suggestion.h"
+#include "commands/command.h"
+#include "listing/key_words.h"
+#include "listing/options.h"
+
+namespace tarnctl {
+namespace {
+
+struct Options {
+    std::string store;
+    std::string table;
+    std::vector<std::string> key;
+    uint16_t tenant = 0;
+    uint8_t source = KEL_SOURCE_DEFAULT;
+    bool nearest = false;
+    bool before = false;
+    std::string field;
+    FormOptions form{Form::list, false, {}};
+};
+
+std::string place_text(uint16_t tenant, uint8_t source) {
+    return fmt::format("tenant {}, source {}", tenant, source);
+}
+
+// What a user may have meant instead: the key of another tenant or source, the key that is written
+// alike, or the next one in the table's order.
+std::string suggestion(const Store &store, const Instance &instance, const Key &key,
+                       const Options &options) {
+    std::vector<std::string> keys;
+    std::string elsewhere;
+    for_each_record(store, instance, [&](const Record &record) {
+        const std::string text = record.key_text();
+        if (text == key.text()) elsewhere = place_text(record.tenant(), record.src());
+        else if (record.tenant() == options.tenant && record.src() == options.source)
+            keys.push_back(text);
+        return elsewhere.empty();
+    });
+    if (!elsewhere.empty()) return fmt::format("; there is one of {}", elsewhere);
+    const std::vector<std::string_view> known(keys.begin(), keys.end());
+    if (const auto near = nearest(key.text(), known))
+        return fmt::format("; did you mean `{}`?", *near);
+    for (const bool forward : {true, false}) {
+        const Record near = find_nearest(store, instance, key, options.source, forward);
+        if (near.record != nullptr) return fmt::format("; the nearest is `{}`", near.key_text());
+    }
+    return "";
+}
+
+Failure not_found(const Store &store, const Instance &instance, const Key &key,
+                  const Options &options) {
+    const char *where = options.nearest ? " or behind it" : options.before ? " or before it" : "";
+    return Failure(Exit::difference,
+                   fmt::format("{} has no record `{}`{} of {}{}", instance.full_name(), key.text(),
+                               where, place_text(options.tenant, options.source),
+                               suggestion(store, instance, key, options)));
+}
+
+Record find(const Store &store, const Instance &instance, const Options &options) {
+    const Key key(*instance.table, key_texts(*instance.table, options.key));
+    const TenantScope tenant(options.tenant);
+    const Record found = options.nearest || options.before
+                             ? find_nearest(store, instance, key, options.source, options.nearest)
+                             : find_record(store, instance, key, options.source);
+    if (found.record == nullptr) throw not_found(store, instance, key, options);
+    return found;
+}
+
+void print_field(const Record &record, const std::string &path) {
+    const Value value = record.value(column_named(*record.table, path));
+    if (!value.present())
+        throw Failure(Exit::difference,
+                      fmt::format("{}: the record is of a variant that doesn't have it", path));
+    print_paged([&](std::ostream &out, const Screen &screen) {
+        out << (screen.is_terminal ? shown(value.text(), screen) : value.text()) << '\n';
+    });
+}
+
+void run(const Options &options) {
+    const Store store = Store::open_to_read(options.store);
+    Listing listing{find_instance(store, parse_table(options.table)), {}, Form::list, {}};
+    apply(options.form, listing);
+    const Record record = find(store, listing.instance, options);
+    if (!options.field.empty()) return print_field(record, options.field);
+    listing.selection.records.push_back(record);
+    print_paged(
+        [&](std::ostream &out, const Screen &screen) { print_record(out, listing, screen); });
+}
+
+constexpr const char *footer = R"(
+The key's values stand in the order of the key, or as FIELD=VALUE in any order;
+FIELD:hex=00ff gives a string's bytes. `tarnctl describe TABLE` tells which they
+are. A list gives an enumerator's number behind its name, and of an array its
+least and its largest value; --field prints it whole, with blanks between the
+values.
+
+As JSON: {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key" on
+tables with a key structure only; with --columns an object that has these
+columns as members.
+
+Examples:
+  tarnctl get ldap_conn ldap1.example.net --store net.store
+  tarnctl get ldap_conn ldap1.example.net --field num_conns --store net.store
+  tarnctl get ldap_conn b.exam --nearest --json --store net.store
+
+Exit status: 0 found; 1 no such record, or no such table in the store; 2 no such
+field; 3 a value that the key can't have.)";
+
+void add_place_options(CLI::App &command, Options &options) {
+    command.add_option("-t,--tenant", options.tenant, "The record's tenant; by default 0")
+        ->type_name("NUMBER");
+    command
+        .add_option_function<unsigned>(
+            "--source",
+            [&options](unsigned source) { options.source = static_cast<uint8_t>(source); },
+            "The record's source; by default 1")
+        ->check(CLI::Range(0, 255).description(""))
+        ->type_name("NUMBER");
+    CLI::Option *nearest = command.add_flag("--nearest", options.nearest,
+                                            "If there is none of this key, the next one behind it");
+    command
+        .add_flag("--before", options.before,
+                  "If there is none of this key, the nearest one before it")
+        ->excludes(nearest);
+}
+
+}  // namespace
+
+void declare_get(CLI::App &program, Exit & /*status*/) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command = program.add_subcommand("get", "Show one record of a table by its key");
+    command->add_option("table", options->table, "The table, or one of several as TABLE:NAME")
+        ->required()
+        ->type_name("TABLE");
+    command->add_option("key", options->key, "The values of the key")->required()->type_name("KEY");
+    add_store_option(*command, options->store);
+    add_place_options(*command, *options);
+    add_form_options(*command, options->form);
+    command->add_option("--field", options->field, "Print this field's value and nothing else")
+        ->excludes("--format")
+        ->excludes("--json")
+        ->excludes("--columns")
+        ->type_name("FIELD");
+    command->footer(footer);
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A listing of records in one of its forms:
+//
+//   table  aligned columns; on a screen too narrow for all of them the last ones are left out
+//   list   a record as lines of a field and its value
+//   text   the records' own text form
+//   xml    the document that export writes, of this table's records
+//   json   likewise; with chosen columns an array of objects with these as members
+//   csv    RFC 4180, with the titles in the first line
+#ifndef TARNCTL_LISTING_LISTING_H
+#define TARNCTL_LISTING_LISTING_H
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "listing/columns.h"
+#include "listing/selection.h"
+#include "model/instance.h"
+#include "terminal/screen.h"
+
+namespace tarnctl {
+
+enum class Form { table, list, text, xml, json, csv };
+
+struct Listing {
+    Instance instance;
+    Selection selection;
+    Form form = Form::table;
+    std::vector<ListingColumn> columns;  // chosen ones; empty: those that suit the form
+};
+
+void print_listing(std::ostream &out, const Listing &listing, const Screen &screen);
+// A listing of one record: as JSON it is the record's object alone.
+void print_record(std::ostream &out, const Listing &listing, const Screen &screen);
+
+}  // namespace tarnctl
+
+#endif

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The options that show, find and get share.
+#ifndef TARNCTL_LISTING_OPTIONS_H
+#define TARNCTL_LISTING_OPTIONS_H
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "listing/listing.h"
+
+namespace tarnctl {
+
+struct FormOptions {
+    Form form = Form::table;
+    bool json = false;
+    std::vector<std::string> columns;
+};
+
+// --format, by default as it stands in `options`; --json, --columns
+void add_form_options(CLI::App &command, FormOptions &options);
+// The same for a listing, and which records it has: --tenant, --source, --shadows, --pending,
+// --no-pending, --limit, --offset, --reverse.
+void add_selection_options(CLI::App &command, SelectionOptions &options);
+
+// The form and the columns that the options choose. Failure `usage` where they contradict.
+void apply(const FormOptions &options, Listing &listing);
+
+// Prints on standard output, through the pager where there is one. On a terminal everything is
+// made before anything is shown: whoever reads page by page must not read records that another
+// process destroys meanwhile.
+void print_paged(const std::function<void(std::ostream &, const Screen &)> &print);
+
+}  // namespace tarnctl
+
+#endif

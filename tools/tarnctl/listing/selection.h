@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The records that show and find are asked for.
+#ifndef TARNCTL_LISTING_SELECTION_H
+#define TARNCTL_LISTING_SELECTION_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "listing/condition.h"
+#include "model/record.h"
+
+namespace tarnctl {
+
+struct SelectionOptions {
+    std::optional<uint16_t> tenant;  // none: all
+    std::optional<uint8_t> source;   // none: all but the shadows
+    bool shadows = false;            // show them too
+    bool only_pending = false;
+    bool no_pending = false;
+    std::vector<std::string> conditions;
+    std::optional<uint64_t> limit;
+    uint64_t offset = 0;
+    bool reverse = false;
+};
+
+struct Selection {
+    std::vector<Record> records;  // in the order of the output
+    uint64_t hidden_shadows = 0;  // among the records that were looked at
+};
+
+Selection select(const Store &store, const Instance &instance, const SelectionOptions &options);
+
+}  // namespace tarnctl
+
+#endif
