@@ -209,9 +209,12 @@ Record find_record(const Store &store, const Instance &instance, const Key &key,
 
 Record find_nearest(const Store &store, const Instance &instance, const Key &key, uint8_t src,
                     bool forward) {
+    // Only a search that passes over records that wait to be destroyed keeps to another source.
+    const uint32_t skip_pending = src == KEL_SOURCE_DEFAULT ? 0 : 1;
     uint32_t err = 0;
-    kel_record *found = instance.table->search_internal(
-        store.handle(), KEL_TX_NONE, instance.block, key.get(), 1, forward ? 1 : 0, src, 0, &err);
+    kel_record *found =
+        instance.table->search_internal(store.handle(), KEL_TX_NONE, instance.block, key.get(), 1,
+                                        forward ? 1 : 0, src, skip_pending, &err);
     need(err, fmt::format("searching {}", instance.full_name()));
     const Record record{instance.table, store.handle(), found};
     if (found != nullptr) check_readable(store, record);
