@@ -3,6 +3,9 @@
 // that its class has.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <ranges>
+
 #include "tarnbase/tarn.hpp"
 #include "tarnbase/tarn/owned.hpp"
 
@@ -78,6 +81,19 @@ TEST_F(EveryTable, KeysOfSeveralPartsFindTheirRecord) {
     auto clients = tarn::table<tarn::ravoClientInfoEntry_op>::open_or_create(session, "clients");
     clients.insert(clients.make({3, "0A", 1}));
     EXPECT_EQ(clients.begin()->key().session_id(), "0A");
+}
+
+// This program is C++20: a table is a range there, and a key's parts can be named.
+TEST_F(EveryTable, ServesTheRangesOfTheStandardLibrary) {
+    using Types = tarn::table<tarn::service_type_info>;
+    static_assert(std::ranges::bidirectional_range<const Types>);
+    static_assert(std::ranges::bidirectional_range<tarn::basic_range<tarn::tbl_ldap_conn>>);
+    auto types = Types::open_or_create(session, "types");
+    for (const char *name : {"c", "a", "b"}) types.insert(types.make({.serv_name = name}));
+    const auto is_b = [](const auto &record) { return record.key().serv_name() == "b"; };
+    EXPECT_EQ(std::ranges::count_if(types, is_b), 1);
+    EXPECT_EQ((*std::ranges::find_if(types, is_b)).key().serv_type(), 0);
+    EXPECT_TRUE(types.contains({.serv_type = 0, .serv_name = "a"}));
 }
 
 TEST_F(EveryTable, NestedFiguresAreReachedThroughTheirParents) {

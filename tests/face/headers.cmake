@@ -2,7 +2,8 @@
 # The C++ headers compile by themselves, in each language version, with exceptions and
 # without, warnings as errors: those written by hand one by one, of those made from the
 # schema one of a kind, and all of them together.
-#   cmake -DCXX=... -DINCLUDE=dir -DGENERATED=dir -DWORK=dir -P headers.cmake
+#   cmake -DCXX=... -DTARNC=tarnc -DSOURCE=dir -DINCLUDE=dir -DGENERATED=dir -DWORK=dir
+#         -P headers.cmake
 set(warnings -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only)
 
 function(compile header)
@@ -28,5 +29,17 @@ foreach(flags IN ITEMS "-std=c++17" "-std=c++17;-fno-exceptions" "-std=c++20"
         "-std=c++20;-fno-exceptions;-fno-rtti")
   compile(tarnbase/tarn.hpp ${flags})
 endforeach()
+
+# A schema of hard names and shapes.
+execute_process(COMMAND ${TARNC} ${SOURCE}/odd.tarn --out ${WORK}/odd COMMAND_ERROR_IS_FATAL ANY)
+foreach(flags IN ITEMS "-std=c++17" "-std=c++20")
+  execute_process(
+    COMMAND ${CXX} ${flags} ${warnings} -I${INCLUDE} -I${WORK}/odd/include ${SOURCE}/odd.cpp
+    RESULT_VARIABLE status ERROR_VARIABLE errors)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "odd.cpp with ${flags}:\n${errors}")
+  endif()
+endforeach()
+
 list(LENGTH headers count)
 message(STATUS "${count} headers without a warning")

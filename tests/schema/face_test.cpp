@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+// What items are called in C++.
+#include "face.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+// The names of an enumeration's enumerators in C++.
+Names enumerators(const Names &names) {
+    tarnc::Enumeration enumeration;
+    for (const std::string &name : names) enumeration.enumerators.push_back({name, "", 0});
+    return tarnc::face_enumerators(enumeration);
+}
+
+std::string class_name(const std::string &name) {
+    tarnc::Structure structure;
+    structure.name = name;
+    return tarnc::face_name(structure);
+}
+
+std::string member(const std::string &name) {
+    tarnc::Structure structure;
+    structure.name = "st_lamp";
+    tarnc::Field field;
+    field.name = name;
+    return tarnc::face_member(structure, field);
+}
+
+TEST(Face, StructuresLoseTheirPrefix) {
+    EXPECT_EQ(class_name("st_ldap_conn"), "ldap_conn");
+    EXPECT_EQ(class_name("kel_timespec"), "timespec");
+    EXPECT_EQ(class_name("service_type_info_key"), "service_type_info_key");
+    EXPECT_EQ(class_name("stone"), "stone");
+}
+
+TEST(Face, APrefixStaysWhereTheRestIsNoName) {
+    EXPECT_EQ(class_name("st_1x"), "st_1x");
+    EXPECT_EQ(class_name("st_"), "st_");
+    EXPECT_EQ(class_name("st_class"), "class_");
+}
+
+TEST(Face, EnumeratorsLoseTheWordsThatAllBeginWith) {
+    EXPECT_EQ(enumerators({"LAMP_OFF", "LAMP_ON"}), (Names{"off", "on"}));
+    EXPECT_EQ(enumerators({"KEL_DIR_BOTH", "KEL_DIR_IN_OUT"}), (Names{"both", "in_out"}));
+    EXPECT_EQ(enumerators({"RED", "BLUE"}), (Names{"red", "blue"}));
+    EXPECT_EQ(enumerators({"LAMP_ON", "LAMPS_OFF"}), (Names{"lamp_on", "lamps_off"}));
+}
+
+TEST(Face, EachEnumeratorKeepsAWord) {
+    EXPECT_EQ(enumerators({"SINGLE_CHOICE_ONLY"}), Names{"only"});
+    EXPECT_EQ(enumerators({"ONLY"}), Names{"only"});
+    EXPECT_EQ(enumerators({"LAMP_ON", "LAMP_ON_DIM"}), (Names{"on", "on_dim"}));
+}
+
+TEST(Face, AnEnumeratorThatWouldBeginWithADigitKeepsTheWordBefore) {
+    EXPECT_EQ(enumerators({"TLS_1_2", "TLS_1_3"}), (Names{"tls_1_2", "tls_1_3"}));
+    EXPECT_EQ(enumerators({"PROTOCOL_TLS_1", "PROTOCOL_NONE"}), (Names{"tls_1", "none"}));
+    EXPECT_EQ(enumerators({"SPEED_10", "SPEED_AUTO"}), (Names{"speed_10", "auto_"}));
+}
+
+TEST(Face, KeywordsAndMacrosGetAnUnderscore) {
+    EXPECT_EQ(enumerators({"STATUS_DEFAULT", "STATUS_ERRNO"}), (Names{"default_", "errno_"}));
+    EXPECT_EQ(member("register"), "register_");
+    EXPECT_EQ(member("linux"), "linux_");
+    EXPECT_EQ(member("status"), "status");
+}
+
+TEST(Face, FieldsDontTakeTheNamesOfTheirClass) {
+    EXPECT_EQ(member("key"), "key_");
+    EXPECT_EQ(member("to_xml"), "to_xml_");
+    EXPECT_EQ(member("lamp"), "lamp_");
+}
+
+}  // namespace
