@@ -15,6 +15,7 @@ namespace tarnctl {
 
 using Declaration = void (*)(CLI::App &program, Exit &status);
 
+void declare_completion(CLI::App &program, Exit &status);
 void declare_decode(CLI::App &program, Exit &status);
 void declare_delete(CLI::App &program, Exit &status);
 void declare_describe(CLI::App &program, Exit &status);
@@ -52,6 +53,7 @@ inline constexpr Declaration commands[] = {
     declare_minutes,
     declare_variants,
     declare_manifest,
+    declare_completion,
 };
 
 // Options that several commands have, with one wording.

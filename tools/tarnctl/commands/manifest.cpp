@@ -86,11 +86,11 @@ void print_text(const Options &options, const Manifest &manifest,
 }
 
 constexpr const char *footer = R"(
-Items are recognised by their LUID. An item that this program doesn't know has no name; it is
-new, or an item of this program was changed: then that one is gone.
+Items are recognised by their LUID. An item that this program doesn't know has no
+name; it is new, or an item of this program was changed: then that one is gone.
 
-Exit status: 0 the schema is this program's; 1 it differs; 3 the file has no manifest, or it
-can't be read; 4 there is no such file.
+Exit status: 0 the schema is this program's; 1 it differs; 3 the file has no
+manifest, or it can't be read; 4 there is no such file.
 
 Examples:
   tarnctl manifest /usr/lib/x86_64-linux-gnu/libtarnbase.so.1

@@ -156,7 +156,8 @@ void declare_create(CLI::App &group) {
     command->add_flag("--types", options->types,
                       "Enter the descriptors of all types at once, not with the first record");
     command->footer(
-        "The file takes as much of the disk as is in use; the capacity is a range of addresses.\n\n"
+        "The file takes as much of the disk as is in use; the capacity is a range of\n"
+        "addresses.\n\n"
         "Examples:\n"
         "  tarnctl store create net.store\n"
         "  tarnctl store create --capacity 512M --types net.store");
@@ -173,8 +174,8 @@ void declare_info(CLI::App &group) {
         ->type_name("FILE");
     add_json_option(*command, options->json);
     command->footer(
-        "The size is that of the file; what is in use is what its blocks take, in their size "
-        "classes. Types are the descriptors that the store keeps for all processes.\n\n"
+        "The size is that of the file; what is in use is what its blocks take, in their\n"
+        "size classes. Types are the descriptors that the store keeps for all processes.\n\n"
         "Examples:\n"
         "  tarnctl store info net.store\n"
         "  tarnctl store info --json net.store");

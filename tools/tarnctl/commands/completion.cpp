@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl completion: the scripts that complete its command lines, and their answers.
+#include <iostream>
+#include <iterator>
+#include <memory>
+
+#include "commands/command.h"
+#include "completion/candidates.h"
+#include "completion/scripts.h"
+
+namespace tarnctl {
+namespace {
+
+struct Options {
+    std::string shell;
+    bool candidates = false;
+};
+
+std::vector<std::string> words_of(std::istream &in) {
+    std::vector<std::string> words;
+    for (std::string word; std::getline(in, word, '\0');) words.push_back(word);
+    return words;
+}
+
+void answer(const CLI::App &program) {
+    const Completion completion = complete(program, words_of(std::cin));
+    std::cout << (completion.files ? "files" : completion.open ? "open" : "words") << '\n';
+    for (const Candidate &each : completion.candidates)
+        std::cout << each.text << '\t' << each.meaning << '\n';
+}
+
+std::string_view script_of(const std::string &shell) {
+    if (shell == "bash") return bash_script;
+    return shell == "zsh" ? zsh_script : fish_script;
+}
+
+constexpr const char *footer = R"(
+The packages install these scripts where the shells look for them. Elsewhere the
+shell reads them when it starts: bash and zsh from a line in their start files,
+fish from its folder.
+
+Examples:
+  source <(tarnctl completion bash)
+  source <(tarnctl completion zsh)
+  tarnctl completion fish > ~/.config/fish/completions/tarnctl.fish)";
+
+}  // namespace
+
+void declare_completion(CLI::App &program, Exit & /*status*/) {
+    const auto options = std::make_shared<Options>();
+    CLI::App *command = program.add_subcommand(
+        "completion", "Print a script that completes command lines in a shell");
+    command->add_option("shell", options->shell, "Shell that the script is for")
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}).description(""))
+        ->type_name("bash|zsh|fish");
+    // What the scripts call; no user does.
+    command->add_flag("--candidates", options->candidates, "Answer the words on standard input")
+        ->group("");
+    command->footer(footer);
+    command->callback([options, &program] {
+        if (options->candidates) return answer(program);
+        if (options->shell.empty())
+            throw Failure(Exit::usage, "completion: name the shell: bash, zsh or fish");
+        std::cout << script_of(options->shell);
+    });
+}
+
+}  // namespace tarnctl
