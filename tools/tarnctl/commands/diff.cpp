@@ -17,11 +17,19 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-Each side is a store file or a document that export wrote (- for one on standard input). A table is told from others by its type and name, a record by its tenant, key and source. The listing has a line for each record, + for one that B has alone, - for one that A has alone, ~ for one that is another in B, and below it a line for each field.
+Each side is a store file or a document that export wrote (- for one on
+standard input). A table is told from others by its type and name, a record by
+its tenant, key and source. The listing has a line for each record, + for one
+that B has alone, - for one that A has alone, ~ for one that is another in B,
+and below it a line for each field.
 
---json prints one object: {"a", "b", "same", "tables": [{"change", "table"}], "changes": [...], "counts": {"inserted", "changed", "deleted"}}, with a change of a record in the form that set --dry-run --json has; the words are those of what makes A into B.
+--json prints one object: {"a", "b", "same", "tables": [{"change", "table"}],
+"changes": [...], "counts": {"inserted", "changed", "deleted"}}, with a change
+of a record in the form that set --dry-run --json has; the words are those of
+what makes A into B.
 
-Exit status: 0 A and B hold the same; 1 they differ; 2 wrong arguments; 3 a document can't be read; 4 a store or a file can't be used.
+Exit status: 0 A and B hold the same; 1 they differ; 2 wrong arguments; 3 a
+document can't be read; 4 a store or a file can't be used.
 
 Examples:
   tarnctl diff old.store net.store

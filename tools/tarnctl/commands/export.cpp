@@ -17,15 +17,20 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-The document holds the records of all tenants and sources, and is one of three forms:
+The document holds the records of all tenants and sources, and is one of three
+forms:
 
-XML: the record form of the library, for other programs. It can't carry strings with control characters or bytes that aren't UTF-8, and no enumeration whose value is none of its enumerators': such a record ends the export.
+XML: the record form of the library, for other programs. It can't carry strings
+with control characters or bytes that aren't UTF-8, and no enumeration whose
+value is none of its enumerators': such a record ends the export.
 
 JSON: a record a line. It carries all values.
 
-frames: the wire form, for the quickest way from store to store. It carries all values.
+frames: the wire form, for the quickest way from store to store. It carries all
+values.
 
-The file is written whole, or stays as it was: an export that ends early leaves the old one.
+The file is written whole, or stays as it was: an export that ends early leaves
+the old one.
 
 Examples:
   tarnctl export --store net.store -o net.xml
@@ -102,9 +107,10 @@ void declare_export(CLI::App &program, Exit & /*status*/) {
         ->type_name("TABLE");
     command
         ->add_option("-f,--format", options->format,
-                     "Form of the document; by default that of the file's suffix, else xml")
+                     "Form of the document: xml, json or frames; by default that of the file's "
+                     "suffix, else xml")
         ->transform(CLI::CheckedTransformer(format_names))
-        ->type_name("xml|json|frames");
+        ->type_name("FORM");
     command->add_option("-o,--output", options->output, "File to write; standard output by default")
         ->type_name("FILE");
     command->footer(footer);

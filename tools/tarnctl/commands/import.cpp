@@ -18,11 +18,20 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-The document is one that export wrote, or a program in one of its forms; its first bytes tell which unless --format does. Tables are made as needed. All is one transaction: what is wrong is told with its file and line (or frame and byte), and the store is as it was before, unless --skip-bad passes over records that can't be read. A document that is broken as a whole, such as a file that is cut off, is never passed over.
+The document is one that export wrote, or a program in one of its forms; its
+first bytes tell which unless --format does. Tables are made as needed. All is
+one transaction: what is wrong is told with its file and line (or frame and
+byte), and the store is as it was before, unless --skip-bad passes over records
+that can't be read. A document that is broken as a whole, such as a file that
+is cut off, is never passed over.
 
---json prints one object: {"inserted", "replaced", "kept", "skipped", "tables", "made", "dry_run"}; "inserted" counts the records that are in the store now and weren't, or were others, "made" the tables that were made.
+--json prints one object: {"inserted", "replaced", "kept", "skipped", "tables",
+"made", "dry_run"}; "inserted" counts the records that are in the store now and
+weren't, or were others, "made" the tables that were made.
 
-Exit status: 0 all was taken; 1 the document lacks a table of --table; 2 wrong arguments; 3 something can't be read, or was passed over; 4 the store or the file can't be used.
+Exit status: 0 all was taken; 1 the document lacks a table of --table; 2 wrong
+arguments; 3 something can't be read, or was passed over; 4 the store or the
+file can't be used.
 
 Examples:
   tarnctl import --store net.store net.xml
@@ -120,9 +129,9 @@ void add_input_options(CLI::App &command, Options &options) {
         ->type_name("FILE");
     command
         .add_option("-f,--format", options.format,
-                    "Form of the document, where its beginning shall not tell")
+                    "Form of the document: xml, json or frames; by default its first bytes tell")
         ->transform(CLI::CheckedTransformer(format_names))
-        ->type_name("xml|json|frames");
+        ->type_name("FORM");
     command
         .add_option("-t,--table", options.tables,
                     "Take the records of this table alone; may be given several times")
@@ -144,7 +153,7 @@ void declare_import(CLI::App &program, Exit &status) {
                      "What becomes of a record whose tenant, key and source the store has already: "
                      "fail (the default), replace the store's, or keep it")
         ->transform(CLI::CheckedTransformer(conflicts))
-        ->type_name("fail|replace|keep");
+        ->type_name("POLICY");
     command->add_flag("--skip-bad", options->skip_bad,
                       "Tell what is wrong with records that can't be read, and pass over them");
     command->add_flag("--lenient", options->lenient,
