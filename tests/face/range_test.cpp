@@ -86,6 +86,18 @@ TEST_F(Range, WalkEndsWhenItsFunctionSaysSo) {
     EXPECT_EQ(met, (Names{"b", "ldap1"}));
 }
 
+TEST_F(Range, WalkKeepsItsFunctionsState) {
+    struct Counter {
+        int calls = 0;
+        void operator()(const tarn::record<tarn::ldap_conn> &) { ++calls; }
+    };
+    Counter counter;
+    table.walk(counter);
+    EXPECT_EQ(counter.calls, 4);
+    const auto ignore = [](const auto &) {};
+    table.walk(ignore);
+}
+
 TEST_F(Range, WalkMayEraseWhatItIsHanded) {
     table.walk([&](const auto &record) { table.erase(record); });
     EXPECT_TRUE(table.empty());

@@ -110,6 +110,17 @@ TEST_F(Table, EraseGivesTheRecordsMemoryBack) {
     EXPECT_EQ(blocks(store), before);
 }
 
+TEST_F(Table, IsDroppedOnceItIsEmpty) {
+    add(table, "ldap1");
+    const tarn::error error = thrown_by([&] { table.drop(); });
+    EXPECT_EQ(error.code(), std::errc::directory_not_empty);
+    EXPECT_STREQ(error.what(), "dropping a tbl_ldap_conn: there are records in it");
+    EXPECT_TRUE(table.erase("ldap1"));
+    table.drop();
+    EXPECT_FALSE(tarn::table<tarn::ldap_conn>::try_open(session, "ldap"));
+    EXPECT_TRUE(servers(session).empty());
+}
+
 TEST_F(Table, AnExtractedRecordIsTheCallers) {
     add(table, "ldap1", 7);
     const std::uint64_t before = blocks(store);

@@ -56,6 +56,8 @@ inline std::string meaning_of(std::uint32_t number) {
             return "no memory";
         case EEXIST:
             return "the key is there already";
+        case ENOTEMPTY:
+            return "there are records in it";
         case EIDRM:
             return "not in the object's variant, or no enumerator's value";
         case EMSGSIZE:

@@ -227,6 +227,15 @@ class basic_table {
         return new_record_type(handle_, record.c_record());
     }
 
+    /// Takes the table itself out of the store; it may not be used any more.
+    /// Errors: ENOTEMPTY there are records in it, of whatever tenant; EAGAIN something
+    /// refers to it, and it stays usable.
+    result<void> try_drop() {
+        std::uint32_t err = table_->record_count == 0 ? 0 : ENOTEMPTY;
+        if (err == 0) Table::free(handle_, tx_id(), table_, &err);
+        return detail::outcome(err, "dropping a", Table::name);
+    }
+
     // ---- Reading other forms.
 
     /// Makes a record from a document, or from an element of it. Fields without an
@@ -305,6 +314,8 @@ class basic_table {
     }
     /// As try_extract; throws.
     new_record_type extract(const record_type &record) { return try_extract(record).value(); }
+    /// As try_drop; throws.
+    void drop() { try_drop().value(); }
     /// As try_from_xml; throws.
     template <typename Document>
     new_record_type from_xml(const Document &document, source of = source::standard) const {

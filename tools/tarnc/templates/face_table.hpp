@@ -32,6 +32,7 @@ struct {{table}} {
     static const std::uint8_t *luid() noexcept { return ::table_{{table}}_luid; }
     static constexpr auto open = &::{{table}}_table_open;
     static constexpr auto open_by_id = &::{{table}}_table_open_by_id;
+    static constexpr auto free = &::{{table}}_table_free;
     static constexpr auto count = &::{{table}}_table_get_count;
     static constexpr auto count_by_src = &::{{table}}_table_get_count_by_src;
     static constexpr auto create_record = &::{{table}}_create_record_w_src;

@@ -27,6 +27,7 @@ struct tbl_layer_shape {
     static const std::uint8_t *luid() noexcept { return ::table_tbl_layer_shape_luid; }
     static constexpr auto open = &::tbl_layer_shape_table_open;
     static constexpr auto open_by_id = &::tbl_layer_shape_table_open_by_id;
+    static constexpr auto free = &::tbl_layer_shape_table_free;
     static constexpr auto count = &::tbl_layer_shape_table_get_count;
     static constexpr auto count_by_src = &::tbl_layer_shape_table_get_count_by_src;
     static constexpr auto create_record = &::tbl_layer_shape_create_record_w_src;

@@ -21,6 +21,7 @@ struct tbl_shape {
     static const std::uint8_t *luid() noexcept { return ::table_tbl_shape_luid; }
     static constexpr auto open = &::tbl_shape_table_open;
     static constexpr auto open_by_id = &::tbl_shape_table_open_by_id;
+    static constexpr auto free = &::tbl_shape_table_free;
     static constexpr auto count = &::tbl_shape_table_get_count;
     static constexpr auto count_by_src = &::tbl_shape_table_get_count_by_src;
     static constexpr auto create_record = &::tbl_shape_create_record_w_src;
