@@ -86,8 +86,9 @@ void print_text(const Options &options, const Manifest &manifest,
 }
 
 constexpr const char *footer = R"(
-Items are recognised by their LUID. An item that this program doesn't know has no
-name; it is new, or an item of this program was changed: then that one is gone.
+Items are recognised by their LUID. An item that this program doesn't know has
+no name; it is new, or an item of this program was changed: then that one is
+gone.
 
 Exit status: 0 the schema is this program's; 1 it differs; 3 the file has no
 manifest, or it can't be read; 4 there is no such file.

@@ -168,9 +168,9 @@ void run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-With a store, a table that is open in it is shown once for each of its instances,
-with its records counted by source and by tenant. Source 255 is the one of
-shadows. Pending records wait to be destroyed.
+With a store, a table that is open in it is shown once for each of its
+instances, with its records counted by source and by tenant. Source 255 is the
+one of shadows. Pending records wait to be destroyed.
 
 A pattern has * for any characters, ? for one and [abc] for one of several.
 

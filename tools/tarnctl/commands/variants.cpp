@@ -84,8 +84,8 @@ void print_text(const Answer &answer, bool with_store) {
 }
 
 constexpr const char *footer = R"(
-A store that several builds of a schema work on keeps descriptors of its own, with
-counters of all that was ever made in it. Where it keeps none, or without a
+A store that several builds of a schema work on keeps descriptors of its own,
+with counters of all that was ever made in it. Where it keeps none, or without a
 store, the descriptors are the library's in this process: they tell the lengths,
 and count nothing of other processes.
 
