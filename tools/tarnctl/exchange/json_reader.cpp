@@ -57,25 +57,12 @@ class JsonReader : public JsonEvents {
     void member(const std::string &name) override { member_ = name; }
 
     void value(const Json &json, const JsonLines &lines) override {
-        switch (level_) {
-            case Level::document:
-                take_format(json);
-                return;
-            case Level::table:
-                take_table_member(json);
-                return;
-            case Level::records:
-                sink_.take(place(lines.begin), [&](Draft &draft, std::string &where) {
-                    build(json, lines, draft, where);
-                });
-                return;
-            case Level::root:
-                stranger({"tarnbase"});
-                return;
-            default:
-                fail(level_ == Level::tables ? "expected a table, an object"
-                                             : "expected {\"tarnbase\": ...}");
+        if (level_ == Level::records) {
+            sink_.take(place(lines.begin),
+                       [&](Draft &draft, std::string &where) { build(json, lines, draft, where); });
+            return;
         }
+        at_line([&] { take_member(json); });
     }
 
     [[noreturn]] void fail(const std::string &text) const override {
@@ -92,20 +79,41 @@ class JsonReader : public JsonEvents {
         return true;
     }
 
+    // What is wrong with the document is told with the line.
+    template <class Function>
+    void at_line(Function function) {
+        try {
+            function();
+        } catch (const Failure &failure) {
+            if (failure.code() != Exit::data) throw;
+            fail(failure.what());
+        }
+    }
+
     // A member that nobody knows.
     void stranger(const std::vector<std::string_view> &known) const {
-        if (options_.lenient) return;
-        fail(no_such(Exit::data, "member", shown(member_, output_screen()), known).what());
+        if (!options_.lenient)
+            throw no_such(Exit::data, "member", shown(member_, output_screen()), known);
+    }
+
+    void take_member(const Json &json) {
+        if (level_ == Level::root) stranger({"tarnbase"});
+        else if (level_ == Level::document) take_format(json);
+        else if (level_ == Level::table) take_table_member(json);
+        else
+            throw Failure(Exit::data, level_ == Level::tables ? "expected a table, an object"
+                                                              : "expected {\"tarnbase\": ...}");
     }
 
     void take_format(const Json &json) {
+        if (member_ == "tables") throw Failure(Exit::data, "tables: expected an array");
         if (member_ != "format") {
-            if (member_ == "tables") fail("tables: expected an array");
             stranger({"format", "tables"});
             return;
         }
         if (json != format_version)
-            fail(fmt::format("format: expected {}, not {}", format_version, json.dump()));
+            throw Failure(Exit::data,
+                          fmt::format("format: expected {}, not {}", format_version, json.dump()));
         has_format_ = true;
     }
 
@@ -115,17 +123,11 @@ class JsonReader : public JsonEvents {
     }
 
     void take_table_member(const Json &json) {
-        try {
-            if (member_ == "table") take_type(json);
-            else if (member_ == "name") take_name(json);
-            else if (member_ == "id") take_id(json);
-            else if (member_ == "records") throw Failure(Exit::data, "records: expected an array");
-            else stranger({"table", "name", "id", "records"});
-        } catch (const Failure &failure) {
-            const std::string text = failure.what();
-            if (text.starts_with(input_.name())) throw;
-            fail(text);
-        }
+        if (member_ == "table") take_type(json);
+        else if (member_ == "name") take_name(json);
+        else if (member_ == "id") take_id(json);
+        else if (member_ == "records") throw Failure(Exit::data, "records: expected an array");
+        else stranger({"table", "name", "id", "records"});
     }
 
     void take_type(const Json &json) {
@@ -153,12 +155,7 @@ class JsonReader : public JsonEvents {
             fail("expected `table` and `name` (or `id`) ahead of `records`");
         if (open_) fail("records: it is given twice");
         open_ = true;
-        try {
-            sink_.begin_table(head_);
-        } catch (const Failure &failure) {
-            if (failure.code() != Exit::data) throw;
-            fail(failure.what());
-        }
+        at_line([&] { sink_.begin_table(head_); });
     }
 
     const Json *member_of(const Json &json, const char *name) const {

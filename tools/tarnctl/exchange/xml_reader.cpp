@@ -153,27 +153,34 @@ class XmlReader {
         if (root.name != "tarnbase")
             parser_.fail(root.line,
                          fmt::format("expected the root element `tarnbase`, not `{}`", root.name));
-        check_attributes(root, {"format"});
-        const std::string *format = root.attribute("format");
-        if (format == nullptr || *format != std::to_string(format_version))
-            parser_.fail(root.line, fmt::format("expected format=\"{}\"", format_version));
+        at_line(root.line, [&] {
+            check_attributes(root, {"format"});
+            if (needed(root, "format") != std::to_string(format_version))
+                throw Failure(Exit::data, fmt::format("expected format=\"{}\"", format_version));
+        });
         XmlElement element;
         while (!root.closed && parser_.next(element)) read_table(element);
         parser_.finish();
     }
 
  private:
+    // What is wrong with the document is told with the line.
+    template <class Function>
+    void at_line(uint64_t line, Function function) {
+        try {
+            function();
+        } catch (const Failure &failure) {
+            if (failure.code() != Exit::data) throw;
+            parser_.fail(line, failure.what());
+        }
+    }
+
     void check_attributes(const XmlElement &element,
                           const std::vector<std::string_view> &known) const {
         if (options_.lenient) return;
         for (const auto &[name, value] : element.attributes) {
             if (std::find(known.begin(), known.end(), name) != known.end()) continue;
-            try {
-                throw no_such(Exit::data, fmt::format("attribute of `{}`", element.name), name,
-                              known);
-            } catch (const Failure &failure) {
-                parser_.fail(element.line, failure.what());
-            }
+            throw no_such(Exit::data, fmt::format("attribute of `{}`", element.name), name, known);
         }
     }
 
@@ -190,15 +197,14 @@ class XmlReader {
     const std::string &needed(const XmlElement &element, std::string_view name) const {
         const std::string *value = element.attribute(name);
         if (value == nullptr)
-            parser_.fail(element.line,
-                         fmt::format("`{}`: expected the attribute `{}`", element.name, name));
+            throw Failure(Exit::data,
+                          fmt::format("`{}`: expected the attribute `{}`", element.name, name));
         return *value;
     }
 
     void read_table(XmlElement &element) {
         if (!expect_element(element, "table")) return;
-        check_attributes(element, {"type", "name", "id"});
-        begin_table(element);
+        at_line(element.line, [&] { begin_table(element); });
         XmlElement record;
         while (!element.closed && parser_.next(record)) {
             if (!expect_element(record, "record")) continue;
@@ -209,18 +215,12 @@ class XmlReader {
     }
 
     void begin_table(const XmlElement &element) {
-        try {
-            TableHead head{&table_in_document(needed(element, "type")), {}, {}};
-            if (const std::string *id = element.attribute("id"))
-                head.id = number_of<uint64_t>("id", *id, 0, UINT64_MAX);
-            else head.name = needed(element, "name");
-            sink_.begin_table(head);
-        } catch (const Failure &failure) {
-            if (failure.code() != Exit::data) throw;
-            const std::string text = failure.what();
-            if (text.starts_with(input_.name())) throw;
-            parser_.fail(element.line, text);
-        }
+        check_attributes(element, {"type", "name", "id"});
+        TableHead head{&table_in_document(needed(element, "type")), {}, {}};
+        if (const std::string *id = element.attribute("id"))
+            head.id = number_of<uint64_t>("id", *id, 0, UINT64_MAX);
+        else head.name = needed(element, "name");
+        sink_.begin_table(head);
     }
 
     RecordHead head_of(const XmlElement &element) const {

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "tarnbase/embedded.h"
+#include "tarnbase/tarnbase.h"
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+using example_test::read_file;
+using example_test::write_file;
+using nlohmann::json;
+
+class Export : public WithStore {
+ protected:
+    // A connection whose server's name has these bytes.
+    void add_server(const std::string &name) const {
+        kel_store *file = nullptr;
+        kel_handle *handle = nullptr;
+        ASSERT_EQ(kel_store_open(store.c_str(), &file), 0U);
+        ASSERT_EQ(kel_handle_create(file, 1, &handle), 0U);
+        uint32_t err = 0;
+        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
+        kel_record *record = tbl_ldap_conn_create_record(handle, KEL_TX_NONE, &err);
+        st_ldap_conn *conn = st_ldap_conn_create(handle, KEL_TX_NONE);
+        kel_vstring text;
+        kel_vstring_refer(&text, name.data(), static_cast<uint32_t>(name.size()));
+        st_ldap_conn_sname_set(handle, KEL_TX_NONE, conn, &text, &err);
+        tbl_ldap_conn_st_ldap_conn_set_field(handle, KEL_TX_NONE, record, conn);
+        tbl_ldap_conn_insert(handle, KEL_TX_NONE, table, record, &err);
+        EXPECT_EQ(err, 0U);
+        kel_handle_destroy(handle);
+        kel_store_close(file);
+    }
+};
+
+TEST_F(Export, WritesXmlWithTenantSourceAndTheNameOfTheTable) {
+    const Outcome outcome = on_store({"export", "ldap_conn"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    const std::string beginning =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<tarnbase format=\"1\">\n"
+        "<table type=\"tbl_ldap_conn\" name=\"ldap\">\n"
+        "<record tenant=\"0\" source=\"1\">\n"
+        "<tbl_ldap_conn>\n<st_ldap_conn>\n<sname>a.example</sname>\n<num_conns>1</num_conns>\n"
+        "</st_ldap_conn>\n</tbl_ldap_conn>\n</record>\n";
+    EXPECT_EQ(outcome.out.substr(0, beginning.size()), beginning);
+    EXPECT_NE(outcome.out.find("<record tenant=\"0\" source=\"5\">"), std::string::npos);
+    EXPECT_NE(outcome.out.find("<record tenant=\"9\" source=\"1\">"), std::string::npos);
+    EXPECT_TRUE(outcome.out.ends_with("</table>\n</tarnbase>\n"));
+    EXPECT_EQ(outcome.out.find("tbl_aaa_servers"), std::string::npos);
+}
+
+TEST_F(Export, WritesJsonARecordALine) {
+    const Outcome outcome = on_store({"export", "--format", "json", "tbl_ldap_conn:ldap"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    const json document = json::parse(outcome.out);
+    const json &tables = document["tarnbase"]["tables"];
+    EXPECT_EQ(document["tarnbase"]["format"], 1);
+    ASSERT_EQ(tables.size(), 1U);
+    EXPECT_EQ(tables[0]["table"], "tbl_ldap_conn");
+    EXPECT_EQ(tables[0]["name"], "ldap");
+    ASSERT_EQ(tables[0]["records"].size(), 5U);
+    EXPECT_EQ(
+        tables[0]["records"][0],
+        json::parse(R"({"tenant":0,"source":1,"fields":{"sname":"a.example","num_conns":1}})"));
+    EXPECT_NE(outcome.out.find("\n" + tables[0]["records"][0].dump().substr(0, 1)),
+              std::string::npos);
+}
+
+TEST_F(Export, WritesAllTablesInTheFormOfTheFilesSuffix) {
+    for (const char *suffix : {"xml", "json", "frames"}) {
+        const std::string path = directory / (std::string("net.") + suffix);
+        const Outcome outcome = on_store({"export", "-o", path});
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+    }
+    EXPECT_TRUE(read_file(directory / "net.xml").starts_with("<?xml"));
+    EXPECT_EQ(json::parse(read_file(directory / "net.json"))["tarnbase"]["tables"].size(), 5U);
+    EXPECT_TRUE(read_file(directory / "net.frames").starts_with("TARNFRAM"));
+}
+
+TEST_F(Export, NamesTableKeyAndFieldThatXmlCantCarry) {
+    add_server(std::string("bad\x01name", 8));
+    const std::string path = directory / "net.xml";
+    write_file(path, "the old one");
+    const Outcome outcome = on_store({"export", "-o", path});
+    EXPECT_EQ(outcome.exit_code, 3);
+    for (const char *part :
+         {"tbl_ldap_conn:ldap", "bad\\x01name", "sname", "0x01 at offset 3", "--format json"})
+        EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err.find("(ERR)"), std::string::npos) << outcome.err;
+    EXPECT_EQ(read_file(path), "the old one");
+    for (const auto &entry :
+         std::filesystem::directory_iterator(std::filesystem::path(path).parent_path()))
+        EXPECT_TRUE(entry.path() == path || entry.path() == store) << entry.path();
+}
+
+TEST_F(Export, KeepsBytesThatAreNoTextInJson) {
+    add_server(std::string("\xff\0", 2));
+    const Outcome outcome = on_store({"export", "--format", "json", "ldap_conn"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find(R"("sname":{"hex":"ff00"})"), std::string::npos) << outcome.out;
+}
+
+TEST_F(Export, OfATableThatIsNotThereSaysWhatIs) {
+    Outcome outcome = on_store({"export", "tbl_ldap_con"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_NE(outcome.err.find("did you mean `tbl_ldap_conn`?"), std::string::npos) << outcome.err;
+    outcome = on_store({"export", "tbl_ldap_conn:other"});
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_NE(outcome.err.find("`tbl_ldap_conn:ldap`"), std::string::npos) << outcome.err;
+    outcome = on_store({"export", "tbl_ldap_stats"});
+    EXPECT_EQ(outcome.exit_code, 1);
+}
+
+TEST_F(Export, ThatCantWriteItsFileSaysWhichAndWhy) {
+    const std::string path = directory / "nowhere/net.xml";
+    Outcome outcome = on_store({"export", "-o", path});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_NE(outcome.err.find(path), std::string::npos) << outcome.err;
+    outcome = on_store({"export", "-o", "/dev/full"});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_NE(outcome.err.find("/dev/full: No space left"), std::string::npos) << outcome.err;
+}
+
+TEST_F(Export, RefusesAFormatThatIsNone) {
+    const Outcome outcome = on_store({"export", "--format", "yaml"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_NE(outcome.err.find("yaml"), std::string::npos) << outcome.err;
+}
+
+}  // namespace
+}  // namespace tarnctl_test
