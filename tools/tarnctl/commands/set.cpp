@@ -9,9 +9,10 @@ namespace {
 
 constexpr const char *footer = R"(
 A word of the form FIELD=VALUE is a field, any other one a value of the key. A
-value of the key that holds = is written with its field's name, as sname=a=b.
-Values are written as for insert, and so are batches. A record keeps its key as
-long as it lives: delete it and insert another to change that.
+value of the key that holds = or stands in [ ] is written with its field's
+name, as sname=a=b. Values are written as for insert, and so are batches. A
+record keeps its key as long as it lives: delete it and insert another to
+change that.
 
 --json prints what insert --json prints.
 

@@ -172,8 +172,7 @@ void add_words(CLI::App &command, Verb verb, OrderWords &words) {
         : verb == Verb::set
             ? "Values of the record's key in the order of the key, then the fields to set"
             : "Values of the record's key in the order of the key, or FIELD=VALUE";
-    // Without extra arguments `[a,b]` is a value like any other.
-    command.add_option("words", words.words, text)->type_name(type)->allow_extra_args(false);
+    command.add_option("words", words.words, text)->type_name(type);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/failure.h"
+#include "listing/condition.h"
 #include "tarnbase/module.h"
 #include "terminal/progress.h"
 
@@ -31,10 +32,10 @@ std::vector<std::string> texts_of(const std::vector<Assignment> &assignments) {
     return texts;
 }
 
-bool is_chosen(const Order &order, const Record &record) {
+bool is_chosen(const Order &order, const Filter &filter, const Record &record) {
     if (order.tenant && *order.tenant != record.tenant()) return false;
     if (order.source && *order.source != record.src()) return false;
-    return order.where == nullptr || order.where->passes(record);
+    return filter.passes(record);
 }
 
 void assign(const Record &record, uint32_t tx_id, const Assignment &assignment) {
@@ -82,11 +83,12 @@ std::vector<Record> Editor::chosen(const Work &work) {
         records.push_back(found);
         return records;
     }
+    const Filter filter(*work.instance.table, work.order.where);
     for_each_record(store_, work.instance, [&](const Record &record) {
-        if (is_chosen(work.order, record)) records.push_back(record);
+        if (is_chosen(work.order, filter, record)) records.push_back(record);
         return true;
     });
-    if (records.empty() && work.order.where != nullptr)
+    if (records.empty() && !work.order.where.empty())
         throw Failure(Exit::difference, fmt::format("{}: no record fulfils the conditions",
                                                     work.instance.full_name()));
     return records;

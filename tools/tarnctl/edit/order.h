@@ -14,13 +14,11 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "listing/condition.h"
 #include "model/instance.h"
 #include "model/record.h"
 #include "model/store.h"
@@ -50,8 +48,8 @@ struct Order {
     TableReference table;
     std::vector<Assignment> key;  // all of the key's columns in its order; none if `many`
     std::vector<Assignment> fields;
-    bool many = false;                    // all records that pass `where`, or all
-    std::shared_ptr<const Filter> where;  // or null
+    bool many = false;               // all records that fulfil `where`
+    std::vector<std::string> where;  // conditions, see listing/condition.h
     std::optional<uint16_t> tenant;
     std::optional<uint8_t> source;
     std::string place;  // "FILE:LINE", or empty
