@@ -114,6 +114,7 @@ field; 3 a value that the key can't have.)";
 
 void add_place_options(CLI::App &command, Options &options) {
     command.add_option("-t,--tenant", options.tenant, "The record's tenant; by default 0")
+        ->check(CLI::Range(0, 65535).description(""))
         ->type_name("NUMBER");
     command
         .add_option_function<unsigned>(

@@ -15,12 +15,17 @@ namespace {
 
 using Texts = std::vector<std::optional<std::string>>;
 
+void set_once(std::optional<std::string> &text, std::string value, std::string_view name) {
+    if (text) throw Failure(Exit::usage, fmt::format("{}: given twice", name));
+    text = std::move(value);
+}
+
 // Whether the word names a column, whose text is then set.
 bool take_named(const std::vector<Column> &columns, const std::string &word, Texts &texts) {
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const std::string name = columns[i].name();
         if (word.starts_with(name + "=")) {
-            texts[i] = word.substr(name.size() + 1);
+            set_once(texts[i], word.substr(name.size() + 1), name);
             return true;
         }
         const std::string hex = name + ":hex=";
@@ -28,7 +33,7 @@ bool take_named(const std::vector<Column> &columns, const std::string &word, Tex
         if (columns[i].path.leaf().kind != Kind::vstring)
             throw Failure(Exit::usage,
                           fmt::format("{}: only a string can be given as `:hex`", name));
-        texts[i] = bytes_of_hex(std::string_view(word).substr(hex.size()), name);
+        set_once(texts[i], bytes_of_hex(std::string_view(word).substr(hex.size()), name), name);
         return true;
     }
     return false;

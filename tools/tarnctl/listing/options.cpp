@@ -47,6 +47,7 @@ void add_form_options(CLI::App &command, FormOptions &options) {
 
 void add_selection_options(CLI::App &command, SelectionOptions &options) {
     command.add_option("-t,--tenant", options.tenant, "Only the records of this tenant")
+        ->check(CLI::Range(0, 65535).description(""))
         ->type_name("NUMBER");
     command
         .add_option_function<unsigned>(
@@ -62,8 +63,11 @@ void add_selection_options(CLI::App &command, SelectionOptions &options) {
                          "Only the records that wait to be destroyed until nobody holds them");
     command.add_flag("--no-pending", options.no_pending, "None of those records")
         ->excludes(pending);
-    command.add_option("-n,--limit", options.limit, "At most so many records")->type_name("COUNT");
+    command.add_option("-n,--limit", options.limit, "At most so many records")
+        ->check(CLI::NonNegativeNumber.description(""))
+        ->type_name("COUNT");
     command.add_option("--offset", options.offset, "Leave out so many records in front")
+        ->check(CLI::NonNegativeNumber.description(""))
         ->type_name("COUNT");
     command.add_flag("-r,--reverse", options.reverse, "From the last key to the first");
 }
