@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "tarnbase/embedded.h"
+#include "tarnbase/tarnbase.h"
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// With what is rare: a shadow and a record that waits to be destroyed.
+class Show : public WithStore {
+ protected:
+    void SetUp() override {
+        WithStore::SetUp();
+        kel_store *file = nullptr;
+        ASSERT_EQ(kel_store_open(store.c_str(), &file), 0U) << kel_error_text();
+        ASSERT_EQ(kel_handle_create(file, 1, &handle_), 0U) << kel_error_text();
+        table_ = tbl_ldap_conn_table_open(handle_, KEL_TX_NONE, "rare", 0, &err_);
+        add("plain", 1);
+        add("shadow", KEL_SOURCE_SHADOW);
+        add("waits", 1)->flags |= KEL_RECORD_PENDING_DESTROY;
+        EXPECT_EQ(err_, 0U);
+        kel_handle_destroy(handle_);
+        kel_store_close(file);
+    }
+
+    kel_record *add(const char *server, uint32_t src) {
+        kel_vstring name;
+        kel_vstring_refer(&name, server, static_cast<uint32_t>(std::strlen(server)));
+        kel_record *record = tbl_ldap_conn_create_record_w_src(handle_, KEL_TX_NONE, src, &err_);
+        st_ldap_conn *conn = st_ldap_conn_create(handle_, KEL_TX_NONE);
+        st_ldap_conn_sname_set(handle_, KEL_TX_NONE, conn, &name, &err_);
+        tbl_ldap_conn_st_ldap_conn_set_field(handle_, KEL_TX_NONE, record, conn);
+        tbl_ldap_conn_insert(handle_, KEL_TX_NONE, table_, record, &err_);
+        return record;
+    }
+
+    // Standard output of `show` with these arguments, which must succeed.
+    std::string shown(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "show");
+        const Outcome outcome = on_store(std::move(arguments));
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        return outcome.out;
+    }
+
+ private:
+    kel_handle *handle_ = nullptr;
+    kel_table *table_ = nullptr;
+    uint32_t err_ = 0;
+};
+
+TEST_F(Show, PrintsTheRecordsOfAllTenantsAndSourcesInKeyOrder) {
+    EXPECT_EQ(shown({"ldap_conn:ldap"}),
+              "tenant  source  sname              num_conns\n"
+              "     0       1  a.example                  1\n"
+              "     0       1  b.example                  2\n"
+              "     0       5  b.example                 20\n"
+              "     0       1  ldap1.example.net          7\n"
+              "     9       1  c.example                  3\n");
+}
+
+TEST_F(Show, LeavesTenantAndSourceOutWhereTheyTellNothing) {
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--tenant", "0", "--source", "1"}),
+              "sname              num_conns\n"
+              "a.example                  1\n"
+              "b.example                  2\n"
+              "ldap1.example.net          7\n");
+}
+
+TEST_F(Show, ChoosesByTenant) {
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--tenant", "9", "--columns", "sname"}),
+              "sname\nc.example\n");
+    EXPECT_EQ(shown({"ldap_conn:ldap", "-t", "7", "--columns", "sname"}), "sname\n");
+}
+
+TEST_F(Show, ChoosesBySource) {
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--source", "5", "--columns", "sname,num_conns"}),
+              "sname      num_conns\nb.example         20\n");
+}
+
+TEST_F(Show, HidesShadowsUnlessTheyAreAskedFor) {
+    EXPECT_EQ(shown({"ldap_conn:rare", "--columns", "sname"}), "sname\nplain\nwaits\n");
+    EXPECT_EQ(shown({"ldap_conn:rare", "--columns", "sname,source", "--shadows"}),
+              "sname   source\nplain        1\nwaits        1\nshadow     255\n");
+    EXPECT_EQ(shown({"ldap_conn:rare", "--columns", "sname", "--source", "255"}),
+              "sname\nshadow\n");
+}
+
+TEST_F(Show, TellsPendingRecordsApart) {
+    EXPECT_EQ(shown({"ldap_conn:rare"}),
+              "pending  sname  num_conns\n"
+              "false    plain          0\n"
+              "true     waits          0\n");
+    EXPECT_EQ(shown({"ldap_conn:rare", "--pending", "--columns", "sname"}), "sname\nwaits\n");
+    EXPECT_EQ(shown({"ldap_conn:rare", "--no-pending"}), "sname  num_conns\nplain          0\n");
+}
+
+TEST_F(Show, TakesConditions) {
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--where", "num_conns>1", "--where", "num_conns<=3",
+                     "--columns", "num_conns"}),
+              "num_conns\n        2\n        3\n");
+}
+
+TEST_F(Show, CutsOutAPartFromEitherEnd) {
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--limit", "2", "--columns", "num_conns"}),
+              "num_conns\n        1\n        2\n");
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--offset", "1", "-n", "2", "--columns", "num_conns"}),
+              "num_conns\n        2\n       20\n");
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--reverse", "-n", "1", "--columns", "num_conns"}),
+              "num_conns\n        3\n");
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--offset", "99", "--columns", "num_conns"}), "num_conns\n");
+}
+
+TEST_F(Show, TakesAStructureForAllThatItHolds) {
+    const std::string out = shown({"aaa_servers", "--columns", "sname,aaa_authen"});
+    EXPECT_EQ(out.find("sname    aaa_authen.requests"), 0U) << out;
+    EXPECT_NE(out.find("\nradius1                    5"), std::string::npos) << out;
+}
+
+TEST_F(Show, TellsOfAnArrayHowLongItIsAndShowsSingleElements) {
+    EXPECT_EQ(shown({"aaa_servers", "--columns", "minute,minute[61]"}),
+              "minute       minute[61]\n1440 values           1\n");
+}
+
+TEST_F(Show, PutsTheColumnsOfAKeyStructureInFront) {
+    const std::string out = shown({"pexSessionEntry_op"});
+    EXPECT_EQ(out.find("if_index  session_id_in  searchtype"), 0U) << out;
+    EXPECT_NE(out.find("192.0.2.1"), std::string::npos);
+    EXPECT_NE(out.find("2001:db8::1"), std::string::npos);
+}
+
+TEST_F(Show, CutsNothingInAPipe) {
+    const std::string out = shown({"aaa_servers"});
+    EXPECT_NE(out.find("radius_dtls_stats"), std::string::npos);
+    EXPECT_EQ(out.find("..."), std::string::npos);
+    EXPECT_EQ(out.find('\x1b'), std::string::npos);
+    EXPECT_EQ(shown({"aaa_servers", "--color", "auto"}), out);
+}
+
+TEST_F(Show, ColoursAPipeWhereThatIsAskedFor) {
+    EXPECT_EQ(shown({"ldap_conn:rare", "--no-pending", "--columns", "sname", "--color", "always"}),
+              "\x1b[1msname\x1b[0m\nplain\n");
+}
+
+TEST_F(Show, PrintsAFieldALine) {
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--format", "list", "--limit", "2", "--columns",
+                     "sname,num_conns"}),
+              "sname      a.example\nnum_conns  1\n\nsname      b.example\nnum_conns  2\n");
+}
+
+TEST_F(Show, PrintsTheLibrarysOwnText) {
+    const std::string out = shown({"ldap_conn:ldap", "-f", "text", "--limit", "1"});
+    EXPECT_NE(out.find("a.example"), std::string::npos) << out;
+    EXPECT_NE(out.find("num_conns"), std::string::npos) << out;
+    EXPECT_EQ(out.back(), '\n');
+}
+
+TEST_F(Show, PrintsXmlAsExportDoes) {
+    const Outcome exported = on_store({"export", "--format", "xml", "aaa_servers"});
+    EXPECT_EQ(exported.exit_code, 0) << exported.err;
+    EXPECT_EQ(shown({"aaa_servers", "--format", "xml"}), exported.out);
+    EXPECT_EQ(exported.out.find("<?xml"), 0U);
+}
+
+TEST_F(Show, PrintsJsonAsExportDoes) {
+    const Outcome exported = on_store({"export", "--format", "json", "ldap_conn:ldap"});
+    EXPECT_EQ(exported.exit_code, 0) << exported.err;
+    const std::string out = shown({"ldap_conn:ldap", "--json"});
+    EXPECT_EQ(out, exported.out);
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--format", "json"}), out);
+    const Json records = Json::parse(out)["tarnbase"]["tables"][0]["records"];
+    ASSERT_EQ(records.size(), 5U);
+    EXPECT_EQ(records[0], Json::parse(R"({"tenant": 0, "source": 1,
+                                          "fields": {"sname": "a.example", "num_conns": 1}})"));
+}
+
+TEST_F(Show, PrintsChosenColumnsAsMembersOfJsonObjects) {
+    const Json records =
+        Json::parse(shown({"aaa_servers", "--json", "--columns",
+                           "source,pending,sname,status,aaa_authen.requests,minute[61],minute"}));
+    ASSERT_EQ(records.size(), 1U);
+    const Json &record = records[0];
+    EXPECT_EQ(record["source"], 1);
+    EXPECT_EQ(record["pending"], false);
+    EXPECT_EQ(record["sname"], "radius1");
+    EXPECT_EQ(record["status"], "SHOW_AAA_SERVER_ALIVE");
+    EXPECT_EQ(record["aaa_authen.requests"], 5);
+    EXPECT_EQ(record["minute[61]"], 1);
+    EXPECT_EQ(record["minute"].size(), 1440U);
+    EXPECT_EQ(shown({"ldap_conn:ldap", "-t", "7", "--json", "--columns", "sname"}), "[]\n");
+}
+
+TEST_F(Show, PrintsCsvWithTitlesAndWholeArrays) {
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--format", "csv", "--source", "5"}),
+              "tenant,source,sname,num_conns\r\n0,5,b.example,20\r\n");
+    EXPECT_EQ(shown({"aaa_servers", "-f", "csv", "-c", "minute"}).find("minute\r\n0 1 2 3 "), 0U);
+}
+
+TEST_F(Show, QuotesCsvCellsThatNeedIt) {
+    const Outcome inserted = on_store({"insert", "ldap_conn:quoted", "sname=a \"b\", c\nd"});
+    ASSERT_EQ(inserted.exit_code, 0) << inserted.err;
+    EXPECT_EQ(shown({"ldap_conn:quoted", "--format", "csv", "--columns", "sname"}),
+              "sname\r\n\"a \"\"b\"\", c\nd\"\r\n");
+}
+
+TEST_F(Show, EscapesControlCharactersInATable) {
+    const Outcome inserted = on_store({"insert", "ldap_conn:odd", "sname=a\nb\x1b[2J"});
+    ASSERT_EQ(inserted.exit_code, 0) << inserted.err;
+    EXPECT_EQ(shown({"ldap_conn:odd", "--columns", "sname"}), "sname\na\\x0ab\\x1b[2J\n");
+}
+
+TEST_F(Show, NamesATableThatDoesNotExistAndTheNearest) {
+    const Outcome outcome = on_store({"show", "tbl_ldap_con"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_EQ(outcome.err, "tarnctl: no table `tbl_ldap_con`; did you mean `tbl_ldap_conn`?\n");
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST_F(Show, AnswersWithOneForATableThatTheStoreDoesNotHold) {
+    const Outcome outcome = on_store({"show", "ldap_stats"});
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_NE(outcome.err.find("tbl_ldap_stats"), std::string::npos) << outcome.err;
+}
+
+TEST_F(Show, AsksWhichOfSeveralTablesIsMeant) {
+    const Outcome outcome = on_store({"show", "ldap_conn"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_NE(outcome.err.find("`tbl_ldap_conn:ldap`"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("`tbl_ldap_conn:rare`"), std::string::npos) << outcome.err;
+}
+
+TEST_F(Show, NamesAColumnThatDoesNotExistAndTheNearest) {
+    const Outcome outcome = on_store({"show", "ldap_conn:ldap", "--columns", "num_conn"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_EQ(outcome.err,
+              "tarnctl: no field of tbl_ldap_conn `num_conn`; did you mean `num_conns`?\n");
+}
+
+TEST_F(Show, ChoosesNoColumnsOfWholeForms) {
+    for (const char *form : {"text", "xml"}) {
+        const Outcome outcome =
+            on_store({"show", "ldap_conn:ldap", "--format", form, "--columns", "sname"});
+        EXPECT_EQ(outcome.exit_code, 2);
+        EXPECT_NE(outcome.err.find("--columns"), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+    }
+}
+
+TEST_F(Show, RefusesOptionsThatContradictOrCannotBeRead) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {"--pending", "--no-pending"},
+        {"--format", "html"},
+        {"--json", "--format", "csv"},
+        {"--source", "256"},
+        {"--tenant", "-1"},
+        {"--tenant", "65536"},
+        {"--limit", "many"},
+        {"--offset", "-1"},
+        {"--where", "no condition"},
+        {"--color", "red"},
+    };
+    for (std::vector<std::string> arguments : wrong) {
+        arguments.insert(arguments.begin(), {"show", "ldap_conn:ldap"});
+        const Outcome outcome = on_store(arguments);
+        EXPECT_EQ(outcome.exit_code, 2) << arguments[2] << outcome.err;
+        EXPECT_NE(outcome.err, "") << arguments[2];
+        EXPECT_EQ(outcome.out, "") << arguments[2];
+    }
+}
+
+TEST_F(Show, NamesAStoreThatCannotBeOpened) {
+    const Outcome outcome = tarnctl({"show", "ldap_conn", "--store", directory / "none.store"});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_NE(outcome.err.find("none.store"), std::string::npos) << outcome.err;
+}
+
+}  // namespace
+}  // namespace tarnctl_test
