@@ -100,8 +100,8 @@ are. A list gives an enumerator's number behind its name, and of an array its
 least and its largest value; --field prints it whole, with blanks between the
 values.
 
-As JSON: {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key" on
-tables with a key structure only; with --columns an object that has these
+As JSON: {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key"
+on tables with a key structure only; with --columns an object that has these
 columns as members.
 
 Examples:
