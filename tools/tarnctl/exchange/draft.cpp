@@ -102,7 +102,7 @@ void Draft::check_frame(std::string_view frame) const {
 
 // A frame that was read whole is written alike: what isn't would be lost.
 void Draft::compare_frame(std::string_view frame) const {
-    std::string buffer;
+    std::string buffer(frame.size() + 1, '\0');
     const std::string_view written = frames::frame_of(record(), table_.name, buffer);
     // The header has the stamp of the handle that wrote it.
     for (std::size_t i = frame_luid_offset; i < frame.size(); ++i) {
