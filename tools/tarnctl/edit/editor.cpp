@@ -3,7 +3,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <set>
 #include <utility>
 
 #include "base/failure.h"
@@ -185,13 +187,17 @@ const Instance &Editor::instance_of(const Order &order) {
     return instances_.emplace(text, find_instance(store_, order.table)).first->second;
 }
 
+bool Editor::is_held(const Order &order) const {
+    const std::vector<Instance> held = instances(store_);
+    return std::any_of(held.begin(), held.end(),
+                       [&](const Instance &each) { return order.table.means(each); });
+}
+
 void Editor::make_table(const Order &order, std::vector<Instance> &made) {
     const std::string text = text_of(order.table);
     if (instances_.count(text) != 0) return;
-    const uint32_t before = store_.describe().tables;
     const Instance instance = find_or_make_instance(store_, order.table);
     instances_.emplace(text, instance);
-    if (store_.describe().tables == before) return;
     made.push_back(instance);
     made_tables_.push_back(instance.full_name());
 }
@@ -212,6 +218,11 @@ void Editor::for_each_order(const std::vector<Order> &orders, Function function)
 void Editor::run(const std::vector<Order> &orders) {
     std::vector<Instance> made;
     try {
+        std::set<std::string> seen;
+        // Before any is made, so that a new one doesn't make names ambiguous.
+        for_each_order(orders, [&](const Order &order) {
+            if (seen.insert(text_of(order.table)).second && is_held(order)) instance_of(order);
+        });
         for_each_order(orders, [&](const Order &order) {
             if (order.verb == Verb::insert) make_table(order, made);
         });

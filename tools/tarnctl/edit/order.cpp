@@ -34,13 +34,6 @@ std::string_view path_of(std::string_view word, bool &hex) {
 
 Failure usage(const std::string &text) { return Failure(Exit::usage, text); }
 
-// The only value that a key field can have: of an enumeration with one enumerator.
-std::optional<std::string> only_value(const Column &column) {
-    const Field &field = column.path.leaf();
-    if (field.kind != Kind::enumeration || field.enumeration->enumerators.size() != 1) return {};
-    return std::string(field.enumeration->enumerators.front().name);
-}
-
 std::string names_of(const std::vector<Column> &columns) {
     std::string names;
     for (const Column &column : columns) names += (names.empty() ? "" : ", ") + column.name();
@@ -149,7 +142,7 @@ void OrderReader::take_words(Order &order, const std::vector<std::string> &words
             fmt::format("`{}` is no part of the key of {}; records with such a value are "
                         "chosen by --where",
                         order.fields.front().column.name(), table.name));
-    if (!order.many) put_key_together(order, std::move(named_keys), key_values);
+    if (!order.many) put_key_together(order, named_keys, key_values);
     else if (!named_keys.empty() && order.verb == Verb::set)
         throw key_stays(table, named_keys.front().column);
     else if (!named_keys.empty() || !key_values.empty())
@@ -159,7 +152,7 @@ void OrderReader::take_words(Order &order, const std::vector<std::string> &words
                         table.name));
 }
 
-void OrderReader::put_key_together(Order &order, std::vector<Assignment> named,
+void OrderReader::put_key_together(Order &order, const std::vector<Assignment> &named,
                                    const std::vector<std::string> &values) {
     const Table &table = *order.table.table;
     const std::vector<Column> columns = key_columns(table);
@@ -170,15 +163,13 @@ void OrderReader::put_key_together(Order &order, std::vector<Assignment> named,
     const Structure &carrier = table.key_carrier();
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const auto by_name = std::find_if(named.begin(), named.end(), [&](const Assignment &each) {
-            return each.column.name() == columns[i].name();
+            return is_same(each.column, columns[i]);
         });
         if (i < values.size() && by_name != named.end()) throw key_stays(table, columns[i]);
         if (i < values.size()) {
             order.key.push_back({columns[i], checked_text(columns[i], carrier, values[i])});
         } else if (by_name != named.end()) {
-            order.key.push_back(std::move(*by_name));
-        } else if (const auto only = only_value(columns[i])) {
-            order.key.push_back({columns[i], *only});
+            order.key.push_back(*by_name);
         } else {
             throw usage(
                 fmt::format("{}: the key field `{}` is missing", table.name, columns[i].name()));
@@ -187,6 +178,7 @@ void OrderReader::put_key_together(Order &order, std::vector<Assignment> named,
 }
 
 Order OrderReader::read(Verb verb, const OrderWords &words) {
+    if (words.table.empty()) throw usage("TABLE is missing");
     Order order{verb, parse_table(words.table), {}, {}, false, {}, {}, {}, {}};
     const Table &table = *order.table.table;
     order.many = words.all || !words.where.empty();

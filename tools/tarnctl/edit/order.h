@@ -75,7 +75,7 @@ class OrderReader {
                              const std::string &text);
     Assignment field_of_word(const Order &order, const std::string &word, std::size_t key_values);
     void take_words(Order &order, const std::vector<std::string> &words);
-    void put_key_together(Order &order, std::vector<Assignment> named,
+    void put_key_together(Order &order, const std::vector<Assignment> &named,
                           const std::vector<std::string> &values);
 
     Store scratch_ = Store::scratch();

@@ -15,9 +15,13 @@ namespace {
 
 constexpr std::string_view table_prefix = "tbl_";
 
+// With and without "tbl_": what is suggested is of the form that was written.
 std::vector<std::string_view> table_names() {
     std::vector<std::string_view> names;
-    for (const Table *table : catalogue.tables) names.push_back(table->name);
+    for (const Table *table : catalogue.tables) {
+        names.push_back(table->name);
+        names.push_back(table->name.substr(table_prefix.size()));
+    }
     return names;
 }
 
