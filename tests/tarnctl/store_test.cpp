@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+using nlohmann::json;
+
+class Store : public WithStore {
+ protected:
+    std::string made = directory / "made.store";
+
+    json info(const std::string &path) {
+        const Outcome outcome = tarnctl({"store", "info", "--json", path});
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+        return json::parse(outcome.out);
+    }
+};
+
+TEST_F(Store, IsMadeWithTheCapacityAndAtTheAddressThatAreAskedFor) {
+    const Outcome outcome =
+        tarnctl({"store", "create", made, "--capacity", "512M", "--base", "0x7d0000000000"});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    const json told = info(made);
+    EXPECT_EQ(told["capacity"], 512 << 20);
+    EXPECT_EQ(told["base"], "0x7d0000000000");
+    EXPECT_EQ(told["types"], 0);
+    EXPECT_TRUE(told["tables"].empty());
+}
+
+TEST_F(Store, TakesTheDescriptorsOfAllTypesAtOnceWhereThatIsAskedFor) {
+    ASSERT_EQ(tarnctl({"store", "create", "--capacity", "64M", "--types", made}).exit_code, 0);
+    // 61 structures, 20 enumerations, 45 tables and their records.
+    EXPECT_EQ(info(made)["types"], 61 + 20 + 2 * 45);
+}
+
+TEST_F(Store, CapacityIsASizeOfWholePages) {
+    for (const char *bad : {"x", "64X", "64MM", "-1", "0", "1000", "99999999999T", "1.5G"}) {
+        const Outcome outcome =
+            tarnctl({"store", "create", made, std::string("--capacity=") + bad});
+        EXPECT_EQ(outcome.exit_code, 2) << bad;
+        EXPECT_NE(outcome.err.find("--capacity"), std::string::npos) << outcome.err;
+    }
+    EXPECT_EQ(example_test::read_file(made), "");
+}
+
+TEST_F(Store, BaseIsAnAddressOfAPage) {
+    for (const char *bad : {"x", "0x", "0", "7d00000000001", "0x7d0000000000z"}) {
+        const Outcome outcome = tarnctl({"store", "create", made, "--base", bad});
+        EXPECT_EQ(outcome.exit_code, 2) << bad;
+        EXPECT_NE(outcome.err.find("--base `" + std::string(bad) + "`"), std::string::npos)
+            << outcome.err;
+    }
+}
+
+TEST_F(Store, ThatIsThereIsNotMadeAgain) {
+    const std::string before = example_test::read_file(store);
+    const Outcome outcome = tarnctl({"store", "create", store});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_NE(outcome.err.find(store), std::string::npos) << outcome.err;
+    EXPECT_EQ(example_test::read_file(store), before);
+}
+
+TEST_F(Store, TellsItsSizeFillTransactionsAndTables) {
+    const json told = info(store);
+    struct stat status {};
+    ASSERT_EQ(stat(store.c_str(), &status), 0);
+    EXPECT_EQ(told["size"], status.st_size);
+    EXPECT_GT(told["block_bytes"], 0);
+    EXPECT_DOUBLE_EQ(told["fill"], told["block_bytes"].get<double>() / told["size"].get<double>());
+    EXPECT_EQ(told["transactions"], (json{{"open", 0}, {"committed", 0}, {"rolled_back", 0}}));
+    EXPECT_EQ(told["unknown_tables"], 0);
+    ASSERT_EQ(told["tables"].size(), 5U);
+    bool found = false;
+    for (const json &each : told["tables"]) {
+        if (each["instance"] != "tbl_ldap_conn:ldap") continue;
+        found = true;
+        EXPECT_EQ(each["table"], "tbl_ldap_conn");
+        EXPECT_EQ(each["records"], 5);
+    }
+    EXPECT_TRUE(found);
+}
+
+TEST_F(Store, TellsTheSameToAReader) {
+    const Outcome outcome = on_store({"store", "info"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    for (const char *part : {"capacity", "in use", "base address", "0 open, 0 committed",
+                             "tbl_dot1xAuthConfigEntry_op:more_ports", "RECORDS"})
+        EXPECT_NE(outcome.out.find(part), std::string::npos) << part << "\n" << outcome.out;
+}
+
+TEST_F(Store, ThatIsNoneIsAStoreError) {
+    EXPECT_EQ(tarnctl({"store", "info", directory / "none"}).exit_code, 4);
+    example_test::write_file(made, "no store");
+    const Outcome outcome = tarnctl({"store", "info", made});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_NE(outcome.err.find(made), std::string::npos) << outcome.err;
+    EXPECT_EQ(tarnctl({"store"}).exit_code, 2);
+    EXPECT_EQ(tarnctl({"store", "create"}).exit_code, 2);
+}
+
+}  // namespace
+}  // namespace tarnctl_test
