@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Batches of insert, set and delete: all or nothing.
+#include <nlohmann/json.hpp>
+
+#include "tests/tarnctl/look.h"
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+class Batch : public WithStore {
+ protected:
+    void SetUp() override {
+        WithStore::SetUp();
+        file = directory / "orders.txt";
+    }
+
+    // Runs a batch that fails, and checks that nothing came of it.
+    Outcome refused(const std::string &orders) {
+        const kel_store_description before = description(store);
+        const Outcome outcome = on_store({"set", "--batch", file}, write(orders));
+        const kel_store_description after = description(store);
+        EXPECT_EQ(after.committed, before.committed);
+        EXPECT_EQ(after.tables, before.tables);
+        EXPECT_EQ(connection_records(store), 5U);
+        EXPECT_EQ(connections(store, "a.example"), 1U);
+        EXPECT_EQ(connections(store, "b.example"), 2U);
+        EXPECT_EQ(connections(store, "new.example"), std::nullopt);
+        return outcome;
+    }
+
+    std::string write(const std::string &orders) {
+        example_test::write_file(file, orders);
+        return "";
+    }
+
+    std::string file;
+};
+
+constexpr const char *orders = R"(# three orders
+insert ldap_conn sname=new.example num_conns=3   # and a comment
+
+set ldap_conn 'a.example' num_conns=4 --source 1
+	delete ldap_conn --where "sname=b.example"
+)";
+
+TEST_F(Batch, OfStandardInputIsOneTransaction) {
+    const uint64_t committed = description(store).committed;
+    const Outcome outcome = on_store({"insert", "-"}, orders);
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "1 record inserted, 1 record changed, 2 records deleted\n");
+    EXPECT_EQ(connections(store, "new.example"), 3U);
+    EXPECT_EQ(connections(store, "a.example"), 4U);
+    EXPECT_EQ(connections(store, "b.example"), std::nullopt);
+    EXPECT_EQ(description(store).committed, committed + 1);
+}
+
+TEST_F(Batch, OfAFileIsTheSameWithEachCommand) {
+    write("set ldap_conn a.example num_conns=4\n");
+    for (const char *command : {"insert", "set", "delete"}) {
+        const Outcome outcome = on_store({command, "--batch", file, "--dry-run"});
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+        EXPECT_EQ(outcome.out,
+                  "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 4\n"
+                  "1 record changed, in a trial only\n");
+    }
+    const Outcome from_input =
+        on_store({"delete", "--batch", "-"}, "set ldap_conn a.example num_conns=4");
+    EXPECT_EQ(from_input.exit_code, 0) << from_input.err;
+    EXPECT_EQ(connections(store, "a.example"), 4U);
+}
+
+TEST_F(Batch, SeesWhatItsEarlierOrdersDid) {
+    const Outcome outcome = on_store({"set", "-"},
+                                     "insert ldap_conn:fresh sname=x\n"
+                                     "set ldap_conn:fresh x num_conns=2\n"
+                                     "delete ldap_conn:fresh x\n"
+                                     "insert ldap_conn:fresh sname=x num_conns=3\n");
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(connections(store, "x", 1, 0, "fresh"), 3U);
+}
+
+TEST_F(Batch, ThatFailsInTheStoreIsTakenBackAndNamesItsLine) {
+    const Outcome there = refused(
+        "set ldap_conn a.example num_conns=4\n"
+        "delete ldap_conn b.example\n"
+        "insert ldap_conn:fresh sname=x\n"
+        "\n"
+        "insert ldap_conn sname=ldap1.example.net\n"
+        "insert ldap_conn sname=new.example\n");
+    EXPECT_EQ(there.exit_code, 3);
+    EXPECT_EQ(there.err, "tarnctl: " + file +
+                             ":5: tbl_ldap_conn:ldap: there is already a record of the key "
+                             "`ldap1.example.net`, tenant 0, source 1\n");
+
+    const Outcome missing = refused(
+        "set ldap_conn a.example num_conns=4\n"
+        "delete ldap_conn gone.example\n");
+    EXPECT_EQ(missing.exit_code, 1);
+    EXPECT_NE(missing.err.find(file + ":2: "), std::string::npos) << missing.err;
+}
+
+TEST_F(Batch, WithALineThatCannotBeReadDoesNotTouchTheStore) {
+    const std::string before = example_test::read_file(store);
+    const struct {
+        const char *line;
+        const char *problem;
+    } lines[] = {
+        {"set ldap_conn b.example num_con=3", "did you mean `num_conns`?"},
+        {"set ldap_conn b.example num_conns=x", "expected a number"},
+        {"put ldap_conn b.example", "expected insert, set or delete, not `put`"},
+        {"set ldap_con b.example num_conns=3", "did you mean `ldap_conn`?"},
+        {"set ldap_conn 'b.example num_conns=3", "the quotation that ' begins doesn't end"},
+        {"set ldap_conn b.example num_conns=3 --source 300", "--source"},
+        {"set ldap_conn b.example num_conns=3 --nonsense", "--nonsense"},
+        {"insert ldap_conn num_conns=3", "the key field `sname` is missing"},
+        {"set", "TABLE is missing"},
+    };
+    for (const auto &each : lines) {
+        const Outcome outcome = refused(std::string("set ldap_conn a.example num_conns=4\n") +
+                                        each.line + "\ndelete ldap_conn --all\n");
+        EXPECT_EQ(outcome.exit_code, 3) << each.line;
+        EXPECT_NE(outcome.err.find(file + ":2: "), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find(each.problem), std::string::npos) << outcome.err;
+    }
+    EXPECT_TRUE(example_test::read_file(store) == before);
+}
+
+TEST_F(Batch, OnTrialLeavesTheStoreByteForByte) {
+    const std::string before = example_test::read_file(store);
+    const Outcome good = on_store({"insert", "-", "--dry-run", "--json"}, orders);
+    ASSERT_EQ(good.exit_code, 0) << good.err;
+    const auto told = nlohmann::json::parse(good.out);
+    EXPECT_EQ(told["dry_run"], true);
+    EXPECT_EQ(told["changes"].size(), 4U);
+    const Outcome bad = on_store({"insert", "-", "--dry-run"}, "delete ldap_conn gone.example");
+    EXPECT_EQ(bad.exit_code, 1);
+    EXPECT_NE(bad.err.find("standard input:1: "), std::string::npos) << bad.err;
+    EXPECT_TRUE(example_test::read_file(store) == before);
+}
+
+TEST_F(Batch, NeedsAFileAndNothingBesides) {
+    EXPECT_EQ(on_store({"set", "--batch", directory / "none.txt"}).exit_code, 4);
+    write(orders);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "--batch", file}).exit_code, 2);
+    EXPECT_EQ(on_store({"delete", "--all", "--batch", file}).exit_code, 2);
+    EXPECT_EQ(connection_records(store), 5U);
+    const Outcome empty = on_store({"set", "-"}, "# nothing\n");
+    EXPECT_EQ(empty.exit_code, 0);
+    EXPECT_EQ(empty.out, "no record changed\n");
+}
+
+TEST_F(Batch, OfThousandsOfOrdersIsDone) {
+    std::string many;
+    for (int i = 0; i < 2000; ++i)
+        many += "insert ldap_conn sname=n" + std::to_string(i) + " num_conns=" + std::to_string(i) +
+                "\n";
+    const Outcome outcome = on_store({"insert", "-"}, many);
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "2000 records inserted\n");
+    EXPECT_EQ(connections(store, "n1999"), 1999U);
+}
+
+}  // namespace
+}  // namespace tarnctl_test

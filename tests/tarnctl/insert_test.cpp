@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <nlohmann/json.hpp>
+
+#include "tarnbase/tarnbase.h"
+#include "tests/tarnctl/look.h"
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+using Insert = WithStore;
+
+TEST_F(Insert, PutsARecordIn) {
+    const Outcome outcome = on_store({"insert", "ldap_conn", "sname=new.example", "num_conns=3"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(connections(store, "new.example"), 3U);
+    EXPECT_EQ(connection_records(store), 6U);
+}
+
+TEST_F(Insert, TakesTenantAndSource) {
+    const Outcome outcome = on_store({"insert", "ldap_conn", "sname=b.example", "num_conns=4",
+                                      "--source", "7", "--tenant", "9", "--verbose"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "+ tbl_ldap_conn:ldap b.example (tenant 9, source 7)\n    num_conns: 4\n");
+    EXPECT_EQ(connections(store, "b.example", 7, 9), 4U);
+    EXPECT_EQ(connections(store, "b.example"), 2U);
+}
+
+TEST_F(Insert, TellsInJsonWhatWasDone) {
+    const Outcome outcome = on_store({"insert", "aaa_servers", "sname=radius2", "status=dead",
+                                      "aaa_authen.requests=0x10", "minute[5]=7", "--json"});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+    const auto told = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(told["dry_run"], false);
+    EXPECT_EQ(told["inserted"], 1);
+    const auto &change = told["changes"][0];
+    EXPECT_EQ(change["change"], "inserted");
+    EXPECT_EQ(change["table"], "tbl_aaa_servers:aaa");
+    EXPECT_EQ(change["key"], nlohmann::json({{"sname", "radius2"}}));
+    EXPECT_EQ(change["fields"]["status"]["new"], "SHOW_AAA_SERVER_DEAD");
+    EXPECT_EQ(change["fields"]["aaa_authen.requests"]["new"], 16);
+    EXPECT_EQ(change["fields"]["minute"]["new"].size(), 1440U);
+    EXPECT_EQ(change["fields"]["minute"]["new"][5], 7);
+    EXPECT_FALSE(change["fields"]["minute"].contains("old"));
+}
+
+TEST_F(Insert, TakesAllFieldsOfAKeyStructure) {
+    const Outcome outcome =
+        on_store({"insert", "pexSessionEntry_op", "if_index=3", "session_id_in=s3", "searchtype=0",
+                  "ipAddr=192.0.2.3", "mac_addr=02:00:00:00:00:03", "-v"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out.find("+ tbl_pexSessionEntry_op:sessions 3, s3, "), 0U) << outcome.out;
+    EXPECT_NE(outcome.out.find("    ipAddr: 192.0.2.3\n"), std::string::npos) << outcome.out;
+}
+
+TEST_F(Insert, NamesTheKeyFieldThatIsMissing) {
+    const Outcome outcome = on_store({"insert", "pexSessionEntry_op", "if_index=3"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_NE(outcome.err.find("the key field `session_id_in` is missing"), std::string::npos)
+        << outcome.err;
+}
+
+TEST_F(Insert, MakesATableThatTheStoreDoesNotHold) {
+    const Outcome outcome =
+        on_store({"insert", "ldap_conn:other", "sname=a=b [c,d]", "num_conns=1"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.err,
+              "tarnctl: the store holds no table `tbl_ldap_conn:other`; it was made\n");
+    EXPECT_EQ(connections(store, "a=b [c,d]", 1, 0, "other"), 1U);
+}
+
+TEST_F(Insert, TakesBytesInHexadecimal) {
+    const Outcome outcome =
+        on_store({"insert", "ldap_conn", "sname:hex=00ff0a", "num_conns=5", "--json"});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(connections(store, std::string("\0\xff\n", 3)), 5U);
+    EXPECT_EQ(nlohmann::json::parse(outcome.out)["changes"][0]["key"]["sname"]["hex"], "00ff0a");
+
+    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname:hex=0", "num_conns=5"}).exit_code, 3);
+    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=x", "num_conns:hex=05"}).exit_code, 2);
+}
+
+TEST_F(Insert, TakesAWholeArray) {
+    std::string figures = "minute=7";
+    for (int i = 1; i < 1440; ++i) figures += " 0";
+    const Outcome outcome = on_store({"insert", "aaa_servers", "sname=radius2", figures, "-v"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("    minute: 7 0 0 0"), std::string::npos) << outcome.out;
+
+    const Outcome short_one = on_store({"insert", "aaa_servers", "sname=radius3", "minute=1 2"});
+    EXPECT_EQ(short_one.exit_code, 3);
+    EXPECT_NE(short_one.err.find("minute: expected 1440 numbers"), std::string::npos)
+        << short_one.err;
+}
+
+TEST_F(Insert, RefusesAKeyThatIsThere) {
+    const Outcome outcome = on_store({"insert", "ldap_conn", "sname=a.example"});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_EQ(outcome.err,
+              "tarnctl: tbl_ldap_conn:ldap: there is already a record of the key `a.example`, "
+              "tenant 0, source 1\n");
+    EXPECT_EQ(connections(store, "a.example"), 1U);
+    EXPECT_EQ(connection_records(store), 5U);
+}
+
+TEST_F(Insert, RefusesWordsThatAreNoFields) {
+    const Outcome word = on_store({"insert", "ldap_conn", "a.example"});
+    EXPECT_EQ(word.exit_code, 2);
+    EXPECT_NE(word.err.find("expected FIELD=VALUE, not `a.example`"), std::string::npos);
+    const Outcome field = on_store({"insert", "ldap_conn", "sname=x", "num_cons=1"});
+    EXPECT_EQ(field.exit_code, 2);
+    EXPECT_NE(field.err.find("did you mean `num_conns`?"), std::string::npos) << field.err;
+    const Outcome twice = on_store({"insert", "ldap_conn", "sname=x", "sname=y"});
+    EXPECT_EQ(twice.exit_code, 2);
+    EXPECT_NE(twice.err.find("`sname` is given twice"), std::string::npos) << twice.err;
+    const Outcome table = on_store({"insert", "ldap_con", "sname=x"});
+    EXPECT_EQ(table.exit_code, 2);
+    EXPECT_NE(table.err.find("did you mean `ldap_conn`?"), std::string::npos) << table.err;
+    const Outcome none = on_store({"insert"});
+    EXPECT_EQ(none.exit_code, 2);
+    EXPECT_NE(none.err.find("TABLE is missing"), std::string::npos) << none.err;
+}
+
+TEST_F(Insert, RefusesValuesThatAreNone) {
+    const std::string before = example_test::read_file(store);
+    const Outcome number = on_store({"insert", "ldap_conn", "sname=x", "num_conns=many"});
+    EXPECT_EQ(number.exit_code, 3);
+    EXPECT_NE(number.err.find("num_conns: expected a number"), std::string::npos) << number.err;
+    const Outcome source = on_store({"insert", "ldap_conn", "sname=x", "--source", "256"});
+    EXPECT_EQ(source.exit_code, 2);
+    const Outcome tenant = on_store({"insert", "ldap_conn", "sname=x", "--tenant", "65536"});
+    EXPECT_EQ(tenant.exit_code, 2);
+    EXPECT_TRUE(example_test::read_file(store) == before);
+}
+
+TEST_F(Insert, OnTrialLeavesTheStoreByteForByte) {
+    const std::string before = example_test::read_file(store);
+    const Outcome outcome =
+        on_store({"insert", "ldap_conn:new_table", "sname=x", "num_conns=3", "--dry-run"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "+ tbl_ldap_conn:new_table x\n    num_conns: 3\n"
+              "1 record inserted, in a trial only\n");
+    EXPECT_EQ(outcome.err,
+              "tarnctl: the store holds no table `tbl_ldap_conn:new_table`; it would be made\n");
+    EXPECT_TRUE(example_test::read_file(store) == before);
+}
+
+TEST_F(Insert, InAStoreThatIsNoneIsAStoreError) {
+    example_test::write_file(store, "no store");
+    const Outcome outcome = on_store({"insert", "ldap_conn", "sname=x"});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_NE(outcome.err.find(store), std::string::npos) << outcome.err;
+    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=x", "--dry-run"}).exit_code, 4);
+}
+
+// An insert through a handle without a replication engine would be missing in the stream.
+TEST_F(Insert, InAReplicatedTableReachesTheStream) {
+    with_store(store, [](kel_handle *handle) {
+        uint32_t err = 0;
+        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
+        ASSERT_EQ(kel_replication_attach(handle, tarnbase_table_get_vft), 0U);
+        kel_table_set_replication(handle, KEL_TX_NONE, table, 1, 1);
+    });
+    const Outcome outcome = on_store({"insert", "ldap_conn", "sname=new.example"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    with_store(store, [](kel_handle *handle) {
+        kel_replication_reader reader{};
+        ASSERT_EQ(kel_replication_reader_open(handle, KEL_REPLICATION_OLDEST, &reader), 0U);
+        EXPECT_EQ(kel_replication_lag(handle, &reader), 1U);
+    });
+}
+
+}  // namespace
+}  // namespace tarnctl_test

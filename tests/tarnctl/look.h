@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a store file holds, as the library itself reads it, not tarnctl.
+#ifndef TESTS_TARNCTL_LOOK_H
+#define TESTS_TARNCTL_LOOK_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "tarnbase/embedded.h"
+
+namespace tarnctl_test {
+
+// num_conns of a record of tbl_ldap_conn; nothing if there is no such record.
+std::optional<uint32_t> connections(const std::string &store, const std::string &server,
+                                    uint32_t src = 1, uint16_t tenant = 0,
+                                    const std::string &table = "ldap");
+// Records of tbl_ldap_conn:ldap, of all tenants and sources, as the table counts them.
+uint32_t connection_records(const std::string &store);
+// status, aaa_authen.requests and minute[5] of radius1 in tbl_aaa_servers:aaa.
+struct ServerValues {
+    uint32_t status = 0;
+    uint32_t requests = 0;
+    uint8_t minute5 = 0;
+};
+ServerValues server_values(const std::string &store);
+
+kel_store_description description(const std::string &store);
+
+// Opens the store for a while, with a handle of the store's own types.
+void with_store(const std::string &store, const std::function<void(kel_handle *)> &function);
+
+}  // namespace tarnctl_test
+
+#endif

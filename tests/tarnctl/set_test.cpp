@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <nlohmann/json.hpp>
+
+#include "tarnbase/tarnbase.h"
+#include "tests/tarnctl/look.h"
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+using Set = WithStore;
+
+TEST_F(Set, ChangesAFieldOfOneRecord) {
+    const Outcome outcome = on_store({"set", "ldap_conn", "b.example", "num_conns=8"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(connections(store, "b.example"), 8U);
+    EXPECT_EQ(connections(store, "b.example", 5), 20U);
+}
+
+TEST_F(Set, FindsTheRecordOfASourceAndATenant) {
+    const Outcome source =
+        on_store({"set", "ldap_conn", "b.example", "num_conns=8", "--source", "5", "-v"});
+    EXPECT_EQ(source.out, "~ tbl_ldap_conn:ldap b.example (source 5)\n    num_conns: 20 -> 8\n");
+    EXPECT_EQ(connections(store, "b.example", 5), 8U);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "c.example", "num_conns=8"}).exit_code, 1);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "c.example", "num_conns=8", "--tenant", "9"}).exit_code,
+              0);
+    EXPECT_EQ(connections(store, "c.example", 1, 9), 8U);
+}
+
+TEST_F(Set, TakesTheKeyByName) {
+    ASSERT_EQ(on_store({"insert", "ldap_conn", "sname=a=b"}).exit_code, 0);
+    const Outcome outcome = on_store({"set", "ldap_conn", "sname=a=b", "num_conns=8"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(connections(store, "a=b"), 8U);
+    const Outcome by_place = on_store({"set", "ldap_conn", "a=b", "num_conns=8"});
+    EXPECT_EQ(by_place.exit_code, 2);
+    EXPECT_NE(by_place.err.find("written with its field's name, as `sname=a=b`"), std::string::npos)
+        << by_place.err;
+}
+
+TEST_F(Set, TakesTheValuesOfAKeyStructureInItsOrder) {
+    const Outcome outcome = on_store(
+        {"set", "pexSessionEntry_op", "2", "s2", "searchtype=1", "ipAddr=192.0.2.9", "-v"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("    ipAddr: 2001:db8::1 -> 192.0.2.9\n"), std::string::npos)
+        << outcome.out;
+    const Outcome missing = on_store({"set", "pexSessionEntry_op", "2", "ipAddr="});
+    EXPECT_EQ(missing.exit_code, 2);
+    EXPECT_NE(missing.err.find("the key field `session_id_in` is missing"), std::string::npos)
+        << missing.err;
+    const Outcome many = on_store({"set", "ldap_conn", "a.example", "b.example", "num_conns=1"});
+    EXPECT_EQ(many.exit_code, 2);
+    EXPECT_NE(many.err.find("`b.example` is one more"), std::string::npos) << many.err;
+}
+
+TEST_F(Set, ReachesInnerFieldsElementsAndEnumerators) {
+    const Outcome outcome = on_store({"set", "aaa_servers", "radius1", "status=dead",
+                                      "aaa_authen.requests=6", "minute[5]=200", "--json"});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+    const ServerValues values = server_values(store);
+    EXPECT_EQ(values.status, static_cast<uint32_t>(SHOW_AAA_SERVER_DEAD));
+    EXPECT_EQ(values.requests, 6U);
+    EXPECT_EQ(values.minute5, 200U);
+    const auto fields = nlohmann::json::parse(outcome.out)["changes"][0]["fields"];
+    EXPECT_EQ(fields.size(), 3U);
+    EXPECT_EQ(fields["status"]["old"], "SHOW_AAA_SERVER_ALIVE");
+    EXPECT_EQ(fields["minute[5]"], nlohmann::json({{"old", 5}, {"new", 200}}));
+}
+
+TEST_F(Set, CountsOnlyWhatChanges) {
+    const Outcome outcome = on_store({"set", "ldap_conn", "--all", "num_conns=2", "-v"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("4 records changed\n"), std::string::npos) << outcome.out;
+    EXPECT_EQ(connections(store, "c.example", 1, 9), 2U);
+    const Outcome again = on_store({"set", "ldap_conn", "--all", "num_conns=2", "-v"});
+    EXPECT_EQ(again.out, "no record changed\n");
+}
+
+TEST_F(Set, ChangesAllRecordsThatFulfilConditions) {
+    const Outcome outcome = on_store({"set", "ldap_conn", "--where", "num_conns>1", "--where",
+                                      "sname=b.example", "num_conns=9"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "2 records changed\n");
+    EXPECT_EQ(connections(store, "b.example"), 9U);
+    EXPECT_EQ(connections(store, "b.example", 5), 9U);
+    EXPECT_EQ(connections(store, "a.example"), 1U);
+
+    const Outcome of_source =
+        on_store({"set", "ldap_conn", "--where", "num_conns=9", "num_conns=1", "--source", "5"});
+    EXPECT_EQ(of_source.out, "1 record changed\n");
+    EXPECT_EQ(connections(store, "b.example"), 9U);
+}
+
+TEST_F(Set, OfNoRecordIsNotFound) {
+    const Outcome key = on_store({"set", "ldap_conn", "d.example", "num_conns=9"});
+    EXPECT_EQ(key.exit_code, 1);
+    EXPECT_EQ(key.err,
+              "tarnctl: tbl_ldap_conn:ldap: no record of the key `d.example`, tenant 0, "
+              "source 1\n");
+    const Outcome where = on_store({"set", "ldap_conn", "--where", "num_conns=77", "num_conns=9"});
+    EXPECT_EQ(where.exit_code, 1);
+    EXPECT_NE(where.err.find("no record fulfils the conditions"), std::string::npos);
+    const Outcome table = on_store({"set", "ldap_stats", "x", "--all"});
+    EXPECT_EQ(table.exit_code, 2);
+    EXPECT_EQ(on_store({"set", "ldap_conn:none", "--all", "num_conns=1"}).exit_code, 1);
+}
+
+TEST_F(Set, RefusesToChangeAKey) {
+    for (const auto &words :
+         std::vector<std::vector<std::string>>{{"set", "ldap_conn", "a.example", "sname=x"},
+                                               {"set", "ldap_conn", "--all", "sname=x"}}) {
+        const Outcome outcome = on_store(words);
+        EXPECT_EQ(outcome.exit_code, 2);
+        EXPECT_NE(outcome.err.find("`sname` is part of the key of tbl_ldap_conn, which a record "
+                                   "keeps as long as it lives"),
+                  std::string::npos)
+            << outcome.err;
+    }
+}
+
+TEST_F(Set, RefusesWhatDoesNotGoTogether) {
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example"}).exit_code, 2);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "--all", "num_conns=1"}).exit_code, 2);
+    EXPECT_EQ(
+        on_store({"set", "ldap_conn", "--all", "--where", "num_conns=1", "num_conns=1"}).exit_code,
+        2);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "--where", "num_con=1", "num_conns=1"}).exit_code, 2);
+    EXPECT_EQ(connections(store, "a.example"), 1U);
+}
+
+TEST_F(Set, TellsThatARecordIsTooOldForAField) {
+    with_store(store, [](kel_handle *handle) {
+        uint32_t err = 0;
+        kel_handle_set_variant(handle, &_st_aaa_servers_type_info_internal, 0);
+        kel_table *table = tbl_aaa_servers_table_open(handle, KEL_TX_NONE, "aaa", 1, &err);
+        kel_record *record = tbl_aaa_servers_create_record(handle, KEL_TX_NONE, &err);
+        st_aaa_servers *server = st_aaa_servers_create(handle, KEL_TX_NONE);
+        kel_vstring name;
+        kel_vstring_refer(&name, "old", 3);
+        st_aaa_servers_sname_set(handle, KEL_TX_NONE, server, &name, &err);
+        tbl_aaa_servers_st_aaa_servers_set_field(handle, KEL_TX_NONE, record, server);
+        tbl_aaa_servers_insert(handle, KEL_TX_NONE, table, record, &err);
+        ASSERT_EQ(err, 0U);
+    });
+    const std::string field = "radius_dtls_stats.";
+    const Outcome tree = on_store({"set", "aaa_servers", "old", "radius_dtls_stats=1"});
+    EXPECT_EQ(tree.exit_code, 2) << tree.err;
+    const std::size_t begin = tree.err.find(field) + field.size();
+    const std::string inner = tree.err.substr(begin, tree.err.find('`', begin) - begin);
+    const Outcome outcome = on_store({"set", "aaa_servers", "old", field + inner + "=1"});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_NE(outcome.err.find(field + inner +
+                               ": the record `old` of tbl_aaa_servers was made as "
+                               "an older variant, which has no such field"),
+              std::string::npos)
+        << outcome.err;
+}
+
+TEST_F(Set, OnTrialLeavesTheStoreByteForByte) {
+    const std::string before = example_test::read_file(store);
+    const Outcome outcome = on_store({"set", "ldap_conn", "a.example", "num_conns=9", "-n"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 9\n"
+              "1 record changed, in a trial only\n");
+    EXPECT_TRUE(example_test::read_file(store) == before);
+}
+
+TEST_F(Set, WhileATransactionIsOpenIsAStoreError) {
+    with_store(store, [&](kel_handle *handle) {
+        uint32_t tx_id = 0;
+        ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
+        for (const char *trial : {"-v", "--dry-run"}) {
+            const Outcome outcome =
+                on_store({"set", "ldap_conn", "a.example", "num_conns=9", trial});
+            EXPECT_EQ(outcome.exit_code, 4);
+            EXPECT_NE(outcome.err.find("in the middle of a transaction"), std::string::npos)
+                << outcome.err;
+        }
+        ASSERT_EQ(kel_transaction_rollback(handle, tx_id), 0U);
+    });
+}
+
+}  // namespace
+}  // namespace tarnctl_test

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// tarnctl watch beside processes that change the store.
+#include <csignal>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "tarnbase/tarnbase.h"
+#include "tests/tarnctl/look.h"
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+constexpr const char *begun = "tarnctl: watching";
+
+class Watch : public WithStore {
+ protected:
+    // Starts watching, and returns when the first look is done.
+    std::unique_ptr<example_test::Process> watch(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {TARNCTL, "watch"});
+        arguments.insert(arguments.end(), {"--interval", "20", "-v", "--store", store});
+        auto process = std::make_unique<example_test::Process>(arguments);
+        EXPECT_TRUE(process->wait_for(begun));
+        return process;
+    }
+
+    void change(std::vector<std::string> arguments) {
+        const Outcome outcome = on_store(std::move(arguments));
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    }
+};
+
+TEST_F(Watch, TellsWhatAnotherProcessChanges) {
+    const auto process = watch({"ldap_conn", "--no-time", "--count", "1"});
+    change({"set", "ldap_conn", "b.example", "num_conns=8", "--source", "5"});
+    const Outcome outcome = process->finish();
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "~ tbl_ldap_conn:ldap b.example (source 5)\n    num_conns: 20 -> 8\n");
+}
+
+TEST_F(Watch, TellsOfRecordsThatComeAndGo) {
+    const auto process = watch({"ldap_conn", "--no-time", "--count", "3"});
+    const Outcome batch = on_store({"set", "-"},
+                                   "insert ldap_conn sname=new.example num_conns=3\n"
+                                   "set ldap_conn a.example num_conns=4\n"
+                                   "delete ldap_conn b.example\n");
+    EXPECT_EQ(batch.exit_code, 0) << batch.err;
+    const Outcome outcome = process->finish();
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "- tbl_ldap_conn:ldap b.example\n    num_conns: 2\n"
+              "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 4\n"
+              "+ tbl_ldap_conn:ldap new.example\n    num_conns: 3\n");
+    EXPECT_NE(outcome.err.find("tarnctl: 3 changes in"), std::string::npos) << outcome.err;
+}
+
+TEST_F(Watch, TellsOnlyTheElementsThatChanged) {
+    const auto process = watch({"--all", "--no-time", "--count", "1"});
+    change({"set", "aaa_servers", "radius1", "minute[17]=4", "minute[59]=0"});
+    const Outcome outcome = process->finish();
+    EXPECT_EQ(outcome.out,
+              "~ tbl_aaa_servers:aaa radius1\n    minute[17]: 17 -> 4\n    minute[59]: 59 -> 0\n");
+}
+
+TEST_F(Watch, TellsOneObjectALineInJson) {
+    const auto process = watch({"ldap_conn", "aaa_servers", "--json", "--count", "2"});
+    const Outcome batch = on_store({"set", "-"},
+                                   "set ldap_conn a.example num_conns=4\n"
+                                   "set dot1xAuthConfigEntry_op:ports 1 auth_state=held\n"
+                                   "set aaa_servers radius1 status=dead\n");
+    EXPECT_EQ(batch.exit_code, 0) << batch.err;
+    const Outcome outcome = process->finish();
+    std::istringstream lines(outcome.out);
+    std::string line;
+    ASSERT_TRUE(std::getline(lines, line));
+    auto told = nlohmann::json::parse(line);
+    EXPECT_EQ(told["table"], "tbl_aaa_servers:aaa");
+    EXPECT_EQ(told["change"], "changed");
+    EXPECT_EQ(told["fields"]["status"]["new"], "SHOW_AAA_SERVER_DEAD");
+    EXPECT_EQ(told["time"].get<std::string>().size(),
+              std::string("2026-01-01T00:00:00.000Z").size());
+    ASSERT_TRUE(std::getline(lines, line));
+    told = nlohmann::json::parse(line);
+    EXPECT_EQ(told["key"]["sname"], "a.example");
+    EXPECT_FALSE(std::getline(lines, line));
+}
+
+TEST_F(Watch, BeginsEachChangeWithTheTime) {
+    const auto process = watch({"ldap_conn", "--count", "1"});
+    change({"set", "ldap_conn", "a.example", "num_conns=8"});
+    const Outcome outcome = process->finish();
+    EXPECT_EQ(outcome.out.find(" ~ tbl_ldap_conn:ldap a.example\n"),
+              std::string("2026-01-01 00:00:00").size())
+        << outcome.out;
+}
+
+TEST_F(Watch, EndsWellWhenItIsInterrupted) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const auto process = watch({"ldap_conn"});
+        process->send(signal);
+        const Outcome outcome = process->finish();
+        EXPECT_EQ(outcome.exit_code, 0);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err.find("tarnctl: 0 changes in"), std::string::npos) << outcome.err;
+    }
+}
+
+TEST_F(Watch, EndsAfterATime) {
+    EXPECT_EQ(on_store({"watch", "ldap_conn", "--timeout", "0.05"}).exit_code, 0);
+    EXPECT_EQ(on_store({"watch", "ldap_conn", "--timeout", "0.05", "--count", "1"}).exit_code, 1);
+}
+
+TEST_F(Watch, SeesChangesOutsideOfTransactions) {
+    const auto process = watch({"ldap_conn", "--no-time", "--count", "1"});
+    with_store(store, [](kel_handle *handle) {
+        uint32_t err = 0;
+        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
+        kel_vstring name;
+        kel_vstring_refer(&name, "a.example", 9);
+        kel_record *record = tbl_ldap_conn_st_ldap_conn_sname_search_w_src(handle, KEL_TX_NONE,
+                                                                           table, &name, 1, &err);
+        st_ldap_conn *conn = tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record);
+        st_ldap_conn_num_conns_set_value(handle, KEL_TX_NONE, conn, 70, &err);
+        ASSERT_EQ(err, 0U);
+    });
+    EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 70\n");
+}
+
+TEST_F(Watch, SeesWhatATransactionDidWhenItIsCommitted) {
+    const auto process = watch({"--all", "--committed", "--no-time", "--count", "1"});
+    with_store(store, [](kel_handle *handle) {
+        uint32_t err = 0;
+        uint32_t tx_id = 0;
+        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
+        kel_vstring name;
+        kel_vstring_refer(&name, "a.example", 9);
+        kel_record *record = tbl_ldap_conn_st_ldap_conn_sname_search_w_src(handle, KEL_TX_NONE,
+                                                                           table, &name, 1, &err);
+        st_ldap_conn *conn = tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record);
+        ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
+        st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 50, &err);
+        st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 60, &err);
+        ASSERT_EQ(kel_transaction_commit(handle, tx_id), 0U);
+    });
+    EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 60\n");
+}
+
+TEST_F(Watch, WaitsForAStoreThatDoesNotRest) {
+    with_store(store, [this](kel_handle *handle) {
+        uint32_t tx_id = 0;
+        ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
+        example_test::Process process({TARNCTL, "watch", "ldap_conn", "--interval", "1", "-v",
+                                       "--timeout", "600", "--store", store});
+        EXPECT_TRUE(process.wait_for("a transaction is open whenever the store is looked at"));
+        ASSERT_EQ(kel_transaction_commit(handle, tx_id), 0U);
+        EXPECT_TRUE(process.wait_for(begun));
+        process.send(SIGTERM);
+        EXPECT_EQ(process.finish().exit_code, 0);
+    });
+}
+
+TEST_F(Watch, SeesATableThatIsMadeLater) {
+    const auto process = watch({"--all", "--no-time", "--count", "1"});
+    change({"insert", "ldap_conn:fresh", "sname=x"});
+    EXPECT_EQ(process->finish().out, "+ tbl_ldap_conn:fresh x\n");
+}
+
+TEST_F(Watch, NeedsTablesThatAreThere) {
+    EXPECT_EQ(on_store({"watch"}).exit_code, 2);
+    EXPECT_EQ(on_store({"watch", "ldap_conn", "--all"}).exit_code, 2);
+    EXPECT_EQ(on_store({"watch", "ldap_con"}).exit_code, 2);
+    EXPECT_EQ(on_store({"watch", "ldap_conn", "--interval", "0"}).exit_code, 2);
+    const Outcome none = on_store({"watch", "ldap_conn:none"});
+    EXPECT_EQ(none.exit_code, 1);
+    EXPECT_NE(none.err.find("it holds `tbl_ldap_conn:ldap`"), std::string::npos) << none.err;
+    example_test::write_file(store, "no store");
+    EXPECT_EQ(on_store({"watch", "--all"}).exit_code, 4);
+}
+
+}  // namespace
+}  // namespace tarnctl_test
