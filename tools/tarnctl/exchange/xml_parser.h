@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// XML 1.0 in pieces: a document of any length is read tag by tag, and an element can be taken
-// whole. Of the language it has elements, attributes, text, CDATA sections, comments and
-// processing instructions, in UTF-8; a document type declaration is refused, so that no entity is
-// ever expanded.
+// A document of any length read tag by tag; an element can be taken whole. The parsing is
+// libxml2's, in pieces, so that memory holds no more than one element. A document type declaration
+// is refused: no entity but XML's own is ever expanded.
 #ifndef TARNCTL_EXCHANGE_XML_PARSER_H
 #define TARNCTL_EXCHANGE_XML_PARSER_H
 
+#include <libxml/parser.h>
+
 #include <cstdint>
+#include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,7 +24,6 @@ struct XmlElement {
     std::string name;
     uint64_t line = 0;
     std::vector<std::pair<std::string, std::string>> attributes;
-    bool closed = false;  // <name/>: nothing is inside
     // With XmlParser::take_inside only:
     std::string text;
     std::vector<XmlElement> children;
@@ -32,7 +34,9 @@ struct XmlElement {
 
 class XmlParser {
  public:
-    explicit XmlParser(Input &input) : input_(input) {}
+    explicit XmlParser(Input &input);
+    XmlParser(const XmlParser &) = delete;
+    XmlParser &operator=(const XmlParser &) = delete;
 
     // The root element's start tag, with what may stand ahead of it. Failure `data` with the line,
     // here and below.
@@ -45,38 +49,45 @@ class XmlParser {
     // Nothing but blanks and comments follows the root element.
     void finish();
 
-    // What is wrong in the line being read, or in one that is given.
-    [[noreturn]] void fail(const std::string &text) const { fail(input_.line(), text); }
+    // What is wrong in a line.
     [[noreturn]] void fail(uint64_t line, const std::string &text) const;
 
  private:
-    enum class Item { start_tag, end_tag, text, end };
+    // What libxml2 reported and nobody has asked for yet.
+    struct Event {
+        enum class Kind { start, end, text, document_end } kind;
+        XmlElement element;  // of a start tag
+        std::string text;
+        uint64_t line;
+    };
+    struct Free {
+        void operator()(xmlParserCtxt *context) const { xmlFreeParserCtxt(context); }
+    };
 
-    // The next item; blanks, comments and processing instructions between tags are no items.
-    Item item(XmlElement &element);
-    void declaration_or_instruction();
-    void after_exclamation();
-    void comment();
-    void cdata();
-    void start_tag(XmlElement &element);
-    void attributes(XmlElement &element);
-    void end_tag();
-    void reference(std::string &text);
-    void character(std::string &text);
-    std::string name();
-    std::string quoted();
-    void skip_blanks();
-    // Reads up to and with `end`, and answers what is ahead of it.
-    std::string until(std::string_view end, std::string_view what);
-    void expect(std::string_view text);
-    int get(std::string_view what);
-    void count(std::size_t bytes);
+    static xmlSAXHandler handlers();
+    static XmlParser &parser_of(void *context) { return *static_cast<XmlParser *>(context); }
+    static void on_start(void *context, const xmlChar *name, const xmlChar *prefix,
+                         const xmlChar *uri, int namespace_count, const xmlChar **namespaces,
+                         int attribute_count, int defaulted, const xmlChar **attributes);
+    static void on_end(void *context, const xmlChar *name, const xmlChar *prefix,
+                       const xmlChar *uri);
+    static void on_text(void *context, const xmlChar *text, int length);
+    static void on_document_type(void *context, const xmlChar *name, const xmlChar *external,
+                                 const xmlChar *system);
+    static void on_error(void *context, xmlError *error);
+
+    Event event();
+    void feed();
+    void note(uint64_t line, const std::string &problem);
+    uint64_t line() const;
 
     Input &input_;
-    std::vector<std::string> open_;
-    std::string text_;       // of the element that is open, collected by item()
-    uint64_t begin_ = 0;     // where the document begins, behind a byte order mark
-    std::size_t taken_ = 0;  // bytes of the element being taken whole
+    std::unique_ptr<xmlParserCtxt, Free> context_;
+    std::deque<Event> events_;
+    std::size_t depth_ = 0;
+    bool at_end_ = false;
+    std::string problem_;  // the first one, told once all ahead of it was taken
+    uint64_t problem_line_ = 0;
 };
 
 }  // namespace tarnctl

@@ -159,7 +159,7 @@ class XmlReader {
                 throw Failure(Exit::data, fmt::format("expected format=\"{}\"", format_version));
         });
         XmlElement element;
-        while (!root.closed && parser_.next(element)) read_table(element);
+        while (parser_.next(element)) read_table(element);
         parser_.finish();
     }
 
@@ -206,7 +206,7 @@ class XmlReader {
         if (!expect_element(element, "table")) return;
         at_line(element.line, [&] { begin_table(element); });
         XmlElement record;
-        while (!element.closed && parser_.next(record)) {
+        while (parser_.next(record)) {
             if (!expect_element(record, "record")) continue;
             parser_.take_inside(record);
             sink_.take(fmt::format("{}:{}", input_.name(), record.line),

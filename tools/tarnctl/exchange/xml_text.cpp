@@ -7,11 +7,15 @@
 
 namespace tarnctl {
 
+namespace {
+
 bool is_xml_character(char32_t character) {
     if (character < 0x20) return character == '\t' || character == '\n' || character == '\r';
     const bool surrogate = character >= 0xd800 && character <= 0xdfff;
     return !surrogate && character != 0xfffe && character != 0xffff && character <= 0x10ffff;
 }
+
+}  // namespace
 
 std::size_t first_unfit_for_xml(std::string_view text) {
     for (std::size_t offset = 0; offset < text.size();) {
@@ -33,27 +37,6 @@ std::string xml_escaped(std::string_view text) {
         else escaped += c;
     }
     return escaped;
-}
-
-void append_utf8(std::string &text, char32_t character) {
-    const auto tail = [&](unsigned shift) {
-        text += static_cast<char>(0x80U | ((character >> shift) & 0x3fU));
-    };
-    if (character < 0x80) {
-        text += static_cast<char>(character);
-    } else if (character < 0x800) {
-        text += static_cast<char>(0xc0U | (character >> 6U));
-        tail(0);
-    } else if (character < 0x10000) {
-        text += static_cast<char>(0xe0U | (character >> 12U));
-        tail(6);
-        tail(0);
-    } else {
-        text += static_cast<char>(0xf0U | (character >> 18U));
-        tail(12);
-        tail(6);
-        tail(0);
-    }
 }
 
 }  // namespace tarnctl

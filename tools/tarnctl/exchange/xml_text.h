@@ -10,14 +10,11 @@
 
 namespace tarnctl {
 
-bool is_xml_character(char32_t character);
 // The offset of the first byte that XML can't carry, npos if it can carry all: control characters
 // but tab and the ends of lines, U+FFFE, U+FFFF, and what is no UTF-8.
 std::size_t first_unfit_for_xml(std::string_view text);
 // With references for what would be markup, or would be read as a blank.
 std::string xml_escaped(std::string_view text);
-// Appends a character as UTF-8.
-void append_utf8(std::string &text, char32_t character);
 
 }  // namespace tarnctl
 
