@@ -70,6 +70,12 @@ TEST_F(Export, WritesJsonARecordALine) {
               std::string::npos);
 }
 
+TEST_F(Export, WritesATableThatIsNamedTwiceOnce) {
+    const Outcome outcome =
+        on_store({"export", "--format", "json", "tbl_ldap_conn:ldap", "ldap_conn"});
+    EXPECT_EQ(json::parse(outcome.out)["tarnbase"]["tables"].size(), 1U) << outcome.err;
+}
+
 TEST_F(Export, WritesAllTablesInTheFormOfTheFilesSuffix) {
     for (const char *suffix : {"xml", "json", "frames"}) {
         const std::string path = directory / (std::string("net.") + suffix);

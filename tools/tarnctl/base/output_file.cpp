@@ -91,7 +91,8 @@ void OutputFile::open() {
     temporary_ = path_ + ".XXXXXX";
     descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
     if (descriptor_ < 0) fail();
-    if (fchmod(descriptor_, is_there ? old.st_mode & 07777U : default_mode()) != 0) fail();
+    // A file system without modes has none to keep.
+    (void)fchmod(descriptor_, is_there ? old.st_mode & 07777U : default_mode());
 }
 
 void OutputFile::finish() {

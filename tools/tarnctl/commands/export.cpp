@@ -55,16 +55,22 @@ std::vector<Instance> chosen(const Store &store, const std::vector<std::string> 
                                   store.path(), unknown));
     }
     std::vector<Instance> found;
+    // A table that is named twice is exported once.
+    const auto add = [&](const Instance &instance) {
+        for (const Instance &each : found)
+            if (each.block == instance.block) return;
+        found.push_back(instance);
+    };
     for (const std::string &name : tables) {
         const TableReference reference = parse_table(name);
         if (reference.name || reference.id) {
-            found.push_back(find_instance(store, reference));
+            add(find_instance(store, reference));
             continue;
         }
         const std::vector<Instance> all = instances_of(store, *reference.table);
         // It has none: this says so.
         if (all.empty()) find_instance(store, reference);
-        found.insert(found.end(), all.begin(), all.end());
+        for (const Instance &each : all) add(each);
     }
     return found;
 }
