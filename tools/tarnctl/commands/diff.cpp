@@ -34,7 +34,7 @@ document can't be read; 4 a store or a file can't be used.
 Examples:
   tarnctl diff old.store net.store
   tarnctl diff --brief net.store net.frames
-  tarnctl export -s net.store | tarnctl diff backup.store - --ignore last_time_stamp)";
+  tarnctl export -s net.store | tarnctl diff backup.store - --ignore minute)";
 
 struct Options {
     std::string a;

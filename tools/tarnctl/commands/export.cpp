@@ -35,7 +35,7 @@ the old one.
 Examples:
   tarnctl export --store net.store -o net.xml
   tarnctl export --store net.store -o net.frames
-  tarnctl export --store net.store --format json ldap_conn ldap_stats | gzip > ldap.json.gz)";
+  tarnctl export -s net.store --format json ldap_conn | gzip > ldap.json.gz)";
 
 struct Options {
     std::string store;
