@@ -101,6 +101,27 @@ TEST_F(Batch, ThatFailsInTheStoreIsTakenBackAndNamesItsLine) {
     EXPECT_NE(missing.err.find(file + ":2: "), std::string::npos) << missing.err;
 }
 
+// What a rollback leaves: the counts of transactions in the header of the store, and the modified
+// marks of objects, which no log knows.
+TEST_F(Batch, ThatFailsInTheStoreLeavesItsBytes) {
+    constexpr std::size_t counts_begin = 64;
+    constexpr std::size_t counts_end = 76;
+    constexpr int modified_mark = 128;
+    const std::string before = example_test::read_file(store);
+    refused(
+        "set ldap_conn a.example num_conns=4\n"
+        "delete ldap_conn ldap1.example.net\n"
+        "insert ldap_conn sname=a-name-that-is-too-long-for-its-object\n"
+        "insert ldap_conn sname=b.example\n");
+    const std::string after = example_test::read_file(store);
+    ASSERT_EQ(after.size(), before.size());
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        if (i >= counts_begin && i < counts_end) continue;
+        const int difference = static_cast<unsigned char>(after[i] ^ before[i]);
+        ASSERT_EQ(difference & ~modified_mark, 0) << "at " << i;
+    }
+}
+
 TEST_F(Batch, WithALineThatCannotBeReadDoesNotTouchTheStore) {
     const std::string before = example_test::read_file(store);
     const struct {
