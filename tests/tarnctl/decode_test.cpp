@@ -201,6 +201,25 @@ TEST_F(Decode, MarksValuesThatCantBe) {
     EXPECT_TRUE(holds(outcome.out, "addr family: ! 7, expected 0, 4 or 6")) << outcome.out;
 }
 
+TEST_F(Decode, TakesADocumentOfFramesApart) {
+    const std::string bytes = on_store({"export", "--format", "frames"}).out;
+    const Outcome outcome = tarnctl({"decode"}, bytes);
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_TRUE(holds(outcome.out, "table: tbl_ldap_conn")) << outcome.out.substr(0, 2000);
+    EXPECT_TRUE(holds(outcome.out, "name: ldap"));
+    EXPECT_TRUE(holds(outcome.out, "tenant: 9"));
+    EXPECT_TRUE(holds(outcome.out, "source: 5"));
+    EXPECT_TRUE(holds(outcome.out, "ipAddr: 2001:db8::1"));
+    EXPECT_TRUE(holds(outcome.out, "records: 11"));
+    EXPECT_EQ(bytes_of(tarnctl({"decode", "--json"}, bytes).out), hex_of(bytes));
+
+    for (const std::size_t length : {8UL, 17UL, 20UL, 60UL, bytes.size() - 1}) {
+        const std::string cut = bytes.substr(0, length);
+        EXPECT_EQ(tarnctl({"decode"}, cut).exit_code, 3) << length;
+        EXPECT_EQ(bytes_of(tarnctl({"decode", "--json"}, cut).out), hex_of(cut)) << length;
+    }
+}
+
 TEST_F(Decode, WantsAKnownNameAndAFileThatIsThere) {
     const Outcome name = tarnctl({"decode", "--as", "tbl_ldap_con"}, conn_hex);
     EXPECT_EQ(name.exit_code, 2);

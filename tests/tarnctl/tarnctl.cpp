@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/tarnctl/tarnctl.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "tarnbase/embedded.h"
@@ -112,6 +113,8 @@ void fill_tables(Filling &fill) {
 }  // namespace
 
 Outcome tarnctl(std::vector<std::string> arguments, const std::string &input) {
+    // Read where tarnctl was built with a sanitizer.
+    setenv("LSAN_OPTIONS", "print_suppressions=0:suppressions=" LEAKS, 1);
     arguments.insert(arguments.begin(), TARNCTL);
     return example_test::run(std::move(arguments), input);
 }

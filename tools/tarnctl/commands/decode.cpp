@@ -23,18 +23,22 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-The input is one or more records as a table's record marshal writes them, one behind the
-other; with --as objects of a structure, or with --key keys of a table. Hexadecimal input
-may hold blanks, ends of lines, colons, commas, 0x and comments from # to the end of a
-line. Without --hex and --binary, input that starts as a record is binary, and hexadecimal
-if nothing but hexadecimal stands in it.
+The input is one or more records as a table's record marshal writes them, one
+behind the other; with --as objects of a structure, or with --key keys of a
+table. A document that export writes as frames is taken apart too. Hexadecimal
+input may hold blanks, ends of lines, colons, commas, 0x and
+comments from # to the end of a line. Without --hex and --binary, input that
+starts as a record is binary, and hexadecimal if nothing but hexadecimal stands
+in it.
 
-Bytes that are known to nobody, such as the fields of a newer writer, are shown as unknown;
-bytes that aren't what they should be are marked with a !, and the exit status is 3.
+Bytes that are known to nobody, such as the fields of a newer writer, are shown
+as unknown; bytes that aren't what they should be are marked with a !, and the
+exit status is 3.
 
 Examples:
-  tarnctl export ldap_conn --store net.store --format frames | tarnctl decode
-  echo '00 00 11000000 05000000 6c64617031 07000000' | tarnctl decode --as st_ldap_conn
+  tarnctl export ldap_conn --format frames --store net.store | tarnctl decode
+  echo '0000 11000000 05000000 6c64617031 07000000' |
+      tarnctl decode --as st_ldap_conn
   tarnctl decode --as ldap_conn --key key.bin)";
 
 struct Options {
@@ -94,6 +98,9 @@ std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) 
     }
     return bytes;
 }
+
+// The first bytes of what `tarnctl export --format frames` writes.
+bool is_document(const std::string &text) { return text.starts_with("TARNFRAM"); }
 
 bool looks_like_hex(const std::string &text) {
     if (text.empty() || static_cast<uint8_t>(text[0]) == KEL_MESSAGE_MARKER) return false;
@@ -162,8 +169,9 @@ void print_json(const std::vector<Piece> &pieces, Bytes bytes) {
 }
 
 void run(const Options &options, Exit &status) {
-    const Form form = form_of(options);
+    Form form = form_of(options);
     const std::string text = read_all(options.file);
+    if (options.as.empty() && !options.hex && is_document(text)) form.kind = Form::Kind::document;
     const bool hex = options.hex || (!options.binary && looks_like_hex(text));
     const std::vector<uint8_t> bytes =
         hex ? from_hex(options.file, text) : std::vector<uint8_t>(text.begin(), text.end());

@@ -20,7 +20,7 @@ replication.
 
 Examples:
   tarnctl delete ldap_conn ldap1.example.net --store net.store
-  tarnctl delete ldap_conn --where num_conns=0 --tenant 9 --dry-run --store net.store
+  tarnctl delete ldap_conn --where num_conns=0 --dry-run --store net.store
   tarnctl delete ldap_conn --all --store net.store)";
 
 }  // namespace

@@ -30,7 +30,7 @@ a key that the table has already; 4 a store that can't be used.
 
 Examples:
   tarnctl insert ldap_conn sname=ldap9.example.net num_conns=3 --store net.store
-  tarnctl insert ldap_conn sname=ldap8.example.net --source 5 --dry-run --store net.store
+  tarnctl insert ldap_conn sname=ldap8 --source 5 --store net.store
   tarnctl insert - --store net.store < orders.txt)";
 
 }  // namespace

@@ -23,12 +23,12 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-A bar of the line stands for as many minutes as the width allows and is as high as the
-highest of their figures; the field has a row an hour and a cell a minute. What a figure
-counts is up to the program that keeps the table.
+A bar of the line stands for as many minutes as the width allows and is as
+high as the highest of their figures; the field has a row an hour and a cell a
+minute. What a figure counts is up to the program that keeps the table.
 
-A picture is written where --output ends in .svg or .png, or with --as, and is 960 by 320
-pixels unless --size says otherwise.
+A picture is written where --output ends in .svg or .png, or with --as, and is
+960 by 320 pixels unless --size says otherwise.
 
 Examples:
   tarnctl minutes aaa_servers radius1 --store net.store

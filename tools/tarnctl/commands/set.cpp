@@ -22,8 +22,8 @@ store that can't be used.
 
 Examples:
   tarnctl set ldap_conn ldap1.example.net num_conns=8 --store net.store
-  tarnctl set ldap_conn --where num_conns=2 num_conns=3 --verbose --store net.store
-  tarnctl set aaa_servers radius1 status=ALIVE 'minute[5]=7' --dry-run --store net.store)";
+  tarnctl set ldap_conn --where num_conns=2 num_conns=3 -v --store net.store
+  tarnctl set aaa_servers radius1 status=ALIVE 'minute[5]=7' --store net.store)";
 
 }  // namespace
 

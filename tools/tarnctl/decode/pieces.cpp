@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "decode/reader.h"
+#include "decode/decoder.h"
 #include "tarnbase/runtime.h"
 
 namespace tarnctl {
@@ -45,35 +45,13 @@ std::string flags_text(uint8_t flags) {
     return text.empty() ? "none" : text;
 }
 
-class Decoder {
- public:
-    Decoder(Bytes bytes, std::size_t row) : in_(bytes), row_(row) {}
-
-    std::vector<Piece> run(const Form &form);
-
- private:
-    void frame(const Table *table);
-    void content(const Table *forced);
-    void bounded_content(const Table *forced, std::size_t end);
-    const Table *luid(const Table *forced);
-    void object(const Structure &structure);
-    void body(const Structure &structure, int variant, bool tracked);
-    void field(const Field &field);
-    void number(const Field &field);
-    void enumeration(const Field &field);
-    void string(const Field &field);
-    void address(const Field &field);
-    void array(const std::string &name, std::size_t count);
-    void key(const Table &table);
-
-    Reader in_;
-    std::size_t row_;
-};
+}  // namespace
 
 std::vector<Piece> Decoder::run(const Form &form) {
     while (!in_.done()) {
         try {
-            if (form.kind == Form::Kind::frames) frame(form.table);
+            if (form.kind == Form::Kind::document) document();
+            else if (form.kind == Form::Kind::frames) frame(form.table);
             else if (form.kind == Form::Kind::keys) key(*form.table);
             else object(*form.structure);
         } catch (const Stuck &) {
@@ -286,8 +264,6 @@ void Decoder::key(const Table &table) {
     if (table.key_type != nullptr) return object(*table.key_type);
     field(*table.key_field);
 }
-
-}  // namespace
 
 std::vector<Piece> take_apart(Bytes bytes, const Form &form, std::size_t row) {
     return Decoder(bytes, row).run(form);

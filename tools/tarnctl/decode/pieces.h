@@ -27,7 +27,7 @@ struct Piece {
 
 // What the bytes are.
 struct Form {
-    enum class Kind { frames, objects, keys };
+    enum class Kind { frames, objects, keys, document };
     Kind kind = Kind::frames;
     const Table *table = nullptr;          // of keys; of frames: null for the one their LUID names
     const Structure *structure = nullptr;  // of objects

@@ -9,7 +9,8 @@ namespace tarnctl {
 
 Bytes Reader::peek(std::size_t length, const std::string &name) {
     if (length > left()) {
-        problem(name, fmt::format("takes {} byte{}, {} left", length, length == 1 ? "" : "s", left()));
+        problem(name,
+                fmt::format("takes {} byte{}, {} left", length, length == 1 ? "" : "s", left()));
         throw Stuck{};
     }
     return bytes_.subspan(at_, length);
