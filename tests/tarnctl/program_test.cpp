@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/tarnctl/tarnctl.h"
+
+namespace tarnctl_test {
+namespace {
+
+TEST(Program, TellsItsVersionAndItsCommands) {
+    const Outcome version = tarnctl({"--version"});
+    EXPECT_EQ(version.exit_code, 0);
+    EXPECT_EQ(version.out.substr(0, 8), "tarnctl ");
+    const Outcome help = tarnctl({"--help"});
+    EXPECT_EQ(help.exit_code, 0);
+    for (const char *command : {"show", "get", "find", "insert", "set", "delete", "export",
+                                "import", "diff", "watch", "decode", "minutes"})
+        EXPECT_NE(help.out.find(std::string("\n  ") + command), std::string::npos) << command;
+    EXPECT_EQ(help.err, "");
+}
+
+TEST(Program, NamesTheCommandThatMayHaveBeenMeant) {
+    const Outcome outcome = tarnctl({"shwo", "ldap_conn"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_EQ(outcome.err,
+              "tarnctl: no command `shwo`; did you mean `show`?\nTry `tarnctl --help`.\n");
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST(Program, TellsWhatIsWrongWithArgumentsAndWhereHelpIs) {
+    const Outcome missing = tarnctl({"show"});
+    EXPECT_EQ(missing.exit_code, 2);
+    EXPECT_EQ(missing.err.substr(0, 9), "tarnctl: ");
+    EXPECT_NE(missing.err.find("Try `tarnctl show --help`."), std::string::npos) << missing.err;
+    const Outcome none = tarnctl({});
+    EXPECT_EQ(none.exit_code, 2);
+    EXPECT_NE(none.err.find("Try `tarnctl --help`."), std::string::npos) << none.err;
+}
+
+}  // namespace
+}  // namespace tarnctl_test
