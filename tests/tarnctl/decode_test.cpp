@@ -60,10 +60,6 @@ class Decode : public WithStore {
     kel_handle *handle = nullptr;
 };
 
-bool holds(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
-
 // The bytes of all pieces, one behind the other.
 std::string bytes_of(const std::string &document) {
     std::string all;

@@ -10,10 +10,6 @@ namespace {
 
 using Minutes = WithStore;
 
-bool holds(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
-
 std::vector<std::string> lines_of(const std::string &text) {
     std::vector<std::string> lines;
     for (std::size_t at = 0; at < text.size();) {

@@ -19,6 +19,10 @@ using example_test::Outcome;
 // Runs tarnctl with these arguments and this standard input.
 Outcome tarnctl(std::vector<std::string> arguments, const std::string &input = "");
 
+inline bool holds(const std::string &text, const std::string &part) {
+    return text.find(part) != std::string::npos;
+}
+
 // A directory with a store file in it that the library itself filled, not tarnctl:
 //   tbl_ldap_conn:ldap      a.example 1, b.example 2, ldap1.example.net 7 (source 1, tenant 0),
 //                           b.example 20 of source 5, c.example 3 of tenant 9

@@ -30,9 +30,6 @@ class OnTerminal : public WithStore {
         for (std::string line; std::getline(lines, line);) width = std::max(width, line.size());
         return width;
     }
-    static bool holds(const std::string &text, const std::string &part) {
-        return text.find(part) != std::string::npos;
-    }
 };
 
 TEST_F(OnTerminal, ATableHasColouredTitlesAndACount) {

@@ -8,6 +8,9 @@
 #define TARNCTL_COMMANDS_COMMAND_H
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
+#include <functional>
+#include <string>
 
 #include "base/failure.h"
 
@@ -36,24 +39,10 @@ void declare_watch(CLI::App &program, Exit &status);
 
 // The declarations in the order of the help.
 inline constexpr Declaration commands[] = {
-    declare_store,
-    declare_tables,
-    declare_describe,
-    declare_show,
-    declare_get,
-    declare_find,
-    declare_insert,
-    declare_set,
-    declare_delete,
-    declare_export,
-    declare_import,
-    declare_diff,
-    declare_watch,
-    declare_decode,
-    declare_minutes,
-    declare_variants,
-    declare_manifest,
-    declare_completion,
+    declare_store,    declare_tables,   declare_describe,   declare_show,   declare_get,
+    declare_find,     declare_insert,   declare_set,        declare_delete, declare_export,
+    declare_import,   declare_diff,     declare_watch,      declare_decode, declare_minutes,
+    declare_variants, declare_manifest, declare_completion,
 };
 
 // Options that several commands have, with one wording.
@@ -61,6 +50,12 @@ inline constexpr Declaration commands[] = {
 CLI::Option *add_store_option(CLI::App &command, std::string &path);
 // --json
 CLI::Option *add_json_option(CLI::App &command, bool &json);
+// -t, --tenant NUMBER, from 0 to 65535, and --source NUMBER, from 0 to 255: `take` gets what is
+// given.
+CLI::Option *add_tenant_option(CLI::App &command, std::function<void(uint16_t)> take,
+                               const std::string &meaning);
+CLI::Option *add_source_option(CLI::App &command, std::function<void(uint8_t)> take,
+                               const std::string &meaning);
 
 }  // namespace tarnctl
 

@@ -113,16 +113,12 @@ Exit status: 0 found; 1 no such record, or no such table in the store; 2 no such
 field; 3 a value that the key can't have.)";
 
 void add_place_options(CLI::App &command, Options &options) {
-    command.add_option("-t,--tenant", options.tenant, "The record's tenant; by default 0")
-        ->check(CLI::Range(0, 65535).description(""))
-        ->type_name("NUMBER");
-    command
-        .add_option_function<unsigned>(
-            "--source",
-            [&options](unsigned source) { options.source = static_cast<uint8_t>(source); },
-            "The record's source; by default 1")
-        ->check(CLI::Range(0, 255).description(""))
-        ->type_name("NUMBER");
+    add_tenant_option(
+        command, [&options](uint16_t tenant) { options.tenant = tenant; },
+        "The record's tenant; by default 0");
+    add_source_option(
+        command, [&options](uint8_t source) { options.source = source; },
+        "The record's source; by default 1");
     CLI::Option *nearest = command.add_flag("--nearest", options.nearest,
                                             "If there is none of this key, the next one behind it");
     command

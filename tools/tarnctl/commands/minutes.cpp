@@ -51,8 +51,8 @@ struct Options {
     std::string size = "960x320";
     Drawing drawing = Drawing::line;
     bool drawing_given = false;
-    unsigned source = KEL_SOURCE_DEFAULT;
-    unsigned tenant = 0;
+    uint8_t source = KEL_SOURCE_DEFAULT;
+    uint16_t tenant = 0;
     bool json = false;
 };
 
@@ -86,8 +86,8 @@ Day read_day(const Options &options) {
     const Key key(*reference.table, options.key);
     const Store store = Store::open_to_read(options.store);
     const Instance instance = find_instance(store, reference);
-    const TenantScope tenant(static_cast<uint16_t>(options.tenant));
-    const Record record = find_record(store, instance, key, static_cast<uint8_t>(options.source));
+    const TenantScope tenant(options.tenant);
+    const Record record = find_record(store, instance, key, options.source);
     if (record.record == nullptr)
         throw Failure(Exit::difference,
                       fmt::format("{} holds no record {}", instance.full_name(), key.text()));
@@ -181,12 +181,12 @@ void declare_minutes(CLI::App &program, Exit & /*status*/) {
         ->type_name("FILE");
     command->add_option("--size", options->size, "Measures of a picture in pixels")
         ->type_name("WIDTHxHEIGHT");
-    command->add_option("--source", options->source, "Source of the record, 0 to 255; 1 by default")
-        ->check(CLI::Range(0U, 255U))
-        ->type_name("N");
-    command->add_option("--tenant", options->tenant, "Tenant of the record; 0 by default")
-        ->check(CLI::Range(0U, 65535U))
-        ->type_name("N");
+    add_tenant_option(
+        *command, [options](uint16_t tenant) { options->tenant = tenant; },
+        "Tenant of the record; 0 by default");
+    add_source_option(
+        *command, [options](uint8_t source) { options->source = source; },
+        "Source of the record; 1 by default");
     add_json_option(*command, options->json);
     command->footer(footer);
     command->callback([options, as] {

@@ -193,13 +193,12 @@ void add_order_options(CLI::App &command, Verb verb, OrderWords &words) {
         command.add_flag("--all", words.all, "Instead of a key: all records of the table");
     }
     const std::string many = choose ? "; with --where or --all any, unless given" : "";
-    command
-        .add_option("--source", words.source, "Source of the record, 0 to 255; 1 by default" + many)
-        ->check(CLI::Range(0U, 255U))
-        ->type_name("N");
-    command.add_option("--tenant", words.tenant, "Tenant of the record; 0 by default" + many)
-        ->check(CLI::Range(0U, 65535U))
-        ->type_name("N");
+    add_tenant_option(
+        command, [&words](uint16_t tenant) { words.tenant = tenant; },
+        "Tenant of the record; 0 by default" + many);
+    add_source_option(
+        command, [&words](uint8_t source) { words.source = source; },
+        "Source of the record; 1 by default" + many);
 }
 
 void declare_writing(CLI::App &program, const WritingCommand &what) {

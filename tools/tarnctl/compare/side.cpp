@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <optional>
 
 #include "base/failure.h"
@@ -116,31 +115,14 @@ std::pair<Side, Side> open_stores(const std::string &a, const std::string &b,
 }  // namespace
 
 std::vector<kel_record *> Side::records_of(const Instance &instance) const {
-    // What is thrown doesn't pass through the library's C code.
-    struct Context {
-        const Side &side;
-        const Table *table;
-        std::vector<kel_record *> records;
-        std::exception_ptr failure;
-    } context{*this, instance.table, {}, nullptr};
-    const auto call = [](kel_record *record, void *data) -> uint32_t {
-        auto &called = *static_cast<Context *>(data);
-        try {
-            if (called.side.is_file)
-                check_readable(called.side.store,
-                               {called.table, called.side.store.handle(), record});
-            called.records.push_back(record);
-            return 0;
-        } catch (...) {
-            called.failure = std::current_exception();
-            return 1;
-        }
+    std::vector<kel_record *> records;
+    const auto keep = [&](const Record &each) {
+        records.push_back(each.record);
+        return true;
     };
-    uint32_t err = 0;
-    instance.table->walk(instance.block, call, &context, &err);
-    if (context.failure) std::rethrow_exception(context.failure);
-    need(err, fmt::format("walking {}", instance.full_name()));
-    return std::move(context.records);
+    if (is_file) for_each_record(store, instance, keep);
+    else for_each_own_record(store, instance, keep);
+    return records;
 }
 
 std::pair<Side, Side> open_sides(const std::string &a, const std::string &b,

@@ -183,7 +183,7 @@ Order OrderReader::read(Verb verb, const OrderWords &words) {
     const Table &table = *order.table.table;
     order.many = words.all || !words.where.empty();
     order.tenant = words.tenant;
-    if (words.source) order.source = static_cast<uint8_t>(*words.source);
+    order.source = words.source;
     check_selection(order, words);
     take_words(order, words.words);
     if (verb == Verb::set && order.fields.empty())

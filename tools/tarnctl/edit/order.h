@@ -40,7 +40,7 @@ struct OrderWords {
     std::vector<std::string> where;
     bool all = false;
     std::optional<uint16_t> tenant;
-    std::optional<uint16_t> source;
+    std::optional<uint8_t> source;
 };
 
 struct Order {

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "base/failure.h"
+#include "commands/command.h"
 #include "terminal/pager.h"
 
 namespace tarnctl {
@@ -46,16 +47,12 @@ void add_form_options(CLI::App &command, FormOptions &options) {
 }
 
 void add_selection_options(CLI::App &command, SelectionOptions &options) {
-    command.add_option("-t,--tenant", options.tenant, "Only the records of this tenant")
-        ->check(CLI::Range(0, 65535).description(""))
-        ->type_name("NUMBER");
-    command
-        .add_option_function<unsigned>(
-            "--source",
-            [&options](unsigned source) { options.source = static_cast<uint8_t>(source); },
-            "Only the records of this source; without it, those of all sources but the shadows")
-        ->check(CLI::Range(0, 255).description(""))
-        ->type_name("NUMBER");
+    add_tenant_option(
+        command, [&options](uint16_t tenant) { options.tenant = tenant; },
+        "Only the records of this tenant");
+    add_source_option(
+        command, [&options](uint8_t source) { options.source = source; },
+        "Only the records of this source; without it, those of all sources but the shadows");
     command.add_flag("--shadows", options.shadows,
                      "Print the shadows too, the records of source 255");
     CLI::Option *pending =

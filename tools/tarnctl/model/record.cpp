@@ -129,8 +129,8 @@ void check_readable(const Store &store, const Record &record) {
                               store.path(), record.table->name));
 }
 
-void for_each_record(const Store &store, const Instance &instance,
-                     const std::function<bool(const Record &)> &function) {
+void for_each_own_record(const Store &store, const Instance &instance,
+                         const std::function<bool(const Record &)> &function) {
     // What the function throws doesn't pass through the library's C code: it is kept and thrown
     // again behind it.
     struct Context {
@@ -142,9 +142,7 @@ void for_each_record(const Store &store, const Instance &instance,
     const auto call = [](kel_record *record, void *data) -> uint32_t {
         auto &called = *static_cast<Context *>(data);
         try {
-            const Record each{called.table, called.store.handle(), record};
-            check_readable(called.store, each);
-            return called.function(each) ? 0 : 1;
+            return called.function({called.table, called.store.handle(), record}) ? 0 : 1;
         } catch (...) {
             called.failure = std::current_exception();
             return 1;
@@ -154,6 +152,14 @@ void for_each_record(const Store &store, const Instance &instance,
     instance.table->walk(instance.block, call, &context, &err);
     if (context.failure) std::rethrow_exception(context.failure);
     need(err, fmt::format("walking {}", instance.full_name()));
+}
+
+void for_each_record(const Store &store, const Instance &instance,
+                     const std::function<bool(const Record &)> &function) {
+    for_each_own_record(store, instance, [&](const Record &record) {
+        check_readable(store, record);
+        return function(record);
+    });
 }
 
 Key::Key(const Table &table, const std::vector<std::string> &texts)

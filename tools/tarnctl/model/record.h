@@ -61,6 +61,9 @@ void check_readable(const Store &store, const Record &record);
 // whether to go on. It must not take records out of the index.
 void for_each_record(const Store &store, const Instance &instance,
                      const std::function<bool(const Record &)> &function);
+// The same in a store of this process alone, whose records need no check_readable.
+void for_each_own_record(const Store &store, const Instance &instance,
+                         const std::function<bool(const Record &)> &function);
 
 // A key to search with. It lies in memory of its own: making one changes no store.
 class Key {
