@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Keeps docs/conformance.md and the tests in step: every test that the list names
-// exists, every row names one, and every test of the behaviour programs stands in
+// Keeps tests/conformance/behaviours.md and the tests in step: every test that the list
+// names exists, every row names one, and every test of the behaviour programs stands in
 // a row.
 //
 // A row of the list is a row of a Markdown table,
