@@ -1,5 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Three records on a runtime of the program's own: in, found, listed, over the wire, out. */
+/*
+ * Three records on a runtime of the program's own: in, found, listed, over the wire, out.
+ * Then tables by id.
+ */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -76,6 +79,25 @@ static void empty(kel_handle *handle, kel_table *table) {
     need(err, "empty");
 }
 
+/* Tables that have a number in place of a name: three opened, the second one freed. */
+static void number(kel_handle *handle) {
+    uint32_t err = 0;
+    for (uint64_t id = 7; id <= 9; ++id) tbl_ldap_conn_table_open_by_id(handle, no_tx, id, 0, &err);
+    need(err, "open by id");
+    kel_table *table = tbl_ldap_conn_table_open_by_id(handle, no_tx, 8, 1, &err);
+    if (table == NULL) need(2, "table 8");
+    tbl_ldap_conn_table_free(handle, no_tx, table, &err);
+    printf("tables by id:");
+    for (uint64_t id = 7; id <= 9; ++id) {
+        table = tbl_ldap_conn_table_open_by_id(handle, no_tx, id, 1, &err);
+        if (table == NULL) continue;
+        printf(" %u", (unsigned)id);
+        tbl_ldap_conn_table_free(handle, no_tx, table, &err);
+    }
+    printf("\n");
+    need(err, "tables by id");
+}
+
 int main(void) {
     kel_handle *const handle = own_handle_create();
     if (handle == NULL) return 1;
@@ -88,6 +110,7 @@ int main(void) {
     list(handle, table);
     copy(handle, table, "ldap1.example.net");
     empty(handle, table);
+    number(handle);
     const unsigned left = own_handle_destroy(handle);
     printf("%u blocks left\n", left);
     return left != 0;

@@ -68,7 +68,11 @@ kel_handle *own_handle_create(void) {
 
 unsigned own_handle_destroy(kel_handle *handle) {
     store *const its = handle->arena;
-    while (its->keys != NULL) loam_delete_key(its, its->keys->key);
+    /* What is still under a key, such as the root of a table's ids, belongs to the store. */
+    while (its->keys != NULL) {
+        give_back(its, KEL_TX_NONE, its->keys->value);
+        loam_delete_key(its, its->keys->key);
+    }
     const unsigned blocks = its->blocks;
     free(its);
     free(handle);
@@ -188,31 +192,42 @@ kel_table_list *kellib_database_table_toc_create(kel_handle *handle, uint32_t tx
     return &((store *)handle->arena)->tables;
 }
 
-/* The tree of tables by id is a list as well, through the first word of `id_node`. */
-static kel_table **find_id(kel_table_id_tree *tree, uint64_t id) {
-    kel_table **link = (kel_table **)&tree->root;
-    while (*link != NULL && (*link)->table_id != id) link = (kel_table **)&(*link)->id_node;
-    return link;
+/* The tree of tables by id is a list as well: a node's first word is the next table. */
+static kel_table *next_by_id(const kel_table *table) {
+    return (kel_table *)(uintptr_t)table->id_node.opaque[0];
+}
+
+static void set_next_by_id(kel_table *table, const kel_table *next) {
+    table->id_node.opaque[0] = (uintptr_t)next;
 }
 
 kel_table *tbi_rb_tree_LM_RB_FIND(void *arena, uint32_t tx_id, kel_table_id_tree *tree_head,
                                   const kel_table *block, void *scratch) {
     (void)arena, (void)tx_id, (void)scratch;
-    return *find_id(tree_head, block->table_id);
+    kel_table *at = tree_head->root;
+    while (at != NULL && at->table_id != block->table_id) at = next_by_id(at);
+    return at;
 }
 
 void tbi_rb_tree_LM_RB_INSERT(void *arena, uint32_t tx_id, kel_table_id_tree *tree_head,
                               kel_table *block) {
-    (void)arena, (void)tx_id;
-    kel_table **const link = find_id(tree_head, block->table_id);
-    if (*link == NULL) *link = block;
+    if (tbi_rb_tree_LM_RB_FIND(arena, tx_id, tree_head, block, NULL) != NULL) return;
+    set_next_by_id(block, tree_head->root);
+    tree_head->root = block;
 }
 
 void tbi_rb_tree_LM_RB_REMOVE(void *arena, uint32_t tx_id, kel_table_id_tree *tree_head,
                               kel_table *block) {
     (void)arena, (void)tx_id;
-    kel_table **const link = find_id(tree_head, block->table_id);
-    if (*link == block) *link = *(kel_table **)&block->id_node;
+    kel_table *last = NULL;
+    kel_table *at = tree_head->root;
+    while (at != NULL && at != block) {
+        last = at;
+        at = next_by_id(at);
+    }
+    if (at == NULL) return;
+    if (last != NULL) set_next_by_id(last, next_by_id(block));
+    else tree_head->root = next_by_id(block);
 }
 
 /* ---- Mappings: there are none ---- */

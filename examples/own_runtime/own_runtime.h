@@ -7,7 +7,7 @@
 
 /* Makes a handle on a store of its own, in memory. Null: there is none. */
 kel_handle *own_handle_create(void);
-/* Frees a handle and its store. Returns the blocks that nobody gave back. */
+/* Frees a handle and its store, with what is under a key. Returns the other blocks in use. */
 unsigned own_handle_destroy(kel_handle *handle);
 /* Makes `string` refer to C text of the caller's: a source to set a field from, or a key. */
 void own_string_refer(kel_vstring *string, const char *text);
