@@ -103,6 +103,11 @@ def read(text):
     return parts
 
 
+def read_file(path):
+    with open(path, encoding="utf-8") as file:
+        return read(file.read())
+
+
 def section_name(part):
     return SECTION.match(comment_lines(part.text)[0]).group(1)
 
