@@ -134,7 +134,10 @@ TARNBASE_API kel_index_node *e_avl_search(void *root, const kel_index_node *prob
 /* The smallest and the largest node, or null. */
 TARNBASE_API kel_index_node *e_avl_get_first(void *root);
 TARNBASE_API kel_index_node *e_avl_get_last(void *root);
-/* The node next after or before `node`, which need not be in the tree. */
+/*
+ * The node that orders next after or before `node`, or null. The position is found by
+ * comparison: `node` need not be in the tree, and its key can have been changed there.
+ */
 TARNBASE_API kel_index_node *e_avl_get_next(void *root, const kel_index_node *node,
                                             e_avl_compare_function compare);
 TARNBASE_API kel_index_node *e_avl_get_prev(void *root, const kel_index_node *node,

@@ -190,19 +190,44 @@ Node *step(const Node *node, Side side) {
     return parent;
 }
 
-Node *neighbour(Node *root, const Node *node, Side side, Compare compare) {
-    if (is_in(root, node)) return step(node, side);
+// Whether a linked node still orders between the nodes beside it. Its key can have been
+// changed in place.
+bool orders_between(const Node *low, const Node *node, const Node *high, Compare compare) {
+    return (low == nullptr || compare(to_public(low), to_public(node)) == orders_before) &&
+           (high == nullptr || compare(to_public(node), to_public(high)) == orders_before);
+}
+
+// The node that orders next on that side of `node`, which is never the result itself.
+Node *nearest(Node *root, const Node *node, Side side, Compare compare) {
     const std::uint32_t wanted = side == after ? orders_before : orders_after;
+    const auto is_beyond = [&](const Node *place) {
+        return compare(to_public(node), to_public(place)) == wanted;
+    };
     Node *best = nullptr;
     for (Node *place = root; place != nullptr;) {
-        if (compare(to_public(node), to_public(place)) == wanted) {
-            best = place;
+        // A node can't be compared with itself to learn on which side of its place its
+        // key orders now: the last node of the nearer subtree tells.
+        const bool is_itself = place == node;
+        const Node *told = is_itself ? outermost(place->child[opposite(side)], side) : place;
+        if (told != nullptr && is_beyond(told)) {
+            if (!is_itself) best = place;
             place = place->child[opposite(side)];
         } else {
             place = place->child[side];
         }
     }
     return best;
+}
+
+// Links lead to the neighbours of a node in the tree, where comparisons confirm them. Any
+// other position is found by comparison.
+Node *neighbour(Node *root, const Node *node, Side side, Compare compare) {
+    if (is_in(root, node)) {
+        Node *low = step(node, before);
+        Node *high = step(node, after);
+        if (orders_between(low, node, high, compare)) return side == after ? high : low;
+    }
+    return nearest(root, node, side, compare);
 }
 
 Node *root_node(void *root) { return static_cast<Node *>(root); }

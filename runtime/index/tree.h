@@ -38,7 +38,8 @@ bool tree_remove(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index
 kel_index_node *tree_find(void *root, const kel_index_node *probe, Compare compare);
 kel_index_node *tree_first(void *root);
 kel_index_node *tree_last(void *root);
-// The neighbours of `node`, found by comparison if it isn't in the tree.
+// The nodes that order next after and before `node`, which need not be in the tree. What
+// counts is its present key, also where that was changed while the node was linked.
 kel_index_node *tree_next(void *root, const kel_index_node *node, Compare compare);
 kel_index_node *tree_previous(void *root, const kel_index_node *node, Compare compare);
 

@@ -140,6 +140,43 @@ TEST_P(Traversals, GoesOnFromADeletedRecord) {
     EXPECT_EQ(s.by_key.next(handle, tx, table, again, &err), c);
 }
 
+// One record is given every key and some sources where it stands, and taken out of the
+// index; the others stay in order. Each answer is the neighbour of its present place.
+TEST_P(Traversals, TakeTheKeyThatARecordHasNowForItsPosition) {
+    kel_record *const a = put(0, 5);
+    kel_record *const b = put(1, 1);
+    kel_record *const c = put(1, 7);
+    struct Place {
+        u32 key, src;
+        kel_record *before, *after;
+    };
+    const Place places[] = {{0, 1, nullptr, a}, {0, 5, nullptr, b}, {0, 9, a, b},
+                            {1, 0, a, b},       {1, 1, a, c},       {1, 4, b, c},
+                            {1, 7, b, nullptr}, {2, 1, c, nullptr}};
+    for (const Place &inserted_at : {places[0], places[2], places[5], places[7]}) {
+        kel_record *moved = put(inserted_at.key, inserted_at.src);
+        const auto expect_neighbours = [&](const char *state) {
+            for (const Place &place : places) {
+                s.set_key(handle, tx, key_holder(moved), place.key, &err);
+                moved->src = static_cast<u8>(place.src);
+                SCOPED_TRACE(std::string(state) + " at key " + std::to_string(inserted_at.key) +
+                             ", now " + std::to_string(place.key) + " of source " +
+                             std::to_string(place.src));
+                for (const Traversal *t : names()) {
+                    EXPECT_EQ(t->next_ignore_src(handle, tx, table, moved, &err), place.after);
+                    EXPECT_EQ(t->prev_ignore_src(handle, tx, table, moved, &err), place.before);
+                }
+            }
+            s.set_key(handle, tx, key_holder(moved), inserted_at.key, &err);
+            moved->src = static_cast<u8>(inserted_at.src);
+        };
+        expect_neighbours("in the index");
+        remove(moved);
+        expect_neighbours("deleted");
+        destroy(moved);
+    }
+}
+
 TEST_P(Traversals, EmptyTablesHaveNoRecords) {
     for (const Traversal *t : names()) {
         EXPECT_EQ(t->first(handle, tx, table, &err), nullptr);

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <iterator>
 #include <set>
+#include <string>
+#include <utility>
 
 #include "runtime/index/node.h"
 #include "tests/unit/runtime_store/support.h"
@@ -213,6 +215,40 @@ TEST_F(TreeOf20, a_byte_copy_of_a_node_finds_the_neighbours_by_its_key) {
     for (const Entry *entry : tree.entries) {
         const Entry copy = *entry;
         tree.expect_neighbours(&copy.node, model);
+    }
+}
+
+// Every position in the tree, given every key: far below and above, of another node, its
+// own. The tree is in order but for that one node.
+TEST_F(TreeOf20, a_node_whose_key_was_changed_in_place_has_the_neighbours_of_its_key) {
+    for (Entry *entry : tree.entries) {
+        const int old_key = entry->key;
+        model.erase(old_key);
+        for (int key = -1; key <= 20; ++key) {
+            SCOPED_TRACE(std::to_string(old_key) + " changed to " + std::to_string(key));
+            entry->key = key;
+            tree.expect_neighbours(&entry->node, model);
+        }
+        entry->key = old_key;
+        model.insert(old_key);
+    }
+}
+
+TEST_F(TreeOf20, a_changed_node_and_a_removed_one_have_the_same_neighbours) {
+    for (Entry *entry : tree.entries) {
+        for (int key = -1; key <= 20; ++key) {
+            SCOPED_TRACE(std::to_string(entry->key) + " changed to " + std::to_string(key));
+            const int old_key = std::exchange(entry->key, key);
+            kel_index_node *const next = tree.next(&entry->node);
+            kel_index_node *const previous = tree.previous(&entry->node);
+            entry->key = old_key;
+            ASSERT_TRUE(tree.remove(entry));
+            entry->key = key;
+            EXPECT_EQ(next, tree.next(&entry->node));
+            EXPECT_EQ(previous, tree.previous(&entry->node));
+            entry->key = old_key;
+            ASSERT_TRUE(tree.insert(entry));
+        }
     }
 }
 
