@@ -5,11 +5,13 @@ namespace tarn {
 
 namespace {
 
-void trace(bool of_table, std::uint32_t level, const char *text) {
+// The text with its prefix is the format itself: a runtime may tell lines apart by it.
+template <typename... Arguments>
+void trace(bool of_table, std::uint32_t level, const char *format, Arguments... arguments) {
     if (of_table) {
-        trace_table(level, "%s", text);
+        trace_table(level, format, arguments...);
     } else {
-        trace_type(level, "%s", text);
+        trace_type(level, format, arguments...);
     }
 }
 
@@ -49,14 +51,8 @@ kel_variant_usage &usage_record(const kel_type_info *descriptor, std::int32_t va
     const kel_variant_info *info = descriptor->variant_info;
     if (info == nullptr) fatal(of_table, "(FATAL): varinfo is NULL");
     if (info->variant_count < variant) {
-        const char *format = "(info): variant %u requested only %u variants present";
-        const auto wanted = static_cast<std::uint32_t>(variant);
-        const auto present = static_cast<std::uint32_t>(info->variant_count);
-        if (of_table) {
-            trace_table(KEL_TRACE_INFO, format, wanted, present);
-        } else {
-            trace_type(KEL_TRACE_INFO, format, wanted, present);
-        }
+        trace(of_table, KEL_TRACE_INFO, "(info): variant %u requested only %u variants present",
+              static_cast<std::uint32_t>(variant), static_cast<std::uint32_t>(info->variant_count));
     }
     return info->variants[index];
 }
