@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fixture.h"
+#include "tarnbase/module.h"
 #include "tarnbase/tarn/tables/test_grown.hpp"
 
 namespace face_test {
@@ -35,6 +36,18 @@ TEST_F(Table, IsOpenedByItsId) {
     EXPECT_EQ(made.name(), "");
     EXPECT_EQ(tarn::table<tarn::ldap_conn>::open_id(session, 5).size(), 1U);
     EXPECT_TRUE(table.empty());
+}
+
+TEST_F(Table, ATableOfAnotherKindIsRefused) {
+    tarn::table<tarn::grown>::open_or_create(session, "aaa/shared");
+    const tarn::error error =
+        thrown_by([&] { tarn::table<tarn::ldap_conn>::open_or_create(session, "aaa/shared"); });
+    EXPECT_EQ(error.code(), std::errc::invalid_argument);
+    EXPECT_STREQ(error.what(), "opening a tbl_ldap_conn: the table there holds other records");
+    const std::string key = std::string("ldap/") + table_tbl_ldap_conn_luid_text;
+    EXPECT_FALSE(tarn::table<tarn::grown>::try_open(session, key));
+    EXPECT_EQ(tarn::table<tarn::ldap_conn>::open(session, key).c_table(), table.c_table());
+    EXPECT_EQ(tarn::table<tarn::grown>::open(session, "aaa/shared").name(), "aaa/shared");
 }
 
 TEST_F(Table, FindsWhatWasInserted) {
@@ -73,6 +86,26 @@ TEST_F(Table, ASecondRecordOfAKeyStaysItsOwners) {
     EXPECT_EQ(names(table), (Names{"ldap1", "ldap2"}));
     EXPECT_TRUE(table.erase("ldap2"));
     EXPECT_EQ(blocks(store), before);
+}
+
+TEST_F(Table, ARecordThatIsInDespiteAnErrorBelongsToTheTable) {
+    // The store has a stream, and this session's handle isn't attached to it.
+    kel_handle *attached = nullptr;
+    ASSERT_EQ(kel_handle_create(store.c_store(), 0, &attached), 0U);
+    ASSERT_EQ(kel_replication_attach(attached, tarnbase_table_get_vft), 0U);
+    kel_handle_destroy(attached);
+    kel_table_set_replication(session.c_handle(), KEL_TX_NONE, table.c_table(), 1, 1);
+    {
+        auto record = table.make("ldap1");
+        EXPECT_EQ(thrown_by([&] { table.insert(std::move(record)); }).number(),
+                  static_cast<std::uint32_t>(ENOENT));
+        EXPECT_FALSE(record);  // NOLINT: who owns it is part of the contract
+        EXPECT_FALSE(table.try_insert(table.make("ldap2")));
+    }
+    EXPECT_EQ(names(table), (Names{"ldap1", "ldap2"}));
+    EXPECT_EQ(table.find("ldap1")->key(), "ldap1");
+    kel_table_set_replication(session.c_handle(), KEL_TX_NONE, table.c_table(), 0, 0);
+    EXPECT_EQ(table.erase_if([](const auto &) { return true; }), 2U);
 }
 
 TEST_F(Table, ARecordThatNobodyInsertsIsDestroyed) {

@@ -33,19 +33,24 @@ class basic_table {
 
     // ---- Opening. A table outlives every transaction, so it is opened in none.
 
-    /// Opens the table of this name. Errors: ENOENT there is none; E2BIG the name is too long.
+    /// Opens the table of this name. A name with a '/' is a path, which tables of all kinds
+    /// share: a table of another kind is refused.
+    /// Errors: ENOENT there is none; E2BIG the name is too long; EINVAL the table of this
+    /// path holds other records.
     static result<basic_table> try_open(const session &in, const std::string &name) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
             return Table::open(handle, KEL_TX_NONE, name.c_str(), 1, err);
         });
     }
-    /// Opens the table of this name, or makes it. Errors: E2BIG, ENOMEM.
+    /// Opens the table of this name, or makes it. Errors: E2BIG, EINVAL, ENOMEM.
     static result<basic_table> try_open_or_create(const session &in, const std::string &name) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
             return Table::open(handle, KEL_TX_NONE, name.c_str(), 0, err);
         });
     }
-    /// Opens the table of this id. Error: ENOENT there is none.
+    /// Opens the table of this id. Tables of one kind are found by their ids in one store a
+    /// process, the first one: name the tables of any other store.
+    /// Error: ENOENT there is none.
     static result<basic_table> try_open_id(const session &in, std::uint64_t id) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
             return Table::open_by_id(handle, KEL_TX_NONE, id, 1, err);
@@ -62,10 +67,8 @@ class basic_table {
 
     /// Returns: the name it was opened by; "" if by id.
     std::string_view name() const noexcept {
-        // The store's key for it: the name, a slash and the LUID as text.
-        constexpr std::size_t luid_text_size = 33;
         const std::string_view key = table_->table_name;
-        return key.substr(0, key.size() < luid_text_size ? 0 : key.size() - luid_text_size);
+        return key.substr(0, key.size() - (has_own_key(*table_) ? luid_suffix_size : 0));
     }
     /// Returns: the id it was opened by; 0 if by name.
     std::uint64_t id() const noexcept { return table_->table_id; }
@@ -176,13 +179,16 @@ class basic_table {
         return made;
     }
 
-    /// Puts a record in the table, which owns it from then on. On failure it stays the
-    /// caller's. Errors: EEXIST the key is there for this tenant and source; EINVAL the
-    /// record was moved from.
+    /// Puts a record in the table, which owns it from then on. A record that was refused
+    /// stays the caller's. After any other error the table has it all the same, and `record`
+    /// is false: erase it, or roll back.
+    /// Errors: EEXIST the key is there for this tenant and source; EINVAL the record was
+    /// moved from. The table has the record: ENOMEM its tenant can't be counted; and what
+    /// the replication of an armed table reports.
     result<record_type> try_insert(new_record_type &&record) {
         const std::uint32_t err = enter(record);
         if (err != 0) return detail::make_error(err, inserting, Table::name);
-        return record_type(handle_, record.release());
+        return static_cast<const record_type &>(record);
     }
     /// Takes a record out of the table and destroys it.
     /// Errors: ENOENT it isn't in; EINVAL the table is marked for replication.
@@ -297,7 +303,7 @@ class basic_table {
     /// As try_insert; throws.
     record_type insert(new_record_type &&record) {
         detail::need(enter(record), inserting, Table::name);
-        return {handle_, record.release()};
+        return record;
     }
     /// As try_erase; throws.
     void erase(const record_type &record) {
@@ -336,6 +342,7 @@ class basic_table {
     static constexpr const char *erasing = "erasing from";
     static constexpr const char *reading_wire = "reading the wire form of";
     static constexpr std::size_t luid_size = 16;
+    static constexpr std::size_t luid_suffix_size = 1 + 2 * luid_size;
     static constexpr std::size_t frame_size = KEL_MESSAGE_HEADER_SIZE + luid_size;
 
     template <typename Function>
@@ -356,7 +363,26 @@ class basic_table {
         kel_table *table = open(in.c_handle(), &err);
         if (table == nullptr)
             return detail::make_error(err != 0 ? err : ENOENT, "opening a", Table::name);
+        if (!is_of_this_kind(in.c_handle(), *table))
+            return error(EINVAL, std::string("opening a ") + Table::name +
+                                     ": the table there holds other records");
         return basic_table(in.c_handle(), table);
+    }
+    // Whether the store's key for the table is its name, a slash and the LUID as text; a path
+    // is a key as it stands.
+    static bool has_own_key(const kel_table &table) noexcept {
+        const std::string_view key = table.table_name;
+        return key.size() >= luid_suffix_size &&
+               key.substr(key.size() - luid_suffix_size + 1) == Table::descriptor()->luid_text;
+    }
+    // A key of its own tells the kind, and else the descriptor: the library's, or the store's
+    // own copy of it.
+    static bool is_of_this_kind(kel_handle *handle, const kel_table &table) {
+        if (has_own_key(table)) return true;
+        const kel_type_info *const kind = Table::descriptor();
+        const kel_type_info_copy *const copy =
+            handle->type_map_lookup_hook(handle->type_map, KEL_TX_NONE, kind->luid_text);
+        return table.descriptor == kind || (copy != nullptr && table.descriptor == &copy->info);
     }
 
     static std::uint32_t src(source of) noexcept { return static_cast<std::uint32_t>(of); }
@@ -384,10 +410,12 @@ class basic_table {
         }
         return {handle_, table_, found, {of, false, true}};
     }
-    std::uint32_t enter(const new_record_type &record) {
+    // Gives the record up if the table has it, which is so after some errors too.
+    std::uint32_t enter(new_record_type &record) {
         if (!record) return EINVAL;
         std::uint32_t err = 0;
         Table::insert(handle_, tx_id(), table_, record.c_record(), &err);
+        if (record.c_record()->table != nullptr) record.release();
         return err;
     }
     std::uint32_t remove(kel_record *record) {

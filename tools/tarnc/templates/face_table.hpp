@@ -30,6 +30,9 @@ struct {{table}} {
 
     static constexpr const char *name = "{{table}}";
     static const std::uint8_t *luid() noexcept { return ::table_{{table}}_luid; }
+    static const kel_type_info *descriptor() noexcept {
+        return &::_{{table}}_table_type_info_internal;
+    }
     static constexpr auto open = &::{{table}}_table_open;
     static constexpr auto open_by_id = &::{{table}}_table_open_by_id;
     static constexpr auto free = &::{{table}}_table_free;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from sample.tarn; changes belong there.
-// Of the C++ headers made from the schema: b39054561f90e1420c7b569294abd2a1
+// Of the C++ headers made from the schema: 630246f936cc566ca723de44d093eec6
 #ifndef TARNBASE_TARN_SCHEMA_HPP
 #define TARNBASE_TARN_SCHEMA_HPP
 

@@ -25,6 +25,9 @@ struct tbl_layer_shape {
 
     static constexpr const char *name = "tbl_layer_shape";
     static const std::uint8_t *luid() noexcept { return ::table_tbl_layer_shape_luid; }
+    static const kel_type_info *descriptor() noexcept {
+        return &::_tbl_layer_shape_table_type_info_internal;
+    }
     static constexpr auto open = &::tbl_layer_shape_table_open;
     static constexpr auto open_by_id = &::tbl_layer_shape_table_open_by_id;
     static constexpr auto free = &::tbl_layer_shape_table_free;
