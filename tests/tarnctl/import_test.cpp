@@ -117,6 +117,20 @@ TEST_F(Import, OfARecordThatIsThereFailsOrReplacesOrKeepsIt) {
     EXPECT_TRUE(has(exported(copy), R"("sname":"a","num_conns":2)"));
 }
 
+TEST_F(Import, RefusesATableOfAnotherKindUnderAPath) {
+    ASSERT_EQ(
+        tarnctl({"insert", "--store", copy, "aaa_servers:net/shared", "sname=radius3"}).exit_code,
+        0);
+    const std::string before = exported(copy);
+    std::string document = xml(connection("a", "1"));
+    document.replace(document.find("\"ldap\""), 6, "\"net/shared\"");
+    const Outcome outcome = import(document);
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_TRUE(has(outcome.err, "under the name `net/shared`; expected a tbl_ldap_conn"))
+        << outcome.err;
+    EXPECT_EQ(exported(copy), before);
+}
+
 TEST_F(Import, AsADryRunChangesNothing) {
     const std::string before = exported(copy);
     const Outcome outcome = import(xml(connection("a", "1")), {"--dry-run"});

@@ -55,6 +55,16 @@ TEST_F(Insert, TakesAllFieldsOfAKeyStructure) {
     EXPECT_NE(outcome.out.find("    ipAddr: 192.0.2.3\n"), std::string::npos) << outcome.out;
 }
 
+TEST_F(Insert, RefusesATableOfAnotherKindUnderAPath) {
+    ASSERT_EQ(on_store({"insert", "aaa_servers:net/shared", "sname=radius3"}).exit_code, 0);
+    const Outcome outcome = on_store({"insert", "ldap_conn:net/shared", "sname=new.example"});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_TRUE(holds(outcome.err, store + " holds a tbl_aaa_servers under the name `net/shared`; "
+                                           "expected a tbl_ldap_conn"))
+        << outcome.err;
+    EXPECT_EQ(on_store({"delete", "aaa_servers:net/shared", "radius3"}).exit_code, 0);
+}
+
 TEST_F(Insert, NamesTheKeyFieldThatIsMissing) {
     const Outcome outcome = on_store({"insert", "pexSessionEntry_op", "if_index=3"});
     EXPECT_EQ(outcome.exit_code, 2);

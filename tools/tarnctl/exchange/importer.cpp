@@ -82,6 +82,7 @@ Instance Importer::open(const TableHead &head) {
         throw Failure(Exit::data, fmt::format("{}: the name is too long", current_name_));
     need(block == nullptr && err == 0 ? ENOENT : err,
          fmt::format("making the table {}", current_name_));
+    need_kind(store_, table, *block);
     made_.push_back({&table, block});
     ++counts_.made;
     return made_.back();

@@ -147,6 +147,15 @@ Instance find_instance(const Store &store, const TableReference &reference) {
     throw Failure(Exit::difference, text);
 }
 
+void need_kind(const Store &store, const Table &table, const kel_table &block) {
+    const Table *found = table_of(store, block);
+    if (found == &table) return;
+    throw Failure(Exit::data,
+                  fmt::format("{} holds {} under the name `{}`; expected a {}", store.path(),
+                              found == nullptr ? "another table" : fmt::format("a {}", found->name),
+                              key_of(block), table.name));
+}
+
 Instance find_or_make_instance(const Store &store, const TableReference &reference) {
     const std::vector<Instance> found = meant(store, reference);
     if (!found.empty()) return the_one(found, reference);
@@ -162,6 +171,7 @@ Instance find_or_make_instance(const Store &store, const TableReference &referen
     kel_table *block = table.open(store.handle(), KEL_TX_NONE, name.c_str(), 0, &err);
     need(block == nullptr && err == 0 ? ENOENT : err,
          fmt::format("making the table `{}:{}`", table.name, name));
+    need_kind(store, table, *block);
     return {&table, block};
 }
 

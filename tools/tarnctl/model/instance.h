@@ -54,8 +54,11 @@ std::vector<Instance> instances_of(const Store &store, const Table &table);
 // The instance that is meant. Failure `difference` if the store doesn't hold it, `usage` if it
 // holds several and the reference doesn't say which.
 Instance find_instance(const Store &store, const TableReference &reference);
-// The same, or one that is made: under the reference's name, or else the table's own without
-// "tbl_". A table outlives every transaction, so it is made outside any.
+// Failure `data` if the block, which was opened as `table`, is another table's: a name with a '/'
+// is a path, which tables of all kinds share.
+void need_kind(const Store &store, const Table &table, const kel_table &block);
+// The same as find_instance, or one that is made: under the reference's name, or else the table's
+// own without "tbl_". A table outlives every transaction, so it is made outside any.
 Instance find_or_make_instance(const Store &store, const TableReference &reference);
 
 }  // namespace tarnctl
