@@ -8,6 +8,7 @@ set(TARNBASE_RUNTIME_STORES
   store/descriptor.cpp
   store/error_text.cpp
   store/embedded.cpp
+  store/fallback.cpp
   store/file.cpp
   store/handle.cpp
   store/hooks.cpp
@@ -33,5 +34,6 @@ set(TARNBASE_RUNTIME_STORES
   replication/engine.cpp
   replication/read_cache.cpp
   replication/reader.cpp
+  replication/release.cpp
   replication/ring.cpp)
 list(TRANSFORM TARNBASE_RUNTIME_STORES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -19,8 +19,12 @@ class TableVector {
                           std::uint32_t *err);
 
     TableVector() = default;
+    explicit TableVector(const void *const *slots) : slots_(slots) {}
     explicit operator bool() const { return slots_ != nullptr; }
 
+    const char *table_name() const {
+        return static_cast<const char *>(slots_[1]) + sizeof "table " - 1;
+    }
     void destroy_record(kel_handle *handle, std::uint32_t tx_id, kel_record *record,
                         std::uint32_t *err) const {
         using Function = void (*)(kel_handle *, std::uint32_t, kel_record *, std::uint32_t *);
@@ -31,6 +35,12 @@ class TableVector {
         using Function =
             void (*)(kel_handle *, std::uint32_t, kel_table *, kel_record *, std::uint32_t *);
         slot<Function>(21)(handle, tx_id, table, record, err);
+    }
+    void request_destroy(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                         kel_record *record, std::uint32_t *err) const {
+        using Function =
+            void (*)(kel_handle *, std::uint32_t, kel_table *, kel_record *, std::uint32_t *);
+        slot<Function>(37)(handle, tx_id, table, record, err);
     }
     std::uint32_t marshal(kel_handle *handle, std::uint32_t tx_id, void *buffer,
                           const kel_record *record, std::uint32_t length,
@@ -45,8 +55,6 @@ class TableVector {
     }
 
  private:
-    explicit TableVector(const void *const *slots) : slots_(slots) {}
-
     template <typename Function>
     Function slot(std::size_t index) const {
         return reinterpret_cast<Function>(const_cast<void *>(slots_[index]));
