@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
-#include <sstream>
+#include "cli/help.h"
 
 #include <gtest/gtest.h>
-#include "help/format.h"
+
+#include <sstream>
+
 #include "program.h"
 
 namespace tarnctl_test {
 namespace {
 
-using tarnctl::wrapped;
+using cli::filled;
+using cli::wrapped;
 
-std::vector<CLI::App *> all_commands(CLI::App &program) {
-    std::vector<CLI::App *> all;
-    for (CLI::App *command : program.get_subcommands([](CLI::App *) { return true; })) {
-        if (command->get_group().empty()) continue;
-        const auto inner = command->get_subcommands([](CLI::App *) { return true; });
-        if (inner.empty()) all.push_back(command);
-        all.insert(all.end(), inner.begin(), inner.end());
+std::vector<const cli::Command *> all_commands(const cli::Command &program) {
+    std::vector<const cli::Command *> all;
+    for (const cli::Command &command : program.commands) {
+        if (command.commands.empty()) all.push_back(&command);
+        for (const cli::Command &inner : command.commands) all.push_back(&inner);
     }
     return all;
 }
@@ -25,41 +25,50 @@ std::vector<CLI::App *> all_commands(CLI::App &program) {
 class Help : public testing::Test {
  protected:
     tarnctl::Exit status = tarnctl::Exit::done;
-    std::unique_ptr<CLI::App> program = tarnctl::make_program(status);
+    std::unique_ptr<cli::Command> program = tarnctl::make_program(status);
 };
 
-TEST_F(Help, BreaksTextsAtBlanksBehindTheirHeads) {
+TEST_F(Help, BreaksTextsAtBlanksAfterTheirHeads) {
     EXPECT_EQ(wrapped("  -a", "one two three", 6, 13), "  -a  one two\n      three\n");
     EXPECT_EQ(wrapped("  --longer", "one", 6, 13), "  --longer\n      one\n");
     EXPECT_EQ(wrapped("  -a", "unbreakable", 6, 10), "  -a  unbreakable\n");
 }
 
-TEST_F(Help, OfEveryCommandFitsEightyColumns) {
-    for (CLI::App *command : all_commands(*program)) {
-        std::istringstream lines(command->help("tarnctl " + command->get_name()));
-        for (std::string line; std::getline(lines, line);)
-            EXPECT_LE(line.size(), 80U) << command->get_name() << ": " << line;
+TEST_F(Help, FillsParagraphsAndKeepsLinesThatAreIndented) {
+    EXPECT_EQ(filled("one\ntwo three\n\n  kept  as it is\nfour", 9),
+              "one two\nthree\n\n  kept  as it is\nfour\n");
+    EXPECT_EQ(filled("\none\ntwo", 80), "one two\n");
+}
+
+TEST_F(Help, OfEveryCommandFitsItsWidth) {
+    for (const std::size_t width : {80U, 120U}) {
+        for (const cli::Command *command : all_commands(*program)) {
+            std::istringstream lines(cli::help_of(*command, width));
+            std::size_t longest = 0;
+            for (std::string line; std::getline(lines, line);) {
+                EXPECT_LE(line.size(), width) << command->name << ": " << line;
+                longest = std::max(longest, line.size());
+            }
+            EXPECT_GT(longest, width - 15) << command->name;
+        }
     }
 }
 
 TEST_F(Help, OfEveryCommandHasAnExample) {
-    const std::vector<CLI::App *> commands = all_commands(*program);
+    const std::vector<const cli::Command *> commands = all_commands(*program);
     EXPECT_FALSE(commands.empty());
-    for (const CLI::App *command : commands) {
-        const std::string footer = command->get_footer();
-        EXPECT_NE(footer.find("Example"), std::string::npos) << command->get_name();
-        EXPECT_NE(footer.find("\n  "), std::string::npos) << command->get_name();
+    for (const cli::Command *command : commands) {
+        EXPECT_NE(command->notes.find("Example"), std::string::npos) << command->name;
+        EXPECT_NE(command->notes.find("\n  "), std::string::npos) << command->name;
     }
 }
 
 TEST_F(Help, TellsWhatEveryOptionAndArgumentIs) {
-    for (const CLI::App *command : all_commands(*program)) {
-        EXPECT_FALSE(command->get_description().empty()) << command->get_name();
-        for (const CLI::Option *option : command->get_options()) {
-            EXPECT_FALSE(option->get_description().empty())
-                << command->get_name() << " " << option->get_name();
-            EXPECT_FALSE(option->get_description().ends_with('.'))
-                << command->get_name() << " " << option->get_name();
+    for (const cli::Command *command : all_commands(*program)) {
+        EXPECT_FALSE(command->summary.empty()) << command->name;
+        for (const cli::Option &option : command->options) {
+            EXPECT_FALSE(option.meaning.empty()) << command->name << " " << option.title();
+            EXPECT_FALSE(option.meaning.ends_with('.')) << command->name << " " << option.title();
         }
     }
 }

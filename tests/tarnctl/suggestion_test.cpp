@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "base/suggestion.h"
+#include "cli/suggestion.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 
 namespace {
 
-using tarnctl::edit_distance;
-using tarnctl::nearest;
+using cli::edit_distance;
+using cli::nearest;
 
 TEST(Suggestion, CountsInsertionsLossesReplacementsAndSwaps) {
     EXPECT_EQ(edit_distance("ldap", "ldap"), 0U);

@@ -5,14 +5,25 @@
 
 #include <cstring>
 
-#include "base/suggestion.h"
+#include "cli/suggestion.h"
 
 namespace tarnctl {
+
+std::vector<cli::Status> exit_statuses() {
+    return {{static_cast<int>(Exit::done), "done"},
+            {static_cast<int>(Exit::difference), "nothing was found, or there is a difference"},
+            {static_cast<int>(Exit::usage), "the arguments are wrong"},
+            {static_cast<int>(Exit::data), "data can't be read as what it should be"},
+            {static_cast<int>(Exit::store), "a store or a file can't be used"},
+            {static_cast<int>(Exit::busy),
+             "another process has a transaction open in the store; try again"}};
+}
 
 Failure no_such(Exit code, std::string_view kind, std::string_view name,
                 const std::vector<std::string_view> &known) {
     std::string text = fmt::format("no {} `{}`", kind, name);
-    if (const auto near = nearest(name, known)) text += fmt::format("; did you mean `{}`?", *near);
+    if (const auto near = cli::nearest(name, known))
+        text += fmt::format("; did you mean `{}`?", *near);
     return Failure(code, text);
 }
 

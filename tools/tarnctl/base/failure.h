@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/command.h"
+
 namespace tarnctl {
 
 // What tarnctl exits with.
@@ -19,7 +21,11 @@ enum class Exit : int {
     usage = 2,       // wrong arguments
     data = 3,        // data that can't be read as what it should be
     store = 4,       // a store or a file that can't be used
+    busy = 5,        // another process has a transaction open
 };
+
+// What each of them means, in the words of help and manual.
+std::vector<cli::Status> exit_statuses();
 
 // Thrown by whatever gives a command up; main prints the text and exits with the code.
 class Failure : public std::runtime_error {

@@ -1,41 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The commands. Each is declared by one function in a file of its own, which adds a subcommand to
-// the program with its options, its help and, as its callback, what it does. A callback throws a
-// Failure to end otherwise than well; one that answers by its exit status alone ("nothing found",
-// "the stores differ") stores it through `status`.
+// The commands. Each is declared by one function in a file of its own, which describes it to the
+// program: its arguments and options, its help and, as its action, what it does. An action throws a
+// Failure to end otherwise than well; one that tells its result by the exit status alone ("nothing
+// found", "the stores differ") stores it through `status`.
 #ifndef TARNCTL_COMMANDS_COMMAND_H
 #define TARNCTL_COMMANDS_COMMAND_H
 
-#include <CLI/CLI.hpp>
-#include <cstdint>
-#include <functional>
 #include <string>
+#include <utility>
 
 #include "base/failure.h"
+#include "cli/command.h"
 
 namespace tarnctl {
 
-using Declaration = void (*)(CLI::App &program, Exit &status);
+using Declaration = void (*)(cli::Command &program, Exit &status);
 
-void declare_completion(CLI::App &program, Exit &status);
-void declare_decode(CLI::App &program, Exit &status);
-void declare_delete(CLI::App &program, Exit &status);
-void declare_describe(CLI::App &program, Exit &status);
-void declare_diff(CLI::App &program, Exit &status);
-void declare_export(CLI::App &program, Exit &status);
-void declare_find(CLI::App &program, Exit &status);
-void declare_get(CLI::App &program, Exit &status);
-void declare_import(CLI::App &program, Exit &status);
-void declare_insert(CLI::App &program, Exit &status);
-void declare_manifest(CLI::App &program, Exit &status);
-void declare_minutes(CLI::App &program, Exit &status);
-void declare_set(CLI::App &program, Exit &status);
-void declare_show(CLI::App &program, Exit &status);
-void declare_store(CLI::App &program, Exit &status);
-void declare_tables(CLI::App &program, Exit &status);
-void declare_variants(CLI::App &program, Exit &status);
-void declare_watch(CLI::App &program, Exit &status);
+void declare_completion(cli::Command &program, Exit &status);
+void declare_decode(cli::Command &program, Exit &status);
+void declare_delete(cli::Command &program, Exit &status);
+void declare_describe(cli::Command &program, Exit &status);
+void declare_diff(cli::Command &program, Exit &status);
+void declare_export(cli::Command &program, Exit &status);
+void declare_find(cli::Command &program, Exit &status);
+void declare_get(cli::Command &program, Exit &status);
+void declare_import(cli::Command &program, Exit &status);
+void declare_insert(cli::Command &program, Exit &status);
+void declare_manifest(cli::Command &program, Exit &status);
+void declare_minutes(cli::Command &program, Exit &status);
+void declare_set(cli::Command &program, Exit &status);
+void declare_show(cli::Command &program, Exit &status);
+void declare_store(cli::Command &program, Exit &status);
+void declare_tables(cli::Command &program, Exit &status);
+void declare_variants(cli::Command &program, Exit &status);
+void declare_watch(cli::Command &program, Exit &status);
 
 // The declarations in the order of the help.
 inline constexpr Declaration commands[] = {
@@ -47,15 +46,23 @@ inline constexpr Declaration commands[] = {
 
 // Options that several commands have, with one wording.
 // -s, --store FILE: required; by default the environment's TARNBASE_STORE.
-CLI::Option *add_store_option(CLI::App &command, std::string &path);
+cli::Option &add_store_option(cli::Command &command, std::string &path);
+// The same, for a command that can do without a store.
+cli::Option &add_optional_store_option(cli::Command &command, std::string &path);
 // --json
-CLI::Option *add_json_option(CLI::App &command, bool &json);
-// -t, --tenant NUMBER, from 0 to 65535, and --source NUMBER, from 0 to 255: `take` gets what is
-// given.
-CLI::Option *add_tenant_option(CLI::App &command, std::function<void(uint16_t)> take,
-                               const std::string &meaning);
-CLI::Option *add_source_option(CLI::App &command, std::function<void(uint8_t)> take,
-                               const std::string &meaning);
+cli::Option &add_json_option(cli::Command &command, bool &json);
+// -t, --tenant NUMBER, from 0 to 65535, and --source NUMBER, from 0 to 255, into a number or an
+// optional one.
+template <class Number>
+cli::Option &add_tenant_option(cli::Command &command, Number &tenant, std::string meaning) {
+    return command.option("-t,--tenant", "NUMBER", cli::number_into(tenant, 0, 65535),
+                          std::move(meaning));
+}
+template <class Number>
+cli::Option &add_source_option(cli::Command &command, Number &source, std::string meaning) {
+    return command.option("--source", "NUMBER", cli::number_into(source, 0, 255),
+                          std::move(meaning));
+}
 
 }  // namespace tarnctl
 

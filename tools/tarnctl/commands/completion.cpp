@@ -23,7 +23,7 @@ std::vector<std::string> words_of(std::istream &in) {
     return words;
 }
 
-void answer(const CLI::App &program) {
+void answer(const cli::Command &program) {
     const Completion completion = complete(program, words_of(std::cin));
     std::cout << (completion.files ? "files" : completion.open ? "open" : "words") << '\n';
     for (const Candidate &each : completion.candidates)
@@ -47,23 +47,24 @@ Examples:
 
 }  // namespace
 
-void declare_completion(CLI::App &program, Exit & /*status*/) {
+void declare_completion(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = program.add_subcommand(
-        "completion", "Print a script that completes command lines in a shell");
-    command->add_option("shell", options->shell, "Shell that the script is for")
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}).description(""))
-        ->type_name("bash|zsh|fish");
+    cli::Command &command =
+        program.command("completion", "Print a script that completes command lines in a shell");
+    command.argument("bash|zsh|fish",
+                     cli::one_of({"bash", "zsh", "fish"},
+                                 [options](const std::string &shell) { options->shell = shell; }),
+                     "Shell that the script is for");
     // What the scripts call; no user does.
-    command->add_flag("--candidates", options->candidates, "Answer the words on standard input")
-        ->group("");
-    command->footer(footer);
-    command->callback([options, &program] {
+    command.flag("--candidates", options->candidates, "Answer the words on standard input")
+        .hidden();
+    command.notes = footer;
+    command.action = [options, &program] {
         if (options->candidates) return answer(program);
         if (options->shell.empty())
             throw Failure(Exit::usage, "completion: name the shell: bash, zsh or fish");
         std::cout << script_of(options->shell);
-    });
+    };
 }
 
 }  // namespace tarnctl

@@ -189,23 +189,20 @@ void run(const Options &options, Exit &status) {
 
 }  // namespace
 
-void declare_decode(CLI::App &program, Exit &status) {
+void declare_decode(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("decode", "Show wire bytes, each with what it means");
-    command->add_option("file", options->file, "File of wire bytes; standard input by default")
-        ->type_name("FILE");
-    command
-        ->add_option("--as", options->as,
-                     "What the bytes are: records of this table whatever LUID they carry, or "
-                     "objects of this structure")
-        ->type_name("TABLE|TYPE");
-    command->add_flag("--key", options->key, "The bytes are keys of the table named with --as");
-    CLI::Option *hex = command->add_flag("--hex", options->hex, "The input is hexadecimal text");
-    command->add_flag("--binary", options->binary, "The input is bytes")->excludes(hex);
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options, &status] { run(*options, status); });
+    cli::Command &command = program.command("decode", "Show wire bytes, each with what it means");
+    command.argument("FILE", cli::into(options->file),
+                     "File of wire bytes; standard input by default");
+    command.option("--as", "TABLE|TYPE", cli::into(options->as),
+                   "What the bytes are: records of this table whatever LUID they carry, or "
+                   "objects of this structure");
+    command.flag("--key", options->key, "The bytes are keys of the table named with --as");
+    command.flag("--hex", options->hex, "The input is hexadecimal text");
+    command.flag("--binary", options->binary, "The input is bytes").excludes("hex");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options, &status] { run(*options, status); };
 }
 
 }  // namespace tarnctl

@@ -14,10 +14,6 @@ engine alone takes them out. Batches are written as for insert.
 
 --json prints what insert --json prints.
 
-Exit status: 0 done; 1 there is no such record; 2 wrong arguments; 3 a value
-that can't be read; 4 a store that can't be used, or a table that is marked for
-replication.
-
 Examples:
   tarnctl delete ldap_conn ldap1.example.net --store net.store
   tarnctl delete ldap_conn --where num_conns=0 --dry-run --store net.store
@@ -25,7 +21,7 @@ Examples:
 
 }  // namespace
 
-void declare_delete(CLI::App &program, Exit & /*status*/) {
+void declare_delete(cli::Command &program, Exit & /*status*/) {
     declare_writing(program,
                     {Verb::erase, "delete", "Delete records, or do a batch of orders", footer});
 }

@@ -7,6 +7,7 @@
 
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <variant>
 
 #include "commands/command.h"
@@ -66,18 +67,17 @@ Examples:
 
 }  // namespace
 
-void declare_describe(CLI::App &program, Exit & /*status*/) {
+void declare_describe(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("describe", "Describe a table, a type, an enumeration or a value");
+    cli::Command &command =
+        program.command("describe", "Describe a table, a type, an enumeration or a value");
     command
-        ->add_option("name", options->name,
-                     "A table, with or without tbl_, or a type of the schema or of its fields")
-        ->required()
-        ->type_name("TABLE|TYPE");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options] { run(*options); });
+        .argument("TABLE|TYPE", cli::into(options->name),
+                  "A table, with or without tbl_, or a type of the schema or of its fields")
+        .required();
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options] { run(*options); };
 }
 
 }  // namespace tarnctl

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "base/quiet.h"
 #include "commands/command.h"
@@ -27,9 +28,6 @@ and below it a line for each field.
 "changes": [...], "counts": {"inserted", "changed", "deleted"}}, with a change
 of a record in the form that set --dry-run --json has; the words are those of
 what makes A into B.
-
-Exit status: 0 A and B hold the same; 1 they differ; 2 wrong arguments; 3 a
-document can't be read; 4 a store or a file can't be used.
 
 Examples:
   tarnctl diff old.store net.store
@@ -180,27 +178,19 @@ void run(const Options &options, Exit &status) {
 
 }  // namespace
 
-void declare_diff(CLI::App &program, Exit &status) {
+void declare_diff(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("diff", "Compare two stores, or a store and an export");
-    command->add_option("a", options->a, "Store file or export")->required()->type_name("A");
-    command->add_option("b", options->b, "What it is compared with")->required()->type_name("B");
-    command
-        ->add_option("-t,--table", options->tables,
-                     "Compare this table alone; may be given several times")
-        ->allow_extra_args(false)
-        ->type_name("TABLE");
-    command
-        ->add_option(
-            "--ignore", options->ignored,
-            "Let this field differ, with all that is inside it; may be given several times")
-        ->allow_extra_args(false)
-        ->type_name("FIELD");
-    command->add_flag("-q,--brief", options->brief, "Only tell whether they differ");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options, &status] { run(*options, status); });
+    cli::Command &command = program.command("diff", "Compare two stores, or a store and an export");
+    command.argument("A", cli::into(options->a), "Store file or export").required();
+    command.argument("B", cli::into(options->b), "What it is compared with").required();
+    command.option("-t,--table", "TABLE", cli::into(options->tables),
+                   "Compare this table alone; may be given several times");
+    command.option("--ignore", "FIELD", cli::into(options->ignored),
+                   "Let this field differ, with all that is inside it; may be given several times");
+    command.flag("-q,--brief", options->brief, "Only tell whether they differ");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options, &status] { run(*options, status); };
 }
 
 }  // namespace tarnctl

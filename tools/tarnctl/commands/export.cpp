@@ -102,25 +102,20 @@ void run(const Options &options) {
 
 }  // namespace
 
-void declare_export(CLI::App &program, Exit & /*status*/) {
+void declare_export(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("export", "Write the records of a store as XML, JSON or frames");
-    add_store_option(*command, options->store);
-    command
-        ->add_option("table", options->tables,
-                     "Table to export, each instance of it unless one is named; all by default")
-        ->type_name("TABLE");
-    command
-        ->add_option("-f,--format", options->format,
-                     "Form of the document: xml, json or frames; by default that of the file's "
-                     "suffix, else xml")
-        ->transform(CLI::CheckedTransformer(format_names))
-        ->type_name("FORM");
-    command->add_option("-o,--output", options->output, "File to write; standard output by default")
-        ->type_name("FILE");
-    command->footer(footer);
-    command->callback([options] { run(*options); });
+    cli::Command &command =
+        program.command("export", "Write the records of a store as XML, JSON or frames");
+    add_store_option(command, options->store);
+    command.argument("TABLE", cli::into(options->tables),
+                     "Table to export, each instance of it unless one is named; all by default");
+    command.option("-f,--format", "FORM", cli::one_of(format_names, options->format),
+                   "Form of the document: xml, json or frames; by default that of the file's "
+                   "suffix, else xml");
+    command.option("-o,--output", "FILE", cli::into(options->output),
+                   "File to write; standard output by default");
+    command.notes = footer;
+    command.action = [options] { run(*options); };
 }
 
 }  // namespace tarnctl

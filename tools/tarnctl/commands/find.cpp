@@ -63,29 +63,27 @@ The forms of the output are those of `tarnctl show`.
 Examples:
   tarnctl find ldap_conn sname=ldap1.example.net --store net.store
   tarnctl find ldap_conn 'num_conns>=2' 'sname~*.example' --store net.store
-  tarnctl find ldap_conn 'num_conns>2' --count --store net.store
-
-Exit status: 0 found; 1 nothing found; 2 no such field; 3 a value that the field
-can't have.)";
+  tarnctl find ldap_conn 'num_conns>2' --count --store net.store)";
 
 }  // namespace
 
-void declare_find(CLI::App &program, Exit &status) {
+void declare_find(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("find", "Find the records of a table that fulfil conditions");
-    command->add_option("table", options->table, "The table, or one of several as TABLE:NAME")
-        ->required()
-        ->type_name("TABLE");
-    command->add_option("condition", options->selection.conditions, "What must hold of a record")
-        ->required()
-        ->type_name("FIELD=VALUE");
-    add_store_option(*command, options->store);
-    command->add_flag("--count", options->count, "Print how many there are, and nothing else");
-    add_selection_options(*command, options->selection);
-    add_form_options(*command, options->form);
-    command->footer(footer);
-    command->callback([options, &status] { run(*options, status); });
+    cli::Command &command =
+        program.command("find", "Find the records of a table that fulfil conditions");
+    command
+        .argument("TABLE", cli::into(options->table), "The table, or one of several as TABLE:NAME")
+        .required();
+    command
+        .argument("FIELD=VALUE", cli::into(options->selection.conditions),
+                  "What must hold of a record")
+        .required();
+    add_store_option(command, options->store);
+    command.flag("--count", options->count, "Print how many there are, and nothing else");
+    add_selection_options(command, options->selection);
+    add_form_options(command, options->form);
+    command.notes = footer;
+    command.action = [options, &status] { run(*options, status); };
 }
 
 }  // namespace tarnctl

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "base/suggestion.h"
+#include "cli/suggestion.h"
 #include "commands/command.h"
 #include "listing/key_words.h"
 #include "listing/options.h"
@@ -44,7 +44,7 @@ std::string suggestion(const Store &store, const Instance &instance, const Key &
     });
     if (!elsewhere.empty()) return fmt::format("; there is one of {}", elsewhere);
     const std::vector<std::string_view> known(keys.begin(), keys.end());
-    if (const auto near = nearest(key.text(), known))
+    if (const auto near = cli::nearest(key.text(), known))
         return fmt::format("; did you mean `{}`?", *near);
     for (const bool forward : {true, false}) {
         const Record near = find_nearest(store, instance, key, options.source, forward);
@@ -107,45 +107,38 @@ columns as members.
 Examples:
   tarnctl get ldap_conn ldap1.example.net --store net.store
   tarnctl get ldap_conn ldap1.example.net --field num_conns --store net.store
-  tarnctl get ldap_conn b.exam --nearest --json --store net.store
+  tarnctl get ldap_conn b.exam --nearest --json --store net.store)";
 
-Exit status: 0 found; 1 no such record, or no such table in the store; 2 no such
-field; 3 a value that the key can't have.)";
-
-void add_place_options(CLI::App &command, Options &options) {
-    add_tenant_option(
-        command, [&options](uint16_t tenant) { options.tenant = tenant; },
-        "The record's tenant; by default 0");
-    add_source_option(
-        command, [&options](uint8_t source) { options.source = source; },
-        "The record's source; by default 1");
-    CLI::Option *nearest = command.add_flag("--nearest", options.nearest,
-                                            "If there is none of this key, the next one behind it");
+void add_place_options(cli::Command &command, Options &options) {
+    add_tenant_option(command, options.tenant, "The record's tenant; by default 0");
+    add_source_option(command, options.source, "The record's source; by default 1");
+    command.flag("--nearest", options.nearest,
+                 "If there is none of this key, the next one behind it");
     command
-        .add_flag("--before", options.before,
-                  "If there is none of this key, the nearest one before it")
-        ->excludes(nearest);
+        .flag("--before", options.before, "If there is none of this key, the nearest one before it")
+        .excludes("nearest");
 }
 
 }  // namespace
 
-void declare_get(CLI::App &program, Exit & /*status*/) {
+void declare_get(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = program.add_subcommand("get", "Show one record of a table by its key");
-    command->add_option("table", options->table, "The table, or one of several as TABLE:NAME")
-        ->required()
-        ->type_name("TABLE");
-    command->add_option("key", options->key, "The values of the key")->required()->type_name("KEY");
-    add_store_option(*command, options->store);
-    add_place_options(*command, *options);
-    add_form_options(*command, options->form);
-    command->add_option("--field", options->field, "Print this field's value and nothing else")
-        ->excludes("--format")
-        ->excludes("--json")
-        ->excludes("--columns")
-        ->type_name("FIELD");
-    command->footer(footer);
-    command->callback([options] { run(*options); });
+    cli::Command &command = program.command("get", "Show one record of a table by its key");
+    command
+        .argument("TABLE", cli::into(options->table), "The table, or one of several as TABLE:NAME")
+        .required();
+    command.argument("KEY", cli::into(options->key), "The values of the key").required();
+    add_store_option(command, options->store);
+    add_place_options(command, *options);
+    add_form_options(command, options->form);
+    command
+        .option("--field", "FIELD", cli::into(options->field),
+                "Print this field's value and nothing else")
+        .excludes("format")
+        .excludes("json")
+        .excludes("columns");
+    command.notes = footer;
+    command.action = [options] { run(*options); };
 }
 
 }  // namespace tarnctl

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "base/quiet.h"
@@ -29,9 +30,7 @@ is cut off, is never passed over.
 "made", "dry_run"}; "inserted" counts the records that are in the store now and
 weren't, or were others, "made" the tables that were made.
 
-Exit status: 0 all was taken; 1 the document lacks a table of --table; 2 wrong
-arguments; 3 something can't be read, or was passed over; 4 the store or the
-file can't be used.
+With --skip-bad the exit status is 3 if a record was passed over.
 
 Examples:
   tarnctl import --store net.store net.xml
@@ -119,50 +118,39 @@ void run(const Options &options, Exit &status) {
     if (importer.counts().skipped > 0) status = Exit::data;
 }
 
-void add_input_options(CLI::App &command, Options &options) {
-    command.add_option("-s,--store,--into", options.store, "Store file to import into")
-        ->envname("TARNBASE_STORE")
-        ->required()
-        ->type_name("FILE");
-    command.add_option("document", options.input, "Document to read; - is standard input")
-        ->required()
-        ->type_name("FILE");
+void add_input_options(cli::Command &command, Options &options) {
     command
-        .add_option("-f,--format", options.format,
-                    "Form of the document: xml, json or frames; by default its first bytes tell")
-        ->transform(CLI::CheckedTransformer(format_names))
-        ->type_name("FORM");
-    command
-        .add_option("-t,--table", options.tables,
-                    "Take the records of this table alone; may be given several times")
-        ->allow_extra_args(false)
-        ->type_name("TABLE");
+        .option("-s,--store,--into", "FILE", cli::into(options.store), "Store file to import into")
+        .environment("TARNBASE_STORE")
+        .required();
+    command.argument("FILE", cli::into(options.input), "Document to read; - is standard input")
+        .required();
+    command.option("-f,--format", "FORM", cli::one_of(format_names, options.format),
+                   "Form of the document: xml, json or frames; by default its first bytes tell");
+    command.option("-t,--table", "TABLE", cli::into(options.tables),
+                   "Take the records of this table alone; may be given several times");
 }
 
 }  // namespace
 
-void declare_import(CLI::App &program, Exit &status) {
+void declare_import(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("import", "Put the records of an export into a store");
-    add_input_options(*command, *options);
+    cli::Command &command = program.command("import", "Put the records of an export into a store");
+    add_input_options(command, *options);
     const std::map<std::string, OnConflict> conflicts = {
         {"fail", OnConflict::fail}, {"replace", OnConflict::replace}, {"keep", OnConflict::keep}};
-    command
-        ->add_option("--on-conflict", options->on_conflict,
-                     "What becomes of a record whose tenant, key and source the store has already: "
-                     "fail (the default), replace the store's, or keep it")
-        ->transform(CLI::CheckedTransformer(conflicts))
-        ->type_name("POLICY");
-    command->add_flag("--skip-bad", options->skip_bad,
-                      "Tell what is wrong with records that can't be read, and pass over them");
-    command->add_flag("--lenient", options->lenient,
-                      "Pass over elements, members and attributes that this program doesn't know");
-    command->add_flag("-n,--dry-run", options->dry_run,
-                      "Do all of it, and take it back: nothing is changed");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options, &status] { run(*options, status); });
+    command.option("--on-conflict", "POLICY", cli::one_of(conflicts, options->on_conflict),
+                   "What becomes of a record whose tenant, key and source the store has already: "
+                   "fail (the default), replace the store's, or keep it");
+    command.flag("--skip-bad", options->skip_bad,
+                 "Tell what is wrong with records that can't be read, and pass over them");
+    command.flag("--lenient", options->lenient,
+                 "Pass over elements, members and attributes that this program doesn't know");
+    command.flag("-n,--dry-run", options->dry_run,
+                 "Do all of it, and take it back: nothing is changed");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options, &status] { run(*options, status); };
 }
 
 }  // namespace tarnctl

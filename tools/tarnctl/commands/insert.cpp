@@ -24,9 +24,7 @@ comment. If one order can't be carried out, none is, and the line is named.
 {"change", "table", "tenant", "source", "key", "fields"} with {"old", "new"}
 for each field.
 
-Exit status: 0 done; 1 a record that is to be set or deleted isn't there; 2
-wrong arguments; 3 a value that can't be read, a line of a batch that can't, or
-a key that the table has already; 4 a store that can't be used.
+A key that the table has already is an error of exit status 3.
 
 Examples:
   tarnctl insert ldap_conn sname=ldap9.example.net num_conns=3 --store net.store
@@ -35,7 +33,7 @@ Examples:
 
 }  // namespace
 
-void declare_insert(CLI::App &program, Exit & /*status*/) {
+void declare_insert(cli::Command &program, Exit & /*status*/) {
     declare_writing(program,
                     {Verb::insert, "insert", "Insert a record, or do a batch of orders", footer});
 }

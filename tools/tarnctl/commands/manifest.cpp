@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "catalogue/catalogue.h"
 #include "commands/command.h"
@@ -90,30 +91,27 @@ Items are recognised by their LUID. An item that this program doesn't know has
 no name; it is new, or an item of this program was changed: then that one is
 gone.
 
-Exit status: 0 the schema is this program's; 1 it differs; 3 the file has no
-manifest, or it can't be read; 4 there is no such file.
-
 Examples:
   tarnctl manifest /usr/lib/x86_64-linux-gnu/libtarnbase.so.1
   tarnctl manifest --changes --json build/libtarnbase.so)";
 
 }  // namespace
 
-void declare_manifest(CLI::App &program, Exit &status) {
+void declare_manifest(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = program.add_subcommand(
+    cli::Command &command = program.command(
         "manifest", "Show the schema of a library file, checked against this program's");
-    command->add_option("file", options->path, "Library file")->required()->type_name("FILE");
-    command->add_flag("--changes", options->changes, "Show only the items that differ");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options, &status] {
+    command.argument("FILE", cli::into(options->path), "Library file").required();
+    command.flag("--changes", options->changes, "Show only the items that differ");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options, &status] {
         const Manifest manifest = read_manifest(options->path);
         std::vector<Comparison> items = compare_with_own(manifest);
         if (count_differences(items) > 0) status = Exit::difference;
         if (options->json) print_json(*options, manifest, items);
         else print_text(*options, manifest, items);
-    });
+    };
 }
 
 }  // namespace tarnctl

@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "commands/command.h"
 #include "figures/chart.h"
@@ -49,8 +50,7 @@ struct Options {
     std::string field;
     std::string output;
     std::string size = "960x320";
-    Drawing drawing = Drawing::line;
-    bool drawing_given = false;
+    std::optional<Drawing> drawing;
     uint8_t source = KEL_SOURCE_DEFAULT;
     uint16_t tenant = 0;
     bool json = false;
@@ -108,7 +108,7 @@ std::pair<int, int> size_of(const std::string &text) {
 }
 
 Drawing drawing_of(const Options &options) {
-    if (options.drawing_given) return options.drawing;
+    if (options.drawing) return *options.drawing;
     if (options.output.ends_with(".svg")) return Drawing::svg;
     return options.output.ends_with(".png") ? Drawing::png : Drawing::line;
 }
@@ -160,40 +160,33 @@ void write(const std::string &path, const std::string &bytes) {
 
 }  // namespace
 
-void declare_minutes(CLI::App &program, Exit & /*status*/) {
+void declare_minutes(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("minutes", "Draw the 1440 figures of a day of a record");
-    add_store_option(*command, options->store);
-    command->add_option("table", options->table, "Table with figures by the minute")
-        ->required()
-        ->type_name("TABLE");
-    command->add_option("key", options->key, "Values of the record's key, in the order of the key")
-        ->required()
-        ->type_name("KEY");
-    command->add_option("--field", options->field, "Field to draw; the first of 1440 figures")
-        ->type_name("FIELD");
-    CLI::Option *as =
-        command->add_option("--as", options->drawing, "What to draw: line, heatmap, svg or png")
-            ->transform(CLI::CheckedTransformer(drawings, CLI::ignore_case))
-            ->type_name("DRAWING");
-    command->add_option("-o,--output", options->output, "File to write; standard output otherwise")
-        ->type_name("FILE");
-    command->add_option("--size", options->size, "Measures of a picture in pixels")
-        ->type_name("WIDTHxHEIGHT");
-    add_tenant_option(
-        *command, [options](uint16_t tenant) { options->tenant = tenant; },
-        "Tenant of the record; 0 by default");
-    add_source_option(
-        *command, [options](uint8_t source) { options->source = source; },
-        "Source of the record; 1 by default");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options, as] {
-        options->drawing_given = as->count() > 0;
+    cli::Command &command =
+        program.command("minutes", "Draw the 1440 figures of a day of a record");
+    add_store_option(command, options->store);
+    command.argument("TABLE", cli::into(options->table), "Table with figures by the minute")
+        .required();
+    command
+        .argument("KEY", cli::into(options->key),
+                  "Values of the record's key, in the order of the key")
+        .required();
+    command.option("--field", "FIELD", cli::into(options->field),
+                   "Field to draw; the first of 1440 figures");
+    command.option("--as", "DRAWING", cli::one_of(drawings, options->drawing),
+                   "What to draw: line, heatmap, svg or png");
+    command.option("-o,--output", "FILE", cli::into(options->output),
+                   "File to write; standard output otherwise");
+    command.option("--size", "WIDTHxHEIGHT", cli::into(options->size),
+                   "Measures of a picture in pixels");
+    add_tenant_option(command, options->tenant, "Tenant of the record; 0 by default");
+    add_source_option(command, options->source, "Source of the record; 1 by default");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options] {
         const Day day = read_day(*options);
         write(options->output, options->json ? json_of(day) : drawn(day, *options));
-    });
+    };
 }
 
 }  // namespace tarnctl

@@ -1,38 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <utility>
-
 #include "commands/command.h"
 
 namespace tarnctl {
 
-CLI::Option *add_store_option(CLI::App &command, std::string &path) {
-    return command.add_option("-s,--store", path, "Store file")
-        ->envname("TARNBASE_STORE")
-        ->required()
-        ->type_name("FILE");
+cli::Option &add_store_option(cli::Command &command, std::string &path) {
+    return add_optional_store_option(command, path).required();
 }
 
-CLI::Option *add_json_option(CLI::App &command, bool &json) {
-    return command.add_flag("--json", json, "Print JSON");
+cli::Option &add_optional_store_option(cli::Command &command, std::string &path) {
+    return command.option("-s,--store", "FILE", cli::into(path), "Store file")
+        .environment("TARNBASE_STORE");
 }
 
-CLI::Option *add_tenant_option(CLI::App &command, std::function<void(uint16_t)> take,
-                               const std::string &meaning) {
-    return command.add_option_function<uint16_t>("-t,--tenant", std::move(take), meaning)
-        ->check(CLI::Range(0, 65535).description(""))
-        ->type_name("NUMBER");
-}
-
-// Read as a number: a byte would be read as a character.
-CLI::Option *add_source_option(CLI::App &command, std::function<void(uint8_t)> take,
-                               const std::string &meaning) {
-    return command
-        .add_option_function<unsigned>(
-            "--source",
-            [take = std::move(take)](unsigned source) { take(static_cast<uint8_t>(source)); },
-            meaning)
-        ->check(CLI::Range(0, 255).description(""))
-        ->type_name("NUMBER");
+cli::Option &add_json_option(cli::Command &command, bool &json) {
+    return command.flag("--json", json, "Print JSON");
 }
 
 }  // namespace tarnctl

@@ -16,9 +16,7 @@ change that.
 
 --json prints what insert --json prints.
 
-Exit status: 0 done; 1 there is no such record; 2 wrong arguments; 3 a value
-that can't be read, or a field that the record's object is too old for; 4 a
-store that can't be used.
+A field that the record's object is too old for is an error of exit status 3.
 
 Examples:
   tarnctl set ldap_conn ldap1.example.net num_conns=8 --store net.store
@@ -27,7 +25,7 @@ Examples:
 
 }  // namespace
 
-void declare_set(CLI::App &program, Exit & /*status*/) {
+void declare_set(cli::Command &program, Exit & /*status*/) {
     declare_writing(program,
                     {Verb::set, "set", "Set fields of records, or do a batch of orders", footer});
 }

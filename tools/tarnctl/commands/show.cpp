@@ -43,27 +43,23 @@ Examples:
   tarnctl show ldap_conn --where 'num_conns>2' --store net.store
   tarnctl show ldap_conn --columns sname,num_conns --json --store net.store
 
-Exit status: 0 also if the table has no records; 1 the store holds no such
-table.)";
+A table without records is no error.)";
 
 }  // namespace
 
-void declare_show(CLI::App &program, Exit & /*status*/) {
+void declare_show(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = program.add_subcommand("show", "Show the records of a table in key order");
-    command->add_option("table", options->table, "The table, or one of several as TABLE:NAME")
-        ->required()
-        ->type_name("TABLE");
-    add_store_option(*command, options->store);
+    cli::Command &command = program.command("show", "Show the records of a table in key order");
     command
-        ->add_option("-w,--where", options->selection.conditions,
-                     "Only the records that fulfil this; can be given several times")
-        ->allow_extra_args(false)
-        ->type_name("FIELD=VALUE");
-    add_selection_options(*command, options->selection);
-    add_form_options(*command, options->form);
-    command->footer(footer);
-    command->callback([options] { run(*options); });
+        .argument("TABLE", cli::into(options->table), "The table, or one of several as TABLE:NAME")
+        .required();
+    add_store_option(command, options->store);
+    command.option("-w,--where", "FIELD=VALUE", cli::into(options->selection.conditions),
+                   "Only the records that fulfil this; can be given several times");
+    add_selection_options(command, options->selection);
+    add_form_options(command, options->form);
+    command.notes = footer;
+    command.action = [options] { run(*options); };
 }
 
 }  // namespace tarnctl

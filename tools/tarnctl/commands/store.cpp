@@ -6,6 +6,7 @@
 #include <charconv>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "base/size.h"
 #include "commands/command.h"
@@ -137,59 +138,53 @@ void inform(const Options &options) {
     else print_text(options.path, info);
 }
 
-void declare_create(CLI::App &group) {
+void declare_create(cli::Command &group) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = group.add_subcommand("create", "Make a store file");
-    command->add_option("file", options->path, "File to make; it must not be there")
-        ->required()
-        ->type_name("FILE");
-    command
-        ->add_option("--capacity", options->capacity,
-                     "What the store may grow to, in bytes or with K, M, G or T behind the number; "
-                     "64G by default")
-        ->type_name("SIZE");
-    command
-        ->add_option("--base", options->base,
-                     "Address at which every process maps the store, in hexadecimal; chosen by "
-                     "the runtime by default")
-        ->type_name("ADDRESS");
-    command->add_flag("--types", options->types,
-                      "Enter the descriptors of all types at once, not with the first record");
-    command->footer(
+    cli::Command &command = group.command("create", "Make a store file");
+    command.argument("FILE", cli::into(options->path), "File to make; it must not be there")
+        .required();
+    command.option("--capacity", "SIZE", cli::into(options->capacity),
+                   "What the store may grow to, in bytes or with K, M, G or T behind the number; "
+                   "64G by default");
+    command.option("--base", "ADDRESS", cli::into(options->base),
+                   "Address at which every process maps the store, in hexadecimal; chosen by "
+                   "the runtime by default");
+    command.flag("--types", options->types,
+                 "Enter the descriptors of all types at once, not with the first record");
+    command.notes =
         "The file takes as much of the disk as is in use; the capacity is a range of\n"
         "addresses.\n\n"
         "Examples:\n"
         "  tarnctl store create net.store\n"
-        "  tarnctl store create --capacity 512M --types net.store");
-    command->callback([options] { create(*options); });
+        "  tarnctl store create --capacity 512M --types net.store";
+    command.action = [options] { create(*options); };
 }
 
-void declare_info(CLI::App &group) {
+void declare_info(cli::Command &group) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        group.add_subcommand("info", "Show size, fill, types, transactions and tables");
-    command->add_option("-s,--store,file", options->path, "Store file")
-        ->envname("TARNBASE_STORE")
-        ->required()
-        ->type_name("FILE");
-    add_json_option(*command, options->json);
-    command->footer(
+    cli::Command &command =
+        group.command("info", "Show size, fill, types, transactions and tables");
+    command.argument("FILE", cli::into(options->path), "Store file")
+        .named("-s,--store")
+        .environment("TARNBASE_STORE")
+        .required();
+    add_json_option(command, options->json);
+    command.notes =
         "The size is that of the file; what is in use is what its blocks take, in their\n"
         "size classes. Types are the descriptors that the store keeps for all processes.\n\n"
         "Examples:\n"
         "  tarnctl store info net.store\n"
-        "  tarnctl store info --json net.store");
-    command->callback([options] { inform(*options); });
+        "  tarnctl store info --json net.store";
+    command.action = [options] { inform(*options); };
 }
 
 }  // namespace
 
-void declare_store(CLI::App &program, Exit & /*status*/) {
-    CLI::App *group = program.add_subcommand("store", "Make a store file, or show how one stands");
-    group->require_subcommand(1);
-    group->footer("Example:\n  tarnctl store create net.store");
-    declare_create(*group);
-    declare_info(*group);
+void declare_store(cli::Command &program, Exit & /*status*/) {
+    cli::Command &group = program.command("store", "Make a store file, or show how one stands");
+    group.notes = "Example:\n  tarnctl store create net.store";
+    declare_create(group);
+    declare_info(group);
 }
 
 }  // namespace tarnctl

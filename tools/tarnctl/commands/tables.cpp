@@ -6,6 +6,7 @@
 
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "commands/command.h"
@@ -180,18 +181,16 @@ Examples:
 
 }  // namespace
 
-void declare_tables(CLI::App &program, Exit & /*status*/) {
+void declare_tables(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = program.add_subcommand("tables", "List the tables and what they hold");
-    command
-        ->add_option("pattern", options->pattern,
-                     "Tables to list, by name with or without tbl_; all by default")
-        ->type_name("PATTERN");
-    add_store_option(*command, options->store)->required(false);
-    command->add_flag("--open", options->open, "List only the tables that are open in the store");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options] { run(*options); });
+    cli::Command &command = program.command("tables", "List the tables and what they hold");
+    command.argument("PATTERN", cli::into(options->pattern),
+                     "Tables to list, by name with or without tbl_; all by default");
+    add_optional_store_option(command, options->store);
+    command.flag("--open", options->open, "List only the tables that are open in the store");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options] { run(*options); };
 }
 
 }  // namespace tarnctl

@@ -5,6 +5,7 @@
 
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "commands/command.h"
 #include "model/json.h"
@@ -98,19 +99,19 @@ Examples:
 
 }  // namespace
 
-void declare_variants(CLI::App &program, Exit & /*status*/) {
+void declare_variants(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("variants", "Show how many objects of each variant there are");
-    add_store_option(*command, options->store)->required(false);
-    command->add_flag("-a,--all", options->all, "Show variants of which there never was an object");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options] {
+    cli::Command &command =
+        program.command("variants", "Show how many objects of each variant there are");
+    add_optional_store_option(command, options->store);
+    command.flag("-a,--all", options->all, "Show variants of which there never was an object");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options] {
         const Answer answer = answer_of(*options);
         if (options->json) print_json(answer);
         else print_text(answer, !options->store.empty());
-    });
+    };
 }
 
 }  // namespace tarnctl

@@ -10,7 +10,9 @@
 #include <csignal>
 #include <ctime>
 #include <iostream>
+#include <limits>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
@@ -199,9 +201,8 @@ two transactions can't be read, and is waited for.
 --json prints one object a line: {"time", "change", "table", "tenant",
 "source", "key", "fields"}, as insert --json lists them, with the time in UTC.
 
-Exit status: 0 ended by a signal, by --timeout or by --count; 1 --timeout came
-before --count changes, or the store holds no such table; 2 wrong arguments; 4
-a store that can't be used.
+The exit status is 0 when a signal, --timeout or --count ends it, and 1 when
+--timeout comes before --count changes.
 
 Examples:
   tarnctl watch ldap_conn --store net.store
@@ -210,35 +211,31 @@ Examples:
 
 }  // namespace
 
-void declare_watch(CLI::App &program, Exit &status) {
+void declare_watch(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command =
-        program.add_subcommand("watch", "Print the changes of records until interrupted");
-    add_store_option(*command, options->store);
-    command->add_option("table", options->tables, "Tables to watch")->type_name("TABLE");
-    command->add_flag("--all", options->all, "Watch all tables of the store");
-    command
-        ->add_option("--interval", options->interval,
-                     "Milliseconds between two looks, 1 to 3600000; 500 by default")
-        ->check(CLI::Range(1U, 3600000U))
-        ->type_name("MS");
-    command->add_option("--count", options->count, "End after so many changes of records")
-        ->check(CLI::PositiveNumber)
-        ->type_name("N");
-    command->add_option("--timeout", options->timeout, "End after so many seconds")
-        ->check(CLI::PositiveNumber)
-        ->type_name("S");
-    command->add_flag("--committed", options->committed,
-                      "Look only when a transaction has ended since the last look");
-    command->add_flag("--no-time", options->no_time, "Leave out the time");
-    command->add_flag("-v,--verbose", options->verbose,
-                      "Tell on standard error when watching begins, and how many changes there "
-                      "were");
-    add_json_option(*command, options->json);
-    command->footer(footer);
-    command->callback([options, &status] {
+    cli::Command &command =
+        program.command("watch", "Print the changes of records until interrupted");
+    add_store_option(command, options->store);
+    command.argument("TABLE", cli::into(options->tables), "Tables to watch");
+    command.flag("--all", options->all, "Watch all tables of the store");
+    command.option("--interval", "MS", cli::number_into(options->interval, 1, 3600000),
+                   "Milliseconds between two looks, 1 to 3600000; 500 by default");
+    command.option("--count", "N",
+                   cli::number_into(options->count, 1, std::numeric_limits<uint64_t>::max()),
+                   "End after so many changes of records");
+    command.option("--timeout", "S", cli::seconds_into(options->timeout, 0.001, 1e9),
+                   "End after so many seconds");
+    command.flag("--committed", options->committed,
+                 "Look only when a transaction has ended since the last look");
+    command.flag("--no-time", options->no_time, "Leave out the time");
+    command.flag("-v,--verbose", options->verbose,
+                 "Tell on standard error when watching begins, and how many changes there "
+                 "were");
+    add_json_option(command, options->json);
+    command.notes = footer;
+    command.action = [options, &status] {
         if (!run(*options)) status = Exit::difference;
-    });
+    };
 }
 
 }  // namespace tarnctl

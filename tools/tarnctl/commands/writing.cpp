@@ -7,8 +7,10 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <utility>
 
+#include "cli/parser.h"
 #include "commands/command.h"
 #include "edit/batch.h"
 #include "edit/change.h"
@@ -28,43 +30,40 @@ struct Options {
     bool json = false;
 };
 
-// Reads the lines of a batch with the same parser of arguments as the command line.
+// Reads the lines of a batch: the commands insert, set and delete with the arguments and the
+// options that choose records, and no others.
 class LineParser {
  public:
     LineParser() {
-        parser_.require_subcommand(1);
-        // A batch is no place for help.
-        parser_.set_help_flag();
         add("insert", Verb::insert);
         add("set", Verb::set);
         add("delete", Verb::erase);
+        parser_.emplace(lines_);
     }
 
     Order parse(const BatchLine &line) {
-        if (verbs_.count(line.words.front()) == 0)
-            throw Failure(Exit::data, fmt::format("expected insert, set or delete, not `{}`",
-                                                  line.words.front()));
+        const std::string &name = line.words.front();
+        if (verbs_.count(name) == 0)
+            throw Failure(Exit::data,
+                          fmt::format("expected insert, set or delete, not `{}`", name));
         words_ = {};
-        // The parser takes words from the back.
-        std::vector<std::string> words(line.words.rbegin(), line.words.rend());
         try {
-            parser_.parse(words);
-        } catch (const CLI::ParseError &error) {
+            parser_->parse(line.words);
+        } catch (const cli::LineError &error) {
             throw Failure(Exit::data, error.what());
         }
-        return orders_.read(verbs_.at(line.words.front()), words_);
+        return orders_.read(verbs_.at(name), words_);
     }
 
  private:
     void add(const std::string &name, Verb verb) {
-        CLI::App *command = parser_.add_subcommand(name);
-        command->set_help_flag();
-        add_order_options(*command, verb, words_);
+        add_order_options(lines_.command(name, ""), verb, words_);
         verbs_[name] = verb;
     }
 
-    CLI::App parser_;
     OrderWords words_;
+    cli::Command lines_{"batch", ""};
+    std::optional<cli::Parser> parser_;
     std::map<std::string, Verb> verbs_;
     OrderReader orders_;
 };
@@ -162,7 +161,7 @@ void run(Verb verb, const Options &options) {
                   << '\n';
 }
 
-void add_words(CLI::App &command, Verb verb, OrderWords &words) {
+void add_words(cli::Command &command, Verb verb, OrderWords &words) {
     const char *type = verb == Verb::insert ? "FIELD=VALUE"
                        : verb == Verb::set  ? "KEY|FIELD=VALUE"
                                             : "KEY";
@@ -172,52 +171,41 @@ void add_words(CLI::App &command, Verb verb, OrderWords &words) {
         : verb == Verb::set
             ? "Values of the record's key in the order of the key, then the fields to set"
             : "Values of the record's key in the order of the key, or FIELD=VALUE";
-    command.add_option("words", words.words, text)->type_name(type);
+    command.argument(type, cli::into(words.words), text);
 }
 
 }  // namespace
 
-void add_order_options(CLI::App &command, Verb verb, OrderWords &words) {
-    command.add_option("table", words.table, "Table; - reads a batch from standard input")
-        ->type_name("TABLE");
+void add_order_options(cli::Command &command, Verb verb, OrderWords &words) {
+    command.argument("TABLE", cli::into(words.table), "Table; - reads a batch from standard input");
     add_words(command, verb, words);
     const bool choose = verb != Verb::insert;
     if (choose) {
-        command
-            .add_option(
-                "-w,--where", words.where,
-                "Instead of a key: all records that fulfil the condition, as FIELD=VALUE or "
-                "with another sign of find; may be repeated, and all must hold")
-            ->type_name("CONDITION")
-            ->allow_extra_args(false);
-        command.add_flag("--all", words.all, "Instead of a key: all records of the table");
+        command.option("-w,--where", "CONDITION", cli::into(words.where),
+                       "Instead of a key: all records that fulfil the condition, as FIELD=VALUE or "
+                       "with another sign of find; may be repeated, and all must hold");
+        command.flag("--all", words.all, "Instead of a key: all records of the table");
     }
     const std::string many = choose ? "; with --where or --all any, unless given" : "";
-    add_tenant_option(
-        command, [&words](uint16_t tenant) { words.tenant = tenant; },
-        "Tenant of the record; 0 by default" + many);
-    add_source_option(
-        command, [&words](uint8_t source) { words.source = source; },
-        "Source of the record; 1 by default" + many);
+    add_tenant_option(command, words.tenant, "Tenant of the record; 0 by default" + many);
+    add_source_option(command, words.source, "Source of the record; 1 by default" + many);
 }
 
-void declare_writing(CLI::App &program, const WritingCommand &what) {
+void declare_writing(cli::Command &program, const WritingCommand &what) {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = program.add_subcommand(what.name, what.description);
-    add_store_option(*command, options->store);
-    add_order_options(*command, what.verb, options->words);
-    command
-        ->add_option("--batch", options->batch,
-                     "Read what is to be done from a file, or from standard input if it is -: an "
-                     "insert, set or delete a line, all in one transaction")
-        ->type_name("FILE");
-    command->add_flag("-n,--dry-run", options->dry_run,
-                      "Do it in a copy of the store in memory and show the difference; the store "
-                      "stays as it is, byte for byte");
-    command->add_flag("-v,--verbose", options->verbose, "Show what was changed, field by field");
-    add_json_option(*command, options->json);
-    command->footer(what.footer);
-    command->callback([options, verb = what.verb] { run(verb, *options); });
+    cli::Command &command = program.command(what.name, what.description);
+    add_store_option(command, options->store);
+    add_order_options(command, what.verb, options->words);
+    command.option("--batch", "FILE", cli::into(options->batch),
+                   "Read what is to be done from a file, or from standard input if it is -: an "
+                   "insert, set or delete a line, all in one transaction");
+    command.flag("-n,--dry-run", options->dry_run,
+                 "Do it in a copy of the store in memory and show the difference; the store "
+                 "stays as it is, byte for byte");
+    command.flag("-v,--verbose", options->verbose, "Show what was changed, field by field");
+    add_json_option(command, options->json);
+    command.notes = what.footer;
+    command.action = [options, verb = what.verb] { run(verb, *options); };
 }
 
 }  // namespace tarnctl

@@ -4,9 +4,7 @@
 #ifndef TARNCTL_COMMANDS_WRITING_H
 #define TARNCTL_COMMANDS_WRITING_H
 
-#include <CLI/CLI.hpp>
-#include <string>
-
+#include "cli/command.h"
 #include "edit/order.h"
 
 namespace tarnctl {
@@ -20,8 +18,8 @@ struct WritingCommand {
 };
 
 // The positional arguments and the options that choose records, which a line of a batch has too.
-void add_order_options(CLI::App &command, Verb verb, OrderWords &words);
-void declare_writing(CLI::App &program, const WritingCommand &what);
+void add_order_options(cli::Command &command, Verb verb, OrderWords &words);
+void declare_writing(cli::Command &program, const WritingCommand &what);
 
 }  // namespace tarnctl
 

@@ -141,8 +141,8 @@ void complete_key(Completion &completion, const Line &line, const std::string &w
     if (table == nullptr) return;
     std::size_t place = 0;
     for (std::size_t i = 0; i < line.arguments.size(); ++i) {
-        const CLI::Option *each = line.argument(i);
-        if (each != nullptr && type_of(*each).starts_with("KEY")) ++place;
+        const cli::Option *each = line.argument(i);
+        if (each != nullptr && each->value.starts_with("KEY")) ++place;
     }
     const std::vector<Column> key = key_columns(*table);
     if (place < key.size()) {
@@ -152,11 +152,11 @@ void complete_key(Completion &completion, const Line &line, const std::string &w
     if (completion.candidates.empty()) complete_field(completion, line, word, "FIELD=VALUE");
 }
 
-void complete_value(Completion &completion, const Line &line, const CLI::Option &option,
+void complete_value(Completion &completion, const Line &line, const cli::Option &option,
                     const std::string &word, const std::string &prefix) {
-    const std::string type = type_of(option);
+    const std::string &type = option.value;
     Collector collector(completion, word, prefix);
-    for (const std::string &each : choices_of(option)) collector.add(each, "");
+    for (const std::string &each : option.target.choices) collector.add(each, "");
     // A and B are the two sides of a comparison.
     if (type == "FILE" || type == "A" || type == "B") completion.files = true;
     if (type.starts_with("TABLE") || type == "PATTERN") add_tables(collector);
@@ -167,13 +167,13 @@ void complete_value(Completion &completion, const Line &line, const CLI::Option 
         complete_field(completion, line, word, type == "CONDITION" ? "FIELD=VALUE" : type);
 }
 
-void add_options(Collector &collector, const CLI::App *command) {
-    std::set<std::string> known;  // each command has a --help of its own
-    for (; command != nullptr; command = command->get_parent()) {
-        for (const CLI::Option *each : command->get_options()) {
-            if (each->get_group().empty()) continue;
-            for (const std::string &name : each->get_lnames()) {
-                if (known.insert(name).second) collector.add("--" + name, each->get_description());
+void add_options(Collector &collector, const cli::Command *command) {
+    std::set<std::string> known;  // a command may have an option of the program's name
+    for (; command != nullptr; command = command->outer) {
+        for (const cli::Option &each : command->options) {
+            if (each.is_hidden) continue;
+            for (const std::string &name : each.names) {
+                if (known.insert(name).second) collector.add("--" + name, each.meaning);
             }
         }
     }
@@ -181,7 +181,7 @@ void add_options(Collector &collector, const CLI::App *command) {
 
 }  // namespace
 
-Completion complete(const CLI::App &program, const std::vector<std::string> &words) {
+Completion complete(const cli::Command &program, const std::vector<std::string> &words) {
     const Line line = read_line(program, words);
     Completion completion;
     Collector collector(completion, line.word);
@@ -190,7 +190,7 @@ Completion complete(const CLI::App &program, const std::vector<std::string> &wor
     if (line.waiting != nullptr) {
         complete_value(completion, line, *line.waiting, line.word, "");
     } else if (equals != std::string::npos && !line.only_arguments) {
-        const CLI::Option *option = option_named(line.command, line.word.substr(0, equals));
+        const cli::Option *option = option_named(line.command, line.word.substr(0, equals));
         if (option != nullptr)
             complete_value(completion, line, *option, line.word.substr(equals + 1),
                            line.word.substr(0, equals + 1));
@@ -198,10 +198,10 @@ Completion complete(const CLI::App &program, const std::vector<std::string> &wor
         add_options(collector, line.command);
     } else {
         if (line.arguments.empty()) {
-            for (const CLI::App *each : commands_of(*line.command))
-                collector.add(each->get_name(), each->get_description());
+            for (const cli::Command &each : line.command->commands)
+                collector.add(each.name, each.summary);
         }
-        const CLI::Option *argument = line.argument(line.arguments.size());
+        const cli::Option *argument = line.argument(line.arguments.size());
         if (argument != nullptr) complete_value(completion, line, *argument, line.word, "");
     }
     return completion;

@@ -4,9 +4,10 @@
 #ifndef TARNCTL_COMPLETION_CANDIDATES_H
 #define TARNCTL_COMPLETION_CANDIDATES_H
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
+
+#include "cli/command.h"
 
 namespace tarnctl {
 
@@ -22,8 +23,8 @@ struct Completion {
 };
 
 // `words` are those behind the program's name; the last one, which may be empty, is completed. The
-// arguments are known by their type names: TABLE, TYPE, FIELD, KEY, FILE and so on.
-Completion complete(const CLI::App &program, const std::vector<std::string> &words);
+// arguments are known by the names of their values: TABLE, TYPE, FIELD, KEY, FILE and so on.
+Completion complete(const cli::Command &program, const std::vector<std::string> &words);
 
 }  // namespace tarnctl
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "describe/describe.h"
+
+#include <nlohmann/json.hpp>
 #include "describe/holders.h"
 #include "describe/wire.h"
 #include "model/record.h"

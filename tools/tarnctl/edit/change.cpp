@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <nlohmann/json.hpp>
 
 #include "terminal/style.h"
 

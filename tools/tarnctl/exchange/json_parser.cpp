@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 namespace tarnctl {

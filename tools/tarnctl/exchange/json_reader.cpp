@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <unordered_map>
 
 #include "exchange/json_parser.h"

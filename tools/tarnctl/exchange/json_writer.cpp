@@ -2,6 +2,7 @@
 #include "exchange/json_writer.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "model/json.h"
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "exchange/writer.h"

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <iostream>
+#include <limits>
 #include <map>
 #include <sstream>
 
@@ -23,50 +24,36 @@ const std::map<std::string, Form> &forms() {
 
 }  // namespace
 
-void add_form_options(CLI::App &command, FormOptions &options) {
-    CLI::Option *format =
-        command
-            .add_option_function<std::string>(
-                "-f,--format",
-                [&options](const std::string &word) { options.form = forms().at(word); },
-                fmt::format("Form of the output: table (aligned columns), list (a field a line), "
-                            "text (the records' own text form), xml, json or csv (RFC 4180); by "
-                            "default {}",
-                            options.form == Form::list ? "list" : "table"))
-            ->check(CLI::IsMember({"table", "list", "text", "xml", "json", "csv"}))
-            ->type_name("FORM");
-    command.add_flag("--json", options.json, "Print JSON, as --format json")->excludes(format);
-    command
-        .add_option("-c,--columns", options.columns,
-                    "Fields to print, with commas between them: paths such as aaa_authen.requests "
-                    "or minute[5], a structure for all that it holds, and tenant, source and "
-                    "pending")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("FIELD,...");
+void add_form_options(cli::Command &command, FormOptions &options) {
+    command.option(
+        "-f,--format", "FORM", cli::one_of(forms(), options.form),
+        fmt::format("Form of the output: table (aligned columns), list (a field a line), text (the "
+                    "records' own text form), xml, json or csv (RFC 4180); by default {}",
+                    options.form == Form::list ? "list" : "table"));
+    command.flag("--json", options.json, "Print JSON, as --format json").excludes("format");
+    command.option("-c,--columns", "FIELD,...", cli::list_into(options.columns),
+                   "Fields to print, with commas between them: paths such as aaa_authen.requests "
+                   "or minute[5], a structure for all that it holds, and tenant, source and "
+                   "pending");
 }
 
-void add_selection_options(CLI::App &command, SelectionOptions &options) {
-    add_tenant_option(
-        command, [&options](uint16_t tenant) { options.tenant = tenant; },
-        "Only the records of this tenant");
+void add_selection_options(cli::Command &command, SelectionOptions &options) {
+    add_tenant_option(command, options.tenant, "Only the records of this tenant");
     add_source_option(
-        command, [&options](uint8_t source) { options.source = source; },
+        command, options.source,
         "Only the records of this source; without it, those of all sources but the shadows");
-    command.add_flag("--shadows", options.shadows,
-                     "Print the shadows too, the records of source 255");
-    CLI::Option *pending =
-        command.add_flag("--pending", options.only_pending,
-                         "Only the records that wait to be destroyed until nobody holds them");
-    command.add_flag("--no-pending", options.no_pending, "None of those records")
-        ->excludes(pending);
-    command.add_option("-n,--limit", options.limit, "At most so many records")
-        ->check(CLI::NonNegativeNumber.description(""))
-        ->type_name("COUNT");
-    command.add_option("--offset", options.offset, "Leave out so many records in front")
-        ->check(CLI::NonNegativeNumber.description(""))
-        ->type_name("COUNT");
-    command.add_flag("-r,--reverse", options.reverse, "From the last key to the first");
+    command.flag("--shadows", options.shadows, "Print the shadows too, the records of source 255");
+
+    command.flag("--pending", options.only_pending,
+                 "Only the records that wait to be destroyed until nobody holds them");
+    command.flag("--no-pending", options.no_pending, "None of those records").excludes("pending");
+    command.option("-n,--limit", "COUNT",
+                   cli::number_into(options.limit, 0, std::numeric_limits<uint64_t>::max()),
+                   "At most so many records");
+    command.option("--offset", "COUNT",
+                   cli::number_into(options.offset, 0, std::numeric_limits<uint64_t>::max()),
+                   "Leave out so many records in front");
+    command.flag("-r,--reverse", options.reverse, "From the last key to the first");
 }
 
 void apply(const FormOptions &options, Listing &listing) {

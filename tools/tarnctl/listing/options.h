@@ -4,12 +4,12 @@
 #ifndef TARNCTL_LISTING_OPTIONS_H
 #define TARNCTL_LISTING_OPTIONS_H
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "cli/command.h"
 #include "listing/listing.h"
 
 namespace tarnctl {
@@ -21,10 +21,10 @@ struct FormOptions {
 };
 
 // --format, by default as it stands in `options`; --json, --columns
-void add_form_options(CLI::App &command, FormOptions &options);
+void add_form_options(cli::Command &command, FormOptions &options);
 // The same for a listing, and which records it has: --tenant, --source, --shadows, --pending,
 // --no-pending, --limit, --offset, --reverse.
-void add_selection_options(CLI::App &command, SelectionOptions &options);
+void add_selection_options(cli::Command &command, SelectionOptions &options);
 
 // The form and the columns that the options choose. Failure `usage` where they contradict.
 void apply(const FormOptions &options, Listing &listing);

@@ -16,7 +16,7 @@
 #ifndef TARNCTL_MODEL_JSON_H
 #define TARNCTL_MODEL_JSON_H
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 
@@ -26,7 +26,8 @@
 
 namespace tarnctl {
 
-// Members keep the order in which they are added.
+// Members keep the order in which they are added. A file that does more with it than to pass it on
+// includes <nlohmann/json.hpp>.
 using Json = nlohmann::ordered_json;
 
 Json json_of(const Value &value);

@@ -61,9 +61,9 @@ std::optional<Store> Store::open_if_room(const std::string &path) {
 Store Store::open_to_write(const std::string &path) {
     Store store(opened(path), path, store_types);
     if (store.describe().transactions > 0)
-        throw Failure(Exit::store, fmt::format("{}: another process is in the middle of a "
-                                               "transaction; try again when it is done",
-                                               path));
+        throw Failure(Exit::busy, fmt::format("{}: another process is in the middle of a "
+                                              "transaction; try again when it is done",
+                                              path));
     return store;
 }
 

@@ -91,9 +91,9 @@ Store Store::copy_of(const std::string &path) {
             copy_file(file.number(), copy.number(), path);
             if (before.transactions == 0 && is_same_state(before, original.describe())) break;
             if (attempt == attempts)
-                throw Failure(Exit::store, fmt::format("{}: another process keeps changing it; "
-                                                       "try again when it is done",
-                                                       path));
+                throw Failure(Exit::busy, fmt::format("{}: another process keeps changing it; "
+                                                      "try again when it is done",
+                                                      path));
             std::this_thread::sleep_for(pause);
         }
     }

@@ -11,7 +11,7 @@
 #include <limits>
 
 #include "base/failure.h"
-#include "base/suggestion.h"
+#include "cli/suggestion.h"
 #include "tarnbase/embedded.h"
 
 namespace tarnctl {
@@ -259,7 +259,7 @@ uint64_t Value::parsed_enumerator(std::string_view text) const {
     }
     uint32_t value = 0;
     if (parse(text, value) && enumerator_of(enumeration, value) != nullptr) return value;
-    const auto near = nearest(text, names);
+    const auto near = cli::nearest(text, names);
     expected(text, near ? fmt::format("an enumerator of {}, perhaps `{}`", enumeration.name, *near)
                         : fmt::format("an enumerator of {}, such as `{}`, or its number",
                                       enumeration.name, enumeration.enumerators.front().name));

@@ -8,83 +8,59 @@
 #include <iostream>
 #include <vector>
 
+#include "cli/help.h"
 #include "pages/roff.h"
 #include "program.h"
 
 namespace tarnctl {
 namespace {
 
-std::vector<CLI::App *> commands_of(CLI::App &app) {
-    std::vector<CLI::App *> shown;
-    for (CLI::App *each : app.get_subcommands([](CLI::App *) { return true; })) {
-        if (!each->get_group().empty()) shown.push_back(each);
-    }
-    return shown;
-}
-
-std::vector<const CLI::Option *> options_of(const CLI::App &app, bool positional) {
-    std::vector<const CLI::Option *> shown;
-    for (const CLI::Option *each : app.get_options()) {
-        if (each->get_positional() == positional && !each->get_group().empty())
-            shown.push_back(each);
-    }
-    return shown;
-}
-
 // "\fITABLE\fP" or "[\fIKEY\fP...]".
-std::string argument(const CLI::Option &option) {
-    const bool several = option.get_expected_max() > 1;
+std::string argument(const cli::Option &option) {
     const std::string name =
-        fmt::format("\\fI{}\\fP{}", option.get_type_name(), several ? "..." : "");
-    return option.get_required() ? name : fmt::format("[{}]", name);
+        fmt::format("\\fI{}\\fP{}", option.value, option.target.many ? "..." : "");
+    return option.is_required ? name : fmt::format("[{}]", name);
 }
 
-std::string synopsis(const CLI::App &app, const std::string &name) {
-    std::string line = fmt::format("\\fB{}\\fP", name);
-    if (!options_of(app, false).empty()) line += " [\\fIOPTION\\fP...]";
-    for (const CLI::Option *each : options_of(app, true)) line += " " + argument(*each);
+std::string synopsis(const cli::Command &command) {
+    std::string line = fmt::format("\\fB{}\\fP [\\fIOPTION\\fP...]", command.full_name());
+    for (const cli::Option *each : command.arguments()) line += " " + argument(*each);
     return line;
 }
 
 // "\fB-s\fP, \fB--store\fP \fIFILE\fP".
-std::string term_of(const CLI::Option &option) {
-    if (option.get_positional()) return fmt::format("\\fI{}\\fP", option.get_type_name());
+std::string term_of(const cli::Option &option, bool by_place) {
+    if (by_place) return fmt::format("\\fI{}\\fP", option.value);
     std::string term;
     const auto add = [&](const char *dashes, const std::string &name) {
         term += fmt::format("{}\\fB{}{}\\fP", term.empty() ? "" : ", ", dashes, name);
     };
-    for (const std::string &name : option.get_snames()) add("\\-", name);
-    for (const std::string &name : option.get_lnames()) {
+    if (option.letter != 0) add("\\-", std::string(1, option.letter));
+    for (const std::string &name : option.names) {
         std::string escaped;
         for (const char c : name) escaped += c == '-' ? "\\-" : std::string(1, c);
         add("\\-\\-", escaped);
     }
-    if (option.get_type_size_max() > 0 && !option.get_type_name().empty())
-        term += fmt::format(" \\fI{}\\fP", option.get_type_name());
+    if (!option.is_flag()) term += fmt::format(" \\fI{}\\fP", option.value);
     return term;
 }
 
-std::string meaning_of(const CLI::Option &option) {
-    std::string meaning = option.get_description() + ".";
-    if (!option.get_envname().empty())
-        meaning += fmt::format(" By default the environment's `{}`.", option.get_envname());
-    return meaning;
-}
-
-void write_options(Page &page, const CLI::App &app) {
-    for (const bool positional : {true, false}) {
-        for (const CLI::Option *each : options_of(app, positional))
-            page.item(term_of(*each), meaning_of(*each));
+void write_options(Page &page, const cli::Command &command) {
+    for (const cli::Option *each : command.arguments())
+        page.item(term_of(*each, true), cli::meaning_of(*each) + ".");
+    for (const cli::Option &each : command.options) {
+        if (!each.is_hidden && !each.names.empty())
+            page.item(term_of(each, false), cli::meaning_of(each) + ".");
     }
 }
 
-// What a footer is made of: paragraphs with an empty line between them. One that starts with
+// Notes are paragraphs with an empty line between them. One that starts with
 // "Example:" or "Examples:" goes into a section of its own, its lines as they stand.
-void write_footer(Page &page, const std::string &footer) {
+void write_notes(Page &page, const std::string &notes) {
     std::string examples;
-    for (std::size_t at = 0; at < footer.size();) {
-        const std::size_t end = std::min(footer.find("\n\n", at), footer.size());
-        std::string paragraph = footer.substr(at, end - at);
+    for (std::size_t at = 0; at < notes.size();) {
+        const std::size_t end = std::min(notes.find("\n\n", at), notes.size());
+        std::string paragraph = notes.substr(at, end - at);
         at = end + 2;
         paragraph.erase(0, std::min(paragraph.find_first_not_of('\n'), paragraph.size()));
         if (paragraph.starts_with("Example")) {
@@ -103,58 +79,52 @@ void write_footer(Page &page, const std::string &footer) {
 
 void write_end(Page &page, const std::string &see_also) {
     page.section("Exit status");
-    page.item("0", "Done.");
-    page.item("1", "Nothing was found, or there is a difference.");
-    page.item("2", "The arguments are wrong.");
-    page.item("3", "Data can't be read as what it should be.");
-    page.item("4", "A store or a file can't be used.");
+    for (const cli::Status &each : exit_statuses())
+        page.item(std::to_string(each.number), each.meaning + ".");
     page.section("See also");
     page.raw(see_also);
 }
 
-std::string command_page(CLI::App &command) {
-    const std::string name = "tarnctl-" + command.get_name();
-    Page page(name, command.get_description());
-    const std::string called = "tarnctl " + command.get_name();
+std::string command_page(const cli::Command &command) {
+    Page page("tarnctl-" + command.name, command.summary);
     page.section("Synopsis");
-    const std::vector<CLI::App *> inner = commands_of(command);
-    if (inner.empty()) page.raw(synopsis(command, called));
-    for (const CLI::App *each : inner) {
-        page.raw(synopsis(*each, called + " " + each->get_name()));
+    if (command.commands.empty()) page.raw(synopsis(command));
+    for (const cli::Command &each : command.commands) {
+        page.raw(synopsis(each));
         page.raw(".br");
     }
     page.section("Description");
-    page.paragraph(command.get_description() + ".");
-    for (CLI::App *each : inner) {
-        page.raw(fmt::format(".SS {} {}", called, each->get_name()));
-        page.paragraph(each->get_description() + ".");
-        write_options(page, *each);
-        write_footer(page, each->get_footer());
+    page.paragraph(command.summary + ".");
+    for (const cli::Command &each : command.commands) {
+        page.raw(".SS " + each.full_name());
+        page.paragraph(each.summary + ".");
+        write_options(page, each);
+        write_notes(page, each.notes);
     }
-    if (inner.empty()) {
+    if (command.commands.empty()) {
         page.section("Options");
         write_options(page, command);
+        page.paragraph("The options of every command are in `tarnctl(1)`.");
         page.section("Notes");
     }
-    write_footer(page, command.get_footer());
+    write_notes(page, command.notes);
     write_end(page, "\\fBtarnctl\\fP(1), \\fBtarnbase\\fP(7)");
     return page.text();
 }
 
-std::string program_page(CLI::App &program) {
+std::string program_page(const cli::Command &program) {
     Page page("tarnctl", "show, change and move what is in the stores of tarnbase");
     page.section("Synopsis");
     page.raw("\\fBtarnctl\\fP [\\fIOPTION\\fP...] \\fICOMMAND\\fP [\\fIARGUMENT\\fP...]");
     page.section("Description");
-    page.paragraph(program.get_description());
+    page.paragraph(program.summary);
     page.section("Commands");
-    for (const CLI::App *each : commands_of(program))
-        page.item(fmt::format("\\fBtarnctl\\-{}\\fP(1)", each->get_name()),
-                  each->get_description() + ".");
+    for (const cli::Command &each : program.commands)
+        page.item(fmt::format("\\fBtarnctl\\-{}\\fP(1)", each.name), each.summary + ".");
     page.section("Options");
     write_options(page, program);
     page.section("Notes");
-    write_footer(page, program.get_footer());
+    write_notes(page, program.notes);
     page.section("Environment");
     page.item("\\fBTARNBASE_STORE\\fP", "The store file where --store isn't given.");
     page.item("\\fBNO_COLOR\\fP", "Set to anything: no colours.");
@@ -174,8 +144,8 @@ void write_pages(const std::string &folder) {
     Exit status = Exit::done;
     const auto program = make_program(status);
     write_file(folder + "/tarnctl.1", program_page(*program));
-    for (CLI::App *each : commands_of(*program))
-        write_file(fmt::format("{}/tarnctl-{}.1", folder, each->get_name()), command_page(*each));
+    for (const cli::Command &each : program->commands)
+        write_file(fmt::format("{}/tarnctl-{}.1", folder, each.name), command_page(each));
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "base/suggestion.h"
+#include "cli/suggestion.h"
 
 #include <algorithm>
 #include <cctype>
 #include <string>
 
-namespace tarnctl {
+namespace cli {
 namespace {
 
 std::string lower(std::string_view text) {
@@ -49,4 +49,4 @@ std::optional<std::string_view> nearest(std::string_view name,
     return best;
 }
 
-}  // namespace tarnctl
+}  // namespace cli

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The name that somebody may have meant.
-#ifndef TARNCTL_BASE_SUGGESTION_H
-#define TARNCTL_BASE_SUGGESTION_H
+#ifndef TOOLS_CLI_SUGGESTION_H
+#define TOOLS_CLI_SUGGESTION_H
 
 #include <cstddef>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-namespace tarnctl {
+namespace cli {
 
 // Characters to insert, to take out, to replace or to swap with their neighbour.
 std::size_t edit_distance(std::string_view a, std::string_view b);
@@ -19,6 +19,6 @@ std::size_t edit_distance(std::string_view a, std::string_view b);
 std::optional<std::string_view> nearest(std::string_view name,
                                         const std::vector<std::string_view> &known);
 
-}  // namespace tarnctl
+}  // namespace cli
 
 #endif

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A command line described: a program or command with its arguments, its options and the commands
+// within it. The parser, the help, the manual pages and the completion all read this description.
+//
+//   Command program("copy", "Copies a file.");
+//   program.argument("FILE", into(path), "File to copy").required();
+//   program.option("-n,--count", "NUMBER", number_into(count, 1, 9), "How many copies to make");
+//   program.flag("--quiet", quiet, "Print nothing").excludes("count");
+#ifndef TOOLS_CLI_COMMAND_H
+#define TOOLS_CLI_COMMAND_H
+
+#include <functional>
+#include <list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/target.h"
+
+namespace cli {
+
+// An option, an argument that is known by its place, or both in one.
+struct Option {
+    std::vector<std::string> names;  // long ones without their dashes; none for an argument
+    char letter = 0;                 // the short name
+    std::string value;               // what its value is, such as "FILE"; empty for a flag
+    std::string meaning;             // in the help, without a full stop
+    Target target;                   // of a flag called with an empty word
+    bool has_place = false;          // can be given by its place among the arguments
+    bool is_required = false;
+    bool is_hidden = false;     // from help, manual and completion
+    bool is_passed_on = false;  // stands before a command, for the command's own of that name
+    std::string variable;       // of the environment, which gives it where the line doesn't
+    std::vector<std::string> excluded;  // options that can't be given too
+    std::vector<std::string> needed;    // options that must be given too
+
+    Option &required();
+    Option &hidden();
+    Option &passed_on();
+    Option &environment(std::string name);
+    Option &excludes(std::string option);
+    Option &needs(std::string option);
+    // An argument that can be given as an option too.
+    Option &named(const std::string &names);
+
+    bool is_flag() const { return value.empty(); }
+    // "--store", or "TABLE" for an argument.
+    std::string title() const;
+    bool is_named(std::string_view name) const;
+};
+
+// A status that a program exits with.
+struct Status {
+    int number;
+    std::string meaning;
+};
+
+struct Command {
+    Command(std::string name, std::string summary);
+    Command(const Command &) = delete;
+    Command &operator=(const Command &) = delete;
+
+    // By its place. `value` is what errors and the help call it.
+    Option &argument(std::string value, Target target, std::string meaning);
+    // `names` are "--store" or "-s,--store".
+    Option &option(const std::string &names, std::string value, Target target, std::string meaning);
+    Option &flag(const std::string &names, bool &is_set, std::string meaning);
+    Option &flag(const std::string &names, std::function<void()> set, std::string meaning);
+    // -h, --help, and --version if there is one: also within each inner command.
+    void add_help(std::string version);
+    // A command within this one.
+    Command &command(std::string name, std::string summary);
+
+    // "tarnctl store create"
+    std::string full_name() const;
+    const Command &program() const;
+    // Null if there is none.
+    const Option *option_named(std::string_view name) const;
+    const Command *command_named(std::string_view name) const;
+    std::vector<const Option *> arguments() const;
+
+    std::string name;
+    std::string summary;
+    // Text below the options: paragraphs with empty lines between them. Lines that start with a
+    // blank are kept as they are; others are filled up to the width of the screen.
+    std::string notes;
+    std::vector<Status> statuses;  // of a program, all that it exits with
+    std::string version;           // of a program
+    std::function<void()> action;
+    std::list<Option> options;
+    std::list<Command> commands;
+    const Command *outer = nullptr;
+};
+
+}  // namespace cli
+
+#endif

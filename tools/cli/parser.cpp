@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The only file that sees CLI11. It takes words for options and their values; what they mean, and
+// whether they may be given, is decided here, so that errors have one wording.
+#include "cli/parser.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdlib>
+#include <deque>
+#include <map>
+#include <utility>
+
+#include "cli/suggestion.h"
+
+namespace cli {
+namespace {
+
+struct Given {
+    const Option *option;
+    std::vector<std::string> words;  // for a flag as many as it is given times
+};
+using AllGiven = std::vector<Given>;
+
+const Given *find(const AllGiven &all, std::string_view name) {
+    for (const Given &each : all) {
+        if (each.option->is_named(name)) return &each;
+    }
+    return nullptr;
+}
+
+void add(AllGiven &all, const Option &option, std::string word) {
+    for (Given &each : all) {
+        if (each.option == &option) return each.words.push_back(std::move(word));
+    }
+    all.push_back({&option, {std::move(word)}});
+}
+
+std::string names_for_parser(const Option &option) {
+    std::string names;
+    if (option.letter != 0) names = std::string("-") + option.letter;
+    for (const std::string &each : option.names) names += (names.empty() ? "--" : ",--") + each;
+    return names;
+}
+
+std::string choices_text(const std::vector<std::string> &choices) {
+    std::string text;
+    for (std::size_t i = 0; i < choices.size(); ++i)
+        text += (i == 0 ? "" : i + 1 == choices.size() ? " or " : ", ") + choices[i];
+    return text;
+}
+
+std::string missing_text(const Option &option) {
+    if (option.names.empty()) return option.value + " is missing";
+    return option.title() + " " + option.value + " is missing" +
+           (option.variable.empty() ? "" : ", and " + option.variable + " isn't set");
+}
+
+void give(const Given &given) {
+    const Option &option = *given.option;
+    if (option.is_flag()) return option.target.take("");
+    if (!option.target.many && given.words.size() > 1)
+        throw UsageError(option.title() + " is given more than once");
+    const std::vector<std::string> &choices = option.target.choices;
+    for (const std::string &word : given.words) {
+        const std::string place = option.title() + " `" + word + "`: ";
+        if (!choices.empty() && std::find(choices.begin(), choices.end(), word) == choices.end())
+            throw UsageError(place + "expected " + choices_text(choices));
+        try {
+            option.target.take(word);
+        } catch (const UsageError &error) {
+            throw UsageError(place + error.what());
+        }
+    }
+}
+
+void check_together(const AllGiven &all) {
+    for (const Given &each : all) {
+        for (const std::string &other : each.option->excluded) {
+            if (find(all, other) != nullptr)
+                throw UsageError(each.option->title() + " can't be given with --" + other);
+        }
+        for (const std::string &other : each.option->needed) {
+            if (find(all, other) == nullptr)
+                throw UsageError(each.option->title() + " needs --" + other);
+        }
+    }
+}
+
+}  // namespace
+
+// One command, without those that stand within it.
+class Parser::Level {
+ public:
+    explicit Level(const Command &command) : command_(command) {
+        app_.set_help_flag();
+        app_.allow_extras();
+        // What follows the name of an inner command is for that one.
+        app_.prefix_command(!command.commands.empty());
+        for (const Command *each = &command; each != nullptr; each = each->outer) {
+            for (const Option &option : each->options) {
+                if (each == &command || !option.is_passed_on) declare(option);
+            }
+        }
+    }
+
+    Request parse(const std::vector<std::string> &words, const AllGiven &passed) {
+        try {
+            AllGiven given = read_options(words);
+            if (find(given, "help") != nullptr) return {&command_, true, false};
+            if (find(given, "version") != nullptr) return {&command_, false, true};
+            if (!command_.commands.empty()) return parse_inner(given);
+            place_arguments(given);
+            take_passed(given, passed);
+            check_together(given);
+            take_environment(given);
+            check_required(given);
+            give_all(given);
+        } catch (const LineError &) {
+            throw;
+        } catch (const UsageError &error) {
+            throw LineError(command_, error.what());
+        }
+        return {&command_, false, false};
+    }
+
+ private:
+    void declare(const Option &option) {
+        const std::string names = names_for_parser(option);
+        if (names.empty()) return;
+        CLI::Option *declared =
+            option.is_flag()
+                ? app_.add_flag(names)->disable_flag_override()
+                : app_.add_option(names)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        options_.emplace_back(&option, declared);
+    }
+
+    // The options that are given; the other words go to `rest_`.
+    AllGiven read_options(const std::vector<std::string> &words) {
+        try {
+            // CLI11 takes words from the end.
+            app_.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+        } catch (const CLI::ArgumentMismatch &error) {
+            throw UsageError(mismatch_text(error.what()));
+        } catch (const CLI::ParseError &error) {
+            throw UsageError(error.what());
+        }
+        const std::vector<std::string> rest = app_.remaining();
+        rest_.assign(rest.begin(), rest.end());
+        AllGiven given;
+        for (const auto &[option, declared] : options_) {
+            if (declared->count() > 0) given.push_back({option, declared->results()});
+        }
+        return given;
+    }
+
+    // The text begins with the name of the option that lacks its value, or has one too many.
+    std::string mismatch_text(const std::string &text) const {
+        const std::string name = text.substr(0, text.find_first_of(": "));
+        const std::size_t begin = std::min(name.find_first_not_of('-'), name.size());
+        for (const auto &[option, declared] : options_) {
+            const bool is_it = option->is_named(name.substr(begin)) ||
+                               name.substr(begin) == std::string(1, option->letter);
+            if (!is_it) continue;
+            return option->is_flag() ? option->title() + " takes no value"
+                                     : option->title() + " needs a value: " + option->value;
+        }
+        return text;
+    }
+
+    Request parse_inner(const AllGiven &given) {
+        if (rest_.empty()) throw UsageError("name a command: " + choices_text(names_of_commands()));
+        const std::string name = rest_.front();
+        if (name.starts_with("-")) throw no_option(name);
+        const Command *inner = command_.command_named(name);
+        if (inner == nullptr) throw UsageError(unknown("command", name, names_of_commands()));
+        AllGiven passed;
+        for (const Given &each : given) {
+            if (each.option->is_passed_on) passed.push_back(each);
+            else give(each);
+        }
+        std::unique_ptr<Level> &level = inner_[inner];
+        if (!level) level = std::make_unique<Level>(*inner);
+        return level->parse({rest_.begin() + 1, rest_.end()}, passed);
+    }
+
+    std::vector<std::string> names_of_commands() const {
+        std::vector<std::string> names;
+        for (const Command &each : command_.commands) names.push_back(each.name);
+        return names;
+    }
+
+    static std::string unknown(const std::string &kind, const std::string &name,
+                               const std::vector<std::string> &known) {
+        const auto near = nearest(name, {known.begin(), known.end()});
+        return "no " + kind + " `" + name + "`" +
+               (near ? "; did you mean `" + std::string(*near) + "`?" : "");
+    }
+
+    UsageError no_option(const std::string &word) const {
+        std::vector<std::string> known;
+        for (const auto &[option, declared] : options_) {
+            for (const std::string &each : option->names) {
+                if (!option->is_hidden) known.push_back("--" + each);
+            }
+        }
+        const std::string name = word.substr(0, word.find('='));
+        return UsageError(unknown("option", name, known));
+    }
+
+    // Words that are no options, to the arguments in their order.
+    void place_arguments(AllGiven &given) {
+        std::deque<const Option *> places;
+        for (const Option *each : command_.arguments()) places.push_back(each);
+        bool only_arguments = false;
+        for (const std::string &word : rest_) {
+            if (word == "--" && !std::exchange(only_arguments, true)) continue;
+            if (!only_arguments && word.size() > 1 && word[0] == '-') throw no_option(word);
+            if (places.empty()) throw UsageError("one argument too many: `" + word + "`");
+            add(given, *places.front(), word);
+            if (!places.front()->target.many) places.pop_front();
+        }
+    }
+
+    void take_passed(AllGiven &given, const AllGiven &passed) const {
+        for (const Given &each : passed) {
+            const std::string &name = each.option->names.front();
+            const Option *own = command_.option_named(name);
+            if (own == nullptr)
+                throw UsageError("`" + command_.full_name() + "` takes no --" + name);
+            if (find(given, name) == nullptr) given.push_back({own, each.words});
+        }
+    }
+
+    void take_environment(AllGiven &given) const {
+        for (const Option &each : command_.options) {
+            if (each.variable.empty() || find(given, each.names.front()) != nullptr) continue;
+            const char *value = std::getenv(each.variable.c_str());
+            if (value != nullptr && *value != '\0') given.push_back({&each, {value}});
+        }
+    }
+
+    void check_required(const AllGiven &given) const {
+        for (const Option &each : command_.options) {
+            const bool is_given = std::any_of(
+                given.begin(), given.end(), [&](const Given &one) { return one.option == &each; });
+            if (each.is_required && !is_given) throw UsageError(missing_text(each));
+        }
+    }
+
+    // In the order in which they are declared.
+    void give_all(const AllGiven &given) const {
+        for (const Option &option : command_.options) {
+            for (const Given &each : given) {
+                if (each.option == &option) give(each);
+            }
+        }
+        for (const Given &each : given) {
+            if (is_inherited(*each.option)) give(each);
+        }
+    }
+
+    bool is_inherited(const Option &option) const {
+        return std::none_of(command_.options.begin(), command_.options.end(),
+                            [&](const Option &own) { return &own == &option; });
+    }
+
+    const Command &command_;
+    CLI::App app_;
+    std::vector<std::pair<const Option *, CLI::Option *>> options_;
+    std::vector<std::string> rest_;
+    std::map<const Command *, std::unique_ptr<Level>> inner_;
+};
+
+Parser::Parser(const Command &command) : level_(std::make_unique<Level>(command)) {}
+
+Parser::~Parser() = default;
+
+Request Parser::parse(const std::vector<std::string> &words) { return level_->parse(words, {}); }
+
+}  // namespace cli

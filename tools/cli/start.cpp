@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "cli/start.h"
+
+#include <iostream>
+
+#include "cli/help.h"
+#include "cli/parser.h"
+
+namespace cli {
+
+Start start(const Command &program, int argc, const char *const *argv) {
+    const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+    try {
+        const Request request = Parser(program).parse(words);
+        if (!request.help && !request.version) return {request.command, 0};
+        std::cout << (request.help ? help_of(*request.command, screen_width())
+                                   : program.version + "\n");
+        return {nullptr, 0};
+    } catch (const LineError &error) {
+        std::cerr << program.name << ": " << error.what() << "\nTry `" << error.command->full_name()
+                  << " --help`.\n";
+        return {nullptr, usage_status};
+    }
+}
+
+}  // namespace cli
