@@ -2,13 +2,13 @@
 //
 // dot1x_ports: keeps what hostapd says of its ports in the 802.1X, session and RADIUS tables of a
 // store.
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <csignal>
 #include <ctime>
 #include <iostream>
 #include <memory>
 
+#include "cli/start.h"
 #include "job.h"
 #include "live.h"
 #include "recordings.h"
@@ -20,7 +20,7 @@ using dot1x_ports::Source;
 
 enum ExitCode { kDone = 0, kMalformed = 1, kUsage = 2, kNoIndex = 3, kUnreachable = 4, kStore = 5 };
 
-constexpr const char *kFooter = R"(
+constexpr const char *kNotes = R"(
 A port's rows are keyed by the index of its interface:
   --control     the index of the interface that the socket is named after
   --recordings  the number at the end of the port's name: 3 of p3
@@ -29,11 +29,7 @@ A port's rows are keyed by the index of its interface:
 A port's state, counters and sessions are stored while hostapd tells of a client on it, and erased
 after that; with several clients on a port the first authorised one counts, or else the first.
 RADIUS servers are named by their address, or by --server; counters of ports that have one server
-are added.
-
-Exit code: 0 done; 1 malformed lines, with --strict; 2 wrong arguments; 3 a port has no index, or
-another port's; 4 hostapd or a recording can't be reached; 5 the store failed. With 3, 4 and 5
-nothing of the last poll is stored.)";
+are added. If the program fails, nothing of the last poll is stored.)";
 
 struct Arguments {
     dot1x_ports::JobOptions job;
@@ -47,29 +43,35 @@ struct Arguments {
     bool json = false;
 };
 
-void declare(CLI::App &app, Arguments &arguments) {
-    app.footer(kFooter);
-    app.set_version_flag("--version", std::string("dot1x_ports ") + TARNBASE_VERSION);
-    app.add_option("-s,--store", arguments.job.store, "store file, made if it isn't there")
-        ->required();
-    CLI::Option_group *source = app.add_option_group("source", "where the answers come from");
-    source->add_option("--recordings", arguments.recordings,
-                       "directory of recorded answers, hostapd-NAME-all_sta.txt, -mib, -status");
-    source->add_option("--control", arguments.sockets,
-                       "control socket of hostapd, such as /run/hostapd/p1; one a port");
-    source->require_option(1);
-    app.add_option("--port", arguments.ports, "NAME=INDEX: the index of a port");
-    app.add_option("--server", arguments.servers,
-                   "NAME=ADDRESS or NAME=ADDRESS:PORT: the name of a RADIUS server; NAME: of all "
-                   "others");
-    CLI::Option *poll =
-        app.add_option("--poll", arguments.poll_seconds,
-                       "go on and ask again after so many seconds, until SIGINT or SIGTERM")
-            ->check(CLI::Range(0.001, 1e6));
-    app.add_flag("--once", arguments.once, "ask once, as without --poll")->excludes(poll);
-    app.add_flag("--strict", arguments.strict, "exit with 1 if a line was malformed");
-    app.add_flag("--json", arguments.json, "tell the result as JSON");
-    app.add_flag("-v,--verbose", arguments.job.verbose, "tell of each poll on standard error");
+void describe(cli::Command &program, Arguments &arguments) {
+    program.add_help(std::string("dot1x_ports ") + TARNBASE_VERSION);
+    program.notes = kNotes;
+    program.statuses = {{kDone, "done"},
+                        {kMalformed, "malformed lines, with --strict"},
+                        {kUsage, "the arguments are wrong"},
+                        {kNoIndex, "a port has no index, or another port's"},
+                        {kUnreachable, "hostapd or a recording can't be reached"},
+                        {kStore, "the store failed"}};
+    program
+        .option("-s,--store", "FILE", cli::into(arguments.job.store),
+                "Store file, made if it isn't there")
+        .required();
+    program.option("--recordings", "FOLDER", cli::into(arguments.recordings),
+                   "Folder of recorded answers, hostapd-NAME-all_sta.txt, -mib, -status; this or "
+                   "--control is needed");
+    program
+        .option("--control", "SOCKET", cli::into(arguments.sockets),
+                "Control socket of hostapd, such as /run/hostapd/p1; one a port")
+        .excludes("recordings");
+    program.option("--port", "NAME=INDEX", cli::into(arguments.ports), "The index of a port");
+    program.option("--server", "NAME[=ADDRESS[:PORT]]", cli::into(arguments.servers),
+                   "The name of the RADIUS server of this address; without one, of all others");
+    program.option("--poll", "SECONDS", cli::seconds_into(arguments.poll_seconds, 0.001, 1e6),
+                   "Go on and ask again after so many seconds, until SIGINT or SIGTERM");
+    program.flag("--once", arguments.once, "Ask once, as without --poll").excludes("poll");
+    program.flag("--strict", arguments.strict, "Exit with 1 if a line was malformed");
+    program.flag("--json", arguments.json, "Print the result as JSON");
+    program.flag("-v,--verbose", arguments.job.verbose, "Print each poll on standard error");
 }
 
 dot1x_ports::ServerNames parse_servers(const std::vector<std::string> &arguments) {
@@ -89,6 +91,8 @@ dot1x_ports::ServerNames parse_servers(const std::vector<std::string> &arguments
 }
 
 std::unique_ptr<Source> make_source(const Arguments &arguments) {
+    if (arguments.recordings.empty() && arguments.sockets.empty())
+        throw dot1x_ports::UsageError("give --recordings or --control");
     auto indexes = dot1x_ports::parse_indexes(arguments.ports);
     if (arguments.sockets.empty())
         return std::make_unique<dot1x_ports::Recordings>(arguments.recordings, std::move(indexes));
@@ -136,14 +140,14 @@ int fail(ExitCode code, const std::exception &error) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    CLI::App app("Keeps what hostapd says of its ports in the tables of a store.", "dot1x_ports");
+    cli::Command program("dot1x_ports",
+                         "Keeps what hostapd says of its ports in the tables of a store.");
     Arguments arguments;
-    declare(app, arguments);
+    describe(program, arguments);
+    const cli::Start start = cli::start(program, argc, argv);
+    if (start.command == nullptr) return start.status;
     try {
-        app.parse(argc, argv);
         return run(arguments);
-    } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? kDone : kUsage;
     } catch (const dot1x_ports::UsageError &error) {
         return fail(kUsage, error);
     } catch (const dot1x_ports::PortError &error) {

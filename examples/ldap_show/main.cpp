@@ -2,12 +2,12 @@
 //
 // ldap_show: shows the LDAP tables of a store that another process keeps, and proves that their
 // XML form holds all of them.
-#include <CLI/CLI.hpp>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 
+#include "cli/start.h"
 #include "difference.h"
 #include "tables.h"
 #include "xml_file.h"
@@ -16,15 +16,12 @@ namespace {
 
 enum ExitCode { kDone = 0, kDifferent = 1, kUsage = 2, kBadXml = 3, kFile = 4, kStore = 5 };
 
-constexpr const char *kFooter = R"(
+constexpr const char *kNotes = R"(
 Tables are walked in key order: shorter names first, then by their bytes.
 
 With --verify or --copy-to the records are read from XML into a second store and compared with
 the first one's: from a file that --xml wrote, or else from the XML form of this moment. What
-another process has written to the first store in between is told as a difference.
-
-Exit code: 0 done; 1 the stores differ; 2 wrong arguments; 3 the file is no XML of these tables;
-4 a file can't be read or written; 5 a store failed.)";
+another process has written to the first store in between is told as a difference.)";
 
 struct Arguments {
     std::string store;
@@ -40,20 +37,29 @@ class FileError : public std::runtime_error {
         : std::runtime_error(path + ": " + std::strerror(errno)) {}
 };
 
-void declare(CLI::App &app, Arguments &arguments) {
-    app.footer(kFooter);
-    app.set_version_flag("--version", std::string("ldap_show ") + TARNBASE_VERSION);
-    app.add_option("-s,--store", arguments.store, "store file")->required();
-    CLI::Option *xml = app.add_flag("--xml", arguments.xml, "write XML; text otherwise");
-    CLI::Option *output =
-        app.add_option("-o,--output", arguments.output, "file to write; standard output otherwise");
-    app.add_option("--verify", arguments.verify, "XML file to read back and to compare")
-        ->excludes(xml)
-        ->excludes(output);
-    app.add_option("--copy-to", arguments.copy_to,
-                   "store file to make for the second store; kept in memory otherwise")
-        ->excludes(xml)
-        ->excludes(output);
+void describe(cli::Command &program, Arguments &arguments) {
+    program.add_help(std::string("ldap_show ") + TARNBASE_VERSION);
+    program.notes = kNotes;
+    program.statuses = {{kDone, "done"},
+                        {kDifferent, "the stores differ"},
+                        {kUsage, "the arguments are wrong"},
+                        {kBadXml, "the file is no XML of these tables"},
+                        {kFile, "a file can't be read or written"},
+                        {kStore, "a store failed"}};
+    program.option("-s,--store", "FILE", cli::into(arguments.store), "Store file").required();
+    program.flag("--xml", arguments.xml, "Write XML; text otherwise");
+    program.option("-o,--output", "FILE", cli::into(arguments.output),
+                   "File to write; standard output otherwise");
+    program
+        .option("--verify", "FILE", cli::into(arguments.verify),
+                "XML file to read back and to compare")
+        .excludes("xml")
+        .excludes("output");
+    program
+        .option("--copy-to", "FILE", cli::into(arguments.copy_to),
+                "Store file to make for the second store; kept in memory otherwise")
+        .excludes("xml")
+        .excludes("output");
 }
 
 void write_out(const std::string &path, const std::string &text) {
@@ -106,14 +112,13 @@ int fail(ExitCode code, const std::exception &error) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    CLI::App app("Shows the LDAP tables of a store.", "ldap_show");
+    cli::Command program("ldap_show", "Shows the LDAP tables of a store.");
     Arguments arguments;
-    declare(app, arguments);
+    describe(program, arguments);
+    const cli::Start start = cli::start(program, argc, argv);
+    if (start.command == nullptr) return start.status;
     try {
-        app.parse(argc, argv);
         return run(arguments);
-    } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? kDone : kUsage;
     } catch (const ldap_show::XmlError &error) {
         return fail(kBadXml, error);
     } catch (const FileError &error) {

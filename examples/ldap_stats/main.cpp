@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // ldap_stats: keeps what an OpenLDAP server's log tells in the LDAP tables of a store.
-#include <CLI/CLI.hpp>
 #include <iostream>
+#include <limits>
 #include <system_error>
 
+#include "cli/start.h"
 #include "input.h"
 #include "job.h"
 #include "report.h"
@@ -20,7 +21,7 @@ enum ExitCode {
     kStore = 5
 };
 
-constexpr const char *kFooter = R"(
+constexpr const char *kNotes = R"(
 What is counted, seen from the server's clients, all taken as one:
   sent       requests: BIND, SRCH, CMP, EXT, ADD, DEL, MOD, MODRDN, ABANDON, UNBIND, one each
              however many lines tell of it
@@ -35,10 +36,7 @@ Counters wrap at 2^32; connections and delays stay at 2^32 - 1.
 
 The server is named by --server, or else by the listener of the first connection that the log
 tells of, such as ldap://127.0.0.1:389, or else "slapd". Counting goes on from what the store
-holds under that name, so a log must not be given twice.
-
-Exit code: 0 done; 1 malformed lines, with --strict; 2 wrong arguments; 3 the input is no slapd
-log, nothing was stored; 4 the log can't be read; 5 the store failed, its last batch is undone.)";
+holds under that name, so a log must not be given twice.)";
 
 struct Arguments {
     ldap_stats::JobOptions job;
@@ -48,27 +46,38 @@ struct Arguments {
     bool json = false;
 };
 
-void declare(CLI::App &app, Arguments &arguments) {
-    app.footer(kFooter);
-    app.set_version_flag("--version", std::string("ldap_stats ") + TARNBASE_VERSION);
-    app.add_option("log", arguments.input.path,
-                   "slapd log, loglevel stats; - or none: standard input");
-    app.add_option("-s,--store", arguments.job.store, "store file, made if it isn't there")
-        ->required();
-    app.add_option("--server", arguments.job.server, "name of the server, the key of its records");
-    app.add_option("--timeout", arguments.job.timeout,
-                   "request timeout to record; 0 at first, stays if not given");
-    CLI::Option *follow = app.add_flag("-f,--follow", arguments.input.follow,
-                                       "go on as the log grows, until SIGINT or SIGTERM");
-    app.add_flag("--from-end", arguments.input.from_end, "follow from the log's end of now")
-        ->needs(follow);
-    app.add_option("--exit-idle", arguments.idle_seconds,
-                   "stop following after so many seconds without news")
-        ->needs(follow)
-        ->check(CLI::Range(0.001, 1e6));
-    app.add_flag("--strict", arguments.strict, "exit with 1 if a line was malformed");
-    app.add_flag("--json", arguments.json, "tell the result as JSON");
-    app.add_flag("-v,--verbose", arguments.job.verbose, "tell of each batch on standard error");
+void describe(cli::Command &program, Arguments &arguments) {
+    program.add_help(std::string("ldap_stats ") + TARNBASE_VERSION);
+    program.notes = kNotes;
+    program.statuses = {{kDone, "done"},
+                        {kMalformed, "malformed lines, with --strict"},
+                        {kUsage, "the arguments are wrong"},
+                        {kNoSlapdLog, "the input is no slapd log, nothing was stored"},
+                        {kUnreadable, "the log can't be read"},
+                        {kStore, "the store failed, its last batch is undone"}};
+    program.argument("LOG", cli::into(arguments.input.path),
+                     "slapd log, loglevel stats; - or none: standard input");
+    program
+        .option("-s,--store", "FILE", cli::into(arguments.job.store),
+                "Store file, made if it isn't there")
+        .required();
+    const auto name_server = [&arguments](const std::string &name) { arguments.job.server = name; };
+    program.option("--server", "NAME", {name_server, {}, false},
+                   "Name of the server, the key of its records");
+    program.option("--timeout", "SECONDS",
+                   cli::number_into(arguments.job.timeout, 0, std::numeric_limits<uint32_t>::max()),
+                   "Request timeout to record; 0 at first, stays if not given");
+    program.flag("-f,--follow", arguments.input.follow,
+                 "Go on as the log grows, until SIGINT or SIGTERM");
+    program.flag("--from-end", arguments.input.from_end, "Follow from the log's end of now")
+        .needs("follow");
+    program
+        .option("--exit-idle", "SECONDS", cli::seconds_into(arguments.idle_seconds, 0.001, 1e6),
+                "Stop following after so many seconds without news")
+        .needs("follow");
+    program.flag("--strict", arguments.strict, "Exit with 1 if a line was malformed");
+    program.flag("--json", arguments.json, "Print the result as JSON");
+    program.flag("-v,--verbose", arguments.job.verbose, "Print each batch on standard error");
 }
 
 int run(Arguments &arguments) {
@@ -88,15 +97,14 @@ int run(Arguments &arguments) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    CLI::App app("Keeps what an OpenLDAP server's log tells in the LDAP tables of a store.",
-                 "ldap_stats");
+    cli::Command program(
+        "ldap_stats", "Keeps what an OpenLDAP server's log tells in the LDAP tables of a store.");
     Arguments arguments;
-    declare(app, arguments);
+    describe(program, arguments);
+    const cli::Start start = cli::start(program, argc, argv);
+    if (start.command == nullptr) return start.status;
     try {
-        app.parse(argc, argv);
         return run(arguments);
-    } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? kDone : kUsage;
     } catch (const ldap_stats::NotASlapdLog &error) {
         std::cerr << "ldap_stats: " << error.what() << '\n';
         return kNoSlapdLog;

@@ -9,7 +9,6 @@
 //
 // where `Suite.Name` is a GoogleTest without prefix and suffix of its parameters,
 // and `ctest:name` a test that only ctest knows.
-#include <CLI/CLI.hpp>
 #include <array>
 #include <cstdio>
 #include <fstream>
@@ -22,6 +21,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "cli/start.h"
 
 namespace {
 
@@ -103,22 +104,30 @@ std::vector<Row> rows_of(const std::string &file) {
 }  // namespace
 
 int main(int argc, char **argv) try {
-    CLI::App app("Checks that the list of behaviours and the tests are in step.");
+    cli::Command program("conformance_check",
+                         "Checks that the list of behaviours and the tests are in step.");
+    program.add_help("");
     std::vector<std::string> lists;
     std::vector<std::string> behaviour_programs;
     std::vector<std::string> other_programs;
     std::string build_folder;
-    app.add_option("--list", lists, "the lists of behaviours")->required();
-    app.add_option("--behaviour", behaviour_programs, "programs whose tests all stand in a row")
-        ->required();
-    app.add_option("--other", other_programs, "programs whose tests may stand in a row");
-    app.add_option("--build", build_folder, "the build folder, for ctest's names")->required();
-    CLI11_PARSE(app, argc, argv);
+    program.option("--list", "FILE", cli::into(lists), "A list of behaviours").required();
+    program
+        .option("--behaviour", "PROGRAM", cli::into(behaviour_programs),
+                "A program whose tests all stand in a row")
+        .required();
+    program.option("--other", "PROGRAM", cli::into(other_programs),
+                   "A program whose tests may stand in a row");
+    program
+        .option("--build", "FOLDER", cli::into(build_folder), "The build folder, for ctest's names")
+        .required();
+    const cli::Start start = cli::start(program, argc, argv);
+    if (start.command == nullptr) return start.status;
 
     std::set<std::string> wanted;
-    for (const std::string &program : behaviour_programs) add_tests_of(program, wanted);
+    for (const std::string &each : behaviour_programs) add_tests_of(each, wanted);
     std::set<std::string> known = wanted;
-    for (const std::string &program : other_programs) add_tests_of(program, known);
+    for (const std::string &each : other_programs) add_tests_of(each, known);
     add_tests_of_ctest(build_folder, known);
 
     std::size_t row_count = 0;

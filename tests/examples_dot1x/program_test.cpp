@@ -56,8 +56,9 @@ TEST_F(Dot1xPortsProgram, TheRecordingsAreSummedUpForAReader) {
 }
 
 TEST_F(Dot1xPortsProgram, PortsAndServersHaveTheNamesAndIndexesThatWereGiven) {
-    const Outcome outcome = ports({"--recordings", RECORDINGS, "--json", "--port", "p1=41", "p3=7",
-                                   "--server", "campus=127.0.0.1:1812", "--server", "rest"});
+    const Outcome outcome =
+        ports({"--recordings", RECORDINGS, "--json", "--port", "p1=41", "--port", "p3=7",
+               "--server", "campus=127.0.0.1:1812", "--server", "rest"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
     const Json json = Json::parse(outcome.out);
     ASSERT_EQ(json["ports"].size(), 4u);
@@ -159,7 +160,7 @@ TEST_F(Dot1xPortsProgram, WrongArgumentsEndItWithAnError) {
     EXPECT_EQ(ports({"--recordings", RECORDINGS, "--poll", "-1"}).exit_code, 2);
     EXPECT_EQ(ports({"--recordings", RECORDINGS, "--port", "p1"}).exit_code, 2);
     EXPECT_EQ(ports({"--recordings", RECORDINGS, "--server", "=1"}).exit_code, 2);
-    EXPECT_EQ(ports({"--recordings", RECORDINGS, "--server", "a", "b"}).exit_code, 2);
+    EXPECT_EQ(ports({"--recordings", RECORDINGS, "--server", "a", "--server", "b"}).exit_code, 2);
     EXPECT_FALSE(std::filesystem::exists(store));
     EXPECT_EQ(ports({"--help"}).exit_code, 0);
 }

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // tarnc: the schema compiler.
-//
-// Exit codes: 0 the output is written, 2 bad usage or a file that can't be
-// written, 3 a bad schema.
-#include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
 #include <string>
 
 #include "check.h"
+#include "cli/start.h"
 #include "emit.h"
 #include "manifest.h"
 #include "output.h"
@@ -49,36 +46,44 @@ int compile(const Options &options) {
     return 0;
 }
 
+void describe(cli::Command &program, Options &options) {
+    program.add_help("tarnc " TARNC_VERSION);
+    program.statuses = {{0, "the output is written"},
+                        {exit_usage, "the arguments are wrong, or a file can't be written"},
+                        {exit_schema, "the schema is wrong"}};
+    program.argument("FILE", cli::into(options.module), "The schema's module file").required();
+    program.option("-o,--out", "FOLDER", cli::into(options.out),
+                   "Folder to write to; without it the schema is only checked");
+    program.option("--shards", "NUMBER", cli::number_into(options.shards, 1, 64),
+                   "Source files that the stamps are dealt out to; 4 by default");
+    program
+        .option("--depfile", "FILE", cli::into(options.depfile),
+                "Make-style dependency file to write")
+        .needs("depfile-target");
+    program
+        .option("--depfile-target", "TARGET", cli::into(options.depfile_target),
+                "Target of the rule in the dependency file")
+        .needs("depfile");
+    program.option("--section", "FILE", cli::into(options.section),
+                   "Bytes of the library's manifest section to write");
+    program
+        .option("--built-file", "FILE", cli::into(options.build.output),
+                "The file that the section is for")
+        .needs("section");
+    program
+        .option("--built-target", "TARGET", cli::into(options.build.target),
+                "The name of the build target")
+        .needs("section");
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
     Options options;
-    CLI::App app{"Compiles a schema to headers, models and stamps.", "tarnc"};
-    app.set_version_flag("--version", "tarnc " TARNC_VERSION);
-    app.add_option("module", options.module, "The schema's module file")
-        ->required()
-        ->check(CLI::ExistingFile);
-    app.add_option("--out,-o", options.out,
-                   "Folder to write to; without it the schema is only checked");
-    app.add_option("--shards", options.shards, "Source files that the stamps are dealt out to")
-        ->check(CLI::Range(std::size_t{1}, std::size_t{64}));
-    auto *depfile =
-        app.add_option("--depfile", options.depfile, "Make-style dependency file to write");
-    auto *target = app.add_option("--depfile-target", options.depfile_target,
-                                  "Target of the rule in the dependency file");
-    auto *section = app.add_option("--section", options.section,
-                                   "Bytes of the library's manifest section to write");
-    app.add_option("--built-file", options.build.output, "The file that the section is for")
-        ->needs(section);
-    app.add_option("--built-target", options.build.target, "The name of the build target")
-        ->needs(section);
-    depfile->needs(target);
-    target->needs(depfile);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? 0 : exit_usage;
-    }
+    cli::Command program("tarnc", "Compiles a schema to headers, models and stamps.");
+    describe(program, options);
+    const cli::Start start = cli::start(program, argc, argv);
+    if (start.command == nullptr) return start.status;
     try {
         return compile(options);
     } catch (const std::exception &error) {
