@@ -138,7 +138,7 @@ def see_also(name):
             "enumeration": "structure value", "store": "handle transaction",
             "handle": "store transaction", "transaction": "store handle",
             "runtime": "handle value", "value": "string structure", "string": "value",
-            "record": "table object", "object": "descriptor structure"}
+            "record": "table object", "failure": "record table", "object": "descriptor structure"}
     chosen = near.get(name, "store handle").split()
     listed_pages = [f".BR tarnbase\\-{other} (3)," for other in sorted(chosen)]
     return [".SH SEE ALSO", ".BR tarnbase (3),"] + listed_pages + [".BR tarnbase (7)"]

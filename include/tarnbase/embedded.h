@@ -131,7 +131,7 @@ TARNBASE_API uint32_t kel_transaction_rollback(kel_handle *handle, uint32_t tx_i
 /* ---- Records that may have failed --------------------------------------- */
 
 /*
- * Gives one reference to a record back, whatever happened to the record before: it may be
+ * Gives back one reference to a record, whatever happened to the record before: it may be
  * in an index or not, its insert may have failed, its table may be marked for replication,
  * and an error may be set in the handle, which is left as it is. `vector` is the
  * `<table>_table_vft` of the record's table. Null for `record` is accepted.
@@ -139,18 +139,18 @@ TARNBASE_API uint32_t kel_transaction_rollback(kel_handle *handle, uint32_t tx_i
  * With the last reference the record is deleted from its index, if it is in one, and
  * destroyed with its objects. `<table>_destroy_record` does the same only with *err 0 and on
  * a table that isn't marked: otherwise it frees a block that stays in the index.
- * Returns 0: the reference is gone, and with the last one the record.
+ * Returns: 0, and the reference is gone, with the last one also the record.
  * Errors: EINPROGRESS the table is marked and the handle isn't the engine's: the record
  * stays in the index with KEL_RECORD_PENDING_DESTROY set, and the reference is now that of
- * kel_replication_finish_destroys. EINVAL the record is none of that table, and nothing has
+ * kel_replication_finish_destroys. EINVAL the record isn't one of that table, and nothing has
  * changed. Any other: what kept the record in its index, or, with `table` null, what kept
  * its mapping; the block is still there.
  */
 TARNBASE_API uint32_t kel_record_release(kel_handle *handle, uint32_t tx_id,
                                          const void *const *vector, kel_record *record);
 /*
- * Whether a `_cr` creation had no memory and gave the type's fallback: 1 if the block lies
- * outside the handle's store, else 0, also for null. It can't be told by `last_error`:
+ * Returns: 1 if a `_cr` creation had no memory and returned the type's fallback, which is a
+ * block outside the handle's store; else 0, also for null. `last_error` doesn't say it:
  * `<table>_record_create_cr` with `with_objects` 0 ends with 0 also without memory. A
  * fallback is shared by the whole process: don't fill it, don't insert it; destroying it is
  * allowed. Memory of the caller's own, such as an object on the stack, gives 1 as well.
