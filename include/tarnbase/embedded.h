@@ -3,8 +3,8 @@
  * The embedded runtime's own interface: stores, handles, transactions, and what
  * a program needs besides the services of runtime.h.
  *
- * Status. Functions that return `uint32_t` status give 0 or a Linux errno number;
- * kel_error_text then tells what was wrong, naming the file or the argument.
+ * Status. Functions that return a `uint32_t` status return 0 or a Linux errno number;
+ * kel_error_text then says what was wrong and names the file or the argument.
  *
  * Threads. A handle serves one thread at a time; one transaction at a time should
  * change a store. Changes made with KEL_TX_NONE are at once permanent.
@@ -34,7 +34,7 @@ typedef struct kel_store_options {
     void *base;        /* address to map at; chosen by the runtime */
 } kel_store_options;
 
-/* What kel_store_describe tells. */
+/* The result of kel_store_describe. */
 typedef struct kel_store_description {
     const char *path;      /* file, or null for a private store; lives as the store */
     void *base;            /* address at which every process maps the store */
@@ -80,8 +80,8 @@ TARNBASE_API kel_table *kel_store_first_table(const kel_store *store);
 TARNBASE_API const char *kel_error_text(void);
 
 /*
- * For tests: the n-th allocation from now, counted from 1, answers null, and all
- * others succeed. 0 takes the wish back.
+ * For tests: makes the n-th allocation from now, counted from 1, fail; all others
+ * succeed. 0 makes none fail.
  */
 TARNBASE_API void kel_store_fail_allocation(kel_store *store, uint64_t n);
 
@@ -101,8 +101,8 @@ TARNBASE_API kel_store *kel_handle_store(const kel_handle *handle);
 /* Sets the state tracking mode: KEL_STATE_TRACKING_OFF or _ON, or 0 for no record. */
 TARNBASE_API void kel_handle_set_state_tracking(kel_handle *handle, uint32_t mode);
 /*
- * Sets the variant of a type in the handle's domain, which otherwise answers the
- * highest variant of each type. The type is recognised by its LUID.
+ * Sets the variant of a type in the handle's domain; types that aren't set have
+ * their highest variant. The type is recognised by its LUID.
  * Errors: EINVAL `descriptor` is null; ENOMEM.
  */
 TARNBASE_API uint32_t kel_handle_set_variant(kel_handle *handle, const kel_type_info *descriptor,
@@ -211,8 +211,8 @@ TARNBASE_API kel_xml_document *kel_xml_parse(const char *text, size_t length);
 TARNBASE_API void kel_xml_free(kel_xml_document *document);
 /*
  * Calls `function` with each element that the XPath `path` selects, in document
- * order, as a document of its own that lives for the call, until a call answers
- * nonzero. Stores that answer, or 0, through `result`. Error EINVAL: bad path.
+ * order, as a document of its own that lives for the call, until a call returns
+ * nonzero. Stores that value, or 0, through `result`. Error EINVAL: bad path.
  */
 TARNBASE_API uint32_t kel_xml_for_each(kel_xml_document *document, const char *path,
                                        uint32_t (*function)(kel_xml_document *element,
@@ -255,9 +255,9 @@ TARNBASE_API void kel_handle_set_release(kel_handle *handle, kel_release_functio
 /*
  * A store has one replication stream: each record that is inserted in a marked and
  * armed table, as `<table>_table_record_marshal` writes it, under the inserting
- * transaction. The stream stands in a bounded ring in the store, where every process
- * can read it; a new frame takes the place of the oldest ones. Frames have positions
- * 0, 1, 2, ..., and a table's `write_cursor` is the position behind its newest frame.
+ * transaction. The stream is a bounded ring in the store, where every process can
+ * read it; a new frame replaces the oldest ones. Frames have positions 0, 1, 2, ...,
+ * and a table's `write_cursor` is the position after its newest frame.
  */
 
 /* Marks a table for replication, or not, and arms its write cursor, or not. */
@@ -294,14 +294,14 @@ typedef struct kel_replication_frame {
     const kel_table *table; /* the block inserted in; may have been freed since */
     uint8_t luid[16];       /* the table's LUID */
     uint32_t length;        /* bytes of the marshalled record */
-    uint16_t tenant;        /* the record's tenant and source, which don't stand in it */
+    uint16_t tenant;        /* the record's tenant and source, which its bytes lack */
     uint8_t src;            /* see `tenant` */
     uint8_t reserved;       /* zero */
 } kel_replication_frame;
 
 /*
- * A reader of the stream, the caller's own, with nothing behind it in the store. Its
- * position can be kept, and given to kel_replication_reader_open by any process.
+ * A reader of the stream. It belongs to the caller, and the store knows nothing of it.
+ * Its position can be kept and passed to kel_replication_reader_open by any process.
  */
 typedef struct kel_replication_reader {
     uint64_t position; /* of the next frame to read */
@@ -313,17 +313,17 @@ typedef struct kel_replication_reader {
 #define KEL_REPLICATION_NEWEST 0xffffffffffffffffULL /* the first frame yet to come */
 
 /*
- * Fills in a reader. A position that the ring has left behind is allowed: the first
- * read tells what was missed.
+ * Fills in a reader. A position that is no longer in the ring is allowed: the first
+ * read says what was missed.
  * Errors: ENOENT the store has no ring; EINVAL the position is ahead of the stream.
  */
 TARNBASE_API uint32_t kel_replication_reader_open(kel_handle *handle, uint64_t position,
                                                   kel_replication_reader *reader);
 /*
  * Reads the next frame: its bytes into `buffer`, the rest into `frame`, and moves the
- * reader behind it. Frames of an open transaction are not there yet.
+ * reader past it. Frames of an open transaction are not there yet.
  * Errors: EAGAIN there is no frame yet; EOVERFLOW frames were missed: `missed` has
- * gone up by their number, and the reader has moved behind them: call again; EMSGSIZE
+ * gone up by their number, and the reader has moved past them: call again; EMSGSIZE
  * the buffer is too small for `frame->length` bytes: the reader stays; ENOENT no ring;
  * EINVAL the reader is ahead of the stream.
  */
@@ -337,10 +337,10 @@ TARNBASE_API uint64_t kel_replication_lag(kel_handle *handle, const kel_replicat
  * Finishes pending destructions: deletes and destroys, through its table's vector and
  * with `replication_engine_active` set, each record of a marked table whose pending bit
  * is set, on behalf of the record's tenant. Stores their number through `finished`. A
- * record that somebody else refers to is deleted and lives on until it is given back.
+ * record with further references is deleted, and destroyed with the last of them.
  * Errors: ENOENT the handle is not attached, or the lookup doesn't know a table; and
  * what delete and destroy report. A table with an error is left at that record, the
- * others are finished; the first error is answered.
+ * others are finished; the first error is returned.
  */
 TARNBASE_API uint32_t kel_replication_finish_destroys(kel_handle *handle, uint32_t tx_id,
                                                       uint32_t *finished);
@@ -358,7 +358,7 @@ typedef uint32_t (*kel_replication_read_function)(kel_record *record, const void
                                                   uint64_t reads, void *context);
 /*
  * Calls `function` with each record in the table's index that kel_replication_reads
- * knows, in the index's order, until a call answers nonzero. Returns the last answer.
+ * knows, in the index's order, until a call returns nonzero. Returns the last result.
  */
 TARNBASE_API uint32_t kel_replication_for_each_read(kel_handle *handle, kel_table *table,
                                                     kel_replication_read_function function,

@@ -47,7 +47,7 @@ typedef struct kel_variant_domain {
     uint64_t reserved; /* zero */
 } kel_variant_domain;
 
-/* The handle. Its members stand in this order and with these widths in every runtime. */
+/* The handle. Its members have this order and these widths in every runtime. */
 typedef struct kel_handle {
     /* Block of `size` bytes for a descriptor copy, or null. */
     void *(*type_alloc_hook)(void *type_arena, uint32_t tx_id, uint64_t size);

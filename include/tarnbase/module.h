@@ -50,7 +50,7 @@ TARNBASE_API void tarnbase_type_variant_dump(void (*print)(const char *format, .
  * threads use the directory.
  */
 extern TARNBASE_API const void *tarnbase_table_lut[][KEL_TABLE_VFT_SLOTS];
-/* Fills the directory, once. Returns 0 or what table_vft_cpy answers. */
+/* Fills the directory, once. Returns 0 or what table_vft_cpy returns. */
 TARNBASE_API uint32_t tarnbase_table_vft_init(void);
 /*
  * Stores the vector of the table with this LUID of 16 bytes through `vector`, or

@@ -9,7 +9,7 @@
  *       10     1  flags
  *       11        first field, at the next byte that suits its alignment
  *
- * The members stand inline in each structure. A header of its own type would be
+ * The members are part of each structure. A header of its own type would be
  * padded to 16 bytes and would move a first field of one byte away from byte 11.
  */
 #ifndef TARNBASE_OBJECT_H
@@ -22,7 +22,7 @@
 
 TARNBASE_BEGIN
 
-/* The four members, to stand first in a structure. */
+/* The four members, which come first in a structure. */
 #define KEL_OBJECT_HEADER                                                            \
     const kel_type_info *descriptor; /* the item's descriptor; null once released */ \
     int8_t variant;                  /* the variant the instance now has */          \
@@ -35,10 +35,10 @@ TARNBASE_BEGIN
 /* Instance flags. */
 #define OBJ_OID_MAPPED 1U       /* has an entry in the runtime's OID mapping */
 #define OBJ_EMBEDDED 2U         /* belongs to a record, or to a parent that does */
-#define OBJ_NESTED 4U           /* lies inside a parent object */
+#define OBJ_NESTED 4U           /* is inside a parent object */
 #define OBJ_STATE_TRACKED 8U    /* has a state block, one flag byte a field */
 #define OBJ_RA_DATA 32U         /* carries trace correlation data */
-#define OBJ_STATE_ELSEWHERE 64U /* the state block isn't right behind the object */
+#define OBJ_STATE_ELSEWHERE 64U /* the state block isn't right after the object */
 
 /* Any object, seen through its header alone. */
 typedef struct kel_object {

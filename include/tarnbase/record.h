@@ -55,7 +55,7 @@ struct kel_table {
     uintptr_t index_aux;         /* the tree's second anchor */
     /* The rest is the runtime's; the library zeroes it and never reads it. */
     kel_index_node id_node;    /* place in the table-id tree */
-    uint64_t write_cursor;     /* position behind the last record enqueued */
+    uint64_t write_cursor;     /* position after the last record enqueued */
     void *tenant_counters;     /* counters by tenant and source */
     uint64_t runtime_words[4]; /* zero */
 };
@@ -105,14 +105,14 @@ typedef struct kel_table_list {
 
 /*
  * A caller's function in a walk over all records of a table. A nonzero result
- * ends the walk. The record handed over may be deleted and destroyed.
+ * ends the walk. The record passed to it may be deleted and destroyed.
  */
 typedef uint32_t (*kel_walk_function)(kel_record *record, void *context);
 
-/* What `<table>_<key>_walk` hands through the tree to its callback. */
+/* What `<table>_<key>_walk` passes through the tree to its callback. */
 typedef struct kel_walk_pair {
     kel_walk_function function; /* called with each record */
-    void *context;              /* handed to it; the caller's */
+    void *context;              /* passed to it; the caller's */
 } kel_walk_pair;
 
 TARNBASE_END

@@ -143,8 +143,8 @@ TARNBASE_API kel_index_node *e_avl_get_next(void *root, const kel_index_node *no
 TARNBASE_API kel_index_node *e_avl_get_prev(void *root, const kel_index_node *node,
                                             e_avl_compare_function compare);
 /*
- * Calls `callback` with each node in order, until it answers nonzero. Returns
- * its last result. The callback may delete the node it was handed.
+ * Calls `callback` with each node in order, until it returns nonzero. Returns
+ * its last result. The callback may delete the node that it gets.
  */
 TARNBASE_API uint32_t e_avl_walk(void *root, e_avl_walk_function callback, void *context);
 
@@ -195,7 +195,7 @@ TARNBASE_API void kel_set_instance_modified(void *object, uint32_t is_structure,
 
 /* ---- State tracking ---------------------------------------------------- */
 
-/* Distance from an object to its state block, when it isn't right behind it. */
+/* Distance from an object to its state block, when it isn't right after it. */
 TARNBASE_API uint32_t kellib_get_sttr_offset(kel_handle *handle, uint32_t tx_id,
                                              const void *object);
 /* Records that distance and sets OBJ_STATE_ELSEWHERE. */

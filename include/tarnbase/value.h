@@ -9,7 +9,7 @@
  *
  *   get          The address that gives access to the value, for get_value and
  *                as the source of a set; null for a null value.
- *   get_value    The plain value behind an access.
+ *   get_value    The plain value at an access.
  *   set          Stores the value that `source` gives, logged. A kel_vstring
  *                gets a text of its own, also when the destination was
  *                overwritten with the source's bytes just before.
