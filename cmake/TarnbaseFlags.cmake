@@ -25,6 +25,12 @@ if(TARNBASE_SANITIZE)
   add_link_options(-fsanitize=${TARNBASE_SANITIZE})
 endif()
 
+# For what isn't installed, or whose speed doesn't count: it takes half the time to compile.
+# Holds for the folder that calls it and for those below.
+macro(tarnbase_compile_lightly)
+  add_compile_options($<$<CONFIG:Release>:-O1> $<$<CONFIG:Release>:-g1>)
+endmacro()
+
 # Symbols are bound and relocated data is read-only before anything runs; code and its
 # data stay apart.
 include(CheckPIESupported)
