@@ -39,6 +39,19 @@ Context includes_of(const Structure &structure) {
     return list;
 }
 
+// Whether a zeroed object of the enumeration holds the value of an enumerator.
+bool has_zero(const Enumeration &enumeration) { return enumeration.enumerators.front().value == 0; }
+
+// The fields that a new object has no enumerator's value in.
+std::string unset_fields(const Structure &structure) {
+    std::string names;
+    for (const Field &field : structure.fields) {
+        if (field.enumeration == nullptr || has_zero(*field.enumeration)) continue;
+        names += (names.empty() ? "`" : ", `") + field.name + "`";
+    }
+    return names;
+}
+
 }  // namespace
 
 Context context_of(const Schema &schema, const Structure &structure) {
@@ -79,6 +92,8 @@ Context context_of(const Schema &schema, const Structure &structure) {
     context.set("widened_arguments", "{" + widened + "}");
     context.set("fields", fields);
     context.set("value_fields", values);
+    context.set("has_unset", flag(!unset_fields(structure).empty()));
+    context.set("unset_fields", unset_fields(structure));
     return context;
 }
 
@@ -92,6 +107,7 @@ Context context_of(const Schema &schema, const Enumeration &enumeration) {
     context.set("digest", enumeration.identity.digest);
     context.set("quoted_meaning", quoted(enumeration.meaning));
     context.set("model", "tarn::model::" + enumeration.name);
+    context.set("has_zero", flag(has_zero(enumeration)));
     context.set("first_user_value", text(enumeration.enumerators.front().value));
     context.set("count", text(enumeration.enumerators.size()));
     context.set("type_info", descriptor(schema, enumeration.name, enumeration.name, "enum",

@@ -28,7 +28,7 @@ extern TARNBASE_API const kel_type_info _color_type_info_internal;
 TARNBASE_API int8_t color_variant_data_index_cap(int8_t variant);
 
 /*
- * Makes an object of value 0.
+ * Makes an object of value 0, which is no enumerator's.
  * Returns: the object, the caller's; null if there is no memory.
  */
 TARNBASE_API color *color_create(kel_handle *handle, uint32_t tx_id);
@@ -41,8 +41,10 @@ TARNBASE_API color *color_create_internal(kel_handle *handle, uint32_t tx_id);
 
 /*
  * As color_create, in the handle's own transaction.
- * Returns: the object, never null: out of memory it is the type's fallback object, and last_error
- * is 12.
+ * Returns: the object, never null: without memory, or with an error in last_error before, it is the
+ * type's fallback object, one in the process, shared by all handles and in no store. Don't set it.
+ * Errors: 12 in the handle's last_error: no memory. kel_object_is_fallback of the embedded runtime
+ * tells a fallback object from others.
  */
 TARNBASE_API color *color_create_cr(kel_handle *handle);
 
@@ -157,8 +159,9 @@ TARNBASE_API uint32_t color_backpropagate(kel_handle *handle, uint32_t tx_id, co
                                           uint32_t *err);
 
 /*
- * Prints the enumerator under `name`, indented by `indent` blanks.
- * Returns: the characters written.
+ * Prints the enumerator under `name`, indented by `indent` blanks. A value that is no enumerator's
+ * gives "Enum value out of range" and no line end.
+ * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
  * Errors: 90 too little room.
  */
 TARNBASE_API uint32_t color_print(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
@@ -173,8 +176,10 @@ TARNBASE_API uint32_t color_print_cr(kel_handle *handle, const color *object, ch
                                      uint32_t length);
 
 /*
- * Writes the enumerator as an empty element inside an element `name`. `state_flag` is not used.
- * Returns: the characters written.
+ * Writes the enumerator as an empty element inside an element `name`. `state_flag` is not used. A
+ * value that is no enumerator's gives "<color value out of range/>", which is no XML, so that
+ * nothing reads the document back.
+ * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
  * Errors: 90 too little room.
  */
 TARNBASE_API uint32_t color_to_xml(kel_handle *handle, uint32_t tx_id, const char *name,

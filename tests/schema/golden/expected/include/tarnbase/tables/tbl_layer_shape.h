@@ -35,10 +35,14 @@ extern TARNBASE_API const void *const tbl_layer_shape_table_vft[KEL_TABLE_VFT_SL
 
 /*
  * Opens tbl_layer_shape under a name, or makes it there if it is absent and `open_only` is 0.
- * Arguments: `name` is the caller's and only read; with the table's LUID it forms the store key.
+ * Arguments: `name` is the caller's and only read. Without a '/' it forms the store's key together
+ * with the table's LUID. With a '/' it is a path: its first 255 bytes are the key, which tables of
+ * all kinds share. Opening a path that a table of another kind has gives that table's block,
+ * without an error: compare the LUID of its `descriptor` with that of
+ * _tbl_layer_shape_table_type_info_internal.
  * Returns: the table block, which belongs to the store, or null.
- * Errors: 7 the key name is too long; 12 no memory. With `open_only` set an absent table is null
- * without an error.
+ * Errors: 7 the key name is too long, but a path is cut; 12 no memory. With `open_only` set an
+ * absent table is null without an error.
  */
 TARNBASE_API kel_table *tbl_layer_shape_table_open(kel_handle *handle, uint32_t tx_id,
                                                    const char *name, uint32_t open_only,
@@ -49,6 +53,10 @@ TARNBASE_API kel_table *tbl_layer_shape_table_open_unsafe(kel_handle *handle, ui
 
 /*
  * Opens the tbl_layer_shape of table id `id`, or makes it if it is absent and `open_only` is 0.
+ * Requires: in one process all handles that open, make or free a tbl_layer_shape by id are on one
+ * store, also after that store was closed. The root of a store's tables by id is found once in a
+ * process and kept for good, so that a second store would be given the first one's tables. Open the
+ * tables of any other store by name.
  * Returns: the table block, which belongs to the store, or null.
  * Errors: 12 no memory.
  */
@@ -61,6 +69,7 @@ TARNBASE_API kel_table *tbl_layer_shape_table_open_by_id_unsafe(kel_handle *hand
 
 /*
  * Makes a tbl_layer_shape under the next free table id, which its `table_id` then holds.
+ * Requires: one store in the process, as tbl_layer_shape_table_open_by_id does.
  * Returns: the table block, which belongs to the store, or null; always null with `open_only` set.
  * Errors: 12 no memory.
  */
@@ -123,6 +132,8 @@ TARNBASE_API void tbl_layer_shape_table_close_cr(kel_handle *handle, kel_table *
 /*
  * Takes the table out of the store and gives its block back. Records still in it are left behind:
  * empty it first.
+ * Requires: for a table that was opened by id one store in the process, as
+ * tbl_layer_shape_table_open_by_id does.
  * Errors: 2 the table's root is missing; 7 the key name is too long; 11 the table still has
  * references, and stays usable.
  */
@@ -153,7 +164,8 @@ TARNBASE_API uint32_t tbl_layer_shape_table_get_count_cr(kel_handle *handle, kel
 /*
  * Makes a record of source 1 and of the current tenant, with a reference count of 1 and no object.
  * Returns: the record, the caller's until it is inserted or destroyed; null if there is no memory.
- * Errors: none; `*err` is 0 afterwards whatever it held.
+ * Errors: none is reported. A record that was made leaves `*err` 0, whatever it held: make the
+ * record before you set its fields. Without memory `*err` stays as it was: test the pointer.
  */
 TARNBASE_API kel_record *tbl_layer_shape_create_record(kel_handle *handle, uint32_t tx_id,
                                                        uint32_t *err);
@@ -166,9 +178,13 @@ TARNBASE_API kel_record *tbl_layer_shape_create_record_w_src(kel_handle *handle,
 
 /*
  * Makes a record in the handle's own transaction; with `with_objects` nonzero also its st_shape and
- * its shape_key, and attaches what it made.
- * Returns: the record, never null: out of memory it is the table's fallback record, and last_error
- * is 12.
+ * its shape_key, and attaches what it made. These objects are the record's, but they aren't marked
+ * as belonging to one, so that a second record would take them too: don't attach them to another.
+ * Returns: the record, never null: without memory it is the table's fallback record, one in the
+ * process, shared by all handles and in no store. Don't fill it and don't insert it.
+ * Errors: last_error tells only of the objects, and is 12 if one is its type's fallback object.
+ * Without a record it ends as 0, so that with `with_objects` 0 it is always 0: a fallback record is
+ * recognised by its address, which kel_record_is_fallback of the embedded runtime does.
  */
 TARNBASE_API kel_record *tbl_layer_shape_record_create_cr(kel_handle *handle,
                                                           uint32_t with_objects);
@@ -185,9 +201,13 @@ TARNBASE_API uint32_t tbl_layer_shape_record_add_ref_unsafe(kel_handle *handle, 
                                                             kel_record *record, uint32_t *err);
 
 /*
- * Gives one reference back. With the last one the record is taken out of the index, if it is there,
- * and destroyed with the objects it owns.
- * Errors: 2 `record` is null.
+ * Gives one reference back. With the last one the record is taken out of the index, if its `table`
+ * is set, and destroyed with the objects it owns.
+ * Requires: while its `table` is set, the record can be deleted: `*err` is 0, the table isn't
+ * marked for replication unless the handle's `replication_engine_active` is set, and the key is the
+ * one it was inserted under. Otherwise the block is freed and stays in the index. The embedded
+ * runtime's kel_record_release has no such condition.
+ * Errors: 2 `record` is null. Runs with an error in `*err` too; the last reference leaves `*err` 0.
  */
 TARNBASE_API void tbl_layer_shape_destroy_record(kel_handle *handle, uint32_t tx_id,
                                                  kel_record *record, uint32_t *err);
@@ -287,7 +307,10 @@ TARNBASE_API uint32_t tbl_layer_shape_shape_key__avl_compare(const kel_index_nod
 /*
  * Enters a record in the index, under its tenant, key object and source, and counts it.
  * Requires: the key object is attached.
- * Errors: 17 the key is present for this tenant and source; the record stays outside.
+ * Errors: 17 the key is present for this tenant and source; the record stays outside, the caller's.
+ * After any other error the record is in the index, with `table` set: 12 there is no memory to
+ * count it for the tenant; and what the replication of a marked and armed table reports. Roll back,
+ * or set `*err` to 0 before you destroy it: tbl_layer_shape_destroy_record tells what that needs.
  */
 TARNBASE_API void tbl_layer_shape_insert(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                          kel_record *record, uint32_t *err);
@@ -311,8 +334,8 @@ TARNBASE_API uint32_t tbl_layer_shape_insert_cr(kel_handle *handle, kel_table *t
 
 /*
  * Takes a record out of the index; it stays alive, and a traversal may go on from it.
- * Errors: 2 the record isn't in the index; 22 the table is marked for replication, so that only the
- * replication engine may delete.
+ * Errors: 2 the record isn't in the index, and its `table` is null now; 22 the table is marked for
+ * replication, so that only the replication engine may delete.
  */
 TARNBASE_API void tbl_layer_shape_delete(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                          kel_record *record, uint32_t *err);
@@ -321,9 +344,11 @@ TARNBASE_API void tbl_layer_shape_delete_unsafe(kel_handle *handle, uint32_t tx_
                                                 uint32_t *err);
 
 /*
- * As tbl_layer_shape_delete, in the handle's own transaction; a nonzero `destroy` also destroys the
- * record.
- * Returns: the handle's last_error.
+ * As tbl_layer_shape_delete, in the handle's own transaction; a nonzero `destroy` then destroys the
+ * record as tbl_layer_shape_destroy_record does, also if the deletion failed.
+ * Requires: with `destroy` what tbl_layer_shape_destroy_record requires.
+ * Returns: the handle's last_error. After the last reference was destroyed that is 0 even if the
+ * deletion failed.
  */
 TARNBASE_API uint32_t tbl_layer_shape_delete_cr(kel_handle *handle, kel_table *table,
                                                 kel_record *record, uint32_t destroy);
@@ -348,7 +373,9 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_w_src(kel_handle *han
                                                                  const shape_key *key, uint32_t src,
                                                                  uint32_t *err);
 
-/* As tbl_layer_shape_shape_key__search; if the key is absent, the next record behind it. */
+/*
+ * As tbl_layer_shape_shape_key__search; if the key is absent, the next record of source 1 after it.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_nearest(kel_handle *handle,
                                                                    uint32_t tx_id, kel_table *table,
                                                                    const shape_key *key,
@@ -356,14 +383,16 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_nearest(kel_handle *h
 
 /*
  * As tbl_layer_shape_shape_key__search, passing over records that await their destruction. With
- * `nearest` nonzero, the next record behind an absent key.
+ * `nearest` nonzero, the next record of source 1 after an absent key.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const shape_key *key, uint32_t nearest,
     uint32_t *err);
 
 /*
- * Finds the first record with the key, from which tbl_layer_shape_shape_key__get_sub_next goes on.
+ * Finds the record of source 1 and of the current tenant with the key, from which
+ * tbl_layer_shape_shape_key__get_sub_next goes on. A key that has records of other sources only
+ * isn't found: tbl_layer_shape_shape_key__search_w_src finds these.
  * Returns: the record, which stays the table's, or null.
  * Errors: 2 `table` or `key` is null.
  */
@@ -375,7 +404,8 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_sub_first(kel_handle 
 
 /*
  * Finds a record in the handle's own transaction: of the source in the low byte of `src`, or 1 if
- * that is 0; the next one behind an absent key if `nearest` is nonzero.
+ * that is 0. If it is absent and `nearest` is nonzero, the next record of source 1 after the key,
+ * whatever `src` is.
  * Returns: the record or null, the error in the handle's last_error.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_cr(kel_handle *handle, kel_table *table,
@@ -383,9 +413,9 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_cr(kel_handle *handle
                                                               uint32_t nearest);
 
 /*
- * The search behind the others. An absent key with `nearest` nonzero gives the next record behind
- * it, or before it if `forward` is 0; `skip_pending` passes over records that await their
- * destruction.
+ * The search that the others call. An absent key with `nearest` nonzero gives the next record after
+ * it, or before it if `forward` is 0: of source 1, whatever `src` is, unless `skip_pending` is set,
+ * which keeps to `src` and passes over records that await their destruction.
  * Returns: the record, which stays the table's, or null.
  * Errors: 2 `table` or `key` is null.
  */
@@ -399,8 +429,8 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_internal(kel_handle *
                                                                     uint32_t *err);
 
 /*
- * As tbl_layer_shape_shape_key__search, by a key object. With `nearest` nonzero, the next record
- * behind an absent key.
+ * As tbl_layer_shape_shape_key__search, by a key object. With `nearest` nonzero, the next record of
+ * source 1 after an absent key.
  * Errors: 2 `table` or `object` is null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_search(kel_handle *handle, uint32_t tx_id,
@@ -410,7 +440,10 @@ TARNBASE_API kel_record *tbl_layer_shape_search_unsafe(kel_handle *handle, uint3
                                                        kel_table *table, const shape_key *object,
                                                        uint32_t nearest, uint32_t *err);
 
-/* As tbl_layer_shape_search, for the source in the low byte of `src`. */
+/*
+ * As tbl_layer_shape_search, for the source in the low byte of `src`. A record that is only the
+ * nearest one is always of source 1.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_search_w_src(kel_handle *handle, uint32_t tx_id,
                                                       kel_table *table, const shape_key *object,
                                                       uint32_t nearest, uint32_t src,
@@ -518,17 +551,28 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_ignore_src(kel_hand
                                                                         const kel_record *record,
                                                                         uint32_t *err);
 
-/* The next record with the same key, of another source; null if there is none. */
+/*
+ * The next record with the same key; null if there is none. Its source is another one, or its
+ * tenant: after the last record of a tenant the step goes on to the next tenant's first, if that
+ * has the same key.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_sub_next(kel_handle *handle, uint32_t tx_id,
                                                                  kel_table *table,
                                                                  kel_record *record, uint32_t *err);
 
-/* The record before with the same key, of another source; null if there is none. */
+/*
+ * The record before with the same key; null if there is none. Its source is another one, or its
+ * tenant, as tbl_layer_shape_shape_key__get_sub_next tells.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_sub_prev(kel_handle *handle, uint32_t tx_id,
                                                                  kel_table *table,
                                                                  kel_record *record, uint32_t *err);
 
-/* The shadow of the record's key, of source 255; null if there is none. */
+/*
+ * The shadow of the record's key, of source 255: `record` itself, or the first that steps of
+ * tbl_layer_shape_shape_key__get_sub_next come to, so that it can be another tenant's. Null if
+ * there is none, or `record` is null.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_shadow(kel_handle *handle, uint32_t tx_id,
                                                                kel_table *table, kel_record *record,
                                                                uint32_t *err);
@@ -632,7 +676,11 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_prev_ignore_src(kel_handle *ha
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_prev_ignore_src_unsafe(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const kel_record *record, uint32_t *err);
 
-/* The next record with the same key, of another source; null if there is none. */
+/*
+ * The next record with the same key; null if there is none. Its source is another one, or its
+ * tenant: after the last record of a tenant the step goes on to the next tenant's first, if that
+ * has the same key.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_next(kel_handle *handle, uint32_t tx_id,
                                                            kel_table *table, kel_record *record,
                                                            uint32_t *err);
@@ -641,7 +689,10 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_next_unsafe(kel_handle *ha
                                                                   kel_record *record,
                                                                   uint32_t *err);
 
-/* The record before with the same key, of another source; null if there is none. */
+/*
+ * The record before with the same key; null if there is none. Its source is another one, or its
+ * tenant, as tbl_layer_shape_pkey_get_sub_next tells.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_prev(kel_handle *handle, uint32_t tx_id,
                                                            kel_table *table, kel_record *record,
                                                            uint32_t *err);
@@ -650,7 +701,11 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_prev_unsafe(kel_handle *ha
                                                                   kel_record *record,
                                                                   uint32_t *err);
 
-/* The shadow of the record's key, of source 255; null if there is none. */
+/*
+ * The shadow of the record's key, of source 255: `record` itself, or the first that steps of
+ * tbl_layer_shape_pkey_get_sub_next come to, so that it can be another tenant's. Null if there is
+ * none, or `record` is null.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_shadow(kel_handle *handle, uint32_t tx_id,
                                                          kel_table *table, kel_record *record,
                                                          uint32_t *err);
@@ -688,7 +743,10 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_by_key_not_pending_
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_by_key_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const shape_key *key, uint32_t *err);
 
-/* As tbl_layer_shape_shape_key__get_next_by_key, for the source in the low byte of `src`. */
+/*
+ * As tbl_layer_shape_shape_key__get_next_by_key, for the source in the low byte of `src`. If `src`
+ * has no record with the key, the next record is one of source 1.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_by_key_w_src(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const shape_key *key, uint32_t src,
     uint32_t *err);
@@ -711,7 +769,10 @@ TARNBASE_API kel_record *tbl_layer_shape_get_prev_by_key_unsafe(kel_handle *hand
                                                                 const shape_key *object,
                                                                 uint32_t *err);
 
-/* As tbl_layer_shape_get_next_by_key, for the source in the low byte of `src`. */
+/*
+ * As tbl_layer_shape_get_next_by_key, for the source in the low byte of `src`. If `src` has no
+ * record with the key, the next record is one of source 1.
+ */
 TARNBASE_API kel_record *tbl_layer_shape_get_next_by_key_w_src(kel_handle *handle, uint32_t tx_id,
                                                                kel_table *table,
                                                                const shape_key *object,
@@ -863,8 +924,9 @@ TARNBASE_API uint32_t tbl_layer_shape_table_pkey_marshal_unsafe(kel_handle *hand
 /*
  * Makes a key object from its wire form and stores it through `pkey`; the caller destroys it with
  * tbl_layer_shape_pkey_destroy.
- * Returns: the bytes read; 0 on failure.
- * Errors: 12 no memory; 14 `pkey` is null; 90 too few bytes.
+ * Returns: the bytes read; of no use after an error.
+ * Errors: 12 no memory; 14 `pkey` is null; 90 too few bytes. An error of the reading itself leaves
+ * a key object in `*pkey`, which the caller destroys: let `*pkey` be null before.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_pkey_unmarshal(kel_handle *handle, uint32_t tx_id,
                                                            void **pkey, const void *buffer,
@@ -876,9 +938,12 @@ TARNBASE_API uint32_t tbl_layer_shape_table_pkey_unmarshal_unsafe(kel_handle *ha
                                                                   uint32_t *err);
 
 /*
- * Prints the record as text.
- * Returns: the characters written.
- * Errors: 2 the record or its object is null; 90 too little room.
+ * Prints the record as text. A record without an object prints as one with empty fields.
+ * Requires: `record` isn't null; `buffer` holds blanks, since the indentation of closing braces is
+ * stepped over.
+ * Returns: the characters written, also after an error. With an error in `*err` on entry these are
+ * the first and the last line.
+ * Errors: 90 too little room: an object wants at least as much as its wire form.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_print(kel_handle *handle, uint32_t tx_id,
                                                          char *buffer, const kel_record *record,
@@ -896,9 +961,11 @@ TARNBASE_API uint32_t tbl_layer_shape_record_print_cr(kel_handle *handle, const 
                                                       char *buffer, uint32_t buffer_len);
 
 /*
- * Writes the record as XML.
- * Returns: the characters written.
- * Errors: 2 the record or its object is null; 90 too little room.
+ * Writes the record as XML. A record without an object is written as one with empty fields.
+ * Requires: `record` isn't null.
+ * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
+ * Errors: 22 a string that XML can't carry, or a tracking handle and an object without a state
+ * block; 90 too little room.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_to_xml(kel_handle *handle, uint32_t tx_id,
                                                           char *buffer, const kel_record *record,
@@ -918,10 +985,12 @@ TARNBASE_API uint32_t tbl_layer_shape_record_toxml_cr(kel_handle *handle, const 
 
 /*
  * Makes a record from a parsed document of the XML service. An absent element leaves its field as
- * it was made.
- * Arguments: a failure is told in `message`, of `message_len` bytes, unless that is null.
+ * it was made, so that a document without the object gives a record with an empty one.
+ * Arguments: a failure of the XML service at an enumeration is told in `message`, of `message_len`
+ * bytes, unless that is null.
  * Returns: the record, the caller's, or null.
- * Errors: 2 the document has no such object; 12 no memory.
+ * Errors: 12 no memory; 22 an element's text isn't of its field's type. After an error the record
+ * that was begun is not released: roll the transaction back.
  */
 TARNBASE_API kel_record *tbl_layer_shape_table_record_from_xml(kel_handle *handle, uint32_t tx_id,
                                                                void *document, uint32_t *err,
@@ -934,8 +1003,9 @@ TARNBASE_API kel_record *tbl_layer_shape_table_record_from_xml_unsafe(kel_handle
 
 /*
  * Asks for the modified marks of the record's object, and clears those that it finds.
- * Returns: 1 if there was one, else 0.
- * Errors: 2 the record or its object is null.
+ * Requires: `record` isn't null.
+ * Returns: 1 if there was one, else 0, also for a record without an object.
+ * Errors: none of its own.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_is_modified(kel_handle *handle, uint32_t tx_id,
                                                                kel_record *record, uint32_t *err);
@@ -947,8 +1017,12 @@ TARNBASE_API uint32_t tbl_layer_shape_table_record_is_modified_unsafe(kel_handle
 /*
  * Writes the wire form of the record: the message header, the table's LUID, the object and the key
  * object.
- * Returns: the bytes written; 0 on failure.
- * Errors: 2 the record or its object is null; 90 too little room.
+ * Requires: `record` isn't null. In a tracking handle `buffer` has one byte more than `buffer_len`:
+ * in a form that fills the buffer the last state byte is stored there.
+ * Returns: the bytes written, which are a frame only if `*err` is 0.
+ * Errors: 2 the record has no object or no key object, whatever the room; 12 there is no byte of
+ * room for an object; 43 an object's variant is above the domain's, whose form is written then; 90
+ * too little room.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_marshal(kel_handle *handle, uint32_t tx_id,
                                                            void *buffer, const kel_record *record,
@@ -969,9 +1043,13 @@ TARNBASE_API uint32_t tbl_layer_shape_record_marshal_cr(kel_handle *handle,
 
 /*
  * Reads the wire form of a record. With `in_place` nonzero it goes into the record that `*record`
- * is; else a new record, the caller's, is stored there.
- * Returns: the bytes read; 0 on failure.
- * Errors: 2 there is no record or object to read into; 12 no memory; 90 too few bytes.
+ * is; else a new record, the caller's, is stored there. The LUID in the frame isn't compared: any
+ * table's frame is read.
+ * Requires: in a tracking handle what is read into tracks state; else the process ends.
+ * Returns: the bytes read; of no use after an error.
+ * Errors: 2 there is no record or object to read into; 12 no memory, or no byte left for an object;
+ * 90 too few bytes. After an error `*record` may be a new record, half read, which the caller
+ * destroys with `*err` 0: let `*record` be null before.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_unmarshal(kel_handle *handle, uint32_t tx_id,
                                                              kel_record **record,

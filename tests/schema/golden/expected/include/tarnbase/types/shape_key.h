@@ -38,8 +38,10 @@ TARNBASE_API shape_key *shape_key_create_internal(kel_handle *handle, uint32_t t
 
 /*
  * As shape_key_create, in the handle's own transaction.
- * Returns: the object, never null: out of memory it is the type's fallback object, and last_error
- * is 12.
+ * Returns: the object, never null: without memory, or with an error in last_error before, it is the
+ * type's fallback object, one in the process, shared by all handles and in no store. Don't fill it.
+ * Errors: 12 in the handle's last_error: no memory. kel_object_is_fallback of the embedded runtime
+ * tells a fallback object from others.
  */
 TARNBASE_API shape_key *shape_key_create_cr(kel_handle *handle);
 
@@ -119,7 +121,7 @@ TARNBASE_API int32_t shape_key_adjust_variant(kel_handle *handle, uint32_t tx_id
 
 /*
  * Asks for the modified marks of the object and its fields, and clears those that it finds.
- * Returns: 1 if there was one, else 0.
+ * Returns: 1 if there was one, else 0, also for a null object.
  */
 TARNBASE_API uint32_t shape_key_type_type_backpropagate(kel_handle *handle, uint32_t tx_id,
                                                         shape_key *object, uint32_t *err);
@@ -148,7 +150,9 @@ TARNBASE_API void shape_key_set_all(kel_handle *handle, uint32_t tx_id, shape_ke
 
 /*
  * Copies `source` over `destination`, which keeps its own place and gets texts of its own.
- * Errors: 22 a tracking handle and a source without a state block.
+ * Errors: 2 one of them is null; 12 no memory for a text, which is empty then; 22 the handle tracks
+ * state, and one of them has no state block. After 22 `destination` has the bytes of `source`, and
+ * shows its texts without owning them: destroy it, or set it anew.
  */
 TARNBASE_API void shape_key_set(kel_handle *handle, uint32_t tx_id, shape_key *destination,
                                 const shape_key *source, uint32_t *err);
@@ -164,7 +168,9 @@ TARNBASE_API uint32_t shape_key_hash(const shape_key *object, uint32_t seed);
 
 /*
  * Writes the object's wire form.
- * Returns: the bytes written.
+ * Requires: in a tracking handle `buffer` has one byte more than `buffer_len`: in a form that fills
+ * the buffer the last state byte is stored there.
+ * Returns: the bytes written; of no use after an error but 43.
  * Errors: 12 no byte of room; 43 the object's variant is above the domain's, whose form is written
  * then; 90 too little room.
  */
@@ -179,7 +185,8 @@ TARNBASE_API uint32_t shape_key_marshal_for_clone(kel_handle *handle, uint32_t t
 
 /*
  * Fills an initialised object from its wire form. `in_place` is handed on to every field.
- * Returns: the bytes read.
+ * Requires: in a tracking handle the object has a state block; else the process ends.
+ * Returns: the bytes read; of no use after an error.
  * Errors: 12 no byte to read; 90 too few bytes.
  */
 TARNBASE_API uint32_t shape_key_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer,
@@ -210,13 +217,19 @@ TARNBASE_API shape_key *shape_key_clone_cr(kel_handle *handle, const shape_key *
 /*
  * Copies `source` into `destination`, an initialised object, through the wire form in the handle's
  * workspace.
+ * Errors: in the handle's last_error: 2 `source` or `destination` is null, or the handle has no
+ * workspace; 90 the workspace is too small. If the form was made and reading it fails, as with 12
+ * no memory, `destination` is destroyed and its memory given back, also if a record holds it: roll
+ * the transaction back.
  */
 TARNBASE_API void shape_key_copy_cr(kel_handle *handle, const shape_key *source,
                                     shape_key *destination);
 
 /*
- * Prints the object as text, under `name` and indented by `indent` blanks.
- * Returns: the characters written.
+ * Prints the object as text, under `name` and indented by `indent` blanks. A null object prints as
+ * one with empty fields.
+ * Requires: `buffer` holds blanks, since the indentation of closing braces is stepped over.
+ * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
  * Errors: 90 too little room.
  */
 TARNBASE_API uint32_t shape_key_print(kel_handle *handle, uint32_t tx_id, char *buffer,
@@ -231,9 +244,11 @@ TARNBASE_API uint32_t shape_key_print_cr(kel_handle *handle, const shape_key *ob
                                          uint32_t buffer_len);
 
 /*
- * Writes the object as an XML element `name`, with `state_flag` as an attribute unless it is 0.
- * Returns: the characters written.
- * Errors: 22 a tracking handle and an object without a state block; 90 too little room.
+ * Writes the object as an XML element `name`, with `state_flag` as an attribute unless it is 0. A
+ * null object is written as one with empty fields.
+ * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
+ * Errors: 22 a tracking handle and an object without a state block, or a string that XML can't
+ * carry; 90 too little room.
  */
 TARNBASE_API uint32_t shape_key_to_xml(kel_handle *handle, uint32_t tx_id, const char *name,
                                        char *buffer, const shape_key *object, uint32_t buffer_len,
@@ -249,8 +264,10 @@ TARNBASE_API uint32_t shape_key_toxml_cr(kel_handle *handle, const shape_key *ob
 /*
  * Fills the object from the element at `path` of a parsed document of the XML service. An absent
  * field keeps its value.
- * Arguments: a failure is told in `message`, of `message_len` bytes, unless that is null.
- * Errors: 2 there is no element at `path`.
+ * Arguments: a failure of the XML service at an enumeration is told in `message`, of `message_len`
+ * bytes, unless that is null.
+ * Errors: 2 there is no element at `path`; 12 no memory; 22 an element's text isn't of its field's
+ * type. The fields before it have their new values.
  */
 TARNBASE_API void shape_key_from_xml(kel_handle *handle, uint32_t tx_id, const char *path,
                                      void *document, shape_key *object, uint32_t *err,
