@@ -56,14 +56,15 @@ class basic_record : public Table::object_type {
         return (record_->flags & KEL_RECORD_PENDING_DESTROY) != 0;
     }
 
-    /// Returns: the text form of the record. Error: ENOENT it has no object.
+    /// Returns: the text form of the record.
     result<std::string> try_to_text() const {
         return detail::text_form(
             "printing", Table::name, [&](char *buffer, std::uint32_t room, std::uint32_t *err) {
                 return Table::print(this->c_handle(), tx_id(), buffer, record_, room, err);
             });
     }
-    /// Returns: the XML form of the record, an element of the table's name.
+    /// Returns: the XML form of the record, an element of the table's name. Error: EINVAL a
+    /// text that XML can't carry.
     result<std::string> try_to_xml() const {
         return detail::text_form("writing the XML of", Table::name,
                                  [&](char *buffer, std::uint32_t room, std::uint32_t *err) {
@@ -71,7 +72,8 @@ class basic_record : public Table::object_type {
                                                           record_, room, err);
                                  });
     }
-    /// Returns: the wire form of the record: a frame that names its table.
+    /// Returns: the wire form of the record: a frame that names its table. Error: ENOENT it
+    /// has no object.
     result<bytes> try_to_wire() const {
         return detail::wire_form(Table::len(this->c_handle(), tx_id(), record_), Table::name,
                                  [&](void *buffer, std::uint32_t room, std::uint32_t *err) {

@@ -134,5 +134,17 @@ TEST_F(Letters, OfXmlSayThatAValueIsNoEnumerator) {
     EXPECT_NE(text(length).find("<label></label>\n<addr></addr>\n"), std::string::npos);
 }
 
+TEST_F(Letters, OfXmlWithAValueThatIsNoEnumeratorCannotBeReadBack) {
+    st_every *every = st_every_create(handle, tx);
+    u32 length = st_every_to_xml(handle, tx, "e", buffer.data(), every, 8000, 0, &err);
+    EXPECT_EQ(kel_xml_parse(buffer.data(), length), nullptr);
+    st_every_door_set_value(handle, tx, every, DOOR_OPEN, &err);
+    length = st_every_to_xml(handle, tx, "e", buffer.data(), every, 8000, 0, &err);
+    EXPECT_EQ(err, 0U);
+    kel_xml_document *document = kel_xml_parse(buffer.data(), length);
+    EXPECT_NE(document, nullptr);
+    kel_xml_free(document);
+}
+
 }  // namespace
 }  // namespace tarn::test
