@@ -201,7 +201,8 @@ TARNBASE_API uint32_t shape_key_len_cr(kel_handle *handle, const shape_key *obje
 
 /*
  * Makes a copy of `source`, which the caller owns, and stores it through `result`; null on failure.
- * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile.
+ * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile; in a tracking
+ * handle it has one byte more.
  * Errors: 2 `source`, `result` or `workspace` is null; 12 no memory; 90 the workspace is too small.
  */
 TARNBASE_API void shape_key_clone(kel_handle *handle, uint32_t tx_id, const shape_key *source,

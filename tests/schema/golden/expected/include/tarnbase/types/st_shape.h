@@ -209,7 +209,8 @@ TARNBASE_API uint32_t st_shape_len_cr(kel_handle *handle, const st_shape *object
 
 /*
  * Makes a copy of `source`, which the caller owns, and stores it through `result`; null on failure.
- * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile.
+ * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile; in a tracking
+ * handle it has one byte more.
  * Errors: 2 `source`, `result` or `workspace` is null; 12 no memory; 90 the workspace is too small.
  */
 TARNBASE_API void st_shape_clone(kel_handle *handle, uint32_t tx_id, const st_shape *source,
