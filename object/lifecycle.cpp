@@ -3,12 +3,12 @@
 #include <cstring>
 
 #include "frame/conventions.h"
+#include "object/copy.h"
 #include "object/fields.h"
 #include "object/header.h"
 #include "object/object.h"
 #include "object/state.h"
 #include "object/value_operations.h"
-#include "object/whole.h"
 
 namespace tarn::object {
 

@@ -39,6 +39,7 @@ TARNBASE_BEGIN
 #define OBJ_STATE_TRACKED 8U    /* has a state block, one flag byte a field */
 #define OBJ_RA_DATA 32U         /* carries trace correlation data */
 #define OBJ_STATE_ELSEWHERE 64U /* the state block isn't right after the object */
+#define OBJ_MODIFIED 128U       /* the runtime's own: its modified mark of the object */
 
 /* Any object, seen through its header alone. */
 typedef struct kel_object {

@@ -258,7 +258,7 @@ TARNBASE_API uint32_t _kel_message_header_unmarshal(kel_handle *handle, uint32_t
                                                     const void *buffer, kel_message_header *header,
                                                     uint32_t remaining, uint32_t *err);
 
-/* The object's flags. */
+/* The object's flags, without the runtime's own OBJ_MODIFIED. */
 TARNBASE_API uint8_t kel_get_instance_obj_flag(const void *object, uint32_t is_structure,
                                                uint32_t is_small);
 /* Reads an object's trace correlation. Returns 0 or an error number. */

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // What an instance says of itself, in its header. All instances have the same
 // header, so that `is_structure` and `is_small` make no difference here.
+//
+// The modified mark is a bit of the flags that the library leaves alone. It isn't
+// logged, since its services get no handle, and no one else is shown it.
 #include <cstdint>
 
 #include "runtime/value/conventions.h"
 
 namespace {
-
-// A bit that the library leaves alone. Not logged: its services get no handle.
-constexpr std::uint8_t modified_bit = 128;
 
 const kel_object *header(const void *object) { return static_cast<const kel_object *>(object); }
 
@@ -19,18 +19,19 @@ std::int32_t kel_get_instance_variant(const void *object, std::uint32_t, std::ui
 }
 
 std::uint8_t kel_get_instance_obj_flag(const void *object, std::uint32_t, std::uint32_t) {
-    return object == nullptr ? std::uint8_t{0} : header(object)->flags;
+    if (object == nullptr) return 0;
+    return static_cast<std::uint8_t>(header(object)->flags & ~OBJ_MODIFIED);
 }
 
 std::uint32_t kel_get_instance_modified(const void *object, std::uint32_t, std::uint32_t) {
-    return object != nullptr && (header(object)->flags & modified_bit) != 0 ? 1 : 0;
+    return object != nullptr && (header(object)->flags & OBJ_MODIFIED) != 0 ? 1 : 0;
 }
 
 void kel_set_instance_modified(void *object, std::uint32_t, std::uint32_t, std::uint32_t value) {
     if (object == nullptr) return;
     std::uint8_t &flags = static_cast<kel_object *>(object)->flags;
-    const unsigned others = flags & ~unsigned{modified_bit};
-    flags = static_cast<std::uint8_t>(value != 0 ? others | modified_bit : others);
+    const unsigned others = flags & ~OBJ_MODIFIED;
+    flags = static_cast<std::uint8_t>(value != 0 ? others | OBJ_MODIFIED : others);
 }
 
 std::uint32_t kellib_validate_object_flags(const void *object, std::uint32_t, std::uint32_t) {

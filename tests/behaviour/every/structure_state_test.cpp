@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each structure with and without a state block, met by handles of another mode.
+#include <cstring>
+
 #include "tarnbase/runtime.h"
 #include "tests/behaviour/every/objects.h"
 #include "tests/support/hooks.h"
@@ -184,7 +186,7 @@ TEST_P(BlockedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(BlockedObjects, ACopyKeepsTheDestinationsPlaceOfItsBlockUnlessThereIsNoControlRecord) {
+TEST_P(BlockedObjects, ACopyKeepsTheDestinationsPlaceOfItsBlock) {
     const auto elsewhere = [](const void *which) {
         return (head(which)->flags & OBJ_STATE_ELSEWHERE) != 0;
     };
@@ -198,7 +200,7 @@ TEST_P(BlockedObjects, ACopyKeepsTheDestinationsPlaceOfItsBlockUnlessThereIsNoCo
             set(object, before);
             set(other, !before);
             typed("set", {object, other, &err});
-            EXPECT_EQ(elsewhere(object), mode == 0 ? !before : before);
+            EXPECT_EQ(elsewhere(object), before);
         }
     }
     set(object, false);
@@ -234,6 +236,27 @@ TEST_P(BlockedObjects, ACloneHasTheFlagsOfItsSource) {
         EXPECT_EQ(at(clone, type.plain_size)[field.state], value++) << field.name;
     }
     typed.destroy(clone);
+}
+
+TEST_P(BlocklessObjects, ACopyFromATrackedObjectIsError22AndStaysInItsBlock) {
+    const u32 length = type.plain_size + type.state_length;
+    void *copy = handle->alloc_hook(handle->arena, KEL_TX_NONE, length);
+    std::memset(copy, 0, type.plain_size);
+    std::memset(at(copy, type.plain_size), 0xaa, type.state_length);
+    typed("initialize", {copy, type.descriptor, 1, 0, 0, nullptr, &err});
+    track(KEL_STATE_TRACKING_ON);
+    void *source = typed.create();
+    typed.fill(source, 3);
+
+    typed("set", {copy, source, &err});
+    expect_error(22);
+    EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
+    EXPECT_EQ(head(copy)->flags & OBJ_STATE_TRACKED, 0);
+    const u8 *behind = at(copy, type.plain_size);
+    EXPECT_EQ(std::vector<u8>(behind, behind + type.state_length),
+              std::vector<u8>(type.state_length, 0xaa));
+    typed.destroy(source);
+    typed.destroy(copy);
 }
 
 TEST_P(BlocklessObjects, ACloneOfOneHasNoFlags) {

@@ -9,7 +9,6 @@ namespace {
 
 class WholeObjects : public ObjectModeTest {};
 TARN_EACH_MODE(WholeObjects);
-class WholeCopies : public ObjectTest {};
 
 struct Values {
     u8 a8 = 77;
@@ -149,8 +148,8 @@ TEST_P(WholeObjects, ACopyOfAnObjectOverItselfOnlyAdjustsTheVariant) {
 TEST_P(WholeObjects, ACopyAnnouncesThePlainSizeFirstAndSetsNoModifiedMark) {
     st_every *source = make.every(1);
     st_every *copy = make.every(2);
+    kel_set_instance_modified(copy, 1, 0, 0);
     const auto before = bytes_of(copy, every_size);
-    kel_set_instance_modified(source, 1, 0, 0);
     HookRecorder hooks(handle);
     spies.clear();
     st_every_set(handle, tx, copy, source, &err);
@@ -207,65 +206,6 @@ TEST_P(WholeObjects, TheFlagsAndTheDescriptorComeFromTheSource) {
     EXPECT_EQ(err, 0U);
     EXPECT_NE(head(copy)->flags & OBJ_EMBEDDED, 0);
     EXPECT_EQ(head(copy)->descriptor, &other);
-}
-
-// ---- State in copies --------------------------------------------------------------------
-
-TEST_F(WholeCopies, ATrackingHandleCopiesTheStateBlockUnannounced) {
-    track(KEL_STATE_TRACKING_ON);
-    st_every *source = make.every(1);
-    st_every *copy = make.every(2);
-    for (u8 i = 0; i < every_states; ++i) *at(source, every_size + i) = static_cast<u8>(50 + i);
-    HookRecorder hooks(handle);
-    st_every_set(handle, tx, copy, source, &err);
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(bytes_of(at(copy, every_size), every_states),
-              bytes_of(at(source, every_size), every_states));
-    EXPECT_TRUE(hooks.writes_in(at(copy, every_size), every_states).empty());
-    EXPECT_EQ(at(copy, 160) + kellib_get_sttr_offset(handle, tx, at(copy, 160)),
-              at(copy, every_size + 20));
-    EXPECT_EQ(at(copy, 224) + kellib_get_sttr_offset(handle, tx, at(copy, 224)),
-              at(copy, every_size + 24));
-}
-
-TEST_F(WholeCopies, WithTrackingOnOrOffByModeTheDestinationKeepsItsBlocksPlace) {
-    track(KEL_STATE_TRACKING_ON);
-    st_every *parent = make.every(1);
-    st_tag *nested = st_every_tag_get(handle, tx, parent, &err);
-    st_tag *free_one = make.tag(5);
-    for (const u32 mode : {KEL_STATE_TRACKING_ON, KEL_STATE_TRACKING_OFF}) {
-        track(mode);
-        st_tag_set(handle, tx, nested, free_one, &err);
-        EXPECT_NE(head(nested)->flags & OBJ_STATE_ELSEWHERE, 0);
-        EXPECT_EQ(head(nested)->flags & OBJ_NESTED, 0);
-        st_tag_set(handle, tx, free_one, nested, &err);
-        EXPECT_EQ(head(free_one)->flags & OBJ_STATE_ELSEWHERE, 0);
-        EXPECT_EQ(err, 0U);
-    }
-}
-
-TEST_F(WholeCopies, WithoutAControlRecordTheFlagsAreCopiedAsTheyAre) {
-    track(KEL_STATE_TRACKING_ON);
-    st_every *parent = make.every(1);
-    st_tag *nested = st_every_tag_get(handle, tx, parent, &err);
-    st_tag *free_one = make.tag(5);
-    track(0);
-    st_tag_set(handle, tx, nested, free_one, &err);
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(head(nested)->flags & OBJ_STATE_ELSEWHERE, 0);
-}
-
-TEST_F(WholeCopies, ACopyOfAnUntrackedObjectInATrackingHandleIsError22BeforeItsTexts) {
-    st_ldap_conn *source = make.conn("a name of more than twelve bytes", 5);
-    track(KEL_STATE_TRACKING_ON);
-    st_ldap_conn *copy = make.conn("other", 6);
-    spies.clear();
-    TraceCapture trace;
-    st_ldap_conn_set(handle, tx, copy, source, &err);
-    expect_error(22);
-    EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
-    EXPECT_EQ(st_ldap_conn_num_conns_get_value(handle, tx, copy, &err), 5U);
-    EXPECT_EQ(spies.count("kel_vstring_set"), 0U);
 }
 
 }  // namespace

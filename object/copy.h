@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef TARNBASE_OBJECT_WHOLE_H
-#define TARNBASE_OBJECT_WHOLE_H
+#ifndef TARNBASE_OBJECT_COPY_H
+#define TARNBASE_OBJECT_COPY_H
 
 #include "object/object.h"
 

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// Setting a whole object from another: the bytes, the state block, and then the
+// contents that each object must own.
+#include "object/copy.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "frame/conventions.h"
+#include "object/fields.h"
+#include "object/state.h"
+#include "object/value_operations.h"
+
+namespace tarn::object {
+
+namespace {
+
+// The flags that describe the destination itself and that no copy replaces: where
+// its state block lies, and the runtime's modified mark. A tracking handle doesn't
+// let an object without a state block claim one either.
+unsigned own_flags(const kel_handle *handle, const void *destination) {
+    unsigned own = OBJ_STATE_ELSEWHERE | OBJ_MODIFIED;
+    if (tracking_is_on(handle) && !has_state_block(destination)) own |= OBJ_STATE_TRACKED;
+    return own;
+}
+
+// A copy of an object's bytes in which its header, and those of the objects in it,
+// keep their own flags. It goes from one flags byte to the next.
+class ByteCopy {
+ public:
+    ByteCopy(void *destination, const void *source, unsigned own)
+        : to_(static_cast<std::uint8_t *>(destination)),
+          from_(static_cast<const std::uint8_t *>(source)),
+          own_(own) {}
+
+    void copy(Type type) {
+        copy_structure(type, 0);
+        copy_to(type.plain_size);
+    }
+
+ private:
+    void copy_structure(Type type, std::uint32_t place) {
+        copy_flags(place);
+        for (const Field &field : fields_of(type)) {
+            if (field.kind == FieldKind::structure) {
+                copy_structure(*field.structure, place + field.offset);
+            } else if (is_embedded(field.kind)) {
+                copy_flags(place + field.offset);
+            }
+        }
+    }
+    void copy_flags(std::uint32_t place) {
+        const std::uint32_t at = place + static_cast<std::uint32_t>(offsetof(kel_object, flags));
+        copy_to(at);
+        to_[at] = static_cast<std::uint8_t>((from_[at] & ~own_) | (to_[at] & own_));
+        done_ = at + 1;
+    }
+    void copy_to(std::uint32_t end) {
+        std::memcpy(to_ + done_, from_ + done_, end - done_);
+        done_ = end;
+    }
+
+    std::uint8_t *to_;
+    const std::uint8_t *from_;
+    unsigned own_;
+    std::uint32_t done_ = 0;
+};
+
+// Copies the state block. False: tracking is on and one of the two has none.
+bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
+                const void *source, std::uint32_t *err) {
+    if (!tracking_is_on(handle)) return true;
+    if (!admit_mark(handle, destination, err)) return false;
+    std::uint8_t *block = state_block(type, handle, tx_id, destination, header(destination)->flags);
+    std::uint32_t slot = 0;
+    update_offsets(type, handle, tx_id, destination, block, &slot);
+    if (*err == 0) *err = slot;
+    std::memcpy(block, state_block(type, handle, tx_id, source, header(source)->flags),
+                type.state_length);
+    return true;
+}
+
+}  // namespace
+
+// Each field gets its turn whatever became of those before: two objects that show one
+// text are of no use.
+void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
+                  const void *source, std::uint32_t *err) {
+    std::uint32_t first = 0;
+    for (const Field &field : fields_of(type)) {
+        if (!owns_state(field.kind)) continue;
+        std::uint32_t slot = 0;
+        operations(field).set(field, handle, tx_id, place_of(field, destination),
+                              place_of(field, source), &slot);
+        if (first == 0) first = slot;
+    }
+    if (first != 0) report(handle, err, first);
+}
+
+// Runs with an error set too, for the same reason.
+void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, const void *source,
+         std::uint32_t *err) {
+    adjust_variant(type, handle, tx_id, destination, err);
+    if (destination == source) return;
+    if (destination == nullptr || source == nullptr) {
+        if (*err == 0) report(handle, err, error_not_found);
+        return;
+    }
+    log_write(handle, tx_id, destination, type.plain_size);
+    ByteCopy(destination, source, own_flags(handle, destination)).copy(type);
+    if (!copy_state(type, handle, tx_id, destination, source, err)) return;
+    std::uint32_t slot = 0;
+    own_embedded(type, handle, tx_id, destination, source, &slot);
+    if (*err == 0) *err = slot;
+}
+
+}  // namespace tarn::object
