@@ -66,6 +66,23 @@ class ByteCopy {
     std::uint32_t done_ = 0;
 };
 
+// Trace data goes when the copied flags no longer show it: nothing would remove the
+// entry later. An entry that also has the place of a state block goes with its object.
+void leave_trace_data(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
+                      const void *source) {
+    constexpr unsigned reasons = OBJ_RA_DATA | OBJ_STATE_ELSEWHERE;
+    const bool has_it = (header(destination)->flags & reasons) == OBJ_RA_DATA;
+    if (has_it && (header(source)->flags & OBJ_RA_DATA) == 0) {
+        std::uint32_t ignored = 0;
+        kel_hd_mapping_destroy(handle, tx_id, destination, &ignored);
+    }
+    for (const Field &field : fields_of(type)) {
+        if (field.kind != FieldKind::structure) continue;
+        leave_trace_data(*field.structure, handle, tx_id, place_of(field, destination),
+                         place_of(field, source));
+    }
+}
+
 // Copies the state block. False: tracking is on and one of the two has none.
 bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
                 const void *source, std::uint32_t *err) {
@@ -105,6 +122,9 @@ void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, 
     if (destination == nullptr || source == nullptr) {
         if (*err == 0) report(handle, err, error_not_found);
         return;
+    }
+    if (handle->hd_mapping_enabled != 0) {
+        leave_trace_data(type, handle, tx_id, destination, source);
     }
     log_write(handle, tx_id, destination, type.plain_size);
     ByteCopy(destination, source, own_flags(handle, destination)).copy(type);

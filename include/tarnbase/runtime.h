@@ -261,7 +261,11 @@ TARNBASE_API uint32_t _kel_message_header_unmarshal(kel_handle *handle, uint32_t
 /* The object's flags, without the runtime's own OBJ_MODIFIED. */
 TARNBASE_API uint8_t kel_get_instance_obj_flag(const void *object, uint32_t is_structure,
                                                uint32_t is_small);
-/* Reads an object's trace correlation. Returns 0 or an error number. */
+/*
+ * Reads an object's trace correlation. Returns 0 or an error number. An object can have
+ * OBJ_RA_DATA and no such data, copied from another: that is no error, and nothing is
+ * stored, so that its form has zeros there.
+ */
 TARNBASE_API uint32_t kellib_get_ra_data(kel_handle *handle, uint32_t tx_id, const void *object,
                                          uint64_t *ra_word, uint8_t *ra_byte);
 /* Stamps an object with trace correlation and sets OBJ_RA_DATA. */

@@ -64,12 +64,14 @@ void kellib_update_sttr_offset(kel_handle *handle, std::uint32_t tx_id, void *ob
     set_flag(handle, tx_id, object, OBJ_STATE_ELSEWHERE);
 }
 
+// An object that was copied from another has its flag and no entry of its own.
 std::uint32_t kellib_get_ra_data(kel_handle *handle, std::uint32_t, const void *object,
                                  std::uint64_t *ra_word, std::uint8_t *ra_byte) {
     const ObjectData *entry = find(handle, object);
-    *ra_word = entry != nullptr ? entry->ra_word : 0;
-    *ra_byte = entry != nullptr ? entry->ra_byte : 0;
-    return entry != nullptr ? 0 : ENOENT;
+    if (entry == nullptr) return 0;
+    *ra_word = entry->ra_word;
+    *ra_byte = entry->ra_byte;
+    return 0;
 }
 
 void kellib_update_ra_all(kel_handle *handle, std::uint32_t tx_id, void *object,

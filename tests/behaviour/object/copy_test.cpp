@@ -13,6 +13,8 @@ namespace {
 class WholeCopies : public ObjectTest {};
 class CopiedMarks : public ObjectModeTest {};
 TARN_EACH_MODE(CopiedMarks);
+class CopiedTraces : public ObjectModeTest {};
+TARN_EACH_MODE(CopiedTraces);
 
 // Where the objects in a st_every lie.
 constexpr u32 embedded[] = {48, 64, 80, 96, 128, 160, 176, 208, 224};
@@ -265,6 +267,78 @@ TEST_P(CopiedMarks, FinishingACopyOutChangesNone) {
         }
     }
     EXPECT_EQ(err, 0U);
+}
+
+// ---- Trace data -------------------------------------------------------------------------
+
+TEST_P(CopiedTraces, ACopiedFlagWithoutDataIsWrittenAsZerosAndReadBack) {
+    st_every *source = make.every(1);
+    kellib_update_ra_all(handle, tx, source, 77, 7);
+    st_every *copy = make.every(2);
+    st_every_set(handle, tx, copy, source, &err);
+    ASSERT_NE(head(copy)->flags & OBJ_RA_DATA, 0);
+
+    std::vector<u8> form(512);
+    const u32 length = st_every_marshal(handle, tx, form.data(), copy, 500, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(length, st_every_len(handle, tx, copy) + 9);
+    EXPECT_EQ(std::vector<u8>(form.begin() + 2, form.begin() + 11), std::vector<u8>(9));
+    st_every *read = st_every_create(handle, tx);
+    EXPECT_EQ(st_every_unmarshal(handle, tx, form.data(), read, length, 0, &err), length);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(st_every_compare(read, copy), 0);
+    make.check(read, 1);
+}
+
+TEST_P(CopiedTraces, ACopiedFlagWithoutDataDoesNotKeepAnObjectFromBeingCloned) {
+    st_every *source = make.every(1);
+    kellib_update_ra_all(handle, tx, source, 77, 7);
+    st_every *copy = make.every(2);
+    st_every_set(handle, tx, copy, source, &err);
+    kel_clear_last_error(handle);
+    st_every *clone = st_every_clone_cr(handle, copy);
+    EXPECT_EQ(handle->last_error, 0U);
+    ASSERT_NE(clone, nullptr);
+    make.check(clone, 1);
+    EXPECT_EQ(err, 0U);
+}
+
+TEST_P(CopiedTraces, OneThatIsCopiedOverLeavesNoEntryBehind) {
+    st_every *source = make.every(1);
+    st_every_destroy(handle, tx, make.every(2));
+    const u64 blocks = session.blocks();
+    for (int i = 0; i < 100; ++i) {
+        st_every *copy = make.every(2);
+        kellib_update_ra_all(handle, tx, copy, 77, 7);
+        kellib_update_ra_all(handle, tx, st_every_tag_get(handle, tx, copy, &err), 78, 8);
+        st_every_set(handle, tx, copy, source, &err);
+        EXPECT_EQ(head(copy)->flags & OBJ_RA_DATA, 0);
+        st_every_destroy(handle, tx, copy);
+    }
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(session.blocks(), blocks);
+}
+
+TEST_P(CopiedTraces, AHandleWithoutTheMappingTakesNothingOutOfIt) {
+    st_point *source = st_point_create(handle, tx);
+    st_point *copy = st_point_create(handle, tx);
+    kellib_update_ra_all(handle, tx, copy, 77, 7);
+    handle->hd_mapping_enabled = 0;
+    st_point_set(handle, tx, copy, source, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(spies.count("kel_hd_mapping_destroy"), 0U);
+}
+
+TEST_F(WholeCopies, ANestedObjectThatLosesItsTraceDataKeepsItsPlace) {
+    track(KEL_STATE_TRACKING_ON);
+    st_every *parent = make.every(1);
+    st_tag *nested = st_every_tag_get(handle, tx, parent, &err);
+    const u32 place = kellib_get_sttr_offset(handle, tx, nested);
+    kellib_update_ra_all(handle, tx, nested, 77, 7);
+    st_tag_set(handle, tx, nested, make.tag(5), &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(head(nested)->flags & (OBJ_RA_DATA | OBJ_STATE_ELSEWHERE), OBJ_STATE_ELSEWHERE);
+    EXPECT_EQ(kellib_get_sttr_offset(handle, tx, nested), place);
 }
 
 }  // namespace
