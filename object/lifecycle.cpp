@@ -29,6 +29,19 @@ void *create_cr(Type type, kel_handle *handle) {
     return object;
 }
 
+namespace {
+
+// The places that a failed creation has recorded would outlive the object.
+void forget_offsets(Type type, kel_handle *handle, std::uint32_t tx_id, void *object) {
+    if (!tracking_is_on(handle)) return;
+    const std::uint32_t last_error = handle->last_error;
+    std::uint32_t ignored = 0;
+    offset_remove(type, handle, tx_id, object, &ignored);
+    handle->last_error = last_error;
+}
+
+}  // namespace
+
 void *create_internal(Type type, kel_handle *handle, std::uint32_t tx_id) {
     if (handle->cr_fallback_enabled != 0 && handle->last_error != 0) return type.fallback;
     const std::uint32_t size = size_of(type, handle);
@@ -43,6 +56,7 @@ void *create_internal(Type type, kel_handle *handle, std::uint32_t tx_id) {
     initialize(type, handle, tx_id, object, type.descriptor, 1, 0, 0, nullptr, &error);
     if (error == 0) return object;
     trace_type(KEL_TRACE_ERROR, "(ERR): error in %s create: %s", type.name, error_text(error));
+    forget_offsets(type, handle, tx_id, object);
     handle->free_hook(handle->arena, tx_id, object);
     return nullptr;
 }

@@ -5,6 +5,7 @@
 #include "object/state.h"
 
 #include <cstring>
+#include <utility>
 
 #include "frame/conventions.h"
 #include "object/fields.h"
@@ -24,6 +25,26 @@ bool has_state_block(const void *object) {
     return object != nullptr && (header(object)->flags & OBJ_STATE_TRACKED) != 0;
 }
 
+namespace {
+
+// Records where the place's state block lies. The service has no error of its own: a
+// runtime that can't record it stores one in the handle.
+bool record_offset(kel_handle *handle, std::uint32_t tx_id, void *place, std::uint32_t distance,
+                   std::uint32_t *err) {
+    const std::uint32_t error_before = std::exchange(handle->last_error, 0);
+    kellib_update_sttr_offset(handle, tx_id, place, distance);
+    if (handle->last_error != 0) {
+        *err = handle->last_error;
+        return false;
+    }
+    handle->last_error = error_before;
+    return true;
+}
+
+}  // namespace
+
+// Stops at the first place that isn't recorded: the object's flags would be taken to
+// lie right behind it, in its parent.
 void update_offsets(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
                     std::uint8_t *sttr_base, std::uint32_t *err) {
     for (const Field &field : fields_of(type)) {
@@ -31,13 +52,8 @@ void update_offsets(Type type, kel_handle *handle, std::uint32_t tx_id, void *ob
         auto *place = static_cast<std::uint8_t *>(place_of(field, object));
         // The field's own flag byte comes first in its share.
         std::uint8_t *position = sttr_base + field.state + 1;
-        kellib_update_sttr_offset(handle, tx_id, place,
-                                  static_cast<std::uint32_t>(position - place));
-        // Unrecorded, its flags would be taken to lie right behind it, in the parent.
-        if ((header(place)->flags & OBJ_STATE_ELSEWHERE) == 0) {
-            report(handle, err, error_no_memory);
-            return;
-        }
+        const auto distance = static_cast<std::uint32_t>(position - place);
+        if (!record_offset(handle, tx_id, place, distance, err)) return;
         operations(field).offset_update(field, handle, tx_id, place, position, err);
     }
 }

@@ -198,7 +198,10 @@ TARNBASE_API void kel_set_instance_modified(void *object, uint32_t is_structure,
 /* Distance from an object to its state block, when it isn't right after it. */
 TARNBASE_API uint32_t kellib_get_sttr_offset(kel_handle *handle, uint32_t tx_id,
                                              const void *object);
-/* Records that distance and sets OBJ_STATE_ELSEWHERE. */
+/*
+ * Records that distance and sets OBJ_STATE_ELSEWHERE. A runtime that has no room for
+ * it calls kel_store_err, and the operation that asked fails with that error.
+ */
 TARNBASE_API void kellib_update_sttr_offset(kel_handle *handle, uint32_t tx_id, void *object,
                                             uint32_t distance);
 /* Nonzero if the marshalled object at `first_byte` carries state bytes. */

@@ -250,6 +250,48 @@ TEST_F(NestedState, OffsetUpdateMovesTheSharesAndOffsetRemoveForgetsThem) {
               "kel_hd_mapping_destroy kel_vstring_offset_remove kel_hd_mapping_destroy");
 }
 
+TEST_F(NestedState, ARuntimeThatOnlyRecordsTheDistancesIsEnough) {
+    spies.wishes.distances_recorded = true;
+    st_every *every = st_every_create(handle, tx);
+    ASSERT_NE(every, nullptr);
+    EXPECT_EQ(handle->last_error, 0U);
+    for (const u32 offset : {96U, 128U, 160U, 176U, 224U}) {
+        EXPECT_EQ(spies.distances.count(at(every, offset)), 1U) << offset;
+        EXPECT_EQ(head(at(every, offset))->flags & OBJ_STATE_ELSEWHERE, 0) << offset;
+    }
+    st_every_offset_update(handle, tx, every, at(every, every_size) + 100, &err);
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(at(every, 160) + spies.distances[at(every, 160)], at(every, every_size) + 120);
+    EXPECT_EQ(at(every, 224) + spies.distances[at(every, 224)], at(every, every_size) + 124);
+}
+
+TEST_F(NestedState, WithoutMemoryForAPlaceCreationFailsAndLeavesNothing) {
+    st_every_destroy(handle, tx, st_every_create(handle, tx));
+    const u64 blocks = session.blocks();
+    for (u64 n = 1; n < 20; ++n) {
+        kel_store_fail_allocation(session.store(), n);
+        st_every *every = st_every_create(handle, tx);
+        kel_store_fail_allocation(session.store(), 0);
+        if (every != nullptr) {
+            EXPECT_GT(n, 5U) << "the object and its places";
+            return;
+        }
+        EXPECT_EQ(handle->last_error, n == 1 ? 0U : 12U);
+        EXPECT_EQ(session.blocks(), blocks) << "allocation " << n;
+    }
+    FAIL() << "it never succeeds";
+}
+
+TEST_F(NestedState, WithoutMemoryForAPlaceOffsetUpdateIsError12) {
+    st_every *every = st_every_create(handle, tx);
+    st_every_offset_remove(handle, tx, every, &err);
+    kel_store_fail_allocation(session.store(), 1);
+    st_every_offset_update(handle, tx, every, at(every, every_size), &err);
+    kel_store_fail_allocation(session.store(), 0);
+    expect_error(12);
+    EXPECT_EQ(spies.of("kellib_update_sttr_offset").back().subject, at(every, 96));
+}
+
 TEST_F(NestedState, OffsetsOfAFlatStructureHaveNoEffect) {
     st_point *point = st_point_create(handle, tx);
     const auto before = bytes_of(point, point_size);

@@ -11,6 +11,7 @@ Spies spies;
 
 void Spies::reset() {
     calls.clear();
+    distances.clear();
     wishes = {};
 }
 
@@ -151,12 +152,17 @@ void kel_hd_mapping_destroy(kel_handle *handle, uint32_t tx_id, void *object, ui
 
 uint32_t kellib_get_sttr_offset(kel_handle *handle, uint32_t tx_id, const void *object) {
     spies.note("kellib_get_sttr_offset", object);
+    if (spies.wishes.distances_recorded) return spies.distances[object];
     return RUNTIME(kellib_get_sttr_offset)(handle, tx_id, object);
 }
 
 void kellib_update_sttr_offset(kel_handle *handle, uint32_t tx_id, void *object,
                                uint32_t distance) {
     spies.note("kellib_update_sttr_offset", object).arguments = {distance};
+    if (spies.wishes.distances_recorded) {
+        spies.distances[object] = distance;
+        return;
+    }
     RUNTIME(kellib_update_sttr_offset)(handle, tx_id, object, distance);
 }
 

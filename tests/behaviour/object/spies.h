@@ -5,6 +5,7 @@
 #define TARNBASE_TESTS_BEHAVIOUR_OBJECT_SPIES_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +34,7 @@ struct Wishes {
     std::uint32_t set_error = 0;                 // u_int32_set_value, in *err
     std::optional<std::uint32_t> ra_data_error;  // kellib_get_ra_data
     bool ra_data_ignored = false;                // kellib_update_ra_all does nothing
+    bool distances_recorded = false;             // kellib_update_sttr_offset does no more
     std::optional<std::uint32_t> element_value;  // xml_get_element_value
     std::uint32_t from_xml_error = 0;            // u_int32_from_xml, in *err
 };
@@ -41,6 +43,7 @@ class Spies {
  public:
     std::vector<Call> calls;
     Wishes wishes;
+    std::map<const void *, std::uint32_t> distances;  // with that wish
 
     void reset();
     void clear() { calls.clear(); }
