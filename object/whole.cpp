@@ -18,7 +18,8 @@ void get_all(Type type, kel_handle *handle, std::uint32_t tx_id, const void *obj
     }
 }
 
-// State flags stay as they are, and one value's failure doesn't stop the rest.
+// State flags stay as they are. Each value gets its turn whatever became of those
+// before it, and the first error is the result.
 void set_all(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
              std::initializer_list<std::uint64_t> values, std::uint32_t *err) {
     if (!enter(handle, err)) return;
@@ -28,12 +29,19 @@ void set_all(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
         report(handle, err, error_not_found);
         return;
     }
+    std::uint32_t first = 0;
     const std::uint64_t *next = values.begin();
     for (const Field &field : fields_of(type)) {
         if (!has_plain_value(field.kind)) continue;
-        operations(field).store(field, handle, tx_id, place_of(field, object), *next++, err);
+        std::uint32_t slot = *err;  // of the adjustment
+        operations(field).store(field, handle, tx_id, place_of(field, object), *next++, &slot);
+        if (first == 0) first = slot;
         kel_set_instance_modified(object, 1, is_small(field.kind), 1);
     }
+    if (first == 0) return;
+    // The value has stored its error, and one after it may have cleared it.
+    *err = first;
+    handle->last_error = first;
 }
 
 std::int32_t compare(Type type, const void *a, const void *b) { return type.compare(a, b); }

@@ -82,16 +82,37 @@ TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
     EXPECT_EQ(sizes, (std::vector<u64>{0, 0, 0, 0, 0, 0, 1, 1, 1}));
 }
 
-TEST_P(WholeObjects, AFailureInTheMiddleDoesNotStopTheRestOfTheMarks) {
+TEST_P(WholeObjects, AFailureInTheMiddleStopsNeitherTheOtherValuesNorTheMarks) {
     st_every *every = st_every_create(handle, tx);
     spies.clear();
     spies.wishes.set_error = 22;
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
-    EXPECT_EQ(err, 22U);
+    expect_error(22);
     EXPECT_EQ(spies.of("kel_set_instance_modified", every).size(), 9U);
-    EXPECT_EQ(st_every_a8_get_value(handle, tx, every, &(err = 0)), 1);
-    EXPECT_EQ(st_every_a16_get_value(handle, tx, every, &err), 2);
-    EXPECT_EQ(st_every_a32_get_value(handle, tx, every, &err), 0U);
+    Values values;
+    values.read(handle, every, &err);
+    EXPECT_EQ(values.a8, 1);
+    EXPECT_EQ(values.a16, 2);
+    EXPECT_EQ(values.a32, 0U) << "the one that failed";
+    EXPECT_EQ(values.a64, 4U);
+    EXPECT_EQ(values.s32, -5);
+    EXPECT_EQ(values.s64, -6);
+    EXPECT_EQ(values.flag, 1U);
+    EXPECT_EQ(values.lamp, 2U);
+    EXPECT_EQ(values.door, 3U);
+}
+
+TEST_P(WholeObjects, TheFirstFailureOfSettingAllValuesIsTheResult) {
+    st_every *every = st_every_create(handle, tx);
+    st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 99, 3, &err);
+    expect_error(43);
+    Values values;
+    values.read(handle, every, &err);
+    EXPECT_EQ(values.lamp, 0U);
+    EXPECT_EQ(values.door, 3U);
+    spies.wishes.set_error = 22;
+    st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 99, 3, &err);
+    expect_error(22);
 }
 
 TEST_P(WholeObjects, SettingAllValuesOfANullObjectIsError2) {
