@@ -213,10 +213,18 @@ TEST_F(LdapXml, HoldsOneElementAField) {
 TEST_F(LdapXml, AFieldThatIsAbsentInXmlKeepsItsValue) {
     const Document document =
         parse("<tbl_ldap_conn><st_ldap_conn><sname>x</sname></st_ldap_conn></tbl_ldap_conn>");
+    // The new object gets a value before its fields are read.
+    HookRecorder hooks(handle);
+    spies.at_each = [&](const std::string &service) {
+        if (service != "xml_get_element_nodecount") return;
+        auto *object = static_cast<st_ldap_conn *>(hooks.of(Hook::alloc).back().address);
+        st_ldap_conn_num_conns_set_value(handle, tx, object, 300, &err);
+        spies.at_each = nullptr;
+    };
     kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(s.get_value(handle, read->object), 0U);
+    EXPECT_EQ(s.get_value(handle, read->object), 300U);
 }
 
 TEST_F(LdapXml, AValueThatCannotBeReadEndsTheReadWithoutReleasingTheRecord) {
