@@ -213,8 +213,7 @@ void read_body(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
     }
 }
 
-// False: it didn't arrive. An object marked as carrying it all the same could never be
-// written again.
+// False: it didn't arrive, and the object isn't to be marked as carrying it.
 bool read_ra_data(kel_handle *handle, std::uint32_t tx_id, void *object, Reader &in,
                   std::uint32_t *err) {
     std::uint64_t ra_word = 0;
