@@ -149,7 +149,9 @@ TARNBASE_API void shape_key_set_all(kel_handle *handle, uint32_t tx_id, shape_ke
                                     uint32_t *err);
 
 /*
- * Copies `source` over `destination`, which keeps its own place and gets texts of its own.
+ * Copies `source` over `destination`, which keeps its own place and modified mark and gets texts of
+ * its own. A handle that tracks no state copies the flag OBJ_STATE_TRACKED too: a destination
+ * without a state block that has it is not for tracking handles any more.
  * Errors: 2 one of them is null; 12 no memory for a text, which is empty then; 22 the handle tracks
  * state, and one of them has no state block. After 22 `destination` has the bytes of `source`, and
  * shows its texts without owning them: destroy it, or set it anew.

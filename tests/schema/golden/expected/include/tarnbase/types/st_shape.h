@@ -150,15 +150,18 @@ TARNBASE_API void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_
                                    uint32_t *filled, uint32_t *err);
 
 /*
- * Sets all fields with a plain value, but no state flags. An object of a negative variant is left
- * alone, without an error.
+ * Sets all fields with a plain value, but no state flags; a value that can't be set stops none of
+ * the others, and the first error is the result. An object of a negative variant is left alone,
+ * without an error.
  */
 TARNBASE_API void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                    uint8_t sides, uint32_t number, uint32_t color_, uint32_t filled,
                                    uint32_t *err);
 
 /*
- * Copies `source` over `destination`, which keeps its own place and gets texts of its own.
+ * Copies `source` over `destination`, which keeps its own place and modified mark and gets texts of
+ * its own. A handle that tracks no state copies the flag OBJ_STATE_TRACKED too: a destination
+ * without a state block that has it is not for tracking handles any more.
  * Errors: 2 one of them is null; 12 no memory for a text, which is empty then; 22 the handle tracks
  * state, and one of them has no state block. After 22 `destination` has the bytes of `source`, and
  * shows its texts without owning them: destroy it, or set it anew.
