@@ -32,10 +32,11 @@ macro(tarnbase_compile_lightly)
 endmacro()
 
 # Symbols are bound and relocated data is read-only before anything runs; code and its
-# data stay apart.
+# data stay apart. A build has an identity, by which debug information is found.
 include(CheckPIESupported)
 check_pie_supported()
-add_link_options(LINKER:-z,relro,-z,now,-z,text,-z,noexecstack)
+add_link_options(LINKER:-z,relro,-z,now,-z,text,-z,noexecstack
+                 LINKER:--build-id)
 
 # What is released must not tell where it was built: two builds give the same bytes.
 # A debugger finds the sources with `set substitute-path /usr/src/tarnbase FOLDER`.

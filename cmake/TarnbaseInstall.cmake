@@ -1,20 +1,42 @@
 # SPDX-License-Identifier: Apache-2.0
 # What gets installed, in components: Runtime is libtarnbase, EmbeddedRuntime is
-# libtarnbase-runtime, Development what a program is built with, Tools the programs and
-# Documentation all that is read. docs/packaging.md tells how they are used.
+# libtarnbase-runtime, Development what a program is built with, Tools the programs,
+# Documentation all that is read and Debug the debug information of the rest.
+# docs/packaging.md tells how they are used.
 include(CMakePackageConfigHelpers)
+include(TarnbaseDebug)
 
-# tarnbase::headers comes with either library.
+# tarnbase::headers comes with either library; tarnbase::embedded is both.
+add_library(tarnbase_embedded INTERFACE)
+add_library(tarnbase::embedded ALIAS tarnbase_embedded)
+target_link_libraries(tarnbase_embedded INTERFACE tarnbase tarnbase_runtime)
+set_target_properties(tarnbase_embedded PROPERTIES EXPORT_NAME embedded)
 set_target_properties(tarnbase_headers PROPERTIES EXPORT_NAME headers)
 set_target_properties(tarnbase PROPERTIES EXPORT_NAME tarnbase)
 set_target_properties(tarnbase_runtime PROPERTIES EXPORT_NAME runtime)
-install(TARGETS tarnbase_headers EXPORT tarnbase COMPONENT Development)
+install(TARGETS tarnbase_headers tarnbase_embedded EXPORT tarnbase COMPONENT Development)
 install(TARGETS tarnbase EXPORT tarnbase
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
           COMPONENT Runtime NAMELINK_COMPONENT Development)
 install(TARGETS tarnbase_runtime EXPORT tarnbase
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
           COMPONENT EmbeddedRuntime NAMELINK_COMPONENT Development)
+tarnbase_split_debug(tarnbase Runtime ${CMAKE_INSTALL_LIBDIR})
+tarnbase_split_debug(tarnbase_runtime EmbeddedRuntime ${CMAKE_INSTALL_LIBDIR})
+
+#   tarnbase_install_program(<target> <component> [EXCLUDE_FROM_ALL])
+#     Installs a program that finds the libraries from where it is itself, so that a tree
+#     can be moved. Below /usr the system's loader finds them.
+function(tarnbase_install_program target component)
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
+    target_link_options(${target} PRIVATE LINKER:--enable-new-dtags)
+  endif()
+  install(TARGETS ${target}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component} ${ARGN})
+  tarnbase_split_debug(${target} ${component} ${CMAKE_INSTALL_BINDIR} ${ARGN})
+endfunction()
 
 get_target_property(generated tarnbase_schema TARNBASE_OUT)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ ${generated}/include/
@@ -52,7 +74,7 @@ else()
 endif()
 tarnbase_pc_folder(pc_libdir ${CMAKE_INSTALL_LIBDIR})
 tarnbase_pc_folder(pc_includedir ${CMAKE_INSTALL_INCLUDEDIR})
-foreach(name IN ITEMS tarnbase tarnbase-runtime)
+foreach(name IN ITEMS tarnbase tarnbase-runtime tarnbase-embedded)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in
     ${PROJECT_BINARY_DIR}/package/${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc
