@@ -214,6 +214,45 @@ TEST_F(Show, EscapesControlCharactersInATable) {
     EXPECT_EQ(shown({"ldap_conn:odd", "--columns", "sname"}), "sname\na\\x0ab\\x1b[2J\n");
 }
 
+TEST_F(Show, TakesAStarForAllColumns) {
+    const std::string expected = "tenant,source,sname,num_conns\r\n0,5,b.example,20\r\n";
+    EXPECT_EQ(shown({"ldap_conn:ldap", "-f", "csv", "--source", "5", "-c", "*"}), expected);
+    EXPECT_EQ(shown({"ldap_conn:ldap", "-f", "csv", "--source", "5", "-c", "all"}), expected);
+}
+
+TEST_F(Show, PrintsGroupsAsTableCsvAndJson) {
+    const std::vector<std::string> by = {"ldap_conn:ldap", "--group-by", "tenant,source",
+                                         "--aggregate", "max(sname),count"};
+    EXPECT_EQ(shown(by),
+              "tenant  source  max(sname)         count\n"
+              "     0       1  ldap1.example.net      3\n"
+              "     0       5  b.example              1\n"
+              "     9       1  c.example              1\n");
+    std::vector<std::string> csv = by;
+    csv.insert(csv.end(), {"--format", "csv", "--sort", "count:desc,tenant:desc", "-n", "2"});
+    EXPECT_EQ(shown(csv),
+              "tenant,source,max(sname),count\r\n0,1,ldap1.example.net,3\r\n9,1,c.example,1\r\n");
+    EXPECT_EQ(
+        shown({"ldap_conn:ldap", "--aggregate", "count,min(num_conns),sum(num_conns)", "--json"}),
+        "[\n{\"count\":5,\"min(num_conns)\":1,\"sum(num_conns)\":33}\n]\n");
+}
+
+TEST_F(Show, PrintsSeveralTables) {
+    EXPECT_EQ(shown({"ldap_conn:rare", "dot1xAuthConfigEntry_op:more_ports", "-c", "source"}),
+              "tbl_ldap_conn:rare\nsource\n     1\n     1\n\n"
+              "tbl_dot1xAuthConfigEntry_op:more_ports\nsource\n     1\n");
+    const Json tables =
+        Json::parse(shown({"ldap_conn:rare", "aaa_servers", "--json"}))["tarnbase"]["tables"];
+    ASSERT_EQ(tables.size(), 2U);
+    EXPECT_EQ(tables[1]["table"], "tbl_aaa_servers");
+    EXPECT_EQ(shown({"ldap_conn:rare", "aaa_servers", "--json", "--aggregate", "count"}),
+              "[\n{\"table\":\"tbl_ldap_conn:rare\",\"count\":2},\n"
+              "{\"table\":\"tbl_aaa_servers:aaa\",\"count\":1}\n]\n");
+    const Outcome csv = on_store({"show", "ldap_conn:rare", "aaa_servers", "--format", "csv"});
+    EXPECT_EQ(csv.exit_code, 2);
+    EXPECT_EQ(csv.out, "");
+}
+
 TEST_F(Show, NamesATableThatDoesNotExistAndTheNearest) {
     const Outcome outcome = on_store({"show", "tbl_ldap_con"});
     EXPECT_EQ(outcome.exit_code, 2);
@@ -263,6 +302,13 @@ TEST_F(Show, RefusesOptionsThatContradictOrCannotBeRead) {
         {"--offset", "-1"},
         {"--where", "no condition"},
         {"--color", "red"},
+        {"--sort", "num_conn"},
+        {"--sort", "num_conns:down"},
+        {"--group-by", "num_conn"},
+        {"--group-by", "sname", "--columns", "sname"},
+        {"--group-by", "sname", "--format", "xml"},
+        {"--group-by", "sname", "--sort", "num_conns"},
+        {"--aggregate", "sum(sname)"},
     };
     for (std::vector<std::string> arguments : wrong) {
         arguments.insert(arguments.begin(), {"show", "ldap_conn:ldap"});

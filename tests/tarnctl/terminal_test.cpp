@@ -52,10 +52,29 @@ TEST_F(OnTerminal, ATableFitsItsWidthByLeavingColumnsOut) {
     const std::string narrow = plain({"show", "aaa_servers"}, {80, "C.UTF-8", {}}).written;
     EXPECT_LE(widest(narrow), 80U);
     EXPECT_TRUE(holds(narrow, "radius1"));
-    EXPECT_TRUE(holds(narrow, " columns left out: --columns, get\n")) << narrow;
+    EXPECT_TRUE(holds(narrow, " columns hidden: --columns or --format list shows them\n"))
+        << narrow;
     const std::string wide = plain({"show", "aaa_servers"}, {200, "C.UTF-8", {}}).written;
     EXPECT_LE(widest(wide), 200U);
     EXPECT_GT(widest(wide), widest(narrow));
+}
+
+TEST_F(OnTerminal, ATablePrefersTheColumnsThatTellSomething) {
+    const std::string out = plain({"show", "aaa_servers"}, {100, "C.UTF-8", {}}).written;
+    EXPECT_TRUE(holds(out, "aaa_authen.requests")) << out;
+    EXPECT_TRUE(holds(out, "SHOW_AAA_SERVER_ALIVE")) << out;
+    EXPECT_TRUE(holds(out, "1440 values")) << out;
+}
+
+TEST_F(OnTerminal, ATableWhoseRowsHaveNoPlaceIsAList) {
+    const Terminal narrow{24, "C.UTF-8", {}};
+    const std::string out = plain({"show", "aaa_servers"}, narrow).written;
+    EXPECT_TRUE(holds(out, "\naaa_authen.requests ")) << out;
+    EXPECT_TRUE(holds(out, "SHOW_AAA_SERVER_ALIVE (")) << out;
+    const std::vector<std::string> chosen = {"show", "aaa_servers", "-c", "sname,aaa_authen"};
+    EXPECT_TRUE(holds(plain(chosen, narrow).written, "\naaa_authen.requests "));
+    const std::string table = plain({"show", "aaa_servers", "--format", "table"}, narrow).written;
+    EXPECT_TRUE(holds(table, " columns hidden")) << table;
 }
 
 TEST_F(OnTerminal, ColumnsThatWereChosenAreCutToFit) {

@@ -32,9 +32,7 @@ bool is_document(Form form) { return form == Form::json || form == Form::xml || 
 
 void run(const Options &options, Exit &status) {
     const Store store = Store::open_to_read(options.store);
-    Listing listing{find_instance(store, parse_table(options.table)), {}, Form::table, {}};
-    apply(options.form, listing);
-    listing.selection = select(store, listing.instance, options.selection);
+    const Listing listing = make_listing(store, options.table, options.selection, options.form);
     const std::size_t found = listing.selection.records.size();
     if (found == 0) status = Exit::difference;
     if (options.count) {
@@ -42,8 +40,9 @@ void run(const Options &options, Exit &status) {
         return;
     }
     if (found > 0 || is_document(listing.form))
-        print_paged(
-            [&](std::ostream &out, const Screen &screen) { print_listing(out, listing, screen); });
+        print_paged([&](std::ostream &out, const Screen &screen) {
+            print_listings(out, {listing}, screen);
+        });
     if (found == 0)
         throw Failure(Exit::difference,
                       fmt::format("no such record in {}: {}", listing.instance.full_name(),
@@ -51,18 +50,31 @@ void run(const Options &options, Exit &status) {
 }
 
 constexpr const char *footer = R"(
-A condition is FIELD=VALUE, FIELD!=VALUE, FIELD<VALUE, <=, >, >=, or FIELD~GLOB
-and FIELD!~GLOB, which compare the value's text with a pattern of *, ? and
-[a-z]. All must hold. Numbers are compared as numbers, strings by their bytes,
-addresses in their order, enumerators by their numbers. FIELD is a path such as
-aaa_authen.requests or minute[5]; FIELD:hex=00ff gives a string's bytes. Quote
-conditions with <, > or * from the shell.
+A condition compares a field with a value or with another field of the record:
+
+  = != < <= > >=  numbers as numbers, strings by their bytes, addresses in their
+                  order, enumerators by their numbers
+  ~ !~            the value's text matches a regular expression, as `grep -E -i`
+                  takes it, or doesn't: letters of both cases are the same
+  =~              likewise, but case counts
+
+Conditions are joined with AND, OR, NOT and parentheses; AND binds closer than
+OR. All of several arguments must hold. FIELD is a path such as
+aaa_authen.requests or minute[5]; FIELD:hex=00ff gives a string's bytes. A word
+on the right is another field if it names one of the same kind, else a value. A
+value in single or double quotes, in which it may have blanks, is never a field:
+scripts do well to write "sname='$name'", with each quote in the name twice.
+
+A record of a variant that is too old for a field fulfils no comparison with it.
+Where the conditions give the table's whole key, as sname=X, the records are
+found by the index, and no others are read.
 
 The forms of the output are those of `tarnctl show`.
 
 Examples:
   tarnctl find ldap_conn sname=ldap1.example.net --store net.store
-  tarnctl find ldap_conn 'num_conns>=2' 'sname~*.example' --store net.store
+  tarnctl find ldap_conn 'num_conns>=2 AND sname~example$' -s net.store
+  tarnctl find ldap_stats 'bind_fail > bind_success' --store net.store
   tarnctl find ldap_conn 'num_conns>2' --count --store net.store)";
 
 }  // namespace

@@ -11,37 +11,49 @@ namespace {
 
 struct Options {
     std::string store;
-    std::string table;
+    std::vector<std::string> tables;
     SelectionOptions selection;
     FormOptions form;
 };
 
 void run(const Options &options) {
     const Store store = Store::open_to_read(options.store);
-    Listing listing{find_instance(store, parse_table(options.table)), {}, Form::table, {}};
-    apply(options.form, listing);
-    listing.selection = select(store, listing.instance, options.selection);
+    std::vector<Listing> listings;
+    for (const std::string &table : options.tables)
+        listings.push_back(make_listing(store, table, options.selection, options.form));
+    if (listings.size() > 1 && listings.front().form == Form::csv)
+        throw Failure(Exit::usage, "CSV holds one table; choose json for several");
     print_paged(
-        [&](std::ostream &out, const Screen &screen) { print_listing(out, listing, screen); });
+        [&](std::ostream &out, const Screen &screen) { print_listings(out, listings, screen); });
 }
 
 constexpr const char *footer = R"(
-In a pipe every value is printed whole. On a terminal a table fits its width:
-columns that have no place are left out at the end, unless --columns names those
-to print. The columns tenant, source and pending are there if one of the records
-has another tenant than 0, another source than 1, or waits to be destroyed.
+In a pipe all columns and values are printed whole. On a terminal a table fits
+its width: what has no place is hidden, first the columns that are 0 or empty in
+all records, and the last line says how many. Where a row of the key and two
+columns has no place, and for columns of --columns that don't fit, each record
+is a list. The columns tenant, source and pending are there if one of the
+records has another tenant than 0, another source than 1, or waits to be
+destroyed.
 
 --where takes the conditions of `tarnctl find`.
 
-XML and JSON are the documents of `tarnctl export`, in which a JSON record is
+--sort puts records that are too old to have the field in front. With --group-by
+or --aggregate it takes the columns that are printed, such as count:desc, and
+--limit counts groups.
+
+Several tables are printed one after the other, with their names. XML and JSON
+are the documents of `tarnctl export`, in which a JSON record is
 {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key" on tables
-with a key structure only. With --columns JSON is an array of objects that have
-these columns as members.
+with a key structure only. With --columns or groups JSON is an array of objects
+that have the columns as members, and "table" if there are several.
 
 Examples:
-  tarnctl show ldap_conn --store net.store
-  tarnctl show ldap_conn --where 'num_conns>2' --store net.store
+  tarnctl show ldap_conn --where 'num_conns>2 OR sname~^ldap' --store net.store
   tarnctl show ldap_conn --columns sname,num_conns --json --store net.store
+  tarnctl show aaa_servers --sort aaa_authen.requests:desc -n 5 -s net.store
+  tarnctl show aaa_servers --group-by status --aggregate count,sum(dead_count)
+  tarnctl show ldap_conn ldap_stats --store net.store
 
 A table without records is no error.)";
 
@@ -49,9 +61,10 @@ A table without records is no error.)";
 
 void declare_show(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    cli::Command &command = program.command("show", "Show the records of a table in key order");
+    cli::Command &command = program.command("show", "Show the records of tables");
     command
-        .argument("TABLE", cli::into(options->table), "The table, or one of several as TABLE:NAME")
+        .argument("TABLE", cli::into(options->tables),
+                  "The tables, or one of several as TABLE:NAME")
         .required();
     add_store_option(command, options->store);
     command.option("-w,--where", "FIELD=VALUE", cli::into(options->selection.conditions),

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "base/failure.h"
-#include "listing/condition.h"
+#include "query/filter.h"
 #include "tarnbase/module.h"
 #include "terminal/progress.h"
 
@@ -86,7 +86,7 @@ std::vector<Record> Editor::chosen(const Work &work) {
         return records;
     }
     const Filter filter(*work.instance.table, work.order.where);
-    for_each_record(store_, work.instance, [&](const Record &record) {
+    for_each_candidate(store_, work.instance, filter, [&](const Record &record) {
         if (is_chosen(work.order, filter, record)) records.push_back(record);
         return true;
     });

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "base/failure.h"
-#include "listing/condition.h"
 #include "model/json.h"
+#include "query/filter.h"
 
 namespace tarnctl {
 namespace {
@@ -188,7 +188,7 @@ Order OrderReader::read(Verb verb, const OrderWords &words) {
     take_words(order, words.words);
     if (verb == Verb::set && order.fields.empty())
         throw usage(fmt::format("{}: nothing to set; give FIELD=VALUE", table.name));
-    // Made to be checked: a filter takes a store of its own, which not every order should keep.
+    // Made to be checked alone: an order is kept as words.
     if (!words.where.empty()) Filter(table, words.where);
     order.where = words.where;
     return order;

@@ -49,7 +49,7 @@ struct Order {
     std::vector<Assignment> key;  // all of the key's columns in its order; none if `many`
     std::vector<Assignment> fields;
     bool many = false;               // all records that fulfil `where`
-    std::vector<std::string> where;  // conditions, see listing/condition.h
+    std::vector<std::string> where;  // conditions, see query/parser.h
     std::optional<uint16_t> tenant;
     std::optional<uint8_t> source;
     std::string place;  // "FILE:LINE", or empty

@@ -4,6 +4,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "base/failure.h"
 
 namespace tarnctl {
 namespace {
@@ -28,6 +31,10 @@ void add_fields(const Table &table, std::vector<ListingColumn> &columns) {
 }
 
 void add_named(const Table &table, const std::string &name, std::vector<ListingColumn> &columns) {
+    if (name == "*" || name == "all") {
+        for (ListingColumn &each : all_columns(table)) columns.push_back(std::move(each));
+        return;
+    }
     for (const What what : beside_fields) {
         if (name == name_of(what)) return columns.push_back({what, std::nullopt});
     }
@@ -56,6 +63,14 @@ std::vector<ListingColumn> named_columns(const Table &table,
     std::vector<ListingColumn> columns;
     for (const std::string &name : names) add_named(table, name, columns);
     return columns;
+}
+
+ListingColumn single_column(const Table &table, const std::string &name) {
+    std::vector<ListingColumn> columns = named_columns(table, {name});
+    const bool whole_array = columns.front().column && columns.front().column->path.whole_array;
+    if (columns.size() == 1 && !whole_array) return std::move(columns.front());
+    throw Failure(Exit::usage, fmt::format("{}: it isn't a single value; name one, as `{}`", name,
+                                           whole_array ? name + "[0]" : columns.front().title()));
 }
 
 std::vector<ListingColumn> all_columns(const Table &table) {
@@ -87,6 +102,21 @@ std::string cell_text(const Record &record, const ListingColumn &column, Reader 
     if (reader == Reader::person && column.column->path.whole_array)
         return fmt::format("{} values", value.field().elements);
     return value.text();
+}
+
+Json cell_json(const Record &record, const ListingColumn &column) {
+    if (column.what == What::tenant) return record.tenant();
+    if (column.what == What::source) return record.src();
+    if (column.what == What::pending) return record.is_pending();
+    const Value value = record.value(*column.column);
+    return value.present() ? json_of(value) : Json();
+}
+
+Cell order_cell(const Record &record, const ListingColumn &column) {
+    if (column.what == What::tenant) return Wide{record.tenant()};
+    if (column.what == What::source) return Wide{record.src()};
+    if (column.what == What::pending) return Wide{record.is_pending()};
+    return cell_of(record.value(*column.column));
 }
 
 }  // namespace tarnctl

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "model/json.h"
 #include "model/record.h"
+#include "query/cell.h"
 
 namespace tarnctl {
 
@@ -25,10 +27,14 @@ struct ListingColumn {
 };
 
 // The columns of these names: paths of fields, where a structure stands for all that it holds,
-// and tenant, source and pending. Failure `usage` with a suggestion.
+// tenant, source and pending, and `*` or `all` for all columns. Failure `usage` with a suggestion.
 std::vector<ListingColumn> named_columns(const Table &table, const std::vector<std::string> &names);
+// The column of a name that stands for one. Failure `usage` if it stands for several.
+ListingColumn single_column(const Table &table, const std::string &name);
 // All fields, behind the tenant and the source.
 std::vector<ListingColumn> all_columns(const Table &table);
+// The column of a name that stands for one. Failure `usage` if it stands for several.
+ListingColumn single_column(const Table &table, const std::string &name);
 // All fields, behind those of tenant, source and pending that tell the records apart.
 std::vector<ListingColumn> telling_columns(const Table &table, const std::vector<Record> &records);
 
@@ -36,6 +42,10 @@ std::vector<ListingColumn> telling_columns(const Table &table, const std::vector
 enum class Reader { person, program };
 // A field that the record's variant is too old to have is "-" for a person, empty for a program.
 std::string cell_text(const Record &record, const ListingColumn &column, Reader reader);
+// As model/json.h has it; null for such a field.
+Json cell_json(const Record &record, const ListingColumn &column);
+// Its place in an order. Not of a whole array.
+Cell order_cell(const Record &record, const ListingColumn &column);
 
 }  // namespace tarnctl
 

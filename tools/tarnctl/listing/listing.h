@@ -2,12 +2,16 @@
 //
 // A listing of records in one of its forms:
 //
-//   table  aligned columns; on a screen too narrow for all of them the last ones are left out
+//   automatic
+//          a table, or a list where a row of one has no place on the screen
+//   table  aligned columns; on a screen too narrow for all of them some are left out
 //   list   a record as lines of a field and its value
 //   text   the records' own text form
 //   xml    the document that export writes, of this table's records
 //   json   likewise; with chosen columns an array of objects with these as members
 //   csv    RFC 4180, with the titles in the first line
+//
+// Groups are a table, CSV, or as JSON an array of objects with the titles as members.
 #ifndef TARNCTL_LISTING_LISTING_H
 #define TARNCTL_LISTING_LISTING_H
 
@@ -23,16 +27,19 @@
 
 namespace tarnctl {
 
-enum class Form { table, list, text, xml, json, csv };
+enum class Form { automatic, table, list, text, xml, json, csv };
 
 struct Listing {
     Instance instance;
     Selection selection;
-    Form form = Form::table;
+    Form form = Form::automatic;
     std::vector<ListingColumn> columns;  // chosen ones; empty: those that suit the form
 };
 
-void print_listing(std::ostream &out, const Listing &listing, const Screen &screen);
+// Listings of several tables have the tables' names ahead of their lines, and are one document;
+// an object of JSON that isn't a record tells its table as the member "table". There is no CSV of
+// several.
+void print_listings(std::ostream &out, const std::vector<Listing> &listings, const Screen &screen);
 // A listing of one record: as JSON it is the record's object alone.
 void print_record(std::ostream &out, const Listing &listing, const Screen &screen);
 

@@ -22,6 +22,27 @@ const std::map<std::string, Form> &forms() {
     return words;
 }
 
+// What groups have no form for.
+void check_groups(const Listing &listing) {
+    if (!listing.columns.empty())
+        throw Failure(Exit::usage,
+                      "--columns: groups have the columns of --group-by and --aggregate");
+    if (listing.form == Form::list || listing.form == Form::text || listing.form == Form::xml)
+        throw Failure(Exit::usage, "--format: groups are printed as table, json or csv");
+}
+
+void add_grouping_options(cli::Command &command, SelectionOptions &options) {
+    command.option("--sort", "FIELD,...", cli::list_into(options.sort),
+                   "Sort by these fields, with commas between them; FIELD:desc puts the largest "
+                   "value first");
+    command.option("--group-by", "FIELD,...", cli::list_into(options.grouping.by),
+                   "Print a line for each group of records that have the same values in these "
+                   "fields");
+    command.option("--aggregate", "FIGURE,...", cli::list_into(options.grouping.aggregates),
+                   "What to print of each group, or else of all records: count (the default), "
+                   "sum(FIELD), min(FIELD), max(FIELD), with commas between them");
+}
+
 }  // namespace
 
 void add_form_options(cli::Command &command, FormOptions &options) {
@@ -29,15 +50,18 @@ void add_form_options(cli::Command &command, FormOptions &options) {
         "-f,--format", "FORM", cli::one_of(forms(), options.form),
         fmt::format("Form of the output: table (aligned columns), list (a field a line), text (the "
                     "records' own text form), xml, json or csv (RFC 4180); by default {}",
-                    options.form == Form::list ? "list" : "table"));
+                    options.form == Form::list
+                        ? "list"
+                        : "table, or list on a terminal where rows are too wide"));
     command.flag("--json", options.json, "Print JSON, as --format json").excludes("format");
     command.option("-c,--columns", "FIELD,...", cli::list_into(options.columns),
                    "Fields to print, with commas between them: paths such as aaa_authen.requests "
-                   "or minute[5], a structure for all that it holds, and tenant, source and "
-                   "pending");
+                   "or minute[5], a structure for all that it holds, tenant, source and pending, "
+                   "and * or all for all columns");
 }
 
 void add_selection_options(cli::Command &command, SelectionOptions &options) {
+    add_grouping_options(command, options);
     add_tenant_option(command, options.tenant, "Only the records of this tenant");
     add_source_option(
         command, options.source,
@@ -64,6 +88,15 @@ void apply(const FormOptions &options, Listing &listing) {
         throw Failure(Exit::usage,
                       "--columns: the text and XML forms are those of whole records; choose table, "
                       "list, json or csv");
+}
+
+Listing make_listing(const Store &store, const std::string &table,
+                     const SelectionOptions &selection, const FormOptions &form) {
+    Listing listing{find_instance(store, parse_table(table)), {}, Form::automatic, {}};
+    apply(form, listing);
+    if (selection.grouping.wanted()) check_groups(listing);
+    listing.selection = select(store, listing.instance, selection);
+    return listing;
 }
 
 void print_paged(const std::function<void(std::ostream &, const Screen &)> &print) {

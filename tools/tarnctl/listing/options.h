@@ -15,19 +15,23 @@
 namespace tarnctl {
 
 struct FormOptions {
-    Form form = Form::table;
+    Form form = Form::automatic;
     bool json = false;
     std::vector<std::string> columns;
 };
 
 // --format, by default as it stands in `options`; --json, --columns
 void add_form_options(cli::Command &command, FormOptions &options);
-// The same for a listing, and which records it has: --tenant, --source, --shadows, --pending,
+// Which records a listing has, in which order, and whether it has groups of them: --sort,
+// --group-by, --aggregate, --tenant, --source, --shadows, --pending,
 // --no-pending, --limit, --offset, --reverse.
 void add_selection_options(cli::Command &command, SelectionOptions &options);
 
 // The form and the columns that the options choose. Failure `usage` where they contradict.
 void apply(const FormOptions &options, Listing &listing);
+// The listing of a table that the options ask for. Failure `usage` where they contradict.
+Listing make_listing(const Store &store, const std::string &table,
+                     const SelectionOptions &selection, const FormOptions &form);
 
 // Prints on standard output, through the pager where there is one. On a terminal everything is
 // made before anything is shown: whoever reads page by page must not read records that another

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "listing/condition.h"
+#include "listing/grouping.h"
 #include "model/record.h"
 
 namespace tarnctl {
@@ -20,17 +20,23 @@ struct SelectionOptions {
     bool shadows = false;            // show them too
     bool only_pending = false;
     bool no_pending = false;
-    std::vector<std::string> conditions;
+    std::vector<std::string> conditions;  // see query/parser.h
+    GroupingOptions grouping;
+    std::vector<std::string> sort;  // see listing/sorting.h: columns, of groups their titles
     std::optional<uint64_t> limit;
     uint64_t offset = 0;
     bool reverse = false;
 };
 
 struct Selection {
-    std::vector<Record> records;  // in the order of the output
+    std::vector<Record> records;  // in the order of the output, unless they were grouped
     uint64_t hidden_shadows = 0;  // among the records that were looked at
+    uint64_t looked_at = 0;
+    std::optional<Sheet> groups;  // in the order of the output
 };
 
+// Where conditions fix the key, no other records are looked at. Failure `usage` or `data` that
+// names what in the options is wrong.
 Selection select(const Store &store, const Instance &instance, const SelectionOptions &options);
 
 }  // namespace tarnctl

@@ -3,10 +3,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <exception>
 
 #include "base/failure.h"
+#include "tarnbase/runtime.h"
 
 namespace tarnctl {
 namespace {
@@ -27,6 +30,14 @@ std::string written(Write write, std::string_view what) {
         buffer.resize(length);
         return buffer;
     }
+}
+
+constexpr uint32_t same_place = 1;  // what the index's order says of two equal ones
+
+kel_record *record_of(kel_index_node *node) {
+    if (node == nullptr) return nullptr;
+    return reinterpret_cast<kel_record *>(reinterpret_cast<char *>(node) -
+                                          offsetof(kel_record, index_node));
 }
 
 bool is_key(const Table &table, const Path &path) {
@@ -201,6 +212,40 @@ void Key::make(const std::vector<std::string> &texts) {
     }
     number_ = static_cast<uint32_t>(value.number());
     key_ = &number_;
+}
+
+kel_record Key::place(uint16_t tenant, uint8_t src) const {
+    kel_record place{};
+    place.tenant_id = tenant;
+    place.src = src;
+    if (table_.key_type != nullptr) place.key_object = carrier_;
+    else place.object = carrier_;
+    return place;
+}
+
+void for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
+                            const std::function<bool(const Record &)> &function) {
+    const Table &table = *instance.table;
+    const auto next = [&](const kel_record &place) {
+        return record_of(
+            e_avl_get_next(instance.block->index_root, &place.index_node, table.order));
+    };
+    for (uint32_t tenant = 0; tenant <= UINT16_MAX;) {
+        kel_record place = key.place(static_cast<uint16_t>(tenant), 0);
+        kel_record *found =
+            record_of(e_avl_search(instance.block->index_root, &place.index_node, table.order));
+        if (found == nullptr) found = next(place);
+        for (; found != nullptr; found = next(*found)) {
+            place.src = found->src;
+            if (table.order(&place.index_node, &found->index_node) != same_place) break;
+            const Record record{&table, store.handle(), found};
+            check_readable(store, record);
+            if (!function(record)) return;
+        }
+        if (found == nullptr) return;
+        // The next tenant that there is, or else the next number, which leads to it.
+        tenant = std::max<uint32_t>(found->tenant_id, tenant + 1);
+    }
 }
 
 Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src) {

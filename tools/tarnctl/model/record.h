@@ -79,6 +79,8 @@ class Key {
 
     // What the catalogue's search functions take.
     const void *get() const { return key_; }
+    // A record of this key, tenant and source, in no table: a place in the index's order.
+    kel_record place(uint16_t tenant, uint8_t src) const;
     std::string text() const { return text_; }
 
  private:
@@ -92,6 +94,11 @@ class Key {
     uint32_t number_ = 0;
     std::string text_;
 };
+
+// All records of a key, of all tenants and sources, in the index's order, which finds them. Else as
+// for_each_record.
+void for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
+                            const std::function<bool(const Record &)> &function);
 
 // The record of this key and source in the thread's tenant; its `record` is null if there is none.
 Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src);

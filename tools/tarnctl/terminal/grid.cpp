@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t gap = 2;        // blanks between columns
 constexpr std::size_t narrowest = 4;  // a column isn't cut to less
+constexpr std::size_t readable = 8;   // what is cut to less tells little
 
 std::size_t line_width(const std::vector<std::size_t> &widths) {
     if (widths.empty()) return 0;
@@ -47,15 +48,45 @@ std::vector<std::size_t> Grid::widths(const Screen &screen) const {
     return widths;
 }
 
-std::size_t Grid::leave_out_to_fit(std::size_t kept, const Screen &screen) {
-    if (screen.width == 0) return 0;
-    std::vector<std::size_t> wanted = widths(screen);
-    while (wanted.size() > std::max<std::size_t>(kept, 1) && line_width(wanted) > screen.width)
-        wanted.pop_back();
-    const std::size_t left_out = columns_.size() - wanted.size();
-    columns_.resize(wanted.size());
-    for (Row &row : rows_) row.cells.resize(wanted.size());
-    return left_out;
+std::size_t Grid::leave_out_to_fit(std::size_t kept, const Screen &screen,
+                                   const std::vector<bool> &dull) {
+    const std::vector<std::size_t> wanted = widths(screen);
+    if (screen.width == 0 || line_width(wanted) <= screen.width) return 0;
+    kept = std::max<std::size_t>(kept, 1);
+    std::vector<bool> stays(wanted.size(), false);
+    std::size_t used = 0;
+    const auto take = [&](std::size_t column) {
+        stays[column] = true;
+        used += wanted[column] + gap;
+    };
+    for (std::size_t i = 0; i < kept && i < wanted.size(); ++i) take(i);
+    for (const bool turn : {false, true})
+        for (std::size_t i = kept; i < wanted.size(); ++i)
+            if ((!dull.empty() && dull[i]) == turn && used + wanted[i] <= screen.width) take(i);
+    const std::size_t before = columns_.size();
+    keep(stays);
+    return before - columns_.size();
+}
+
+void Grid::keep(const std::vector<bool> &stays) {
+    const auto thin_out = [&](auto &items) {
+        std::size_t end = 0;
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            if (!stays[i]) continue;
+            if (end != i) items[end] = std::move(items[i]);
+            ++end;
+        }
+        items.resize(end);
+    };
+    thin_out(columns_);
+    for (Row &row : rows_) thin_out(row.cells);
+}
+
+bool Grid::is_readable(const Screen &screen) const {
+    if (screen.width == 0) return true;
+    std::vector<std::size_t> least = widths(screen);
+    for (std::size_t &width : least) width = std::min(width, readable);
+    return line_width(least) <= screen.width;
 }
 
 void Grid::print_row(std::ostream &out, const Row &row, const std::vector<std::size_t> &widths,

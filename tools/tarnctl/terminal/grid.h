@@ -29,9 +29,14 @@ class Grid {
     // that are missing at the end are empty. `style` is bold, dim, red, ... for the whole row.
     void add(std::vector<std::string> cells, Style style = nullptr);
     std::size_t rows() const { return rows_.size(); }
-    // Leaves out the last columns, but none of the first `kept`, until the rest fit the screen
-    // uncut. Returns how many were left out.
-    std::size_t leave_out_to_fit(std::size_t kept, const Screen &screen);
+    std::size_t columns() const { return columns_.size(); }
+    // Leaves columns out so that the rest fit the screen uncut. The first `kept` stay; of the
+    // others each stays for which there is room yet, those that `dull` marks after all others.
+    // Returns how many were left out.
+    std::size_t leave_out_to_fit(std::size_t kept, const Screen &screen,
+                                 const std::vector<bool> &dull = {});
+    // Whether a row fits the screen with the first eight cells of each column at least.
+    bool is_readable(const Screen &screen) const;
     // The titles, and a line for each row.
     void print(std::ostream &out, const Screen &screen) const;
 
@@ -42,6 +47,7 @@ class Grid {
     };
 
     std::vector<std::size_t> widths(const Screen &screen) const;
+    void keep(const std::vector<bool> &stays);
     void print_row(std::ostream &out, const Row &row, const std::vector<std::size_t> &widths,
                    const Screen &screen) const;
 

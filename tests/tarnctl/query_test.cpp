@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include "base/failure.h"
+#include "listing/selection.h"
+#include "model/store.h"
+#include "query/filter.h"
+#include "tests/examples/temporary_directory.h"
+
+namespace tarnctl {
+namespace {
+
+constexpr uint32_t servers = 1000;
+
+// Connections of servers s0, s1, ...; s500 is in tenants 0, 3, 4 and 65535 and of source 5 too.
+class Query : public testing::Test {
+ protected:
+    void SetUp() override {
+        uint32_t err = 0;
+        instance_ = {&table_, table_.open(store_.handle(), KEL_TX_NONE, "some", 0, &err)};
+        ASSERT_EQ(err, 0U);
+        for (uint32_t i = 0; i < servers; ++i) add("s" + std::to_string(i), i % 7);
+        add("s500", 1, 0, 5);
+        for (const uint16_t tenant : std::vector<uint16_t>{3, 4, UINT16_MAX}) {
+            add("s4", 1, tenant);
+            add("s500", tenant, tenant);
+            add("s9", 1, tenant);
+        }
+        add("other", 1, 20);
+    }
+
+    void add(const std::string &name, uint32_t number, uint16_t tenant = 0, uint8_t src = 1) {
+        const TenantScope scope(tenant);
+        uint32_t err = 0;
+        kel_handle *handle = store_.handle();
+        kel_record *record = table_.create_record(handle, KEL_TX_NONE, src, &err);
+        void *object = table_.type->create(handle, KEL_TX_NONE);
+        Value(handle, KEL_TX_NONE, object, parse_path(*table_.type, "sname")).set_bytes(name);
+        Value(handle, KEL_TX_NONE, object, parse_path(*table_.type, "num_conns"))
+            .set_number(number);
+        table_.set_object(handle, KEL_TX_NONE, record, object);
+        table_.insert(handle, KEL_TX_NONE, instance_.block, record, &err);
+        ASSERT_EQ(err, 0U);
+    }
+
+    Selection selected(const std::string &condition) const {
+        SelectionOptions options;
+        options.conditions = {condition};
+        return select(store_, instance_, options);
+    }
+    static std::string failure(const std::string &condition) {
+        try {
+            parse_condition(condition);
+        } catch (const Failure &failure) {
+            EXPECT_EQ(failure.code(), Exit::usage);
+            return failure.what();
+        }
+        return "";
+    }
+
+    example_test::TemporaryDirectory directory_;
+    Store store_ = Store::create(directory_ / "net.store", {});
+    const Table &table_ = table_named("ldap_conn");
+    Instance instance_{};
+};
+
+TEST_F(Query, OfTheWholeKeyLooksAtTheRecordsOfThisKeyAlone) {
+    for (const char *condition :
+         {"sname=s500", "num_conns>=0 AND (sname='s500' AND num_conns<99999)"}) {
+        const Selection found = selected(condition);
+        EXPECT_EQ(found.looked_at, 5U) << condition;
+        ASSERT_EQ(found.records.size(), 5U) << condition;
+        const std::vector<uint16_t> tenants = {0, 0, 3, 4, UINT16_MAX};
+        for (std::size_t i = 0; i < tenants.size(); ++i)
+            EXPECT_EQ(found.records[i].tenant(), tenants[i]);
+        EXPECT_EQ(found.records[1].src(), 5);
+    }
+    EXPECT_EQ(selected("sname=s500 AND num_conns=65535").records.size(), 1U);
+    EXPECT_EQ(selected("sname=nothing").looked_at, 0U);
+    EXPECT_EQ(selected("sname=s999").looked_at, 1U);
+}
+
+TEST_F(Query, ThatDoesNotFixTheKeyLooksAtAllRecords) {
+    const uint64_t all = servers + 11;
+    for (const char *condition : {"sname=s500 OR num_conns=9", "NOT sname=s500", "sname!=s500",
+                                  "sname~s500", "num_conns=1"})
+        EXPECT_EQ(selected(condition).looked_at, all) << condition;
+}
+
+TEST_F(Query, OfACompositeKeyUsesTheIndexWhenAllOfItIsFixed) {
+    const Table &table = table_named("pexSessionEntry_op");
+    EXPECT_TRUE(Filter(table, {"if_index=1 AND session_id_in=a", "searchtype=0"}).key());
+    EXPECT_FALSE(Filter(table, {"if_index=1 AND session_id_in=a"}).key());
+}
+
+TEST_F(Query, BindsAndCloserThanOr) {
+    const ConditionText text = parse_condition("a=1 or b=2 and not (c=3 or d=4)");
+    ASSERT_EQ(text.shape, ConditionText::Shape::any);
+    ASSERT_EQ(text.parts.size(), 2U);
+    const ConditionText &both = text.parts[1];
+    ASSERT_EQ(both.shape, ConditionText::Shape::all);
+    EXPECT_EQ(both.parts[0].comparison.field, "b");
+    ASSERT_EQ(both.parts[1].shape, ConditionText::Shape::negation);
+    EXPECT_EQ(both.parts[1].parts[0].shape, ConditionText::Shape::any);
+}
+
+TEST_F(Query, ReadsOperandsWithAndWithoutQuotes) {
+    const auto operand = [](const std::string &text) {
+        return parse_condition(text).comparison.operand.text;
+    };
+    EXPECT_EQ(operand("a = b"), "b");
+    EXPECT_EQ(operand("a='b c) AND'"), "b c) AND");
+    EXPECT_EQ(operand("a='it''s'"), "it's");
+    EXPECT_EQ(operand("a=\"it's\""), "it's");
+    EXPECT_EQ(operand("(a~^(b|c)$)"), "^(b|c)$");
+    EXPECT_EQ(operand("a~\\)b"), "\\)b");
+    EXPECT_EQ(operand("a="), "");
+    EXPECT_EQ(operand("a=''"), "");
+    EXPECT_EQ(operand("a==b"), "b");
+    EXPECT_TRUE(parse_condition("a:hex=00").comparison.is_hex);
+}
+
+TEST_F(Query, ShowsWhereAConditionIsWrong) {
+    EXPECT_EQ(failure("num_conns> AND x=1"),
+              "expected a value; put the word `AND` in quotes\n"
+              "  num_conns> AND x=1\n"
+              "             ^");
+    EXPECT_EQ(failure("num_conns").find("expected one of = != < <= > >= ~ !~ =~"), 0U);
+    EXPECT_EQ(failure("a=1 b=2"),
+              "expected AND, OR or the end; put a value with blanks in quotes\n"
+              "  a=1 b=2\n"
+              "      ^");
+    EXPECT_EQ(failure("(a=1"), "expected AND, OR or `)`\n  (a=1\n      ^");
+    EXPECT_EQ(failure("a='b").find("expected a closing ' for the text that begins here\n"), 0U);
+    for (const char *text : {"", "=1", "a=1 AND", "NOT", "()", "a=1)"})
+        EXPECT_NE(failure(text), "") << text;
+    EXPECT_NE(failure(std::string(100000, '(')), "");
+}
+
+TEST_F(Query, MatchesRegularExpressionsWithinAnyBytes) {
+    EXPECT_TRUE(Pattern("b.*D", true).matches("abcd"));
+    EXPECT_FALSE(Pattern("b.*D", false).matches("abcd"));
+    EXPECT_FALSE(Pattern("^b", true).matches("abcd"));
+    EXPECT_TRUE(Pattern("b$", true).matches(std::string_view("a\0b", 3)));
+    EXPECT_TRUE(Pattern("x.*x", true).matches("x" + std::string(1000000, 'y') + "x"));
+    EXPECT_THROW(Pattern("(", true), Failure);
+    EXPECT_THROW(Pattern("*.example", true), Failure);
+}
+
+TEST_F(Query, ComparesFieldsWithEachOther) {
+    const Table &table = table_named("aaa_servers");
+    EXPECT_NO_THROW(Filter(table, {"aaa_authen.requests > aaa_author.requests"}));
+    EXPECT_THROW(Filter(table, {"aaa_authen.requests > sname"}), Failure);
+    EXPECT_EQ(selected("num_conns = num_conns").records.size(), servers + 11);
+    EXPECT_TRUE(selected("num_conns < num_conns").records.empty());
+    // In quotes it is a text, and no server has this name.
+    EXPECT_EQ(selected("sname = sname").records.size(), servers + 11);
+    EXPECT_TRUE(selected("sname = 'sname'").records.empty());
+}
+
+TEST_F(Query, SortsByFieldsAndKeepsTheOrderOfEqualOnes) {
+    SelectionOptions options;
+    options.conditions = {"sname=s500"};
+    options.sort = {"num_conns:desc", "source"};
+    const Selection found = select(store_, instance_, options);
+    ASSERT_EQ(found.records.size(), 5U);
+    EXPECT_EQ(found.records[0].tenant(), UINT16_MAX);
+    EXPECT_EQ(found.records[4].src(), 5);
+    options.sort = {"num_conns:up"};
+    EXPECT_THROW(select(store_, instance_, options), Failure);
+    options.sort = {"num_con"};
+    EXPECT_THROW(select(store_, instance_, options), Failure);
+}
+
+TEST_F(Query, GroupsRecordsWithFiguresOfEach) {
+    SelectionOptions options;
+    options.tenant = 0;
+    options.conditions = {"sname!=s500"};
+    options.grouping = {{"num_conns"}, {"count", "sum(num_conns)", "min(sname)", "max(sname)"}};
+    options.sort = {"count:desc", "num_conns:desc"};
+    options.limit = 2;
+    const Selection found = select(store_, instance_, options);
+    ASSERT_TRUE(found.groups);
+    ASSERT_EQ(found.groups->lines.size(), 2U);
+    // 1000 servers, s500 left out, which had 500 % 7 = 3 connections.
+    EXPECT_EQ(found.groups->json_of_line(0),
+              "{\"num_conns\":5,\"count\":143,\"sum(num_conns)\":715,"
+              "\"min(sname)\":\"s103\",\"max(sname)\":\"s999\"}");
+    EXPECT_EQ(found.groups->lines[1][0].text, "4");
+}
+
+TEST_F(Query, OfNothingHasOneGroupIfAllAreOne) {
+    SelectionOptions options;
+    options.conditions = {"sname=nothing"};
+    options.grouping.aggregates = {"count", "sum(num_conns)", "max(num_conns)"};
+    EXPECT_EQ(select(store_, instance_, options).groups->json_of_line(0),
+              "{\"count\":0,\"sum(num_conns)\":0,\"max(num_conns)\":null}");
+    options.grouping.by = {"num_conns"};
+    EXPECT_TRUE(select(store_, instance_, options).groups->lines.empty());
+    for (const char *bad : {"avg(num_conns)", "sum(sname)", "sum(none)", "sum", "max(num_conns"}) {
+        options.grouping.aggregates = {bad};
+        EXPECT_THROW(select(store_, instance_, options), Failure) << bad;
+    }
+}
+
+}  // namespace
+}  // namespace tarnctl
