@@ -37,7 +37,7 @@ class Export : public WithStore {
 };
 
 TEST_F(Export, WritesXmlWithTenantSourceAndTheNameOfTheTable) {
-    const Outcome outcome = on_store({"export", "ldap_conn"});
+    const Outcome outcome = on_store({"export", "--format", "xml", "ldap_conn"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     const std::string beginning =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -95,13 +95,55 @@ TEST_F(Export, NamesTableKeyAndFieldThatXmlCantCarry) {
     const Outcome outcome = on_store({"export", "-o", path});
     EXPECT_EQ(outcome.exit_code, 3);
     for (const char *part :
-         {"tbl_ldap_conn:ldap", "bad\\x01name", "sname", "0x01 at offset 3", "--format json"})
+         {"tbl_ldap_conn:ldap", "bad\\x01name", "sname", "0x01 at offset 3", "--escape", "--skip"})
         EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
     EXPECT_EQ(outcome.err.find("(ERR)"), std::string::npos) << outcome.err;
     EXPECT_EQ(read_file(path), "the old one");
     for (const auto &entry :
          std::filesystem::directory_iterator(std::filesystem::path(path).parent_path()))
         EXPECT_TRUE(entry.path() == path || entry.path() == store) << entry.path();
+}
+
+TEST_F(Export, IsJsonUnlessSomethingElseIsSaid) {
+    add_server(std::string("bad\x01name", 8));
+    const Outcome outcome = on_store({"export"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, on_store({"export", "--format", "json"}).out);
+    EXPECT_NE(outcome.out.find("bad\\u0001name"), std::string::npos);
+}
+
+TEST_F(Export, EscapesWhatXmlCantCarryForImportToReadBack) {
+    add_server(std::string("bad\x01na\\me\xff", 10));
+    const std::string path = directory / "net.xml";
+    Outcome outcome = on_store({"export", "-o", path, "--escape"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_NE(read_file(path).find("<sname escaped=\"true\">bad\\x01na\\\\me\\xff</sname>\n"),
+              std::string::npos);
+    const std::string copy = directory / "copy.store";
+    ASSERT_EQ(tarnctl({"store", "create", copy}).exit_code, 0);
+    outcome = tarnctl({"import", "--store", copy, path});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(tarnctl({"export", "--store", copy}).out, on_store({"export"}).out);
+}
+
+TEST_F(Export, LeavesOutWhatXmlCantCarryAndCountsIt) {
+    add_server(std::string("bad\x01name", 8));
+    const std::string path = directory / "net.xml";
+    const Outcome outcome = on_store({"export", "-o", path, "--skip"});
+    EXPECT_EQ(outcome.exit_code, 3);
+    for (const char *part : {"tbl_ldap_conn:ldap: record `bad\\x01name`: sname: ", "; left out\n",
+                             "tarnctl: 1 record left out\n"})
+        EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
+    const std::string document = read_file(path);
+    EXPECT_EQ(document.find("bad"), std::string::npos);
+    EXPECT_NE(document.find("<sname>a.example</sname>"), std::string::npos);
+    EXPECT_TRUE(document.ends_with("</tarnbase>\n"));
+}
+
+TEST_F(Export, HasNothingToEscapeOrSkipInOtherForms) {
+    for (const char *option : {"--escape", "--skip"})
+        EXPECT_EQ(on_store({"export", "--format", "json", option}).exit_code, 2) << option;
+    EXPECT_EQ(on_store({"export", "--format", "xml", "--escape", "--skip"}).exit_code, 2);
 }
 
 TEST_F(Export, KeepsBytesThatAreNoTextInJson) {

@@ -3,6 +3,7 @@
 // tarnctl export: the records of a store as a document.
 #include <fmt/format.h>
 
+#include <iostream>
 #include <memory>
 #include <optional>
 
@@ -20,11 +21,15 @@ constexpr const char *footer = R"(
 The document holds the records of all tenants and sources, and is one of three
 forms:
 
+JSON: a record a line. It carries all values; bytes that aren't UTF-8 are
+{"hex": "00ff"}.
+
 XML: the record form of the library, for other programs. It can't carry strings
 with control characters or bytes that aren't UTF-8, and no enumeration whose
-value is none of its enumerators': such a record ends the export.
-
-JSON: a record a line. It carries all values.
+value is none of its enumerators': such a record ends the export. With --skip it
+is left out and reported, and the exit status is 3. With --escape its element has
+escaped="true" and each such byte as \x and two hexadecimal digits, a backslash
+as two, a value that is no enumerator's as its number; import reads it back.
 
 frames: the wire form, for the quickest way from store to store. It carries all
 values.
@@ -42,6 +47,8 @@ struct Options {
     std::vector<std::string> tables;
     std::optional<Format> format;
     std::string output;
+    bool skip = false;
+    bool escape = false;
 };
 
 std::vector<Instance> chosen(const Store &store, const std::vector<std::string> &tables) {
@@ -75,17 +82,37 @@ std::vector<Instance> chosen(const Store &store, const std::vector<std::string> 
     return found;
 }
 
-void run(const Options &options) {
+Format format_of(const Options &options) {
+    const Format format =
+        options.format.value_or(format_of_name(options.output).value_or(Format::json));
+    if (format != Format::xml && (options.skip || options.escape))
+        throw Failure(Exit::usage, "--skip and --escape: only XML has records that it can't carry");
+    return format;
+}
+
+Unfit unfit_records(const Options &options, uint64_t &left_out) {
+    Unfit unfit;
+    unfit.escape = options.escape;
+    if (options.skip)
+        unfit.skip = [&left_out](const std::string &text) {
+            std::cerr << fmt::format("tarnctl: {}; left out\n", text);
+            ++left_out;
+        };
+    return unfit;
+}
+
+void run(const Options &options, Exit &status) {
     const QuietScope quiet;
     const Store store = Store::open_to_read(options.store);
     const std::vector<Instance> tables = chosen(store, options.tables);
     uint64_t total = 0;
     for (const Instance &instance : tables) total += instance.block->record_count;
 
-    const Format format =
-        options.format.value_or(format_of_name(options.output).value_or(Format::xml));
+    const Format format = format_of(options);
+    uint64_t left_out = 0;
     OutputFile output(options.output);
-    const std::unique_ptr<Writer> writer = make_writer(format, output.stream());
+    const std::unique_ptr<Writer> writer =
+        make_writer(format, output.stream(), unfit_records(options, left_out));
     Progress progress("records", total);
     for (const Instance &instance : tables) {
         writer->begin_table(instance);
@@ -98,11 +125,14 @@ void run(const Options &options) {
     }
     writer->end();
     output.finish();
+    if (left_out == 0) return;
+    std::cerr << fmt::format("tarnctl: {} record{} left out\n", left_out, left_out == 1 ? "" : "s");
+    status = Exit::data;
 }
 
 }  // namespace
 
-void declare_export(cli::Command &program, Exit & /*status*/) {
+void declare_export(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command =
         program.command("export", "Write the records of a store as XML, JSON or frames");
@@ -111,11 +141,15 @@ void declare_export(cli::Command &program, Exit & /*status*/) {
                      "Table to export, each instance of it unless one is named; all by default");
     command.option("-f,--format", "FORM", cli::one_of(format_names, options->format),
                    "Form of the document: xml, json or frames; by default that of the file's "
-                   "suffix, else xml");
+                   "suffix, else json");
     command.option("-o,--output", "FILE", cli::into(options->output),
                    "File to write; standard output by default");
+    command.flag("--skip", options->skip, "Leave out the records that XML can't carry")
+        .excludes("escape");
+    command.flag("--escape", options->escape,
+                 "Escape what XML can't carry, in a form that import reads back");
     command.notes = footer;
-    command.action = [options] { run(*options); };
+    command.action = [options, &status] { run(*options, status); };
 }
 
 }  // namespace tarnctl

@@ -7,8 +7,8 @@
 
 namespace tarnctl {
 
-std::unique_ptr<Writer> make_writer(Format format, std::ostream &out) {
-    if (format == Format::xml) return std::make_unique<XmlWriter>(out);
+std::unique_ptr<Writer> make_writer(Format format, std::ostream &out, Unfit unfit) {
+    if (format == Format::xml) return std::make_unique<XmlWriter>(out, std::move(unfit));
     if (format == Format::json) return std::make_unique<JsonWriter>(out);
     return std::make_unique<FramesWriter>(out);
 }

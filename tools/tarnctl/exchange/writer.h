@@ -5,8 +5,10 @@
 #ifndef TARNCTL_EXCHANGE_WRITER_H
 #define TARNCTL_EXCHANGE_WRITER_H
 
+#include <functional>
 #include <memory>
 #include <ostream>
+#include <string>
 
 #include "exchange/format.h"
 #include "model/instance.h"
@@ -31,8 +33,17 @@ class Writer {
     virtual void end() = 0;
 };
 
+// What becomes of records that a form can't carry, of which XML alone has any.
+struct Unfit {
+    // They are written with what it can't carry escaped (xml_escape.h), the names of tables too.
+    bool escape = false;
+    // Or else called with what is wrong with one, which is left out then; if it is empty, the
+    // first one ends the export.
+    std::function<void(const std::string &)> skip;
+};
+
 // A writer of the form, which has written the beginning of the document to `out`.
-std::unique_ptr<Writer> make_writer(Format format, std::ostream &out);
+std::unique_ptr<Writer> make_writer(Format format, std::ostream &out, Unfit unfit = {});
 
 }  // namespace tarnctl
 

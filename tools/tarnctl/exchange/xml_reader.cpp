@@ -7,6 +7,7 @@
 
 #include "exchange/sink.h"
 #include "exchange/xml_parser.h"
+#include "exchange/xml_text.h"
 #include "exchange/xml_writer.h"
 #include "model/json.h"
 #include "model/state.h"
@@ -56,7 +57,18 @@ void refuse_children(const XmlElement &element, const std::string &name) {
                                           element.children.front().name));
 }
 
+bool is_escaped(const XmlElement &element) {
+    const std::string *escaped = element.attribute("escaped");
+    if (escaped == nullptr || *escaped == "false") return false;
+    if (*escaped == "true") return true;
+    throw Failure(Exit::data, fmt::format("`{}`: escaped: expected true or false", element.name));
+}
+
 void set_enumeration(Value &value, const XmlElement &element) {
+    if (is_escaped(element)) {
+        refuse_children(element, value.name());
+        return value.restore_number(number_of<uint32_t>(value.name(), element.text, 0, UINT32_MAX));
+    }
     refuse_text(element, "an enumerator's element");
     if (element.children.size() != 1)
         throw Failure(Exit::data, fmt::format("{}: expected the element of one enumerator of {}",
@@ -74,6 +86,8 @@ void set_leaf(const Target &target, const Path &path, const XmlElement &element,
         return;
     }
     refuse_children(element, value.name());
+    if (value.field().kind == Kind::vstring && is_escaped(element))
+        return value.set_bytes(unescape_unfit(element.text, value.name()));
     if (!value.is_whole_array()) {
         value.set_text(element.text);
         return;
@@ -215,11 +229,12 @@ class XmlReader {
     }
 
     void begin_table(const XmlElement &element) {
-        check_attributes(element, {"type", "name", "id"});
+        check_attributes(element, {"type", "name", "id", "escaped"});
         TableHead head{&table_in_document(needed(element, "type")), {}, {}};
         if (const std::string *id = element.attribute("id"))
             head.id = number_of<uint64_t>("id", *id, 0, UINT64_MAX);
         else head.name = needed(element, "name");
+        if (is_escaped(element)) head.name = unescape_unfit(head.name, "name");
         sink_.begin_table(head);
     }
 

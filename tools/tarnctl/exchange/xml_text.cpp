@@ -3,6 +3,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
+#include "base/failure.h"
+#include "model/json.h"
 #include "terminal/utf8.h"
 
 namespace tarnctl {
@@ -24,6 +28,44 @@ std::size_t first_unfit_for_xml(std::string_view text) {
         offset += character.length;
     }
     return std::string_view::npos;
+}
+
+std::string escape_unfit(std::string_view bytes) {
+    std::string text;
+    while (!bytes.empty()) {
+        const Utf8Character character = first_utf8(bytes);
+        const std::string_view piece = bytes.substr(0, character.length);
+        if (piece == "\\") text += "\\\\";
+        else if (character.valid && is_xml_character(character.code)) text += piece;
+        else
+            for (const char c : piece)
+                text += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
+        bytes.remove_prefix(character.length);
+    }
+    return text;
+}
+
+std::string unescape_unfit(std::string_view text, std::string_view name) {
+    std::string bytes;
+    while (!text.empty()) {
+        const std::size_t plain = std::min(text.find('\\'), text.size());
+        bytes += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty()) break;
+        if (text.starts_with("\\\\")) {
+            bytes += '\\';
+            text.remove_prefix(2);
+        } else if (text.starts_with("\\x") && text.size() >= 4) {
+            bytes += bytes_of_hex(text.substr(2, 2), name);
+            text.remove_prefix(4);
+        } else {
+            throw Failure(
+                Exit::data,
+                fmt::format("{}: expected \\\\ or \\x and two hexadecimal digits, not `{}`", name,
+                            text.substr(0, 4)));
+        }
+    }
+    return bytes;
 }
 
 std::string xml_escaped(std::string_view text) {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/failure.h"
+#include "exchange/xml_escape.h"
 #include "exchange/xml_text.h"
 #include "model/json.h"
 #include "model/state.h"
@@ -17,7 +18,8 @@ namespace {
 
 constexpr std::size_t first_buffer = 65536;
 constexpr std::size_t largest_buffer = std::size_t{1} << 30U;
-constexpr std::string_view other_forms = "JSON and frames can: --format json, --format frames";
+constexpr std::string_view ways_out =
+    "JSON and frames can, or `tarnctl export` with --escape or --skip";
 
 // What the library writes for an enumeration whose value is none of its enumerators'. No text has
 // a bare `>` in it.
@@ -49,7 +51,7 @@ std::string attributes_of(const Record &record) {
 }
 
 // Why XML can't carry a value; empty if it can.
-std::string objection_to(const Value &value) {
+std::string objection_of(const Value &value) {
     if (!value.present()) return "";
     if (value.field().kind == Kind::vstring) {
         const std::string_view bytes = value.bytes();
@@ -66,7 +68,8 @@ std::string objection_to(const Value &value) {
 
 }  // namespace
 
-XmlWriter::XmlWriter(std::ostream &out) : out_(out), buffer_(first_buffer, '\0') {
+XmlWriter::XmlWriter(std::ostream &out, Unfit unfit)
+    : out_(out), unfit_(std::move(unfit)), buffer_(first_buffer, '\0') {
     out_ << fmt::format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<tarnbase format=\"{}\">\n",
                         format_version);
 }
@@ -75,17 +78,27 @@ void XmlWriter::begin_table(const Instance &instance) {
     table_ = shown(instance.full_name(), output_screen());
     const bool by_name = instance.block->open_mode == KEL_OPEN_BY_NAME;
     const std::string name = by_name ? instance.name() : std::to_string(instance.block->table_id);
-    if (first_unfit_for_xml(name) != std::string_view::npos)
+    const bool fits = first_unfit_for_xml(name) == std::string_view::npos;
+    if (!fits && !unfit_.escape)
         throw Failure(Exit::data,
-                      fmt::format("{}: XML can't carry the table's name; {}", table_, other_forms));
-    out_ << fmt::format("<table type=\"{}\" {}=\"{}\">\n", instance.table->name,
-                        by_name ? "name" : "id", xml_escaped(name));
+                      fmt::format("{}: XML can't carry the table's name; {}", table_, ways_out));
+    out_ << fmt::format("<table type=\"{}\" {}=\"{}\"{}>\n", instance.table->name,
+                        by_name ? "name" : "id", xml_escaped(fits ? name : escape_unfit(name)),
+                        fits ? "" : escaped_mark);
 }
 
 void XmlWriter::write(const Record &record) {
-    const std::size_t length = form_of(record);
+    uint32_t err = 0;
+    const std::optional<std::string_view> form = form_of(record, err);
+    if (!form && !unfit_.escape) {
+        const std::string objection = objection_to(record, err);
+        if (!unfit_.skip) throw Failure(Exit::data, fmt::format("{}; {}", objection, ways_out));
+        unfit_.skip(objection);
+        return;
+    }
     out_ << "<record " << attributes_of(record) << ">\n";
-    out_.write(buffer_.data(), static_cast<std::streamsize>(length));
+    if (form) out_ << *form;
+    else out_ << escaped_form(record);
     out_ << "</record>\n";
 }
 
@@ -93,9 +106,9 @@ void XmlWriter::end_table() { out_ << "</table>\n"; }
 
 void XmlWriter::end() { out_ << "</tarnbase>\n"; }
 
-std::size_t XmlWriter::form_of(const Record &record) {
+std::optional<std::string_view> XmlWriter::form_of(const Record &record, uint32_t &err) {
     for (;;) {
-        uint32_t err = 0;
+        err = 0;
         const uint32_t length =
             record.table->to_xml(record.handle, KEL_TX_NONE, buffer_.data(), record.record,
                                  static_cast<uint32_t>(buffer_.size()), &err);
@@ -104,22 +117,21 @@ std::size_t XmlWriter::form_of(const Record &record) {
             continue;
         }
         const std::string_view form(buffer_.data(), length);
-        if (err != 0 || form.find(no_enumerator) != std::string_view::npos) refuse(record, err);
-        return length;
+        if (err != 0 || form.find(no_enumerator) != std::string_view::npos) return std::nullopt;
+        return form;
     }
 }
 
-void XmlWriter::refuse(const Record &record, uint32_t err) const {
-    const auto failure = [&](const std::string &field, const std::string &objection) {
-        return Failure(Exit::data, fmt::format("{}: record `{}`: {}XML can't carry it: {}; {}",
-                                               table_, shown(record.key_text(), output_screen()),
-                                               field, objection, other_forms));
+std::string XmlWriter::objection_to(const Record &record, uint32_t err) const {
+    const auto text = [&](const std::string &field, const std::string &objection) {
+        return fmt::format("{}: record `{}`: {}XML can't carry it: {}", table_,
+                           shown(record.key_text(), output_screen()), field, objection);
     };
     for (const Column &column : columns_of(*record.table)) {
-        const std::string objection = objection_to(record.value(column));
-        if (!objection.empty()) throw failure(column.name() + ": ", objection);
+        const std::string objection = objection_of(record.value(column));
+        if (!objection.empty()) return text(column.name() + ": ", objection);
     }
-    throw failure("", std::strerror(static_cast<int>(err)));
+    return text("", std::strerror(static_cast<int>(err)));
 }
 
 }  // namespace tarnctl

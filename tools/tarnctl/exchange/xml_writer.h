@@ -19,10 +19,15 @@
 //   variant="0"     of the data object, if its type has newer ones
 //   state, key_state
 //                   on objects with state flags: "num_conns=2 minute[5]=1", those that aren't 0
+// A field's element, or a table's, with escaped="true" has what XML can't carry in the form of
+// xml_escape.h.
 #ifndef TARNCTL_EXCHANGE_XML_WRITER_H
 #define TARNCTL_EXCHANGE_XML_WRITER_H
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "exchange/writer.h"
 
@@ -30,7 +35,7 @@ namespace tarnctl {
 
 class XmlWriter : public Writer {
  public:
-    explicit XmlWriter(std::ostream &out);
+    XmlWriter(std::ostream &out, Unfit unfit);
 
     void begin_table(const Instance &instance) override;
     void write(const Record &record) override;
@@ -38,11 +43,13 @@ class XmlWriter : public Writer {
     void end() override;
 
  private:
-    // The library's form, in `buffer_`. Returns its length.
-    std::size_t form_of(const Record &record);
-    [[noreturn]] void refuse(const Record &record, uint32_t err) const;
+    // The library's form, in `buffer_`; none if XML can't carry the record, with the error that the
+    // library left.
+    std::optional<std::string_view> form_of(const Record &record, uint32_t &err);
+    std::string objection_to(const Record &record, uint32_t err) const;
 
     std::ostream &out_;
+    Unfit unfit_;
     std::string buffer_;
     std::string table_;
 };
