@@ -58,7 +58,8 @@ TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options
                                        kel_store **store);
 /*
  * Opens a store file and maps it at the address recorded in it.
- * Errors: EINVAL not a store file, or of another format version; EADDRINUSE the
+ * Errors: EINVAL not a store file, damaged or cut short, or of another format version or
+ * byte order: kel_error_text says which, and how to move the data; EADDRINUSE the
  * address range is taken in this process; and open(2)'s.
  */
 TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);

@@ -92,26 +92,53 @@ bool is_whole(const StoreHeader &header) {
            header.arena.size >= Allocator::front_bytes(page_sets_offset, header.capacity);
 }
 
+std::uint32_t fail_version(const char *path, std::uint32_t version) {
+    const bool newer = version > store_format_version;
+    return fail(EINVAL,
+                "%s: a store of format version %u, made by %s release; this one reads version %u. "
+                "%s tarnctl export of the release that made it, and tarnctl import of this one",
+                path, version, newer ? "a newer" : "an older", store_format_version,
+                newer ? "Use the newer release, or move the data with" : "Move the data with");
+}
+
+// Looks at what tells a file apart, from the most general to the particular, and reads
+// nothing behind the version before that is known.
+std::uint32_t check_header(const char *path, const StoreHeader &header, std::size_t got,
+                           std::uint64_t file_size) {
+    if (got == 0) return fail(EINVAL, "%s: not a store file: it is empty", path);
+    if (got >= sizeof header.magic && header.magic == __builtin_bswap64(store_magic)) {
+        return fail(EINVAL,
+                    "%s: a store of a machine with the other byte order. Move the data with "
+                    "tarnctl export there and tarnctl import here",
+                    path);
+    }
+    if (got < sizeof header.magic || header.magic != store_magic) {
+        return fail(EINVAL, "%s: not a store file", path);
+    }
+    if (got >= offsetof(StoreHeader, page_bytes) && header.version != store_format_version) {
+        return fail_version(path, header.version);
+    }
+    const auto fail_short = [&](std::uint64_t wanted) {
+        return fail(EINVAL, "%s: the store is cut short: %llu of %llu bytes. Copy it again", path,
+                    static_cast<unsigned long long>(file_size),
+                    static_cast<unsigned long long>(wanted));
+    };
+    if (got < sizeof header) return fail_short(sizeof header);
+    if (!is_whole(header)) {
+        return fail(EINVAL, "%s: the header of the store is damaged. Take a copy of the file",
+                    path);
+    }
+    return file_size < header.arena.size ? fail_short(header.arena.size) : 0;
+}
+
 std::uint32_t read_header(const char *path, const File &file, StoreHeader &header) {
     struct stat status;
     if (::fstat(file.descriptor(), &status) != 0) return fail_errno(path);
     if (!S_ISREG(status.st_mode)) return fail(EINVAL, "%s: not a store file", path);
     const ssize_t got = ::pread(file.descriptor(), &header, sizeof header, 0);
     if (got < 0) return fail_errno(path);
-    if (static_cast<std::size_t>(got) < sizeof header || header.magic != store_magic) {
-        return fail(EINVAL, "%s: not a store file", path);
-    }
-    if (header.version != store_format_version) {
-        return fail(EINVAL, "%s: a store of format version %u; this runtime reads version %u", path,
-                    header.version, store_format_version);
-    }
-    if (!is_whole(header)) return fail(EINVAL, "%s: the header of the store is damaged", path);
-    if (static_cast<std::uint64_t>(status.st_size) < header.arena.size) {
-        return fail(EINVAL, "%s: the store is cut short: %llu of %llu bytes", path,
-                    static_cast<unsigned long long>(status.st_size),
-                    static_cast<unsigned long long>(header.arena.size));
-    }
-    return 0;
+    return check_header(path, header, static_cast<std::size_t>(got),
+                        static_cast<std::uint64_t>(status.st_size));
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 // Numbers are little-endian, pointers absolute addresses: a store file is mapped at
 // the same address everywhere.
 //
+// A release reads one format version and refuses every other, newer or older: data moves
+// between them through an export. Magic and version stay where they are in every version.
+//
 //   offset  size  member
 //        0     8  magic "TARNBASE"
 //        8     4  format version

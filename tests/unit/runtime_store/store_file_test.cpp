@@ -138,15 +138,42 @@ TEST_F(StoreFile, open_refuses_a_file_that_is_not_there) {
 
 TEST_F(StoreFile, open_refuses_what_is_no_store) {
     std::ofstream(path) << "";
-    expect_refused(EINVAL, "not a store file");
-    std::ofstream(path) << std::string(5000, 'x');
-    expect_refused(EINVAL, "not a store file");
+    expect_refused(EINVAL, "not a store file: it is empty");
+    for (const std::size_t length : {1U, 7U, 8U, 5000U}) {
+        std::ofstream(path) << std::string(length, 'x');
+        expect_refused(EINVAL, "not a store file");
+    }
 }
 
-TEST_F(StoreFile, open_refuses_another_format_version) {
+TEST_F(StoreFile, open_refuses_one_of_a_newer_release_and_says_what_to_do) {
     create_and_close();
     overwrite(offsetof(StoreHeader, version), std::uint32_t{2});
-    expect_refused(EINVAL, "a store of format version 2; this runtime reads version 1");
+    // What else a newer header may hold doesn't count.
+    overwrite(offsetof(StoreHeader, page_bytes), std::uint32_t{4096});
+    const std::string text =
+        "a store of format version 2, made by a newer release; this one reads version 1. Use the "
+        "newer release, or move the data with tarnctl export of the release that made it, and "
+        "tarnctl import of this one";
+    expect_refused(EINVAL, text);
+    std::filesystem::resize_file(path, 100);
+    expect_refused(EINVAL, text);
+}
+
+TEST_F(StoreFile, open_refuses_one_of_an_older_release_and_says_what_to_do) {
+    create_and_close();
+    overwrite(offsetof(StoreHeader, version), std::uint32_t{0});
+    expect_refused(EINVAL,
+                   "a store of format version 0, made by an older release; this one reads version "
+                   "1. Move the data with tarnctl export of the release that made it, and tarnctl "
+                   "import of this one");
+}
+
+TEST_F(StoreFile, open_refuses_one_of_the_other_byte_order_and_says_what_to_do) {
+    create_and_close();
+    overwrite(0, __builtin_bswap64(runtime::store_magic));
+    expect_refused(EINVAL,
+                   "a store of a machine with the other byte order. Move the data with tarnctl "
+                   "export there and tarnctl import here");
 }
 
 TEST_F(StoreFile, open_refuses_one_that_is_cut_short) {
@@ -154,9 +181,12 @@ TEST_F(StoreFile, open_refuses_one_that_is_cut_short) {
     const auto size = std::filesystem::file_size(path);
     std::filesystem::resize_file(path, size - 1);
     expect_refused(EINVAL, "the store is cut short: " + std::to_string(size - 1) + " of " +
-                               std::to_string(size) + " bytes");
-    std::filesystem::resize_file(path, sizeof(StoreHeader) - 1);
-    expect_refused(EINVAL, "not a store file");
+                               std::to_string(size) + " bytes. Copy it again");
+    for (const std::size_t length : {sizeof(StoreHeader) - 1, std::size_t{8}}) {
+        std::filesystem::resize_file(path, length);
+        expect_refused(EINVAL, "the store is cut short: " + std::to_string(length) + " of " +
+                                   std::to_string(sizeof(StoreHeader)) + " bytes. Copy it again");
+    }
 }
 
 TEST_F(StoreFile, open_refuses_a_header_that_makes_no_sense) {
@@ -172,7 +202,7 @@ TEST_F(StoreFile, open_refuses_a_header_that_makes_no_sense) {
         SCOPED_TRACE(offset);
         create_and_close();
         overwrite(offset, value);
-        expect_refused(EINVAL, "the header of the store is damaged");
+        expect_refused(EINVAL, "the header of the store is damaged. Take a copy of the file");
         std::filesystem::remove(path);
     }
 }
