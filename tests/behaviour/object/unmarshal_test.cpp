@@ -30,6 +30,16 @@ class Unmarshal : public ObjectModeTest {
                   bytes.size());
         return bytes;
     }
+    void expect_equal_when_read_back(const st_grown *grown) {
+        const auto bytes = form(grown);
+        st_grown *again = st_grown_create(handle, tx);
+        EXPECT_EQ(st_grown_unmarshal(handle, tx, bytes.data(), again, size(bytes), 0, &err),
+                  bytes.size());
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(st_grown_compare(grown, again), 0);
+        EXPECT_EQ(form(again), bytes);
+        st_grown_destroy(handle, tx, again);
+    }
     static u32 size(const std::vector<u8> &bytes) { return static_cast<u32>(bytes.size()); }
     u32 read(st_ldap_conn *conn, const std::vector<u8> &bytes) {
         return st_ldap_conn_unmarshal(handle, tx, bytes.data(), conn, size(bytes), 0, &err);
@@ -218,6 +228,7 @@ TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
     constexpr u32 seed = 20240517;
     std::mt19937 random(seed);
     const auto base = form(make.grown(1));
+    const auto blocks = session.blocks();
     for (int step = 0; step < 400; ++step) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
         std::vector<u8> bytes = base;
@@ -232,8 +243,10 @@ TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
         EXPECT_STREQ(head(grown)->descriptor->name, "st_grown");
         EXPECT_LE(head(grown)->variant, 1);
         EXPECT_EQ(head(grown)->flags & ~(OBJ_STATE_TRACKED | OBJ_RA_DATA | 128), 0);
+        if (err == 0) expect_equal_when_read_back(grown);
         err = 0;
         st_grown_destroy(handle, tx, grown);
+        EXPECT_EQ(session.blocks(), blocks);
     }
 }
 
