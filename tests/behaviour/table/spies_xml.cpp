@@ -39,3 +39,10 @@ uint32_t xml_get_element_value(void *document, const char *path, char *area, uin
         dlsym(RTLD_NEXT, "xml_get_element_value"));
     return real(document, path, area, area_len, zero);
 }
+
+uint32_t xml_get_element_nodecount(void *document, const char *path, uint32_t *count) {
+    spies.note("xml_get_element_nodecount").text = path;
+    static const auto real = reinterpret_cast<decltype(&xml_get_element_nodecount)>(
+        dlsym(RTLD_NEXT, "xml_get_element_nodecount"));
+    return real(document, path, count);
+}
