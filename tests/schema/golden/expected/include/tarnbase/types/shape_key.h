@@ -286,8 +286,9 @@ TARNBASE_API kel_vstring *shape_key_layer_get(kel_handle *handle, uint32_t tx_id
 
 /*
  * Copies the value that `source` gives into `layer`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void shape_key_layer_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                       const kel_vstring *source, uint32_t *err);
@@ -316,8 +317,9 @@ TARNBASE_API ip_address *shape_key_owner_get(kel_handle *handle, uint32_t tx_id,
 
 /*
  * Copies the value that `source` gives into `owner`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void shape_key_owner_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                       const ip_address *source, uint32_t *err);

@@ -286,8 +286,9 @@ TARNBASE_API int64_t *st_corner_x_get(kel_handle *handle, uint32_t tx_id, st_cor
 
 /*
  * Copies the value that `source` gives into `x`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_corner_x_set(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                   const int64_t *source, uint32_t *err);
@@ -301,8 +302,9 @@ TARNBASE_API int64_t st_corner_x_get_value(kel_handle *handle, uint32_t tx_id, s
 
 /*
  * Sets `x` to a plain value.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
+ * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
+ * variant.
  */
 TARNBASE_API void st_corner_x_set_value(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                         int64_t value, uint32_t *err);
@@ -331,8 +333,9 @@ TARNBASE_API uint8_t *st_corner_register_get(kel_handle *handle, uint32_t tx_id,
 
 /*
  * Copies the value that `source` gives into `register`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_corner_register_set(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                          const uint8_t *source, uint32_t *err);
@@ -346,8 +349,9 @@ TARNBASE_API uint8_t st_corner_register_get_value(kel_handle *handle, uint32_t t
 
 /*
  * Sets `register` to a plain value.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
+ * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
+ * variant.
  */
 TARNBASE_API void st_corner_register_set_value(kel_handle *handle, uint32_t tx_id,
                                                st_corner *object, uint8_t value, uint32_t *err);

@@ -295,8 +295,9 @@ TARNBASE_API uint8_t *st_shape_sides_get(kel_handle *handle, uint32_t tx_id, st_
 
 /*
  * Copies the value that `source` gives into `sides`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_sides_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const uint8_t *source, uint32_t *err);
@@ -310,8 +311,9 @@ TARNBASE_API uint8_t st_shape_sides_get_value(kel_handle *handle, uint32_t tx_id
 
 /*
  * Sets `sides` to a plain value.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
+ * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
+ * variant.
  */
 TARNBASE_API void st_shape_sides_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint8_t value, uint32_t *err);
@@ -340,8 +342,9 @@ TARNBASE_API uint32_t *st_shape_number_get(kel_handle *handle, uint32_t tx_id, s
 
 /*
  * Copies the value that `source` gives into `number`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_number_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                       const uint32_t *source, uint32_t *err);
@@ -355,8 +358,9 @@ TARNBASE_API uint32_t st_shape_number_get_value(kel_handle *handle, uint32_t tx_
 
 /*
  * Sets `number` to a plain value.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
+ * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
+ * variant.
  */
 TARNBASE_API void st_shape_number_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                             uint32_t value, uint32_t *err);
@@ -385,8 +389,9 @@ TARNBASE_API color *st_shape_color_get(kel_handle *handle, uint32_t tx_id, st_sh
 
 /*
  * Copies the value that `source` gives into `color`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant or the value is no enumerator.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant or the value is no enumerator.
  */
 TARNBASE_API void st_shape_color_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const color *source, uint32_t *err);
@@ -400,8 +405,9 @@ TARNBASE_API uint32_t st_shape_color_get_value(kel_handle *handle, uint32_t tx_i
 
 /*
  * Sets `color` to a plain value.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant or the value is no enumerator.
+ * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
+ * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
+ * variant or the value is no enumerator.
  */
 TARNBASE_API void st_shape_color_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint32_t value, uint32_t *err);
@@ -430,8 +436,9 @@ TARNBASE_API st_corner *st_shape_first_get(kel_handle *handle, uint32_t tx_id, s
 
 /*
  * Copies the value that `source` gives into `first`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_first_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const st_corner *source, uint32_t *err);
@@ -565,8 +572,9 @@ TARNBASE_API kel_boolean *st_shape_filled_get(kel_handle *handle, uint32_t tx_id
 
 /*
  * Copies the value that `source` gives into `filled`.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
+ * object without a state block: the field has the new value, but no state flag or mark tells of it;
+ * 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_filled_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                       const kel_boolean *source, uint32_t *err);
@@ -580,8 +588,9 @@ TARNBASE_API uint32_t st_shape_filled_get_value(kel_handle *handle, uint32_t tx_
 
 /*
  * Sets `filled` to a plain value.
- * Errors: 22 a tracking handle and an object without a state block; 43 the field is beyond the
- * object's variant.
+ * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
+ * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
+ * variant.
  */
 TARNBASE_API void st_shape_filled_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                             uint32_t value, uint32_t *err);
