@@ -4,9 +4,13 @@
 # frames/<document>_<language>_<number>.<extension>, which includes it.
 set(programs)
 
+add_library(failing_allocation OBJECT failing_allocation.cpp)
+target_link_libraries(failing_allocation
+  PUBLIC tarnbase::tarnbase tarnbase::runtime ${CMAKE_DL_LIBS})
+
 function(tarnbase_failing_program name source)
-  add_executable(${name} ${source} failing_allocation.cpp)
-  target_link_libraries(${name} PRIVATE tarnbase::tarnbase tarnbase::runtime ${CMAKE_DL_LIBS})
+  add_executable(${name} ${source})
+  target_link_libraries(${name} PRIVATE failing_allocation)
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
   set_target_properties(${name} PROPERTIES COMPILE_WARNING_AS_ERROR ON)
   list(APPEND programs ${name})

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 #include "process.h"
@@ -99,7 +100,9 @@ TEST_F(WithoutMemory, TheProgramsOfTheDocumentsTellItAndCommitNoHalfRecord) {
     for (std::string name; names >> name; ++programs) {
         std::filesystem::remove("first.store");
         try_with_store({program(name)}, "first.store");
-        EXPECT_EQ(left_in("first.store").servers, "ldap1.example.net 7\n") << name;
+        EXPECT_TRUE(std::regex_match(left_in("first.store").servers,
+                                     std::regex("ldap[0-9]\\.example\\.net 7\n")))
+            << name << ": " << left_in("first.store").servers;
     }
     std::filesystem::current_path(started_in);
     EXPECT_GE(programs, 6U);
