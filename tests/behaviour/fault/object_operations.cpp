@@ -28,6 +28,10 @@ void with_correlated_pair(World &w) {
     with_two(w);
     kellib_update_ra_all(w.handle, w.tx, w.source, 71, 1);
 }
+void with_correlated_destination(World &w) {
+    with_two(w);
+    kellib_update_ra_all(w.handle, w.tx, w.object, 71, 1);
+}
 void with_wire_form(World &w) {
     with_correlated_pair(w);
     w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, room, &w.err);
@@ -152,6 +156,8 @@ const std::vector<Operation> structures = {
     {"type_type_backpropagate", On::structures, with_object, backpropagate},
     {"adjust_variant", On::structures, with_object, adjust},
     {"set", On::structures, with_two, set, copies_state},
+    {"set of an object with trace correlation", On::structures, with_correlated_destination, set,
+     copies_state},
     {"post_copyout_cleanup", On::structures, with_two,
      [](World &w) { w.k().post_copyout_cleanup(w.handle, w.tx, w.object, w.source, &w.err); },
      stepwise},
