@@ -189,6 +189,27 @@ TEST_F(Query, GroupsRecordsWithFiguresOfEach) {
     EXPECT_EQ(found.groups->lines[1][0].text, "4");
 }
 
+TEST_F(Query, WritesSumsBeyondTheExactNumbersOfJsonAsStrings) {
+    const Table &table = table_named("aaa_command_handler");
+    uint32_t err = 0;
+    kel_handle *handle = store_.handle();
+    kel_table *block = table.open(handle, KEL_TX_NONE, "some", 0, &err);
+    for (const uint64_t key : {1, 2}) {
+        kel_record *record = table.create_record(handle, KEL_TX_NONE, 1, &err);
+        void *object = table.type->create(handle, KEL_TX_NONE);
+        Value(handle, KEL_TX_NONE, object, parse_path(*table.type, "singleton_id")).set_number(key);
+        Value(handle, KEL_TX_NONE, object, parse_path(*table.type, "cmd_pod"))
+            .set_number(UINT64_MAX);
+        table.set_object(handle, KEL_TX_NONE, record, object);
+        table.insert(handle, KEL_TX_NONE, block, record, &err);
+    }
+    ASSERT_EQ(err, 0U);
+    SelectionOptions options;
+    options.grouping.aggregates = {"sum(cmd_pod)"};
+    EXPECT_EQ(select(store_, {&table, block}, options).groups->json_of_line(0),
+              "{\"sum(cmd_pod)\":\"36893488147419103230\"}");
+}
+
 TEST_F(Query, OfNothingHasOneGroupIfAllAreOne) {
     SelectionOptions options;
     options.conditions = {"sname=nothing"};
