@@ -107,7 +107,7 @@ TEST_F(WholeCopies, ACopyOfAnUntrackedObjectInATrackingHandleIsError22BeforeItsT
     EXPECT_EQ(spies.count("kel_vstring_set"), 0U);
 }
 
-// A block with an object at its start and guard bytes behind its plain size.
+// A block with an object at its start and guard bytes after its plain size.
 class Guarded {
  public:
     Guarded(kel_handle *handle, u32 tx) {
