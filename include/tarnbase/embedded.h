@@ -61,6 +61,14 @@ TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options
  * Errors: EINVAL not a store file, damaged or cut short, or of another format version or
  * byte order: kel_error_text says which, and how to move the data; EADDRINUSE the
  * address range is taken in this process; and open(2)'s.
+ *
+ * A process may have several stores open, but tables by id in one of them only: the library
+ * finds a table type's root of tables by id once a process and never again. In another
+ * store, `<table>_table_open_by_id` then ends with error 12, which kel_error_text explains,
+ * and `<table>_table_open_auto_id` makes a block that can't be found again, which is traced.
+ * Once the first store is closed, opening by automatic id, or freeing a table that was
+ * opened by id, in another store reads memory that is gone; after the same file was opened
+ * again the root is where it was, and everything works. Tables by name know no such limit.
  */
 TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
 /* As kel_store_open, or kel_store_create if the file isn't there. */

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/store.h"
 
+#include "runtime/store/table_list.h"
 #include "tarnbase/runtime.h"
 
 using tarn::runtime::StoreHeader;
@@ -63,6 +64,8 @@ bool kel_store::allocation_is_to_fail() {
 
 void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     if (allocation_is_to_fail()) return nullptr;
+    const bool may_be_a_table = tx_id == KEL_TX_NONE && size == sizeof(kel_table);
+    if (may_be_a_table && tarn::runtime::takes_refusal_of_table_block()) return nullptr;
     TransactionSlot *slot = transaction(tx_id);
     if (slot == nullptr) return allocator.allocate(size);
     // Without a log entry a rollback would lose the block.

@@ -160,6 +160,7 @@ kel_table *tbi_rb_tree_LM_RB_FIND(void *arena, uint32_t tx_id, kel_table_id_tree
                                   const kel_table *block, void *scratch) {
     Call &call = spies.note("tbi_rb_tree_LM_RB_FIND");
     call.tx_id = tx_id;
+    call.subject = tree_head;
     call.arguments = {block->table_id};
     static auto *const real = RUNTIME(tbi_rb_tree_LM_RB_FIND);
     return real(arena, tx_id, tree_head, block, scratch);

@@ -327,7 +327,7 @@ class TableIdTree : public SmallStoreTest {
     }
 
     kel_table_id_tree *head =
-        static_cast<kel_table_id_tree *>(store.allocate(sizeof(kel_table_id_tree)));
+        &static_cast<kel_table_id_root *>(store.allocate(sizeof(kel_table_id_root)))->tree_head;
 };
 
 TEST_F(TableIdTree, finds_the_blocks_that_are_in_it) {
