@@ -73,7 +73,7 @@ TEST_F(Batch, OfAFileIsTheSameWithEachCommand) {
 
 TEST_F(Batch, SeesWhatItsEarlierOrdersDid) {
     const Outcome outcome = on_store({"set", "-"},
-                                     "insert ldap_conn:fresh sname=x\n"
+                                     "insert --create ldap_conn:fresh sname=x\n"
                                      "set ldap_conn:fresh x num_conns=2\n"
                                      "delete ldap_conn:fresh x\n"
                                      "insert ldap_conn:fresh sname=x num_conns=3\n");
@@ -81,11 +81,28 @@ TEST_F(Batch, SeesWhatItsEarlierOrdersDid) {
     EXPECT_EQ(connections(store, "x", 1, 0, "fresh"), 3U);
 }
 
+TEST_F(Batch, TakesWhatHoldsForAllItsLinesFromTheCommandLine) {
+    const std::string inserts =
+        "insert ldap_conn:fresh sname=x num_conns=3\n"
+        "insert ldap_conn:fresh sname=x num_conns=4\n";
+    EXPECT_EQ(on_store({"insert", "-"}, inserts).exit_code, 1);
+    EXPECT_EQ(on_store({"insert", "-", "--create"}, inserts).exit_code, 3);
+    const Outcome outcome = on_store({"insert", "-", "--create", "--or-update"}, inserts);
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(connections(store, "x", 1, 0, "fresh"), 4U);
+
+    const std::string sets =
+        "set ldap_conn:ldap gone.example num_conns=1\n"
+        "set ldap_stats gone.example search_success=1\n";
+    EXPECT_EQ(on_store({"set", "-"}, sets).exit_code, 1);
+    EXPECT_EQ(on_store({"set", "-", "--if-exists"}, sets).exit_code, 0);
+}
+
 TEST_F(Batch, ThatFailsInTheStoreIsTakenBackAndNamesItsLine) {
     const Outcome there = refused(
         "set ldap_conn a.example num_conns=4\n"
         "delete ldap_conn b.example\n"
-        "insert ldap_conn:fresh sname=x\n"
+        "insert ldap_conn:fresh sname=x --create\n"
         "\n"
         "insert ldap_conn sname=ldap1.example.net\n"
         "insert ldap_conn sname=new.example\n");

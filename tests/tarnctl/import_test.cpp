@@ -63,7 +63,7 @@ TEST_F(Import, OfAnExportInEachFormMakesTheSameStore) {
 TEST_F(Import, TakesChosenTablesAlone) {
     const Outcome document = on_store({"export"});
     Outcome outcome =
-        import(document.out, {"--table", "tbl_dot1xAuthConfigEntry_op:ports", "-t", "aaa_servers"});
+        import(document.out, {"--table", "tbl_dot1xAuthConfigEntry_op:ports", "-T", "aaa_servers"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "3 records imported into 2 tables, 2 of them new\n");
     outcome = import(document.out, {"--table", "tbl_ldap_conn:other"});
@@ -119,7 +119,8 @@ TEST_F(Import, OfARecordThatIsThereFailsOrReplacesOrKeepsIt) {
 
 TEST_F(Import, RefusesATableOfAnotherKindUnderAPath) {
     ASSERT_EQ(
-        tarnctl({"insert", "--store", copy, "aaa_servers:net/shared", "sname=radius3"}).exit_code,
+        tarnctl({"insert", "--create", "--store", copy, "aaa_servers:net/shared", "sname=radius3"})
+            .exit_code,
         0);
     const std::string before = exported(copy);
     std::string document = xml(connection("a", "1"));

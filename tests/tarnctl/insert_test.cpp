@@ -56,8 +56,10 @@ TEST_F(Insert, TakesAllFieldsOfAKeyStructure) {
 }
 
 TEST_F(Insert, RefusesATableOfAnotherKindUnderAPath) {
-    ASSERT_EQ(on_store({"insert", "aaa_servers:net/shared", "sname=radius3"}).exit_code, 0);
-    const Outcome outcome = on_store({"insert", "ldap_conn:net/shared", "sname=new.example"});
+    ASSERT_EQ(on_store({"insert", "--create", "aaa_servers:net/shared", "sname=radius3"}).exit_code,
+              0);
+    const Outcome outcome =
+        on_store({"insert", "--create", "ldap_conn:net/shared", "sname=new.example"});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_TRUE(holds(outcome.err, store + " holds a tbl_aaa_servers under the name `net/shared`; "
                                            "expected a tbl_ldap_conn"))
@@ -72,13 +74,37 @@ TEST_F(Insert, NamesTheKeyFieldThatIsMissing) {
         << outcome.err;
 }
 
-TEST_F(Insert, MakesATableThatTheStoreDoesNotHold) {
+TEST_F(Insert, MakesATableOnlyIfToldTo) {
+    const Outcome refused = on_store({"insert", "ldap_conn:other", "sname=x", "num_conns=1"});
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_EQ(refused.err, "tarnctl: " + store +
+                               " holds no table `tbl_ldap_conn:other`; it holds "
+                               "`tbl_ldap_conn:ldap`; --create makes it\n");
+
     const Outcome outcome =
-        on_store({"insert", "ldap_conn:other", "sname=a=b [c,d]", "num_conns=1"});
+        on_store({"insert", "--create", "ldap_conn:other", "sname=a=b [c,d]", "num_conns=1"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.err,
               "tarnctl: the store holds no table `tbl_ldap_conn:other`; it was made\n");
     EXPECT_EQ(connections(store, "a=b [c,d]", 1, 0, "other"), 1U);
+}
+
+TEST_F(Insert, UpdatesTheRecordThatIsThereIfToldTo) {
+    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=a.example", "num_conns=9"}).exit_code, 3);
+    for (const char *word : {"num_conns=9", "num_conns+=1"}) {
+        const Outcome outcome =
+            on_store({"insert", "ldap_conn", "sname=a.example", word, "--or-update", "--json"});
+        ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+        EXPECT_EQ(nlohmann::json::parse(outcome.out)["changed"], 1);
+    }
+    EXPECT_EQ(connections(store, "a.example"), 10U);
+    EXPECT_EQ(connection_records(store), 5U);
+
+    const Outcome added =
+        on_store({"insert", "ldap_conn", "sname=new.example", "num_conns+=2", "--or-update"});
+    EXPECT_EQ(added.exit_code, 0) << added.err;
+    EXPECT_EQ(connections(store, "new.example"), 2U);
+    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=newer", "num_conns+=2"}).exit_code, 2);
 }
 
 TEST_F(Insert, TakesBytesInHexadecimal) {
@@ -148,7 +174,7 @@ TEST_F(Insert, RefusesValuesThatAreNone) {
 TEST_F(Insert, OnTrialLeavesTheStoreByteForByte) {
     const std::string before = example_test::read_file(store);
     const Outcome outcome =
-        on_store({"insert", "ldap_conn:new_table", "sname=x", "num_conns=3", "--dry-run"});
+        on_store({"insert", "ldap_conn:new_table", "sname=x", "num_conns=3", "--create", "-n"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out,
               "+ tbl_ldap_conn:new_table x\n    num_conns: 3\n"

@@ -158,6 +158,49 @@ TEST_F(Set, TellsThatARecordIsTooOldForAField) {
         << outcome.err;
 }
 
+TEST_F(Set, OfARecordThatIsNotThereIsNoErrorIfToldSo) {
+    for (const std::vector<std::string> &chosen :
+         std::vector<std::vector<std::string>>{{"ldap_conn", "gone.example"},
+                                               {"ldap_conn", "--where", "num_conns=99"},
+                                               {"ldap_conn:other", "a.example"}}) {
+        std::vector<std::string> arguments{"set", "num_conns=3"};
+        arguments.insert(arguments.begin() + 1, chosen.begin(), chosen.end());
+        EXPECT_EQ(on_store(arguments).exit_code, 1);
+        arguments.push_back("--if-exists");
+        const Outcome outcome = on_store(arguments);
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+    }
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "num_conns=3", "--if-exists"}).exit_code,
+              0);
+    EXPECT_EQ(connections(store, "a.example"), 3U);
+}
+
+TEST_F(Set, AddsToIntegersAndSubtractsFromThem) {
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "num_conns+=5"}).exit_code, 0);
+    EXPECT_EQ(connections(store, "a.example"), 6U);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "num_conns-=2"}).exit_code, 0);
+    EXPECT_EQ(connections(store, "a.example"), 4U);
+    EXPECT_EQ(on_store({"set", "aaa_servers", "radius1", "minute[5]+=250"}).exit_code, 0);
+    EXPECT_EQ(server_values(store).minute5, 255);
+}
+
+TEST_F(Set, RefusesASumThatTheFieldCannotHold) {
+    const Outcome above = on_store({"set", "ldap_conn", "a.example", "num_conns+=4294967295"});
+    EXPECT_EQ(above.exit_code, 3);
+    EXPECT_EQ(above.err,
+              "tarnctl: num_conns: 1 + 4294967295 is above 4294967295, the largest value\n");
+    const Outcome below = on_store({"set", "ldap_conn", "a.example", "num_conns-=2"});
+    EXPECT_EQ(below.exit_code, 3);
+    EXPECT_EQ(below.err, "tarnctl: num_conns: 1 - 2 is below 0, the smallest value\n");
+    EXPECT_EQ(on_store({"set", "aaa_servers", "radius1", "minute[5]+=251"}).exit_code, 3);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "num_conns+=x"}).exit_code, 3);
+    EXPECT_EQ(on_store({"set", "aaa_servers", "radius1", "status+=1"}).exit_code, 2);
+    EXPECT_EQ(on_store({"set", "aaa_servers", "radius1", "minute+=1"}).exit_code, 2);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "sname+=1", "num_conns=1"}).exit_code, 2);
+    EXPECT_EQ(connections(store, "a.example"), 1U);
+}
+
 TEST_F(Set, OnTrialLeavesTheStoreByteForByte) {
     const std::string before = example_test::read_file(store);
     const Outcome outcome = on_store({"set", "ldap_conn", "a.example", "num_conns=9", "-n"});

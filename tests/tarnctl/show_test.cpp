@@ -202,14 +202,15 @@ TEST_F(Show, PrintsCsvWithTitlesAndWholeArrays) {
 }
 
 TEST_F(Show, QuotesCsvCellsThatNeedIt) {
-    const Outcome inserted = on_store({"insert", "ldap_conn:quoted", "sname=a \"b\", c\nd"});
+    const Outcome inserted =
+        on_store({"insert", "--create", "ldap_conn:quoted", "sname=a \"b\", c\nd"});
     ASSERT_EQ(inserted.exit_code, 0) << inserted.err;
     EXPECT_EQ(shown({"ldap_conn:quoted", "--format", "csv", "--columns", "sname"}),
               "sname\r\n\"a \"\"b\"\", c\nd\"\r\n");
 }
 
 TEST_F(Show, EscapesControlCharactersInATable) {
-    const Outcome inserted = on_store({"insert", "ldap_conn:odd", "sname=a\nb\x1b[2J"});
+    const Outcome inserted = on_store({"insert", "--create", "ldap_conn:odd", "sname=a\nb\x1b[2J"});
     ASSERT_EQ(inserted.exit_code, 0) << inserted.err;
     EXPECT_EQ(shown({"ldap_conn:odd", "--columns", "sname"}), "sname\na\\x0ab\\x1b[2J\n");
 }

@@ -90,14 +90,16 @@ TEST_F(OnTerminal, TheEnvironmentsColumnsAreItsWidth) {
 }
 
 TEST_F(OnTerminal, LettersBeyondAsciiAreShownWhereTheLocaleHasThem) {
-    ASSERT_EQ(on_store({"insert", "ldap_conn:letters", "sname=caf\u00e9"}).exit_code, 0);
+    ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:letters", "sname=caf\u00e9"}).exit_code,
+              0);
     const std::vector<std::string> show = {"show", "ldap_conn:letters", "-c", "sname"};
     EXPECT_TRUE(holds(plain(show).written, "caf\u00e9\n"));
     EXPECT_TRUE(holds(plain(show, {80, "C", {}}).written, "caf\\u{e9}\n"));
 }
 
 TEST_F(OnTerminal, DataControlsNothingInAnyForm) {
-    ASSERT_EQ(on_store({"insert", "ldap_conn:odd", "sname=a\x1b]0;b\x07"}).exit_code, 0);
+    ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:odd", "sname=a\x1b]0;b\x07"}).exit_code,
+              0);
     for (const char *form : {"table", "list", "text", "json", "csv"}) {
         const TerminalOutcome outcome = plain({"show", "ldap_conn:odd", "--format", form});
         EXPECT_EQ(outcome.exit_code, 0) << form;
@@ -143,7 +145,7 @@ TEST_F(OnTerminal, ErrorsComeBehindWhatThePagerShowed) {
 
 TEST_F(OnTerminal, LeavingThePagerEarlyIsNoError) {
     for (int i = 0; i < 3; ++i)
-        ASSERT_EQ(on_store({"insert", "ldap_conn:many",
+        ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:many",
                             "sname=" + std::to_string(i) + std::string(100000, 'x')})
                       .exit_code,
                   0);
@@ -160,7 +162,9 @@ TEST_F(OnTerminal, APagerThatCannotBeRunIsNamed) {
 }
 
 TEST_F(OnTerminal, HiddenShadowsAreCounted) {
-    ASSERT_EQ(on_store({"insert", "ldap_conn:shade", "sname=a", "--source", "255"}).exit_code, 0);
+    ASSERT_EQ(
+        on_store({"insert", "--create", "ldap_conn:shade", "sname=a", "--source", "255"}).exit_code,
+        0);
     EXPECT_TRUE(holds(plain({"show", "ldap_conn:shade"}).written,
                       "0 records; 1 shadow hidden: --shadows\n"));
     EXPECT_TRUE(holds(plain({"show", "ldap_conn:shade", "--shadows"}).written, "\n1 record\n"));

@@ -163,7 +163,7 @@ TEST_F(Watch, WaitsForAStoreThatDoesNotRest) {
 
 TEST_F(Watch, SeesATableThatIsMadeLater) {
     const auto process = watch({"--all", "--no-time", "--count", "1"});
-    change({"insert", "ldap_conn:fresh", "sname=x"});
+    change({"insert", "--create", "ldap_conn:fresh", "sname=x"});
     EXPECT_EQ(process->finish().out, "+ tbl_ldap_conn:fresh x\n");
 }
 

@@ -85,6 +85,8 @@ struct Field {
     FieldFunctions call;
 
     bool is_number() const { return kind <= Kind::int64; }
+    // Whether its values, or those of its elements, are integers.
+    bool is_integer() const { return is_number() || kind == Kind::array; }
     bool is_signed() const { return kind == Kind::int32 || kind == Kind::int64; }
 };
 

@@ -32,16 +32,17 @@ void declare_minutes(cli::Command &program, Exit &status);
 void declare_set(cli::Command &program, Exit &status);
 void declare_show(cli::Command &program, Exit &status);
 void declare_store(cli::Command &program, Exit &status);
+void declare_table(cli::Command &program, Exit &status);
 void declare_tables(cli::Command &program, Exit &status);
 void declare_variants(cli::Command &program, Exit &status);
 void declare_watch(cli::Command &program, Exit &status);
 
 // The declarations in the order of the help.
 inline constexpr Declaration commands[] = {
-    declare_store,    declare_tables,   declare_describe,   declare_show,   declare_get,
-    declare_find,     declare_insert,   declare_set,        declare_delete, declare_export,
-    declare_import,   declare_diff,     declare_watch,      declare_decode, declare_minutes,
-    declare_variants, declare_manifest, declare_completion,
+    declare_store,   declare_tables,   declare_table,    declare_describe,   declare_show,
+    declare_get,     declare_find,     declare_insert,   declare_set,        declare_delete,
+    declare_export,  declare_import,   declare_diff,     declare_watch,      declare_decode,
+    declare_minutes, declare_variants, declare_manifest, declare_completion,
 };
 
 // Options that several commands have, with one wording.

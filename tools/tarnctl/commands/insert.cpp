@@ -11,12 +11,18 @@ constexpr const char *footer = R"(
 All fields of the key must be given. An enumeration takes an enumerator or its
 number, an array all of its elements with blanks between them, or one as
 minute[5]=7; a field of a structure is written as aaa_authen.requests=3, and a
-string of any bytes as FIELD:hex=00ff. A table that the store doesn't hold is
-made, under its name without tbl_ or under the one given as TABLE:NAME.
+string of any bytes as FIELD:hex=00ff.
+
+With --create a table that the store doesn't hold is made, under the name given
+as TABLE:NAME or else under the usual one, as for `tarnctl table create`.
+
+With --or-update a record that is there gets the fields that are given and keeps
+the others, and FIELD+=NUMBER adds to what it has; a new record starts at 0.
 
 A batch has one order a line, as `insert TABLE FIELD=VALUE...`, `set TABLE
 KEY... FIELD=VALUE...` or `delete TABLE KEY...`, with their options --source,
---tenant, --where and --all. Words are quoted as in a shell, and # begins a
+--tenant, --where, --all, --create, --or-update and --if-exists; the last three
+hold for all lines if the command line has them. Words are quoted as in a shell, and # begins a
 comment. If one order can't be carried out, none is, and the line is named.
 
 --json prints {"dry_run", "inserted", "changed", "deleted", "tables",
@@ -28,7 +34,7 @@ A key that the table has already is an error of exit status 3.
 
 Examples:
   tarnctl insert ldap_conn sname=ldap9.example.net num_conns=3 --store net.store
-  tarnctl insert ldap_conn sname=ldap8 --source 5 --store net.store
+  tarnctl insert ldap_conn sname=ldap8 num_conns+=1 --or-update -s net.store
   tarnctl insert - --store net.store < orders.txt)";
 
 }  // namespace

@@ -14,12 +14,16 @@ name, as sname=a=b. Values are written as for insert, and so are batches. A
 record keeps its key as long as it lives: delete it and insert another to
 change that.
 
+FIELD+=NUMBER adds to an integer, FIELD-=NUMBER subtracts from it; a sum that
+the field can't hold is an error, and the field keeps its value.
+
 --json prints what insert --json prints.
 
 A field that the record's object is too old for is an error of exit status 3.
 
 Examples:
   tarnctl set ldap_conn ldap1.example.net num_conns=8 --store net.store
+  tarnctl set ldap_conn ldap1.example.net num_conns+=1 --store net.store
   tarnctl set ldap_conn --where num_conns=2 num_conns=3 -v --store net.store
   tarnctl set aaa_servers radius1 status=ALIVE 'minute[5]=7' --store net.store)";
 

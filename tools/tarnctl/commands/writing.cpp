@@ -68,7 +68,14 @@ class LineParser {
     OrderReader orders_;
 };
 
-std::vector<Order> orders_of_batch(const std::string &path) {
+// What the command line says besides of inserts and sets holds for all lines.
+void add_common(const OrderWords &words, Order &order) {
+    order.create = order.create || words.create;
+    order.or_update = order.or_update || words.or_update;
+    order.if_exists = order.if_exists || (words.if_exists && order.verb == Verb::set);
+}
+
+std::vector<Order> orders_of_batch(const std::string &path, const OrderWords &common) {
     LineParser parser;
     std::vector<Order> orders;
     for (const BatchLine &line : read_batch(path)) {
@@ -78,6 +85,7 @@ std::vector<Order> orders_of_batch(const std::string &path) {
             throw Failure(Exit::data, fmt::format("{}: {}", line.place, failure.what()));
         }
         orders.back().place = line.place;
+        add_common(common, orders.back());
     }
     return orders;
 }
@@ -91,10 +99,10 @@ std::vector<Order> orders_of(Verb verb, const Options &options) {
             throw Failure(Exit::usage,
                           "--batch takes all that is to be done from its file; give "
                           "no table and no records besides");
-        return orders_of_batch(options.batch);
+        return orders_of_batch(options.batch, options.words);
     }
     if (options.words.table == standard_input && options.words.words.empty())
-        return orders_of_batch(standard_input);
+        return orders_of_batch(standard_input, options.words);
     if (options.words.table.empty())
         throw Failure(Exit::usage, "TABLE is missing; give a table, or - or --batch for a batch");
     std::vector<Order> orders;
@@ -180,6 +188,13 @@ void add_order_options(cli::Command &command, Verb verb, OrderWords &words) {
     command.argument("TABLE", cli::into(words.table), "Table; - reads a batch from standard input");
     add_words(command, verb, words);
     const bool choose = verb != Verb::insert;
+    if (verb == Verb::insert) {
+        command.flag("--create", words.create, "Make the table if the store doesn't hold it");
+        command.flag("--or-update", words.or_update,
+                     "Set the fields of the record if there is one of this key");
+    }
+    if (verb == Verb::set)
+        command.flag("--if-exists", words.if_exists, "Do nothing where there is no such record");
     if (choose) {
         command.option("-w,--where", "CONDITION", cli::into(words.where),
                        "Instead of a key: all records that fulfil the condition, as FIELD=VALUE or "

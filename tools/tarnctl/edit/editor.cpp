@@ -53,7 +53,14 @@ void assign(const Record &record, uint32_t tx_id, const Assignment &assignment) 
                                                "field"
                                              : "has no data object"));
     }
-    value.set_text(assignment.text);
+    switch (assignment.operation) {
+        case Operation::replace:
+            return value.set_text(assignment.text);
+        case Operation::add:
+            return value.add(std::stoull(assignment.text));
+        case Operation::subtract:
+            return value.subtract(std::stoull(assignment.text));
+    }
 }
 
 // Tells the tables that orders mean.
@@ -80,9 +87,9 @@ std::vector<Record> Editor::chosen(const Work &work) {
     std::vector<Record> records;
     if (!work.order.many) {
         const Record found = by_key(work);
-        if (found.record == nullptr)
+        if (found.record != nullptr) records.push_back(found);
+        else if (!work.order.if_exists)
             throw Failure(Exit::difference, about_record(work.order, work.instance, "no"));
-        records.push_back(found);
         return records;
     }
     const Filter filter(*work.instance.table, work.order.where);
@@ -90,7 +97,7 @@ std::vector<Record> Editor::chosen(const Work &work) {
         if (is_chosen(work.order, filter, record)) records.push_back(record);
         return true;
     });
-    if (records.empty() && !work.order.where.empty())
+    if (records.empty() && !work.order.where.empty() && !work.order.if_exists)
         throw Failure(Exit::difference, fmt::format("{}: no record fulfils the conditions",
                                                     work.instance.full_name()));
     return records;
@@ -125,7 +132,9 @@ void Editor::attach_replication(const Instance &instance) {
 }
 
 void Editor::insert(const Work &work) {
-    if (by_key(work).record != nullptr)
+    const Record found = by_key(work);
+    if (found.record != nullptr && work.order.or_update) return set(work, found);
+    if (found.record != nullptr)
         throw Failure(Exit::data, about_record(work.order, work.instance, "there is already a"));
     attach_replication(work.instance);
     const TenantScope tenant(work.order.tenant_or_default());
@@ -169,6 +178,7 @@ void Editor::erase(const Work &work, const Record &record) {
 }
 
 void Editor::perform(uint32_t tx_id, const Order &order) {
+    if (order.if_exists && !is_known(order)) return;
     const Work work{tx_id, order, instance_of(order)};
     if (order.verb == Verb::insert) {
         insert(work);
@@ -187,15 +197,29 @@ const Instance &Editor::instance_of(const Order &order) {
     return instances_.emplace(text, find_instance(store_, order.table)).first->second;
 }
 
+bool Editor::is_known(const Order &order) const {
+    return instances_.count(text_of(order.table)) != 0;
+}
+
 bool Editor::is_held(const Order &order) const {
     const std::vector<Instance> held = instances(store_);
     return std::any_of(held.begin(), held.end(),
                        [&](const Instance &each) { return order.table.means(each); });
 }
 
+// Failure if the store doesn't hold the table.
+void Editor::check_table(const Order &order) const {
+    try {
+        find_instance(store_, order.table);
+    } catch (const Failure &failure) {
+        throw Failure(failure.code(), fmt::format("{}; --create makes it", failure.what()));
+    }
+}
+
 void Editor::make_table(const Order &order, std::vector<Instance> &made) {
     const std::string text = text_of(order.table);
     if (instances_.count(text) != 0) return;
+    if (!order.create) check_table(order);
     const Instance instance = find_or_make_instance(store_, order.table);
     instances_.emplace(text, instance);
     made.push_back(instance);

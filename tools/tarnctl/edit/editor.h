@@ -64,6 +64,8 @@ class Editor {
     template <class Function>
     void for_each_order(const std::vector<Order> &orders, Function function);
     bool is_held(const Order &order) const;
+    bool is_known(const Order &order) const;
+    void check_table(const Order &order) const;
     const Instance &instance_of(const Order &order);
     void make_table(const Order &order, std::vector<Instance> &made);
     void attach_replication(const Instance &instance);

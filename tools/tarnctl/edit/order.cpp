@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <utility>
 
 #include "base/failure.h"
@@ -24,12 +25,22 @@ bool is_path(std::string_view text) {
     });
 }
 
-// The field's path in front of `=`, without ":hex".
-std::string_view path_of(std::string_view word, bool &hex) {
-    std::string_view path = word.substr(0, word.find('='));
-    hex = path.ends_with(hex_suffix);
-    if (hex) path.remove_suffix(hex_suffix.size());
-    return path;
+// What is written in front of the value: "FIELD=", "FIELD:hex=", "FIELD+=" or "FIELD-=".
+struct Left {
+    std::string_view path;
+    bool hex = false;
+    Operation operation = Operation::replace;
+};
+
+Left left_of(std::string_view word) {
+    Left left{word.substr(0, word.find('='))};
+    std::string_view &path = left.path;
+    left.hex = path.ends_with(hex_suffix);
+    if (left.hex) path.remove_suffix(hex_suffix.size());
+    else if (path.ends_with('+')) left.operation = Operation::add;
+    else if (path.ends_with('-')) left.operation = Operation::subtract;
+    if (left.operation != Operation::replace) path.remove_suffix(1);
+    return left;
 }
 
 Failure usage(const std::string &text) { return Failure(Exit::usage, text); }
@@ -75,11 +86,38 @@ std::string key_value_hint(const Order &order, const std::string &word, std::siz
         columns[values].name(), word);
 }
 
+// What is added to a field or subtracted from it.
+void check_amount(const Column &column, const std::string &text) {
+    const Field &field = column.path.leaf();
+    if (column.is_key)
+        throw usage(
+            fmt::format("`{}` is part of the key; += and -= change other fields", column.name()));
+    if (!field.is_integer() || column.path.whole_array)
+        throw usage(fmt::format("`{}` is no integer; += and -= change integers", column.name()));
+    uint64_t amount = 0;
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, amount);
+    if (error != std::errc() || stop != end)
+        throw Failure(Exit::data,
+                      fmt::format("{}: expected a whole number to add or to subtract, not `{}`",
+                                  column.name(), text));
+}
+
+void check_operations(const Order &order) {
+    if (order.verb != Verb::insert || order.or_update) return;
+    for (const Assignment &each : order.fields) {
+        if (each.operation == Operation::replace) continue;
+        throw usage(
+            fmt::format("`{}`: += and -= change what a record has; a new one takes `=`, "
+                        "unless it is inserted with --or-update",
+                        each.column.name()));
+    }
+}
+
 }  // namespace
 
 bool is_assignment(std::string_view word) {
-    bool hex = false;
-    return word.find('=') != std::string_view::npos && is_path(path_of(word, hex));
+    return word.find('=') != std::string_view::npos && is_path(left_of(word).path);
 }
 
 std::string OrderReader::checked_text(const Column &column, const Structure &structure,
@@ -95,17 +133,20 @@ std::string OrderReader::checked_text(const Column &column, const Structure &str
 Assignment OrderReader::assignment(const Table &table, std::string_view word) {
     if (!is_assignment(word))
         throw usage(fmt::format("{}: expected FIELD=VALUE, not `{}`", table.name, word));
-    bool hex = false;
-    const std::string_view path = path_of(word, hex);
-    Column column = column_named(table, path);
+    const Left left = left_of(word);
+    Column column = column_named(table, left.path);
     std::string text(word.substr(word.find('=') + 1));
-    if (hex) {
+    if (left.operation != Operation::replace) {
+        check_amount(column, text);
+        return {std::move(column), std::move(text), left.operation};
+    }
+    if (left.hex) {
         if (column.path.leaf().kind != Kind::vstring)
             throw usage(
                 fmt::format("`{}`: the field is no string; only a string can be given as "
                             "bytes",
                             word.substr(0, word.find('='))));
-        text = bytes_of_hex(text, path);
+        text = bytes_of_hex(text, left.path);
     }
     const Structure &structure = column.in_key_object ? *table.key_type : *table.type;
     text = checked_text(column, structure, text);
@@ -179,13 +220,19 @@ void OrderReader::put_key_together(Order &order, const std::vector<Assignment> &
 
 Order OrderReader::read(Verb verb, const OrderWords &words) {
     if (words.table.empty()) throw usage("TABLE is missing");
-    Order order{verb, parse_table(words.table), {}, {}, false, {}, {}, {}, {}};
+    Order order;
+    order.verb = verb;
+    order.table = parse_table(words.table);
     const Table &table = *order.table.table;
     order.many = words.all || !words.where.empty();
     order.tenant = words.tenant;
     order.source = words.source;
+    order.create = words.create;
+    order.or_update = words.or_update;
+    order.if_exists = words.if_exists;
     check_selection(order, words);
     take_words(order, words.words);
+    check_operations(order);
     if (verb == Verb::set && order.fields.empty())
         throw usage(fmt::format("{}: nothing to set; give FIELD=VALUE", table.name));
     // Made to be checked alone: an order is kept as words.

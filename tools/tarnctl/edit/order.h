@@ -7,6 +7,8 @@
 //   set    TABLE KEY... FIELD=VALUE... the key's values in the order of the key, or FIELD=VALUE
 //   delete TABLE KEY...
 //
+// FIELD+=NUMBER and FIELD-=NUMBER add to an integer and subtract from it.
+//
 // A word is an assignment if it begins with the path of a field and `=`, and a value of the key
 // otherwise. FIELD:hex=00ff gives a string its bytes.
 #ifndef TARNCTL_EDIT_ORDER_H
@@ -27,10 +29,14 @@ namespace tarnctl {
 
 enum class Verb { insert, set, erase };
 
-// A value for a column. The text is as the value itself would write it.
+enum class Operation { replace, add, subtract };
+
+// A value for a column. The text is as the value itself would write it; to add or to subtract it
+// is a number.
 struct Assignment {
     Column column;
     std::string text;
+    Operation operation = Operation::replace;
 };
 
 // The words of an order, as a command line or a line of a batch gives them.
@@ -41,17 +47,23 @@ struct OrderWords {
     bool all = false;
     std::optional<uint16_t> tenant;
     std::optional<uint8_t> source;
+    bool create = false;     // insert: make the table if the store doesn't hold it
+    bool or_update = false;  // insert: set the fields of a record that is there
+    bool if_exists = false;  // set: do nothing where there is no such record
 };
 
 struct Order {
-    Verb verb;
-    TableReference table;
+    Verb verb = Verb::insert;
+    TableReference table{};
     std::vector<Assignment> key;  // all of the key's columns in its order; none if `many`
     std::vector<Assignment> fields;
     bool many = false;               // all records that fulfil `where`
     std::vector<std::string> where;  // conditions, see query/parser.h
     std::optional<uint16_t> tenant;
     std::optional<uint8_t> source;
+    bool create = false;  // see OrderWords
+    bool or_update = false;
+    bool if_exists = false;
     std::string place;  // "FILE:LINE", or empty
 
     // Of the one record that is meant.

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "base/failure.h"
+#include "model/usual_name.h"
 
 namespace tarnctl {
 namespace {
@@ -165,14 +166,20 @@ Instance find_or_make_instance(const Store &store, const TableReference &referen
             fmt::format("{} holds no table `{}`; a table is made under a name, as `{}:NAME`",
                         store.path(), text_of(reference), reference.table->name));
     const Table &table = *reference.table;
-    const std::string name =
-        reference.name ? *reference.name : std::string(table.name.substr(table_prefix.size()));
+    const std::string name = reference.name ? *reference.name : usual_name(table);
     uint32_t err = 0;
     kel_table *block = table.open(store.handle(), KEL_TX_NONE, name.c_str(), 0, &err);
     need(block == nullptr && err == 0 ? ENOENT : err,
          fmt::format("making the table `{}:{}`", table.name, name));
     need_kind(store, table, *block);
     return {&table, block};
+}
+
+void free_instance(const Store &store, const Instance &instance) {
+    const std::string name = instance.full_name();
+    uint32_t err = 0;
+    instance.table->free(store.handle(), KEL_TX_NONE, instance.block, &err);
+    need(err, fmt::format("taking the table `{}` out of the store", name));
 }
 
 }  // namespace tarnctl

@@ -325,6 +325,23 @@ void Value::set_number(uint64_t number, uint32_t index) {
     need(err, name_);
 }
 
+// The differences are those of the numbers, also of negative ones: they wrap at 2^64 alike.
+void Value::add(uint64_t amount) {
+    const uint64_t now = number();
+    if (amount > largest(field_->kind) - now)
+        throw Failure(Exit::data, fmt::format("{}: {} + {} is above {}, the largest value", name_,
+                                              number_text(now), amount, largest(field_->kind)));
+    set_number(now + amount);
+}
+
+void Value::subtract(uint64_t amount) {
+    const uint64_t now = number();
+    if (amount > now - static_cast<uint64_t>(smallest(field_->kind)))
+        throw Failure(Exit::data, fmt::format("{}: {} - {} is below {}, the smallest value", name_,
+                                              number_text(now), amount, smallest(field_->kind)));
+    set_number(now - amount);
+}
+
 void Value::restore_number(uint32_t number) {
     if (enumerator_of(*field_->enumeration, number) != nullptr) {
         set_number(number);

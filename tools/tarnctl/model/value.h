@@ -60,6 +60,9 @@ class Value {
     // Sets the value from text. Failure `data` that names the field and what was expected.
     void set_text(std::string_view text);
     void set_number(uint64_t number, uint32_t index = 0);
+    // Adds to an integer or subtracts from it. Failure `data` where the sum is out of its range.
+    void add(uint64_t amount);
+    void subtract(uint64_t amount);
     void set_bytes(std::string_view bytes);
     // An enumeration takes a number, which may be none of its enumerators': the setters refuse it,
     // but it can have come over the wire.
