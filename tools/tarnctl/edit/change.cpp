@@ -38,8 +38,9 @@ Json json_of_number(const FieldChange &field, const std::string &text) {
     uint64_t number = 0;
     int64_t below_zero = 0;
     const char *end = text.data() + text.size();
-    if (std::from_chars(text.data(), end, number).ptr == end) return number;
-    if (std::from_chars(text.data(), end, below_zero).ptr == end) return below_zero;
+    if (std::from_chars(text.data(), end, number).ptr == end) return json_of_integer(number);
+    if (std::from_chars(text.data(), end, below_zero).ptr == end)
+        return json_of_integer(below_zero);
     return text;  // an enumerator
 }
 

@@ -16,6 +16,9 @@ namespace {
 
 constexpr std::string_view hex_digits = "0123456789abcdef";
 
+// The largest number up to which a double tells each from its neighbours.
+constexpr uint64_t largest_exact = uint64_t{1} << 53U;
+
 std::string hex_of(std::string_view bytes) {
     std::string digits;
     for (const char c : bytes) {
@@ -31,8 +34,8 @@ Json json_of_number(const Field &field, uint64_t number) {
         const Enumerator *found = enumerator_of(*field.enumeration, static_cast<uint32_t>(number));
         if (found != nullptr) return found->name;
     }
-    if (field.is_signed()) return static_cast<int64_t>(number);
-    return number;
+    if (field.is_signed()) return json_of_integer(static_cast<int64_t>(number));
+    return json_of_integer(number);
 }
 
 Path path_of(const Field &field) { return {{&field}, 0, field.kind == Kind::array}; }
@@ -65,11 +68,21 @@ Json json_of_object(kel_handle *handle, void *object, const Structure &structure
     throw Failure(Exit::data, fmt::format("{}: expected {}, not {}", name, what, text));
 }
 
+bool is_decimal(const Json &json) {
+    const std::string &text = json.get_ref<const std::string &>();
+    const std::size_t digits = text.starts_with('-') ? 1 : 0;
+    return text.size() > digits && text.find_first_not_of("0123456789", digits) == text.npos;
+}
+
 // Through the value's own reading of texts, which knows the ranges.
 void set_scalar(Value &value, const Json &json) {
     const Kind kind = value.field().kind;
     if (kind == Kind::boolean && !json.is_boolean()) expected(value.name(), "true or false", json);
     if (kind == Kind::enumeration && json.is_string()) {
+        value.set_text(json.get_ref<const std::string &>());
+        return;
+    }
+    if (value.field().is_integer() && json.is_string() && is_decimal(json)) {
         value.set_text(json.get_ref<const std::string &>());
         return;
     }
@@ -189,6 +202,15 @@ int top_variant(const Structure &structure) {
 Json json_of_bytes(std::string_view bytes) {
     if (is_utf8(bytes)) return bytes;
     return {{"hex", hex_of(bytes)}};
+}
+
+Json json_of_integer(uint64_t number) {
+    return number > largest_exact ? Json(std::to_string(number)) : Json(number);
+}
+
+Json json_of_integer(int64_t number) {
+    const auto largest = static_cast<int64_t>(largest_exact);
+    return number > largest || number < -largest ? Json(std::to_string(number)) : Json(number);
 }
 
 Json json_of(const Value &value) {

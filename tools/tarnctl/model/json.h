@@ -10,12 +10,15 @@
 //            "state", "key_state" on objects with state flags: those that aren't 0, by the paths
 //                                 of their fields: {"num_conns": 2, "minute[5]": 1}
 //   field    a structure is an object, an array an array of numbers, a number a number, a boolean
-//            true or false; an enumeration is its enumerator's name, or a number that is none's;
-//            an address is text, null if it is none; a string is a string, or {"hex": "00ff"} if
-//            it isn't UTF-8. A field that the object's variant doesn't have is left out.
+//            true or false, but a number beyond 2^53 a string of its digits: many readers take
+//            numbers for doubles, which can't tell it from its neighbours; an enumeration is its
+//            enumerator's name, or a number that is none's; an address is text, null if it is none;
+//            a string is a string, or {"hex": "00ff"} if it isn't UTF-8. A field that the object's
+//            variant doesn't have is left out.
 #ifndef TARNCTL_MODEL_JSON_H
 #define TARNCTL_MODEL_JSON_H
 
+#include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
@@ -34,6 +37,9 @@ Json json_of(const Value &value);
 Json json_of(const Record &record);
 // The form of bytes: a string, or {"hex": ...}.
 Json json_of_bytes(std::string_view bytes);
+// The form of numbers.
+Json json_of_integer(uint64_t number);
+Json json_of_integer(int64_t number);
 
 // Sets a value from its JSON form. Failure `data` that names the field and what was expected.
 void set_from_json(Value &value, const Json &json);
