@@ -226,5 +226,24 @@ TEST_F(Decode, WantsAKnownNameAndAFileThatIsThere) {
     EXPECT_TRUE(holds(missing.err, "missing: No such file")) << missing.err;
 }
 
+TEST_F(Decode, RefusesAnEmptyFile) {
+    const std::string empty = directory / "empty";
+    example_test::write_file(empty, "");
+    const Outcome outcome = tarnctl({"decode", empty});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_EQ(outcome.err, "tarnctl: " + empty + ": empty; expected wire bytes\n");
+    EXPECT_EQ(tarnctl({"decode"}, "").err, "tarnctl: standard input: empty; expected wire bytes\n");
+}
+
+TEST_F(Decode, SaysWhatAStoreIs) {
+    const Outcome outcome = tarnctl({"decode", store});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err,
+              "tarnctl: " + store +
+                  ": this is a tarnbase store, not a frame; use tarnctl show --store " + store +
+                  "\n");
+}
+
 }  // namespace
 }  // namespace tarnctl_test

@@ -133,7 +133,7 @@ TEST_F(Diff, LeavesOutTablesAndFieldsWhenAsked) {
     change();
     EXPECT_EQ(tarnctl({"diff", store, other, "--table", "aaa_servers"}).exit_code, 0);
     const Outcome outcome =
-        tarnctl({"diff", store, other, "-t", "ldap_conn", "--ignore", "num_conns"});
+        tarnctl({"diff", store, other, "-T", "ldap_conn", "--ignore", "num_conns"});
     EXPECT_EQ(outcome.exit_code, 1);
     EXPECT_FALSE(has(outcome.out, "~ ")) << outcome.out;
     EXPECT_TRUE(has(outcome.out, "+ tbl_ldap_conn:ldap d.example")) << outcome.out;
@@ -142,7 +142,7 @@ TEST_F(Diff, LeavesOutTablesAndFieldsWhenAsked) {
 TEST_F(Diff, TellsOfTablesThatOneSideHasAlone) {
     const std::string empty = directory / "empty.store";
     ASSERT_EQ(tarnctl({"store", "create", empty}).exit_code, 0);
-    Outcome outcome = tarnctl({"diff", store, empty, "-t", "tbl_dot1xAuthConfigEntry_op"});
+    Outcome outcome = tarnctl({"diff", store, empty, "-T", "tbl_dot1xAuthConfigEntry_op"});
     EXPECT_EQ(outcome.exit_code, 1);
     EXPECT_TRUE(has(outcome.out,
                     "- table tbl_dot1xAuthConfigEntry_op:more_ports\n"

@@ -180,5 +180,37 @@ TEST_F(Export, RefusesAFormatThatIsNone) {
     EXPECT_NE(outcome.err.find("yaml"), std::string::npos) << outcome.err;
 }
 
+TEST_F(Export, RefusesASuffixThatTellsNoForm) {
+    const std::string path = directory / "net.foo";
+    const Outcome outcome = on_store({"export", "-o", path});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_EQ(outcome.err, "tarnctl: --output `" + path +
+                               "`: expected a name that ends in .xml, .json or .frames; --format "
+                               "chooses the form for any other\n");
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(on_store({"export", "-o", path, "--format", "json"}).exit_code, 0);
+    EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ(on_store({"export", "-o", directory / "net"}).exit_code, 0);
+}
+
+// A reader that takes numbers for doubles must not change them.
+TEST_F(Export, WritesNumbersBeyondDoublesAsStringsInJson) {
+    const Outcome made = on_store({"insert", "aaa_command_handler", "singleton_id=1", "--create",
+                                   "cmd_account_logon=9007199254740992",
+                                   "cmd_account_query=18446744073709551615", "--json"});
+    ASSERT_EQ(made.exit_code, 0) << made.err;
+    EXPECT_EQ(json::parse(made.out)["changes"][0]["fields"]["cmd_account_query"]["new"],
+              "18446744073709551615");
+    const std::string document = on_store({"export", "--format", "json"}).out;
+    EXPECT_TRUE(holds(document, R"("cmd_account_logon":9007199254740992,)")) << document;
+    EXPECT_TRUE(holds(document, R"("cmd_account_query":"18446744073709551615",)")) << document;
+
+    const std::string second = directory / "second.store";
+    ASSERT_EQ(tarnctl({"store", "create", second}).exit_code, 0);
+    const Outcome read = tarnctl({"import", "--store", second, "-"}, document);
+    EXPECT_EQ(read.exit_code, 0) << read.err;
+    EXPECT_EQ(tarnctl({"export", "--store", second, "--format", "json"}).out, document);
+}
+
 }  // namespace
 }  // namespace tarnctl_test

@@ -90,5 +90,12 @@ TEST_F(Minutes, ThatCantBeWrittenAreAnErrorThatNamesTheFile) {
     EXPECT_TRUE(holds(outcome.err, "no/such.svg: No such file")) << outcome.err;
 }
 
+TEST_F(Minutes, AreNoPictureWithASuffixThatTellsNone) {
+    const std::string path = directory / "day.foo";
+    const Outcome outcome = on_store({"minutes", "aaa_servers", "radius1", "-o", path});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_TRUE(holds(outcome.err, "expected a name that ends in .svg or .png")) << outcome.err;
+}
+
 }  // namespace
 }  // namespace tarnctl_test

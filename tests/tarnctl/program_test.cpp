@@ -34,5 +34,25 @@ TEST(Program, TellsWhatIsWrongWithArgumentsAndWhereHelpIs) {
     EXPECT_NE(none.err.find("Try `tarnctl --help`."), std::string::npos) << none.err;
 }
 
+TEST(Program, PrintsTheHelpOfACommandThatIsNamed) {
+    const Outcome help = tarnctl({"help", "show"});
+    EXPECT_EQ(help.exit_code, 0);
+    EXPECT_EQ(help.out, tarnctl({"show", "--help"}).out);
+    EXPECT_EQ(tarnctl({"help"}).out, tarnctl({"--help"}).out);
+    EXPECT_EQ(tarnctl({"help", "store", "create"}).out, tarnctl({"store", "create", "--help"}).out);
+    const Outcome none = tarnctl({"help", "shwo"});
+    EXPECT_EQ(none.exit_code, 2);
+    EXPECT_EQ(none.err, "tarnctl: no command `shwo`; did you mean `show`?\n");
+}
+
+TEST_F(WithStore, IsTakenFromBeforeTheCommandToo) {
+    const Outcome outcome =
+        tarnctl({"--store", store, "get", "ldap_conn", "a.example", "--field", "num_conns"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "1\n");
+    EXPECT_EQ(tarnctl({"--store", store, "describe", "ldap_conn"}).err,
+              "tarnctl: `tarnctl describe` takes no --store\nTry `tarnctl describe --help`.\n");
+}
+
 }  // namespace
 }  // namespace tarnctl_test

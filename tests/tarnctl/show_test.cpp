@@ -109,9 +109,9 @@ TEST_F(Show, TakesConditions) {
 TEST_F(Show, CutsOutAPartFromEitherEnd) {
     EXPECT_EQ(shown({"ldap_conn:ldap", "--limit", "2", "--columns", "num_conns"}),
               "num_conns\n        1\n        2\n");
-    EXPECT_EQ(shown({"ldap_conn:ldap", "--offset", "1", "-n", "2", "--columns", "num_conns"}),
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--offset", "1", "-l", "2", "--columns", "num_conns"}),
               "num_conns\n        2\n       20\n");
-    EXPECT_EQ(shown({"ldap_conn:ldap", "--reverse", "-n", "1", "--columns", "num_conns"}),
+    EXPECT_EQ(shown({"ldap_conn:ldap", "--reverse", "-l", "1", "--columns", "num_conns"}),
               "num_conns\n        3\n");
     EXPECT_EQ(shown({"ldap_conn:ldap", "--offset", "99", "--columns", "num_conns"}), "num_conns\n");
 }
@@ -230,7 +230,7 @@ TEST_F(Show, PrintsGroupsAsTableCsvAndJson) {
               "     0       5  b.example              1\n"
               "     9       1  c.example              1\n");
     std::vector<std::string> csv = by;
-    csv.insert(csv.end(), {"--format", "csv", "--sort", "count:desc,tenant:desc", "-n", "2"});
+    csv.insert(csv.end(), {"--format", "csv", "--sort", "count:desc,tenant:desc", "-l", "2"});
     EXPECT_EQ(shown(csv),
               "tenant,source,max(sname),count\r\n0,1,ldap1.example.net,3\r\n9,1,c.example,1\r\n");
     EXPECT_EQ(

@@ -56,6 +56,17 @@ std::string missing_text(const Option &option) {
            (option.variable.empty() ? "" : ", and " + option.variable + " isn't set");
 }
 
+// Words that CLI11 would take for something else than they look like: it leaves out what follows
+// ++, and takes the next word for the value of --name=.
+void check_words(const std::vector<std::string> &words) {
+    for (const std::string &word : words) {
+        if (word == "--") return;
+        if (word == "++") throw UsageError("`++` can't be a word of a command line");
+        if (word.starts_with("--") && word.find('=') == word.size() - 1)
+            throw UsageError(word.substr(0, word.size() - 1) + " needs a value");
+    }
+}
+
 void give(const Given &given) {
     const Option &option = *given.option;
     if (option.is_flag()) return option.target.take("");
@@ -137,6 +148,7 @@ class Parser::Level {
 
     // The options that are given; the other words go to `rest_`.
     AllGiven read_options(const std::vector<std::string> &words) {
+        check_words(words);
         try {
             // CLI11 takes words from the end.
             app_.parse(std::vector<std::string>(words.rbegin(), words.rend()));

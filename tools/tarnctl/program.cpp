@@ -35,6 +35,8 @@ std::unique_ptr<cli::Command> make_program(Exit &status) {
     auto program = std::make_unique<cli::Command>(
         "tarnctl", "Shows, changes and moves what is in the stores of tarnbase.");
     program->add_help("tarnctl " TARNBASE_VERSION);
+    program->option("-s,--store", "FILE", {}, "Store file, for the command that follows")
+        .passed_on();
     add_screen_options(*program);
     program->notes = notes;
     program->statuses = exit_statuses();

@@ -110,4 +110,10 @@ void OutputFile::fail() const {
                                            std::strerror(errno)));
 }
 
+std::string_view suffix_of(std::string_view path) {
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    const std::size_t point = name.rfind('.');
+    return point == std::string_view::npos ? "" : name.substr(point + 1);
+}
+
 }  // namespace tarnctl

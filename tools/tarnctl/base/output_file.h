@@ -8,6 +8,7 @@
 #include <ostream>
 #include <streambuf>
 #include <string>
+#include <string_view>
 
 namespace tarnctl {
 
@@ -35,6 +36,9 @@ class OutputFile {
     std::unique_ptr<std::streambuf> buffer_;
     std::ostream stream_{nullptr};
 };
+
+// What follows the last point of the file's name; empty if there is none.
+std::string_view suffix_of(std::string_view path);
 
 }  // namespace tarnctl
 

@@ -25,6 +25,7 @@ void declare_diff(cli::Command &program, Exit &status);
 void declare_export(cli::Command &program, Exit &status);
 void declare_find(cli::Command &program, Exit &status);
 void declare_get(cli::Command &program, Exit &status);
+void declare_help(cli::Command &program, Exit &status);
 void declare_import(cli::Command &program, Exit &status);
 void declare_insert(cli::Command &program, Exit &status);
 void declare_manifest(cli::Command &program, Exit &status);
@@ -42,7 +43,7 @@ inline constexpr Declaration commands[] = {
     declare_store,   declare_tables,   declare_table,    declare_describe,   declare_show,
     declare_get,     declare_find,     declare_insert,   declare_set,        declare_delete,
     declare_export,  declare_import,   declare_diff,     declare_watch,      declare_decode,
-    declare_minutes, declare_variants, declare_manifest, declare_completion,
+    declare_minutes, declare_variants, declare_manifest, declare_completion, declare_help,
 };
 
 // Options that several commands have, with one wording.

@@ -51,7 +51,7 @@ void declare_completion(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
     cli::Command &command =
         program.command("completion", "Print a script that completes command lines in a shell");
-    command.argument("bash|zsh|fish",
+    command.argument("SHELL",
                      cli::one_of({"bash", "zsh", "fish"},
                                  [options](const std::string &shell) { options->shell = shell; }),
                      "Shell that the script is for");

@@ -102,6 +102,16 @@ std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) 
 // The first bytes of what `tarnctl export --format frames` writes.
 bool is_document(const std::string &text) { return text.starts_with("TARNFRAM"); }
 
+// What isn't wire bytes, and would be told as damaged ones.
+void check_input(const Options &options, const std::string &text) {
+    const std::string name = options.file == "-" ? "standard input" : options.file;
+    if (text.empty()) throw Failure(Exit::data, name + ": empty; expected wire bytes");
+    if (text.starts_with("TARNBASE"))
+        throw Failure(Exit::data, fmt::format("{}: this is a tarnbase store, not a frame; use "
+                                              "tarnctl show --store {}",
+                                              name, options.file));
+}
+
 bool looks_like_hex(const std::string &text) {
     if (text.empty() || static_cast<uint8_t>(text[0]) == KEL_MESSAGE_MARKER) return false;
     bool comment = false;
@@ -171,6 +181,7 @@ void print_json(const std::vector<Piece> &pieces, Bytes bytes) {
 void run(const Options &options, Exit &status) {
     Form form = form_of(options);
     const std::string text = read_all(options.file);
+    check_input(options, text);
     if (options.as.empty() && !options.hex && is_document(text)) form.kind = Form::Kind::document;
     const bool hex = options.hex || (!options.binary && looks_like_hex(text));
     const std::vector<uint8_t> bytes =

@@ -183,7 +183,7 @@ void declare_diff(cli::Command &program, Exit &status) {
     cli::Command &command = program.command("diff", "Compare two stores, or a store and an export");
     command.argument("A", cli::into(options->a), "Store file or export").required();
     command.argument("B", cli::into(options->b), "What it is compared with").required();
-    command.option("-t,--table", "TABLE", cli::into(options->tables),
+    command.option("-T,--table", "TABLE", cli::into(options->tables),
                    "Compare this table alone; may be given several times");
     command.option("--ignore", "FIELD", cli::into(options->ignored),
                    "Let this field differ, with all that is inside it; may be given several times");

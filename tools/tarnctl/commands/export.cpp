@@ -22,7 +22,8 @@ The document holds the records of all tenants and sources, and is one of three
 forms:
 
 JSON: a record a line. It carries all values; bytes that aren't UTF-8 are
-{"hex": "00ff"}.
+{"hex": "00ff"}, and a number beyond 2^53 is a string of its digits, because many
+readers take numbers for doubles.
 
 XML: the record form of the library, for other programs. It can't carry strings
 with control characters or bytes that aren't UTF-8, and no enumeration whose
@@ -82,9 +83,19 @@ std::vector<Instance> chosen(const Store &store, const std::vector<std::string> 
     return found;
 }
 
+// The form that is asked for, or that of the file's suffix. A file without a suffix says nothing.
+Format chosen_format(const Options &options) {
+    if (options.format) return *options.format;
+    if (const auto format = format_of_name(options.output)) return *format;
+    if (suffix_of(options.output).empty()) return Format::json;
+    throw Failure(Exit::usage,
+                  fmt::format("--output `{}`: expected a name that ends in .xml, .json or .frames; "
+                              "--format chooses the form for any other",
+                              options.output));
+}
+
 Format format_of(const Options &options) {
-    const Format format =
-        options.format.value_or(format_of_name(options.output).value_or(Format::json));
+    const Format format = chosen_format(options);
     if (format != Format::xml && (options.skip || options.escape))
         throw Failure(Exit::usage, "--skip and --escape: only XML has records that it can't carry");
     return format;

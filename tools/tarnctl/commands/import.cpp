@@ -127,7 +127,7 @@ void add_input_options(cli::Command &command, Options &options) {
         .required();
     command.option("-f,--format", "FORM", cli::one_of(format_names, options.format),
                    "Form of the document: xml, json or frames; by default its first bytes tell");
-    command.option("-t,--table", "TABLE", cli::into(options.tables),
+    command.option("-T,--table", "TABLE", cli::into(options.tables),
                    "Take the records of this table alone; may be given several times");
 }
 

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/output_file.h"
 #include "commands/command.h"
 #include "figures/chart.h"
 #include "figures/day.h"
@@ -110,7 +111,11 @@ std::pair<int, int> size_of(const std::string &text) {
 Drawing drawing_of(const Options &options) {
     if (options.drawing) return *options.drawing;
     if (options.output.ends_with(".svg")) return Drawing::svg;
-    return options.output.ends_with(".png") ? Drawing::png : Drawing::line;
+    if (options.output.ends_with(".png")) return Drawing::png;
+    if (suffix_of(options.output).empty()) return Drawing::line;
+    throw Failure(Exit::usage, fmt::format("--output `{}`: expected a name that ends in .svg or "
+                                           ".png; --as chooses the drawing for any other",
+                                           options.output));
 }
 
 std::string numbers_of(const Day &day) {

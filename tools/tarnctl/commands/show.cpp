@@ -51,7 +51,7 @@ that have the columns as members, and "table" if there are several.
 Examples:
   tarnctl show ldap_conn --where 'num_conns>2 OR sname~^ldap' --store net.store
   tarnctl show ldap_conn --columns sname,num_conns --json --store net.store
-  tarnctl show aaa_servers --sort aaa_authen.requests:desc -n 5 -s net.store
+  tarnctl show aaa_servers --sort aaa_authen.requests:desc -l 5 -s net.store
   tarnctl show aaa_servers --group-by status --aggregate count,sum(dead_count)
   tarnctl show ldap_conn ldap_stats --store net.store
 

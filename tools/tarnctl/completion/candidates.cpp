@@ -74,6 +74,15 @@ void add_types(Collector &collector) {
     for (const ValueType &each : value_types()) collector.add(each.name, each.meaning);
 }
 
+// Those within the ones that are named already.
+void add_commands(Collector &collector, const Line &line) {
+    const cli::Command *outer = &line.command->program();
+    for (const std::string &name : line.arguments)
+        outer = outer == nullptr ? nullptr : outer->command_named(name);
+    if (outer == nullptr) return;
+    for (const cli::Command &each : outer->commands) collector.add(each.name, each.summary);
+}
+
 const Table *table_of(const Line &line) {
     const std::string given = line.given("TABLE");
     if (given.empty()) return nullptr;
@@ -162,6 +171,7 @@ void complete_value(Completion &completion, const Line &line, const cli::Option 
     if (type.starts_with("TABLE") || type == "PATTERN") add_tables(collector);
     if (type == "TABLE") add_instances(collector, line);
     if (type == "TABLE|TYPE") add_types(collector);
+    if (type == "COMMAND") add_commands(collector, line);
     if (type.starts_with("KEY")) complete_key(completion, line, word);
     else if (type.starts_with("FIELD") || type == "CONDITION")
         complete_field(completion, line, word, type == "CONDITION" ? "FIELD=VALUE" : type);

@@ -71,7 +71,7 @@ void add_selection_options(cli::Command &command, SelectionOptions &options) {
     command.flag("--pending", options.only_pending,
                  "Only the records that wait to be destroyed until nobody holds them");
     command.flag("--no-pending", options.no_pending, "None of those records").excludes("pending");
-    command.option("-n,--limit", "COUNT",
+    command.option("-l,--limit", "COUNT",
                    cli::number_into(options.limit, 0, std::numeric_limits<uint64_t>::max()),
                    "At most so many records");
     command.option("--offset", "COUNT",
