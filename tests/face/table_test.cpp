@@ -50,6 +50,17 @@ TEST_F(Table, ATableOfAnotherKindIsRefused) {
     EXPECT_EQ(tarn::table<tarn::grown>::open(session, "aaa/shared").name(), "aaa/shared");
 }
 
+// The path is the key that the name alone would give.
+TEST_F(Table, ATableOfAnotherKindIsRefusedAlsoUnderAKeyOfItsOwn) {
+    const std::string key = std::string("other/") + table_tbl_ldap_conn_luid_text;
+    tarn::table<tarn::grown>::open_or_create(session, key);
+    for (const std::string &name : {key, std::string("other")}) {
+        EXPECT_EQ(
+            thrown_by([&] { tarn::table<tarn::ldap_conn>::open_or_create(session, name); }).code(),
+            std::errc::invalid_argument);
+    }
+}
+
 TEST_F(Table, FindsWhatWasInserted) {
     add(table, "ldap1", 7);
     EXPECT_EQ(table.find("ldap1")->num_conns(), 7U);

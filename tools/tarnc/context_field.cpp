@@ -28,6 +28,13 @@ std::string catalogue_kind(const Field &field) {
     return names[static_cast<std::size_t>(field.kind)];
 }
 
+// Whether setting the field may make a text.
+bool has_text(const Field &field) {
+    if (field.kind != FieldKind::structure) return field.kind == FieldKind::vstring;
+    const std::vector<Field> &fields = field.structure->fields;
+    return std::any_of(fields.begin(), fields.end(), has_text);
+}
+
 // The descriptor of an embedded object.
 std::string embedded_descriptor(const Field &field) {
     const bool is_object = field.kind >= FieldKind::boolean && field.kind != FieldKind::array;
@@ -114,6 +121,7 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("array", flag(is_array));
     context.set("object", flag(!is_array && !field.has_plain_value()));
     context.set("enumerated", flag(field.kind == FieldKind::enumeration));
+    context.set("texts", flag(has_text(field)));
     context.set("worker_kind", worker_kind(field));
     context.set("catalogue_kind", catalogue_kind(field));
     context.set("first_variant", text(static_cast<std::uint64_t>(field.first_variant)));

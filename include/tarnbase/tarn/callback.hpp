@@ -12,7 +12,7 @@
 
 namespace tarn::detail {
 
-/// Refers to a function that answers nothing, or whether to go on.
+/// Refers to a function that returns nothing, or whether to go on.
 template <typename Function>
 class callback {
  public:

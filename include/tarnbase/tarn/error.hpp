@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// What a failure is: one type, which is thrown, or stands in a tarn::result where
+/// What a failure is: one type, which is thrown, or is in a tarn::result where
 /// exceptions are off.
 #ifndef TARNBASE_TARN_ERROR_HPP
 #define TARNBASE_TARN_ERROR_HPP

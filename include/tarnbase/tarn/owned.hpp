@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Objects that stand by themselves, outside any record.
+/// Objects outside any record.
 #ifndef TARNBASE_TARN_OWNED_HPP
 #define TARNBASE_TARN_OWNED_HPP
 

@@ -19,7 +19,7 @@ struct selection {
 };
 
 /// A position in a table. It walks by comparing keys, so that inserting and erasing other
-/// records never hurts it; erasing its own record does.
+/// records leaves it valid; erasing its own record doesn't.
 /// Where exceptions are off, a failing step ends the walk and leaves its error number
 /// in session::last_error().
 template <typename Table>
@@ -33,7 +33,7 @@ class basic_iterator {
     using iterator_concept = std::bidirectional_iterator_tag;  // since C++20
 
     basic_iterator() = default;
-    /// At `record`, or behind the last one if it is null.
+    /// At `record`, or past the last one if it is null.
     basic_iterator(kel_handle *handle, kel_table *table, kel_record *record,
                    selection selected) noexcept
         : handle_(handle), table_(table), record_(record), selected_(selected) {}
@@ -125,7 +125,7 @@ class basic_iterator {
 
     kel_handle *handle_ = nullptr;
     kel_table *table_ = nullptr;
-    kel_record *record_ = nullptr;  // null: behind the last one
+    kel_record *record_ = nullptr;  // null: past the last one
     selection selected_;
 };
 

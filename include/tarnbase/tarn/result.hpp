@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// What a `try_` operation answers: a value or an error.
+/// What a `try_` operation returns: a value or an error.
 #ifndef TARNBASE_TARN_RESULT_HPP
 #define TARNBASE_TARN_RESULT_HPP
 

@@ -135,7 +135,7 @@ class basic_table {
         std::uint32_t err = 0;
         return checked(search(key, of, 1, err), of, err);
     }
-    /// Returns: the first record whose key is behind `key`.
+    /// Returns: the first record whose key is after `key`.
     iterator upper_bound(const key_type &key, source of = source::standard) const {
         const probe wanted(handle_, key);
         std::uint32_t err = wanted.error();
@@ -145,9 +145,9 @@ class basic_table {
         return checked(found, of, err);
     }
 
-    /// Calls `function` with each record of all tenants and sources; if it answers
-    /// something, false ends the walk. It may erase the record that it was handed. What
-    /// it throws ends the walk and comes out here.
+    /// Calls `function` with each record of all tenants and sources. If it returns a
+    /// value, false ends the walk. It may erase the record that it is given. An exception
+    /// that it throws ends the walk and is thrown here again.
     template <typename Function>
     result<void> try_walk(Function &&function) const {
         walk_context<Function> context{handle_, detail::callback<Function>(function)};
@@ -369,20 +369,21 @@ class basic_table {
         return basic_table(in.c_handle(), table);
     }
     // Whether the store's key for the table is its name, a slash and the LUID as text; a path
-    // is a key as it stands.
+    // is the key itself.
     static bool has_own_key(const kel_table &table) noexcept {
         const std::string_view key = table.table_name;
         return key.size() >= luid_suffix_size &&
                key.substr(key.size() - luid_suffix_size + 1) == Table::descriptor()->luid_text;
     }
-    // A key of its own tells the kind, and else the descriptor: the library's, or the store's
-    // own copy of it.
+    // The descriptor tells the kind: the library's, or the store's own copy of it. The key
+    // tells it only if there was no memory for the copy: a path may end like a key of this kind.
     static bool is_of_this_kind(kel_handle *handle, const kel_table &table) {
-        if (has_own_key(table)) return true;
         const kel_type_info *const kind = Table::descriptor();
         const kel_type_info_copy *const copy =
             handle->type_map_lookup_hook(handle->type_map, KEL_TX_NONE, kind->luid_text);
-        return table.descriptor == kind || (copy != nullptr && table.descriptor == &copy->info);
+        if (table.descriptor == kind) return true;
+        if (copy != nullptr) return table.descriptor == &copy->info;
+        return handle->store_types_enabled != 0 && has_own_key(table);
     }
 
     static std::uint32_t src(source of) noexcept { return static_cast<std::uint32_t>(of); }

@@ -34,7 +34,7 @@ TARNBASE_API int8_t color_variant_data_index_cap(int8_t variant);
 TARNBASE_API color *color_create(kel_handle *handle, uint32_t tx_id);
 
 /*
- * As color_create. While a `_cr` creation runs the answer is the type's fallback object instead of
+ * As color_create. While a `_cr` creation runs it returns the type's fallback object instead of
  * null.
  */
 TARNBASE_API color *color_create_internal(kel_handle *handle, uint32_t tx_id);

@@ -40,8 +40,10 @@ extern TARNBASE_API const void *const tbl_shape_table_vft[KEL_TABLE_VFT_SLOTS];
  * without an error: compare the LUID of its `descriptor` with that of
  * _tbl_shape_table_type_info_internal.
  * Returns: the table block, which belongs to the store, or null.
- * Errors: 7 the key name is too long, but a path is cut; 12 no memory. With `open_only` set an
- * absent table is null without an error.
+ * Errors: 7 the key name is too long, but a path is cut; 12 no memory for the block. If there is
+ * memory for the block but none for its entry in the keyed store, the new table is returned without
+ * an error, but no later open finds it: the next one makes another, empty table. With `open_only`
+ * set an absent table is null without an error.
  */
 TARNBASE_API kel_table *tbl_shape_table_open(kel_handle *handle, uint32_t tx_id, const char *name,
                                              uint32_t open_only, uint32_t *err);
@@ -56,7 +58,8 @@ TARNBASE_API kel_table *tbl_shape_table_open_unsafe(kel_handle *handle, uint32_t
  * and kept for good, so that a second store would be given the first one's tables. Open the tables
  * of any other store by name.
  * Returns: the table block, which belongs to the store, or null.
- * Errors: 12 no memory.
+ * Errors: 12 no memory for the block or for the root. If there is none for the root's entry in the
+ * keyed store, the table is returned without an error, but no other process finds it.
  */
 TARNBASE_API kel_table *tbl_shape_table_open_by_id(kel_handle *handle, uint32_t tx_id, uint64_t id,
                                                    uint32_t open_only, uint32_t *err);
@@ -174,10 +177,14 @@ TARNBASE_API kel_record *tbl_shape_create_record_w_src(kel_handle *handle, uint3
  * and attaches what it made. These objects are the record's, but they aren't marked as belonging to
  * one, so that a second record would take them too: don't attach them to another.
  * Returns: the record, never null: without memory it is the table's fallback record, one in the
- * process, shared by all handles and in no store. Don't fill it and don't insert it.
- * Errors: last_error tells only of the objects, and is 12 if one is its type's fallback object.
- * Without a record it ends as 0, so that with `with_objects` 0 it is always 0: a fallback record is
- * recognised by its address, which kel_record_is_fallback of the embedded runtime does.
+ * process, shared by all handles and in no store. Don't fill it and don't insert it. With
+ * `with_objects` nonzero destroy it with tbl_shape_record_destroy_cr: objects that there was memory
+ * for are attached to it all the same.
+ * Errors: last_error tells only of the objects. It is 12 if one is its type's fallback object, and
+ * is set if one is null, because its fields could not be initialised (in a tracking handle also
+ * without memory for a place). Without a record it ends as 0, so that with `with_objects` 0 it is
+ * always 0: a fallback record is recognised by its address, which kel_record_is_fallback of the
+ * embedded runtime does.
  */
 TARNBASE_API kel_record *tbl_shape_record_create_cr(kel_handle *handle, uint32_t with_objects);
 
@@ -242,6 +249,7 @@ TARNBASE_API st_shape *tbl_shape_st_shape_get_field(kel_handle *handle, uint32_t
 /*
  * Detaches the record's st_shape, which becomes the caller's. It stays marked as embedded, so that
  * no record takes it again.
+ * Requires: `record` isn't null.
  * Returns: the object, or null if none was attached.
  */
 TARNBASE_API st_shape *tbl_shape_st_shape_get_field_detach(kel_handle *handle, uint32_t tx_id,
@@ -251,6 +259,7 @@ TARNBASE_API st_shape *tbl_shape_st_shape_get_field_detach(kel_handle *handle, u
  * Attaches `object` to the record, which owns it from then on. What was attached before is left to
  * the caller. A null object is stored as such; one that belongs to a record or a parent already is
  * refused.
+ * Requires: `record` isn't null.
  */
 TARNBASE_API void tbl_shape_st_shape_set_field(kel_handle *handle, uint32_t tx_id,
                                                kel_record *record, st_shape *object);
@@ -268,7 +277,7 @@ TARNBASE_API uint32_t tbl_shape_st_shape_number_avl_compare(const kel_index_node
 
 /*
  * Enters a record in the index, under its tenant, `number` and source, and counts it.
- * Requires: the object is attached.
+ * Requires: `table` and `record` aren't null, and the object is attached.
  * Errors: 17 the key is present for this tenant and source; the record stays outside, the caller's.
  * After any other error the record is in the index, with `table` set: 12 there is no memory to
  * count it for the tenant; and what the replication of a marked and armed table reports. Roll back,
@@ -293,6 +302,7 @@ TARNBASE_API uint32_t tbl_shape_insert_cr(kel_handle *handle, kel_table *table, 
 
 /*
  * Takes a record out of the index; it stays alive, and a traversal may go on from it.
+ * Requires: `table` and `record` aren't null.
  * Errors: 2 the record isn't in the index, and its `table` is null now; 22 the table is marked for
  * replication, so that only the replication engine may delete.
  */
@@ -449,7 +459,7 @@ TARNBASE_API kel_record *tbl_shape_st_shape_number_get_last_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t src, uint32_t *err);
 
 /*
- * Finds the next record of source 1 behind `record`, which need not be in the table any more.
+ * Finds the next record of source 1 after `record`, which need not be in the table any more.
  * Returns: the record, which stays the table's; null with no error at the end.
  */
 TARNBASE_API kel_record *tbl_shape_st_shape_number_get_next(kel_handle *handle, uint32_t tx_id,
@@ -569,7 +579,7 @@ TARNBASE_API kel_record *tbl_shape_pkey_get_last_by_src_unsafe(kel_handle *handl
                                                                uint32_t *err);
 
 /*
- * Finds the next record of source 1 behind `record`, which need not be in the table any more.
+ * Finds the next record of source 1 after `record`, which need not be in the table any more.
  * Returns: the record, which stays the table's; null with no error at the end.
  */
 TARNBASE_API kel_record *tbl_shape_pkey_get_next(kel_handle *handle, uint32_t tx_id,
@@ -661,7 +671,7 @@ TARNBASE_API kel_record *tbl_shape_pkey_get_shadow_unsafe(kel_handle *handle, ui
                                                           uint32_t *err);
 
 /*
- * Finds the next record of source 1 behind a key, which need not be present.
+ * Finds the next record of source 1 after a key, which need not be present.
  * Arguments: `key` is a number, the caller's.
  * Returns: the record, which stays the table's; null with no error at the end.
  */
@@ -722,7 +732,7 @@ TARNBASE_API kel_record *tbl_shape_get_next_by_key_w_src(kel_handle *handle, uin
 
 /*
  * Traverses in the handle's own transaction.
- * Arguments: `selector` 0 first, 1 last, 2 before, 3 behind `record`; `src`'s low byte is the
+ * Arguments: `selector` 0 first, 1 last, 2 before, 3 after `record`; `src`'s low byte is the
  * source, 1 if that is 0; a nonzero `mode` takes records of every source.
  * Returns: the record or null, the error in the handle's last_error: 22 another selector.
  */
@@ -732,8 +742,8 @@ TARNBASE_API kel_record *tbl_shape_st_shape_number_get_cr(kel_handle *handle, ke
                                                           uint32_t mode);
 
 /*
- * The step forward behind the others: `match_src` keeps to the source in the low byte of `src`,
- * `skip_pending` passes over records that await their destruction.
+ * The step forward that the others are made of: `match_src` keeps to the source in the low byte of
+ * `src`, `skip_pending` passes over records that await their destruction.
  */
 TARNBASE_API kel_record *tbl_shape_st_shape_number_get_next_internal(kel_handle *handle,
                                                                      uint32_t tx_id,
@@ -756,7 +766,7 @@ TARNBASE_API kel_record *tbl_shape_st_shape_number_get_prev_internal(kel_handle 
 
 /*
  * Calls `function` with each record, of all tenants and sources, in index order, and `context`,
- * until it answers nonzero. It may delete and destroy the record that it was handed.
+ * until it returns nonzero. It may delete and destroy the record that it was handed.
  */
 TARNBASE_API void tbl_shape_st_shape_number_walk(kel_table *table, kel_walk_function function,
                                                  void *context, uint32_t *err);
@@ -772,7 +782,7 @@ TARNBASE_API void tbl_shape_record_walk_cr(kel_handle *handle, kel_table *table,
 /*
  * The index tree's callback in a walk: hands the record of `node` to the function of `pair`, a
  * kel_walk_pair, and ends with that call.
- * Returns: what the function answers.
+ * Returns: what the function returns.
  */
 TARNBASE_API uint32_t tbl_shape_st_shape_number_avl_internal_walk(kel_index_node *node, void *pair);
 
@@ -834,7 +844,10 @@ TARNBASE_API uint32_t tbl_shape_pkey_print_unsafe(kel_handle *handle, uint32_t t
                                                   kel_table *table, const kel_record *record,
                                                   char *buffer, uint32_t buffer_len, uint32_t *err);
 
-/* Returns: the bytes that tbl_shape_table_pkey_marshal writes. */
+/*
+ * Returns: the bytes that tbl_shape_table_pkey_marshal writes.
+ * Requires: `record` isn't null.
+ */
 TARNBASE_API uint32_t tbl_shape_table_pkey_len(kel_handle *handle, uint32_t tx_id,
                                                const kel_record *record);
 TARNBASE_API uint32_t tbl_shape_table_pkey_len_unsafe(kel_handle *handle, uint32_t tx_id,
@@ -842,6 +855,7 @@ TARNBASE_API uint32_t tbl_shape_table_pkey_len_unsafe(kel_handle *handle, uint32
 
 /*
  * Writes the wire form of the record's key, `number` alone.
+ * Requires: `record` isn't null.
  * Returns: the bytes written; 0 on failure.
  * Errors: 90 too little room, nothing written.
  */
@@ -979,7 +993,10 @@ TARNBASE_API uint32_t tbl_shape_table_record_unmarshal_unsafe(kel_handle *handle
                                                               uint32_t buffer_len,
                                                               uint32_t in_place, uint32_t *err);
 
-/* Returns: the bytes that tbl_shape_table_record_marshal writes. */
+/*
+ * Returns: the bytes that tbl_shape_table_record_marshal writes.
+ * Requires: `record` isn't null.
+ */
 TARNBASE_API uint32_t tbl_shape_table_record_len(kel_handle *handle, uint32_t tx_id,
                                                  const kel_record *record);
 TARNBASE_API uint32_t tbl_shape_table_record_len_unsafe(kel_handle *handle, uint32_t tx_id,

@@ -31,15 +31,17 @@ extern TARNBASE_API const kel_type_info _shape_key_type_info_internal;
 TARNBASE_API shape_key *shape_key_create(kel_handle *handle, uint32_t tx_id);
 
 /*
- * As shape_key_create, without registering the trace module first. While a `_cr` creation runs the
- * answer is the type's fallback object instead of null.
+ * As shape_key_create, without registering the trace module first. While a `_cr` creation runs it
+ * returns the type's fallback object where there is no memory for the object.
  */
 TARNBASE_API shape_key *shape_key_create_internal(kel_handle *handle, uint32_t tx_id);
 
 /*
  * As shape_key_create, in the handle's own transaction.
- * Returns: the object, never null: without memory, or with an error in last_error before, it is the
- * type's fallback object, one in the process, shared by all handles and in no store. Don't fill it.
+ * Returns: the object; or null, with last_error set, if its fields could not be initialised (in a
+ * tracking handle also without memory for a place). Without memory for the object, or with an error
+ * in last_error before, it is the type's fallback object, one in the process, shared by all handles
+ * and in no store. Don't fill it.
  * Errors: 12 in the handle's last_error: no memory. kel_object_is_fallback of the embedded runtime
  * tells a fallback object from others.
  */
@@ -144,6 +146,7 @@ TARNBASE_API void shape_key_get_all(kel_handle *handle, uint32_t tx_id, const sh
 /*
  * Sets nothing: no field has a plain value. An object of a negative variant is left alone, without
  * an error.
+ * Errors: 2 `object` is null.
  */
 TARNBASE_API void shape_key_set_all(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                     uint32_t *err);
@@ -302,7 +305,7 @@ TARNBASE_API uint8_t shape_key_layer_state_flag_get(kel_handle *handle, uint32_t
 
 /*
  * Sets the state flag of `layer`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void shape_key_layer_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                  shape_key *object, uint8_t flag, uint32_t *err);
@@ -317,9 +320,9 @@ TARNBASE_API ip_address *shape_key_owner_get(kel_handle *handle, uint32_t tx_id,
 
 /*
  * Copies the value that `source` gives into `owner`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void shape_key_owner_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                       const ip_address *source, uint32_t *err);
@@ -333,7 +336,7 @@ TARNBASE_API uint8_t shape_key_owner_state_flag_get(kel_handle *handle, uint32_t
 
 /*
  * Sets the state flag of `owner`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void shape_key_owner_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                  shape_key *object, uint8_t flag, uint32_t *err);

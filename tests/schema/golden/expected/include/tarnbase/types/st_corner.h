@@ -31,15 +31,17 @@ extern TARNBASE_API const kel_type_info _st_corner_type_info_internal;
 TARNBASE_API st_corner *st_corner_create(kel_handle *handle, uint32_t tx_id);
 
 /*
- * As st_corner_create, without registering the trace module first. While a `_cr` creation runs the
- * answer is the type's fallback object instead of null.
+ * As st_corner_create, without registering the trace module first. While a `_cr` creation runs it
+ * returns the type's fallback object where there is no memory for the object.
  */
 TARNBASE_API st_corner *st_corner_create_internal(kel_handle *handle, uint32_t tx_id);
 
 /*
  * As st_corner_create, in the handle's own transaction.
- * Returns: the object, never null: without memory, or with an error in last_error before, it is the
- * type's fallback object, one in the process, shared by all handles and in no store. Don't fill it.
+ * Returns: the object; or null, with last_error set, if its fields could not be initialised (in a
+ * tracking handle also without memory for a place). Without memory for the object, or with an error
+ * in last_error before, it is the type's fallback object, one in the process, shared by all handles
+ * and in no store. Don't fill it.
  * Errors: 12 in the handle's last_error: no memory. kel_object_is_fallback of the embedded runtime
  * tells a fallback object from others.
  */
@@ -144,6 +146,7 @@ TARNBASE_API void st_corner_get_all(kel_handle *handle, uint32_t tx_id, const st
  * Sets all fields with a plain value, but no state flags; a value that can't be set stops none of
  * the others, and the first error is the result. An object of a negative variant is left alone,
  * without an error.
+ * Errors: 2 `object` is null; 43 a value is no enumerator's, in a field that is an enumeration.
  */
 TARNBASE_API void st_corner_set_all(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                     int64_t x, uint8_t register_, uint32_t *err);
@@ -286,9 +289,9 @@ TARNBASE_API int64_t *st_corner_x_get(kel_handle *handle, uint32_t tx_id, st_cor
 
 /*
  * Copies the value that `source` gives into `x`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_corner_x_set(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                   const int64_t *source, uint32_t *err);
@@ -318,7 +321,7 @@ TARNBASE_API uint8_t st_corner_x_state_flag_get(kel_handle *handle, uint32_t tx_
 
 /*
  * Sets the state flag of `x`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_corner_x_state_flag_set(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                              uint8_t flag, uint32_t *err);
@@ -333,9 +336,9 @@ TARNBASE_API uint8_t *st_corner_register_get(kel_handle *handle, uint32_t tx_id,
 
 /*
  * Copies the value that `source` gives into `register`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_corner_register_set(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                          const uint8_t *source, uint32_t *err);
@@ -365,7 +368,7 @@ TARNBASE_API uint8_t st_corner_register_state_flag_get(kel_handle *handle, uint3
 
 /*
  * Sets the state flag of `register`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_corner_register_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                     st_corner *object, uint8_t flag, uint32_t *err);

@@ -38,15 +38,17 @@ extern TARNBASE_API const kel_type_info _st_shape_type_info_internal;
 TARNBASE_API st_shape *st_shape_create(kel_handle *handle, uint32_t tx_id);
 
 /*
- * As st_shape_create, without registering the trace module first. While a `_cr` creation runs the
- * answer is the type's fallback object instead of null.
+ * As st_shape_create, without registering the trace module first. While a `_cr` creation runs it
+ * returns the type's fallback object where there is no memory for the object.
  */
 TARNBASE_API st_shape *st_shape_create_internal(kel_handle *handle, uint32_t tx_id);
 
 /*
  * As st_shape_create, in the handle's own transaction.
- * Returns: the object, never null: without memory, or with an error in last_error before, it is the
- * type's fallback object, one in the process, shared by all handles and in no store. Don't fill it.
+ * Returns: the object; or null, with last_error set, if its fields could not be initialised (in a
+ * tracking handle also without memory for a place). Without memory for the object, or with an error
+ * in last_error before, it is the type's fallback object, one in the process, shared by all handles
+ * and in no store. Don't fill it.
  * Errors: 12 in the handle's last_error: no memory. kel_object_is_fallback of the embedded runtime
  * tells a fallback object from others.
  */
@@ -153,6 +155,7 @@ TARNBASE_API void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_
  * Sets all fields with a plain value, but no state flags; a value that can't be set stops none of
  * the others, and the first error is the result. An object of a negative variant is left alone,
  * without an error.
+ * Errors: 2 `object` is null; 43 a value is no enumerator's, in a field that is an enumeration.
  */
 TARNBASE_API void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                    uint8_t sides, uint32_t number, uint32_t color_, uint32_t filled,
@@ -295,9 +298,9 @@ TARNBASE_API uint8_t *st_shape_sides_get(kel_handle *handle, uint32_t tx_id, st_
 
 /*
  * Copies the value that `source` gives into `sides`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_sides_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const uint8_t *source, uint32_t *err);
@@ -327,7 +330,7 @@ TARNBASE_API uint8_t st_shape_sides_state_flag_get(kel_handle *handle, uint32_t 
 
 /*
  * Sets the state flag of `sides`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_sides_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint8_t flag, uint32_t *err);
@@ -342,9 +345,9 @@ TARNBASE_API uint32_t *st_shape_number_get(kel_handle *handle, uint32_t tx_id, s
 
 /*
  * Copies the value that `source` gives into `number`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_number_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                       const uint32_t *source, uint32_t *err);
@@ -374,7 +377,7 @@ TARNBASE_API uint8_t st_shape_number_state_flag_get(kel_handle *handle, uint32_t
 
 /*
  * Sets the state flag of `number`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_number_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                  st_shape *object, uint8_t flag, uint32_t *err);
@@ -389,9 +392,9 @@ TARNBASE_API color *st_shape_color_get(kel_handle *handle, uint32_t tx_id, st_sh
 
 /*
  * Copies the value that `source` gives into `color`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant or the value is no enumerator.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant or the value is no enumerator.
  */
 TARNBASE_API void st_shape_color_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const color *source, uint32_t *err);
@@ -421,7 +424,7 @@ TARNBASE_API uint8_t st_shape_color_state_flag_get(kel_handle *handle, uint32_t 
 
 /*
  * Sets the state flag of `color`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_color_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint8_t flag, uint32_t *err);
@@ -436,9 +439,9 @@ TARNBASE_API st_corner *st_shape_first_get(kel_handle *handle, uint32_t tx_id, s
 
 /*
  * Copies the value that `source` gives into `first`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_first_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const st_corner *source, uint32_t *err);
@@ -452,7 +455,7 @@ TARNBASE_API uint8_t st_shape_first_state_flag_get(kel_handle *handle, uint32_t 
 
 /*
  * Sets the state flag of `first`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_first_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint8_t flag, uint32_t *err);
@@ -485,15 +488,17 @@ TARNBASE_API void st_shape_pattern_get_mem(kel_handle *handle, uint32_t tx_id,
  * Copies the value at `source` into element `index` of `pattern`; a null source does nothing. No
  * modified mark is set.
  * Requires: `index` is below 4; it isn't tested.
- * Errors: 43 the field is beyond the object's variant.
+ * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the element
+ * has the new value, but no state flag tells of it; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                        uint32_t index, const uint8_t *source, uint32_t *err);
 
 /*
  * Sets element `index` of `pattern` to a plain value.
- * Errors: 2 `index` is too great; 22 a tracking handle and an object without a state block; 43 the
- * field is beyond the object's variant.
+ * Errors: 2 `object` is null or `index` is too great; 22 a tracking handle and an object without a
+ * state block: the element has the new value, but no state flag or mark tells of it; 43 the field
+ * is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                              uint32_t index, uint8_t value, uint32_t *err);
@@ -501,8 +506,8 @@ TARNBASE_API void st_shape_pattern_set_value(kel_handle *handle, uint32_t tx_id,
 /*
  * Copies `length` elements from `source` over the first ones of `pattern`.
  * Requires: `length` isn't negative.
- * Errors: 22 `length` is above 4, or a tracking handle and an object without a state block; 43 the
- * field is beyond the object's variant.
+ * Errors: 2 `object` is null; 22 `length` is above 4, or a tracking handle and an object without a
+ * state block: no element is changed then; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_set_mem(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            const void *source, int32_t length, uint32_t *err);
@@ -523,7 +528,7 @@ TARNBASE_API uint8_t st_shape_pattern_state_flag_whole_get(kel_handle *handle, u
 
 /*
  * Sets the state flag of the whole array `pattern`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_state_flag_whole_set(kel_handle *handle, uint32_t tx_id,
                                                         st_shape *object, uint8_t flag,
@@ -548,7 +553,8 @@ TARNBASE_API void st_shape_pattern_state_flag_get_arr(kel_handle *handle, uint32
 
 /*
  * Sets the state flag of element `index` of `pattern`.
- * Errors: 2 `index` is too great; 22 the object or the handle tracks no state.
+ * Errors: 2 `index` is too great; 22 the object or the handle tracks no state; 43 the field is
+ * beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                   st_shape *object, uint32_t index, uint8_t flag,
@@ -556,7 +562,8 @@ TARNBASE_API void st_shape_pattern_state_flag_set(kel_handle *handle, uint32_t t
 
 /*
  * Copies 4 flags from `source` to the start of the object's state block.
- * Errors: 2 `length` isn't 4; 22 the object or the handle tracks no state.
+ * Errors: 2 `length` isn't 4; 22 the object or the handle tracks no state; 43 the field is beyond
+ * the object's variant.
  */
 TARNBASE_API void st_shape_pattern_state_flag_set_arr(kel_handle *handle, uint32_t tx_id,
                                                       st_shape *object, const void *source,
@@ -572,9 +579,9 @@ TARNBASE_API kel_boolean *st_shape_filled_get(kel_handle *handle, uint32_t tx_id
 
 /*
  * Copies the value that `source` gives into `filled`.
- * Errors: 2 `object` or `source` is null; 12 no memory for a text; 22 a tracking handle and an
- * object without a state block: the field has the new value, but no state flag or mark tells of it;
- * 43 the field is beyond the object's variant.
+ * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
+ * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_filled_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                       const kel_boolean *source, uint32_t *err);
@@ -604,7 +611,7 @@ TARNBASE_API uint8_t st_shape_filled_state_flag_get(kel_handle *handle, uint32_t
 
 /*
  * Sets the state flag of `filled`.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_filled_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                  st_shape *object, uint8_t flag, uint32_t *err);
