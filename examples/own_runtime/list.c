@@ -12,16 +12,18 @@ static void set_next(kel_index_node *node, const kel_index_node *next) {
     node->opaque[0] = (uintptr_t)next;
 }
 
-/* The last node that orders before `node`, or null. */
+/* The last node that orders before `node`, or null. `node` itself may be in the list at the
+   position of an earlier key, and is passed over. */
 static kel_index_node *before(void *root, const kel_index_node *node,
                               e_avl_compare_function compare) {
     kel_index_node *last = NULL;
-    for (kel_index_node *at = root; at != NULL && compare(at, node) == 0; at = next_of(at))
-        last = at;
+    for (kel_index_node *at = root; at != NULL && (at == node || compare(at, node) == 0);
+         at = next_of(at))
+        if (at != node) last = at;
     return last;
 }
 
-static kel_index_node *behind(void *root, const kel_index_node *last) {
+static kel_index_node *after(void *root, const kel_index_node *last) {
     return last != NULL ? next_of(last) : root;
 }
 
@@ -29,7 +31,7 @@ uint32_t e_avl_insert(void *arena, uint32_t tx_id, void **root, kel_index_node *
                       uintptr_t *aux, e_avl_compare_function compare) {
     (void)arena, (void)tx_id, (void)aux;
     kel_index_node *const last = before(*root, node, compare);
-    kel_index_node *const next = behind(*root, last);
+    kel_index_node *const next = after(*root, last);
     if (next != NULL && compare(next, node) == 1) return 0;
     set_next(node, next);
     if (last != NULL) set_next(last, node);
@@ -37,11 +39,15 @@ uint32_t e_avl_insert(void *arena, uint32_t tx_id, void **root, kel_index_node *
     return 1;
 }
 
+/* Follows the links, so that a node whose key was changed goes out too. */
 uint32_t e_avl_delete(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                       uintptr_t *aux, e_avl_compare_function compare) {
-    (void)arena, (void)tx_id, (void)aux;
-    kel_index_node *const last = before(*root, node, compare);
-    if (behind(*root, last) != node) return 0;
+    (void)arena, (void)tx_id, (void)aux, (void)compare;
+    kel_index_node *last = NULL;
+    for (kel_index_node *at = *root; at != node; at = next_of(at)) {
+        if (at == NULL) return 0;
+        last = at;
+    }
     if (last != NULL) set_next(last, next_of(node));
     else *root = next_of(node);
     set_next(node, NULL);
@@ -50,7 +56,7 @@ uint32_t e_avl_delete(void *arena, uint32_t tx_id, void **root, kel_index_node *
 
 kel_index_node *e_avl_search(void *root, const kel_index_node *probe,
                              e_avl_compare_function compare) {
-    kel_index_node *const found = behind(root, before(root, probe, compare));
+    kel_index_node *const found = after(root, before(root, probe, compare));
     return found != NULL && compare(found, probe) == 1 ? found : NULL;
 }
 

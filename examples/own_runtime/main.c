@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Three records on a runtime of the program's own: in, found, listed, over the wire, out.
+ * Three records on a runtime of the program's own: in, found, listed, over the wire, renamed, out.
  * Then tables by id.
  */
 #include <stdio.h>
@@ -69,6 +69,25 @@ static void copy(kel_handle *handle, kel_table *table, const char *server) {
     need(err, "copy");
 }
 
+/* Changes the first record's key in place: a step from it goes by the new key. */
+static void rename_first(kel_handle *handle, kel_table *table, const char *server) {
+    uint32_t err = 0;
+    kel_vstring name;
+    own_string_refer(&name, server);
+    kel_record *const record =
+        tbl_ldap_conn_st_ldap_conn_sname_get_first(handle, no_tx, table, &err);
+    st_ldap_conn *const conn = tbl_ldap_conn_st_ldap_conn_get_field(handle, no_tx, record);
+    st_ldap_conn_sname_set(handle, no_tx, conn, &name, &err);
+    const kel_record *const before =
+        tbl_ldap_conn_st_ldap_conn_sname_get_prev(handle, no_tx, table, record, &err);
+    need(err, "rename");
+    char key[64];
+    const uint32_t length =
+        tbl_ldap_conn_pkey_print(handle, no_tx, table, before, key, sizeof key, &err);
+    need(err, "the record before");
+    printf("before %s: %.*s", server, (int)length, key);
+}
+
 static void empty(kel_handle *handle, kel_table *table) {
     uint32_t err = 0;
     kel_record *record;
@@ -109,6 +128,7 @@ int main(void) {
     insert(handle, table, "local", 1);
     list(handle, table);
     copy(handle, table, "ldap1.example.net");
+    rename_first(handle, table, "ldap3.example.net");
     empty(handle, table);
     number(handle);
     const unsigned left = own_handle_destroy(handle);
