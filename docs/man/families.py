@@ -115,7 +115,7 @@ STRUCTURE_INTRO = [
 ENUMERATION_INTRO = [
     "Every enumeration of the schema has these operations, exported under its own name, "
     "and its header declares an enumerator for each user value. An object of an "
-    "enumeration holds the user value; on the wire stands the internal one, which "
+    "enumeration holds the user value; the wire form has the internal one, which "
     "counts from 0.",
 ]
 
