@@ -64,8 +64,9 @@ TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options
  *
  * A process may have several stores open, but tables by id in one of them only: the library
  * finds a table type's root of tables by id once a process and never again. In another
- * store, `<table>_table_open_by_id` then ends with error 12, which kel_error_text explains,
- * and `<table>_table_open_auto_id` makes a block that can't be found again, which is traced.
+ * store, `<table>_table_open_by_id` then returns null, with error 12 unless it was to open
+ * only, and kel_error_text says why; `<table>_table_open_auto_id` makes a block that can't be
+ * found again, which is traced.
  * Once the first store is closed, opening by automatic id, or freeing a table that was
  * opened by id, in another store reads memory that is gone; after the same file was opened
  * again the root is where it was, and everything works. Tables by name know no such limit.

@@ -64,8 +64,9 @@ bool kel_store::allocation_is_to_fail() {
 
 void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     if (allocation_is_to_fail()) return nullptr;
-    const bool may_be_a_table = tx_id == KEL_TX_NONE && size == sizeof(kel_table);
-    if (may_be_a_table && tarn::runtime::takes_refusal_of_table_block()) return nullptr;
+    // An open that wanted no new block leaves a refusal, which any later allocation takes.
+    const bool is_refused = tarn::runtime::takes_refusal_of_table_block();
+    if (is_refused && tx_id == KEL_TX_NONE && size == sizeof(kel_table)) return nullptr;
     TransactionSlot *slot = transaction(tx_id);
     if (slot == nullptr) return allocator.allocate(size);
     // Without a log entry a rollback would lose the block.

@@ -8,7 +8,7 @@ namespace tarn::runtime {
 
 // Refuses the block that the open which runs in this thread is going to ask for.
 void refuse_table_block();
-// Whether it is to be refused; once.
+// Whether it is to be refused. Clears the refusal.
 bool takes_refusal_of_table_block();
 
 }  // namespace tarn::runtime
