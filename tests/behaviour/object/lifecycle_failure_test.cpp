@@ -250,7 +250,7 @@ TEST_F(NestedState, OffsetUpdateMovesTheSharesAndOffsetRemoveForgetsThem) {
               "kel_hd_mapping_destroy kel_vstring_offset_remove kel_hd_mapping_destroy");
 }
 
-TEST_F(NestedState, ARuntimeThatOnlyRecordsTheDistancesIsEnough) {
+TEST_F(NestedState, CreationIsContentWithARuntimeThatOnlyRecordsTheDistances) {
     spies.wishes.distances_recorded = true;
     st_every *every = st_every_create(handle, tx);
     ASSERT_NE(every, nullptr);
