@@ -153,7 +153,7 @@ TEST_F(LdapStatsProgram, WrongArgumentsAreRefused) {
 TEST_F(LdapStatsProgram, HelpTellsWhatIsCountedAndTheExitCodes) {
     const Outcome help = run({LDAP_STATS, "--help"});
     EXPECT_EQ(help.exit_code, 0);
-    for (const char *text : {"--store", "sent ", "received ", "Exit code: 0"})
+    for (const char *text : {"--store", "sent ", "received ", "Exit status:\n  0 "})
         EXPECT_NE(help.out.find(text), std::string::npos) << text;
     const Outcome version = run({LDAP_STATS, "--version"});
     EXPECT_EQ(version.exit_code, 0);
