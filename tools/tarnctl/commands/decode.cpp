@@ -12,6 +12,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "base/options.h"
 #include "commands/command.h"
 #include "decode/pieces.h"
 #include "model/instance.h"

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <variant>
 
+#include "base/options.h"
 #include "commands/command.h"
 #include "terminal/pager.h"
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+#include "base/options.h"
 #include "base/output_file.h"
 #include "base/quiet.h"
 #include "commands/command.h"

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 
+#include "base/options.h"
 #include "commands/command.h"
 #include "listing/options.h"
 

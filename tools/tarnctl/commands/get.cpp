@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "base/options.h"
 #include "cli/suggestion.h"
 #include "commands/command.h"
 #include "listing/key_words.h"

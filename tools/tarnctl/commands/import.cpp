@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/options.h"
 #include "base/quiet.h"
 #include "commands/command.h"
 #include "exchange/importer.h"

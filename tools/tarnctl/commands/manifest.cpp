@@ -10,6 +10,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "base/options.h"
 #include "catalogue/catalogue.h"
 #include "commands/command.h"
 #include "model/json.h"

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/options.h"
 #include "base/output_file.h"
 #include "commands/command.h"
 #include "figures/chart.h"

@@ -3,6 +3,7 @@
 // tarnctl show: the records of a table.
 #include <memory>
 
+#include "base/options.h"
 #include "commands/command.h"
 #include "listing/options.h"
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "base/options.h"
 #include "base/size.h"
 #include "commands/command.h"
 #include "model/instance.h"

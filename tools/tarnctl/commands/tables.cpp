@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/options.h"
 #include "commands/command.h"
 #include "model/census.h"
 #include "model/instance.h"

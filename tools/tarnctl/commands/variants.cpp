@@ -7,6 +7,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "base/options.h"
 #include "commands/command.h"
 #include "model/json.h"
 #include "terminal/grid.h"

@@ -16,6 +16,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/options.h"
 #include "commands/command.h"
 #include "model/instance.h"
 #include "terminal/style.h"

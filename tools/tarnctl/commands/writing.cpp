@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/options.h"
 #include "cli/parser.h"
 #include "commands/command.h"
 #include "edit/batch.h"

@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "base/failure.h"
-#include "commands/command.h"
+#include "base/options.h"
 #include "terminal/pager.h"
 
 namespace tarnctl {

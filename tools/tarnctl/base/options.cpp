@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "commands/command.h"
+#include "base/options.h"
 
 namespace tarnctl {
 

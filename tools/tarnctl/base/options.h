@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Options that several commands have, with one wording.
+#ifndef TARNCTL_BASE_OPTIONS_H
+#define TARNCTL_BASE_OPTIONS_H
+
+#include <string>
+#include <utility>
+
+#include "cli/command.h"
+
+namespace tarnctl {
+
+// -s, --store FILE: required; by default the environment's TARNBASE_STORE.
+cli::Option &add_store_option(cli::Command &command, std::string &path);
+// The same, for a command that can do without a store.
+cli::Option &add_optional_store_option(cli::Command &command, std::string &path);
+// --json
+cli::Option &add_json_option(cli::Command &command, bool &json);
+// -t, --tenant NUMBER, from 0 to 65535, and --source NUMBER, from 0 to 255, into a number or an
+// optional one.
+template <class Number>
+cli::Option &add_tenant_option(cli::Command &command, Number &tenant, std::string meaning) {
+    return command.option("-t,--tenant", "NUMBER", cli::number_into(tenant, 0, 65535),
+                          std::move(meaning));
+}
+template <class Number>
+cli::Option &add_source_option(cli::Command &command, Number &source, std::string meaning) {
+    return command.option("--source", "NUMBER", cli::number_into(source, 0, 255),
+                          std::move(meaning));
+}
+
+}  // namespace tarnctl
+
+#endif
