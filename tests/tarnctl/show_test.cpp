@@ -326,5 +326,19 @@ TEST_F(Show, NamesAStoreThatCannotBeOpened) {
     EXPECT_NE(outcome.err.find("none.store"), std::string::npos) << outcome.err;
 }
 
+// The library's trace of the refusal would say the same once more.
+TEST_F(Show, SaysOnceWhatXmlCantCarry) {
+    ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:odd", "sname=a\x01"}).exit_code, 0);
+    for (const std::vector<std::string> &words :
+         {std::vector<std::string>{"show", "ldap_conn:odd", "--format", "xml"},
+          {"get", "ldap_conn:odd", "a\x01", "--format", "xml"}}) {
+        const Outcome outcome = on_store(words);
+        EXPECT_EQ(outcome.exit_code, 3);
+        EXPECT_TRUE(outcome.err.starts_with("tarnctl: tbl_ldap_conn:odd: record `a\\x01`: sname: "))
+            << outcome.err;
+        EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
+    }
+}
+
 }  // namespace
 }  // namespace tarnctl_test

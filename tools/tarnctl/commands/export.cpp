@@ -9,7 +9,6 @@
 
 #include "base/options.h"
 #include "base/output_file.h"
-#include "base/quiet.h"
 #include "commands/command.h"
 #include "exchange/writer.h"
 #include "model/instance.h"
@@ -114,7 +113,6 @@ Unfit unfit_records(const Options &options, uint64_t &left_out) {
 }
 
 void run(const Options &options, Exit &status) {
-    const QuietScope quiet;
     const Store store = Store::open_to_read(options.store);
     const std::vector<Instance> tables = chosen(store, options.tables);
     uint64_t total = 0;

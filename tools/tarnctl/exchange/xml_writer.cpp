@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/failure.h"
+#include "base/quiet.h"
 #include "exchange/xml_escape.h"
 #include "exchange/xml_text.h"
 #include "model/json.h"
@@ -107,6 +108,7 @@ void XmlWriter::end_table() { out_ << "</table>\n"; }
 void XmlWriter::end() { out_ << "</tarnbase>\n"; }
 
 std::optional<std::string_view> XmlWriter::form_of(const Record &record, uint32_t &err) {
+    const QuietScope quiet;
     for (;;) {
         err = 0;
         const uint32_t length =
