@@ -235,6 +235,39 @@ TEST_F(Decode, RefusesAnEmptyFile) {
     EXPECT_EQ(tarnctl({"decode"}, "").err, "tarnctl: standard input: empty; expected wire bytes\n");
 }
 
+TEST_F(Decode, RefusesHexadecimalTextWithoutAByte) {
+    for (const char *text : {" \n\t\n", "# a comment", "# two\n# lines\n"}) {
+        const Outcome outcome = tarnctl({"decode"}, text);
+        EXPECT_EQ(outcome.exit_code, 3) << text;
+        EXPECT_EQ(outcome.err, "tarnctl: standard input: empty; expected wire bytes\n") << text;
+    }
+}
+
+TEST_F(Decode, TakesADocumentOfFramesInHexadecimalApart) {
+    const std::string bytes = on_store({"export", "--format", "frames"}).out;
+    const Outcome outcome = tarnctl({"decode"}, hex_of(bytes));
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, tarnctl({"decode"}, bytes).out);
+    EXPECT_EQ(tarnctl({"decode", "--hex"}, hex_of(bytes)).out, outcome.out);
+}
+
+TEST_F(Decode, SaysWhatAnExportIs) {
+    for (const auto &[format, name] : {std::pair("json", "a JSON"), std::pair("xml", "an XML")}) {
+        const Outcome outcome = tarnctl({"decode"}, on_store({"export", "--format", format}).out);
+        EXPECT_EQ(outcome.exit_code, 3) << format;
+        EXPECT_EQ(outcome.out, "") << format;
+        EXPECT_EQ(outcome.err, std::string("tarnctl: standard input: this is ") + name +
+                                   " export, not a frame; tarnctl import and diff read it\n");
+    }
+}
+
+TEST_F(Decode, SaysThatADirectoryIsOne) {
+    const std::string here = directory / ".";
+    const Outcome outcome = tarnctl({"decode", here});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_EQ(outcome.err, "tarnctl: " + here + ": Is a directory\n");
+}
+
 TEST_F(Decode, SaysWhatAStoreIs) {
     const Outcome outcome = tarnctl({"decode", store});
     EXPECT_EQ(outcome.exit_code, 3);

@@ -4,17 +4,18 @@
 #include <fmt/format.h>
 
 #include <cctype>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <cstdint>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
 
 #include "base/options.h"
 #include "commands/command.h"
 #include "decode/pieces.h"
+#include "exchange/format.h"
+#include "exchange/input.h"
 #include "model/instance.h"
 #include "tarnbase/runtime.h"
 #include "terminal/screen.h"
@@ -25,12 +26,11 @@ namespace {
 
 constexpr const char *footer = R"(
 The input is one or more records as a table's record marshal writes them, one
-behind the other; with --as objects of a structure, or with --key keys of a
+after the other; with --as objects of a structure, or with --key keys of a
 table. A document that export writes as frames is taken apart too. Hexadecimal
-input may hold blanks, ends of lines, colons, commas, 0x and
-comments from # to the end of a line. Without --hex and --binary, input that
-starts as a record is binary, and hexadecimal if nothing but hexadecimal stands
-in it.
+input may hold blanks, ends of lines, colons, commas, 0x and comments from # to
+the end of a line. Without --hex and --binary, input that starts as a record is
+binary; other input is hexadecimal if it holds nothing else.
 
 Bytes that are known to nobody, such as the fields of a newer writer, are shown
 as unknown; bytes that aren't what they should be are marked with a !, and the
@@ -50,16 +50,6 @@ struct Options {
     bool binary = false;
     bool json = false;
 };
-
-std::string read_all(const std::string &file) {
-    if (file == "-")
-        return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
-    std::ifstream in(file, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (!in.good() && !in.eof())
-        throw Failure(Exit::store, fmt::format("{}: {}", file, std::strerror(errno)));
-    return text;
-}
 
 bool is_separator(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0 || c == ':' || c == ',';
@@ -100,17 +90,28 @@ std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) 
     return bytes;
 }
 
-// The first bytes of what `tarnctl export --format frames` writes.
-bool is_document(const std::string &text) { return text.starts_with("TARNFRAM"); }
+// The form of a JSON or XML document that export writes: its root is at the front.
+std::optional<Format> export_form(std::string_view bytes) {
+    const std::optional<Format> format = format_of_content(bytes);
+    if (!format || *format == Format::frames) return std::nullopt;
+    const std::string_view root = *format == Format::json ? "\"tarnbase\"" : "<tarnbase";
+    const bool has_root = bytes.substr(0, 256).find(root) != std::string_view::npos;
+    return has_root ? format : std::nullopt;
+}
 
-// What isn't wire bytes, and would be told as damaged ones.
-void check_input(const Options &options, const std::string &text) {
+// What isn't wire bytes, and would be shown as damaged ones.
+void check_input(const Options &options, std::string_view bytes) {
     const std::string name = options.file == "-" ? "standard input" : options.file;
-    if (text.empty()) throw Failure(Exit::data, name + ": empty; expected wire bytes");
-    if (text.starts_with("TARNBASE"))
-        throw Failure(Exit::data, fmt::format("{}: this is a tarnbase store, not a frame; use "
-                                              "tarnctl show --store {}",
-                                              name, options.file));
+    const auto refuse = [&](std::string_view what) {
+        throw Failure(Exit::data, fmt::format("{}: {}", name, what));
+    };
+    if (bytes.empty()) refuse("empty; expected wire bytes");
+    if (bytes.starts_with("TARNBASE"))
+        refuse(fmt::format("this is a tarnbase store, not a frame; use tarnctl show --store {}",
+                           options.file == "-" ? "FILE" : options.file));
+    if (const std::optional<Format> format = export_form(bytes))
+        refuse(fmt::format("this is {} export, not a frame; tarnctl import and diff read it",
+                           *format == Format::json ? "a JSON" : "an XML"));
 }
 
 bool looks_like_hex(const std::string &text) {
@@ -175,18 +176,19 @@ nlohmann::ordered_json json_of(const Piece &piece, Bytes bytes) {
 void print_json(const std::vector<Piece> &pieces, Bytes bytes) {
     auto all = nlohmann::ordered_json::array();
     for (const Piece &piece : pieces) all.push_back(json_of(piece, bytes));
-    // A string's bytes stand in `bytes`; in `value` what is no UTF-8 is replaced.
+    // `bytes` has a string's bytes; in `value` what is no UTF-8 is replaced.
     std::cout << all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 void run(const Options &options, Exit &status) {
     Form form = form_of(options);
-    const std::string text = read_all(options.file);
-    check_input(options, text);
-    if (options.as.empty() && !options.hex && is_document(text)) form.kind = Form::Kind::document;
+    const std::string text = Input(options.file).take(SIZE_MAX);
     const bool hex = options.hex || (!options.binary && looks_like_hex(text));
     const std::vector<uint8_t> bytes =
         hex ? from_hex(options.file, text) : std::vector<uint8_t>(text.begin(), text.end());
+    const std::string_view content(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+    check_input(options, content);
+    if (options.as.empty() && content.starts_with(frames_magic)) form.kind = Form::Kind::document;
     // The rows leave room for the names on a terminal of 80 columns.
     const std::size_t width = output_screen().width;
     const std::size_t row = width != 0 && width < 100 ? 8 : 16;
