@@ -80,5 +80,20 @@ TEST_F(TableCommand, OnTrialLeavesTheStoreByteForByte) {
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 
+TEST_F(TableCommand, PrintsNoControlBytesOfANameOrAKey) {
+    const std::string odd = "ldap_conn:x\x1b[31my";
+    const std::string shown = "tbl_ldap_conn:x\\x1b[31my";
+    EXPECT_EQ(table({"create", odd}).out, shown + " made\n");
+    EXPECT_EQ(table({"create", odd}).err, "tarnctl: the store holds " + shown + " already\n");
+    EXPECT_EQ(on_store({"show", "ldap_conn"}).err,
+              "tarnctl: the store holds several tables `tbl_ldap_conn`: `tbl_ldap_conn:ldap`, `" +
+                  shown + "`\n");
+    ASSERT_EQ(on_store({"insert", odd, "sname=a\x1b[2J"}).exit_code, 0);
+    EXPECT_EQ(on_store({"insert", odd, "sname=a\x1b[2J"}).err,
+              "tarnctl: " + shown +
+                  ": there is already a record of the key `a\\x1b[2J`, tenant 0, source 1\n");
+    EXPECT_EQ(table({"drop", "--force", odd}).out, shown + " dropped, with 1 record\n");
+}
+
 }  // namespace
 }  // namespace tarnctl_test

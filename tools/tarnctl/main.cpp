@@ -7,12 +7,14 @@
 
 #include "cli/start.h"
 #include "program.h"
+#include "terminal/screen.h"
 
 namespace {
 
+// A text may quote names and keys of a store: they don't control the terminal.
 int fail(tarnctl::Exit code, const std::string &text) {
     std::cout.flush();
-    std::cerr << "tarnctl: " << text << '\n';
+    std::cerr << "tarnctl: " << tarnctl::shown_lines(text, tarnctl::output_screen()) << '\n';
     return static_cast<int>(code);
 }
 

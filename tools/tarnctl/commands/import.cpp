@@ -15,6 +15,7 @@
 #include "exchange/importer.h"
 #include "model/json.h"
 #include "terminal/progress.h"
+#include "terminal/screen.h"
 
 namespace tarnctl {
 namespace {
@@ -82,7 +83,7 @@ ImportOptions import_options(const Options &options) {
     result.on_conflict = options.on_conflict;
     if (options.skip_bad)
         result.skip = [](const std::string &text) {
-            std::cerr << fmt::format("tarnctl: {}; passed over\n", text);
+            std::cerr << fmt::format("tarnctl: {}; passed over\n", shown(text, output_screen()));
         };
     return result;
 }

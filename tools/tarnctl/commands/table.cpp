@@ -36,7 +36,7 @@ void create(const Options &options) {
     const Instance instance = find_or_make_instance(store, reference);
     if (instances(store).size() == before)
         throw Failure(Exit::data, fmt::format("the store holds {} already", instance.full_name()));
-    std::cout << fmt::format("{}{} made\n", instance.full_name(),
+    std::cout << fmt::format("{}{} made\n", shown(instance.full_name(), output_screen()),
                              options.dry_run ? " would be" : "");
 }
 
@@ -61,7 +61,8 @@ void drop(const Options &options) {
                                                name, records, records == 1 ? "" : "s"));
     if (records > 0) delete_records(store, instance);
     free_instance(store, instance);
-    std::cout << fmt::format("{}{} dropped", name, options.dry_run ? " would be" : "");
+    std::cout << fmt::format("{}{} dropped", shown(name, output_screen()),
+                             options.dry_run ? " would be" : "");
     if (records > 0)
         std::cout << fmt::format(", with {} record{}", records, records == 1 ? "" : "s");
     std::cout << '\n';

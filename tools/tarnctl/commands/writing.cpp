@@ -134,8 +134,8 @@ bool is_counted(const std::vector<Order> &orders, const Options &options) {
 
 void tell_made_tables(const Editor &editor, bool dry_run) {
     for (const std::string &table : editor.made_tables())
-        std::cerr << fmt::format("tarnctl: the store holds no table `{}`; it {} made\n", table,
-                                 dry_run ? "would be" : "was");
+        std::cerr << fmt::format("tarnctl: the store holds no table `{}`; it {} made\n",
+                                 shown(table, output_screen()), dry_run ? "would be" : "was");
 }
 
 void print_json(const Editor &editor, const Options &options, Json changes) {

@@ -109,25 +109,12 @@ void print_json(std::ostream &out, const std::vector<Listing> &listings) {
 }
 
 // On a terminal nothing but line ends may control it.
-std::string safe_lines(std::string_view text, const Screen &screen) {
-    std::string safe;
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        std::string_view line = text.substr(0, end);
-        if (line.ends_with('\r')) line.remove_suffix(1);
-        safe += shown(line, screen);
-        if (end < text.size()) safe += '\n';
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return safe;
-}
-
 template <class Print>
 void print_safely(std::ostream &out, const Screen &screen, Print print) {
     if (!screen.is_terminal) return print(out);
     std::ostringstream document;
     print(document);
-    out << safe_lines(document.str(), screen);
+    out << shown_lines(document.str(), screen);
 }
 
 void print_csv(std::ostream &out, const Listing &listing) {

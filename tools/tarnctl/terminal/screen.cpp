@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <wchar.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -95,6 +96,19 @@ std::string shown(std::string_view text, const Screen &screen) {
         const Utf8Character character = first_utf8(text);
         add_shown(result, text.substr(0, character.length), character, screen);
         text.remove_prefix(character.length);
+    }
+    return result;
+}
+
+std::string shown_lines(std::string_view text, const Screen &screen) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        result += shown(line, screen);
+        if (end < text.size()) result += '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
     }
     return result;
 }

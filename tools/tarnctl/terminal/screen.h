@@ -34,6 +34,8 @@ const Screen &output_screen();
 // The text made safe to print: control characters and bytes that are no UTF-8 as \x0a, and without
 // UTF-8 all other characters beyond ASCII as \u{e9}. A backslash stays as it is.
 std::string shown(std::string_view text, const Screen &screen);
+// The same, but the text keeps its ends of lines.
+std::string shown_lines(std::string_view text, const Screen &screen);
 
 // The cells of the screen that a text which is safe to print takes.
 std::size_t width_of(std::string_view text);
