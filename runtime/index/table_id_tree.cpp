@@ -5,7 +5,7 @@
 
 #include "runtime/index/tree.h"
 #include "runtime/store/error_text.h"
-#include "runtime/store/store.h"
+#include "runtime/store/handle.h"
 #include "runtime/store/table_list.h"
 #include "tarnbase/embedded.h"
 
@@ -24,9 +24,9 @@ std::uint32_t compare_ids(const kel_index_node *a, const kel_index_node *b) {
 
 // Whether the root around this head is a block of the store. The library finds a root once
 // a process, so that with a second store it hands over the first one's.
-bool is_of_this_store(const char *what, kel_store &store, kel_table_id_tree *head) {
+bool is_of_this_store(const char *what, const kel_handle *handle, kel_table_id_tree *head) {
     auto *root = reinterpret_cast<char *>(head) - offsetof(kel_table_id_root, tree_head);
-    if (store.allocator.is_allocated(root)) return true;
+    if (store_of(handle).allocator.is_allocated(root)) return true;
     fail(EXDEV,
          "%s: the root of the tables by id at %p is not in the handle's store: a process can open "
          "tables by id in one store only",
@@ -40,8 +40,8 @@ bool is_of_this_store(const char *what, kel_store &store, kel_table_id_tree *hea
 // Without a result that says so, the open is refused by having no memory for a block.
 kel_table *tbi_rb_tree_LM_RB_FIND(void *arena, std::uint32_t, kel_table_id_tree *tree_head,
                                   const kel_table *block, void *) {
-    kel_store &store = store_of(arena);
-    if (!is_of_this_store("table_open_by_id", store, tree_head)) {
+    kel_handle *handle = handle_of(arena);
+    if (!is_of_this_store("table_open_by_id", handle, tree_head)) {
         refuse_table_block();
         return nullptr;
     }
@@ -51,14 +51,14 @@ kel_table *tbi_rb_tree_LM_RB_FIND(void *arena, std::uint32_t, kel_table_id_tree 
 
 void tbi_rb_tree_LM_RB_INSERT(void *arena, std::uint32_t tx_id, kel_table_id_tree *tree_head,
                               kel_table *block) {
-    kel_store &store = store_of(arena);
-    if (!is_of_this_store("table_open_auto_id", store, tree_head)) return;
-    tree_insert(&store, tx_id, &tree_head->root, &block->id_node, compare_ids);
+    kel_handle *handle = handle_of(arena);
+    if (!is_of_this_store("table_open_auto_id", handle, tree_head)) return;
+    tree_insert(handle, tx_id, &tree_head->root, &block->id_node, compare_ids);
 }
 
 void tbi_rb_tree_LM_RB_REMOVE(void *arena, std::uint32_t tx_id, kel_table_id_tree *tree_head,
                               kel_table *block) {
-    kel_store &store = store_of(arena);
-    if (!is_of_this_store("table_free", store, tree_head)) return;
-    tree_remove(&store, tx_id, &tree_head->root, &block->id_node);
+    kel_handle *handle = handle_of(arena);
+    if (!is_of_this_store("table_free", handle, tree_head)) return;
+    tree_remove(handle, tx_id, &tree_head->root, &block->id_node);
 }

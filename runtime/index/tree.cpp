@@ -3,7 +3,7 @@
 #include "runtime/index/tree.h"
 
 #include "runtime/index/node.h"
-#include "runtime/store/store.h"
+#include "runtime/store/announce.h"
 
 namespace tarn::runtime {
 
@@ -12,8 +12,8 @@ namespace {
 // Changes a tree, announcing each store.
 class Editor {
  public:
-    Editor(kel_store *store, std::uint32_t tx_id, void **anchor)
-        : store_(store), tx_id_(tx_id), anchor_(anchor) {}
+    Editor(kel_handle *handle, std::uint32_t tx_id, void **anchor)
+        : handle_(handle), tx_id_(tx_id), anchor_(anchor) {}
 
     void link(Node *node, Node *parent, Side side);
     void unlink(Node *node);
@@ -21,7 +21,7 @@ class Editor {
  private:
     template <typename T>
     void set(T &place, T value) {
-        if (store_ != nullptr) store_->log_write(tx_id_, &place, sizeof(T));
+        if (handle_ != nullptr) announce(handle_, tx_id_, &place, sizeof(T));
         place = value;
     }
     void set_balance(Node *node, Balance balance) {
@@ -47,7 +47,7 @@ class Editor {
     void rotate_once(Node *node, Node *child, Side side);
     void rotate_twice(Node *node, Node *child, Side side);
 
-    kel_store *store_;
+    kel_handle *handle_;
     std::uint32_t tx_id_;
     void **anchor_;
 };
@@ -234,7 +234,7 @@ Node *root_node(void *root) { return static_cast<Node *>(root); }
 
 }  // namespace
 
-bool tree_insert(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index_node *node,
+bool tree_insert(kel_handle *handle, std::uint32_t tx_id, void **anchor, kel_index_node *node,
                  Compare compare) {
     Node *parent = nullptr;
     Side side = before;
@@ -244,13 +244,13 @@ bool tree_insert(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index
         side = order == orders_before ? before : after;
         parent = place;
     }
-    Editor(store, tx_id, anchor).link(to_node(node), parent, side);
+    Editor(handle, tx_id, anchor).link(to_node(node), parent, side);
     return true;
 }
 
-bool tree_remove(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index_node *node) {
+bool tree_remove(kel_handle *handle, std::uint32_t tx_id, void **anchor, kel_index_node *node) {
     if (!is_in(root_node(*anchor), to_node(node))) return false;
-    Editor(store, tx_id, anchor).unlink(to_node(node));
+    Editor(handle, tx_id, anchor).unlink(to_node(node));
     return true;
 }
 

@@ -1,9 +1,9 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // The runtime's one ordered tree. Its nodes stand inside what it orders; its stores
-// are announced to the store's undo log. `root` is the value of the anchor word, the
+// are announced through the handle's hook. `root` is the value of the anchor word, the
 // address of which tells the tree apart from all others: it must not move.
 //
-// A null store: a tree in the process's own memory, nothing is announced.
+// A null handle: a tree in the process's own memory, nothing is announced.
 #ifndef TARNBASE_RUNTIME_INDEX_TREE_H
 #define TARNBASE_RUNTIME_INDEX_TREE_H
 
@@ -11,8 +11,6 @@
 
 #include "tarnbase/embedded.h"
 #include "tarnbase/runtime.h"
-
-struct kel_store;
 
 namespace tarn::runtime {
 
@@ -30,10 +28,10 @@ constexpr std::uint32_t order_of(const T &a, const T &b) {
 }
 
 // Links `node`, whose content doesn't matter. False: an equal one is there.
-bool tree_insert(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index_node *node,
+bool tree_insert(kel_handle *handle, std::uint32_t tx_id, void **anchor, kel_index_node *node,
                  Compare compare);
 // Unlinks this very node and zeroes it. False: it isn't in this tree.
-bool tree_remove(kel_store *store, std::uint32_t tx_id, void **anchor, kel_index_node *node);
+bool tree_remove(kel_handle *handle, std::uint32_t tx_id, void **anchor, kel_index_node *node);
 
 kel_index_node *tree_find(void *root, const kel_index_node *probe, Compare compare);
 kel_index_node *tree_first(void *root);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/mapping/address_map.h"
 
-#include "runtime/store/store.h"
+#include "runtime/store/handle.h"
 
 namespace tarn::runtime {
 
@@ -34,8 +34,8 @@ bool AddressMap::insert(std::uint32_t tx_id, std::uint64_t key, MapNode *node) {
     MapNode *&bucket = root_.buckets[bucket_of(key, root_.bucket_count)];
     node->key = key;
     node->next = bucket;
-    store_.set(tx_id, bucket, node);
-    store_.set(tx_id, root_.entries, root_.entries + 1);
+    announced_set(handle_, tx_id, bucket, node);
+    announced_set(handle_, tx_id, root_.entries, root_.entries + 1);
     return true;
 }
 
@@ -45,7 +45,7 @@ MapNode *AddressMap::replace(std::uint32_t tx_id, std::uint64_t key, MapNode *no
     MapNode *old = *link;
     node->key = key;
     node->next = old->next;
-    store_.set(tx_id, *link, node);
+    announced_set(handle_, tx_id, *link, node);
     return old;
 }
 
@@ -53,11 +53,11 @@ MapNode *AddressMap::remove(std::uint32_t tx_id, std::uint64_t key) {
     MapNode **link = link_to(key);
     if (link == nullptr) return nullptr;
     MapNode *node = *link;
-    store_.set(tx_id, *link, node->next);
-    store_.set(tx_id, root_.entries, root_.entries - 1);
+    announced_set(handle_, tx_id, *link, node->next);
+    announced_set(handle_, tx_id, root_.entries, root_.entries - 1);
     if (root_.entries == 0) {
-        store_.release(tx_id, root_.buckets);
-        store_.set(tx_id, root_, MapRoot{});
+        store_of(handle_).release(tx_id, root_.buckets);
+        announced_set(handle_, tx_id, root_, MapRoot{});
     }
     return node;
 }
@@ -65,7 +65,8 @@ MapNode *AddressMap::remove(std::uint32_t tx_id, std::uint64_t key) {
 bool AddressMap::make_room(std::uint32_t tx_id) {
     if (root_.entries < root_.bucket_count) return true;
     const std::uint64_t count = root_.bucket_count == 0 ? least_buckets : 2 * root_.bucket_count;
-    auto **buckets = static_cast<MapNode **>(store_.allocate(tx_id, count * sizeof(MapNode *)));
+    auto **buckets =
+        static_cast<MapNode **>(store_of(handle_).allocate(tx_id, count * sizeof(MapNode *)));
     // Long chains are slow and right: only a map without any buckets needs them now.
     if (buckets == nullptr) return root_.bucket_count != 0;
     rehash(tx_id, buckets, count);
@@ -77,13 +78,13 @@ void AddressMap::rehash(std::uint32_t tx_id, MapNode **buckets, std::uint64_t co
         for (MapNode *node = root_.buckets[i]; node != nullptr;) {
             MapNode *next = node->next;
             MapNode *&bucket = buckets[bucket_of(node->key, count)];
-            store_.set(tx_id, node->next, bucket);
+            announced_set(handle_, tx_id, node->next, bucket);
             bucket = node;
             node = next;
         }
     }
-    if (root_.buckets != nullptr) store_.release(tx_id, root_.buckets);
-    store_.set(tx_id, root_, MapRoot{buckets, count, root_.entries});
+    if (root_.buckets != nullptr) store_of(handle_).release(tx_id, root_.buckets);
+    announced_set(handle_, tx_id, root_, MapRoot{buckets, count, root_.entries});
 }
 
 }  // namespace tarn::runtime

@@ -2,13 +2,13 @@
 // A hash map in the store from 64-bit keys, addresses mostly, to nodes that stand
 // inside the entries. Its buckets are blocks of the store, twice as many each time
 // the entries outnumber them, and given back when the last entry goes. Its stores
-// are announced to the store's undo log.
+// are announced through the handle's hook.
 #ifndef TARNBASE_RUNTIME_MAPPING_ADDRESS_MAP_H
 #define TARNBASE_RUNTIME_MAPPING_ADDRESS_MAP_H
 
 #include <cstdint>
 
-struct kel_store;
+#include "tarnbase/handle.h"
 
 namespace tarn::runtime {
 
@@ -34,7 +34,7 @@ inline std::uint64_t map_key(const void *address) {
 // Names a map for the length of a call.
 class AddressMap {
  public:
-    AddressMap(kel_store &store, MapRoot &root) : store_(store), root_(root) {}
+    AddressMap(kel_handle *handle, MapRoot &root) : handle_(handle), root_(root) {}
 
     // The node with that key, or null.
     MapNode *find(std::uint64_t key) const;
@@ -52,7 +52,7 @@ class AddressMap {
     bool make_room(std::uint32_t tx_id);
     void rehash(std::uint32_t tx_id, MapNode **buckets, std::uint64_t count);
 
-    kel_store &store_;
+    kel_handle *handle_;
     MapRoot &root_;
 };
 

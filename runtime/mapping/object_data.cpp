@@ -5,7 +5,6 @@
 
 #include "runtime/mapping/address_map.h"
 #include "runtime/store/handle.h"
-#include "runtime/store/store.h"
 #include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;
@@ -23,10 +22,7 @@ static_assert(sizeof(ObjectData) == 32);
 
 ObjectData *entry_of(MapNode *node) { return reinterpret_cast<ObjectData *>(node); }
 
-AddressMap data_of(kel_handle *handle) {
-    kel_store &store = store_of(handle);
-    return {store, store.header->object_data};
-}
+AddressMap data_of(kel_handle *handle) { return {handle, store_of(handle).header->object_data}; }
 
 const ObjectData *find(kel_handle *handle, const void *object) {
     return entry_of(data_of(handle).find(map_key(object)));
@@ -35,10 +31,9 @@ const ObjectData *find(kel_handle *handle, const void *object) {
 ObjectData *find_or_make(kel_handle *handle, std::uint32_t tx_id, const void *object) {
     AddressMap data = data_of(handle);
     if (MapNode *node = data.find(map_key(object))) return entry_of(node);
-    kel_store &store = store_of(handle);
-    auto *entry = static_cast<ObjectData *>(store.allocate(tx_id, sizeof(ObjectData)));
+    auto *entry = static_cast<ObjectData *>(store_of(handle).allocate(tx_id, sizeof(ObjectData)));
     if (entry != nullptr && data.insert(tx_id, map_key(object), &entry->by_object)) return entry;
-    if (entry != nullptr) store.release(tx_id, entry);
+    if (entry != nullptr) store_of(handle).release(tx_id, entry);
     kel_store_err(handle, ENOMEM);
     return nullptr;
 }
@@ -60,7 +55,7 @@ void kellib_update_sttr_offset(kel_handle *handle, std::uint32_t tx_id, void *ob
                                std::uint32_t distance) {
     ObjectData *entry = find_or_make(handle, tx_id, object);
     if (entry == nullptr) return;
-    store_of(handle).set(tx_id, entry->state_distance, distance);
+    announced_set(handle, tx_id, entry->state_distance, distance);
     set_flag(handle, tx_id, object, OBJ_STATE_ELSEWHERE);
 }
 
@@ -78,16 +73,16 @@ void kellib_update_ra_all(kel_handle *handle, std::uint32_t tx_id, void *object,
                           std::uint64_t ra_word, std::uint8_t ra_byte) {
     ObjectData *entry = find_or_make(handle, tx_id, object);
     if (entry == nullptr) return;
-    store_of(handle).set(tx_id, entry->ra_word, ra_word);
-    store_of(handle).set(tx_id, entry->ra_byte, ra_byte);
+    announced_set(handle, tx_id, entry->ra_word, ra_word);
+    announced_set(handle, tx_id, entry->ra_byte, ra_byte);
     set_flag(handle, tx_id, object, OBJ_RA_DATA);
 }
 
 // A record has room for its own correlation.
 void kellib_record_update_ra_all(kel_handle *handle, std::uint32_t tx_id, kel_record *record,
                                  std::uint64_t uuid, std::uint8_t mark) {
-    store_of(handle).set(tx_id, record->ra_uuid, uuid);
-    store_of(handle).set(tx_id, record->ra_byte, mark);
+    announced_set(handle, tx_id, record->ra_uuid, uuid);
+    announced_set(handle, tx_id, record->ra_byte, mark);
 }
 
 void kel_hd_mapping_destroy(kel_handle *handle, std::uint32_t tx_id, void *object,
@@ -95,9 +90,8 @@ void kel_hd_mapping_destroy(kel_handle *handle, std::uint32_t tx_id, void *objec
     if (*err != 0) return;
     MapNode *node = data_of(handle).remove(tx_id, map_key(object));
     if (node == nullptr) return;
-    kel_store &store = store_of(handle);
-    store.release(tx_id, node);
+    store_of(handle).release(tx_id, node);
     std::uint8_t &flags = static_cast<kel_object *>(object)->flags;
     constexpr unsigned reasons = OBJ_STATE_ELSEWHERE | OBJ_RA_DATA;
-    store.set(tx_id, flags, static_cast<std::uint8_t>(flags & ~reasons));
+    announced_set(handle, tx_id, flags, static_cast<std::uint8_t>(flags & ~reasons));
 }

@@ -13,7 +13,6 @@
 #include "runtime/mapping/address_map.h"
 #include "runtime/store/error_text.h"
 #include "runtime/store/handle.h"
-#include "runtime/store/store.h"
 #include "runtime/tenant/counters.h"
 #include "tarnbase/runtime.h"
 
@@ -42,9 +41,9 @@ static_assert(sizeof(Identity) == 56);
 class Identities {
  public:
     explicit Identities(kel_handle *handle)
-        : store_(store_of(handle)),
-          by_object_(store_, store_.header->identities_by_object),
-          by_id_(store_, store_.header->identities_by_id) {}
+        : handle_(handle),
+          by_object_(handle, store_of(handle).header->identities_by_object),
+          by_id_(handle, store_of(handle).header->identities_by_id) {}
 
     Identity *of(const void *object) const {
         return reinterpret_cast<Identity *>(by_object_.find(map_key(object)));
@@ -60,13 +59,13 @@ class Identities {
     void remove(std::uint32_t tx_id, Identity *identity);
 
  private:
-    kel_store &store_;
+    kel_handle *handle_;
     AddressMap by_object_;
     AddressMap by_id_;
 };
 
 std::uint64_t Identities::next_id() const {
-    std::uint64_t id = store_.header->last_object_id;
+    std::uint64_t id = store_of(handle_).header->last_object_id;
     do ++id;
     while (with_id(id) != nullptr);
     return id;
@@ -74,20 +73,20 @@ std::uint64_t Identities::next_id() const {
 
 // Null: no memory, and nothing has changed.
 Identity *Identities::add(std::uint32_t tx_id, const void *object, std::uint64_t id) {
-    auto *identity = static_cast<Identity *>(store_.allocate(tx_id, sizeof(Identity)));
+    auto *identity = static_cast<Identity *>(store_of(handle_).allocate(tx_id, sizeof(Identity)));
     if (identity == nullptr) return nullptr;
     if (by_object_.insert(tx_id, map_key(object), &identity->by_object)) {
         if (by_id_.insert(tx_id, id, &identity->by_id)) return identity;
         by_object_.remove(tx_id, map_key(object));
     }
-    store_.release(tx_id, identity);
+    store_of(handle_).release(tx_id, identity);
     return nullptr;
 }
 
 void Identities::remove(std::uint32_t tx_id, Identity *identity) {
     by_object_.remove(tx_id, identity->by_object.key);
     by_id_.remove(tx_id, identity->by_id.key);
-    store_.release(tx_id, identity);
+    store_of(handle_).release(tx_id, identity);
 }
 
 // A table's header bytes aren't flags of the runtime's.
@@ -111,8 +110,9 @@ Identity *make_identity(kel_handle *handle, std::uint32_t tx_id, void *object, s
         report_error(handle, err, ENOMEM);
         return nullptr;
     }
-    kel_store &store = store_of(handle);
-    if (ior == 0) store.set(tx_id, store.header->last_object_id, identity->id());
+    if (ior == 0) {
+        announced_set(handle, tx_id, store_of(handle).header->last_object_id, identity->id());
+    }
     identity->ior = ior;
     identity->kind = kind;
     identity->dynamic = dynamic;
@@ -141,7 +141,7 @@ std::uint32_t kel_request_oid_mapping_destroy(kel_handle *handle, std::uint32_t 
     if (Identity *identity = identities.of(object)) {
         if (identity->references != 0) {
             if (!identity->is_table()) {
-                store_of(handle).set(tx_id, identity->released, std::uint32_t{1});
+                announced_set(handle, tx_id, identity->released, std::uint32_t{1});
             }
             return 0;
         }
@@ -162,7 +162,7 @@ void kellib_lookup_and_update_oid_ref_count(kel_handle *handle, std::uint32_t tx
         return;
     }
     if (identity->references != 0) {
-        store_of(handle).set(tx_id, identity->references, identity->references - 1);
+        announced_set(handle, tx_id, identity->references, identity->references - 1);
     }
     if (identity->references != 0 || identity->released == 0) return;
     void *object = identity->object();
@@ -189,7 +189,7 @@ std::uint32_t kel_object_reference(kel_handle *handle, std::uint32_t tx_id, std:
         return fail(ENOENT, "kel_object_reference: no object has the id %llu",
                     static_cast<unsigned long long>(oid));
     }
-    store_of(handle).set(tx_id, identity->references, identity->references + 1);
+    announced_set(handle, tx_id, identity->references, identity->references + 1);
     return 0;
 }
 

@@ -2,16 +2,13 @@
 #include "runtime/mapping/text_owner.h"
 
 #include "runtime/mapping/address_map.h"
-#include "runtime/store/store.h"
+#include "runtime/store/handle.h"
 
 namespace tarn::runtime {
 
 namespace {
 
-AddressMap texts_of(kel_handle *handle) {
-    kel_store &store = store_of(handle);
-    return {store, store.header->texts};
-}
+AddressMap texts_of(kel_handle *handle) { return {handle, store_of(handle).header->texts}; }
 
 void give_back(kel_handle *handle, std::uint32_t tx_id, MapNode *entry) {
     handle->free_hook(handle->arena, tx_id, entry);

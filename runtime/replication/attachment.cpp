@@ -32,8 +32,8 @@ std::uint32_t kel_replication_attach(kel_handle *handle, kel_table_vector_lookup
         whole.replication.reset();
         return 0;
     }
-    if (!FrameRing(store_of(handle))) {
-        if (const auto error = FrameRing::configure(store_of(handle), 0, 0)) return error;
+    if (!FrameRing(handle)) {
+        if (const auto error = FrameRing::configure(handle, 0, 0)) return error;
     }
     if (whole.replication == nullptr) whole.replication.reset(new (std::nothrow) Attachment);
     if (whole.replication == nullptr) return fail(ENOMEM, "kel_replication_attach: no memory");
@@ -43,7 +43,7 @@ std::uint32_t kel_replication_attach(kel_handle *handle, kel_table_vector_lookup
 
 std::uint32_t kel_replication_configure(kel_handle *handle, std::uint64_t frames,
                                         std::uint64_t bytes) {
-    return FrameRing::configure(store_of(handle), frames, bytes);
+    return FrameRing::configure(handle, frames, bytes);
 }
 
 std::uint64_t kel_handle_cache_reports(const kel_handle *handle) {

@@ -51,11 +51,10 @@ void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, std::uint32_t 
                                               kel_table *table, kel_record *record,
                                               std::uint32_t *err) {
     if (*err != 0) return;
-    kel_store &store = store_of(handle);
-    FrameRing ring(store);
+    FrameRing ring(handle);
     if (!ring) {
         // Nobody has asked for frames: only the count goes on.
-        store.set(tx_id, table->write_cursor, table->write_cursor + 1);
+        announced_set(handle, tx_id, table->write_cursor, table->write_cursor + 1);
         return;
     }
     if (auto *attached = private_part(handle).replication.get()) attached->reads.forget(record);
@@ -64,7 +63,7 @@ void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, std::uint32_t 
         report_error(handle, err, error);
         return;
     }
-    store.set(tx_id, table->write_cursor, ring.next());
+    announced_set(handle, tx_id, table->write_cursor, ring.next());
 }
 
 void keldb_request_record_destroy(kel_handle *handle, std::uint32_t tx_id, kel_record *record,

@@ -36,7 +36,7 @@ std::uint32_t move_on(kel_replication_reader *reader, std::uint64_t position) {
 
 std::uint32_t kel_replication_reader_open(kel_handle *handle, std::uint64_t position,
                                           kel_replication_reader *reader) {
-    const FrameRing ring(store_of(handle));
+    const FrameRing ring(handle);
     if (!ring) return no_ring("kel_replication_reader_open");
     if (position == KEL_REPLICATION_OLDEST) position = ring.first();
     if (position == KEL_REPLICATION_NEWEST) position = ring.committed_end();
@@ -49,7 +49,7 @@ std::uint32_t kel_replication_reader_open(kel_handle *handle, std::uint64_t posi
 
 std::uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *reader, void *buffer,
                                    std::uint32_t buffer_len, kel_replication_frame *frame) {
-    const FrameRing ring(store_of(handle));
+    const FrameRing ring(handle);
     if (!ring) return no_ring("kel_replication_next");
     const std::uint64_t position = reader->position;
     if (position > ring.next()) return ahead_of_stream("kel_replication_next", position, ring);
@@ -75,7 +75,7 @@ std::uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *r
 }
 
 std::uint64_t kel_replication_lag(kel_handle *handle, const kel_replication_reader *reader) {
-    const FrameRing ring(store_of(handle));
+    const FrameRing ring(handle);
     if (!ring) return 0;
     const std::uint64_t end = ring.committed_end();
     return end > reader->position ? end - reader->position : 0;

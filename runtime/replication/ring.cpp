@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "runtime/store/error_text.h"
+#include "runtime/store/handle.h"
 #include "tarnbase/runtime.h"
 
 namespace tarn::runtime {
@@ -41,8 +42,8 @@ std::uint64_t furthest_cursor(const kel_store &store) {
 
 }  // namespace
 
-FrameRing::FrameRing(kel_store &store)
-    : store_(store), head_(static_cast<RingHead *>(loam_get_key(&store, ring_key))) {}
+FrameRing::FrameRing(kel_handle *handle)
+    : handle_(handle), head_(static_cast<RingHead *>(loam_get_key(handle->arena, ring_key))) {}
 
 // Other processes read while this one writes: what a position promises is stored
 // before the position is.
@@ -59,7 +60,7 @@ RingSlot &FrameRing::slot(std::uint64_t position) const {
 }
 
 bool FrameRing::is_open(std::uint64_t position) const {
-    return store_.transaction(slot(position).tx_id) != nullptr;
+    return store_of(handle_).transaction(slot(position).tx_id) != nullptr;
 }
 
 std::uint64_t FrameRing::committed_end() const {
@@ -69,9 +70,9 @@ std::uint64_t FrameRing::committed_end() const {
 }
 
 bool FrameRing::can_have(const Frame *frame, std::uint64_t length) const {
-    const auto *base = reinterpret_cast<const std::byte *>(store_.header);
+    const auto *base = reinterpret_cast<const std::byte *>(store_of(handle_).header);
     const auto offset = static_cast<std::uint64_t>(frame->bytes() - base);
-    return offset + length <= store_.header->arena.size;
+    return offset + length <= store_of(handle_).header->arena.size;
 }
 
 bool FrameRing::has_room(std::uint64_t length) const {
@@ -79,19 +80,20 @@ bool FrameRing::has_room(std::uint64_t length) const {
 }
 
 void FrameRing::drop_oldest(std::uint32_t tx_id) {
-    store_.log_write(tx_id, head_, sizeof *head_);
+    announce(handle_, tx_id, head_, sizeof *head_);
     RingSlot &oldest = slot(head_->first);
     Frame *frame = oldest.frame;
     head_->bytes -= length_of(frame);
     std::atomic_ref(head_->first).store(head_->first + 1, std::memory_order_release);
-    store_.set(tx_id, oldest, RingSlot{});
-    if (frame != nullptr) store_.release(tx_id, frame);
+    announced_set(handle_, tx_id, oldest, RingSlot{});
+    if (frame != nullptr) store_of(handle_).release(tx_id, frame);
 }
 
 void FrameRing::place(std::uint32_t tx_id, Frame *frame) {
-    const std::uint32_t writer = store_.transaction(tx_id) != nullptr ? tx_id : KEL_TX_NONE;
-    store_.log_write(tx_id, head_, sizeof *head_);
-    store_.set(tx_id, slot(head_->next), RingSlot{frame, writer, 0});
+    const std::uint32_t writer =
+        store_of(handle_).transaction(tx_id) != nullptr ? tx_id : KEL_TX_NONE;
+    announce(handle_, tx_id, head_, sizeof *head_);
+    announced_set(handle_, tx_id, slot(head_->next), RingSlot{frame, writer, 0});
     head_->bytes += length_of(frame);
     std::atomic_ref(head_->next).store(head_->next + 1, std::memory_order_release);
 }
@@ -99,7 +101,8 @@ void FrameRing::place(std::uint32_t tx_id, Frame *frame) {
 std::uint32_t FrameRing::append(std::uint32_t tx_id, kel_replication_frame head,
                                 const void *bytes) {
     if (head.length > head_->byte_limit) return EMSGSIZE;
-    auto *frame = static_cast<Frame *>(store_.allocate(tx_id, sizeof(Frame) + head.length));
+    auto *frame =
+        static_cast<Frame *>(store_of(handle_).allocate(tx_id, sizeof(Frame) + head.length));
     if (frame == nullptr) return ENOMEM;
     head.position = head_->next;
     frame->head = head;
@@ -126,34 +129,34 @@ void FrameRing::take_over(FrameRing &old) {
     while (head_->next < old.head_->next) place(KEL_TX_NONE, old.slot(head_->next).frame);
 }
 
-std::uint32_t FrameRing::configure(kel_store &store, std::uint64_t slots,
+std::uint32_t FrameRing::configure(kel_handle *handle, std::uint64_t slots,
                                    std::uint64_t byte_limit) {
     if (slots > most_slots) {
         return fail(EINVAL, "replication: a ring of %llu frames is more than %llu",
                     static_cast<unsigned long long>(slots),
                     static_cast<unsigned long long>(most_slots));
     }
-    FrameRing old(store);
+    FrameRing old(handle);
     // Its undo log holds bytes of the ring that is to go.
-    if (old && has_open_transaction(store)) {
+    if (old && has_open_transaction(store_of(handle))) {
         return fail(EBUSY, "replication: a transaction is open while the ring is made anew");
     }
     if (slots == 0) slots = default_slots;
-    FrameRing made(store, static_cast<RingHead *>(store.allocate(
-                              KEL_TX_NONE, sizeof(RingHead) + slots * sizeof(RingSlot))));
+    FrameRing made(handle, static_cast<RingHead *>(store_of(handle).allocate(
+                               KEL_TX_NONE, sizeof(RingHead) + slots * sizeof(RingSlot))));
     if (!made) {
         return fail(ENOMEM, "replication: the store has no room for a ring of %llu frames",
                     static_cast<unsigned long long>(slots));
     }
     made.head_->slots = slots;
     made.head_->byte_limit = byte_limit != 0 ? byte_limit : default_bytes;
-    made.head_->first = made.head_->next = furthest_cursor(store);
+    made.head_->first = made.head_->next = furthest_cursor(store_of(handle));
     if (old) made.take_over(old);
-    if (loam_set_key(&store, ring_key, made.head_) == 0) {
-        store.release_now(made.head_);
+    if (loam_set_key(handle->arena, ring_key, made.head_) == 0) {
+        store_of(handle).release_now(made.head_);
         return ENOMEM;
     }
-    if (old) store.release_now(old.head_);
+    if (old) store_of(handle).release_now(old.head_);
     return 0;
 }
 

@@ -20,7 +20,7 @@
 //   frame                   0    40  kel_replication_frame
 //                          40        the marshalled record
 //
-// Changes are announced to the store's undo log: a rollback leaves every byte as it
+// Changes are announced through the handle's hook: a rollback leaves every byte as it
 // was. Until its transaction ends a frame is not for readers.
 #ifndef TARNBASE_RUNTIME_REPLICATION_RING_H
 #define TARNBASE_RUNTIME_REPLICATION_RING_H
@@ -28,7 +28,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime/store/store.h"
+#include "tarnbase/embedded.h"
 
 namespace tarn::runtime {
 
@@ -62,13 +62,14 @@ static_assert(sizeof(RingHead) == 40);
 // Names a store's ring for the length of a call.
 class FrameRing {
  public:
-    explicit FrameRing(kel_store &store);
+    explicit FrameRing(kel_handle *handle);
     // False: the store has none.
     explicit operator bool() const { return head_ != nullptr; }
 
     // Makes the store's ring, or makes it anew with other limits and the newest frames
     // that fit; 0 is a default. 0, or an errno number.
-    static std::uint32_t configure(kel_store &store, std::uint64_t slots, std::uint64_t byte_limit);
+    static std::uint32_t configure(kel_handle *handle, std::uint64_t slots,
+                                   std::uint64_t byte_limit);
 
     // Appends a frame; its position is filled in. 0; ENOMEM or EMSGSIZE: nothing changed.
     std::uint32_t append(std::uint32_t tx_id, kel_replication_frame head, const void *bytes);
@@ -86,7 +87,7 @@ class FrameRing {
     bool can_have(const Frame *frame, std::uint64_t length) const;
 
  private:
-    FrameRing(kel_store &store, RingHead *head) : store_(store), head_(head) {}
+    FrameRing(kel_handle *handle, RingHead *head) : handle_(handle), head_(head) {}
 
     RingSlot &slot(std::uint64_t position) const;
     bool has_room(std::uint64_t length) const;
@@ -94,7 +95,7 @@ class FrameRing {
     void drop_oldest(std::uint32_t tx_id);
     void take_over(FrameRing &old);
 
-    kel_store &store_;
+    kel_handle *handle_;
     RingHead *head_;
 };
 

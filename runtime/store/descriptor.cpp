@@ -4,8 +4,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "runtime/store/announce.h"
 #include "tarnbase/record.h"
 #include "tarnbase/runtime.h"
+
+using tarn::runtime::announced_set;
 
 namespace {
 
@@ -49,8 +52,8 @@ void add_variants(kel_handle *handle, kel_variant_info &info, const kel_variant_
     // The old records stay: the log of an open transaction may name their counters.
     kel_variant_usage *usage = make_usage(handle, constant, info);
     if (usage == nullptr) return;
-    info.variants = usage;
-    info.variant_count = constant.variant_count;
+    announced_set(handle, KEL_TX_NONE, info.variants, usage);
+    announced_set(handle, KEL_TX_NONE, info.variant_count, constant.variant_count);
 }
 
 }  // namespace
@@ -77,7 +80,7 @@ void kel_update_variant_info(kel_handle *handle, std::uint32_t, kel_type_info_co
     kel_variant_info *&info = copy->info.variant_info;
     const kel_variant_info &known = *constant->variant_info;
     if (is_new != 0 || info == nullptr) {
-        info = make_variant_info(handle, known);
+        announced_set(handle, KEL_TX_NONE, info, make_variant_info(handle, known));
     } else if (info->variant_count < known.variant_count) {
         add_variants(handle, *info, known);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Telling what a `_cr` creation made in the store from what it gave in its place.
-#include "runtime/store/store.h"
+#include "runtime/store/handle.h"
 #include "tarnbase/embedded.h"
 
 namespace {

@@ -28,7 +28,8 @@ std::uint32_t kel_handle_create(kel_store *store, std::uint32_t store_types_enab
     if (store == nullptr) return fail(EINVAL, "kel_handle_create: the store is null");
     auto *made = new (std::nothrow) Handle{};
     if (made == nullptr) return fail(ENOMEM, "kel_handle_create: no memory");
-    set_hooks(*made, *store);
+    made->store = store;
+    set_hooks(*made);
     made->store_types_enabled = store_types_enabled;
     made->cr_tx_id = KEL_TX_NONE;
     made->hd_mapping_enabled = 1;

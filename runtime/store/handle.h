@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // A handle of the embedded runtime: what everybody sees, and behind it what belongs
-// to the runtime alone.
+// to the runtime alone. It is the `arena`, the `type_map` and the `type_arena` of itself:
+// what a hook or a service of the tree gets leads to the handle, and so to its hooks.
 #ifndef TARNBASE_RUNTIME_STORE_HANDLE_H
 #define TARNBASE_RUNTIME_STORE_HANDLE_H
 
@@ -9,11 +10,14 @@
 #include <memory>
 
 #include "runtime/replication/attachment.h"
+#include "runtime/store/announce.h"
+#include "runtime/store/store.h"
 #include "tarnbase/embedded.h"
 
 namespace tarn::runtime {
 
 struct Handle : kel_handle {
+    kel_store *store = nullptr;
     kel_state_tracking tracking{};
     std::uint32_t workspace_length = 1U << 20;
     std::unique_ptr<std::byte[]> workspace;  // made when it is first asked for
@@ -28,20 +32,12 @@ inline const Handle &private_part(const kel_handle *handle) {
     return *static_cast<const Handle *>(handle);
 }
 
-// Fills in the hooks of a handle on that store.
-void set_hooks(kel_handle &handle, kel_store &store);
+inline Handle *handle_of(void *arena) { return static_cast<Handle *>(arena); }
 
-// Announces `length` bytes at `address` through the handle's hook.
-inline void announce(kel_handle *handle, std::uint32_t tx_id, void *address, std::uint64_t length) {
-    handle->write_log_hook(handle->arena, address, length, tx_id);
-}
+inline kel_store &store_of(const kel_handle *handle) { return *private_part(handle).store; }
 
-// Announces a store through the handle's hook and makes it.
-template <typename T>
-void announced_set(kel_handle *handle, std::uint32_t tx_id, T &place, T value) {
-    announce(handle, tx_id, &place, sizeof(T));
-    place = value;
-}
+// Fills in the hooks of a handle, and what they get.
+void set_hooks(Handle &handle);
 
 // Reports an error: in `*err` first, then in the handle.
 void report_error(kel_handle *handle, std::uint32_t *err, std::uint32_t code);

@@ -1,46 +1,47 @@
 // SPDX-License-Identifier: Apache-2.0
-// The hooks of a handle. Each takes the store as its first argument.
+// The hooks of a handle. The first argument of each leads to the handle.
 #include "runtime/store/handle.h"
 #include "runtime/store/store.h"
 #include "runtime/store/type_map.h"
 
 namespace {
 
+using tarn::runtime::handle_of;
 using tarn::runtime::store_of;
 
 void *type_alloc(void *type_arena, std::uint32_t tx_id, std::uint64_t size) {
-    return store_of(type_arena).allocate(tx_id, size);
+    return store_of(handle_of(type_arena)).allocate(tx_id, size);
 }
 
 void *alloc(void *arena, std::uint32_t tx_id, std::uint64_t size) {
-    return store_of(arena).allocate(tx_id, size);
+    return store_of(handle_of(arena)).allocate(tx_id, size);
 }
 
 void free_block(void *arena, std::uint32_t tx_id, void *block) {
-    if (block != nullptr) store_of(arena).release(tx_id, block);
+    if (block != nullptr) store_of(handle_of(arena)).release(tx_id, block);
 }
 
 void write_log(void *arena, void *address, std::uint64_t length, std::uint32_t tx_id) {
-    store_of(arena).log_write(tx_id, address, length);
+    store_of(handle_of(arena)).log_write(tx_id, address, length);
 }
 
 void delta_log(void *arena, std::uint64_t *address, std::int32_t delta, std::uint32_t tx_id) {
-    store_of(arena).log_delta(tx_id, address, delta);
+    store_of(handle_of(arena)).log_delta(tx_id, address, delta);
 }
 
 // A descriptor's copy stays when the transaction that needed it is taken back.
 void type_map_insert(void *type_map, std::uint32_t, const char *luid_text,
                      kel_type_info_copy *copy) {
-    tarn::runtime::type_map_insert(store_of(type_map), luid_text, copy);
+    tarn::runtime::type_map_insert(handle_of(type_map), luid_text, copy);
 }
 
 kel_type_info_copy *type_map_lookup(void *type_map, std::uint32_t, const char *luid_text) {
-    return tarn::runtime::type_map_lookup(store_of(type_map), luid_text);
+    return tarn::runtime::type_map_lookup(store_of(handle_of(type_map)), luid_text);
 }
 
 }  // namespace
 
-void tarn::runtime::set_hooks(kel_handle &handle, kel_store &store) {
+void tarn::runtime::set_hooks(Handle &handle) {
     handle.type_alloc_hook = type_alloc;
     handle.alloc_hook = alloc;
     handle.free_hook = free_block;
@@ -48,7 +49,7 @@ void tarn::runtime::set_hooks(kel_handle &handle, kel_store &store) {
     handle.delta_log_hook = delta_log;
     handle.type_map_insert_hook = ::type_map_insert;
     handle.type_map_lookup_hook = ::type_map_lookup;
-    handle.arena = &store;
-    handle.type_map = &store;
-    handle.type_arena = &store;
+    handle.arena = &handle;
+    handle.type_map = &handle;
+    handle.type_arena = &handle;
 }

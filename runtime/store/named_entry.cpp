@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "runtime/index/tree.h"
+#include "runtime/store/handle.h"
 
 namespace tarn::runtime {
 
@@ -26,24 +27,24 @@ NamedEntry *find_named(void *root, const char *name) {
     return entry_of(tree_find(root, &probe.node, compare_names));
 }
 
-NamedEntry *add_named(kel_store &store, void **anchor, const char *name, void *value) {
+NamedEntry *add_named(kel_handle *handle, void **anchor, const char *name, void *value) {
     const std::size_t length = std::strlen(name) + 1;
-    auto *entry =
-        static_cast<NamedEntry *>(store.allocate(KEL_TX_NONE, sizeof(NamedEntry) + length));
+    auto *entry = static_cast<NamedEntry *>(
+        store_of(handle).allocate(KEL_TX_NONE, sizeof(NamedEntry) + length));
     if (entry == nullptr) return nullptr;
     auto *text = reinterpret_cast<char *>(entry + 1);
     std::memcpy(text, name, length);
     entry->name = text;
     entry->value = value;
-    tree_insert(&store, KEL_TX_NONE, anchor, &entry->node, compare_names);
+    tree_insert(handle, KEL_TX_NONE, anchor, &entry->node, compare_names);
     return entry;
 }
 
-void remove_named(kel_store &store, void **anchor, const char *name) {
+void remove_named(kel_handle *handle, void **anchor, const char *name) {
     NamedEntry *entry = find_named(*anchor, name);
     if (entry == nullptr) return;
-    tree_remove(&store, KEL_TX_NONE, anchor, &entry->node);
-    store.release(KEL_TX_NONE, entry);
+    tree_remove(handle, KEL_TX_NONE, anchor, &entry->node);
+    store_of(handle).release(KEL_TX_NONE, entry);
 }
 
 }  // namespace tarn::runtime

@@ -4,7 +4,8 @@
 #ifndef TARNBASE_RUNTIME_STORE_NAMED_ENTRY_H
 #define TARNBASE_RUNTIME_STORE_NAMED_ENTRY_H
 
-#include "runtime/store/store.h"
+#include "tarnbase/handle.h"
+#include "tarnbase/record.h"
 
 namespace tarn::runtime {
 
@@ -19,9 +20,9 @@ static_assert(sizeof(NamedEntry) == 48);
 // The entry of that name, or null.
 NamedEntry *find_named(void *root, const char *name);
 // Enters a name that isn't there. Null: no memory.
-NamedEntry *add_named(kel_store &store, void **anchor, const char *name, void *value);
+NamedEntry *add_named(kel_handle *handle, void **anchor, const char *name, void *value);
 // Removes a name; an absent one is no error.
-void remove_named(kel_store &store, void **anchor, const char *name);
+void remove_named(kel_handle *handle, void **anchor, const char *name);
 
 }  // namespace tarn::runtime
 

@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A store as this process has it open. It is the `arena`, the `type_map` and the
-// `type_arena` of its handles. What every process shares begins at the header.
+// A store as this process has it open. What every process shares begins at the header.
 #ifndef TARNBASE_RUNTIME_STORE_STORE_H
 #define TARNBASE_RUNTIME_STORE_STORE_H
 
@@ -36,12 +35,6 @@ struct kel_store {
     // Announce changes that are about to be made, as the log hooks do.
     void log_write(std::uint32_t tx_id, const void *address, std::uint64_t length);
     void log_delta(std::uint32_t tx_id, const void *address, std::int32_t delta);
-    // Announces a store and makes it.
-    template <typename T>
-    void set(std::uint32_t tx_id, T &place, T value) {
-        log_write(tx_id, &place, sizeof(T));
-        place = value;
-    }
 
     // Whether bytes lie in the part of the store that is in use.
     bool contains(const void *address, std::uint64_t length) const;
@@ -65,12 +58,5 @@ struct kel_store {
     bool allocation_is_to_fail();
     void close_slot(tarn::runtime::TransactionSlot &slot);
 };
-
-namespace tarn::runtime {
-
-inline kel_store &store_of(void *arena) { return *static_cast<kel_store *>(arena); }
-inline kel_store &store_of(const kel_handle *handle) { return store_of(handle->arena); }
-
-}  // namespace tarn::runtime
 
 #endif

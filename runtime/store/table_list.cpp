@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "runtime/store/store.h"
+#include "runtime/store/handle.h"
 #include "tarnbase/runtime.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cerrno>
 
 #include "runtime/store/error_text.h"
-#include "runtime/store/store.h"
+#include "runtime/store/handle.h"
 
 using tarn::runtime::fail;
 using tarn::runtime::store_of;

@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/type_map.h"
 
+#include "runtime/store/handle.h"
 #include "runtime/store/named_entry.h"
 
 namespace tarn::runtime {
 
-void type_map_insert(kel_store &store, const char *luid_text, kel_type_info_copy *copy) {
-    if (NamedEntry *entry = find_named(store.header->types, luid_text)) {
-        entry->value = copy;
+void type_map_insert(kel_handle *handle, const char *luid_text, kel_type_info_copy *copy) {
+    void *&types = store_of(handle).header->types;
+    if (NamedEntry *entry = find_named(types, luid_text)) {
+        announced_set(handle, KEL_TX_NONE, entry->value, static_cast<void *>(copy));
     } else {
-        add_named(store, &store.header->types, luid_text, copy);
+        add_named(handle, &types, luid_text, copy);
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include "runtime/index/tree.h"
 #include "runtime/store/handle.h"
-#include "runtime/store/store.h"
 #include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;
@@ -42,12 +41,13 @@ TenantCounters *find(const kel_table *table, std::uint16_t tenant) {
 }
 
 // Null: no memory.
-TenantCounters *make(kel_store &store, std::uint32_t tx_id, kel_table *table,
+TenantCounters *make(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
                      std::uint16_t tenant) {
-    auto *made = static_cast<TenantCounters *>(store.allocate(tx_id, sizeof(TenantCounters)));
+    auto *made =
+        static_cast<TenantCounters *>(store_of(handle).allocate(tx_id, sizeof(TenantCounters)));
     if (made == nullptr) return nullptr;
     made->tenant = tenant;
-    tree_insert(&store, tx_id, &table->tenant_counters, &made->node, compare_tenants);
+    tree_insert(handle, tx_id, &table->tenant_counters, &made->node, compare_tenants);
     return made;
 }
 
@@ -57,10 +57,9 @@ void keldb_update_tenant_counter(kel_handle *handle, std::uint32_t tx_id, kel_ta
                                  std::uint32_t direction, std::uint16_t tenant, std::uint8_t src,
                                  std::uint32_t *err) {
     if (*err != 0) return;
-    kel_store &store = store_of(handle);
     TenantCounters *counters = find(table, tenant);
     if (counters == nullptr && direction == 0) return;
-    if (counters == nullptr) counters = make(store, tx_id, table, tenant);
+    if (counters == nullptr) counters = make(handle, tx_id, table, tenant);
     if (counters == nullptr) {
         report_error(handle, err, ENOMEM);
         return;
@@ -68,9 +67,9 @@ void keldb_update_tenant_counter(kel_handle *handle, std::uint32_t tx_id, kel_ta
     // A tenant can take away records that another one has added: never below zero.
     const auto change = [&](std::uint32_t &counter) {
         if (direction != 0) {
-            store.set(tx_id, counter, counter + 1);
+            announced_set(handle, tx_id, counter, counter + 1);
         } else if (counter != 0) {
-            store.set(tx_id, counter, counter - 1);
+            announced_set(handle, tx_id, counter, counter - 1);
         }
     };
     change(counters->total);
@@ -89,9 +88,8 @@ void keldb_get_tenant_counter(kel_handle *, std::uint32_t, kel_table *table, std
 
 void tarn::runtime::drop_tenant_counters(kel_handle *handle, std::uint32_t tx_id,
                                          kel_table *table) {
-    kel_store &store = store_of(handle);
     while (kel_index_node *node = tree_first(table->tenant_counters)) {
-        tree_remove(&store, tx_id, &table->tenant_counters, node);
-        store.release(tx_id, node);
+        tree_remove(handle, tx_id, &table->tenant_counters, node);
+        store_of(handle).release(tx_id, node);
     }
 }

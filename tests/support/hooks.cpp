@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tests/support/service_at_work.h"
+
 namespace tarn::test {
 
 namespace {
@@ -45,8 +47,10 @@ struct HookForwarder {
     }
 
     static void write_log(void *arena, void *address, std::uint64_t length, std::uint32_t tx_id) {
-        const auto *bytes = static_cast<const std::uint8_t *>(address);
-        note(Hook::write_log, address, length, tx_id).before.assign(bytes, bytes + length);
+        if (!ServiceAtWork::any()) {
+            const auto *bytes = static_cast<const std::uint8_t *>(address);
+            note(Hook::write_log, address, length, tx_id).before.assign(bytes, bytes + length);
+        }
         current->original_.write_log_hook(arena, address, length, tx_id);
     }
 
@@ -61,6 +65,7 @@ struct HookForwarder {
     static void type_map_insert(void *map, std::uint32_t tx_id, const char *luid_text,
                                 kel_type_info_copy *copy) {
         note(Hook::type_map_insert, copy, 0, tx_id);
+        const ServiceAtWork mark;
         current->original_.type_map_insert_hook(map, tx_id, luid_text, copy);
     }
 

@@ -62,9 +62,7 @@ TEST_P(CrForms, RunInTheHandlesTransaction) {
         {
             HookRecorder hooks(stage.handle);
             Stage::invoke(each, arguments);
-            // A table's block belongs to no transaction.
-            const u32 expected = each.ends_with("_open_cr") ? KEL_TX_NONE : tx;
-            for (const HookEvent &event : hooks.events) EXPECT_EQ(event.tx_id, expected);
+            Stage::expect_transaction(each, hooks, tx);
             const bool stores = each.ends_with("_create_cr") || each.ends_with("_destroy_cr") ||
                                 each.ends_with("_delete_cr") || each.ends_with("_clone_cr") ||
                                 each.ends_with("_mem_cr");

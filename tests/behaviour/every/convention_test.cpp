@@ -152,9 +152,7 @@ TEST_P(Transaction, OfTheCallerIsToldToEveryHook) {
         {
             const HookRecorder hooks(stage.handle);
             Stage::invoke(each, arguments);
-            // A table's block is made outside of any.
-            const u32 expected = each.result == "kel_table *" ? KEL_TX_NONE : tx;
-            for (const HookEvent &event : hooks.events) EXPECT_EQ(event.tx_id, expected);
+            Stage::expect_transaction(each, hooks, tx);
         }
         ASSERT_EQ(kel_transaction_rollback(stage.handle, tx), 0U);
     }

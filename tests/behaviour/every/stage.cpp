@@ -141,6 +141,15 @@ u64 Stage::invoke(const Prototype &function, const std::vector<Word> &arguments)
     return call_address(address, arguments);
 }
 
+void Stage::expect_transaction(const Prototype &function, const HookRecorder &hooks, u32 tx) {
+    const bool opens = function.result == "kel_table *";
+    const bool names = opens || function.ends_with("_table_free");
+    for (const HookEvent &event : hooks.events) {
+        if (names && event.hook == Hook::write_log) continue;
+        EXPECT_EQ(event.tx_id, opens ? KEL_TX_NONE : tx);
+    }
+}
+
 u64 Stage::place(u64 word) const {
     const auto base = reinterpret_cast<std::uintptr_t>(session.describe().base);
     return word >= base && word < base + session.describe().size ? word - base : word;

@@ -27,6 +27,11 @@ class Stage {
     // Calls without the note that `call` makes for the count of functions called.
     static u64 invoke(const Prototype &function, const std::vector<Word> &arguments);
 
+    // Expects that a call in `tx` told the hooks so. A table's block is made outside of any;
+    // and what the services of names and mappings store for a table that is opened or freed
+    // is theirs to place.
+    static void expect_transaction(const Prototype &function, const HookRecorder &hooks, u32 tx);
+
     // An address as its place in the store, so that it is the same on every stage;
     // other words as they are.
     u64 place(u64 word) const;

@@ -88,12 +88,21 @@ class StructureHooks : public StructureTest {
         }
         steps.push_back({'w', &head(object)->flags, 1, {head(object)->flags}});
     }
+    // The service that forgets a field's distance clears its flag.
     void add_destruction(const Structure &of, void *object) const {
         for (const Field &field : fields_of(of)) {
-            if (field.structure != nullptr)
-                add_destruction(*field.structure, at(object, field.offset));
+            void *place = at(object, field.offset);
+            if (field.structure != nullptr) {
+                add_destruction(*field.structure, place);
+            } else if (tracking && owns_state(field.kind)) {
+                add_leaving(place);
+            }
         }
         add_deltas(object, &kel_variant_usage::destroyed, -1);
+        if ((head(object)->flags & OBJ_STATE_ELSEWHERE) != 0) add_leaving(object);
+    }
+    void add_leaving(const void *object) const {
+        steps.push_back({'w', &head(object)->flags, 1, {head(object)->flags}});
     }
 
     // The calls about the object's bytes, its block, and the counters of its type

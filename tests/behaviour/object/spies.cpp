@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "tests/support/service_at_work.h"
+
 namespace tarn::test {
 
 Spies spies;
@@ -90,6 +92,13 @@ void kel_store_epoch_err(kel_handle *handle, uint32_t code, uint32_t *err) {
 void ptrail_module_init_fn(const char *name, uint16_t *module_id, uint64_t *state) {
     spies.note("ptrail_module_init_fn", nullptr);
     RUNTIME(ptrail_module_init_fn)(name, module_id, state);
+}
+
+const kel_type_info *kel_type_info_ptr_get(kel_handle *handle, uint32_t tx_id,
+                                           const kel_type_info *constant,
+                                           kel_type_info_initializer initializer) {
+    const tarn::test::ServiceAtWork mark;
+    return RUNTIME(kel_type_info_ptr_get)(handle, tx_id, constant, initializer);
 }
 
 uint32_t kel_domain_lookup_variant(kel_handle *handle, kel_variant_domain *domain,

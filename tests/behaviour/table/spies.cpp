@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "tests/support/service_at_work.h"
+
 namespace tarn::test {
 
 Spies spies;
@@ -71,6 +73,7 @@ using tarn::test::Call;
 using tarn::test::next;
 using tarn::test::note_node;
 using tarn::test::spies;
+using tarn::test::Storing;
 
 // The runtime's function of the same name.
 #define RUNTIME(service) next(&service, #service)
@@ -109,7 +112,7 @@ void kellib_record_update_ra_all(kel_handle *handle, uint32_t tx_id, kel_record 
     call.tx_id = tx_id;
     call.subject = record;
     call.arguments = {uuid, mark};
-    static auto *const real = RUNTIME(kellib_record_update_ra_all);
+    static const Storing real(RUNTIME(kellib_record_update_ra_all));
     real(handle, tx_id, record, uuid, mark);
 }
 
@@ -124,13 +127,13 @@ uint32_t loam_set_key(void *arena, const char *key, void *value) {
     call.text = key;
     call.subject = value;
     if (spies.wishes.set_key) return *spies.wishes.set_key;
-    static auto *const real = RUNTIME(loam_set_key);
+    static const Storing real(RUNTIME(loam_set_key));
     return real(arena, key, value);
 }
 
 void loam_delete_key(void *arena, const char *key) {
     spies.note("loam_delete_key").text = key;
-    static auto *const real = RUNTIME(loam_delete_key);
+    static const Storing real(RUNTIME(loam_delete_key));
     real(arena, key);
 }
 
@@ -171,7 +174,7 @@ void tbi_rb_tree_LM_RB_INSERT(void *arena, uint32_t tx_id, kel_table_id_tree *tr
     Call &call = spies.note("tbi_rb_tree_LM_RB_INSERT");
     call.tx_id = tx_id;
     call.subject = block;
-    static auto *const real = RUNTIME(tbi_rb_tree_LM_RB_INSERT);
+    static const Storing real(RUNTIME(tbi_rb_tree_LM_RB_INSERT));
     real(arena, tx_id, tree_head, block);
 }
 
@@ -180,7 +183,7 @@ void tbi_rb_tree_LM_RB_REMOVE(void *arena, uint32_t tx_id, kel_table_id_tree *tr
     Call &call = spies.note("tbi_rb_tree_LM_RB_REMOVE");
     call.tx_id = tx_id;
     call.subject = block;
-    static auto *const real = RUNTIME(tbi_rb_tree_LM_RB_REMOVE);
+    static const Storing real(RUNTIME(tbi_rb_tree_LM_RB_REMOVE));
     real(arena, tx_id, tree_head, block);
 }
 
@@ -195,7 +198,7 @@ void *kel_oid_mapping_create(kel_handle *handle, uint32_t tx_id, void *object, u
         *err = spies.wishes.mapping_error;
         return object;
     }
-    static auto *const real = RUNTIME(kel_oid_mapping_create);
+    static const Storing real(RUNTIME(kel_oid_mapping_create));
     return real(handle, tx_id, object, kind, dynamic, ior, err);
 }
 
@@ -209,7 +212,7 @@ uint32_t kel_request_oid_mapping_destroy(kel_handle *handle, uint32_t tx_id, voi
         return 1;
     }
     if (spies.wishes.request_unmapping) return *spies.wishes.request_unmapping;
-    static auto *const real = RUNTIME(kel_request_oid_mapping_destroy);
+    static const Storing real(RUNTIME(kel_request_oid_mapping_destroy));
     return real(handle, tx_id, object, err);
 }
 
@@ -221,7 +224,7 @@ void kel_hd_mapping_destroy(kel_handle *handle, uint32_t tx_id, void *object, ui
         *err = spies.wishes.hd_mapping_error;
         return;
     }
-    static auto *const real = RUNTIME(kel_hd_mapping_destroy);
+    static const Storing real(RUNTIME(kel_hd_mapping_destroy));
     real(handle, tx_id, object, err);
 }
 
@@ -232,21 +235,21 @@ const kel_type_info *kel_type_info_ptr_get(kel_handle *handle, uint32_t tx_id,
     call.tx_id = tx_id;
     call.subject = constant;
     if (spies.wishes.descriptor != nullptr) return spies.wishes.descriptor;
-    static auto *const real = RUNTIME(kel_type_info_ptr_get);
+    static const Storing real(RUNTIME(kel_type_info_ptr_get));
     return real(handle, tx_id, constant, initializer);
 }
 
 uint32_t e_avl_insert(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                       uintptr_t *aux, e_avl_compare_function compare) {
     note_node("e_avl_insert", tx_id, node, arena, root, aux, compare);
-    static auto *const real = RUNTIME(e_avl_insert);
+    static const Storing real(RUNTIME(e_avl_insert));
     return real(arena, tx_id, root, node, aux, compare);
 }
 
 uint32_t e_avl_delete(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                       uintptr_t *aux, e_avl_compare_function compare) {
     note_node("e_avl_delete", tx_id, node, arena, root, aux, compare);
-    static auto *const real = RUNTIME(e_avl_delete);
+    static const Storing real(RUNTIME(e_avl_delete));
     return real(arena, tx_id, root, node, aux, compare);
 }
 
@@ -309,7 +312,7 @@ void keldb_update_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *
     call.tx_id = tx_id;
     call.subject = table;
     call.arguments = {direction, tenant, src};
-    static auto *const real = RUNTIME(keldb_update_tenant_counter);
+    static const Storing real(RUNTIME(keldb_update_tenant_counter));
     real(handle, tx_id, table, direction, tenant, src, err);
     if (spies.wishes.tenant_counter_error != 0) *err = spies.wishes.tenant_counter_error;
 }
@@ -332,7 +335,7 @@ void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, uint32_t tx_id
     call.subject = record;
     call.arguments = {record->flags};
     call.extra = table;
-    static auto *const real = RUNTIME(keldb_enq_rec_move_write_cursor_internal);
+    static const Storing real(RUNTIME(keldb_enq_rec_move_write_cursor_internal));
     real(handle, tx_id, table, record, err);
     if (spies.wishes.cursor_error != 0) *err = spies.wishes.cursor_error;
 }

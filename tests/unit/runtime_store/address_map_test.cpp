@@ -21,7 +21,7 @@ class MapTest : public SmallStoreTest {
     }
 
     MapRoot *root = static_cast<MapRoot *>(store.allocate(sizeof(MapRoot)));
-    AddressMap map{*store.store, *root};
+    AddressMap map{store.handle, *root};
 };
 
 class RandomMap : public MapTest, public ::testing::WithParamInterface<std::uint32_t> {

@@ -13,11 +13,11 @@ namespace {
 
 class KeyedStore : public SmallStoreTest {
  protected:
-    void *find(const std::string &key) { return loam_get_key(store.store, key.c_str()); }
+    void *find(const std::string &key) { return loam_get_key(store.handle->arena, key.c_str()); }
     std::uint32_t set(const std::string &key, void *value) {
-        return loam_set_key(store.store, key.c_str(), value);
+        return loam_set_key(store.handle->arena, key.c_str(), value);
     }
-    void remove(const std::string &key) { loam_delete_key(store.store, key.c_str()); }
+    void remove(const std::string &key) { loam_delete_key(store.handle->arena, key.c_str()); }
 
     int values[10] = {};
 };
@@ -94,10 +94,10 @@ TEST_F(KeyedStore, sets_a_key_anew_without_memory) {
 
 TEST_F(KeyedStore, accepts_ranges_of_the_store_alone) {
     void *block = store.allocate(100);
-    EXPECT_EQ(loam_set_range(store.store, block, 100, KEL_TX_NONE), 1U);
-    EXPECT_EQ(loam_set_range(store.store, values, sizeof values, KEL_TX_NONE), 0U);
+    EXPECT_EQ(loam_set_range(store.handle->arena, block, 100, KEL_TX_NONE), 1U);
+    EXPECT_EQ(loam_set_range(store.handle->arena, values, sizeof values, KEL_TX_NONE), 0U);
     EXPECT_NE(std::string(kel_error_text()).find("is not in the store"), std::string::npos);
-    EXPECT_EQ(loam_set_range(store.store, block, small_capacity, KEL_TX_NONE), 0U);
+    EXPECT_EQ(loam_set_range(store.handle->arena, block, small_capacity, KEL_TX_NONE), 0U);
 }
 
 class TypeMap : public SmallStoreTest {

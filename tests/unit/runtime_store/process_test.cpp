@@ -85,14 +85,14 @@ int stop_in_a_transaction(Peer &test, const char *path) {
     kel_handle *handle = store.handle;
     std::uint64_t *number = store.find("number");
     for (std::uint64_t i = 1; i <= 3000; ++i) {
-        TARN_PEER_EXPECT(handle->alloc_hook(store.store, tx, i * 7 % 3000) != nullptr);
+        TARN_PEER_EXPECT(handle->alloc_hook(store.handle->arena, tx, i * 7 % 3000) != nullptr);
         store.set(tx, number + 1, i);
-        handle->delta_log_hook(store.store, number, 3, tx);
+        handle->delta_log_hook(store.handle->arena, number, 3, tx);
         *number += 3;
     }
-    handle->delta_log_hook(store.store, &outside, 1, tx);
-    handle->free_hook(store.store, tx, number);
-    TARN_PEER_EXPECT(handle->alloc_hook(store.store, tx, 3 << 20) != nullptr);
+    handle->delta_log_hook(store.handle->arena, &outside, 1, tx);
+    handle->free_hook(store.handle->arena, tx, number);
+    TARN_PEER_EXPECT(handle->alloc_hook(store.handle->arena, tx, 3 << 20) != nullptr);
     TARN_PEER_EXPECT(test.tell());
     for (;;) ::pause();
 }
@@ -171,7 +171,8 @@ int stop_in_a_commit(Peer &test, const char *path) {
     TARN_PEER_EXPECT(kel_transaction_begin(store.handle, &tx) == 0);
     std::uint64_t *number = store.find("number");
     store.set(tx, number, 101);
-    for (int i = 0; i < 2; ++i) store.handle->free_hook(store.store, tx, store.find("spare"));
+    for (int i = 0; i < 2; ++i)
+        store.handle->free_hook(store.handle->arena, tx, store.find("spare"));
     store.set(tx, number + 1, 201);
     TARN_PEER_EXPECT(kel_transaction_commit(store.handle, tx) == 0);
     return complain("the commit came to its end");

@@ -36,15 +36,15 @@ class OpenStore {
     }
     // A block found under a key, and one that is made and put there.
     std::uint64_t *find(const char *key) const {
-        return static_cast<std::uint64_t *>(loam_get_key(store, key));
+        return static_cast<std::uint64_t *>(loam_get_key(handle->arena, key));
     }
     std::uint64_t *make(const char *key, std::uint64_t size = 8) const {
-        void *block = handle->alloc_hook(store, KEL_TX_NONE, size);
-        loam_set_key(store, key, block);
+        void *block = handle->alloc_hook(handle->arena, KEL_TX_NONE, size);
+        loam_set_key(handle->arena, key, block);
         return static_cast<std::uint64_t *>(block);
     }
     void set(std::uint32_t tx, std::uint64_t *place, std::uint64_t value) const {
-        handle->write_log_hook(store, place, sizeof value, tx);
+        handle->write_log_hook(handle->arena, place, sizeof value, tx);
         *place = value;
     }
 

@@ -258,7 +258,7 @@ TEST_F(StoreFile, close_takes_back_what_was_not_committed) {
         std::uint32_t tx = 0;
         ASSERT_EQ(kel_transaction_begin(first.handle, &tx), 0U);
         first.set(tx, number, 9);
-        ASSERT_NE(first.handle->alloc_hook(first.store, tx, 500), nullptr);
+        ASSERT_NE(first.handle->alloc_hook(first.handle->arena, tx, 500), nullptr);
     }
     const OpenStore again(path.c_str());
     EXPECT_EQ(*again.find("number"), 0U);

@@ -59,10 +59,10 @@ class Tree {
     }
 
     bool insert(Entry *entry, std::uint32_t tx = KEL_TX_NONE) {
-        return e_avl_insert(store_.store, tx, anchor, &entry->node, &aux, compare) != 0;
+        return e_avl_insert(store_.handle->arena, tx, anchor, &entry->node, &aux, compare) != 0;
     }
     bool remove(Entry *entry, std::uint32_t tx = KEL_TX_NONE) {
-        return e_avl_delete(store_.store, tx, anchor, &entry->node, &aux, compare) != 0;
+        return e_avl_delete(store_.handle->arena, tx, anchor, &entry->node, &aux, compare) != 0;
     }
     kel_index_node *find(int key) const {
         const Entry probe{{}, key};
@@ -317,13 +317,13 @@ class TableIdTree : public SmallStoreTest {
     kel_table *find(std::uint64_t id) {
         kel_table probe{};
         probe.table_id = id;
-        return tbi_rb_tree_LM_RB_FIND(store.store, KEL_TX_NONE, head, &probe, nullptr);
+        return tbi_rb_tree_LM_RB_FIND(store.handle->arena, KEL_TX_NONE, head, &probe, nullptr);
     }
     void insert(kel_table *table) {
-        tbi_rb_tree_LM_RB_INSERT(store.store, KEL_TX_NONE, head, table);
+        tbi_rb_tree_LM_RB_INSERT(store.handle->arena, KEL_TX_NONE, head, table);
     }
     void remove(kel_table *table) {
-        tbi_rb_tree_LM_RB_REMOVE(store.store, KEL_TX_NONE, head, table);
+        tbi_rb_tree_LM_RB_REMOVE(store.handle->arena, KEL_TX_NONE, head, table);
     }
 
     kel_table_id_tree *head =
