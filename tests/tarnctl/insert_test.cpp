@@ -114,7 +114,7 @@ TEST_F(Insert, TakesBytesInHexadecimal) {
     EXPECT_EQ(connections(store, std::string("\0\xff\n", 3)), 5U);
     EXPECT_EQ(nlohmann::json::parse(outcome.out)["changes"][0]["key"]["sname"]["hex"], "00ff0a");
 
-    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname:hex=0", "num_conns=5"}).exit_code, 3);
+    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname:hex=0", "num_conns=5"}).exit_code, 2);
     EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=x", "num_conns:hex=05"}).exit_code, 2);
 }
 
@@ -126,7 +126,7 @@ TEST_F(Insert, TakesAWholeArray) {
     EXPECT_NE(outcome.out.find("    minute: 7 0 0 0"), std::string::npos) << outcome.out;
 
     const Outcome short_one = on_store({"insert", "aaa_servers", "sname=radius3", "minute=1 2"});
-    EXPECT_EQ(short_one.exit_code, 3);
+    EXPECT_EQ(short_one.exit_code, 2);
     EXPECT_NE(short_one.err.find("minute: expected 1440 numbers"), std::string::npos)
         << short_one.err;
 }
@@ -162,7 +162,7 @@ TEST_F(Insert, RefusesWordsThatAreNoFields) {
 TEST_F(Insert, RefusesValuesThatAreNone) {
     const std::string before = example_test::read_file(store);
     const Outcome number = on_store({"insert", "ldap_conn", "sname=x", "num_conns=many"});
-    EXPECT_EQ(number.exit_code, 3);
+    EXPECT_EQ(number.exit_code, 2);
     EXPECT_NE(number.err.find("num_conns: expected a number"), std::string::npos) << number.err;
     const Outcome source = on_store({"insert", "ldap_conn", "sname=x", "--source", "256"});
     EXPECT_EQ(source.exit_code, 2);

@@ -45,6 +45,26 @@ TEST(Program, PrintsTheHelpOfACommandThatIsNamed) {
     EXPECT_EQ(none.err, "tarnctl: no command `shwo`; did you mean `show`?\n");
 }
 
+TEST_F(WithStore, GetsArgumentsWhoseValuesCantBeReadAsUsageErrors) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {"show", "ldap_conn", "--where", "num_conns=abc"},
+        {"find", "ldap_conn", "num_conns>-1"},
+        {"find", "ldap_conn", "sname:hex=0"},
+        {"get", "pexSessionEntry_op", "x", "s1", "0"},
+        {"get", "ldap_conn", "sname:hex=0"},
+        {"insert", "ldap_conn", "sname=new", "num_conns=abc"},
+        {"set", "ldap_conn", "a.example", "num_conns=foo"},
+        {"set", "ldap_conn", "a.example", "num_conns+=x"},
+        {"set", "ldap_conn", "--where", "num_conns=abc", "num_conns=1"},
+        {"delete", "ldap_conn", "--where", "num_conns=abc"},
+    };
+    for (const std::vector<std::string> &words : wrong) {
+        const Outcome outcome = on_store(words);
+        EXPECT_EQ(outcome.exit_code, 2) << words[0] << ' ' << words.back() << '\n' << outcome.err;
+        EXPECT_NE(outcome.err.find(": expected "), std::string::npos) << outcome.err;
+    }
+}
+
 TEST_F(WithStore, IsTakenFromBeforeTheCommandToo) {
     const Outcome outcome =
         tarnctl({"--store", store, "get", "ldap_conn", "a.example", "--field", "num_conns"});

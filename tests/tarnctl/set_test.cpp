@@ -194,7 +194,7 @@ TEST_F(Set, RefusesASumThatTheFieldCannotHold) {
     EXPECT_EQ(below.exit_code, 3);
     EXPECT_EQ(below.err, "tarnctl: num_conns: 1 - 2 is below 0, the smallest value\n");
     EXPECT_EQ(on_store({"set", "aaa_servers", "radius1", "minute[5]+=251"}).exit_code, 3);
-    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "num_conns+=x"}).exit_code, 3);
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "num_conns+=x"}).exit_code, 2);
     EXPECT_EQ(on_store({"set", "aaa_servers", "radius1", "status+=1"}).exit_code, 2);
     EXPECT_EQ(on_store({"set", "aaa_servers", "radius1", "minute+=1"}).exit_code, 2);
     EXPECT_EQ(on_store({"set", "ldap_conn", "sname+=1", "num_conns=1"}).exit_code, 2);

@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "base/argument.h"
 #include "base/options.h"
 #include "cli/suggestion.h"
 #include "commands/command.h"
@@ -64,7 +65,8 @@ Failure not_found(const Store &store, const Instance &instance, const Key &key,
 }
 
 Record find(const Store &store, const Instance &instance, const Options &options) {
-    const Key key(*instance.table, key_texts(*instance.table, options.key));
+    const Key key = read_argument(
+        [&] { return Key(*instance.table, key_texts(*instance.table, options.key)); });
     const TenantScope tenant(options.tenant);
     const Record found = options.nearest || options.before
                              ? find_nearest(store, instance, key, options.source, options.nearest)

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/argument.h"
 #include "base/options.h"
 #include "base/output_file.h"
 #include "commands/command.h"
@@ -85,7 +86,7 @@ Column day_column(const Table &table, const std::string &field) {
 Day read_day(const Options &options) {
     const TableReference reference = parse_table(options.table);
     const Column column = day_column(*reference.table, options.field);
-    const Key key(*reference.table, options.key);
+    const Key key = read_argument([&] { return Key(*reference.table, options.key); });
     const Store store = Store::open_to_read(options.store);
     const Instance instance = find_instance(store, reference);
     const TenantScope tenant(options.tenant);

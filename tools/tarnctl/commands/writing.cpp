@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/argument.h"
 #include "base/options.h"
 #include "cli/parser.h"
 #include "commands/command.h"
@@ -107,7 +108,7 @@ std::vector<Order> orders_of(Verb verb, const Options &options) {
     if (options.words.table.empty())
         throw Failure(Exit::usage, "TABLE is missing; give a table, or - or --batch for a batch");
     std::vector<Order> orders;
-    orders.push_back(OrderReader().read(verb, options.words));
+    orders.push_back(read_argument([&] { return OrderReader().read(verb, options.words); }));
     return orders;
 }
 

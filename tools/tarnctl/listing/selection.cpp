@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "base/argument.h"
 #include "listing/columns.h"
 #include "listing/sorting.h"
 #include "query/filter.h"
@@ -65,7 +66,8 @@ void sort_groups(Sheet &groups, const std::vector<SortWord> &words) {
 
 void look_at_records(const Store &store, const Instance &instance, const SelectionOptions &options,
                      Selection &selection) {
-    const Filter filter(*instance.table, options.conditions);
+    const Filter filter =
+        read_argument([&] { return Filter(*instance.table, options.conditions); });
     const uint64_t enough = needed(options);
     Progress progress("records", instance.block->record_count);
     for_each_candidate(store, instance, filter, [&](const Record &record) {

@@ -35,8 +35,8 @@ struct Selection {
     std::optional<Sheet> groups;  // in the order of the output
 };
 
-// Where conditions fix the key, no other records are looked at. Failure `usage` or `data` that
-// names what in the options is wrong.
+// Where conditions fix the key, no other records are looked at. Failure `usage` that names
+// what in the options is wrong.
 Selection select(const Store &store, const Instance &instance, const SelectionOptions &options);
 
 }  // namespace tarnctl
