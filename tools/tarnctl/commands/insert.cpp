@@ -20,10 +20,12 @@ With --or-update a record that is there gets the fields that are given and keeps
 the others, and FIELD+=NUMBER adds to what it has; a new record starts at 0.
 
 A batch has one order a line, as `insert TABLE FIELD=VALUE...`, `set TABLE
-KEY... FIELD=VALUE...` or `delete TABLE KEY...`, with their options --source,
---tenant, --where, --all, --create, --or-update and --if-exists; the last three
-hold for all lines if the command line has them. Words are quoted as in a shell, and # begins a
-comment. If one order can't be carried out, none is, and the line is named.
+KEY... FIELD=VALUE...` or `delete TABLE KEY...`. A line takes the options of its
+command that choose records, --source, --tenant, --where and --all, and an
+insert takes --create and --or-update, a set --if-exists. `tarnctl insert` gives
+its --create and --or-update to all inserts of a batch, `tarnctl set` its
+--if-exists to all sets. Words are quoted as in a shell, and # begins a comment.
+If one order can't be carried out, none is, and the line is named.
 
 --json prints {"dry_run", "inserted", "changed", "deleted", "tables",
 "changes"}: counts, the tables that were made, and a list of changes, each

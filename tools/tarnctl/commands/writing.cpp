@@ -70,7 +70,7 @@ class LineParser {
     OrderReader orders_;
 };
 
-// What the command line says besides of inserts and sets holds for all lines.
+// The options of the command line, for all lines whose command has them.
 void add_common(const OrderWords &words, Order &order) {
     order.create = order.create || words.create;
     order.or_update = order.or_update || words.or_update;
