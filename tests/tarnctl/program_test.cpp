@@ -42,7 +42,8 @@ TEST(Program, PrintsTheHelpOfACommandThatIsNamed) {
     EXPECT_EQ(tarnctl({"help", "store", "create"}).out, tarnctl({"store", "create", "--help"}).out);
     const Outcome none = tarnctl({"help", "shwo"});
     EXPECT_EQ(none.exit_code, 2);
-    EXPECT_EQ(none.err, "tarnctl: no command `shwo`; did you mean `show`?\n");
+    EXPECT_EQ(none.err,
+              "tarnctl: no command `shwo`; did you mean `show`?\nTry `tarnctl --help`.\n");
 }
 
 TEST_F(WithStore, GetsArgumentsWhoseValuesCantBeReadAsUsageErrors) {

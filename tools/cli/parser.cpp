@@ -185,7 +185,7 @@ class Parser::Level {
         const std::string name = rest_.front();
         if (name.starts_with("-")) throw no_option(name);
         const Command *inner = command_.command_named(name);
-        if (inner == nullptr) throw UsageError(unknown("command", name, names_of_commands()));
+        if (inner == nullptr) throw no_command(command_, name);
         AllGiven passed;
         for (const Given &each : given) {
             if (each.option->is_passed_on) passed.push_back(each);
@@ -202,22 +202,15 @@ class Parser::Level {
         return names;
     }
 
-    static std::string unknown(const std::string &kind, const std::string &name,
-                               const std::vector<std::string> &known) {
-        const auto near = nearest(name, {known.begin(), known.end()});
-        return "no " + kind + " `" + name + "`" +
-               (near ? "; did you mean `" + std::string(*near) + "`?" : "");
-    }
-
     UsageError no_option(const std::string &word) const {
-        std::vector<std::string> known;
+        std::vector<std::string> names;
         for (const auto &[option, declared] : options_) {
             for (const std::string &each : option->names) {
-                if (!option->is_hidden) known.push_back("--" + each);
+                if (!option->is_hidden) names.push_back("--" + each);
             }
         }
-        const std::string name = word.substr(0, word.find('='));
-        return UsageError(unknown("option", name, known));
+        const std::vector<std::string_view> known(names.begin(), names.end());
+        return UsageError(no_such_text("option", word.substr(0, word.find('=')), known));
     }
 
     // Words that are no options, to the arguments in their order.
@@ -287,6 +280,12 @@ class Parser::Level {
 Parser::Parser(const Command &command) : level_(std::make_unique<Level>(command)) {}
 
 Parser::~Parser() = default;
+
+LineError no_command(const Command &within, const std::string &name) {
+    std::vector<std::string_view> known;
+    for (const Command &each : within.commands) known.push_back(each.name);
+    return {within, no_such_text("command", name, known)};
+}
 
 Request Parser::parse(const std::vector<std::string> &words) { return level_->parse(words, {}); }
 

@@ -20,6 +20,9 @@ class LineError : public UsageError {
     const Command *command;
 };
 
+// That a command of this name isn't within the other, with the nearest name.
+LineError no_command(const Command &within, const std::string &name);
+
 struct Request {
     const Command *command;  // the innermost one that is named
     bool help = false;

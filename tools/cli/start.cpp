@@ -4,9 +4,14 @@
 #include <iostream>
 
 #include "cli/help.h"
-#include "cli/parser.h"
 
 namespace cli {
+
+int report(const Command &program, const LineError &error) {
+    std::cerr << program.name << ": " << error.what() << "\nTry `" << error.command->full_name()
+              << " --help`.\n";
+    return usage_status;
+}
 
 Start start(const Command &program, int argc, const char *const *argv) {
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
@@ -17,9 +22,7 @@ Start start(const Command &program, int argc, const char *const *argv) {
                                    : program.version + "\n");
         return {nullptr, 0};
     } catch (const LineError &error) {
-        std::cerr << program.name << ": " << error.what() << "\nTry `" << error.command->full_name()
-                  << " --help`.\n";
-        return {nullptr, usage_status};
+        return {nullptr, report(program, error)};
     }
 }
 

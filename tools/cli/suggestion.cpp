@@ -49,4 +49,13 @@ std::optional<std::string_view> nearest(std::string_view name,
     return best;
 }
 
+std::string no_such_text(std::string_view kind, std::string_view name,
+                         const std::vector<std::string_view> &known) {
+    std::string text = "no ";
+    text.append(kind).append(" `").append(name).append("`");
+    if (const auto near = nearest(name, known))
+        text.append("; did you mean `").append(*near).append("`?");
+    return text;
+}
+
 }  // namespace cli

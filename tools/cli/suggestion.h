@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,6 +19,10 @@ std::size_t edit_distance(std::string_view a, std::string_view b);
 // of the other case count as the same.
 std::optional<std::string_view> nearest(std::string_view name,
                                         const std::vector<std::string_view> &known);
+
+// "no command `shwo`; did you mean `show`?", with the nearest of the names if one is near.
+std::string no_such_text(std::string_view kind, std::string_view name,
+                         const std::vector<std::string_view> &known);
 
 }  // namespace cli
 

@@ -32,6 +32,8 @@ int main(int argc, char **argv) {
         std::cout.flush();
         if (!std::cout) return fail(tarnctl::Exit::store, "standard output can't be written");
         return static_cast<int>(status);
+    } catch (const cli::LineError &error) {
+        return cli::report(*program, error);
     } catch (const tarnctl::Failure &failure) {
         return fail(failure.code(), failure.what());
     } catch (const std::exception &error) {

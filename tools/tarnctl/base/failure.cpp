@@ -21,10 +21,7 @@ std::vector<cli::Status> exit_statuses() {
 
 Failure no_such(Exit code, std::string_view kind, std::string_view name,
                 const std::vector<std::string_view> &known) {
-    std::string text = fmt::format("no {} `{}`", kind, name);
-    if (const auto near = cli::nearest(name, known))
-        text += fmt::format("; did you mean `{}`?", *near);
-    return Failure(code, text);
+    return Failure(code, cli::no_such_text(kind, name, known));
 }
 
 void need(uint32_t err, std::string_view what) {

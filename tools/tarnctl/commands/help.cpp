@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 
+#include "cli/parser.h"
 #include "commands/command.h"
 #include "terminal/pager.h"
 
@@ -16,11 +17,7 @@ const cli::Command &command_of(const cli::Command &program, const std::vector<st
     const cli::Command *command = &program;
     for (const std::string &name : names) {
         const cli::Command *inner = command->command_named(name);
-        if (inner == nullptr) {
-            std::vector<std::string_view> known;
-            for (const cli::Command &each : command->commands) known.push_back(each.name);
-            throw no_such(Exit::usage, "command", name, known);
-        }
+        if (inner == nullptr) throw cli::no_command(*command, name);
         command = inner;
     }
     return *command;

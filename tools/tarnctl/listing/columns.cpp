@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "base/failure.h"
+#include "query/single_value.h"
 
 namespace tarnctl {
 namespace {
@@ -66,11 +66,10 @@ std::vector<ListingColumn> named_columns(const Table &table,
 }
 
 ListingColumn single_column(const Table &table, const std::string &name) {
-    std::vector<ListingColumn> columns = named_columns(table, {name});
-    const bool whole_array = columns.front().column && columns.front().column->path.whole_array;
-    if (columns.size() == 1 && !whole_array) return std::move(columns.front());
-    throw Failure(Exit::usage, fmt::format("{}: it isn't a single value; name one, as `{}`", name,
-                                           whole_array ? name + "[0]" : columns.front().title()));
+    for (const What what : beside_fields) {
+        if (name == name_of(what)) return {what, std::nullopt};
+    }
+    return {What::field, single_value_column(table, name)};
 }
 
 std::vector<ListingColumn> all_columns(const Table &table) {

@@ -29,13 +29,11 @@ struct ListingColumn {
 // The columns of these names: paths of fields, where a structure stands for all that it holds,
 // tenant, source and pending, and `*` or `all` for all columns. Failure `usage` with a suggestion.
 std::vector<ListingColumn> named_columns(const Table &table, const std::vector<std::string> &names);
-// The column of a name that stands for one. Failure `usage` if it stands for several.
+// The column of a single value. Failure `usage` if the name stands for several.
 ListingColumn single_column(const Table &table, const std::string &name);
-// All fields, behind the tenant and the source.
+// All fields, after the tenant and the source.
 std::vector<ListingColumn> all_columns(const Table &table);
-// The column of a name that stands for one. Failure `usage` if it stands for several.
-ListingColumn single_column(const Table &table, const std::string &name);
-// All fields, behind those of tenant, source and pending that tell the records apart.
+// All fields, after those of tenant, source and pending that tell the records apart.
 std::vector<ListingColumn> telling_columns(const Table &table, const std::vector<Record> &records);
 
 // How a cell is read: by a person, who gets "1440 values" for an array, or by a program.

@@ -9,6 +9,7 @@
 
 #include "base/failure.h"
 #include "model/json.h"
+#include "query/single_value.h"
 
 namespace tarnctl {
 namespace {
@@ -35,14 +36,6 @@ bool fulfils(const Cell &a, Comparison comparison, const Cell &b) {
         default:
             return a == b;
     }
-}
-
-Column single_column(const Table &table, const std::string &name) {
-    Column column = column_named(table, name);
-    if (!column.path.whole_array) return column;
-    throw Failure(Exit::usage, fmt::format("{}: an array isn't a single value; name one of its "
-                                           "elements, as `{}[0]`",
-                                           name, name));
 }
 
 // The field that the operand is, if it is one with which the column can be compared.
@@ -78,7 +71,7 @@ class Filter::Resolver {
 
  private:
     Test test(const ComparisonText &text) const {
-        Column column = single_column(table_, text.field);
+        Column column = single_value_column(table_, text.field);
         if (is_pattern(text.comparison)) {
             const bool ignores_case = text.comparison != Comparison::like_in_case;
             return {std::move(column), text.comparison, Pattern(text.operand.text, ignores_case),
