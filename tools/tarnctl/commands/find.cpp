@@ -53,11 +53,14 @@ void run(const Options &options, Exit &status) {
 constexpr const char *footer = R"(
 A condition compares a field with a value or with another field of the record:
 
-  = != < <= > >=  numbers as numbers, strings by their bytes, addresses in their
-                  order, enumerators by their numbers
-  ~ !~            the value's text matches a regular expression, as `grep -E -i`
-                  takes it, or doesn't: letters of both cases are the same
-  =~              likewise, but case counts
+  = !=       equal (== is the same), not equal
+  < <= > >=  the field is less or greater
+  ~ !~       its text matches a pattern, or doesn't
+  =~         likewise, and case counts
+
+Numbers compare as numbers, strings by their bytes, addresses in their order,
+enumerators by their numbers. A pattern is a regular expression of `grep -E`; in
+~ and !~ letters of both cases are the same.
 
 Conditions are joined with AND, OR, NOT and parentheses; AND binds closer than
 OR. All of several arguments must hold. FIELD is a path such as
@@ -88,7 +91,7 @@ void declare_find(cli::Command &program, Exit &status) {
         .argument("TABLE", cli::into(options->table), "The table, or one of several as TABLE:NAME")
         .required();
     command
-        .argument("FIELD=VALUE", cli::into(options->selection.conditions),
+        .argument("CONDITION", cli::into(options->selection.conditions),
                   "What must hold of a record")
         .required();
     add_store_option(command, options->store);

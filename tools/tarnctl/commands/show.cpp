@@ -39,7 +39,7 @@ destroyed.
 
 --where takes the conditions of `tarnctl find`.
 
---sort puts records that are too old to have the field in front. With --group-by
+--sort puts records that are too old to have the field first. With --group-by
 or --aggregate it takes the columns that are printed, such as count:desc, and
 --limit counts groups.
 
@@ -68,8 +68,10 @@ void declare_show(cli::Command &program, Exit & /*status*/) {
                   "The tables, or one of several as TABLE:NAME")
         .required();
     add_store_option(command, options->store);
-    command.option("-w,--where", "FIELD=VALUE", cli::into(options->selection.conditions),
-                   "Only the records that fulfil this; can be given several times");
+    command.option(
+        "-w,--where", "CONDITION", cli::into(options->selection.conditions),
+        "Only the records that fulfil this, such as FIELD=VALUE; may be repeated, and all "
+        "must hold");
     add_selection_options(command, options->selection);
     add_form_options(command, options->form);
     command.notes = footer;
