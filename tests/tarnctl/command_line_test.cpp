@@ -88,8 +88,12 @@ TEST_F(CommandLine, GivesAProgramsOptionToTheCommandThatFollows) {
     program.command("rest", "Rests");
     EXPECT_EQ(cli::Parser(program).parse({"--store", "a", "show"}).command, &show);
     EXPECT_EQ(store, "a");
-    cli::Parser(program).parse({"--store", "a", "show", "-s", "b"});
-    EXPECT_EQ(store, "b");
+    try {
+        cli::Parser(program).parse({"--store", "a", "show", "-s", "b"});
+        FAIL() << "two stores were taken";
+    } catch (const cli::LineError &error) {
+        EXPECT_STREQ(error.what(), "--store is given more than once");
+    }
     try {
         cli::Parser(program).parse({"-s", "a", "rest"});
         FAIL() << "the store was taken";

@@ -75,5 +75,22 @@ TEST_F(WithStore, IsTakenFromBeforeTheCommandToo) {
               "tarnctl: `tarnctl describe` takes no --store\nTry `tarnctl describe --help`.\n");
 }
 
+TEST_F(WithStore, IsntTakenFromAnEmptyName) {
+    const Outcome outcome = tarnctl({"show", "ldap_conn", "--store", ""});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_TRUE(holds(outcome.err, "--store ``: expected the name of a file\n")) << outcome.err;
+}
+
+TEST_F(WithStore, IsListedByNoEmptyNames) {
+    for (const char *option : {"--columns", "--sort", "--group-by", "--aggregate"}) {
+        for (const char *value : {"", ",", "sname,", ",sname", "sname,,num_conns"}) {
+            const Outcome outcome = on_store({"show", "ldap_conn", option, value});
+            EXPECT_EQ(outcome.exit_code, 2) << option << ' ' << value;
+            EXPECT_TRUE(holds(outcome.err, "`: expected words with commas between them\n"))
+                << outcome.err;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace tarnctl_test

@@ -95,5 +95,13 @@ TEST_F(TableCommand, PrintsNoControlBytesOfANameOrAKey) {
     EXPECT_EQ(table({"drop", "--force", odd}).out, shown + " dropped, with 1 record\n");
 }
 
+TEST_F(TableCommand, MakesNoTableWithAnEmptyName) {
+    const std::string text = "tarnctl: `tbl_ldap_conn:`: expected a name after `:`\n";
+    const Outcome outcome = table({"create", "ldap_conn:"});
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_EQ(outcome.err, text);
+    EXPECT_EQ(on_store({"insert", "--create", "ldap_conn:", "sname=x"}).err, text);
+}
+
 }  // namespace
 }  // namespace tarnctl_test

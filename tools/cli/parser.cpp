@@ -233,7 +233,9 @@ class Parser::Level {
             const Option *own = command_.option_named(name);
             if (own == nullptr)
                 throw UsageError("`" + command_.full_name() + "` takes no --" + name);
-            if (find(given, name) == nullptr) given.push_back({own, each.words});
+            if (find(given, name) != nullptr)
+                throw UsageError(own->title() + " is given more than once");
+            given.push_back({own, each.words});
         }
     }
 

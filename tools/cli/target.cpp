@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/target.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -39,8 +40,13 @@ Target into(std::vector<std::string> &texts) {
 
 Target list_into(std::vector<std::string> &texts) {
     return {[&texts](const std::string &word) {
-                std::istringstream words(word);
-                for (std::string each; std::getline(words, each, ',');) texts.push_back(each);
+                std::string::size_type at = 0;
+                do {
+                    const auto end = std::min(word.find(',', at), word.size());
+                    if (end == at) throw UsageError("expected words with commas between them");
+                    texts.push_back(word.substr(at, end - at));
+                    at = end + 1;
+                } while (at <= word.size());
             },
             {},
             true};

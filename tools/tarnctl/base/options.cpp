@@ -8,7 +8,11 @@ cli::Option &add_store_option(cli::Command &command, std::string &path) {
 }
 
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path) {
-    return command.option("-s,--store", "FILE", cli::into(path), "Store file")
+    const auto take = [&path](const std::string &word) {
+        if (word.empty()) throw cli::UsageError("expected the name of a file");
+        path = word;
+    };
+    return command.option("-s,--store", "FILE", {take, {}, false}, "Store file")
         .environment("TARNBASE_STORE");
 }
 

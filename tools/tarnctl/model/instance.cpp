@@ -111,7 +111,7 @@ TableReference parse_table(std::string_view text) {
     uint64_t id = 0;
     const auto [stop, error] = std::from_chars(rest.data(), rest.data() + rest.size(), id);
     if (error != std::errc() || stop != rest.data() + rest.size())
-        throw Failure(Exit::usage, fmt::format("`{}`: expected a table id behind `#`", text));
+        throw Failure(Exit::usage, fmt::format("`{}`: expected a table id after `#`", text));
     reference.id = id;
     return reference;
 }
@@ -165,6 +165,9 @@ Instance find_or_make_instance(const Store &store, const TableReference &referen
             Exit::difference,
             fmt::format("{} holds no table `{}`; a table is made under a name, as `{}:NAME`",
                         store.path(), text_of(reference), reference.table->name));
+    if (reference.name && reference.name->empty())
+        throw Failure(Exit::usage,
+                      fmt::format("`{}`: expected a name after `:`", text_of(reference)));
     const Table &table = *reference.table;
     const std::string name = reference.name ? *reference.name : usual_name(table);
     uint32_t err = 0;

@@ -57,8 +57,8 @@ Instance find_instance(const Store &store, const TableReference &reference);
 // Failure `data` if the block, which was opened as `table`, is another table's: a name with a '/'
 // is a path, which tables of all kinds share.
 void need_kind(const Store &store, const Table &table, const kel_table &block);
-// The same as find_instance, or one that is made: under the reference's name, or else its usual
-// one. A table outlives every transaction, so it is made outside any.
+// The same as find_instance, or one that is made outside any transaction, which it outlives: under
+// the reference's name (Failure `usage` if that is empty), or else its usual one.
 Instance find_or_make_instance(const Store &store, const TableReference &reference);
 // Takes the table, which must be empty, out of the store, outside any transaction.
 void free_instance(const Store &store, const Instance &instance);
