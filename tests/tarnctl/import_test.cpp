@@ -172,7 +172,9 @@ const Refusal refusals[] = {
      ":2: expected no document type declaration"},
     {"xml_in_another_encoding", "<?xml version=\"1.0\" encoding=\"UTF-16\"?><tarnbase/>",
      ":1: expected "},
-    {"xml_of_a_later_format", "<tarnbase format=\"2\"/>", ":1: expected format=\"1\""},
+    {"xml_of_a_later_format", "<tarnbase format=\"2\"/>",
+     ":1: expected format=\"1\", not \"2\"; a newer release made this document: import it with "
+     "that one"},
     {"xml_with_an_unknown_entity", xml(connection("&nbsp;", "1")), ":6: expected "},
     {"xml_with_a_control_character", xml(connection("\x01", "1")), ":6: expected "},
     {"xml_with_bytes_that_are_no_utf8", xml(connection("\xff", "1")), ":6: expected "},
@@ -201,7 +203,8 @@ const Refusal refusals[] = {
      ":1: "},
     {"json_cut_off", json_table, ":3: JSON: "},
     {"json_of_another_kind", "{\"other\": 1}", ":1: no member `other`"},
-    {"json_of_a_later_format", R"({"tarnbase":{"format":2}})", ":1: format: expected 1, not 2"},
+    {"json_of_a_later_format", R"({"tarnbase":{"format":2}})",
+     ":1: format: expected 1, not 2; a newer release made this document: import it with that one"},
     {"json_number_for_text",
      json_table + R"({"fields":{"sname":"a"}},)" + "\n" + R"({"fields":)" + "\n" +
          R"({"sname":5}}]}]}})",
@@ -220,7 +223,8 @@ const Refusal refusals[] = {
      ":3: expected values that nest"},
     {"frames_cut_off", "TARNFRAM\1", ": frame 1 at byte 0: the version is cut off"},
     {"frames_of_a_later_format", std::string("TARNFRAM\2\0\0\0\0\0\0\0", 16),
-     ": frame 1 at byte 0: expected version 1, not 2"},
+     ": frame 1 at byte 0: expected version 1, not 2; a newer release made this document: import "
+     "it with that one"},
     {"frames_with_an_unknown_mark", std::string("TARNFRAM\1\0\0\0\0\0\0\0X", 17),
      ": frame 1 at byte 16: expected `T`, `R` or `E`, not the byte 0x58"},
     {"frames_with_a_record_of_no_table", std::string("TARNFRAM\1\0\0\0\0\0\0\0R", 17),

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange/format.h"
 
+#include <charconv>
+#include <cstdint>
+
 namespace tarnctl {
 
 std::optional<Format> format_of_name(std::string_view path) {
@@ -19,6 +22,14 @@ std::optional<Format> format_of_content(std::string_view beginning) {
     if (beginning[first] == '<') return Format::xml;
     if (beginning[first] == '{') return Format::json;
     return std::nullopt;
+}
+
+std::string_view advice_on_version(std::string_view version) {
+    uint64_t number = 0;
+    const char *end = version.data() + version.size();
+    const auto [stop, error] = std::from_chars(version.data(), end, number);
+    if (error != std::errc() || stop != end || number <= format_version) return "";
+    return "; a newer release made this document: import it with that one";
 }
 
 }  // namespace tarnctl

@@ -22,6 +22,10 @@ std::optional<Format> format_of_name(std::string_view path);
 // By the first bytes of a document.
 std::optional<Format> format_of_content(std::string_view beginning);
 
+// What to do about a document of another version than `format_version`, to be put after what is
+// wrong; nothing for what no release writes.
+std::string_view advice_on_version(std::string_view version);
+
 // The first bytes of a document of frames, and its version.
 inline constexpr std::string_view frames_magic = "TARNFRAM";
 inline constexpr int format_version = 1;

@@ -24,8 +24,8 @@ class FramesReader {
             throw wrong(place(), fmt::format("expected `{}` at byte 0", frames_magic));
         const uint64_t version = number(4, "the version");
         if (version != format_version)
-            throw wrong(place(),
-                        fmt::format("expected version {}, not {}", format_version, version));
+            throw wrong(place(), fmt::format("expected version {}, not {}{}", format_version,
+                                             version, advice_on_version(std::to_string(version))));
         number(4, "the head's end");
         while (read_block()) {
         }

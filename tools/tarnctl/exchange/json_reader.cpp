@@ -113,8 +113,8 @@ class JsonReader : public JsonEvents {
             return;
         }
         if (json != format_version)
-            throw Failure(Exit::data,
-                          fmt::format("format: expected {}, not {}", format_version, json.dump()));
+            throw Failure(Exit::data, fmt::format("format: expected {}, not {}{}", format_version,
+                                                  json.dump(), advice_on_version(json.dump())));
         has_format_ = true;
     }
 

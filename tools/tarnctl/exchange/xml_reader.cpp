@@ -169,8 +169,11 @@ class XmlReader {
                          fmt::format("expected the root element `tarnbase`, not `{}`", root.name));
         at_line(root.line, [&] {
             check_attributes(root, {"format"});
-            if (needed(root, "format") != std::to_string(format_version))
-                throw Failure(Exit::data, fmt::format("expected format=\"{}\"", format_version));
+            const std::string &format = needed(root, "format");
+            if (format != std::to_string(format_version))
+                throw Failure(Exit::data,
+                              fmt::format("expected format=\"{}\", not \"{}\"{}", format_version,
+                                          format, advice_on_version(format)));
         });
         XmlElement element;
         while (parser_.next(element)) read_table(element);
