@@ -48,6 +48,12 @@ TEST_F(OnTerminal, NothingIsColouredWhereThatIsUnwanted) {
         expected);
 }
 
+TEST_F(OnTerminal, TheListOfTablesSaysHowManyColumnsAreHidden) {
+    const std::string written = plain({"tables", "ldap_*"}, {60, "C.UTF-8", {}}).written;
+    EXPECT_LE(widest(written), 60U);
+    EXPECT_TRUE(holds(written, " hidden: --json or a wider screen shows them\n")) << written;
+}
+
 TEST_F(OnTerminal, ATableFitsItsWidthByLeavingColumnsOut) {
     const std::string narrow = plain({"show", "aaa_servers"}, {80, "C.UTF-8", {}}).written;
     EXPECT_LE(widest(narrow), 80U);

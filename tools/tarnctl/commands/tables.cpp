@@ -151,7 +151,10 @@ void print_text(const std::vector<Row> &rows, bool with_store) {
     const Pager pager;
     grid.print(std::cout, screen);
     if (left_out > 0 && screen.is_terminal)
-        std::cout << dim("The screen is too narrow for all columns.", screen) << '\n';
+        std::cout << dim(fmt::format("{} column{} hidden: --json or a wider screen shows them",
+                                     left_out, left_out == 1 ? "" : "s"),
+                         screen)
+                  << '\n';
 }
 
 void run(const Options &options) {
