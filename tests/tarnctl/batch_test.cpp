@@ -63,7 +63,7 @@ TEST_F(Batch, OfAFileIsTheSameWithEachCommand) {
         EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
         EXPECT_EQ(outcome.out,
                   "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 4\n"
-                  "1 record changed, in a trial only\n");
+                  "1 record changed (dry run)\n");
     }
     const Outcome from_input =
         on_store({"delete", "--batch", "-"}, "set ldap_conn a.example num_conns=4");

@@ -104,7 +104,7 @@ TEST_F(Delete, OnTrialLeavesTheStoreByteForByte) {
     EXPECT_NE(outcome.out.find("- tbl_ldap_conn:ldap c.example (tenant 9)\n    num_conns: 3\n"),
               std::string::npos)
         << outcome.out;
-    EXPECT_NE(outcome.out.find("5 records deleted, in a trial only\n"), std::string::npos);
+    EXPECT_NE(outcome.out.find("5 records deleted (dry run)\n"), std::string::npos);
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 

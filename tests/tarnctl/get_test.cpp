@@ -81,7 +81,7 @@ TEST_F(Get, FindsTheNearestRecordOfTheSourceThatWasAskedFor) {
     EXPECT_EQ(got({"ldap_conn", "a", "--nearest", "--source", "5", "--field", "num_conns"}),
               "20\n");
     EXPECT_EQ(refused(1, {"ldap_conn", "zz.example.net.far", "--nearest", "--source", "5"}),
-              "tarnctl: tbl_ldap_conn:ldap has no record `zz.example.net.far` or behind it of "
+              "tarnctl: tbl_ldap_conn:ldap has no record `zz.example.net.far` or after it of "
               "tenant 0, source 5; the nearest is `b.example`\n");
 }
 

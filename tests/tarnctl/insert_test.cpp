@@ -178,7 +178,7 @@ TEST_F(Insert, OnTrialLeavesTheStoreByteForByte) {
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out,
               "+ tbl_ldap_conn:new_table x\n    num_conns: 3\n"
-              "1 record inserted, in a trial only\n");
+              "1 record inserted (dry run)\n");
     EXPECT_EQ(outcome.err,
               "tarnctl: the store holds no table `tbl_ldap_conn:new_table`; it would be made\n");
     EXPECT_TRUE(example_test::read_file(store) == before);

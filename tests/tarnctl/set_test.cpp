@@ -207,7 +207,7 @@ TEST_F(Set, OnTrialLeavesTheStoreByteForByte) {
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out,
               "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 9\n"
-              "1 record changed, in a trial only\n");
+              "1 record changed (dry run)\n");
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 

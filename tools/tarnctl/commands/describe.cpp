@@ -59,8 +59,8 @@ constexpr const char *footer = R"(
 WIRE is what a field takes on the wire, in bytes; + where a string or an address
 adds to it. KEY is a field's place in the key, FROM the variant that brought the
 field, USED what an object of a variant uses of its memory, and SLOP what is
-allocated beyond that. A unit is told where one is fixed; elsewhere it is the
-choice of who fills the table.
+allocated beyond that. A unit is shown where one is fixed; elsewhere the
+program that fills the table chooses it.
 
 Examples:
   tarnctl describe tbl_ldap_conn

@@ -19,11 +19,10 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-Each side is a store file or a document that export wrote (- for one on
-standard input). A table is told from others by its type and name, a record by
-its tenant, key and source. The listing has a line for each record, + for one
-that B has alone, - for one that A has alone, ~ for one that is another in B,
-and below it a line for each field.
+Each side is a store file or a document that export wrote (- for one on standard
+input). Type and name identify a table; tenant, key and source a record. The
+listing has a line for each record, + for one that B has alone, - for one that A
+has alone, ~ for one that is another in B, and below it a line for each field.
 
 --json prints one object: {"a", "b", "same", "tables": [{"change", "table"}],
 "changes": [...], "counts": {"inserted", "changed", "deleted"}}, with a change

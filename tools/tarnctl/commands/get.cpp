@@ -57,7 +57,7 @@ std::string suggestion(const Store &store, const Instance &instance, const Key &
 
 Failure not_found(const Store &store, const Instance &instance, const Key &key,
                   const Options &options) {
-    const char *where = options.nearest ? " or behind it" : options.before ? " or before it" : "";
+    const char *where = options.nearest ? " or after it" : options.before ? " or before it" : "";
     return Failure(Exit::difference,
                    fmt::format("{} has no record `{}`{} of {}{}", instance.full_name(), key.text(),
                                where, place_text(options.tenant, options.source),
@@ -97,11 +97,10 @@ void run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-The key's values stand in the order of the key, or as FIELD=VALUE in any order;
-FIELD:hex=00ff gives a string's bytes. `tarnctl describe TABLE` tells which they
-are. A list gives an enumerator's number behind its name, and of an array its
-least and its largest value; --field prints it whole, with blanks between the
-values.
+Give the key's values in the order of the key, or as FIELD=VALUE in any order;
+FIELD:hex=00ff gives a string's bytes. `tarnctl describe TABLE` lists them. A
+list shows an enumerator's name and number, and the least and the largest value
+of an array; --field prints the whole array, with blanks between the values.
 
 As JSON: {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key"
 on tables with a key structure only; with --columns an object that has these
@@ -116,7 +115,7 @@ void add_place_options(cli::Command &command, Options &options) {
     add_tenant_option(command, options.tenant, "The record's tenant; by default 0");
     add_source_option(command, options.source, "The record's source; by default 1");
     command.flag("--nearest", options.nearest,
-                 "If there is none of this key, the next one behind it");
+                 "If there is none of this key, the next one after it");
     command
         .flag("--before", options.before, "If there is none of this key, the nearest one before it")
         .excludes("nearest");

@@ -22,11 +22,11 @@ namespace {
 
 constexpr const char *footer = R"(
 The document is one that export wrote, or a program in one of its forms; its
-first bytes tell which unless --format does. Tables are made as needed. All is
-one transaction: what is wrong is told with its file and line (or frame and
-byte), and the store is as it was before, unless --skip-bad passes over records
-that can't be read. A document that is broken as a whole, such as a file that
-is cut off, is never passed over.
+first bytes tell which unless --format does. Tables are made as needed. An
+import is one transaction: an error names the file and the line (or the frame
+and its byte), and leaves the store as it was, unless --skip-bad passes over
+records that can't be read. A document that is broken as a whole, such as a
+file that is cut off, is never passed over.
 
 --json prints one object: {"inserted", "replaced", "kept", "skipped", "tables",
 "made", "dry_run"}; "inserted" counts the records that are in the store now and
@@ -145,11 +145,11 @@ void declare_import(cli::Command &program, Exit &status) {
                    "What becomes of a record whose tenant, key and source the store has already: "
                    "fail (the default), replace the store's, or keep it");
     command.flag("--skip-bad", options->skip_bad,
-                 "Tell what is wrong with records that can't be read, and pass over them");
+                 "Say what is wrong with records that can't be read, and pass over them");
     command.flag("--lenient", options->lenient,
                  "Pass over elements, members and attributes that this program doesn't know");
     command.flag("-n,--dry-run", options->dry_run,
-                 "Do all of it, and take it back: nothing is changed");
+                 "Import, and roll back: the store stays as it is");
     add_json_option(command, options->json);
     command.notes = footer;
     command.action = [options, &status] { run(*options, status); };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl store: makes a store file, and tells how one stands.
+// tarnctl store: makes a store file, and shows what one holds.
 #include <fmt/format.h>
 
 #include <charconv>
@@ -145,7 +145,7 @@ void declare_create(cli::Command &group) {
     command.argument("FILE", cli::into(options->path), "File to make; it must not be there")
         .required();
     command.option("--capacity", "SIZE", cli::into(options->capacity),
-                   "What the store may grow to, in bytes or with K, M, G or T behind the number; "
+                   "What the store may grow to, in bytes or as a number with K, M, G or T; "
                    "64G by default");
     command.option("--base", "ADDRESS", cli::into(options->base),
                    "Address at which every process maps the store, in hexadecimal; chosen by "
@@ -182,7 +182,7 @@ void declare_info(cli::Command &group) {
 }  // namespace
 
 void declare_store(cli::Command &program, Exit & /*status*/) {
-    cli::Command &group = program.command("store", "Make a store file, or show how one stands");
+    cli::Command &group = program.command("store", "Make a store file, or show what one holds");
     group.notes = "Example:\n  tarnctl store create net.store";
     declare_create(group);
     declare_info(group);

@@ -187,17 +187,18 @@ bool run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-A record that changed is told with ~ and its fields, old -> new, a new one with
-+, one that is gone with -. Of an array only the elements that changed are
-told. Where a store holds several tables of one name, TABLE means all of them.
+A record that changed is printed with ~ and its fields, old -> new, a new one
+with +, one that is gone with -. Of an array only the elements that changed are
+printed. Where a store holds several tables of one name, TABLE means all of
+them.
 
 The store is read every --interval milliseconds, so that of changes in between
-the last one is seen. What an open transaction has changed is told when it is
-committed. Changes outside of transactions are seen too, but may be told in
-parts if they are made in the moment of reading. With --committed the records
-are read only if transactions have ended since: that is cheap in a large store,
-and blind for changes outside of transactions. A store that never rests between
-two transactions can't be read, and is waited for.
+the last one is seen. What a transaction changes is printed when it is
+committed. Changes outside of transactions are seen too, but may be printed in
+parts if they are made during a reading. With --committed the records are read
+only if transactions have ended since: that is cheap in a large store, and blind
+for changes outside of transactions. A store that never rests between two
+transactions can't be read, and is waited for.
 
 --json prints one object a line: {"time", "change", "table", "tenant",
 "source", "key", "fields"}, as insert --json lists them, with the time in UTC.

@@ -99,8 +99,8 @@ std::vector<Order> orders_of(Verb verb, const Options &options) {
     if (!options.batch.empty()) {
         if (has_words)
             throw Failure(Exit::usage,
-                          "--batch takes all that is to be done from its file; give "
-                          "no table and no records besides");
+                          "--batch takes all orders from its file; give no table and "
+                          "no records with it");
         return orders_of_batch(options.batch, options.words);
     }
     if (options.words.table == standard_input && options.words.words.empty())
@@ -167,8 +167,7 @@ void run(Verb verb, const Options &options) {
     }
     std::cout << text;
     if (is_counted(orders, options))
-        std::cout << summary(editor.counts()) << (options.dry_run ? ", in a trial only" : "")
-                  << '\n';
+        std::cout << summary(editor.counts()) << (options.dry_run ? " (dry run)" : "") << '\n';
 }
 
 void add_words(cli::Command &command, Verb verb, OrderWords &words) {

@@ -76,7 +76,7 @@ void add_selection_options(cli::Command &command, SelectionOptions &options) {
                    "At most so many records");
     command.option("--offset", "COUNT",
                    cli::number_into(options.offset, 0, std::numeric_limits<uint64_t>::max()),
-                   "Leave out so many records in front");
+                   "Leave out so many records at the beginning");
     command.flag("-r,--reverse", options.reverse, "From the last key to the first");
 }
 
