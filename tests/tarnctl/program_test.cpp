@@ -76,9 +76,15 @@ TEST_F(WithStore, IsTakenFromBeforeTheCommandToo) {
 }
 
 TEST_F(WithStore, IsntTakenFromAnEmptyName) {
-    const Outcome outcome = tarnctl({"show", "ldap_conn", "--store", ""});
-    EXPECT_EQ(outcome.exit_code, 2);
-    EXPECT_TRUE(holds(outcome.err, "--store ``: expected the name of a file\n")) << outcome.err;
+    for (const std::vector<std::string> &words :
+         {std::vector<std::string>{"show", "ldap_conn", "--store", ""},
+          {"import", "-", "--into", ""},
+          {"store", "info", ""},
+          {"store", "create", ""}}) {
+        const Outcome outcome = tarnctl(words);
+        EXPECT_EQ(outcome.exit_code, 2) << words[0];
+        EXPECT_TRUE(holds(outcome.err, " ``: expected the name of a file\n")) << outcome.err;
+    }
 }
 
 TEST_F(WithStore, IsListedByNoEmptyNames) {

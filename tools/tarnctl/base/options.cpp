@@ -3,16 +3,21 @@
 
 namespace tarnctl {
 
+cli::Target store_into(std::string &path) {
+    return {[&path](const std::string &word) {
+                if (word.empty()) throw cli::UsageError("expected the name of a file");
+                path = word;
+            },
+            {},
+            false};
+}
+
 cli::Option &add_store_option(cli::Command &command, std::string &path) {
     return add_optional_store_option(command, path).required();
 }
 
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path) {
-    const auto take = [&path](const std::string &word) {
-        if (word.empty()) throw cli::UsageError("expected the name of a file");
-        path = word;
-    };
-    return command.option("-s,--store", "FILE", {take, {}, false}, "Store file")
+    return command.option("-s,--store", "FILE", store_into(path), "Store file")
         .environment("TARNBASE_STORE");
 }
 

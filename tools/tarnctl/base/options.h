@@ -11,6 +11,8 @@
 
 namespace tarnctl {
 
+// The name of a store file, which isn't empty.
+cli::Target store_into(std::string &path);
 // -s, --store FILE: required; by default the environment's TARNBASE_STORE.
 cli::Option &add_store_option(cli::Command &command, std::string &path);
 // The same, for a command that can do without a store.

@@ -122,7 +122,7 @@ void run(const Options &options, Exit &status) {
 
 void add_input_options(cli::Command &command, Options &options) {
     command
-        .option("-s,--store,--into", "FILE", cli::into(options.store), "Store file to import into")
+        .option("-s,--store,--into", "FILE", store_into(options.store), "Store file to import into")
         .environment("TARNBASE_STORE")
         .required();
     command.argument("FILE", cli::into(options.input), "Document to read; - is standard input")

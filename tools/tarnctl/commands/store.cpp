@@ -142,7 +142,7 @@ void inform(const Options &options) {
 void declare_create(cli::Command &group) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = group.command("create", "Make a store file");
-    command.argument("FILE", cli::into(options->path), "File to make; it must not be there")
+    command.argument("FILE", store_into(options->path), "File to make; it must not be there")
         .required();
     command.option("--capacity", "SIZE", cli::into(options->capacity),
                    "What the store may grow to, in bytes or as a number with K, M, G or T; "
@@ -165,7 +165,7 @@ void declare_info(cli::Command &group) {
     const auto options = std::make_shared<Options>();
     cli::Command &command =
         group.command("info", "Show size, fill, types, transactions and tables");
-    command.argument("FILE", cli::into(options->path), "Store file")
+    command.argument("FILE", store_into(options->path), "Store file")
         .named("-s,--store")
         .environment("TARNBASE_STORE")
         .required();
