@@ -1,10 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What every service of the value half does around its own steps.
+// What every service of the value half does around its own steps: errors here, and stores,
+// which are announced, in announce.h.
 #ifndef TARNBASE_RUNTIME_VALUE_CONVENTIONS_H
 #define TARNBASE_RUNTIME_VALUE_CONVENTIONS_H
 
 #include <cstdint>
 
+#include "runtime/store/announce.h"
 #include "tarnbase/runtime.h"
 
 namespace tarn::runtime {
@@ -25,19 +27,6 @@ inline void report(kel_handle *handle, std::uint32_t *err, Error error) {
 // The same for an operation that runs on after an error: the first one stays.
 inline void report_first(kel_handle *handle, std::uint32_t *err, Error error) {
     if (*err == 0) report(handle, err, error);
-}
-
-// Announces that `length` bytes at `address` are about to change.
-inline void log_write(kel_handle *handle, std::uint32_t tx_id, void *address,
-                      std::uint64_t length) {
-    handle->write_log_hook(handle->arena, address, length, tx_id);
-}
-
-// Announces a store, then makes it.
-template <typename T>
-void logged_store(kel_handle *handle, std::uint32_t tx_id, T &place, T value) {
-    log_write(handle, tx_id, &place, sizeof(T));
-    place = value;
 }
 
 }  // namespace tarn::runtime

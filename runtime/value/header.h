@@ -26,7 +26,7 @@ struct Writer {
     template <typename T>
     void store(T &place, T value) const {
         if (logged)
-            log_write(handle, tx_id, &place, sizeof(T));  // NOLINT(bugprone-sizeof-expression)
+            announce(handle, tx_id, &place, sizeof(T));  // NOLINT(bugprone-sizeof-expression)
         place = value;
     }
 };

@@ -52,7 +52,7 @@ Address address_of(const ip_address *value) {
 void store_address(kel_handle *handle, std::uint32_t tx_id, ip_address *value,
                    const Address &content, std::uint32_t *err) {
     if (value == nullptr) return report(handle, err, Error::not_found);
-    log_write(handle, tx_id, &value->family, sizeof content);
+    announce(handle, tx_id, &value->family, sizeof content);
     value->family = content.family;
     std::memcpy(value->bytes, content.bytes, sizeof value->bytes);
 }

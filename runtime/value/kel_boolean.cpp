@@ -32,7 +32,7 @@ void kel_boolean_set_value(kel_handle *handle, std::uint32_t tx_id, kel_boolean 
                            std::uint32_t new_value, std::uint32_t *err) {
     if (*err != 0) return;
     if (field == nullptr) return report(handle, err, Error::not_found);
-    logged_store(handle, tx_id, field->value, std::uint32_t{new_value != 0});
+    announced_set(handle, tx_id, field->value, std::uint32_t{new_value != 0});
 }
 
 void kel_boolean_set(kel_handle *handle, std::uint32_t tx_id, kel_boolean *field,

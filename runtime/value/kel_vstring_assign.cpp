@@ -34,7 +34,7 @@ kel_vstring show(std::string_view text, const char *block) {
 void store_body(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                 const kel_vstring &shown) {
     char *const body = reinterpret_cast<char *>(string) + body_offset;
-    log_write(handle, tx_id, body, body_length);
+    announce(handle, tx_id, body, body_length);
     std::memcpy(body, reinterpret_cast<const char *>(&shown) + body_offset, body_length);
 }
 

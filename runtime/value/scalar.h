@@ -26,7 +26,7 @@ template <typename T>
 void set_value(kel_handle *handle, std::uint32_t tx_id, T *field, T value, std::uint32_t *err) {
     if (*err != 0) return;
     if (field == nullptr) return report(handle, err, Error::not_found);
-    logged_store(handle, tx_id, *field, value);
+    announced_set(handle, tx_id, *field, value);
 }
 
 template <typename T>

@@ -16,7 +16,7 @@ std::int32_t kellib_adjust_variant(kel_handle *handle, std::uint32_t tx_id, void
     const std::int32_t wanted =
         std::min<std::int32_t>(domain_variant(handle->variant_domain, descriptor), top_variant);
     if (wanted > variant) {
-        logged_store(handle, tx_id, variant, static_cast<std::int8_t>(wanted));
+        announced_set(handle, tx_id, variant, static_cast<std::int8_t>(wanted));
     }
     return variant;
 }
