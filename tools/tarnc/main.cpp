@@ -50,7 +50,7 @@ void describe(cli::Command &program, Options &options) {
     program.add_help("tarnc " TARNC_VERSION);
     program.statuses = {{0, "the output is written"},
                         {exit_usage, "the arguments are wrong, or a file can't be written"},
-                        {exit_schema, "the schema is wrong"}};
+                        {exit_schema, "the schema is wrong, or can't be read"}};
     program.argument("FILE", cli::into(options.module), "The schema's module file").required();
     program.option("-o,--out", "FOLDER", cli::into(options.out),
                    "Folder to write to; without it the schema is only checked");
