@@ -99,8 +99,7 @@ bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destin
 
 }  // namespace
 
-// Each field gets its turn whatever became of those before: two objects that show one
-// text are of no use.
+// Sets each field, also after one has failed: two objects must not share a text.
 void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
                   const void *source, std::uint32_t *err) {
     std::uint32_t first = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Telling what a `_cr` creation made in the store from what it gave in its place.
+// Tells a fallback of a `_cr` creation from what was made in the store.
 #include "runtime/store/handle.h"
 #include "tarnbase/embedded.h"
 

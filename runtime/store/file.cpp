@@ -102,7 +102,7 @@ std::uint32_t fail_version(const char *path, std::uint32_t version) {
 }
 
 // Looks at what tells a file apart, from the most general to the particular, and reads
-// nothing behind the version before that is known.
+// nothing after the version until that is known.
 std::uint32_t check_header(const char *path, const StoreHeader &header, std::size_t got,
                            std::uint64_t file_size) {
     if (got == 0) return fail(EINVAL, "%s: not a store file: it is empty", path);

@@ -107,7 +107,7 @@ void declare_drop(cli::Command &group) {
     command.flag("-n,--dry-run", options->dry_run, "Do it in a copy of the store in memory");
     command.notes =
         "A table with records is refused without --force, with exit status 4. No other\n"
-        "process may be using the table: what it knows of it is gone.\n\n"
+        "process may be using the table: its pointers to it are no longer valid.\n\n"
         "Examples:\n"
         "  tarnctl table drop ldap_conn:backup --store net.store\n"
         "  tarnctl table drop --force ldap_conn --store net.store";
