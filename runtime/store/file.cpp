@@ -125,7 +125,7 @@ std::uint32_t check_header(const char *path, const StoreHeader &header, std::siz
     };
     if (got < sizeof header) return fail_short(sizeof header);
     if (!is_whole(header)) {
-        return fail(EINVAL, "%s: the header of the store is damaged. Take a copy of the file",
+        return fail(EINVAL, "%s: the header of the store is damaged. Restore the file from a copy",
                     path);
     }
     return file_size < header.arena.size ? fail_short(header.arena.size) : 0;

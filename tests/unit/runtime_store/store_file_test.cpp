@@ -202,7 +202,7 @@ TEST_F(StoreFile, open_refuses_a_header_that_makes_no_sense) {
         SCOPED_TRACE(offset);
         create_and_close();
         overwrite(offset, value);
-        expect_refused(EINVAL, "the header of the store is damaged. Take a copy of the file");
+        expect_refused(EINVAL, "the header of the store is damaged. Restore the file from a copy");
         std::filesystem::remove(path);
     }
 }
