@@ -127,7 +127,7 @@ void SessionRecords::erase_vanished(Access access, const std::vector<PortRows> &
     });
 }
 
-// Tells each row the port of the row behind it, 0 at the end.
+// Stores in each row the port of the next row, 0 in the last.
 void SessionRecords::link(Access access) const {
     for_each_record<SessionTable>(access, table_, [&](kel_record *record, kel_record *next) {
         const uint32_t index = next == nullptr ? 0 : identity_of(access, next).if_index;

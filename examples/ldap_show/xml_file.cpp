@@ -13,7 +13,7 @@ namespace {
 constexpr const char *kRoot = "ldap";
 
 // Calls `function` with each element at `path`. What it throws doesn't pass through the runtime's
-// C code: it is kept and thrown again behind it.
+// C code: it is kept and thrown again after the call.
 void for_each_element(kel_xml_document *document, const std::string &path,
                       const std::function<void(kel_xml_document *)> &function) {
     struct Context {

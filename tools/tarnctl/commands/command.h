@@ -2,7 +2,7 @@
 //
 // The commands. Each is declared by one function in a file of its own, which describes it to the
 // program: its arguments and options, its help and, as its action, what it does. An action throws a
-// Failure to end otherwise than well; one that tells its result by the exit status alone ("nothing
+// Failure to fail; one that tells its result by the exit status alone ("nothing
 // found", "the stores differ") stores it through `status`.
 #ifndef TARNCTL_COMMANDS_COMMAND_H
 #define TARNCTL_COMMANDS_COMMAND_H
