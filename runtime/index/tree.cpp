@@ -2,8 +2,8 @@
 // A height-balanced tree: the subtrees of a node differ in height by at most one.
 #include "runtime/index/tree.h"
 
+#include "runtime/base/announce.h"
 #include "runtime/index/node.h"
-#include "runtime/store/announce.h"
 
 namespace tarn::runtime {
 

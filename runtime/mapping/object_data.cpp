@@ -3,8 +3,8 @@
 // while its flags say so: where its state block lies, and its trace correlation.
 #include <cerrno>
 
-#include "runtime/mapping/address_map.h"
-#include "runtime/store/handle.h"
+#include "runtime/handle/handle.h"
+#include "runtime/index/address_map.h"
 #include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;

@@ -10,9 +10,9 @@
 #include <cstddef>
 #include <cstring>
 
-#include "runtime/mapping/address_map.h"
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
+#include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
+#include "runtime/index/address_map.h"
 #include "runtime/tenant/counters.h"
 #include "tarnbase/runtime.h"
 

@@ -5,12 +5,12 @@
 #include <cerrno>
 #include <new>
 
+#include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
 #include "runtime/replication/record_of.h"
 #include "runtime/replication/ring.h"
 #include "runtime/replication/table_vector.h"
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
 #include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Finishing pending destructions: the engine alone may delete from a replicated table.
+#include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
 #include "runtime/replication/record_of.h"
 #include "runtime/replication/table_vector.h"
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
 #include "runtime/store/store.h"
 #include "tarnbase/runtime.h"
 

@@ -5,9 +5,9 @@
 #include <memory>
 #include <new>
 
+#include "runtime/handle/handle.h"
 #include "runtime/replication/ring.h"
 #include "runtime/replication/table_vector.h"
-#include "runtime/store/handle.h"
 #include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;

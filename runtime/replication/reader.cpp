@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "runtime/base/error_text.h"
 #include "runtime/replication/ring.h"
-#include "runtime/store/error_text.h"
 #include "runtime/store/store.h"
 
 using namespace tarn::runtime;

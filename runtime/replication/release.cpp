@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cstring>
 
+#include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
 #include "runtime/replication/table_vector.h"
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
 #include "tarnbase/embedded.h"
 
 using namespace tarn::runtime;

@@ -7,8 +7,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
+#include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
 #include "tarnbase/runtime.h"
 
 namespace tarn::runtime {

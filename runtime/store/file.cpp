@@ -12,7 +12,7 @@
 #include <random>
 #include <string>
 
-#include "runtime/store/error_text.h"
+#include "runtime/base/error_text.h"
 #include "runtime/store/store.h"
 
 namespace tarn::runtime {

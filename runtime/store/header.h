@@ -45,7 +45,7 @@
 #include <cstdint>
 
 #include "runtime/arena/allocator.h"
-#include "runtime/mapping/address_map.h"
+#include "runtime/index/address_map.h"
 #include "tarnbase/record.h"
 
 namespace tarn::runtime {

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "runtime/store/handle.h"
+#include "runtime/handle/handle.h"
 #include "tarnbase/runtime.h"
 
 namespace {

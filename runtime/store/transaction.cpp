@@ -3,8 +3,8 @@
 // takes one comparison and an id doesn't come back soon.
 #include <cerrno>
 
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
+#include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
 
 using tarn::runtime::fail;
 using tarn::runtime::store_of;

@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
+#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
-#include "runtime/store/handle.h"
 #include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;

@@ -11,7 +11,7 @@
 #include <limits>
 #include <string_view>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 
 namespace tarn::runtime {
 

@@ -9,7 +9,7 @@
 #include <memory>
 #include <new>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 
 namespace {
 

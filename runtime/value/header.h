@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 #include "runtime/variant/domain.h"
 #include "tarnbase/runtime.h"
 

@@ -5,9 +5,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "runtime/store/error_text.h"
+#include "runtime/base/error_text.h"
+#include "runtime/base/errors.h"
 #include "runtime/value/address.h"
-#include "runtime/value/conventions.h"
 #include "tarnbase/embedded.h"
 
 namespace tarn::runtime {

@@ -4,8 +4,8 @@
 #include <memory>
 #include <new>
 
-#include "runtime/mapping/text_owner.h"
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
+#include "runtime/value/text_owner.h"
 #include "runtime/value/vstring.h"
 #include "tarnbase/embedded.h"
 

@@ -9,7 +9,7 @@
 #include <limits>
 #include <string>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 #include "runtime/value/hash.h"
 #include "runtime/wire/little_endian.h"
 #include "runtime/xml/element.h"

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 #include "runtime/variant/domain.h"
 
 std::int32_t kellib_adjust_variant(kel_handle *handle, std::uint32_t tx_id, void *object,

@@ -8,8 +8,8 @@
 #include <new>
 #include <vector>
 
-#include "runtime/store/error_text.h"
-#include "runtime/value/conventions.h"
+#include "runtime/base/error_text.h"
+#include "runtime/base/errors.h"
 #include "tarnbase/embedded.h"
 
 namespace {

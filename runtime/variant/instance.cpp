@@ -6,7 +6,7 @@
 // logged, since its services get no handle, and no one else is shown it.
 #include <cstdint>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 
 namespace {
 

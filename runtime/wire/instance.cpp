@@ -8,7 +8,7 @@
 //   jump          4  signed, little-endian
 #include <cstdint>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 #include "runtime/wire/little_endian.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 #include "runtime/wire/little_endian.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include <new>
 #include <utility>
 
-#include "runtime/store/error_text.h"
+#include "runtime/base/error_text.h"
 
 namespace {
 

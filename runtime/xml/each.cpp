@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "runtime/store/error_text.h"
+#include "runtime/base/error_text.h"
 #include "runtime/xml/search.h"
 
 namespace {

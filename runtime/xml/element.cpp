@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "runtime/store/error_text.h"
-#include "runtime/value/conventions.h"
+#include "runtime/base/error_text.h"
+#include "runtime/base/errors.h"
 #include "runtime/xml/search.h"
 
 namespace tarn::runtime {

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <new>
 
-#include "runtime/value/conventions.h"
+#include "runtime/base/errors.h"
 
 namespace tarn::runtime {
 

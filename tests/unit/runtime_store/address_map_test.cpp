@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The map in the store against std::map.
-#include "runtime/mapping/address_map.h"
+#include "runtime/index/address_map.h"
 
 #include <map>
 

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "runtime/arena/size_class.h"
-#include "runtime/store/communication.h"
+#include "runtime/services/communication.h"
 #include "tests/unit/runtime_store/support.h"
 
 namespace tarn::runtime {

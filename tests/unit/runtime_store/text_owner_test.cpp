@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Which text belongs to which string.
-#include "runtime/mapping/text_owner.h"
+#include "runtime/value/text_owner.h"
 
 #include <map>
 #include <string>

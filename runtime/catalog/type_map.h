@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // A store's own descriptors, by LUID text.
-#ifndef TARNBASE_RUNTIME_STORE_TYPE_MAP_H
-#define TARNBASE_RUNTIME_STORE_TYPE_MAP_H
+#ifndef TARNBASE_RUNTIME_CATALOG_TYPE_MAP_H
+#define TARNBASE_RUNTIME_CATALOG_TYPE_MAP_H
 
 #include "runtime/store/store.h"
 #include "tarnbase/handle.h"

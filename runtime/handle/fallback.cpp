@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tells a fallback of a `_cr` creation from what was made in the store.
-#include "runtime/store/handle.h"
+#include "runtime/handle/handle.h"
 #include "tarnbase/embedded.h"
 
 namespace {

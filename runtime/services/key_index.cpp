@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The key index of a table. The second anchor word isn't needed and stays zero.
+#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
-#include "runtime/store/handle.h"
 
 using namespace tarn::runtime;
 

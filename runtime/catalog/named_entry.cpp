@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime/store/named_entry.h"
+#include "runtime/catalog/named_entry.h"
 
 #include <cstring>
 
+#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
-#include "runtime/store/handle.h"
 
 namespace tarn::runtime {
 

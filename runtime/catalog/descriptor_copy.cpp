@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "runtime/store/announce.h"
+#include "runtime/base/announce.h"
 #include "tarnbase/record.h"
 #include "tarnbase/runtime.h"
 

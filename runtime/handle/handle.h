@@ -2,15 +2,15 @@
 // A handle of the embedded runtime: what everybody sees, and behind it what belongs
 // to the runtime alone. It is the `arena`, the `type_map` and the `type_arena` of itself:
 // what a hook or a service of the tree gets leads to the handle, and so to its hooks.
-#ifndef TARNBASE_RUNTIME_STORE_HANDLE_H
-#define TARNBASE_RUNTIME_STORE_HANDLE_H
+#ifndef TARNBASE_RUNTIME_HANDLE_HANDLE_H
+#define TARNBASE_RUNTIME_HANDLE_HANDLE_H
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
+#include "runtime/base/announce.h"
 #include "runtime/replication/attachment.h"
-#include "runtime/store/announce.h"
 #include "runtime/store/store.h"
 #include "tarnbase/embedded.h"
 

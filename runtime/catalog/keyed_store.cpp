@@ -3,9 +3,9 @@
 // made. Its services get no transaction: their changes are at once permanent.
 #include <cerrno>
 
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
-#include "runtime/store/named_entry.h"
+#include "runtime/base/error_text.h"
+#include "runtime/catalog/named_entry.h"
+#include "runtime/handle/handle.h"
 #include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;

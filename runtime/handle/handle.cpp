@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime/store/handle.h"
+#include "runtime/handle/handle.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <new>
 
-#include "runtime/store/error_text.h"
+#include "runtime/base/error_text.h"
 #include "runtime/store/store.h"
 #include "runtime/variant/domain.h"
 #include "tarnbase/runtime.h"

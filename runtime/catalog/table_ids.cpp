@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <cstddef>
 
+#include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
-#include "runtime/store/error_text.h"
-#include "runtime/store/handle.h"
 #include "runtime/store/table_list.h"
 #include "tarnbase/embedded.h"
 

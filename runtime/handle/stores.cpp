@@ -5,8 +5,8 @@
 #include <memory>
 #include <new>
 
+#include "runtime/base/error_text.h"
 #include "runtime/index/tree.h"
-#include "runtime/store/error_text.h"
 #include "runtime/store/file.h"
 #include "runtime/store/store.h"
 

@@ -6,8 +6,8 @@
 // store's map stands in front of the text in the same block, so that finding the
 // text needs no allocation and, in a store without long texts, no memory access.
 // The block comes from the handle's alloc_hook and goes to its free_hook.
-#ifndef TARNBASE_RUNTIME_MAPPING_TEXT_OWNER_H
-#define TARNBASE_RUNTIME_MAPPING_TEXT_OWNER_H
+#ifndef TARNBASE_RUNTIME_VALUE_TEXT_OWNER_H
+#define TARNBASE_RUNTIME_VALUE_TEXT_OWNER_H
 
 #include <cstdint>
 

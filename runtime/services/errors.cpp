@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The handle's error slot.
-#include "runtime/store/handle.h"
+#include "runtime/handle/handle.h"
 #include "tarnbase/runtime.h"
 
 void kel_clear_last_error(kel_handle *handle) { handle->last_error = 0; }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The hooks of a handle. The first argument of each leads to the handle.
-#include "runtime/store/handle.h"
+#include "runtime/catalog/type_map.h"
+#include "runtime/handle/handle.h"
 #include "runtime/store/store.h"
-#include "runtime/store/type_map.h"
 
 namespace {
 

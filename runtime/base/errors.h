@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // What every service of the value half does around its own steps: errors here, and stores,
 // which are announced, in announce.h.
-#ifndef TARNBASE_RUNTIME_VALUE_CONVENTIONS_H
-#define TARNBASE_RUNTIME_VALUE_CONVENTIONS_H
+#ifndef TARNBASE_RUNTIME_BASE_ERRORS_H
+#define TARNBASE_RUNTIME_BASE_ERRORS_H
 
 #include <cstdint>
 
-#include "runtime/store/announce.h"
+#include "runtime/base/announce.h"
 #include "tarnbase/runtime.h"
 
 namespace tarn::runtime {

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // An ordered set of names in the store, each with a pointer: the keyed store and
 // the type map. Changes belong to no transaction.
-#ifndef TARNBASE_RUNTIME_STORE_NAMED_ENTRY_H
-#define TARNBASE_RUNTIME_STORE_NAMED_ENTRY_H
+#ifndef TARNBASE_RUNTIME_CATALOG_NAMED_ENTRY_H
+#define TARNBASE_RUNTIME_CATALOG_NAMED_ENTRY_H
 
 #include "tarnbase/handle.h"
 #include "tarnbase/record.h"

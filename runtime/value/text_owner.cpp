@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime/mapping/text_owner.h"
+#include "runtime/value/text_owner.h"
 
-#include "runtime/mapping/address_map.h"
-#include "runtime/store/handle.h"
+#include "runtime/handle/handle.h"
+#include "runtime/index/address_map.h"
 
 namespace tarn::runtime {
 

@@ -3,8 +3,8 @@
 // an announcement through the handle's write_log_hook, which a program may have wrapped.
 // What a service allocates it may fill unannounced before it is linked. The services'
 // blocks themselves come from the store's allocator, not from the handle's hooks.
-#ifndef TARNBASE_RUNTIME_STORE_ANNOUNCE_H
-#define TARNBASE_RUNTIME_STORE_ANNOUNCE_H
+#ifndef TARNBASE_RUNTIME_BASE_ANNOUNCE_H
+#define TARNBASE_RUNTIME_BASE_ANNOUNCE_H
 
 #include <cstdint>
 

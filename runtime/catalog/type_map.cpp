@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime/store/type_map.h"
+#include "runtime/catalog/type_map.h"
 
-#include "runtime/store/handle.h"
-#include "runtime/store/named_entry.h"
+#include "runtime/catalog/named_entry.h"
+#include "runtime/handle/handle.h"
 
 namespace tarn::runtime {
 

@@ -3,8 +3,8 @@
 // inside the entries. Its buckets are blocks of the store, twice as many each time
 // the entries outnumber them, and given back when the last entry goes. Its stores
 // are announced through the handle's hook.
-#ifndef TARNBASE_RUNTIME_MAPPING_ADDRESS_MAP_H
-#define TARNBASE_RUNTIME_MAPPING_ADDRESS_MAP_H
+#ifndef TARNBASE_RUNTIME_INDEX_ADDRESS_MAP_H
+#define TARNBASE_RUNTIME_INDEX_ADDRESS_MAP_H
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime/store/communication.h"
+#include "runtime/services/communication.h"
 
 #include "tarnbase/runtime.h"
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // What was wrong in this thread's last call that failed.
-#ifndef TARNBASE_RUNTIME_STORE_ERROR_TEXT_H
-#define TARNBASE_RUNTIME_STORE_ERROR_TEXT_H
+#ifndef TARNBASE_RUNTIME_BASE_ERROR_TEXT_H
+#define TARNBASE_RUNTIME_BASE_ERROR_TEXT_H
 
 #include <cstdint>
 

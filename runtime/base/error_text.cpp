@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime/store/error_text.h"
+#include "runtime/base/error_text.h"
 
 #include <cstdarg>
 #include <cstdio>

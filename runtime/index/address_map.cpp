@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "runtime/mapping/address_map.h"
+#include "runtime/index/address_map.h"
 
-#include "runtime/store/handle.h"
+#include "runtime/handle/handle.h"
 
 namespace tarn::runtime {
 
