@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "frame/conventions.h"
 
-namespace tarn {
+namespace tarnbase {
 
 namespace {
 
@@ -72,4 +72,4 @@ void logged_count(kel_handle *handle, std::uint32_t tx_id, const kel_type_info *
     count(descriptor, counter, delta);
 }
 
-}  // namespace tarn
+}  // namespace tarnbase

@@ -10,7 +10,7 @@
 #include "tarnbase/module.h"
 #include "tarnbase/runtime.h"
 
-namespace tarn {
+namespace tarnbase {
 
 inline constexpr std::uint32_t error_not_found = 2;
 inline constexpr std::uint32_t error_too_big = 7;
@@ -91,6 +91,6 @@ void count(const kel_type_info *descriptor, std::uint64_t &counter, std::int32_t
 void logged_count(kel_handle *handle, std::uint32_t tx_id, const kel_type_info *descriptor,
                   std::uint64_t &counter, std::int32_t delta);
 
-}  // namespace tarn
+}  // namespace tarnbase
 
 #endif

@@ -10,7 +10,7 @@
 
 namespace {
 
-using tarn::module;
+using tarnbase::module;
 
 std::uint32_t filled = 0;
 
@@ -19,15 +19,15 @@ std::uint32_t filled = 0;
 uint32_t tarnbase_table_vft_init() {
     if (filled != 0) return 0;
     filled = 1;
-    tarn::trace_table(KEL_TRACE_DEBUG, "(debug): Initializing table vft for %s", module.name);
-    return table_vft_cpy(tarnbase_table_lut, tarn::source_vectors, module.table_count);
+    tarnbase::trace_table(KEL_TRACE_DEBUG, "(debug): Initializing table vft for %s", module.name);
+    return table_vft_cpy(tarnbase_table_lut, tarnbase::source_vectors, module.table_count);
 }
 
 void tarnbase_table_get_vft(kel_handle *handle, uint32_t, const uint8_t *luid,
                             const void *const **vector, uint32_t *err) {
     if (*err != 0) {
-        tarn::trace_table(KEL_TRACE_DEBUG,
-                          "(debug): Error already set when requesting tarnbase table vft");
+        tarnbase::trace_table(KEL_TRACE_DEBUG,
+                              "(debug): Error already set when requesting tarnbase table vft");
         return;
     }
     kel_clear_last_error(handle);
@@ -36,7 +36,7 @@ void tarnbase_table_get_vft(kel_handle *handle, uint32_t, const uint8_t *luid,
     *vector = nullptr;
     const std::int32_t index = tarnbase_table_mrst_lookup(luid);
     if (index < 0) {
-        tarn::report(handle, err, tarn::error_not_found);
+        tarnbase::report(handle, err, tarnbase::error_not_found);
     } else {
         *vector = tarnbase_table_lut[index];
     }

@@ -7,7 +7,7 @@
 #include "frame/schema.h"
 #include "frame/startup.h"
 
-namespace tarn {
+namespace tarnbase {
 
 kel_module_record module_record = {"tarnbase", tarnbase_type_list, nullptr, nullptr};
 
@@ -58,7 +58,7 @@ __attribute__((destructor)) void stop() {
     --kel_module_tot_root.count;
 }
 
-}  // namespace tarn
+}  // namespace tarnbase
 
 void tarnbase_typeinfo_initialize(kel_handle *handle, uint32_t tx_id, uint32_t *err) {
     for (const kel_type_info *const *item = tarnbase_type_list; *item != nullptr; ++item) {
@@ -66,9 +66,9 @@ void tarnbase_typeinfo_initialize(kel_handle *handle, uint32_t tx_id, uint32_t *
         kel_type_info_copy *copy =
             handle->type_map_lookup_hook(handle->type_map, tx_id, constant->luid_text);
         const std::uint32_t is_new = copy == nullptr ? 1U : 0U;
-        if (copy == nullptr) copy = tarn::enter_copy(handle, tx_id, constant);
+        if (copy == nullptr) copy = tarnbase::enter_copy(handle, tx_id, constant);
         if (copy == nullptr) {
-            tarn::report(handle, err, tarn::error_no_memory);
+            tarnbase::report(handle, err, tarnbase::error_no_memory);
             return;
         }
         if (constant->variant_info != nullptr) {
@@ -81,8 +81,8 @@ void tarnbase_type_variant_dump(void (*print)(const char *format, ...)) {
     for (const kel_type_info *const *item = tarnbase_type_list; *item != nullptr; ++item) {
         const kel_variant_info *info = (*item)->variant_info;
         if (info == nullptr) {
-            tarn::trace_type(KEL_TRACE_ERROR,
-                             "(ERR): type variant cached info is NULL during usage dump");
+            tarnbase::trace_type(KEL_TRACE_ERROR,
+                                 "(ERR): type variant cached info is NULL during usage dump");
             continue;
         }
         print("n_variants %d\n", info->variant_count);

@@ -9,7 +9,7 @@
 
 #include "tarnbase/runtime.h"
 
-namespace tarn {
+namespace tarnbase {
 
 struct Structure;
 struct Enumeration;
@@ -123,6 +123,6 @@ extern const Module module;
 // The constant source of the Table Directory: the tables' vectors by index.
 extern const void *const source_vectors[][KEL_TABLE_VFT_SLOTS];
 
-}  // namespace tarn
+}  // namespace tarnbase
 
 #endif

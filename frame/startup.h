@@ -5,7 +5,7 @@
 
 #include "tarnbase/descriptor.h"
 
-namespace tarn {
+namespace tarnbase {
 
 extern kel_module_record module_record;
 
@@ -14,6 +14,6 @@ void start();
 // Unlinks it, if it was linked.
 void stop();
 
-}  // namespace tarn
+}  // namespace tarnbase
 
 #endif

@@ -20,7 +20,7 @@
 #include "object/state.h"
 #include "object/value_type.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 // Access to the field; null with error 43 if the instance is too old to have it.
 template <const Structure &S, std::size_t I>
@@ -65,6 +65,6 @@ void set_value(kel_handle *handle, std::uint32_t tx_id, void *object,
     end_write(S, field, handle, tx_id, object, err);
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -10,7 +10,7 @@
 #include "object/fields.h"
 #include "object/state.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 namespace {
 
@@ -221,4 +221,4 @@ void Array::from_xml(const Field &field, kel_handle *handle, std::uint32_t tx_id
     }
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

@@ -7,7 +7,7 @@
 
 #include "object/value_type.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 template <>
 struct Value<FieldKind::array> {
@@ -29,6 +29,6 @@ struct Value<FieldKind::array> {
                          char *message, std::uint32_t message_len);
 };
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

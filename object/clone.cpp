@@ -4,7 +4,7 @@
 #include "frame/conventions.h"
 #include "object/object.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 namespace {
 
@@ -67,4 +67,4 @@ void copy_cr(Type type, kel_handle *handle, const void *source, void *destinatio
                &handle->last_error);
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

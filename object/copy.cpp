@@ -11,7 +11,7 @@
 #include "object/state.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 namespace {
 
@@ -133,4 +133,4 @@ void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, 
     if (*err == 0) *err = slot;
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

@@ -4,13 +4,13 @@
 
 #include "object/object.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 // After a byte-for-byte copy: gives the destination's strings, addresses and
 // nested structures contents of their own, equal to the source's.
 void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
                   const void *source, std::uint32_t *err);
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -12,7 +12,7 @@
 #include "object/epoch.h"
 #include "object/header.h"
 
-namespace tarn::enumeration {
+namespace tarnbase::enumeration {
 
 using object::EpochError;
 using object::error_text;
@@ -276,4 +276,4 @@ std::uint32_t unmarshal(Type type, kel_handle *handle, std::uint32_t tx_id, cons
     return at + length;
 }
 
-}  // namespace tarn::enumeration
+}  // namespace tarnbase::enumeration

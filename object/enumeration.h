@@ -7,7 +7,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::enumeration {
+namespace tarnbase::enumeration {
 
 using Type = const Enumeration &;
 using Object = kel_enum_object;
@@ -62,6 +62,6 @@ std::uint32_t is_valid_cr(Type type, kel_handle *handle, std::uint32_t value);
 
 // get_oid_count and get_object_references are those of a structure: object.h.
 
-}  // namespace tarn::enumeration
+}  // namespace tarnbase::enumeration
 
 #endif

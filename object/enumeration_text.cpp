@@ -8,7 +8,7 @@
 #include "object/enumeration.h"
 #include "object/kept_byte.h"
 
-namespace tarn::enumeration {
+namespace tarnbase::enumeration {
 
 namespace {
 
@@ -103,4 +103,4 @@ void from_xml(Type type, kel_handle *handle, std::uint32_t, const char *path, vo
     }
 }
 
-}  // namespace tarn::enumeration
+}  // namespace tarnbase::enumeration

@@ -9,7 +9,7 @@
 
 #include "frame/conventions.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 class EpochError {
  public:
@@ -31,6 +31,6 @@ class EpochError {
     bool kept_ = false;
 };
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 // A field that is an object with a header of its own.
 constexpr bool is_embedded(FieldKind kind) {
@@ -55,6 +55,6 @@ inline std::int8_t domain_variant(kel_handle *handle, const kel_type_info *descr
         kel_domain_lookup_variant(handle, &handle->variant_domain, descriptor, err));
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -8,7 +8,7 @@
 
 #include "frame/conventions.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 inline const char *error_text(std::uint32_t error) {
     return std::strerror(static_cast<int>(error));
@@ -47,6 +47,6 @@ constexpr std::int32_t usage_index(std::int8_t variant, std::int8_t top_variant)
     return variant > top_variant ? top_variant : variant;
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

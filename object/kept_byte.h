@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace tarn {
+namespace tarnbase {
 
 // Gives the byte behind a text of `length` characters, which is written while this
 // lives, its value back, if the text is indented and its room goes on behind it.
@@ -28,6 +28,6 @@ class KeptByte {
     char held_;
 };
 
-}  // namespace tarn
+}  // namespace tarnbase
 
 #endif

@@ -10,7 +10,7 @@
 #include "object/state.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 std::uint32_t size_of(Type type, const kel_handle *handle) {
     return type.plain_size + (tracking_is_on(handle) ? type.state_length : 0);
@@ -275,4 +275,4 @@ void post_copyout_cleanup(Type type, kel_handle *handle, std::uint32_t tx_id, vo
     own_embedded(type, handle, tx_id, destination, source, err);
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

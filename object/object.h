@@ -10,7 +10,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 using Type = const Structure &;
 
@@ -124,6 +124,6 @@ std::uint32_t toxml_cr(Type type, kel_handle *handle, const void *object, char *
 void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *path, void *document,
               void *object, std::uint32_t *err, char *message, std::uint32_t message_len);
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A structure's compare and hash, unrolled over its fields at compile time: the
 // key index compares composite keys through them. `Fields` is the model's array.
-//   model: compare = &tarn::object::compare_fields<st_x_fields>, hash likewise.
+//   model: compare = &tarnbase::object::compare_fields<st_x_fields>, hash likewise.
 #ifndef TARNBASE_OBJECT_ORDER_H
 #define TARNBASE_OBJECT_ORDER_H
 
@@ -15,7 +15,7 @@
 #include "object/plain_value.h"
 #include "object/value_type.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 template <const auto &Fields, std::size_t I>
 std::int32_t compare_field(const char *a, const char *b) {
@@ -79,6 +79,6 @@ std::uint32_t hash_fields(const void *object, std::uint32_t seed) {
                              std::make_index_sequence<std::size(Fields)>());
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -8,7 +8,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 template <FieldKind Kind>
 struct PlainValueOf;
@@ -47,6 +47,6 @@ struct PlainValueOf<FieldKind::enumeration> {
 template <FieldKind Kind>
 using PlainValue = typename PlainValueOf<Kind>::type;
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -11,7 +11,7 @@
 #include "object/fields.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 std::uint8_t *state_block(Type type, kel_handle *handle, std::uint32_t tx_id, const void *object,
                           std::uint8_t flags) {
@@ -161,4 +161,4 @@ void set_all_state_tracking_flag(Type type, kel_handle *handle, std::uint32_t tx
                 type.state_length);
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

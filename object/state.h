@@ -8,7 +8,7 @@
 #include "frame/conventions.h"
 #include "object/object.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 // The flag that a field write leaves behind; all other values are the callers'.
 inline constexpr std::uint8_t state_changed = 2;
@@ -58,6 +58,6 @@ void mark_changed(Type type, std::uint32_t position, kel_handle *handle, std::ui
 bool admit_flag_get(kel_handle *handle, const void *object, std::uint32_t *err);
 bool admit_flag_set(kel_handle *handle, const void *object, std::uint32_t *err);
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

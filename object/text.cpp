@@ -12,7 +12,7 @@
 #include "object/object.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 namespace {
 
@@ -50,4 +50,4 @@ std::uint32_t print_cr(Type type, kel_handle *handle, const void *object, char *
     return handle->last_error == 0 ? length : cr_failure;
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

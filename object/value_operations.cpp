@@ -5,7 +5,7 @@
 #include "object/fields.h"
 #include "object/value_type.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 namespace {
 
@@ -72,4 +72,4 @@ const ValueOperations &operations(const Field &field) {
     return table[static_cast<unsigned>(field.kind)];
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

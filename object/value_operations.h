@@ -9,7 +9,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 struct ValueOperations {
     // Every kind.
@@ -58,6 +58,6 @@ struct ValueOperations {
 
 const ValueOperations &operations(const Field &field);
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

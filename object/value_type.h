@@ -20,7 +20,7 @@
 #include "object/object.h"
 #include "object/plain_value.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 template <FieldKind Kind>
 struct Value;
@@ -329,6 +329,6 @@ struct Value<FieldKind::structure> {
     }
 };
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object
 
 #endif

@@ -5,7 +5,7 @@
 #include "object/object.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 std::int8_t variant_data_index_cap(Type type, std::int8_t variant) {
     return variant > type.top_variant ? type.top_variant : variant;
@@ -46,4 +46,4 @@ std::uint32_t type_type_backpropagate(Type type, kel_handle *handle, std::uint32
     return 1;
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

@@ -5,7 +5,7 @@
 #include "object/object.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 void get_all(Type type, kel_handle *handle, std::uint32_t tx_id, const void *object,
              std::initializer_list<void *> out, std::uint32_t *err) {
@@ -50,4 +50,4 @@ std::uint32_t hash(Type type, const void *object, std::uint32_t seed) {
     return type.hash(object, seed);
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

@@ -22,7 +22,7 @@
 #include "object/state.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 namespace {
 
@@ -294,4 +294,4 @@ std::uint32_t len_cr(Type type, kel_handle *handle, const void *object) {
     return len(type, handle, handle->cr_tx_id, object);
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

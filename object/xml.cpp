@@ -9,7 +9,7 @@
 #include "object/object.h"
 #include "object/value_operations.h"
 
-namespace tarn::object {
+namespace tarnbase::object {
 
 namespace {
 
@@ -92,4 +92,4 @@ void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *pa
     }
 }
 
-}  // namespace tarn::object
+}  // namespace tarnbase::object

@@ -4,7 +4,7 @@
 #include "frame/conventions.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 void record_callback(kel_handle *handle, std::uint32_t tx_id, void *table, void *record,
                      std::uint32_t *err, RecordHandler handler) {
@@ -38,4 +38,4 @@ void default_dm_handler(Model model, const char *event, kel_handle *handle, std:
     handler(handle, tx_id, nullptr, record, err);
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

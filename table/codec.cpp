@@ -15,7 +15,7 @@
 #include "table/key.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -218,4 +218,4 @@ std::uint32_t pkey_unmarshal(Model model, kel_handle *handle, std::uint32_t tx_i
     return consumed;
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

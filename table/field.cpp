@@ -4,7 +4,7 @@
 #include "object/object.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -65,4 +65,4 @@ void free_and_set_field(Model model, kel_handle *handle, std::uint32_t tx_id, ke
     attach(model, handle, tx_id, record, object, slot);
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

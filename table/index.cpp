@@ -6,7 +6,7 @@
 #include "table/reads.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -128,4 +128,4 @@ std::uint32_t remove_cr(Model model, kel_handle *handle, kel_table *table, kel_r
     return handle->last_error;
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

@@ -6,7 +6,7 @@
 #include "object/enumeration.h"
 #include "object/object.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -166,4 +166,4 @@ std::uint32_t key_print(const Table &model, kel_handle *handle, std::uint32_t tx
     __builtin_unreachable();
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

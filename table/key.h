@@ -10,7 +10,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 // The key in `holder`: its key field, or `holder` itself on a table keyed by a
 // structure. `holder` is a pkey or what a record holds; null gives null.
@@ -33,6 +33,6 @@ std::uint32_t key_unmarshal(const Table &model, kel_handle *handle, std::uint32_
 std::uint32_t key_print(const Table &model, kel_handle *handle, std::uint32_t tx_id, char *buffer,
                         const void *key, std::uint32_t buffer_len, std::uint32_t *err);
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table
 
 #endif

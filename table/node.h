@@ -7,7 +7,7 @@
 
 #include "tarnbase/record.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 inline kel_record *record_of(kel_index_node *node) {
     return reinterpret_cast<kel_record *>(reinterpret_cast<char *>(node) -
@@ -19,6 +19,6 @@ inline const kel_record *record_of(const kel_index_node *node) {
                                                 offsetof(kel_record, index_node));
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table
 
 #endif

@@ -9,7 +9,7 @@
 #include "table/reads.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -253,4 +253,4 @@ std::uint32_t get_count_cr(kel_handle *handle, kel_table *table) {
     return get_count(handle, handle->cr_tx_id, table);
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

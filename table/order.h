@@ -13,7 +13,7 @@
 #include "object/enumeration.h"
 #include "table/node.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 // What the index tree takes as the order of `a` and `b`: 0 before, 1 equal, 2 after.
 template <typename T>
@@ -80,6 +80,6 @@ std::uint32_t compare_by_key_object(const kel_index_node *a, const kel_index_nod
     });
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table
 
 #endif

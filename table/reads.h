@@ -8,7 +8,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 inline std::uint16_t current_tenant() {
     std::uint16_t tenant = 0;
@@ -36,6 +36,6 @@ inline kel_record *answer(const Table &model, kel_handle *handle, std::uint32_t 
     return record;
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table
 
 #endif

@@ -6,7 +6,7 @@
 #include "object/object.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -148,4 +148,4 @@ void pkey_destroy(Model model, kel_handle *handle, std::uint32_t tx_id, void *ke
                     key_object);
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

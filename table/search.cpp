@@ -11,7 +11,7 @@
 #include "table/reads.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -76,4 +76,4 @@ kel_record *search_by_object(Model model, kel_handle *handle, std::uint32_t tx_i
                   err);
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

@@ -9,7 +9,7 @@
 
 #include "frame/schema.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 using Model = const Table &;
 
@@ -221,6 +221,6 @@ std::uint32_t record_toxml_cr(Model model, kel_handle *handle, const kel_record 
 kel_record *record_from_xml(Model model, kel_handle *handle, std::uint32_t tx_id, void *document,
                             std::uint32_t *err, char *message, std::uint32_t message_len);
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table
 
 #endif

@@ -7,7 +7,7 @@
 #include "table/key.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -149,4 +149,4 @@ kel_record *record_from_xml(Model model, kel_handle *handle, std::uint32_t tx_id
     return record;
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

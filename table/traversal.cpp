@@ -7,7 +7,7 @@
 #include "table/reads.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 namespace {
 
@@ -209,4 +209,4 @@ void walk_cr(kel_handle *handle, kel_table *table, std::uint32_t key_number,
     walk(table, function, context, visit, &handle->last_error);
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

@@ -7,7 +7,7 @@
 #include "table/node.h"
 #include "table/table.h"
 
-namespace tarn::table {
+namespace tarnbase::table {
 
 using Word = std::uintptr_t;
 using WideFunction = std::uint32_t (*)(kel_record *record, void *context, Word third, Word fourth,
@@ -21,4 +21,4 @@ TARN_CALLED_WITH_FEWER std::uint32_t visit(kel_index_node *node, void *pair, Wor
     return function(record_of(node), target->context, third, fourth, fifth, sixth);
 }
 
-}  // namespace tarn::table
+}  // namespace tarnbase::table

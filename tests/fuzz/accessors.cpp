@@ -19,7 +19,7 @@
 #define TARN_CALLS_BY_NAME
 #endif
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -110,4 +110,4 @@ void use_accessors(const Structure &type, const Round &round, void *object) {
     }
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

@@ -5,11 +5,11 @@
 
 #include "tests/fuzz/round.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // Reads each field of the object in every way, and writes what was read.
 void use_accessors(const Structure &type, const Round &round, void *object);
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

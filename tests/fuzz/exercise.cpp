@@ -9,7 +9,7 @@
 #include "tests/fuzz/forms.h"
 #include "tests/fuzz/schema_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -200,4 +200,4 @@ void exercise(const Enumeration &type, const Round &round, kel_enum_object *obje
     require(err == 0, "an enumeration tells whether it was modified");
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

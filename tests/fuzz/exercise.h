@@ -9,7 +9,7 @@
 #include "frame/schema.h"
 #include "tests/fuzz/round.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // Accessors, order, every form, state flags, clones and copies. `room` cuts buffers.
 void exercise(const Structure &type, const Round &round, void *object, u8 room);
@@ -25,6 +25,6 @@ bool has_enumerators_only(const Structure &type, const void *object);
 // Requires that both compare as equal and hash alike.
 void require_equal(const Structure &type, const void *a, const void *b);
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

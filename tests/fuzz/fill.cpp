@@ -8,7 +8,7 @@
 #include "table/table.h"
 #include "tests/fuzz/schema_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 u64 Random::word() {
     state_ ^= state_ << 13;
@@ -160,4 +160,4 @@ std::vector<u8> new_frame(const Table &model, const Round &round, Random &random
     return bytes;
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

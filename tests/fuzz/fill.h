@@ -9,7 +9,7 @@
 #include "frame/schema.h"
 #include "tests/fuzz/round.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // A small generator; any fixed one will do.
 class Random {
@@ -39,6 +39,6 @@ std::vector<u8> frame(const Table &model, const Round &round, const kel_record *
 // The frame of a new record that is gone afterwards.
 std::vector<u8> new_frame(const Table &model, const Round &round, Random &random);
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/fuzz/forms.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 char *text_page() {
     static Buffer page(longest_text);
     return page.text();
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

@@ -9,7 +9,7 @@
 #include "tests/fuzz/input.h"
 #include "tests/fuzz/round.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // Longer than any text here: the XML of an array is the longest.
 inline constexpr u32 longest_text = 128 * 1024;
@@ -39,6 +39,6 @@ std::pair<std::string, u32> text_form(u8 room, Write write) {
     return {std::move(text), 0};
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

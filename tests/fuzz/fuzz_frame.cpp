@@ -11,7 +11,7 @@
 #include "tests/fuzz/tabled.h"
 #include "tests/fuzz/wire_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -69,4 +69,4 @@ void fuzz_frame(Bytes bytes) {
     for (const Received &each : records) destroy(*each.model, round, each.record);
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

@@ -6,7 +6,7 @@
 #include "tests/fuzz/input.h"
 #include "tests/fuzz/schema_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -53,4 +53,4 @@ void fuzz_object(Bytes bytes) {
     }
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

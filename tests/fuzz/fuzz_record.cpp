@@ -8,7 +8,7 @@
 #include "tests/fuzz/schema_items.h"
 #include "tests/fuzz/tabled.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -80,4 +80,4 @@ void fuzz_record(Bytes bytes) {
     }
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

@@ -13,7 +13,7 @@
 #include "tests/fuzz/schema_items.h"
 #include "tests/fuzz/tabled.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -138,4 +138,4 @@ void fuzz_xml(Bytes bytes) {
             "a document has elements");
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

@@ -10,7 +10,7 @@
 
 #include "tests/fuzz/targets.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 class Buffer {
  public:
@@ -46,6 +46,6 @@ class Input {
     Bytes bytes_;
 };
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

@@ -6,12 +6,12 @@
 #include "tests/fuzz/mutate.h"
 #include "tests/fuzz/targets.h"
 
-using tarn::fuzz::u8;
+using tarnbase::fuzz::u8;
 
 extern "C" int LLVMFuzzerTestOneInput(const u8 *data, std::size_t size);
 
 int LLVMFuzzerTestOneInput(const u8 *data, std::size_t size) {
-    tarn::fuzz::TARN_FUZZ_TARGET({data, size});
+    tarnbase::fuzz::TARN_FUZZ_TARGET({data, size});
     return 0;
 }
 
@@ -35,9 +35,9 @@ std::size_t hand_over(const std::vector<u8> &stream, u8 *out, std::size_t limit)
 }  // namespace
 
 std::size_t LLVMFuzzerCustomMutator(u8 *data, std::size_t size, std::size_t limit, unsigned seed) {
-    tarn::fuzz::Random random(seed);
+    tarnbase::fuzz::Random random(seed);
     std::vector<u8> stream(data, data + size);
-    tarn::fuzz::mutate_stream(stream, limit, random, [limit](std::vector<u8> &bytes) {
+    tarnbase::fuzz::mutate_stream(stream, limit, random, [limit](std::vector<u8> &bytes) {
         const std::size_t length = bytes.size();
         bytes.resize(std::max(limit, length));
         bytes.resize(LLVMFuzzerMutate(bytes.data(), length, bytes.size()));
@@ -48,9 +48,10 @@ std::size_t LLVMFuzzerCustomMutator(u8 *data, std::size_t size, std::size_t limi
 std::size_t LLVMFuzzerCustomCrossOver(const u8 *first, std::size_t first_size, const u8 *second,
                                       std::size_t second_size, u8 *out, std::size_t limit,
                                       unsigned seed) {
-    tarn::fuzz::Random random(seed);
-    return hand_over(tarn::fuzz::cross_streams({first, first_size}, {second, second_size}, random),
-                     out, limit);
+    tarnbase::fuzz::Random random(seed);
+    return hand_over(
+        tarnbase::fuzz::cross_streams({first, first_size}, {second, second_size}, random), out,
+        limit);
 }
 
 #endif

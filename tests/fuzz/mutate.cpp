@@ -6,7 +6,7 @@
 #include "tests/fuzz/schema_items.h"
 #include "tests/fuzz/wire_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -203,4 +203,4 @@ std::vector<u8> cross_streams(Bytes first, Bytes second, Random &random) {
     return crossed;
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

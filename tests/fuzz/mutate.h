@@ -9,7 +9,7 @@
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/targets.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // Makes one change: a byte or a number gets another value, or bytes go or come.
 void mutate_bytes(std::vector<u8> &bytes, Random &random);
@@ -27,6 +27,6 @@ void mutate_stream(std::vector<u8> &stream, std::size_t limit, Random &random,
 // The start of one stream and the end of another, cut at the borders of items.
 std::vector<u8> cross_streams(Bytes first, Bytes second, Random &random);
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

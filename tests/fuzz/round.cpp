@@ -11,7 +11,7 @@
 #include "table/table.h"
 #include "tests/fuzz/schema_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 void require(bool holds, const char *promise) {
     if (holds) return;
@@ -155,4 +155,4 @@ kel_table *Round::table(const Table &model) const {
     return nullptr;
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

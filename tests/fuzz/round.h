@@ -8,7 +8,7 @@
 #include "tarnbase/embedded.h"
 #include "tests/fuzz/targets.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // Ends the process, saying what was promised, unless the promise holds.
 void require(bool holds, const char *promise);
@@ -57,6 +57,6 @@ class Round {
     u64 blocks_;
 };
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

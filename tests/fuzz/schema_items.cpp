@@ -7,7 +7,7 @@
 // No field is of this type, so that no structure leads to it.
 #include "model/lumi_interface_peer_adv_capability.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -61,4 +61,4 @@ const std::vector<const Enumeration *> &all_enumerations() {
     return listed;
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

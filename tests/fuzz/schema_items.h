@@ -10,7 +10,7 @@
 #include "frame/schema.h"
 #include "tests/fuzz/targets.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // In the order in which the schema's descriptors are listed.
 const std::vector<const Structure *> &all_structures();
@@ -32,6 +32,6 @@ inline const kel_object *head(const void *object) {
     return static_cast<const kel_object *>(object);
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

@@ -13,7 +13,7 @@
 #include "tests/fuzz/mutate.h"
 #include "tests/fuzz/schema_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -220,4 +220,4 @@ std::string make_dictionary(const Target &target) {
     return target.run == fuzz_xml ? xml_words() : wire_words();
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

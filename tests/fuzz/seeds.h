@@ -8,7 +8,7 @@
 
 #include "tests/fuzz/targets.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // Gives each seed of a target, with a name.
 using TakeSeed = std::function<void(const std::string &name, Bytes bytes)>;
@@ -17,6 +17,6 @@ void make_seeds(const Target &target, const TakeSeed &take);
 // A target's dictionary, in libFuzzer's notation.
 std::string make_dictionary(const Target &target);
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

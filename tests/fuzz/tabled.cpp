@@ -6,7 +6,7 @@
 #include "tests/fuzz/forms.h"
 #include "tests/fuzz/schema_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 bool is_whole(const Table &model, const kel_record *record) {
     return record != nullptr && record->object != nullptr &&
@@ -126,4 +126,4 @@ void destroy(const Table &model, const Round &round, kel_record *record) {
     require(err == 0, "a record can be destroyed");
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

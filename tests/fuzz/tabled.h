@@ -6,7 +6,7 @@
 #include "frame/schema.h"
 #include "tests/fuzz/round.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 // Whether the record has the objects that its table orders by.
 bool is_whole(const Table &model, const kel_record *record);
@@ -24,6 +24,6 @@ void walk(const Table &model, const Round &round);
 // Takes the record out of its index, if it is in one, and destroys it.
 void destroy(const Table &model, const Round &round, kel_record *record);
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 using u8 = std::uint8_t;
 using u16 = std::uint16_t;
@@ -37,6 +37,6 @@ inline constexpr Target targets[] = {
     {"frame", fuzz_frame},
 };
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

@@ -19,7 +19,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using namespace tarn::fuzz;
+using namespace tarnbase::fuzz;
 
 std::vector<u8> read_file(const fs::path &path) {
     std::ifstream in(path, std::ios::binary);

@@ -4,7 +4,7 @@
 #include "tarnbase/module.h"
 #include "tests/fuzz/schema_items.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 namespace {
 
@@ -122,4 +122,4 @@ std::vector<WireItem> items_of_stream(Bytes stream) {
     return walker.take();
 }
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz

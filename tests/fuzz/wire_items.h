@@ -8,7 +8,7 @@
 #include "frame/schema.h"
 #include "tests/fuzz/targets.h"
 
-namespace tarn::fuzz {
+namespace tarnbase::fuzz {
 
 enum class WireKind : u8 {
     frame,   // a whole frame
@@ -38,6 +38,6 @@ const Table *table_of_frame(Bytes frame);
 // The items of all frames in a stream, as far as they can be made out.
 std::vector<WireItem> items_of_stream(Bytes stream);
 
-}  // namespace tarn::fuzz
+}  // namespace tarnbase::fuzz
 
 #endif

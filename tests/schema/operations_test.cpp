@@ -133,10 +133,10 @@ TEST(Operations, UnusedArgumentsLoseTheirNamesInStamps) {
     operation.result = "uint32_t ";
     operation.name = "f";
     operation.arguments = {"void *table", "uint32_t unused", "uint32_t *err"};
-    operation.body = "return tarn::table::f(err);";
-    EXPECT_EQ(
-        tarnc::define_operations({operation}),
-        "\nuint32_t f(void *, uint32_t, uint32_t *err) {\n    return tarn::table::f(err);\n}\n");
+    operation.body = "return tarnbase::table::f(err);";
+    EXPECT_EQ(tarnc::define_operations({operation}),
+              "\nuint32_t f(void *, uint32_t, uint32_t *err) {\n    return "
+              "tarnbase::table::f(err);\n}\n");
 }
 
 TEST(Operations, WideOperationIsDefinedWithAllArgumentsUnderTheExportedName) {

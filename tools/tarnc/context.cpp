@@ -63,7 +63,7 @@ Context context_of(const Schema &schema, const Structure &structure) {
     context.set("meaning", structure.meaning);
     context.set("digest", structure.identity.digest);
     context.set("quoted_meaning", quoted(structure.meaning));
-    context.set("model", "tarn::model::" + structure.name);
+    context.set("model", "tarnbase::model::" + structure.name);
     context.set("plain_size", text(structure.plain_size));
     context.set("state_length", text(structure.state_length));
     context.set("top_variant", text(static_cast<std::uint64_t>(structure.top_variant())));
@@ -106,7 +106,7 @@ Context context_of(const Schema &schema, const Enumeration &enumeration) {
     context.set("meaning", enumeration.meaning);
     context.set("digest", enumeration.identity.digest);
     context.set("quoted_meaning", quoted(enumeration.meaning));
-    context.set("model", "tarn::model::" + enumeration.name);
+    context.set("model", "tarnbase::model::" + enumeration.name);
     context.set("has_zero", flag(has_zero(enumeration)));
     context.set("first_user_value", text(enumeration.enumerators.front().value));
     context.set("count", text(enumeration.enumerators.size()));

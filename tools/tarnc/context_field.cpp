@@ -115,7 +115,7 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("field_type", field.type);
     context.set("number", text(field.number));
     context.set("model_field",
-                "tarn::model::" + structure.name + "_fields[" + text(field.number) + "]");
+                "tarnbase::model::" + structure.name + "_fields[" + text(field.number) + "]");
     context.set("access", field.built_in != nullptr ? field.built_in->access : field.type);
     context.set("single", flag(!is_array));
     context.set("array", flag(is_array));

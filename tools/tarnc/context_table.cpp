@@ -48,7 +48,7 @@ constexpr Event events[] = {
 };
 
 Context context_of(const Schema &schema, const Table &table, const Event &event) {
-    const std::string model = "tarn::model::" + table.name;
+    const std::string model = "tarnbase::model::" + table.name;
     const std::string quoted = "\"" + std::string(event.text) + "\"";
     const std::string values = "handle, tx_id, " + std::string(event.values);
     Context context;
@@ -61,12 +61,13 @@ Context context_of(const Schema &schema, const Table &table, const Event &event)
     context.set("values", values);
     if (event.main_event == nullptr) {
         context.set("default_text", "sets `*err` to 0");
-        context.set("default", "tarn::table::default_handler(" + model + ", " + quoted + ", err)");
+        context.set("default",
+                    "tarnbase::table::default_handler(" + model + ", " + quoted + ", err)");
     } else {
         const std::string main = handler_name(schema, table, event.main_event);
         context.set("default_text", "calls " + main + " with a null table");
-        context.set("default", "tarn::table::default_dm_handler(" + model + ", " + quoted + ", " +
-                                   values + ", " + main + ")");
+        context.set("default", "tarnbase::table::default_dm_handler(" + model + ", " + quoted +
+                                   ", " + values + ", " + main + ")");
     }
     return context;
 }
@@ -80,7 +81,7 @@ void set_key(Context &context, const Table &table) {
         context.set("key_argument", "const " + table.key_type->name);
         context.set("key_argument_text", "a " + table.key_type->name + " object");
         context.set("key_text", "its tenant, key object and source");
-        context.set("compare", "tarn::table::compare_by_key_object<tarn::model::" +
+        context.set("compare", "tarnbase::table::compare_by_key_object<tarnbase::model::" +
                                    table.key_type->name + ">");
         context.set("key_kind", "structure");
         context.set("model_key_type", "&" + table.key_type->name);
@@ -92,8 +93,8 @@ void set_key(Context &context, const Table &table) {
     context.set("key_text", "its tenant, `" + field.name + "` and source");
     context.set("model_key_type", "nullptr");
     context.set("model_key_field", "&" + table.type->name + "_fields[" + text(field.number) + "]");
-    context.set("compare", "tarn::table::compare_by_field<tarn::model::" + table.type->name + ", " +
-                               text(field.number) + ">");
+    context.set("compare", "tarnbase::table::compare_by_field<tarnbase::model::" +
+                               table.type->name + ", " + text(field.number) + ">");
     if (field.kind == FieldKind::vstring || field.kind == FieldKind::address) {
         context.set("key_argument", "const " + field.type);
         context.set("key_argument_text", "a " + field.type);
@@ -134,7 +135,7 @@ Context context_of(const Schema &schema, const Table &table) {
     context.set("table", table.name);
     context.set("module", schema.module);
     context.set("origin", origin(schema, table.place));
-    context.set("model", "tarn::model::" + table.name);
+    context.set("model", "tarnbase::model::" + table.name);
     context.set("type", table.type->name);
     context.set("key", table.key());
     context.set("key_label", table.key_label());

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "frame/schema.h"
 #include "tests/behaviour/every/call.h"
+#include "tests/behaviour/every/model.h"
 
 namespace tarn::test {
 

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <vector>
 
-#include "frame/schema.h"
+#include "tests/behaviour/every/model.h"
 #include "tests/support/fixture.h"
 
 namespace tarn::test {
@@ -71,16 +71,16 @@ std::string name_in_mode(const ::testing::TestParamInfo<InMode<Item>> &each) {
     INSTANTIATE_TEST_SUITE_P(                                                            \
         Every, suite,                                                                    \
         ::testing::ValuesIn(::tarn::test::in_each_mode(::tarn::test::all_structures())), \
-        ::tarn::test::name_in_mode<::tarn::Structure>)
+        ::tarn::test::name_in_mode<::tarnbase::Structure>)
 #define TARN_EACH_ENUMERATION(suite)                                                       \
     INSTANTIATE_TEST_SUITE_P(                                                              \
         Every, suite,                                                                      \
         ::testing::ValuesIn(::tarn::test::in_each_mode(::tarn::test::all_enumerations())), \
-        ::tarn::test::name_in_mode<::tarn::Enumeration>)
+        ::tarn::test::name_in_mode<::tarnbase::Enumeration>)
 #define TARN_EVERY_TABLE(suite)                                                                    \
     INSTANTIATE_TEST_SUITE_P(                                                                      \
         Every, suite, ::testing::ValuesIn(::tarn::test::in_each_mode(::tarn::test::all_tables())), \
-        ::tarn::test::name_in_mode<::tarn::Table>)
+        ::tarn::test::name_in_mode<::tarnbase::Table>)
 
 }  // namespace tarn::test
 

@@ -7,9 +7,9 @@
 #include <array>
 #include <string>
 
-#include "frame/schema.h"
 #include "tarnbase/embedded.h"
 #include "tests/behaviour/every/call.h"
+#include "tests/behaviour/every/model.h"
 
 namespace tarn::test {
 

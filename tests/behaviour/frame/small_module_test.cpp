@@ -37,12 +37,12 @@ const kel_type_info last = {KEL_TYPE_INFO_MAGIC, {3},          "last", "tbl_last
                             KEL_TYPE_SLOT_NONE,  &one_variant, 0};
 
 const std::uint8_t table_luid[16] = {3};
-tarn::Table only_table = [] {
-    tarn::Table made = {};
+tarnbase::Table only_table = [] {
+    tarnbase::Table made = {};
     made.luid = table_luid;
     return made;
 }();
-const tarn::Table *const tables[] = {&only_table};
+const tarnbase::Table *const tables[] = {&only_table};
 
 std::uint32_t copy_answer = 0;
 std::uint32_t copies = 0;
@@ -59,17 +59,17 @@ std::vector<Update> updates;
 const kel_type_info *const tarnbase_type_list[] = {&first, &hollow, &last, nullptr};
 const void *tarnbase_table_lut[1][KEL_TABLE_VFT_SLOTS] = {};
 
-namespace tarn {
+namespace tarnbase {
 
 const Module module = {"small", tarnbase_type_list, tables, 1};
 const void *const source_vectors[][KEL_TABLE_VFT_SLOTS] = {{table_luid, "table tbl_last"}};
 
-}  // namespace tarn
+}  // namespace tarnbase
 
 uint32_t table_vft_cpy(void *destination, const void *source, uint32_t count) {
     ++copies;
     EXPECT_EQ(destination, &tarnbase_table_lut);
-    EXPECT_EQ(source, &tarn::source_vectors);
+    EXPECT_EQ(source, &tarnbase::source_vectors);
     EXPECT_EQ(count, 1U);
     return copy_answer;
 }
@@ -81,6 +81,8 @@ void kel_update_variant_info(kel_handle *, uint32_t, kel_type_info_copy *copy,
 
 namespace tarn::test {
 namespace {
+
+using namespace tarnbase;
 
 class SmallModule : public PlainTest {
  protected:

@@ -5,9 +5,9 @@
 #include "object/object.h"
 
 {{type_info}}
-namespace tarn::model {
+namespace tarnbase::model {
 constinit kel_enum_object {{enum}}_fallback = {};
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 // The object behind the public type, and back.
 static kel_enum_object *inner({{enum}} *object) {

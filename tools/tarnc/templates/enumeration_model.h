@@ -6,7 +6,7 @@
 #include "frame/schema.h"
 #include "tarnbase/enums/{{enum}}.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern kel_enum_object {{enum}}_fallback;
 
@@ -25,6 +25,6 @@ inline constexpr Enumeration {{enum}} = {
     .enumerators = {{enum}}_enumerators,
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

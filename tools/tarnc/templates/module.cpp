@@ -28,7 +28,7 @@ const kel_type_info *const {{module}}_type_list[] = {
 
 constinit const void *{{module}}_table_lut[{{table_count}}][KEL_TABLE_VFT_SLOTS] = {};
 
-namespace tarn {
+namespace tarnbase {
 
 const void *const source_vectors[{{table_count}}][KEL_TABLE_VFT_SLOTS] = {
 {{#tables_by_luid}}
@@ -51,4 +51,4 @@ constinit const Module module = {
     .table_count = {{table_count}},
 };
 
-}  // namespace tarn
+}  // namespace tarnbase

@@ -5,7 +5,7 @@
 #include "object/object.h"
 
 {{type_info}}
-namespace tarn::model {
+namespace tarnbase::model {
 constinit Fallback<{{plain_size}}> {{type}}_fallback = {};
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 {{operations}}

@@ -10,7 +10,7 @@
 #include "object/order.h"
 #include "tarnbase/types/{{type}}.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern Fallback<{{plain_size}}> {{type}}_fallback;
 
@@ -46,10 +46,10 @@ inline constexpr Structure {{type}} = {
     .field_count = {{field_count}},
     .fields = {{type}}_fields,
     .field_numbers = {{type}}_field_numbers,
-    .compare = &tarn::object::compare_fields<{{type}}_fields>,
-    .hash = &tarn::object::hash_fields<{{type}}_fields>,
+    .compare = &tarnbase::object::compare_fields<{{type}}_fields>,
+    .hash = &tarnbase::object::hash_fields<{{type}}_fields>,
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

@@ -14,8 +14,8 @@ const char table_{{table}}_name[64] = "table {{table}}";
 const void *const {{table}}_table_vft[KEL_TABLE_VFT_SLOTS] = {
 {{vector}}};
 
-namespace tarn::model {
+namespace tarnbase::model {
 constinit kel_record {{table}}_fallback = {};
 constinit kel_table_id_root *{{table}}_root = nullptr;
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 {{operations}}

@@ -10,7 +10,7 @@
 {{/composite}}
 #include "tarnbase/tables/{{table}}.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern kel_record {{table}}_fallback;
 extern kel_table_id_root *{{table}}_root;
@@ -33,6 +33,6 @@ inline constexpr Table {{table}} = {
     .record_size = {{#composite}}sizeof(kel_record){{/composite}}{{^composite}}KEL_RECORD_SIZE{{/composite}},
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

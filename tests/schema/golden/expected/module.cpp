@@ -23,7 +23,7 @@ const kel_type_info *const sample_type_list[] = {
 
 constinit const void *sample_table_lut[2][KEL_TABLE_VFT_SLOTS] = {};
 
-namespace tarn {
+namespace tarnbase {
 
 const void *const source_vectors[2][KEL_TABLE_VFT_SLOTS] = {
     {
@@ -141,4 +141,4 @@ constinit const Module module = {
     .table_count = 2,
 };
 
-}  // namespace tarn
+}  // namespace tarnbase

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from sample.tarn; changes belong there.
-// A share of the exported functions: 5ff476107b9b8e9ed9c5f484d4be3793
+// A share of the exported functions: aba53127a81ba14ced2c518e69403ffe
 #include "stamps/tbl_shape.cpp"
 #include "stamps/st_shape.cpp"
 #include "stamps/color.cpp"

@@ -6,7 +6,7 @@
 #include "frame/schema.h"
 #include "tarnbase/enums/color.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern kel_enum_object color_fallback;
 
@@ -24,6 +24,6 @@ inline constexpr Enumeration color = {
     .enumerators = color_enumerators,
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

@@ -7,7 +7,7 @@
 #include "object/order.h"
 #include "tarnbase/types/shape_key.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern Fallback<96> shape_key_fallback;
 
@@ -50,10 +50,10 @@ inline constexpr Structure shape_key = {
     .field_count = 2,
     .fields = shape_key_fields,
     .field_numbers = shape_key_field_numbers,
-    .compare = &tarn::object::compare_fields<shape_key_fields>,
-    .hash = &tarn::object::hash_fields<shape_key_fields>,
+    .compare = &tarnbase::object::compare_fields<shape_key_fields>,
+    .hash = &tarnbase::object::hash_fields<shape_key_fields>,
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

@@ -7,7 +7,7 @@
 #include "object/order.h"
 #include "tarnbase/types/st_corner.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern Fallback<40> st_corner_fallback;
 
@@ -50,10 +50,10 @@ inline constexpr Structure st_corner = {
     .field_count = 2,
     .fields = st_corner_fields,
     .field_numbers = st_corner_field_numbers,
-    .compare = &tarn::object::compare_fields<st_corner_fields>,
-    .hash = &tarn::object::hash_fields<st_corner_fields>,
+    .compare = &tarnbase::object::compare_fields<st_corner_fields>,
+    .hash = &tarnbase::object::hash_fields<st_corner_fields>,
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

@@ -9,7 +9,7 @@
 #include "object/order.h"
 #include "tarnbase/types/st_shape.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern Fallback<112> st_shape_fallback;
 
@@ -97,10 +97,10 @@ inline constexpr Structure st_shape = {
     .field_count = 6,
     .fields = st_shape_fields,
     .field_numbers = st_shape_field_numbers,
-    .compare = &tarn::object::compare_fields<st_shape_fields>,
-    .hash = &tarn::object::hash_fields<st_shape_fields>,
+    .compare = &tarnbase::object::compare_fields<st_shape_fields>,
+    .hash = &tarnbase::object::hash_fields<st_shape_fields>,
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

@@ -8,7 +8,7 @@
 #include "model/shape_key.h"
 #include "tarnbase/tables/tbl_layer_shape.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern kel_record tbl_layer_shape_fallback;
 extern kel_table_id_root *tbl_layer_shape_root;
@@ -31,6 +31,6 @@ inline constexpr Table tbl_layer_shape = {
     .record_size = sizeof(kel_record),
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

@@ -7,7 +7,7 @@
 #include "model/st_shape.h"
 #include "tarnbase/tables/tbl_shape.h"
 
-namespace tarn::model {
+namespace tarnbase::model {
 
 extern kel_record tbl_shape_fallback;
 extern kel_table_id_root *tbl_shape_root;
@@ -30,6 +30,6 @@ inline constexpr Table tbl_shape = {
     .record_size = KEL_RECORD_SIZE,
 };
 
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 #endif

@@ -24,9 +24,9 @@ const kel_type_info _color_type_info_internal = {
     .store_private = 0,
 };
 
-namespace tarn::model {
+namespace tarnbase::model {
 constinit kel_enum_object color_fallback = {};
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 // The object behind the public type, and back.
 static kel_enum_object *inner(color *object) {
@@ -40,83 +40,86 @@ static color *outer_color(kel_enum_object *object) {
 }
 
 int8_t color_variant_data_index_cap(int8_t variant) {
-    return tarn::enumeration::variant_data_index_cap(variant);
+    return tarnbase::enumeration::variant_data_index_cap(variant);
 }
 
 color *color_create(kel_handle *handle, uint32_t tx_id) {
-    return outer_color(tarn::enumeration::create(tarn::model::color, handle, tx_id));
+    return outer_color(tarnbase::enumeration::create(tarnbase::model::color, handle, tx_id));
 }
 
 color *color_create_internal(kel_handle *handle, uint32_t tx_id) {
-    return outer_color(tarn::enumeration::create_internal(tarn::model::color, handle, tx_id));
+    return outer_color(tarnbase::enumeration::create_internal(tarnbase::model::color, handle,
+                                                              tx_id));
 }
 
 color *color_create_cr(kel_handle *handle) {
-    return outer_color(tarn::enumeration::create_cr(tarn::model::color, handle));
+    return outer_color(tarnbase::enumeration::create_cr(tarnbase::model::color, handle));
 }
 
 void color_initialize(kel_handle *handle, uint32_t tx_id, color *object,
                       const kel_type_info *descriptor, uint32_t log_writes, uint32_t quiet,
                       uint8_t flags, void *sttr_base, uint32_t *err) {
-    tarn::enumeration::initialize(tarn::model::color, handle, tx_id, inner(object), descriptor,
-                                  log_writes, quiet, flags, sttr_base, err);
+    tarnbase::enumeration::initialize(tarnbase::model::color, handle, tx_id, inner(object),
+                                      descriptor, log_writes, quiet, flags, sttr_base, err);
 }
 
 void color_set_instance_embedded(kel_handle *handle, uint32_t tx_id, color *object) {
-    tarn::enumeration::set_instance_embedded(handle, tx_id, inner(object));
+    tarnbase::enumeration::set_instance_embedded(handle, tx_id, inner(object));
 }
 
 uint32_t color_get_oid_count(kel_handle *handle, uint32_t tx_id, color *object, uint32_t *err) {
-    return tarn::object::get_oid_count(handle, tx_id, object, err);
+    return tarnbase::object::get_oid_count(handle, tx_id, object, err);
 }
 
 void color_get_object_references(kel_handle *handle, uint32_t tx_id, color *object,
                                  uint64_t *references, uint32_t count, uint32_t *err) {
-    tarn::object::get_object_references(handle, tx_id, object, references, count, err);
+    tarnbase::object::get_object_references(handle, tx_id, object, references, count, err);
 }
 
 void color_destroy(kel_handle *handle, uint32_t tx_id, color *object) {
-    tarn::enumeration::destroy(tarn::model::color, handle, tx_id, inner(object));
+    tarnbase::enumeration::destroy(tarnbase::model::color, handle, tx_id, inner(object));
 }
 
 void color_destroy_internal(kel_handle *handle, uint32_t tx_id, color *object, uint32_t release) {
-    tarn::enumeration::destroy_internal(tarn::model::color, handle, tx_id, inner(object), release);
+    tarnbase::enumeration::destroy_internal(tarnbase::model::color, handle, tx_id, inner(object),
+                                            release);
 }
 
 void color_destroy_cr(kel_handle *handle, color *object) {
-    tarn::enumeration::destroy_cr(tarn::model::color, handle, inner(object));
+    tarnbase::enumeration::destroy_cr(tarnbase::model::color, handle, inner(object));
 }
 
 uint32_t color_map_to_user_value(uint32_t value) {
-    return tarn::enumeration::map_to_user_value(value);
+    return tarnbase::enumeration::map_to_user_value(value);
 }
 
 uint32_t color_map_to_internal_value(uint32_t value) {
-    return tarn::enumeration::map_to_internal_value(tarn::model::color, value);
+    return tarnbase::enumeration::map_to_internal_value(tarnbase::model::color, value);
 }
 
 int32_t color_adjust_variant(kel_handle *handle, uint32_t tx_id, color *object, uint32_t *err) {
-    return tarn::enumeration::adjust_variant(tarn::model::color, handle, tx_id, inner(object), err);
+    return tarnbase::enumeration::adjust_variant(tarnbase::model::color, handle, tx_id,
+                                                 inner(object), err);
 }
 
 int32_t color_compare(const color *a, const color *b) {
-    return tarn::enumeration::compare(inner(a), inner(b));
+    return tarnbase::enumeration::compare(inner(a), inner(b));
 }
 
 uint32_t color_hash(const color *object, uint32_t seed) {
-    return tarn::enumeration::hash(inner(object), seed);
+    return tarnbase::enumeration::hash(inner(object), seed);
 }
 
 uint32_t color_sizeof(kel_handle *) {
-    return tarn::enumeration::size_of();
+    return tarnbase::enumeration::size_of();
 }
 
 uint32_t color_len(kel_handle *, uint32_t, const color *) {
-    return tarn::enumeration::len();
+    return tarnbase::enumeration::len();
 }
 
 uint32_t color_len_cr(kel_handle *handle) {
-    return tarn::enumeration::len_cr(handle);
+    return tarnbase::enumeration::len_cr(handle);
 }
 
 color *color_get(kel_handle *, uint32_t, color *object, uint32_t *) {
@@ -124,62 +127,67 @@ color *color_get(kel_handle *, uint32_t, color *object, uint32_t *) {
 }
 
 uint32_t color_get_value(kel_handle *handle, uint32_t tx_id, const color *object, uint32_t *err) {
-    return tarn::enumeration::get_value(handle, tx_id, inner(object), err);
+    return tarnbase::enumeration::get_value(handle, tx_id, inner(object), err);
 }
 
 void color_set(kel_handle *handle, uint32_t tx_id, color *object, const color *source,
                uint32_t *err) {
-    tarn::enumeration::set(tarn::model::color, handle, tx_id, inner(object), inner(source), err);
+    tarnbase::enumeration::set(tarnbase::model::color, handle, tx_id, inner(object), inner(source),
+                               err);
 }
 
 void color_set_value(kel_handle *handle, uint32_t tx_id, color *object, uint32_t value,
                      uint32_t *err) {
-    tarn::enumeration::set_value(tarn::model::color, handle, tx_id, inner(object), value, err);
+    tarnbase::enumeration::set_value(tarnbase::model::color, handle, tx_id, inner(object), value,
+                                     err);
 }
 
 uint32_t color_marshal(kel_handle *handle, uint32_t tx_id, void *buffer, const color *object,
                        uint32_t remaining, uint32_t *err) {
-    return tarn::enumeration::marshal(tarn::model::color, handle, tx_id, buffer, inner(object),
-                                      remaining, err);
+    return tarnbase::enumeration::marshal(tarnbase::model::color, handle, tx_id, buffer,
+                                          inner(object), remaining, err);
 }
 
 uint32_t color_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer, color *object,
                          uint32_t remaining, uint32_t in_place, uint32_t *err) {
-    return tarn::enumeration::unmarshal(tarn::model::color, handle, tx_id, buffer, inner(object),
-                                        remaining, in_place, err);
+    return tarnbase::enumeration::unmarshal(tarnbase::model::color, handle, tx_id, buffer,
+                                            inner(object), remaining, in_place, err);
 }
 
 uint32_t color_backpropagate(kel_handle *handle, uint32_t tx_id, color *object, uint32_t *err) {
-    return tarn::enumeration::backpropagate(tarn::model::color, handle, tx_id, inner(object), err);
+    return tarnbase::enumeration::backpropagate(tarnbase::model::color, handle, tx_id,
+                                                inner(object), err);
 }
 
 uint32_t color_print(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
                      const char *name, const color *object, uint32_t remaining, uint32_t *err) {
-    return tarn::enumeration::print(tarn::model::color, handle, tx_id, buffer, indent, name,
-                                    inner(object), remaining, err);
+    return tarnbase::enumeration::print(tarnbase::model::color, handle, tx_id, buffer, indent, name,
+                                        inner(object), remaining, err);
 }
 
 uint32_t color_print_cr(kel_handle *handle, const color *object, char *buffer, uint32_t length) {
-    return tarn::enumeration::print_cr(tarn::model::color, handle, inner(object), buffer, length);
+    return tarnbase::enumeration::print_cr(tarnbase::model::color, handle, inner(object), buffer,
+                                           length);
 }
 
 uint32_t color_to_xml(kel_handle *handle, uint32_t tx_id, const char *name, char *buffer,
                       const color *object, uint32_t remaining, uint8_t state_flag, uint32_t *err) {
-    return tarn::enumeration::to_xml(tarn::model::color, handle, tx_id, name, buffer, inner(object),
-                                     remaining, state_flag, err);
+    return tarnbase::enumeration::to_xml(tarnbase::model::color, handle, tx_id, name, buffer,
+                                         inner(object), remaining, state_flag, err);
 }
 
 uint32_t color_toxml_cr(kel_handle *handle, const color *object, char *buffer, uint32_t length) {
-    return tarn::enumeration::toxml_cr(tarn::model::color, handle, inner(object), buffer, length);
+    return tarnbase::enumeration::toxml_cr(tarnbase::model::color, handle, inner(object), buffer,
+                                           length);
 }
 
 void color_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void *document,
                     color *object, uint32_t *err, char *message, uint32_t message_len) {
-    tarn::enumeration::from_xml(tarn::model::color, handle, tx_id, path, document, inner(object),
-                                err, message, message_len);
+    tarnbase::enumeration::from_xml(tarnbase::model::color, handle, tx_id, path, document,
+                                    inner(object), err, message, message_len);
 }
 
 uint32_t color_is_valid_cr(kel_handle *handle, uint32_t value) {
-    return tarn::enumeration::is_valid_cr(tarn::model::color, handle, value);
+    return tarnbase::enumeration::is_valid_cr(tarnbase::model::color, handle, value);
 }
 

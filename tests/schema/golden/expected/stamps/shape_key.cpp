@@ -24,98 +24,102 @@ const kel_type_info _shape_key_type_info_internal = {
     .store_private = 0,
 };
 
-namespace tarn::model {
+namespace tarnbase::model {
 constinit Fallback<96> shape_key_fallback = {};
-}  // namespace tarn::model
+}  // namespace tarnbase::model
 
 shape_key *shape_key_create(kel_handle *handle, uint32_t tx_id) {
-    return static_cast<shape_key *>(tarn::object::create(tarn::model::shape_key, handle, tx_id));
+    return static_cast<shape_key *>(tarnbase::object::create(tarnbase::model::shape_key, handle,
+                                                             tx_id));
 }
 
 shape_key *shape_key_create_internal(kel_handle *handle, uint32_t tx_id) {
-    return static_cast<shape_key *>(tarn::object::create_internal(tarn::model::shape_key, handle,
-                                                                  tx_id));
+    return static_cast<shape_key *>(tarnbase::object::create_internal(tarnbase::model::shape_key,
+                                                                      handle, tx_id));
 }
 
 shape_key *shape_key_create_cr(kel_handle *handle) {
-    return static_cast<shape_key *>(tarn::object::create_cr(tarn::model::shape_key, handle));
+    return static_cast<shape_key *>(tarnbase::object::create_cr(tarnbase::model::shape_key,
+                                                                handle));
 }
 
 void shape_key_initialize(kel_handle *handle, uint32_t tx_id, shape_key *object,
                           const kel_type_info *descriptor, uint32_t log_writes, uint32_t quiet,
                           uint8_t flags, void *sttr_base, uint32_t *err) {
-    tarn::object::initialize(tarn::model::shape_key, handle, tx_id, object, descriptor, log_writes,
-                             quiet, flags, sttr_base, err);
+    tarnbase::object::initialize(tarnbase::model::shape_key, handle, tx_id, object, descriptor,
+                                 log_writes, quiet, flags, sttr_base, err);
 }
 
 void shape_key_set_instance_embedded(kel_handle *handle, uint32_t tx_id, shape_key *object) {
-    tarn::object::set_instance_embedded(tarn::model::shape_key, handle, tx_id, object);
+    tarnbase::object::set_instance_embedded(tarnbase::model::shape_key, handle, tx_id, object);
 }
 
 void shape_key_offset_update(kel_handle *handle, uint32_t tx_id, shape_key *object, void *sttr_base,
                              uint32_t *err) {
-    tarn::object::offset_update(tarn::model::shape_key, handle, tx_id, object, sttr_base, err);
+    tarnbase::object::offset_update(tarnbase::model::shape_key, handle, tx_id, object, sttr_base,
+                                    err);
 }
 
 void shape_key_offset_remove(kel_handle *handle, uint32_t tx_id, shape_key *object, uint32_t *err) {
-    tarn::object::offset_remove(tarn::model::shape_key, handle, tx_id, object, err);
+    tarnbase::object::offset_remove(tarnbase::model::shape_key, handle, tx_id, object, err);
 }
 
 uint32_t shape_key_get_oid_count(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                  uint32_t *err) {
-    return tarn::object::get_oid_count(handle, tx_id, object, err);
+    return tarnbase::object::get_oid_count(handle, tx_id, object, err);
 }
 
 void shape_key_get_object_references(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                      uint64_t *references, uint32_t count, uint32_t *err) {
-    tarn::object::get_object_references(handle, tx_id, object, references, count, err);
+    tarnbase::object::get_object_references(handle, tx_id, object, references, count, err);
 }
 
 uint32_t shape_key_sizeof(kel_handle *handle) {
-    return tarn::object::size_of(tarn::model::shape_key, handle);
+    return tarnbase::object::size_of(tarnbase::model::shape_key, handle);
 }
 
 void shape_key_destroy(kel_handle *handle, uint32_t tx_id, shape_key *object) {
-    tarn::object::destroy(tarn::model::shape_key, handle, tx_id, object);
+    tarnbase::object::destroy(tarnbase::model::shape_key, handle, tx_id, object);
 }
 
 void shape_key_destroy_internal(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                 uint32_t release) {
-    tarn::object::destroy_internal(tarn::model::shape_key, handle, tx_id, object, release);
+    tarnbase::object::destroy_internal(tarnbase::model::shape_key, handle, tx_id, object, release);
 }
 
 void shape_key_destroy_cr(kel_handle *handle, shape_key *object) {
-    tarn::object::destroy_cr(tarn::model::shape_key, handle, object);
+    tarnbase::object::destroy_cr(tarnbase::model::shape_key, handle, object);
 }
 
 void shape_key_post_copyout_cleanup(kel_handle *handle, uint32_t tx_id, shape_key *destination,
                                     const shape_key *source, uint32_t *err) {
-    tarn::object::post_copyout_cleanup(tarn::model::shape_key, handle, tx_id, destination, source,
-                                       err);
+    tarnbase::object::post_copyout_cleanup(tarnbase::model::shape_key, handle, tx_id, destination,
+                                           source, err);
 }
 
 uint32_t shape_key_is_valid_cr(kel_handle *handle, const shape_key *, uint32_t field_index) {
-    return tarn::object::is_valid_cr(tarn::model::shape_key, handle, field_index);
+    return tarnbase::object::is_valid_cr(tarnbase::model::shape_key, handle, field_index);
 }
 
 int8_t shape_key_variant_data_index_cap(int8_t variant) {
-    return tarn::object::variant_data_index_cap(tarn::model::shape_key, variant);
+    return tarnbase::object::variant_data_index_cap(tarnbase::model::shape_key, variant);
 }
 
 int32_t shape_key_adjust_variant(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                  uint32_t *err) {
-    return tarn::object::adjust_variant(tarn::model::shape_key, handle, tx_id, object, err);
+    return tarnbase::object::adjust_variant(tarnbase::model::shape_key, handle, tx_id, object, err);
 }
 
 uint32_t shape_key_type_type_backpropagate(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                            uint32_t *err) {
-    return tarn::object::type_type_backpropagate(tarn::model::shape_key, handle, tx_id, object,
-                                                 err);
+    return tarnbase::object::type_type_backpropagate(tarnbase::model::shape_key, handle, tx_id,
+                                                     object, err);
 }
 
 void shape_key_set_all_state_tracking_flag(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                            uint8_t flag) {
-    tarn::object::set_all_state_tracking_flag(tarn::model::shape_key, handle, tx_id, object, flag);
+    tarnbase::object::set_all_state_tracking_flag(tarnbase::model::shape_key, handle, tx_id, object,
+                                                  flag);
 }
 
 shape_key *shape_key_get(kel_handle *, uint32_t, shape_key *object, uint32_t *) {
@@ -123,140 +127,151 @@ shape_key *shape_key_get(kel_handle *, uint32_t, shape_key *object, uint32_t *) 
 }
 
 void shape_key_get_all(kel_handle *handle, uint32_t tx_id, const shape_key *object, uint32_t *err) {
-    tarn::object::get_all(tarn::model::shape_key, handle, tx_id, object, {}, err);
+    tarnbase::object::get_all(tarnbase::model::shape_key, handle, tx_id, object, {}, err);
 }
 
 void shape_key_set_all(kel_handle *handle, uint32_t tx_id, shape_key *object, uint32_t *err) {
-    tarn::object::set_all(tarn::model::shape_key, handle, tx_id, object, {}, err);
+    tarnbase::object::set_all(tarnbase::model::shape_key, handle, tx_id, object, {}, err);
 }
 
 void shape_key_set(kel_handle *handle, uint32_t tx_id, shape_key *destination,
                    const shape_key *source, uint32_t *err) {
-    tarn::object::set(tarn::model::shape_key, handle, tx_id, destination, source, err);
+    tarnbase::object::set(tarnbase::model::shape_key, handle, tx_id, destination, source, err);
 }
 
 int32_t shape_key_compare(const shape_key *a, const shape_key *b) {
-    return tarn::object::compare(tarn::model::shape_key, a, b);
+    return tarnbase::object::compare(tarnbase::model::shape_key, a, b);
 }
 
 uint32_t shape_key_hash(const shape_key *object, uint32_t seed) {
-    return tarn::object::hash(tarn::model::shape_key, object, seed);
+    return tarnbase::object::hash(tarnbase::model::shape_key, object, seed);
 }
 
 uint32_t shape_key_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,
                            const shape_key *object, uint32_t buffer_len, uint32_t *err) {
-    return tarn::object::marshal(tarn::model::shape_key, handle, tx_id, buffer, object, buffer_len,
-                                 err);
+    return tarnbase::object::marshal(tarnbase::model::shape_key, handle, tx_id, buffer, object,
+                                     buffer_len, err);
 }
 
 uint32_t shape_key_marshal_for_clone(kel_handle *handle, uint32_t tx_id, void *buffer,
                                      const shape_key *object, uint32_t buffer_len, uint32_t *err) {
-    return tarn::object::marshal_for_clone(tarn::model::shape_key, handle, tx_id, buffer, object,
-                                           buffer_len, err);
+    return tarnbase::object::marshal_for_clone(tarnbase::model::shape_key, handle, tx_id, buffer,
+                                               object, buffer_len, err);
 }
 
 uint32_t shape_key_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer,
                              shape_key *object, uint32_t buffer_len, uint32_t in_place,
                              uint32_t *err) {
-    return tarn::object::unmarshal(tarn::model::shape_key, handle, tx_id, buffer, object,
-                                   buffer_len, in_place, err);
+    return tarnbase::object::unmarshal(tarnbase::model::shape_key, handle, tx_id, buffer, object,
+                                       buffer_len, in_place, err);
 }
 
 uint32_t shape_key_len(kel_handle *handle, uint32_t tx_id, const shape_key *object) {
-    return tarn::object::len(tarn::model::shape_key, handle, tx_id, object);
+    return tarnbase::object::len(tarnbase::model::shape_key, handle, tx_id, object);
 }
 
 uint32_t shape_key_len_cr(kel_handle *handle, const shape_key *object) {
-    return tarn::object::len_cr(tarn::model::shape_key, handle, object);
+    return tarnbase::object::len_cr(tarnbase::model::shape_key, handle, object);
 }
 
 void shape_key_clone(kel_handle *handle, uint32_t tx_id, const shape_key *source,
                      shape_key **result, void *workspace, uint32_t workspace_len, uint32_t *err) {
-    tarn::object::clone(tarn::model::shape_key, handle, tx_id, source,
-                        reinterpret_cast<void **>(result), workspace, workspace_len, err);
+    tarnbase::object::clone(tarnbase::model::shape_key, handle, tx_id, source,
+                            reinterpret_cast<void **>(result), workspace, workspace_len, err);
 }
 
 shape_key *shape_key_clone_cr(kel_handle *handle, const shape_key *source) {
-    return static_cast<shape_key *>(tarn::object::clone_cr(tarn::model::shape_key, handle, source));
+    return static_cast<shape_key *>(tarnbase::object::clone_cr(tarnbase::model::shape_key, handle,
+                                                               source));
 }
 
 void shape_key_copy_cr(kel_handle *handle, const shape_key *source, shape_key *destination) {
-    tarn::object::copy_cr(tarn::model::shape_key, handle, source, destination);
+    tarnbase::object::copy_cr(tarnbase::model::shape_key, handle, source, destination);
 }
 
 uint32_t shape_key_print(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
                          const char *name, const shape_key *object, uint32_t buffer_len,
                          uint32_t *err) {
-    return tarn::object::print(tarn::model::shape_key, handle, tx_id, buffer, indent, name, object,
-                               buffer_len, err);
+    return tarnbase::object::print(tarnbase::model::shape_key, handle, tx_id, buffer, indent, name,
+                                   object, buffer_len, err);
 }
 
 uint32_t shape_key_print_cr(kel_handle *handle, const shape_key *object, char *buffer,
                             uint32_t buffer_len) {
-    return tarn::object::print_cr(tarn::model::shape_key, handle, object, buffer, buffer_len);
+    return tarnbase::object::print_cr(tarnbase::model::shape_key, handle, object, buffer,
+                                      buffer_len);
 }
 
 uint32_t shape_key_to_xml(kel_handle *handle, uint32_t tx_id, const char *name, char *buffer,
                           const shape_key *object, uint32_t buffer_len, uint8_t state_flag,
                           uint32_t *err) {
-    return tarn::object::to_xml(tarn::model::shape_key, handle, tx_id, name, buffer, object,
-                                buffer_len, state_flag, err);
+    return tarnbase::object::to_xml(tarnbase::model::shape_key, handle, tx_id, name, buffer, object,
+                                    buffer_len, state_flag, err);
 }
 
 uint32_t shape_key_toxml_cr(kel_handle *handle, const shape_key *object, char *buffer,
                             uint32_t buffer_len) {
-    return tarn::object::toxml_cr(tarn::model::shape_key, handle, object, buffer, buffer_len);
+    return tarnbase::object::toxml_cr(tarnbase::model::shape_key, handle, object, buffer,
+                                      buffer_len);
 }
 
 void shape_key_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void *document,
                         shape_key *object, uint32_t *err, char *message, uint32_t message_len) {
-    tarn::object::from_xml(tarn::model::shape_key, handle, tx_id, path, document, object, err,
-                           message, message_len);
+    tarnbase::object::from_xml(tarnbase::model::shape_key, handle, tx_id, path, document, object,
+                               err, message, message_len);
 }
 
 kel_vstring *shape_key_layer_get(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                  uint32_t *err) {
-    return static_cast<kel_vstring *>(tarn::object::get<tarn::model::shape_key, 0>(handle, tx_id,
-                                                                                   object, err));
+    return static_cast<kel_vstring *>(tarnbase::object::get<tarnbase::model::shape_key, 0>(handle,
+                                                                                           tx_id,
+                                                                                           object,
+                                                                                           err));
 }
 
 void shape_key_layer_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                          const kel_vstring *source, uint32_t *err) {
-    tarn::object::set<tarn::model::shape_key, 0>(handle, tx_id, object, source, err);
+    tarnbase::object::set<tarnbase::model::shape_key, 0>(handle, tx_id, object, source, err);
 }
 
 uint8_t shape_key_layer_state_flag_get(kel_handle *handle, uint32_t tx_id, const shape_key *object,
                                        uint32_t *err) {
-    return tarn::object::state_flag_get(tarn::model::shape_key, tarn::model::shape_key_fields[0],
-                                        handle, tx_id, object, err);
+    return tarnbase::object::state_flag_get(tarnbase::model::shape_key,
+                                            tarnbase::model::shape_key_fields[0], handle, tx_id,
+                                            object, err);
 }
 
 void shape_key_layer_state_flag_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                     uint8_t flag, uint32_t *err) {
-    tarn::object::state_flag_set(tarn::model::shape_key, tarn::model::shape_key_fields[0], handle,
-                                 tx_id, object, flag, err);
+    tarnbase::object::state_flag_set(tarnbase::model::shape_key,
+                                     tarnbase::model::shape_key_fields[0], handle, tx_id, object,
+                                     flag, err);
 }
 
 ip_address *shape_key_owner_get(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                 uint32_t *err) {
-    return static_cast<ip_address *>(tarn::object::get<tarn::model::shape_key, 1>(handle, tx_id,
-                                                                                  object, err));
+    return static_cast<ip_address *>(tarnbase::object::get<tarnbase::model::shape_key, 1>(handle,
+                                                                                          tx_id,
+                                                                                          object,
+                                                                                          err));
 }
 
 void shape_key_owner_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                          const ip_address *source, uint32_t *err) {
-    tarn::object::set<tarn::model::shape_key, 1>(handle, tx_id, object, source, err);
+    tarnbase::object::set<tarnbase::model::shape_key, 1>(handle, tx_id, object, source, err);
 }
 
 uint8_t shape_key_owner_state_flag_get(kel_handle *handle, uint32_t tx_id, const shape_key *object,
                                        uint32_t *err) {
-    return tarn::object::state_flag_get(tarn::model::shape_key, tarn::model::shape_key_fields[1],
-                                        handle, tx_id, object, err);
+    return tarnbase::object::state_flag_get(tarnbase::model::shape_key,
+                                            tarnbase::model::shape_key_fields[1], handle, tx_id,
+                                            object, err);
 }
 
 void shape_key_owner_state_flag_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                     uint8_t flag, uint32_t *err) {
-    tarn::object::state_flag_set(tarn::model::shape_key, tarn::model::shape_key_fields[1], handle,
-                                 tx_id, object, flag, err);
+    tarnbase::object::state_flag_set(tarnbase::model::shape_key,
+                                     tarnbase::model::shape_key_fields[1], handle, tx_id, object,
+                                     flag, err);
 }
 
