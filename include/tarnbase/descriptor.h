@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Type Descriptors: how every structure, enumeration, table and table record
- * is known to the runtime. Objects, table blocks and record blocks start with a
- * pointer to their descriptor.
+ * Type Descriptors: describe every structure, enumeration, table and table record
+ * to the runtime. Objects, table blocks and record blocks start with a pointer to
+ * their descriptor.
  *
- * A descriptor has two forms. The constant form lies in the library's data. A
- * store that serves several builds of a schema keeps copies of its own, made
- * when a handle has `store_types_enabled` set; a copy has two more words.
+ * A descriptor has two forms. The constant form is part of the library's data. A
+ * store used by several builds of a schema keeps its own copies, made when a
+ * handle has `store_types_enabled` set; a copy has two more words.
  */
 #ifndef TARNBASE_DESCRIPTOR_H
 #define TARNBASE_DESCRIPTOR_H
@@ -25,17 +25,17 @@ TARNBASE_BEGIN
 /* Counters of one variant of an item. Only the three counters ever change. */
 typedef struct kel_variant_usage {
     uint32_t variant;     /* number of the variant; 1 for a table and a record */
-    uint32_t used_length; /* bytes that the fixed part uses in this variant */
+    uint32_t used_length; /* bytes used by the fixed part in this variant */
     uint32_t alloc_slop;  /* bytes allocated beyond used_length */
     uint64_t created;     /* objects of this variant ever created */
     uint64_t destroyed;   /* objects of this variant ever destroyed */
-    uint64_t live;        /* objects of this variant now in existence */
+    uint64_t live;        /* objects of this variant that exist now */
 } kel_variant_usage;
 
 /* The variants of an item. */
 typedef struct kel_variant_info {
     int8_t variant_count;        /* entries in `variants` */
-    kel_variant_usage *variants; /* one entry a variant, in order */
+    kel_variant_usage *variants; /* one entry per variant, in order */
 } kel_variant_info;
 
 /* A Type Descriptor, constant form. */
@@ -53,7 +53,7 @@ typedef struct kel_type_info {
 
 /* A Type Descriptor, per-store form. */
 typedef struct kel_type_info_copy {
-    kel_type_info info;    /* the constant one, with counters of its own */
+    kel_type_info info;    /* as the constant form, with its own counters */
     uint64_t store_word_1; /* the runtime's; zero when the copy is made */
     uint64_t store_word_2; /* the runtime's; zero when the copy is made */
 } kel_type_info_copy;
@@ -63,10 +63,10 @@ typedef struct kel_module_record {
     const char *module_name;                 /* "tarnbase" */
     const kel_type_info *const *descriptors; /* ends with a null pointer */
     struct kel_module_record *link_next;     /* the next record, or null */
-    struct kel_module_record **link_prev;    /* address of the word that points here */
+    struct kel_module_record **link_prev;    /* address of the pointer to this record */
 } kel_module_record;
 
-/* Head of the module list. An empty list has `last` at the address of `first`. */
+/* Head of the module list. In an empty list `last` is the address of `first`. */
 typedef struct kel_module_list {
     uint32_t count;           /* records in the list */
     kel_module_record *first; /* the first record, or null */

@@ -4,10 +4,10 @@
  * a program needs besides the services of runtime.h.
  *
  * Status. Functions that return a `uint32_t` status return 0 or a Linux errno number;
- * kel_error_text then says what was wrong and names the file or the argument.
+ * kel_error_text then describes the error and names the file or the argument.
  *
- * Threads. A handle serves one thread at a time; one transaction at a time should
- * change a store. Changes made with KEL_TX_NONE are at once permanent.
+ * Threads. A handle may be used by one thread at a time; one transaction at a time
+ * should change a store. Changes made with KEL_TX_NONE are permanent at once.
  */
 #ifndef TARNBASE_EMBEDDED_H
 #define TARNBASE_EMBEDDED_H
@@ -27,78 +27,78 @@ TARNBASE_BEGIN
 /* An arena with its keyed store, type map, mappings and undo log. */
 typedef struct kel_store kel_store;
 
-/* How a store is made. Zero a member to get its default. */
+/* Options for creating a store. A zero member selects its default. */
 typedef struct kel_store_options {
-    uint64_t capacity; /* bytes of address range reserved, the store's limit; 64 GiB, or
-                          less, down to 1 GiB, where the process may not map so much */
-    void *base;        /* address to map at; chosen by the runtime */
+    uint64_t capacity; /* bytes of address range reserved, the store's limit; default 64 GiB,
+                          or less, down to 1 GiB, if the process may not map that much */
+    void *base;        /* address to map at; default: chosen by the runtime */
 } kel_store_options;
 
 /* The result of kel_store_describe. */
 typedef struct kel_store_description {
-    const char *path;      /* file, or null for a private store; lives as the store */
+    const char *path;      /* file, or null for a private store; valid until it is closed */
     void *base;            /* address at which every process maps the store */
-    uint64_t capacity;     /* bytes that the store may grow to */
+    uint64_t capacity;     /* size in bytes that the store may grow to */
     uint64_t size;         /* bytes of the file, or of memory in use */
     uint64_t blocks;       /* blocks allocated */
-    uint64_t block_bytes;  /* bytes of these blocks, in their size classes */
-    uint64_t transactions; /* transactions open */
-    uint64_t committed;    /* transactions committed since the store was made */
-    uint64_t rolled_back;  /* transactions rolled back since the store was made */
+    uint64_t block_bytes;  /* bytes of these blocks, rounded up to their size classes */
+    uint64_t transactions; /* open transactions */
+    uint64_t committed;    /* transactions committed since the store was created */
+    uint64_t rolled_back;  /* transactions rolled back since the store was created */
     uint32_t tables;       /* table blocks on the table list */
     uint32_t types;        /* descriptor copies in the type map */
 } kel_store_description;
 
 /*
- * Makes a store file and maps it. `options` may be null.
- * Errors: EEXIST the file is there; EINVAL a capacity that is no multiple of the
- * page size, or too small; EADDRINUSE the address range is taken; and open(2)'s.
+ * Creates a store file and maps it. `options` may be null.
+ * Errors: EEXIST the file exists; EINVAL the capacity is not a multiple of the
+ * page size, or too small; EADDRINUSE the address range is taken; and those of open(2).
  */
 TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options *options,
                                        kel_store **store);
 /*
  * Opens a store file and maps it at the address recorded in it.
- * Errors: EINVAL not a store file, damaged or cut short, or of another format version or
+ * Errors: EINVAL not a store file, damaged or truncated, or of another format version or
  * byte order: kel_error_text says which, and how to move the data; EADDRINUSE the
- * address range is taken in this process; and open(2)'s.
+ * address range is taken in this process; and those of open(2).
  *
- * A process may have several stores open, but tables by id in one of them only: the library
- * finds a table type's root of tables by id once a process and never again. In another
- * store, `<table>_table_open_by_id` then returns null, with error 12 unless it was to open
- * only, and kel_error_text says why; `<table>_table_open_auto_id` makes a block that can't be
- * found again, which is traced.
- * Once the first store is closed, opening by automatic id, or freeing a table that was
- * opened by id, in another store reads memory that is gone; after the same file was opened
- * again the root is where it was, and everything works. Tables by name know no such limit.
+ * A process may have several stores open, but tables opened by id in one of them only: the
+ * library looks up a table type's table-id root once per process. In another store
+ * `<table>_table_open_by_id` then returns null, with ENOMEM unless it was called to open
+ * only, and kel_error_text gives the reason; `<table>_table_open_auto_id` creates a block that
+ * can't be found again, and traces that.
+ * After the first store is closed, opening by automatic id in another store, or freeing a
+ * table opened by id there, reads unmapped memory. Once the same file is open again the root
+ * is at its old address, and everything works. Tables opened by name have no such limit.
  */
 TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
-/* As kel_store_open, or kel_store_create if the file isn't there. */
+/* As kel_store_open, or as kel_store_create if the file doesn't exist. */
 TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
                                                kel_store **store);
 /*
- * Makes a store in anonymous memory, gone when it is closed.
- * Errors: as kel_store_create, but for the file; ENOMEM.
+ * Creates a store in anonymous memory, which is lost when it is closed.
+ * Errors: those of kel_store_create that don't concern the file; ENOMEM.
  */
 TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options, kel_store **store);
-/* Unmaps a store. Its handles must be gone. Null is accepted. */
+/* Unmaps a store. Its handles must have been destroyed. Null is accepted. */
 TARNBASE_API void kel_store_close(kel_store *store);
 /* Fills in `description`. */
 TARNBASE_API void kel_store_describe(const kel_store *store, kel_store_description *description);
-/* The first table block of the store, or null; the next ones follow `toc_next`. */
+/* Returns the store's first table block, or null; `toc_next` links to the next one. */
 TARNBASE_API kel_table *kel_store_first_table(const kel_store *store);
-/* What was wrong in this thread's last call that failed; "" if none did. */
+/* Describes the last failure in this thread; "" if no call failed. */
 TARNBASE_API const char *kel_error_text(void);
 
 /*
- * For tests: makes the n-th allocation from now, counted from 1, fail; all others
- * succeed. 0 makes none fail.
+ * For tests: the n-th allocation from now, counted from 1, fails; all others
+ * succeed. 0: none fails.
  */
 TARNBASE_API void kel_store_fail_allocation(kel_store *store, uint64_t n);
 
 /* ---- Handles ----------------------------------------------------------- */
 
 /*
- * Makes a handle on a store: tracking off, no transaction for `_cr` forms.
+ * Creates a handle on a store: tracking off, no transaction for `_cr` forms.
  * `store_types_enabled` nonzero: objects get the store's own descriptors.
  * Errors: EINVAL `store` is null; ENOMEM.
  */
@@ -106,20 +106,20 @@ TARNBASE_API uint32_t kel_handle_create(kel_store *store, uint32_t store_types_e
                                         kel_handle **handle);
 /* Frees a handle. Null is accepted. */
 TARNBASE_API void kel_handle_destroy(kel_handle *handle);
-/* The store of a handle. */
+/* Returns the store of a handle. */
 TARNBASE_API kel_store *kel_handle_store(const kel_handle *handle);
-/* Sets the state tracking mode: KEL_STATE_TRACKING_OFF or _ON, or 0 for no record. */
+/* Sets the state tracking mode: KEL_STATE_TRACKING_OFF or _ON, or 0 for no control record. */
 TARNBASE_API void kel_handle_set_state_tracking(kel_handle *handle, uint32_t mode);
 /*
- * Sets the variant of a type in the handle's domain; types that aren't set have
- * their highest variant. The type is recognised by its LUID.
+ * Sets the variant of a type in the handle's domain; types that aren't set use
+ * their highest variant. The type is identified by its LUID.
  * Errors: EINVAL `descriptor` is null; ENOMEM.
  */
 TARNBASE_API uint32_t kel_handle_set_variant(kel_handle *handle, const kel_type_info *descriptor,
                                              int8_t variant);
 /*
- * Size of the handle's workspace for clones, in bytes; 1 MiB at first, 0 for none.
- * Error ENOMEM: the workspace stays as it was.
+ * Sets the size of the handle's workspace for clones, in bytes; initially 1 MiB, 0 for none.
+ * Error ENOMEM: the workspace is unchanged.
  */
 TARNBASE_API uint32_t kel_handle_set_workspace(kel_handle *handle, uint32_t length);
 
@@ -130,40 +130,39 @@ TARNBASE_API uint32_t kel_transaction_begin(kel_handle *handle, uint32_t *tx_id)
 /* Makes the changes of a transaction permanent. Error EINVAL: it isn't open. */
 TARNBASE_API uint32_t kel_transaction_commit(kel_handle *handle, uint32_t tx_id);
 /*
- * Takes the changes of a transaction back: every byte of the store that was
- * announced to a log hook is as it was, blocks allocated go back, blocks freed
- * are still there.
- * Errors: EINVAL it isn't open; ENOSPC the store had no room for the whole log, so that
- * the transaction's oldest changes are taken back and later ones stay.
+ * Rolls back a transaction: every byte of the store that was announced to a log hook is
+ * restored, blocks allocated are freed, blocks freed are kept.
+ * Errors: EINVAL it isn't open; ENOSPC the store was too full to log all of its changes:
+ * those logged, the oldest, are rolled back, and the later ones stay.
  */
 TARNBASE_API uint32_t kel_transaction_rollback(kel_handle *handle, uint32_t tx_id);
 
 /* ---- Records that may have failed --------------------------------------- */
 
 /*
- * Gives back one reference to a record, whatever happened to the record before: it may be
+ * Releases one reference to a record, whatever happened to the record before: it may be
  * in an index or not, its insert may have failed, its table may be marked for replication,
- * and an error may be set in the handle, which is left as it is. `vector` is the
+ * and an error may be set in the handle, which doesn't change. `vector` is the
  * `<table>_table_vft` of the record's table. Null for `record` is accepted.
  *
- * With the last reference the record is deleted from its index, if it is in one, and
- * destroyed with its objects. `<table>_destroy_record` does the same only with *err 0 and on
- * a table that isn't marked: otherwise it frees a block that stays in the index.
- * Returns: 0, and the reference is gone, with the last one also the record.
+ * The last reference deletes the record from its index, if it is in one, and destroys it
+ * with its objects. `<table>_destroy_record` does the same only with *err 0 and on a table
+ * that isn't marked: otherwise it frees a block that stays in the index.
+ * Returns: 0, and the reference is released; with the last one the record is destroyed.
  * Errors: EINPROGRESS the table is marked and the handle isn't the engine's: the record
- * stays in the index with KEL_RECORD_PENDING_DESTROY set, and the reference is now that of
- * kel_replication_finish_destroys. EINVAL the record isn't one of that table, and nothing has
- * changed. Any other: what kept the record in its index, or, with `table` null, what kept
- * its mapping; the block is still there.
+ * stays in the index with KEL_RECORD_PENDING_DESTROY set, and
+ * kel_replication_finish_destroys now owns the reference. EINVAL the record isn't one of that
+ * table, and nothing has changed. Any other: the reason why the record is still in its index,
+ * or, with `table` null, why it is still mapped; its block isn't freed.
  */
 TARNBASE_API uint32_t kel_record_release(kel_handle *handle, uint32_t tx_id,
                                          const void *const *vector, kel_record *record);
 /*
  * Returns: 1 if a `_cr` creation had no memory and returned the type's fallback, which is a
- * block outside the handle's store; else 0, also for null. `last_error` doesn't say it:
- * `<table>_record_create_cr` with `with_objects` 0 ends with 0 also without memory. A
- * fallback is shared by the whole process: don't fill it, don't insert it; destroying it is
- * allowed. Memory of the caller's own, such as an object on the stack, gives 1 as well.
+ * block outside the handle's store; else 0, also for null. `last_error` doesn't show it:
+ * `<table>_record_create_cr` with `with_objects` 0 leaves it 0 even without memory. A
+ * fallback is shared by the whole process: don't set its fields or insert it; destroying it
+ * is allowed. The result is 1 for the caller's own memory too, such as an object on the stack.
  */
 TARNBASE_API uint32_t kel_record_is_fallback(const kel_handle *handle, const kel_record *record);
 TARNBASE_API uint32_t kel_object_is_fallback(const kel_handle *handle, const void *object);
@@ -179,8 +178,8 @@ TARNBASE_API void kel_thread_set_correlation(uint64_t uuid, uint8_t mark);
 
 /*
  * Sets a string's text to `length` bytes at `bytes`, copied into the arena if
- * they don't fit in the string itself. The string is a live object.
- * Errors in *err: 12 no memory. With *err set on entry nothing happens.
+ * they don't fit in the string itself. The string must be initialised.
+ * Errors in *err: ENOMEM. With *err set on entry nothing happens.
  */
 TARNBASE_API void kel_vstring_assign(kel_handle *handle, uint32_t tx_id, kel_vstring *string,
                                      const void *bytes, uint32_t length, uint32_t *err);
@@ -188,32 +187,32 @@ TARNBASE_API void kel_vstring_assign(kel_handle *handle, uint32_t tx_id, kel_vst
 TARNBASE_API void kel_vstring_assign_text(kel_handle *handle, uint32_t tx_id, kel_vstring *string,
                                           const char *text, uint32_t *err);
 /*
- * Makes `string` a key to search with: a string that refers to the caller's
- * bytes, which must outlive it. Nothing is allocated and nothing is to be freed.
- * Setting a field from it copies the bytes.
+ * Makes `string` a search key that refers to the caller's bytes, which must outlive
+ * it. Nothing is allocated and nothing needs to be freed. Setting a field from it
+ * copies the bytes.
  */
 TARNBASE_API void kel_vstring_refer(kel_vstring *string, const void *bytes, uint32_t length);
-/* The bytes of a string, not NUL-terminated; valid until it is set or destroyed. */
+/* Returns the bytes of a string, not NUL-terminated; valid until it is set or destroyed. */
 TARNBASE_API const char *kel_vstring_bytes(const kel_vstring *string, uint32_t *length);
 
 /* Sets an address from 4 or 16 bytes in network order, or clears it with family 0. */
 TARNBASE_API void ip_address_assign(kel_handle *handle, uint32_t tx_id, ip_address *address,
                                     uint8_t family, const void *bytes, uint32_t *err);
-/* Sets an address from text, IPv4 or IPv6 (inet_pton(3)). Error 22: it is neither. */
+/* Sets an address from text, IPv4 or IPv6 (inet_pton(3)). EINVAL: it is neither. */
 TARNBASE_API void ip_address_assign_text(kel_handle *handle, uint32_t tx_id, ip_address *address,
                                          const char *text, uint32_t *err);
-/* Makes a free-standing address to search with, without a handle. */
+/* Makes `address` a search key. Needs no handle. */
 TARNBASE_API void ip_address_refer(ip_address *address, uint8_t family, const void *bytes);
-/* Text of an address, as inet_ntop(3) gives it; "" for none. Returns `text`. */
+/* Writes an address to `text`, as inet_ntop(3) does; "" for none. Returns `text`. */
 TARNBASE_API const char *ip_address_text(const ip_address *address, char *text, size_t size);
 
 /* ---- XML documents ----------------------------------------------------- */
 
-/* A parsed document: what the from_xml operations take as `document`. */
+/* A parsed document: the `document` of the from_xml operations. */
 typedef struct kel_xml_document kel_xml_document;
 
 /*
- * Parses a document of `length` bytes. Null on failure: kel_error_text names the
+ * Parses a document of `length` bytes. Null on failure: kel_error_text gives the
  * line and what was expected. No entity is expanded and no file is loaded.
  */
 TARNBASE_API kel_xml_document *kel_xml_parse(const char *text, size_t length);
@@ -221,8 +220,9 @@ TARNBASE_API kel_xml_document *kel_xml_parse(const char *text, size_t length);
 TARNBASE_API void kel_xml_free(kel_xml_document *document);
 /*
  * Calls `function` with each element that the XPath `path` selects, in document
- * order, as a document of its own that lives for the call, until a call returns
- * nonzero. Stores that value, or 0, through `result`. Error EINVAL: bad path.
+ * order, until a call returns nonzero. The element is a document of its own, valid
+ * during the call. Stores the last result in `*result`, 0 if there was no call;
+ * `result` may be null. Errors: EINVAL bad path; ENOMEM.
  */
 TARNBASE_API uint32_t kel_xml_for_each(kel_xml_document *document, const char *path,
                                        uint32_t (*function)(kel_xml_document *element,
@@ -234,7 +234,7 @@ TARNBASE_API uint32_t kel_xml_for_each(kel_xml_document *document, const char *p
 /* Receives a formatted trace line. */
 typedef void (*kel_trace_sink)(void *context, uint16_t module_id, uint32_t level, const char *text);
 /*
- * Sets the process's trace sink. Null: the default one, which writes levels 0 to
+ * Sets the process's trace sink. Null: the default sink, which writes levels 0 to
  * 3 to standard error.
  */
 TARNBASE_API void kel_trace_set_sink(kel_trace_sink sink, void *context);
@@ -242,18 +242,18 @@ TARNBASE_API void kel_trace_set_sink(kel_trace_sink sink, void *context);
 /* ---- Object identity --------------------------------------------------- */
 
 /*
- * Maps an object: sets OBJ_OID_MAPPED and stores its OID through `oid`.
- * Errors: EINVAL `object` is null; EEXIST it is mapped; ENOMEM.
+ * Maps an object: sets OBJ_OID_MAPPED and stores its OID in `*oid`.
+ * Errors: EINVAL `object` is null; EEXIST it is already mapped; ENOMEM.
  */
 TARNBASE_API uint32_t kel_object_map(kel_handle *handle, uint32_t tx_id, void *object,
                                      uint64_t *oid);
 /* Adds a reference to a mapped object. Error ENOENT: no such OID. */
 TARNBASE_API uint32_t kel_object_reference(kel_handle *handle, uint32_t tx_id, uint64_t oid);
-/* Finds a mapped object by its OID; null if there is none. */
+/* Returns the object mapped to an OID; null if there is none. */
 TARNBASE_API void *kel_object_find(kel_handle *handle, uint64_t oid);
 /*
- * Called when the last reference to an object goes that its owner has destroyed:
- * its mapping is gone by then and the function destroys it for good.
+ * Called when the last reference to an object is released after its owner destroyed
+ * it. The mapping no longer exists, and the function frees the object.
  */
 typedef void (*kel_release_function)(kel_handle *handle, uint32_t tx_id, void *object,
                                      void *context);
@@ -263,112 +263,112 @@ TARNBASE_API void kel_handle_set_release(kel_handle *handle, kel_release_functio
 /* ---- Replication ------------------------------------------------------- */
 
 /*
- * A store has one replication stream: each record that is inserted in a marked and
- * armed table, as `<table>_table_record_marshal` writes it, under the inserting
- * transaction. The stream is a bounded ring in the store, where every process can
- * read it; a new frame replaces the oldest ones. Frames have positions 0, 1, 2, ...,
+ * A store has one replication stream. It contains each record inserted in a marked and
+ * armed table, as `<table>_table_record_marshal` writes it, as part of the inserting
+ * transaction. The stream is a bounded ring in the store, which every process can
+ * read; a new frame replaces the oldest ones. Frames have positions 0, 1, 2, ...,
  * and a table's `write_cursor` is the position after its newest frame.
  */
 
-/* Marks a table for replication, or not, and arms its write cursor, or not. */
+/* Sets whether a table is marked for replication and whether its write cursor is armed. */
 TARNBASE_API void kel_table_set_replication(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                             uint32_t marked, uint32_t write_cursor_armed);
 
 /*
- * Stores the vector of a table through `vector`, by the 16 bytes of its LUID; null
- * with *err set if it knows none. tarnbase_table_get_vft is such a function.
+ * Stores the vector of the table with this 16-byte LUID in `*vector`; null with *err
+ * set if there is none. tarnbase_table_get_vft is such a function.
  */
 typedef void (*kel_table_vector_lookup)(kel_handle *handle, uint32_t tx_id, const uint8_t *luid,
                                         const void *const **vector, uint32_t *err);
 /*
- * Attaches the replication engine to a handle, which from now on finds vectors
- * through `lookup` and remembers reads, and makes the store's ring if there is none.
- * Attach every handle that inserts in armed tables: once the store has a ring, an
- * insert through another handle stays in the table, but gives error 2 and a position
- * that readers miss. Null detaches. Error ENOMEM.
+ * Attaches the replication engine to a handle, which from then on finds vectors with
+ * `lookup` and counts reads, and creates the store's ring if there is none. Attach every
+ * handle that inserts in armed tables: once the store has a ring, an insert through
+ * another handle stays in the table, but reports ENOENT and takes a position that readers
+ * miss. Null detaches. Error ENOMEM.
  */
 TARNBASE_API uint32_t kel_replication_attach(kel_handle *handle, kel_table_vector_lookup lookup);
 /*
- * Makes the store's ring, or changes its limits and keeps the newest frames that fit:
+ * Creates the store's ring, or changes its limits and keeps the newest frames that fit:
  * at most `frames` frames, 0 for 4096, and `bytes` bytes of marshalled records, 0 for
- * 4 MiB. An insert whose frame is larger than the whole gives error 90, one without
- * memory for its frame 12; its position is one that readers miss. Permanent at once.
+ * 4 MiB. An insert whose frame is larger than that reports EMSGSIZE, one without memory
+ * for its frame ENOMEM; readers miss its position. The change is permanent at once.
  * Errors: EINVAL too many frames; ENOMEM; EBUSY there is a ring and a transaction is open.
  */
 TARNBASE_API uint32_t kel_replication_configure(kel_handle *handle, uint64_t frames,
                                                 uint64_t bytes);
 
-/* What is known of a frame besides its bytes. */
+/* Describes a frame. */
 typedef struct kel_replication_frame {
     uint64_t position;      /* its number in the stream */
-    const kel_table *table; /* the block inserted in; may have been freed since */
+    const kel_table *table; /* the table inserted in; may have been freed since */
     uint8_t luid[16];       /* the table's LUID */
     uint32_t length;        /* bytes of the marshalled record */
-    uint16_t tenant;        /* the record's tenant and source, which its bytes lack */
+    uint16_t tenant;        /* the record's tenant and source, which its bytes don't contain */
     uint8_t src;            /* see `tenant` */
     uint8_t reserved;       /* zero */
 } kel_replication_frame;
 
 /*
- * A reader of the stream. It belongs to the caller, and the store knows nothing of it.
- * Its position can be kept and passed to kel_replication_reader_open by any process.
+ * A reader of the stream. It is the caller's; the store keeps no list of readers. Its
+ * position can be saved and passed to kel_replication_reader_open by any process.
  */
 typedef struct kel_replication_reader {
     uint64_t position; /* of the next frame to read */
-    uint64_t missed;   /* frames that were gone before they were read */
+    uint64_t missed;   /* frames that were replaced before they were read */
 } kel_replication_reader;
 
 /* Positions to open a reader at, besides a number. */
 #define KEL_REPLICATION_OLDEST 0xfffffffffffffffeULL /* the oldest frame in the ring */
-#define KEL_REPLICATION_NEWEST 0xffffffffffffffffULL /* the first frame yet to come */
+#define KEL_REPLICATION_NEWEST 0xffffffffffffffffULL /* the next frame to be written */
 
 /*
  * Fills in a reader. A position that is no longer in the ring is allowed: the first
- * read says what was missed.
+ * read reports the missed frames.
  * Errors: ENOENT the store has no ring; EINVAL the position is ahead of the stream.
  */
 TARNBASE_API uint32_t kel_replication_reader_open(kel_handle *handle, uint64_t position,
                                                   kel_replication_reader *reader);
 /*
- * Reads the next frame: its bytes into `buffer`, the rest into `frame`, and moves the
- * reader past it. Frames of an open transaction are not there yet.
- * Errors: EAGAIN there is no frame yet; EOVERFLOW frames were missed: `missed` has
- * gone up by their number, and the reader has moved past them: call again; EMSGSIZE
- * the buffer is too small for `frame->length` bytes: the reader stays; ENOENT no ring;
- * EINVAL the reader is ahead of the stream.
+ * Reads the next frame: its bytes into `buffer`, its description into `frame`, and
+ * moves the reader past it. Frames of an open transaction aren't visible yet.
+ * Errors: EAGAIN there is no frame yet; EOVERFLOW frames were missed: `missed` is
+ * increased by their number and the reader has moved past them: call again; EMSGSIZE
+ * the buffer is too small for `frame->length` bytes: the reader doesn't move; ENOENT no
+ * ring; EINVAL the reader is ahead of the stream.
  */
 TARNBASE_API uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *reader,
                                            void *buffer, uint32_t buffer_len,
                                            kel_replication_frame *frame);
-/* Positions between the reader and the end of the stream, missed ones included. */
+/* Returns how many positions the reader is behind the end of the stream, missed ones included. */
 TARNBASE_API uint64_t kel_replication_lag(kel_handle *handle, const kel_replication_reader *reader);
 
 /*
- * Finishes pending destructions: deletes and destroys, through its table's vector and
- * with `replication_engine_active` set, each record of a marked table whose pending bit
- * is set, on behalf of the record's tenant. Stores their number through `finished`. A
- * record with further references is deleted, and destroyed with the last of them.
- * Errors: ENOENT the handle is not attached, or the lookup doesn't know a table; and
- * what delete and destroy report. A table with an error is left at that record, the
- * others are finished; the first error is returned.
+ * Finishes pending destructions: deletes and destroys each record of a marked table whose
+ * pending bit is set, through its table's vector, with `replication_engine_active` set and
+ * as the record's tenant. Stores their number in `*finished`. A record with further
+ * references is deleted now and destroyed when the last of them is released.
+ * Errors: ENOENT the handle is not attached, or the lookup doesn't find a table; and
+ * those of delete and destroy. After an error the rest of that table is skipped, the other
+ * tables are finished, and the first error is returned.
  */
 TARNBASE_API uint32_t kel_replication_finish_destroys(kel_handle *handle, uint32_t tx_id,
                                                       uint32_t *finished);
 
-/* Records of marked tables that reads through this handle have reported. */
+/* Returns how many reads of records in marked tables this handle has reported. */
 TARNBASE_API uint64_t kel_handle_cache_reports(const kel_handle *handle);
 /*
- * How often a record was read through this handle while it was attached; 0 if it
- * wasn't, or is forgotten: about 1000 records are remembered, those read last.
+ * Returns how often a record was read through this handle while it was attached. Only about
+ * 1000 records are counted, those read last; 0 for any other.
  */
 TARNBASE_API uint64_t kel_replication_reads(const kel_handle *handle, const kel_record *record);
 
-/* Receives a record that was read, with the vector of its table. */
+/* Called with a record that was read and the vector of its table. */
 typedef uint32_t (*kel_replication_read_function)(kel_record *record, const void *const *vector,
                                                   uint64_t reads, void *context);
 /*
  * Calls `function` with each record in the table's index that kel_replication_reads
- * knows, in the index's order, until a call returns nonzero. Returns the last result.
+ * counts, in index order, until a call returns nonzero. Returns the last result.
  */
 TARNBASE_API uint32_t kel_replication_for_each_read(kel_handle *handle, kel_table *table,
                                                     kel_replication_read_function function,

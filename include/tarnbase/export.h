@@ -4,9 +4,9 @@
 #define TARNBASE_EXPORT_H
 
 #if defined(__GNUC__)
-/* What a library of tarnbase exports; also the name by which a program replaces it. */
+/* Marks an exported name, and a program's definition that replaces one. */
 #define TARNBASE_API __attribute__((visibility("default")))
-/* Has the compiler check a format, by the places of it and of what it formats, from 1. */
+/* Lets the compiler check a format string: its position and its first argument's, from 1. */
 #define TARNBASE_PRINTF(format_index, first_argument) \
     __attribute__((format(printf, format_index, first_argument)))
 #else
@@ -15,8 +15,8 @@
 #endif
 
 #ifdef __cplusplus
-#define TARNBASE_BEGIN extern "C" { /* declarations of C begin, in C++ too */
-#define TARNBASE_END }              /* declarations of C end */
+#define TARNBASE_BEGIN extern "C" { /* begins C declarations, in C++ too */
+#define TARNBASE_END }              /* ends C declarations */
 #else
 #define TARNBASE_BEGIN
 #define TARNBASE_END

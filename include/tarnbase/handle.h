@@ -1,18 +1,18 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
  * The Runtime Handle: a caller's connection to one arena, and the first
- * argument of every operation. The runtime makes and owns it; the library reads
- * it, and writes `cr_fallback_enabled` and, through the error services,
- * `last_error`. A handle serves one thread at a time.
+ * argument of every operation. The runtime creates and owns it. The library reads
+ * it, and writes only `cr_fallback_enabled` and, through the error services,
+ * `last_error`. A handle may be used by one thread at a time.
  *
  * Calling conventions.
  *
  * tx_id  second argument of nearly all operations: the transaction that a
- *        change belongs to, handed to every hook. KEL_TX_NONE: no transaction.
+ *        change belongs to, passed to every hook. KEL_TX_NONE: no transaction.
  * err    last argument: a u32, in and out, never null. Zero is no error, other
- *        values are Linux errno numbers (2, 7, 11, 12, 14, 17, 22, 43, 90). An
- *        operation entered with a nonzero value returns its failure value at
- *        once and changes nothing.
+ *        values are Linux errno numbers (ENOENT, E2BIG, EAGAIN, ENOMEM, EFAULT,
+ *        EEXIST, EINVAL, EIDRM, EMSGSIZE). An operation entered with a nonzero
+ *        value returns its failure value at once and changes nothing.
  *
  * Three call forms. `<op>(handle, tx_id, ..., err)` is the plain one.
  * `<op>_unsafe` has the same arguments and the same behaviour. `<op>_cr(handle,
@@ -41,19 +41,19 @@ typedef struct kel_state_tracking {
     uint32_t state_tracking_mode; /* KEL_STATE_TRACKING_OFF or KEL_STATE_TRACKING_ON */
 } kel_state_tracking;
 
-/* Which variant of each type a handle deals in. The members are the runtime's. */
+/* Which variant of each type a handle uses. The members are the runtime's. */
 typedef struct kel_variant_domain {
     void *choices;     /* the variants chosen, by type; null: the highest of each */
     uint64_t reserved; /* zero */
 } kel_variant_domain;
 
-/* The handle. Its members have this order and these widths in every runtime. */
+/* The handle. The order and widths of its members are the same in every runtime. */
 typedef struct kel_handle {
-    /* Block of `size` bytes for a descriptor copy, or null. */
+    /* Returns a block of `size` bytes for a descriptor copy, or null. */
     void *(*type_alloc_hook)(void *type_arena, uint32_t tx_id, uint64_t size);
-    /* Uninitialised block of `size` bytes in the arena, or null. */
+    /* Returns an uninitialised block of `size` bytes in the arena, or null. */
     void *(*alloc_hook)(void *arena, uint32_t tx_id, uint64_t size);
-    /* Gives a block back. */
+    /* Frees a block. */
     void (*free_hook)(void *arena, uint32_t tx_id, void *block);
     /* Announces that `length` bytes at `address` are about to change. */
     void (*write_log_hook)(void *arena, void *address, uint64_t length, uint32_t tx_id);
@@ -62,7 +62,7 @@ typedef struct kel_handle {
     /* Enters `copy` in the type map under its LUID text of 33 bytes. */
     void (*type_map_insert_hook)(void *type_map, uint32_t tx_id, const char *luid_text,
                                  kel_type_info_copy *copy);
-    /* The copy entered under that text, or null. */
+    /* Returns the copy entered under that text, or null. */
     kel_type_info_copy *(*type_map_lookup_hook)(void *type_map, uint32_t tx_id,
                                                 const char *luid_text);
     uint32_t store_types_enabled;       /* nonzero: per-store descriptors are in use */

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Table blocks and record blocks: the two kinds of block, besides objects, that
- * a table keeps in the arena.
+ * Table blocks and record blocks. A table keeps these in the arena, besides its
+ * objects.
  */
 #ifndef TARNBASE_RECORD_H
 #define TARNBASE_RECORD_H
@@ -16,7 +16,7 @@ TARNBASE_BEGIN
 /* Entries of a table's vector. */
 #define KEL_TABLE_VFT_SLOTS 48
 
-/* Ways in which a table block can have been opened. */
+/* How a table block was opened. */
 #define KEL_OPEN_BY_NAME 0U
 #define KEL_OPEN_BY_ID 1U
 #define KEL_OPEN_AUTO_ID 2U
@@ -38,7 +38,7 @@ typedef struct kel_index_node {
     uint64_t opaque[4]; /* links and balance */
 } kel_index_node;
 
-/* An open table. Zeroed when it is made; it lives until the table is freed. */
+/* An open table. Zeroed when allocated; lives until the table is freed. */
 struct kel_table {
     KEL_OBJECT_HEADER            /* descriptor of kind "table", then three zero bytes */
         char table_name[256];    /* the key it is stored under; empty if opened by id */
@@ -47,14 +47,14 @@ struct kel_table {
     uint64_t table_id;           /* 0 if opened by name */
     uint32_t open_mode;          /* KEL_OPEN_... */
     kel_table *toc_next;         /* next block on the store's table list */
-    kel_table **toc_prev;        /* address of the word that points here */
+    kel_table **toc_prev;        /* address of the pointer to this block */
     uint32_t replication_marked; /* set by the runtime: the table is replicated */
     uint32_t write_cursor_armed; /* set by the runtime: inserts move the write cursor */
     uint64_t range_word;         /* registered with the store; zero */
     void *index_root;            /* root of the key index; null when empty */
     uintptr_t index_aux;         /* the tree's second anchor */
     /* The rest is the runtime's; the library zeroes it and never reads it. */
-    kel_index_node id_node;    /* place in the table-id tree */
+    kel_index_node id_node;    /* node in the table-id tree */
     uint64_t write_cursor;     /* position after the last record enqueued */
     void *tenant_counters;     /* counters by tenant and source */
     uint64_t runtime_words[4]; /* zero */
@@ -63,7 +63,7 @@ struct kel_table {
 /*
  * A table record. Tables keyed by a field of the object allocate
  * KEL_RECORD_SIZE bytes, without `key_object`; tables keyed by a key structure
- * allocate the whole.
+ * allocate all of it.
  */
 struct kel_record {
     const kel_type_info *descriptor; /* kind "table_record"; null once destroyed */
@@ -71,16 +71,16 @@ struct kel_record {
     uint64_t ra_uuid;                /* the runtime's: trace correlation */
     uint8_t ra_byte;                 /* the runtime's: trace correlation */
     uint8_t ra_reserved[3];          /* zero */
-    uint32_t ref_count;              /* references; the record goes with the last one */
+    uint32_t ref_count;              /* references; the last one destroys the record */
     uint16_t tenant_id;              /* tenant at creation; first part of the key order */
     uint8_t flags;                   /* KEL_RECORD_... */
     uint8_t src;                     /* last part of the key order */
-    kel_index_node index_node;       /* place in the key index */
+    kel_index_node index_node;       /* node in the key index */
     void *object;                    /* the data object; null until set */
     void *key_object;                /* the key object, on tables with a key structure */
 };
 
-/* Bytes of a record of a table that is keyed by a field of its object. */
+/* Size of a record in a table keyed by a field of its object. */
 #define KEL_RECORD_SIZE (sizeof(kel_record) - sizeof(void *))
 
 /* Head of the table-id tree. The content is the runtime's. */
@@ -89,7 +89,7 @@ typedef struct kel_table_id_tree {
     uintptr_t aux; /* the tree's second anchor */
 } kel_table_id_tree;
 
-/* Table-id root: one per table and store, holding the blocks opened by id. */
+/* Table-id root: one per table and store; contains the blocks opened by id. */
 typedef struct kel_table_id_root {
     uint64_t reserved;           /* zero */
     uint32_t id_table_count;     /* blocks in the tree */
@@ -97,15 +97,15 @@ typedef struct kel_table_id_root {
     kel_table_id_tree tree_head; /* the blocks, by table_id */
 } kel_table_id_root;
 
-/* Anchor of the store's table list. An empty list has `last` at &first. */
+/* Head of the store's table list. In an empty list `last` is &first. */
 typedef struct kel_table_list {
     kel_table *first; /* the first block, or null */
     kel_table **last; /* address of the last block's toc_next, or of first */
 } kel_table_list;
 
 /*
- * A caller's function in a walk over all records of a table. A nonzero result
- * ends the walk. The record passed to it may be deleted and destroyed.
+ * Called with each record in a walk over all records of a table. A nonzero result
+ * ends the walk. The function may delete and destroy the record.
  */
 typedef uint32_t (*kel_walk_function)(kel_record *record, void *context);
 

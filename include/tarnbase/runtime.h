@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
  * The services that the library imports, besides the value types of value.h. A
- * runtime supplies all of them by name; the embedded one is declared in
- * embedded.h. A program may put its own function in place of any service.
+ * runtime provides all of them by name; the embedded one is declared in
+ * embedded.h. A program may replace any service with its own function.
  *
  * `arena` is the handle's arena, `err` the error value of handle.h.
  */
@@ -26,7 +26,7 @@ TARNBASE_BEGIN
 TARNBASE_API void kel_clear_last_error(kel_handle *handle);
 /* Records `code` in the handle's last_error. */
 TARNBASE_API void kel_store_err(kel_handle *handle, uint32_t code);
-/* Records an epoch error, `code` being 43, and reports it through `err`. */
+/* Records an epoch error, `code` being EIDRM, and reports it through `err`. */
 TARNBASE_API void kel_store_epoch_err(kel_handle *handle, uint32_t code, uint32_t *err);
 
 /* ---- Trace ------------------------------------------------------------- */
@@ -38,33 +38,33 @@ TARNBASE_API void kel_store_epoch_err(kel_handle *handle, uint32_t code, uint32_
 #define KEL_TRACE_DEBUG 7U
 #define KEL_TRACE_VERBOSE 8U
 
-/* Emits a trace line in the manner of printf. `zero` is 0. Id 0 must work. */
+/* Emits a trace line, formatted as by printf. `zero` is 0. Module id 0 must work. */
 TARNBASE_API void ptrail_wrapper(uint16_t module_id, uint32_t level, uint32_t zero,
                                  const char *format, ...) TARNBASE_PRINTF(4, 5);
-/* Registers a trace module and fills its id. Safe to call again and again. */
+/* Registers a trace module and sets its id. May be called any number of times. */
 TARNBASE_API void ptrail_module_init_fn(const char *name, uint16_t *module_id, uint64_t *state);
-/* Reads the trace correlation of the current thread; zeros when it has none. */
+/* Reads the trace correlation of the current thread; zeros if it has none. */
 TARNBASE_API void ptrail_get_radioactive_bit(uint64_t *uuid, uint8_t *mark);
 
 /* ---- Descriptors and modules ------------------------------------------- */
 
-/* Head of the list of modules; a library links its record at load. */
+/* Head of the module list; a library links its record when it is loaded. */
 extern TARNBASE_API kel_module_list kel_module_tot_root;
 
 /* Fills a store's type map with a module's descriptors. */
 typedef void (*kel_type_info_initializer)(kel_handle *handle, uint32_t tx_id, uint32_t *err);
 
 /*
- * The store's copy of `constant`; calls `initializer` first if the store has
- * none yet. Falls back to `constant` if no copy can be made.
+ * Returns the store's copy of `constant`; calls `initializer` first if the store
+ * has none yet. Returns `constant` if no copy can be made.
  */
 TARNBASE_API const kel_type_info *kel_type_info_ptr_get(kel_handle *handle, uint32_t tx_id,
                                                         const kel_type_info *constant,
                                                         kel_type_info_initializer initializer);
 /*
- * Makes the variant information of `copy` agree with what the caller's module
- * knows of the item: a new copy gets counters of its own in the store, an
- * existing one is extended by variants that it lacks.
+ * Brings the variant information of `copy` up to date with `constant`, the
+ * descriptor in the caller's module: a new copy gets its own counters in the
+ * store, an existing one gets the variants that it lacks.
  */
 TARNBASE_API void kel_update_variant_info(kel_handle *handle, uint32_t tx_id,
                                           kel_type_info_copy *copy, const kel_type_info *constant,
@@ -75,8 +75,8 @@ TARNBASE_API uint32_t table_vft_cpy(void *destination, const void *source, uint3
 /* ---- Communication registries ------------------------------------------ */
 
 /*
- * Each registry keeps one handler, the caller's, which it never looks into. A second
- * registration takes the place of the first; taking off none is no error.
+ * Each registry stores one opaque handler of the caller's. A second registration
+ * replaces the first; unregistering without one is no error.
  */
 TARNBASE_API void ridge_comm_bundle_handler_register(void *handler);
 TARNBASE_API void ridge_comm_bundle_handler_unregister(void);
@@ -85,9 +85,9 @@ TARNBASE_API void if_common_bundle_handler_unregister(void);
 
 /* ---- Keyed store ------------------------------------------------------- */
 
-/* The value stored under the key, or null. */
+/* Returns the value stored under the key, or null. */
 TARNBASE_API void *loam_get_key(void *arena, const char *key);
-/* Stores a value under a key. Nonzero on success. */
+/* Stores a value under a key. Returns nonzero on success. */
 TARNBASE_API uint32_t loam_set_key(void *arena, const char *key, void *value);
 /* Removes a key. */
 TARNBASE_API void loam_delete_key(void *arena, const char *key);
@@ -98,14 +98,14 @@ TARNBASE_API void loam_perror(void);
 
 /* ---- Tables ------------------------------------------------------------ */
 
-/* The store's table list anchor, made if need be. Null with *err set on failure. */
+/* Returns the head of the store's table list, created if missing. On failure null, *err set. */
 TARNBASE_API kel_table_list *kellib_database_table_toc_create(kel_handle *handle, uint32_t tx_id,
                                                               uint32_t *err);
-/* The block of the tree with the table_id of `block`, or null. */
+/* Returns the block in the tree with the table_id of `block`, or null. */
 TARNBASE_API kel_table *tbi_rb_tree_LM_RB_FIND(void *arena, uint32_t tx_id,
                                                kel_table_id_tree *tree_head, const kel_table *block,
                                                void *scratch);
-/* Enters a block. One whose id is already present is not entered: the first stays. */
+/* Inserts a block. Does nothing if a block with its id is present. */
 TARNBASE_API void tbi_rb_tree_LM_RB_INSERT(void *arena, uint32_t tx_id,
                                            kel_table_id_tree *tree_head, kel_table *block);
 /* Removes a block. */
@@ -114,29 +114,30 @@ TARNBASE_API void tbi_rb_tree_LM_RB_REMOVE(void *arena, uint32_t tx_id,
 
 /* ---- Key index tree ---------------------------------------------------- */
 
-/* 0: `a` orders before `b`; 1: equal; 2: after. */
+/* Returns 0 if `a` is before `b`, 1 if they are equal, 2 if `a` is after `b`. */
 typedef uint32_t (*e_avl_compare_function)(const kel_index_node *a, const kel_index_node *b);
 /* Called with each node of a walk. A nonzero result ends the walk. */
 typedef uint32_t (*e_avl_walk_function)(kel_index_node *node, void *context);
 
 /*
- * Links `node` in order. `root` and `aux` are the addresses of the two anchor
- * words. Nonzero on success; 0 if an equal node is there, nothing is changed.
+ * Inserts `node` in order. `root` and `aux` are the addresses of the two anchor
+ * words. Returns nonzero on success; 0 if an equal node exists, and then nothing
+ * is changed.
  */
 TARNBASE_API uint32_t e_avl_insert(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                                    uintptr_t *aux, e_avl_compare_function compare);
-/* Unlinks this very node. Nonzero on success, 0 if it isn't in the tree. */
+/* Removes exactly this node. Returns nonzero on success, 0 if it isn't in the tree. */
 TARNBASE_API uint32_t e_avl_delete(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                                    uintptr_t *aux, e_avl_compare_function compare);
-/* The node that compares equal to `probe`, or null. */
+/* Returns the node that compares equal to `probe`, or null. */
 TARNBASE_API kel_index_node *e_avl_search(void *root, const kel_index_node *probe,
                                           e_avl_compare_function compare);
-/* The smallest and the largest node, or null. */
+/* Return the smallest and the largest node, or null. */
 TARNBASE_API kel_index_node *e_avl_get_first(void *root);
 TARNBASE_API kel_index_node *e_avl_get_last(void *root);
 /*
- * The node that orders next after or before `node`, or null. The position is found by
- * comparison: `node` need not be in the tree, and its key can have been changed there.
+ * Return the node next after or before `node` in order, or null. The position is found
+ * by comparison: `node` need not be in the tree, and its key may have changed there.
  */
 TARNBASE_API kel_index_node *e_avl_get_next(void *root, const kel_index_node *node,
                                             e_avl_compare_function compare);
@@ -144,7 +145,7 @@ TARNBASE_API kel_index_node *e_avl_get_prev(void *root, const kel_index_node *no
                                             e_avl_compare_function compare);
 /*
  * Calls `callback` with each node in order, until it returns nonzero. Returns
- * its last result. The callback may delete the node that it gets.
+ * its last result. The callback may delete the node passed to it.
  */
 TARNBASE_API uint32_t e_avl_walk(void *root, e_avl_walk_function callback, void *context);
 
@@ -153,17 +154,17 @@ TARNBASE_API uint32_t e_avl_walk(void *root, e_avl_walk_function callback, void 
 /* Kind of a table block in an object-id mapping. */
 #define KEL_OID_KIND_TABLE 2U
 
-/* Makes the object-id mapping of a block. Returns it, or null on failure. */
+/* Creates the object-id mapping of a block. Returns it, or null on failure. */
 TARNBASE_API void *kel_oid_mapping_create(kel_handle *handle, uint32_t tx_id, void *object,
                                           uint32_t kind, uint32_t dynamic, uint64_t ior,
                                           uint32_t *err);
 /*
- * Asks to remove an object's mapping. Nonzero: the mapping is gone, or there was
- * none. 0: the object still has references and was marked for release.
+ * Requests the removal of an object's mapping. Nonzero: the mapping is gone, or
+ * there was none. 0: the object still has references and is marked for release.
  */
 TARNBASE_API uint32_t kel_request_oid_mapping_destroy(kel_handle *handle, uint32_t tx_id,
                                                       void *object, uint32_t *err);
-/* Takes one count off the mapping of `oid`. Error 2: there is no such mapping. */
+/* Decrements the count of the mapping of `oid`. ENOENT: there is no such mapping. */
 TARNBASE_API void kellib_lookup_and_update_oid_ref_count(kel_handle *handle, uint32_t tx_id,
                                                          uint64_t oid, uint32_t zero,
                                                          uint32_t *err);
@@ -173,10 +174,10 @@ TARNBASE_API void kel_hd_mapping_destroy(kel_handle *handle, uint32_t tx_id, voi
 
 /* ---- Variants and modified marks --------------------------------------- */
 
-/* The variant, signed in the low byte, that the domain uses for the type. */
+/* Returns the variant, signed in the low byte, that the domain uses for the type. */
 TARNBASE_API uint32_t kel_domain_lookup_variant(kel_handle *handle, kel_variant_domain *domain,
                                                 const kel_type_info *descriptor, uint32_t *err);
-/* The instance's variant; 0 for a null object. */
+/* Returns the instance's variant; 0 for a null object. */
 TARNBASE_API int32_t kel_get_instance_variant(const void *object, uint32_t is_structure,
                                               uint32_t is_small);
 /*
@@ -186,7 +187,7 @@ TARNBASE_API int32_t kel_get_instance_variant(const void *object, uint32_t is_st
 TARNBASE_API int32_t kellib_adjust_variant(kel_handle *handle, uint32_t tx_id, void *object,
                                            const kel_type_info *descriptor, int32_t top_variant,
                                            uint32_t *err);
-/* The object's modified mark. */
+/* Returns the object's modified mark. */
 TARNBASE_API uint32_t kel_get_instance_modified(const void *object, uint32_t is_structure,
                                                 uint32_t is_small);
 /* Sets the modified mark to 1 or clears it with 0. Not logged: it has no handle. */
@@ -195,18 +196,18 @@ TARNBASE_API void kel_set_instance_modified(void *object, uint32_t is_structure,
 
 /* ---- State tracking ---------------------------------------------------- */
 
-/* Distance from an object to its state block, when it isn't right after it. */
+/* Returns the distance from an object to its state block, if that isn't directly after it. */
 TARNBASE_API uint32_t kellib_get_sttr_offset(kel_handle *handle, uint32_t tx_id,
                                              const void *object);
 /*
- * Records that distance and sets OBJ_STATE_ELSEWHERE. A runtime that has no room for
- * it calls kel_store_err, and the operation that asked fails with that error.
+ * Records that distance and sets OBJ_STATE_ELSEWHERE. If the runtime can't record it, it
+ * calls kel_store_err, and the operation that called this service fails with that error.
  */
 TARNBASE_API void kellib_update_sttr_offset(kel_handle *handle, uint32_t tx_id, void *object,
                                             uint32_t distance);
-/* Nonzero if the marshalled object at `first_byte` carries state bytes. */
+/* Returns nonzero if the marshalled object at `first_byte` contains state bytes. */
 TARNBASE_API uint32_t kellib_type_header_get_state_tracking_flag(const void *first_byte);
-/* 0 if the object may be attached to a record, else an error number. */
+/* Returns 0 if the object may be attached to a record, else an error number. */
 TARNBASE_API uint32_t kellib_validate_object_flags(const void *object, uint32_t one,
                                                    uint32_t other_one);
 
@@ -218,15 +219,15 @@ TARNBASE_API uint32_t kellib_validate_object_flags(const void *object, uint32_t 
 /* A record's message header in memory. */
 typedef struct kel_message_header {
     uint8_t marker;        /* KEL_MESSAGE_MARKER */
-    uint8_t filler[6];     /* 255 each */
-    uint8_t state_tracked; /* nonzero: the value object carries state bytes */
+    uint8_t filler[6];     /* each 255 */
+    uint8_t state_tracked; /* nonzero: the value object contains state bytes */
     uint32_t stamp;        /* the handle's header_stamp */
     uint32_t length;       /* of the whole record, header and LUID included */
 } kel_message_header;
 
 /*
  * Each writes or reads one item of an object's wire form and returns its length;
- * 0 with error 90 if `remaining` is too small, 0 if *err is set on entry.
+ * 0 with EMSGSIZE if `remaining` is too small, 0 if *err is set on entry.
  */
 TARNBASE_API uint32_t _kel_instance_variant_marshal(kel_handle *handle, uint32_t tx_id,
                                                     void *buffer, const int8_t *variant,
@@ -261,69 +262,69 @@ TARNBASE_API uint32_t _kel_message_header_unmarshal(kel_handle *handle, uint32_t
                                                     const void *buffer, kel_message_header *header,
                                                     uint32_t remaining, uint32_t *err);
 
-/* The object's flags, without the runtime's own OBJ_MODIFIED. */
+/* Returns the object's flags, without the runtime's own OBJ_MODIFIED. */
 TARNBASE_API uint8_t kel_get_instance_obj_flag(const void *object, uint32_t is_structure,
                                                uint32_t is_small);
 /*
- * Reads an object's trace correlation. Returns 0 or an error number. An object can have
- * OBJ_RA_DATA and no such data, copied from another: that is no error, and nothing is
- * stored, so that its form has zeros there.
+ * Reads an object's trace correlation. Returns 0 or an error number. An object copied
+ * from another can have OBJ_RA_DATA set and no such data: that is no error, nothing is
+ * stored, and its wire form contains zeros there.
  */
 TARNBASE_API uint32_t kellib_get_ra_data(kel_handle *handle, uint32_t tx_id, const void *object,
                                          uint64_t *ra_word, uint8_t *ra_byte);
-/* Stamps an object with trace correlation and sets OBJ_RA_DATA. */
+/* Stores an object's trace correlation and sets OBJ_RA_DATA. */
 TARNBASE_API void kellib_update_ra_all(kel_handle *handle, uint32_t tx_id, void *object,
                                        uint64_t ra_word, uint8_t ra_byte);
-/* Stamps a record with trace correlation. */
+/* Stores a record's trace correlation. */
 TARNBASE_API void kellib_record_update_ra_all(kel_handle *handle, uint32_t tx_id,
                                               kel_record *record, uint64_t uuid, uint8_t mark);
-/* The handle's workspace, for clones. Null and 0 if it has none. */
+/* Stores the handle's workspace for clones and its length; null and 0 if it has none. */
 TARNBASE_API void kellib_get_handle_ws(kel_handle *handle, void **workspace, uint32_t *length);
 
 /* ---- Text and XML ------------------------------------------------------ */
 
-/* Writes `indent` blanks at `buffer`; returns their number. Error 90: no room. */
+/* Writes `indent` spaces to `buffer`; returns their number. EMSGSIZE: buffer too small. */
 TARNBASE_API uint32_t kel_print_space(kel_handle *handle, uint32_t tx_id, char *buffer,
                                       uint32_t indent, uint32_t remaining, uint32_t *err);
-/* As snprintf. Returns the characters written; error 90 and 0: no room. */
+/* As snprintf. Returns the characters written; 0 with EMSGSIZE: buffer too small. */
 TARNBASE_API uint32_t kel_snprintf(kel_handle *handle, uint32_t tx_id, char *buffer,
                                    uint32_t remaining, uint32_t *err, const char *format, ...)
     TARNBASE_PRINTF(6, 7);
-/* Write an element's opening and closing tag; return their length. */
+/* Write an element's opening and closing tag; return the tag's length. */
 TARNBASE_API uint32_t start_tag(kel_handle *handle, uint32_t tx_id, char *buffer,
                                 const char *element, uint32_t remaining, uint8_t state_flag,
                                 uint32_t *err);
 TARNBASE_API uint32_t end_tag(kel_handle *handle, uint32_t tx_id, char *buffer, const char *element,
                               uint32_t remaining, uint32_t *err);
-/* Writes a ready-made text; returns its length. */
+/* Copies a text to `buffer`; returns its length. */
 TARNBASE_API uint32_t xml_enum_print(kel_handle *handle, uint32_t tx_id, char *buffer,
                                      const char *text, uint32_t remaining, uint32_t text_len,
                                      uint32_t *err);
 /* Counts the nodes that `path` selects. Returns 0, or an error number. */
 TARNBASE_API uint32_t xml_get_element_nodecount(void *document, const char *path, uint32_t *count);
-/* 0 if the element exists, its text cut to the area; 2 if not; else a failure. */
+/* Copies an element's text, cut to `area_len`. Returns 0, ENOENT if there is none, or an error. */
 TARNBASE_API uint32_t xml_get_element_value(void *document, const char *path, char *area,
                                             uint32_t area_len, uint32_t zero);
 
 /* ---- Tenants and replication ------------------------------------------- */
 
-/* Fills in the current thread's tenant; 0 is the default tenant. */
+/* Stores the current thread's tenant; 0 is the default tenant. */
 TARNBASE_API void mt_get_tenant_id(uint16_t *tenant);
-/* Adds a record to (direction 1) or takes one from (0) a tenant's counters. */
+/* Counts a record in (direction 1) or out of (direction 0) a tenant's counters. */
 TARNBASE_API void keldb_update_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                               uint32_t direction, uint16_t tenant, uint8_t src,
                                               uint32_t *err);
-/* The tenant's records in the table: of one source, or of all if `src` is null. */
+/* Counts the tenant's records in the table, of one source, or of all if `src` is null. */
 TARNBASE_API void keldb_get_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                            uint32_t *count, uint16_t tenant, const uint8_t *src);
-/* Puts a new record in the replication stream and moves the write cursor. */
+/* Appends a new record to the replication stream and moves the write cursor. */
 TARNBASE_API void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, uint32_t tx_id,
                                                            kel_table *table, kel_record *record,
                                                            uint32_t *err);
 /* Starts the deferred destruction of a record: sets its pending bit, logged. */
 TARNBASE_API void keldb_request_record_destroy(kel_handle *handle, uint32_t tx_id,
                                                kel_record *record, uint32_t *err);
-/* Tells the replication engine that a record was read. */
+/* Reports to the replication engine that a record was read. */
 TARNBASE_API void kelrepl_add_to_cache(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                        kel_record *record, const void *const *vector,
                                        uint32_t *err);

@@ -3,39 +3,42 @@
  * The built-in value types: six integers, kel_boolean, kel_vstring and
  * ip_address. Their operations are services of the runtime.
  *
- * In every operation `value` is the address of a field inside its object, and an
- * operation with `err` does nothing and gives its failure value when `*err` is
+ * In every operation `field` is the address of a field inside its object, and an
+ * operation with `err` does nothing and returns its failure value when `*err` is
  * set on entry.
  *
- *   get          The address that gives access to the value, for get_value and
- *                as the source of a set; null for a null value.
- *   get_value    The plain value at an access.
- *   set          Stores the value that `source` gives, logged. A kel_vstring
- *                gets a text of its own, also when the destination was
- *                overwritten with the source's bytes just before.
+ *   get          Returns the address of the value, for get_value and as the
+ *                source of a set; null for a null value.
+ *   get_value    Returns the plain value at the address that get returned.
+ *   set          Stores the value at `source`, logged. A kel_vstring gets its
+ *                own copy of the text, even when the destination was overwritten
+ *                with the source's bytes just before.
  *   set_value    Stores a plain value, logged.
  *   hash         32-bit hash, chained: the result of one field seeds the next.
- *   len          Bytes that marshal will write; a null value counts as empty.
- *   marshal      Writes the wire form at `buffer`, at most `remaining` bytes.
- *                Returns the bytes written. Too little room: error 90, 0.
- *   unmarshal    Reads the wire form. Returns the bytes consumed. Too few
- *                bytes: error 90, 0, the value stays.
- *   print        Appends "<indent><name>: <value>\n". Returns the characters.
+ *   len          Number of bytes that marshal will write; a null value counts as
+ *                empty.
+ *   marshal      Writes the wire form to `buffer`, at most `remaining` bytes.
+ *                Returns the number of bytes written. EMSGSIZE and 0: the buffer
+ *                is too small.
+ *   unmarshal    Reads the wire form. Returns the number of bytes consumed.
+ *                EMSGSIZE and 0: too few bytes; the value is unchanged.
+ *   print        Appends "<indent><name>: <value>\n". Returns the number of
+ *                characters.
  *   to_xml       Appends "<name>text</name>\n", with the state flag as an
- *                attribute unless it is 0. Returns the characters.
- *   from_xml     Reads the element at `path`. Error 2: there is none.
+ *                attribute unless it is 0. Returns the number of characters.
+ *   from_xml     Reads the element at `path`. ENOENT: there is none.
  *   backpropagate, type_type_backpropagate
- *                Nonzero if the value carried a modified mark, which is cleared.
+ *                Clears the value's modified mark. Nonzero if it was set.
  *   compare      Negative, zero or positive; null sorts first.
- *   initialize   Makes the memory a live, empty object.
+ *   initialize   Initialises the memory as an empty object.
  *   set_instance_embedded
  *                Sets OBJ_EMBEDDED, logged.
  *   destroy_internal
- *                Gives back what the value owns; `release` is 0.
+ *                Frees what the value owns; `release` is 0.
  *   get_oid_count, get_object_references
  *                References that the value holds: none of these types has any.
  *   offset_update, offset_remove
- *                Take and drop the value's place in its parent's state block.
+ *                Set and clear the value's place in its parent's state block.
  *
  * Wire forms, all numbers little-endian:
  *   integers      1, 2, 4 or 8 bytes
@@ -60,14 +63,14 @@ typedef struct kel_boolean {
     uint32_t value; /* 0 or 1 */
 } kel_boolean;
 
-/* Longest text that lies inside the kel_vstring itself. */
+/* Longest text stored inside the kel_vstring itself. */
 #define KEL_VSTRING_INLINE 12U
 
 /*
  * A text of any bytes, NUL included: 32 bytes. Up to KEL_VSTRING_INLINE bytes
- * lie in `text`; of a longer one `text.prefix` holds the first four and
- * `text.block` points to all of it, in the arena. Unused bytes are zero.
- * Read it with kel_vstring_bytes.
+ * are stored in `text`. Of a longer one `text.outside` has the first four bytes
+ * and a pointer to all of it, in the arena. Unused bytes are zero. Read it with
+ * kel_vstring_bytes.
  */
 typedef struct kel_vstring {
     KEL_OBJECT_HEADER
@@ -79,7 +82,7 @@ typedef struct kel_vstring {
             char prefix[4]; /* its first four bytes */
             char block[8];  /* the pointer, byte for byte: a pointer member would pad the union */
         } outside;          /* a longer text */
-    } text;                 /* the text, or the way to it */
+    } text;                 /* the text, or a pointer to it */
 } kel_vstring;
 
 /* Address families of an ip_address. */
@@ -126,7 +129,7 @@ extern TARNBASE_API const kel_type_info _ip_address_type_info_internal;
                                        void *document, type *field, uint32_t *err, char *message, \
                                        uint32_t message_len);
 
-/* Operations of a value type that has a plain value. */
+/* Operations of a value type with a plain value. */
 #define KEL_PLAIN_OPERATIONS(value, type, plain)                                                 \
     TARNBASE_API plain value##_get_value(kel_handle *handle, uint32_t tx_id, const type *access, \
                                          uint32_t *err);                                         \
@@ -144,7 +147,7 @@ extern TARNBASE_API const kel_type_info _ip_address_type_info_internal;
     TARNBASE_API void value##_set_instance_embedded(kel_handle *handle, uint32_t tx_id,      \
                                                     type *field);
 
-/* Operations of the value types that own something outside themselves. */
+/* Operations of the value types that own memory outside themselves. */
 #define KEL_OWNING_OPERATIONS(value, type)                                                       \
     TARNBASE_API uint32_t value##_type_type_backpropagate(kel_handle *handle, uint32_t tx_id,    \
                                                           type *field, uint32_t *err);           \
@@ -185,8 +188,8 @@ KEL_HEADED_OPERATIONS(ip_address, ip_address)
 KEL_OWNING_OPERATIONS(ip_address, ip_address)
 
 /*
- * Hash of `length` bytes at `data`, started from `seed`. Equal bytes and seed
- * give equal results.
+ * Returns the hash of `length` bytes at `data`, started from `seed`. It depends on
+ * the bytes and the seed only.
  */
 TARNBASE_API uint32_t SuperFastHash(const char *data, int32_t length, uint32_t seed);
 
