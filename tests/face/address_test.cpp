@@ -25,7 +25,7 @@ TEST(Address, TextThatIsNoneIsTold) {
         EXPECT_EQ(read.error().code(), std::errc::invalid_argument);
     }
     EXPECT_STREQ(thrown_by([] { address::parse("ldap1"); }).what(),
-                 "'ldap1' is no IPv4 or IPv6 address");
+                 "'ldap1' is not an IPv4 or IPv6 address");
 }
 
 TEST(Address, KnowsItsFamilyAndBytes) {

@@ -20,12 +20,12 @@ class EveryTable : public testing::Test {
 
     // The record that every table can have: all its fields and its key empty.
     template <typename Table>
-    void road() {
+    void round_trip() {
         SCOPED_TRACE(Table::name);
         ++tables;
-        auto table = tarn::basic_table<Table>::open_or_create(session, "road");
+        auto table = tarn::basic_table<Table>::open_or_create(session, "round_trip");
         const std::uint64_t before = store.describe().blocks;
-        // Enumerations that begin at 1 are no enumerator's value until they are set or read.
+        // An enumeration that begins at 1 has no valid value until it is set or read.
         auto record = table.insert(table.from_wire(table.make().to_wire()));
         EXPECT_TRUE(table.begin()->c_record() == record.c_record());
         EXPECT_FALSE(table.try_insert(table.make()));
@@ -38,8 +38,8 @@ class EveryTable : public testing::Test {
         EXPECT_EQ(store.describe().blocks, before);
     }
     template <typename... Tables>
-    void roads(tarn::type_list<Tables...>) {
-        (road<Tables>(), ...);
+    void round_trips(tarn::type_list<Tables...>) {
+        (round_trip<Tables>(), ...);
     }
 
     template <typename View>
@@ -65,7 +65,7 @@ class EveryTable : public testing::Test {
 };
 
 TEST_F(EveryTable, TakesARecordAndGivesItBackInEachForm) {
-    roads(tarn::every_table());
+    round_trips(tarn::every_table());
     EXPECT_EQ(tables, 45U);
 }
 

@@ -61,8 +61,9 @@ TEST_F(Field, AValueThatIsNoEnumeratorIsRefused) {
     record.set_door(tarn::door_state::open);
     const tarn::error error = thrown_by([&] { record.set_door(tarn::door_state{9}); });
     EXPECT_EQ(error.code(), std::errc::identifier_removed);
-    EXPECT_STREQ(error.what(),
-                 "setting door of st_every: not in the object's variant, or no enumerator's value");
+    EXPECT_STREQ(
+        error.what(),
+        "setting door of st_every: not in the object's variant, or not a value of the enumeration");
     EXPECT_EQ(record.door(), tarn::door_state::open);
 }
 
@@ -127,9 +128,9 @@ TEST_F(Field, OfALaterVariantIsMissingInAnOlderObject) {
     auto old = grown.make("old");
     EXPECT_FALSE(old.try_extra());
     EXPECT_EQ(thrown_by([&] { (void)old.extra(); }).code(), std::errc::identifier_removed);
-    EXPECT_STREQ(
-        old.try_extra().error().what(),
-        "reading extra of st_grown: not in the object's variant, or no enumerator's value");
+    EXPECT_STREQ(old.try_extra().error().what(),
+                 "reading extra of st_grown: not in the object's variant, or not a value of the "
+                 "enumeration");
 }
 
 }  // namespace

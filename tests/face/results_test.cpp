@@ -65,7 +65,7 @@ TEST_F(Results, FailuresAnswerTheErrorThatIsThrownElsewhere) {
     const auto second = add("ldap1", 8);
     ASSERT_FALSE(second);
     EXPECT_EQ(second.error().number(), static_cast<std::uint32_t>(EEXIST));
-    EXPECT_STREQ(second.error().what(), "inserting in tbl_ldap_conn: the key is there already");
+    EXPECT_STREQ(second.error().what(), "inserting in tbl_ldap_conn: the key already exists");
     EXPECT_FALSE(tarn::store::try_open("/nowhere/at.all"));
     EXPECT_FALSE(Servers::try_open(*session, "another"));
     EXPECT_FALSE(tarn::address::try_parse("ldap1"));

@@ -21,7 +21,7 @@ TEST_F(Table, OpenTellsThatThereIsNone) {
     const tarn::error error =
         thrown_by([&] { tarn::table<tarn::ldap_conn>::open(session, "another"); });
     EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
-    EXPECT_STREQ(error.what(), "opening a tbl_ldap_conn: it isn't there");
+    EXPECT_STREQ(error.what(), "opening a tbl_ldap_conn: not found");
     const std::string long_name(300, 'x');
     EXPECT_EQ(
         thrown_by([&] { tarn::table<tarn::ldap_conn>::open_or_create(session, long_name); }).code(),
@@ -43,7 +43,7 @@ TEST_F(Table, ATableOfAnotherKindIsRefused) {
     const tarn::error error =
         thrown_by([&] { tarn::table<tarn::ldap_conn>::open_or_create(session, "aaa/shared"); });
     EXPECT_EQ(error.code(), std::errc::invalid_argument);
-    EXPECT_STREQ(error.what(), "opening a tbl_ldap_conn: the table there holds other records");
+    EXPECT_STREQ(error.what(), "opening a tbl_ldap_conn: the table is of another kind");
     const std::string key = std::string("ldap/") + table_tbl_ldap_conn_luid_text;
     EXPECT_FALSE(tarn::table<tarn::grown>::try_open(session, key));
     EXPECT_EQ(tarn::table<tarn::ldap_conn>::open(session, key).c_table(), table.c_table());
@@ -89,7 +89,7 @@ TEST_F(Table, ASecondRecordOfAKeyStaysItsOwners) {
         second.set_num_conns(8);
         const tarn::error error = thrown_by([&] { table.insert(std::move(second)); });
         EXPECT_EQ(error.number(), static_cast<std::uint32_t>(EEXIST));
-        EXPECT_STREQ(error.what(), "inserting in tbl_ldap_conn: the key is there already");
+        EXPECT_STREQ(error.what(), "inserting in tbl_ldap_conn: the key already exists");
         EXPECT_TRUE(second);  // NOLINT: a refused record isn't moved from
         second.set_sname("ldap2");
         table.insert(std::move(second));
@@ -158,7 +158,7 @@ TEST_F(Table, IsDroppedOnceItIsEmpty) {
     add(table, "ldap1");
     const tarn::error error = thrown_by([&] { table.drop(); });
     EXPECT_EQ(error.code(), std::errc::directory_not_empty);
-    EXPECT_STREQ(error.what(), "dropping a tbl_ldap_conn: there are records in it");
+    EXPECT_STREQ(error.what(), "dropping a tbl_ldap_conn: it still has records");
     EXPECT_TRUE(table.erase("ldap1"));
     table.drop();
     EXPECT_FALSE(tarn::table<tarn::ldap_conn>::try_open(session, "ldap"));

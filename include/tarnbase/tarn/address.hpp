@@ -15,30 +15,30 @@
 
 namespace tarn {
 
-/// An IPv4 or IPv6 address, or none. Ordered as tables order addresses: by family,
-/// then by the bytes in network order.
+/// An IPv4 or IPv6 address, or none. Ordered as in tables: by family, then by the
+/// bytes in network order.
 class address {
  public:
     /// No address.
     address() = default;
-    /// From 4 or 16 bytes in network order, as `family` tells (KEL_ADDRESS_...).
+    /// From bytes in network order, as many as `family` (KEL_ADDRESS_...) has.
     address(std::uint8_t family, const void *bytes) noexcept : family_(family) {
         std::memcpy(bytes_, bytes, size());
     }
 
-    /// Reads the text of an address, as inet_pton(3) does. Error: EINVAL it is none.
+    /// Parses the text of an address, as inet_pton(3) does. Error: EINVAL it isn't one.
     static result<address> try_parse(const std::string &text) {
         unsigned char bytes[sizeof bytes_];
         if (inet_pton(AF_INET, text.c_str(), bytes) == 1) return address(KEL_ADDRESS_IPV4, bytes);
         if (inet_pton(AF_INET6, text.c_str(), bytes) == 1) return address(KEL_ADDRESS_IPV6, bytes);
-        return error(EINVAL, "'" + text + "' is no IPv4 or IPv6 address");
+        return error(EINVAL, "'" + text + "' is not an IPv4 or IPv6 address");
     }
 #if TARN_EXCEPTIONS
     /// As try_parse; throws.
     static address parse(const std::string &text) { return try_parse(text).value(); }
 #endif
 
-    /// Returns: the text, as inet_ntop(3) gives it; "" for none.
+    /// Returns: the text, as inet_ntop(3) writes it; "" for none.
     std::string to_text() const {
         char text[INET6_ADDRSTRLEN] = "";
         const ::ip_address same = to_c();
@@ -55,7 +55,7 @@ class address {
     /// Returns: whether there is an address.
     explicit operator bool() const noexcept { return family_ != KEL_ADDRESS_NONE; }
 
-    /// Returns: the same as the C interface takes it.
+    /// Returns: the address for calls of the C interface.
     ::ip_address to_c() const noexcept {
         ::ip_address same;
         ip_address_refer(&same, family_, bytes_);

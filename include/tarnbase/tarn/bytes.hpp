@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Runs of bytes: what an array field shows, and wire forms.
+/// Sequences of bytes: array fields and wire forms.
 #ifndef TARNBASE_TARN_BYTES_HPP
 #define TARNBASE_TARN_BYTES_HPP
 
@@ -10,11 +10,11 @@
 
 namespace tarn {
 
-/// Bytes of one's own: a wire form.
+/// Owned bytes: a wire form.
 using bytes = std::vector<std::uint8_t>;
 
-/// Bytes of somebody else, in order.
-/// Lifetime: that of what it was taken from.
+/// A view of bytes.
+/// Lifetime: that of the bytes.
 class byte_range {
  public:
     constexpr byte_range() = default;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// A caller's function on its way through a C call, which no exception may cross.
+/// Passes a caller's function through a C call, which exceptions must not cross.
 #ifndef TARNBASE_TARN_CALLBACK_HPP
 #define TARNBASE_TARN_CALLBACK_HPP
 
@@ -12,7 +12,7 @@
 
 namespace tarn::detail {
 
-/// Refers to a function that returns nothing, or whether to go on.
+/// Refers to a function that returns void, or whether to continue.
 template <typename Function>
 class callback {
  public:
@@ -34,7 +34,7 @@ class callback {
 #endif
     }
 
-    /// Throws on what the function threw.
+    /// Rethrows what the function threw.
     void finish() const {
 #if TARN_EXCEPTIONS
         if (thrown_) std::rethrow_exception(thrown_);

@@ -18,18 +18,18 @@ struct enumerator {
     std::string_view name;  ///< its name in the schema
 };
 
-/// Made from the schema: the enumerators in `all`, in the order of their values, which
-/// have no gaps.
+/// Generated from the schema: `all` has the enumerators in the order of their values,
+/// which have no gaps.
 template <typename Enumeration>
 struct enumeration_traits;
 
-/// Returns: all enumerators, to walk over.
+/// Returns: all enumerators, to iterate over.
 template <typename Enumeration>
 constexpr const auto &values() noexcept {
     return enumeration_traits<Enumeration>::all;
 }
 
-/// Returns: the enumerator's name in the schema; "" for a value that none has.
+/// Returns: the enumerator's name in the schema; "" for a value that has no enumerator.
 template <typename Enumeration>
 constexpr auto name(Enumeration value) noexcept
     -> decltype(std::string_view(enumeration_traits<Enumeration>::all[0].name)) {

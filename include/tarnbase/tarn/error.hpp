@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// What a failure is: one type, which is thrown, or is in a tarn::result where
-/// exceptions are off.
+/// The type of every failure: thrown, or returned in a tarn::result.
 #ifndef TARNBASE_TARN_ERROR_HPP
 #define TARNBASE_TARN_ERROR_HPP
 
@@ -14,8 +13,8 @@
 
 #include "tarnbase/embedded.h"
 
-/// 1 where the compiler has exceptions on. The operations that throw exist only then;
-/// each has a `try_` form beside it that exists always.
+/// 1 if the compiler has exceptions on. The operations that throw exist only then;
+/// the `try_` form of each always exists.
 #if defined(__cpp_exceptions)
 #define TARN_EXCEPTIONS 1
 #else
@@ -30,7 +29,7 @@ class error : public std::runtime_error {
     error(std::uint32_t number, const std::string &message)
         : std::runtime_error(message), number_(number) {}
 
-    /// Returns: the Linux errno number, as the C call gave it.
+    /// Returns: the Linux errno number that the C call reported.
     std::uint32_t number() const noexcept { return number_; }
     /// Returns: the number as a code that compares with std::errc.
     std::error_code code() const noexcept {
@@ -43,23 +42,23 @@ class error : public std::runtime_error {
 
 namespace detail {
 
-/// Returns: what an error number says of an operation on tables and objects.
+/// Returns: the meaning of an error number of an operation on tables and objects.
 inline std::string meaning_of(std::uint32_t number) {
     switch (number) {
         case ENOENT:
-            return "it isn't there";
+            return "not found";
         case E2BIG:
             return "too long";
         case EAGAIN:
-            return "something still refers to it";
+            return "still referenced";
         case ENOMEM:
             return "no memory";
         case EEXIST:
-            return "the key is there already";
+            return "the key already exists";
         case ENOTEMPTY:
-            return "there are records in it";
+            return "it still has records";
         case EIDRM:
-            return "not in the object's variant, or no enumerator's value";
+            return "not in the object's variant, or not a value of the enumeration";
         case EMSGSIZE:
             return "too few bytes";
         default:
@@ -67,16 +66,16 @@ inline std::string meaning_of(std::uint32_t number) {
     }
 }
 
-/// The error of an operation: `doing` and `item` tell which one.
+/// Returns: the error of an operation, which `doing` and `item` name.
 inline error make_error(std::uint32_t number, const char *doing, const char *item) {
     return {number, std::string(doing) + " " + item + ": " + meaning_of(number)};
 }
 
-/// The error of an operation that leaves its own text for kel_error_text.
+/// Returns: the error of an operation that sets kel_error_text.
 inline error last_failure(std::uint32_t number) { return {number, kel_error_text()}; }
 
 #if TARN_EXCEPTIONS
-/// Throws; out of line, so that the callers' straight way stays short.
+/// Throws; out of line, to keep the callers' code short.
 [[noreturn]] __attribute__((cold, noinline)) inline void fail(std::uint32_t number,
                                                               const char *doing, const char *item) {
     throw make_error(number, doing, item);

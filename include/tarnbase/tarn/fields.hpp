@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// The road from a C++ accessor to the C one: a value in, a value out, one call between.
+/// Calls the C accessors from the C++ ones, which take and return values.
 #ifndef TARNBASE_TARN_FIELDS_HPP
 #define TARNBASE_TARN_FIELDS_HPP
 
@@ -15,20 +15,20 @@
 
 namespace tarn {
 
-/// Made from the schema: the C type and the C operations of a structure.
+/// Generated from the schema: the C type and the C operations of a structure.
 template <typename View>
 struct object_traits;
 
 namespace detail {
 
-/// What is done with a field, in messages.
+/// The operations on a field, as named in messages.
 inline constexpr const char *reading = "reading";
 inline constexpr const char *setting = "setting";
 
 template <typename T>
 inline constexpr bool is_number = std::is_integral_v<T> && !std::is_same_v<T, bool>;
 
-/// Makes a T of what the C getter gives: a plain value, or access to the field.
+/// Returns: a T, from the C getter's result: a plain value or the field's address.
 template <typename T, typename Raw>
 T as(kel_handle *handle, Raw raw) noexcept {
     if constexpr (std::is_same_v<T, bool>) {
@@ -61,7 +61,7 @@ T get(const View &object) noexcept {
     return as<T>(object.c_handle(), call<Get>(err, object));
 }
 
-/// Reads a field that the object may lack.
+/// Reads a field that the object may not have.
 template <typename T, auto Get, typename View>
 result<T> try_get(const View &object, const char *field) {
     std::uint32_t err = 0;
@@ -99,7 +99,7 @@ result<void> try_set(const View &object, const T &value, const char *field) {
     return outcome(write<Set>(object, value), setting, field);
 }
 
-/// All elements of an array field that every object of its structure has.
+/// Returns: all elements of an array field that every object of its structure has.
 template <auto Get, std::size_t Count, typename View>
 byte_range get_array(const View &object) noexcept {
     std::uint32_t err = 0;
@@ -115,7 +115,7 @@ result<byte_range> try_get_array(const View &object, const char *field) {
     return byte_range(first, first == nullptr ? 0 : Count);
 }
 
-/// Whether the C interface, whose indices have 32 bits, can be asked for an element.
+/// Returns: whether an index fits in the C interface's 32 bits.
 inline bool is_index(std::size_t index) noexcept {
     return index <= std::numeric_limits<std::uint32_t>::max();
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Buffers for the text, XML and wire forms, whose writers are the C calls.
+/// Buffers for the text, XML and wire forms that the C calls write.
 #ifndef TARNBASE_TARN_FORMS_HPP
 #define TARNBASE_TARN_FORMS_HPP
 
@@ -11,27 +11,27 @@
 
 namespace tarn::detail {
 
-/// Gives `write(buffer, room, &err)` a buffer that grows until the text fits: nothing
-/// tells the length before. It is full of blanks, since printing steps over the
-/// indentation of closing braces.
+/// Calls `write(buffer, size, &err)` with a buffer that grows until the text fits: its
+/// length isn't known in advance. The buffer is filled with spaces, since printing skips
+/// the indentation of closing braces.
 template <typename Write>
 result<std::string> text_form(const char *doing, const char *item, Write write) {
     constexpr std::size_t least = 1024;
     constexpr std::size_t most = std::size_t{1} << 30;
-    for (std::size_t room = least;; room *= 4) {
-        std::string text(room, ' ');
+    for (std::size_t size = least;; size *= 4) {
+        std::string text(size, ' ');
         std::uint32_t err = 0;
-        const std::uint32_t length = write(&text[0], static_cast<std::uint32_t>(room), &err);
+        const std::uint32_t length = write(&text[0], static_cast<std::uint32_t>(size), &err);
         if (err == 0) {
             text.resize(length);
             return text;
         }
-        if (err != EMSGSIZE || room == most) return make_error(err, doing, item);
+        if (err != EMSGSIZE || size == most) return make_error(err, doing, item);
     }
 }
 
-/// Gives `write(buffer, room, &err)` a buffer of `length` bytes, and one that it isn't
-/// told of: a handle that tracks state may touch it.
+/// Calls `write(buffer, length, &err)` with a buffer that has one spare byte: a handle that
+/// tracks state may write there.
 template <typename Write>
 result<bytes> wire_form(std::uint32_t length, const char *item, Write write) {
     bytes wire(length + std::size_t{1});

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Keys to search with, one class a kind of key. None allocates in the store.
+/// Search keys, one class for each kind of key. None allocates in the store.
 #ifndef TARNBASE_TARN_KEY_HPP
 #define TARNBASE_TARN_KEY_HPP
 
@@ -11,8 +11,8 @@
 
 namespace tarn::detail {
 
-// A probe is what the C search takes for a value: `get` gives its address, `error` a
-// number if it couldn't be made. Lifetime: the value's.
+// A probe is a key in the form that the C search takes: `get` returns its address, `error`
+// an error number if it couldn't be made. Lifetime: the value's.
 
 /// A u_int32 or an enumeration.
 template <typename Value>
@@ -26,7 +26,7 @@ class number_probe {
     std::uint32_t value_;
 };
 
-/// A text, which is referred to.
+/// A text. The probe refers to the caller's bytes.
 class text_probe {
  public:
     text_probe(kel_handle *, std::string_view value) noexcept : value_() {
@@ -54,8 +54,7 @@ class address_probe {
     ::ip_address value_;
 };
 
-/// Puts a value into a field of a key object that nobody else sees: unlogged, a text
-/// referred to.
+/// Stores a value in a field of a private key object: not logged, and a text by reference.
 template <auto Get, typename View, typename T>
 void put(std::uint32_t &err, const View &key, const T &value) noexcept {
     auto *field = call<Get>(err, key);
@@ -77,7 +76,7 @@ void put(std::uint32_t &err, const View &key, const T &value) noexcept {
     }
 }
 
-/// A key structure, made on the stack of the values that stand in `Table::key_values`.
+/// A key structure on the stack, filled from `Table::key_values`.
 template <typename Table, typename View>
 class structure_probe {
     using traits = object_traits<View>;
@@ -108,7 +107,7 @@ class structure_probe {
     std::uint32_t error_ = 0;
 };
 
-/// A key object of the caller's.
+/// The caller's key object.
 template <typename View>
 class object_probe {
  public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// What every structure of the schema has besides its fields.
+/// The base of every structure's class.
 #ifndef TARNBASE_TARN_OBJECT_HPP
 #define TARNBASE_TARN_OBJECT_HPP
 
@@ -11,8 +11,8 @@
 
 namespace tarn {
 
-/// The base of the structures' classes. Such a class is a view: two words that refer to
-/// an object and to the handle that works on it. Copying it copies no object.
+/// The base of the structures' classes. Such a class is a view: two pointers, to an
+/// object and to the handle used with it. Copying the view doesn't copy the object.
 /// Lifetime: the object's.
 template <typename View>
 class object_view {
@@ -24,25 +24,25 @@ class object_view {
     /// Returns: the text form, under the structure's name.
     result<std::string> try_to_text() const {
         return detail::text_form("printing", traits::name,
-                                 [&](char *buffer, std::uint32_t room, std::uint32_t *err) {
+                                 [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
                                      return traits::print(handle_, handle_->cr_tx_id, buffer, 0,
-                                                          traits::name, object_, room, err);
+                                                          traits::name, object_, size, err);
                                  });
     }
     /// Returns: the XML form, an element of the structure's name.
     result<std::string> try_to_xml() const {
         return detail::text_form("writing the XML of", traits::name,
-                                 [&](char *buffer, std::uint32_t room, std::uint32_t *err) {
+                                 [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
                                      return traits::to_xml(handle_, handle_->cr_tx_id, traits::name,
-                                                           buffer, object_, room, 0, err);
+                                                           buffer, object_, size, 0, err);
                                  });
     }
     /// Returns: the wire form.
     result<bytes> try_to_wire() const {
         const std::uint32_t length = traits::len(handle_, handle_->cr_tx_id, object_);
         return detail::wire_form(
-            length, traits::name, [&](void *buffer, std::uint32_t room, std::uint32_t *err) {
-                return traits::marshal(handle_, handle_->cr_tx_id, buffer, object_, room, err);
+            length, traits::name, [&](void *buffer, std::uint32_t size, std::uint32_t *err) {
+                return traits::marshal(handle_, handle_->cr_tx_id, buffer, object_, size, err);
             });
     }
 
@@ -55,7 +55,7 @@ class object_view {
     bytes to_wire() const { return try_to_wire().value(); }
 #endif
 
-    /// Returns: the handle that the view works with.
+    /// Returns: the handle that the view uses.
     kel_handle *c_handle() const noexcept { return handle_; }
     /// Returns: the object, for calls of the C interface.
     c_type *c_object() const noexcept { return object_; }
@@ -69,8 +69,8 @@ class object_view {
 
 namespace detail {
 
-/// Fills `object` from the element at `path`. Returns: the error, or success; fields
-/// without an element keep their values.
+/// Fills `object` from the element at `path`. Fields without an element keep their
+/// values.
 template <typename View>
 result<void> read_xml(const View &object, const char *path, kel_xml_document *document) {
     using traits = object_traits<View>;

@@ -14,17 +14,17 @@ namespace tarn {
 
 namespace detail {
 
-/// Whether a block that was made in transaction `made_in` is still there and can be
-/// destroyed: a rollback has taken it along.
+/// Returns: whether a block allocated in transaction `made_in` can still be destroyed: a
+/// rollback would have freed it.
 inline bool outlives(const kel_handle *handle, std::uint32_t made_in) noexcept {
     return made_in == KEL_TX_NONE || made_in == handle->cr_tx_id;
 }
 
 }  // namespace detail
 
-/// Owns an object of the structure View. Move-only. Give it to a setter of a field that
+/// Owns an object of the structure View. Move-only. Pass it to the setter of a field that
 /// nests the structure, which copies it, or use it to read XML or wire forms.
-/// Lifetime: made in a transaction, it is to be destroyed before that ends.
+/// Lifetime: if made in a transaction, it must be destroyed before that ends.
 template <typename View>
 class owned : public View {
     using traits = object_traits<View>;

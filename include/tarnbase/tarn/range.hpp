@@ -11,17 +11,17 @@
 
 namespace tarn {
 
-/// Which records of the current tenant a walk meets.
+/// Selects records of the current tenant.
 struct selection {
     tarn::source source = tarn::source::standard;  ///< those of this source
     bool every_source = false;                     ///< or of all
-    bool pending_too = true;                       ///< also those that await their destruction
+    bool pending_too = true;                       ///< also those pending destruction
 };
 
-/// A position in a table. It walks by comparing keys, so that inserting and erasing other
-/// records leaves it valid; erasing its own record doesn't.
-/// Where exceptions are off, a failing step ends the walk and leaves its error number
-/// in session::last_error().
+/// A position in a table. It moves by comparing keys: inserting and erasing other records
+/// leaves it valid, erasing its own record doesn't.
+/// If exceptions are off, a failed step ends the walk and stores its error number in
+/// session::last_error().
 template <typename Table>
 class basic_iterator {
  public:
@@ -33,13 +33,13 @@ class basic_iterator {
     using iterator_concept = std::bidirectional_iterator_tag;  // since C++20
 
     basic_iterator() = default;
-    /// At `record`, or past the last one if it is null.
+    /// At `record`, or at the end if it is null.
     basic_iterator(kel_handle *handle, kel_table *table, kel_record *record,
                    selection selected) noexcept
         : handle_(handle), table_(table), record_(record), selected_(selected) {}
 
     reference operator*() const noexcept { return {handle_, record_}; }
-    /// Gives access to the record through a copy of the view.
+    /// Returns: access to the record through a copy of the view.
     auto operator->() const noexcept {
         struct arrow {
             value_type record;
@@ -60,7 +60,7 @@ class basic_iterator {
         ++*this;
         return before;
     }
-    /// From the end it goes to the last record.
+    /// From the end it moves to the last record.
     basic_iterator &operator--() {
         std::uint32_t err = 0;
         const std::uint32_t tx_id = handle_->cr_tx_id;
@@ -84,7 +84,7 @@ class basic_iterator {
         return before;
     }
 
-    /// Returns: the first record that the selection meets, or the end.
+    /// Returns: the first selected record, or the end.
     static basic_iterator first(kel_handle *handle, kel_table *table, selection selected) {
         basic_iterator at(handle, table, nullptr, selected);
         std::uint32_t err = 0;
@@ -125,11 +125,11 @@ class basic_iterator {
 
     kel_handle *handle_ = nullptr;
     kel_table *table_ = nullptr;
-    kel_record *record_ = nullptr;  // null: past the last one
+    kel_record *record_ = nullptr;  // null: the end
     selection selected_;
 };
 
-/// A run of records in key order.
+/// A range of records in key order.
 template <typename Table>
 class basic_range {
  public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Records: one in a table, and one that is yet to be inserted.
+/// Records: in a table, and not yet inserted.
 #ifndef TARNBASE_TARN_RECORD_HPP
 #define TARNBASE_TARN_RECORD_HPP
 
@@ -15,7 +15,7 @@ namespace tarn {
 
 namespace detail {
 
-/// Makes an empty object for a record, which owns it from then on. Returns: the error.
+/// Creates an empty object for a record, which then owns it. Returns: the error number.
 template <typename View, auto SetField>
 std::uint32_t attach(kel_handle *handle, std::uint32_t tx_id, kel_record *record) {
     auto *object = object_traits<View>::create(handle, tx_id);
@@ -26,8 +26,7 @@ std::uint32_t attach(kel_handle *handle, std::uint32_t tx_id, kel_record *record
     return handle->last_error;
 }
 
-/// Fills one of a record's objects from wherever a document has it; a document that
-/// lacks it is fine.
+/// Fills one of a record's objects from its element in a document, if there is one.
 template <typename View>
 result<void> read_part(const View &object, kel_xml_document *document) {
     result<void> done = read_xml(object, object_traits<View>::xml_path, document);
@@ -37,9 +36,8 @@ result<void> read_part(const View &object, kel_xml_document *document) {
 
 }  // namespace detail
 
-/// A record of a table: a view of its object, and what belongs to the record itself.
-/// Lifetime: the record's, which ends when it is erased, or with the rollback of the
-/// transaction that it was inserted in.
+/// A record of a table: a view of its object, with the record's own properties.
+/// Lifetime: the record's, which ends when it is erased or its insertion is rolled back.
 template <typename Table>
 class basic_record : public Table::object_type {
  public:
@@ -51,7 +49,7 @@ class basic_record : public Table::object_type {
     auto key() const noexcept { return Table::key_of(*this, record_); }
     std::uint16_t tenant() const noexcept { return record_->tenant_id; }
     tarn::source source() const noexcept { return tarn::source{record_->src}; }
-    /// Returns: whether the record awaits its destruction, on a replicated table.
+    /// Returns: whether the record is pending destruction, on a replicated table.
     bool pending_destroy() const noexcept {
         return (record_->flags & KEL_RECORD_PENDING_DESTROY) != 0;
     }
@@ -59,26 +57,26 @@ class basic_record : public Table::object_type {
     /// Returns: the text form of the record.
     result<std::string> try_to_text() const {
         return detail::text_form(
-            "printing", Table::name, [&](char *buffer, std::uint32_t room, std::uint32_t *err) {
-                return Table::print(this->c_handle(), tx_id(), buffer, record_, room, err);
+            "printing", Table::name, [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
+                return Table::print(this->c_handle(), tx_id(), buffer, record_, size, err);
             });
     }
     /// Returns: the XML form of the record, an element of the table's name. Error: EINVAL a
-    /// text that XML can't carry.
+    /// text contains characters that XML doesn't allow.
     result<std::string> try_to_xml() const {
         return detail::text_form("writing the XML of", Table::name,
-                                 [&](char *buffer, std::uint32_t room, std::uint32_t *err) {
+                                 [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
                                      return Table::to_xml(this->c_handle(), tx_id(), buffer,
-                                                          record_, room, err);
+                                                          record_, size, err);
                                  });
     }
-    /// Returns: the wire form of the record: a frame that names its table. Error: ENOENT it
+    /// Returns: the wire form of the record: a frame with its table's LUID. Error: ENOENT it
     /// has no object.
     result<bytes> try_to_wire() const {
         return detail::wire_form(Table::len(this->c_handle(), tx_id(), record_), Table::name,
-                                 [&](void *buffer, std::uint32_t room, std::uint32_t *err) {
+                                 [&](void *buffer, std::uint32_t size, std::uint32_t *err) {
                                      return Table::marshal(this->c_handle(), tx_id(), buffer,
-                                                           record_, room, err);
+                                                           record_, size, err);
                                  });
     }
 
@@ -100,15 +98,15 @@ class basic_record : public Table::object_type {
     kel_record *record_;
 };
 
-/// Owns a record that is in no table, with its object: destroyed with it unless a table
-/// takes it. Move-only.
-/// Lifetime: made in a transaction, it is to be inserted or destroyed before that ends.
+/// Owns a record that is in no table, and its object. Destroys both unless the record is
+/// inserted. Move-only.
+/// Lifetime: if made in a transaction, it must be inserted or destroyed before that ends.
 template <typename Table>
 class basic_new_record : public basic_record<Table> {
     using base = basic_record<Table>;
 
  public:
-    /// Takes over a record that is in no table, with one reference.
+    /// Takes ownership of a record that is in no table and has one reference.
     basic_new_record(kel_handle *handle, kel_record *record) noexcept
         : base(handle, record), made_in_(handle->cr_tx_id) {}
     basic_new_record(basic_new_record &&other) noexcept
@@ -128,7 +126,7 @@ class basic_new_record : public basic_record<Table> {
     /// Returns: whether it still owns its record: false once it was moved or inserted.
     explicit operator bool() const noexcept { return is_owner_; }
 
-    /// Gives the record up to the caller.
+    /// Releases ownership. Returns: the record, now the caller's.
     kel_record *release() noexcept {
         is_owner_ = false;
         return this->c_record();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// What a `try_` operation returns: a value or an error.
+/// The result of a `try_` operation: a value or an error.
 #ifndef TARNBASE_TARN_RESULT_HPP
 #define TARNBASE_TARN_RESULT_HPP
 
@@ -11,7 +11,7 @@
 
 namespace tarn {
 
-/// A value, or why there is none.
+/// A value or an error.
 template <typename T>
 class [[nodiscard]] result {
  public:
@@ -48,7 +48,7 @@ class [[nodiscard]] result {
     std::optional<tarn::error> error_;
 };
 
-/// Success, or why not.
+/// Success or an error.
 template <>
 class [[nodiscard]] result<void> {
  public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// A session: what one thread works on a store with.
+/// A session: one thread's connection to a store.
 #ifndef TARNBASE_TARN_SESSION_HPP
 #define TARNBASE_TARN_SESSION_HPP
 
@@ -9,9 +9,9 @@
 
 namespace tarn {
 
-/// Owns a handle. Move-only; make one a thread, they are cheap. What is changed
-/// through it belongs to the transaction that is open in it, or is permanent at once.
-/// Lifetime: tables, records and transactions of it must be gone before it.
+/// Owns a handle. Move-only; make one per thread, they are cheap. Changes made through it
+/// belong to its open transaction; without one they are permanent at once.
+/// Lifetime: it must outlive its tables, records and transactions.
 class session {
  public:
 #if TARN_EXCEPTIONS
@@ -24,7 +24,7 @@ class session {
     }
     ~session() { kel_handle_destroy(handle_); }
 
-    /// Opens a session. In a store file objects get the store's own descriptors, so
+    /// Opens a session. In a store file, objects get the store's own descriptors, so
     /// that any process can read them. Error: ENOMEM.
     static result<session> try_open(const store &on) {
         const bool is_file = on.describe().path != nullptr;
@@ -34,7 +34,7 @@ class session {
         return session(handle);
     }
 
-    /// Returns: the error number that a walk ended with where exceptions are off, or 0.
+    /// Returns: if exceptions are off, the error number that ended a walk, or 0.
     std::uint32_t last_error() const noexcept { return handle_->last_error; }
     void clear_last_error() noexcept { kel_clear_last_error(handle_); }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// A store: a file, or private memory, that tables lie in.
+/// A store: a file or private memory that contains tables.
 #ifndef TARNBASE_TARN_STORE_HPP
 #define TARNBASE_TARN_STORE_HPP
 
@@ -12,7 +12,7 @@
 namespace tarn {
 
 /// Owns a mapped store. Move-only.
-/// Lifetime: its sessions must be gone before it.
+/// Lifetime: it must outlive its sessions.
 class store {
  public:
     store(store &&other) noexcept : store_(std::exchange(other.store_, nullptr)) {}
@@ -22,7 +22,7 @@ class store {
     }
     ~store() { kel_store_close(store_); }
 
-    /// Makes a store file. Errors: EEXIST it is there; as kel_store_create.
+    /// Creates a store file. Errors: EEXIST it exists; as kel_store_create.
     static result<store> try_create(const std::string &path,
                                     const kel_store_options &options = {}) {
         kel_store *made = nullptr;
@@ -33,13 +33,13 @@ class store {
         kel_store *made = nullptr;
         return wrap(kel_store_open(path.c_str(), &made), made);
     }
-    /// Opens a store file, or makes it if it isn't there.
+    /// Opens a store file, or creates it if it doesn't exist.
     static result<store> try_open_or_create(const std::string &path,
                                             const kel_store_options &options = {}) {
         kel_store *made = nullptr;
         return wrap(kel_store_open_or_create(path.c_str(), &options, &made), made);
     }
-    /// Makes a store in memory of this process, gone with the object.
+    /// Creates a store in this process's memory. It is lost when the object is destroyed.
     static result<store> try_create_private(const kel_store_options &options = {}) {
         kel_store *made = nullptr;
         return wrap(kel_store_create_private(&options, &made), made);
@@ -62,7 +62,7 @@ class store {
     }
 #endif
 
-    /// Returns: size, fill, transactions. Its path is null for a private store.
+    /// Returns: sizes and counts. The path of a private store is null.
     kel_store_description describe() const noexcept {
         kel_store_description description = {};
         kel_store_describe(store_, &description);
@@ -74,7 +74,7 @@ class store {
 
  private:
     explicit store(kel_store *made) noexcept : store_(made) {}
-    // `made` is read after the call that gives `status` and fills it.
+    // By reference: `made` is read after the call that returns `status` and sets it.
     static result<store> wrap(std::uint32_t status, kel_store *&made) {
         if (status != 0) return detail::last_failure(status);
         return store(made);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Tables: finding, walking, inserting and erasing records.
+/// Tables: find, walk, insert and erase records.
 #ifndef TARNBASE_TARN_TABLE_HPP
 #define TARNBASE_TARN_TABLE_HPP
 
@@ -15,48 +15,48 @@
 
 namespace tarn {
 
-/// An open table of the class `Table`, which is made from the schema. A few words that
-/// refer to the table's block in the store: copying it copies no table.
+/// An open table of the class `Table`, which is generated from the schema. It refers to
+/// the table's block in the store; copying it doesn't copy the table.
 /// Lifetime: its session's.
 ///
-/// Reads stay within the thread's tenant (tenant_scope), and within the source
-/// `source::standard` unless they are told another one.
+/// Reads are limited to the thread's tenant (tenant_scope), and to the source
+/// `source::standard` unless another one is passed.
 template <typename Table>
 class basic_table {
  public:
-    /// The types that go with the table: of its keys, records, positions and runs.
+    /// The table's types: its keys, records, iterators and ranges.
     using key_type = typename Table::key_type;
     using record_type = basic_record<Table>;
     using new_record_type = basic_new_record<Table>;
     using iterator = basic_iterator<Table>;
     using range = basic_range<Table>;
 
-    // ---- Opening. A table outlives every transaction, so it is opened in none.
+    // ---- Opening. A table outlives every transaction, so it is opened outside of them.
 
-    /// Opens the table of this name. A name with a '/' is a path, which tables of all kinds
-    /// share: a table of another kind is refused.
-    /// Errors: ENOENT there is none; E2BIG the name is too long; EINVAL the table of this
-    /// path holds other records.
+    /// Opens the table with this name. A name with a '/' is a path, and tables of all kinds
+    /// share the paths.
+    /// Errors: ENOENT there is none; E2BIG the name is too long; EINVAL the table at this
+    /// path is of another kind.
     static result<basic_table> try_open(const session &in, const std::string &name) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
             return Table::open(handle, KEL_TX_NONE, name.c_str(), 1, err);
         });
     }
-    /// Opens the table of this name, or makes it. Errors: E2BIG, EINVAL, ENOMEM.
+    /// Opens the table with this name, or creates it. Errors: E2BIG, EINVAL, ENOMEM.
     static result<basic_table> try_open_or_create(const session &in, const std::string &name) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
             return Table::open(handle, KEL_TX_NONE, name.c_str(), 0, err);
         });
     }
-    /// Opens the table of this id. Tables of one kind are found by their ids in one store a
-    /// process, the first one: name the tables of any other store.
+    /// Opens the table with this id. A process finds tables of one kind by id in its first
+    /// store only: in other stores, open tables by name.
     /// Error: ENOENT there is none.
     static result<basic_table> try_open_id(const session &in, std::uint64_t id) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
             return Table::open_by_id(handle, KEL_TX_NONE, id, 1, err);
         });
     }
-    /// Opens the table of this id, or makes it. Error: ENOMEM.
+    /// Opens the table with this id, or creates it. Error: ENOMEM.
     static result<basic_table> try_open_or_create_id(const session &in, std::uint64_t id) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
             return Table::open_by_id(handle, KEL_TX_NONE, id, 0, err);
@@ -65,19 +65,20 @@ class basic_table {
     /// Refers to a table that was opened with the C interface.
     basic_table(kel_handle *handle, kel_table *table) noexcept : handle_(handle), table_(table) {}
 
-    /// Returns: the name it was opened by; "" if by id.
+    /// Returns: the name it was opened with; "" if by id.
     std::string_view name() const noexcept {
         const std::string_view key = table_->table_name;
         return key.substr(0, key.size() - (has_own_key(*table_) ? luid_suffix_size : 0));
     }
-    /// Returns: the id it was opened by; 0 if by name.
+    /// Returns: the id it was opened with; 0 if by name.
     std::uint64_t id() const noexcept { return table_->table_id; }
 
     // ---- Counting.
 
-    /// Returns: the records of the tenant, of all sources; of all tenants for tenant 0.
+    /// Returns: the number of the tenant's records, of all sources; for tenant 0, of all
+    /// tenants.
     std::size_t size() const noexcept { return Table::count(handle_, tx_id(), table_); }
-    /// Returns: those of one source.
+    /// Returns: the same for one source.
     std::size_t size(source of) const noexcept {
         return Table::count_by_src(handle_, tx_id(), table_, src(of));
     }
@@ -115,7 +116,7 @@ class basic_table {
     auto rbegin() const { return std::make_reverse_iterator(end()); }
     auto rend() const { return std::make_reverse_iterator(begin()); }
 
-    /// Returns: the records that a selection meets.
+    /// Returns: the selected records.
     range select(selection selected) const {
         return {iterator::first(handle_, table_, selected), {handle_, table_, nullptr, selected}};
     }
@@ -123,9 +124,9 @@ class basic_table {
     range of_source(source of) const { return select({of, false, true}); }
     /// Returns: the records of all sources.
     range all_sources() const { return select({source::standard, true, true}); }
-    /// Returns: the records that don't await their destruction.
+    /// Returns: the records that aren't pending destruction.
     range not_pending(source of = source::standard) const { return select({of, false, false}); }
-    /// Returns: the records from a key on, whether it is there or not.
+    /// Returns: the records whose key isn't before `key`.
     range from(const key_type &key, source of = source::standard) const {
         return {lower_bound(key, of), {handle_, table_, nullptr, {of, false, true}}};
     }
@@ -146,8 +147,8 @@ class basic_table {
     }
 
     /// Calls `function` with each record of all tenants and sources. If it returns a
-    /// value, false ends the walk. It may erase the record that it is given. An exception
-    /// that it throws ends the walk and is thrown here again.
+    /// value, false ends the walk. It may erase the record passed to it. An exception
+    /// that it throws ends the walk and is rethrown.
     template <typename Function>
     result<void> try_walk(Function &&function) const {
         walk_context<Function> context{handle_, detail::callback<Function>(function)};
@@ -159,7 +160,7 @@ class basic_table {
 
     // ---- Changing.
 
-    /// Makes a record with an empty object, and an empty key object on a table with a key
+    /// Creates a record with an empty object, and an empty key object on a table with a key
     /// structure. Error: ENOMEM.
     result<new_record_type> try_make(source of = source::standard) const {
         std::uint32_t err = 0;
@@ -170,7 +171,7 @@ class basic_table {
         if (err != 0) return detail::make_error(err, making, Table::name);
         return new_record_type(handle_, owner.release());
     }
-    /// The same, with its key set.
+    /// The same, and sets its key.
     result<new_record_type> try_make(const key_type &key, source of = source::standard) const {
         result<new_record_type> made = try_make(of);
         if (!made) return made;
@@ -179,23 +180,23 @@ class basic_table {
         return made;
     }
 
-    /// Puts a record in the table, which owns it from then on. A record that was refused
-    /// stays the caller's. After any other error the table has it all the same, and `record`
-    /// is false: erase it, or roll back.
-    /// Errors: EEXIST the key is there for this tenant and source; EINVAL the record was
-    /// moved from. The table has the record: ENOMEM its tenant can't be counted; and what
-    /// the replication of an armed table reports.
+    /// Inserts a record, which the table then owns. After EEXIST and EINVAL the caller still
+    /// owns it. After any other error the table contains it, and `record` is false: erase it,
+    /// or roll back.
+    /// Errors: EEXIST the key exists for this tenant and source; EINVAL the record was
+    /// moved from; ENOMEM no memory for the tenant's counters; and those of the replication
+    /// of an armed table.
     result<record_type> try_insert(new_record_type &&record) {
         const std::uint32_t err = enter(record);
         if (err != 0) return detail::make_error(err, inserting, Table::name);
         return static_cast<const record_type &>(record);
     }
-    /// Takes a record out of the table and destroys it.
-    /// Errors: ENOENT it isn't in; EINVAL the table is marked for replication.
+    /// Removes a record from the table and destroys it.
+    /// Errors: ENOENT it isn't in the table; EINVAL the table is marked for replication.
     result<void> try_erase(const record_type &record) {
         return detail::outcome(remove(record.c_record()), erasing, Table::name);
     }
-    /// Takes the record with this key out and destroys it. Returns: whether there was one.
+    /// Removes the record with this key and destroys it. Returns: whether there was one.
     result<bool> try_erase(const key_type &key, source of = source::standard) {
         std::uint32_t err = 0;
         kel_record *found = search(key, of, 0, err);
@@ -203,15 +204,15 @@ class basic_table {
         if (err != 0) return detail::make_error(err, erasing, Table::name);
         return found != nullptr;
     }
-    /// Takes the record at an iterator out and destroys it. Returns: the next one.
+    /// Removes the record at an iterator and destroys it. Returns: the next position.
     result<iterator> try_erase(iterator at) {
         const iterator victim = at++;
         const std::uint32_t err = remove((*victim).c_record());
         if (err != 0) return detail::make_error(err, erasing, Table::name);
         return at;
     }
-    /// Erases the records that `condition` holds for, of those that a walk from begin()
-    /// meets. Returns: how many there were.
+    /// Erases the records between begin() and end() for which `condition` is true.
+    /// Returns: their number.
     template <typename Condition>
     result<std::size_t> try_erase_if(Condition &&condition) {
         std::size_t erased = 0;
@@ -225,7 +226,7 @@ class basic_table {
         }
         return erased;
     }
-    /// Takes a record out of the table. Returns: the record, the caller's.
+    /// Removes a record from the table. Returns: the record, now the caller's.
     result<new_record_type> try_extract(const record_type &record) {
         std::uint32_t err = 0;
         Table::remove(handle_, tx_id(), table_, record.c_record(), &err);
@@ -233,9 +234,9 @@ class basic_table {
         return new_record_type(handle_, record.c_record());
     }
 
-    /// Takes the table itself out of the store; it may not be used any more.
-    /// Errors: ENOTEMPTY there are records in it, of whatever tenant; EAGAIN something
-    /// refers to it, and it stays usable.
+    /// Removes the table from the store. It must not be used afterwards.
+    /// Errors: ENOTEMPTY it has records, of any tenant; EAGAIN it is still referenced. After
+    /// an error the table remains usable.
     result<void> try_drop() {
         std::uint32_t err = table_->record_count == 0 ? 0 : ENOTEMPTY;
         if (err == 0) Table::free(handle_, tx_id(), table_, &err);
@@ -244,8 +245,8 @@ class basic_table {
 
     // ---- Reading other forms.
 
-    /// Makes a record from a document, or from an element of it. Fields without an
-    /// element stay as they were made.
+    /// Creates a record from a document or an element. Fields without an element keep their
+    /// initial values.
     template <typename Document>
     result<new_record_type> try_from_xml(const Document &document,
                                          source of = source::standard) const {
@@ -255,7 +256,7 @@ class basic_table {
         if (!done) return done.error();
         return made;
     }
-    /// Makes a record from its wire form. Errors: EMSGSIZE too few bytes; EINVAL the frame
+    /// Creates a record from its wire form. Errors: EMSGSIZE too few bytes; EINVAL the frame
     /// is another table's.
     result<new_record_type> try_from_wire(byte_range wire) const {
         if (wire.size() < frame_size)
@@ -364,19 +365,19 @@ class basic_table {
         if (table == nullptr)
             return detail::make_error(err != 0 ? err : ENOENT, "opening a", Table::name);
         if (!is_of_this_kind(in.c_handle(), *table))
-            return error(EINVAL, std::string("opening a ") + Table::name +
-                                     ": the table there holds other records");
+            return error(
+                EINVAL, std::string("opening a ") + Table::name + ": the table is of another kind");
         return basic_table(in.c_handle(), table);
     }
-    // Whether the store's key for the table is its name, a slash and the LUID as text; a path
-    // is the key itself.
+    // Whether the table's key in the store is its name, a slash and the LUID as text; a path is
+    // the key itself.
     static bool has_own_key(const kel_table &table) noexcept {
         const std::string_view key = table.table_name;
         return key.size() >= luid_suffix_size &&
                key.substr(key.size() - luid_suffix_size + 1) == Table::descriptor()->luid_text;
     }
-    // The descriptor tells the kind: the library's, or the store's own copy of it. The key
-    // tells it only if there was no memory for the copy: a path may end like a key of this kind.
+    // The descriptor identifies the kind: the library's, or the store's copy of it. The key is
+    // used only if there was no memory for the copy: a path may end like a key of this kind.
     static bool is_of_this_kind(kel_handle *handle, const kel_table &table) {
         const kel_type_info *const kind = Table::descriptor();
         const kel_type_info_copy *const copy =
@@ -411,7 +412,7 @@ class basic_table {
         }
         return {handle_, table_, found, {of, false, true}};
     }
-    // Gives the record up if the table has it, which is so after some errors too.
+    // Releases the record if the table contains it, which is so after some errors too.
     std::uint32_t enter(new_record_type &record) {
         if (!record) return EINVAL;
         std::uint32_t err = 0;
@@ -430,7 +431,7 @@ class basic_table {
     kel_table *table_;
 };
 
-/// Made from the schema: the class of the table that holds a structure's objects.
+/// Generated from the schema: the class of the table that contains a structure's objects.
 template <typename View>
 struct table_of;
 
@@ -447,14 +448,14 @@ struct table_class<T, std::void_t<typename T::key_type>> {
 
 }  // namespace detail
 
-/// The table of a structure, `table<ldap_conn>`; of a structure that several tables hold,
+/// The table of a structure, `table<ldap_conn>`. If several tables contain the structure,
 /// a table by its own name, `table<tbl_ldap_conn>`.
 template <typename T>
 using table = basic_table<typename detail::table_class<T>::type>;
 /// Its records.
 template <typename T>
 using record = basic_record<typename detail::table_class<T>::type>;
-/// Its records that are yet to be inserted.
+/// Its records before they are inserted.
 template <typename T>
 using new_record = basic_new_record<typename detail::table_class<T>::type>;
 

@@ -12,14 +12,14 @@
 
 namespace tarn {
 
-/// Where a record came from. Any byte is one.
+/// The origin of a record. Every byte is valid.
 enum class source : std::uint8_t {
-    standard = KEL_SOURCE_DEFAULT,  ///< of a record unless another is given
+    standard = KEL_SOURCE_DEFAULT,  ///< the default
     shadow = KEL_SOURCE_SHADOW,     ///< of a key's shadow
 };
 
-/// Works for a tenant until the end of the scope, in this thread: records are made for
-/// it, and reads stay within it.
+/// Sets this thread's tenant until the end of the scope: records are created for it, and
+/// reads are limited to it.
 class tenant_scope {
  public:
     explicit tenant_scope(std::uint16_t tenant) noexcept {

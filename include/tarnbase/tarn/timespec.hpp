@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Times of the schema as times of the standard library.
+/// Converts the schema's times from and to the standard library's.
 #ifndef TARNBASE_TARN_TIMESPEC_HPP
 #define TARNBASE_TARN_TIMESPEC_HPP
 
@@ -10,18 +10,19 @@
 
 namespace tarn {
 
-/// Returns: the time since it began to count.
+/// Returns: the time since its epoch.
 inline std::chrono::nanoseconds duration_of(const timespec &time) noexcept {
     return std::chrono::seconds(time.tv_sec()) + std::chrono::nanoseconds(time.tv_nsec());
 }
 
-/// Returns: the same as a time of the system's clock, if it counts from 1970 on.
+/// Returns: the time as a time point of the system clock, if its epoch is 1970.
 inline std::chrono::system_clock::time_point time_of(const timespec &time) noexcept {
     using clock = std::chrono::system_clock;
     return clock::time_point(std::chrono::duration_cast<clock::duration>(duration_of(time)));
 }
 
-/// Sets a time from the system's clock. Error: EOVERFLOW its seconds don't fit in 32 bits.
+/// Sets a time from a time point of the system clock. Error: EOVERFLOW its seconds don't
+/// fit in 32 bits.
 inline result<void> try_set_time(timespec time, std::chrono::system_clock::time_point when) {
     using namespace std::chrono;
     const nanoseconds since = duration_cast<nanoseconds>(when.time_since_epoch());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// A transaction: changes that are made as a whole or not at all.
+/// A transaction: changes that are all made or all undone.
 #ifndef TARNBASE_TARN_TRANSACTION_HPP
 #define TARNBASE_TARN_TRANSACTION_HPP
 
@@ -9,7 +9,7 @@
 namespace tarn {
 
 /// Owns an open transaction and rolls it back unless it was committed. Move-only.
-/// While it is open, all changes through its session belong to it.
+/// All changes made through its session while it is open belong to it.
 class transaction {
  public:
 #if TARN_EXCEPTIONS
@@ -24,7 +24,7 @@ class transaction {
         if (is_open()) end(kel_transaction_rollback);
     }
 
-    /// Begins one. Errors: EBUSY the session has one open; EAGAIN too many are open.
+    /// Begins a transaction. Errors: EBUSY the session has one open; EAGAIN too many are open.
     static result<transaction> try_begin(session &in) {
         kel_handle *handle = in.c_handle();
         if (handle->cr_tx_id != KEL_TX_NONE)
@@ -38,8 +38,9 @@ class transaction {
 
     /// Makes the changes permanent. Error: EINVAL it isn't open.
     result<void> try_commit() { return finish(kel_transaction_commit, "committing"); }
-    /// Takes the changes back. Records and views of them are gone with them.
-    /// Errors: EINVAL it isn't open; ENOSPC the store had no room to log all of it.
+    /// Undoes the changes. Records inserted in the transaction, and views of them, are no
+    /// longer valid.
+    /// Errors: EINVAL it isn't open; ENOSPC the store was too full to log all of its changes.
     result<void> try_rollback() { return finish(kel_transaction_rollback, "rolling back"); }
 
 #if TARN_EXCEPTIONS
@@ -68,7 +69,7 @@ class transaction {
         return {};
     }
 
-    kel_handle *handle_;  // null once it has ended
+    kel_handle *handle_;  // null after the end
 };
 
 }  // namespace tarn

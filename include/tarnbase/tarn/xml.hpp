@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// XML documents to read objects and records from.
+/// XML documents from which objects and records are read.
 #ifndef TARNBASE_TARN_XML_HPP
 #define TARNBASE_TARN_XML_HPP
 
@@ -13,8 +13,8 @@
 
 namespace tarn {
 
-/// An element of a document, seen as a document of its own.
-/// Lifetime: the call of xml_document::for_each that hands it out.
+/// An element of a document, as a document of its own.
+/// Lifetime: the call of the function that xml_document::for_each passes it to.
 class xml_element {
  public:
     explicit xml_element(kel_xml_document *element) noexcept : element_(element) {}
@@ -44,17 +44,18 @@ class xml_document {
     }
 
     /// Calls `function` with each xml_element that the XPath `path` selects, in document
-    /// order. What it throws ends the walk and comes out here. Error: EINVAL a bad path.
+    /// order. An exception that it throws ends the walk and is rethrown. Error: EINVAL a
+    /// bad path.
     template <typename Function>
     result<void> try_for_each(const char *path, Function &&function) const {
-        std::uint32_t answer = 0;
+        std::uint32_t last = 0;
         detail::callback<Function> guard(function);
         const std::uint32_t status = kel_xml_for_each(
             document_, path,
             [](kel_xml_document *element, void *context) {
                 return detail::callback<Function>::run(context, xml_element(element));
             },
-            &guard, &answer);
+            &guard, &last);
         guard.finish();
         if (status != 0) return detail::last_failure(status);
         return {};
