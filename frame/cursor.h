@@ -1,0 +1,45 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// A caller's buffer and how far a form has got in it: wire and key forms, text and
+// XML alike. An operation takes its cursor by value and returns the bytes that it
+// used, with which its caller advances.
+#ifndef TARNBASE_FRAME_CURSOR_H
+#define TARNBASE_FRAME_CURSOR_H
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+namespace tarnbase {
+
+// `Byte`: char to write, const char to read.
+template <typename Byte>
+class Cursor {
+    using Memory = std::conditional_t<std::is_const_v<Byte>, const void, void>;
+
+ public:
+    Cursor(Memory *buffer, std::uint32_t length)
+        : buffer_(static_cast<Byte *>(buffer)), length_(length) {}
+
+    std::uint32_t used() const { return used_; }
+    // At the end of the buffer if a jump has gone beyond it.
+    Byte *at() const { return buffer_ + std::min(used_, length_); }
+    std::uint32_t remaining() const { return length_ - std::min(used_, length_); }
+
+    void advance(std::uint32_t length) { used_ += length; }
+    void jump(std::uint32_t used) { used_ = used; }
+
+    // What remains, as a buffer of its own.
+    Cursor rest() const { return {at(), remaining()}; }
+
+ private:
+    Byte *buffer_;
+    std::uint32_t length_;
+    std::uint32_t used_ = 0;
+};
+
+using Output = Cursor<char>;
+using Input = Cursor<const char>;
+
+}  // namespace tarnbase
+
+#endif
