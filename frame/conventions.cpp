@@ -7,16 +7,16 @@ namespace {
 
 // The text with its prefix is the format itself: a runtime may tell lines apart by it.
 template <typename... Arguments>
-void trace(bool of_table, std::uint32_t level, const char *format, Arguments... arguments) {
-    if (of_table) {
+void trace(TraceModule module, std::uint32_t level, const char *format, Arguments... arguments) {
+    if (module == TraceModule::table) {
         trace_table(level, format, arguments...);
     } else {
         trace_type(level, format, arguments...);
     }
 }
 
-[[noreturn]] void fatal(bool of_table, const char *text) {
-    trace(of_table, KEL_TRACE_FATAL, text);
+[[noreturn]] void fatal(TraceModule module, const char *text) {
+    trace(module, KEL_TRACE_FATAL, text);
     std::abort();
 }
 
@@ -30,28 +30,27 @@ bool tracking_is_on(const kel_handle *handle) {
         case KEL_STATE_TRACKING_OFF:
             return false;
         default:
-            fatal(false, "(FATAL): Corrupted KEL Handle");
+            fatal(TraceModule::type, "(FATAL): Corrupted KEL Handle");
     }
 }
 
-const kel_type_info *choose_descriptor(kel_handle *handle, std::uint32_t tx_id,
-                                       const kel_type_info *constant) {
-    if (handle->store_types_enabled == 0) return constant;
-    return kel_type_info_ptr_get(handle, tx_id, constant, &tarnbase_typeinfo_initialize);
+const kel_type_info *choose_descriptor(const Call &call, const kel_type_info *constant) {
+    if (call.handle->store_types_enabled == 0) return constant;
+    return kel_type_info_ptr_get(call.handle, call.tx_id, constant, &tarnbase_typeinfo_initialize);
 }
 
-void require_descriptor(const kel_type_info *descriptor, bool of_table) {
+void require_descriptor(const kel_type_info *descriptor, TraceModule module) {
     if (descriptor == nullptr || descriptor->magic != KEL_TYPE_INFO_MAGIC) {
-        fatal(of_table, "(FATAL): tinfo is null or corrupted");
+        fatal(module, "(FATAL): tinfo is null or corrupted");
     }
 }
 
 kel_variant_usage &usage_record(const kel_type_info *descriptor, std::int32_t variant,
-                                std::int32_t index, bool of_table) {
+                                std::int32_t index, TraceModule module) {
     const kel_variant_info *info = descriptor->variant_info;
-    if (info == nullptr) fatal(of_table, "(FATAL): varinfo is NULL");
+    if (info == nullptr) fatal(module, "(FATAL): varinfo is NULL");
     if (info->variant_count < variant) {
-        trace(of_table, KEL_TRACE_INFO, "(info): variant %u requested only %u variants present",
+        trace(module, KEL_TRACE_INFO, "(info): variant %u requested only %u variants present",
               static_cast<std::uint32_t>(variant), static_cast<std::uint32_t>(info->variant_count));
     }
     return info->variants[index];
@@ -66,9 +65,9 @@ void count(const kel_type_info *descriptor, std::uint64_t &counter, std::int32_t
     }
 }
 
-void logged_count(kel_handle *handle, std::uint32_t tx_id, const kel_type_info *descriptor,
-                  std::uint64_t &counter, std::int32_t delta) {
-    handle->delta_log_hook(handle->arena, &counter, delta, tx_id);
+void logged_count(const Call &call, const kel_type_info *descriptor, std::uint64_t &counter,
+                  std::int32_t delta) {
+    call.handle->delta_log_hook(call.handle->arena, &counter, delta, call.tx_id);
     count(descriptor, counter, delta);
 }
 

@@ -1,32 +1,24 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What every worker does around its own steps: the prologue, reporting an
-// error, announcing a store, the tracking mode, choosing a descriptor, counting.
+// What workers do around their own steps besides call.h: trace lines, the tracking
+// mode, choosing a descriptor, counting.
 #ifndef TARNBASE_FRAME_CONVENTIONS_H
 #define TARNBASE_FRAME_CONVENTIONS_H
 
 #include <cstdint>
 #include <cstdlib>
 
+#include "frame/call.h"
 #include "tarnbase/module.h"
 #include "tarnbase/runtime.h"
 
 namespace tarnbase {
 
-inline constexpr std::uint32_t error_not_found = 2;
-inline constexpr std::uint32_t error_too_big = 7;
-inline constexpr std::uint32_t error_again = 11;
-inline constexpr std::uint32_t error_no_memory = 12;
-inline constexpr std::uint32_t error_fault = 14;
-inline constexpr std::uint32_t error_exists = 17;
-inline constexpr std::uint32_t error_invalid = 22;
-inline constexpr std::uint32_t error_epoch = 43;
-inline constexpr std::uint32_t error_no_room = 90;
-
-// What the `_cr` text and wire forms answer on failure.
+// What the `_cr` text and wire forms return on failure.
 inline constexpr std::uint32_t cr_failure = 0xffffffffU;
 
-// Trace lines of tables go out under one module id, those of objects and
-// descriptors under the other.
+// Lines about tables have one trace module, lines about objects and descriptors another.
+enum class TraceModule : std::uint8_t { type, table };
+
 template <typename... Arguments>
 void trace_table(std::uint32_t level, const char *format, Arguments... arguments) {
 #pragma GCC diagnostic push
@@ -39,6 +31,31 @@ void trace_type(std::uint32_t level, const char *format, Arguments... arguments)
     ptrail_wrapper(g_kel_tarnbase_type_trace_module_id, level, 0, format, arguments...);
 #pragma GCC diagnostic pop
 }
+
+// Whether the handle tracks state. A mode word that is neither on nor off ends
+// the process.
+bool tracking_is_on(const kel_handle *handle);
+
+// The descriptor that a new block or object gets: the constant one, or the store's
+// copy when the handle uses per-store descriptors.
+const kel_type_info *choose_descriptor(const Call &call, const kel_type_info *constant);
+
+// Ends the process unless `descriptor` is set and begins with the magic word.
+void require_descriptor(const kel_type_info *descriptor, TraceModule module);
+
+// The usage record `index` of `descriptor`, for an item of variant `variant`. A null
+// variant_info ends the process; fewer variants than that are traced.
+kel_variant_usage &usage_record(const kel_type_info *descriptor, std::int32_t variant,
+                                std::int32_t index, TraceModule module);
+
+// Changes a usage counter by +1 or -1: plainly in a store's copy, else atomically.
+void count(const kel_type_info *descriptor, std::uint64_t &counter, std::int32_t delta);
+
+// The same, announced through delta_log_hook first.
+void logged_count(const Call &call, const kel_type_info *descriptor, std::uint64_t &counter,
+                  std::int32_t delta);
+
+// ---- With the members of a call as arguments, until table/ uses Call ----
 
 // Opens an operation: false if an error is set already, else clears last_error.
 inline bool enter(kel_handle *handle, const std::uint32_t *err) {
@@ -65,31 +82,15 @@ void logged_store(kel_handle *handle, std::uint32_t tx_id, T &place, T value) {
     place = value;
 }
 
-// Whether the handle tracks state. A mode word that is neither on nor off ends
-// the process.
-bool tracking_is_on(const kel_handle *handle);
+inline const kel_type_info *choose_descriptor(kel_handle *handle, std::uint32_t tx_id,
+                                              const kel_type_info *constant) {
+    return choose_descriptor({handle, tx_id}, constant);
+}
 
-// The descriptor that a new block or object gets: the constant one, or the
-// store's copy when the handle uses per-store descriptors.
-const kel_type_info *choose_descriptor(kel_handle *handle, std::uint32_t tx_id,
-                                       const kel_type_info *constant);
-
-// Ends the process unless `descriptor` is set and begins with the magic word.
-// `of_table` chooses the trace module, here and below.
-void require_descriptor(const kel_type_info *descriptor, bool of_table);
-
-// The usage record of entry `index` behind `descriptor`, for an item that wants
-// `variant`. A null variant_info ends the process; fewer variants than wanted are
-// traced.
-kel_variant_usage &usage_record(const kel_type_info *descriptor, std::int32_t variant,
-                                std::int32_t index, bool of_table);
-
-// Changes a usage counter by +1 or -1: plainly in a store's copy, else locked.
-void count(const kel_type_info *descriptor, std::uint64_t &counter, std::int32_t delta);
-
-// The same, announced through delta_log_hook first.
-void logged_count(kel_handle *handle, std::uint32_t tx_id, const kel_type_info *descriptor,
-                  std::uint64_t &counter, std::int32_t delta);
+inline void logged_count(kel_handle *handle, std::uint32_t tx_id, const kel_type_info *descriptor,
+                         std::uint64_t &counter, std::int32_t delta) {
+    logged_count({handle, tx_id}, descriptor, counter, delta);
+}
 
 }  // namespace tarnbase
 

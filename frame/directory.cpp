@@ -23,7 +23,7 @@ uint32_t tarnbase_table_vft_init() {
     return table_vft_cpy(tarnbase_table_lut, tarnbase::source_vectors, module.table_count);
 }
 
-void tarnbase_table_get_vft(kel_handle *handle, uint32_t, const uint8_t *luid,
+void tarnbase_table_get_vft(kel_handle *handle, uint32_t tx_id, const uint8_t *luid,
                             const void *const **vector, uint32_t *err) {
     if (*err != 0) {
         tarnbase::trace_table(KEL_TRACE_DEBUG,
@@ -36,7 +36,7 @@ void tarnbase_table_get_vft(kel_handle *handle, uint32_t, const uint8_t *luid,
     *vector = nullptr;
     const std::int32_t index = tarnbase_table_mrst_lookup(luid);
     if (index < 0) {
-        tarnbase::report(handle, err, tarnbase::error_not_found);
+        tarnbase::Call{handle, tx_id, err}.report(ENOENT);
     } else {
         *vector = tarnbase_table_lut[index];
     }

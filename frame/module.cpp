@@ -68,7 +68,7 @@ void tarnbase_typeinfo_initialize(kel_handle *handle, uint32_t tx_id, uint32_t *
         const std::uint32_t is_new = copy == nullptr ? 1U : 0U;
         if (copy == nullptr) copy = tarnbase::enter_copy(handle, tx_id, constant);
         if (copy == nullptr) {
-            tarnbase::report(handle, err, tarnbase::error_no_memory);
+            tarnbase::Call{handle, tx_id, err}.report(ENOMEM);
             return;
         }
         if (constant->variant_info != nullptr) {

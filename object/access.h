@@ -58,7 +58,7 @@ void set_value(kel_handle *handle, std::uint32_t tx_id, void *object,
     void *access = get<S, I>(handle, tx_id, object, err);
     if (*err != 0) return;
     if (access == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     Value<field.kind>::set_value(field, handle, tx_id, access, value, err);

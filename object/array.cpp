@@ -34,7 +34,7 @@ void array_get_mem(Type, const Field &field, kel_handle *handle, std::uint32_t, 
                    void *out, std::int32_t length, std::uint32_t *err) {
     if (!enter(handle, err) || !admit_read(field, handle, object, err)) return;
     if (length > static_cast<std::int32_t>(field.elements)) {
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
         return;
     }
     if (length > 0) std::memcpy(out, place_of(field, object), static_cast<std::size_t>(length));
@@ -44,7 +44,7 @@ std::uint8_t *array_get(Type, const Field &field, kel_handle *handle, std::uint3
                         void *object, std::uint32_t index, std::uint32_t *err) {
     if (!enter(handle, err) || !admit_read(field, handle, object, err)) return nullptr;
     if (index >= field.elements) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return nullptr;
     }
     std::uint8_t *elements = elements_of(field, object);
@@ -62,7 +62,7 @@ void array_set_mem(Type type, const Field &field, kel_handle *handle, std::uint3
                    void *object, const void *source, std::int32_t length, std::uint32_t *err) {
     if (!begin_write(type, field, handle, tx_id, object, err)) return;
     if (length > static_cast<std::int32_t>(field.elements)) {
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
         return;
     }
     if (!admit_mark(handle, object, err)) return;
@@ -99,7 +99,7 @@ void array_set_value(Type type, const Field &field, kel_handle *handle, std::uin
     // Once more, so that the caller gets the error.
     if (access == nullptr) access = array_get(type, field, handle, tx_id, object, index, err);
     if (access == nullptr) {
-        if (*err == 0) report(handle, err, error_not_found);
+        if (*err == 0) report(handle, err, ENOENT);
         return;
     }
     u_int8_set_value(handle, tx_id, access, value, err);
@@ -113,7 +113,7 @@ std::uint8_t array_state_flag_get(Type type, const Field &field, kel_handle *han
                                   std::uint32_t *err) {
     if (!admit_flag_get(handle, object, err)) return 0;
     if (index >= field.elements) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return 0;
     }
     return state_block(type, handle, tx_id, object,
@@ -132,7 +132,7 @@ void array_state_flag_set(Type type, const Field &field, kel_handle *handle, std
                           std::uint32_t *err) {
     if (!admit_flag_set(handle, object, err)) return;
     if (index >= field.elements) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     if (!admit_write(type, field, handle, tx_id, object, err)) return;
@@ -148,7 +148,7 @@ void array_state_flag_set_arr(Type type, const Field &field, kel_handle *handle,
                               std::uint32_t length, std::uint32_t *err) {
     if (!admit_flag_set(handle, object, err)) return;
     if (length != field.elements) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     if (!admit_write(type, field, handle, tx_id, object, err)) return;

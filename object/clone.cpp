@@ -14,7 +14,7 @@ void rebuild(Type type, kel_handle *handle, std::uint32_t tx_id, const void *wor
         kel_tarnbase_type_trace_init();
         *result = create_internal(type, handle, tx_id);
         if (*result == nullptr) {
-            report(handle, err, error_no_memory);
+            report(handle, err, ENOMEM);
             return;
         }
     }
@@ -27,7 +27,7 @@ void clone_into(Type type, kel_handle *handle, std::uint32_t tx_id, const void *
                 void **result, void *workspace, std::uint32_t workspace_len, std::uint32_t *err) {
     if (!enter(handle, err)) return;
     if (source == nullptr || result == nullptr || workspace == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     const std::uint32_t length =

@@ -119,7 +119,7 @@ void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, 
     adjust_variant(type, handle, tx_id, destination, err);
     if (destination == source) return;
     if (destination == nullptr || source == nullptr) {
-        if (*err == 0) report(handle, err, error_not_found);
+        if (*err == 0) report(handle, err, ENOENT);
         return;
     }
     if (handle->hd_mapping_enabled != 0) {

@@ -42,7 +42,7 @@ std::uint32_t from_internal_value(Type type, std::uint32_t value) {
 
 kel_variant_usage &usage_of(const Object *object) {
     return usage_record(object->descriptor, object->variant,
-                        object::usage_index(object->variant, 0), false);
+                        object::usage_index(object->variant, 0), TraceModule::type);
 }
 
 // A value that only a later variant could have.
@@ -74,7 +74,7 @@ Object *create_internal(Type type, kel_handle *handle, std::uint32_t tx_id) {
     auto *object = static_cast<Object *>(handle->alloc_hook(handle->arena, tx_id, sizeof(Object)));
     if (object == nullptr) {
         if (handle->cr_fallback_enabled == 0) return nullptr;
-        if (handle->last_error == 0) kel_store_err(handle, error_no_memory);
+        if (handle->last_error == 0) kel_store_err(handle, ENOMEM);
         return type.fallback;
     }
     std::memset(object, 0, sizeof(Object));
@@ -118,7 +118,7 @@ void destroy_cr(Type type, kel_handle *handle, Object *object) {
 void destroy_internal(Type type, kel_handle *handle, std::uint32_t tx_id, Object *object,
                       std::uint32_t release) {
     if (object == nullptr || object == type.fallback || release == 0) return;
-    require_descriptor(object->descriptor, false);
+    require_descriptor(object->descriptor, TraceModule::type);
     logged_count(handle, tx_id, object->descriptor, usage_of(object).destroyed, 1);
     object->descriptor = nullptr;
     handle->free_hook(handle->arena, tx_id, object);
@@ -159,7 +159,7 @@ std::uint32_t get_value(kel_handle *handle, std::uint32_t, const Object *object,
                         std::uint32_t *err) {
     if (!enter(handle, err)) return 0;
     if (object == nullptr) {
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
         return 0;
     }
     return object->value;
@@ -172,7 +172,7 @@ bool begin_set(Type type, kel_handle *handle, std::uint32_t tx_id, Object *objec
                std::uint32_t value, std::uint32_t *err) {
     adjust_variant(type, handle, tx_id, object, err);
     if (is_beyond(type, object, value)) {
-        kel_store_epoch_err(handle, error_epoch, err);
+        kel_store_epoch_err(handle, EIDRM, err);
         return false;
     }
     return true;
@@ -185,7 +185,7 @@ void set(Type type, kel_handle *handle, std::uint32_t tx_id, Object *object, con
          std::uint32_t *err) {
     if (!enter(handle, err)) return;
     if (object == nullptr || source == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     if (!begin_set(type, handle, tx_id, object, source->value, err)) return;
@@ -197,7 +197,7 @@ void set_value(Type type, kel_handle *handle, std::uint32_t tx_id, Object *objec
                std::uint32_t value, std::uint32_t *err) {
     if (!enter(handle, err)) return;
     if (object == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     if (!begin_set(type, handle, tx_id, object, value, err)) return;
@@ -230,14 +230,14 @@ std::uint32_t marshal(Type type, kel_handle *handle, std::uint32_t tx_id, void *
                       const Object *object, std::uint32_t remaining, std::uint32_t *err) {
     if (!enter(handle, err)) return 0;
     if (static_cast<std::int32_t>(remaining) < 1) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return 0;
     }
     EpochError epoch;
     std::int8_t variant = variant_of(object);
     const std::int8_t domain = domain_variant(handle, descriptor_of(object), err);
     if (variant > domain) {
-        kel_store_epoch_err(handle, error_epoch, err);
+        kel_store_epoch_err(handle, EIDRM, err);
         variant = domain;
     }
     epoch.keep_aside(err);
@@ -257,7 +257,7 @@ std::uint32_t unmarshal(Type type, kel_handle *handle, std::uint32_t tx_id, cons
                         std::uint32_t *err) {
     if (!enter(handle, err)) return 0;
     if (static_cast<std::int32_t>(remaining) < 1) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return 0;
     }
     std::int8_t variant = 0;

@@ -93,7 +93,7 @@ void from_xml(Type type, kel_handle *handle, std::uint32_t, const char *path, vo
             return;
         }
         kel_store_err(handle, *err);
-        if (*err != error_not_found) {
+        if (*err != ENOENT) {
             if (message != nullptr) {
                 std::snprintf(message, message_len, "Failed xpath: %s", path);
             }

@@ -15,7 +15,7 @@ class EpochError {
  public:
     // Takes a 43 out of `err`.
     void keep_aside(std::uint32_t *err) {
-        if (*err != error_epoch) return;
+        if (*err != EIDRM) return;
         kept_ = true;
         *err = 0;
     }
@@ -23,8 +23,8 @@ class EpochError {
     // Puts it back, unless the form failed with an error of its own.
     void put_back(kel_handle *handle, std::uint32_t *err) const {
         if (!kept_ || *err != 0) return;
-        *err = error_epoch;
-        handle->last_error = error_epoch;
+        *err = EIDRM;
+        handle->last_error = EIDRM;
     }
 
  private:

@@ -48,7 +48,7 @@ void *create_internal(Type type, kel_handle *handle, std::uint32_t tx_id) {
     void *object = handle->alloc_hook(handle->arena, tx_id, size);
     if (object == nullptr) {
         if (handle->cr_fallback_enabled == 0) return nullptr;
-        if (handle->last_error == 0) kel_store_err(handle, error_no_memory);
+        if (handle->last_error == 0) kel_store_err(handle, ENOMEM);
         return type.fallback;
     }
     std::memset(object, 0, size);
@@ -66,8 +66,9 @@ namespace {
 void count_created(Type type, kel_handle *handle, std::uint32_t tx_id, const kel_object *object,
                    std::uint32_t *err) {
     const kel_type_info *descriptor = object->descriptor;
-    kel_variant_usage &usage = usage_record(descriptor, object->variant,
-                                            usage_index(object->variant, type.top_variant), false);
+    kel_variant_usage &usage =
+        usage_record(descriptor, object->variant, usage_index(object->variant, type.top_variant),
+                     TraceModule::type);
     logged_count(handle, tx_id, descriptor, usage.created, 1);
     *err = 0;
     logged_count(handle, tx_id, descriptor, usage.live, 1);
@@ -76,10 +77,10 @@ void count_created(Type type, kel_handle *handle, std::uint32_t tx_id, const kel
 
 void count_destroyed(Type type, kel_handle *handle, std::uint32_t tx_id, const kel_object *object) {
     const kel_type_info *descriptor = object->descriptor;
-    require_descriptor(descriptor, false);
+    require_descriptor(descriptor, TraceModule::type);
     const std::int8_t variant = variant_of(object);
-    kel_variant_usage &usage =
-        usage_record(descriptor, variant, usage_index(variant, type.top_variant), false);
+    kel_variant_usage &usage = usage_record(
+        descriptor, variant, usage_index(variant, type.top_variant), TraceModule::type);
     logged_count(handle, tx_id, descriptor, usage.destroyed, 1);
     logged_count(handle, tx_id, descriptor, usage.live, -1);
 }
@@ -92,7 +93,7 @@ bool place_state(Type type, kel_handle *handle, std::uint32_t tx_id, kel_object 
     const bool elsewhere = (object->flags & OBJ_STATE_ELSEWHERE) != 0;
     if ((object->flags & OBJ_NESTED) != 0) {
         if (*sttr_base == nullptr) {
-            report(handle, err, error_invalid);
+            report(handle, err, EINVAL);
             trace_type(KEL_TRACE_ERROR,
                        "(ERR): sttr_base can not be NULL in NESTED case. Please check the parent "
                        "object and provide the correct state tracking base pointer");
@@ -146,7 +147,7 @@ std::uint32_t get_oid_count(kel_handle *handle, std::uint32_t, void *object, std
         trace_type(KEL_TRACE_ERROR, "(ERR): Error already present in call to get object oid count");
     } else if (object == nullptr) {
         trace_type(KEL_TRACE_ERROR, "(ERR): Invalid object passed in to get object oid count");
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
     }
     return 0;
 }
@@ -158,7 +159,7 @@ void get_object_references(kel_handle *handle, std::uint32_t, void *object, std:
                    "(ERR): Error present in call to get table references from object");
     } else if (object == nullptr) {
         trace_type(KEL_TRACE_ERROR, "(ERR): Cannot get table references. Invalid object passed on");
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
     }
 }
 

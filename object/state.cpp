@@ -84,13 +84,13 @@ bool admit_write(Type type, const Field &field, kel_handle *handle, std::uint32_
 bool begin_write(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
                  void *object, std::uint32_t *err) {
     if (!enter(handle, err) || !admit_write(type, field, handle, tx_id, object, err)) return false;
-    if (object == nullptr) report(handle, err, error_not_found);
+    if (object == nullptr) report(handle, err, ENOENT);
     return object != nullptr;
 }
 
 bool admit_mark(kel_handle *handle, const void *object, std::uint32_t *err) {
     if (!tracking_is_on(handle) || has_state_block(object)) return true;
-    report(handle, err, error_invalid);
+    report(handle, err, EINVAL);
     trace_type(KEL_TRACE_ERROR, "(ERR): The object is not state tracked");
     return false;
 }
@@ -114,7 +114,7 @@ namespace {
 // A null control record leaves the question to the object.
 bool mode_admits_flags(kel_handle *handle, std::uint32_t *err) {
     if (handle->state_tracking == nullptr || tracking_is_on(handle)) return true;
-    report(handle, err, error_invalid);
+    report(handle, err, EINVAL);
     return false;
 }
 
@@ -123,7 +123,7 @@ bool mode_admits_flags(kel_handle *handle, std::uint32_t *err) {
 bool admit_flag_get(kel_handle *handle, const void *object, std::uint32_t *err) {
     if (*err != 0 || !mode_admits_flags(handle, err)) return false;
     if (has_state_block(object)) return true;
-    report(handle, err, error_invalid);
+    report(handle, err, EINVAL);
     trace_type(KEL_TRACE_ERROR, "(ERR): The object is non state tracked");
     return false;
 }
@@ -132,7 +132,7 @@ bool admit_flag_set(kel_handle *handle, const void *object, std::uint32_t *err) 
     if (*err != 0 || !mode_admits_flags(handle, err)) return false;
     if (has_state_block(object)) return true;
     trace_type(KEL_TRACE_ERROR, "(ERR): The object is not state tracked");
-    report(handle, err, error_invalid);
+    report(handle, err, EINVAL);
     return false;
 }
 

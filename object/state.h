@@ -38,7 +38,7 @@ inline bool admit_read(const Field &field, kel_handle *handle, const void *objec
     if (kel_get_instance_variant(object, 1, is_small(field.kind)) >= field.first_variant) {
         return true;
     }
-    kel_store_epoch_err(handle, error_epoch, err);
+    kel_store_epoch_err(handle, EIDRM, err);
     return false;
 }
 

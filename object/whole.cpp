@@ -26,7 +26,7 @@ void set_all(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
     adjust_variant(type, handle, tx_id, object, err);
     if (variant_of(object) < 0) return;
     if (object == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     std::uint32_t first = 0;

@@ -92,7 +92,7 @@ std::int8_t variant_to_write(Type type, kel_handle *handle, const void *object, 
     std::int8_t variant = variant_of(object);
     const std::int8_t domain = domain_variant(handle, descriptor_of(object), err);
     if (check_variant && variant > domain) {
-        kel_store_epoch_err(handle, error_epoch, err);
+        kel_store_epoch_err(handle, EIDRM, err);
         variant = domain;
     }
     return variant_data_index_cap(type, variant);
@@ -112,7 +112,7 @@ std::uint32_t write(Type type, kel_handle *handle, std::uint32_t tx_id, void *bu
                     std::uint32_t *err) {
     if (!enter(handle, err)) return 0;
     if (static_cast<std::int32_t>(buffer_len) < 1) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return 0;
     }
     EpochError epoch;
@@ -242,7 +242,7 @@ std::uint32_t unmarshal(Type type, kel_handle *handle, std::uint32_t tx_id, cons
                         std::uint32_t *err) {
     if (!enter(handle, err)) return 0;
     if (static_cast<std::int32_t>(buffer_len) < 1) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return 0;
     }
     Reader in = {static_cast<const std::uint8_t *>(buffer), buffer_len};

@@ -79,7 +79,7 @@ void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *pa
     if (!enter(handle, err)) return;
     std::uint32_t nodes = 0;
     if (xml_get_element_nodecount(document, path, &nodes) != 0 || nodes == 0) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     for (const Field &field : fields_of(type)) {
@@ -87,7 +87,7 @@ void from_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *pa
         std::snprintf(field_path, sizeof field_path, "%s/%s", path, field.name);
         operations(field).from_xml(field, handle, tx_id, field_path, document,
                                    place_of(field, object), err, message, message_len);
-        if (*err == error_not_found) *err = 0;
+        if (*err == ENOENT) *err = 0;
         if (*err != 0) return;
     }
 }

@@ -30,12 +30,12 @@ std::uint32_t begin_frame(Model model, kel_handle *handle, char *buffer, std::ui
                           std::uint32_t *err) {
     const auto room = static_cast<std::int32_t>(buffer_len);
     if (room < static_cast<std::int32_t>(KEL_MESSAGE_HEADER_SIZE)) {
-        report(handle, err, error_no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     std::memset(buffer, 0, KEL_MESSAGE_HEADER_SIZE);
     if (room < static_cast<std::int32_t>(frame_size)) {
-        report(handle, err, error_no_room);
+        report(handle, err, EMSGSIZE);
         return KEL_MESSAGE_HEADER_SIZE;
     }
     std::memcpy(buffer + KEL_MESSAGE_HEADER_SIZE, model.luid, luid_size);
@@ -61,7 +61,7 @@ bool append(Model model, const Structure &type, kel_handle *handle, std::uint32_
     if (object == nullptr) {
         trace_table(KEL_TRACE_ERROR, "(ERR): Failed to marshal %s record: Field %s is empty",
                     model.name, type.name);
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return false;
     }
     cursor +=
@@ -74,7 +74,7 @@ void extract(const Structure &type, kel_handle *handle, std::uint32_t tx_id, con
              void *&slot, std::uint32_t buffer_len, std::uint32_t in_place, std::uint32_t &cursor,
              std::uint32_t *err) {
     if (in_place == 0) slot = object::create_internal(type, handle, tx_id);
-    if (slot == nullptr) report(handle, err, in_place != 0 ? error_not_found : error_no_memory);
+    if (slot == nullptr) report(handle, err, in_place != 0 ? ENOENT : ENOMEM);
     if (*err != 0) return;
     cursor += object::unmarshal(type, handle, tx_id, buffer + cursor, slot, buffer_len - cursor,
                                 in_place, err);
@@ -124,7 +124,7 @@ std::uint32_t record_unmarshal(Model model, kel_handle *handle, std::uint32_t tx
     kel_record *target =
         in_place != 0 ? *record : create_record(model, handle, tx_id, KEL_SOURCE_DEFAULT, err);
     if (target == nullptr) {
-        report(handle, err, in_place != 0 ? error_not_found : error_no_memory);
+        report(handle, err, in_place != 0 ? ENOENT : ENOMEM);
         return 0;
     }
     const auto *bytes = static_cast<const char *>(buffer);
@@ -189,7 +189,7 @@ std::uint32_t pkey_marshal(Model model, kel_handle *handle, std::uint32_t tx_id,
     kel_clear_last_error(handle);
     const void *key = stored_key(model, record);
     if (key_len(model, handle, tx_id, key) > buffer_len) {
-        report(handle, err, error_no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     return key_marshal(model, handle, tx_id, buffer, key, buffer_len, err);
@@ -204,12 +204,12 @@ std::uint32_t pkey_unmarshal(Model model, kel_handle *handle, std::uint32_t tx_i
     }
     kel_clear_last_error(handle);
     if (pkey == nullptr) {
-        report(handle, err, error_fault);
+        report(handle, err, EFAULT);
         return 0;
     }
     void *holder = pkey_create(model, handle, tx_id);
     if (holder == nullptr) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return 0;
     }
     const std::uint32_t consumed =

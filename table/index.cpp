@@ -63,7 +63,7 @@ void insert(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *tab
                      &table->index_aux, model.compare) == 0) {
         trace_table(KEL_TRACE_ERROR, "(ERR): %s insert record exists for %s", model.name,
                     model.key_label);
-        report(handle, err, error_exists);
+        report(handle, err, EEXIST);
         return;
     }
     logged_store(handle, tx_id, record->table, table);
@@ -98,7 +98,7 @@ void remove(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *tab
                     "(ERR): %s_delete() cannot be direclty used when the table is marked for "
                     "replication",
                     model.name);
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
         return;
     }
     const std::uint8_t flags = record->flags;
@@ -106,7 +106,7 @@ void remove(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *tab
                      &table->index_aux, model.compare) == 0) {
         trace_table(KEL_TRACE_ERROR, "(ERR): %s delete, record not found for %s", model.name,
                     model.key_label);
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
     }
     // A record that wasn't found is set outside all the same.
     logged_store(handle, tx_id, record->table, static_cast<kel_table *>(nullptr));

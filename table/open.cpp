@@ -40,7 +40,7 @@ kel_table_id_root *find_id_root(Model model, kel_handle *handle, char (&key)[key
     kel_table_id_root *&cached = *model.root_cache;
     if (cached != nullptr) return cached;
     if (!compose_root_key(model, key)) {
-        report(handle, err, error_too_big);
+        report(handle, err, E2BIG);
         return nullptr;
     }
     cached = static_cast<kel_table_id_root *>(loam_get_key(handle->arena, key));
@@ -57,7 +57,7 @@ kel_table_id_root *get_id_root(Model model, kel_handle *handle, std::uint32_t *e
         handle->alloc_hook(handle->arena, KEL_TX_NONE, sizeof(kel_table_id_root)));
     *model.root_cache = root;
     if (root == nullptr) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return nullptr;
     }
     std::memset(root, 0, sizeof *root);
@@ -79,7 +79,7 @@ kel_table *make_block(kel_handle *handle, std::uint32_t *err) {
     auto *block =
         static_cast<kel_table *>(handle->alloc_hook(handle->arena, KEL_TX_NONE, sizeof(kel_table)));
     if (block == nullptr) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return nullptr;
     }
     std::memset(block, 0, sizeof *block);
@@ -118,7 +118,7 @@ void unlink(kel_table_list *list, kel_table *block) {
 
 // Tables count without the delta hook: they are made outside any transaction.
 void count_block(const kel_table *block, std::uint64_t kel_variant_usage::*counter) {
-    count(block->descriptor, usage_record(block->descriptor, 0, 0, true).*counter, 1);
+    count(block->descriptor, usage_record(block->descriptor, 0, 0, TraceModule::table).*counter, 1);
 }
 
 // Takes the block out of the place where an open would find it. False: `*err` is set.
@@ -131,7 +131,7 @@ bool forget(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *tab
     char key[key_size];
     kel_table_id_root *root = find_id_root(model, handle, key, err);
     if (root == nullptr) {
-        if (*err == 0) report(handle, err, error_not_found);
+        if (*err == 0) report(handle, err, ENOENT);
         return false;
     }
     tbi_rb_tree_LM_RB_REMOVE(handle->arena, tx_id, &root->tree_head, table);
@@ -154,7 +154,7 @@ kel_table *open(Model model, kel_handle *handle, std::uint32_t tx_id, const char
     char key[key_size];
     if (mode == KEL_OPEN_BY_NAME) {
         if (!compose_table_key(model, name, key)) {
-            report(handle, err, error_too_big);
+            report(handle, err, E2BIG);
             return nullptr;
         }
         block = static_cast<kel_table *>(loam_get_key(handle->arena, key));
@@ -216,7 +216,7 @@ void free(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table
         return;
     }
     if (removed == 0) {
-        report(handle, err, error_again);
+        report(handle, err, EAGAIN);
         return;
     }
     trace_table(KEL_TRACE_DEBUG, "(debug): %s table free: Successfully removed OID mapping for %s",

@@ -17,7 +17,7 @@ kel_record *allocate(Model model, kel_handle *handle, std::uint32_t tx_id) {
     if (block != nullptr || handle->cr_fallback_enabled == 0) {
         return static_cast<kel_record *>(block);
     }
-    if (handle->last_error == 0) kel_store_err(handle, error_no_memory);
+    if (handle->last_error == 0) kel_store_err(handle, ENOMEM);
     return model.fallback;
 }
 
@@ -68,7 +68,7 @@ kel_record *create_record(Model model, kel_handle *handle, std::uint32_t tx_id, 
     record->descriptor = choose_descriptor(handle, tx_id, model.record_descriptor);
     stamp_correlation(handle, tx_id, record);
     logged_count(handle, tx_id, record->descriptor,
-                 usage_record(record->descriptor, 0, 0, true).created, 1);
+                 usage_record(record->descriptor, 0, 0, TraceModule::table).created, 1);
     *err = 0;
     record->ref_count = 1;
     record->src = src;
@@ -94,7 +94,7 @@ kel_record *create_record_cr(Model model, kel_handle *handle, std::uint32_t with
 std::uint32_t record_add_ref(kel_handle *handle, std::uint32_t, kel_record *record,
                              std::uint32_t *err) {
     if (record == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return 0;
     }
     return record->ref_count++;  // unlogged, unlike the decrement
@@ -103,7 +103,7 @@ std::uint32_t record_add_ref(kel_handle *handle, std::uint32_t, kel_record *reco
 void destroy_record(Model model, kel_handle *handle, std::uint32_t tx_id, kel_record *record,
                     std::uint32_t *err) {
     if (record == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return;
     }
     logged_store(handle, tx_id, record->ref_count, record->ref_count - 1);
@@ -113,9 +113,9 @@ void destroy_record(Model model, kel_handle *handle, std::uint32_t tx_id, kel_re
     if (model.key_type != nullptr) {
         object::destroy(*model.key_type, handle, tx_id, record->key_object);
     }
-    require_descriptor(record->descriptor, true);
+    require_descriptor(record->descriptor, TraceModule::table);
     logged_count(handle, tx_id, record->descriptor,
-                 usage_record(record->descriptor, 0, 0, true).destroyed, 1);
+                 usage_record(record->descriptor, 0, 0, TraceModule::table).destroyed, 1);
     *err = 0;
     if (!unmap(model, handle, tx_id, record, err)) return;
     logged_store(handle, tx_id, record->descriptor, static_cast<const kel_type_info *>(nullptr));
@@ -130,7 +130,7 @@ void request_record_destroy(Model model, kel_handle *handle, std::uint32_t tx_id
                             kel_record *record, std::uint32_t *err) {
     if (!enter(handle, err)) return;
     if (record == nullptr || table->replication_marked == 0) {
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
         return;
     }
     keldb_request_record_destroy(handle, tx_id, record, err);

@@ -25,7 +25,7 @@ kel_record *search(Model model, kel_handle *handle, std::uint32_t tx_id, kel_tab
                    std::uint32_t skip_pending, std::uint32_t *err) {
     if (!enter(handle, err)) return nullptr;
     if (table == nullptr || key == nullptr) {
-        report(handle, err, error_not_found);
+        report(handle, err, ENOENT);
         return nullptr;
     }
     kel_record probe{};

@@ -29,7 +29,7 @@ void print_object(const Structure &type, kel_handle *handle, std::uint32_t tx_id
                   const void *object, std::uint32_t *err) {
     const std::uint32_t wanted = object::len(type, handle, tx_id, object);
     if (static_cast<std::int32_t>(output.left()) < static_cast<std::int32_t>(wanted)) {
-        report(handle, err, error_no_room);
+        report(handle, err, EMSGSIZE);
         return;
     }
     output.used += object::print(type, handle, tx_id, output.at(), object_indent, type.name, object,
@@ -48,13 +48,13 @@ bool object_from_xml(const Structure &type, kel_handle *handle, std::uint32_t tx
                      void *&slot, std::uint32_t *err, char *message, std::uint32_t message_len) {
     slot = object::create_internal(type, handle, tx_id);
     if (slot == nullptr) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return false;
     }
     char path[path_size];
     std::snprintf(path, sizeof path, "//%s", type.name);
     object::from_xml(type, handle, tx_id, path, document, slot, err, message, message_len);
-    return *err == 0 || *err == error_not_found;
+    return *err == 0 || *err == ENOENT;
 }
 
 }  // namespace
@@ -64,18 +64,18 @@ std::uint32_t pkey_print(Model model, kel_handle *handle, std::uint32_t tx_id, k
                          std::uint32_t *err) {
     if (*err != 0) return 0;
     if (handle == nullptr) {
-        *err = error_invalid;  // there is no handle to keep it in
+        *err = EINVAL;  // there is no handle to keep it in
         return 0;
     }
     kel_clear_last_error(handle);
     if (table == nullptr || record == nullptr) {
-        report(handle, err, error_invalid);
+        report(handle, err, EINVAL);
         return 0;
     }
     const void *key = stored_key(model, record);
     if (static_cast<std::int32_t>(key_len(model, handle, tx_id, key)) >
         static_cast<std::int32_t>(buffer_len)) {
-        report(handle, err, error_no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     return key_print(model, handle, tx_id, buffer, key, buffer_len, err);
@@ -133,7 +133,7 @@ kel_record *record_from_xml(Model model, kel_handle *handle, std::uint32_t tx_id
     if (!enter(handle, err)) return nullptr;
     kel_record *record = create_record(model, handle, tx_id, KEL_SOURCE_DEFAULT, err);
     if (record == nullptr) {
-        report(handle, err, error_no_memory);
+        report(handle, err, ENOMEM);
         return nullptr;
     }
     if (!object_from_xml(*model.type, handle, tx_id, document, record->object, err, message,

@@ -188,7 +188,7 @@ kel_record *get_cr(Model model, kel_handle *handle, kel_table *table, std::uint3
         default:
             trace_table(KEL_TRACE_ERROR, "(ERR): invalid record get flag %d",
                         static_cast<int>(selector));
-            kel_store_err(handle, error_invalid);
+            kel_store_err(handle, EINVAL);
             return nullptr;
     }
 }

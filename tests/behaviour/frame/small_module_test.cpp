@@ -252,15 +252,15 @@ TEST_F(SmallModule, TheTraceModuleOfTypesHasOneIdHoweverOftenItIsRegistered) {
 TEST_F(SmallModule, AUsageRecordIsTheEntryAskedForAndAShortfallIsTraced) {
     g_kel_tarnbase_table_trace_module_id = 31;
     TraceCapture trace;
-    EXPECT_EQ(&usage_record(&first, 1, 1, false), &two_usages[1]);
-    EXPECT_EQ(&usage_record(&first, 2, 0, false), &two_usages[0]);
+    EXPECT_EQ(&usage_record(&first, 1, 1, TraceModule::type), &two_usages[1]);
+    EXPECT_EQ(&usage_record(&first, 2, 0, TraceModule::type), &two_usages[0]);
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
-    EXPECT_EQ(&usage_record(&first, 3, 1, true), &two_usages[1]);
+    EXPECT_EQ(&usage_record(&first, 3, 1, TraceModule::table), &two_usages[1]);
     ASSERT_EQ(trace.lines.size(), 1U);
     EXPECT_TRUE(trace.has(6, "(info): variant 3 requested only 2 variants present"));
     EXPECT_EQ(trace.lines[0].module_id, 31U);
     two_variants.variant_count = -1;
-    EXPECT_EQ(&usage_record(&first, 0, 0, false), &two_usages[0]);
+    EXPECT_EQ(&usage_record(&first, 0, 0, TraceModule::type), &two_usages[0]);
     EXPECT_TRUE(trace.has(6, "(info): variant 0 requested only 4294967295 variants present"));
     two_variants.variant_count = 2;
     g_kel_tarnbase_table_trace_module_id = 0;
@@ -269,8 +269,8 @@ TEST_F(SmallModule, AUsageRecordIsTheEntryAskedForAndAShortfallIsTraced) {
 TEST_F(SmallModule, ACounterIsAnnouncedBeforeItChanges) {
     HookRecorder hooks(handle);
     std::uint64_t counter = 40;
-    logged_count(handle, 9, &first, counter, 1);
-    logged_count(handle, 9, &first, counter, -1);
+    logged_count({handle, 9}, &first, counter, 1);
+    logged_count({handle, 9}, &first, counter, -1);
     ASSERT_EQ(hooks.events.size(), 2U);
     EXPECT_EQ(hooks.events[0].address, &counter);
     EXPECT_EQ(hooks.events[0].delta, 1);
@@ -370,18 +370,18 @@ TEST_F(SmallModuleDeathTest, ADescriptorThatIsNoneIsFatal) {
     other.magic = 0xbeeff00c;
     for (const kel_type_info *each : {static_cast<const kel_type_info *>(nullptr),
                                       static_cast<const kel_type_info *>(&other)}) {
-        for (const bool of_table : {false, true}) {
-            EXPECT_EXIT(require_descriptor(each, of_table), ::testing::KilledBySignal(SIGABRT),
+        for (const TraceModule each_module : {TraceModule::type, TraceModule::table}) {
+            EXPECT_EXIT(require_descriptor(each, each_module), ::testing::KilledBySignal(SIGABRT),
                         "\\(FATAL\\): tinfo is null or corrupted");
         }
     }
-    require_descriptor(&first, false);
+    require_descriptor(&first, TraceModule::type);
 }
 
 TEST_F(SmallModuleDeathTest, CountingWithoutVariantsIsFatal) {
-    EXPECT_EXIT(usage_record(&hollow, 0, 0, false), ::testing::KilledBySignal(SIGABRT),
+    EXPECT_EXIT(usage_record(&hollow, 0, 0, TraceModule::type), ::testing::KilledBySignal(SIGABRT),
                 "\\(FATAL\\): varinfo is NULL");
-    EXPECT_EXIT(usage_record(&hollow, 0, 0, true), ::testing::KilledBySignal(SIGABRT),
+    EXPECT_EXIT(usage_record(&hollow, 0, 0, TraceModule::table), ::testing::KilledBySignal(SIGABRT),
                 "\\(FATAL\\): varinfo is NULL");
 }
 
