@@ -56,6 +56,7 @@ extern const Kind kind_grown;
 extern const Kind kind_tag;
 extern const Kind kind_pair;
 extern const Kind kind_pair_key;
+extern const Kind kind_single;
 extern const Kind kind_lamp;  // an enumeration: what structures alone have is null
 
 }  // namespace tarn::test

@@ -34,11 +34,9 @@ struct Operation {
     Traits traits = {};
 };
 
-// What a program sweeps, and what it has for it to run on.
+// The tables and structures of the tests' schema that an operation runs on.
 std::vector<Target> targets_of(On on);
-std::vector<std::vector<Operation>> swept_operations();
 
-// Those of them that there is a target for.
 const std::vector<Operation> &all_operations();
 
 // From the files of this folder.

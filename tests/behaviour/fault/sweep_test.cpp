@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every operation with every call of its services and hooks failing in turn. What is
-// to come of each failure stands in the list of the program:
+// Every operation with every call of its services and hooks failing in turn. What
+// each failure leads to is in outcomes.list:
 //
 //   <operation> | <service> | <outcome>
 #include <gtest/gtest.h>

@@ -86,6 +86,9 @@ u32 print_tag(kel_handle *h, u32 tx, char *b, const void *o, u32 l, u32 *e) {
 u32 print_pair(kel_handle *h, u32 tx, char *b, const void *o, u32 l, u32 *e) {
     return st_pair_print(h, tx, b, 0, "object", Any{o}, l, e);
 }
+u32 print_single(kel_handle *h, u32 tx, char *b, const void *o, u32 l, u32 *e) {
+    return st_single_print(h, tx, b, 0, "object", Any{o}, l, e);
+}
 u32 print_pair_key(kel_handle *h, u32 tx, char *b, const void *o, u32 l, u32 *e) {
     return pair_key_print(h, tx, b, 0, "object", Any{o}, l, e);
 }
@@ -123,6 +126,17 @@ const Kind kind_pair_key = {
             pair_key_kind_set_value(h, tx, Any{o}, static_cast<u8>(set + 1), e);
         },
     .see = see_print<print_pair_key>};
+
+const Kind kind_single = {TARN_KIND(st_single),
+                          .fill =
+                              [](kel_handle *h, u32 tx, void *o, u32 set, u32 *e) {
+                                  const kel_vstring device = text_of(set, "the name of a device",
+                                                                     "another name, of another");
+                                  st_single_singleton_id_set_value(h, tx, Any{o}, set + 32, e);
+                                  st_single_device_set(h, tx, Any{o}, &device, e);
+                                  st_single_configured_set_value(h, tx, Any{o}, 1 - set, e);
+                              },
+                          .see = see_print<print_single>};
 
 const Kind kind_lamp = {
     TARN_KIND_BEGIN(lamp_state),

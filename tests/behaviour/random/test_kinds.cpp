@@ -37,6 +37,15 @@ std::string get_pair_text(kel_handle *h, const void *object) {
     return text_of(st_pair_note_get(h, KEL_TX_NONE, Any{object}, &err));
 }
 
+void set_single_text(kel_handle *h, u32 tx, void *object, const std::string &text, u32 *err) {
+    const kel_vstring source = referring(text);
+    st_single_device_set(h, tx, Any{object}, &source, err);
+}
+std::string get_single_text(kel_handle *h, const void *object) {
+    u32 err = 0;
+    return text_of(st_single_device_get(h, KEL_TX_NONE, Any{object}, &err));
+}
+
 // Keys of both halves of each kind's range, few enough to meet.
 constexpr u32 few_keys = 14;
 constexpr u32 many_values = 1000;
@@ -51,6 +60,7 @@ const std::vector<Kind> &all_kinds() {
         {"enumeration", &test_lamp, 3, many_values, set_every_text, get_every_text},
         {"composite", &test_pair, few_keys, many_values, set_pair_text, get_pair_text},
         {"grown", &test_grown, few_keys, many_values, set_grown_text, get_grown_text},
+        {"singleton", &test_single, 2, 2, set_single_text, get_single_text},
     };
     return kinds;
 }

@@ -208,6 +208,9 @@ extern const Subject test_lamp;
 extern const Subject test_pair;
 extern const Subject *const all_subjects[7];
 
+// A singleton. Nothing in the index limits it to one record.
+extern const Subject test_single;
+
 }  // namespace tarn::test
 
 #endif

@@ -258,6 +258,32 @@ const Subject test_pair = {
         },
 };
 
+const Subject test_single = {
+    TARN_TABLE(tbl_test_single, st_single, st_single_singleton_id, "singleton_id",
+               "st_single singleton_id", 3),
+    .key_object = {},
+    .set_key = [](kel_handle *h, u32 tx, void *holder, u32 number,
+                  u32 *err) { st_single_singleton_id_set_value(h, tx, Any{holder}, number, err); },
+    .get_key =
+        [](kel_handle *h, const void *holder) {
+            u32 err = 0;
+            return st_single_singleton_id_get_value(h, KEL_TX_NONE, Any{holder}, &err);
+        },
+    .make_key =
+        [](KeyValue &key, u32 number) {
+            key.number = number;
+            key.value = &key.number;
+        },
+    .prepare = nullptr,
+    .set_value = [](kel_handle *h, u32 tx, void *object, u32 value,
+                    u32 *err) { st_single_configured_set_value(h, tx, Any{object}, value, err); },
+    .get_value =
+        [](kel_handle *h, const void *object) {
+            u32 err = 0;
+            return u32{st_single_configured_get_value(h, KEL_TX_NONE, Any{object}, &err)};
+        },
+};
+
 const Subject *const all_subjects[7] = {&ldap_conn,    &test_grown, &test_label, &test_number,
                                         &test_address, &test_lamp,  &test_pair};
 
