@@ -4,6 +4,7 @@
 #ifndef TARNBASE_RUNTIME_BASE_ERRORS_H
 #define TARNBASE_RUNTIME_BASE_ERRORS_H
 
+#include <cerrno>
 #include <cstdint>
 
 #include "runtime/base/announce.h"
@@ -11,21 +12,14 @@
 
 namespace tarn::runtime {
 
-enum class Error : std::uint32_t {
-    not_found = 2,
-    no_memory = 12,
-    invalid = 22,
-    no_room = 90,
-};
-
 // Reports an error: in `*err` first, then in the handle.
-inline void report(kel_handle *handle, std::uint32_t *err, Error error) {
-    *err = static_cast<std::uint32_t>(error);
-    kel_store_err(handle, *err);
+inline void report(kel_handle *handle, std::uint32_t *err, std::uint32_t error) {
+    *err = error;
+    kel_store_err(handle, error);
 }
 
 // The same for an operation that runs on after an error: the first one stays.
-inline void report_first(kel_handle *handle, std::uint32_t *err, Error error) {
+inline void report_first(kel_handle *handle, std::uint32_t *err, std::uint32_t error) {
     if (*err == 0) report(handle, err, error);
 }
 

@@ -44,11 +44,11 @@ class Line {
         return text({digits, static_cast<std::size_t>(end - digits)});
     }
 
-    // The characters of the whole text; 0 and error 90 if it didn't fit. What was
+    // The characters of the whole text; 0 and EMSGSIZE if it didn't fit. What was
     // written of it then counts for nothing.
     std::uint32_t finish(kel_handle *handle, std::uint32_t *err) const {
         if (length_ <= room_) return static_cast<std::uint32_t>(length_);
-        report_first(handle, err, Error::no_room);
+        report_first(handle, err, EMSGSIZE);
         return 0;
     }
 

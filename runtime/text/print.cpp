@@ -26,7 +26,7 @@ bool format_without_nul(char *buffer, std::size_t length, const char *format,
     return true;
 }
 
-std::uint32_t fail_with(kel_handle *handle, std::uint32_t *err, Error error) {
+std::uint32_t fail_with(kel_handle *handle, std::uint32_t *err, std::uint32_t error) {
     report_first(handle, err, error);
     return 0;
 }
@@ -35,7 +35,7 @@ std::uint32_t fail_with(kel_handle *handle, std::uint32_t *err, Error error) {
 
 std::uint32_t kel_print_space(kel_handle *handle, std::uint32_t, char *buffer, std::uint32_t indent,
                               std::uint32_t remaining, std::uint32_t *err) {
-    if (indent > remaining) return fail_with(handle, err, Error::no_room);
+    if (indent > remaining) return fail_with(handle, err, EMSGSIZE);
     if (indent > 0) std::memset(buffer, ' ', indent);
     return indent;
 }
@@ -52,7 +52,7 @@ std::uint32_t kel_snprintf(kel_handle *handle, std::uint32_t, char *buffer, std:
     const bool cut = fits && length > 0 && length == std::int64_t{remaining};
     const bool mended = !cut || format_without_nul(buffer, remaining, format, again);
     va_end(again);
-    if (!fits) return fail_with(handle, err, Error::no_room);
-    if (!mended) return fail_with(handle, err, Error::no_memory);
+    if (!fits) return fail_with(handle, err, EMSGSIZE);
+    if (!mended) return fail_with(handle, err, ENOMEM);
     return static_cast<std::uint32_t>(length);
 }

@@ -32,7 +32,7 @@ std::optional<Address> parse_address(const char *text);
 // The content of an address; none for a null one.
 Address address_of(const ip_address *value);
 
-// Stores the content, logged. Error 2: the value is null.
+// Stores the content, logged. ENOENT: the value is null.
 void store_address(kel_handle *handle, std::uint32_t tx_id, ip_address *value,
                    const Address &content, std::uint32_t *err);
 

@@ -38,7 +38,7 @@ ip_address *ip_address_get(kel_handle *, std::uint32_t, ip_address *field, std::
 void ip_address_set(kel_handle *handle, std::uint32_t tx_id, ip_address *field,
                     const ip_address *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (source == nullptr) return report(handle, err, Error::not_found);
+    if (source == nullptr) return report(handle, err, ENOENT);
     if (field != source) store_address(handle, tx_id, field, address_of(source), err);
 }
 
@@ -58,7 +58,7 @@ std::uint32_t ip_address_marshal(kel_handle *handle, std::uint32_t, void *buffer
     if (*err != 0) return 0;
     const Address content = address_of(field);
     if (remaining < wire_length(content)) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     std::memcpy(buffer, &content, wire_length(content));
@@ -72,11 +72,11 @@ std::uint32_t ip_address_unmarshal(kel_handle *handle, std::uint32_t tx_id, cons
     const auto *bytes = static_cast<const std::uint8_t *>(buffer);
     const auto length = remaining < family_length ? 0 : address_length(bytes[0]);
     if (!length) {
-        report(handle, err, Error::invalid);
+        report(handle, err, EINVAL);
         return 0;
     }
     if (remaining < family_length + *length) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     const auto content = make_address(bytes[0], bytes + family_length);

@@ -51,7 +51,7 @@ Address address_of(const ip_address *value) {
 
 void store_address(kel_handle *handle, std::uint32_t tx_id, ip_address *value,
                    const Address &content, std::uint32_t *err) {
-    if (value == nullptr) return report(handle, err, Error::not_found);
+    if (value == nullptr) return report(handle, err, ENOENT);
     announce(handle, tx_id, &value->family, sizeof content);
     value->family = content.family;
     std::memcpy(value->bytes, content.bytes, sizeof value->bytes);
@@ -65,7 +65,7 @@ using namespace tarn::runtime;
 
 void refuse(kel_handle *handle, std::uint32_t *err, const char *complaint, const char *found) {
     fail(EINVAL, "ip_address: %s%s", complaint, found);
-    report(handle, err, Error::invalid);
+    report(handle, err, EINVAL);
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ void ip_address_assign(kel_handle *handle, std::uint32_t tx_id, ip_address *addr
 void ip_address_assign_text(kel_handle *handle, std::uint32_t tx_id, ip_address *address,
                             const char *text, std::uint32_t *err) {
     if (*err != 0) return;
-    if (text == nullptr) return report(handle, err, Error::not_found);
+    if (text == nullptr) return report(handle, err, ENOENT);
     const auto content = parse_address(text);
     if (!content) return refuse(handle, err, "expected an IPv4 or IPv6 address, found ", text);
     store_address(handle, tx_id, address, *content, err);

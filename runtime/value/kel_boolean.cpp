@@ -31,14 +31,14 @@ std::uint32_t kel_boolean_get_value(kel_handle *, std::uint32_t, const kel_boole
 void kel_boolean_set_value(kel_handle *handle, std::uint32_t tx_id, kel_boolean *field,
                            std::uint32_t new_value, std::uint32_t *err) {
     if (*err != 0) return;
-    if (field == nullptr) return report(handle, err, Error::not_found);
+    if (field == nullptr) return report(handle, err, ENOENT);
     announced_set(handle, tx_id, field->value, std::uint32_t{new_value != 0});
 }
 
 void kel_boolean_set(kel_handle *handle, std::uint32_t tx_id, kel_boolean *field,
                      const kel_boolean *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (source == nullptr) return report(handle, err, Error::not_found);
+    if (source == nullptr) return report(handle, err, ENOENT);
     kel_boolean_set_value(handle, tx_id, field, source->value, err);
 }
 
@@ -55,7 +55,7 @@ std::uint32_t kel_boolean_marshal(kel_handle *handle, std::uint32_t, void *buffe
                                   std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < wire_length) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     *static_cast<std::uint8_t *>(buffer) = is_true(field) ? 1 : 0;
@@ -67,7 +67,7 @@ std::uint32_t kel_boolean_unmarshal(kel_handle *handle, std::uint32_t tx_id, con
                                     std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < wire_length) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     kel_boolean_set_value(handle, tx_id, field, *static_cast<const std::uint8_t *>(buffer), err);

@@ -34,7 +34,7 @@ kel_vstring *kel_vstring_get(kel_handle *, std::uint32_t, kel_vstring *field, st
 void kel_vstring_set(kel_handle *handle, std::uint32_t tx_id, kel_vstring *field,
                      const kel_vstring *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (field == nullptr || source == nullptr) return report(handle, err, Error::not_found);
+    if (field == nullptr || source == nullptr) return report(handle, err, ENOENT);
     if (field != source) assign_text(handle, tx_id, field, text_of(source), err);
 }
 
@@ -55,7 +55,7 @@ std::uint32_t kel_vstring_marshal(kel_handle *handle, std::uint32_t, void *buffe
     if (*err != 0) return 0;
     const std::string_view text = text_of(field);
     if (remaining < wire_length(text)) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     const auto length = static_cast<std::uint32_t>(text.size());
@@ -70,7 +70,7 @@ std::uint32_t kel_vstring_unmarshal(kel_handle *handle, std::uint32_t tx_id, con
     if (*err != 0) return 0;
     const std::uint32_t length = remaining < wire_prefix ? 0 : load_little<std::uint32_t>(buffer);
     if (remaining < wire_prefix || remaining - wire_prefix < length) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     const char *const text = static_cast<const char *>(buffer) + wire_prefix;

@@ -70,7 +70,7 @@ void assign_long(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
     }
     const bool shows_text = !is_inline(*string) && text_block(*string) == text.data();
     if (shows_text && owned_text(handle, string) != text.data()) drop_text(handle, tx_id, string);
-    report(handle, err, Error::no_memory);
+    report(handle, err, ENOMEM);
 }
 
 }  // namespace
@@ -79,8 +79,8 @@ namespace tarn::runtime {
 
 void assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                  std::string_view text, std::uint32_t *err) {
-    if (string == nullptr) return report(handle, err, Error::not_found);
-    if (text.size() > longest_text) return report(handle, err, Error::invalid);
+    if (string == nullptr) return report(handle, err, ENOENT);
+    if (text.size() > longest_text) return report(handle, err, EINVAL);
     if (text.size() > KEL_VSTRING_INLINE) return assign_long(handle, tx_id, string, text, err);
     store_body(handle, tx_id, string, show(text, nullptr));
     release_text(handle, tx_id, string);
@@ -96,14 +96,14 @@ void drop_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string) {
 void kel_vstring_assign(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                         const void *bytes, std::uint32_t length, std::uint32_t *err) {
     if (*err != 0) return;
-    if (bytes == nullptr && length != 0) return report(handle, err, Error::not_found);
+    if (bytes == nullptr && length != 0) return report(handle, err, ENOENT);
     assign_text(handle, tx_id, string, {static_cast<const char *>(bytes), length}, err);
 }
 
 void kel_vstring_assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                              const char *text, std::uint32_t *err) {
     if (*err != 0) return;
-    if (text == nullptr) return report(handle, err, Error::not_found);
+    if (text == nullptr) return report(handle, err, ENOENT);
     assign_text(handle, tx_id, string, text, err);
 }
 

@@ -25,14 +25,14 @@ T value_of(const T *field) {
 template <typename T>
 void set_value(kel_handle *handle, std::uint32_t tx_id, T *field, T value, std::uint32_t *err) {
     if (*err != 0) return;
-    if (field == nullptr) return report(handle, err, Error::not_found);
+    if (field == nullptr) return report(handle, err, ENOENT);
     announced_set(handle, tx_id, *field, value);
 }
 
 template <typename T>
 void set(kel_handle *handle, std::uint32_t tx_id, T *field, const T *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (source == nullptr) return report(handle, err, Error::not_found);
+    if (source == nullptr) return report(handle, err, ENOENT);
     set_value(handle, tx_id, field, *source, err);
 }
 
@@ -41,7 +41,7 @@ std::uint32_t marshal(kel_handle *handle, void *buffer, T value, std::uint32_t r
                       std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < sizeof(T)) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     store_little(buffer, value);
@@ -53,7 +53,7 @@ std::uint32_t unmarshal(kel_handle *handle, std::uint32_t tx_id, const void *buf
                         std::uint32_t remaining, std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < sizeof(T)) {
-        report(handle, err, Error::no_room);
+        report(handle, err, EMSGSIZE);
         return 0;
     }
     set_value(handle, tx_id, field, load_little<T>(buffer), err);

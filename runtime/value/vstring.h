@@ -16,7 +16,7 @@
 
 namespace tarn::runtime {
 
-// Longer texts are refused with error 22: all lengths of forms that hold a string
+// Longer texts are refused with EINVAL: all lengths of forms that hold a string
 // have to fit in a signed 32-bit number.
 inline constexpr std::uint32_t longest_text = 0x7fffff00;
 
@@ -35,7 +35,7 @@ inline std::string_view text_of(const kel_vstring *string) {
 }
 
 // Gives the string a text of its own, logged: a copy of `text`, which may lie in
-// the string itself. Errors: 12, 22; the string then stays as it was.
+// the string itself. Errors: ENOMEM, EINVAL; the string then stays as it was.
 void assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                  std::string_view text, std::uint32_t *err);
 

@@ -37,5 +37,5 @@ void kel_set_instance_modified(void *object, std::uint32_t, std::uint32_t, std::
 std::uint32_t kellib_validate_object_flags(const void *object, std::uint32_t, std::uint32_t) {
     if (object == nullptr) return 0;  // attaching null empties a record's place
     const bool taken = (header(object)->flags & (OBJ_NESTED | OBJ_EMBEDDED)) != 0;
-    return taken ? static_cast<std::uint32_t>(tarn::runtime::Error::invalid) : 0;
+    return taken ? EINVAL : 0;
 }

@@ -13,7 +13,6 @@
 
 namespace {
 
-using tarn::runtime::Error;
 using tarn::runtime::load_little;
 using tarn::runtime::report;
 using tarn::runtime::store_little;
@@ -25,7 +24,7 @@ constexpr std::uint32_t ra_data_length = 9;
 bool enter(kel_handle *handle, std::uint32_t length, std::uint32_t remaining, std::uint32_t *err) {
     if (*err != 0) return false;
     if (remaining >= length) return true;
-    report(handle, err, Error::no_room);
+    report(handle, err, EMSGSIZE);
     return false;
 }
 

@@ -29,7 +29,7 @@ constexpr std::uint32_t length_offset = 12;
 bool enter(kel_handle *handle, std::uint32_t remaining, std::uint32_t *err) {
     if (*err != 0) return false;
     if (remaining >= KEL_MESSAGE_HEADER_SIZE) return true;
-    report(handle, err, Error::no_room);
+    report(handle, err, EMSGSIZE);
     return false;
 }
 

@@ -16,7 +16,7 @@ namespace {
 void complain(kel_handle *handle, std::uint32_t *err, const char *where, const char *complaint) {
     fail(EINVAL, "XML: %s: %s", where, complaint);
     ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): XML: %s: %s", where, complaint);
-    report(handle, err, Error::invalid);
+    report(handle, err, EINVAL);
 }
 
 void complain(const ElementSource &source, const std::string &complaint) {
@@ -40,7 +40,7 @@ bool read_element(const ElementSource &source, std::string &text) {
         return false;
     }
     if (nodes.count() == 0) {
-        report(source.handle, source.err, Error::not_found);
+        report(source.handle, source.err, ENOENT);
         return false;
     }
     if (element_text(nodes[0], text) == Content::text) return true;

@@ -23,7 +23,7 @@ struct ElementPlace {
 };
 
 // Writes "<name>content</name>\n", the content by `append(line)`. Returns the
-// characters; 0 and error 90 if they don't fit.
+// characters; 0 and EMSGSIZE if they don't fit.
 template <typename Append>
 std::uint32_t write_element(const ElementPlace &place, Append append) {
     if (*place.err != 0) return 0;
@@ -34,7 +34,7 @@ std::uint32_t write_element(const ElementPlace &place, Append append) {
     return line.character('\n').finish(place.handle, place.err);
 }
 
-// Reports error 22: XML can't carry the text of element `name`, the first unfit
+// Reports EINVAL: XML can't carry the text of element `name`, the first unfit
 // byte being at `offset`.
 void report_unfit(kel_handle *handle, const char *name, std::size_t offset, std::uint32_t *err);
 
@@ -51,7 +51,7 @@ struct ElementSource {
 // std::bad_alloc.
 bool read_element(const ElementSource &source, std::string &text);
 
-// Reports error 22: the element at the path holds `text`, and not what was
+// Reports EINVAL: the element at the path holds `text`, and not what was
 // expected, such as "a number from 0 to 255".
 void report_content(const ElementSource &source, const std::string &text,
                     const std::string &expected);
@@ -65,7 +65,7 @@ void read_value(const ElementSource &source, Take take) try {
     const std::string expected = take(text);
     if (!expected.empty()) report_content(source, text, expected);
 } catch (const std::bad_alloc &) {
-    report(source.handle, source.err, Error::no_memory);
+    report(source.handle, source.err, ENOMEM);
 }
 
 }  // namespace tarn::runtime

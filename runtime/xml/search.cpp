@@ -85,8 +85,8 @@ namespace {
 
 using namespace tarn::runtime;
 
-constexpr auto invalid = static_cast<std::uint32_t>(Error::invalid);
-constexpr auto not_found = static_cast<std::uint32_t>(Error::not_found);
+constexpr auto invalid = static_cast<std::uint32_t>(EINVAL);
+constexpr auto not_found = static_cast<std::uint32_t>(ENOENT);
 
 void cut_to(char *area, std::uint32_t area_len, const std::string &text) {
     if (area == nullptr || area_len == 0) return;
@@ -114,5 +114,5 @@ std::uint32_t xml_get_element_value(void *document, const char *path, char *area
     cut_to(area, area_len, text);
     return 0;
 } catch (const std::bad_alloc &) {
-    return static_cast<std::uint32_t>(Error::no_memory);
+    return static_cast<std::uint32_t>(ENOMEM);
 }
