@@ -35,6 +35,7 @@ bool is_own_name(const std::string &name) {
                                               "basic_range",
                                               "basic_record",
                                               "basic_table",
+                                              "basic_table_reader",
                                               "byte_range",
                                               "bytes",
                                               "detail",

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Tables: find, walk, insert and erase records.
+/// Tables: open them, insert and erase records.
 #ifndef TARNBASE_TARN_TABLE_HPP
 #define TARNBASE_TARN_TABLE_HPP
 
 #include <cstring>
-#include <optional>
 
-#include "tarnbase/tarn/key.hpp"
-#include "tarnbase/tarn/range.hpp"
 #include "tarnbase/tarn/session.hpp"
+#include "tarnbase/tarn/table_reader.hpp"
 #include "tarnbase/tarn/transaction.hpp"
 #include "tarnbase/tarn/xml.hpp"
 
@@ -18,18 +16,19 @@ namespace tarn {
 /// An open table of the class `Table`, which is generated from the schema. It refers to
 /// the table's block in the store; copying it doesn't copy the table.
 /// Lifetime: its session's.
-///
-/// Reads are limited to the thread's tenant (tenant_scope), and to the source
-/// `source::standard` unless another one is passed.
 template <typename Table>
-class basic_table {
+class basic_table : public basic_table_reader<Table> {
+    using reader = basic_table_reader<Table>;
+
  public:
-    /// The table's types: its keys, records, iterators and ranges.
-    using key_type = typename Table::key_type;
-    using record_type = basic_record<Table>;
+    /// The table's types: its keys, records and iterators.
+    using typename reader::iterator;
+    using typename reader::key_type;
+    using typename reader::record_type;
     using new_record_type = basic_new_record<Table>;
-    using iterator = basic_iterator<Table>;
-    using range = basic_range<Table>;
+
+    using reader::begin;
+    using reader::end;
 
     // ---- Opening. A table outlives every transaction, so it is opened outside of them.
 
@@ -39,13 +38,13 @@ class basic_table {
     /// path is of another kind.
     static result<basic_table> try_open(const session &in, const std::string &name) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
-            return Table::open(handle, KEL_TX_NONE, name.c_str(), 1, err);
+            return Table::open(handle, KEL_TX_NONE, name.c_str(), open_only, err);
         });
     }
     /// Opens the table with this name, or creates it. Errors: E2BIG, EINVAL, ENOMEM.
     static result<basic_table> try_open_or_create(const session &in, const std::string &name) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
-            return Table::open(handle, KEL_TX_NONE, name.c_str(), 0, err);
+            return Table::open(handle, KEL_TX_NONE, name.c_str(), or_create, err);
         });
     }
     /// Opens the table with this id. A process finds tables of one kind by id in its first
@@ -53,110 +52,17 @@ class basic_table {
     /// Error: ENOENT there is none.
     static result<basic_table> try_open_id(const session &in, std::uint64_t id) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
-            return Table::open_by_id(handle, KEL_TX_NONE, id, 1, err);
+            return Table::open_by_id(handle, KEL_TX_NONE, id, open_only, err);
         });
     }
     /// Opens the table with this id, or creates it. Error: ENOMEM.
     static result<basic_table> try_open_or_create_id(const session &in, std::uint64_t id) {
         return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
-            return Table::open_by_id(handle, KEL_TX_NONE, id, 0, err);
+            return Table::open_by_id(handle, KEL_TX_NONE, id, or_create, err);
         });
     }
     /// Refers to a table that was opened with the C interface.
-    basic_table(kel_handle *handle, kel_table *table) noexcept : handle_(handle), table_(table) {}
-
-    /// Returns: the name it was opened with; "" if by id.
-    std::string_view name() const noexcept {
-        const std::string_view key = table_->table_name;
-        return key.substr(0, key.size() - (has_own_key(*table_) ? luid_suffix_size : 0));
-    }
-    /// Returns: the id it was opened with; 0 if by name.
-    std::uint64_t id() const noexcept { return table_->table_id; }
-
-    // ---- Counting.
-
-    /// Returns: the number of the tenant's records, of all sources; for tenant 0, of all
-    /// tenants.
-    std::size_t size() const noexcept { return Table::count(handle_, tx_id(), table_); }
-    /// Returns: the same for one source.
-    std::size_t size(source of) const noexcept {
-        return Table::count_by_src(handle_, tx_id(), table_, src(of));
-    }
-    bool empty() const noexcept { return size() == 0; }
-
-    // ---- Finding.
-
-    /// Returns: the record with this key, if there is one.
-    result<std::optional<record_type>> try_find(const key_type &key,
-                                                source of = source::standard) const {
-        std::uint32_t err = 0;
-        kel_record *found = search(key, of, 0, err);
-        if (err != 0) return detail::make_error(err, "searching in", Table::name);
-        return optional(found);
-    }
-#if TARN_EXCEPTIONS
-    /// As try_find; throws.
-    std::optional<record_type> find(const key_type &key, source of = source::standard) const {
-        std::uint32_t err = 0;
-        kel_record *found = search(key, of, 0, err);
-        detail::need(err, "searching in", Table::name);
-        return optional(found);
-    }
-#endif
-    /// Returns: whether there is a record with this key.
-    bool contains(const key_type &key, source of = source::standard) const {
-        std::uint32_t err = 0;
-        return search(key, of, 0, err) != nullptr;
-    }
-
-    // ---- Walking, in key order.
-
-    iterator begin() const { return iterator::first(handle_, table_, {}); }
-    iterator end() const noexcept { return {handle_, table_, nullptr, {}}; }
-    auto rbegin() const { return std::make_reverse_iterator(end()); }
-    auto rend() const { return std::make_reverse_iterator(begin()); }
-
-    /// Returns: the selected records.
-    range select(selection selected) const {
-        return {iterator::first(handle_, table_, selected), {handle_, table_, nullptr, selected}};
-    }
-    /// Returns: the records of one source.
-    range of_source(source of) const { return select({of, false, true}); }
-    /// Returns: the records of all sources.
-    range all_sources() const { return select({source::standard, true, true}); }
-    /// Returns: the records that aren't pending destruction.
-    range not_pending(source of = source::standard) const { return select({of, false, false}); }
-    /// Returns: the records whose key isn't before `key`.
-    range from(const key_type &key, source of = source::standard) const {
-        return {lower_bound(key, of), {handle_, table_, nullptr, {of, false, true}}};
-    }
-
-    /// Returns: the first record whose key isn't before `key`.
-    iterator lower_bound(const key_type &key, source of = source::standard) const {
-        std::uint32_t err = 0;
-        return checked(search(key, of, 1, err), of, err);
-    }
-    /// Returns: the first record whose key is after `key`.
-    iterator upper_bound(const key_type &key, source of = source::standard) const {
-        const probe wanted(handle_, key);
-        std::uint32_t err = wanted.error();
-        kel_record *found =
-            err != 0 ? nullptr
-                     : Table::next_by_key(handle_, tx_id(), table_, wanted.get(), src(of), &err);
-        return checked(found, of, err);
-    }
-
-    /// Calls `function` with each record of all tenants and sources. If it returns a
-    /// value, false ends the walk. It may erase the record passed to it. An exception
-    /// that it throws ends the walk and is rethrown.
-    template <typename Function>
-    result<void> try_walk(Function &&function) const {
-        walk_context<Function> context{handle_, detail::callback<Function>(function)};
-        std::uint32_t err = 0;
-        Table::walk(table_, walk_context<Function>::visit, &context, &err);
-        context.function.finish();
-        return detail::outcome(err, "walking", Table::name);
-    }
+    using reader::reader;
 
     // ---- Changing.
 
@@ -199,7 +105,7 @@ class basic_table {
     /// Removes the record with this key and destroys it. Returns: whether there was one.
     result<bool> try_erase(const key_type &key, source of = source::standard) {
         std::uint32_t err = 0;
-        kel_record *found = search(key, of, 0, err);
+        kel_record *found = search(key, of, reader::exact, err);
         if (err == 0 && found != nullptr) err = remove(found);
         if (err != 0) return detail::make_error(err, erasing, Table::name);
         return found != nullptr;
@@ -291,11 +197,6 @@ class basic_table {
     static basic_table open_or_create_id(const session &in, std::uint64_t id) {
         return try_open_or_create_id(in, id).value();
     }
-    /// As try_walk; throws.
-    template <typename Function>
-    void walk(Function &&function) const {
-        try_walk(std::forward<Function>(function)).value();
-    }
     /// As try_make; throws.
     new_record_type make(source of = source::standard) const { return try_make(of).value(); }
     new_record_type make(const key_type &key, source of = source::standard) const {
@@ -332,31 +233,23 @@ class basic_table {
     new_record_type from_wire(byte_range wire) const { return try_from_wire(wire).value(); }
 #endif
 
-    /// Returns: the table's block, for calls of the C interface.
-    kel_table *c_table() const noexcept { return table_; }
-
  private:
-    using probe = typename Table::probe;
+    using reader::handle_;
+    using reader::has_own_key;
+    using reader::luid_size;
+    using reader::search;
+    using reader::src;
+    using reader::table_;
+    using reader::tx_id;
 
+    // The `open_only` argument of an open.
+    static constexpr std::uint32_t open_only = 1;
+    static constexpr std::uint32_t or_create = 0;
     static constexpr const char *making = "making a record of";
     static constexpr const char *inserting = "inserting in";
     static constexpr const char *erasing = "erasing from";
     static constexpr const char *reading_wire = "reading the wire form of";
-    static constexpr std::size_t luid_size = 16;
-    static constexpr std::size_t luid_suffix_size = 1 + 2 * luid_size;
     static constexpr std::size_t frame_size = KEL_MESSAGE_HEADER_SIZE + luid_size;
-
-    template <typename Function>
-    struct walk_context {
-        kel_handle *handle;
-        detail::callback<Function> function;
-
-        static std::uint32_t visit(kel_record *record, void *context) {
-            auto &self = *static_cast<walk_context *>(context);
-            return detail::callback<Function>::run(&self.function,
-                                                   record_type(self.handle, record));
-        }
-    };
 
     template <typename Open>
     static result<basic_table> wrap(const session &in, Open open) {
@@ -369,13 +262,6 @@ class basic_table {
                 EINVAL, std::string("opening a ") + Table::name + ": the table is of another kind");
         return basic_table(in.c_handle(), table);
     }
-    // Whether the table's key in the store is its name, a slash and the LUID as text; a path is
-    // the key itself.
-    static bool has_own_key(const kel_table &table) noexcept {
-        const std::string_view key = table.table_name;
-        return key.size() >= luid_suffix_size &&
-               key.substr(key.size() - luid_suffix_size + 1) == Table::descriptor()->luid_text;
-    }
     // The descriptor identifies the kind: the library's, or the store's copy of it. The key is
     // used only if there was no memory for the copy: a path may end like a key of this kind.
     static bool is_of_this_kind(kel_handle *handle, const kel_table &table) {
@@ -387,31 +273,6 @@ class basic_table {
         return handle->store_types_enabled != 0 && has_own_key(table);
     }
 
-    static std::uint32_t src(source of) noexcept { return static_cast<std::uint32_t>(of); }
-    std::uint32_t tx_id() const noexcept { return handle_->cr_tx_id; }
-
-    kel_record *search(const key_type &key, source of, std::uint32_t nearest,
-                       std::uint32_t &err) const {
-        const probe wanted(handle_, key);
-        err = wanted.error();
-        if (err != 0) return nullptr;
-        return Table::search(handle_, tx_id(), table_, wanted.get(), nearest, 1, src(of), 0, &err);
-    }
-    std::optional<record_type> optional(kel_record *found) const noexcept {
-        if (found == nullptr) return std::nullopt;
-        return record_type(handle_, found);
-    }
-    iterator checked(kel_record *found, source of, std::uint32_t err) const {
-        if (err != 0) {
-#if TARN_EXCEPTIONS
-            detail::fail(err, "searching in", Table::name);
-#else
-            kel_store_err(handle_, err);
-            found = nullptr;
-#endif
-        }
-        return {handle_, table_, found, {of, false, true}};
-    }
     // Releases the record if the table contains it, which is so after some errors too.
     std::uint32_t enter(new_record_type &record) {
         if (!record) return EINVAL;
@@ -426,9 +287,6 @@ class basic_table {
         if (err == 0) Table::destroy_record(handle_, tx_id(), record, &err);
         return err;
     }
-
-    kel_handle *handle_;
-    kel_table *table_;
 };
 
 /// Generated from the schema: the class of the table that contains a structure's objects.
