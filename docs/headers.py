@@ -171,6 +171,12 @@ def members(part):
     return found
 
 
+def enumerators(part):
+    """The enumerators of an enumeration: (`name = value`, lines of comment)."""
+    found = re.findall(r"(\w+ = \w+),?[ \t]*(/\*.*?\*/)", part.text, re.S)
+    return [(enumerator, comment_lines(comment)) for enumerator, comment in found]
+
+
 def macros(parts):
     """The macros that stand for declarations: name to (parameters, declarations)."""
     found = {}

@@ -71,7 +71,12 @@ def types(parts):
         if part.kind != "declaration" or is_function(part):
             continue
         name = headers.declared_name(part)
-        if "{" in part.text:
+        if part.text.startswith("typedef enum"):
+            out.append(f".SS enum {name}")
+            out.extend(told(part.comment or []))
+            for enumerator, lines in headers.enumerators(part):
+                out.extend([".TP", bold(enumerator), prose(" ".join(lines))])
+        elif "{" in part.text:
             out.append(f".SS struct {name}")
             out.extend(told(part.comment or []))
             for declaration, lines in headers.members(part):

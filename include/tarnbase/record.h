@@ -10,11 +10,9 @@
 
 #include "tarnbase/export.h"
 #include "tarnbase/object.h"
+#include "tarnbase/vector.h"
 
 TARNBASE_BEGIN
-
-/* Entries of a table's vector. */
-#define KEL_TABLE_VFT_SLOTS 48
 
 /* How a table block was opened. */
 #define KEL_OPEN_BY_NAME 0U

@@ -23,35 +23,35 @@ class TableVector {
     explicit operator bool() const { return slots_ != nullptr; }
 
     const char *table_name() const {
-        return static_cast<const char *>(slots_[1]) + sizeof "table " - 1;
+        return static_cast<const char *>(slots_[KEL_SLOT_NAME]) + sizeof "table " - 1;
     }
     void destroy_record(kel_handle *handle, std::uint32_t tx_id, kel_record *record,
                         std::uint32_t *err) const {
         using Function = void (*)(kel_handle *, std::uint32_t, kel_record *, std::uint32_t *);
-        slot<Function>(19)(handle, tx_id, record, err);
+        slot<Function>(KEL_SLOT_DESTROY_RECORD)(handle, tx_id, record, err);
     }
     void remove(kel_handle *handle, std::uint32_t tx_id, kel_table *table, kel_record *record,
                 std::uint32_t *err) const {
         using Function =
             void (*)(kel_handle *, std::uint32_t, kel_table *, kel_record *, std::uint32_t *);
-        slot<Function>(21)(handle, tx_id, table, record, err);
+        slot<Function>(KEL_SLOT_DELETE)(handle, tx_id, table, record, err);
     }
     void request_destroy(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
                          kel_record *record, std::uint32_t *err) const {
         using Function =
             void (*)(kel_handle *, std::uint32_t, kel_table *, kel_record *, std::uint32_t *);
-        slot<Function>(37)(handle, tx_id, table, record, err);
+        slot<Function>(KEL_SLOT_REQUEST_RECORD_DESTROY)(handle, tx_id, table, record, err);
     }
     std::uint32_t marshal(kel_handle *handle, std::uint32_t tx_id, void *buffer,
                           const kel_record *record, std::uint32_t length,
                           std::uint32_t *err) const {
         using Function = std::uint32_t (*)(kel_handle *, std::uint32_t, void *, const kel_record *,
                                            std::uint32_t, std::uint32_t *);
-        return slot<Function>(38)(handle, tx_id, buffer, record, length, err);
+        return slot<Function>(KEL_SLOT_RECORD_MARSHAL)(handle, tx_id, buffer, record, length, err);
     }
     std::uint32_t length(kel_handle *handle, std::uint32_t tx_id, const kel_record *record) const {
         using Function = std::uint32_t (*)(kel_handle *, std::uint32_t, const kel_record *);
-        return slot<Function>(40)(handle, tx_id, record);
+        return slot<Function>(KEL_SLOT_RECORD_LEN)(handle, tx_id, record);
     }
 
  private:

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from {{origin}}; changes belong there.
+#include "frame/vector.h"
 #include "tarnbase/module.h"
 
 {{#enumerations}}
@@ -30,7 +31,7 @@ constinit const void *{{module}}_table_lut[{{table_count}}][KEL_TABLE_VFT_SLOTS]
 
 namespace tarnbase {
 
-const void *const source_vectors[{{table_count}}][KEL_TABLE_VFT_SLOTS] = {
+TARN_DESIGNATED const void *const source_vectors[{{table_count}}][KEL_TABLE_VFT_SLOTS] = {
 {{#tables_by_luid}}
     {
 {{vector}}    },

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from {{origin}}; changes belong there.
+#include "frame/vector.h"
 #include "model/{{table}}.h"
 #include "table/order.h"
 #include "table/table.h"
@@ -11,7 +12,7 @@ const uint8_t table_{{table}}_luid[16] =
 const char table_{{table}}_luid_text[33] = "{{luid}}";
 const char table_{{table}}_name[64] = "table {{table}}";
 
-const void *const {{table}}_table_vft[KEL_TABLE_VFT_SLOTS] = {
+TARN_DESIGNATED const void *const {{table}}_table_vft[KEL_TABLE_VFT_SLOTS] = {
 {{vector}}};
 
 namespace tarnbase::model {

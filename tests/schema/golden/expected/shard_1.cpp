@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from sample.tarn; changes belong there.
-// A share of the exported functions: aba53127a81ba14ced2c518e69403ffe
+// A share of the exported functions: 241e250c916e7fad2d5870b7600a8b99
 #include "stamps/tbl_shape.cpp"
 #include "stamps/st_shape.cpp"
 #include "stamps/color.cpp"
