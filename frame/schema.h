@@ -7,27 +7,13 @@
 
 #include <cstdint>
 
+#include "frame/kinds.h"
 #include "tarnbase/runtime.h"
 
 namespace tarnbase {
 
 struct Structure;
 struct Enumeration;
-
-enum class FieldKind : std::uint8_t {
-    u_int8,
-    u_int16,
-    u_int32,
-    u_int64,
-    int32,
-    int64,
-    boolean,
-    enumeration,
-    vstring,
-    address,
-    structure,
-    array,  // of u_int8
-};
 
 struct Field {
     const char *name;
@@ -40,21 +26,6 @@ struct Field {
     const Enumeration *enumeration;   // of an enumeration field
     const Structure *structure;       // of a nested structure
 };
-
-// A field with a plain value: has get_value and set_value, and takes part in
-// get_all and set_all.
-constexpr bool has_plain_value(FieldKind kind) { return kind <= FieldKind::enumeration; }
-
-// A field that is an embedded object with a share of the state block of its own:
-// takes part in offset_update, post_copyout_cleanup and destroy.
-constexpr bool owns_state(FieldKind kind) {
-    return kind == FieldKind::vstring || kind == FieldKind::address || kind == FieldKind::structure;
-}
-
-// The `is_small` argument of the variant and modified services for this field.
-constexpr std::uint32_t is_small(FieldKind kind) {
-    return kind == FieldKind::boolean || kind == FieldKind::enumeration ? 1U : 0U;
-}
 
 struct Structure {
     const char *name;

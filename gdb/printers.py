@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # How gdb prints tarnbase's data. Programs see most types as opaque ones, so the printers
-# read the memory itself, by the tables that stand in front of this text.
+# read the memory itself, by the tables in front of this text, which the
+# schema compiler writes.
 #
 #   kel_vstring, ip_address, kel_boolean     the value
 #   a pointer to a structure or enumeration  address, type, flags; the fields
@@ -18,14 +19,7 @@ import gdb.printing
 MAGIC = 0xBEEFF00D  # KEL_TYPE_INFO_MAGIC
 NO_TRANSACTION = 0xFFFFFFFF
 INLINE = 12  # KEL_VSTRING_INLINE
-SCALARS = {
-    "u_int8": "<B",
-    "u_int16": "<H",
-    "u_int32": "<I",
-    "u_int64": "<Q",
-    "int32": "<i",
-    "int64": "<q",
-}
+FORMS = {1: "B", 2: "H", 4: "I", 8: "Q"}  # of numbers, by size
 OBJECT_FLAGS = (
     (1, "OBJ_OID_MAPPED"),
     (2, "OBJ_EMBEDDED"),
@@ -157,8 +151,16 @@ def enumeration_text(name, address):
     return "%s (%d)" % (ENUMERATIONS[name].get(value, "no enumerator"), value)
 
 
+# By type: the built-in types that are objects.
+VALUE_TEXTS = {
+    "kel_boolean": boolean_text,
+    "kel_vstring": vstring_text,
+    "ip_address": address_text,
+}
+
+
 def array_text(data):
-    """As gdb prints arrays: runs of ten and more are told once."""
+    """As gdb prints arrays: a run of ten or more is printed once."""
     parts = []
     at = 0
     while at < len(data) and len(parts) < limit():
@@ -176,17 +178,15 @@ def array_text(data):
 def field_text(field, address):
     _, kind, type_name, offset, elements, _ = field
     at = address + offset
-    if kind in SCALARS:
-        return str(number(at, SCALARS[kind]))
-    if kind == "boolean":
-        return boolean_text(at)
-    if kind == "enumeration":
+    group, built_in, size, is_signed = KINDS[kind]
+    if group == "number":
+        form = FORMS[size].lower() if is_signed else FORMS[size]
+        return str(number(at, "<" + form))
+    if built_in in VALUE_TEXTS:
+        return VALUE_TEXTS[built_in](at)
+    if group == "enumeration":
         return enumeration_text(type_name, at)
-    if kind == "vstring":
-        return vstring_text(at)
-    if kind == "address":
-        return address_text(at)
-    if kind == "array":
+    if group == "array":
         return array_text(read(at, elements))
     return braced(structure_fields(type_name, at))
 
@@ -220,12 +220,8 @@ def header_text(address, descriptor):
 
 def value_text(name, address):
     """The text of an object of one value, or None."""
-    if name == "kel_vstring":
-        return vstring_text(address)
-    if name == "ip_address":
-        return address_text(address)
-    if name == "kel_boolean":
-        return boolean_text(address)
+    if name in VALUE_TEXTS:
+        return VALUE_TEXTS[name](address)
     return enumeration_text(name, address) if name in ENUMERATIONS else None
 
 
@@ -275,7 +271,7 @@ class VstringPrinter:
 
 
 class TextPrinter:
-    """A value whose text a function of its address gives."""
+    """A value whose text is a function of its address."""
 
     def __init__(self, address, text):
         self.address = address
@@ -410,16 +406,19 @@ class DescriptorPrinter:
 
 # ---- Registration ----------------------------------------------------------
 
-BY_ADDRESS = {
+def text_printer(text):
+    return lambda address: TextPrinter(address, text)
+
+
+BY_ADDRESS = {name: text_printer(text) for name, text in VALUE_TEXTS.items()}
+BY_ADDRESS.update({
     "kel_vstring": VstringPrinter,
-    "ip_address": lambda address: TextPrinter(address, address_text),
-    "kel_boolean": lambda address: TextPrinter(address, boolean_text),
     "kel_object": ObjectPrinter,
     "kel_enum_object": ObjectPrinter,
     "kel_record": RecordPrinter,
     "kel_table": TablePrinter,
     "kel_type_info": DescriptorPrinter,
-}
+})
 
 
 class Printers(gdb.printing.PrettyPrinter):

@@ -18,6 +18,16 @@ constexpr std::size_t longest_table_name = longest_name - 7;
 constexpr std::uint64_t highest_variant = 127;
 constexpr std::uint64_t most_elements = 1 << 20;
 
+// The types of fields that can be keys, as a diagnostic names them.
+std::string key_types() {
+    std::string types;
+    for (const KindFacts &each : tarnbase::all_kinds) {
+        if (!tarnbase::can_be_key(each.kind) || each.type[0] == '\0') continue;
+        types += (types.empty() ? "" : ", ") + std::string(each.type);
+    }
+    return types + " or an enumeration";
+}
+
 class Checker {
  public:
     Checker(const syntax::Schema &written, Diagnostics &diagnostics)
@@ -228,8 +238,7 @@ void Checker::fill_field(Structure &structure, const syntax::Field &written) {
 }
 
 void Checker::fill_type(Field &field, const syntax::Field &written) {
-    if (const BuiltIn *built_in = find_built_in(field.type)) {
-        field.built_in = built_in;
+    if (const KindFacts *built_in = find_built_in(field.type)) {
         field.kind = built_in->kind;
     } else if (const auto nested = structures_.find(field.type); nested != structures_.end()) {
         field.kind = FieldKind::structure;
@@ -257,8 +266,7 @@ void Checker::fill_type(Field &field, const syntax::Field &written) {
 }
 
 void Checker::fill_unit(Field &field, const syntax::Unit &written) {
-    const bool is_number = field.kind <= FieldKind::int64 || field.kind == FieldKind::array;
-    if (!is_number)
+    if (!tarnbase::is_number(field.kind) && field.kind != FieldKind::array)
         diagnostics_.report(written.place, "a unit of " + field.type, "a unit of numbers only");
     if (written.text.empty())
         diagnostics_.report(written.place, "an empty unit", "the unit's name");
@@ -333,12 +341,8 @@ void Checker::fill_key(Table &table, const syntax::Table &written) {
         return;
     }
     table.key_field = &*field;
-    const bool can_be_key =
-        field->kind == FieldKind::u_int32 || field->kind == FieldKind::vstring ||
-        field->kind == FieldKind::address || field->kind == FieldKind::enumeration;
-    if (!can_be_key)
-        report(key, field->type + " can't be a key",
-               "a field of type u_int32, kel_vstring, ip_address or an enumeration");
+    if (!tarnbase::can_be_key(field->kind))
+        report(key, field->type + " can't be a key", "a field of type " + key_types());
     if (field->first_variant != 0)
         report(key, "a key of variant " + std::to_string(field->first_variant),
                "a field of variant 0");

@@ -126,4 +126,18 @@ Context context_of(const Schema &schema, const Enumeration &enumeration) {
     return context;
 }
 
+Context kinds() {
+    Context list = empty_list();
+    for (const KindFacts &each : tarnbase::all_kinds) {
+        Context kind;
+        kind.set("kind", each.name);
+        kind.set("group", each.group_name);
+        kind.set("type", each.type);
+        kind.set("size", text(each.size));
+        kind.set("signed", flag(tarnbase::is_signed(each.kind)));
+        list.push_back(kind);
+    }
+    return list;
+}
+
 }  // namespace tarnc

@@ -12,6 +12,9 @@ Context context_of(const Schema &schema, const Structure &structure);
 Context context_of(const Schema &schema, const Enumeration &enumeration);
 Context context_of(const Schema &schema, const Table &table);
 
+// All kinds of field.
+Context kinds();
+
 // The schema file that an item stands in, as seen from the module file.
 std::string origin(const Schema &schema, const Place &place);
 

@@ -7,27 +7,6 @@
 namespace tarnc {
 namespace {
 
-std::string worker_kind(const Field &field) {
-    switch (field.kind) {
-        case FieldKind::array:
-            return "array";
-        case FieldKind::enumeration:
-            return "enumeration";
-        case FieldKind::structure:
-            return "structure";
-        default:
-            return field.built_in->worker;
-    }
-}
-
-// The name of the kind in the catalogue, where kinds have the names of FieldKind.
-std::string catalogue_kind(const Field &field) {
-    constexpr const char *names[] = {"u_int8",  "u_int16", "u_int32",   "u_int64",
-                                     "int32",   "int64",   "boolean",   "enumeration",
-                                     "vstring", "address", "structure", "array"};
-    return names[static_cast<std::size_t>(field.kind)];
-}
-
 // Whether setting the field may make a text.
 bool has_text(const Field &field) {
     if (field.kind != FieldKind::structure) return field.kind == FieldKind::vstring;
@@ -37,30 +16,21 @@ bool has_text(const Field &field) {
 
 // The descriptor of an embedded object.
 std::string embedded_descriptor(const Field &field) {
-    const bool is_object = field.kind >= FieldKind::boolean && field.kind != FieldKind::array;
-    return is_object ? "&_" + field.type + "_type_info_internal" : "nullptr";
+    return tarnbase::has_header(field.kind) ? "&_" + field.type + "_type_info_internal" : "nullptr";
 }
 
 std::string member_type(const Field &field) {
-    switch (field.kind) {
-        case FieldKind::array:
-            return "uint8_t";
-        case FieldKind::enumeration:
-            return "kel_enum_object";
-        case FieldKind::structure:
-            return "whole_" + field.type;
-        default:
-            return field.built_in->access;
-    }
+    return field.kind == FieldKind::structure ? "whole_" + field.type : field.facts().c_type;
 }
 
 void set_plain_value(Context &context, const Schema &schema, const Field &field) {
     if (!field.has_plain_value()) return;
-    const bool is_signed = field.kind == FieldKind::int32 || field.kind == FieldKind::int64;
     const std::string argument = safe_name(schema, field.name);
-    context.set("plain", field.enumeration != nullptr ? "uint32_t" : field.built_in->plain);
+    context.set("plain", field.facts().plain);
     context.set("argument", argument);
-    context.set("widened", is_signed ? "static_cast<std::uint64_t>(" + argument + ")" : argument);
+    context.set("widened", tarnbase::is_signed(field.kind)
+                               ? "static_cast<std::uint64_t>(" + argument + ")"
+                               : argument);
 }
 
 std::string padded(const std::string &words, std::size_t width, bool to_the_right = false) {
@@ -103,6 +73,7 @@ std::string layout_line(const Field &field) {
 
 Context context_of(const Schema &schema, const Structure &structure, const Field &field) {
     const bool is_array = field.kind == FieldKind::array;
+    const bool is_item = field.enumeration != nullptr || field.structure != nullptr;
     const std::string variant_note =
         field.first_variant > 0
             ? " From variant " + text(static_cast<std::uint64_t>(field.first_variant)) + " on."
@@ -116,14 +87,13 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("number", text(field.number));
     context.set("model_field",
                 "tarnbase::model::" + structure.name + "_fields[" + text(field.number) + "]");
-    context.set("access", field.built_in != nullptr ? field.built_in->access : field.type);
+    context.set("access", is_item ? field.type : field.facts().c_type);
     context.set("single", flag(!is_array));
     context.set("array", flag(is_array));
     context.set("object", flag(!is_array && !field.has_plain_value()));
     context.set("enumerated", flag(field.kind == FieldKind::enumeration));
     context.set("texts", flag(has_text(field)));
-    context.set("worker_kind", worker_kind(field));
-    context.set("catalogue_kind", catalogue_kind(field));
+    context.set("kind", field.facts().name);
     context.set("first_variant", text(static_cast<std::uint64_t>(field.first_variant)));
     context.set("offset", text(field.offset));
     context.set("size", text(field.size));

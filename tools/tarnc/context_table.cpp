@@ -95,10 +95,10 @@ void set_key(Context &context, const Table &table) {
     context.set("model_key_field", "&" + table.type->name + "_fields[" + text(field.number) + "]");
     context.set("compare", "tarnbase::table::compare_by_field<tarnbase::model::" +
                                table.type->name + ", " + text(field.number) + ">");
-    if (field.kind == FieldKind::vstring || field.kind == FieldKind::address) {
+    if (!field.has_plain_value()) {
         context.set("key_argument", "const " + field.type);
         context.set("key_argument_text", "a " + field.type);
-        context.set("key_kind", field.built_in->worker);
+        context.set("key_kind", field.facts().name);
     } else {
         const bool is_enumeration = field.kind == FieldKind::enumeration;
         context.set("key_argument", "const uint32_t");

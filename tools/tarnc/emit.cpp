@@ -88,6 +88,7 @@ Context Emitter::empty_module() const {
     context.set("module", schema_.module);
     context.set("origin", origin(schema_, module_place()));
     context.set("table_count", std::to_string(schema_.tables.size()));
+    context.set("kinds", kinds());
     return context;
 }
 

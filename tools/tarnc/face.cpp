@@ -11,44 +11,16 @@
 namespace tarnc {
 namespace {
 
-const char *number_type(FieldKind kind) {
-    switch (kind) {
-        case FieldKind::u_int8:
-            return "std::uint8_t";
-        case FieldKind::u_int16:
-            return "std::uint16_t";
-        case FieldKind::u_int32:
-            return "std::uint32_t";
-        case FieldKind::u_int64:
-            return "std::uint64_t";
-        case FieldKind::int32:
-            return "std::int32_t";
-        default:
-            return "std::int64_t";
-    }
-}
-
-// The type that a getter answers.
+// The type that a getter returns.
 std::string value_type(const Field &field) {
-    switch (field.kind) {
-        case FieldKind::boolean:
-            return "bool";
-        case FieldKind::enumeration:
-            return "::tarn::" + field.enumeration->name;
-        case FieldKind::vstring:
-            return "std::string_view";
-        case FieldKind::address:
-            return "::tarn::address";
-        case FieldKind::structure:
-            return "::tarn::" + face_name(*field.structure);
-        default:
-            return number_type(field.kind);
-    }
+    if (field.enumeration != nullptr) return "::tarn::" + field.enumeration->name;
+    if (field.structure != nullptr) return "::tarn::" + face_name(*field.structure);
+    return field.facts().face;
 }
 
 // The type that a setter takes, up to its argument's name.
 std::string argument_type(const Field &field) {
-    const bool is_long = field.kind == FieldKind::address || field.kind == FieldKind::structure;
+    const bool is_long = !field.has_plain_value() && field.kind != FieldKind::vstring;
     return is_long ? "const " + value_type(field) + " &" : value_type(field) + " ";
 }
 
@@ -164,10 +136,7 @@ void set_field_key(Context &context, const Table &table) {
     context.set("key_member", face_member(*table.type, key));
     context.set("key_setter", field.get("setter")->string_value());
     context.set("key_type", value_type(key));
-    const std::string probe = key.kind == FieldKind::vstring   ? "text_probe"
-                              : key.kind == FieldKind::address ? "address_probe"
-                                                               : "number_probe<key_type>";
-    context.set("probe", "detail::" + probe);
+    context.set("probe", "detail::value_probe<key_type>");
 }
 
 Context face_of(const Schema &schema, const Table &table) {

@@ -14,17 +14,13 @@ struct Extent {
 };
 
 Extent extent_of(const Field &field) {
-    switch (field.kind) {
-        case FieldKind::array:
-            return {field.elements, 1, 1 + field.elements};
-        case FieldKind::enumeration:
-            return {16, object_alignment, 1};
-        case FieldKind::structure:
-            return {field.structure->plain_size, object_alignment,
-                    1 + field.structure->state_length};
-        default:
-            return {field.built_in->size, field.built_in->alignment, field.built_in->state};
-    }
+    const KindFacts &facts = field.facts();
+    if (field.kind == FieldKind::array)
+        return {facts.size * field.elements, facts.alignment, facts.state + field.elements};
+    if (field.kind == FieldKind::structure)
+        return {field.structure->plain_size, facts.alignment,
+                facts.state + field.structure->state_length};
+    return {facts.size, facts.alignment, facts.state};
 }
 
 std::uint32_t round_up(std::uint32_t value, std::uint32_t alignment) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The checked schema: every name is looked up, every offset, position, size and
-// identity is computed. Templates only write down what stands here.
+// identity is computed. Templates only write it down.
 #ifndef TARNC_MODEL_H
 #define TARNC_MODEL_H
 
@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/kinds.h"
 #include "source.h"
 
 namespace tarnc {
@@ -17,35 +18,12 @@ namespace tarnc {
 struct Structure;
 struct Enumeration;
 
-// In the order of the workers' field kinds, whose names these are.
-enum class FieldKind {
-    u_int8,
-    u_int16,
-    u_int32,
-    u_int64,
-    int32,
-    int64,
-    boolean,
-    enumeration,
-    vstring,
-    address,
-    structure,
-    array,
-};
+using tarnbase::FieldKind;
+using tarnbase::KindFacts;
+using tarnbase::KindGroup;
 
-// What holds for every field of a built-in type.
-struct BuiltIn {
-    const char *name;  // in the schema
-    FieldKind kind;
-    const char *worker;  // the enumerator of the workers' FieldKind
-    const char *access;  // the C type that a `_get` gives access to
-    const char *plain;   // the C type of the plain value; null if it has none
-    std::uint32_t size;
-    std::uint32_t alignment;
-    std::uint32_t state;  // its share of the state block
-};
-// Null if no built-in type has the name.
-const BuiltIn *find_built_in(const std::string &name);
+// The kind of a built-in type; null if no built-in type has the name.
+const KindFacts *find_built_in(const std::string &name);
 
 struct Identity {
     std::string luid;
@@ -59,7 +37,6 @@ struct Field {
     std::string type;  // as the schema names it
     Place place;
     FieldKind kind = FieldKind::u_int8;
-    const BuiltIn *built_in = nullptr;  // of an array: its elements'
     const Enumeration *enumeration = nullptr;
     const Structure *structure = nullptr;
     std::uint32_t elements = 0;  // of an array
@@ -69,7 +46,8 @@ struct Field {
     std::uint32_t size = 0;
     std::uint32_t state = 0;  // position in the state block
 
-    bool has_plain_value() const { return kind <= FieldKind::enumeration; }
+    const KindFacts &facts() const { return tarnbase::facts_of(kind); }
+    bool has_plain_value() const { return tarnbase::has_plain_value(kind); }
 };
 
 struct Variant {

@@ -14,11 +14,11 @@ namespace tarn::detail {
 // A probe is a key in the form that the C search takes: `get` returns its address, `error`
 // an error number if it couldn't be made. Lifetime: the value's.
 
-/// A u_int32 or an enumeration.
+/// A u_int32 or an enumeration; the other types of keys have specializations.
 template <typename Value>
-class number_probe {
+class value_probe {
  public:
-    number_probe(kel_handle *, Value value) noexcept : value_(static_cast<std::uint32_t>(value)) {}
+    value_probe(kel_handle *, Value value) noexcept : value_(static_cast<std::uint32_t>(value)) {}
     std::uint32_t error() const noexcept { return 0; }
     const std::uint32_t *get() const noexcept { return &value_; }
 
@@ -27,9 +27,10 @@ class number_probe {
 };
 
 /// A text. The probe refers to the caller's bytes.
-class text_probe {
+template <>
+class value_probe<std::string_view> {
  public:
-    text_probe(kel_handle *, std::string_view value) noexcept : value_() {
+    value_probe(kel_handle *, std::string_view value) noexcept : value_() {
         if (value.size() > std::numeric_limits<std::uint32_t>::max()) {
             error_ = E2BIG;
             return;
@@ -44,9 +45,10 @@ class text_probe {
     std::uint32_t error_ = 0;
 };
 
-class address_probe {
+template <>
+class value_probe<address> {
  public:
-    address_probe(kel_handle *, const address &value) noexcept : value_(value.to_c()) {}
+    value_probe(kel_handle *, const address &value) noexcept : value_(value.to_c()) {}
     std::uint32_t error() const noexcept { return 0; }
     const ::ip_address *get() const noexcept { return &value_; }
 

@@ -25,7 +25,7 @@ extern const Structure {{type}};
 {{#structures}}
 static constexpr Field {{type}}_fields[] = {
 {{#fields}}
-    {"{{field}}", "{{quoted_meaning}}", "{{quoted_unit}}", "{{field_type}}", Kind::{{catalogue_kind}}, {{first_variant}}, {{elements}},
+    {"{{field}}", "{{quoted_meaning}}", "{{quoted_unit}}", "{{field_type}}", Kind::{{kind}}, {{first_variant}}, {{elements}},
      {{enumeration}}, {{structure}},
 {{#array}}
      array_field<{{type}}_{{field}}_get, {{type}}_{{field}}_get_value, {{type}}_{{field}}_set_value,

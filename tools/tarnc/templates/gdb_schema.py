@@ -1,6 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 # Made by tarnc from {{origin}}; changes belong there.
-# What the debug information of a program doesn't tell: its types are opaque.
+# What the debug information of a program lacks: its types are opaque.
+
+# Kinds of field: group, type, bytes, whether a number is signed.
+KINDS = {
+{{#kinds}}
+    "{{kind}}": ("{{group}}", "{{type}}", {{size}}, {{#signed}}True{{/signed}}{{^signed}}False{{/signed}}),
+{{/kinds}}
+}
 
 # Enumerators by user value.
 ENUMERATIONS = {
@@ -18,7 +25,7 @@ STRUCTURES = {
 {{#structures}}
     "{{type}}": (
 {{#fields}}
-        ("{{field}}", "{{worker_kind}}", "{{field_type}}", {{offset}}, {{elements}}, {{first_variant}}),
+        ("{{field}}", "{{kind}}", "{{field_type}}", {{offset}}, {{elements}}, {{first_variant}}),
 {{/fields}}
     ),
 {{/structures}}

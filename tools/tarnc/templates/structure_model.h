@@ -18,7 +18,7 @@ inline constexpr Field {{type}}_fields[] = {
 {{#fields}}
     {
         .name = "{{field}}",
-        .kind = FieldKind::{{worker_kind}},
+        .kind = FieldKind::{{kind}},
         .first_variant = {{first_variant}},
         .offset = {{offset}},
         .state = {{state}},

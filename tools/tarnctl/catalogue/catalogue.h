@@ -10,25 +10,13 @@
 #include <span>
 #include <string_view>
 
+#include "frame/kinds.h"
 #include "tarnbase/record.h"
 #include "tarnbase/value.h"
 
 namespace tarnctl {
 
-enum class Kind {
-    u_int8,
-    u_int16,
-    u_int32,
-    u_int64,
-    int32,
-    int64,
-    boolean,
-    enumeration,
-    vstring,
-    address,
-    structure,
-    array,  // of u_int8
-};
+using Kind = tarnbase::FieldKind;
 
 struct Enumerator {
     std::string_view name;
@@ -84,10 +72,11 @@ struct Field {
 
     FieldFunctions call;
 
-    bool is_number() const { return kind <= Kind::int64; }
+    const tarnbase::KindFacts &facts() const { return tarnbase::facts_of(kind); }
+    bool is_number() const { return tarnbase::is_number(kind); }
     // Whether its values, or those of its elements, are integers.
     bool is_integer() const { return is_number() || kind == Kind::array; }
-    bool is_signed() const { return kind == Kind::int32 || kind == Kind::int64; }
+    bool is_signed() const { return tarnbase::is_signed(kind); }
 };
 
 struct Structure {

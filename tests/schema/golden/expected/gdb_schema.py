@@ -1,6 +1,22 @@
 # SPDX-License-Identifier: Apache-2.0
 # Made by tarnc from sample.tarn; changes belong there.
-# What the debug information of a program doesn't tell: its types are opaque.
+# What the debug information of a program lacks: its types are opaque.
+
+# Kinds of field: group, type, bytes, whether a number is signed.
+KINDS = {
+    "u_int8": ("number", "u_int8", 1, False),
+    "u_int16": ("number", "u_int16", 2, False),
+    "u_int32": ("number", "u_int32", 4, False),
+    "u_int64": ("number", "u_int64", 8, False),
+    "int32": ("number", "int32", 4, True),
+    "int64": ("number", "int64", 8, True),
+    "boolean": ("boxed", "kel_boolean", 16, False),
+    "enumeration": ("enumeration", "", 16, False),
+    "vstring": ("object", "kel_vstring", 32, False),
+    "address": ("object", "ip_address", 32, False),
+    "structure": ("structure", "", 0, False),
+    "array": ("array", "", 1, False),
+}
 
 # Enumerators by user value.
 ENUMERATIONS = {

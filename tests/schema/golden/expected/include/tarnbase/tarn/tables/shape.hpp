@@ -15,7 +15,7 @@ struct tbl_shape {
     using object_type = shape;
     using c_object_type = ::st_shape;
     using key_type = std::uint32_t;
-    using probe = detail::number_probe<key_type>;
+    using probe = detail::value_probe<key_type>;
 
     static constexpr const char *name = "tbl_shape";
     static const std::uint8_t *luid() noexcept { return ::table_tbl_shape_luid; }
