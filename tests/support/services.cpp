@@ -139,6 +139,20 @@ std::uint32_t *error_word(Arguments... arguments) {
     return found;
 }
 
+// The first argument that is a text, as it is now: the caller's copy may be gone later.
+template <typename... Arguments>
+std::string first_text([[maybe_unused]] std::string_view service, Arguments... arguments) {
+    const char *found = nullptr;
+    [[maybe_unused]] const auto consider = [&found](auto argument) {
+        if constexpr (std::is_same_v<decltype(argument), const char *>) {
+            if (found == nullptr) found = argument;
+        }
+    };
+    (consider(arguments), ...);
+    const bool has_an_end = service != "SuperFastHash";
+    return found != nullptr && has_an_end ? found : "";
+}
+
 template <typename... Arguments>
 std::uint64_t fail_by(const Failure &failure, Arguments... arguments) {
     if (failure.way == Failure::Way::fall_back) {
@@ -169,12 +183,16 @@ struct Shape<R(Arguments...)> {
 struct ServiceForwarder {
     static bool listening() { return current != nullptr && !current->paused_; }
 
-    static std::size_t note(const char *name, std::vector<std::uint64_t> arguments) {
+    static std::size_t note(const char *name, std::vector<std::uint64_t> arguments,
+                            std::string text = {}) {
         ServiceCall call;
         call.name = name;
         call.arguments = std::move(arguments);
-        current->calls_.push_back(std::move(call));
-        return current->calls_.size() - 1;
+        call.text = std::move(text);
+        current->calls_.push_back(call);
+        const std::size_t place = current->calls_.size() - 1;
+        if (current->at_each) current->at_each(call);
+        return place;
     }
 
     static ServiceCall &call(std::size_t place) { return current->calls_[place]; }
@@ -183,7 +201,8 @@ struct ServiceForwarder {
     static const Failure *due(const char *name) {
         const Failure *failure = nullptr;
         for (ServiceRecorder::Wish &wish : current->wishes_) {
-            if (wish.left == 0 || wish.name != name || --wish.left != 0) continue;
+            if (wish.left == 0 || wish.name != name) continue;
+            if (wish.left != ServiceRecorder::every_call && --wish.left != 0) continue;
             current->came_true_ = true;
             failure = &wish.failure;
         }
@@ -203,7 +222,7 @@ struct ServiceForwarder {
                    std::type_identity_t<Arguments>... arguments) {
         if (is_of_the_runtime(caller)) return real(arguments...);
         if (!listening()) return run(name, real, arguments...);
-        const std::size_t place = note(name, {word(arguments)...});
+        const std::size_t place = note(name, {word(arguments)...}, first_text(name, arguments...));
         if (const Failure *failure = due(name)) {
             call(place).failed = true;
             [[maybe_unused]] const std::uint64_t result = fail_by(*failure, arguments...);
@@ -310,6 +329,12 @@ ServiceRecorder::~ServiceRecorder() {
     current = nullptr;
 }
 
+std::vector<std::uint64_t> ServiceCall::arguments_in(std::size_t first, std::size_t end) const {
+    if (first > end || end > arguments.size()) std::abort();
+    const auto begin = arguments.begin();
+    return {begin + static_cast<std::ptrdiff_t>(first), begin + static_cast<std::ptrdiff_t>(end)};
+}
+
 std::vector<ServiceCall> ServiceRecorder::calls(const std::string &name) const {
     std::vector<ServiceCall> found;
     for (const ServiceCall &call : calls_) {
@@ -355,6 +380,16 @@ void ServiceRecorder::fail(const std::string &name, std::size_t n) {
     }
     std::fprintf(stderr, "%s can't fail\n", name.c_str());
     std::abort();
+}
+
+void ServiceRecorder::always_fail(const std::string &name) { fail(name, every_call); }
+
+void ServiceRecorder::always_fail(const std::string &name, std::uint32_t code) {
+    fail(name, every_call, code);
+}
+
+void ServiceRecorder::always_return(const std::string &name, std::uint64_t value) {
+    wishes_.push_back({name, every_call, {Failure::Way::answer, 0, value}});
 }
 
 void ServiceRecorder::fail(const std::string &name, std::size_t n, std::uint32_t code) {
@@ -450,9 +485,7 @@ void ptrail_wrapper(uint16_t module_id, uint32_t level, uint32_t zero, const cha
     va_end(arguments);
     if (ServiceForwarder::listening() &&
         !tarn::test::is_of_the_runtime(__builtin_return_address(0))) {
-        const std::size_t place =
-            ServiceForwarder::note("ptrail_wrapper", {module_id, level, zero});
-        ServiceForwarder::call(place).text = text;
+        ServiceForwarder::note("ptrail_wrapper", {module_id, level, zero}, text);
     }
     real(module_id, level, zero, "%s", text.c_str());
 }
@@ -469,10 +502,11 @@ uint32_t kel_snprintf(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t
         tarn::test::is_of_the_runtime(__builtin_return_address(0))) {
         return real(handle, tx_id, buffer, remaining, err, "%s", text.c_str());
     }
-    const std::size_t place = ServiceForwarder::note(
-        "kel_snprintf", {tarn::test::word(handle), tx_id, tarn::test::word(buffer), remaining,
-                         tarn::test::word(err)});
-    ServiceForwarder::call(place).text = text;
+    const std::size_t place =
+        ServiceForwarder::note("kel_snprintf",
+                               {tarn::test::word(handle), tx_id, tarn::test::word(buffer),
+                                remaining, tarn::test::word(err)},
+                               text);
     if (const auto *failure = ServiceForwarder::due("kel_snprintf")) {
         ServiceForwarder::call(place).failed = true;
         return static_cast<uint32_t>(tarn::test::fail_by(*failure, handle, err));

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,13 +24,17 @@ struct ServiceCall {
     std::vector<std::uint64_t> arguments;  // each as one word; variable ones left out
     std::uint64_t result = 0;              // as one word; 0 of a service without one
     bool failed = false;                   // it was made to fail
-    std::string text;                      // of a call in the manner of printf
+    std::string text;                      // its first text argument, or what printf makes of it
     std::vector<std::uint8_t> before;      // write_log_hook, delta_log_hook: the bytes then
 
     template <typename T>
     T *pointer(std::size_t argument) const {
         return reinterpret_cast<T *>(arguments.at(argument));
     }
+    // Of a service that takes a handle or an arena, then a transaction.
+    std::uint32_t tx_id() const { return static_cast<std::uint32_t>(arguments.at(1)); }
+    // The arguments from one place to before another.
+    std::vector<std::uint64_t> arguments_in(std::size_t first, std::size_t end) const;
 };
 
 // What a service does when it is made to fail: nothing but this.
@@ -66,8 +71,16 @@ class ServiceRecorder {
     // way of its contract, once. The second form has another code or answer.
     void fail(const std::string &name, std::size_t n);
     void fail(const std::string &name, std::size_t n, std::uint32_t code);
+    // The same for every call from now.
+    void always_fail(const std::string &name);
+    void always_fail(const std::string &name, std::uint32_t code);
+    // Every call from now returns this and does nothing else.
+    void always_return(const std::string &name, std::uint64_t value);
     // Takes wishes back, and tells whether one came true since it was made.
     bool stop_failing();
+
+    // Called with each call once it is recorded, before it goes on.
+    std::function<void(const ServiceCall &)> at_each;
 
     // Neither records nor fails while it is paused.
     void pause(bool paused) { paused_ = paused; }
@@ -76,9 +89,10 @@ class ServiceRecorder {
     friend struct ServiceForwarder;
     struct Wish {
         std::string name;
-        std::size_t left = 0;
+        std::size_t left = 0;  // calls until it fails; every_call: each fails
         Failure failure;
     };
+    static constexpr std::size_t every_call = ~std::size_t{0};
     kel_handle *handle_;
     kel_handle original_;
     std::vector<ServiceCall> calls_;
