@@ -358,6 +358,12 @@ std::string ServiceRecorder::order(const std::vector<std::string> &names) const 
     return text;
 }
 
+std::string ServiceRecorder::order() const {
+    std::string text;
+    for (const ServiceCall &call : calls_) text += (text.empty() ? "" : " ") + call.name;
+    return text;
+}
+
 bool ServiceRecorder::announced(const void *address, std::uint64_t length,
                                 std::size_t before_call) const {
     const auto matches = [address, length](const ServiceCall &call) {

@@ -63,6 +63,8 @@ class ServiceRecorder {
     std::size_t count(const std::string &name) const;
     // The names of the calls, in order and joined by blanks, of those named.
     std::string order(const std::vector<std::string> &names) const;
+    // The same of all calls.
+    std::string order() const;
     // Whether these bytes were announced before the call at this place of calls().
     bool announced(const void *address, std::uint64_t length, std::size_t before_call) const;
     void clear() { calls_.clear(); }

@@ -3,46 +3,45 @@
 #include <cstring>
 
 #include "tests/behaviour/every/tabled.h"
-#include "tests/behaviour/table/spies.h"
+#include "tests/support/services.h"
 
 namespace tarn::test {
 namespace {
 
 class TableMessages : public EveryTable {
  protected:
-    TableMessages() { spies.reset(); }
-    ~TableMessages() override { spies.reset(); }
     void expect_once(u32 level, const std::string &text) {
         EXPECT_EQ(trace.count(level, text), 1U) << text << "\n" << trace.all();
     }
+    ServiceRecorder services{handle};
     const std::string table_name = type.name;
     const std::string error = std::strerror(22);
 };
 TARN_EVERY_TABLE(TableMessages);
 
 TEST_P(TableMessages, AnOpenWithoutAMapping) {
-    spies.wishes.no_mapping = true;
+    services.always_return("kel_oid_mapping_create", 0);
     kel_table *made = open("unmapped");
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(err, 0U);
     expect_once(KEL_TRACE_ERROR, "(ERR): Failed to create mapping for " + table_name + " table");
-    spies.wishes = {};
-    spies.wishes.request_unmapping = 1;
+    services.stop_failing();
+    services.always_return("kel_request_oid_mapping_destroy", 1);
     on("table_free", {made, &err});
     EXPECT_EQ(err, 0U);
-    spies.wishes = {};
+    services.stop_failing();
 }
 
 TEST_P(TableMessages, AFreeThatIsRefusedAndOneThatSucceeds) {
     kel_table *made = open("other");
-    spies.wishes.unmapping_error = 22;
+    services.always_fail("kel_request_oid_mapping_destroy");
     on("table_free", {made, &err});
     expect_error(22);
     expect_once(KEL_TRACE_ERROR, "(ERR): " + table_name +
                                      " table free: Failed to request oid mapping destroy for "
                                      "table. Error " +
                                      error);
-    spies.wishes = {};
+    services.stop_failing();
     const std::string removed = "(debug): " + table_name +
                                 " table free: Successfully removed OID mapping for " + table_name;
     const std::size_t before = trace.count(KEL_TRACE_DEBUG, removed);
@@ -69,13 +68,13 @@ TEST_P(TableMessages, ARecordThatCannotBeUnmapped) {
     record->flags |= KEL_RECORD_HD_MAPPED;
     const auto enabled = handle->hd_mapping_enabled;
     handle->hd_mapping_enabled = 1;
-    spies.wishes.hd_mapping_error = 22;
+    services.always_fail("kel_hd_mapping_destroy");
     on("destroy_record", {record, &err});
     expect_error(22);
     expect_once(KEL_TRACE_ERROR, "(ERR): " + table_name +
                                      " destroy: Failed to remove oid mapping for object. Error " +
                                      error);
-    spies.wishes = {};
+    services.stop_failing();
     record->flags = 0;
     record->ref_count = 1;
     handle->hd_mapping_enabled = enabled;
@@ -85,11 +84,11 @@ TEST_P(TableMessages, ARecordThatCannotBeUnmapped) {
 TEST_P(TableMessages, ARequestForDestructionThatFails) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
-    spies.wishes.request_destroy_error = 22;
+    services.always_fail("keldb_request_record_destroy");
     on("request_record_destroy", {table, record, &err});
     expect_error(22);
     expect_once(KEL_TRACE_ERROR, "(ERR): " + table_name + " request destroy record failed");
-    spies.wishes = {};
+    services.stop_failing();
     kel_table_set_replication(handle, tx, table, 0, 0);
 }
 
@@ -99,14 +98,14 @@ TEST_P(TableMessages, AnObjectThatAFieldRefuses) {
         auto *record = on<kel_record *>("create_record", {&err});
         const Typed typed(*of, handle);
         void *object_of = typed.create();
-        spies.wishes.validation = 77;
+        services.always_fail("kellib_validate_object_flags", 77);
         const std::size_t from = trace.lines.size();
         on(slot(*of, "set_field"), {record, object_of});
         EXPECT_EQ(handle->last_error, 77U);
         kel_clear_last_error(handle);
         on(slot(*of, "free_and_set_field"), {record, object_of});
         EXPECT_EQ(handle->last_error, 77U);
-        spies.wishes = {};
+        services.stop_failing();
         kel_clear_last_error(handle);
         ASSERT_EQ(trace.lines.size(), from + 2) << trace.all();
         EXPECT_EQ(trace.lines[from].text,

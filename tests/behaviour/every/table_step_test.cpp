@@ -6,21 +6,21 @@
 #include <set>
 
 #include "tests/behaviour/every/tabled.h"
-#include "tests/behaviour/table/spies.h"
+#include "tests/support/hooks.h"
+#include "tests/support/services.h"
 
 namespace tarn::test {
 namespace {
 
 class TableSteps : public EveryTable {
  protected:
-    TableSteps() { spies.reset(); }
-    ~TableSteps() override { spies.reset(); }
     std::size_t record_size() const {
         return composite() ? sizeof(kel_record) : std::size_t{KEL_RECORD_SIZE};
     }
     kel_variant_usage &usage_of(const kel_type_info *descriptor) {
         return descriptor->variant_info->variants[0];
     }
+    ServiceRecorder services{handle};
 };
 TARN_EVERY_TABLE(TableSteps);
 
@@ -28,7 +28,7 @@ TEST_P(TableSteps, AnOpenMakesOneBlockOutsideTheTransactionAndMapsIt) {
     for (const std::string &twin : twins) {
         HookRecorder hooks(handle);
         hooks.soil_allocations(true);
-        spies.clear();
+        services.clear();
         const std::string form = "table_open_by_ior_with_name" + twin;
         auto *made = call<kel_table *>(name(form), {handle, 42, "u", u64{77}, 0, &err});
         ASSERT_NE(made, nullptr);
@@ -43,12 +43,12 @@ TEST_P(TableSteps, AnOpenMakesOneBlockOutsideTheTransactionAndMapsIt) {
         const std::size_t named = offsetof(kel_table, table_name);
         EXPECT_EQ(0, std::memcmp(reinterpret_cast<u8 *>(&expected) + named,
                                  reinterpret_cast<u8 *>(made) + named, sizeof expected - named));
-        EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).tx_id, 42U);
-        EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).arguments,
+        EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).tx_id(), 42U);
+        EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).arguments_in(3, 6),
                   (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 77}));
-        spies.clear();
+        services.clear();
         EXPECT_EQ(on<kel_table *>("table_open" + twin, {"mapped", 0, &err})->open_mode, 0U);
-        EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).arguments,
+        EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).arguments_in(3, 6),
                   (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0}));
         const u64 destroyed = usage_of(made->descriptor).destroyed;
         on("table_free" + twin, {on<kel_table *>("table_open", {"mapped", 1, &err}), &err});
@@ -72,10 +72,10 @@ TEST_P(TableSteps, ANameThatDoesNotFitIsErrorSeven) {
 
 TEST_P(TableSteps, ATableInUseIsErrorElevenAtItsFree) {
     for (const std::string &twin : twins) {
-        spies.wishes.request_unmapping = 0;
+        services.always_return("kel_request_oid_mapping_destroy", 0);
         on("table_free" + twin, {table, &err});
         expect_error(11);
-        spies.wishes = {};
+        services.stop_failing();
         EXPECT_EQ(on<kel_table *>("table_open" + twin, {"t", 1, &err}), table);
     }
 }
@@ -186,9 +186,14 @@ TEST_P(TableSteps, AttachingTellsOfThePointerBeforeItIsStored) {
 TEST_P(TableSteps, TheHeaderOfAFrameSaysWhatFollows) {
     kel_record *record = make(1);
     handle->header_stamp = 0x01020304;
+    kel_message_header header;
+    services.at_each = [&](const ServiceCall &call) {
+        if (call.name != "_kel_message_header_marshal") return;
+        header = *call.pointer<const kel_message_header>(3);
+    };
     for (const std::string &twin : twins) {
+        header = {};
         const std::vector<u8> bytes = frame(record, twin);
-        const kel_message_header &header = spies.last_header;
         EXPECT_EQ(header.marker, 188U);
         for (const u8 filler : header.filler) EXPECT_EQ(filler, 255U);
         EXPECT_EQ(header.state_tracked != 0, is_tracking(handle));

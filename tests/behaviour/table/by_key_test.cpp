@@ -27,7 +27,7 @@ TEST_P(ByKey, StepsStandAtTheKeysPlace) {
     EXPECT_EQ(s.index.prev_by_key(handle, tx, table, absent.value(), &err), a);
     EXPECT_EQ(s.index.prev_by_key(handle, tx, table, last.value(), &err), a);
     EXPECT_EQ(err, 0U);
-    spies.clear();
+    services.clear();
     s.index.next_by_key(handle, tx, table, present.value(), &err);
     EXPECT_EQ(reported(), (Reported{a, c}));
 }
@@ -78,18 +78,18 @@ TEST_P(ByKey, AHitReportsTheRecordAtTheKeyAndTheNextOneAMissTheNearestTwice) {
     const Key present(s, handle, 0);
     const Key absent(s, handle, 1);
     const Key last(s, handle, 2);
-    spies.clear();
+    services.clear();
     s.index.next_by_key(handle, tx, table, present.value(), &err);
-    EXPECT_EQ(spies.count("e_avl_search"), 1U);
+    EXPECT_EQ(services.count("e_avl_search"), 1U);
     EXPECT_EQ(reported(), (Reported{a, c}));
     s.index.prev_by_key(handle, tx, table, last.value(), &err);
-    EXPECT_EQ(spies.count("e_avl_search"), 1U);
+    EXPECT_EQ(services.count("e_avl_search"), 1U);
     EXPECT_EQ(reported(), (Reported{c, a}));
     s.index.next_by_key(handle, tx, table, absent.value(), &err);
-    EXPECT_EQ(spies.count("e_avl_search"), 2U);
+    EXPECT_EQ(services.count("e_avl_search"), 2U);
     EXPECT_EQ(reported(), (Reported{c, c}));
     s.index.prev_by_key(handle, tx, table, absent.value(), &err);
-    EXPECT_EQ(spies.count("e_avl_search"), 2U);
+    EXPECT_EQ(services.count("e_avl_search"), 2U);
     EXPECT_EQ(reported(), (Reported{a, a}));
 }
 
@@ -98,8 +98,8 @@ TEST_P(ByKey, AFailedReportOfTheRecordAtTheKeyEndsTheStep) {
     kel_record *b = put(1);
     const Key key(s, handle, 0);
     const Key behind(s, handle, 1);
-    spies.wishes.cache_error = 12;
-    spies.clear();
+    services.always_fail("kelrepl_add_to_cache");
+    services.clear();
     EXPECT_EQ(s.index.next_by_key(handle, tx, table, key.value(), &err), nullptr);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(reported(), Reported{a});
@@ -115,7 +115,7 @@ TEST_P(ByKey, AHiddenRecordAtTheKeyCountsAsAMiss) {
     kel_record *c = put(2);
     set_pending(b);
     const Key key(s, handle, 1);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.next_by_key_not_pending(handle, tx, table, key.value(), &err), c);
     EXPECT_EQ(reported(), (Reported{c, c}));
     EXPECT_EQ(s.index.prev_by_key_not_pending(handle, tx, table, key.value(), &err), a);

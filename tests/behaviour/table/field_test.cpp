@@ -64,7 +64,8 @@ TEST_P(Fields, AreNullUntilAnObjectIsAttached) {
         commit();
         destroy(record);
     }
-    EXPECT_EQ(spies.of("kellib_validate_object_flags").at(0).arguments, (std::vector<u64>{1, 1}));
+    EXPECT_EQ(services.calls("kellib_validate_object_flags").at(0).arguments_in(1, 3),
+              (std::vector<u64>{1, 1}));
 }
 
 TEST_P(Fields, RefuseAnObjectThatIsInARecord) {
@@ -201,20 +202,22 @@ TEST_P(Fields, ARefusalIsReportedByItsNumber) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         void *object = slot.slot->create(handle, tx);
-        spies.wishes.validation = 77;
+        services.always_fail("kellib_validate_object_flags", 77);
         for (const auto form : {slot.slot->set, slot.slot->free_and_set}) {
-            spies.clear();
+            services.clear();
             HookRecorder hooks(handle);
             form(handle, tx, record, object);
             EXPECT_EQ(handle->last_error, 77U);
-            EXPECT_EQ(spies.of("kellib_validate_object_flags").at(0).subject, object);
-            EXPECT_EQ(spies.of("kellib_validate_object_flags").at(0).arguments,
+            EXPECT_EQ(services.calls("kellib_validate_object_flags").at(0).pointer<const void>(0),
+                      object);
+            EXPECT_EQ(services.calls("kellib_validate_object_flags").at(0).arguments_in(1, 3),
                       (std::vector<u64>{1, 1}));
-            EXPECT_EQ(spies.of("kel_store_err").at(0).arguments, std::vector<u64>{77});
+            EXPECT_EQ(services.calls("kel_store_err").at(0).arguments_in(1, 2),
+                      std::vector<u64>{77});
             EXPECT_EQ(slot.place(record), nullptr);
             EXPECT_TRUE(hooks.events.empty());
         }
-        spies.wishes.validation.reset();
+        services.stop_failing();
         slot.slot->destroy(handle, tx, object);
         destroy(record);
     }
@@ -225,13 +228,13 @@ TEST_P(Fields, AreSetAndDetachedWhateverTheLastErrorIs) {
         kel_record *record = empty();
         void *object = slot.slot->create(handle, tx);
         handle->last_error = 22;
-        spies.clear();
+        services.clear();
         slot.slot->set(handle, tx, record, object);
         EXPECT_EQ(slot.slot->get(handle, tx, record), object);
         EXPECT_EQ(slot.slot->detach(handle, tx, record), object);
         slot.slot->free_and_set(handle, tx, record, nullptr);
         EXPECT_EQ(handle->last_error, 22U);
-        EXPECT_EQ(spies.count("kel_clear_last_error"), 0U);
+        EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
         slot.slot->destroy(handle, tx, object);
         destroy(record);
     }
@@ -239,9 +242,9 @@ TEST_P(Fields, AreSetAndDetachedWhateverTheLastErrorIs) {
 
 TEST_P(Fields, ReadingOneReportsNothing) {
     kel_record *record = put(1);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.object.get(handle, tx, record), record->object);
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
 }
 
 }  // namespace

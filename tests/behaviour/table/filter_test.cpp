@@ -8,17 +8,16 @@ namespace {
 
 class Filters : public ReadTest {
  protected:
-    std::size_t steps() { return spies.count("e_avl_get_next") + spies.count("e_avl_get_prev"); }
-    // The services of one read; forgets them.
-    std::string services() {
-        const std::string text = spies.order({"kel_clear_last_error", "mt_get_tenant_id",
-                                              "e_avl_get_first", "e_avl_get_last", "e_avl_get_next",
-                                              "e_avl_get_prev", "kelrepl_add_to_cache"});
-        spies.clear();
-        return text;
+    std::size_t steps() {
+        return services.count("e_avl_get_next") + services.count("e_avl_get_prev");
     }
-    static std::uint64_t word(const void *pointer) {
-        return reinterpret_cast<std::uintptr_t>(pointer);
+    // The services of one read; forgets them.
+    std::string services_of_read() {
+        const std::string text = services.order(
+            {"kel_clear_last_error", "mt_get_tenant_id", "e_avl_get_first", "e_avl_get_last",
+             "e_avl_get_next", "e_avl_get_prev", "kelrepl_add_to_cache"});
+        services.clear();
+        return text;
     }
 };
 TARN_EACH_TABLE_AND_MODE(Filters);
@@ -28,23 +27,23 @@ TEST_P(Filters, CostOneStepOfTheTreeAnEntrySteppedOver) {
     put(0, 7);
     put(1, 9);
     kel_record *d = put(2);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.next(handle, tx, table, a, &err), d);
-    EXPECT_EQ(services(),
+    EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_next e_avl_get_next e_avl_get_next "
               "kelrepl_add_to_cache");
     EXPECT_EQ(s.by_key.prev(handle, tx, table, d, &err), a);
-    EXPECT_EQ(services(),
+    EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_prev e_avl_get_prev e_avl_get_prev "
               "kelrepl_add_to_cache");
     EXPECT_EQ(s.by_key.first_by_src(handle, tx, table, 9, &err), find(1, 9));
-    spies.clear();
+    services.clear();
     s.by_key.first_by_src(handle, tx, table, 9, &err);
-    EXPECT_EQ(services(),
+    EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_first e_avl_get_next e_avl_get_next "
               "kelrepl_add_to_cache");
     s.by_key.last_by_src(handle, tx, table, 7, &err);
-    EXPECT_EQ(services(),
+    EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_last e_avl_get_prev e_avl_get_prev "
               "kelrepl_add_to_cache");
 }
@@ -53,17 +52,16 @@ TEST_P(Filters, StepFromEachEntryByTheTablesOrder) {
     kel_record *a = put(0);
     kel_record *between = put(1, 7);
     put(2);
-    spies.clear();
+    services.clear();
     s.by_key.next(handle, tx, table, a, &err);
-    const std::vector<Call> calls = spies.of("e_avl_get_next");
+    const std::vector<ServiceCall> calls = services.calls("e_avl_get_next");
     ASSERT_EQ(calls.size(), 2U);
-    EXPECT_EQ(calls[0].subject, &a->index_node);
-    EXPECT_EQ(calls[1].subject, &between->index_node);
-    for (const Call &call : calls) {
-        EXPECT_EQ(call.arguments,
-                  (std::vector<u64>{word(table->index_root),
-                                    reinterpret_cast<std::uintptr_t>(s.index.compare)}));
-    }
+    const auto expected = [&](const kel_record *from) {
+        return std::vector<u64>{word(table->index_root), word(&from->index_node),
+                                word(s.index.compare)};
+    };
+    EXPECT_EQ(calls[0].arguments, expected(a));
+    EXPECT_EQ(calls[1].arguments, expected(between));
 }
 
 // An entry that would be stepped over within the run ends a walk behind it.
@@ -75,14 +73,14 @@ TEST_P(Filters, OfTheTenantComeBeforeThoseOfSourceAndPendingDestroy) {
     put_for(5, 0, 7);
     kel_record *high = put_for(6, 0);
     kel_thread_set_tenant(2);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.next(handle, tx, table, low, &err), nullptr);
     EXPECT_EQ(steps(), 1U);
     set_pending(second);
     EXPECT_EQ(s.index.next_not_pending(handle, tx, table, low, 7, &err), nullptr);
     EXPECT_EQ(s.by_key.next_ignore_src(handle, tx, table, low, &err), nullptr);
     kel_thread_set_tenant(4);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.prev(handle, tx, table, high, &err), nullptr);
     EXPECT_EQ(steps(), 1U);
     EXPECT_EQ(s.by_key.prev_ignore_src(handle, tx, table, high, &err), nullptr);
@@ -94,17 +92,17 @@ TEST_P(Filters, OfAScanFromAnEndTryTheSourceBeforeTheTenant) {
     put_for(1, 0, 1);
     put_for(2, 0, 7);
     put_for(3, 0, 1);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.first_by_src(handle, tx, table, 7, &err), nullptr);
     EXPECT_EQ(steps(), 1U);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.first(handle, tx, table, &err), nullptr);
     EXPECT_EQ(steps(), 0U);
     kel_thread_set_tenant(4);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.last_by_src(handle, tx, table, 7, &err), nullptr);
     EXPECT_EQ(steps(), 1U);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.last(handle, tx, table, &err), nullptr);
     EXPECT_EQ(steps(), 0U);
 }
@@ -116,7 +114,7 @@ TEST_P(Filters, OfAScanFromAnEndPassThroughTheRunsOfTheTenantsBefore) {
     put_for(4, 0);
     kel_thread_set_tenant(3);
     for (const Traversal *t : names()) {
-        spies.clear();
+        services.clear();
         EXPECT_EQ(t->first(handle, tx, table, &err), record);
         EXPECT_EQ(steps(), 2U);
         EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), record);
@@ -148,7 +146,7 @@ TEST_P(Filters, LeaveTheRecordThatIsAnsweredToBeReportedOnce) {
     put(2, 7);
     const auto expect_one_report = [&](const Reads &reads) {
         for (const auto &read : reads) {
-            spies.clear();
+            services.clear();
             kel_record *record = read();
             EXPECT_EQ(reported(), record == nullptr ? Reported{} : Reported{record});
         }
@@ -171,7 +169,7 @@ TEST_P(Filters, NeverLetAShadowBeReported) {
     kel_record *shadow = put(0, 255);
     kel_record *behind = put(1, 1);
     const Key key(s, handle, 0);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.next_internal(handle, tx, table, before, 255, 1, 1, &err), shadow);
     EXPECT_EQ(s.index.prev_internal(handle, tx, table, behind, 0, 0, 0, &err), shadow);
     EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 255, &err), shadow);

@@ -47,8 +47,7 @@ Key::Key(const Subject &subject, kel_handle *handle, u32 number)
 Key::~Key() { subject_.plain.pkey_destroy(handle_, KEL_TX_NONE, holder_); }
 
 TableFixture::TableFixture(const Subject &subject, Mode mode)
-    : s(subject), session(mode), handle(session.handle()) {
-    spies.reset();
+    : s(subject), session(mode), handle(session.handle()), services(handle) {
     table = s.plain.open(handle, KEL_TX_NONE, "t", 0, &err);
     if (table == nullptr) throw std::runtime_error("the table can't be opened");
 }
@@ -56,7 +55,6 @@ TableFixture::TableFixture(const Subject &subject, Mode mode)
 TableFixture::~TableFixture() {
     kel_thread_set_tenant(0);
     kel_thread_set_correlation(0, 0);
-    spies.reset();
 }
 
 kel_record *TableFixture::make(u32 key, u32 src, u32 value) {
@@ -113,8 +111,15 @@ u64 TableFixture::settled_blocks() {
         kel_thread_set_tenant(tenant);
         destroy(put(0));
     }
-    spies.clear();
+    services.clear();
     return session.blocks();
+}
+
+void TableFixture::note_header(kel_message_header &header) {
+    services.at_each = [&header](const ServiceCall &call) {
+        if (call.name != "_kel_message_header_marshal") return;
+        header = *call.pointer<const kel_message_header>(3);
+    };
 }
 
 u32 TableFixture::key_of(kel_record *record) { return s.get_key(handle, key_holder(record)); }

@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/behaviour/table/spies.h"
 #include "tests/behaviour/table/subject.h"
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"
+#include "tests/support/services.h"
 #include "tests/support/trace.h"
 
 namespace tarn::test {
@@ -69,12 +69,15 @@ class TableFixture {
     // Sets the pending bit as the runtime does it.
     void set_pending(kel_record *record);
     void *key_holder(kel_record *record);
+    // Keeps the message header that is written from now on.
+    void note_header(kel_message_header &header);
     // Blocks of the store, once it has made what it makes once and for all.
     u64 settled_blocks();
 
     const Subject &s;
     Session session;
     kel_handle *const handle;
+    ServiceRecorder services;
     u32 tx = KEL_TX_NONE;
     u32 err = 0;
     kel_table *table = nullptr;
@@ -97,6 +100,12 @@ class LdapTest : public ::testing::Test, protected TableFixture {
 #define TARN_EACH_TABLE(suite)                                                                \
     INSTANTIATE_TEST_SUITE_P(Tables, suite, ::testing::ValuesIn(::tarn::test::table_cases()), \
                              ::tarn::test::case_name)
+
+// A pointer as a recorded call has it.
+template <typename T>
+u64 word(T *pointer) {
+    return reinterpret_cast<std::uintptr_t>(pointer);
+}
 
 // Runs `body` in a process of its own: a table's root cache is as wide as the
 // process, so that a process can open tables by id in one store only.

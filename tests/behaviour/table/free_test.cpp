@@ -21,14 +21,14 @@ TEST_P(Free, TakesTheBlockOutOfStoreAndListAndGivesItBack) {
     const u64 before = destroyed();
     TraceCapture trace;
     HookRecorder hooks(handle);
-    spies.clear();
+    services.clear();
     s.plain.free(handle, tx, second, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(destroyed(), before + 1);
     EXPECT_EQ(table->toc_next, third);
     EXPECT_EQ(third->toc_prev, &table->toc_next);
-    EXPECT_EQ(spies.of("loam_delete_key").at(0).text, stored_name("second"));
-    EXPECT_EQ(spies.of("kellib_database_table_toc_create").at(0).tx_id, KEL_TX_NONE);
+    EXPECT_EQ(services.calls("loam_delete_key").at(0).text, stored_name("second"));
+    EXPECT_EQ(services.calls("kellib_database_table_toc_create").at(0).tx_id(), KEL_TX_NONE);
     EXPECT_EQ(hooks.count(Hook::write_log), 0U);
     EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
     EXPECT_EQ(hooks.of(Hook::free).at(0).address, second);
@@ -52,7 +52,7 @@ TEST_P(Free, TakesTheBlockOutOfStoreAndListAndGivesItBack) {
 
 TEST_P(Free, ReportsAFailedUnmappingAndLeavesEverything) {
     TraceCapture trace;
-    spies.wishes.unmapping_error = 22;
+    services.always_fail("kel_request_oid_mapping_destroy");
     s.plain.free(handle, tx, table, &err);
     EXPECT_EQ(err, 22U);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
@@ -62,21 +62,21 @@ TEST_P(Free, ReportsAFailedUnmappingAndLeavesEverything) {
                               std::strerror(22)),
               1U)
         << trace.all();
-    spies.wishes.unmapping_error = 0;
+    services.stop_failing();
     err = 0;
     EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
 }
 
 TEST_P(Free, ATableThatIsStillReferencedStaysFullyUsable) {
     put(1);
-    spies.wishes.request_unmapping = 0;
+    services.always_return("kel_request_oid_mapping_destroy", 0);
     const kel_table before = *table;
     s.plain.free(handle, tx, table, &err);
     EXPECT_EQ(err, 11U);
     EXPECT_EQ(handle->last_error, 11U);
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
     err = 0;
-    spies.wishes.request_unmapping.reset();
+    services.stop_failing();
     EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
     EXPECT_NE(find(1), nullptr);
     put(2);
@@ -85,35 +85,30 @@ TEST_P(Free, ATableThatIsStillReferencedStaysFullyUsable) {
 TEST_P(Free, StopsWhenTheTableListCannotBeHad) {
     const u64 before = destroyed();
     HookRecorder hooks(handle);
-    spies.wishes.toc_error = 12;
+    services.always_fail("kellib_database_table_toc_create");
     s.plain.free(handle, tx, table, &err);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(hooks.count(Hook::free), 0U);
     EXPECT_EQ(destroyed(), before);
-    EXPECT_EQ(spies.count("loam_delete_key"), 1U);
+    EXPECT_EQ(services.count("loam_delete_key"), 1U);
     EXPECT_EQ(kel_store_first_table(session.store()), table);
 }
 
 TEST_P(Free, ClearsTheLastErrorThenUnmapsThenForgetsTheKeyThenFetchesTheList) {
     begin();
     handle->last_error = 22;
-    spies.clear();
-    HookRecorder hooks(handle);
+    services.clear();
     s.plain.free(handle, tx, table, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
-    ASSERT_EQ(spies.calls.size(), 4U);
-    EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
-    EXPECT_EQ(spies.calls[1].service, "kel_request_oid_mapping_destroy");
-    EXPECT_EQ(spies.calls[1].tx_id, tx);
-    EXPECT_EQ(spies.calls[1].subject, table);
-    EXPECT_EQ(spies.calls[2].service, "loam_delete_key");
-    EXPECT_EQ(spies.calls[3].service, "kellib_database_table_toc_create");
-    EXPECT_EQ(spies.calls[3].tx_id, KEL_TX_NONE);
-    ASSERT_EQ(hooks.events.size(), 1U);
-    EXPECT_EQ(hooks.events[0].hook, Hook::free);
-    EXPECT_EQ(hooks.events[0].address, table);
-    EXPECT_EQ(hooks.events[0].tx_id, tx);
+    EXPECT_EQ(services.order(),
+              "kel_clear_last_error kel_request_oid_mapping_destroy ptrail_wrapper "
+              "loam_delete_key kellib_database_table_toc_create free_hook");
+    EXPECT_EQ(services.calls("kel_request_oid_mapping_destroy").at(0).arguments_in(1, 3),
+              (std::vector<u64>{tx, word(table)}));
+    EXPECT_EQ(services.calls("kellib_database_table_toc_create").at(0).tx_id(), KEL_TX_NONE);
+    EXPECT_EQ(services.calls("free_hook").at(0).arguments_in(1, 3),
+              (std::vector<u64>{tx, word(table)}));
     commit();
 }
 
@@ -130,13 +125,13 @@ TEST_P(Free, LooksAtNoRecordAndLeavesThemAllBehind) {
     kel_record *record = put(1);
     const kel_record before = *record;
     void *const object = record->object;
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     s.plain.free(handle, tx, table, &err);
     EXPECT_EQ(err, 0U);
     ASSERT_EQ(hooks.events.size(), 1U);
     EXPECT_EQ(hooks.events[0].hook, Hook::free);
-    EXPECT_EQ(spies.count("e_avl_delete"), 0U);
+    EXPECT_EQ(services.count("e_avl_delete"), 0U);
     EXPECT_EQ(0, std::memcmp(&before, record, s.record_size()));
     EXPECT_EQ(s.get_value(handle, object), 0U);
     EXPECT_EQ(key_of(record), 1U);

@@ -26,9 +26,9 @@ class IndexSteps : public TableTest {
         return {s.plain.insert, s.unsafe.insert, s.plain.pkey_insert, s.unsafe.pkey_insert};
     }
     void watch(const kel_record *record) {
-        spies.clear();
-        spies.at_each = [=, this](const std::string &service) {
-            found.insert({service,
+        services.clear();
+        services.at_each = [=, this](const ServiceCall &call) {
+            found.insert({call.name,
                           {record->table, record->flags, table->record_count,
                            table->src_counts[record->src]}});
         };
@@ -39,9 +39,6 @@ class IndexSteps : public TableTest {
         EXPECT_EQ(found[service].flags, flags) << service;
         EXPECT_EQ(found[service].count, count) << service;
         EXPECT_EQ(found[service].src_count, count) << service;
-    }
-    static std::uint64_t word(const void *pointer) {
-        return reinterpret_cast<std::uintptr_t>(pointer);
     }
 
     std::map<std::string, Found> found;
@@ -59,16 +56,16 @@ TEST_P(IndexSteps, InsertGoesFromTheTreeToTheLinkTheCountsTheTenantTheFlagsAndTh
     expect("kel_get_instance_modified", table, 0, 0);
     expect("keldb_update_tenant_counter", table, 0, 1);
     expect("keldb_enq_rec_move_write_cursor_internal", table, KEL_RECORD_IN_INDEX, 1);
-    EXPECT_EQ(spies.order({"e_avl_insert", "mt_get_tenant_id", "keldb_update_tenant_counter",
-                           "keldb_enq_rec_move_write_cursor_internal"}),
+    EXPECT_EQ(services.order({"e_avl_insert", "mt_get_tenant_id", "keldb_update_tenant_counter",
+                              "keldb_enq_rec_move_write_cursor_internal"}),
               "e_avl_insert mt_get_tenant_id keldb_update_tenant_counter "
               "keldb_enq_rec_move_write_cursor_internal");
-    const Call counter = spies.of("keldb_update_tenant_counter").at(0);
-    EXPECT_EQ(counter.subject, table);
-    EXPECT_EQ(counter.tx_id, tx);
-    const Call cursor = spies.of("keldb_enq_rec_move_write_cursor_internal").at(0);
-    EXPECT_EQ(cursor.extra, table);
-    EXPECT_EQ(cursor.tx_id, tx);
+    const ServiceCall counter = services.calls("keldb_update_tenant_counter").at(0);
+    EXPECT_EQ(counter.pointer<kel_table>(2), table);
+    EXPECT_EQ(counter.tx_id(), tx);
+    const ServiceCall cursor = services.calls("keldb_enq_rec_move_write_cursor_internal").at(0);
+    EXPECT_EQ(cursor.pointer<kel_table>(2), table);
+    EXPECT_EQ(cursor.tx_id(), tx);
 }
 
 TEST_P(IndexSteps, DeleteGoesFromTheTreeToTheLinkTheFlagTheCountsAndTheTenant) {
@@ -81,7 +78,7 @@ TEST_P(IndexSteps, DeleteGoesFromTheTreeToTheLinkTheFlagTheCountsAndTheTenant) {
     expect("e_avl_delete", table, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED, 1);
     expect("mt_get_tenant_id", nullptr, KEL_RECORD_IN_INDEX, 0);
     expect("keldb_update_tenant_counter", nullptr, KEL_RECORD_IN_INDEX, 0);
-    EXPECT_EQ(spies.order({"e_avl_delete", "mt_get_tenant_id", "keldb_update_tenant_counter"}),
+    EXPECT_EQ(services.order({"e_avl_delete", "mt_get_tenant_id", "keldb_update_tenant_counter"}),
               "e_avl_delete mt_get_tenant_id keldb_update_tenant_counter");
 }
 
@@ -91,12 +88,12 @@ TEST_P(IndexSteps, BothBeginByClearingTheLastError) {
         for (const Change removal : {s.plain.remove, s.unsafe.remove}) {
             for (const Change change : {entry, removal}) {
                 handle->last_error = 22;
-                spies.clear();
+                services.clear();
                 change(handle, tx, table, record, &err);
                 EXPECT_EQ(err, 0U);
                 EXPECT_EQ(handle->last_error, 0U);
-                ASSERT_FALSE(spies.calls.empty());
-                EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
+                ASSERT_FALSE(services.calls().empty());
+                EXPECT_EQ(services.calls()[0].name, "kel_clear_last_error");
             }
         }
     }
@@ -105,17 +102,14 @@ TEST_P(IndexSteps, BothBeginByClearingTheLastError) {
 TEST_P(IndexSteps, TheTreeIsGivenTheTablesAnchorsAndOrder) {
     begin();
     kel_record *record = make(1);
-    spies.clear();
+    services.clear();
     insert(record);
     remove(record);
     for (const char *service : {"e_avl_insert", "e_avl_delete"}) {
-        const Call call = spies.of(service).at(0);
-        EXPECT_EQ(call.subject, &record->index_node);
-        EXPECT_EQ(call.tx_id, tx);
-        EXPECT_EQ(call.arguments,
-                  (std::vector<u64>{word(handle->arena), word(&table->index_root),
-                                    word(&table->index_aux),
-                                    reinterpret_cast<std::uintptr_t>(s.index.compare)}));
+        EXPECT_EQ(services.calls(service).at(0).arguments,
+                  (std::vector<u64>{word(handle->arena), tx, word(&table->index_root),
+                                    word(&record->index_node), word(&table->index_aux),
+                                    word(s.index.compare)}));
     }
     commit();
 }
@@ -124,8 +118,8 @@ TEST_P(IndexSteps, FlagsAreThoseFromBeforeTheTreeWasReached) {
     constexpr u8 early = 0x40, late = 0x80;
     kel_record *record = make(1);
     const auto meanwhile = [&](const char *wanted, u8 flags) {
-        spies.at_each = [=](const std::string &service) {
-            if (service == wanted) record->flags = flags;
+        services.at_each = [=](const ServiceCall &call) {
+            if (call.name == wanted) record->flags = flags;
         };
     };
     record->flags = early;
@@ -136,13 +130,13 @@ TEST_P(IndexSteps, FlagsAreThoseFromBeforeTheTreeWasReached) {
     meanwhile("e_avl_delete", KEL_RECORD_PKEY_INSERTED);
     remove(record);
     EXPECT_EQ(record->flags, KEL_RECORD_PKEY_INSERTED);
-    spies.at_each = nullptr;
+    services.at_each = nullptr;
     s.plain.pkey_insert(handle, tx, table, record, &err);
     record->flags |= early;
     meanwhile("e_avl_delete", late);
     remove(record);
     EXPECT_EQ(record->flags, early | KEL_RECORD_IN_INDEX);
-    spies.at_each = nullptr;
+    services.at_each = nullptr;
     record->flags = 0;
 }
 
@@ -166,16 +160,16 @@ TEST_P(IndexSteps, AnErrorIsInTheWordBeforeTheHandleHasIt) {
     kel_record *inside = put(1);
     kel_record *outside = make(1);
     u32 at_the_store = 0;
-    spies.at_each = [&](const std::string &service) {
-        if (service == "kel_store_err") at_the_store = err;
+    services.at_each = [&](const ServiceCall &call) {
+        if (call.name == "kel_store_err") at_the_store = err;
     };
     const auto expect_error = [&](Change change, kel_record *record, u32 error) {
-        spies.clear();
+        services.clear();
         at_the_store = 0;
         change(handle, tx, table, record, &err);
         EXPECT_EQ(at_the_store, error);
-        ASSERT_EQ(spies.count("kel_store_err"), 1U);
-        EXPECT_EQ(spies.of("kel_store_err")[0].arguments, std::vector<u64>{error});
+        ASSERT_EQ(services.count("kel_store_err"), 1U);
+        EXPECT_EQ(services.calls("kel_store_err")[0].arguments_in(1, 2), std::vector<u64>{error});
         err = 0;
     };
     for (const Change entry : inserts()) expect_error(entry, outside, 17);
@@ -192,13 +186,13 @@ TEST_P(IndexSteps, ARefusedInsertStopsAtTheTree) {
     put(1, 1, 6);
     kel_record *second = make(1, 1, 5);
     for (const Change entry : inserts()) {
-        spies.clear();
+        services.clear();
         entry(handle, tx, table, second, &err);
         EXPECT_EQ(err, 17U);
         err = 0;
-        EXPECT_EQ(spies.count("kel_get_instance_modified"), 0U);
-        EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
-        EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+        EXPECT_EQ(services.count("kel_get_instance_modified"), 0U);
+        EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
+        EXPECT_EQ(services.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
     }
     EXPECT_NE(s.plain.is_modified(handle, tx, second, &err), 0U) << "its marks stay";
 }
@@ -211,12 +205,12 @@ TEST_P(IndexSteps, ARefusedDeleteStopsBeforeTheTree) {
     const kel_record before = *record;
     HookRecorder hooks(handle);
     for (const Change removal : {s.plain.remove, s.unsafe.remove}) {
-        spies.clear();
+        services.clear();
         removal(handle, tx, table, record, &err);
         EXPECT_EQ(err, 22U);
         err = 0;
-        EXPECT_EQ(spies.count("e_avl_delete"), 0U);
-        EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
+        EXPECT_EQ(services.count("e_avl_delete"), 0U);
+        EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
     }
     EXPECT_EQ(0, std::memcmp(&before, record, s.record_size()));
     EXPECT_TRUE(hooks.events.empty());
@@ -227,11 +221,11 @@ TEST_P(IndexSteps, ADeleteThatFindsNothingCountsNothing) {
     kel_thread_set_tenant(5);
     put(2);
     kel_record *record = make(1);
-    spies.clear();
+    services.clear();
     s.plain.remove(handle, tx, table, record, &err);
     EXPECT_EQ(err, 2U);
-    EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
-    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
+    EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
+    EXPECT_EQ(services.count("keldb_update_tenant_counter"), 0U);
     EXPECT_EQ(table->record_count, 1U);
     EXPECT_EQ(table->src_counts[1], 1U);
 }
@@ -240,11 +234,11 @@ TEST_P(IndexSteps, ACountThatIsZeroAlreadyEndsADeleteBeforeTheTenant) {
     kel_thread_set_tenant(5);
     kel_record *record = put(1, 7);
     table->record_count = 0;
-    spies.clear();
+    services.clear();
     s.plain.remove(handle, tx, table, record, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
-    EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
+    EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
     EXPECT_EQ(find(1, 7), nullptr);
     EXPECT_EQ(table->src_counts[7], 1U);
 }
@@ -252,13 +246,13 @@ TEST_P(IndexSteps, ACountThatIsZeroAlreadyEndsADeleteBeforeTheTenant) {
 TEST_P(IndexSteps, InsertResetsTheMarksOfTheObjectThenThoseOfTheKeyObject) {
     kel_record *record = make(1, 1, 5);
     const auto first_looked_at = [&](const void *object) {
-        const std::vector<Call> calls = spies.of("kel_get_instance_modified");
+        const std::vector<ServiceCall> calls = services.calls("kel_get_instance_modified");
         std::size_t i = 0;
-        while (i < calls.size() && calls[i].subject != object) ++i;
+        while (i < calls.size() && calls[i].pointer<const void>(0) != object) ++i;
         EXPECT_LT(i, calls.size());
         return i;
     };
-    spies.clear();
+    services.clear();
     insert(record);
     EXPECT_EQ(first_looked_at(record->object), 0U);
     if (s.has_key_object()) {
@@ -312,9 +306,10 @@ TEST_P(IndexSteps, ARecordStandsInTheRunOfTheTenantItWasMadeUnder) {
     kel_thread_set_tenant(5);
     kel_record *record = make(1, 7);
     kel_thread_set_tenant(6);
-    spies.clear();
+    services.clear();
     insert(record);
-    EXPECT_EQ(spies.of("keldb_update_tenant_counter").at(0).arguments, (std::vector<u64>{1, 6, 7}));
+    EXPECT_EQ(services.calls("keldb_update_tenant_counter").at(0).arguments_in(3, 6),
+              (std::vector<u64>{1, 6, 7}));
     EXPECT_EQ(find(1, 7), nullptr);
     kel_thread_set_tenant(5);
     EXPECT_EQ(find(1, 7), record);
@@ -325,12 +320,12 @@ TEST_P(IndexSteps, TheCrFormIsThePlainInsertUnderItsTransaction) {
     handle->cr_tx_id = tx;
     kel_record *record = make(1);
     record->flags = KEL_RECORD_PKEY_INSERTED;
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.cr.insert(handle, table, record), 0U);
     EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
-    EXPECT_EQ(spies.of("e_avl_insert").at(0).tx_id, tx);
+    EXPECT_EQ(services.calls("e_avl_insert").at(0).tx_id(), tx);
     EXPECT_EQ(s.cr.remove(handle, table, record, 0), 0U);
-    EXPECT_EQ(spies.of("e_avl_delete").at(0).tx_id, tx);
+    EXPECT_EQ(services.calls("e_avl_delete").at(0).tx_id(), tx);
     EXPECT_EQ(s.cr.remove(handle, table, record, 0), 2U);
     EXPECT_EQ(handle->last_error, 2U);
     handle->cr_tx_id = KEL_TX_NONE;

@@ -40,8 +40,8 @@ TEST_P(InsertDelete, InsertLinksTheRecordAndCountsIt) {
     EXPECT_EQ(table->src_counts[7], 1U);
     EXPECT_EQ(table->src_counts[1], 0U);
     EXPECT_NE(table->index_root, nullptr);
-    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
-    EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+    EXPECT_EQ(services.count("keldb_update_tenant_counter"), 0U);
+    EXPECT_EQ(services.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
 }
 
 TEST_P(InsertDelete, InsertAnnouncesEachStoreBeforeIt) {
@@ -50,8 +50,7 @@ TEST_P(InsertDelete, InsertAnnouncesEachStoreBeforeIt) {
     s.plain.is_modified(handle, tx, record, &err);
     begin();
     HookRecorder hooks(handle);
-    spies.clear();
-    spies.hooks = &hooks;
+    services.clear();
     s.plain.insert(handle, tx, table, record, &err);
     ASSERT_EQ(hooks.events.size(), 4U);
     expect_write(hooks.events[0], &record->table, 8);
@@ -62,10 +61,9 @@ TEST_P(InsertDelete, InsertAnnouncesEachStoreBeforeIt) {
     EXPECT_EQ(hooks.events[1].before, std::vector<u8>(4, 0));
     EXPECT_EQ(hooks.events[2].before, std::vector<u8>(4, 0));
     EXPECT_EQ(hooks.events[3].before, std::vector<u8>(1, 0));
-    EXPECT_EQ(spies.of("e_avl_insert").at(0).hooks, 0U);
-    EXPECT_EQ(spies.of("e_avl_insert").at(0).tx_id, tx);
-    EXPECT_EQ(spies.of("e_avl_insert").at(0).subject, &record->index_node);
-    EXPECT_EQ(spies.of("mt_get_tenant_id").back().hooks, 3U);
+    EXPECT_EQ(services.order({"e_avl_insert", "write_log_hook", "mt_get_tenant_id"}),
+              "e_avl_insert write_log_hook write_log_hook write_log_hook mt_get_tenant_id "
+              "write_log_hook");
     commit();
 }
 
@@ -148,7 +146,7 @@ TEST_P(InsertDelete, AnInsertedRecordCountsAsNotModified) {
 TEST_P(InsertDelete, DeleteTakesTheRecordOutAndLeavesTheIndexBit) {
     kel_record *record = put(1, 7);
     put(2);
-    spies.clear();
+    services.clear();
     s.plain.remove(handle, tx, table, record, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(record->table, nullptr);
@@ -158,7 +156,7 @@ TEST_P(InsertDelete, DeleteTakesTheRecordOutAndLeavesTheIndexBit) {
     EXPECT_EQ(table->src_counts[7], 0U);
     EXPECT_EQ(table->src_counts[1], 1U);
     EXPECT_EQ(find(1, 7), nullptr);
-    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
+    EXPECT_EQ(services.count("keldb_update_tenant_counter"), 0U);
 }
 
 TEST_P(InsertDelete, DeleteKeepsTheBitOfAPendingRecord) {
@@ -175,8 +173,7 @@ TEST_P(InsertDelete, DeleteAnnouncesEachStoreBeforeIt) {
     s.plain.pkey_insert(handle, tx, table, record, &err);
     begin();
     HookRecorder hooks(handle);
-    spies.clear();
-    spies.hooks = &hooks;
+    services.clear();
     s.unsafe.remove(handle, tx, table, record, &err);
     ASSERT_EQ(hooks.events.size(), 4U);
     expect_write(hooks.events[0], &record->table, 8);
@@ -187,8 +184,8 @@ TEST_P(InsertDelete, DeleteAnnouncesEachStoreBeforeIt) {
     EXPECT_EQ(hooks.events[1].before[0], KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
     EXPECT_EQ(hooks.events[2].before[0], 1U);
     EXPECT_EQ(hooks.events[3].before[0], 1U);
-    EXPECT_EQ(spies.of("e_avl_delete").at(0).hooks, 0U);
-    EXPECT_EQ(spies.of("e_avl_delete").at(0).tx_id, tx);
+    EXPECT_EQ(services.order({"e_avl_delete", "write_log_hook"}),
+              "e_avl_delete write_log_hook write_log_hook write_log_hook write_log_hook");
     commit();
 }
 
@@ -259,7 +256,7 @@ TEST_P(InsertDelete, ACountThatIsZeroAlreadyIsTracedAndLeftAlone) {
     kel_thread_set_tenant(5);
     kel_record *record = put(1, 7);
     table->record_count = 0;
-    spies.clear();
+    services.clear();
     {
         TraceCapture trace;
         s.plain.remove(handle, tx, table, record, &err);
@@ -274,7 +271,7 @@ TEST_P(InsertDelete, ACountThatIsZeroAlreadyIsTracedAndLeftAlone) {
     insert(record);
     table->record_count = 3;
     table->src_counts[7] = 0;
-    spies.clear();
+    services.clear();
     TraceCapture trace;
     s.plain.remove(handle, tx, table, record, &err);
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, text("", " delete: src(7) record count already 0!")))
@@ -282,25 +279,27 @@ TEST_P(InsertDelete, ACountThatIsZeroAlreadyIsTracedAndLeftAlone) {
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(table->record_count, 3U);
     EXPECT_EQ(table->src_counts[7], 0U);
-    EXPECT_EQ(spies.count("keldb_update_tenant_counter"), 0U);
+    EXPECT_EQ(services.count("keldb_update_tenant_counter"), 0U);
     EXPECT_EQ(find(1, 7), nullptr);
 }
 
 TEST_P(InsertDelete, ATenantsCounterFollowsItsInsertsAndDeletes) {
     kel_thread_set_tenant(5);
     kel_record *record = make(1, 7);
-    spies.clear();
+    services.clear();
     insert(record);
-    ASSERT_EQ(spies.count("keldb_update_tenant_counter"), 1U);
-    EXPECT_EQ(spies.of("keldb_update_tenant_counter").at(0).arguments, (std::vector<u64>{1, 5, 7}));
+    ASSERT_EQ(services.count("keldb_update_tenant_counter"), 1U);
+    EXPECT_EQ(services.calls("keldb_update_tenant_counter").at(0).arguments_in(3, 6),
+              (std::vector<u64>{1, 5, 7}));
     EXPECT_EQ(table->record_count, 1U);
     EXPECT_EQ(table->src_counts[7], 1U);
     EXPECT_EQ(s.plain.get_count(handle, tx, table), 1U);
     // The tenant that counts is the caller's, not the record's.
     kel_thread_set_tenant(6);
-    spies.clear();
+    services.clear();
     remove(record);
-    EXPECT_EQ(spies.of("keldb_update_tenant_counter").at(0).arguments, (std::vector<u64>{0, 6, 7}));
+    EXPECT_EQ(services.calls("keldb_update_tenant_counter").at(0).arguments_in(3, 6),
+              (std::vector<u64>{0, 6, 7}));
     EXPECT_EQ(table->record_count, 0U);
     EXPECT_EQ(record->tenant_id, 5U);
 }
@@ -308,7 +307,7 @@ TEST_P(InsertDelete, ATenantsCounterFollowsItsInsertsAndDeletes) {
 TEST_P(InsertDelete, AnErrorOfTheTenantCounterDoesNotStopAnInsert) {
     kel_thread_set_tenant(5);
     kel_record *record = make(1);
-    spies.wishes.tenant_counter_error = 12;
+    services.always_fail("keldb_update_tenant_counter");
     s.plain.insert(handle, tx, table, record, &err);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
@@ -322,18 +321,23 @@ TEST_P(InsertDelete, AnErrorOfTheTenantCounterDoesNotStopAnInsert) {
 TEST_P(InsertDelete, InsertMovesAnArmedWriteCursorAsItsLastStep) {
     kel_table_set_replication(handle, tx, table, 1, 0);
     put(0);
-    EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+    EXPECT_EQ(services.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
     kel_table_set_replication(handle, tx, table, 0, 1);
     put(1);
-    EXPECT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
+    EXPECT_EQ(services.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
     kel_table_set_replication(handle, tx, table, 1, 1);
+    u32 flags_at_the_cursor = 0;
+    services.at_each = [&](const ServiceCall &call) {
+        if (call.name != "keldb_enq_rec_move_write_cursor_internal") return;
+        flags_at_the_cursor = call.pointer<kel_record>(3)->flags;
+    };
     kel_record *record = put(2);
-    ASSERT_EQ(spies.count("keldb_enq_rec_move_write_cursor_internal"), 1U);
-    const Call call = spies.of("keldb_enq_rec_move_write_cursor_internal").at(0);
-    EXPECT_EQ(call.subject, record);
-    EXPECT_EQ(call.arguments, std::vector<u64>{KEL_RECORD_IN_INDEX});
+    ASSERT_EQ(services.count("keldb_enq_rec_move_write_cursor_internal"), 1U);
+    const ServiceCall call = services.calls("keldb_enq_rec_move_write_cursor_internal").at(0);
+    EXPECT_EQ(call.pointer<kel_record>(3), record);
+    EXPECT_EQ(flags_at_the_cursor, KEL_RECORD_IN_INDEX);
 
-    spies.wishes.cursor_error = 12;
+    services.always_fail("keldb_enq_rec_move_write_cursor_internal");
     record = make(0, 7);
     s.plain.insert(handle, tx, table, record, &err);
     EXPECT_EQ(err, 12U);
@@ -345,7 +349,7 @@ TEST_P(InsertDelete, EnteredWithAnErrorChangeNothing) {
     kel_record *outside = make(2);
     handle->last_error = 22;
     err = 5;
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     s.plain.insert(handle, tx, table, outside, &err);
     s.unsafe.insert(handle, tx, table, outside, &err);
@@ -356,7 +360,7 @@ TEST_P(InsertDelete, EnteredWithAnErrorChangeNothing) {
     EXPECT_EQ(s.cr.remove(handle, table, inside, 0), 22U);
     EXPECT_EQ(handle->last_error, 22U);
     EXPECT_TRUE(hooks.events.empty());
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
 }
 
 TEST_P(InsertDelete, TheCrFormsAnswerTheLastError) {

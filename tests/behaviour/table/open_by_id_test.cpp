@@ -20,7 +20,7 @@ class OpenById : public TableTest {
             handle->alloc_hook(handle->arena, tx, sizeof(kel_table_id_root)));
         *made = {};
         loam_set_key(handle->arena, root_key().c_str(), made);
-        spies.clear();
+        services.clear();
         return made;
     }
 };
@@ -97,7 +97,12 @@ TEST_P(OpenById, MakesRootAndBlockOutsideTheCallersTransaction) {
     in_own_process([&] {
         begin();
         HookRecorder hooks(handle);
-        spies.clear();
+        u64 looked_for = 0;
+        services.at_each = [&](const ServiceCall &call) {
+            if (call.name != "tbi_rb_tree_LM_RB_FIND") return;
+            looked_for = call.pointer<const kel_table>(3)->table_id;
+        };
+        services.clear();
         kel_table *made = s.plain.open_by_id(handle, tx, 9, 0, &err);
         const auto allocations = hooks.of(Hook::alloc);
         ASSERT_EQ(allocations.size(), 2U);
@@ -107,62 +112,62 @@ TEST_P(OpenById, MakesRootAndBlockOutsideTheCallersTransaction) {
         EXPECT_EQ(allocations[1].address, made);
         EXPECT_EQ(allocations[1].tx_id, KEL_TX_NONE);
         EXPECT_EQ(hooks.count(Hook::write_log), 0U);
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_FIND").at(0).tx_id, KEL_TX_NONE);
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_FIND").at(0).arguments, std::vector<u64>{9});
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_INSERT").at(0).tx_id, KEL_TX_NONE);
-        EXPECT_EQ(spies.of("loam_set_key").at(0).text, root_key());
-        EXPECT_EQ(spies.count("loam_set_key"), 1U);
+        EXPECT_EQ(services.calls("tbi_rb_tree_LM_RB_FIND").at(0).tx_id(), KEL_TX_NONE);
+        EXPECT_EQ(looked_for, 9U);
+        EXPECT_EQ(services.calls("tbi_rb_tree_LM_RB_INSERT").at(0).tx_id(), KEL_TX_NONE);
+        EXPECT_EQ(services.calls("loam_set_key").at(0).text, root_key());
+        EXPECT_EQ(services.count("loam_set_key"), 1U);
         rollback();
         EXPECT_EQ(s.plain.open_by_id(handle, tx, 9, 1, &err), made);
         s.plain.free(handle, 7, made, &err);
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_REMOVE").at(0).tx_id, 7U);
+        EXPECT_EQ(services.calls("tbi_rb_tree_LM_RB_REMOVE").at(0).tx_id(), 7U);
     });
 }
 
 TEST_P(OpenById, AsksTheStoreForTheRootOnce) {
     in_own_process([&] {
-        spies.clear();
+        services.clear();
         s.plain.open_by_id(handle, tx, 1, 0, &err);
         s.plain.open_by_id(handle, tx, 2, 0, &err);
         s.plain.open_auto_id(handle, tx, 0, &err);
-        EXPECT_EQ(spies.count("loam_get_key"), 1U);
-        EXPECT_EQ(spies.of("loam_get_key").at(0).text, root_key());
+        EXPECT_EQ(services.count("loam_get_key"), 1U);
+        EXPECT_EQ(services.calls("loam_get_key").at(0).text, root_key());
     });
 }
 
 TEST_P(OpenById, AnAutomaticIdSearchesNothing) {
     in_own_process([&] {
         s.plain.open_auto_id(handle, tx, 0, &err);
-        EXPECT_EQ(spies.count("tbi_rb_tree_LM_RB_FIND"), 0U);
+        EXPECT_EQ(services.count("tbi_rb_tree_LM_RB_FIND"), 0U);
     });
 }
 
 TEST_P(OpenById, TellsTheMappingOfIorAndDynamic) {
     in_own_process([&] {
-        spies.clear();
+        services.clear();
         s.plain.open_by_ior_with_id(handle, tx, 5, 77, 0, &err);
         s.plain.dynamic_open_auto_id(handle, tx, 0, &err);
         s.unsafe.dynamic_open_auto_id(handle, tx, 0, &err);
         s.cr.open(handle, 0, KEL_OPEN_AUTO_ID, nullptr, 0);
-        const auto mappings = spies.of("kel_oid_mapping_create");
+        const auto mappings = services.calls("kel_oid_mapping_create");
         ASSERT_EQ(mappings.size(), 4U);
-        EXPECT_EQ(mappings[0].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 77}));
-        EXPECT_EQ(mappings[1].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 1, 0}));
-        EXPECT_EQ(mappings[2].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 1, 0}));
-        EXPECT_EQ(mappings[3].arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0}));
+        EXPECT_EQ(mappings[0].arguments_in(3, 6), (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 77}));
+        EXPECT_EQ(mappings[1].arguments_in(3, 6), (std::vector<u64>{KEL_OID_KIND_TABLE, 1, 0}));
+        EXPECT_EQ(mappings[2].arguments_in(3, 6), (std::vector<u64>{KEL_OID_KIND_TABLE, 1, 0}));
+        EXPECT_EQ(mappings[3].arguments_in(3, 6), (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0}));
     });
 }
 
 TEST_P(OpenById, KeepsARootThatTheStoreRefuses) {
     in_own_process([&] {
         TraceCapture trace;
-        spies.wishes.set_key = 0;
+        services.always_fail("loam_set_key");
         kel_table *made = s.plain.open_by_id(handle, tx, 5, 0, &err);
         ASSERT_NE(made, nullptr);
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): Setting tbi root failed\n"), 1U)
             << trace.all();
-        spies.wishes.set_key.reset();
+        services.stop_failing();
         EXPECT_EQ(root(), nullptr);
         EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 1, &err), made);
     });
@@ -190,14 +195,14 @@ TEST_P(OpenById, WithoutMemoryReportsTwelveAndKeepsARootThatWasMade) {
 TEST_P(OpenById, FreeWithoutARootReportsTwoAndLeavesTheBlockOnTheList) {
     in_own_process([&] {
         table->open_mode = KEL_OPEN_BY_ID;
-        spies.clear();
+        services.clear();
         HookRecorder hooks(handle);
         s.plain.free(handle, tx, table, &err);
         EXPECT_EQ(err, 2U);
         // The mapping is gone.
-        EXPECT_EQ(spies.order({"kel_request_oid_mapping_destroy", "loam_get_key",
-                               "tbi_rb_tree_LM_RB_REMOVE", "loam_delete_key",
-                               "kellib_database_table_toc_create"}),
+        EXPECT_EQ(services.order({"kel_request_oid_mapping_destroy", "loam_get_key",
+                                  "tbi_rb_tree_LM_RB_REMOVE", "loam_delete_key",
+                                  "kellib_database_table_toc_create"}),
                   "kel_request_oid_mapping_destroy loam_get_key");
         EXPECT_TRUE(hooks.events.empty());
         EXPECT_EQ(handle->last_error, 2U);
@@ -215,7 +220,7 @@ TEST_P(OpenById, FreedBlocksAreCountedAndGivenBack) {
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(usage.destroyed, destroyed + 1);
         EXPECT_EQ(hooks.of(Hook::free).at(0).address, made);
-        EXPECT_EQ(spies.count("loam_delete_key"), 0U);
+        EXPECT_EQ(services.count("loam_delete_key"), 0U);
         EXPECT_EQ(table->toc_next, nullptr);
     });
 }
@@ -227,7 +232,7 @@ TEST_P(OpenById, TakesTheRootThatTheStoreHas) {
         EXPECT_EQ(s.plain.open_auto_id(handle, tx, 0, &err)->table_id, 70U);
         EXPECT_EQ(known->next_id, 71U);
         EXPECT_EQ(known->id_table_count, 1U);
-        EXPECT_EQ(spies.count("loam_set_key"), 0U);
+        EXPECT_EQ(services.count("loam_set_key"), 0U);
     });
 }
 
@@ -237,16 +242,16 @@ TEST_P(OpenById, FreeFindsTheRootInTheStoreAndRemembersIt) {
         known->id_table_count = 1;
         table->open_mode = KEL_OPEN_AUTO_ID;
         tbi_rb_tree_LM_RB_INSERT(handle->arena, KEL_TX_NONE, &known->tree_head, table);
-        spies.clear();
+        services.clear();
         s.plain.free(handle, 42, table, &err);
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(known->id_table_count, 0U);
         EXPECT_EQ(known->next_id, 0U);
-        EXPECT_EQ(spies.of("loam_get_key").at(0).text, root_key());
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_REMOVE").at(0).tx_id, 42U);
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_REMOVE").at(0).subject, table);
+        EXPECT_EQ(services.calls("loam_get_key").at(0).text, root_key());
+        EXPECT_EQ(services.calls("tbi_rb_tree_LM_RB_REMOVE").at(0).tx_id(), 42U);
+        EXPECT_EQ(services.calls("tbi_rb_tree_LM_RB_REMOVE").at(0).pointer<const void>(3), table);
         s.plain.open_by_id(handle, tx, 1, 1, &err);
-        EXPECT_EQ(spies.count("loam_get_key"), 1U);
+        EXPECT_EQ(services.count("loam_get_key"), 1U);
     });
 }
 
@@ -257,10 +262,11 @@ TEST_P(OpenById, TheFirstRootServesTheWholeProcess) {
         s.plain.open_by_id(handle, tx, 5, 0, &err);
         const kel_table_id_root *first = root();
         Session elsewhere(GetParam().mode);
-        spies.clear();
+        services.clear();
         s.plain.open_by_id(elsewhere.handle(), tx, 5, 1, &err);
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_FIND").at(0).subject, &first->tree_head);
-        EXPECT_EQ(spies.count("loam_get_key"), 0U);
+        EXPECT_EQ(services.calls("tbi_rb_tree_LM_RB_FIND").at(0).pointer<const void>(2),
+                  &first->tree_head);
+        EXPECT_EQ(services.count("loam_get_key"), 0U);
         EXPECT_EQ(loam_get_key(elsewhere.handle()->arena, root_key().c_str()), nullptr);
     });
 }
@@ -304,30 +310,31 @@ TEST_P(OpenById, AModeOfItsOwnFindsNothingAndIsFreedLikeAName) {
         EXPECT_STREQ(made->table_name, "");
         EXPECT_EQ(root()->id_table_count, 1U);
         EXPECT_EQ(root()->next_id, 1U);
-        EXPECT_EQ(spies.count("tbi_rb_tree_LM_RB_FIND"), 0U);
+        EXPECT_EQ(services.count("tbi_rb_tree_LM_RB_FIND"), 0U);
         EXPECT_EQ(s.cr.open(handle, 1, 3, "name", 9), nullptr);
-        spies.clear();
+        services.clear();
         s.plain.free(handle, tx, made, &err);
         EXPECT_EQ(err, 0U);
-        EXPECT_EQ(spies.of("loam_delete_key").at(0).text, "");
-        EXPECT_EQ(spies.count("tbi_rb_tree_LM_RB_REMOVE"), 0U);
+        EXPECT_EQ(services.calls("loam_delete_key").at(0).text, "");
+        EXPECT_EQ(services.count("tbi_rb_tree_LM_RB_REMOVE"), 0U);
     });
 }
 
 TEST_P(OpenById, ClearsTheLastErrorAndTakesTheCallersTransactionForTheMappingAlone) {
     in_own_process([&] {
         handle->last_error = 22;
-        spies.clear();
+        services.clear();
         HookRecorder hooks(handle);
         kel_table *made = s.plain.open_auto_id(handle, 42, 0, &err);
         EXPECT_EQ(handle->last_error, 0U);
-        EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).tx_id, 42U);
-        EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).subject, made);
-        EXPECT_EQ(spies.of("tbi_rb_tree_LM_RB_INSERT").at(0).subject, made);
+        EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).tx_id(), 42U);
+        EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).pointer<const void>(2), made);
+        EXPECT_EQ(services.calls("tbi_rb_tree_LM_RB_INSERT").at(0).pointer<const void>(3), made);
         for (const char *service :
-             {"kellib_database_table_toc_create", "loam_set_range", "tbi_rb_tree_LM_RB_INSERT"}) {
-            EXPECT_EQ(spies.of(service).at(0).tx_id, KEL_TX_NONE) << service;
+             {"kellib_database_table_toc_create", "tbi_rb_tree_LM_RB_INSERT"}) {
+            EXPECT_EQ(services.calls(service).at(0).tx_id(), KEL_TX_NONE) << service;
         }
+        EXPECT_EQ(services.calls("loam_set_range").at(0).arguments.at(3), KEL_TX_NONE);
         for (const HookEvent &event : hooks.of(Hook::alloc)) EXPECT_EQ(event.tx_id, KEL_TX_NONE);
         EXPECT_EQ(hooks.count(Hook::write_log), 0U);
         EXPECT_EQ(hooks.count(Hook::delta_log), 0U);

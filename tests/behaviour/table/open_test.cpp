@@ -76,7 +76,7 @@ TEST_P(Open, WithOpenOnlyAnswersNullWithoutAnErrorWhenNothingIsThere) {
 TEST_P(Open, MakesTheBlockOutsideTheCallersTransaction) {
     begin();
     HookRecorder hooks(handle);
-    spies.clear();
+    services.clear();
     kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
     ASSERT_NE(made, nullptr);
     const auto allocations = hooks.of(Hook::alloc);
@@ -86,20 +86,16 @@ TEST_P(Open, MakesTheBlockOutsideTheCallersTransaction) {
     EXPECT_EQ(allocations[0].tx_id, KEL_TX_NONE);
     EXPECT_EQ(hooks.count(Hook::write_log), 0U);
     EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
-    EXPECT_EQ(spies.of("kellib_database_table_toc_create").at(0).tx_id, KEL_TX_NONE);
-    const Call range = spies.of("loam_set_range").at(0);
-    EXPECT_EQ(range.tx_id, KEL_TX_NONE);
-    EXPECT_EQ(range.subject, &made->range_word);
-    EXPECT_EQ(range.arguments, std::vector<u64>{8});
-    const Call mapping = spies.of("kel_oid_mapping_create").at(0);
-    EXPECT_EQ(mapping.tx_id, tx);
-    EXPECT_EQ(mapping.subject, made);
-    EXPECT_EQ(mapping.arguments, (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0}));
-    EXPECT_EQ(spies.of("loam_set_key").at(0).text, stored_name("made"));
-    EXPECT_EQ(spies.of("loam_set_key").at(0).subject, made);
+    EXPECT_EQ(services.calls("kellib_database_table_toc_create").at(0).tx_id(), KEL_TX_NONE);
+    EXPECT_EQ(services.calls("loam_set_range").at(0).arguments_in(1, 4),
+              (std::vector<u64>{word(&made->range_word), 8, KEL_TX_NONE}));
+    EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).arguments_in(1, 6),
+              (std::vector<u64>{tx, word(made), KEL_OID_KIND_TABLE, 0, 0}));
+    EXPECT_EQ(services.calls("loam_set_key").at(0).text, stored_name("made"));
+    EXPECT_EQ(services.calls("loam_set_key").at(0).pointer<const void>(2), made);
     EXPECT_EQ(
-        spies.order({"ptrail_module_init_fn", "kellib_database_table_toc_create", "loam_get_key",
-                     "loam_set_range", "loam_set_key", "kel_oid_mapping_create"}),
+        services.order({"ptrail_module_init_fn", "kellib_database_table_toc_create", "loam_get_key",
+                        "loam_set_range", "loam_set_key", "kel_oid_mapping_create"}),
         "ptrail_module_init_fn kellib_database_table_toc_create loam_get_key "
         "loam_set_range loam_set_key kel_oid_mapping_create");
     rollback();
@@ -107,11 +103,11 @@ TEST_P(Open, MakesTheBlockOutsideTheCallersTransaction) {
 }
 
 TEST_P(Open, HandsTheIorToTheMapping) {
-    spies.clear();
+    services.clear();
     kel_table *made = s.plain.open_by_ior_with_name(handle, tx, "ior", 0x123456789abcULL, 0, &err);
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(made->open_mode, KEL_OPEN_BY_NAME);
-    EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).arguments,
+    EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).arguments_in(3, 6),
               (std::vector<u64>{KEL_OID_KIND_TABLE, 0, 0x123456789abcULL}));
     EXPECT_EQ(s.unsafe.open_by_ior_with_name(handle, tx, "ior", 0, 1, &err), made);
 }
@@ -159,7 +155,7 @@ TEST_P(Open, TakesANullNameLikeAnyNameWithoutAPath) {
 TEST_P(Open, EnteredWithAnErrorChangesNothing) {
     handle->last_error = 22;
     err = 5;
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     EXPECT_EQ(s.plain.open(handle, tx, "other", 0, &err), nullptr);
     EXPECT_EQ(s.unsafe.open(handle, tx, "other", 0, &err), nullptr);
@@ -174,16 +170,16 @@ TEST_P(Open, EnteredWithAnErrorChangesNothing) {
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
     EXPECT_TRUE(hooks.events.empty());
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
 }
 
 TEST_P(Open, LeavesTheErrorOfTheTableList) {
-    spies.wishes.toc_error = 12;
-    spies.clear();
+    services.always_fail("kellib_database_table_toc_create");
+    services.clear();
     HookRecorder hooks(handle);
     EXPECT_EQ(s.plain.open(handle, tx, "t", 0, &err), nullptr);
     EXPECT_EQ(err, 12U);
-    EXPECT_EQ(spies.calls.back().service, "kellib_database_table_toc_create");
+    EXPECT_EQ(services.calls().back().name, "kellib_database_table_toc_create");
     EXPECT_TRUE(hooks.events.empty());
 }
 
@@ -201,7 +197,7 @@ TEST_P(Open, WithoutMemoryReportsTwelve) {
 
 TEST_P(Open, GoesOnWhenTheStoreRefusesTheKey) {
     TraceCapture trace;
-    spies.wishes.set_key = 0;
+    services.always_fail("loam_set_key");
     kel_table *made = s.plain.open(handle, tx, "other", 0, &err);
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(err, 0U);
@@ -214,12 +210,12 @@ TEST_P(Open, GoesOnWithoutAMapping) {
     const std::string text =
         std::string("(ERR): Failed to create mapping for ") + s.name + " table";
     TraceCapture trace;
-    spies.wishes.no_mapping = true;
+    services.always_return("kel_oid_mapping_create", 0);
     EXPECT_NE(s.plain.open(handle, tx, "null", 0, &err), nullptr);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 1U) << trace.all();
-    spies.wishes.no_mapping = false;
-    spies.wishes.mapping_error = 12;
+    services.stop_failing();
+    services.always_fail("kel_oid_mapping_create");
     EXPECT_NE(s.plain.open(handle, tx, "failed", 0, &err), nullptr);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 2U) << trace.all();
@@ -228,18 +224,14 @@ TEST_P(Open, GoesOnWithoutAMapping) {
 TEST_P(Open, ClearsTheLastErrorThenRegistersTheTraceModuleThenLooksTheNameUp) {
     for (const u32 open_only : {0U, 1U}) {
         handle->last_error = 22;
-        spies.clear();
-        HookRecorder hooks(handle);
+        services.clear();
         EXPECT_EQ(s.plain.open(handle, tx, "t", open_only, &err), table);
         EXPECT_EQ(handle->last_error, 0U);
-        ASSERT_EQ(spies.calls.size(), 4U);
-        EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
-        EXPECT_EQ(spies.calls[1].service, "ptrail_module_init_fn");
-        EXPECT_EQ(spies.calls[1].text, "kel_tarnbase_type");
-        EXPECT_EQ(spies.calls[2].service, "kellib_database_table_toc_create");
-        EXPECT_EQ(spies.calls[3].service, "loam_get_key");
-        EXPECT_EQ(spies.calls[3].text, stored_name("t"));
-        EXPECT_TRUE(hooks.events.empty());
+        EXPECT_EQ(services.order(),
+                  "kel_clear_last_error ptrail_module_init_fn kellib_database_table_toc_create "
+                  "loam_get_key");
+        EXPECT_EQ(services.calls()[1].text, "kel_tarnbase_type");
+        EXPECT_EQ(services.calls()[3].text, stored_name("t"));
     }
 }
 
@@ -259,7 +251,9 @@ TEST_P(Open, ZeroesWhateverTheBlockHeldBefore) {
 }
 
 TEST_P(Open, ClearsTheRangeThatItRegistered) {
-    spies.wishes.range_word = 7;
+    services.at_each = [](const ServiceCall &call) {
+        if (call.name == "loam_set_range") *call.pointer<u64>(1) = 7;
+    };
     kel_table *made = s.plain.open(handle, tx, "ranged", 0, &err);
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(made->range_word, 0U);
@@ -267,8 +261,8 @@ TEST_P(Open, ClearsTheRangeThatItRegistered) {
 
 TEST_P(Open, FinishesTheBlockBeforeTheStoreLearnsOfIt) {
     bool linked = false;
-    spies.at_each = [&](const std::string &service) {
-        if (service != "loam_set_key") return;
+    services.at_each = [&](const ServiceCall &call) {
+        if (call.name != "loam_set_key") return;
         const kel_table *made = table->toc_next;
         linked = made != nullptr && made->descriptor != nullptr &&
                  stored_name("made") == made->table_name;
@@ -292,10 +286,10 @@ TEST_P(Open, InTheCrFormWorksOnTheHandlesErrorAndTransaction) {
     EXPECT_EQ(handle->last_error, 7U);
     EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, "t", 0), nullptr) << "an error sticks";
     kel_clear_last_error(handle);
-    spies.clear();
+    services.clear();
     EXPECT_NE(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, "made", 0), nullptr);
     EXPECT_EQ(handle->last_error, 0U);
-    EXPECT_EQ(spies.of("kel_oid_mapping_create").at(0).tx_id, 43U);
+    EXPECT_EQ(services.calls("kel_oid_mapping_create").at(0).tx_id(), 43U);
     handle->cr_tx_id = KEL_TX_NONE;
 }
 
@@ -330,7 +324,7 @@ class OpenDescriptors : public ::testing::Test, protected TableFixture {
     OpenDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
         descriptor = *s.table_descriptor;
         descriptor.variant_info = &variants;
-        spies.wishes.descriptor = &descriptor;
+        services.always_return("kel_type_info_ptr_get", word(&descriptor));
     }
     kel_variant_usage usage = {1, 8, 0, 0, 0, 0};
     kel_variant_info variants = {1, &usage};
@@ -338,10 +332,11 @@ class OpenDescriptors : public ::testing::Test, protected TableFixture {
 };
 
 TEST_F(OpenDescriptors, AreAskedForUnderTheCallersTransaction) {
-    spies.clear();
+    services.clear();
     s.plain.open(handle, 42, "made", 0, &err);
-    EXPECT_EQ(spies.of("kel_type_info_ptr_get").at(0).tx_id, 42U);
-    EXPECT_EQ(spies.of("kel_type_info_ptr_get").at(0).subject, s.table_descriptor);
+    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), 42U);
+    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).pointer<const void>(2),
+              s.table_descriptor);
 }
 
 TEST_F(OpenDescriptors, CountWhatIsMadeAndFreed) {
@@ -376,7 +371,7 @@ TEST_F(OpenDeathTest, ADescriptorWithoutVariantsEndsTheProcess) {
 TEST_F(OpenDeathTest, ARefusedRangeEndsTheProcess) {
     // The store tells of its failure first, and 1 alone is success.
     for (const u32 answer : {0U, 2U}) {
-        spies.wishes.set_range = answer;
+        services.always_return("loam_set_range", answer);
         EXPECT_DEATH(s.plain.open(handle, tx, "other", 0, &err),
                      "\\(ERR\\): .*\\(FATAL\\): loam internal error");
     }

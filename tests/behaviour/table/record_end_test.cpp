@@ -122,7 +122,7 @@ TEST_P(RecordEnds, AnErrorOnEntryKeepsTheDeleteFromRunning) {
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, std::string("(ERR): Error 5 deleting ") + s.name +
                                                " record when destroying"))
         << trace.all();
-    EXPECT_EQ(spies.count("e_avl_delete"), 0U);
+    EXPECT_EQ(services.count("e_avl_delete"), 0U);
 }
 
 TEST_P(RecordEnds, AMappedRecordIsUnmappedWhereTheHandleKeepsMappings) {
@@ -132,19 +132,19 @@ TEST_P(RecordEnds, AMappedRecordIsUnmappedWhereTheHandleKeepsMappings) {
     handle->hd_mapping_enabled = 0;
     s.plain.add_ref(handle, tx, record, &err);
     destroy(record);
-    EXPECT_EQ(spies.count("kel_hd_mapping_destroy"), 0U);
+    EXPECT_EQ(services.count("kel_hd_mapping_destroy"), 0U);
     handle->hd_mapping_enabled = 1;
-    spies.clear();
+    services.clear();
     destroy(record);
-    ASSERT_EQ(spies.count("kel_hd_mapping_destroy"), 1U);
-    EXPECT_EQ(spies.of("kel_hd_mapping_destroy").at(0).subject, record);
+    ASSERT_EQ(services.count("kel_hd_mapping_destroy"), 1U);
+    EXPECT_EQ(services.calls("kel_hd_mapping_destroy").at(0).pointer<const void>(2), record);
 
     record = s.plain.create_record(handle, tx, &err);
     record->flags |= KEL_RECORD_HD_MAPPED;
     handle->hd_mapping_enabled = 0;
-    spies.clear();
+    services.clear();
     destroy(record);
-    EXPECT_EQ(spies.count("kel_hd_mapping_destroy"), 0U);
+    EXPECT_EQ(services.count("kel_hd_mapping_destroy"), 0U);
     handle->hd_mapping_enabled = enabled;
 }
 
@@ -153,7 +153,7 @@ TEST_P(RecordEnds, AFailedUnmappingLeavesTheBlockBehind) {
     const void *object = record->object;
     record->flags |= KEL_RECORD_HD_MAPPED;
     handle->hd_mapping_enabled = 1;
-    spies.wishes.hd_mapping_error = 22;
+    services.always_fail("kel_hd_mapping_destroy");
     TraceCapture trace;
     HookRecorder hooks(handle);
     s.plain.destroy_record(handle, tx, record, &err);
@@ -180,14 +180,14 @@ TEST_P(RecordEnds, DestroyIsRequestedOnReplicatedTablesAlone) {
     s.plain.request_destroy(handle, tx, table, record, &err);
     EXPECT_EQ(err, 22U);
     EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_EQ(spies.count("keldb_request_record_destroy"), 0U);
+    EXPECT_EQ(services.count("keldb_request_record_destroy"), 0U);
 
     kel_table_set_replication(handle, tx, table, 1, 0);
     err = 0;
     s.plain.request_destroy(handle, tx, table, nullptr, &err);
     EXPECT_EQ(err, 22U);
     s.plain.request_destroy(handle, tx, table, record, &err);  // entered with an error
-    EXPECT_EQ(spies.count("keldb_request_record_destroy"), 0U);
+    EXPECT_EQ(services.count("keldb_request_record_destroy"), 0U);
 
     err = 0;
     s.unsafe.request_destroy(handle, tx, table, record, &err);
@@ -201,7 +201,7 @@ TEST_P(RecordEnds, DestroyIsRequestedOnReplicatedTablesAlone) {
 TEST_P(RecordEnds, AFailedRequestIsTraced) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
-    spies.wishes.request_destroy_error = 12;
+    services.always_fail("keldb_request_record_destroy", 12);
     TraceCapture trace;
     s.plain.request_destroy(handle, tx, table, record, &err);
     EXPECT_EQ(err, 12U);
@@ -241,14 +241,14 @@ TEST_P(RecordEnds, EveryStepBelongsToTheCallersTransaction) {
     record->flags |= KEL_RECORD_HD_MAPPED;
     handle->hd_mapping_enabled = 1;
     begin();
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     s.plain.destroy_record(handle, tx, record, &err);
     for (const HookEvent &event : hooks.events) {
         EXPECT_TRUE(event.tx_id == tx || event.hook == Hook::type_map_lookup);
     }
-    EXPECT_EQ(spies.of("e_avl_delete").at(0).tx_id, tx);
-    EXPECT_EQ(spies.of("kel_hd_mapping_destroy").back().tx_id, tx);
+    EXPECT_EQ(services.calls("e_avl_delete").at(0).tx_id(), tx);
+    EXPECT_EQ(services.calls("kel_hd_mapping_destroy").back().tx_id(), tx);
     EXPECT_EQ(hooks.of(Hook::free).back().address, record);
     commit();
     EXPECT_EQ(err, 0U);
@@ -288,14 +288,14 @@ TEST_P(RecordEnds, ARequestClearsTheLastErrorAndIsHandedOn) {
     kel_table_set_replication(handle, tx, table, 1, 0);
     handle->last_error = 22;
     begin();
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     s.plain.request_destroy(handle, tx, table, record, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
-    EXPECT_EQ(spies.of("keldb_request_record_destroy").at(0).tx_id, tx);
-    EXPECT_EQ(spies.of("keldb_request_record_destroy").at(0).subject, record);
-    EXPECT_EQ(spies.order({"kel_clear_last_error", "keldb_request_record_destroy"}),
+    EXPECT_EQ(services.calls("keldb_request_record_destroy").at(0).tx_id(), tx);
+    EXPECT_EQ(services.calls("keldb_request_record_destroy").at(0).pointer<const void>(2), record);
+    EXPECT_EQ(services.order({"kel_clear_last_error", "keldb_request_record_destroy"}),
               "kel_clear_last_error keldb_request_record_destroy");
     EXPECT_EQ(hooks.count(Hook::free), 0U);
     commit();

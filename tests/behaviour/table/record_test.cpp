@@ -70,24 +70,25 @@ TEST_P(Records, CreationTracesItsCorrelation) {
     kel_record *record = s.plain.create_record(handle, tx, &err);
     EXPECT_TRUE(trace.has(KEL_TRACE_VERBOSE, "(verbose): CREATE: set uuid in OM record to 0 "))
         << trace.all();
-    EXPECT_EQ(spies.count("kellib_record_update_ra_all"), 0U);
+    EXPECT_EQ(services.count("kellib_record_update_ra_all"), 0U);
     destroy(record);
 
     kel_thread_set_correlation(77, 0);
     record = s.plain.create_record(handle, tx, &err);
     EXPECT_TRUE(trace.has(KEL_TRACE_VERBOSE, "(verbose): CREATE: set uuid in OM record to 77 "));
     EXPECT_EQ(record->ra_uuid, 77U);
-    EXPECT_EQ(spies.of("kellib_record_update_ra_all").at(0).subject, record);
-    EXPECT_EQ(spies.of("kellib_record_update_ra_all").at(0).arguments, (std::vector<u64>{77, 0}));
-    EXPECT_EQ(spies.of("kellib_record_update_ra_all").at(0).tx_id, tx);
+    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).pointer<const void>(2), record);
+    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).arguments_in(3, 5),
+              (std::vector<u64>{77, 0}));
+    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).tx_id(), tx);
     destroy(record);
 }
 
 TEST_P(Records, AMarkAloneIsACorrelationToo) {
-    spies.wishes.correlation = 0;
-    spies.wishes.correlation_mark = 3;
+    kel_thread_set_correlation(0, 3);
     kel_record *record = s.plain.create_record(handle, tx, &err);
-    EXPECT_EQ(spies.of("kellib_record_update_ra_all").at(0).arguments, (std::vector<u64>{0, 3}));
+    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).arguments_in(3, 5),
+              (std::vector<u64>{0, 3}));
     EXPECT_EQ(record->ra_byte, 3U);
     destroy(record);
 }
@@ -120,7 +121,7 @@ TEST_P(Records, CreationWithoutMemoryAnswersNullWithoutAnyError) {
     EXPECT_EQ(s.create_record_w_src(handle, tx, 1, &err), nullptr);
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 0U);
-    EXPECT_EQ(spies.count("kel_store_err"), 0U);
+    EXPECT_EQ(services.count("kel_store_err"), 0U);
 }
 
 TEST_P(Records, TheCrCreationMakesTheObjectsOnDemandWithoutMarkingThem) {
@@ -220,17 +221,13 @@ TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
 }
 
 TEST_P(Records, CreationRegistersTheTraceModuleBeforeItAsksForABlock) {
-    HookRecorder hooks(handle);
-    spies.hooks = &hooks;
-    spies.clear();
+    services.clear();
     handle->last_error = 22;
     s.plain.create_record(handle, tx, &err);
-    spies.hooks = nullptr;
-    EXPECT_EQ(spies.calls.at(0).service, "ptrail_module_init_fn");
-    EXPECT_EQ(spies.calls.at(0).text, "kel_tarnbase_type");
-    EXPECT_EQ(spies.calls.at(0).hooks, 0U);
-    EXPECT_EQ(spies.order({"kel_clear_last_error", "ptrail_get_radioactive_bit", "kel_store_err",
-                           "mt_get_tenant_id"}),
+    EXPECT_EQ(services.calls().at(0).name, "ptrail_module_init_fn");
+    EXPECT_EQ(services.calls().at(0).text, "kel_tarnbase_type");
+    EXPECT_EQ(services.order({"kel_clear_last_error", "ptrail_get_radioactive_bit", "kel_store_err",
+                              "mt_get_tenant_id"}),
               "ptrail_get_radioactive_bit mt_get_tenant_id");
     EXPECT_EQ(handle->last_error, 22U);
 }
@@ -263,39 +260,39 @@ TEST_P(Records, TheFallbackRecordStartsAfreshEachTime) {
 TEST_P(Records, AMissingBlockIsStoredAsTwelveUnlessAnErrorStands) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
-    spies.clear();
+    services.clear();
     s.cr.create(handle, 0);
-    ASSERT_EQ(spies.count("kel_store_err"), 1U);
-    EXPECT_EQ(spies.of("kel_store_err").at(0).arguments, std::vector<u64>{12});
+    ASSERT_EQ(services.count("kel_store_err"), 1U);
+    EXPECT_EQ(services.calls("kel_store_err").at(0).arguments_in(1, 2), std::vector<u64>{12});
     handle->last_error = 22;
-    spies.clear();
+    services.clear();
     s.cr.create(handle, 0);
-    EXPECT_EQ(spies.count("kel_store_err"), 0U);
+    EXPECT_EQ(services.count("kel_store_err"), 0U);
     EXPECT_EQ(handle->last_error, 0U);
-    spies.clear();
+    services.clear();
     s.plain.create_record(handle, tx, &err);
-    EXPECT_EQ(spies.count("kel_store_err"), 0U) << "no fallback outside a _cr creation";
+    EXPECT_EQ(services.count("kel_store_err"), 0U) << "no fallback outside a _cr creation";
 }
 
 TEST_P(Records, TheCrCreationAllowsFallbacksFromItsBeginningToItsEnd) {
     std::vector<uintptr_t> allowed;
-    spies.at_each = [&](const std::string &service) {
-        if (service == "ptrail_module_init_fn") allowed.push_back(handle->cr_fallback_enabled);
+    services.at_each = [&](const ServiceCall &call) {
+        if (call.name == "ptrail_module_init_fn") allowed.push_back(handle->cr_fallback_enabled);
     };
     // Once for the record, once for each object.
     s.cr.create(handle, 2);
     EXPECT_EQ(allowed, std::vector<uintptr_t>(s.has_key_object() ? 3 : 2, 1));
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
-    spies.at_each = nullptr;
+    services.at_each = nullptr;
 }
 
 TEST_P(Records, AnotherReferenceKeepsTheLastError) {
     kel_record *record = make(1);
     handle->last_error = 22;
-    spies.clear();
+    services.clear();
     s.plain.add_ref(handle, tx, record, &err);
     EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
 }
 
 TEST_P(Records, PassThroughTheirStates) {
@@ -335,7 +332,7 @@ class RecordDescriptors : public ::testing::Test, protected TableFixture {
     RecordDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
         descriptor = *s.record_descriptor;
         descriptor.variant_info = &variants;
-        spies.wishes.descriptor = &descriptor;
+        services.always_return("kel_type_info_ptr_get", word(&descriptor));
     }
     kel_variant_usage usage = {1, 8, 0, 0, 0, 0};
     kel_variant_info variants = {1, &usage};
@@ -343,10 +340,11 @@ class RecordDescriptors : public ::testing::Test, protected TableFixture {
 };
 
 TEST_F(RecordDescriptors, AreAskedForUnderTheCallersTransaction) {
-    spies.clear();
+    services.clear();
     s.plain.create_record(handle, begin(), &err);
-    EXPECT_EQ(spies.of("kel_type_info_ptr_get").at(0).tx_id, tx);
-    EXPECT_EQ(spies.of("kel_type_info_ptr_get").at(0).subject, s.record_descriptor);
+    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), tx);
+    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).pointer<const void>(2),
+              s.record_descriptor);
     commit();
 }
 

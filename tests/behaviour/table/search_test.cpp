@@ -1,41 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 // Search by key, exact and nearest, and what each search reports.
 #include <cstring>
-#include <functional>
 
-#include "tests/behaviour/table/fixture.h"
+#include "tests/behaviour/table/traversal_fixture.h"
 
 namespace tarn::test {
 namespace {
 
-class Search : public TableTest {
+class Search : public ReadTest {
  protected:
-    std::vector<const void *> reported() {
-        std::vector<const void *> records;
-        for (const Call &call : spies.of("kelrepl_add_to_cache")) {
-            records.push_back(call.subject);
-            EXPECT_EQ(call.extra, s.vector);
-            EXPECT_EQ(call.tx_id, tx);
-        }
-        spies.clear();
-        return records;
-    }
-    using Reported = std::vector<const void *>;
-
     // Every form, for a source where it takes one and for the nearest where it can.
-    std::vector<std::function<kel_record *()>> forms(const Key &key, u32 nearest = 0) {
+    Reads forms(const Key &key, u32 nearest = 0) {
         const void *const value = key.value();
         void *const object = key.object();
-        std::vector<std::function<kel_record *()>> all = {
-            [=, this] { return s.index.search_w_src(handle, tx, table, value, 1, &err); },
-            [=, this] { return s.index.search_nearest(handle, tx, table, value, &err); },
-            [=, this] { return s.index.search_sub_first(handle, tx, table, value, &err); },
-            [=, this] {
-                return s.index.search_not_pending(handle, tx, table, value, nearest, &err);
-            },
-            [=, this] {
-                return s.index.search_internal(handle, tx, table, value, nearest, 1, 1, 0, &err);
-            }};
+        Reads all = {[=, this] { return s.index.search_w_src(handle, tx, table, value, 1, &err); },
+                     [=, this] { return s.index.search_nearest(handle, tx, table, value, &err); },
+                     [=, this] { return s.index.search_sub_first(handle, tx, table, value, &err); },
+                     [=, this] {
+                         return s.index.search_not_pending(handle, tx, table, value, nearest, &err);
+                     },
+                     [=, this] {
+                         return s.index.search_internal(handle, tx, table, value, nearest, 1, 1, 0,
+                                                        &err);
+                     }};
         for (const Operations *form : {&s.plain, &s.unsafe}) {
             all.push_back([=, this] { return form->search(handle, tx, table, value, &err); });
             all.push_back([=, this] {
@@ -56,7 +43,7 @@ TEST_P(Search, FindsTheRecordOfSourceOneUnderEveryName) {
     put(1, 7);
     put(2);
     const Key key(s, handle, 1);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), record);
     EXPECT_EQ(s.unsafe.search(handle, tx, table, key.value(), &err), record);
     EXPECT_EQ(s.index.search_w_src(handle, tx, table, key.value(), 1, &err), record);
@@ -72,7 +59,7 @@ TEST_P(Search, FindsTheRecordOfSourceOneUnderEveryName) {
     EXPECT_EQ(s.plain.search_object_w_src(handle, tx, table, key.object(), 0, 1, &err), record);
     EXPECT_EQ(s.unsafe.search_object_w_src(handle, tx, table, key.object(), 0, 1, &err), record);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(spies.count("e_avl_search"), 14U);
+    EXPECT_EQ(services.count("e_avl_search"), 14U);
     EXPECT_EQ(s.get_value(handle, record->object), 5U);
 }
 
@@ -174,7 +161,7 @@ TEST_P(Search, SubFirstFindsNothingButTheExactKey) {
     const Key absent(s, handle, 1);
     const Key present(s, handle, 2);
     EXPECT_EQ(s.index.search_sub_first(handle, tx, table, present.value(), &err), record);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.search_sub_first(handle, tx, table, absent.value(), &err), nullptr);
     EXPECT_EQ(err, 0U);
     // It found the next key on the way, once in the walk and once as its result.
@@ -187,7 +174,7 @@ TEST_P(Search, ReportsTheRecordItAnswersOnceAndAWalkedOneTwice) {
     kel_record *record = put(2);
     const Key exact(s, handle, 2);
     const Key below(s, handle, 1);
-    spies.clear();
+    services.clear();
     s.plain.search(handle, tx, table, exact.value(), &err);
     EXPECT_EQ(reported(), Reported{record});
     s.index.search_nearest(handle, tx, table, below.value(), &err);
@@ -199,7 +186,7 @@ TEST_P(Search, ReportsTheRecordItAnswersOnceAndAWalkedOneTwice) {
 TEST_P(Search, NeverReportsAShadow) {
     kel_record *shadow = put(1, KEL_SOURCE_SHADOW);
     const Key key(s, handle, 1);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.search_w_src(handle, tx, table, key.value(), 255, &err), shadow);
     EXPECT_EQ(reported(), Reported{});
 }
@@ -207,7 +194,7 @@ TEST_P(Search, NeverReportsAShadow) {
 TEST_P(Search, AnswersTheRecordWithTheErrorOfTheReport) {
     kel_record *record = put(1);
     const Key key(s, handle, 1);
-    spies.wishes.cache_error = 12;
+    services.always_fail("kelrepl_add_to_cache");
     EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), record);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), nullptr);
@@ -231,7 +218,7 @@ TEST_P(Search, NeedsATableAndAKey) {
     expect_two(s.unsafe.search_object_w_src(handle, tx, table, nullptr, 1, 1, &err));
     EXPECT_EQ(s.index.search_cr(handle, table, nullptr, 1, 0), nullptr);
     EXPECT_EQ(handle->last_error, 2U);
-    EXPECT_EQ(spies.count("e_avl_search"), 0U);
+    EXPECT_EQ(services.count("e_avl_search"), 0U);
 }
 
 TEST_P(Search, EnteredWithAnErrorAnswersNull) {
@@ -239,12 +226,12 @@ TEST_P(Search, EnteredWithAnErrorAnswersNull) {
     const Key key(s, handle, 1);
     handle->last_error = 22;
     err = 5;
-    spies.clear();
+    services.clear();
     for (const auto &form : forms(key, 1)) EXPECT_EQ(form(), nullptr);
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 1, 0), nullptr);
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
 }
 
 TEST_P(Search, AllocatesStoresAndCountsNothing) {
@@ -281,12 +268,12 @@ TEST_P(Search, BeginsByClearingTheLastError) {
     for (const Key *key : {&present, &absent}) {
         for (const auto &form : forms(*key)) {
             handle->last_error = 22;
-            spies.clear();
+            services.clear();
             form();
             EXPECT_EQ(err, 0U);
             EXPECT_EQ(handle->last_error, 0U);
-            ASSERT_FALSE(spies.calls.empty());
-            EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
+            ASSERT_FALSE(services.calls().empty());
+            EXPECT_EQ(services.calls()[0].name, "kel_clear_last_error");
         }
     }
 }
@@ -294,14 +281,13 @@ TEST_P(Search, BeginsByClearingTheLastError) {
 TEST_P(Search, HandsTheTreeAProbeOfItsOwn) {
     kel_record *record = put(1);
     const Key key(s, handle, 1);
-    spies.clear();
+    services.clear();
     s.plain.search(handle, tx, table, key.value(), &err);
-    const Call call = spies.of("e_avl_search").at(0);
-    EXPECT_NE(call.subject, &record->index_node);
-    EXPECT_EQ(call.arguments,
-              (std::vector<u64>{reinterpret_cast<std::uintptr_t>(table->index_root),
-                                reinterpret_cast<std::uintptr_t>(s.index.compare)}));
-    EXPECT_EQ(spies.order({"mt_get_tenant_id", "e_avl_search", "kelrepl_add_to_cache"}),
+    const ServiceCall call = services.calls("e_avl_search").at(0);
+    EXPECT_NE(call.pointer<kel_index_node>(1), &record->index_node);
+    EXPECT_EQ(call.pointer<void>(0), table->index_root);
+    EXPECT_EQ(call.arguments.at(2), word(s.index.compare));
+    EXPECT_EQ(services.order({"mt_get_tenant_id", "e_avl_search", "kelrepl_add_to_cache"}),
               "mt_get_tenant_id e_avl_search kelrepl_add_to_cache");
 }
 
@@ -324,12 +310,12 @@ TEST_P(Search, ThatHidesPendingRecordsAnswersTheKeyItselfOrTheNearest) {
     kel_record *record = put(1);
     const Key key(s, handle, 1);
     const Key above(s, handle, 2);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.search_not_pending(handle, tx, table, key.value(), 1, &err), record);
     EXPECT_EQ(reported(), Reported{record});
     const Key low(s, handle, 0);
     remove(below);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.search_not_pending(handle, tx, table, low.value(), 1, &err), record);
     EXPECT_EQ(reported(), (Reported{record, record}));
     EXPECT_EQ(s.index.search_not_pending(handle, tx, table, low.value(), 0, &err), nullptr);
@@ -354,7 +340,7 @@ TEST_P(Search, TakesItsModesAsTruthValuesAndTheLowByteOfTheSource) {
 TEST_P(Search, NeverReportsAShadowThatAWalkFound) {
     kel_record *shadow = put(1, KEL_SOURCE_SHADOW);
     const Key key(s, handle, 0);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 1, 255, 1, &err), shadow);
     EXPECT_EQ(reported(), Reported{});
 }
@@ -362,8 +348,8 @@ TEST_P(Search, NeverReportsAShadowThatAWalkFound) {
 TEST_P(Search, AnswersTheNearestWithTheErrorOfTheReport) {
     kel_record *record = put(2);
     const Key key(s, handle, 1);
-    spies.wishes.cache_error = 12;
-    spies.clear();
+    services.always_fail("kelrepl_add_to_cache");
+    services.clear();
     EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), record);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(reported(), (Reported{record, record}));
@@ -375,7 +361,7 @@ TEST_P(Search, TheCrFormSearchesUnderItsTransactionAndGoesToTheNearestOfSourceOn
     put(2, 7);
     const Key key(s, handle, 1);
     handle->cr_tx_id = tx;
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 7, 0x100), one);
     EXPECT_EQ(reported(), (Reported{one, one}));
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 7, 0), nullptr);

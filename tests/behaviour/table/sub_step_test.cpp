@@ -43,15 +43,15 @@ TEST_P(SubSteps, AShadowIsTheLastOfItsKeyAndNeverReported) {
     kel_record *shadow = put(0, 255);
     kel_record *other = put(1, 1);
     for (const Traversal *t : names()) {
-        spies.clear();
+        services.clear();
         EXPECT_EQ(t->shadow(handle, tx, table, record, &err), shadow);
         EXPECT_EQ(reported(), Reported{between});
         EXPECT_EQ(t->shadow(handle, tx, table, shadow, &err), shadow);
-        EXPECT_EQ(spies.count("e_avl_get_next"), 0U);
+        EXPECT_EQ(services.count("e_avl_get_next"), 0U);
         EXPECT_EQ(t->shadow(handle, tx, table, other, &err), nullptr);
         EXPECT_EQ(t->shadow(handle, tx, table, nullptr, &err), nullptr);
         EXPECT_EQ(t->next(handle, tx, table, record, &err), other);
-        spies.clear();
+        services.clear();
         EXPECT_EQ(t->next_by_src(handle, tx, table, record, 255, &err), shadow);
         EXPECT_EQ(t->first_by_src(handle, tx, table, 255, &err), shadow);
         EXPECT_EQ(t->last_by_src(handle, tx, table, 255, &err), shadow);
@@ -66,7 +66,7 @@ TEST_P(SubSteps, AShadowIsTheLastOfItsKeyAndNeverReported) {
 TEST_P(SubSteps, AShadowIsFoundDirectlyBehindItsRecord) {
     kel_record *record = put(0, 1);
     kel_record *shadow = put(0, 255);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), shadow);
     EXPECT_EQ(reported(), Reported{});
 }
@@ -75,7 +75,7 @@ TEST_P(SubSteps, ARecordWithoutAShadowReportsEachOfItsSources) {
     kel_record *record = put(0, 1);
     kel_record *second = put(0, 2);
     kel_record *third = put(0, 3);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), nullptr);
     EXPECT_EQ(reported(), (Reported{second, third}));
 }
@@ -92,21 +92,21 @@ TEST_P(SubSteps, GoOnFromADeletedRecord) {
 }
 
 TEST_P(SubSteps, TakeOneStepAndAskForNoTenant) {
-    const std::vector<std::string> services = {"kel_clear_last_error", "mt_get_tenant_id",
-                                               "e_avl_get_next", "e_avl_get_prev",
-                                               "kelrepl_add_to_cache"};
+    const std::vector<std::string> steps = {"kel_clear_last_error", "mt_get_tenant_id",
+                                            "e_avl_get_next", "e_avl_get_prev",
+                                            "kelrepl_add_to_cache"};
     kel_record *first = put(0, 1);
     kel_record *second = put(0, 2);
     kel_record *third = put(0, 3);
-    spies.clear();
+    services.clear();
     s.by_key.sub_next(handle, tx, table, first, &err);
-    EXPECT_EQ(spies.order(services), "kel_clear_last_error e_avl_get_next kelrepl_add_to_cache");
+    EXPECT_EQ(services.order(steps), "kel_clear_last_error e_avl_get_next kelrepl_add_to_cache");
     EXPECT_EQ(reported(), Reported{second});
     s.by_key.sub_prev(handle, tx, table, third, &err);
-    EXPECT_EQ(spies.order(services), "kel_clear_last_error e_avl_get_prev kelrepl_add_to_cache");
+    EXPECT_EQ(services.order(steps), "kel_clear_last_error e_avl_get_prev kelrepl_add_to_cache");
     EXPECT_EQ(reported(), Reported{second});
     s.by_key.shadow(handle, tx, table, second, &err);
-    EXPECT_EQ(spies.order(services),
+    EXPECT_EQ(services.order(steps),
               "kel_clear_last_error e_avl_get_next kelrepl_add_to_cache "
               "kel_clear_last_error e_avl_get_next");
 }
@@ -114,7 +114,7 @@ TEST_P(SubSteps, TakeOneStepAndAskForNoTenant) {
 TEST_P(SubSteps, ThatLeaveTheKeyReportNothing) {
     kel_record *record = put(0);
     kel_record *other = put(1);
-    spies.clear();
+    services.clear();
     for (const Traversal *t : names()) {
         EXPECT_EQ(t->sub_next(handle, tx, table, record, &err), nullptr);
         EXPECT_EQ(t->sub_prev(handle, tx, table, other, &err), nullptr);
@@ -134,23 +134,23 @@ TEST_P(SubSteps, ToAShadowCrossIntoTheNextTenantsRun) {
 TEST_P(SubSteps, AShadowIsItsOwnWhateverTheErrorWordHolds) {
     kel_record *shadow = put(0, 255);
     err = 5;
-    spies.clear();
+    services.clear();
     for (const Traversal *t : names()) {
         EXPECT_EQ(t->shadow(handle, tx, table, shadow, &err), shadow);
     }
     EXPECT_EQ(err, 5U);
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
 }
 
 TEST_P(SubSteps, AFailedReportEndsTheWayToAShadow) {
     kel_record *record = put(0, 1);
     put(0, 2);
     put(0, 255);
-    spies.wishes.cache_error = 12;
-    spies.clear();
+    services.always_fail("kelrepl_add_to_cache");
+    services.clear();
     EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), nullptr);
     EXPECT_EQ(err, 12U);
-    EXPECT_EQ(spies.count("e_avl_get_next"), 1U);
+    EXPECT_EQ(services.count("e_avl_get_next"), 1U);
 }
 
 }  // namespace

@@ -81,13 +81,13 @@ TEST_P(Text, PrintRunsWithAnErrorAndClearsNone) {
     kel_record *record = make(1);
     handle->last_error = 22;
     err = 5;
-    spies.clear();
+    services.clear();
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, room, &err);
     // The lines of the record itself, without its objects.
     EXPECT_EQ(std::string(buffer.data(), length), std::string("record@") + s.name + ": {\n}\n");
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_EQ(spies.count("kel_clear_last_error"), 0U);
+    EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
     // The error that is there stays also where the objects wouldn't fit.
     s.plain.print(handle, tx, buffer.data(), record, static_cast<u32>(length), &err);
     EXPECT_EQ(err, 5U);
@@ -162,10 +162,10 @@ TEST_P(Text, AKeysPrintClearsTheLastErrorFirst) {
     EXPECT_EQ(handle->last_error, 0U);
     const u32 length = s.plain.pkey_len(handle, tx, record);
     // With its wire length as room a key is begun, whether or not its text fits.
-    spies.clear();
+    services.clear();
     s.plain.pkey_print(handle, tx, table, record, buffer.data(), length, &err);
-    const auto stored = spies.of("kel_store_err");
-    for (const Call &call : stored) EXPECT_NE(call.arguments.at(0), 22U);
+    const auto stored = services.calls("kel_store_err");
+    for (const ServiceCall &call : stored) EXPECT_NE(call.arguments.at(1), 22U);
     EXPECT_NE(buffer[0], ' ');
 }
 

@@ -21,12 +21,12 @@ class ReadTest : public TableTest {
     // The records reported since the last look, each with the table's vector.
     Reported reported() {
         Reported records;
-        for (const Call &call : spies.of("kelrepl_add_to_cache")) {
-            records.push_back(call.subject);
-            EXPECT_EQ(call.extra, s.vector);
-            EXPECT_EQ(call.tx_id, tx);
+        for (const ServiceCall &call : services.calls("kelrepl_add_to_cache")) {
+            records.push_back(call.pointer<const void>(3));
+            EXPECT_EQ(call.pointer<const void *const>(4), s.vector);
+            EXPECT_EQ(call.tx_id(), tx);
         }
-        spies.clear();
+        services.clear();
         return records;
     }
     // Every read from an end of the index.
@@ -88,23 +88,23 @@ class ReadTest : public TableTest {
     void expect_nothing_with_an_error_set(const Reads &reads) {
         handle->last_error = 22;
         err = 5;
-        spies.clear();
+        services.clear();
         for (const auto &read : reads) EXPECT_EQ(read(), nullptr);
         EXPECT_EQ(err, 5U);
         EXPECT_EQ(handle->last_error, 22U);
-        EXPECT_TRUE(spies.calls.empty());
+        EXPECT_TRUE(services.calls().empty());
         err = 0;
         handle->last_error = 0;
     }
     void expect_last_error_cleared_first(const Reads &reads) {
         for (const auto &read : reads) {
             handle->last_error = 22;
-            spies.clear();
+            services.clear();
             read();
             EXPECT_EQ(err, 0U);
             EXPECT_EQ(handle->last_error, 0U);
-            ASSERT_FALSE(spies.calls.empty());
-            EXPECT_EQ(spies.calls[0].service, "kel_clear_last_error");
+            ASSERT_FALSE(services.calls().empty());
+            EXPECT_EQ(services.calls()[0].name, "kel_clear_last_error");
         }
     }
     void expect_nothing_stored_or_allocated(const Reads &reads) {

@@ -195,11 +195,11 @@ TEST_P(Traversals, ReportsEachRecordItAnswersAndNoOther) {
     kel_record *b = put(2);
     begin();
     for (const Traversal *t : names()) {
-        spies.clear();
+        services.clear();
         t->first(handle, tx, table, &err);
         EXPECT_EQ(reported(), Reported{a});
         t->next(handle, tx, table, a, &err);
-        ASSERT_EQ(spies.of("kelrepl_add_to_cache").at(0).tx_id, tx);
+        ASSERT_EQ(services.calls("kelrepl_add_to_cache").at(0).tx_id(), tx);
         EXPECT_EQ(reported(), Reported{b});
         t->last(handle, tx, table, &err);
         EXPECT_EQ(reported(), Reported{b});
@@ -215,7 +215,7 @@ TEST_P(Traversals, ReportsEachRecordItAnswersAndNoOther) {
 TEST_P(Traversals, AnswersTheRecordWithTheErrorOfTheReport) {
     kel_record *a = put(0);
     kel_record *b = put(1);
-    spies.wishes.cache_error = 12;
+    services.always_fail("kelrepl_add_to_cache");
     EXPECT_EQ(s.by_key.first(handle, tx, table, &err), a);
     EXPECT_EQ(err, 12U);
     err = 0;
@@ -280,7 +280,7 @@ TEST_P(Traversals, EnteredWithAnErrorAnswersNull) {
         EXPECT_EQ(s.index.get_cr(handle, table, selector, record, 0, 0), nullptr);
     }
     EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
 }
 
 TEST_P(Traversals, BeginByClearingTheLastError) {
@@ -309,13 +309,13 @@ TEST_P(Traversals, IgnoringSourcesShowsPendingRecordsInOneStep) {
     set_pending(a);
     set_pending(b);
     for (const Traversal *t : names()) {
-        spies.clear();
+        services.clear();
         EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), a);
-        EXPECT_EQ(spies.count("e_avl_get_next"), 0U);
+        EXPECT_EQ(services.count("e_avl_get_next"), 0U);
         EXPECT_EQ(t->next_ignore_src(handle, tx, table, a, &err), b);
-        EXPECT_EQ(spies.count("e_avl_get_next"), 1U);
+        EXPECT_EQ(services.count("e_avl_get_next"), 1U);
         EXPECT_EQ(t->prev_ignore_src(handle, tx, table, b, &err), a);
-        EXPECT_EQ(spies.count("e_avl_get_prev"), 1U);
+        EXPECT_EQ(services.count("e_avl_get_prev"), 1U);
     }
 }
 

@@ -28,7 +28,7 @@ TEST_P(Walk, SeesEveryEntryOfTheTree) {
     kel_record *c = put(1, 255);
     kel_record *d = put_for(3, 0);
     set_pending(b);
-    spies.clear();
+    services.clear();
     handle->last_error = 0;
     Visits visits;
     s.index.walk(table, note_visit, &visits, &err);
@@ -36,9 +36,9 @@ TEST_P(Walk, SeesEveryEntryOfTheTree) {
     Visits cr_visits;
     s.cr.walk(handle, table, 0, note_visit, &cr_visits);
     EXPECT_EQ(cr_visits.records, visits.records);
-    EXPECT_EQ(spies.count("kelrepl_add_to_cache"), 0U);
-    EXPECT_EQ(spies.count("kel_clear_last_error"), 0U);
-    EXPECT_EQ(spies.count("mt_get_tenant_id"), 0U);
+    EXPECT_EQ(services.count("kelrepl_add_to_cache"), 0U);
+    EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
+    EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
 }
 
 TEST_P(Walk, EndsWhenItsFunctionSaysSo) {
@@ -123,23 +123,22 @@ TEST_P(Walk, TheTreesCallbackLeavesFurtherArgumentsAlone) {
 TEST_P(Walk, TheUnorderedTraversalDoesNothing) {
     put(0);
     const kel_table before = *table;
-    spies.clear();
+    services.clear();
     s.index.unordered_traversal();
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
 }
 
 TEST_P(Walk, IsTheTreesWithTheTablesCallback) {
     put(0);
     Visits visits;
-    spies.clear();
+    services.clear();
     s.index.walk(table, note_visit, &visits, &err);
     s.cr.walk(handle, table, 0, note_visit, &visits);
-    ASSERT_EQ(spies.calls.size(), 2U);
-    for (const Call &call : spies.of("e_avl_walk")) {
-        EXPECT_EQ(call.subject, table->index_root);
-        EXPECT_EQ(call.arguments,
-                  std::vector<u64>{reinterpret_cast<std::uintptr_t>(s.index.internal_walk)});
+    ASSERT_EQ(services.calls().size(), 2U);
+    for (const ServiceCall &call : services.calls("e_avl_walk")) {
+        EXPECT_EQ(call.arguments_in(0, 2),
+                  (std::vector<u64>{word(table->index_root), word(s.index.internal_walk)}));
     }
 }
 

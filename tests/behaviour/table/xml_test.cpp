@@ -14,7 +14,7 @@ class RecordXml : public TextTest {
     // The elements that a service was told of, in order.
     std::string elements(const std::string &service) {
         std::string names;
-        for (const Call &call : spies.of(service)) names += call.text + " ";
+        for (const ServiceCall &call : services.calls(service)) names += call.text + " ";
         return names;
     }
 };
@@ -68,13 +68,13 @@ TEST_P(RecordXml, EnteredWithAnErrorDoesNothing) {
     const Document document = parse("<a/>");
     handle->last_error = 22;
     err = 5;
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     EXPECT_EQ(s.plain.to_xml(handle, tx, buffer.data(), record, room, &err), 0U);
     EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
-    EXPECT_TRUE(spies.calls.empty());
+    EXPECT_TRUE(services.calls().empty());
     EXPECT_TRUE(hooks.events.empty());
 }
 
@@ -133,20 +133,25 @@ TEST_P(RecordXml, ClosesTheRecordAlsoAfterAnError) {
     kel_record *record = make(1);
     const u32 whole = static_cast<u32>(written(s.plain.to_xml, record).size());
     const std::string begin = std::string("<") + s.name + ">";
+    u32 error_at_the_end = 0;
+    services.at_each = [&](const ServiceCall &call) {
+        if (call.name == "end_tag") error_at_the_end = *call.pointer<u32>(5);
+    };
     // Room for less and less, down to none for the record's own tag.
     for (const u32 length : {whole - 1, whole / 2, static_cast<u32>(begin.size()) - 1}) {
         err = 0;
-        spies.clear();
+        services.clear();
         EXPECT_LE(s.plain.to_xml(handle, tx, buffer.data(), record, length, &err), length);
         EXPECT_EQ(err, 90U);
-        EXPECT_EQ(spies.of("start_tag").at(0).text, s.name);
-        EXPECT_EQ(spies.of("start_tag").at(0).arguments, (std::vector<u64>{length, 0}));
-        EXPECT_EQ(spies.of("end_tag").back().text, s.name);
+        EXPECT_EQ(services.calls("start_tag").at(0).text, s.name);
+        EXPECT_EQ(services.calls("start_tag").at(0).arguments_in(4, 6),
+                  (std::vector<u64>{length, 0}));
+        EXPECT_EQ(services.calls("end_tag").back().text, s.name);
     }
     // Nothing stands between the record's tags that didn't fit.
     EXPECT_EQ(elements("start_tag"), std::string(s.name) + " ");
     EXPECT_EQ(elements("end_tag"), std::string(s.name) + " ");
-    EXPECT_EQ(spies.of("end_tag").at(0).arguments.at(1), 90U);
+    EXPECT_EQ(error_at_the_end, 90U);
 }
 
 TEST_P(RecordXml, ClearsTheLastErrorFirst) {
@@ -156,10 +161,10 @@ TEST_P(RecordXml, ClearsTheLastErrorFirst) {
     EXPECT_EQ(handle->last_error, 0U);
     const Document document = parse(xml);
     handle->last_error = 22;
-    spies.clear();
+    services.clear();
     EXPECT_NE(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
     EXPECT_EQ(handle->last_error, 0U);
-    EXPECT_EQ(spies.calls.at(0).service, "kel_clear_last_error");
+    EXPECT_EQ(services.calls().at(0).name, "kel_clear_last_error");
 }
 
 TEST_P(RecordXml, IsFoundWhereverTheDocumentHasItsElements) {
@@ -191,8 +196,11 @@ TEST_P(RecordXml, AKeyElementThatCannotBeReadEndsTheRead) {
 TEST_P(RecordXml, AFailureOfAnEnumerationFillsTheMessage) {
     if (std::string(s.object.type_name) != "st_every") return;
     const Document document = parse(written(s.plain.to_xml, make(1, 1, 5)));
-    spies.wishes.element_path = "//st_every/lamp";
-    spies.wishes.element_answer = 77;
+    services.at_each = [&](const ServiceCall &call) {
+        if (call.name != "xml_get_element_value" || !call.text.starts_with("//st_every/lamp"))
+            return;
+        services.fail(call.name, 1, 77);
+    };
     char message[64] = "";
     EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, message, sizeof message), nullptr);
     EXPECT_EQ(err, 77U);
@@ -216,8 +224,8 @@ TEST_F(LdapXml, AFieldThatIsAbsentInXmlKeepsItsValue) {
     // The new object gets a value before its fields are read.
     HookRecorder hooks(handle);
     bool filled = false;
-    spies.at_each = [&](const std::string &service) {
-        if (filled || service != "xml_get_element_nodecount") return;
+    services.at_each = [&](const ServiceCall &call) {
+        if (filled || call.name != "xml_get_element_nodecount") return;
         filled = true;
         s.set_value(handle, tx, hooks.of(Hook::alloc).back().address, 300, &err);
     };
