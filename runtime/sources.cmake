@@ -9,7 +9,7 @@ set(TARNBASE_RUNTIME_SOURCES
   index/tree.cpp
   store/file.cpp
   store/store.cpp
-  store/table_list.cpp
+  store/table_refusal.cpp
   store/transaction.cpp
   store/undo_log.cpp
   catalog/descriptor_copy.cpp
@@ -17,17 +17,14 @@ set(TARNBASE_RUNTIME_SOURCES
   catalog/named_entry.cpp
   catalog/table_ids.cpp
   catalog/type_map.cpp
-  trace/module.cpp
-  trace/thread.cpp
-  trace/trace.cpp
-  text/print.cpp
+  text/format.cpp
   text/quoted.cpp
   text/utf8.cpp
-  wire/instance.cpp
   wire/message_header.cpp
-  variant/adjust.cpp
   variant/domain.cpp
-  variant/instance.cpp
+  trace/module.cpp
+  trace/sink.cpp
+  trace/thread.cpp
   xml/document.cpp
   xml/each.cpp
   xml/element.cpp
@@ -35,15 +32,14 @@ set(TARNBASE_RUNTIME_SOURCES
   xml/search.cpp
   xml/siblings.cpp
   xml/tag.cpp
+  value/address.cpp
   value/descriptor.cpp
   value/header.cpp
   value/int32.cpp
   value/int64.cpp
   value/ip_address.cpp
-  value/ip_address_assign.cpp
   value/kel_boolean.cpp
   value/kel_vstring.cpp
-  value/kel_vstring_assign.cpp
   value/super_fast_hash.cpp
   value/text_owner.cpp
   value/u_int16.cpp
@@ -51,6 +47,7 @@ set(TARNBASE_RUNTIME_SOURCES
   value/u_int64.cpp
   value/u_int8.cpp
   value/usage.cpp
+  value/vstring.cpp
   mapping/object_data.cpp
   mapping/object_identity.cpp
   tenant/counters.cpp
@@ -61,12 +58,27 @@ set(TARNBASE_RUNTIME_SOURCES
   replication/reader.cpp
   replication/release.cpp
   replication/ring.cpp
-  handle/fallback.cpp
   handle/handle.cpp
   handle/hooks.cpp
+  handle/objects.cpp
+  handle/records.cpp
+  handle/replication.cpp
   handle/stores.cpp
+  handle/trace.cpp
+  handle/transactions.cpp
+  handle/values.cpp
+  handle/xml.cpp
   services/communication.cpp
   services/descriptors.cpp
   services/errors.cpp
-  services/key_index.cpp)
+  services/key_index.cpp
+  services/keyed_store.cpp
+  services/mappings.cpp
+  services/state.cpp
+  services/tables.cpp
+  services/tenants.cpp
+  services/text.cpp
+  services/trace.cpp
+  services/variants.cpp
+  services/wire.cpp)
 list(TRANSFORM TARNBASE_RUNTIME_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

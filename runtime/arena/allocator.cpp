@@ -15,8 +15,8 @@ constexpr std::uint64_t set_count = size_class_count + 2;
 constexpr std::uint64_t least_growth = 1ULL << 20;
 constexpr std::uint64_t most_growth = 64ULL << 20;
 
-// The last pages are the undo log's: a transaction that meets a full store can still
-// note what it changes, and be taken back.
+// The last pages are for undo logs alone, so that a transaction that fills the store can
+// still log its changes and roll back.
 constexpr std::uint64_t pages_for_logs = 4;
 
 constexpr std::uint64_t round_to_page(std::uint64_t bytes) {
@@ -49,7 +49,7 @@ Allocator::Allocator(Region &region, ArenaState &state, std::uint64_t sets_offse
         words += PageSet::words_for(pages);
         return set;
     };
-    for (PageSet &set : with_room_) set = next_set();
+    for (PageSet &set : with_free_slot_) set = next_set();
     free_ = next_set();
     heads_ = next_set();
 }
@@ -78,10 +78,10 @@ bool Allocator::grow_to(std::uint64_t end) {
     return true;
 }
 
-Page *Allocator::take_run(PageKind kind, std::uint64_t pages) {
+Page *Allocator::allocate_run(PageKind kind, std::uint64_t pages) {
     const std::optional<std::uint64_t> first = free_.first_run(pages);
-    const std::uint64_t spared = kind == PageKind::undo_log ? 0 : pages_for_logs;
-    const std::uint64_t limit = region_->capacity() / page_size - spared;
+    const std::uint64_t reserved = kind == PageKind::undo_log ? 0 : pages_for_logs;
+    const std::uint64_t limit = region_->capacity() / page_size - reserved;
     if (!first || *first + pages > limit || !grow_to((*first + pages) * page_size)) return nullptr;
     for (std::uint64_t i = 0; i < pages; ++i) free_.erase(*first + i);
     heads_.insert(*first);
@@ -91,7 +91,7 @@ Page *Allocator::take_run(PageKind kind, std::uint64_t pages) {
     return page;
 }
 
-void Allocator::give_run(Page *page, std::uint64_t dirty) {
+void Allocator::release_run(Page *page, std::uint64_t dirty) {
     const std::uint64_t first = number_of(page);
     const std::uint64_t pages = page->pages;
     std::memset(static_cast<void *>(page), 0, dirty);
@@ -99,29 +99,29 @@ void Allocator::give_run(Page *page, std::uint64_t dirty) {
     for (std::uint64_t i = 0; i < pages; ++i) free_.insert(first + i);
 }
 
-Page *Allocator::take_page() { return take_run(PageKind::undo_log, 1); }
+Page *Allocator::allocate_page() { return allocate_run(PageKind::undo_log, 1); }
 
-void Allocator::give_page(Page *page, std::uint64_t dirty) { give_run(page, dirty); }
+void Allocator::release_page(Page *page, std::uint64_t dirty) { release_run(page, dirty); }
 
 void *Allocator::allocate(std::uint64_t size) {
     return size <= largest_small_block ? allocate_small(size_class_of(size)) : allocate_large(size);
 }
 
 void *Allocator::allocate_small(std::uint32_t size_class) {
-    PageSet &with_room = with_room_[size_class];
+    PageSet &with_free_slot = with_free_slot_[size_class];
     Page *page = nullptr;
-    if (const std::optional<std::uint64_t> number = with_room.first()) {
+    if (const std::optional<std::uint64_t> number = with_free_slot.first()) {
         page = page_at(*number);
     } else {
-        page = take_run(PageKind::small_blocks, 1);
+        page = allocate_run(PageKind::small_blocks, 1);
         if (page == nullptr) return nullptr;
         page->size_class = size_class;
-        with_room.insert(number_of(page));
+        with_free_slot.insert(number_of(page));
     }
     const std::uint32_t slot = lowest_free_slot(page);
     page->bitmap()[slot / 64] |= 1ULL << slot % 64;
     const SizeClass &shape = size_classes[size_class];
-    if (++page->used == shape.slots) with_room.erase(number_of(page));
+    if (++page->used == shape.slots) with_free_slot.erase(number_of(page));
     state_->blocks += 1;
     state_->block_bytes += shape.size;
     return block_at(page, slot);
@@ -130,7 +130,7 @@ void *Allocator::allocate_small(std::uint32_t size_class) {
 void *Allocator::allocate_large(std::uint64_t size) {
     if (size > region_->capacity()) return nullptr;
     const std::uint64_t bytes = round_to_page(large_block_offset + size);
-    Page *page = take_run(PageKind::large_block, bytes / page_size);
+    Page *page = allocate_run(PageKind::large_block, bytes / page_size);
     if (page == nullptr) return nullptr;
     state_->blocks += 1;
     state_->block_bytes += bytes;
@@ -142,7 +142,7 @@ std::optional<Allocator::Place> Allocator::locate(const void *block) const {
     const auto offset =
         static_cast<std::uint64_t>(static_cast<const char *>(block) - region_->base());
     const std::uint64_t number = offset / page_size;
-    // Inside a large block there are no heads, only the caller's bytes.
+    // Only the first page of a large block has a head.
     if (!heads_.contains(number)) return std::nullopt;
     Page *page = page_at(number);
     const std::uint64_t inside = offset % page_size;
@@ -170,20 +170,20 @@ bool Allocator::release(void *block) {
     } else {
         const std::uint64_t bytes = place->page->pages * page_size;
         state_->block_bytes -= bytes;
-        give_run(place->page, bytes);
+        release_run(place->page, bytes);
     }
     return true;
 }
 
 void Allocator::release_small(Page *page, std::uint32_t slot) {
     const SizeClass &shape = size_classes[page->size_class];
-    PageSet &with_room = with_room_[page->size_class];
+    PageSet &with_free_slot = with_free_slot_[page->size_class];
     std::memset(block_at(page, slot), 0, shape.size);
     page->bitmap()[slot / 64] &= ~(1ULL << slot % 64);
-    if (page->used == shape.slots) with_room.insert(number_of(page));
+    if (page->used == shape.slots) with_free_slot.insert(number_of(page));
     if (--page->used > 0) return;
-    with_room.erase(number_of(page));
-    give_run(page, shape.first);
+    with_free_slot.erase(number_of(page));
+    release_run(page, shape.first);
 }
 
 }  // namespace tarn::runtime

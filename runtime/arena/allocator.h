@@ -1,13 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // The blocks of a store.
 //
-// Free bytes are zero, and the lowest free place is always taken. Everything that
-// the allocator keeps is therefore a function of the blocks that are allocated: an
-// allocation that is taken back leaves every byte as it was, save that a store
-// that has grown stays grown.
+// Free bytes are zero, and an allocation takes the lowest free place. The allocator's data
+// is therefore a function of the allocated blocks: rolling an allocation back restores
+// every byte. Only the store's size stays: a store never shrinks.
 //
-// What it keeps stands outside the blocks: sets of page numbers behind the store's
-// header, and a head at the start of each page in use (page.h).
+// This data is outside the blocks: sets of page numbers after the store's header, and a
+// head at the start of each page in use (page.h).
 #ifndef TARNBASE_RUNTIME_ARENA_ALLOCATOR_H
 #define TARNBASE_RUNTIME_ARENA_ALLOCATOR_H
 
@@ -31,37 +30,37 @@ struct ArenaState {
 
 class Allocator {
  public:
-    // Bytes from the base on that are never dealt out, if the page sets begin at
-    // byte `sets_offset` of a store of `capacity` bytes.
+    // Bytes at the start of a store of `capacity` bytes that are never allocated, if the
+    // page sets begin at byte `sets_offset`.
     static std::uint64_t front_bytes(std::uint64_t sets_offset, std::uint64_t capacity);
 
     Allocator() = default;
     // The allocator of a mapped store.
     Allocator(Region &region, ArenaState &state, std::uint64_t sets_offset);
-    // Enters all pages of a new store as free.
+    // Marks all pages of a new store as free.
     void format(std::uint64_t sets_offset);
 
-    // A zeroed block of at least `size` bytes; null if there is no room.
+    // A zeroed block of at least `size` bytes; null if there is no space.
     void *allocate(std::uint64_t size);
-    // Zeroes a block and gives it back. False: it is no allocated block.
+    // Zeroes and frees a block. False: it is no allocated block.
     bool release(void *block);
     bool is_allocated(const void *block) const { return locate(block).has_value(); }
 
-    // A page for the undo log, zero but for its head; null if there is no room.
-    Page *take_page();
-    // Gives a page back whose first `dirty` bytes may not be zero.
-    void give_page(Page *page, std::uint64_t dirty);
+    // A page for the undo log, zero but for its head; null if there is no space.
+    Page *allocate_page();
+    // Frees a page of which only the first `dirty` bytes may be nonzero.
+    void release_page(Page *page, std::uint64_t dirty);
 
  private:
-    // Where an allocated block lies. A large block has slot 0.
+    // The place of an allocated block. A large block has slot 0.
     struct Place {
         Page *page;
         std::uint32_t slot;
     };
 
     std::optional<Place> locate(const void *block) const;
-    Page *take_run(PageKind kind, std::uint64_t pages);
-    void give_run(Page *page, std::uint64_t dirty);
+    Page *allocate_run(PageKind kind, std::uint64_t pages);
+    void release_run(Page *page, std::uint64_t dirty);
     void *allocate_small(std::uint32_t size_class);
     void *allocate_large(std::uint64_t size);
     void release_small(Page *page, std::uint32_t slot);
@@ -72,9 +71,9 @@ class Allocator {
 
     Region *region_ = nullptr;
     ArenaState *state_ = nullptr;
-    std::array<PageSet, size_class_count> with_room_;  // pages with a free slot
-    PageSet free_;                                     // pages not in use
-    PageSet heads_;                                    // pages that begin with a head
+    std::array<PageSet, size_class_count> with_free_slot_;  // pages of small blocks
+    PageSet free_;                                          // pages not in use
+    PageSet heads_;                                         // pages that begin with a head
 };
 
 }  // namespace tarn::runtime

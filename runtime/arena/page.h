@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Pages: the units in which a store's memory is dealt out. A free page is zero.
+// Pages: the units in which a store's memory is allocated. A free page is zero.
 //
 // Every page or run of pages in use begins with a head:
 //
@@ -11,8 +11,8 @@
 //       16        bitmap of the small blocks in use, 8 bytes for every 64;
 //                 of a log page the address of the page before it, 8 bytes
 //
-// Behind the head, at the next multiple of 16, stand the small blocks, lowest slot
-// first. A large block begins at byte 64.
+// The small blocks follow the head at the next multiple of 16, lowest slot first. A large
+// block begins at byte 64.
 #ifndef TARNBASE_RUNTIME_ARENA_PAGE_H
 #define TARNBASE_RUNTIME_ARENA_PAGE_H
 

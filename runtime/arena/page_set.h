@@ -1,9 +1,9 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // A set of page numbers, kept in the store as bits.
 //
-// Level 0 has a bit a page, each further level a bit for every word of the level
-// below that isn't zero, up to a level of one word. The bytes are a function of the
-// members alone, so that taking a member out and putting it back leaves no trace.
+// Level 0 has a bit for each page; each further level has a bit for each word of the level
+// below, set if that word isn't zero, up to a level of one word. The bytes are a function
+// of the members alone: erasing a member and inserting it again restores every byte.
 #ifndef TARNBASE_RUNTIME_ARENA_PAGE_SET_H
 #define TARNBASE_RUNTIME_ARENA_PAGE_SET_H
 
@@ -15,11 +15,11 @@ namespace tarn::runtime {
 
 class PageSet {
  public:
-    // Words that a set of numbers below `limit` takes.
+    // The number of words of a set of numbers below `limit`.
     static std::uint64_t words_for(std::uint64_t limit);
 
     PageSet() = default;
-    // The set whose words stand at `words`. Zero words are the empty set.
+    // The set whose words are at `words`. Zero words are the empty set.
     PageSet(std::uint64_t *words, std::uint64_t limit);
 
     void insert(std::uint64_t page);
@@ -34,7 +34,7 @@ class PageSet {
     std::optional<std::uint64_t> first_run(std::uint64_t count) const;
 
  private:
-    static constexpr std::size_t max_levels = 8;  // 2^48 pages are more than can be mapped
+    static constexpr std::size_t max_levels = 8;  // 2^48 pages: more than can be mapped
 
     std::array<std::uint64_t *, max_levels> levels_{};
     std::size_t depth_ = 0;

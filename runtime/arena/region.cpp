@@ -32,7 +32,7 @@ std::uint32_t Region::map(File &file, void *base, std::uint64_t capacity) {
     if (base != nullptr) flags |= MAP_FIXED_NOREPLACE;
     void *mapped = ::mmap(base, capacity, PROT_READ | PROT_WRITE, flags, file.descriptor(), 0);
     if (mapped == MAP_FAILED) return errno == EEXIST ? EADDRINUSE : error_number();
-    // A kernel that doesn't know the flag takes the address as a hint.
+    // A kernel without this flag treats the address as a hint.
     if (base != nullptr && mapped != base) {
         ::munmap(mapped, capacity);
         return EADDRINUSE;
@@ -45,8 +45,8 @@ std::uint32_t Region::map(File &file, void *base, std::uint64_t capacity) {
 
 std::uint32_t Region::extend(std::uint64_t from, std::uint64_t to) {
     if (!file_.is_open()) return 0;
-    // Disk blocks are taken now: a full disk is an error here and not a signal at
-    // the first store into a page.
+    // Allocates the disk blocks now: a full disk is an error here, and not a signal at the
+    // first store into a page.
     const auto start = static_cast<off_t>(from);
     const auto length = static_cast<off_t>(to - from);
     int result;

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A range of addresses that is a file or anonymous memory. The whole capacity is
-// mapped at once; a file grows under the mapping, so that nothing ever moves and
-// other processes see the growth without being told.
+// A range of addresses, mapped to a file or to anonymous memory. The whole capacity is
+// mapped at once and a file grows within the mapping: nothing ever moves, and other
+// processes see the growth without any notice.
 #ifndef TARNBASE_RUNTIME_ARENA_REGION_H
 #define TARNBASE_RUNTIME_ARENA_REGION_H
 
@@ -10,7 +10,7 @@
 
 namespace tarn::runtime {
 
-// An open file, closed with its owner.
+// An open file. The destructor closes it.
 class File {
  public:
     File() = default;
@@ -38,11 +38,11 @@ class Region {
 
     // Maps `capacity` bytes of `file`, or of anonymous memory if it isn't open, at
     // `base`, or anywhere if that is null. Returns 0, EADDRINUSE if some of the
-    // range is taken, or mmap(2)'s error. The file stays the caller's on failure. What
-    // was mapped before is unmapped.
+    // range is in use, or mmap(2)'s error. Takes the file over on success. Unmaps what
+    // was mapped before.
     std::uint32_t map(File &file, void *base, std::uint64_t capacity);
 
-    // Makes bytes [from, to) usable: they are zero. Returns 0 or an errno number.
+    // Makes bytes [from, to) usable; they are zero. Returns 0 or an errno number.
     std::uint32_t extend(std::uint64_t from, std::uint64_t to);
 
     char *base() const { return base_; }

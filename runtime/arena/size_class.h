@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The sizes in which small blocks come: multiples of 16 up to 128 bytes, then four
-// to a doubling, up to 16 KiB. A page holds blocks of one class.
+// The sizes of small blocks: multiples of 16 up to 128 bytes, then four sizes to a
+// doubling, up to 16 KiB. A page holds blocks of one class.
 #ifndef TARNBASE_RUNTIME_ARENA_SIZE_CLASS_H
 #define TARNBASE_RUNTIME_ARENA_SIZE_CLASS_H
 
@@ -27,8 +27,8 @@ constexpr std::uint32_t size_class_of(std::uint64_t size) {
 }
 
 struct SizeClass {
-    std::uint32_t size;   // bytes a block
-    std::uint32_t slots;  // blocks a page
+    std::uint32_t size;   // bytes of a block
+    std::uint32_t slots;  // blocks in a page
     std::uint32_t first;  // offset of the first block in its page
 };
 

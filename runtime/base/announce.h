@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// How the runtime's services store into memory that is in use: as the library does, after
-// an announcement through the handle's write_log_hook, which a program may have wrapped.
-// What a service allocates it may fill unannounced before it is linked. The services'
-// blocks themselves come from the store's allocator, not from the handle's hooks.
+// How the runtime stores into memory that is in use: as the library does, after an
+// announcement through the handle's write_log_hook, which a program may have wrapped. A
+// new block may be filled without an announcement until it is linked.
 #ifndef TARNBASE_RUNTIME_BASE_ANNOUNCE_H
 #define TARNBASE_RUNTIME_BASE_ANNOUNCE_H
 
@@ -12,17 +11,23 @@
 
 namespace tarn::runtime {
 
-// Announces that `length` bytes at `address` are about to change.
-inline void announce(kel_handle *handle, std::uint32_t tx_id, void *address, std::uint64_t length) {
-    handle->write_log_hook(handle->arena, address, length, tx_id);
-}
+// The log that a change is announced to: a handle's, for one transaction.
+struct WriteLog {
+    kel_handle *handle;
+    std::uint32_t tx_id;
 
-// Announces a store and makes it.
-template <typename T>
-void announced_set(kel_handle *handle, std::uint32_t tx_id, T &place, T value) {
-    announce(handle, tx_id, &place, sizeof(T));
-    place = value;
-}
+    // Announces that `length` bytes at `address` are about to change.
+    void announce(void *address, std::uint64_t length) const {
+        handle->write_log_hook(handle->arena, address, length, tx_id);
+    }
+
+    // Announces a store and makes it.
+    template <typename T>
+    void set(T &place, T value) const {
+        announce(&place, sizeof(T));  // NOLINT(bugprone-sizeof-expression)
+        place = value;
+    }
+};
 
 }  // namespace tarn::runtime
 

@@ -4,15 +4,13 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "tarnbase/embedded.h"
+namespace tarn::runtime {
 
 namespace {
 
 thread_local constinit char text[1024] = "";
 
 }  // namespace
-
-namespace tarn::runtime {
 
 std::uint32_t fail(std::uint32_t code, const char *format, ...) {
     std::va_list arguments;
@@ -22,6 +20,6 @@ std::uint32_t fail(std::uint32_t code, const char *format, ...) {
     return code;
 }
 
-}  // namespace tarn::runtime
+const char *error_text() { return text; }
 
-const char *kel_error_text() { return text; }
+}  // namespace tarn::runtime

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What was wrong in this thread's last call that failed.
+// The text of this thread's last error.
 #ifndef TARNBASE_RUNTIME_BASE_ERROR_TEXT_H
 #define TARNBASE_RUNTIME_BASE_ERROR_TEXT_H
 
@@ -9,8 +9,10 @@
 
 namespace tarn::runtime {
 
-// Keeps the formatted text for kel_error_text and returns `code`.
+// Sets the text and returns `code`.
 std::uint32_t fail(std::uint32_t code, const char *format, ...) TARNBASE_PRINTF(2, 3);
+
+const char *error_text();
 
 }  // namespace tarn::runtime
 

@@ -1,26 +1,25 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What every service of the value half does around its own steps: errors here, and stores,
-// which are announced, in announce.h.
+// How a service reports an error: an errno number in `*err`, and in the handle through
+// kel_store_err, so that a program that replaces this service sees every error. The text
+// of an error is kept by error_text.h.
 #ifndef TARNBASE_RUNTIME_BASE_ERRORS_H
 #define TARNBASE_RUNTIME_BASE_ERRORS_H
 
 #include <cerrno>
 #include <cstdint>
 
-#include "runtime/base/announce.h"
 #include "tarnbase/runtime.h"
 
 namespace tarn::runtime {
 
-// Reports an error: in `*err` first, then in the handle.
-inline void report(kel_handle *handle, std::uint32_t *err, std::uint32_t error) {
-    *err = error;
-    kel_store_err(handle, error);
+inline void report_error(kel_handle *handle, std::uint32_t *err, std::uint32_t code) {
+    *err = code;
+    kel_store_err(handle, code);
 }
 
-// The same for an operation that runs on after an error: the first one stays.
-inline void report_first(kel_handle *handle, std::uint32_t *err, std::uint32_t error) {
-    if (*err == 0) report(handle, err, error);
+// The same for an operation that continues after an error: the first one stays.
+inline void report_first_error(kel_handle *handle, std::uint32_t *err, std::uint32_t code) {
+    if (*err == 0) report_error(handle, err, code);
 }
 
 }  // namespace tarn::runtime

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// A store's own copies of the descriptors.
-#include <cerrno>
-#include <cstdint>
-#include <cstring>
+#include "runtime/catalog/descriptor_copy.h"
 
 #include "runtime/base/announce.h"
-#include "tarnbase/record.h"
-#include "tarnbase/runtime.h"
 
-using tarn::runtime::announced_set;
+namespace tarn::runtime {
 
 namespace {
 
@@ -18,9 +13,9 @@ T *allocate(kel_handle *handle, std::uint64_t count) {
         handle->type_alloc_hook(handle->type_arena, KEL_TX_NONE, count * sizeof(T)));
 }
 
-// Usage records for all variants of `constant`: with the counters that `known` has,
-// the others zero. Null: no memory. The counters of `constant` aren't even read: other
-// threads count in them meanwhile.
+// Usage records for all variants of `constant`: the counters are those of `known`, or zero.
+// Null: no memory. The counters of `constant` are not read, since other threads change
+// them.
 kel_variant_usage *make_usage(kel_handle *handle, const kel_variant_info &constant,
                               const kel_variant_info &known) {
     const auto count = static_cast<std::uint64_t>(constant.variant_count);
@@ -34,7 +29,7 @@ kel_variant_usage *make_usage(kel_handle *handle, const kel_variant_info &consta
     return usage;
 }
 
-// Null: no memory, and the copy is of no use yet.
+// Null: no memory. The copy is then unused until the next attempt.
 kel_variant_info *make_variant_info(kel_handle *handle, const kel_variant_info &constant) {
     auto *info = allocate<kel_variant_info>(handle, 1);
     if (info == nullptr) return nullptr;
@@ -49,18 +44,19 @@ kel_variant_info *make_variant_info(kel_handle *handle, const kel_variant_info &
 }
 
 void add_variants(kel_handle *handle, kel_variant_info &info, const kel_variant_info &constant) {
-    // The old records stay: the log of an open transaction may name their counters.
+    // The old records stay: the log of an open transaction may refer to their counters.
     kel_variant_usage *usage = make_usage(handle, constant, info);
     if (usage == nullptr) return;
-    announced_set(handle, KEL_TX_NONE, info.variants, usage);
-    announced_set(handle, KEL_TX_NONE, info.variant_count, constant.variant_count);
+    const WriteLog log{handle, KEL_TX_NONE};
+    log.set(info.variants, usage);
+    log.set(info.variant_count, constant.variant_count);
 }
 
 }  // namespace
 
-const kel_type_info *kel_type_info_ptr_get(kel_handle *handle, std::uint32_t tx_id,
-                                           const kel_type_info *constant,
-                                           kel_type_info_initializer initializer) {
+const kel_type_info *descriptor_copy(kel_handle *handle, std::uint32_t tx_id,
+                                     const kel_type_info *constant,
+                                     kel_type_info_initializer initializer) {
     const auto copy_of = [&]() -> const kel_type_info * {
         const kel_type_info_copy *copy =
             handle->type_map_lookup_hook(handle->type_map, tx_id, constant->luid_text);
@@ -75,19 +71,15 @@ const kel_type_info *kel_type_info_ptr_get(kel_handle *handle, std::uint32_t tx_
     return constant;
 }
 
-void kel_update_variant_info(kel_handle *handle, std::uint32_t, kel_type_info_copy *copy,
-                             const kel_type_info *constant, std::uint32_t is_new) {
+void update_variants(kel_handle *handle, kel_type_info_copy *copy, const kel_type_info *constant,
+                     bool is_new) {
     kel_variant_info *&info = copy->info.variant_info;
     const kel_variant_info &known = *constant->variant_info;
-    if (is_new != 0 || info == nullptr) {
-        announced_set(handle, KEL_TX_NONE, info, make_variant_info(handle, known));
+    if (is_new || info == nullptr) {
+        WriteLog{handle, KEL_TX_NONE}.set(info, make_variant_info(handle, known));
     } else if (info->variant_count < known.variant_count) {
         add_variants(handle, *info, known);
     }
 }
 
-std::uint32_t table_vft_cpy(void *destination, const void *source, std::uint32_t count) {
-    if (destination == nullptr || source == nullptr) return EINVAL;
-    std::memcpy(destination, source, std::size_t{count} * KEL_TABLE_VFT_SLOTS * sizeof(void *));
-    return 0;
-}
+}  // namespace tarn::runtime

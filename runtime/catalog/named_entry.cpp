@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
+#include "runtime/store/store_handle.h"
 
 namespace tarn::runtime {
 
@@ -20,13 +20,7 @@ std::uint32_t compare_names(const kel_index_node *a, const kel_index_node *b) {
     return order_of(std::strcmp(name_of(a), name_of(b)), 0);
 }
 
-}  // namespace
-
-NamedEntry *find_named(void *root, const char *name) {
-    const NamedEntry probe{{}, name, nullptr};
-    return entry_of(tree_find(root, &probe.node, compare_names));
-}
-
+// Null: no memory.
 NamedEntry *add_named(kel_handle *handle, void **anchor, const char *name, void *value) {
     const std::size_t length = std::strlen(name) + 1;
     auto *entry = static_cast<NamedEntry *>(
@@ -36,14 +30,29 @@ NamedEntry *add_named(kel_handle *handle, void **anchor, const char *name, void 
     std::memcpy(text, name, length);
     entry->name = text;
     entry->value = value;
-    tree_insert(handle, KEL_TX_NONE, anchor, &entry->node, compare_names);
+    tree_insert({handle, KEL_TX_NONE}, anchor, &entry->node, compare_names);
     return entry;
+}
+
+}  // namespace
+
+NamedEntry *find_named(void *root, const char *name) {
+    const NamedEntry probe{{}, name, nullptr};
+    return entry_of(tree_find(root, &probe.node, compare_names));
+}
+
+bool set_named(kel_handle *handle, void **anchor, const char *name, void *value) {
+    if (NamedEntry *entry = find_named(*anchor, name)) {
+        WriteLog{handle, KEL_TX_NONE}.set(entry->value, value);
+        return true;
+    }
+    return add_named(handle, anchor, name, value) != nullptr;
 }
 
 void remove_named(kel_handle *handle, void **anchor, const char *name) {
     NamedEntry *entry = find_named(*anchor, name);
     if (entry == nullptr) return;
-    tree_remove(handle, KEL_TX_NONE, anchor, &entry->node);
+    tree_remove({handle, KEL_TX_NONE}, anchor, &entry->node);
     store_of(handle).release(KEL_TX_NONE, entry);
 }
 

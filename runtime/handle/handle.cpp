@@ -6,16 +6,14 @@
 #include <new>
 
 #include "runtime/base/error_text.h"
-#include "runtime/store/store.h"
 #include "runtime/variant/domain.h"
-#include "tarnbase/runtime.h"
 
 using namespace tarn::runtime;
 
 namespace {
 
-// One byte more than is said: marshal stores a state byte before it looks at the
-// room that is left.
+// One byte more than its length: marshal stores a state byte before it checks the space
+// that remains.
 std::unique_ptr<std::byte[]> make_workspace(std::uint32_t length) {
     return std::unique_ptr<std::byte[]>(new (std::nothrow) std::byte[std::size_t{length} + 1]);
 }
@@ -39,7 +37,7 @@ std::uint32_t kel_handle_create(kel_store *store, std::uint32_t store_types_enab
 
 void kel_handle_destroy(kel_handle *handle) {
     if (handle == nullptr) return;
-    clear_variant_choices(&handle->variant_domain);
+    clear_variant_choices(handle->variant_domain);
     delete &private_part(handle);
 }
 
@@ -51,31 +49,37 @@ void kel_handle_set_state_tracking(kel_handle *handle, std::uint32_t mode) {
     handle->state_tracking = mode == 0 ? nullptr : &tracking;
 }
 
+std::uint32_t kel_handle_set_variant(kel_handle *handle, const kel_type_info *descriptor,
+                                     std::int8_t variant) {
+    if (descriptor == nullptr) {
+        return fail(EINVAL, "kel_handle_set_variant: the descriptor is null");
+    }
+    try {
+        choose_variant(handle->variant_domain, *descriptor, variant);
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM, "kel_handle_set_variant: no memory");
+    }
+    return 0;
+}
+
 std::uint32_t kel_handle_set_workspace(kel_handle *handle, std::uint32_t length) {
-    Handle &whole = private_part(handle);
+    Handle &part = private_part(handle);
     if (length != 0) {
         auto workspace = make_workspace(length);
         if (workspace == nullptr) {
             return fail(ENOMEM, "kel_handle_set_workspace: no memory for %u bytes", length);
         }
-        whole.workspace = std::move(workspace);
+        part.workspace = std::move(workspace);
     } else {
-        whole.workspace.reset();
+        part.workspace.reset();
     }
-    whole.workspace_length = length;
+    part.workspace_length = length;
     return 0;
 }
 
-void kellib_get_handle_ws(kel_handle *handle, void **workspace, std::uint32_t *length) {
-    Handle &whole = private_part(handle);
-    if (whole.workspace == nullptr && whole.workspace_length != 0) {
-        whole.workspace = make_workspace(whole.workspace_length);
+std::byte *tarn::runtime::workspace_of(Handle &handle) {
+    if (handle.workspace == nullptr && handle.workspace_length != 0) {
+        handle.workspace = make_workspace(handle.workspace_length);
     }
-    *workspace = whole.workspace.get();
-    *length = whole.workspace != nullptr ? whole.workspace_length : 0;
-}
-
-void kel_handle_set_release(kel_handle *handle, kel_release_function function, void *context) {
-    private_part(handle).release = function;
-    private_part(handle).release_context = context;
+    return handle.workspace.get();
 }

@@ -1,7 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A handle of the embedded runtime: what everybody sees, and behind it what belongs
-// to the runtime alone. It is the `arena`, the `type_map` and the `type_arena` of itself:
-// what a hook or a service of the tree gets leads to the handle, and so to its hooks.
+// A handle of the embedded runtime: the public kel_handle, followed by the runtime's members.
 #ifndef TARNBASE_RUNTIME_HANDLE_HANDLE_H
 #define TARNBASE_RUNTIME_HANDLE_HANDLE_H
 
@@ -9,18 +7,16 @@
 #include <cstdint>
 #include <memory>
 
-#include "runtime/base/announce.h"
 #include "runtime/replication/attachment.h"
-#include "runtime/store/store.h"
+#include "runtime/store/store_handle.h"
 #include "tarnbase/embedded.h"
 
 namespace tarn::runtime {
 
-struct Handle : kel_handle {
-    kel_store *store = nullptr;
+struct Handle : StoreHandle {
     kel_state_tracking tracking{};
     std::uint32_t workspace_length = 1U << 20;
-    std::unique_ptr<std::byte[]> workspace;  // made when it is first asked for
+    std::unique_ptr<std::byte[]> workspace;  // null until its first use
     kel_release_function release = nullptr;
     void *release_context = nullptr;
     std::uint64_t cache_reports = 0;
@@ -32,15 +28,11 @@ inline const Handle &private_part(const kel_handle *handle) {
     return *static_cast<const Handle *>(handle);
 }
 
-inline Handle *handle_of(void *arena) { return static_cast<Handle *>(arena); }
-
-inline kel_store &store_of(const kel_handle *handle) { return *private_part(handle).store; }
-
-// Fills in the hooks of a handle, and what they get.
+// Sets the hooks of a handle and their first arguments.
 void set_hooks(Handle &handle);
 
-// Reports an error: in `*err` first, then in the handle.
-void report_error(kel_handle *handle, std::uint32_t *err, std::uint32_t code);
+// The handle's workspace, allocated on first use; null without memory or length.
+std::byte *workspace_of(Handle &handle);
 
 }  // namespace tarn::runtime
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The hooks of a handle. The first argument of each leads to the handle.
+// The hooks of a handle. The first argument of each is the handle.
 #include "runtime/catalog/type_map.h"
 #include "runtime/handle/handle.h"
-#include "runtime/store/store.h"
 
 namespace {
 
@@ -29,14 +28,14 @@ void delta_log(void *arena, std::uint64_t *address, std::int32_t delta, std::uin
     store_of(handle_of(arena)).log_delta(tx_id, address, delta);
 }
 
-// A descriptor's copy stays when the transaction that needed it is taken back.
+// A descriptor's copy stays if the transaction that made it is rolled back.
 void type_map_insert(void *type_map, std::uint32_t, const char *luid_text,
                      kel_type_info_copy *copy) {
     tarn::runtime::type_map_insert(handle_of(type_map), luid_text, copy);
 }
 
 kel_type_info_copy *type_map_lookup(void *type_map, std::uint32_t, const char *luid_text) {
-    return tarn::runtime::type_map_lookup(store_of(handle_of(type_map)), luid_text);
+    return tarn::runtime::type_map_lookup(handle_of(type_map), luid_text);
 }
 
 }  // namespace
@@ -49,7 +48,8 @@ void tarn::runtime::set_hooks(Handle &handle) {
     handle.delta_log_hook = delta_log;
     handle.type_map_insert_hook = ::type_map_insert;
     handle.type_map_lookup_hook = ::type_map_lookup;
-    handle.arena = &handle;
-    handle.type_map = &handle;
-    handle.type_arena = &handle;
+    kel_handle *itself = &handle;
+    handle.arena = itself;
+    handle.type_map = itself;
+    handle.type_arena = itself;
 }

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Stores, as embedded.h offers them.
 #include <cerrno>
 #include <exception>
 #include <memory>
@@ -14,8 +13,8 @@ using namespace tarn::runtime;
 
 namespace {
 
-// Maps with the capacity asked for. By default as much as the process may map: a limit
-// on its address space, or a tool it runs under, can forbid the usual capacity.
+// Maps with the requested capacity, or by default as much as the process may map: a limit on
+// its address space, or a tool that it runs under, may not allow the usual capacity.
 template <typename Map>
 std::uint32_t map_capacity(const kel_store_options *options, Map map) {
     if (options != nullptr && options->capacity != 0) return map(options->capacity);
@@ -32,7 +31,7 @@ void *base_of(const kel_store_options *options) {
     return options != nullptr ? options->base : nullptr;
 }
 
-// Makes a store object, has `fill` fill it, and hands it over if that went well.
+// Makes a store with `fill` and returns it in `*result` on success.
 template <typename Fill>
 std::uint32_t make_store(const char *what, kel_store **result, Fill fill) {
     *result = nullptr;
@@ -73,7 +72,7 @@ std::uint32_t kel_store_open_or_create(const char *path, const kel_store_options
     const std::uint32_t opened = kel_store_open(path, store);
     if (opened != ENOENT) return opened;
     const std::uint32_t created = kel_store_create(path, options, store);
-    // Another process has made it meanwhile.
+    // Another process has created it in the meantime.
     return created == EEXIST ? kel_store_open(path, store) : created;
 }
 
@@ -93,6 +92,8 @@ std::uint32_t kel_store_create_private(const kel_store_options *options, kel_sto
 }
 
 void kel_store_close(kel_store *store) { delete store; }
+
+const char *kel_error_text() { return error_text(); }
 
 kel_table *kel_store_first_table(const kel_store *store) { return store->header->tables.first; }
 

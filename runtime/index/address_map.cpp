@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/index/address_map.h"
 
-#include "runtime/handle/handle.h"
-
 namespace tarn::runtime {
 
 namespace {
@@ -29,62 +27,62 @@ MapNode *AddressMap::find(std::uint64_t key) const {
     return link != nullptr ? *link : nullptr;
 }
 
-bool AddressMap::insert(std::uint32_t tx_id, std::uint64_t key, MapNode *node) {
-    if (!make_room(tx_id)) return false;
+bool AddressMap::insert(WriteLog log, std::uint64_t key, MapNode *node) {
+    if (!ensure_bucket(log)) return false;
     MapNode *&bucket = root_.buckets[bucket_of(key, root_.bucket_count)];
     node->key = key;
     node->next = bucket;
-    announced_set(handle_, tx_id, bucket, node);
-    announced_set(handle_, tx_id, root_.entries, root_.entries + 1);
+    log.set(bucket, node);
+    log.set(root_.entries, root_.entries + 1);
     return true;
 }
 
-MapNode *AddressMap::replace(std::uint32_t tx_id, std::uint64_t key, MapNode *node) {
+MapNode *AddressMap::replace(WriteLog log, std::uint64_t key, MapNode *node) {
     MapNode **link = link_to(key);
     if (link == nullptr) return nullptr;
     MapNode *old = *link;
     node->key = key;
     node->next = old->next;
-    announced_set(handle_, tx_id, *link, node);
+    log.set(*link, node);
     return old;
 }
 
-MapNode *AddressMap::remove(std::uint32_t tx_id, std::uint64_t key) {
+MapNode *AddressMap::remove(WriteLog log, std::uint64_t key) {
     MapNode **link = link_to(key);
     if (link == nullptr) return nullptr;
     MapNode *node = *link;
-    announced_set(handle_, tx_id, *link, node->next);
-    announced_set(handle_, tx_id, root_.entries, root_.entries - 1);
+    log.set(*link, node->next);
+    log.set(root_.entries, root_.entries - 1);
     if (root_.entries == 0) {
-        store_of(handle_).release(tx_id, root_.buckets);
-        announced_set(handle_, tx_id, root_, MapRoot{});
+        allocator_.release(log.tx_id, root_.buckets);
+        log.set(root_, MapRoot{});
     }
     return node;
 }
 
-bool AddressMap::make_room(std::uint32_t tx_id) {
+bool AddressMap::ensure_bucket(WriteLog log) {
     if (root_.entries < root_.bucket_count) return true;
     const std::uint64_t count = root_.bucket_count == 0 ? least_buckets : 2 * root_.bucket_count;
     auto **buckets =
-        static_cast<MapNode **>(store_of(handle_).allocate(tx_id, count * sizeof(MapNode *)));
-    // Long chains are slow and right: only a map without any buckets needs them now.
+        static_cast<MapNode **>(allocator_.allocate(log.tx_id, count * sizeof(MapNode *)));
+    // Longer chains are slower, but work: only a map without buckets has to have some.
     if (buckets == nullptr) return root_.bucket_count != 0;
-    rehash(tx_id, buckets, count);
+    rehash(log, buckets, count);
     return true;
 }
 
-void AddressMap::rehash(std::uint32_t tx_id, MapNode **buckets, std::uint64_t count) {
+void AddressMap::rehash(WriteLog log, MapNode **buckets, std::uint64_t count) {
     for (std::uint64_t i = 0; i < root_.bucket_count; ++i) {
         for (MapNode *node = root_.buckets[i]; node != nullptr;) {
             MapNode *next = node->next;
             MapNode *&bucket = buckets[bucket_of(node->key, count)];
-            announced_set(handle_, tx_id, node->next, bucket);
+            log.set(node->next, bucket);
             bucket = node;
             node = next;
         }
     }
-    if (root_.buckets != nullptr) store_of(handle_).release(tx_id, root_.buckets);
-    announced_set(handle_, tx_id, root_, MapRoot{buckets, count, root_.entries});
+    if (root_.buckets != nullptr) allocator_.release(log.tx_id, root_.buckets);
+    log.set(root_, MapRoot{buckets, count, root_.entries});
 }
 
 }  // namespace tarn::runtime

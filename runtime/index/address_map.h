@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A hash map in the store from 64-bit keys, addresses mostly, to nodes that stand
-// inside the entries. Its buckets are blocks of the store, twice as many each time
-// the entries outnumber them, and given back when the last entry goes. Its stores
-// are announced through the handle's hook.
+// A hash map in a store from 64-bit keys, mostly addresses, to nodes inside the entries.
+// Its buckets are a block of the store: twice as many whenever the entries outnumber them,
+// and freed with the last entry.
 #ifndef TARNBASE_RUNTIME_INDEX_ADDRESS_MAP_H
 #define TARNBASE_RUNTIME_INDEX_ADDRESS_MAP_H
 
 #include <cstdint>
 
-#include "tarnbase/handle.h"
+#include "runtime/base/announce.h"
+#include "runtime/index/block_allocator.h"
 
 namespace tarn::runtime {
 
@@ -31,29 +31,29 @@ inline std::uint64_t map_key(const void *address) {
     return reinterpret_cast<std::uintptr_t>(address);
 }
 
-// Names a map for the length of a call.
+// A map for the duration of a call.
 class AddressMap {
  public:
-    AddressMap(kel_handle *handle, MapRoot &root) : handle_(handle), root_(root) {}
+    AddressMap(MapRoot &root, BlockAllocator &allocator) : root_(root), allocator_(allocator) {}
 
     // The node with that key, or null.
     MapNode *find(std::uint64_t key) const;
-    // Enters `node`, memory that belongs to the caller's operation alone, under a
-    // key that isn't there. False: no memory for the first buckets, nothing changed.
-    bool insert(std::uint32_t tx_id, std::uint64_t key, MapNode *node);
-    // Puts `node` in the place of the node with that key, and returns that one; null
-    // if there is none, and nothing has changed.
-    MapNode *replace(std::uint32_t tx_id, std::uint64_t key, MapNode *node);
-    // Takes the node with that key out and returns it, or null.
-    MapNode *remove(std::uint32_t tx_id, std::uint64_t key);
+    // Links `node`, which nothing else refers to yet, under a new key. False: no memory
+    // for the first buckets, and nothing has changed.
+    bool insert(WriteLog log, std::uint64_t key, MapNode *node);
+    // Replaces the node with that key by `node` and returns it; null if there is none,
+    // and nothing has changed.
+    MapNode *replace(WriteLog log, std::uint64_t key, MapNode *node);
+    // Unlinks the node with that key and returns it, or null.
+    MapNode *remove(WriteLog log, std::uint64_t key);
 
  private:
     MapNode **link_to(std::uint64_t key) const;
-    bool make_room(std::uint32_t tx_id);
-    void rehash(std::uint32_t tx_id, MapNode **buckets, std::uint64_t count);
+    bool ensure_bucket(WriteLog log);
+    void rehash(WriteLog log, MapNode **buckets, std::uint64_t count);
 
-    kel_handle *handle_;
     MapRoot &root_;
+    BlockAllocator &allocator_;
 };
 
 }  // namespace tarn::runtime

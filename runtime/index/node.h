@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The content of a tree's node. Only this room knows it.
+// The content of a tree's node. Nothing outside this folder uses it.
 //
 //   offset  size  member
-//        0    16  children: those that order before the node, those after
+//        0    16  children: the one that orders before the node, the one after
 //       16     8  address of the parent, null in the root; the lowest two bits say
 //                 which subtree is higher by one: 0 neither, 1 the first, 2 the second
 //       24     8  address of the tree's anchor word; null outside any tree

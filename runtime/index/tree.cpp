@@ -2,7 +2,6 @@
 // A height-balanced tree: the subtrees of a node differ in height by at most one.
 #include "runtime/index/tree.h"
 
-#include "runtime/base/announce.h"
 #include "runtime/index/node.h"
 
 namespace tarn::runtime {
@@ -12,8 +11,7 @@ namespace {
 // Changes a tree, announcing each store.
 class Editor {
  public:
-    Editor(kel_handle *handle, std::uint32_t tx_id, void **anchor)
-        : handle_(handle), tx_id_(tx_id), anchor_(anchor) {}
+    Editor(WriteLog log, void **anchor) : log_(log), anchor_(anchor) {}
 
     void link(Node *node, Node *parent, Side side);
     void unlink(Node *node);
@@ -21,8 +19,11 @@ class Editor {
  private:
     template <typename T>
     void set(T &place, T value) {
-        if (handle_ != nullptr) announce(handle_, tx_id_, &place, sizeof(T));
-        place = value;
+        if (log_.handle != nullptr) {
+            log_.set(place, value);
+        } else {
+            place = value;
+        }
     }
     void set_balance(Node *node, Balance balance) {
         const auto parent = reinterpret_cast<std::uintptr_t>(node->parent());
@@ -37,9 +38,9 @@ class Editor {
         set(node->child[side], child);
         set_parent(child, node);
     }
-    // Puts `to` where `from` hangs.
+    // Links `to` in the place of `from`.
     void replace_under(Node *parent, Node *from, Node *to);
-    void put_in_place_of(Node *node, Node *successor);
+    void replace_by_successor(Node *node, Node *successor);
 
     void grown(Node *node);
     void shrunk(Node *parent, Side side);
@@ -47,8 +48,7 @@ class Editor {
     void rotate_once(Node *node, Node *child, Side side);
     void rotate_twice(Node *node, Node *child, Side side);
 
-    kel_handle *handle_;
-    std::uint32_t tx_id_;
+    WriteLog log_;
     void **anchor_;
 };
 
@@ -107,8 +107,8 @@ void Editor::shrunk(Node *parent, Side side) {
     }
 }
 
-// Mends a node that is too high by two on that side. Returns whether its subtree is
-// lower by one for it.
+// Rebalances a node that is too high by two on that side. Returns whether its subtree
+// becomes lower by one.
 bool Editor::rotate(Node *node, Side side) {
     Node *child = node->child[side];
     if (child->balance() == higher(opposite(side))) {
@@ -144,10 +144,10 @@ void Editor::unlink(Node *node) {
     if (node->child[before] != nullptr && node->child[after] != nullptr) {
         Node *successor = node->child[after];
         while (successor->child[before] != nullptr) successor = successor->child[before];
-        // The place that loses a level is the successor's, not the node's.
+        // The level is lost at the successor's place, not at the node's.
         side = successor->side_under(successor->parent());
         parent = successor->parent() == node ? successor : successor->parent();
-        put_in_place_of(node, successor);
+        replace_by_successor(node, successor);
     } else {
         Node *child = node->child[before] != nullptr ? node->child[before] : node->child[after];
         replace_under(parent, node, child);
@@ -157,7 +157,7 @@ void Editor::unlink(Node *node) {
 }
 
 // Moves the successor of a node with two children to the node's place.
-void Editor::put_in_place_of(Node *node, Node *successor) {
+void Editor::replace_by_successor(Node *node, Node *successor) {
     replace_under(successor->parent(), successor, successor->child[after]);
     set_child(successor, after, node->child[after]);
     set_child(successor, before, node->child[before]);
@@ -166,10 +166,10 @@ void Editor::put_in_place_of(Node *node, Node *successor) {
     set_balance(successor, balance);
 }
 
-// Tells whether a node is in the tree that begins at `root`, without comparing.
+// Whether a node is in the tree of `root`, without comparing.
 bool is_in(const Node *root, const Node *node) {
     if (root == nullptr || node->tree == nullptr || node->tree != root->tree) return false;
-    // A copy of a node, made byte by byte, names the tree but hangs nowhere.
+    // A byte-by-byte copy of a node names the tree, but no link leads to it.
     const Node *parent = node->parent();
     if (parent == nullptr) return root == node;
     return parent->child[before] == node || parent->child[after] == node;
@@ -190,7 +190,7 @@ Node *step(const Node *node, Side side) {
     return parent;
 }
 
-// Whether a linked node still orders between the nodes beside it. Its key can have been
+// Whether a linked node still orders between its neighbours: its key can have been
 // changed in place.
 bool orders_between(const Node *low, const Node *node, const Node *high, Compare compare) {
     return (low == nullptr || compare(to_public(low), to_public(node)) == orders_before) &&
@@ -205,11 +205,11 @@ Node *nearest(Node *root, const Node *node, Side side, Compare compare) {
     };
     Node *best = nullptr;
     for (Node *place = root; place != nullptr;) {
-        // A node can't be compared with itself to learn on which side of its place its
-        // key orders now: the last node of the nearer subtree tells.
+        // Comparing a node with itself doesn't show on which side of its place its key
+        // orders now. The last node of the nearer subtree does.
         const bool is_itself = place == node;
-        const Node *told = is_itself ? outermost(place->child[opposite(side)], side) : place;
-        if (told != nullptr && is_beyond(told)) {
+        const Node *compared = is_itself ? outermost(place->child[opposite(side)], side) : place;
+        if (compared != nullptr && is_beyond(compared)) {
             if (!is_itself) best = place;
             place = place->child[opposite(side)];
         } else {
@@ -219,8 +219,8 @@ Node *nearest(Node *root, const Node *node, Side side, Compare compare) {
     return best;
 }
 
-// Links lead to the neighbours of a node in the tree, where comparisons confirm them. Any
-// other position is found by comparison.
+// For a node in the tree the links lead to its neighbours, if comparisons confirm them.
+// Any other position is found by comparison.
 Node *neighbour(Node *root, const Node *node, Side side, Compare compare) {
     if (is_in(root, node)) {
         Node *low = step(node, before);
@@ -234,8 +234,7 @@ Node *root_node(void *root) { return static_cast<Node *>(root); }
 
 }  // namespace
 
-bool tree_insert(kel_handle *handle, std::uint32_t tx_id, void **anchor, kel_index_node *node,
-                 Compare compare) {
+bool tree_insert(WriteLog log, void **anchor, kel_index_node *node, Compare compare) {
     Node *parent = nullptr;
     Side side = before;
     for (Node *place = root_node(*anchor); place != nullptr; place = place->child[side]) {
@@ -244,13 +243,13 @@ bool tree_insert(kel_handle *handle, std::uint32_t tx_id, void **anchor, kel_ind
         side = order == orders_before ? before : after;
         parent = place;
     }
-    Editor(handle, tx_id, anchor).link(to_node(node), parent, side);
+    Editor(log, anchor).link(to_node(node), parent, side);
     return true;
 }
 
-bool tree_remove(kel_handle *handle, std::uint32_t tx_id, void **anchor, kel_index_node *node) {
+bool tree_remove(WriteLog log, void **anchor, kel_index_node *node) {
     if (!is_in(root_node(*anchor), to_node(node))) return false;
-    Editor(handle, tx_id, anchor).unlink(to_node(node));
+    Editor(log, anchor).unlink(to_node(node));
     return true;
 }
 
@@ -278,7 +277,7 @@ kel_index_node *tree_previous(void *root, const kel_index_node *node, Compare co
 std::uint32_t tree_walk(void *root, Visit visit, void *context) {
     for (Node *node = outermost(root_node(root), before); node != nullptr;) {
         Node *next = step(node, after);
-        if (const std::uint32_t answer = visit(to_public(node), context)) return answer;
+        if (const std::uint32_t result = visit(to_public(node), context)) return result;
         node = next;
     }
     return 0;

@@ -1,199 +1,106 @@
 // SPDX-License-Identifier: Apache-2.0
-// The OID mapping: identities by which objects and tables are referred to.
-//
-// State of a mapped object, by what its entry holds:
-//   mapped       references counted, not released: its owner has it
-//   released     not counted down to zero yet: its owner has destroyed it, and the
-//                last reference to go takes the entry and calls the release function
-// A table is never in the second state: whoever frees it tries again.
-#include <cerrno>
+#include "runtime/mapping/object_identity.h"
+
 #include <cstddef>
-#include <cstring>
 
-#include "runtime/base/error_text.h"
-#include "runtime/handle/handle.h"
-#include "runtime/index/address_map.h"
-#include "runtime/tenant/counters.h"
-#include "tarnbase/runtime.h"
+#include "runtime/base/errors.h"
 
-using namespace tarn::runtime;
+namespace tarn::runtime {
 
 namespace {
 
-constexpr std::uint32_t kind_object = 1;
+// The header bytes of a table are not flags of the runtime.
+void set_mapped(WriteLog log, const Identity &identity, bool mapped) {
+    if (identity.is_table()) return;
+    std::uint8_t &flags = static_cast<kel_object *>(identity.object())->flags;
+    const unsigned changed = mapped ? flags | OBJ_OID_MAPPED : flags & ~OBJ_OID_MAPPED;
+    log.set(flags, static_cast<std::uint8_t>(changed));
+}
 
-struct Identity {
-    MapNode by_object;
-    MapNode by_id;
-    std::uint64_t ior;
-    std::uint32_t kind;
-    std::uint32_t dynamic;
-    std::uint32_t references;
-    std::uint32_t released;
+}  // namespace
 
-    void *object() const { return reinterpret_cast<void *>(by_object.key); }
-    std::uint64_t id() const { return by_id.key; }
-    bool is_table() const { return kind == KEL_OID_KIND_TABLE; }
-};
-static_assert(sizeof(Identity) == 56);
+Identities::Identities(const IdentityRoots &roots, BlockAllocator &allocator)
+    : by_object_(roots.by_object, allocator),
+      by_id_(roots.by_id, allocator),
+      last_id_(roots.last_id),
+      allocator_(allocator) {}
 
-// The identities of a handle's store, for the length of a call.
-class Identities {
- public:
-    explicit Identities(kel_handle *handle)
-        : handle_(handle),
-          by_object_(handle, store_of(handle).header->identities_by_object),
-          by_id_(handle, store_of(handle).header->identities_by_id) {}
+Identity *Identities::of(const void *object) const {
+    return reinterpret_cast<Identity *>(by_object_.find(map_key(object)));
+}
 
-    Identity *of(const void *object) const {
-        return reinterpret_cast<Identity *>(by_object_.find(map_key(object)));
-    }
-    Identity *with_id(std::uint64_t id) const {
-        MapNode *node = by_id_.find(id);
-        if (node == nullptr) return nullptr;
-        return reinterpret_cast<Identity *>(reinterpret_cast<char *>(node) -
-                                            offsetof(Identity, by_id));
-    }
-    std::uint64_t next_id() const;
-    Identity *add(std::uint32_t tx_id, const void *object, std::uint64_t id);
-    void remove(std::uint32_t tx_id, Identity *identity);
-
- private:
-    kel_handle *handle_;
-    AddressMap by_object_;
-    AddressMap by_id_;
-};
+Identity *Identities::with_id(std::uint64_t id) const {
+    MapNode *node = by_id_.find(id);
+    if (node == nullptr) return nullptr;
+    return reinterpret_cast<Identity *>(reinterpret_cast<char *>(node) - offsetof(Identity, by_id));
+}
 
 std::uint64_t Identities::next_id() const {
-    std::uint64_t id = store_of(handle_).header->last_object_id;
+    std::uint64_t id = last_id_;
     do ++id;
     while (with_id(id) != nullptr);
     return id;
 }
 
 // Null: no memory, and nothing has changed.
-Identity *Identities::add(std::uint32_t tx_id, const void *object, std::uint64_t id) {
-    auto *identity = static_cast<Identity *>(store_of(handle_).allocate(tx_id, sizeof(Identity)));
+Identity *Identities::add(WriteLog log, const void *object, std::uint64_t id) {
+    auto *identity = static_cast<Identity *>(allocator_.allocate(log.tx_id, sizeof(Identity)));
     if (identity == nullptr) return nullptr;
-    if (by_object_.insert(tx_id, map_key(object), &identity->by_object)) {
-        if (by_id_.insert(tx_id, id, &identity->by_id)) return identity;
-        by_object_.remove(tx_id, map_key(object));
+    if (by_object_.insert(log, map_key(object), &identity->by_object)) {
+        if (by_id_.insert(log, id, &identity->by_id)) return identity;
+        by_object_.remove(log, map_key(object));
     }
-    store_of(handle_).release(tx_id, identity);
+    allocator_.release(log.tx_id, identity);
     return nullptr;
 }
 
-void Identities::remove(std::uint32_t tx_id, Identity *identity) {
-    by_object_.remove(tx_id, identity->by_object.key);
-    by_id_.remove(tx_id, identity->by_id.key);
-    store_of(handle_).release(tx_id, identity);
+void Identities::remove(WriteLog log, Identity &identity) {
+    set_mapped(log, identity, false);
+    by_object_.remove(log, identity.by_object.key);
+    by_id_.remove(log, identity.by_id.key);
+    allocator_.release(log.tx_id, &identity);
 }
 
-// A table's header bytes aren't flags of the runtime's.
-void set_mapped(kel_handle *handle, std::uint32_t tx_id, const Identity &identity, bool mapped) {
-    if (identity.is_table()) return;
-    std::uint8_t &flags = static_cast<kel_object *>(identity.object())->flags;
-    const unsigned changed = mapped ? flags | OBJ_OID_MAPPED : flags & ~OBJ_OID_MAPPED;
-    announced_set(handle, tx_id, flags, static_cast<std::uint8_t>(changed));
-}
-
-Identity *make_identity(kel_handle *handle, std::uint32_t tx_id, void *object, std::uint32_t kind,
-                        std::uint32_t dynamic, std::uint64_t ior, std::uint32_t *err) {
-    Identities identities(handle);
-    if (Identity *known = identities.of(object)) return known;
-    if (ior != 0 && identities.with_id(ior) != nullptr) {
-        report_error(handle, err, EEXIST);
+Identity *Identities::map(WriteLog log, const Request &request, std::uint32_t *err) {
+    if (Identity *known = of(request.object)) return known;
+    if (request.ior != 0 && with_id(request.ior) != nullptr) {
+        report_error(log.handle, err, EEXIST);
         return nullptr;
     }
-    Identity *identity = identities.add(tx_id, object, ior != 0 ? ior : identities.next_id());
+    Identity *identity = add(log, request.object, request.ior != 0 ? request.ior : next_id());
     if (identity == nullptr) {
-        report_error(handle, err, ENOMEM);
+        report_error(log.handle, err, ENOMEM);
         return nullptr;
     }
-    if (ior == 0) {
-        announced_set(handle, tx_id, store_of(handle).header->last_object_id, identity->id());
-    }
-    identity->ior = ior;
-    identity->kind = kind;
-    identity->dynamic = dynamic;
-    set_mapped(handle, tx_id, *identity, true);
+    if (request.ior == 0) log.set(last_id_, identity->id());
+    identity->ior = request.ior;
+    identity->kind = request.kind;
+    identity->dynamic = request.dynamic;
+    set_mapped(log, *identity, true);
     return identity;
 }
 
-bool is_table(const void *object) {
-    const kel_type_info *descriptor = static_cast<const kel_object *>(object)->descriptor;
-    return descriptor != nullptr && std::strcmp(descriptor->kind, "table") == 0;
-}
-
-}  // namespace
-
-void *kel_oid_mapping_create(kel_handle *handle, std::uint32_t tx_id, void *object,
-                             std::uint32_t kind, std::uint32_t dynamic, std::uint64_t ior,
-                             std::uint32_t *err) {
-    if (*err != 0) return nullptr;
-    return make_identity(handle, tx_id, object, kind, dynamic, ior, err);
-}
-
-std::uint32_t kel_request_oid_mapping_destroy(kel_handle *handle, std::uint32_t tx_id, void *object,
-                                              std::uint32_t *err) {
-    if (*err != 0) return 0;
-    Identities identities(handle);
-    if (Identity *identity = identities.of(object)) {
-        if (identity->references != 0) {
-            if (!identity->is_table()) {
-                announced_set(handle, tx_id, identity->released, std::uint32_t{1});
-            }
-            return 0;
-        }
-        set_mapped(handle, tx_id, *identity, false);
-        identities.remove(tx_id, identity);
+bool Identities::unmap(WriteLog log, const void *object) {
+    Identity *identity = of(object);
+    if (identity == nullptr) return true;
+    if (identity->references == 0) {
+        remove(log, *identity);
+        return true;
     }
-    if (is_table(object)) drop_tenant_counters(handle, tx_id, static_cast<kel_table *>(object));
-    return 1;
+    if (!identity->is_table()) log.set(identity->released, std::uint32_t{1});
+    return false;
 }
 
-void kellib_lookup_and_update_oid_ref_count(kel_handle *handle, std::uint32_t tx_id,
-                                            std::uint64_t oid, std::uint32_t, std::uint32_t *err) {
-    if (*err != 0) return;
-    Identities identities(handle);
-    Identity *identity = identities.with_id(oid);
-    if (identity == nullptr) {
-        report_error(handle, err, ENOENT);
-        return;
-    }
-    if (identity->references != 0) {
-        announced_set(handle, tx_id, identity->references, identity->references - 1);
-    }
-    if (identity->references != 0 || identity->released == 0) return;
-    void *object = identity->object();
-    set_mapped(handle, tx_id, *identity, false);
-    identities.remove(tx_id, identity);
-    const Handle &whole = private_part(handle);
-    if (whole.release != nullptr) whole.release(handle, tx_id, object, whole.release_context);
+void Identities::add_reference(WriteLog log, Identity &identity) {
+    log.set(identity.references, identity.references + 1);
 }
 
-std::uint32_t kel_object_map(kel_handle *handle, std::uint32_t tx_id, void *object,
-                             std::uint64_t *oid) {
-    if (object == nullptr) return fail(EINVAL, "kel_object_map: the object is null");
-    std::uint32_t error = 0;
-    const Identity *identity = make_identity(handle, tx_id, object, kind_object, 0, 0, &error);
-    if (identity == nullptr)
-        return fail(error, "kel_object_map: %s", std::strerror(static_cast<int>(error)));
-    *oid = identity->id();
-    return 0;
+void *Identities::drop_reference(WriteLog log, Identity &identity) {
+    if (identity.references != 0) log.set(identity.references, identity.references - 1);
+    if (identity.references != 0 || identity.released == 0) return nullptr;
+    void *object = identity.object();
+    remove(log, identity);
+    return object;
 }
 
-std::uint32_t kel_object_reference(kel_handle *handle, std::uint32_t tx_id, std::uint64_t oid) {
-    Identity *identity = Identities(handle).with_id(oid);
-    if (identity == nullptr) {
-        return fail(ENOENT, "kel_object_reference: no object has the id %llu",
-                    static_cast<unsigned long long>(oid));
-    }
-    announced_set(handle, tx_id, identity->references, identity->references + 1);
-    return 0;
-}
-
-void *kel_object_find(kel_handle *handle, std::uint64_t oid) {
-    const Identity *identity = Identities(handle).with_id(oid);
-    return identity != nullptr ? identity->object() : nullptr;
-}
+}  // namespace tarn::runtime

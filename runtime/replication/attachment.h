@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What a handle knows while the replication engine is attached to it.
+// What a handle has while the replication engine is attached to it.
 #ifndef TARNBASE_RUNTIME_REPLICATION_ATTACHMENT_H
 #define TARNBASE_RUNTIME_REPLICATION_ATTACHMENT_H
 
@@ -12,6 +12,11 @@ struct Attachment {
     kel_table_vector_lookup lookup = nullptr;
     ReadCache reads;
 };
+
+// Calls `function` with each record of the table that the read cache has, until a call
+// returns nonzero. Returns the last call's result.
+std::uint32_t for_each_read(const Attachment &attached, kel_table *table,
+                            kel_replication_read_function function, void *context);
 
 }  // namespace tarn::runtime
 

@@ -1,27 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
-// Finishing pending destructions: the engine alone may delete from a replicated table.
+#include "runtime/replication/destroy.h"
+
 #include "runtime/base/error_text.h"
-#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
+#include "runtime/replication/attachment.h"
 #include "runtime/replication/record_of.h"
 #include "runtime/replication/table_vector.h"
-#include "runtime/store/store.h"
-#include "tarnbase/runtime.h"
+#include "runtime/store/store_handle.h"
+#include "runtime/trace/thread.h"
 
-using namespace tarn::runtime;
+namespace tarn::runtime {
 
 namespace {
 
-// The handle is the engine's, and the thread its record's tenant's, while this lives.
+// Makes the engine the user of the handle, and restores this and the thread's tenant.
 class EngineScope {
  public:
     explicit EngineScope(kel_handle *handle)
-        : handle_(handle), active_(handle->replication_engine_active) {
-        mt_get_tenant_id(&tenant_);
+        : handle_(handle),
+          active_(handle->replication_engine_active),
+          tenant_(thread_context.tenant) {
         handle->replication_engine_active = 1;
     }
     ~EngineScope() {
-        kel_thread_set_tenant(tenant_);
+        thread_context.tenant = tenant_;
         handle_->replication_engine_active = active_;
     }
     EngineScope(const EngineScope &) = delete;
@@ -30,30 +32,32 @@ class EngineScope {
  private:
     kel_handle *handle_;
     std::uint32_t active_;
-    std::uint16_t tenant_ = 0;
+    std::uint16_t tenant_;
 };
 
 struct Sweep {
     kel_handle *handle;
     std::uint32_t tx_id;
+    Attachment *attached;
     kel_table *table;
-    TableVector vector;  // asked for when a record needs it
+    TableVector vector;  // null until a record needs it
     std::uint32_t finished;
 };
 
-// 0, or an error number: the record is where it was.
+// Returns 0 or an error number, and the record is still in its index.
 std::uint32_t finish(Sweep &sweep, kel_record *record) {
     std::uint32_t error = 0;
     if (!sweep.vector) {
-        sweep.vector = TableVector::of(sweep.handle, sweep.tx_id, sweep.table, &error);
+        sweep.vector =
+            TableVector::of(sweep.handle, sweep.tx_id, sweep.attached, sweep.table, &error);
         if (error != 0) return error;
     }
-    // The counter that goes down is to be the one that went up.
-    kel_thread_set_tenant(record->tenant_id);
+    // The counters to decrement are those of the record's tenant.
+    thread_context.tenant = record->tenant_id;
     sweep.vector.remove(sweep.handle, sweep.tx_id, sweep.table, record, &error);
     if (error != 0) return error;
     sweep.finished += 1;
-    private_part(sweep.handle).replication->reads.forget(record);
+    sweep.attached->reads.forget(record);
     sweep.vector.destroy_record(sweep.handle, sweep.tx_id, record, &error);
     return error;
 }
@@ -66,15 +70,15 @@ std::uint32_t visit(kel_index_node *node, void *context) {
 
 }  // namespace
 
-std::uint32_t kel_replication_finish_destroys(kel_handle *handle, std::uint32_t tx_id,
-                                              std::uint32_t *finished) {
+std::uint32_t finish_destroys(kel_handle *handle, std::uint32_t tx_id, Attachment *attached,
+                              std::uint32_t *finished) {
     const EngineScope scope(handle);
     std::uint32_t first_error = 0;
     *finished = 0;
     for (kel_table *table = store_of(handle).header->tables.first; table != nullptr;
          table = table->toc_next) {
         if (table->replication_marked == 0) continue;
-        Sweep sweep{handle, tx_id, table, {}, 0};
+        Sweep sweep{handle, tx_id, attached, table, {}, 0};
         const std::uint32_t error = tree_walk(table->index_root, visit, &sweep);
         *finished += sweep.finished;
         if (error == 0 || first_error != 0) continue;
@@ -83,3 +87,5 @@ std::uint32_t kel_replication_finish_destroys(kel_handle *handle, std::uint32_t 
     }
     return first_error;
 }
+
+}  // namespace tarn::runtime

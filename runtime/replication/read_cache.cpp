@@ -5,7 +5,7 @@
 
 namespace tarn::runtime {
 
-// Records of a table mostly lie 80 or 96 bytes apart: a product spreads them.
+// Records of a table are mostly 80 or 96 bytes apart: the product spreads them.
 std::size_t ReadCache::set_of(const kel_record *record) {
     const auto address = reinterpret_cast<std::uintptr_t>(record);
     return (address * 0x9e3779b97f4a7c15U >> 32) % set_count;

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Following the stream. A reader is a position: it keeps nothing in the store, and the
-// ring doesn't wait for it.
+#include "runtime/replication/reader.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 
 #include "runtime/base/error_text.h"
 #include "runtime/replication/ring.h"
-#include "runtime/store/store.h"
 
-using namespace tarn::runtime;
+namespace tarn::runtime {
 
 namespace {
 
@@ -24,7 +23,7 @@ std::uint32_t ahead_of_stream(const char *what, std::uint64_t position, const Fr
                 Number{position}, Number{ring.next()});
 }
 
-std::uint32_t move_on(kel_replication_reader *reader, std::uint64_t position) {
+std::uint32_t skip_to(kel_replication_reader *reader, std::uint64_t position) {
     const std::uint64_t count = position - reader->position;
     reader->missed += count;
     reader->position = position;
@@ -34,8 +33,8 @@ std::uint32_t move_on(kel_replication_reader *reader, std::uint64_t position) {
 
 }  // namespace
 
-std::uint32_t kel_replication_reader_open(kel_handle *handle, std::uint64_t position,
-                                          kel_replication_reader *reader) {
+std::uint32_t open_reader(kel_handle *handle, std::uint64_t position,
+                          kel_replication_reader *reader) {
     const FrameRing ring(handle);
     if (!ring) return no_ring("kel_replication_reader_open");
     if (position == KEL_REPLICATION_OLDEST) position = ring.first();
@@ -47,26 +46,26 @@ std::uint32_t kel_replication_reader_open(kel_handle *handle, std::uint64_t posi
     return 0;
 }
 
-std::uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *reader, void *buffer,
-                                   std::uint32_t buffer_len, kel_replication_frame *frame) {
+std::uint32_t read_next_frame(kel_handle *handle, kel_replication_reader *reader, void *buffer,
+                              std::uint32_t buffer_len, kel_replication_frame *frame) {
     const FrameRing ring(handle);
     if (!ring) return no_ring("kel_replication_next");
     const std::uint64_t position = reader->position;
     if (position > ring.next()) return ahead_of_stream("kel_replication_next", position, ring);
-    if (position < ring.first()) return move_on(reader, ring.first());
+    if (position < ring.first()) return skip_to(reader, ring.first());
     if (position == ring.next() || ring.is_open(position)) {
         return fail(EAGAIN, "the reader has read all frames");
     }
     const Frame *found = ring.frame(position);
     if (found != nullptr) *frame = found->head;
     const bool fits = found != nullptr && frame->length <= buffer_len;
-    if (fits && ring.can_have(found, frame->length)) {
+    if (fits && ring.is_inside_store(found, frame->length)) {
         std::memcpy(buffer, found->bytes(), frame->length);
     }
-    // Another process can have put a new frame in this one's place meanwhile.
+    // Another process may have replaced this frame by a new one in the meantime.
     std::atomic_thread_fence(std::memory_order_acquire);
-    if (position < ring.first()) return move_on(reader, ring.first());
-    if (found == nullptr) return move_on(reader, position + 1);
+    if (position < ring.first()) return skip_to(reader, ring.first());
+    if (found == nullptr) return skip_to(reader, position + 1);
     if (!fits) {
         return fail(EMSGSIZE, "the frame has %u bytes, the buffer %u", frame->length, buffer_len);
     }
@@ -74,9 +73,11 @@ std::uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *r
     return 0;
 }
 
-std::uint64_t kel_replication_lag(kel_handle *handle, const kel_replication_reader *reader) {
+std::uint64_t reader_lag(kel_handle *handle, const kel_replication_reader *reader) {
     const FrameRing ring(handle);
     if (!ring) return 0;
     const std::uint64_t end = ring.committed_end();
     return end > reader->position ? end - reader->position : 0;
 }
+
+}  // namespace tarn::runtime

@@ -8,7 +8,7 @@
 
 namespace tarn::runtime {
 
-// The record that an index node stands in.
+// The record that contains an index node.
 inline kel_record *record_of(kel_index_node *node) {
     return reinterpret_cast<kel_record *>(reinterpret_cast<char *>(node) -
                                           offsetof(kel_record, index_node));

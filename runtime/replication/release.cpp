@@ -1,19 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// Giving a record back by what it is now: a destruction that can't take the record out of
-// its index must not begin, since the block would go all the same.
+#include "runtime/replication/release.h"
+
 #include <cerrno>
 #include <cstring>
 
 #include "runtime/base/error_text.h"
-#include "runtime/handle/handle.h"
 #include "runtime/replication/table_vector.h"
-#include "tarnbase/embedded.h"
 
-using namespace tarn::runtime;
+namespace tarn::runtime {
 
 namespace {
 
-// Keeps the error that a chain of `_cr` calls has left in the handle.
+// Restores the error that a chain of `_cr` calls left in the handle.
 class KeepLastError {
  public:
     explicit KeepLastError(kel_handle *handle) : handle_(handle), kept_(handle->last_error) {}
@@ -26,7 +24,7 @@ class KeepLastError {
     std::uint32_t kept_;
 };
 
-// Whether the record is one of the vector's table: "<table>_record" by its descriptor.
+// Whether the record is one of the vector's table: its descriptor is "<table>_record".
 bool is_record_of(const TableVector &vector, const kel_record *record) {
     const kel_type_info *descriptor = record->descriptor;
     if (descriptor == nullptr || descriptor->magic != KEL_TYPE_INFO_MAGIC) return false;
@@ -35,7 +33,7 @@ bool is_record_of(const TableVector &vector, const kel_record *record) {
            std::strcmp(descriptor->name + length, "_record") == 0;
 }
 
-// 0: the record is in no index now.
+// Returns 0 when the record is in no index.
 std::uint32_t leave_index(kel_handle *handle, std::uint32_t tx_id, const TableVector &vector,
                           kel_record *record) {
     kel_table *table = record->table;
@@ -58,8 +56,8 @@ std::uint32_t leave_index(kel_handle *handle, std::uint32_t tx_id, const TableVe
 
 }  // namespace
 
-std::uint32_t kel_record_release(kel_handle *handle, std::uint32_t tx_id, const void *const *vector,
-                                 kel_record *record) {
+std::uint32_t release_record(kel_handle *handle, std::uint32_t tx_id, const void *const *vector,
+                             kel_record *record) {
     if (record == nullptr) return 0;
     const TableVector table(vector);
     if (!is_record_of(table, record)) {
@@ -77,3 +75,5 @@ std::uint32_t kel_record_release(kel_handle *handle, std::uint32_t tx_id, const 
                 "its mapping can't be removed: error %u",
                 table.table_name(), error);
 }
+
+}  // namespace tarn::runtime

@@ -8,8 +8,8 @@
 #include <iterator>
 
 #include "runtime/base/error_text.h"
-#include "runtime/handle/handle.h"
-#include "tarnbase/runtime.h"
+#include "runtime/catalog/keyed_store.h"
+#include "runtime/store/store_handle.h"
 
 namespace tarn::runtime {
 
@@ -30,7 +30,7 @@ bool has_open_transaction(const kel_store &store) {
                        [](const TransactionSlot &slot) { return slot.id != 0; });
 }
 
-// Where a store's first ring begins: write cursors moved already without one.
+// Where a store's first ring begins: write cursors move without a ring too.
 std::uint64_t furthest_cursor(const kel_store &store) {
     std::uint64_t furthest = 0;
     for (const kel_table *table = store.header->tables.first; table != nullptr;
@@ -43,10 +43,10 @@ std::uint64_t furthest_cursor(const kel_store &store) {
 }  // namespace
 
 FrameRing::FrameRing(kel_handle *handle)
-    : handle_(handle), head_(static_cast<RingHead *>(loam_get_key(handle->arena, ring_key))) {}
+    : handle_(handle), head_(static_cast<RingHead *>(key_value(handle, ring_key))) {}
 
-// Other processes read while this one writes: what a position promises is stored
-// before the position is.
+// Other processes read while this one writes: a frame is stored before the position that
+// makes it visible.
 std::uint64_t FrameRing::first() const {
     return std::atomic_ref(head_->first).load(std::memory_order_acquire);
 }
@@ -69,31 +69,31 @@ std::uint64_t FrameRing::committed_end() const {
     return end;
 }
 
-bool FrameRing::can_have(const Frame *frame, std::uint64_t length) const {
+bool FrameRing::is_inside_store(const Frame *frame, std::uint64_t length) const {
     const auto *base = reinterpret_cast<const std::byte *>(store_of(handle_).header);
     const auto offset = static_cast<std::uint64_t>(frame->bytes() - base);
     return offset + length <= store_of(handle_).header->arena.size;
 }
 
-bool FrameRing::has_room(std::uint64_t length) const {
+bool FrameRing::has_space(std::uint64_t length) const {
     return head_->next - head_->first < head_->slots && head_->bytes + length <= head_->byte_limit;
 }
 
 void FrameRing::drop_oldest(std::uint32_t tx_id) {
-    announce(handle_, tx_id, head_, sizeof *head_);
+    WriteLog{handle_, tx_id}.announce(head_, sizeof *head_);
     RingSlot &oldest = slot(head_->first);
     Frame *frame = oldest.frame;
     head_->bytes -= length_of(frame);
     std::atomic_ref(head_->first).store(head_->first + 1, std::memory_order_release);
-    announced_set(handle_, tx_id, oldest, RingSlot{});
+    WriteLog{handle_, tx_id}.set(oldest, RingSlot{});
     if (frame != nullptr) store_of(handle_).release(tx_id, frame);
 }
 
-void FrameRing::place(std::uint32_t tx_id, Frame *frame) {
+void FrameRing::link(std::uint32_t tx_id, Frame *frame) {
     const std::uint32_t writer =
         store_of(handle_).transaction(tx_id) != nullptr ? tx_id : KEL_TX_NONE;
-    announce(handle_, tx_id, head_, sizeof *head_);
-    announced_set(handle_, tx_id, slot(head_->next), RingSlot{frame, writer, 0});
+    WriteLog{handle_, tx_id}.announce(head_, sizeof *head_);
+    WriteLog{handle_, tx_id}.set(slot(head_->next), RingSlot{frame, writer, 0});
     head_->bytes += length_of(frame);
     std::atomic_ref(head_->next).store(head_->next + 1, std::memory_order_release);
 }
@@ -107,17 +107,17 @@ std::uint32_t FrameRing::append(std::uint32_t tx_id, kel_replication_frame head,
     head.position = head_->next;
     frame->head = head;
     std::memcpy(frame + 1, bytes, head.length);
-    while (!has_room(head.length)) drop_oldest(tx_id);
-    place(tx_id, frame);
+    while (!has_space(head.length)) drop_oldest(tx_id);
+    link(tx_id, frame);
     return 0;
 }
 
 void FrameRing::append_lost(std::uint32_t tx_id) {
-    if (!has_room(0)) drop_oldest(tx_id);
-    place(tx_id, nullptr);
+    if (!has_space(0)) drop_oldest(tx_id);
+    link(tx_id, nullptr);
 }
 
-void FrameRing::take_over(FrameRing &old) {
+void FrameRing::move_frames_from(FrameRing &old) {
     std::uint64_t from = old.head_->next;
     std::uint64_t bytes = 0;
     for (; from > old.head_->first && old.head_->next - from < head_->slots; --from) {
@@ -126,7 +126,7 @@ void FrameRing::take_over(FrameRing &old) {
     }
     while (old.head_->first < from) old.drop_oldest(KEL_TX_NONE);
     head_->first = head_->next = from;
-    while (head_->next < old.head_->next) place(KEL_TX_NONE, old.slot(head_->next).frame);
+    while (head_->next < old.head_->next) link(KEL_TX_NONE, old.slot(head_->next).frame);
 }
 
 std::uint32_t FrameRing::configure(kel_handle *handle, std::uint64_t slots,
@@ -137,7 +137,7 @@ std::uint32_t FrameRing::configure(kel_handle *handle, std::uint64_t slots,
                     static_cast<unsigned long long>(most_slots));
     }
     FrameRing old(handle);
-    // Its undo log holds bytes of the ring that is to go.
+    // An open transaction's log may contain bytes of the old ring.
     if (old && has_open_transaction(store_of(handle))) {
         return fail(EBUSY, "replication: a transaction is open while the ring is made anew");
     }
@@ -151,8 +151,8 @@ std::uint32_t FrameRing::configure(kel_handle *handle, std::uint64_t slots,
     made.head_->slots = slots;
     made.head_->byte_limit = byte_limit != 0 ? byte_limit : default_bytes;
     made.head_->first = made.head_->next = furthest_cursor(store_of(handle));
-    if (old) made.take_over(old);
-    if (loam_set_key(handle->arena, ring_key, made.head_) == 0) {
+    if (old) made.move_frames_from(old);
+    if (!set_key(handle, ring_key, made.head_)) {
         store_of(handle).release_now(made.head_);
         return ENOMEM;
     }

@@ -1,16 +1,16 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The replication stream in the store: a ring of slots, one a frame, which every
-// process finds under a key of the keyed store. A frame is a block of its own. The
-// frame of position p stands in slot p % slots; positions are never given twice, but
-// for those of frames that a rollback has taken back. A new frame takes the place of
-// as many of the oldest ones as are in the way of one of the two limits.
+// The replication stream in the store: a ring of slots, one for each frame, which every
+// process finds by a key of the keyed store. A frame is a block of its own. The frame of
+// position p is in slot p % slots. No position is used twice, except those of frames that
+// were rolled back. A new frame replaces as many of the oldest ones as the two limits
+// require.
 //
 //   ring               offset  size  member
 //                           0     8  slots
 //                           8     8  most bytes of marshalled records
 //                          16     8  bytes of marshalled records now
 //                          24     8  position of the oldest frame
-//                          32     8  position of the next frame to come
+//                          32     8  position of the next frame
 //                          40        slots
 //
 //   slot                    0     8  frame; null: its record could not be enqueued
@@ -20,8 +20,8 @@
 //   frame                   0    40  kel_replication_frame
 //                          40        the marshalled record
 //
-// Changes are announced through the handle's hook: a rollback leaves every byte as it
-// was. Until its transaction ends a frame is not for readers.
+// Changes are announced through the handle's hook, so a rollback restores every byte.
+// Readers don't get a frame before its transaction ends.
 #ifndef TARNBASE_RUNTIME_REPLICATION_RING_H
 #define TARNBASE_RUNTIME_REPLICATION_RING_H
 
@@ -59,41 +59,43 @@ struct RingHead {
 };
 static_assert(sizeof(RingHead) == 40);
 
-// Names a store's ring for the length of a call.
+// A store's ring for the duration of a call.
 class FrameRing {
  public:
     explicit FrameRing(kel_handle *handle);
-    // False: the store has none.
+    // False: the store has no ring.
     explicit operator bool() const { return head_ != nullptr; }
 
-    // Makes the store's ring, or makes it anew with other limits and the newest frames
-    // that fit; 0 is a default. 0, or an errno number.
+    // Makes the store's ring, or a new one with other limits and the newest frames that
+    // fit; a limit of 0 is the default. Returns 0 or an errno number.
     static std::uint32_t configure(kel_handle *handle, std::uint64_t slots,
                                    std::uint64_t byte_limit);
 
-    // Appends a frame; its position is filled in. 0; ENOMEM or EMSGSIZE: nothing changed.
+    // Appends a frame and fills in its position. Returns 0, or ENOMEM or EMSGSIZE, and nothing
+    // has changed.
     std::uint32_t append(std::uint32_t tx_id, kel_replication_frame head, const void *bytes);
-    // Gives a position to a record that is not in the stream.
+    // Uses a position for a record that couldn't be enqueued.
     void append_lost(std::uint32_t tx_id);
 
     std::uint64_t first() const;
     std::uint64_t next() const;
-    // The position behind the newest frame that is for readers.
+    // The position after the newest frame that readers get.
     std::uint64_t committed_end() const;
     // Whether the transaction that wrote this position is still open.
     bool is_open(std::uint64_t position) const;
     const Frame *frame(std::uint64_t position) const { return slot(position).frame; }
-    // False: what seems to be a frame's length is none, since the frame was dropped.
-    bool can_have(const Frame *frame, std::uint64_t length) const;
+    // Whether `length` bytes of a frame are inside the store. They are not if the frame was
+    // dropped and `length` is no longer a length.
+    bool is_inside_store(const Frame *frame, std::uint64_t length) const;
 
  private:
     FrameRing(kel_handle *handle, RingHead *head) : handle_(handle), head_(head) {}
 
     RingSlot &slot(std::uint64_t position) const;
-    bool has_room(std::uint64_t length) const;
-    void place(std::uint32_t tx_id, Frame *frame);
+    bool has_space(std::uint64_t length) const;
+    void link(std::uint32_t tx_id, Frame *frame);
     void drop_oldest(std::uint32_t tx_id);
-    void take_over(FrameRing &old);
+    void move_frames_from(FrameRing &old);
 
     kel_handle *handle_;
     RingHead *head_;

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A table as the engine knows it: by the vector of its operations.
+// A table as the engine sees it: the vector of its operations.
 #ifndef TARNBASE_RUNTIME_REPLICATION_TABLE_VECTOR_H
 #define TARNBASE_RUNTIME_REPLICATION_TABLE_VECTOR_H
 
@@ -11,12 +11,14 @@
 
 namespace tarn::runtime {
 
+struct Attachment;
+
 class TableVector {
  public:
-    // The vector of that table, from the lookup attached to the handle. Null, with
-    // `*err` set, if there is none.
-    static TableVector of(kel_handle *handle, std::uint32_t tx_id, const kel_table *table,
-                          std::uint32_t *err);
+    // The vector of that table, from the engine's lookup; `attached` may be null. Null, with
+    // *err set, if there is none.
+    static TableVector of(kel_handle *handle, std::uint32_t tx_id, const Attachment *attached,
+                          const kel_table *table, std::uint32_t *err);
 
     TableVector() = default;
     explicit TableVector(const void *const *slots) : slots_(slots) {}
@@ -56,7 +58,7 @@ class TableVector {
 
  private:
     template <typename Function>
-    Function slot(std::size_t index) const {
+    Function slot(kel_table_slot index) const {
         return reinterpret_cast<Function>(const_cast<void *>(slots_[index]));
     }
 

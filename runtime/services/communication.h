@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The two communication registries. Each keeps the handler that a library hands it,
-// for whoever carries bundles between processes; the embedded runtime carries none.
+// The handlers of the two communication registries. They are for a program that transfers
+// bundles between processes; the embedded runtime doesn't.
 #ifndef TARNBASE_RUNTIME_SERVICES_COMMUNICATION_H
 #define TARNBASE_RUNTIME_SERVICES_COMMUNICATION_H
 
 namespace tarn::runtime {
 
+// Null without a handler.
 void *ridge_bundle_handler();
 void *interface_bundle_handler();
 

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-// The key index of a table. The second anchor word isn't needed and stays zero.
-#include "runtime/handle/handle.h"
+// The key index of a table. The second anchor word is unused and stays zero.
 #include "runtime/index/tree.h"
+#include "runtime/store/store_handle.h"
 
 using namespace tarn::runtime;
 
 std::uint32_t e_avl_insert(void *arena, std::uint32_t tx_id, void **root, kel_index_node *node,
                            std::uintptr_t *, e_avl_compare_function compare) {
-    return tree_insert(handle_of(arena), tx_id, root, node, compare);
+    return tree_insert({handle_of(arena), tx_id}, root, node, compare);
 }
 
 std::uint32_t e_avl_delete(void *arena, std::uint32_t tx_id, void **root, kel_index_node *node,
                            std::uintptr_t *, e_avl_compare_function) {
-    return tree_remove(handle_of(arena), tx_id, root, node);
+    return tree_remove({handle_of(arena), tx_id}, root, node);
 }
 
 kel_index_node *e_avl_search(void *root, const kel_index_node *probe,

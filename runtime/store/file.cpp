@@ -19,8 +19,8 @@ namespace tarn::runtime {
 
 namespace {
 
-// Where stores are mapped unless the caller says where: slots in a range that the
-// kernel and the sanitizers leave alone.
+// The default address of a store is a slot in a range that neither the kernel nor the
+// sanitizers use.
 constexpr std::uint64_t range_begin = 0x2000'0000'0000;
 constexpr std::uint64_t range_end = 0x5000'0000'0000;
 constexpr std::uint64_t slot_unit = 64ULL << 30;
@@ -41,7 +41,8 @@ std::uint32_t fail_map(const char *path, std::uint32_t error, const void *base,
                 static_cast<const void *>(static_cast<const char *>(base) + capacity));
 }
 
-// Maps the file at a random free slot, so that stores made apart seldom meet.
+// Maps the file at a random free slot, so that stores from different processes rarely
+// have the same address.
 std::uint32_t map_somewhere(File &file, std::uint64_t capacity, Region &region) {
     const std::uint64_t slot = (capacity + slot_unit - 1) / slot_unit * slot_unit;
     const std::uint64_t slots = (range_end - range_begin) / slot;
@@ -53,7 +54,7 @@ std::uint32_t map_somewhere(File &file, std::uint64_t capacity, Region &region) 
         if (error == EINVAL) break;
         if (error != EADDRINUSE) return error;
     }
-    // A tool that the process runs under keeps the range from it.
+    // A tool that the process runs under doesn't allow the range.
     return region.map(file, nullptr, capacity);
 }
 
@@ -64,13 +65,13 @@ std::uint32_t map_new(const char *path, File &file, std::uint64_t capacity, void
     return error == 0 ? 0 : fail_map(path, error, base, capacity);
 }
 
-// A name beside `path` for the file while it is being made.
+// A name next to `path` for a file that isn't complete yet.
 std::string working_name(const char *path) {
     return std::string(path) + ".new." + std::to_string(::getpid()) + "." +
            std::to_string(std::random_device{}());
 }
 
-// Removes a name when it goes.
+// Unlinks a name in its destructor.
 class WorkingName {
  public:
     explicit WorkingName(std::string name) : name_(std::move(name)) {}
@@ -83,8 +84,8 @@ class WorkingName {
     std::string name_;
 };
 
-// Without an address to map at, a store would be mapped anywhere.
-bool is_whole(const StoreHeader &header) {
+// A base address of null would map the store anywhere.
+bool is_valid(const StoreHeader &header) {
     const auto base = reinterpret_cast<std::uintptr_t>(header.base);
     return header.page_bytes == page_size && base != 0 && base % page_size == 0 &&
            header.capacity % page_size == 0 && header.capacity >= least_capacity &&
@@ -101,8 +102,8 @@ std::uint32_t fail_version(const char *path, std::uint32_t version) {
                 newer ? "Use the newer release, or move the data with" : "Move the data with");
 }
 
-// Looks at what tells a file apart, from the most general to the particular, and reads
-// nothing after the version until that is known.
+// Checks what identifies a file, the most general first, and reads nothing after the
+// version before that is checked.
 std::uint32_t check_header(const char *path, const StoreHeader &header, std::size_t got,
                            std::uint64_t file_size) {
     if (got == 0) return fail(EINVAL, "%s: not a store file: it is empty", path);
@@ -124,7 +125,7 @@ std::uint32_t check_header(const char *path, const StoreHeader &header, std::siz
                     static_cast<unsigned long long>(wanted));
     };
     if (got < sizeof header) return fail_short(sizeof header);
-    if (!is_whole(header)) {
+    if (!is_valid(header)) {
         return fail(EINVAL, "%s: the header of the store is damaged. Restore the file from a copy",
                     path);
     }
@@ -162,7 +163,7 @@ std::uint32_t check_options(const char *what, const kel_store_options *options) 
 
 std::uint32_t create_file(const char *path, std::uint64_t capacity, void *base, kel_store &store) {
     if (::access(path, F_OK) == 0) return fail(EEXIST, "%s: %s", path, std::strerror(EEXIST));
-    // The file gets its name when it is whole: nobody opens half a store.
+    // The file gets its name when it is complete: nobody opens half a store.
     const std::string name = working_name(path);
     File file(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!file.is_open()) return fail_errno(path);

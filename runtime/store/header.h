@@ -3,8 +3,8 @@
 // Numbers are little-endian, pointers absolute addresses: a store file is mapped at
 // the same address everywhere.
 //
-// A release reads one format version and refuses every other, newer or older: data moves
-// between them through an export. Magic and version stay where they are in every version.
+// A release reads one format version and refuses all others, newer and older: an export
+// moves data between them. Magic and version have the same offsets in every version.
 //
 //   offset  size  member
 //        0     8  magic "TARNBASE"
@@ -20,11 +20,11 @@
 //       80    16  table list: first block, address of the last link
 //       96     8  root of the keyed store's tree
 //      104     8  root of the type map's tree
-//      112    24  map from objects to their side data
+//      112    24  map from objects to their data
 //      136    24  map from objects to their identities
 //      160    24  map from object ids to identities
 //      184    24  map from strings to their texts
-//      208     8  the last object id given
+//      208     8  the last object id assigned
 //      216    40  zero
 //      256  1024  32 transaction slots
 //     1280        zero up to 4096
@@ -33,10 +33,10 @@
 // A transaction slot, all zero when it is free:
 //
 //        0     4  transaction id
-//        4     4  1 if the log ran out of memory and is incomplete
+//        4     4  1 if there was no space for the whole log
 //        8     8  the newest page of the undo log, or null
 //       16     8  blocks to free at commit
-//       24     4  1 if it is committed, and what it frees is being freed
+//       24     4  1 if it is committed and its frees are in progress
 //       28     4  zero
 #ifndef TARNBASE_RUNTIME_STORE_HEADER_H
 #define TARNBASE_RUNTIME_STORE_HEADER_H

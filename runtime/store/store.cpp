@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/store.h"
 
-#include "runtime/store/table_list.h"
+#include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
 
 using tarn::runtime::StoreHeader;
@@ -10,7 +10,7 @@ using tarn::runtime::UndoLog;
 
 namespace {
 
-// Pages that a new store has room for at once.
+// Pages of a new store before it grows.
 constexpr std::uint64_t first_pages = 16;
 
 }  // namespace
@@ -58,14 +58,14 @@ void kel_store::recover() {
     }
 }
 
-bool kel_store::allocation_is_to_fail() {
+bool kel_store::fails_on_purpose() {
     return allocations_until_failure != 0 && --allocations_until_failure == 0;
 }
 
 void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
-    if (allocation_is_to_fail()) return nullptr;
-    // An open that wanted no new block leaves a refusal, which any later allocation takes.
-    const bool is_refused = tarn::runtime::takes_refusal_of_table_block();
+    if (fails_on_purpose()) return nullptr;
+    // An open that needed no new block leaves its refusal to any later allocation.
+    const bool is_refused = tarn::runtime::take_table_refusal();
     if (is_refused && tx_id == KEL_TX_NONE && size == sizeof(kel_table)) return nullptr;
     TransactionSlot *slot = transaction(tx_id);
     if (slot == nullptr) return allocator.allocate(size);
@@ -98,7 +98,7 @@ bool kel_store::contains(const void *address, std::uint64_t length) const {
 }
 
 void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_t length) {
-    // Memory outside the store may be gone, or mean another thing, at a rollback.
+    // At a rollback, memory outside the store may be gone or in use for something else.
     if (!contains(address, length)) return;
     if (TransactionSlot *slot = transaction(tx_id))
         UndoLog(*this, *slot).old_bytes(address, length);

@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Transactions. An id is the number of a slot and a count, so that finding the slot
-// takes one comparison and an id doesn't come back soon.
-#include <cerrno>
+// Transactions. An id is made of a slot's number and a count: one comparison finds the
+// slot, and an id isn't used again soon.
+#include "runtime/store/store.h"
 
-#include "runtime/base/error_text.h"
-#include "runtime/handle/handle.h"
-
-using tarn::runtime::fail;
-using tarn::runtime::store_of;
 using tarn::runtime::transaction_slots;
 using tarn::runtime::TransactionSlot;
 using tarn::runtime::UndoLog;
@@ -18,7 +13,7 @@ namespace {
 constexpr std::uint32_t slot_bits = 5;
 static_assert(1U << slot_bits == transaction_slots);
 
-// Counts run from 1 to this one: no id is 0 or KEL_TX_NONE.
+// Counts are from 1 to this one: no id is 0 or KEL_TX_NONE.
 constexpr std::uint32_t last_count = (1U << (32 - slot_bits)) - 2;
 
 std::uint32_t index_of(const kel_store &store, const TransactionSlot &slot) {
@@ -50,51 +45,17 @@ void kel_store::close_slot(TransactionSlot &slot) {
 }
 
 void kel_store::commit(TransactionSlot &slot) {
-    // From here on a process that ends leaves a commit to finish, not one to take back.
+    // From here on recovery finishes the commit instead of rolling it back.
     slot.committed = 1;
-    UndoLog(*this, slot).forget();
+    UndoLog(*this, slot).commit();
     header->committed += 1;
     close_slot(slot);
 }
 
 bool kel_store::roll_back(TransactionSlot &slot, UndoScope scope) {
     const bool complete = slot.log_incomplete == 0;
-    UndoLog(*this, slot).undo(scope);
+    UndoLog(*this, slot).roll_back(scope);
     header->rolled_back += 1;
     close_slot(slot);
     return complete;
-}
-
-std::uint32_t kel_transaction_begin(kel_handle *handle, std::uint32_t *tx_id) {
-    const TransactionSlot *slot = store_of(handle).begin();
-    if (slot == nullptr) {
-        return fail(EAGAIN, "kel_transaction_begin: %u transactions are open", transaction_slots);
-    }
-    *tx_id = slot->id;
-    return 0;
-}
-
-std::uint32_t kel_transaction_commit(kel_handle *handle, std::uint32_t tx_id) {
-    kel_store &store = store_of(handle);
-    TransactionSlot *slot = store.transaction(tx_id);
-    if (slot == nullptr) {
-        return fail(EINVAL, "kel_transaction_commit: transaction %u is not open", tx_id);
-    }
-    store.commit(*slot);
-    return 0;
-}
-
-std::uint32_t kel_transaction_rollback(kel_handle *handle, std::uint32_t tx_id) {
-    kel_store &store = store_of(handle);
-    TransactionSlot *slot = store.transaction(tx_id);
-    if (slot == nullptr) {
-        return fail(EINVAL, "kel_transaction_rollback: transaction %u is not open", tx_id);
-    }
-    if (!store.roll_back(*slot, UndoScope::this_process)) {
-        return fail(ENOSPC,
-                    "kel_transaction_rollback: the store had no room for the whole log of "
-                    "transaction %u: its oldest changes are taken back, later ones stay",
-                    tx_id);
-    }
-    return 0;
 }

@@ -21,9 +21,9 @@ char *bytes_of(LogPage *page) { return reinterpret_cast<char *>(page); }
 
 }  // namespace
 
-bool UndoLog::make_room(std::uint64_t bytes) {
+bool UndoLog::ensure_space(std::uint64_t bytes) {
     if (slot_.log != nullptr && slot_.log->head.used + bytes <= page_size) return true;
-    auto *page = reinterpret_cast<LogPage *>(store_.allocator.take_page());
+    auto *page = reinterpret_cast<LogPage *>(store_.allocator.allocate_page());
     if (page == nullptr) return false;
     page->head.used = sizeof(LogPage);
     page->previous = slot_.log;
@@ -31,12 +31,12 @@ bool UndoLog::make_room(std::uint64_t bytes) {
     return true;
 }
 
-bool UndoLog::reserve() { return make_room(sizeof(Trailer)); }
+bool UndoLog::reserve() { return ensure_space(sizeof(Trailer)); }
 
 void UndoLog::append(Kind kind, const void *address, std::uint32_t length, const void *payload,
                      std::uint32_t payload_length) {
     const std::uint32_t before_trailer = padded(payload_length);
-    if (!make_room(before_trailer + sizeof(Trailer))) {
+    if (!ensure_space(before_trailer + sizeof(Trailer))) {
         slot_.log_incomplete = 1;
         return;
     }
@@ -72,10 +72,10 @@ void UndoLog::deferred_free(const void *block) {
     slot_.deferred_frees += 1;
 }
 
-void UndoLog::drop_newest_page() {
+void UndoLog::release_newest_page() {
     LogPage *page = slot_.log;
     slot_.log = page->previous;
-    store_.allocator.give_page(&page->head, page->head.used);
+    store_.allocator.release_page(&page->head, page->head.used);
 }
 
 template <typename Visitor>
@@ -92,7 +92,7 @@ void UndoLog::drain_newest_page(Visitor visit) {
         page->head.used = start;
         std::memset(bytes_of(page) + start, 0, end - start);
     }
-    drop_newest_page();
+    release_newest_page();
 }
 
 void UndoLog::undo_entry(const Trailer &trailer, const char *payload, UndoScope scope) {
@@ -113,7 +113,7 @@ void UndoLog::undo_entry(const Trailer &trailer, const char *payload, UndoScope 
     }
 }
 
-void UndoLog::undo(UndoScope scope) {
+void UndoLog::roll_back(UndoScope scope) {
     while (slot_.log != nullptr) {
         drain_newest_page([&](const Trailer &trailer, const char *payload) {
             undo_entry(trailer, payload, scope);
@@ -121,10 +121,10 @@ void UndoLog::undo(UndoScope scope) {
     }
 }
 
-void UndoLog::forget() {
+void UndoLog::commit() {
     while (slot_.log != nullptr) {
         if (slot_.deferred_frees == 0) {
-            drop_newest_page();
+            release_newest_page();
             continue;
         }
         drain_newest_page([&](const Trailer &trailer, const char *) {

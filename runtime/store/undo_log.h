@@ -15,9 +15,9 @@
 //   3 allocated         frees the block at the address
 //   4 deferred free     nothing; a commit frees the block at the address
 //
-// The page counts an entry only when it is whole, and drops it when it is undone.
-// Addresses are those of every process that maps the store. A delta may lie outside
-// the store, in the process that made it; another process passes it over.
+// A page counts an entry once it is complete, and drops it once it is undone. Addresses
+// are valid in every process that maps the store. Only a delta may have an address outside
+// the store, valid in the process that made it; other processes skip it.
 #ifndef TARNBASE_RUNTIME_STORE_UNDO_LOG_H
 #define TARNBASE_RUNTIME_STORE_UNDO_LOG_H
 
@@ -37,26 +37,25 @@ struct LogPage {
 };
 static_assert(sizeof(LogPage) == 24);
 
-// Whether addresses outside the store mean anything to the process that undoes.
+// Which addresses a rollback uses: those of this process too, or only the store's.
 enum class UndoScope { this_process, store_only };
 
-// Names a transaction's log for the length of a call.
+// A transaction's log for the duration of a call.
 class UndoLog {
  public:
     UndoLog(kel_store &store, TransactionSlot &slot) : store_(store), slot_(slot) {}
 
     void old_bytes(const void *address, std::uint64_t length);
     void delta(const void *address, std::int32_t delta);
-    // Makes sure that the next `allocated` or `deferred_free` finds room. False: it
-    // doesn't.
+    // Reserves the space of the next `allocated` or `deferred_free`. False: there is none.
     bool reserve();
     void allocated(const void *block);
     void deferred_free(const void *block);
 
-    // Takes the changes back, newest first, and empties the log.
-    void undo(UndoScope scope);
-    // Frees what was to be freed, and empties the log.
-    void forget();
+    // Undoes the changes, newest first, and empties the log.
+    void roll_back(UndoScope scope);
+    // Frees the blocks of deferred frees, and empties the log.
+    void commit();
 
  private:
     enum class Kind : std::uint32_t { old_bytes = 1, delta, allocated, deferred_free };
@@ -67,12 +66,12 @@ class UndoLog {
     };
     static_assert(sizeof(Trailer) == 16);
 
-    bool make_room(std::uint64_t bytes);
+    bool ensure_space(std::uint64_t bytes);
     void append(Kind kind, const void *address, std::uint32_t length, const void *payload,
                 std::uint32_t payload_length);
     template <typename Visitor>
     void drain_newest_page(Visitor visit);
-    void drop_newest_page();
+    void release_newest_page();
     void undo_entry(const Trailer &trailer, const char *payload, UndoScope scope);
 
     kel_store &store_;

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// A table's tenants are a tree at its word `tenant_counters`: a block a tenant, made
-// when the tenant's first record is counted.
+// A table's tenants are a tree at its word `tenant_counters`: a block for each tenant,
+// allocated when its first record is counted.
 #include "runtime/tenant/counters.h"
 
-#include <cerrno>
-
-#include "runtime/handle/handle.h"
 #include "runtime/index/tree.h"
-#include "tarnbase/runtime.h"
+#include "runtime/store/store_handle.h"
 
-using namespace tarn::runtime;
+namespace tarn::runtime {
 
 namespace {
 
@@ -41,55 +38,51 @@ TenantCounters *find(const kel_table *table, std::uint16_t tenant) {
 }
 
 // Null: no memory.
-TenantCounters *make(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                     std::uint16_t tenant) {
-    auto *made =
+TenantCounters *add(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                    std::uint16_t tenant) {
+    auto *counters =
         static_cast<TenantCounters *>(store_of(handle).allocate(tx_id, sizeof(TenantCounters)));
-    if (made == nullptr) return nullptr;
-    made->tenant = tenant;
-    tree_insert(handle, tx_id, &table->tenant_counters, &made->node, compare_tenants);
-    return made;
+    if (counters == nullptr) return nullptr;
+    counters->tenant = tenant;
+    tree_insert({handle, tx_id}, &table->tenant_counters, &counters->node, compare_tenants);
+    return counters;
 }
 
 }  // namespace
 
-void keldb_update_tenant_counter(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                                 std::uint32_t direction, std::uint16_t tenant, std::uint8_t src,
-                                 std::uint32_t *err) {
-    if (*err != 0) return;
+bool count_record(kel_handle *handle, std::uint32_t tx_id, kel_table *table, std::uint16_t tenant,
+                  std::uint8_t src) {
     TenantCounters *counters = find(table, tenant);
-    if (counters == nullptr && direction == 0) return;
-    if (counters == nullptr) counters = make(handle, tx_id, table, tenant);
-    if (counters == nullptr) {
-        report_error(handle, err, ENOMEM);
-        return;
-    }
-    // A tenant can take away records that another one has added: never below zero.
-    const auto change = [&](std::uint32_t &counter) {
-        if (direction != 0) {
-            announced_set(handle, tx_id, counter, counter + 1);
-        } else if (counter != 0) {
-            announced_set(handle, tx_id, counter, counter - 1);
-        }
-    };
-    change(counters->total);
-    change(counters->by_source[src]);
+    if (counters == nullptr) counters = add(handle, tx_id, table, tenant);
+    if (counters == nullptr) return false;
+    const WriteLog log{handle, tx_id};
+    log.set(counters->total, counters->total + 1);
+    log.set(counters->by_source[src], counters->by_source[src] + 1);
+    return true;
 }
 
-void keldb_get_tenant_counter(kel_handle *, std::uint32_t, kel_table *table, std::uint32_t *count,
-                              std::uint16_t tenant, const std::uint8_t *src) {
+void uncount_record(kel_handle *handle, std::uint32_t tx_id, kel_table *table, std::uint16_t tenant,
+                    std::uint8_t src) {
+    TenantCounters *counters = find(table, tenant);
+    if (counters == nullptr) return;
+    const WriteLog log{handle, tx_id};
+    for (std::uint32_t *counter : {&counters->total, &counters->by_source[src]}) {
+        if (*counter != 0) log.set(*counter, *counter - 1);
+    }
+}
+
+std::uint32_t counted_records(const kel_table *table, std::uint16_t tenant,
+                              const std::uint8_t *src) {
     const TenantCounters *counters = find(table, tenant);
-    if (counters == nullptr) {
-        *count = 0;
-    } else {
-        *count = src != nullptr ? counters->by_source[*src] : counters->total;
-    }
+    if (counters == nullptr) return 0;
+    return src != nullptr ? counters->by_source[*src] : counters->total;
 }
 
-void tarn::runtime::drop_tenant_counters(kel_handle *handle, std::uint32_t tx_id,
-                                         kel_table *table) {
+void drop_tenant_counters(kel_handle *handle, std::uint32_t tx_id, kel_table *table) {
     while (kel_index_node *node = tree_first(table->tenant_counters)) {
-        tree_remove(handle, tx_id, &table->tenant_counters, node);
+        tree_remove({handle, tx_id}, &table->tenant_counters, node);
         store_of(handle).release(tx_id, node);
     }
 }
+
+}  // namespace tarn::runtime

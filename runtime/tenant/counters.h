@@ -10,7 +10,17 @@
 
 namespace tarn::runtime {
 
-// Gives the counters of a table that is going away back.
+// Adds a record of that source to the tenant's counters. False: no memory.
+bool count_record(kel_handle *handle, std::uint32_t tx_id, kel_table *table, std::uint16_t tenant,
+                  std::uint8_t src);
+// Subtracts one. A tenant can delete another's records, so a counter of zero stays zero.
+void uncount_record(kel_handle *handle, std::uint32_t tx_id, kel_table *table, std::uint16_t tenant,
+                    std::uint8_t src);
+// The tenant's records: of one source, or of all if `src` is null.
+std::uint32_t counted_records(const kel_table *table, std::uint16_t tenant,
+                              const std::uint8_t *src);
+
+// Frees all counters of a table that is being freed.
 void drop_tenant_counters(kel_handle *handle, std::uint32_t tx_id, kel_table *table);
 
 }  // namespace tarn::runtime

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A text under construction in a caller's buffer: counts what it needs, and
-// writes what fits. No byte beyond the room is touched, no NUL is added.
+// Builds a text in a caller's buffer: counts the bytes of the whole text, and writes those
+// that fit. Nothing is written after the buffer, and no NUL is added.
 #ifndef TARNBASE_RUNTIME_TEXT_LINE_H
 #define TARNBASE_RUNTIME_TEXT_LINE_H
 
@@ -17,7 +17,7 @@ namespace tarn::runtime {
 
 class Line {
  public:
-    Line(char *buffer, std::uint32_t room) : buffer_(buffer), room_(room) {}
+    Line(char *buffer, std::uint32_t size) : buffer_(buffer), size_(size) {}
 
     Line &text(std::string_view text) {
         if (const std::size_t fits = fitting(text.size()); fits > 0) {
@@ -44,22 +44,21 @@ class Line {
         return text({digits, static_cast<std::size_t>(end - digits)});
     }
 
-    // The characters of the whole text; 0 and EMSGSIZE if it didn't fit. What was
-    // written of it then counts for nothing.
+    // The length of the whole text; 0 with EMSGSIZE if it didn't fit.
     std::uint32_t finish(kel_handle *handle, std::uint32_t *err) const {
-        if (length_ <= room_) return static_cast<std::uint32_t>(length_);
-        report_first(handle, err, EMSGSIZE);
+        if (length_ <= size_) return static_cast<std::uint32_t>(length_);
+        report_first_error(handle, err, EMSGSIZE);
         return 0;
     }
 
  private:
     std::size_t fitting(std::size_t count) const {
-        if (length_ >= room_) return 0;
-        return std::min<std::uint64_t>(count, room_ - length_);
+        if (length_ >= size_) return 0;
+        return std::min<std::uint64_t>(count, size_ - length_);
     }
 
     char *buffer_;
-    std::uint32_t room_;
+    std::uint32_t size_;
     std::uint64_t length_ = 0;
 };
 

@@ -10,7 +10,7 @@ namespace tarn::runtime {
 
 // Appends any bytes as readable text on one line, in double quotes. Quotes,
 // backslashes, tabs and line ends are escaped as in C; other control characters
-// and bytes that are no valid UTF-8 become \xHH, always with two digits.
+// and bytes that are not valid UTF-8 become \xHH, always with two digits.
 void append_quoted(Line &line, std::string_view bytes);
 
 }  // namespace tarn::runtime

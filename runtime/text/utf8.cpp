@@ -5,8 +5,8 @@ namespace tarn::runtime {
 
 namespace {
 
-// The forms by length: what the first byte starts with, and the first character
-// that needs as many bytes.
+// The forms by length: the leading bits of the first byte, and the smallest character
+// that takes this length.
 struct Form {
     unsigned mask;
     unsigned lead;

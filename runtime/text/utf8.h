@@ -7,14 +7,14 @@
 
 namespace tarn::runtime {
 
-// A character at the start of a text. `length` 0: the text starts with no valid
-// UTF-8 (cut short, overlong, a surrogate, or beyond U+10FFFF).
+// A character at the start of a text. `length` 0: the text doesn't start with valid UTF-8
+// (cut short, overlong, a surrogate, or above U+10FFFF).
 struct Character {
     char32_t value = 0;
     std::size_t length = 0;
 };
 
-// Requires a text that isn't empty.
+// Requires: the text isn't empty.
 Character first_character(std::string_view text);
 
 }  // namespace tarn::runtime

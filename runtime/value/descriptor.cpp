@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The descriptors of the value types that are objects. Their LUIDs are fixed:
-// they are what other builds recognise the types by.
+// The descriptors of the value types that are objects. Their LUIDs are fixed: other builds
+// identify the types by them.
 #include <cstddef>
 #include <cstdint>
 #include <string_view>

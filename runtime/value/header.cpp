@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 
+#include "runtime/variant/instance.h"
+
 namespace tarn::runtime {
 
 bool tracking_is_on(const kel_handle *handle) {
@@ -15,8 +17,8 @@ bool tracking_is_on(const kel_handle *handle) {
 }
 
 std::uint32_t take_modified_mark(void *value, const std::uint32_t *err) {
-    if (*err != 0 || kel_get_instance_modified(value, 0, 0) == 0) return 0;
-    kel_set_instance_modified(value, 0, 0, 0);
+    if (*err != 0 || !is_modified(value)) return 0;
+    set_modified(value, false);
     return 1;
 }
 

@@ -1,23 +1,23 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The Object Header of a value: how it is filled, marked and read. Templates on
-// the value's type, since the header's members stand inline in each.
+// Filling, marking and reading the Object Header of a value. Templates on the value's type,
+// since each type has the header's members inline.
 #ifndef TARNBASE_RUNTIME_VALUE_HEADER_H
 #define TARNBASE_RUNTIME_VALUE_HEADER_H
 
 #include <algorithm>
 #include <cstdint>
 
+#include "runtime/base/announce.h"
 #include "runtime/base/errors.h"
 #include "runtime/variant/domain.h"
 #include "tarnbase/runtime.h"
 
 namespace tarn::runtime {
 
-// Whether the handle tracks state. A mode word that is neither on nor off ends
-// the process.
+// Whether the handle tracks state. Aborts if the mode is neither on nor off.
 bool tracking_is_on(const kel_handle *handle);
 
-// Who makes a store, and whether it is announced first.
+// Stores into a value, announced if `logged` is set.
 struct Writer {
     kel_handle *handle;
     std::uint32_t tx_id;
@@ -25,9 +25,11 @@ struct Writer {
 
     template <typename T>
     void store(T &place, T value) const {
-        if (logged)
-            announce(handle, tx_id, &place, sizeof(T));  // NOLINT(bugprone-sizeof-expression)
-        place = value;
+        if (logged) {
+            WriteLog{handle, tx_id}.set(place, value);
+        } else {
+            place = value;
+        }
     }
 };
 
@@ -36,8 +38,8 @@ void add_flags(const Writer &writer, Value *value, unsigned flags) {
     writer.store(value->flags, static_cast<std::uint8_t>(value->flags | flags));
 }
 
-// Fills the header of a zeroed value. Value types have variant 0 alone, and a
-// negative variant if the domain says so.
+// Fills the header of a zeroed value. Value types have only variant 0, or a negative variant
+// if the handle's domain has one.
 template <typename Value>
 void initialize_header(const Writer &writer, Value *value, const kel_type_info *descriptor,
                        std::uint8_t flags) {
@@ -49,7 +51,7 @@ void initialize_header(const Writer &writer, Value *value, const kel_type_info *
     add_flags(writer, value, flags);
 }
 
-// The same for a value with a share of its own in a state block.
+// The same for a value with a share in a state block.
 template <typename Value>
 void initialize_tracked_header(const Writer &writer, Value *value, const kel_type_info *descriptor,
                                std::uint8_t flags) {
@@ -57,8 +59,9 @@ void initialize_tracked_header(const Writer &writer, Value *value, const kel_typ
     if (tracking_is_on(writer.handle)) add_flags(writer, value, OBJ_STATE_TRACKED);
 }
 
-// Drops the value's entry in the hd mapping, which its parent made when it told
-// the value where its state is.
+// Removes the value's entry in the hd mapping, which its parent made to record where the
+// value's state is. Calls the service, so that a program that replaces the hd mapping is
+// called too.
 template <typename Value>
 void leave_hd_mapping(kel_handle *handle, std::uint32_t tx_id, Value *value) {
     if ((value->flags & OBJ_STATE_ELSEWHERE) == 0 || handle->hd_mapping_enabled == 0) return;
@@ -71,10 +74,10 @@ void set_embedded(kel_handle *handle, std::uint32_t tx_id, Value *value) {
     if (value != nullptr) add_flags(Writer{handle, tx_id, true}, value, OBJ_EMBEDDED);
 }
 
-// Reads the modified mark and clears it.
+// Clears the modified mark and returns what it was.
 std::uint32_t take_modified_mark(void *value, const std::uint32_t *err);
 
-// Null sorts first. Whether one of the two is null, and then the order.
+// Null sorts first. `decided` if one of the two is null, with their order.
 struct NullOrder {
     bool decided;
     std::int32_t order;

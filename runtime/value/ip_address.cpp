@@ -11,7 +11,6 @@
 #include "runtime/value/header.h"
 #include "runtime/value/usage.h"
 #include "runtime/xml/element.h"
-#include "tarnbase/embedded.h"
 
 namespace {
 
@@ -19,13 +18,15 @@ using namespace tarn::runtime;
 
 constexpr std::uint32_t family_length = 1;
 
-// A family that no operation stores has no bytes on the wire.
+// An unknown family, which no operation stores, has no bytes on the wire.
 std::uint32_t wire_length(const Address &content) {
     return family_length + address_length(content.family).value_or(0);
 }
 
 struct AddressText {
-    explicit AddressText(const ip_address *field) { ip_address_text(field, text, sizeof text); }
+    explicit AddressText(const ip_address *field) {
+        format_address(address_of(field), text, sizeof text);
+    }
     char text[INET6_ADDRSTRLEN];
 };
 
@@ -38,7 +39,7 @@ ip_address *ip_address_get(kel_handle *, std::uint32_t, ip_address *field, std::
 void ip_address_set(kel_handle *handle, std::uint32_t tx_id, ip_address *field,
                     const ip_address *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (source == nullptr) return report(handle, err, ENOENT);
+    if (source == nullptr) return report_error(handle, err, ENOENT);
     if (field != source) store_address(handle, tx_id, field, address_of(source), err);
 }
 
@@ -58,7 +59,7 @@ std::uint32_t ip_address_marshal(kel_handle *handle, std::uint32_t, void *buffer
     if (*err != 0) return 0;
     const Address content = address_of(field);
     if (remaining < wire_length(content)) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     std::memcpy(buffer, &content, wire_length(content));
@@ -72,11 +73,11 @@ std::uint32_t ip_address_unmarshal(kel_handle *handle, std::uint32_t tx_id, cons
     const auto *bytes = static_cast<const std::uint8_t *>(buffer);
     const auto length = remaining < family_length ? 0 : address_length(bytes[0]);
     if (!length) {
-        report(handle, err, EINVAL);
+        report_error(handle, err, EINVAL);
         return 0;
     }
     if (remaining < family_length + *length) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     const auto content = make_address(bytes[0], bytes + family_length);
@@ -136,7 +137,7 @@ std::uint32_t ip_address_type_type_backpropagate(kel_handle *, std::uint32_t, ip
     return take_modified_mark(field, err);
 }
 
-// An address holds no text: only its place in the hd mapping goes.
+// Besides its bytes an address has only its entry in the hd mapping.
 void ip_address_destroy_internal(kel_handle *handle, std::uint32_t tx_id, ip_address *field,
                                  std::uint32_t) {
     if (field == nullptr) return;
@@ -151,7 +152,6 @@ std::uint32_t ip_address_get_oid_count(kel_handle *, std::uint32_t, ip_address *
 void ip_address_get_object_references(kel_handle *, std::uint32_t, ip_address *, std::uint64_t *,
                                       std::uint32_t, std::uint32_t *) {}
 
-// The parent has recorded where the address's state block is, and nothing else
-// depends on that place.
+// The parent records where the address's state block is; nothing else depends on it.
 void ip_address_offset_update(kel_handle *, std::uint32_t, ip_address *, void *, std::uint32_t *) {}
 void ip_address_offset_remove(kel_handle *, std::uint32_t, ip_address *, std::uint32_t *) {}

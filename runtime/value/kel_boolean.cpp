@@ -31,14 +31,14 @@ std::uint32_t kel_boolean_get_value(kel_handle *, std::uint32_t, const kel_boole
 void kel_boolean_set_value(kel_handle *handle, std::uint32_t tx_id, kel_boolean *field,
                            std::uint32_t new_value, std::uint32_t *err) {
     if (*err != 0) return;
-    if (field == nullptr) return report(handle, err, ENOENT);
-    announced_set(handle, tx_id, field->value, std::uint32_t{new_value != 0});
+    if (field == nullptr) return report_error(handle, err, ENOENT);
+    WriteLog{handle, tx_id}.set(field->value, std::uint32_t{new_value != 0});
 }
 
 void kel_boolean_set(kel_handle *handle, std::uint32_t tx_id, kel_boolean *field,
                      const kel_boolean *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (source == nullptr) return report(handle, err, ENOENT);
+    if (source == nullptr) return report_error(handle, err, ENOENT);
     kel_boolean_set_value(handle, tx_id, field, source->value, err);
 }
 
@@ -55,7 +55,7 @@ std::uint32_t kel_boolean_marshal(kel_handle *handle, std::uint32_t, void *buffe
                                   std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < wire_length) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     *static_cast<std::uint8_t *>(buffer) = is_true(field) ? 1 : 0;
@@ -67,7 +67,7 @@ std::uint32_t kel_boolean_unmarshal(kel_handle *handle, std::uint32_t tx_id, con
                                     std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < wire_length) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     kel_boolean_set_value(handle, tx_id, field, *static_cast<const std::uint8_t *>(buffer), err);
@@ -110,8 +110,8 @@ std::int32_t kel_boolean_compare(const kel_boolean *a, const kel_boolean *b) {
     return order_of(is_true(a), is_true(b));
 }
 
-// A boolean has no state block of its own and isn't counted: it is never
-// destroyed, it goes with its parent.
+// A boolean has no state block of its own and isn't counted: it is never destroyed by
+// itself, only with its parent.
 void kel_boolean_initialize(kel_handle *handle, std::uint32_t tx_id, kel_boolean *field,
                             const kel_type_info *descriptor, std::uint32_t log_writes,
                             std::uint32_t, std::uint8_t flags, void *, std::uint32_t *err) {

@@ -34,7 +34,7 @@ kel_vstring *kel_vstring_get(kel_handle *, std::uint32_t, kel_vstring *field, st
 void kel_vstring_set(kel_handle *handle, std::uint32_t tx_id, kel_vstring *field,
                      const kel_vstring *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (field == nullptr || source == nullptr) return report(handle, err, ENOENT);
+    if (field == nullptr || source == nullptr) return report_error(handle, err, ENOENT);
     if (field != source) assign_text(handle, tx_id, field, text_of(source), err);
 }
 
@@ -55,7 +55,7 @@ std::uint32_t kel_vstring_marshal(kel_handle *handle, std::uint32_t, void *buffe
     if (*err != 0) return 0;
     const std::string_view text = text_of(field);
     if (remaining < wire_length(text)) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     const auto length = static_cast<std::uint32_t>(text.size());
@@ -70,7 +70,7 @@ std::uint32_t kel_vstring_unmarshal(kel_handle *handle, std::uint32_t tx_id, con
     if (*err != 0) return 0;
     const std::uint32_t length = remaining < wire_prefix ? 0 : load_little<std::uint32_t>(buffer);
     if (remaining < wire_prefix || remaining - wire_prefix < length) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     const char *const text = static_cast<const char *>(buffer) + wire_prefix;
@@ -93,8 +93,8 @@ std::uint32_t kel_vstring_to_xml(kel_handle *handle, std::uint32_t, const char *
                                  std::uint8_t state_flag, std::uint32_t *err) {
     if (*err != 0) return 0;
     const std::string_view text = text_of(field);
-    if (const std::size_t unfit = first_unfit_for_xml(text); unfit != std::string_view::npos) {
-        report_unfit(handle, name, unfit, err);
+    if (const std::size_t unfit = first_unrepresentable(text); unfit != std::string_view::npos) {
+        report_unrepresentable(handle, name, unfit, err);
         return 0;
     }
     return write_element({handle, name, buffer, remaining, state_flag, err},
@@ -109,8 +109,8 @@ void kel_vstring_from_xml(kel_handle *handle, std::uint32_t tx_id, const char *p
     });
 }
 
-// Shorter texts come first, so that most pairs are told apart by the lengths, and
-// nearly all others by their first four bytes, which lie in the strings.
+// Shorter texts order first: the lengths decide most comparisons, and the first four bytes,
+// which are in the strings, nearly all others.
 std::int32_t kel_vstring_compare(const kel_vstring *a, const kel_vstring *b) {
     if (const NullOrder nulls = order_of_nulls(a, b); nulls.decided) return nulls.order;
     if (a->length != b->length) return a->length < b->length ? -1 : 1;
@@ -155,8 +155,7 @@ std::uint32_t kel_vstring_get_oid_count(kel_handle *, std::uint32_t, kel_vstring
 void kel_vstring_get_object_references(kel_handle *, std::uint32_t, kel_vstring *, std::uint64_t *,
                                        std::uint32_t, std::uint32_t *) {}
 
-// The parent has recorded where the string's state block is, and nothing else
-// depends on that place.
+// The parent records where the string's state block is; nothing else depends on it.
 void kel_vstring_offset_update(kel_handle *, std::uint32_t, kel_vstring *, void *,
                                std::uint32_t *) {}
 void kel_vstring_offset_remove(kel_handle *, std::uint32_t, kel_vstring *, std::uint32_t *) {}

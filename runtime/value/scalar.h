@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The six integers: one implementation, and a macro that gives it the names of
-// one type. An integer is a plain value inside its object, without a header.
+// The six integers: one implementation, and a macro that defines the functions of a type.
+// An integer is a plain value inside its object, without a header.
 #ifndef TARNBASE_RUNTIME_VALUE_SCALAR_H
 #define TARNBASE_RUNTIME_VALUE_SCALAR_H
 
@@ -9,6 +9,7 @@
 #include <limits>
 #include <string>
 
+#include "runtime/base/announce.h"
 #include "runtime/base/errors.h"
 #include "runtime/value/hash.h"
 #include "runtime/wire/little_endian.h"
@@ -25,14 +26,14 @@ T value_of(const T *field) {
 template <typename T>
 void set_value(kel_handle *handle, std::uint32_t tx_id, T *field, T value, std::uint32_t *err) {
     if (*err != 0) return;
-    if (field == nullptr) return report(handle, err, ENOENT);
-    announced_set(handle, tx_id, *field, value);
+    if (field == nullptr) return report_error(handle, err, ENOENT);
+    WriteLog{handle, tx_id}.set(*field, value);
 }
 
 template <typename T>
 void set(kel_handle *handle, std::uint32_t tx_id, T *field, const T *source, std::uint32_t *err) {
     if (*err != 0) return;
-    if (source == nullptr) return report(handle, err, ENOENT);
+    if (source == nullptr) return report_error(handle, err, ENOENT);
     set_value(handle, tx_id, field, *source, err);
 }
 
@@ -41,7 +42,7 @@ std::uint32_t marshal(kel_handle *handle, void *buffer, T value, std::uint32_t r
                       std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < sizeof(T)) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     store_little(buffer, value);
@@ -53,7 +54,7 @@ std::uint32_t unmarshal(kel_handle *handle, std::uint32_t tx_id, const void *buf
                         std::uint32_t remaining, std::uint32_t *err) {
     if (*err != 0) return 0;
     if (remaining < sizeof(T)) {
-        report(handle, err, EMSGSIZE);
+        report_error(handle, err, EMSGSIZE);
         return 0;
     }
     set_value(handle, tx_id, field, load_little<T>(buffer), err);
@@ -146,7 +147,7 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
                           std::uint32_t) {                                                        \
         tarn::runtime::scalar::from_xml({handle, path, document, err}, tx_id, field);             \
     }                                                                                             \
-    /* A plain value has no mark of its own: its object carries it. */                            \
+    /* A plain value has no modified mark: its object has it. */                                  \
     std::uint32_t value##_backpropagate(kel_handle *, std::uint32_t, type *, std::uint32_t *) {   \
         return 0;                                                                                 \
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The hash takes four bytes a round, as two little-endian halves, then what is
-// left, and mixes the last bits. No bytes at all still mix the seed.
+// Each round hashes four bytes as two little-endian halves. The rest follows, and a last
+// mix, which an empty input gets too.
 #include <cstdint>
 
 #include "runtime/value/hash.h"

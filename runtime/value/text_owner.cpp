@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/value/text_owner.h"
 
-#include "runtime/handle/handle.h"
 #include "runtime/index/address_map.h"
+#include "runtime/store/store_handle.h"
 
 namespace tarn::runtime {
 
 namespace {
 
-AddressMap texts_of(kel_handle *handle) { return {handle, store_of(handle).header->texts}; }
+AddressMap texts_of(kel_handle *handle) {
+    kel_store &store = store_of(handle);
+    return {store.header->texts, store};
+}
 
-void give_back(kel_handle *handle, std::uint32_t tx_id, MapNode *entry) {
+void free_entry(kel_handle *handle, std::uint32_t tx_id, MapNode *entry) {
     handle->free_hook(handle->arena, tx_id, entry);
 }
 
@@ -27,19 +30,19 @@ char *allocate_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *owner,
         handle->alloc_hook(handle->arena, tx_id, sizeof(MapNode) + std::uint64_t{length}));
     if (entry == nullptr) return nullptr;
     AddressMap texts = texts_of(handle);
-    MapNode *old = texts.replace(tx_id, map_key(owner), entry);
+    MapNode *old = texts.replace({handle, tx_id}, map_key(owner), entry);
     if (old != nullptr) {
-        give_back(handle, tx_id, old);
-    } else if (!texts.insert(tx_id, map_key(owner), entry)) {
-        give_back(handle, tx_id, entry);
+        free_entry(handle, tx_id, old);
+    } else if (!texts.insert({handle, tx_id}, map_key(owner), entry)) {
+        free_entry(handle, tx_id, entry);
         return nullptr;
     }
     return reinterpret_cast<char *>(entry + 1);
 }
 
 void release_text(kel_handle *handle, std::uint32_t tx_id, const kel_vstring *owner) {
-    MapNode *entry = texts_of(handle).remove(tx_id, map_key(owner));
-    if (entry != nullptr) give_back(handle, tx_id, entry);
+    MapNode *entry = texts_of(handle).remove({handle, tx_id}, map_key(owner));
+    if (entry != nullptr) free_entry(handle, tx_id, entry);
 }
 
 }  // namespace tarn::runtime

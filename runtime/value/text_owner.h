@@ -1,11 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Which text block each string owns.
 //
-// A string copied byte for byte shows the text of the string it was copied from.
-// What it owns is therefore kept apart, by the string's address: an entry of the
-// store's map stands in front of the text in the same block, so that finding the
-// text needs no allocation and, in a store without long texts, no memory access.
-// The block comes from the handle's alloc_hook and goes to its free_hook.
+// A string that was copied byte for byte refers to the text of the original. Ownership is
+// therefore kept separately, in a map by the string's address. The map's entry precedes the
+// text in the same block: finding a text needs no allocation and, in a store without long
+// texts, no memory access. The blocks are allocated and freed through the handle's hooks.
 #ifndef TARNBASE_RUNTIME_VALUE_TEXT_OWNER_H
 #define TARNBASE_RUNTIME_VALUE_TEXT_OWNER_H
 
@@ -19,13 +18,12 @@ namespace tarn::runtime {
 // The text that `owner` owns, or null.
 char *owned_text(kel_handle *handle, const kel_vstring *owner);
 
-// Makes `length` bytes of text, uninitialised, that `owner` owns. A text that it
-// owned before is given back, but only after the new one is there. Null: no
-// memory, and nothing has changed.
+// Allocates `length` uninitialised bytes of text, which `owner` then owns. Its previous text
+// is freed after that. Null: no memory, and nothing has changed.
 char *allocate_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *owner,
                     std::uint32_t length);
 
-// Gives the owner's text back and forgets it. Nothing happens if it owns none.
+// Frees the owner's text, if it owns one.
 void release_text(kel_handle *handle, std::uint32_t tx_id, const kel_vstring *owner);
 
 }  // namespace tarn::runtime

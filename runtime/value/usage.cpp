@@ -5,8 +5,8 @@ namespace tarn::runtime {
 
 namespace {
 
-// Announced as a delta, so that a rollback takes back this change and no other.
-// Any thread can reach the counters, hence the atomic addition.
+// Logged as a delta, so that a rollback undoes this change and no other. The addition is
+// atomic, since all threads share the counters.
 void count(kel_handle *handle, std::uint32_t tx_id, std::uint64_t &counter, std::int32_t delta) {
     handle->delta_log_hook(handle->arena, &counter, delta, tx_id);
     __atomic_fetch_add(&counter, static_cast<std::uint64_t>(std::int64_t{delta}), __ATOMIC_RELAXED);

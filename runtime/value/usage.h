@@ -8,8 +8,8 @@
 
 namespace tarn::runtime {
 
-// Count an object of a value type that is made or goes. The counters are those of
-// the constant descriptor: value types have no copies in a store.
+// Count the creation and destruction of an object of a value type, in the constant
+// descriptor: a store has no copies of these.
 void count_created(kel_handle *handle, std::uint32_t tx_id, const kel_type_info &descriptor);
 void count_destroyed(kel_handle *handle, std::uint32_t tx_id, const kel_type_info &descriptor);
 

@@ -1,10 +1,9 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A string's content, seen from inside the runtime.
+// A string's content inside the runtime.
 //
-// A string owns its text by its address: the text registry knows which block
-// belongs to which string, whatever the string's bytes say. The bytes are only
-// read. So a string whose bytes were overwritten with another's can still be
-// set, and frees its own text and not the other's.
+// text_owner.h finds the text that a string owns by the string's address, not by its bytes.
+// A string whose bytes were overwritten with another's can therefore still be set, and
+// frees its own text and not the other's.
 #ifndef TARNBASE_RUNTIME_VALUE_VSTRING_H
 #define TARNBASE_RUNTIME_VALUE_VSTRING_H
 
@@ -16,8 +15,8 @@
 
 namespace tarn::runtime {
 
-// Longer texts are refused with EINVAL: all lengths of forms that hold a string
-// have to fit in a signed 32-bit number.
+// Longer texts are EINVAL: the length of every form that contains a string has to fit in a
+// signed 32-bit number.
 inline constexpr std::uint32_t longest_text = 0x7fffff00;
 
 inline bool is_inline(const kel_vstring &string) { return string.length <= KEL_VSTRING_INLINE; }
@@ -34,13 +33,16 @@ inline std::string_view text_of(const kel_vstring *string) {
     return {is_inline(*string) ? string->text.bytes : text_block(*string), string->length};
 }
 
-// Gives the string a text of its own, logged: a copy of `text`, which may lie in
-// the string itself. Errors: ENOMEM, EINVAL; the string then stays as it was.
+// Sets the string to a copy of `text`, logged. `text` may be in the string itself. Errors:
+// ENOMEM, EINVAL; the string is then unchanged.
 void assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                  std::string_view text, std::uint32_t *err);
 
-// Empties the string, logged, and gives back the text that it owns.
+// Empties the string, logged, and frees the text that it owns.
 void drop_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string);
+
+// A string outside any store that refers to `text` instead of owning a copy.
+kel_vstring borrowing_string(std::string_view text);
 
 }  // namespace tarn::runtime
 

@@ -3,14 +3,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
-#include <new>
 #include <vector>
 
-#include "runtime/base/error_text.h"
-#include "runtime/base/errors.h"
-#include "tarnbase/embedded.h"
+#include "runtime/base/announce.h"
+#include "runtime/variant/instance.h"
+
+namespace tarn::runtime {
 
 namespace {
 
@@ -21,7 +20,7 @@ struct Choice {
     std::int8_t variant;
 };
 
-// Process memory behind `kel_variant_domain.choices`. A handle has few of them.
+// In process memory, at `kel_variant_domain.choices`. A handle has few of them.
 using Choices = std::vector<Choice>;
 
 Luid luid_of(const kel_type_info &descriptor) {
@@ -42,20 +41,7 @@ std::int8_t highest_variant(const kel_type_info &descriptor) {
     return static_cast<std::int8_t>(info->variant_count - 1);
 }
 
-void choose(kel_variant_domain &domain, const Luid &luid, std::int8_t variant) {
-    auto *choices = static_cast<Choices *>(domain.choices);
-    if (choices == nullptr) domain.choices = choices = new Choices;
-    auto place = find(*choices, luid);
-    if (place == choices->end()) {
-        choices->push_back({luid, variant});
-    } else {
-        place->variant = variant;
-    }
-}
-
 }  // namespace
-
-namespace tarn::runtime {
 
 std::int8_t domain_variant(const kel_variant_domain &domain, const kel_type_info *descriptor) {
     if (descriptor == nullptr) return 0;
@@ -66,27 +52,36 @@ std::int8_t domain_variant(const kel_variant_domain &domain, const kel_type_info
     return highest_variant(*descriptor);
 }
 
-void clear_variant_choices(kel_variant_domain *domain) {
-    delete static_cast<Choices *>(domain->choices);
-    domain->choices = nullptr;
+std::int32_t adjust_variant(kel_handle *handle, std::uint32_t tx_id, void *object,
+                            const kel_type_info *descriptor, std::int32_t top_variant) {
+    if (object == nullptr) return 0;
+    std::int8_t &variant = header_of(object).variant;
+    if (descriptor == nullptr) return variant;
+    // An object's variant is never lowered: its fields of later variants have values.
+    const std::int32_t wanted =
+        std::min<std::int32_t>(domain_variant(handle->variant_domain, descriptor), top_variant);
+    if (wanted > variant) {
+        WriteLog{handle, tx_id}.set(variant, static_cast<std::int8_t>(wanted));
+    }
+    return variant;
+}
+
+void choose_variant(kel_variant_domain &domain, const kel_type_info &descriptor,
+                    std::int8_t variant) {
+    auto *choices = static_cast<Choices *>(domain.choices);
+    if (choices == nullptr) domain.choices = choices = new Choices;
+    const Luid luid = luid_of(descriptor);
+    auto place = find(*choices, luid);
+    if (place == choices->end()) {
+        choices->push_back({luid, variant});
+    } else {
+        place->variant = variant;
+    }
+}
+
+void clear_variant_choices(kel_variant_domain &domain) {
+    delete static_cast<Choices *>(domain.choices);
+    domain.choices = nullptr;
 }
 
 }  // namespace tarn::runtime
-
-std::uint32_t kel_domain_lookup_variant(kel_handle *, kel_variant_domain *domain,
-                                        const kel_type_info *descriptor, std::uint32_t *) {
-    return static_cast<std::uint8_t>(tarn::runtime::domain_variant(*domain, descriptor));
-}
-
-std::uint32_t kel_handle_set_variant(kel_handle *handle, const kel_type_info *descriptor,
-                                     std::int8_t variant) {
-    if (descriptor == nullptr) {
-        return tarn::runtime::fail(EINVAL, "kel_handle_set_variant: the descriptor is null");
-    }
-    try {
-        choose(handle->variant_domain, luid_of(*descriptor), variant);
-    } catch (const std::bad_alloc &) {
-        return tarn::runtime::fail(ENOMEM, "kel_handle_set_variant: no memory");
-    }
-    return 0;
-}

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Parsing. A document may come from anywhere: nothing is loaded for it, no entity
-// is expanded since a document type declaration is refused where it starts, and
-// elements nest to a fixed depth, so that no walk over the tree overflows a stack.
-// Long texts are allowed: a string takes any length.
+// Parsing. A document is untrusted: no file is loaded for it, a document type declaration
+// is an error where it starts, so no entity is expanded, and elements nest to a fixed depth,
+// so that no walk over the tree overflows the stack. Texts may have any length.
 #include "runtime/xml/document.h"
 
 #include <libxml/SAX2.h>
@@ -22,32 +21,32 @@ using namespace tarn::runtime;
 
 constexpr int deepest_nesting = 256;
 
-// What was found wrong first: what follows is mostly its consequence.
-struct Complaint {
+// The first error: those that follow are mostly its consequences.
+struct ParseError {
     int line = 0;
     char text[200] = "";
 
-    void take(int at_line, const char *complaint) {
+    void set(int at_line, const char *message) {
         if (*text != '\0') return;
         line = at_line;
-        std::snprintf(text, sizeof text, "%s", complaint);
+        std::snprintf(text, sizeof text, "%s", message);
         if (char *end = std::strchr(text, '\n'); end != nullptr) *end = '\0';
     }
 };
 
-Complaint &complaint_of(void *parser) {
-    return *static_cast<Complaint *>(static_cast<xmlParserCtxt *>(parser)->_private);
+ParseError &error_of(void *parser) {
+    return *static_cast<ParseError *>(static_cast<xmlParserCtxt *>(parser)->_private);
 }
 
 void note_error(void *parser, xmlErrorPtr error) {
-    if (error->message != nullptr) complaint_of(parser).take(error->line, error->message);
+    if (error->message != nullptr) error_of(parser).set(error->line, error->message);
 }
 
-// Of a search: its result says that it failed.
+// For a search: its result shows that it failed.
 void ignore(void *, xmlErrorPtr) {}
 
-// Bytes that aren't of the encoding which they claim go to the thread's handler, and
-// by default to standard error: the parser's own complaint follows anyway.
+// libxml2 reports bytes that are invalid in the document's encoding to the thread's error
+// function, which writes to standard error by default. The parser reports them as well.
 class QuietThread {
  public:
     QuietThread() { xmlSetStructuredErrorFunc(nullptr, ignore); }
@@ -60,8 +59,8 @@ class QuietThread {
     void *const context_ = xmlStructuredErrorContext;
 };
 
-void refuse(xmlParserCtxt *parser, const char *complaint) {
-    complaint_of(parser).take(xmlSAX2GetLineNumber(parser), complaint);
+void refuse(xmlParserCtxt *parser, const char *message) {
+    error_of(parser).set(xmlSAX2GetLineNumber(parser), message);
     parser->wellFormed = 0;
     xmlStopParser(parser);
 }
@@ -82,10 +81,10 @@ void start_element(void *context, const xmlChar *name, const xmlChar *prefix, co
                           defaulted_count, attributes);
 }
 
-XmlPointer<xmlDoc> parse(const char *text, std::size_t length, Complaint &complaint) {
+XmlPointer<xmlDoc> parse(const char *text, std::size_t length, ParseError &error) {
     const XmlPointer<xmlParserCtxt> parser(xmlNewParserCtxt());
     if (parser == nullptr) throw std::bad_alloc();
-    parser->_private = &complaint;
+    parser->_private = &error;
     parser->sax->internalSubset = refuse_type_declaration;
     parser->sax->startElementNs = start_element;
     parser->sax->serror = note_error;
@@ -102,25 +101,27 @@ kel_xml_document::kel_xml_document(XmlPointer<xmlDoc> document)
     : tree(std::move(document)), paths(xmlXPathNewContext(tree.get())) {
     if (paths == nullptr) throw std::bad_alloc();
     paths->error = ignore;
-    // Nodes are told apart by number, and not by a walk along their siblings.
+    // Numbers the nodes, so that ordering them takes no walk along their siblings.
     xmlXPathOrderDocElems(tree.get());
-    // Many paths are searched one after the other: keep what they allocate.
+    // Reuses what one search allocates in the next.
     xmlXPathContextSetCache(paths.get(), 1, -1, 0);
 }
 
-kel_xml_document *kel_xml_parse(const char *text, std::size_t length) try {
+namespace tarn::runtime {
+
+kel_xml_document *parse_document(const char *text, std::size_t length) try {
     if (text == nullptr || length > INT_MAX) {
         fail(EINVAL, "XML: expected a text of at most %d bytes", INT_MAX);
         return nullptr;
     }
-    Complaint complaint;
-    XmlPointer<xmlDoc> tree = parse(text, length, complaint);
+    ParseError error;
+    XmlPointer<xmlDoc> tree = parse(text, length, error);
     if (tree != nullptr) return new kel_xml_document(std::move(tree));
-    fail(EINVAL, "XML: line %d: %s", complaint.line, complaint.text);
+    fail(EINVAL, "XML: line %d: %s", error.line, error.text);
     return nullptr;
 } catch (const std::bad_alloc &) {
     fail(ENOMEM, "XML: no memory for the document");
     return nullptr;
 }
 
-void kel_xml_free(kel_xml_document *document) { delete document; }
+}  // namespace tarn::runtime

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A parsed document and what its searches keep between them.
+// A parsed document, and what is kept from one search to the next.
 #ifndef TARNBASE_RUNTIME_XML_DOCUMENT_H
 #define TARNBASE_RUNTIME_XML_DOCUMENT_H
 
@@ -29,8 +29,15 @@ struct kel_xml_document {
     explicit kel_xml_document(tarn::runtime::XmlPointer<xmlDoc> document);
 
     tarn::runtime::XmlPointer<xmlDoc> tree;
-    tarn::runtime::XmlPointer<xmlXPathContext> paths;  // goes before the tree
+    tarn::runtime::XmlPointer<xmlXPathContext> paths;  // destroyed before the tree
     tarn::runtime::Siblings siblings;
 };
+
+namespace tarn::runtime {
+
+// Null on failure; the error text has the line and what was expected.
+kel_xml_document *parse_document(const char *text, std::size_t length);
+
+}  // namespace tarn::runtime
 
 #endif

@@ -12,45 +12,47 @@ namespace tarn::runtime {
 
 namespace {
 
-// Says what was wrong in kel_error_text and in the trace.
-void complain(kel_handle *handle, std::uint32_t *err, const char *where, const char *complaint) {
-    fail(EINVAL, "XML: %s: %s", where, complaint);
-    ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): XML: %s: %s", where, complaint);
-    report(handle, err, EINVAL);
+// Reports EINVAL, and sets and traces its text.
+void report_bad_element(kel_handle *handle, std::uint32_t *err, const char *where,
+                        const char *message) {
+    fail(EINVAL, "XML: %s: %s", where, message);
+    ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): XML: %s: %s", where, message);
+    report_error(handle, err, EINVAL);
 }
 
-void complain(const ElementSource &source, const std::string &complaint) {
-    complain(source.handle, source.err, source.path, complaint.c_str());
+void report_bad_element(const ElementSource &source, const std::string &message) {
+    report_bad_element(source.handle, source.err, source.path, message.c_str());
 }
 
 }  // namespace
 
-void report_unfit(kel_handle *handle, const char *name, std::size_t offset, std::uint32_t *err) {
-    char complaint[96];
-    std::snprintf(complaint, sizeof complaint,
+void report_unrepresentable(kel_handle *handle, const char *name, std::size_t offset,
+                            std::uint32_t *err) {
+    char message[96];
+    std::snprintf(message, sizeof message,
                   "expected text that XML can carry, found another byte at offset %zu", offset);
-    complain(handle, err, name, complaint);
+    report_bad_element(handle, err, name, message);
 }
 
 bool read_element(const ElementSource &source, std::string &text) {
     if (*source.err != 0) return false;
     const Selection nodes(static_cast<kel_xml_document *>(source.document), source.path);
     if (!nodes.valid()) {
-        complain(source, "expected a document, and a path that selects elements");
+        report_bad_element(source, "expected a document, and a path that selects elements");
         return false;
     }
     if (nodes.count() == 0) {
-        report(source.handle, source.err, ENOENT);
+        report_error(source.handle, source.err, ENOENT);
         return false;
     }
     if (element_text(nodes[0], text) == Content::text) return true;
-    complain(source, "expected text, found an element");
+    report_bad_element(source, "expected text, found an element");
     return false;
 }
 
 void report_content(const ElementSource &source, const std::string &text,
                     const std::string &expected) {
-    complain(source, "expected " + expected + ", found \"" + text + "\"");
+    report_bad_element(source, "expected " + expected + ", found \"" + text + "\"");
 }
 
 }  // namespace tarn::runtime

@@ -8,11 +8,12 @@
 #include <new>
 #include <string>
 
+#include "runtime/base/errors.h"
 #include "runtime/xml/tag.h"
 
 namespace tarn::runtime {
 
-// Where an element is to be written.
+// Where an element is written.
 struct ElementPlace {
     kel_handle *handle;
     const char *name;
@@ -22,8 +23,8 @@ struct ElementPlace {
     std::uint32_t *err;
 };
 
-// Writes "<name>content</name>\n", the content by `append(line)`. Returns the
-// characters; 0 and EMSGSIZE if they don't fit.
+// Writes "<name>content</name>\n", the content by `append(line)`. Returns the length; 0
+// with EMSGSIZE if it doesn't fit.
 template <typename Append>
 std::uint32_t write_element(const ElementPlace &place, Append append) {
     if (*place.err != 0) return 0;
@@ -34,11 +35,11 @@ std::uint32_t write_element(const ElementPlace &place, Append append) {
     return line.character('\n').finish(place.handle, place.err);
 }
 
-// Reports EINVAL: XML can't carry the text of element `name`, the first unfit
-// byte being at `offset`.
-void report_unfit(kel_handle *handle, const char *name, std::size_t offset, std::uint32_t *err);
+// Reports EINVAL: XML can't represent the text of element `name` from the byte at `offset`.
+void report_unrepresentable(kel_handle *handle, const char *name, std::size_t offset,
+                            std::uint32_t *err);
 
-// Where a value is to be read from.
+// Where a value is read from.
 struct ElementSource {
     kel_handle *handle;
     const char *path;
@@ -46,26 +47,26 @@ struct ElementSource {
     std::uint32_t *err;
 };
 
-// Stores the text of the first element at the path. False, and an error reported:
-// 2 there is none, 22 it holds no text but elements, or the path is bad. Throws
+// Reads the text of the first element at the path. Returns false and reports an error:
+// ENOENT if there is none, EINVAL if it contains elements or the path is bad. Throws
 // std::bad_alloc.
 bool read_element(const ElementSource &source, std::string &text);
 
-// Reports EINVAL: the element at the path holds `text`, and not what was
-// expected, such as "a number from 0 to 255".
+// Reports EINVAL: the element at the path contains `text` instead of what is expected, such
+// as "a number from 0 to 255".
 void report_content(const ElementSource &source, const std::string &text,
                     const std::string &expected);
 
-// Reads a value: `take(text)` stores what the text says, or answers what it
-// expected in its place.
-template <typename Take>
-void read_value(const ElementSource &source, Take take) try {
+// Reads a value: `store(text)` stores the value that the text represents, or returns what
+// it expects instead.
+template <typename Store>
+void read_value(const ElementSource &source, Store store) try {
     std::string text;
     if (!read_element(source, text)) return;
-    const std::string expected = take(text);
+    const std::string expected = store(text);
     if (!expected.empty()) report_content(source, text, expected);
 } catch (const std::bad_alloc &) {
-    report(source.handle, source.err, ENOMEM);
+    report_error(source.handle, source.err, ENOMEM);
 }
 
 }  // namespace tarn::runtime

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view escaped_characters = "&<>\"\t\n\r";
 
-bool carried(char32_t character) {
+bool is_representable(char32_t character) {
     if (character < 0x20) return character == '\t' || character == '\n' || character == '\r';
     return character != 0xfffe && character != 0xffff;
 }
@@ -35,10 +35,10 @@ std::string_view reference(char character) {
 
 }  // namespace
 
-std::size_t first_unfit_for_xml(std::string_view text) {
+std::size_t first_unrepresentable(std::string_view text) {
     for (std::size_t offset = 0; offset < text.size();) {
         const Character character = first_character(text.substr(offset));
-        if (character.length == 0 || !carried(character.value)) return offset;
+        if (character.length == 0 || !is_representable(character.value)) return offset;
         offset += character.length;
     }
     return std::string_view::npos;

@@ -9,14 +9,13 @@
 
 namespace tarn::runtime {
 
-// Offset of the first byte that XML 1.0 can't carry, escaped or not: a control
-// character other than tab, LF and CR, U+FFFE, U+FFFF, or no valid UTF-8.
-// std::string_view::npos if there is none.
-std::size_t first_unfit_for_xml(std::string_view text);
+// Offset of the first byte that XML 1.0 can't represent, escaped or not: a control character
+// other than tab, LF and CR, U+FFFE, U+FFFF, or invalid UTF-8. std::string_view::npos if
+// there is none.
+std::size_t first_unrepresentable(std::string_view text);
 
-// Appends a text so that a reader gets exactly the same characters. It stays on
-// one line: line ends and tabs are written as references. Requires that XML can
-// carry the text.
+// Appends a text so that a reader gets exactly the same characters. It stays on one line:
+// line ends and tabs are written as references. Requires: XML can represent the text.
 void append_escaped(Line &line, std::string_view text);
 
 }  // namespace tarn::runtime

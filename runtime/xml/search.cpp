@@ -4,10 +4,9 @@
 #include <libxml/xpathInternals.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <new>
-
-#include "runtime/base/errors.h"
 
 namespace tarn::runtime {
 
@@ -30,12 +29,12 @@ XmlPointer<xmlXPathObject> one_of_each(const Siblings &siblings, std::uint32_t i
         if (family.size() < index) continue;
         if (xmlXPathNodeSetAddUnique(result->nodesetval, family[index - 1]) != 0) return nullptr;
     }
-    // A family inside another one can begin later and be counted out earlier.
+    // A family inside another one can begin later and reach the index earlier.
     xmlXPathNodeSetSort(result->nodesetval);
     return result;
 }
 
-// Null: there is no index in the path, or the whole path is to be searched for.
+// Null: the path has no index, or needs an ordinary search.
 XmlPointer<xmlXPathObject> evaluate_index(kel_xml_document &document, const char *path) try {
     const IndexedPath indexed(path);
     if (indexed.path.empty()) return nullptr;
@@ -79,40 +78,27 @@ Content element_text(const xmlNode *element, std::string &text) {
     return Content::text;
 }
 
-}  // namespace tarn::runtime
-
-namespace {
-
-using namespace tarn::runtime;
-
-constexpr auto invalid = static_cast<std::uint32_t>(EINVAL);
-constexpr auto not_found = static_cast<std::uint32_t>(ENOENT);
-
-void cut_to(char *area, std::uint32_t area_len, const std::string &text) {
-    if (area == nullptr || area_len == 0) return;
-    const std::size_t length = std::min<std::size_t>(text.size(), area_len - 1);
-    std::memcpy(area, text.data(), length);
-    area[length] = '\0';
-}
-
-}  // namespace
-
-std::uint32_t xml_get_element_nodecount(void *document, const char *path, std::uint32_t *count) {
-    const Selection nodes(static_cast<kel_xml_document *>(document), path);
-    if (!nodes.valid()) return invalid;
+std::uint32_t count_nodes(kel_xml_document *document, const char *path, std::uint32_t *count) {
+    const Selection nodes(document, path);
+    if (!nodes.valid()) return EINVAL;
     *count = nodes.count();
     return 0;
 }
 
-std::uint32_t xml_get_element_value(void *document, const char *path, char *area,
-                                    std::uint32_t area_len, std::uint32_t) try {
-    const Selection nodes(static_cast<kel_xml_document *>(document), path);
-    if (!nodes.valid()) return invalid;
-    if (nodes.count() == 0) return not_found;
+std::uint32_t copy_first_text(kel_xml_document *document, const char *path, char *area,
+                              std::uint32_t area_length) try {
+    const Selection nodes(document, path);
+    if (!nodes.valid()) return EINVAL;
+    if (nodes.count() == 0) return ENOENT;
     std::string text;
     element_text(nodes[0], text);
-    cut_to(area, area_len, text);
+    if (area == nullptr || area_length == 0) return 0;
+    const std::size_t length = std::min<std::size_t>(text.size(), area_length - 1);
+    std::memcpy(area, text.data(), length);
+    area[length] = '\0';
     return 0;
 } catch (const std::bad_alloc &) {
-    return static_cast<std::uint32_t>(ENOMEM);
+    return ENOMEM;
 }
+
+}  // namespace tarn::runtime

@@ -12,8 +12,8 @@ namespace tarn::runtime {
 
 class Selection {
  public:
-    // A null document or path, a bad path, and one that selects no nodes but
-    // gives a number or a text, make an invalid selection.
+    // Invalid for a null document or path, a bad path, and a path with a number or a text
+    // as its result.
     Selection(kel_xml_document *document, const char *path);
 
     bool valid() const { return result_ != nullptr; }
@@ -27,9 +27,17 @@ class Selection {
 
 enum class Content { text, no_text };
 
-// Appends the text in an element or attribute to `text`, character data alone.
-// Elements inside it are no text. Throws std::bad_alloc.
+// Appends the character data of an element or attribute to `text`. An element inside it is
+// not text. Throws std::bad_alloc.
 Content element_text(const xmlNode *element, std::string &text);
+
+// Counts the nodes that `path` selects. Returns 0, or EINVAL for an invalid selection.
+std::uint32_t count_nodes(kel_xml_document *document, const char *path, std::uint32_t *count);
+
+// Copies the text of the first node, cut to the area, which may be null. Returns 0, ENOENT
+// if there is no node, EINVAL for an invalid selection, or ENOMEM.
+std::uint32_t copy_first_text(kel_xml_document *document, const char *path, char *area,
+                              std::uint32_t area_length);
 
 }  // namespace tarn::runtime
 

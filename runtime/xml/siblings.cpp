@@ -8,8 +8,8 @@ namespace tarn::runtime {
 
 namespace {
 
-// Of such characters alone, a path has no axis, function or index, each of which would
-// make an index at its end mean something else.
+// A path of these characters has no axis, function or index, which would give an index at
+// its end another meaning.
 constexpr std::string_view plain_characters =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_/";
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What a path selects, by the parents of the nodes: a path with an index asks for one
-// of each. Kept with the document until another path is asked for, since an array is
-// read index by index, and a search for each would walk the whole document.
+// The nodes that a path selects, grouped by parent: a path with an index selects one node of
+// each group. Kept with the document until another path is searched: an array is read
+// index by index, and a search for each index would walk the whole document.
 #ifndef TARNBASE_RUNTIME_XML_SIBLINGS_H
 #define TARNBASE_RUNTIME_XML_SIBLINGS_H
 
@@ -15,11 +15,11 @@
 namespace tarn::runtime {
 
 struct Siblings {
-    // Takes the nodes that `path` selects. Throws std::bad_alloc.
+    // Sets the nodes that `path` selects. Throws std::bad_alloc.
     void assign(std::string_view path, const xmlNodeSet *nodes);
 
     std::string path;
-    std::vector<std::vector<xmlNode *>> families;  // in document order of their first
+    std::vector<std::vector<xmlNode *>> families;  // in document order of their first nodes
 };
 
 // A path of names that ends in an index counted from 1, such as "//a/b[3]". Any other

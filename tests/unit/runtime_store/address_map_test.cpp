@@ -21,7 +21,7 @@ class MapTest : public SmallStoreTest {
     }
 
     MapRoot *root = static_cast<MapRoot *>(store.allocate(sizeof(MapRoot)));
-    AddressMap map{store.handle, *root};
+    AddressMap map{*root, *store.store};
 };
 
 class RandomMap : public MapTest, public ::testing::WithParamInterface<std::uint32_t> {
@@ -37,7 +37,7 @@ class RandomMap : public MapTest, public ::testing::WithParamInterface<std::uint
         const bool known = model.contains(key);
         switch (chance.below(4)) {
             case 0:
-                ASSERT_EQ(map.remove(tx, key), known ? model[key] : nullptr);
+                ASSERT_EQ(map.remove({store.handle, tx}, key), known ? model[key] : nullptr);
                 if (known) store.release(model[key], tx);
                 model.erase(key);
                 return;
@@ -45,13 +45,13 @@ class RandomMap : public MapTest, public ::testing::WithParamInterface<std::uint
                 return replace(tx, key, known);
             default:
                 if (known) return;
-                ASSERT_TRUE(map.insert(tx, key, model[key] = make(tx)));
+                ASSERT_TRUE(map.insert({store.handle, tx}, key, model[key] = make(tx)));
         }
     }
 
     void replace(std::uint32_t tx, std::uint64_t key, bool known) {
         MapNode *node = make(tx);
-        MapNode *old = map.replace(tx, key, node);
+        MapNode *old = map.replace({store.handle, tx}, key, node);
         ASSERT_EQ(old, known ? model[key] : nullptr);
         store.release(known ? old : node, tx);
         if (known) model[key] = node;
@@ -79,7 +79,8 @@ TEST_P(RandomMap, finds_as_a_map_does_and_leaves_no_trace_when_emptied) {
         anything(KEL_TX_NONE);
         expect_model();
     }
-    for (const auto &[key, node] : model) store.release(map.remove(KEL_TX_NONE, key));
+    for (const auto &[key, node] : model)
+        store.release(map.remove({store.handle, KEL_TX_NONE}, key));
     EXPECT_EQ(to_text(fresh.changes()), "");
 }
 
@@ -103,7 +104,7 @@ TEST_F(MapTest, the_first_insert_without_memory_changes_nothing) {
     MapNode *node = make();
     const StoreSnapshot before(store.store);
     kel_store_fail_allocation(store.store, 1);
-    EXPECT_FALSE(map.insert(KEL_TX_NONE, 16, node));
+    EXPECT_FALSE(map.insert({store.handle, KEL_TX_NONE}, 16, node));
     EXPECT_EQ(map.find(16), nullptr);
     EXPECT_EQ(to_text(before.changes()), "");
 }
@@ -112,11 +113,11 @@ TEST_F(MapTest, a_later_insert_goes_well_without_memory_for_more_buckets) {
     constexpr std::uint64_t entries = 100;
     std::vector<MapNode *> nodes;
     for (std::uint64_t i = 0; i < entries; ++i) nodes.push_back(make());
-    ASSERT_TRUE(map.insert(KEL_TX_NONE, 0, nodes[0]));
+    ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, 0, nodes[0]));
     const std::uint64_t buckets = root->bucket_count;
     for (std::uint64_t i = 1; i < entries; ++i) {
         kel_store_fail_allocation(store.store, 1);
-        ASSERT_TRUE(map.insert(KEL_TX_NONE, i, nodes[i]));
+        ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, i, nodes[i]));
     }
     EXPECT_EQ(root->bucket_count, buckets);
     for (std::uint64_t i = 0; i < entries; ++i) EXPECT_EQ(map.find(i), nodes[i]);
@@ -124,7 +125,7 @@ TEST_F(MapTest, a_later_insert_goes_well_without_memory_for_more_buckets) {
 
 TEST_F(MapTest, has_about_as_many_buckets_as_entries) {
     for (std::uint64_t key = 0; key < 1000; ++key) {
-        ASSERT_TRUE(map.insert(KEL_TX_NONE, key, make()));
+        ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, key, make()));
         ASSERT_GE(root->bucket_count, root->entries);
     }
     EXPECT_LE(root->bucket_count, 1024U);

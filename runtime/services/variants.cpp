@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// Variants and modified marks. All objects have the same header, so `is_structure` and
+// `is_small` make no difference.
+#include "runtime/variant/domain.h"
+#include "runtime/variant/instance.h"
+#include "tarnbase/runtime.h"
+
+using namespace tarn::runtime;
+
+std::uint32_t kel_domain_lookup_variant(kel_handle *, kel_variant_domain *domain,
+                                        const kel_type_info *descriptor, std::uint32_t *) {
+    return static_cast<std::uint8_t>(domain_variant(*domain, descriptor));
+}
+
+std::int32_t kel_get_instance_variant(const void *object, std::uint32_t, std::uint32_t) {
+    return instance_variant(object);
+}
+
+std::int32_t kellib_adjust_variant(kel_handle *handle, std::uint32_t tx_id, void *object,
+                                   const kel_type_info *descriptor, std::int32_t top_variant,
+                                   std::uint32_t *err) {
+    if (*err != 0) return instance_variant(object);
+    return adjust_variant(handle, tx_id, object, descriptor, top_variant);
+}
+
+std::uint32_t kel_get_instance_modified(const void *object, std::uint32_t, std::uint32_t) {
+    return is_modified(object) ? 1 : 0;
+}
+
+void kel_set_instance_modified(void *object, std::uint32_t, std::uint32_t, std::uint32_t value) {
+    set_modified(object, value != 0);
+}

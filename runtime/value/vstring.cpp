@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/value/vstring.h"
+
+#include <cstddef>
+#include <memory>
+#include <new>
+
+#include "runtime/base/announce.h"
+#include "runtime/base/errors.h"
+#include "runtime/value/text_owner.h"
+
+namespace tarn::runtime {
+
+namespace {
+
+constexpr std::size_t body_offset = offsetof(kel_vstring, borrowed);
+constexpr std::size_t body_length = sizeof(kel_vstring) - body_offset;
+
+// A string without a header and with this text, which is at `block` if it is too long to
+// be inline.
+kel_vstring string_with(std::string_view text, const char *block) {
+    kel_vstring content{};
+    content.length = static_cast<std::uint32_t>(text.size());
+    if (is_inline(content)) {
+        if (!text.empty()) std::memcpy(content.text.bytes, text.data(), text.size());
+    } else {
+        std::memcpy(content.text.outside.prefix, text.data(), sizeof content.text.outside.prefix);
+        std::memcpy(content.text.outside.block, &block, sizeof block);
+    }
+    return content;
+}
+
+// Everything after the header is one announced change.
+void store_body(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
+                const kel_vstring &content) {
+    char *const body = reinterpret_cast<char *>(string) + body_offset;
+    WriteLog{handle, tx_id}.announce(body, body_length);
+    std::memcpy(body, reinterpret_cast<const char *>(&content) + body_offset, body_length);
+}
+
+// Whether `text` may be inside the text that the string owns and is about to free.
+bool may_be_own(const char *owned, std::string_view text) {
+    const auto begin = reinterpret_cast<std::uintptr_t>(owned);
+    return owned != nullptr && reinterpret_cast<std::uintptr_t>(text.data()) - begin < longest_text;
+}
+
+// A block with the text, which the string owns from now on. Null: no memory.
+char *own_copy(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
+               std::string_view text) {
+    std::unique_ptr<char[]> copy;
+    if (may_be_own(owned_text(handle, string), text)) {
+        copy.reset(new (std::nothrow) char[text.size()]);
+        if (copy == nullptr) return nullptr;
+        std::memcpy(copy.get(), text.data(), text.size());
+        text = {copy.get(), text.size()};
+    }
+    char *const block =
+        allocate_text(handle, tx_id, string, static_cast<std::uint32_t>(text.size()));
+    if (block != nullptr) std::memcpy(block, text.data(), text.size());
+    return block;
+}
+
+// Without memory the string is unchanged, unless it has the text to copy without owning it,
+// because another string's bytes were copied over it. Then it becomes empty.
+void assign_long(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
+                 std::string_view text, std::uint32_t *err) {
+    const char *const block = own_copy(handle, tx_id, string, text);
+    if (block != nullptr) {
+        return store_body(handle, tx_id, string, string_with({block, text.size()}, block));
+    }
+    const bool has_text = !is_inline(*string) && text_block(*string) == text.data();
+    if (has_text && owned_text(handle, string) != text.data()) drop_text(handle, tx_id, string);
+    report_error(handle, err, ENOMEM);
+}
+
+}  // namespace
+
+void assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
+                 std::string_view text, std::uint32_t *err) {
+    if (string == nullptr) return report_error(handle, err, ENOENT);
+    if (text.size() > longest_text) return report_error(handle, err, EINVAL);
+    if (text.size() > KEL_VSTRING_INLINE) return assign_long(handle, tx_id, string, text, err);
+    store_body(handle, tx_id, string, string_with(text, nullptr));
+    release_text(handle, tx_id, string);
+}
+
+void drop_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string) {
+    if (string->length != 0) store_body(handle, tx_id, string, {});
+    release_text(handle, tx_id, string);
+}
+
+kel_vstring borrowing_string(std::string_view text) {
+    kel_vstring string = string_with(text, text.data());
+    string.descriptor = &_kel_vstring_type_info_internal;
+    string.borrowed = is_inline(string) ? 0 : 1;
+    return string;
+}
+
+}  // namespace tarn::runtime
