@@ -5,7 +5,7 @@
 #include <bit>
 #include <cstring>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -186,4 +186,4 @@ void Allocator::release_small(Page *page, std::uint32_t slot) {
     release_run(page, shape.first);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -19,7 +19,7 @@
 #include "runtime/arena/region.h"
 #include "runtime/arena/size_class.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The allocator's counts, in the store's header.
 struct ArenaState {
@@ -76,6 +76,6 @@ class Allocator {
     PageSet heads_;                                         // pages that begin with a head
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

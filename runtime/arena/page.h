@@ -18,7 +18,7 @@
 
 #include <cstdint>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 inline constexpr std::uint64_t page_size = 65536;
 inline constexpr std::uint64_t large_block_offset = 64;
@@ -35,6 +35,6 @@ struct Page {
 };
 static_assert(sizeof(Page) == 16);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -96,4 +96,4 @@ std::optional<std::uint64_t> PageSet::first_run(std::uint64_t count) const {
     return std::nullopt;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

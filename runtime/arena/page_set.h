@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 class PageSet {
  public:
@@ -41,6 +41,6 @@ class PageSet {
     std::uint64_t limit_ = 0;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -63,4 +63,4 @@ bool Region::contains(const void *address, std::uint64_t length) const {
     return offset < capacity_ && length <= capacity_ - offset;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

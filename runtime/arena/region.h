@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <utility>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // An open file. The destructor closes it.
 class File {
@@ -57,6 +57,6 @@ class Region {
     std::uint64_t capacity_ = 0;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

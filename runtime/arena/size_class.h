@@ -10,7 +10,7 @@
 
 #include "runtime/arena/page.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 inline constexpr std::uint32_t small_class_count = 7;  // 32, 48, ... 128
 inline constexpr std::uint32_t size_class_count = small_class_count + 4 * 7;
@@ -61,6 +61,6 @@ static_assert(size_classes.back().size == largest_small_block);
 static_assert(size_class_of(largest_small_block) == size_class_count - 1);
 static_assert(size_classes[size_class_of(80)].size == 80);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

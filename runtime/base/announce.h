@@ -9,7 +9,7 @@
 
 #include "tarnbase/handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The log that a change is announced to: a handle's, for one transaction.
 struct WriteLog {
@@ -29,6 +29,6 @@ struct WriteLog {
     }
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -22,4 +22,4 @@ std::uint32_t fail(std::uint32_t code, const char *format, ...) {
 
 const char *error_text() { return text; }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

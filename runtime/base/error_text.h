@@ -7,13 +7,13 @@
 
 #include "tarnbase/export.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Sets the text and returns `code`.
 std::uint32_t fail(std::uint32_t code, const char *format, ...) TARNBASE_PRINTF(2, 3);
 
 const char *error_text();
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

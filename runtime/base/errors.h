@@ -10,7 +10,7 @@
 
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 inline void report_error(kel_handle *handle, std::uint32_t *err, std::uint32_t code) {
     *err = code;
@@ -22,6 +22,6 @@ inline void report_first_error(kel_handle *handle, std::uint32_t *err, std::uint
     if (*err == 0) report_error(handle, err, code);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -3,7 +3,7 @@
 
 #include "runtime/base/announce.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -82,4 +82,4 @@ void update_variants(kel_handle *handle, kel_type_info_copy *copy, const kel_typ
     }
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

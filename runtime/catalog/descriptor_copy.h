@@ -7,7 +7,7 @@
 
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The store's copy of `constant`, made by `initializer` if there is none yet, or `constant`.
 const kel_type_info *descriptor_copy(kel_handle *handle, std::uint32_t tx_id,
@@ -17,6 +17,6 @@ const kel_type_info *descriptor_copy(kel_handle *handle, std::uint32_t tx_id,
 void update_variants(kel_handle *handle, kel_type_info_copy *copy, const kel_type_info *constant,
                      bool is_new);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

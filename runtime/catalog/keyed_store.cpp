@@ -7,7 +7,7 @@
 #include "runtime/catalog/named_entry.h"
 #include "runtime/store/store_handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 void *key_value(const kel_handle *handle, const char *key) {
     const NamedEntry *entry = find_named(store_of(handle).header->keys, key);
@@ -24,4 +24,4 @@ void remove_key(kel_handle *handle, const char *key) {
     remove_named(handle, &store_of(handle).header->keys, key);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -6,7 +6,7 @@
 
 #include "tarnbase/handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The value of a key, or null.
 void *key_value(const kel_handle *handle, const char *key);
@@ -15,6 +15,6 @@ bool set_key(kel_handle *handle, const char *key, void *value);
 // Removes a key; an absent one is no error.
 void remove_key(kel_handle *handle, const char *key);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -6,7 +6,7 @@
 #include "runtime/index/tree.h"
 #include "runtime/store/store_handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -56,4 +56,4 @@ void remove_named(kel_handle *handle, void **anchor, const char *name) {
     store_of(handle).release(KEL_TX_NONE, entry);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

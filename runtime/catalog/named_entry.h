@@ -7,7 +7,7 @@
 #include "tarnbase/handle.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // A block of the store: the entry, followed by the name's bytes with their NUL.
 struct NamedEntry {
@@ -24,6 +24,6 @@ bool set_named(kel_handle *handle, void **anchor, const char *name, void *value)
 // Removes a name; an absent one is no error.
 void remove_named(kel_handle *handle, void **anchor, const char *name);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

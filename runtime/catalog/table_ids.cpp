@@ -10,7 +10,7 @@
 #include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -57,4 +57,4 @@ void remove_table_id(WriteLog log, kel_table_id_tree *tree, kel_table *block) {
     tree_remove(log, &tree->root, &block->id_node);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -11,13 +11,13 @@
 #include "runtime/base/announce.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The block with the table_id of `block`, or null. In a wrong tree the open is refused.
 kel_table *find_table_id(const kel_handle *handle, kel_table_id_tree *tree, const kel_table *block);
 void insert_table_id(WriteLog log, kel_table_id_tree *tree, kel_table *block);
 void remove_table_id(WriteLog log, kel_table_id_tree *tree, kel_table *block);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -4,7 +4,7 @@
 #include "runtime/catalog/named_entry.h"
 #include "runtime/store/store_handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 void type_map_insert(kel_handle *handle, const char *luid_text, kel_type_info_copy *copy) {
     set_named(handle, &store_of(handle).header->types, luid_text, copy);
@@ -15,4 +15,4 @@ kel_type_info_copy *type_map_lookup(const kel_handle *handle, const char *luid_t
     return entry != nullptr ? static_cast<kel_type_info_copy *>(entry->value) : nullptr;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -5,7 +5,7 @@
 
 #include "tarnbase/handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Enters a copy; it replaces one with the same text. Without memory for the entry the
 // next lookup finds no copy.
@@ -13,6 +13,6 @@ void type_map_insert(kel_handle *handle, const char *luid_text, kel_type_info_co
 // The copy with that text, or null.
 kel_type_info_copy *type_map_lookup(const kel_handle *handle, const char *luid_text);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

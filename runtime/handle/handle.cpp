@@ -8,7 +8,7 @@
 #include "runtime/base/error_text.h"
 #include "runtime/variant/domain.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 namespace {
 
@@ -77,7 +77,7 @@ std::uint32_t kel_handle_set_workspace(kel_handle *handle, std::uint32_t length)
     return 0;
 }
 
-std::byte *tarn::runtime::workspace_of(Handle &handle) {
+std::byte *tarnbase::runtime::workspace_of(Handle &handle) {
     if (handle.workspace == nullptr && handle.workspace_length != 0) {
         handle.workspace = make_workspace(handle.workspace_length);
     }

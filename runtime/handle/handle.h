@@ -11,7 +11,7 @@
 #include "runtime/store/store_handle.h"
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct Handle : StoreHandle {
     kel_state_tracking tracking{};
@@ -34,6 +34,6 @@ void set_hooks(Handle &handle);
 // The handle's workspace, allocated on first use; null without memory or length.
 std::byte *workspace_of(Handle &handle);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

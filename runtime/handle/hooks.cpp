@@ -5,8 +5,8 @@
 
 namespace {
 
-using tarn::runtime::handle_of;
-using tarn::runtime::store_of;
+using tarnbase::runtime::handle_of;
+using tarnbase::runtime::store_of;
 
 void *type_alloc(void *type_arena, std::uint32_t tx_id, std::uint64_t size) {
     return store_of(handle_of(type_arena)).allocate(tx_id, size);
@@ -31,16 +31,16 @@ void delta_log(void *arena, std::uint64_t *address, std::int32_t delta, std::uin
 // A descriptor's copy stays if the transaction that made it is rolled back.
 void type_map_insert(void *type_map, std::uint32_t, const char *luid_text,
                      kel_type_info_copy *copy) {
-    tarn::runtime::type_map_insert(handle_of(type_map), luid_text, copy);
+    tarnbase::runtime::type_map_insert(handle_of(type_map), luid_text, copy);
 }
 
 kel_type_info_copy *type_map_lookup(void *type_map, std::uint32_t, const char *luid_text) {
-    return tarn::runtime::type_map_lookup(handle_of(type_map), luid_text);
+    return tarnbase::runtime::type_map_lookup(handle_of(type_map), luid_text);
 }
 
 }  // namespace
 
-void tarn::runtime::set_hooks(Handle &handle) {
+void tarnbase::runtime::set_hooks(Handle &handle) {
     handle.type_alloc_hook = type_alloc;
     handle.alloc_hook = alloc;
     handle.free_hook = free_block;

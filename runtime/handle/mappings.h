@@ -7,7 +7,7 @@
 #include "runtime/mapping/object_identity.h"
 #include "runtime/store/store_handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 inline ObjectDataMap object_data_of(const kel_handle *handle) {
     kel_store &store = store_of(handle);
@@ -20,6 +20,6 @@ inline Identities identities_of(const kel_handle *handle) {
     return {{header.identities_by_object, header.identities_by_id, header.last_object_id}, store};
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -7,7 +7,7 @@
 #include "runtime/handle/handle.h"
 #include "runtime/handle/mappings.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 std::uint32_t kel_object_map(kel_handle *handle, std::uint32_t tx_id, void *object,
                              std::uint64_t *oid) {

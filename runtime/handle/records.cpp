@@ -7,14 +7,14 @@ namespace {
 
 // A fallback of a `_cr` creation is not in the store.
 std::uint32_t is_outside_store(const kel_handle *handle, const void *block) {
-    return block != nullptr && !tarn::runtime::store_of(handle).contains(block, 1) ? 1 : 0;
+    return block != nullptr && !tarnbase::runtime::store_of(handle).contains(block, 1) ? 1 : 0;
 }
 
 }  // namespace
 
 std::uint32_t kel_record_release(kel_handle *handle, std::uint32_t tx_id, const void *const *vector,
                                  kel_record *record) {
-    return tarn::runtime::release_record(handle, tx_id, vector, record);
+    return tarnbase::runtime::release_record(handle, tx_id, vector, record);
 }
 
 std::uint32_t kel_record_is_fallback(const kel_handle *handle, const kel_record *record) {

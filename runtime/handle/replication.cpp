@@ -8,7 +8,7 @@
 #include "runtime/replication/reader.h"
 #include "runtime/replication/ring.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 void kel_table_set_replication(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
                                std::uint32_t marked, std::uint32_t write_cursor_armed) {

@@ -9,7 +9,7 @@
 #include "runtime/store/file.h"
 #include "runtime/store/store.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 namespace {
 

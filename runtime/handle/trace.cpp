@@ -4,7 +4,7 @@
 #include "runtime/trace/thread.h"
 #include "tarnbase/embedded.h"
 
-using tarn::runtime::thread_context;
+using tarnbase::runtime::thread_context;
 
 void kel_thread_set_tenant(std::uint16_t tenant) { thread_context.tenant = tenant; }
 
@@ -14,5 +14,5 @@ void kel_thread_set_correlation(std::uint64_t uuid, std::uint8_t mark) {
 }
 
 void kel_trace_set_sink(kel_trace_sink function, void *context) {
-    tarn::runtime::set_trace_sink(function, context);
+    tarnbase::runtime::set_trace_sink(function, context);
 }

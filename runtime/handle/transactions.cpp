@@ -5,11 +5,11 @@
 #include "runtime/store/store_handle.h"
 #include "tarnbase/embedded.h"
 
-using tarn::runtime::fail;
-using tarn::runtime::store_of;
-using tarn::runtime::transaction_slots;
-using tarn::runtime::TransactionSlot;
-using tarn::runtime::UndoScope;
+using tarnbase::runtime::fail;
+using tarnbase::runtime::store_of;
+using tarnbase::runtime::transaction_slots;
+using tarnbase::runtime::TransactionSlot;
+using tarnbase::runtime::UndoScope;
 
 std::uint32_t kel_transaction_begin(kel_handle *handle, std::uint32_t *tx_id) {
     const TransactionSlot *slot = store_of(handle).begin();

@@ -8,7 +8,7 @@
 #include "runtime/value/vstring.h"
 #include "tarnbase/embedded.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/index/address_map.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -85,4 +85,4 @@ void AddressMap::rehash(WriteLog log, MapNode **buckets, std::uint64_t count) {
     log.set(root_, MapRoot{buckets, count, root_.entries});
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -10,7 +10,7 @@
 #include "runtime/base/announce.h"
 #include "runtime/index/block_allocator.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // First member of each entry.
 struct MapNode {
@@ -56,6 +56,6 @@ class AddressMap {
     BlockAllocator &allocator_;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Where a container in shared memory gets its blocks. With WriteLog, this is all that
-// containers know of a store.
+// containers use of a store.
 #ifndef TARNBASE_RUNTIME_INDEX_BLOCK_ALLOCATOR_H
 #define TARNBASE_RUNTIME_INDEX_BLOCK_ALLOCATOR_H
 
 #include <cstdint>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 class BlockAllocator {
  public:
@@ -22,6 +22,6 @@ class BlockAllocator {
     ~BlockAllocator() = default;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -13,7 +13,7 @@
 
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 enum Side : std::uint32_t { before = 0, after = 1 };
 
@@ -51,6 +51,6 @@ inline const kel_index_node *to_public(const Node *node) {
     return reinterpret_cast<const kel_index_node *>(node);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -4,7 +4,7 @@
 
 #include "runtime/index/node.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -290,4 +290,4 @@ std::uint64_t tree_size(void *root) {
     return size;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

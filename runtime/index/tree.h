@@ -10,7 +10,7 @@
 #include "runtime/base/announce.h"
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 using Compare = e_avl_compare_function;
 using Visit = e_avl_walk_function;
@@ -46,6 +46,6 @@ std::uint32_t tree_walk(void *root, Visit visit, void *context);
 // Nodes in the tree, counted one by one.
 std::uint64_t tree_size(void *root);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -3,7 +3,7 @@
 
 #include "runtime/base/errors.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -54,4 +54,4 @@ void ObjectDataMap::remove(WriteLog log, void *object) {
     log.set(flags, static_cast<std::uint8_t>(flags & ~reasons));
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -10,7 +10,7 @@
 #include "runtime/index/address_map.h"
 #include "tarnbase/object.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct ObjectData {
     MapNode by_object;
@@ -43,6 +43,6 @@ class ObjectDataMap {
     BlockAllocator &allocator_;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "runtime/base/errors.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -103,4 +103,4 @@ void *Identities::drop_reference(WriteLog log, Identity &identity) {
     return object;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -15,7 +15,7 @@
 #include "runtime/index/address_map.h"
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The `kind` of an identity that is not KEL_OID_KIND_TABLE.
 inline constexpr std::uint32_t kind_object = 1;
@@ -81,6 +81,6 @@ class Identities {
     BlockAllocator &allocator_;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

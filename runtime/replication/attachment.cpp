@@ -6,7 +6,7 @@
 #include "runtime/replication/record_of.h"
 #include "runtime/replication/table_vector.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 TableVector TableVector::of(kel_handle *handle, std::uint32_t tx_id, const Attachment *attached,
                             const kel_table *table, std::uint32_t *err) {
@@ -36,4 +36,4 @@ std::uint32_t for_each_read(const Attachment &attached, kel_table *table,
     return tree_walk(table->index_root, visit, &walk);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -6,7 +6,7 @@
 #include "runtime/replication/read_cache.h"
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct Attachment {
     kel_table_vector_lookup lookup = nullptr;
@@ -18,6 +18,6 @@ struct Attachment {
 std::uint32_t for_each_read(const Attachment &attached, kel_table *table,
                             kel_replication_read_function function, void *context);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

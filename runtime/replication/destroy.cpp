@@ -9,7 +9,7 @@
 #include "runtime/store/store_handle.h"
 #include "runtime/trace/thread.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -88,4 +88,4 @@ std::uint32_t finish_destroys(kel_handle *handle, std::uint32_t tx_id, Attachmen
     return first_error;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -8,7 +8,7 @@
 #include "tarnbase/handle.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct Attachment;
 
@@ -17,6 +17,6 @@ struct Attachment;
 std::uint32_t finish_destroys(kel_handle *handle, std::uint32_t tx_id, Attachment *attached,
                               std::uint32_t *finished);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

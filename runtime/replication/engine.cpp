@@ -11,7 +11,7 @@
 #include "runtime/replication/ring.h"
 #include "runtime/replication/table_vector.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -60,4 +60,4 @@ void enqueue_record(kel_handle *handle, std::uint32_t tx_id, Attachment *attache
     log.set(table->write_cursor, ring.next());
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

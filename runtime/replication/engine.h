@@ -8,7 +8,7 @@
 #include "tarnbase/handle.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct Attachment;
 
@@ -18,6 +18,6 @@ struct Attachment;
 void enqueue_record(kel_handle *handle, std::uint32_t tx_id, Attachment *attached, kel_table *table,
                     kel_record *record, std::uint32_t *err);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

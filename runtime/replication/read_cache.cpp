@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Records of a table are mostly 80 or 96 bytes apart: the product spreads them.
 std::size_t ReadCache::set_of(const kel_record *record) {
@@ -33,4 +33,4 @@ const ReadCache::Entry *ReadCache::find(const kel_record *record) const {
     return nullptr;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

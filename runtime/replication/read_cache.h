@@ -11,7 +11,7 @@
 
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 class ReadCache {
  public:
@@ -37,6 +37,6 @@ class ReadCache {
     std::array<Set, set_count> sets_{};
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

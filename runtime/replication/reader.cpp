@@ -8,7 +8,7 @@
 #include "runtime/base/error_text.h"
 #include "runtime/replication/ring.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -80,4 +80,4 @@ std::uint64_t reader_lag(kel_handle *handle, const kel_replication_reader *reade
     return end > reader->position ? end - reader->position : 0;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -8,7 +8,7 @@
 
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 std::uint32_t open_reader(kel_handle *handle, std::uint64_t position,
                           kel_replication_reader *reader);
@@ -17,6 +17,6 @@ std::uint32_t read_next_frame(kel_handle *handle, kel_replication_reader *reader
 // Committed frames that the reader hasn't read.
 std::uint64_t reader_lag(kel_handle *handle, const kel_replication_reader *reader);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

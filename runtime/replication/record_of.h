@@ -6,7 +6,7 @@
 
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The record that contains an index node.
 inline kel_record *record_of(kel_index_node *node) {
@@ -14,6 +14,6 @@ inline kel_record *record_of(kel_index_node *node) {
                                           offsetof(kel_record, index_node));
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

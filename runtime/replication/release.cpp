@@ -7,7 +7,7 @@
 #include "runtime/base/error_text.h"
 #include "runtime/replication/table_vector.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -76,4 +76,4 @@ std::uint32_t release_record(kel_handle *handle, std::uint32_t tx_id, const void
                 table.table_name(), error);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -9,13 +9,13 @@
 #include "tarnbase/handle.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // `vector` has the operations of the record's table. Returns 0 or an errno number, and sets
 // its text.
 std::uint32_t release_record(kel_handle *handle, std::uint32_t tx_id, const void *const *vector,
                              kel_record *record);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -11,7 +11,7 @@
 #include "runtime/catalog/keyed_store.h"
 #include "runtime/store/store_handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -160,4 +160,4 @@ std::uint32_t FrameRing::configure(kel_handle *handle, std::uint64_t slots,
     return 0;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

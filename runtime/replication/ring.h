@@ -30,7 +30,7 @@
 
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct Frame {
     kel_replication_frame head;
@@ -101,6 +101,6 @@ class FrameRing {
     RingHead *head_;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

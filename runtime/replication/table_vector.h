@@ -9,7 +9,7 @@
 #include "tarnbase/handle.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct Attachment;
 
@@ -65,6 +65,6 @@ class TableVector {
     const void *const *slots_ = nullptr;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

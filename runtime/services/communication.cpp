@@ -10,8 +10,8 @@ void *interface_handler = nullptr;
 
 }  // namespace
 
-void *tarn::runtime::ridge_bundle_handler() { return ridge_handler; }
-void *tarn::runtime::interface_bundle_handler() { return interface_handler; }
+void *tarnbase::runtime::ridge_bundle_handler() { return ridge_handler; }
+void *tarnbase::runtime::interface_bundle_handler() { return interface_handler; }
 
 void ridge_comm_bundle_handler_register(void *handler) { ridge_handler = handler; }
 void ridge_comm_bundle_handler_unregister() { ridge_handler = nullptr; }

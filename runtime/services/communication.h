@@ -4,12 +4,12 @@
 #ifndef TARNBASE_RUNTIME_SERVICES_COMMUNICATION_H
 #define TARNBASE_RUNTIME_SERVICES_COMMUNICATION_H
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Null without a handler.
 void *ridge_bundle_handler();
 void *interface_bundle_handler();
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

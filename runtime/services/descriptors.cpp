@@ -13,12 +13,12 @@ constinit kel_module_list kel_module_tot_root = {0, nullptr, &kel_module_tot_roo
 const kel_type_info *kel_type_info_ptr_get(kel_handle *handle, std::uint32_t tx_id,
                                            const kel_type_info *constant,
                                            kel_type_info_initializer initializer) {
-    return tarn::runtime::descriptor_copy(handle, tx_id, constant, initializer);
+    return tarnbase::runtime::descriptor_copy(handle, tx_id, constant, initializer);
 }
 
 void kel_update_variant_info(kel_handle *handle, std::uint32_t, kel_type_info_copy *copy,
                              const kel_type_info *constant, std::uint32_t is_new) {
-    tarn::runtime::update_variants(handle, copy, constant, is_new != 0);
+    tarnbase::runtime::update_variants(handle, copy, constant, is_new != 0);
 }
 
 std::uint32_t table_vft_cpy(void *destination, const void *source, std::uint32_t count) {

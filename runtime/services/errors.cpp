@@ -6,5 +6,5 @@ void kel_clear_last_error(kel_handle *handle) { handle->last_error = 0; }
 void kel_store_err(kel_handle *handle, std::uint32_t code) { handle->last_error = code; }
 
 void kel_store_epoch_err(kel_handle *handle, std::uint32_t code, std::uint32_t *err) {
-    tarn::runtime::report_error(handle, err, code);
+    tarnbase::runtime::report_error(handle, err, code);
 }

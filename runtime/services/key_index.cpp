@@ -3,7 +3,7 @@
 #include "runtime/index/tree.h"
 #include "runtime/store/store_handle.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 std::uint32_t e_avl_insert(void *arena, std::uint32_t tx_id, void **root, kel_index_node *node,
                            std::uintptr_t *, e_avl_compare_function compare) {

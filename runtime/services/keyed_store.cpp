@@ -7,7 +7,7 @@
 #include "runtime/store/store_handle.h"
 #include "tarnbase/runtime.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 void *loam_get_key(void *arena, const char *key) { return key_value(handle_of(arena), key); }
 

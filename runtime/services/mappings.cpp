@@ -7,7 +7,7 @@
 #include "runtime/handle/mappings.h"
 #include "runtime/tenant/counters.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "runtime/variant/instance.h"
 #include "runtime/wire/items.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 std::uint32_t kellib_get_sttr_offset(kel_handle *handle, std::uint32_t, const void *object) {
     const ObjectData *entry = object_data_of(handle).find(object);

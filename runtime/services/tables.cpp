@@ -4,7 +4,7 @@
 #include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 // The list's anchor is in the store's header: it is always there. Every open of a table
 // begins with this call.

@@ -7,7 +7,7 @@
 #include "runtime/tenant/counters.h"
 #include "runtime/trace/thread.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 void mt_get_tenant_id(std::uint16_t *tenant) { *tenant = thread_context.tenant; }
 

@@ -7,7 +7,7 @@
 #include "runtime/xml/search.h"
 #include "runtime/xml/tag.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 std::uint32_t kel_print_space(kel_handle *handle, std::uint32_t, char *buffer, std::uint32_t indent,
                               std::uint32_t remaining, std::uint32_t *err) {

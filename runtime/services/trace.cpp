@@ -6,7 +6,7 @@
 #include "runtime/trace/thread.h"
 #include "tarnbase/runtime.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 void ptrail_wrapper(std::uint16_t module_id, std::uint32_t level, std::uint32_t, const char *format,
                     ...) {

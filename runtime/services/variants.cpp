@@ -5,7 +5,7 @@
 #include "runtime/variant/instance.h"
 #include "tarnbase/runtime.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 std::uint32_t kel_domain_lookup_variant(kel_handle *, kel_variant_domain *domain,
                                         const kel_type_info *descriptor, std::uint32_t *) {

@@ -6,7 +6,7 @@
 #include "runtime/wire/items.h"
 #include "runtime/wire/message_header.h"
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 std::uint32_t _kel_instance_variant_marshal(kel_handle *handle, std::uint32_t, void *buffer,
                                             const std::int8_t *variant, std::uint32_t remaining,

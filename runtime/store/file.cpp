@@ -15,7 +15,7 @@
 #include "runtime/base/error_text.h"
 #include "runtime/store/store.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -199,4 +199,4 @@ std::uint32_t open_file(const char *path, kel_store &store) {
     return 0;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -11,7 +11,7 @@
 
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 inline constexpr std::uint64_t default_capacity = 64ULL << 30;
 inline constexpr std::uint64_t least_default_capacity = 1ULL << 30;
@@ -24,6 +24,6 @@ std::uint32_t check_options(const char *what, const kel_store_options *options);
 std::uint32_t create_file(const char *path, std::uint64_t capacity, void *base, kel_store &store);
 std::uint32_t open_file(const char *path, kel_store &store);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

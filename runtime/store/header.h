@@ -48,7 +48,7 @@
 #include "runtime/index/address_map.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct LogPage;
 
@@ -98,6 +98,6 @@ static_assert(offsetof(StoreHeader, transactions) == 256);
 static_assert(sizeof(StoreHeader) == 1280);
 static_assert(sizeof(StoreHeader) <= page_sets_offset);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

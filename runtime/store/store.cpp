@@ -4,9 +4,9 @@
 #include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
 
-using tarn::runtime::StoreHeader;
-using tarn::runtime::TransactionSlot;
-using tarn::runtime::UndoLog;
+using tarnbase::runtime::StoreHeader;
+using tarnbase::runtime::TransactionSlot;
+using tarnbase::runtime::UndoLog;
 
 namespace {
 
@@ -17,14 +17,14 @@ constexpr std::uint64_t first_pages = 16;
 
 kel_store::~kel_store() {
     if (header == nullptr) return;
-    for (std::uint32_t i = 0; i < tarn::runtime::transaction_slots; ++i) {
+    for (std::uint32_t i = 0; i < tarnbase::runtime::transaction_slots; ++i) {
         if ((begun_here >> i & 1) == 0) continue;
-        roll_back(header->transactions[i], tarn::runtime::UndoScope::this_process);
+        roll_back(header->transactions[i], tarnbase::runtime::UndoScope::this_process);
     }
 }
 
 std::uint32_t kel_store::format() {
-    using namespace tarn::runtime;
+    using namespace tarnbase::runtime;
     const std::uint64_t front = Allocator::front_bytes(page_sets_offset, region.capacity());
     const std::uint64_t size = front + first_pages * page_size;
     if (const std::uint32_t error = region.extend(0, size); error != 0) return error;
@@ -42,7 +42,7 @@ std::uint32_t kel_store::format() {
 }
 
 void kel_store::attach() {
-    using namespace tarn::runtime;
+    using namespace tarnbase::runtime;
     header = reinterpret_cast<StoreHeader *>(region.base());
     allocator = Allocator(region, header->arena, page_sets_offset);
 }
@@ -53,7 +53,7 @@ void kel_store::recover() {
         if (slot.committed != 0) {
             commit(slot);
         } else {
-            roll_back(slot, tarn::runtime::UndoScope::store_only);
+            roll_back(slot, tarnbase::runtime::UndoScope::store_only);
         }
     }
 }
@@ -65,7 +65,7 @@ bool kel_store::fails_on_purpose() {
 void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     if (fails_on_purpose()) return nullptr;
     // An open that needed no new block leaves its refusal to any later allocation.
-    const bool is_refused = tarn::runtime::take_table_refusal();
+    const bool is_refused = tarnbase::runtime::take_table_refusal();
     if (is_refused && tx_id == KEL_TX_NONE && size == sizeof(kel_table)) return nullptr;
     TransactionSlot *slot = transaction(tx_id);
     if (slot == nullptr) return allocator.allocate(size);

@@ -14,7 +14,7 @@
 #include "runtime/store/undo_log.h"
 #include "tarnbase/embedded.h"
 
-struct kel_store final : tarn::runtime::BlockAllocator {
+struct kel_store final : tarnbase::runtime::BlockAllocator {
     kel_store() = default;
     ~kel_store();
     kel_store(const kel_store &) = delete;
@@ -41,23 +41,23 @@ struct kel_store final : tarn::runtime::BlockAllocator {
     bool contains(const void *address, std::uint64_t length) const;
 
     // The open transaction of that id, or null.
-    tarn::runtime::TransactionSlot *transaction(std::uint32_t tx_id) const;
+    tarnbase::runtime::TransactionSlot *transaction(std::uint32_t tx_id) const;
     // Begins a transaction. Null: too many are open.
-    tarn::runtime::TransactionSlot *begin();
-    void commit(tarn::runtime::TransactionSlot &slot);
+    tarnbase::runtime::TransactionSlot *begin();
+    void commit(tarnbase::runtime::TransactionSlot &slot);
     // False: the log is incomplete, and some changes stay.
-    bool roll_back(tarn::runtime::TransactionSlot &slot, tarn::runtime::UndoScope scope);
+    bool roll_back(tarnbase::runtime::TransactionSlot &slot, tarnbase::runtime::UndoScope scope);
 
-    tarn::runtime::Region region;
-    tarn::runtime::StoreHeader *header = nullptr;
-    tarn::runtime::Allocator allocator;
+    tarnbase::runtime::Region region;
+    tarnbase::runtime::StoreHeader *header = nullptr;
+    tarnbase::runtime::Allocator allocator;
     std::string path;                             // empty: a private store
     std::uint64_t allocations_until_failure = 0;  // 0: none fails on purpose
     std::uint32_t begun_here = 0;                 // a bit for each transaction slot
 
  private:
     bool fails_on_purpose();
-    void close_slot(tarn::runtime::TransactionSlot &slot);
+    void close_slot(tarnbase::runtime::TransactionSlot &slot);
 };
 
 #endif

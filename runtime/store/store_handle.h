@@ -6,7 +6,7 @@
 #include "runtime/store/store.h"
 #include "tarnbase/handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Every handle of the embedded runtime is one.
 struct StoreHandle : kel_handle {
@@ -21,6 +21,6 @@ inline kel_store &store_of(const kel_handle *handle) {
 // as its first argument leads to the handle, and so to the hooks.
 inline kel_handle *handle_of(void *arena) { return static_cast<kel_handle *>(arena); }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -17,4 +17,4 @@ void clear_table_refusal() { refused = false; }
 
 bool take_table_refusal() { return std::exchange(refused, false); }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -4,7 +4,7 @@
 #ifndef TARNBASE_RUNTIME_STORE_TABLE_REFUSAL_H
 #define TARNBASE_RUNTIME_STORE_TABLE_REFUSAL_H
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Refuses the table block that this thread's open is about to allocate.
 void refuse_table_block();
@@ -13,6 +13,6 @@ void clear_table_refusal();
 // Whether there is a refusal. Clears it.
 bool take_table_refusal();
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -3,10 +3,10 @@
 // slot, and an id isn't used again soon.
 #include "runtime/store/store.h"
 
-using tarn::runtime::transaction_slots;
-using tarn::runtime::TransactionSlot;
-using tarn::runtime::UndoLog;
-using tarn::runtime::UndoScope;
+using tarnbase::runtime::transaction_slots;
+using tarnbase::runtime::TransactionSlot;
+using tarnbase::runtime::UndoLog;
+using tarnbase::runtime::UndoScope;
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "runtime/store/store.h"
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -135,4 +135,4 @@ void UndoLog::commit() {
     }
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

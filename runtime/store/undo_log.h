@@ -27,7 +27,7 @@
 
 struct kel_store;
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct TransactionSlot;
 
@@ -78,6 +78,6 @@ class UndoLog {
     TransactionSlot &slot_;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

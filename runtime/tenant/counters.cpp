@@ -6,7 +6,7 @@
 #include "runtime/index/tree.h"
 #include "runtime/store/store_handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -85,4 +85,4 @@ void drop_tenant_counters(kel_handle *handle, std::uint32_t tx_id, kel_table *ta
     }
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -8,7 +8,7 @@
 #include "tarnbase/handle.h"
 #include "tarnbase/record.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Adds a record of that source to the tenant's counters. False: no memory.
 bool count_record(kel_handle *handle, std::uint32_t tx_id, kel_table *table, std::uint16_t tenant,
@@ -23,6 +23,6 @@ std::uint32_t counted_records(const kel_table *table, std::uint16_t tenant,
 // Frees all counters of a table that is being freed.
 void drop_tenant_counters(kel_handle *handle, std::uint32_t tx_id, kel_table *table);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

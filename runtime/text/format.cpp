@@ -8,7 +8,7 @@
 
 #include "runtime/base/errors.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -51,4 +51,4 @@ std::uint32_t write_formatted(kel_handle *handle, char *buffer, std::uint32_t re
     return static_cast<std::uint32_t>(length);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

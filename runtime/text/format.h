@@ -9,7 +9,7 @@
 
 #include "tarnbase/handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Returns `count`; 0 with EMSGSIZE if the blanks don't fit.
 std::uint32_t write_blanks(kel_handle *handle, char *buffer, std::uint32_t count,
@@ -20,6 +20,6 @@ std::uint32_t write_blanks(kel_handle *handle, char *buffer, std::uint32_t count
 std::uint32_t write_formatted(kel_handle *handle, char *buffer, std::uint32_t remaining,
                               std::uint32_t *err, const char *format, std::va_list arguments);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

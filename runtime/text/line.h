@@ -13,7 +13,7 @@
 
 #include "runtime/base/errors.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 class Line {
  public:
@@ -62,6 +62,6 @@ class Line {
     std::uint64_t length_ = 0;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

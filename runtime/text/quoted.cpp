@@ -3,7 +3,7 @@
 
 #include "runtime/text/utf8.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -56,4 +56,4 @@ void append_quoted(Line &line, std::string_view bytes) {
     line.character('"');
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -6,13 +6,13 @@
 
 #include "runtime/text/line.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Appends any bytes as readable text on one line, in double quotes. Quotes,
 // backslashes, tabs and line ends are escaped as in C; other control characters
 // and bytes that are not valid UTF-8 become \xHH, always with two digits.
 void append_quoted(Line &line, std::string_view bytes);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

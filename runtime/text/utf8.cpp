@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/text/utf8.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -47,4 +47,4 @@ Character first_character(std::string_view text) {
     return {};
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // A character at the start of a text. `length` 0: the text doesn't start with valid UTF-8
 // (cut short, overlong, a surrogate, or above U+10FFFF).
@@ -17,6 +17,6 @@ struct Character {
 // Requires: the text isn't empty.
 Character first_character(std::string_view text);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

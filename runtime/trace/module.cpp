@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -35,4 +35,4 @@ std::uint16_t trace_module_id(const char *name) {
     return static_cast<std::uint16_t>(place - modules.names.begin() + 1);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -5,11 +5,11 @@
 
 #include <cstdint>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The id of a name, a new one for a new name. 0, which is no module, when none is left.
 std::uint16_t trace_module_id(const char *name);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -51,4 +51,4 @@ void trace_line(std::uint16_t module_id, std::uint32_t level, const char *format
     }
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

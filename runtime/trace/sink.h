@@ -8,7 +8,7 @@
 
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Null: the default sink, which writes levels 0 to 3 to standard error.
 void set_trace_sink(kel_trace_sink function, void *context);
@@ -17,6 +17,6 @@ void set_trace_sink(kel_trace_sink function, void *context);
 void trace_line(std::uint16_t module_id, std::uint32_t level, const char *format,
                 std::va_list arguments);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

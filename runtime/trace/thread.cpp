@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/trace/thread.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 thread_local constinit ThreadContext thread_context;
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

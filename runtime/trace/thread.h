@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct ThreadContext {
     std::uint64_t uuid = 0;
@@ -15,6 +15,6 @@ struct ThreadContext {
 
 extern thread_local constinit ThreadContext thread_context;
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -8,7 +8,7 @@
 #include "runtime/base/announce.h"
 #include "runtime/base/errors.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 std::optional<std::uint32_t> address_length(std::uint8_t family) {
     switch (family) {
@@ -63,4 +63,4 @@ void format_address(const Address &address, char *text, std::size_t size) {
     }
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -9,7 +9,7 @@
 
 #include "tarnbase/value.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Family and bytes, adjacent as in an ip_address.
 struct Address {
@@ -40,6 +40,6 @@ void format_address(const Address &address, char *text, std::size_t size);
 void store_address(kel_handle *handle, std::uint32_t tx_id, ip_address *value,
                    const Address &content, std::uint32_t *err);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

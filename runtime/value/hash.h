@@ -5,11 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // SuperFastHash without its limit on the length.
 std::uint32_t hash_bytes(const void *data, std::size_t length, std::uint32_t seed);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "runtime/variant/instance.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 bool tracking_is_on(const kel_handle *handle) {
     if (handle->state_tracking == nullptr) return false;
@@ -22,4 +22,4 @@ std::uint32_t take_modified_mark(void *value, const std::uint32_t *err) {
     return 1;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -12,7 +12,7 @@
 #include "runtime/variant/domain.h"
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Whether the handle tracks state. Aborts if the mode is neither on nor off.
 bool tracking_is_on(const kel_handle *handle);
@@ -92,6 +92,6 @@ std::int32_t order_of(T a, T b) {
     return (a > b ? 1 : 0) - (a < b ? 1 : 0);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 constexpr std::uint32_t family_length = 1;
 

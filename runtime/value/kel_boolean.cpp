@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 constexpr std::uint32_t wire_length = 1;
 

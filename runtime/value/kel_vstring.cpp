@@ -17,7 +17,7 @@
 
 namespace {
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 constexpr std::uint32_t wire_prefix = sizeof kel_vstring::length;
 

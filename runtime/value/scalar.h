@@ -15,7 +15,7 @@
 #include "runtime/wire/little_endian.h"
 #include "runtime/xml/element.h"
 
-namespace tarn::runtime::scalar {
+namespace tarnbase::runtime::scalar {
 
 // A null value reads as 0.
 template <typename T>
@@ -92,64 +92,66 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
     });
 }
 
-}  // namespace tarn::runtime::scalar
+}  // namespace tarnbase::runtime::scalar
 
 // Defines the operations of one integer type.
 // NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names
-#define TARNBASE_SCALAR(value, type)                                                              \
-    type *value##_get(kel_handle *, std::uint32_t, type *field, std::uint32_t *err) {             \
-        return *err == 0 ? field : nullptr;                                                       \
-    }                                                                                             \
-    type value##_get_value(kel_handle *, std::uint32_t, const type *access, std::uint32_t *err) { \
-        return *err == 0 ? tarn::runtime::scalar::value_of(access) : type{0};                     \
-    }                                                                                             \
-    void value##_set(kel_handle *handle, std::uint32_t tx_id, type *field, const type *source,    \
-                     std::uint32_t *err) {                                                        \
-        tarn::runtime::scalar::set(handle, tx_id, field, source, err);                            \
-    }                                                                                             \
-    void value##_set_value(kel_handle *handle, std::uint32_t tx_id, type *field, type new_value,  \
-                           std::uint32_t *err) {                                                  \
-        tarn::runtime::scalar::set_value(handle, tx_id, field, new_value, err);                   \
-    }                                                                                             \
-    std::uint32_t value##_hash(const type *field, std::uint32_t seed) {                           \
-        return field == nullptr ? seed : tarn::runtime::hash_bytes(field, sizeof *field, seed);   \
-    }                                                                                             \
-    std::uint32_t value##_len(kel_handle *, std::uint32_t, const type *field) {                   \
-        return sizeof *field;                                                                     \
-    }                                                                                             \
-    std::uint32_t value##_marshal(kel_handle *handle, std::uint32_t, void *buffer,                \
-                                  const type *field, std::uint32_t remaining,                     \
-                                  std::uint32_t *err) {                                           \
-        const type plain = tarn::runtime::scalar::value_of(field);                                \
-        return tarn::runtime::scalar::marshal(handle, buffer, plain, remaining, err);             \
-    }                                                                                             \
-    std::uint32_t value##_unmarshal(kel_handle *handle, std::uint32_t tx_id, const void *buffer,  \
-                                    type *field, std::uint32_t remaining, std::uint32_t,          \
-                                    std::uint32_t *err) {                                         \
-        return tarn::runtime::scalar::unmarshal(handle, tx_id, buffer, field, remaining, err);    \
-    }                                                                                             \
-    std::uint32_t value##_print(kel_handle *handle, std::uint32_t, char *buffer,                  \
-                                std::uint32_t indent, const char *name, const type *field,        \
-                                std::uint32_t remaining, std::uint32_t *err) {                    \
-        const type plain = tarn::runtime::scalar::value_of(field);                                \
-        return tarn::runtime::scalar::print(handle, buffer, indent, name, plain, remaining, err); \
-    }                                                                                             \
-    std::uint32_t value##_to_xml(kel_handle *handle, std::uint32_t, const char *name,             \
-                                 char *buffer, const type *field, std::uint32_t remaining,        \
-                                 std::uint8_t state_flag, std::uint32_t *err) {                   \
-        const type plain = tarn::runtime::scalar::value_of(field);                                \
-        return tarn::runtime::write_element(                                                      \
-            {handle, name, buffer, remaining, state_flag, err},                                   \
-            [&](tarn::runtime::Line &line) { line.number(plain); });                              \
-    }                                                                                             \
-    void value##_from_xml(kel_handle *handle, std::uint32_t tx_id, const char *path,              \
-                          void *document, type *field, std::uint32_t *err, char *,                \
-                          std::uint32_t) {                                                        \
-        tarn::runtime::scalar::from_xml({handle, path, document, err}, tx_id, field);             \
-    }                                                                                             \
-    /* A plain value has no modified mark: its object has it. */                                  \
-    std::uint32_t value##_backpropagate(kel_handle *, std::uint32_t, type *, std::uint32_t *) {   \
-        return 0;                                                                                 \
+#define TARNBASE_SCALAR(value, type)                                                               \
+    type *value##_get(kel_handle *, std::uint32_t, type *field, std::uint32_t *err) {              \
+        return *err == 0 ? field : nullptr;                                                        \
+    }                                                                                              \
+    type value##_get_value(kel_handle *, std::uint32_t, const type *access, std::uint32_t *err) {  \
+        return *err == 0 ? tarnbase::runtime::scalar::value_of(access) : type{0};                  \
+    }                                                                                              \
+    void value##_set(kel_handle *handle, std::uint32_t tx_id, type *field, const type *source,     \
+                     std::uint32_t *err) {                                                         \
+        tarnbase::runtime::scalar::set(handle, tx_id, field, source, err);                         \
+    }                                                                                              \
+    void value##_set_value(kel_handle *handle, std::uint32_t tx_id, type *field, type new_value,   \
+                           std::uint32_t *err) {                                                   \
+        tarnbase::runtime::scalar::set_value(handle, tx_id, field, new_value, err);                \
+    }                                                                                              \
+    std::uint32_t value##_hash(const type *field, std::uint32_t seed) {                            \
+        return field == nullptr ? seed                                                             \
+                                : tarnbase::runtime::hash_bytes(field, sizeof *field, seed);       \
+    }                                                                                              \
+    std::uint32_t value##_len(kel_handle *, std::uint32_t, const type *field) {                    \
+        return sizeof *field;                                                                      \
+    }                                                                                              \
+    std::uint32_t value##_marshal(kel_handle *handle, std::uint32_t, void *buffer,                 \
+                                  const type *field, std::uint32_t remaining,                      \
+                                  std::uint32_t *err) {                                            \
+        const type plain = tarnbase::runtime::scalar::value_of(field);                             \
+        return tarnbase::runtime::scalar::marshal(handle, buffer, plain, remaining, err);          \
+    }                                                                                              \
+    std::uint32_t value##_unmarshal(kel_handle *handle, std::uint32_t tx_id, const void *buffer,   \
+                                    type *field, std::uint32_t remaining, std::uint32_t,           \
+                                    std::uint32_t *err) {                                          \
+        return tarnbase::runtime::scalar::unmarshal(handle, tx_id, buffer, field, remaining, err); \
+    }                                                                                              \
+    std::uint32_t value##_print(kel_handle *handle, std::uint32_t, char *buffer,                   \
+                                std::uint32_t indent, const char *name, const type *field,         \
+                                std::uint32_t remaining, std::uint32_t *err) {                     \
+        const type plain = tarnbase::runtime::scalar::value_of(field);                             \
+        return tarnbase::runtime::scalar::print(handle, buffer, indent, name, plain, remaining,    \
+                                                err);                                              \
+    }                                                                                              \
+    std::uint32_t value##_to_xml(kel_handle *handle, std::uint32_t, const char *name,              \
+                                 char *buffer, const type *field, std::uint32_t remaining,         \
+                                 std::uint8_t state_flag, std::uint32_t *err) {                    \
+        const type plain = tarnbase::runtime::scalar::value_of(field);                             \
+        return tarnbase::runtime::write_element(                                                   \
+            {handle, name, buffer, remaining, state_flag, err},                                    \
+            [&](tarnbase::runtime::Line &line) { line.number(plain); });                           \
+    }                                                                                              \
+    void value##_from_xml(kel_handle *handle, std::uint32_t tx_id, const char *path,               \
+                          void *document, type *field, std::uint32_t *err, char *,                 \
+                          std::uint32_t) {                                                         \
+        tarnbase::runtime::scalar::from_xml({handle, path, document, err}, tx_id, field);          \
+    }                                                                                              \
+    /* A plain value has no modified mark: its object has it. */                                   \
+    std::uint32_t value##_backpropagate(kel_handle *, std::uint32_t, type *, std::uint32_t *) {    \
+        return 0;                                                                                  \
     }
 // NOLINTEND(bugprone-macro-parentheses)
 

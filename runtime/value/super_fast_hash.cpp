@@ -7,7 +7,7 @@
 #include "runtime/wire/little_endian.h"
 #include "tarnbase/value.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -60,9 +60,9 @@ std::uint32_t hash_bytes(const void *data, std::size_t length, std::uint32_t see
     return mix_last_bits(mix_rest(hash, bytes, length));
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 std::uint32_t SuperFastHash(const char *data, std::int32_t length, std::uint32_t seed) {
     const bool empty = data == nullptr || length <= 0;
-    return tarn::runtime::hash_bytes(data, empty ? 0 : static_cast<std::size_t>(length), seed);
+    return tarnbase::runtime::hash_bytes(data, empty ? 0 : static_cast<std::size_t>(length), seed);
 }

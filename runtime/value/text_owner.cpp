@@ -4,7 +4,7 @@
 #include "runtime/index/address_map.h"
 #include "runtime/store/store_handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -45,4 +45,4 @@ void release_text(kel_handle *handle, std::uint32_t tx_id, const kel_vstring *ow
     if (entry != nullptr) free_entry(handle, tx_id, entry);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

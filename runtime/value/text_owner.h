@@ -13,7 +13,7 @@
 #include "tarnbase/handle.h"
 #include "tarnbase/value.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The text that `owner` owns, or null.
 char *owned_text(kel_handle *handle, const kel_vstring *owner);
@@ -26,6 +26,6 @@ char *allocate_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *owner,
 // Frees the owner's text, if it owns one.
 void release_text(kel_handle *handle, std::uint32_t tx_id, const kel_vstring *owner);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/value/usage.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -29,4 +29,4 @@ void count_destroyed(kel_handle *handle, std::uint32_t tx_id, const kel_type_inf
     count(handle, tx_id, usage(descriptor).live, -1);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

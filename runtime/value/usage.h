@@ -6,13 +6,13 @@
 
 #include "tarnbase/handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Count the creation and destruction of an object of a value type, in the constant
 // descriptor: a store has no copies of these.
 void count_created(kel_handle *handle, std::uint32_t tx_id, const kel_type_info &descriptor);
 void count_destroyed(kel_handle *handle, std::uint32_t tx_id, const kel_type_info &descriptor);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -9,7 +9,7 @@
 #include "runtime/base/errors.h"
 #include "runtime/value/text_owner.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -96,4 +96,4 @@ kel_vstring borrowing_string(std::string_view text) {
     return string;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -13,7 +13,7 @@
 
 #include "tarnbase/value.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Longer texts are EINVAL: the length of every form that contains a string has to fit in a
 // signed 32-bit number.
@@ -44,6 +44,6 @@ void drop_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string);
 // A string outside any store that refers to `text` instead of owning a copy.
 kel_vstring borrowing_string(std::string_view text);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

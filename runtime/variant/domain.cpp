@@ -9,7 +9,7 @@
 #include "runtime/base/announce.h"
 #include "runtime/variant/instance.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -84,4 +84,4 @@ void clear_variant_choices(kel_variant_domain &domain) {
     domain.choices = nullptr;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -7,7 +7,7 @@
 
 #include "tarnbase/handle.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The variant that `domain` uses for the type: the one chosen for its LUID, otherwise
 // the type's highest. 0 without a descriptor.
@@ -24,6 +24,6 @@ void choose_variant(kel_variant_domain &domain, const kel_type_info &descriptor,
 // Frees the choices, when the handle is destroyed.
 void clear_variant_choices(kel_variant_domain &domain);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -11,7 +11,7 @@
 
 #include "tarnbase/object.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 inline kel_object &header_of(void *object) { return *static_cast<kel_object *>(object); }
 inline const kel_object &header_of(const void *object) {
@@ -47,6 +47,6 @@ inline std::uint32_t attach_error(const void *object) {
     return has_owner ? EINVAL : 0;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -17,7 +17,7 @@
 #include "runtime/base/errors.h"
 #include "runtime/wire/little_endian.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Whether an item of `length` bytes can be written or read; reports if it doesn't fit.
 inline bool has_space(kel_handle *handle, std::uint32_t length, std::uint32_t remaining,
@@ -72,6 +72,6 @@ inline bool has_state_bytes(const void *first_byte) {
     return (static_cast<const std::uint8_t *>(first_byte)[flags_offset] & OBJ_STATE_TRACKED) != 0;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <type_traits>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // The same bytes on every machine: compilers make one load or store of the loop.
 template <typename T>
@@ -27,6 +27,6 @@ T load_little(const void *buffer) {
     return static_cast<T>(static_cast<std::make_unsigned_t<T>>(bits));
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -6,7 +6,7 @@
 #include "runtime/wire/items.h"
 #include "runtime/wire/little_endian.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -44,4 +44,4 @@ std::uint32_t read_message_header(kel_handle *handle, const void *buffer,
     return KEL_MESSAGE_HEADER_SIZE;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

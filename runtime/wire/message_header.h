@@ -17,7 +17,7 @@
 
 #include "tarnbase/runtime.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Both return the header's length; 0 and an error as the functions of items.h.
 std::uint32_t write_message_header(kel_handle *handle, void *buffer,
@@ -27,6 +27,6 @@ std::uint32_t read_message_header(kel_handle *handle, const void *buffer,
                                   kel_message_header &header, std::uint32_t remaining,
                                   std::uint32_t *err);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -17,7 +17,7 @@
 
 namespace {
 
-using namespace tarn::runtime;
+using namespace tarnbase::runtime;
 
 constexpr int deepest_nesting = 256;
 
@@ -107,7 +107,7 @@ kel_xml_document::kel_xml_document(XmlPointer<xmlDoc> document)
     xmlXPathContextSetCache(paths.get(), 1, -1, 0);
 }
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 kel_xml_document *parse_document(const char *text, std::size_t length) try {
     if (text == nullptr || length > INT_MAX) {
@@ -124,4 +124,4 @@ kel_xml_document *parse_document(const char *text, std::size_t length) try {
     return nullptr;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

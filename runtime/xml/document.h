@@ -11,7 +11,7 @@
 #include "runtime/xml/siblings.h"
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct XmlDelete {
     void operator()(xmlDoc *document) const { xmlFreeDoc(document); }
@@ -22,22 +22,22 @@ struct XmlDelete {
 template <typename T>
 using XmlPointer = std::unique_ptr<T, XmlDelete>;
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 struct kel_xml_document {
     // Takes the tree over. Throws std::bad_alloc.
-    explicit kel_xml_document(tarn::runtime::XmlPointer<xmlDoc> document);
+    explicit kel_xml_document(tarnbase::runtime::XmlPointer<xmlDoc> document);
 
-    tarn::runtime::XmlPointer<xmlDoc> tree;
-    tarn::runtime::XmlPointer<xmlXPathContext> paths;  // destroyed before the tree
-    tarn::runtime::Siblings siblings;
+    tarnbase::runtime::XmlPointer<xmlDoc> tree;
+    tarnbase::runtime::XmlPointer<xmlXPathContext> paths;  // destroyed before the tree
+    tarnbase::runtime::Siblings siblings;
 };
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Null on failure; the error text has the line and what was expected.
 kel_xml_document *parse_document(const char *text, std::size_t length);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -9,7 +9,7 @@
 #include "runtime/base/error_text.h"
 #include "runtime/xml/search.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -44,4 +44,4 @@ std::uint32_t for_each_element(kel_xml_document *document, const char *path,
     return fail(ENOMEM, "XML: no memory for an element of \"%s\"", path);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

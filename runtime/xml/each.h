@@ -7,7 +7,7 @@
 
 #include "tarnbase/embedded.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 using ElementFunction = std::uint32_t (*)(kel_xml_document *element, void *context);
 
@@ -17,6 +17,6 @@ using ElementFunction = std::uint32_t (*)(kel_xml_document *element, void *conte
 std::uint32_t for_each_element(kel_xml_document *document, const char *path,
                                ElementFunction function, void *context, std::uint32_t *result);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -8,7 +8,7 @@
 #include "runtime/base/errors.h"
 #include "runtime/xml/search.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -55,4 +55,4 @@ void report_content(const ElementSource &source, const std::string &text,
     report_bad_element(source, "expected " + expected + ", found \"" + text + "\"");
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -11,7 +11,7 @@
 #include "runtime/base/errors.h"
 #include "runtime/xml/tag.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Where an element is written.
 struct ElementPlace {
@@ -69,6 +69,6 @@ void read_value(const ElementSource &source, Store store) try {
     report_error(source.handle, source.err, ENOMEM);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -3,7 +3,7 @@
 
 #include "runtime/text/utf8.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -54,4 +54,4 @@ void append_escaped(Line &line, std::string_view text) {
     }
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -7,7 +7,7 @@
 
 #include "runtime/text/line.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // Offset of the first byte that XML 1.0 can't represent, escaped or not: a control character
 // other than tab, LF and CR, U+FFFE, U+FFFF, or invalid UTF-8. std::string_view::npos if
@@ -18,6 +18,6 @@ std::size_t first_unrepresentable(std::string_view text);
 // line ends and tabs are written as references. Requires: XML can represent the text.
 void append_escaped(Line &line, std::string_view text);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

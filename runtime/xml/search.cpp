@@ -8,7 +8,7 @@
 #include <cstring>
 #include <new>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -101,4 +101,4 @@ std::uint32_t copy_first_text(kel_xml_document *document, const char *path, char
     return ENOMEM;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

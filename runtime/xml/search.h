@@ -8,7 +8,7 @@
 
 #include "runtime/xml/document.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 class Selection {
  public:
@@ -39,6 +39,6 @@ std::uint32_t count_nodes(kel_xml_document *document, const char *path, std::uin
 std::uint32_t copy_first_text(kel_xml_document *document, const char *path, char *area,
                               std::uint32_t area_length);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <unordered_map>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 namespace {
 
@@ -36,4 +36,4 @@ void Siblings::assign(std::string_view new_path, const xmlNodeSet *nodes) {
     path = new_path;
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 struct Siblings {
     // Sets the nodes that `path` selects. Throws std::bad_alloc.
@@ -31,6 +31,6 @@ struct IndexedPath {
     std::uint32_t index = 0;
 };
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

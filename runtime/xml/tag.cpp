@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/xml/tag.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 void append_start_tag(Line &line, std::string_view name, std::uint8_t state_flag) {
     line.character('<').text(name);
@@ -29,4 +29,4 @@ std::uint32_t write_end_tag(kel_handle *handle, char *buffer, std::string_view n
     return line.character('\n').finish(handle, err);
 }
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

@@ -7,20 +7,20 @@
 
 #include "runtime/text/line.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 
 // `<name>`, or `<name state="2">` for a nonzero state flag, and `</name>`.
 void append_start_tag(Line &line, std::string_view name, std::uint8_t state_flag);
 void append_end_tag(Line &line, std::string_view name);
 
-// The tags of an element of elements, each a line of its own. They return its length; 0
-// with EMSGSIZE if it doesn't fit. The end tag is written after an error too: an element
-// whose content failed is still closed.
+// The tags of an element that contains elements, each on a line of its own. Both return the
+// tag's length; 0 with EMSGSIZE if it doesn't fit. The end tag is written after an error too:
+// an element whose content failed is still closed.
 std::uint32_t write_start_tag(kel_handle *handle, char *buffer, std::string_view name,
                               std::uint32_t remaining, std::uint8_t state_flag, std::uint32_t *err);
 std::uint32_t write_end_tag(kel_handle *handle, char *buffer, std::string_view name,
                             std::uint32_t remaining, std::uint32_t *err);
 
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime
 
 #endif

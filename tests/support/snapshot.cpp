@@ -10,7 +10,7 @@ namespace tarn::test {
 
 namespace {
 
-using runtime::StoreHeader;
+using tarnbase::runtime::StoreHeader;
 
 const std::uint8_t *base_of(const kel_store_description &store) {
     return static_cast<const std::uint8_t *>(store.base);
@@ -31,10 +31,10 @@ bool moves_with_transactions(std::size_t offset) {
     const auto within = [offset](std::size_t first, std::size_t length) {
         return offset >= first && offset < first + length;
     };
-    return within(offsetof(StoreHeader, arena) + offsetof(runtime::ArenaState, size), 8) ||
+    return within(offsetof(StoreHeader, arena) + offsetof(tarnbase::runtime::ArenaState, size),
+                  8) ||
            within(offsetof(StoreHeader, committed), 8) ||
-           within(offsetof(StoreHeader, rolled_back), 8) ||
-           within(offsetof(StoreHeader, begun), 4);
+           within(offsetof(StoreHeader, rolled_back), 8) || within(offsetof(StoreHeader, begun), 4);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// What threads share: the usage counters in the constant descriptors, what is
-// registered at first use, the directory once it is filled. Each thread has a store
-// and a handle of its own. Built with ThreadSanitizer by the preset `tsan`; ctest
-// runs each test in a process of its own, so that each one's first use is the first.
+// What threads share: the usage counters in the constant descriptors, what is registered at
+// first use, and the directory after it is filled. Each thread has its own store and handle.
+// The preset `tsan` builds this with ThreadSanitizer. ctest runs each test in its own
+// process, so that its first use is the process's first.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -24,7 +24,7 @@ namespace {
 constexpr int thread_count = 8;
 constexpr int rounds = 500;
 
-// Runs `work` in all threads, which begin at the same moment.
+// Runs `work` in all threads, which start together.
 template <typename Work>
 void in_all_threads(Work work) {
     std::barrier start(thread_count);
@@ -42,7 +42,7 @@ const kel_variant_usage &usage_of_st_every() {
     return _st_every_type_info_internal.variant_info->variants[0];
 }
 
-// A record with a text of its own, from its making to its end; how many calls failed.
+// Creates, uses and destroys a record with a text. Returns how many calls failed.
 std::uint32_t one_life(kel_handle *handle, std::uint32_t tx, kel_table *table, int number) {
     std::uint32_t err = 0;
     kel_record *record = tbl_test_label_create_record(handle, tx, &err);

@@ -15,10 +15,10 @@
 namespace tarn::test {
 namespace {
 
-using runtime::Page;
-using runtime::page_size;
-using runtime::PageKind;
-using runtime::StoreHeader;
+using tarnbase::runtime::Page;
+using tarnbase::runtime::page_size;
+using tarnbase::runtime::PageKind;
+using tarnbase::runtime::StoreHeader;
 
 // Pages of blocks that a new store has, behind the allocator's sets.
 constexpr u64 first_pages = 16;
@@ -106,14 +106,15 @@ class Witness {
             u64 pages = 1;
             if (page->kind == PageKind::large_block) {
                 pages = page->pages;
-                blocks[at + runtime::large_block_offset] = at + pages * page_size;
+                blocks[at + tarnbase::runtime::large_block_offset] = at + pages * page_size;
             }
             at += pages * page_size;
         }
         return blocks;
     }
     static void add_small_blocks(Blocks &blocks, Page *page, u64 at) {
-        const runtime::SizeClass &shape = runtime::size_classes[page->size_class];
+        const tarnbase::runtime::SizeClass &shape =
+            tarnbase::runtime::size_classes[page->size_class];
         for (u32 slot = 0; slot < shape.slots; ++slot) {
             if ((page->bitmap()[slot / 64] >> slot % 64 & 1) == 0) continue;
             const u64 begin = at + shape.first + u64{slot} * shape.size;
@@ -126,7 +127,7 @@ class Witness {
             const auto within = [offset](u64 first, u64 length) {
                 return offset >= first && offset < first + length;
             };
-            return !within(offsetof(StoreHeader, arena), sizeof(runtime::ArenaState)) &&
+            return !within(offsetof(StoreHeader, arena), sizeof(tarnbase::runtime::ArenaState)) &&
                    !within(offsetof(StoreHeader, transactions), sizeof StoreHeader::transactions);
         }
         const auto next = in_use_.upper_bound(offset);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the engine knows of reads.
+// The records that the engine has seen read.
 #include <cerrno>
 
 #include "tests/unit/replication/fixture.h"
@@ -14,7 +14,7 @@ class Reads : public ReplicationTest {
         const void *const *vector;
         std::uint64_t reads;
     };
-    // All records of the table that are known to have been read.
+    // All records of the table that the cache has.
     std::vector<Seen> seen() {
         std::vector<Seen> all;
         const auto note = [](kel_record *record, const void *const *vector, std::uint64_t reads,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Deferred destruction: a user asks, the engine finishes.
+// Deferred destruction: a program requests it, the engine finishes it.
 #include <cerrno>
 #include <cstring>
 
@@ -156,7 +156,7 @@ TEST_F(Destroy, AHandleThatIsNotAttachedFinishesNothing) {
     EXPECT_EQ(handle->replication_engine_active, 0U);
 }
 
-// Knows all tables but the one of pairs.
+// Finds all tables but the one of pairs.
 void forgetful_lookup(kel_handle *handle, std::uint32_t tx_id, const std::uint8_t *luid,
                       const void *const **vector, std::uint32_t *err) {
     *vector = nullptr;

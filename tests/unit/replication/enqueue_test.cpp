@@ -186,7 +186,7 @@ TEST_F(Enqueue, AnErrorOfTheLookupIsLeftToTheCaller) {
     EXPECT_EQ(numbers.insert(numbers.make(1)), static_cast<std::uint32_t>(EINVAL));
 }
 
-// As long as nobody has attached, the cursor alone counts.
+// While no engine is attached, only the cursor moves.
 class Unattached : public PlainTest {
  protected:
     Unattached() {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A replicated table of numbers, and the few steps that all tests of replication take.
+// A replicated table of numbers, and the steps that all replication tests share.
 #ifndef TARNBASE_TESTS_UNIT_REPLICATION_FIXTURE_H
 #define TARNBASE_TESTS_UNIT_REPLICATION_FIXTURE_H
 
@@ -27,7 +27,7 @@ class Numbers {
     // Inserts, and returns the error.
     std::uint32_t insert(kel_record *record);
     kel_record *find(std::uint32_t key);
-    // What the table's own marshal makes of a record.
+    // A record as the table's own marshal writes it.
     Bytes marshalled(kel_record *record);
 
     void begin();
@@ -40,7 +40,7 @@ class Numbers {
     std::uint32_t err = 0;
 };
 
-// One answer of kel_replication_next.
+// One result of kel_replication_next.
 struct Read {
     std::uint32_t status = 0;
     kel_replication_frame frame = {};

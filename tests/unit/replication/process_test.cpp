@@ -14,7 +14,7 @@
 namespace tarn::test {
 namespace {
 
-// A store file that is gone with this.
+// A store file, removed by the destructor.
 class StorePath {
  public:
     StorePath() {
@@ -52,7 +52,7 @@ class OpenStore {
     kel_store *store_ = nullptr;
 };
 
-// A process that runs `body`, which fails as a test does.
+// A process that runs `body`. A failure of `body` fails the test.
 class Child {
  public:
     explicit Child(const std::function<void()> &body) {
@@ -73,7 +73,7 @@ class Child {
     pid_t pid_;
 };
 
-// What one process waits for until another one tells it.
+// A flag that one process sets and another waits for.
 class Signal {
  public:
     Signal() { EXPECT_EQ(pipe(ends_), 0); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A record is given back safely from whatever state it is in.
+// A record is released safely in any state.
 #include <cerrno>
 
 #include "tarnbase/module.h"

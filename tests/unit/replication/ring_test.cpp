@@ -114,7 +114,7 @@ TEST_F(Ring, OfTooManyFramesIsRefusedAndTheOldOneStays) {
     EXPECT_EQ(read_all(handle).size(), 1U);
 }
 
-// What the ring should hold after any sequence of inserts, commits and rollbacks.
+// What the ring should contain after any sequence of inserts, commits and rollbacks.
 struct Model {
     std::deque<Bytes> frames;
     std::uint64_t first = 0;

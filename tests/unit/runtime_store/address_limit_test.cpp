@@ -19,7 +19,7 @@ std::uint64_t mapped_bytes() {
     return pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
 }
 
-// Leaves the process room for `more` bytes beyond what it has mapped.
+// Limits the process to `more` bytes above what it has mapped.
 class AddressLimit : public StoreFileTest {
  protected:
     AddressLimit() { ::getrlimit(RLIMIT_AS, &before_); }

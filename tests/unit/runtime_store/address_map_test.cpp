@@ -10,9 +10,9 @@
 namespace tarn::test {
 namespace {
 
-using runtime::AddressMap;
-using runtime::MapNode;
-using runtime::MapRoot;
+using tarnbase::runtime::AddressMap;
+using tarnbase::runtime::MapNode;
+using tarnbase::runtime::MapRoot;
 
 class MapTest : public SmallStoreTest {
  protected:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The store's blocks against a model of them.
+// The store's blocks against a model.
 #include <algorithm>
 #include <iterator>
 #include <map>
@@ -11,14 +11,14 @@
 namespace tarn::test {
 namespace {
 
-// Bytes that a block of that size counts as.
+// Bytes that a block of that size takes.
 std::uint64_t counted_bytes(std::uint64_t size) {
-    using namespace runtime;
+    using namespace tarnbase::runtime;
     if (size <= largest_small_block) return size_classes[size_class_of(size)].size;
     return (size + large_block_offset + page_size - 1) / page_size * page_size;
 }
 
-// Sizes of all kinds, the edges of their classes above all.
+// Sizes of all kinds, especially at the limits of size classes.
 std::uint64_t any_size(Chance &chance) {
     switch (chance.below(10)) {
         case 0:
@@ -125,7 +125,7 @@ TEST_F(Allocator, takes_the_lowest_free_place_first) {
 
 class BadFrees : public SmallStoreTest {
  protected:
-    // Expects that the address is refused, in and out of a transaction.
+    // Expects that the address is rejected, in a transaction and outside.
     void expect_refused(void *address) {
         SCOPED_TRACE(address);
         const StoreSnapshot before(store.store);
@@ -155,7 +155,7 @@ TEST_F(BadFrees, a_block_freed_twice_is_refused) {
 }
 
 TEST_F(BadFrees, addresses_inside_a_block_are_refused) {
-    // A large block may hold what looks like the head of a page.
+    // The bytes of a large block may look like the head of a page.
     for (std::uint32_t *word = reinterpret_cast<std::uint32_t *>(large);
          word < reinterpret_cast<std::uint32_t *>(large + 200000); ++word) {
         *word = 1;
@@ -181,11 +181,11 @@ TEST_F(BadFrees, pages_of_the_undo_log_are_refused) {
     const std::uint32_t tx = store.begin();
     store.set(tx, small, std::uint8_t{1});
     const TraceCapture trace;
-    // The log has the first free page, behind those of the large block.
+    // The log has the first free page, after those of the large block.
     std::uint8_t *page = large - 64 + std::size_t{4} * 65536;
     std::uint32_t kind = 0;
     std::memcpy(&kind, page, sizeof kind);
-    ASSERT_EQ(kind, static_cast<std::uint32_t>(runtime::PageKind::undo_log));
+    ASSERT_EQ(kind, static_cast<std::uint32_t>(tarnbase::runtime::PageKind::undo_log));
     for (const int offset : {0, 24, 64}) store.release(page + offset);
     EXPECT_EQ(trace.lines.size(), 3U) << trace.all();
     store.roll_back(tx);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A store's own copies of descriptors, as a module's initializer asks for them.
+// A store's own copies of descriptors, as a module's initializer makes them.
 #include <algorithm>
 #include <array>
 #include <string>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Handles: what a new one holds, its errors, its workspace, its tracking record.
+// Handles: the members of a new one, its errors, its workspace, its tracking record.
 #include "tests/unit/runtime_store/support.h"
 
 namespace tarn::test {

@@ -24,7 +24,7 @@ class KeyedStore : public SmallStoreTest {
 
 class RandomKeys : public KeyedStore, public ::testing::WithParamInterface<std::uint32_t> {
  protected:
-    // Keys share beginnings, and the empty text is one.
+    // Keys have common prefixes, and one is the empty text.
     std::string any_key() { return std::string(chance.below(12), 'k') + letters[chance.below(4)]; }
 
     const std::string letters[4] = {"", "a", "b", "\xff"};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is kept beside an object, against a model.
+// What the runtime stores for an object outside of it, against a model.
 #include <cerrno>
 #include <map>
 
@@ -33,7 +33,7 @@ class ObjectData : public SmallStoreTest {
         kel_hd_mapping_destroy(store.handle, tx, object, &err);
     }
 
-    // Expects what is known of an object; null: nothing is.
+    // Expects an object's data; null: it has none.
     void expect_data(kel_object *object, const Data *data) {
         const Data nothing;
         const Data &wanted = data != nullptr ? *data : nothing;

@@ -8,10 +8,10 @@
 #include "runtime/services/communication.h"
 #include "tests/unit/runtime_store/support.h"
 
-namespace tarn::runtime {
+namespace tarnbase::runtime {
 namespace {
 
-using test::Chance;
+using tarn::test::Chance;
 
 class PageSets : public ::testing::TestWithParam<std::uint64_t> {
  protected:
@@ -42,7 +42,7 @@ TEST_P(PageSets, answer_as_a_set_does_after_every_step) {
     const std::uint32_t seed = 41;
     Chance chance(seed);
     for (int step = 0; step < 400; ++step) {
-        SCOPED_TRACE(test::seed_and_step(seed, step));
+        SCOPED_TRACE(tarn::test::seed_and_step(seed, step));
         const std::uint64_t page = chance.below(limit);
         if (chance.below(3) == 0) {
             set.erase(page);
@@ -119,4 +119,4 @@ TEST(CommunicationRegistries, keep_a_handler_each_until_it_is_taken_off) {
 }
 
 }  // namespace
-}  // namespace tarn::runtime
+}  // namespace tarnbase::runtime

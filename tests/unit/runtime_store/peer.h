@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Another process, which does what a test tells it and answers by its exit code.
+// Another process that runs a part of a test; its exit code is the result.
 #ifndef TARNBASE_TESTS_UNIT_RUNTIME_STORE_PEER_H
 #define TARNBASE_TESTS_UNIT_RUNTIME_STORE_PEER_H
 
@@ -9,11 +9,11 @@ namespace tarn::test {
 
 class Peer;
 
-// Runs in the other process. 0: all was as it should be.
+// Runs in the other process. 0: everything is as expected.
 using PeerBody = int (*)(Peer &, const char *path);
 
-// Forked when it is made: before that the test opens no store that the body opens,
-// or the other process would find the address range taken.
+// Forks in its constructor. Until then the test must not open a store that the body opens,
+// since the other process would inherit the mapping and find the address range taken.
 class Peer {
  public:
     Peer(PeerBody body, const char *path);
@@ -21,7 +21,7 @@ class Peer {
     Peer(const Peer &) = delete;
     Peer &operator=(const Peer &) = delete;
 
-    // Each side tells the other to go on, and waits for that. False: the other is gone.
+    // Lets the other side continue, and waits for it. False: it has ended.
     bool tell() const;
     bool await() const;
 
@@ -36,7 +36,7 @@ class Peer {
     int out_ = -1;
 };
 
-// Prints what is wrong in the other process.
+// Prints a failed condition of the other process.
 int complain(const char *what);
 
 #define TARN_PEER_EXPECT(condition) \

@@ -11,8 +11,8 @@
 namespace tarn::test {
 namespace {
 
-using runtime::ArenaState;
-using runtime::StoreHeader;
+using tarnbase::runtime::ArenaState;
+using tarnbase::runtime::StoreHeader;
 
 using StoreProcess = StoreFileTest;
 
@@ -21,7 +21,7 @@ int read_what_the_other_wrote(Peer &test, const char *path) {
     const OpenStore store(path);
     TARN_PEER_EXPECT(store.error == 0);
     std::uint64_t *number = store.find("number");
-    // The pointer in the block means the same here: the store lies at one address.
+    // The pointer in the block is valid here: the store has the same address.
     TARN_PEER_EXPECT(number != nullptr);
     TARN_PEER_EXPECT(number[0] == reinterpret_cast<std::uintptr_t>(number));
     TARN_PEER_EXPECT(number[1] == 4711);
@@ -74,7 +74,7 @@ TEST_F(StoreProcess, growth_by_one_process_is_seen_by_the_other) {
     EXPECT_EQ(store.describe().size, std::filesystem::file_size(path));
 }
 
-// Changes all over the store, in a transaction that is never ended.
+// Changes everywhere in the store, in a transaction that never ends.
 int stop_in_a_transaction(Peer &test, const char *path) {
     TARN_PEER_EXPECT(test.await());
     const OpenStore store(path);
@@ -97,7 +97,7 @@ int stop_in_a_transaction(Peer &test, const char *path) {
     for (;;) ::pause();
 }
 
-// The bytes of a file but for the header's words that transactions and growth move.
+// The bytes of a file, without the header's words that transactions and growth change.
 std::string settled_bytes(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     std::string bytes(std::filesystem::file_size(path), '\0');
@@ -157,7 +157,7 @@ TEST_F(KilledProcess, has_its_transaction_left_alone_while_it_lives) {
     EXPECT_EQ(store.find("number")[1], 200U);
 }
 
-// A block that is freed twice makes a commit report it, when half of it is done.
+// A block that is freed twice makes a commit trace it halfway through.
 int stop_in_a_commit(Peer &test, const char *path) {
     TARN_PEER_EXPECT(test.await());
     const OpenStore store(path);

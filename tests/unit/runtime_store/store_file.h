@@ -15,7 +15,7 @@ namespace tarn::test {
 
 inline constexpr kel_store_options small_options{small_capacity, nullptr};
 
-// A store file that is open. `error` tells why it isn't.
+// An open store file. `error` is the reason if it isn't open.
 class OpenStore {
  public:
     explicit OpenStore(const char *path) {
@@ -34,7 +34,7 @@ class OpenStore {
         kel_store_describe(store, &description);
         return description;
     }
-    // A block found under a key, and one that is made and put there.
+    // The block of a key, and a new block stored under a key.
     std::uint64_t *find(const char *key) const {
         return static_cast<std::uint64_t *>(loam_get_key(handle->arena, key));
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Store files: making and opening them, and what is said when that fails.
+// Store files: creating and opening them, and the error texts if that fails.
 #include "tests/unit/runtime_store/store_file.h"
 
 #include <cerrno>
@@ -11,7 +11,7 @@
 namespace tarn::test {
 namespace {
 
-using runtime::StoreHeader;
+using tarnbase::runtime::StoreHeader;
 
 class StoreFile : public StoreFileTest {
  protected:
@@ -25,7 +25,7 @@ class StoreFile : public StoreFileTest {
         kel_store_close(std::exchange(store, nullptr));
     }
 
-    // Expects that opening is an error, with that text behind the file's name.
+    // Expects that opening fails, with that text after the file's name.
     void expect_refused(std::uint32_t code, const std::string &text) {
         store = reinterpret_cast<kel_store *>(1);
         EXPECT_EQ(open(), code);
@@ -148,7 +148,7 @@ TEST_F(StoreFile, open_refuses_what_is_no_store) {
 TEST_F(StoreFile, open_refuses_one_of_a_newer_release_and_says_what_to_do) {
     create_and_close();
     overwrite(offsetof(StoreHeader, version), std::uint32_t{2});
-    // What else a newer header may hold doesn't count.
+    // The rest of a newer header is not read.
     overwrite(offsetof(StoreHeader, page_bytes), std::uint32_t{4096});
     const std::string text =
         "a store of format version 2, made by a newer release; this one reads version 1. Use the "
@@ -170,7 +170,7 @@ TEST_F(StoreFile, open_refuses_one_of_an_older_release_and_says_what_to_do) {
 
 TEST_F(StoreFile, open_refuses_one_of_the_other_byte_order_and_says_what_to_do) {
     create_and_close();
-    overwrite(0, __builtin_bswap64(runtime::store_magic));
+    overwrite(0, __builtin_bswap64(tarnbase::runtime::store_magic));
     expect_refused(EINVAL,
                    "a store of a machine with the other byte order. Move the data with tarnctl "
                    "export there and tarnctl import here");

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Small stores and repeatable chance, for the tests of this folder.
+// Small stores and repeatable random numbers, for the tests of this folder.
 #ifndef TARNBASE_TESTS_UNIT_RUNTIME_STORE_SUPPORT_H
 #define TARNBASE_TESTS_UNIT_RUNTIME_STORE_SUPPORT_H
 
@@ -23,7 +23,7 @@ namespace tarn::test {
 inline constexpr std::uint64_t small_capacity = 64ULL << 20;
 inline constexpr std::uint64_t least_capacity = 2ULL << 20;
 
-// A private store of little capacity, whose bytes are quickly compared.
+// A private store of small capacity, whose bytes are compared quickly.
 class SmallStore {
  public:
     explicit SmallStore(std::uint64_t capacity = small_capacity) {
@@ -79,12 +79,12 @@ class SmallStoreTest : public ::testing::Test {
     SmallStore store;
 };
 
-// Numbers that a seed alone decides.
+// Random numbers from a seed.
 class Chance {
  public:
     explicit Chance(std::uint32_t seed) : engine_(seed) {}
 
-    // From 0 up to, but without, `limit`.
+    // From 0 to `limit` - 1.
     std::uint64_t below(std::uint64_t limit) { return engine_() % limit; }
     std::vector<std::uint8_t> bytes(std::size_t length) {
         std::vector<std::uint8_t> made(length);

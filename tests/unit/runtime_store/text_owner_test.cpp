@@ -18,12 +18,12 @@ class TextOwner : public SmallStoreTest {
         }
     }
     char *allocate(kel_vstring *owner, std::uint32_t length, std::uint32_t tx = KEL_TX_NONE) {
-        return runtime::allocate_text(store.handle, tx, owner, length);
+        return tarnbase::runtime::allocate_text(store.handle, tx, owner, length);
     }
     void release(kel_vstring *owner, std::uint32_t tx = KEL_TX_NONE) {
-        runtime::release_text(store.handle, tx, owner);
+        tarnbase::runtime::release_text(store.handle, tx, owner);
     }
-    char *owned(kel_vstring *owner) { return runtime::owned_text(store.handle, owner); }
+    char *owned(kel_vstring *owner) { return tarnbase::runtime::owned_text(store.handle, owner); }
 
     std::vector<kel_vstring *> owners;
 };

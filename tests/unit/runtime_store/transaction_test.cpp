@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Transactions: what a rollback takes back and a commit keeps.
+// Transactions: what a rollback undoes and a commit keeps.
 #include <cerrno>
 #include <set>
 #include <string>
@@ -10,8 +10,8 @@
 namespace tarn::test {
 namespace {
 
-// Blocks of a store and what they should hold. Every block begins with a counter
-// that only deltas change, for the others write behind it.
+// Blocks of a store and their expected bytes. Every block begins with a counter that only
+// deltas change; all other writes are after it.
 class Blocks {
  public:
     struct Block {

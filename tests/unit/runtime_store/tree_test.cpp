@@ -13,9 +13,9 @@
 namespace tarn::test {
 namespace {
 
-using runtime::Balance;
-using runtime::Node;
-using runtime::to_node;
+using tarnbase::runtime::Balance;
+using tarnbase::runtime::Node;
+using tarnbase::runtime::to_node;
 
 struct Entry {
     kel_index_node node;
@@ -30,7 +30,7 @@ std::uint32_t compare(const kel_index_node *a, const kel_index_node *b) {
     return key_of(a) < key_of(b) ? 0 : key_of(a) == key_of(b) ? 1 : 2;
 }
 
-// Height of a subtree, whose links, order and balance are checked on the way.
+// The height of a subtree. Checks its links, order and balance.
 int check(const Node *node, const Node *parent, void **anchor, std::vector<int> &keys) {
     if (node == nullptr) return 0;
     EXPECT_EQ(node->parent(), parent);
@@ -46,7 +46,7 @@ int check(const Node *node, const Node *parent, void **anchor, std::vector<int> 
     return 1 + std::max(before, after);
 }
 
-// A tree whose anchor and nodes lie in the arena, each key with a node.
+// A tree with its anchor and nodes in the arena, and a node for each key.
 class Tree {
  public:
     Tree(SmallStore &store, int keys) : store_(store) {
@@ -81,7 +81,7 @@ class Tree {
         EXPECT_EQ(keys, std::vector<int>(wanted.begin(), wanted.end()));
     }
 
-    // The neighbours of a key, asked for with a node that may be in the tree or not.
+    // The neighbours of a key, found with a node that may or may not be in the tree.
     void expect_neighbours(const kel_index_node *node, const std::set<int> &wanted) const {
         const auto after = wanted.upper_bound(key_of(node));
         const auto from = wanted.lower_bound(key_of(node));
@@ -116,7 +116,7 @@ class RandomTree : public ::testing::TestWithParam<std::uint32_t> {
         const int key = any_key();
         Entry *entry = tree.entries[static_cast<std::size_t>(key)];
         if (chance.below(10) < inserts_of_ten) {
-            // A node that is linked must not be linked again: an equal one is.
+            // A linked node must not be linked again, but an equal one may be tried.
             Entry twin{{}, key};
             Entry *inserted = model.contains(key) ? &twin : entry;
             EXPECT_EQ(tree.insert(inserted, tx), model.insert(key).second);
@@ -135,7 +135,7 @@ TEST_P(RandomTree, answers_as_a_set_does_after_every_step) {
         tree.expect_keys(model);
         const int key = any_key();
         tree.expect_node(tree.find(key), model.contains(key) ? key : -1);
-        // The node itself, in the tree or taken out of it, and one that never was.
+        // The node itself, linked or unlinked, and one that was never linked.
         const Entry probe{{}, key};
         tree.expect_neighbours(&tree.entries[static_cast<std::size_t>(key)]->node, model);
         tree.expect_neighbours(&probe.node, model);
@@ -218,8 +218,8 @@ TEST_F(TreeOf20, a_byte_copy_of_a_node_finds_the_neighbours_by_its_key) {
     }
 }
 
-// Every position in the tree, given every key: far below and above, of another node, its
-// own. The tree is in order but for that one node.
+// Every position in the tree with every key: far below, far above, another node's, its own.
+// The tree is in order except for that node.
 TEST_F(TreeOf20, a_node_whose_key_was_changed_in_place_has_the_neighbours_of_its_key) {
     for (Entry *entry : tree.entries) {
         const int old_key = entry->key;

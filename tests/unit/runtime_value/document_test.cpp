@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Parsing documents of unknown origin, and walking their elements.
+// Parsing untrusted documents, and walking their elements.
 #include <vector>
 
 #include "tests/unit/runtime_value/support.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which operations each value type has, and what all of them do with an error that is
-// set on entry.
+// Which operations each value type has, and what all of them do if an error is set on
+// entry.
 #include <dlfcn.h>
 
 #include <string>
@@ -63,7 +63,7 @@ class OperationSets : public ValueTest {
     static void *find(const ValueType &type, const std::string &operation) {
         return dlsym(RTLD_DEFAULT, (std::string(type.name) + "_" + operation).c_str());
     }
-    // The arguments behind handle and transaction, as the operation takes them.
+    // The arguments after handle and transaction, as the operation takes them.
     std::vector<Word> arguments(const std::string &operation) {
         const Word value = word(value_);
         const Word error = word(&err);
@@ -115,7 +115,7 @@ TEST_F(OperationSets, AnErrorOnEntryIsTheEndOfEveryOperationThatTakesOne) {
             if ((operation.sets & type.set) == 0 || !takes_error) continue;
             SCOPED_TRACE(std::string(type.name) + "_" + name);
             std::memset(value_, type.set == scalar ? 9 : 0, 32);
-            // A modified mark, and a truth.
+            // A modified mark and a boolean.
             if (type.set != scalar) static_cast<kel_object *>(value_)->flags = 128;
             if (type.set == boolean) static_cast<kel_boolean *>(value_)->value = 1;
             const std::string before(static_cast<const char *>(value_), 32);
@@ -124,7 +124,7 @@ TEST_F(OperationSets, AnErrorOnEntryIsTheEndOfEveryOperationThatTakesOne) {
             err = 5;
             handle->last_error = 22;
             const HookRecorder hooks(handle);
-            // A narrow result leaves the rest of the register as it was.
+            // A narrow result leaves the rest of the register unchanged.
             const auto answer = static_cast<std::uint8_t>(run(find(type, name), name));
             const bool answers_nothing = name == "set" || name == "set_value" ||
                                          name == "from_xml" || name == "initialize" ||

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The frame services of printed texts.
+// The services for blanks and formatted text.
 #include "tests/unit/runtime_value/support.h"
 
 namespace tarn::test {
@@ -53,7 +53,7 @@ TEST_F(PrintServices, ArgumentsAreFormattedLikeSnprintfDoes) {
     EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 20, &err, "%s[%d]%c", "minute", 12, '!'),
               11U);
     EXPECT_STREQ(buffer.c_str(), "minute[12]!");
-    // Full to the character, which formats the arguments a second time.
+    // A text that fills the buffer exactly formats the arguments a second time.
     EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 11, &err, "%s[%d]%c", "MINUTE", 34, '?'),
               11U);
     EXPECT_EQ(buffer.substr(0, 11), "MINUTE[34]?");

@@ -135,7 +135,7 @@ TYPED_TEST(Scalars, TheWireFormIsLittleEndianOfTheTypesWidthAndComesBack) {
         std::memset(buffer, 0xee, sizeof buffer);
         *this->field = value;
         EXPECT_EQ(Op::len(this->handle, this->tx, this->field), sizeof(Plain));
-        // An address that isn't aligned is as good as any.
+        // The address need not be aligned.
         ASSERT_EQ(
             Op::marshal(this->handle, this->tx, buffer + 1, this->field, sizeof(Plain), &this->err),
             sizeof(Plain));
@@ -169,7 +169,7 @@ TYPED_TEST(Scalars, TooLittleRoomOnTheWireIsError90AndChangesNothing) {
     using Plain = typename TypeParam::Plain;
     *this->field = 3;
     for (std::uint32_t room = 0; room < sizeof(Plain); ++room) {
-        // Exactly as long as the room, so that a byte too far is found out.
+        // Exactly as long as the text, so that a sanitizer finds a byte too many.
         std::vector<std::uint8_t> buffer(room + 1, 0xee);
         buffer.resize(room);
         EXPECT_EQ(Op::marshal(this->handle, this->tx, buffer.data(), this->field, room, &this->err),

@@ -31,8 +31,8 @@ inline Document parse(std::string_view text) {
 // A private store and handle, with makers of live values in the arena.
 class ValueTest : public PlainTest {
  protected:
-    // The map of texts is made with its first entry and goes with its last: one text
-    // that stays lets tests count the blocks of theirs.
+    // The map of texts is allocated with its first entry and freed with its last. One text
+    // that stays lets tests count only their own blocks.
     ValueTest() { make_string("a text that stays for the length of the test"); }
 
     template <typename T>

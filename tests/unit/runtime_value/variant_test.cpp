@@ -5,7 +5,7 @@
 namespace tarn::test {
 namespace {
 
-// A type of three variants, and the same type as another build of it knows it.
+// A type of three variants, and the same type as another build has it.
 kel_variant_usage usages[3] = {{0, 16, 0, 0, 0, 0}, {1, 24, 0, 0, 0, 0}, {2, 32, 0, 0, 0, 0}};
 kel_variant_info three_variants = {3, usages};
 kel_variant_info one_variant = {1, usages};

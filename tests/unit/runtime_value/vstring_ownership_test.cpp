@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Who owns a text: nothing leaks, nothing is freed twice, whatever is copied over
-// whatever, and a rollback brings all of it back.
+// Ownership of texts: nothing leaks and nothing is freed twice, whichever strings are
+// copied over others, and a rollback restores everything.
 #include <map>
 #include <random>
 #include <vector>
@@ -173,7 +173,7 @@ TEST_F(TextOwnership, AfterARollbackEveryByteOfTheStoreIsAsItWas) {
     ASSERT_EQ(kel_transaction_rollback(handle, tx), 0U);
     tx = KEL_TX_NONE;
     EXPECT_TRUE(before.changes().empty()) << to_text(before.changes());
-    // The strings own what they owned: both long texts can be given back.
+    // Ownership is unchanged: both long texts can be freed.
     EXPECT_EQ(session.blocks(), blocks);
     destroy(a);
     destroy(b);

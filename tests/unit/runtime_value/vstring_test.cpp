@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a string holds: its text at every length, its order, its hash, its wire
+// What a string contains: its text at every length, its order, its hash, its wire
 // form. Who owns the text is tested in vstring_ownership_test.cpp.
 #include <algorithm>
 #include <random>
@@ -119,7 +119,7 @@ TEST_F(Vstring, AnErrorOnEntryStopsEveryOperation) {
 }
 
 TEST_F(Vstring, ATextTooLongForASigned32BitLengthIsRefused) {
-    // Only the length is looked at, and four bytes for the prefix.
+    // Only the length is read, and four bytes for the prefix.
     kel_vstring_assign(handle, tx, string, "x", 0xffffffffU, &err);
     expect_error(22);
     kel_vstring huge;
@@ -174,7 +174,7 @@ TEST_F(Vstring, AHostileLengthNeverReadsBeyondTheBuffer) {
          {1U, 5U, 0x7fffffffU, 0x80000000U, 0xfffffffcU, 0xffffffffU}) {
         for (const std::uint32_t extra : {0U, 1U, 4U}) {
             if (length <= extra) continue;
-            // On the heap and exactly as long as told.
+            // On the heap and of exactly the given length.
             std::vector<char> buffer(4 + extra);
             std::memcpy(buffer.data(), &length, sizeof length);
             EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer.data(), string, 4 + extra, 0, &err),
@@ -198,7 +198,7 @@ TEST_F(Vstring, UnmarshalTakesItsOwnBytesOnly) {
     expect_error(2);
 }
 
-// The order that the strings promise.
+// The documented order of strings.
 int model_order(const std::string &a, const std::string &b) {
     if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
     const int order = std::memcmp(a.data(), b.data(), a.size());

@@ -9,8 +9,8 @@ namespace {
 
 class Wire : public ValueTest {
  protected:
-    // Expects `bytes` from a writer, and error 90 with nothing written for any
-    // room that is too small.
+    // Expects `bytes` from a writer, and EMSGSIZE with nothing written for every smaller
+    // buffer.
     void expect_written(const std::vector<std::uint8_t> &bytes,
                         const std::function<std::uint32_t(void *, std::uint32_t)> &write) {
         const auto length = static_cast<std::uint32_t>(bytes.size());
@@ -30,7 +30,7 @@ class Wire : public ValueTest {
         EXPECT_EQ(buffer, bytes);
     }
 
-    // Expects a reader to take all of `bytes`, and error 90 for any part of them.
+    // Expects a reader to take all of `bytes`, and EMSGSIZE for every shorter part.
     void expect_read(const std::vector<std::uint8_t> &bytes,
                      const std::function<std::uint32_t(const void *, std::uint32_t)> &read) {
         const auto length = static_cast<std::uint32_t>(bytes.size());

@@ -142,7 +142,7 @@ TEST_F(XmlServices, ElementsOfOneNameAreReadByTheirIndex) {
     expect_error(2);
 }
 
-// Elements `a` and `m` in each other, each `m` with a number of its own in front.
+// Nested elements `a` and `m`; each `m` begins with a number of its own.
 void grow(std::string &text, std::mt19937 &random, int depth, int &number) {
     for (auto i = random() % 5; i > 0; --i) {
         const std::string name = random() % 2 == 0 ? "a" : "m";
