@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a field access costs, beside the floor of a plain load through a function
-// that the compiler can't see through.
+// The cost of a field access, compared with a plain load in a function that isn't
+// inlined.
 #include <benchmark/benchmark.h>
 
 #include "bench/session.h"

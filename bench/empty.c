@@ -1,3 +1,3 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The floor of load_time: a program that does nothing. */
+/* The baseline of load_time: a program that does nothing. */
 int main(void) { return 0; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The C++ interface beside the C calls that it stands on, in one process run. Each pair does
-// the same, in the way that each language's author would write it.
+// Compares the C++ interface with the C calls that it uses, in one process run. Each pair does
+// the same, written idiomatically in each language.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -17,7 +17,7 @@ using Services = tarn::table<tarn::service_type_info>;
 
 constexpr std::uint32_t servers = 1000;
 
-// One store for both languages, so that a pair works on the same bytes.
+// One store for both languages, so that a pair uses the same bytes.
 struct Place {
     tarn::store store = tarn::store::create_private();
     tarn::session session{store};
@@ -126,7 +126,7 @@ void FaceFind(benchmark::State &state) {
     }
 }
 
-// ---- Searching by a key of two parts. In C its object lies in the store.
+// ---- Searching by a key of two parts. In C its object is in the store.
 
 struct ServicePlace {
     Services table = Services::open_or_create(place().session, "bench");
@@ -205,7 +205,7 @@ void FaceWalk(benchmark::State &state) {
     state.SetItemsProcessed(state.iterations() * servers);
 }
 
-// ---- A record's road: made, filled, inserted, taken out, destroyed
+// ---- A record is made, filled, inserted, removed and destroyed
 
 void CInsertErase(benchmark::State &state) {
     kel_handle *handle = place().handle;

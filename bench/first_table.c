@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* What load_time compares with the floor: load the libraries, open a first table. */
+/* Loads the libraries and opens a first table; load_time compares it with empty.c. */
 #include "tarnbase/embedded.h"
 #include "tarnbase/tables/tbl_ldap_conn.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// How long it takes to load the libraries and open a first table, above an empty
-// program. The two programs run in turn, so that a busy machine slows both.
+// Measures how much longer it takes to load the libraries and open a first table than to
+// run an empty program. The two programs run alternately, so that a busy machine slows both.
 //   load_time EMPTY FIRST_TABLE [RUNS]
 #include <spawn.h>
 #include <sys/wait.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a record costs: insert, search, walk, marshal; beside a std::map that gets the
-// same keys in the same order, in the same process.
+// The cost of insert, search, walk and marshal, compared with a std::map with the same keys
+// in the same order, in the same process.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t batch = 1000;  // records a transaction
+constexpr std::uint32_t batch = 1000;  // records per transaction
 
 // The numbers below `count`, shuffled; the same for the same seed.
 std::vector<std::uint32_t> shuffled(std::uint32_t count, std::uint32_t seed) {
@@ -24,8 +24,8 @@ std::vector<std::uint32_t> shuffled(std::uint32_t count, std::uint32_t seed) {
 
 std::vector<std::uint32_t> order_of_insertion(std::uint32_t count) { return shuffled(count, 1); }
 
-// The names to search, in an order that matters: records lie in memory as they were
-// inserted, and a search in that order meets them in the cache.
+// The names to search. Their order matters: records are in memory in the order of insertion,
+// and a search in that order finds them in the cache.
 std::vector<std::string> names_to_search(const benchmark::State &state) {
     const auto count = static_cast<std::uint32_t>(state.range(0));
     std::vector<std::string> names;
