@@ -141,6 +141,7 @@ class basic_table_reader {
     /// Returns: the table's block, for calls of the C interface.
     kel_table *c_table() const noexcept { return table_; }
 
+    /// @cond
  protected:
     static constexpr std::size_t luid_size = 16;
 
@@ -202,6 +203,7 @@ class basic_table_reader {
  protected:
     kel_handle *handle_;
     kel_table *table_;
+    /// @endcond
 };
 
 }  // namespace tarn
