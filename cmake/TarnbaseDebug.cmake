@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-# What is installed is stripped. Its debug information goes to .debug/<file>.debug beside it,
-# where a debugger looks for it; that is the component Debug, which is installed only by name.
-# A packager whose tools do this themselves turns it off.
+# Installed files are stripped. Their debug information goes to .debug/<file>.debug in the same
+# folder, where debuggers look for it. It is the component Debug, which is installed only when
+# named. A packager whose tools do this turns it off.
 option(TARNBASE_SPLIT_DEBUG "Strip what is installed and keep debug information apart" ON)
 
 #   tarnbase_split_debug(<target> <component> <folder>)
-#     Strips the file of the target after it was installed into the folder as part of the
-#     component. To be called after install(TARGETS).
+#     Strips the target's file after it is installed in the folder as part of the component.
+#     Call it after install(TARGETS).
 function(tarnbase_split_debug target component folder)
   if(NOT TARNBASE_SPLIT_DEBUG)
     return()

@@ -25,43 +25,43 @@ if(TARNBASE_SANITIZE)
   add_link_options(-fsanitize=${TARNBASE_SANITIZE})
 endif()
 
-# For what isn't installed, or whose speed doesn't count: it takes half the time to compile.
-# Holds for the folder that calls it and for those below.
+# For targets that aren't installed or needn't be fast: halves the compile time. Applies to
+# the folder that calls it and its subfolders.
 macro(tarnbase_compile_lightly)
   add_compile_options($<$<CONFIG:Release>:-O1> $<$<CONFIG:Release>:-g1>)
 endmacro()
 
-# Symbols are bound and relocated data is read-only before anything runs; code and its
-# data stay apart. A build has an identity, by which debug information is found.
+# Symbols are bound and relocated data is read-only before anything runs; the stack isn't
+# executable. Debug information is found by the build id.
 include(CheckPIESupported)
 check_pie_supported()
 add_link_options(LINKER:-z,relro,-z,now,-z,text,-z,noexecstack
                  LINKER:--build-id)
 
-# What is released must not tell where it was built: two builds give the same bytes.
+# Released files must not contain the folder of the build, so that builds are reproducible.
 # A debugger finds the sources with `set substitute-path /usr/src/tarnbase FOLDER`.
 set(released OFF)
 if(CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel|None)$")
   set(released ON)
 endif()
-option(TARNBASE_MAP_PATHS "Write /usr/src/tarnbase for the source folder in what is built"
+option(TARNBASE_MAP_PATHS "Replace the source folder with /usr/src/tarnbase in built files"
        ${released})
 if(TARNBASE_MAP_PATHS)
-  # The build folder second: it may lie in the source folder.
+  # The build folder comes second: it may be inside the source folder.
   add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=/usr/src/tarnbase
                       -ffile-prefix-map=${PROJECT_BINARY_DIR}=/usr/src/tarnbase/build)
 endif()
 
-# The public headers, and the root for the headers of our own rooms.
+# The public headers.
 add_library(tarnbase_headers INTERFACE)
 target_include_directories(tarnbase_headers INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
-# A room of the library: objects that link into libtarnbase and into tests.
-# The library's only imports are the runtime's services and libc, hence no
-# exceptions and no run-time types.
-function(tarnbase_room name)
+# A part of the library: objects that are linked into libtarnbase and into tests.
+# The library imports only the runtime's services and libc, so it has no exceptions
+# and no run-time type information.
+function(tarnbase_object_library name)
   add_library(${name} OBJECT ${ARGN})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC tarnbase_headers)

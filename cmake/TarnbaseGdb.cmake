@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #   tarnbase_gdb(<library target> SCHEMA <schema target> [OUTPUT_NAME <name>])
-#     Writes <library file>-gdb.py beside the library, where gdb looks for it: what the
-#     schema compiler tells of the types, and the printers. The library's property
+#     Writes <library file>-gdb.py next to the library, where gdb looks for it: the schema
+#     compiler's description of the types, and the printers. The library's property
 #     TARNBASE_GDB is the file.
 function(tarnbase_gdb target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "SCHEMA" "")

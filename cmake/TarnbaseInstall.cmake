@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-# What gets installed, in components: Runtime is libtarnbase, EmbeddedRuntime is
-# libtarnbase-runtime, Development what a program is built with, Tools the programs,
-# Documentation all that is read and Debug the debug information of the rest.
-# docs/packaging.md tells how they are used.
+# The installed files, in components: Runtime is libtarnbase, EmbeddedRuntime is
+# libtarnbase-runtime, Development the headers and build files, Tools the programs,
+# Documentation the documents and Debug the debug information of the others.
+# docs/packaging.md describes their use.
 include(CMakePackageConfigHelpers)
 include(TarnbaseDebug)
 
-# tarnbase::headers comes with either library; tarnbase::embedded is both.
+# tarnbase::headers is part of either library; tarnbase::embedded is both.
 add_library(tarnbase_embedded INTERFACE)
 add_library(tarnbase::embedded ALIAS tarnbase_embedded)
 target_link_libraries(tarnbase_embedded INTERFACE tarnbase tarnbase_runtime)
@@ -25,8 +25,8 @@ tarnbase_split_debug(tarnbase Runtime ${CMAKE_INSTALL_LIBDIR})
 tarnbase_split_debug(tarnbase_runtime EmbeddedRuntime ${CMAKE_INSTALL_LIBDIR})
 
 #   tarnbase_install_program(<target> <component> [EXCLUDE_FROM_ALL])
-#     Installs a program that finds the libraries from where it is itself, so that a tree
-#     can be moved. Below /usr the system's loader finds them.
+#     Installs a program that finds the libraries relative to itself, so that the installed
+#     tree can be moved. In /usr the system's loader finds them.
 function(tarnbase_install_program target component)
   if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
@@ -55,8 +55,8 @@ install(FILES ${PROJECT_BINARY_DIR}/package/tarnbaseConfig.cmake
               ${PROJECT_BINARY_DIR}/package/tarnbaseConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT Development)
 
-# A .pc file finds its prefix from where it stands itself, so that a tree can be moved;
-# a folder that was given as an absolute path stays where it is.
+# A .pc file finds its prefix relative to itself, so that the installed tree can be moved; a
+# folder given as an absolute path is not relative.
 function(tarnbase_pc_folder variable folder)
   if(IS_ABSOLUTE ${folder})
     set(${variable} ${folder} PARENT_SCOPE)
@@ -81,7 +81,7 @@ foreach(name IN ITEMS tarnbase tarnbase-runtime tarnbase-embedded)
     DESTINATION ${pc_dir} COMPONENT Development)
 endforeach()
 
-# The guides and the examples; docs/ itself adds the reference and the manual pages.
+# The guides and the examples; docs/CMakeLists.txt adds the reference and the manual pages.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/HACKING.md
               ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md ${PROJECT_SOURCE_DIR}/SECURITY.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Documentation)

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-# The bill of materials: written when all else is installed, of what was installed then,
-# or in earlier runs for other components. To be included last.
+# The bill of materials. It is written at the end of an installation and covers all
+# installed files, also those that earlier runs installed for other components. Include
+# this file last.
 find_package(Python3 COMPONENTS Interpreter)
 if(NOT Python3_FOUND)
   message(STATUS "No Python: the bill of materials won't be installed")

@@ -1,15 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
-# From a schema to a library.
+# Builds a library from a schema.
 #
 #   tarnbase_schema(<target> MODULE <file> [SHARDS <n>])
-#     Runs the schema compiler at build time and compiles what it makes into the
-#     object library <target>; linking to it gives the generated headers too. Its
-#     property TARNBASE_OUT is the output folder.
+#     Runs the schema compiler at build time and compiles its output into the object
+#     library <target>; linking it also provides the generated headers. Its property
+#     TARNBASE_OUT is the output folder.
 #
 #   tarnbase_library(<target> SCHEMA <schema target> [OUTPUT_NAME <name>])
-#     A shared library of the rooms frame, object and table and of a schema. It
-#     exports what the schema compiler lists and nothing else, and carries the schema
-#     manifest.
+#     A shared library of frame, object, table and a schema. It exports exactly the
+#     names that the schema compiler lists, and contains the schema manifest.
 
 function(tarnbase_schema target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "MODULE;SHARDS" "")
@@ -19,8 +18,8 @@ function(tarnbase_schema target)
   get_filename_component(module ${arg_MODULE} ABSOLUTE)
   set(out ${CMAKE_CURRENT_BINARY_DIR}/${target})
 
-  # Only these names are known before the compiler has run. Of them, schema.h and
-  # the shards change with any header or stamp, so that the build notices.
+  # Only these names are known before the compiler has run. schema.h and the shards
+  # change with every other header and stamp, so dependents are rebuilt.
   set(sources ${out}/module.cpp ${out}/layout_check.cpp)
   math(EXPR last "${arg_SHARDS} - 1")
   foreach(i RANGE ${last})
@@ -40,7 +39,7 @@ function(tarnbase_schema target)
     VERBATIM)
   add_custom_target(${target}_made DEPENDS ${out}/made)
 
-  tarnbase_room(${target} ${sources})
+  tarnbase_object_library(${target} ${sources})
   add_dependencies(${target} ${target}_made)
   target_include_directories(${target} PUBLIC ${out}/include PRIVATE ${out})
   set_target_properties(${target} PROPERTIES TARNBASE_OUT ${out} TARNBASE_MODULE ${module})
@@ -56,15 +55,15 @@ function(tarnbase_library target)
   if(arg_OUTPUT_NAME)
     set_target_properties(${target} PROPERTIES OUTPUT_NAME ${arg_OUTPUT_NAME})
   endif()
-  # The linker of C: a reference to the C++ library must not slip in. The runtime's
-  # services stay undefined until a program brings a runtime, so nothing here may
-  # ask for all symbols to be defined.
+  # Linked as C, so that a reference to the C++ library is an error. The runtime's
+  # services are undefined until a program provides a runtime, so no option here may
+  # require all symbols to be defined.
   set_target_properties(${target} PROPERTIES
     LINKER_LANGUAGE C
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${out}/exports.map)
-  # The schema manifest goes into a section of its own that the loader doesn't map.
+  # The schema manifest is in its own section, which the loader doesn't map.
   get_target_property(module ${arg_SCHEMA} TARNBASE_MODULE)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND tarnc ${module} --section ${out}/orvan.bin
