@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Reads the public headers for what is made of them: the API reference and man pages.
+"""Parses the public headers, for the API reference and the manual pages.
 
-A header is a run of parts. A comment stands for the declarations that follow it up
-to the next comment or blank line. The first comment behind the licence is the
+A header is a sequence of parts. A comment documents the declarations that follow it, up
+to the next comment or blank line. The first comment after the licence is the
 file's; `/* ---- Stores ---- */` begins a section.
 """
 import re
@@ -16,7 +16,7 @@ CALL = re.compile(r"^(KEL_\w+)\((.*)\)$")
 
 class Part:
     """A piece of a header. `kind` is one of blank, comment, section, file, directive,
-    define, call and declaration; `comment` are the lines that stand for it."""
+    define, call and declaration; `comment` are the lines that document it."""
 
     def __init__(self, kind, lines):
         self.kind = kind
@@ -30,7 +30,7 @@ class Part:
 
 
 def comment_lines(text):
-    """The prose of a comment, line for line, without its marks."""
+    """The text of a comment, line for line, without its marks."""
     inner = text.strip()[2:-2].strip("\n")
     lines = [re.sub(r"^\s*\* ?", "", line).rstrip() for line in inner.split("\n")]
     lines = [line.strip() if i == 0 else line for i, line in enumerate(lines)]
@@ -52,7 +52,7 @@ def _is_complete(text):
 
 
 def _take(lines, i):
-    """The kind of the part at line `i`, and the line behind it."""
+    """The kind of the part at line `i`, and the line after it."""
     line = lines[i]
     if not line.strip():
         return "blank", i + 1
@@ -75,7 +75,7 @@ def _take(lines, i):
 
 
 def read(text):
-    """The parts of a header; their lines together are the text."""
+    """The parts of a header; joined, their lines are the text."""
     lines = text.split("\n")
     parts = []
     i = 0
@@ -120,7 +120,7 @@ def file_comment(parts):
 
 
 def declared_name(part):
-    """The name that a declaration or a macro gives, or None."""
+    """The name that a declaration or a macro declares, or None."""
     code = " ".join(COMMENT.sub(" ", part.text).split())
     if part.kind == "define":
         return re.match(r"#define (\w+)", code).group(1)
@@ -161,11 +161,11 @@ def members(part):
         words = " ".join(statement.split())
         if words == "KEL_OBJECT_HEADER" or (words.endswith(";") and
                                             words.count("{") == words.count("}")):
-            behind = end_of_line.match(body, position)
+            after = end_of_line.match(body, position)
             lines = before
-            if behind:
-                lines = before + comment_lines(behind.group(1))
-                position = behind.end()
+            if after:
+                lines = before + comment_lines(after.group(1))
+                position = after.end()
             found.append((words, [line.strip() for line in lines]))
             statement, before = "", []
     return found
@@ -178,7 +178,7 @@ def enumerators(part):
 
 
 def macros(parts):
-    """The macros that stand for declarations: name to (parameters, declarations)."""
+    """The macros that expand to declarations: name to (parameters, declarations)."""
     found = {}
     for part in parts:
         if part.kind != "define":
@@ -193,7 +193,7 @@ def macros(parts):
 
 
 def expand(name, arguments, known):
-    """The declarations that a call of one of `known` stands for."""
+    """The declarations that a call of one of `known` expands to."""
     parameters, body = known[name]
     given = dict(zip(parameters, arguments))
     body = re.sub(r"\b(%s)(?:##|\b)" % "|".join(parameters), lambda m: given[m.group(1)], body)
@@ -211,21 +211,21 @@ def expand(name, arguments, known):
 
 
 def value_operations(comment):
-    """What the comment of value.h tells of each operation: name to lines."""
-    told = {}
+    """The description of each operation in value.h's comment: name to lines."""
+    found = {}
     names = []
     for line in comment:
         head = re.match(r"^  (\w+(?:, \w+)*)(?:\s{2,}(\S.*))?$", line)
         if head and not line.startswith("   "):
             names = head.group(1).split(", ")
             for name in names:
-                told[name] = [head.group(2)] if head.group(2) else []
+                found[name] = [head.group(2)] if head.group(2) else []
         elif line.startswith("      ") and names:
             for name in names:
-                told[name].append(line.strip())
+                found[name].append(line.strip())
         else:
             names = []
-    return told
+    return found
 
 
 def paragraphs(comment):

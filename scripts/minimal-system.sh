@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
-# A Debian of this machine's own release in a folder, from this machine's own package sources.
-# To be sourced. Takes root and mmdebstrap.
+# Makes a Debian system of this machine's release in a folder, from this machine's package
+# sources. To be sourced. Needs root and mmdebstrap.
 #
-#   make_minimal_system FOLDER               nothing but the base system
+#   make_minimal_system FOLDER               installs only the base system
 #   in_minimal_system FOLDER COMMAND...      runs a command there, as root
 
 make_minimal_system() {
@@ -13,11 +13,11 @@ make_minimal_system() {
     for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources; do
         [ ! -s "$file" ] || sources+=("$file")
     done
-    # What this machine needs to reach them, such as a proxy.
+    # This machine's settings for them, such as a proxy.
     local options
     options=$(mktemp)
     apt-config dump | grep -E '^Acquire::(http|https|ftp|Check-[A-Za-z-]+|Retries)\b' >"$options" || true
-    # The package lists stay: packages are installed next.
+    # Keep the package lists: packages are installed next.
     local status=0
     mmdebstrap --quiet --variant=minbase --skip=cleanup/apt/lists --aptopt="$options" \
         "$codename" "$folder" "${sources[@]}" || status=$?
@@ -27,7 +27,7 @@ make_minimal_system() {
     [ ! -f $certificates ] || install -D -m 644 $certificates "$folder$certificates"
 }
 
-# In name spaces of its own, so that nothing stays mounted and no process stays.
+# Uses its own namespaces, so that no mount and no process remains.
 in_minimal_system() {
     local folder=$1 name
     local -a environment=(PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin

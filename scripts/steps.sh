@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
-# The steps of a script: which of how many, how long each takes, and what it says in a log of
-# its own, shown if it fails. To be sourced from the root, under `set -euo pipefail`.
+# Prints the steps of a script, with their number and time. The output of a step goes to its
+# own log, whose end is shown if it fails. To be sourced from the root, under
+# `set -euo pipefail`.
 #
-#   steps NAME COUNT          begins; the logs are build/logs/NAME-1.log and so on
+#   steps NAME COUNT          starts; the logs are build/logs/NAME-1.log and so on
 #   step TEXT COMMAND...      runs a command or a function as the next step
-#   step_header TEXT          begins a step whose output is shown as it comes
+#   step_header TEXT          starts a step whose output is shown directly
 
 step_name='' step_count=0 step_number=0 step_log=''
 export NINJA_STATUS='[%f/%t] '
@@ -32,7 +33,7 @@ step() {
     echo "      done in $((SECONDS - began)) s"
 }
 
-# On a terminal the count of a build is shown while it grows.
+# On a terminal the progress of a build is shown.
 keep_log() {
     if [ ! -t 1 ]; then
         cat >"$step_log"

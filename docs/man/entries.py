@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What a header declares, as the parts of a manual page."""
+"""The declarations of a header, as the parts of a manual page."""
 import re
 
 import headers
-from roff import bold, fold, prose, told, told_in_item
+from roff import bold, fold, formatted, formatted_item, prose
 
 
 def prototype(part):
@@ -31,7 +31,7 @@ def selection(parts, section):
 
 
 def entries(parts):
-    """Functions and data in their order, those with one comment together."""
+    """Functions and data in order, grouped by their common comment."""
     groups = []
     for part in parts:
         if part.kind == "section":
@@ -73,12 +73,12 @@ def types(parts):
         name = headers.declared_name(part)
         if part.text.startswith("typedef enum"):
             out.append(f".SS enum {name}")
-            out.extend(told(part.comment or []))
+            out.extend(formatted(part.comment or []))
             for enumerator, lines in headers.enumerators(part):
                 out.extend([".TP", bold(enumerator), prose(" ".join(lines))])
         elif "{" in part.text:
             out.append(f".SS struct {name}")
-            out.extend(told(part.comment or []))
+            out.extend(formatted(part.comment or []))
             for declaration, lines in headers.members(part):
                 declaration = re.sub(r"union \{.*\} ", "union { ... } ", declaration)
                 if declaration == "KEL_OBJECT_HEADER":
@@ -87,15 +87,15 @@ def types(parts):
                 out.extend([".TP", bold(declaration), prose(" ".join(lines))])
         elif "(*" in part.text:
             out.extend([".PP", ".nf"] + [bold(line) for line in fold(prototype(part))] + [".fi"])
-            out.extend([".RS 4"] + told_in_item(part.comment or []) + [".RE"])
+            out.extend([".RS 4"] + formatted_item(part.comment or []) + [".RE"])
         elif part.comment:
             out.append(f".SS struct {name}")
-            out.extend(told_in_item(part.comment))
+            out.extend(formatted_item(part.comment))
     return out
 
 
 def functions(groups, rename=lambda text: text, starts=None):
-    """Each function with its comment; `starts` has the headings by the name that they precede."""
+    """Each function with its comment; `starts` maps a name to the heading before it."""
     out = []
     for comment, group in groups:
         if group is None:
@@ -109,5 +109,5 @@ def functions(groups, rename=lambda text: text, starts=None):
         for i, name in enumerate(shown):
             out.extend([".TP" if i == 0 else ".TQ",
                         bold(name) + (", " + bold("..._unsafe") if twin else "")])
-        out.extend(told_in_item([rename(line) for line in comment]))
+        out.extend(formatted_item([rename(line) for line in comment]))
     return out

@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The pages of what is made from the schema: a family's operations, and each item's own."""
+"""The pages generated from the schema: a family's operations, and one for each item."""
 import os
 import re
 
 import headers
 from entries import entries, functions, prototype
-from roff import Page, bold, fold, prose, see_also, told
+from roff import Page, bold, fold, formatted, prose, see_also
 
-# Title, and the name of the first operation below it.
+# Title, and the name of the section's first operation.
 TABLE_SECTIONS = [
     ("Opening, counting, closing", r"_table_open$"),
     ("Records and their objects", r"_create_record$"),
@@ -19,11 +19,11 @@ TABLE_SECTIONS = [
     ("Delivering events", r"_table_record_create_cb$"),
     ("Keys as text and on the wire", r"_pkey_print$"),
     ("Text, XML and wire", r"_table_record_print$"),
-    ("Taking part in events", r"_table_record_create_handler$"),
+    ("Handling events", r"_table_record_create_handler$"),
 ]
 
 STRUCTURE_SECTIONS = [
-    ("Life", r"_create$"),
+    ("Creating and destroying", r"_create$"),
     ("Variants, marks and state", r"_is_valid_cr$"),
     ("Access, order and hash", r"_get$"),
     ("Wire", r"_marshal$"),
@@ -34,7 +34,7 @@ STRUCTURE_SECTIONS = [
 ]
 
 ENUMERATION_SECTIONS = [
-    ("Life", r"_create$"),
+    ("Creating and destroying", r"_create$"),
     ("Values", r"_map_to_user_value$"),
     ("Wire, marks, text and XML", r"_marshal$"),
 ]
@@ -51,7 +51,7 @@ def headings(names, sections):
 
 
 def prototypes(groups, starts, rename=lambda text: text):
-    """For the synopsis; without the twins `_unsafe`, which have the same parameters."""
+    """The prototypes of a synopsis, without `_unsafe` forms, which have the same parameters."""
     shown = []
     for _, group in groups:
         if rename(headers.declared_name(group[0])) in starts:
@@ -63,13 +63,13 @@ def prototypes(groups, starts, rename=lambda text: text):
 
 
 def declarations(path, keep=lambda name: True):
-    """The functions and data of a header in groups, as far as `keep` wants the first name."""
+    """The functions and data of a header in groups, those for whose first name `keep` is true."""
     return [group for group in entries(headers.read_file(path))
             if group[1] and keep(headers.declared_name(group[1][0]))]
 
 
 def family_page(name, about, intro, path, renames, sections, keep, version, more=()):
-    """A family's page, from the headers of one item: `more` adds fields of another one."""
+    """A family's page, from the headers of one item; `more` adds fields of another one."""
     def rename(text):
         for pattern, replacement in renames:
             text = re.sub(pattern, replacement, text)
@@ -91,15 +91,15 @@ def family_page(name, about, intro, path, renames, sections, keep, version, more
 
 TABLE_INTRO = [
     "Every table of the schema has these operations, exported under its own name: "
-    "`<table>` is a table, `<type>` the structure that its records hold and `<key>` "
-    "the field of it that is the key. `<key type>` is the C type that a key is given "
-    "by: `kel_vstring`, `ip_address`, or `uint32_t` for integers and enumerations.",
+    "`<table>` is a table, `<type>` the structure of its records' objects and `<key>` "
+    "the field of it that is the key. `<key type>` is the C type of a key argument: "
+    "`kel_vstring`, `ip_address`, or `uint32_t` for integers and enumerations.",
     "A table with a key structure `<ktype>` has `<ktype>_` in place of `<type>_<key>` in "
-    "these names (`<table>_<ktype>__search`), takes a `<ktype> *` as key, and has "
+    "these names (`<table>_<ktype>__search`), takes a `<ktype> *` as the key, and has "
     "`<table>_<ktype>_get_field`, `_get_field_detach`, `_set_field` and "
-    "`_free_and_set_field` for the key object besides those of `<type>`.",
+    "`_free_and_set_field` for the key object in addition to those of `<type>`.",
     "An operation marked with `..._unsafe` has a second form of that name, with the "
-    "same arguments and the same behaviour; the table's vector holds that one.",
+    "same arguments and the same behaviour; the table's vector contains this form.",
 ]
 
 STRUCTURE_INTRO = [
@@ -116,7 +116,7 @@ ENUMERATION_INTRO = [
     "Every enumeration of the schema has these operations, exported under its own name, "
     "and its header declares an enumerator for each user value. An object of an "
     "enumeration holds the user value; the wire form has the internal one, which "
-    "counts from 0.",
+    "starts at 0.",
 ]
 
 
@@ -166,7 +166,7 @@ def values(parts):
 
 
 def item_page(folder, family, sections, path, version):
-    """The page of one table, structure or enumeration, and the names that it tells of."""
+    """The page of one table, structure or enumeration, and the names that it documents."""
     parts = headers.read_file(path)
     comment = headers.file_comment(parts)
     name, about = comment[0].rstrip(".").split(": ", 1)
@@ -181,7 +181,7 @@ def item_page(folder, family, sections, path, version):
     page = Page(name, about, version)
     page.synopsis([f"{folder}/{os.path.basename(path)}"], prototypes(groups, starts))
     if comment[1:]:
-        page.add(".SH DESCRIPTION", *told(comment[1:]))
+        page.add(".SH DESCRIPTION", *formatted(comment[1:]))
     page.add(*values(parts))
     page.add(".SH FUNCTIONS", *functions(groups, starts=starts))
     page.add(".SH SEE ALSO", f".BR tarnbase\\-{family} (3),", ".BR tarnbase (3)")
@@ -189,7 +189,7 @@ def item_page(folder, family, sections, path, version):
 
 
 def items(generated, version):
-    """The page of each item of the schema, with the names that it tells of."""
+    """The page of each item of the schema, with the names that it documents."""
     for folder, family, sections in KINDS:
         place = os.path.join(generated, folder)
         for header in sorted(os.listdir(place)):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Text, prototypes and comments as a manual page shows them."""
+"""Formats text, prototypes and comments for a manual page."""
 import re
 import textwrap
 
@@ -7,7 +7,7 @@ import headers
 
 
 def breakable(text):
-    """Long names may be broken after an underscore: they can be wider than a terminal."""
+    """Allows breaks after underscores of long names, which can be wider than a terminal."""
     return re.sub(r"\w{30,}", lambda word: word.group(0).replace("_", "_\\:"), text)
 
 
@@ -16,11 +16,11 @@ def escape(text):
 
 
 def prose(text):
-    """A run of sentences: `code` is bold."""
+    """A paragraph; `code` becomes bold."""
     pieces = text.split("`")
-    told = "".join("\\fB" + escape(piece) + "\\fP" if i % 2 else
+    line = "".join("\\fB" + escape(piece) + "\\fP" if i % 2 else
                    breakable(piece.replace("\\", "\\e")) for i, piece in enumerate(pieces))
-    return "\\&" + told if told[:1] in (".", "'") else told
+    return "\\&" + line if line[:1] in (".", "'") else line
 
 
 def bold(text):
@@ -28,7 +28,7 @@ def bold(text):
 
 
 def fold(code, width=70):
-    """A prototype on lines that a terminal has room for, broken between parameters."""
+    """A prototype as lines that fit on a terminal, broken between parameters."""
     code = " ".join(code.split())
     head, bracket, rest = code.partition("(")
     words = (head + bracket).replace(" ", "\0") + rest.replace(" ", "\0").replace(",\0", ", ")
@@ -39,8 +39,8 @@ def fold(code, width=70):
     return [line.replace("( ", "(").replace("\0", " ") for line in lines]
 
 
-def told_in_item(comment):
-    """A comment below an entry of a list."""
+def formatted_item(comment):
+    """A comment of an entry in a list."""
     out = []
     for word, lines in headers.paragraphs([line.strip() for line in comment]):
         if out:
@@ -50,7 +50,7 @@ def told_in_item(comment):
     return out
 
 
-def told(comment):
+def formatted(comment):
     """A comment as paragraphs; indented lines are a picture, or a list of two columns."""
     out = []
     run = []
@@ -104,7 +104,7 @@ class Page:
         self.name = name
         self.lines = [
             ".\\\" SPDX-License-Identifier: Apache-2.0",
-            ".\\\" Made from the public headers; changes belong there.",
+            ".\\\" Generated from the public headers: change those.",
             f".TH {escape(name)} 3 \"\" \"tarnbase {version}\" \"tarnbase\"",
             ".nh", ".ad l",
             ".SH NAME", f"{escape(name)} \\- {about}",
@@ -127,7 +127,7 @@ class Page:
         self.add(".fi")
 
     def text(self):
-        """The page; a paragraph needs no mark right behind a heading."""
+        """The page; a paragraph directly after a heading needs no mark."""
         kept = [line for i, line in enumerate(self.lines)
                 if line != ".PP" or not self.lines[i - 1].startswith((".SH", ".SS"))]
         return "\n".join(kept) + "\n"
