@@ -30,6 +30,7 @@ function(tarnbase_schema target)
     BYPRODUCTS ${sources} ${out}/include/tarnbase/tarnbase.h ${out}/include/tarnbase/schema.h
                ${out}/include/tarnbase/tarn.hpp ${out}/include/tarnbase/tarn/schema.hpp
                ${out}/exports.txt ${out}/exports.map ${out}/layout.txt ${out}/catalogue.cpp
+               ${out}/catalogue_operations.cpp
     COMMAND tarnc ${module} --out ${out} --shards ${arg_SHARDS}
             --depfile ${out}/made.d --depfile-target ${out}/made
     COMMAND ${CMAKE_COMMAND} -E touch ${out}/made

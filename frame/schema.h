@@ -83,11 +83,15 @@ struct Table {
     std::uint32_t record_size;
 };
 
-// What a schema's module file supplies to the workers of frame/.
+// The items of a schema, from its module file.
 struct Module {
     const char *name;
     const kel_type_info *const *descriptors;  // tarnbase_type_list
-    const Table *const *tables;               // by index: ascending LUID text
+    const Structure *const *structures;       // in the order of their descriptors
+    std::uint32_t structure_count;
+    const Enumeration *const *enumerations;  // likewise
+    std::uint32_t enumeration_count;
+    const Table *const *tables;  // by index: ascending LUID text
     std::uint32_t table_count;
 };
 extern const Module module;

@@ -87,6 +87,8 @@ Context Emitter::empty_module() const {
     Context context;
     context.set("module", schema_.module);
     context.set("origin", origin(schema_, module_place()));
+    context.set("structure_count", std::to_string(schema_.structures.size()));
+    context.set("enumeration_count", std::to_string(schema_.enumerations.size()));
     context.set("table_count", std::to_string(schema_.tables.size()));
     context.set("kinds", kinds());
     return context;
@@ -150,7 +152,10 @@ void Emitter::emit_module() {
 }
 
 // The schema as data, for programs that work on any table.
-void Emitter::emit_catalogue() { files_["catalogue.cpp"] = render("catalogue.cpp", module_); }
+void Emitter::emit_catalogue() {
+    files_["catalogue.cpp"] = render("catalogue.cpp", module_);
+    files_["catalogue_operations.cpp"] = render("catalogue_operations.cpp", module_);
+}
 
 void Emitter::emit_layout() {
     files_["layout.txt"] = render("layout.txt", module_);

@@ -5,7 +5,7 @@
 #include "catalogue/entries.h"
 #include "tarnbase/tarnbase.h"
 
-namespace tarnctl {
+namespace tarnbase::catalogue {
 namespace item {
 
 {{#enumerations}}
@@ -30,16 +30,16 @@ static constexpr Field {{type}}_fields[] = {
 {{#array}}
      array_field<{{type}}_{{field}}_get, {{type}}_{{field}}_get_value, {{type}}_{{field}}_set_value,
                  {{type}}_{{field}}_state_flag_whole_get, {{type}}_{{field}}_state_flag_whole_set,
-                 {{type}}_{{field}}_state_flag_get, {{type}}_{{field}}_state_flag_set>},
+                 {{type}}_{{field}}_state_flag_get, {{type}}_{{field}}_state_flag_set>()},
 {{/array}}
 {{#object}}
      object_field<{{type}}_{{field}}_get, {{type}}_{{field}}_set, {{type}}_{{field}}_state_flag_get,
-                  {{type}}_{{field}}_state_flag_set>},
+                  {{type}}_{{field}}_state_flag_set>()},
 {{/object}}
 {{#plain}}
      value_field<{{type}}_{{field}}_get, {{type}}_{{field}}_set, {{type}}_{{field}}_get_value,
                  {{type}}_{{field}}_set_value, {{type}}_{{field}}_state_flag_get,
-                 {{type}}_{{field}}_state_flag_set>},
+                 {{type}}_{{field}}_state_flag_set>()},
 {{/plain}}
 {{/fields}}
 };
@@ -129,6 +129,6 @@ static constexpr const Table *tables[] = {
 
 }  // namespace item
 
-const Catalogue catalogue = {"{{module}}", item::enumerations, item::structures, item::tables};
+const Catalogue schema = {"{{module}}", item::enumerations, item::structures, item::tables};
 
-}  // namespace tarnctl
+}  // namespace tarnbase::catalogue

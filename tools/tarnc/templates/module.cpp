@@ -38,6 +38,20 @@ TARN_DESIGNATED const void *const source_vectors[{{table_count}}][KEL_TABLE_VFT_
 {{/tables_by_luid}}
 };
 
+static constexpr const Structure *structures[] = {
+{{#structures}}
+    &model::{{item}},
+{{/structures}}
+    nullptr,
+};
+
+static constexpr const Enumeration *enumerations[] = {
+{{#enumerations}}
+    &model::{{item}},
+{{/enumerations}}
+    nullptr,
+};
+
 // In ascending order of LUID.
 static constexpr const Table *tables[] = {
 {{#tables_by_luid}}
@@ -48,6 +62,10 @@ static constexpr const Table *tables[] = {
 constinit const Module module = {
     .name = "{{module}}",
     .descriptors = {{module}}_type_list,
+    .structures = structures,
+    .structure_count = {{structure_count}},
+    .enumerations = enumerations,
+    .enumeration_count = {{enumeration_count}},
     .tables = tables,
     .table_count = {{table_count}},
 };

@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/options.h"
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 #include "commands/command.h"
 #include "model/json.h"
 #include "terminal/grid.h"

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 
 namespace tarnctl {
 

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 #include "describe/values.h"
 #include "model/json.h"
 #include "terminal/screen.h"

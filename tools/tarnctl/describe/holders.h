@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 
 namespace tarnctl {
 

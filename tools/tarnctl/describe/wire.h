@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 
 namespace tarnctl {
 

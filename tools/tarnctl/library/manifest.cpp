@@ -8,7 +8,7 @@
 #include <map>
 
 #include "base/failure.h"
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 #include "library/section.h"
 
 namespace tarnctl {

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 #include "model/store.h"
 
 namespace tarnctl {

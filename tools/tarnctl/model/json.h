@@ -23,7 +23,7 @@
 #include <string>
 #include <string_view>
 
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 #include "model/record.h"
 #include "model/value.h"
 

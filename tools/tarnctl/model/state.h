@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 #include "tarnbase/embedded.h"
 
 namespace tarnctl {

@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "base/failure.h"
-#include "catalogue/catalogue.h"
+#include "base/schema.h"
 #include "describe/values.h"
 
 namespace tarnctl {

@@ -5,7 +5,7 @@
 #include "catalogue/entries.h"
 #include "tarnbase/tarnbase.h"
 
-namespace tarnctl {
+namespace tarnbase::catalogue {
 namespace item {
 
 static constexpr Enumerator color_enumerators[] = {
@@ -24,12 +24,12 @@ static constexpr Field st_corner_fields[] = {
      nullptr, nullptr,
      value_field<st_corner_x_get, st_corner_x_set, st_corner_x_get_value,
                  st_corner_x_set_value, st_corner_x_state_flag_get,
-                 st_corner_x_state_flag_set>},
+                 st_corner_x_state_flag_set>()},
     {"register", "its name is a keyword of C", "", "u_int8", Kind::u_int8, 0, 0,
      nullptr, nullptr,
      value_field<st_corner_register_get, st_corner_register_set, st_corner_register_get_value,
                  st_corner_register_set_value, st_corner_register_state_flag_get,
-                 st_corner_register_state_flag_set>},
+                 st_corner_register_state_flag_set>()},
 };
 constexpr Structure st_corner = {
     .name = "st_corner",
@@ -56,31 +56,31 @@ static constexpr Field st_shape_fields[] = {
      nullptr, nullptr,
      value_field<st_shape_sides_get, st_shape_sides_set, st_shape_sides_get_value,
                  st_shape_sides_set_value, st_shape_sides_state_flag_get,
-                 st_shape_sides_state_flag_set>},
+                 st_shape_sides_state_flag_set>()},
     {"number", "number of the shape; a key", "", "u_int32", Kind::u_int32, 0, 0,
      nullptr, nullptr,
      value_field<st_shape_number_get, st_shape_number_set, st_shape_number_get_value,
                  st_shape_number_set_value, st_shape_number_state_flag_get,
-                 st_shape_number_state_flag_set>},
+                 st_shape_number_state_flag_set>()},
     {"color", "named as its type", "", "color", Kind::enumeration, 0, 0,
      &color, nullptr,
      value_field<st_shape_color_get, st_shape_color_set, st_shape_color_get_value,
                  st_shape_color_set_value, st_shape_color_state_flag_get,
-                 st_shape_color_state_flag_set>},
+                 st_shape_color_state_flag_set>()},
     {"first", "the corner to begin at", "", "st_corner", Kind::structure, 0, 0,
      nullptr, &st_corner,
      object_field<st_shape_first_get, st_shape_first_set, st_shape_first_state_flag_get,
-                  st_shape_first_state_flag_set>},
+                  st_shape_first_state_flag_set>()},
     {"pattern", "how the sides are dashed", "", "u_int8", Kind::array, 0, 4,
      nullptr, nullptr,
      array_field<st_shape_pattern_get, st_shape_pattern_get_value, st_shape_pattern_set_value,
                  st_shape_pattern_state_flag_whole_get, st_shape_pattern_state_flag_whole_set,
-                 st_shape_pattern_state_flag_get, st_shape_pattern_state_flag_set>},
+                 st_shape_pattern_state_flag_get, st_shape_pattern_state_flag_set>()},
     {"filled", "whether the inside is painted", "", "kel_boolean", Kind::boolean, 1, 0,
      nullptr, nullptr,
      value_field<st_shape_filled_get, st_shape_filled_set, st_shape_filled_get_value,
                  st_shape_filled_set_value, st_shape_filled_state_flag_get,
-                 st_shape_filled_state_flag_set>},
+                 st_shape_filled_state_flag_set>()},
 };
 constexpr Structure st_shape = {
     .name = "st_shape",
@@ -106,11 +106,11 @@ static constexpr Field shape_key_fields[] = {
     {"layer", "the layer's name", "", "kel_vstring", Kind::vstring, 0, 0,
      nullptr, nullptr,
      object_field<shape_key_layer_get, shape_key_layer_set, shape_key_layer_state_flag_get,
-                  shape_key_layer_state_flag_set>},
+                  shape_key_layer_state_flag_set>()},
     {"owner", "the machine that draws it", "", "ip_address", Kind::address, 0, 0,
      nullptr, nullptr,
      object_field<shape_key_owner_get, shape_key_owner_set, shape_key_owner_state_flag_get,
-                  shape_key_owner_state_flag_set>},
+                  shape_key_owner_state_flag_set>()},
 };
 constexpr Structure shape_key = {
     .name = "shape_key",
@@ -225,6 +225,6 @@ static constexpr const Table *tables[] = {
 
 }  // namespace item
 
-const Catalogue catalogue = {"sample", item::enumerations, item::structures, item::tables};
+const Catalogue schema = {"sample", item::enumerations, item::structures, item::tables};
 
-}  // namespace tarnctl
+}  // namespace tarnbase::catalogue

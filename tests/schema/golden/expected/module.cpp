@@ -129,6 +129,18 @@ TARN_DESIGNATED const void *const source_vectors[2][KEL_TABLE_VFT_SLOTS] = {
     },
 };
 
+static constexpr const Structure *structures[] = {
+    &model::st_corner,
+    &model::st_shape,
+    &model::shape_key,
+    nullptr,
+};
+
+static constexpr const Enumeration *enumerations[] = {
+    &model::color,
+    nullptr,
+};
+
 // In ascending order of LUID.
 static constexpr const Table *tables[] = {
     &model::tbl_layer_shape,
@@ -138,6 +150,10 @@ static constexpr const Table *tables[] = {
 constinit const Module module = {
     .name = "sample",
     .descriptors = sample_type_list,
+    .structures = structures,
+    .structure_count = 3,
+    .enumerations = enumerations,
+    .enumeration_count = 1,
     .tables = tables,
     .table_count = 2,
 };

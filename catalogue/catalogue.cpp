@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace tarnctl {
+namespace tarnbase::catalogue {
 namespace {
 
 template <class Item>
@@ -14,7 +14,7 @@ const Item *by_name(std::span<const Item *const> items, std::string_view name) {
     return found == items.end() ? nullptr : *found;
 }
 
-// A store keeps copies of descriptors, so that the address tells nothing; the LUID does.
+// A store keeps copies of descriptors, so addresses differ; LUIDs do not.
 template <class Item>
 const Item *by_luid(std::span<const Item *const> items, const kel_type_info &descriptor) {
     const auto found = std::find_if(items.begin(), items.end(), [&](const Item *item) {
@@ -49,4 +49,4 @@ const Structure *Catalogue::structure_of(const kel_type_info &descriptor) const 
     return by_luid(structures, descriptor);
 }
 
-}  // namespace tarnctl
+}  // namespace tarnbase::catalogue

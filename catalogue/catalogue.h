@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The schema as data: what a program needs that works on any table, and knows none by name.
-// The schema compiler makes one entry an item; each operation is the exported function of that
-// item, seen through one type for all items (erase.h).
-#ifndef TARNCTL_CATALOGUE_CATALOGUE_H
-#define TARNCTL_CATALOGUE_CATALOGUE_H
+// The schema as data, for programs that work on any table. The schema compiler writes an entry
+// for each item; each operation is the item's exported function with the items' own types erased
+// (erase.h).
+#ifndef TARNBASE_CATALOGUE_CATALOGUE_H
+#define TARNBASE_CATALOGUE_CATALOGUE_H
 
 #include <cstdint>
 #include <span>
@@ -14,7 +14,7 @@
 #include "tarnbase/record.h"
 #include "tarnbase/value.h"
 
-namespace tarnctl {
+namespace tarnbase::catalogue {
 
 using Kind = tarnbase::FieldKind;
 
@@ -40,7 +40,7 @@ struct FieldFunctions {
     // Access to the field inside its object: a kel_vstring, an ip_address, an inner object.
     // `index` counts in an array only.
     void *(*get)(kel_handle *handle, uint32_t tx_id, void *object, uint32_t index, uint32_t *err);
-    // The field takes the value that `source`, a thing of its type, gives. Null for an array.
+    // Copies the value of `source`, which has the field's type. Null for an array.
     void (*set)(kel_handle *handle, uint32_t tx_id, void *object, const void *source,
                 uint32_t *err);
     // A plain value, sign-extended to 64 bits; null where there is none.
@@ -65,7 +65,7 @@ struct Field {
     std::string_view unit;  // of a number, where it is fixed; else empty
     std::string_view type;  // as the schema names it: "u_int32", "kel_vstring", "st_aaa_type"
     Kind kind;
-    int first_variant;               // 0, or the variant that brought the field
+    int first_variant;               // the variant that the field came in with
     uint32_t elements;               // of an array, else 0
     const Enumeration *enumeration;  // or null
     const Structure *structure;      // or null
@@ -109,7 +109,7 @@ struct Structure {
     const Field *find(std::string_view field) const;
 };
 
-// A `key` argument is what the table's key is made of: a uint32_t for numbers and enumerations, a
+// A `key` argument has the type of the table's key: a uint32_t for numbers and enumerations, a
 // kel_vstring, an ip_address, or an object of the key structure.
 struct Table {
     std::string_view name;
@@ -126,11 +126,11 @@ struct Table {
 
     kel_table *(*open)(kel_handle *handle, uint32_t tx_id, const char *name, uint32_t open_only,
                        uint32_t *err);
-    // The runtime caches where a store's tables by id stand: a process opens them in one store
+    // The runtime caches the root of a store's tables by id: a process opens them in one store
     // only.
     kel_table *(*open_by_id)(kel_handle *handle, uint32_t tx_id, uint64_t id, uint32_t open_only,
                              uint32_t *err);
-    // Takes the table, which must be empty, out of the store.
+    // Removes the table from the store. Requires: the table is empty.
     void (*free)(kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t *err);
     uint32_t (*count)(kel_handle *handle, uint32_t tx_id, kel_table *table);
     uint32_t (*count_by_src)(kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t src);
@@ -187,14 +187,14 @@ struct Catalogue {
     const Table *table(std::string_view name) const;
     const Structure *structure(std::string_view name) const;
     const Enumeration *enumeration(std::string_view name) const;
-    // By LUID, as it stands in a descriptor; null if there is none.
+    // By the LUID of a descriptor; null if there is none.
     const Table *table_of(const kel_type_info &descriptor) const;
     const Structure *structure_of(const kel_type_info &descriptor) const;
 };
 
-// The schema that this program was built with.
-extern const Catalogue catalogue;
+// The schema that this program was built with. Generated.
+extern const Catalogue schema;
 
-}  // namespace tarnctl
+}  // namespace tarnbase::catalogue
 
 #endif
