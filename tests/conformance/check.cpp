@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// Keeps tests/conformance/behaviours.md and the tests in step: every test that the list
-// names exists, every row names one, and every test of the behaviour programs stands in
-// a row.
+// Compares tests/conformance/behaviours.md with the tests: every test that the list
+// names exists, every row names one, and every test of the behaviour programs is in a row.
 //
 // A row of the list is a row of a Markdown table,
 //
 //     | behaviour in plain words | `Suite.Name` `ctest:name` |
 //
 // where `Suite.Name` is a GoogleTest without prefix and suffix of its parameters,
-// and `ctest:name` a test that only ctest knows.
+// and `ctest:name` a test that only ctest lists.
 #include <array>
 #include <cstdio>
 #include <fstream>
