@@ -15,8 +15,6 @@ std::string replaced(const std::string &text, char character, const std::string 
     return made;
 }
 
-bool is_signed(FieldKind kind) { return kind == FieldKind::int32 || kind == FieldKind::int64; }
-
 // A value of the kinds that print and XML show in the same way.
 std::string plain_text(const Field &field, u32 seed) {
     if (field.kind == FieldKind::address) {
