@@ -54,14 +54,32 @@ std::string render(std::string_view template_name, const Context &context) {
     return drop_marked_lines(mustache.render(context));
 }
 
+namespace {
+
+// The end of what goes from `at` to the next comma and a blank.
+std::size_t end_of_piece(const std::string &call, std::size_t at) {
+    const std::size_t comma = call.find(", ", at);
+    return comma == std::string::npos ? call.size() : comma + 1;
+}
+
+// The same for a piece that contains a whole list in braces, if one begins in it.
+std::size_t end_with_list(const std::string &call, std::size_t at) {
+    const std::size_t open = call.find('{', at);
+    if (open >= end_of_piece(call, at)) return end_of_piece(call, at);
+    const std::size_t close = call.find('}', open);
+    return end_of_piece(call, close == std::string::npos ? open : close);
+}
+
+}  // namespace
+
 std::string fill_call(const std::string &call, std::size_t indent) {
     std::string result(indent, ' ');
     std::vector<std::size_t> brackets;  // the columns behind the open ones
     std::size_t column = indent;
     for (std::size_t at = 0; at < call.size();) {
-        // A piece ends behind a comma and its blank.
-        const std::size_t comma = call.find(", ", at);
-        const std::size_t end = comma == std::string::npos ? call.size() : comma + 1;
+        const std::size_t start = brackets.empty() ? column : brackets.back();
+        std::size_t end = end_with_list(call, at);
+        if (start + (end - at) > width) end = end_of_piece(call, at);
         if (column + 1 + (end - at) > width && !brackets.empty()) {
             column = brackets.back();
             result += "\n" + std::string(column, ' ');

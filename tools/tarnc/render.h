@@ -22,8 +22,8 @@ std::string render(std::string_view template_name, const Context &context);
 std::string fill(const std::string &head, const std::vector<std::string> &pieces,
                  const std::string &tail, std::size_t indent, std::size_t limit = 100);
 
-// A statement of one call, indented; a line ends behind a comma and the next one
-// starts below the innermost open bracket.
+// A statement of one call, indented; a line ends after a comma and the next one
+// starts below the innermost open bracket. A list in braces stays on a line if it fits.
 std::string fill_call(const std::string &call, std::size_t indent);
 
 // A function's head: its arguments lined up behind the bracket if there is room.
