@@ -5,7 +5,7 @@ namespace tarnbase {
 
 namespace {
 
-// The text with its prefix is the format itself: a runtime may tell lines apart by it.
+// The text with its prefix is the format itself: a runtime may distinguish lines by it.
 template <typename... Arguments>
 void trace(TraceModule module, std::uint32_t level, const char *format, Arguments... arguments) {
     if (module == TraceModule::table) {

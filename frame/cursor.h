@@ -24,6 +24,8 @@ class Cursor {
     // At the end of the buffer if a jump has gone beyond it.
     Byte *at() const { return buffer_ + std::min(used_, length_); }
     std::uint32_t remaining() const { return length_ - std::min(used_, length_); }
+    // Whether no byte remains. A length that is negative as a signed number is none.
+    bool is_empty() const { return static_cast<std::int32_t>(remaining()) < 1; }
 
     void advance(std::uint32_t length) { used_ += length; }
     void jump(std::uint32_t used) { used_ = used; }

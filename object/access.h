@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Accessors of fields, one instantiation a field: the hot path of the library,
-// where a look-up at run time would cost. Arrays have their own, in array.cpp.
+// Accessors of fields, one instantiation for each field: the hot path of the library,
+// where a look-up at run time would cost. Those of arrays are in array.cpp.
 //
 // Exported operation                       instantiation
 //   <type>_<field>_get                     get<type model, field number>
@@ -13,56 +13,52 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/conventions.h"
+#include "frame/call.h"
 #include "frame/schema.h"
 #include "object/fields.h"
-#include "object/plain_value.h"
 #include "object/state.h"
 #include "object/value_type.h"
 
 namespace tarnbase::object {
 
-// Access to the field; null with error 43 if the instance is too old to have it.
+// Access to the field; null with EIDRM if the instance is too old to have it.
 template <const Structure &S, std::size_t I>
-void *get(kel_handle *handle, std::uint32_t tx_id, void *object, std::uint32_t *err) {
+void *get(const Call &call, void *object) {
     constexpr const Field &field = S.fields[I];
-    if (!enter(handle, err) || !admit_read(field, handle, object, err)) return nullptr;
-    return Value<field.kind>::get(field, handle, tx_id, place_of(field, object), err);
+    if (!call.enter() || !admit_read(field, call, object)) return nullptr;
+    return Value<field.kind>::get(field, call, place_of(field, object));
 }
 
-// The plain value; 0 of a null object.
+// The plain value; 0 for a null object.
 template <const Structure &S, std::size_t I>
-PlainValue<S.fields[I].kind> get_value(kel_handle *handle, std::uint32_t tx_id, void *object,
-                                       std::uint32_t *err) {
+PlainValue<S.fields[I].kind> get_value(const Call &call, void *object) {
     constexpr const Field &field = S.fields[I];
-    const void *access = get<S, I>(handle, tx_id, object, err);
+    const void *access = get<S, I>(call, object);
     if (access == nullptr) return 0;
-    return Value<field.kind>::get_value(field, handle, tx_id, access, err);
+    return Value<field.kind>::get_value(field, call, access);
 }
 
 template <const Structure &S, std::size_t I>
-void set(kel_handle *handle, std::uint32_t tx_id, void *object, const void *source,
-         std::uint32_t *err) {
+void set(const Call &call, void *object, const void *source) {
     constexpr const Field &field = S.fields[I];
-    if (!begin_write(S, field, handle, tx_id, object, err)) return;
-    Value<field.kind>::set(field, handle, tx_id, place_of(field, object), source, err);
-    end_write(S, field, handle, tx_id, object, err);
+    if (!begin_write({S, field}, call, object)) return;
+    Value<field.kind>::set(field, call, place_of(field, object), source);
+    end_write({S, field}, call, object);
 }
 
 // Goes through the read path once more, as a `_get` of the field would.
 template <const Structure &S, std::size_t I>
-void set_value(kel_handle *handle, std::uint32_t tx_id, void *object,
-               PlainValue<S.fields[I].kind> value, std::uint32_t *err) {
+void set_value(const Call &call, void *object, PlainValue<S.fields[I].kind> value) {
     constexpr const Field &field = S.fields[I];
-    if (!begin_write(S, field, handle, tx_id, object, err)) return;
-    void *access = get<S, I>(handle, tx_id, object, err);
-    if (*err != 0) return;
+    if (!begin_write({S, field}, call, object)) return;
+    void *access = get<S, I>(call, object);
+    if (call.failed()) return;
     if (access == nullptr) {
-        report(handle, err, ENOENT);
+        call.report(ENOENT);
         return;
     }
-    Value<field.kind>::set_value(field, handle, tx_id, access, value, err);
-    end_write(S, field, handle, tx_id, object, err);
+    Value<field.kind>::set_value(field, call, access, value);
+    end_write({S, field}, call, object);
 }
 
 }  // namespace tarnbase::object

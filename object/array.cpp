@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// An array field: its elements are plain bytes of the body; its state share is a
-// flag for the array as a whole, then one an element.
+// An array field: its elements are plain bytes of the body; its state share is a flag
+// for the array as a whole, then one for each element.
 #include "object/array.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "frame/conventions.h"
-#include "object/fields.h"
 #include "object/state.h"
 
 namespace tarnbase::object {
@@ -22,137 +20,133 @@ std::uint32_t element_flag(const Field &field, std::uint32_t index) {
     return field.state + 1 + index;
 }
 
-void mark_element(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                  void *object, std::uint32_t index) {
-    mark_changed(type, field.state, handle, tx_id, object);
-    mark_changed(type, element_flag(field, index), handle, tx_id, object);
+void mark_element(Member member, const Call &call, void *object, std::uint32_t index) {
+    mark_changed(member.type, call, object, member.field.state);
+    mark_changed(member.type, call, object, element_flag(member.field, index));
 }
 
 }  // namespace
 
-void array_get_mem(Type, const Field &field, kel_handle *handle, std::uint32_t, const void *object,
-                   void *out, std::int32_t length, std::uint32_t *err) {
-    if (!enter(handle, err) || !admit_read(field, handle, object, err)) return;
+void array_get_mem(Member member, const Call &call, const void *object, void *out,
+                   std::int32_t length) {
+    const Field &field = member.field;
+    if (!call.enter() || !admit_read(field, call, object)) return;
     if (length > static_cast<std::int32_t>(field.elements)) {
-        report(handle, err, EINVAL);
+        call.report(EINVAL);
         return;
     }
     if (length > 0) std::memcpy(out, place_of(field, object), static_cast<std::size_t>(length));
 }
 
-std::uint8_t *array_get(Type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                        void *object, std::uint32_t index, std::uint32_t *err) {
-    if (!enter(handle, err) || !admit_read(field, handle, object, err)) return nullptr;
+std::uint8_t *array_get(Member member, const Call &call, void *object, std::uint32_t index) {
+    const Field &field = member.field;
+    if (!call.enter() || !admit_read(field, call, object)) return nullptr;
     if (index >= field.elements) {
-        report(handle, err, ENOENT);
+        call.report(ENOENT);
         return nullptr;
     }
     std::uint8_t *elements = elements_of(field, object);
-    return u_int8_get(handle, tx_id, elements == nullptr ? nullptr : elements + index, err);
+    return u_int8_get(call.handle, call.tx_id, elements == nullptr ? nullptr : elements + index,
+                      call.err);
 }
 
-std::uint8_t array_get_value(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                             void *object, std::uint32_t index, std::uint32_t *err) {
-    if (!enter(handle, err) || !admit_read(field, handle, object, err)) return 0;
-    const std::uint8_t *access = array_get(type, field, handle, tx_id, object, index, err);
-    return access == nullptr ? std::uint8_t{0} : u_int8_get_value(handle, tx_id, access, err);
+std::uint8_t array_get_value(Member member, const Call &call, void *object, std::uint32_t index) {
+    if (!call.enter() || !admit_read(member.field, call, object)) return 0;
+    const std::uint8_t *access = array_get(member, call, object, index);
+    if (access == nullptr) return 0;
+    return u_int8_get_value(call.handle, call.tx_id, access, call.err);
 }
 
-void array_set_mem(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                   void *object, const void *source, std::int32_t length, std::uint32_t *err) {
-    if (!begin_write(type, field, handle, tx_id, object, err)) return;
+void array_set_mem(Member member, const Call &call, void *object, const void *source,
+                   std::int32_t length) {
+    const Field &field = member.field;
+    if (!begin_write(member, call, object)) return;
     if (length > static_cast<std::int32_t>(field.elements)) {
-        report(handle, err, EINVAL);
+        call.report(EINVAL);
         return;
     }
-    if (!admit_mark(handle, object, err)) return;
+    if (!admit_mark(call, object)) return;
     if (length > 0) {
         const auto size = static_cast<std::size_t>(length);
-        log_write(handle, tx_id, elements_of(field, object), size);
+        call.log_write(elements_of(field, object), size);
         std::memcpy(elements_of(field, object), source, size);
     }
-    mark_changed(type, field.state, handle, tx_id, object);
+    mark_changed(member.type, call, object, field.state);
     kel_set_instance_modified(object, 1, 0, 1);
 }
 
-std::uint32_t array_set_mem_cr(Type type, const Field &field, kel_handle *handle, void *object,
-                               const void *source, std::int32_t length) {
-    array_set_mem(type, field, handle, handle->cr_tx_id, object, source, length,
-                  &handle->last_error);
+std::uint32_t array_set_mem_cr(Member member, kel_handle *handle, void *object, const void *source,
+                               std::int32_t length) {
+    array_set_mem(member, Call::cr(handle), object, source, length);
     return handle->last_error;
 }
 
 // Requires: `index` is an element's. No modified mark: array_set_value sets one.
-void array_set(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id, void *object,
-               std::uint32_t index, const std::uint8_t *source, std::uint32_t *err) {
-    if (!begin_write(type, field, handle, tx_id, object, err) || source == nullptr) return;
-    u_int8_set(handle, tx_id, elements_of(field, object) + index, source, err);
-    if (!admit_mark(handle, object, err)) return;
-    mark_element(type, field, handle, tx_id, object, index);
+void array_set(Member member, const Call &call, void *object, std::uint32_t index,
+               const std::uint8_t *source) {
+    if (!begin_write(member, call, object) || source == nullptr) return;
+    u_int8_set(call.handle, call.tx_id, elements_of(member.field, object) + index, source,
+               call.err);
+    if (!admit_mark(call, object)) return;
+    mark_element(member, call, object, index);
 }
 
-void array_set_value(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                     void *object, std::uint32_t index, std::uint8_t value, std::uint32_t *err) {
-    if (!begin_write(type, field, handle, tx_id, object, err)) return;
-    std::uint32_t slot = 0;
-    std::uint8_t *access = array_get(type, field, handle, tx_id, object, index, &slot);
+void array_set_value(Member member, const Call &call, void *object, std::uint32_t index,
+                     std::uint8_t value) {
+    if (!begin_write(member, call, object)) return;
+    std::uint32_t ignored = 0;
+    std::uint8_t *access = array_get(member, call.reporting_in(ignored), object, index);
     // Once more, so that the caller gets the error.
-    if (access == nullptr) access = array_get(type, field, handle, tx_id, object, index, err);
+    if (access == nullptr) access = array_get(member, call, object, index);
     if (access == nullptr) {
-        if (*err == 0) report(handle, err, ENOENT);
+        if (!call.failed()) call.report(ENOENT);
         return;
     }
-    u_int8_set_value(handle, tx_id, access, value, err);
-    if (!admit_mark(handle, object, err)) return;
-    mark_element(type, field, handle, tx_id, object, index);
+    u_int8_set_value(call.handle, call.tx_id, access, value, call.err);
+    if (!admit_mark(call, object)) return;
+    mark_element(member, call, object, index);
     kel_set_instance_modified(object, 1, 0, 1);
 }
 
-std::uint8_t array_state_flag_get(Type type, const Field &field, kel_handle *handle,
-                                  std::uint32_t tx_id, const void *object, std::uint32_t index,
-                                  std::uint32_t *err) {
-    if (!admit_flag_get(handle, object, err)) return 0;
-    if (index >= field.elements) {
-        report(handle, err, ENOENT);
+std::uint8_t array_state_flag_get(Member member, const Call &call, const void *object,
+                                  std::uint32_t index) {
+    if (!admit_flag_get(call, object)) return 0;
+    if (index >= member.field.elements) {
+        call.report(ENOENT);
         return 0;
     }
-    return state_block(type, handle, tx_id, object,
-                       header(object)->flags)[element_flag(field, index)];
+    return state_block(member.type, call, object)[element_flag(member.field, index)];
 }
 
-void array_state_flag_get_arr(Type type, const Field &field, kel_handle *handle,
-                              std::uint32_t tx_id, void *object, std::uint8_t **out,
-                              std::uint32_t *err) {
-    if (!admit_flag_get(handle, object, err)) return;
-    *out = state_block(type, handle, tx_id, object, header(object)->flags) + element_flag(field, 0);
+void array_state_flag_get_arr(Member member, const Call &call, void *object, std::uint8_t **out) {
+    if (!admit_flag_get(call, object)) return;
+    *out = state_block(member.type, call, object) + element_flag(member.field, 0);
 }
 
-void array_state_flag_set(Type type, const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                          void *object, std::uint32_t index, std::uint8_t flag,
-                          std::uint32_t *err) {
-    if (!admit_flag_set(handle, object, err)) return;
-    if (index >= field.elements) {
-        report(handle, err, ENOENT);
+void array_state_flag_set(Member member, const Call &call, void *object, std::uint32_t index,
+                          std::uint8_t flag) {
+    if (!admit_flag_set(call, object)) return;
+    if (index >= member.field.elements) {
+        call.report(ENOENT);
         return;
     }
-    if (!admit_write(type, field, handle, tx_id, object, err)) return;
-    std::uint8_t *block = state_block(type, handle, tx_id, object, header(object)->flags);
-    logged_store(handle, tx_id, block[element_flag(field, index)], flag);
+    if (!admit_write(member, call, object)) return;
+    std::uint8_t *block = state_block(member.type, call, object);
+    call.logged_store(block[element_flag(member.field, index)], flag);
     kel_set_instance_modified(object, 1, 0, 1);
 }
 
-// Fills the object's block from its start, without a log call: the flags of the
-// fields ahead of the array are overwritten too.
-void array_state_flag_set_arr(Type type, const Field &field, kel_handle *handle,
-                              std::uint32_t tx_id, void *object, const void *source,
-                              std::uint32_t length, std::uint32_t *err) {
-    if (!admit_flag_set(handle, object, err)) return;
-    if (length != field.elements) {
-        report(handle, err, ENOENT);
+// Fills the object's block from its start, without announcing it: the flags of the
+// fields before the array are overwritten too.
+void array_state_flag_set_arr(Member member, const Call &call, void *object, const void *source,
+                              std::uint32_t length) {
+    if (!admit_flag_set(call, object)) return;
+    if (length != member.field.elements) {
+        call.report(ENOENT);
         return;
     }
-    if (!admit_write(type, field, handle, tx_id, object, err)) return;
-    std::memcpy(state_block(type, handle, tx_id, object, header(object)->flags), source, length);
+    if (!admit_write(member, call, object)) return;
+    std::memcpy(state_block(member.type, call, object), source, length);
     kel_set_instance_modified(object, 1, 0, 1);
 }
 
@@ -168,56 +162,47 @@ const std::uint8_t *element(const void *place, std::uint32_t index) {
 
 using Array = Value<FieldKind::array>;
 
-std::uint32_t Array::len(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                         const void *place) {
-    return field.elements * u_int8_len(handle, tx_id, element(place, 0));
+std::uint32_t Array::len(const Field &field, const Call &call, const void *place) {
+    return field.elements * u_int8_len(call.handle, call.tx_id, element(place, 0));
 }
 
-std::uint32_t Array::marshal(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                             void *buffer, const void *place, std::uint32_t remaining,
-                             std::uint32_t *err) {
-    std::uint32_t cursor = 0;
+std::uint32_t Array::marshal(const Field &field, const Call &call, Output out, const void *place) {
     for (std::uint32_t i = 0; i < field.elements; ++i) {
-        cursor += u_int8_marshal(handle, tx_id, static_cast<char *>(buffer) + cursor,
-                                 element(place, i), remaining - cursor, err);
+        out.advance(u_int8_marshal(call.handle, call.tx_id, out.at(), element(place, i),
+                                   out.remaining(), call.err));
     }
-    return cursor;
+    return out.used();
 }
 
-std::uint32_t Array::unmarshal(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                               const void *buffer, void *place, std::uint32_t remaining,
-                               std::uint32_t in_place, std::uint32_t *err) {
-    std::uint32_t cursor = 0;
+std::uint32_t Array::unmarshal(const Field &field, const Call &call, Input in, void *place,
+                               InPlace in_place) {
+    auto *elements = static_cast<std::uint8_t *>(place);
     for (std::uint32_t i = 0; i < field.elements; ++i) {
-        cursor += u_int8_unmarshal(handle, tx_id, static_cast<const char *>(buffer) + cursor,
-                                   static_cast<std::uint8_t *>(place) + i, remaining - cursor,
-                                   in_place, err);
+        in.advance(u_int8_unmarshal(call.handle, call.tx_id, in.at(), elements + i, in.remaining(),
+                                    static_cast<std::uint32_t>(in_place), call.err));
     }
-    return cursor;
+    return in.used();
 }
 
-std::uint32_t Array::print(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                           char *buffer, std::uint32_t indent, const void *place,
-                           std::uint32_t remaining, std::uint32_t *err) {
-    std::uint32_t cursor = 0;
+std::uint32_t Array::print(const Field &field, const Call &call, Output out, std::uint32_t indent,
+                           const void *place) {
     for (std::uint32_t i = 0; i < field.elements; ++i) {
         char label[80];
         std::snprintf(label, sizeof label, "%s[%d]", field.name, static_cast<int>(i));
-        cursor += u_int8_print(handle, tx_id, buffer + cursor, indent, label, element(place, i),
-                               remaining - cursor, err);
+        out.advance(u_int8_print(call.handle, call.tx_id, out.at(), indent, label,
+                                 element(place, i), out.remaining(), call.err));
     }
-    return cursor;
+    return out.used();
 }
 
-void Array::from_xml(const Field &field, kel_handle *handle, std::uint32_t tx_id, const char *path,
-                     void *document, void *place, std::uint32_t *err, char *message,
-                     std::uint32_t message_len) {
+void Array::from_xml(const Field &field, const Call &call, const XmlElement &array, void *place) {
+    auto *elements = static_cast<std::uint8_t *>(place);
     for (std::uint32_t i = 0; i < field.elements; ++i) {
-        char element_path[256];
-        std::snprintf(element_path, sizeof element_path, "%s[%d]", path, static_cast<int>(i) + 1);
-        u_int8_from_xml(handle, tx_id, element_path, document,
-                        static_cast<std::uint8_t *>(place) + i, err, message, message_len);
-        if (*err != 0) return;
+        char path[256];
+        std::snprintf(path, sizeof path, "%s[%d]", array.path, static_cast<int>(i) + 1);
+        u_int8_from_xml(call.handle, call.tx_id, path, array.document, elements + i, call.err,
+                        array.message, array.message_len);
+        if (call.failed()) return;
     }
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Setting a whole object from another: the bytes, the state block, and then the
-// contents that each object must own.
+// contents that each object owns.
 #include "object/copy.h"
 
 #include <cstddef>
@@ -15,9 +15,9 @@ namespace tarnbase::object {
 
 namespace {
 
-// The flags that describe the destination itself and that no copy replaces: where
-// its state block lies, and the runtime's modified mark. A tracking handle doesn't
-// let an object without a state block claim one either.
+// The flags of the destination that no copy replaces: where its state block is, and
+// the runtime's modified mark. In a tracking handle, an object without a state block
+// doesn't get the flag that says it has one either.
 unsigned own_flags(const kel_handle *handle, const void *destination) {
     unsigned own = OBJ_STATE_ELSEWHERE | OBJ_MODIFIED;
     if (tracking_is_on(handle) && !has_state_block(destination)) own |= OBJ_STATE_TRACKED;
@@ -44,7 +44,7 @@ class ByteCopy {
         for (const Field &field : fields_of(type)) {
             if (field.kind == FieldKind::structure) {
                 copy_structure(*field.structure, place + field.offset);
-            } else if (is_embedded(field.kind)) {
+            } else if (has_header(field.kind)) {
                 copy_flags(place + field.offset);
             }
         }
@@ -66,71 +66,65 @@ class ByteCopy {
     std::uint32_t done_ = 0;
 };
 
-// Trace data goes when the copied flags no longer show it: nothing would remove the
-// entry later. An entry that also has the place of a state block goes with its object.
-void leave_trace_data(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
-                      const void *source) {
+// Removes the trace data that the copied flags no longer tell of: nothing would remove
+// the entry later. An entry that also holds the offset of a state block is removed with
+// its object.
+void remove_trace_data(Type type, const Call &call, void *destination, const void *source) {
     constexpr unsigned reasons = OBJ_RA_DATA | OBJ_STATE_ELSEWHERE;
     const bool has_it = (header(destination)->flags & reasons) == OBJ_RA_DATA;
     if (has_it && (header(source)->flags & OBJ_RA_DATA) == 0) {
         std::uint32_t ignored = 0;
-        kel_hd_mapping_destroy(handle, tx_id, destination, &ignored);
+        kel_hd_mapping_destroy(call.handle, call.tx_id, destination, &ignored);
     }
     for (const Field &field : fields_of(type)) {
         if (field.kind != FieldKind::structure) continue;
-        leave_trace_data(*field.structure, handle, tx_id, place_of(field, destination),
-                         place_of(field, source));
+        remove_trace_data(*field.structure, call, place_of(field, destination),
+                          place_of(field, source));
     }
 }
 
 // Copies the state block. False: tracking is on and one of the two has none.
-bool copy_state(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
-                const void *source, std::uint32_t *err) {
-    if (!tracking_is_on(handle)) return true;
-    if (!admit_mark(handle, destination, err)) return false;
-    std::uint8_t *block = state_block(type, handle, tx_id, destination, header(destination)->flags);
-    std::uint32_t slot = 0;
-    update_offsets(type, handle, tx_id, destination, block, &slot);
-    if (*err == 0) *err = slot;
-    std::memcpy(block, state_block(type, handle, tx_id, source, header(source)->flags),
-                type.state_length);
+bool copy_state(Type type, const Call &call, void *destination, const void *source) {
+    if (!tracking_is_on(call.handle)) return true;
+    if (!admit_mark(call, destination)) return false;
+    std::uint8_t *block = state_block(type, call, destination);
+    std::uint32_t error = 0;
+    update_offsets(type, call.reporting_in(error), destination, block);
+    if (!call.failed()) *call.err = error;
+    std::memcpy(block, state_block(type, call, source), type.state_length);
     return true;
 }
 
 }  // namespace
 
 // Sets each field, also after one has failed: two objects must not share a text.
-void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
-                  const void *source, std::uint32_t *err) {
+void own_embedded(Type type, const Call &call, void *destination, const void *source) {
     std::uint32_t first = 0;
     for (const Field &field : fields_of(type)) {
         if (!owns_state(field.kind)) continue;
-        std::uint32_t slot = 0;
-        operations(field).set(field, handle, tx_id, place_of(field, destination),
-                              place_of(field, source), &slot);
-        if (first == 0) first = slot;
+        std::uint32_t error = 0;
+        operations(field).set(field, call.reporting_in(error), place_of(field, destination),
+                              place_of(field, source));
+        if (first == 0) first = error;
     }
-    if (first != 0) report(handle, err, first);
+    if (first != 0) call.report(first);
 }
 
 // Runs with an error set too, for the same reason.
-void set(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination, const void *source,
-         std::uint32_t *err) {
-    adjust_variant(type, handle, tx_id, destination, err);
+void set(Type type, const Call &call, void *destination, const void *source) {
+    adjust_variant(type, call, destination);
     if (destination == source) return;
     if (destination == nullptr || source == nullptr) {
-        if (*err == 0) report(handle, err, ENOENT);
+        if (!call.failed()) call.report(ENOENT);
         return;
     }
-    if (handle->hd_mapping_enabled != 0) {
-        leave_trace_data(type, handle, tx_id, destination, source);
-    }
-    log_write(handle, tx_id, destination, type.plain_size);
-    ByteCopy(destination, source, own_flags(handle, destination)).copy(type);
-    if (!copy_state(type, handle, tx_id, destination, source, err)) return;
-    std::uint32_t slot = 0;
-    own_embedded(type, handle, tx_id, destination, source, &slot);
-    if (*err == 0) *err = slot;
+    if (call.handle->hd_mapping_enabled != 0) remove_trace_data(type, call, destination, source);
+    call.log_write(destination, type.plain_size);
+    ByteCopy(destination, source, own_flags(call.handle, destination)).copy(type);
+    if (!copy_state(type, call, destination, source)) return;
+    std::uint32_t error = 0;
+    own_embedded(type, call.reporting_in(error), destination, source);
+    if (!call.failed()) *call.err = error;
 }
 
 }  // namespace tarnbase::object

@@ -6,10 +6,9 @@
 
 namespace tarnbase::object {
 
-// After a byte-for-byte copy: gives the destination's strings, addresses and
-// nested structures contents of their own, equal to the source's.
-void own_embedded(Type type, kel_handle *handle, std::uint32_t tx_id, void *destination,
-                  const void *source, std::uint32_t *err);
+// After a byte-for-byte copy: replaces the destination's strings, addresses and
+// nested structures by contents of its own, equal to the source's.
+void own_embedded(Type type, const Call &call, void *destination, const void *source);
 
 }  // namespace tarnbase::object
 

@@ -12,94 +12,90 @@ namespace tarnbase::enumeration {
 
 namespace {
 
-// Holds an empty element of any name of the schema.
+// Holds an empty element of any name in the schema.
 constexpr std::size_t text_size = 256;
 
-// The enumerator of a user value; null for a value that is none.
+// The enumerator of a user value; null if no enumerator has the value.
 const Enumerator *enumerator_of(Type type, const Object *object) {
     if (object == nullptr) return nullptr;
     const std::uint32_t position = object->value - type.first_user_value;
     return position < type.count ? &type.enumerators[position] : nullptr;
 }
 
-std::uint32_t print_value(Type type, kel_handle *handle, std::uint32_t tx_id, char *place,
-                          std::uint32_t indent, const Object *object, std::uint32_t room,
-                          std::uint32_t *err) {
+std::uint32_t print_value(Type type, const Call &call, Output out, std::uint32_t indent,
+                          const Object *object) {
     const Enumerator *enumerator = enumerator_of(type, object);
     static constexpr char unknown[] = "Enum value out of range";
     if (enumerator == nullptr) {
-        const KeptByte behind(indent, place, sizeof unknown - 1, room);
-        return kel_snprintf(handle, tx_id, place, room, err, "%s", unknown);
+        const KeptByte after(indent, out, sizeof unknown - 1);
+        return kel_snprintf(call.handle, call.tx_id, out.at(), out.remaining(), call.err, "%s",
+                            unknown);
     }
-    const KeptByte behind(indent, place, std::strlen(enumerator->name) + 1, room);
-    return kel_snprintf(handle, tx_id, place, room, err, "%s\n", enumerator->name);
+    const KeptByte after(indent, out, std::strlen(enumerator->name) + 1);
+    return kel_snprintf(call.handle, call.tx_id, out.at(), out.remaining(), call.err, "%s\n",
+                        enumerator->name);
 }
 
 }  // namespace
 
-std::uint32_t print(Type type, kel_handle *handle, std::uint32_t tx_id, char *buffer,
-                    std::uint32_t indent, const char *name, const Object *object,
-                    std::uint32_t remaining, std::uint32_t *err) {
-    if (!enter(handle, err)) return 0;
-    std::uint32_t at = kel_print_space(handle, tx_id, buffer, indent, remaining, err);
-    at += kel_snprintf(handle, tx_id, buffer + at, remaining - at, err, "%s@%s:", name, type.name);
-    return at + print_value(type, handle, tx_id, buffer + at, indent, object, remaining - at, err);
+std::uint32_t print(Type type, const Call &call, Output out, Label label, const Object *object) {
+    if (!call.enter()) return 0;
+    out.advance(kel_print_space(call.handle, call.tx_id, out.at(), label.indent, out.remaining(),
+                                call.err));
+    out.advance(kel_snprintf(call.handle, call.tx_id, out.at(), out.remaining(), call.err,
+                             "%s@%s:", label.name, type.name));
+    out.advance(print_value(type, call, out.rest(), label.indent, object));
+    return out.used();
 }
 
-std::uint32_t print_cr(Type type, kel_handle *handle, const Object *object, char *buffer,
-                       std::uint32_t length) {
-    const std::uint32_t written = print(type, handle, handle->cr_tx_id, buffer, 0, type.name,
-                                        object, length, &handle->last_error);
-    return handle->last_error == 0 ? written : cr_failure;
+std::uint32_t print_cr(Type type, kel_handle *handle, Output out, const Object *object) {
+    const std::uint32_t length = print(type, Call::cr(handle), out, {type.name}, object);
+    return handle->last_error == 0 ? length : cr_failure;
 }
 
-std::uint32_t to_xml(Type type, kel_handle *handle, std::uint32_t tx_id, const char *name,
-                     char *buffer, const Object *object, std::uint32_t remaining, std::uint8_t,
-                     std::uint32_t *err) {
-    if (!enter(handle, err)) return 0;
+std::uint32_t to_xml(Type type, const Call &call, Output out, const char *name,
+                     const Object *object) {
+    if (!call.enter()) return 0;
     const Enumerator *enumerator = enumerator_of(type, object);
     char text[text_size];
     const int length =
         enumerator != nullptr
             ? std::snprintf(text, sizeof text, "<%s/>", enumerator->name)
             : std::snprintf(text, sizeof text, "<%s value out of range/>", type.name);
-    std::uint32_t at = start_tag(handle, tx_id, buffer, name, remaining, 0, err);
-    at += xml_enum_print(handle, tx_id, buffer + at, text, remaining - at,
-                         static_cast<std::uint32_t>(length), err);
-    at += end_tag(handle, tx_id, buffer + at, name, remaining - at, err);
-    return at;
+    out.advance(start_tag(call.handle, call.tx_id, out.at(), name, out.remaining(), 0, call.err));
+    out.advance(xml_enum_print(call.handle, call.tx_id, out.at(), text, out.remaining(),
+                               static_cast<std::uint32_t>(length), call.err));
+    out.advance(end_tag(call.handle, call.tx_id, out.at(), name, out.remaining(), call.err));
+    return out.used();
 }
 
-std::uint32_t toxml_cr(Type type, kel_handle *handle, const Object *object, char *buffer,
-                       std::uint32_t length) {
-    const std::uint32_t written = to_xml(type, handle, handle->cr_tx_id, type.name, buffer, object,
-                                         length, 0, &handle->last_error);
-    return handle->last_error == 0 ? written : cr_failure;
+std::uint32_t toxml_cr(Type type, kel_handle *handle, Output out, const Object *object) {
+    const std::uint32_t length = to_xml(type, Call::cr(handle), out, type.name, object);
+    return handle->last_error == 0 ? length : cr_failure;
 }
 
-// The first enumerator, in order, that has an element decides; with none the
-// value stays.
-void from_xml(Type type, kel_handle *handle, std::uint32_t, const char *path, void *document,
-              Object *object, std::uint32_t *err, char *message, std::uint32_t message_len) {
-    if (!enter(handle, err)) return;
+// The first enumerator, in order, that has an element is the value; with none the
+// value is unchanged.
+void from_xml(Type type, const Call &call, const XmlElement &element, Object *object) {
+    if (!call.enter()) return;
     for (std::uint32_t i = 0; i < type.count; ++i) {
-        char enumerator_path[256];
-        std::snprintf(enumerator_path, sizeof enumerator_path, "%s/%s", path,
-                      type.enumerators[i].name);
+        char path[256];
+        std::snprintf(path, sizeof path, "%s/%s", element.path, type.enumerators[i].name);
         char scratch[128];
-        *err = xml_get_element_value(document, enumerator_path, scratch, sizeof scratch, 0);
-        if (*err == 0) {
+        *call.err = xml_get_element_value(element.document, path, scratch, sizeof scratch, 0);
+        if (!call.failed()) {
             object->value = type.enumerators[i].user_value;
             return;
         }
-        kel_store_err(handle, *err);
-        if (*err != ENOENT) {
-            if (message != nullptr) {
-                std::snprintf(message, message_len, "Failed xpath: %s", path);
+        kel_store_err(call.handle, *call.err);
+        if (*call.err != ENOENT) {
+            if (element.message != nullptr) {
+                std::snprintf(element.message, element.message_len, "Failed xpath: %s",
+                              element.path);
             }
             return;
         }
-        *err = 0;
+        *call.err = 0;
     }
 }
 

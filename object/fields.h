@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Walking a structure's fields, and what every worker asks of an object.
+// Walking a structure's fields, and reading an object's header.
 #ifndef TARNBASE_OBJECT_FIELDS_H
 #define TARNBASE_OBJECT_FIELDS_H
 
 #include <cstdint>
 
+#include "frame/call.h"
 #include "frame/schema.h"
 
 namespace tarnbase::object {
-
-// A field that is an object with a header of its own.
-constexpr bool is_embedded(FieldKind kind) {
-    return kind == FieldKind::boolean || kind == FieldKind::enumeration || owns_state(kind);
-}
 
 // For `for (const Field &field : fields_of(type))`.
 struct FieldRange {
@@ -38,21 +34,20 @@ inline const kel_object *header(const void *object) {
     return static_cast<const kel_object *>(object);
 }
 
-// The descriptor that the variant services are asked with; null of a null object.
+// The descriptor that the variant services are called with; null for a null object.
 inline const kel_type_info *descriptor_of(const void *object) {
     return object == nullptr ? nullptr : header(object)->descriptor;
 }
 
-// The variant of a structure's instance; 0 of a null object.
+// The variant of a structure's instance; 0 for a null object.
 inline std::int8_t variant_of(const void *object) {
     return static_cast<std::int8_t>(kel_get_instance_variant(object, 1, 0));
 }
 
 // The variant that the handle's domain uses for the descriptor's type.
-inline std::int8_t domain_variant(kel_handle *handle, const kel_type_info *descriptor,
-                                  std::uint32_t *err) {
+inline std::int8_t domain_variant(const Call &call, const kel_type_info *descriptor) {
     return static_cast<std::int8_t>(
-        kel_domain_lookup_variant(handle, &handle->variant_domain, descriptor, err));
+        kel_domain_lookup_variant(call.handle, &call.handle->variant_domain, descriptor, call.err));
 }
 
 }  // namespace tarnbase::object

@@ -7,47 +7,25 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <utility>
 
 #include "frame/schema.h"
-#include "object/plain_value.h"
+#include "object/array.h"
 #include "object/value_type.h"
 
 namespace tarnbase::object {
 
 template <const auto &Fields, std::size_t I>
 std::int32_t compare_field(const char *a, const char *b) {
-    constexpr FieldKind kind = Fields[I].kind;
-    const char *first = a + Fields[I].offset;
-    const char *second = b + Fields[I].offset;
-    if constexpr (kind == FieldKind::array) {
-        return std::memcmp(first, second, Fields[I].elements);
-    } else if constexpr (kind == FieldKind::structure) {
-        return Fields[I].structure->compare(first, second);
-    } else if constexpr (kind < FieldKind::boolean) {
-        PlainValue<kind> x;
-        PlainValue<kind> y;
-        std::memcpy(&x, first, sizeof x);
-        std::memcpy(&y, second, sizeof y);
-        return x == y ? 0 : (x > y ? 1 : -1);
-    } else {
-        return Value<kind>::compare(first, second);
-    }
+    constexpr const Field &field = Fields[I];
+    return Value<field.kind>::compare(field, a + field.offset, b + field.offset);
 }
 
 template <const auto &Fields, std::size_t I>
 std::uint32_t hash_field(const char *object, std::uint32_t seed) {
-    constexpr FieldKind kind = Fields[I].kind;
-    const char *place = object + Fields[I].offset;
-    if constexpr (kind == FieldKind::array) {
-        return SuperFastHash(place, static_cast<std::int32_t>(Fields[I].elements), seed);
-    } else if constexpr (kind == FieldKind::structure) {
-        return Fields[I].structure->hash(place, seed);
-    } else {
-        return Value<kind>::hash(place, seed);
-    }
+    constexpr const Field &field = Fields[I];
+    return Value<field.kind>::hash(field, object + field.offset, seed);
 }
 
 template <const auto &Fields, std::size_t... I>
@@ -63,7 +41,7 @@ std::uint32_t hash_each(const char *object, std::uint32_t seed, std::index_seque
     return seed;
 }
 
-// Null first; else the first field that differs decides, in field order.
+// Null comes first; else the first field that differs decides, in field order.
 template <const auto &Fields>
 std::int32_t compare_fields(const void *a, const void *b) {
     if (a == nullptr || b == nullptr) return (a != nullptr) - (b != nullptr);
@@ -71,7 +49,7 @@ std::int32_t compare_fields(const void *a, const void *b) {
                                 std::make_index_sequence<std::size(Fields)>());
 }
 
-// Each field's hash seeds the next one's. A null object gives the seed.
+// Each field's hash seeds the next one's. For a null object, the seed.
 template <const auto &Fields>
 std::uint32_t hash_fields(const void *object, std::uint32_t seed) {
     if (object == nullptr) return seed;

@@ -16,37 +16,36 @@ namespace tarnbase::object {
 
 namespace {
 
-std::uint32_t close_text(kel_handle *handle, std::uint32_t tx_id, char *place, std::uint32_t indent,
-                         std::uint32_t room, std::uint32_t *err) {
-    const KeptByte behind(indent, place, std::strlen("}\n"), room);
-    return kel_snprintf(handle, tx_id, place, room, err, "}\n");
+void close_text(const Call &call, Output &out, std::uint32_t indent) {
+    const KeptByte after(indent, out, std::strlen("}\n"));
+    out.advance(kel_snprintf(call.handle, call.tx_id, out.at(), out.remaining(), call.err, "}\n"));
 }
 
 }  // namespace
 
-std::uint32_t print(Type type, kel_handle *handle, std::uint32_t tx_id, char *buffer,
-                    std::uint32_t indent, const char *name, const void *object,
-                    std::uint32_t buffer_len, std::uint32_t *err) {
-    if (!enter(handle, err)) return 0;
+std::uint32_t print(Type type, const Call &call, Output out, Label label, const void *object) {
+    if (!call.enter()) return 0;
     const std::int8_t variant = variant_of(object);
-    std::uint32_t at = kel_print_space(handle, tx_id, buffer, indent, buffer_len, err);
-    at += kel_snprintf(handle, tx_id, buffer + at, buffer_len - at, err, "%s@%s: {\n", name,
-                       type.name);
+    char *start = out.at();
+    out.advance(
+        kel_print_space(call.handle, call.tx_id, start, label.indent, out.remaining(), call.err));
+    out.advance(kel_snprintf(call.handle, call.tx_id, out.at(), out.remaining(), call.err,
+                             "%s@%s: {\n", label.name, type.name));
     for (const Field &field : fields_of(type)) {
         // An instance too old for a field ends here, without the closing line.
-        if (field.first_variant > variant) return at;
-        at += operations(field).print(field, handle, tx_id, buffer + at, indent + 2,
-                                      place_of(field, object), buffer_len - at, err);
+        if (field.first_variant > variant) return out.used();
+        out.advance(operations(field).print(field, call, out.rest(), label.indent + 2,
+                                            place_of(field, object)));
     }
-    // The closing blanks land on the opening ones; here they are stepped over.
-    at += kel_print_space(handle, tx_id, buffer, indent, buffer_len - at, err);
-    return at + close_text(handle, tx_id, buffer + at, indent, buffer_len - at, err);
+    // The closing blanks are written over the opening ones; here they are skipped.
+    out.advance(
+        kel_print_space(call.handle, call.tx_id, start, label.indent, out.remaining(), call.err));
+    close_text(call, out, label.indent);
+    return out.used();
 }
 
-std::uint32_t print_cr(Type type, kel_handle *handle, const void *object, char *buffer,
-                       std::uint32_t buffer_len) {
-    const std::uint32_t length = print(type, handle, handle->cr_tx_id, buffer, 0, type.name, object,
-                                       buffer_len, &handle->last_error);
+std::uint32_t print_cr(Type type, kel_handle *handle, Output out, const void *object) {
+    const std::uint32_t length = print(type, Call::cr(handle), out, {type.name}, object);
     return handle->last_error == 0 ? length : cr_failure;
 }
 

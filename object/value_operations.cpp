@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "object/value_operations.h"
 
+#include "frame/kinds.h"
 #include "object/array.h"
 #include "object/fields.h"
 #include "object/value_type.h"
@@ -10,23 +11,22 @@ namespace tarnbase::object {
 namespace {
 
 template <FieldKind Kind>
-void load(const Field &field, kel_handle *handle, std::uint32_t tx_id, void *place, void *out,
-          std::uint32_t *err) {
-    const void *access = Value<Kind>::get(field, handle, tx_id, place, err);
+void load(const Field &field, const Call &call, void *place, void *out) {
+    const void *access = Value<Kind>::get(field, call, place);
     *static_cast<PlainValue<Kind> *>(out) =
-        access == nullptr ? 0 : Value<Kind>::get_value(field, handle, tx_id, access, err);
+        access == nullptr ? 0 : Value<Kind>::get_value(field, call, access);
 }
 
 template <FieldKind Kind>
-void store(const Field &field, kel_handle *handle, std::uint32_t tx_id, void *place,
-           std::uint64_t value, std::uint32_t *err) {
-    Value<Kind>::set_value(field, handle, tx_id, place, static_cast<PlainValue<Kind>>(value), err);
+void store(const Field &field, const Call &call, void *place, std::uint64_t value) {
+    Value<Kind>::set_value(field, call, place, static_cast<PlainValue<Kind>>(value));
 }
 
 template <FieldKind Kind>
 constexpr ValueOperations operations_of() {
     using V = Value<Kind>;
     ValueOperations made = {};
+    made.compare = &V::compare;
     made.len = &V::len;
     made.marshal = &V::marshal;
     made.unmarshal = &V::unmarshal;
@@ -41,7 +41,7 @@ constexpr ValueOperations operations_of() {
         made.load = &load<Kind>;
         made.store = &store<Kind>;
     }
-    if constexpr (is_embedded(Kind)) {
+    if constexpr (has_header(Kind)) {
         made.initialize = &V::initialize;
         made.set_instance_embedded = &V::set_instance_embedded;
     }
@@ -55,16 +55,11 @@ constexpr ValueOperations operations_of() {
     return made;
 }
 
-// In the order of FieldKind.
 constexpr ValueOperations table[] = {
-    operations_of<FieldKind::u_int8>(),    operations_of<FieldKind::u_int16>(),
-    operations_of<FieldKind::u_int32>(),   operations_of<FieldKind::u_int64>(),
-    operations_of<FieldKind::int32>(),     operations_of<FieldKind::int64>(),
-    operations_of<FieldKind::boolean>(),   operations_of<FieldKind::enumeration>(),
-    operations_of<FieldKind::vstring>(),   operations_of<FieldKind::address>(),
-    operations_of<FieldKind::structure>(), operations_of<FieldKind::array>(),
+#define TARN_OPERATIONS(group, kind, ...) operations_of<FieldKind::kind>(),
+    TARN_FIELD_KINDS(TARN_OPERATIONS)
+#undef TARN_OPERATIONS
 };
-static_assert(static_cast<unsigned>(FieldKind::array) + 1 == sizeof table / sizeof table[0]);
 
 }  // namespace
 

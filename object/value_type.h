@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The operations of each field kind under one name and one signature: the field
-// first, then its address. Templates name a kind's Value directly; workers that
-// walk fields go through the table of value_operations.h.
+// first, then the call, then the field's address. Templates name a kind's Value
+// directly; workers that walk fields use the table of value_operations.h.
 //
-//   every kind             len, marshal, unmarshal, print, to_xml, from_xml
+//   every kind             compare, hash, len, marshal, unmarshal, print, to_xml, from_xml
 //                          (to_xml of an array: xml.cpp, since each element has a flag)
 //   all but arrays         get, set, backpropagate
 //   plain values           get_value, set_value
@@ -15,317 +15,224 @@
 
 #include <cstdint>
 
-#include "frame/schema.h"
+#include "frame/kinds.h"
 #include "object/enumeration.h"
 #include "object/object.h"
-#include "object/plain_value.h"
+#include "object/services.h"
 
 namespace tarnbase::object {
 
 template <FieldKind Kind>
 struct Value;
 
-#define TARN_VALUE_FORMS(value, type)                                                              \
-    static void *get(const Field &, kel_handle *handle, std::uint32_t tx_id, void *place,          \
-                     std::uint32_t *err) {                                                         \
-        return value##_get(handle, tx_id, static_cast<type *>(place), err);                        \
-    }                                                                                              \
-    static void set(const Field &, kel_handle *handle, std::uint32_t tx_id, void *place,           \
-                    const void *source, std::uint32_t *err) {                                      \
-        value##_set(handle, tx_id, static_cast<type *>(place), static_cast<const type *>(source),  \
-                    err);                                                                          \
-    }                                                                                              \
-    static std::uint32_t hash(const void *place, std::uint32_t seed) {                             \
-        return value##_hash(static_cast<const type *>(place), seed);                               \
-    }                                                                                              \
-    static std::uint32_t len(const Field &, kel_handle *handle, std::uint32_t tx_id,               \
-                             const void *place) {                                                  \
-        return value##_len(handle, tx_id, static_cast<const type *>(place));                       \
-    }                                                                                              \
-    static std::uint32_t marshal(const Field &, kel_handle *handle, std::uint32_t tx_id,           \
-                                 void *buffer, const void *place, std::uint32_t remaining,         \
-                                 std::uint32_t *err) {                                             \
-        return value##_marshal(handle, tx_id, buffer, static_cast<const type *>(place), remaining, \
-                               err);                                                               \
-    }                                                                                              \
-    static std::uint32_t unmarshal(const Field &, kel_handle *handle, std::uint32_t tx_id,         \
-                                   const void *buffer, void *place, std::uint32_t remaining,       \
-                                   std::uint32_t in_place, std::uint32_t *err) {                   \
-        return value##_unmarshal(handle, tx_id, buffer, static_cast<type *>(place), remaining,     \
-                                 in_place, err);                                                   \
-    }                                                                                              \
-    static std::uint32_t print(const Field &field, kel_handle *handle, std::uint32_t tx_id,        \
-                               char *buffer, std::uint32_t indent, const void *place,              \
-                               std::uint32_t remaining, std::uint32_t *err) {                      \
-        return value##_print(handle, tx_id, buffer, indent, field.name,                            \
-                             static_cast<const type *>(place), remaining, err);                    \
-    }                                                                                              \
-    static std::uint32_t to_xml(const Field &field, kel_handle *handle, std::uint32_t tx_id,       \
-                                char *buffer, const void *place, std::uint32_t remaining,          \
-                                std::uint8_t state_flag, std::uint32_t *err) {                     \
-        return value##_to_xml(handle, tx_id, field.name, buffer, static_cast<const type *>(place), \
-                              remaining, state_flag, err);                                         \
-    }                                                                                              \
-    static void from_xml(const Field &, kel_handle *handle, std::uint32_t tx_id, const char *path, \
-                         void *document, void *place, std::uint32_t *err, char *message,           \
-                         std::uint32_t message_len) {                                              \
-        value##_from_xml(handle, tx_id, path, document, static_cast<type *>(place), err, message,  \
-                         message_len);                                                             \
-    }
+// The type of a field's plain value.
+template <FieldKind Kind>
+using PlainValue = typename Value<Kind>::PlainValue;
 
-#define TARN_VALUE_PLAIN(value, type, kind)                                                    \
-    static PlainValue<kind> get_value(const Field &, kel_handle *handle, std::uint32_t tx_id,  \
-                                      const void *access, std::uint32_t *err) {                \
-        return value##_get_value(handle, tx_id, static_cast<const type *>(access), err);       \
-    }                                                                                          \
-    static void set_value(const Field &, kel_handle *handle, std::uint32_t tx_id, void *place, \
-                          PlainValue<kind> plain, std::uint32_t *err) {                        \
-        value##_set_value(handle, tx_id, static_cast<type *>(place), plain, err);              \
-    }                                                                                          \
-    static std::uint32_t backpropagate(const Field &, kel_handle *handle, std::uint32_t tx_id, \
-                                       void *place, std::uint32_t *err) {                      \
-        return value##_backpropagate(handle, tx_id, static_cast<type *>(place), err);          \
-    }
+// The kinds whose types have services, from the list of kinds.
+#define TARN_SERVICE(type, name) static constexpr auto &name = type##_##name;
+#define TARN_FORM_SERVICES(type)  \
+    TARN_SERVICE(type, get)       \
+    TARN_SERVICE(type, set)       \
+    TARN_SERVICE(type, hash)      \
+    TARN_SERVICE(type, len)       \
+    TARN_SERVICE(type, marshal)   \
+    TARN_SERVICE(type, unmarshal) \
+    TARN_SERVICE(type, print)     \
+    TARN_SERVICE(type, to_xml)    \
+    TARN_SERVICE(type, from_xml)
+#define TARN_PLAIN_SERVICES(type) \
+    TARN_SERVICE(type, get_value) \
+    TARN_SERVICE(type, set_value) \
+    TARN_SERVICE(type, backpropagate)
+#define TARN_EMBEDDED_SERVICES(type) \
+    TARN_SERVICE(type, compare)      \
+    TARN_SERVICE(type, initialize)   \
+    TARN_SERVICE(type, set_instance_embedded)
+#define TARN_OWNER_SERVICES(type)               \
+    TARN_SERVICE(type, type_type_backpropagate) \
+    TARN_SERVICE(type, get_oid_count)           \
+    TARN_SERVICE(type, get_object_references)   \
+    TARN_SERVICE(type, destroy_internal)        \
+    TARN_SERVICE(type, offset_update)           \
+    TARN_SERVICE(type, offset_remove)
 
-#define TARN_VALUE_HEADED(value, type)                                                        \
-    static std::int32_t compare(const void *a, const void *b) {                               \
-        return value##_compare(static_cast<const type *>(a), static_cast<const type *>(b));   \
-    }                                                                                         \
-    static void initialize(const Field &field, kel_handle *handle, std::uint32_t tx_id,       \
-                           void *place, std::uint32_t log_writes, std::uint32_t quiet,        \
-                           void *sttr_base, std::uint32_t *err) {                             \
-        value##_initialize(handle, tx_id, static_cast<type *>(place), field.descriptor,       \
-                           log_writes, quiet, OBJ_NESTED, sttr_base, err);                    \
-    }                                                                                         \
-    static void set_instance_embedded(const Field &, kel_handle *handle, std::uint32_t tx_id, \
-                                      void *place) {                                          \
-        value##_set_instance_embedded(handle, tx_id, static_cast<type *>(place));             \
-    }
+#define TARN_VALUE_number(kind, type, c_type, plain) \
+    struct type##_services {                         \
+        TARN_FORM_SERVICES(type)                     \
+        TARN_PLAIN_SERVICES(type)                    \
+    };                                               \
+    template <>                                      \
+    struct Value<FieldKind::kind> : Number<type##_services, c_type> {};
+#define TARN_VALUE_boxed(kind, type, c_type, plain)                        \
+    struct type##_services {                                               \
+        TARN_FORM_SERVICES(type)                                           \
+        TARN_PLAIN_SERVICES(type)                                          \
+        TARN_EMBEDDED_SERVICES(type)                                       \
+    };                                                                     \
+    template <>                                                            \
+    struct Value<FieldKind::kind> : Forms<type##_services, c_type>,        \
+                                    Plain<type##_services, c_type, plain>, \
+                                    Embedded<type##_services, c_type> {};
+#define TARN_VALUE_object(kind, type, c_type, plain)                   \
+    struct type##_services {                                           \
+        TARN_FORM_SERVICES(type)                                       \
+        TARN_EMBEDDED_SERVICES(type)                                   \
+        TARN_OWNER_SERVICES(type)                                      \
+    };                                                                 \
+    template <>                                                        \
+    struct Value<FieldKind::kind> : Forms<type##_services, c_type>,    \
+                                    Embedded<type##_services, c_type>, \
+                                    Owner<type##_services, c_type> {};
+// These are written out, below and in array.h.
+#define TARN_VALUE_enumeration(...)
+#define TARN_VALUE_structure(...)
+#define TARN_VALUE_array(...)
+#define TARN_VALUE(group, kind, type, c_type, plain, ...) \
+    TARN_VALUE_##group(kind, type, c_type, plain)
 
-#define TARN_VALUE_OWNING(value, type)                                                             \
-    static std::uint32_t backpropagate(const Field &, kel_handle *handle, std::uint32_t tx_id,     \
-                                       void *place, std::uint32_t *err) {                          \
-        return value##_type_type_backpropagate(handle, tx_id, static_cast<type *>(place), err);    \
-    }                                                                                              \
-    static std::uint32_t get_oid_count(const Field &, kel_handle *handle, std::uint32_t tx_id,     \
-                                       void *place, std::uint32_t *err) {                          \
-        return value##_get_oid_count(handle, tx_id, static_cast<type *>(place), err);              \
-    }                                                                                              \
-    static void get_object_references(const Field &, kel_handle *handle, std::uint32_t tx_id,      \
-                                      void *place, std::uint64_t *references, std::uint32_t count, \
-                                      std::uint32_t *err) {                                        \
-        value##_get_object_references(handle, tx_id, static_cast<type *>(place), references,       \
-                                      count, err);                                                 \
-    }                                                                                              \
-    static void destroy_internal(const Field &, kel_handle *handle, std::uint32_t tx_id,           \
-                                 void *place) {                                                    \
-        value##_destroy_internal(handle, tx_id, static_cast<type *>(place), 0);                    \
-    }                                                                                              \
-    static void offset_update(const Field &, kel_handle *handle, std::uint32_t tx_id, void *place, \
-                              void *sttr_base, std::uint32_t *err) {                               \
-        value##_offset_update(handle, tx_id, static_cast<type *>(place), sttr_base, err);          \
-    }                                                                                              \
-    static void offset_remove(const Field &, kel_handle *handle, std::uint32_t tx_id, void *place, \
-                              std::uint32_t *err) {                                                \
-        value##_offset_remove(handle, tx_id, static_cast<type *>(place), err);                     \
-    }
+TARN_FIELD_KINDS(TARN_VALUE)
 
-#define TARN_SCALAR(value, type)                        \
-    template <>                                         \
-    struct Value<FieldKind::value> {                    \
-        TARN_VALUE_FORMS(value, type)                   \
-        TARN_VALUE_PLAIN(value, type, FieldKind::value) \
-    };
+#undef TARN_VALUE
+#undef TARN_VALUE_array
+#undef TARN_VALUE_structure
+#undef TARN_VALUE_enumeration
+#undef TARN_VALUE_object
+#undef TARN_VALUE_boxed
+#undef TARN_VALUE_number
+#undef TARN_OWNER_SERVICES
+#undef TARN_EMBEDDED_SERVICES
+#undef TARN_PLAIN_SERVICES
+#undef TARN_FORM_SERVICES
+#undef TARN_SERVICE
 
-TARN_SCALAR(u_int8, std::uint8_t)
-TARN_SCALAR(u_int16, std::uint16_t)
-TARN_SCALAR(u_int32, std::uint32_t)
-TARN_SCALAR(u_int64, std::uint64_t)
-TARN_SCALAR(int32, std::int32_t)
-TARN_SCALAR(int64, std::int64_t)
-
-template <>
-struct Value<FieldKind::boolean> {
-    TARN_VALUE_FORMS(kel_boolean, kel_boolean)
-    TARN_VALUE_PLAIN(kel_boolean, kel_boolean, FieldKind::boolean)
-    TARN_VALUE_HEADED(kel_boolean, kel_boolean)
-};
-
-template <>
-struct Value<FieldKind::vstring> {
-    TARN_VALUE_FORMS(kel_vstring, kel_vstring)
-    TARN_VALUE_HEADED(kel_vstring, kel_vstring)
-    TARN_VALUE_OWNING(kel_vstring, kel_vstring)
-};
-
-template <>
-struct Value<FieldKind::address> {
-    TARN_VALUE_FORMS(ip_address, ip_address)
-    TARN_VALUE_HEADED(ip_address, ip_address)
-    TARN_VALUE_OWNING(ip_address, ip_address)
-};
-
-#undef TARN_SCALAR
-#undef TARN_VALUE_OWNING
-#undef TARN_VALUE_HEADED
-#undef TARN_VALUE_PLAIN
-#undef TARN_VALUE_FORMS
+// A field that is an embedded object starts with the field's descriptor, nested.
+inline Initial nested(const Field &field, const Initial &initial) {
+    return {field.descriptor, initial.log_writes, initial.quiet, OBJ_NESTED, initial.sttr_base};
+}
 
 // An enumeration field: the enumeration's own workers.
 template <>
 struct Value<FieldKind::enumeration> {
     using Object = kel_enum_object;
+    using PlainValue = std::uint32_t;
 
-    static void *get(const Field &, kel_handle *, std::uint32_t, void *place, std::uint32_t *) {
-        return place;
+    static void *get(const Field &, const Call &, void *place) { return place; }
+    static void set(const Field &field, const Call &call, void *place, const void *source) {
+        enumeration::set(*field.enumeration, call, at(place), at(source));
     }
-    static void set(const Field &field, kel_handle *handle, std::uint32_t tx_id, void *place,
-                    const void *source, std::uint32_t *err) {
-        enumeration::set(*field.enumeration, handle, tx_id, static_cast<Object *>(place),
-                         static_cast<const Object *>(source), err);
+    static std::uint32_t get_value(const Field &, const Call &call, const void *access) {
+        return enumeration::get_value(call, at(access));
     }
-    static std::uint32_t get_value(const Field &, kel_handle *handle, std::uint32_t tx_id,
-                                   const void *access, std::uint32_t *err) {
-        return enumeration::get_value(handle, tx_id, static_cast<const Object *>(access), err);
+    static void set_value(const Field &field, const Call &call, void *place, std::uint32_t value) {
+        enumeration::set_value(*field.enumeration, call, at(place), value);
     }
-    static void set_value(const Field &field, kel_handle *handle, std::uint32_t tx_id, void *place,
-                          std::uint32_t plain, std::uint32_t *err) {
-        enumeration::set_value(*field.enumeration, handle, tx_id, static_cast<Object *>(place),
-                               plain, err);
+    static std::int32_t compare(const Field &, const void *a, const void *b) {
+        return enumeration::compare(at(a), at(b));
     }
-    static std::int32_t compare(const void *a, const void *b) {
-        return enumeration::compare(static_cast<const Object *>(a), static_cast<const Object *>(b));
+    static std::uint32_t hash(const Field &, const void *place, std::uint32_t seed) {
+        return enumeration::hash(at(place), seed);
     }
-    static std::uint32_t hash(const void *place, std::uint32_t seed) {
-        return enumeration::hash(static_cast<const Object *>(place), seed);
-    }
-    static std::uint32_t len(const Field &, kel_handle *, std::uint32_t, const void *) {
+    static std::uint32_t len(const Field &, const Call &, const void *) {
         return enumeration::len();
     }
-    static std::uint32_t marshal(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                 void *buffer, const void *place, std::uint32_t remaining,
-                                 std::uint32_t *err) {
-        return enumeration::marshal(*field.enumeration, handle, tx_id, buffer,
-                                    static_cast<const Object *>(place), remaining, err);
+    static std::uint32_t marshal(const Field &field, const Call &call, Output out,
+                                 const void *place) {
+        return enumeration::marshal(*field.enumeration, call, out, at(place));
     }
-    static std::uint32_t unmarshal(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                   const void *buffer, void *place, std::uint32_t remaining,
-                                   std::uint32_t in_place, std::uint32_t *err) {
-        return enumeration::unmarshal(*field.enumeration, handle, tx_id, buffer,
-                                      static_cast<Object *>(place), remaining, in_place, err);
+    static std::uint32_t unmarshal(const Field &field, const Call &call, Input in, void *place,
+                                   InPlace in_place) {
+        return enumeration::unmarshal(*field.enumeration, call, in, at(place), in_place);
     }
-    static std::uint32_t print(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                               char *buffer, std::uint32_t indent, const void *place,
-                               std::uint32_t remaining, std::uint32_t *err) {
-        return enumeration::print(*field.enumeration, handle, tx_id, buffer, indent, field.name,
-                                  static_cast<const Object *>(place), remaining, err);
+    static std::uint32_t print(const Field &field, const Call &call, Output out,
+                               std::uint32_t indent, const void *place) {
+        return enumeration::print(*field.enumeration, call, out, {field.name, indent}, at(place));
     }
-    static std::uint32_t to_xml(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                char *buffer, const void *place, std::uint32_t remaining,
-                                std::uint8_t state_flag, std::uint32_t *err) {
-        return enumeration::to_xml(*field.enumeration, handle, tx_id, field.name, buffer,
-                                   static_cast<const Object *>(place), remaining, state_flag, err);
+    static std::uint32_t to_xml(const Field &field, const Call &call, Output out, const void *place,
+                                std::uint8_t) {
+        return enumeration::to_xml(*field.enumeration, call, out, field.name, at(place));
     }
-    static void from_xml(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                         const char *path, void *document, void *place, std::uint32_t *err,
-                         char *message, std::uint32_t message_len) {
-        enumeration::from_xml(*field.enumeration, handle, tx_id, path, document,
-                              static_cast<Object *>(place), err, message, message_len);
+    static void from_xml(const Field &field, const Call &call, const XmlElement &element,
+                         void *place) {
+        enumeration::from_xml(*field.enumeration, call, element, at(place));
     }
-    static std::uint32_t backpropagate(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                       void *place, std::uint32_t *err) {
-        return enumeration::backpropagate(*field.enumeration, handle, tx_id,
-                                          static_cast<Object *>(place), err);
+    static std::uint32_t backpropagate(const Field &field, const Call &call, void *place) {
+        return enumeration::backpropagate(*field.enumeration, call, at(place));
     }
-    static void initialize(const Field &field, kel_handle *handle, std::uint32_t tx_id, void *place,
-                           std::uint32_t log_writes, std::uint32_t quiet, void *sttr_base,
-                           std::uint32_t *err) {
-        enumeration::initialize(*field.enumeration, handle, tx_id, static_cast<Object *>(place),
-                                field.descriptor, log_writes, quiet, OBJ_NESTED, sttr_base, err);
+    static void initialize(const Field &field, const Call &call, void *place,
+                           const Initial &initial) {
+        enumeration::initialize(call, at(place), nested(field, initial));
     }
-    static void set_instance_embedded(const Field &, kel_handle *handle, std::uint32_t tx_id,
-                                      void *place) {
-        enumeration::set_instance_embedded(handle, tx_id, static_cast<Object *>(place));
+    static void set_instance_embedded(const Field &, const Call &call, void *place) {
+        enumeration::set_instance_embedded(call, at(place));
     }
+
+ private:
+    static Object *at(void *place) { return static_cast<Object *>(place); }
+    static const Object *at(const void *place) { return static_cast<const Object *>(place); }
 };
 
 // A nested structure: the structure's own workers, one level down.
 template <>
 struct Value<FieldKind::structure> {
-    static void *get(const Field &, kel_handle *, std::uint32_t, void *place, std::uint32_t *) {
-        return place;
+    static void *get(const Field &, const Call &, void *place) { return place; }
+    static void set(const Field &field, const Call &call, void *place, const void *source) {
+        object::set(*field.structure, call, place, source);
     }
-    static void set(const Field &field, kel_handle *handle, std::uint32_t tx_id, void *place,
-                    const void *source, std::uint32_t *err) {
-        object::set(*field.structure, handle, tx_id, place, source, err);
+    static std::int32_t compare(const Field &field, const void *a, const void *b) {
+        return field.structure->compare(a, b);
     }
-    static std::uint32_t len(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                             const void *place) {
-        return object::len(*field.structure, handle, tx_id, place);
+    static std::uint32_t hash(const Field &field, const void *place, std::uint32_t seed) {
+        return field.structure->hash(place, seed);
     }
-    static std::uint32_t marshal(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                 void *buffer, const void *place, std::uint32_t remaining,
-                                 std::uint32_t *err) {
-        return object::marshal(*field.structure, handle, tx_id, buffer, place, remaining, err);
+    static std::uint32_t len(const Field &field, const Call &call, const void *place) {
+        return object::len(*field.structure, call, place);
     }
-    static std::uint32_t unmarshal(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                   const void *buffer, void *place, std::uint32_t remaining,
-                                   std::uint32_t in_place, std::uint32_t *err) {
-        return object::unmarshal(*field.structure, handle, tx_id, buffer, place, remaining,
-                                 in_place, err);
+    static std::uint32_t marshal(const Field &field, const Call &call, Output out,
+                                 const void *place) {
+        return object::marshal(*field.structure, call, out, place);
     }
-    static std::uint32_t print(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                               char *buffer, std::uint32_t indent, const void *place,
-                               std::uint32_t remaining, std::uint32_t *err) {
-        return object::print(*field.structure, handle, tx_id, buffer, indent, field.name, place,
-                             remaining, err);
+    static std::uint32_t unmarshal(const Field &field, const Call &call, Input in, void *place,
+                                   InPlace in_place) {
+        return object::unmarshal(*field.structure, call, in, place, in_place);
     }
-    static std::uint32_t to_xml(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                char *buffer, const void *place, std::uint32_t remaining,
-                                std::uint8_t state_flag, std::uint32_t *err) {
-        return object::to_xml(*field.structure, handle, tx_id, field.name, buffer, place, remaining,
-                              state_flag, err);
+    static std::uint32_t print(const Field &field, const Call &call, Output out,
+                               std::uint32_t indent, const void *place) {
+        return object::print(*field.structure, call, out, {field.name, indent}, place);
     }
-    static void from_xml(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                         const char *path, void *document, void *place, std::uint32_t *err,
-                         char *message, std::uint32_t message_len) {
-        object::from_xml(*field.structure, handle, tx_id, path, document, place, err, message,
-                         message_len);
+    static std::uint32_t to_xml(const Field &field, const Call &call, Output out, const void *place,
+                                std::uint8_t state_flag) {
+        return object::to_xml(*field.structure, call, out, {field.name, state_flag}, place);
     }
-    static std::uint32_t backpropagate(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                       void *place, std::uint32_t *err) {
-        return object::type_type_backpropagate(*field.structure, handle, tx_id, place, err);
+    static void from_xml(const Field &field, const Call &call, const XmlElement &element,
+                         void *place) {
+        object::from_xml(*field.structure, call, element, place);
     }
-    static void initialize(const Field &field, kel_handle *handle, std::uint32_t tx_id, void *place,
-                           std::uint32_t log_writes, std::uint32_t quiet, void *sttr_base,
-                           std::uint32_t *err) {
-        object::initialize(*field.structure, handle, tx_id, place, field.descriptor, log_writes,
-                           quiet, OBJ_NESTED, sttr_base, err);
+    static std::uint32_t backpropagate(const Field &field, const Call &call, void *place) {
+        return object::type_type_backpropagate(*field.structure, call, place);
     }
-    static void set_instance_embedded(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                      void *place) {
-        object::set_instance_embedded(*field.structure, handle, tx_id, place);
+    static void initialize(const Field &field, const Call &call, void *place,
+                           const Initial &initial) {
+        object::initialize(*field.structure, call, place, nested(field, initial));
     }
-    static std::uint32_t get_oid_count(const Field &, kel_handle *handle, std::uint32_t tx_id,
-                                       void *place, std::uint32_t *err) {
-        return object::get_oid_count(handle, tx_id, place, err);
+    static void set_instance_embedded(const Field &field, const Call &call, void *place) {
+        object::set_instance_embedded(*field.structure, call, place);
     }
-    static void get_object_references(const Field &, kel_handle *handle, std::uint32_t tx_id,
-                                      void *place, std::uint64_t *references, std::uint32_t count,
-                                      std::uint32_t *err) {
-        object::get_object_references(handle, tx_id, place, references, count, err);
+    static std::uint32_t get_oid_count(const Field &, const Call &call, void *place) {
+        return object::get_oid_count(call, place);
     }
-    static void destroy_internal(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                                 void *place) {
-        object::destroy_internal(*field.structure, handle, tx_id, place, 0);
+    static void get_object_references(const Field &, const Call &call, void *place, std::uint64_t *,
+                                      std::uint32_t) {
+        object::get_object_references(call, place);
     }
-    static void offset_update(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                              void *place, void *sttr_base, std::uint32_t *err) {
-        object::offset_update(*field.structure, handle, tx_id, place, sttr_base, err);
+    static void destroy_internal(const Field &field, const Call &call, void *place) {
+        object::destroy_internal(*field.structure, call, place, Release::keep);
     }
-    static void offset_remove(const Field &field, kel_handle *handle, std::uint32_t tx_id,
-                              void *place, std::uint32_t *err) {
-        object::offset_remove(*field.structure, handle, tx_id, place, err);
+    static void offset_update(const Field &field, const Call &call, void *place, void *sttr_base) {
+        object::offset_update(*field.structure, call, place, sttr_base);
+    }
+    static void offset_remove(const Field &field, const Call &call, void *place) {
+        object::offset_remove(*field.structure, call, place);
     }
 };
 

@@ -11,25 +11,23 @@ std::int8_t variant_data_index_cap(Type type, std::int8_t variant) {
     return variant > type.top_variant ? type.top_variant : variant;
 }
 
-std::int32_t adjust_variant(Type type, kel_handle *handle, std::uint32_t tx_id, void *object,
-                            std::uint32_t *err) {
-    return kellib_adjust_variant(handle, tx_id, object, descriptor_of(object), type.top_variant,
-                                 err);
+std::int32_t adjust_variant(Type type, const Call &call, void *object) {
+    return kellib_adjust_variant(call.handle, call.tx_id, object, descriptor_of(object),
+                                 type.top_variant, call.err);
 }
 
-// A domain may know more of the type than this library: a variant above the top
-// one makes every field number valid.
+// A domain may have a newer revision of the type than this library: a variant above
+// the top one makes every field number valid.
 std::uint32_t is_valid_cr(Type type, kel_handle *handle, std::uint32_t field_index) {
     std::int32_t needed = 0;
     while (needed <= type.top_variant && field_index >= type.field_numbers[needed]) ++needed;
     if (needed == 0) return 1;
-    return domain_variant(handle, type.descriptor, &handle->last_error) >= needed ? 1 : 0;
+    return domain_variant(Call::cr(handle), type.descriptor) >= needed ? 1 : 0;
 }
 
-// The fields behind the first marked one keep their marks.
-std::uint32_t type_type_backpropagate(Type type, kel_handle *handle, std::uint32_t tx_id,
-                                      void *object, std::uint32_t *err) {
-    if (!enter(handle, err)) return 0;
+// The fields after the first marked one keep their marks.
+std::uint32_t type_type_backpropagate(Type type, const Call &call, void *object) {
+    if (!call.enter()) return 0;
     if (object == nullptr) {
         trace_type(KEL_TRACE_INFO, "(info): backpropagate: Null pointer to %s type", type.name);
         return 0;
@@ -38,7 +36,7 @@ std::uint32_t type_type_backpropagate(Type type, kel_handle *handle, std::uint32
     std::uint32_t found = 0;
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::array) continue;
-        found = operations(field).backpropagate(field, handle, tx_id, place_of(field, object), err);
+        found = operations(field).backpropagate(field, call, place_of(field, object));
         if (found != 0) break;
     }
     if (own == 0) return found;

@@ -65,7 +65,7 @@ bool append(Model model, const Structure &type, kel_handle *handle, std::uint32_
         return false;
     }
     cursor +=
-        object::marshal(type, handle, tx_id, buffer + cursor, object, buffer_len - cursor, err);
+        object::marshal(type, {handle, tx_id, err}, {buffer + cursor, buffer_len - cursor}, object);
     return true;
 }
 
@@ -73,11 +73,11 @@ bool append(Model model, const Structure &type, kel_handle *handle, std::uint32_
 void extract(const Structure &type, kel_handle *handle, std::uint32_t tx_id, const char *buffer,
              void *&slot, std::uint32_t buffer_len, std::uint32_t in_place, std::uint32_t &cursor,
              std::uint32_t *err) {
-    if (in_place == 0) slot = object::create_internal(type, handle, tx_id);
+    if (in_place == 0) slot = object::create_internal(type, {handle, tx_id});
     if (slot == nullptr) report(handle, err, in_place != 0 ? ENOENT : ENOMEM);
     if (*err != 0) return;
-    cursor += object::unmarshal(type, handle, tx_id, buffer + cursor, slot, buffer_len - cursor,
-                                in_place, err);
+    cursor += object::unmarshal(type, {handle, tx_id, err}, {buffer + cursor, buffer_len - cursor},
+                                slot, InPlace{in_place});
 }
 
 }  // namespace
@@ -142,9 +142,9 @@ std::uint32_t record_unmarshal(Model model, kel_handle *handle, std::uint32_t tx
 
 std::uint32_t record_len(Model model, kel_handle *handle, std::uint32_t tx_id,
                          const kel_record *record) {
-    std::uint32_t length = frame_size + object::len(*model.type, handle, tx_id, record->object);
+    std::uint32_t length = frame_size + object::len(*model.type, {handle, tx_id}, record->object);
     if (model.key_type != nullptr) {
-        length += object::len(*model.key_type, handle, tx_id, record->key_object);
+        length += object::len(*model.key_type, {handle, tx_id}, record->key_object);
     }
     return length;
 }
@@ -164,10 +164,10 @@ std::uint32_t record_is_modified(Model model, kel_handle *handle, std::uint32_t 
     }
     kel_clear_last_error(handle);
     std::uint32_t modified =
-        object::type_type_backpropagate(*model.type, handle, tx_id, record->object, err);
+        object::type_type_backpropagate(*model.type, {handle, tx_id, err}, record->object);
     if (modified == 0 && model.key_type != nullptr) {
-        modified = object::type_type_backpropagate(*model.key_type, handle, tx_id,
-                                                   record->key_object, err);
+        modified = object::type_type_backpropagate(*model.key_type, {handle, tx_id, err},
+                                                   record->key_object);
     }
     if (modified == 0) return 0;
     trace_table(KEL_TRACE_INFO, "(info): Record was modified");

@@ -28,7 +28,7 @@ bool may_attach(kel_handle *handle, const void *object, const char *text) {
 void attach(Model model, kel_handle *handle, std::uint32_t tx_id, kel_record *record, void *object,
             Slot slot) {
     logged_store(handle, tx_id, slot_of(record, slot), object);
-    object::set_instance_embedded(type_of(model, slot), handle, tx_id, object);
+    object::set_instance_embedded(type_of(model, slot), {handle, tx_id}, object);
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ void free_and_set_field(Model model, kel_handle *handle, std::uint32_t tx_id, ke
         return;
     }
     void *old = get_field(record, slot);
-    if (old != nullptr) object::destroy(type_of(model, slot), handle, tx_id, old);
+    if (old != nullptr) object::destroy(type_of(model, slot), {handle, tx_id}, old);
     attach(model, handle, tx_id, record, object, slot);
 }
 

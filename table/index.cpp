@@ -19,7 +19,7 @@ std::uint8_t without(std::uint8_t flags, std::uint32_t bits) {
 // A record counts as not modified from its insertion on.
 void reset_modified(kel_handle *handle, std::uint32_t tx_id, const Structure &type, void *object,
                     std::uint32_t *err) {
-    if (object::type_type_backpropagate(type, handle, tx_id, object, err) != 0) {
+    if (object::type_type_backpropagate(type, {handle, tx_id, err}, object) != 0) {
         trace_table(KEL_TRACE_VERBOSE,
                     "(verbose): Record was modified. Done resetting modified bit.");
     }

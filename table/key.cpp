@@ -98,7 +98,7 @@ std::uint32_t key_len(const Table &model, kel_handle *handle, std::uint32_t tx_i
         case KeyKind::enumeration:
             return enumeration::len();
         case KeyKind::structure:
-            return object::len(*model.key_type, handle, tx_id, key);
+            return object::len(*model.key_type, {handle, tx_id}, key);
     }
     __builtin_unreachable();
 }
@@ -113,10 +113,11 @@ std::uint32_t key_marshal(const Table &model, kel_handle *handle, std::uint32_t 
         case KeyKind::address:
             return ip_address_marshal(handle, tx_id, buffer, address(key), buffer_len, err);
         case KeyKind::enumeration:
-            return enumeration::marshal(*model.key_field->enumeration, handle, tx_id, buffer,
-                                        enumerator(key), buffer_len, err);
+            return enumeration::marshal(*model.key_field->enumeration, {handle, tx_id, err},
+                                        {buffer, buffer_len}, enumerator(key));
         case KeyKind::structure:
-            return object::marshal(*model.key_type, handle, tx_id, buffer, key, buffer_len, err);
+            return object::marshal(*model.key_type, {handle, tx_id, err}, {buffer, buffer_len},
+                                   key);
     }
     __builtin_unreachable();
 }
@@ -135,11 +136,12 @@ std::uint32_t key_unmarshal(const Table &model, kel_handle *handle, std::uint32_
             return ip_address_unmarshal(handle, tx_id, buffer, static_cast<ip_address *>(key),
                                         buffer_len, 0, err);
         case KeyKind::enumeration:
-            return enumeration::unmarshal(*model.key_field->enumeration, handle, tx_id, buffer,
-                                          static_cast<kel_enum_object *>(key), buffer_len, 0, err);
+            return enumeration::unmarshal(*model.key_field->enumeration, {handle, tx_id, err},
+                                          {buffer, buffer_len}, static_cast<kel_enum_object *>(key),
+                                          InPlace::no);
         case KeyKind::structure:
-            return object::unmarshal(*model.key_type, handle, tx_id, buffer, key, buffer_len, 0,
-                                     err);
+            return object::unmarshal(*model.key_type, {handle, tx_id, err}, {buffer, buffer_len},
+                                     key, InPlace::no);
     }
     __builtin_unreachable();
 }
@@ -157,11 +159,12 @@ std::uint32_t key_print(const Table &model, kel_handle *handle, std::uint32_t tx
             return ip_address_print(handle, tx_id, buffer, 0, model.key_field->name, address(key),
                                     buffer_len, err);
         case KeyKind::enumeration:
-            return enumeration::print(*model.key_field->enumeration, handle, tx_id, buffer, 0,
-                                      model.key_field->name, enumerator(key), buffer_len, err);
+            return enumeration::print(*model.key_field->enumeration, {handle, tx_id, err},
+                                      {buffer, buffer_len}, {model.key_field->name},
+                                      enumerator(key));
         case KeyKind::structure:
-            return object::print(*model.key_type, handle, tx_id, buffer, 0, "", key, buffer_len,
-                                 err);
+            return object::print(*model.key_type, {handle, tx_id, err}, {buffer, buffer_len}, {""},
+                                 key);
     }
     __builtin_unreachable();
 }

@@ -82,9 +82,9 @@ kel_record *create_record_cr(Model model, kel_handle *handle, std::uint32_t with
     kel_record *record =
         create_record(model, handle, tx_id, KEL_SOURCE_DEFAULT, &handle->last_error);
     if (with_objects != 0) {
-        record->object = object::create(*model.type, handle, tx_id);
+        record->object = object::create(*model.type, {handle, tx_id});
         if (model.key_type != nullptr) {
-            record->key_object = object::create(*model.key_type, handle, tx_id);
+            record->key_object = object::create(*model.key_type, {handle, tx_id});
         }
     }
     handle->cr_fallback_enabled = 0;
@@ -109,9 +109,9 @@ void destroy_record(Model model, kel_handle *handle, std::uint32_t tx_id, kel_re
     logged_store(handle, tx_id, record->ref_count, record->ref_count - 1);
     if (record->ref_count != 0) return;
     leave_index(model, handle, tx_id, record, err);
-    object::destroy(*model.type, handle, tx_id, record->object);
+    object::destroy(*model.type, {handle, tx_id}, record->object);
     if (model.key_type != nullptr) {
-        object::destroy(*model.key_type, handle, tx_id, record->key_object);
+        object::destroy(*model.key_type, {handle, tx_id}, record->key_object);
     }
     require_descriptor(record->descriptor, TraceModule::table);
     logged_count(handle, tx_id, record->descriptor,
@@ -140,11 +140,12 @@ void request_record_destroy(Model model, kel_handle *handle, std::uint32_t tx_id
 }
 
 void *pkey_create(Model model, kel_handle *handle, std::uint32_t tx_id) {
-    return object::create(model.key_type != nullptr ? *model.key_type : *model.type, handle, tx_id);
+    return object::create(model.key_type != nullptr ? *model.key_type : *model.type,
+                          {handle, tx_id});
 }
 
 void pkey_destroy(Model model, kel_handle *handle, std::uint32_t tx_id, void *key_object) {
-    object::destroy(model.key_type != nullptr ? *model.key_type : *model.type, handle, tx_id,
+    object::destroy(model.key_type != nullptr ? *model.key_type : *model.type, {handle, tx_id},
                     key_object);
 }
 

@@ -35,8 +35,8 @@ kel_record *search(Model model, kel_handle *handle, std::uint32_t tx_id, kel_tab
         const Structure &type = *model.type;
         probe.object = __builtin_alloca_with_align(type.plain_size, object_alignment);
         std::memset(probe.object, 0, type.plain_size);
-        object::initialize(type, handle, tx_id, probe.object, type.descriptor, 0, 1, 0, nullptr,
-                           err);
+        object::initialize(type, {handle, tx_id, err}, probe.object,
+                           {.descriptor = type.descriptor, .log_writes = 0, .quiet = 1});
         put_key_value(model, probe.object, key);
     }
     probe.src = static_cast<std::uint8_t>(src);

@@ -15,7 +15,7 @@ constexpr std::uint32_t object_indent = 2;
 constexpr std::size_t path_size = 256;
 
 // A caller's buffer that is filled from the front.
-struct Output {
+struct Room {
     char *buffer;
     std::uint32_t length;
     std::uint32_t used = 0;
@@ -25,35 +25,35 @@ struct Output {
 };
 
 // Appends an object's text. Its wire length is the room that it must find.
-void print_object(const Structure &type, kel_handle *handle, std::uint32_t tx_id, Output &output,
+void print_object(const Structure &type, kel_handle *handle, std::uint32_t tx_id, Room &output,
                   const void *object, std::uint32_t *err) {
-    const std::uint32_t wanted = object::len(type, handle, tx_id, object);
+    const std::uint32_t wanted = object::len(type, {handle, tx_id}, object);
     if (static_cast<std::int32_t>(output.left()) < static_cast<std::int32_t>(wanted)) {
         report(handle, err, EMSGSIZE);
         return;
     }
-    output.used += object::print(type, handle, tx_id, output.at(), object_indent, type.name, object,
-                                 output.left(), err);
+    output.used += object::print(type, {handle, tx_id, err}, {output.at(), output.left()},
+                                 {type.name, object_indent}, object);
 }
 
-void object_to_xml(const Structure &type, kel_handle *handle, std::uint32_t tx_id, Output &output,
+void object_to_xml(const Structure &type, kel_handle *handle, std::uint32_t tx_id, Room &output,
                    const void *object, std::uint32_t *err) {
-    output.used +=
-        object::to_xml(type, handle, tx_id, type.name, output.at(), object, output.left(), 0, err);
+    output.used += object::to_xml(type, {handle, tx_id, err}, {output.at(), output.left()},
+                                  {type.name}, object);
 }
 
 // Makes an object in `slot` and reads it from wherever the document has it. An
 // absent element leaves `*err` at 2. False: the record can't be had.
 bool object_from_xml(const Structure &type, kel_handle *handle, std::uint32_t tx_id, void *document,
                      void *&slot, std::uint32_t *err, char *message, std::uint32_t message_len) {
-    slot = object::create_internal(type, handle, tx_id);
+    slot = object::create_internal(type, {handle, tx_id});
     if (slot == nullptr) {
         report(handle, err, ENOMEM);
         return false;
     }
     char path[path_size];
     std::snprintf(path, sizeof path, "//%s", type.name);
-    object::from_xml(type, handle, tx_id, path, document, slot, err, message, message_len);
+    object::from_xml(type, {handle, tx_id, err}, {document, path, message, message_len}, slot);
     return *err == 0 || *err == ENOENT;
 }
 
@@ -83,7 +83,7 @@ std::uint32_t pkey_print(Model model, kel_handle *handle, std::uint32_t tx_id, k
 
 std::uint32_t record_print(Model model, kel_handle *handle, std::uint32_t tx_id, char *buffer,
                            const kel_record *record, std::uint32_t buffer_len, std::uint32_t *err) {
-    Output output{buffer, buffer_len};
+    Room output{buffer, buffer_len};
     output.used += kel_print_space(handle, tx_id, output.at(), 0, output.left(), err);
     output.used +=
         kel_snprintf(handle, tx_id, output.at(), output.left(), err, "record@%s: {\n", model.name);
@@ -109,7 +109,7 @@ std::uint32_t record_to_xml(Model model, kel_handle *handle, std::uint32_t tx_id
                             const kel_record *record, std::uint32_t buffer_len,
                             std::uint32_t *err) {
     if (!enter(handle, err)) return 0;
-    Output output{buffer, buffer_len};
+    Room output{buffer, buffer_len};
     output.used += start_tag(handle, tx_id, output.at(), model.name, output.left(), 0, err);
     if (*err == 0) object_to_xml(*model.type, handle, tx_id, output, record->object, err);
     if (*err == 0 && model.key_type != nullptr) {

@@ -73,22 +73,19 @@ TARN_CALLS_BY_NAME void use(const Accessors &accessors, const Round &round, void
 }
 
 void use_array(const Structure &type, const Field &field, const Round &round, void *object) {
-    kel_handle *handle = round.handle();
     u32 err = 0;
     Buffer elements(field.elements);
     const auto length = static_cast<std::int32_t>(field.elements);
-    object::array_get_mem(type, field, handle, round.tx(), object, elements.data(), length, &err);
-    object::array_set_mem(type, field, handle, round.tx(), object, elements.data(), length, &err);
+    object::array_get_mem({type, field}, round.call(err), object, elements.data(), length);
+    object::array_set_mem({type, field}, round.call(err), object, elements.data(), length);
     for (const u32 index : {0U, field.elements - 1}) {
-        const u8 value =
-            object::array_get_value(type, field, handle, round.tx(), object, index, &err);
-        object::array_set_value(type, field, handle, round.tx(), object, index, value, &err);
+        const u8 value = object::array_get_value({type, field}, round.call(err), object, index);
+        object::array_set_value({type, field}, round.call(err), object, index, value);
     }
     require(err == 0 || head(object)->variant < field.first_variant,
             "an array can be read and written");
     err = 0;
-    require(object::array_get(type, field, handle, round.tx(), object, field.elements, &err) ==
-                    nullptr &&
+    require(object::array_get({type, field}, round.call(err), object, field.elements) == nullptr &&
                 err != 0,
             "an array ends where it ends");
 }

@@ -53,23 +53,21 @@ bool travels_whole(const Structure &type, const void *object) {
 void check_journey(const Structure &type, const Round &round, const void *object,
                    const Buffer &form, u32 length) {
     u32 err = 0;
-    void *copy = object::create(type, round.handle(), round.tx());
+    void *copy = object::create(type, round.call());
     const u32 taken =
-        object::unmarshal(type, round.handle(), round.tx(), form.data(), copy, length, 0, &err);
+        object::unmarshal(type, round.call(err), {form.data(), length}, copy, InPlace::no);
     require(err == 0 && taken == length, "what was marshalled can be unmarshalled");
     if (travels_whole(type, object)) require_equal(type, object, copy);
-    object::destroy(type, round.handle(), round.tx(), copy);
+    object::destroy(type, round.call(), copy);
 }
 
 void check_wire(const Structure &type, const Round &round, const void *object, u8 room) {
-    kel_handle *handle = round.handle();
-    const u32 length = object::len(type, handle, round.tx(), object) + ra_data_in(type, object);
+    const u32 length = object::len(type, round.call(), object) + ra_data_in(type, object);
     // In a handle that tracks state the last byte may be stored behind the length.
     const u32 spare = round.tracking() ? 1 : 0;
     Buffer form(length + spare);
     u32 err = 0;
-    const u32 written =
-        object::marshal(type, handle, round.tx(), form.data(), object, length, &err);
+    const u32 written = object::marshal(type, round.call(err), {form.data(), length}, object);
     require(written <= length, "a marshalled object stays in its buffer");
     require(err == 0 || round.handle()->last_error != 0, "an error is kept in the handle too");
     if (err == 0) {
@@ -78,7 +76,7 @@ void check_wire(const Structure &type, const Round &round, const void *object, u
     }
     Buffer cut(length * room / 256 + spare);
     u32 lack = 0;
-    object::marshal(type, handle, round.tx(), cut.data(), object, cut.size() - spare, &lack);
+    object::marshal(type, round.call(lack), {cut.data(), cut.size() - spare}, object);
     // The last state bytes of a buffer that is too short for them alone are dropped.
     require(lack != 0 || round.tracking(), "a buffer that is too short is reported");
 }
@@ -86,38 +84,35 @@ void check_wire(const Structure &type, const Round &round, const void *object, u
 void check_text(const Structure &type, const Round &round, const void *object, u8 room) {
     const u32 indent = room % 8;
     text_form(room, [&](char *buffer, u32 length, u32 *err) {
-        return object::print(type, round.handle(), round.tx(), buffer, indent, type.name, object,
-                             length, err);
+        return object::print(type, round.call(*err), {buffer, length}, {type.name, indent}, object);
     });
 }
 
 void check_states(const Structure &type, const Round &round, void *object) {
     for (const Field &field : fields_of(type)) {
         u32 err = 0;
-        const u8 flag =
-            object::state_flag_get(type, field, round.handle(), round.tx(), object, &err);
+        const u8 flag = object::state_flag_get({type, field}, round.call(err), object);
         require((err == 0) == round.tracking(), "an object has flags if the handle tracks");
-        object::state_flag_set(type, field, round.handle(), round.tx(), object, flag, &err);
+        object::state_flag_set({type, field}, round.call(err), object, flag);
         if (field.kind != FieldKind::array || !round.tracking()) continue;
-        object::array_state_flag_get(type, field, round.handle(), round.tx(), object,
-                                     field.elements - 1, &err);
+        object::array_state_flag_get({type, field}, round.call(err), object, field.elements - 1);
     }
-    object::set_all_state_tracking_flag(type, round.handle(), round.tx(), object, 3);
+    object::set_all_state_tracking_flag(type, round.call(), object, 3);
 }
 
 // A clone in a workspace that just suffices, or is too small; a clone and a copy in
 // the handle's; an assignment.
 void check_copies(const Structure &type, const Round &round, const void *object, u8 room) {
     kel_handle *handle = round.handle();
-    const u32 length = object::len(type, handle, round.tx(), object) + ra_data_in(type, object);
+    const u32 length = object::len(type, round.call(), object) + ra_data_in(type, object);
     const u32 spare = round.tracking() ? 1 : 0;
     for (const u32 size : {length, length * room / 256}) {
         Buffer workspace(size + spare);
         u32 err = 0;
         void *clone = nullptr;
-        object::clone(type, handle, round.tx(), object, &clone, workspace.data(), size, &err);
+        object::clone(type, round.call(err), object, &clone, {workspace.data(), size});
         require((clone != nullptr) == (err == 0), "a clone is made, or an error reported");
-        object::destroy(type, handle, round.tx(), clone);
+        object::destroy(type, round.call(), clone);
     }
     handle->last_error = 0;
     void *clone = object::clone_cr(type, handle, object);
@@ -125,10 +120,10 @@ void check_copies(const Structure &type, const Round &round, const void *object,
     object::copy_cr(type, handle, object, clone);
     require(handle->last_error == 0, "a copy is made in the workspace");
     u32 err = 0;
-    object::set(type, handle, round.tx(), clone, object, &err);
+    object::set(type, round.call(err), clone, object);
     require(err == 0, "an object can be set from another");
     require_equal(type, object, clone);
-    object::destroy(type, handle, round.tx(), clone);
+    object::destroy(type, round.call(), clone);
 }
 
 }  // namespace
@@ -152,8 +147,8 @@ void require_equal(const Structure &type, const void *a, const void *b) {
 std::string xml_of(const Structure &type, const Round &round, const void *object, u8 room) {
     return text_form(room,
                      [&](char *buffer, u32 length, u32 *err) {
-                         return object::to_xml(type, round.handle(), round.tx(), type.name, buffer,
-                                               object, length, 0, err);
+                         return object::to_xml(type, round.call(*err), {buffer, length},
+                                               {type.name}, object);
                      })
         .first;
 }
@@ -167,36 +162,33 @@ void exercise(const Structure &type, const Round &round, void *object, u8 room) 
     check_copies(type, round, object, room);
     use_accessors(type, round, object);
     check_states(type, round, object);
-    object::type_type_backpropagate(type, round.handle(), round.tx(), object, &err);
+    object::type_type_backpropagate(type, round.call(err), object);
     require(err == 0, "an object tells whether it was modified");
     check_wire(type, round, object, room);
 }
 
 void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 room) {
-    kel_handle *handle = round.handle();
     u32 err = 0;
-    const u32 value = enumeration::get_value(handle, round.tx(), object, &err);
+    const u32 value = enumeration::get_value(round.call(err), object);
     require(enumeration::compare(object, object) == 0 && err == 0, "an enumeration has a value");
     enumeration::hash(object, 7);
     Buffer form(enumeration::len());
-    require(enumeration::marshal(type, handle, round.tx(), form.data(), object, form.size(),
-                                 &err) == form.size(),
+    require(enumeration::marshal(type, round.call(err), {form.data(), form.size()}, object) ==
+                form.size(),
             "an enumeration has the length foretold");
     Buffer cut(form.size() * room / 256);
     u32 lack = 0;
-    enumeration::marshal(type, handle, round.tx(), cut.data(), object, cut.size(), &lack);
+    enumeration::marshal(type, round.call(lack), {cut.data(), cut.size()}, object);
     require(lack != 0, "a buffer that is too short for an enumeration is reported");
     text_form(room, [&](char *buffer, u32 length, u32 *error) {
-        return enumeration::print(type, handle, round.tx(), buffer, 0, type.name, object, length,
-                                  error);
+        return enumeration::print(type, round.call(*error), {buffer, length}, {type.name}, object);
     });
     text_form(room, [&](char *buffer, u32 length, u32 *error) {
-        return enumeration::to_xml(type, handle, round.tx(), type.name, buffer, object, length, 0,
-                                   error);
+        return enumeration::to_xml(type, round.call(*error), {buffer, length}, type.name, object);
     });
     u32 refused = 0;
-    enumeration::set_value(type, handle, round.tx(), object, value, &refused);
-    enumeration::backpropagate(type, handle, round.tx(), object, &err);
+    enumeration::set_value(type, round.call(refused), object, value);
+    enumeration::backpropagate(type, round.call(err), object);
     require(err == 0, "an enumeration tells whether it was modified");
 }
 

@@ -63,8 +63,8 @@ void set_number(const Round &round, void *place, FieldKind kind, Random &random,
 
 void set_enumeration(const Enumeration &type, const Round &round, void *place, Random &random,
                      u32 *err) {
-    enumeration::set_value(type, round.handle(), round.tx(), static_cast<kel_enum_object *>(place),
-                           type.enumerators[random.below(type.count)].user_value, err);
+    enumeration::set_value(type, round.call(*err), static_cast<kel_enum_object *>(place),
+                           type.enumerators[random.below(type.count)].user_value);
 }
 
 void fill_field(const Field &field, const Round &round, void *place, Random &random) {
@@ -106,12 +106,11 @@ void fill(const Structure &type, const Round &round, void *object, Random &rando
             fill_field(field, round, place_of(field, object), random);
         }
     }
-    object::set_all_state_tracking_flag(type, round.handle(), round.tx(), object,
-                                        static_cast<u8>(random.word()));
+    object::set_all_state_tracking_flag(type, round.call(), object, static_cast<u8>(random.word()));
 }
 
 void *make_object(const Structure &type, const Round &round, Random &random) {
-    void *object = object::create(type, round.handle(), round.tx());
+    void *object = object::create(type, round.call());
     require(object != nullptr, "an object can be made");
     fill(type, round, object, random);
     return object;
@@ -132,10 +131,9 @@ kel_record *make_record(const Table &model, const Round &round, Random &random) 
 
 std::vector<u8> wire(const Structure &type, const Round &round, const void *object) {
     u32 err = 0;
-    const u32 length = object::len(type, round.handle(), round.tx(), object);
+    const u32 length = object::len(type, round.call(), object);
     std::vector<u8> bytes(length + 1);  // with tracking, the last state byte wants room
-    const u32 written =
-        object::marshal(type, round.handle(), round.tx(), bytes.data(), object, length, &err);
+    const u32 written = object::marshal(type, round.call(err), {bytes.data(), length}, object);
     require(err == 0 && written == length, "an object can be marshalled");
     bytes.resize(length);
     return bytes;

@@ -14,26 +14,27 @@ void read_structure(const Structure &type, const Conditions &conditions, const B
                     u8 room) {
     const Round round(conditions);
     Random random(1);
-    void *object = conditions.used ? make_object(type, round, random)
-                                   : object::create(type, round.handle(), round.tx());
+    void *object =
+        conditions.used ? make_object(type, round, random) : object::create(type, round.call());
     u32 err = 0;
-    object::unmarshal(type, round.handle(), round.tx(), form.data(), object, form.size(),
-                      conditions.in_place ? 1 : 0, &err);
+    object::unmarshal(type, round.call(err), {form.data(), form.size()}, object,
+                      conditions.in_place ? InPlace::yes : InPlace::no);
     require((err == 0) == (round.handle()->last_error == 0), "an error is kept in the handle");
     exercise(type, round, object, room);
-    object::destroy(type, round.handle(), round.tx(), object);
+    object::destroy(type, round.call(), object);
 }
 
 void read_enumeration(const Enumeration &type, const Conditions &conditions, const Buffer &form,
                       u8 room) {
     const Round round(conditions);
-    auto *object = enumeration::create(type, round.handle(), round.tx());
+    auto *object = enumeration::create(type, round.call());
     u32 err = 0;
-    const u32 taken = enumeration::unmarshal(type, round.handle(), round.tx(), form.data(), object,
-                                             form.size(), conditions.in_place ? 1 : 0, &err);
+    const u32 taken =
+        enumeration::unmarshal(type, round.call(err), {form.data(), form.size()}, object,
+                               conditions.in_place ? InPlace::yes : InPlace::no);
     require(err != 0 || taken == enumeration::len(), "an enumeration takes its length");
     exercise(type, round, object, room);
-    enumeration::destroy(type, round.handle(), round.tx(), object);
+    enumeration::destroy(type, round.call(), object);
 }
 
 }  // namespace

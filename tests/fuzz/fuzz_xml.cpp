@@ -46,44 +46,45 @@ void check_journey(const Structure &type, const Round &round, const void *object
     if (text.empty() || !has_enumerators_only(type, object) || has_array(type)) return;
     const Document document = parse(text.data(), text.size());
     require(document != nullptr, "an object's XML is well-formed");
-    void *copy = object::create(type, round.handle(), round.tx());
+    void *copy = object::create(type, round.call());
     u32 err = 0;
     const std::string path = std::string("/") + type.name;
-    object::from_xml(type, round.handle(), round.tx(), path.c_str(), document.get(), copy, &err,
-                     nullptr, 0);
+    object::from_xml(type, round.call(err), {document.get(), path.c_str(), nullptr, 0}, copy);
     require(err == 0, "an object's XML can be read back");
     require_equal(type, object, copy);
-    object::destroy(type, round.handle(), round.tx(), copy);
+    object::destroy(type, round.call(), copy);
 }
 
 void read_structure(const Structure &type, const Conditions &conditions, kel_xml_document *document,
                     u8 room) {
     const Round round(conditions);
     Random random(3);
-    void *object = conditions.used ? make_object(type, round, random)
-                                   : object::create(type, round.handle(), round.tx());
+    void *object =
+        conditions.used ? make_object(type, round, random) : object::create(type, round.call());
     Message message(room);
     u32 err = 0;
     const std::string path = std::string("//") + type.name;
-    object::from_xml(type, round.handle(), round.tx(), path.c_str(), document, object, &err,
-                     message.buffer.text(), message.buffer.size());
+    object::from_xml(type, round.call(err),
+                     {document, path.c_str(), message.buffer.text(), message.buffer.size()},
+                     object);
     check_journey(type, round, object, room);
     exercise(type, round, object, room);
-    object::destroy(type, round.handle(), round.tx(), object);
+    object::destroy(type, round.call(), object);
 }
 
 void read_enumeration(const Enumeration &type, const Conditions &conditions,
                       kel_xml_document *document, u8 room) {
     const Round round(conditions);
-    auto *object = enumeration::create(type, round.handle(), round.tx());
+    auto *object = enumeration::create(type, round.call());
     Message message(room);
     u32 err = 0;
     const std::string path = std::string("//") + type.name;
-    enumeration::from_xml(type, round.handle(), round.tx(), path.c_str(), document, object, &err,
-                          message.buffer.text(), message.buffer.size());
+    enumeration::from_xml(type, round.call(err),
+                          {document, path.c_str(), message.buffer.text(), message.buffer.size()},
+                          object);
     require(err == 0, "an enumeration is read, or keeps its value");
     exercise(type, round, object, room);
-    enumeration::destroy(type, round.handle(), round.tx(), object);
+    enumeration::destroy(type, round.call(), object);
 }
 
 // A document that is refused leaves its record behind, which nobody can then give

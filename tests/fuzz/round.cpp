@@ -101,11 +101,12 @@ class Lab {
     static void warm_up(kel_handle *handle) {
         u32 err = 0;
         for (const Structure *type : all_structures()) {
-            object::destroy(*type, handle, KEL_TX_NONE, object::create(*type, handle, KEL_TX_NONE));
+            object::destroy(*type, {handle, KEL_TX_NONE},
+                            object::create(*type, {handle, KEL_TX_NONE}));
         }
         for (const Enumeration *type : all_enumerations()) {
-            enumeration::destroy(*type, handle, KEL_TX_NONE,
-                                 enumeration::create(*type, handle, KEL_TX_NONE));
+            enumeration::destroy(*type, {handle, KEL_TX_NONE},
+                                 enumeration::create(*type, {handle, KEL_TX_NONE}));
         }
         for (const Table *model : all_tables()) {
             kel_record *record = table::create_record(*model, handle, KEL_TX_NONE, 1, &err);

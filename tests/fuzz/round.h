@@ -4,6 +4,7 @@
 #ifndef TARNBASE_TESTS_FUZZ_ROUND_H
 #define TARNBASE_TESTS_FUZZ_ROUND_H
 
+#include "frame/call.h"
 #include "frame/schema.h"
 #include "tarnbase/embedded.h"
 #include "tests/fuzz/targets.h"
@@ -45,6 +46,8 @@ class Round {
 
     kel_handle *handle() const { return handle_; }
     u32 tx() const { return tx_; }
+    Call call() const { return {handle_, tx_}; }
+    Call call(u32 &err) const { return {handle_, tx_, &err}; }
     bool tracking() const { return manner_ == Manner::tracking; }
     // An open table of that model, empty between rounds.
     kel_table *table(const Table &model) const;

@@ -46,7 +46,7 @@ void object_seeds(const TakeSeed &take) {
             give(take, named(type->name, manner),
                  {static_cast<u8>(item), conditions_of(item, manner), half_room},
                  wire(*type, round, object));
-            object::destroy(*type, round.handle(), round.tx(), object);
+            object::destroy(*type, round.call(), object);
         }
         ++item;
     }
@@ -122,7 +122,7 @@ void xml_seeds(const TakeSeed &take) {
         Random random(item);
         void *object = make_object(*type, round, random);
         give_xml(take, type->name, item, xml_of(*type, round, object, half_room));
-        object::destroy(*type, round.handle(), round.tx(), object);
+        object::destroy(*type, round.call(), object);
         ++item;
     }
     for (const Enumeration *type : all_enumerations()) {

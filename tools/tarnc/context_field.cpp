@@ -85,8 +85,8 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("quoted_unit", quoted(field.unit));
     context.set("field_type", field.type);
     context.set("number", text(field.number));
-    context.set("model_field",
-                "tarnbase::model::" + structure.name + "_fields[" + text(field.number) + "]");
+    const std::string model = "tarnbase::model::" + structure.name;
+    context.set("model_field", "{" + model + ", " + model + "_fields[" + text(field.number) + "]}");
     context.set("access", is_item ? field.type : field.facts().c_type);
     context.set("single", flag(!is_array));
     context.set("array", flag(is_array));

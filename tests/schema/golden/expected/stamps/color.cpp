@@ -44,12 +44,12 @@ int8_t color_variant_data_index_cap(int8_t variant) {
 }
 
 color *color_create(kel_handle *handle, uint32_t tx_id) {
-    return outer_color(tarnbase::enumeration::create(tarnbase::model::color, handle, tx_id));
+    return outer_color(tarnbase::enumeration::create(tarnbase::model::color, {handle, tx_id}));
 }
 
 color *color_create_internal(kel_handle *handle, uint32_t tx_id) {
-    return outer_color(tarnbase::enumeration::create_internal(tarnbase::model::color, handle,
-                                                              tx_id));
+    return outer_color(tarnbase::enumeration::create_internal(tarnbase::model::color,
+                                                              {handle, tx_id}));
 }
 
 color *color_create_cr(kel_handle *handle) {
@@ -57,32 +57,33 @@ color *color_create_cr(kel_handle *handle) {
 }
 
 void color_initialize(kel_handle *handle, uint32_t tx_id, color *object,
-                      const kel_type_info *descriptor, uint32_t log_writes, uint32_t quiet,
-                      uint8_t flags, void *sttr_base, uint32_t *err) {
-    tarnbase::enumeration::initialize(tarnbase::model::color, handle, tx_id, inner(object),
-                                      descriptor, log_writes, quiet, flags, sttr_base, err);
+                      const kel_type_info *descriptor, uint32_t log_writes, uint32_t, uint8_t flags,
+                      void *, uint32_t *err) {
+    tarnbase::enumeration::initialize({handle, tx_id, err}, inner(object),
+                                      {.descriptor = descriptor, .log_writes = log_writes,
+                                       .flags = flags});
 }
 
 void color_set_instance_embedded(kel_handle *handle, uint32_t tx_id, color *object) {
-    tarnbase::enumeration::set_instance_embedded(handle, tx_id, inner(object));
+    tarnbase::enumeration::set_instance_embedded({handle, tx_id}, inner(object));
 }
 
 uint32_t color_get_oid_count(kel_handle *handle, uint32_t tx_id, color *object, uint32_t *err) {
-    return tarnbase::object::get_oid_count(handle, tx_id, object, err);
+    return tarnbase::object::get_oid_count({handle, tx_id, err}, object);
 }
 
-void color_get_object_references(kel_handle *handle, uint32_t tx_id, color *object,
-                                 uint64_t *references, uint32_t count, uint32_t *err) {
-    tarnbase::object::get_object_references(handle, tx_id, object, references, count, err);
+void color_get_object_references(kel_handle *handle, uint32_t tx_id, color *object, uint64_t *,
+                                 uint32_t, uint32_t *err) {
+    tarnbase::object::get_object_references({handle, tx_id, err}, object);
 }
 
 void color_destroy(kel_handle *handle, uint32_t tx_id, color *object) {
-    tarnbase::enumeration::destroy(tarnbase::model::color, handle, tx_id, inner(object));
+    tarnbase::enumeration::destroy(tarnbase::model::color, {handle, tx_id}, inner(object));
 }
 
 void color_destroy_internal(kel_handle *handle, uint32_t tx_id, color *object, uint32_t release) {
-    tarnbase::enumeration::destroy_internal(tarnbase::model::color, handle, tx_id, inner(object),
-                                            release);
+    tarnbase::enumeration::destroy_internal(tarnbase::model::color, {handle, tx_id}, inner(object),
+                                            tarnbase::release_if(release));
 }
 
 void color_destroy_cr(kel_handle *handle, color *object) {
@@ -98,8 +99,7 @@ uint32_t color_map_to_internal_value(uint32_t value) {
 }
 
 int32_t color_adjust_variant(kel_handle *handle, uint32_t tx_id, color *object, uint32_t *err) {
-    return tarnbase::enumeration::adjust_variant(tarnbase::model::color, handle, tx_id,
-                                                 inner(object), err);
+    return tarnbase::enumeration::adjust_variant({handle, tx_id, err}, inner(object));
 }
 
 int32_t color_compare(const color *a, const color *b) {
@@ -127,64 +127,65 @@ color *color_get(kel_handle *, uint32_t, color *object, uint32_t *) {
 }
 
 uint32_t color_get_value(kel_handle *handle, uint32_t tx_id, const color *object, uint32_t *err) {
-    return tarnbase::enumeration::get_value(handle, tx_id, inner(object), err);
+    return tarnbase::enumeration::get_value({handle, tx_id, err}, inner(object));
 }
 
 void color_set(kel_handle *handle, uint32_t tx_id, color *object, const color *source,
                uint32_t *err) {
-    tarnbase::enumeration::set(tarnbase::model::color, handle, tx_id, inner(object), inner(source),
-                               err);
+    tarnbase::enumeration::set(tarnbase::model::color, {handle, tx_id, err}, inner(object),
+                               inner(source));
 }
 
 void color_set_value(kel_handle *handle, uint32_t tx_id, color *object, uint32_t value,
                      uint32_t *err) {
-    tarnbase::enumeration::set_value(tarnbase::model::color, handle, tx_id, inner(object), value,
-                                     err);
+    tarnbase::enumeration::set_value(tarnbase::model::color, {handle, tx_id, err}, inner(object),
+                                     value);
 }
 
 uint32_t color_marshal(kel_handle *handle, uint32_t tx_id, void *buffer, const color *object,
                        uint32_t remaining, uint32_t *err) {
-    return tarnbase::enumeration::marshal(tarnbase::model::color, handle, tx_id, buffer,
-                                          inner(object), remaining, err);
+    return tarnbase::enumeration::marshal(tarnbase::model::color, {handle, tx_id, err},
+                                          {buffer, remaining}, inner(object));
 }
 
 uint32_t color_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer, color *object,
                          uint32_t remaining, uint32_t in_place, uint32_t *err) {
-    return tarnbase::enumeration::unmarshal(tarnbase::model::color, handle, tx_id, buffer,
-                                            inner(object), remaining, in_place, err);
+    return tarnbase::enumeration::unmarshal(tarnbase::model::color, {handle, tx_id, err},
+                                            {buffer, remaining}, inner(object),
+                                            tarnbase::InPlace{in_place});
 }
 
 uint32_t color_backpropagate(kel_handle *handle, uint32_t tx_id, color *object, uint32_t *err) {
-    return tarnbase::enumeration::backpropagate(tarnbase::model::color, handle, tx_id,
-                                                inner(object), err);
+    return tarnbase::enumeration::backpropagate(tarnbase::model::color, {handle, tx_id, err},
+                                                inner(object));
 }
 
 uint32_t color_print(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
                      const char *name, const color *object, uint32_t remaining, uint32_t *err) {
-    return tarnbase::enumeration::print(tarnbase::model::color, handle, tx_id, buffer, indent, name,
-                                        inner(object), remaining, err);
+    return tarnbase::enumeration::print(tarnbase::model::color, {handle, tx_id, err},
+                                        {buffer, remaining}, {name, indent}, inner(object));
 }
 
 uint32_t color_print_cr(kel_handle *handle, const color *object, char *buffer, uint32_t length) {
-    return tarnbase::enumeration::print_cr(tarnbase::model::color, handle, inner(object), buffer,
-                                           length);
+    return tarnbase::enumeration::print_cr(tarnbase::model::color, handle, {buffer, length},
+                                           inner(object));
 }
 
 uint32_t color_to_xml(kel_handle *handle, uint32_t tx_id, const char *name, char *buffer,
-                      const color *object, uint32_t remaining, uint8_t state_flag, uint32_t *err) {
-    return tarnbase::enumeration::to_xml(tarnbase::model::color, handle, tx_id, name, buffer,
-                                         inner(object), remaining, state_flag, err);
+                      const color *object, uint32_t remaining, uint8_t, uint32_t *err) {
+    return tarnbase::enumeration::to_xml(tarnbase::model::color, {handle, tx_id, err},
+                                         {buffer, remaining}, name, inner(object));
 }
 
 uint32_t color_toxml_cr(kel_handle *handle, const color *object, char *buffer, uint32_t length) {
-    return tarnbase::enumeration::toxml_cr(tarnbase::model::color, handle, inner(object), buffer,
-                                           length);
+    return tarnbase::enumeration::toxml_cr(tarnbase::model::color, handle, {buffer, length},
+                                           inner(object));
 }
 
 void color_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void *document,
                     color *object, uint32_t *err, char *message, uint32_t message_len) {
-    tarnbase::enumeration::from_xml(tarnbase::model::color, handle, tx_id, path, document,
-                                    inner(object), err, message, message_len);
+    tarnbase::enumeration::from_xml(tarnbase::model::color, {handle, tx_id, err},
+                                    {document, path, message, message_len}, inner(object));
 }
 
 uint32_t color_is_valid_cr(kel_handle *handle, uint32_t value) {

@@ -29,13 +29,13 @@ constinit Fallback<96> shape_key_fallback = {};
 }  // namespace tarnbase::model
 
 shape_key *shape_key_create(kel_handle *handle, uint32_t tx_id) {
-    return static_cast<shape_key *>(tarnbase::object::create(tarnbase::model::shape_key, handle,
-                                                             tx_id));
+    return static_cast<shape_key *>(tarnbase::object::create(tarnbase::model::shape_key,
+                                                             {handle, tx_id}));
 }
 
 shape_key *shape_key_create_internal(kel_handle *handle, uint32_t tx_id) {
     return static_cast<shape_key *>(tarnbase::object::create_internal(tarnbase::model::shape_key,
-                                                                      handle, tx_id));
+                                                                      {handle, tx_id}));
 }
 
 shape_key *shape_key_create_cr(kel_handle *handle) {
@@ -46,32 +46,33 @@ shape_key *shape_key_create_cr(kel_handle *handle) {
 void shape_key_initialize(kel_handle *handle, uint32_t tx_id, shape_key *object,
                           const kel_type_info *descriptor, uint32_t log_writes, uint32_t quiet,
                           uint8_t flags, void *sttr_base, uint32_t *err) {
-    tarnbase::object::initialize(tarnbase::model::shape_key, handle, tx_id, object, descriptor,
-                                 log_writes, quiet, flags, sttr_base, err);
+    tarnbase::object::initialize(tarnbase::model::shape_key, {handle, tx_id, err}, object,
+                                 {.descriptor = descriptor, .log_writes = log_writes,
+                                  .quiet = quiet, .flags = flags, .sttr_base = sttr_base});
 }
 
 void shape_key_set_instance_embedded(kel_handle *handle, uint32_t tx_id, shape_key *object) {
-    tarnbase::object::set_instance_embedded(tarnbase::model::shape_key, handle, tx_id, object);
+    tarnbase::object::set_instance_embedded(tarnbase::model::shape_key, {handle, tx_id}, object);
 }
 
 void shape_key_offset_update(kel_handle *handle, uint32_t tx_id, shape_key *object, void *sttr_base,
                              uint32_t *err) {
-    tarnbase::object::offset_update(tarnbase::model::shape_key, handle, tx_id, object, sttr_base,
-                                    err);
+    tarnbase::object::offset_update(tarnbase::model::shape_key, {handle, tx_id, err}, object,
+                                    sttr_base);
 }
 
 void shape_key_offset_remove(kel_handle *handle, uint32_t tx_id, shape_key *object, uint32_t *err) {
-    tarnbase::object::offset_remove(tarnbase::model::shape_key, handle, tx_id, object, err);
+    tarnbase::object::offset_remove(tarnbase::model::shape_key, {handle, tx_id, err}, object);
 }
 
 uint32_t shape_key_get_oid_count(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                  uint32_t *err) {
-    return tarnbase::object::get_oid_count(handle, tx_id, object, err);
+    return tarnbase::object::get_oid_count({handle, tx_id, err}, object);
 }
 
 void shape_key_get_object_references(kel_handle *handle, uint32_t tx_id, shape_key *object,
-                                     uint64_t *references, uint32_t count, uint32_t *err) {
-    tarnbase::object::get_object_references(handle, tx_id, object, references, count, err);
+                                     uint64_t *, uint32_t, uint32_t *err) {
+    tarnbase::object::get_object_references({handle, tx_id, err}, object);
 }
 
 uint32_t shape_key_sizeof(kel_handle *handle) {
@@ -79,12 +80,13 @@ uint32_t shape_key_sizeof(kel_handle *handle) {
 }
 
 void shape_key_destroy(kel_handle *handle, uint32_t tx_id, shape_key *object) {
-    tarnbase::object::destroy(tarnbase::model::shape_key, handle, tx_id, object);
+    tarnbase::object::destroy(tarnbase::model::shape_key, {handle, tx_id}, object);
 }
 
 void shape_key_destroy_internal(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                 uint32_t release) {
-    tarnbase::object::destroy_internal(tarnbase::model::shape_key, handle, tx_id, object, release);
+    tarnbase::object::destroy_internal(tarnbase::model::shape_key, {handle, tx_id}, object,
+                                       tarnbase::release_if(release));
 }
 
 void shape_key_destroy_cr(kel_handle *handle, shape_key *object) {
@@ -93,8 +95,8 @@ void shape_key_destroy_cr(kel_handle *handle, shape_key *object) {
 
 void shape_key_post_copyout_cleanup(kel_handle *handle, uint32_t tx_id, shape_key *destination,
                                     const shape_key *source, uint32_t *err) {
-    tarnbase::object::post_copyout_cleanup(tarnbase::model::shape_key, handle, tx_id, destination,
-                                           source, err);
+    tarnbase::object::post_copyout_cleanup(tarnbase::model::shape_key, {handle, tx_id, err},
+                                           destination, source);
 }
 
 uint32_t shape_key_is_valid_cr(kel_handle *handle, const shape_key *, uint32_t field_index) {
@@ -107,19 +109,20 @@ int8_t shape_key_variant_data_index_cap(int8_t variant) {
 
 int32_t shape_key_adjust_variant(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                  uint32_t *err) {
-    return tarnbase::object::adjust_variant(tarnbase::model::shape_key, handle, tx_id, object, err);
+    return tarnbase::object::adjust_variant(tarnbase::model::shape_key, {handle, tx_id, err},
+                                            object);
 }
 
 uint32_t shape_key_type_type_backpropagate(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                            uint32_t *err) {
-    return tarnbase::object::type_type_backpropagate(tarnbase::model::shape_key, handle, tx_id,
-                                                     object, err);
+    return tarnbase::object::type_type_backpropagate(tarnbase::model::shape_key,
+                                                     {handle, tx_id, err}, object);
 }
 
 void shape_key_set_all_state_tracking_flag(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                            uint8_t flag) {
-    tarnbase::object::set_all_state_tracking_flag(tarnbase::model::shape_key, handle, tx_id, object,
-                                                  flag);
+    tarnbase::object::set_all_state_tracking_flag(tarnbase::model::shape_key, {handle, tx_id},
+                                                  object, flag);
 }
 
 shape_key *shape_key_get(kel_handle *, uint32_t, shape_key *object, uint32_t *) {
@@ -127,16 +130,16 @@ shape_key *shape_key_get(kel_handle *, uint32_t, shape_key *object, uint32_t *) 
 }
 
 void shape_key_get_all(kel_handle *handle, uint32_t tx_id, const shape_key *object, uint32_t *err) {
-    tarnbase::object::get_all(tarnbase::model::shape_key, handle, tx_id, object, {}, err);
+    tarnbase::object::get_all(tarnbase::model::shape_key, {handle, tx_id, err}, object, {});
 }
 
 void shape_key_set_all(kel_handle *handle, uint32_t tx_id, shape_key *object, uint32_t *err) {
-    tarnbase::object::set_all(tarnbase::model::shape_key, handle, tx_id, object, {}, err);
+    tarnbase::object::set_all(tarnbase::model::shape_key, {handle, tx_id, err}, object, {});
 }
 
 void shape_key_set(kel_handle *handle, uint32_t tx_id, shape_key *destination,
                    const shape_key *source, uint32_t *err) {
-    tarnbase::object::set(tarnbase::model::shape_key, handle, tx_id, destination, source, err);
+    tarnbase::object::set(tarnbase::model::shape_key, {handle, tx_id, err}, destination, source);
 }
 
 int32_t shape_key_compare(const shape_key *a, const shape_key *b) {
@@ -149,25 +152,25 @@ uint32_t shape_key_hash(const shape_key *object, uint32_t seed) {
 
 uint32_t shape_key_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,
                            const shape_key *object, uint32_t buffer_len, uint32_t *err) {
-    return tarnbase::object::marshal(tarnbase::model::shape_key, handle, tx_id, buffer, object,
-                                     buffer_len, err);
+    return tarnbase::object::marshal(tarnbase::model::shape_key, {handle, tx_id, err},
+                                     {buffer, buffer_len}, object);
 }
 
 uint32_t shape_key_marshal_for_clone(kel_handle *handle, uint32_t tx_id, void *buffer,
                                      const shape_key *object, uint32_t buffer_len, uint32_t *err) {
-    return tarnbase::object::marshal_for_clone(tarnbase::model::shape_key, handle, tx_id, buffer,
-                                               object, buffer_len, err);
+    return tarnbase::object::marshal_for_clone(tarnbase::model::shape_key, {handle, tx_id, err},
+                                               {buffer, buffer_len}, object);
 }
 
 uint32_t shape_key_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer,
                              shape_key *object, uint32_t buffer_len, uint32_t in_place,
                              uint32_t *err) {
-    return tarnbase::object::unmarshal(tarnbase::model::shape_key, handle, tx_id, buffer, object,
-                                       buffer_len, in_place, err);
+    return tarnbase::object::unmarshal(tarnbase::model::shape_key, {handle, tx_id, err},
+                                       {buffer, buffer_len}, object, tarnbase::InPlace{in_place});
 }
 
 uint32_t shape_key_len(kel_handle *handle, uint32_t tx_id, const shape_key *object) {
-    return tarnbase::object::len(tarnbase::model::shape_key, handle, tx_id, object);
+    return tarnbase::object::len(tarnbase::model::shape_key, {handle, tx_id}, object);
 }
 
 uint32_t shape_key_len_cr(kel_handle *handle, const shape_key *object) {
@@ -176,8 +179,8 @@ uint32_t shape_key_len_cr(kel_handle *handle, const shape_key *object) {
 
 void shape_key_clone(kel_handle *handle, uint32_t tx_id, const shape_key *source,
                      shape_key **result, void *workspace, uint32_t workspace_len, uint32_t *err) {
-    tarnbase::object::clone(tarnbase::model::shape_key, handle, tx_id, source,
-                            reinterpret_cast<void **>(result), workspace, workspace_len, err);
+    tarnbase::object::clone(tarnbase::model::shape_key, {handle, tx_id, err}, source,
+                            reinterpret_cast<void **>(result), {workspace, workspace_len});
 }
 
 shape_key *shape_key_clone_cr(kel_handle *handle, const shape_key *source) {
@@ -192,86 +195,82 @@ void shape_key_copy_cr(kel_handle *handle, const shape_key *source, shape_key *d
 uint32_t shape_key_print(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
                          const char *name, const shape_key *object, uint32_t buffer_len,
                          uint32_t *err) {
-    return tarnbase::object::print(tarnbase::model::shape_key, handle, tx_id, buffer, indent, name,
-                                   object, buffer_len, err);
+    return tarnbase::object::print(tarnbase::model::shape_key, {handle, tx_id, err},
+                                   {buffer, buffer_len}, {name, indent}, object);
 }
 
 uint32_t shape_key_print_cr(kel_handle *handle, const shape_key *object, char *buffer,
                             uint32_t buffer_len) {
-    return tarnbase::object::print_cr(tarnbase::model::shape_key, handle, object, buffer,
-                                      buffer_len);
+    return tarnbase::object::print_cr(tarnbase::model::shape_key, handle, {buffer, buffer_len},
+                                      object);
 }
 
 uint32_t shape_key_to_xml(kel_handle *handle, uint32_t tx_id, const char *name, char *buffer,
                           const shape_key *object, uint32_t buffer_len, uint8_t state_flag,
                           uint32_t *err) {
-    return tarnbase::object::to_xml(tarnbase::model::shape_key, handle, tx_id, name, buffer, object,
-                                    buffer_len, state_flag, err);
+    return tarnbase::object::to_xml(tarnbase::model::shape_key, {handle, tx_id, err},
+                                    {buffer, buffer_len}, {name, state_flag}, object);
 }
 
 uint32_t shape_key_toxml_cr(kel_handle *handle, const shape_key *object, char *buffer,
                             uint32_t buffer_len) {
-    return tarnbase::object::toxml_cr(tarnbase::model::shape_key, handle, object, buffer,
-                                      buffer_len);
+    return tarnbase::object::toxml_cr(tarnbase::model::shape_key, handle, {buffer, buffer_len},
+                                      object);
 }
 
 void shape_key_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void *document,
                         shape_key *object, uint32_t *err, char *message, uint32_t message_len) {
-    tarnbase::object::from_xml(tarnbase::model::shape_key, handle, tx_id, path, document, object,
-                               err, message, message_len);
+    tarnbase::object::from_xml(tarnbase::model::shape_key, {handle, tx_id, err},
+                               {document, path, message, message_len}, object);
 }
 
 kel_vstring *shape_key_layer_get(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                  uint32_t *err) {
-    return static_cast<kel_vstring *>(tarnbase::object::get<tarnbase::model::shape_key, 0>(handle,
-                                                                                           tx_id,
-                                                                                           object,
-                                                                                           err));
+    return static_cast<kel_vstring *>(tarnbase::object::get<tarnbase::model::shape_key,
+                                                            0>({handle, tx_id, err}, object));
 }
 
 void shape_key_layer_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                          const kel_vstring *source, uint32_t *err) {
-    tarnbase::object::set<tarnbase::model::shape_key, 0>(handle, tx_id, object, source, err);
+    tarnbase::object::set<tarnbase::model::shape_key, 0>({handle, tx_id, err}, object, source);
 }
 
 uint8_t shape_key_layer_state_flag_get(kel_handle *handle, uint32_t tx_id, const shape_key *object,
                                        uint32_t *err) {
-    return tarnbase::object::state_flag_get(tarnbase::model::shape_key,
-                                            tarnbase::model::shape_key_fields[0], handle, tx_id,
-                                            object, err);
+    return tarnbase::object::state_flag_get({tarnbase::model::shape_key,
+                                             tarnbase::model::shape_key_fields[0]},
+                                            {handle, tx_id, err}, object);
 }
 
 void shape_key_layer_state_flag_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                     uint8_t flag, uint32_t *err) {
-    tarnbase::object::state_flag_set(tarnbase::model::shape_key,
-                                     tarnbase::model::shape_key_fields[0], handle, tx_id, object,
-                                     flag, err);
+    tarnbase::object::state_flag_set({tarnbase::model::shape_key,
+                                      tarnbase::model::shape_key_fields[0]}, {handle, tx_id, err},
+                                     object, flag);
 }
 
 ip_address *shape_key_owner_get(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                 uint32_t *err) {
-    return static_cast<ip_address *>(tarnbase::object::get<tarnbase::model::shape_key, 1>(handle,
-                                                                                          tx_id,
-                                                                                          object,
-                                                                                          err));
+    return static_cast<ip_address *>(tarnbase::object::get<tarnbase::model::shape_key,
+                                                           1>({handle, tx_id, err}, object));
 }
 
 void shape_key_owner_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                          const ip_address *source, uint32_t *err) {
-    tarnbase::object::set<tarnbase::model::shape_key, 1>(handle, tx_id, object, source, err);
+    tarnbase::object::set<tarnbase::model::shape_key, 1>({handle, tx_id, err}, object, source);
 }
 
 uint8_t shape_key_owner_state_flag_get(kel_handle *handle, uint32_t tx_id, const shape_key *object,
                                        uint32_t *err) {
-    return tarnbase::object::state_flag_get(tarnbase::model::shape_key,
-                                            tarnbase::model::shape_key_fields[1], handle, tx_id,
-                                            object, err);
+    return tarnbase::object::state_flag_get({tarnbase::model::shape_key,
+                                             tarnbase::model::shape_key_fields[1]},
+                                            {handle, tx_id, err}, object);
 }
 
 void shape_key_owner_state_flag_set(kel_handle *handle, uint32_t tx_id, shape_key *object,
                                     uint8_t flag, uint32_t *err) {
-    tarnbase::object::state_flag_set(tarnbase::model::shape_key,
-                                     tarnbase::model::shape_key_fields[1], handle, tx_id, object,
-                                     flag, err);
+    tarnbase::object::state_flag_set({tarnbase::model::shape_key,
+                                      tarnbase::model::shape_key_fields[1]}, {handle, tx_id, err},
+                                     object, flag);
 }
 

@@ -29,13 +29,13 @@ constinit Fallback<40> st_corner_fallback = {};
 }  // namespace tarnbase::model
 
 st_corner *st_corner_create(kel_handle *handle, uint32_t tx_id) {
-    return static_cast<st_corner *>(tarnbase::object::create(tarnbase::model::st_corner, handle,
-                                                             tx_id));
+    return static_cast<st_corner *>(tarnbase::object::create(tarnbase::model::st_corner,
+                                                             {handle, tx_id}));
 }
 
 st_corner *st_corner_create_internal(kel_handle *handle, uint32_t tx_id) {
     return static_cast<st_corner *>(tarnbase::object::create_internal(tarnbase::model::st_corner,
-                                                                      handle, tx_id));
+                                                                      {handle, tx_id}));
 }
 
 st_corner *st_corner_create_cr(kel_handle *handle) {
@@ -46,32 +46,33 @@ st_corner *st_corner_create_cr(kel_handle *handle) {
 void st_corner_initialize(kel_handle *handle, uint32_t tx_id, st_corner *object,
                           const kel_type_info *descriptor, uint32_t log_writes, uint32_t quiet,
                           uint8_t flags, void *sttr_base, uint32_t *err) {
-    tarnbase::object::initialize(tarnbase::model::st_corner, handle, tx_id, object, descriptor,
-                                 log_writes, quiet, flags, sttr_base, err);
+    tarnbase::object::initialize(tarnbase::model::st_corner, {handle, tx_id, err}, object,
+                                 {.descriptor = descriptor, .log_writes = log_writes,
+                                  .quiet = quiet, .flags = flags, .sttr_base = sttr_base});
 }
 
 void st_corner_set_instance_embedded(kel_handle *handle, uint32_t tx_id, st_corner *object) {
-    tarnbase::object::set_instance_embedded(tarnbase::model::st_corner, handle, tx_id, object);
+    tarnbase::object::set_instance_embedded(tarnbase::model::st_corner, {handle, tx_id}, object);
 }
 
 void st_corner_offset_update(kel_handle *handle, uint32_t tx_id, st_corner *object, void *sttr_base,
                              uint32_t *err) {
-    tarnbase::object::offset_update(tarnbase::model::st_corner, handle, tx_id, object, sttr_base,
-                                    err);
+    tarnbase::object::offset_update(tarnbase::model::st_corner, {handle, tx_id, err}, object,
+                                    sttr_base);
 }
 
 void st_corner_offset_remove(kel_handle *handle, uint32_t tx_id, st_corner *object, uint32_t *err) {
-    tarnbase::object::offset_remove(tarnbase::model::st_corner, handle, tx_id, object, err);
+    tarnbase::object::offset_remove(tarnbase::model::st_corner, {handle, tx_id, err}, object);
 }
 
 uint32_t st_corner_get_oid_count(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                  uint32_t *err) {
-    return tarnbase::object::get_oid_count(handle, tx_id, object, err);
+    return tarnbase::object::get_oid_count({handle, tx_id, err}, object);
 }
 
 void st_corner_get_object_references(kel_handle *handle, uint32_t tx_id, st_corner *object,
-                                     uint64_t *references, uint32_t count, uint32_t *err) {
-    tarnbase::object::get_object_references(handle, tx_id, object, references, count, err);
+                                     uint64_t *, uint32_t, uint32_t *err) {
+    tarnbase::object::get_object_references({handle, tx_id, err}, object);
 }
 
 uint32_t st_corner_sizeof(kel_handle *handle) {
@@ -79,12 +80,13 @@ uint32_t st_corner_sizeof(kel_handle *handle) {
 }
 
 void st_corner_destroy(kel_handle *handle, uint32_t tx_id, st_corner *object) {
-    tarnbase::object::destroy(tarnbase::model::st_corner, handle, tx_id, object);
+    tarnbase::object::destroy(tarnbase::model::st_corner, {handle, tx_id}, object);
 }
 
 void st_corner_destroy_internal(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                 uint32_t release) {
-    tarnbase::object::destroy_internal(tarnbase::model::st_corner, handle, tx_id, object, release);
+    tarnbase::object::destroy_internal(tarnbase::model::st_corner, {handle, tx_id}, object,
+                                       tarnbase::release_if(release));
 }
 
 void st_corner_destroy_cr(kel_handle *handle, st_corner *object) {
@@ -93,8 +95,8 @@ void st_corner_destroy_cr(kel_handle *handle, st_corner *object) {
 
 void st_corner_post_copyout_cleanup(kel_handle *handle, uint32_t tx_id, st_corner *destination,
                                     const st_corner *source, uint32_t *err) {
-    tarnbase::object::post_copyout_cleanup(tarnbase::model::st_corner, handle, tx_id, destination,
-                                           source, err);
+    tarnbase::object::post_copyout_cleanup(tarnbase::model::st_corner, {handle, tx_id, err},
+                                           destination, source);
 }
 
 uint32_t st_corner_is_valid_cr(kel_handle *handle, const st_corner *, uint32_t field_index) {
@@ -107,19 +109,20 @@ int8_t st_corner_variant_data_index_cap(int8_t variant) {
 
 int32_t st_corner_adjust_variant(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                  uint32_t *err) {
-    return tarnbase::object::adjust_variant(tarnbase::model::st_corner, handle, tx_id, object, err);
+    return tarnbase::object::adjust_variant(tarnbase::model::st_corner, {handle, tx_id, err},
+                                            object);
 }
 
 uint32_t st_corner_type_type_backpropagate(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                            uint32_t *err) {
-    return tarnbase::object::type_type_backpropagate(tarnbase::model::st_corner, handle, tx_id,
-                                                     object, err);
+    return tarnbase::object::type_type_backpropagate(tarnbase::model::st_corner,
+                                                     {handle, tx_id, err}, object);
 }
 
 void st_corner_set_all_state_tracking_flag(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                            uint8_t flag) {
-    tarnbase::object::set_all_state_tracking_flag(tarnbase::model::st_corner, handle, tx_id, object,
-                                                  flag);
+    tarnbase::object::set_all_state_tracking_flag(tarnbase::model::st_corner, {handle, tx_id},
+                                                  object, flag);
 }
 
 st_corner *st_corner_get(kel_handle *, uint32_t, st_corner *object, uint32_t *) {
@@ -128,19 +131,19 @@ st_corner *st_corner_get(kel_handle *, uint32_t, st_corner *object, uint32_t *) 
 
 void st_corner_get_all(kel_handle *handle, uint32_t tx_id, const st_corner *object, int64_t *x,
                        uint8_t *register_, uint32_t *err) {
-    tarnbase::object::get_all(tarnbase::model::st_corner, handle, tx_id, object, {x, register_},
-                              err);
+    tarnbase::object::get_all(tarnbase::model::st_corner, {handle, tx_id, err}, object,
+                              {x, register_});
 }
 
 void st_corner_set_all(kel_handle *handle, uint32_t tx_id, st_corner *object, int64_t x,
                        uint8_t register_, uint32_t *err) {
-    tarnbase::object::set_all(tarnbase::model::st_corner, handle, tx_id, object,
-                              {static_cast<std::uint64_t>(x), register_}, err);
+    tarnbase::object::set_all(tarnbase::model::st_corner, {handle, tx_id, err}, object,
+                              {static_cast<std::uint64_t>(x), register_});
 }
 
 void st_corner_set(kel_handle *handle, uint32_t tx_id, st_corner *destination,
                    const st_corner *source, uint32_t *err) {
-    tarnbase::object::set(tarnbase::model::st_corner, handle, tx_id, destination, source, err);
+    tarnbase::object::set(tarnbase::model::st_corner, {handle, tx_id, err}, destination, source);
 }
 
 int32_t st_corner_compare(const st_corner *a, const st_corner *b) {
@@ -153,25 +156,25 @@ uint32_t st_corner_hash(const st_corner *object, uint32_t seed) {
 
 uint32_t st_corner_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,
                            const st_corner *object, uint32_t buffer_len, uint32_t *err) {
-    return tarnbase::object::marshal(tarnbase::model::st_corner, handle, tx_id, buffer, object,
-                                     buffer_len, err);
+    return tarnbase::object::marshal(tarnbase::model::st_corner, {handle, tx_id, err},
+                                     {buffer, buffer_len}, object);
 }
 
 uint32_t st_corner_marshal_for_clone(kel_handle *handle, uint32_t tx_id, void *buffer,
                                      const st_corner *object, uint32_t buffer_len, uint32_t *err) {
-    return tarnbase::object::marshal_for_clone(tarnbase::model::st_corner, handle, tx_id, buffer,
-                                               object, buffer_len, err);
+    return tarnbase::object::marshal_for_clone(tarnbase::model::st_corner, {handle, tx_id, err},
+                                               {buffer, buffer_len}, object);
 }
 
 uint32_t st_corner_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer,
                              st_corner *object, uint32_t buffer_len, uint32_t in_place,
                              uint32_t *err) {
-    return tarnbase::object::unmarshal(tarnbase::model::st_corner, handle, tx_id, buffer, object,
-                                       buffer_len, in_place, err);
+    return tarnbase::object::unmarshal(tarnbase::model::st_corner, {handle, tx_id, err},
+                                       {buffer, buffer_len}, object, tarnbase::InPlace{in_place});
 }
 
 uint32_t st_corner_len(kel_handle *handle, uint32_t tx_id, const st_corner *object) {
-    return tarnbase::object::len(tarnbase::model::st_corner, handle, tx_id, object);
+    return tarnbase::object::len(tarnbase::model::st_corner, {handle, tx_id}, object);
 }
 
 uint32_t st_corner_len_cr(kel_handle *handle, const st_corner *object) {
@@ -180,8 +183,8 @@ uint32_t st_corner_len_cr(kel_handle *handle, const st_corner *object) {
 
 void st_corner_clone(kel_handle *handle, uint32_t tx_id, const st_corner *source,
                      st_corner **result, void *workspace, uint32_t workspace_len, uint32_t *err) {
-    tarnbase::object::clone(tarnbase::model::st_corner, handle, tx_id, source,
-                            reinterpret_cast<void **>(result), workspace, workspace_len, err);
+    tarnbase::object::clone(tarnbase::model::st_corner, {handle, tx_id, err}, source,
+                            reinterpret_cast<void **>(result), {workspace, workspace_len});
 }
 
 st_corner *st_corner_clone_cr(kel_handle *handle, const st_corner *source) {
@@ -196,105 +199,101 @@ void st_corner_copy_cr(kel_handle *handle, const st_corner *source, st_corner *d
 uint32_t st_corner_print(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
                          const char *name, const st_corner *object, uint32_t buffer_len,
                          uint32_t *err) {
-    return tarnbase::object::print(tarnbase::model::st_corner, handle, tx_id, buffer, indent, name,
-                                   object, buffer_len, err);
+    return tarnbase::object::print(tarnbase::model::st_corner, {handle, tx_id, err},
+                                   {buffer, buffer_len}, {name, indent}, object);
 }
 
 uint32_t st_corner_print_cr(kel_handle *handle, const st_corner *object, char *buffer,
                             uint32_t buffer_len) {
-    return tarnbase::object::print_cr(tarnbase::model::st_corner, handle, object, buffer,
-                                      buffer_len);
+    return tarnbase::object::print_cr(tarnbase::model::st_corner, handle, {buffer, buffer_len},
+                                      object);
 }
 
 uint32_t st_corner_to_xml(kel_handle *handle, uint32_t tx_id, const char *name, char *buffer,
                           const st_corner *object, uint32_t buffer_len, uint8_t state_flag,
                           uint32_t *err) {
-    return tarnbase::object::to_xml(tarnbase::model::st_corner, handle, tx_id, name, buffer, object,
-                                    buffer_len, state_flag, err);
+    return tarnbase::object::to_xml(tarnbase::model::st_corner, {handle, tx_id, err},
+                                    {buffer, buffer_len}, {name, state_flag}, object);
 }
 
 uint32_t st_corner_toxml_cr(kel_handle *handle, const st_corner *object, char *buffer,
                             uint32_t buffer_len) {
-    return tarnbase::object::toxml_cr(tarnbase::model::st_corner, handle, object, buffer,
-                                      buffer_len);
+    return tarnbase::object::toxml_cr(tarnbase::model::st_corner, handle, {buffer, buffer_len},
+                                      object);
 }
 
 void st_corner_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void *document,
                         st_corner *object, uint32_t *err, char *message, uint32_t message_len) {
-    tarnbase::object::from_xml(tarnbase::model::st_corner, handle, tx_id, path, document, object,
-                               err, message, message_len);
+    tarnbase::object::from_xml(tarnbase::model::st_corner, {handle, tx_id, err},
+                               {document, path, message, message_len}, object);
 }
 
 int64_t *st_corner_x_get(kel_handle *handle, uint32_t tx_id, st_corner *object, uint32_t *err) {
-    return static_cast<int64_t *>(tarnbase::object::get<tarnbase::model::st_corner, 0>(handle,
-                                                                                       tx_id,
-                                                                                       object,
-                                                                                       err));
+    return static_cast<int64_t *>(tarnbase::object::get<tarnbase::model::st_corner,
+                                                        0>({handle, tx_id, err}, object));
 }
 
 void st_corner_x_set(kel_handle *handle, uint32_t tx_id, st_corner *object, const int64_t *source,
                      uint32_t *err) {
-    tarnbase::object::set<tarnbase::model::st_corner, 0>(handle, tx_id, object, source, err);
+    tarnbase::object::set<tarnbase::model::st_corner, 0>({handle, tx_id, err}, object, source);
 }
 
 int64_t st_corner_x_get_value(kel_handle *handle, uint32_t tx_id, st_corner *object,
                               uint32_t *err) {
-    return tarnbase::object::get_value<tarnbase::model::st_corner, 0>(handle, tx_id, object, err);
+    return tarnbase::object::get_value<tarnbase::model::st_corner, 0>({handle, tx_id, err}, object);
 }
 
 void st_corner_x_set_value(kel_handle *handle, uint32_t tx_id, st_corner *object, int64_t value,
                            uint32_t *err) {
-    tarnbase::object::set_value<tarnbase::model::st_corner, 0>(handle, tx_id, object, value, err);
+    tarnbase::object::set_value<tarnbase::model::st_corner, 0>({handle, tx_id, err}, object, value);
 }
 
 uint8_t st_corner_x_state_flag_get(kel_handle *handle, uint32_t tx_id, const st_corner *object,
                                    uint32_t *err) {
-    return tarnbase::object::state_flag_get(tarnbase::model::st_corner,
-                                            tarnbase::model::st_corner_fields[0], handle, tx_id,
-                                            object, err);
+    return tarnbase::object::state_flag_get({tarnbase::model::st_corner,
+                                             tarnbase::model::st_corner_fields[0]},
+                                            {handle, tx_id, err}, object);
 }
 
 void st_corner_x_state_flag_set(kel_handle *handle, uint32_t tx_id, st_corner *object, uint8_t flag,
                                 uint32_t *err) {
-    tarnbase::object::state_flag_set(tarnbase::model::st_corner,
-                                     tarnbase::model::st_corner_fields[0], handle, tx_id, object,
-                                     flag, err);
+    tarnbase::object::state_flag_set({tarnbase::model::st_corner,
+                                      tarnbase::model::st_corner_fields[0]}, {handle, tx_id, err},
+                                     object, flag);
 }
 
 uint8_t *st_corner_register_get(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                 uint32_t *err) {
-    return static_cast<uint8_t *>(tarnbase::object::get<tarnbase::model::st_corner, 1>(handle,
-                                                                                       tx_id,
-                                                                                       object,
-                                                                                       err));
+    return static_cast<uint8_t *>(tarnbase::object::get<tarnbase::model::st_corner,
+                                                        1>({handle, tx_id, err}, object));
 }
 
 void st_corner_register_set(kel_handle *handle, uint32_t tx_id, st_corner *object,
                             const uint8_t *source, uint32_t *err) {
-    tarnbase::object::set<tarnbase::model::st_corner, 1>(handle, tx_id, object, source, err);
+    tarnbase::object::set<tarnbase::model::st_corner, 1>({handle, tx_id, err}, object, source);
 }
 
 uint8_t st_corner_register_get_value(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                      uint32_t *err) {
-    return tarnbase::object::get_value<tarnbase::model::st_corner, 1>(handle, tx_id, object, err);
+    return tarnbase::object::get_value<tarnbase::model::st_corner, 1>({handle, tx_id, err}, object);
 }
 
 void st_corner_register_set_value(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                   uint8_t value, uint32_t *err) {
-    tarnbase::object::set_value<tarnbase::model::st_corner, 1>(handle, tx_id, object, value, err);
+    tarnbase::object::set_value<tarnbase::model::st_corner, 1>({handle, tx_id, err}, object, value);
 }
 
 uint8_t st_corner_register_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                           const st_corner *object, uint32_t *err) {
-    return tarnbase::object::state_flag_get(tarnbase::model::st_corner,
-                                            tarnbase::model::st_corner_fields[1], handle, tx_id,
-                                            object, err);
+    return tarnbase::object::state_flag_get({tarnbase::model::st_corner,
+                                             tarnbase::model::st_corner_fields[1]},
+                                            {handle, tx_id, err}, object);
 }
 
 void st_corner_register_state_flag_set(kel_handle *handle, uint32_t tx_id, st_corner *object,
                                        uint8_t flag, uint32_t *err) {
-    tarnbase::object::state_flag_set(tarnbase::model::st_corner,
-                                     tarnbase::model::st_corner_fields[1], handle, tx_id, object,
-                                     flag, err);
+    tarnbase::object::state_flag_set({tarnbase::model::st_corner,
+                                      tarnbase::model::st_corner_fields[1]}, {handle, tx_id, err},
+                                     object, flag);
 }
 
