@@ -16,7 +16,7 @@ class Mutant:
     after: tuple
 
     def key(self):
-        """Names the mutant as long as its lines and what is done to them stay."""
+        """Identifies the mutant as long as its lines and the change are the same."""
         return "%s | %s | %s -> %s" % (
             self.file,
             self.kind,
@@ -25,7 +25,7 @@ class Mutant:
         )
 
 
-# An operator becomes its neighbour: the pattern's group 1 is what is replaced.
+# An operator is replaced by a similar one: the pattern's group 1 is replaced.
 EXCHANGES = [
     ("comparison", r"(==)", "!="),
     ("comparison", r"(!=)", "=="),
@@ -61,7 +61,7 @@ NOT_CODE = re.compile(r"^\s*(//|/\*|\*|#|using |static_assert|namespace|template
 
 
 def blank_out(line):
-    """The line with texts and comments as blanks, so that places stay."""
+    """The line with strings and comments replaced by spaces, so that columns don't change."""
     line = re.sub(r'"(\\.|[^"\\])*"', lambda m: '"' + " " * (len(m.group()) - 2) + '"', line)
     line = re.sub(r"'(\\.|[^'\\])'", lambda m: "'" + " " * (len(m.group()) - 2) + "'", line)
     return re.sub(r"//.*$", lambda m: " " * len(m.group()), line)
