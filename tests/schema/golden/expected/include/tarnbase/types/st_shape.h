@@ -31,72 +31,79 @@ typedef struct st_shape st_shape;
 extern TARNBASE_API const kel_type_info _st_shape_type_info_internal;
 
 /*
- * Makes an empty st_shape. Enumerations that have no enumerator's value in it yet: `color`. Set
- * each of them: without, the object's text and XML can't be read back.
- * Returns: the object, the caller's until a record takes it; null if there is no memory.
+ * Creates an empty st_shape. These enumerations start with a value that no enumerator has: `color`.
+ * Set each of them; otherwise the object's text and XML can't be read back.
+ * Returns: the object, which the caller owns until a record takes it; null if there is no memory.
  */
 TARNBASE_API st_shape *st_shape_create(kel_handle *handle, uint32_t tx_id);
 
 /*
- * As st_shape_create, without registering the trace module first. While a `_cr` creation runs it
- * returns the type's fallback object where there is no memory for the object.
+ * As st_shape_create, without registering the trace module first. During a `_cr` creation it
+ * returns the type's fallback object if there is no memory.
  */
 TARNBASE_API st_shape *st_shape_create_internal(kel_handle *handle, uint32_t tx_id);
 
 /*
  * As st_shape_create, in the handle's own transaction.
- * Returns: the object; or null, with last_error set, if its fields could not be initialised (in a
- * tracking handle also without memory for a place). Without memory for the object, or with an error
- * in last_error before, it is the type's fallback object, one in the process, shared by all handles
- * and in no store. Don't fill it.
- * Errors: 12 in the handle's last_error: no memory. kel_object_is_fallback of the embedded runtime
- * tells a fallback object from others.
+ * Returns: the object; null, with last_error set, if its fields could not be initialised (in a
+ * tracking handle also if there is no memory for the offset of a state block). If there is no
+ * memory for the object, or last_error was set before, the type's fallback object: there is one in
+ * the process, shared by all handles and in no store. Don't fill it.
+ * Errors: in the handle's last_error: ENOMEM. kel_object_is_fallback of the embedded runtime
+ * recognises a fallback object.
  */
 TARNBASE_API st_shape *st_shape_create_cr(kel_handle *handle);
 
 /*
- * Makes the memory at `object` a live, empty st_shape.
- * Arguments: `descriptor` is _st_shape_type_info_internal; `log_writes` nonzero announces each
- * store; `quiet` nonzero leaves the usage counters alone; `flags` are the first OBJ_... flags;
- * `sttr_base` is the share of the parent's state block if they have OBJ_NESTED.
- * Errors: 22 a nested object without `sttr_base` in a tracking handle.
+ * Initialises the memory at `object` as an empty st_shape.
+ * Arguments: `descriptor` is _st_shape_type_info_internal; if `log_writes` is not 0, each store is
+ * announced; if `quiet` is not 0, the usage counters are unchanged; `flags` are the initial OBJ_...
+ * flags; `sttr_base` is the object's share of its parent's state block if they contain OBJ_NESTED.
+ * Errors: EINVAL in a tracking handle, `sttr_base` of a nested object is null.
  */
 TARNBASE_API void st_shape_initialize(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                       const kel_type_info *descriptor, uint32_t log_writes,
                                       uint32_t quiet, uint8_t flags, void *sttr_base,
                                       uint32_t *err);
 
-/* Marks the object, and the objects inside it, as belonging to a record. */
+/* Marks the object and the objects inside it as part of a record. */
 TARNBASE_API void st_shape_set_instance_embedded(kel_handle *handle, uint32_t tx_id,
                                                  st_shape *object);
 
-/* Tells the object and the objects inside it that their state block starts at `sttr_base`. */
+/*
+ * Records that the state block of the object, and of the objects inside it, starts at `sttr_base`.
+ */
 TARNBASE_API void st_shape_offset_update(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                          void *sttr_base, uint32_t *err);
 
-/* Drops what st_shape_offset_update recorded. */
+/* Removes what st_shape_offset_update recorded. */
 TARNBASE_API void st_shape_offset_remove(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                          uint32_t *err);
 
-/* Returns: the object references that the object holds. */
+/* Returns: the number of object references that the object holds. */
 TARNBASE_API uint32_t st_shape_get_oid_count(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                              uint32_t *err);
 
-/* Fills `references`, of `count` entries, with the object references that the object holds. */
+/*
+ * Stores the object references that the object holds in `references`, an array of `count` entries.
+ */
 TARNBASE_API void st_shape_get_object_references(kel_handle *handle, uint32_t tx_id,
                                                  st_shape *object, uint64_t *references,
                                                  uint32_t count, uint32_t *err);
 
 /*
- * Returns: the bytes that an object takes: 112, and 12 more for the state block in a tracking
+ * Returns: the size of an object in bytes: 112, and 12 more for the state block in a tracking
  * handle.
  */
 TARNBASE_API uint32_t st_shape_sizeof(kel_handle *handle);
 
-/* Destroys an object that no record owns, with what it owns itself. */
+/* Destroys an object that no record owns, with everything that it owns. */
 TARNBASE_API void st_shape_destroy(kel_handle *handle, uint32_t tx_id, st_shape *object);
 
-/* As st_shape_destroy; with `release` 0 the memory stays, as for an object inside another. */
+/*
+ * As st_shape_destroy; if `release` is 0, the object's memory is not freed, as for an object inside
+ * another one.
+ */
 TARNBASE_API void st_shape_destroy_internal(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                             uint32_t release);
 
@@ -104,8 +111,8 @@ TARNBASE_API void st_shape_destroy_internal(kel_handle *handle, uint32_t tx_id, 
 TARNBASE_API void st_shape_destroy_cr(kel_handle *handle, st_shape *object);
 
 /*
- * Makes `destination`, whose bytes were copied from `source`, independent of it: texts of its own,
- * its own place of the state block.
+ * Makes `destination`, whose bytes were copied from `source`, independent of it: it gets its own
+ * texts and its own place for the state block.
  */
 TARNBASE_API void st_shape_post_copyout_cleanup(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *destination, const st_shape *source,
@@ -113,7 +120,7 @@ TARNBASE_API void st_shape_post_copyout_cleanup(kel_handle *handle, uint32_t tx_
 
 /*
  * Returns: 1 if field number `field_index`, counted from 0, is valid in the handle's variant
- * domain, else 0. `object` is not looked at.
+ * domain, else 0. `object` is not used.
  */
 TARNBASE_API uint32_t st_shape_is_valid_cr(kel_handle *handle, const st_shape *object,
                                            uint32_t field_index);
@@ -122,20 +129,21 @@ TARNBASE_API uint32_t st_shape_is_valid_cr(kel_handle *handle, const st_shape *o
 TARNBASE_API int8_t st_shape_variant_data_index_cap(int8_t variant);
 
 /*
- * Brings the object's variant in line with the handle's domain, 1 at most.
- * Returns: the object's variant then; 0 for a null object.
+ * Changes the object's variant to that of the handle's domain, at most 1.
+ * Returns: the object's new variant; 0 for a null object.
  */
 TARNBASE_API int32_t st_shape_adjust_variant(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                              uint32_t *err);
 
 /*
- * Asks for the modified marks of the object and its fields, and clears those that it finds.
- * Returns: 1 if there was one, else 0, also for a null object.
+ * Tests and clears the modified mark of the object and those of its fields, up to the first field
+ * that has one.
+ * Returns: 1 if a mark was set, else 0; 0 for a null object.
  */
 TARNBASE_API uint32_t st_shape_type_type_backpropagate(kel_handle *handle, uint32_t tx_id,
                                                        st_shape *object, uint32_t *err);
 
-/* Gives every field the state flag `flag`, if the object has a state block. */
+/* Sets the state flag of every field to `flag` if the object has a state block. */
 TARNBASE_API void st_shape_set_all_state_tracking_flag(kel_handle *handle, uint32_t tx_id,
                                                        st_shape *object, uint8_t flag);
 
@@ -144,30 +152,32 @@ TARNBASE_API st_shape *st_shape_get(kel_handle *handle, uint32_t tx_id, st_shape
                                     uint32_t *err);
 
 /*
- * Reads all fields with a plain value, each through its own argument. An object of a negative
- * variant is left alone, without an error.
+ * Reads all fields with a plain value, each into its own argument. An object with a negative
+ * variant is unchanged, without an error.
  */
 TARNBASE_API void st_shape_get_all(kel_handle *handle, uint32_t tx_id, const st_shape *object,
                                    uint8_t *sides, uint32_t *number, uint32_t *color_,
                                    uint32_t *filled, uint32_t *err);
 
 /*
- * Sets all fields with a plain value, but no state flags; a value that can't be set stops none of
- * the others, and the first error is the result. An object of a negative variant is left alone,
- * without an error.
- * Errors: 2 `object` is null; 43 a value is no enumerator's, in a field that is an enumeration.
+ * Sets all fields with a plain value, but no state flags. If a value can't be set the others are
+ * set nevertheless, and the first error is reported. An object with a negative variant is
+ * unchanged, without an error.
+ * Errors: ENOENT `object` is null; EIDRM no enumerator has the value, in a field that is an
+ * enumeration.
  */
 TARNBASE_API void st_shape_set_all(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                    uint8_t sides, uint32_t number, uint32_t color_, uint32_t filled,
                                    uint32_t *err);
 
 /*
- * Copies `source` over `destination`, which keeps its own place and modified mark and gets texts of
- * its own. A handle that tracks no state copies the flag OBJ_STATE_TRACKED too: a destination
- * without a state block that has it is not for tracking handles any more.
- * Errors: 2 one of them is null; 12 no memory for a text, which is empty then; 22 the handle tracks
- * state, and one of them has no state block. After 22 `destination` has the bytes of `source`, and
- * shows its texts without owning them: destroy it, or set it anew.
+ * Copies `source` over `destination`, which keeps the place of its state block and its modified
+ * mark, and gets its own texts. A handle that doesn't track state copies the flag OBJ_STATE_TRACKED
+ * too: a destination that gets it without having a state block can't be used with a tracking handle
+ * any more.
+ * Errors: ENOENT one of them is null; ENOMEM no memory for a text, which is empty then; EINVAL the
+ * handle tracks state, and one of them has no state block. After EINVAL `destination` has the bytes
+ * of `source` and refers to its texts without owning them: destroy it, or set it again.
  */
 TARNBASE_API void st_shape_set(kel_handle *handle, uint32_t tx_id, st_shape *destination,
                                const st_shape *source, uint32_t *err);
@@ -178,16 +188,16 @@ TARNBASE_API void st_shape_set(kel_handle *handle, uint32_t tx_id, st_shape *des
  */
 TARNBASE_API int32_t st_shape_compare(const st_shape *a, const st_shape *b);
 
-/* Returns: a hash over all fields, started from `seed`. */
+/* Returns: a hash of all fields, starting from `seed`. */
 TARNBASE_API uint32_t st_shape_hash(const st_shape *object, uint32_t seed);
 
 /*
  * Writes the object's wire form.
- * Requires: in a tracking handle `buffer` has one byte more than `buffer_len`: in a form that fills
- * the buffer the last state byte is stored there.
- * Returns: the bytes written; of no use after an error but 43.
- * Errors: 12 no byte of room; 43 the object's variant is above the domain's, whose form is written
- * then; 90 too little room.
+ * Requires: in a tracking handle `buffer` has one byte more than `buffer_len`: if the form fills
+ * the buffer, its last state byte is stored there.
+ * Returns: the number of bytes written; undefined after an error other than EIDRM.
+ * Errors: ENOMEM `buffer_len` is 0; EIDRM the object's variant is above the domain's, and the form
+ * of the domain's variant is written; EMSGSIZE the buffer is too small.
  */
 TARNBASE_API uint32_t st_shape_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,
                                        const st_shape *object, uint32_t buffer_len, uint32_t *err);
@@ -198,26 +208,28 @@ TARNBASE_API uint32_t st_shape_marshal_for_clone(kel_handle *handle, uint32_t tx
                                                  uint32_t *err);
 
 /*
- * Fills an initialised object from its wire form. `in_place` is handed on to every field.
- * Requires: in a tracking handle the object has a state block; else the process ends.
- * Returns: the bytes read; of no use after an error.
- * Errors: 12 no byte to read; 90 too few bytes.
+ * Reads an initialised object from its wire form. `in_place` is passed to every field.
+ * Requires: in a tracking handle the object has a state block; otherwise the process ends.
+ * Returns: the number of bytes read; undefined after an error.
+ * Errors: ENOMEM `buffer_len` is 0; EMSGSIZE the form ends too early.
  */
 TARNBASE_API uint32_t st_shape_unmarshal(kel_handle *handle, uint32_t tx_id, const void *buffer,
                                          st_shape *object, uint32_t buffer_len, uint32_t in_place,
                                          uint32_t *err);
 
-/* Returns: the bytes that st_shape_marshal needs. */
+/* Returns: the number of bytes that st_shape_marshal needs. */
 TARNBASE_API uint32_t st_shape_len(kel_handle *handle, uint32_t tx_id, const st_shape *object);
 
 /* As st_shape_len, in the handle's own transaction; 0 if the handle's last_error is set. */
 TARNBASE_API uint32_t st_shape_len_cr(kel_handle *handle, const st_shape *object);
 
 /*
- * Makes a copy of `source`, which the caller owns, and stores it through `result`; null on failure.
- * Arguments: `workspace`, of `workspace_len` bytes, holds the wire form meanwhile; in a tracking
- * handle it has one byte more.
- * Errors: 2 `source`, `result` or `workspace` is null; 12 no memory; 90 the workspace is too small.
+ * Creates a copy of `source`, which the caller owns, and stores its address in `*result`; null on
+ * failure.
+ * Arguments: `workspace`, a buffer of `workspace_len` bytes, holds the wire form during the call;
+ * in a tracking handle it has one byte more.
+ * Errors: ENOENT `source`, `result` or `workspace` is null; ENOMEM no memory; EMSGSIZE the
+ * workspace is too small.
  */
 TARNBASE_API void st_shape_clone(kel_handle *handle, uint32_t tx_id, const st_shape *source,
                                  st_shape **result, void *workspace, uint32_t workspace_len,
@@ -225,17 +237,17 @@ TARNBASE_API void st_shape_clone(kel_handle *handle, uint32_t tx_id, const st_sh
 
 /*
  * As st_shape_clone, in the handle's own transaction and workspace.
- * Returns: the copy, the caller's, or null.
+ * Returns: the copy, which the caller owns; null on failure.
  */
 TARNBASE_API st_shape *st_shape_clone_cr(kel_handle *handle, const st_shape *source);
 
 /*
- * Copies `source` into `destination`, an initialised object, through the wire form in the handle's
+ * Copies `source` into `destination`, an initialised object, through its wire form in the handle's
  * workspace.
- * Errors: in the handle's last_error: 2 `source` or `destination` is null, or the handle has no
- * workspace; 90 the workspace is too small. If the form was made and reading it fails, as with 12
- * no memory, `destination` is destroyed and its memory given back, also if a record holds it: roll
- * the transaction back.
+ * Errors: in the handle's last_error: ENOENT `source` or `destination` is null, or the handle has
+ * no workspace; EMSGSIZE the workspace is too small. If reading the form fails, as with ENOMEM,
+ * `destination` is destroyed and its memory freed, even if a record holds it: roll the transaction
+ * back.
  */
 TARNBASE_API void st_shape_copy_cr(kel_handle *handle, const st_shape *source,
                                    st_shape *destination);
@@ -243,9 +255,9 @@ TARNBASE_API void st_shape_copy_cr(kel_handle *handle, const st_shape *source,
 /*
  * Prints the object as text, under `name` and indented by `indent` blanks. A null object prints as
  * one with empty fields.
- * Requires: `buffer` holds blanks, since the indentation of closing braces is stepped over.
- * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
- * Errors: 90 too little room.
+ * Requires: `buffer` holds blanks: the indentation of closing braces is skipped, not written.
+ * Returns: the number of characters written, also after an error; 0 if `*err` is set on entry.
+ * Errors: EMSGSIZE the buffer is too small.
  */
 TARNBASE_API uint32_t st_shape_print(kel_handle *handle, uint32_t tx_id, char *buffer,
                                      uint32_t indent, const char *name, const st_shape *object,
@@ -253,17 +265,17 @@ TARNBASE_API uint32_t st_shape_print(kel_handle *handle, uint32_t tx_id, char *b
 
 /*
  * As st_shape_print, in the handle's own transaction, under the type's name.
- * Returns: the characters written; 0xFFFFFFFF if the handle's last_error is set.
+ * Returns: the number of characters written; 0xFFFFFFFF if the handle's last_error is set.
  */
 TARNBASE_API uint32_t st_shape_print_cr(kel_handle *handle, const st_shape *object, char *buffer,
                                         uint32_t buffer_len);
 
 /*
- * Writes the object as an XML element `name`, with `state_flag` as an attribute unless it is 0. A
+ * Writes the object as an XML element `name`, with `state_flag` as an attribute unless that is 0. A
  * null object is written as one with empty fields.
- * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
- * Errors: 22 a tracking handle and an object without a state block, or a string that XML can't
- * carry; 90 too little room.
+ * Returns: the number of characters written, also after an error; 0 if `*err` is set on entry.
+ * Errors: EINVAL the object has no state block in a tracking handle, or XML can't represent a
+ * string; EMSGSIZE the buffer is too small.
  */
 TARNBASE_API uint32_t st_shape_to_xml(kel_handle *handle, uint32_t tx_id, const char *name,
                                       char *buffer, const st_shape *object, uint32_t buffer_len,
@@ -271,18 +283,18 @@ TARNBASE_API uint32_t st_shape_to_xml(kel_handle *handle, uint32_t tx_id, const 
 
 /*
  * As st_shape_to_xml, in the handle's own transaction, as an element of the type's name.
- * Returns: the characters written; 0xFFFFFFFF if the handle's last_error is set.
+ * Returns: the number of characters written; 0xFFFFFFFF if the handle's last_error is set.
  */
 TARNBASE_API uint32_t st_shape_toxml_cr(kel_handle *handle, const st_shape *object, char *buffer,
                                         uint32_t buffer_len);
 
 /*
- * Fills the object from the element at `path` of a parsed document of the XML service. An absent
+ * Reads the object from the element at `path` in a parsed document of the XML service. An absent
  * field keeps its value.
- * Arguments: a failure of the XML service at an enumeration is told in `message`, of `message_len`
- * bytes, unless that is null.
- * Errors: 2 there is no element at `path`; 12 no memory; 22 an element's text isn't of its field's
- * type. The fields before it have their new values.
+ * Arguments: if the XML service fails at an enumeration, `message`, a buffer of `message_len`
+ * bytes, gets a description; it may be null.
+ * Errors: ENOENT there is no element at `path`; ENOMEM no memory; EINVAL an element's text is not
+ * of its field's type. The fields before it have their new values.
  */
 TARNBASE_API void st_shape_from_xml(kel_handle *handle, uint32_t tx_id, const char *path,
                                     void *document, st_shape *object, uint32_t *err, char *message,
@@ -290,224 +302,229 @@ TARNBASE_API void st_shape_from_xml(kel_handle *handle, uint32_t tx_id, const ch
 
 /*
  * `sides`: sides of the shape.
- * Returns: access to the field, inside the object; null on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Returns: the address of the field, inside the object; null on failure.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint8_t *st_shape_sides_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                          uint32_t *err);
 
 /*
- * Copies the value that `source` gives into `sides`.
- * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
- * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
- * object's variant.
+ * Sets `sides` to the value at `source`.
+ * Errors: ENOENT `object` or `source` is null; EINVAL the object has no state block in a tracking
+ * handle: the field has the new value, but its state flag and modified mark are not set; EIDRM the
+ * field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_sides_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const uint8_t *source, uint32_t *err);
 
 /*
  * Returns: the value of `sides`; 0 on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint8_t st_shape_sides_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                               uint32_t *err);
 
 /*
  * Sets `sides` to a plain value.
- * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
- * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
- * variant.
+ * Errors: ENOENT `object` is null; EINVAL the object has no state block in a tracking handle: the
+ * field has the new value, but its state flag and modified mark are not set; EIDRM the field is
+ * beyond the object's variant.
  */
 TARNBASE_API void st_shape_sides_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint8_t value, uint32_t *err);
 
 /*
  * Returns: the state flag of `sides`; 0 on failure.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: EINVAL the object or the handle doesn't track state.
  */
 TARNBASE_API uint8_t st_shape_sides_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                                    const st_shape *object, uint32_t *err);
 
 /*
  * Sets the state flag of `sides`.
- * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
+ * Errors: EINVAL the object or the handle doesn't track state; EIDRM the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_sides_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint8_t flag, uint32_t *err);
 
 /*
  * `number`: number of the shape; a key.
- * Returns: access to the field, inside the object; null on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Returns: the address of the field, inside the object; null on failure.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint32_t *st_shape_number_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint32_t *err);
 
 /*
- * Copies the value that `source` gives into `number`.
- * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
- * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
- * object's variant.
+ * Sets `number` to the value at `source`.
+ * Errors: ENOENT `object` or `source` is null; EINVAL the object has no state block in a tracking
+ * handle: the field has the new value, but its state flag and modified mark are not set; EIDRM the
+ * field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_number_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                       const uint32_t *source, uint32_t *err);
 
 /*
  * Returns: the value of `number`; 0 on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint32_t st_shape_number_get_value(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint32_t *err);
 
 /*
  * Sets `number` to a plain value.
- * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
- * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
- * variant.
+ * Errors: ENOENT `object` is null; EINVAL the object has no state block in a tracking handle: the
+ * field has the new value, but its state flag and modified mark are not set; EIDRM the field is
+ * beyond the object's variant.
  */
 TARNBASE_API void st_shape_number_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                             uint32_t value, uint32_t *err);
 
 /*
  * Returns: the state flag of `number`; 0 on failure.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: EINVAL the object or the handle doesn't track state.
  */
 TARNBASE_API uint8_t st_shape_number_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                                     const st_shape *object, uint32_t *err);
 
 /*
  * Sets the state flag of `number`.
- * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
+ * Errors: EINVAL the object or the handle doesn't track state; EIDRM the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_number_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                  st_shape *object, uint8_t flag, uint32_t *err);
 
 /*
  * `color`: named as its type.
- * Returns: access to the field, inside the object; null on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Returns: the address of the field, inside the object; null on failure.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API color *st_shape_color_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                        uint32_t *err);
 
 /*
- * Copies the value that `source` gives into `color`.
- * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
- * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
- * object's variant or the value is no enumerator.
+ * Sets `color` to the value at `source`.
+ * Errors: ENOENT `object` or `source` is null; EINVAL the object has no state block in a tracking
+ * handle: the field has the new value, but its state flag and modified mark are not set; EIDRM the
+ * field is beyond the object's variant, or no enumerator has the value.
  */
 TARNBASE_API void st_shape_color_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const color *source, uint32_t *err);
 
 /*
  * Returns: the value of `color`; 0 on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint32_t st_shape_color_get_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                                uint32_t *err);
 
 /*
  * Sets `color` to a plain value.
- * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
- * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
- * variant or the value is no enumerator.
+ * Errors: ENOENT `object` is null; EINVAL the object has no state block in a tracking handle: the
+ * field has the new value, but its state flag and modified mark are not set; EIDRM the field is
+ * beyond the object's variant, or no enumerator has the value.
  */
 TARNBASE_API void st_shape_color_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint32_t value, uint32_t *err);
 
 /*
  * Returns: the state flag of `color`; 0 on failure.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: EINVAL the object or the handle doesn't track state.
  */
 TARNBASE_API uint8_t st_shape_color_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                                    const st_shape *object, uint32_t *err);
 
 /*
  * Sets the state flag of `color`.
- * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
+ * Errors: EINVAL the object or the handle doesn't track state; EIDRM the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_color_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint8_t flag, uint32_t *err);
 
 /*
  * `first`: the corner to begin at.
- * Returns: access to the field, inside the object; null on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Returns: the address of the field, inside the object; null on failure.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API st_corner *st_shape_first_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint32_t *err);
 
 /*
- * Copies the value that `source` gives into `first`.
- * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
- * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
- * object's variant.
+ * Sets `first` to the value at `source`.
+ * Errors: ENOENT `object` or `source` is null; EINVAL the object has no state block in a tracking
+ * handle: the field has the new value, but its state flag and modified mark are not set; EIDRM the
+ * field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_first_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                      const st_corner *source, uint32_t *err);
 
 /*
  * Returns: the state flag of `first`; 0 on failure.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: EINVAL the object or the handle doesn't track state.
  */
 TARNBASE_API uint8_t st_shape_first_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                                    const st_shape *object, uint32_t *err);
 
 /*
  * Sets the state flag of `first`.
- * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
+ * Errors: EINVAL the object or the handle doesn't track state; EIDRM the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_first_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint8_t flag, uint32_t *err);
 
 /*
  * `pattern`: how the sides are dashed.
- * Returns: access to element `index` of 4, inside the object; null on failure.
- * Errors: 2 `index` is too great; 43 the field is beyond the object's variant.
+ * Returns: the address of element `index`, of 4, inside the object; null on failure.
+ * Errors: ENOENT `index` is too large; EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint8_t *st_shape_pattern_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            uint32_t index, uint32_t *err);
 
 /*
  * Returns: element `index` of `pattern`; 0 on failure.
- * Errors: 2 `index` is too great; 43 the field is beyond the object's variant.
+ * Errors: ENOENT `index` is too large; EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint8_t st_shape_pattern_get_value(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint32_t index, uint32_t *err);
 
 /*
  * Copies the first `length` elements of `pattern` to `out`.
- * Requires: `length` isn't negative.
- * Errors: 22 `length` is above 4; 43 the field is beyond the object's variant.
+ * Requires: `length` is not negative.
+ * Errors: EINVAL `length` is above 4; EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_get_mem(kel_handle *handle, uint32_t tx_id,
                                            const st_shape *object, void *out, int32_t length,
                                            uint32_t *err);
 
 /*
- * Copies the value at `source` into element `index` of `pattern`; a null source does nothing. No
- * modified mark is set.
- * Requires: `index` is below 4; it isn't tested.
- * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the element
- * has the new value, but no state flag tells of it; 43 the field is beyond the object's variant.
+ * Sets element `index` of `pattern` to the value at `source`; if `source` is null, nothing happens.
+ * No modified mark is set.
+ * Requires: `index` is below 4; this is not checked.
+ * Errors: ENOENT `object` is null; EINVAL the object has no state block in a tracking handle: the
+ * element has the new value, but its state flag is not set; EIDRM the field is beyond the object's
+ * variant.
  */
 TARNBASE_API void st_shape_pattern_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                        uint32_t index, const uint8_t *source, uint32_t *err);
 
 /*
  * Sets element `index` of `pattern` to a plain value.
- * Errors: 2 `object` is null or `index` is too great; 22 a tracking handle and an object without a
- * state block: the element has the new value, but no state flag or mark tells of it; 43 the field
- * is beyond the object's variant.
+ * Errors: ENOENT `object` is null or `index` is too large; EINVAL the object has no state block in
+ * a tracking handle: the element has the new value, but its state flag and the modified mark are
+ * not set; EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                              uint32_t index, uint8_t value, uint32_t *err);
 
 /*
- * Copies `length` elements from `source` over the first ones of `pattern`.
- * Requires: `length` isn't negative.
- * Errors: 2 `object` is null; 22 `length` is above 4, or a tracking handle and an object without a
- * state block: no element is changed then; 43 the field is beyond the object's variant.
+ * Sets the first `length` elements of `pattern` to those at `source`.
+ * Requires: `length` is not negative.
+ * Errors: ENOENT `object` is null; EINVAL `length` is above 4, or the object has no state block in
+ * a tracking handle, and no element is changed; EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_set_mem(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                            const void *source, int32_t length, uint32_t *err);
@@ -521,14 +538,15 @@ TARNBASE_API uint32_t st_shape_pattern_set_mem_cr(kel_handle *handle, st_shape *
 
 /*
  * Returns: the state flag of the whole array `pattern`; 0 on failure.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: EINVAL the object or the handle doesn't track state.
  */
 TARNBASE_API uint8_t st_shape_pattern_state_flag_whole_get(kel_handle *handle, uint32_t tx_id,
                                                            const st_shape *object, uint32_t *err);
 
 /*
  * Sets the state flag of the whole array `pattern`.
- * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
+ * Errors: EINVAL the object or the handle doesn't track state; EIDRM the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_pattern_state_flag_whole_set(kel_handle *handle, uint32_t tx_id,
                                                         st_shape *object, uint8_t flag,
@@ -536,16 +554,15 @@ TARNBASE_API void st_shape_pattern_state_flag_whole_set(kel_handle *handle, uint
 
 /*
  * Returns: the state flag of element `index` of `pattern`; 0 on failure.
- * Errors: 2 `index` is too great; 22 the object or the handle tracks no state.
+ * Errors: ENOENT `index` is too large; EINVAL the object or the handle tracks no state.
  */
 TARNBASE_API uint8_t st_shape_pattern_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                                      const st_shape *object, uint32_t index,
                                                      uint32_t *err);
 
 /*
- * Stores the address of the element flags of `pattern` through `out`; they lie inside the object's
- * state block.
- * Errors: 22 the object or the handle tracks no state.
+ * Stores the address of the element flags of `pattern`, inside the object's state block, in `*out`.
+ * Errors: EINVAL the object or the handle doesn't track state.
  */
 TARNBASE_API void st_shape_pattern_state_flag_get_arr(kel_handle *handle, uint32_t tx_id,
                                                       st_shape *object, uint8_t **out,
@@ -553,8 +570,8 @@ TARNBASE_API void st_shape_pattern_state_flag_get_arr(kel_handle *handle, uint32
 
 /*
  * Sets the state flag of element `index` of `pattern`.
- * Errors: 2 `index` is too great; 22 the object or the handle tracks no state; 43 the field is
- * beyond the object's variant.
+ * Errors: ENOENT `index` is too large; EINVAL the object or the handle doesn't track state; EIDRM
+ * the field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                   st_shape *object, uint32_t index, uint8_t flag,
@@ -562,8 +579,8 @@ TARNBASE_API void st_shape_pattern_state_flag_set(kel_handle *handle, uint32_t t
 
 /*
  * Copies 4 flags from `source` to the start of the object's state block.
- * Errors: 2 `length` isn't 4; 22 the object or the handle tracks no state; 43 the field is beyond
- * the object's variant.
+ * Errors: ENOENT `length` is not 4; EINVAL the object or the handle doesn't track state; EIDRM the
+ * field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_pattern_state_flag_set_arr(kel_handle *handle, uint32_t tx_id,
                                                       st_shape *object, const void *source,
@@ -571,47 +588,48 @@ TARNBASE_API void st_shape_pattern_state_flag_set_arr(kel_handle *handle, uint32
 
 /*
  * `filled`: whether the inside is painted. From variant 1 on.
- * Returns: access to the field, inside the object; null on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Returns: the address of the field, inside the object; null on failure.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API kel_boolean *st_shape_filled_get(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                               uint32_t *err);
 
 /*
- * Copies the value that `source` gives into `filled`.
- * Errors: 2 `object` or `source` is null; 22 a tracking handle and an object without a state block:
- * the field has the new value, but no state flag or mark tells of it; 43 the field is beyond the
- * object's variant.
+ * Sets `filled` to the value at `source`.
+ * Errors: ENOENT `object` or `source` is null; EINVAL the object has no state block in a tracking
+ * handle: the field has the new value, but its state flag and modified mark are not set; EIDRM the
+ * field is beyond the object's variant.
  */
 TARNBASE_API void st_shape_filled_set(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                       const kel_boolean *source, uint32_t *err);
 
 /*
  * Returns: the value of `filled`; 0 on failure.
- * Errors: 43 the field is beyond the object's variant.
+ * Errors: EIDRM the field is beyond the object's variant.
  */
 TARNBASE_API uint32_t st_shape_filled_get_value(kel_handle *handle, uint32_t tx_id,
                                                 st_shape *object, uint32_t *err);
 
 /*
  * Sets `filled` to a plain value.
- * Errors: 2 `object` is null; 22 a tracking handle and an object without a state block: the field
- * has the new value, but no state flag or mark tells of it; 43 the field is beyond the object's
- * variant.
+ * Errors: ENOENT `object` is null; EINVAL the object has no state block in a tracking handle: the
+ * field has the new value, but its state flag and modified mark are not set; EIDRM the field is
+ * beyond the object's variant.
  */
 TARNBASE_API void st_shape_filled_set_value(kel_handle *handle, uint32_t tx_id, st_shape *object,
                                             uint32_t value, uint32_t *err);
 
 /*
  * Returns: the state flag of `filled`; 0 on failure.
- * Errors: 22 the object or the handle tracks no state.
+ * Errors: EINVAL the object or the handle doesn't track state.
  */
 TARNBASE_API uint8_t st_shape_filled_state_flag_get(kel_handle *handle, uint32_t tx_id,
                                                     const st_shape *object, uint32_t *err);
 
 /*
  * Sets the state flag of `filled`.
- * Errors: 22 the object or the handle tracks no state; 43 the field is beyond the object's variant.
+ * Errors: EINVAL the object or the handle doesn't track state; EIDRM the field is beyond the
+ * object's variant.
  */
 TARNBASE_API void st_shape_filled_state_flag_set(kel_handle *handle, uint32_t tx_id,
                                                  st_shape *object, uint8_t flag, uint32_t *err);
