@@ -195,7 +195,7 @@ TEST_F(Manifest, TellsASecondIdentityOfEachItemThatIsNoOtherItems) {
     EXPECT_EQ(seen.size(), 2 * 171U);
 }
 
-// The last variant's length in whole words, and nothing that is allocated beyond it.
+// The last variant's length in whole words, without the memory allocated beyond it.
 TEST_F(Manifest, TellsTheUsedLengthOfAStructureRoundedUp) {
     const std::map<std::string, std::string> expected = {{"service_type_info_key", "000:00048N"},
                                                          {"st_aaa_type", "000:00080N"},
@@ -232,7 +232,7 @@ TEST_F(Manifest, WritesTheBuildNoteInFixedForms) {
         "at: (Mon|Tue|Wed|Thu|Fri|Sat|Sun) "
         "(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) [ 123][0-9] "
         "[012][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{9} [0-9]{4}",
-        // One blank, and the word's own two on each side of it.
+        // One space, and two more on each side of it.
         "comment: [^ ].*[^ ]   _KEL_  tarnbase"};
     const std::vector<std::string> note = lines(1);
     ASSERT_EQ(note.size(), forms.size());

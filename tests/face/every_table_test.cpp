@@ -18,7 +18,7 @@ class EveryTable : public testing::Test {
     tarn::session session{store};
     std::size_t tables = 0;
 
-    // The record that every table can have: all its fields and its key empty.
+    // A record that every table can have: all its fields and its key are empty.
     template <typename Table>
     void round_trip() {
         SCOPED_TRACE(Table::name);

@@ -117,7 +117,7 @@ TEST_F(Field, ANestedStructureIsCopiedWhole) {
     EXPECT_EQ(record.tag().point().y(), 12);
 }
 
-// A field that came with a later variant isn't there in an older object.
+// An older object doesn't have a field that was added by a later variant.
 TEST_F(Field, OfALaterVariantIsMissingInAnOlderObject) {
     auto grown = tarn::table<tarn::grown>::open_or_create(session, "grown");
     auto now = grown.make("now");

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A private store with a session, and how many objects of a type are alive.
+// A private store with a session, and the number of existing objects of a type.
 #ifndef TESTS_FACE_FIXTURE_H
 #define TESTS_FACE_FIXTURE_H
 
@@ -20,7 +20,7 @@ class Face : public testing::Test {
     tarn::session session{store};
 };
 
-// Blocks that the store has given out: what a leak raises.
+// The number of allocated blocks, which a leak increases.
 inline std::uint64_t blocks(const tarn::store &store) { return store.describe().blocks; }
 
 inline tarn::table<tarn::ldap_conn> servers(const tarn::session &session) {
@@ -34,7 +34,7 @@ inline void add(tarn::table<tarn::ldap_conn> table, const std::string &name,
     table.insert(std::move(record));
 }
 
-// The keys that a walk meets.
+// The keys of the records that a walk visits.
 template <typename Range>
 std::vector<std::string> names(const Range &range) {
     std::vector<std::string> all;

@@ -164,7 +164,7 @@ TEST_F(Form, AFrameThatWasCutOffIsRefusedAndLeavesNothingBehind) {
     for (std::size_t length = 0; length < wire.size(); ++length) {
         const auto read = table.try_from_wire({wire.data(), length});
         ASSERT_FALSE(read) << length << " bytes";
-        // An object that has no byte at all is told as the C call tells it.
+        // A missing object is reported as the C call reports it.
         const auto expected = length == 43 ? std::errc::not_enough_memory : std::errc::message_size;
         EXPECT_EQ(read.error().code(), expected) << length << " bytes";
         EXPECT_EQ(blocks(store), before) << length << " bytes";

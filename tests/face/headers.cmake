@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # The C++ headers compile by themselves, in each language version, with exceptions and
-# without, warnings as errors: those written by hand one by one, of those made from the
-# schema one of a kind, and all of them together.
+# without, warnings as errors: each hand-written one, one of each kind of generated header,
+# and all of them together.
 #   cmake -DCXX=... -DTARNC=tarnc -DSOURCE=dir -DINCLUDE=dir -DGENERATED=dir -DWORK=dir
 #         -P headers.cmake
 set(warnings -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only)
@@ -30,7 +30,7 @@ foreach(flags IN ITEMS "-std=c++17" "-std=c++17;-fno-exceptions" "-std=c++20"
   compile(tarnbase/tarn.hpp ${flags})
 endforeach()
 
-# A schema of hard names and shapes.
+# A schema with difficult names and shapes.
 execute_process(COMMAND ${TARNC} ${SOURCE}/odd.tarn --out ${WORK}/odd COMMAND_ERROR_IS_FATAL ANY)
 foreach(flags IN ITEMS "-std=c++17" "-std=c++20")
   execute_process(

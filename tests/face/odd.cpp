@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Compiled and never run: how a program uses what odd.tarn makes.
+// Compiled and never run: a program that uses the headers generated from odd.tarn.
 #include "tarnbase/tarn.hpp"
 #include "tarnbase/tarn/owned.hpp"
 
@@ -18,7 +18,7 @@ std::uint32_t use_names(const tarn::session &session) {
     return record.key() + record.key_() + record.later()[0];
 }
 
-// The key is an object: a free-standing one to search with.
+// The key is an object, here one outside any record.
 bool use_deep_key(const tarn::session &session) {
     auto table = tarn::table<tarn::deep>::open_or_create(session, "odd");
     auto key = tarn::owned<tarn::deep_key>::make(session);

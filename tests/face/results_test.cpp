@@ -16,7 +16,7 @@ namespace {
 int reads_until_failure = 0;
 }
 
-// In place of the runtime's: every read of a record passes here, and one of them fails.
+// Replaces the runtime's service: called for every read of a record, and fails for one of them.
 void kelrepl_add_to_cache(kel_handle *, std::uint32_t, kel_table *, kel_record *,
                           const void *const *, std::uint32_t *err) {
     if (reads_until_failure > 0 && --reads_until_failure == 0) *err = EIO;

@@ -50,7 +50,7 @@ TEST_F(Table, ATableOfAnotherKindIsRefused) {
     EXPECT_EQ(tarn::table<tarn::grown>::open(session, "aaa/shared").name(), "aaa/shared");
 }
 
-// The path is the key that the name alone would give.
+// The path is equal to the key of a plain name.
 TEST_F(Table, ATableOfAnotherKindIsRefusedAlsoUnderAKeyOfItsOwn) {
     const std::string key = std::string("other/") + table_tbl_ldap_conn_luid_text;
     tarn::table<tarn::grown>::open_or_create(session, key);
@@ -90,7 +90,7 @@ TEST_F(Table, ASecondRecordOfAKeyStaysItsOwners) {
         const tarn::error error = thrown_by([&] { table.insert(std::move(second)); });
         EXPECT_EQ(error.number(), static_cast<std::uint32_t>(EEXIST));
         EXPECT_STREQ(error.what(), "inserting in tbl_ldap_conn: the key already exists");
-        EXPECT_TRUE(second);  // NOLINT: a refused record isn't moved from
+        EXPECT_TRUE(second);  // NOLINT: a record that isn't inserted isn't moved from
         second.set_sname("ldap2");
         table.insert(std::move(second));
     }

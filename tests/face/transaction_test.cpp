@@ -91,7 +91,7 @@ TEST_F(Transaction, ARecordThatWasNotInsertedGoesWithTheTransaction) {
     }
     EXPECT_EQ(blocks(store), before);
     {
-        // The other way round: the rollback takes the record along.
+        // In the other order: the rollback removes the record.
         std::optional<tarn::new_record<tarn::ldap_conn>> record;
         const tarn::transaction transaction(session);
         record.emplace(table.make("a name that doesn't lie in the string itself"));

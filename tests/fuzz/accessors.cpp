@@ -55,8 +55,8 @@ using GetValue = u64 (*)(kel_handle *, u32, void *, u32 *);
 using Set = void (*)(kel_handle *, u32, void *, const void *, u32 *);
 using SetValue = void (*)(kel_handle *, u32, void *, u64, u32 *);
 
-// Set from itself; and for a plain value, set to what it is. Values that no setter
-// takes are reported, and that is all.
+// Sets the field from itself, and a plain value to its own value. A value that the setter
+// refuses must only be reported.
 TARN_CALLS_BY_NAME void use(const Accessors &accessors, const Round &round, void *object) {
     kel_handle *handle = round.handle();
     u32 err = 0;

@@ -24,7 +24,7 @@ bool all_nested(const Structure &type, const void *object, Test test) {
     });
 }
 
-// What the length doesn't count: the trace data of the object and of nested ones.
+// The bytes that the length doesn't include: the trace data of the object and of nested ones.
 u32 ra_data_in(const Structure &type, const void *object) {
     u32 length = 0;
     all_nested(type, object, [&](const Structure &, const void *each) {
@@ -34,9 +34,9 @@ u32 ra_data_in(const Structure &type, const void *object) {
     return length;
 }
 
-// Whether the wire form carries every field, so that an object read from it is equal:
-// no variant leaves fields out, and no enumeration has the value 0 where enumerators
-// start at 1, which shares its place on the wire with 1.
+// Whether the wire form contains every field, so that an object read from it is equal:
+// no variant lacks fields, and no enumeration whose enumerators start at 1 has the value 0,
+// whose wire form is the same as that of 1.
 bool travels_whole(const Structure &type, const void *object) {
     return all_nested(type, object, [](const Structure &each, const void *place) {
         const auto travels = [&](const Field &field) {
@@ -49,7 +49,7 @@ bool travels_whole(const Structure &type, const void *object) {
     });
 }
 
-// Through the wire into a new object, and back to the same bytes.
+// Reads the wire form into a new object, and writes it again to the same bytes.
 void check_journey(const Structure &type, const Round &round, const void *object,
                    const Buffer &form, u32 length) {
     u32 err = 0;
@@ -63,7 +63,7 @@ void check_journey(const Structure &type, const Round &round, const void *object
 
 void check_wire(const Structure &type, const Round &round, const void *object, u8 room) {
     const u32 length = object::len(type, round.call(), object) + ra_data_in(type, object);
-    // In a handle that tracks state the last byte may be stored behind the length.
+    // With a handle that tracks state the last byte may be stored after the length.
     const u32 spare = round.tracking() ? 1 : 0;
     Buffer form(length + spare);
     u32 err = 0;
@@ -77,7 +77,7 @@ void check_wire(const Structure &type, const Round &round, const void *object, u
     Buffer cut(length * room / 256 + spare);
     u32 lack = 0;
     object::marshal(type, round.call(lack), {cut.data(), cut.size() - spare}, object);
-    // The last state bytes of a buffer that is too short for them alone are dropped.
+    // If only the last state bytes don't fit in the buffer, they are dropped.
     require(lack != 0 || round.tracking(), "a buffer that is too short is reported");
 }
 
@@ -100,7 +100,7 @@ void check_states(const Structure &type, const Round &round, void *object) {
     object::set_all_state_tracking_flag(type, round.call(), object, 3);
 }
 
-// A clone in a workspace that just suffices, or is too small; a clone and a copy in
+// A clone in a workspace that is just large enough, or too small; a clone and a copy in
 // the handle's; an assignment.
 void check_copies(const Structure &type, const Round &round, const void *object, u8 room) {
     kel_handle *handle = round.handle();

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Uses an object that came from hostile bytes in every way there is. Whatever it
-// holds, it must behave as an object.
+// Calls every operation on an object read from hostile bytes. Whatever its content, it
+// must behave as an object.
 #ifndef TARNBASE_TESTS_FUZZ_EXERCISE_H
 #define TARNBASE_TESTS_FUZZ_EXERCISE_H
 
@@ -15,14 +15,14 @@ namespace tarnbase::fuzz {
 void exercise(const Structure &type, const Round &round, void *object, u8 room);
 void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 room);
 
-// The XML form, or nothing if the object has a text that XML can't carry.
+// The XML form, or nothing if the object has a text that XML can't represent.
 std::string xml_of(const Structure &type, const Round &round, const void *object, u8 room);
 
 // Whether each enumeration in the object is one of its enumerators: only then is its
 // XML form well-formed.
 bool has_enumerators_only(const Structure &type, const void *object);
 
-// Requires that both compare as equal and hash alike.
+// Requires that both compare as equal and have the same hash.
 void require_equal(const Structure &type, const void *a, const void *b);
 
 }  // namespace tarnbase::fuzz

@@ -34,7 +34,7 @@ void set_address(const Round &round, void *place, Random &random, u32 *err) {
 }
 
 void set_number(const Round &round, void *place, FieldKind kind, Random &random, u32 *err) {
-    // Small ones are likelier to meet: as keys, and as XML's digits.
+    // Small ones are more likely to be equal: as keys, and as digits in XML.
     const u64 word = random.once_in(2) ? random.word() : random.below(4);
     kel_handle *handle = round.handle();
     switch (kind) {
@@ -132,7 +132,7 @@ kel_record *make_record(const Table &model, const Round &round, Random &random) 
 std::vector<u8> wire(const Structure &type, const Round &round, const void *object) {
     u32 err = 0;
     const u32 length = object::len(type, round.call(), object);
-    std::vector<u8> bytes(length + 1);  // with tracking, the last state byte wants room
+    std::vector<u8> bytes(length + 1);  // with tracking, the last state byte needs space
     const u32 written = object::marshal(type, round.call(err), {bytes.data(), length}, object);
     require(err == 0 && written == length, "an object can be marshalled");
     bytes.resize(length);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Objects and records with content that depends on a seed alone.
+// Objects and records whose content depends only on a seed.
 #ifndef TARNBASE_TESTS_FUZZ_FILL_H
 #define TARNBASE_TESTS_FUZZ_FILL_H
 
@@ -11,7 +11,7 @@
 
 namespace tarnbase::fuzz {
 
-// A small generator; any fixed one will do.
+// A small generator; any deterministic one works.
 class Random {
  public:
     explicit Random(u64 seed) : state_(seed * 0x9e3779b97f4a7c15U + 1) {}
@@ -25,7 +25,7 @@ class Random {
     u64 state_;
 };
 
-// Sets every field that the object's variant has. Some texts lie inside the string,
+// Sets every field that the object's variant has. Some texts are inside the string,
 // others in a block.
 void fill(const Structure &type, const Round &round, void *object, Random &random);
 // A new object, filled.
@@ -36,7 +36,7 @@ kel_record *make_record(const Table &model, const Round &round, Random &random);
 // The wire form of an object, and the frame of a record.
 std::vector<u8> wire(const Structure &type, const Round &round, const void *object);
 std::vector<u8> frame(const Table &model, const Round &round, const kel_record *record);
-// The frame of a new record that is gone afterwards.
+// The frame of a new record that is then destroyed.
 std::vector<u8> new_frame(const Table &model, const Round &round, Random &random);
 
 }  // namespace tarnbase::fuzz

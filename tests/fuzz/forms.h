@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Output into buffers of exactly the size that is needed, and into smaller ones.
+// Output into buffers of exactly the required size, and into smaller ones.
 #ifndef TARNBASE_TESTS_FUZZ_FORMS_H
 #define TARNBASE_TESTS_FUZZ_FORMS_H
 
@@ -14,12 +14,12 @@ namespace tarnbase::fuzz {
 // Longer than any text here: the XML of an array is the longest.
 inline constexpr u32 longest_text = 128 * 1024;
 
-// Memory for texts whose length isn't known yet.
+// Memory for texts of unknown length.
 char *text_page();
 
-// The text that `write(buffer, length, err)` gives, with its error. It is written
-// three times: with room in plenty, into a buffer of its exact length, where it must
-// fit, and into one cut to `room` 256ths of that, where it must not.
+// Returns the text that `write(buffer, length, err)` writes, with its error. It is written
+// three times: to a large buffer, to a buffer of its exact length, where it must fit, and
+// to one cut to `room` 256ths of that, where it must not.
 template <typename Write>
 std::pair<std::string, u32> text_form(u8 room, Write write) {
     u32 err = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a receiver does that is handed a stream of frames: it finds each frame's table
-// by the LUID, reads the record, puts it in the table, and goes on behind the frame.
+// Acts as a receiver of a stream of frames: finds each frame's table by the LUID, reads the
+// record, inserts it in the table, and continues after the frame.
 #include <algorithm>
 #include <vector>
 
@@ -23,7 +23,7 @@ struct Received {
     bool inserted;
 };
 
-// Reads one frame; answers the bytes that it takes, or 0 at the stream's end.
+// Reads one frame. Returns the number of its bytes, or 0 at the end of the stream.
 u32 receive(const Round &round, const Buffer &stream, u32 cursor, std::vector<Received> &records) {
     const Table *model = table_of_frame({stream.data() + cursor, stream.size() - cursor});
     if (model == nullptr) return 0;
@@ -41,7 +41,7 @@ std::vector<Received> receive_all(const Round &round, const Buffer &stream) {
     std::vector<Received> records;
     for (u32 cursor = 0; cursor < stream.size() && records.size() < most_frames;) {
         const u32 taken = receive(round, stream, cursor, records);
-        // A jump can point anywhere: a receiver doesn't step beyond what it was sent.
+        // A jump can point anywhere: a receiver must not leave the received bytes.
         if (taken == 0 || taken > stream.size() - cursor) break;
         cursor += taken;
     }
@@ -64,7 +64,7 @@ void fuzz_frame(Bytes bytes) {
         find(*each.model, round, each.record);
         walk(*each.model, round);
     }
-    // What a transaction brought goes with it.
+    // The rollback removes the transaction's records.
     if (conditions.home == Home::transaction && conditions.used) return;
     for (const Received &each : records) destroy(*each.model, round, each.record);
 }

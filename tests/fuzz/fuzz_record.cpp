@@ -18,7 +18,7 @@ void use_objects(const Table &model, const Round &round, kel_record *record, u8 
     if (model.key_type != nullptr) exercise(*model.key_type, round, record->key_object, room);
 }
 
-// Into a new record, or over one in use, which is then put among others.
+// Reads into a new record, or over one in use, which is then inserted among others.
 void read_record(const Table &model, const Round &round, const Conditions &conditions,
                  const Buffer &form, u8 room) {
     kel_handle *handle = round.handle();
@@ -64,7 +64,7 @@ void read_key(const Table &model, const Round &round, const Buffer &form) {
 
 }  // namespace
 
-// The table's number; from the upper half on, its key.
+// The table's number; the upper half of the values selects its key.
 void fuzz_record(Bytes bytes) {
     Input input(bytes);
     const u8 item = input.byte();

@@ -26,13 +26,13 @@ Document parse(const char *text, std::size_t length) {
     return Document(kel_xml_parse(text, length));
 }
 
-// What is told of a failure: no byte beyond the length is written.
+// The message of a failure: no byte beyond the length is written.
 struct Message {
     explicit Message(u8 room) : buffer(room) {}
     Buffer buffer;
 };
 
-// An element with elements inside is what an array costs a search each for.
+// For an array, each element that contains elements costs a search.
 bool has_array(const Structure &type) {
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::array) return true;
@@ -40,7 +40,7 @@ bool has_array(const Structure &type) {
     return false;
 }
 
-// Its own XML, read back, makes an equal object.
+// Reading its own XML yields an equal object.
 void check_journey(const Structure &type, const Round &round, const void *object, u8 room) {
     const std::string text = xml_of(type, round, object, room);
     if (text.empty() || !has_enumerators_only(type, object) || has_array(type)) return;
@@ -87,8 +87,8 @@ void read_enumeration(const Enumeration &type, const Conditions &conditions,
     enumeration::destroy(type, round.call(), object);
 }
 
-// A document that is refused leaves its record behind, which nobody can then give
-// back: hence the transaction, which takes everything back.
+// A document that is refused leaves a record that nobody can release: hence the
+// transaction, which is rolled back.
 void read_record(const Table &model, Conditions conditions, kel_xml_document *document, u8 room) {
     conditions.home = Home::transaction;
     const Round round(conditions);

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Input that is taken from the front, and memory of exactly the size asked for: a
-// sanitizer sees the first byte beyond it that is touched.
+// Input that is consumed from the front, and memory of exactly the requested size: a
+// sanitizer detects any access beyond it.
 #ifndef TARNBASE_TESTS_FUZZ_INPUT_H
 #define TARNBASE_TESTS_FUZZ_INPUT_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The entry points that libFuzzer calls, for one target a program.
+// The entry points that libFuzzer calls, for one target per program.
 #include <algorithm>
 #include <vector>
 

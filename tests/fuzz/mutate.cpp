@@ -10,7 +10,7 @@ namespace tarnbase::fuzz {
 
 namespace {
 
-// In front of the frames.
+// Before the frames.
 constexpr u32 prefix = 1;
 
 std::vector<WireItem> items_of(Bytes stream) {
@@ -42,8 +42,8 @@ u32 number_in(const std::vector<u8> &stream, const WireItem &item) {
     return number;
 }
 
-// The ends of every range, and the steps around the number that is there and around
-// the bytes that are left.
+// The limits of every range, and values close to the current number and to the number of
+// remaining bytes.
 u32 telling_number(u32 there, u32 left, Random &random) {
     const u32 numbers[] = {0,          1,          2,        4,         127,       128,
                            255,        256,        1440,     there + 1, there - 1, there + 4,
@@ -92,8 +92,8 @@ std::vector<u8> copy_of(const std::vector<u8> &stream, const WireItem &range) {
     return {begin, begin + range.length};
 }
 
-// What a newer writer sends: more bytes in an object than its reader knows, and a jump
-// that tells of them.
+// As a newer writer sends it: an object with more bytes than its reader's fields, and a
+// jump that includes them.
 void lengthen(std::vector<u8> &stream, const std::vector<WireItem> &items, Random &random) {
     std::vector<WireItem> objects;
     std::ranges::copy_if(items, std::back_inserter(objects), [&](const WireItem &item) {
@@ -108,7 +108,7 @@ void lengthen(std::vector<u8> &stream, const std::vector<WireItem> &items, Rando
     if (random.once_in(2)) ++stream[object.offset];
 }
 
-// Trace data in an object that had none.
+// Adds trace data to an object without any.
 void add_ra_data(std::vector<u8> &stream, const std::vector<WireItem> &items, Random &random) {
     std::vector<WireItem> flags;
     std::ranges::copy_if(items, std::back_inserter(flags), [&](const WireItem &item) {

@@ -42,7 +42,7 @@ void heap_free(void *, u32, void *block) {
     std::free(block);
 }
 
-// Formatting is done before a line gets here, and nobody reads these.
+// Lines are already formatted when they get here; they are dropped.
 void drop_line(void *, std::uint16_t, u32, const char *) {}
 
 class Lab {
@@ -97,7 +97,7 @@ class Lab {
         require(table != nullptr && err == 0, "a table can be opened");
         return table;
     }
-    // Makes what a store keeps for an item once and for all.
+    // Makes the data that a store keeps permanently for an item.
     static void warm_up(kel_handle *handle) {
         u32 err = 0;
         for (const Structure *type : all_structures()) {

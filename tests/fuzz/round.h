@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// One store for all inputs, and a round a piece of input: a handle in the manner that
-// the input asks for, and blocks that must all be gone when the round ends.
+// One store for all inputs, and one round per input: a handle in the mode that the input
+// selects, and blocks that must all be freed when the round ends.
 #ifndef TARNBASE_TESTS_FUZZ_ROUND_H
 #define TARNBASE_TESTS_FUZZ_ROUND_H
 
@@ -11,22 +11,22 @@
 
 namespace tarnbase::fuzz {
 
-// Ends the process, saying what was promised, unless the promise holds.
+// Ends the process with the broken promise, unless the condition is true.
 void require(bool holds, const char *promise);
 
-// How a handle deals with objects. `old`: its domain has variant 0 of each type.
+// The mode of a handle. `old`: its domain has variant 0 of each type.
 enum class Manner { plain, tracking, store_types, old };
 inline constexpr u32 manners = 4;
 
-// Where objects, records and texts live. On the heap each block has its exact size,
-// so that a sanitizer sees what is touched beyond it.
+// Where objects, records and texts are allocated. On the heap each block has its exact
+// size, so that a sanitizer detects any access beyond it.
 enum class Home { heap, store, transaction };
 
-// The byte in front of an input:
+// The byte before an input:
 //   bits 0, 1   manner
 //   bit 2       the object is in use, with long texts
 //   bit 3       in_place
-//   bits 4, 5   home: 0 and 1 heap, 2 store, 3 a transaction that is taken back
+//   bits 4, 5   home: 0 and 1 heap, 2 store, 3 a transaction that is rolled back
 struct Conditions {
     explicit Conditions(u8 flags);
 
@@ -39,7 +39,7 @@ struct Conditions {
 class Round {
  public:
     explicit Round(const Conditions &conditions);
-    // Requires that no block was left behind.
+    // Requires that no block was leaked.
     ~Round();
     Round(const Round &) = delete;
     Round &operator=(const Round &) = delete;

@@ -4,7 +4,7 @@
 #include <map>
 #include <string_view>
 
-// No field is of this type, so that no structure leads to it.
+// No field has this type, so no structure refers to it.
 #include "model/lumi_interface_peer_adv_capability.h"
 
 namespace tarnbase::fuzz {

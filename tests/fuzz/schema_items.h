@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Every structure, enumeration and table of the schema, and what makes a form of
-// one predictable.
+// Every structure, enumeration and table of the schema, and the conditions under which
+// their forms are predictable.
 #ifndef TARNBASE_TESTS_FUZZ_SCHEMA_ITEMS_H
 #define TARNBASE_TESTS_FUZZ_SCHEMA_ITEMS_H
 

@@ -30,8 +30,8 @@ std::string named(const char *item, u32 manner) {
     return std::string(item) + "." + manner_names[manner];
 }
 
-// `item` is what selects it in an input; `manner` is how it was written, and the
-// manners take turns at reading it.
+// `item` selects it in an input; `manner` is the mode in which it was written, and it is
+// read in all modes in turn.
 u8 conditions_of(u32 item, u32 manner) {
     return static_cast<u8>((manner + item) % manners | (item % 2) << 2 | (item % 4) << 4);
 }
@@ -92,8 +92,7 @@ Bytes bytes_of(const std::string &text) {
     return {reinterpret_cast<const u8 *>(text.data()), text.size()};
 }
 
-// At most three elements of a kind in a row: the whole of an array is longer than what
-// a fuzzer likes to change.
+// At most three elements of a kind in sequence: a whole array is too long for a fuzzer.
 std::string with_few_elements(const std::string &text) {
     constexpr u32 few = 3;
     std::istringstream lines(text);

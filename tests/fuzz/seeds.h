@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What fuzzing starts from: forms of real objects, and the words of each format.
+// The seeds of the fuzz targets: forms of real objects, and the words of each format.
 #ifndef TARNBASE_TESTS_FUZZ_SEEDS_H
 #define TARNBASE_TESTS_FUZZ_SEEDS_H
 
@@ -10,7 +10,7 @@
 
 namespace tarnbase::fuzz {
 
-// Gives each seed of a target, with a name.
+// Calls a function with each seed of a target and its name.
 using TakeSeed = std::function<void(const std::string &name, Bytes bytes)>;
 void make_seeds(const Target &target, const TakeSeed &take);
 

@@ -15,8 +15,8 @@ bool is_whole(const Table &model, const kel_record *record) {
 
 namespace {
 
-// The texts of a record and of its key want the room of their wire forms, so that
-// their own length may not do.
+// The texts of a record and of its key need the space of their wire forms, so their own
+// length may not be enough.
 template <typename Write>
 void use_text(u8 room, Write write) {
     u32 err = 0;

@@ -14,14 +14,14 @@ bool is_whole(const Table &model, const kel_record *record);
 // Every form of a record, and forms of its key. `room` cuts buffers.
 void use_forms(const Table &model, const Round &round, kel_record *record, u8 room);
 
-// Inserts the record. False: its key is there already.
+// Inserts the record. False: its key already exists.
 bool insert(const Table &model, const Round &round, kel_record *record);
 // Requires that searches for the key of a record in the index find it.
 void find(const Table &model, const Round &round, const kel_record *record);
-// Requires that a walk meets as many records as the table counts, in order.
+// Requires that a walk visits as many records as the table counts, in order.
 void walk(const Table &model, const Round &round);
 
-// Takes the record out of its index, if it is in one, and destroys it.
+// Removes the record from its index, if it is in one, and destroys it.
 void destroy(const Table &model, const Round &round, kel_record *record);
 
 }  // namespace tarnbase::fuzz

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What is fed with hostile bytes. Each target takes any bytes at all and ends the
-// process if a promise is broken; the sanitizers watch over the memory.
+// The fuzz targets. Each accepts any bytes and ends the process if a promise is broken;
+// the sanitizers check memory accesses.
 #ifndef TARNBASE_TESTS_FUZZ_TARGETS_H
 #define TARNBASE_TESTS_FUZZ_TARGETS_H
 
@@ -23,7 +23,7 @@ void fuzz_object(Bytes input);
 void fuzz_record(Bytes input);
 // A document: item, conditions, room, then its text.
 void fuzz_xml(Bytes input);
-// A stream of frames, told apart by their LUIDs: conditions, then the frames.
+// A stream of frames, identified by their LUIDs: conditions, then the frames.
 void fuzz_frame(Bytes input);
 
 struct Target {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs a target over files, and makes what fuzzing starts from:
+// Runs a target on files, and makes seeds:
 //   fuzz_tool replay TARGET PATH...      each file, and each file of a folder
 //   fuzz_tool seeds DIR                  DIR/TARGET/..., and DIR/TARGET.dict
 //   fuzz_tool mutate TARGET COUNT SEED   seeds, changed COUNT times
@@ -45,7 +45,7 @@ std::vector<fs::path> files_at(const fs::path &path) {
     return files;
 }
 
-// Names each file first, so that a crash tells which one it was.
+// Prints each file's name first, so that a crash can be attributed to it.
 int replay(const Target &target, const std::vector<std::string> &paths) {
     std::size_t count = 0;
     for (const std::string &path : paths) {
@@ -74,8 +74,8 @@ int write_seeds(const fs::path &folder) {
     return 0;
 }
 
-// Without a fuzzer's guidance, but wherever the tests run: seeds, changed again and
-// again. An input that breaks a promise is left behind in the file.
+// Fuzzing without libFuzzer, for any compiler: changes seeds again and again. The input
+// that breaks a promise remains in the file.
 int mutate(const Target &target, u32 count, u32 seed) {
     constexpr std::size_t longest = 8192;
     constexpr u32 changes_a_seed = 6;

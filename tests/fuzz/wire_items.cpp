@@ -12,12 +12,12 @@ constexpr u32 luid_length = 16;
 constexpr u32 frame_start = KEL_MESSAGE_HEADER_SIZE + luid_length;
 constexpr u32 ra_data_length = 9;
 
-// Reads along; once an item doesn't fit, nothing more is added.
+// Reads the items; after one that doesn't fit, nothing more is added.
 class Walker {
  public:
     explicit Walker(Bytes stream) : stream_(stream) {}
 
-    // False: the stream ends, or its next bytes are no frame.
+    // False: the stream ends, or its next bytes aren't a frame.
     bool frame() {
         const u32 start = cursor_;
         const Table *table = table_of_frame(stream_.subspan(start));

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Where the items of a frame stand, for mutations that know what they change.
+// The positions of a frame's items, for mutations of specific items.
 #ifndef TARNBASE_TESTS_FUZZ_WIRE_ITEMS_H
 #define TARNBASE_TESTS_FUZZ_WIRE_ITEMS_H
 
@@ -31,11 +31,10 @@ struct WireItem {
     u32 length;
 };
 
-// The table whose LUID the frame carries; null if none of ours does, or the frame is
-// too short to carry one.
+// The table with the frame's LUID; null if there is none, or if the frame is too short.
 const Table *table_of_frame(Bytes frame);
 
-// The items of all frames in a stream, as far as they can be made out.
+// The items of all frames in a stream, as far as they can be read.
 std::vector<WireItem> items_of_stream(Bytes stream);
 
 }  // namespace tarnbase::fuzz

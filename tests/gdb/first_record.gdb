@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The example program, stopped where docs/debugging.md stops it.
+# The example program, stopped as in docs/debugging.md.
 set width 0
 set style enabled off
 set confirm off

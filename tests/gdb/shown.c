@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* A program to stop in: values of every kind, in records, alone and gone. */
+/* A program to stop in: values of every kind, in records, outside them and destroyed. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# Prints what shown.c has made, as a person would.
+# Prints the values of shown.c, as a user would.
 set width 0
 set style enabled off
 set confirm off

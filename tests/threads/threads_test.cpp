@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What threads share: the usage counters in the constant descriptors, what is registered at
+// Data shared by threads: the usage counters in the constant descriptors, registrations on
 // first use, and the directory after it is filled. Each thread has its own store and handle.
 // The preset `tsan` builds this with ThreadSanitizer. ctest runs each test in its own
 // process, so that its first use is the process's first.

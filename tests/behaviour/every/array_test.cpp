@@ -124,7 +124,7 @@ TEST_P(TrackedMinutes, HaveAFlagEachAndOneForAll) {
     expect_error(2);
     on("state_flag_set", {minutes, 1});
     expect_error(2);
-    // The flags given land at the start of the block, not at the array's place.
+    // The given flags are stored at the start of the block, not at the array's place.
     const std::vector<u8> source(minutes, 4);
     on("state_flag_set_arr", {source.data(), minutes - 1});
     expect_error(2);

@@ -12,8 +12,7 @@ namespace tarn::test {
 
 namespace {
 
-// More arguments than a set_all has. A callee takes those it knows of; the caller
-// clears them all away.
+// More arguments than a set_all has. A callee uses its own; the caller removes them all.
 constexpr std::size_t few = 12, most = 64;
 
 std::set<std::string> &names() {

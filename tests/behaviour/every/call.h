@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Calls exported functions by their names, as a program does that knows the schema
-// only at run time, and remembers which names were called.
+// Calls exported functions by name, as a program does that reads the schema at run time,
+// and records which names were called.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_CALL_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_CALL_H
 
@@ -18,7 +18,7 @@ using u16 = std::uint16_t;
 using u32 = std::uint32_t;
 using u64 = std::uint64_t;
 
-// An argument of the C interface: an integer or a pointer, which travels as one
+// An argument of the C interface: an integer or a pointer, which is passed as one
 // machine word on every ABI that the library is built for.
 class Word {
  public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The forms without a transaction and an error word of their own: they use the
-// handle's, an error sticks, and a creation never answers null.
+// The forms without their own transaction and error word: they use the handle's, an error
+// persists, and a creation never returns null.
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -15,7 +15,7 @@ constexpr u64 no_text = 0xffffffff;
 
 bool is_cr(const Prototype &function) { return function.ends_with("_cr"); }
 
-// What a form answers while an error sticks; nothing for those that run all the same.
+// The result of a form while an error persists; none for those that run anyway.
 std::optional<u64> sticking_answer(const Prototype &function) {
     const auto ends = [&](std::initializer_list<const char *> words) {
         return std::any_of(words.begin(), words.end(),
@@ -114,7 +114,7 @@ TEST_P(Fallbacks, AreAnsweredByCrCreationsOutOfMemoryAndLeftAloneByDestruction) 
     const std::vector<char> zeros(type.size, 0);
     EXPECT_EQ(std::memcmp(object, zeros.data(), type.size), 0);
 
-    // With the error standing, the allocator isn't asked again.
+    // While the error is set, the allocator isn't called again.
     hooks.fail_allocations(false);
     hooks.clear();
     EXPECT_EQ(call<void *>(item + "_create_cr", {handle}), object);
@@ -127,7 +127,7 @@ TEST_P(Fallbacks, AreAnsweredByCrCreationsOutOfMemoryAndLeftAloneByDestruction) 
 }
 
 TEST_P(Fallbacks, OfRecordsAreAnsweredOnlyWhenMemoryWasAskedFor) {
-    if (creations_of(item).fallback != nullptr) return;  // a type's is answered at once
+    if (creations_of(item).fallback != nullptr) return;  // a type's is returned at once
     Stage stage(item, GetParam().mode);
     HookRecorder hooks(stage.handle);
     hooks.fail_allocations(true);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// How every operation begins: an error that is set on entry ends it, and otherwise
-// last_error speaks of this operation.
+// How every operation begins: it returns if an error is set on entry, and otherwise
+// last_error is that of this operation.
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -14,20 +14,20 @@ namespace {
 
 std::vector<std::string> registered_modules;
 
-// The error word of the call that is watched, and what it held at each report.
+// The error word of the observed call, and its value at each report.
 const std::uint32_t *watched = nullptr;
 std::vector<std::pair<std::uint32_t, std::uint32_t>> reports;
 
 }  // namespace
 
-// Stands in front of the runtime's service and notes its calls.
+// Replaces the runtime's service and records its calls.
 void kel_store_err(kel_handle *handle, uint32_t code) {
     if (watched != nullptr) reports.emplace_back(code, *watched);
     using Service = decltype(&kel_store_err);
     reinterpret_cast<Service>(dlsym(RTLD_NEXT, "kel_store_err"))(handle, code);
 }
 
-// Stands in front of the runtime's service and notes its calls.
+// Replaces the runtime's service and records its calls.
 void ptrail_module_init_fn(const char *name, uint16_t *module_id, uint64_t *state) {
     registered_modules.emplace_back(name);
     using Service = decltype(&ptrail_module_init_fn);
@@ -37,7 +37,7 @@ void ptrail_module_init_fn(const char *name, uint16_t *module_id, uint64_t *stat
 namespace tarn::test {
 namespace {
 
-// Whether a name ends as one of these, in either of its twins.
+// Whether a name, or its twin, ends with one of these.
 bool ends_as(const Prototype &function, std::initializer_list<const char *> ends) {
     for (const std::string end : ends) {
         if (function.ends_with(end) || function.ends_with(end + "_unsafe")) return true;
@@ -53,7 +53,7 @@ bool is_whole_object(const std::string &item, const Prototype &function) {
     return (operation == "set" && is_structure) || operation == "get";
 }
 
-// Operations that ask nobody whether there was an error before.
+// Operations that don't test for an earlier error.
 bool runs_with_an_error(const std::string &item, const Prototype &function) {
     return ends_as(function, {"create_record", "create_record_w_src", "record_add_ref",
                               "destroy_record", "table_record_print", "_handler"}) ||
@@ -77,7 +77,7 @@ TEST_P(Entry, WithAnErrorSetAnOperationAnswersItsFailureAndChangesNothing) {
         const HookRecorder hooks(stage.handle);
         kel_handle handle_before = *stage.handle;
         const u64 answer = stage.result(each, Stage::invoke(each, arguments));
-        // What the runtime says of the object's variant is handed on.
+        // The runtime's error for the object's variant is passed on.
         EXPECT_TRUE(answer == 0 || each.ends_with("_adjust_variant")) << answer;
         EXPECT_EQ(stage.err, 5U);
         EXPECT_EQ(std::memcmp(&handle_before, stage.handle, sizeof(kel_handle)), 0);
@@ -87,7 +87,7 @@ TEST_P(Entry, WithAnErrorSetAnOperationAnswersItsFailureAndChangesNothing) {
     EXPECT_TRUE(before.changes().empty()) << to_text(before.changes());
 }
 
-// Operations that speak to the caller through other means, and leave last_error alone.
+// Operations that report to the caller in other ways, and don't change last_error.
 bool leaves_last_error(const std::string &item, const Prototype &function) {
     return ends_as(function,
                    {"create_record", "create_record_w_src", "record_add_ref", "_handler",
@@ -117,7 +117,7 @@ TEST_P(Clearing, AnOperationClearsTheErrorOfTheOneBefore) {
 TEST_P(Clearing, AnErrorIsReportedInTheErrorWordAndInTheHandle) {
     for (const Prototype &each : functions) {
         if (!each.takes("err") || leaves_last_error(item, each)) continue;
-        // Making the key object behind the one that failed clears the handle's.
+        // Creating the key object, after the creation that failed, clears the handle's.
         if (ends_as(each, {"table_record_unmarshal"})) continue;
         SCOPED_TRACE(each.name);
         Stage stage(item, GetParam().mode);
@@ -158,8 +158,8 @@ TEST_P(Transaction, OfTheCallerIsToldToEveryHook) {
     }
 }
 
-// What is stored without telling the log: the names and ids of tables, a reference
-// that is added, and the descriptor of an enumeration that is destroyed or read.
+// Stores that aren't announced: the names and ids of tables, a reference that is
+// added, and the descriptor of an enumeration that is destroyed or read.
 bool stores_for_good(const std::string &item, const Prototype &function) {
     const auto &enumerations = all_enumerations();
     const bool is_enumeration =
@@ -186,8 +186,8 @@ TEST_P(Transaction, ThatIsTakenBackLeavesNothingOfAnyOperation) {
     EXPECT_TRUE(before.lasting_changes().empty()) << to_text(before.lasting_changes());
 }
 
-// Where things begin: at each opening of a table, at each creation of a record and at
-// each creation of a structure, but not in the worker behind it or of an enumeration.
+// At each opening of a table, each creation of a record and each creation of a
+// structure, but not in the worker that it calls or for an enumeration.
 bool begins_something(const std::string &item, const Prototype &function) {
     const std::string operation = operation_of(item, function);
     if (function.result == "kel_table *") return true;
@@ -220,7 +220,7 @@ TEST_P(TraceModule, OfTypesIsRegisteredWhereThingsBegin) {
     EXPECT_GE(begun, 3U);
 }
 
-// Without a trace sink of its own: the line goes to standard error.
+// Without its own trace sink: the line goes to standard error.
 class CorruptHandle : public ::testing::TestWithParam<ItemInMode> {};
 INSTANTIATE_TEST_SUITE_P(Every, CorruptHandle, ::testing::ValuesIn([] {
                              std::vector<ItemInMode> structures;

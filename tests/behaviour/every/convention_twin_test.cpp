@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The `_unsafe` form of an operation does what the plain one does, in success and in
+// The `_unsafe` form of an operation behaves like the plain one, in success and in
 // each failure: the same result, errors, hook calls, trace lines and bytes. A handle
-// whose tracking is off does what one without a tracking record does.
+// whose tracking is off behaves like one without a tracking record.
 #include "tests/behaviour/every/convention.h"
 #include "tests/support/snapshot.h"
 
@@ -23,7 +23,7 @@ class Twins : public ItemTest {
         return all;
     }
 
-    // What a caller may leave out, for an error or for an answer.
+    // The arguments that may be null, with an error or with a result.
     static bool may_be_null(const Prototype &function, const Parameter &parameter) {
         const auto is = [&](const char *word) {
             return function.name.find(word) != std::string::npos;
@@ -73,7 +73,7 @@ TEST_P(TrackingOff, IsTheSameAsNoTrackingRecordInEveryOperation) {
         with_record.tracking_off = true;
         Outcome off = play(item, each, with_record);
         Outcome none = play(item, each, {"no record"});
-        // An object without flags is traced only where no mode has refused them before.
+        // An object without flags is traced only if no mode has refused them before.
         if (each.name.find("_state_flag_") != std::string::npos) off.traces = none.traces;
         EXPECT_EQ(off, none);
     }

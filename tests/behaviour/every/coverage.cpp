@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// At the end of a whole run: were all functions called that this program is about?
+// Checks at the end of a complete run that the program's functions were all called.
 #include <cstdlib>
 #include <fstream>
 
@@ -32,7 +32,7 @@ bool is_a_whole_run() {
     return GTEST_FLAG_GET(filter) == "*" && std::getenv("GTEST_TOTAL_SHARDS") == nullptr;
 }
 
-// The list has a letter and a name a line: F a function, W a weak one, D data.
+// The list has a letter and a name per line: F a function, W a weak one, D data.
 class EveryFunction : public ::testing::Environment {
     void TearDown() override {
         if (!is_a_whole_run()) return;

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// An enumeration of any name seen through its exported functions.
+// An enumeration of any name, used through its exported functions.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_ENUMERATED_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_ENUMERATED_H
 
@@ -67,7 +67,7 @@ class EveryEnumeration : public ::testing::TestWithParam<InMode<Enumeration>> {
         EXPECT_EQ(on<u32>("marshal", {bytes.data(), object, bytes.size(), &err}), 5U);
         return bytes;
     }
-    // The value that a wire form of this internal value gives.
+    // The value read from a wire form with this internal value.
     u32 read(u32 number, kel_enum_object *object) {
         const u8 bytes[5] = {0, static_cast<u8>(number)};
         EXPECT_EQ(on<u32>("unmarshal", {bytes, object, 5, 0, &err}), 5U);

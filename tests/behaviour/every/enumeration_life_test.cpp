@@ -74,7 +74,7 @@ TEST_P(EnumerationLife, KeepsTheDomainsVariantAndTakesAnyValueWithALaterOne) {
     on<u32>("marshal", {bytes, object, 5, &err});
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(bytes[0], 0);
-    // A domain that has become older reports it, and the object is written all the same.
+    // If the domain has become older, that is reported, and the object is still written.
     domain(1);
     bytes[0] = 9;
     EXPECT_EQ(on<u32>("marshal", {bytes, object, 5, &err}), 5U);

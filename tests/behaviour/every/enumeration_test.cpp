@@ -71,7 +71,7 @@ TEST_P(EveryEnumeration, RefusesValuesBeyondTheLastOneExceptWhereItDoesNot) {
     on("set_value", {object, u32{0xffffffff}, &err});
     EXPECT_EQ(err, 43U);
     err = 0;
-    // 0 is internal value 0 of every enumeration, and no enumerator of some.
+    // 0 is internal value 0 of every enumeration, and not an enumerator of some.
     on("set_value", {object, 0, &err});
     EXPECT_EQ(object->value, 0U);
     EXPECT_EQ(internal(past()), past());

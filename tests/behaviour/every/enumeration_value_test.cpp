@@ -41,7 +41,7 @@ TEST(Enumerators, OfTwoEnumerationsCountFrom1AndOfTheOthersFrom0) {
     }
 }
 
-// What a program writes is what an object holds.
+// An object contains the value that a program sets.
 TEST(Enumerators, StandInTheHeadersWithTheirUserValues) {
     EXPECT_EQ(KEL_DOT1X_AUTH_STATE_INITIALIZE, 1);
     EXPECT_EQ(KEL_DOT1X_AUTH_STATE_AUTHZ_FAIL, 14);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the schema consists of, counted.
+// Counts the items of the schema.
 #include <map>
 
 #include "tarnbase/module.h"
@@ -88,7 +88,7 @@ TEST(Facts, EveryStateBlockHasItsLength) {
     EXPECT_EQ(listed, all_structures().size());
 }
 
-// Structures, then enumerations, then a pair a table: all that there is.
+// Structures, then enumerations, then two per table, and nothing else.
 TEST(Facts, TheDescriptorListHasEveryItemOnce) {
     std::map<std::string, u32> kinds;
     std::map<std::string, u32> names;

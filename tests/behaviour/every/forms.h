@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The forms of an object as the schema gives them: written down here once more, of
-// the models and the values alone, so that the library's can be held against them
-// byte by byte, in a buffer of any length too.
+// A second implementation of an object's forms, based only on the models and the values,
+// to compare with the library's byte by byte, in buffers of any length.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_FORMS_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_FORMS_H
 
@@ -14,7 +13,7 @@
 
 namespace tarn::test {
 
-// An object whose fields were filled with a seed, as it is to be written. A null
+// An object to be written, whose fields were filled with a seed. A null
 // `block`: the handle doesn't track state.
 struct Filled {
     const Structure &type;
@@ -26,7 +25,7 @@ struct Filled {
     Filled inside(const Field &field) const;
 };
 
-// What marshal leaves in a buffer with that much room.
+// The result of marshal in a buffer of that size.
 class WireForm {
  public:
     explicit WireForm(u32 room) : room_(room) {}
@@ -48,7 +47,7 @@ class WireForm {
     u32 room_;
 };
 
-// What unmarshal takes from the bytes of such a form.
+// The result of unmarshal from such a form.
 class WireReading {
  public:
     // A null `block`: the reader doesn't track state.
@@ -71,10 +70,10 @@ class WireReading {
     u8 *block_;
 };
 
-// What print leaves in a buffer of `held` with that much room.
+// The result of print in a buffer of that size, filled with `held`.
 class TextForm {
  public:
-    // Stands for a byte that a closing line stepped over after an error.
+    // Represents a byte that a closing line skipped after an error.
     static constexpr char any = '\x01';
 
     TextForm(u32 room, char held) : room_(room), held_(held) {}
@@ -93,7 +92,7 @@ class TextForm {
     char held_;
 };
 
-// What to_xml leaves in a buffer with that much room.
+// The result of to_xml in a buffer of that size.
 class XmlForm {
  public:
     explicit XmlForm(u32 room) : room_(room) {}

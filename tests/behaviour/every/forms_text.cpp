@@ -15,7 +15,7 @@ std::string replaced(const std::string &text, char character, const std::string 
     return made;
 }
 
-// A value of the kinds that print and XML show in the same way.
+// A value of a kind that print and XML represent alike.
 std::string plain_text(const Field &field, u32 seed) {
     if (field.kind == FieldKind::address) {
         const ip_address address = address_value(field, seed);
@@ -44,7 +44,7 @@ bool TextForm::fits(std::size_t length) {
     return false;
 }
 
-// Of an object or an enumeration: goes on after an error.
+// Of an object or an enumeration: continues after an error.
 void TextForm::frame(const std::string &piece) {
     if (fits(piece.size())) text += piece;
 }
@@ -99,7 +99,7 @@ void XmlForm::piece(const std::string &piece) {
     }
 }
 
-// An element that was begun is closed whatever became of it.
+// An element that was started is always closed.
 void XmlForm::closing(const std::string &name) {
     const std::string tag = "</" + name + ">\n";
     if (tag.size() <= room_ - text.size()) {

@@ -56,12 +56,12 @@ u32 WireForm::put_item(const void *item, std::size_t length) {
 
 u32 WireForm::put(u64 value, u32 length) { return put_item(little(value, length).data(), length); }
 
-// After an error too, while there is room.
+// After an error too, while there is space.
 void WireForm::put_state(u8 flag) {
     if (bytes.size() < room_) bytes.push_back(flag);
 }
 
-// An object of any kind needs a byte to begin with.
+// An object of any kind needs at least one byte.
 bool WireForm::opened() {
     if (err == 0 && bytes.size() >= room_) err = no_object;
     return err == 0;

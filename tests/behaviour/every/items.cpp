@@ -4,7 +4,7 @@
 #include <map>
 #include <stdexcept>
 
-// No field is of this type, so that no structure leads to it.
+// No field has this type, so no structure refers to it.
 #include "model/lumi_interface_peer_adv_capability.h"
 
 namespace tarn::test {
@@ -26,7 +26,7 @@ struct Items {
     }
 };
 
-// What the tables lead to.
+// The items that the tables refer to.
 const Items &items() {
     static const Items found = [] {
         Items reached;

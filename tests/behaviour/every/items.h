@@ -30,7 +30,7 @@ inline std::span<const Field> fields_of(const Structure &type) {
     return {type.fields, type.field_count};
 }
 
-// An item and the mode of the handle that it is tested with.
+// An item, and the mode of the handle for its test.
 template <typename Item>
 struct InMode {
     const Item *item;

@@ -70,15 +70,15 @@ void Typed::check(void *object, u32 seed, int variant) const {
 
 namespace {
 
-// A print form steps over bytes that it leaves as they were, hence the blanks; and
-// the longest form is the XML of an array.
+// Print skips bytes without changing them, hence the spaces; the longest form is the
+// XML of an array.
 std::string blank_buffer() { return std::string(256 * 1024, ' '); }
 
 }  // namespace
 
 std::vector<u8> Typed::wire(const void *object) const {
     u32 err = 0;
-    // A last state byte is stored without asking for room.
+    // The last state byte is stored without checking the length.
     std::vector<u8> bytes((*this).operator()<u32>("len", {object}) + 1);
     const auto room = static_cast<u32>(bytes.size() - 1);
     bytes.resize((*this).operator()<u32>("marshal", {bytes.data(), object, room, &err}));

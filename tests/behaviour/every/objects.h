@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// An object of any structure seen through its exported functions: one function
-// fills every field and one checks them, whatever form the object went through.
+// An object of any structure, used through its exported functions: one function
+// fills every field and one checks them, after a conversion to any form.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_OBJECTS_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_OBJECTS_H
 
@@ -30,7 +30,7 @@ class Typed {
     Typed(const Structure &type, kel_handle *handle, u32 tx = KEL_TX_NONE)
         : type_(&type), handle_(handle), tx_(tx) {}
 
-    // Calls <type>_<operation> with the handle and the transaction in front.
+    // Calls <type>_<operation> with the handle and the transaction as first arguments.
     template <typename R = void>
     R operator()(const std::string &operation, std::vector<Word> arguments) const {
         arguments.insert(arguments.begin(), {Word(handle_), Word(tx_)});
@@ -49,10 +49,10 @@ class Typed {
     void *create() const { return (*this).operator()<void *>("create", {}); }
     void destroy(void *object) const { (*this)("destroy", {object}); }
 
-    // Sets every field through its accessor, to values made of the seed.
+    // Sets every field through its accessor, to values made from the seed.
     void fill(void *object, u32 seed) const;
     void fill_field(void *object, const Field &field, u32 seed) const;
-    // Expects what fill gave, in every field or in those of a variant.
+    // Expects the values set by fill, in every field or in those of a variant.
     void check(void *object, u32 seed, int variant = 127) const;
     void check_field(void *object, const Field &field, u32 seed) const;
 
@@ -83,12 +83,12 @@ inline bool is_tracking(const kel_handle *handle) {
            handle->state_tracking->state_tracking_mode == KEL_STATE_TRACKING_ON;
 }
 
-// A test of one structure in one mode, with a store that has made what it makes
-// once: `blocks` is how many there are without objects.
+// A test of one structure in one mode, with a store that has already allocated its
+// permanent data: `blocks` is the number of blocks without objects.
 class StructureTest : public ::testing::TestWithParam<InMode<Structure>> {
  protected:
     StructureTest();
-    // Every object is gone again.
+    // Every object is destroyed.
     void TearDown() override;
 
     const TraceCapture trace;

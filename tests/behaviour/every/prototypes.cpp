@@ -14,7 +14,7 @@ namespace {
 
 using PrototypesByItem = std::map<std::string, std::vector<Prototype>>;
 
-// Without comments, on one line, and with single blanks.
+// Without comments, on one line, and with single spaces.
 std::string code_of(const std::filesystem::path &header) {
     std::ifstream in(header);
     const std::string text(std::istreambuf_iterator<char>(in), {});

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The prototypes of all exported functions, read from the headers that a program
-// includes: what holds for every operation is tested on every one of them.
+// The prototypes of all exported functions, read from the public headers, for tests of
+// every operation.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_PROTOTYPES_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_PROTOTYPES_H
 
@@ -28,7 +28,7 @@ struct Prototype {
     bool returns_pointer() const { return result.back() == '*'; }
 };
 
-// All functions whose headers the schema compiler wrote.
+// All functions in the headers that the schema compiler wrote.
 const std::vector<Prototype> &all_prototypes();
 // Those of one table, structure or enumeration.
 std::vector<Prototype> prototypes_of(const std::string &item);

@@ -54,7 +54,7 @@ Stage::Stage(const std::string &item, Mode mode) : session(mode), item_(item) {
 }
 
 Stage::~Stage() {
-    // The root of tables by id is as wide as the process.
+    // The root of tables by id is shared by the whole process.
     if (const Table *type = find_table(item_)) *type->root_cache = nullptr;
 }
 

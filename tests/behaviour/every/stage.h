@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A store in which every exported function finds the arguments that it wants, made
-// alike each time, so that two calls on two stages can be compared.
+// A store with the arguments that every exported function needs, always made in the same
+// way, so that two calls on two stages can be compared.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_STAGE_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_STAGE_H
 
@@ -22,18 +22,18 @@ class Stage {
     Stage(const std::string &item, Mode mode);
     ~Stage();
 
-    // What a caller would pass in good faith; `err` is the stage's own.
+    // Valid arguments; `err` is the stage's own.
     std::vector<Word> arguments(const Prototype &function);
-    // Calls without the note that `call` makes for the count of functions called.
+    // Calls the function without recording its name, as `call` does.
     static u64 invoke(const Prototype &function, const std::vector<Word> &arguments);
 
-    // Expects that a call in `tx` told the hooks so. A table's block is made outside of any;
-    // and what the services of names and mappings store for a table that is opened or freed
-    // is theirs to place.
+    // Expects that a call in `tx` passed `tx` to the hooks. A table's block is made outside any
+    // transaction, and the services of names and mappings choose theirs when a table is opened
+    // or freed.
     static void expect_transaction(const Prototype &function, const HookRecorder &hooks, u32 tx);
 
-    // An address as its place in the store, so that it is the same on every stage;
-    // other words as they are.
+    // An address as its offset in the store, so that it is the same on every stage;
+    // other words unchanged.
     u64 place(u64 word) const;
     u64 result(const Prototype &function, u64 word) const;
     // The bytes that functions write to, outside the store.
@@ -61,10 +61,10 @@ class Stage {
     Document document_;
 };
 
-// The operation's name: what stands behind the item's, or behind the key's.
+// The operation's name: the part after the item's, or after the key's.
 std::string operation_of(const std::string &item, const Prototype &function);
 
-// What a call did, in words that are the same on every stage.
+// The effects of a call, as text that is the same on every stage.
 struct Outcome {
     u64 result = 0;
     u32 err = 0;
@@ -77,17 +77,17 @@ struct Outcome {
 };
 std::ostream &operator<<(std::ostream &out, const Outcome &outcome);
 
-// How a call is made to fail, if it is.
+// How a call is made to fail, if at all.
 struct Situation {
     std::string name;
     u32 error_on_entry = 0;
     bool without_memory = false;
     std::string null_parameter = {};
     std::string small_parameter = {};  // set to 1
-    bool tracking_off = false;         // by a record that says so
+    bool tracking_off = false;         // by a tracking record
 };
 
-// Calls a function of an item on a stage of its own.
+// Calls a function of an item on its own stage.
 Outcome play(const std::string &item, const Prototype &function, const Situation &situation);
 
 }  // namespace tarn::test

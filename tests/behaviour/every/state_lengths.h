@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The length of each structure's state block, in the order in which the structures
-// are listed. Stored objects depend on it.
+// The length of each structure's state block, in the order of the structures' list.
+// Stored objects depend on it.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_STATE_LENGTHS_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_STATE_LENGTHS_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each structure without memory, with services that fail, and ended twice.
+// Each structure without memory, with services that fail, and destroyed twice.
 #include <algorithm>
 
 #include "tarnbase/module.h"
@@ -25,7 +25,7 @@ u32 nested_in(const Structure &type) {
     return found;
 }
 
-// What these tests do is taken back at their end.
+// The changes of these tests are rolled back at their end.
 class StructureFailure : public StructureTest {
  protected:
     void SetUp() override { ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U); }
@@ -208,7 +208,7 @@ TEST_P(StructureFailure, AnObjectThatCannotLeaveTheHdMappingKeepsItsMemory) {
 }
 
 TEST_P(StructureFailure, AnErrorOfAFieldIsTracedByTheNestedOnesBehindItAndStopsNothing) {
-    // A string of its own that stands in front of a nested structure.
+    // Its own string before a nested structure.
     u32 strings = 0, nested_behind = 0;
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::vstring) ++strings;

@@ -29,7 +29,7 @@ class StructureFields : public StructureTest {
             field.kind == FieldKind::array ? "_state_flag_whole_set" : "_state_flag_set";
         typed(std::string(field.name) + set, {object, value, &err});
     }
-    // The values that set_all takes and get_all gives.
+    // The values of set_all and get_all.
     std::vector<const Field *> value_fields() const {
         std::vector<const Field *> found;
         for (const Field &field : fields_of(type)) {
@@ -135,7 +135,7 @@ TEST_P(StructureFields, AWriteIsReportedAsAModificationOnce) {
 
 TEST_P(StructureFields, GetAllGivesThePlainValuesInTheirWidths) {
     const auto values = value_fields();
-    // Words of all ones: a value wider than its field would spill over the guard.
+    // Words of all ones: a value wider than its field would overwrite the guard.
     std::vector<u64> words(values.size(), ~u64{0});
     std::vector<Word> arguments = {object};
     for (u64 &word : words) arguments.emplace_back(&word);
@@ -195,7 +195,7 @@ TEST_P(StructureFields, EveryFieldTakesPartInCompareAndHash) {
     for (const Field &field : fields_of(type)) {
         EXPECT_EQ(compare(), 0) << field.name;
         EXPECT_EQ(hash(object), hash(other)) << field.name;
-        // Two values are enough for a boolean; one enumerator has no second.
+        // A boolean has only two values; an enumeration of one enumerator has no second.
         u32 seed = 2;
         while (has_plain_value(field.kind) && seed < 100 &&
                plain_value(field, seed) == plain_value(field, 1)) {

@@ -15,7 +15,7 @@ class StructureForms : public StructureTest {
         typed.destroy(object);
         StructureTest::TearDown();
     }
-    // Expects a second object equal to the first one in every form, and ends it.
+    // Expects a second object equal to the first one in every form, and destroys it.
     void expect_equal_and_destroy(void *second) {
         typed.check(second, 1);
         EXPECT_EQ(call<std::int32_t>(typed.name("compare"), {object, second}), 0);
@@ -130,7 +130,7 @@ TEST_P(StructureForms, TheXmlIsReadBackEqual) {
     EXPECT_STREQ(message, "");
     typed.check(second, 1);
     EXPECT_EQ(call<std::int32_t>(typed.name("compare"), {object, second}), 0);
-    if (tracking) typed("set", {second, object, &err});  // XML carries no flags back
+    if (tracking) typed("set", {second, object, &err});  // XML has no flags to read
     expect_equal_and_destroy(second);
 }
 

@@ -41,7 +41,7 @@ class StructureHooks : public StructureTest {
         steps.push_back({'d', &(usage_of(object).*first), 1});
         steps.push_back({'d', &usage_of(object).live, live_delta});
     }
-    // The stores that make memory an object, whose flags were `flags` before.
+    // The stores that initialise memory as an object, whose flags were `flags` before.
     void add_header(void *object, u8 flags, u8 added, bool tracked) const {
         kel_object *header = head(object);
         steps.push_back({'w', &header->created_variant, 1, {0}});
@@ -51,7 +51,7 @@ class StructureHooks : public StructureTest {
         const auto joined = static_cast<u8>(flags | added);
         if (tracked) steps.push_back({'w', &header->flags, 1, {joined}});
     }
-    // The service that keeps a field's distance from its state says so in its flags.
+    // The service that records a field's distance from its state sets its flag.
     void add_places(const Structure &of, void *object) const {
         for (const Field &field : fields_of(of)) {
             if (!owns_state(field.kind)) continue;
@@ -88,7 +88,7 @@ class StructureHooks : public StructureTest {
         }
         steps.push_back({'w', &head(object)->flags, 1, {head(object)->flags}});
     }
-    // The service that forgets a field's distance clears its flag.
+    // The service that removes a field's distance clears its flag.
     void add_destruction(const Structure &of, void *object) const {
         for (const Field &field : fields_of(of)) {
             void *place = at(object, field.offset);
@@ -196,7 +196,7 @@ TEST_P(StructureHooks, AValuesWriteAnnouncesTheValueThenItsFlagByte) {
     for (const Field &field : fields_of(type)) {
         if (!has_plain_value(field.kind)) continue;
         SCOPED_TRACE(field.name);
-        // The value of a boolean or an enumeration stands behind its header.
+        // The value of a boolean or an enumeration is after its header.
         const u32 place = field.offset + (field.descriptor != nullptr ? 12 : 0);
         const u64 width = field.kind == FieldKind::u_int8                                      ? 1
                           : field.kind == FieldKind::u_int16                                   ? 2
@@ -231,7 +231,7 @@ TEST_P(StructureHooks, AWriteFromASourceStaysInItsFieldAndAnnouncesTheFlagByteLa
         if (field.kind == FieldKind::array) continue;
         SCOPED_TRACE(field.name);
         void *source = within.operator()<void *>(std::string(field.name) + "_get", {other, &err});
-        // The block of a nested object is copied without a word.
+        // The state block of a nested object is copied unannounced.
         std::vector<u8> block(at(object, type.plain_size), at(object, size));
         Watch watch(handle, object, type.plain_size);
         within(std::string(field.name) + "_set", {object, source, &err});

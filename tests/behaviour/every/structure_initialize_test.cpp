@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each structure made of memory: what is written, what is left, what is announced.
+// Each structure initialised in memory: the bytes written, unchanged and announced.
 #include <cstring>
 
 #include "tarnbase/runtime.h"
@@ -9,7 +9,7 @@
 namespace tarn::test {
 namespace {
 
-// Adds the places of the headers that lie in an object, its own included.
+// Adds the places of the headers in an object, including its own.
 void add_headers(const Structure &type, u32 offset, std::vector<u32> &found) {
     found.push_back(offset);
     for (const Field &field : fields_of(type)) {
@@ -23,7 +23,7 @@ void add_headers(const Structure &type, u32 offset, std::vector<u32> &found) {
 
 class StructureInitialization : public StructureTest {
  protected:
-    // Memory outside the store, with this in the places of integers and arrays.
+    // Memory outside the store, with this value in the places of integers and arrays.
     std::vector<u64> memory_with(u8 filling) const {
         std::vector<u64> memory(typed.cr<u32>("sizeof", {}) / 8 + 1);
         fill_plain(type, reinterpret_cast<u8 *>(memory.data()), filling);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What each structure looks like in memory, worked out once more from the kinds of
-// its fields alone.
+// The layout of each structure in memory, computed again from only the kinds of its
+// fields.
 #include <dlfcn.h>
 
 #include <algorithm>

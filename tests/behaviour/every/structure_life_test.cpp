@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each structure from raw memory to a live object and back.
+// Each structure from raw memory to an object and back.
 #include <cstring>
 
 #include "tests/behaviour/every/objects.h"

@@ -23,7 +23,7 @@ class StructureOrder : public StructureTest {
     std::int32_t compare(const void *a, const void *b) const {
         return call<std::int32_t>(typed.name("compare"), {a, b});
     }
-    // The object seen behind the first field that decides: the one asked about.
+    // The object that is passed for the first field that decides, the field under test.
     void set(void *which, const Field &field, u64 value) {
         typed(std::string(field.name) + "_set_value", {which, value, &err});
     }
@@ -70,14 +70,14 @@ TEST_P(StructureOrder, HeadersAndStateTakeNoPart) {
     head(other)->flags ^= OBJ_EMBEDDED;
 }
 
-// The places whose hashes make a structure's, in order.
+// The places whose hashes form a structure's, in order.
 void add_places(const Structure &type, const void *object, std::vector<const void *> &found) {
     for (const Field &field : fields_of(type)) {
         const u8 *place = at(object, field.offset);
         if (field.structure != nullptr) {
             add_places(*field.structure, place, found);
         } else {
-            // An enumeration's is that of its value alone.
+            // An enumeration's is that of its value.
             found.push_back(field.kind == FieldKind::enumeration ? place + 12 : place);
         }
     }

@@ -40,7 +40,7 @@ class Forms : public StructureTest {
     void *object = nullptr;
 };
 TARN_EACH_STRUCTURE(Forms);
-// Whose room is cut: where the descriptors lie makes no difference to it.
+// Whose buffer is cut: it doesn't depend on where the descriptors are.
 class FormRooms : public Forms {};
 
 std::vector<InMode<Structure>> plain_and_tracking() {
@@ -95,7 +95,7 @@ TEST_P(FormRooms, ABufferGetsTheItemsThatFit) {
             ASSERT_EQ(handle->last_error, form.err);
             err = 0;
             ASSERT_EQ(written, form.bytes.size());
-            // A state byte is stored in a full buffer too, one byte behind it.
+            // A state byte is stored even after a full buffer, one byte after its end.
             const u32 end = written == room && tracking ? room + 1 : written;
             ASSERT_EQ(std::vector<u8>(buffer.begin(), buffer.begin() + written), form.bytes);
             ASSERT_EQ(std::count(buffer.begin() + end, buffer.end(), untouched), room + 2 - end);
@@ -103,7 +103,7 @@ TEST_P(FormRooms, ABufferGetsTheItemsThatFit) {
     });
 }
 
-// ---- Reading what was cut ------------------------------------------------------------
+// ---- Reading a truncated form --------------------------------------------------------
 
 class CutForms : public Forms {
  protected:
@@ -115,7 +115,7 @@ class CutForms : public Forms {
         typed.destroy(target);
         Forms::TearDown();
     }
-    // Expects what was read of the first object, and the second one's values else.
+    // Expects the first object's values where they were read, and otherwise the second one's.
     void check(const Typed &inner, void *read, u32 first, u32 second, const std::string &path) {
         for (const Field &field : fields_of(inner.type())) {
             const std::string here = path + field.name;
@@ -157,7 +157,7 @@ class CutForms : public Forms {
             EXPECT_EQ(std::vector<u8>(states, states + type.state_length), expected_block);
         }
     }
-    // The object's form as a handle writes it that tracks state, or doesn't.
+    // The object's form as written by a handle that tracks state, or by one that doesn't.
     void read_all_cuts(bool with_states, bool jumps) {
         in_each_variant([&](const Filled &filled) {
             std::vector<u8> zeros(type.state_length);
@@ -201,7 +201,7 @@ TEST_P(Forms, TheTextIsThatOfTheFieldsInSchemaOrder) {
     });
 }
 
-// All rooms of a short text; of a long one, those at both ends and a few between.
+// All sizes for a short text; for a long one, those at both ends and a few between.
 std::vector<u32> rooms_below(u32 whole) {
     std::vector<u32> rooms;
     for (u32 room = 0; room < whole; ++room) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which services the operations of each field ask, with what, in which order.
+// The services that the operations of each field call, their arguments and their order.
 #include "tests/behaviour/every/structure_services.h"
 
 namespace tarn::test {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A test of the services that a structure's operations ask, with two filled objects.
+// A test of the services that a structure's operations call, with two filled objects.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_STRUCTURE_SERVICES_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_STRUCTURE_SERVICES_H
 
@@ -42,7 +42,7 @@ inline const char *service_of(FieldKind kind) {
     }
 }
 
-// A call of a service about a field, and what it is given.
+// A call of a service for a field, and its arguments.
 struct Asked {
     std::string service;
     const void *subject = nullptr;
@@ -68,8 +68,8 @@ class ServicesTest : public StructureTest {
         ASSERT_EQ(kel_transaction_commit(handle, tx), 0U);
         StructureTest::TearDown();
     }
-    // The calls of these services, as names, about `subject` in their argument at
-    // `place`, joined by blanks.
+    // The calls of these services with `subject` as their argument at `place`, as names
+    // joined by spaces.
     std::vector<Asked> asked(const ServiceRecorder &recorder,
                              const std::vector<std::string> &services, std::size_t subject,
                              std::size_t detail) const {

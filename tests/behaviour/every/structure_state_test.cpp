@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each structure with and without a state block, met by handles of another mode.
+// Each structure with and without a state block, used with handles of the other mode.
 #include <cstring>
 
 #include "tarnbase/runtime.h"
@@ -71,7 +71,7 @@ TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsWithItsValueInPlaceAndNoMar
         typed.check_field(object, field, seed);
     };
     for (const Field &field : fields_of(type)) {
-        // A nested object is refused by its own copy already.
+        // A nested object's own copy refuses it before.
         if (field.kind == FieldKind::array || field.structure != nullptr) continue;
         SCOPED_TRACE(field.name);
         const std::string name = field.name;

@@ -25,7 +25,7 @@ class NegativeVariant : public StructureTest {
         typed.destroy(other);
         StructureTest::TearDown();
     }
-    // Error 43, and by the one service that reports it.
+    // Error 43, through the service that reports it.
     void expect_epoch(const ServiceRecorder &recorder) {
         EXPECT_EQ(err, 43U);
         EXPECT_EQ(handle->last_error, 43U);
@@ -187,7 +187,7 @@ class FieldNumbers : public StructureTest {};
 TARN_EACH_STRUCTURE(FieldNumbers);
 
 TEST_P(FieldNumbers, AreTestedUnsignedAgainstTheDomainWithoutALookAtTheObject) {
-    // One number more than there are fields belongs to the type that has grown.
+    // The type that has grown has one more number than fields.
     const u32 own = type.top_variant == 0 ? type.field_count : type.field_count - 1;
     for (int domain = -1; domain < 3; ++domain) {
         kel_handle_set_variant(handle, type.descriptor, static_cast<std::int8_t>(domain));

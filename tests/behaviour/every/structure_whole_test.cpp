@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which services the operations on each structure as a whole ask, with what, in
-// which order.
+// The services that the operations on each structure as a whole call, their arguments
+// and their order.
 #include "tests/behaviour/every/structure_services.h"
 
 namespace tarn::test {
@@ -30,7 +30,7 @@ TEST_P(WholeServices, AReadOfAllValuesTestsTheVariantOnceAndReadsInFieldOrder) {
             continue;
         read.push_back({std::string(), call.pointer<const void>(2), 0});
     }
-    // Enumerations are read by the library itself.
+    // The library reads enumerations itself.
     std::erase_if(expected, [this](const Asked &each) {
         return std::any_of(type.fields, type.fields + type.field_count, [&](const Field &field) {
             return field.kind == FieldKind::enumeration && at(object, field.offset) == each.subject;
@@ -116,7 +116,7 @@ TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsWhatOwnsAPlaceInFieldOrde
         std::vector<Asked> leaves = expected;
         std::erase_if(leaves,
                       [](const Asked &each) { return each.service == "kellib_adjust_variant"; });
-        // What lies in nested structures is theirs.
+        // Not the fields of nested structures.
         std::erase_if(made, [&](const Asked &each) {
             return std::find(leaves.begin(), leaves.end(), each) == leaves.end();
         });
@@ -204,7 +204,7 @@ TEST_P(WholeServices, ACopyInATrackingHandlePlacesTheSharesAnewInItsOwnBlock) {
         recorder,
         {"kellib_update_sttr_offset", "kel_vstring_offset_update", "ip_address_offset_update"}, 2,
         3);
-    // The copies of nested structures place theirs once more.
+    // The copies of nested structures record their places again.
     ASSERT_GE(made.size(), expected.size());
     made.resize(expected.size());
     EXPECT_EQ(made, expected);

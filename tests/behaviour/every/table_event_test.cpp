@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each table's seven events, in a program that has no handlers of its own.
+// Each table's seven events, in a program without its own handlers.
 #include "tests/behaviour/every/tabled.h"
 
 namespace tarn::test {
@@ -9,7 +9,7 @@ struct Event {
     const char *name;   // in the names of callback and handler
     const char *text;   // in the default handler's line
     const char *first;  // the handler that the default one calls, or null
-    // Words before and behind `err`.
+    // The number of words before and after `err`.
     u32 before, behind;
 };
 constexpr Event all_events[] = {
@@ -24,7 +24,7 @@ constexpr Event all_events[] = {
 
 class TableEvents : public EveryTable {
  protected:
-    // The words of an event: any pointers will do, they are handed on unread.
+    // The words of an event: any pointers, which are passed on without being read.
     std::vector<Word> words(const Event &event) {
         std::vector<Word> made = {handle, tx};
         for (u32 i = 0; i < event.before; ++i) made.emplace_back(u64{0x1000} + i);

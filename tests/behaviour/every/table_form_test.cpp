@@ -14,13 +14,13 @@ class TableForms : public EveryTable {
     void SetUp() override { record = put(1); }
     std::string print(const kel_record *each) { return text("table_record_print", each); }
     std::string xml(const kel_record *each) { return text("table_record_to_xml", each); }
-    // XML doesn't carry state flags back.
+    // State flags aren't read from XML.
     void clear_flags(kel_record *each) {
         object("set_all_state_tracking_flag", {each->object, 0});
         if (!composite()) return;
         Typed(*type.key_type, handle)("set_all_state_tracking_flag", {each->key_object, 0});
     }
-    // Expects a second record equal to the first one in every form, and ends it.
+    // Expects a second record equal to the first one in every form, and destroys it.
     void expect_equal_and_drop(kel_record *second) {
         check(second, 1);
         EXPECT_EQ(frame(second), frame(record));
@@ -159,7 +159,7 @@ TEST_P(TableForms, TheKeyTravelsAlone) {
 TEST_P(TableForms, AModificationIsReportedOnce) {
     for (const std::string &twin : twins) {
         const std::string form = "table_record_is_modified" + twin;
-        // What was filled before may be reported mark by mark.
+        // Earlier changes may be reported mark by mark.
         while (on<u32>(form, {record, &err}) != 0) continue;
         if (composite()) {
             object.fill_field(record->object, fields_of(*type.type).back(), 1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What each table's index refuses and in which words, and what tells two keys apart.
+// What each table's index refuses, its messages, and the difference between two keys.
 #include "tests/behaviour/every/tabled.h"
 
 namespace tarn::test {
@@ -76,7 +76,7 @@ TEST_P(TableIndex, HoldsOneKeyOncePerTenantAndSource) {
     drop(other);
 }
 
-// The last field too, which some keys have to say what kind of search they are for.
+// The last field too, which in some keys is the kind of search.
 TEST_P(TableIndex, TellsKeysApartByEachOfTheirFields) {
     const auto carrier = [this](kel_record *record) {
         return composite() ? record->key_object : record->object;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each table's messages, which carry its own names.
+// Each table's messages, which contain its own names.
 #include <cstring>
 
 #include "tests/behaviour/every/tabled.h"
@@ -57,7 +57,7 @@ TEST_P(TableMessages, ADestructionWhoseDeleteIsRefused) {
     EXPECT_EQ(err, 0U);
     expect_once(KEL_TRACE_ERROR,
                 "(ERR): Error 5 deleting " + table_name + " record when destroying");
-    // The index has a node of a block that is gone: it starts anew.
+    // The index has a node in a block that was freed: clear it.
     table->index_root = nullptr;
     table->record_count = 0;
     table->src_counts[KEL_SOURCE_DEFAULT] = 0;

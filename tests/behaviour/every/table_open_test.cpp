@@ -61,8 +61,8 @@ TEST_P(TableOpen, ItsEventsReachTheHandlersOfTheProgramOrTheDefaultOnes) {
     }
     call(handler + "grouping_handler", {handle, tx, nullptr, &err, nullptr, nullptr});
     call(handler + "free_handler", {handle, tx, nullptr, &err, nullptr});
-    // Each of the seven handlers ran three times, and those of the two events about
-    // one record called the main ones.
+    // Each of the seven handlers ran three times, and those of the two events of one record
+    // called the main ones.
     const std::string began = std::string("(info): weak default handler tarnbase_") + type.name;
     u32 ran = 0;
     for (const TraceLine &line : trace.lines) ran += line.text.compare(0, began.size(), began) == 0;

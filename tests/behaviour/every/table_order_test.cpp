@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// By what each table is keyed, and in which order the fields of a key structure decide.
+// The key of each table, and the order of the fields of a key structure.
 #include <dlfcn.h>
 
 #include "tests/behaviour/every/tabled.h"
@@ -150,7 +150,7 @@ class KeyStructures : public ::testing::TestWithParam<KeyStructure> {
     std::int32_t compare(const void *a, const void *b) const {
         return call<std::int32_t>(typed.name("compare"), {a, b});
     }
-    // What the order of this field alone gives.
+    // The order by only this field.
     std::int32_t order_of(const Field &field, const void *a, const void *b) const {
         if (field.kind == FieldKind::vstring) {
             return kel_vstring_compare(reinterpret_cast<const kel_vstring *>(at(a, field.offset)),
@@ -193,7 +193,7 @@ TEST_P(KeyStructures, AreOrderedByTheFirstFieldThatDiffers) {
         EXPECT_GT(expected, 0);
         EXPECT_EQ(compare(b, a), expected) << fields[i].name;
         EXPECT_EQ(compare(a, b), -expected) << fields[i].name;
-        // The fields behind it, greater in the other one, change nothing.
+        // The fields after it, greater in the other one, change nothing.
         for (std::size_t j = i + 1; j < fields.size(); ++j) put(a, fields[j], true);
         EXPECT_EQ(compare(b, a), expected) << fields[i].name;
     }

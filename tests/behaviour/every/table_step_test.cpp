@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each table's blocks step by step: what is asked of the store, what is announced
-// before which store, what stands in for memory that is out.
+// Each table's blocks step by step: the requests to the store, the announcement before
+// each change, and the fallbacks without memory.
 #include <cstddef>
 #include <cstring>
 #include <set>

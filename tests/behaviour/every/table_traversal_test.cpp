@@ -29,7 +29,7 @@ class TableTraversal : public EveryTable {
         EXPECT_EQ(err, 0U) << operation;
         return found;
     }
-    // What a first or last form and its steps give; `further` are their arguments.
+    // The results of a first or last form and its steps; `further` are their arguments.
     Records run(const std::string &start, const std::string &onward, std::vector<Word> further) {
         std::vector<Word> arguments = {table};
         arguments.insert(arguments.end(), further.begin(), further.end());

@@ -23,7 +23,7 @@ u32 keep(kel_record *record, void *records) {
 
 }  // namespace
 
-// The store makes what it keeps for a table and a tenant once and for all.
+// The store allocates its permanent data for a table and a tenant.
 EveryTable::EveryTable() {
     table = open("first");
     for (const u16 tenant : {u16{1}, u16{2}, u16{0}}) {
@@ -152,7 +152,7 @@ void EveryTable::check(const kel_record *record, u32 number) const {
     if (composite()) {
         EXPECT_EQ(call<std::int32_t>(carrier.name("compare"), {record->key_object, expected}), 0);
     } else {
-        // Equal but for the key: once that is equal too, so are the whole objects.
+        // Equal except for the key: if that is equal too, so are the whole objects.
         object.fill(expected, number);
         set_key(expected, number);
         EXPECT_EQ(call<std::int32_t>(carrier.name("compare"), {record->object, expected}), 0);
@@ -178,7 +178,7 @@ std::string EveryTable::text(const std::string &operation, const kel_record *rec
 }
 
 std::vector<u8> EveryTable::frame(const kel_record *record, const std::string &twin) {
-    // A last state byte is stored without asking for room.
+    // The last state byte is stored without checking the length.
     std::vector<u8> bytes(on<u32>("table_record_len" + twin, {record}) + 1);
     const std::size_t room = bytes.size() - 1;
     bytes.resize(on<u32>("table_record_marshal" + twin, {bytes.data(), record, room, &err}));

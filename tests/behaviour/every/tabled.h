@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A table of any key kind seen through its exported functions. Keys are numbered
+// A table of any key kind, used through its exported functions. Keys are numbered
 // from 0 to 8: a higher number sorts later.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_TABLED_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_TABLED_H
@@ -19,13 +19,13 @@ class EveryTable : public ::testing::TestWithParam<InMode<Table>> {
  protected:
     EveryTable();
     ~EveryTable() override;
-    // Ends all records and the table, and counts blocks.
+    // Destroys all records, frees the table, and counts blocks.
     void TearDown() override;
 
     // <table>_<operation>, and <table>_<key>_<operation>.
     std::string name(const std::string &operation) const;
     std::string key_name(const std::string &operation) const;
-    // Call it with the handle and the transaction in front.
+    // Call it with the handle and the transaction as first arguments.
     template <typename R = void>
     R on(const std::string &operation, std::vector<Word> arguments) const {
         arguments.insert(arguments.begin(), {Word(handle), Word(tx)});
@@ -48,16 +48,16 @@ class EveryTable : public ::testing::TestWithParam<InMode<Table>> {
         return std::string(of.name) + "_" + operation;
     }
     void set_key(void *carrier, u32 number) const;
-    // What the keyed reads take; it lives as long as the test.
+    // The argument of the keyed reads; it lives as long as the test.
     const void *key(u32 number);
-    // What the reads by object take, likewise.
+    // The argument of the reads by object, likewise.
     void *key_object(u32 number);
 
     // A record with its objects, and the same inserted.
     kel_record *make(u32 number, u32 src = KEL_SOURCE_DEFAULT);
     kel_record *put(u32 number, u32 src = KEL_SOURCE_DEFAULT);
     void drop(kel_record *record);
-    // Expects the values that make gave.
+    // Expects the values set by make.
     void check(const kel_record *record, u32 number) const;
     std::vector<kel_record *> walk();
     void expect_error(u32 expected) {

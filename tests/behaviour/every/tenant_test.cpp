@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Where every table tells the runtime of tenants and of replication: at insert and
+// When every table reports tenants and replication to the runtime: at insert and
 // delete, and at each read through the index.
 #include <dlfcn.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// A call of one of the services below, and what had been stored by then.
+// A call of one of the services below, and the state at that time.
 struct Told {
     std::string service;
     std::uint32_t tx_id;
@@ -79,7 +79,7 @@ class EveryTenancy : public EveryTable {
         for (const Told &each : told) names.push_back(each.service);
         return names;
     }
-    // Inserts by each name that there is, and deletes again.
+    // Inserts with each insert form, and deletes again.
     void insert_and_delete(const std::string &operation, u16 tenant, const Names &expected) {
         SCOPED_TRACE(operation);
         kel_record *record = make(3, 7);
@@ -219,7 +219,7 @@ TEST_P(EveryTenancy, AMarkedTableLeavesDeletionToTheEngine) {
     drop(record);
 }
 
-// Reads that pass over records which they report too.
+// Reads that skip records but report them.
 bool reports_on_its_way(const Prototype &function) {
     return function.name.find("_shadow") != std::string::npos ||
            function.name.find("_search") != std::string::npos ||

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which descriptor an item gets, and which counters of it change when something is
-// made and ended.
+// The descriptor that an item gets, and its counters that change when something is
+// created and destroyed.
 #include <algorithm>
 
 #include "tests/behaviour/every/convention.h"
@@ -23,7 +23,7 @@ class Usage : public ItemTest {
         return static_cast<const kel_type_info *>(
             symbol("_" + symbol_name + "_type_info_internal"));
     }
-    // What an item of a store gets for a constant descriptor.
+    // The descriptor that an item in a store gets for a constant one.
     void expect_chosen(const kel_type_info *chosen, const kel_type_info *from) const {
         ASSERT_NE(chosen, nullptr);
         EXPECT_EQ(chosen == from, !has_copies);

@@ -19,7 +19,7 @@ std::vector<Hashed> hashed;
 
 }  // namespace
 
-// Stands in front of the runtime's service and notes its calls.
+// Replaces the runtime's service and records its calls.
 uint32_t SuperFastHash(const char *data, int32_t length, uint32_t seed) {
     hashed.push_back({data, static_cast<std::uint32_t>(length), seed});
     using Service = decltype(&SuperFastHash);
@@ -76,8 +76,8 @@ TEST(ValueTypes, HaveTheirSharesOfTheSchema) {
                                                   {"kel_timespec", 5}}));
 }
 
-// A flag byte each; a string's own block has one byte more, an address's seven, a
-// structure's all of its own, an array's one an element.
+// One flag byte each; a string's own block has one more byte, an address's seven, a
+// structure's its whole block, an array's one per element.
 u32 share_of(const Field &field) {
     if (field.kind == FieldKind::vstring) return 2;
     if (field.kind == FieldKind::address) return 8;

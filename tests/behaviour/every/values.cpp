@@ -5,7 +5,7 @@ namespace tarn::test {
 
 namespace {
 
-// A small mixing function: any fixed one will do.
+// A small mixing function: any deterministic one works.
 u64 mix(const char *name, u64 seed) {
     u64 state = seed * 0x9e3779b97f4a7c15U + 1;
     for (; *name != '\0'; ++name) {
@@ -49,7 +49,7 @@ u64 plain_value(const Field &field, u32 seed) {
     return narrowed(field.kind, word);
 }
 
-// Some lie inside the string, others in a block; all have what XML must escape.
+// Some are inside the string, others in a block; all contain characters that XML escapes.
 std::string text_value(const Field &field, u32 seed) {
     const u64 word = mix(field.name, seed);
     std::string text = "<" + std::to_string(word % 10000) + "&";

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The values that a test object has: each follows from a seed and the field's name,
-// so that what was filled in can be checked after any journey.
+// The values of a test object: each depends on a seed and the field's name, so that
+// they can be checked after any conversion.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_VALUES_H
 #define TARNBASE_TESTS_BEHAVIOUR_EVERY_VALUES_H
 
@@ -18,9 +18,9 @@ inline constexpr u32 minutes = 1440;
 // The seed of the fields inside a nested structure.
 u32 seed_inside(const Field &field, u32 seed);
 
-// What `_get_value` answers, as a word: sign-extended for the signed kinds.
+// The result of `_get_value`, as a word: sign-extended for the signed kinds.
 u64 plain_value(const Field &field, u32 seed);
-// The word as a field of that kind holds it.
+// The word as stored in a field of that kind.
 u64 narrowed(FieldKind kind, u64 word);
 std::string text_value(const Field &field, u32 seed);
 ip_address address_value(const Field &field, u32 seed);

@@ -87,7 +87,7 @@ TEST_P(TwoVariants, TheWireFormOfEachIsReadBack) {
         EXPECT_EQ(head(second)->variant, variant);
         typed.check(second, 1, variant);
         if (variant == 0) {
-            // What the writer didn't have stays.
+            // The fields that the writer didn't have don't change.
             head(second)->variant = 1;
             typed.check_field(second, later(), 2);
         } else {

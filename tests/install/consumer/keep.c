@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Keeps a record in a store file and reads it back through a second opening of it. */
+/* Writes a record to a store file, opens the file again and reads the record. */
 #include <stdio.h>
 #include <string.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The same as keep.c in C++, with the record as XML. Wants the standard it was built as.
+// The same as keep.c in C++, with the record as XML. Checks the language standard.
 #include <tarnbase/embedded.h>
 #include <tarnbase/tarnbase.h>
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Part of a program that brings the runtime: uses the typed library and nothing else. */
+/* A plug-in of a program that has the runtime. It links only the typed library. */
 #include <tarnbase/tarnbase.h>
 
 uint32_t count_connections(kel_handle *handle);

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Takes the place of one service and of one weak handler of the installed libraries,
- * and has a plug-in, given as argument, that links the library without a runtime.
+ * Replaces one service and one weak handler of the installed libraries,
+ * and loads a plug-in, its argument, that links the library without a runtime.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
