@@ -12,6 +12,7 @@ using tarnbase::catalogue::Catalogue;
 using tarnbase::catalogue::Enumeration;
 using tarnbase::catalogue::Enumerator;
 using tarnbase::catalogue::Field;
+using tarnbase::catalogue::FieldFunctions;
 using tarnbase::catalogue::Kind;
 using tarnbase::catalogue::Structure;
 using tarnbase::catalogue::Table;
