@@ -34,15 +34,6 @@ constexpr Failure reports(std::uint32_t code, std::uint64_t value = 0) {
 }
 
 template <typename T>
-std::uint64_t word(T value) {
-    if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<std::uintptr_t>(value);
-    } else {
-        return static_cast<std::uint64_t>(value);
-    }
-}
-
-template <typename T>
 T from_word(std::uint64_t value) {
     if constexpr (std::is_pointer_v<T>) {
         return reinterpret_cast<T>(value);
@@ -209,19 +200,27 @@ struct ServiceForwarder {
         return failure;
     }
 
+    // The service, or what takes its place.
     template <typename R, typename... Arguments>
-    static R run(const char *name, R (*real)(Arguments...),
+    static R run(const char *name, R (*front)(Arguments...), R (*real)(Arguments...),
                  std::type_identity_t<Arguments>... arguments) {
         std::optional<ServiceAtWork> mark;
         if (stores(name)) mark.emplace();
+        if (listening()) {
+            const auto found = current->replacements_.find(word(front));
+            if (found != current->replacements_.end()) {
+                const auto function = std::any_cast<std::function<R(Arguments...)>>(found->second);
+                if (function) return function(arguments...);
+            }
+        }
         return real(arguments...);
     }
 
     template <typename R, typename... Arguments>
-    static R serve(const char *name, R (*real)(Arguments...), const void *caller,
-                   std::type_identity_t<Arguments>... arguments) {
+    static R serve(const char *name, R (*front)(Arguments...), R (*real)(Arguments...),
+                   const void *caller, std::type_identity_t<Arguments>... arguments) {
         if (is_of_the_runtime(caller)) return real(arguments...);
-        if (!listening()) return run(name, real, arguments...);
+        if (!listening()) return run(name, front, real, arguments...);
         const std::size_t place = note(name, {word(arguments)...}, first_text(name, arguments...));
         if (const Failure *failure = due(name)) {
             call(place).failed = true;
@@ -232,10 +231,10 @@ struct ServiceForwarder {
         }
         ++depth;
         if constexpr (std::is_void_v<R>) {
-            run(name, real, arguments...);
+            run(name, front, real, arguments...);
             --depth;
         } else {
-            const R result = run(name, real, arguments...);
+            const R result = run(name, front, real, arguments...);
             --depth;
             // The recorder may have gone, or forgotten the call, in between.
             if (current != nullptr && place < current->calls_.size()) {
@@ -339,6 +338,17 @@ std::vector<ServiceCall> ServiceRecorder::calls(const std::string &name) const {
     std::vector<ServiceCall> found;
     for (const ServiceCall &call : calls_) {
         if (call.name == name) found.push_back(call);
+    }
+    return found;
+}
+
+std::vector<ServiceCall> ServiceRecorder::calls(const std::string &name, const void *about) const {
+    std::vector<ServiceCall> found;
+    for (const ServiceCall &call : calls_) {
+        if (call.name == name &&
+            std::count(call.arguments.begin(), call.arguments.end(), word(about)) != 0) {
+            found.push_back(call);
+        }
     }
     return found;
 }
@@ -462,7 +472,7 @@ using tarn::test::Shape;
 #define TARN_FORWARD(name, count, failure)                                                     \
     Shape<decltype(name)>::Result name(TARN_PARAMETERS_##count(name)) {                        \
         static auto *const real = reinterpret_cast<decltype(name) *>(tarn::test::next(#name)); \
-        return ServiceForwarder::serve(#name, real,                                            \
+        return ServiceForwarder::serve(#name, &(name), real,                                   \
                                        __builtin_return_address(0) TARN_ARGUMENTS_##count);    \
     }
 

@@ -1,22 +1,45 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Records which services of the runtime the library calls, in one sequence with
-// the calls of a handle's hooks, and makes any of them fail at its n-th call.
+// Records which services of the runtime the library calls, in one sequence with the calls
+// of a handle's hooks. Any of them can fail at its n-th call, and a test can put a function
+// of its own in the place of any service.
 //
-// A program that links tarnbase_test_services has a function of its own in front
-// of every service (service_list.h). It hands the call on to the runtime, and what
-// the runtime calls of itself goes by unseen.
+// A program that links tarnbase_test_services has its own function for every service
+// (service_list.h). It records the call and passes it on to the runtime. Calls that the
+// runtime makes itself are not recorded.
 #ifndef TARNBASE_TESTS_SUPPORT_SERVICES_H
 #define TARNBASE_TESTS_SUPPORT_SERVICES_H
 
+#include <any>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tarnbase/handle.h"
 
 namespace tarn::test {
+
+// An argument or result as one word.
+template <typename T>
+std::uint64_t word(T value) {
+    if constexpr (std::is_null_pointer_v<T>) {
+        return 0;
+    } else if constexpr (std::is_pointer_v<T>) {
+        return reinterpret_cast<std::uintptr_t>(value);
+    } else {
+        return static_cast<std::uint64_t>(value);
+    }
+}
+
+// A call's arguments, to compare with what was recorded.
+template <typename... Arguments>
+std::vector<std::uint64_t> words(Arguments... arguments) {
+    return {word(arguments)...};
+}
 
 // A call of a service or, under its name in kel_handle, of a hook.
 struct ServiceCall {
@@ -60,6 +83,8 @@ class ServiceRecorder {
 
     const std::vector<ServiceCall> &calls() const { return calls_; }
     std::vector<ServiceCall> calls(const std::string &name) const;
+    // The calls with this address among their arguments: those about one object or value.
+    std::vector<ServiceCall> calls(const std::string &name, const void *about) const;
     std::size_t count(const std::string &name) const;
     // The names of the calls, in order and joined by blanks, of those named.
     std::string order(const std::vector<std::string> &names) const;
@@ -78,6 +103,13 @@ class ServiceRecorder {
     void always_fail(const std::string &name, std::uint32_t code);
     // Every call from now returns this and does nothing else.
     void always_return(const std::string &name, std::uint64_t value);
+    // From now the library's calls of the service go to `function`, which can call the service
+    // itself to reach the runtime's. An empty function puts the service back.
+    template <typename R, typename... Arguments>
+    void replace(R (*service)(Arguments...),
+                 std::type_identity_t<std::function<R(Arguments...)>> function) {
+        replacements_[word(service)] = std::move(function);
+    }
     // Takes wishes back, and tells whether one came true since it was made.
     bool stop_failing();
 
@@ -99,6 +131,7 @@ class ServiceRecorder {
     kel_handle original_;
     std::vector<ServiceCall> calls_;
     std::vector<Wish> wishes_;
+    std::map<std::uint64_t, std::any> replacements_;  // by the service's address
     bool came_true_ = false;
     bool paused_ = false;
 };

@@ -77,7 +77,7 @@ TEST_P(Arrays, ALengthAboveTheArrayIsError22WithoutATrace) {
 }
 
 TEST_P(Arrays, ABlockWriteAnnouncesItsBytesAndMarksTheWholeArrayAlone) {
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     st_grown_minute_set_mem(handle, tx, grown, values.data(), 100, &err);
     EXPECT_EQ(err, 0U);
@@ -91,8 +91,8 @@ TEST_P(Arrays, ABlockWriteAnnouncesItsBytesAndMarksTheWholeArrayAlone) {
         EXPECT_EQ(*state(whole), 2);
         EXPECT_EQ(bytes_of(state(first), minutes), std::vector<u8>(minutes));
     }
-    EXPECT_EQ(spies.of("kel_set_instance_modified", grown)[0].arguments,
-              (std::vector<u64>{1, 0, 1}));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", grown).at(0).arguments,
+              words(grown, 1, 0, 1));
 }
 
 TEST_P(Arrays, TheCrFormOfABlockWriteGivesTheLastError) {
@@ -128,13 +128,13 @@ TEST_P(Arrays, AnIndexBeyondTheArrayIsError2) {
 }
 
 TEST_P(Arrays, ANullAccessIsError2AtASetOfAnElementsValue) {
-    spies.wishes.null_access = true;
+    services.replace(u_int8_get, [](auto...) { return nullptr; });
     EXPECT_EQ(st_grown_minute_get_value(handle, tx, grown, 3, &err), 0);
     EXPECT_EQ(err, 0U);
-    spies.clear();
+    services.clear();
     st_grown_minute_set_value(handle, tx, grown, 3, 1, &err);
     expect_error(2);
-    EXPECT_EQ(spies.count("u_int8_get"), 2U) << "the path is tried once more";
+    EXPECT_EQ(services.count("u_int8_get"), 2U) << "the path is tried once more";
     EXPECT_EQ(*element(3), 0);
 }
 
@@ -148,12 +148,12 @@ TEST_P(Arrays, ANullObjectHasNoElements) {
 
 TEST_P(Arrays, AnElementSetFromASourceGetsBothFlagsAndNoModifiedMark) {
     const u8 source = 9;
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     st_grown_minute_set(handle, tx, grown, 7, &source, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(*element(7), 9);
-    EXPECT_EQ(spies.count("kel_set_instance_modified"), 0U);
+    EXPECT_EQ(services.count("kel_set_instance_modified"), 0U);
     EXPECT_EQ(kel_get_instance_modified(grown, 1, 0), 0U);
     EXPECT_TRUE(hooks.announced(element(7), 1));
     if (tracking()) {
@@ -301,7 +301,7 @@ TEST_F(ArrayFlags, SettingAllElementFlagsFillsTheBlockFromItsStartUnannounced) {
     std::vector<u8> source(minutes);
     std::iota(source.begin(), source.end(), u8{3});
     HookRecorder hooks(handle);
-    spies.clear();
+    services.clear();
     st_grown_minute_state_flag_set_arr(handle, tx, grown, source.data(), minutes, &err);
     EXPECT_EQ(err, 0U);
     std::vector<u8> expected = source;
@@ -309,8 +309,8 @@ TEST_F(ArrayFlags, SettingAllElementFlagsFillsTheBlockFromItsStartUnannounced) {
     EXPECT_EQ(bytes_of(state(0), grown_states), expected);
     EXPECT_EQ(st_grown_name_state_flag_get(handle, tx, grown, &err), 3);
     EXPECT_EQ(hooks.count(Hook::write_log), 0U);
-    EXPECT_EQ(spies.of("kel_set_instance_modified", grown)[0].arguments,
-              (std::vector<u64>{1, 0, 1}));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", grown).at(0).arguments,
+              words(grown, 1, 0, 1));
 }
 
 TEST_F(ArrayFlags, AnInstanceTooOldForTheArrayKeepsItsFlags) {

@@ -185,12 +185,12 @@ TEST_P(Clones, ACrCloneWithAnErrorSetDoesNothing) {
 
 TEST_P(Clones, ACloneRegistersTheTraceModule) {
     st_every *source = make.every(4);
-    spies.clear();
+    services.clear();
     st_every_clone_cr(handle, source);
-    EXPECT_EQ(spies.count("ptrail_module_init_fn"), 1U);
-    spies.clear();
+    EXPECT_EQ(services.count("ptrail_module_init_fn"), 1U);
+    services.clear();
     st_every_copy_cr(handle, source, make.every(5));
-    EXPECT_EQ(spies.count("ptrail_module_init_fn"), 1U) << "that of make.every";
+    EXPECT_EQ(services.count("ptrail_module_init_fn"), 1U) << "that of make.every";
 }
 
 }  // namespace

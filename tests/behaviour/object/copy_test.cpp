@@ -98,13 +98,13 @@ TEST_F(WholeCopies, ACopyOfAnUntrackedObjectInATrackingHandleIsError22BeforeItsT
     st_ldap_conn *source = make.conn("a name of more than twelve bytes", 5);
     track(KEL_STATE_TRACKING_ON);
     st_ldap_conn *copy = make.conn("other", 6);
-    spies.clear();
+    services.clear();
     TraceCapture trace;
     st_ldap_conn_set(handle, tx, copy, source, &err);
     expect_error(22);
     EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
     EXPECT_EQ(st_ldap_conn_num_conns_get_value(handle, tx, copy, &err), 5U);
-    EXPECT_EQ(spies.count("kel_vstring_set"), 0U);
+    EXPECT_EQ(services.count("kel_vstring_set"), 0U);
 }
 
 // A block with an object at its start and guard bytes after its plain size.
@@ -132,12 +132,12 @@ TEST_F(WholeCopies, ACopyIntoAnUntrackedObjectInATrackingHandleIsError22AndStays
     const Guarded copy(handle, tx);
     track(KEL_STATE_TRACKING_ON);
     st_grown *source = make.grown(1);
-    spies.clear();
+    services.clear();
     TraceCapture trace;
     st_grown_set(handle, tx, copy.object, source, &err);
     expect_error(22);
     EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
-    EXPECT_EQ(spies.count("kel_vstring_set"), 0U);
+    EXPECT_EQ(services.count("kel_vstring_set"), 0U);
     copy.expect_whole();
 }
 
@@ -326,7 +326,7 @@ TEST_P(CopiedTraces, AHandleWithoutTheMappingTakesNothingOutOfIt) {
     handle->hd_mapping_enabled = 0;
     st_point_set(handle, tx, copy, source, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(spies.count("kel_hd_mapping_destroy"), 0U);
+    EXPECT_EQ(services.count("kel_hd_mapping_destroy"), 0U);
 }
 
 TEST_F(WholeCopies, ANestedObjectThatLosesItsTraceDataKeepsItsPlace) {

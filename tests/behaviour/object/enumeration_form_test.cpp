@@ -157,11 +157,11 @@ TEST_P(EnumerationForms, TheCrFormsUseTheEnumerationsName) {
 }
 
 TEST_P(EnumerationForms, InXmlAnEnumeratorIsAnEmptyElementAndTheFlagIsIgnored) {
-    spies.clear();
+    services.clear();
     const std::string text = xml(door(3));
     EXPECT_EQ(err, 0U);
     EXPECT_NE(text.find("<DOOR_LOCKED/>"), std::string::npos) << text;
-    EXPECT_EQ(spies.of("start_tag")[0].arguments[0], 0U);
+    EXPECT_EQ(services.calls("start_tag").at(0).arguments.at(5), 0U) << "the flag";
 }
 
 TEST_P(EnumerationForms, InXmlAnyOtherValueIsAFixedText) {
@@ -194,15 +194,15 @@ TEST_P(EnumerationForms, ADocumentWithoutAnyEnumeratorLeavesTheValueAndNoError) 
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(value_of(object), 2U);
     EXPECT_STREQ(message, "untouched");
-    for (const Call &call : spies.of("xml_get_element_value")) {
-        EXPECT_EQ(call.arguments, (std::vector<u64>{128, 0}));
+    for (const ServiceCall &call : services.calls("xml_get_element_value")) {
+        EXPECT_EQ(call.arguments_in(3, 5), words(128, 0));
     }
-    EXPECT_EQ(spies.count("xml_get_element_value"), 3U);
+    EXPECT_EQ(services.count("xml_get_element_value"), 3U);
 }
 
 TEST_P(EnumerationForms, AFailureOtherThanAbsenceIsReportedWithThePath) {
     door_state *object = door(2);
-    spies.wishes.element_value = 22;
+    services.always_return("xml_get_element_value", 22);
     read(object, "<d><DOOR_OPEN/></d>");
     expect_error(22);
     EXPECT_STREQ(message, "Failed xpath: /d");

@@ -48,30 +48,32 @@ TEST_P(EnumerationServices, ValuesOutOfRangePassTheWireUnchanged) {
 TEST_P(EnumerationServices, PrintingIndentsByTheService) {
     lamp_state *object = lamp(1);
     char buffer[64];
-    spies.clear();
+    services.clear();
     const u32 length = lamp_state_print(handle, tx, buffer, 4, "x", object, 64, &err);
     EXPECT_EQ(std::string(buffer, length), "    x@lamp_state:LAMP_ON\n");
-    ASSERT_EQ(spies.count("kel_print_space"), 1U);
-    EXPECT_EQ(spies.of("kel_print_space")[0].arguments, (std::vector<u64>{4, 64}));
-    spies.clear();
+    ASSERT_EQ(services.count("kel_print_space"), 1U);
+    EXPECT_EQ(services.calls("kel_print_space")[0].arguments,
+              words(handle, tx, buffer, 4, 64, &err));
+    services.clear();
     lamp_state_print_cr(handle, object, buffer, 64);
-    EXPECT_EQ(spies.of("kel_print_space")[0].arguments, (std::vector<u64>{0, 64}));
+    EXPECT_EQ(services.calls("kel_print_space").at(0).arguments_in(2, 5), words(buffer, 0, 64));
 }
 
 TEST_P(EnumerationServices, XmlIsATagTheEnumeratorAndATag) {
     lamp_state *object = lamp(1);
     char buffer[128];
     const auto expect = [&](const std::string &text) {
-        spies.clear();
+        services.clear();
         const u32 length = lamp_state_to_xml(handle, tx, "x", buffer, object, 128, 9, &err);
         EXPECT_EQ(err, 0U);
-        EXPECT_EQ(spies.order({"kel_clear_last_error", "start_tag", "xml_enum_print", "end_tag"}),
-                  "kel_clear_last_error start_tag xml_enum_print end_tag");
-        EXPECT_EQ(spies.of("start_tag")[0].text, "x");
-        EXPECT_EQ(spies.of("start_tag")[0].arguments[0], 0U);
-        EXPECT_EQ(spies.of("xml_enum_print")[0].text, text);
-        EXPECT_EQ(spies.of("xml_enum_print")[0].arguments, std::vector<u64>{text.size()});
-        EXPECT_EQ(spies.of("end_tag")[0].text, "x");
+        EXPECT_EQ(
+            services.order({"kel_clear_last_error", "start_tag", "xml_enum_print", "end_tag"}),
+            "kel_clear_last_error start_tag xml_enum_print end_tag");
+        EXPECT_EQ(services.calls("start_tag")[0].text, "x");
+        EXPECT_EQ(services.calls("start_tag")[0].arguments.at(5), 0U) << "the flag";
+        EXPECT_EQ(services.calls("xml_enum_print")[0].text, text);
+        EXPECT_EQ(services.calls("xml_enum_print")[0].arguments.at(5), text.size());
+        EXPECT_EQ(services.calls("end_tag")[0].text, "x");
         const std::string xml(buffer, length);
         EXPECT_EQ(xml.find("<x>"), 0U) << xml;
         EXPECT_NE(xml.find(text), std::string::npos) << xml;
@@ -87,37 +89,37 @@ TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
     const std::string xml = "<d><LAMP_BLINK/></d>";
     kel_xml_document *document = kel_xml_parse(xml.data(), xml.size());
     handle->last_error = 17;
-    spies.clear();
+    services.clear();
     lamp_state_from_xml(handle, tx, "/d", document, object, &err, nullptr, 0);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(value_of(object), 2U);
     std::vector<std::string> paths;
-    for (const Call &call : spies.of("xml_get_element_value")) {
-        EXPECT_EQ(call.subject, document);
-        EXPECT_EQ(call.arguments, (std::vector<u64>{128, 0}));
+    for (const ServiceCall &call : services.calls("xml_get_element_value")) {
+        EXPECT_EQ(call.pointer<void>(0), document);
+        EXPECT_EQ(call.arguments_in(3, 5), words(128, 0));
         paths.push_back(call.text);
     }
     EXPECT_EQ(paths, (std::vector<std::string>{"/d/LAMP_OFF", "/d/LAMP_ON", "/d/LAMP_BLINK"}));
     // Each absence was stored in the handle, and taken out of the error word.
-    EXPECT_EQ(spies.count("kel_store_err"), 2U);
-    EXPECT_EQ(spies.of("kel_store_err")[0].arguments, std::vector<u64>{2});
+    EXPECT_EQ(services.count("kel_store_err"), 2U);
+    EXPECT_EQ(services.calls("kel_store_err")[0].arguments, words(handle, 2));
     EXPECT_EQ(handle->last_error, 2U);
     kel_xml_free(document);
 }
 
 TEST_P(EnumerationServices, FromXmlStopsAtTheFirstFailureAndAtTheEndOfItsPath) {
     lamp_state *object = lamp(1);
-    spies.wishes.element_value = 22;
-    spies.clear();
+    services.always_return("xml_get_element_value", 22);
+    services.clear();
     lamp_state_from_xml(handle, tx, "/d", nullptr, object, &err, nullptr, 0);
     expect_error(22);
-    EXPECT_EQ(spies.count("xml_get_element_value"), 1U);
-    spies.wishes.element_value = 2;
-    spies.clear();
+    EXPECT_EQ(services.count("xml_get_element_value"), 1U);
+    services.always_return("xml_get_element_value", 2);
+    services.clear();
     lamp_state_from_xml(handle, tx, std::string(300, 'p').c_str(), nullptr, object, &err, nullptr,
                         0);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(spies.of("xml_get_element_value")[0].text, std::string(255, 'p'));
+    EXPECT_EQ(services.calls("xml_get_element_value")[0].text, std::string(255, 'p'));
     EXPECT_EQ(value_of(object), 1U);
 }
 

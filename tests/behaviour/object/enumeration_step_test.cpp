@@ -22,12 +22,12 @@ class EnumerationSteps : public ObjectModeTest {
     void expect_untouched(const std::function<void()> &operation) {
         handle->last_error = 22;
         err = 5;
-        spies.clear();
+        services.clear();
         HookRecorder hooks(handle);
         operation();
         EXPECT_EQ(err, 5U);
         EXPECT_EQ(handle->last_error, 22U);
-        EXPECT_TRUE(spies.calls.empty());
+        EXPECT_TRUE(services.calls().empty());
         EXPECT_TRUE(hooks.events.empty());
         err = 0;
         handle->last_error = 0;
@@ -38,11 +38,11 @@ TARN_EACH_MODE(EnumerationSteps);
 // ---- Lifecycle ----------------------------------------------------------------------------
 
 TEST_P(EnumerationSteps, CreationRegistersNoTraceModule) {
-    spies.clear();
+    services.clear();
     lamp_state_create(handle, tx);
     lamp_state_create_internal(handle, tx);
     lamp_state_create_cr(handle);
-    EXPECT_EQ(spies.count("ptrail_module_init_fn"), 0U);
+    EXPECT_EQ(services.count("ptrail_module_init_fn"), 0U);
 }
 
 TEST_P(EnumerationSteps, CreationAnnouncesEachStoreBeforeItInANewZeroedBlock) {
@@ -207,27 +207,27 @@ TEST_P(EnumerationSteps, EnteredWithAnErrorChangeNothing) {
 }
 
 TEST_P(EnumerationSteps, ASetterClearsTheErrorAdjustsTestsStoresAndMarks) {
-    const std::vector<std::string> services = {"kel_clear_last_error", "kellib_adjust_variant",
-                                               "kel_get_instance_variant",
-                                               "kel_set_instance_modified"};
+    const std::vector<std::string> steps = {"kel_clear_last_error", "kellib_adjust_variant",
+                                            "kel_get_instance_variant",
+                                            "kel_set_instance_modified"};
     const std::string expected =
         "kel_clear_last_error kellib_adjust_variant kel_get_instance_variant "
         "kel_set_instance_modified";
     lamp_state *source = lamp(2);
     lamp_state *object = lamp(1);
     handle->last_error = 22;
-    spies.clear();
+    services.clear();
     lamp_state_set_value(handle, tx, object, 0, &err);
-    EXPECT_EQ(spies.order(services), expected);
+    EXPECT_EQ(services.order(steps), expected);
     EXPECT_EQ(handle->last_error, 0U);
     handle->last_error = 22;
-    spies.clear();
+    services.clear();
     lamp_state_set(handle, tx, object, source, &err);
-    EXPECT_EQ(spies.order(services), expected);
+    EXPECT_EQ(services.order(steps), expected);
     EXPECT_EQ(handle->last_error, 0U);
-    EXPECT_EQ(spies.of("kel_set_instance_modified", object)[0].arguments,
-              (std::vector<u64>{0, 1, 1}));
-    EXPECT_EQ(spies.of("kel_get_instance_variant", object)[0].arguments, (std::vector<u64>{0, 1}));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", object).at(0).arguments,
+              words(object, 0, 1, 1));
+    EXPECT_EQ(services.calls("kel_get_instance_variant").at(0).arguments, words(object, 0, 1));
 }
 
 TEST_P(EnumerationSteps, SettingAValueLeavesTheHeaderAlone) {
@@ -265,15 +265,15 @@ TEST_P(EnumerationSteps, AnEpochErrorIsReportedByItsOwnServiceAndMarksNothing) {
     lamp_state *source = lamp(1);
     value_of(source) = 3;
     const auto expect_epoch = [&](const std::function<void()> &setter) {
-        spies.clear();
+        services.clear();
         HookRecorder hooks(handle);
         setter();
         expect_error(43);
-        ASSERT_EQ(spies.count("kel_store_epoch_err"), 1U);
-        EXPECT_EQ(spies.of("kel_store_epoch_err")[0].arguments, std::vector<u64>{43});
+        ASSERT_EQ(services.count("kel_store_epoch_err"), 1U);
+        EXPECT_EQ(services.calls("kel_store_epoch_err")[0].arguments, words(handle, 43, &err));
         // The service's own call, which a compiler may have put in line.
-        EXPECT_LE(spies.count("kel_store_err"), 1U);
-        EXPECT_EQ(spies.count("kel_set_instance_modified"), 0U);
+        EXPECT_LE(services.count("kel_store_err"), 1U);
+        EXPECT_EQ(services.count("kel_set_instance_modified"), 0U);
         EXPECT_EQ(hooks.count(Hook::write_log), 0U);
     };
     expect_epoch([&] { lamp_state_set_value(handle, tx, object, 3, &err); });
@@ -302,23 +302,23 @@ TEST_P(EnumerationSteps, ComparingWrapsAtThirtyTwoBits) {
 }
 
 TEST_P(EnumerationSteps, ValidityAsksTheDomainForValuesOutOfRangeAlone) {
-    spies.clear();
+    services.clear();
     EXPECT_EQ(lamp_state_is_valid_cr(handle, 2), 1U);
-    EXPECT_EQ(spies.count("kel_domain_lookup_variant"), 0U);
+    EXPECT_EQ(services.count("kel_domain_lookup_variant"), 0U);
     EXPECT_EQ(lamp_state_is_valid_cr(handle, 3), 0U);
-    EXPECT_EQ(spies.count("kel_domain_lookup_variant"), 1U);
+    EXPECT_EQ(services.count("kel_domain_lookup_variant"), 1U);
 }
 
 TEST_P(EnumerationSteps, AMarkIsLookedForAndTakenBackAsThatOfASmallObject) {
     lamp_state *object = lamp(1);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 1U);
-    EXPECT_EQ(spies.of("kel_get_instance_modified", object)[0].arguments, (std::vector<u64>{0, 1}));
-    EXPECT_EQ(spies.of("kel_set_instance_modified", object)[0].arguments,
-              (std::vector<u64>{0, 1, 0}));
-    spies.clear();
+    EXPECT_EQ(services.calls("kel_get_instance_modified").at(0).arguments, words(object, 0, 1));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", object).at(0).arguments,
+              words(object, 0, 1, 0));
+    services.clear();
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 0U);
-    EXPECT_EQ(spies.count("kel_set_instance_modified"), 0U);
+    EXPECT_EQ(services.count("kel_set_instance_modified"), 0U);
 }
 
 }  // namespace

@@ -77,7 +77,7 @@ TEST_P(Enumerations, AnEmbeddedOneIsNeitherCountedNorDestroyed) {
 }
 
 TEST_P(Enumerations, ADomainThatFailsIsTracedAndTheObjectIsMadeAllTheSame) {
-    spies.wishes.domain_error = 22;
+    fail_domain(22);
     TraceCapture trace;
     EXPECT_NE(lamp_state_create(handle, tx), nullptr);
     EXPECT_TRUE(trace.has(3, "(ERR): error in lamp_state create Invalid argument"));
@@ -197,7 +197,7 @@ TEST_P(Enumerations, AVariantAbove0Is0) {
 TEST_P(Enumerations, AValueIsSetAndRead) {
     lamp_state *lamp = lamp_state_create(handle, tx);
     HookRecorder hooks(handle);
-    spies.clear();
+    services.clear();
     lamp_state_set_value(handle, tx, lamp, 2, &err);
     EXPECT_EQ(lamp_state_get_value(handle, tx, lamp, &err), 2U);
     EXPECT_EQ(err, 0U);
@@ -205,9 +205,9 @@ TEST_P(Enumerations, AValueIsSetAndRead) {
     EXPECT_EQ(hooks.events[0].address, at(lamp, 12));
     EXPECT_EQ(hooks.events[0].length, 4U);
     EXPECT_EQ(hooks.events[0].before, std::vector<u8>(4));
-    EXPECT_EQ(spies.of("kel_set_instance_modified", lamp)[0].arguments,
-              (std::vector<u64>{0, 1, 1}));
-    EXPECT_EQ(spies.of("kel_get_instance_variant", lamp)[0].arguments, (std::vector<u64>{0, 1}));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", lamp).at(0).arguments,
+              words(lamp, 0, 1, 1));
+    EXPECT_EQ(services.calls("kel_get_instance_variant").at(0).arguments, words(lamp, 0, 1));
     EXPECT_EQ(lamp_state_get(handle, tx, lamp, &err), lamp);
 }
 
@@ -272,14 +272,13 @@ TEST_P(Enumerations, NullObjectsAreErrors) {
 
 TEST_P(Enumerations, AdjustingAsksWithTopVariant0) {
     lamp_state *object = lamp(1);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(lamp_state_adjust_variant(handle, tx, object, &err), 0);
     EXPECT_EQ(lamp_state_adjust_variant(handle, tx, nullptr, &err), 0);
-    const auto calls = spies.of("kellib_adjust_variant");
+    const auto calls = services.calls("kellib_adjust_variant");
     ASSERT_EQ(calls.size(), 2U);
-    EXPECT_EQ(calls[0].arguments,
-              (std::vector<u64>{reinterpret_cast<std::uintptr_t>(head(object)->descriptor), 0}));
-    EXPECT_EQ(calls[1].arguments, (std::vector<u64>{0, 0}));
+    EXPECT_EQ(calls[0].arguments, words(handle, tx, object, head(object)->descriptor, 0, &err));
+    EXPECT_EQ(calls[1].arguments, words(handle, tx, nullptr, nullptr, 0, &err));
 }
 
 TEST_P(Enumerations, ComparingGivesTheDifferenceAndNullComesFirst) {
@@ -320,10 +319,10 @@ TEST_P(Enumerations, AModifiedMarkIsReportedOnce) {
     lamp_state *object = lamp_state_create(handle, tx);
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 0U);
     lamp_state_set_value(handle, tx, object, 1, &err);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 1U);
-    EXPECT_EQ(spies.of("kel_set_instance_modified", object)[0].arguments,
-              (std::vector<u64>{0, 1, 0}));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", object).at(0).arguments,
+              words(object, 0, 1, 0));
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 0U);
     TraceCapture trace;
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, nullptr, &err), 0U);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Destruction that fails, objects in mappings, state blocks of nested objects.
+#include <algorithm>
+#include <map>
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
@@ -7,12 +9,29 @@
 namespace tarn::test {
 namespace {
 
-class LifecycleFailure : public ObjectTest {};
+class LifecycleFailure : public ObjectTest {
+ protected:
+    // From now every string holds these references.
+    void hold_references(const std::vector<u64> &held) {
+        services.always_return("kel_vstring_get_oid_count", held.size());
+        services.replace(kel_vstring_get_object_references,
+                         [this, held](auto, auto, auto, u64 *references, u32 count, u32 *error) {
+                             *error = references_error;
+                             std::copy_n(held.begin(), count, references);
+                         });
+        services.replace(kellib_lookup_and_update_oid_ref_count,
+                         [this](auto, auto, u64 oid, auto, u32 *error) {
+                             if (oid == lost_reference) *error = 2;
+                         });
+    }
+    u32 references_error = 0;  // on fetching them
+    u64 lost_reference = 0;    // the OID whose count can't be found
+};
 class NestedState : public TrackedTest {};
 using FatalLifecycle = ObjectTest;
 
 TEST_F(LifecycleFailure, ADomainThatFailsIsForgivenByTheCounting) {
-    spies.wishes.domain_error = 22;
+    fail_domain(22);
     EXPECT_NE(st_point_create(handle, tx), nullptr);
 }
 
@@ -20,7 +39,7 @@ TEST_F(LifecycleFailure, AnObjectThatCannotBeInitialisedIsGivenBackAndTraced) {
     // The fields' own look-ups fail behind the counting, which clears the first failure.
     TraceCapture trace;
     HookRecorder hooks(handle);
-    spies.wishes.domain_error = 22;
+    fail_domain(22);
     EXPECT_EQ(st_tag_create(handle, tx), nullptr);
     EXPECT_TRUE(trace.has(3, "(ERR): error in st_tag create: Invalid argument"));
     ASSERT_EQ(hooks.count(Hook::alloc), 1U);
@@ -32,7 +51,7 @@ TEST_F(LifecycleFailure, AMappedObjectWithReferencesSurvivesWhole) {
     head(conn)->flags |= OBJ_OID_MAPPED;
     const auto before = bytes_of(conn, conn_size);
     const kel_variant_usage counted = usage(&_st_ldap_conn_type_info_internal);
-    spies.wishes.unmapping = 0;
+    services.always_return("kel_request_oid_mapping_destroy", 0);
     TraceCapture trace;
     HookRecorder hooks(handle);
     st_ldap_conn_destroy(handle, tx, conn);
@@ -48,7 +67,10 @@ TEST_F(LifecycleFailure, AMappedObjectWithReferencesSurvivesWhole) {
 TEST_F(LifecycleFailure, AMappedObjectWhoseMappingCannotGoSurvivesWhole) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->flags |= OBJ_OID_MAPPED;
-    spies.wishes.unmapping_error = 22;
+    services.replace(kel_request_oid_mapping_destroy, [](auto, auto, auto, u32 *error) {
+        *error = 22;
+        return 1U;
+    });
     TraceCapture trace;
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_NE(head(conn)->descriptor, nullptr);
@@ -73,23 +95,23 @@ TEST_F(LifecycleFailure, AMappedObjectThatIsFreeOfReferencesGoes) {
 
 TEST_F(LifecycleFailure, ReferencesThatAFieldHoldsAreEachDropped) {
     st_ldap_conn *conn = make.conn("server", 1);
-    spies.wishes.references = {11, 12, 13};
+    hold_references({11, 12, 13});
     st_ldap_conn_destroy(handle, tx, conn);
-    const auto drops = spies.of("kellib_lookup_and_update_oid_ref_count");
+    const auto drops = services.calls("kellib_lookup_and_update_oid_ref_count");
     ASSERT_EQ(drops.size(), 3U);
-    for (u64 i = 0; i < 3; ++i) EXPECT_EQ(drops[i].arguments, (std::vector<u64>{11 + i, 0}));
-    EXPECT_EQ(spies.of("kel_vstring_get_object_references")[0].arguments[0], 3U);
-    EXPECT_EQ(spies.count("kel_vstring_destroy_internal"), 1U);
+    for (u64 i = 0; i < 3; ++i) EXPECT_EQ(drops[i].arguments_in(2, 4), words(11 + i, 0));
+    EXPECT_EQ(services.calls("kel_vstring_get_object_references").at(0).arguments.at(4), 3U);
+    EXPECT_EQ(services.count("kel_vstring_destroy_internal"), 1U);
 }
 
 TEST_F(LifecycleFailure, AReferenceThatIsLostIsTracedAndTheOthersGoOn) {
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     st_ldap_conn *conn = make.conn("server", 1);
-    spies.wishes.references = {11, 12, 13};
-    spies.wishes.lost_reference = 12;
+    hold_references({11, 12, 13});
+    lost_reference = 12;
     TraceCapture trace;
     st_ldap_conn_destroy(handle, tx, conn);
-    EXPECT_EQ(spies.count("kellib_lookup_and_update_oid_ref_count"), 3U);
+    EXPECT_EQ(services.count("kellib_lookup_and_update_oid_ref_count"), 3U);
     EXPECT_TRUE(trace.has(3,
                           "(ERR): st_ldap_conn destroy: Failed to decrement ref count of oid 0xc. "
                           "Error No such file or directory"));
@@ -100,15 +122,15 @@ TEST_F(LifecycleFailure, AReferenceThatIsLostIsTracedAndTheOthersGoOn) {
 TEST_F(LifecycleFailure, ReferencesThatCannotBeFetchedLeaveTheObjectHalfDestroyed) {
     st_ldap_conn *conn = make.conn("server", 1);
     const kel_variant_usage counted = usage(&_st_ldap_conn_type_info_internal);
-    spies.wishes.references = {11};
-    spies.wishes.references_error = 22;
+    hold_references({11});
+    references_error = 22;
     TraceCapture trace;
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_TRUE(trace.has(3,
                           "(ERR): st_ldap_conn destroy: Failed to get oid references from object. "
                           "Error Invalid argument"));
     EXPECT_NE(head(conn)->descriptor, nullptr);
-    EXPECT_EQ(spies.count("kel_vstring_destroy_internal"), 0U);
+    EXPECT_EQ(services.count("kel_vstring_destroy_internal"), 0U);
     EXPECT_EQ(usage(&_st_ldap_conn_type_info_internal).destroyed, counted.destroyed);
 }
 
@@ -116,7 +138,12 @@ TEST_F(LifecycleFailure, AnHdMappingThatCannotGoKeepsTheMemory) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->flags |= OBJ_RA_DATA;
     handle->hd_mapping_enabled = 1;
-    spies.wishes.hd_mapping_failure = conn;
+    services.replace(kel_hd_mapping_destroy,
+                     [conn](kel_handle *own, u32 tx_id, void *object, u32 *error) {
+                         if (object != conn)
+                             return kel_hd_mapping_destroy(own, tx_id, object, error);
+                         *error = 22;
+                     });
     TraceCapture trace;
     HookRecorder hooks(handle);
     st_ldap_conn_destroy(handle, tx, conn);
@@ -132,19 +159,19 @@ TEST_F(LifecycleFailure, TheHdMappingIsLeftOnlyByObjectsThatAreInItAndHandlesTha
     handle->hd_mapping_enabled = 1;
     st_ldap_conn *plain = make.conn("server", 1);
     st_ldap_conn_destroy(handle, tx, plain);
-    EXPECT_EQ(spies.of("kel_hd_mapping_destroy", plain).size(), 0U);
+    EXPECT_EQ(services.calls("kel_hd_mapping_destroy", plain).size(), 0U);
 
     st_ldap_conn *marked = make.conn("server", 1);
     kellib_update_ra_all(handle, tx, marked, 5, 6);
     st_ldap_conn_destroy(handle, tx, marked);
-    EXPECT_EQ(spies.of("kel_hd_mapping_destroy", marked).size(), 1U);
+    EXPECT_EQ(services.calls("kel_hd_mapping_destroy", marked).size(), 1U);
 
-    spies.clear();
+    services.clear();
     handle->hd_mapping_enabled = 0;
     st_ldap_conn *unmapped = make.conn("server", 1);
     head(unmapped)->flags |= OBJ_RA_DATA;
     st_ldap_conn_destroy(handle, tx, unmapped);
-    EXPECT_EQ(spies.of("kel_hd_mapping_destroy", unmapped).size(), 0U);
+    EXPECT_EQ(services.calls("kel_hd_mapping_destroy", unmapped).size(), 0U);
 }
 
 TEST_F(LifecycleFailure, ATypeWithFewerVariantsThanTheDomainWantsIsTraced) {
@@ -207,9 +234,9 @@ TEST_F(NestedState, ANestedObjectThatWasNotPlacedHandsItsFieldsOnWithoutOffsets)
     st_tag_initialize(handle, tx, tag, &_st_tag_type_info_internal, 0, 0, OBJ_NESTED,
                       memory.data() + tag_size, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(spies.count("kellib_update_sttr_offset"), 0U);
-    EXPECT_EQ(spies.of("kel_vstring_initialize")[0].arguments[4],
-              reinterpret_cast<std::uintptr_t>(memory.data() + tag_size));
+    EXPECT_EQ(services.count("kellib_update_sttr_offset"), 0U);
+    EXPECT_EQ(services.calls("kel_vstring_initialize").at(0).pointer<u8>(7),
+              memory.data() + tag_size);
 }
 
 TEST_F(NestedState, AParentTellsItsFieldsWhereTheirSharesAre) {
@@ -227,8 +254,8 @@ TEST_F(NestedState, AParentTellsItsFieldsWhereTheirSharesAre) {
         EXPECT_NE(head(at(every, offset))->flags & OBJ_STATE_ELSEWHERE, 0) << offset;
     }
     EXPECT_EQ(head(every)->flags & OBJ_STATE_ELSEWHERE, 0);
-    EXPECT_EQ(spies.of("kel_vstring_offset_update", at(every, 96))[0].arguments[0],
-              reinterpret_cast<std::uintptr_t>(block + 10));
+    EXPECT_EQ(services.calls("kel_vstring_offset_update", at(every, 96)).at(0).pointer<u8>(3),
+              block + 10);
 }
 
 TEST_F(NestedState, OffsetUpdateMovesTheSharesAndOffsetRemoveForgetsThem) {
@@ -239,11 +266,11 @@ TEST_F(NestedState, OffsetUpdateMovesTheSharesAndOffsetRemoveForgetsThem) {
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(at(every, 160) + kellib_get_sttr_offset(handle, tx, at(every, 160)), elsewhere + 20);
     EXPECT_EQ(at(every, 224) + kellib_get_sttr_offset(handle, tx, at(every, 224)), elsewhere + 24);
-    spies.clear();
+    services.clear();
     st_every_offset_remove(handle, tx, every, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(spies.order({"kel_hd_mapping_destroy", "kel_vstring_offset_remove",
-                           "ip_address_offset_remove"}),
+    EXPECT_EQ(services.order({"kel_hd_mapping_destroy", "kel_vstring_offset_remove",
+                              "ip_address_offset_remove"}),
               "kel_hd_mapping_destroy kel_vstring_offset_remove "
               "kel_hd_mapping_destroy ip_address_offset_remove "
               "kel_hd_mapping_destroy "
@@ -251,18 +278,22 @@ TEST_F(NestedState, OffsetUpdateMovesTheSharesAndOffsetRemoveForgetsThem) {
 }
 
 TEST_F(NestedState, CreationIsContentWithARuntimeThatOnlyRecordsTheDistances) {
-    spies.wishes.distances_recorded = true;
+    std::map<const void *, u32> distances;
+    services.replace(kellib_update_sttr_offset,
+                     [&](auto, auto, void *object, u32 distance) { distances[object] = distance; });
+    services.replace(kellib_get_sttr_offset,
+                     [&](auto, auto, const void *object) { return distances[object]; });
     st_every *every = st_every_create(handle, tx);
     ASSERT_NE(every, nullptr);
     EXPECT_EQ(handle->last_error, 0U);
     for (const u32 offset : {96U, 128U, 160U, 176U, 224U}) {
-        EXPECT_EQ(spies.distances.count(at(every, offset)), 1U) << offset;
+        EXPECT_EQ(distances.count(at(every, offset)), 1U) << offset;
         EXPECT_EQ(head(at(every, offset))->flags & OBJ_STATE_ELSEWHERE, 0) << offset;
     }
     st_every_offset_update(handle, tx, every, at(every, every_size) + 100, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(at(every, 160) + spies.distances[at(every, 160)], at(every, every_size) + 120);
-    EXPECT_EQ(at(every, 224) + spies.distances[at(every, 224)], at(every, every_size) + 124);
+    EXPECT_EQ(at(every, 160) + distances[at(every, 160)], at(every, every_size) + 120);
+    EXPECT_EQ(at(every, 224) + distances[at(every, 224)], at(every, every_size) + 124);
 }
 
 TEST_F(NestedState, WithoutMemoryForAPlaceCreationFailsAndLeavesNothing) {
@@ -289,29 +320,29 @@ TEST_F(NestedState, WithoutMemoryForAPlaceOffsetUpdateIsError12) {
     st_every_offset_update(handle, tx, every, at(every, every_size), &err);
     kel_store_fail_allocation(session.store(), 0);
     expect_error(12);
-    EXPECT_EQ(spies.of("kellib_update_sttr_offset").back().subject, at(every, 96));
+    EXPECT_EQ(services.calls("kellib_update_sttr_offset").back().pointer<u8>(2), at(every, 96));
 }
 
 TEST_F(NestedState, OffsetsOfAFlatStructureHaveNoEffect) {
     st_point *point = st_point_create(handle, tx);
     const auto before = bytes_of(point, point_size);
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     st_point_offset_update(handle, tx, point, at(point, point_size), &err);
     st_point_offset_remove(handle, tx, point, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_EQ(bytes_of(point, point_size), before);
-    EXPECT_EQ(spies.count("kellib_update_sttr_offset"), 0U);
-    EXPECT_EQ(spies.count("kel_hd_mapping_destroy"), 0U);
+    EXPECT_EQ(services.count("kellib_update_sttr_offset"), 0U);
+    EXPECT_EQ(services.count("kel_hd_mapping_destroy"), 0U);
 }
 
 TEST_F(NestedState, DestructionAsksForThePlaceOfABlockThatLiesElsewhere) {
     st_every *every = st_every_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_every_destroy(handle, tx, every);
-    EXPECT_EQ(spies.of("kellib_get_sttr_offset", at(every, 160)).size(), 1U);
-    EXPECT_EQ(spies.of("kellib_get_sttr_offset", every).size(), 0U);
+    EXPECT_EQ(services.calls("kellib_get_sttr_offset", at(every, 160)).size(), 1U);
+    EXPECT_EQ(services.calls("kellib_get_sttr_offset", every).size(), 0U);
 }
 
 // ---- Broken invariants -----------------------------------------------------------------

@@ -72,20 +72,19 @@ TEST_P(Lifecycle, CreationAnnouncesTheHeaderStoresInOrder) {
 
 TEST_P(Lifecycle, EmbeddedFieldsAreInitialisedInOrderAsNestedAndAsTheParentWas) {
     st_every *every = st_every_create(handle, tx);
-    EXPECT_EQ(
-        spies.order({"kel_boolean_initialize", "kel_vstring_initialize", "ip_address_initialize"}),
-        "kel_boolean_initialize kel_vstring_initialize ip_address_initialize "
-        "kel_vstring_initialize");
-    const u64 base = tracking() ? reinterpret_cast<std::uintptr_t>(at(every, every_size)) : u64{0};
-    const auto &label = spies.of("kel_vstring_initialize", at(every, 96));
+    EXPECT_EQ(services.order(
+                  {"kel_boolean_initialize", "kel_vstring_initialize", "ip_address_initialize"}),
+              "kel_boolean_initialize kel_vstring_initialize ip_address_initialize "
+              "kel_vstring_initialize");
+    const u8 *base = tracking() ? at(every, every_size) : nullptr;
+    const auto label = services.calls("kel_vstring_initialize", at(every, 96));
     ASSERT_EQ(label.size(), 1U);
-    EXPECT_EQ(label[0].arguments,
-              (std::vector<u64>{reinterpret_cast<std::uintptr_t>(&_kel_vstring_type_info_internal),
-                                1, 0, OBJ_NESTED, base}));
-    EXPECT_EQ(spies.of("ip_address_initialize")[0].arguments[0],
-              reinterpret_cast<std::uintptr_t>(&_ip_address_type_info_internal));
-    EXPECT_EQ(spies.of("kel_boolean_initialize")[0].arguments[0],
-              reinterpret_cast<std::uintptr_t>(&_kel_boolean_type_info_internal));
+    EXPECT_EQ(label[0].arguments_in(3, 8),
+              words(&_kel_vstring_type_info_internal, 1, 0, OBJ_NESTED, base));
+    EXPECT_EQ(services.calls("ip_address_initialize")[0].pointer<void>(3),
+              &_ip_address_type_info_internal);
+    EXPECT_EQ(services.calls("kel_boolean_initialize")[0].pointer<void>(3),
+              &_kel_boolean_type_info_internal);
     for (const u32 offset : {48U, 64U, 80U, 96U, 128U, 160U, 176U, 208U, 224U}) {
         EXPECT_NE(head(at(every, offset))->flags & OBJ_NESTED, 0) << offset;
         EXPECT_NE(head(at(every, offset))->descriptor, nullptr) << offset;
@@ -104,7 +103,7 @@ TEST_P(Lifecycle, AQuietUnloggedInitializationAnnouncesAndCountsNothing) {
     EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
     EXPECT_EQ(usage(&_st_ldap_conn_type_info_internal).created, before.created);
     EXPECT_STREQ(head(conn)->descriptor->name, "st_ldap_conn");
-    EXPECT_EQ(spies.count("kellib_update_sttr_offset"), 0U);
+    EXPECT_EQ(services.count("kellib_update_sttr_offset"), 0U);
 }
 
 TEST_P(Lifecycle, InitializationWithAnErrorSetDoesNothing) {
@@ -186,14 +185,14 @@ TEST_P(Lifecycle, DestructionLeavesNoBlockBehind) {
 
 TEST_P(Lifecycle, FieldsAreDestroyedInOrderAndKeepTheirMemory) {
     st_every *every = make.every(3);
-    spies.clear();
+    services.clear();
     st_every_destroy(handle, tx, every);
-    EXPECT_EQ(spies.order({"kel_vstring_get_oid_count", "kel_vstring_destroy_internal",
-                           "ip_address_destroy_internal"}),
+    EXPECT_EQ(services.order({"kel_vstring_get_oid_count", "kel_vstring_destroy_internal",
+                              "ip_address_destroy_internal"}),
               "kel_vstring_get_oid_count kel_vstring_destroy_internal ip_address_destroy_internal "
               "kel_vstring_get_oid_count kel_vstring_destroy_internal");
-    for (const Call &call : spies.of("kel_vstring_destroy_internal")) {
-        EXPECT_EQ(call.arguments[0], 0U);
+    for (const ServiceCall &call : services.calls("kel_vstring_destroy_internal")) {
+        EXPECT_EQ(call.arguments.at(3), 0U);
     }
 }
 
@@ -296,11 +295,11 @@ TEST_P(Lifecycle, TheCrFormsWorkInTheHandlesOwnTransaction) {
 TEST_P(Lifecycle, OnlyTheUserFormsOfCreateRegisterTheTraceModule) {
     st_ldap_conn_create_internal(handle, tx);
     lamp_state_create(handle, tx);
-    EXPECT_EQ(spies.count("ptrail_module_init_fn"), 0U);
+    EXPECT_EQ(services.count("ptrail_module_init_fn"), 0U);
     st_ldap_conn_create(handle, tx);
-    EXPECT_EQ(spies.count("ptrail_module_init_fn"), 1U);
+    EXPECT_EQ(services.count("ptrail_module_init_fn"), 1U);
     st_ldap_conn_create_cr(handle);
-    EXPECT_EQ(spies.count("ptrail_module_init_fn"), 2U);
+    EXPECT_EQ(services.count("ptrail_module_init_fn"), 2U);
 }
 
 TEST_P(Lifecycle, MarkingAnObjectAsEmbeddedMarksItsFieldsFirst) {
@@ -356,13 +355,13 @@ TEST_P(Lifecycle, AfterACopyOutTheCopyHasTextsAddressesAndNestedObjectsOfItsOwn)
     st_every *source = make.every(5);
     st_every *copy = st_every_create(handle, tx);
     std::memcpy(static_cast<void *>(copy), source, every_size);
-    spies.clear();
+    services.clear();
     st_every_post_copyout_cleanup(handle, tx, copy, source, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(spies.of("kel_vstring_set", at(copy, 96)).size(), 1U);
-    EXPECT_EQ(spies.of("ip_address_set", at(copy, 128)).size(), 1U);
-    EXPECT_EQ(spies.of("kel_vstring_set", at(copy, 176)).size(), 1U);
-    EXPECT_EQ(spies.count("kel_boolean_set"), 0U);
+    EXPECT_EQ(services.calls("kel_vstring_set", at(copy, 96)).size(), 1U);
+    EXPECT_EQ(services.calls("ip_address_set", at(copy, 128)).size(), 1U);
+    EXPECT_EQ(services.calls("kel_vstring_set", at(copy, 176)).size(), 1U);
+    EXPECT_EQ(services.count("kel_boolean_set"), 0U);
     st_every_destroy(handle, tx, source);
     make.check(copy, 5);
     st_every_destroy(handle, tx, copy);

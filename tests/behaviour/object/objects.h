@@ -8,10 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tarnbase/tarnbase.h"
-#include "tests/behaviour/object/spies.h"
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"
+#include "tests/support/services.h"
 #include "tests/support/trace.h"
 
 namespace tarn::test {
@@ -95,12 +96,19 @@ inline kel_variant_usage usage(const kel_type_info *descriptor, int variant = 0)
     return descriptor->variant_info->variants[variant];
 }
 
-// A fixture's additions: spies at rest, objects, a second handle.
+// A fixture's additions: the recorder of the services, and objects.
 template <typename Base>
 class WithObjects : public Base {
  protected:
-    WithObjects() { spies.reset(); }
-    ~WithObjects() override { spies.reset(); }
+    ServiceRecorder services{this->session.handle()};
+    // From now the domain reports this error at each look-up.
+    void fail_domain(u32 error) {
+        services.replace(kel_domain_lookup_variant,
+                         [error](kel_handle *own, auto domain, auto descriptor, u32 *reported) {
+                             *reported = error;
+                             return kel_domain_lookup_variant(own, domain, descriptor, reported);
+                         });
+    }
 
     Maker make{this->session.handle()};
     bool tracking() const {

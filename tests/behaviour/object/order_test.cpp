@@ -1,38 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Comparing and hashing whole objects.
-#include <dlfcn.h>
-
 #include <cstring>
 #include <functional>
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
-
-namespace {
-
-// What the comparisons of values answer; 0 for the runtime's own answer.
-std::int32_t string_order = 0, address_order = 0, boolean_order = 0;
-
-template <typename Service>
-Service *runtimes(Service *, const char *name) {
-    return reinterpret_cast<Service *>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
-
-// Stand in front of the runtime's services.
-int32_t kel_vstring_compare(const kel_vstring *a, const kel_vstring *b) {
-    static auto *const real = runtimes(&kel_vstring_compare, "kel_vstring_compare");
-    return string_order != 0 ? string_order : real(a, b);
-}
-int32_t ip_address_compare(const ip_address *a, const ip_address *b) {
-    static auto *const real = runtimes(&ip_address_compare, "ip_address_compare");
-    return address_order != 0 ? address_order : real(a, b);
-}
-int32_t kel_boolean_compare(const kel_boolean *a, const kel_boolean *b) {
-    static auto *const real = runtimes(&kel_boolean_compare, "kel_boolean_compare");
-    return boolean_order != 0 ? boolean_order : real(a, b);
-}
 
 namespace tarn::test {
 namespace {
@@ -131,18 +103,18 @@ TEST_P(Order, EnumerationsGiveTheDifferenceOfTheirValues) {
 TEST_P(Order, WhatAValuesOwnComparisonGivesIsKeptAlsoThroughANestedObject) {
     st_every *a = make.every(4);
     st_every *b = make.every(4);
-    boolean_order = 5;
+    services.replace(kel_boolean_compare, [](auto, auto) { return 5; });
     EXPECT_EQ(st_every_compare(a, b), 5);
-    boolean_order = 0;
-    address_order = -6;
+    services.replace(kel_boolean_compare, nullptr);
+    services.replace(ip_address_compare, [](auto, auto) { return -6; });
     EXPECT_EQ(st_every_compare(a, b), -6);
-    address_order = 0;
-    string_order = 7;
+    services.replace(ip_address_compare, nullptr);
+    services.replace(kel_vstring_compare, [](auto, auto) { return 7; });
     EXPECT_EQ(st_every_compare(a, b), 7);
     EXPECT_EQ(st_tag_compare(st_every_tag_get(handle, tx, a, &err),
                              st_every_tag_get(handle, tx, b, &err)),
               7);
-    string_order = 0;
+    services.replace(kel_vstring_compare, nullptr);
     st_tag_lamp_set_value(handle, tx, st_every_tag_get(handle, tx, a, &err), 2, &err);
     st_tag_lamp_set_value(handle, tx, st_every_tag_get(handle, tx, b, &err), 0, &err);
     EXPECT_EQ(st_every_compare(a, b), 2);

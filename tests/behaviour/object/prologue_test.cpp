@@ -190,10 +190,10 @@ TEST_P(Prologue, LastErrorSpeaksOfTheLatestOperation) {
     for (const Operation &operation : operations) {
         SCOPED_TRACE(operation.name);
         kel_store_err(handle, 11);
-        spies.clear();
+        services.clear();
         u32 error = 0;
         operation.call(&error);
-        EXPECT_GE(spies.count("kel_clear_last_error"), 1U);
+        EXPECT_GE(services.count("kel_clear_last_error"), 1U);
         EXPECT_NE(handle->last_error, 11U);
     }
 }

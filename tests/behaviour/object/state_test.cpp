@@ -76,28 +76,28 @@ TEST_F(StateFlags, EachFieldHasItsOwnPlaceInTheBlock) {
 
 TEST_F(StateFlags, SettingAFlagAnnouncesItsByteAndMarksTheObjectAsModified) {
     st_every *every = st_every_create(handle, tx);
-    spies.clear();
+    services.clear();
     HookRecorder hooks(handle);
     st_every_lamp_state_flag_set(handle, tx, every, 5, &err);
     ASSERT_EQ(hooks.events.size(), 1U);
     EXPECT_EQ(hooks.events[0].address, at(every, every_size + 7));
     EXPECT_EQ(hooks.events[0].length, 1U);
     EXPECT_EQ(hooks.events[0].before, std::vector<u8>{0});
-    EXPECT_EQ(spies.of("kel_set_instance_modified", every)[0].arguments,
-              (std::vector<u64>{1, 1, 1}));
-    EXPECT_EQ(spies.of("kel_get_instance_variant", every)[0].arguments, (std::vector<u64>{1, 1}));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", every).at(0).arguments,
+              words(every, 1, 1, 1));
+    EXPECT_EQ(services.calls("kel_get_instance_variant").at(0).arguments, words(every, 1, 1));
 }
 
 TEST_F(StateFlags, ReadingAFlagMakesNoVariantTestAndKeepsTheLastError) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->variant = -1;
     kel_store_err(handle, 17);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(st_ldap_conn_num_conns_state_flag_get(handle, tx, conn, &err), 2);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 17U);
-    EXPECT_EQ(spies.count("kel_get_instance_variant"), 0U);
-    EXPECT_EQ(spies.count("kel_clear_last_error"), 0U);
+    EXPECT_EQ(services.count("kel_get_instance_variant"), 0U);
+    EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
 }
 
 TEST_F(StateFlags, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
@@ -113,12 +113,12 @@ TEST_F(StateFlags, SettingAllFlagsFillsTheWholeBlockUnannounced) {
     st_every *every = st_every_create(handle, tx);
     const auto body = bytes_of(every, every_size);
     HookRecorder hooks(handle);
-    spies.clear();
+    services.clear();
     st_every_set_all_state_tracking_flag(handle, tx, every, 7);
     EXPECT_EQ(bytes_of(at(every, every_size), every_states), std::vector<u8>(every_states, 7));
     EXPECT_EQ(bytes_of(every, every_size), body);
     EXPECT_TRUE(hooks.events.empty());
-    EXPECT_EQ(spies.count("kel_set_instance_modified"), 0U);
+    EXPECT_EQ(services.count("kel_set_instance_modified"), 0U);
     st_tag *tag = st_every_tag_get(handle, tx, every, &err);
     st_tag_set_all_state_tracking_flag(handle, tx, tag, 8);
     std::vector<u8> expected(every_states, 7);

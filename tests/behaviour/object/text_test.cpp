@@ -45,17 +45,16 @@ TEST_P(Print, AnObjectAtIndent0IsItsNameItsFieldsAndABrace) {
 
 TEST_P(Print, ClosingBlanksLandOnTheOpeningOnesAndAreSteppedOver) {
     st_ldap_conn *conn = make.conn("server", 300);
-    spies.clear();
+    services.clear();
     const u32 length = st_ldap_conn_print(handle, tx, buffer.data(), 3, "mine", conn, 1000, &err);
     EXPECT_EQ(err, 0U);
     const std::string opening =
         "   mine@st_ldap_conn: {\n" + line("sname", Text("server"), 5) + line("num_conns", 300U, 5);
     EXPECT_EQ(masked(text(length), opening.size(), 3), opening + "...}\n");
-    const auto blanks = spies.of("kel_print_space");
+    const auto blanks = services.calls("kel_print_space");
     ASSERT_EQ(blanks.size(), 2U);
-    for (const Call &call : blanks) {
-        EXPECT_EQ(call.subject, buffer.data());
-        EXPECT_EQ(call.arguments[0], 3U);
+    for (const ServiceCall &call : blanks) {
+        EXPECT_EQ(call.arguments_in(2, 4), words(buffer.data(), 3));
     }
 }
 

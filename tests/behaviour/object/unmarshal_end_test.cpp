@@ -82,10 +82,12 @@ TEST_P(FormEnds, ANegativeVariantIsLeftByTheJumpAlone) {
 TEST_P(FormEnds, EachFieldIsGivenTheRoomThatIsLeft) {
     const auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     st_ldap_conn *target = make.conn("other", 6);
-    spies.clear();
+    services.clear();
     st_ldap_conn_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
-    EXPECT_EQ(spies.of("kel_vstring_unmarshal", at(target, 16))[0].arguments[0], bytes.size() - 6);
-    EXPECT_EQ(spies.of("u_int32_unmarshal", at(target, 48))[0].arguments[0], 4 + state());
+    EXPECT_EQ(services.calls("kel_vstring_unmarshal", at(target, 16)).at(0).arguments.at(4),
+              bytes.size() - 6);
+    EXPECT_EQ(services.calls("u_int32_unmarshal", at(target, 48)).at(0).arguments.at(4),
+              4 + state());
 }
 
 TEST_P(FormEnds, TraceDataThatIsCutShortReachesNobody) {
@@ -94,17 +96,17 @@ TEST_P(FormEnds, TraceDataThatIsCutShortReachesNobody) {
     const auto bytes = form(st_point_marshal, source);
     st_point *target = st_point_create(handle, tx);
     for (u32 length = 2; length < 11; ++length) {
-        spies.clear();
+        services.clear();
         st_point_unmarshal(handle, tx, bytes.data(), target, length, 0, &err);
         expect_error(90);
-        EXPECT_EQ(spies.count("kellib_update_ra_all"), 0U) << length;
+        EXPECT_EQ(services.count("kellib_update_ra_all"), 0U) << length;
     }
-    spies.clear();
+    services.clear();
     st_point_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
     EXPECT_EQ(err, 0U);
-    ASSERT_EQ(spies.count("kellib_update_ra_all"), 1U);
-    EXPECT_EQ(spies.of("kellib_update_ra_all", target)[0].arguments,
-              (std::vector<u64>{0x1122334455667788, 0x99}));
+    ASSERT_EQ(services.count("kellib_update_ra_all"), 1U);
+    EXPECT_EQ(services.calls("kellib_update_ra_all")[0].arguments,
+              words(handle, tx, target, 0x1122334455667788, 0x99));
 }
 
 // ---- The header afterwards -----------------------------------------------------------
@@ -149,8 +151,7 @@ TEST_F(PlainFormEnds, TheDescriptorBecomesTheReadersOwn) {
     st_point *point = st_point_create(handle, tx);
     EXPECT_EQ(head(point)->descriptor, &_st_point_type_info_internal);
     st_point_unmarshal(second, tx, bytes, point, 14, 0, &err);
-    EXPECT_EQ(head(point)->descriptor,
-              head(st_point_create(second, tx))->descriptor);
+    EXPECT_EQ(head(point)->descriptor, head(st_point_create(second, tx))->descriptor);
     EXPECT_NE(head(point)->descriptor, &_st_point_type_info_internal);
     st_point_unmarshal(handle, tx, bytes, point, 14, 0, &err);
     EXPECT_EQ(head(point)->descriptor, &_st_point_type_info_internal);

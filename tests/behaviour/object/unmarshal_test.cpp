@@ -86,12 +86,12 @@ TEST_P(Unmarshal, WhatWasWrittenIsReadBack) {
 TEST_P(Unmarshal, InPlaceIsHandedDownUnchanged) {
     const auto bytes = form(make.every(2));
     st_every *every = st_every_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_every_unmarshal(handle, tx, bytes.data(), every, size(bytes), 9, &err);
-    EXPECT_EQ(spies.of("u_int32_unmarshal", at(every, 16))[0].arguments[1], 9U);
-    EXPECT_EQ(spies.of("kel_vstring_unmarshal", at(every, 96))[0].arguments[1], 9U);
-    EXPECT_EQ(spies.of("kel_vstring_unmarshal", at(every, 176))[0].arguments[1], 9U);
-    EXPECT_EQ(spies.of("u_int32_unmarshal", at(every, 64 + 12))[0].arguments[1], 9U);
+    EXPECT_EQ(services.calls("u_int32_unmarshal", at(every, 16)).at(0).arguments.at(5), 9U);
+    EXPECT_EQ(services.calls("kel_vstring_unmarshal", at(every, 96)).at(0).arguments.at(5), 9U);
+    EXPECT_EQ(services.calls("kel_vstring_unmarshal", at(every, 176)).at(0).arguments.at(5), 9U);
+    EXPECT_EQ(services.calls("u_int32_unmarshal", at(every, 64 + 12)).at(0).arguments.at(5), 9U);
 }
 
 TEST_P(Unmarshal, AVariantAboveTheTypesIsReadAsTheTypes) {
@@ -110,7 +110,7 @@ TEST_P(Unmarshal, TheMarkOfTraceDataComesFromTheWireWhateverTheServiceDoes) {
     std::vector<u8> bytes(200);
     const u32 length = st_ldap_conn_marshal(handle, tx, bytes.data(), source, 200, &err);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-    spies.wishes.ra_data_ignored = true;
+    services.replace(kellib_update_ra_all, [](auto...) {});
     EXPECT_EQ(st_ldap_conn_unmarshal(handle, tx, bytes.data(), conn, length, 0, &err), length);
     EXPECT_NE(head(conn)->flags & OBJ_RA_DATA, 0);
     head(conn)->flags &= static_cast<u8>(~OBJ_RA_DATA);

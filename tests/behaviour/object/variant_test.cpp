@@ -123,24 +123,23 @@ TEST_P(Variants, AWriteRaisesAnOlderInstanceIfTheDomainAllows) {
 
 TEST_P(Variants, EveryWriteAdjustsWithTheTypesTopVariantAndTheObjectsDescriptor) {
     st_grown *grown = grown_of(1);
-    spies.clear();
+    services.clear();
     st_grown_total_set_value(handle, tx, grown, 5, &err);
     st_grown_set_all(handle, tx, grown, 6, &err);
     st_grown_minute_set_value(handle, tx, grown, 0, 1, &err);
     EXPECT_EQ(st_grown_adjust_variant(handle, tx, grown, &err), 1);
-    const auto calls = spies.of("kellib_adjust_variant", grown);
+    const auto calls = services.calls("kellib_adjust_variant", grown);
     ASSERT_EQ(calls.size(), 4U);
-    for (const Call &call : calls) {
-        EXPECT_EQ(call.arguments[0], reinterpret_cast<std::uintptr_t>(head(grown)->descriptor));
-        EXPECT_EQ(call.arguments[1], 1U);
+    for (const ServiceCall &call : calls) {
+        EXPECT_EQ(call.arguments, words(handle, tx, grown, head(grown)->descriptor, 1, &err));
     }
-    spies.clear();
+    services.clear();
     EXPECT_EQ(st_grown_adjust_variant(handle, tx, nullptr, &err), 0);
-    EXPECT_EQ(spies.of("kellib_adjust_variant")[0].arguments[0], 0U);
+    EXPECT_EQ(services.calls("kellib_adjust_variant").at(0).pointer<void>(3), nullptr);
     st_ldap_conn *conn = make.conn("a", 1);
-    spies.clear();
+    services.clear();
     st_ldap_conn_adjust_variant(handle, tx, conn, &err);
-    EXPECT_EQ(spies.of("kellib_adjust_variant")[0].arguments[1], 0U);
+    EXPECT_EQ(services.calls("kellib_adjust_variant").at(0).arguments.at(4), 0U);
 }
 
 TEST_P(Variants, ANegativeVariantMakesEveryFieldAccessFailWith43) {
@@ -193,13 +192,13 @@ TEST_P(Variants, CompareAndHashTakeInTheFieldsOfAllVariants) {
 TEST_P(Variants, ReadersAndWritersAskForTheVariantOfTheStructureAndOfTheFieldsSize) {
     st_every *every = make.every(1);
     const auto asked = [&](auto operation) {
-        spies.clear();
+        services.clear();
         operation();
-        const auto calls = spies.of("kel_get_instance_variant", every);
-        return calls.empty() ? std::vector<u64>{} : calls[0].arguments;
+        const auto calls = services.calls("kel_get_instance_variant", every);
+        return calls.empty() ? words() : calls[0].arguments;
     };
-    const std::vector<u64> large = {1, 0};
-    const std::vector<u64> small = {1, 1};
+    const auto large = words(every, 1, 0);
+    const auto small = words(every, 1, 1);
     EXPECT_EQ(asked([&] { st_every_a8_get(handle, tx, every, &err); }), large);
     EXPECT_EQ(asked([&] { st_every_label_get(handle, tx, every, &err); }), large);
     EXPECT_EQ(asked([&] { st_every_addr_get(handle, tx, every, &err); }), large);
@@ -213,11 +212,11 @@ TEST_P(Variants, ReadersAndWritersAskForTheVariantOfTheStructureAndOfTheFieldsSi
 
 TEST_P(Variants, AnEnumerationObjectIsAskedForAsNoStructureAndSmall) {
     lamp_state *lamp = lamp_state_create(handle, tx);
-    spies.clear();
+    services.clear();
     lamp_state_set_value(handle, tx, lamp, 1, &err);
-    const auto calls = spies.of("kel_get_instance_variant", lamp);
+    const auto calls = services.calls("kel_get_instance_variant", lamp);
     ASSERT_FALSE(calls.empty());
-    for (const Call &call : calls) EXPECT_EQ(call.arguments, (std::vector<u64>{0, 1}));
+    for (const ServiceCall &call : calls) EXPECT_EQ(call.arguments, words(lamp, 0, 1));
 }
 
 TEST_P(Variants, ANestedObjectHasAVariantOfItsOwnThatItsParentDoesNotLookAt) {
@@ -234,17 +233,17 @@ TEST_P(Variants, ANestedObjectHasAVariantOfItsOwnThatItsParentDoesNotLookAt) {
 
 TEST_P(Variants, AModifiedMarkGoesToTheObjectWithTheFieldsSize) {
     st_every *every = make.every(1);
-    spies.clear();
+    services.clear();
     st_every_a16_set_value(handle, tx, every, 1, &err);
     st_every_flag_set_value(handle, tx, every, 1, &err);
     st_every_lamp_set_value(handle, tx, every, 1, &err);
     st_every_label_set(handle, tx, every, Text("x"), &err);
-    const auto calls = spies.of("kel_set_instance_modified", every);
+    const auto calls = services.calls("kel_set_instance_modified", every);
     ASSERT_EQ(calls.size(), 4U);
-    EXPECT_EQ(calls[0].arguments, (std::vector<u64>{1, 0, 1}));
-    EXPECT_EQ(calls[1].arguments, (std::vector<u64>{1, 1, 1}));
-    EXPECT_EQ(calls[2].arguments, (std::vector<u64>{1, 1, 1}));
-    EXPECT_EQ(calls[3].arguments, (std::vector<u64>{1, 0, 1}));
+    EXPECT_EQ(calls[0].arguments, words(every, 1, 0, 1));
+    EXPECT_EQ(calls[1].arguments, words(every, 1, 1, 1));
+    EXPECT_EQ(calls[2].arguments, words(every, 1, 1, 1));
+    EXPECT_EQ(calls[3].arguments, words(every, 1, 0, 1));
 }
 
 // ---- Modified marks ------------------------------------------------------------------
@@ -284,12 +283,12 @@ TEST_P(Backpropagation, AMarkedFieldIsClearedAlongWithTheObjectsOwnMark) {
     st_every_lamp_set_value(handle, tx, every, 1, &err);
     EXPECT_EQ(kel_get_instance_modified(at(every, 64), 0, 1), 1U);
     EXPECT_EQ(kel_get_instance_modified(every, 1, 0), 1U);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(st_every_type_type_backpropagate(handle, tx, every, &err), 1U);
     EXPECT_EQ(kel_get_instance_modified(at(every, 64), 0, 1), 0U);
     EXPECT_EQ(kel_get_instance_modified(every, 1, 0), 0U);
-    EXPECT_EQ(spies.of("kel_set_instance_modified", every)[0].arguments,
-              (std::vector<u64>{1, 0, 0}));
+    EXPECT_EQ(services.calls("kel_set_instance_modified", every).at(0).arguments,
+              words(every, 1, 0, 0));
 }
 
 TEST_P(Backpropagation, AMarkDeepInsideIsFound) {
@@ -301,7 +300,7 @@ TEST_P(Backpropagation, AMarkDeepInsideIsFound) {
 
 TEST_P(Backpropagation, AnArrayIsNeverVisited) {
     st_day *day = st_day_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_day_minute_set(handle, tx, day, 3, std::vector<u8>{9}.data(), &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(st_day_type_type_backpropagate(handle, tx, day, &err), 0U);

@@ -55,7 +55,8 @@ TEST_P(WholeObjects, AllValuesOfANullObjectAre0) {
 
 TEST_P(WholeObjects, AValueWithoutAccessIsReadAs0) {
     st_every *every = make.every(4);
-    spies.wishes.null_access = true;
+    services.replace(u_int8_get, [](auto...) { return nullptr; });
+    services.replace(u_int32_get, [](auto...) { return nullptr; });
     Values values;
     values.read(handle, every, &err);
     EXPECT_EQ(err, 0U);
@@ -66,7 +67,7 @@ TEST_P(WholeObjects, AValueWithoutAccessIsReadAs0) {
 
 TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
     st_every *every = st_every_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
     EXPECT_EQ(err, 0U);
     if (tracking()) {
@@ -74,21 +75,21 @@ TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
     }
     EXPECT_EQ(kel_get_instance_modified(every, 1, 0), 1U);
     std::vector<u64> sizes;
-    for (const Call &call : spies.of("kel_set_instance_modified", every)) {
-        EXPECT_EQ(call.arguments[0], 1U);
-        EXPECT_EQ(call.arguments[2], 1U);
-        sizes.push_back(call.arguments[1]);
+    for (const ServiceCall &call : services.calls("kel_set_instance_modified", every)) {
+        EXPECT_EQ(call.arguments.at(1), 1U);
+        EXPECT_EQ(call.arguments.at(3), 1U);
+        sizes.push_back(call.arguments.at(2));
     }
     EXPECT_EQ(sizes, (std::vector<u64>{0, 0, 0, 0, 0, 0, 1, 1, 1}));
 }
 
 TEST_P(WholeObjects, AFailureInTheMiddleStopsNeitherTheOtherValuesNorTheMarks) {
     st_every *every = st_every_create(handle, tx);
-    spies.clear();
-    spies.wishes.set_error = 22;
+    services.clear();
+    services.replace(u_int32_set_value, [](auto, auto, auto, auto, u32 *error) { *error = 22; });
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
     expect_error(22);
-    EXPECT_EQ(spies.of("kel_set_instance_modified", every).size(), 9U);
+    EXPECT_EQ(services.calls("kel_set_instance_modified", every).size(), 9U);
     Values values;
     values.read(handle, every, &err);
     EXPECT_EQ(values.a8, 1);
@@ -110,7 +111,7 @@ TEST_P(WholeObjects, TheFirstFailureOfSettingAllValuesIsTheResult) {
     values.read(handle, every, &err);
     EXPECT_EQ(values.lamp, 0U);
     EXPECT_EQ(values.door, 3U);
-    spies.wishes.set_error = 22;
+    services.replace(u_int32_set_value, [](auto, auto, auto, auto, u32 *error) { *error = 22; });
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 99, 3, &err);
     expect_error(22);
 }
@@ -156,14 +157,14 @@ TEST_P(WholeObjects, ACopyOfAnObjectOverItselfOnlyAdjustsTheVariant) {
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);
     auto expected = bytes_of(grown, st_grown_sizeof(handle));
     HookRecorder hooks(handle);
-    spies.clear();
+    services.clear();
     st_grown_set(handle, tx, grown, grown, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(hooks.count(Hook::write_log), 1U);
     EXPECT_TRUE(hooks.announced(&head(grown)->variant, 1));
     expected[offsetof(kel_object, variant)] = 1;
     EXPECT_EQ(bytes_of(grown, st_grown_sizeof(handle)), expected);
-    EXPECT_EQ(spies.count("kel_vstring_set"), 0U);
+    EXPECT_EQ(services.count("kel_vstring_set"), 0U);
 }
 
 TEST_P(WholeObjects, ACopyAnnouncesThePlainSizeFirstAndSetsNoModifiedMark) {
@@ -172,16 +173,16 @@ TEST_P(WholeObjects, ACopyAnnouncesThePlainSizeFirstAndSetsNoModifiedMark) {
     kel_set_instance_modified(copy, 1, 0, 0);
     const auto before = bytes_of(copy, every_size);
     HookRecorder hooks(handle);
-    spies.clear();
+    services.clear();
     st_every_set(handle, tx, copy, source, &err);
     const auto stores = hooks.of(Hook::write_log);
     ASSERT_FALSE(stores.empty());
     EXPECT_EQ(stores[0].address, copy);
     EXPECT_EQ(stores[0].length, every_size);
     EXPECT_EQ(stores[0].before, before);
-    EXPECT_EQ(spies.of("kel_set_instance_modified", copy).size(), 0U);
+    EXPECT_EQ(services.calls("kel_set_instance_modified", copy).size(), 0U);
     EXPECT_EQ(kel_get_instance_modified(copy, 1, 0), 0U);
-    EXPECT_EQ(spies.order({"kel_vstring_set", "ip_address_set", "kel_boolean_set"}),
+    EXPECT_EQ(services.order({"kel_vstring_set", "ip_address_set", "kel_boolean_set"}),
               "kel_vstring_set ip_address_set kel_vstring_set");
 }
 

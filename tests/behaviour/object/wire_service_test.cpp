@@ -11,13 +11,13 @@ namespace {
 class WireServices : public ObjectModeTest {
  protected:
     std::vector<u8> buffer = std::vector<u8>(8192, 0xee);
-    u64 place(u32 offset) const { return reinterpret_cast<std::uintptr_t>(buffer.data()) + offset; }
+    u8 *place(u32 offset) { return buffer.data() + offset; }
     // Expects one call of the service about the item at `offset`.
     void expect_item(const std::string &service, const void *field, u32 offset, u32 room) {
-        const auto calls = spies.of(service, field);
+        const auto calls = services.calls(service, field);
         ASSERT_EQ(calls.size(), 1U) << service << " at " << offset;
-        EXPECT_EQ(calls[0].arguments[0], place(offset)) << service;
-        EXPECT_EQ(calls[0].arguments[1], room - offset) << service;
+        EXPECT_EQ(calls[0].pointer<u8>(2), place(offset)) << service;
+        EXPECT_EQ(calls[0].arguments.at(4), room - offset) << service;
     }
     u32 state() const { return tracking() ? 1 : 0; }
 };
@@ -27,7 +27,7 @@ using FatalWire = ObjectTest;
 TEST_P(WireServices, EachFieldIsGivenThePlaceBehindTheLastOneAndTheRoomThatIsLeft) {
     st_every *every = make.every(0);
     const u32 room = 500;
-    spies.clear();
+    services.clear();
     st_every_marshal(handle, tx, buffer.data(), every, room, &err);
     ASSERT_EQ(err, 0U);
     u32 offset = 6;
@@ -55,34 +55,46 @@ TEST_P(WireServices, EachFieldIsGivenThePlaceBehindTheLastOneAndTheRoomThatIsLef
 
 TEST_P(WireServices, TheHeaderIsVariantFlagsAndAJumpOf0ThatIsPatchedInItsFourBytes) {
     st_ldap_conn *conn = make.conn("server", 300);
-    spies.clear();
+    std::vector<std::int32_t> written;
+    services.replace(
+        _kel_variant_jump_marshal,
+        [&](auto own, auto tx_id, void *to, const std::int32_t *jump, u32 room, u32 *error) {
+            written.push_back(*jump);
+            return _kel_variant_jump_marshal(own, tx_id, to, jump, room, error);
+        });
+    services.clear();
     const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
     ASSERT_EQ(err, 0U);
-    EXPECT_EQ(spies.order({"_kel_instance_variant_marshal", "_kel_instance_obj_flag_marshal",
-                           "_kel_variant_jump_marshal", "kel_vstring_marshal", "u_int32_marshal"}),
-              "_kel_instance_variant_marshal _kel_instance_obj_flag_marshal "
-              "_kel_variant_jump_marshal kel_vstring_marshal u_int32_marshal "
-              "_kel_variant_jump_marshal");
+    EXPECT_EQ(
+        services.order({"_kel_instance_variant_marshal", "_kel_instance_obj_flag_marshal",
+                        "_kel_variant_jump_marshal", "kel_vstring_marshal", "u_int32_marshal"}),
+        "_kel_instance_variant_marshal _kel_instance_obj_flag_marshal "
+        "_kel_variant_jump_marshal kel_vstring_marshal u_int32_marshal "
+        "_kel_variant_jump_marshal");
     expect_item("_kel_instance_variant_marshal", buffer.data(), 0, 700);
     expect_item("_kel_instance_obj_flag_marshal", buffer.data() + 1, 1, 700);
-    const auto jumps = spies.of("_kel_variant_jump_marshal");
-    EXPECT_EQ(jumps[0].arguments, (std::vector<u64>{place(2), 698, 0}));
-    EXPECT_EQ(jumps[1].arguments, (std::vector<u64>{place(2), 4, length - 2}));
+    const auto jumps = services.calls("_kel_variant_jump_marshal");
+    EXPECT_EQ(jumps[0].pointer<u8>(2), place(2));
+    EXPECT_EQ(jumps[0].arguments.at(4), 698U);
+    EXPECT_EQ(jumps[1].pointer<u8>(2), place(2));
+    EXPECT_EQ(jumps[1].arguments.at(4), 4U);
+    EXPECT_EQ(written, (std::vector<std::int32_t>{0, static_cast<std::int32_t>(length - 2)}));
 }
 
 TEST_P(WireServices, TheDomainIsAskedWithTheObjectsDescriptorOrWithNullForNone) {
     st_point *point = st_point_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_point_marshal(handle, tx, buffer.data(), point, 100, &err);
-    ASSERT_EQ(spies.count("kel_domain_lookup_variant"), 1U);
-    EXPECT_EQ(spies.of("kel_domain_lookup_variant")[0].subject, head(point)->descriptor);
-    const auto reads = spies.of("kel_get_instance_variant", point);
+    ASSERT_EQ(services.count("kel_domain_lookup_variant"), 1U);
+    EXPECT_EQ(services.calls("kel_domain_lookup_variant")[0].pointer<void>(2),
+              head(point)->descriptor);
+    const auto reads = services.calls("kel_get_instance_variant", point);
     ASSERT_EQ(reads.size(), 1U);
-    EXPECT_EQ(reads[0].arguments, (std::vector<u64>{1, 0}));
-    spies.clear();
+    EXPECT_EQ(reads[0].arguments, words(point, 1, 0));
+    services.clear();
     st_point_marshal(handle, tx, buffer.data(), nullptr, 100, &err);
-    ASSERT_EQ(spies.count("kel_domain_lookup_variant"), 1U);
-    EXPECT_EQ(spies.of("kel_domain_lookup_variant")[0].subject, nullptr);
+    ASSERT_EQ(services.count("kel_domain_lookup_variant"), 1U);
+    EXPECT_EQ(services.calls("kel_domain_lookup_variant")[0].pointer<void>(2), nullptr);
 }
 
 TEST_P(WireServices, ANullObjectIsWrittenAsEmptyFields) {
@@ -111,18 +123,18 @@ TEST_P(WireServices, AnInstanceIsHeldDownToADomainThatKnowsNoVariantAtAll) {
 
 TEST_P(WireServices, AnErrorOfTheDomainLeavesEveryItemOut) {
     st_ldap_conn *conn = make.conn("server", 300);
-    spies.wishes.domain_error = 5;
+    fail_domain(5);
     const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
     EXPECT_EQ(err, 5U);
     // The state bytes of two fields are stored all the same.
     EXPECT_EQ(length, 2 * state());
-    EXPECT_EQ(spies.count("u_int32_marshal"), 1U) << "the fields are gone through";
+    EXPECT_EQ(services.count("u_int32_marshal"), 1U) << "the fields are gone through";
 }
 
 TEST_P(WireServices, TheResultOfFetchingTraceDataTakesThePlaceOfAnEarlierError) {
     st_point *point = st_point_create(handle, tx);
     kellib_update_ra_all(handle, tx, point, 0x0807060504030201, 9);
-    spies.wishes.domain_error = 5;
+    fail_domain(5);
     const u32 length = st_point_marshal(handle, tx, buffer.data(), point, 700, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(length, 9 + 4 + 8 + 2 * state());
@@ -144,10 +156,10 @@ TEST_P(WireServices, TraceDataWithoutRoomIsError90) {
 
 TEST_P(WireServices, WithoutTraceDataNothingIsFetched) {
     st_point *point = st_point_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_point_marshal(handle, tx, buffer.data(), point, 700, &err);
-    EXPECT_EQ(spies.count("kellib_get_ra_data"), 0U);
-    EXPECT_EQ(spies.count("_kel_instance_ra_data_marshal"), 0U);
+    EXPECT_EQ(services.count("kellib_get_ra_data"), 0U);
+    EXPECT_EQ(services.count("_kel_instance_ra_data_marshal"), 0U);
 }
 
 TEST_P(WireServices, TheEpochErrorIsPutBackUnlessTheFormFailedWithOneOfItsOwn) {

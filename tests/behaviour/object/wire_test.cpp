@@ -100,7 +100,7 @@ TEST_F(WireModes, TraceDataStandsBehindTheFlagsAndTheJumpCountsFromItself) {
 TEST_F(WireModes, TheResultOfFetchingTraceDataBecomesTheError) {
     st_ldap_conn *conn = make.conn("server", 300);
     head(conn)->flags |= OBJ_RA_DATA;
-    spies.wishes.ra_data_error = 22;
+    services.always_return("kellib_get_ra_data", 22);
     st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 8000, &err);
     EXPECT_EQ(err, 22U);
 }
@@ -224,23 +224,23 @@ TEST_P(Wire, AnInstanceNewerThanTheDomainIsReportedAndWrittenInTheDomainsVariant
     const auto expected = form(st_grown_marshal, grown);
     head(grown)->variant = 1;
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
-    spies.clear();
+    services.clear();
     const auto written = form(st_grown_marshal, grown);
     expect_error(43);
     EXPECT_EQ(written, expected);
-    EXPECT_EQ(spies.count("kel_store_epoch_err"), 1U);
-    EXPECT_EQ(spies.of("kel_store_epoch_err")[0].arguments[0], 43U);
+    EXPECT_EQ(services.count("kel_store_epoch_err"), 1U);
+    EXPECT_EQ(services.calls("kel_store_epoch_err").at(0).arguments, words(handle, 43, &err));
 }
 
 TEST_P(Wire, ForACloneTheInstanceKeepsItsVariantAndNothingIsReported) {
     st_grown *grown = make.grown(2);
     const auto expected = form(st_grown_marshal, grown);
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
-    spies.clear();
+    services.clear();
     EXPECT_EQ(form(st_grown_marshal_for_clone, grown), expected);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
-    EXPECT_EQ(spies.count("kel_store_epoch_err"), 0U);
+    EXPECT_EQ(services.count("kel_store_epoch_err"), 0U);
 }
 
 TEST_P(Wire, ANestedObjectNewerThanTheDomainIsReportedAndAllTheRestIsWritten) {

@@ -18,9 +18,9 @@ class XmlPaths : public ObjectModeTest {
         EXPECT_NE(document, nullptr) << kel_error_text();
         return document;
     }
-    static std::vector<std::string> paths(const std::vector<Call> &calls) {
+    static std::vector<std::string> paths(const std::vector<ServiceCall> &calls) {
         std::vector<std::string> all;
-        for (const Call &call : calls) all.push_back(call.text);
+        for (const ServiceCall &call : calls) all.push_back(call.text);
         return all;
     }
     char message[64] = "untouched";
@@ -32,46 +32,44 @@ TEST_P(XmlPaths, AFieldsIsItsParentsASlashAndItsName) {
         "<around><e><label>new</label><tag><name>n</name><point><x>1</x><y>2</y></point></tag>"
         "</e></around>");
     st_every *every = make.every(1);
-    spies.clear();
+    services.clear();
     st_every_from_xml(handle, tx, "//e", document.get(), every, &err, message, 64);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(paths(spies.of("xml_get_element_nodecount")),
+    EXPECT_EQ(paths(services.calls("xml_get_element_nodecount")),
               (std::vector<std::string>{"//e", "//e/tag", "//e/tag/point"}));
-    EXPECT_EQ(paths(spies.of("kel_vstring_from_xml")),
+    EXPECT_EQ(paths(services.calls("kel_vstring_from_xml")),
               (std::vector<std::string>{"//e/label", "//e/tag/name"}));
-    EXPECT_EQ(paths(spies.of("int32_from_xml")),
+    EXPECT_EQ(paths(services.calls("int32_from_xml")),
               (std::vector<std::string>{"//e/s32", "//e/tag/point/x", "//e/tag/point/y"}));
-    EXPECT_EQ(paths(spies.of("u_int32_from_xml")), (std::vector<std::string>{"//e/a32"}));
-    EXPECT_EQ(spies.order({"u_int8_from_xml", "u_int32_from_xml", "kel_vstring_from_xml"}),
+    EXPECT_EQ(paths(services.calls("u_int32_from_xml")), (std::vector<std::string>{"//e/a32"}));
+    EXPECT_EQ(services.order({"u_int8_from_xml", "u_int32_from_xml", "kel_vstring_from_xml"}),
               "u_int8_from_xml u_int32_from_xml kel_vstring_from_xml kel_vstring_from_xml");
 }
 
 TEST_P(XmlPaths, DocumentAndMessageAreHandedOnAndLeftAlone) {
     const Document document = parse("<e><a8>300</a8></e>");
     st_every *every = make.every(1);
-    spies.clear();
+    services.clear();
     st_every_from_xml(handle, tx, "/e", document.get(), every, &err, message, 64);
     expect_error(22);
     EXPECT_STREQ(message, "untouched") << "only enumerations write it";
     const Document other = parse("<e><label>new</label></e>");
     st_every_from_xml(handle, tx, "/e", other.get(), every, &err, message, 64);
     EXPECT_EQ(err, 0U);
-    const auto calls = spies.of("kel_vstring_from_xml", at(every, 96));
+    const auto calls = services.calls("kel_vstring_from_xml", at(every, 96));
     ASSERT_EQ(calls.size(), 1U);
-    EXPECT_EQ(calls[0].arguments,
-              (std::vector<u64>{reinterpret_cast<std::uintptr_t>(other.get()),
-                                reinterpret_cast<std::uintptr_t>(message), 64}));
+    EXPECT_EQ(calls[0].arguments_in(3, 8), words(other.get(), at(every, 96), &err, message, 64));
 }
 
 TEST_P(XmlPaths, AnArraysElementsCountFrom1AndEndAtTheFirstThatIsAbsent) {
     const Document document = parse("<d><minute>8</minute><minute>9</minute><total>5</total></d>");
     st_day *day = st_day_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_day_from_xml(handle, tx, "//d", document.get(), day, &err, message, 64);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(paths(spies.of("u_int8_from_xml")),
+    EXPECT_EQ(paths(services.calls("u_int8_from_xml")),
               (std::vector<std::string>{"//d/minute[1]", "//d/minute[2]", "//d/minute[3]"}));
-    EXPECT_EQ(paths(spies.of("u_int32_from_xml")), (std::vector<std::string>{"//d/total"}));
+    EXPECT_EQ(paths(services.calls("u_int32_from_xml")), (std::vector<std::string>{"//d/total"}));
     EXPECT_EQ(st_day_total_get_value(handle, tx, day, &err), 5U);
 }
 
@@ -82,10 +80,10 @@ TEST_P(XmlPaths, AnArrayIsReadToItsLastElementAndNoFurther) {
     }
     const Document document = parse(text + "</d>");
     st_day *day = st_day_create(handle, tx);
-    spies.clear();
+    services.clear();
     st_day_from_xml(handle, tx, "//d", document.get(), day, &err, message, 64);
     EXPECT_EQ(err, 0U);
-    const auto asked = paths(spies.of("u_int8_from_xml"));
+    const auto asked = paths(services.calls("u_int8_from_xml"));
     ASSERT_EQ(asked.size(), minutes);
     EXPECT_EQ(asked.back(), "//d/minute[1440]");
     for (u32 i = 0; i < minutes; ++i) {
@@ -100,12 +98,12 @@ TEST_P(XmlPaths, AFieldsPathIsCutTo255Characters) {
     while (path.size() < 250) path += "[1]";
     const Document document = parse("<c><sname>new</sname><num_conns>7</num_conns></c>");
     st_ldap_conn *conn = make.conn("server", 300);
-    spies.clear();
+    services.clear();
     st_ldap_conn_from_xml(handle, tx, path.c_str(), document.get(), conn, &err, message, 64);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(paths(spies.of("kel_vstring_from_xml")),
+    EXPECT_EQ(paths(services.calls("kel_vstring_from_xml")),
               (std::vector<std::string>{(path + "/sname").substr(0, 255)}));
-    EXPECT_EQ(paths(spies.of("u_int32_from_xml")),
+    EXPECT_EQ(paths(services.calls("u_int32_from_xml")),
               (std::vector<std::string>{(path + "/num_conns").substr(0, 255)}));
 }
 
@@ -116,7 +114,7 @@ TEST_P(XmlPaths, OfNoDocumentAndOfNoSenseSelectNothing) {
     expect_error(2);
     st_ldap_conn_from_xml(handle, tx, "count(//c)", document.get(), conn, &err, message, 64);
     expect_error(2);
-    EXPECT_EQ(spies.count("kel_vstring_from_xml"), 0U);
+    EXPECT_EQ(services.count("kel_vstring_from_xml"), 0U);
 }
 
 TEST_P(XmlPaths, ANestedObjectsFailureEndsItsParentsReadingToo) {
@@ -124,21 +122,21 @@ TEST_P(XmlPaths, ANestedObjectsFailureEndsItsParentsReadingToo) {
     st_every *every = make.every(1);
     st_every_from_xml(handle, tx, "//e", document.get(), every, &err, message, 64);
     expect_error(22);
-    EXPECT_EQ(spies.count("int32_from_xml"), 2U) << "s32 and x";
+    EXPECT_EQ(services.count("int32_from_xml"), 2U) << "s32 and x";
 }
 
 TEST_P(XmlPaths, WritingAsksNoFieldBehindOneThatFailed) {
     pair_key *key = pair_key_create(handle, tx);
     std::vector<char> buffer(500);
-    spies.clear();
+    services.clear();
     pair_key_to_xml(handle, tx, "k", buffer.data(), key, 500, 0, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(spies.count("u_int8_to_xml"), 1U);
+    EXPECT_EQ(services.count("u_int8_to_xml"), 1U);
     pair_key_name_set(handle, tx, key, Text(std::string("\x01", 1)), &err);
-    spies.clear();
+    services.clear();
     pair_key_to_xml(handle, tx, "k", buffer.data(), key, 500, 0, &err);
     expect_error(22);
-    EXPECT_EQ(spies.count("u_int8_to_xml"), 0U);
+    EXPECT_EQ(services.count("u_int8_to_xml"), 0U);
 }
 
 TEST_P(XmlPaths, WritingTextAndXmlAnnouncesAndChangesNothing) {

@@ -113,21 +113,21 @@ TEST_P(Xml, WhatWasWrittenIsReadBack) {
 TEST_P(Xml, StateFlagsAreHandedToEachFieldsElementAndTheCallersToTheObjects) {
     st_grown *grown = make.grown(1);
     st_grown_set_all_state_tracking_flag(handle, tx, grown, 6);
-    spies.clear();
+    services.clear();
     text(st_grown_to_xml(handle, tx, "g", buffer.data(), grown, 190000, 4, &err));
     EXPECT_EQ(err, 0U);
     const u64 expected = tracking() ? 6 : 0;
-    const auto tags = spies.of("start_tag");
+    const auto tags = services.calls("start_tag");
     // The object, `share`, its lamp and point, `extra`, its lamp and point.
     ASSERT_EQ(tags.size(), 7U);
-    EXPECT_EQ(tags[0].arguments[0], 4U);
-    EXPECT_EQ(tags[1].arguments[0], expected);
-    EXPECT_EQ(tags[2].arguments[0], 0U) << "an enumeration ignores its flag";
-    EXPECT_EQ(tags[3].arguments[0], expected);
-    EXPECT_EQ(tags[4].arguments[0], expected);
-    const auto elements = spies.of("u_int8_to_xml");
+    EXPECT_EQ(tags[0].arguments.at(5), 4U);
+    EXPECT_EQ(tags[1].arguments.at(5), expected);
+    EXPECT_EQ(tags[2].arguments.at(5), 0U) << "an enumeration ignores its flag";
+    EXPECT_EQ(tags[3].arguments.at(5), expected);
+    EXPECT_EQ(tags[4].arguments.at(5), expected);
+    const auto elements = services.calls("u_int8_to_xml");
     ASSERT_EQ(elements.size(), minutes);
-    for (const Call &call : elements) EXPECT_EQ(call.arguments[0], expected);
+    for (const ServiceCall &call : elements) EXPECT_EQ(call.arguments.at(6), expected);
 }
 
 TEST_F(TrackedXml, EachElementOfAnArrayHasItsOwnFlag) {
@@ -135,12 +135,12 @@ TEST_F(TrackedXml, EachElementOfAnArrayHasItsOwnFlag) {
     st_grown_minute_state_flag_set(handle, tx, grown, 5, 3, &err);
     st_grown_minute_state_flag_whole_set(handle, tx, grown, 9, &err);
     std::vector<char> buffer(190000);
-    spies.clear();
+    services.clear();
     st_grown_to_xml(handle, tx, "g", buffer.data(), grown, 190000, 0, &err);
     EXPECT_EQ(err, 0U);
-    const auto elements = spies.of("u_int8_to_xml");
-    EXPECT_EQ(elements[4].arguments[0], 0U);
-    EXPECT_EQ(elements[5].arguments[0], 3U);
+    const auto elements = services.calls("u_int8_to_xml");
+    EXPECT_EQ(elements[4].arguments.at(6), 0U);
+    EXPECT_EQ(elements[5].arguments.at(6), 3U);
 }
 
 TEST_P(Xml, AnInstanceOfANegativeVariantIsAnEmptyElement) {
@@ -219,7 +219,8 @@ TEST_P(Xml, APathThatSelectsNothingIsError2) {
 
 TEST_P(Xml, AnyOtherFailureStopsTheReader) {
     st_ldap_summary *summary = st_ldap_summary_create(handle, tx);
-    spies.wishes.from_xml_error = 22;
+    services.replace(u_int32_from_xml,
+                     [](auto, auto, auto, auto, auto, u32 *error, auto, auto) { *error = 22; });
     st_ldap_summary_from_xml(
         handle, tx, "//s",
         parse("<s><sname>a</sname><req_timeout>4</req_timeout><status>1</status></s>").get(),
@@ -281,7 +282,7 @@ TEST_P(Xml, AnEnumerationWithoutAKnownChildKeepsItsValue) {
 
 TEST_P(Xml, AnEnumerationsFailureComesWithAMessageAndStopsTheReader) {
     st_every *every = make.every(5);
-    spies.wishes.element_value = 22;
+    services.always_return("xml_get_element_value", 22);
     read(every, "<e><lamp><LAMP_ON/></lamp><label>new</label></e>");
     expect_error(22);
     EXPECT_STREQ(message, "Failed xpath: //e/lamp");
