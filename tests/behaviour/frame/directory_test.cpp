@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The Table Directory: a table's vector by its LUID.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -10,26 +9,18 @@
 #include "tarnbase/runtime.h"
 #include "tarnbase/tarnbase.h"
 #include "tests/support/fixture.h"
+#include "tests/support/services.h"
 
 namespace {
 
-int copies = 0;
-
-class Directory : public tarn::test::PlainTest {};
+class Directory : public tarn::test::PlainTest {
+ protected:
+    tarn::test::ServiceRecorder services{handle};
+};
 
 const std::uint8_t *luid_of(const kel_type_info *item) { return item->luid; }
 
 bool is_table(const kel_type_info *item) { return std::string(item->kind) == "table"; }
-
-}  // namespace
-
-uint32_t table_vft_cpy(void *destination, const void *source, uint32_t count) {
-    ++copies;
-    using Service = decltype(&table_vft_cpy);
-    return reinterpret_cast<Service>(dlsym(RTLD_NEXT, "table_vft_cpy"))(destination, source, count);
-}
-
-namespace {
 
 TEST_F(Directory, GivesEachTableItsPlaceInAscendingOrderOfLuid) {
     std::int32_t tables = 0;
@@ -65,10 +56,9 @@ TEST_F(Directory, IsFilledOnceAndAnswersTheVectorOfATable) {
     EXPECT_EQ(vector, tarnbase_table_lut[tarnbase_table_mrst_lookup(table_tbl_ldap_conn_luid)]);
     EXPECT_EQ(0, std::memcmp(vector, tbl_ldap_conn_table_vft, sizeof(void *) * 48));
     EXPECT_EQ(vector[2], reinterpret_cast<const void *>(&tbl_ldap_conn_table_open_unsafe));
-    const int once = copies;
-    EXPECT_EQ(once, 1);
+    EXPECT_EQ(services.count("table_vft_cpy"), 1U);
     EXPECT_EQ(tarnbase_table_vft_init(), 0U);
-    EXPECT_EQ(copies, once);
+    EXPECT_EQ(services.count("table_vft_cpy"), 1U);
 }
 
 TEST_F(Directory, ReportsErrorTwoAndNoVectorForAnUnknownIdentity) {

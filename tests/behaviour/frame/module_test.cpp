@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Descriptors as a whole: the list, a store's copies of it, the variant dump, and
 // the bundle handler.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdarg>
@@ -15,39 +14,18 @@
 #include "tarnbase/tarnbase.h"
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"
+#include "tests/support/services.h"
 #include "tests/support/trace.h"
-
-namespace {
-
-struct Update {
-    const kel_type_info *constant;
-    std::uint32_t is_new;
-};
-std::vector<Update> updates;
-std::vector<std::string> handler_calls;
-
-}  // namespace
-
-// Stands in front of the runtime's service and notes its calls.
-void kel_update_variant_info(kel_handle *handle, uint32_t tx_id, kel_type_info_copy *copy,
-                             const kel_type_info *constant, uint32_t is_new) {
-    updates.push_back({constant, is_new});
-    using Service = decltype(&kel_update_variant_info);
-    reinterpret_cast<Service>(dlsym(RTLD_NEXT, "kel_update_variant_info"))(handle, tx_id, copy,
-                                                                           constant, is_new);
-}
-
-void ridge_comm_bundle_handler_register(void *) { handler_calls.push_back("ridge register"); }
-void ridge_comm_bundle_handler_unregister() { handler_calls.push_back("ridge unregister"); }
-void if_common_bundle_handler_register(void *) { handler_calls.push_back("if register"); }
-void if_common_bundle_handler_unregister() { handler_calls.push_back("if unregister"); }
 
 namespace {
 
 using tarn::test::Hook;
 using tarn::test::HookRecorder;
 using tarn::test::Mode;
+using tarn::test::ServiceCall;
+using tarn::test::ServiceRecorder;
 using tarn::test::Session;
+using tarn::test::words;
 
 std::size_t item_count() {
     std::size_t n = 0;
@@ -57,9 +35,9 @@ std::size_t item_count() {
 
 class Descriptors : public ::testing::Test {
  protected:
-    void SetUp() override { updates.clear(); }
     Session session{Mode::store_types};
     kel_handle *const handle = session.handle();
+    ServiceRecorder services{handle};
     std::uint32_t err = 0;
 };
 
@@ -120,10 +98,10 @@ TEST_F(Descriptors, AreCopiedIntoAStoreOnceEach) {
     ASSERT_EQ(err, 0U);
 
     EXPECT_EQ(hooks.count(Hook::type_map_insert), item_count());
+    const auto updates = services.calls("kel_update_variant_info");
     ASSERT_EQ(updates.size(), item_count());
     for (std::size_t i = 0; i < item_count(); ++i) {
-        EXPECT_EQ(updates[i].constant, tarnbase_type_list[i]);
-        EXPECT_EQ(updates[i].is_new, 1U);
+        EXPECT_EQ(updates[i].arguments_in(3, 5), words(tarnbase_type_list[i], 1));
     }
     const auto inserts = hooks.of(Hook::type_map_insert);
     for (std::size_t i = 0; i < inserts.size(); ++i) {
@@ -140,14 +118,15 @@ TEST_F(Descriptors, AreCopiedIntoAStoreOnceEach) {
 
 TEST_F(Descriptors, ThatAreInTheStoreAreOnlyBroughtUpToDate) {
     tarnbase_typeinfo_initialize(handle, 7, &err);
-    updates.clear();
+    services.clear();
     HookRecorder hooks(handle);
     tarnbase_typeinfo_initialize(handle, 7, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(hooks.count(Hook::type_alloc), 0U);
     EXPECT_EQ(hooks.count(Hook::type_map_insert), 0U);
+    const auto updates = services.calls("kel_update_variant_info");
     ASSERT_EQ(updates.size(), item_count());
-    for (const Update &update : updates) EXPECT_EQ(update.is_new, 0U);
+    for (const ServiceCall &update : updates) EXPECT_EQ(update.arguments.at(4), 0U) << "is_new";
 }
 
 TEST_F(Descriptors, ThatCannotBeCopiedLeaveWhatWasEnteredAndASecondCallCompletesIt) {
@@ -173,7 +152,7 @@ TEST_F(Descriptors, ReportErrorTwelveAtTheFirstCopyThatFails) {
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(handle->last_error, 12U);
     EXPECT_EQ(hooks.count(Hook::type_alloc), 1U);
-    EXPECT_TRUE(updates.empty());
+    EXPECT_EQ(services.count("kel_update_variant_info"), 0U);
 }
 
 TEST_F(Descriptors, OfAStoreCountWithoutTouchingTheConstantOnes) {
@@ -240,18 +219,20 @@ TEST(VariantDump, TellsEachItemsVariantsInTheOrderOfTheList) {
 }
 
 TEST(BundleHandler, IsHandedToBothRegistriesAndTheOneBeforeIsAnswered) {
+    Session session;
+    ServiceRecorder services(session.handle());
     int first = 0;
     int second = 0;
-    handler_calls.clear();
     EXPECT_EQ(tarnbase_bundle_handler_register(&first), nullptr);
     EXPECT_EQ(tarnbase_bundle_registered_handler, &first);
     EXPECT_EQ(tarnbase_bundle_handler_register(&second), &first);
     EXPECT_EQ(tarnbase_bundle_handler_unregister(), &second);
     EXPECT_EQ(tarnbase_bundle_handler_unregister(), nullptr);
-    EXPECT_EQ(handler_calls,
-              (std::vector<std::string>{"ridge register", "if register", "ridge register",
-                                        "if register", "ridge unregister", "if unregister",
-                                        "ridge unregister", "if unregister"}));
+    const std::string registered =
+        "ridge_comm_bundle_handler_register if_common_bundle_handler_register ";
+    const std::string unregistered =
+        "ridge_comm_bundle_handler_unregister if_common_bundle_handler_unregister";
+    EXPECT_EQ(services.order(), registered + registered + unregistered + " " + unregistered);
 }
 
 }  // namespace

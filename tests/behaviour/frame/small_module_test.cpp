@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The module frame over a module of its own, of three items and one table: what a
 // whole schema never shows, such as an item without variants or a copy that fails.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -19,6 +18,7 @@
 #include "frame/startup.h"
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"
+#include "tests/support/services.h"
 #include "tests/support/trace.h"
 
 namespace {
@@ -44,16 +44,6 @@ tarnbase::Table only_table = [] {
 }();
 const tarnbase::Table *const tables[] = {&only_table};
 
-std::uint32_t copy_answer = 0;
-std::uint32_t copies = 0;
-
-struct Update {
-    const kel_type_info_copy *copy;
-    const kel_type_info *constant;
-    std::uint32_t is_new;
-};
-std::vector<Update> updates;
-
 }  // namespace
 
 const kel_type_info *const tarnbase_type_list[] = {&first, &hollow, &last, nullptr};
@@ -66,19 +56,6 @@ const void *const source_vectors[][KEL_TABLE_VFT_SLOTS] = {{table_luid, "table t
 
 }  // namespace tarnbase
 
-uint32_t table_vft_cpy(void *destination, const void *source, uint32_t count) {
-    ++copies;
-    EXPECT_EQ(destination, &tarnbase_table_lut);
-    EXPECT_EQ(source, &tarnbase::source_vectors);
-    EXPECT_EQ(count, 1U);
-    return copy_answer;
-}
-
-void kel_update_variant_info(kel_handle *, uint32_t, kel_type_info_copy *copy,
-                             const kel_type_info *constant, uint32_t is_new) {
-    updates.push_back({copy, constant, is_new});
-}
-
 namespace tarn::test {
 namespace {
 
@@ -86,7 +63,20 @@ using namespace tarnbase;
 
 class SmallModule : public PlainTest {
  protected:
-    SmallModule() { updates.clear(); }
+    // What was brought up to date so far: the copy, the constant one, whether it is new.
+    using Updates = std::vector<std::vector<std::uint64_t>>;
+    Updates updates() const {
+        Updates found;
+        for (const ServiceCall &call : services.calls("kel_update_variant_info")) {
+            found.push_back(call.arguments_in(2, 5));
+        }
+        return found;
+    }
+    void SetUp() override {
+        services.replace(kel_update_variant_info, [](auto...) {});
+        services.replace(table_vft_cpy, [](auto...) { return 7U; });
+    }
+    ServiceRecorder services{handle};
 };
 
 TEST_F(SmallModule, IsLinkedOnceAndNotAgainAfterItWasUnlinked) {
@@ -130,11 +120,8 @@ TEST_F(SmallModule, AnItemWithoutVariantsIsCopiedButNotBroughtUpToDate) {
         EXPECT_EQ(copy->store_word_1, 0U);
         EXPECT_EQ(copy->store_word_2, 0U);
     }
-    ASSERT_EQ(updates.size(), 2U);
-    EXPECT_EQ(updates[0].copy, inserts[0].address);
-    EXPECT_EQ(updates[0].constant, &first);
-    EXPECT_EQ(updates[1].copy, inserts[2].address);
-    EXPECT_EQ(updates[1].constant, &last);
+    EXPECT_EQ(updates(),
+              (Updates{words(inserts[0].address, &first, 1), words(inserts[2].address, &last, 1)}));
 }
 
 TEST_F(SmallModule, EachItemIsLookedUpAllocatedEnteredAndThenBroughtUpToDate) {
@@ -158,10 +145,9 @@ TEST_F(SmallModule, AKnownIdentityKeepsTheCopyThatIsThere) {
     there.store_word_1 = 4;
     handle->type_map_insert_hook(handle->type_map, KEL_TX_NONE, there.info.luid_text, &there);
     tarnbase_typeinfo_initialize(handle, 9, &err);
-    ASSERT_EQ(updates.size(), 2U);
-    EXPECT_EQ(updates[0].copy, &there);
-    EXPECT_EQ(updates[0].is_new, 0U);
-    EXPECT_EQ(updates[1].is_new, 1U);
+    ASSERT_EQ(updates().size(), 2U);
+    EXPECT_EQ(updates()[0], words(&there, &first, 0));
+    EXPECT_EQ(updates()[1].at(2), 1U) << "new";
     EXPECT_EQ(there.store_word_1, 4U);
     EXPECT_EQ(there.info.store_private, 0U);
 }
@@ -172,16 +158,15 @@ TEST_F(SmallModule, TheFirstCopyWithoutMemoryEndsTheWorkAndWhatIsEnteredStays) {
     tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(handle->last_error, 12U);
-    ASSERT_EQ(updates.size(), 1U);
-    const kel_type_info_copy *entered = updates[0].copy;
-    updates.clear();
+    ASSERT_EQ(updates().size(), 1U);
+    const std::uint64_t entered = updates()[0].at(0);
+    services.clear();
     err = 0;
     tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
     EXPECT_EQ(err, 0U);
-    ASSERT_EQ(updates.size(), 2U);
-    EXPECT_EQ(updates[0].copy, entered);
-    EXPECT_EQ(updates[0].is_new, 0U);
-    EXPECT_EQ(updates[1].is_new, 1U);
+    ASSERT_EQ(updates().size(), 2U);
+    EXPECT_EQ(updates()[0], words(entered, &first, 0));
+    EXPECT_EQ(updates()[1].at(2), 1U) << "new";
 }
 
 std::vector<std::string> dumped;
@@ -216,14 +201,14 @@ TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAllTheSameAndNotCopi
     err = 5;
     tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
     EXPECT_TRUE(trace.has(7, "(debug): Error already set when requesting tarnbase table vft"));
-    EXPECT_EQ(copies, 0U);
+    EXPECT_EQ(services.count("table_vft_cpy"), 0U);
     trace.lines.clear();
 
-    copy_answer = 7;
     err = 0;
     handle->last_error = 22;
     tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
-    EXPECT_EQ(copies, 1U);
+    EXPECT_EQ(services.calls("table_vft_cpy").at(0).arguments,
+              words(&tarnbase_table_lut, &source_vectors, 1));
     EXPECT_EQ(err, 7U);
     EXPECT_EQ(handle->last_error, 7U);
     EXPECT_EQ(vector, &tarnbase_table_lut[0][0]);
@@ -237,7 +222,7 @@ TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAllTheSameAndNotCopi
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
     EXPECT_EQ(tarnbase_table_vft_init(), 0U);
-    EXPECT_EQ(copies, 1U);
+    EXPECT_EQ(services.count("table_vft_cpy"), 1U);
     EXPECT_EQ(trace.lines.size(), 1U);
 }
 
