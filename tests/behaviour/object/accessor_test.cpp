@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading and writing one field.
+#include <functional>
 #include <limits>
 
 #include "tests/behaviour/object/objects.h"
@@ -123,37 +124,28 @@ TEST_P(Accessors, SettingAValueGoesThroughTheReadPathOnceMore) {
 
 TEST_P(Accessors, AWriteAnnouncesTheValueThenItsFlagAndNothingElse) {
     st_every *every = make.every(1);
-    const auto announced = [&](auto operation) {
-        HookRecorder hooks(handle);
-        operation();
-        std::vector<std::pair<u64, u64>> places;
-        for (const HookEvent &event : hooks.of(Hook::write_log)) {
-            places.emplace_back(static_cast<u8 *>(event.address) - at(every, 0), event.length);
-        }
-        return places;
-    };
-    const auto expected = [&](u64 offset, u64 length, u64 position) {
-        std::vector<std::pair<u64, u64>> places = {{offset, length}};
-        if (tracking()) places.emplace_back(every_size + position, 1);
-        return places;
-    };
-    EXPECT_EQ(announced([&] { st_every_a8_set_value(handle, tx, every, 1, &err); }),
-              expected(11, 1, 0));
-    EXPECT_EQ(announced([&] { st_every_a16_set_value(handle, tx, every, 1, &err); }),
-              expected(12, 2, 1));
-    EXPECT_EQ(announced([&] { st_every_a32_set_value(handle, tx, every, 1, &err); }),
-              expected(16, 4, 2));
-    EXPECT_EQ(announced([&] { st_every_a64_set_value(handle, tx, every, 1, &err); }),
-              expected(24, 8, 3));
-    EXPECT_EQ(announced([&] { st_every_s32_set_value(handle, tx, every, 1, &err); }),
-              expected(32, 4, 4));
-    EXPECT_EQ(announced([&] { st_every_s64_set_value(handle, tx, every, 1, &err); }),
-              expected(40, 8, 5));
-    EXPECT_EQ(announced([&] { st_every_lamp_set_value(handle, tx, every, 1, &err); }),
-              expected(64 + 12, 4, 7));
     lamp_state *lamp = lamp_state_create(handle, tx);
-    EXPECT_EQ(announced([&] { st_every_lamp_set(handle, tx, every, lamp, &err); }),
-              expected(64, 16, 7));
+    const struct {
+        const char *name;
+        u32 offset, length, position;
+        std::function<void()> write;
+    } writes[] = {
+        {"a8", 11, 1, 0, [&] { st_every_a8_set_value(handle, tx, every, 1, &err); }},
+        {"a16", 12, 2, 1, [&] { st_every_a16_set_value(handle, tx, every, 1, &err); }},
+        {"a32", 16, 4, 2, [&] { st_every_a32_set_value(handle, tx, every, 1, &err); }},
+        {"a64", 24, 8, 3, [&] { st_every_a64_set_value(handle, tx, every, 1, &err); }},
+        {"s32", 32, 4, 4, [&] { st_every_s32_set_value(handle, tx, every, 1, &err); }},
+        {"s64", 40, 8, 5, [&] { st_every_s64_set_value(handle, tx, every, 1, &err); }},
+        {"lamp", 64 + 12, 4, 7, [&] { st_every_lamp_set_value(handle, tx, every, 1, &err); }},
+        {"whole lamp", 64, 16, 7, [&] { st_every_lamp_set(handle, tx, every, lamp, &err); }},
+    };
+    for (const auto &each : writes) {
+        HookRecorder hooks(handle);
+        each.write();
+        Places expected = {{at(every, each.offset), each.length}};
+        if (tracking()) expected.emplace_back(at(every, every_size + each.position), 1);
+        EXPECT_EQ(places_of(hooks.of(Hook::write_log)), expected) << each.name;
+    }
 }
 
 TEST_P(Accessors, AValueThatCannotBeStoredStillMarksTheField) {

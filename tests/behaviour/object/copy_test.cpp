@@ -16,11 +16,6 @@ TARN_EACH_MODE(CopiedMarks);
 class CopiedTraces : public ObjectModeTest {};
 TARN_EACH_MODE(CopiedTraces);
 
-// Where the objects in a st_every lie.
-constexpr u32 embedded[] = {48, 64, 80, 96, 128, 160, 176, 208, 224};
-// Those of them that have a share of the state block.
-constexpr u32 sharing[] = {96, 128, 160, 176, 224};
-
 // ---- State ------------------------------------------------------------------------------
 
 TEST_F(WholeCopies, ATrackingHandleCopiesTheStateBlockUnannounced) {

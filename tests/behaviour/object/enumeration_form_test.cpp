@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wire, text and XML forms of enumerations.
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,9 +28,7 @@ class EnumerationForms : public ObjectModeTest {
         return text(door_state_to_xml(handle, tx, "d", buffer.data(), object, 500, 9, &err));
     }
     void read(door_state *object, const std::string &xml) {
-        std::unique_ptr<kel_xml_document, decltype(&kel_xml_free)> document(
-            kel_xml_parse(xml.data(), xml.size()), &kel_xml_free);
-        ASSERT_NE(document, nullptr) << kel_error_text();
+        const Document document = parse(xml);
         door_state_from_xml(handle, tx, "/d", document.get(), object, &err, message,
                             sizeof message);
     }

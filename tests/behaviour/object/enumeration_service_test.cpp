@@ -86,16 +86,15 @@ TEST_P(EnumerationServices, XmlIsATagTheEnumeratorAndATag) {
 
 TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
     lamp_state *object = lamp(0);
-    const std::string xml = "<d><LAMP_BLINK/></d>";
-    kel_xml_document *document = kel_xml_parse(xml.data(), xml.size());
+    const Document document = parse("<d><LAMP_BLINK/></d>");
     handle->last_error = 17;
     services.clear();
-    lamp_state_from_xml(handle, tx, "/d", document, object, &err, nullptr, 0);
+    lamp_state_from_xml(handle, tx, "/d", document.get(), object, &err, nullptr, 0);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(value_of(object), 2U);
     std::vector<std::string> paths;
     for (const ServiceCall &call : services.calls("xml_get_element_value")) {
-        EXPECT_EQ(call.pointer<void>(0), document);
+        EXPECT_EQ(call.pointer<void>(0), document.get());
         EXPECT_EQ(call.arguments_in(3, 5), words(128, 0));
         paths.push_back(call.text);
     }
@@ -104,7 +103,6 @@ TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
     EXPECT_EQ(services.count("kel_store_err"), 2U);
     EXPECT_EQ(services.calls("kel_store_err")[0].arguments, words(handle, 2));
     EXPECT_EQ(handle->last_error, 2U);
-    kel_xml_free(document);
 }
 
 TEST_P(EnumerationServices, FromXmlStopsAtTheFirstFailureAndAtTheEndOfItsPath) {

@@ -39,15 +39,10 @@ TEST_P(Enumerations, CreationAllocates16BytesInEitherModeAndAnnouncesFourStores)
     lamp_state *lamp = lamp_state_create(handle, tx);
     ASSERT_GE(hooks.count(Hook::alloc), 1U);
     EXPECT_EQ(hooks.of(Hook::alloc)[0].length, 16U);
-    std::vector<std::pair<void *, u64>> stores;
-    for (const HookEvent &event : hooks.writes_in(lamp, 16)) {
-        stores.emplace_back(event.address, event.length);
-    }
-    const std::vector<std::pair<void *, u64>> expected = {{&head(lamp)->created_variant, 1},
-                                                          {&head(lamp)->variant, 1},
-                                                          {&head(lamp)->descriptor, 8},
-                                                          {&head(lamp)->flags, 1}};
-    EXPECT_EQ(stores, expected);
+    EXPECT_EQ(places_of(hooks.writes_in(lamp, 16)), (Places{{&head(lamp)->created_variant, 1},
+                                                            {&head(lamp)->variant, 1},
+                                                            {&head(lamp)->descriptor, 8},
+                                                            {&head(lamp)->flags, 1}}));
 }
 
 TEST_P(Enumerations, CreatedAndDestroyedAreCountedAndLiveIsNot) {

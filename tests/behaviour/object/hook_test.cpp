@@ -60,11 +60,8 @@ TEST_P(Hooks, EveryFieldsWriteIsAnnounced) {
     expect("set_all",
            [&] { st_every_set_all(handle, tx, every, 1, 2, 3, 4, 5, 6, 0, 2, 3, &err); });
     expect("embedded", [&] { st_every_set_instance_embedded(handle, tx, every); });
-    std::vector<u8> form(st_every_len(handle, tx, other));
-    st_every_marshal(handle, tx, form.data(), other, static_cast<u32>(form.size()), &err);
-    expect("unmarshal", [&] {
-        st_every_unmarshal(handle, tx, form.data(), every, static_cast<u32>(form.size()), 0, &err);
-    });
+    const auto bytes = form(st_every_marshal, other);
+    expect("unmarshal", [&] { read(st_every_unmarshal, every, bytes); });
     make.check(every, 9);
 }
 
@@ -98,15 +95,12 @@ TEST_P(Hooks, EveryArrayWriteIsAnnounced) {
 
 TEST_P(Hooks, TheXmlReadersStoresAreAnnouncedApartFromEnumerations) {
     st_every *every = make.every(2);
-    const std::string text =
+    const Document document = parse(
         "<e><a8>99</a8><a64>5</a64><s64>-9</s64><flag>1</flag><label>a new label</label>"
-        "<addr>9.9.9.9</addr><tag><name>a name</name><point><x>77</x></point></tag></e>";
-    kel_xml_document *document = kel_xml_parse(text.data(), text.size());
-    ASSERT_NE(document, nullptr);
+        "<addr>9.9.9.9</addr><tag><name>a name</name><point><x>77</x></point></tag></e>");
     expect_announced(every, st_every_sizeof(handle), "from_xml", [&] {
-        st_every_from_xml(handle, tx, "//e", document, every, &err, nullptr, 0);
+        st_every_from_xml(handle, tx, "//e", document.get(), every, &err, nullptr, 0);
     });
-    kel_xml_free(document);
     EXPECT_EQ(st_every_a8_get_value(handle, tx, every, &err), 99);
 }
 

@@ -250,7 +250,7 @@ TEST_F(NestedState, AParentTellsItsFieldsWhereTheirSharesAre) {
     EXPECT_EQ(share(160), block + 19 + 1);
     EXPECT_EQ(share(176), block + 20 + 0 + 1);
     EXPECT_EQ(share(224), block + 20 + 3 + 1);
-    for (const u32 offset : {96U, 128U, 160U, 176U, 224U}) {
+    for (const u32 offset : sharing) {
         EXPECT_NE(head(at(every, offset))->flags & OBJ_STATE_ELSEWHERE, 0) << offset;
     }
     EXPECT_EQ(head(every)->flags & OBJ_STATE_ELSEWHERE, 0);
@@ -286,7 +286,7 @@ TEST_F(NestedState, CreationIsContentWithARuntimeThatOnlyRecordsTheDistances) {
     st_every *every = st_every_create(handle, tx);
     ASSERT_NE(every, nullptr);
     EXPECT_EQ(handle->last_error, 0U);
-    for (const u32 offset : {96U, 128U, 160U, 176U, 224U}) {
+    for (const u32 offset : sharing) {
         EXPECT_EQ(distances.count(at(every, offset)), 1U) << offset;
         EXPECT_EQ(head(at(every, offset))->flags & OBJ_STATE_ELSEWHERE, 0) << offset;
     }

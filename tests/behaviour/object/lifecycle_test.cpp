@@ -85,7 +85,7 @@ TEST_P(Lifecycle, EmbeddedFieldsAreInitialisedInOrderAsNestedAndAsTheParentWas) 
               &_ip_address_type_info_internal);
     EXPECT_EQ(services.calls("kel_boolean_initialize")[0].pointer<void>(3),
               &_kel_boolean_type_info_internal);
-    for (const u32 offset : {48U, 64U, 80U, 96U, 128U, 160U, 176U, 208U, 224U}) {
+    for (const u32 offset : embedded) {
         EXPECT_NE(head(at(every, offset))->flags & OBJ_NESTED, 0) << offset;
         EXPECT_NE(head(at(every, offset))->descriptor, nullptr) << offset;
     }

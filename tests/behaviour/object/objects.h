@@ -5,7 +5,9 @@
 #define TARNBASE_TESTS_BEHAVIOUR_OBJECT_OBJECTS_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tarnbase/runtime.h"
@@ -35,6 +37,9 @@ inline constexpr u32 tag_size = 112, tag_states = 6;
 inline constexpr u32 every_size = 288, every_states = 26;
 inline constexpr u32 grown_size = 1736, grown_states = 1458;
 inline constexpr u32 minutes = 1440;
+// Where the objects in a st_every lie, and those that have a share of the state block.
+inline constexpr u32 embedded[] = {48, 64, 80, 96, 128, 160, 176, 208, 224};
+inline constexpr u32 sharing[] = {96, 128, 160, 176, 224};
 
 inline kel_object *head(void *object) { return static_cast<kel_object *>(object); }
 inline const kel_object *head(const void *object) {
@@ -91,6 +96,17 @@ struct Maker {
     void check(st_grown *grown, u32 seed) const;
 };
 
+struct FreeDocument {
+    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
+};
+using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
+// Expects that the text is XML.
+Document parse(const std::string &text);
+
+// The places that these events are about, in order.
+using Places = std::vector<std::pair<void *, u64>>;
+Places places_of(const std::vector<HookEvent> &events);
+
 // The variant usage that an object counts in.
 inline kel_variant_usage usage(const kel_type_info *descriptor, int variant = 0) {
     return descriptor->variant_info->variants[variant];
@@ -121,6 +137,21 @@ class WithObjects : public Base {
         this->err = 0;
     }
     void track(u32 mode) { kel_handle_set_state_tracking(this->handle, mode); }
+    // The wire form of an object, whose writing ends with this error.
+    template <typename Object, typename Marshal>
+    std::vector<u8> form(Marshal marshal, const Object *object, u32 error = 0) {
+        std::vector<u8> bytes(8192);
+        bytes.resize(marshal(this->handle, this->tx, bytes.data(), object, 8000, &this->err));
+        EXPECT_EQ(this->err, error);
+        return bytes;
+    }
+    // Reads a wire form from a buffer of exactly its length.
+    template <typename Object, typename Unmarshal>
+    u32 read(Unmarshal unmarshal, Object *object, const std::vector<u8> &bytes, u32 in_place = 0) {
+        const auto length = static_cast<u32>(bytes.size());
+        return unmarshal(this->handle, this->tx, bytes.data(), object, length, in_place,
+                         &this->err);
+    }
 };
 
 using ObjectTest = WithObjects<PlainTest>;

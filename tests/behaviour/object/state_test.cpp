@@ -47,18 +47,13 @@ TEST_F(StateFlags, AFieldWriteMarksItsOwnFlagWith2AndNoOther) {
 
 TEST_F(StateFlags, EachFieldHasItsOwnPlaceInTheBlock) {
     st_every *every = st_every_create(handle, tx);
-    st_every_a8_state_flag_set(handle, tx, every, 11, &err);
-    st_every_a16_state_flag_set(handle, tx, every, 12, &err);
-    st_every_a32_state_flag_set(handle, tx, every, 13, &err);
-    st_every_a64_state_flag_set(handle, tx, every, 14, &err);
-    st_every_s32_state_flag_set(handle, tx, every, 15, &err);
-    st_every_s64_state_flag_set(handle, tx, every, 16, &err);
-    st_every_flag_state_flag_set(handle, tx, every, 17, &err);
-    st_every_lamp_state_flag_set(handle, tx, every, 18, &err);
-    st_every_door_state_flag_set(handle, tx, every, 19, &err);
-    st_every_label_state_flag_set(handle, tx, every, 20, &err);
-    st_every_addr_state_flag_set(handle, tx, every, 21, &err);
-    st_every_tag_state_flag_set(handle, tx, every, 22, &err);
+    const decltype(&st_every_a8_state_flag_set) setters[] = {
+        st_every_a8_state_flag_set,    st_every_a16_state_flag_set,  st_every_a32_state_flag_set,
+        st_every_a64_state_flag_set,   st_every_s32_state_flag_set,  st_every_s64_state_flag_set,
+        st_every_flag_state_flag_set,  st_every_lamp_state_flag_set, st_every_door_state_flag_set,
+        st_every_label_state_flag_set, st_every_addr_state_flag_set, st_every_tag_state_flag_set};
+    u8 flag = 11;
+    for (const auto set : setters) set(handle, tx, every, flag++, &err);
     st_tag *tag = st_every_tag_get(handle, tx, every, &err);
     st_tag_name_state_flag_set(handle, tx, tag, 23, &err);
     st_tag_lamp_state_flag_set(handle, tx, tag, 24, &err);

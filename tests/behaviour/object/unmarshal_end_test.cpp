@@ -11,14 +11,6 @@ namespace {
 
 class FormEnds : public ObjectModeTest {
  protected:
-    template <typename Object, typename Marshal>
-    std::vector<u8> form(Marshal marshal, const Object *object) {
-        std::vector<u8> bytes(8192);
-        bytes.resize(marshal(handle, tx, bytes.data(), object, 8000, &err));
-        EXPECT_EQ(err, 0U);
-        return bytes;
-    }
-    static u32 size(const std::vector<u8> &bytes) { return static_cast<u32>(bytes.size()); }
     static void lengthen_jump(std::vector<u8> &bytes, u32 jump, u32 by) {
         u32 value = 0;
         std::memcpy(&value, bytes.data() + jump, sizeof value);
@@ -44,8 +36,7 @@ TEST_P(FormEnds, ANestedObjectOfANewerWriterIsJumpedOverToItsEnd) {
     lengthen_jump(bytes, 2, 5);
     st_grown *target = make.grown(8);
     TraceCapture trace;
-    EXPECT_EQ(st_grown_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err),
-              bytes.size());
+    EXPECT_EQ(read(st_grown_unmarshal, target, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
     make.check(target, 2);
     EXPECT_EQ(head(at(target, 56))->variant, 0);
@@ -56,8 +47,7 @@ TEST_P(FormEnds, AJumpThatAgreesWithWhatWasReadIsNotTraced) {
     const auto bytes = form(st_every_marshal, make.every(2));
     st_every *target = make.every(3);
     TraceCapture trace;
-    EXPECT_EQ(st_every_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err),
-              bytes.size());
+    EXPECT_EQ(read(st_every_unmarshal, target, bytes), bytes.size());
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
@@ -66,15 +56,14 @@ TEST_P(FormEnds, AJumpByOneByteIsFollowed) {
     lengthen_jump(bytes, 2, 1);
     bytes.push_back(0xcc);
     st_point *target = st_point_create(handle, tx);
-    EXPECT_EQ(st_point_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err),
-              bytes.size());
+    EXPECT_EQ(read(st_point_unmarshal, target, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
 }
 
 TEST_P(FormEnds, ANegativeVariantIsLeftByTheJumpAlone) {
     const std::vector<u8> bytes = {0xff, 0, 9, 0, 0, 0, 1, 2, 3, 4, 5};
     st_point *target = st_point_create(handle, tx);
-    EXPECT_EQ(st_point_unmarshal(handle, tx, bytes.data(), target, 11, 0, &err), 11U);
+    EXPECT_EQ(read(st_point_unmarshal, target, bytes), 11U);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(*at<std::int32_t>(target, 12), 0);
 }
@@ -83,7 +72,7 @@ TEST_P(FormEnds, EachFieldIsGivenTheRoomThatIsLeft) {
     const auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     st_ldap_conn *target = make.conn("other", 6);
     services.clear();
-    st_ldap_conn_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    read(st_ldap_conn_unmarshal, target, bytes);
     EXPECT_EQ(services.calls("kel_vstring_unmarshal", at(target, 16)).at(0).arguments.at(4),
               bytes.size() - 6);
     EXPECT_EQ(services.calls("u_int32_unmarshal", at(target, 48)).at(0).arguments.at(4),
@@ -102,7 +91,7 @@ TEST_P(FormEnds, TraceDataThatIsCutShortReachesNobody) {
         EXPECT_EQ(services.count("kellib_update_ra_all"), 0U) << length;
     }
     services.clear();
-    st_point_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    read(st_point_unmarshal, target, bytes);
     EXPECT_EQ(err, 0U);
     ASSERT_EQ(services.count("kellib_update_ra_all"), 1U);
     EXPECT_EQ(services.calls("kellib_update_ra_all")[0].arguments,
@@ -118,7 +107,7 @@ TEST_P(FormEnds, TheObjectsOtherFlagsStay) {
     kel_set_instance_modified(target, 1, 0, 1);
     const u8 before = head(target)->flags;
     EXPECT_NE(before & OBJ_EMBEDDED, 0);
-    st_point_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    read(st_point_unmarshal, target, bytes);
     EXPECT_EQ(head(target)->flags, before);
 }
 
@@ -129,7 +118,7 @@ TEST_P(FormEnds, AfterAnErrorVariantAndDescriptorAreSetAllTheSame) {
     st_grown *target = make.grown(2);
     const kel_type_info *descriptor = head(target)->descriptor;
     head(target)->descriptor = nullptr;
-    st_grown_unmarshal(handle, tx, bytes.data(), target, 7, 0, &err);
+    read(st_grown_unmarshal, target, bytes);
     expect_error(90);
     EXPECT_EQ(head(target)->variant, 0);
     EXPECT_EQ(head(target)->descriptor, descriptor);
@@ -140,7 +129,7 @@ TEST_P(FormEnds, TheCreatedVariantStays) {
     auto bytes = form(st_grown_marshal, make.grown(1));
     bytes[0] = 0;
     st_grown *target = st_grown_create(handle, tx);
-    st_grown_unmarshal(handle, tx, bytes.data(), target, size(bytes), 0, &err);
+    read(st_grown_unmarshal, target, bytes);
     EXPECT_EQ(head(target)->variant, 0);
     EXPECT_EQ(head(target)->created_variant, 1);
 }
@@ -190,12 +179,12 @@ class CutFlags : public TrackedTest {
         head(grown)->variant = 0;
         for (u32 i = 0; i < grown_states; ++i) *at(grown, grown_size + i) = static_cast<u8>(i | 1);
         block = bytes_of(at(grown, grown_size), grown_states);
-        bytes.resize(st_grown_marshal(handle, tx, bytes.data(), grown, 8000, &err));
+        bytes = form(st_grown_marshal, grown);
         std::fill_n(bytes.begin() + 2, 4, u8{0});
     }
     // Where the array's own flag stands in the state block: 10.
     std::vector<u8> block;
-    std::vector<u8> bytes = std::vector<u8>(8192);
+    std::vector<u8> bytes;
 };
 
 TEST_F(CutFlags, OfAnArrayAreCopiedAsFarAsTheyGo) {
@@ -203,7 +192,7 @@ TEST_F(CutFlags, OfAnArrayAreCopiedAsFarAsTheyGo) {
         const u32 length = static_cast<u32>(bytes.size()) - missing;
         const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
         st_grown *target = st_grown_create(handle, tx);
-        EXPECT_EQ(st_grown_unmarshal(handle, tx, cut.data(), target, length, 0, &err), length);
+        EXPECT_EQ(read(st_grown_unmarshal, target, cut), length);
         EXPECT_EQ(err, 0U);
         auto expected = std::vector<u8>(block.begin() + 10, block.begin() + 10 + 1441);
         std::fill(expected.end() - missing, expected.end(), u8{0});
@@ -217,7 +206,7 @@ TEST_F(CutFlags, OfAnArrayAreSteppedOverAsFarAsTheyGo) {
         const u32 length = static_cast<u32>(bytes.size()) - missing;
         const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
         st_grown *target = st_grown_create(handle, tx);
-        EXPECT_EQ(st_grown_unmarshal(handle, tx, cut.data(), target, length, 0, &err), length);
+        EXPECT_EQ(read(st_grown_unmarshal, target, cut), length);
         EXPECT_EQ(err, 0U);
         make.check(target, 3);
     }
@@ -226,7 +215,7 @@ TEST_F(CutFlags, OfAnArrayAreSteppedOverAsFarAsTheyGo) {
 TEST_F(CutFlags, OfAnArrayAreAnnouncedAsOne) {
     st_grown *target = st_grown_create(handle, tx);
     HookRecorder hooks(handle);
-    st_grown_unmarshal(handle, tx, bytes.data(), target, static_cast<u32>(bytes.size()), 0, &err);
+    read(st_grown_unmarshal, target, bytes);
     EXPECT_TRUE(hooks.announced(at(target, grown_size + 10), 1));
     EXPECT_TRUE(hooks.announced(at(target, grown_size + 11), minutes));
 }

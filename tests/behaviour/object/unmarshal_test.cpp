@@ -11,52 +11,23 @@ namespace {
 
 class Unmarshal : public ObjectModeTest {
  protected:
-    // The form of an object, in a buffer of exactly its length.
-    std::vector<u8> form(const st_every *every) {
-        std::vector<u8> bytes(st_every_len(handle, tx, every));
-        EXPECT_EQ(st_every_marshal(handle, tx, bytes.data(), every, size(bytes), &err),
-                  bytes.size());
-        return bytes;
-    }
-    std::vector<u8> form(const st_grown *grown) {
-        std::vector<u8> bytes(st_grown_len(handle, tx, grown));
-        EXPECT_EQ(st_grown_marshal(handle, tx, bytes.data(), grown, size(bytes), &err),
-                  bytes.size());
-        return bytes;
-    }
-    std::vector<u8> form(const st_ldap_conn *conn) {
-        std::vector<u8> bytes(st_ldap_conn_len(handle, tx, conn));
-        EXPECT_EQ(st_ldap_conn_marshal(handle, tx, bytes.data(), conn, size(bytes), &err),
-                  bytes.size());
-        return bytes;
-    }
     void expect_equal_when_read_back(const st_grown *grown) {
-        const auto bytes = form(grown);
+        const auto bytes = form(st_grown_marshal, grown);
+        EXPECT_EQ(bytes.size(), st_grown_len(handle, tx, grown));
         st_grown *again = st_grown_create(handle, tx);
-        EXPECT_EQ(st_grown_unmarshal(handle, tx, bytes.data(), again, size(bytes), 0, &err),
-                  bytes.size());
+        EXPECT_EQ(read(st_grown_unmarshal, again, bytes), bytes.size());
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(st_grown_compare(grown, again), 0);
-        EXPECT_EQ(form(again), bytes);
+        EXPECT_EQ(form(st_grown_marshal, again), bytes);
         st_grown_destroy(handle, tx, again);
     }
     static u32 size(const std::vector<u8> &bytes) { return static_cast<u32>(bytes.size()); }
-    u32 read(st_ldap_conn *conn, const std::vector<u8> &bytes) {
-        return st_ldap_conn_unmarshal(handle, tx, bytes.data(), conn, size(bytes), 0, &err);
-    }
 };
 TARN_EACH_MODE(Unmarshal);
 class UnmarshalModes : public ObjectTest {
  protected:
     std::vector<u8> form_of(const std::string &name, u32 connections) {
-        st_ldap_conn *conn = make.conn(name, connections);
-        std::vector<u8> bytes(st_ldap_conn_len(handle, tx, conn));
-        st_ldap_conn_marshal(handle, tx, bytes.data(), conn, static_cast<u32>(bytes.size()), &err);
-        return bytes;
-    }
-    u32 read(st_ldap_conn *conn, const std::vector<u8> &bytes) {
-        return st_ldap_conn_unmarshal(handle, tx, bytes.data(), conn,
-                                      static_cast<u32>(bytes.size()), 0, &err);
+        return form(st_ldap_conn_marshal, make.conn(name, connections));
     }
     void expect_conn(st_ldap_conn *conn, const std::string &name, u32 connections) {
         EXPECT_EQ(text_of(st_ldap_conn_sname_get(handle, tx, conn, &err)), name);
@@ -69,25 +40,23 @@ using FatalUnmarshal = UnmarshalModes;
 TEST_P(Unmarshal, WhatWasWrittenIsReadBack) {
     for (u32 seed = 0; seed < 4; ++seed) {
         st_every *every = st_every_create(handle, tx);
-        const auto bytes = form(make.every(seed));
-        EXPECT_EQ(st_every_unmarshal(handle, tx, bytes.data(), every, size(bytes), 0, &err),
-                  bytes.size());
+        const auto bytes = form(st_every_marshal, make.every(seed));
+        EXPECT_EQ(read(st_every_unmarshal, every, bytes), bytes.size());
         EXPECT_EQ(err, 0U);
         make.check(every, seed);
         st_grown *grown = make.grown(77);
-        const auto other = form(make.grown(seed));
-        EXPECT_EQ(st_grown_unmarshal(handle, tx, other.data(), grown, size(other), 1, &err),
-                  other.size());
+        const auto other = form(st_grown_marshal, make.grown(seed));
+        EXPECT_EQ(read(st_grown_unmarshal, grown, other, 1), other.size());
         EXPECT_EQ(err, 0U);
         make.check(grown, seed);
     }
 }
 
 TEST_P(Unmarshal, InPlaceIsHandedDownUnchanged) {
-    const auto bytes = form(make.every(2));
+    const auto bytes = form(st_every_marshal, make.every(2));
     st_every *every = st_every_create(handle, tx);
     services.clear();
-    st_every_unmarshal(handle, tx, bytes.data(), every, size(bytes), 9, &err);
+    read(st_every_unmarshal, every, bytes, 9);
     EXPECT_EQ(services.calls("u_int32_unmarshal", at(every, 16)).at(0).arguments.at(5), 9U);
     EXPECT_EQ(services.calls("kel_vstring_unmarshal", at(every, 96)).at(0).arguments.at(5), 9U);
     EXPECT_EQ(services.calls("kel_vstring_unmarshal", at(every, 176)).at(0).arguments.at(5), 9U);
@@ -95,10 +64,10 @@ TEST_P(Unmarshal, InPlaceIsHandedDownUnchanged) {
 }
 
 TEST_P(Unmarshal, AVariantAboveTheTypesIsReadAsTheTypes) {
-    auto bytes = form(make.conn("server", 5));
+    auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     bytes[0] = 3;
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-    EXPECT_EQ(read(conn, bytes), bytes.size());
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(head(conn)->variant, 0);
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
@@ -107,11 +76,10 @@ TEST_P(Unmarshal, AVariantAboveTheTypesIsReadAsTheTypes) {
 TEST_P(Unmarshal, TheMarkOfTraceDataComesFromTheWireWhateverTheServiceDoes) {
     st_ldap_conn *source = make.conn("server", 5);
     kellib_update_ra_all(handle, tx, source, 1, 2);
-    std::vector<u8> bytes(200);
-    const u32 length = st_ldap_conn_marshal(handle, tx, bytes.data(), source, 200, &err);
+    const auto bytes = form(st_ldap_conn_marshal, source);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     services.replace(kellib_update_ra_all, [](auto...) {});
-    EXPECT_EQ(st_ldap_conn_unmarshal(handle, tx, bytes.data(), conn, length, 0, &err), length);
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size());
     EXPECT_NE(head(conn)->flags & OBJ_RA_DATA, 0);
     head(conn)->flags &= static_cast<u8>(~OBJ_RA_DATA);
 }
@@ -119,10 +87,9 @@ TEST_P(Unmarshal, TheMarkOfTraceDataComesFromTheWireWhateverTheServiceDoes) {
 TEST_P(Unmarshal, AnOlderFormLeavesTheLaterFieldsAsTheyWere) {
     st_grown *source = make.grown(2);
     head(source)->variant = 0;
-    const auto bytes = form(source);
+    const auto bytes = form(st_grown_marshal, source);
     st_grown *grown = make.grown(8);
-    EXPECT_EQ(st_grown_unmarshal(handle, tx, bytes.data(), grown, size(bytes), 0, &err),
-              bytes.size());
+    EXPECT_EQ(read(st_grown_unmarshal, grown, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(head(grown)->variant, 0);
     make.check(grown, 2);
@@ -130,16 +97,16 @@ TEST_P(Unmarshal, AnOlderFormLeavesTheLaterFieldsAsTheyWere) {
 }
 
 TEST_P(Unmarshal, UnknownBytesInsideTheJumpAreSteppedOver) {
-    auto bytes = form(make.conn("server", 5));
+    auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     const u32 known = size(bytes);
     bytes[0] = 7;
     bytes[2] = static_cast<u8>(bytes[2] + 20);
     bytes.resize(known + 20, 0xcc);
-    const auto next = form(make.conn("next", 6));
+    const auto next = form(st_ldap_conn_marshal, make.conn("next", 6));
     bytes.insert(bytes.end(), next.begin(), next.end());
     TraceCapture trace;
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-    EXPECT_EQ(read(conn, bytes), known + 20);
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), known + 20);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
     char line[128];
@@ -155,34 +122,34 @@ TEST_P(Unmarshal, UnknownBytesInsideTheJumpAreSteppedOver) {
 
 TEST_P(Unmarshal, AJumpThatFallsShortOrIsNegativeChangesNothing) {
     for (const std::int32_t jump : {0, 4, -5, std::numeric_limits<std::int32_t>::min()}) {
-        auto bytes = form(make.conn("server", 5));
+        auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
         std::memcpy(bytes.data() + 2, &jump, sizeof jump);
         st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-        EXPECT_EQ(read(conn, bytes), bytes.size());
+        EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size());
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(*at<u32>(conn, 48), 5U);
     }
 }
 
 TEST_P(Unmarshal, AJumpMayPointBeyondTheBuffer) {
-    auto bytes = form(make.conn("server", 5));
+    auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     const std::int32_t jump = 0x01000000;
     std::memcpy(bytes.data() + 2, &jump, sizeof jump);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-    EXPECT_EQ(read(conn, bytes), 0x01000002U);
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), 0x01000002U);
     EXPECT_EQ(err, 0U);
 }
 
 TEST_P(Unmarshal, ANestedJumpBeyondTheBufferLeavesNothingForTheFieldsBehind) {
     st_grown *source = make.grown(2);
-    auto bytes = form(source);
+    auto bytes = form(st_grown_marshal, source);
     // `share` stands behind 6 of header, `name` and `total`.
     const u32 name = 4 + static_cast<u32>(text_of(at<kel_vstring>(source, 16)).size());
     const u32 share = 6 + name + 4 + (tracking() ? 2 : 0);
     const std::int32_t jump = 0x7fffff00;
     std::memcpy(bytes.data() + share + 2, &jump, sizeof jump);
     st_grown *grown = make.grown(8);
-    st_grown_unmarshal(handle, tx, bytes.data(), grown, size(bytes), 0, &err);
+    read(st_grown_unmarshal, grown, bytes);
     expect_error(90);
     make.check(st_grown_share_get(handle, tx, grown, &err), 3);
     EXPECT_EQ(*at(grown, 168), 8) << "the array is as it was";
@@ -191,7 +158,7 @@ TEST_P(Unmarshal, ANestedJumpBeyondTheBufferLeavesNothingForTheFieldsBehind) {
 TEST_P(Unmarshal, AFormOfANegativeVariantHasNoBody) {
     const std::vector<u8> bytes = {0xfe, 0, 4, 0, 0, 0, 1, 2, 3};
     st_ldap_conn *conn = make.conn("server", 5);
-    EXPECT_EQ(read(conn, bytes), 6U);
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), 6U);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(head(conn)->variant, -2);
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
@@ -209,11 +176,11 @@ TEST_P(Unmarshal, WithoutAByteToReadTheErrorIs12) {
 }
 
 TEST_P(Unmarshal, EveryFormThatEndsEarlyIsAnErrorAndIsNotReadBeyond) {
-    const auto bytes = form(make.every(3));
+    const auto bytes = form(st_every_marshal, make.every(3));
     for (u32 length = 1; length < bytes.size(); ++length) {
         const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
         st_every *every = st_every_create(handle, tx);
-        st_every_unmarshal(handle, tx, cut.data(), every, length, 0, &err);
+        read(st_every_unmarshal, every, cut);
         // The state bytes of `y`, `point` and `tag` stand last and may be missing.
         if (!tracking() || length + 3 < bytes.size()) {
             // 12 if it ends in front of an enumeration or a nested object.
@@ -227,7 +194,7 @@ TEST_P(Unmarshal, EveryFormThatEndsEarlyIsAnErrorAndIsNotReadBeyond) {
 TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
     constexpr u32 seed = 20240517;
     std::mt19937 random(seed);
-    const auto base = form(make.grown(1));
+    const auto base = form(st_grown_marshal, make.grown(1));
     const auto blocks = session.blocks();
     int whole = 0;
     for (int step = 0; step < 400; ++step) {
@@ -240,7 +207,7 @@ TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
         // Trace data is the runtime's business and moves the object's other mappings.
         bytes[std::min<std::size_t>(1, bytes.size() - 1)] &= 0xdf;
         st_grown *grown = st_grown_create(handle, tx);
-        st_grown_unmarshal(handle, tx, bytes.data(), grown, size(bytes), 0, &err);
+        read(st_grown_unmarshal, grown, bytes);
         EXPECT_STREQ(head(grown)->descriptor->name, "st_grown");
         EXPECT_LE(head(grown)->variant, 1);
         EXPECT_EQ(head(grown)->flags & ~(OBJ_STATE_TRACKED | OBJ_RA_DATA | OBJ_MODIFIED), 0);
@@ -256,35 +223,33 @@ TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
 }
 
 TEST_P(Unmarshal, FlagsThatNobodySendsAreNotTaken) {
-    auto bytes = form(make.conn("server", 5));
+    auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     bytes[1] = static_cast<u8>(bytes[1] | 0xd7);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     const u8 flags = head(conn)->flags;
-    read(conn, bytes);
+    read(st_ldap_conn_unmarshal, conn, bytes);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(head(conn)->flags, flags);
 }
 
 TEST_P(Unmarshal, TheHeadersStoresAreAnnounced) {
-    const auto bytes = form(make.conn("server", 5));
+    const auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     HookRecorder hooks(handle);
-    read(conn, bytes);
-    const auto stores = hooks.of(Hook::write_log);
+    read(st_ldap_conn_unmarshal, conn, bytes);
+    const Places stores = places_of(hooks.of(Hook::write_log));
     ASSERT_GE(stores.size(), 3U);
-    const std::size_t last = stores.size();
-    EXPECT_EQ(stores[last - 3].address, &head(conn)->variant);
-    EXPECT_EQ(stores[last - 2].address, &head(conn)->flags);
-    EXPECT_EQ(stores[last - 1].address, &head(conn)->descriptor);
+    EXPECT_EQ(
+        Places(stores.end() - 3, stores.end()),
+        (Places{{&head(conn)->variant, 1}, {&head(conn)->flags, 1}, {&head(conn)->descriptor, 8}}));
 }
 
 TEST_P(Unmarshal, TraceDataIsReadIntoTheObject) {
     st_ldap_conn *source = make.conn("server", 5);
     kellib_update_ra_all(handle, tx, source, 0x1122334455667788, 0x99);
-    std::vector<u8> bytes(200);
-    const u32 length = st_ldap_conn_marshal(handle, tx, bytes.data(), source, 200, &err);
+    const auto bytes = form(st_ldap_conn_marshal, source);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-    EXPECT_EQ(st_ldap_conn_unmarshal(handle, tx, bytes.data(), conn, length, 0, &err), length);
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
     EXPECT_NE(head(conn)->flags & OBJ_RA_DATA, 0);
     u64 word = 0;
@@ -301,12 +266,12 @@ TEST_P(Unmarshal, AnObjectIsNotMarkedWithTraceDataThatWasCutOff) {
         std::vector<u8> bytes(length, 0x55);
         bytes[0] = 0;
         bytes[1] = OBJ_RA_DATA;
-        read(conn, bytes);
+        read(st_ldap_conn_unmarshal, conn, bytes);
         EXPECT_EQ(err, 90U);
         err = 0;
         EXPECT_EQ(head(conn)->flags & OBJ_RA_DATA, 0);
     }
-    EXPECT_EQ(form(conn).size(), st_ldap_conn_len(handle, tx, conn));
+    EXPECT_EQ(form(st_ldap_conn_marshal, conn).size(), st_ldap_conn_len(handle, tx, conn));
     EXPECT_EQ(err, 0U);
 }
 
@@ -318,10 +283,8 @@ TEST_F(UnmarshalModes, TheStateFlagsComeAlong) {
     for (u32 i = 0; i < grown_states; ++i) *at(source, grown_size + i) = static_cast<u8>(i + 1);
     auto expected = bytes_of(at(source, grown_size), grown_states);
     st_grown *grown = st_grown_create(handle, tx);
-    std::vector<u8> bytes(st_grown_len(handle, tx, source));
-    const u32 length = static_cast<u32>(bytes.size());
-    st_grown_marshal(handle, tx, bytes.data(), source, length, &err);
-    EXPECT_EQ(st_grown_unmarshal(handle, tx, bytes.data(), grown, length, 0, &err), length);
+    const auto bytes = form(st_grown_marshal, source);
+    EXPECT_EQ(read(st_grown_unmarshal, grown, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
     // A string's own byte doesn't travel.
     for (const u32 position : {1U, 5U, 1453U}) expected[position] = 0;
@@ -335,7 +298,7 @@ TEST_F(UnmarshalModes, APlainHandleStepsOverStateBytes) {
     for (const u32 mode : {0U, KEL_STATE_TRACKING_OFF}) {
         track(mode);
         st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-        EXPECT_EQ(read(conn, bytes), bytes.size());
+        EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size());
         expect_conn(conn, "server", 5);
         EXPECT_EQ(head(conn)->flags & OBJ_STATE_TRACKED, 0);
     }
@@ -344,13 +307,10 @@ TEST_F(UnmarshalModes, APlainHandleStepsOverStateBytes) {
 TEST_F(UnmarshalModes, APlainHandleStepsOverTheStateBytesOfArraysAndNestedObjects) {
     track(KEL_STATE_TRACKING_ON);
     st_grown *source = make.grown(3);
-    std::vector<u8> bytes(st_grown_len(handle, tx, source));
-    st_grown_marshal(handle, tx, bytes.data(), source, static_cast<u32>(bytes.size()), &err);
+    const auto bytes = form(st_grown_marshal, source);
     track(0);
     st_grown *grown = st_grown_create(handle, tx);
-    EXPECT_EQ(st_grown_unmarshal(handle, tx, bytes.data(), grown, static_cast<u32>(bytes.size()), 0,
-                                 &err),
-              bytes.size());
+    EXPECT_EQ(read(st_grown_unmarshal, grown, bytes), bytes.size());
     make.check(grown, 3);
 }
 
@@ -359,7 +319,7 @@ TEST_F(UnmarshalModes, ATrackingHandleReadsAFormWithoutStateBytesAndKeepsItsBloc
     track(KEL_STATE_TRACKING_ON);
     st_ldap_conn *conn = make.conn("other", 6);
     st_ldap_conn_set_all_state_tracking_flag(handle, tx, conn, 9);
-    EXPECT_EQ(read(conn, bytes), bytes.size());
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size());
     expect_conn(conn, "server", 5);
     EXPECT_EQ(bytes_of(at(conn, conn_size), conn_states), std::vector<u8>(conn_states, 9));
     EXPECT_NE(head(conn)->flags & OBJ_STATE_TRACKED, 0);
@@ -370,7 +330,7 @@ TEST_F(UnmarshalModes, StateBytesReadAreAnnouncedOneByOne) {
     const auto bytes = form_of("server", 5);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     HookRecorder hooks(handle);
-    read(conn, bytes);
+    read(st_ldap_conn_unmarshal, conn, bytes);
     EXPECT_TRUE(hooks.announced(at(conn, conn_size + 0), 1));
     EXPECT_TRUE(hooks.announced(at(conn, conn_size + 2), 1));
     EXPECT_EQ(bytes_of(at(conn, conn_size), conn_states), (std::vector<u8>{2, 0, 2}));
@@ -382,7 +342,7 @@ TEST_F(UnmarshalModes, AFormCutBeforeItsLastStateByteLeavesThatFlag) {
     bytes.pop_back();
     // The jump still counts the byte that is gone.
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
-    EXPECT_EQ(read(conn, bytes), bytes.size() + 1);
+    EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size() + 1);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(bytes_of(at(conn, conn_size), conn_states), (std::vector<u8>{2, 0, 0}));
 }
@@ -393,8 +353,8 @@ TEST_F(FatalUnmarshal, AnUntrackedObjectInATrackingHandleEndsTheProcess) {
     track(KEL_STATE_TRACKING_ON);
     const auto tracked = form_of("server", 5);
     const char *text = "\\(FATAL\\): KEL handle and object state tracking mis-match";
-    EXPECT_DEATH(read(conn, plain), text);
-    EXPECT_DEATH(read(conn, tracked), text);
+    EXPECT_DEATH(read(st_ldap_conn_unmarshal, conn, plain), text);
+    EXPECT_DEATH(read(st_ldap_conn_unmarshal, conn, tracked), text);
 }
 
 TEST_F(FatalUnmarshal, AnUnknownModeEndsTheProcess) {
@@ -402,7 +362,7 @@ TEST_F(FatalUnmarshal, AnUnknownModeEndsTheProcess) {
     const auto bytes = form_of("server", 5);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     handle->state_tracking->state_tracking_mode = 5;
-    EXPECT_DEATH(read(conn, bytes), "\\(FATAL\\): Corrupted KEL Handle");
+    EXPECT_DEATH(read(st_ldap_conn_unmarshal, conn, bytes), "\\(FATAL\\): Corrupted KEL Handle");
 }
 
 }  // namespace

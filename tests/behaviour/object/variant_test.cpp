@@ -66,22 +66,17 @@ TEST_P(Variants, AnInstanceOfANegativeVariantCanBeMadeAndDestroyed) {
 }
 
 TEST_P(Variants, FieldNumbersAreValidByTheBoundariesOfTheType) {
-    domain(0);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 3), 1U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 4), 0U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 5), 0U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 6), 0U);
-    domain(1);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 3), 1U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 4), 1U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 5), 1U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 6), 0U);
-    domain(2);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 6), 1U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 0xffffffffU), 1U);
-    domain(-1);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 3), 1U);
-    EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, 4), 0U);
+    constexpr struct {
+        std::int8_t domain;
+        u32 number;
+        u32 valid;
+    } cases[] = {{0, 3, 1}, {0, 4, 0}, {0, 5, 0}, {0, 6, 0},           {1, 3, 1},  {1, 4, 1},
+                 {1, 5, 1}, {1, 6, 0}, {2, 6, 1}, {2, 0xffffffffU, 1}, {-1, 3, 1}, {-1, 4, 0}};
+    for (const auto &each : cases) {
+        domain(each.domain);
+        EXPECT_EQ(st_grown_is_valid_cr(handle, nullptr, each.number), each.valid)
+            << "number " << each.number << " in a domain of " << int{each.domain};
+    }
 }
 
 TEST_P(Variants, AFieldNumberBeyondATypeOfOneVariantIsValidInAHigherDomain) {

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading, writing and copying a whole object.
+#include <ostream>
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
 namespace {
-
-class WholeObjects : public ObjectModeTest {};
-TARN_EACH_MODE(WholeObjects);
 
 struct Values {
     u8 a8 = 77;
@@ -19,50 +17,44 @@ struct Values {
     std::int64_t s64 = 77;
     u32 flag = 77, lamp = 77, door = 77;
 
-    void read(kel_handle *handle, const st_every *every, u32 *err) {
-        st_every_get_all(handle, KEL_TX_NONE, every, &a8, &a16, &a32, &a64, &s32, &s64, &flag,
-                         &lamp, &door, err);
-    }
+    bool operator==(const Values &) const = default;
 };
 
+void PrintTo(const Values &values, std::ostream *out) {
+    *out << "a8 " << u32{values.a8} << " a16 " << values.a16 << " a32 " << values.a32 << " a64 "
+         << values.a64 << " s32 " << values.s32 << " s64 " << values.s64 << " flag " << values.flag
+         << " lamp " << values.lamp << " door " << values.door;
+}
+
+class WholeObjects : public ObjectModeTest {
+ protected:
+    Values values_of(const st_every *every) {
+        Values values;
+        st_every_get_all(handle, tx, every, &values.a8, &values.a16, &values.a32, &values.a64,
+                         &values.s32, &values.s64, &values.flag, &values.lamp, &values.door, &err);
+        return values;
+    }
+};
+TARN_EACH_MODE(WholeObjects);
+
 TEST_P(WholeObjects, AllPlainValuesAreReadInFieldOrderAndWidth) {
-    st_every *every = make.every(4);
-    Values values;
-    values.read(handle, every, &err);
+    EXPECT_EQ(values_of(make.every(4)), (Values{4, 4 * 257, 4U * 65537, 4 * u64{0x100000001}, -4,
+                                                -4 * std::int64_t{0x100000000}, 0, 1, 2}));
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(values.a8, 4);
-    EXPECT_EQ(values.a16, 4 * 257);
-    EXPECT_EQ(values.a32, 4U * 65537);
-    EXPECT_EQ(values.a64, 4 * u64{0x100000001});
-    EXPECT_EQ(values.s32, -4);
-    EXPECT_EQ(values.s64, -4 * std::int64_t{0x100000000});
-    EXPECT_EQ(values.flag, 0U);
-    EXPECT_EQ(values.lamp, 1U);
-    EXPECT_EQ(values.door, 2U);
 }
 
 TEST_P(WholeObjects, AllValuesOfANullObjectAre0) {
-    Values values;
-    values.read(handle, nullptr, &err);
+    EXPECT_EQ(values_of(nullptr), (Values{0, 0, 0, 0, 0, 0, 0, 0, 0}));
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(values.a8, 0);
-    EXPECT_EQ(values.a64, 0U);
-    EXPECT_EQ(values.s64, 0);
-    EXPECT_EQ(values.flag, 0U);
-    EXPECT_EQ(values.lamp, 0U);
-    EXPECT_EQ(values.door, 0U);
 }
 
 TEST_P(WholeObjects, AValueWithoutAccessIsReadAs0) {
     st_every *every = make.every(4);
     services.replace(u_int8_get, [](auto...) { return nullptr; });
     services.replace(u_int32_get, [](auto...) { return nullptr; });
-    Values values;
-    values.read(handle, every, &err);
+    EXPECT_EQ(values_of(every), (Values{0, 4 * 257, 0, 4 * u64{0x100000001}, -4,
+                                        -4 * std::int64_t{0x100000000}, 0, 1, 2}));
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(values.a8, 0);
-    EXPECT_EQ(values.a16, 4 * 257);
-    EXPECT_EQ(values.a32, 0U);
 }
 
 TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
@@ -90,27 +82,14 @@ TEST_P(WholeObjects, AFailureInTheMiddleStopsNeitherTheOtherValuesNorTheMarks) {
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
     expect_error(22);
     EXPECT_EQ(services.calls("kel_set_instance_modified", every).size(), 9U);
-    Values values;
-    values.read(handle, every, &err);
-    EXPECT_EQ(values.a8, 1);
-    EXPECT_EQ(values.a16, 2);
-    EXPECT_EQ(values.a32, 0U) << "the one that failed";
-    EXPECT_EQ(values.a64, 4U);
-    EXPECT_EQ(values.s32, -5);
-    EXPECT_EQ(values.s64, -6);
-    EXPECT_EQ(values.flag, 1U);
-    EXPECT_EQ(values.lamp, 2U);
-    EXPECT_EQ(values.door, 3U);
+    EXPECT_EQ(values_of(every), (Values{1, 2, 0, 4, -5, -6, 1, 2, 3})) << "all but a32";
 }
 
 TEST_P(WholeObjects, TheFirstFailureOfSettingAllValuesIsTheResult) {
     st_every *every = st_every_create(handle, tx);
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 99, 3, &err);
     expect_error(43);
-    Values values;
-    values.read(handle, every, &err);
-    EXPECT_EQ(values.lamp, 0U);
-    EXPECT_EQ(values.door, 3U);
+    EXPECT_EQ(values_of(every), (Values{1, 2, 3, 4, -5, -6, 1, 0, 3})) << "all but lamp";
     services.replace(u_int32_set_value, [](auto, auto, auto, auto, u32 *error) { *error = 22; });
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 99, 3, &err);
     expect_error(22);

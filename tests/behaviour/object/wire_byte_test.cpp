@@ -8,16 +8,7 @@
 namespace tarn::test {
 namespace {
 
-class WireBytes : public ObjectTest {
- protected:
-    std::vector<u8> buffer = std::vector<u8>(8192, 0xee);
-    template <typename Object, typename Marshal>
-    std::vector<u8> form(Marshal marshal, const Object *object) {
-        const u32 length = marshal(handle, tx, buffer.data(), object, 8000, &err);
-        EXPECT_EQ(err, 0U);
-        return bytes_of(buffer.data(), length);
-    }
-};
+using WireBytes = ObjectTest;
 
 // clang-format off
 const std::vector<u8> every_bytes = {
@@ -52,9 +43,7 @@ TEST_F(WireBytes, OfEachKindOfField) {
 
 TEST_F(WireBytes, OfEachKindOfFieldAreReadBack) {
     st_every *every = st_every_create(handle, tx);
-    EXPECT_EQ(st_every_unmarshal(handle, tx, every_bytes.data(), every,
-                                 static_cast<u32>(every_bytes.size()), 0, &err),
-              every_bytes.size());
+    EXPECT_EQ(read(st_every_unmarshal, every, every_bytes), every_bytes.size());
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(st_every_compare(every, sample_every(make)), 0);
     EXPECT_EQ(st_every_door_get_value(handle, tx, every, &err), 3U);
@@ -65,13 +54,12 @@ TEST_F(WireBytes, OfAnyTruthAreTrueAndOfAnUnknownFamilyAreRefused) {
     auto bytes = every_bytes;
     bytes[33] = 0x80;  // flag
     st_every *every = st_every_create(handle, tx);
-    const auto length = static_cast<u32>(bytes.size());
-    EXPECT_EQ(st_every_unmarshal(handle, tx, bytes.data(), every, length, 0, &err), length);
+    EXPECT_EQ(read(st_every_unmarshal, every, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(st_every_flag_get_value(handle, tx, every, &err), 1U);
     ASSERT_EQ(bytes[71], 4) << "the family of addr";
     bytes[71] = 5;
-    st_every_unmarshal(handle, tx, bytes.data(), every, length, 0, &err);
+    read(st_every_unmarshal, every, bytes);
     expect_error(22);
 }
 
@@ -130,7 +118,7 @@ TEST_F(WireBytes, InStateModeANestedObjectsStateBytesComeFromItsParentsBlock) {
     // And they are read back into it.
     st_tag *other = st_tag_create(handle, tx);
     st_point *target = st_tag_point_get(handle, tx, other, &err);
-    st_point_unmarshal(handle, tx, bytes.data(), target, 16, 0, &err);
+    read(st_point_unmarshal, target, bytes);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(bytes_of(at(other, tag_size), tag_states), (std::vector<u8>{0, 0, 0, 0, 0x14, 0x15}));
 }

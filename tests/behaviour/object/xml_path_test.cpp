@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading XML goes by paths: which ones are asked for, in which order, and what comes
 // of the answers.
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,12 +11,6 @@ namespace {
 
 class XmlPaths : public ObjectModeTest {
  protected:
-    using Document = std::unique_ptr<kel_xml_document, decltype(&kel_xml_free)>;
-    static Document parse(const std::string &text) {
-        Document document(kel_xml_parse(text.data(), text.size()), &kel_xml_free);
-        EXPECT_NE(document, nullptr) << kel_error_text();
-        return document;
-    }
     static std::vector<std::string> paths(const std::vector<ServiceCall> &calls) {
         std::vector<std::string> all;
         for (const ServiceCall &call : calls) all.push_back(call.text);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The XML form, there and back.
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -8,17 +7,6 @@
 
 namespace tarn::test {
 namespace {
-
-struct FreeDocument {
-    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
-};
-using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
-
-Document parse(const std::string &text) {
-    Document document(kel_xml_parse(text.data(), text.size()));
-    EXPECT_NE(document, nullptr) << kel_error_text() << "\n" << text;
-    return document;
-}
 
 class Xml : public ObjectModeTest {
  protected:
