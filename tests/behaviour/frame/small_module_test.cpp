@@ -51,7 +51,7 @@ const void *tarnbase_table_lut[1][KEL_TABLE_VFT_SLOTS] = {};
 
 namespace tarnbase {
 
-const Module module = {"small", tarnbase_type_list, tables, 1};
+const Module module = {"small", tarnbase_type_list, nullptr, 0, nullptr, 0, tables, 1};
 const void *const source_vectors[][KEL_TABLE_VFT_SLOTS] = {{table_luid, "table tbl_last"}};
 
 }  // namespace tarnbase
