@@ -169,6 +169,21 @@ TEST_F(Recorder, ReadsTheErrorWordWhereverAServiceHasIt) {
     kel_xml_free(document);
 }
 
+TEST_F(Recorder, CallsAFunctionOfTheTestInPlaceOfAService) {
+    ServiceRecorder recorder(handle);
+    recorder.replace(mt_get_tenant_id, [](std::uint16_t *tenant) {
+        mt_get_tenant_id(tenant);
+        *tenant = static_cast<std::uint16_t>(*tenant + 9);
+    });
+    EXPECT_EQ(make_record(2)->tenant_id, 9U);
+    EXPECT_EQ(recorder.count("mt_get_tenant_id"), 1U) << "the call of the function isn't counted";
+    recorder.replace(mt_get_tenant_id, nullptr);
+    const kel_record *made = make_record(3);
+    EXPECT_EQ(made->tenant_id, 0U);
+    EXPECT_EQ(recorder.calls("mt_get_tenant_id", &made->tenant_id).at(0).arguments,
+              words(&made->tenant_id));
+}
+
 TEST_F(Recorder, IsSilentWhilePausedAndAfterItsEnd) {
     {
         ServiceRecorder recorder(handle);
