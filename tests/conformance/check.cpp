@@ -113,10 +113,10 @@ int main(int argc, char **argv) try {
     program.option("--list", "FILE", cli::into(lists), "A list of behaviours").required();
     program
         .option("--behaviour", "PROGRAM", cli::into(behaviour_programs),
-                "A program whose tests all stand in a row")
+                "A program whose tests must all be in a row")
         .required();
     program.option("--other", "PROGRAM", cli::into(other_programs),
-                   "A program whose tests may stand in a row");
+                   "A program whose tests may be in a row");
     program
         .option("--build", "FOLDER", cli::into(build_folder), "The build folder, for ctest's names")
         .required();
@@ -130,28 +130,28 @@ int main(int argc, char **argv) try {
     add_tests_of_ctest(build_folder, known);
 
     std::size_t row_count = 0;
-    std::size_t complaints = 0;
+    std::size_t failures = 0;
     for (const std::string &list : lists) {
         for (const Row &row : rows_of(list)) {
             ++row_count;
             if (row.tests.empty()) {
                 std::cout << row.place << ": names no test: " << row.behaviour << '\n';
-                ++complaints;
+                ++failures;
             }
             for (const std::string &test : row.tests) {
                 wanted.erase(test);
                 if (known.count(test) != 0) continue;
                 std::cout << row.place << ": there is no test " << test << '\n';
-                ++complaints;
+                ++failures;
             }
         }
     }
     for (const std::string &test : wanted) {
         std::cout << "no row names the test " << test << "; add it to " << lists.front() << '\n';
-        ++complaints;
+        ++failures;
     }
-    std::cout << row_count << " behaviours, " << complaints << " complaints\n";
-    return complaints == 0 ? 0 : 1;
+    std::cout << row_count << " behaviours, " << failures << " failures\n";
+    return failures == 0 ? 0 : 1;
 } catch (const std::exception &error) {
     std::cerr << "conformance_check: " << error.what() << '\n';
     return 2;

@@ -61,7 +61,7 @@ TARN_CALLS_BY_NAME void use(const Accessors &accessors, const Round &round, void
     kel_handle *handle = round.handle();
     u32 err = 0;
     void *access = reinterpret_cast<Get>(accessors.get)(handle, round.tx(), object, &err);
-    require((access != nullptr) == (err == 0), "a getter answers or reports an error");
+    require((access != nullptr) == (err == 0), "a getter returns a value or reports an error");
     if (access == nullptr) return;
     reinterpret_cast<Set>(accessors.set)(handle, round.tx(), object, access, &err);
     if (accessors.get_value == nullptr) return;

@@ -163,7 +163,7 @@ void exercise(const Structure &type, const Round &round, void *object, u8 room) 
     use_accessors(type, round, object);
     check_states(type, round, object);
     object::type_type_backpropagate(type, round.call(err), object);
-    require(err == 0, "an object tells whether it was modified");
+    require(err == 0, "an object reports whether it was modified");
     check_wire(type, round, object, room);
 }
 
@@ -189,7 +189,7 @@ void exercise(const Enumeration &type, const Round &round, kel_enum_object *obje
     u32 refused = 0;
     enumeration::set_value(type, round.call(refused), object, value);
     enumeration::backpropagate(type, round.call(err), object);
-    require(err == 0, "an enumeration tells whether it was modified");
+    require(err == 0, "an enumeration reports whether it was modified");
 }
 
 }  // namespace tarnbase::fuzz

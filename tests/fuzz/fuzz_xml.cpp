@@ -105,7 +105,7 @@ void read_record(const Table &model, Conditions conditions, kel_xml_document *do
     destroy(model, round, record);
 }
 
-void refuse_output(void *, const char *, ...) { require(false, "no complaint is printed"); }
+void refuse_output(void *, const char *, ...) { require(false, "no message is printed"); }
 
 u32 count_element(kel_xml_document *, void *context) { return ++*static_cast<u32 *>(context) > 20; }
 

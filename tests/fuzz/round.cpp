@@ -142,11 +142,11 @@ Round::Round(const Conditions &conditions)
 
 Round::~Round() {
     if (home_ == Home::transaction) {
-        require(kel_transaction_rollback(handle_, tx_) == 0, "a transaction can be taken back");
+        require(kel_transaction_rollback(handle_, tx_) == 0, "a transaction can be rolled back");
         handle_->cr_tx_id = KEL_TX_NONE;
     }
-    require(heap_blocks == 0, "each block on the heap is given back once");
-    require(lab().blocks() == blocks_, "each block of the store is given back once");
+    require(heap_blocks == 0, "each block on the heap is freed once");
+    require(lab().blocks() == blocks_, "each block of the store is freed once");
 }
 
 kel_table *Round::table(const Table &model) const {

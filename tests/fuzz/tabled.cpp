@@ -69,7 +69,7 @@ void use_forms(const Table &model, const Round &round, kel_record *record, u8 ro
         require(written <= size, "a frame stays in its buffer");
     }
     table::record_is_modified(model, handle, round.tx(), record, &err);
-    require(err == 0, "a record tells whether it was modified");
+    require(err == 0, "a record reports whether it was modified");
     use_key_forms(model, round, record, room);
 }
 
@@ -116,7 +116,7 @@ void walk(const Table &model, const Round &round) {
         last = record;
         ++met;
     }
-    require(err == 0 && met == table->record_count, "a walk meets every record once");
+    require(err == 0 && met == table->record_count, "a walk visits every record once");
 }
 
 void destroy(const Table &model, const Round &round, kel_record *record) {

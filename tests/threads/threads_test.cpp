@@ -48,7 +48,7 @@ std::uint32_t one_life(kel_handle *handle, std::uint32_t tx, kel_table *table, i
     kel_record *record = tbl_test_label_create_record(handle, tx, &err);
     st_every *object = st_every_create(handle, tx);
     kel_vstring label;
-    const std::string text = "a label too long to stand in a string " + std::to_string(number);
+    const std::string text = "a label too long for a string itself " + std::to_string(number);
     kel_vstring_refer(&label, text.data(), static_cast<std::uint32_t>(text.size()));
     st_every_label_set(handle, tx, object, &label, &err);
     tbl_test_label_st_every_set_field(handle, tx, record, object);

@@ -85,7 +85,7 @@ void *Stage::object(const std::string &type, const std::string &role) {
     } else if (find_enumeration(type) != nullptr) {
         made = call<void *>(type + "_create", {handle, KEL_TX_NONE});
     } else {
-        throw std::runtime_error("nobody knows how to make a " + type);
+        throw std::runtime_error("can't make an argument of type " + type);
     }
     return made;
 }

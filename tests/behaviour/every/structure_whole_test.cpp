@@ -263,7 +263,7 @@ TEST_P(WholeServices, DestructionAsksEachFieldForReferencesAndEndsItInPlace) {
     }
     EXPECT_EQ(made, expected);
     EXPECT_EQ(recorder.count("kellib_get_sttr_offset"), recorder.count("kel_hd_mapping_destroy"))
-        << "asked of the nested objects that are in the mapping";
+        << "called for the nested objects that are in the mapping";
 }
 
 TEST_P(WholeServices, InitializationAsksTheHandlesDomainWithTheConstantDescriptor) {
