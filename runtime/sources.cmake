@@ -20,7 +20,6 @@ set(TARNBASE_RUNTIME_SOURCES
   text/format.cpp
   text/quoted.cpp
   text/utf8.cpp
-  wire/message_header.cpp
   variant/domain.cpp
   trace/module.cpp
   trace/sink.cpp

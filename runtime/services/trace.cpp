@@ -10,6 +10,7 @@ using namespace tarnbase::runtime;
 
 void ptrail_wrapper(std::uint16_t module_id, std::uint32_t level, std::uint32_t, const char *format,
                     ...) {
+    if (!is_traced(level)) return;
     std::va_list arguments;
     va_start(arguments, format);
     trace_line(module_id, level, format, arguments);
