@@ -82,7 +82,7 @@ TEST_F(Reads, AreListedInTheOrderOfTheIndexWithTheTablesVector) {
     EXPECT_EQ(all[1].vector, tbl_test_number_table_vft);
 }
 
-TEST_F(Reads, ListingThemEndsWithTheFirstNonzeroAnswer) {
+TEST_F(Reads, ListingThemEndsWithTheFirstNonzeroResult) {
     numbers.put(1);
     numbers.put(2);
     numbers.find(1);

@@ -30,7 +30,7 @@ class Destroy : public ReplicationTest {
 class DestroyInMode : public ModeTest {};
 TARN_EACH_MODE(DestroyInMode);
 
-TEST_P(DestroyInMode, APendingRecordIsGoneWhenTheEngineHasFinished) {
+TEST_P(DestroyInMode, APendingRecordIsDestroyedWhenTheEngineHasFinished) {
     Numbers numbers(handle);
     const std::uint64_t blocks = session.blocks();
     ASSERT_EQ(kel_replication_configure(handle, 1, 0), 0U);
@@ -51,7 +51,7 @@ TEST_P(DestroyInMode, APendingRecordIsGoneWhenTheEngineHasFinished) {
     EXPECT_EQ(handle->replication_engine_active, 0U);
 }
 
-TEST_F(Destroy, ADirectDeleteIsRefusedAndTheRecordStays) {
+TEST_F(Destroy, ADirectDeleteIsAnErrorAndTheRecordStays) {
     kel_record *record = numbers.put(1);
     const TraceCapture trace;
     tbl_test_number_delete(handle, tx, numbers.table, record, &err);
@@ -112,7 +112,7 @@ TEST_F(Destroy, RecordsWithAKeyObjectAreFinishedToo) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_F(Destroy, ARecordWithAnotherReferenceLeavesTheIndexAndLivesOn) {
+TEST_F(Destroy, ARecordWithAnotherReferenceLeavesTheIndexAndStaysAllocated) {
     kel_record *record = numbers.put(1);
     tbl_test_number_record_add_ref(handle, tx, record, &err);
     request(record);
@@ -133,7 +133,7 @@ TEST_F(Destroy, ATableThatIsNoLongerMarkedIsLeftAlone) {
     EXPECT_EQ(numbers.find(1), record);
 }
 
-TEST_F(Destroy, FinishingIsTakenBackByARollback) {
+TEST_F(Destroy, FinishingIsUndoneByARollback) {
     request(numbers.put(1, "a text of its own, too long to be inline"));
     const StoreSnapshot before(session.store());
     numbers.begin();
@@ -164,7 +164,7 @@ void forgetful_lookup(kel_handle *handle, std::uint32_t tx_id, const std::uint8_
     tarnbase_table_get_vft(handle, tx_id, luid, vector, err);
 }
 
-TEST_F(Destroy, ATableThatTheLookupDoesNotKnowIsReportedAndTheOthersFinished) {
+TEST_F(Destroy, ATableThatTheLookupDoesNotFindIsReportedAndTheOthersFinished) {
     kel_table *pairs = tbl_test_pair_table_open(handle, tx, "pairs", 0, &err);
     kel_table_set_replication(handle, tx, pairs, 1, 0);
     kel_record *record = tbl_test_pair_create_record(handle, tx, &err);

@@ -68,7 +68,7 @@ TEST_P(EnqueueInMode, ARecordWithAKeyObjectIsEnqueuedWithIt) {
     EXPECT_EQ(read_all(handle), std::vector<Bytes>{expected});
 }
 
-TEST_F(Enqueue, AFrameTellsTheRecordsTenantAndSource) {
+TEST_F(Enqueue, AFrameHasTheRecordsTenantAndSource) {
     kel_thread_set_tenant(5);
     kel_record *record = numbers.make(1);
     kel_thread_set_tenant(0);
@@ -94,7 +94,7 @@ TEST_F(Enqueue, ATableThatIsArmedButNotMarkedEnqueuesNothing) {
     EXPECT_EQ(numbers.table->write_cursor, 0U);
 }
 
-TEST_F(Enqueue, AWriteCursorStandsBehindItsTablesNewestFrame) {
+TEST_F(Enqueue, AWriteCursorIsAfterItsTablesNewestFrame) {
     Numbers others(handle, "others");
     numbers.put(1);
     numbers.put(2);
@@ -103,7 +103,7 @@ TEST_F(Enqueue, AWriteCursorStandsBehindItsTablesNewestFrame) {
     EXPECT_EQ(others.table->write_cursor, 3U);
 }
 
-TEST_F(Enqueue, AnInsertThatIsRefusedEnqueuesNothing) {
+TEST_F(Enqueue, AFailedInsertEnqueuesNothing) {
     numbers.put(1);
     EXPECT_EQ(numbers.insert(numbers.make(1)), static_cast<std::uint32_t>(EEXIST));
     EXPECT_EQ(read_all(handle).size(), 1U);
@@ -156,7 +156,7 @@ TEST_F(Enqueue, AReaderLearnsOfARecordThatFoundNoMemory) {
     EXPECT_EQ(read.frame.position, 1U);
 }
 
-TEST_F(Enqueue, AnInsertWithoutMemoryIsTakenBackByARollback) {
+TEST_F(Enqueue, AnInsertWithoutMemoryIsUndoneByARollback) {
     const StoreSnapshot before(session.store());
     numbers.begin();
     kel_record *record = numbers.make(1);
@@ -215,7 +215,7 @@ TEST_F(Unattached, AnInsertMovesTheCursorByOne) {
     EXPECT_EQ(kel_replication_lag(handle, &reader), 0U);
 }
 
-TEST_F(Unattached, TheFirstRingBeginsBehindTheCursors) {
+TEST_F(Unattached, TheFirstRingBeginsAfterTheCursors) {
     put(1);
     put(2);
     ASSERT_EQ(kel_replication_attach(handle, tarnbase_table_get_vft), 0U);

@@ -42,7 +42,7 @@ TEST_F(Reader, FindsFramesThatCameAfterItHadReadAll) {
     EXPECT_EQ(read_next(handle, reader).status, static_cast<std::uint32_t>(EAGAIN));
 }
 
-TEST_F(Reader, TellsItsLag) {
+TEST_F(Reader, HasALag) {
     kel_replication_reader reader = open_reader(handle);
     for (std::uint32_t key = 0; key < 3; ++key) numbers.put(key);
     EXPECT_EQ(kel_replication_lag(handle, &reader), 3U);
@@ -52,7 +52,7 @@ TEST_F(Reader, TellsItsLag) {
     EXPECT_EQ(kel_replication_lag(handle, &reader), 0U);
 }
 
-TEST_F(Reader, ASlowOneLearnsHowMuchItMissedAndGoesOn) {
+TEST_F(Reader, ASlowOneGetsHowMuchItMissedAndContinues) {
     ASSERT_EQ(kel_replication_configure(handle, 4, 0), 0U);
     kel_replication_reader reader = open_reader(handle);
     numbers.put(0);
@@ -76,7 +76,7 @@ TEST_F(Reader, OneThatKeepsUpMissesNothing) {
     EXPECT_EQ(reader.missed, 0U);
 }
 
-TEST_F(Reader, OpenedAtAPositionThatIsGoneTellsWhatItMissed) {
+TEST_F(Reader, OpenedAtADroppedPositionReportsWhatItMissed) {
     ASSERT_EQ(kel_replication_configure(handle, 2, 0), 0U);
     for (std::uint32_t key = 0; key < 5; ++key) numbers.put(key);
     kel_replication_reader reader = open_reader(handle, 1);
@@ -85,7 +85,7 @@ TEST_F(Reader, OpenedAtAPositionThatIsGoneTellsWhatItMissed) {
     EXPECT_EQ(read_next(handle, reader).frame.position, 3U);
 }
 
-TEST_F(Reader, StaysWhenTheBufferIsTooSmallAndTellsTheLength) {
+TEST_F(Reader, StaysIfTheBufferIsTooSmallAndReportsTheLength) {
     const Bytes expected = numbers.marshalled(numbers.put(1, "label"));
     kel_replication_reader reader = open_reader(handle);
     Bytes bytes(expected.size());
@@ -113,7 +113,7 @@ TEST_F(Reader, SeesFramesOnlyWhenTheirTransactionHasCommitted) {
     EXPECT_EQ(read_all(handle, reader).size(), 1U);
 }
 
-TEST_F(Reader, MissesNothingOfWhatComesInThePlaceOfRolledBackFrames) {
+TEST_F(Reader, MissesNothingThatReplacesRolledBackFrames) {
     kel_replication_reader reader = open_reader(handle);
     numbers.begin();
     numbers.put(1);

@@ -28,7 +28,7 @@ class Release : public ReplicationTest {
 class ReleaseInMode : public ModeTest {};
 TARN_EACH_MODE(ReleaseInMode);
 
-TEST_P(ReleaseInMode, ARecordInTheIndexAndOneOutsideAreGoneWithTheirObjects) {
+TEST_P(ReleaseInMode, ARecordInTheIndexAndOneOutsideAreDestroyedWithTheirObjects) {
     Numbers numbers(handle);
     kel_table_set_replication(handle, tx, numbers.table, 0, 0);
     numbers.put(0, "another text, too long to be inline, so that there are buckets");
@@ -45,7 +45,7 @@ TEST_P(ReleaseInMode, ARecordInTheIndexAndOneOutsideAreGoneWithTheirObjects) {
 
 TEST_F(Release, NoRecordIsAccepted) { EXPECT_EQ(release(nullptr), 0U); }
 
-TEST_F(Release, ARecordWhoseInsertFoundItsKeyTakenIsGoneAndTheOtherStays) {
+TEST_F(Release, ARecordWhoseKeyWasInUseIsDestroyedAndTheOtherStays) {
     kel_record *first = numbers.put(1);
     kel_record *second = numbers.make(1);
     ASSERT_EQ(numbers.insert(second), 17U);
@@ -72,7 +72,7 @@ TEST_F(Release, ARecordThatCouldNotBeReplicatedStaysInTheIndexUntilTheEngineHasF
     EXPECT_LT(session.blocks(), blocks);
 }
 
-TEST_F(Release, TheEnginesHandleEndsARecordOfAMarkedTableAtOnce) {
+TEST_F(Release, TheEnginesHandleDestroysARecordOfAMarkedTableAtOnce) {
     kel_record *record = numbers.put(1);
     handle->replication_engine_active = 1;
     EXPECT_EQ(release(record), 0U);
@@ -80,7 +80,7 @@ TEST_F(Release, TheEnginesHandleEndsARecordOfAMarkedTableAtOnce) {
     EXPECT_EQ(numbers.find(1), nullptr);
 }
 
-TEST_F(Release, AnErrorInTheHandleHindersNothingAndStays) {
+TEST_F(Release, AnErrorInTheHandleChangesNothingAndStays) {
     unmark();
     for (kel_record *record : {numbers.put(1), numbers.make(2)}) {
         handle->last_error = 12;
@@ -100,7 +100,7 @@ TEST_F(Release, OneOfSeveralReferencesLeavesTheRecordWhereItIs) {
     EXPECT_EQ(release(record), in_progress) << "the last one";
 }
 
-TEST_F(Release, ARecordWithAKeyObjectIsGone) {
+TEST_F(Release, ARecordWithAKeyObjectIsDestroyed) {
     kel_table *pairs = tbl_test_pair_table_open(handle, tx, "pairs", 0, &err);
     const std::uint64_t blocks = session.blocks();
     kel_record *record = tbl_test_pair_create_record(handle, tx, &err);
@@ -113,7 +113,7 @@ TEST_F(Release, ARecordWithAKeyObjectIsGone) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_F(Release, ARecordOfAnotherTableIsRefusedAndUntouched) {
+TEST_F(Release, ARecordOfAnotherTableIsAnErrorAndUnchanged) {
     kel_record *record = numbers.put(1);
     const StoreSnapshot before(session.store());
     for (const void *const *other : {tbl_test_pair_table_vft, tbl_test_label_table_vft}) {
@@ -147,7 +147,7 @@ TEST_F(Release, IsTakenBackByARollback) {
 
 class Fallback : public ReplicationTest {};
 
-TEST_F(Fallback, IsTheRecordOrObjectThatACreationWithoutMemoryAnswers) {
+TEST_F(Fallback, IsTheRecordOrObjectThatACreationWithoutMemoryReturns) {
     kel_store *store = session.store();
     kel_record *record = tbl_test_number_record_create_cr(handle, 1);
     EXPECT_EQ(kel_record_is_fallback(handle, record), 0U);

@@ -105,7 +105,7 @@ TEST_F(Ring, IsNotMadeAnewInsideATransaction) {
     EXPECT_EQ(read_all(handle).size(), 1U);
 }
 
-TEST_F(Ring, OfTooManyFramesIsRefusedAndTheOldOneStays) {
+TEST_F(Ring, OfTooManyFramesIsAnErrorAndTheOldOneStays) {
     numbers.put(1);
     EXPECT_EQ(kel_replication_configure(handle, ~std::uint64_t{0}, 0),
               static_cast<std::uint32_t>(EINVAL));

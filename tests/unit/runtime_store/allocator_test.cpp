@@ -146,7 +146,7 @@ class BadFrees : public SmallStoreTest {
     std::uint8_t *large = static_cast<std::uint8_t *>(store.allocate(200000));
 };
 
-TEST_F(BadFrees, a_block_freed_twice_is_refused) {
+TEST_F(BadFrees, a_block_freed_twice_is_traced) {
     void *again = store.allocate(100);
     store.release(again);
     expect_refused(again);
@@ -154,7 +154,7 @@ TEST_F(BadFrees, a_block_freed_twice_is_refused) {
     expect_refused(large);
 }
 
-TEST_F(BadFrees, addresses_inside_a_block_are_refused) {
+TEST_F(BadFrees, addresses_inside_a_block_are_traced) {
     // The bytes of a large block may look like the head of a page.
     for (std::uint32_t *word = reinterpret_cast<std::uint32_t *>(large);
          word < reinterpret_cast<std::uint32_t *>(large + 200000); ++word) {
@@ -164,7 +164,7 @@ TEST_F(BadFrees, addresses_inside_a_block_are_refused) {
     for (const int offset : {1, 16, 65536, 65536 - 64, 131072 + 96}) expect_refused(large + offset);
 }
 
-TEST_F(BadFrees, addresses_that_are_no_place_of_a_block_are_refused) {
+TEST_F(BadFrees, addresses_that_are_not_of_a_block_are_traced) {
     auto *base = static_cast<std::uint8_t *>(store.describe().base);
     std::uint64_t outside = 0;
     expect_refused(&outside);
@@ -177,7 +177,7 @@ TEST_F(BadFrees, addresses_that_are_no_place_of_a_block_are_refused) {
     expect_refused(base - 16);
 }
 
-TEST_F(BadFrees, pages_of_the_undo_log_are_refused) {
+TEST_F(BadFrees, pages_of_the_undo_log_are_traced) {
     const std::uint32_t tx = store.begin();
     store.set(tx, small, std::uint8_t{1});
     const TraceCapture trace;
@@ -199,7 +199,7 @@ TEST_F(BadFrees, null_is_accepted_in_silence) {
     EXPECT_EQ(store.describe().blocks, 2U);
 }
 
-TEST(FullAllocator, answers_null_and_is_whole_again_when_all_is_freed) {
+TEST(FullAllocator, returns_null_and_is_unchanged_when_all_is_freed) {
     SmallStore store(least_capacity);
     const StoreSnapshot fresh(store.store);
     for (const std::uint64_t size : {32U, 5000U, 16384U, 60000U, 500000U}) {
@@ -214,7 +214,7 @@ TEST(FullAllocator, answers_null_and_is_whole_again_when_all_is_freed) {
     }
 }
 
-TEST(FullAllocator, refuses_what_can_never_fit) {
+TEST(FullAllocator, returns_null_for_what_can_never_fit) {
     SmallStore store(least_capacity);
     const StoreSnapshot fresh(store.store);
     for (const std::uint64_t size : {least_capacity - 1, least_capacity, least_capacity + 1,
@@ -233,7 +233,7 @@ TEST_F(Allocator, fails_the_wished_allocation_and_no_other) {
     }
 }
 
-TEST_F(Allocator, forgets_the_wish_when_it_is_taken_back) {
+TEST_F(Allocator, fails_nothing_when_the_request_is_reset) {
     kel_store_fail_allocation(store.store, 2);
     EXPECT_NE(store.allocate(10), nullptr);
     kel_store_fail_allocation(store.store, 0);

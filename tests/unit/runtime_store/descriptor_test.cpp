@@ -102,7 +102,7 @@ TEST_F(Descriptors, a_copy_gets_the_variants_that_it_lacks_and_keeps_its_counter
     EXPECT_EQ(info->variants[1].created, 0U);
 }
 
-TEST_F(Descriptors, a_copy_that_knows_more_variants_keeps_them) {
+TEST_F(Descriptors, a_copy_with_more_variants_keeps_them) {
     const kel_variant_info *info = get()->variant_info;
     const kel_variant_usage *usage = info->variants;
     constant.info.variant_count = 1;

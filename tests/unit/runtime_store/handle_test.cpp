@@ -23,7 +23,7 @@ TEST_F(HandleTest, a_new_one_is_on_its_store_with_tracking_off_and_no_transactio
     EXPECT_NE(handle->hd_mapping_enabled, 0U);
 }
 
-TEST_F(HandleTest, its_tracking_record_holds_the_mode_and_goes_with_mode_0) {
+TEST_F(HandleTest, its_tracking_record_has_the_mode_and_is_removed_with_mode_0) {
     for (const std::uint32_t mode : {KEL_STATE_TRACKING_ON, KEL_STATE_TRACKING_OFF}) {
         kel_handle_set_state_tracking(handle, mode);
         ASSERT_NE(handle->state_tracking, nullptr);

@@ -138,7 +138,7 @@ TEST_F(TypeMap, a_second_copy_takes_the_place_of_the_first) {
     EXPECT_EQ(store.describe().types, 1U);
 }
 
-TEST_F(TypeMap, a_copy_stays_when_its_transaction_is_taken_back) {
+TEST_F(TypeMap, a_copy_stays_when_its_transaction_is_rolled_back) {
     kel_type_info_copy *copy = make();
     const std::uint32_t tx = store.begin();
     insert(luid(1), copy, tx);

@@ -38,7 +38,7 @@ class PageSets : public ::testing::TestWithParam<std::uint64_t> {
     }
 };
 
-TEST_P(PageSets, answer_as_a_set_does_after_every_step) {
+TEST_P(PageSets, are_equal_to_a_set_after_every_step) {
     const std::uint32_t seed = 41;
     Chance chance(seed);
     for (int step = 0; step < 400; ++step) {
@@ -95,7 +95,7 @@ TEST(SizeClasses, the_smallest_that_holds_a_size_is_taken) {
     }
 }
 
-TEST(SizeClasses, blocks_lie_behind_the_head_and_its_bitmap_and_end_within_the_page) {
+TEST(SizeClasses, blocks_are_after_the_head_and_its_bitmap_and_end_within_the_page) {
     for (const SizeClass &shape : size_classes) {
         EXPECT_EQ(shape.size % 16, 0U);
         EXPECT_EQ(shape.first % 16, 0U);
@@ -105,7 +105,7 @@ TEST(SizeClasses, blocks_lie_behind_the_head_and_its_bitmap_and_end_within_the_p
     }
 }
 
-TEST(CommunicationRegistries, keep_a_handler_each_until_it_is_taken_off) {
+TEST(CommunicationRegistries, keep_a_handler_each_until_it_is_unregistered) {
     int ridge = 0, interface = 0;
     ridge_comm_bundle_handler_register(&ridge);
     if_common_bundle_handler_register(&interface);

@@ -142,7 +142,7 @@ TEST_F(KilledProcess, leaves_a_store_that_opens_rolled_back_in_every_byte) {
     EXPECT_EQ(after.find_first_not_of('\0', before.size()), std::string::npos);
 }
 
-TEST_F(KilledProcess, has_its_transaction_left_alone_while_it_lives) {
+TEST_F(KilledProcess, keeps_its_transaction_until_it_ends) {
     make_store();
     Peer peer(stop_in_a_transaction, path.c_str());
     ASSERT_TRUE(peer.tell() && peer.await());

@@ -88,7 +88,7 @@ TEST_F(StoreFile, keeps_its_content_address_and_capacity_when_it_is_opened_again
     EXPECT_EQ(*block, 4711U);
 }
 
-TEST_F(StoreFile, lies_where_the_caller_wants_it) {
+TEST_F(StoreFile, is_mapped_at_the_given_address) {
     void *base = reinterpret_cast<void *>(0x3210'0000'0000);
     const kel_store_options options{small_capacity, base};
     ASSERT_EQ(create(&options), 0U) << kel_error_text();
@@ -97,14 +97,14 @@ TEST_F(StoreFile, lies_where_the_caller_wants_it) {
     EXPECT_EQ(now.base, base);
 }
 
-TEST_F(StoreFile, create_refuses_a_file_that_is_there) {
+TEST_F(StoreFile, create_fails_for_an_existing_file) {
     create_and_close();
     EXPECT_EQ(create(), std::uint32_t{EEXIST});
     EXPECT_EQ(store, nullptr);
     EXPECT_EQ(kel_error_text(), path + ": File exists");
 }
 
-TEST_F(StoreFile, create_refuses_capacities_and_addresses_that_are_not_of_whole_pages) {
+TEST_F(StoreFile, create_fails_for_capacities_and_addresses_that_are_not_whole_pages) {
     const kel_store_options refused[] = {{small_capacity + 4096, nullptr},
                                          {65536, nullptr},
                                          {small_capacity, reinterpret_cast<void *>(4096)}};
@@ -132,11 +132,11 @@ TEST_F(StoreFile, open_or_create_does_the_one_or_the_other) {
     }
 }
 
-TEST_F(StoreFile, open_refuses_a_file_that_is_not_there) {
+TEST_F(StoreFile, open_fails_for_a_missing_file) {
     expect_refused(ENOENT, "No such file or directory");
 }
 
-TEST_F(StoreFile, open_refuses_what_is_no_store) {
+TEST_F(StoreFile, open_fails_for_what_is_not_a_store) {
     std::ofstream(path) << "";
     expect_refused(EINVAL, "not a store file: it is empty");
     for (const std::size_t length : {1U, 7U, 8U, 5000U}) {
@@ -145,7 +145,7 @@ TEST_F(StoreFile, open_refuses_what_is_no_store) {
     }
 }
 
-TEST_F(StoreFile, open_refuses_one_of_a_newer_release_and_says_what_to_do) {
+TEST_F(StoreFile, open_fails_for_a_newer_release_and_says_what_to_do) {
     create_and_close();
     overwrite(offsetof(StoreHeader, version), std::uint32_t{2});
     // The rest of a newer header is not read.
@@ -159,7 +159,7 @@ TEST_F(StoreFile, open_refuses_one_of_a_newer_release_and_says_what_to_do) {
     expect_refused(EINVAL, text);
 }
 
-TEST_F(StoreFile, open_refuses_one_of_an_older_release_and_says_what_to_do) {
+TEST_F(StoreFile, open_fails_for_an_older_release_and_says_what_to_do) {
     create_and_close();
     overwrite(offsetof(StoreHeader, version), std::uint32_t{0});
     expect_refused(EINVAL,
@@ -168,7 +168,7 @@ TEST_F(StoreFile, open_refuses_one_of_an_older_release_and_says_what_to_do) {
                    "import of this one");
 }
 
-TEST_F(StoreFile, open_refuses_one_of_the_other_byte_order_and_says_what_to_do) {
+TEST_F(StoreFile, open_fails_for_the_other_byte_order_and_says_what_to_do) {
     create_and_close();
     overwrite(0, __builtin_bswap64(tarnbase::runtime::store_magic));
     expect_refused(EINVAL,
@@ -176,7 +176,7 @@ TEST_F(StoreFile, open_refuses_one_of_the_other_byte_order_and_says_what_to_do) 
                    "export there and tarnctl import here");
 }
 
-TEST_F(StoreFile, open_refuses_one_that_is_cut_short) {
+TEST_F(StoreFile, open_fails_for_a_truncated_file) {
     create_and_close();
     const auto size = std::filesystem::file_size(path);
     std::filesystem::resize_file(path, size - 1);
@@ -189,7 +189,7 @@ TEST_F(StoreFile, open_refuses_one_that_is_cut_short) {
     }
 }
 
-TEST_F(StoreFile, open_refuses_a_header_that_makes_no_sense) {
+TEST_F(StoreFile, open_fails_for_an_invalid_header) {
     const std::pair<std::size_t, std::uint64_t> damages[] = {
         {offsetof(StoreHeader, base), 0},
         {offsetof(StoreHeader, base), 0x3210'0000'1000},

@@ -139,7 +139,7 @@ TEST_P(Seeded, transactions_on_blocks_of_their_own_end_apart_from_each_other) {
 
 using Transactions = SmallStoreTest;
 
-TEST_F(Transactions, one_byte_written_twice_comes_back_as_it_was_at_first) {
+TEST_F(Transactions, one_byte_written_twice_is_restored_to_its_first_value) {
     auto *byte = static_cast<std::uint8_t *>(store.allocate(1));
     *byte = 7;
     const std::uint32_t tx = store.begin();
@@ -175,7 +175,7 @@ TEST_F(Transactions, a_block_freed_stays_until_commit) {
     EXPECT_EQ(store.allocate(64), block) << "the lowest free place is taken first";
 }
 
-TEST_F(Transactions, a_block_allocated_and_freed_in_a_transaction_is_gone_either_way) {
+TEST_F(Transactions, a_block_allocated_and_freed_in_a_transaction_is_freed_either_way) {
     for (const bool commits : {true, false}) {
         const StoreSnapshot before(store.store);
         const std::uint32_t tx = store.begin();
@@ -243,7 +243,7 @@ TEST_F(Transactions, ids_differ_and_are_never_zero_or_none) {
     }
 }
 
-TEST_F(Transactions, too_many_open_are_refused_until_one_ends) {
+TEST_F(Transactions, too_many_open_are_an_error_until_one_ends) {
     std::vector<std::uint32_t> open;
     for (int i = 0; i < 32; ++i) open.push_back(store.begin());
     EXPECT_EQ(store.describe().transactions, 32U);
@@ -308,7 +308,7 @@ TEST_F(FullStore, a_transaction_that_finds_no_memory_is_taken_back_whole) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(FullStore, rollback_says_that_the_log_had_no_room) {
+TEST_F(FullStore, rollback_reports_that_the_log_was_incomplete) {
     const std::uint32_t tx = store.begin();
     const std::vector<std::uint8_t> bytes(60000, 1);
     for (int i = 0; i < 10; ++i) store.write(tx, taken[0], bytes.data(), bytes.size());

@@ -128,7 +128,7 @@ class RandomTree : public ::testing::TestWithParam<std::uint32_t> {
 
 INSTANTIATE_TEST_SUITE_P(Tree, RandomTree, ::testing::Values(21U, 22U, 23U, 24U));
 
-TEST_P(RandomTree, answers_as_a_set_does_after_every_step) {
+TEST_P(RandomTree, is_equal_to_a_set_after_every_step) {
     for (int step = 0; step < 1200 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
         insert_or_remove(KEL_TX_NONE, step / 300 % 2 == 0 ? 7 : 3);
@@ -270,7 +270,7 @@ std::uint32_t visit(kel_index_node *node, void *context) {
     return key == walk.stop_at ? 77 : 0;
 }
 
-TEST_F(TreeOf20, walk_visits_all_in_order_and_answers_the_last_result) {
+TEST_F(TreeOf20, walk_visits_all_in_order_and_returns_the_last_result) {
     Walk walk;
     EXPECT_EQ(e_avl_walk(*tree.anchor, visit, &walk), 0U);
     EXPECT_EQ(walk.seen, std::vector<int>(model.begin(), model.end()));
@@ -283,7 +283,7 @@ TEST_F(TreeOf20, a_nonzero_result_ends_a_walk) {
     EXPECT_EQ(walk.seen, (std::vector<int>{0, 1, 2, 3, 4, 5}));
 }
 
-TEST_F(TreeOf20, a_walk_may_delete_the_node_it_was_handed) {
+TEST_F(TreeOf20, a_walk_may_delete_the_node_it_visits) {
     for (const int each : {3, 2, 1}) {
         const std::set<int> visited = model;
         Walk walk{&tree, each, -1, {}};

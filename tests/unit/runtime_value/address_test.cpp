@@ -26,7 +26,7 @@ TEST_F(Address, ANewAddressIsNone) {
     EXPECT_EQ(ip_address_len(handle, tx, nullptr), 1U);
 }
 
-TEST_F(Address, TextOfBothFamiliesComesBackInItsCanonicalForm) {
+TEST_F(Address, TextOfBothFamiliesIsReadBackInItsCanonicalForm) {
     for (const auto &[text, canonical] :
          std::vector<std::pair<const char *, const char *>>{{"0.0.0.0", "0.0.0.0"},
                                                             {"255.255.255.255", "255.255.255.255"},
@@ -52,7 +52,7 @@ TEST_F(Address, TextThatIsNoAddressIsError22AndLeavesTheValue) {
     expect_error(2);
 }
 
-TEST_F(Address, AssignTakesBytesOfAFamilyAndRefusesAnother) {
+TEST_F(Address, AssignTakesBytesOfAFamilyAndNoOther) {
     const std::uint8_t bytes[16] = {1, 2, 3, 4, 5};
     ip_address_assign(handle, tx, field, KEL_ADDRESS_IPV6, bytes, &err);
     EXPECT_EQ(text_of(field), "102:304:500::");
@@ -114,7 +114,7 @@ TEST_F(Address, AnErrorOnEntryStopsEveryOperation) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_F(Address, TheWireFormIsFamilyAndBytesAndComesBack) {
+TEST_F(Address, TheWireFormIsFamilyAndBytesAndIsReadBack) {
     for (const auto &[text, length] : std::vector<std::pair<const char *, std::uint32_t>>{
              {"", 1}, {"1.2.3.4", 5}, {"1:2::", 17}}) {
         ip_address *source = make_address(*text == '\0' ? nullptr : text);
@@ -176,7 +176,7 @@ TEST_F(Address, PrintShowsTheTextOrNone) {
     EXPECT_EQ(std::string(buffer, 10), "peer: ::1\n");
 }
 
-TEST_F(Address, XmlComesBackAndBadTextIsError22) {
+TEST_F(Address, XmlIsReadBackAndBadTextIsError22) {
     for (const char *text : {"", "192.0.2.1", "2001:db8::ff"}) {
         ip_address *source = make_address(*text == '\0' ? nullptr : text);
         const std::string expected = "<f state=\"7\">" + std::string(text) + "</f>\n";
@@ -247,7 +247,7 @@ TEST_F(Address, AKeyToSearchWithNeedsNoHandle) {
     EXPECT_EQ(key.family, KEL_ADDRESS_NONE);
 }
 
-TEST_F(Address, TextIsEmptyWithoutRoomForIt) {
+TEST_F(Address, TextIsEmptyIfItDoesNotFit) {
     ip_address_assign_text(handle, tx, field, "10.20.30.40", &err);
     char text[11];
     EXPECT_STREQ(ip_address_text(field, text, sizeof text), "");
@@ -256,7 +256,7 @@ TEST_F(Address, TextIsEmptyWithoutRoomForIt) {
     EXPECT_EQ(text[0], 'x');
 }
 
-TEST_F(Address, ARollbackBringsTheAddressBack) {
+TEST_F(Address, ARollbackRestoresTheAddress) {
     ip_address_assign_text(handle, tx, field, "10.0.0.1", &err);
     std::uint32_t transaction = 0;
     ASSERT_EQ(kel_transaction_begin(handle, &transaction), 0U);

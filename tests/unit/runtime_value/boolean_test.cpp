@@ -76,7 +76,7 @@ TEST_F(Boolean, TheWireFormIsOneByteAndAnyNonzeroByteReadsAsTrue) {
     EXPECT_EQ(value(), 1U);
 }
 
-TEST_F(Boolean, NoRoomOnTheWireIsError90) {
+TEST_F(Boolean, TooLittleSpaceOnTheWireIsError90) {
     std::uint8_t byte = 0xee;
     EXPECT_EQ(kel_boolean_marshal(handle, tx, &byte, field, 0, &err), 0U);
     expect_error(90);
@@ -97,7 +97,7 @@ TEST_F(Boolean, PrintSaysTrueOrFalse) {
     expect_error(90);
 }
 
-TEST_F(Boolean, XmlReadsWordsAndDigitsAndRefusesAllElse) {
+TEST_F(Boolean, XmlReadsWordsAndDigitsAndNothingElse) {
     read_xml("true");
     EXPECT_EQ(value(), 1U);
     read_xml("false");

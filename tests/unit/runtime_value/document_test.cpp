@@ -22,7 +22,7 @@ TEST(XmlDocuments, AWellFormedDocumentIsParsed) {
     kel_xml_free(nullptr);
 }
 
-TEST(XmlDocuments, ABrokenDocumentIsRefusedWithItsLine) {
+TEST(XmlDocuments, ABrokenDocumentIsAnErrorWithItsLine) {
     const std::string text = refusal_of("<a>\n<b>\n</a>\n");
     EXPECT_TRUE(mentions(text, "XML: line 3: ")) << text;
     EXPECT_TRUE(mentions(text, "b")) << text;
@@ -45,7 +45,7 @@ TEST(XmlDocuments, BytesThatAreNotOfTheirEncodingPrintNothing) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(XmlDocuments, ADocumentTypeDeclarationIsRefusedWhereItStarts) {
+TEST(XmlDocuments, ADocumentTypeDeclarationIsAnErrorWhereItStarts) {
     for (const char *text :
          {"<!DOCTYPE a>\n<a/>", "<!DOCTYPE a SYSTEM \"file:///etc/hostname\">\n<a/>",
           "<!DOCTYPE a [<!ENTITY e \"x\">]>\n<a>&e;</a>",
@@ -99,7 +99,7 @@ TEST_F(Walk, EachElementIsADocumentOfItsOwnInDocumentOrder) {
     EXPECT_EQ(seen.texts, std::vector<std::string>({"1/1", "2/1", "3/2", "4/1"}));
 }
 
-TEST_F(Walk, ANonzeroAnswerEndsTheWalkAndIsHandedOn) {
+TEST_F(Walk, ANonzeroResultEndsTheWalkAndIsReturned) {
     seen.stop_after = 2;
     EXPECT_EQ(kel_xml_for_each(document.get(), "//record", see, &seen, &result), 0U);
     EXPECT_EQ(result, 17U);

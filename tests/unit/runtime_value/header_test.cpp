@@ -85,7 +85,7 @@ TEST_F(ValueHeader, AnErrorOnEntryLeavesTheMemory) {
     EXPECT_EQ(err, 12U);
 }
 
-TEST_F(ValueHeader, ACorruptedHandleEndsTheProcess) {
+TEST_F(ValueHeader, ACorruptedHandleAborts) {
     EXPECT_DEATH(
         {
             kel_state_tracking corrupted{0x1234};
@@ -129,7 +129,7 @@ TEST_F(ValueHeader, QuietInitializeCountsNothing) {
     EXPECT_EQ(usage(_kel_vstring_type_info_internal).live, before.live);
 }
 
-TEST_F(ValueHeader, ARollbackTakesTheCountsBack) {
+TEST_F(ValueHeader, ARollbackUndoesTheCounts) {
     const kel_variant_usage before = usage(_kel_vstring_type_info_internal);
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     initialize(1, 0, OBJ_NESTED);
@@ -218,7 +218,7 @@ TEST_F(ValueHeader, ValuesHoldNoReferencesAndNoPlaceOfTheirOwn) {
     EXPECT_EQ(std::memcmp(string, &before, sizeof before), 0);
 }
 
-TEST(ValueDescriptors, AreValidAndToldApart) {
+TEST(ValueDescriptors, AreValidAndDistinct) {
     const kel_type_info *const all[] = {&_kel_boolean_type_info_internal,
                                         &_kel_vstring_type_info_internal,
                                         &_ip_address_type_info_internal};

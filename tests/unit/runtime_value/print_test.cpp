@@ -14,14 +14,14 @@ class PrintServices : public ValueTest {
     }
 };
 
-TEST_F(PrintServices, BlanksTakeTheirRoomAndAddNoNul) {
+TEST_F(PrintServices, BlanksTakeTheirSpaceAndAddNoNul) {
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 3, 3, &err), 3U);
     EXPECT_EQ(buffer.substr(0, 5), "   ~~");
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 0, 0, &err), 0U);
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(PrintServices, BlanksWithoutRoomAreError90AndWriteNothing) {
+TEST_F(PrintServices, BlanksThatDoNotFitAreError90AndWriteNothing) {
     for (const std::uint32_t indent : {4U, 1000U, 0xffffffffU}) {
         EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), indent, 3, &err), 0U);
         expect_error(90);
@@ -29,18 +29,18 @@ TEST_F(PrintServices, BlanksWithoutRoomAreError90AndWriteNothing) {
     EXPECT_EQ(buffer, std::string(20, '~'));
 }
 
-TEST_F(PrintServices, FormattedTextFillsItsRoomToTheLastCharacter) {
+TEST_F(PrintServices, FormattedTextFillsItsBufferToTheLastCharacter) {
     EXPECT_EQ(format(6, "abcdef"), 6U);
     EXPECT_EQ(buffer.substr(0, 7), "abcdef~");
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(PrintServices, ANulFollowsWhereThereIsRoomForIt) {
+TEST_F(PrintServices, ANulFollowsIfThereIsSpaceForIt) {
     EXPECT_EQ(format(7, "abcdef"), 6U);
     EXPECT_EQ(buffer.substr(0, 8), std::string("abcdef\0~", 8));
 }
 
-TEST_F(PrintServices, FormattedTextWithoutRoomIsError90AndStaysInItsRoom) {
+TEST_F(PrintServices, FormattedTextThatDoesNotFitIsError90AndStaysInItsBuffer) {
     for (std::uint32_t room = 0; room < 6; ++room) {
         buffer.assign(20, '~');
         EXPECT_EQ(format(room, "abcdef"), 0U);

@@ -127,7 +127,7 @@ TYPED_TEST(Scalars, SettingANullFieldOrFromANullSourceIsErrorTwo) {
     EXPECT_EQ(*this->field, 0);
 }
 
-TYPED_TEST(Scalars, TheWireFormIsLittleEndianOfTheTypesWidthAndComesBack) {
+TYPED_TEST(Scalars, TheWireFormIsLittleEndianOfTheTypesWidthAndIsReadBack) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     for (const Plain value : this->interesting()) {
@@ -164,7 +164,7 @@ TYPED_TEST(Scalars, ANullValueIsMarshalledAsZero) {
     EXPECT_EQ(buffer, 0);
 }
 
-TYPED_TEST(Scalars, TooLittleRoomOnTheWireIsError90AndChangesNothing) {
+TYPED_TEST(Scalars, TooLittleSpaceOnTheWireIsError90AndChangesNothing) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     *this->field = 3;
@@ -204,7 +204,7 @@ TYPED_TEST(Scalars, PrintWritesBlanksNameAndValueAndNoNul) {
     }
 }
 
-TYPED_TEST(Scalars, TheXmlElementComesBackAtTheLimitsToo) {
+TYPED_TEST(Scalars, TheXmlElementIsReadBackAtTheLimitsToo) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     for (const Plain value : this->interesting()) {
@@ -256,7 +256,7 @@ TYPED_TEST(Scalars, TextThatIsNoNumberOfTheTypeIsError22AndLeavesTheValue) {
     }
 }
 
-TYPED_TEST(Scalars, TheRefusalNamesThePathAndTheRange) {
+TYPED_TEST(Scalars, TheErrorNamesThePathAndTheRange) {
     using Limits = std::numeric_limits<typename TypeParam::Plain>;
     TraceCapture trace;
     this->read_xml("many");
@@ -289,11 +289,11 @@ TYPED_TEST(Scalars, EqualValuesHashAlikeAndTheSeedChains) {
     EXPECT_EQ(Op::hash(nullptr, 5), 5U);
 }
 
-TYPED_TEST(Scalars, APlainValueCarriesNoMark) {
+TYPED_TEST(Scalars, APlainValueHasNoMark) {
     EXPECT_EQ(TypeParam::backpropagate(this->handle, this->tx, this->field, &this->err), 0U);
 }
 
-TYPED_TEST(Scalars, ARollbackBringsTheValueBack) {
+TYPED_TEST(Scalars, ARollbackRestoresTheValue) {
     using Op = TypeParam;
     *this->field = 12;
     std::uint32_t transaction = 0;

@@ -34,7 +34,7 @@ class Variants : public ValueTest {
     }
 };
 
-TEST_F(Variants, ADomainAnswersTheHighestVariantUnlessToldOtherwise) {
+TEST_F(Variants, ADomainReturnsTheHighestVariantUnlessOneIsChosen) {
     EXPECT_EQ(domain(&type), 2);
     EXPECT_EQ(domain(&same_type), 0);
     EXPECT_EQ(domain(&_kel_vstring_type_info_internal), 0);
@@ -55,7 +55,7 @@ TEST_F(Variants, AChoiceHoldsForTheTypesLuidOnThisHandle) {
     EXPECT_EQ(kel_domain_lookup_variant(other, &other->variant_domain, &type, &err), 2U);
 }
 
-TEST_F(Variants, ANegativeChoiceIsAnsweredInTheLowByte) {
+TEST_F(Variants, ANegativeChoiceIsReturnedInTheLowByte) {
     ASSERT_EQ(kel_handle_set_variant(handle, &type, -1), 0U);
     EXPECT_EQ(domain(&type), -1);
     EXPECT_EQ(kel_domain_lookup_variant(handle, &handle->variant_domain, &type, &err), 0xffU);
@@ -107,7 +107,7 @@ TEST_F(Variants, WithoutObjectDescriptorOrWithAnErrorNothingIsRaised) {
     EXPECT_EQ(object->variant, -1);
 }
 
-TEST_F(Variants, AnInstanceTellsItsVariantAndFlags) {
+TEST_F(Variants, AnInstanceHasAVariantAndFlags) {
     object->variant = -3;
     object->flags = 0x2a;
     EXPECT_EQ(kel_get_instance_variant(object, 1, 0), -3);

@@ -71,7 +71,7 @@ TEST_F(VstringForm, PrintKeepsValidUtf8AndEscapesOtherBytes) {
     EXPECT_EQ(print("\xc2\x85"), "n: \"\\xc2\\x85\"\n");  // a control character
 }
 
-TEST_F(VstringForm, PrintWithoutRoomIsError90AndStaysInItsRoom) {
+TEST_F(VstringForm, PrintThatDoesNotFitIsError90AndStaysInItsBuffer) {
     assign(string, "a\nb");
     const std::string expected = "  n: \"a\\nb\"\n";
     for (std::uint32_t room = 0; room <= expected.size(); ++room) {
@@ -99,7 +99,7 @@ TEST_F(VstringForm, XmlIsOneElementOnOneLine) {
     EXPECT_EQ(std::string(buffer, 18), "<n state=\"2\"></n>\n");
 }
 
-TEST_F(VstringForm, XmlWithoutRoomIsError90AndStaysInItsRoom) {
+TEST_F(VstringForm, XmlThatDoesNotFitIsError90AndStaysInItsBuffer) {
     assign(string, "a&b");
     const std::string expected = "<n>a&amp;b</n>\n";
     for (std::uint32_t room = 0; room <= expected.size(); ++room) {
@@ -112,7 +112,7 @@ TEST_F(VstringForm, XmlWithoutRoomIsError90AndStaysInItsRoom) {
     }
 }
 
-TEST_F(VstringForm, EveryTextThatXmlCanCarryComesBackExactly) {
+TEST_F(VstringForm, EveryTextThatXmlCanRepresentIsReadBackExactly) {
     for (const std::string &text :
          {std::string(" "), std::string("  both ends  "), std::string("\n\n"), std::string("\t"),
           std::string("\r"), std::string("a\r\nb\rc\n"), std::string("]]>"), std::string("&amp;"),
@@ -148,7 +148,7 @@ bool xml_carries(std::uint32_t character) {
     return character != 0xfffe && character != 0xffff && character <= 0x10ffff;
 }
 
-TEST_F(VstringForm, EachCharacterAroundTheLimitsIsCarriedOrRefusedAsXmlHasIt) {
+TEST_F(VstringForm, EachCharacterAroundTheLimitsIsWrittenOrAnErrorAsInXml) {
     std::vector<std::uint32_t> characters;
     for (std::uint32_t character = 0; character < 0x180; ++character)
         characters.push_back(character);
@@ -192,7 +192,7 @@ TEST_F(VstringForm, RandomTextsComeBackExactly) {
     }
 }
 
-TEST_F(VstringForm, ATextThatXmlCannotCarryIsRefusedWithItsPlace) {
+TEST_F(VstringForm, ATextThatXmlCannotRepresentIsAnErrorWithItsOffset) {
     TraceCapture trace;
     assign(string, std::string_view("good\0bad", 8));
     char buffer[64] = "untouched";
@@ -208,7 +208,7 @@ TEST_F(VstringForm, ATextThatXmlCannotCarryIsRefusedWithItsPlace) {
     }
 }
 
-TEST_F(VstringForm, AVeryLongTextComesBack) {
+TEST_F(VstringForm, AVeryLongTextIsReadBack) {
     std::string text;
     for (int i = 0; text.size() < 12'000'000; ++i) text += "line " + std::to_string(i) + " <&>\n";
     const std::string back = read_back(to_xml(text));
@@ -221,7 +221,7 @@ TEST_F(VstringForm, FromXmlTakesCharacterDataAndIgnoresComments) {
     EXPECT_EQ(read_back("<n>first</n><n>second</n>"), "first");
 }
 
-TEST_F(VstringForm, FromXmlRefusesAnElementInTheText) {
+TEST_F(VstringForm, AnElementInTheTextIsAnErrorFromXml) {
     TraceCapture trace;
     assign(string, "kept");
     const Document document = parse("<o><n>a<b>c</b></n></o>");

@@ -63,7 +63,7 @@ TEST_F(Vstring, UnusedBytesAreZero) {
     EXPECT_EQ(std::string(string->text.outside.prefix, 4), "abcd");
 }
 
-TEST_F(Vstring, TheChangeBehindTheHeaderIsAnnouncedFirst) {
+TEST_F(Vstring, TheChangeAfterTheHeaderIsAnnouncedFirst) {
     assign(string, "old");
     HookRecorder hooks(handle);
     kel_vstring_assign_text(handle, 5, string, "new", &err);
@@ -118,7 +118,7 @@ TEST_F(Vstring, AnErrorOnEntryStopsEveryOperation) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_F(Vstring, ATextTooLongForASigned32BitLengthIsRefused) {
+TEST_F(Vstring, ATextTooLongForASigned32BitLengthIsAnError) {
     // Only the length is read, and four bytes for the prefix.
     kel_vstring_assign(handle, tx, string, "x", 0xffffffffU, &err);
     expect_error(22);
@@ -133,7 +133,7 @@ TEST_F(Vstring, ATextTooLongForASigned32BitLengthIsRefused) {
     EXPECT_EQ(text_of(string), "");
 }
 
-TEST_F(Vstring, TheWireFormIsLengthAndBytesAndComesBack) {
+TEST_F(Vstring, TheWireFormIsLengthAndBytesAndIsReadBack) {
     for (const std::size_t length : lengths) {
         const std::string text = text_of_length(length);
         assign(string, text);
@@ -158,7 +158,7 @@ TEST_F(Vstring, ANullStringIsMarshalledAsAnEmptyOne) {
     EXPECT_EQ(buffer[0] + buffer[1] + buffer[2] + buffer[3], 0);
 }
 
-TEST_F(Vstring, TooLittleRoomToMarshalIsError90AndWritesNothing) {
+TEST_F(Vstring, TooLittleSpaceToMarshalIsError90AndWritesNothing) {
     assign(string, "abc");
     for (std::uint32_t room = 0; room < 7; ++room) {
         std::vector<char> buffer(room, '~');

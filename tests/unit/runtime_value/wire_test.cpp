@@ -122,7 +122,7 @@ TEST_F(Wire, AMessageHeaderIsTwentySevenBytes) {
     EXPECT_EQ(std::memcmp(&result, &header, sizeof header), 0);
 }
 
-TEST_F(Wire, AReaderTakesAnyMessageHeaderAsItStands) {
+TEST_F(Wire, AReaderTakesAnyMessageHeaderUnchecked) {
     const std::vector<std::uint8_t> zeros(40, 0);
     kel_message_header result{1, {1, 1, 1, 1, 1, 1}, 1, 1, 1};
     EXPECT_EQ(_kel_message_header_unmarshal(handle, tx, zeros.data(), &result, 40, &err), 27U);

@@ -32,7 +32,7 @@ TEST_F(XmlServices, TagsEndTheirLineAndShowAStateFlag) {
     EXPECT_EQ(std::string(buffer, 10), "<LAMP_ON/>");
 }
 
-TEST_F(XmlServices, TagsWithoutRoomAreError90AndStayInTheirRoom) {
+TEST_F(XmlServices, TagsThatDoNotFitAreError90AndStayInTheirBuffer) {
     std::string buffer(20, '~');
     for (std::uint32_t room = 0; room < 7; ++room) {
         buffer.assign(20, '~');
@@ -181,7 +181,7 @@ TEST_F(XmlServices, AnIndexCountsWithinEachParent) {
     }
 }
 
-TEST_F(XmlServices, AnIndexBehindParenthesesCountsInTheWholeDocument) {
+TEST_F(XmlServices, AnIndexAfterParenthesesCountsInTheWholeDocument) {
     const Document tree = parse("<a><b><m>1</m></b><b><m>2</m></b></a>");
     using Selected = std::pair<std::uint32_t, std::string>;
     EXPECT_EQ(selected(tree.get(), "(//m)[2]"), Selected(1, "2"));
