@@ -36,7 +36,7 @@ void kel_vstring_assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstrin
 
 void kel_vstring_refer(kel_vstring *string, const void *bytes, std::uint32_t length) {
     const auto *text = static_cast<const char *>(bytes);
-    *string = borrowing_string({text, text == nullptr ? 0 : length});
+    borrow_text(string, {text, text == nullptr ? 0 : length});
 }
 
 const char *kel_vstring_bytes(const kel_vstring *string, std::uint32_t *length) {

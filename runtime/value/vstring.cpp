@@ -89,11 +89,10 @@ void drop_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string) {
     release_text(handle, tx_id, string);
 }
 
-kel_vstring borrowing_string(std::string_view text) {
-    kel_vstring string = string_with(text, text.data());
-    string.descriptor = &_kel_vstring_type_info_internal;
-    string.borrowed = is_inline(string) ? 0 : 1;
-    return string;
+void borrow_text(kel_vstring *string, std::string_view text) {
+    *string = string_with(text, text.data());
+    string->descriptor = &_kel_vstring_type_info_internal;
+    string->borrowed = is_inline(*string) ? 0 : 1;
 }
 
 }  // namespace tarnbase::runtime

@@ -41,8 +41,8 @@ void assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
 // Empties the string, logged, and frees the text that it owns.
 void drop_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string);
 
-// A string outside any store that refers to `text` instead of owning a copy.
-kel_vstring borrowing_string(std::string_view text);
+// Makes a string outside any store refer to `text`, which it doesn't own.
+void borrow_text(kel_vstring *string, std::string_view text);
 
 }  // namespace tarnbase::runtime
 
