@@ -2,7 +2,7 @@
 # Installed files are stripped. Their debug information goes to .debug/<file>.debug in the same
 # folder, where debuggers look for it. It is the component Debug, which is installed only when
 # named. A packager whose tools do this turns it off.
-option(TARNBASE_SPLIT_DEBUG "Strip what is installed and keep debug information apart" ON)
+option(TARNBASE_SPLIT_DEBUG "Strip installed files and install debug information separately" ON)
 
 #   tarnbase_split_debug(<target> <component> <folder>)
 #     Strips the target's file after it is installed in the folder as part of the component.

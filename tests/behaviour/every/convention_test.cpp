@@ -76,9 +76,9 @@ TEST_P(Entry, WithAnErrorSetAnOperationAnswersItsFailureAndChangesNothing) {
         stage.handle->last_error = 22;
         const HookRecorder hooks(stage.handle);
         kel_handle handle_before = *stage.handle;
-        const u64 answer = stage.result(each, Stage::invoke(each, arguments));
+        const u64 result = stage.result(each, Stage::invoke(each, arguments));
         // The runtime's error for the object's variant is passed on.
-        EXPECT_TRUE(answer == 0 || each.ends_with("_adjust_variant")) << answer;
+        EXPECT_TRUE(result == 0 || each.ends_with("_adjust_variant")) << result;
         EXPECT_EQ(stage.err, 5U);
         EXPECT_EQ(std::memcmp(&handle_before, stage.handle, sizeof(kel_handle)), 0);
         EXPECT_TRUE(hooks.events.empty());

@@ -19,7 +19,7 @@ class EveryEnumeration : public ::testing::TestWithParam<InMode<Enumeration>> {
     }
     void TearDown() override {
         EXPECT_EQ(err, 0U);
-        EXPECT_EQ(session.blocks(), blocks) << "blocks were left behind";
+        EXPECT_EQ(session.blocks(), blocks) << "blocks were leaked";
     }
 
     std::string name(const std::string &operation) const {
@@ -43,7 +43,7 @@ class EveryEnumeration : public ::testing::TestWithParam<InMode<Enumeration>> {
     u32 past() const { return first() + type.count; }
 
     std::string text(const char *operation, std::vector<Word> before, const void *object,
-                     std::vector<Word> behind) {
+                     std::vector<Word> after) {
         std::string buffer(512, ' ');
         const bool is_xml = std::strcmp(operation, "to_xml") == 0;
         std::vector<Word> arguments = before;
@@ -51,7 +51,7 @@ class EveryEnumeration : public ::testing::TestWithParam<InMode<Enumeration>> {
         if (!is_xml) arguments.insert(arguments.begin(), Word(buffer.data()));
         arguments.emplace_back(object);
         arguments.emplace_back(buffer.size());
-        arguments.insert(arguments.end(), behind.begin(), behind.end());
+        arguments.insert(arguments.end(), after.begin(), after.end());
         arguments.emplace_back(&err);
         buffer.resize(on<u32>(operation, arguments));
         return buffer;

@@ -120,7 +120,7 @@ StructureTest::StructureTest() {
 
 void StructureTest::TearDown() {
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(session.blocks(), blocks) << "blocks were left behind";
+    EXPECT_EQ(session.blocks(), blocks) << "blocks were leaked";
 }
 
 }  // namespace tarn::test

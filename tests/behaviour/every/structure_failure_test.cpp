@@ -77,7 +77,7 @@ TEST_P(StructureFailure, WithoutMemoryACrCreationIsTheTypesZeroedFallbackObject)
               std::vector<u8>(type.plain_size));
     hooks.clear();
     EXPECT_EQ(typed.cr<void *>("create_cr", {}), fallback);
-    EXPECT_TRUE(hooks.events.empty()) << "with an error set nothing is asked for";
+    EXPECT_TRUE(hooks.events.empty()) << "with an error set nothing is allocated";
     EXPECT_EQ(handle->last_error, 12U);
 }
 

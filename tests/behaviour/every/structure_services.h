@@ -43,15 +43,15 @@ inline const char *service_of(FieldKind kind) {
 }
 
 // A call of a service for a field, and its arguments.
-struct Asked {
+struct FieldCall {
     std::string service;
     const void *subject = nullptr;
     u64 detail = 0;
 
-    bool operator==(const Asked &) const = default;
+    bool operator==(const FieldCall &) const = default;
 };
-inline void PrintTo(const Asked &asked, std::ostream *out) {
-    *out << asked.service << ' ' << asked.subject << ' ' << asked.detail;
+inline void PrintTo(const FieldCall &each, std::ostream *out) {
+    *out << each.service << ' ' << each.subject << ' ' << each.detail;
 }
 
 class ServicesTest : public StructureTest {
@@ -68,12 +68,11 @@ class ServicesTest : public StructureTest {
         ASSERT_EQ(kel_transaction_commit(handle, tx), 0U);
         StructureTest::TearDown();
     }
-    // The calls of these services with `subject` as their argument at `place`, as names
-    // joined by spaces.
-    std::vector<Asked> asked(const ServiceRecorder &recorder,
-                             const std::vector<std::string> &services, std::size_t subject,
-                             std::size_t detail) const {
-        std::vector<Asked> found;
+    // The calls of these services; `subject` and `detail` are places of arguments.
+    std::vector<FieldCall> calls_of(const ServiceRecorder &recorder,
+                                    const std::vector<std::string> &services, std::size_t subject,
+                                    std::size_t detail) const {
+        std::vector<FieldCall> found;
         for (const ServiceCall &call : recorder.calls()) {
             if (std::find(services.begin(), services.end(), call.name) == services.end()) continue;
             found.push_back({call.name, call.pointer<const void>(subject),

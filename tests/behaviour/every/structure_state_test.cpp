@@ -85,7 +85,7 @@ TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsWithItsValueInPlaceAndNoMar
 
 TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsSayInTwoTextsThatThereAreNone) {
     const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
-    std::size_t asked = 0;
+    std::size_t readings = 0;
     for (const u32 mode : {u32{KEL_STATE_TRACKING_ON}, u32{0}}) {
         track(mode);
         for (const Field &field : fields_of(type)) {
@@ -94,9 +94,9 @@ TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsSayInTwoTextsThatThereAreNone) 
             expect_error(22);
             typed(flags_of(field) + "_set", {object, 7, &err});
             expect_error(22);
-            ++asked;
-            EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), asked);
-            EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), asked);
+            ++readings;
+            EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), readings);
+            EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), readings);
         }
     }
     EXPECT_EQ(before, std::vector<u8>(at(object, 0), at(object, type.plain_size)));
@@ -252,8 +252,8 @@ TEST_P(BlocklessObjects, ACopyFromATrackedObjectIsError22AndStaysInItsBlock) {
     expect_error(22);
     EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
     EXPECT_EQ(head(copy)->flags & OBJ_STATE_TRACKED, 0);
-    const u8 *behind = at(copy, type.plain_size);
-    EXPECT_EQ(std::vector<u8>(behind, behind + type.state_length),
+    const u8 *after = at(copy, type.plain_size);
+    EXPECT_EQ(std::vector<u8>(after, after + type.state_length),
               std::vector<u8>(type.state_length, 0xaa));
     typed.destroy(source);
     typed.destroy(copy);

@@ -12,7 +12,7 @@ TARN_EACH_STRUCTURE(WholeServices);
 TEST_P(WholeServices, AReadOfAllValuesTestsTheVariantOnceAndReadsInFieldOrder) {
     std::vector<u64> out(type.field_count);
     std::vector<Word> arguments = {object};
-    std::vector<Asked> expected;
+    std::vector<FieldCall> expected;
     for (const Field &field : fields_of(type)) {
         if (!has_plain_value(field.kind)) continue;
         arguments.emplace_back(&out[expected.size()]);
@@ -24,14 +24,14 @@ TEST_P(WholeServices, AReadOfAllValuesTestsTheVariantOnceAndReadsInFieldOrder) {
     EXPECT_EQ(recorder.calls()[0].name, "kel_clear_last_error");
     EXPECT_EQ(recorder.calls()[1].name, "kel_get_instance_variant");
     EXPECT_EQ(recorder.calls()[1].arguments, (Words{word(object), 1, 0}));
-    std::vector<Asked> read;
+    std::vector<FieldCall> read;
     for (const ServiceCall &call : recorder.calls()) {
         if (call.name.size() < 10 || call.name.substr(call.name.size() - 10) != "_get_value")
             continue;
         read.push_back({std::string(), call.pointer<const void>(2), 0});
     }
     // The library reads enumerations itself.
-    std::erase_if(expected, [this](const Asked &each) {
+    std::erase_if(expected, [this](const FieldCall &each) {
         return std::any_of(type.fields, type.fields + type.field_count, [&](const Field &field) {
             return field.kind == FieldKind::enumeration && at(object, field.offset) == each.subject;
         });
@@ -97,7 +97,7 @@ TEST_P(WholeServices, OneValueThatCannotBeStoredStopsNoneOfTheOthers) {
 }
 
 TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsWhatOwnsAPlaceInFieldOrder) {
-    std::vector<Asked> expected;
+    std::vector<FieldCall> expected;
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::vstring || field.kind == FieldKind::address) {
             expected.push_back({std::string(service_of(field.kind)) + "_set",
@@ -109,19 +109,20 @@ TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsWhatOwnsAPlaceInFieldOrde
     for (const char *operation : {"set", "post_copyout_cleanup"}) {
         ServiceRecorder recorder(handle);
         typed(operation, {object, other, &err});
-        std::vector<Asked> made;
-        for (const Asked &each : asked(recorder, {"kel_vstring_set", "ip_address_set"}, 2, 3)) {
+        std::vector<FieldCall> made;
+        for (const FieldCall &each :
+             calls_of(recorder, {"kel_vstring_set", "ip_address_set"}, 2, 3)) {
             made.push_back(each);
         }
-        std::vector<Asked> leaves = expected;
-        std::erase_if(leaves,
-                      [](const Asked &each) { return each.service == "kellib_adjust_variant"; });
+        std::vector<FieldCall> leaves = expected;
+        std::erase_if(
+            leaves, [](const FieldCall &each) { return each.service == "kellib_adjust_variant"; });
         // Not the fields of nested structures.
-        std::erase_if(made, [&](const Asked &each) {
+        std::erase_if(made, [&](const FieldCall &each) {
             return std::find(leaves.begin(), leaves.end(), each) == leaves.end();
         });
         EXPECT_EQ(made, leaves) << operation;
-        for (const Asked &each : expected) {
+        for (const FieldCall &each : expected) {
             if (each.service != "kellib_adjust_variant") continue;
             EXPECT_FALSE(of(recorder, each.service, each.subject, 2).empty()) << operation;
         }
@@ -165,7 +166,7 @@ TEST_P(WholeServices, TheWholeObjectsGetAsksNothing) {
     EXPECT_TRUE(recorder.calls().empty());
 }
 
-void add_updates(const Structure &type, void *object, u8 *base, std::vector<Asked> &expected) {
+void add_updates(const Structure &type, void *object, u8 *base, std::vector<FieldCall> &expected) {
     for (const Field &field : fields_of(type)) {
         if (!owns_state(field.kind)) continue;
         u8 *place = at(object, field.offset);
@@ -181,7 +182,7 @@ void add_updates(const Structure &type, void *object, u8 *base, std::vector<Aske
     }
 }
 
-void add_removals(const Structure &type, void *object, std::vector<Asked> &expected) {
+void add_removals(const Structure &type, void *object, std::vector<FieldCall> &expected) {
     for (const Field &field : fields_of(type)) {
         if (!owns_state(field.kind)) continue;
         u8 *place = at(object, field.offset);
@@ -196,11 +197,11 @@ void add_removals(const Structure &type, void *object, std::vector<Asked> &expec
 
 TEST_P(WholeServices, ACopyInATrackingHandlePlacesTheSharesAnewInItsOwnBlock) {
     if (!tracking) return;
-    std::vector<Asked> expected;
+    std::vector<FieldCall> expected;
     add_updates(type, object, at(object, type.plain_size), expected);
     ServiceRecorder recorder(handle);
     within("set", {object, other, &err});
-    std::vector<Asked> made = asked(
+    std::vector<FieldCall> made = calls_of(
         recorder,
         {"kellib_update_sttr_offset", "kel_vstring_offset_update", "ip_address_offset_update"}, 2,
         3);
@@ -213,29 +214,29 @@ TEST_P(WholeServices, ACopyInATrackingHandlePlacesTheSharesAnewInItsOwnBlock) {
 TEST_P(WholeServices, SharesArePlacedInFieldOrderAndForgottenLikewise) {
     if (!tracking) return;
     u8 *base = at(object, type.plain_size) + 64;
-    std::vector<Asked> expected;
+    std::vector<FieldCall> expected;
     add_updates(type, object, base, expected);
     {
         ServiceRecorder recorder(handle);
         within("offset_update", {object, base, &err});
-        EXPECT_EQ(asked(recorder,
-                        {"kellib_update_sttr_offset", "kel_vstring_offset_update",
-                         "ip_address_offset_update"},
-                        2, 3),
+        EXPECT_EQ(calls_of(recorder,
+                           {"kellib_update_sttr_offset", "kel_vstring_offset_update",
+                            "ip_address_offset_update"},
+                           2, 3),
                   expected);
     }
     expected.clear();
     add_removals(type, object, expected);
     ServiceRecorder recorder(handle);
     within("offset_remove", {object, &err});
-    EXPECT_EQ(
-        asked(recorder,
-              {"kel_hd_mapping_destroy", "kel_vstring_offset_remove", "ip_address_offset_remove"},
-              2, 0),
-        expected);
+    EXPECT_EQ(calls_of(recorder,
+                       {"kel_hd_mapping_destroy", "kel_vstring_offset_remove",
+                        "ip_address_offset_remove"},
+                       2, 0),
+              expected);
 }
 
-void add_endings(const Structure &type, void *object, std::vector<Asked> &expected) {
+void add_endings(const Structure &type, void *object, std::vector<FieldCall> &expected) {
     for (const Field &field : fields_of(type)) {
         if (!owns_state(field.kind)) continue;
         u8 *place = at(object, field.offset);
@@ -251,11 +252,11 @@ void add_endings(const Structure &type, void *object, std::vector<Asked> &expect
 
 TEST_P(WholeServices, DestructionAsksEachFieldForReferencesAndEndsItInPlace) {
     void *third = within.create();
-    std::vector<Asked> expected;
+    std::vector<FieldCall> expected;
     add_endings(type, third, expected);
     ServiceRecorder recorder(handle);
     within.destroy(third);
-    std::vector<Asked> made;
+    std::vector<FieldCall> made;
     for (const ServiceCall &call : recorder.calls()) {
         const bool ends = call.name.find("_destroy_internal") != std::string::npos;
         if (!ends && call.name.find("_get_oid_count") == std::string::npos) continue;

@@ -10,7 +10,7 @@ struct Event {
     const char *text;   // in the default handler's line
     const char *first;  // the handler that the default one calls, or null
     // The number of words before and after `err`.
-    u32 before, behind;
+    u32 before, after;
 };
 constexpr Event all_events[] = {
     {"create", "create", nullptr, 2, 0},
@@ -29,7 +29,7 @@ class TableEvents : public EveryTable {
         std::vector<Word> made = {handle, tx};
         for (u32 i = 0; i < event.before; ++i) made.emplace_back(u64{0x1000} + i);
         made.emplace_back(&err);
-        for (u32 i = 0; i < event.behind; ++i) made.emplace_back(u64{0x2000} + i);
+        for (u32 i = 0; i < event.after; ++i) made.emplace_back(u64{0x2000} + i);
         return made;
     }
     void callback(const Event &event, const std::string &twin) {

@@ -38,8 +38,8 @@ TARN_EVERY_TABLE(TableForms);
 TEST_P(TableForms, TheFrameIsHeaderLuidAndObjects) {
     std::vector<u8> expected = object.wire(record->object);
     if (composite()) {
-        const std::vector<u8> behind = Typed(*type.key_type, handle).wire(record->key_object);
-        expected.insert(expected.end(), behind.begin(), behind.end());
+        const std::vector<u8> after = Typed(*type.key_type, handle).wire(record->key_object);
+        expected.insert(expected.end(), after.begin(), after.end());
     }
     for (const std::string &twin : twins) {
         const std::vector<u8> bytes = frame(record, twin);

@@ -45,7 +45,7 @@ void EveryTable::TearDown() {
     EXPECT_EQ(table->record_count, 0U);
     on("table_free", {table, &err});
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(session.blocks(), blocks) << "blocks were left behind";
+    EXPECT_EQ(session.blocks(), blocks) << "blocks were leaked";
 }
 
 std::string EveryTable::name(const std::string &operation) const {

@@ -12,7 +12,7 @@
 namespace {
 
 // A call of one of the services below, and the state at that time.
-struct Told {
+struct Report {
     std::string service;
     std::uint32_t tx_id;
     const kel_table *table;
@@ -22,7 +22,7 @@ struct Told {
     std::uint32_t record_count = 0;
     std::uint8_t flags = 0;
 };
-std::vector<Told> told;
+std::vector<Report> reports;
 
 template <typename Service>
 Service *next(Service *, const char *name) {
@@ -33,7 +33,7 @@ Service *next(Service *, const char *name) {
 
 void keldb_update_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                  uint32_t direction, uint16_t tenant, uint8_t src, uint32_t *err) {
-    told.push_back(
+    reports.push_back(
         {"counter", tx_id, table, nullptr, {direction, tenant, src}, nullptr, table->record_count});
     next(&keldb_update_tenant_counter, "keldb_update_tenant_counter")(handle, tx_id, table,
                                                                       direction, tenant, src, err);
@@ -42,14 +42,14 @@ void keldb_update_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *
 void keldb_get_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t *count,
                               uint16_t tenant, const uint8_t *src) {
     const std::uint64_t source = src == nullptr ? 999U : *src;
-    told.push_back({"count", tx_id, table, nullptr, {tenant, source}});
+    reports.push_back({"count", tx_id, table, nullptr, {tenant, source}});
     next(&keldb_get_tenant_counter, "keldb_get_tenant_counter")(handle, tx_id, table, count, tenant,
                                                                 src);
 }
 
 void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                               kel_record *record, uint32_t *err) {
-    told.push_back(
+    reports.push_back(
         {"cursor", tx_id, table, record, {}, nullptr, table->record_count, record->flags});
     next(&keldb_enq_rec_move_write_cursor_internal, "keldb_enq_rec_move_write_cursor_internal")(
         handle, tx_id, table, record, err);
@@ -57,13 +57,13 @@ void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, uint32_t tx_id
 
 void keldb_request_record_destroy(kel_handle *handle, uint32_t tx_id, kel_record *record,
                                   uint32_t *err) {
-    told.push_back({"request", tx_id, nullptr, record, {}});
+    reports.push_back({"request", tx_id, nullptr, record, {}});
     next(&keldb_request_record_destroy, "keldb_request_record_destroy")(handle, tx_id, record, err);
 }
 
 void kelrepl_add_to_cache(kel_handle *handle, uint32_t tx_id, kel_table *table, kel_record *record,
                           const void *const *vector, uint32_t *err) {
-    told.push_back({"read", tx_id, table, record, {}, vector});
+    reports.push_back({"read", tx_id, table, record, {}, vector});
     next(&kelrepl_add_to_cache, "kelrepl_add_to_cache")(handle, tx_id, table, record, vector, err);
 }
 
@@ -76,36 +76,36 @@ class EveryTenancy : public EveryTable {
  protected:
     static Names services() {
         Names names;
-        for (const Told &each : told) names.push_back(each.service);
+        for (const Report &each : reports) names.push_back(each.service);
         return names;
     }
     // Inserts with each insert form, and deletes again.
     void insert_and_delete(const std::string &operation, u16 tenant, const Names &expected) {
         SCOPED_TRACE(operation);
         kel_record *record = make(3, 7);
-        told.clear();
+        reports.clear();
         on(operation, {table, record, &err});
         EXPECT_EQ(err, 0U);
         ASSERT_EQ(services(), expected);
-        for (const Told &each : told) {
+        for (const Report &each : reports) {
             EXPECT_EQ(each.table, table);
             EXPECT_EQ(each.tx_id, tx);
             EXPECT_EQ(each.record_count, 1U) << "the table's own counts come first";
         }
         if (tenant != 0) {
-            EXPECT_EQ(told.at(0).arguments, (std::vector<u64>{1, tenant, 7}));
+            EXPECT_EQ(reports.at(0).arguments, (std::vector<u64>{1, tenant, 7}));
         }
         if (expected.size() > 0 && expected.back() == "cursor") {
-            EXPECT_EQ(told.back().record, record);
-            EXPECT_EQ(told.back().flags & KEL_RECORD_IN_INDEX, KEL_RECORD_IN_INDEX);
+            EXPECT_EQ(reports.back().record, record);
+            EXPECT_EQ(reports.back().flags & KEL_RECORD_IN_INDEX, KEL_RECORD_IN_INDEX);
         }
-        told.clear();
+        reports.clear();
         on("delete", {table, record, &err});
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(services(), tenant == 0 ? Names{} : Names{"counter"});
         if (tenant != 0) {
-            EXPECT_EQ(told.at(0).arguments, (std::vector<u64>{0, tenant, 7}));
-            EXPECT_EQ(told.at(0).record_count, 0U);
+            EXPECT_EQ(reports.at(0).arguments, (std::vector<u64>{0, tenant, 7}));
+            EXPECT_EQ(reports.at(0).record_count, 0U);
         }
         drop(record);
     }
@@ -132,14 +132,14 @@ TEST_P(EveryTenancy, TheCallersTenantIsCountedAndNotTheRecords) {
     kel_thread_set_tenant(5);
     kel_record *record = make(3);
     kel_thread_set_tenant(6);
-    told.clear();
+    reports.clear();
     on("insert", {table, record, &err});
-    EXPECT_EQ(told.at(0).arguments, (std::vector<u64>{1, 6, 1}));
+    EXPECT_EQ(reports.at(0).arguments, (std::vector<u64>{1, 6, 1}));
     EXPECT_EQ(record->tenant_id, 5U);
     kel_thread_set_tenant(0);
-    told.clear();
+    reports.clear();
     on("delete", {table, record, &err});
-    EXPECT_TRUE(told.empty());
+    EXPECT_TRUE(reports.empty());
     drop(record);
 }
 
@@ -148,19 +148,19 @@ TEST_P(EveryTenancy, CountsAreTheTablesForTheDefaultTenantAndTheCountersForAnoth
     kel_thread_set_tenant(5);
     kel_record *of_five = put(1, 7);
     for (const std::string &twin : twins) {
-        told.clear();
+        reports.clear();
         EXPECT_EQ(on<u32>("table_get_count" + twin, {table}), 1U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 7}), 1U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 1}), 0U);
         ASSERT_EQ(services(), (Names{"count", "count", "count"}));
-        EXPECT_EQ(told[0].arguments, (std::vector<u64>{5, 999}));
-        EXPECT_EQ(told[1].arguments, (std::vector<u64>{5, 7}));
+        EXPECT_EQ(reports[0].arguments, (std::vector<u64>{5, 999}));
+        EXPECT_EQ(reports[1].arguments, (std::vector<u64>{5, 7}));
         kel_thread_set_tenant(0);
-        told.clear();
+        reports.clear();
         EXPECT_EQ(on<u32>("table_get_count" + twin, {table}), 2U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 7}), 1U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 1}), 1U);
-        EXPECT_TRUE(told.empty());
+        EXPECT_TRUE(reports.empty());
         kel_thread_set_tenant(5);
     }
     EXPECT_EQ(find(by_key("get_first"), {table}), nullptr) << "its record is of source 7";
@@ -201,7 +201,7 @@ TEST_P(EveryTenancy, AMarkedTableLeavesDeletionToTheEngine) {
         EXPECT_EQ(table->record_count, 1U);
         EXPECT_EQ(table->src_counts[1], 1U);
         EXPECT_EQ(record->table, table);
-        told.clear();
+        reports.clear();
         on("request_record_destroy" + twin, {table, record, &err});
         EXPECT_EQ(services(), Names{"request"});
         EXPECT_NE(record->flags & KEL_RECORD_PENDING_DESTROY, 0);
@@ -250,18 +250,18 @@ class EveryRead : public EveryTenancy {
         }
         return words;
     }
-    void expect_told(const Prototype &function, const kel_record *answer) {
-        for (const Told &each : told) {
+    void expect_report(const Prototype &function, const kel_record *found) {
+        for (const Report &each : reports) {
             EXPECT_EQ(each.service, "read");
             EXPECT_NE(each.record->src, KEL_SOURCE_SHADOW);
             EXPECT_EQ(each.table, table);
             EXPECT_EQ(each.tx_id, tx);
             EXPECT_EQ(each.vector, symbol(name("table_vft")));
         }
-        const bool is_told = answer != nullptr && answer->src != KEL_SOURCE_SHADOW;
-        EXPECT_EQ(!told.empty() && told.back().record == answer, is_told);
-        const std::size_t once = is_told ? 1 : 0;
-        EXPECT_TRUE(reports_on_its_way(function) || told.size() == once) << told.size();
+        const bool is_reported = found != nullptr && found->src != KEL_SOURCE_SHADOW;
+        EXPECT_EQ(!reports.empty() && reports.back().record == found, is_reported);
+        const std::size_t once = is_reported ? 1 : 0;
+        EXPECT_TRUE(reports_on_its_way(function) || reports.size() == once) << reports.size();
     }
 };
 INSTANTIATE_TEST_SUITE_P(Every, EveryRead, ::testing::ValuesIn([] {
@@ -275,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(Every, EveryRead, ::testing::ValuesIn([] {
 
 TEST_P(EveryRead, TellsTheEngineOfWhatItAnswersUnlessThatIsAShadow) {
     kel_record *const positions[] = {put(1), put(1, 2), put(1, 255), put(2), put(3, 2)};
-    std::vector<const kel_record *> answered;
+    std::vector<const kel_record *> found_records;
     u32 reads = 0;
     for (const Prototype &each : prototypes_of(type.name)) {
         if (!is_read(each)) continue;
@@ -283,21 +283,21 @@ TEST_P(EveryRead, TellsTheEngineOfWhatItAnswersUnlessThatIsAShadow) {
         for (kel_record *position : positions) {
             for (const u32 src : {1U, 2U, 255U}) {
                 const auto words = arguments(each, position, src, src % 4);
-                told.clear();
-                auto *answer =
+                reports.clear();
+                auto *found =
                     reinterpret_cast<kel_record *>(call_address(symbol(each.name), words));
                 SCOPED_TRACE(each.name);
                 EXPECT_EQ(err, 0U);
                 err = 0;
                 handle->last_error = 0;
-                expect_told(each, answer);
-                answered.push_back(answer);
+                expect_report(each, found);
+                found_records.push_back(found);
             }
         }
     }
     EXPECT_GT(reads, 60U);
     for (const kel_record *each : positions) {
-        EXPECT_NE(std::count(answered.begin(), answered.end(), each), 0);
+        EXPECT_NE(std::count(found_records.begin(), found_records.end(), each), 0);
     }
 }
 
