@@ -1,75 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/fuzz/accessors.h"
 
-#include <dlfcn.h>
-
-#include <map>
-#include <string>
-#include <vector>
-
+#include "catalogue/catalogue.h"
+#include "object/fields.h"
 #include "object/object.h"
 #include "tests/fuzz/input.h"
-#include "tests/fuzz/schema_items.h"
-
-// The functions are found by name and called with machine words, so that a sanitizer
-// can't match their types.
-#if defined(__clang__)
-#define TARN_CALLS_BY_NAME __attribute__((no_sanitize("function")))
-#else
-#define TARN_CALLS_BY_NAME
-#endif
 
 namespace tarnbase::fuzz {
 
 namespace {
 
-struct Accessors {
-    void *get;
-    void *get_value;  // null unless the field has a plain value, as below
-    void *set;
-    void *set_value;
-};
-
-void *exported(const Structure &type, const Field &field, const char *operation) {
-    const std::string name = std::string(type.name) + "_" + field.name + operation;
-    void *function = dlsym(RTLD_DEFAULT, name.c_str());
-    require(function != nullptr, name.c_str());
-    return function;
-}
-
-const std::vector<Accessors> &accessors_of(const Structure &type) {
-    static std::map<const Structure *, std::vector<Accessors>> known;
-    std::vector<Accessors> &accessors = known[&type];
-    if (!accessors.empty()) return accessors;
-    for (const Field &field : fields_of(type)) {
-        const bool plain = has_plain_value(field.kind);
-        accessors.push_back(
-            {exported(type, field, "_get"), plain ? exported(type, field, "_get_value") : nullptr,
-             exported(type, field, "_set"), plain ? exported(type, field, "_set_value") : nullptr});
-    }
-    return accessors;
-}
-
-using Get = void *(*)(kel_handle *, u32, void *, u32 *);
-using GetValue = u64 (*)(kel_handle *, u32, void *, u32 *);
-using Set = void (*)(kel_handle *, u32, void *, const void *, u32 *);
-using SetValue = void (*)(kel_handle *, u32, void *, u64, u32 *);
-
 // Sets the field from itself, and a plain value to its own value. A value that the setter
 // refuses must only be reported.
-TARN_CALLS_BY_NAME void use(const Accessors &accessors, const Round &round, void *object) {
+void use(const catalogue::FieldFunctions &call, const Round &round, void *object) {
     kel_handle *handle = round.handle();
     u32 err = 0;
-    void *access = reinterpret_cast<Get>(accessors.get)(handle, round.tx(), object, &err);
-    require((access != nullptr) == (err == 0), "a getter returns a value or reports an error");
+    void *access = call.get(handle, round.tx(), object, 0, &err);
+    require((access != nullptr) == (err == 0), "a getter returns access or reports an error");
     if (access == nullptr) return;
-    reinterpret_cast<Set>(accessors.set)(handle, round.tx(), object, access, &err);
-    if (accessors.get_value == nullptr) return;
+    call.set(handle, round.tx(), object, access, &err);
+    if (call.get_value == nullptr) return;
     err = 0;
-    const u64 value =
-        reinterpret_cast<GetValue>(accessors.get_value)(handle, round.tx(), object, &err);
-    require(err == 0, "a value that can be got has a plain value");
-    reinterpret_cast<SetValue>(accessors.set_value)(handle, round.tx(), object, value, &err);
+    const u64 value = call.get_value(handle, round.tx(), object, 0, &err);
+    require(err == 0, "a field that can be read has a plain value");
+    call.set_value(handle, round.tx(), object, 0, value, &err);
 }
 
 void use_array(const Structure &type, const Field &field, const Round &round, void *object) {
@@ -82,7 +36,7 @@ void use_array(const Structure &type, const Field &field, const Round &round, vo
         const u8 value = object::array_get_value({type, field}, round.call(err), object, index);
         object::array_set_value({type, field}, round.call(err), object, index, value);
     }
-    require(err == 0 || head(object)->variant < field.first_variant,
+    require(err == 0 || object::header(object)->variant < field.first_variant,
             "an array can be read and written");
     err = 0;
     require(object::array_get({type, field}, round.call(err), object, field.elements) == nullptr &&
@@ -93,16 +47,16 @@ void use_array(const Structure &type, const Field &field, const Round &round, vo
 }  // namespace
 
 void use_accessors(const Structure &type, const Round &round, void *object) {
-    const std::vector<Accessors> &accessors = accessors_of(type);
+    const catalogue::Structure &entry = *catalogue::schema.structure(type.name);
     for (u32 i = 0; i < type.field_count; ++i) {
         const Field &field = type.fields[i];
         if (field.kind == FieldKind::array) {
             use_array(type, field, round, object);
             continue;
         }
-        use(accessors[i], round, object);
+        use(entry.fields[i].call, round, object);
         if (field.kind == FieldKind::structure) {
-            use_accessors(*field.structure, round, place_of(field, object));
+            use_accessors(*field.structure, round, object::place_of(field, object));
         }
     }
 }

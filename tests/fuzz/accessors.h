@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The accessors of fields, by their exported names.
+// The accessors of fields, from the catalogue.
 #ifndef TARNBASE_TESTS_FUZZ_ACCESSORS_H
 #define TARNBASE_TESTS_FUZZ_ACCESSORS_H
 

@@ -4,10 +4,10 @@
 #include <algorithm>
 
 #include "object/enumeration.h"
+#include "object/fields.h"
 #include "object/object.h"
 #include "tests/fuzz/accessors.h"
 #include "tests/fuzz/forms.h"
-#include "tests/fuzz/schema_items.h"
 
 namespace tarnbase::fuzz {
 
@@ -18,9 +18,9 @@ constexpr u32 ra_data_length = 9;
 template <typename Test>
 bool all_nested(const Structure &type, const void *object, Test test) {
     if (!test(type, object)) return false;
-    return std::ranges::all_of(fields_of(type), [&](const Field &field) {
+    return std::ranges::all_of(object::fields_of(type), [&](const Field &field) {
         return field.structure == nullptr ||
-               all_nested(*field.structure, place_of(field, object), test);
+               all_nested(*field.structure, object::place_of(field, object), test);
     });
 }
 
@@ -28,7 +28,7 @@ bool all_nested(const Structure &type, const void *object, Test test) {
 u32 ra_data_in(const Structure &type, const void *object) {
     u32 length = 0;
     all_nested(type, object, [&](const Structure &, const void *each) {
-        if ((head(each)->flags & OBJ_RA_DATA) != 0) length += ra_data_length;
+        if ((object::header(each)->flags & OBJ_RA_DATA) != 0) length += ra_data_length;
         return true;
     });
     return length;
@@ -40,12 +40,12 @@ u32 ra_data_in(const Structure &type, const void *object) {
 bool travels_whole(const Structure &type, const void *object) {
     return all_nested(type, object, [](const Structure &each, const void *place) {
         const auto travels = [&](const Field &field) {
-            if (field.first_variant > head(place)->variant) return false;
+            if (field.first_variant > object::header(place)->variant) return false;
             if (field.kind != FieldKind::enumeration) return true;
-            return static_cast<const kel_enum_object *>(place_of(field, place))->value >=
+            return static_cast<const kel_enum_object *>(object::place_of(field, place))->value >=
                    field.enumeration->first_user_value;
         };
-        return std::ranges::all_of(fields_of(each), travels);
+        return std::ranges::all_of(object::fields_of(each), travels);
     });
 }
 
@@ -89,7 +89,7 @@ void check_text(const Structure &type, const Round &round, const void *object, u
 }
 
 void check_states(const Structure &type, const Round &round, void *object) {
-    for (const Field &field : fields_of(type)) {
+    for (const Field &field : object::fields_of(type)) {
         u32 err = 0;
         const u8 flag = object::state_flag_get({type, field}, round.call(err), object);
         require((err == 0) == round.tracking(), "an object has flags if the handle tracks");
@@ -130,9 +130,10 @@ void check_copies(const Structure &type, const Round &round, const void *object,
 
 bool has_enumerators_only(const Structure &type, const void *object) {
     return all_nested(type, object, [](const Structure &each, const void *place) {
-        return std::ranges::all_of(fields_of(each), [&](const Field &field) {
+        return std::ranges::all_of(object::fields_of(each), [&](const Field &field) {
             if (field.kind != FieldKind::enumeration) return true;
-            const u32 value = static_cast<const kel_enum_object *>(place_of(field, place))->value;
+            const u32 value =
+                static_cast<const kel_enum_object *>(object::place_of(field, place))->value;
             return value - field.enumeration->first_user_value < field.enumeration->count;
         });
     });

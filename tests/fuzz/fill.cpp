@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "object/enumeration.h"
+#include "object/fields.h"
 #include "object/object.h"
 #include "table/table.h"
-#include "tests/fuzz/schema_items.h"
 
 namespace tarnbase::fuzz {
 
@@ -101,9 +101,9 @@ void fill_field(const Field &field, const Round &round, void *place, Random &ran
 }  // namespace
 
 void fill(const Structure &type, const Round &round, void *object, Random &random) {
-    for (const Field &field : fields_of(type)) {
-        if (field.first_variant <= head(object)->variant) {
-            fill_field(field, round, place_of(field, object), random);
+    for (const Field &field : object::fields_of(type)) {
+        if (field.first_variant <= object::header(object)->variant) {
+            fill_field(field, round, object::place_of(field, object), random);
         }
     }
     object::set_all_state_tracking_flag(type, round.call(), object, static_cast<u8>(random.word()));

@@ -7,7 +7,6 @@
 #include "table/table.h"
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/input.h"
-#include "tests/fuzz/schema_items.h"
 #include "tests/fuzz/tabled.h"
 #include "tests/fuzz/wire_items.h"
 

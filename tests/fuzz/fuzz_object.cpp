@@ -4,7 +4,7 @@
 #include "tests/fuzz/exercise.h"
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/input.h"
-#include "tests/fuzz/schema_items.h"
+#include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
 

@@ -5,8 +5,8 @@
 #include "tests/fuzz/exercise.h"
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/input.h"
-#include "tests/fuzz/schema_items.h"
 #include "tests/fuzz/tabled.h"
+#include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
 

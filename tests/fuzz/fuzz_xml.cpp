@@ -5,13 +5,14 @@
 #include <string>
 
 #include "object/enumeration.h"
+#include "object/fields.h"
 #include "object/object.h"
 #include "table/table.h"
 #include "tests/fuzz/exercise.h"
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/input.h"
-#include "tests/fuzz/schema_items.h"
 #include "tests/fuzz/tabled.h"
+#include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
 
@@ -34,7 +35,7 @@ struct Message {
 
 // For an array, each element that contains elements costs a search.
 bool has_array(const Structure &type) {
-    for (const Field &field : fields_of(type)) {
+    for (const Field &field : object::fields_of(type)) {
         if (field.kind == FieldKind::array) return true;
     }
     return false;

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "tests/fuzz/schema_items.h"
 #include "tests/fuzz/wire_items.h"
+#include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
 

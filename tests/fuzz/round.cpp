@@ -9,7 +9,7 @@
 #include "object/enumeration.h"
 #include "object/object.h"
 #include "table/table.h"
-#include "tests/fuzz/schema_items.h"
+#include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
 

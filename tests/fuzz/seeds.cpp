@@ -5,13 +5,14 @@
 #include <sstream>
 #include <vector>
 
+#include "object/fields.h"
 #include "object/object.h"
 #include "table/table.h"
 #include "tests/fuzz/exercise.h"
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/forms.h"
 #include "tests/fuzz/mutate.h"
-#include "tests/fuzz/schema_items.h"
+#include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
 
@@ -192,7 +193,7 @@ std::string xml_words() {
         "<!DOCTYPE", "<!ENTITY", " state=\"2\"", "/>",    "xmlns='a'"};
     for (const Structure *type : all_structures()) {
         add_tags(words, type->name);
-        for (const Field &field : fields_of(*type)) add_tags(words, field.name);
+        for (const Field &field : object::fields_of(*type)) add_tags(words, field.name);
     }
     for (const Enumeration *type : all_enumerations()) {
         add_tags(words, type->name);

@@ -4,7 +4,6 @@
 #include "table/key.h"
 #include "table/table.h"
 #include "tests/fuzz/forms.h"
-#include "tests/fuzz/schema_items.h"
 
 namespace tarnbase::fuzz {
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/fuzz/wire_items.h"
 
+#include "object/fields.h"
 #include "tarnbase/module.h"
-#include "tests/fuzz/schema_items.h"
+#include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
 
@@ -61,17 +62,6 @@ void Walker::text() {
 
 void Walker::field(const Field &field) {
     switch (field.kind) {
-        case FieldKind::u_int8:
-        case FieldKind::boolean:
-            return item(WireKind::value, 1);
-        case FieldKind::u_int16:
-            return item(WireKind::value, 2);
-        case FieldKind::u_int32:
-        case FieldKind::int32:
-            return item(WireKind::value, 4);
-        case FieldKind::u_int64:
-        case FieldKind::int64:
-            return item(WireKind::value, 8);
         case FieldKind::enumeration:
             item(WireKind::variant, 1);
             return item(WireKind::value, 4);
@@ -88,6 +78,8 @@ void Walker::field(const Field &field) {
             return object(*field.structure);
         case FieldKind::array:
             return item(WireKind::value, field.elements);
+        default:
+            return item(WireKind::value, facts_of(field.kind).wire);
     }
 }
 
@@ -99,7 +91,7 @@ void Walker::object(const Structure &type) {
     item(WireKind::flags, 1);
     if ((flags & OBJ_RA_DATA) != 0) item(WireKind::ra_data, ra_data_length);
     item(WireKind::jump, 4);
-    for (const Field &each : fields_of(type)) {
+    for (const Field &each : object::fields_of(type)) {
         if (each.first_variant > variant || broken_) break;
         field(each);
         if ((flags & OBJ_STATE_TRACKED) != 0) item(WireKind::state, 1 + each.elements);

@@ -7,24 +7,30 @@
 
 #include <ostream>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "tests/behaviour/every/model.h"
 #include "tests/support/fixture.h"
+#include "tests/support/module.h"
 
 namespace tarn::test {
 
-// In the order in which the schema's descriptors are listed.
-const std::vector<const Structure *> &all_structures();
-const std::vector<const Enumeration *> &all_enumerations();
-// In ascending order of LUID.
-std::span<const Table *const> all_tables();
-
-const Structure &structure(const std::string &name);
-const Enumeration &enumeration(const std::string &name);
-const Table &table(const std::string &name);
+// The item of that name. Throws if there is none.
+template <typename Item>
+const Item &named(std::span<const Item *const> items, const std::string &name) {
+    for (const Item *each : items) {
+        if (each->name == name) return *each;
+    }
+    throw std::out_of_range("the schema has no " + name);
+}
+inline const Structure &structure(const std::string &name) { return named(all_structures(), name); }
+inline const Enumeration &enumeration(const std::string &name) {
+    return named(all_enumerations(), name);
+}
+inline const Table &table(const std::string &name) { return named(all_tables(), name); }
 
 inline std::span<const Field> fields_of(const Structure &type) {
     return {type.fields, type.field_count};
