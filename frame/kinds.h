@@ -26,20 +26,21 @@ namespace tarnbase {
 //              structure adds its state block, an array one byte an element
 //   wire       bytes in the wire form, without a part of variable length
 //
+// Further arguments of the list are passed on after these.
 // clang-format off
-#define TARN_FIELD_KINDS(KIND) \
-  KIND(number,      u_int8,      u_int8,      uint8_t,         uint8_t,  std::uint8_t,      1, 1, 1, 1) \
-  KIND(number,      u_int16,     u_int16,     uint16_t,        uint16_t, std::uint16_t,     2, 2, 1, 2) \
-  KIND(number,      u_int32,     u_int32,     uint32_t,        uint32_t, std::uint32_t,     4, 4, 1, 4) \
-  KIND(number,      u_int64,     u_int64,     uint64_t,        uint64_t, std::uint64_t,     8, 8, 1, 8) \
-  KIND(number,      int32,       int32,       int32_t,         int32_t,  std::int32_t,      4, 4, 1, 4) \
-  KIND(number,      int64,       int64,       int64_t,         int64_t,  std::int64_t,      8, 8, 1, 8) \
-  KIND(boxed,       boolean,     kel_boolean, kel_boolean,     uint32_t, bool,             16, 8, 1, 1) \
-  KIND(enumeration, enumeration, ,            kel_enum_object, uint32_t, ,                 16, 8, 1, 5) \
-  KIND(object,      vstring,     kel_vstring, kel_vstring,     ,         std::string_view, 32, 8, 2, 4) \
-  KIND(object,      address,     ip_address,  ip_address,      ,         ::tarn::address,  32, 8, 8, 1) \
-  KIND(structure,   structure,   ,            ,                ,         ,                  0, 8, 1, 0) \
-  KIND(array,       array,       ,            uint8_t,         ,         std::uint8_t,      1, 1, 1, 1)
+#define TARN_FIELD_KINDS(KIND, ...) \
+  KIND(number,      u_int8,      u_int8,      uint8_t,         uint8_t,  std::uint8_t,      1, 1, 1, 1, __VA_ARGS__) \
+  KIND(number,      u_int16,     u_int16,     uint16_t,        uint16_t, std::uint16_t,     2, 2, 1, 2, __VA_ARGS__) \
+  KIND(number,      u_int32,     u_int32,     uint32_t,        uint32_t, std::uint32_t,     4, 4, 1, 4, __VA_ARGS__) \
+  KIND(number,      u_int64,     u_int64,     uint64_t,        uint64_t, std::uint64_t,     8, 8, 1, 8, __VA_ARGS__) \
+  KIND(number,      int32,       int32,       int32_t,         int32_t,  std::int32_t,      4, 4, 1, 4, __VA_ARGS__) \
+  KIND(number,      int64,       int64,       int64_t,         int64_t,  std::int64_t,      8, 8, 1, 8, __VA_ARGS__) \
+  KIND(boxed,       boolean,     kel_boolean, kel_boolean,     uint32_t, bool,             16, 8, 1, 1, __VA_ARGS__) \
+  KIND(enumeration, enumeration, ,            kel_enum_object, uint32_t, ,                 16, 8, 1, 5, __VA_ARGS__) \
+  KIND(object,      vstring,     kel_vstring, kel_vstring,     ,         std::string_view, 32, 8, 2, 4, __VA_ARGS__) \
+  KIND(object,      address,     ip_address,  ip_address,      ,         ::tarn::address,  32, 8, 8, 1, __VA_ARGS__) \
+  KIND(structure,   structure,   ,            ,                ,         ,                  0, 8, 1, 0, __VA_ARGS__) \
+  KIND(array,       array,       ,            uint8_t,         ,         std::uint8_t,      1, 1, 1, 1, __VA_ARGS__)
 // clang-format on
 
 enum class FieldKind : std::uint8_t {
@@ -67,8 +68,8 @@ struct KindFacts {
 };
 
 inline constexpr KindFacts all_kinds[] = {
-#define TARN_FACTS(group, kind, type, c_type, plain, face, size, alignment, state, wire) \
-    {KindGroup::group, FieldKind::kind, #group, #kind,     #type, #c_type,               \
+#define TARN_FACTS(group, kind, type, c_type, plain, face, size, alignment, state, wire, ...) \
+    {KindGroup::group, FieldKind::kind, #group, #kind,     #type, #c_type,                    \
      #plain,           #face,           size,   alignment, state, wire},
     TARN_FIELD_KINDS(TARN_FACTS)
 #undef TARN_FACTS

@@ -3,13 +3,15 @@
 // they do when they fail, as their contracts in runtime.h and value.h say:
 //
 //   never               it has no way to fail
-//   answers(value)      it answers this
-//   reports(code, ...)  it reports an error, and answers the value given, if any
-//   falls_back          it answers its third argument
+//   answers(value)      it returns this
+//   reports(code, ...)  it reports an error, and returns the value given, if any
+//   falls_back          it returns its third argument
 //
-// Two more, in the manner of printf, stand in services.cpp.
+// Two more, in the manner of printf, are in services.cpp.
 #ifndef TARNBASE_TESTS_SUPPORT_SERVICE_LIST_H
 #define TARNBASE_TESTS_SUPPORT_SERVICE_LIST_H
+
+#include "frame/kinds.h"
 
 #define TARN_EACH_VALUE_SERVICE(S, value)      \
     S(value##_get, 4, reports(22))             \
@@ -44,21 +46,23 @@
     TARN_EACH_VALUE_SERVICE(S, value)      \
     TARN_EACH_PLAIN_SERVICE(S, value)
 
-#define TARN_EACH_VALUE_TYPE_SERVICE(S)        \
-    TARN_EACH_SCALAR_SERVICE(S, u_int8)        \
-    TARN_EACH_SCALAR_SERVICE(S, u_int16)       \
-    TARN_EACH_SCALAR_SERVICE(S, u_int32)       \
-    TARN_EACH_SCALAR_SERVICE(S, u_int64)       \
-    TARN_EACH_SCALAR_SERVICE(S, int32)         \
-    TARN_EACH_SCALAR_SERVICE(S, int64)         \
-    TARN_EACH_SCALAR_SERVICE(S, kel_boolean)   \
-    TARN_EACH_HEADED_SERVICE(S, kel_boolean)   \
-    TARN_EACH_VALUE_SERVICE(S, kel_vstring)    \
-    TARN_EACH_HEADED_SERVICE(S, kel_vstring)   \
-    TARN_EACH_OWNING_SERVICE(S, kel_vstring)   \
-    TARN_EACH_VALUE_SERVICE(S, ip_address)     \
-    TARN_EACH_HEADED_SERVICE(S, ip_address)    \
-    TARN_EACH_OWNING_SERVICE(S, ip_address)    \
+// The services of a value type, by the group of its kind.
+#define TARN_SERVICES_number(S, value) TARN_EACH_SCALAR_SERVICE(S, value)
+#define TARN_SERVICES_boxed(S, value)  \
+    TARN_EACH_SCALAR_SERVICE(S, value) \
+    TARN_EACH_HEADED_SERVICE(S, value)
+#define TARN_SERVICES_object(S, value) \
+    TARN_EACH_VALUE_SERVICE(S, value)  \
+    TARN_EACH_HEADED_SERVICE(S, value) \
+    TARN_EACH_OWNING_SERVICE(S, value)
+#define TARN_SERVICES_enumeration(S, value)
+#define TARN_SERVICES_structure(S, value)
+#define TARN_SERVICES_array(S, value)
+#define TARN_SERVICES_OF(group, kind, type, c_type, plain, face, size, alignment, state, wire, S) \
+    TARN_SERVICES_##group(S, type)
+
+#define TARN_EACH_VALUE_TYPE_SERVICE(S)   \
+    TARN_FIELD_KINDS(TARN_SERVICES_OF, S) \
     S(SuperFastHash, 3, never)
 
 #define TARN_EACH_FRAME_SERVICE(S)                          \
