@@ -63,8 +63,6 @@ struct Enumeration {
     const Enumerator *enumerators;  // by internal value
 };
 
-enum class KeyKind : std::uint8_t { integer, vstring, address, enumeration, structure };
-
 struct Table {
     const char *name;
     const char *luid_text;
@@ -73,9 +71,8 @@ struct Table {
     const kel_type_info *record_descriptor;
     const Structure *type;      // of the data object
     const Structure *key_type;  // of the key object; null on a table keyed by a field
-    const Field *key_field;     // in `type`; null on a table keyed by a structure
-    KeyKind key_kind;
-    const char *key_label;  // "st_ldap_conn sname", or "pexSessionEntry_key "
+    const Field *key;           // in `type`; or the whole key object, of kind structure
+    const char *key_label;      // "st_ldap_conn sname", or "pexSessionEntry_key "
     e_avl_compare_function compare;
     const void *const *vector;       // KEL_TABLE_VFT_SLOTS slots
     kel_record *fallback;            // zeroed, record_size bytes

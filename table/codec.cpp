@@ -4,14 +4,16 @@
 //   offset  size                record
 //        0    27                message header, the runtime's form
 //       27    16                the table's LUID
-//       43    object::len       value object
-//   behind    object::len       key object, on tables keyed by a structure
+//       43    object::len       the object
+//   after it  object::len       the key object, on tables keyed by a structure
 //
-// The key form has no frame: the key field's wire form, or the key object's.
+// The key's form has no header: it is the wire form of the key field or of the key object.
 #include <cstring>
 
 #include "frame/conventions.h"
+#include "object/header.h"
 #include "object/object.h"
+#include "object/value_operations.h"
 #include "table/key.h"
 #include "table/table.h"
 
@@ -19,201 +21,182 @@ namespace tarnbase::table {
 
 namespace {
 
+using object::error_text;
+
 constexpr std::uint32_t luid_size = sizeof(kel_type_info::luid);
 constexpr std::uint32_t frame_size = KEL_MESSAGE_HEADER_SIZE + luid_size;
 
-const char *text_of(std::uint32_t error) { return std::strerror(static_cast<int>(error)); }
-
-// Reserves the header with zeros and copies the LUID behind it; answers the
-// cursor. The header itself comes last, when the length is known.
-std::uint32_t begin_frame(Model model, kel_handle *handle, char *buffer, std::uint32_t buffer_len,
-                          std::uint32_t *err) {
-    const auto room = static_cast<std::int32_t>(buffer_len);
-    if (room < static_cast<std::int32_t>(KEL_MESSAGE_HEADER_SIZE)) {
-        report(handle, err, EMSGSIZE);
-        return 0;
+// Reserves the header, as zeros, and writes the LUID after it. The header is written last,
+// when the length is known.
+void begin_frame(Model model, const Call &call, Output &out) {
+    const auto length = static_cast<std::int32_t>(out.remaining());
+    if (length < static_cast<std::int32_t>(KEL_MESSAGE_HEADER_SIZE)) {
+        call.report(EMSGSIZE);
+        return;
     }
-    std::memset(buffer, 0, KEL_MESSAGE_HEADER_SIZE);
-    if (room < static_cast<std::int32_t>(frame_size)) {
-        report(handle, err, EMSGSIZE);
-        return KEL_MESSAGE_HEADER_SIZE;
+    std::memset(out.at(), 0, KEL_MESSAGE_HEADER_SIZE);
+    out.advance(KEL_MESSAGE_HEADER_SIZE);
+    if (length < static_cast<std::int32_t>(frame_size)) {
+        call.report(EMSGSIZE);
+        return;
     }
-    std::memcpy(buffer + KEL_MESSAGE_HEADER_SIZE, model.luid, luid_size);
-    return frame_size;
+    std::memcpy(out.at(), model.luid, luid_size);
+    out.advance(luid_size);
 }
 
-void end_frame(kel_handle *handle, std::uint32_t tx_id, char *buffer, std::uint32_t length,
-               std::uint32_t *err) {
+// Writes the header of the frame of `length` bytes at `frame`.
+void end_frame(const Call &call, char *frame, std::uint32_t length) {
     kel_message_header header{};
     header.marker = KEL_MESSAGE_MARKER;
     std::memset(header.filler, 0xff, sizeof header.filler);
     header.state_tracked =
-        static_cast<std::uint8_t>(kellib_type_header_get_state_tracking_flag(buffer + frame_size));
-    header.stamp = handle->header_stamp;
+        static_cast<std::uint8_t>(kellib_type_header_get_state_tracking_flag(frame + frame_size));
+    header.stamp = call.handle->header_stamp;
     header.length = length;
-    _kel_message_header_marshal(handle, tx_id, buffer, &header, KEL_MESSAGE_HEADER_SIZE, err);
+    _kel_message_header_marshal(call.handle, call.tx_id, frame, &header, KEL_MESSAGE_HEADER_SIZE,
+                                call.err);
 }
 
-// Appends an object at the cursor. False: the record has none.
-bool append(Model model, const Structure &type, kel_handle *handle, std::uint32_t tx_id,
-            char *buffer, const void *object, std::uint32_t buffer_len, std::uint32_t &cursor,
-            std::uint32_t *err) {
+// Writes an object. False: the record has none.
+bool append(Model model, const Structure &type, const Call &call, Output &out, const void *object) {
     if (object == nullptr) {
         trace_table(KEL_TRACE_ERROR, "(ERR): Failed to marshal %s record: Field %s is empty",
                     model.name, type.name);
-        report(handle, err, ENOENT);
+        call.report(ENOENT);
         return false;
     }
-    cursor +=
-        object::marshal(type, {handle, tx_id, err}, {buffer + cursor, buffer_len - cursor}, object);
+    out.advance(object::marshal(type, call, out.rest(), object));
     return true;
 }
 
-// Reads an object from the cursor into `slot`, in place or into a new one.
-void extract(const Structure &type, kel_handle *handle, std::uint32_t tx_id, const char *buffer,
-             void *&slot, std::uint32_t buffer_len, std::uint32_t in_place, std::uint32_t &cursor,
-             std::uint32_t *err) {
-    if (in_place == 0) slot = object::create_internal(type, {handle, tx_id});
-    if (slot == nullptr) report(handle, err, in_place != 0 ? ENOENT : ENOMEM);
-    if (*err != 0) return;
-    cursor += object::unmarshal(type, {handle, tx_id, err}, {buffer + cursor, buffer_len - cursor},
-                                slot, InPlace{in_place});
+// Reads an object into the one at `slot`, or into a new one that is stored there.
+void extract(const Structure &type, const Call &call, Input &in, void *&slot, InPlace in_place) {
+    if (in_place == InPlace::no) slot = object::create_internal(type, call);
+    if (slot == nullptr) call.report(in_place == InPlace::no ? ENOMEM : ENOENT);
+    if (call.failed()) return;
+    in.advance(object::unmarshal(type, call, in.rest(), slot, in_place));
 }
 
 }  // namespace
 
-std::uint32_t record_marshal(Model model, kel_handle *handle, std::uint32_t tx_id, void *buffer,
-                             const kel_record *record, std::uint32_t buffer_len,
-                             std::uint32_t *err) {
-    if (*err != 0) {
+std::uint32_t record_marshal(Model model, const Call &call, Output out, const kel_record *record) {
+    if (call.failed()) {
         trace_table(KEL_TRACE_DEBUG, "(debug): Error present in call to table marshal: %s",
-                    text_of(*err));
+                    error_text(*call.err));
         return 0;
     }
-    kel_clear_last_error(handle);
-    auto *bytes = static_cast<char *>(buffer);
-    std::uint32_t cursor = begin_frame(model, handle, bytes, buffer_len, err);
-    if (!append(model, *model.type, handle, tx_id, bytes, record->object, buffer_len, cursor,
-                err)) {
-        return cursor;
+    call.enter();
+    char *const frame = out.at();
+    begin_frame(model, call, out);
+    if (!append(model, *model.type, call, out, record->object)) return out.used();
+    if (model.key_type != nullptr &&
+        !append(model, *model.key_type, call, out, record->key_object)) {
+        return out.used();
     }
-    if (model.key_type != nullptr && !append(model, *model.key_type, handle, tx_id, bytes,
-                                             record->key_object, buffer_len, cursor, err)) {
-        return cursor;
-    }
-    if (*err == 0) end_frame(handle, tx_id, bytes, cursor, err);
-    return cursor;
+    if (!call.failed()) end_frame(call, frame, out.used());
+    return out.used();
 }
 
-std::uint32_t record_marshal_cr(Model model, kel_handle *handle, const kel_record *record,
-                                void *buffer, std::uint32_t buffer_len) {
-    const std::uint32_t written = record_marshal(model, handle, handle->cr_tx_id, buffer, record,
-                                                 buffer_len, &handle->last_error);
+std::uint32_t record_marshal_cr(Model model, kel_handle *handle, Output out,
+                                const kel_record *record) {
+    const std::uint32_t written = record_marshal(model, Call::cr(handle), out, record);
     return handle->last_error != 0 ? cr_failure : written;
 }
 
-std::uint32_t record_unmarshal(Model model, kel_handle *handle, std::uint32_t tx_id,
-                               kel_record **record, const void *buffer, std::uint32_t buffer_len,
-                               std::uint32_t in_place, std::uint32_t *err) {
-    if (*err != 0) {
+std::uint32_t record_unmarshal(Model model, const Call &call, Input in, kel_record **record,
+                               InPlace in_place) {
+    if (call.failed()) {
         trace_table(KEL_TRACE_DEBUG, "(debug): Error present in call to %s unmarshal: %s",
-                    model.name, text_of(*err));
+                    model.name, error_text(*call.err));
         return 0;
     }
-    kel_clear_last_error(handle);
+    call.enter();
     kel_record *target =
-        in_place != 0 ? *record : create_record(model, handle, tx_id, KEL_SOURCE_DEFAULT, err);
+        in_place == InPlace::no ? create_record(model, call, KEL_SOURCE_DEFAULT) : *record;
     if (target == nullptr) {
-        report(handle, err, in_place != 0 ? ENOENT : ENOMEM);
+        call.report(in_place == InPlace::no ? ENOMEM : ENOENT);
         return 0;
     }
-    const auto *bytes = static_cast<const char *>(buffer);
-    std::uint32_t cursor = luid_size;  // stepped over unread: any table's frame is taken
     kel_message_header header{};
-    cursor += _kel_message_header_unmarshal(handle, tx_id, bytes, &header, buffer_len, err);
-    extract(*model.type, handle, tx_id, bytes, target->object, buffer_len, in_place, cursor, err);
+    in.advance(_kel_message_header_unmarshal(call.handle, call.tx_id, in.at(), &header,
+                                             in.remaining(), call.err));
+    in.advance(luid_size);  // skipped: the frame of any table is read
+    extract(*model.type, call, in, target->object, in_place);
     if (model.key_type != nullptr) {
-        extract(*model.key_type, handle, tx_id, bytes, target->key_object, buffer_len, in_place,
-                cursor, err);
+        extract(*model.key_type, call, in, target->key_object, in_place);
     }
     *record = target;
-    return cursor;
+    return in.used();
 }
 
-std::uint32_t record_len(Model model, kel_handle *handle, std::uint32_t tx_id,
-                         const kel_record *record) {
-    std::uint32_t length = frame_size + object::len(*model.type, {handle, tx_id}, record->object);
+std::uint32_t record_len(Model model, const Call &call, const kel_record *record) {
+    std::uint32_t length = frame_size + object::len(*model.type, call, record->object);
     if (model.key_type != nullptr) {
-        length += object::len(*model.key_type, {handle, tx_id}, record->key_object);
+        length += object::len(*model.key_type, call, record->key_object);
     }
     return length;
 }
 
 std::uint32_t record_len_cr(Model model, kel_handle *handle, const kel_record *record) {
     if (handle->last_error != 0) return 0;
-    return record_len(model, handle, handle->cr_tx_id, record);
+    return record_len(model, Call::cr(handle), record);
 }
 
-std::uint32_t record_is_modified(Model model, kel_handle *handle, std::uint32_t tx_id,
-                                 kel_record *record, std::uint32_t *err) {
-    if (*err != 0) {
+std::uint32_t record_is_modified(Model model, const Call &call, kel_record *record) {
+    if (call.failed()) {
         trace_table(KEL_TRACE_DEBUG,
-                    "(debug): Error present in call to table is modified: %s for %s", text_of(*err),
-                    model.name);
+                    "(debug): Error present in call to table is modified: %s for %s",
+                    error_text(*call.err), model.name);
         return 0;
     }
-    kel_clear_last_error(handle);
-    std::uint32_t modified =
-        object::type_type_backpropagate(*model.type, {handle, tx_id, err}, record->object);
+    call.enter();
+    std::uint32_t modified = object::type_type_backpropagate(*model.type, call, record->object);
     if (modified == 0 && model.key_type != nullptr) {
-        modified = object::type_type_backpropagate(*model.key_type, {handle, tx_id, err},
-                                                   record->key_object);
+        modified = object::type_type_backpropagate(*model.key_type, call, record->key_object);
     }
     if (modified == 0) return 0;
     trace_table(KEL_TRACE_INFO, "(info): Record was modified");
     return 1;
 }
 
-std::uint32_t pkey_len(Model model, kel_handle *handle, std::uint32_t tx_id,
-                       const kel_record *record) {
-    return key_len(model, handle, tx_id, stored_key(model, record));
+std::uint32_t pkey_len(Model model, const Call &call, const kel_record *record) {
+    return object::operations(*model.key).len(*model.key, call, stored_key(model, record));
 }
 
-std::uint32_t pkey_marshal(Model model, kel_handle *handle, std::uint32_t tx_id, void *buffer,
-                           const kel_record *record, std::uint32_t buffer_len, std::uint32_t *err) {
-    if (*err != 0) {
+std::uint32_t pkey_marshal(Model model, const Call &call, Output out, const kel_record *record) {
+    if (call.failed()) {
         trace_table(KEL_TRACE_DEBUG, "(debug): Error present in call to table marshal: %s",
-                    text_of(*err));
+                    error_text(*call.err));
         return 0;
     }
-    kel_clear_last_error(handle);
-    const void *key = stored_key(model, record);
-    if (key_len(model, handle, tx_id, key) > buffer_len) {
-        report(handle, err, EMSGSIZE);
+    call.enter();
+    if (pkey_len(model, call, record) > out.remaining()) {
+        call.report(EMSGSIZE);
         return 0;
     }
-    return key_marshal(model, handle, tx_id, buffer, key, buffer_len, err);
+    const Field &key = *model.key;
+    return object::operations(key).marshal(key, call, out, stored_key(model, record));
 }
 
-std::uint32_t pkey_unmarshal(Model model, kel_handle *handle, std::uint32_t tx_id, void **pkey,
-                             const void *buffer, std::uint32_t buffer_len, std::uint32_t *err) {
-    if (*err != 0) {
+std::uint32_t pkey_unmarshal(Model model, const Call &call, Input in, void **pkey) {
+    if (call.failed()) {
         trace_table(KEL_TRACE_DEBUG, "(debug): Error present in call to %s pkey unmarshal: %s",
-                    model.name, text_of(*err));
+                    model.name, error_text(*call.err));
         return 0;
     }
-    kel_clear_last_error(handle);
+    call.enter();
     if (pkey == nullptr) {
-        report(handle, err, EFAULT);
+        call.report(EFAULT);
         return 0;
     }
-    void *holder = pkey_create(model, handle, tx_id);
+    void *holder = pkey_create(model, call);
     if (holder == nullptr) {
-        report(handle, err, ENOMEM);
+        call.report(ENOMEM);
         return 0;
     }
-    const std::uint32_t consumed =
-        key_unmarshal(model, handle, tx_id, buffer, key_in(model, holder), buffer_len, err);
+    const Field &key = *model.key;
+    const std::uint32_t consumed = object::operations(key).unmarshal(
+        key, call, in, object::place_of(key, holder), InPlace::no);
     *pkey = holder;
     return consumed;
 }

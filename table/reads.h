@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What every read of an index shares: the tenant it is confined to, and reporting
-// the record it answers to the replication engine.
+// What every read of an index does: it is limited to one tenant, and the record that it
+// returns goes to the replication engine's cache.
 #ifndef TARNBASE_TABLE_READS_H
 #define TARNBASE_TABLE_READS_H
 
 #include <cstdint>
 
+#include "frame/call.h"
 #include "frame/schema.h"
 
 namespace tarnbase::table {
@@ -16,25 +17,24 @@ inline std::uint16_t current_tenant() {
     return tenant;
 }
 
-// The low byte of a caller's source; a `_cr` form reads 0 as the default source.
-inline std::uint32_t source_of_cr(std::uint32_t src) {
-    const std::uint32_t low = src & 0xffU;
-    return low == 0 ? KEL_SOURCE_DEFAULT : low;
-}
-
 inline bool is_pending(const kel_record *record) {
     return (record->flags & KEL_RECORD_PENDING_DESTROY) != 0;
 }
 
-// Answers a record that was found: told to the engine unless it is a shadow. An
-// error of that call stays in `*err` and takes nothing from the answer.
-inline kel_record *answer(const Table &model, kel_handle *handle, std::uint32_t tx_id,
-                          kel_table *table, kel_record *record, std::uint32_t *err) {
-    if (record->src != KEL_SOURCE_SHADOW) {
-        kelrepl_add_to_cache(handle, tx_id, table, record, model.vector, err);
+struct Read {
+    const Table &model;
+    const Call &call;
+    kel_table *table;
+
+    // Adds the record to the engine's cache unless it is a shadow. Returns the record,
+    // also if the engine leaves an error in `*err`.
+    kel_record *found(kel_record *record) const {
+        if (record->src != KEL_SOURCE_SHADOW) {
+            kelrepl_add_to_cache(call.handle, call.tx_id, table, record, model.vector, call.err);
+        }
+        return record;
     }
-    return record;
-}
+};
 
 }  // namespace tarnbase::table
 

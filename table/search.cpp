@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Search by key. The key is put into a probe, a record that lives on the stack
-// and is in no tree, which the index compares with its records. A search
-// allocates nothing and duplicates no text.
+// Search by key. The key is put in a probe, a record on the stack that is in no tree, which
+// the index compares with its records. A search allocates nothing and copies no text.
 #include <cstring>
 
 #include "frame/conventions.h"
@@ -18,62 +17,61 @@ namespace {
 // In bits, of a probe's object.
 constexpr std::size_t object_alignment = 8 * alignof(std::uint64_t);
 
+// Makes `memory`, `plain_size` zero bytes, an object with the key.
+void initialize_probe(Model model, const Call &call, void *memory, const void *key) {
+    object::initialize(*model.type, call, memory,
+                       {.descriptor = model.type->descriptor, .log_writes = 0, .quiet = 1});
+    put_key_value(model, memory, key);
+}
+
+kel_record *find_nearest(const Read &read, const kel_record *probe, Search wanted) {
+    // A search that skips pending records keeps to the source; any other one takes the
+    // default source, whatever `wanted` says.
+    const Selection selection = {.source = wanted.skip_pending ? wanted.source : KEL_SOURCE_DEFAULT,
+                                 .skip_pending = wanted.skip_pending};
+    return wanted.backward ? prev(read.model, read.call, read.table, probe, selection)
+                           : next(read.model, read.call, read.table, probe, selection);
+}
+
 }  // namespace
 
-kel_record *search(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                   const void *key, std::uint32_t nearest, std::uint32_t forward, std::uint32_t src,
-                   std::uint32_t skip_pending, std::uint32_t *err) {
-    if (!enter(handle, err)) return nullptr;
+kel_record *search(Model model, const Call &call, kel_table *table, const void *key,
+                   Search wanted) {
+    if (!call.enter()) return nullptr;
     if (table == nullptr || key == nullptr) {
-        report(handle, err, ENOENT);
+        call.report(ENOENT);
         return nullptr;
     }
     kel_record probe{};
-    if (model.key_kind == KeyKind::structure) {
-        probe.key_object = const_cast<void *>(key);
+    if (model.key_type != nullptr) {
+        probe.key_object = const_cast<void *>(key);  // only read
     } else {
-        const Structure &type = *model.type;
-        probe.object = __builtin_alloca_with_align(type.plain_size, object_alignment);
-        std::memset(probe.object, 0, type.plain_size);
-        object::initialize(type, {handle, tx_id, err}, probe.object,
-                           {.descriptor = type.descriptor, .log_writes = 0, .quiet = 1});
-        put_key_value(model, probe.object, key);
+        const std::uint32_t size = model.type->plain_size;
+        probe.object = __builtin_alloca_with_align(size, object_alignment);
+        std::memset(probe.object, 0, size);
+        initialize_probe(model, call, probe.object, key);
     }
-    probe.src = static_cast<std::uint8_t>(src);
+    probe.src = static_cast<std::uint8_t>(wanted.source);
     probe.tenant_id = current_tenant();
 
+    const Read read = {model, call, table};
     kel_index_node *node = e_avl_search(table->index_root, &probe.index_node, model.compare);
     kel_record *found = node != nullptr ? record_of(node) : nullptr;
-    if (found == nullptr || (skip_pending != 0 && is_pending(found))) {
-        if (nearest == 0) return nullptr;
-        // A walk that hides pending records keeps to the source asked for; the
-        // other one takes the default source, whatever was asked.
-        const std::uint32_t walk_src = skip_pending != 0 ? src : KEL_SOURCE_DEFAULT;
-        const std::uint32_t skip = skip_pending != 0 ? 1 : 0;
-        found = forward != 0 ? next(model, handle, tx_id, table, &probe, walk_src, 1, skip, err)
-                             : prev(model, handle, tx_id, table, &probe, walk_src, 1, skip, err);
+    if (found == nullptr || (wanted.skip_pending && is_pending(found))) {
+        found = wanted.nearest ? find_nearest(read, &probe, wanted) : nullptr;
         if (found == nullptr) return nullptr;
     }
-    return answer(model, handle, tx_id, table, found, err);
+    return read.found(found);
 }
 
-kel_record *search_sub_first(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                             const void *key, std::uint32_t *err) {
-    kel_record *found = search(model, handle, tx_id, table, key, 1, 1, KEL_SOURCE_DEFAULT, 0, err);
+kel_record *search_sub_first(Model model, const Call &call, kel_table *table, const void *key) {
+    kel_record *found = search(model, call, table, key, {.nearest = true});
     return found != nullptr && has_key_value(model, found, key) ? found : nullptr;
 }
 
-kel_record *search_cr(Model model, kel_handle *handle, kel_table *table, const void *key,
-                      std::uint32_t src, std::uint32_t nearest) {
-    return search(model, handle, handle->cr_tx_id, table, key, nearest != 0 ? 1 : 0, 1,
-                  source_of_cr(src), 0, &handle->last_error);
-}
-
-kel_record *search_by_object(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                             const void *object, std::uint32_t nearest, std::uint32_t src,
-                             std::uint32_t *err) {
-    return search(model, handle, tx_id, table, key_value_in(model, object), nearest, 1, src, 0,
-                  err);
+kel_record *search_by_object(Model model, const Call &call, kel_table *table, const void *object,
+                             Search wanted) {
+    return search(model, call, table, key_value_in(model, object), wanted);
 }
 
 }  // namespace tarnbase::table

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Ordered steps through the index. A position is a record block, found by
-// comparison alone, so that a deleted record and a probe are positions too.
+// Ordered steps through the index. A position is a record block, found by comparison
+// alone, so that a deleted record and a probe are positions too.
 #include "frame/conventions.h"
 #include "table/key.h"
 #include "table/node.h"
@@ -11,202 +11,172 @@ namespace tarnbase::table {
 
 namespace {
 
-using Step = kel_index_node *(*)(void *root, const kel_index_node *node,
-                                 e_avl_compare_function compare);
-
-struct Filter {
-    std::uint32_t src;
-    std::uint32_t match_src;
-    std::uint32_t skip_pending;
-
-    bool wrong_source(const kel_record *record) const {
-        return match_src != 0 && record->src != static_cast<std::uint8_t>(src);
-    }
-    bool hidden(const kel_record *record) const { return skip_pending != 0 && is_pending(record); }
+// A direction: the end of the tree where it begins, its step, and whether it reaches the
+// records of tenant `a` before those of tenant `b`.
+struct Way {
+    kel_index_node *(*end)(void *root);
+    kel_index_node *(*step)(void *root, const kel_index_node *node, e_avl_compare_function compare);
+    bool (*is_before)(std::uint16_t a, std::uint16_t b);
+    bool backward;
 };
+constexpr Way forward = {.end = e_avl_get_first,
+                         .step = e_avl_get_next,
+                         .is_before = [](std::uint16_t a, std::uint16_t b) { return a < b; },
+                         .backward = false};
+constexpr Way backward = {.end = e_avl_get_last,
+                          .step = e_avl_get_prev,
+                          .is_before = [](std::uint16_t a, std::uint16_t b) { return a > b; },
+                          .backward = true};
 
-// The next record, by `step`, in the current tenant's run that passes the filter.
-kel_record *walk_from(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                      const kel_record *position, Step step, const Filter &filter,
-                      std::uint32_t *err) {
-    if (!enter(handle, err)) return nullptr;
+bool is_wrong_source(const Selection &selection, const kel_record *record) {
+    return !selection.any_source && record->src != static_cast<std::uint8_t>(selection.source);
+}
+bool is_hidden(const Selection &selection, const kel_record *record) {
+    return selection.skip_pending && is_pending(record);
+}
+
+// The next selected record after a position, of the current tenant.
+kel_record *walk_from(const Read &read, const kel_record *position, const Way &way,
+                      Selection selection) {
+    if (!read.call.enter()) return nullptr;
     const std::uint16_t tenant = current_tenant();
-    kel_index_node *node = step(table->index_root, &position->index_node, model.compare);
-    for (; node != nullptr; node = step(table->index_root, node, model.compare)) {
+    void *root = read.table->index_root;
+    kel_index_node *node = way.step(root, &position->index_node, read.model.compare);
+    for (; node != nullptr; node = way.step(root, node, read.model.compare)) {
         kel_record *record = record_of(node);
         if (record->tenant_id != tenant) return nullptr;
-        if (filter.wrong_source(record) || filter.hidden(record)) continue;
-        return answer(model, handle, tx_id, table, record, err);
+        if (is_wrong_source(selection, record) || is_hidden(selection, record)) continue;
+        return read.found(record);
     }
     return nullptr;
 }
 
-// The first record from one end of the tree that passes the filter, if it is of
-// the current tenant. `short_of_run` tells the tenants on the way to its run.
-template <typename ShortOfRun>
-kel_record *scan_from_end(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                          kel_index_node *(*end)(void *root), Step step, const Filter &filter,
-                          ShortOfRun short_of_run, std::uint32_t *err) {
-    if (!enter(handle, err)) return nullptr;
+// The first selected record from one end of the tree, if it is of the current tenant.
+kel_record *scan_from_end(const Read &read, const Way &way, Selection selection) {
+    if (!read.call.enter()) return nullptr;
     const std::uint16_t tenant = current_tenant();
-    kel_index_node *node = end(table->index_root);
-    for (; node != nullptr; node = step(table->index_root, node, model.compare)) {
+    void *root = read.table->index_root;
+    kel_index_node *node = way.end(root);
+    for (; node != nullptr; node = way.step(root, node, read.model.compare)) {
         kel_record *record = record_of(node);
-        if (filter.wrong_source(record) || short_of_run(record->tenant_id, tenant) ||
-            filter.hidden(record)) {
+        if (is_wrong_source(selection, record) || way.is_before(record->tenant_id, tenant) ||
+            is_hidden(selection, record)) {
             continue;
         }
-        if (record->tenant_id != tenant) return nullptr;
-        return answer(model, handle, tx_id, table, record, err);
+        return record->tenant_id == tenant ? read.found(record) : nullptr;
     }
     return nullptr;
 }
 
-// One step to a neighbour with the same key, of whatever tenant and source.
-kel_record *sub_step(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                     const kel_record *position, Step step, std::uint32_t *err) {
-    if (!enter(handle, err)) return nullptr;
-    kel_index_node *node = step(table->index_root, &position->index_node, model.compare);
-    if (node == nullptr || !same_keys(model, position, record_of(node))) return nullptr;
-    return answer(model, handle, tx_id, table, record_of(node), err);
+// One step to a neighbour with the same key, of any tenant and source.
+kel_record *sub_step(const Read &read, const kel_record *position, const Way &way) {
+    if (!read.call.enter()) return nullptr;
+    kel_index_node *node =
+        way.step(read.table->index_root, &position->index_node, read.model.compare);
+    if (node == nullptr || !same_keys(read.model, position, record_of(node))) return nullptr;
+    return read.found(record_of(node));
+}
+
+// The neighbour of a key, whether a record has the key or not.
+kel_record *step_by_key(const Read &read, const void *key, const Way &way, Selection selection) {
+    Search wanted = {.backward = way.backward,
+                     .source = selection.source,
+                     .skip_pending = selection.skip_pending};
+    const kel_record *at = search(read.model, read.call, read.table, key, wanted);
+    if (read.call.failed()) return nullptr;
+    if (at != nullptr) return walk_from(read, at, way, selection);
+    wanted.nearest = true;
+    return search(read.model, read.call, read.table, key, wanted);
 }
 
 }  // namespace
 
-kel_record *first(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                  std::uint32_t src, std::uint32_t match_src, std::uint32_t skip_pending,
-                  std::uint32_t *err) {
-    const auto below = [](std::uint16_t tenant, std::uint16_t wanted) { return tenant < wanted; };
-    return scan_from_end(model, handle, tx_id, table, e_avl_get_first, e_avl_get_next,
-                         {src, match_src, skip_pending}, below, err);
+kel_record *first(Model model, const Call &call, kel_table *table, Selection selection) {
+    return scan_from_end({model, call, table}, forward, selection);
 }
 
-kel_record *last(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                 std::uint32_t src, std::uint32_t match_src, std::uint32_t skip_pending,
-                 std::uint32_t *err) {
-    const auto above = [](std::uint16_t tenant, std::uint16_t wanted) { return tenant > wanted; };
-    return scan_from_end(model, handle, tx_id, table, e_avl_get_last, e_avl_get_prev,
-                         {src, match_src, skip_pending}, above, err);
+kel_record *last(Model model, const Call &call, kel_table *table, Selection selection) {
+    return scan_from_end({model, call, table}, backward, selection);
 }
 
-kel_record *next(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                 const kel_record *record, std::uint32_t src, std::uint32_t match_src,
-                 std::uint32_t skip_pending, std::uint32_t *err) {
-    return walk_from(model, handle, tx_id, table, record, e_avl_get_next,
-                     {src, match_src, skip_pending}, err);
+kel_record *next(Model model, const Call &call, kel_table *table, const kel_record *record,
+                 Selection selection) {
+    return walk_from({model, call, table}, record, forward, selection);
 }
 
-kel_record *prev(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                 const kel_record *record, std::uint32_t src, std::uint32_t match_src,
-                 std::uint32_t skip_pending, std::uint32_t *err) {
-    return walk_from(model, handle, tx_id, table, record, e_avl_get_prev,
-                     {src, match_src, skip_pending}, err);
+kel_record *prev(Model model, const Call &call, kel_table *table, const kel_record *record,
+                 Selection selection) {
+    return walk_from({model, call, table}, record, backward, selection);
 }
 
-kel_record *first_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                             std::uint32_t *err) {
-    return first(model, handle, tx_id, table, 0, 0, 0, err);
+kel_record *sub_next(Model model, const Call &call, kel_table *table, kel_record *record) {
+    return sub_step({model, call, table}, record, forward);
 }
 
-kel_record *next_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                            const kel_record *record, std::uint32_t *err) {
-    return next(model, handle, tx_id, table, record, 0, 0, 0, err);
+kel_record *sub_prev(Model model, const Call &call, kel_table *table, kel_record *record) {
+    return sub_step({model, call, table}, record, backward);
 }
 
-kel_record *prev_ignore_src(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                            const kel_record *record, std::uint32_t *err) {
-    return prev(model, handle, tx_id, table, record, 0, 0, 0, err);
-}
-
-kel_record *sub_next(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                     kel_record *record, std::uint32_t *err) {
-    return sub_step(model, handle, tx_id, table, record, e_avl_get_next, err);
-}
-
-kel_record *sub_prev(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                     kel_record *record, std::uint32_t *err) {
-    return sub_step(model, handle, tx_id, table, record, e_avl_get_prev, err);
-}
-
-// The shadow is the last entry of its key.
-kel_record *shadow(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                   kel_record *record, std::uint32_t *err) {
+// The shadow is the last record with its key.
+kel_record *shadow(Model model, const Call &call, kel_table *table, kel_record *record) {
     while (record != nullptr && record->src != KEL_SOURCE_SHADOW) {
-        record = sub_next(model, handle, tx_id, table, record, err);
+        record = sub_next(model, call, table, record);
     }
     return record;
 }
 
-kel_record *next_by_key(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                        const void *key, std::uint32_t src, std::uint32_t skip_pending,
-                        std::uint32_t *err) {
-    kel_record *at = search(model, handle, tx_id, table, key, 0, 1, src, skip_pending, err);
-    if (*err != 0) return nullptr;
-    if (at == nullptr) {
-        return search(model, handle, tx_id, table, key, 1, 1, src, skip_pending, err);
-    }
-    return next(model, handle, tx_id, table, at, src, 1, skip_pending, err);
+kel_record *next_by_key(Model model, const Call &call, kel_table *table, const void *key,
+                        Selection selection) {
+    return step_by_key({model, call, table}, key, forward, selection);
 }
 
-kel_record *prev_by_key(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                        const void *key, std::uint32_t src, std::uint32_t skip_pending,
-                        std::uint32_t *err) {
-    kel_record *at = search(model, handle, tx_id, table, key, 0, 0, src, skip_pending, err);
-    if (*err != 0) return nullptr;
-    if (at == nullptr) {
-        return search(model, handle, tx_id, table, key, 1, 0, src, skip_pending, err);
-    }
-    return prev(model, handle, tx_id, table, at, src, 1, skip_pending, err);
+kel_record *prev_by_key(Model model, const Call &call, kel_table *table, const void *key,
+                        Selection selection) {
+    return step_by_key({model, call, table}, key, backward, selection);
 }
 
-kel_record *next_by_object(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                           const void *object, std::uint32_t src, std::uint32_t *err) {
-    return next_by_key(model, handle, tx_id, table, key_value_in(model, object), src, 0, err);
+kel_record *next_by_object(Model model, const Call &call, kel_table *table, const void *object,
+                           Selection selection) {
+    return next_by_key(model, call, table, key_value_in(model, object), selection);
 }
 
-kel_record *prev_by_object(Model model, kel_handle *handle, std::uint32_t tx_id, kel_table *table,
-                           const void *object, std::uint32_t *err) {
-    return prev_by_key(model, handle, tx_id, table, key_value_in(model, object), KEL_SOURCE_DEFAULT,
-                       0, err);
+kel_record *prev_by_object(Model model, const Call &call, kel_table *table, const void *object) {
+    return prev_by_key(model, call, table, key_value_in(model, object));
 }
 
-kel_record *get_cr(Model model, kel_handle *handle, kel_table *table, std::uint32_t selector,
-                   const kel_record *record, std::uint32_t src, std::uint32_t mode) {
-    const std::uint32_t tx_id = handle->cr_tx_id;
-    const std::uint32_t source = source_of_cr(src);
-    const std::uint32_t match_src = mode == 0 ? 1 : 0;
-    std::uint32_t *err = &handle->last_error;
-    switch (selector) {
+kel_record *get_cr(Model model, kel_handle *handle, kel_table *table, Selector selector,
+                   Selection selection) {
+    const Call call = Call::cr(handle);
+    switch (selector.number) {
         case 0:
-            return first(model, handle, tx_id, table, source, match_src, 0, err);
+            return first(model, call, table, selection);
         case 1:
-            return last(model, handle, tx_id, table, source, match_src, 0, err);
+            return last(model, call, table, selection);
         case 2:
-            return prev(model, handle, tx_id, table, record, source, match_src, 0, err);
+            return prev(model, call, table, selector.record, selection);
         case 3:
-            return next(model, handle, tx_id, table, record, source, match_src, 0, err);
+            return next(model, call, table, selector.record, selection);
         default:
             trace_table(KEL_TRACE_ERROR, "(ERR): invalid record get flag %d",
-                        static_cast<int>(selector));
+                        static_cast<int>(selector.number));
             kel_store_err(handle, EINVAL);
             return nullptr;
     }
 }
 
-void walk(kel_table *table, kel_walk_function function, void *context, e_avl_walk_function visit,
-          std::uint32_t *err) {
+void walk(kel_table *table, kel_walk_pair pair, e_avl_walk_function visit,
+          const std::uint32_t *err) {
     if (*err != 0) return;
-    kel_walk_pair pair{function, context};
     e_avl_walk(table->index_root, visit, &pair);
 }
 
-void walk_cr(kel_handle *handle, kel_table *table, std::uint32_t key_number,
-             kel_walk_function function, void *context, e_avl_walk_function visit) {
+void walk_cr(kel_handle *handle, kel_table *table, std::uint32_t key_number, kel_walk_pair pair,
+             e_avl_walk_function visit) {
     if (key_number != 0) {
         trace_table(KEL_TRACE_ERROR, "(ERR): unknow key:%d", static_cast<int>(key_number));
         return;
     }
-    walk(table, function, context, visit, &handle->last_error);
+    walk(table, pair, visit, &handle->last_error);
 }
 
 }  // namespace tarnbase::table

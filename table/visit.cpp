@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The callback of a walk through the tree. What a tree passes behind node and
-// context must reach the walk's function unchanged, although nobody here knows
-// what it is. A function that leaves the argument registers alone can't be had of
-// every compiler, so each on the way takes as many words as registers carry and
-// hands them on by name.
+// The callback of a walk through the tree. Arguments that a tree passes after node and
+// context must reach the walk's function unchanged, although their types are unknown here.
+// No standard C++ leaves the argument registers alone, so each function on the way takes
+// as many words as there are registers for arguments and passes them on by name.
 #include "table/node.h"
 #include "table/table.h"
 

@@ -118,13 +118,13 @@ void *make_object(const Structure &type, const Round &round, Random &random) {
 
 kel_record *make_record(const Table &model, const Round &round, Random &random) {
     u32 err = 0;
-    kel_record *record = table::create_record(model, round.handle(), round.tx(), 1, &err);
+    kel_record *record = table::create_record(model, round.call(err), 1);
     require(record != nullptr && err == 0, "a record can be made");
-    table::set_field(model, round.handle(), round.tx(), record,
-                     make_object(*model.type, round, random), table::Slot::object);
+    table::set_field(model, round.call(), record, table::Slot::object,
+                     make_object(*model.type, round, random));
     if (model.key_type != nullptr) {
-        table::set_field(model, round.handle(), round.tx(), record,
-                         make_object(*model.key_type, round, random), table::Slot::key_object);
+        table::set_field(model, round.call(), record, table::Slot::key_object,
+                         make_object(*model.key_type, round, random));
     }
     return record;
 }
@@ -141,10 +141,10 @@ std::vector<u8> wire(const Structure &type, const Round &round, const void *obje
 
 std::vector<u8> frame(const Table &model, const Round &round, const kel_record *record) {
     u32 err = 0;
-    const u32 length = table::record_len(model, round.handle(), round.tx(), record);
+    const u32 length = table::record_len(model, round.call(), record);
     std::vector<u8> bytes(length + 1);
-    const u32 written = table::record_marshal(model, round.handle(), round.tx(), bytes.data(),
-                                              record, length, &err);
+    const u32 written =
+        table::record_marshal(model, round.call(err), {bytes.data(), length}, record);
     require(err == 0 && written == length, "a record can be marshalled");
     bytes.resize(length);
     return bytes;
@@ -154,7 +154,7 @@ std::vector<u8> new_frame(const Table &model, const Round &round, Random &random
     u32 err = 0;
     kel_record *record = make_record(model, round, random);
     std::vector<u8> bytes = frame(model, round, record);
-    table::destroy_record(model, round.handle(), round.tx(), record, &err);
+    table::destroy_record(model, round.call(err), record);
     return bytes;
 }
 

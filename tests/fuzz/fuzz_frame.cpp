@@ -28,9 +28,9 @@ u32 receive(const Round &round, const Buffer &stream, u32 cursor, std::vector<Re
     if (model == nullptr) return 0;
     kel_record *record = nullptr;
     u32 err = 0;
-    const u32 taken =
-        table::record_unmarshal(*model, round.handle(), round.tx(), &record, stream.data() + cursor,
-                                stream.size() - cursor, 0, &err);
+    const u32 taken = table::record_unmarshal(*model, round.call(err),
+                                              {stream.data() + cursor, stream.size() - cursor},
+                                              &record, InPlace::no);
     const bool inserted = err == 0 && is_whole(*model, record) && insert(*model, round, record);
     records.push_back({model, record, inserted});
     return err == 0 ? taken : 0;

@@ -21,7 +21,6 @@ void use_objects(const Table &model, const Round &round, kel_record *record, u8 
 // Reads into a new record, or over one in use, which is then inserted among others.
 void read_record(const Table &model, const Round &round, const Conditions &conditions,
                  const Buffer &form, u8 room) {
-    kel_handle *handle = round.handle();
     Random random(2);
     kel_record *neighbour = make_record(model, round, random);
     require(insert(model, round, neighbour), "an empty table takes a record");
@@ -30,8 +29,8 @@ void read_record(const Table &model, const Round &round, const Conditions &condi
     kel_record *const before = record;
     const bool in_place = conditions.used && conditions.in_place;
     u32 err = 0;
-    table::record_unmarshal(model, handle, round.tx(), &record, form.data(), form.size(),
-                            in_place ? 1 : 0, &err);
+    table::record_unmarshal(model, round.call(err), {form.data(), form.size()}, &record,
+                            in_place ? InPlace::yes : InPlace::no);
     if (before != record) destroy(model, round, before);
     if (is_whole(model, record)) {
         use_objects(model, round, record, room);
@@ -43,7 +42,6 @@ void read_record(const Table &model, const Round &round, const Conditions &condi
 }
 
 void read_key(const Table &model, const Round &round, const Buffer &form) {
-    kel_handle *handle = round.handle();
     kel_table *table = round.table(model);
     Random random(2);
     kel_record *record = make_record(model, round, random);
@@ -51,14 +49,14 @@ void read_key(const Table &model, const Round &round, const Buffer &form) {
 
     void *pkey = nullptr;
     u32 err = 0;
-    table::pkey_unmarshal(model, handle, round.tx(), &pkey, form.data(), form.size(), &err);
+    table::pkey_unmarshal(model, round.call(err), {form.data(), form.size()}, &pkey);
     require(pkey != nullptr, "a key object is made, whatever is read");
-    for (const u32 nearest : {0U, 1U}) {
+    for (const bool nearest : {false, true}) {
         u32 error = 0;
-        table::search_by_object(model, handle, round.tx(), table, pkey, nearest, 1, &error);
+        table::search_by_object(model, round.call(error), table, pkey, {.nearest = nearest});
         require(error == 0, "a search makes no error");
     }
-    table::pkey_destroy(model, handle, round.tx(), pkey);
+    table::pkey_destroy(model, round.call(), pkey);
     destroy(model, round, record);
 }
 

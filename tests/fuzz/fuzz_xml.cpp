@@ -95,8 +95,8 @@ void read_record(const Table &model, Conditions conditions, kel_xml_document *do
     const Round round(conditions);
     Message message(room);
     u32 err = 0;
-    kel_record *record = table::record_from_xml(model, round.handle(), round.tx(), document, &err,
-                                                message.buffer.text(), message.buffer.size());
+    kel_record *record = table::record_from_xml(
+        model, round.call(err), {document, nullptr, message.buffer.text(), message.buffer.size()});
     require((record != nullptr) == (err == 0), "a record is read, or an error reported");
     if (is_whole(model, record)) {
         use_forms(model, round, record, room);

@@ -92,8 +92,8 @@ class Lab {
     }
     kel_table *open(const Table &model) {
         u32 err = 0;
-        kel_table *table = table::open(model, handles_[0], KEL_TX_NONE, "fuzz", 0, 0, 0, 0,
-                                       KEL_OPEN_BY_NAME, &err);
+        kel_table *table = table::open(model, {handles_[0], KEL_TX_NONE, &err},
+                                       {.mode = KEL_OPEN_BY_NAME, .name = "fuzz"});
         require(table != nullptr && err == 0, "a table can be opened");
         return table;
     }
@@ -109,8 +109,8 @@ class Lab {
                                  enumeration::create(*type, {handle, KEL_TX_NONE}));
         }
         for (const Table *model : all_tables()) {
-            kel_record *record = table::create_record(*model, handle, KEL_TX_NONE, 1, &err);
-            table::destroy_record(*model, handle, KEL_TX_NONE, record, &err);
+            const Call call = {handle, KEL_TX_NONE, &err};
+            table::destroy_record(*model, call, table::create_record(*model, call, 1));
         }
         require(err == 0, "a record can be made");
     }

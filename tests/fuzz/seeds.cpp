@@ -60,9 +60,9 @@ void object_seeds(const TakeSeed &take) {
 
 std::vector<u8> key_form(const Table &model, const Round &round, const kel_record *record) {
     u32 err = 0;
-    const u32 length = table::pkey_len(model, round.handle(), round.tx(), record);
+    const u32 length = table::pkey_len(model, round.call(), record);
     std::vector<u8> bytes(length + 1);
-    table::pkey_marshal(model, round.handle(), round.tx(), bytes.data(), record, length, &err);
+    table::pkey_marshal(model, round.call(err), {bytes.data(), length}, record);
     require(err == 0, "a key can be marshalled");
     bytes.resize(length);
     return bytes;
@@ -83,7 +83,7 @@ void record_seeds(const TakeSeed &take) {
                  {static_cast<u8>(key | item), conditions, half_room},
                  key_form(*model, round, record));
             u32 err = 0;
-            table::destroy_record(*model, round.handle(), round.tx(), record, &err);
+            table::destroy_record(*model, round.call(err), record);
         }
         ++item;
     }
@@ -135,13 +135,13 @@ void xml_seeds(const TakeSeed &take) {
         const Round round(Conditions(0));
         Random random(item);
         kel_record *record = make_record(*model, round, random);
-        const auto text = text_form(half_room, [&](char *buffer, u32 length, u32 *err) {
-                              return table::record_to_xml(*model, round.handle(), round.tx(),
-                                                          buffer, record, length, err);
-                          }).first;
+        const auto text =
+            text_form(half_room, [&](char *buffer, u32 length, u32 *err) {
+                return table::record_to_xml(*model, round.call(*err), {buffer, length}, record);
+            }).first;
         give_xml(take, model->name, item, text);
         u32 err = 0;
-        table::destroy_record(*model, round.handle(), round.tx(), record, &err);
+        table::destroy_record(*model, round.call(err), record);
         ++item;
     }
 }

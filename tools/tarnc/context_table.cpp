@@ -25,32 +25,32 @@ std::string handler_name(const Schema &schema, const Table &table, const std::st
 }
 
 struct Event {
-    const char *name;       // in the names of the callback and the handler
-    const char *text;       // in messages
-    const char *worker;     // the callback's
-    const char *arguments;  // behind tx_id
-    const char *values;
-    const char *main_event;  // whose handler serves by default; null if none does
+    const char *name;        // in the names of the callback and the handler
+    const char *text;        // in messages
+    const char *worker;      // the callback's
+    const char *arguments;   // after tx_id
+    const char *values;      // after the call
+    const char *main_event;  // whose handler the default calls; null if it calls none
 };
 
 constexpr Event events[] = {
-    {"create", "create", "record", "void *table, void *record, uint32_t *err", "table, record, err",
+    {"create", "create", "record", "void *table, void *record, uint32_t *err", "table, record",
      nullptr},
-    {"modify", "modify", "record", "void *table, void *record, uint32_t *err", "table, record, err",
+    {"modify", "modify", "record", "void *table, void *record, uint32_t *err", "table, record",
      nullptr},
-    {"delete", "delete", "record", "void *table, void *record, uint32_t *err", "table, record, err",
+    {"delete", "delete", "record", "void *table, void *record, uint32_t *err", "table, record",
      nullptr},
-    {"create_dm", "create DM", "dm", "void *record, uint32_t *err", "record, err", "create"},
-    {"delete_dm", "delete DM", "dm", "void *record, uint32_t *err", "record, err", "delete"},
+    {"create_dm", "create DM", "dm", "void *record, uint32_t *err", "record", "create"},
+    {"delete_dm", "delete DM", "dm", "void *record, uint32_t *err", "record", "delete"},
     {"grouping", "grouping", "grouping", "void *item, uint32_t *err, void *arg1, void *arg2",
-     "item, err, arg1, arg2", nullptr},
-    {"free", "free", "free", "void *item, uint32_t *err, void *arg1", "item, err, arg1", nullptr},
+     "item, arg1, arg2", nullptr},
+    {"free", "free", "free", "void *item, uint32_t *err, void *arg1", "item, arg1", nullptr},
 };
 
 Context context_of(const Schema &schema, const Table &table, const Event &event) {
     const std::string model = "tarnbase::model::" + table.name;
     const std::string quoted = "\"" + std::string(event.text) + "\"";
-    const std::string values = "handle, tx_id, " + std::string(event.values);
+    const std::string values = "{handle, tx_id, err}, " + std::string(event.values);
     Context context;
     context.set("event", event.name);
     context.set("happening",
@@ -81,29 +81,22 @@ void set_key(Context &context, const Table &table) {
         context.set("key_argument", "const " + table.key_type->name);
         context.set("key_argument_text", "a " + table.key_type->name + " object");
         context.set("key_text", "its tenant, key object and source");
-        context.set("compare", "tarnbase::table::compare_by_key_object<tarnbase::model::" +
-                                   table.key_type->name + ">");
-        context.set("key_kind", "structure");
         context.set("model_key_type", "&" + table.key_type->name);
-        context.set("model_key_field", "nullptr");
+        context.set("model_key", "&" + table.name + "_key_field");
         return;
     }
     const Field &field = *table.key_field;
     context.set("key_field", field.name);
     context.set("key_text", "its tenant, `" + field.name + "` and source");
     context.set("model_key_type", "nullptr");
-    context.set("model_key_field", "&" + table.type->name + "_fields[" + text(field.number) + "]");
-    context.set("compare", "tarnbase::table::compare_by_field<tarnbase::model::" +
-                               table.type->name + ", " + text(field.number) + ">");
+    context.set("model_key", "&" + table.type->name + "_fields[" + text(field.number) + "]");
     if (!field.has_plain_value()) {
         context.set("key_argument", "const " + field.type);
         context.set("key_argument_text", "a " + field.type);
-        context.set("key_kind", field.facts().name);
     } else {
         const bool is_enumeration = field.kind == FieldKind::enumeration;
         context.set("key_argument", "const uint32_t");
         context.set("key_argument_text", is_enumeration ? "a value of " + field.type : "a number");
-        context.set("key_kind", is_enumeration ? "enumeration" : "integer");
     }
 }
 

@@ -30,19 +30,8 @@ std::string kind_of(const Field &field) {
 }
 
 std::string kind_of(const Table &each) {
-    switch (each.key_kind) {
-        case KeyKind::integer:
-            return std::string(each.key_field->name) == "singleton_id" ? "singleton" : "integer";
-        case KeyKind::vstring:
-            return "string";
-        case KeyKind::address:
-            return "address";
-        case KeyKind::enumeration:
-            return "enumeration";
-        case KeyKind::structure:
-            return "composite";
-    }
-    return "unknown";
+    if (each.key_type != nullptr) return "composite";
+    return std::string(each.key->name) == "singleton_id" ? "singleton" : kind_of(*each.key);
 }
 
 TEST(Facts, StructuresHaveTheirFieldsByKind) {

@@ -148,8 +148,8 @@ TEST_P(TableForms, TheKeyTravelsAlone) {
             on<u32>("pkey_print" + twin, {table, record, buffer, sizeof buffer, &err});
         EXPECT_EQ(err, 0U);
         const std::string printed(buffer, length);
-        const std::string begin = composite() ? std::string("@") + type.key_type->name
-                                              : std::string(type.key_field->name);
+        const std::string begin =
+            composite() ? std::string("@") + type.key_type->name : std::string(type.key->name);
         EXPECT_EQ(printed.find(begin), 0U) << printed;
         on<u32>("pkey_print" + twin, {nullptr, record, buffer, sizeof buffer, &err});
         expect_error(22);

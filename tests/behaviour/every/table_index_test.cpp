@@ -10,7 +10,7 @@ class TableIndex : public EveryTable {
     // How messages name the key.
     std::string label() const {
         return composite() ? std::string(type.key_type->name) + " "
-                           : std::string(type.type->name) + " " + type.key_field->name;
+                           : std::string(type.type->name) + " " + type.key->name;
     }
     std::size_t traced(const std::string &behind_the_name) const {
         return trace.count(KEL_TRACE_ERROR, std::string("(ERR): ") + type.name + behind_the_name);
@@ -82,7 +82,7 @@ TEST_P(TableIndex, TellsKeysApartByEachOfTheirFields) {
         return composite() ? record->key_object : record->object;
     };
     const auto fields =
-        composite() ? fields_of(*type.key_type) : std::span<const Field>(type.key_field, 1);
+        composite() ? fields_of(*type.key_type) : std::span<const Field>(type.key, 1);
     kel_record *first = put(1);
     for (const Field &field : fields) {
         kel_record *record = make(1);

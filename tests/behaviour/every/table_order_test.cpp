@@ -9,59 +9,60 @@ namespace {
 
 struct KeyOf {
     const char *stem;  // the table is tbl_<stem>, its value type st_<stem>
-    KeyKind kind;
+    FieldKind kind;
     const char *key;  // a field, or a key structure
 };
 
 constexpr KeyOf keys[] = {
-    {"dot1xAuthConfigEntry_op", KeyKind::integer, "if_index"},
-    {"dot1xAuthStatsEntry_op", KeyKind::integer, "if_index"},
-    {"dot1xPaePortEntry_op", KeyKind::integer, "if_index"},
-    {"dot1xPaePortEntryInit_op", KeyKind::integer, "if_index"},
-    {"dot1xPaePortEntryReauth_op", KeyKind::integer, "if_index"},
-    {"lumiIfDot1xEntry_op", KeyKind::integer, "if_index"},
-    {"lumiIfStatsEntry_op", KeyKind::integer, "if_index"},
-    {"lumiIfStatusEntry_op", KeyKind::integer, "if_index"},
-    {"lumEnvSecurityGroupNameEntry_op", KeyKind::integer, "security_group_name_sgt"},
-    {"lumiIfcStatsEntry_new_op", KeyKind::integer, "state"},
-    {"pexAuthMethodRegEntry_op", KeyKind::integer, "auth_method"},
-    {"lum_credentials", KeyKind::integer, "singleton_id"},
-    {"lumEnvironmentDataObjects_op", KeyKind::integer, "singleton_id"},
-    {"lumiEventsStatsObjects_op", KeyKind::integer, "singleton_id"},
-    {"lumiIfModeStatsObjects_op", KeyKind::integer, "singleton_id"},
-    {"orvanAuthFrameworkSystem_op", KeyKind::integer, "singleton_id"},
-    {"radius_stats", KeyKind::integer, "singleton_id"},
-    {"aaa_command_handler", KeyKind::integer, "singleton_id"},
-    {"aaa_local_stats", KeyKind::integer, "singleton_id"},
-    {"aaa_memory_stats", KeyKind::integer, "singleton_id"},
-    {"aaa_test_result", KeyKind::integer, "singleton_id"},
-    {"lumKeystorePasswordRecordEntry_op", KeyKind::vstring, "name"},
-    {"lumKeystorePacRecordEntry_op", KeyKind::vstring, "name"},
-    {"lumvDownloadServerListEntry_op", KeyKind::vstring, "name"},
-    {"lumPacInfoEntry_op", KeyKind::vstring, "zeb_auth_id"},
-    {"lumiAuthorizationEntry_op", KeyKind::vstring, "peer_id"},
-    {"pmap_sessn_info", KeyKind::vstring, "pmap_name"},
-    {"aaa_client_stats", KeyKind::vstring, "ip_str"},
-    {"aaa_dead_stats", KeyKind::vstring, "sname"},
-    {"aaa_servers", KeyKind::vstring, "sname"},
-    {"ldap_stats", KeyKind::vstring, "sname"},
-    {"ldap_summary", KeyKind::vstring, "sname"},
-    {"ldap_conn", KeyKind::vstring, "sname"},
-    {"lumvProvisionedServerEntry_op", KeyKind::address, "addr"},
-    {"lumiIfcStatsEntry_op", KeyKind::enumeration, "state"},
-    {"pexSessionEntry_op", KeyKind::structure, "pexSessionEntry_key"},
-    {"ravoClientInfoEntry_op", KeyKind::structure, "ravoClientInfoEntry_key"},
-    {"lumKeystorePasswordRecordEntry_new_op", KeyKind::structure,
+    {"dot1xAuthConfigEntry_op", FieldKind::u_int32, "if_index"},
+    {"dot1xAuthStatsEntry_op", FieldKind::u_int32, "if_index"},
+    {"dot1xPaePortEntry_op", FieldKind::u_int32, "if_index"},
+    {"dot1xPaePortEntryInit_op", FieldKind::u_int32, "if_index"},
+    {"dot1xPaePortEntryReauth_op", FieldKind::u_int32, "if_index"},
+    {"lumiIfDot1xEntry_op", FieldKind::u_int32, "if_index"},
+    {"lumiIfStatsEntry_op", FieldKind::u_int32, "if_index"},
+    {"lumiIfStatusEntry_op", FieldKind::u_int32, "if_index"},
+    {"lumEnvSecurityGroupNameEntry_op", FieldKind::u_int32, "security_group_name_sgt"},
+    {"lumiIfcStatsEntry_new_op", FieldKind::u_int32, "state"},
+    {"pexAuthMethodRegEntry_op", FieldKind::u_int32, "auth_method"},
+    {"lum_credentials", FieldKind::u_int32, "singleton_id"},
+    {"lumEnvironmentDataObjects_op", FieldKind::u_int32, "singleton_id"},
+    {"lumiEventsStatsObjects_op", FieldKind::u_int32, "singleton_id"},
+    {"lumiIfModeStatsObjects_op", FieldKind::u_int32, "singleton_id"},
+    {"orvanAuthFrameworkSystem_op", FieldKind::u_int32, "singleton_id"},
+    {"radius_stats", FieldKind::u_int32, "singleton_id"},
+    {"aaa_command_handler", FieldKind::u_int32, "singleton_id"},
+    {"aaa_local_stats", FieldKind::u_int32, "singleton_id"},
+    {"aaa_memory_stats", FieldKind::u_int32, "singleton_id"},
+    {"aaa_test_result", FieldKind::u_int32, "singleton_id"},
+    {"lumKeystorePasswordRecordEntry_op", FieldKind::vstring, "name"},
+    {"lumKeystorePacRecordEntry_op", FieldKind::vstring, "name"},
+    {"lumvDownloadServerListEntry_op", FieldKind::vstring, "name"},
+    {"lumPacInfoEntry_op", FieldKind::vstring, "zeb_auth_id"},
+    {"lumiAuthorizationEntry_op", FieldKind::vstring, "peer_id"},
+    {"pmap_sessn_info", FieldKind::vstring, "pmap_name"},
+    {"aaa_client_stats", FieldKind::vstring, "ip_str"},
+    {"aaa_dead_stats", FieldKind::vstring, "sname"},
+    {"aaa_servers", FieldKind::vstring, "sname"},
+    {"ldap_stats", FieldKind::vstring, "sname"},
+    {"ldap_summary", FieldKind::vstring, "sname"},
+    {"ldap_conn", FieldKind::vstring, "sname"},
+    {"lumvProvisionedServerEntry_op", FieldKind::address, "addr"},
+    {"lumiIfcStatsEntry_op", FieldKind::enumeration, "state"},
+    {"pexSessionEntry_op", FieldKind::structure, "pexSessionEntry_key"},
+    {"ravoClientInfoEntry_op", FieldKind::structure, "ravoClientInfoEntry_key"},
+    {"lumKeystorePasswordRecordEntry_new_op", FieldKind::structure,
      "lumKeystorePasswordRecordEntry_new_key"},
-    {"lumPacInfoEntry_new_op", KeyKind::structure, "lumPacInfoEntry_new_key"},
-    {"lumEnvSecurityGroupNameEntry_new_op", KeyKind::structure,
+    {"lumPacInfoEntry_new_op", FieldKind::structure, "lumPacInfoEntry_new_key"},
+    {"lumEnvSecurityGroupNameEntry_new_op", FieldKind::structure,
      "lumEnvSecurityGroupNameEntry_new_key"},
-    {"lumvDownloadServerEntry_op", KeyKind::structure, "lumv_list_name_and_addr"},
-    {"lumvDownloadServerListEntry_new_op", KeyKind::structure,
+    {"lumvDownloadServerEntry_op", FieldKind::structure, "lumv_list_name_and_addr"},
+    {"lumvDownloadServerListEntry_new_op", FieldKind::structure,
      "lumvDownloadServerListEntry_new_key"},
-    {"lumvProvisionedServerEntry_new_op", KeyKind::structure, "lumvProvisionedServerEntry_new_key"},
-    {"service_type_info", KeyKind::structure, "service_type_info_key"},
-    {"radius_server_group", KeyKind::structure, "st_radius_server_group_key"},
+    {"lumvProvisionedServerEntry_new_op", FieldKind::structure,
+     "lumvProvisionedServerEntry_new_key"},
+    {"service_type_info", FieldKind::structure, "service_type_info_key"},
+    {"radius_server_group", FieldKind::structure, "st_radius_server_group_key"},
 };
 
 TEST(TableKeys, AreOfTheirKindAndNameTheIndex) {
@@ -70,9 +71,9 @@ TEST(TableKeys, AreOfTheirKindAndNameTheIndex) {
         const std::string name = std::string("tbl_") + each.stem;
         const std::string value_type = std::string("st_") + each.stem;
         const Table &type = table(name);
-        EXPECT_EQ(type.key_kind, each.kind) << name;
+        EXPECT_EQ(type.key->kind, each.kind) << name;
         EXPECT_EQ(type.type->name, value_type);
-        const bool composite = each.kind == KeyKind::structure;
+        const bool composite = each.kind == FieldKind::structure;
         const std::string key =
             composite ? std::string(each.key) + "_" : value_type + "_" + each.key;
         for (const char *operation : {"_search", "_avl_compare", "_get_next"}) {

@@ -54,7 +54,7 @@ std::string EveryTable::name(const std::string &operation) const {
 
 std::string EveryTable::by_key(const std::string &operation) const {
     const std::string key = composite() ? std::string(type.key_type->name) + "_"
-                                        : std::string(type.type->name) + "_" + type.key_field->name;
+                                        : std::string(type.type->name) + "_" + type.key->name;
     return key + "_" + operation;
 }
 
@@ -65,7 +65,7 @@ std::string EveryTable::key_name(const std::string &operation) const {
 // The first field of a key that can hold any number; those before it are the same in
 // all keys.
 const Field &EveryTable::ordering_field() const {
-    if (!composite()) return *type.key_field;
+    if (!composite()) return *type.key;
     for (const Field &field : fields_of(*type.key_type)) {
         const FieldKind kind = field.kind;
         if (kind < FieldKind::boolean || kind == FieldKind::vstring || kind == FieldKind::address) {
@@ -95,10 +95,10 @@ void EveryTable::set_key(void *carrier, u32 number) const {
 
 const void *EveryTable::key(u32 number) {
     if (composite()) return key_object(number);
-    switch (type.key_kind) {
-        case KeyKind::vstring:
+    switch (type.key->kind) {
+        case FieldKind::vstring:
             return texts_.emplace_back(key_text(number)).get();
-        case KeyKind::address:
+        case FieldKind::address:
             return &addresses_.emplace_back(key_address(number));
         default:
             return &numbers_.emplace_back(number);
@@ -144,7 +144,7 @@ void EveryTable::check(const kel_record *record, u32 number) const {
     ASSERT_NE(record, nullptr);
     ASSERT_NE(record->object, nullptr);
     for (const Field &field : fields_of(*type.type)) {
-        if (&field != type.key_field) object.check_field(record->object, field, number);
+        if (&field != type.key) object.check_field(record->object, field, number);
     }
     void *expected = on<void *>("pkey_create", {});
     set_key(expected, number);

@@ -15,6 +15,21 @@ namespace tarnbase::model {
 extern kel_record {{table}}_fallback;
 extern kel_table_id_root *{{table}}_root;
 
+{{#composite}}
+// The whole key object, as a field.
+inline constexpr Field {{table}}_key_field = {
+    .name = "",
+    .kind = FieldKind::structure,
+    .first_variant = 0,
+    .offset = 0,
+    .state = 0,
+    .elements = 0,
+    .descriptor = &_{{ktype}}_type_info_internal,
+    .enumeration = nullptr,
+    .structure = &{{ktype}},
+};
+
+{{/composite}}
 inline constexpr Table {{table}} = {
     .name = "{{table}}",
     .luid_text = table_{{table}}_luid_text,
@@ -23,8 +38,7 @@ inline constexpr Table {{table}} = {
     .record_descriptor = &_{{table}}_table_record_type_info_internal,
     .type = &{{type}},
     .key_type = {{model_key_type}},
-    .key_field = {{model_key_field}},
-    .key_kind = KeyKind::{{key_kind}},
+    .key = {{model_key}},
     .key_label = "{{key_label}}",
     .compare = &{{table}}_{{key}}_avl_compare,
     .vector = {{table}}_table_vft,

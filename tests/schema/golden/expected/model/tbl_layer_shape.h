@@ -13,6 +13,19 @@ namespace tarnbase::model {
 extern kel_record tbl_layer_shape_fallback;
 extern kel_table_id_root *tbl_layer_shape_root;
 
+// The whole key object, as a field.
+inline constexpr Field tbl_layer_shape_key_field = {
+    .name = "",
+    .kind = FieldKind::structure,
+    .first_variant = 0,
+    .offset = 0,
+    .state = 0,
+    .elements = 0,
+    .descriptor = &_shape_key_type_info_internal,
+    .enumeration = nullptr,
+    .structure = &shape_key,
+};
+
 inline constexpr Table tbl_layer_shape = {
     .name = "tbl_layer_shape",
     .luid_text = table_tbl_layer_shape_luid_text,
@@ -21,8 +34,7 @@ inline constexpr Table tbl_layer_shape = {
     .record_descriptor = &_tbl_layer_shape_table_record_type_info_internal,
     .type = &st_shape,
     .key_type = &shape_key,
-    .key_field = nullptr,
-    .key_kind = KeyKind::structure,
+    .key = &tbl_layer_shape_key_field,
     .key_label = "shape_key ",
     .compare = &tbl_layer_shape_shape_key__avl_compare,
     .vector = tbl_layer_shape_table_vft,

@@ -34,17 +34,17 @@ extern TARNBASE_API const char table_tbl_layer_shape_name[64];
 extern TARNBASE_API const void *const tbl_layer_shape_table_vft[KEL_TABLE_VFT_SLOTS];
 
 /*
- * Opens tbl_layer_shape under a name, or makes it there if it is absent and `open_only` is 0.
- * Arguments: `name` is the caller's and only read. Without a '/' it forms the store's key together
- * with the table's LUID. With a '/' it is a path: its first 255 bytes are the key, which tables of
- * all kinds share. Opening a path that a table of another kind has gives that table's block,
- * without an error: compare the LUID of its `descriptor` with that of
+ * Opens tbl_layer_shape under a name, or creates it if it is absent and `open_only` is 0.
+ * Arguments: `name` is the caller's and only read. A name without a '/' forms the store's key
+ * together with the table's LUID. A name with a '/' is a path: its first 255 bytes are the key,
+ * which tables of all kinds share. If a table of another kind has the path, that table's block is
+ * returned without an error: compare the LUID of its `descriptor` with that of
  * _tbl_layer_shape_table_type_info_internal.
  * Returns: the table block, which belongs to the store, or null.
- * Errors: 7 the key name is too long, but a path is cut; 12 no memory for the block. If there is
- * memory for the block but none for its entry in the keyed store, the new table is returned without
- * an error, but no later open finds it: the next one makes another, empty table. With `open_only`
- * set an absent table is null without an error.
+ * Errors: E2BIG the key is too long, except a path, which is truncated; ENOMEM no memory for the
+ * block. If there is memory for the block but none for its entry in the keyed store, the new table
+ * is returned without an error, but no later open finds it: the next one creates another, empty
+ * table. If the table is absent and `open_only` is set, the result is null without an error.
  */
 TARNBASE_API kel_table *tbl_layer_shape_table_open(kel_handle *handle, uint32_t tx_id,
                                                    const char *name, uint32_t open_only,
@@ -54,14 +54,14 @@ TARNBASE_API kel_table *tbl_layer_shape_table_open_unsafe(kel_handle *handle, ui
                                                           uint32_t *err);
 
 /*
- * Opens the tbl_layer_shape of table id `id`, or makes it if it is absent and `open_only` is 0.
- * Requires: in one process all handles that open, make or free a tbl_layer_shape by id are on one
- * store, also after that store was closed. The root of a store's tables by id is found once in a
- * process and kept for good, so that a second store would be given the first one's tables. Open the
- * tables of any other store by name.
+ * Opens the tbl_layer_shape with table id `id`, or creates it if it is absent and `open_only` is 0.
+ * Requires: in one process, all handles that open, create or free a tbl_layer_shape by id are on
+ * the same store, even after that store was closed. The root of a store's tables by id is found
+ * once in a process and cached for good, so that a second store would get the tables of the first
+ * one. Open the tables of any other store by name.
  * Returns: the table block, which belongs to the store, or null.
- * Errors: 12 no memory for the block or for the root. If there is none for the root's entry in the
- * keyed store, the table is returned without an error, but no other process finds it.
+ * Errors: ENOMEM no memory for the block or for the root. If there is none for the root's entry in
+ * the keyed store, the table is returned without an error, but no other process finds it.
  */
 TARNBASE_API kel_table *tbl_layer_shape_table_open_by_id(kel_handle *handle, uint32_t tx_id,
                                                          uint64_t id, uint32_t open_only,
@@ -71,10 +71,10 @@ TARNBASE_API kel_table *tbl_layer_shape_table_open_by_id_unsafe(kel_handle *hand
                                                                 uint32_t *err);
 
 /*
- * Makes a tbl_layer_shape under the next free table id, which its `table_id` then holds.
+ * Creates a tbl_layer_shape with the next free table id, which is then in its `table_id`.
  * Requires: one store in the process, as tbl_layer_shape_table_open_by_id does.
- * Returns: the table block, which belongs to the store, or null; always null with `open_only` set.
- * Errors: 12 no memory.
+ * Returns: the table block, which belongs to the store, or null; always null if `open_only` is set.
+ * Errors: ENOMEM.
  */
 TARNBASE_API kel_table *tbl_layer_shape_table_open_auto_id(kel_handle *handle, uint32_t tx_id,
                                                            uint32_t open_only, uint32_t *err);
@@ -92,8 +92,8 @@ TARNBASE_API kel_table *tbl_layer_shape_dynamic_table_open_auto_id_unsafe(
     kel_handle *handle, uint32_t tx_id, uint32_t open_only, uint32_t *err);
 
 /*
- * As tbl_layer_shape_table_open. A block that is made here is mapped with the reference `ior`,
- * which only the runtime understands.
+ * As tbl_layer_shape_table_open. If it creates the block, it maps it with the reference `ior`,
+ * whose meaning is the runtime's.
  */
 TARNBASE_API kel_table *tbl_layer_shape_table_open_by_ior_with_name(kel_handle *handle,
                                                                     uint32_t tx_id,
@@ -105,8 +105,8 @@ TARNBASE_API kel_table *tbl_layer_shape_table_open_by_ior_with_name_unsafe(
     uint32_t *err);
 
 /*
- * As tbl_layer_shape_table_open_by_id. A block that is made here is mapped with the reference
- * `ior`, which only the runtime understands.
+ * As tbl_layer_shape_table_open_by_id. If it creates the block, it maps it with the reference
+ * `ior`, whose meaning is the runtime's.
  */
 TARNBASE_API kel_table *tbl_layer_shape_table_open_by_ior_with_id(kel_handle *handle,
                                                                   uint32_t tx_id, uint64_t id,
@@ -117,28 +117,28 @@ TARNBASE_API kel_table *tbl_layer_shape_table_open_by_ior_with_id_unsafe(
     uint32_t *err);
 
 /*
- * Opens by the way `mode` names, one of KEL_OPEN_..., with `name` or `id` as it needs them.
- * Returns: the table block or null, the error in the handle's last_error.
+ * Opens the table in the given `mode`, one of KEL_OPEN_..., by `name` or `id`.
+ * Returns: the table block or null. The error is in the handle's last_error.
  */
 TARNBASE_API kel_table *tbl_layer_shape_table_open_cr(kel_handle *handle, uint32_t open_only,
                                                       uint32_t mode, const char *name, uint64_t id);
 
-/* Ends the caller's use of the table. The block isn't changed; a table needs no close. */
+/* Ends the caller's use of the table. The block isn't changed, and a table need not be closed. */
 TARNBASE_API void tbl_layer_shape_table_close(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                               uint32_t *err);
 TARNBASE_API void tbl_layer_shape_table_close_unsafe(kel_handle *handle, uint32_t tx_id,
                                                      kel_table *table, uint32_t *err);
 
-/* As tbl_layer_shape_table_close, on the handle's last_error. */
+/* As tbl_layer_shape_table_close, in the handle's own transaction. */
 TARNBASE_API void tbl_layer_shape_table_close_cr(kel_handle *handle, kel_table *table);
 
 /*
- * Takes the table out of the store and gives its block back. Records still in it are left behind:
+ * Removes the table from the store and frees its block. Records still in the table aren't freed:
  * empty it first.
- * Requires: for a table that was opened by id one store in the process, as
+ * Requires: for a table that was opened by id, one store in the process, as
  * tbl_layer_shape_table_open_by_id does.
- * Errors: 2 the table's root is missing; 7 the key name is too long; 11 the table still has
- * references, and stays usable.
+ * Errors: ENOENT the table's root is missing; E2BIG the key is too long; EAGAIN the table is still
+ * referenced, and remains usable.
  */
 TARNBASE_API void tbl_layer_shape_table_free(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                              uint32_t *err);
@@ -146,15 +146,15 @@ TARNBASE_API void tbl_layer_shape_table_free_unsafe(kel_handle *handle, uint32_t
                                                     kel_table *table, uint32_t *err);
 
 /*
- * Returns: the records of the current tenant in the table, of all sources; of all tenants if the
- * current one is tenant 0. 0 for a null table.
+ * Returns: the number of the current tenant's records in the table, of all sources; for tenant 0,
+ * of all tenants. 0 for a null table.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_get_count(kel_handle *handle, uint32_t tx_id,
                                                       kel_table *table);
 TARNBASE_API uint32_t tbl_layer_shape_table_get_count_unsafe(kel_handle *handle, uint32_t tx_id,
                                                              kel_table *table);
 
-/* As tbl_layer_shape_table_get_count, of the records of one source: the low byte of `src`. */
+/* As tbl_layer_shape_table_get_count, for the source in the low byte of `src`. */
 TARNBASE_API uint32_t tbl_layer_shape_table_get_count_by_src(kel_handle *handle, uint32_t tx_id,
                                                              kel_table *table, uint32_t src);
 TARNBASE_API uint32_t tbl_layer_shape_table_get_count_by_src_unsafe(kel_handle *handle,
@@ -165,10 +165,13 @@ TARNBASE_API uint32_t tbl_layer_shape_table_get_count_by_src_unsafe(kel_handle *
 TARNBASE_API uint32_t tbl_layer_shape_table_get_count_cr(kel_handle *handle, kel_table *table);
 
 /*
- * Makes a record of source 1 and of the current tenant, with a reference count of 1 and no object.
- * Returns: the record, the caller's until it is inserted or destroyed; null if there is no memory.
- * Errors: none is reported. A record that was made leaves `*err` 0, whatever it held: make the
- * record before you set its fields. Without memory `*err` stays as it was: test the pointer.
+ * Creates a record of source 1 and of the current tenant, with a reference count of 1 and without
+ * an object.
+ * Returns: the record, which is the caller's until it is inserted or destroyed; null if there is no
+ * memory.
+ * Errors: none is reported. If the record is created, `*err` is 0 afterwards, whatever it was
+ * before: create the record before you set its fields. Without memory `*err` is unchanged: test the
+ * pointer.
  */
 TARNBASE_API kel_record *tbl_layer_shape_create_record(kel_handle *handle, uint32_t tx_id,
                                                        uint32_t *err);
@@ -180,27 +183,28 @@ TARNBASE_API kel_record *tbl_layer_shape_create_record_w_src(kel_handle *handle,
                                                              uint32_t src, uint32_t *err);
 
 /*
- * Makes a record in the handle's own transaction; with `with_objects` nonzero also its st_shape and
- * its shape_key, and attaches what it made. These objects are the record's, but they aren't marked
- * as belonging to one, so that a second record would take them too: don't attach them to another.
- * Returns: the record, never null: without memory it is the table's fallback record, one in the
- * process, shared by all handles and in no store. Don't fill it and don't insert it. With
- * `with_objects` nonzero destroy it with tbl_layer_shape_record_destroy_cr: objects that there was
- * memory for are attached to it all the same.
- * Errors: last_error tells only of the objects. It is 12 if one is its type's fallback object, and
- * is set if one is null, because its fields could not be initialised (in a tracking handle also
- * without memory for a place). Without a record it ends as 0, so that with `with_objects` 0 it is
- * always 0: a fallback record is recognised by its address, which kel_record_is_fallback of the
- * embedded runtime does.
+ * Creates a record in the handle's own transaction. If `with_objects` is nonzero, also creates its
+ * st_shape and its shape_key and attaches what it created. These objects are the record's, but they
+ * aren't marked as embedded, so that a second record would accept them too: don't attach them to
+ * another.
+ * Returns: the record, never null. Without memory it is the table's fallback record, which is in no
+ * store and which all handles of the process share. Don't fill it and don't insert it. If
+ * `with_objects` is nonzero, destroy it with tbl_layer_shape_record_destroy_cr, because those
+ * objects for which there was memory are attached to it.
+ * Errors: last_error is about the objects only. It is ENOMEM if one of them is its type's fallback
+ * object, and nonzero if one is null, because its fields could not be initialised (in a tracking
+ * handle also because there was no memory for a place). A missing record leaves it 0, so that it is
+ * always 0 if `with_objects` is 0: compare the record's address to detect the fallback record, as
+ * kel_record_is_fallback of the embedded runtime does.
  */
 TARNBASE_API kel_record *tbl_layer_shape_record_create_cr(kel_handle *handle,
                                                           uint32_t with_objects);
 
 /*
- * Takes one more reference to a record; tbl_layer_shape_destroy_record gives one back. The change
- * isn't logged.
- * Returns: the count before.
- * Errors: 2 `record` is null.
+ * Adds a reference to a record; tbl_layer_shape_destroy_record releases it. The change isn't
+ * logged.
+ * Returns: the number of references before.
+ * Errors: ENOENT `record` is null.
  */
 TARNBASE_API uint32_t tbl_layer_shape_record_add_ref(kel_handle *handle, uint32_t tx_id,
                                                      kel_record *record, uint32_t *err);
@@ -208,13 +212,14 @@ TARNBASE_API uint32_t tbl_layer_shape_record_add_ref_unsafe(kel_handle *handle, 
                                                             kel_record *record, uint32_t *err);
 
 /*
- * Gives one reference back. With the last one the record is taken out of the index, if its `table`
- * is set, and destroyed with the objects it owns.
+ * Releases a reference. With the last one the record is removed from the index, if its `table` is
+ * set, and destroyed together with the objects that it owns.
  * Requires: while its `table` is set, the record can be deleted: `*err` is 0, the table isn't
  * marked for replication unless the handle's `replication_engine_active` is set, and the key is the
- * one it was inserted under. Otherwise the block is freed and stays in the index. The embedded
- * runtime's kel_record_release has no such condition.
- * Errors: 2 `record` is null. Runs with an error in `*err` too; the last reference leaves `*err` 0.
+ * one with which the record was inserted. Otherwise the block is freed and stays in the index.
+ * kel_record_release of the embedded runtime has no such condition.
+ * Errors: ENOENT `record` is null. Runs even if `*err` is nonzero; after the last reference `*err`
+ * is 0.
  */
 TARNBASE_API void tbl_layer_shape_destroy_record(kel_handle *handle, uint32_t tx_id,
                                                  kel_record *record, uint32_t *err);
@@ -225,8 +230,8 @@ TARNBASE_API void tbl_layer_shape_destroy_record_unsafe(kel_handle *handle, uint
 TARNBASE_API void tbl_layer_shape_record_destroy_cr(kel_handle *handle, kel_record *record);
 
 /*
- * Marks a record of a replicated table for destruction once its deletion has been replicated.
- * Errors: 22 `record` is null or the table isn't marked for replication.
+ * Marks a record of a replicated table for destruction after its deletion has been replicated.
+ * Errors: EINVAL `record` is null or the table isn't marked for replication.
  */
 TARNBASE_API void tbl_layer_shape_request_record_destroy(kel_handle *handle, uint32_t tx_id,
                                                          kel_table *table, kel_record *record,
@@ -236,13 +241,16 @@ TARNBASE_API void tbl_layer_shape_request_record_destroy_unsafe(kel_handle *hand
                                                                 kel_record *record, uint32_t *err);
 
 /*
- * Makes an object to hold a key outside a record.
- * Returns: the shape_key, the caller's; null if there is no memory.
+ * Creates an object that holds a key outside a record.
+ * Returns: the shape_key, which is the caller's; null if there is no memory.
  */
 TARNBASE_API shape_key *tbl_layer_shape_pkey_create(kel_handle *handle, uint32_t tx_id);
 TARNBASE_API shape_key *tbl_layer_shape_pkey_create_unsafe(kel_handle *handle, uint32_t tx_id);
 
-/* Destroys what tbl_layer_shape_pkey_create or tbl_layer_shape_table_pkey_unmarshal made. */
+/*
+ * Destroys an object created by tbl_layer_shape_pkey_create or
+ * tbl_layer_shape_table_pkey_unmarshal.
+ */
 TARNBASE_API void tbl_layer_shape_pkey_destroy(kel_handle *handle, uint32_t tx_id,
                                                shape_key *key_object);
 TARNBASE_API void tbl_layer_shape_pkey_destroy_unsafe(kel_handle *handle, uint32_t tx_id,
@@ -256,8 +264,8 @@ TARNBASE_API st_shape *tbl_layer_shape_st_shape_get_field(kel_handle *handle, ui
                                                           kel_record *record);
 
 /*
- * Detaches the record's st_shape, which becomes the caller's. It stays marked as embedded, so that
- * no record takes it again.
+ * Detaches the record's st_shape, which is then the caller's. It stays marked as embedded, so that
+ * no record accepts it again.
  * Requires: `record` isn't null.
  * Returns: the object, or null if none was attached.
  */
@@ -265,15 +273,15 @@ TARNBASE_API st_shape *tbl_layer_shape_st_shape_get_field_detach(kel_handle *han
                                                                  kel_record *record);
 
 /*
- * Attaches `object` to the record, which owns it from then on. What was attached before is left to
- * the caller. A null object is stored as such; one that belongs to a record or a parent already is
- * refused.
+ * Attaches `object` to the record, which then owns it. The object attached before isn't destroyed;
+ * the caller still has to. A null object is stored as null; an object that is embedded in a record
+ * or nested in another object is refused.
  * Requires: `record` isn't null.
  */
 TARNBASE_API void tbl_layer_shape_st_shape_set_field(kel_handle *handle, uint32_t tx_id,
                                                      kel_record *record, st_shape *object);
 
-/* As tbl_layer_shape_st_shape_set_field, and destroys what was attached before. */
+/* As tbl_layer_shape_st_shape_set_field, and destroys the object attached before. */
 TARNBASE_API void tbl_layer_shape_st_shape_free_and_set_field(kel_handle *handle, uint32_t tx_id,
                                                               kel_record *record, st_shape *object);
 
@@ -285,8 +293,8 @@ TARNBASE_API shape_key *tbl_layer_shape_shape_key_get_field(kel_handle *handle, 
                                                             kel_record *record);
 
 /*
- * Detaches the record's shape_key, which becomes the caller's. It stays marked as embedded, so that
- * no record takes it again.
+ * Detaches the record's shape_key, which is then the caller's. It stays marked as embedded, so that
+ * no record accepts it again.
  * Requires: `record` isn't null.
  * Returns: the object, or null if none was attached.
  */
@@ -295,33 +303,33 @@ TARNBASE_API shape_key *tbl_layer_shape_shape_key_get_field_detach(kel_handle *h
                                                                    kel_record *record);
 
 /*
- * Attaches `object` to the record, which owns it from then on. What was attached before is left to
- * the caller. A null object is stored as such; one that belongs to a record or a parent already is
- * refused.
+ * Attaches `object` to the record, which then owns it. The object attached before isn't destroyed;
+ * the caller still has to. A null object is stored as null; an object that is embedded in a record
+ * or nested in another object is refused.
  * Requires: `record` isn't null.
  */
 TARNBASE_API void tbl_layer_shape_shape_key_set_field(kel_handle *handle, uint32_t tx_id,
                                                       kel_record *record, shape_key *object);
 
-/* As tbl_layer_shape_shape_key_set_field, and destroys what was attached before. */
+/* As tbl_layer_shape_shape_key_set_field, and destroys the object attached before. */
 TARNBASE_API void tbl_layer_shape_shape_key_free_and_set_field(kel_handle *handle, uint32_t tx_id,
                                                                kel_record *record,
                                                                shape_key *object);
 
 /*
  * Orders two records by tenant, key and source, for the index tree.
- * Returns: 0 `a` comes first, 1 they are equal, 2 `b` comes first. Null comes first.
+ * Returns: 0 if `a` comes first, 1 if they are equal, 2 if `b` comes first. Null comes first.
  */
 TARNBASE_API uint32_t tbl_layer_shape_shape_key__avl_compare(const kel_index_node *a,
                                                              const kel_index_node *b);
 
 /*
- * Enters a record in the index, under its tenant, key object and source, and counts it.
+ * Inserts a record in the index, ordered by its tenant, key object and source, and counts it.
  * Requires: `table` and `record` aren't null, and the key object is attached.
- * Errors: 17 the key is present for this tenant and source; the record stays outside, the caller's.
- * After any other error the record is in the index, with `table` set: 12 there is no memory to
- * count it for the tenant; and what the replication of a marked and armed table reports. Roll back,
- * or set `*err` to 0 before you destroy it: tbl_layer_shape_destroy_record tells what that needs.
+ * Errors: EEXIST the key exists for this tenant and source; the record isn't inserted and remains
+ * the caller's. After any other error the record is in the index and its `table` is set: ENOMEM no
+ * memory for the tenant's counters; and those of the replication of a marked and armed table. Roll
+ * back, or set `*err` to 0 before you destroy the record: see tbl_layer_shape_destroy_record.
  */
 TARNBASE_API void tbl_layer_shape_insert(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                          kel_record *record, uint32_t *err);
@@ -344,10 +352,10 @@ TARNBASE_API uint32_t tbl_layer_shape_insert_cr(kel_handle *handle, kel_table *t
                                                 kel_record *record);
 
 /*
- * Takes a record out of the index; it stays alive, and a traversal may go on from it.
+ * Removes a record from the index. The record still exists, and a traversal can continue from it.
  * Requires: `table` and `record` aren't null.
- * Errors: 2 the record isn't in the index, and its `table` is null now; 22 the table is marked for
- * replication, so that only the replication engine may delete.
+ * Errors: ENOENT the record isn't in the index, and its `table` is null now; EINVAL the table is
+ * marked for replication, so that only the replication engine may delete.
  */
 TARNBASE_API void tbl_layer_shape_delete(kel_handle *handle, uint32_t tx_id, kel_table *table,
                                          kel_record *record, uint32_t *err);
@@ -356,20 +364,20 @@ TARNBASE_API void tbl_layer_shape_delete_unsafe(kel_handle *handle, uint32_t tx_
                                                 uint32_t *err);
 
 /*
- * As tbl_layer_shape_delete, in the handle's own transaction; a nonzero `destroy` then destroys the
- * record as tbl_layer_shape_destroy_record does, also if the deletion failed.
- * Requires: with `destroy` what tbl_layer_shape_destroy_record requires.
- * Returns: the handle's last_error. After the last reference was destroyed that is 0 even if the
+ * As tbl_layer_shape_delete, in the handle's own transaction. If `destroy` is nonzero, then
+ * destroys the record as tbl_layer_shape_destroy_record does, even if the deletion failed.
+ * Requires: if `destroy` is nonzero, what tbl_layer_shape_destroy_record requires.
+ * Returns: the handle's last_error. If the last reference was released, that is 0 even if the
  * deletion failed.
  */
 TARNBASE_API uint32_t tbl_layer_shape_delete_cr(kel_handle *handle, kel_table *table,
                                                 kel_record *record, uint32_t destroy);
 
 /*
- * Finds the record of source 1 and of the current tenant with the key.
+ * Finds the record with the key, of source 1 and of the current tenant.
  * Arguments: `key` is a shape_key object, the caller's.
- * Returns: the record, which stays the table's, or null.
- * Errors: 2 `table` or `key` is null. An absent key is no error.
+ * Returns: the record, which is the table's, or null.
+ * Errors: ENOENT `table` or `key` is null. An absent key is no error.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search(kel_handle *handle, uint32_t tx_id,
                                                            kel_table *table, const shape_key *key,
@@ -386,7 +394,8 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_w_src(kel_handle *han
                                                                  uint32_t *err);
 
 /*
- * As tbl_layer_shape_shape_key__search; if the key is absent, the next record of source 1 after it.
+ * As tbl_layer_shape_shape_key__search; if the key is absent, finds the next record of source 1
+ * after it.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_nearest(kel_handle *handle,
                                                                    uint32_t tx_id, kel_table *table,
@@ -394,19 +403,19 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_nearest(kel_handle *h
                                                                    uint32_t *err);
 
 /*
- * As tbl_layer_shape_shape_key__search, passing over records that await their destruction. With
- * `nearest` nonzero, the next record of source 1 after an absent key.
+ * As tbl_layer_shape_shape_key__search, skipping records that are pending destruction. If the key
+ * is absent and `nearest` is nonzero, finds the next record of source 1 after it.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const shape_key *key, uint32_t nearest,
     uint32_t *err);
 
 /*
- * Finds the record of source 1 and of the current tenant with the key, from which
- * tbl_layer_shape_shape_key__get_sub_next goes on. A key that has records of other sources only
- * isn't found: tbl_layer_shape_shape_key__search_w_src finds these.
- * Returns: the record, which stays the table's, or null.
- * Errors: 2 `table` or `key` is null.
+ * Finds the record with the key, of source 1 and of the current tenant, from which
+ * tbl_layer_shape_shape_key__get_sub_next continues. If the key has only records of other sources,
+ * finds none: tbl_layer_shape_shape_key__search_w_src finds these.
+ * Returns: the record, which is the table's, or null.
+ * Errors: ENOENT `table` or `key` is null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_sub_first(kel_handle *handle,
                                                                      uint32_t tx_id,
@@ -415,21 +424,22 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_sub_first(kel_handle 
                                                                      uint32_t *err);
 
 /*
- * Finds a record in the handle's own transaction: of the source in the low byte of `src`, or 1 if
- * that is 0. If it is absent and `nearest` is nonzero, the next record of source 1 after the key,
- * whatever `src` is.
- * Returns: the record or null, the error in the handle's last_error.
+ * Finds a record in the handle's own transaction, of the source in the low byte of `src`, or of
+ * source 1 if that is 0. If it is absent and `nearest` is nonzero, finds the next record of source
+ * 1 after the key, whatever `src` is.
+ * Returns: the record or null. The error is in the handle's last_error.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_cr(kel_handle *handle, kel_table *table,
                                                               const shape_key *key, uint32_t src,
                                                               uint32_t nearest);
 
 /*
- * The search that the others call. An absent key with `nearest` nonzero gives the next record after
- * it, or before it if `forward` is 0: of source 1, whatever `src` is, unless `skip_pending` is set,
- * which keeps to `src` and passes over records that await their destruction.
- * Returns: the record, which stays the table's, or null.
- * Errors: 2 `table` or `key` is null.
+ * The search that the others call. If the key is absent and `nearest` is nonzero, finds the next
+ * record after it, or before it if `forward` is 0. That record is of source 1, whatever `src` is,
+ * unless `skip_pending` is set: then it is of source `src`, and records that are pending
+ * destruction are skipped.
+ * Returns: the record, which is the table's, or null.
+ * Errors: ENOENT `table` or `key` is null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_internal(kel_handle *handle,
                                                                     uint32_t tx_id,
@@ -441,9 +451,9 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__search_internal(kel_handle *
                                                                     uint32_t *err);
 
 /*
- * As tbl_layer_shape_shape_key__search, by a key object. With `nearest` nonzero, the next record of
- * source 1 after an absent key.
- * Errors: 2 `table` or `object` is null.
+ * As tbl_layer_shape_shape_key__search, by a key object. If the key is absent and `nearest` is
+ * nonzero, finds the next record of source 1 after it.
+ * Errors: ENOENT `table` or `object` is null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_search(kel_handle *handle, uint32_t tx_id,
                                                 kel_table *table, const shape_key *object,
@@ -468,7 +478,7 @@ TARNBASE_API kel_record *tbl_layer_shape_search_w_src_unsafe(kel_handle *handle,
 
 /*
  * Finds the first record of source 1 and of the current tenant, in key order.
- * Returns: the record, which stays the table's; null with no error if there is none.
+ * Returns: the record, which is the table's; null without an error if there is none.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_first(kel_handle *handle, uint32_t tx_id,
                                                               kel_table *table, uint32_t *err);
@@ -479,14 +489,11 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_first_by_src(kel_handle 
                                                                      kel_table *table, uint32_t src,
                                                                      uint32_t *err);
 
-/*
- * As tbl_layer_shape_shape_key__get_first_by_src, passing over records that await their
- * destruction.
- */
+/* As tbl_layer_shape_shape_key__get_first_by_src, skipping records that are pending destruction. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_first_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t src, uint32_t *err);
 
-/* Finds the first record of the current tenant, whatever its source. */
+/* Finds the first record of the current tenant, of any source. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_first_ignore_src(
     kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t *err);
 
@@ -500,22 +507,20 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_last_by_src(kel_handle *
                                                                     kel_table *table, uint32_t src,
                                                                     uint32_t *err);
 
-/*
- * As tbl_layer_shape_shape_key__get_last_by_src, passing over records that await their destruction.
- */
+/* As tbl_layer_shape_shape_key__get_last_by_src, skipping records that are pending destruction. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_last_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t src, uint32_t *err);
 
 /*
  * Finds the next record of source 1 after `record`, which need not be in the table any more.
- * Returns: the record, which stays the table's; null with no error at the end.
+ * Returns: the record, which is the table's; null without an error at the end.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next(kel_handle *handle, uint32_t tx_id,
                                                              kel_table *table,
                                                              const kel_record *record,
                                                              uint32_t *err);
 
-/* As tbl_layer_shape_shape_key__get_next, backwards. */
+/* As tbl_layer_shape_shape_key__get_next, backward. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev(kel_handle *handle, uint32_t tx_id,
                                                              kel_table *table,
                                                              const kel_record *record,
@@ -535,28 +540,24 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_by_src(kel_handle *
                                                                     const kel_record *record,
                                                                     uint32_t src, uint32_t *err);
 
-/*
- * As tbl_layer_shape_shape_key__get_next_by_src, passing over records that await their destruction.
- */
+/* As tbl_layer_shape_shape_key__get_next_by_src, skipping records that are pending destruction. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const kel_record *record, uint32_t src,
     uint32_t *err);
 
-/*
- * As tbl_layer_shape_shape_key__get_prev_by_src, passing over records that await their destruction.
- */
+/* As tbl_layer_shape_shape_key__get_prev_by_src, skipping records that are pending destruction. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const kel_record *record, uint32_t src,
     uint32_t *err);
 
-/* One step forward within the current tenant, whatever the source. */
+/* One step forward within the current tenant, to a record of any source. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_ignore_src(kel_handle *handle,
                                                                         uint32_t tx_id,
                                                                         kel_table *table,
                                                                         const kel_record *record,
                                                                         uint32_t *err);
 
-/* One step back within the current tenant, whatever the source. */
+/* One step backward within the current tenant, to a record of any source. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_ignore_src(kel_handle *handle,
                                                                         uint32_t tx_id,
                                                                         kel_table *table,
@@ -564,26 +565,23 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_ignore_src(kel_hand
                                                                         uint32_t *err);
 
 /*
- * The next record with the same key; null if there is none. Its source is another one, or its
- * tenant: after the last record of a tenant the step goes on to the next tenant's first, if that
- * has the same key.
+ * Finds the next record with the same key, of another source or of another tenant: after a tenant's
+ * last record the step continues to the first record of the next tenant, if that has the same key.
+ * Returns: the record, which is the table's, or null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_sub_next(kel_handle *handle, uint32_t tx_id,
                                                                  kel_table *table,
                                                                  kel_record *record, uint32_t *err);
 
-/*
- * The record before with the same key; null if there is none. Its source is another one, or its
- * tenant, as tbl_layer_shape_shape_key__get_sub_next tells.
- */
+/* As tbl_layer_shape_shape_key__get_sub_next, backward. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_sub_prev(kel_handle *handle, uint32_t tx_id,
                                                                  kel_table *table,
                                                                  kel_record *record, uint32_t *err);
 
 /*
- * The shadow of the record's key, of source 255: `record` itself, or the first that steps of
- * tbl_layer_shape_shape_key__get_sub_next come to, so that it can be another tenant's. Null if
- * there is none, or `record` is null.
+ * Finds the shadow of the record's key, of source 255: `record` itself, or the first shadow that
+ * steps of tbl_layer_shape_shape_key__get_sub_next reach, which can be another tenant's.
+ * Returns: the record, which is the table's; null if there is none or `record` is null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_shadow(kel_handle *handle, uint32_t tx_id,
                                                                kel_table *table, kel_record *record,
@@ -591,7 +589,7 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_shadow(kel_handle *handl
 
 /*
  * Finds the first record of source 1 and of the current tenant, in key order.
- * Returns: the record, which stays the table's; null with no error if there is none.
+ * Returns: the record, which is the table's; null without an error if there is none.
  */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_first(kel_handle *handle, uint32_t tx_id,
                                                         kel_table *table, uint32_t *err);
@@ -607,7 +605,7 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_first_by_src_unsafe(kel_handle
                                                                       kel_table *table,
                                                                       uint32_t src, uint32_t *err);
 
-/* Finds the first record of the current tenant, whatever its source. */
+/* Finds the first record of the current tenant, of any source. */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_first_ignore_src(kel_handle *handle,
                                                                    uint32_t tx_id, kel_table *table,
                                                                    uint32_t *err);
@@ -631,7 +629,7 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_last_by_src_unsafe(kel_handle 
 
 /*
  * Finds the next record of source 1 after `record`, which need not be in the table any more.
- * Returns: the record, which stays the table's; null with no error at the end.
+ * Returns: the record, which is the table's; null without an error at the end.
  */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_next(kel_handle *handle, uint32_t tx_id,
                                                        kel_table *table, const kel_record *record,
@@ -641,7 +639,7 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_next_unsafe(kel_handle *handle
                                                               const kel_record *record,
                                                               uint32_t *err);
 
-/* As tbl_layer_shape_pkey_get_next, backwards. */
+/* As tbl_layer_shape_pkey_get_next, backward. */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_prev(kel_handle *handle, uint32_t tx_id,
                                                        kel_table *table, const kel_record *record,
                                                        uint32_t *err);
@@ -672,7 +670,7 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_prev_by_src_unsafe(kel_handle 
                                                                      const kel_record *record,
                                                                      uint32_t src, uint32_t *err);
 
-/* One step forward within the current tenant, whatever the source. */
+/* One step forward within the current tenant, to a record of any source. */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_next_ignore_src(kel_handle *handle,
                                                                   uint32_t tx_id, kel_table *table,
                                                                   const kel_record *record,
@@ -680,7 +678,7 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_next_ignore_src(kel_handle *ha
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_next_ignore_src_unsafe(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const kel_record *record, uint32_t *err);
 
-/* One step back within the current tenant, whatever the source. */
+/* One step backward within the current tenant, to a record of any source. */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_prev_ignore_src(kel_handle *handle,
                                                                   uint32_t tx_id, kel_table *table,
                                                                   const kel_record *record,
@@ -689,9 +687,9 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_prev_ignore_src_unsafe(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const kel_record *record, uint32_t *err);
 
 /*
- * The next record with the same key; null if there is none. Its source is another one, or its
- * tenant: after the last record of a tenant the step goes on to the next tenant's first, if that
- * has the same key.
+ * Finds the next record with the same key, of another source or of another tenant: after a tenant's
+ * last record the step continues to the first record of the next tenant, if that has the same key.
+ * Returns: the record, which is the table's, or null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_next(kel_handle *handle, uint32_t tx_id,
                                                            kel_table *table, kel_record *record,
@@ -701,10 +699,7 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_next_unsafe(kel_handle *ha
                                                                   kel_record *record,
                                                                   uint32_t *err);
 
-/*
- * The record before with the same key; null if there is none. Its source is another one, or its
- * tenant, as tbl_layer_shape_pkey_get_sub_next tells.
- */
+/* As tbl_layer_shape_pkey_get_sub_next, backward. */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_prev(kel_handle *handle, uint32_t tx_id,
                                                            kel_table *table, kel_record *record,
                                                            uint32_t *err);
@@ -714,9 +709,9 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_sub_prev_unsafe(kel_handle *ha
                                                                   uint32_t *err);
 
 /*
- * The shadow of the record's key, of source 255: `record` itself, or the first that steps of
- * tbl_layer_shape_pkey_get_sub_next come to, so that it can be another tenant's. Null if there is
- * none, or `record` is null.
+ * Finds the shadow of the record's key, of source 255: `record` itself, or the first shadow that
+ * steps of tbl_layer_shape_pkey_get_sub_next reach, which can be another tenant's.
+ * Returns: the record, which is the table's; null if there is none or `record` is null.
  */
 TARNBASE_API kel_record *tbl_layer_shape_pkey_get_shadow(kel_handle *handle, uint32_t tx_id,
                                                          kel_table *table, kel_record *record,
@@ -728,7 +723,7 @@ TARNBASE_API kel_record *tbl_layer_shape_pkey_get_shadow_unsafe(kel_handle *hand
 /*
  * Finds the next record of source 1 after a key, which need not be present.
  * Arguments: `key` is a shape_key object, the caller's.
- * Returns: the record, which stays the table's; null with no error at the end.
+ * Returns: the record, which is the table's; null without an error at the end.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_by_key(kel_handle *handle,
                                                                     uint32_t tx_id,
@@ -736,22 +731,18 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_by_key(kel_handle *
                                                                     const shape_key *key,
                                                                     uint32_t *err);
 
-/* As tbl_layer_shape_shape_key__get_next_by_key, backwards. */
+/* As tbl_layer_shape_shape_key__get_next_by_key, backward. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_by_key(kel_handle *handle,
                                                                     uint32_t tx_id,
                                                                     kel_table *table,
                                                                     const shape_key *key,
                                                                     uint32_t *err);
 
-/*
- * As tbl_layer_shape_shape_key__get_next_by_key, passing over records that await their destruction.
- */
+/* As tbl_layer_shape_shape_key__get_next_by_key, skipping records that are pending destruction. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_by_key_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const shape_key *key, uint32_t *err);
 
-/*
- * As tbl_layer_shape_shape_key__get_prev_by_key, passing over records that await their destruction.
- */
+/* As tbl_layer_shape_shape_key__get_prev_by_key, skipping records that are pending destruction. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_by_key_not_pending_destroy(
     kel_handle *handle, uint32_t tx_id, kel_table *table, const shape_key *key, uint32_t *err);
 
@@ -772,7 +763,7 @@ TARNBASE_API kel_record *tbl_layer_shape_get_next_by_key_unsafe(kel_handle *hand
                                                                 const shape_key *object,
                                                                 uint32_t *err);
 
-/* As tbl_layer_shape_get_next_by_key, backwards. */
+/* As tbl_layer_shape_get_next_by_key, backward. */
 TARNBASE_API kel_record *tbl_layer_shape_get_prev_by_key(kel_handle *handle, uint32_t tx_id,
                                                          kel_table *table, const shape_key *object,
                                                          uint32_t *err);
@@ -792,9 +783,10 @@ TARNBASE_API kel_record *tbl_layer_shape_get_next_by_key_w_src(kel_handle *handl
 
 /*
  * Traverses in the handle's own transaction.
- * Arguments: `selector` 0 first, 1 last, 2 before, 3 after `record`; `src`'s low byte is the
- * source, 1 if that is 0; a nonzero `mode` takes records of every source.
- * Returns: the record or null, the error in the handle's last_error: 22 another selector.
+ * Arguments: `selector` is 0 for the first record, 1 for the last one, 2 for the one before
+ * `record`, 3 for the one after it. The low byte of `src` is the source, or source 1 if that is 0.
+ * If `mode` is nonzero, records of every source are found.
+ * Returns: the record or null. The error is in the handle's last_error: EINVAL another selector.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_cr(kel_handle *handle, kel_table *table,
                                                            uint32_t selector,
@@ -802,8 +794,9 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_cr(kel_handle *handle, k
                                                            uint32_t mode);
 
 /*
- * The step forward that the others are made of: `match_src` keeps to the source in the low byte of
- * `src`, `skip_pending` passes over records that await their destruction.
+ * The step forward that the others are made of. If `match_src` is nonzero, only records of the
+ * source in the low byte of `src` are found; if `skip_pending` is nonzero, records that are pending
+ * destruction are skipped.
  */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_internal(kel_handle *handle,
                                                                       uint32_t tx_id,
@@ -814,7 +807,7 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_next_internal(kel_handle
                                                                       uint32_t skip_pending,
                                                                       uint32_t *err);
 
-/* As tbl_layer_shape_shape_key__get_next_internal, backwards. */
+/* As tbl_layer_shape_shape_key__get_next_internal, backward. */
 TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_internal(kel_handle *handle,
                                                                       uint32_t tx_id,
                                                                       kel_table *table,
@@ -825,23 +818,23 @@ TARNBASE_API kel_record *tbl_layer_shape_shape_key__get_prev_internal(kel_handle
                                                                       uint32_t *err);
 
 /*
- * Calls `function` with each record, of all tenants and sources, in index order, and `context`,
- * until it returns nonzero. It may delete and destroy the record that it was handed.
+ * Calls `function` with each record, of all tenants and sources, in index order, and with
+ * `context`, until it returns nonzero. It may delete and destroy the record passed to it.
  */
 TARNBASE_API void tbl_layer_shape_shape_key__walk(kel_table *table, kel_walk_function function,
                                                   void *context, uint32_t *err);
 
 /*
- * Walks as tbl_layer_shape_shape_key__walk does, unless the handle's last_error is set.
- * `key_number` is 0, the only key.
+ * As tbl_layer_shape_shape_key__walk, unless the handle's last_error is set. `key_number` is 0, the
+ * only key.
  */
 TARNBASE_API void tbl_layer_shape_record_walk_cr(kel_handle *handle, kel_table *table,
                                                  uint32_t key_number, kel_walk_function function,
                                                  void *context);
 
 /*
- * The index tree's callback in a walk: hands the record of `node` to the function of `pair`, a
- * kel_walk_pair, and ends with that call.
+ * The index tree's callback in a walk: calls the function of `pair`, a kel_walk_pair, with the
+ * record of `node`, as its last step.
  * Returns: what the function returns.
  */
 TARNBASE_API uint32_t tbl_layer_shape_shape_key__avl_internal_walk(kel_index_node *node,
@@ -850,42 +843,42 @@ TARNBASE_API uint32_t tbl_layer_shape_shape_key__avl_internal_walk(kel_index_nod
 /* Does nothing; kept for programs that link it. */
 TARNBASE_API void tbl_layer_shape_shape_key__unordered_traversal(void);
 
-/* Calls sample_tbl_layer_shape_table_record_create_handler, unless `*err` is set. */
+/* Calls sample_tbl_layer_shape_table_record_create_handler unless `*err` is set. */
 TARNBASE_API void tbl_layer_shape_table_record_create_cb(kel_handle *handle, uint32_t tx_id,
                                                          void *table, void *record, uint32_t *err);
 TARNBASE_API void tbl_layer_shape_table_record_create_cb_unsafe(kel_handle *handle, uint32_t tx_id,
                                                                 void *table, void *record,
                                                                 uint32_t *err);
 
-/* Calls sample_tbl_layer_shape_table_record_modify_handler, unless `*err` is set. */
+/* Calls sample_tbl_layer_shape_table_record_modify_handler unless `*err` is set. */
 TARNBASE_API void tbl_layer_shape_table_record_modify_cb(kel_handle *handle, uint32_t tx_id,
                                                          void *table, void *record, uint32_t *err);
 TARNBASE_API void tbl_layer_shape_table_record_modify_cb_unsafe(kel_handle *handle, uint32_t tx_id,
                                                                 void *table, void *record,
                                                                 uint32_t *err);
 
-/* Calls sample_tbl_layer_shape_table_record_delete_handler, unless `*err` is set. */
+/* Calls sample_tbl_layer_shape_table_record_delete_handler unless `*err` is set. */
 TARNBASE_API void tbl_layer_shape_table_record_delete_cb(kel_handle *handle, uint32_t tx_id,
                                                          void *table, void *record, uint32_t *err);
 TARNBASE_API void tbl_layer_shape_table_record_delete_cb_unsafe(kel_handle *handle, uint32_t tx_id,
                                                                 void *table, void *record,
                                                                 uint32_t *err);
 
-/* Calls sample_tbl_layer_shape_table_record_create_dm_handler, unless `*err` is set. */
+/* Calls sample_tbl_layer_shape_table_record_create_dm_handler unless `*err` is set. */
 TARNBASE_API void tbl_layer_shape_table_record_create_dm_cb(kel_handle *handle, uint32_t tx_id,
                                                             void *record, uint32_t *err);
 TARNBASE_API void tbl_layer_shape_table_record_create_dm_cb_unsafe(kel_handle *handle,
                                                                    uint32_t tx_id, void *record,
                                                                    uint32_t *err);
 
-/* Calls sample_tbl_layer_shape_table_record_delete_dm_handler, unless `*err` is set. */
+/* Calls sample_tbl_layer_shape_table_record_delete_dm_handler unless `*err` is set. */
 TARNBASE_API void tbl_layer_shape_table_record_delete_dm_cb(kel_handle *handle, uint32_t tx_id,
                                                             void *record, uint32_t *err);
 TARNBASE_API void tbl_layer_shape_table_record_delete_dm_cb_unsafe(kel_handle *handle,
                                                                    uint32_t tx_id, void *record,
                                                                    uint32_t *err);
 
-/* Calls sample_tbl_layer_shape_table_record_grouping_handler, unless `*err` is set. */
+/* Calls sample_tbl_layer_shape_table_record_grouping_handler unless `*err` is set. */
 TARNBASE_API void tbl_layer_shape_table_record_grouping_cb(kel_handle *handle, uint32_t tx_id,
                                                            void *item, uint32_t *err, void *arg1,
                                                            void *arg2);
@@ -894,7 +887,7 @@ TARNBASE_API void tbl_layer_shape_table_record_grouping_cb_unsafe(kel_handle *ha
                                                                   uint32_t *err, void *arg1,
                                                                   void *arg2);
 
-/* Calls sample_tbl_layer_shape_table_record_free_handler, unless `*err` is set. */
+/* Calls sample_tbl_layer_shape_table_record_free_handler unless `*err` is set. */
 TARNBASE_API void tbl_layer_shape_table_record_free_cb(kel_handle *handle, uint32_t tx_id,
                                                        void *item, uint32_t *err, void *arg1);
 TARNBASE_API void tbl_layer_shape_table_record_free_cb_unsafe(kel_handle *handle, uint32_t tx_id,
@@ -904,7 +897,7 @@ TARNBASE_API void tbl_layer_shape_table_record_free_cb_unsafe(kel_handle *handle
 /*
  * Prints the record's key at `buffer`, a whole key object.
  * Returns: the characters written.
- * Errors: 22 the handle, `table` or `record` is null; 90 too little room.
+ * Errors: EINVAL the handle, `table` or `record` is null; EMSGSIZE the buffer is too small.
  */
 TARNBASE_API uint32_t tbl_layer_shape_pkey_print(kel_handle *handle, uint32_t tx_id,
                                                  kel_table *table, const kel_record *record,
@@ -927,7 +920,7 @@ TARNBASE_API uint32_t tbl_layer_shape_table_pkey_len_unsafe(kel_handle *handle, 
  * Writes the wire form of the record's key, the whole key object.
  * Requires: `record` isn't null.
  * Returns: the bytes written; 0 on failure.
- * Errors: 90 too little room, nothing written.
+ * Errors: EMSGSIZE the buffer is too small; nothing is written.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_pkey_marshal(kel_handle *handle, uint32_t tx_id,
                                                          void *buffer, const kel_record *record,
@@ -938,11 +931,11 @@ TARNBASE_API uint32_t tbl_layer_shape_table_pkey_marshal_unsafe(kel_handle *hand
                                                                 uint32_t buffer_len, uint32_t *err);
 
 /*
- * Makes a key object from its wire form and stores it through `pkey`; the caller destroys it with
+ * Creates a key object from its wire form and stores it through `pkey`; the caller destroys it with
  * tbl_layer_shape_pkey_destroy.
- * Returns: the bytes read; of no use after an error.
- * Errors: 12 no memory; 14 `pkey` is null; 90 too few bytes. An error of the reading itself leaves
- * a key object in `*pkey`, which the caller destroys: let `*pkey` be null before.
+ * Returns: the bytes read; meaningless after an error.
+ * Errors: ENOMEM; EFAULT `pkey` is null; EMSGSIZE too few bytes. If the reading itself fails, there
+ * is a key object in `*pkey`, which the caller destroys: set `*pkey` to null before.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_pkey_unmarshal(kel_handle *handle, uint32_t tx_id,
                                                            void **pkey, const void *buffer,
@@ -954,12 +947,12 @@ TARNBASE_API uint32_t tbl_layer_shape_table_pkey_unmarshal_unsafe(kel_handle *ha
                                                                   uint32_t *err);
 
 /*
- * Prints the record as text. A record without an object prints as one with empty fields.
- * Requires: `record` isn't null; `buffer` holds blanks, since the indentation of closing braces is
- * stepped over.
- * Returns: the characters written, also after an error. With an error in `*err` on entry these are
+ * Prints the record as text. A record without an object is printed as one with empty fields.
+ * Requires: `record` isn't null; `buffer` is filled with blanks, since the indentation of closing
+ * braces is skipped, not written.
+ * Returns: the characters written, also after an error. If `*err` is nonzero on entry, these are
  * the first and the last line.
- * Errors: 90 too little room: an object wants at least as much as its wire form.
+ * Errors: EMSGSIZE the buffer is too small: an object needs at least the space of its wire form.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_print(kel_handle *handle, uint32_t tx_id,
                                                          char *buffer, const kel_record *record,
@@ -979,9 +972,9 @@ TARNBASE_API uint32_t tbl_layer_shape_record_print_cr(kel_handle *handle, const 
 /*
  * Writes the record as XML. A record without an object is written as one with empty fields.
  * Requires: `record` isn't null.
- * Returns: the characters written, also after an error; 0 with an error in `*err` on entry.
- * Errors: 22 a string that XML can't carry, or a tracking handle and an object without a state
- * block; 90 too little room.
+ * Returns: the characters written, also after an error; 0 if `*err` is nonzero on entry.
+ * Errors: EINVAL a string that XML can't contain, or a tracking handle and an object without a
+ * state block; EMSGSIZE the buffer is too small.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_to_xml(kel_handle *handle, uint32_t tx_id,
                                                           char *buffer, const kel_record *record,
@@ -1000,13 +993,13 @@ TARNBASE_API uint32_t tbl_layer_shape_record_toxml_cr(kel_handle *handle, const 
                                                       char *buffer, uint32_t buffer_len);
 
 /*
- * Makes a record from a parsed document of the XML service. An absent element leaves its field as
- * it was made, so that a document without the object gives a record with an empty one.
- * Arguments: a failure of the XML service at an enumeration is told in `message`, of `message_len`
- * bytes, unless that is null.
- * Returns: the record, the caller's, or null.
- * Errors: 12 no memory; 22 an element's text isn't of its field's type. After an error the record
- * that was begun is not released: roll the transaction back.
+ * Creates a record from a parsed document of the XML service. A field without an element keeps its
+ * initial value, so that a document without the object gives a record with an empty one.
+ * Arguments: if the XML service fails at an enumeration, the failure is described in `message`, of
+ * `message_len` bytes, unless that is null.
+ * Returns: the record, which is the caller's, or null.
+ * Errors: ENOMEM; EINVAL an element's text isn't of its field's type. After an error the incomplete
+ * record is not released: roll the transaction back.
  */
 TARNBASE_API kel_record *tbl_layer_shape_table_record_from_xml(kel_handle *handle, uint32_t tx_id,
                                                                void *document, uint32_t *err,
@@ -1018,9 +1011,9 @@ TARNBASE_API kel_record *tbl_layer_shape_table_record_from_xml_unsafe(kel_handle
                                                                       uint32_t message_len);
 
 /*
- * Asks for the modified marks of the record's object, and clears those that it finds.
+ * Tests whether the record's object is marked as modified, and clears the marks that it finds.
  * Requires: `record` isn't null.
- * Returns: 1 if there was one, else 0, also for a record without an object.
+ * Returns: 1 if there was a mark, else 0, also for a record without an object.
  * Errors: none of its own.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_is_modified(kel_handle *handle, uint32_t tx_id,
@@ -1034,11 +1027,11 @@ TARNBASE_API uint32_t tbl_layer_shape_table_record_is_modified_unsafe(kel_handle
  * Writes the wire form of the record: the message header, the table's LUID, the object and the key
  * object.
  * Requires: `record` isn't null. In a tracking handle `buffer` has one byte more than `buffer_len`:
- * in a form that fills the buffer the last state byte is stored there.
+ * in a form that fills the buffer, the last state byte is stored there.
  * Returns: the bytes written, which are a frame only if `*err` is 0.
- * Errors: 2 the record has no object or no key object, whatever the room; 12 there is no byte of
- * room for an object; 43 an object's variant is above the domain's, whose form is written then; 90
- * too little room.
+ * Errors: ENOENT the record has no object or no key object, whatever the size of the buffer; ENOMEM
+ * no byte is left for an object; EIDRM an object's variant is above the domain's, whose form is
+ * written then; EMSGSIZE the buffer is too small.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_marshal(kel_handle *handle, uint32_t tx_id,
                                                            void *buffer, const kel_record *record,
@@ -1058,14 +1051,14 @@ TARNBASE_API uint32_t tbl_layer_shape_record_marshal_cr(kel_handle *handle,
                                                         uint32_t buffer_len);
 
 /*
- * Reads the wire form of a record. With `in_place` nonzero it goes into the record that `*record`
- * is; else a new record, the caller's, is stored there. The LUID in the frame isn't compared: any
- * table's frame is read.
- * Requires: in a tracking handle what is read into tracks state; else the process ends.
- * Returns: the bytes read; of no use after an error.
- * Errors: 2 there is no record or object to read into; 12 no memory, or no byte left for an object;
- * 90 too few bytes. After an error `*record` may be a new record, half read, which the caller
- * destroys with `*err` 0: let `*record` be null before.
+ * Reads the wire form of a record. If `in_place` is nonzero, it is read into the record `*record`;
+ * else into a new record, the caller's, which is stored there. The LUID in the frame isn't
+ * compared: the frame of any table is read.
+ * Requires: in a tracking handle, the object that is read into tracks state; else the process ends.
+ * Returns: the bytes read; meaningless after an error.
+ * Errors: ENOENT there is no record or object to read into; ENOMEM no memory, or no byte is left
+ * for an object; EMSGSIZE too few bytes. After an error `*record` may be a new, incomplete record,
+ * which the caller destroys with `*err` 0: set `*record` to null before.
  */
 TARNBASE_API uint32_t tbl_layer_shape_table_record_unmarshal(kel_handle *handle, uint32_t tx_id,
                                                              kel_record **record,
@@ -1096,7 +1089,7 @@ TARNBASE_API uint32_t tbl_layer_shape_table_record_len_unsafe(kel_handle *handle
 TARNBASE_API uint32_t tbl_layer_shape_record_len_cr(kel_handle *handle, const kel_record *record);
 
 /*
- * Called when the runtime delivers a create event of the table. A program takes part by defining a
+ * Called when the runtime delivers a create event of the table. A program replaces it by defining a
  * function of this name; the default sets `*err` to 0.
  */
 TARNBASE_API void sample_tbl_layer_shape_table_record_create_handler(kel_handle *handle,
@@ -1104,7 +1097,7 @@ TARNBASE_API void sample_tbl_layer_shape_table_record_create_handler(kel_handle 
                                                                      void *record, uint32_t *err);
 
 /*
- * Called when the runtime delivers a modify event of the table. A program takes part by defining a
+ * Called when the runtime delivers a modify event of the table. A program replaces it by defining a
  * function of this name; the default sets `*err` to 0.
  */
 TARNBASE_API void sample_tbl_layer_shape_table_record_modify_handler(kel_handle *handle,
@@ -1112,7 +1105,7 @@ TARNBASE_API void sample_tbl_layer_shape_table_record_modify_handler(kel_handle 
                                                                      void *record, uint32_t *err);
 
 /*
- * Called when the runtime delivers a delete event of the table. A program takes part by defining a
+ * Called when the runtime delivers a delete event of the table. A program replaces it by defining a
  * function of this name; the default sets `*err` to 0.
  */
 TARNBASE_API void sample_tbl_layer_shape_table_record_delete_handler(kel_handle *handle,
@@ -1120,9 +1113,9 @@ TARNBASE_API void sample_tbl_layer_shape_table_record_delete_handler(kel_handle 
                                                                      void *record, uint32_t *err);
 
 /*
- * Called when the runtime delivers a create DM event of the table. A program takes part by defining
- * a function of this name; the default calls sample_tbl_layer_shape_table_record_create_handler
- * with a null table.
+ * Called when the runtime delivers a create DM event of the table. A program replaces it by
+ * defining a function of this name; the default calls
+ * sample_tbl_layer_shape_table_record_create_handler with a null table.
  */
 TARNBASE_API void sample_tbl_layer_shape_table_record_create_dm_handler(kel_handle *handle,
                                                                         uint32_t tx_id,
@@ -1130,9 +1123,9 @@ TARNBASE_API void sample_tbl_layer_shape_table_record_create_dm_handler(kel_hand
                                                                         uint32_t *err);
 
 /*
- * Called when the runtime delivers a delete DM event of the table. A program takes part by defining
- * a function of this name; the default calls sample_tbl_layer_shape_table_record_delete_handler
- * with a null table.
+ * Called when the runtime delivers a delete DM event of the table. A program replaces it by
+ * defining a function of this name; the default calls
+ * sample_tbl_layer_shape_table_record_delete_handler with a null table.
  */
 TARNBASE_API void sample_tbl_layer_shape_table_record_delete_dm_handler(kel_handle *handle,
                                                                         uint32_t tx_id,
@@ -1140,7 +1133,7 @@ TARNBASE_API void sample_tbl_layer_shape_table_record_delete_dm_handler(kel_hand
                                                                         uint32_t *err);
 
 /*
- * Called when the runtime delivers a grouping event of the table. A program takes part by defining
+ * Called when the runtime delivers a grouping event of the table. A program replaces it by defining
  * a function of this name; the default sets `*err` to 0.
  */
 TARNBASE_API void sample_tbl_layer_shape_table_record_grouping_handler(kel_handle *handle,
@@ -1149,7 +1142,7 @@ TARNBASE_API void sample_tbl_layer_shape_table_record_grouping_handler(kel_handl
                                                                        void *arg2);
 
 /*
- * Called when the runtime delivers a free event of the table. A program takes part by defining a
+ * Called when the runtime delivers a free event of the table. A program replaces it by defining a
  * function of this name; the default sets `*err` to 0.
  */
 TARNBASE_API void sample_tbl_layer_shape_table_record_free_handler(kel_handle *handle,
