@@ -55,43 +55,6 @@ void count(const kel_type_info *descriptor, std::uint64_t &counter, std::int32_t
 void logged_count(const Call &call, const kel_type_info *descriptor, std::uint64_t &counter,
                   std::int32_t delta);
 
-// ---- With the members of a call as arguments, until table/ uses Call ----
-
-// Opens an operation: false if an error is set already, else clears last_error.
-inline bool enter(kel_handle *handle, const std::uint32_t *err) {
-    if (*err != 0) return false;
-    kel_clear_last_error(handle);
-    return true;
-}
-
-// Reports an error: in `*err` first, then in the handle.
-inline void report(kel_handle *handle, std::uint32_t *err, std::uint32_t code) {
-    *err = code;
-    kel_store_err(handle, code);
-}
-
-inline void log_write(kel_handle *handle, std::uint32_t tx_id, void *address,
-                      std::uint64_t length) {
-    handle->write_log_hook(handle->arena, address, length, tx_id);
-}
-
-// Announces a store, then makes it.
-template <typename T>
-void logged_store(kel_handle *handle, std::uint32_t tx_id, T &place, T value) {
-    log_write(handle, tx_id, &place, sizeof(T));
-    place = value;
-}
-
-inline const kel_type_info *choose_descriptor(kel_handle *handle, std::uint32_t tx_id,
-                                              const kel_type_info *constant) {
-    return choose_descriptor({handle, tx_id}, constant);
-}
-
-inline void logged_count(kel_handle *handle, std::uint32_t tx_id, const kel_type_info *descriptor,
-                         std::uint64_t &counter, std::int32_t delta) {
-    logged_count({handle, tx_id}, descriptor, counter, delta);
-}
-
 }  // namespace tarnbase
 
 #endif
