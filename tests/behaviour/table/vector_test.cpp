@@ -35,9 +35,10 @@ namespace {
 template <typename... Functions>
 void expect_slots(const void *const *vector, Functions *...functions) {
     const void *const expected[] = {reinterpret_cast<const void *>(functions)...};
-    static_assert(sizeof...(functions) == KEL_TABLE_VFT_SLOTS - 2);
+    static_assert(sizeof...(functions) == KEL_TABLE_VFT_SLOTS - KEL_SLOT_TABLE_OPEN);
     for (std::size_t i = 0; i < sizeof...(functions); ++i) {
-        EXPECT_EQ(vector[i + 2], expected[i]) << "slot " << i + 2;
+        const std::size_t slot = KEL_SLOT_TABLE_OPEN + i;
+        EXPECT_EQ(vector[slot], expected[i]) << "slot " << slot;
     }
 }
 
@@ -56,8 +57,9 @@ TEST(Vector, HoldsTheUnsafeOperationsOfItsTableInTheFixedOrder) {
 TEST(Vector, BeginsWithTheIdentityAndTheTextOfItsTable) {
     for (const Subject *s : all_subjects) {
         SCOPED_TRACE(s->name);
-        EXPECT_EQ(s->vector[0], s->luid);
-        EXPECT_EQ(std::string("table ") + s->name, static_cast<const char *>(s->vector[1]));
+        EXPECT_EQ(s->vector[KEL_SLOT_LUID], s->luid);
+        EXPECT_EQ(std::string("table ") + s->name,
+                  static_cast<const char *>(s->vector[KEL_SLOT_NAME]));
         EXPECT_EQ(std::string("table ") + s->name, s->constant_name);
         EXPECT_EQ(0, std::memcmp(s->luid, s->table_descriptor->luid, 16));
         EXPECT_STREQ(s->luid_text, s->table_descriptor->luid_text);
