@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Records what a handle's hooks are told: which hook, which bytes, in which
-// order, and what the bytes held at that moment, which is how a test knows that
-// the hook came before the store.
+// Records the calls of a handle's hooks: which hook, which bytes, in which order, and what
+// the bytes held at that moment, which shows that the hook is called before the store.
 #ifndef TARNBASE_TESTS_SUPPORT_HOOKS_H
 #define TARNBASE_TESTS_SUPPORT_HOOKS_H
 
@@ -25,7 +24,7 @@ struct HookEvent {
     std::uint64_t counter_before = 0;  // delta_log: the counter at that moment
 };
 
-// Stands in front of a handle's hooks while it lives; one at a time.
+// Replaces a handle's hooks while it lives, and calls them; one at a time.
 class HookRecorder {
  public:
     explicit HookRecorder(kel_handle *handle);
@@ -43,10 +42,10 @@ class HookRecorder {
     // Whether exactly these bytes were announced at least once.
     bool announced(const void *address, std::uint64_t length) const;
 
-    // Makes alloc_hook and type_alloc_hook answer null from now on, or no more.
+    // From now alloc_hook and type_alloc_hook return null, or work again.
     void fail_allocations(bool fail) { failing_ = fail; }
 
-    // Fills what alloc_hook answers from now on, as a block may hold anything.
+    // Fills what alloc_hook returns from now on, since a block may hold anything.
     void soil_allocations(bool soil) { soiling_ = soil; }
 
  private:

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Marks a call of a service that stores into blocks in use, by a program that has functions
-// in front of the services. What is announced meanwhile is the service's: the recorders
-// leave it out and keep the library's own stores.
+// Marks a call of a service that stores into blocks in use, in a program that has its own
+// functions for the services. The stores announced during the call are the service's: the
+// recorders leave them out and keep the library's own.
 #ifndef TARNBASE_TESTS_SUPPORT_SERVICE_AT_WORK_H
 #define TARNBASE_TESTS_SUPPORT_SERVICE_AT_WORK_H
 

@@ -60,12 +60,13 @@ struct ServiceCall {
     std::vector<std::uint64_t> arguments_in(std::size_t first, std::size_t end) const;
 };
 
-// What a service does when it is made to fail: nothing but this.
+// What a service does when it is made to fail: nothing but this. fall_back returns the third
+// argument.
 struct Failure {
-    enum class Way { never, answer, report, fall_back };
+    enum class Way { never, result, report, fall_back };
     Way way = Way::never;
     std::uint32_t code = 0;    // report: in *err and in the handle
-    std::uint64_t result = 0;  // answer, report: the result; fall_back: the third argument
+    std::uint64_t result = 0;  // result, report: what it returns
 };
 
 struct ServiceInfo {
@@ -73,7 +74,7 @@ struct ServiceInfo {
     Failure failure;
 };
 
-// Listens while it lives; one at a time, on one thread.
+// Records while it lives; one at a time, on one thread.
 class ServiceRecorder {
  public:
     explicit ServiceRecorder(kel_handle *handle);
@@ -95,7 +96,7 @@ class ServiceRecorder {
     void clear() { calls_.clear(); }
 
     // The n-th call of a service or hook from now, counted from 1, fails in the
-    // way of its contract, once. The second form has another code or answer.
+    // way of its contract, once. The second form has another code or result.
     void fail(const std::string &name, std::size_t n);
     void fail(const std::string &name, std::size_t n, std::uint32_t code);
     // The same for every call from now.
@@ -110,7 +111,7 @@ class ServiceRecorder {
                  std::type_identity_t<std::function<R(Arguments...)>> function) {
         replacements_[word(service)] = std::move(function);
     }
-    // Takes wishes back, and tells whether one came true since it was made.
+    // Cancels the failures to come. Returns whether a service failed since the last such call.
     bool stop_failing();
 
     // Called with each call once it is recorded, before it goes on.
@@ -121,7 +122,7 @@ class ServiceRecorder {
 
  private:
     friend struct ServiceForwarder;
-    struct Wish {
+    struct Fault {
         std::string name;
         std::size_t left = 0;  // calls until it fails; every_call: each fails
         Failure failure;
@@ -130,14 +131,13 @@ class ServiceRecorder {
     kel_handle *handle_;
     kel_handle original_;
     std::vector<ServiceCall> calls_;
-    std::vector<Wish> wishes_;
+    std::vector<Fault> faults_;
     std::map<std::uint64_t, std::any> replacements_;  // by the service's address
-    bool came_true_ = false;
+    bool has_failed_ = false;
     bool paused_ = false;
 };
 
-// All services that have a function in front of them, in the order of their list,
-// and the hooks of a handle.
+// All services that the recorder sees, in the order of their list, and the hooks of a handle.
 const std::vector<ServiceInfo> &recorded_services();
 const std::vector<ServiceInfo> &recorded_hooks();
 
