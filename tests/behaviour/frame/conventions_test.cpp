@@ -50,7 +50,7 @@ TEST_F(Conventions, ACrCreationWithoutMemoryAnswersTheFallbackObject) {
     EXPECT_EQ(handle->last_error, 12U);
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
 
-    // With the error standing the allocator isn't asked again.
+    // While the error is set the allocator isn't called again.
     const std::size_t asked = hooks.count(Hook::alloc);
     EXPECT_EQ(st_ldap_conn_create_cr(handle), object);
     EXPECT_EQ(hooks.count(Hook::alloc), asked);

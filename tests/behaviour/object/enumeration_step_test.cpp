@@ -109,7 +109,7 @@ TEST_P(EnumerationSteps, TheCrFormAsksForNoMemoryWhileAnErrorIsSet) {
     EXPECT_NE(lamp_state_create_internal(handle, tx), fallback);
 }
 
-// The handle whose memory is out, and which says so by itself.
+// The handle of an allocator that fails and stores the error itself.
 kel_handle *failing = nullptr;
 
 void *fail_with_an_error(void *, u32, u64) {

@@ -36,7 +36,7 @@ TEST_F(LifecycleFailure, ADomainThatFailsIsForgivenByTheCounting) {
 }
 
 TEST_F(LifecycleFailure, AnObjectThatCannotBeInitialisedIsGivenBackAndTraced) {
-    // The fields' own look-ups fail behind the counting, which clears the first failure.
+    // The fields' own look-ups fail after the counting, which clears the first failure.
     TraceCapture trace;
     HookRecorder hooks(handle);
     fail_domain(22);

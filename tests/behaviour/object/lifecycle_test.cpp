@@ -248,7 +248,7 @@ TEST_P(Lifecycle, WithoutMemoryTheCrFormAnswersTheZeroedFallbackObjectAndStores1
     EXPECT_EQ(st_ldap_conn_create_cr(handle), first);
 }
 
-// An allocator that has nothing and has said why in the handle.
+// An allocator that fails and stores the error in the handle.
 kel_handle *speaking_handle = nullptr;
 void *speak_and_fail(void *, std::uint32_t, std::uint64_t) {
     speaking_handle->last_error = 28;

@@ -77,7 +77,7 @@ TEST_P(Print, BehindAnInnerTextTheByteIsKeptTooSoThatNoNulCutsTheWhole) {
     length = st_tag_print(handle, tx, buffer.data(), 0, "t", tag, 1000, &err);
     EXPECT_EQ(std::string(buffer.data()), text(length));
     EXPECT_EQ(text(length).find('\0'), std::string::npos);
-    // The same behind an enumerator and behind a value that is none.
+    // The same after an enumerator and after a value that is none.
     for (const u32 door : {3U, 9U}) {
         std::fill(buffer.begin(), buffer.end(), '#');
         st_every *every = make.every(0);

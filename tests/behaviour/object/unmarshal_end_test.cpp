@@ -182,7 +182,7 @@ class CutFlags : public TrackedTest {
         bytes = form(st_grown_marshal, grown);
         std::fill_n(bytes.begin() + 2, 4, u8{0});
     }
-    // Where the array's own flag stands in the state block: 10.
+    // The array's own flag is at 10 in the state block.
     std::vector<u8> block;
     std::vector<u8> bytes;
 };

@@ -143,7 +143,7 @@ TEST_P(Unmarshal, AJumpMayPointBeyondTheBuffer) {
 TEST_P(Unmarshal, ANestedJumpBeyondTheBufferLeavesNothingForTheFieldsBehind) {
     st_grown *source = make.grown(2);
     auto bytes = form(st_grown_marshal, source);
-    // `share` stands behind 6 of header, `name` and `total`.
+    // `share` comes after 6 of header, `name` and `total`.
     const u32 name = 4 + static_cast<u32>(text_of(at<kel_vstring>(source, 16)).size());
     const u32 share = 6 + name + 4 + (tracking() ? 2 : 0);
     const std::int32_t jump = 0x7fffff00;
@@ -181,7 +181,7 @@ TEST_P(Unmarshal, EveryFormThatEndsEarlyIsAnErrorAndIsNotReadBeyond) {
         const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
         st_every *every = st_every_create(handle, tx);
         read(st_every_unmarshal, every, cut);
-        // The state bytes of `y`, `point` and `tag` stand last and may be missing.
+        // The state bytes of `y`, `point` and `tag` are last and may be missing.
         if (!tracking() || length + 3 < bytes.size()) {
             // 12 if it ends in front of an enumeration or a nested object.
             ASSERT_TRUE(err == 90 || err == 12) << length;

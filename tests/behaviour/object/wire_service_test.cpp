@@ -45,7 +45,7 @@ TEST_P(WireServices, EachFieldIsGivenThePlaceBehindTheLastOneAndTheRoomThatIsLef
     offset += 2 * (5 + state());  // lamp, door
     expect_next("kel_vstring", 96, 4 + 6);
     expect_next("ip_address", 128, 5);
-    // Inside `tag`, behind its own header.
+    // Inside `tag`, after its own header.
     offset += 6;
     expect_next("kel_vstring", 160 + 16, 4 + 21);
     offset += 5 + state() + 6;
@@ -228,7 +228,7 @@ TEST_F(FlagRoom, ElementFlagsAreThoseThatFit) {
         const u32 room = length - missing;
         EXPECT_EQ(st_grown_marshal(handle, tx, buffer.data(), grown, room, &err), room) << missing;
         EXPECT_EQ(err, 0U);
-        // All but the jump, which counts what stands.
+        // All but the jump, which counts what is written.
         EXPECT_TRUE(std::equal(buffer.begin() + 6, buffer.begin() + room, whole.begin() + 6));
         EXPECT_EQ(buffer[2] + 256 * buffer[3], room - 2);
         EXPECT_EQ(buffer[room], 0xee);

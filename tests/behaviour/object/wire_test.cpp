@@ -276,13 +276,13 @@ TEST_P(Wire, WithoutAByteOfRoomTheErrorIs12) {
 TEST_P(Wire, EveryBufferThatIsTooShortIsAnErrorAndNothingIsWrittenBehindIt) {
     st_every *every = make.every(3);
     const u32 length = st_every_len(handle, tx, every);
-    // In state mode a buffer that is full takes one state byte more, behind its end.
+    // In state mode a buffer that is full takes one state byte more, after its end.
     const u32 spare = tracking() ? 1 : 0;
     for (u32 room = 1; room < length; ++room) {
         std::vector<u8> exact(room + spare, 0xee);
         const u32 written = st_every_marshal(handle, tx, exact.data(), every, room, &err);
         EXPECT_LE(written, room);
-        // The state bytes of `y`, `point` and `tag` stand last and aren't missed.
+        // The state bytes of `y`, `point` and `tag` are last and aren't missed.
         if (room + 3 * spare < length) {
             // 12 if the room ends in front of an enumeration or a nested object.
             ASSERT_TRUE(err == 90 || err == 12) << room;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reading XML goes by paths: which ones are asked for, in which order, and what comes
-// of the answers.
+// Reading XML goes by paths: which ones are looked up, in which order, and what follows from
+// the results.
 #include <string>
 #include <vector>
 
