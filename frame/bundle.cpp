@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The bundle handler: remembered here, owned by the two communication
-// registries, never called by the library.
+// The bundle handler. The two communication registries own it; the library stores its
+// address and never calls it.
 #include "tarnbase/module.h"
 #include "tarnbase/runtime.h"
 

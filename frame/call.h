@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // What each worker does around its own steps: open the call, report an error,
-// announce a store. An error is a Linux errno number. EIDRM stands for a field or
-// a value that is beyond the variant in use.
+// announce a store. An error is a Linux errno number. EIDRM: a field or a value is
+// beyond the variant in use.
 #ifndef TARNBASE_FRAME_CALL_H
 #define TARNBASE_FRAME_CALL_H
 

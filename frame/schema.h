@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // The model that the schema compiler writes and the workers read: what a worker
-// needs to know of a field, a structure, an enumeration or a table. All of it is
-// constant data.
+// needs of a field, a structure, an enumeration or a table. All of it is constant data.
 #ifndef TARNBASE_FRAME_SCHEMA_H
 #define TARNBASE_FRAME_SCHEMA_H
 
@@ -18,7 +17,7 @@ struct Enumeration;
 struct Field {
     const char *name;
     FieldKind kind;
-    std::int8_t first_variant;        // the variant that the field came in with
+    std::int8_t first_variant;        // the variant that added the field
     std::uint32_t offset;             // from the object's first byte
     std::uint32_t state;              // position of its flag byte in the state block
     std::uint32_t elements;           // of an array; 0 otherwise

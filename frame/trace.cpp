@@ -10,7 +10,7 @@ uint16_t g_kel_tarnbase_stub_trace_module_id = 0;
 
 namespace {
 
-// The trace service keeps its own word beside the id.
+// A word for the trace service's own use.
 uint64_t type_trace_state = 0;
 
 }  // namespace

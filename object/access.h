@@ -46,7 +46,7 @@ void set(const Call &call, void *object, const void *source) {
     end_write({S, field}, call, object);
 }
 
-// Goes through the read path once more, as a `_get` of the field would.
+// Takes the read path too, like `_get` of the field.
 template <const Structure &S, std::size_t I>
 void set_value(const Call &call, void *object, PlainValue<S.fields[I].kind> value) {
     constexpr const Field &field = S.fields[I];

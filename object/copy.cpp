@@ -25,7 +25,7 @@ unsigned own_flags(const kel_handle *handle, const void *destination) {
 }
 
 // A copy of an object's bytes in which its header, and those of the objects in it,
-// keep their own flags. It goes from one flags byte to the next.
+// keep their own flags. Proceeds from one flags byte to the next.
 class ByteCopy {
  public:
     ByteCopy(void *destination, const void *source, unsigned own)
@@ -66,8 +66,8 @@ class ByteCopy {
     std::uint32_t done_ = 0;
 };
 
-// Removes the trace data that the copied flags no longer tell of: nothing would remove
-// the entry later. An entry that also holds the offset of a state block is removed with
+// Removes trace data if the copied flags no longer mark it: nothing would remove the entry
+// later. An entry that also holds the offset of a state block is removed with
 // its object.
 void remove_trace_data(Type type, const Call &call, void *destination, const void *source) {
     constexpr unsigned reasons = OBJ_RA_DATA | OBJ_STATE_ELSEWHERE;

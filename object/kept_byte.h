@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// kel_snprintf adds a NUL where there is room for one. The bytes after an inner text
+// kel_snprintf adds a NUL if it fits. The bytes after an inner text
 // may be blanks that the outer text's closing line steps over: a NUL among them would
 // end the whole text there.
 #ifndef TARNBASE_OBJECT_KEPT_BYTE_H
@@ -13,7 +13,7 @@
 namespace tarnbase {
 
 // Restores the byte after a text of `length` characters, which is written during this
-// object's lifetime, if the text is indented and the buffer goes on after it.
+// object's lifetime, if the text is indented and doesn't fill the buffer.
 class KeptByte {
  public:
     KeptByte(std::uint32_t indent, const Output &out, std::size_t length)
