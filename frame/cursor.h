@@ -18,24 +18,28 @@ class Cursor {
 
  public:
     Cursor(Memory *buffer, std::uint32_t length)
-        : buffer_(static_cast<Byte *>(buffer)), length_(length) {}
+        : at_(static_cast<Byte *>(buffer)), remaining_(length) {}
 
+    // At the end of the buffer if more than its bytes are used.
+    Byte *at() const { return at_; }
+    std::uint32_t remaining() const { return remaining_; }
     std::uint32_t used() const { return used_; }
-    // At the end of the buffer if a jump has gone beyond it.
-    Byte *at() const { return buffer_ + std::min(used_, length_); }
-    std::uint32_t remaining() const { return length_ - std::min(used_, length_); }
     // Whether no byte remains. A length that is negative as a signed number is none.
-    bool is_empty() const { return static_cast<std::int32_t>(remaining()) < 1; }
+    bool is_empty() const { return static_cast<std::int32_t>(remaining_) < 1; }
 
-    void advance(std::uint32_t length) { used_ += length; }
-    void jump(std::uint32_t used) { used_ = used; }
+    void advance(std::uint32_t length) {
+        const std::uint32_t step = std::min(length, remaining_);
+        at_ += step;
+        remaining_ -= step;
+        used_ += length;
+    }
 
     // What remains, as a buffer of its own.
-    Cursor rest() const { return {at(), remaining()}; }
+    Cursor rest() const { return {at_, remaining_}; }
 
  private:
-    Byte *buffer_;
-    std::uint32_t length_;
+    Byte *at_;
+    std::uint32_t remaining_;
     std::uint32_t used_ = 0;
 };
 

@@ -224,7 +224,7 @@ void recover(Input &in, std::uint32_t jump_base, std::int32_t jump) {
     trace_type(KEL_TRACE_INFO,
                "(info): offset_jump read_len %d offset_jump_base %d _kel_variant_jump %d",
                static_cast<std::int32_t>(in.used()), static_cast<std::int32_t>(jump_base), jump);
-    in.jump(end);
+    in.advance(end - in.used());
 }
 
 std::uint8_t read_flags(const Call &call, Input &in, void *object) {
