@@ -72,7 +72,7 @@ void array_set_mem(Member member, const Call &call, void *object, const void *so
         std::memcpy(elements_of(field, object), source, size);
     }
     mark_changed(member.type, call, object, field.state);
-    kel_set_instance_modified(object, 1, 0, 1);
+    set_modified(object, whole_structure);
 }
 
 std::uint32_t array_set_mem_cr(Member member, kel_handle *handle, void *object, const void *source,
@@ -105,7 +105,7 @@ void array_set_value(Member member, const Call &call, void *object, std::uint32_
     u_int8_set_value(call.handle, call.tx_id, access, value, call.err);
     if (!admit_mark(call, object)) return;
     mark_element(member, call, object, index);
-    kel_set_instance_modified(object, 1, 0, 1);
+    set_modified(object, whole_structure);
 }
 
 std::uint8_t array_state_flag_get(Member member, const Call &call, const void *object,
@@ -133,7 +133,7 @@ void array_state_flag_set(Member member, const Call &call, void *object, std::ui
     if (!admit_write(member, call, object)) return;
     std::uint8_t *block = state_block(member.type, call, object);
     call.logged_store(block[element_flag(member.field, index)], flag);
-    kel_set_instance_modified(object, 1, 0, 1);
+    set_modified(object, whole_structure);
 }
 
 // Fills the object's block from its start, without announcing it: the flags of the
@@ -147,7 +147,7 @@ void array_state_flag_set_arr(Member member, const Call &call, void *object, con
     }
     if (!admit_write(member, call, object)) return;
     std::memcpy(state_block(member.type, call, object), source, length);
-    kel_set_instance_modified(object, 1, 0, 1);
+    set_modified(object, whole_structure);
 }
 
 // ---- The forms ------------------------------------------------------------------

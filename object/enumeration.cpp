@@ -27,7 +27,7 @@ const kel_type_info *descriptor_of(const Object *object) {
 }
 
 std::int8_t variant_of(const Object *object) {
-    return static_cast<std::int8_t>(kel_get_instance_variant(object, 0, 1));
+    return static_cast<std::int8_t>(object::instance_variant(object, object::whole_enumeration));
 }
 
 // From internal to user value.
@@ -180,7 +180,7 @@ void set(Type type, const Call &call, Object *object, const Object *source) {
     }
     if (!begin_set(type, call, object, source->value)) return;
     call.logged_store(*object, *source);
-    kel_set_instance_modified(object, 0, 1, 1);
+    object::set_modified(object, object::whole_enumeration);
 }
 
 void set_value(Type type, const Call &call, Object *object, std::uint32_t value) {
@@ -191,7 +191,7 @@ void set_value(Type type, const Call &call, Object *object, std::uint32_t value)
     }
     if (!begin_set(type, call, object, value)) return;
     call.logged_store(object->value, value);
-    kel_set_instance_modified(object, 0, 1, 1);
+    object::set_modified(object, object::whole_enumeration);
 }
 
 // Signed here and unsigned in the setters: a negative value is valid.
@@ -207,8 +207,8 @@ std::uint32_t backpropagate(Type type, const Call &call, Object *object) {
         trace_type(KEL_TRACE_INFO, "(info): backpropagate: Null pointer to %s enum", type.name);
         return 0;
     }
-    if (kel_get_instance_modified(object, 0, 1) == 0) return 0;
-    kel_set_instance_modified(object, 0, 1, 0);
+    if (!object::is_modified(object, object::whole_enumeration)) return 0;
+    object::clear_modified(object, object::whole_enumeration);
     return 1;
 }
 

@@ -7,6 +7,7 @@
 
 #include "frame/call.h"
 #include "frame/schema.h"
+#include "object/instance.h"
 
 namespace tarnbase::object {
 
@@ -41,7 +42,7 @@ inline const kel_type_info *descriptor_of(const void *object) {
 
 // The variant of a structure's instance; 0 for a null object.
 inline std::int8_t variant_of(const void *object) {
-    return static_cast<std::int8_t>(kel_get_instance_variant(object, 1, 0));
+    return static_cast<std::int8_t>(instance_variant(object, whole_structure));
 }
 
 // The variant that the handle's domain uses for the descriptor's type.

@@ -79,23 +79,37 @@ bool begin_write(Member member, const Call &call, void *object) {
     return object != nullptr;
 }
 
-bool admit_mark(const Call &call, const void *object) {
-    if (!tracking_is_on(call.handle) || has_state_block(object)) return true;
+namespace {
+
+// With tracking on: whether the object has a state block, else reports EINVAL.
+bool require_state_block(const Call &call, const void *object) {
+    if (has_state_block(object)) return true;
     call.report(EINVAL);
     trace_type(KEL_TRACE_ERROR, "(ERR): The object is not state tracked");
     return false;
 }
 
-void mark_changed(Type type, const Call &call, void *object, std::uint32_t position) {
-    if (!tracking_is_on(call.handle)) return;
+void mark(Type type, const Call &call, void *object, std::uint32_t position) {
     std::uint8_t *block = state_block(type, call, object);
     call.logged_store(block[position], state_changed);
 }
 
+}  // namespace
+
+bool admit_mark(const Call &call, const void *object) {
+    return !tracking_is_on(call.handle) || require_state_block(call, object);
+}
+
+void mark_changed(Type type, const Call &call, void *object, std::uint32_t position) {
+    if (tracking_is_on(call.handle)) mark(type, call, object, position);
+}
+
 void end_write(Member member, const Call &call, void *object) {
-    if (!admit_mark(call, object)) return;
-    mark_changed(member.type, call, object, member.field.state);
-    kel_set_instance_modified(object, 1, is_small(member.field.kind), 1);
+    if (tracking_is_on(call.handle)) {
+        if (!require_state_block(call, object)) return;
+        mark(member.type, call, object, member.field.state);
+    }
+    set_modified(object, field_instance(member.field));
 }
 
 namespace {
@@ -135,7 +149,7 @@ void state_flag_set(Member member, const Call &call, void *object, std::uint8_t 
     if (!admit_write(member, call, object)) return;
     std::uint8_t *block = state_block(member.type, call, object);
     call.logged_store(block[member.field.state], flag);
-    kel_set_instance_modified(object, 1, is_small(member.field.kind), 1);
+    set_modified(object, field_instance(member.field));
 }
 
 // Neither logged nor reported, and no mode word is fatal here.

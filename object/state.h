@@ -34,9 +34,7 @@ bool begin_write(Member member, const Call &call, void *object);
 bool admit_write(Member member, const Call &call, void *object);
 // Whether the instance is new enough to have the field; else reports EIDRM.
 inline bool admit_read(const Field &field, const Call &call, const void *object) {
-    if (kel_get_instance_variant(object, 1, is_small(field.kind)) >= field.first_variant) {
-        return true;
-    }
+    if (instance_variant(object, field_instance(field)) >= field.first_variant) return true;
     call.report_epoch();
     return false;
 }

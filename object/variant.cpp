@@ -32,15 +32,15 @@ std::uint32_t type_type_backpropagate(Type type, const Call &call, void *object)
         trace_type(KEL_TRACE_INFO, "(info): backpropagate: Null pointer to %s type", type.name);
         return 0;
     }
-    const std::uint32_t own = kel_get_instance_modified(object, 1, 0);
+    const bool own = is_modified(object, whole_structure);
     std::uint32_t found = 0;
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::array) continue;
         found = operations(field).backpropagate(field, call, place_of(field, object));
         if (found != 0) break;
     }
-    if (own == 0) return found;
-    kel_set_instance_modified(object, 1, 0, 0);
+    if (!own) return found;
+    clear_modified(object, whole_structure);
     return 1;
 }
 

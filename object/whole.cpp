@@ -33,7 +33,7 @@ void set_all(Type type, const Call &call, void *object,
         std::uint32_t error = *call.err;  // of the adjustment
         operations(field).store(field, call.reporting_in(error), place_of(field, object), *next++);
         if (first == 0) first = error;
-        kel_set_instance_modified(object, 1, is_small(field.kind), 1);
+        set_modified(object, field_instance(field));
     }
     if (first == 0) return;
     // A field that was set later may have cleared the handle's error.
