@@ -17,8 +17,8 @@ st_every *every(World &w) { return static_cast<st_every *>(w.object); }
 st_grown *grown(World &w) { return static_cast<st_grown *>(w.object); }
 st_every *other(World &w) { return static_cast<st_every *>(w.source); }
 
-// What a field's `_get` answers: access, told from null, and nothing is made.
-void answer_access(World &w, const void *access) {
+// Whether a field's `_get` returns null. It makes nothing.
+void returned_access(World &w, const void *access) {
     w.result = access == nullptr ? "null" : "access";
 }
 
@@ -26,29 +26,31 @@ void answer_access(World &w, const void *access) {
 constexpr Traits failing;
 constexpr Traits unfailing{.infallible = true};
 
-#define TARN_ACCESSORS(FIELD, READING)                                                             \
-    {"get of " #FIELD, On::every, with_object,                                                     \
-     [](World &w) { answer_access(w, st_every_##FIELD##_get(w.handle, w.tx, every(w), &w.err)); }, \
-     READING},                                                                                     \
-        {"set of " #FIELD, On::every, with_two,                                                    \
-         [](World &w) {                                                                            \
-             u32 read_err = 0;                                                                     \
-             const auto *source = st_every_##FIELD##_get(w.handle, w.tx, other(w), &read_err);     \
-             st_every_##FIELD##_set(w.handle, w.tx, every(w), source, &w.err);                     \
-         }},                                                                                       \
-        {"state_flag_get of " #FIELD,                                                              \
-         On::every,                                                                                \
-         with_object,                                                                              \
-         [](World &w) {                                                                            \
-             w.result = std::to_string(                                                            \
-                 st_every_##FIELD##_state_flag_get(w.handle, w.tx, every(w), &w.err));             \
-         },                                                                                        \
-         {.infallible = true}},                                                                    \
-    {                                                                                              \
-        "state_flag_set of " #FIELD, On::every, with_object, [](World &w) {                        \
-            st_every_##FIELD##_state_flag_set(w.handle, w.tx, every(w), 9, &w.err);                \
-            w.answer(st_every_get(w.handle, w.tx, every(w), &w.err));                              \
-        }                                                                                          \
+#define TARN_ACCESSORS(FIELD, READING)                                                         \
+    {"get of " #FIELD, On::every, with_object,                                                 \
+     [](World &w) {                                                                            \
+         returned_access(w, st_every_##FIELD##_get(w.handle, w.tx, every(w), &w.err));         \
+     },                                                                                        \
+     READING},                                                                                 \
+        {"set of " #FIELD, On::every, with_two,                                                \
+         [](World &w) {                                                                        \
+             u32 read_err = 0;                                                                 \
+             const auto *source = st_every_##FIELD##_get(w.handle, w.tx, other(w), &read_err); \
+             st_every_##FIELD##_set(w.handle, w.tx, every(w), source, &w.err);                 \
+         }},                                                                                   \
+        {"state_flag_get of " #FIELD,                                                          \
+         On::every,                                                                            \
+         with_object,                                                                          \
+         [](World &w) {                                                                        \
+             w.result = std::to_string(                                                        \
+                 st_every_##FIELD##_state_flag_get(w.handle, w.tx, every(w), &w.err));         \
+         },                                                                                    \
+         {.infallible = true}},                                                                \
+    {                                                                                          \
+        "state_flag_set of " #FIELD, On::every, with_object, [](World &w) {                    \
+            st_every_##FIELD##_state_flag_set(w.handle, w.tx, every(w), 9, &w.err);            \
+            w.returned(st_every_get(w.handle, w.tx, every(w), &w.err));                        \
+        }                                                                                      \
     }
 
 #define TARN_VALUE_ACCESSORS(FIELD, VALUE, READING)                                              \
@@ -115,7 +117,9 @@ const std::vector<Operation> wholes = {
 
 const std::vector<Operation> arrays = {
     {"array get", On::grown, with_object,
-     [](World &w) { answer_access(w, st_grown_minute_get(w.handle, w.tx, grown(w), 3, &w.err)); }},
+     [](World &w) {
+         returned_access(w, st_grown_minute_get(w.handle, w.tx, grown(w), 3, &w.err));
+     }},
     {"array get_value", On::grown, with_object,
      [](World &w) {
          w.result = std::to_string(st_grown_minute_get_value(w.handle, w.tx, grown(w), 3, &w.err));

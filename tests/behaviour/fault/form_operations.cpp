@@ -35,30 +35,30 @@ void with_document(World &w) {
 
 void from_cr(World &w) { w.err = w.handle->last_error; }
 
-// Writes a form twice: the first time, when nothing fails, tells how long it is.
+// Writes a form twice: the first time, when nothing fails, for its length.
 template <typename Write>
 void write(World &w, Write form) {
     const u32 length = form();
     if (w.err == 0 && w.handle->last_error == 0) w.length = length;
-    w.answer_length(length, w.length);
+    w.returned_length(length, w.length);
 }
 
 const std::vector<Operation> writing = {
     {"record_marshal", On::tables, with_record,
      [](World &w) {
-         w.answer_length(
+         w.returned_length(
              w.s().plain.marshal(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err),
              wire_length(w));
      }},
     {"record_marshal_cr", On::tables, with_record,
      [](World &w) {
-         w.answer_length(w.s().cr.marshal(w.handle, w.loose, w.buffer.data(), room),
-                         wire_length(w));
+         w.returned_length(w.s().cr.marshal(w.handle, w.loose, w.buffer.data(), room),
+                           wire_length(w));
          from_cr(w);
      }},
     {"pkey_marshal", On::tables, with_record,
      [](World &w) {
-         w.answer_length(
+         w.returned_length(
              w.s().plain.pkey_marshal(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err),
              w.s().plain.pkey_len(w.handle, w.tx, w.loose));
      }},
@@ -96,7 +96,7 @@ const std::vector<Operation> writing = {
          from_cr(w);
      }},
     {"record_is_modified", On::tables, with_record,
-     // The mark isn't logged: no transaction brings it back.
+     // The mark is not logged, so no rollback restores it.
      [](World &w) {
          kel_set_instance_modified(w.loose->object, 1, 0, 1);
          w.result = std::to_string(w.s().plain.is_modified(w.handle, w.tx, w.loose, &w.err));
@@ -110,31 +110,31 @@ constexpr Traits in_place{.unlogged = true, .stepwise = true};
 const std::vector<Operation> reading = {
     {"record_unmarshal", On::tables, with_wire_form,
      [](World &w) {
-         w.answer_length(w.s().plain.unmarshal(w.handle, w.tx, &w.made_record, w.buffer.data(),
-                                               w.length, 0, &w.err),
-                         w.length);
+         w.returned_length(w.s().plain.unmarshal(w.handle, w.tx, &w.made_record, w.buffer.data(),
+                                                 w.length, 0, &w.err),
+                           w.length);
      },
      stepwise},
     {"record_unmarshal in place", On::tables, with_wire_form_in_place,
      [](World &w) {
-         w.answer_length(
+         w.returned_length(
              w.s().plain.unmarshal(w.handle, w.tx, &w.record, w.buffer.data(), w.length, 1, &w.err),
              w.length);
      },
      in_place},
     {"pkey_unmarshal", On::tables, with_key_form,
      [](World &w) {
-         w.answer_length(w.s().plain.pkey_unmarshal(w.handle, w.tx, &w.key_holder, w.buffer.data(),
-                                                    w.length, &w.err),
-                         w.length);
+         w.returned_length(w.s().plain.pkey_unmarshal(w.handle, w.tx, &w.key_holder,
+                                                      w.buffer.data(), w.length, &w.err),
+                           w.length);
          w.result += w.key_holder == nullptr ? ", no pkey" : ", a pkey";
      },
      stepwise},
     {"record_from_xml", On::tables, with_document,
      [](World &w) {
          char message[128] = {};
-         w.answer(w.made_record = w.s().plain.from_xml(w.handle, w.tx, w.document, &w.err, message,
-                                                       sizeof message));
+         w.returned(w.made_record = w.s().plain.from_xml(w.handle, w.tx, w.document, &w.err,
+                                                         message, sizeof message));
      },
      stepwise},
 };

@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A structure or an enumeration seen through its exported operations, with its type
-// erased.
+// The exported operations of a structure or an enumeration, with its type erased.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_KIND_H
 #define TARNBASE_TESTS_BEHAVIOUR_FAULT_KIND_H
 
@@ -43,8 +42,8 @@ struct Kind {
     void (*copy_cr)(kel_handle *, const void *source, void *destination) = nullptr;
     u32 (*is_valid_cr)(kel_handle *, u32 field_index_or_value);
 
-    // Gives every field a value of the first or the second of two sets; the texts
-    // lie outside their strings and differ in length.
+    // Sets every field to a value of the first or the second of two sets. The texts are stored
+    // outside their strings and differ in length.
     void (*fill)(kel_handle *, u32 tx, void *, u32 set, u32 *err);
     // The fields' values, by their names.
     void (*see)(kel_handle *, const void *, Sight &sight);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What a Kind fills its fields with, and how it sees them.
+// What a Kind fills its fields with, and how it reads them.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_KIND_PARTS_H
 #define TARNBASE_TESTS_BEHAVIOUR_FAULT_KIND_PARTS_H
 
@@ -10,11 +10,10 @@
 
 namespace tarn::test {
 
-// One of two texts that don't fit in a string.
+// One of two texts that do not fit inside a string.
 kel_vstring text_of(u32 set, const char *first, const char *second);
 
-// Each line of a print form, by what stands in front of the colon. Nested ones have
-// the name of what they are nested in before their own.
+// Each line of a print form, by the name before the colon, after the prefix.
 void see_lines(const std::string &text, const std::string &prefix, Sight &sight);
 
 template <u32 (*Print)(kel_handle *, u32, char *, const void *, u32, u32 *)>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Objects as a whole: structures, and an enumeration where it has the same.
+// Whole objects: structures, and an enumeration where it has the same operations.
 #include "tests/behaviour/fault/operation.h"
 
 namespace tarn::test {
@@ -19,7 +19,7 @@ void with_mapped(World &w) {
     u64 oid = 0;
     w.err = kel_object_map(w.handle, w.tx, w.object, &oid);
 }
-// Bits of `flags` that say that there is an entry in the hd mapping.
+// Bits of `flags` for an entry in the hd mapping.
 void with_hd_mapping(World &w) {
     with_object(w);
     kellib_update_ra_all(w.handle, w.tx, w.object, 71, 1);
@@ -57,11 +57,11 @@ template <typename Write>
 void write(World &w, Write form) {
     const u32 length = form();
     if (w.err == 0 && w.handle->last_error == 0) w.length = length;
-    w.answer_length(length, w.length);
+    w.returned_length(length, w.length);
 }
 
-void create(World &w) { w.answer(w.made_object = w.k().create(w.handle, w.tx)); }
-// The fallback object takes the place of one that can't be had, and is never destroyed.
+void create(World &w) { w.returned(w.made_object = w.k().create(w.handle, w.tx)); }
+// The fallback object replaces one that cannot be allocated, and is never destroyed.
 void create_cr(World &w) {
     w.made_object = w.k().create_cr(w.handle);
     const auto *head = static_cast<const kel_object *>(w.made_object);
@@ -79,7 +79,7 @@ void destroy_cr(World &w) {
     from_cr(w);
 }
 void embed(World &w) { w.k().set_instance_embedded(w.handle, w.tx, w.object); }
-// The mark isn't logged: no transaction brings it back.
+// The mark is not logged, so no rollback restores it.
 void backpropagate(World &w) {
     const u32 is_structure = w.target.object == &kind_lamp ? 0 : 1;
     kel_set_instance_modified(w.object, is_structure, 1 - is_structure, 1);
@@ -92,8 +92,8 @@ void marshal(World &w) {
           [&w] { return w.k().marshal(w.handle, w.tx, w.buffer.data(), w.object, room, &w.err); });
 }
 void unmarshal(World &w) {
-    w.answer_length(w.k().unmarshal(w.handle, w.tx, w.buffer.data(), w.object, w.length, 0, &w.err),
-                    w.length);
+    w.returned_length(
+        w.k().unmarshal(w.handle, w.tx, w.buffer.data(), w.object, w.length, 0, &w.err), w.length);
 }
 void print(World &w) {
     write(w, [&w] { return w.k().print(w.handle, w.tx, w.buffer.data(), w.object, room, &w.err); });
@@ -118,10 +118,10 @@ void is_valid_cr(World &w) {
 
 void clone(World &w) {
     w.k().clone(w.handle, w.tx, w.object, &w.made_object, w.buffer.data(), room, &w.err);
-    w.answer(w.made_object);
+    w.returned(w.made_object);
 }
 void clone_cr(World &w) {
-    w.answer(w.made_object = w.k().clone_cr(w.handle, w.object));
+    w.returned(w.made_object = w.k().clone_cr(w.handle, w.object));
     from_cr(w);
 }
 void copy_cr(World &w) {
@@ -180,7 +180,7 @@ const std::vector<Operation> structures = {
 const std::vector<Operation> enumerations = {
     {"enumeration create", On::enumeration, nothing, create},
     {"enumeration create_cr", On::enumeration, nothing, create_cr},
-    // The descriptor is taken out without an announcement.
+    // The descriptor is removed without an announcement.
     {"enumeration destroy",
      On::enumeration,
      with_object,

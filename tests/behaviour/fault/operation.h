@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The operations that are swept: how each is prepared and run, and on what.
+// The operations of the sweep: how each is prepared and run, and on what.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_OPERATION_H
 #define TARNBASE_TESTS_BEHAVIOUR_FAULT_OPERATION_H
 
@@ -11,7 +11,7 @@ namespace tarn::test {
 
 enum class On {
     tables,        // a table of each kind
-    id_tables,     // the same, but one whose table-id root is left to its own test
+    id_tables,     // the same, in the shared store
     keyed_tables,  // those with a key object
     structures,
     every,  // the structure with a field of each kind
@@ -21,7 +21,7 @@ enum class On {
 
 struct Traits {
     bool permanent = false;   // changes the store outside any transaction
-    bool unlogged = false;    // makes stores that no hook is told of, as it is defined
+    bool unlogged = false;    // makes stores that are not announced, by design
     bool infallible = false;  // calls nothing that can fail
     bool stepwise = false;    // may have done any part of its work when it fails
 };

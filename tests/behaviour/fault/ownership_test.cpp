@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Objects that share no text, whatever fails while one is copied over another.
+// Objects share no text, whichever call fails when one is copied over another.
 #include "tarnbase/tarnbase.h"
 #include "tests/behaviour/fault/world.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Searches and traversal. Each read reports its answer, which is what can fail.
+// Searches and traversal. Each read reports its record, and the report can fail.
 #include "tests/behaviour/fault/operation.h"
 
 namespace tarn::test {
@@ -34,14 +34,14 @@ void with_sources(World &w) {
     }
 }
 
-#define TARN_READ(NAME, SET_UP, CALL)                                     \
-    {                                                                     \
-        NAME, On::tables, SET_UP, [](World &w) { w.answer_record(CALL); } \
+#define TARN_READ(NAME, SET_UP, CALL)                                       \
+    {                                                                       \
+        NAME, On::tables, SET_UP, [](World &w) { w.returned_record(CALL); } \
     }
 #define TARN_READ_CR(NAME, SET_UP, CALL)         \
     {                                            \
         NAME, On::tables, SET_UP, [](World &w) { \
-            w.answer_record(CALL);               \
+            w.returned_record(CALL);             \
             from_cr(w);                          \
         }                                        \
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The recorder itself: it sees what the library calls and nothing else, and makes
-// services fail as their contracts say.
+// The recorder: it records the library's calls only, and makes services fail as their
+// contracts say.
 #include <dlfcn.h>
 
 #include <fstream>
@@ -108,16 +108,16 @@ TEST_F(Recorder, DoesNotCountWhatTheRuntimeCallsItself) {
     std::vector<std::uint8_t> buffer(512);
     st_every_door_set_value(handle, tx, object, 2, &err);
     recorder.clear();
-    // The runtime's value types are made of its other services.
+    // The runtime's value types call its other services.
     length = st_every_marshal(handle, tx, buffer.data(), object, 512, &err);
     ASSERT_EQ(err, 0U);
     EXPECT_EQ(recorder.count("u_int32_marshal"), 4U);  // a32 and three enumerations
     recorder.clear();
-    // A full buffer: the string reports the error by itself, not through the library.
+    // A full buffer: the runtime reports the error, not the library.
     st_every_marshal(handle, tx, buffer.data(), object, length - 1, &err);
     EXPECT_EQ(err, 90U);
     EXPECT_EQ(recorder.count("kel_store_err"), 0U);
-    // A program's own call of the runtime, which calls on.
+    // A call by the program, in which the runtime calls further services.
     err = 0;
     recorder.clear();
     kel_vstring_assign_text(handle, tx, st_every_label_get(handle, tx, object, &err), "x", &err);

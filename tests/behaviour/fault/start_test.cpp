@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Failures of what is made once: a store's descriptor copies, a table's root of
-// blocks by id, and the directory.
+// Failures of what is made only once: a store's descriptor copies, a table's root of blocks
+// by id, and the directory.
 #include <csignal>
 #include <cstdlib>
 
@@ -41,7 +41,7 @@ TEST_F(FirstUse, ATypeMapThatCannotBeFilledIsCompletedByTheNextCall) {
         err = 0;
         tarnbase_typeinfo_initialize(fresh.handle(), tx, &err);
         hit = recorder.stop_failing();
-        // The counters of a copy, which are allocated too, are no condition of it.
+        // A copy is made even if its counters cannot be allocated.
         EXPECT_EQ(err, fresh.describe().types == types ? 0U : 12U);
         EXPECT_EQ(fresh.handle()->last_error, err);
         refused += err != 0 ? 1 : 0;
@@ -90,7 +90,7 @@ TEST_F(FirstUse, ARootThatCannotBeMadeIsMadeByTheNextOpen) {
 }
 
 TEST_F(FirstUse, ARootThatTheStoreRefusesServesAllTheSame) {
-    // In a child, since the root is as wide as the process.
+    // In a child, since the root is cached for the process.
     EXPECT_EXIT(
         {
             Session own;

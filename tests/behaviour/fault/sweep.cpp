@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char *none = "-";
 
-// Its refusal ends the process, which the tests of opening show.
+// Its failure ends the process; the tests of opening cover it.
 constexpr const char *fatal_service = "loam_set_range";
 
 // A call that is to fail.
@@ -20,17 +20,17 @@ struct Fault {
     std::size_t n = 0;
 };
 
-// Every call of the first dozen; of an array's thousands some.
+// Each of the first dozen calls, and some of an array's thousands.
 std::size_t after(std::size_t n) { return n < 12 ? n + 1 : n + 499; }
 
-// Blocks that the hooks were asked for and given back.
+// The blocks that the hooks allocated and freed.
 class Ledger {
  public:
     explicit Ledger(const ServiceRecorder &recorder) {
         for (const ServiceCall &call : recorder.calls()) {
             if (call.name == "alloc_hook" && call.result != 0) live_.insert(call.result);
             if (call.name != "free_hook" || call.arguments.at(2) == 0) continue;
-            EXPECT_EQ(live_.erase(call.arguments[2]), 1U) << "a block is given back twice";
+            EXPECT_EQ(live_.erase(call.arguments[2]), 1U) << "a block is freed twice";
         }
     }
 
@@ -40,7 +40,7 @@ class Ledger {
     std::set<std::uint64_t> live_;
 };
 
-// What a run changed, one entry a change.
+// What a run changed, one entry per change.
 std::set<std::string> changes(const Sight &before, const Sight &after) {
     std::set<std::string> found;
     const auto at = [](const Sight &sight, const std::string &name) {
@@ -56,7 +56,7 @@ std::set<std::string> changes(const Sight &before, const Sight &after) {
         const bool is_short = from.size() <= 12 && to.size() <= 12 && !to.empty() && !from.empty();
         found.insert(is_short ? name + " " + from + " to " + to : name);
     }
-    // Of what came or went, the parts need no telling.
+    // The parts of what was made or destroyed are left out.
     for (const char *thing : {"record", "loose", "made record", "object", "made object"}) {
         const std::string name = thing;
         if (at(before, name) == at(after, name)) continue;
@@ -83,7 +83,7 @@ class Sweeper {
           result_(result) {}
 
     void run() {
-        lasting(Fault{});  // makes what the store keeps once and for all
+        lasting(Fault{});  // allocates what the store allocates only once
         outcomes_.clear();
         const std::set<std::string> services = called_services();
         if (::testing::Test::HasFailure()) return;
@@ -93,7 +93,7 @@ class Sweeper {
         prepare();
         const StoreSnapshot before(w_.store);
         const std::uint64_t blocks = block_count();
-        each(services, [&](const Fault &fault) { return taken_back(fault, before, blocks); });
+        each(services, [&](const Fault &fault) { return rolled_back(fault, before, blocks); });
         w_.clean();
     }
 
@@ -156,7 +156,7 @@ class Sweeper {
         }
     }
 
-    // Runs the operation and tells what came of it. `hit`: the fault was met.
+    // Runs the operation and returns its outcome. `hit`: the fault occurred.
     std::string perform(const Fault &fault, bool &hit) {
         const Sight before = see();
         if (fault.service != none) recorder_.fail(fault.service, fault.n);
@@ -167,7 +167,7 @@ class Sweeper {
         const std::set<std::string> changed = changes(before, see());
         std::string text = "err " + std::to_string(w_.err);
         if (last_error != w_.err) text += ", last error " + std::to_string(last_error);
-        if (!w_.result.empty()) text += ", answer " + w_.result;
+        if (!w_.result.empty()) text += ", returns " + w_.result;
         if (fault.service == none) {
             usual_ = changed;
             return text + (changed.empty() ? ", nothing changed" : ", done");
@@ -178,7 +178,7 @@ class Sweeper {
         return text + ", " + joined(changed);
     }
 
-    // For good: afterwards everything is given back, and nothing is left over.
+    // Outside a transaction. Everything is freed afterwards, and nothing is left.
     bool lasting(const Fault &fault) {
         SCOPED_TRACE(where(fault));
         recorder_.clear();
@@ -190,15 +190,15 @@ class Sweeper {
         const std::size_t left = Ledger(recorder_).left();
         const std::uint64_t kept = block_count() - blocks - left;
         if (left != 0) outcome += ", " + std::to_string(left) + " left";
-        // Fewer than before: one that an earlier run left has been found and removed.
+        // Fewer than before: one that an earlier run left was removed.
         if (static_cast<std::int64_t>(kept) > 0) outcome += ", mappings left";
         if (hit || fault.service == none) outcomes_.insert(fault.service + " | " + outcome);
         return hit;
     }
 
-    // In a transaction, and taken back.
-    bool taken_back(const Fault &fault, const StoreSnapshot &before, std::uint64_t blocks) {
-        SCOPED_TRACE(where(fault) + ", taken back");
+    // In a transaction that is rolled back.
+    bool rolled_back(const Fault &fault, const StoreSnapshot &before, std::uint64_t blocks) {
+        SCOPED_TRACE(where(fault) + ", rolled back");
         recorder_.clear();
         const Things things = w_;
         EXPECT_EQ(kel_transaction_begin(w_.handle, &w_.tx), 0U);
@@ -213,7 +213,7 @@ class Sweeper {
             EXPECT_EQ(to_text(before.lasting_changes()), "");
         }
         EXPECT_EQ(block_count(), blocks);
-        // The outcome is the same, but for what is left over.
+        // The outcome is the same, except for what is left.
         const auto listed = outcomes_.lower_bound(outcome);
         EXPECT_TRUE((!hit && fault.service != none) ||
                     (listed != outcomes_.end() && listed->starts_with(outcome)))

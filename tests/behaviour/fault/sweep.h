@@ -13,13 +13,13 @@
 namespace tarn::test {
 
 struct SweepResult {
-    // "<service> | <what came of its failure>", the service being "-" for none.
+    // "<service> | <outcome of its failure>", the service being "-" for none.
     std::set<std::string> outcomes;
     std::size_t faults = 0;  // calls that were made to fail
 };
 
-// Checks of each run that no block is given back twice or left over beyond what the
-// outcome tells, and of each transaction that rolling it back restores every byte.
+// Checks that no run frees a block twice or leaves more blocks than the outcome says, and that
+// rolling back a transaction restores every byte.
 SweepResult sweep(const Operation &operation);
 
 }  // namespace tarn::test

@@ -41,7 +41,7 @@ std::string difference(const std::string &operation, const Outcomes &a, const Ou
     return text;
 }
 
-// For accepting a change that is meant: see the README of this folder.
+// For accepting an intended change: see the README of this folder.
 void keep(const std::string &operation, const Outcomes &outcomes) {
     const char *file = std::getenv("TARNBASE_KEEP_OUTCOMES");
     if (file == nullptr) return;
@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Each, FaultSweep, ::testing::ValuesIn(all_operations())
 TEST(FaultList, NamesOnlyOperationsThatAreSwept) {
     std::set<std::string> swept;
     for (const Operation &operation : all_operations()) swept.insert(operation.name);
-    EXPECT_EQ(swept.size(), all_operations().size()) << "a name stands twice";
+    EXPECT_EQ(swept.size(), all_operations().size()) << "a name occurs twice";
     for (const auto &[operation, outcomes] : expected_outcomes()) {
         EXPECT_TRUE(swept.contains(operation)) << operation;
     }

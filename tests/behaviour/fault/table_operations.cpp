@@ -58,39 +58,45 @@ constexpr Traits infallible{.infallible = true};
 
 const std::vector<Operation> opening = {
     {"table_open", On::tables, nothing,
-     [](World &w) { w.answer(w.made_table = w.s().plain.open(w.handle, w.tx, "new", 0, &w.err)); },
+     [](World &w) {
+         w.returned(w.made_table = w.s().plain.open(w.handle, w.tx, "new", 0, &w.err));
+     },
      permanent},
     {"table_open of a table that is there", On::tables, with_table,
-     [](World &w) { w.answer(w.s().plain.open(w.handle, w.tx, "t", 0, &w.err)); }, permanent},
+     [](World &w) { w.returned(w.s().plain.open(w.handle, w.tx, "t", 0, &w.err)); }, permanent},
     {"table_open with open_only", On::tables, nothing,
-     [](World &w) { w.answer(w.s().plain.open(w.handle, w.tx, "absent", 1, &w.err)); }, permanent},
+     [](World &w) { w.returned(w.s().plain.open(w.handle, w.tx, "absent", 1, &w.err)); },
+     permanent},
     {"table_open_by_id", On::id_tables, with_table,
      [](World &w) {
-         w.answer(w.made_table = w.s().plain.open_by_id(w.handle, w.tx, 78, 0, &w.err));
+         w.returned(w.made_table = w.s().plain.open_by_id(w.handle, w.tx, 78, 0, &w.err));
      },
      permanent},
     {"table_open_auto_id", On::id_tables, with_table,
-     [](World &w) { w.answer(w.made_table = w.s().plain.open_auto_id(w.handle, w.tx, 0, &w.err)); },
+     [](World &w) {
+         w.returned(w.made_table = w.s().plain.open_auto_id(w.handle, w.tx, 0, &w.err));
+     },
      permanent},
     {"dynamic_table_open_auto_id", On::id_tables, with_table,
      [](World &w) {
-         w.answer(w.made_table = w.s().plain.dynamic_open_auto_id(w.handle, w.tx, 0, &w.err));
+         w.returned(w.made_table = w.s().plain.dynamic_open_auto_id(w.handle, w.tx, 0, &w.err));
      },
      permanent},
     {"table_open_by_ior_with_name", On::tables, nothing,
      [](World &w) {
-         w.answer(w.made_table =
-                      w.s().plain.open_by_ior_with_name(w.handle, w.tx, "new", 9, 0, &w.err));
+         w.returned(w.made_table =
+                        w.s().plain.open_by_ior_with_name(w.handle, w.tx, "new", 9, 0, &w.err));
      },
      permanent},
     {"table_open_by_ior_with_id", On::id_tables, with_table,
      [](World &w) {
-         w.answer(w.made_table = w.s().plain.open_by_ior_with_id(w.handle, w.tx, 78, 9, 0, &w.err));
+         w.returned(w.made_table =
+                        w.s().plain.open_by_ior_with_id(w.handle, w.tx, 78, 9, 0, &w.err));
      },
      permanent},
     {"table_open_cr", On::tables, nothing,
      [](World &w) {
-         w.answer(w.made_table = w.s().cr.open(w.handle, 0, 0, "new", 0));
+         w.returned(w.made_table = w.s().cr.open(w.handle, 0, 0, "new", 0));
          from_cr(w);
      },
      permanent},
@@ -104,7 +110,7 @@ const std::vector<Operation> opening = {
      infallible},
 };
 
-// A freed block is forgotten, so that it isn't given back twice.
+// A freed block is cleared, so that it is not freed twice.
 void free_table(World &w) {
     w.s().plain.free(w.handle, w.tx, w.table, &w.err);
     if (w.err == 0) w.table = nullptr;
@@ -117,10 +123,12 @@ const std::vector<Operation> freeing = {
 
 const std::vector<Operation> records = {
     {"create_record", On::tables, nothing,
-     [](World &w) { w.answer(w.made_record = w.s().plain.create_record(w.handle, w.tx, &w.err)); }},
+     [](World &w) {
+         w.returned(w.made_record = w.s().plain.create_record(w.handle, w.tx, &w.err));
+     }},
     {"create_record_w_src", On::tables, nothing,
      [](World &w) {
-         w.answer(w.made_record = w.s().create_record_w_src(w.handle, w.tx, 7, &w.err));
+         w.returned(w.made_record = w.s().create_record_w_src(w.handle, w.tx, 7, &w.err));
      }},
     {"record_add_ref",
      On::tables,
@@ -150,7 +158,7 @@ const std::vector<Operation> records = {
     {"request_record_destroy", On::tables, with_marked_table,
      [](World &w) { w.s().plain.request_destroy(w.handle, w.tx, w.table, w.record, &w.err); }},
     {"pkey_create", On::tables, nothing,
-     [](World &w) { w.answer(w.key_holder = w.s().plain.pkey_create(w.handle, w.tx)); }},
+     [](World &w) { w.returned(w.key_holder = w.s().plain.pkey_create(w.handle, w.tx)); }},
     {"pkey_destroy", On::tables, [](World &w) { w.key(2); },
      [](World &w) {
          w.s().plain.pkey_destroy(w.handle, w.tx, w.key_holder);
@@ -195,7 +203,7 @@ const std::vector<Operation> indexing = {
      }},
 };
 
-// What isn't in the record afterwards is still the preparation's.
+// What is not in the record afterwards still belongs to the preparation.
 void set_object(World &w, void (*set)(kel_handle *, u32, kel_record *, void *)) {
     set(w.handle, w.tx, w.loose, w.object);
     if (w.loose->object == w.object) w.object = nullptr;
@@ -210,9 +218,9 @@ const std::vector<Operation> fields = {
      },
      [](World &w) { set_object(w, w.s().object.free_and_set); }},
     {"get_field", On::tables, with_loose,
-     [](World &w) { w.answer(w.s().object.get(w.handle, w.tx, w.loose)); }, infallible},
+     [](World &w) { w.returned(w.s().object.get(w.handle, w.tx, w.loose)); }, infallible},
     {"get_field_detach", On::tables, with_loose,
-     [](World &w) { w.answer(w.made_object = w.s().object.detach(w.handle, w.tx, w.loose)); },
+     [](World &w) { w.returned(w.made_object = w.s().object.detach(w.handle, w.tx, w.loose)); },
      infallible},
     {"set_field of a key object", On::keyed_tables,
      [](World &w) {

@@ -67,7 +67,7 @@ void World::key(u32 number) {
 }
 
 void World::parse(std::string text) {
-    // Of an array three elements: the reader stops at the first that isn't there.
+    // Three elements of an array: the reader stops at the first that is missing.
     const std::string array = "<minute";
     std::size_t kept = text.find(array);
     for (int i = 0; i < 3 && kept != std::string::npos; ++i) kept = text.find(array, kept + 1);
@@ -79,7 +79,7 @@ void World::parse(std::string text) {
     if (document == nullptr) throw std::runtime_error(kel_error_text());
 }
 
-void World::answer_length(u32 got, u32 all) {
+void World::returned_length(u32 got, u32 all) {
     result = got == 0 ? "0" : got == all ? "all" : got == 0xffffffffU ? "failure" : "part";
 }
 
@@ -156,7 +156,7 @@ Sight World::see() {
 
 void World::destroy(kel_record *&gone) {
     u32 nothing = 0;
-    // One whose destruction stopped half way has no references, and is left as it is.
+    // A record whose destruction failed in between has no references, and is left alone.
     while (gone != nullptr && gone->descriptor != nullptr && gone->ref_count != 0) {
         s().plain.destroy_record(handle, KEL_TX_NONE, gone, &nothing);
     }

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What an operation is run on: a store and a handle in one of the modes, a table or a
-// structure, and whatever the operation's preparation adds.
+// What an operation runs on: a store and a handle in one of the modes, a table or a
+// structure, and what the operation's preparation adds.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
 #define TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
 
@@ -24,8 +24,7 @@ struct Target {
     const char *name() const { return subject != nullptr ? subject->name : object->name; }
 };
 
-// What is there for an operation, and what it made. A transaction that is taken back
-// leaves the values of before.
+// What an operation uses and makes. The values of before are restored after a rollback.
 struct Things {
     u32 tx = KEL_TX_NONE;
     u32 err = 0;
@@ -48,8 +47,8 @@ struct Things {
 
 class World : public Things {
  public:
-    // `shared`: in the store that all such worlds have, since a process can open tables
-    // by id in one store only.
+    // `shared`: in the store of all such worlds, since a process can open tables by id in one
+    // store only.
     World(const Target &target, Mode mode, bool shared);
     ~World();
     World(const World &) = delete;
@@ -67,15 +66,15 @@ class World : public Things {
     void *make_object(u32 set);    // an object with one of two sets of values
     void parse(std::string text);  // `document`
 
-    // What run() answered, for the outcome.
-    void answer(const void *pointer) { result = pointer == nullptr ? "null" : "made"; }
-    void answer_record(const kel_record *found) { result = found == nullptr ? "null" : "found"; }
-    // Of a form: 0, all of what there is, or a part of it.
-    void answer_length(u32 length, u32 all);
+    // What run() returned, for the outcome.
+    void returned(const void *pointer) { result = pointer == nullptr ? "null" : "made"; }
+    void returned_record(const kel_record *found) { result = found == nullptr ? "null" : "found"; }
+    // Of a form: nothing, all of it, or a part.
+    void returned_length(u32 length, u32 all);
 
     // Everything that can be seen of the world.
     Sight see();
-    // Gives back all that was prepared and made.
+    // Releases all that was prepared and made.
     void clean();
 
     const Target target;
