@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Records into the index and out of it, and the refusals.
+// Inserting and removing records, and refusals.
 #include "tests/behaviour/random/driver.h"
 
 namespace tarn::test {
@@ -9,8 +9,8 @@ void Driver::insert(u32 number, u32 table) {
     kel_table *block = model_.tables[table].block;
     const bool taken = model_.holds(table, row.place);
     const bool by_pkey = random_.one_in(4);
-    story_.add("row", number);
-    story_.add("table", table);
+    history_.add("row", number);
+    history_.add("table", table);
     if (by_pkey) {
         form().pkey_insert(handle_, tx_, block, row.record, &err_);
     } else if (random_.one_in(3)) {
@@ -33,7 +33,7 @@ void Driver::insert_again() {
     const u32 number = pick_outside();
     if (number == no_row) return;
     Row &row = model_.rows[number];
-    // The bit that a key alone was inserted goes, whoever has set it.
+    // The bit of an insertion by key is cleared in any case.
     if (random_.one_in(8)) {
         handle_->write_log_hook(handle_->arena, &row.record->flags, 1, tx_);
         row.record->flags |= KEL_RECORD_PKEY_INSERTED;
@@ -50,7 +50,7 @@ void Driver::insert_twice() {
     insert(number, row.table);
 }
 
-// A record counts as not modified from its insertion on.
+// A record counts as not modified after its insertion.
 void Driver::insert_unmodified() {
     const u32 number = pick_outside();
     if (number == no_row) return;
@@ -62,22 +62,22 @@ void Driver::insert_unmodified() {
     s.set_value(handle_, tx_, row.record->object, row.value, &err_);
     insert(number, any_table());
     same(form().is_modified(handle_, tx_, row.record, &err_), row.table == outside ? 1U : 0U,
-         "the answer to whether a record was modified");
-    same(form().is_modified(handle_, tx_, row.record, &err_), 0U, "the answer the second time");
+         "the result of whether a record was modified");
+    same(form().is_modified(handle_, tx_, row.record, &err_), 0U, "the result the second time");
     expect_error(0);
 }
 
-// Whether a deletion is the replication engine's alone.
+// Whether only the replication engine may delete.
 bool Driver::engine_must_remove(const Row &row) {
     return row.table != outside && model_.tables[row.table].marked;
 }
 
-// By the engine where only it may.
+// As the engine where only it may.
 void Driver::remove(u32 number) {
     const Row &row = model_.rows[number];
     kel_table *block = model_.tables[row.table].block;
-    story_.add("row", number);
-    story_.add("table", row.table);
+    history_.add("row", number);
+    history_.add("table", row.table);
     handle_->replication_engine_active = engine_must_remove(row) ? 1 : 0;
     if (random_.one_in(3)) {
         err_ = s.cr.remove(handle_, block, row.record, 0);
@@ -109,8 +109,8 @@ void Driver::remove_and_destroy(u32 number) {
     Row &row = model_.rows[number];
     kel_record *record = row.record;
     kel_table *block = model_.tables[row.table].block;
-    story_.add("row", number);
-    story_.add("references", row.refs);
+    history_.add("row", number);
+    history_.add("references", row.refs);
     handle_->replication_engine_active = engine_must_remove(row) ? 1 : 0;
     model_.remove(number, tenant_);
     note_release(row);
@@ -125,14 +125,14 @@ void Driver::remove_and_destroy(u32 number) {
     if (!last) expect_row(model_.rows[number]);
 }
 
-// A removal from an index that the record isn't in unlinks it all the same.
+// A removal from an index that the record is not in unlinks it nevertheless.
 void Driver::remove_absent() {
     const u32 number = pick_any();
     if (number == no_row) return;
     const Row &row = model_.rows[number];
     const u32 table = row.table != outside ? 1 - row.table : any_table();
-    story_.add("row", number);
-    story_.add("table", table);
+    history_.add("row", number);
+    history_.add("table", table);
     handle_->replication_engine_active = model_.tables[table].marked ? 1 : 0;
     form().remove(handle_, tx_, model_.tables[table].block, row.record, &err_);
     handle_->replication_engine_active = 0;
@@ -146,12 +146,12 @@ void Driver::request_destroy() {
     if (number == no_row) return;
     Row &row = model_.rows[number];
     const TableModel &table = model_.tables[row.table];
-    story_.add("row", number);
+    history_.add("row", number);
     form().request_destroy(handle_, tx_, table.block, nullptr, &err_);
     expect_error(22);
     form().request_destroy(handle_, tx_, table.block, row.record, &err_);
     expect_error(table.marked ? 0 : 22);
-    // So that there are pending records in a table that isn't marked, too.
+    // Also makes pending records in a table that is not marked.
     if (!table.marked) keldb_request_record_destroy(handle_, tx_, row.record, &err_);
     expect_error(0);
     row.pending = true;

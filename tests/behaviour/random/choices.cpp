@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What an operation is done with.
+// Random choices: forms, tables, sources, records.
 #include "tests/behaviour/random/driver.h"
 
 namespace tarn::test {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// The course of a run: phases in which the tables grow, stay and shrink, and in each
-// step one operation.
+// A run: phases in which the tables grow, stay and shrink, with one operation per step.
 #include "tests/behaviour/random/driver.h"
 
 namespace tarn::test {
 
 namespace {
 
-// Far apart, so that an order by signed numbers would show.
+// Far apart, to detect an order by signed numbers.
 constexpr u16 tenants[] = {0, 7, 40000};
 
 // Steps between two comparisons of everything.
@@ -20,7 +19,7 @@ std::string describe(const Run &run) {
     std::ostringstream text;
     text << "key kind " << run.kind->name << (run.transactions ? " with transactions" : "")
          << ", handle " << mode_name(run.mode) << ", seed " << run.seed
-         << "\nto have it again, run the same test with TARNBASE_RANDOM_SEED=" << run.seed
+         << "\nto repeat it, run the same test with TARNBASE_RANDOM_SEED=" << run.seed
          << " TARNBASE_RANDOM_STEPS=<the failing step + 1>";
     return text.str();
 }
@@ -68,13 +67,13 @@ Driver::Driver(World &world, const Run &run)
       run_(run),
       s(*run.kind->subject),
       random_(run.seed),
-      story_(describe(run)),
+      history_(describe(run)),
       handles_{make_handle(world.session.store(), run.mode),
                make_handle(world.session.store(), companion_of(run.mode))},
       handle_(handles_[0]),
       usage_before_(s.record_descriptor->variant_info->variants[0]) {
     for (u32 number = 0; number < run.kind->keys; ++number) {
-        keys_.push_back(std::make_unique<SearchKey>(s, handle_, number));
+        keys_.push_back(std::make_unique<Key>(s, handle_, number));
     }
     for (u32 table = 0; table < table_count; ++table) open(table);
 }
@@ -89,7 +88,7 @@ void Driver::go() {
     for (step_ = 0; step_ < run_.steps && !failed_; ++step_) step();
     if (tx_ != KEL_TX_NONE && !failed_) commit();
     if (!failed_) check_whole();
-    if (!failed_) give_everything_back();
+    if (!failed_) release_everything();
 }
 
 void Driver::step() {
@@ -100,12 +99,12 @@ void Driver::step() {
     if (run_.transactions) begin_or_end();
     if (step_ >= phase_end_ && tx_ == KEL_TX_NONE) next_phase();
     const Operation &operation = draw();
-    story_.begin(step_, operation.name);
+    history_.begin(step_, operation.name);
     (this->*operation.run)();
     if (step_ % whole_interval == whole_interval - 1 && !failed_) check_whole();
 }
 
-// A table that has shrunk is emptied, freed and opened anew, perhaps in another way.
+// Empties and frees a table that has shrunk, and opens it again, perhaps in another way.
 void Driver::next_phase() {
     if (phase_ == shrinking && step_ != 0) {
         for (u32 table = 0; table < table_count && !failed_; ++table) reopen(table);
@@ -128,8 +127,8 @@ const Driver::Operation &Driver::draw() {
     return *tickets[random_.below(static_cast<u32>(tickets.size()))];
 }
 
-void Driver::give_everything_back() {
-    story_.begin(step_, "give everything back");
+void Driver::release_everything() {
+    history_.begin(step_, "release everything");
     for (u32 row = 0; row < model_.rows.size() && !failed_; ++row) {
         while (model_.rows[row].record != nullptr && !failed_) {
             if (model_.rows[row].table != outside) remove(row);
@@ -147,7 +146,7 @@ void Driver::choose_tenant(u16 tenant) {
 
 void Driver::choose_any_tenant() { choose_tenant(random_.of(tenants)); }
 
-// A handle that gives objects the store's descriptors, or one that doesn't.
+// A handle with per-store descriptors, or one without.
 void Driver::choose_handle_of(bool store_types) {
     for (kel_handle *handle : handles_) {
         if ((handle->store_types_enabled != 0) == store_types) handle_ = handle;
@@ -157,7 +156,7 @@ void Driver::choose_handle_of(bool store_types) {
 void Driver::fail(const std::string &what) {
     if (failed_) return;
     failed_ = true;
-    ADD_FAILURE() << what << "\nat step " << step_ << " of " << story_.tell();
+    ADD_FAILURE() << what << "\nat step " << step_ << " of " << history_.text();
 }
 
 void Driver::expect_error(u32 expected) {

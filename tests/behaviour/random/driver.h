@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Random operations on two tables of a kind, each compared with the model. What is
-// done follows from kind, mode, seed and whether transactions are begun, so that a
-// failure comes again with the same four.
+// Random operations on two tables of a kind, each compared with the model. Kind, mode, seed
+// and whether transactions are begun determine the operations, so the same four repeat a
+// failure.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_RANDOM_DRIVER_H
 #define TARNBASE_TESTS_BEHAVIOUR_RANDOM_DRIVER_H
 
@@ -15,18 +15,17 @@
 #include <string>
 #include <vector>
 
+#include "tests/behaviour/random/history.h"
 #include "tests/behaviour/random/kind.h"
 #include "tests/behaviour/random/model.h"
 #include "tests/behaviour/random/random.h"
-#include "tests/behaviour/random/search_key.h"
-#include "tests/behaviour/random/story.h"
 #include "tests/support/fixture.h"
 #include "tests/support/snapshot.h"
 
 namespace tarn::test {
 
-// What lives as long as the process: the store, since a table caches its root of
-// tables opened by id process-wide, and what is known of automatic ids.
+// What lives as long as the process: the store, since a table's root of tables opened by id
+// is cached for the process, and the automatic ids.
 struct World {
     Session session;
     std::optional<u64> next_id;  // the next automatic id, once one was given
@@ -34,7 +33,7 @@ struct World {
     u64 given_iors = 0;
 };
 
-// Records that are alive at most, so that comparing everything stays cheap.
+// The most records alive, which bounds the cost of comparing everything.
 constexpr u32 most_records = 150;
 
 struct Run {
@@ -52,7 +51,7 @@ class Driver {
     Driver(const Driver &) = delete;
     Driver &operator=(const Driver &) = delete;
 
-    // Takes all steps, then gives everything back. Stops at the first failure.
+    // Takes all steps, then releases everything. Stops at the first failure.
     void go();
     bool failed() const { return failed_; }
 
@@ -61,7 +60,7 @@ class Driver {
     struct Operation {
         const char *name;
         void (Driver::*run)();
-        u32 tickets[3];  // by phase: how often it is drawn
+        u32 tickets[3];  // by phase: its share of the draws
     };
     static const Operation operations[];
 
@@ -69,7 +68,7 @@ class Driver {
     void step();
     void next_phase();
     const Operation &draw();
-    void give_everything_back();
+    void release_everything();
     void choose_tenant(u16 tenant);
     void choose_any_tenant();
     void choose_handle_of(bool store_types);
@@ -82,7 +81,7 @@ class Driver {
         return false;
     }
     void fail(const std::string &what);
-    // The error of the operation just called, and the handle's.
+    // The error of the last operation, and the handle's.
     void expect_error(u32 expected);
     u32 take_cr_error();
 
@@ -144,7 +143,7 @@ class Driver {
     void enter_with_error();
 
     // reads.cpp
-    void answered(kel_record *record, const Found &expected);
+    void expect_found(kel_record *record, const Found &expected);
     void search();
     void search_by_object();
     void step_by_key();
@@ -179,11 +178,11 @@ class Driver {
     const Run run_;
     const Subject &s;
     Random random_;
-    Story story_;
+    History history_;
     Model model_;
     std::array<kel_handle *, 2> handles_;
     kel_handle *handle_;
-    std::vector<std::unique_ptr<SearchKey>> keys_;
+    std::vector<std::unique_ptr<Key>> keys_;
     std::vector<u8> wire_;
     u32 tx_ = KEL_TX_NONE;
     u32 err_ = 0;
@@ -203,7 +202,7 @@ class Driver {
     Model model_before_;
     std::optional<StoreSnapshot> bytes_before_;
     std::map<kel_record *, u32> references_kept_;  // an added reference isn't logged,
-    std::set<kel_record *> references_logged_;     // until the first one is given back
+    std::set<kel_record *> references_logged_;     // until the first release
 };
 
 }  // namespace tarn::test

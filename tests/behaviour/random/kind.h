@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A table of each kind of key, and what the random operations need of it besides its
-// exported operations.
+// A table of each kind of key, with what the random operations need besides its exported
+// operations.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_RANDOM_KIND_H
 #define TARNBASE_TESTS_BEHAVIOUR_RANDOM_KIND_H
 
@@ -15,9 +15,9 @@ namespace tarn::test {
 struct Kind {
     const char *name;  // of the kind of key
     const Subject *subject;
-    u32 keys;    // key numbers are below this: few, so that they meet often
+    u32 keys;    // key numbers are below this: few, so that keys are often equal
     u32 values;  // values of the field that is no key are below this
-    // A text in the value object that is no key, and no key's.
+    // A text in the value object that is not part of a key.
     void (*set_text)(kel_handle *, u32 tx, void *object, const std::string &text, u32 *err);
     std::string (*get_text)(kel_handle *, const void *object);
 };

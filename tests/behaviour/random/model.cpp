@@ -3,7 +3,7 @@
 
 namespace tarn::test {
 
-Found answer(const Row *row) {
+Found found_of(const Row *row) {
     return {row, row != nullptr && row->place.src != KEL_SOURCE_SHADOW ? 1U : 0U};
 }
 
@@ -51,7 +51,7 @@ void Model::remove(std::uint32_t number, std::uint16_t tenant) {
     table.index.erase(row.place);
     row.table = outside;
     remove_absent(number);
-    // The tenant that counts is the caller's, who may have counted none.
+    // The caller's tenant is counted; it may have no records.
     if (tenant == 0) return;
     TenantCounts &counts = table.tenants[tenant];
     if (counts.total != 0) --counts.total;
@@ -105,7 +105,7 @@ const Row *Model::first(std::uint32_t table, std::uint16_t tenant, const Filter 
 }
 
 const Row *Model::last(std::uint32_t table, std::uint16_t tenant, const Filter &filter) const {
-    // No key is as high as this one.
+    // Higher than every key.
     return prev(table, {tenant, ~std::uint32_t{0}, KEL_SOURCE_SHADOW}, tenant, filter);
 }
 
@@ -125,13 +125,13 @@ const Row *Model::sub_prev(std::uint32_t table, const Place &place) const {
 Found Model::search(std::uint32_t table, const Place &place, bool nearest, bool forward,
                     bool skip_pending) const {
     const Row *hit = at(table, place);
-    if (hit != nullptr && !(skip_pending && hit->pending)) return answer(hit);
+    if (hit != nullptr && !(skip_pending && hit->pending)) return found_of(hit);
     if (!nearest) return {};
-    // The walk that hides nothing takes the default source, whatever was asked for.
+    // A walk that hides no pending record uses the default source for any source.
     const Filter filter{skip_pending ? place.src : std::uint8_t{KEL_SOURCE_DEFAULT}, true,
                         skip_pending};
-    Found found = answer(forward ? next(table, place, place.tenant, filter)
-                                 : prev(table, place, place.tenant, filter));
+    Found found = found_of(forward ? next(table, place, place.tenant, filter)
+                                   : prev(table, place, place.tenant, filter));
     found.reports *= 2;  // by the walk and by the search
     return found;
 }
@@ -141,8 +141,8 @@ Found Model::by_key(std::uint32_t table, const Place &place, bool forward,
     const Found exact = search(table, place, false, true, skip_pending);
     if (exact.row == nullptr) return search(table, place, true, forward, skip_pending);
     const Filter filter{place.src, true, skip_pending};
-    Found found = answer(forward ? next(table, place, place.tenant, filter)
-                                 : prev(table, place, place.tenant, filter));
+    Found found = found_of(forward ? next(table, place, place.tenant, filter)
+                                   : prev(table, place, place.tenant, filter));
     found.reports += exact.reports;
     return found;
 }
@@ -150,7 +150,7 @@ Found Model::by_key(std::uint32_t table, const Place &place, bool forward,
 Found Model::shadow(std::uint32_t table, const Row &row) const {
     Found found{&row, 0};
     while (found.row != nullptr && found.row->place.src != KEL_SOURCE_SHADOW) {
-        const Found step = answer(sub_next(table, found.row->place));
+        const Found step = found_of(sub_next(table, found.row->place));
         found = {step.row, found.reports + step.reports};
     }
     return found;

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What two tables of a kind should hold and answer, kept in containers of the
-// standard library. A copy of it is what a rollback brings back.
+// What two tables of a kind should contain and return, in containers of the standard
+// library. A rollback restores a copy of it.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_RANDOM_MODEL_H
 #define TARNBASE_TESTS_BEHAVIOUR_RANDOM_MODEL_H
 
@@ -33,7 +33,7 @@ struct Filter {
 };
 
 constexpr std::uint32_t table_count = 2;
-constexpr std::uint32_t outside = table_count;  // a row's `table` while it is in no index
+constexpr std::uint32_t outside = table_count;  // a row's `table` when it is in no index
 constexpr std::uint32_t no_row = ~std::uint32_t{0};
 
 // A record that is alive.
@@ -54,7 +54,7 @@ struct Row {
     std::uint8_t flags() const;
 };
 
-// What a read should answer, and how many reads it reports to the replication engine.
+// The expected result of a read, and how many reads it reports to the replication engine.
 struct Found {
     const Row *row = nullptr;
     std::uint32_t reports = 0;
@@ -82,25 +82,25 @@ class Model {
     std::array<std::uint64_t, 2> created{};
     std::array<std::uint64_t, 2> destroyed{};
 
-    std::uint32_t add(const Row &row);  // a new record; answers the number of its row
+    std::uint32_t add(const Row &row);  // a new record; returns the number of its row
     void forget(std::uint32_t row);     // a record that was destroyed, outside
     void insert(std::uint32_t row, std::uint32_t table, bool by_pkey, std::uint16_t tenant);
     void remove(std::uint32_t row, std::uint16_t tenant);
-    // A removal from an index that the record isn't in.
+    // A removal from an index that the record is not in.
     void remove_absent(std::uint32_t row);
 
     bool holds(std::uint32_t table, const Place &place) const {
         return tables[table].index.count(place) != 0;
     }
     const Row *at(std::uint32_t table, const Place &place) const;
-    // The first record behind, or before, `place` in the tenant's run that passes.
+    // The first record after, or before, `place` in the tenant's run that passes.
     const Row *next(std::uint32_t table, const Place &place, std::uint16_t tenant,
                     const Filter &filter) const;
     const Row *prev(std::uint32_t table, const Place &place, std::uint16_t tenant,
                     const Filter &filter) const;
     const Row *first(std::uint32_t table, std::uint16_t tenant, const Filter &filter) const;
     const Row *last(std::uint32_t table, std::uint16_t tenant, const Filter &filter) const;
-    // The direct neighbour, if it has the same key in whatever tenant.
+    // The direct neighbour, if it has the same key, of any tenant.
     const Row *sub_next(std::uint32_t table, const Place &place) const;
     const Row *sub_prev(std::uint32_t table, const Place &place) const;
 
@@ -111,7 +111,7 @@ class Model {
 
     // Over all tenants.
     std::uint32_t count(std::uint32_t table, std::uint8_t src) const;
-    // What a tenant other than the default one is told.
+    // The count that a tenant other than the default one gets.
     std::uint32_t tenant_count(std::uint32_t table, std::uint16_t tenant) const;
     std::uint32_t tenant_count(std::uint32_t table, std::uint16_t tenant, std::uint8_t src) const;
 
@@ -120,7 +120,7 @@ class Model {
 };
 
 // One read of a record, reported unless it is a shadow.
-Found answer(const Row *row);
+Found found_of(const Row *row);
 
 }  // namespace tarn::test
 

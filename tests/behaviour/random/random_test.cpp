@@ -3,7 +3,7 @@
 // failure prints its seed, its step and the operations before it.
 //
 //   TARNBASE_RANDOM_STEPS   steps of each test, for longer or shorter runs
-//   TARNBASE_RANDOM_SEED    one run with this seed, of that many steps: a failure again
+//   TARNBASE_RANDOM_SEED    one run with this seed and that many steps, to repeat a failure
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr u32 default_steps = 1000000;
 
-// A test is made of runs with seeds 1, 2, 3, ..., each in the next one of the modes.
+// A test has runs with seeds 1, 2, 3, ..., which take the modes in turn.
 constexpr u32 steps_of_a_run = 25000;
 
 u64 number_from_environment(const char *name, u64 fallback) {
@@ -32,7 +32,7 @@ World &world_of(const Kind &kind) {
     std::unique_ptr<World> &world = worlds[&kind];
     if (world != nullptr) return *world;
     world = std::make_unique<World>();
-    // The store makes some blocks once and for all.
+    // The store allocates some blocks only once.
     for (u64 seed = 0; seed < std::size(all_modes); ++seed) {
         Driver(*world, {&kind, mode_of_seed(seed), seed, 200, false}).go();
     }
@@ -46,7 +46,7 @@ class RandomOperations : public ::testing::TestWithParam<Kind> {
     RandomOperations() { kel_trace_set_sink(silence, nullptr); }
     ~RandomOperations() override { kel_trace_set_sink(nullptr, nullptr); }
 
-    // All runs, or the one asked for.
+    // All runs, or the one of the environment.
     void run(bool transactions) {
         const u64 steps = number_from_environment("TARNBASE_RANDOM_STEPS", default_steps);
         const u64 only = number_from_environment("TARNBASE_RANDOM_SEED", 0);

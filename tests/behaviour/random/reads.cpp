@@ -6,8 +6,8 @@
 
 namespace tarn::test {
 
-// What a read has answered, and what it has reported to the replication engine.
-void Driver::answered(kel_record *record, const Found &expected) {
+// The result of a read, and what it has reported to the replication engine.
+void Driver::expect_found(kel_record *record, const Found &expected) {
     same(record, expected.row != nullptr ? expected.row->record : nullptr, "the record found");
     same(reports.count, expected.reports, "the reads reported");
     if (expected.reports != 0 && expected.row != nullptr &&
@@ -26,10 +26,10 @@ void Driver::search() {
     const void *key = keys_[place.key]->value();
     const u32 nearest = random_.below(2);
     const u32 choice = random_.below(8);
-    story_.add("table", table);
-    story_.add("key", place.key);
-    story_.add("source", place.src);
-    story_.add("form", choice);
+    history_.add("table", table);
+    history_.add("key", place.key);
+    history_.add("source", place.src);
+    history_.add("form", choice);
     kel_record *record = nullptr;
     Found expected;
     switch (choice) {
@@ -50,7 +50,7 @@ void Driver::search() {
             expected = model_.search(table, usual, nearest != 0, true, true);
             break;
         case 4:
-            // The nearest one counts, and is reported, also where its key differs.
+            // The nearest record is reported even if its key differs.
             record = s.index.search_sub_first(handle_, tx_, block, key, &err_);
             expected = model_.search(table, usual, true, true, false);
             if (expected.row != nullptr && expected.row->place.key != place.key) {
@@ -72,7 +72,7 @@ void Driver::search() {
             expected = model_.search(table, place, nearest != 0, forward, skip);
         }
     }
-    answered(record, expected);
+    expect_found(record, expected);
 }
 
 void Driver::search_by_object() {
@@ -81,17 +81,18 @@ void Driver::search_by_object() {
     const Place place = any_place();
     const void *object = keys_[place.key]->object();
     const u32 nearest = random_.below(2);
-    story_.add("table", table);
-    story_.add("key", place.key);
-    story_.add("source", place.src);
-    story_.add("nearest", nearest);
+    history_.add("table", table);
+    history_.add("key", place.key);
+    history_.add("source", place.src);
+    history_.add("nearest", nearest);
     if (random_.coin()) {
-        answered(form().search_object(handle_, tx_, block, object, nearest, &err_),
-                 model_.search(table, {place.tenant, place.key, KEL_SOURCE_DEFAULT}, nearest != 0,
-                               true, false));
+        expect_found(form().search_object(handle_, tx_, block, object, nearest, &err_),
+                     model_.search(table, {place.tenant, place.key, KEL_SOURCE_DEFAULT},
+                                   nearest != 0, true, false));
     } else {
-        answered(form().search_object_w_src(handle_, tx_, block, object, nearest, place.src, &err_),
-                 model_.search(table, place, nearest != 0, true, false));
+        expect_found(
+            form().search_object_w_src(handle_, tx_, block, object, nearest, place.src, &err_),
+            model_.search(table, place, nearest != 0, true, false));
     }
 }
 
@@ -100,41 +101,41 @@ void Driver::step_by_key() {
     kel_table *block = model_.tables[table].block;
     const Place place = any_place();
     const Place usual{place.tenant, place.key, KEL_SOURCE_DEFAULT};
-    const SearchKey &key = *keys_[place.key];
+    const Key &key = *keys_[place.key];
     const u32 choice = random_.below(8);
-    story_.add("table", table);
-    story_.add("key", place.key);
-    story_.add("source", place.src);
-    story_.add("form", choice);
+    history_.add("table", table);
+    history_.add("key", place.key);
+    history_.add("source", place.src);
+    history_.add("form", choice);
     switch (choice) {
         case 0:
-            return answered(s.index.next_by_key(handle_, tx_, block, key.value(), &err_),
-                            model_.by_key(table, usual, true, false));
+            return expect_found(s.index.next_by_key(handle_, tx_, block, key.value(), &err_),
+                                model_.by_key(table, usual, true, false));
         case 1:
-            return answered(s.index.prev_by_key(handle_, tx_, block, key.value(), &err_),
-                            model_.by_key(table, usual, false, false));
+            return expect_found(s.index.prev_by_key(handle_, tx_, block, key.value(), &err_),
+                                model_.by_key(table, usual, false, false));
         case 2:
-            return answered(
+            return expect_found(
                 s.index.next_by_key_not_pending(handle_, tx_, block, key.value(), &err_),
                 model_.by_key(table, usual, true, true));
         case 3:
-            return answered(
+            return expect_found(
                 s.index.prev_by_key_not_pending(handle_, tx_, block, key.value(), &err_),
                 model_.by_key(table, usual, false, true));
         case 4:
-            return answered(
+            return expect_found(
                 s.index.next_by_key_w_src(handle_, tx_, block, key.value(), place.src, &err_),
                 model_.by_key(table, place, true, false));
         case 5:
-            return answered(
+            return expect_found(
                 s.index.next_by_object_w_src(handle_, tx_, block, key.object(), place.src, &err_),
                 model_.by_key(table, place, true, false));
         case 6:
-            return answered(form().next_by_object(handle_, tx_, block, key.object(), &err_),
-                            model_.by_key(table, usual, true, false));
+            return expect_found(form().next_by_object(handle_, tx_, block, key.object(), &err_),
+                                model_.by_key(table, usual, true, false));
         default:
-            return answered(form().prev_by_object(handle_, tx_, block, key.object(), &err_),
-                            model_.by_key(table, usual, false, false));
+            return expect_found(form().prev_by_object(handle_, tx_, block, key.object(), &err_),
+                                model_.by_key(table, usual, false, false));
     }
 }
 
@@ -144,37 +145,39 @@ void Driver::take_end() {
     const u8 src = any_source();
     const u32 choice = random_.below(9);
     const auto first = [&](const Filter &filter) {
-        return answer(model_.first(table, tenant_, filter));
+        return found_of(model_.first(table, tenant_, filter));
     };
     const auto last = [&](const Filter &filter) {
-        return answer(model_.last(table, tenant_, filter));
+        return found_of(model_.last(table, tenant_, filter));
     };
-    story_.add("table", table);
-    story_.add("source", src);
-    story_.add("form", choice);
+    history_.add("table", table);
+    history_.add("source", src);
+    history_.add("form", choice);
     switch (choice) {
         case 0:
-            return answered(names().first(handle_, tx_, block, &err_), first({}));
+            return expect_found(names().first(handle_, tx_, block, &err_), first({}));
         case 1:
-            return answered(names().last(handle_, tx_, block, &err_), last({}));
+            return expect_found(names().last(handle_, tx_, block, &err_), last({}));
         case 2:
-            return answered(names().first_by_src(handle_, tx_, block, src, &err_), first({src}));
+            return expect_found(names().first_by_src(handle_, tx_, block, src, &err_),
+                                first({src}));
         case 3:
-            return answered(names().last_by_src(handle_, tx_, block, src, &err_), last({src}));
+            return expect_found(names().last_by_src(handle_, tx_, block, src, &err_), last({src}));
         case 4:
-            return answered(names().first_ignore_src(handle_, tx_, block, &err_),
-                            first({0, false, false}));
+            return expect_found(names().first_ignore_src(handle_, tx_, block, &err_),
+                                first({0, false, false}));
         case 5:
-            return answered(s.index.first_not_pending(handle_, tx_, block, src, &err_),
-                            first({src, true, true}));
+            return expect_found(s.index.first_not_pending(handle_, tx_, block, src, &err_),
+                                first({src, true, true}));
         case 6:
-            return answered(s.index.last_not_pending(handle_, tx_, block, src, &err_),
-                            last({src, true, true}));
+            return expect_found(s.index.last_not_pending(handle_, tx_, block, src, &err_),
+                                last({src, true, true}));
         default: {
             const u32 mode = random_.below(2);
             const Filter filter{src == 0 ? u8{KEL_SOURCE_DEFAULT} : src, mode == 0, false};
-            return answered(s.index.get_cr(handle_, block, choice == 7 ? 0 : 1, nullptr, src, mode),
-                            choice == 7 ? first(filter) : last(filter));
+            return expect_found(
+                s.index.get_cr(handle_, block, choice == 7 ? 0 : 1, nullptr, src, mode),
+                choice == 7 ? first(filter) : last(filter));
         }
     }
 }
@@ -190,49 +193,50 @@ void Driver::take_step() {
     const bool forward = random_.coin();
     const u32 choice = random_.below(6);
     const auto neighbour = [&](const Filter &filter) {
-        return answer(forward ? model_.next(table, place, tenant_, filter)
-                              : model_.prev(table, place, tenant_, filter));
+        return found_of(forward ? model_.next(table, place, tenant_, filter)
+                                : model_.prev(table, place, tenant_, filter));
     };
-    story_.add("table", table);
-    story_.add("row", number);
-    story_.add("source", src);
-    story_.add("form", choice * 2 + (forward ? 1 : 0));
+    history_.add("table", table);
+    history_.add("row", number);
+    history_.add("source", src);
+    history_.add("form", choice * 2 + (forward ? 1 : 0));
     switch (choice) {
         case 0: {
             const auto step = forward ? names().next : names().prev;
-            return answered(step(handle_, tx_, block, position, &err_), neighbour({}));
+            return expect_found(step(handle_, tx_, block, position, &err_), neighbour({}));
         }
         case 1: {
             const auto step = forward ? names().next_by_src : names().prev_by_src;
-            return answered(step(handle_, tx_, block, position, src, &err_), neighbour({src}));
+            return expect_found(step(handle_, tx_, block, position, src, &err_), neighbour({src}));
         }
         case 2: {
             const auto step = forward ? names().next_ignore_src : names().prev_ignore_src;
-            return answered(step(handle_, tx_, block, position, &err_),
-                            neighbour({0, false, false}));
+            return expect_found(step(handle_, tx_, block, position, &err_),
+                                neighbour({0, false, false}));
         }
         case 3: {
             const auto step = forward ? s.index.next_not_pending : s.index.prev_not_pending;
-            return answered(step(handle_, tx_, block, position, src, &err_),
-                            neighbour({src, true, true}));
+            return expect_found(step(handle_, tx_, block, position, src, &err_),
+                                neighbour({src, true, true}));
         }
         case 4: {
             const u32 mode = random_.below(2);
             const Filter filter{src == 0 ? u8{KEL_SOURCE_DEFAULT} : src, mode == 0, false};
-            return answered(s.index.get_cr(handle_, block, forward ? 3 : 2, position, src, mode),
-                            neighbour(filter));
+            return expect_found(
+                s.index.get_cr(handle_, block, forward ? 3 : 2, position, src, mode),
+                neighbour(filter));
         }
         default: {
             const u32 match = random_.below(2);
             const u32 skip = random_.below(2);
             const auto step = forward ? s.index.next_internal : s.index.prev_internal;
-            return answered(step(handle_, tx_, block, position, src, match, skip, &err_),
-                            neighbour({src, match != 0, skip != 0}));
+            return expect_found(step(handle_, tx_, block, position, src, match, skip, &err_),
+                                neighbour({src, match != 0, skip != 0}));
         }
     }
 }
 
-// Records of the same key, of whatever tenant.
+// Records of the same key, of any tenant.
 void Driver::take_neighbour() {
     const u32 table = any_table();
     kel_table *block = model_.tables[table].block;
@@ -240,23 +244,23 @@ void Driver::take_neighbour() {
     if (number == no_row) return;
     const Row &row = model_.rows[number];
     const u32 choice = random_.below(3);
-    story_.add("table", table);
-    story_.add("row", number);
-    story_.add("form", choice);
+    history_.add("table", table);
+    history_.add("row", number);
+    history_.add("form", choice);
     switch (choice) {
         case 0:
-            return answered(names().sub_next(handle_, tx_, block, row.record, &err_),
-                            answer(model_.sub_next(table, row.place)));
+            return expect_found(names().sub_next(handle_, tx_, block, row.record, &err_),
+                                found_of(model_.sub_next(table, row.place)));
         case 1:
-            return answered(names().sub_prev(handle_, tx_, block, row.record, &err_),
-                            answer(model_.sub_prev(table, row.place)));
+            return expect_found(names().sub_prev(handle_, tx_, block, row.record, &err_),
+                                found_of(model_.sub_prev(table, row.place)));
         default:
-            return answered(names().shadow(handle_, tx_, block, row.record, &err_),
-                            model_.shadow(table, row));
+            return expect_found(names().shadow(handle_, tx_, block, row.record, &err_),
+                                model_.shadow(table, row));
     }
 }
 
-// From a key that need not be there up to another one.
+// From one key to another; neither must be in the table.
 void Driver::read_range() {
     const u32 table = any_table();
     kel_table *block = model_.tables[table].block;
@@ -266,9 +270,9 @@ void Driver::read_range() {
     const Row *row =
         model_.search(table, {tenant_, from, KEL_SOURCE_DEFAULT}, true, true, false).row;
     kel_record *record = s.index.search_nearest(handle_, tx_, block, keys_[from]->value(), &err_);
-    story_.add("table", table);
-    story_.add("from", from);
-    story_.add("to", to);
+    history_.add("table", table);
+    history_.add("from", from);
+    history_.add("to", to);
     while (row != nullptr && row->place.key <= to && !failed_) {
         if (!same(record, row->record, "a record of the range")) return;
         const void *holder = s.has_key_object() ? record->key_object : record->object;
@@ -289,8 +293,8 @@ void Driver::count() {
                                  : model_.tenant_count(table, tenant_);
     const u32 by_src =
         tenant_ == 0 ? model_.count(table, src) : model_.tenant_count(table, tenant_, src);
-    story_.add("table", table);
-    story_.add("source", src);
+    history_.add("table", table);
+    history_.add("source", src);
     same(form().get_count(handle_, tx_, block), all, "the count");
     same(s.cr.get_count(handle_, block), all, "the count of the `_cr` form");
     same(form().get_count_by_src(handle_, tx_, block, src + 256U * random_.below(2)), by_src,
@@ -300,7 +304,7 @@ void Driver::count() {
 void Driver::look_at_one() {
     const u32 number = pick_any();
     if (number == no_row) return;
-    story_.add("row", number);
+    history_.add("row", number);
     expect_row(model_.rows[number]);
     expect_content(model_.rows[number]);
 }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Records: made, filled, changed, copied by the wire, referred to and destroyed.
+// Creating, filling, changing, copying, referencing and destroying records.
 #include "tests/behaviour/random/driver.h"
 
 namespace tarn::test {
 
 namespace {
 
-// Texts that lie in their strings and texts that lie outside.
+// Texts stored inside and outside their strings.
 const std::string &text_number(u32 number) {
     static const auto texts = [] {
         std::vector<std::string> made;
@@ -20,10 +20,10 @@ constexpr u32 text_count = 40;
 
 }  // namespace
 
-// A record by one of the forms that give it the source asked for.
+// A record with this source, created by any form that can do so.
 kel_record *Driver::create(u8 src, bool with_objects) {
     kel_record *record = nullptr;
-    err_ = 5;  // is cleared, whatever it was
+    err_ = 5;  // is cleared
     if (with_objects) {
         record = s.cr.create(handle_, 1);
         err_ = take_cr_error();
@@ -37,7 +37,7 @@ kel_record *Driver::create(u8 src, bool with_objects) {
     return record;
 }
 
-// A new record outside; answers its row.
+// A new record outside; returns its row.
 u32 Driver::make(u8 src) {
     Row row;
     const bool with_objects = src == KEL_SOURCE_DEFAULT && random_.one_in(4);
@@ -46,8 +46,8 @@ u32 Driver::make(u8 src) {
     row.store_object = row.store_type;
     row.value = random_.below(run_.kind->values);
     row.text = random_.below(text_count);
-    story_.add("key", row.place.key);
-    story_.add("source", src);
+    history_.add("key", row.place.key);
+    history_.add("source", src);
     row.record = create(src, with_objects);
     if (row.record == nullptr) {
         fail("no record is made");
@@ -83,7 +83,7 @@ void Driver::add_ref() {
     const u32 number = pick_any();
     if (number == no_row) return;
     Row &row = model_.rows[number];
-    story_.add("row", number);
+    history_.add("row", number);
     if (row.refs >= 4) return;
     same(form().add_ref(handle_, tx_, row.record, &err_), row.refs, "the references before");
     ++row.refs;
@@ -91,12 +91,12 @@ void Driver::add_ref() {
     expect_row(row);
 }
 
-// Gives a reference back; with the last one the record leaves its index and is gone.
+// Releases a reference; the last release removes and destroys the record.
 void Driver::destroy(u32 number) {
     Row &row = model_.rows[number];
     kel_record *record = row.record;
-    story_.add("row", number);
-    story_.add("references", row.refs);
+    history_.add("row", number);
+    history_.add("references", row.refs);
     note_release(row);
     const bool last = row.refs == 1;
     if (last) {
@@ -116,8 +116,8 @@ void Driver::destroy(u32 number) {
 }
 
 void Driver::destroy_one() {
-    // A record that was unlinked by a removal from the wrong table stays in its own:
-    // destroying it now would leave its node behind.
+    // A record unlinked by a removal from the wrong table is still in its own index:
+    // destroying it would leave its node there.
     const u32 number = pick([](const Row &row) { return row.table == outside || row.linked; });
     if (number == no_row) return;
     const Row &row = model_.rows[number];
@@ -157,7 +157,7 @@ void Driver::change_key() {
     expect_content(row);
 }
 
-// A record outside gets another object, the old one going in one of two ways.
+// Replaces the object of a record outside, in one of two ways.
 void Driver::replace_object() {
     const u32 number = pick_outside();
     if (number == no_row) return;
@@ -173,13 +173,13 @@ void Driver::replace_object() {
         s.object.destroy(handle_, tx_, old);
     }
     same(s.object.get(handle_, tx_, row.record), object, "the record's object");
-    // An object that is in a record goes into no other one.
+    // An object that is in a record cannot be attached to another one.
     s.object.set(handle_, tx_, row.record, object);
     if (take_cr_error() == 0) fail("an embedded object is accepted");
     fill(row);
 }
 
-// Writes a record into the buffer; answers the length.
+// Writes a record into the buffer; returns the length.
 u32 Driver::to_wire(const Row &row) {
     const u32 length = form().len(handle_, tx_, row.record);
     wire_.assign(length + 1, 0xa5);
@@ -195,7 +195,7 @@ u32 Driver::to_wire(const Row &row) {
     return length;
 }
 
-// What a new record is that is read from the wire form of `from`.
+// A new record that is read from the wire form of `from`.
 Row Driver::read_row(const Row &from) {
     Row row;
     row.place = {tenant_, from.place.key, KEL_SOURCE_DEFAULT};
@@ -220,7 +220,7 @@ void Driver::copy_by_wire() {
     expect_content(row);
 }
 
-// A record outside takes on what another one holds; a record inside only its own.
+// Reads another record's wire form into a record outside, or its own into one inside.
 void Driver::read_over() {
     const u32 from = pick_any();
     if (from == no_row) return;
@@ -228,8 +228,8 @@ void Driver::read_over() {
     const u32 to = other == no_row || random_.one_in(3) ? from : other;
     Row &row = model_.rows[to];
     const u32 length = to_wire(model_.rows[from]);
-    // Reading an enumeration stores its descriptor without a log, so that a rollback
-    // wouldn't bring another handle's back.
+    // Reading an enumeration stores its descriptor without logging, so a rollback would not
+    // restore another handle's.
     if (tx_ != KEL_TX_NONE) choose_handle_of(row.store_object);
     row.store_object = handle_->store_types_enabled != 0;
     same(form().unmarshal(handle_, tx_, &row.record, wire_.data(), length, 1, &err_), length,
@@ -242,7 +242,7 @@ void Driver::read_over() {
     expect_content(row);
 }
 
-// A key that went over the wire finds its record.
+// A key read from the wire finds its record.
 void Driver::send_key() {
     const u32 number = pick_any();
     if (number == no_row) return;
@@ -260,11 +260,11 @@ void Driver::send_key() {
     const Place place{tenant_, row.place.key, row.place.src};
     kel_record *found = form().search_object_w_src(handle_, tx_, model_.tables[table].block, key, 0,
                                                    place.src, &err_);
-    answered(found, model_.search(table, place, false, true, false));
+    expect_found(found, model_.search(table, place, false, true, false));
     form().pkey_destroy(handle_, tx_, key);
 }
 
-// What the record block tells.
+// The record block.
 void Driver::expect_row(const Row &row) {
     const kel_record *record = row.record;
     same(record->ref_count, row.refs, "the references");
@@ -275,7 +275,7 @@ void Driver::expect_row(const Row &row) {
     same(record->descriptor == s.record_descriptor, !row.store_type, "the library's descriptor");
 }
 
-// What its objects tell.
+// Its objects.
 void Driver::expect_content(const Row &row) {
     kel_record *record = row.record;
     void *holder = s.has_key_object() ? record->key_object : record->object;

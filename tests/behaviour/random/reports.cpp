@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Stands in front of the runtime's service of that name.
+// Replaces the runtime's service of that name, and calls it.
 #include "tests/behaviour/random/reports.h"
 
 #include <dlfcn.h>

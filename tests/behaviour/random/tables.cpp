@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Table blocks: opened in all ways, freed when they are empty.
+// Table blocks, opened in all ways and freed when they are empty.
 #include "tests/behaviour/random/driver.h"
 
 namespace tarn::test {
@@ -27,14 +27,14 @@ void Driver::open(u32 table) {
             break;
     }
     model_.tables[table].marked = false;
-    story_.add("table", table);
+    history_.add("table", table);
     expect_root_of_ids();
 }
 
-// No two mappings may have one reference.
+// Two mappings must not have the same reference.
 u64 Driver::new_ior() { return first_given_id + world_.given_iors++; }
 
-// Each form answers the block that another one has made.
+// Each form returns the block that another one has made.
 void Driver::open_by_name(u32 table) {
     const char *name = (random_.coin() ? names_of_tables : paths_of_tables)[table];
     kel_table *&block = model_.tables[table].block;
@@ -121,7 +121,7 @@ void Driver::free(u32 table) {
     expect_root_of_ids();
 }
 
-// What the store counts of the tables that were opened by id.
+// The store's count of the tables opened by id.
 void Driver::expect_root_of_ids() {
     const std::string key = std::string("__kel_TBI__") + s.luid_text;
     const auto *root =
@@ -136,7 +136,7 @@ void Driver::expect_root_of_ids() {
 }
 
 void Driver::reopen(u32 table) {
-    story_.begin(step_, "open anew");
+    history_.begin(step_, "open again");
     for (u32 row = 0; row < model_.rows.size() && !failed_; ++row) {
         if (model_.rows[row].table == table && model_.rows[row].record != nullptr) remove(row);
     }
@@ -150,8 +150,8 @@ void Driver::mark_for_replication() {
     const u32 table = any_table();
     TableModel &model = model_.tables[table];
     model.marked = !model.marked && random_.coin();
-    story_.add("table", table);
-    story_.add("marked", model.marked);
+    history_.add("table", table);
+    history_.add("marked", model.marked);
     kel_table_set_replication(handle_, tx_, model.block, model.marked ? 1 : 0, 0);
     same(model.block->replication_marked, model.marked ? 1U : 0U, "the mark");
 }

@@ -46,7 +46,7 @@ std::string get_single_text(kel_handle *h, const void *object) {
     return text_of(st_single_device_get(h, KEL_TX_NONE, Any{object}, &err));
 }
 
-// Keys of both halves of each kind's range, few enough to meet.
+// Keys of both halves of each kind's range, few enough to be equal often.
 constexpr u32 few_keys = 14;
 constexpr u32 many_values = 1000;
 

@@ -11,7 +11,7 @@ namespace {
 constexpr u32 pause = 8;
 constexpr u32 length = 30;
 
-// One rollback in so many is compared byte by byte.
+// Every n-th rollback is compared byte by byte.
 constexpr u32 byte_comparisons = 16;
 
 // Whether a change lies in the reference count of one of the model's records.
@@ -44,7 +44,7 @@ void Driver::begin_or_end() {
 }
 
 void Driver::begin() {
-    story_.begin(step_, "begin");
+    history_.begin(step_, "begin");
     model_before_ = model_;
     bytes_before_.reset();
     if (random_.one_in(byte_comparisons)) bytes_before_.emplace(world_.session.store());
@@ -53,7 +53,7 @@ void Driver::begin() {
 }
 
 void Driver::commit() {
-    story_.begin(step_, "commit");
+    history_.begin(step_, "commit");
     const u32 ended = tx_;
     const u64 committed = world_.session.describe().committed;
     same(kel_transaction_commit(handle_, tx_), 0U, "the status of a commit");
@@ -66,7 +66,7 @@ void Driver::commit() {
 }
 
 void Driver::rollback() {
-    story_.begin(step_, "roll back");
+    history_.begin(step_, "roll back");
     const u32 ended = tx_;
     const u64 rolled_back = world_.session.describe().rolled_back;
     same(kel_transaction_rollback(handle_, tx_), 0U, "the status of a rollback");
@@ -88,7 +88,7 @@ void Driver::rollback() {
     choose_tenant(tenant);
 }
 
-// Apart from what isn't logged: modified marks and added references.
+// Except for what is not logged: modified marks and added references.
 void Driver::expect_bytes_as_before() {
     const kel_store_description store = world_.session.describe();
     std::vector<ByteChange> changes = bytes_before_->lasting_changes();
@@ -101,9 +101,9 @@ void Driver::expect_bytes_as_before() {
     }
 }
 
-// A transaction that changes nothing, while the other one goes on.
+// A transaction that changes nothing, within the other one.
 void Driver::begin_another() {
-    story_.begin(step_, "begin and end another transaction");
+    history_.begin(step_, "begin and end another transaction");
     u32 other = 0;
     same(kel_transaction_begin(handles_[1], &other), 0U, "the status of a begin");
     if (other == tx_) fail("two open transactions have one id");
@@ -114,9 +114,9 @@ void Driver::begin_another() {
     same(world_.session.describe().transactions, u64{1}, "the open transactions");
 }
 
-// A record that can't be made whole leaves nothing behind after a rollback.
+// A record that is only partly created leaves nothing after a rollback.
 void Driver::run_out_of_memory() {
-    story_.begin(step_, "run out of memory");
+    history_.begin(step_, "run out of memory");
     const u32 number = pick_any();
     if (number == no_row) return;
     const u32 bytes = to_wire(model_.rows[number]);
@@ -124,22 +124,22 @@ void Driver::run_out_of_memory() {
     kel_store_fail_allocation(world_.session.store(), 1 + random_.below(8));
     form().unmarshal(handle_, tx_, &row.record, wire_.data(), bytes, 0, &err_);
     kel_store_fail_allocation(world_.session.store(), 0);
-    story_.add("error", err_);
+    history_.add("error", err_);
     if (err_ == 0) {
         model_.add(row);
         expect_row(row);
         expect_content(row);
         return;
     }
-    // The error stays, but making the rest of the record has cleared the handle's.
+    // The error stays; creating the rest of the record has cleared the handle's.
     same(err_, 12U, "the error");
     err_ = 0;
     kel_clear_last_error(handle_);
     rollback();
 }
 
-// The increment of a reference isn't logged, so that a rollback keeps it, unless a
-// logged decrement came before it: that one brings back what was there.
+// The increment of a reference is not logged, so a rollback keeps it, unless a logged
+// decrement came first: undoing that restores the count of then.
 void Driver::note_reference(const Row &row) {
     if (tx_ == KEL_TX_NONE || references_logged_.count(row.record) != 0) return;
     references_kept_[row.record] = row.refs;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The whole of a table: walked by a callback, and compared with the model record by
-// record, count by count.
+// Walks over a whole table, and the comparison of its records and counts with the model.
 #include "tests/behaviour/random/driver.h"
 #include "tests/behaviour/random/reports.h"
 
@@ -8,7 +7,7 @@ namespace tarn::test {
 
 namespace {
 
-// Notes the records of a walk and ends it behind `limit` of them.
+// Collects the records of a walk and ends it after `limit` of them.
 struct Walked {
     std::vector<kel_record *> records;
     std::size_t limit = ~std::size_t{0};
@@ -20,7 +19,7 @@ u32 note(kel_record *record, void *context) {
     return walked->records.size() == walked->limit ? 1 : 0;
 }
 
-// What the function of a walk calls for each record.
+// A walk's function calls this for each record.
 using Visit = std::function<void(kel_record *)>;
 
 u32 visit(kel_record *record, void *context) {
@@ -36,8 +35,8 @@ void Driver::walk_a_part() {
     if (index.empty()) return;
     Walked walked;
     walked.limit = 1 + random_.below(static_cast<u32>(index.size()));
-    story_.add("table", table);
-    story_.add("records", walked.limit);
+    history_.add("table", table);
+    history_.add("records", walked.limit);
     if (random_.coin()) {
         s.index.walk(model_.tables[table].block, note, &walked, &err_);
     } else {
@@ -53,10 +52,10 @@ void Driver::walk_a_part() {
     expect_error(0);
 }
 
-// The function of a walk may remove and destroy the record that it was handed.
+// A walk's function may remove and destroy the record that it is called with.
 void Driver::walk_and_remove() {
     const u32 table = any_table();
-    story_.add("table", table);
+    history_.add("table", table);
     std::vector<u32> expected;
     for (const auto &entry : model_.tables[table].index) expected.push_back(entry.second);
     std::size_t i = 0;
@@ -74,7 +73,7 @@ void Driver::walk_and_remove() {
 }
 
 void Driver::check_whole() {
-    story_.begin(step_, "compare everything");
+    history_.begin(step_, "compare everything");
     for (u32 table = 0; table < table_count && !failed_; ++table) {
         check_order(table);
         for (const u16 tenant : {u16{0}, u16{7}, u16{40000}, u16{3}}) check_run(table, tenant);

@@ -32,24 +32,10 @@ std::string case_name(const ::testing::TestParamInfo<Case> &info) {
     return std::string(info.param.subject->name) + "_" + mode_name(info.param.mode);
 }
 
-Key::Key(const Subject &subject, kel_handle *handle, u32 number)
-    : subject_(subject), handle_(handle), holder_(subject.plain.pkey_create(handle, KEL_TX_NONE)) {
-    u32 err = 0;
-    subject.set_key(handle, KEL_TX_NONE, holder_, number, &err);
-    if (err != 0) throw std::runtime_error("no key could be made");
-    if (subject.has_key_object()) {
-        value_.value = holder_;
-    } else {
-        subject.make_key(value_, number);
-    }
-}
-
-Key::~Key() { subject_.plain.pkey_destroy(handle_, KEL_TX_NONE, holder_); }
-
 TableFixture::TableFixture(const Subject &subject, Mode mode)
     : s(subject), session(mode), handle(session.handle()), services(handle) {
     table = s.plain.open(handle, KEL_TX_NONE, "t", 0, &err);
-    if (table == nullptr) throw std::runtime_error("the table can't be opened");
+    if (table == nullptr) throw std::runtime_error("can't open the table");
 }
 
 TableFixture::~TableFixture() {

@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A store with one open table of any kind, and the few steps that all tests of
-// tables take.
+// A store with one open table of any kind, and the steps that all tests of tables share.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_TABLE_FIXTURE_H
 #define TARNBASE_TESTS_BEHAVIOUR_TABLE_FIXTURE_H
 
@@ -30,25 +29,6 @@ std::vector<Case> all_cases();    // every table in every mode
 std::vector<Case> table_cases();  // every table, plain handle
 std::string case_name(const ::testing::TestParamInfo<Case> &info);
 
-// A key to search with: `value` for the keyed forms, `object` for the forms that
-// take an object. It lives in the store and is gone with this.
-class Key {
- public:
-    Key(const Subject &subject, kel_handle *handle, u32 number);
-    ~Key();
-    Key(const Key &) = delete;
-    Key &operator=(const Key &) = delete;
-
-    const void *value() const { return value_.value; }
-    void *object() const { return holder_; }
-
- private:
-    const Subject &subject_;
-    kel_handle *handle_;
-    void *holder_;
-    KeyValue value_;
-};
-
 class TableFixture {
  protected:
     TableFixture(const Subject &subject, Mode mode);
@@ -66,12 +46,12 @@ class TableFixture {
     u32 begin();
     void rollback();
     void commit();
-    // Sets the pending bit as the runtime does it.
+    // Sets the pending bit, as the runtime does.
     void set_pending(kel_record *record);
     void *key_holder(kel_record *record);
-    // Keeps the message header that is written from now on.
+    // Copies each message header that is written from now on.
     void note_header(kel_message_header &header);
-    // Blocks of the store, once it has made what it makes once and for all.
+    // Blocks of the store, after it has allocated what it allocates only once.
     u64 settled_blocks();
 
     const Subject &s;
@@ -107,8 +87,8 @@ u64 word(T *pointer) {
     return reinterpret_cast<std::uintptr_t>(pointer);
 }
 
-// Runs `body` in a process of its own: a table's root cache is as wide as the
-// process, so that a process can open tables by id in one store only.
+// Runs `body` in its own process: a table's root is cached for the whole process, so a
+// process can open tables by id in one store only.
 void in_own_process(const std::function<void()> &body);
 
 }  // namespace tarn::test

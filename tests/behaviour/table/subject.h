@@ -198,6 +198,25 @@ struct Subject {
     }
 };
 
+// A key to search with: `value` for the keyed forms, `object` for the forms that take an
+// object. The object is in the store and is destroyed with this.
+class Key {
+ public:
+    Key(const Subject &subject, kel_handle *handle, u32 number);
+    ~Key();
+    Key(const Key &) = delete;
+    Key &operator=(const Key &) = delete;
+
+    const void *value() const { return value_.value; }
+    void *object() const { return holder_; }
+
+ private:
+    const Subject &subject_;
+    kel_handle *handle_;
+    void *holder_;
+    KeyValue value_;
+};
+
 // Field key: string (two types), integer, address, enumeration; and a structure.
 extern const Subject ldap_conn;
 extern const Subject test_grown;

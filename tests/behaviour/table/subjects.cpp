@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 
 #include "tests/behaviour/table/subject_macros.h"
 
@@ -106,6 +107,20 @@ u32 get_every_value(kel_handle *h, const void *object) {
 constexpr u32 many_keys = 64;
 
 }  // namespace
+
+Key::Key(const Subject &subject, kel_handle *handle, u32 number)
+    : subject_(subject), handle_(handle), holder_(subject.plain.pkey_create(handle, KEL_TX_NONE)) {
+    u32 err = 0;
+    subject.set_key(handle, KEL_TX_NONE, holder_, number, &err);
+    if (err != 0) throw std::runtime_error("can't make a key");
+    if (subject.has_key_object()) {
+        value_.value = holder_;
+    } else {
+        subject.make_key(value_, number);
+    }
+}
+
+Key::~Key() { subject_.plain.pkey_destroy(handle_, KEL_TX_NONE, holder_); }
 
 const Subject ldap_conn = {
     TARN_TABLE(tbl_ldap_conn, st_ldap_conn, st_ldap_conn_sname, "sname", "st_ldap_conn sname",

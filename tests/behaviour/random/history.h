@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The last operations of a run, to be told when it fails, or when the process dies
-// in the middle of one.
-#ifndef TARNBASE_TESTS_BEHAVIOUR_RANDOM_STORY_H
-#define TARNBASE_TESTS_BEHAVIOUR_RANDOM_STORY_H
+// The last operations of a run, printed when it fails or the process dies.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_RANDOM_HISTORY_H
+#define TARNBASE_TESTS_BEHAVIOUR_RANDOM_HISTORY_H
 
 #include <array>
 #include <cstdint>
@@ -10,18 +9,18 @@
 
 namespace tarn::test {
 
-class Story {
+class History {
  public:
-    // `run` tells how to have this run again. The newest story is told at death.
-    explicit Story(std::string run);
-    ~Story();
-    Story(const Story &) = delete;
-    Story &operator=(const Story &) = delete;
+    // `run` says how to repeat this run. The newest history is printed when the process dies.
+    explicit History(std::string run);
+    ~History();
+    History(const History &) = delete;
+    History &operator=(const History &) = delete;
 
     void begin(std::uint32_t step, const char *operation);
-    // What the operation works on, up to four figures.
+    // The arguments of the operation, up to four numbers.
     void add(const char *name, std::uint64_t figure);
-    std::string tell() const;
+    std::string text() const;
 
  private:
     struct Figure {
