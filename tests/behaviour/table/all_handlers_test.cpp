@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Events, in a program that defines all handlers of all tables itself and links the
-// library as any program does.
+// Events in a program that defines the handlers of all tables and links the library.
 #include <gtest/gtest.h>
 
 #include <iterator>

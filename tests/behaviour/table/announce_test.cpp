@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A hook in front of the runtime's own sees each byte that changes. Two tables of a store,
-// one of them replicated, go through random steps; after each round every byte that differs
-// was announced, lies in a block that was allocated or freed meanwhile, or is the
-// allocator's or a transaction's own.
+// The log hooks see each byte that changes. Random steps change two tables of a store, one of
+// them replicated. After each round, every byte that differs was announced, or is in a block
+// that was allocated or freed during the round, or belongs to the allocator or a transaction.
 #include <map>
 #include <random>
 
@@ -20,7 +19,7 @@ using tarnbase::runtime::page_size;
 using tarnbase::runtime::PageKind;
 using tarnbase::runtime::StoreHeader;
 
-// Pages of blocks that a new store has, behind the allocator's sets.
+// Pages of blocks in a new store, after the allocator's sets.
 constexpr u64 first_pages = 16;
 
 // Bytes, as a set of ranges.
@@ -49,10 +48,10 @@ class Bytes {
 
 std::uintptr_t number(const void *address) { return reinterpret_cast<std::uintptr_t>(address); }
 
-// Stands in front of a handle's log hooks, and keeps what they are told.
-class Witness {
+// Records what the log hooks of a handle announce.
+class Announced {
  public:
-    explicit Witness(kel_handle *handle) : handle_(handle), original_(*handle) {
+    explicit Announced(kel_handle *handle) : handle_(handle), original_(*handle) {
         current = this;
         kel_store_description store;
         kel_store_describe(kel_handle_store(handle), &store);
@@ -61,37 +60,37 @@ class Witness {
         handle->write_log_hook = write;
         handle->delta_log_hook = change;
     }
-    ~Witness() {
+    ~Announced() {
         handle_->write_log_hook = original_.write_log_hook;
         handle_->delta_log_hook = original_.delta_log_hook;
     }
-    Witness(const Witness &) = delete;
-    Witness &operator=(const Witness &) = delete;
+    Announced(const Announced &) = delete;
+    Announced &operator=(const Announced &) = delete;
 
-    // Forgets what was told, and looks at the store from now on.
+    // Discards what was announced and starts anew.
     void begin_round() {
-        told_.clear();
+        announced_.clear();
         last_.clear();
         repeats_ = 0;
         in_use_ = blocks_in_use();
     }
-    // A block that was free for a while may be filled unannounced.
+    // A block that was free in between may be filled without an announcement.
     void end_step() {
         const Blocks now = blocks_in_use();
         std::erase_if(in_use_, [&now](const auto &block) { return !now.contains(block.first); });
     }
-    // What is stored unannounced by intent.
-    void allow(const void *address, u64 length) { told_.add(number(address), length); }
+    // Bytes that are stored without an announcement by design.
+    void allow(const void *address, u64 length) { announced_.add(number(address), length); }
 
-    // The changes that nobody was told of.
-    std::vector<ByteChange> untold(const StoreSnapshot &before) const {
+    // The changes that were not announced.
+    std::vector<ByteChange> not_announced(const StoreSnapshot &before) const {
         std::vector<ByteChange> changes = before.lasting_changes();
         std::erase_if(changes, [this](const ByteChange &change) {
-            return !was_in_use(change.offset) || told_.contain(number(base_) + change.offset);
+            return !was_in_use(change.offset) || announced_.contain(number(base_) + change.offset);
         });
         return changes;
     }
-    // How often a store was announced that had been and wasn't made since.
+    // How many stores were announced again before they were made.
     u32 repeats() const { return repeats_; }
 
  private:
@@ -121,7 +120,7 @@ class Witness {
             blocks[begin] = begin + shape.size;
         }
     }
-    // Whether a byte was in use all the time, by others than the allocator and the transactions.
+    // Whether a byte was in use during the whole round, and not by the allocator or a transaction.
     bool was_in_use(u64 offset) const {
         if (offset < sizeof(StoreHeader)) {
             const auto within = [offset](u64 first, u64 length) {
@@ -139,11 +138,11 @@ class Witness {
         current->original_.write_log_hook(arena, address, length, tx_id);
     }
     static void change(void *arena, u64 *counter, std::int32_t delta, u32 tx_id) {
-        current->told_.add(number(counter), sizeof *counter);
+        current->announced_.add(number(counter), sizeof *counter);
         current->original_.delta_log_hook(arena, counter, delta, tx_id);
     }
     void note(const void *address, u64 length) {
-        told_.add(number(address), length);
+        announced_.add(number(address), length);
         const auto *bytes = static_cast<const u8 *>(address);
         std::vector<u8> before(bytes, bytes + length);
         std::vector<u8> &last = last_[address];
@@ -151,18 +150,18 @@ class Witness {
         last = std::move(before);
     }
 
-    static Witness *current;
+    static Announced *current;
     kel_handle *handle_;
     kel_handle original_;
     char *base_ = nullptr;
     u64 front_ = 0;
-    Bytes told_;
-    std::map<const void *, std::vector<u8>> last_;  // what a place held when it was announced
+    Bytes announced_;
+    std::map<const void *, std::vector<u8>> last_;  // bytes at an address when it was announced
     u32 repeats_ = 0;
     Blocks in_use_;  // since the round began
 };
 
-Witness *Witness::current = nullptr;
+Announced *Announced::current = nullptr;
 
 class Announcements : public TableTest {
  protected:
@@ -200,7 +199,7 @@ class Announcements : public TableTest {
     }
     void refer_to(kel_record *record) {
         if (record->ref_count > 2) return;
-        witness.allow(&record->ref_count, sizeof record->ref_count);
+        announced.allow(&record->ref_count, sizeof record->ref_count);
         s.plain.add_ref(handle, tx, record, &err);
     }
     void change_key_of_the_store() {
@@ -247,7 +246,7 @@ class Announcements : public TableTest {
     kel_table *replicated = nullptr;
     std::vector<kel_record *> records;
     std::mt19937 engine{7};
-    Witness witness{handle};
+    Announced announced{handle};
 };
 TARN_EACH_TABLE_AND_MODE(Announcements);
 
@@ -256,12 +255,12 @@ TEST_P(Announcements, CoverEachByteThatARandomRunChanges) {
         SCOPED_TRACE("round " + std::to_string(round));
         const std::vector<kel_record *> kept = records;
         const StoreSnapshot before(session.store());
-        witness.begin_round();
-        const u32 end = below(3);  // of no transaction, of one committed, of one taken back
+        announced.begin_round();
+        const u32 end = below(3);  // no transaction, one committed, one rolled back
         if (end != 0) begin();
         for (int i = 0; i < 10; ++i) {
             step();
-            witness.end_step();
+            announced.end_step();
         }
         EXPECT_EQ(err, 0U);
         if (end == 1) commit();
@@ -269,19 +268,19 @@ TEST_P(Announcements, CoverEachByteThatARandomRunChanges) {
             rollback();
             records = kept;
         }
-        witness.end_step();
-        EXPECT_EQ(to_text(witness.untold(before)), "");
+        announced.end_step();
+        EXPECT_EQ(to_text(announced.not_announced(before)), "");
     }
     kel_thread_set_tenant(0);
 }
 
-// The runtime tells of its stores where the library does: nobody hears of one twice.
+// The runtime and the library never announce the same store.
 TEST_P(Announcements, TellOfAStoreOnce) {
     for (u32 key = 0; key < std::min(s.keys, 20U); ++key) {
         kel_record *record = make(key);
-        witness.begin_round();
+        announced.begin_round();
         insert(record);
-        EXPECT_EQ(witness.repeats(), 0U);
+        EXPECT_EQ(announced.repeats(), 0U);
     }
 }
 

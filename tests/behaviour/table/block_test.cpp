@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Where table blocks and record blocks hold what: other processes read it there.
+// The layout of table blocks and record blocks, which other processes read.
 #include <gtest/gtest.h>
 
 #include <algorithm>

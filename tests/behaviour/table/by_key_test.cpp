@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Steps from a key, whether it is there or not.
+// Steps from a key that is in the table or is not.
 #include "tests/behaviour/table/traversal_fixture.h"
 
 namespace tarn::test {
@@ -15,20 +15,20 @@ TEST_P(ByKey, StepsStandAtTheKeysPlace) {
     const Key absent(s, handle, 1);
     const Key last(s, handle, 2);
     for (const Operations *form : {&s.plain, &s.unsafe}) {
-        EXPECT_EQ(form->next_by_object(handle, tx, table, present.object(), &err), c);
-        EXPECT_EQ(form->next_by_object(handle, tx, table, absent.object(), &err), c);
-        EXPECT_EQ(form->prev_by_object(handle, tx, table, last.object(), &err), a);
-        EXPECT_EQ(form->prev_by_object(handle, tx, table, absent.object(), &err), a);
-        EXPECT_EQ(form->prev_by_object(handle, tx, table, present.object(), &err), nullptr);
-        EXPECT_EQ(form->next_by_object(handle, tx, table, last.object(), &err), nullptr);
+        EXPECT_EQ(read(form->next_by_object, present.object()), c);
+        EXPECT_EQ(read(form->next_by_object, absent.object()), c);
+        EXPECT_EQ(read(form->prev_by_object, last.object()), a);
+        EXPECT_EQ(read(form->prev_by_object, absent.object()), a);
+        EXPECT_EQ(read(form->prev_by_object, present.object()), nullptr);
+        EXPECT_EQ(read(form->next_by_object, last.object()), nullptr);
     }
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, present.value(), &err), c);
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, absent.value(), &err), c);
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, absent.value(), &err), a);
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, last.value(), &err), a);
+    EXPECT_EQ(read(s.index.next_by_key, present.value()), c);
+    EXPECT_EQ(read(s.index.next_by_key, absent.value()), c);
+    EXPECT_EQ(read(s.index.prev_by_key, absent.value()), a);
+    EXPECT_EQ(read(s.index.prev_by_key, last.value()), a);
     EXPECT_EQ(err, 0U);
     services.clear();
-    s.index.next_by_key(handle, tx, table, present.value(), &err);
+    read(s.index.next_by_key, present.value());
     EXPECT_EQ(reported(), (Reported{a, c}));
 }
 
@@ -38,10 +38,10 @@ TEST_P(ByKey, AndSourceFallsBackToSourceOneWhereTheKeyIsAbsent) {
     kel_record *seven = put(2, 7);
     const Key present(s, handle, 0);
     const Key absent(s, handle, 1);
-    EXPECT_EQ(s.index.next_by_key_w_src(handle, tx, table, present.value(), 7, &err), seven);
-    EXPECT_EQ(s.index.next_by_object_w_src(handle, tx, table, present.object(), 7, &err), seven);
-    EXPECT_EQ(s.index.next_by_key_w_src(handle, tx, table, absent.value(), 7, &err), one);
-    EXPECT_EQ(s.index.next_by_object_w_src(handle, tx, table, absent.object(), 7, &err), one);
+    EXPECT_EQ(read(s.index.next_by_key_w_src, present.value(), 7), seven);
+    EXPECT_EQ(read(s.index.next_by_object_w_src, present.object(), 7), seven);
+    EXPECT_EQ(read(s.index.next_by_key_w_src, absent.value(), 7), one);
+    EXPECT_EQ(read(s.index.next_by_object_w_src, absent.object(), 7), one);
 }
 
 TEST_P(ByKey, StepsCanHidePendingRecords) {
@@ -50,20 +50,20 @@ TEST_P(ByKey, StepsCanHidePendingRecords) {
     kel_record *c = put(2);
     const Key key(s, handle, 1);
     set_pending(b);
-    EXPECT_EQ(s.index.next_by_key_not_pending(handle, tx, table, key.value(), &err), c);
-    EXPECT_EQ(s.index.prev_by_key_not_pending(handle, tx, table, key.value(), &err), a);
+    EXPECT_EQ(read(s.index.next_by_key_not_pending, key.value()), c);
+    EXPECT_EQ(read(s.index.prev_by_key_not_pending, key.value()), a);
     set_pending(c);
-    EXPECT_EQ(s.index.next_by_key_not_pending(handle, tx, table, key.value(), &err), nullptr);
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, key.value(), &err), c);
+    EXPECT_EQ(read(s.index.next_by_key_not_pending, key.value()), nullptr);
+    EXPECT_EQ(read(s.index.next_by_key, key.value()), c);
     const Key first(s, handle, 0);
-    EXPECT_EQ(s.index.next_by_key_not_pending(handle, tx, table, first.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.next_by_key_not_pending, first.value()), nullptr);
 }
 
 TEST_P(ByKey, ANullKeyOrTableIsAnError) {
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, nullptr, &err), nullptr);
+    EXPECT_EQ(read(s.index.next_by_key, nullptr), nullptr);
     EXPECT_EQ(err, 2U);
     err = 0;
-    EXPECT_EQ(s.plain.prev_by_object(handle, tx, table, nullptr, &err), nullptr);
+    EXPECT_EQ(read(s.plain.prev_by_object, nullptr), nullptr);
     EXPECT_EQ(err, 2U);
     err = 0;
     const Key key(s, handle, 0);
@@ -79,16 +79,16 @@ TEST_P(ByKey, AHitReportsTheRecordAtTheKeyAndTheNextOneAMissTheNearestTwice) {
     const Key absent(s, handle, 1);
     const Key last(s, handle, 2);
     services.clear();
-    s.index.next_by_key(handle, tx, table, present.value(), &err);
+    read(s.index.next_by_key, present.value());
     EXPECT_EQ(services.count("e_avl_search"), 1U);
     EXPECT_EQ(reported(), (Reported{a, c}));
-    s.index.prev_by_key(handle, tx, table, last.value(), &err);
+    read(s.index.prev_by_key, last.value());
     EXPECT_EQ(services.count("e_avl_search"), 1U);
     EXPECT_EQ(reported(), (Reported{c, a}));
-    s.index.next_by_key(handle, tx, table, absent.value(), &err);
+    read(s.index.next_by_key, absent.value());
     EXPECT_EQ(services.count("e_avl_search"), 2U);
     EXPECT_EQ(reported(), (Reported{c, c}));
-    s.index.prev_by_key(handle, tx, table, absent.value(), &err);
+    read(s.index.prev_by_key, absent.value());
     EXPECT_EQ(services.count("e_avl_search"), 2U);
     EXPECT_EQ(reported(), (Reported{a, a}));
 }
@@ -100,11 +100,11 @@ TEST_P(ByKey, AFailedReportOfTheRecordAtTheKeyEndsTheStep) {
     const Key behind(s, handle, 1);
     services.always_fail("kelrepl_add_to_cache");
     services.clear();
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, key.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.next_by_key, key.value()), nullptr);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(reported(), Reported{a});
     err = 0;
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, behind.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.prev_by_key, behind.value()), nullptr);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(reported(), Reported{b});
 }
@@ -116,9 +116,9 @@ TEST_P(ByKey, AHiddenRecordAtTheKeyCountsAsAMiss) {
     set_pending(b);
     const Key key(s, handle, 1);
     services.clear();
-    EXPECT_EQ(s.index.next_by_key_not_pending(handle, tx, table, key.value(), &err), c);
+    EXPECT_EQ(read(s.index.next_by_key_not_pending, key.value()), c);
     EXPECT_EQ(reported(), (Reported{c, c}));
-    EXPECT_EQ(s.index.prev_by_key_not_pending(handle, tx, table, key.value(), &err), a);
+    EXPECT_EQ(read(s.index.prev_by_key_not_pending, key.value()), a);
     EXPECT_EQ(reported(), (Reported{a, a}));
 }
 
@@ -127,10 +127,10 @@ TEST_P(ByKey, StepsBackHidePendingRecordsFromAKeyThatIsThere) {
     set_pending(put(1));
     put(2);
     const Key key(s, handle, 2);
-    EXPECT_EQ(s.index.prev_by_key_not_pending(handle, tx, table, key.value(), &err), a);
+    EXPECT_EQ(read(s.index.prev_by_key_not_pending, key.value()), a);
     set_pending(a);
-    EXPECT_EQ(s.index.prev_by_key_not_pending(handle, tx, table, key.value(), &err), nullptr);
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, key.value(), &err), find(1));
+    EXPECT_EQ(read(s.index.prev_by_key_not_pending, key.value()), nullptr);
+    EXPECT_EQ(read(s.index.prev_by_key, key.value()), find(1));
 }
 
 TEST_P(ByKey, StepsShowSourceOneAndTheCurrentTenantAlone) {
@@ -143,23 +143,23 @@ TEST_P(ByKey, StepsShowSourceOneAndTheCurrentTenantAlone) {
     const Key between(s, handle, 1);
     const Key low(s, handle, 0);
     const Key high(s, handle, 2);
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, between.value(), &err), c);
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, between.value(), &err), a);
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, low.value(), &err), c);
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, high.value(), &err), a);
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, high.value(), &err), nullptr);
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, low.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.next_by_key, between.value()), c);
+    EXPECT_EQ(read(s.index.prev_by_key, between.value()), a);
+    EXPECT_EQ(read(s.index.next_by_key, low.value()), c);
+    EXPECT_EQ(read(s.index.prev_by_key, high.value()), a);
+    EXPECT_EQ(read(s.index.next_by_key, high.value()), nullptr);
+    EXPECT_EQ(read(s.index.prev_by_key, low.value()), nullptr);
     kel_thread_set_tenant(1);
-    EXPECT_EQ(s.index.prev_by_key(handle, tx, table, low.value(), &err), nullptr);
-    EXPECT_EQ(s.index.next_by_key(handle, tx, table, low.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.prev_by_key, low.value()), nullptr);
+    EXPECT_EQ(read(s.index.next_by_key, low.value()), nullptr);
 }
 
 TEST_P(ByKey, OfTheSourceTheLowByteCounts) {
     put(0, 7);
     kel_record *record = put(1, 7);
     const Key key(s, handle, 0);
-    EXPECT_EQ(s.index.next_by_key_w_src(handle, tx, table, key.value(), 0x107, &err), record);
-    EXPECT_EQ(s.index.next_by_object_w_src(handle, tx, table, key.object(), 0x107, &err), record);
+    EXPECT_EQ(read(s.index.next_by_key_w_src, key.value(), 0x107), record);
+    EXPECT_EQ(read(s.index.next_by_object_w_src, key.object(), 0x107), record);
 }
 
 TEST_P(ByKey, StepsBeginByClearingTheLastError) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Events, in a program that has no handlers of its own.
+// Events in a program without handlers.
 #include <string>
 
 #include "tests/behaviour/table/fixture.h"

@@ -81,10 +81,10 @@ TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
 
 TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
     kel_record *record = make(1);
-    // No room at all for the object, or none for its first fields.
+    // No space for the object, or not enough for its first fields.
     const struct { u32 length, error; } cases[] = {{frame_size, 12}, {frame_size + 7, 90}};
     for (const auto &c : cases) {
-        Bytes buffer(c.length + 1, untouched);  // a state byte may land behind the end
+        Bytes buffer(c.length + 1, untouched);  // a state byte may be stored after the end
         err = 0;
         EXPECT_GE(s.plain.marshal(handle, tx, buffer.data(), record, c.length, &err), frame_size);
         EXPECT_EQ(err, c.error);
@@ -108,7 +108,7 @@ TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
     EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + header_size), Bytes(header_size, 0));
     EXPECT_EQ(0, std::memcmp(buffer.data() + header_size, s.luid, 16));
 
-    // The missing object has the last word over a missing room.
+    // The error of the missing object replaces that of the short buffer.
     err = 0;
     EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, 10, &err), 0U);
     EXPECT_EQ(err, 2U);

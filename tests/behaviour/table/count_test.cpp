@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How many records a table says that it has.
+// The number of records in a table.
 #include <optional>
 #include <vector>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The object slots of a record: attaching hands an object over for good.
+// The object slots of a record. A record owns an object that is attached to it.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -11,7 +11,7 @@ namespace {
 
 u8 flags_of(const void *object) { return static_cast<const kel_object *>(object)->flags; }
 
-// A slot is either the value object's or, with a key structure, the key object's.
+// The slot of the value object or, with a key structure, of the key object.
 struct SlotUnderTest {
     const Slot *slot;
     void *&(*place)(kel_record *);
@@ -53,7 +53,7 @@ TEST_P(Fields, AreNullUntilAnObjectIsAttached) {
         EXPECT_EQ(hooks.events[0].length, 8U);
         EXPECT_EQ(hooks.events[0].before, std::vector<u8>(8, 0));
         EXPECT_EQ(hooks.events[0].tx_id, tx);
-        // Last of all the object's own flags are told of, not yet marked.
+        // The object's flags are announced last, before the mark is set.
         const HookEvent &mark = hooks.events.back();
         EXPECT_EQ(mark.hook, Hook::write_log);
         EXPECT_EQ(mark.address, &static_cast<kel_object *>(object)->flags);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// In which order the filters of ordered reads are tried, what each entry that is
-// stepped over costs, and which records are reported.
+// The order in which ordered reads apply their filters, the cost of each entry that is
+// skipped, and the records that are reported.
 #include "tests/behaviour/table/traversal_fixture.h"
 
 namespace tarn::test {
@@ -11,7 +11,7 @@ class Filters : public ReadTest {
     std::size_t steps() {
         return services.count("e_avl_get_next") + services.count("e_avl_get_prev");
     }
-    // The services of one read; forgets them.
+    // The services of the last read.
     std::string services_of_read() {
         const std::string text = services.order(
             {"kel_clear_last_error", "mt_get_tenant_id", "e_avl_get_first", "e_avl_get_last",
@@ -28,21 +28,21 @@ TEST_P(Filters, CostOneStepOfTheTreeAnEntrySteppedOver) {
     put(1, 9);
     kel_record *d = put(2);
     services.clear();
-    EXPECT_EQ(s.by_key.next(handle, tx, table, a, &err), d);
+    EXPECT_EQ(read(s.by_key.next, a), d);
     EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_next e_avl_get_next e_avl_get_next "
               "kelrepl_add_to_cache");
-    EXPECT_EQ(s.by_key.prev(handle, tx, table, d, &err), a);
+    EXPECT_EQ(read(s.by_key.prev, d), a);
     EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_prev e_avl_get_prev e_avl_get_prev "
               "kelrepl_add_to_cache");
-    EXPECT_EQ(s.by_key.first_by_src(handle, tx, table, 9, &err), find(1, 9));
+    EXPECT_EQ(read(s.by_key.first_by_src, 9), find(1, 9));
     services.clear();
-    s.by_key.first_by_src(handle, tx, table, 9, &err);
+    read(s.by_key.first_by_src, 9);
     EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_first e_avl_get_next e_avl_get_next "
               "kelrepl_add_to_cache");
-    s.by_key.last_by_src(handle, tx, table, 7, &err);
+    read(s.by_key.last_by_src, 7);
     EXPECT_EQ(services_of_read(),
               "kel_clear_last_error mt_get_tenant_id e_avl_get_last e_avl_get_prev e_avl_get_prev "
               "kelrepl_add_to_cache");
@@ -53,7 +53,7 @@ TEST_P(Filters, StepFromEachEntryByTheTablesOrder) {
     kel_record *between = put(1, 7);
     put(2);
     services.clear();
-    s.by_key.next(handle, tx, table, a, &err);
+    read(s.by_key.next, a);
     const std::vector<ServiceCall> calls = services.calls("e_avl_get_next");
     ASSERT_EQ(calls.size(), 2U);
     const auto expected = [&](const kel_record *from) {
@@ -64,7 +64,7 @@ TEST_P(Filters, StepFromEachEntryByTheTablesOrder) {
     EXPECT_EQ(calls[1].arguments, expected(between));
 }
 
-// An entry that would be stepped over within the run ends a walk behind it.
+// An entry that is skipped within the run ends a walk that has left the run.
 TEST_P(Filters, OfTheTenantComeBeforeThoseOfSourceAndPendingDestroy) {
     kel_record *low = put_for(0, 0);
     kel_record *second = put_for(1, 0, 7);
@@ -74,36 +74,36 @@ TEST_P(Filters, OfTheTenantComeBeforeThoseOfSourceAndPendingDestroy) {
     kel_record *high = put_for(6, 0);
     kel_thread_set_tenant(2);
     services.clear();
-    EXPECT_EQ(s.by_key.next(handle, tx, table, low, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.next, low), nullptr);
     EXPECT_EQ(steps(), 1U);
     set_pending(second);
-    EXPECT_EQ(s.index.next_not_pending(handle, tx, table, low, 7, &err), nullptr);
-    EXPECT_EQ(s.by_key.next_ignore_src(handle, tx, table, low, &err), nullptr);
+    EXPECT_EQ(read(s.index.next_not_pending, low, 7), nullptr);
+    EXPECT_EQ(read(s.by_key.next_ignore_src, low), nullptr);
     kel_thread_set_tenant(4);
     services.clear();
-    EXPECT_EQ(s.by_key.prev(handle, tx, table, high, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.prev, high), nullptr);
     EXPECT_EQ(steps(), 1U);
-    EXPECT_EQ(s.by_key.prev_ignore_src(handle, tx, table, high, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.prev_ignore_src, high), nullptr);
     EXPECT_EQ(err, 0U);
 }
 
-// From an end, an entry of another source is stepped over whatever its tenant.
+// A read from an end skips an entry of another source, of any tenant.
 TEST_P(Filters, OfAScanFromAnEndTryTheSourceBeforeTheTenant) {
     put_for(1, 0, 1);
     put_for(2, 0, 7);
     put_for(3, 0, 1);
     services.clear();
-    EXPECT_EQ(s.by_key.first_by_src(handle, tx, table, 7, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.first_by_src, 7), nullptr);
     EXPECT_EQ(steps(), 1U);
     services.clear();
-    EXPECT_EQ(s.by_key.first(handle, tx, table, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.first), nullptr);
     EXPECT_EQ(steps(), 0U);
     kel_thread_set_tenant(4);
     services.clear();
-    EXPECT_EQ(s.by_key.last_by_src(handle, tx, table, 7, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.last_by_src, 7), nullptr);
     EXPECT_EQ(steps(), 1U);
     services.clear();
-    EXPECT_EQ(s.by_key.last(handle, tx, table, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.last), nullptr);
     EXPECT_EQ(steps(), 0U);
 }
 
@@ -115,11 +115,11 @@ TEST_P(Filters, OfAScanFromAnEndPassThroughTheRunsOfTheTenantsBefore) {
     kel_thread_set_tenant(3);
     for (const Traversal *t : names()) {
         services.clear();
-        EXPECT_EQ(t->first(handle, tx, table, &err), record);
+        EXPECT_EQ(read(t->first), record);
         EXPECT_EQ(steps(), 2U);
-        EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), record);
+        EXPECT_EQ(read(t->first_ignore_src), record);
         EXPECT_EQ(steps(), 4U);
-        EXPECT_EQ(t->last(handle, tx, table, &err), record);
+        EXPECT_EQ(read(t->last), record);
         EXPECT_EQ(steps(), 5U);
     }
 }
@@ -131,11 +131,11 @@ TEST_P(Filters, HidePendingRecordsOfTheTenantsOnTheWayToo) {
     set_pending(put_for(1, 2));
     set_pending(put_for(2, 0));
     kel_thread_set_tenant(1);
-    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 1, &err), record);
-    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 1, &err), record);
+    EXPECT_EQ(read(s.index.first_not_pending, 1), record);
+    EXPECT_EQ(read(s.index.last_not_pending, 1), record);
     set_pending(record);
-    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 1, &err), nullptr);
-    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 1, &err), nullptr);
+    EXPECT_EQ(read(s.index.first_not_pending, 1), nullptr);
+    EXPECT_EQ(read(s.index.last_not_pending, 1), nullptr);
 }
 
 TEST_P(Filters, LeaveTheRecordThatIsAnsweredToBeReportedOnce) {
@@ -145,9 +145,9 @@ TEST_P(Filters, LeaveTheRecordThatIsAnsweredToBeReportedOnce) {
     put(2);
     put(2, 7);
     const auto expect_one_report = [&](const Reads &reads) {
-        for (const auto &read : reads) {
+        for (const auto &each : reads) {
             services.clear();
-            kel_record *record = read();
+            kel_record *record = each();
             EXPECT_EQ(reported(), record == nullptr ? Reported{} : Reported{record});
         }
     };
@@ -170,16 +170,16 @@ TEST_P(Filters, NeverLetAShadowBeReported) {
     kel_record *behind = put(1, 1);
     const Key key(s, handle, 0);
     services.clear();
-    EXPECT_EQ(s.index.next_internal(handle, tx, table, before, 255, 1, 1, &err), shadow);
-    EXPECT_EQ(s.index.prev_internal(handle, tx, table, behind, 0, 0, 0, &err), shadow);
-    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 255, &err), shadow);
-    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 255, &err), shadow);
+    EXPECT_EQ(read(s.index.next_internal, before, 255, 1, 1), shadow);
+    EXPECT_EQ(read(s.index.prev_internal, behind, 0, 0, 0), shadow);
+    EXPECT_EQ(read(s.index.first_not_pending, 255), shadow);
+    EXPECT_EQ(read(s.index.last_not_pending, 255), shadow);
     EXPECT_EQ(s.index.get_cr(handle, table, 3, before, 0, 1), shadow);
-    EXPECT_EQ(s.index.next_by_key_w_src(handle, tx, table, key.value(), 255, &err), nullptr);
+    EXPECT_EQ(read(s.index.next_by_key_w_src, key.value(), 255), nullptr);
     EXPECT_EQ(reported(), Reported{});
 }
 
-// A read from an end has no use for a position.
+// A read from an end ignores its position.
 TEST_P(Filters, OfTheCrFormHideNoPendingRecordAndReadNoPositionAtTheEnds) {
     kel_record *a = put(0);
     kel_record *b = put(1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tables freed: what must have gone before, what goes in which order, what stays.
+// Freeing a table: the conditions, the order of the steps, what remains.
 #include <cstring>
 #include <string>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// In which order insert and delete change a table and a record: what each service
-// that they call on the way finds, and what is left of the flags.
+// The order in which insert and delete change a table and a record: the state at each
+// service that they call, and the flags afterwards.
 #include <cstring>
 #include <map>
 #include <string>
@@ -10,7 +10,7 @@
 namespace tarn::test {
 namespace {
 
-// What a service found when it was reached for the first time.
+// The state at the first call of a service.
 struct Found {
     const kel_table *link;
     u8 flags;
@@ -126,7 +126,7 @@ TEST_P(IndexSteps, FlagsAreThoseFromBeforeTheTreeWasReached) {
     meanwhile("e_avl_insert", late);
     insert(record);
     EXPECT_EQ(record->flags, early | KEL_RECORD_IN_INDEX);
-    // The bit was not there when the delete began, and then it was.
+    // The bit is set after the delete has begun.
     meanwhile("e_avl_delete", KEL_RECORD_PKEY_INSERTED);
     remove(record);
     EXPECT_EQ(record->flags, KEL_RECORD_PKEY_INSERTED);

@@ -46,7 +46,7 @@ TEST_P(InsertDelete, InsertLinksTheRecordAndCountsIt) {
 
 TEST_P(InsertDelete, InsertAnnouncesEachStoreBeforeIt) {
     kel_record *record = make(1, 7);
-    // Nothing is modified, so that only the insert itself has something to tell.
+    // Clears the modified marks, so that only the insert itself announces stores.
     s.plain.is_modified(handle, tx, record, &err);
     begin();
     HookRecorder hooks(handle);
@@ -294,7 +294,7 @@ TEST_P(InsertDelete, ATenantsCounterFollowsItsInsertsAndDeletes) {
     EXPECT_EQ(table->record_count, 1U);
     EXPECT_EQ(table->src_counts[7], 1U);
     EXPECT_EQ(s.plain.get_count(handle, tx, table), 1U);
-    // The tenant that counts is the caller's, not the record's.
+    // The caller's tenant is counted, not the record's.
     kel_thread_set_tenant(6);
     services.clear();
     remove(record);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Keys on the wire, which travel without a frame.
+// Keys on the wire, which have no frame.
 #include <algorithm>
 #include <vector>
 

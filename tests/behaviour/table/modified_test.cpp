@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Whether a record was modified since it was last asked.
+// Whether a record was modified since the last call.
 #include <string>
 
 #include "tarnbase/tarnbase.h"

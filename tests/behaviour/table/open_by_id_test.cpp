@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tables opened by id. A table's root cache is as wide as the process, hence
-// each of these tests runs in a process of its own.
+// Tables opened by id. A table's root is cached for the whole process, so each of these
+// tests runs in its own process.
 #include <string>
 
 #include "tests/behaviour/table/fixture.h"
@@ -14,7 +14,7 @@ class OpenById : public TableTest {
     kel_table_id_root *root() {
         return static_cast<kel_table_id_root *>(loam_get_key(handle->arena, root_key().c_str()));
     }
-    // A root that another process has made: the store knows it, this process doesn't.
+    // A root made by another process: it is in the store and not in this process's cache.
     kel_table_id_root *root_of_another_process() {
         auto *made = static_cast<kel_table_id_root *>(
             handle->alloc_hook(handle->arena, tx, sizeof(kel_table_id_root)));
@@ -199,7 +199,7 @@ TEST_P(OpenById, FreeWithoutARootReportsTwoAndLeavesTheBlockOnTheList) {
         HookRecorder hooks(handle);
         s.plain.free(handle, tx, table, &err);
         EXPECT_EQ(err, 2U);
-        // The mapping is gone.
+        // The mapping is removed.
         EXPECT_EQ(services.order({"kel_request_oid_mapping_destroy", "loam_get_key",
                                   "tbi_rb_tree_LM_RB_REMOVE", "loam_delete_key",
                                   "kellib_database_table_toc_create"}),
@@ -255,8 +255,8 @@ TEST_P(OpenById, FreeFindsTheRootInTheStoreAndRemembersIt) {
     });
 }
 
-// A process works with one store a table: the root that it met first is handed over for
-// every handle. That the runtime refuses it in another store is its own matter.
+// A process uses one store per table: the library passes the first root with every handle.
+// The runtime refuses it in another store.
 TEST_P(OpenById, TheFirstRootServesTheWholeProcess) {
     in_own_process([&] {
         s.plain.open_by_id(handle, tx, 5, 0, &err);
@@ -300,7 +300,7 @@ TEST_P(OpenById, ZeroesWhateverRootAndBlockHeldBefore) {
     });
 }
 
-// Only the `_cr` form lets its caller give any mode.
+// Only the `_cr` form takes any mode.
 TEST_P(OpenById, AModeOfItsOwnFindsNothingAndIsFreedLikeAName) {
     in_own_process([&] {
         kel_table *made = s.cr.open(handle, 0, 3, "name", 9);

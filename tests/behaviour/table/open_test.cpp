@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tables opened by name: how a block is found or made; and closed.
+// Opening tables by name, and closing them.
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -124,7 +124,7 @@ TEST_P(Open, CutsAPathTo255BytesWithoutAnError) {
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(path.substr(0, 255), made->table_name);
-    // What differs behind the cut is the same table.
+    // Names that differ only after the cut are the same table.
     EXPECT_EQ(s.plain.open(handle, tx, (path + "y").c_str(), 1, &err), made);
 }
 
@@ -318,7 +318,7 @@ TEST_F(OpenOfTwoTables, WithTheSamePathAnswersTheBlockOfTheFirst) {
     EXPECT_NE(tbl_ldap_stats_table_open(handle, tx, "t", 0, &err), table);
 }
 
-// A handle with per-store descriptors gets the descriptor that a test wants.
+// A handle with per-store descriptors gets the descriptor of the test.
 class OpenDescriptors : public ::testing::Test, protected TableFixture {
  protected:
     OpenDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
@@ -369,7 +369,7 @@ TEST_F(OpenDeathTest, ADescriptorWithoutVariantsEndsTheProcess) {
 }
 
 TEST_F(OpenDeathTest, ARefusedRangeEndsTheProcess) {
-    // The store tells of its failure first, and 1 alone is success.
+    // The store traces its failure first. Only 1 is success.
     for (const u32 answer : {0U, 2U}) {
         services.always_return("loam_set_range", answer);
         EXPECT_DEATH(s.plain.open(handle, tx, "other", 0, &err),

@@ -97,7 +97,7 @@ u32 keep(kel_record *record, void *records) {
     return 0;
 }
 
-// A tenant's run is unbroken, a key's sources stand together, its shadow last.
+// A tenant's records are contiguous, and so are a key's sources, with the shadow last.
 TEST_P(IndexOrder, IsTheTreesHoweverItWasFilled) {
     std::vector<kel_record *> records;
     for (const u16 tenant : {u16{0}, u16{1}, u16{0xffff}}) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The end of a record: what goes in which order, what is told to the hooks, what
-// stays when a step fails.
+// Destroying a record: the order of the steps, what is announced, what remains when a step
+// fails.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -278,7 +278,7 @@ TEST_P(RecordEnds, TheFallbackObjectsOfARecordAreLeftAlone) {
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(hooks.count(Hook::free), 0U);
     EXPECT_EQ(0, std::memcmp(&before, s.object.descriptor->variant_info->variants, sizeof before));
-    // Of the record alone: its count, its counter, its descriptor.
+    // Only of the record: its reference count, its counter, its descriptor.
     EXPECT_EQ(hooks.count(Hook::write_log), 2U);
     EXPECT_EQ(hooks.count(Hook::delta_log), 1U);
 }

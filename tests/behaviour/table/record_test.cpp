@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The life of a record up to its end: creation, references, states, and what they
-// tell the hooks.
+// Records before their end: creation, references, states, and what is announced.
 #include <cstring>
 #include <string>
 

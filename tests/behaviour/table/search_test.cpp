@@ -9,28 +9,20 @@ namespace {
 
 class Search : public ReadTest {
  protected:
-    // Every form, for a source where it takes one and for the nearest where it can.
+    // Every form: of source 1 where it takes a source, and of the nearest where it takes that.
     Reads forms(const Key &key, u32 nearest = 0) {
         const void *const value = key.value();
         void *const object = key.object();
-        Reads all = {[=, this] { return s.index.search_w_src(handle, tx, table, value, 1, &err); },
-                     [=, this] { return s.index.search_nearest(handle, tx, table, value, &err); },
-                     [=, this] { return s.index.search_sub_first(handle, tx, table, value, &err); },
-                     [=, this] {
-                         return s.index.search_not_pending(handle, tx, table, value, nearest, &err);
-                     },
-                     [=, this] {
-                         return s.index.search_internal(handle, tx, table, value, nearest, 1, 1, 0,
-                                                        &err);
-                     }};
+        Reads all = {[=, this] { return read(s.index.search_w_src, value, 1); },
+                     [=, this] { return read(s.index.search_nearest, value); },
+                     [=, this] { return read(s.index.search_sub_first, value); },
+                     [=, this] { return read(s.index.search_not_pending, value, nearest); },
+                     [=, this] { return read(s.index.search_internal, value, nearest, 1, 1, 0); }};
         for (const Operations *form : {&s.plain, &s.unsafe}) {
-            all.push_back([=, this] { return form->search(handle, tx, table, value, &err); });
-            all.push_back([=, this] {
-                return form->search_object(handle, tx, table, object, nearest, &err);
-            });
-            all.push_back([=, this] {
-                return form->search_object_w_src(handle, tx, table, object, nearest, 1, &err);
-            });
+            all.push_back([=, this] { return read(form->search, value); });
+            all.push_back([=, this] { return read(form->search_object, object, nearest); });
+            all.push_back(
+                [=, this] { return read(form->search_object_w_src, object, nearest, 1); });
         }
         return all;
     }
@@ -44,20 +36,10 @@ TEST_P(Search, FindsTheRecordOfSourceOneUnderEveryName) {
     put(2);
     const Key key(s, handle, 1);
     services.clear();
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), record);
-    EXPECT_EQ(s.unsafe.search(handle, tx, table, key.value(), &err), record);
-    EXPECT_EQ(s.index.search_w_src(handle, tx, table, key.value(), 1, &err), record);
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), record);
-    EXPECT_EQ(s.index.search_sub_first(handle, tx, table, key.value(), &err), record);
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, key.value(), 0, &err), record);
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 0, 1, 1, 0, &err), record);
-    EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 1, 0), record);
-    EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 0, 0), record);
-    EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 0x100, 0), record);
-    EXPECT_EQ(s.plain.search_object(handle, tx, table, key.object(), 0, &err), record);
-    EXPECT_EQ(s.unsafe.search_object(handle, tx, table, key.object(), 0, &err), record);
-    EXPECT_EQ(s.plain.search_object_w_src(handle, tx, table, key.object(), 0, 1, &err), record);
-    EXPECT_EQ(s.unsafe.search_object_w_src(handle, tx, table, key.object(), 0, 1, &err), record);
+    for (const auto &form : forms(key)) EXPECT_EQ(form(), record);
+    for (const u32 src : {1U, 0U, 0x100U}) {
+        EXPECT_EQ(s.index.search_cr(handle, table, key.value(), src, 0), record) << src;
+    }
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(services.count("e_avl_search"), 14U);
     EXPECT_EQ(s.get_value(handle, record->object), 5U);
@@ -72,12 +54,12 @@ TEST_P(Search, FindsEachKeyAmongMany) {
 TEST_P(Search, OfASourceFindsThatSourceOnly) {
     kel_record *record = put(1, 7);
     const Key key(s, handle, 1);
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), nullptr);
-    EXPECT_EQ(s.index.search_w_src(handle, tx, table, key.value(), 7, &err), record);
-    EXPECT_EQ(s.index.search_w_src(handle, tx, table, key.value(), 0x107, &err), record);
+    EXPECT_EQ(read(s.plain.search, key.value()), nullptr);
+    EXPECT_EQ(read(s.index.search_w_src, key.value(), 7), record);
+    EXPECT_EQ(read(s.index.search_w_src, key.value(), 0x107), record);
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 7, 0), record);
-    EXPECT_EQ(s.plain.search_object(handle, tx, table, key.object(), 0, &err), nullptr);
-    EXPECT_EQ(s.plain.search_object_w_src(handle, tx, table, key.object(), 0, 7, &err), record);
+    EXPECT_EQ(read(s.plain.search_object, key.object(), 0), nullptr);
+    EXPECT_EQ(read(s.plain.search_object_w_src, key.object(), 0, 7), record);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
 }
@@ -87,14 +69,14 @@ TEST_P(Search, StaysWithinTheTenant) {
     kel_record *fifth = put(1);
     const Key key(s, handle, 1);
     kel_thread_set_tenant(6);
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), nullptr);
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), nullptr);
+    EXPECT_EQ(read(s.plain.search, key.value()), nullptr);
+    EXPECT_EQ(read(s.index.search_nearest, key.value()), nullptr);
     kel_record *sixth = put(1);
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), sixth);
+    EXPECT_EQ(read(s.plain.search, key.value()), sixth);
     kel_thread_set_tenant(5);
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), fifth);
+    EXPECT_EQ(read(s.plain.search, key.value()), fifth);
     kel_thread_set_tenant(0);
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), nullptr);
+    EXPECT_EQ(read(s.plain.search, key.value()), nullptr);
     EXPECT_EQ(err, 0U);
 }
 
@@ -103,15 +85,15 @@ TEST_P(Search, NearestGivesTheNextGreaterRecordOfSourceOne) {
     put(2, 7);
     kel_record *record = put(2);
     const Key key(s, handle, 1);
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), record);
-    EXPECT_EQ(s.plain.search_object(handle, tx, table, key.object(), 1, &err), record);
+    EXPECT_EQ(read(s.index.search_nearest, key.value()), record);
+    EXPECT_EQ(read(s.plain.search_object, key.object(), 1), record);
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 1, 42), record);
-    EXPECT_EQ(s.plain.search_object(handle, tx, table, key.object(), 0, &err), nullptr);
-    // The walk for another source takes source 1 all the same.
-    EXPECT_EQ(s.plain.search_object_w_src(handle, tx, table, key.object(), 1, 7, &err), record);
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 1, 7, 0, &err), record);
+    EXPECT_EQ(read(s.plain.search_object, key.object(), 0), nullptr);
+    // The walk uses source 1 for any source.
+    EXPECT_EQ(read(s.plain.search_object_w_src, key.object(), 1, 7), record);
+    EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 1, 7, 0), record);
     remove(record);
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.search_nearest, key.value()), nullptr);
     EXPECT_EQ(err, 0U);
 }
 
@@ -121,18 +103,18 @@ TEST_P(Search, NearestEndsWithTheTenantsRun) {
     kel_thread_set_tenant(0);
     put(0);
     const Key key(s, handle, 1);
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.search_nearest, key.value()), nullptr);
 }
 
 TEST_P(Search, NearestCanWalkBack) {
     kel_record *below = put(0);
     put(2);
     const Key key(s, handle, 1);
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 0, 1, 0, &err), below);
+    EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 0, 1, 0), below);
     put(0, 7);
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 0, 7, 0, &err), below);
+    EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 0, 7, 0), below);
     kel_record *other = put(0, 9);
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 0, 9, 1, &err), other);
+    EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 0, 9, 1), other);
 }
 
 TEST_P(Search, HidesPendingRecordsWhereAskedTo) {
@@ -142,15 +124,14 @@ TEST_P(Search, HidesPendingRecordsWhereAskedTo) {
     kel_record *after = put(2);
     kel_record *after_of_seven = put(2, 7);
     const Key key(s, handle, 1);
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), pending);
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), pending);
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, key.value(), 0, &err), nullptr);
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, key.value(), 1, &err), after);
+    EXPECT_EQ(read(s.plain.search, key.value()), pending);
+    EXPECT_EQ(read(s.index.search_nearest, key.value()), pending);
+    EXPECT_EQ(read(s.index.search_not_pending, key.value(), 0), nullptr);
+    EXPECT_EQ(read(s.index.search_not_pending, key.value(), 1), after);
     set_pending(after);
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, key.value(), 1, &err), nullptr);
-    // This walk keeps to the source asked for.
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 1, 7, 1, &err),
-              after_of_seven);
+    EXPECT_EQ(read(s.index.search_not_pending, key.value(), 1), nullptr);
+    // This walk uses the given source.
+    EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 1, 7, 1), after_of_seven);
     EXPECT_EQ(err, 0U);
 }
 
@@ -160,13 +141,13 @@ TEST_P(Search, SubFirstFindsNothingButTheExactKey) {
     kel_record *record = put(2);
     const Key absent(s, handle, 1);
     const Key present(s, handle, 2);
-    EXPECT_EQ(s.index.search_sub_first(handle, tx, table, present.value(), &err), record);
+    EXPECT_EQ(read(s.index.search_sub_first, present.value()), record);
     services.clear();
-    EXPECT_EQ(s.index.search_sub_first(handle, tx, table, absent.value(), &err), nullptr);
+    EXPECT_EQ(read(s.index.search_sub_first, absent.value()), nullptr);
     EXPECT_EQ(err, 0U);
     // It found the next key on the way, once in the walk and once as its result.
     EXPECT_EQ(reported(), (Reported{record, record}));
-    EXPECT_EQ(s.index.search_sub_first(handle, tx, table, nullptr, &err), nullptr);
+    EXPECT_EQ(read(s.index.search_sub_first, nullptr), nullptr);
     EXPECT_EQ(err, 2U);
 }
 
@@ -175,11 +156,11 @@ TEST_P(Search, ReportsTheRecordItAnswersOnceAndAWalkedOneTwice) {
     const Key exact(s, handle, 2);
     const Key below(s, handle, 1);
     services.clear();
-    s.plain.search(handle, tx, table, exact.value(), &err);
+    read(s.plain.search, exact.value());
     EXPECT_EQ(reported(), Reported{record});
-    s.index.search_nearest(handle, tx, table, below.value(), &err);
+    read(s.index.search_nearest, below.value());
     EXPECT_EQ(reported(), (Reported{record, record}));
-    s.plain.search(handle, tx, table, below.value(), &err);
+    read(s.plain.search, below.value());
     EXPECT_EQ(reported(), Reported{});
 }
 
@@ -187,7 +168,7 @@ TEST_P(Search, NeverReportsAShadow) {
     kel_record *shadow = put(1, KEL_SOURCE_SHADOW);
     const Key key(s, handle, 1);
     services.clear();
-    EXPECT_EQ(s.index.search_w_src(handle, tx, table, key.value(), 255, &err), shadow);
+    EXPECT_EQ(read(s.index.search_w_src, key.value(), 255), shadow);
     EXPECT_EQ(reported(), Reported{});
 }
 
@@ -195,9 +176,9 @@ TEST_P(Search, AnswersTheRecordWithTheErrorOfTheReport) {
     kel_record *record = put(1);
     const Key key(s, handle, 1);
     services.always_fail("kelrepl_add_to_cache");
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), record);
+    EXPECT_EQ(read(s.plain.search, key.value()), record);
     EXPECT_EQ(err, 12U);
-    EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), nullptr);
+    EXPECT_EQ(read(s.plain.search, key.value()), nullptr);
 }
 
 TEST_P(Search, NeedsATableAndAKey) {
@@ -210,12 +191,12 @@ TEST_P(Search, NeedsATableAndAKey) {
         kel_clear_last_error(handle);
     };
     expect_two(s.plain.search(handle, tx, nullptr, key.value(), &err));
-    expect_two(s.plain.search(handle, tx, table, nullptr, &err));
-    expect_two(s.index.search_w_src(handle, tx, table, nullptr, 1, &err));
-    expect_two(s.index.search_nearest(handle, tx, table, nullptr, &err));
-    expect_two(s.index.search_not_pending(handle, tx, table, nullptr, 1, &err));
-    expect_two(s.plain.search_object(handle, tx, table, nullptr, 0, &err));
-    expect_two(s.unsafe.search_object_w_src(handle, tx, table, nullptr, 1, 1, &err));
+    expect_two(read(s.plain.search, nullptr));
+    expect_two(read(s.index.search_w_src, nullptr, 1));
+    expect_two(read(s.index.search_nearest, nullptr));
+    expect_two(read(s.index.search_not_pending, nullptr, 1));
+    expect_two(read(s.plain.search_object, nullptr, 0));
+    expect_two(read(s.unsafe.search_object_w_src, nullptr, 1, 1));
     EXPECT_EQ(s.index.search_cr(handle, table, nullptr, 1, 0), nullptr);
     EXPECT_EQ(handle->last_error, 2U);
     EXPECT_EQ(services.count("e_avl_search"), 0U);
@@ -235,7 +216,7 @@ TEST_P(Search, EnteredWithAnErrorAnswersNull) {
 }
 
 TEST_P(Search, AllocatesStoresAndCountsNothing) {
-    const u32 last = s.keys - 1;  // its text, if it is one, lies outside its string
+    const u32 last = s.keys - 1;  // a text is stored outside its string
     kel_record *record = put(last);
     const Key key(s, handle, last);
     const Key absent(s, handle, 1);
@@ -258,7 +239,7 @@ TEST_P(Search, AllocatesStoresAndCountsNothing) {
 
 TEST_P(Search, TakesAKeyThatItselfLiesInARecord) {
     kel_record *record = put(1);
-    EXPECT_EQ(s.plain.search_object(handle, tx, table, key_holder(record), 0, &err), record);
+    EXPECT_EQ(read(s.plain.search_object, key_holder(record), 0), record);
 }
 
 TEST_P(Search, BeginsByClearingTheLastError) {
@@ -282,7 +263,7 @@ TEST_P(Search, HandsTheTreeAProbeOfItsOwn) {
     kel_record *record = put(1);
     const Key key(s, handle, 1);
     services.clear();
-    s.plain.search(handle, tx, table, key.value(), &err);
+    read(s.plain.search, key.value());
     const ServiceCall call = services.calls("e_avl_search").at(0);
     EXPECT_NE(call.pointer<kel_index_node>(1), &record->index_node);
     EXPECT_EQ(call.pointer<void>(0), table->index_root);
@@ -311,18 +292,18 @@ TEST_P(Search, ThatHidesPendingRecordsAnswersTheKeyItselfOrTheNearest) {
     const Key key(s, handle, 1);
     const Key above(s, handle, 2);
     services.clear();
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, key.value(), 1, &err), record);
+    EXPECT_EQ(read(s.index.search_not_pending, key.value(), 1), record);
     EXPECT_EQ(reported(), Reported{record});
     const Key low(s, handle, 0);
     remove(below);
     services.clear();
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, low.value(), 1, &err), record);
+    EXPECT_EQ(read(s.index.search_not_pending, low.value(), 1), record);
     EXPECT_EQ(reported(), (Reported{record, record}));
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, low.value(), 0, &err), nullptr);
-    EXPECT_EQ(s.index.search_not_pending(handle, tx, table, above.value(), 1, &err), nullptr);
+    EXPECT_EQ(read(s.index.search_not_pending, low.value(), 0), nullptr);
+    EXPECT_EQ(read(s.index.search_not_pending, above.value(), 1), nullptr);
     insert(below);
     set_pending(record);
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 0, 1, 1, &err), below);
+    EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 0, 1, 1), below);
 }
 
 TEST_P(Search, TakesItsModesAsTruthValuesAndTheLowByteOfTheSource) {
@@ -332,16 +313,16 @@ TEST_P(Search, TakesItsModesAsTruthValuesAndTheLowByteOfTheSource) {
     set_pending(pending);
     const Key key(s, handle, 1);
     const auto search = s.index.search_internal;
-    EXPECT_EQ(search(handle, tx, table, key.value(), 0, 0, 0x107, 0, &err), pending);
-    EXPECT_EQ(search(handle, tx, table, key.value(), 0x100, 0x100, 0x107, 0x100, &err), above);
-    EXPECT_EQ(search(handle, tx, table, key.value(), 0x100, 0, 0x107, 0x100, &err), below);
+    EXPECT_EQ(read(search, key.value(), 0, 0, 0x107, 0), pending);
+    EXPECT_EQ(read(search, key.value(), 0x100, 0x100, 0x107, 0x100), above);
+    EXPECT_EQ(read(search, key.value(), 0x100, 0, 0x107, 0x100), below);
 }
 
 TEST_P(Search, NeverReportsAShadowThatAWalkFound) {
     kel_record *shadow = put(1, KEL_SOURCE_SHADOW);
     const Key key(s, handle, 0);
     services.clear();
-    EXPECT_EQ(s.index.search_internal(handle, tx, table, key.value(), 1, 1, 255, 1, &err), shadow);
+    EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 1, 255, 1), shadow);
     EXPECT_EQ(reported(), Reported{});
 }
 
@@ -350,7 +331,7 @@ TEST_P(Search, AnswersTheNearestWithTheErrorOfTheReport) {
     const Key key(s, handle, 1);
     services.always_fail("kelrepl_add_to_cache");
     services.clear();
-    EXPECT_EQ(s.index.search_nearest(handle, tx, table, key.value(), &err), record);
+    EXPECT_EQ(read(s.index.search_nearest, key.value()), record);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(reported(), (Reported{record, record}));
 }

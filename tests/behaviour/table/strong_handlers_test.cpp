@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Events, in a program that defines handlers: for tbl_ldap_conn all but those of
-// DM events, for tbl_ldap_stats those of DM events.
+// Events in a program that defines some handlers: for tbl_ldap_conn all but those of DM
+// events, for tbl_ldap_stats those of DM events.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -148,7 +148,7 @@ TEST_F(StrongHandlers, LeaveTheOtherTablesAlone) {
         "(info): weak default handler tarnbase_tbl_ldap_summary_record create handler called"));
 }
 
-// A weak handler that is called directly clears an error; a callback can't show it.
+// A weak handler that is called directly clears an error. A callback is not called with one.
 TEST_F(StrongHandlers, AWeakHandlerCalledDirectlyClearsTheError) {
     TraceCapture trace;
     err = 5;

@@ -13,13 +13,13 @@ TEST_P(SubSteps, StayWithinOneKey) {
     kel_record *k1_second = put(0, 2);
     kel_record *k2 = put(1, 1);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->first(handle, tx, table, &err), k1);
-        EXPECT_EQ(t->next(handle, tx, table, k1, &err), k2);
-        EXPECT_EQ(t->sub_next(handle, tx, table, k1, &err), k1_second);
-        EXPECT_EQ(t->sub_next(handle, tx, table, k1_second, &err), nullptr);
-        EXPECT_EQ(t->sub_prev(handle, tx, table, k1_second, &err), k1);
-        EXPECT_EQ(t->sub_prev(handle, tx, table, k1, &err), nullptr);
-        EXPECT_EQ(t->sub_prev(handle, tx, table, k2, &err), nullptr);
+        EXPECT_EQ(read(t->first), k1);
+        EXPECT_EQ(read(t->next, k1), k2);
+        EXPECT_EQ(read(t->sub_next, k1), k1_second);
+        EXPECT_EQ(read(t->sub_next, k1_second), nullptr);
+        EXPECT_EQ(read(t->sub_prev, k1_second), k1);
+        EXPECT_EQ(read(t->sub_prev, k1), nullptr);
+        EXPECT_EQ(read(t->sub_prev, k2), nullptr);
         EXPECT_EQ(err, 0U);
     }
 }
@@ -28,12 +28,12 @@ TEST_P(SubSteps, FilterNothing) {
     kel_record *pending = put(0, 3);
     set_pending(pending);
     kel_record *record = put(0, 2);
-    // The last key of one tenant's run meets the first of the next one's.
+    // The last key of one tenant's run equals the first of the next one's.
     kel_record *crossed = put_for(1, 0, 1);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->sub_next(handle, tx, table, record, &err), pending);
-        EXPECT_EQ(t->sub_next(handle, tx, table, pending, &err), crossed);
-        EXPECT_EQ(t->sub_prev(handle, tx, table, crossed, &err), pending);
+        EXPECT_EQ(read(t->sub_next, record), pending);
+        EXPECT_EQ(read(t->sub_next, pending), crossed);
+        EXPECT_EQ(read(t->sub_prev, crossed), pending);
     }
 }
 
@@ -44,20 +44,20 @@ TEST_P(SubSteps, AShadowIsTheLastOfItsKeyAndNeverReported) {
     kel_record *other = put(1, 1);
     for (const Traversal *t : names()) {
         services.clear();
-        EXPECT_EQ(t->shadow(handle, tx, table, record, &err), shadow);
+        EXPECT_EQ(read(t->shadow, record), shadow);
         EXPECT_EQ(reported(), Reported{between});
-        EXPECT_EQ(t->shadow(handle, tx, table, shadow, &err), shadow);
+        EXPECT_EQ(read(t->shadow, shadow), shadow);
         EXPECT_EQ(services.count("e_avl_get_next"), 0U);
-        EXPECT_EQ(t->shadow(handle, tx, table, other, &err), nullptr);
-        EXPECT_EQ(t->shadow(handle, tx, table, nullptr, &err), nullptr);
-        EXPECT_EQ(t->next(handle, tx, table, record, &err), other);
+        EXPECT_EQ(read(t->shadow, other), nullptr);
+        EXPECT_EQ(read(t->shadow, nullptr), nullptr);
+        EXPECT_EQ(read(t->next, record), other);
         services.clear();
-        EXPECT_EQ(t->next_by_src(handle, tx, table, record, 255, &err), shadow);
-        EXPECT_EQ(t->first_by_src(handle, tx, table, 255, &err), shadow);
-        EXPECT_EQ(t->last_by_src(handle, tx, table, 255, &err), shadow);
-        EXPECT_EQ(t->sub_next(handle, tx, table, between, &err), shadow);
-        EXPECT_EQ(t->next_ignore_src(handle, tx, table, between, &err), shadow);
-        EXPECT_EQ(t->prev_ignore_src(handle, tx, table, other, &err), shadow);
+        EXPECT_EQ(read(t->next_by_src, record, 255), shadow);
+        EXPECT_EQ(read(t->first_by_src, 255), shadow);
+        EXPECT_EQ(read(t->last_by_src, 255), shadow);
+        EXPECT_EQ(read(t->sub_next, between), shadow);
+        EXPECT_EQ(read(t->next_ignore_src, between), shadow);
+        EXPECT_EQ(read(t->prev_ignore_src, other), shadow);
         EXPECT_EQ(reported(), Reported{});
         EXPECT_EQ(err, 0U);
     }
@@ -67,7 +67,7 @@ TEST_P(SubSteps, AShadowIsFoundDirectlyBehindItsRecord) {
     kel_record *record = put(0, 1);
     kel_record *shadow = put(0, 255);
     services.clear();
-    EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), shadow);
+    EXPECT_EQ(read(s.by_key.shadow, record), shadow);
     EXPECT_EQ(reported(), Reported{});
 }
 
@@ -76,7 +76,7 @@ TEST_P(SubSteps, ARecordWithoutAShadowReportsEachOfItsSources) {
     kel_record *second = put(0, 2);
     kel_record *third = put(0, 3);
     services.clear();
-    EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.shadow, record), nullptr);
     EXPECT_EQ(reported(), (Reported{second, third}));
 }
 
@@ -86,8 +86,8 @@ TEST_P(SubSteps, GoOnFromADeletedRecord) {
     kel_record *third = put(0, 3);
     remove(second);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->sub_next(handle, tx, table, second, &err), third);
-        EXPECT_EQ(t->sub_prev(handle, tx, table, second, &err), first);
+        EXPECT_EQ(read(t->sub_next, second), third);
+        EXPECT_EQ(read(t->sub_prev, second), first);
     }
 }
 
@@ -99,13 +99,13 @@ TEST_P(SubSteps, TakeOneStepAndAskForNoTenant) {
     kel_record *second = put(0, 2);
     kel_record *third = put(0, 3);
     services.clear();
-    s.by_key.sub_next(handle, tx, table, first, &err);
+    read(s.by_key.sub_next, first);
     EXPECT_EQ(services.order(steps), "kel_clear_last_error e_avl_get_next kelrepl_add_to_cache");
     EXPECT_EQ(reported(), Reported{second});
-    s.by_key.sub_prev(handle, tx, table, third, &err);
+    read(s.by_key.sub_prev, third);
     EXPECT_EQ(services.order(steps), "kel_clear_last_error e_avl_get_prev kelrepl_add_to_cache");
     EXPECT_EQ(reported(), Reported{second});
-    s.by_key.shadow(handle, tx, table, second, &err);
+    read(s.by_key.shadow, second);
     EXPECT_EQ(services.order(steps),
               "kel_clear_last_error e_avl_get_next kelrepl_add_to_cache "
               "kel_clear_last_error e_avl_get_next");
@@ -116,9 +116,9 @@ TEST_P(SubSteps, ThatLeaveTheKeyReportNothing) {
     kel_record *other = put(1);
     services.clear();
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->sub_next(handle, tx, table, record, &err), nullptr);
-        EXPECT_EQ(t->sub_prev(handle, tx, table, other, &err), nullptr);
-        EXPECT_EQ(t->shadow(handle, tx, table, record, &err), nullptr);
+        EXPECT_EQ(read(t->sub_next, record), nullptr);
+        EXPECT_EQ(read(t->sub_prev, other), nullptr);
+        EXPECT_EQ(read(t->shadow, record), nullptr);
     }
     EXPECT_EQ(reported(), Reported{});
 }
@@ -127,7 +127,7 @@ TEST_P(SubSteps, ToAShadowCrossIntoTheNextTenantsRun) {
     kel_record *record = put(0, 1);
     kel_record *crossed = put_for(1, 0, 255);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->shadow(handle, tx, table, record, &err), crossed);
+        EXPECT_EQ(read(t->shadow, record), crossed);
     }
 }
 
@@ -136,7 +136,7 @@ TEST_P(SubSteps, AShadowIsItsOwnWhateverTheErrorWordHolds) {
     err = 5;
     services.clear();
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->shadow(handle, tx, table, shadow, &err), shadow);
+        EXPECT_EQ(read(t->shadow, shadow), shadow);
     }
     EXPECT_EQ(err, 5U);
     EXPECT_TRUE(services.calls().empty());
@@ -148,7 +148,7 @@ TEST_P(SubSteps, AFailedReportEndsTheWayToAShadow) {
     put(0, 255);
     services.always_fail("kelrepl_add_to_cache");
     services.clear();
-    EXPECT_EQ(s.by_key.shadow(handle, tx, table, record, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.shadow, record), nullptr);
     EXPECT_EQ(err, 12U);
     EXPECT_EQ(services.count("e_avl_get_next"), 1U);
 }

@@ -32,7 +32,7 @@ TEST_P(Text, PrintNeedsTheWireLengthAsRoomForAnObject) {
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, needed - 1, &err);
     EXPECT_EQ(err, 90U);
     EXPECT_EQ(handle->last_error, 90U);
-    // The record's last line is written also then.
+    // The record's last line is still written.
     EXPECT_EQ(std::string(buffer.data(), length), first_line + "}\n");
     EXPECT_EQ(s.cr.print(handle, record, buffer.data(), needed - 1), 0xffffffffU);
     EXPECT_EQ(handle->last_error, 90U);
@@ -83,12 +83,12 @@ TEST_P(Text, PrintRunsWithAnErrorAndClearsNone) {
     err = 5;
     services.clear();
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, room, &err);
-    // The lines of the record itself, without its objects.
+    // The record's own lines, without its objects.
     EXPECT_EQ(std::string(buffer.data(), length), std::string("record@") + s.name + ": {\n}\n");
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
     EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
-    // The error that is there stays also where the objects wouldn't fit.
+    // The error is kept when the objects don't fit.
     s.plain.print(handle, tx, buffer.data(), record, static_cast<u32>(length), &err);
     EXPECT_EQ(err, 5U);
     EXPECT_EQ(handle->last_error, 22U);
@@ -144,7 +144,7 @@ TEST_P(Text, AKeyIsPrintedOnlyWithTableRecordAndRoom) {
     expect_error(s.plain.pkey_print(handle, tx, table, record, buffer.data(), length - 1, &err),
                  90);
     EXPECT_EQ(handle->last_error, 90U);
-    // The room is compared as a signed number.
+    // The length is compared as a signed number.
     expect_error(s.plain.pkey_print(handle, tx, table, record, buffer.data(), 0x80000000U, &err),
                  90);
     handle->last_error = 22;
@@ -161,7 +161,7 @@ TEST_P(Text, AKeysPrintClearsTheLastErrorFirst) {
     EXPECT_GT(s.plain.pkey_print(handle, tx, table, record, buffer.data(), room, &err), 0U);
     EXPECT_EQ(handle->last_error, 0U);
     const u32 length = s.plain.pkey_len(handle, tx, record);
-    // With its wire length as room a key is begun, whether or not its text fits.
+    // With its wire length as space a key is begun, even if its text does not fit.
     services.clear();
     s.plain.pkey_print(handle, tx, table, record, buffer.data(), length, &err);
     const auto stored = services.calls("kel_store_err");

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What the tests of ordered reads share: each form's three names, records of several
-// tenants, and what was reported to the replication engine.
+// What the tests of reads share: the three names of each form, records of several tenants,
+// and what was reported to the replication engine.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_TABLE_TRAVERSAL_FIXTURE_H
 #define TARNBASE_TESTS_BEHAVIOUR_TABLE_TRAVERSAL_FIXTURE_H
 
@@ -18,7 +18,7 @@ using Reads = std::vector<std::function<kel_record *()>>;
 class ReadTest : public TableTest {
  protected:
     std::vector<const Traversal *> names() { return {&s.by_key, &s.by_pkey, &s.by_pkey_unsafe}; }
-    // The records reported since the last look, each with the table's vector.
+    // The records reported since the last call, each with the table's vector.
     Reported reported() {
         Reported records;
         for (const ServiceCall &call : services.calls("kelrepl_add_to_cache")) {
@@ -29,17 +29,21 @@ class ReadTest : public TableTest {
         services.clear();
         return records;
     }
+    // Calls a read of the table with the handle, the transaction and the error word.
+    template <typename Form, typename... Arguments>
+    kel_record *read(Form form, Arguments... arguments) {
+        return form(handle, tx, table, arguments..., &err);
+    }
     // Every read from an end of the index.
     Reads reads_from_ends(u32 src = KEL_SOURCE_DEFAULT) {
-        Reads reads = {
-            [=, this] { return s.index.first_not_pending(handle, tx, table, src, &err); },
-            [=, this] { return s.index.last_not_pending(handle, tx, table, src, &err); }};
+        Reads reads = {[=, this] { return read(s.index.first_not_pending, src); },
+                       [=, this] { return read(s.index.last_not_pending, src); }};
         for (const Traversal *t : names()) {
             for (const auto end : {t->first, t->last, t->first_ignore_src}) {
-                reads.push_back([=, this] { return end(handle, tx, table, &err); });
+                reads.push_back([=, this] { return read(end); });
             }
             for (const auto end : {t->first_by_src, t->last_by_src}) {
-                reads.push_back([=, this] { return end(handle, tx, table, src, &err); });
+                reads.push_back([=, this] { return read(end, src); });
             }
         }
         return reads;
@@ -48,17 +52,17 @@ class ReadTest : public TableTest {
     Reads steps_from(kel_record *record, u32 src = KEL_SOURCE_DEFAULT) {
         Reads reads;
         const auto add = [&](Traversal::StepBySrc step) {
-            reads.push_back([=, this] { return step(handle, tx, table, record, src, &err); });
+            reads.push_back([=, this] { return read(step, record, src); });
         };
         add(s.index.next_not_pending);
         add(s.index.prev_not_pending);
         for (const auto step : {s.index.next_internal, s.index.prev_internal}) {
-            reads.push_back([=, this] { return step(handle, tx, table, record, src, 1, 0, &err); });
+            reads.push_back([=, this] { return read(step, record, src, 1, 0); });
         }
         for (const Traversal *t : names()) {
             for (const auto step : {t->next, t->prev, t->next_ignore_src, t->prev_ignore_src,
                                     t->sub_next, t->sub_prev, t->shadow}) {
-                reads.push_back([=, this] { return step(handle, tx, table, record, &err); });
+                reads.push_back([=, this] { return read(step, record); });
             }
             add(t->next_by_src);
             add(t->prev_by_src);
@@ -69,18 +73,15 @@ class ReadTest : public TableTest {
     Reads steps_from(const Key &key, u32 src = KEL_SOURCE_DEFAULT) {
         const void *const value = key.value();
         void *const object = key.object();
-        Reads reads = {
-            [=, this] { return s.index.next_by_key_w_src(handle, tx, table, value, src, &err); },
-            [=, this] {
-                return s.index.next_by_object_w_src(handle, tx, table, object, src, &err);
-            }};
+        Reads reads = {[=, this] { return read(s.index.next_by_key_w_src, value, src); },
+                       [=, this] { return read(s.index.next_by_object_w_src, object, src); }};
         for (const auto step : {s.index.next_by_key, s.index.prev_by_key,
                                 s.index.next_by_key_not_pending, s.index.prev_by_key_not_pending}) {
-            reads.push_back([=, this] { return step(handle, tx, table, value, &err); });
+            reads.push_back([=, this] { return read(step, value); });
         }
         for (const Operations *form : {&s.plain, &s.unsafe}) {
             for (const auto step : {form->next_by_object, form->prev_by_object}) {
-                reads.push_back([=, this] { return step(handle, tx, table, object, &err); });
+                reads.push_back([=, this] { return read(step, object); });
             }
         }
         return reads;
@@ -89,7 +90,7 @@ class ReadTest : public TableTest {
         handle->last_error = 22;
         err = 5;
         services.clear();
-        for (const auto &read : reads) EXPECT_EQ(read(), nullptr);
+        for (const auto &each : reads) EXPECT_EQ(each(), nullptr);
         EXPECT_EQ(err, 5U);
         EXPECT_EQ(handle->last_error, 22U);
         EXPECT_TRUE(services.calls().empty());
@@ -97,10 +98,10 @@ class ReadTest : public TableTest {
         handle->last_error = 0;
     }
     void expect_last_error_cleared_first(const Reads &reads) {
-        for (const auto &read : reads) {
+        for (const auto &each : reads) {
             handle->last_error = 22;
             services.clear();
-            read();
+            each();
             EXPECT_EQ(err, 0U);
             EXPECT_EQ(handle->last_error, 0U);
             ASSERT_FALSE(services.calls().empty());
@@ -110,7 +111,7 @@ class ReadTest : public TableTest {
     void expect_nothing_stored_or_allocated(const Reads &reads) {
         const kel_table before = *table;
         HookRecorder hooks(handle);
-        for (const auto &read : reads) read();
+        for (const auto &each : reads) each();
         for (const Hook hook : {Hook::alloc, Hook::free, Hook::write_log, Hook::delta_log}) {
             EXPECT_EQ(hooks.count(hook), 0U);
         }

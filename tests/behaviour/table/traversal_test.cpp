@@ -15,12 +15,12 @@ TEST_P(Traversals, ShowsRecordsOfSourceOneInKeyOrder) {
     kel_record *second = put(2);
     put(2, 0);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->first(handle, tx, table, &err), first);
-        EXPECT_EQ(t->next(handle, tx, table, first, &err), second);
-        EXPECT_EQ(t->next(handle, tx, table, second, &err), nullptr);
-        EXPECT_EQ(t->last(handle, tx, table, &err), second);
-        EXPECT_EQ(t->prev(handle, tx, table, second, &err), first);
-        EXPECT_EQ(t->prev(handle, tx, table, first, &err), nullptr);
+        EXPECT_EQ(read(t->first), first);
+        EXPECT_EQ(read(t->next, first), second);
+        EXPECT_EQ(read(t->next, second), nullptr);
+        EXPECT_EQ(read(t->last), second);
+        EXPECT_EQ(read(t->prev, second), first);
+        EXPECT_EQ(read(t->prev, first), nullptr);
         EXPECT_EQ(err, 0U);
     }
 }
@@ -32,15 +32,15 @@ TEST_P(Traversals, OfASourceStepsOverTheOthers) {
     kel_record *high = put(2, 7);
     put(2, 9);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->first_by_src(handle, tx, table, 7, &err), low);
-        EXPECT_EQ(t->first_by_src(handle, tx, table, 0x107, &err), low);
-        EXPECT_EQ(t->next_by_src(handle, tx, table, low, 7, &err), high);
-        EXPECT_EQ(t->next_by_src(handle, tx, table, high, 7, &err), nullptr);
-        EXPECT_EQ(t->last_by_src(handle, tx, table, 7, &err), high);
-        EXPECT_EQ(t->prev_by_src(handle, tx, table, high, 0x107, &err), low);
-        EXPECT_EQ(t->prev_by_src(handle, tx, table, low, 7, &err), nullptr);
-        EXPECT_EQ(t->first_by_src(handle, tx, table, 8, &err), nullptr);
-        EXPECT_EQ(t->last_by_src(handle, tx, table, 8, &err), nullptr);
+        EXPECT_EQ(read(t->first_by_src, 7), low);
+        EXPECT_EQ(read(t->first_by_src, 0x107), low);
+        EXPECT_EQ(read(t->next_by_src, low, 7), high);
+        EXPECT_EQ(read(t->next_by_src, high, 7), nullptr);
+        EXPECT_EQ(read(t->last_by_src, 7), high);
+        EXPECT_EQ(read(t->prev_by_src, high, 0x107), low);
+        EXPECT_EQ(read(t->prev_by_src, low, 7), nullptr);
+        EXPECT_EQ(read(t->first_by_src, 8), nullptr);
+        EXPECT_EQ(read(t->last_by_src, 8), nullptr);
     }
 }
 
@@ -51,13 +51,13 @@ TEST_P(Traversals, IgnoringSourcesStepsThroughAllOfTheTenant) {
     kel_record *c = put(1, 255);
     set_pending(b);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), a);
-        EXPECT_EQ(t->next_ignore_src(handle, tx, table, a, &err), b);
-        EXPECT_EQ(t->next_ignore_src(handle, tx, table, b, &err), c);
-        EXPECT_EQ(t->next_ignore_src(handle, tx, table, c, &err), nullptr);
-        EXPECT_EQ(t->prev_ignore_src(handle, tx, table, c, &err), b);
-        EXPECT_EQ(t->prev_ignore_src(handle, tx, table, b, &err), a);
-        EXPECT_EQ(t->prev_ignore_src(handle, tx, table, a, &err), nullptr);
+        EXPECT_EQ(read(t->first_ignore_src), a);
+        EXPECT_EQ(read(t->next_ignore_src, a), b);
+        EXPECT_EQ(read(t->next_ignore_src, b), c);
+        EXPECT_EQ(read(t->next_ignore_src, c), nullptr);
+        EXPECT_EQ(read(t->prev_ignore_src, c), b);
+        EXPECT_EQ(read(t->prev_ignore_src, b), a);
+        EXPECT_EQ(read(t->prev_ignore_src, a), nullptr);
     }
 }
 
@@ -66,20 +66,20 @@ TEST_P(Traversals, HidesPendingRecordsInTheFormsThatSaySo) {
     kel_record *b = put(1);
     kel_record *c = put(2);
     set_pending(b);
-    EXPECT_EQ(s.by_key.next(handle, tx, table, a, &err), b);
-    EXPECT_EQ(s.index.next_not_pending(handle, tx, table, a, 1, &err), c);
-    EXPECT_EQ(s.index.prev_not_pending(handle, tx, table, c, 1, &err), a);
-    EXPECT_EQ(s.index.next_not_pending(handle, tx, table, a, 7, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.next, a), b);
+    EXPECT_EQ(read(s.index.next_not_pending, a, 1), c);
+    EXPECT_EQ(read(s.index.prev_not_pending, c, 1), a);
+    EXPECT_EQ(read(s.index.next_not_pending, a, 7), nullptr);
     set_pending(a);
-    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 1, &err), c);
-    EXPECT_EQ(s.by_key.first(handle, tx, table, &err), a);
+    EXPECT_EQ(read(s.index.first_not_pending, 1), c);
+    EXPECT_EQ(read(s.by_key.first), a);
     set_pending(c);
-    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 1, &err), nullptr);
-    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 1, &err), nullptr);
-    EXPECT_EQ(s.by_key.last(handle, tx, table, &err), c);
+    EXPECT_EQ(read(s.index.last_not_pending, 1), nullptr);
+    EXPECT_EQ(read(s.index.first_not_pending, 1), nullptr);
+    EXPECT_EQ(read(s.by_key.last), c);
     kel_record *seventh = put(1, 7);
-    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 7, &err), seventh);
-    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 0x107, &err), seventh);
+    EXPECT_EQ(read(s.index.first_not_pending, 7), seventh);
+    EXPECT_EQ(read(s.index.last_not_pending, 0x107), seventh);
 }
 
 TEST_P(Traversals, StaysWithinTheTenantsRun) {
@@ -89,21 +89,21 @@ TEST_P(Traversals, StaysWithinTheTenantsRun) {
     put_for(3, 1);
     kel_thread_set_tenant(2);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->first(handle, tx, table, &err), low);
-        EXPECT_EQ(t->last(handle, tx, table, &err), high);
-        EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), low);
-        EXPECT_EQ(t->next(handle, tx, table, high, &err), nullptr);
-        EXPECT_EQ(t->prev(handle, tx, table, low, &err), nullptr);
-        EXPECT_EQ(t->next_ignore_src(handle, tx, table, high, &err), nullptr);
-        EXPECT_EQ(t->prev_ignore_src(handle, tx, table, low, &err), nullptr);
+        EXPECT_EQ(read(t->first), low);
+        EXPECT_EQ(read(t->last), high);
+        EXPECT_EQ(read(t->first_ignore_src), low);
+        EXPECT_EQ(read(t->next, high), nullptr);
+        EXPECT_EQ(read(t->prev, low), nullptr);
+        EXPECT_EQ(read(t->next_ignore_src, high), nullptr);
+        EXPECT_EQ(read(t->prev_ignore_src, low), nullptr);
     }
-    // A tenant without records, between and beyond those that have some.
+    // Tenants without records, before and after those with records.
     for (const u16 tenant : {u16{0}, u16{4}}) {
         kel_thread_set_tenant(tenant);
         for (const Traversal *t : names()) {
-            EXPECT_EQ(t->first(handle, tx, table, &err), nullptr);
-            EXPECT_EQ(t->last(handle, tx, table, &err), nullptr);
-            EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), nullptr);
+            EXPECT_EQ(read(t->first), nullptr);
+            EXPECT_EQ(read(t->last), nullptr);
+            EXPECT_EQ(read(t->first_ignore_src), nullptr);
         }
     }
     EXPECT_EQ(err, 0U);
@@ -114,10 +114,10 @@ TEST_P(Traversals, FromAnotherTenantsPositionEntersOnlyTheNextRun) {
     kel_record *high = put_for(1, 1);
     kel_record *next_run = put_for(2, 0);
     kel_thread_set_tenant(2);
-    EXPECT_EQ(s.by_key.next(handle, tx, table, low, &err), nullptr);
-    EXPECT_EQ(s.by_key.next(handle, tx, table, high, &err), next_run);
+    EXPECT_EQ(read(s.by_key.next, low), nullptr);
+    EXPECT_EQ(read(s.by_key.next, high), next_run);
     kel_thread_set_tenant(1);
-    EXPECT_EQ(s.by_key.prev(handle, tx, table, next_run, &err), high);
+    EXPECT_EQ(read(s.by_key.prev, next_run), high);
 }
 
 TEST_P(Traversals, GoesOnFromADeletedRecord) {
@@ -126,22 +126,22 @@ TEST_P(Traversals, GoesOnFromADeletedRecord) {
     kel_record *c = put(2);
     remove(b);
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->next(handle, tx, table, b, &err), c);
-        EXPECT_EQ(t->prev(handle, tx, table, b, &err), a);
-        EXPECT_EQ(t->next_ignore_src(handle, tx, table, b, &err), c);
-        EXPECT_EQ(t->sub_next(handle, tx, table, b, &err), nullptr);
+        EXPECT_EQ(read(t->next, b), c);
+        EXPECT_EQ(read(t->prev, b), a);
+        EXPECT_EQ(read(t->next_ignore_src, b), c);
+        EXPECT_EQ(read(t->sub_next, b), nullptr);
     }
-    // Records inserted behind a position are seen.
+    // Records inserted after a position are read.
     kel_record *again = put(1, 1);
-    EXPECT_EQ(s.by_key.next(handle, tx, table, a, &err), again);
-    EXPECT_EQ(s.by_key.next(handle, tx, table, b, &err), c) << "the equal entry is passed";
-    // Those before it aren't.
+    EXPECT_EQ(read(s.by_key.next, a), again);
+    EXPECT_EQ(read(s.by_key.next, b), c) << "the equal entry is passed";
+    // Those inserted before it are not.
     put(0, 7);
-    EXPECT_EQ(s.by_key.next(handle, tx, table, again, &err), c);
+    EXPECT_EQ(read(s.by_key.next, again), c);
 }
 
-// One record is given every key and some sources where it stands, and taken out of the
-// index; the others stay in order. Each answer is the neighbour of its present place.
+// One record gets every key and some sources, in the index and after its removal. The other
+// records stay in order. Each read returns the neighbour of the record's present place.
 TEST_P(Traversals, TakeTheKeyThatARecordHasNowForItsPosition) {
     kel_record *const a = put(0, 5);
     kel_record *const b = put(1, 1);
@@ -163,8 +163,8 @@ TEST_P(Traversals, TakeTheKeyThatARecordHasNowForItsPosition) {
                              ", now " + std::to_string(place.key) + " of source " +
                              std::to_string(place.src));
                 for (const Traversal *t : names()) {
-                    EXPECT_EQ(t->next_ignore_src(handle, tx, table, moved, &err), place.after);
-                    EXPECT_EQ(t->prev_ignore_src(handle, tx, table, moved, &err), place.before);
+                    EXPECT_EQ(read(t->next_ignore_src, moved), place.after);
+                    EXPECT_EQ(read(t->prev_ignore_src, moved), place.before);
                 }
             }
             s.set_key(handle, tx, key_holder(moved), inserted_at.key, &err);
@@ -179,11 +179,11 @@ TEST_P(Traversals, TakeTheKeyThatARecordHasNowForItsPosition) {
 
 TEST_P(Traversals, EmptyTablesHaveNoRecords) {
     for (const Traversal *t : names()) {
-        EXPECT_EQ(t->first(handle, tx, table, &err), nullptr);
-        EXPECT_EQ(t->last(handle, tx, table, &err), nullptr);
-        EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), nullptr);
-        EXPECT_EQ(t->first_by_src(handle, tx, table, 1, &err), nullptr);
-        EXPECT_EQ(t->last_by_src(handle, tx, table, 1, &err), nullptr);
+        EXPECT_EQ(read(t->first), nullptr);
+        EXPECT_EQ(read(t->last), nullptr);
+        EXPECT_EQ(read(t->first_ignore_src), nullptr);
+        EXPECT_EQ(read(t->first_by_src, 1), nullptr);
+        EXPECT_EQ(read(t->last_by_src, 1), nullptr);
     }
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
@@ -196,17 +196,17 @@ TEST_P(Traversals, ReportsEachRecordItAnswersAndNoOther) {
     begin();
     for (const Traversal *t : names()) {
         services.clear();
-        t->first(handle, tx, table, &err);
+        read(t->first);
         EXPECT_EQ(reported(), Reported{a});
-        t->next(handle, tx, table, a, &err);
+        read(t->next, a);
         ASSERT_EQ(services.calls("kelrepl_add_to_cache").at(0).tx_id(), tx);
         EXPECT_EQ(reported(), Reported{b});
-        t->last(handle, tx, table, &err);
+        read(t->last);
         EXPECT_EQ(reported(), Reported{b});
-        t->first_ignore_src(handle, tx, table, &err);
+        read(t->first_ignore_src);
         EXPECT_EQ(reported(), Reported{a});
-        t->next(handle, tx, table, b, &err);
-        t->sub_next(handle, tx, table, a, &err);
+        read(t->next, b);
+        read(t->sub_next, a);
         EXPECT_EQ(reported(), Reported{});
     }
     commit();
@@ -216,12 +216,12 @@ TEST_P(Traversals, AnswersTheRecordWithTheErrorOfTheReport) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     services.always_fail("kelrepl_add_to_cache");
-    EXPECT_EQ(s.by_key.first(handle, tx, table, &err), a);
+    EXPECT_EQ(read(s.by_key.first), a);
     EXPECT_EQ(err, 12U);
     err = 0;
-    EXPECT_EQ(s.by_key.next(handle, tx, table, a, &err), b);
+    EXPECT_EQ(read(s.by_key.next, a), b);
     EXPECT_EQ(err, 12U);
-    EXPECT_EQ(s.by_key.next(handle, tx, table, a, &err), nullptr);
+    EXPECT_EQ(read(s.by_key.next, a), nullptr);
 }
 
 TEST_P(Traversals, TheWorkersTakeTheirFiltersAsTruthValues) {
@@ -231,13 +231,13 @@ TEST_P(Traversals, TheWorkersTakeTheirFiltersAsTruthValues) {
     set_pending(seventh);
     const auto next = s.index.next_internal;
     const auto prev = s.index.prev_internal;
-    EXPECT_EQ(next(handle, tx, table, a, 9, 0, 0, &err), seventh);
-    EXPECT_EQ(next(handle, tx, table, a, 9, 0, 42, &err), b);
-    EXPECT_EQ(next(handle, tx, table, a, 0x107, 42, 0, &err), seventh);
-    EXPECT_EQ(next(handle, tx, table, a, 7, 1, 1, &err), nullptr);
-    EXPECT_EQ(prev(handle, tx, table, b, 9, 0, 0, &err), seventh);
-    EXPECT_EQ(prev(handle, tx, table, b, 9, 0, 1, &err), a);
-    EXPECT_EQ(prev(handle, tx, table, b, 1, 1, 0, &err), a);
+    EXPECT_EQ(read(next, a, 9, 0, 0), seventh);
+    EXPECT_EQ(read(next, a, 9, 0, 42), b);
+    EXPECT_EQ(read(next, a, 0x107, 42, 0), seventh);
+    EXPECT_EQ(read(next, a, 7, 1, 1), nullptr);
+    EXPECT_EQ(read(prev, b, 9, 0, 0), seventh);
+    EXPECT_EQ(read(prev, b, 9, 0, 1), a);
+    EXPECT_EQ(read(prev, b, 1, 1, 0), a);
 }
 
 TEST_P(Traversals, TheCrFormSelectsTheWorker) {
@@ -310,11 +310,11 @@ TEST_P(Traversals, IgnoringSourcesShowsPendingRecordsInOneStep) {
     set_pending(b);
     for (const Traversal *t : names()) {
         services.clear();
-        EXPECT_EQ(t->first_ignore_src(handle, tx, table, &err), a);
+        EXPECT_EQ(read(t->first_ignore_src), a);
         EXPECT_EQ(services.count("e_avl_get_next"), 0U);
-        EXPECT_EQ(t->next_ignore_src(handle, tx, table, a, &err), b);
+        EXPECT_EQ(read(t->next_ignore_src, a), b);
         EXPECT_EQ(services.count("e_avl_get_next"), 1U);
-        EXPECT_EQ(t->prev_ignore_src(handle, tx, table, b, &err), a);
+        EXPECT_EQ(read(t->prev_ignore_src, b), a);
         EXPECT_EQ(services.count("e_avl_get_prev"), 1U);
     }
 }
@@ -323,10 +323,10 @@ TEST_P(Traversals, HideAPendingRecordAtEitherEnd) {
     set_pending(put(0));
     kel_record *between = put(1);
     set_pending(put(2));
-    EXPECT_EQ(s.index.first_not_pending(handle, tx, table, 1, &err), between);
-    EXPECT_EQ(s.index.last_not_pending(handle, tx, table, 1, &err), between);
-    EXPECT_EQ(s.index.next_not_pending(handle, tx, table, between, 0x101, &err), nullptr);
-    EXPECT_EQ(s.index.prev_not_pending(handle, tx, table, between, 0x101, &err), nullptr);
+    EXPECT_EQ(read(s.index.first_not_pending, 1), between);
+    EXPECT_EQ(read(s.index.last_not_pending, 1), between);
+    EXPECT_EQ(read(s.index.next_not_pending, between, 0x101), nullptr);
+    EXPECT_EQ(read(s.index.prev_not_pending, between, 0x101), nullptr);
 }
 
 }  // namespace

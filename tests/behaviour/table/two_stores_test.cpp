@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tables by id and a second store in the process: the library knows the first one's root and
-// no other. The runtime refuses what it can see is wrong, and the first store works on.
+// Tables by id with a second store in the process: the library has the root of the first one
+// only. The runtime refuses it in the second store, and the first store continues to work.
 #include <cstdlib>
 #include <filesystem>
 #include <optional>

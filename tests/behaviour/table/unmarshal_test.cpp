@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Records read from the wire: into a new record, or into one that is there.
+// Records read from the wire, into a new record or an existing one.
 #include <cstring>
 #include <vector>
 
@@ -133,7 +133,7 @@ TEST_P(RecordRead, IdentityAndHeaderAreNotLookedAt) {
     destroy(read);
 }
 
-// How many blocks the store makes for itself before the key object's differs by mode.
+// The number of blocks that the store allocates before the key object depends on the mode.
 TEST_P(RecordRead, ARecordWhoseKeyObjectCannotBeMadeIsStoredWithItsValue) {
     if (!s.has_key_object()) return;
     kel_record *record = make(1, 1, 5);

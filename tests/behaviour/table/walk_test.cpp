@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Walks over the whole tree, and the callback that the tree is given.
+// Walks over the whole tree, and the callback that is passed to the tree.
 #include <cstring>
 
 #include "tests/behaviour/table/traversal_fixture.h"
@@ -10,7 +10,7 @@ namespace {
 class Walk : public ReadTest {};
 TARN_EACH_TABLE_AND_MODE(Walk);
 
-// What a walk's function was given.
+// The records that a walk has visited.
 struct Visits {
     std::vector<const void *> records;
     std::size_t stop_at = ~std::size_t{0};
@@ -102,7 +102,7 @@ TEST_P(Walk, TheTreesCallbackHandsRecordAndResultThrough) {
     EXPECT_EQ(s.index.internal_walk(&record->index_node, &pair), 8U);
 }
 
-// On machines whose calls pass such arguments in registers.
+// On processors where these arguments are passed in registers.
 #if defined(__x86_64__) || defined(__aarch64__)
 using WideWalk = u32 (*)(kel_index_node *, void *, u64, u64, u64, u64);
 

@@ -11,7 +11,7 @@ namespace {
 
 class RecordXml : public TextTest {
  protected:
-    // The elements that a service was told of, in order.
+    // The elements of a service's calls, in order.
     std::string elements(const std::string &service) {
         std::string names;
         for (const ServiceCall &call : services.calls(service)) names += call.text + " ";
@@ -118,7 +118,7 @@ TEST_P(RecordXml, ReadWithoutMemoryIsErrorTwelve) {
     const Document document = parse(written(s.plain.to_xml, make(1)));
     const u64 blocks = session.blocks();
     for (u64 n = 1; n <= (s.has_key_object() ? 3U : 2U); ++n) {
-        // Each earlier block stays: the record isn't released.
+        // The earlier blocks stay: the record is not released.
         kel_store_fail_allocation(session.store(), n);
         err = 0;
         EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr) << n;
@@ -137,7 +137,7 @@ TEST_P(RecordXml, ClosesTheRecordAlsoAfterAnError) {
     services.at_each = [&](const ServiceCall &call) {
         if (call.name == "end_tag") error_at_the_end = *call.pointer<u32>(5);
     };
-    // Room for less and less, down to none for the record's own tag.
+    // Less and less space, down to none for the record's own tag.
     for (const u32 length : {whole - 1, whole / 2, static_cast<u32>(begin.size()) - 1}) {
         err = 0;
         services.clear();
@@ -148,7 +148,7 @@ TEST_P(RecordXml, ClosesTheRecordAlsoAfterAnError) {
                   (std::vector<u64>{length, 0}));
         EXPECT_EQ(services.calls("end_tag").back().text, s.name);
     }
-    // Nothing stands between the record's tags that didn't fit.
+    // Nothing is between the record's tags, which did not fit.
     EXPECT_EQ(elements("start_tag"), std::string(s.name) + " ");
     EXPECT_EQ(elements("end_tag"), std::string(s.name) + " ");
     EXPECT_EQ(error_at_the_end, 90U);

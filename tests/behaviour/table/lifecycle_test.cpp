@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The two roads that a reader should know: a table's, and a record's from its
-// creation in one process to its end.
+// A table from its first open to its end, a record from its creation to its end, and a store
+// file that is written by one process and read by another.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,10 +17,10 @@ namespace {
 
 using u32 = std::uint32_t;
 
-class Road : public ModeTest {};
-TARN_EACH_MODE(Road);
+class Lifecycle : public ModeTest {};
+TARN_EACH_MODE(Lifecycle);
 
-TEST_P(Road, OfATableFromItsFirstOpenToItsEnd) {
+TEST_P(Lifecycle, OfATableFromItsFirstOpenToItsEnd) {
     kel_table *table = tbl_ldap_conn_table_open(handle, tx, "ldap", 0, &err);
     ASSERT_NE(table, nullptr);
     EXPECT_EQ(err, 0U);
@@ -46,9 +46,9 @@ TEST_P(Road, OfATableFromItsFirstOpenToItsEnd) {
     EXPECT_EQ(tbl_ldap_conn_table_open(handle, tx, "ldap", 1, &err), nullptr);
 }
 
-TEST_P(Road, OfARecordEndToEnd) {
+TEST_P(Lifecycle, OfARecordEndToEnd) {
     kel_table *table = tbl_ldap_conn_table_open(handle, tx, "ldap", 0, &err);
-    // What the store makes once and for all is made.
+    // Allocates what the store allocates only once.
     st_ldap_conn_destroy(handle, tx, st_ldap_conn_create(handle, tx));
     const std::uint64_t blocks = session.blocks();
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
@@ -92,7 +92,7 @@ TEST_P(Road, OfARecordEndToEnd) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-// Reads in a process of its own what another one wrote to a store file.
+// Reads a store file that another process wrote. Returns 0 on success.
 int read_in_second_process(const std::string &path) {
     kel_store *store = nullptr;
     if (kel_store_open(path.c_str(), &store) != 0) return 1;
@@ -112,8 +112,8 @@ int read_in_second_process(const std::string &path) {
     return connections == 7 && named && err == 0 ? 0 : 5;
 }
 
-TEST(RoadOfAFile, IsWrittenByOneProcessAndReadByAnother) {
-    std::string folder = ::testing::TempDir() + "road_XXXXXX";
+TEST(LifecycleOfAFile, IsWrittenByOneProcessAndReadByAnother) {
+    std::string folder = ::testing::TempDir() + "lifecycle_XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     const std::string path = folder + "/store";
     const pid_t child = fork();
