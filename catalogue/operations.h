@@ -107,8 +107,8 @@ struct Index {
     using Internal = kel_record *(*)(kel_handle *, uint32_t tx_id, kel_table *, kel_record *,
                                      uint32_t src, uint32_t match_src, uint32_t skip_pending,
                                      uint32_t *err);
-    e_avl_compare_function compare;
-    e_avl_walk_function internal_walk;
+    e_avl_compare_function compare;     // these two are the exported functions themselves,
+    e_avl_walk_function internal_walk;  // as the library passes them to the runtime
     ByKeyAndWord search_w_src;  // the word: src
     ByKey search_nearest, search_sub_first;
     ByKeyAndWord search_not_pending;  // nearest

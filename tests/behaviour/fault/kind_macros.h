@@ -3,8 +3,21 @@
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_KIND_MACROS_H
 #define TARNBASE_TESTS_BEHAVIOUR_FAULT_KIND_MACROS_H
 
+#include "tarnbase/tarnbase.h"
 #include "tests/behaviour/fault/kind.h"
-#include "tests/behaviour/table/subject_macros.h"
+
+namespace tarn::test {
+
+// Converts to the pointer type that an operation takes.
+struct Any {
+    const void *pointer;
+    template <typename T>
+    operator T *() const {
+        return static_cast<T *>(const_cast<void *>(pointer));
+    }
+};
+
+}  // namespace tarn::test
 
 // What both have.
 #define TARN_KIND_BEGIN(TYPE)                                                              \

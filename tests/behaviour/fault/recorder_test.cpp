@@ -42,7 +42,7 @@ class Recorder : public PlainTest {
 
     kel_record *make_record(u32 key) {
         kel_record *made = subject.plain.create_record(handle, tx, &err);
-        void *object = subject.object.create(handle, tx);
+        void *object = subject.object.type->create(handle, tx);
         subject.set_key(handle, tx, object, key, &err);
         subject.object.set(handle, tx, made, object);
         return made;

@@ -125,7 +125,7 @@ TEST_F(FirstUse, ADirectoryThatCannotBeFilledReportsIt) {
             recorder.fail("table_vft_cpy", 1);
             const void *const *vector = nullptr;
             u32 code = 0;
-            tarnbase_table_get_vft(handle, tx, test_number.luid, &vector, &code);
+            tarnbase_table_get_vft(handle, tx, test_number.entry.luid, &vector, &code);
             std::_Exit(code == 22 && handle->last_error == 22 ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");

@@ -40,7 +40,7 @@ kel_record *World::make(u32 number, u32 src) {
     kel_record *made = s().create_record_w_src(handle, tx, src, &err);
     void *data = make_object(0);
     if (s().has_key_object()) {
-        void *holder = s().key_object.create(handle, tx);
+        void *holder = s().key_object.type->create(handle, tx);
         target.key_object->fill(handle, tx, holder, 0, &err);
         s().set_key(handle, tx, holder, number, &err);
         s().key_object.set(handle, tx, made, holder);

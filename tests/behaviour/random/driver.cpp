@@ -71,7 +71,7 @@ Driver::Driver(World &world, const Run &run)
       handles_{make_handle(world.session.store(), run.mode),
                make_handle(world.session.store(), companion_of(run.mode))},
       handle_(handles_[0]),
-      usage_before_(s.record_descriptor->variant_info->variants[0]) {
+      usage_before_(s.entry.record_descriptor->variant_info->variants[0]) {
     for (u32 number = 0; number < run.kind->keys; ++number) {
         keys_.push_back(std::make_unique<Key>(s, handle_, number));
     }

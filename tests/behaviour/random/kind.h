@@ -17,9 +17,14 @@ struct Kind {
     const Subject *subject;
     u32 keys;    // key numbers are below this: few, so that keys are often equal
     u32 values;  // values of the field that is no key are below this
-    // A text in the value object that is not part of a key.
-    void (*set_text)(kel_handle *, u32 tx, void *object, const std::string &text, u32 *err);
-    std::string (*get_text)(kel_handle *, const void *object);
+    // The text of the value object that is not part of a key, and the structure in the object
+    // that contains it; null: the object itself.
+    const char *text;
+    const char *nested;
+
+    void set_text(kel_handle *handle, u32 tx, void *object, const std::string &value,
+                  u32 *err) const;
+    std::string get_text(kel_handle *handle, const void *object) const;
 };
 
 inline void PrintTo(const Kind &kind, std::ostream *out) { *out << kind.name; }

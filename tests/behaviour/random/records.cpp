@@ -54,9 +54,9 @@ u32 Driver::make(u8 src) {
         return no_row;
     }
     if (!with_objects) {
-        s.object.set(handle_, tx_, row.record, s.object.create(handle_, tx_));
+        s.object.set(handle_, tx_, row.record, s.object.type->create(handle_, tx_));
         if (s.has_key_object()) {
-            s.key_object.set(handle_, tx_, row.record, s.key_object.create(handle_, tx_));
+            s.key_object.set(handle_, tx_, row.record, s.key_object.type->create(handle_, tx_));
         }
     }
     fill(row);
@@ -67,7 +67,7 @@ u32 Driver::make(u8 src) {
 
 void Driver::fill(const Row &row) {
     void *object = s.object.get(handle_, tx_, row.record);
-    if (s.prepare != nullptr) s.prepare(handle_, tx_, object, &err_);
+    s.prepare(handle_, tx_, object, &err_);
     s.set_value(handle_, tx_, object, row.value, &err_);
     run_.kind->set_text(handle_, tx_, object, text_number(row.text), &err_);
     set_key(row);
@@ -162,7 +162,7 @@ void Driver::replace_object() {
     const u32 number = pick_outside();
     if (number == no_row) return;
     Row &row = model_.rows[number];
-    void *object = s.object.create(handle_, tx_);
+    void *object = s.object.type->create(handle_, tx_);
     row.store_object = handle_->store_types_enabled != 0;
     if (random_.coin()) {
         s.object.free_and_set(handle_, tx_, row.record, object);
@@ -170,7 +170,7 @@ void Driver::replace_object() {
         void *old = s.object.detach(handle_, tx_, row.record);
         same(row.record->object, nullptr, "a detached object");
         s.object.set(handle_, tx_, row.record, object);
-        s.object.destroy(handle_, tx_, old);
+        s.object.type->destroy(handle_, tx_, old);
     }
     same(s.object.get(handle_, tx_, row.record), object, "the record's object");
     // An object that is in a record cannot be attached to another one.
@@ -272,7 +272,8 @@ void Driver::expect_row(const Row &row) {
     same(u32{record->src}, u32{row.place.src}, "the source");
     same(record->tenant_id, row.place.tenant, "the tenant");
     same(record->table, row.linked ? model_.tables[row.table].block : nullptr, "the table");
-    same(record->descriptor == s.record_descriptor, !row.store_type, "the library's descriptor");
+    same(record->descriptor == s.entry.record_descriptor, !row.store_type,
+         "the library's descriptor");
 }
 
 // Its objects.

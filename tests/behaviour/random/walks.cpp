@@ -153,7 +153,7 @@ void Driver::check_usage() {
         same(now.created - before.created, model_.created[which], "the records created");
         same(now.destroyed - before.destroyed, model_.destroyed[which], "the records destroyed");
     };
-    expect(s.record_descriptor, usage_before_, 0);
+    expect(s.entry.record_descriptor, usage_before_, 0);
     for (const Row &row : model_.rows) {
         if (copy_ != nullptr) break;
         if (row.record == nullptr || !row.store_type) continue;

@@ -25,13 +25,14 @@ TEST_P(Wire, ARecordIsHeaderIdentityAndObjects) {
     note_header(header);
     services.clear();
     const Bytes bytes = marshalled(record);
-    EXPECT_EQ(0, std::memcmp(bytes.data() + header_size, s.luid, 16));
+    EXPECT_EQ(0, std::memcmp(bytes.data() + header_size, s.entry.luid, 16));
     Bytes object(object_len(record));
-    s.object.marshal(handle, tx, object.data(), record->object, object_len(record), &err);
+    s.object.type->marshal(handle, tx, object.data(), record->object, object_len(record), &err);
     EXPECT_EQ(0, std::memcmp(bytes.data() + frame_size, object.data(), object.size()));
     if (s.has_key_object()) {
         Bytes key(key_len(record));
-        s.key_object.marshal(handle, tx, key.data(), record->key_object, key_len(record), &err);
+        s.key_object.type->marshal(handle, tx, key.data(), record->key_object, key_len(record),
+                                   &err);
         EXPECT_EQ(0,
                   std::memcmp(bytes.data() + frame_size + object.size(), key.data(), key.size()));
     }
@@ -89,7 +90,7 @@ TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
         EXPECT_GE(s.plain.marshal(handle, tx, buffer.data(), record, c.length, &err), frame_size);
         EXPECT_EQ(err, c.error);
         EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + header_size), Bytes(header_size, 0));
-        EXPECT_EQ(0, std::memcmp(buffer.data() + header_size, s.luid, 16));
+        EXPECT_EQ(0, std::memcmp(buffer.data() + header_size, s.entry.luid, 16));
         EXPECT_EQ(services.count("_kel_message_header_marshal"), 0U);
     }
 }
@@ -104,9 +105,10 @@ TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
     EXPECT_EQ(handle->last_error, 2U);
     EXPECT_EQ(services.order({"kel_clear_last_error", "kel_store_err"}),
               "kel_clear_last_error kel_store_err");
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.object.type_name)), 1U) << trace.all();
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.object.type->name.data())), 1U)
+        << trace.all();
     EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + header_size), Bytes(header_size, 0));
-    EXPECT_EQ(0, std::memcmp(buffer.data() + header_size, s.luid, 16));
+    EXPECT_EQ(0, std::memcmp(buffer.data() + header_size, s.entry.luid, 16));
 
     // The error of the missing object replaces that of the short buffer.
     err = 0;
@@ -123,9 +125,10 @@ TEST_P(Wire, ARecordWithoutItsKeyObjectIsErrorTwoBehindTheObject) {
     TraceCapture trace;
     EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, length + 64, &err), length);
     EXPECT_EQ(err, 2U);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type_name)), 1U) << trace.all();
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type->name.data())), 1U)
+        << trace.all();
     EXPECT_EQ(services.count("_kel_message_header_marshal"), 0U);
-    s.key_object.destroy(handle, tx, key);
+    s.key_object.type->destroy(handle, tx, key);
 }
 
 TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
@@ -193,8 +196,8 @@ TEST_P(Wire, AMissingKeyObjectHasTheLastWordOverAValueThatDoesNotFit) {
     TraceCapture trace;
     s.plain.marshal(handle, tx, buffer.data(), record, frame_size + 7, &err);
     EXPECT_EQ(err, 2U);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type_name)), 1U);
-    s.key_object.destroy(handle, tx, key);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type->name.data())), 1U);
+    s.key_object.type->destroy(handle, tx, key);
 }
 
 TEST_P(Wire, WhatIsTheRecordsOwnDoesNotTravel) {
@@ -341,7 +344,7 @@ TEST_F(LdapWire, ARecordTravelsBetweenTrackingAndPlainHandles) {
     kel_record *read = nullptr;
     EXPECT_EQ(s.plain.unmarshal(handle, tx, &read, bytes.data(), length, 0, &err), length);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(s.object.compare(read->object, record->object), 0);
+    EXPECT_EQ(s.object.type->compare(read->object, record->object), 0);
 }
 
 }  // namespace

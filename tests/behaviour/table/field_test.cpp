@@ -41,7 +41,7 @@ TEST_P(Fields, AreNullUntilAnObjectIsAttached) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         EXPECT_EQ(slot.slot->get(handle, tx, record), nullptr);
-        void *object = slot.slot->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         begin();
         HookRecorder hooks(handle);
         slot.slot->set(handle, tx, record, object);
@@ -72,8 +72,8 @@ TEST_P(Fields, RefuseAnObjectThatIsInARecord) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         kel_record *other = empty();
-        void *object = slot.slot->create(handle, tx);
-        void *kept = slot.slot->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
+        void *kept = slot.slot->type->create(handle, tx);
         slot.slot->set(handle, tx, record, object);
         slot.slot->set(handle, tx, other, kept);
         TraceCapture trace;
@@ -96,7 +96,7 @@ TEST_P(Fields, RefuseAnObjectThatIsInARecord) {
 TEST_P(Fields, RefuseANestedObject) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
-        void *object = slot.slot->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         static_cast<kel_object *>(object)->flags |= OBJ_NESTED;
         TraceCapture trace;
         slot.slot->set(handle, tx, record, object);
@@ -106,7 +106,7 @@ TEST_P(Fields, RefuseANestedObject) {
         EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, free_refusal)) << trace.all();
         EXPECT_EQ(slot.place(record), nullptr);
         static_cast<kel_object *>(object)->flags &= static_cast<u8>(~OBJ_NESTED);
-        slot.slot->destroy(handle, tx, object);
+        slot.slot->type->destroy(handle, tx, object);
         destroy(record);
     }
 }
@@ -114,15 +114,15 @@ TEST_P(Fields, RefuseANestedObject) {
 TEST_P(Fields, ForgetAnObjectThatWasAttachedBefore) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
-        void *old = slot.slot->create(handle, tx);
-        void *object = slot.slot->create(handle, tx);
+        void *old = slot.slot->type->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         slot.slot->set(handle, tx, record, old);
         const u64 blocks = session.blocks();
         slot.slot->set(handle, tx, record, object);
         EXPECT_EQ(session.blocks(), blocks);
         EXPECT_NE(static_cast<kel_object *>(old)->descriptor, nullptr);
         EXPECT_EQ(slot.place(record), object);
-        slot.slot->destroy(handle, tx, old);
+        slot.slot->type->destroy(handle, tx, old);
         destroy(record);
     }
 }
@@ -130,8 +130,8 @@ TEST_P(Fields, ForgetAnObjectThatWasAttachedBefore) {
 TEST_P(Fields, FreeTheObjectBeforeWhereTheFormSaysSo) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
-        void *old = slot.slot->create(handle, tx);
-        void *object = slot.slot->create(handle, tx);
+        void *old = slot.slot->type->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         slot.slot->free_and_set(handle, tx, record, old);
         EXPECT_EQ(slot.place(record), old);
         HookRecorder hooks(handle);
@@ -157,7 +157,7 @@ TEST_P(Fields, FreeTheObjectBeforeWhereTheFormSaysSo) {
 TEST_P(Fields, DetachGivesTheObjectToTheCallerStillMarked) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
-        void *object = slot.slot->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         slot.slot->set(handle, tx, record, object);
         begin();
         HookRecorder hooks(handle);
@@ -173,7 +173,7 @@ TEST_P(Fields, DetachGivesTheObjectToTheCallerStillMarked) {
         slot.slot->set(handle, tx, record, object);
         EXPECT_EQ(slot.place(record), nullptr) << "no record takes a marked object";
         EXPECT_EQ(slot.slot->detach(handle, tx, record), nullptr);
-        slot.slot->destroy(handle, tx, object);
+        slot.slot->type->destroy(handle, tx, object);
         destroy(record);
     }
 }
@@ -181,19 +181,19 @@ TEST_P(Fields, DetachGivesTheObjectToTheCallerStillMarked) {
 TEST_P(Fields, ANullObjectStoresNull) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
-        void *object = slot.slot->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         slot.slot->set(handle, tx, record, object);
         TraceCapture trace;
         slot.slot->set(handle, tx, record, nullptr);
         EXPECT_EQ(slot.place(record), nullptr);
         EXPECT_FALSE(trace.has(KEL_TRACE_ERROR, refusal));
-        void *other = slot.slot->create(handle, tx);
+        void *other = slot.slot->type->create(handle, tx);
         slot.slot->set(handle, tx, record, other);
         HookRecorder hooks(handle);
         slot.slot->free_and_set(handle, tx, record, nullptr);
         EXPECT_EQ(slot.place(record), nullptr);
         EXPECT_EQ(hooks.of(Hook::free).back().address, other);
-        slot.slot->destroy(handle, tx, object);
+        slot.slot->type->destroy(handle, tx, object);
         destroy(record);
     }
 }
@@ -201,7 +201,7 @@ TEST_P(Fields, ANullObjectStoresNull) {
 TEST_P(Fields, ARefusalIsReportedByItsNumber) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
-        void *object = slot.slot->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         services.always_fail("kellib_validate_object_flags", 77);
         for (const auto form : {slot.slot->set, slot.slot->free_and_set}) {
             services.clear();
@@ -218,7 +218,7 @@ TEST_P(Fields, ARefusalIsReportedByItsNumber) {
             EXPECT_TRUE(hooks.events.empty());
         }
         services.stop_failing();
-        slot.slot->destroy(handle, tx, object);
+        slot.slot->type->destroy(handle, tx, object);
         destroy(record);
     }
 }
@@ -226,7 +226,7 @@ TEST_P(Fields, ARefusalIsReportedByItsNumber) {
 TEST_P(Fields, AreSetAndDetachedWhateverTheLastErrorIs) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
-        void *object = slot.slot->create(handle, tx);
+        void *object = slot.slot->type->create(handle, tx);
         handle->last_error = 22;
         services.clear();
         slot.slot->set(handle, tx, record, object);
@@ -235,7 +235,7 @@ TEST_P(Fields, AreSetAndDetachedWhateverTheLastErrorIs) {
         slot.slot->free_and_set(handle, tx, record, nullptr);
         EXPECT_EQ(handle->last_error, 22U);
         EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
-        slot.slot->destroy(handle, tx, object);
+        slot.slot->type->destroy(handle, tx, object);
         destroy(record);
     }
 }

@@ -45,11 +45,11 @@ TableFixture::~TableFixture() {
 
 kel_record *TableFixture::make(u32 key, u32 src, u32 value) {
     kel_record *record = s.create_record_w_src(handle, tx, src, &err);
-    void *object = s.object.create(handle, tx);
-    if (s.prepare != nullptr) s.prepare(handle, tx, object, &err);
+    void *object = s.object.type->create(handle, tx);
+    s.prepare(handle, tx, object, &err);
     s.set_value(handle, tx, object, value, &err);
     if (s.has_key_object()) {
-        void *holder = s.key_object.create(handle, tx);
+        void *holder = s.key_object.type->create(handle, tx);
         s.set_key(handle, tx, holder, key, &err);
         s.key_object.set(handle, tx, record, holder);
     } else {

@@ -81,12 +81,6 @@ class LdapTest : public ::testing::Test, protected TableFixture {
     INSTANTIATE_TEST_SUITE_P(Tables, suite, ::testing::ValuesIn(::tarn::test::table_cases()), \
                              ::tarn::test::case_name)
 
-// A pointer as a recorded call has it.
-template <typename T>
-u64 word(T *pointer) {
-    return reinterpret_cast<std::uintptr_t>(pointer);
-}
-
 // Runs `body` in its own process: a table's root is cached for the whole process, so a
 // process can open tables by id in one store only.
 void in_own_process(const std::function<void()> &body);

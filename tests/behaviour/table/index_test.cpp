@@ -101,9 +101,9 @@ TEST_P(InsertDelete, AnEmptyKeyIsAKeyLikeAnyOther) {
     kel_record *records[2];
     for (kel_record *&record : records) {
         record = s.plain.create_record(handle, tx, &err);
-        s.object.set(handle, tx, record, s.object.create(handle, tx));
+        s.object.set(handle, tx, record, s.object.type->create(handle, tx));
         if (s.has_key_object()) {
-            s.key_object.set(handle, tx, record, s.key_object.create(handle, tx));
+            s.key_object.set(handle, tx, record, s.key_object.type->create(handle, tx));
         }
     }
     put(2);

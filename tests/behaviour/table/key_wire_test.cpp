@@ -95,7 +95,7 @@ TEST_P(KeyWire, AReadFillsTheKeyAlone) {
     ASSERT_EQ(err, 0U);
     const Key expected(s, handle, 1);
     const Slot &carrier = s.has_key_object() ? s.key_object : s.object;
-    EXPECT_EQ(carrier.compare(pkey, expected.object()), 0);
+    EXPECT_EQ(carrier.type->compare(pkey, expected.object()), 0);
     EXPECT_EQ(static_cast<kel_object *>(pkey)->flags & OBJ_EMBEDDED, 0);
     s.plain.pkey_destroy(handle, tx, pkey);
 }

@@ -23,7 +23,7 @@ TEST_P(Open, MakesAZeroedBlockThatKnowsItsName) {
     EXPECT_EQ(stored_name("t"), table->table_name);
     EXPECT_STREQ(table->descriptor->kind, "table");
     EXPECT_STREQ(table->descriptor->name, s.name);
-    EXPECT_EQ(table->descriptor == s.table_descriptor, GetParam().mode != Mode::store_types);
+    EXPECT_EQ(table->descriptor == s.entry.descriptor, GetParam().mode != Mode::store_types);
     EXPECT_EQ(table->open_mode, KEL_OPEN_BY_NAME);
     EXPECT_EQ(table->table_id, 0U);
     EXPECT_EQ(table->record_count, 0U);
@@ -322,7 +322,7 @@ TEST_F(OpenOfTwoTables, WithTheSamePathAnswersTheBlockOfTheFirst) {
 class OpenDescriptors : public ::testing::Test, protected TableFixture {
  protected:
     OpenDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
-        descriptor = *s.table_descriptor;
+        descriptor = *s.entry.descriptor;
         descriptor.variant_info = &variants;
         services.always_return("kel_type_info_ptr_get", word(&descriptor));
     }
@@ -336,7 +336,7 @@ TEST_F(OpenDescriptors, AreAskedForUnderTheCallersTransaction) {
     s.plain.open(handle, 42, "made", 0, &err);
     EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), 42U);
     EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).pointer<const void>(2),
-              s.table_descriptor);
+              s.entry.descriptor);
 }
 
 TEST_F(OpenDescriptors, CountWhatIsMadeAndFreed) {

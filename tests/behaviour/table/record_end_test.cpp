@@ -271,13 +271,14 @@ TEST_P(RecordEnds, TheFallbackObjectsOfARecordAreLeftAlone) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_record *record = s.cr.create(handle, 1);
-    const kel_variant_usage before = s.object.descriptor->variant_info->variants[0];
+    const kel_variant_usage before = s.object.type->descriptor->variant_info->variants[0];
     kel_clear_last_error(handle);
     hooks.clear();
     s.plain.destroy_record(handle, tx, record, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(hooks.count(Hook::free), 0U);
-    EXPECT_EQ(0, std::memcmp(&before, s.object.descriptor->variant_info->variants, sizeof before));
+    EXPECT_EQ(
+        0, std::memcmp(&before, s.object.type->descriptor->variant_info->variants, sizeof before));
     // Only of the record: its reference count, its counter, its descriptor.
     EXPECT_EQ(hooks.count(Hook::write_log), 2U);
     EXPECT_EQ(hooks.count(Hook::delta_log), 1U);

@@ -24,7 +24,8 @@ TEST_P(Records, ANewRecordIsEmptyAndHasOneReference) {
     ASSERT_NE(record, nullptr);
     EXPECT_STREQ(record->descriptor->kind, "table_record");
     EXPECT_EQ(std::string(s.name) + "_record", record->descriptor->name);
-    EXPECT_EQ(record->descriptor == s.record_descriptor, GetParam().mode != Mode::store_types);
+    EXPECT_EQ(record->descriptor == s.entry.record_descriptor,
+              GetParam().mode != Mode::store_types);
     EXPECT_EQ(record->table, nullptr);
     EXPECT_EQ(record->ra_uuid, 0U);
     EXPECT_EQ(record->ra_byte, 0U);
@@ -135,7 +136,7 @@ TEST_P(Records, TheCrCreationMakesTheObjectsOnDemandWithoutMarkingThem) {
     kel_record *record = s.cr.create(handle, 1);
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
     ASSERT_NE(record->object, nullptr);
-    EXPECT_STREQ(header_of(record->object)->descriptor->name, s.object.type_name);
+    EXPECT_STREQ(header_of(record->object)->descriptor->name, s.object.type->name.data());
     EXPECT_EQ(header_of(record->object)->flags & OBJ_EMBEDDED, 0);
     EXPECT_FALSE(hooks.announced(&record->object, 8));
     if (s.has_key_object()) {
@@ -211,8 +212,9 @@ TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
     for (const Operations *form : {&s.plain, &s.unsafe}) {
         void *pkey = form->pkey_create(handle, tx);
         ASSERT_NE(pkey, nullptr);
-        EXPECT_STREQ(header_of(pkey)->descriptor->name,
-                     s.has_key_object() ? s.key_object.type_name : s.object.type_name);
+        EXPECT_STREQ(header_of(pkey)->descriptor->name, s.has_key_object()
+                                                            ? s.key_object.type->name.data()
+                                                            : s.object.type->name.data());
         form->pkey_destroy(handle, tx, pkey);
     }
     s.plain.pkey_destroy(handle, tx, nullptr);
@@ -329,7 +331,7 @@ TEST_P(Records, ADeletedRecordCanBeInsertedAgain) {
 class RecordDescriptors : public ::testing::Test, protected TableFixture {
  protected:
     RecordDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
-        descriptor = *s.record_descriptor;
+        descriptor = *s.entry.record_descriptor;
         descriptor.variant_info = &variants;
         services.always_return("kel_type_info_ptr_get", word(&descriptor));
     }
@@ -343,7 +345,7 @@ TEST_F(RecordDescriptors, AreAskedForUnderTheCallersTransaction) {
     s.plain.create_record(handle, begin(), &err);
     EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), tx);
     EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).pointer<const void>(2),
-              s.record_descriptor);
+              s.entry.record_descriptor);
     commit();
 }
 

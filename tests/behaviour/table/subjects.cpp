@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 
-#include "tests/behaviour/table/subject_macros.h"
+#include "tarnbase/tarnbase.h"
+#include "tests/behaviour/table/subject.h"
 
 namespace tarn::test {
 
-namespace {
+using catalogue::Field;
+using catalogue::Kind;
 
-void refer(KeyValue &key, std::string text) {
-    key.text = std::move(text);
-    kel_vstring_refer(&key.string, key.text.data(), static_cast<u32>(key.text.size()));
-    key.value = &key.string;
-}
+namespace {
 
 std::string numbered(const char *format, u32 number) {
     char text[64];
@@ -22,23 +20,22 @@ std::string numbered(const char *format, u32 number) {
     return text;
 }
 
-u32 number_at(const kel_vstring *string, std::size_t skip) {
+// Texts stored outside their strings, which differ in their last bytes.
+std::string server_text(u32 number) { return numbered("server-%08u", number); }
+
+// The number at the end of a key's text.
+u32 number_in(const kel_vstring *string) {
     u32 length = 0;
     const char *bytes = kel_vstring_bytes(string, &length);
+    const std::string text(bytes, length);
     return static_cast<u32>(
-        std::strtoul(std::string(bytes, length).substr(skip).c_str(), nullptr, 10));
+        std::strtoul(text.c_str() + text.find_first_of("0123456789"), nullptr, 10));
 }
 
-// Texts that lie outside their strings and differ in their last bytes.
-std::string server_text(u32 number) { return numbered("server-%08u", number); }
-// The first eight lie inside their strings, the others don't.
-std::string label_text(u32 number) {
-    return number < 8 ? numbered("k%02u", number) : numbered("label-number-%05u", number);
-}
-u32 label_number(const kel_vstring *string) {
-    u32 length = 0;
-    kel_vstring_bytes(string, &length);
-    return number_at(string, length == 3 ? 1 : 13);
+void refer(KeyValue &key, std::string text) {
+    key.text = std::move(text);
+    kel_vstring_refer(&key.string, key.text.data(), static_cast<u32>(key.text.size()));
+    key.value = &key.string;
 }
 
 // The first eight have the high bit clear: the order is unsigned.
@@ -63,7 +60,7 @@ u32 address_number(const ip_address *address) {
     return static_cast<u32>(address->bytes[14] << 8 | address->bytes[15]);
 }
 
-// Every member of the key structure tells neighbours apart in turn.
+// The members of the key structure take turns in distinguishing neighbours.
 void set_pair_key(kel_handle *h, u32 tx, void *holder, u32 number, u32 *err) {
     auto *key = static_cast<pair_key *>(holder);
     KeyValue name;
@@ -78,7 +75,7 @@ void set_pair_key(kel_handle *h, u32 tx, void *holder, u32 number, u32 *err) {
 }
 
 u32 get_pair_key(kel_handle *h, const void *holder) {
-    pair_key *key = Any{holder};
+    auto *key = static_cast<pair_key *>(const_cast<void *>(holder));
     u32 err = 0;
     u32 length = 0;
     const kel_vstring *name = pair_key_name_get(h, KEL_TX_NONE, key, &err);
@@ -89,24 +86,95 @@ u32 get_pair_key(kel_handle *h, const void *holder) {
            pair_key_kind_get_value(h, KEL_TX_NONE, key, &err);
 }
 
-void set_every_value(kel_handle *h, u32 tx, void *object, u32 value, u32 *err) {
-    st_every_a64_set_value(h, tx, Any{object}, value, err);
-}
-// A new door is at 0, which is none of its enumerators and so has neither wire nor
-// XML form. Setting it leaves marks, which are taken back.
-void prepare_every(kel_handle *h, u32 tx, void *object, u32 *err) {
-    st_every_door_set_value(h, tx, Any{object}, 2, err);
-    while (st_every_type_type_backpropagate(h, tx, Any{object}, err) != 0) {
-    }
-}
-u32 get_every_value(kel_handle *h, const void *object) {
-    u32 err = 0;
-    return static_cast<u32>(st_every_a64_get_value(h, KEL_TX_NONE, Any{object}, &err));
+const catalogue::Table &entry_of(const char *name) {
+    const catalogue::Table *found = catalogue::schema.table(name);
+    if (found == nullptr) throw std::logic_error(std::string("no table ") + name);
+    return *found;
 }
 
-constexpr u32 many_keys = 64;
+const char *key_name_of(const catalogue::Table &table) {
+    return table.key_field != nullptr ? table.key_field->name.data() : "";
+}
 
 }  // namespace
+
+// The first eight are stored inside their strings, the others outside.
+std::string label_text(u32 number) {
+    return number < 8 ? numbered("k%02u", number) : numbered("label-number-%05u", number);
+}
+
+Subject::Subject(const char *table, u32 key_count, const char *value_field,
+                 std::string (*key_text)(u32))
+    : TableOperations(catalogue::operations_of(entry_of(table))),
+      entry(entry_of(table)),
+      name(table),
+      key_name(key_name_of(entry)),
+      key_label(std::string(entry.key_carrier().name) + " " + key_name),
+      keys(key_count),
+      value_(*entry.type->find(value_field)),
+      key_text_(key_text) {}
+
+void Subject::make_key(KeyValue &key, u32 number) const {
+    switch (entry.key_field->kind) {
+        case Kind::vstring:
+            refer(key, key_text_(number));
+            break;
+        case Kind::address:
+            refer_address(&key.address, number);
+            key.value = &key.address;
+            break;
+        default:
+            key.number = spread(number);
+            key.value = &key.number;
+    }
+}
+
+void Subject::set_key(kel_handle *handle, u32 tx, void *holder, u32 number, u32 *err) const {
+    if (has_key_object()) return set_pair_key(handle, tx, holder, number, err);
+    const Field &field = *entry.key_field;
+    KeyValue key;
+    make_key(key, number);
+    if (field.call.set_value != nullptr) {
+        field.call.set_value(handle, tx, holder, 0, key.number, err);
+    } else {
+        field.call.set(handle, tx, holder, key.value, err);
+    }
+}
+
+u32 Subject::get_key(kel_handle *handle, const void *holder) const {
+    if (has_key_object()) return get_pair_key(handle, holder);
+    const Field &field = *entry.key_field;
+    void *const carrier = const_cast<void *>(holder);
+    u32 err = 0;
+    if (field.call.get_value != nullptr) {
+        const u64 value = field.call.get_value(handle, KEL_TX_NONE, carrier, 0, &err);
+        return static_cast<u32>(value) & 0x7fffffffU;
+    }
+    const void *value = field.call.get(handle, KEL_TX_NONE, carrier, 0, &err);
+    return field.kind == Kind::address ? address_number(static_cast<const ip_address *>(value))
+                                       : number_in(static_cast<const kel_vstring *>(value));
+}
+
+// A new door is at 0, which is not one of its enumerators, so it has neither a wire nor an XML
+// form. Setting it leaves modified marks, which are cleared.
+void Subject::prepare(kel_handle *handle, u32 tx, void *value_object, u32 *err) const {
+    const Field *door = entry.type->find("door");
+    if (door == nullptr) return;
+    door->call.set_value(handle, tx, value_object, 0, 2, err);
+    while (st_every_type_type_backpropagate(handle, tx, static_cast<st_every *>(value_object),
+                                            err) != 0) {
+    }
+}
+
+void Subject::set_value(kel_handle *handle, u32 tx, void *value_object, u32 value, u32 *err) const {
+    value_.call.set_value(handle, tx, value_object, 0, value, err);
+}
+
+u32 Subject::get_value(kel_handle *handle, const void *value_object) const {
+    u32 err = 0;
+    return static_cast<u32>(
+        value_.call.get_value(handle, KEL_TX_NONE, const_cast<void *>(value_object), 0, &err));
+}
 
 Key::Key(const Subject &subject, kel_handle *handle, u32 number)
     : subject_(subject), handle_(handle), holder_(subject.plain.pkey_create(handle, KEL_TX_NONE)) {
@@ -122,182 +190,16 @@ Key::Key(const Subject &subject, kel_handle *handle, u32 number)
 
 Key::~Key() { subject_.plain.pkey_destroy(handle_, KEL_TX_NONE, holder_); }
 
-const Subject ldap_conn = {
-    TARN_TABLE(tbl_ldap_conn, st_ldap_conn, st_ldap_conn_sname, "sname", "st_ldap_conn sname",
-               many_keys),
-    .key_object = {},
-    .set_key =
-        [](kel_handle *h, u32 tx, void *holder, u32 number, u32 *err) {
-            KeyValue key;
-            refer(key, server_text(number));
-            st_ldap_conn_sname_set(h, tx, Any{holder}, &key.string, err);
-        },
-    .get_key =
-        [](kel_handle *h, const void *holder) {
-            u32 err = 0;
-            return number_at(st_ldap_conn_sname_get(h, KEL_TX_NONE, Any{holder}, &err), 7);
-        },
-    .make_key = [](KeyValue &key, u32 number) { refer(key, server_text(number)); },
-    .prepare = nullptr,
-    .set_value = [](kel_handle *h, u32 tx, void *object, u32 value,
-                    u32 *err) { st_ldap_conn_num_conns_set_value(h, tx, Any{object}, value, err); },
-    .get_value =
-        [](kel_handle *h, const void *object) {
-            u32 err = 0;
-            return st_ldap_conn_num_conns_get_value(h, KEL_TX_NONE, Any{object}, &err);
-        },
-};
+constexpr u32 many_keys = 64;
 
-const Subject test_grown = {
-    TARN_TABLE(tbl_test_grown, st_grown, st_grown_name, "name", "st_grown name", many_keys),
-    .key_object = {},
-    .set_key =
-        [](kel_handle *h, u32 tx, void *holder, u32 number, u32 *err) {
-            KeyValue key;
-            refer(key, label_text(number));
-            st_grown_name_set(h, tx, Any{holder}, &key.string, err);
-        },
-    .get_key =
-        [](kel_handle *h, const void *holder) {
-            u32 err = 0;
-            return label_number(st_grown_name_get(h, KEL_TX_NONE, Any{holder}, &err));
-        },
-    .make_key = [](KeyValue &key, u32 number) { refer(key, label_text(number)); },
-    .prepare = nullptr,
-    .set_value = [](kel_handle *h, u32 tx, void *object, u32 value,
-                    u32 *err) { st_grown_total_set_value(h, tx, Any{object}, value, err); },
-    .get_value =
-        [](kel_handle *h, const void *object) {
-            u32 err = 0;
-            return st_grown_total_get_value(h, KEL_TX_NONE, Any{object}, &err);
-        },
-};
-
-const Subject test_label = {
-    TARN_TABLE(tbl_test_label, st_every, st_every_label, "label", "st_every label", many_keys),
-    .key_object = {},
-    .set_key =
-        [](kel_handle *h, u32 tx, void *holder, u32 number, u32 *err) {
-            KeyValue key;
-            refer(key, label_text(number));
-            st_every_label_set(h, tx, Any{holder}, &key.string, err);
-        },
-    .get_key =
-        [](kel_handle *h, const void *holder) {
-            u32 err = 0;
-            return label_number(st_every_label_get(h, KEL_TX_NONE, Any{holder}, &err));
-        },
-    .make_key = [](KeyValue &key, u32 number) { refer(key, label_text(number)); },
-    .prepare = prepare_every,
-    .set_value = set_every_value,
-    .get_value = get_every_value,
-};
-
-const Subject test_number = {
-    TARN_TABLE(tbl_test_number, st_every, st_every_a32, "a32", "st_every a32", many_keys),
-    .key_object = {},
-    .set_key = [](kel_handle *h, u32 tx, void *holder, u32 number,
-                  u32 *err) { st_every_a32_set_value(h, tx, Any{holder}, spread(number), err); },
-    .get_key =
-        [](kel_handle *h, const void *holder) {
-            u32 err = 0;
-            return st_every_a32_get_value(h, KEL_TX_NONE, Any{holder}, &err) & 0x7fffffffU;
-        },
-    .make_key =
-        [](KeyValue &key, u32 number) {
-            key.number = spread(number);
-            key.value = &key.number;
-        },
-    .prepare = prepare_every,
-    .set_value = set_every_value,
-    .get_value = get_every_value,
-};
-
-const Subject test_address = {
-    TARN_TABLE(tbl_test_address, st_every, st_every_addr, "addr", "st_every addr", many_keys),
-    .key_object = {},
-    .set_key =
-        [](kel_handle *h, u32 tx, void *holder, u32 number, u32 *err) {
-            ip_address address = {};
-            refer_address(&address, number);
-            st_every_addr_set(h, tx, Any{holder}, &address, err);
-        },
-    .get_key =
-        [](kel_handle *h, const void *holder) {
-            u32 err = 0;
-            return address_number(st_every_addr_get(h, KEL_TX_NONE, Any{holder}, &err));
-        },
-    .make_key =
-        [](KeyValue &key, u32 number) {
-            refer_address(&key.address, number);
-            key.value = &key.address;
-        },
-    .prepare = prepare_every,
-    .set_value = set_every_value,
-    .get_value = get_every_value,
-};
-
-const Subject test_lamp = {
-    TARN_TABLE(tbl_test_lamp, st_every, st_every_lamp, "lamp", "st_every lamp", 3),
-    .key_object = {},
-    .set_key = [](kel_handle *h, u32 tx, void *holder, u32 number,
-                  u32 *err) { st_every_lamp_set_value(h, tx, Any{holder}, number, err); },
-    .get_key =
-        [](kel_handle *h, const void *holder) {
-            u32 err = 0;
-            return st_every_lamp_get_value(h, KEL_TX_NONE, Any{holder}, &err);
-        },
-    .make_key =
-        [](KeyValue &key, u32 number) {
-            key.number = number;
-            key.value = &key.number;
-        },
-    .prepare = prepare_every,
-    .set_value = set_every_value,
-    .get_value = get_every_value,
-};
-
-const Subject test_pair = {
-    TARN_TABLE(tbl_test_pair, st_pair, pair_key_, "", "pair_key ", many_keys),
-    .key_object = TARN_SLOT(tbl_test_pair, pair_key),
-    .set_key = set_pair_key,
-    .get_key = get_pair_key,
-    .make_key = nullptr,
-    .prepare = nullptr,
-    .set_value = [](kel_handle *h, u32 tx, void *object, u32 value,
-                    u32 *err) { st_pair_count_set_value(h, tx, Any{object}, value, err); },
-    .get_value =
-        [](kel_handle *h, const void *object) {
-            u32 err = 0;
-            return st_pair_count_get_value(h, KEL_TX_NONE, Any{object}, &err);
-        },
-};
-
-const Subject test_single = {
-    TARN_TABLE(tbl_test_single, st_single, st_single_singleton_id, "singleton_id",
-               "st_single singleton_id", 3),
-    .key_object = {},
-    .set_key = [](kel_handle *h, u32 tx, void *holder, u32 number,
-                  u32 *err) { st_single_singleton_id_set_value(h, tx, Any{holder}, number, err); },
-    .get_key =
-        [](kel_handle *h, const void *holder) {
-            u32 err = 0;
-            return st_single_singleton_id_get_value(h, KEL_TX_NONE, Any{holder}, &err);
-        },
-    .make_key =
-        [](KeyValue &key, u32 number) {
-            key.number = number;
-            key.value = &key.number;
-        },
-    .prepare = nullptr,
-    .set_value = [](kel_handle *h, u32 tx, void *object, u32 value,
-                    u32 *err) { st_single_configured_set_value(h, tx, Any{object}, value, err); },
-    .get_value =
-        [](kel_handle *h, const void *object) {
-            u32 err = 0;
-            return u32{st_single_configured_get_value(h, KEL_TX_NONE, Any{object}, &err)};
-        },
-};
+const Subject ldap_conn("tbl_ldap_conn", many_keys, "num_conns", server_text);
+const Subject test_grown("tbl_test_grown", many_keys, "total");
+const Subject test_label("tbl_test_label", many_keys, "a64");
+const Subject test_number("tbl_test_number", many_keys, "a64");
+const Subject test_address("tbl_test_address", many_keys, "a64");
+const Subject test_lamp("tbl_test_lamp", 3, "a64");
+const Subject test_pair("tbl_test_pair", many_keys, "count");
+const Subject test_single("tbl_test_single", 3, "configured");
 
 const Subject *const all_subjects[7] = {&ldap_conn,    &test_grown, &test_label, &test_number,
                                         &test_address, &test_lamp,  &test_pair};

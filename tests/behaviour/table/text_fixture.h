@@ -35,14 +35,14 @@ class TextTest : public TableTest {
     }
     std::string object_text(const Slot &slot, const void *object) {
         std::vector<char> area(room, ' ');
-        const u32 length =
-            slot.print(handle, tx, area.data(), 2, slot.type_name, object, room, &err);
+        const u32 length = slot.type->print(handle, tx, area.data(), 2, slot.type->name.data(),
+                                            object, room, &err);
         return std::string(area.data(), length);
     }
     std::string object_xml(const Slot &slot, const void *object) {
         std::vector<char> area(room, ' ');
-        const u32 length =
-            slot.to_xml(handle, tx, slot.type_name, area.data(), object, room, 0, &err);
+        const u32 length = slot.type->to_xml(handle, tx, slot.type->name.data(), area.data(),
+                                             object, room, 0, &err);
         return std::string(area.data(), length);
     }
     std::vector<char> buffer = std::vector<char>(room, ' ');

@@ -28,7 +28,7 @@ TEST_P(Text, PrintNeedsTheWireLengthAsRoomForAnObject) {
     kel_record *record = make(1);
     const std::string first_line = std::string("record@") + s.name + ": {\n";
     const u32 needed =
-        static_cast<u32>(first_line.size()) + s.object.len(handle, tx, record->object);
+        static_cast<u32>(first_line.size()) + s.object.type->len(handle, tx, record->object);
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, needed - 1, &err);
     EXPECT_EQ(err, 90U);
     EXPECT_EQ(handle->last_error, 90U);
@@ -41,10 +41,10 @@ TEST_P(Text, PrintNeedsTheWireLengthAsRoomForAnObject) {
 TEST_P(Text, WithTheWireLengthAsRoomAnObjectIsBegun) {
     kel_record *record = make(1);
     const std::string first_line = std::string("record@") + s.name + ": {\n";
-    const u32 room_left = s.object.len(handle, tx, record->object);
+    const u32 room_left = s.object.type->len(handle, tx, record->object);
     std::vector<char> area(room, ' ');
-    u32 of_object = s.object.print(handle, tx, area.data(), 2, s.object.type_name, record->object,
-                                   room_left, &err);
+    u32 of_object = s.object.type->print(handle, tx, area.data(), 2, s.object.type->name.data(),
+                                         record->object, room_left, &err);
     const u32 object_error = err;
     err = 0;
     const u32 length = s.plain.print(handle, tx, buffer.data(), record,
@@ -70,7 +70,7 @@ TEST_P(Text, AKeyObjectNeedsItsWireLengthBehindTheValue) {
     const std::string before =
         std::string("record@") + s.name + ": {\n" + object_text(s.object, record->object);
     const u32 needed =
-        static_cast<u32>(before.size()) + s.key_object.len(handle, tx, record->key_object);
+        static_cast<u32>(before.size()) + s.key_object.type->len(handle, tx, record->key_object);
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, needed - 1, &err);
     EXPECT_EQ(err, 90U);
     EXPECT_EQ(handle->last_error, 90U);
@@ -112,8 +112,8 @@ TEST_P(Text, AKeyPrintsUnderItsOwnName) {
     std::string expected;
     if (s.has_key_object()) {
         std::vector<char> area(room, ' ');
-        const u32 length =
-            s.key_object.print(handle, tx, area.data(), 0, "", record->key_object, room, &err);
+        const u32 length = s.key_object.type->print(handle, tx, area.data(), 0, "",
+                                                    record->key_object, room, &err);
         expected.assign(area.data(), length);
         EXPECT_EQ(expected.rfind("@pair_key: {\n", 0), 0U) << expected;
     } else {

@@ -172,7 +172,7 @@ TEST_P(RecordRead, InPlaceNeedsTheKeyObjectToo) {
     EXPECT_EQ(handle->last_error, 2U);
     EXPECT_EQ(s.get_value(handle, target->object), 5U);
     EXPECT_EQ(target->key_object, nullptr);
-    s.key_object.destroy(handle, tx, key);
+    s.key_object.type->destroy(handle, tx, key);
 }
 
 TEST_P(RecordRead, InPlaceMakesNoRecordAndNoObject) {

@@ -57,12 +57,12 @@ TEST(Vector, HoldsTheUnsafeOperationsOfItsTableInTheFixedOrder) {
 TEST(Vector, BeginsWithTheIdentityAndTheTextOfItsTable) {
     for (const Subject *s : all_subjects) {
         SCOPED_TRACE(s->name);
-        EXPECT_EQ(s->vector[KEL_SLOT_LUID], s->luid);
+        EXPECT_EQ(s->vector[KEL_SLOT_LUID], s->entry.luid);
         EXPECT_EQ(std::string("table ") + s->name,
                   static_cast<const char *>(s->vector[KEL_SLOT_NAME]));
-        EXPECT_EQ(std::string("table ") + s->name, s->constant_name);
-        EXPECT_EQ(0, std::memcmp(s->luid, s->table_descriptor->luid, 16));
-        EXPECT_STREQ(s->luid_text, s->table_descriptor->luid_text);
+        EXPECT_EQ(std::string("table ") + s->name, catalogue::operations_of(s->entry).name);
+        EXPECT_EQ(0, std::memcmp(s->entry.luid, s->entry.descriptor->luid, 16));
+        EXPECT_STREQ(s->luid_text, s->entry.descriptor->luid_text);
     }
 }
 

@@ -18,9 +18,11 @@ using Bytes = std::vector<u8>;
 
 class WireTest : public TableTest {
  protected:
-    u32 object_len(const kel_record *record) { return s.object.len(handle, tx, record->object); }
+    u32 object_len(const kel_record *record) {
+        return s.object.type->len(handle, tx, record->object);
+    }
     u32 key_len(const kel_record *record) {
-        return s.has_key_object() ? s.key_object.len(handle, tx, record->key_object) : 0;
+        return s.has_key_object() ? s.key_object.type->len(handle, tx, record->key_object) : 0;
     }
     Bytes marshalled(const kel_record *record) {
         Bytes bytes(s.plain.len(handle, tx, record));
@@ -35,9 +37,9 @@ class WireTest : public TableTest {
                " is empty";
     }
     void expect_same(kel_record *a, kel_record *b) {
-        EXPECT_EQ(s.object.compare(a->object, b->object), 0);
+        EXPECT_EQ(s.object.type->compare(a->object, b->object), 0);
         if (s.has_key_object()) {
-            EXPECT_EQ(s.key_object.compare(a->key_object, b->key_object), 0);
+            EXPECT_EQ(s.key_object.type->compare(a->key_object, b->key_object), 0);
         }
     }
 };

@@ -36,8 +36,8 @@ TEST_P(RecordXml, ARecordIsOneElementAroundThoseOfItsObjects) {
     }
     const Document document = parse(xml);
     u32 count = 0;
-    for (const std::string &path :
-         {std::string("/") + s.name, std::string("/") + s.name + "/" + s.object.type_name}) {
+    for (const std::string &path : {std::string("/") + s.name,
+                                    std::string("/") + s.name + "/" + s.object.type->name.data()}) {
         EXPECT_EQ(xml_get_element_nodecount(document.get(), path.c_str(), &count), 0U);
         EXPECT_EQ(count, 1U) << path;
     }
@@ -52,9 +52,9 @@ TEST_P(RecordXml, IsReadBackIntoAnEqualRecord) {
             form->from_xml(handle, tx, document.get(), &err, message, sizeof message);
         EXPECT_EQ(err, 0U) << message;
         ASSERT_NE(read, nullptr);
-        EXPECT_EQ(s.object.compare(read->object, record->object), 0);
+        EXPECT_EQ(s.object.type->compare(read->object, record->object), 0);
         if (s.has_key_object()) {
-            EXPECT_EQ(s.key_object.compare(read->key_object, record->key_object), 0);
+            EXPECT_EQ(s.key_object.type->compare(read->key_object, record->key_object), 0);
         }
         EXPECT_EQ(read->src, KEL_SOURCE_DEFAULT);
         EXPECT_EQ(key_of(read), 9 % s.keys);
@@ -98,7 +98,7 @@ TEST_P(RecordXml, AMissingValueElementKeepsTheKeyFromBeingRead) {
     kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
     EXPECT_EQ(err, 0U);
     ASSERT_NE(read, nullptr);
-    EXPECT_NE(s.key_object.compare(read->key_object, record->key_object), 0);
+    EXPECT_NE(s.key_object.type->compare(read->key_object, record->key_object), 0);
     destroy(read);
 }
 
@@ -110,7 +110,7 @@ TEST_P(RecordXml, AMissingKeyElementLeavesTheKeyEmpty) {
     EXPECT_EQ(err, 0U);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(s.get_value(handle, read->object), 5U);
-    EXPECT_NE(s.key_object.compare(read->key_object, record->key_object), 0);
+    EXPECT_NE(s.key_object.type->compare(read->key_object, record->key_object), 0);
     destroy(read);
 }
 
@@ -194,7 +194,7 @@ TEST_P(RecordXml, AKeyElementThatCannotBeReadEndsTheRead) {
 }
 
 TEST_P(RecordXml, AFailureOfAnEnumerationFillsTheMessage) {
-    if (std::string(s.object.type_name) != "st_every") return;
+    if (std::string(s.object.type->name.data()) != "st_every") return;
     const Document document = parse(written(s.plain.to_xml, make(1, 1, 5)));
     services.at_each = [&](const ServiceCall &call) {
         if (call.name != "xml_get_element_value" || !call.text.starts_with("//st_every/lamp"))

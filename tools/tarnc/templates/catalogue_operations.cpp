@@ -157,8 +157,8 @@ static constexpr TableOperations all_operations[] = {
         .prev_by_src = erase<{{table}}_pkey_get_prev_by_src_unsafe>,
     },
     .index = {
-        .compare = erase<{{table}}_{{key}}_avl_compare>,
-        .internal_walk = erase<{{table}}_{{key}}_avl_internal_walk>,
+        .compare = {{table}}_{{key}}_avl_compare,
+        .internal_walk = {{table}}_{{key}}_avl_internal_walk,
         .search_w_src = erase<{{table}}_{{key}}_search_w_src>,
         .search_nearest = erase<{{table}}_{{key}}_search_nearest>,
         .search_sub_first = erase<{{table}}_{{key}}_search_sub_first>,

@@ -156,8 +156,8 @@ static constexpr TableOperations all_operations[] = {
         .prev_by_src = erase<tbl_shape_pkey_get_prev_by_src_unsafe>,
     },
     .index = {
-        .compare = erase<tbl_shape_st_shape_number_avl_compare>,
-        .internal_walk = erase<tbl_shape_st_shape_number_avl_internal_walk>,
+        .compare = tbl_shape_st_shape_number_avl_compare,
+        .internal_walk = tbl_shape_st_shape_number_avl_internal_walk,
         .search_w_src = erase<tbl_shape_st_shape_number_search_w_src>,
         .search_nearest = erase<tbl_shape_st_shape_number_search_nearest>,
         .search_sub_first = erase<tbl_shape_st_shape_number_search_sub_first>,
@@ -347,8 +347,8 @@ static constexpr TableOperations all_operations[] = {
         .prev_by_src = erase<tbl_layer_shape_pkey_get_prev_by_src_unsafe>,
     },
     .index = {
-        .compare = erase<tbl_layer_shape_shape_key__avl_compare>,
-        .internal_walk = erase<tbl_layer_shape_shape_key__avl_internal_walk>,
+        .compare = tbl_layer_shape_shape_key__avl_compare,
+        .internal_walk = tbl_layer_shape_shape_key__avl_internal_walk,
         .search_w_src = erase<tbl_layer_shape_shape_key__search_w_src>,
         .search_nearest = erase<tbl_layer_shape_shape_key__search_nearest>,
         .search_sub_first = erase<tbl_layer_shape_shape_key__search_sub_first>,
