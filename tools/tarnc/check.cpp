@@ -12,7 +12,7 @@
 namespace tarnc {
 namespace {
 
-// A descriptor's name has 64 bytes; a table's has to leave room for "_record".
+// A descriptor's name has 64 bytes; a table's leaves space for "_record".
 constexpr std::size_t longest_name = 63;
 constexpr std::size_t longest_table_name = longest_name - 7;
 constexpr std::uint64_t highest_variant = 127;
@@ -93,7 +93,7 @@ bool Checker::declare(const Name &name, std::size_t longest) {
     const auto [other, is_new] = names_.emplace(name.text, name.place);
     if (!is_new)
         report(name,
-               name.text + " is there already, in line " + std::to_string(other->second.line) +
+               name.text + " is already defined, in line " + std::to_string(other->second.line) +
                    " of " + *other->second.file,
                "a name of its own");
     return is_new;
@@ -112,11 +112,11 @@ void Checker::declare() {
 void Checker::order_items() {
     for (const Name &name : written_.order) {
         if (structures_.count(name.text) != 0 || enumerations_.count(name.text) != 0) {
-            report(name, name.text + " stands in the order twice", "each item once");
+            report(name, name.text + " is in the order twice", "each item once");
         } else if (const auto found = written_structures_.find(name.text);
                    found != written_structures_.end()) {
             if (!enumerations_.empty())
-                report(name, "a structure behind an enumeration", "all structures first");
+                report(name, "a structure after an enumeration", "all structures first");
             Structure &structure = schema_.structures.emplace_back();
             structures_[name.text] = &structure;
         } else if (written_enumerations_.count(name.text) != 0) {
@@ -130,7 +130,7 @@ void Checker::order_items() {
 
 void Checker::require_all_ordered() {
     const auto missing = [&](const Name &name) {
-        report(name, name.text + " is missing from the order", "each item there once");
+        report(name, name.text + " is missing from the order", "each item once");
     };
     for (const auto &[name, written] : written_structures_) {
         if (structures_.count(name) == 0) missing(written->name);
@@ -284,7 +284,7 @@ void Checker::visit(Structure &structure) {
         if (field.kind != FieldKind::structure) continue;
         if (std::find(nesting_.begin(), nesting_.end(), field.structure) != nesting_.end()) {
             diagnostics_.report(field.place, field.type + " contains itself",
-                                "structures nested without a circle");
+                                "structures nested without a cycle");
             continue;
         }
         visit(*structures_.at(field.type));

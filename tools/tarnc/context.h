@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What templates and catalogues see of an item: names and numbers, ready to write.
+// An item as templates and lists of operations see it: names and numbers, ready to write.
 #ifndef TARNC_CONTEXT_H
 #define TARNC_CONTEXT_H
 
@@ -15,7 +15,7 @@ Context context_of(const Schema &schema, const Table &table);
 // All kinds of field.
 Context kinds();
 
-// The schema file that an item stands in, as seen from the module file.
+// The schema file of an item, relative to the module file.
 std::string origin(const Schema &schema, const Place &place);
 
 // "{0x09, 0xf0, ...}" on two lines.

@@ -48,7 +48,7 @@ std::string meaning_and_unit(const Field &field) {
     return field.unit.empty() ? field.meaning : field.meaning + " [" + field.unit + "]";
 }
 
-// A field as its header tells it: type, name and meaning in columns.
+// A field in the comment of its header: type, name and meaning in columns.
 std::string field_line(const Structure &structure, const Field &field) {
     std::size_t type_width = 0;
     std::size_t name_width = 0;

@@ -14,7 +14,7 @@ namespace tarnc {
 Context empty_list();
 Context flag(bool value);
 std::string text(std::uint64_t number);
-// A text as it stands between the quotes of a literal.
+// A text between the quotes of a literal.
 std::string quoted(const std::string &text);
 
 // A variant's number, used length and usage record.

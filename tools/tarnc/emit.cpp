@@ -159,7 +159,7 @@ void Emitter::emit_catalogue() {
 
 void Emitter::emit_layout() {
     files_["layout.txt"] = render("layout.txt", module_);
-    // A structure stands behind those that are nested in it.
+    // A structure comes after those nested in it.
     Context context = empty_module();
     Context inside_out = list();
     std::vector<const Structure *> done;
@@ -188,7 +188,7 @@ void Emitter::emit_exports() {
 }
 
 // Every generated header includes this one, which so changes with each of them:
-// the build, which doesn't know their names, makes again what depends on it.
+// the build, which lacks their names, remakes what depends on it.
 void Emitter::emit_schema_header() {
     std::string all;
     for (const auto &[path, content] : files_) {
@@ -199,8 +199,8 @@ void Emitter::emit_schema_header() {
     files_["include/tarnbase/schema.h"] = render("schema.h", context);
 }
 
-// Deals the stamps out, the longest first, each to the shard that is shortest. The
-// digest makes a shard change with its stamps, for the build's sake as above.
+// Distributes the stamps, the longest first, each to the shortest shard. The digest
+// makes a shard change with its stamps, for the same reason as above.
 void Emitter::emit_shards(std::size_t shards) {
     struct Shard {
         std::size_t length = 0;

@@ -2,7 +2,7 @@
 // From the checked schema to the files of the output folder:
 //
 //   include/tarnbase/   public headers: types/, enums/, tables/, tarnbase.h, schema.h;
-//                       in C++: tarn.hpp, and tarn/ as face.h tells
+//                       in C++: tarn.hpp, and tarn/ as in face.h
 //   model/<item>.h      the constant models that the workers read
 //   stamps/<item>.cpp   descriptors, vectors, and the exported functions, a call each
 //   shard_<n>.cpp       the stamps in as many files as the build compiles

@@ -11,7 +11,7 @@
 namespace tarnc {
 
 // The schema text of an item: what decides its identity. Meanings are left out,
-// so that better words change nothing.
+// so a better wording changes nothing.
 std::string schema_text(const Structure &structure);
 std::string schema_text(const Enumeration &enumeration);
 std::string schema_text(const Table &table);

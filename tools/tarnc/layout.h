@@ -8,7 +8,7 @@
 //   used     ends with the variant's last field, unrounded
 //   size     of an allocation: used in the last variant, rounded up to 8, and 8
 //            more, or 16 more if more than 64 bytes are used
-//   state    one flag byte a field; behind it the block of an embedded object or
+//   state    one flag byte a field; after it the block of an embedded object or
 //            the flags of an array's elements
 #ifndef TARNC_LAYOUT_H
 #define TARNC_LAYOUT_H

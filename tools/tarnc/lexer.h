@@ -14,7 +14,7 @@ namespace tarnc {
 struct Token {
     enum class Kind { word, number, text, open_bracket, close_bracket };
     Kind kind;
-    std::string text;  // of a text: what stands between the quotes
+    std::string text;  // of a text: without the quotes
     Place place;
 };
 
@@ -23,7 +23,7 @@ struct Line {
     bool indented = false;
     bool broken = false;  // reported; it has no tokens
     std::vector<Token> tokens;
-    Place end;  // behind the last token
+    Place end;  // after the last token
 };
 
 std::vector<Line> read_lines(const std::shared_ptr<const std::string> &file,

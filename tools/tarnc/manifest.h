@@ -31,7 +31,7 @@
 
 namespace tarnc {
 
-// What a build tells of itself.
+// About a build.
 struct Build {
     std::string output;  // path of what is built
     std::string target;  // its name

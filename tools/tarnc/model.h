@@ -92,7 +92,7 @@ struct Table {
     const Structure *key_type = nullptr;  // null on a table keyed by a field
     const Field *key_field = nullptr;     // null on a table keyed by a structure
 
-    // The part of an operation's name that stands for the key.
+    // The key's part of an operation's name.
     std::string key() const {
         return key_type != nullptr ? key_type->name + "_" : type->name + "_" + key_field->name;
     }

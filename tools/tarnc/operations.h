@@ -6,8 +6,8 @@
 //      Returns: a line that begins with a word and a colon begins a paragraph. */
 //   @unsafe                       optional: exported as <name>_unsafe too
 //   @weak                         optional: a weak symbol
-//   @wide                         optional: whatever a caller passes behind the
-//                                 arguments is there, up to `sixth`
+//   @wide                         optional: whatever a caller passes after the
+//                                 arguments is passed on, up to `sixth`
 //   result name(arguments)        on one line
 //   { body }                      on one line
 #ifndef TARNC_OPERATIONS_H

@@ -10,7 +10,7 @@
 namespace tarnc {
 
 // Reads a module file and the files that it includes. What can't be read is
-// reported and passed over, so that one run tells all that is wrong.
+// reported and skipped, so that one run reports all errors.
 syntax::Schema parse_schema(const std::string &path, Diagnostics &diagnostics);
 
 }  // namespace tarnc

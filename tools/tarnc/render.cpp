@@ -17,8 +17,8 @@ std::vector<std::string> with_commas(const std::vector<std::string> &arguments) 
     return pieces;
 }
 
-// The template engine leaves an empty line where a section gives nothing or a
-// comment stands. So a line with such a tag alone is marked, and goes afterwards.
+// The template engine leaves an empty line for an empty section and for a comment. So
+// a line with only such a tag is marked, and removed afterwards.
 constexpr char mark = '\x01';
 
 std::string mark_sections(const std::string &text) {
@@ -74,7 +74,7 @@ std::size_t end_with_list(const std::string &call, std::size_t at) {
 
 std::string fill_call(const std::string &call, std::size_t indent) {
     std::string result(indent, ' ');
-    std::vector<std::size_t> brackets;  // the columns behind the open ones
+    std::vector<std::size_t> brackets;  // the columns after the open ones
     std::size_t column = indent;
     for (std::size_t at = 0; at < call.size();) {
         const std::size_t start = brackets.empty() ? column : brackets.back();
@@ -123,9 +123,9 @@ std::string prototype(const std::string &head, const std::vector<std::string> &a
                       const std::string &tail) {
     std::size_t longest = 0;
     for (const std::string &each : arguments) longest = std::max(longest, each.size());
-    const std::size_t behind_bracket = head.size() + 1;
-    if (behind_bracket <= deepest && behind_bracket + longest + tail.size() + 1 <= width)
-        return fill(head + "(", with_commas(arguments), ")" + tail, behind_bracket);
+    const std::size_t after_bracket = head.size() + 1;
+    if (after_bracket <= deepest && after_bracket + longest + tail.size() + 1 <= width)
+        return fill(head + "(", with_commas(arguments), ")" + tail, after_bracket);
     return fill(head + "(\n    ", with_commas(arguments), ")" + tail, 4);
 }
 

@@ -26,14 +26,14 @@ std::string fill(const std::string &head, const std::vector<std::string> &pieces
 // starts below the innermost open bracket. A list in braces stays on a line if it fits.
 std::string fill_call(const std::string &call, std::size_t indent);
 
-// A function's head: its arguments lined up behind the bracket if there is room.
+// A function's head: its arguments lined up after the bracket if they fit.
 std::string prototype(const std::string &head, const std::vector<std::string> &arguments,
                       const std::string &tail);
 
 // A comment of one or more paragraphs, in the manner of C.
 std::string comment(const std::vector<std::string> &paragraphs);
 
-// Cuts at each `separator` that stands outside brackets, and trims the pieces.
+// Splits at each `separator` outside brackets, and trims the pieces.
 std::vector<std::string> split(const std::string &text, char separator);
 
 std::string trim(const std::string &text);

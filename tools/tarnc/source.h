@@ -16,7 +16,7 @@ struct Place {
     int column = 0;
 };
 
-// A word of a schema file and where it stands.
+// A word of a schema file and its place.
 struct Name {
     std::string text;
     Place place;
