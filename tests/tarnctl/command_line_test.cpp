@@ -8,7 +8,7 @@
 
 #include "cli/help.h"
 #include "cli/parser.h"
-#include "program.h"
+#include "program/program.h"
 
 namespace tarnctl_test {
 namespace {

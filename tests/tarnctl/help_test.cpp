@@ -5,7 +5,7 @@
 
 #include <sstream>
 
-#include "program.h"
+#include "program/program.h"
 
 namespace tarnctl_test {
 namespace {

@@ -6,9 +6,9 @@
 #include <clocale>
 #include <string>
 
+#include "base/utf8.h"
 #include "terminal/progress.h"
 #include "terminal/style.h"
-#include "terminal/utf8.h"
 
 namespace tarnctl {
 namespace {
@@ -93,6 +93,11 @@ TEST(Utf8, IsWhatUnicodeAllows) {
     EXPECT_FALSE(is_utf8("\xf8\x88\x80\x80\x80"));
     EXPECT_EQ(first_utf8("\u65e5x").code, U'\u65e5');
     EXPECT_EQ(first_utf8("\u65e5x").length, 3U);
+}
+
+TEST(Utf8, EscapesWhatWouldLeaveItsLine) {
+    EXPECT_EQ(one_line("a\nb\x7f\x80"), "a\\x0ab\\x7f\\x80");
+    EXPECT_EQ(one_line("\u00e9\\"), "\u00e9\\");
 }
 
 TEST(Progress, TellsCountAndRateOfAnUnknownTotal) {

@@ -13,6 +13,7 @@
 #include "exchange/writer.h"
 #include "model/instance.h"
 #include "terminal/progress.h"
+#include "terminal/screen.h"
 
 namespace tarnctl {
 namespace {
@@ -106,7 +107,7 @@ Unfit unfit_records(const Options &options, uint64_t &left_out) {
     unfit.escape = options.escape;
     if (options.skip)
         unfit.skip = [&left_out](const std::string &text) {
-            std::cerr << fmt::format("tarnctl: {}; left out\n", text);
+            std::cerr << fmt::format("tarnctl: {}; left out\n", shown(text, output_screen()));
             ++left_out;
         };
     return unfit;

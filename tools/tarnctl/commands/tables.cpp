@@ -17,6 +17,7 @@
 #include "model/record.h"
 #include "terminal/grid.h"
 #include "terminal/pager.h"
+#include "terminal/progress.h"
 
 namespace tarnctl {
 namespace {
@@ -56,8 +57,9 @@ std::vector<Row> matching(const std::string &pattern) {
 void add_instances(std::vector<Row> &rows, const Store &store) {
     for (const Instance &instance : instances(store)) {
         for (Row &row : rows) {
-            if (row.table == instance.table)
-                row.open.emplace_back(instance, count_records(instance));
+            if (row.table != instance.table) continue;
+            Progress progress("records", instance.block->record_count);
+            row.open.emplace_back(instance, count_records(instance, [&] { progress.advance(); }));
         }
     }
 }

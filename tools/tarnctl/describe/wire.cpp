@@ -3,7 +3,7 @@
 
 #include <fmt/format.h>
 
-#include "model/json.h"
+#include "model/value.h"
 
 namespace tarnctl {
 namespace {

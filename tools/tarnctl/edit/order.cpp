@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "base/failure.h"
-#include "model/json.h"
+#include "base/hex.h"
 #include "query/filter.h"
 
 namespace tarnctl {

@@ -8,7 +8,6 @@
 
 #include "base/failure.h"
 #include "exchange/frames.h"
-#include "model/json.h"
 #include "model/state.h"
 
 namespace tarnctl {

@@ -8,9 +8,9 @@
 #include <optional>
 
 #include "base/failure.h"
+#include "base/utf8.h"
 #include "exchange/frames.h"
 #include "model/state.h"
-#include "terminal/screen.h"
 
 namespace tarnctl {
 namespace frames {
@@ -53,7 +53,7 @@ std::string_view frame_of(const Record &record, std::string_view table, std::str
         const bool too_small = err == EMSGSIZE || err == ENOMEM;
         if (!too_small || buffer.size() >= largest_buffer)
             throw Failure(Exit::data, fmt::format("{}: record `{}`: it has no frame: {}", table,
-                                                  shown(record.key_text(), output_screen()),
+                                                  one_line(record.key_text()),
                                                   std::strerror(static_cast<int>(err))));
         buffer.resize(buffer.size() * 2);
     }
@@ -69,7 +69,7 @@ FramesWriter::FramesWriter(std::ostream &out) : out_(out) {
 }
 
 void FramesWriter::begin_table(const Instance &instance) {
-    table_ = shown(instance.full_name(), output_screen());
+    table_ = one_line(instance.full_name());
     const bool by_name = instance.block->open_mode == KEL_OPEN_BY_NAME;
     std::string name = by_name ? instance.name() : "";
     if (!by_name) frames::append_number(name, instance.block->table_id, 8);

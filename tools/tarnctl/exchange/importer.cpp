@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "terminal/screen.h"
+#include "base/utf8.h"
 
 namespace tarnctl {
 namespace {
@@ -58,7 +58,7 @@ void Importer::begin_table(const TableHead &head) {
     passing_over_ = !is_chosen(head);
     if (passing_over_) return;
     ++counts_.tables;
-    current_name_ = shown(head.full_name(), output_screen());
+    current_name_ = one_line(head.full_name());
     current_ = open(head);
 }
 
@@ -133,11 +133,10 @@ bool Importer::make_way(const Draft &draft) {
     if (options_.on_conflict == OnConflict::keep) return false;
     const Record record = draft.record();
     if (options_.on_conflict == OnConflict::fail)
-        throw Failure(
-            Exit::data,
-            fmt::format("the store has a record `{}` of tenant {} and source {} already "
-                        "(see --on-conflict)",
-                        shown(record.key_text(), output_screen()), record.tenant(), record.src()));
+        throw Failure(Exit::data,
+                      fmt::format("the store has a record `{}` of tenant {} and source {} already "
+                                  "(see --on-conflict)",
+                                  one_line(record.key_text()), record.tenant(), record.src()));
     const Table &table = *current_.table;
     uint32_t number = 0;
     uint32_t err = 0;

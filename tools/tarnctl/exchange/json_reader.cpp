@@ -6,10 +6,11 @@
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 
+#include "base/hex.h"
+#include "base/utf8.h"
 #include "exchange/json_parser.h"
 #include "exchange/sink.h"
 #include "model/state.h"
-#include "terminal/screen.h"
 
 namespace tarnctl {
 namespace {
@@ -93,8 +94,7 @@ class JsonReader : public JsonEvents {
 
     // A member that nobody knows.
     void stranger(const std::vector<std::string_view> &known) const {
-        if (!options_.lenient)
-            throw no_such(Exit::data, "member", shown(member_, output_screen()), known);
+        if (!options_.lenient) throw no_such(Exit::data, "member", one_line(member_), known);
     }
 
     void take_member(const Json &json) {

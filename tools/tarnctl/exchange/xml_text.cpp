@@ -6,8 +6,8 @@
 #include <algorithm>
 
 #include "base/failure.h"
-#include "model/json.h"
-#include "terminal/utf8.h"
+#include "base/hex.h"
+#include "base/utf8.h"
 
 namespace tarnctl {
 

@@ -8,11 +8,10 @@
 
 #include "base/failure.h"
 #include "base/quiet.h"
+#include "base/utf8.h"
 #include "exchange/xml_escape.h"
 #include "exchange/xml_text.h"
-#include "model/json.h"
 #include "model/state.h"
-#include "terminal/screen.h"
 
 namespace tarnctl {
 namespace {
@@ -76,7 +75,7 @@ XmlWriter::XmlWriter(std::ostream &out, Unfit unfit)
 }
 
 void XmlWriter::begin_table(const Instance &instance) {
-    table_ = shown(instance.full_name(), output_screen());
+    table_ = one_line(instance.full_name());
     const bool by_name = instance.block->open_mode == KEL_OPEN_BY_NAME;
     const std::string name = by_name ? instance.name() : std::to_string(instance.block->table_id);
     const bool fits = first_unfit_for_xml(name) == std::string_view::npos;
@@ -127,7 +126,7 @@ std::optional<std::string_view> XmlWriter::form_of(const Record &record, uint32_
 std::string XmlWriter::objection_to(const Record &record, uint32_t err) const {
     const auto text = [&](const std::string &field, const std::string &objection) {
         return fmt::format("{}: record `{}`: {}XML can't carry it: {}", table_,
-                           shown(record.key_text(), output_screen()), field, objection);
+                           one_line(record.key_text()), field, objection);
     };
     for (const Column &column : columns_of(*record.table)) {
         const std::string objection = objection_of(record.value(column));

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "base/failure.h"
-#include "model/json.h"
+#include "base/hex.h"
 #include "model/record.h"
 
 namespace tarnctl {

@@ -4,22 +4,21 @@
 #include <fmt/format.h>
 
 #include "base/failure.h"
-#include "terminal/progress.h"
 
 namespace tarnctl {
 
-Census count_records(const Instance &instance) {
+Census count_records(const Instance &instance, const std::function<void()> &counted) {
     struct Context {
         Census census;
-        Progress progress;
-    } context{{}, Progress("records", instance.block->record_count)};
+        const std::function<void()> &counted;
+    } context{{}, counted};
     const auto count = [](kel_record *record, void *data) -> uint32_t {
-        auto &[census, progress] = *static_cast<Context *>(data);
-        ++census.records;
-        ++census.sources[record->src];
-        ++census.tenants[record->tenant_id];
-        if ((record->flags & KEL_RECORD_PENDING_DESTROY) != 0) ++census.pending;
-        progress.advance();
+        auto &walk = *static_cast<Context *>(data);
+        ++walk.census.records;
+        ++walk.census.sources[record->src];
+        ++walk.census.tenants[record->tenant_id];
+        if ((record->flags & KEL_RECORD_PENDING_DESTROY) != 0) ++walk.census.pending;
+        walk.counted();
         return 0;
     };
     uint32_t err = 0;

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How many records a table holds, and whose they are.
+// How many records a table holds, by source and by tenant.
 #ifndef TARNCTL_MODEL_CENSUS_H
 #define TARNCTL_MODEL_CENSUS_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -19,9 +20,9 @@ struct Census {
     std::map<uint16_t, uint64_t> tenants;
 };
 
-// Counts the records themselves: the counters in a table block tell nothing of tenants. Reads the
-// records' own blocks alone, so that it works for those of any process.
-Census count_records(const Instance &instance);
+// Counts the records one by one, since a table block has no counters by tenant, and calls `counted`
+// after each. Reads only the records' own blocks, so that it works for those of any process.
+Census count_records(const Instance &instance, const std::function<void()> &counted);
 
 // "1", and "shadow" of a key's shadow.
 std::string source_name(uint8_t source);

@@ -3,30 +3,19 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "base/failure.h"
+#include "base/hex.h"
+#include "base/utf8.h"
 #include "model/state.h"
 #include "tarnbase/embedded.h"
-#include "terminal/utf8.h"
 
 namespace tarnctl {
 namespace {
 
-constexpr std::string_view hex_digits = "0123456789abcdef";
-
 // The largest number up to which a double tells each from its neighbours.
 constexpr uint64_t largest_exact = uint64_t{1} << 53U;
-
-std::string hex_of(std::string_view bytes) {
-    std::string digits;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        digits += {hex_digits[byte >> 4U], hex_digits[byte & 15U]};
-    }
-    return digits;
-}
 
 Json json_of_number(const Field &field, uint64_t number) {
     if (field.kind == Kind::boolean) return number != 0;
@@ -163,12 +152,6 @@ void set_members(FieldSetter setter, const Structure &structure, const Json &jso
     setter.reading.path = outer;
 }
 
-int digit_of(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-}
-
 // The member of an object's state flags; nothing on an object without.
 void add_state(Json &json, const char *name, kel_handle *handle, void *object,
                const Structure &structure) {
@@ -178,26 +161,6 @@ void add_state(Json &json, const char *name, kel_handle *handle, void *object,
 }
 
 }  // namespace
-
-std::string bytes_of_hex(std::string_view digits, std::string_view name) {
-    std::string bytes;
-    for (std::size_t i = 0; i < digits.size(); i += 2) {
-        const int high = digit_of(digits[i]);
-        const int low = i + 1 < digits.size() ? digit_of(digits[i + 1]) : -1;
-        if (high < 0 || low < 0)
-            throw Failure(Exit::data, fmt::format("{}: expected two hexadecimal digits a byte, "
-                                                  "not `{}`",
-                                                  name, digits.substr(i, 2)));
-        bytes += static_cast<char>(high * 16 + low);
-    }
-    return bytes;
-}
-
-int top_variant(const Structure &structure) {
-    int top = 0;
-    for (const Field &field : structure.fields) top = std::max(top, field.first_variant);
-    return top;
-}
 
 Json json_of_bytes(std::string_view bytes) {
     if (is_utf8(bytes)) return bytes;

@@ -56,12 +56,6 @@ struct JsonReading {
 void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,
                           const Structure &structure, const Json &json, JsonReading &reading);
 
-// Bytes from their hexadecimal digits, two each; Failure `data` that begins with `name`.
-std::string bytes_of_hex(std::string_view digits, std::string_view name);
-
-// The highest variant of a structure: the newest of its fields brought it.
-int top_variant(const Structure &structure);
-
 }  // namespace tarnctl
 
 #endif

@@ -146,6 +146,12 @@ std::vector<Path> leaves_of(const Structure &structure) {
     return leaves;
 }
 
+int top_variant(const Structure &structure) {
+    int top = 0;
+    for (const Field &field : structure.fields) top = std::max(top, field.first_variant);
+    return top;
+}
+
 const Enumerator *enumerator_of(const Enumeration &enumeration, uint32_t value) {
     for (const Enumerator &each : enumeration.enumerators) {
         if (each.value == value) return &each;

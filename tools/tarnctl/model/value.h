@@ -35,6 +35,8 @@ struct Path {
 Path parse_path(const Structure &structure, std::string_view text);
 // All leaves in the order of the schema; an array is one leaf, a whole.
 std::vector<Path> leaves_of(const Structure &structure);
+// The highest variant of a structure, which its newest field brought.
+int top_variant(const Structure &structure);
 
 // A value that was found: a leaf of one object. Reading and setting go through the library's own
 // accessors, with the handle and the transaction given.

@@ -10,7 +10,7 @@
 
 #include "cli/help.h"
 #include "pages/roff.h"
-#include "program.h"
+#include "program/program.h"
 
 namespace tarnctl {
 namespace {

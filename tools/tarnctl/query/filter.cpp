@@ -8,7 +8,7 @@
 #include <cerrno>
 
 #include "base/failure.h"
-#include "model/json.h"
+#include "base/hex.h"
 #include "query/single_value.h"
 
 namespace tarnctl {

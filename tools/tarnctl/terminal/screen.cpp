@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "terminal/utf8.h"
+#include "base/utf8.h"
 
 namespace tarnctl {
 namespace {
@@ -67,8 +67,7 @@ bool is_printable(char32_t code) {
 void add_shown(std::string &result, std::string_view bytes, const Utf8Character &character,
                const Screen &screen) {
     const bool ascii = character.code < 0x80;
-    if (!character.valid || (ascii && (character.code < 0x20 || character.code == 0x7f)))
-        result += fmt::format("\\x{:02x}", static_cast<unsigned>(character.code));
+    if (needs_escape(character)) result += escaped_byte(character.code);
     else if (ascii || (screen.utf8 && is_printable(character.code))) result += bytes;
     else result += fmt::format("\\u{{{:x}}}", static_cast<unsigned>(character.code));
 }

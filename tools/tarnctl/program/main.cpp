@@ -6,7 +6,7 @@
 #include <string>
 
 #include "cli/start.h"
-#include "program.h"
+#include "program/program.h"
 #include "terminal/screen.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The program's command line: its commands and the options of all of them.
-#ifndef TARNCTL_PROGRAM_H
-#define TARNCTL_PROGRAM_H
+#ifndef TARNCTL_PROGRAM_PROGRAM_H
+#define TARNCTL_PROGRAM_PROGRAM_H
 
 #include <memory>
 

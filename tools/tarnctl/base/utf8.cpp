@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "terminal/utf8.h"
+#include "base/utf8.h"
+
+#include <fmt/format.h>
 
 namespace tarnctl {
 namespace {
 
 struct Lead {
     std::size_t length;
-    unsigned char bits;  // those of the code that stand in the first byte
+    unsigned char bits;  // the bits of the code in the first byte
     char32_t smallest;   // what a shorter form couldn't hold
 };
 
@@ -43,6 +45,25 @@ bool is_utf8(std::string_view text) {
         text.remove_prefix(character.length);
     }
     return true;
+}
+
+bool needs_escape(const Utf8Character &character) {
+    return !character.valid || character.code < 0x20 || character.code == 0x7f;
+}
+
+std::string escaped_byte(char32_t byte) {
+    return fmt::format("\\x{:02x}", static_cast<unsigned>(byte));
+}
+
+std::string one_line(std::string_view text) {
+    std::string line;
+    while (!text.empty()) {
+        const Utf8Character character = first_utf8(text);
+        if (needs_escape(character)) line += escaped_byte(character.code);
+        else line += text.substr(0, character.length);
+        text.remove_prefix(character.length);
+    }
+    return line;
 }
 
 }  // namespace tarnctl
