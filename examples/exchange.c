@@ -10,7 +10,7 @@
 #include "tarnbase/embedded.h"
 #include "tarnbase/tables/tbl_service_type_info.h"
 
-/* A form of this record has ample room in it; tarnbase has no call that tells a text's length. */
+/* Large enough for any form of this record; there is no call that returns a text's length. */
 enum { form_size = 2048 };
 
 struct place {

@@ -87,7 +87,7 @@ Block parse_status(const Text &text, Problems &problems) {
 
 std::vector<Block> parse_mib(const Text &text, Problems &problems) {
     std::vector<Block> blocks;
-    // What stands before the first server, such as the variables of a wireless port.
+    // The variables before the first server, such as those of a wireless port.
     Block before{text.name, "", 1, {}};
     for_each_line(text.bytes, [&](uint64_t number, std::string_view line) {
         const std::string_view name = name_of(line);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads hostapd's answers. Nothing here knows of sockets, files or tables.
+// Reads hostapd's answers. Nothing here depends on sockets, files or tables.
 //
 //   stations  = { station }                  STA-FIRST, STA-NEXT; all of them in a recording
 //   station   = address NL { variable NL }
@@ -9,10 +9,10 @@
 //   variable  = name "=" value               the value may be empty
 //
 // A station's name for its user is whatever bytes the station sent, line ends included, and hostapd
-// writes them as they are. So one station could write lines of its own choice behind its name:
+// writes them as they are. So one station could write lines of its own choice after its name:
 // therefore the first of several variables of one name counts, and an answer about one station has
-// one address line. In a recording of several stations a forged address line can't be told from a
-// real one.
+// one address line. In a recording of several stations a forged address line can't be distinguished
+// from a real one.
 #ifndef EXAMPLES_DOT1X_PORTS_ANSWER_H
 #define EXAMPLES_DOT1X_PORTS_ANSWER_H
 
@@ -37,7 +37,7 @@ struct Variable {
     uint64_t line;
 };
 
-// Variables that stand together: of a station, of a RADIUS server, of a port.
+// Variables that belong together: of a station, of a RADIUS server, of a port.
 struct Block {
     std::string source;   // the text's name
     std::string address;  // of a station
@@ -50,7 +50,7 @@ struct Block {
 
 enum class Stations { one, any_number };
 
-// The stations that an answer tells of.
+// The stations that an answer is about.
 std::vector<Block> parse_stations(const Text &text, Stations stations, Problems &problems);
 
 // The variables of an answer about the port itself.

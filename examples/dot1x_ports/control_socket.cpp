@@ -16,7 +16,7 @@
 namespace dot1x_ports {
 namespace {
 
-// hostapd's answers are at most 4096 bytes long.
+// hostapd's replies are at most 4096 bytes long.
 constexpr size_t kLongestAnswer = 65536;
 constexpr const char *kFail = "FAIL\n";
 constexpr const char *kUnknownCommand = "UNKNOWN COMMAND\n";
@@ -123,7 +123,8 @@ PortAnswers ask_port(const Port &port, ControlSocket &socket) {
     answers.stations_a_text = Stations::one;
     for (int walks = 0; !walk(socket, answers.stations);)
         if (++walks == kMostWalks)
-            throw SourceError(socket.path() + ": stations come and go too fast to be told");
+            throw SourceError(socket.path() +
+                              ": the list of stations changes faster than it can be read");
     return answers;
 }
 

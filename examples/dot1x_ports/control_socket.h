@@ -61,7 +61,7 @@ class ControlSocket {
     DatagramSocket socket_;
 };
 
-// All that hostapd says of the port behind a socket.
+// All that hostapd reports of the port of a socket.
 PortAnswers ask_port(const Port &port, ControlSocket &socket);
 
 }  // namespace dot1x_ports

@@ -24,26 +24,27 @@ Observation understand(const std::vector<PortAnswers> &answers, const ServerName
 Job::Job(JobOptions options, Source &source, std::ostream &messages)
     : options_(std::move(options)), source_(source), messages_(messages) {}
 
-// What was at fault in the last poll and still is, is not told again.
-void Job::tell(const Problems &problems) {
+// Problems that the last poll had too aren't reported again.
+void Job::report_problems(const Problems &problems) {
     for (const Problem &problem : problems.list()) {
-        if (std::find(told_.begin(), told_.end(), problem) != told_.end()) continue;
+        if (std::find(reported_.begin(), reported_.end(), problem) != reported_.end()) continue;
         messages_ << to_text(problem) << '\n';
         ++malformed_;
     }
-    told_ = problems.list();
+    reported_ = problems.list();
 }
 
 void Job::poll() {
     Problems problems;
     Observation found = understand(source_.poll(), options_.servers, problems);
-    tell(problems);
+    report_problems(problems);
     try {
         if (!keeper_) keeper_.emplace(options_.store);
         keeper_->write(found);
-    } catch (const example::StoreError &error) {
-        throw example::StoreError(options_.store + ": " + error.what() + "; nothing of poll " +
-                                  std::to_string(polls_ + 1) + " is stored");
+    } catch (const tarn::error &error) {
+        throw tarn::error(error.number(), options_.store + ": " + error.what() +
+                                              "; nothing of poll " + std::to_string(polls_ + 1) +
+                                              " is stored");
     }
     ports_ = std::move(found.ports);
     ++polls_;

@@ -19,7 +19,7 @@ namespace dot1x_ports {
 struct JobOptions {
     std::string store;
     ServerNames servers = {};
-    bool verbose = false;  // tell of each poll
+    bool verbose = false;  // print each poll
 };
 
 // What was done, and what the store holds after it.
@@ -33,25 +33,25 @@ class Job {
  public:
     Job(JobOptions options, Source &source, std::ostream &messages);
 
-    // Throws SourceError and PortError, with nothing stored, and example::StoreError.
+    // Throws SourceError and PortError, with nothing stored, and tarn::error.
     void poll();
     // Requires a poll that was stored.
     Report report() const;
 
  private:
-    void tell(const Problems &problems);
+    void report_problems(const Problems &problems);
 
     JobOptions options_;
     Source &source_;
     std::ostream &messages_;
-    std::optional<Keeper> keeper_;  // from the first answers on
-    std::vector<Problem> told_;     // in the last poll
-    std::vector<PortRows> ports_;   // of the last poll
+    std::optional<Keeper> keeper_;   // from the first answers on
+    std::vector<Problem> reported_;  // in the last poll
+    std::vector<PortRows> ports_;    // of the last poll
     uint64_t polls_ = 0;
     uint64_t malformed_ = 0;
 };
 
-// What the answers say. Nothing here knows of the store.
+// What the answers say. Nothing here depends on the store.
 Observation understand(const std::vector<PortAnswers> &answers, const ServerNames &names,
                        Problems &problems);
 

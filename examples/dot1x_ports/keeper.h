@@ -2,11 +2,10 @@
 //
 // Keeps ports, sessions and RADIUS servers in their tables in a store file.
 //
-// A port that was asked about has its rows of port controls in any case. Its rows of authenticator
-// state, counters and sessions are there while hostapd tells of a client on it: a row that stayed
-// would tell of an authorised client where there is none. Rows of ports that weren't asked about
-// stay as they are: another process may keep them. So do rows of servers, as counters end with a
-// value and not with nothing.
+// A port that was polled always has its rows of port controls. Its rows of authenticator state,
+// counters and sessions are there while hostapd reports a client on it: a row that stayed would
+// show an authorised client where there is none. Rows of other ports stay as they are, since
+// another process may keep them. So do rows of servers, whose counters keep their last values.
 #ifndef EXAMPLES_DOT1X_PORTS_KEEPER_H
 #define EXAMPLES_DOT1X_PORTS_KEEPER_H
 
@@ -14,11 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "common/session.h"
 #include "mapping.h"
 #include "radius.h"
-#include "records.h"
 #include "session_records.h"
+#include "tables.h"
 
 namespace dot1x_ports {
 
@@ -30,7 +28,7 @@ struct Observation {
 
 class Keeper {
  public:
-    // Opens the store file, or makes it, and its tables. Throws example::StoreError, as do all.
+    // Opens the store file, or makes it, and its tables. Throws tarn::error, as all members do.
     explicit Keeper(const std::string &path);
 
     // Stores what a poll found, in one transaction. If that fails the store is as it was before.
@@ -41,23 +39,23 @@ class Keeper {
     // What is stored of all servers and of the client.
     RadiusRows read_radius() const;
 
-    const example::Session &session() const { return session_; }
+    const tarn::store &store() const { return store_; }
+    const tarn::session &session() const { return session_; }
 
  private:
-    Access reading() const { return {session_.handle(), KEL_TX_NONE}; }
-    void write_port(Access access, const PortRows &rows) const;
-    void write_radius(Access access, RadiusRows rows) const;
-    std::optional<ServerRow> read_server(Access access, const std::string &name) const;
-    std::optional<RadiusRow> read_client(Access access) const;
+    void write_port(const PortRows &rows);
+    void write_radius(RadiusRows rows);
+    std::optional<RadiusRow> read_client() const;
 
-    example::Session session_;
-    kel_table *config_;
-    kel_table *stats_;
-    kel_table *port_;
-    kel_table *port_init_;
-    kel_table *port_reauth_;
-    kel_table *servers_;
-    kel_table *radius_;
+    tarn::store store_;
+    tarn::session session_;
+    ConfigTable config_;
+    StatsTable stats_;
+    PortTable port_;
+    PortInitTable port_init_;
+    PortReauthTable port_reauth_;
+    ServerTable servers_;
+    RadiusTable radius_;
     SessionRecords sessions_;
 };
 

@@ -26,7 +26,7 @@ A port's rows are keyed by the index of its interface:
   --recordings  the number at the end of the port's name: 3 of p3
   --port        what is given for a port's name, before either rule
 
-A port's state, counters and sessions are stored while hostapd tells of a client on it, and erased
+A port's state, counters and sessions are stored while hostapd reports a client on it, and erased
 after that; with several clients on a port the first authorised one counts, or else the first.
 RADIUS servers are named by their address, or by --server; counters of ports that have one server
 are added. If the program fails, nothing of the last poll is stored.)";
@@ -154,7 +154,7 @@ int main(int argc, char **argv) {
         return fail(kNoIndex, error);
     } catch (const dot1x_ports::SourceError &error) {
         return fail(kUnreachable, error);
-    } catch (const example::StoreError &error) {
+    } catch (const tarn::error &error) {
         return fail(kStore, error);
     }
 }

@@ -21,7 +21,7 @@ Timing timing_of(const Block &station, Problems &problems) {
     return timing;
 }
 
-// hostapd doesn't tell the time left. Counted from the session's start, a reauthentication comes
+// hostapd doesn't report the time left. Counted from the session's start, a reauthentication comes
 // with each period; the session time of a station that isn't authorised says nothing.
 uint32_t time_to_next_reauth(const Timing &timing) {
     if (timing.authorized == 0 || timing.reauth_period == 0) return 0;
@@ -55,7 +55,7 @@ SessionRow session_of(const Block &station, Problems &problems) {
     Method method;
     add_numbers(station, kMethodNumbers, method, problems);
     if (timing.authorized != 0) row.authorized_by = kAuthenticMethodNames[method.number];
-    row.match = 1;  // the row is the one that its key asks for
+    row.match = 1;  // the row matches its key
     return row;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From what hostapd says of a port to the rows of that port.
+// Makes the rows of a port from hostapd's answers.
 //
-// A station of which no PAE state is told is no client of 802.1X (any more) and has no rows. The
+// A station without a PAE state isn't a client of 802.1X (any more) and has no rows. The
 // tables have one row a port, so with several stations the first authorised one counts for them, or
 // else the first; each station has a session of its own.
 #ifndef EXAMPLES_DOT1X_PORTS_MAPPING_H

@@ -18,9 +18,9 @@
 
 namespace dot1x_ports {
 
-// A value as it is told, and the number that the field gets for it.
+// A value as hostapd writes it, and the number that is stored for it.
 struct Choice {
-    std::string_view told;
+    std::string_view text;
     uint32_t stored;
 };
 
@@ -143,7 +143,7 @@ constexpr NumberEntry<Method> kMethodNumbers[] = {
 
 // ---- A RADIUS server ----
 
-// Authentication. A transaction is a request with what answers it.
+// Authentication. A transaction is a request with its response.
 constexpr NumberEntry<AuthenRow> kAuthenNumbers[] = {
     {"radiusAuthClientAccessRequests", &AuthenRow::requests},
     {"radiusAuthClientAccessRequests", &AuthenRow::transactions},

@@ -1,138 +1,112 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "objects.h"
 
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+
 namespace dot1x_ports {
 namespace {
 
-void put(Fields<st_aaa_type> fields, const AuthenRow &row) {
-#define X(field) \
-    fields.put(st_aaa_type_##field##_get_value, st_aaa_type_##field##_set_value, row.field);
-    DOT1X_AUTHEN_NUMBERS(X)
-#undef X
-    fields.finish(ServerTable::name);
+// A row's number in the type of a field.
+template <class Field>
+Field as(uint32_t number) {
+    if constexpr (std::is_same_v<Field, int32_t>)
+        return int32_t(std::min(number, uint32_t(std::numeric_limits<int32_t>::max())));
+    else return static_cast<Field>(number);
 }
 
-AuthenRow authen_of(Fields<st_aaa_type> fields) {
+#define PUT_NUMBER(field)                                                                    \
+    if (const auto value = as<decltype(object.field())>(row.field); object.field() != value) \
+        object.set_##field(value);
+#define PUT_TEXT(field) \
+    if (object.field() != row.field) object.set_##field(row.field);
+#define READ_NUMBER(field) row.field = uint32_t(object.field());
+#define READ_TEXT(field) row.field = object.field();
+
+void put(tarn::aaa_type object, const AuthenRow &row) { DOT1X_AUTHEN_NUMBERS(PUT_NUMBER); }
+
+AuthenRow read(const tarn::aaa_type &object) {
     AuthenRow row;
-#define X(field) row.field = fields.number(st_aaa_type_##field##_get_value);
-    DOT1X_AUTHEN_NUMBERS(X)
-#undef X
-    fields.finish(ServerTable::name);
+    DOT1X_AUTHEN_NUMBERS(READ_NUMBER);
     return row;
 }
 
-void put(Fields<st_type_stats> fields, const TrafficRow &row) {
-#define X(field)                                                                            \
-    fields.put_signed(st_type_stats_##field##_get_value, st_type_stats_##field##_set_value, \
-                      row.field);
-    DOT1X_TRAFFIC_SIGNED(X)
-#undef X
-#define X(field) \
-    fields.put(st_type_stats_##field##_get_value, st_type_stats_##field##_set_value, row.field);
-    DOT1X_TRAFFIC_UNSIGNED(X)
-#undef X
-    fields.finish(RadiusTable::name);
+void put(tarn::type_stats object, const TrafficRow &row) {
+    DOT1X_TRAFFIC_SIGNED(PUT_NUMBER);
+    DOT1X_TRAFFIC_UNSIGNED(PUT_NUMBER);
 }
 
-TrafficRow traffic_of(Fields<st_type_stats> fields) {
+TrafficRow read(const tarn::type_stats &object) {
     TrafficRow row;
-#define X(field) row.field = fields.number(st_type_stats_##field##_get_value);
-    DOT1X_TRAFFIC_SIGNED(X)
-    DOT1X_TRAFFIC_UNSIGNED(X)
-#undef X
-    fields.finish(RadiusTable::name);
+    DOT1X_TRAFFIC_SIGNED(READ_NUMBER);
+    DOT1X_TRAFFIC_UNSIGNED(READ_NUMBER);
     return row;
 }
 
 }  // namespace
 
-void put(Access access, st_dot1xAuthConfigEntry_op *object, const ConfigRow &row) {
-    Fields fields(access, object);
-#define X(field)                                               \
-    fields.put(st_dot1xAuthConfigEntry_op_##field##_get_value, \
-               st_dot1xAuthConfigEntry_op_##field##_set_value, row.field);
-    DOT1X_CONFIG_NUMBERS(X)
-#undef X
-    fields.finish(ConfigTable::name);
+void put(tarn::dot1xAuthConfigEntry_op object, const ConfigRow &row) {
+    DOT1X_CONFIG_NUMBERS(PUT_NUMBER);
 }
 
-ConfigRow read(Access access, st_dot1xAuthConfigEntry_op *object) {
+ConfigRow read(const tarn::dot1xAuthConfigEntry_op &object) {
     ConfigRow row;
-    Fields fields(access, object);
-#define X(field) row.field = fields.number(st_dot1xAuthConfigEntry_op_##field##_get_value);
-    DOT1X_CONFIG_NUMBERS(X)
-#undef X
-    fields.finish(ConfigTable::name);
+    DOT1X_CONFIG_NUMBERS(READ_NUMBER);
     return row;
 }
 
-void put(Access access, st_dot1xAuthStatsEntry_op *object, const StatsRow &row) {
-    Fields fields(access, object);
-#define X(field)                                              \
-    fields.put(st_dot1xAuthStatsEntry_op_##field##_get_value, \
-               st_dot1xAuthStatsEntry_op_##field##_set_value, row.field);
-    DOT1X_STATS_NUMBERS(X)
-#undef X
-#define X(field)                                             \
-    fields.put_text(st_dot1xAuthStatsEntry_op_##field##_get, \
-                    st_dot1xAuthStatsEntry_op_##field##_set, row.field);
-    DOT1X_STATS_TEXTS(X)
-#undef X
-    fields.finish(StatsTable::name);
+void put(tarn::dot1xAuthStatsEntry_op object, const StatsRow &row) {
+    DOT1X_STATS_NUMBERS(PUT_NUMBER);
+    DOT1X_STATS_TEXTS(PUT_TEXT);
 }
 
-StatsRow read(Access access, st_dot1xAuthStatsEntry_op *object) {
+StatsRow read(const tarn::dot1xAuthStatsEntry_op &object) {
     StatsRow row;
-    Fields fields(access, object);
-#define X(field) row.field = fields.number(st_dot1xAuthStatsEntry_op_##field##_get_value);
-    DOT1X_STATS_NUMBERS(X)
-#undef X
-#define X(field) row.field = fields.text(st_dot1xAuthStatsEntry_op_##field##_get);
-    DOT1X_STATS_TEXTS(X)
-#undef X
-    fields.finish(StatsTable::name);
+    DOT1X_STATS_NUMBERS(READ_NUMBER);
+    DOT1X_STATS_TEXTS(READ_TEXT);
     return row;
 }
 
-void put(Access access, st_aaa_servers *object, const ServerRow &row) {
-    Fields fields(access, object);
-#define X(field) \
-    fields.put(st_aaa_servers_##field##_get_value, st_aaa_servers_##field##_set_value, row.field);
-    DOT1X_SERVER_NUMBERS(X)
-#undef X
-    put(Fields(access, fields.get(st_aaa_servers_aaa_authen_get)), row.aaa_authen);
-    fields.finish(ServerTable::name);
+void put(tarn::pexSessionEntry_op object, const SessionRow &row) {
+    DOT1X_SESSION_NUMBERS(PUT_NUMBER);
+    DOT1X_SESSION_TEXTS(PUT_TEXT);
 }
 
-ServerRow read(Access access, st_aaa_servers *object) {
+SessionRow read(const tarn::pexSessionEntry_op &object) {
+    SessionRow row;
+    DOT1X_SESSION_NUMBERS(READ_NUMBER);
+    DOT1X_SESSION_TEXTS(READ_TEXT);
+    READ_NUMBER(next_if_index);
+
+    return row;
+}
+
+void put(tarn::aaa_servers object, const ServerRow &row) {
+    DOT1X_SERVER_NUMBERS(PUT_NUMBER);
+    put(object.aaa_authen(), row.aaa_authen);
+}
+
+ServerRow read(const tarn::aaa_servers &object) {
     ServerRow row;
-    Fields fields(access, object);
-#define X(field) row.field = fields.number(st_aaa_servers_##field##_get_value);
-    DOT1X_SERVER_NUMBERS(X)
-#undef X
-    row.aaa_authen = authen_of(Fields(access, fields.get(st_aaa_servers_aaa_authen_get)));
-    fields.finish(ServerTable::name);
+    DOT1X_SERVER_NUMBERS(READ_NUMBER);
+    row.aaa_authen = read(object.aaa_authen());
     return row;
 }
 
-void put(Access access, st_radius_stats *object, const RadiusRow &row) {
-    Fields fields(access, object);
-    fields.put_signed(st_radius_stats_access_rejects_get_value,
-                      st_radius_stats_access_rejects_set_value, row.access_rejects);
-    put(Fields(access, fields.get(st_radius_stats_radius_auth_stats_get)), row.radius_auth_stats);
-    put(Fields(access, fields.get(st_radius_stats_radius_acct_stats_get)), row.radius_acct_stats);
-    fields.finish(RadiusTable::name);
+void put(tarn::radius_stats object, const RadiusRow &row) {
+    PUT_NUMBER(access_rejects);
+
+    put(object.radius_auth_stats(), row.radius_auth_stats);
+    put(object.radius_acct_stats(), row.radius_acct_stats);
 }
 
-RadiusRow read(Access access, st_radius_stats *object) {
+RadiusRow read(const tarn::radius_stats &object) {
     RadiusRow row;
-    Fields fields(access, object);
-    row.access_rejects = fields.number(st_radius_stats_access_rejects_get_value);
-    row.radius_auth_stats =
-        traffic_of(Fields(access, fields.get(st_radius_stats_radius_auth_stats_get)));
-    row.radius_acct_stats =
-        traffic_of(Fields(access, fields.get(st_radius_stats_radius_acct_stats_get)));
-    fields.finish(RadiusTable::name);
+    READ_NUMBER(access_rejects);
+
+    row.radius_auth_stats = read(object.radius_auth_stats());
+    row.radius_acct_stats = read(object.radius_acct_stats());
     return row;
 }
 

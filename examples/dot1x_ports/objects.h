@@ -4,21 +4,24 @@
 #ifndef EXAMPLES_DOT1X_PORTS_OBJECTS_H
 #define EXAMPLES_DOT1X_PORTS_OBJECTS_H
 
-#include "records.h"
 #include "rows.h"
 #include "tables.h"
 
 namespace dot1x_ports {
 
-void put(Access access, st_dot1xAuthConfigEntry_op *object, const ConfigRow &row);
-void put(Access access, st_dot1xAuthStatsEntry_op *object, const StatsRow &row);
-void put(Access access, st_aaa_servers *object, const ServerRow &row);
-void put(Access access, st_radius_stats *object, const RadiusRow &row);
+// Fields that are equal already aren't set: that costs no log entry and marks nothing as modified.
+// A signed field stops at its largest value.
+void put(tarn::dot1xAuthConfigEntry_op object, const ConfigRow &row);
+void put(tarn::dot1xAuthStatsEntry_op object, const StatsRow &row);
+void put(tarn::pexSessionEntry_op object, const SessionRow &row);  // all but next_if_index
+void put(tarn::aaa_servers object, const ServerRow &row);
+void put(tarn::radius_stats object, const RadiusRow &row);
 
-ConfigRow read(Access access, st_dot1xAuthConfigEntry_op *object);
-StatsRow read(Access access, st_dot1xAuthStatsEntry_op *object);
-ServerRow read(Access access, st_aaa_servers *object);
-RadiusRow read(Access access, st_radius_stats *object);
+ConfigRow read(const tarn::dot1xAuthConfigEntry_op &object);
+StatsRow read(const tarn::dot1xAuthStatsEntry_op &object);
+SessionRow read(const tarn::pexSessionEntry_op &object);
+ServerRow read(const tarn::aaa_servers &object);
+RadiusRow read(const tarn::radius_stats &object);
 
 }  // namespace dot1x_ports
 

@@ -28,7 +28,7 @@ void add_traffic(const Block &block, const NumberEntry<TrafficRow> (&entries)[N]
     row.responses_seen += here.responses_seen;
     row.with_response += here.with_response;
     const uint32_t open_or_answered = here.with_response + exchange.pending;
-    // A server that took over from another one answers requests that were not sent to it first.
+    // A server that took over from another one responds to requests that weren't sent to it first.
     row.without_response += exchange.requests - std::min(exchange.requests, open_or_answered);
     row.timeouts += here.timeouts;
     row.response_time_max = std::max(row.response_time_max, exchange.round_trip_time);
@@ -39,7 +39,7 @@ void add_traffic(const Block &block, const NumberEntry<TrafficRow> (&entries)[N]
 
 uint32_t requests(const ServerRow &row) { return row.aaa_authen.requests + row.acct_requests; }
 
-uint32_t answers(const ServerRow &row) {
+uint32_t responses(const ServerRow &row) {
     return row.aaa_authen.transaction_successes + row.acct_transaction_successes;
 }
 
@@ -48,7 +48,7 @@ uint32_t timeouts(const ServerRow &row) {
 }
 
 uint32_t status_after(const ServerRow &before, const ServerRow &now) {
-    if (answers(now) != answers(before)) return SHOW_AAA_SERVER_ALIVE;
+    if (responses(now) != responses(before)) return SHOW_AAA_SERVER_ALIVE;
     if (timeouts(now) != timeouts(before)) return SHOW_AAA_SERVER_DEAD;
     return before.status;
 }

@@ -6,9 +6,9 @@
 namespace dot1x_ports {
 namespace {
 
-std::optional<uint32_t> choose(std::string_view told, std::span<const Choice> choices) {
+std::optional<uint32_t> choose(std::string_view value, std::span<const Choice> choices) {
     for (const Choice &choice : choices)
-        if (choice.told == told) return choice.stored;
+        if (choice.text == value) return choice.stored;
     return std::nullopt;
 }
 
@@ -24,7 +24,7 @@ std::string expected(std::string_view variable, std::span<const Choice> choices)
     if (choices.empty()) return text + "a number below 2^32";
     for (const Choice &choice : choices) {
         if (&choice != &choices.front()) text += " or ";
-        text += choice.told;
+        text += choice.text;
     }
     return text;
 }

@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 
 #include "tables.h"
-#include "tarnbase/enums/auth_state.h"
 #include "tarnbase/enums/server_state.h"
 
 namespace dot1x_ports {
@@ -77,12 +76,12 @@ Json json_of(const PortRows &rows) {
     json["name"] = rows.port.name;
     json["if_index"] = rows.port.if_index;
     json["state"] = rows.state;
-    json[ConfigTable::name] = json_or_null(rows.config);
-    json[StatsTable::name] = json_or_null(rows.stats);
-    json[PortTable::name] = {{"init", rows.control.init != 0}};
-    json[PortInitTable::name] = {{"init", rows.control.init != 0}};
-    json[PortReauthTable::name] = {{"reauth", rows.control.reauth != 0}};
-    Json &sessions = json[SessionTable::name] = Json::array();
+    json[tarn::tbl_dot1xAuthConfigEntry_op::name] = json_or_null(rows.config);
+    json[tarn::tbl_dot1xAuthStatsEntry_op::name] = json_or_null(rows.stats);
+    json[tarn::tbl_dot1xPaePortEntry_op::name] = {{"init", rows.control.init != 0}};
+    json[tarn::tbl_dot1xPaePortEntryInit_op::name] = {{"init", rows.control.init != 0}};
+    json[tarn::tbl_dot1xPaePortEntryReauth_op::name] = {{"reauth", rows.control.reauth != 0}};
+    Json &sessions = json[tarn::tbl_pexSessionEntry_op::name] = Json::array();
     for (const SessionRow &row : rows.sessions) sessions.push_back(json_of(row));
     return json;
 }
@@ -135,9 +134,9 @@ std::string to_json(const Report &report) {
     json["malformed"] = report.malformed;
     Json &ports = json["ports"] = Json::array();
     for (const PortRows &rows : report.stored.ports) ports.push_back(json_of(rows));
-    Json &servers = json[ServerTable::name] = Json::object();
+    Json &servers = json[tarn::tbl_aaa_servers::name] = Json::object();
     for (const auto &[name, row] : report.stored.radius.servers) servers[name] = json_of(row);
-    json[RadiusTable::name] = json_of(report.stored.radius.client);
+    json[tarn::tbl_radius_stats::name] = json_of(report.stored.radius.client);
     // A name may hold any bytes; what is no UTF-8 is replaced.
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The rows that the tables hold, as plain values. Fields have the names of the tables' fields; the
-// lists are in field order and name the fields that hostapd can tell. The others stay 0 or empty.
+// lists are in field order and name the fields that hostapd reports. The others stay 0 or empty.
 #ifndef EXAMPLES_DOT1X_PORTS_ROWS_H
 #define EXAMPLES_DOT1X_PORTS_ROWS_H
 
@@ -107,7 +107,7 @@ struct StatsRow {
 struct SessionRow {
     DOT1X_SESSION_NUMBERS(NUMBER)
     DOT1X_SESSION_TEXTS(TEXT)
-    uint32_t next_if_index = 0;  // of the row behind this one in the table, which knows it
+    uint32_t next_if_index = 0;  // of the next row in the table, set by the keeper
     bool operator==(const SessionRow &) const = default;
 };
 

@@ -8,25 +8,24 @@
 #include <vector>
 
 #include "mapping.h"
-#include "records.h"
 #include "rows.h"
+#include "tables.h"
 
 namespace dot1x_ports {
 
 class SessionRecords {
  public:
-    explicit SessionRecords(const example::Session &session);
+    explicit SessionRecords(const tarn::session &session);
 
-    // Stores the sessions of these ports, and erases those that these ports have no more.
-    void write(Access access, const std::vector<PortRows> &ports) const;
-    std::vector<SessionRow> read(Access access, uint32_t if_index) const;
+    // Stores the sessions of these ports, and erases those that these ports no longer have.
+    void write(const std::vector<PortRows> &ports);
+    std::vector<SessionRow> read(uint32_t if_index) const;
 
  private:
-    void write_session(Access access, uint32_t if_index, const SessionRow &row) const;
-    void erase_vanished(Access access, const std::vector<PortRows> &ports) const;
-    void link(Access access) const;
+    void erase_vanished(const std::vector<PortRows> &ports);
+    void link();
 
-    kel_table *table_;
+    SessionTable table_;
 };
 
 }  // namespace dot1x_ports

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where answers come from: hostapd itself, or recordings of what it said.
+// Where answers come from: hostapd itself, or recordings of it.
 #ifndef EXAMPLES_DOT1X_PORTS_SOURCE_H
 #define EXAMPLES_DOT1X_PORTS_SOURCE_H
 

@@ -2,6 +2,7 @@
 #include "difference.h"
 
 #include <sstream>
+#include <string_view>
 
 #include "tables.h"
 
@@ -9,10 +10,9 @@ namespace ldap_show {
 namespace {
 
 // The names of the fields that differ. A record's XML form has a line a field, in one order.
-std::string fields_that_differ(const OpenTable &table_a, kel_record *a, const OpenTable &table_b,
-                               kel_record *b) {
-    std::istringstream lines_a(table_a.xml(a));
-    std::istringstream lines_b(table_b.xml(b));
+std::string fields_that_differ(const std::string &a, const std::string &b) {
+    std::istringstream lines_a(a);
+    std::istringstream lines_b(b);
     std::string names;
     for (std::string line_a, line_b; getline(lines_a, line_a) && getline(lines_b, line_b);) {
         if (line_a == line_b) continue;
@@ -23,36 +23,68 @@ std::string fields_that_differ(const OpenTable &table_a, kel_record *a, const Op
     return names;
 }
 
-void compare_tables(const OpenTable &a, const OpenTable &b, Comparison &comparison) {
-    const auto differ = [&](const OpenTable &table, kel_record *record, const std::string &how) {
-        comparison.differences.push_back(table.table().name + (" " + table.server(record)) + ": " +
-                                         how);
-    };
-    const LdapTable &functions = a.table();
-    kel_record *in_a = a.first();
-    kel_record *in_b = b.first();
-    while (in_a != nullptr || in_b != nullptr) {
-        const int32_t order = in_a == nullptr ? 1
-                              : in_b == nullptr
-                                  ? -1
-                                  : kel_vstring_compare(functions.key(a.handle(), in_a),
-                                                        functions.key(b.handle(), in_b));
-        if (order < 0) differ(a, in_a, "only in the first store");
-        else if (order > 0) differ(b, in_b, "only in the second store");
-        else if (functions.compare(a.handle(), in_a, b.handle(), in_b) == 0) ++comparison.equal;
-        else differ(a, in_a, "other " + fields_that_differ(a, in_a, b, in_b));
-        if (order <= 0) in_a = a.next(in_a);
-        if (order >= 0) in_b = b.next(in_b);
-    }
+// The wire form of a record's object, which two objects share if all their fields are equal.
+template <class View>
+tarn::bytes wire_of(const tarn::object_view<View> &object) {
+    return object.to_wire();
 }
+
+// The order of the tables: shorter names first, then by their bytes.
+bool comes_first(std::string_view a, std::string_view b) {
+    return a.size() != b.size() ? a.size() < b.size() : a < b;
+}
+
+// Compares two tables record by record.
+template <class Table>
+class TableComparison {
+ public:
+    explicit TableComparison(Comparison &comparison) : comparison_(comparison) {}
+
+    void run(const tarn::table<Table> &a, const tarn::table<Table> &b) {
+        auto in_a = a.begin();
+        auto in_b = b.begin();
+        while (in_a != a.end() && in_b != b.end()) {
+            if (comes_first((*in_a).key(), (*in_b).key())) differ(*in_a++, only_in_first);
+            else if (comes_first((*in_b).key(), (*in_a).key())) differ(*in_b++, only_in_second);
+            else both(*in_a++, *in_b++);
+        }
+        while (in_a != a.end()) differ(*in_a++, only_in_first);
+        while (in_b != b.end()) differ(*in_b++, only_in_second);
+    }
+    void all(const tarn::table<Table> &table, const std::string &how) {
+        for (const auto record : table) differ(record, how);
+    }
+
+    static constexpr const char *only_in_first = "only in the first store";
+    static constexpr const char *only_in_second = "only in the second store";
+
+ private:
+    using Record = tarn::record<Table>;
+
+    void both(const Record &a, const Record &b) {
+        if (wire_of(a) == wire_of(b)) ++comparison_.equal;
+        else differ(a, "other " + fields_that_differ(a.to_xml(), b.to_xml()));
+    }
+    void differ(const Record &record, const std::string &how) {
+        comparison_.differences.push_back(std::string(Table::name) + " " +
+                                          std::string(record.key()) + ": " + how);
+    }
+
+    Comparison &comparison_;
+};
 
 }  // namespace
 
-Comparison compare(const example::Session &first, const example::Session &second) {
+Comparison compare(const tarn::session &first, const tarn::session &second) {
     Comparison comparison;
-    for (const LdapTable &functions : kLdapTables)
-        compare_tables(OpenTable(first, functions, OpenTable::Missing::stays_missing),
-                       OpenTable(second, functions, OpenTable::Missing::stays_missing), comparison);
+    for_each_table([&]<class Table>(std::type_identity<Table>) {
+        const auto a = find_table<Table>(first);
+        const auto b = find_table<Table>(second);
+        TableComparison<Table> tables(comparison);
+        if (a && b) tables.run(*a, *b);
+        else if (a) tables.all(*a, tables.only_in_first);
+        else if (b) tables.all(*b, tables.only_in_second);
+    });
     return comparison;
 }
 

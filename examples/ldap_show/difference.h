@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "common/session.h"
+#include "tarnbase/tarn/session.hpp"
 
 namespace ldap_show {
 
@@ -16,7 +16,7 @@ struct Comparison {
     std::vector<std::string> differences;  // a line each, naming table, server and fields
 };
 
-Comparison compare(const example::Session &first, const example::Session &second);
+Comparison compare(const tarn::session &first, const tarn::session &second);
 
 }  // namespace ldap_show
 

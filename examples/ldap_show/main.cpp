@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// ldap_show: shows the LDAP tables of a store that another process keeps, and proves that their
-// XML form holds all of them.
+// ldap_show: shows the LDAP tables of a store that another process writes, and verifies that their
+// XML form is complete.
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -20,8 +20,8 @@ constexpr const char *kNotes = R"(
 Tables are walked in key order: shorter names first, then by their bytes.
 
 With --verify or --copy-to the records are read from XML into a second store and compared with
-the first one's: from a file that --xml wrote, or else from the XML form of this moment. What
-another process has written to the first store in between is told as a difference.)";
+those of the first: from a file that --xml wrote, or else from the XML form of the first store.
+What another process writes to the first store in between is reported as a difference.)";
 
 struct Arguments {
     std::string store;
@@ -81,12 +81,12 @@ std::string read_file(const std::string &path) {
     return text;
 }
 
-ExitCode round_trip(const example::Session &first, const Arguments &arguments) {
+ExitCode round_trip(const tarn::session &first, const Arguments &arguments) {
     const ldap_show::XmlFile file(arguments.verify.empty() ? ldap_show::to_xml(first)
                                                            : read_file(arguments.verify));
-    const example::Session second = arguments.copy_to.empty()
-                                        ? example::Session::create_private()
-                                        : example::Session::create(arguments.copy_to);
+    const tarn::store store = arguments.copy_to.empty() ? tarn::store::create_private()
+                                                        : tarn::store::create(arguments.copy_to);
+    tarn::session second(store);
     file.store_in(second);
     const ldap_show::Comparison comparison = ldap_show::compare(first, second);
     std::cout << comparison.equal << " records equal, " << comparison.differences.size()
@@ -96,7 +96,8 @@ ExitCode round_trip(const example::Session &first, const Arguments &arguments) {
 }
 
 ExitCode run(const Arguments &arguments) {
-    const example::Session session = example::Session::open(arguments.store);
+    const tarn::store store = tarn::store::open(arguments.store);
+    const tarn::session session(store);
     if (!arguments.verify.empty() || !arguments.copy_to.empty())
         return round_trip(session, arguments);
     write_out(arguments.output,
@@ -123,7 +124,7 @@ int main(int argc, char **argv) {
         return fail(kBadXml, error);
     } catch (const FileError &error) {
         return fail(kFile, error);
-    } catch (const example::StoreError &error) {
+    } catch (const tarn::error &error) {
         return fail(kStore, error);
     }
 }

@@ -1,62 +1,44 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The three LDAP tables of a store, to be walked in key order and written as text or XML.
+// The three LDAP tables of a store, one after the other.
 #ifndef EXAMPLES_LDAP_SHOW_TABLES_H
 #define EXAMPLES_LDAP_SHOW_TABLES_H
 
-#include <array>
-#include <functional>
+#include <optional>
 #include <string>
+#include <type_traits>
 
-#include "common/session.h"
-#include "tarnbase/tables/tbl_ldap_conn.h"
+#include "common/ldap_tables.h"
 
 namespace ldap_show {
 
-// The functions of a table that this program needs; all tables have them in these forms.
-struct LdapTable {
-    const char *name;
-    decltype(tbl_ldap_conn_table_open) *open;
-    decltype(tbl_ldap_conn_st_ldap_conn_sname_get_first) *get_first;
-    decltype(tbl_ldap_conn_st_ldap_conn_sname_get_next) *get_next;
-    decltype(tbl_ldap_conn_table_record_print) *print;
-    decltype(tbl_ldap_conn_table_record_to_xml) *to_xml;
-    decltype(tbl_ldap_conn_table_record_from_xml) *from_xml;
-    decltype(tbl_ldap_conn_insert) *insert;
-    const kel_vstring *(*key)(kel_handle *, kel_record *);
-    int32_t (*compare)(kel_handle *, kel_record *, kel_handle *, kel_record *);
-};
+// Calls `function` as a template with the schema's class of each table.
+template <class Function>
+void for_each_table(Function function) {
+    function(std::type_identity<tarn::tbl_ldap_stats>());
+    function(std::type_identity<tarn::tbl_ldap_summary>());
+    function(std::type_identity<tarn::tbl_ldap_conn>());
+}
 
-extern const std::array<LdapTable, 3> kLdapTables;
+// The table, if the store has it.
+template <class Table>
+std::optional<tarn::table<Table>> find_table(const tarn::session &session) {
+    auto table = tarn::table<Table>::try_open(session, example::kTableName);
+    if (table) return *table;
+    if (table.error().number() == ENOENT) return std::nullopt;
+    throw table.error();
+}
 
-// One of the tables in a store, open; without a table block it is empty.
-class OpenTable {
- public:
-    enum class Missing { stays_missing, is_made };
-
-    OpenTable(const example::Session &session, const LdapTable &table, Missing missing);
-
-    // The first record, and the one behind `record`; null at the end.
-    kel_record *first() const;
-    kel_record *next(kel_record *record) const;
-    void for_each(const std::function<void(kel_record *)> &function) const;
-    void insert(uint32_t tx_id, kel_record *record) const;
-
-    std::string server(kel_record *record) const;  // the key
-    std::string text(kel_record *record) const;
-    std::string xml(kel_record *record) const;
-
-    const LdapTable &table() const { return table_; }
-    kel_handle *handle() const { return handle_; }
-
- private:
-    const LdapTable &table_;
-    kel_handle *handle_;
-    kel_table *block_;
-};
+// Calls `function` with each record of the table, in key order.
+template <class Table, class Function>
+void for_each_record(const tarn::session &session, Function function) {
+    const auto table = find_table<Table>(session);
+    if (!table) return;
+    for (const auto record : *table) function(record);
+}
 
 // All records of all tables, as text.
-std::string to_text(const example::Session &session);
+std::string to_text(const tarn::session &session);
 
 }  // namespace ldap_show
 

@@ -42,7 +42,7 @@ struct Stats {
 struct Server {
     Stats stats;
     uint32_t req_timeout = 0;
-    bool status = false;  // slapd runs and was not told to stop
+    bool status = false;  // slapd runs and no shutdown was requested
     uint32_t num_conns = 0;
     bool operator==(const Server &) const = default;
 };

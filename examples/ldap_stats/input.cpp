@@ -92,7 +92,7 @@ bool Input::path_names_another_file() const {
     struct stat here;
     struct stat there;
     if (fstat(file_.number(), &here) != 0) fail(name_);
-    // While one file is moved away and the next isn't there yet, there is none of this name.
+    // Between the rename of one file and the creation of the next there is none of this name.
     if (stat(options_.path.c_str(), &there) != 0) return false;
     return here.st_ino != there.st_ino || here.st_dev != there.st_dev;
 }

@@ -6,7 +6,7 @@
 namespace ldap_stats {
 namespace {
 
-// The name of a server whose log ends before it tells of a connection.
+// The name of a server whose log ends before its first connection.
 constexpr const char *kUnnamed = "slapd";
 
 // Anyone may write a line that reads as something else that slapd says, or as more of a banner.
@@ -35,13 +35,14 @@ void Job::finish() {
 
 void Job::take_line(const NumberedLine &line) {
     if (line.too_long) {
-        complain(line.number, {excerpt(line.text),
-                               "a line of at most " + std::to_string(kLongestLine) + " bytes"});
+        report_malformed(
+            line.number,
+            {excerpt(line.text), "a line of at most " + std::to_string(kLongestLine) + " bytes"});
         return;
     }
     const auto parsed = parse_line(line.text);
     if (const auto *error = std::get_if<LineError>(&parsed)) {
-        complain(line.number, *error);
+        report_malformed(line.number, *error);
         return;
     }
     const LogLine &known = std::get<LogLine>(parsed);
@@ -49,7 +50,7 @@ void Job::take_line(const NumberedLine &line) {
     if (known.kind == LineKind::blank) return;
     if (known.kind == LineKind::continuation && before != LineKind::banner &&
         before != LineKind::continuation) {
-        complain(line.number, {excerpt(line.text), "a line that goes on only behind the banner"});
+        report_malformed(line.number, {excerpt(line.text), "a line that only continues a banner"});
         return;
     }
     ++line_count_;
@@ -64,7 +65,7 @@ void Job::understood(LineKind kind) {
     held_.clear();
 }
 
-void Job::complain(uint64_t number, const LineError &error) {
+void Job::report_malformed(uint64_t number, const LineError &error) {
     last_kind_ = LineKind::other;
     ++line_count_;
     ++malformed_;
@@ -81,7 +82,7 @@ void Job::complain(uint64_t number, const LineError &error) {
 void Job::refuse() const {
     std::string text = options_.log + " is no slapd log: none of its first " +
                        std::to_string(line_count_) +
-                       " lines tells of the server's start, of a connection or of an operation, "
+                       " lines is about the server's start, a connection or an operation, "
                        "as slapd writes them with \"loglevel stats\"";
     if (!held_.empty()) text += "\n" + held_.front().substr(0, held_.front().size() - 1);
     throw NotASlapdLog(text);
@@ -94,9 +95,10 @@ void Job::store_batch() {
     const uint64_t count = line_count_ - stored_line_count_;
     try {
         store_as(*name);
-    } catch (const example::StoreError &error) {
-        throw example::StoreError(options_.store + ": " + error.what() + "; the last batch, of " +
-                                  std::to_string(count) + " lines, is not stored");
+    } catch (const tarn::error &error) {
+        throw tarn::error(error.number(), options_.store + ": " + error.what() +
+                                              "; the last batch, of " + std::to_string(count) +
+                                              " lines, is not stored");
     }
     stored_line_count_ = line_count_;
     if (options_.verbose)

@@ -27,9 +27,9 @@ constexpr size_t kLinesBeforeRefusal = 20;
 struct JobOptions {
     std::string store;
     std::string log;                    // the log's name in messages
-    std::optional<std::string> server;  // the key of the records; told by the log if not given
+    std::optional<std::string> server;  // the key of the records; by default from the log
     std::optional<uint32_t> timeout;    // req_timeout; what is stored stays if not given
-    bool verbose = false;               // tell of each batch
+    bool verbose = false;               // print each batch
 };
 
 // What was read, and what the store holds after it.
@@ -49,7 +49,7 @@ class Job {
  public:
     Job(JobOptions options, std::ostream &messages);
 
-    // Throws NotASlapdLog or example::StoreError; the latter after the batch was taken back.
+    // Throws NotASlapdLog or tarn::error; the latter after the batch was rolled back.
     void take(const Piece &batch);
     void finish();
     Report report() const;
@@ -57,7 +57,7 @@ class Job {
  private:
     void take_line(const NumberedLine &line);
     void understood(LineKind kind);
-    void complain(uint64_t number, const LineError &error);
+    void report_malformed(uint64_t number, const LineError &error);
     void refuse() const;
     void store_batch();
     void store_as(const std::string &name);

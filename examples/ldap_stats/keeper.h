@@ -6,30 +6,30 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
-#include "common/session.h"
+#include "common/ldap_tables.h"
 #include "counters.h"
 
 namespace ldap_stats {
 
 class Keeper {
  public:
-    // Opens the store file, or makes it, and its tables. Throws example::StoreError, as do all.
+    // Opens the store file, or makes it, and its tables. Throws tarn::error, as all members do.
     explicit Keeper(const std::string &path);
 
-    // What is stored of a server; none if no table knows it.
+    // What is stored of a server; none if no table has it.
     std::optional<Server> read(const std::string &name) const;
     // Stores a server, in one transaction. If that fails the store is as it was before.
     void write(const std::string &name, const Server &server);
 
-    const example::Session &session() const { return session_; }
+    const tarn::store &store() const { return store_; }
 
  private:
-    example::Session session_;
-    kel_table *stats_;
-    kel_table *summary_;
-    kel_table *conn_;
+    tarn::store store_;
+    tarn::session session_;
+    example::StatsTable stats_;
+    example::SummaryTable summary_;
+    example::ConnTable conn_;
 };
 
 }  // namespace ldap_stats

@@ -13,7 +13,7 @@ namespace {
 constexpr size_t kExcerptLength = 40;
 constexpr uint64_t kMicrosecondsPerSecond = 1000000;
 
-// Thrown inside the parser alone; parse_line turns it into a LineError.
+// Thrown only inside the parser; parse_line turns it into a LineError.
 struct Unexpected {
     std::string_view found;
     std::string expected;
@@ -90,7 +90,7 @@ bool is_message_without_prefix(const Cursor &cursor) {
            cursor.starts_with("@(#) $OpenLDAP:");
 }
 
-// "0.000108", of which digits behind the sixth are dropped.
+// "0.000108", of which digits after the sixth are dropped.
 uint64_t parse_seconds(Cursor &cursor) {
     constexpr const char *expected = "a number of seconds such as 0.000108";
     const std::string_view start = cursor.rest();
@@ -142,8 +142,8 @@ LogLine parse_result(Cursor &cursor, bool search) {
     return line;
 }
 
-// A bind is told by two lines or more; the one with its method stands for the request. The name
-// in quotes may hold anything, so the method is looked for behind the last quote.
+// A bind has two lines or more; the one with its method counts as the request. The name in quotes
+// may hold anything, so the method is looked for after the last quote.
 LogLine parse_bind(Cursor &cursor) {
     if (cursor.skip("authcid=") || cursor.skip("anonymous")) return {.kind = LineKind::detail};
     constexpr const char *expected = "BIND dn=\"...\" and method= or mech=";
@@ -195,7 +195,7 @@ LogLine parse_operation(Cursor &cursor) {
     // Operations are named in capitals; another word is the name of a function that speaks.
     if (name.size() < 2) return {.kind = LineKind::other};
     if (!cursor.skip(" ") && !cursor.at_end())
-        throw Unexpected{start, "a blank behind the name of the operation"};
+        throw Unexpected{start, "a blank after the name of the operation"};
     std::string known;
     for (const Word &word : kWords) {
         if (word.word != name) continue;
@@ -208,7 +208,7 @@ LogLine parse_operation(Cursor &cursor) {
 
 LogLine parse_connection(Cursor &cursor) {
     if (cursor.skip("ACCEPT from ")) {
-        constexpr const char *expected = "PEER (LISTENER) behind \"ACCEPT from\"";
+        constexpr const char *expected = "PEER (LISTENER) after \"ACCEPT from\"";
         const size_t open = cursor.rest().find(" (");
         const size_t close = cursor.rest().find(')', open);
         if (open == std::string_view::npos || close == std::string_view::npos)
@@ -233,12 +233,12 @@ LogLine parse_conn(Cursor &cursor) {
     LogLine line;
     if (cursor.skip(" op=")) {
         cursor.number<uint64_t>("the number of an operation");
-        cursor.need(" ", "a blank behind the number of the operation");
+        cursor.need(" ", "a blank after the number of the operation");
         line = parse_operation(cursor);
     } else {
         cursor.need(" fd=", "op= or fd=");
         cursor.number<uint64_t>("the number of a file descriptor");
-        cursor.need(" ", "a blank behind the number of the file descriptor");
+        cursor.need(" ", "a blank after the number of the file descriptor");
         line = parse_connection(cursor);
     }
     line.connection = connection;

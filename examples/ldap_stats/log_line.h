@@ -41,7 +41,7 @@ enum class LineKind : uint8_t {
     banner,        // slapd names its version
     continuation,  // more of the banner
     starting,      // the server begins to serve
-    stopping,      // the server was told to stop, or is about to
+    stopping,      // a shutdown was requested, or is about to be
     stopped,       // the server has stopped
     accepted,      // a connection was opened
     closed,        // a connection was closed
@@ -59,7 +59,7 @@ struct LogLine {
     uint64_t connection = 0;
     int64_t error = 0;                      // a result's LDAP result code
     uint32_t entries = 0;                   // entries that a search returned
-    std::optional<uint64_t> delay_us = {};  // from the request to the result, if it is told
+    std::optional<uint64_t> delay_us = {};  // from the request to the result, if the log has it
     std::string listener = {};              // of an accepted connection
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// ldap_stats: keeps what an OpenLDAP server's log tells in the LDAP tables of a store.
+// ldap_stats: keeps the counters of an OpenLDAP server's log in the LDAP tables of a store.
 #include <iostream>
 #include <limits>
 #include <system_error>
@@ -98,7 +98,8 @@ int run(Arguments &arguments) {
 
 int main(int argc, char **argv) {
     cli::Command program(
-        "ldap_stats", "Keeps what an OpenLDAP server's log tells in the LDAP tables of a store.");
+        "ldap_stats",
+        "Keeps the counters of an OpenLDAP server's log in the LDAP tables of a store.");
     Arguments arguments;
     describe(program, arguments);
     const cli::Start start = cli::start(program, argc, argv);
@@ -108,7 +109,7 @@ int main(int argc, char **argv) {
     } catch (const ldap_stats::NotASlapdLog &error) {
         std::cerr << "ldap_stats: " << error.what() << '\n';
         return kNoSlapdLog;
-    } catch (const example::StoreError &error) {
+    } catch (const tarn::error &error) {
         std::cerr << "ldap_stats: " << error.what() << '\n';
         return kStore;
     } catch (const std::system_error &error) {

@@ -21,7 +21,7 @@ void OpenConnections::opened(uint64_t connection) {
         open_.insert(connection);
         return;
     }
-    // It was closed before it was told opened, hence none of the unnamed.
+    // Its `closed` came before its `ACCEPT`, so it is none of the unnamed.
     if (early->second) ++unnamed_;
     closed_early_.erase(early);
 }

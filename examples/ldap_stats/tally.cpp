@@ -58,7 +58,7 @@ void Tally::count(const LogLine &line) {
         default:
             return;
     }
-    // A log that begins later than the server does tells that it runs by its work.
+    // In a log that begins after the server's start its work shows that it runs.
     if (!running_) running_ = true;
 }
 

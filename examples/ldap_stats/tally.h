@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From the lines of a log to the counters of its server. Nothing here knows of files or tables.
+// Counts the lines of a log. Nothing here depends on files or tables.
 //
 // Counters wrap at 2^32 as a Counter32 of an SNMP MIB does. The number of connections and the
 // delays are gauges and stay at 2^32 - 1 when they would exceed it.
@@ -37,8 +37,8 @@ class Tally {
     uint64_t delay_count_ = 0;
     OpenConnections connections_;
     bool stored_status_ = false;
-    std::optional<bool> running_;     // unset until the log tells
-    bool connections_known_ = false;  // the log tells of a moment at which none was open
+    std::optional<bool> running_;     // unset until the log shows it
+    bool connections_known_ = false;  // the log shows a moment at which none was open
     std::optional<std::string> name_;
 };
 

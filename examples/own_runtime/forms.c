@@ -16,7 +16,7 @@ static uint32_t put(kel_handle *handle, char *buffer, uint32_t remaining, uint32
     const int length = vsnprintf(NULL, 0, format, again);
     va_end(again);
     if (length < 0 || !own_enter(handle, (uint64_t)length, remaining, err)) return 0;
-    /* Behind the text stands what a caller has put there: no NUL may land on it. */
+    /* The bytes after the text are the caller's: no NUL may overwrite them. */
     char *const text = malloc((size_t)length + 1);
     if (text == NULL) {
         own_report(handle, err, 12);
@@ -153,7 +153,7 @@ uint32_t kellib_type_header_get_state_tracking_flag(const void *first_byte) {
     return (((const uint8_t *)first_byte)[1] & OBJ_STATE_TRACKED) != 0;
 }
 
-/* In memory the header's members stand as they do on the wire; 11 zero bytes follow there. */
+/* The header has the same layout in memory and on the wire, where 11 zero bytes follow it. */
 uint32_t _kel_message_header_marshal(kel_handle *handle, uint32_t tx_id, void *buffer,
                                      const kel_message_header *header, uint32_t remaining,
                                      uint32_t *err) {

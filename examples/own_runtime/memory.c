@@ -39,7 +39,7 @@ static void give_back(void *arena, uint32_t tx_id, void *block) {
     free(block);
 }
 
-/* Nothing can be taken back here, so nothing is noted. */
+/* Nothing can be rolled back here, so nothing is logged. */
 static void log_write(void *arena, void *address, uint64_t length, uint32_t tx_id) {
     (void)arena, (void)address, (void)length, (void)tx_id;
 }

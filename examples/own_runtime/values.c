@@ -143,7 +143,7 @@ void own_string_refer(kel_vstring *string, const char *bytes) {
         if (*err == 0) own_report(handle, err, 2);                                                 \
     }
 
-/* An integer: no header, and on the wire as it lies in memory. */
+/* An integer: no header, and the same bytes on the wire as in memory. */
 #define SCALAR(value, type, format, wide)                                                         \
     SHOWN(value, type, format, (wide)(field != NULL ? *field : 0))                                \
     type value##_get_value(kel_handle *handle, uint32_t tx_id, const type *access,                \

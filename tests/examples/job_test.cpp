@@ -160,7 +160,7 @@ TEST_F(JobTest, ABatchThatCannotBeStoredIsTold) {
     try {
         one.take({std::string(kAccept) + kUnbind});
         FAIL() << "stored";
-    } catch (const example::StoreError &error) {
+    } catch (const tarn::error &error) {
         EXPECT_NE(std::string(error.what()).find("the last batch, of 2 lines, is not stored"),
                   std::string::npos)
             << error.what();

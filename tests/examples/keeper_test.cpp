@@ -26,11 +26,7 @@ Server sample(uint32_t first) {
     return server;
 }
 
-uint64_t blocks_of(const Keeper &keeper) {
-    kel_store_description description;
-    kel_store_describe(keeper.session().store(), &description);
-    return description.blocks;
-}
+uint64_t blocks_of(const Keeper &keeper) { return keeper.store().describe().blocks; }
 
 class KeeperTest : public testing::Test {
  protected:
@@ -52,7 +48,7 @@ TEST_F(KeeperTest, WhatAKeeperWroteANextOneReads) {
     EXPECT_EQ(Keeper(path).read(kName), sample(1));
 }
 
-TEST_F(KeeperTest, ServersStandBesideEachOther) {
+TEST_F(KeeperTest, KeepsSeveralServers) {
     Keeper keeper(path);
     const std::string long_name(300, 'x');
     keeper.write(kName, sample(1));
@@ -72,17 +68,17 @@ TEST_F(KeeperTest, AWriteThatIsRepeatedTakesNoMoreRoom) {
     EXPECT_EQ(blocks_of(keeper), blocks);
 }
 
-TEST_F(KeeperTest, AWriteThatFailsIsTakenBackWhole) {
+TEST_F(KeeperTest, AWriteThatFailsIsRolledBack) {
     Keeper keeper(path);
     keeper.write("another", sample(7));
     const uint64_t blocks = blocks_of(keeper);
     uint64_t failures = 0;
     for (;;) {
-        kel_store_fail_allocation(keeper.session().store(), failures + 1);
+        kel_store_fail_allocation(keeper.store().c_store(), failures + 1);
         try {
             keeper.write(kName, sample(1));
             break;
-        } catch (const example::StoreError &) {
+        } catch (const tarn::error &) {
             ++failures;
         }
         ASSERT_EQ(keeper.read(kName), std::nullopt) << "allocation " << failures;
@@ -90,7 +86,7 @@ TEST_F(KeeperTest, AWriteThatFailsIsTakenBackWhole) {
         ASSERT_EQ(blocks_of(keeper), blocks) << "allocation " << failures;
         ASSERT_LT(failures, 1000u);
     }
-    kel_store_fail_allocation(keeper.session().store(), 0);
+    kel_store_fail_allocation(keeper.store().c_store(), 0);
     // At least a record, an object and a text in each of three tables.
     EXPECT_GE(failures, 9u);
     EXPECT_EQ(keeper.read(kName), sample(1));
@@ -102,7 +98,7 @@ TEST_F(KeeperTest, AFileThatIsNoStoreIsRefusedByName) {
     try {
         Keeper keeper(path);
         FAIL() << "opened";
-    } catch (const example::StoreError &error) {
+    } catch (const tarn::error &error) {
         EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();
     }
 }

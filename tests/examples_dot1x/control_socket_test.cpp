@@ -120,7 +120,7 @@ TEST_F(ControlSocketTest, AWalkInACircleIsGivenUp) {
     answers["STA-NEXT 00:00:00:00:00:01"] = {"00:00:00:00:00:01\n"};
     Peer peer(path, answers);
     peer.start();
-    EXPECT_EQ(message_of(), path + ": stations come and go too fast to be told");
+    EXPECT_EQ(message_of(), path + ": the list of stations changes faster than it can be read");
 }
 
 TEST_F(ControlSocketTest, ARefusalIsAnError) {

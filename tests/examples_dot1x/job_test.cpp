@@ -88,7 +88,7 @@ TEST_F(JobTest, AStoreThatCannotBeMadeIsNamed) {
     try {
         job.poll();
         FAIL() << "there is no such directory";
-    } catch (const example::StoreError &error) {
+    } catch (const tarn::error &error) {
         EXPECT_EQ(std::string(error.what()).find(nowhere), 0u) << error.what();
     }
 }

@@ -87,28 +87,25 @@ RadiusRows sample_radius(uint32_t first) {
 
 // How many records each table has.
 struct Counts {
-    uint32_t config, stats, port, port_init, port_reauth, sessions, servers, radius;
+    std::size_t config, stats, port, port_init, port_reauth, sessions, servers, radius;
     bool operator==(const Counts &) const = default;
 };
+
+template <class Table>
+std::size_t count(const tarn::session &session) {
+    return Table::open(session, kTableName).size();
+}
 
 class KeeperTest : public testing::Test {
  protected:
     static Counts counts(const Keeper &keeper) {
-        const example::Session &session = keeper.session();
-        const auto count = [&session]<class Table>(Table) {
-            uint32_t err = 0;
-            kel_table *table = Table::open(session.handle(), KEL_TX_NONE, kTableName, 1, &err);
-            return Table::get_count(session.handle(), KEL_TX_NONE, table);
-        };
-        return {count(ConfigTable()),   count(StatsTable()),      count(PortTable()),
-                count(PortInitTable()), count(PortReauthTable()), count(SessionTable()),
-                count(ServerTable()),   count(RadiusTable())};
+        const tarn::session &session = keeper.session();
+        return {count<ConfigTable>(session),     count<StatsTable>(session),
+                count<PortTable>(session),       count<PortInitTable>(session),
+                count<PortReauthTable>(session), count<SessionTable>(session),
+                count<ServerTable>(session),     count<RadiusTable>(session)};
     }
-    static uint64_t blocks_of(const Keeper &keeper) {
-        kel_store_description description;
-        kel_store_describe(keeper.session().store(), &description);
-        return description.blocks;
-    }
+    static uint64_t blocks_of(const Keeper &keeper) { return keeper.store().describe().blocks; }
     static std::vector<std::string> ids_of(const PortRows &rows) {
         std::vector<std::string> ids;
         for (const SessionRow &row : rows.sessions) ids.push_back(row.session_id);
@@ -146,18 +143,10 @@ TEST_F(KeeperTest, BothTablesOfTheInitialiseControlHaveIt) {
     for (const uint32_t init : {1u, 0u, 1u}) {
         rows.control.init = init;
         keeper.write({{rows}, {}});
-        uint32_t err = 0;
-        kel_handle *handle = keeper.session().handle();
-        const Access access{handle, KEL_TX_NONE};
-        kel_table *port = open_table<PortTable>(keeper.session(), kTableName);
-        kel_table *port_init = open_table<PortInitTable>(keeper.session(), kTableName);
-        EXPECT_EQ(st_dot1xPaePortEntry_op_init_get_value(handle, KEL_TX_NONE,
-                                                         find<PortTable>(access, port, 3), &err),
-                  init);
-        EXPECT_EQ(st_dot1xPaePortEntryInit_op_init_get_value(
-                      handle, KEL_TX_NONE, find<PortInitTable>(access, port_init, 3), &err),
-                  init);
-        EXPECT_EQ(err, 0u);
+        const auto port = PortTable::open(keeper.session(), kTableName);
+        const auto port_init = PortInitTable::open(keeper.session(), kTableName);
+        EXPECT_EQ(port.find(3)->init(), init != 0);
+        EXPECT_EQ(port_init.find(3)->init(), init != 0);
     }
 }
 
@@ -256,16 +245,8 @@ TEST_F(KeeperTest, EachSessionTellsThePortOfTheNextOne) {
 TEST_F(KeeperTest, ASessionOfAnotherKindOfSearchStays) {
     Keeper keeper(path);
     keeper.write({{sample_port(1)}, {}});
-    const Access access{keeper.session().handle(), KEL_TX_NONE};
-    kel_table *table = open_table<SessionTable>(keeper.session(), kTableName);
-    uint32_t err = 0;
-    pexSessionEntry_key *key = pexSessionEntry_key_create(access.handle, access.tx_id);
-    pexSessionEntry_key_if_index_set_value(access.handle, access.tx_id, key, 1, &err);
-    pexSessionEntry_key_searchtype_set_value(access.handle, access.tx_id, key, 9, &err);
-    kel_record *record = create_record<SessionTable>(access);
-    SessionTable::set_key(access.handle, access.tx_id, record, key);
-    insert<SessionTable>(access, table, record);
-    ASSERT_EQ(err, 0u);
+    auto table = SessionTable::open(keeper.session(), kTableName);
+    table.insert(table.make({1, "", 9}));
     keeper.write({{empty_port(1)}, {}});
     EXPECT_EQ(counts(keeper).sessions, 1u);
     EXPECT_TRUE(keeper.read_port({"", 1}).sessions.empty());
@@ -313,11 +294,11 @@ TEST_F(KeeperTest, APollThatFailsLeavesTheStoreAsItWas) {
     const Observation found{{changed, sample_port(2)}, sample_radius(200)};
     int failures = 0;
     for (uint64_t n = 1;; ++n) {
-        kel_store_fail_allocation(keeper.session().store(), n);
+        kel_store_fail_allocation(keeper.store().c_store(), n);
         try {
             keeper.write(found);
             break;
-        } catch (const example::StoreError &) {
+        } catch (const tarn::error &) {
             ++failures;
         }
         SCOPED_TRACE("allocation " + std::to_string(n));
@@ -325,7 +306,7 @@ TEST_F(KeeperTest, APollThatFailsLeavesTheStoreAsItWas) {
         expect_stored(keeper, empty_port(2));
         ASSERT_EQ(blocks_of(keeper), blocks);
     }
-    kel_store_fail_allocation(keeper.session().store(), 0);
+    kel_store_fail_allocation(keeper.store().c_store(), 0);
     EXPECT_GT(failures, 10);
     expect_stored(keeper, changed);
     expect_stored(keeper, sample_port(2));

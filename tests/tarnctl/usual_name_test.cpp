@@ -13,18 +13,25 @@ using tarnctl::table_named;
 using tarnctl::usual_name;
 
 TEST(UsualName, IsTheOneUnderWhichTheDaemonsOpenTheirTables) {
-    for (const char *table :
-         {example::ConnTable::name, example::StatsTable::name, example::SummaryTable::name})
-        EXPECT_EQ(usual_name(table_named(table)), example::kTableName) << table;
-    for (const char *table : {dot1x_ports::ConfigTable::name, dot1x_ports::StatsTable::name,
-                              dot1x_ports::PortTable::name, dot1x_ports::PortInitTable::name,
-                              dot1x_ports::PortReauthTable::name, dot1x_ports::ServerTable::name,
-                              dot1x_ports::RadiusTable::name, dot1x_ports::SessionTable::name})
-        EXPECT_EQ(usual_name(table_named(table)), dot1x_ports::kTableName) << table;
-}
-
-TEST(UsualName, IsThatOfTheTableWhereNoDaemonKeepsIt) {
-    EXPECT_EQ(usual_name(table_named("tbl_lum_credentials")), "lum_credentials");
+    const struct {
+        const char *table;
+        const char *name;
+    } cases[] = {
+        {tarn::tbl_ldap_conn::name, example::kTableName},
+        {tarn::tbl_ldap_stats::name, example::kTableName},
+        {tarn::tbl_ldap_summary::name, example::kTableName},
+        {tarn::tbl_dot1xAuthConfigEntry_op::name, dot1x_ports::kTableName},
+        {tarn::tbl_dot1xAuthStatsEntry_op::name, dot1x_ports::kTableName},
+        {tarn::tbl_dot1xPaePortEntry_op::name, dot1x_ports::kTableName},
+        {tarn::tbl_dot1xPaePortEntryInit_op::name, dot1x_ports::kTableName},
+        {tarn::tbl_dot1xPaePortEntryReauth_op::name, dot1x_ports::kTableName},
+        {tarn::tbl_aaa_servers::name, dot1x_ports::kTableName},
+        {tarn::tbl_radius_stats::name, dot1x_ports::kTableName},
+        {tarn::tbl_pexSessionEntry_op::name, dot1x_ports::kTableName},
+        {"tbl_lum_credentials", "lum_credentials"},  // no daemon keeps it
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(usual_name(table_named(each.table)), each.name) << each.table;
 }
 
 }  // namespace
