@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
 
@@ -239,7 +238,7 @@ TEST_P(Exchange, GivesBackRecordsOfAllTablesByteForByte) {
     const std::vector<std::string> after = contents(second);
     ASSERT_EQ(after.size(), before.size());
     for (std::size_t i = 0; i < before.size(); ++i)
-        ASSERT_EQ(json_of_bytes(after[i]), json_of_bytes(before[i]))
+        ASSERT_EQ(json_of_bytes(after[i]).dump(), json_of_bytes(before[i]).dump())
             << "record " << i << ", seed " << seed;
     EXPECT_EQ(exported(second, GetParam()), document);
 
@@ -282,7 +281,7 @@ TEST_P(Exchange, GivesBackEachByteAndNumberAlsoWhereXmlEscapesIt) {
     const std::vector<std::string> after = contents(second);
     ASSERT_EQ(after.size(), before.size());
     for (std::size_t i = 0; i < before.size(); ++i)
-        ASSERT_EQ(json_of_bytes(after[i]), json_of_bytes(before[i]))
+        ASSERT_EQ(json_of_bytes(after[i]).dump(), json_of_bytes(before[i]).dump())
             << "record " << i << ", seed " << seed;
 }
 
@@ -297,8 +296,9 @@ TEST(XmlExport, LeavesOutWhatXmlCantCarryAndTellsWhichRecordAndField) {
     EXPECT_EQ(document.find("<record"), std::string::npos);
     ASSERT_EQ(skipped.size(), 1U);
     EXPECT_EQ(skipped[0].find("tbl_ldap_conn:some: record `"), 0U) << skipped[0];
-    EXPECT_NE(skipped[0].find("sname: XML can't carry it: the text has the byte 0x00 at offset 6"),
-              std::string::npos)
+    EXPECT_NE(
+        skipped[0].find("sname: XML can't represent it: the text has the byte 0x00 at offset 6"),
+        std::string::npos)
         << skipped[0];
 }
 

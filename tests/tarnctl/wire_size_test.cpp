@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "model/json.h"
 #include "model/store.h"
+#include "model/value.h"
 
 namespace {
 

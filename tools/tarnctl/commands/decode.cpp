@@ -7,15 +7,16 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
 
+#include "base/hex.h"
 #include "base/options.h"
 #include "commands/command.h"
 #include "decode/pieces.h"
 #include "exchange/format.h"
 #include "exchange/input.h"
+#include "json/document.h"
 #include "model/instance.h"
 #include "tarnbase/runtime.h"
 #include "terminal/screen.h"
@@ -55,12 +56,6 @@ bool is_separator(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0 || c == ':' || c == ',';
 }
 
-int digit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    const int lower = std::tolower(static_cast<unsigned char>(c));
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 // Hexadecimal text as bytes. `line` counts up as it is read.
 std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) {
     std::vector<uint8_t> bytes;
@@ -78,8 +73,8 @@ std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) 
             ++i;
             continue;
         }
-        const int high = digit(text[i]);
-        const int low = i + 1 < text.size() ? digit(text[i + 1]) : -1;
+        const int high = hex_digit_value(text[i]);
+        const int low = i + 1 < text.size() ? hex_digit_value(text[i + 1]) : -1;
         if (high < 0 || low < 0)
             throw Failure(Exit::data, fmt::format("{}:{}: expected pairs of hexadecimal digits, at "
                                                   "`{}`",
@@ -120,7 +115,8 @@ bool looks_like_hex(const std::string &text) {
     for (const char c : text) {
         if (c == '#') comment = true;
         if (c == '\n') comment = false;
-        if (!comment && !is_separator(c) && digit(c) < 0 && c != 'x' && c != 'X') return false;
+        if (!comment && !is_separator(c) && hex_digit_value(c) < 0 && c != 'x' && c != 'X')
+            return false;
     }
     return true;
 }
@@ -163,21 +159,18 @@ void print_piece(const Piece &piece, Bytes bytes, std::size_t row) {
     } while (done < piece.length);
 }
 
-nlohmann::ordered_json json_of(const Piece &piece, Bytes bytes) {
-    std::string hex;
-    for (const uint8_t byte : bytes.subspan(piece.offset, piece.length))
-        hex += fmt::format("{:02x}", byte);
-    nlohmann::ordered_json json{{"offset", piece.offset}, {"bytes", hex},
-                                {"depth", piece.depth},   {"name", piece.name},
-                                {"value", piece.value},   {"problem", piece.problem}};
-    return json;
+Json json_of(const Piece &piece, Bytes bytes) {
+    const Bytes own = bytes.subspan(piece.offset, piece.length);
+    const std::string_view text(reinterpret_cast<const char *>(own.data()), own.size());
+    return {{"offset", piece.offset}, {"bytes", hex_of(text)}, {"depth", piece.depth},
+            {"name", piece.name},     {"value", piece.value},  {"problem", piece.problem}};
 }
 
 void print_json(const std::vector<Piece> &pieces, Bytes bytes) {
-    auto all = nlohmann::ordered_json::array();
-    for (const Piece &piece : pieces) all.push_back(json_of(piece, bytes));
-    // `bytes` has a string's bytes; in `value` what is no UTF-8 is replaced.
-    std::cout << all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    Json all = Json::array();
+    for (const Piece &piece : pieces) all.add(json_of(piece, bytes));
+    // A string's own bytes are in `bytes`; in `value` bytes that aren't UTF-8 are replaced.
+    std::cout << all.dump(2) << '\n';
 }
 
 void run(const Options &options, Exit &status) {

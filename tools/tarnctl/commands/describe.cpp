@@ -7,7 +7,6 @@
 
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <variant>
 
 #include "base/options.h"

@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "base/options.h"
 #include "base/quiet.h"
 #include "commands/command.h"
 #include "compare/comparison.h"
+#include "model/json.h"
 #include "terminal/pager.h"
 #include "terminal/style.h"
 
@@ -50,8 +50,8 @@ class JsonListing {
         std::cout << fmt::format("{{\"a\":{},\"b\":{},\"changes\":[", text(a), text(b));
     }
     void table(const Instance &instance, bool added) {
-        tables_.push_back({{"change", added ? "inserted" : "deleted"},
-                           {"table", json_of_bytes(instance.full_name())}});
+        tables_.add({{"change", added ? "inserted" : "deleted"},
+                     {"table", json_of_bytes(instance.full_name())}});
     }
     void record(const Change &change) {
         ++(change.is_new() ? inserted_ : change.is_gone() ? deleted_ : changed_);

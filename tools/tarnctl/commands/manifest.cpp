@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "base/options.h"
 #include "base/schema.h"
@@ -37,16 +36,16 @@ void print_json(const Options &options, const Manifest &manifest,
     Json list = Json::array();
     for (const auto &[item, name, difference] : items) {
         if (options.changes && difference.empty()) continue;
-        list.push_back({{"name", name.empty() ? Json() : Json(name)},
-                        {"kind", kind_name(item.kind)},
-                        {"luid", item.luid},
-                        {"digest", item.digest},
-                        {"highest_variant", item.variant},
-                        {"size", item.size},
-                        {"difference", difference.empty() ? Json() : Json(difference)}});
+        list.add({{"name", name.empty() ? Json() : Json(name)},
+                  {"kind", kind_name(item.kind)},
+                  {"luid", item.luid},
+                  {"digest", item.digest},
+                  {"highest_variant", item.variant},
+                  {"size", item.size},
+                  {"difference", difference.empty() ? Json() : Json(difference)}});
     }
     Json build = Json::array();
-    for (const std::string &line : manifest.build) build.push_back(json_of_bytes(line));
+    for (const std::string &line : manifest.build) build.add(json_of_bytes(line));
     const Json json{{"file", json_of_bytes(options.path)},
                     {"module", json_of_bytes(manifest.module)},
                     {"build", std::move(build)},

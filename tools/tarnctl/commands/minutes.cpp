@@ -10,7 +10,6 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "base/argument.h"
@@ -20,6 +19,7 @@
 #include "figures/chart.h"
 #include "figures/day.h"
 #include "figures/drawing.h"
+#include "json/document.h"
 #include "model/record.h"
 #include "terminal/screen.h"
 
@@ -129,14 +129,14 @@ std::string numbers_of(const Day &day) {
 
 std::string json_of(const Day &day) {
     const Summary summary = summary_of(day);
-    nlohmann::ordered_json json{{"title", day.title},
-                                {"low", summary.low},
-                                {"low_at", clock_text(summary.low_minute)},
-                                {"high", summary.high},
-                                {"high_at", clock_text(summary.high_minute)},
-                                {"average", summary.average},
-                                {"minutes", day.minutes}};
-    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    const Json json{{"title", day.title},
+                    {"low", summary.low},
+                    {"low_at", clock_text(summary.low_minute)},
+                    {"high", summary.high},
+                    {"high_at", clock_text(summary.high_minute)},
+                    {"average", summary.average},
+                    {"minutes", day.minutes}};
+    return json.dump(2) + "\n";
 }
 
 std::string drawn(const Day &day, const Options &options) {

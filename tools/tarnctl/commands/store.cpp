@@ -6,7 +6,6 @@
 #include <charconv>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "base/options.h"
 #include "base/size.h"
@@ -80,9 +79,9 @@ struct Info {
 void print_json(const std::string &path, const Info &info) {
     Json tables = Json::array();
     for (const Instance &each : info.tables)
-        tables.push_back({{"table", each.table->name},
-                          {"instance", json_of_bytes(each.full_name())},
-                          {"records", each.block->record_count}});
+        tables.add({{"table", each.table->name},
+                    {"instance", json_of_bytes(each.full_name())},
+                    {"records", each.block->record_count}});
     const Json json{{"path", json_of_bytes(path)},
                     {"size", info.store.size},
                     {"capacity", info.store.capacity},

@@ -5,7 +5,6 @@
 
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "base/options.h"
 #include "commands/command.h"
@@ -75,7 +74,7 @@ void list(const Options &options) {
     for (const Instance &each : instances(store)) {
         const uint64_t records = each.block->record_count;
         grid.add({each.full_name(), std::to_string(records)});
-        json.push_back({{"table", json_of_bytes(each.full_name())}, {"records", records}});
+        json.add({{"table", json_of_bytes(each.full_name())}, {"records", records}});
     }
     if (options.json) std::cout << json.dump(2) << '\n';
     else grid.print(std::cout, output_screen());

@@ -6,7 +6,6 @@
 
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "base/options.h"
@@ -81,15 +80,15 @@ std::string counts_text(const Counts &counts, Name name) {
 
 Json json_of(const Instance &instance, const Census &census) {
     Json sources = Json::object();
-    for (const auto &[source, count] : census.sources) sources[std::to_string(source)] = count;
+    for (const auto &[source, count] : census.sources) sources.set(std::to_string(source), count);
     Json tenants = Json::object();
-    for (const auto &[tenant, count] : census.tenants) tenants[std::to_string(tenant)] = count;
+    for (const auto &[tenant, count] : census.tenants) tenants.set(std::to_string(tenant), count);
     const auto shadows = census.sources.find(KEL_SOURCE_SHADOW);
     return {{"instance", json_of_bytes(instance.full_name())},
             {"records", census.records},
             {"sources", std::move(sources)},
             {"tenants", std::move(tenants)},
-            {"shadows", shadows == census.sources.end() ? 0 : shadows->second},
+            {"shadows", shadows == census.sources.end() ? 0U : shadows->second},
             {"pending", census.pending}};
 }
 
@@ -97,15 +96,15 @@ void print_json(const std::vector<Row> &rows, bool with_store) {
     Json json = Json::array();
     for (const Row &row : rows) {
         Json key = Json::array();
-        for (const Column &column : key_columns(*row.table)) key.push_back(column.name());
+        for (const Column &column : key_columns(*row.table)) key.add(column.name());
         Json each{{"table", row.table->name},
                   {"key", std::move(key)},
                   {"type", row.table->type->name},
                   {"meaning", row.table->meaning}};
-        if (with_store) each["open"] = Json::array();
-        for (const auto &[instance, census] : row.open)
-            each["open"].push_back(json_of(instance, census));
-        json.push_back(std::move(each));
+        Json open = Json::array();
+        for (const auto &[instance, census] : row.open) open.add(json_of(instance, census));
+        if (with_store) each.set("open", std::move(open));
+        json.add(std::move(each));
     }
     std::cout << json.dump(2) << '\n';
 }

@@ -5,7 +5,6 @@
 
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "base/options.h"
 #include "commands/command.h"
@@ -45,14 +44,14 @@ Answer answer_of(const Options &options) {
 void print_json(const Answer &answer) {
     Json variants = Json::array();
     for (const auto &[name, kind, variant] : answer.usages)
-        variants.push_back({{"name", name},
-                            {"kind", kind},
-                            {"variant", variant.variant},
-                            {"used_length", variant.used_length},
-                            {"slop", variant.alloc_slop},
-                            {"created", variant.created},
-                            {"destroyed", variant.destroyed},
-                            {"live", variant.live}});
+        variants.add({{"name", name},
+                      {"kind", kind},
+                      {"variant", variant.variant},
+                      {"used_length", variant.used_length},
+                      {"slop", variant.alloc_slop},
+                      {"created", variant.created},
+                      {"destroyed", variant.destroyed},
+                      {"live", variant.live}});
     const Json json{{"descriptors", answer.source},
                     {"unknown", answer.unknown},
                     {"variants", std::move(variants)}};

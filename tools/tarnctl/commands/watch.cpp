@@ -12,7 +12,6 @@
 #include <iostream>
 #include <limits>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
@@ -85,7 +84,7 @@ std::string time_text(bool json) {
 void print(const Change &change, const Options &options) {
     if (options.json) {
         Json line = Json::object();
-        if (!options.no_time) line["time"] = time_text(true);
+        if (!options.no_time) line.set("time", time_text(true));
         line.update(json_of(change));
         std::cout << line.dump() << std::endl;
         return;

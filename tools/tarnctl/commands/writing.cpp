@@ -7,7 +7,6 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "base/argument.h"
@@ -155,7 +154,7 @@ void run(Verb verb, const Options &options) {
     std::string text;
     Json changes = Json::array();
     Editor::Listener listener;
-    if (options.json) listener = [&](const Change &change) { changes.push_back(json_of(change)); };
+    if (options.json) listener = [&](const Change &change) { changes.add(json_of(change)); };
     else if (options.dry_run || options.verbose)
         listener = [&](const Change &change) { text += text_of(change, output_screen()); };
     Editor editor(store, listener);

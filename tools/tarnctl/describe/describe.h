@@ -9,7 +9,7 @@
 
 #include "base/schema.h"
 #include "describe/values.h"
-#include "model/json.h"
+#include "json/document.h"
 #include "terminal/screen.h"
 
 namespace tarnctl {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "describe/describe.h"
 
-#include <nlohmann/json.hpp>
 #include "describe/holders.h"
 #include "describe/wire.h"
 #include "model/record.h"
@@ -17,11 +16,11 @@ Json json_of(const WireSize &size) {
 
 Json json_of(const Field &field) {
     Json json{{"name", field.name}, {"type", field.type}};
-    if (field.elements > 0) json["elements"] = field.elements;
-    json["unit"] = field.unit.empty() ? Json() : Json(field.unit);
-    json["meaning"] = field.meaning;
-    json["first_variant"] = field.first_variant;
-    json["wire"] = json_of(wire_size(field));
+    if (field.elements > 0) json.set("elements", field.elements);
+    json.set("unit", field.unit.empty() ? Json() : Json(field.unit));
+    json.set("meaning", field.meaning);
+    json.set("first_variant", field.first_variant);
+    json.set("wire", json_of(wire_size(field)));
     return json;
 }
 
@@ -29,23 +28,23 @@ Json variants_of(const Structure &structure) {
     Json json = Json::array();
     const kel_variant_info &info = *structure.descriptor->variant_info;
     for (int v = 0; v < info.variant_count; ++v)
-        json.push_back({{"variant", v},
-                        {"used_length", info.variants[v].used_length},
-                        {"slop", info.variants[v].alloc_slop},
-                        {"wire", json_of(wire_size(structure, v))}});
+        json.add({{"variant", v},
+                  {"used_length", info.variants[v].used_length},
+                  {"slop", info.variants[v].alloc_slop},
+                  {"wire", json_of(wire_size(structure, v))}});
     return json;
 }
 
 Json names_of(const std::vector<const Table *> &tables) {
     Json names = Json::array();
-    for (const Table *table : tables) names.push_back(table->name);
+    for (const Table *table : tables) names.add(table->name);
     return names;
 }
 
 Json fields_of(std::string_view type) {
     Json json = Json::array();
     for (const auto &[structure, field] : fields_of_type(type))
-        json.push_back({{"type", structure->name}, {"field", field->name}});
+        json.add({{"type", structure->name}, {"field", field->name}});
     return json;
 }
 
@@ -53,7 +52,7 @@ Json fields_of(std::string_view type) {
 
 Json described(const Structure &structure) {
     Json fields = Json::array();
-    for (const Field &field : structure.fields) fields.push_back(json_of(field));
+    for (const Field &field : structure.fields) fields.add(json_of(field));
     return {{"kind", "type"},
             {"name", structure.name},
             {"meaning", structure.meaning},
@@ -69,7 +68,7 @@ Json described(const Structure &structure) {
 
 Json described(const Table &table) {
     Json key = Json::array();
-    for (const Column &column : key_columns(table)) key.push_back(column.name());
+    for (const Column &column : key_columns(table)) key.add(column.name());
     return {{"kind", "table"},
             {"name", table.name},
             {"meaning", table.meaning},
@@ -88,8 +87,9 @@ Json described(const Table &table) {
 Json described(const Enumeration &enumeration) {
     Json enumerators = Json::array();
     for (const Enumerator &each : enumeration.enumerators) {
-        enumerators.push_back({{"name", each.name}, {"value", each.value}});
-        if (!each.meaning.empty()) enumerators.back()["meaning"] = each.meaning;
+        Json enumerator{{"name", each.name}, {"value", each.value}};
+        if (!each.meaning.empty()) enumerator.set("meaning", each.meaning);
+        enumerators.add(std::move(enumerator));
     }
     return {{"kind", "enum"},
             {"name", enumeration.name},

@@ -4,8 +4,8 @@
 #include <fmt/format.h>
 
 #include <charconv>
-#include <nlohmann/json.hpp>
 
+#include "model/json.h"
 #include "terminal/style.h"
 
 namespace tarnctl {
@@ -50,7 +50,7 @@ Json json_of_elements(const std::string &text) {
     for (const char *place = text.data(); place < end; ++place) {
         unsigned element = 0;
         place = std::from_chars(place, end, element).ptr;
-        elements.push_back(element);
+        elements.add(element);
     }
     return elements;
 }
@@ -79,7 +79,7 @@ Json json_of_key(const RecordCopy &record) {
     for (std::size_t i = 0; i < record.columns().size() && record.columns()[i].is_key; ++i) {
         FieldChange field{record.columns()[i].name(), "", record.text(i)};
         field.leaf = &record.columns()[i].path.leaf();
-        key[field.field] = json_of_text(field, field.new_text);
+        key.set(field.field, json_of_text(field, field.new_text));
     }
     return key;
 }
@@ -109,12 +109,14 @@ Json json_of(const Change &change) {
                  {"tenant", record.tenant()},
                  {"source", record.src()},
                  {"key", json_of_key(record)}};
-    Json &fields = json["fields"] = Json::object();
+    Json fields = Json::object();
     for (const FieldChange &field : fields_of(change, true)) {
-        Json &states = fields[field.field] = Json::object();
-        if (field.old_present) states["old"] = json_of_text(field, field.old_text);
-        if (field.new_present) states["new"] = json_of_text(field, field.new_text);
+        Json states = Json::object();
+        if (field.old_present) states.set("old", json_of_text(field, field.old_text));
+        if (field.new_present) states.set("new", json_of_text(field, field.new_text));
+        fields.set(field.field, std::move(states));
     }
+    json.set("fields", std::move(fields));
     return json;
 }
 

@@ -21,8 +21,8 @@
 #include <string>
 #include <vector>
 
+#include "json/document.h"
 #include "model/difference.h"
-#include "model/json.h"
 #include "terminal/screen.h"
 
 namespace tarnctl {

@@ -11,6 +11,8 @@
 namespace tarnctl {
 namespace {
 
+using Value = nlohmann::ordered_json;
+
 constexpr std::size_t deepest_nesting = 64;
 
 // The input as the parser takes it. All copies read the same bytes, once.
@@ -53,14 +55,14 @@ class Assembler {
     bool number_unsigned(uint64_t value) { return add(value); }
     bool number_float(double value, const std::string &) { return add(value); }
     bool string(std::string &value) { return add(std::move(value)); }
-    bool binary(Json::binary_t &) { return false; }
+    bool binary(Value::binary_t &) { return false; }
 
     bool key(std::string &name) {
         if (open_.empty()) {
             events_.member(name);
             return true;
         }
-        Json &object = *open_.back();
+        Value &object = *open_.back();
         if (object.contains(name)) events_.fail(fmt::format("{}: it is given twice", path(name)));
         object[name] = nullptr;
         names_.back() = name;
@@ -83,20 +85,20 @@ class Assembler {
 
  private:
     // Where a value that comes now belongs; null: it is the frame's.
-    Json *slot() {
+    Value *slot() {
         if (open_.empty()) return nullptr;
-        Json &inside = *open_.back();
+        Value &inside = *open_.back();
         if (inside.is_object()) return &inside[names_.back()];
         inside.push_back(nullptr);
         return &inside.back();
     }
 
-    bool add(Json value) {
-        if (Json *place = slot()) {
+    bool add(Value value) {
+        if (Value *place = slot()) {
             *place = std::move(value);
             return true;
         }
-        events_.value(value, JsonLines{input_.line(), {}});
+        events_.value(JsonView(value), JsonLines{input_.line(), {}});
         return true;
     }
 
@@ -104,7 +106,7 @@ class Assembler {
         if (depth_ + open_.size() >= deepest_nesting)
             events_.fail(
                 fmt::format("expected values that nest no deeper than {}", deepest_nesting));
-        Json *place = slot();
+        Value *place = slot();
         if (place == nullptr) {
             if (events_.opens(array)) {
                 ++depth_;
@@ -113,7 +115,7 @@ class Assembler {
             place = &value_;
             lines_ = {input_.line(), {}};
         }
-        *place = array ? Json::array() : Json::object();
+        *place = array ? Value::array() : Value::object();
         open_.push_back(place);
         names_.emplace_back();
         return true;
@@ -127,7 +129,7 @@ class Assembler {
         }
         open_.pop_back();
         names_.pop_back();
-        if (open_.empty()) events_.value(value_, lines_);
+        if (open_.empty()) events_.value(JsonView(value_), lines_);
         return true;
     }
 
@@ -141,10 +143,10 @@ class Assembler {
     const Input &input_;
     JsonEvents &events_;
     std::size_t depth_ = 0;
-    Json value_;
+    Value value_;
     JsonLines lines_;
     // What is open inside the value. No value moves while something inside it is open.
-    std::vector<Json *> open_;
+    std::vector<Value *> open_;
     std::vector<std::string> names_;
 };
 
@@ -152,7 +154,7 @@ class Assembler {
 
 void parse_json(Input &input, JsonEvents &events) {
     Assembler assembler(input, events);
-    Json::sax_parse(Bytes(input), Bytes(), &assembler, Json::input_format_t::json, true);
+    Value::sax_parse(Bytes(input), Bytes(), &assembler, Value::input_format_t::json, true);
 }
 
 }  // namespace tarnctl

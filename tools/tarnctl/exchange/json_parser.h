@@ -10,7 +10,7 @@
 #include <string>
 
 #include "exchange/input.h"
-#include "model/json.h"
+#include "json/document.h"
 
 namespace tarnctl {
 
@@ -40,7 +40,7 @@ class JsonEvents {
     // The name of what comes next in an object that was opened.
     virtual void member(const std::string &name) = 0;
     // Failures are the callee's.
-    virtual void value(const Json &json, const JsonLines &lines) = 0;
+    virtual void value(JsonView json, const JsonLines &lines) = 0;
     // What is wrong in the line being read.
     [[noreturn]] virtual void fail(const std::string &text) const = 0;
 };

@@ -3,13 +3,12 @@
 
 #include <algorithm>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <unordered_map>
 
-#include "base/hex.h"
 #include "base/utf8.h"
 #include "exchange/json_parser.h"
 #include "exchange/sink.h"
+#include "model/json.h"
 #include "model/state.h"
 
 namespace tarnctl {
@@ -58,7 +57,7 @@ class JsonReader : public JsonEvents {
 
     void member(const std::string &name) override { member_ = name; }
 
-    void value(const Json &json, const JsonLines &lines) override {
+    void value(JsonView json, const JsonLines &lines) override {
         if (level_ == Level::records) {
             sink_.take(place(lines.begin),
                        [&](Draft &draft, std::string &where) { build(json, lines, draft, where); });
@@ -97,7 +96,7 @@ class JsonReader : public JsonEvents {
         if (!options_.lenient) throw no_such(Exit::data, "member", one_line(member_), known);
     }
 
-    void take_member(const Json &json) {
+    void take_member(JsonView json) {
         if (level_ == Level::root) stranger({"tarnbase"});
         else if (level_ == Level::document) take_format(json);
         else if (level_ == Level::table) take_table_member(json);
@@ -106,13 +105,13 @@ class JsonReader : public JsonEvents {
                                                               : "expected {\"tarnbase\": ...}");
     }
 
-    void take_format(const Json &json) {
+    void take_format(JsonView json) {
         if (member_ == "tables") throw Failure(Exit::data, "tables: expected an array");
         if (member_ != "format") {
             stranger({"format", "tables"});
             return;
         }
-        if (json != format_version)
+        if (!json.equals(format_version))
             throw Failure(Exit::data, fmt::format("format: expected {}, not {}{}", format_version,
                                                   json.dump(), advice_on_version(json.dump())));
         has_format_ = true;
@@ -123,7 +122,7 @@ class JsonReader : public JsonEvents {
         named_ = open_ = false;
     }
 
-    void take_table_member(const Json &json) {
+    void take_table_member(JsonView json) {
         if (member_ == "table") take_type(json);
         else if (member_ == "name") take_name(json);
         else if (member_ == "id") take_id(json);
@@ -131,23 +130,22 @@ class JsonReader : public JsonEvents {
         else stranger({"table", "name", "id", "records"});
     }
 
-    void take_type(const Json &json) {
-        if (!json.is_string()) throw Failure(Exit::data, "table: expected a table's name");
-        head_.table = &table_in_document(json.get<std::string>());
+    void take_type(JsonView json) {
+        const auto name = json.string();
+        if (!name) throw Failure(Exit::data, "table: expected a table's name");
+        head_.table = &table_in_document(std::string(*name));
     }
 
-    void take_name(const Json &json) {
-        const bool is_hex =
-            json.is_object() && json.size() == 1 && json.contains("hex") && json["hex"].is_string();
-        if (json.is_string()) head_.name = json.get<std::string>();
-        else if (is_hex) head_.name = bytes_of_hex(json["hex"].get<std::string>(), "name");
-        else throw Failure(Exit::data, "name: expected a string or {\"hex\": \"00ff\"}");
+    void take_name(JsonView json) {
+        const auto name = bytes_of_json(json, "name");
+        if (!name) throw Failure(Exit::data, "name: expected a string or {\"hex\": \"00ff\"}");
+        head_.name = *name;
         named_ = true;
     }
 
-    void take_id(const Json &json) {
-        if (!json.is_number_unsigned()) throw Failure(Exit::data, "id: expected a number");
-        head_.id = json.get<uint64_t>();
+    void take_id(JsonView json) {
+        head_.id = json.unsigned_number();
+        if (!head_.id) throw Failure(Exit::data, "id: expected a number");
         named_ = true;
     }
 
@@ -159,46 +157,38 @@ class JsonReader : public JsonEvents {
         at_line([&] { sink_.begin_table(head_); });
     }
 
-    const Json *member_of(const Json &json, const char *name) const {
-        const auto found = json.find(name);
-        return found == json.end() ? nullptr : &*found;
-    }
-
-    static int64_t number_of(const Json &json, std::string_view name, int64_t smallest,
+    static int64_t number_of(JsonView json, std::string_view name, int64_t smallest,
                              int64_t largest) {
-        const bool fits = json.is_number_integer() &&
-                          (!json.is_number_unsigned() || json.get<uint64_t>() <= INT64_MAX) &&
-                          json.get<int64_t>() >= smallest && json.get<int64_t>() <= largest;
-        if (!fits)
+        const std::optional<int64_t> number = json.signed_number();
+        if (!number || *number < smallest || *number > largest)
             throw Failure(Exit::data, fmt::format("{}: expected a number from {} to {}", name,
                                                   smallest, largest));
-        return json.get<int64_t>();
+        return *number;
     }
 
-    RecordHead head_of(const Json &json) const {
+    RecordHead head_of(JsonView json) const {
         RecordHead head;
-        if (const Json *tenant = member_of(json, "tenant"))
+        if (const auto tenant = json.find("tenant"))
             head.tenant = static_cast<uint16_t>(number_of(*tenant, "tenant", 0, 65535));
-        if (const Json *source = member_of(json, "source"))
+        if (const auto source = json.find("source"))
             head.source = static_cast<uint8_t>(number_of(*source, "source", 0, 255));
-        if (const Json *variant = member_of(json, "variant"))
+        if (const auto variant = json.find("variant"))
             head.variant = static_cast<int>(number_of(*variant, "variant", -128, 127));
-        if (const Json *pending = member_of(json, "pending")) {
-            if (!pending->is_boolean())
-                throw Failure(Exit::data, "pending: expected true or false");
-            head.pending = pending->get<bool>();
+        if (const auto pending = json.find("pending")) {
+            if (!pending->boolean()) throw Failure(Exit::data, "pending: expected true or false");
+            head.pending = *pending->boolean();
         }
-        head.tracked = json.contains("state") || json.contains("key_state");
+        head.tracked = json.find("state") || json.find("key_state");
         return head;
     }
 
-    void check_members(const Json &json, const Table &table, const JsonLines &lines,
+    void check_members(JsonView json, const Table &table, const JsonLines &lines,
                        std::string &where) const {
         if (!json.is_object()) throw Failure(Exit::data, "expected a record, an object");
         std::vector<std::string_view> known{"tenant", "source",    "pending", "variant",
                                             "state",  "key_state", "key",     "fields"};
         if (table.key_type == nullptr) std::erase(known, "key");
-        for (const auto &[name, member] : json.items()) {
+        for (const auto &[name, member] : json.members()) {
             if (options_.lenient || std::find(known.begin(), known.end(), name) != known.end())
                 continue;
             where = place(lines.of(name));
@@ -206,36 +196,37 @@ class JsonReader : public JsonEvents {
         }
     }
 
-    void build(const Json &json, const JsonLines &lines, Draft &draft, std::string &where) const {
+    void build(JsonView json, const JsonLines &lines, Draft &draft, std::string &where) const {
         const Table &table = draft.table();
         check_members(json, table, lines, where);
         draft.begin(head_of(json));
-        const Json *fields = member_of(json, "fields");
-        if (fields == nullptr) throw Failure(Exit::data, "expected `fields`");
+        const auto fields = json.find("fields");
+        if (!fields) throw Failure(Exit::data, "expected `fields`");
         if (!fields->is_null())
-            fill(json, "fields", "state", draft, draft.make_object(), *table.type, lines, where);
-        if (table.key_type != nullptr && json.contains("key"))
-            fill(json, "key", "key_state", draft, draft.make_key_object(), *table.key_type, lines,
+            fill(json, *fields, "fields", "state", draft, draft.make_object(), *table.type, lines,
                  where);
+        const auto key = table.key_type == nullptr ? std::nullopt : json.find("key");
+        if (key)
+            fill(json, *key, "key", "key_state", draft, draft.make_key_object(), *table.key_type,
+                 lines, where);
     }
 
-    void fill(const Json &json, const std::string &member, const char *state, Draft &draft,
-              void *object, const Structure &structure, const JsonLines &lines,
+    void fill(JsonView record, JsonView json, const std::string &member, const char *state,
+              Draft &draft, void *object, const Structure &structure, const JsonLines &lines,
               std::string &where) const {
         JsonReading reading{options_.lenient, true, ""};
         try {
-            set_fields_from_json(draft.handle(), draft.tx_id(), object, structure, json[member],
-                                 reading);
+            set_fields_from_json(draft.handle(), draft.tx_id(), object, structure, json, reading);
         } catch (const Failure &) {
             where = place(lines.of(reading.path.empty() ? member : member + "." + reading.path));
             throw;
         }
-        const Json *flags = member_of(json, state);
-        if (flags == nullptr) return;
+        const auto flags = record.find(state);
+        if (!flags) return;
         where = place(lines.of(state));
         if (!flags->is_object())
             throw Failure(Exit::data, fmt::format("{}: expected an object", state));
-        for (const auto &[path, flag] : flags->items())
+        for (const auto &[path, flag] : flags->members())
             set_state_flag(draft.handle(), draft.tx_id(), object, structure, path,
                            static_cast<uint8_t>(number_of(flag, state, 0, 255)));
     }

@@ -2,7 +2,6 @@
 #include "exchange/json_writer.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "model/json.h"
 
@@ -15,10 +14,10 @@ JsonWriter::JsonWriter(std::ostream &out) : out_(out) {
 void JsonWriter::begin_table(const Instance &instance) {
     Json head = {{"table", instance.table->name}};
     if (instance.block->open_mode == KEL_OPEN_BY_NAME)
-        head["name"] = json_of_bytes(instance.name());
-    else head["id"] = instance.block->table_id;
+        head.set("name", json_of_bytes(instance.name()));
+    else head.set("id", instance.block->table_id);
     std::string text = head.dump();
-    text.pop_back();  // the brace: the records come behind it, one by one
+    text.pop_back();  // the brace: the records follow, one by one
     out_ << (first_table_ ? "\n" : ",\n") << text << ",\"records\":[";
     first_table_ = false;
     first_record_ = true;

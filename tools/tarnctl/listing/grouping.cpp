@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <map>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "base/failure.h"

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "exchange/writer.h"
@@ -53,7 +52,7 @@ void print_csv_groups(std::ostream &out, const Sheet &groups) {
 
 Json columns_json(const Record &record, const std::vector<ListingColumn> &columns) {
     Json json = Json::object();
-    for (const ListingColumn &each : columns) json[each.title()] = cell_json(record, each);
+    for (const ListingColumn &each : columns) json.set(each.title(), cell_json(record, each));
     return json;
 }
 

@@ -3,8 +3,6 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
-
 #include "base/failure.h"
 #include "model/json.h"
 

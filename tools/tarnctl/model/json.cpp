@@ -3,8 +3,6 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
-
 #include "base/failure.h"
 #include "base/hex.h"
 #include "base/utf8.h"
@@ -41,70 +39,60 @@ Json json_of_object(kel_handle *handle, void *object, const Structure &structure
     for (const Field &field : structure.fields) {
         if (field.first_variant > variant) break;
         if (field.structure != nullptr)
-            members[std::string(field.name)] = json_of_object(
-                handle, inner_object(field, handle, KEL_TX_NONE, object), *field.structure);
-        else
-            members[std::string(field.name)] =
-                json_of(Value(handle, KEL_TX_NONE, object, path_of(field)));
+            members.set(field.name,
+                        json_of_object(handle, inner_object(field, handle, KEL_TX_NONE, object),
+                                       *field.structure));
+        else members.set(field.name, json_of(Value(handle, KEL_TX_NONE, object, path_of(field))));
     }
     return members;
 }
 
-[[noreturn]] void expected(std::string_view name, std::string_view what, const Json &found) {
-    std::string text = found.dump(-1, ' ', false, Json::error_handler_t::replace);
+[[noreturn]] void expected(std::string_view name, std::string_view what, JsonView found) {
+    std::string text = found.dump();
     constexpr std::size_t longest = 60;
     if (text.size() > longest) text = text.substr(0, longest) + "...";
     throw Failure(Exit::data, fmt::format("{}: expected {}, not {}", name, what, text));
 }
 
-bool is_decimal(const Json &json) {
-    const std::string &text = json.get_ref<const std::string &>();
+bool is_decimal(std::string_view text) {
     const std::size_t digits = text.starts_with('-') ? 1 : 0;
     return text.size() > digits && text.find_first_not_of("0123456789", digits) == text.npos;
 }
 
 // Through the value's own reading of texts, which knows the ranges.
-void set_scalar(Value &value, const Json &json) {
+void set_scalar(Value &value, JsonView json) {
     const Kind kind = value.field().kind;
-    if (kind == Kind::boolean && !json.is_boolean()) expected(value.name(), "true or false", json);
-    if (kind == Kind::enumeration && json.is_string()) {
-        value.set_text(json.get_ref<const std::string &>());
+    if (kind == Kind::boolean && !json.boolean()) expected(value.name(), "true or false", json);
+    const std::optional<std::string_view> text = json.string();
+    const bool is_name = text && kind == Kind::enumeration;
+    if (is_name || (text && value.field().is_integer() && is_decimal(*text))) {
+        value.set_text(*text);
         return;
     }
-    if (value.field().is_integer() && json.is_string() && is_decimal(json)) {
-        value.set_text(json.get_ref<const std::string &>());
-        return;
-    }
-    if (kind != Kind::boolean && !json.is_number_integer())
+    if (kind != Kind::boolean && !json.is_integer())
         expected(value.name(), kind == Kind::enumeration ? "an enumerator's name" : "a number",
                  json);
-    // An object that was never set can hold what is no enumerator's value, and may keep it.
-    if (kind == Kind::enumeration && json.is_number_unsigned() &&
-        json.get<uint64_t>() == value.number())
-        return;
+    // An object that was never set can hold a number that is no enumerator's, and may keep it.
+    if (kind == Kind::enumeration && json.unsigned_number() == value.number()) return;
     value.set_text(json.dump());
 }
 
-void set_array(Value &value, const Json &json) {
+void set_array(Value &value, JsonView json) {
     const uint32_t elements = value.field().elements;
     if (!json.is_array() || json.size() != elements)
         expected(value.name(), fmt::format("an array of {} numbers", elements), json);
     for (uint32_t i = 0; i < elements; ++i) {
-        if (!json[i].is_number_unsigned() || json[i].get<uint64_t>() > 255)
-            expected(fmt::format("{}[{}]", value.name(), i), "a number from 0 to 255", json[i]);
-        value.set_number(json[i].get<uint64_t>(), i);
+        const std::optional<uint64_t> number = json.at(i).unsigned_number();
+        if (!number || *number > 255)
+            expected(fmt::format("{}[{}]", value.name(), i), "a number from 0 to 255", json.at(i));
+        value.set_number(*number, i);
     }
 }
 
-void set_string(Value &value, const Json &json) {
-    if (json.is_string()) {
-        value.set_bytes(json.get_ref<const std::string &>());
-        return;
-    }
-    const bool is_hex =
-        json.is_object() && json.size() == 1 && json.contains("hex") && json["hex"].is_string();
-    if (!is_hex) expected(value.name(), "a string or {\"hex\": \"00ff\"}", json);
-    value.set_bytes(bytes_of_hex(json["hex"].get_ref<const std::string &>(), value.name()));
+void set_string(Value &value, JsonView json) {
+    const std::optional<std::string> bytes = bytes_of_json(json, value.name());
+    if (!bytes) expected(value.name(), "a string or {\"hex\": \"00ff\"}", json);
+    value.set_bytes(*bytes);
 }
 
 const Field &field_of(const Structure &structure, const std::string &name) {
@@ -122,24 +110,25 @@ struct FieldSetter {
     JsonReading &reading;
     Path path;
 
-    void set_leaf(const Json &json) const {
+    void set_leaf(JsonView json) const {
         Value value(handle, tx_id, object, path);
         if (!value.present())
             throw Failure(Exit::data, fmt::format("{}: the object's variant is too old to have it",
                                                   value.name()));
-        const bool raw = reading.any_number && value.field().kind == Kind::enumeration &&
-                         json.is_number_unsigned() && json.get<uint64_t>() <= UINT32_MAX;
-        if (raw) value.restore_number(json.get<uint32_t>());
+        const std::optional<uint64_t> number = json.unsigned_number();
+        const bool raw = reading.any_number && value.field().kind == Kind::enumeration && number &&
+                         *number <= UINT32_MAX;
+        if (raw) value.restore_number(static_cast<uint32_t>(*number));
         else set_from_json(value, json);
     }
 };
 
-void set_members(FieldSetter setter, const Structure &structure, const Json &json) {
+void set_members(FieldSetter setter, const Structure &structure, JsonView json) {
     const std::string outer = setter.reading.path;
     if (!json.is_object())
         expected(outer.empty() ? structure.name : outer,
                  fmt::format("an object with the fields of {}", structure.name), json);
-    for (const auto &[name, member] : json.items()) {
+    for (const auto &[name, member] : json.members()) {
         setter.reading.path = outer.empty() ? name : outer + "." + name;
         if (setter.reading.lenient && structure.find(name) == nullptr) continue;
         const Field &field = field_of(structure, name);
@@ -156,8 +145,10 @@ void set_members(FieldSetter setter, const Structure &structure, const Json &jso
 void add_state(Json &json, const char *name, kel_handle *handle, void *object,
                const Structure &structure) {
     if (!is_tracked(object)) return;
-    Json &flags = json[name] = Json::object();
-    for (const auto &[path, flag] : state_flags_of(handle, object, structure)) flags[path] = flag;
+    Json flags = Json::object();
+    for (const auto &[path, flag] : state_flags_of(handle, object, structure))
+        flags.set(path, flag);
+    json.set(name, std::move(flags));
 }
 
 }  // namespace
@@ -165,6 +156,14 @@ void add_state(Json &json, const char *name, kel_handle *handle, void *object,
 Json json_of_bytes(std::string_view bytes) {
     if (is_utf8(bytes)) return bytes;
     return {{"hex", hex_of(bytes)}};
+}
+
+std::optional<std::string> bytes_of_json(JsonView json, std::string_view name) {
+    if (const auto text = json.string()) return std::string(*text);
+    const std::optional<JsonView> hex = json.size() == 1 ? json.find("hex") : std::nullopt;
+    const auto digits = hex ? hex->string() : std::nullopt;
+    if (!digits) return std::nullopt;
+    return bytes_of_hex(*digits, name);
 }
 
 Json json_of_integer(uint64_t number) {
@@ -192,30 +191,29 @@ Json json_of(const Record &record) {
                     ? nullptr
                     : table.key_object(record.handle, KEL_TX_NONE, record.record);
     Json json = {{"tenant", record.tenant()}, {"source", record.src()}};
-    if (record.is_pending()) json["pending"] = true;
+    if (record.is_pending()) json.set("pending", true);
     const int top = top_variant(*table.type);
     const int variant = object == nullptr ? top : static_cast<kel_object *>(object)->variant;
-    if (variant != top) json["variant"] = variant;
+    if (variant != top) json.set("variant", variant);
     add_state(json, "state", record.handle, object, *table.type);
     if (table.key_type != nullptr) {
         add_state(json, "key_state", record.handle, key, *table.key_type);
-        json["key"] = json_of_object(record.handle, key, *table.key_type);
+        json.set("key", json_of_object(record.handle, key, *table.key_type));
     }
-    json["fields"] = json_of_object(record.handle, object, *table.type);
+    json.set("fields", json_of_object(record.handle, object, *table.type));
     return json;
 }
 
-void set_from_json(Value &value, const Json &json) {
+void set_from_json(Value &value, JsonView json) {
     if (value.field().kind == Kind::vstring) set_string(value, json);
     else if (value.is_whole_array()) set_array(value, json);
     else if (value.field().kind != Kind::address) set_scalar(value, json);
-    else if (json.is_null() || json.is_string())
-        value.set_text(json.is_null() ? "" : json.get_ref<const std::string &>());
+    else if (json.is_null() || json.string()) value.set_text(json.string().value_or(""));
     else expected(value.name(), "an address as text, or null", json);
 }
 
 void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,
-                          const Structure &structure, const Json &json, JsonReading &reading) {
+                          const Structure &structure, JsonView json, JsonReading &reading) {
     set_members(FieldSetter{handle, tx_id, object, reading, {}}, structure, json);
 }
 

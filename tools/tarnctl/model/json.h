@@ -19,30 +19,30 @@
 #define TARNCTL_MODEL_JSON_H
 
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/schema.h"
+#include "json/document.h"
 #include "model/record.h"
 #include "model/value.h"
 
 namespace tarnctl {
 
-// Members keep the order in which they are added. A file that does more with it than to pass it on
-// includes <nlohmann/json.hpp>.
-using Json = nlohmann::ordered_json;
-
 Json json_of(const Value &value);
 Json json_of(const Record &record);
 // The form of bytes: a string, or {"hex": ...}.
 Json json_of_bytes(std::string_view bytes);
+// The bytes of that form; none if `json` is another. Failure `data`, which begins with `name`, if
+// the hexadecimal digits aren't pairs.
+std::optional<std::string> bytes_of_json(JsonView json, std::string_view name);
 // The form of numbers.
 Json json_of_integer(uint64_t number);
 Json json_of_integer(int64_t number);
 
 // Sets a value from its JSON form. Failure `data` that names the field and what was expected.
-void set_from_json(Value &value, const Json &json);
+void set_from_json(Value &value, JsonView json);
 
 // How the members of an object are taken.
 struct JsonReading {
@@ -54,7 +54,7 @@ struct JsonReading {
 // Sets the fields of `object` that `json`, an object, has as members; the others stay.
 // Failure `data` that names the field.
 void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,
-                          const Structure &structure, const Json &json, JsonReading &reading);
+                          const Structure &structure, JsonView json, JsonReading &reading);
 
 }  // namespace tarnctl
 
