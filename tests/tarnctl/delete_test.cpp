@@ -91,9 +91,8 @@ TEST_F(Delete, OfAReplicatedTableIsLeftToItsEngine) {
     const Outcome outcome = on_store({"delete", "ldap_conn", "a.example"});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_EQ(outcome.err,
-              "tarnctl: tbl_ldap_conn:ldap is marked for replication: nobody but its replication "
-              "engine takes records out of it (error 22, which the library answers to a "
-              "delete)\n");
+              "tarnctl: tbl_ldap_conn:ldap is marked for replication: only its replication engine "
+              "deletes its records (error 22 of the library)\n");
     EXPECT_EQ(connections(store, "a.example"), 1U);
 }
 

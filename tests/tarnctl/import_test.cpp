@@ -89,7 +89,7 @@ TEST_F(Import, PassesOverBadRecordsWhenAsked) {
         xml(connection("a", "1") + connection("b", "many") + connection("c", "3")), {"--skip-bad"});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_TRUE(has(outcome.err, path + ":12: ")) << outcome.err;
-    EXPECT_EQ(outcome.out, "2 records imported into 1 table, 1 of them new; 1 passed over\n");
+    EXPECT_EQ(outcome.out, "2 records imported into 1 table, 1 of them new; 1 skipped\n");
     EXPECT_TRUE(has(exported(copy), R"("sname":"c")"));
 }
 
@@ -218,7 +218,7 @@ const Refusal refusals[] = {
     {"json_unknown_table", json_head + R"({"table":"tbl_ldap_con"}]}})",
      ":1: no table `tbl_ldap_con`; did you mean `tbl_ldap_conn`?"},
     {"json_records_ahead_of_the_table", json_head + R"({"records":[]}]}})",
-     ":1: expected `table` and `name` (or `id`) ahead of `records`"},
+     ":1: expected `table` and `name` (or `id`) before `records`"},
     {"json_nested_too_deep", json_table + std::string(100000, '['),
      ":3: expected values that nest"},
     {"frames_cut_off", "TARNFRAM\1", ": frame 1 at byte 0: the version is cut off"},

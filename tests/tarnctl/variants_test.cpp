@@ -64,7 +64,7 @@ TEST_F(Variants, AreTheLibrarysWhereAStoreKeepsNoDescriptors) {
     ASSERT_EQ(tarnctl({"store", "create", plain, "--capacity", "64M"}).exit_code, 0);
     EXPECT_EQ(of(tarnctl({"variants", "--json", "-s", plain}))["descriptors"], "library");
     const Outcome outcome = tarnctl({"variants", "-s", plain});
-    EXPECT_NE(outcome.out.find("The store keeps no descriptors"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("The store has no descriptors"), std::string::npos) << outcome.out;
 }
 
 TEST_F(Variants, AreShownAsATable) {

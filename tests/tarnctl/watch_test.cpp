@@ -153,7 +153,7 @@ TEST_F(Watch, WaitsForAStoreThatDoesNotRest) {
         ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
         example_test::Process process({TARNCTL, "watch", "ldap_conn", "--interval", "1", "-v",
                                        "--timeout", "600", "--store", store});
-        EXPECT_TRUE(process.wait_for("a transaction is open whenever the store is looked at"));
+        EXPECT_TRUE(process.wait_for("a transaction is open at every reading of the store"));
         ASSERT_EQ(kel_transaction_commit(handle, tx_id), 0U);
         EXPECT_TRUE(process.wait_for(begun));
         process.send(SIGTERM);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A command line described: a program or command with its arguments, its options and the commands
-// within it. The parser, the help, the manual pages and the completion all read this description.
+// The description of a command line: a program or command with its arguments, options and inner
+// commands. The parser, the help, the manual pages and the completion use it.
 //
 //   Command program("copy", "Copies a file.");
 //   program.argument("FILE", into(path), "File to copy").required();
@@ -20,20 +20,20 @@
 
 namespace cli {
 
-// An option, an argument that is known by its place, or both in one.
+// An option, an argument that is identified by its position, or both.
 struct Option {
     std::vector<std::string> names;  // long ones without their dashes; none for an argument
     char letter = 0;                 // the short name
-    std::string value;               // what its value is, such as "FILE"; empty for a flag
+    std::string value;               // the name of its value, such as "FILE"; empty for a flag
     std::string meaning;             // in the help, without a full stop
     Target target;                   // of a flag called with an empty word
-    bool has_place = false;          // can be given by its place among the arguments
+    bool has_place = false;          // can be given by its position among the arguments
     bool is_required = false;
     bool is_hidden = false;     // from help, manual and completion
-    bool is_passed_on = false;  // stands before a command, for the command's own of that name
-    std::string variable;       // of the environment, which gives it where the line doesn't
-    std::vector<std::string> excluded;  // options that can't be given too
-    std::vector<std::string> needed;    // options that must be given too
+    bool is_passed_on = false;  // given before a command, for the command's option of that name
+    std::string variable;       // of the environment, used if the line lacks the option
+    std::vector<std::string> excluded;  // options that can't be given with it
+    std::vector<std::string> needed;    // options that must be given with it
 
     Option &required();
     Option &hidden();
@@ -61,7 +61,7 @@ struct Command {
     Command(const Command &) = delete;
     Command &operator=(const Command &) = delete;
 
-    // By its place. `value` is what errors and the help call it.
+    // By its position. `value` is its name in errors and in the help.
     Option &argument(std::string value, Target target, std::string meaning);
     // `names` are "--store" or "-s,--store".
     Option &option(const std::string &names, std::string value, Target target, std::string meaning);
@@ -83,9 +83,9 @@ struct Command {
     std::string name;
     std::string summary;
     // Text below the options: paragraphs with empty lines between them. Lines that start with a
-    // blank are kept as they are; others are filled up to the width of the screen.
+    // blank are kept; others are filled to the width of the screen.
     std::string notes;
-    std::vector<Status> statuses;  // of a program, all that it exits with
+    std::vector<Status> statuses;  // of a program, all exit statuses
     std::string version;           // of a program
     std::function<void()> action;
     std::list<Option> options;

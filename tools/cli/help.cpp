@@ -85,15 +85,16 @@ std::string arguments_text(const Command &command) {
 }
 
 std::string meaning_of(const Option &option) {
-    return option.meaning +
-           (option.variable.empty() ? "" : "; by default the environment's " + option.variable);
+    return option.meaning + (option.variable.empty()
+                                 ? ""
+                                 : "; by default " + option.variable + " of the environment");
 }
 
 std::string wrapped(std::string_view head, std::string_view text, std::size_t indent,
                     std::size_t width) {
     std::string lines(head);
     std::size_t column = head.size();
-    // A head that is too long has a line of its own.
+    // A head that is too long is on a line of its own.
     const auto start_line = [&] {
         lines += "\n" + std::string(indent, ' ');
         column = indent;
@@ -138,7 +139,7 @@ std::string filled(std::string_view notes, std::size_t width) {
 }
 
 std::string help_of(const Command &command, std::size_t width) {
-    // The last column is left free: some terminals begin a new line when it is written.
+    // The last column stays free: some terminals begin a new line when it is written.
     Text text(width - 1);
     text.paragraph(command.summary + (command.summary.ends_with('.') ? "" : "."));
     text.paragraph("Usage: " + command.full_name() + " " + arguments_text(command));

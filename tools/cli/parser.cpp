@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The only file that sees CLI11. It takes words for options and their values; what they mean, and
-// whether they may be given, is decided here, so that errors have one wording.
+// The only file that includes CLI11, which finds the options and their values. Their meaning and
+// all checks are here, so that errors have one wording.
 #include "cli/parser.h"
 
 #include <CLI/CLI.hpp>
@@ -18,7 +18,7 @@ namespace {
 
 struct Given {
     const Option *option;
-    std::vector<std::string> words;  // for a flag as many as it is given times
+    std::vector<std::string> words;  // of a flag, one for each time that it is given
 };
 using AllGiven = std::vector<Given>;
 
@@ -56,8 +56,8 @@ std::string missing_text(const Option &option) {
            (option.variable.empty() ? "" : ", and " + option.variable + " isn't set");
 }
 
-// Words that CLI11 would take for something else than they look like: it leaves out what follows
-// ++, and takes the next word for the value of --name=.
+// Refuses words that CLI11 misreads: it drops the words after ++, and uses the next word as the
+// value of --name=.
 void check_words(const std::vector<std::string> &words) {
     for (const std::string &word : words) {
         if (word == "--") return;
@@ -100,13 +100,13 @@ void check_together(const AllGiven &all) {
 
 }  // namespace
 
-// One command, without those that stand within it.
+// One command, without its inner ones.
 class Parser::Level {
  public:
     explicit Level(const Command &command) : command_(command) {
         app_.set_help_flag();
         app_.allow_extras();
-        // What follows the name of an inner command is for that one.
+        // The words after the name of an inner command are for that one.
         app_.prefix_command(!command.commands.empty());
         for (const Command *each = &command; each != nullptr; each = each->outer) {
             for (const Option &option : each->options) {
@@ -150,7 +150,7 @@ class Parser::Level {
     AllGiven read_options(const std::vector<std::string> &words) {
         check_words(words);
         try {
-            // CLI11 takes words from the end.
+            // CLI11 reads words from the end.
             app_.parse(std::vector<std::string>(words.rbegin(), words.rend()));
         } catch (const CLI::ArgumentMismatch &error) {
             throw UsageError(mismatch_text(error.what()));
@@ -166,7 +166,7 @@ class Parser::Level {
         return given;
     }
 
-    // The text begins with the name of the option that lacks its value, or has one too many.
+    // The text begins with the name of the option that lacks its value or has too many.
     std::string mismatch_text(const std::string &text) const {
         const std::string name = text.substr(0, text.find_first_of(": "));
         const std::size_t begin = std::min(name.find_first_not_of('-'), name.size());
@@ -213,7 +213,7 @@ class Parser::Level {
         return UsageError(no_such_text("option", word.substr(0, word.find('=')), known));
     }
 
-    // Words that are no options, to the arguments in their order.
+    // Assigns words that aren't options to the arguments, in order.
     void place_arguments(AllGiven &given) {
         std::deque<const Option *> places;
         for (const Option *each : command_.arguments()) places.push_back(each);
@@ -255,7 +255,7 @@ class Parser::Level {
         }
     }
 
-    // In the order in which they are declared.
+    // In the order of their declarations.
     void give_all(const AllGiven &given) const {
         for (const Option &option : command_.options) {
             for (const Given &each : given) {

@@ -12,7 +12,7 @@
 
 namespace cli {
 
-// What is wrong with a command line, and which command it is for.
+// An error in a command line, and the command that it is for.
 class LineError : public UsageError {
  public:
     LineError(const Command &for_command, const std::string &text)
@@ -20,7 +20,7 @@ class LineError : public UsageError {
     const Command *command;
 };
 
-// That a command of this name isn't within the other, with the nearest name.
+// The error of an unknown command, with the nearest name.
 LineError no_command(const Command &within, const std::string &name);
 
 struct Request {
@@ -37,9 +37,9 @@ class Parser {
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;
 
-    // Reads the words after the command's name and gives them to the targets, in the order in which
-    // the options are declared. A request for help or the version leaves the targets alone. Can be
-    // called several times. Throws a LineError.
+    // Reads the words after the command's name and passes them to the targets, in the order of the
+    // options' declarations. A request for help or the version sets no target. Can be called
+    // several times. Throws LineError.
     Request parse(const std::vector<std::string> &words);
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How a main function begins.
+// The start of a main function.
 #ifndef TOOLS_CLI_START_H
 #define TOOLS_CLI_START_H
 
@@ -13,16 +13,16 @@ namespace cli {
 inline constexpr int usage_status = 2;
 
 struct Start {
-    const Command *command;  // whose targets have been filled; null if nothing is left to do,
-    int status;              // and main returns this
+    const Command *command;  // whose targets are set; null if main is to
+    int status;              // return this
 };
 
-// Prints what is wrong with the arguments on standard error, and where help is. Returns
+// Prints an error in the arguments on standard error, with a hint to the help. Returns
 // `usage_status`.
 int report(const Command &program, const LineError &error);
 
-// Reads the command line. Prints the help or the version where that is asked for, and on standard
-// error what is wrong with the arguments.
+// Reads the command line. Prints the help or the version on request, and errors in the arguments on
+// standard error.
 Start start(const Command &program, int argc, const char *const *argv);
 
 }  // namespace cli

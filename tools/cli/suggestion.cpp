@@ -17,7 +17,7 @@ std::string lower(std::string_view text) {
 }  // namespace
 
 std::size_t edit_distance(std::string_view a, std::string_view b) {
-    // Three rows of the matrix: a swap looks two rows back.
+    // Three rows of the matrix: a swap needs the one two rows before.
     std::vector<std::size_t> before(b.size() + 1), last(b.size() + 1), row(b.size() + 1);
     for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
     for (std::size_t i = 1; i <= a.size(); ++i) {
@@ -38,7 +38,7 @@ std::optional<std::string_view> nearest(std::string_view name,
                                         const std::vector<std::string_view> &known) {
     const std::string wanted = lower(name);
     std::optional<std::string_view> best;
-    // A third of the name may be wrong; beyond that it is a guess.
+    // At most a third of the name may be wrong.
     std::size_t limit = std::max<std::size_t>(1, wanted.size() / 3) + 1;
     for (const std::string_view each : known) {
         const std::size_t distance = edit_distance(wanted, lower(each));

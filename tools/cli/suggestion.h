@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The name that somebody may have meant.
+// Suggestions for misspelt names.
 #ifndef TOOLS_CLI_SUGGESTION_H
 #define TOOLS_CLI_SUGGESTION_H
 
@@ -12,11 +12,10 @@
 
 namespace cli {
 
-// Characters to insert, to take out, to replace or to swap with their neighbour.
+// The number of characters to insert, delete, replace or swap with their neighbour.
 std::size_t edit_distance(std::string_view a, std::string_view b);
 
-// The nearest name, the first of several; none if the nearest is another word altogether. Letters
-// of the other case count as the same.
+// The nearest name, the first of several; none if it is too far away. Ignores case.
 std::optional<std::string_view> nearest(std::string_view name,
                                         const std::vector<std::string_view> &known);
 

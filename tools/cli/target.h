@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What becomes of the words that an option or an argument is given.
+// Targets: the destinations of the words of options and arguments.
 #ifndef TOOLS_CLI_TARGET_H
 #define TOOLS_CLI_TARGET_H
 
@@ -14,18 +14,18 @@
 
 namespace cli {
 
-// A command line that can't be followed; the text says what was expected.
+// An error in a command line, with what was expected.
 class UsageError : public std::runtime_error {
  public:
     using std::runtime_error::runtime_error;
 };
 
 struct Target {
-    // Gets each word. Throws a UsageError "expected ..." for one that it can't take.
+    // Called with each word. Throws UsageError "expected ..." for a wrong one.
     std::function<void(const std::string &word)> take;
-    // The only words that it takes; any word if there are none.
+    // The allowed words; none: any word.
     std::vector<std::string> choices;
-    // Takes several words; otherwise one.
+    // Several words are allowed.
     bool many = false;
 };
 
@@ -33,7 +33,7 @@ struct Target {
 Target into(std::string &text);
 // All texts in the order given.
 Target into(std::vector<std::string> &texts);
-// What stands between commas, of all words given.
+// The parts between commas, of all words.
 Target list_into(std::vector<std::string> &texts);
 
 // A whole number of this range.
@@ -51,14 +51,14 @@ Target number_into(std::optional<T> &number_taken, uint64_t least, uint64_t most
 // A number of seconds of this range, with or without a fraction.
 Target seconds_into(double &seconds, double least, double most);
 
-// One of these words, as what it stands for.
+// One of these words, as its value.
 template <class Value, class To>
 Target one_of(const std::map<std::string, Value> &words, To &to) {
     Target target{[words, &to](const std::string &word) { to = words.at(word); }, {}, false};
     for (const auto &[word, value] : words) target.choices.push_back(word);
     return target;
 }
-// One of these words, for the function.
+// One of these words, passed to the function.
 Target one_of(std::vector<std::string> words, std::function<void(const std::string &)> take);
 
 }  // namespace cli

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Values that a command line gives.
+// Values on the command line.
 #ifndef TARNCTL_BASE_ARGUMENT_H
 #define TARNCTL_BASE_ARGUMENT_H
 
@@ -8,8 +8,8 @@
 
 namespace tarnctl {
 
-// Returns what `function`, which reads values of the command line, returns. A value that can't be
-// read is Failure `usage` then, where in a file it is `data`.
+// Calls `function`, which reads values of the command line, and returns its result. Failure `data`,
+// of a value that can't be read, becomes Failure `usage`.
 template <class Function>
 auto read_argument(Function function) {
     try {

@@ -13,7 +13,7 @@ std::vector<cli::Status> exit_statuses() {
     return {{static_cast<int>(Exit::done), "done"},
             {static_cast<int>(Exit::difference), "nothing was found, or there is a difference"},
             {static_cast<int>(Exit::usage), "the arguments are wrong"},
-            {static_cast<int>(Exit::data), "data can't be read as what it should be"},
+            {static_cast<int>(Exit::data), "data is malformed"},
             {static_cast<int>(Exit::store), "a store or a file can't be used"},
             {static_cast<int>(Exit::busy),
              "another process has a transaction open in the store; try again"}};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How a command ends other than well, and what it says then.
+// How a command fails: its exit status and its message.
 #ifndef TARNCTL_BASE_FAILURE_H
 #define TARNCTL_BASE_FAILURE_H
 
@@ -14,20 +14,20 @@
 
 namespace tarnctl {
 
-// What tarnctl exits with.
+// The exit statuses of tarnctl.
 enum class Exit : int {
     done = 0,
     difference = 1,  // nothing found, or a difference
     usage = 2,       // wrong arguments
-    data = 3,        // data that can't be read as what it should be
+    data = 3,        // malformed data
     store = 4,       // a store or a file that can't be used
     busy = 5,        // another process has a transaction open
 };
 
-// What each of them means, in the words of help and manual.
+// Their meanings, as help and manual print them.
 std::vector<cli::Status> exit_statuses();
 
-// Thrown by whatever gives a command up; main prints the text and exits with the code.
+// Ends a command: main prints the text and exits with the code.
 class Failure : public std::runtime_error {
  public:
     Failure(Exit code, const std::string &text) : std::runtime_error(text), code_(code) {}
@@ -42,8 +42,7 @@ class Failure : public std::runtime_error {
 Failure no_such(Exit code, std::string_view kind, std::string_view name,
                 const std::vector<std::string_view> &known);
 
-// Throws a Failure of code `store` if `err`, an errno number that an operation left, isn't 0:
-// "<what>: <the system's text>".
+// Throws Failure `store`, "<what>: <the system's text>", if `err`, an errno number, isn't 0.
 void need(uint32_t err, std::string_view what);
 
 }  // namespace tarnctl

@@ -13,9 +13,9 @@ namespace tarnctl {
 
 // The name of a store file, which isn't empty.
 cli::Target store_into(std::string &path);
-// -s, --store FILE: required; by default the environment's TARNBASE_STORE.
+// -s, --store FILE: required; by default TARNBASE_STORE of the environment.
 cli::Option &add_store_option(cli::Command &command, std::string &path);
-// The same, for a command that can do without a store.
+// The same, but optional.
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path);
 // --json
 cli::Option &add_json_option(cli::Command &command, bool &json);

@@ -49,13 +49,13 @@ class DescriptorBuffer : public std::streambuf {
     std::vector<char> bytes_;
 };
 
-// The file that a chain of links ends at, or the path itself if there is none yet.
+// The file that a chain of links ends at, or the path itself if that file doesn't exist.
 std::string resolved(const std::string &path) {
     char target[PATH_MAX];
     return realpath(path.c_str(), target) != nullptr ? target : path;
 }
 
-// What a file that open(2) makes would have.
+// The mode of a file that open(2) makes.
 mode_t default_mode() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -91,7 +91,7 @@ void OutputFile::open() {
     temporary_ = path_ + ".XXXXXX";
     descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
     if (descriptor_ < 0) fail();
-    // A file system without modes has none to keep.
+    // Fails on a file system without modes.
     (void)fchmod(descriptor_, is_there ? old.st_mode & 07777U : default_mode());
 }
 
@@ -99,7 +99,7 @@ void OutputFile::finish() {
     stream_.flush();
     if (!stream_) fail();
     if (path_.empty()) return;
-    // On the disk ahead of its name, so that no crash leaves an empty file in the old one's place.
+    // The contents reach the disk before the name, so that a crash can't leave an empty file.
     if (!temporary_.empty() && fsync(descriptor_) != 0) fail();
     if (!temporary_.empty() && std::rename(temporary_.c_str(), path_.c_str()) != 0) fail();
     temporary_.clear();

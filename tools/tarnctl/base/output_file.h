@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A file that is written whole, or stays as it was.
+// A file that is replaced as a whole or not at all.
 #ifndef TARNCTL_BASE_OUTPUT_FILE_H
 #define TARNCTL_BASE_OUTPUT_FILE_H
 
@@ -12,15 +12,15 @@
 
 namespace tarnctl {
 
-// Writes to a temporary file beside `path`, which takes its place when all is written. What is no
-// regular file, a pipe or a device, is written directly; "" or "-" is standard output.
+// Writes to a temporary file in the folder of `path` and renames it when everything is written. A
+// pipe or a device is written directly; "" or "-" is standard output.
 class OutputFile {
  public:
     // Failure `store` that names the file, here and below.
     explicit OutputFile(const std::string &path);
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;
-    // Takes the temporary file away unless all was written.
+    // Removes the temporary file unless everything was written.
     ~OutputFile();
 
     std::ostream &stream() { return stream_; }
@@ -37,7 +37,7 @@ class OutputFile {
     std::ostream stream_{nullptr};
 };
 
-// What follows the last point of the file's name; empty if there is none.
+// The part of the file's name after its last point; empty if it has none.
 std::string_view suffix_of(std::string_view path);
 
 }  // namespace tarnctl

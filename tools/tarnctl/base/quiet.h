@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The library traces what it refuses; where a refusal is an answer that was asked for, the trace
-// would only repeat on standard error what the command says.
+// The library traces every call that it refuses. Where a command reports the refusal itself, the
+// trace on standard error would repeat it.
 #ifndef TARNCTL_BASE_QUIET_H
 #define TARNCTL_BASE_QUIET_H
 
@@ -9,7 +9,7 @@
 
 namespace tarnctl {
 
-// No trace lines while the scope lasts.
+// Suppresses trace lines during its scope.
 class QuietScope {
  public:
     QuietScope() {

@@ -11,7 +11,7 @@
 
 namespace tarnctl {
 
-// Nothing if the text is no size, or too large for 64 bits.
+// None if the text isn't a size, or too large for 64 bits.
 std::optional<uint64_t> parse_size(std::string_view text);
 // "64 GiB", "1.5 MiB", "80 bytes".
 std::string size_text(uint64_t bytes);

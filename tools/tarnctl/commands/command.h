@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The commands. Each is declared by one function in a file of its own, which describes it to the
-// program: its arguments and options, its help and, as its action, what it does. An action fails
-// by throwing a Failure. One whose result is the exit status ("nothing found", "the stores
-// differ") stores it through `status`.
+// The commands. A function in a file of its own declares each: its arguments, options, help and
+// action. An action fails by throwing a Failure. One whose result is the exit status ("nothing
+// found", "the stores differ") stores it through `status`.
 #ifndef TARNCTL_COMMANDS_COMMAND_H
 #define TARNCTL_COMMANDS_COMMAND_H
 

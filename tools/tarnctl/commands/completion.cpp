@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl completion: the scripts that complete its command lines, and their answers.
+// tarnctl completion: the scripts that complete its command lines, and their candidates.
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -23,7 +23,7 @@ std::vector<std::string> words_of(std::istream &in) {
     return words;
 }
 
-void answer(const cli::Command &program) {
+void print_candidates(const cli::Command &program) {
     const Completion completion = complete(program, words_of(std::cin));
     std::cout << (completion.files ? "files" : completion.open ? "open" : "words") << '\n';
     for (const Candidate &each : completion.candidates)
@@ -36,9 +36,9 @@ std::string_view script_of(const std::string &shell) {
 }
 
 constexpr const char *footer = R"(
-The packages install these scripts where the shells look for them. Elsewhere the
-shell reads them when it starts: bash and zsh from a line in their start files,
-fish from its folder.
+The packages install these scripts in the folders that the shells search. Without
+a package, bash and zsh read them from a line in their start files, fish from its
+folder.
 
 Examples:
   source <(tarnctl completion bash)
@@ -55,12 +55,14 @@ void declare_completion(cli::Command &program, Exit & /*status*/) {
                      cli::one_of({"bash", "zsh", "fish"},
                                  [options](const std::string &shell) { options->shell = shell; }),
                      "Shell that the script is for");
-    // What the scripts call; no user does.
-    command.flag("--candidates", options->candidates, "Answer the words on standard input")
+    // Called by the scripts only.
+    command
+        .flag("--candidates", options->candidates,
+              "Print the candidates for the words on standard input")
         .hidden();
     command.notes = footer;
     command.action = [options, &program] {
-        if (options->candidates) return answer(program);
+        if (options->candidates) return print_candidates(program);
         if (options->shell.empty())
             throw Failure(Exit::usage, "completion: name the shell: bash, zsh or fish");
         std::cout << script_of(options->shell);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl decode: wire bytes, each with what it means.
+// tarnctl decode: wire bytes with their meaning.
 #include <fmt/format.h>
 
 #include <cctype>
@@ -28,14 +28,13 @@ namespace {
 constexpr const char *footer = R"(
 The input is one or more records as a table's record marshal writes them, one
 after the other; with --as objects of a structure, or with --key keys of a
-table. A document that export writes as frames is taken apart too. Hexadecimal
-input may hold blanks, ends of lines, colons, commas, 0x and comments from # to
-the end of a line. Without --hex and --binary, input that starts as a record is
-binary; other input is hexadecimal if it holds nothing else.
+table. A document that export writes as frames is decoded too. Hexadecimal input
+may have blanks, line ends, colons, commas, 0x and comments from # to the end of
+a line. Without --hex and --binary, input that starts like a record is binary;
+other input is hexadecimal if all of it is.
 
-Bytes that are known to nobody, such as the fields of a newer writer, are shown
-as unknown; bytes that aren't what they should be are marked with a !, and the
-exit status is 3.
+Bytes without a known meaning, such as the fields of a newer writer, are shown as
+unknown; malformed bytes are marked with a !, and the exit status is 3.
 
 Examples:
   tarnctl export ldap_conn --format frames --store net.store | tarnctl decode
@@ -85,7 +84,7 @@ std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) 
     return bytes;
 }
 
-// The form of a JSON or XML document that export writes: its root is at the front.
+// The form of an exported JSON or XML document, recognised by its root.
 std::optional<Format> export_form(std::string_view bytes) {
     const std::optional<Format> format = format_of_content(bytes);
     if (!format || *format == Format::frames) return std::nullopt;
@@ -94,7 +93,7 @@ std::optional<Format> export_form(std::string_view bytes) {
     return has_root ? format : std::nullopt;
 }
 
-// What isn't wire bytes, and would be shown as damaged ones.
+// Refuses input that isn't wire bytes and would be shown as malformed.
 void check_input(const Options &options, std::string_view bytes) {
     const std::string name = options.file == "-" ? "standard input" : options.file;
     const auto refuse = [&](std::string_view what) {
@@ -123,7 +122,7 @@ bool looks_like_hex(const std::string &text) {
 
 Form form_of(const Options &options) {
     if (options.as.empty()) {
-        if (options.key) throw Failure(Exit::usage, "--key wants the table named with --as");
+        if (options.key) throw Failure(Exit::usage, "--key needs a table, named with --as");
         return {};
     }
     const Structure *structure = catalogue.structure(options.as);
@@ -138,7 +137,7 @@ std::string hexadecimal(Bytes bytes) {
     return text;
 }
 
-// One piece: its bytes in rows, the name and the value beside the first one.
+// Prints a piece: its bytes in rows, with the name and the value after the first.
 void print_piece(const Piece &piece, Bytes bytes, std::size_t row) {
     const Screen &screen = output_screen();
     const std::string name = fmt::format("{:{}}{}", "", 2 * piece.depth, piece.name);
@@ -182,7 +181,7 @@ void run(const Options &options, Exit &status) {
     const std::string_view content(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     check_input(options, content);
     if (options.as.empty() && content.starts_with(frames_magic)) form.kind = Form::Kind::document;
-    // The rows leave room for the names on a terminal of 80 columns.
+    // Short enough for the names to fit on a terminal of 80 columns.
     const std::size_t width = output_screen().width;
     const std::size_t row = width != 0 && width < 100 ? 8 : 16;
     const std::vector<Piece> pieces = take_apart(bytes, form, row);
@@ -198,7 +197,7 @@ void run(const Options &options, Exit &status) {
 
 void declare_decode(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
-    cli::Command &command = program.command("decode", "Show wire bytes, each with what it means");
+    cli::Command &command = program.command("decode", "Show wire bytes with their meaning");
     command.argument("FILE", cli::into(options->file),
                      "File of wire bytes; standard input by default");
     command.option("--as", "TABLE|TYPE", cli::into(options->as),

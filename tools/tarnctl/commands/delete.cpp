@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl delete: records taken out and destroyed.
+// tarnctl delete: deletes records.
 #include "commands/command.h"
 #include "commands/writing.h"
 
@@ -8,9 +8,9 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-Nothing is asked; when several records may be meant, their number is printed.
-Records of a table that is marked for replication are refused: the replication
-engine alone takes them out. Batches are written as for insert.
+There is no confirmation; the number of deleted records is printed unless one was
+chosen by its key. Only the replication engine deletes the records of a table that
+is marked for replication. Batches are written as for insert.
 
 --json prints what insert --json prints.
 

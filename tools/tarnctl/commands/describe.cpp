@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl describe: all that is known of a table or a type.
+// tarnctl describe: a table or a type in detail.
 #include "describe/describe.h"
 
 #include <fmt/format.h>
@@ -55,11 +55,11 @@ void run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-WIRE is what a field takes on the wire, in bytes; + where a string or an address
-adds to it. KEY is a field's place in the key, FROM the variant that brought the
-field, USED what an object of a variant uses of its memory, and SLOP what is
-allocated beyond that. A unit is shown where one is fixed; elsewhere the
-program that fills the table chooses it.
+WIRE is the size of a field on the wire, in bytes; + if a string or an address adds
+to it. KEY is a field's position in the key, FROM the first variant with the field,
+USED the memory that an object of a variant uses, and SLOP the memory allocated
+beyond that. A unit is shown if the schema fixes one; otherwise the program that
+fills the table chooses it.
 
 Examples:
   tarnctl describe tbl_ldap_conn

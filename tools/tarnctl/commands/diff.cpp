@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl diff: what differs between two stores, or a store and an export.
+// tarnctl diff: the differences of two stores, or of a store and an export.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -21,13 +21,12 @@ namespace {
 constexpr const char *footer = R"(
 Each side is a store file or a document that export wrote (- for one on standard
 input). Type and name identify a table; tenant, key and source a record. The
-listing has a line for each record, + for one that B has alone, - for one that A
-has alone, ~ for one that is another in B, and below it a line for each field.
+listing has a line for each record, + for one that only B has, - for one that only
+A has, ~ for one that differs, and below it a line for each field.
 
 --json prints one object: {"a", "b", "same", "tables": [{"change", "table"}],
-"changes": [...], "counts": {"inserted", "changed", "deleted"}}, with a change
-of a record in the form that set --dry-run --json has; the words are those of
-what makes A into B.
+"changes": [...], "counts": {"inserted", "changed", "deleted"}}, with changes in
+the form of set --dry-run --json; they are those that turn A into B.
 
 Examples:
   tarnctl diff old.store net.store
@@ -43,7 +42,7 @@ struct Options {
     bool json = false;
 };
 
-// A difference in JSON, printed one by one.
+// Prints the differences as JSON, one by one.
 class JsonListing {
  public:
     JsonListing(const std::string &a, const std::string &b) {
@@ -106,7 +105,7 @@ class TextListing {
     bool begun_ = false;
 };
 
-// A field of some table begins each of them.
+// Each must begin with a field of some table.
 void check_ignored(const std::vector<std::string> &fields) {
     std::vector<std::string_view> names{"pending"};
     for (const Table *table : catalogue.tables) {
@@ -126,7 +125,7 @@ void warn_of_unknown(const Side &side) {
     instances(side.store, &unknown);
     if (unknown > 0)
         std::cerr << fmt::format(
-            "tarnctl: {}: {} tables of types that this program doesn't know "
+            "tarnctl: {}: {} tables of types that this program doesn't have "
             "aren't compared\n",
             side.name, unknown);
 }
@@ -184,10 +183,10 @@ void declare_diff(cli::Command &program, Exit &status) {
     command.argument("A", cli::into(options->a), "Store file or export").required();
     command.argument("B", cli::into(options->b), "What it is compared with").required();
     command.option("-T,--table", "TABLE", cli::into(options->tables),
-                   "Compare this table alone; may be given several times");
+                   "Compare only this table; may be given several times");
     command.option("--ignore", "FIELD", cli::into(options->ignored),
-                   "Let this field differ, with all that is inside it; may be given several times");
-    command.flag("-q,--brief", options->brief, "Only tell whether they differ");
+                   "Ignore this field and the fields inside it; may be given several times");
+    command.flag("-q,--brief", options->brief, "Only print whether they differ");
     add_json_option(command, options->json);
     command.notes = footer;
     command.action = [options, &status] { run(*options, status); };

@@ -19,25 +19,24 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-The document holds the records of all tenants and sources, and is one of three
-forms:
+The document has the records of all tenants and sources, in one of three forms:
 
-JSON: a record a line. It carries all values; bytes that aren't UTF-8 are
+JSON: a record a line. It can represent all values; bytes that aren't UTF-8 are
 {"hex": "00ff"}, and a number beyond 2^53 is a string of its digits, because many
-readers take numbers for doubles.
+readers use doubles for numbers.
 
-XML: the record form of the library, for other programs. It can't carry strings
-with control characters or bytes that aren't UTF-8, and no enumeration whose
-value is none of its enumerators': such a record ends the export. With --skip it
+XML: the record form of the library, for other programs. It can't represent
+strings with control characters or bytes that aren't UTF-8, nor an enumeration
+with a value that no enumerator has: such a record ends the export. With --skip it
 is left out and reported, and the exit status is 3. With --escape its element has
 escaped="true" and each such byte as \x and two hexadecimal digits, a backslash
-as two, a value that is no enumerator's as its number; import reads it back.
+as two, and such a value as its number; import reads it back.
 
-frames: the wire form, for the quickest way from store to store. It carries all
+frames: the wire form, the fastest from store to store. It can represent all
 values.
 
-The file is written whole, or stays as it was: an export that ends early leaves
-the old one.
+The file is replaced only when the export is complete: one that ends early leaves
+the old file.
 
 Examples:
   tarnctl export --store net.store -o net.xml
@@ -60,7 +59,7 @@ std::vector<Instance> chosen(const Store &store, const std::vector<std::string> 
         if (unknown == 0) return all;
         throw Failure(Exit::store,
                       fmt::format("{}: {} of its tables are of types that this program doesn't "
-                                  "know; name the tables to export",
+                                  "have; name the tables to export",
                                   store.path(), unknown));
     }
     std::vector<Instance> found;
@@ -77,14 +76,14 @@ std::vector<Instance> chosen(const Store &store, const std::vector<std::string> 
             continue;
         }
         const std::vector<Instance> all = instances_of(store, *reference.table);
-        // It has none: this says so.
+        // It has none: fails.
         if (all.empty()) find_instance(store, reference);
         for (const Instance &each : all) add(each);
     }
     return found;
 }
 
-// The form that is asked for, or that of the file's suffix. A file without a suffix says nothing.
+// The form of --format, or that of the file's suffix, or JSON without a suffix.
 Format chosen_format(const Options &options) {
     if (options.format) return *options.format;
     if (const auto format = format_of_name(options.output)) return *format;
@@ -98,7 +97,8 @@ Format chosen_format(const Options &options) {
 Format format_of(const Options &options) {
     const Format format = chosen_format(options);
     if (format != Format::xml && (options.skip || options.escape))
-        throw Failure(Exit::usage, "--skip and --escape: only XML has records that it can't carry");
+        throw Failure(Exit::usage,
+                      "--skip and --escape: only XML has records that it can't represent");
     return format;
 }
 
@@ -155,10 +155,10 @@ void declare_export(cli::Command &program, Exit &status) {
                    "suffix, else json");
     command.option("-o,--output", "FILE", cli::into(options->output),
                    "File to write; standard output by default");
-    command.flag("--skip", options->skip, "Leave out the records that XML can't carry")
+    command.flag("--skip", options->skip, "Leave out the records that XML can't represent")
         .excludes("escape");
     command.flag("--escape", options->escape,
-                 "Escape what XML can't carry, in a form that import reads back");
+                 "Escape what XML can't represent, in a form that import reads back");
     command.notes = footer;
     command.action = [options, &status] { run(*options, status); };
 }

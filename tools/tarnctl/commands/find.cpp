@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl find: the records of a table that fulfil conditions.
+// tarnctl find: the records of a table that meet conditions.
 #include <fmt/format.h>
 
 #include <iostream>
@@ -28,7 +28,7 @@ std::string text_of(const std::vector<std::string> &conditions) {
     return text;
 }
 
-// Documents are whole even where nothing is in them.
+// Documents are printed also without records.
 bool is_document(Form form) { return form == Form::json || form == Form::xml || form == Form::csv; }
 
 void run(const Options &options, Exit &status) {
@@ -56,22 +56,22 @@ A condition compares a field with a value or with another field of the record:
   = !=       equal (== is the same), not equal
   < <= > >=  the field is less or greater
   ~ !~       its text matches a pattern, or doesn't
-  =~         likewise, and case counts
+  =~         its text matches a pattern, with case
 
 Numbers compare as numbers, strings by their bytes, addresses in their order,
-enumerators by their numbers. A pattern is a regular expression of `grep -E`; in
-~ and !~ letters of both cases are the same.
+enumerators by their numbers. A pattern is a regular expression of `grep -E`; ~
+and !~ ignore case.
 
 Conditions are joined with AND, OR, NOT and parentheses; AND binds closer than
-OR. All of several arguments must hold. FIELD is a path such as
-aaa_authen.requests or minute[5]; FIELD:hex=00ff gives a string's bytes. A word
-on the right is another field if it names one of the same kind, else a value. A
-value in single or double quotes, in which it may have blanks, is never a field:
-scripts do well to write "sname='$name'", with each quote in the name twice.
+OR. If there are several arguments, all must hold. FIELD is a path such as
+aaa_authen.requests or minute[5]; with FIELD:hex=00ff the value is a string's
+bytes. A word on the right is another field if it names one of the same kind, else
+a value. A value in single or double quotes, which may contain blanks, is never a
+field: in scripts write "sname='$name'", with each quote in the name twice.
 
-A record of a variant that is too old for a field fulfils no comparison with it.
-Where the conditions give the table's whole key, as sname=X, the records are
-found by the index, and no others are read.
+No comparison holds for a field that the record's variant lacks. If the conditions
+fix the table's key, as sname=X does, the index finds the records, and no others
+are read.
 
 The forms of the output are those of `tarnctl show`.
 
@@ -86,16 +86,15 @@ Examples:
 void declare_find(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command =
-        program.command("find", "Find the records of a table that fulfil conditions");
+        program.command("find", "Find the records of a table that meet conditions");
     command
         .argument("TABLE", cli::into(options->table), "The table, or one of several as TABLE:NAME")
         .required();
     command
-        .argument("CONDITION", cli::into(options->selection.conditions),
-                  "What must hold of a record")
+        .argument("CONDITION", cli::into(options->selection.conditions), "Condition on the records")
         .required();
     add_store_option(command, options->store);
-    command.flag("--count", options->count, "Print how many there are, and nothing else");
+    command.flag("--count", options->count, "Print only their number");
     add_selection_options(command, options->selection);
     add_form_options(command, options->form);
     command.notes = footer;

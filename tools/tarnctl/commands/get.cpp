@@ -31,8 +31,8 @@ std::string place_text(uint16_t tenant, uint8_t source) {
     return fmt::format("tenant {}, source {}", tenant, source);
 }
 
-// What a user may have meant instead: the key of another tenant or source, the key that is written
-// alike, or the next one in the table's order.
+// A suggestion: the key with another tenant or source, a similar key, or the next one in the
+// table's order.
 std::string suggestion(const Store &store, const Instance &instance, const Key &key,
                        const Options &options) {
     std::vector<std::string> keys;
@@ -97,14 +97,14 @@ void run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-Give the key's values in the order of the key, or as FIELD=VALUE in any order;
-FIELD:hex=00ff gives a string's bytes. `tarnctl describe TABLE` lists them. A
-list shows an enumerator's name and number, and the least and the largest value
-of an array; --field prints the whole array, with blanks between the values.
+Give the key's values in the order of the key, or as FIELD=VALUE in any order, a
+string's bytes as FIELD:hex=00ff. `tarnctl describe TABLE` lists the fields. A
+list shows an enumerator's name and number, and the smallest and largest value of
+an array; --field prints the whole array, with blanks between the values.
 
 As JSON: {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key"
-on tables with a key structure only; with --columns an object that has these
-columns as members.
+only on tables with a key structure; with --columns an object with these columns
+as members.
 
 Examples:
   tarnctl get ldap_conn ldap1.example.net --store net.store
@@ -115,9 +115,10 @@ void add_place_options(cli::Command &command, Options &options) {
     add_tenant_option(command, options.tenant, "The record's tenant; by default 0");
     add_source_option(command, options.source, "The record's source; by default 1");
     command.flag("--nearest", options.nearest,
-                 "If there is none of this key, the next one after it");
+                 "If there is none with this key, the next one after it");
     command
-        .flag("--before", options.before, "If there is none of this key, the nearest one before it")
+        .flag("--before", options.before,
+              "If there is none with this key, the nearest one before it")
         .excludes("nearest");
 }
 
@@ -133,9 +134,7 @@ void declare_get(cli::Command &program, Exit & /*status*/) {
     add_store_option(command, options->store);
     add_place_options(command, *options);
     add_form_options(command, options->form);
-    command
-        .option("--field", "FIELD", cli::into(options->field),
-                "Print this field's value and nothing else")
+    command.option("--field", "FIELD", cli::into(options->field), "Print only this field's value")
         .excludes("format")
         .excludes("json")
         .excludes("columns");

@@ -20,18 +20,18 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-The document is one that export wrote, or a program in one of its forms; its
-first bytes tell which unless --format does. Tables are made as needed. An
-import is one transaction: an error names the file and the line (or the frame
-and its byte), and leaves the store as it was, unless --skip-bad passes over
-records that can't be read. A document that is broken as a whole, such as a
-file that is cut off, is never passed over.
+The document was written by export, or by a program in one of its forms; without
+--format its first bytes determine the form. Tables are made as needed. An import
+is one transaction: an error names the file and the line (or the frame and its
+byte), and leaves the store as it was, unless --skip-bad skips records that can't
+be read. A document that is malformed as a whole, such as a truncated file, is
+always an error.
 
 --json prints one object: {"inserted", "replaced", "kept", "skipped", "tables",
-"made", "dry_run"}; "inserted" counts the records that are in the store now and
-weren't, or were others, "made" the tables that were made.
+"made", "dry_run"}; "inserted" counts the records that are new in the store or
+replaced another, "made" the tables that were made.
 
-With --skip-bad the exit status is 3 if a record was passed over.
+With --skip-bad the exit status is 3 if a record was skipped.
 
 Examples:
   tarnctl import --store net.store net.xml
@@ -72,7 +72,7 @@ void print(const Options &options, const ImportCounts &counts) {
     if (counts.made > 0) std::cout << fmt::format(", {} of them new", counts.made);
     if (counts.replaced > 0) std::cout << fmt::format("; {} replaced", counts.replaced);
     if (counts.kept > 0) std::cout << fmt::format("; {} kept as they were", counts.kept);
-    if (counts.skipped > 0) std::cout << fmt::format("; {} passed over", counts.skipped);
+    if (counts.skipped > 0) std::cout << fmt::format("; {} skipped", counts.skipped);
     std::cout << '\n';
 }
 
@@ -82,7 +82,7 @@ ImportOptions import_options(const Options &options) {
     result.on_conflict = options.on_conflict;
     if (options.skip_bad)
         result.skip = [](const std::string &text) {
-            std::cerr << fmt::format("tarnctl: {}; passed over\n", shown(text, output_screen()));
+            std::cerr << fmt::format("tarnctl: {}; skipped\n", shown(text, output_screen()));
         };
     return result;
 }
@@ -127,9 +127,9 @@ void add_input_options(cli::Command &command, Options &options) {
     command.argument("FILE", cli::into(options.input), "Document to read; - is standard input")
         .required();
     command.option("-f,--format", "FORM", cli::one_of(format_names, options.format),
-                   "Form of the document: xml, json or frames; by default its first bytes tell");
+                   "Form of the document: xml, json or frames; by default that of its first bytes");
     command.option("-T,--table", "TABLE", cli::into(options.tables),
-                   "Take the records of this table alone; may be given several times");
+                   "Import only the records of this table; may be given several times");
 }
 
 }  // namespace
@@ -144,9 +144,8 @@ void declare_import(cli::Command &program, Exit &status) {
                    "What becomes of a record whose tenant, key and source the store has already: "
                    "fail (the default), replace the store's, or keep it");
     command.flag("--skip-bad", options->skip_bad,
-                 "Say what is wrong with records that can't be read, and pass over them");
-    command.flag("--lenient", options->lenient,
-                 "Pass over elements, members and attributes that this program doesn't know");
+                 "Skip records that can't be read, and report them");
+    command.flag("--lenient", options->lenient, "Skip unknown elements, members and attributes");
     command.flag("-n,--dry-run", options->dry_run,
                  "Import, and roll back: the store stays as it is");
     add_json_option(command, options->json);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl insert: records that are new.
+// tarnctl insert: inserts records.
 #include "commands/command.h"
 #include "commands/writing.h"
 
@@ -8,24 +8,24 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-All fields of the key must be given. An enumeration takes an enumerator or its
-number, an array all of its elements with blanks between them, or one as
-minute[5]=7; a field of a structure is written as aaa_authen.requests=3, and a
+All fields of the key must be given. The value of an enumeration is an enumerator
+or its number, that of an array all elements with blanks between them; an element
+is written as minute[5]=7, a field of a structure as aaa_authen.requests=3, and a
 string of any bytes as FIELD:hex=00ff.
 
-With --create a table that the store doesn't hold is made, under the name given
-as TABLE:NAME or else under the usual one, as for `tarnctl table create`.
+With --create a table that the store doesn't have is made, with the NAME of
+TABLE:NAME or else the usual name, as by `tarnctl table create`.
 
-With --or-update a record that is there gets the fields that are given and keeps
-the others, and FIELD+=NUMBER adds to what it has; a new record starts at 0.
+With --or-update an existing record gets the given fields and keeps the others,
+and FIELD+=NUMBER adds to its value; a new record starts at 0.
 
 A batch has one order a line, as `insert TABLE FIELD=VALUE...`, `set TABLE
-KEY... FIELD=VALUE...` or `delete TABLE KEY...`. A line takes the options of its
-command that choose records, --source, --tenant, --where and --all, and an
-insert takes --create and --or-update, a set --if-exists. `tarnctl insert` gives
-its --create and --or-update to all inserts of a batch, `tarnctl set` its
---if-exists to all sets. Words are quoted as in a shell, and # begins a comment.
-If one order can't be carried out, none is, and the line is named.
+KEY... FIELD=VALUE...` or `delete TABLE KEY...`. A line can have the options of
+its command that choose records, --source, --tenant, --where and --all, an insert
+also --create and --or-update, a set --if-exists. --create and --or-update of
+`tarnctl insert` apply to all inserts of a batch, --if-exists of `tarnctl set` to
+all sets. Words are quoted as in a shell, and # begins a comment. If one order
+fails, none is carried out, and the error names the line.
 
 --json prints {"dry_run", "inserted", "changed", "deleted", "tables",
 "changes"}: counts, the tables that were made, and a list of changes, each

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl manifest: the schema that a library file was built from, beside this program's.
+// tarnctl manifest: the schema of a library file, compared with this program's.
 #include "library/manifest.h"
 
 #include <fmt/format.h>
@@ -87,9 +87,8 @@ void print_text(const Options &options, const Manifest &manifest,
 }
 
 constexpr const char *footer = R"(
-Items are recognised by their LUID. An item that this program doesn't know has
-no name; it is new, or an item of this program was changed: then that one is
-gone.
+Items are recognised by their LUID. An item that this program doesn't have has no
+name: it is new, or it replaces an item of this program, which is then gone.
 
 Examples:
   tarnctl manifest /usr/lib/x86_64-linux-gnu/libtarnbase.so.1
@@ -100,7 +99,7 @@ Examples:
 void declare_manifest(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = program.command(
-        "manifest", "Show the schema of a library file, checked against this program's");
+        "manifest", "Show the schema of a library file, compared with this program's");
     command.argument("FILE", cli::into(options->path), "Library file").required();
     command.flag("--changes", options->changes, "Show only the items that differ");
     add_json_option(command, options->json);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl minutes: the figures of a day, drawn.
+// tarnctl minutes: draws the figures of a day.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -27,12 +27,12 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-A bar of the line stands for as many minutes as the width allows and is as
-high as the highest of their figures; the field has a row an hour and a cell a
-minute. What a figure counts is up to the program that keeps the table.
+A bar of the line is for as many minutes as the width requires, and is as high as
+the highest of their figures; the heatmap has a row an hour and a cell a minute.
+The program that keeps the table chooses what the figures count.
 
-A picture is written where --output ends in .svg or .png, or with --as, and is
-960 by 320 pixels unless --size says otherwise.
+A picture is written if --output ends in .svg or .png, or with --as, and is 960
+by 320 pixels by default.
 
 Examples:
   tarnctl minutes aaa_servers radius1 --store net.store
@@ -101,8 +101,8 @@ Day read_day(const Options &options) {
 std::pair<int, int> size_of(const std::string &text) {
     int width = 0;
     int height = 0;
-    char behind = 0;
-    const bool good = std::sscanf(text.c_str(), "%dx%d%c", &width, &height, &behind) == 2;
+    char rest = 0;
+    const bool good = std::sscanf(text.c_str(), "%dx%d%c", &width, &height, &rest) == 2;
     if (!good || width < 200 || width > 10000 || height < 120 || height > 10000)
         throw Failure(Exit::usage, fmt::format("--size `{}`: expected WIDTHxHEIGHT in pixels, 200 "
                                                "to 10000 by 120 to 10000",
@@ -169,8 +169,7 @@ void write(const std::string &path, const std::string &bytes) {
 
 void declare_minutes(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    cli::Command &command =
-        program.command("minutes", "Draw the 1440 figures of a day of a record");
+    cli::Command &command = program.command("minutes", "Draw the 1440 figures of a record's day");
     add_store_option(command, options->store);
     command.argument("TABLE", cli::into(options->table), "Table with figures by the minute")
         .required();
@@ -185,7 +184,7 @@ void declare_minutes(cli::Command &program, Exit & /*status*/) {
     command.option("-o,--output", "FILE", cli::into(options->output),
                    "File to write; standard output otherwise");
     command.option("--size", "WIDTHxHEIGHT", cli::into(options->size),
-                   "Measures of a picture in pixels");
+                   "Size of a picture in pixels");
     add_tenant_option(command, options->tenant, "Tenant of the record; 0 by default");
     add_source_option(command, options->source, "Source of the record; 1 by default");
     add_json_option(command, options->json);

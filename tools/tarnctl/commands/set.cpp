@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl set: other values for fields of records that are there.
+// tarnctl set: sets fields of records.
 #include "commands/command.h"
 #include "commands/writing.h"
 
@@ -8,18 +8,18 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-A word of the form FIELD=VALUE is a field, any other one a value of the key. A
-value of the key that holds = or stands in [ ] is written with its field's
-name, as sname=a=b. Values are written as for insert, and so are batches. A
-record keeps its key as long as it lives: delete it and insert another to
-change that.
+A word of the form FIELD=VALUE sets a field, any other one is a value of the key.
+A value of the key that contains = or is in [ ] is written with its field's name,
+as sname=a=b. Values and batches are written as for insert. The key of a record
+can't be changed: delete the record and insert another.
 
-FIELD+=NUMBER adds to an integer, FIELD-=NUMBER subtracts from it; a sum that
-the field can't hold is an error, and the field keeps its value.
+FIELD+=NUMBER adds to an integer, FIELD-=NUMBER subtracts from it; a result out of
+the field's range is an error, and the field keeps its value.
 
 --json prints what insert --json prints.
 
-A field that the record's object is too old for is an error of exit status 3.
+A field that the variant of the record's object lacks is an error of exit status
+3.
 
 Examples:
   tarnctl set ldap_conn ldap1.example.net num_conns=8 --store net.store

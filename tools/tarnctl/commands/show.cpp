@@ -29,25 +29,24 @@ void run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-In a pipe all columns and values are printed whole. On a terminal a table fits
-its width: what has no place is hidden, first the columns that are 0 or empty in
-all records, and the last line says how many. Where a row of the key and two
-columns has no place, and for columns of --columns that don't fit, each record
-is a list. The columns tenant, source and pending are there if one of the
-records has another tenant than 0, another source than 1, or waits to be
-destroyed.
+In a pipe all columns and values are printed in full. On a terminal a table fits
+its width: columns that don't fit are hidden, first those that are 0 or empty in
+all records, and the last line has their number. If the key and two columns don't
+fit, or columns of --columns don't, each record is a list. The columns tenant,
+source and pending are shown if a record has another tenant than 0, another
+source than 1, or awaits its destruction.
 
---where takes the conditions of `tarnctl find`.
+--where has the conditions of `tarnctl find`.
 
---sort puts records that are too old to have the field first. With --group-by
-or --aggregate it takes the columns that are printed, such as count:desc, and
---limit counts groups.
+--sort puts records whose variant lacks the field first. With --group-by or
+--aggregate it sorts by the printed columns, such as count:desc, and --limit
+counts groups.
 
 Several tables are printed one after the other, with their names. XML and JSON
 are the documents of `tarnctl export`, in which a JSON record is
-{"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key" on tables
-with a key structure only. With --columns or groups JSON is an array of objects
-that have the columns as members, and "table" if there are several.
+{"tenant": 0, "source": 1, "key": {...}, "fields": {...}}, with "key" only on
+tables with a key structure. With --columns or groups JSON is an array of objects
+with the columns as members, and "table" if there are several tables.
 
 Examples:
   tarnctl show ldap_conn --where 'num_conns>2 OR sname~^ldap' --store net.store
@@ -56,7 +55,7 @@ Examples:
   tarnctl show aaa_servers --group-by status --aggregate count,sum(dead_count)
   tarnctl show ldap_conn ldap_stats --store net.store
 
-A table without records is no error.)";
+An empty table is no error.)";
 
 }  // namespace
 

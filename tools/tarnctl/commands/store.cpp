@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl store: makes a store file, and shows what one holds.
+// tarnctl store: makes a store file, and shows its contents.
 #include <fmt/format.h>
 
 #include <charconv>
@@ -62,11 +62,11 @@ void create(const Options &options) {
     need(err, fmt::format("{}: entering the types", options.path));
 }
 
-// What `info` shows: kel_store_description, and what the table list holds.
+// The contents of a store: kel_store_description and the table list.
 struct Info {
     kel_store_description store;
     std::vector<Instance> tables;
-    std::size_t unknown = 0;  // table blocks of tables that this program doesn't know
+    std::size_t unknown = 0;  // tables that aren't in the catalogue
 
     explicit Info(const Store &from) : store(from.describe()), tables(instances(from, &unknown)) {}
     double fill() const {
@@ -141,7 +141,7 @@ void inform(const Options &options) {
 void declare_create(cli::Command &group) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = group.command("create", "Make a store file");
-    command.argument("FILE", store_into(options->path), "File to make; it must not be there")
+    command.argument("FILE", store_into(options->path), "File to make; it must not exist")
         .required();
     command.option("--capacity", "SIZE", cli::into(options->capacity),
                    "What the store may grow to, in bytes or as a number with K, M, G or T; "
@@ -152,7 +152,7 @@ void declare_create(cli::Command &group) {
     command.flag("--types", options->types,
                  "Enter the descriptors of all types at once, not with the first record");
     command.notes =
-        "The file takes as much of the disk as is in use; the capacity is a range of\n"
+        "The file uses disk space only for its contents; the capacity is a range of\n"
         "addresses.\n\n"
         "Examples:\n"
         "  tarnctl store create net.store\n"
@@ -170,8 +170,8 @@ void declare_info(cli::Command &group) {
         .required();
     add_json_option(command, options->json);
     command.notes =
-        "The size is that of the file; what is in use is what its blocks take, in their\n"
-        "size classes. Types are the descriptors that the store keeps for all processes.\n\n"
+        "The size is that of the file; in use are the bytes of its blocks, in their size\n"
+        "classes. Types are the descriptors in the store, for all processes.\n\n"
         "Examples:\n"
         "  tarnctl store info net.store\n"
         "  tarnctl store info --json net.store";
@@ -181,7 +181,7 @@ void declare_info(cli::Command &group) {
 }  // namespace
 
 void declare_store(cli::Command &program, Exit & /*status*/) {
-    cli::Command &group = program.command("store", "Make a store file, or show what one holds");
+    cli::Command &group = program.command("store", "Make a store file, or show its contents");
     group.notes = "Example:\n  tarnctl store create net.store";
     declare_create(group);
     declare_info(group);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl table: makes a table in a store, takes one out, and lists them.
+// tarnctl table: makes, removes and lists the tables of a store.
 #include <fmt/format.h>
 
 #include <iostream>
@@ -87,10 +87,10 @@ void declare_create(cli::Command &group) {
     command.argument("TABLE", cli::into(options->table), "Table to make, or TABLE:NAME").required();
     command.flag("-n,--dry-run", options->dry_run, "Do it in a copy of the store in memory");
     command.notes =
-        "A table is made under the name given as TABLE:NAME, or else under the usual\n"
-        "one: that of the daemons that keep the table, which is ldap for the tables of\n"
-        "ldap_stats and dot1x for those of dot1x_ports, and the table's own name without\n"
-        "tbl_ for all others. A table that is there already is an error of exit status 3.\n\n"
+        "The table gets the NAME of TABLE:NAME, or else its usual name: that of the daemons\n"
+        "that keep the table, ldap for the tables of ldap_stats and dot1x for those of\n"
+        "dot1x_ports, and the table's own name without tbl_ for all others. A table that\n"
+        "exists already is an error of exit status 3.\n\n"
         "Examples:\n"
         "  tarnctl table create ldap_conn --store net.store\n"
         "  tarnctl table create ldap_conn:backup --store net.store";
@@ -99,7 +99,7 @@ void declare_create(cli::Command &group) {
 
 void declare_drop(cli::Command &group) {
     const auto options = std::make_shared<Options>();
-    cli::Command &command = group.command("drop", "Take a table out of a store");
+    cli::Command &command = group.command("drop", "Remove a table from a store");
     add_store_option(command, options->store);
     command.argument("TABLE", cli::into(options->table), "Table to drop, or TABLE:NAME").required();
     command.flag("--force", options->force, "Delete its records with it");
@@ -130,8 +130,7 @@ void declare_list(cli::Command &group) {
 }  // namespace
 
 void declare_table(cli::Command &program, Exit & /*status*/) {
-    cli::Command &group =
-        program.command("table", "Make a table, take one out of a store, or list them");
+    cli::Command &group = program.command("table", "Make, remove and list the tables of a store");
     group.notes = "Example:\n  tarnctl table create ldap_conn --store net.store";
     declare_create(group);
     declare_drop(group);

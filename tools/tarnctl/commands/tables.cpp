@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl tables: the tables of the schema, and what a store holds of them.
+// tarnctl tables: the tables of the schema, and those of a store.
 #include <fmt/format.h>
 #include <fnmatch.h>
 
@@ -30,7 +30,7 @@ struct Options {
     bool json = false;
 };
 
-// A table of the schema, with what the store holds of it.
+// A table of the schema, with its instances in the store.
 struct Row {
     const Table *table;
     std::vector<std::pair<Instance, Census>> open;
@@ -174,9 +174,9 @@ void run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-With a store, a table that is open in it is shown once for each of its
-instances, with its records counted by source and by tenant. Source 255 is the
-one of shadows. Pending records wait to be destroyed.
+With a store, a table of the store has a line for each of its instances, with the
+number of records by source and by tenant. Source 255 is that of shadows. Pending
+records await their destruction.
 
 A pattern has * for any characters, ? for one and [abc] for one of several.
 
@@ -188,7 +188,8 @@ Examples:
 
 void declare_tables(cli::Command &program, Exit & /*status*/) {
     const auto options = std::make_shared<Options>();
-    cli::Command &command = program.command("tables", "List the tables and what they hold");
+    cli::Command &command =
+        program.command("tables", "List the tables of the schema and of a store");
     command.argument("PATTERN", cli::into(options->pattern),
                      "Tables to list, by name with or without tbl_; all by default");
     add_optional_store_option(command, options->store);

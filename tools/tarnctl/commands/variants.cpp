@@ -76,21 +76,21 @@ void print_text(const Answer &answer, bool with_store) {
     const Pager pager;
     const bool is_library = std::string_view(answer.source) == "library";
     if (with_store && is_library)
-        std::cout << "The store keeps no descriptors; these are the library's, in this process.\n";
+        std::cout << "The store has no descriptors; these are the library's, in this process.\n";
     if (answer.unknown > 0)
-        std::cout << fmt::format("The store keeps {} more descriptors, unknown to this program.\n",
+        std::cout << fmt::format("The store has {} more descriptors, unknown to this program.\n",
                                  answer.unknown);
     if (grid.rows() == 0) std::cout << "Nothing is in use; --all shows every variant.\n";
     else grid.print(std::cout, screen);
 }
 
 constexpr const char *footer = R"(
-A store that several builds of a schema work on keeps descriptors of its own,
-with counters of all that was ever made in it. Where it keeps none, or without a
-store, the descriptors are the library's in this process: they tell the lengths,
-and count nothing of other processes.
+A store that several builds of a schema use has descriptors of its own, with
+counters of everything that was ever made in it. If it has none, or without a
+store, the descriptors are the library's in this process: they have the lengths,
+but don't count objects of other processes.
 
-USED is what an object of the variant uses of its memory, SLOP what is allocated
+USED is the memory that an object of the variant uses, SLOP the memory allocated
 beyond that.
 
 Examples:
@@ -104,7 +104,7 @@ void declare_variants(cli::Command &program, Exit & /*status*/) {
     cli::Command &command =
         program.command("variants", "Show how many objects of each variant there are");
     add_optional_store_option(command, options->store);
-    command.flag("-a,--all", options->all, "Show variants of which there never was an object");
+    command.flag("-a,--all", options->all, "Also show variants that were never used");
     add_json_option(command, options->json);
     command.notes = footer;
     command.action = [options] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl watch: the changes of records, as they come.
+// tarnctl watch: prints changes of records as they happen.
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -27,7 +27,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
-// Looks in a row that found no rest, before the user is told.
+// Failed readings in a row before the user gets a message.
 constexpr int patience = 20;
 
 struct Options {
@@ -43,7 +43,7 @@ struct Options {
     bool json = false;
 };
 
-// SIGINT and SIGTERM, kept back so that they end a pause and nothing else.
+// Blocks SIGINT and SIGTERM, so that they only end a pause.
 class StopSignals {
  public:
     StopSignals() {
@@ -53,7 +53,7 @@ class StopSignals {
         sigprocmask(SIG_BLOCK, &set_, nullptr);
     }
 
-    // Waits so long. True if a signal came.
+    // Waits. Returns true if a signal came.
     bool within(Milliseconds pause) const {
         const Clock::time_point end = Clock::now() + pause;
         for (;;) {
@@ -99,7 +99,7 @@ class Watch {
     Watch(const Options &options, const Store &store, std::vector<TableReference> references)
         : options_(options), reader_(store, std::move(references)) {}
 
-    // False if --count changes didn't come in time.
+    // Returns false if --timeout came before --count changes.
     bool run() {
         while (!last_) {
             last_ = reader_.read();
@@ -122,7 +122,7 @@ class Watch {
         return has_enough() || !timed_out_ || options_.count == 0;
     }
 
-    // True if it is time to end.
+    // Returns whether to end.
     bool pause() {
         Milliseconds length(options_.interval);
         if (options_.timeout > 0) {
@@ -151,8 +151,8 @@ class Watch {
     void note_rest(bool rested) {
         restless_ = rested ? 0 : restless_ + 1;
         if (restless_ == patience)
-            std::cerr << "tarnctl: a transaction is open whenever the store is looked at; changes "
-                         "are shown when it rests\n";
+            std::cerr << "tarnctl: a transaction is open at every reading of the store; changes "
+                         "are shown when none is\n";
     }
 
     void say(const std::string &text) const {
@@ -186,18 +186,16 @@ bool run(const Options &options) {
 }
 
 constexpr const char *footer = R"(
-A record that changed is printed with ~ and its fields, old -> new, a new one
-with +, one that is gone with -. Of an array only the elements that changed are
-printed. Where a store holds several tables of one name, TABLE means all of
-them.
+A changed record is printed with ~ and its fields, old -> new, a new one with +, a
+deleted one with -. Of an array only the changed elements are printed. If a store
+has several tables of this type, TABLE means all of them.
 
-The store is read every --interval milliseconds, so that of changes in between
-the last one is seen. What a transaction changes is printed when it is
-committed. Changes outside of transactions are seen too, but may be printed in
-parts if they are made during a reading. With --committed the records are read
-only if transactions have ended since: that is cheap in a large store, and blind
-for changes outside of transactions. A store that never rests between two
-transactions can't be read, and is waited for.
+The store is read every --interval milliseconds; of several changes in between
+only the last one is seen. The changes of a transaction are printed after its
+commit. Changes outside of transactions are seen too, but may be printed in parts
+if they are made during a reading. With --committed the records are read only if
+transactions have ended since: this is cheap in a large store, but misses changes
+outside of transactions. While a transaction is open the store isn't read.
 
 --json prints one object a line: {"time", "change", "table", "tenant",
 "source", "key", "fields"}, as insert --json lists them, with the time in UTC.
@@ -220,18 +218,17 @@ void declare_watch(cli::Command &program, Exit &status) {
     command.argument("TABLE", cli::into(options->tables), "Tables to watch");
     command.flag("--all", options->all, "Watch all tables of the store");
     command.option("--interval", "MS", cli::number_into(options->interval, 1, 3600000),
-                   "Milliseconds between two looks, 1 to 3600000; 500 by default");
+                   "Milliseconds between two readings, 1 to 3600000; 500 by default");
     command.option("--count", "N",
                    cli::number_into(options->count, 1, std::numeric_limits<uint64_t>::max()),
                    "End after so many changes of records");
     command.option("--timeout", "S", cli::seconds_into(options->timeout, 0.001, 1e9),
                    "End after so many seconds");
     command.flag("--committed", options->committed,
-                 "Look only when a transaction has ended since the last look");
+                 "Read the records only if a transaction has ended since the last reading");
     command.flag("--no-time", options->no_time, "Leave out the time");
     command.flag("-v,--verbose", options->verbose,
-                 "Tell on standard error when watching begins, and how many changes there "
-                 "were");
+                 "Print on standard error when watching begins, and the number of changes");
     add_json_option(command, options->json);
     command.notes = footer;
     command.action = [options, &status] {

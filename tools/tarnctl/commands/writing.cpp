@@ -31,8 +31,8 @@ struct Options {
     bool json = false;
 };
 
-// Reads the lines of a batch: the commands insert, set and delete with the arguments and the
-// options that choose records, and no others.
+// Reads the lines of a batch: the commands insert, set and delete with their arguments and the
+// options that choose records.
 class LineParser {
  public:
     LineParser() {
@@ -69,7 +69,7 @@ class LineParser {
     OrderReader orders_;
 };
 
-// The options of the command line, for all lines whose command has them.
+// Applies the options of the command line to the lines whose command has them.
 void add_common(const OrderWords &words, Order &order) {
     order.create = order.create || words.create;
     order.or_update = order.or_update || words.or_update;
@@ -127,12 +127,12 @@ std::string summary(const Counts &counts) {
     return text.empty() ? "no record changed" : text;
 }
 
-// One record needs no count.
+// The change of a single record isn't counted.
 bool is_counted(const std::vector<Order> &orders, const Options &options) {
     return options.dry_run || orders.size() != 1 || orders.front().many;
 }
 
-void tell_made_tables(const Editor &editor, bool dry_run) {
+void report_made_tables(const Editor &editor, bool dry_run) {
     for (const std::string &table : editor.made_tables())
         std::cerr << fmt::format("tarnctl: the store holds no table `{}`; it {} made\n",
                                  shown(table, output_screen()), dry_run ? "would be" : "was");
@@ -150,7 +150,7 @@ void run(Verb verb, const Options &options) {
     const std::vector<Order> orders = orders_of(verb, options);
     const Store store =
         options.dry_run ? Store::copy_of(options.store) : Store::open_to_write(options.store);
-    // Kept until they hold.
+    // Printed after the commit.
     std::string text;
     Json changes = Json::array();
     Editor::Listener listener;
@@ -159,7 +159,7 @@ void run(Verb verb, const Options &options) {
         listener = [&](const Change &change) { text += text_of(change, output_screen()); };
     Editor editor(store, listener);
     editor.run(orders);
-    tell_made_tables(editor, options.dry_run);
+    report_made_tables(editor, options.dry_run);
     if (options.json) {
         print_json(editor, options, std::move(changes));
         return;
@@ -191,13 +191,13 @@ void add_order_options(cli::Command &command, Verb verb, OrderWords &words) {
     if (verb == Verb::insert) {
         command.flag("--create", words.create, "Make the table if the store doesn't hold it");
         command.flag("--or-update", words.or_update,
-                     "Set the fields of the record if there is one of this key");
+                     "Set the fields of the record if there is one with this key");
     }
     if (verb == Verb::set)
-        command.flag("--if-exists", words.if_exists, "Do nothing where there is no such record");
+        command.flag("--if-exists", words.if_exists, "Do nothing if there is no such record");
     if (choose) {
         command.option("-w,--where", "CONDITION", cli::into(words.where),
-                       "Instead of a key: all records that fulfil the condition, as FIELD=VALUE or "
+                       "Instead of a key: all records that meet the condition, as FIELD=VALUE or "
                        "with another sign of find; may be repeated, and all must hold");
         command.flag("--all", words.all, "Instead of a key: all records of the table");
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What insert, set and delete have in common: their options, batches, trials, and what they tell.
+// The common parts of insert, set and delete: options, batches, trials and output.
 #ifndef TARNCTL_COMMANDS_WRITING_H
 #define TARNCTL_COMMANDS_WRITING_H
 

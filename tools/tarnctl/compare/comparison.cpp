@@ -15,10 +15,10 @@
 namespace tarnctl {
 namespace {
 
-// The header of a frame has the stamp of the handle that wrote it.
+// The header of a frame has a stamp of the handle that wrote it, and isn't compared.
 constexpr std::size_t frame_body = 27;
 
-// What a state flag is, as a field.
+// A state flag as a field.
 const Field state_field = [] {
     Field field{};
     field.kind = Kind::u_int8;
@@ -61,7 +61,7 @@ std::vector<Pair> pairs_of(const Side &a, const Side &b,
     return sorted;
 }
 
-// The bytes that make up a record; empty if it has no frame.
+// The frame of a record without its header; empty if the record can't have one.
 std::string_view body_of(const Record &record, std::string &buffer) {
     try {
         const std::string_view frame = frames::frame_of(record, record.table->name, buffer);
@@ -116,11 +116,11 @@ class TableComparison {
     }
 
     void gone(const Record &record) {
-        tell({pair_.any().full_name(), RecordCopy(record), std::nullopt, std::nullopt});
+        report({pair_.any().full_name(), RecordCopy(record), std::nullopt, std::nullopt});
     }
 
     void added(const Record &record) {
-        tell({pair_.any().full_name(), std::nullopt, RecordCopy(record), std::nullopt});
+        report({pair_.any().full_name(), std::nullopt, RecordCopy(record), std::nullopt});
     }
 
     void both(const Record &a, const Record &b) {
@@ -133,10 +133,10 @@ class TableComparison {
         std::erase_if(fields, [&](const FieldChange &field) { return is_ignored(field.field); });
         if (fields.empty()) return;
         change.fields = std::move(fields);
-        tell(change);
+        report(change);
     }
 
-    void tell(const Change &change) {
+    void report(const Change &change) {
         differ_ = true;
         differences_.record(change);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What differs between two sides, table by table and record by record.
+// The differences of two sides, table by table and record by record.
 #ifndef TARNCTL_COMPARE_COMPARISON_H
 #define TARNCTL_COMPARE_COMPARISON_H
 
@@ -16,17 +16,17 @@ namespace tarnctl {
 struct CompareOptions {
     std::vector<TableReference> tables;  // none: all
     std::vector<std::string> ignored;    // fields: `num_conns`, `aaa_authen`, `minute`
-    bool brief = false;                  // the first difference ends it
+    bool brief = false;                  // stop at the first difference
 };
 
 struct Differences {
-    // Called with each, tables and records in their order.
+    // Called with each difference, in the order of tables and records.
     std::function<void(const Instance &instance, bool added)> table;
     std::function<void(const Change &change)> record;
 };
 
-// Whether the sides differ. Tables are told apart by type and name, records by tenant, key and
-// source; a record's state flags count as fields, `state(num_conns)`.
+// Returns whether the sides differ. Type and name identify a table; tenant, key and source a
+// record. A record's state flags count as fields, `state(num_conns)`.
 bool compare(const Side &a, const Side &b, const CompareOptions &options,
              const Differences &differences);
 

@@ -19,7 +19,7 @@
 namespace tarnctl {
 namespace {
 
-// A file that is gone at the end of the scope.
+// A file that is removed at the end of the scope.
 class TemporaryFile {
  public:
     TemporaryFile() {
@@ -41,7 +41,7 @@ class TemporaryFile {
     std::string path_;
 };
 
-// The document in `path`, read into memory. `name` is what messages call it.
+// Reads the document into memory. `name` is its name in messages.
 Side read_side(const std::string &name, Input &input, Format format,
                const std::vector<TableReference> &tables) {
     Side side{name, Store::scratch(), false};
@@ -61,7 +61,7 @@ Side read_side(const std::string &name, Input &input, Format format,
 
 std::optional<Format> export_format(Input &input) { return format_of_content(input.beginning()); }
 
-// By way of a file of frames: in the meantime the store is closed and `between` is called.
+// Moves a store into memory through a file of frames, and calls `between` while it is closed.
 template <class Between>
 Side moved(Side side, const std::vector<TableReference> &tables, Between between) {
     const TemporaryFile file;
@@ -130,7 +130,7 @@ std::pair<Side, Side> open_sides(const std::string &a, const std::string &b,
     const bool a_is_export = is_export(a);
     const bool b_is_export = is_export(b);
     if (!a_is_export && !b_is_export) return open_stores(a, b, tables);
-    // Stores first: memory finds room beside them, but they have one place alone.
+    // Stores first: they have fixed addresses, which the memory of an export could take.
     if (!a_is_export) {
         Side first = open_store(a);
         return {std::move(first), read_export(b, tables)};

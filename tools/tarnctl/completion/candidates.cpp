@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::string_view table_prefix = "tbl_";
 
-// Adds what begins as the word does.
+// Adds candidates that begin with the word.
 class Collector {
  public:
     Collector(Completion &completion, std::string word, std::string prefix = "")
@@ -33,11 +33,11 @@ class Collector {
 
  private:
     Completion &completion_;
-    std::string word_;    // what is completed
-    std::string prefix_;  // what stands in front of it in the same word
+    std::string word_;    // the part that is completed
+    std::string prefix_;  // the part of the word before it
 };
 
-// With "tbl_", unless the word can only be meant without.
+// With "tbl_" if the word can begin with it.
 void add_tables(Collector &collector) {
     bool any = false;
     for (const Table *each : catalogue.tables) any |= collector.add(each->name, each->meaning);
@@ -46,8 +46,7 @@ void add_tables(Collector &collector) {
         collector.add(each->name.substr(table_prefix.size()), each->meaning);
 }
 
-// The instances that a store holds of tables that it holds several of, or all of them where the
-// word asks for one.
+// The instances of tables of which the store has several, or all instances if the word names one.
 void add_instances(Collector &collector, const Line &line) {
     const char *of_environment = std::getenv("TARNBASE_STORE");
     std::string path = line.given_to("store");
@@ -64,7 +63,7 @@ void add_instances(Collector &collector, const Line &line) {
                               each.table->meaning);
         }
     } catch (const Failure &) {
-        // A store that can't be read has nothing to offer.
+        // No candidates from a store that can't be read.
     }
 }
 
@@ -74,7 +73,7 @@ void add_types(Collector &collector) {
     for (const ValueType &each : value_types()) collector.add(each.name, each.meaning);
 }
 
-// Those within the ones that are named already.
+// The fields of the structures that the word names.
 void add_commands(Collector &collector, const Line &line) {
     const cli::Command *outer = &line.command->program();
     for (const std::string &name : line.arguments)
@@ -118,15 +117,15 @@ void add_values(Collector &collector, const Field &field) {
     for (std::size_t i = 0; i < brief.size(); ++i) collector.add(brief[i], meaning(enumerators[i]));
 }
 
-// The value behind "FIELD=" or another comparison.
-void add_values_behind(Completion &completion, const Table &table, const std::string &word,
-                       std::size_t behind) {
+// The value after "FIELD=" or another comparison.
+void add_values(Completion &completion, const Table &table, const std::string &word,
+                std::size_t value) {
     const std::string name = word.substr(0, word.find_first_of("!=<>~"));
     try {
-        Collector collector(completion, word.substr(behind), word.substr(0, behind));
+        Collector collector(completion, word.substr(value), word.substr(0, value));
         add_values(collector, column_named(table, name).path.leaf());
     } catch (const Failure &) {
-        // No such field.
+        // There is no such field.
     }
 }
 
@@ -137,7 +136,7 @@ void complete_field(Completion &completion, const Line &line, const std::string 
     const bool has_value = type.find('=') != std::string::npos;
     const std::size_t comparison = word.find_last_of("=<>~");
     if (has_value && comparison != std::string::npos)
-        return add_values_behind(completion, *table, word, comparison + 1);
+        return add_values(completion, *table, word, comparison + 1);
     completion.open = has_value;
     const std::size_t begin = type.ends_with(",...") ? word.rfind(',') + 1 : 0;
     Collector collector(completion, word.substr(begin), word.substr(0, begin));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What can stand next on a command line, found from the declarations of the commands themselves.
+// The candidates for the next word of a command line, from the declarations of the commands.
 #ifndef TARNCTL_COMPLETION_CANDIDATES_H
 #define TARNCTL_COMPLETION_CANDIDATES_H
 
@@ -17,13 +17,13 @@ struct Candidate {
 };
 
 struct Completion {
-    bool files = false;  // the shell's own completion of files is meant
-    bool open = false;   // the word goes on: no blank behind it
+    bool files = false;  // the shell completes file names
+    bool open = false;   // the word goes on: no blank after it
     std::vector<Candidate> candidates;
 };
 
-// `words` are those behind the program's name; the last one, which may be empty, is completed. The
-// arguments are known by the names of their values: TABLE, TYPE, FIELD, KEY, FILE and so on.
+// `words` are those after the program's name; the last one, which may be empty, is completed. The
+// names of their values identify arguments: TABLE, TYPE, FIELD, KEY, FILE and so on.
 Completion complete(const cli::Command &program, const std::vector<std::string> &words);
 
 }  // namespace tarnctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A command line that is being written, as far as it can be understood.
+// An incomplete command line, parsed as far as possible.
 #ifndef TARNCTL_COMPLETION_LINE_H
 #define TARNCTL_COMPLETION_LINE_H
 
@@ -14,17 +14,17 @@ namespace tarnctl {
 
 struct Line {
     const cli::Command *command;         // the innermost one named
-    std::vector<std::string> arguments;  // its words that are no options
+    std::vector<std::string> arguments;  // its words that aren't options
     std::vector<std::pair<const cli::Option *, std::string>> values;  // of options
-    const cli::Option *waiting = nullptr;  // the option that takes the word being written
+    const cli::Option *waiting = nullptr;  // the option whose value is being written
     bool only_arguments = false;           // `--` was written
     std::string word;                      // being written
 
-    // The declaration of argument number `index`; null if there is none.
+    // The declaration of argument number `index`, or null.
     const cli::Option *argument(std::size_t index) const;
-    // The word given to an argument or option with a value of this name; "" if none was.
+    // The word of the argument or option with a value of this name, or "".
     std::string given(const std::string &value) const;
-    // The word given to an option of this long name.
+    // The word of the option of this long name.
     std::string given_to(const std::string &option) const;
 };
 

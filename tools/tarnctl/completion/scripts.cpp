@@ -3,8 +3,8 @@
 
 namespace tarnctl {
 
-// bash breaks words at = and : too and completes the last piece only: the pieces are put together
-// again for the question, and what stands in front of the last one is taken off the answers.
+// bash breaks words at = and : too and completes only the last piece: the pieces are joined for the
+// call, and the part before the last one is removed from the candidates.
 const std::string_view bash_script = R"(# bash completion of tarnctl
 _tarnctl() {
     local -a words=() lines=()
@@ -42,7 +42,7 @@ complete -F _tarnctl tarnctl
 
 const std::string_view zsh_script = R"(#compdef tarnctl
 _tarnctl() {
-    local -a lines texts shown behind
+    local -a lines texts shown suffix
     local line mode text
     lines=("${(@f)$(printf '%s\0' "${(@Q)words[2,CURRENT-1]}" "${(Q)PREFIX}" |
         ${(Q)words[1]} completion --candidates 2>/dev/null)}")
@@ -52,13 +52,13 @@ _tarnctl() {
         _files
         return
     fi
-    [[ $mode == open ]] && behind=(-S '')
+    [[ $mode == open ]] && suffix=(-S '')
     for line in "${(@)lines[2,-1]}"; do
         text=${line%%$'\t'*}
         texts+=("$text")
         shown+=("$text  ${line#*$'\t'}")
     done
-    (( $#texts )) && compadd "$behind[@]" -l -d shown -a texts
+    (( $#texts )) && compadd "$suffix[@]" -l -d shown -a texts
 }
 if [[ $funcstack[1] == _tarnctl ]]; then
     _tarnctl "$@"

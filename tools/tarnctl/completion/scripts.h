@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The scripts that teach a shell to complete the program's command lines. They ask the program
-// itself, so that they hold for every command, table and field that it will ever have:
+// The scripts with which shells complete the program's command lines. They call the program, so
+// that they need no change for new commands, tables and fields:
 //
 //   tarnctl completion --candidates
-//     takes the words behind the program's name, up to the one being written, each with a NUL
-//     behind it, and answers lines: "files", where the shell's own completion of files is meant,
-//     "open", where no blank belongs behind the word, or "words"; then the candidates, each with a
-//     tab and its meaning behind it.
+//     reads the words after the program's name, up to the one being written, each followed by a
+//     NUL, and prints lines: "files" if the shell is to complete file names, "open" if no blank
+//     follows the word, or "words"; then the candidates, each followed by a tab and its meaning.
 #ifndef TARNCTL_COMPLETION_SCRIPTS_H
 #define TARNCTL_COMPLETION_SCRIPTS_H
 

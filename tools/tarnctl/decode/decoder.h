@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Takes wire bytes apart, a form a function.
+// Decodes wire bytes, a form a function.
 #ifndef TARNCTL_DECODE_DECODER_H
 #define TARNCTL_DECODE_DECODER_H
 

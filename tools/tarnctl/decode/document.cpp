@@ -26,7 +26,7 @@ void Decoder::document() {
         } else if (mark == frames::end_mark) {
             in_.take(1, "end", "E");
             in_.take(8, "records", std::to_string(in_.peek_number(8, "records")));
-            return in_.take_unknown(SIZE_MAX, "behind the end", true);
+            return in_.take_unknown(SIZE_MAX, "after the end", true);
         } else {
             in_.problem("mark", fmt::format("is {}: no table, record or end starts here", mark));
             throw Stuck{};

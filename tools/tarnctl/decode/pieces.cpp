@@ -111,14 +111,14 @@ void Decoder::content(const Table *forced) {
     if (table->key_type != nullptr) object(*table->key_type);
 }
 
-// What a record's length encloses: a flaw in it ends with it, and the next record is read.
+// The bytes of a record's length. After a problem in them the next record is read.
 void Decoder::bounded_content(const Table *forced, std::size_t end) {
     try {
         content(forced);
     } catch (const Stuck &) {
         in_.take_unknown(end, "not read", true);
     }
-    in_.take_unknown(end, "behind the record's objects", false);
+    in_.take_unknown(end, "after the record's objects", false);
 }
 
 const Table *Decoder::luid(const Table *forced) {
@@ -151,7 +151,7 @@ void Decoder::object(const Structure &structure) {
     }
     const std::size_t base = in_.at();
     const auto jump = static_cast<int32_t>(in_.peek_number(jump_size, "jump"));
-    // A jump that leads backwards is no boundary: the reader goes on where the fields end.
+    // A jump backwards is ignored: reading goes on after the fields.
     const bool bounded = jump >= static_cast<int32_t>(jump_size);
     const bool beyond = bounded && static_cast<std::size_t>(jump) > in_.left();
     in_.take(jump_size, "jump",
@@ -211,7 +211,7 @@ void Decoder::number(const Field &field) {
     in_.take(size, name, std::to_string(value));
 }
 
-// The internal value counts the enumerators from 0.
+// The internal value is the enumerator's index.
 void Decoder::enumeration(const Field &field) {
     const std::string name(field.name);
     const auto variant = static_cast<int8_t>(in_.peek_number(1, name));
@@ -259,7 +259,7 @@ void Decoder::array(const std::string &name, std::size_t count) {
     }
 }
 
-// The key field's form alone, or the key object's.
+// The key field's form, or that of the key object.
 void Decoder::key(const Table &table) {
     if (table.key_type != nullptr) return object(*table.key_type);
     field(*table.key_field);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Wire bytes taken apart: every byte of the input lies in exactly one piece, in order, what is
-// known of it beside it. docs/formats.md gives the forms.
+// Decoded wire bytes: pieces with their meaning, in order; every byte of the input is in exactly
+// one. docs/formats.md describes the forms.
 #ifndef TARNCTL_DECODE_PIECES_H
 #define TARNCTL_DECODE_PIECES_H
 
@@ -19,13 +19,13 @@ using Bytes = std::span<const uint8_t>;
 struct Piece {
     std::size_t offset;  // from the start of the input
     std::size_t length;  // 0: a heading, or a problem at this place
-    unsigned depth;      // how deep in objects it lies
+    unsigned depth;      // of nested objects
     std::string name;    // of the item or the field
     std::string value;
-    bool problem = false;  // the bytes aren't what they should be
+    bool problem = false;  // the bytes are malformed
 };
 
-// What the bytes are.
+// The kind of the bytes.
 struct Form {
     enum class Kind { frames, objects, keys, document };
     Kind kind = Kind::frames;
@@ -33,8 +33,7 @@ struct Form {
     const Structure *structure = nullptr;  // of objects
 };
 
-// Takes all of `bytes` apart, one form after the other until none is left. Arrays are cut in
-// pieces of `row` elements.
+// Decodes all of `bytes`, one item after the other. Arrays become pieces of `row` elements.
 std::vector<Piece> take_apart(Bytes bytes, const Form &form, std::size_t row);
 
 }  // namespace tarnctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The place in the input that is being read, and the pieces found so far.
+// The reading position in the input, and the pieces found so far.
 #ifndef TARNCTL_DECODE_READER_H
 #define TARNCTL_DECODE_READER_H
 
@@ -10,7 +10,7 @@
 
 namespace tarnctl {
 
-// Thrown where the bytes can't go on being read: the problem is a piece already.
+// Thrown if decoding can't go on, after the problem was added as a piece.
 struct Stuck {};
 
 class Reader {
@@ -20,19 +20,20 @@ class Reader {
     std::size_t at() const { return at_; }
     std::size_t left() const { return end_ - at_; }
     bool done() const { return at_ == bytes_.size(); }
-    // The next bytes, not taken. Stuck, with a problem that names `name`, if there are fewer.
+    // The next bytes, without reading them. Throws Stuck, after a problem for `name`, if there are
+    // fewer.
     Bytes peek(std::size_t length, const std::string &name);
     uint64_t peek_number(std::size_t length, const std::string &name);
 
-    // Takes the next bytes as a piece.
+    // Reads the next bytes as a piece.
     void take(std::size_t length, const std::string &name, const std::string &value,
               bool problem = false);
     void heading(const std::string &name, const std::string &value);
     void problem(const std::string &name, const std::string &text);
-    // Takes what is left up to `end` as a piece, if anything is.
+    // Reads the rest up to `end` as a piece, if there is any.
     void take_unknown(std::size_t end, const std::string &why, bool problem);
 
-    // Nothing beyond `end` is read; answers where the end was before.
+    // Sets the end of reading; returns the previous one.
     std::size_t limit(std::size_t end);
 
     void descend() { ++depth_; }

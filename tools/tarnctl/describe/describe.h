@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is known of an item of the schema, as JSON and as text.
+// Descriptions of the schema's items, as JSON and as text.
 #ifndef TARNCTL_DESCRIBE_DESCRIBE_H
 #define TARNCTL_DESCRIBE_DESCRIBE_H
 

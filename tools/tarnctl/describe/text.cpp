@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t label_width = 14;
 
-// Writes "label  words words ...", broken between words where the screen ends.
+// Writes "label  words words ...", with line breaks between words.
 class Lines {
  public:
     Lines(std::ostream &out, const Screen &screen) : out_(out), screen_(screen) {}
@@ -66,7 +66,7 @@ std::string field_size(const Field &field) {
     return fmt::format("{}{}", size.fixed, size.variable.empty() ? "" : "+");
 }
 
-// A column that would be empty is left out: a screen is narrow.
+// Leaves out columns that would be empty.
 struct FieldColumn {
     GridColumn column;
     std::vector<std::string> cells;
@@ -81,7 +81,7 @@ std::string number_or_nothing(std::size_t number) {
     return number == 0 ? "" : std::to_string(number);
 }
 
-// `place_in_key` answers a field's place in the key, from 1, or 0.
+// `place_in_key` returns a field's position in the key, from 1, or 0.
 template <class PlaceInKey>
 Grid fields_grid(const Structure &structure, PlaceInKey place_in_key) {
     std::vector<FieldColumn> columns{
@@ -203,10 +203,11 @@ void describe(std::ostream &out, const Screen &screen, const Enumeration &enumer
     identity(lines, *enumeration.descriptor, enumeration.digest, enumeration.origin);
     users(lines, enumeration.name);
     out << '\n';
-    const bool told = std::any_of(enumeration.enumerators.begin(), enumeration.enumerators.end(),
-                                  [](const Enumerator &each) { return !each.meaning.empty(); });
+    const bool has_meanings =
+        std::any_of(enumeration.enumerators.begin(), enumeration.enumerators.end(),
+                    [](const Enumerator &each) { return !each.meaning.empty(); });
     std::vector<GridColumn> columns{{"NUMBER", true}, {"ENUMERATOR"}};
-    if (told) columns.push_back({"MEANING"});
+    if (has_meanings) columns.push_back({"MEANING"});
     Grid grid(std::move(columns));
     for (const Enumerator &each : enumeration.enumerators)
         grid.add({std::to_string(each.value), std::string(each.name), std::string(each.meaning)});

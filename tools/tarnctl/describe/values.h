@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The types that aren't the schema's but that its fields are made of.
+// The value types of fields, which aren't items of the schema.
 #ifndef TARNCTL_DESCRIBE_VALUES_H
 #define TARNCTL_DESCRIBE_VALUES_H
 
@@ -16,12 +16,12 @@ struct ValueType {
     std::string_view meaning;
     std::string_view wire;
     std::string_view order;
-    std::string_view text;            // as it is shown, and read on the command line
-    const kel_type_info *descriptor;  // of those that are objects; else null
+    std::string_view text;            // its form on the command line and in output
+    const kel_type_info *descriptor;  // null of a type that isn't an object
 };
 
 std::span<const ValueType> value_types();
-// Null if there is none of this name.
+// Null if there is no such type.
 const ValueType *value_type(std::string_view name);
 
 }  // namespace tarnctl

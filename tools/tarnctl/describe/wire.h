@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How many bytes things take on the wire (docs/formats.md), without looking at any.
+// The sizes of wire forms (docs/formats.md), from the schema.
 #ifndef TARNCTL_DESCRIBE_WIRE_H
 #define TARNCTL_DESCRIBE_WIRE_H
 
@@ -13,8 +13,8 @@
 namespace tarnctl {
 
 struct WireSize {
-    uint64_t fixed = 0;                 // bytes that it has in any case
-    uint64_t state = 0;                 // further ones if the object tracks its state
+    uint64_t fixed = 0;                 // bytes of every one
+    uint64_t state = 0;                 // further bytes of an object with state flags
     std::vector<std::string> variable;  // paths of the strings and addresses that add to it
 };
 
@@ -23,7 +23,7 @@ WireSize wire_size(const Structure &structure, int variant);
 // A whole record, of the highest variants, with its headers.
 WireSize wire_size(const Table &table);
 
-// "10 bytes", or "from 10 bytes" where something adds to it.
+// "10 bytes", or "from 10 bytes" with strings or addresses.
 std::string size_text(const WireSize &size);
 
 }  // namespace tarnctl

@@ -15,12 +15,12 @@ namespace {
 
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
-// Reads one word after the other off a line.
+// Reads the words of a line.
 class WordReader {
  public:
     explicit WordReader(std::string_view line) : rest_(line) {}
 
-    // False: there is none any more.
+    // False at the end of the line.
     bool next(std::string &word) {
         while (!rest_.empty() && is_blank(rest_.front())) rest_.remove_prefix(1);
         if (rest_.empty() || rest_.front() == '#') return false;
@@ -43,7 +43,7 @@ class WordReader {
     }
 
     char escaped() {
-        if (rest_.empty()) throw Failure(Exit::data, "there is nothing behind the last `\\`");
+        if (rest_.empty()) throw Failure(Exit::data, "there is nothing after the last `\\`");
         return first();
     }
 

@@ -32,7 +32,7 @@ std::string field_text(const FieldChange &field, const Change &change, const Scr
     return fmt::format("    {}: {} -> {}", field.field, before, after);
 }
 
-// What the text stands for, in the form that the value itself has in JSON.
+// The JSON form of the value that the text is of.
 Json json_of_number(const FieldChange &field, const std::string &text) {
     if (field.leaf == nullptr || field.leaf->kind == Kind::boolean) return text == "true";
     uint64_t number = 0;

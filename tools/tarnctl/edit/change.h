@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A record that is new, changed or gone, and how a user is told.
+// An inserted, changed or deleted record, and how it is printed.
 //
 //   ~ tbl_ldap_conn:ldap a.example
 //       num_conns: 1 -> 2
@@ -12,8 +12,8 @@
 //   {"change": "changed", "table": "tbl_ldap_conn:ldap", "tenant": 0, "source": 1,
 //    "key": {"sname": "a.example"}, "fields": {"num_conns": {"old": 1, "new": 2}}}
 //
-// "change" is "inserted", "changed" or "deleted"; "old" is missing of what wasn't there before,
-// "new" of what isn't there any more.
+// "change" is "inserted", "changed" or "deleted"; "old" is missing of a field that wasn't present
+// before, "new" of one that isn't present now.
 #ifndef TARNCTL_EDIT_CHANGE_H
 #define TARNCTL_EDIT_CHANGE_H
 
@@ -31,7 +31,7 @@ struct Change {
     std::string table;  // the full name of its instance
     std::optional<RecordCopy> before;
     std::optional<RecordCopy> after;
-    // The fields to tell, if they were chosen already; else all that differ.
+    // The fields to print; if not set, all that differ.
     std::optional<std::vector<FieldChange>> fields = std::nullopt;
 
     bool is_new() const { return !before; }
@@ -39,7 +39,7 @@ struct Change {
     const RecordCopy &record() const { return after ? *after : *before; }
 };
 
-// One line for the record and one for each field. Fields of a record that is new or gone are left
+// A line for the record and a line for each field. Fields of an inserted or deleted record are left
 // out if they are 0 or empty.
 std::string text_of(const Change &change, const Screen &screen);
 Json json_of(const Change &change);

@@ -63,7 +63,7 @@ void assign(const Record &record, uint32_t tx_id, const Assignment &assignment) 
     }
 }
 
-// Tells the tables that orders mean.
+// The tables that orders refer to.
 std::string text_of(const TableReference &reference) {
     return fmt::format("{}:{}#{}", reference.table->name, reference.name.value_or(""),
                        reference.id.value_or(0));
@@ -71,8 +71,8 @@ std::string text_of(const TableReference &reference) {
 
 }  // namespace
 
-void Editor::tell(const Work &work, std::optional<RecordCopy> before,
-                  std::optional<RecordCopy> after) {
+void Editor::report(const Work &work, std::optional<RecordCopy> before,
+                    std::optional<RecordCopy> after) {
     if (listener_) listener_({work.instance.full_name(), std::move(before), std::move(after)});
 }
 
@@ -82,7 +82,7 @@ Record Editor::by_key(const Work &work) {
     return find_record(store_, work.instance, key, work.order.source_or_default());
 }
 
-// Taken down before any is changed: a walk doesn't like its records to go.
+// Collected before any is changed, since a walk must not lose its records.
 std::vector<Record> Editor::chosen(const Work &work) {
     std::vector<Record> records;
     if (!work.order.many) {
@@ -121,7 +121,7 @@ Record Editor::new_record(const Work &work) {
     return {&table, handle, block};
 }
 
-// An insert in an armed table goes to the replication stream as well.
+// An insert in an armed table goes to the replication stream too.
 void Editor::attach_replication(const Instance &instance) {
     const kel_table &block = *instance.block;
     if (replication_attached_ || block.replication_marked == 0 || block.write_cursor_armed == 0)
@@ -147,7 +147,7 @@ void Editor::insert(const Work &work) {
     need(err, fmt::format("{}: inserting the record `{}`", work.instance.full_name(),
                           key_text(work.order)));
     ++counts_.inserted;
-    if (listener_) tell(work, {}, RecordCopy(record, work.tx_id));
+    if (listener_) report(work, {}, RecordCopy(record, work.tx_id));
 }
 
 void Editor::set(const Work &work, const Record &record) {
@@ -156,19 +156,18 @@ void Editor::set(const Work &work, const Record &record) {
     RecordCopy after(record, work.tx_id);
     if (changes_between(before, after).empty()) return;
     ++counts_.changed;
-    tell(work, std::move(before), std::move(after));
+    report(work, std::move(before), std::move(after));
 }
 
 void Editor::erase(const Work &work, const Record &record) {
     const Instance &instance = work.instance;
     if (instance.block->replication_marked != 0)
         throw Failure(Exit::store,
-                      fmt::format("{} is marked for replication: nobody but its replication "
-                                  "engine takes records out of it (error {}, which the library "
-                                  "answers to a delete)",
+                      fmt::format("{} is marked for replication: only its replication "
+                                  "engine deletes its records (error {} of the library)",
                                   instance.full_name(), EINVAL));
-    if (listener_) tell(work, RecordCopy(record, work.tx_id), {});
-    // The counters that go down are those of the thread's tenant.
+    if (listener_) report(work, RecordCopy(record, work.tx_id), {});
+    // A deletion is counted for the thread's tenant.
     const TenantScope tenant(record.tenant());
     uint32_t err = 0;
     instance.table->erase(store_.handle(), work.tx_id, instance.block, record.record, &err);
@@ -207,7 +206,7 @@ bool Editor::is_held(const Order &order) const {
                        [&](const Instance &each) { return order.table.means(each); });
 }
 
-// Failure if the store doesn't hold the table.
+// Failure if the store doesn't have the table.
 void Editor::check_table(const Order &order) const {
     try {
         find_instance(store_, order.table);
@@ -226,7 +225,7 @@ void Editor::make_table(const Order &order, std::vector<Instance> &made) {
     made_tables_.push_back(instance.full_name());
 }
 
-// What an order throws gets its place in front.
+// The Failure of an order begins with its place.
 template <class Function>
 void Editor::for_each_order(const std::vector<Order> &orders, Function function) {
     for (const Order &order : orders) {
@@ -243,7 +242,7 @@ void Editor::run(const std::vector<Order> &orders) {
     std::vector<Instance> made;
     try {
         std::set<std::string> seen;
-        // Before any is made, so that a new one doesn't make names ambiguous.
+        // All references are resolved before any table is made, which could make a name ambiguous.
         for_each_order(orders, [&](const Order &order) {
             if (seen.insert(text_of(order.table)).second && is_held(order)) instance_of(order);
         });
@@ -258,7 +257,7 @@ void Editor::run(const std::vector<Order> &orders) {
         });
         transaction.commit();
     } catch (...) {
-        // Tables belong to no transaction; these are empty again.
+        // The tables aren't part of the transaction, and are empty after its rollback.
         for (const Instance &instance : made) {
             uint32_t err = 0;
             instance.table->free(store_.handle(), KEL_TX_NONE, instance.block, &err);

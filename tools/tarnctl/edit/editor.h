@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Carries orders out in a store: all of them in one transaction, or none.
+// Carries out orders in a store, all of them in one transaction or none.
 #ifndef TARNCTL_EDIT_EDITOR_H
 #define TARNCTL_EDIT_EDITOR_H
 
@@ -19,7 +19,7 @@
 
 namespace tarnctl {
 
-// What was done to records. Setting a field to what it is changes none.
+// Numbers of records. Setting a field to its present value changes none.
 struct Counts {
     uint64_t inserted = 0;
     uint64_t changed = 0;
@@ -30,17 +30,17 @@ class Editor {
  public:
     using Listener = std::function<void(const Change &)>;
 
-    // The listener, which may be empty, is called with each change as it is made; the changes hold
-    // when `run` returns.
+    // The listener, which may be empty, is called with each change as it is made; the changes are
+    // permanent when `run` returns.
     Editor(const Store &store, Listener listener) : store_(store), listener_(std::move(listener)) {}
     Editor(const Editor &) = delete;
     Editor &operator=(const Editor &) = delete;
 
-    // Failure: of an order, with its place in front. All that was done is taken back then.
+    // The Failure of an order begins with its place. Everything is rolled back then.
     void run(const std::vector<Order> &orders);
 
     const Counts &counts() const { return counts_; }
-    // The full names of the tables that orders inserted in and that the store hadn't.
+    // The full names of the tables that were made.
     const std::vector<std::string> &made_tables() const { return made_tables_; }
 
  private:
@@ -59,7 +59,8 @@ class Editor {
     void put_in(const Work &work, const Record &record);
     std::vector<Record> chosen(const Work &work);
     Record by_key(const Work &work);
-    void tell(const Work &work, std::optional<RecordCopy> before, std::optional<RecordCopy> after);
+    void report(const Work &work, std::optional<RecordCopy> before,
+                std::optional<RecordCopy> after);
 
     template <class Function>
     void for_each_order(const std::vector<Order> &orders, Function function);

@@ -25,7 +25,7 @@ bool is_path(std::string_view text) {
     });
 }
 
-// What is written in front of the value: "FIELD=", "FIELD:hex=", "FIELD+=" or "FIELD-=".
+// The part before the value: "FIELD=", "FIELD:hex=", "FIELD+=" or "FIELD-=".
 struct Left {
     std::string_view path;
     bool hex = false;
@@ -76,7 +76,7 @@ void check_selection(const Order &order, const OrderWords &words) {
         throw usage("--where and --all choose records to set or delete, not to insert");
 }
 
-// "; a value with `=`..." behind what was wrong with a word that may be meant as a key's value.
+// Adds "; a value with `=`..." to the error of a word that may be a key's value.
 std::string key_value_hint(const Order &order, const std::string &word, std::size_t values) {
     const std::vector<Column> columns = key_columns(*order.table.table);
     if (order.many || order.verb == Verb::insert || values >= columns.size()) return "";
@@ -86,7 +86,7 @@ std::string key_value_hint(const Order &order, const std::string &word, std::siz
         columns[values].name(), word);
 }
 
-// What is added to a field or subtracted from it.
+// The number to add to a field or to subtract from it.
 void check_amount(const Column &column, const std::string &text) {
     const Field &field = column.path.leaf();
     if (column.is_key)
@@ -235,7 +235,7 @@ Order OrderReader::read(Verb verb, const OrderWords &words) {
     check_operations(order);
     if (verb == Verb::set && order.fields.empty())
         throw usage(fmt::format("{}: nothing to set; give FIELD=VALUE", table.name));
-    // Made to be checked alone: an order is kept as words.
+    // Only checked here: an order keeps the words.
     if (!words.where.empty()) Filter(table, words.where);
     order.where = words.where;
     return order;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is to be done to a table's records: an order, read from words and checked against the
-// schema, before any store is touched.
+// Orders: changes of a table's records, read from words and checked against the schema before a
+// store is changed.
 //
 //   insert TABLE FIELD=VALUE...        fields of the key among them
 //   set    TABLE KEY... FIELD=VALUE... the key's values in the order of the key, or FIELD=VALUE
@@ -10,7 +10,7 @@
 // FIELD+=NUMBER and FIELD-=NUMBER add to an integer and subtract from it.
 //
 // A word is an assignment if it begins with the path of a field and `=`, and a value of the key
-// otherwise. FIELD:hex=00ff gives a string its bytes.
+// otherwise. FIELD:hex=00ff sets the bytes of a string.
 #ifndef TARNCTL_EDIT_ORDER_H
 #define TARNCTL_EDIT_ORDER_H
 
@@ -31,15 +31,14 @@ enum class Verb { insert, set, erase };
 
 enum class Operation { replace, add, subtract };
 
-// A value for a column. The text is as the value itself would write it; to add or to subtract it
-// is a number.
+// A value for a column: its text in the value's own form, or the number to add or subtract.
 struct Assignment {
     Column column;
     std::string text;
     Operation operation = Operation::replace;
 };
 
-// The words of an order, as a command line or a line of a batch gives them.
+// The words of an order on a command line or a line of a batch.
 struct OrderWords {
     std::string table;
     std::vector<std::string> words;
@@ -47,15 +46,15 @@ struct OrderWords {
     bool all = false;
     std::optional<uint16_t> tenant;
     std::optional<uint8_t> source;
-    bool create = false;     // insert: make the table if the store doesn't hold it
-    bool or_update = false;  // insert: set the fields of a record that is there
-    bool if_exists = false;  // set: do nothing where there is no such record
+    bool create = false;     // insert: make the table if it doesn't exist
+    bool or_update = false;  // insert: set the fields if the record exists
+    bool if_exists = false;  // set: do nothing if the record doesn't exist
 };
 
 struct Order {
     Verb verb = Verb::insert;
     TableReference table{};
-    std::vector<Assignment> key;  // all of the key's columns in its order; none if `many`
+    std::vector<Assignment> key;  // all columns of the key, in its order; none if `many`
     std::vector<Assignment> fields;
     bool many = false;               // all records that fulfil `where`
     std::vector<std::string> where;  // conditions, see query/parser.h
@@ -66,12 +65,12 @@ struct Order {
     bool if_exists = false;
     std::string place;  // "FILE:LINE", or empty
 
-    // Of the one record that is meant.
+    // Of the one record.
     uint16_t tenant_or_default() const { return tenant.value_or(0); }
     uint8_t source_or_default() const { return source.value_or(KEL_SOURCE_DEFAULT); }
 };
 
-// Reads orders. Values are tried on objects in memory of its own.
+// Reads orders. Values are tried on objects in a private store.
 class OrderReader {
  public:
     OrderReader() = default;

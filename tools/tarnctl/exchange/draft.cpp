@@ -45,7 +45,7 @@ void Draft::begin(const RecordHead &head) {
 }
 
 void *Draft::make_object() {
-    // Until the record is complete: a write through a handle with a newer variant would lift the
+    // Until the record is complete: a write through a handle with a newer variant would convert the
     // object to it.
     if (head_.variant) {
         need(kel_handle_set_variant(handle_, table_.type->descriptor,
@@ -91,7 +91,7 @@ void Draft::check_frame(std::string_view frame) const {
     if (static_cast<unsigned char>(frame[0]) != frame_marker)
         throw bad_frame(fmt::format("expected the marker {} at byte 0", frame_marker));
     if (frames::number_at(frame, frame_length_offset, 4) != frame.size())
-        throw bad_frame(fmt::format("its header tells {} bytes, but it has {}",
+        throw bad_frame(fmt::format("its header declares {} bytes, but it has {}",
                                     frames::number_at(frame, frame_length_offset, 4),
                                     frame.size()));
     if (std::memcmp(frame.data() + frame_luid_offset, table_.luid, frames::luid_size) != 0)
@@ -99,15 +99,15 @@ void Draft::check_frame(std::string_view frame) const {
                                     frame_luid_offset));
 }
 
-// A frame that was read whole is written alike: what isn't would be lost.
+// A frame that was read completely is written the same; otherwise something would be lost.
 void Draft::compare_frame(std::string_view frame) const {
     std::string buffer(frame.size() + 1, '\0');
     const std::string_view written = frames::frame_of(record(), table_.name, buffer);
-    // The header has the stamp of the handle that wrote it.
+    // The header has a stamp of the handle that wrote it, and isn't compared.
     for (std::size_t i = frame_luid_offset; i < frame.size(); ++i) {
         if (i < written.size() && frame[i] == written[i]) continue;
-        throw bad_frame(fmt::format("what stands at byte {} isn't of {} as this program knows it",
-                                    i, table_.name));
+        throw bad_frame(fmt::format("the bytes from {} on aren't of {} in this program's schema", i,
+                                    table_.name));
     }
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A record in the making: what was read of a document goes into it piece by piece, and it is taken
-// back whole if a piece is wrong.
+// A record that is being read from a document, piece by piece. It is destroyed if a piece is wrong.
 #ifndef TARNCTL_EXCHANGE_DRAFT_H
 #define TARNCTL_EXCHANGE_DRAFT_H
 
@@ -15,7 +14,7 @@
 
 namespace tarnctl {
 
-// What a document says of a record besides its fields.
+// The properties of a record besides its fields.
 struct RecordHead {
     uint16_t tenant = 0;
     uint8_t source = KEL_SOURCE_DEFAULT;
@@ -36,20 +35,20 @@ class Draft {
     kel_handle *handle() const { return handle_; }
     uint32_t tx_id() const { return tx_id_; }
 
-    // Either begin, and then the objects that the record has, ...
+    // Either begin, and then the objects of the record, ...
     void begin(const RecordHead &head);
     void *make_object();
     void *make_key_object();
-    // ... or all from a frame, whose length must be that which its header tells. Failure `data`
-    // if it isn't a frame of the table, or doesn't read as one whole; with `lenient` what a newer
-    // schema added to it may be lost.
+    // ... or all from a frame, whose length must be that of its header. Failure `data` if it isn't
+    // a frame of the table, or can't be read completely; with `lenient` additions of a newer schema
+    // may be lost.
     void take_frame(const RecordHead &head, std::string_view frame, bool lenient);
 
-    // Begun, with all objects that the record needs.
+    // Failure `data` unless it was begun and has all objects.
     void check_complete() const;
     const RecordHead &head() const { return head_; }
     Record record() const { return {&table_, handle_, record_}; }
-    // From now on the record is somebody else's.
+    // Gives up the ownership of the record.
     void release() { record_ = nullptr; }
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The forms of a document of records, and how they are told apart.
+// The forms of a document of records, and how they are recognised.
 #ifndef TARNCTL_EXCHANGE_FORMAT_H
 #define TARNCTL_EXCHANGE_FORMAT_H
 
@@ -13,7 +13,7 @@ namespace tarnctl {
 
 enum class Format { xml, json, frames };
 
-// What a user calls them.
+// Their names on the command line.
 inline const std::map<std::string, Format> format_names = {
     {"xml", Format::xml}, {"json", Format::json}, {"frames", Format::frames}};
 
@@ -22,8 +22,8 @@ std::optional<Format> format_of_name(std::string_view path);
 // By the first bytes of a document.
 std::optional<Format> format_of_content(std::string_view beginning);
 
-// What to do about a document of another version than `format_version`, to be put after what is
-// wrong; nothing for what no release writes.
+// Advice about a document of another version than `format_version`, to append to the error; empty
+// for a version that no release writes.
 std::string_view advice_on_version(std::string_view version);
 
 // The first bytes of a document of frames, and its version.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The document of frames: records as `<table>_table_record_marshal` writes them, and around them
-// what that form lacks. All numbers are little-endian.
+// The document of frames: records as `<table>_table_record_marshal` writes them, with the
+// properties that this form lacks. All numbers are little-endian.
 //
 //   document  head { table { record } } end
 //
@@ -10,7 +10,7 @@
 //        8     4  version, 1
 //       12     4  zero
 //
-//   offset  size  table: the records behind it are of this table
+//   offset  size  table: the following records are of this table
 //        0     1  'T'
 //        1    16  the table's LUID
 //       17     1  0: opened by name; 1: by id
@@ -21,7 +21,7 @@
 //        0     1  'R'
 //        1     2  tenant
 //        3     1  source
-//        4     1  1: it waits to be destroyed; else 0
+//        4     1  1: it awaits its destruction; else 0
 //        5     4  bytes of the frame
 //        9        the frame: message header (27 bytes), LUID (16), data object, key object
 //
@@ -48,15 +48,15 @@ inline constexpr char end_mark = 'E';
 
 inline constexpr std::size_t luid_size = 16;
 inline constexpr std::size_t frame_header_size = 27 + luid_size;
-// Where a frame's data object has its flags.
+// The offset of the data object's flags in a frame.
 inline constexpr std::size_t object_flags_offset = frame_header_size + 1;
 
 // Little-endian numbers of `size` bytes.
 void append_number(std::string &bytes, uint64_t number, std::size_t size);
 uint64_t number_at(std::string_view bytes, std::size_t offset, std::size_t size);
 
-// A record's frame, with state bytes if its objects have state flags. It is written into `buffer`,
-// which grows as needed, and begins there. Failure `data` that names the record.
+// A record's frame, with state bytes if its objects have state flags. It is at the start of
+// `buffer`, which grows as needed. Failure `data` that names the record.
 std::string_view frame_of(const Record &record, std::string_view table, std::string &buffer);
 
 }  // namespace frames

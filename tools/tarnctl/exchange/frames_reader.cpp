@@ -11,7 +11,7 @@ namespace tarnctl {
 namespace {
 
 constexpr std::size_t largest_frame = std::size_t{1} << 30U;
-// A table block has room for no longer one.
+// The longest name that a table can have.
 constexpr std::size_t longest_name = 255;
 
 class FramesReader {
@@ -49,7 +49,7 @@ class FramesReader {
         return frames::number_at(exactly(size, what), 0, size);
     }
 
-    // False: it was the end.
+    // False at the end.
     bool read_block() {
         block_ = input_.offset();
         const std::string mark = exactly(1, "the file");
@@ -67,7 +67,7 @@ class FramesReader {
         const uint64_t records = number(8, "the end");
         if (records != records_)
             throw wrong(place(),
-                        fmt::format("the file tells {} records, but has {}", records, records_));
+                        fmt::format("the file declares {} records, but has {}", records, records_));
         return false;
     }
 
@@ -92,7 +92,7 @@ class FramesReader {
     }
 
     void read_record() {
-        if (!table_begun_) throw wrong(place(), "expected a table ahead of the first record");
+        if (!table_begun_) throw wrong(place(), "expected a table before the first record");
         RecordHead head;
         head.tenant = static_cast<uint16_t>(number(2, "the record"));
         head.source = static_cast<uint8_t>(number(1, "the record"));

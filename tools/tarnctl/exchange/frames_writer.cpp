@@ -45,10 +45,10 @@ std::string_view frame_of(const Record &record, std::string_view table, std::str
     if (buffer.empty()) buffer.resize(first_buffer);
     for (;;) {
         uint32_t err = 0;
-        // The last state byte can land one byte behind the room that is told.
-        const auto room = static_cast<uint32_t>(buffer.size() - 1);
+        // The last state byte can be written one byte after the given length.
+        const auto length_given = static_cast<uint32_t>(buffer.size() - 1);
         const uint32_t length = record.table->marshal(record.handle, KEL_TX_NONE, buffer.data(),
-                                                      record.record, room, &err);
+                                                      record.record, length_given, &err);
         if (err == 0) return {buffer.data(), length};
         const bool too_small = err == EMSGSIZE || err == ENOMEM;
         if (!too_small || buffer.size() >= largest_buffer)

@@ -10,7 +10,7 @@
 namespace tarnctl {
 namespace {
 
-// A record's key as the search functions take it.
+// A record's key as the argument of the search functions.
 const void *key_of(const Record &record, uint32_t tx_id, uint32_t &number) {
     const Table &table = *record.table;
     if (table.key_type != nullptr) return table.key_object(record.handle, tx_id, record.record);
@@ -153,7 +153,7 @@ void Importer::free_made_tables() {
     for (auto each = made_.rbegin(); each != made_.rend(); ++each) {
         uint32_t err = 0;
         each->table->free(store_.handle(), KEL_TX_NONE, each->block, &err);
-        need(err, fmt::format("taking the table {} out again", each->full_name()));
+        need(err, fmt::format("removing the table {}", each->full_name()));
     }
     made_.clear();
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Puts the records of a document into a store, in one transaction of the caller's.
+// Inserts the records of a document into a store, in one transaction of the caller.
 #ifndef TARNCTL_EXCHANGE_IMPORTER_H
 #define TARNCTL_EXCHANGE_IMPORTER_H
 
@@ -18,10 +18,10 @@ enum class OnConflict { fail, replace, keep };
 struct ImportOptions {
     std::vector<TableReference> tables;  // none: all
     OnConflict on_conflict = OnConflict::fail;
-    // Called with what is wrong with a record that can't be read, which is then passed over; if
-    // it is empty, the first one ends the import.
+    // Called with the error of a record that can't be read, which is then skipped; if it is empty,
+    // the first error ends the import.
     std::function<void(const std::string &)> skip;
-    // A table that the document names by an id gets the name "#ID" in the store.
+    // A table that the document names by its id gets the name "#ID" in the store.
     bool ids_as_names = false;
     // Called after each record.
     std::function<void()> advance;
@@ -30,10 +30,10 @@ struct ImportOptions {
 struct ImportCounts {
     uint64_t inserted = 0;
     uint64_t replaced = 0;  // of the inserted ones
-    uint64_t kept = 0;      // present ones that stayed
+    uint64_t kept = 0;      // that the store had already and that stayed
     uint64_t skipped = 0;
-    uint64_t tables = 0;  // that were in the document, and chosen
-    uint64_t made = 0;    // of them, that weren't in the store
+    uint64_t tables = 0;  // of the document, that were chosen
+    uint64_t made = 0;    // of them, those that the store didn't have
 };
 
 class Importer : public Sink {
@@ -43,17 +43,17 @@ class Importer : public Sink {
     void begin_table(const TableHead &head) override;
     void take(const std::string &place, const Build &build) override;
     const ImportCounts &counts() const { return counts_; }
-    // Takes the tables out of the store that were made, which are empty again when the transaction
-    // was rolled back.
+    // Removes the tables that were made. Requires: the transaction was rolled back, so that they
+    // are empty.
     void free_made_tables();
-    // Failure `difference` if a table was chosen that the document doesn't have.
+    // Failure `difference` if the document lacks a chosen table.
     void check_chosen(const std::string &document) const;
 
  private:
     bool is_chosen(const TableHead &head);
     Instance open(const TableHead &head);
     void insert(Draft &draft);
-    // False: the record that was there stays.
+    // False if the present record stays.
     bool make_way(const Draft &draft);
 
     const Store &store_;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A document's bytes, read in pieces, with the place in it.
+// A document's bytes, read in pieces, with the position.
 #ifndef TARNCTL_EXCHANGE_INPUT_H
 #define TARNCTL_EXCHANGE_INPUT_H
 
@@ -19,13 +19,13 @@ class Input {
     Input &operator=(const Input &) = delete;
     ~Input();
 
-    // How messages call it.
+    // Its name in messages.
     const std::string &name() const { return name_; }
     // Of the next byte, from 1.
     uint64_t line() const { return line_; }
     // Of the next byte, from 0.
     uint64_t offset() const { return passed_ + at_; }
-    // Bytes of the whole, 0 if that isn't known.
+    // The size in bytes, 0 if unknown.
     uint64_t size() const { return size_; }
 
     // The next byte, or `end`.
@@ -34,7 +34,7 @@ class Input {
     int get();
     // Up to `count` bytes; fewer at the end.
     std::string take(std::size_t count);
-    // The first bytes of the whole, as far as they were read; call it before any other.
+    // The first bytes of the document. Requires: nothing was read yet.
     std::string_view beginning();
 
  private:
@@ -44,7 +44,7 @@ class Input {
     int descriptor_;
     uint64_t size_ = 0;
     uint64_t line_ = 1;
-    uint64_t passed_ = 0;  // bytes ahead of the buffer
+    uint64_t passed_ = 0;  // bytes before the buffer
     std::string buffer_;
     std::size_t at_ = 0;
     std::size_t filled_ = 0;

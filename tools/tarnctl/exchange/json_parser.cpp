@@ -15,7 +15,7 @@ using Value = nlohmann::ordered_json;
 
 constexpr std::size_t deepest_nesting = 64;
 
-// The input as the parser takes it. All copies read the same bytes, once.
+// The input as iterators for the parser. All copies share one position.
 class Bytes {
  public:
     using iterator_category = std::input_iterator_tag;
@@ -44,7 +44,7 @@ class Bytes {
     char byte_ = 0;
 };
 
-// The parser's events: those of the document's frame go on, the others build a value.
+// Passes on the parser's events of the outer objects, and builds values from the others.
 class Assembler {
  public:
     Assembler(const Input &input, JsonEvents &events) : input_(input), events_(events) {}
@@ -76,7 +76,7 @@ class Assembler {
     bool end_array() { return end(); }
 
     bool parse_error(std::size_t, const std::string &, const nlohmann::detail::exception &error) {
-        // "[...] parse error at line 1, column 5: <text>": lines are counted here.
+        // "[...] parse error at line 1, column 5: <text>": Input counts the lines.
         const std::string text = error.what();
         const std::size_t colon = text.find(": ");
         events_.fail("JSON: " + (colon == std::string::npos ? text : text.substr(colon + 2)));
@@ -84,7 +84,7 @@ class Assembler {
     }
 
  private:
-    // Where a value that comes now belongs; null: it is the frame's.
+    // The place of the next value; null: it isn't inside a value.
     Value *slot() {
         if (open_.empty()) return nullptr;
         Value &inside = *open_.back();
@@ -145,7 +145,7 @@ class Assembler {
     std::size_t depth_ = 0;
     Value value_;
     JsonLines lines_;
-    // What is open inside the value. No value moves while something inside it is open.
+    // The open objects and arrays. A value doesn't move while something inside it is open.
     std::vector<Value *> open_;
     std::vector<std::string> names_;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// JSON in pieces: the outer objects and arrays of a document of any length are opened one by one,
-// what lies deeper comes as whole values.
+// Parses JSON of any length in pieces: the outer objects and arrays are opened one by one, the
+// values inside them are passed as a whole.
 #ifndef TARNCTL_EXCHANGE_JSON_PARSER_H
 #define TARNCTL_EXCHANGE_JSON_PARSER_H
 
@@ -14,7 +14,7 @@
 
 namespace tarnctl {
 
-// The lines of a value and of what is inside it.
+// The lines of a value and of its members.
 struct JsonLines {
     uint64_t begin = 0;
     std::map<std::string, uint64_t> members;  // those on other lines, by path: "fields.sname"
@@ -32,16 +32,15 @@ class JsonEvents {
     JsonEvents &operator=(const JsonEvents &) = delete;
     virtual ~JsonEvents() = default;
 
-    // An object or an array begins. True: what is in it comes piece by piece; false: it will come
-    // as a value.
+    // An object or an array begins. Returns true to get its contents piece by piece, false to get
+    // it as a value.
     virtual bool opens(bool array) = 0;
-    // One that was opened ends.
+    // An opened object or array ends.
     virtual void closes() = 0;
-    // The name of what comes next in an object that was opened.
+    // The name of the next member of an opened object.
     virtual void member(const std::string &name) = 0;
-    // Failures are the callee's.
     virtual void value(JsonView json, const JsonLines &lines) = 0;
-    // What is wrong in the line being read.
+    // Throws the error of the current line.
     [[noreturn]] virtual void fail(const std::string &text) const = 0;
 };
 

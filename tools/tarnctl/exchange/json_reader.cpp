@@ -14,7 +14,7 @@
 namespace tarnctl {
 namespace {
 
-// Where the document is: the objects and arrays that are open around what comes next.
+// The objects and arrays that are open.
 enum class Level { outside, root, document, tables, table, records };
 
 class JsonReader : public JsonEvents {
@@ -26,7 +26,7 @@ class JsonReader : public JsonEvents {
         if (!complete_) fail("expected {\"tarnbase\": {\"format\": 1, \"tables\": [...]}}");
     }
 
-    // Values that the frame of the document doesn't open itself come whole.
+    // Returns false for values that are read as a whole.
     bool opens(bool array) override {
         switch (level_) {
             case Level::outside:
@@ -34,8 +34,7 @@ class JsonReader : public JsonEvents {
             case Level::root:
                 return member_ == "tarnbase" && enter(!array, Level::document, "an object");
             case Level::document:
-                if (member_ == "tables" && !has_format_)
-                    fail("expected `format` ahead of `tables`");
+                if (member_ == "tables" && !has_format_) fail("expected `format` before `tables`");
                 return member_ == "tables" && enter(array, Level::tables, "an array");
             case Level::tables:
                 begin_table();
@@ -80,7 +79,7 @@ class JsonReader : public JsonEvents {
         return true;
     }
 
-    // What is wrong with the document is told with the line.
+    // Adds the line to errors of the document.
     template <class Function>
     void at_line(Function function) {
         try {
@@ -91,13 +90,13 @@ class JsonReader : public JsonEvents {
         }
     }
 
-    // A member that nobody knows.
-    void stranger(const std::vector<std::string_view> &known) const {
+    // An unknown member.
+    void unknown_member(const std::vector<std::string_view> &known) const {
         if (!options_.lenient) throw no_such(Exit::data, "member", one_line(member_), known);
     }
 
     void take_member(JsonView json) {
-        if (level_ == Level::root) stranger({"tarnbase"});
+        if (level_ == Level::root) unknown_member({"tarnbase"});
         else if (level_ == Level::document) take_format(json);
         else if (level_ == Level::table) take_table_member(json);
         else
@@ -108,7 +107,7 @@ class JsonReader : public JsonEvents {
     void take_format(JsonView json) {
         if (member_ == "tables") throw Failure(Exit::data, "tables: expected an array");
         if (member_ != "format") {
-            stranger({"format", "tables"});
+            unknown_member({"format", "tables"});
             return;
         }
         if (!json.equals(format_version))
@@ -127,7 +126,7 @@ class JsonReader : public JsonEvents {
         else if (member_ == "name") take_name(json);
         else if (member_ == "id") take_id(json);
         else if (member_ == "records") throw Failure(Exit::data, "records: expected an array");
-        else stranger({"table", "name", "id", "records"});
+        else unknown_member({"table", "name", "id", "records"});
     }
 
     void take_type(JsonView json) {
@@ -151,7 +150,7 @@ class JsonReader : public JsonEvents {
 
     void open_table() {
         if (head_.table == nullptr || !named_)
-            fail("expected `table` and `name` (or `id`) ahead of `records`");
+            fail("expected `table` and `name` (or `id`) before `records`");
         if (open_) fail("records: it is given twice");
         open_ = true;
         at_line([&] { sink_.begin_table(head_); });

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the records of a document go, and the readers that bring them.
+// The receiver of a document's records, and the readers.
 #ifndef TARNCTL_EXCHANGE_SINK_H
 #define TARNCTL_EXCHANGE_SINK_H
 
@@ -16,7 +16,7 @@
 
 namespace tarnctl {
 
-// The table instance that records are of, as a document names it.
+// The table of records, as a document names it.
 struct TableHead {
     const Table *table = nullptr;
     std::string name;
@@ -25,12 +25,12 @@ struct TableHead {
     std::string full_name() const;
 };
 
-// What is wrong in a document, with the place: "net.xml:17: tbl_ldap_conn: ...".
+// An error in a document, with its place: "net.xml:17: tbl_ldap_conn: ...".
 Failure wrong(const std::string &place, const std::string &text);
 
 class Sink {
  public:
-    // Fills in a draft. It keeps `place` at what it is reading, for the messages.
+    // Fills in a draft. It keeps `place` up to date, for messages.
     using Build = std::function<void(Draft &draft, std::string &place)>;
 
     Sink() = default;
@@ -39,15 +39,15 @@ class Sink {
     virtual ~Sink() = default;
 
     virtual void begin_table(const TableHead &head) = 0;
-    // A record of the table that was begun. `place` is where it begins.
+    // A record of the current table, which begins at `place`.
     virtual void take(const std::string &place, const Build &build) = 0;
 };
 
 struct ReadOptions {
-    bool lenient = false;  // elements, members and attributes that nobody knows are passed over
+    bool lenient = false;  // unknown elements, members and attributes are skipped
 };
 
-// Reads a whole document. Failure `data` that names the place.
+// Reads a document. Failure `data` that names the place.
 void read_document(Input &input, Format format, const ReadOptions &options, Sink &sink);
 void read_xml(Input &input, const ReadOptions &options, Sink &sink);
 void read_json(Input &input, const ReadOptions &options, Sink &sink);

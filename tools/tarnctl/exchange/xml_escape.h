@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Records that XML can't carry as they are. An element with the attribute escaped="true" holds
+// Records that XML can't represent. An element with the attribute escaped="true" contains
 //
 //   of a string or a table's name   its bytes in the form of xml_text.h: `bad\x01name`
-//   of an enumeration               the number that is none of its enumerators'
+//   of an enumeration               the number that no enumerator has
 //
-// The other elements are those of the library's own form.
+// The other elements have the library's form.
 #ifndef TARNCTL_EXCHANGE_XML_ESCAPE_H
 #define TARNCTL_EXCHANGE_XML_ESCAPE_H
 
@@ -16,7 +16,7 @@
 
 namespace tarnctl {
 
-// The attribute, after the name of an element or its other attributes.
+// The attribute, after a blank.
 inline constexpr std::string_view escaped_mark = " escaped=\"true\"";
 
 // The record's element.

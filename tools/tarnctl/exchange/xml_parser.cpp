@@ -74,7 +74,7 @@ void XmlParser::on_start(void *context, const xmlChar *name, const xmlChar *pref
     XmlElement element;
     element.name = full_name(prefix, name);
     element.line = parser.line();
-    // Five words an attribute: name, prefix, name space, the value's begin and its end.
+    // Five pointers an attribute: name, prefix, namespace, start and end of the value.
     for (int i = 0; i < attribute_count; ++i, attributes += 5)
         element.attributes.emplace_back(full_name(attributes[1], attributes[0]),
                                         std::string(reinterpret_cast<const char *>(attributes[3]),
@@ -115,7 +115,7 @@ void XmlParser::on_error(void *context, xmlError *error) {
                             fmt::format("expected well-formed XML: {}", text));
 }
 
-// Hands libxml2 the next bytes.
+// Passes the next bytes to libxml2.
 void XmlParser::feed() {
     const std::string bytes = input_.take(chunk);
     at_end_ = bytes.empty();
@@ -164,7 +164,7 @@ void XmlParser::take_inside(XmlElement &element) {
                      fmt::format("expected a text of at most {} bytes", largest_element));
             continue;
         }
-        // Nesting is bounded by on_start.
+        // on_start limits the nesting.
         take_inside(found.element);
         element.children.push_back(std::move(found.element));
     }
@@ -173,7 +173,7 @@ void XmlParser::take_inside(XmlElement &element) {
 void XmlParser::finish() {
     const Event found = event();
     if (found.kind != Event::Kind::document_end)
-        fail(found.line, "expected the end of the file behind the root element");
+        fail(found.line, "expected the end of the file after the root element");
 }
 
 }  // namespace tarnctl

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A document of any length read tag by tag; an element can be taken whole. The parsing is
-// libxml2's, in pieces, so that memory holds no more than one element. A document type declaration
-// is refused: no entity but XML's own is ever expanded.
+// Reads a document of any length tag by tag, or an element as a whole. libxml2 parses it in pieces,
+// so that memory holds no more than one element. A document type declaration is refused, so that
+// only XML's own entities are expanded.
 #ifndef TARNCTL_EXCHANGE_XML_PARSER_H
 #define TARNCTL_EXCHANGE_XML_PARSER_H
 
@@ -38,22 +38,22 @@ class XmlParser {
     XmlParser(const XmlParser &) = delete;
     XmlParser &operator=(const XmlParser &) = delete;
 
-    // The root element's start tag, with what may stand ahead of it. Failure `data` with the line,
-    // here and below.
+    // The root element's start tag, and everything before it. Failure `data` with the line, here
+    // and below.
     XmlElement root();
-    // The next start tag inside the element that is open, whose content is elements alone. False:
-    // it was the element's end tag.
+    // The next start tag inside the open element, which contains only elements. False if it was the
+    // element's end tag.
     bool next(XmlElement &element);
-    // All that is inside an element whose start tag was just read, and its end tag.
+    // The content of the element whose start tag was just read, and its end tag.
     void take_inside(XmlElement &element);
-    // Nothing but blanks and comments follows the root element.
+    // Failure unless only blanks and comments follow the root element.
     void finish();
 
-    // What is wrong in a line.
+    // Throws the error of a line.
     [[noreturn]] void fail(uint64_t line, const std::string &text) const;
 
  private:
-    // What libxml2 reported and nobody has asked for yet.
+    // The events of libxml2 that weren't read yet.
     struct Event {
         enum class Kind { start, end, text, document_end } kind;
         XmlElement element;  // of a start tag
@@ -86,7 +86,7 @@ class XmlParser {
     std::deque<Event> events_;
     std::size_t depth_ = 0;
     bool at_end_ = false;
-    std::string problem_;  // the first one, told once all ahead of it was taken
+    std::string problem_;  // the first one, thrown after the events before it
     uint64_t problem_line_ = 0;
 };
 

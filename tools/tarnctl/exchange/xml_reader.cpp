@@ -31,7 +31,7 @@ Number number_of(std::string_view name, std::string_view text, Number smallest, 
     return number;
 }
 
-// An object being filled from an element.
+// Fills an object from an element.
 struct Target {
     kel_handle *handle;
     uint32_t tx_id;
@@ -181,7 +181,7 @@ class XmlReader {
     }
 
  private:
-    // What is wrong with the document is told with the line.
+    // Adds the line to errors of the document.
     template <class Function>
     void at_line(uint64_t line, Function function) {
         try {
@@ -201,7 +201,7 @@ class XmlReader {
         }
     }
 
-    // False: a stranger, which was passed over.
+    // False if it is unknown and was skipped.
     bool expect_element(XmlElement &element, std::string_view name) {
         if (element.name == name) return true;
         if (!options_.lenient)

@@ -21,8 +21,7 @@ constexpr std::size_t largest_buffer = std::size_t{1} << 30U;
 constexpr std::string_view ways_out =
     "JSON and frames can, or `tarnctl export` with --escape or --skip";
 
-// What the library writes for an enumeration whose value is none of its enumerators'. No text has
-// a bare `>` in it.
+// Part of the library's form of a number that no enumerator has. Texts have no bare `>`.
 constexpr std::string_view no_enumerator = " value out of range/>";
 
 std::string state_attribute(std::string_view name, const Record &record, void *object,
@@ -50,7 +49,7 @@ std::string attributes_of(const Record &record) {
     return text;
 }
 
-// Why XML can't carry a value; empty if it can.
+// Why XML can't represent a value; empty if it can.
 std::string objection_of(const Value &value) {
     if (!value.present()) return "";
     if (value.field().kind == Kind::vstring) {
@@ -80,8 +79,8 @@ void XmlWriter::begin_table(const Instance &instance) {
     const std::string name = by_name ? instance.name() : std::to_string(instance.block->table_id);
     const bool fits = first_unfit_for_xml(name) == std::string_view::npos;
     if (!fits && !unfit_.escape)
-        throw Failure(Exit::data,
-                      fmt::format("{}: XML can't carry the table's name; {}", table_, ways_out));
+        throw Failure(Exit::data, fmt::format("{}: XML can't represent the table's name; {}",
+                                              table_, ways_out));
     out_ << fmt::format("<table type=\"{}\" {}=\"{}\"{}>\n", instance.table->name,
                         by_name ? "name" : "id", xml_escaped(fits ? name : escape_unfit(name)),
                         fits ? "" : escaped_mark);
@@ -125,7 +124,7 @@ std::optional<std::string_view> XmlWriter::form_of(const Record &record, uint32_
 
 std::string XmlWriter::objection_to(const Record &record, uint32_t err) const {
     const auto text = [&](const std::string &field, const std::string &objection) {
-        return fmt::format("{}: record `{}`: {}XML can't carry it: {}", table_,
+        return fmt::format("{}: record `{}`: {}XML can't represent it: {}", table_,
                            one_line(record.key_text()), field, objection);
     };
     for (const Column &column : columns_of(*record.table)) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The XML document: the library's own record form inside elements that tell what it lacks.
+// The XML document: the library's record form inside elements with the properties that it lacks.
 //
 //   <?xml version="1.0" encoding="UTF-8"?>
 //   <tarnbase format="1">
@@ -14,13 +14,12 @@
 //   </tarnbase>
 //
 // A table that was opened by an id has `id` in place of `name`. A record has further attributes
-// where they tell something:
-//   pending="true"  it waits to be destroyed
+// where needed:
+//   pending="true"  it awaits its destruction
 //   variant="0"     of the data object, if its type has newer ones
 //   state, key_state
-//                   on objects with state flags: "num_conns=2 minute[5]=1", those that aren't 0
-// A field's element, or a table's, with escaped="true" has what XML can't carry in the form of
-// xml_escape.h.
+//                   of objects with state flags, those that aren't 0: "num_conns=2 minute[5]=1"
+// The element of a field or a table has escaped="true" if its text has the form of xml_escape.h.
 #ifndef TARNCTL_EXCHANGE_XML_WRITER_H
 #define TARNCTL_EXCHANGE_XML_WRITER_H
 
@@ -43,8 +42,8 @@ class XmlWriter : public Writer {
     void end() override;
 
  private:
-    // The library's form, in `buffer_`; none if XML can't carry the record, with the error that the
-    // library left.
+    // The library's form, in `buffer_`; none if XML can't represent the record, with the library's
+    // error.
     std::optional<std::string_view> form_of(const Record &record, uint32_t &err);
     std::string objection_to(const Record &record, uint32_t err) const;
 

@@ -62,7 +62,7 @@ void line(const Canvas &canvas, double x1, double y1, double x2, double y2) {
     cairo_stroke(canvas.cairo);
 }
 
-// A round distance between labels of which about four fit up to `high`.
+// A round distance with about four labels up to `high`.
 double round_step(double high) {
     for (const double step : {1.0, 2.0, 5.0, 10.0, 20.0, 25.0, 50.0}) {
         if (high / step <= 5) return step;
@@ -108,7 +108,7 @@ void draw(cairo_surface_t *surface, const Day &day, int width, int height) {
     const std::unique_ptr<cairo_t, decltype(&cairo_destroy)> cairo(cairo_create(surface),
                                                                    &cairo_destroy);
     const Canvas canvas{cairo.get(), static_cast<double>(width), static_cast<double>(height)};
-    // A day of zeros has an axis too.
+    // A day of zeros needs an axis too.
     const double high = std::max<double>(1, summary_of(day).high);
     cairo_set_source_rgb(canvas.cairo, 1, 1, 1);
     cairo_paint(canvas.cairo);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The figures of a day, one a minute, and what can be told of them in numbers.
+// The figures of a day, one a minute, and their summary.
 #ifndef TARNCTL_FIGURES_DAY_H
 #define TARNCTL_FIGURES_DAY_H
 

@@ -9,14 +9,14 @@
 namespace tarnctl {
 namespace {
 
-// From nothing to the highest figure.
+// From 0 to the highest figure.
 constexpr std::array<const char *, 9> bars = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
 constexpr std::array<const char *, 5> shades = {" ", "░", "▒", "▓", "█"};
 constexpr std::array<const char *, 9> plain = {" ", ".", ":", "-", "=", "+", "*", "#", "@"};
 // Colours of the 256-colour palette, from dark to bright.
 constexpr std::array<int, 9> heat = {16, 17, 54, 90, 125, 161, 202, 214, 226};
 
-// Any figure but 0 shows, and the highest one has the last step to itself.
+// Every figure but 0 is visible, and only the highest has the last step.
 template <std::size_t Steps>
 std::size_t step_of(unsigned figure, unsigned high) {
     if (figure == 0 || high == 0) return 0;
@@ -24,7 +24,7 @@ std::size_t step_of(unsigned figure, unsigned high) {
     return 1 + (figure - 1) * (Steps - 2) / high;
 }
 
-// The shortest time a bar that lets the day fit in `width`, and divides it.
+// The shortest time a bar that divides the day and fits it in `width`.
 std::size_t minutes_of_a_bar(std::size_t width) {
     for (const std::size_t minutes : {1U, 2U, 3U, 4U, 5U, 6U, 10U, 12U, 15U, 20U, 30U}) {
         if (minutes_of_a_day / minutes <= width) return minutes;

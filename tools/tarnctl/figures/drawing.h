@@ -11,8 +11,8 @@
 
 namespace tarnctl {
 
-// A bar for as many minutes as the width asks for, as high as their highest figure, and a line of
-// hours below.
+// A line of bars, each for as many minutes as the width requires and as high as their highest
+// figure, and a line of hours below.
 std::string sparkline(const Day &day, const Screen &screen);
 // A row an hour, a cell a minute.
 std::string heatmap(const Day &day, const Screen &screen);

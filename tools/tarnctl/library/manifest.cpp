@@ -175,7 +175,7 @@ std::vector<Comparison> compare_with_own(const Manifest &manifest) {
     for (const ManifestItem &item : manifest.items) {
         const auto here = missing.find(item.luid);
         const bool is_known = here != missing.end();
-        // Known and not missing any more: the file has it twice.
+        // Not among the missing: the file has it twice.
         const std::string_view name = name_of(item);
         const char *other = name.empty() ? "new" : "there twice";
         compared.push_back({item, name, is_known ? difference(item, *here->second) : other});

@@ -38,19 +38,19 @@ struct Manifest {
 // Failure `data` that names the file, and the line in the manifest, if it can't be read.
 Manifest read_manifest(const std::string &path);
 Manifest parse_manifest(const std::string &path, std::string_view section);
-// What this program's own schema says.
+// The manifest of this program's schema.
 Manifest own_manifest();
 
-// An item of a file's manifest or of this program's schema, and how the two stand.
+// An item of a file's manifest or of this program's schema, and their difference.
 struct Comparison {
-    ManifestItem item;       // as the file has it, or, if it is gone there, as this program does
-    std::string_view name;   // empty if this program doesn't know the item
+    ManifestItem item;       // of the file, or of this program if the file lacks it
+    std::string_view name;   // empty if this program doesn't have the item
     std::string difference;  // "new", "gone", "size 64, here 56"; empty if there is none
 };
-// First the file's items in its order, then those that are gone.
+// The file's items in its order, then those that only this program has.
 std::vector<Comparison> compare_with_own(const Manifest &manifest);
 
-// What a manifest's kind is called in a descriptor: "table_record" of trec.
+// A manifest's kind as in a descriptor: "table_record" for trec.
 std::string_view kind_name(std::string_view kind);
 
 }  // namespace tarnctl

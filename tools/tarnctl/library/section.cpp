@@ -50,7 +50,7 @@ struct End {
 std::string read_section(const std::string &path, const char *name) {
     const File file(path);
     elf_version(EV_CURRENT);
-    // Read, not mapped: a file that is cut short meanwhile is an error and no signal.
+    // Read, not mapped: truncating the file meanwhile is an error and not a signal.
     const std::unique_ptr<Elf, End> elf(elf_begin(file.descriptor(), ELF_C_READ, nullptr));
     if (!elf || elf_kind(elf.get()) != ELF_K_ELF)
         throw Failure(Exit::data, fmt::format("{}: not a library: not an ELF file", path));

@@ -8,8 +8,8 @@
 
 namespace tarnctl {
 
-// The bytes of a section of an ELF file. Failure `store` if there is no such file to read, `data`
-// if it is no ELF file, is damaged or has no such section.
+// The bytes of a section of an ELF file. Failure `store` if the file can't be read, `data` if it
+// isn't an ELF file, is damaged or has no such section.
 std::string read_section(const std::string &path, const char *name);
 
 }  // namespace tarnctl

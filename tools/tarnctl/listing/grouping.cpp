@@ -20,10 +20,10 @@ struct Aggregate {
     std::string title;
 };
 
-// What is known of a group by one aggregate.
+// The value of an aggregate in one group.
 struct Figure {
     Wide sum = 0;
-    const Record *record = nullptr;  // that has the least or the largest value
+    const Record *record = nullptr;  // with the least or the largest value
     Cell cell;
 };
 
@@ -73,7 +73,7 @@ void take(Figure &figure, const Aggregate &aggregate, const Record &record) {
     figure.cell = std::move(cell);
 }
 
-// JSON readers keep the numbers up to 2^53; larger ones are strings.
+// Many JSON readers lose digits of numbers beyond 2^53, so that those are strings.
 std::string json_of_integer(Wide number) {
     constexpr Wide largest = Wide{1} << 53;
     const std::string text = fmt::format("{}", number);
@@ -102,7 +102,7 @@ class Grouping {
     Grouping(const Table &table, const GroupingOptions &options)
         : aggregates_(aggregates_of(table, options)) {
         for (const std::string &name : options.by) by_.push_back(single_column(table, name));
-        // There is one group of all records even where there are none.
+        // Without columns all records are one group, also an empty one.
         if (by_.empty()) groups_[{}].figures.resize(aggregates_.size());
     }
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Records put together by the values of some of their fields, with figures of each group:
+// Records grouped by the values of some of their fields, with figures of each group:
 //
 //   count    how many records it has
 //   sum(F)   of a field that is a number
-//   min(F)   of a field that is a single value, in the order that conditions go by
+//   min(F)   of a field that is a single value, in the order of conditions
 //   max(F)
 //
-// A record that is too old to have F is counted by `count` only.
+// Only `count` counts a record whose variant lacks F.
 #ifndef TARNCTL_LISTING_GROUPING_H
 #define TARNCTL_LISTING_GROUPING_H
 
@@ -26,8 +26,7 @@ struct GroupingOptions {
     bool wanted() const { return !by.empty() || !aggregates.empty(); }
 };
 
-// The groups in the order of their values. Failure `usage` for a column that isn't there, or an
-// aggregate that is none.
+// The groups in the order of their values. Failure `usage` for an unknown column or aggregate.
 Sheet group(const Table &table, const std::vector<Record> &records, const GroupingOptions &options);
 
 }  // namespace tarnctl

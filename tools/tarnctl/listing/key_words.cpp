@@ -20,7 +20,7 @@ void set_once(std::optional<std::string> &text, std::string value, std::string_v
     text = std::move(value);
 }
 
-// Whether the word names a column, whose text is then set.
+// Sets the text of the column that the word names. Returns whether it names one.
 bool take_named(const std::vector<Column> &columns, const std::string &word, Texts &texts) {
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const std::string name = columns[i].name();

@@ -12,8 +12,8 @@
 namespace tarnctl {
 
 // The texts of the key's columns, in the order of the key. A word is FIELD=VALUE (FIELD:hex=00ff
-// for a string's bytes), if it begins with the path of a column of the key, or else the value of
-// the next column that has none. If there are too many or too few, all words as they stand.
+// for a string's bytes) if it begins with the path of a column of the key, or else the value of the
+// next column without one. If there are too many or too few, the words unchanged.
 std::vector<std::string> key_texts(const Table &table, const std::vector<std::string> &words);
 
 }  // namespace tarnctl

@@ -11,7 +11,7 @@
 namespace tarnctl {
 namespace {
 
-// With fewer columns besides the leading ones a list is more useful than a table.
+// With fewer columns besides the leading ones a list is used in place of a table.
 constexpr std::size_t fewest_columns = 2;
 
 std::string counted(uint64_t count, std::string_view what) {
@@ -60,7 +60,7 @@ std::vector<bool> blank_columns(const Listing &listing, const std::vector<Listin
     return blank;
 }
 
-// Returns false, and prints nothing, if a list is more useful.
+// Returns false, and prints nothing, if a list is more readable.
 bool print_table(std::ostream &out, const Listing &listing, const Screen &screen) {
     const std::vector<ListingColumn> columns =
         columns_or(listing, telling_columns(*listing.instance.table, listing.selection.records));
@@ -95,7 +95,7 @@ void print_groups(std::ostream &out, const Listing &listing, const Screen &scree
     if (screen.is_terminal) print_summary(out, listing, 0, screen);
 }
 
-// An enumerator with its number, an array with what can be told of it in a line.
+// An enumerator with its number, an array with its range.
 std::string list_text(const Record &record, const ListingColumn &column) {
     std::string text = cell_text(record, column, Reader::person);
     if (column.what != ListingColumn::What::field) return text;

@@ -14,9 +14,9 @@ namespace tarnctl {
 // Of one table, in the form automatic, table or list. Groups are a table.
 void print_lines(std::ostream &out, const Listing &listing, const Screen &screen);
 
-// The columns that were chosen, or else those given.
+// The chosen columns, or `suitable` if none were chosen.
 std::vector<ListingColumn> columns_or(const Listing &listing, std::vector<ListingColumn> suitable);
-// Calls `print` with each record, and shows how far it is.
+// Calls `print` with each record, and shows the progress.
 void for_each_with_progress(const std::vector<Record> &records,
                             const std::function<void(const Record &)> &print);
 

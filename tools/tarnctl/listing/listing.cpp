@@ -68,7 +68,7 @@ void print_export(std::ostream &out, const std::vector<Listing> &listings, Forma
     writer->end();
 }
 
-// Objects with chosen columns or those of groups as members.
+// Objects whose members are the chosen columns, or those of groups.
 class JsonArray {
  public:
     JsonArray(std::ostream &out, bool names_tables) : out_(out), names_tables_(names_tables) {}
@@ -107,7 +107,7 @@ void print_json(std::ostream &out, const std::vector<Listing> &listings) {
     array.end();
 }
 
-// On a terminal nothing but line ends may control it.
+// On a terminal all control characters but line ends are escaped.
 template <class Print>
 void print_safely(std::ostream &out, const Screen &screen, Print print) {
     if (!screen.is_terminal) return print(out);

@@ -22,7 +22,7 @@ const std::map<std::string, Form> &forms() {
     return words;
 }
 
-// What groups have no form for.
+// Groups have no text, XML or list form.
 void check_groups(const Listing &listing) {
     if (!listing.columns.empty())
         throw Failure(Exit::usage,
@@ -69,7 +69,7 @@ void add_selection_options(cli::Command &command, SelectionOptions &options) {
     command.flag("--shadows", options.shadows, "Print the shadows too, the records of source 255");
 
     command.flag("--pending", options.only_pending,
-                 "Only the records that wait to be destroyed until nobody holds them");
+                 "Only the records that await their destruction");
     command.flag("--no-pending", options.no_pending, "None of those records").excludes("pending");
     command.option("-l,--limit", "COUNT",
                    cli::number_into(options.limit, 0, std::numeric_limits<uint64_t>::max()),

@@ -20,22 +20,21 @@ struct FormOptions {
     std::vector<std::string> columns;
 };
 
-// --format, by default as it stands in `options`; --json, --columns
+// --format, by default the form in `options`; --json; --columns
 void add_form_options(cli::Command &command, FormOptions &options);
-// Which records a listing has, in which order, and whether it has groups of them: --sort,
+// The records of a listing, their order and groups: --sort,
 // --group-by, --aggregate, --tenant, --source, --shadows, --pending,
 // --no-pending, --limit, --offset, --reverse.
 void add_selection_options(cli::Command &command, SelectionOptions &options);
 
-// The form and the columns that the options choose. Failure `usage` where they contradict.
+// Sets the form and the columns of the options. Failure `usage` if they contradict each other.
 void apply(const FormOptions &options, Listing &listing);
-// The listing of a table that the options ask for. Failure `usage` where they contradict.
+// Makes the listing of a table. Failure `usage` if the options contradict each other.
 Listing make_listing(const Store &store, const std::string &table,
                      const SelectionOptions &selection, const FormOptions &form);
 
-// Prints on standard output, through the pager where there is one. On a terminal everything is
-// made before anything is shown: whoever reads page by page must not read records that another
-// process destroys meanwhile.
+// Prints on standard output, through the pager if there is one. On a terminal the whole output is
+// made first: while a user pages, another process could destroy the records.
 void print_paged(const std::function<void(std::ostream &, const Screen &)> &print);
 
 }  // namespace tarnctl

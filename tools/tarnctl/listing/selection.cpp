@@ -22,8 +22,7 @@ bool is_hidden(const Record &record, const SelectionOptions &options) {
     return record.is_shadow() && !options.shadows && !options.source;
 }
 
-// How many of the walk's records are needed at all: a number from the front, unless their order is
-// another or groups are made of them.
+// How many records the walk has to find: with another order, or groups, all.
 uint64_t needed(const SelectionOptions &options) {
     if (options.reverse || !options.limit || !options.sort.empty() || options.grouping.wanted())
         return UINT64_MAX;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The records that show and find are asked for.
+// The records that show and find select.
 #ifndef TARNCTL_LISTING_SELECTION_H
 #define TARNCTL_LISTING_SELECTION_H
 
@@ -30,13 +30,13 @@ struct SelectionOptions {
 
 struct Selection {
     std::vector<Record> records;  // in the order of the output, unless they were grouped
-    uint64_t hidden_shadows = 0;  // among the records that were looked at
+    uint64_t hidden_shadows = 0;  // among the records that were read
     uint64_t looked_at = 0;
     std::optional<Sheet> groups;  // in the order of the output
 };
 
-// Where conditions fix the key, no other records are looked at. Failure `usage` that names
-// what in the options is wrong.
+// Where conditions fix the key, only the records of that key are read. Failure `usage` that names
+// the wrong option.
 Selection select(const Store &store, const Instance &instance, const SelectionOptions &options);
 
 }  // namespace tarnctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Lines of values that belong to no single record, such as those of groups.
+// Lines of values that aren't those of one record, such as the lines of groups.
 #ifndef TARNCTL_LISTING_SHEET_H
 #define TARNCTL_LISTING_SHEET_H
 
@@ -26,9 +26,9 @@ struct Sheet {
     std::vector<Title> titles;
     std::vector<std::vector<SheetCell>> lines;
 
-    // The place of a title. Failure `usage` with a suggestion.
+    // The index of a title. Failure `usage` with a suggestion.
     std::size_t column(const std::string &title) const;
-    // A line as an object of JSON that has the titles as members.
+    // A line as a JSON object with the titles as members.
     std::string json_of_line(std::size_t line) const;
 };
 

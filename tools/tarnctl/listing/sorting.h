@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An order of lines other than that of the index.
+// Sorting by other values than the key.
 #ifndef TARNCTL_LISTING_SORTING_H
 #define TARNCTL_LISTING_SORTING_H
 
@@ -14,12 +14,12 @@
 
 namespace tarnctl {
 
-// A name as a user writes it to sort by: NAME, NAME:asc or NAME:desc.
+// A column to sort by: NAME, NAME:asc or NAME:desc.
 struct SortWord {
     std::string name;
     bool descending = false;
 };
-// Failure `usage` if something else follows the colon.
+// Failure `usage` if the text after the colon is another.
 SortWord parse_sort_word(const std::string &word);
 
 // Whether the first of two lines comes before the second. The cells are in the order of `words`.

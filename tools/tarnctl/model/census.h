@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How many records a table holds, by source and by tenant.
+// How many records a table has, by source and by tenant.
 #ifndef TARNCTL_MODEL_CENSUS_H
 #define TARNCTL_MODEL_CENSUS_H
 
@@ -15,7 +15,7 @@ namespace tarnctl {
 
 struct Census {
     uint64_t records = 0;
-    uint64_t pending = 0;                 // of these, waiting to be destroyed
+    uint64_t pending = 0;                 // of these, those that await their destruction
     std::map<uint8_t, uint64_t> sources;  // KEL_SOURCE_SHADOW: the shadows
     std::map<uint16_t, uint64_t> tenants;
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How two states of a record differ, field by field: for whoever shows what was changed.
+// How two states of a record differ, field by field.
 #ifndef TARNCTL_MODEL_DIFFERENCE_H
 #define TARNCTL_MODEL_DIFFERENCE_H
 
@@ -13,28 +13,28 @@
 
 namespace tarnctl {
 
-// A field that differs, by its path and its texts (value.h). Of an array each element that
-// differs is a change of its own: `minute[17]`.
+// A field that differs: its path and its texts (value.h). Each element of an array that differs is
+// a change: `minute[17]`.
 struct FieldChange {
     std::string field;
     std::string old_text;
     std::string new_text;
-    // A record that is new had no field before, one that is gone has none now, and an object of an
-    // older variant lacks the newer fields. The text is empty then.
+    // False before a record is inserted, after it is deleted, and of a field that the object's
+    // variant lacks. The text is empty then.
     bool old_present = true;
     bool new_present = true;
-    const Field *leaf = nullptr;  // null: "pending", which is the record's own
+    const Field *leaf = nullptr;  // null: "pending", which isn't a field
     bool whole_array = false;
 };
 
-// A record's identity and values in memory of its own: it stays as it was when the record is
-// changed, destroyed or taken back.
+// A copy of a record's identity and values, which outlives changes and the destruction of the
+// record.
 class RecordCopy {
  public:
     struct Cell {
         bool present = false;
         bool blank = true;  // 0, false or empty
-        std::string text;   // of an array its bytes
+        std::string text;   // the bytes of an array
     };
 
     explicit RecordCopy(const Record &record, uint32_t tx_id = KEL_TX_NONE);
@@ -43,7 +43,7 @@ class RecordCopy {
     uint16_t tenant() const { return tenant_; }
     uint8_t src() const { return src_; }
     bool is_pending() const { return pending_; }
-    // The same for all states of a record, and another for every other record of the table.
+    // Identifies the record among those of the table, whatever its state.
     const std::string &identity() const { return identity_; }
     // The values of the key's columns with ", " between them.
     std::string key_text() const;
@@ -68,8 +68,8 @@ class RecordCopy {
 std::vector<FieldChange> changes_between(const RecordCopy &before, const RecordCopy &after);
 std::vector<FieldChange> changes_between(const Record &before, const Record &after);
 
-// The fields of a record, but those of its key, as the changes that a record which is new (or,
-// with `is_new` false, gone) comes with. Fields that are 0, false or empty only with `blank_ones`.
+// The fields of a record that was inserted (or, with `is_new` false, deleted) as changes, without
+// those of its key. Fields that are 0, false or empty only with `blank_ones`.
 std::vector<FieldChange> contents_of(const RecordCopy &record, bool is_new, bool blank_ones);
 
 }  // namespace tarnctl

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::string_view table_prefix = "tbl_";
 
-// With and without "tbl_": what is suggested is of the form that was written.
+// With and without "tbl_", so that a suggestion has the form that was written.
 std::vector<std::string_view> table_names() {
     std::vector<std::string_view> names;
     for (const Table *table : catalogue.tables) {
@@ -30,12 +30,12 @@ std::string_view key_of(const kel_table &block) {
     return {block.table_name, strnlen(block.table_name, sizeof block.table_name)};
 }
 
-// "/" and the LUID's text, which end the key of a block that was opened under a name.
+// "/" and the LUID as text, which end the key of a table that was opened by name.
 std::string luid_suffix(const kel_type_info &descriptor) {
     return fmt::format("/{}", descriptor.luid_text);
 }
 
-// The key tells the table without a look at the descriptor, which may be another process's own.
+// The key names the table; the descriptor may be in another process's memory.
 const Table *table_of(const Store &store, const kel_table &block) {
     const std::string_view key = key_of(block);
     for (const Table *table : catalogue.tables) {
@@ -45,7 +45,7 @@ const Table *table_of(const Store &store, const kel_table &block) {
     return catalogue.table_of(*block.descriptor);
 }
 
-std::vector<Instance> meant(const Store &store, const TableReference &reference) {
+std::vector<Instance> instances_named(const Store &store, const TableReference &reference) {
     std::vector<Instance> found = instances(store);
     std::erase_if(found, [&](const Instance &each) { return !reference.means(each); });
     return found;
@@ -136,11 +136,11 @@ std::vector<Instance> instances(const Store &store, std::size_t *unknown) {
 }
 
 std::vector<Instance> instances_of(const Store &store, const Table &table) {
-    return meant(store, {&table, {}, {}});
+    return instances_named(store, {&table, {}, {}});
 }
 
 Instance find_instance(const Store &store, const TableReference &reference) {
-    const std::vector<Instance> found = meant(store, reference);
+    const std::vector<Instance> found = instances_named(store, reference);
     if (!found.empty()) return the_one(found, reference);
     std::string text = fmt::format("{} holds no table `{}`", store.path(), text_of(reference));
     const std::vector<Instance> others = instances_of(store, *reference.table);
@@ -158,7 +158,7 @@ void need_kind(const Store &store, const Table &table, const kel_table &block) {
 }
 
 Instance find_or_make_instance(const Store &store, const TableReference &reference) {
-    const std::vector<Instance> found = meant(store, reference);
+    const std::vector<Instance> found = instances_named(store, reference);
     if (!found.empty()) return the_one(found, reference);
     if (reference.id)
         throw Failure(
@@ -182,7 +182,7 @@ void free_instance(const Store &store, const Instance &instance) {
     const std::string name = instance.full_name();
     uint32_t err = 0;
     instance.table->free(store.handle(), KEL_TX_NONE, instance.block, &err);
-    need(err, fmt::format("taking the table `{}` out of the store", name));
+    need(err, fmt::format("removing the table `{}`", name));
 }
 
 }  // namespace tarnctl

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The tables that are open in a store, and how a user names them:
+// The tables of a store, and how a user names them:
 //
-//   tbl_ldap_conn         the table, where the store holds one of it
-//   tbl_ldap_conn:ldap    the one that was opened under the name "ldap"
-//   tbl_ldap_conn#7       the one of table id 7
+//   tbl_ldap_conn         the table, if the store has only one of this type
+//   tbl_ldap_conn:ldap    the one with the name "ldap"
+//   tbl_ldap_conn#7       the one with the id 7
 //
 // The prefix "tbl_" can be left out.
 #ifndef TARNCTL_MODEL_INSTANCE_H
@@ -28,17 +28,17 @@ struct Instance {
 
     // "ldap", or "#7".
     std::string name() const;
-    // "tbl_ldap_conn:ldap", or "tbl_ldap_conn#7": what names it among all tables of a store.
+    // "tbl_ldap_conn:ldap", or "tbl_ldap_conn#7": unique in the store.
     std::string full_name() const;
 };
 
-// What the user wrote.
+// A table as the user wrote it.
 struct TableReference {
     const Table *table;
     std::optional<std::string> name;
     std::optional<uint64_t> id;
 
-    // Whether the instance is the one, or one of those, that the user wrote.
+    // Whether the reference names the instance.
     bool means(const Instance &instance) const;
 };
 
@@ -46,21 +46,21 @@ struct TableReference {
 const Table &table_named(std::string_view name);
 TableReference parse_table(std::string_view text);
 
-// The store's tables in the order of the catalogue, instances of one table by name. Blocks whose
-// table this program doesn't know are left out, and counted through `unknown` unless it is null.
+// The store's tables in the order of the catalogue, instances of one table by name. Tables that
+// aren't in the catalogue are left out, and counted through `unknown` unless it is null.
 std::vector<Instance> instances(const Store &store, std::size_t *unknown = nullptr);
 std::vector<Instance> instances_of(const Store &store, const Table &table);
 
-// The instance that is meant. Failure `difference` if the store doesn't hold it, `usage` if it
-// holds several and the reference doesn't say which.
+// The instance that the reference names. Failure `difference` if the store has none, `usage` if it
+// has several.
 Instance find_instance(const Store &store, const TableReference &reference);
-// Failure `data` if the block, which was opened as `table`, is another table's: a name with a '/'
-// is a path, which tables of all kinds share.
+// Failure `data` if the block, which was opened as `table`, is of another table: a name with a '/'
+// is a path, which tables of all types share.
 void need_kind(const Store &store, const Table &table, const kel_table &block);
-// The same as find_instance, or one that is made outside any transaction, which it outlives: under
-// the reference's name (Failure `usage` if that is empty), or else its usual one.
+// As find_instance, but makes the table if there is none, outside any transaction: under the
+// reference's name (Failure `usage` if that is empty), or else its usual one.
 Instance find_or_make_instance(const Store &store, const TableReference &reference);
-// Takes the table, which must be empty, out of the store, outside any transaction.
+// Removes an empty table from the store, outside any transaction.
 void free_instance(const Store &store, const Instance &instance);
 
 }  // namespace tarnctl

@@ -12,7 +12,7 @@
 namespace tarnctl {
 namespace {
 
-// The largest number up to which a double tells each from its neighbours.
+// Doubles represent all integers up to this one exactly.
 constexpr uint64_t largest_exact = uint64_t{1} << 53U;
 
 Json json_of_number(const Field &field, uint64_t number) {
@@ -59,7 +59,7 @@ bool is_decimal(std::string_view text) {
     return text.size() > digits && text.find_first_not_of("0123456789", digits) == text.npos;
 }
 
-// Through the value's own reading of texts, which knows the ranges.
+// Goes through text, whose reader checks the ranges.
 void set_scalar(Value &value, JsonView json) {
     const Kind kind = value.field().kind;
     if (kind == Kind::boolean && !json.boolean()) expected(value.name(), "true or false", json);
@@ -72,7 +72,7 @@ void set_scalar(Value &value, JsonView json) {
     if (kind != Kind::boolean && !json.is_integer())
         expected(value.name(), kind == Kind::enumeration ? "an enumerator's name" : "a number",
                  json);
-    // An object that was never set can hold a number that is no enumerator's, and may keep it.
+    // An object that was never set can hold a number that no enumerator has, and may keep it.
     if (kind == Kind::enumeration && json.unsigned_number() == value.number()) return;
     value.set_text(json.dump());
 }
@@ -141,7 +141,7 @@ void set_members(FieldSetter setter, const Structure &structure, JsonView json) 
     setter.reading.path = outer;
 }
 
-// The member of an object's state flags; nothing on an object without.
+// The member of an object's state flags; nothing for an object without.
 void add_state(Json &json, const char *name, kel_handle *handle, void *object,
                const Structure &structure) {
     if (!is_tracked(object)) return;

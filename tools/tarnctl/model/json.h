@@ -3,18 +3,18 @@
 // The JSON form of values and records, the same in every command:
 //
 //   record   {"tenant": 0, "source": 1, "key": {...}, "fields": {...}}
-//            "key" on tables with a key structure alone; "fields" are those of the data object,
-//            null if the record has none. Only where they tell something, and behind "source":
-//            "pending": true      the record waits to be destroyed
+//            "key" only on tables with a key structure; "fields" are those of the data object,
+//            null if the record has none. After "source", only where needed:
+//            "pending": true      the record awaits its destruction
 //            "variant": 0         of the data object, if its type has newer ones
 //            "state", "key_state" on objects with state flags: those that aren't 0, by the paths
 //                                 of their fields: {"num_conns": 2, "minute[5]": 1}
 //   field    a structure is an object, an array an array of numbers, a number a number, a boolean
-//            true or false, but a number beyond 2^53 a string of its digits: many readers take
-//            numbers for doubles, which can't tell it from its neighbours; an enumeration is its
-//            enumerator's name, or a number that is none's; an address is text, null if it is none;
-//            a string is a string, or {"hex": "00ff"} if it isn't UTF-8. A field that the object's
-//            variant doesn't have is left out.
+//            true or false, but a number beyond 2^53 a string of its digits, since many readers
+//            use doubles, which can't represent it exactly; an enumeration is its enumerator's
+//            name, or its number if no enumerator has it; an address is text, or null if it is
+//            empty; a string is a string, or {"hex": "00ff"} if it isn't UTF-8. A field that the
+//            object's variant lacks is left out.
 #ifndef TARNCTL_MODEL_JSON_H
 #define TARNCTL_MODEL_JSON_H
 
@@ -44,14 +44,14 @@ Json json_of_integer(int64_t number);
 // Sets a value from its JSON form. Failure `data` that names the field and what was expected.
 void set_from_json(Value &value, JsonView json);
 
-// How the members of an object are taken.
+// How the members of an object are read.
 struct JsonReading {
-    bool lenient = false;  // members that are no fields are passed over
-    // Enumerations take numbers that are no enumerator's, as they can come over the wire.
+    bool lenient = false;  // unknown members are skipped
+    // Enumerations take numbers that no enumerator has, which can come over the wire.
     bool any_number = false;
-    std::string path;  // of the member being read, or where reading failed
+    std::string path;  // of the member that is being read, or that was when reading failed
 };
-// Sets the fields of `object` that `json`, an object, has as members; the others stay.
+// Sets the fields of `object` that are members of `json`, an object; the others stay.
 // Failure `data` that names the field.
 void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,
                           const Structure &structure, JsonView json, JsonReading &reading);

@@ -17,8 +17,8 @@ namespace {
 constexpr uint32_t first_buffer = 4096;
 constexpr uint32_t largest_buffer = uint32_t{1} << 30;
 
-// What `write` writes into a buffer that is large enough for it. The buffer is blank beforehand:
-// the text form steps over the indentation of closing braces.
+// The output of `write` in a buffer that is large enough. The buffer is full of blanks, since the
+// text form skips the indentation of closing braces.
 template <class Write>
 std::string written(Write write, std::string_view what) {
     for (uint32_t size = first_buffer;; size *= 2) {
@@ -32,7 +32,7 @@ std::string written(Write write, std::string_view what) {
     }
 }
 
-constexpr uint32_t same_place = 1;  // what the index's order says of two equal ones
+constexpr uint32_t same_place = 1;  // the index's order of two equal keys
 
 kel_record *record_of(kel_index_node *node) {
     if (node == nullptr) return nullptr;
@@ -134,16 +134,16 @@ void check_readable(const Store &store, const Record &record) {
     const bool object_readable = object == nullptr || store.holds(object->descriptor);
     if (object_readable && store.holds(record.record->descriptor)) return;
     throw Failure(Exit::store,
-                  fmt::format("{}: the records of {} can be read by the process alone that made "
-                              "them: it kept its descriptors to itself (a handle with "
+                  fmt::format("{}: only the process that made the records of {} can read them: "
+                              "their descriptors aren't in the store (a handle with "
                               "store_types_enabled 0)",
                               store.path(), record.table->name));
 }
 
 void for_each_own_record(const Store &store, const Instance &instance,
                          const std::function<bool(const Record &)> &function) {
-    // What the function throws doesn't pass through the library's C code: it is kept and thrown
-    // again behind it.
+    // An exception of `function` must not pass through the library's C code: it is kept and thrown
+    // again after the walk.
     struct Context {
         const Store &store;
         const Table *table;
@@ -243,7 +243,7 @@ void for_each_record_of_key(const Store &store, const Instance &instance, const 
             if (!function(record)) return;
         }
         if (found == nullptr) return;
-        // The next tenant that there is, or else the next number, which leads to it.
+        // The next tenant with records, or else the next number, from which the search goes on.
         tenant = std::max<uint32_t>(found->tenant_id, tenant + 1);
     }
 }
@@ -260,7 +260,7 @@ Record find_record(const Store &store, const Instance &instance, const Key &key,
 
 Record find_nearest(const Store &store, const Instance &instance, const Key &key, uint8_t src,
                     bool forward) {
-    // Only a search that passes over records that wait to be destroyed keeps to another source.
+    // Only a search that skips pending records stays within another source.
     const uint32_t skip_pending = src == KEL_SOURCE_DEFAULT ? 0 : 1;
     uint32_t err = 0;
     kel_record *found =

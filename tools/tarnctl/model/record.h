@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A record as a user sees it: its key fields and its other fields as columns, its tenant, its
-// source, its forms. And keys as a user writes them.
+// Records as a user sees them: columns of key fields and other fields, tenant, source, forms. And
+// keys as a user writes them.
 #ifndef TARNCTL_MODEL_RECORD_H
 #define TARNCTL_MODEL_RECORD_H
 
@@ -22,7 +22,7 @@ namespace tarnctl {
 struct Column {
     Path path;
     bool is_key;         // part of the key
-    bool in_key_object;  // lies in the key object, not in the data object
+    bool in_key_object;  // a field of the key object, not of the data object
 
     std::string name() const { return path.text(); }
 };
@@ -34,7 +34,7 @@ Column column_named(const Table &table, std::string_view path);
 // The columns that make up the key, in the order of the key.
 std::vector<Column> key_columns(const Table &table);
 
-// The store that a record lies in, with the table that it is of.
+// A record, its table, and a handle on its store.
 struct Record {
     const Table *table;
     kel_handle *handle;
@@ -53,33 +53,33 @@ struct Record {
     std::string wire() const;
 };
 
-// Throws a Failure of code `store` if the record was made by a process that keeps its descriptors
-// to itself, so that no other process can read it.
+// Failure `store` if the record's descriptors aren't in the store but in the memory of the process
+// that made it, so that no other process can read it.
 void check_readable(const Store &store, const Record &record);
 
-// All records of an instance, of all tenants and sources, in the index's order. `function` answers
-// whether to go on. It must not take records out of the index.
+// Calls `function` with all records of an instance, of all tenants and sources, in key order, until
+// it returns false. It must not delete records.
 void for_each_record(const Store &store, const Instance &instance,
                      const std::function<bool(const Record &)> &function);
-// The same in a store of this process alone, whose records need no check_readable.
+// The same for a store that only this process uses, without check_readable.
 void for_each_own_record(const Store &store, const Instance &instance,
                          const std::function<bool(const Record &)> &function);
 
-// A key to search with. It lies in memory of its own: making one changes no store.
+// A key to search with. It is in a private store, so that making it changes no other.
 class Key {
  public:
-    // From the texts of the key's columns, in the order of the key. Failure `usage` if there are
-    // too many or too few, `data` if one can't be read.
+    // From the texts of the key's columns, in the order of the key. Failure `usage` for too many
+    // or too few, `data` for one that is malformed.
     Key(const Table &table, const std::vector<std::string> &texts);
-    // In a scratch store of the caller's, which must outlive it: for many keys.
+    // In a scratch store of the caller, which must outlive it: for many keys.
     Key(const Table &table, const std::vector<std::string> &texts, const Store &scratch);
     Key(const Key &) = delete;
     Key &operator=(const Key &) = delete;
     ~Key();
 
-    // What the catalogue's search functions take.
+    // The argument of the catalogue's search functions.
     const void *get() const { return key_; }
-    // A record of this key, tenant and source, in no table: a place in the index's order.
+    // A record of this key, tenant and source that is in no table, to search the index with.
     kel_record place(uint16_t tenant, uint8_t src) const;
     std::string text() const { return text_; }
 
@@ -95,14 +95,13 @@ class Key {
     std::string text_;
 };
 
-// All records of a key, of all tenants and sources, in the index's order, which finds them. Else as
-// for_each_record.
+// As for_each_record, for all records of one key; the index finds them.
 void for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
                             const std::function<bool(const Record &)> &function);
 
 // The record of this key and source in the thread's tenant; its `record` is null if there is none.
 Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src);
-// The same, or the nearest one behind (or, with `forward` false, before) the key.
+// The same, or the nearest one after (or, with `forward` false, before) the key.
 Record find_nearest(const Store &store, const Instance &instance, const Key &key, uint8_t src,
                     bool forward);
 

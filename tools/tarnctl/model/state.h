@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The state flags of an object, one a field, which a handle with state tracking keeps. Only an
+// The state flags of an object, one a field. A handle with state tracking sets them, and only an
 // object that such a handle made has them.
 #ifndef TARNCTL_MODEL_STATE_H
 #define TARNCTL_MODEL_STATE_H
@@ -15,12 +15,12 @@
 
 namespace tarnctl {
 
-// How a handle treats state while the scope lasts; tracking is off otherwise.
+// How a handle treats state during the scope; tracking is off otherwise.
 class TrackingScope {
  public:
     enum Mode : uint32_t {
         off = KEL_STATE_TRACKING_OFF,
-        on = KEL_STATE_TRACKING_ON,  // objects are made with flags, which travel in wire forms
+        on = KEL_STATE_TRACKING_ON,  // objects are made with flags, and wire forms have them
         flags_alone = 0,             // flags are read and set where objects have them
     };
     TrackingScope(kel_handle *handle, Mode mode) : handle_(handle) {

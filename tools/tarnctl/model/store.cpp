@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t own_types = 0;
 constexpr uint32_t store_types = 1;
 
-// The functions of embedded.h answer a status and leave a text that says more.
+// The functions of embedded.h return a status and leave a text with details.
 void check(uint32_t status) {
     if (status == 0) return;
     const std::string text = kel_error_text();
@@ -98,7 +98,7 @@ Transaction::Transaction(const Store &store) : handle_(store.handle()) {
 }
 
 Transaction::~Transaction() {
-    // Only a transaction that isn't open can't be taken back, and this one is.
+    // Can't fail: the transaction is open.
     if (open_) kel_transaction_rollback(handle_, id_);
 }
 

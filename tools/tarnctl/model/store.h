@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A store and a handle on it, and a transaction, each given back by its destructor.
+// A store with a handle on it, and a transaction. Destructors close and roll back.
 #ifndef TARNCTL_MODEL_STORE_H
 #define TARNCTL_MODEL_STORE_H
 
@@ -14,19 +14,19 @@ namespace tarnctl {
 
 class Store {
  public:
-    // Opens a store file. To read: nothing in the store is changed by the opening.
+    // Opens a store file to read. Opening it changes nothing in the store.
     static Store open_to_read(const std::string &path);
-    // The same; none if another store of this process lies where this one has its place.
+    // The same; none if another store of this process is mapped at the address of this one.
     static std::optional<Store> open_if_room(const std::string &path);
-    // To write: what is made in it gets the store's own descriptors, which all processes can
-    // read. Refused while another process has a transaction open: one at a time changes a store.
+    // Opens a store file to write: what is made gets descriptors in the store, which all processes
+    // can read. Failure `busy` while another process has a transaction open: a store has one writer
+    // at a time.
     static Store open_to_write(const std::string &path);
     // `capacity` and `base` 0: the runtime chooses.
     static Store create(const std::string &path, const kel_store_options &options);
-    // A copy of a store file, in memory and gone with the Store: what is done to it leaves the file
-    // as it is. Refused like open_to_write.
+    // A copy of a store file in memory: changes don't reach the file. Fails as open_to_write.
     static Store copy_of(const std::string &path);
-    // A store in memory, for objects that belong in no file: keys, what is read from a document.
+    // A store in memory, for keys and for records that are read from a document.
     static Store scratch();
 
     Store(Store &&other) noexcept;
@@ -37,8 +37,7 @@ class Store {
     kel_store *store() const { return store_; }
     const std::string &path() const { return path_; }
     kel_store_description describe() const;
-    // Whether the bytes at `address` lie in the store: a pointer that another process left there
-    // may point anywhere.
+    // Whether `address` is in the store: a pointer that another process stored may point anywhere.
     bool holds(const void *address) const;
 
  private:
@@ -49,7 +48,7 @@ class Store {
     std::string path_;
 };
 
-// One transaction, taken back unless it is committed.
+// A transaction, rolled back unless it is committed.
 class Transaction {
  public:
     explicit Transaction(const Store &store);
@@ -67,8 +66,8 @@ class Transaction {
     bool open_ = false;
 };
 
-// Makes the thread a tenant's for a scope: records that are made then are the tenant's, and
-// reading by key stays within it. Tenant 0 is the one of a thread that said nothing.
+// Sets the thread's tenant during a scope: records are made for it, and searches by key stay within
+// it. The default is tenant 0.
 class TenantScope {
  public:
     explicit TenantScope(uint16_t tenant) { kel_thread_set_tenant(tenant); }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Copying a store file for a trial. A store lies at one address in every process, so that the
-// original isn't mapped any more when its copy is.
+// Copies a store file for a trial. A store is mapped at the same address in every process, so that
+// the original is unmapped before its copy is mapped.
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/mman.h>
@@ -43,7 +43,7 @@ void check(bool good, const std::string &path) {
         throw Failure(Exit::store, fmt::format("{}: copying it: {}", path, std::strerror(errno)));
 }
 
-// Copies what lies between two offsets.
+// Copies the bytes between two offsets.
 void copy_range(int from, int to, off_t begin, off_t end, const std::string &path) {
     std::array<char, 1U << 16U> buffer;
     while (begin < end) {
@@ -57,7 +57,7 @@ void copy_range(int from, int to, off_t begin, off_t end, const std::string &pat
     }
 }
 
-// Leaves the holes holes.
+// Keeps holes as holes.
 void copy_file(int from, int to, const std::string &path) {
     struct stat status;
     check(fstat(from, &status) == 0, path);

@@ -17,7 +17,8 @@
 namespace tarnctl {
 namespace {
 
-constexpr uint32_t no_such_variant = 43;  // what an accessor answers for a field that is too new
+constexpr uint32_t no_such_variant =
+    43;  // the error of an accessor for a field that the object's variant lacks
 
 std::vector<std::string_view> names_of(const Structure &structure) {
     std::vector<std::string_view> names;
@@ -167,7 +168,7 @@ std::vector<std::string_view> short_names(const Enumeration &enumeration) {
             std::mismatch(first.begin(), first.end(), each.name.begin(), each.name.end());
         shared = std::min(shared, static_cast<std::size_t>(a - first.begin()));
     }
-    // Whole words only; the only enumerator of a type shares nothing.
+    // Whole words only; a single enumerator has no prefix.
     shared = enumeration.enumerators.size() == 1 ? 0 : first.substr(0, shared).rfind('_') + 1;
     std::vector<std::string_view> names;
     for (const Enumerator &each : enumeration.enumerators)
@@ -301,7 +302,7 @@ void Value::set_array_text(std::string_view text) {
 }
 
 void Value::set_address_text(std::string_view text) {
-    // Made outside the store, so that a text that is no address changes nothing.
+    // Parsed before the store is changed.
     ip_address source{};
     unsigned char bytes[16] = {};
     const std::string copy(text);
@@ -331,7 +332,7 @@ void Value::set_number(uint64_t number, uint32_t index) {
     need(err, name_);
 }
 
-// The differences are those of the numbers, also of negative ones: they wrap at 2^64 alike.
+// Unsigned differences are right for negative numbers too: both wrap at 2^64.
 void Value::add(uint64_t amount) {
     const uint64_t now = number();
     if (amount > largest(field_->kind) - now)

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A value in an object, and how a user names and writes it.
+// Values in objects, and how a user names and writes them.
 //
 // A path names a leaf of a structure: `num_conns`, `aaa_authen.requests`, `minute[5]`.
 //
-// As text: numbers in decimal (read in hexadecimal too, after 0x), a boolean as true or false (1
-// and 0 are read), an enumeration by its enumerator (read as a number, and without the beginning
-// that all enumerators of the type share, in either case), an address as inet_ntop(3) writes it
-// and empty for none, a string as it is.
+// As text: numbers in decimal (hexadecimal after 0x is read too), a boolean as true or false (1 and
+// 0 are read), an enumeration as its enumerator (its number is read, and the name without the
+// prefix that all enumerators of the type share, in either case), an address as of inet_ntop(3) or
+// empty, a string as it is.
 #ifndef TARNCTL_MODEL_VALUE_H
 #define TARNCTL_MODEL_VALUE_H
 
@@ -21,7 +21,7 @@
 
 namespace tarnctl {
 
-// A leaf's place in a structure.
+// The path of a leaf in a structure.
 struct Path {
     std::vector<const Field *> fields;  // the outer ones first; the last is the leaf
     uint32_t index = 0;                 // in an array, 0 otherwise
@@ -31,21 +31,21 @@ struct Path {
     std::string text() const;
 };
 
-// Failure `usage` with a suggestion if the path leads nowhere, or to no leaf.
+// Failure `usage` with a suggestion if there is no such leaf.
 Path parse_path(const Structure &structure, std::string_view text);
-// All leaves in the order of the schema; an array is one leaf, a whole.
+// All leaves in the order of the schema; a whole array is one leaf.
 std::vector<Path> leaves_of(const Structure &structure);
 // The highest variant of a structure, which its newest field brought.
 int top_variant(const Structure &structure);
 
-// A value that was found: a leaf of one object. Reading and setting go through the library's own
-// accessors, with the handle and the transaction given.
+// A leaf of one object. Reading and setting go through the library's accessors, with the given
+// handle and transaction.
 class Value {
  public:
-    // Follows `path` from `object`. Failure `store` if the object can't show it.
+    // Follows `path` from `object`. Failure `store` if an accessor fails.
     Value(kel_handle *handle, uint32_t tx_id, void *object, const Path &path);
 
-    // False if the object's variant is too old for the field: it has no such value.
+    // False if the object's variant lacks the field.
     bool present() const { return object_ != nullptr; }
     const Field &field() const { return *field_; }
     // Its path as text.
@@ -59,15 +59,15 @@ class Value {
     // As text. A whole array is its elements with a blank between them.
     std::string text() const;
 
-    // Sets the value from text. Failure `data` that names the field and what was expected.
+    // Sets the value from text. Failure `data` with the field and the expected form.
     void set_text(std::string_view text);
     void set_number(uint64_t number, uint32_t index = 0);
     // Adds to an integer or subtracts from it. Failure `data` where the sum is out of its range.
     void add(uint64_t amount);
     void subtract(uint64_t amount);
     void set_bytes(std::string_view bytes);
-    // An enumeration takes a number, which may be none of its enumerators': the setters refuse it,
-    // but it can have come over the wire.
+    // Sets an enumeration to a number that may be no enumerator's. The setters refuse such a
+    // number, but it can come over the wire.
     void restore_number(uint32_t number);
 
  private:
@@ -87,9 +87,9 @@ class Value {
     bool whole_array_;
 };
 
-// The enumerator of a value; null if the value is none's.
+// The enumerator of a value, or null.
 const Enumerator *enumerator_of(const Enumeration &enumeration, uint32_t value);
-// The enumerators' names without the beginning that they share: "ALIVE" of SHOW_AAA_SERVER_ALIVE.
+// The enumerators' names without their common prefix: "ALIVE" of SHOW_AAA_SERVER_ALIVE.
 std::vector<std::string_view> short_names(const Enumeration &enumeration);
 
 }  // namespace tarnctl

@@ -55,7 +55,7 @@ void write_options(Page &page, const cli::Command &command) {
 }
 
 // Notes are paragraphs with an empty line between them. One that starts with
-// "Example:" or "Examples:" goes into a section of its own, its lines as they stand.
+// "Example:" or "Examples:" becomes a section of unfilled lines.
 void write_notes(Page &page, const std::string &notes) {
     std::string examples;
     for (std::size_t at = 0; at < notes.size();) {

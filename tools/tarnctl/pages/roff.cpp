@@ -24,7 +24,7 @@ std::string escaped(char c) {
     return std::string(1, c);
 }
 
-// A line that starts with a request's mark isn't a request.
+// Keeps a line that starts with the mark of a request from being one.
 std::string line_of(std::string_view text, bool bold_in_backticks) {
     std::string line = text.starts_with('.') ? "\\&" : "";
     bool bold = false;

@@ -9,8 +9,7 @@
 
 namespace tarnctl {
 
-// A text as roff shows it: what it would take for a request or an escape is hidden from it, and
-// what stands between backticks is bold.
+// A text for roff: requests and escapes are escaped, and text between backticks is bold.
 std::string roff_text(std::string_view text);
 
 class Page {
@@ -20,9 +19,9 @@ class Page {
 
     void section(std::string_view title);
     void paragraph(std::string_view text);
-    // A term and what it means.
+    // A term and its meaning.
     void item(std::string_view term, std::string_view meaning);
-    // Lines as they stand, in the order given.
+    // Lines that roff doesn't fill.
     void lines(std::string_view text);
     // A line of roff.
     void raw(std::string_view line);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl: a store seen, changed, moved and understood from the shell.
+// tarnctl: shows, changes, copies and explains a store from the shell.
 #include <clocale>
 #include <iostream>
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// A text may quote names and keys of a store: they don't control the terminal.
+// Escapes the text, which may quote names and keys of a store.
 int fail(tarnctl::Exit code, const std::string &text) {
     std::cout.flush();
     std::cerr << "tarnctl: " << tarnctl::shown_lines(text, tarnctl::output_screen()) << '\n';
@@ -21,7 +21,7 @@ int fail(tarnctl::Exit code, const std::string &text) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    // Only for the width of characters on a terminal: numbers are written alike everywhere.
+    // Only for the width of characters: the form of numbers doesn't depend on the locale.
     std::setlocale(LC_CTYPE, "");
     tarnctl::Exit status = tarnctl::Exit::done;
     const auto program = tarnctl::make_program(status);

@@ -10,9 +10,9 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *notes = R"(
-A table is named as `tbl_ldap_conn` or `ldap_conn`; where a store holds several of it,
-as `tbl_ldap_conn:NAME` or `tbl_ldap_conn#ID`. The store file is that of --store or of
-the environment's TARNBASE_STORE.)";
+A table is named as `tbl_ldap_conn` or `ldap_conn`, or, if a store has several of this
+type, as `tbl_ldap_conn:NAME` or `tbl_ldap_conn#ID`. The store file is that of --store
+or of TARNBASE_STORE in the environment.)";
 
 void set_colours(const std::string &when) {
     screen_settings().colours = when == "always"  ? Colours::always
@@ -33,10 +33,9 @@ void add_screen_options(cli::Command &program) {
 
 std::unique_ptr<cli::Command> make_program(Exit &status) {
     auto program = std::make_unique<cli::Command>(
-        "tarnctl", "Shows, changes and moves what is in the stores of tarnbase.");
+        "tarnctl", "Shows, changes and copies the contents of tarnbase stores.");
     program->add_help("tarnctl " TARNBASE_VERSION);
-    program->option("-s,--store", "FILE", {}, "Store file, for the command that follows")
-        .passed_on();
+    program->option("-s,--store", "FILE", {}, "Store file of the command").passed_on();
     add_screen_options(*program);
     program->notes = notes;
     program->statuses = exit_statuses();

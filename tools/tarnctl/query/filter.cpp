@@ -38,7 +38,7 @@ bool fulfils(const Cell &a, Comparison comparison, const Cell &b) {
     }
 }
 
-// The field that the operand is, if it is one with which the column can be compared.
+// The field that the operand names, if the column can be compared with it.
 std::optional<Column> other_field(const Table &table, const Column &column,
                                   const ComparisonText &text) {
     const std::string &word = text.operand.text;
@@ -49,14 +49,14 @@ std::optional<Column> other_field(const Table &table, const Column &column,
         Column other = column_named(table, word);
         if (are_comparable(column.path, other.path)) return other;
     } catch (const Failure &) {
-        // It is a value then.
+        // Not a field: a value.
     }
     return std::nullopt;
 }
 
 }  // namespace
 
-// Makes tests of texts. Values are tried on objects in memory of its own.
+// Makes tests from texts. Values are tried on objects in a private store.
 class Filter::Resolver {
  public:
     explicit Resolver(const Table &table) : table_(table) {}
@@ -85,7 +85,7 @@ class Filter::Resolver {
         return {std::move(column), text.comparison, cell_of(value), value.text()};
     }
 
-    // Gone with the store.
+    // Freed with the store.
     void *object_of(const Column &column) const {
         const Structure &carrier = column.in_key_object ? *table_.key_type : *table_.type;
         void *object = carrier.create(scratch_.handle(), KEL_TX_NONE);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Conditions on the records of a table, ready to be tried.
+// Conditions on the records of a table.
 #ifndef TARNCTL_QUERY_FILTER_H
 #define TARNCTL_QUERY_FILTER_H
 
@@ -17,16 +17,15 @@
 
 namespace tarnctl {
 
-// Conditions that must all hold. A record whose variant is too old to have a field fulfils no
-// comparison with it.
+// Conditions that must all hold. No comparison holds for a field that the record's variant lacks.
 class Filter {
  public:
-    // Failure `usage` if a text is no condition, or a field isn't there or isn't a single value,
-    // `data` if a value can't be read as one of the field.
+    // Failure `usage` if a text isn't a condition, or a field doesn't exist or isn't a single
+    // value, `data` if a value isn't one of the field.
     Filter(const Table &table, const std::vector<std::string> &conditions);
 
     bool passes(const Record &record) const;
-    // The texts of the key's columns, if no record but those of one key can pass.
+    // The texts of the key's columns, if only records of one key can pass.
     std::optional<std::vector<std::string>> key() const;
 
  private:
@@ -34,7 +33,7 @@ class Filter {
         Column column;
         Comparison comparison;
         std::variant<Cell, Column, Pattern> operand;
-        std::string text;  // of a value, as the field writes it
+        std::string text;  // of a value, in the field's form
 
         bool passes(const Record &record) const;
     };
@@ -51,9 +50,9 @@ class Filter {
     Node all_{ConditionText::Shape::all, {}, {}};
 };
 
-// Calls `function`, which returns whether to go on, with the records that can pass, of all tenants
-// and sources in the index's order: those of one key, which the index finds, if the filter fixes
-// the key, else all of the table.
+// Calls `function` with the records that can pass, of all tenants and sources in key order, until
+// it returns false: those of one key, found through the index, if the filter fixes the key, else
+// all.
 void for_each_candidate(const Store &store, const Instance &instance, const Filter &filter,
                         const std::function<bool(const Record &)> &function);
 

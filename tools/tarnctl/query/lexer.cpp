@@ -19,7 +19,7 @@ struct Sign {
     Comparison comparison;
 };
 
-// Of two that begin alike, the longer one first.
+// Longer signs come before their prefixes.
 constexpr Sign signs[] = {
     {"!=", Comparison::not_equal},    {"!~", Comparison::unlike},
     {"<=", Comparison::not_greater},  {">=", Comparison::not_less},
@@ -28,7 +28,7 @@ constexpr Sign signs[] = {
     {">", Comparison::greater},       {"~", Comparison::like},
 };
 
-// The bytes of a word without quotes. Parentheses inside it, as of a regular expression, come in
+// The length of a word without quotes. Parentheses inside it, as in a regular expression, are in
 // pairs.
 std::size_t length_of_word(std::string_view text) {
     std::size_t open = 0;

@@ -23,7 +23,7 @@ enum class Comparison {
     like_in_case,
 };
 
-// Every comparison as it is written, with blanks between them.
+// All signs of comparison, with blanks between them.
 inline constexpr std::string_view comparison_signs = "= != < <= > >= ~ !~ =~";
 
 // The right side of a comparison.
@@ -32,22 +32,22 @@ struct Operand {
     bool quoted = false;
 };
 
-// Reads a condition from front to back. Blanks between words are passed over.
+// Reads the words of a condition. Blanks between words are skipped.
 class Lexer {
  public:
     explicit Lexer(std::string_view text);
 
     bool at_end() const { return at_ == text_.size(); }
-    // Each takes the word if it comes next.
+    // Each reads the word if it is the next one.
     bool take(char sign);
     bool take_keyword(std::string_view keyword);
     std::optional<Comparison> take_comparison();
-    // The name of a field; empty if what comes next is none.
+    // The name of a field; empty if the next word isn't one.
     std::string_view take_name();
-    // Up to a blank, or to a parenthesis that was opened outside; or in quotes.
+    // Up to a blank or an unmatched closing parenthesis; or in quotes.
     Operand take_operand();
 
-    // Failure `usage` that shows the condition, and where in it something else was expected.
+    // Failure `usage` that shows the condition and the position of the error.
     [[noreturn]] void fail(std::string_view expected) const;
 
  private:

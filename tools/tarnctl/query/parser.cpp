@@ -9,7 +9,7 @@ namespace {
 using Shape = ConditionText::Shape;
 
 constexpr std::string_view hex_mark = ":hex";
-// A condition nested deeper would end the program's stack before it ends.
+// The parser is recursive: a limit keeps it from overflowing the stack.
 constexpr int deepest = 200;
 
 class Parser {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a record must fulfil, as a user writes it:
+// The grammar of conditions on a record:
 //
 //   condition   all { OR all }
 //   all         part { AND part }
@@ -10,13 +10,13 @@
 //   = == != < <= > >=   numbers and enumerators by value, strings by their bytes, addresses in
 //                       their order, false before true
 //   ~ !~                the operand, a regular expression, matches a part of the value's text, or
-//                       doesn't; letters of both cases are the same
-//   =~                  like ~, but case counts
+//                       doesn't, ignoring case
+//   =~                  like ~, but with case
 //
-// FIELD is a path. The operand is a value as value.h reads it or the path of another field, up to
-// the next blank. A text in single or double quotes is always a value; a quote inside it is written
-// twice. With :hex the operand is a string's bytes in hexadecimal. The words AND, OR
-// and NOT can be in small letters.
+// FIELD is a path. The operand is a value in the form of value.h or the path of another field, and
+// ends at a blank. A text in single or double quotes is always a value; a quote inside it is
+// written twice. With :hex the operand is a string's bytes in hexadecimal. The words AND, OR and
+// NOT can be in lower case.
 #ifndef TARNCTL_QUERY_PARSER_H
 #define TARNCTL_QUERY_PARSER_H
 
@@ -28,7 +28,7 @@
 
 namespace tarnctl {
 
-// A comparison of a field that need not exist.
+// A comparison whose field isn't checked yet.
 struct ComparisonText {
     std::string field;
     bool is_hex = false;
@@ -42,7 +42,7 @@ struct ConditionText {
     std::vector<ConditionText> parts;  // of the others; a negation has one
 };
 
-// Failure `usage` that shows where the text is none.
+// Failure `usage` that shows where the text is wrong.
 ConditionText parse_condition(std::string_view text);
 
 }  // namespace tarnctl

@@ -28,7 +28,7 @@ Pattern::Pattern(const std::string &expression, bool ignores_case) {
 }
 
 bool Pattern::matches(std::string_view text) const {
-    // The text's bounds, so that a NUL in it ends nothing.
+    // With the text's bounds, so that a NUL doesn't end it.
     regmatch_t bounds{0, static_cast<regoff_t>(text.size())};
     return regexec(compiled_.get(), text.data(), 1, &bounds, REG_STARTEND) == 0;
 }

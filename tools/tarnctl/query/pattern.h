@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A regular expression, POSIX extended: what `grep -E` takes.
+// A regular expression, POSIX extended, as of `grep -E`.
 #ifndef TARNCTL_QUERY_PATTERN_H
 #define TARNCTL_QUERY_PATTERN_H
 

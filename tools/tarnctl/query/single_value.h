@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The fields that conditions, orders and groups take.
+// The fields of conditions, orders and groups.
 #ifndef TARNCTL_QUERY_SINGLE_VALUE_H
 #define TARNCTL_QUERY_SINGLE_VALUE_H
 

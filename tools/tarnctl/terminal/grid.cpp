@@ -9,14 +9,14 @@ namespace {
 
 constexpr std::size_t gap = 2;        // blanks between columns
 constexpr std::size_t narrowest = 4;  // a column isn't cut to less
-constexpr std::size_t readable = 8;   // what is cut to less tells little
+constexpr std::size_t readable = 8;   // a cell cut to less is of little use
 
 std::size_t line_width(const std::vector<std::size_t> &widths) {
     if (widths.empty()) return 0;
     return std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
 }
 
-// Takes from the widest columns, a cell at a time, so that the narrow ones stay whole.
+// Narrows the widest columns, a cell at a time, so that narrow ones stay uncut.
 void make_fit(std::vector<std::size_t> &widths, std::size_t limit) {
     for (std::size_t width = line_width(widths); width > limit; --width) {
         const auto widest = std::max_element(widths.begin(), widths.end());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Rows of cells as an aligned table. On a screen of limited width the widest columns are cut until
-// a row fits a line; where nothing limits the width every cell stands whole.
+// a row fits a line.
 #ifndef TARNCTL_TERMINAL_GRID_H
 #define TARNCTL_TERMINAL_GRID_H
 
@@ -25,14 +25,13 @@ class Grid {
  public:
     explicit Grid(std::vector<GridColumn> columns) : columns_(std::move(columns)) {}
 
-    // One cell a column, any text: what isn't safe to print is escaped when it is printed. Cells
-    // that are missing at the end are empty. `style` is bold, dim, red, ... for the whole row.
+    // One cell a column, any text: unsafe characters are escaped when it is printed. Missing cells
+    // at the end are empty. `style` is bold, dim, red, ... for the row.
     void add(std::vector<std::string> cells, Style style = nullptr);
     std::size_t rows() const { return rows_.size(); }
     std::size_t columns() const { return columns_.size(); }
-    // Leaves columns out so that the rest fit the screen uncut. The first `kept` stay; of the
-    // others each stays for which there is room yet, those that `dull` marks after all others.
-    // Returns how many were left out.
+    // Leaves out columns so that the others fit the screen uncut. The first `kept` stay; the others
+    // stay as long as they fit, those that `dull` marks last. Returns how many are left out.
     std::size_t leave_out_to_fit(std::size_t kept, const Screen &screen,
                                  const std::vector<bool> &dull = {});
     // Whether a row fits the screen with the first eight cells of each column at least.

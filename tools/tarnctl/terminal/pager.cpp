@@ -29,7 +29,7 @@ bool is_installed(std::string_view program) {
     return false;
 }
 
-// The shell command; empty where there is no pager.
+// The shell command; empty if there is no pager.
 std::string pager_command() {
     if (!output_screen().is_terminal || !screen_settings().pager) return "";
     if (const char *pager = std::getenv("PAGER"))
@@ -37,10 +37,10 @@ std::string pager_command() {
     return is_installed("less") ? "less -FRX" : "";
 }
 
-// The user has seen enough.
+// The user left the pager.
 void end_output(int /*signal*/) { _exit(0); }
 
-// An interrupt is the pager's: it goes on to show what it has.
+// An interrupt is for the pager, which goes on showing its input.
 void set_signals(void (*interrupt)(int), void (*pipe)(int)) {
     signal(SIGINT, interrupt);
     signal(SIGQUIT, interrupt);

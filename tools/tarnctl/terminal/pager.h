@@ -8,20 +8,20 @@
 
 namespace tarnctl {
 
-// While it lives, what is written to standard output goes through the environment's PAGER, or else
-// through less(1) if there is one. Only on a terminal, and not if the program's --no-pager was
-// given. Whoever leaves the pager early ends the program's output without a word.
+// During its lifetime standard output goes through PAGER of the environment, or else through
+// less(1) if it is installed. Only on a terminal, and not with --no-pager. Leaving the pager early
+// ends the output without an error.
 class Pager {
  public:
     Pager();
     Pager(const Pager &) = delete;
     Pager &operator=(const Pager &) = delete;
-    // Waits until the user leaves the pager.
+    // Waits for the pager to end.
     ~Pager();
 
  private:
     pid_t pager_ = -1;
-    int terminal_ = -1;  // the real standard output meanwhile
+    int terminal_ = -1;  // the real standard output
 };
 
 }  // namespace tarnctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How far a long work has come, on a line of its own of standard error.
+// The progress of long work, on a line of standard error.
 #ifndef TARNCTL_TERMINAL_PROGRESS_H
 #define TARNCTL_TERMINAL_PROGRESS_H
 
@@ -10,15 +10,15 @@
 
 namespace tarnctl {
 
-// Says nothing unless standard error is a terminal and the work has lasted longer than a second;
-// then the figures, their rate, and, if the total is known, the share and the time left.
+// Prints nothing unless standard error is a terminal and the work takes longer than a second; then
+// the count, the rate, and, if the total is known, the share and the time left.
 class Progress {
  public:
-    // `what` is counted: "records". `total` 0: unknown.
+    // `what` names the counted things: "records". `total` 0: unknown.
     explicit Progress(std::string what, uint64_t total = 0);
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
-    // Takes the line away.
+    // Erases the line.
     ~Progress();
 
     void advance(uint64_t count = 1);

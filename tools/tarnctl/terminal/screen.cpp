@@ -24,7 +24,7 @@ std::string_view environment(const char *name) {
     return value == nullptr ? "" : value;
 }
 
-// 0 if there is no such number.
+// 0 if the text isn't a number.
 std::size_t number_in(std::string_view text) {
     std::size_t number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -55,7 +55,7 @@ Screen found_screen() {
     return screen;
 }
 
-// Characters that turn the direction of what follows could show another text than there is.
+// Characters that change the direction of text could make it look like another.
 bool turns_direction(char32_t code) {
     return (code >= 0x202a && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069);
 }
@@ -126,7 +126,7 @@ std::string cut(std::string_view text, std::size_t width, const Screen &screen) 
     if (width_of(text) <= width) return std::string(text);
     const std::string_view dots = std::string_view(screen.utf8 ? "…" : "...");
     const std::size_t dots_width = screen.utf8 ? 1 : 3;
-    // Too narrow even for the dots: as many of them as there is place for.
+    // Too narrow even for the dots: as many of them as fit.
     if (width < dots_width) return std::string(width, '.');
     std::size_t used = dots_width;
     std::size_t length = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Text in colour, where the screen has colours; elsewhere the text as it is.
+// Text in colour if the screen has colours.
 #ifndef TARNCTL_TERMINAL_STYLE_H
 #define TARNCTL_TERMINAL_STYLE_H
 
@@ -11,7 +11,7 @@
 
 namespace tarnctl {
 
-// What a style is, where one is chosen.
+// A style, as a value.
 using Style = std::string (*)(std::string_view text, const Screen &screen);
 
 std::string bold(std::string_view text, const Screen &screen);

@@ -33,7 +33,7 @@ void add(std::vector<Usage> &usages, std::string_view name, std::string_view kin
     for (int i = 0; i < info.variant_count; ++i) usages.push_back({name, kind, info.variants[i]});
 }
 
-// A copy is what other processes wrote: it is looked at before it is followed.
+// Other processes wrote the copy: its pointers are checked before they are followed.
 const kel_variant_info &checked(const Store &store, const kel_type_info_copy &copy,
                                 std::string_view name) {
     const kel_variant_info *info = copy.info.variant_info;

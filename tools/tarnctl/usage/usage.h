@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How many objects, tables and records of each kind there have been: the counters that stand in
-// the descriptors, a set for each variant.
+// How many objects, tables and records of each kind were made and destroyed: the counters in the
+// descriptors, a set for each variant.
 #ifndef TARNCTL_USAGE_USAGE_H
 #define TARNCTL_USAGE_USAGE_H
 
@@ -24,8 +24,8 @@ struct Usage {
 
 // The counters of the library's own descriptors, in the order of the catalogue.
 std::vector<Usage> usage_of_library();
-// Those of the descriptors that the store keeps, as far as this program knows their items; the
-// others are counted through `unknown`. Failure `store` if one of them leads out of the store.
+// The counters of the store's descriptors, of items in the catalogue; the others are counted
+// through `unknown`. Failure `store` if a pointer in one of them leads out of the store.
 std::vector<Usage> usage_of(const Store &store, std::size_t &unknown);
 
 }  // namespace tarnctl

@@ -99,7 +99,7 @@ std::optional<Snapshot> SnapshotReader::read() const {
             snapshot.progression = *before;
             if (resting() == before) return snapshot;
         } catch (const Failure &) {
-            // What was met in the middle of a change says nothing.
+            // A failure in the middle of a change is no error.
             if (resting() == before) throw;
         }
     }

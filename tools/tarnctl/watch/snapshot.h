@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What tables held at one moment, and what became of it.
+// Snapshots of tables, and the changes between them.
 //
-// Readers take no lock. A reading counts only if no transaction was open when it began and none
-// was begun and ended before it was done. Changes outside of transactions leave no such trace:
-// where the records differ and no transaction was ended since, the tables are read once more, and
-// the reading counts when two in a row agree.
+// Readers take no lock. A snapshot is valid only if no transaction was open when it began and none
+// ended before it was complete. Changes outside of transactions aren't counted: if the records
+// differ although no transaction ended, the tables are read again until two snapshots in a row
+// agree.
 #ifndef TARNCTL_WATCH_SNAPSHOT_H
 #define TARNCTL_WATCH_SNAPSHOT_H
 
@@ -23,7 +23,7 @@
 
 namespace tarnctl {
 
-// Transactions that were ended in a store.
+// Transactions that have ended in a store.
 struct Progression {
     uint64_t committed = 0;
     uint64_t rolled_back = 0;
@@ -45,15 +45,15 @@ std::vector<Change> changes_between(const Snapshot &before, const Snapshot &afte
 
 class SnapshotReader {
  public:
-    // The tables that the references mean, or all if there are none.
+    // Of the tables that the references name, or of all if there are none.
     SnapshotReader(const Store &store, std::vector<TableReference> references)
         : store_(store), references_(std::move(references)) {}
 
-    // Whether a transaction was ended since.
+    // Whether a transaction has ended since.
     bool has_progressed(const Snapshot &since) const;
-    // Nothing if the store didn't rest long enough. Failure `store` if records can't be read.
+    // None if the store changed all the time. Failure `store` if records can't be read.
     std::optional<Snapshot> read() const;
-    // The same; a reading that differs from the last one must be confirmed, see above.
+    // The same; a snapshot that differs from the last one is confirmed, see above.
     std::optional<Snapshot> read_after(const Snapshot &last) const;
 
  private:
