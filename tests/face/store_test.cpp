@@ -38,6 +38,15 @@ TEST(Store, RecordsOfAFileHaveTheStoresOwnDescriptors) {
     EXPECT_EQ(tarn::session(memory).c_handle()->store_types_enabled, 0U);
 }
 
+TEST(Store, ASessionCanLeaveTheStoresDescriptorsAlone) {
+    const File file;
+    const tarn::store store = tarn::store::create(file.path);
+    const std::uint64_t blocks = store.describe().blocks;
+    const tarn::session reader(store, tarn::descriptors::of_library);
+    EXPECT_EQ(reader.c_handle()->store_types_enabled, 0U);
+    EXPECT_EQ(store.describe().blocks, blocks);
+}
+
 TEST(Store, AFileThatIsMissingIsToldWithItsName) {
     const tarn::error error = thrown_by([] { tarn::store::open("/nowhere/at.all"); });
     EXPECT_EQ(error.number(), static_cast<std::uint32_t>(ENOENT));

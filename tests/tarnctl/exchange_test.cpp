@@ -50,7 +50,7 @@ class Filling {
         draft.begin(head);
         fill_object(draft, draft.make_object(), *table.type);
         if (table.key_type != nullptr) fill_object(draft, draft.make_key_object(), *table.key_type);
-        const TenantScope tenant(head.tenant);
+        const tarn::tenant_scope tenant(head.tenant);
         uint32_t err = 0;
         table.insert(store_.handle(), KEL_TX_NONE, block, draft.record().record, &err);
         // Two of a key of few values may be drawn.
@@ -172,7 +172,7 @@ class Exchange : public testing::TestWithParam<Format> {
         const std::string path = directory_ / "document";
         example_test::write_file(path, document);
         Input input(path);
-        Transaction transaction(store);
+        tarn::transaction transaction = store.begin();
         Importer importer(store, transaction.id(), {});
         read_document(input, GetParam(), {}, importer);
         transaction.commit();
@@ -342,7 +342,7 @@ TEST_P(Exchange, RefusesBrokenDocumentsAndTakesAllOfThemBack) {
         else broken.erase(place, 1 + random() % 20);
         example_test::write_file(path, broken);
         Input input(path);
-        Transaction transaction(second);
+        tarn::transaction transaction = second.begin();
         Importer importer(second, transaction.id(), {});
         try {
             read_document(input, GetParam(), {}, importer);
@@ -351,7 +351,7 @@ TEST_P(Exchange, RefusesBrokenDocumentsAndTakesAllOfThemBack) {
             EXPECT_EQ(failure.code(), Exit::data) << failure.what();
             EXPECT_TRUE(std::string(failure.what()).starts_with(path + ":")) << failure.what();
         }
-        transaction.roll_back();
+        transaction.rollback();
         importer.free_made_tables();
         ASSERT_TRUE(instances(second).empty());
     }

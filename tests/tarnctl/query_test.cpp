@@ -30,7 +30,7 @@ class Query : public testing::Test {
     }
 
     void add(const std::string &name, uint32_t number, uint16_t tenant = 0, uint8_t src = 1) {
-        const TenantScope scope(tenant);
+        const tarn::tenant_scope scope(tenant);
         uint32_t err = 0;
         kel_handle *handle = store_.handle();
         kel_record *record = table_.create_record(handle, KEL_TX_NONE, src, &err);
@@ -105,46 +105,64 @@ TEST_F(Query, BindsAndCloserThanOr) {
 }
 
 TEST_F(Query, ReadsOperandsWithAndWithoutQuotes) {
-    const auto operand = [](const std::string &text) {
-        return parse_condition(text).comparison.operand.text;
+    const std::pair<const char *, const char *> cases[] = {
+        {"a = b", "b"},
+        {"a='b c) AND'", "b c) AND"},
+        {"a='it''s'", "it's"},
+        {"a=\"it's\"", "it's"},
+        {"(a~^(b|c)$)", "^(b|c)$"},
+        {"a~\\)b", "\\)b"},
+        {"a=", ""},
+        {"a=''", ""},
+        {"a==b", "b"},
     };
-    EXPECT_EQ(operand("a = b"), "b");
-    EXPECT_EQ(operand("a='b c) AND'"), "b c) AND");
-    EXPECT_EQ(operand("a='it''s'"), "it's");
-    EXPECT_EQ(operand("a=\"it's\""), "it's");
-    EXPECT_EQ(operand("(a~^(b|c)$)"), "^(b|c)$");
-    EXPECT_EQ(operand("a~\\)b"), "\\)b");
-    EXPECT_EQ(operand("a="), "");
-    EXPECT_EQ(operand("a=''"), "");
-    EXPECT_EQ(operand("a==b"), "b");
+    for (const auto &[text, operand] : cases)
+        EXPECT_EQ(parse_condition(text).comparison.operand.text, operand) << text;
     EXPECT_TRUE(parse_condition("a:hex=00").comparison.is_hex);
 }
 
 TEST_F(Query, ShowsWhereAConditionIsWrong) {
-    EXPECT_EQ(failure("num_conns> AND x=1"),
-              "expected a value; put the word `AND` in quotes\n"
-              "  num_conns> AND x=1\n"
-              "             ^");
-    EXPECT_EQ(failure("num_conns").find("expected one of = != < <= > >= ~ !~ =~"), 0U);
-    EXPECT_EQ(failure("a=1 b=2"),
-              "expected AND, OR or the end; put a value with blanks in quotes\n"
-              "  a=1 b=2\n"
-              "      ^");
-    EXPECT_EQ(failure("(a=1"), "expected AND, OR or `)`\n  (a=1\n      ^");
-    EXPECT_EQ(failure("a='b").find("expected a closing ' for the text that begins here\n"), 0U);
-    for (const char *text : {"", "=1", "a=1 AND", "NOT", "()", "a=1)"})
-        EXPECT_NE(failure(text), "") << text;
-    EXPECT_NE(failure(std::string(100000, '(')), "");
+    // A text, and how its error begins.
+    const std::pair<std::string, const char *> cases[] = {
+        {"num_conns> AND x=1",
+         "expected a value; put the word `AND` in quotes\n"
+         "  num_conns> AND x=1\n"
+         "             ^"},
+        {"a=1 b=2",
+         "expected AND, OR or the end; put a value with blanks in quotes\n"
+         "  a=1 b=2\n"
+         "      ^"},
+        {"(a=1", "expected AND, OR or `)`\n  (a=1\n      ^"},
+        {"num_conns", "expected one of = != < <= > >= ~ !~ =~"},
+        {"a='b", "expected a closing ' for the text that begins here\n"},
+        {"", "expected "},
+        {"=1", "expected "},
+        {"a=1 AND", "expected "},
+        {"NOT", "expected "},
+        {"()", "expected "},
+        {"a=1)", "expected "},
+        {std::string(100000, '('), "expected "},
+    };
+    for (const auto &[text, error] : cases) EXPECT_EQ(failure(text).find(error), 0U) << text;
 }
 
 TEST_F(Query, MatchesRegularExpressionsWithinAnyBytes) {
-    EXPECT_TRUE(Pattern("b.*D", true).matches("abcd"));
-    EXPECT_FALSE(Pattern("b.*D", false).matches("abcd"));
-    EXPECT_FALSE(Pattern("^b", true).matches("abcd"));
-    EXPECT_TRUE(Pattern("b$", true).matches(std::string_view("a\0b", 3)));
-    EXPECT_TRUE(Pattern("x.*x", true).matches("x" + std::string(1000000, 'y') + "x"));
-    EXPECT_THROW(Pattern("(", true), Failure);
-    EXPECT_THROW(Pattern("*.example", true), Failure);
+    const struct {
+        const char *expression;
+        bool ignores_case;
+        std::string text;
+        bool matches;
+    } cases[] = {
+        {"b.*D", true, "abcd", true},
+        {"b.*D", false, "abcd", false},
+        {"^b", true, "abcd", false},
+        {"b$", true, std::string("a\0b", 3), true},
+        {"x.*x", true, "x" + std::string(1000000, 'y') + "x", true},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(Pattern(each.expression, each.ignores_case).matches(each.text), each.matches)
+            << each.expression;
+    for (const char *wrong : {"(", "*.example"}) EXPECT_THROW(Pattern(wrong, true), Failure);
 }
 
 TEST_F(Query, ComparesFieldsWithEachOther) {

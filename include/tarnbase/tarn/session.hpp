@@ -9,6 +9,12 @@
 
 namespace tarn {
 
+/// The type descriptors that the objects of a session get.
+enum class descriptors : std::uint8_t {
+    of_library,  ///< the library's, so that only this process can read the objects
+    of_store,    ///< the store's own, so that any process can
+};
+
 /// Owns a handle. Move-only; make one per thread, they are cheap. Changes made through it
 /// belong to its open transaction; without one they are permanent at once.
 /// Lifetime: it must outlive its tables, records and transactions.
@@ -16,6 +22,7 @@ class session {
  public:
 #if TARN_EXCEPTIONS
     explicit session(const store &on) : session(try_open(on).value()) {}
+    session(const store &on, descriptors which) : session(try_open(on, which).value()) {}
 #endif
     session(session &&other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
     session &operator=(session &&other) noexcept {
@@ -28,8 +35,14 @@ class session {
     /// that any process can read them. Error: ENOMEM.
     static result<session> try_open(const store &on) {
         const bool is_file = on.describe().path != nullptr;
+        return try_open(on, is_file ? descriptors::of_store : descriptors::of_library);
+    }
+    /// Opens a session with a choice of descriptors. Opened with the library's, it changes
+    /// nothing in the store. Error: ENOMEM.
+    static result<session> try_open(const store &on, descriptors which) {
         kel_handle *handle = nullptr;
-        const std::uint32_t status = kel_handle_create(on.c_store(), is_file ? 1 : 0, &handle);
+        const std::uint32_t status =
+            kel_handle_create(on.c_store(), which == descriptors::of_store ? 1 : 0, &handle);
         if (status != 0) return detail::last_failure(status);
         return session(handle);
     }

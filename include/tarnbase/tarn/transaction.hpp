@@ -52,6 +52,8 @@ class transaction {
 
     /// Returns: whether it was neither committed nor rolled back.
     bool is_open() const noexcept { return handle_ != nullptr; }
+    /// Returns: its id, for calls of the C interface. Requires: it is open.
+    std::uint32_t id() const noexcept { return handle_->cr_tx_id; }
 
  private:
     using operation = std::uint32_t(kel_handle *, std::uint32_t);

@@ -67,7 +67,7 @@ Failure not_found(const Store &store, const Instance &instance, const Key &key,
 Record find(const Store &store, const Instance &instance, const Options &options) {
     const Key key = read_argument(
         [&] { return Key(*instance.table, key_texts(*instance.table, options.key)); });
-    const TenantScope tenant(options.tenant);
+    const tarn::tenant_scope tenant(options.tenant);
     const Record found = options.nearest || options.before
                              ? find_nearest(store, instance, key, options.source, options.nearest)
                              : find_record(store, instance, key, options.source);

@@ -93,7 +93,7 @@ void run(const Options &options, Exit &status) {
     Input input(options.input);
     const Format format = format_of(options, input);
     const Store store = Store::open_to_write(options.store);
-    Transaction transaction(store);
+    tarn::transaction transaction = store.begin();
     Progress progress("bytes", input.size());
     uint64_t shown = 0;
     how.advance = [&] {
@@ -105,12 +105,12 @@ void run(const Options &options, Exit &status) {
         read_document(input, format, {options.lenient}, importer);
         importer.check_chosen(input.name());
     } catch (...) {
-        transaction.roll_back();
+        transaction.rollback();
         importer.free_made_tables();
         throw;
     }
     if (options.dry_run) {
-        transaction.roll_back();
+        transaction.rollback();
         importer.free_made_tables();
     } else {
         transaction.commit();

@@ -89,7 +89,7 @@ Day read_day(const Options &options) {
     const Key key = read_argument([&] { return Key(*reference.table, options.key); });
     const Store store = Store::open_to_read(options.store);
     const Instance instance = find_instance(store, reference);
-    const TenantScope tenant(options.tenant);
+    const tarn::tenant_scope tenant(options.tenant);
     const Record record = find_record(store, instance, key, options.source);
     if (record.record == nullptr)
         throw Failure(Exit::difference,

@@ -77,7 +77,7 @@ void Editor::report(const Work &work, std::optional<RecordCopy> before,
 }
 
 Record Editor::by_key(const Work &work) {
-    const TenantScope tenant(work.order.tenant_or_default());
+    const tarn::tenant_scope tenant(work.order.tenant_or_default());
     const Key key(*work.instance.table, texts_of(work.order.key), scratch_);
     return find_record(store_, work.instance, key, work.order.source_or_default());
 }
@@ -98,8 +98,8 @@ std::vector<Record> Editor::chosen(const Work &work) {
         return true;
     });
     if (records.empty() && !work.order.where.empty() && !work.order.if_exists)
-        throw Failure(Exit::difference, fmt::format("{}: no record fulfils the conditions",
-                                                    work.instance.full_name()));
+        throw Failure(Exit::difference,
+                      fmt::format("{}: no record meets the conditions", work.instance.full_name()));
     return records;
 }
 
@@ -137,7 +137,7 @@ void Editor::insert(const Work &work) {
     if (found.record != nullptr)
         throw Failure(Exit::data, about_record(work.order, work.instance, "there is already a"));
     attach_replication(work.instance);
-    const TenantScope tenant(work.order.tenant_or_default());
+    const tarn::tenant_scope tenant(work.order.tenant_or_default());
     const Record record = new_record(work);
     for (const Assignment &each : work.order.key) assign(record, work.tx_id, each);
     for (const Assignment &each : work.order.fields) assign(record, work.tx_id, each);
@@ -168,7 +168,7 @@ void Editor::erase(const Work &work, const Record &record) {
                                   instance.full_name(), EINVAL));
     if (listener_) report(work, RecordCopy(record, work.tx_id), {});
     // A deletion is counted for the thread's tenant.
-    const TenantScope tenant(record.tenant());
+    const tarn::tenant_scope tenant(record.tenant());
     uint32_t err = 0;
     instance.table->erase(store_.handle(), work.tx_id, instance.block, record.record, &err);
     if (err == 0) instance.table->destroy_record(store_.handle(), work.tx_id, record.record, &err);
@@ -249,7 +249,7 @@ void Editor::run(const std::vector<Order> &orders) {
         for_each_order(orders, [&](const Order &order) {
             if (order.verb == Verb::insert) make_table(order, made);
         });
-        Transaction transaction(store_);
+        tarn::transaction transaction = store_.begin();
         Progress progress("orders", orders.size());
         for_each_order(orders, [&](const Order &order) {
             perform(transaction.id(), order);

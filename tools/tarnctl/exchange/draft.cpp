@@ -38,7 +38,7 @@ void Draft::begin(const RecordHead &head) {
     if (head.variant && (*head.variant < -1 || *head.variant > top))
         throw Failure(Exit::data, fmt::format("variant: expected a number from -1 to {}, not {}",
                                               top, *head.variant));
-    const TenantScope tenant(head.tenant);
+    const tarn::tenant_scope tenant(head.tenant);
     uint32_t err = 0;
     record_ = table_.create_record(handle_, tx_id_, head.source, &err);
     need(record_ == nullptr && err == 0 ? ENOMEM : err, "making a record");
@@ -116,7 +116,7 @@ void Draft::take_frame(const RecordHead &head, std::string_view frame, bool leni
     check_frame(frame);
     const uint8_t flags = static_cast<uint8_t>(frame[frames::object_flags_offset]);
     const TrackingScope scope(handle_, mode((flags & OBJ_STATE_TRACKED) != 0));
-    const TenantScope tenant(head.tenant);
+    const tarn::tenant_scope tenant(head.tenant);
     uint32_t err = 0;
     const uint32_t length = table_.unmarshal(handle_, tx_id_, &record_, frame.data(),
                                              static_cast<uint32_t>(frame.size()), 0, &err);

@@ -107,7 +107,7 @@ void Importer::take(const std::string &place, const Build &build) {
 }
 
 void Importer::insert(Draft &draft) {
-    const TenantScope tenant(draft.head().tenant);
+    const tarn::tenant_scope tenant(draft.head().tenant);
     const Record record = draft.record();
     const auto attempt = [&] {
         uint32_t err = 0;

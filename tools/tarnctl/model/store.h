@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A store with a handle on it, and a transaction. Destructors close and roll back.
+// A store with a session on it.
 #ifndef TARNCTL_MODEL_STORE_H
 #define TARNCTL_MODEL_STORE_H
 
@@ -8,7 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "tarnbase/embedded.h"
+#include "tarnbase/tarn/tenant.hpp"
+#include "tarnbase/tarn/transaction.hpp"
 
 namespace tarnctl {
 
@@ -29,51 +30,21 @@ class Store {
     // A store in memory, for keys and for records that are read from a document.
     static Store scratch();
 
-    Store(Store &&other) noexcept;
-    Store &operator=(Store &&) = delete;
-    ~Store();
-
-    kel_handle *handle() const { return handle_; }
-    kel_store *store() const { return store_; }
+    kel_handle *handle() const { return session_.c_handle(); }
+    kel_store *store() const { return store_.c_store(); }
     const std::string &path() const { return path_; }
-    kel_store_description describe() const;
+    kel_store_description describe() const { return store_.describe(); }
+    // Begins a transaction. Failure `store`.
+    tarn::transaction begin() const;
     // Whether `address` is in the store: a pointer that another process stored may point anywhere.
     bool holds(const void *address) const;
 
  private:
-    Store(kel_store *store, std::string path, uint32_t store_types_enabled);
+    Store(tarn::store store, std::string path, tarn::descriptors descriptors);
 
-    kel_store *store_;
-    kel_handle *handle_ = nullptr;
+    tarn::store store_;
+    mutable tarn::session session_;  // a transaction of a const Store changes it
     std::string path_;
-};
-
-// A transaction, rolled back unless it is committed.
-class Transaction {
- public:
-    explicit Transaction(const Store &store);
-    Transaction(const Transaction &) = delete;
-    Transaction &operator=(const Transaction &) = delete;
-    ~Transaction();
-
-    uint32_t id() const { return id_; }
-    void commit();
-    void roll_back();
-
- private:
-    kel_handle *handle_;
-    uint32_t id_ = KEL_TX_NONE;
-    bool open_ = false;
-};
-
-// Sets the thread's tenant during a scope: records are made for it, and searches by key stay within
-// it. The default is tenant 0.
-class TenantScope {
- public:
-    explicit TenantScope(uint16_t tenant) { kel_thread_set_tenant(tenant); }
-    TenantScope(const TenantScope &) = delete;
-    TenantScope &operator=(const TenantScope &) = delete;
-    ~TenantScope() { kel_thread_set_tenant(0); }
 };
 
 }  // namespace tarnctl

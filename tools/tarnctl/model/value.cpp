@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "model/value.h"
 
-#include <arpa/inet.h>
 #include <fmt/format.h>
 #include <strings.h>
 
@@ -12,7 +11,7 @@
 
 #include "base/failure.h"
 #include "cli/suggestion.h"
-#include "tarnbase/embedded.h"
+#include "tarnbase/tarn/address.hpp"
 
 namespace tarnctl {
 namespace {
@@ -303,17 +302,13 @@ void Value::set_array_text(std::string_view text) {
 
 void Value::set_address_text(std::string_view text) {
     // Parsed before the store is changed.
-    ip_address source{};
-    unsigned char bytes[16] = {};
-    const std::string copy(text);
-    uint8_t family = KEL_ADDRESS_NONE;
+    tarn::address address;
     if (!text.empty()) {
-        const int ip = text.find(':') == std::string_view::npos ? AF_INET : AF_INET6;
-        if (inet_pton(ip, copy.c_str(), bytes) != 1)
-            expected(text, "an IPv4 or IPv6 address, or nothing");
-        family = ip == AF_INET ? KEL_ADDRESS_IPV4 : KEL_ADDRESS_IPV6;
+        const auto parsed = tarn::address::try_parse(std::string(text));
+        if (!parsed) expected(text, "an IPv4 or IPv6 address, or nothing");
+        address = *parsed;
     }
-    ip_address_refer(&source, family, bytes);
+    const ip_address source = address.to_c();
     uint32_t err = 0;
     field_->call.set(handle_, tx_id_, object_, &source, &err);
     need(err, name_);
