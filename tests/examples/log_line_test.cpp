@@ -45,17 +45,18 @@ TEST(LogLine, EveryLineOfTheRecordingIsUnderstood) {
     for (const std::string &line : lines) EXPECT_NE(understood(line).kind, LineKind::other) << line;
 }
 
-TEST(LogLine, TheServersOwnMessagesAreTold) {
-    EXPECT_EQ(understood(said("@(#) $OpenLDAP: slapd 2.5.13+dfsg-5 $")).kind, LineKind::banner);
-    EXPECT_EQ(understood("\tDebian OpenLDAP Maintainers").kind, LineKind::continuation);
-    EXPECT_EQ(understood(said("slapd starting")).kind, LineKind::starting);
-    EXPECT_EQ(understood(said("daemon: shutdown requested and initiated.")).kind,
-              LineKind::stopping);
-    EXPECT_EQ(understood(said("slapd shutdown: waiting for 0 operations/tasks to finish")).kind,
-              LineKind::stopping);
-    EXPECT_EQ(understood(said("slapd stopped.")).kind, LineKind::stopped);
-    EXPECT_EQ(understood("").kind, LineKind::blank);
-    EXPECT_EQ(understood(" \t\r").kind, LineKind::blank);
+TEST(LogLine, TheServersOwnMessagesAreRecognised) {
+    const std::pair<std::string, LineKind> cases[] = {
+        {said("@(#) $OpenLDAP: slapd 2.5.13+dfsg-5 $"), LineKind::banner},
+        {"\tDebian OpenLDAP Maintainers", LineKind::continuation},
+        {said("slapd starting"), LineKind::starting},
+        {said("daemon: shutdown requested and initiated."), LineKind::stopping},
+        {said("slapd shutdown: waiting for 0 operations/tasks to finish"), LineKind::stopping},
+        {said("slapd stopped."), LineKind::stopped},
+        {"", LineKind::blank},
+        {" \t\r", LineKind::blank},
+    };
+    for (const auto &[line, kind] : cases) EXPECT_EQ(understood(line).kind, kind) << line;
 }
 
 TEST(LogLine, WhatTheCountersDontNeedIsNoError) {

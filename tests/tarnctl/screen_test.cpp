@@ -23,49 +23,58 @@ class Screens : public testing::Test {
     Screen ascii{true, 80, false, false};
 };
 
-TEST_F(Screens, ShowControlCharactersAsTheirNumbers) {
-    EXPECT_EQ(shown("a\nb\tc\x1b[31m\x7f", utf8), "a\\x0ab\\x09c\\x1b[31m\\x7f");
-    EXPECT_EQ(shown(std::string("a\0b", 3), utf8), "a\\x00b");
-    EXPECT_EQ(shown("c:\\path", utf8), "c:\\path");
-}
-
-TEST_F(Screens, ShowBytesThatAreNoCharacterAsTheirNumbers) {
-    EXPECT_EQ(shown("a\xff", utf8), "a\\xff");
-    EXPECT_EQ(shown("\xc3", utf8), "\\xc3");
-    EXPECT_EQ(shown("\xc0\x80", utf8), "\\xc0\\x80");
-    EXPECT_EQ(shown("\xed\xa0\x80", utf8), "\\xed\\xa0\\x80");
-}
-
-TEST_F(Screens, ShowLettersOfOtherScriptsWhereTheLocaleHasThem) {
-    EXPECT_EQ(shown("caf\u00e9 \u65e5", utf8), "caf\u00e9 \u65e5");
-    EXPECT_EQ(shown("caf\u00e9 \u65e5", ascii), "caf\\u{e9} \\u{65e5}");
-}
-
-TEST_F(Screens, ShowNoCharacterThatControlsATerminalOrTurnsTheDirection) {
-    EXPECT_EQ(shown("a\u0085b", utf8), "a\\u{85}b");
-    EXPECT_EQ(shown("a\u202eb", utf8), "a\\u{202e}b");
-    EXPECT_EQ(shown("a\u2066b", utf8), "a\\u{2066}b");
+TEST_F(Screens, ShowUnsafeTextEscaped) {
+    const struct {
+        std::string text;
+        const char *on_utf8;
+        const char *on_ascii;
+    } cases[] = {
+        {"c:\\path", "c:\\path", "c:\\path"},
+        // control characters
+        {"a\nb\tc\x1b[31m\x7f", "a\\x0ab\\x09c\\x1b[31m\\x7f", "a\\x0ab\\x09c\\x1b[31m\\x7f"},
+        {std::string("a\0b", 3), "a\\x00b", "a\\x00b"},
+        {"a\u0085b", "a\\u{85}b", "a\\u{85}b"},
+        // bytes that aren't UTF-8
+        {"a\xff", "a\\xff", "a\\xff"},
+        {"\xc3", "\\xc3", "\\xc3"},
+        {"\xc0\x80", "\\xc0\\x80", "\\xc0\\x80"},
+        {"\xed\xa0\x80", "\\xed\\xa0\\x80", "\\xed\\xa0\\x80"},
+        // characters that change the direction of text
+        {"a\u202eb", "a\\u{202e}b", "a\\u{202e}b"},
+        {"a\u2066b", "a\\u{2066}b", "a\\u{2066}b"},
+        // letters of other scripts
+        {"caf\u00e9 \u65e5", "caf\u00e9 \u65e5", "caf\\u{e9} \\u{65e5}"},
+    };
+    for (const auto &each : cases) {
+        EXPECT_EQ(shown(each.text, utf8), each.on_utf8);
+        EXPECT_EQ(shown(each.text, ascii), each.on_ascii);
+    }
 }
 
 TEST_F(Screens, CountCellsNotBytes) {
-    EXPECT_EQ(width_of("abc"), 3U);
-    EXPECT_EQ(width_of("caf\u00e9"), 4U);
-    EXPECT_EQ(width_of("\u65e5\u672c"), 4U);
-    EXPECT_EQ(width_of("e\u0301"), 1U);
-    EXPECT_EQ(width_of(""), 0U);
+    const std::pair<const char *, std::size_t> cases[] = {
+        {"abc", 3}, {"caf\u00e9", 4}, {"\u65e5\u672c", 4}, {"e\u0301", 1}, {"", 0}};
+    for (const auto &[text, width] : cases) EXPECT_EQ(width_of(text), width) << text;
 }
 
-TEST_F(Screens, CutWithOneDotsCharacterOrThreeDots) {
-    EXPECT_EQ(cut("abcdef", 6, utf8), "abcdef");
-    EXPECT_EQ(cut("abcdef", 5, utf8), "abcd\u2026");
-    EXPECT_EQ(cut("abcdef", 5, ascii), "ab...");
-    EXPECT_EQ(cut("abcdef", 2, ascii), "..");
-    EXPECT_EQ(cut("abcdef", 0, utf8), "");
-}
-
-TEST_F(Screens, CutNoWideCharacterInTheMiddle) {
-    EXPECT_EQ(cut("\u65e5\u672c\u8a9e", 4, utf8), "\u65e5\u2026");
-    EXPECT_EQ(cut("\u65e5\u672c\u8a9e", 5, utf8), "\u65e5\u672c\u2026");
+TEST_F(Screens, CutBetweenCharacters) {
+    const struct {
+        const char *text;
+        std::size_t width;
+        const char *on_utf8;
+        const char *on_ascii;
+    } cases[] = {
+        {"abcdef", 6, "abcdef", "abcdef"},
+        {"abcdef", 5, "abcd\u2026", "ab..."},
+        {"abcdef", 2, "a\u2026", ".."},
+        {"abcdef", 0, "", ""},
+        {"\u65e5\u672c\u8a9e", 4, "\u65e5\u2026", "..."},
+        {"\u65e5\u672c\u8a9e", 5, "\u65e5\u672c\u2026", "\u65e5..."},
+    };
+    for (const auto &each : cases) {
+        EXPECT_EQ(cut(each.text, each.width, utf8), each.on_utf8) << each.width;
+        EXPECT_EQ(cut(each.text, each.width, ascii), each.on_ascii) << each.width;
+    }
 }
 
 TEST(Style, IsPlainTextWithoutColours) {
@@ -73,24 +82,22 @@ TEST(Style, IsPlainTextWithoutColours) {
     EXPECT_EQ(bold("x", Screen{}), "x");
 }
 
-TEST(Style, IsTakenBackBehindTheText) {
+TEST(Style, EndsAfterTheText) {
     const Screen screen{true, 80, true, true};
-    EXPECT_EQ(bold("x", screen), "\x1b[1mx\x1b[0m");
-    EXPECT_EQ(dim("x", screen), "\x1b[2mx\x1b[0m");
-    EXPECT_EQ(red("x", screen), "\x1b[31mx\x1b[0m");
-    EXPECT_EQ(green("x", screen), "\x1b[32mx\x1b[0m");
-    EXPECT_EQ(yellow("x", screen), "\x1b[33mx\x1b[0m");
+    const std::pair<Style, const char *> cases[] = {{bold, "\x1b[1mx\x1b[0m"},
+                                                    {dim, "\x1b[2mx\x1b[0m"},
+                                                    {red, "\x1b[31mx\x1b[0m"},
+                                                    {green, "\x1b[32mx\x1b[0m"},
+                                                    {yellow, "\x1b[33mx\x1b[0m"}};
+    for (const auto &[style, text] : cases) EXPECT_EQ(style("x", screen), text);
     EXPECT_EQ(red("", screen), "");
 }
 
 TEST(Utf8, IsWhatUnicodeAllows) {
-    EXPECT_TRUE(is_utf8(""));
-    EXPECT_TRUE(is_utf8("a\u00e9\u65e5\U0001f600"));
-    EXPECT_FALSE(is_utf8("\x80"));
-    EXPECT_FALSE(is_utf8("\xe6\x97"));
-    EXPECT_FALSE(is_utf8("\xe0\x80\x80"));
-    EXPECT_FALSE(is_utf8("\xf4\x90\x80\x80"));
-    EXPECT_FALSE(is_utf8("\xf8\x88\x80\x80\x80"));
+    for (const char *text : {"", "a\u00e9\u65e5\U0001f600"}) EXPECT_TRUE(is_utf8(text)) << text;
+    for (const char *bytes :
+         {"\x80", "\xe6\x97", "\xe0\x80\x80", "\xf4\x90\x80\x80", "\xf8\x88\x80\x80\x80"})
+        EXPECT_FALSE(is_utf8(bytes)) << bytes;
     EXPECT_EQ(first_utf8("\u65e5x").code, U'\u65e5');
     EXPECT_EQ(first_utf8("\u65e5x").length, 3U);
 }
