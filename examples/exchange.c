@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * A record on its way between stores, in C: written as XML and as a wire frame, read back into a
+ * Moves a record between stores, in C: written as XML and as a wire frame, read back into a
  * second store, and compared as text.
  */
 #include <stdio.h>
@@ -49,7 +49,7 @@ static kel_table *open_services(kel_handle *handle, const char *name) {
     return table;
 }
 
-/* A record has two objects: what it holds, and its key. It owns both once they are attached. */
+/* A record has two objects, its data and its key, and owns both once they are attached. */
 static kel_record *insert_service(kel_handle *handle, kel_table *table, const char *name) {
     const uint32_t tx_id = KEL_TX_NONE;
     uint32_t err = 0;
@@ -73,7 +73,7 @@ static kel_record *insert_service(kel_handle *handle, kel_table *table, const ch
 
 static uint32_t print_record(kel_handle *handle, const kel_record *record, char *text) {
     uint32_t err = 0;
-    memset(text, ' ', form_size); /* print steps over the indentation of closing braces */
+    memset(text, ' ', form_size); /* print skips the indentation of closing braces */
     uint32_t length = tbl_service_type_info_table_record_print(handle, KEL_TX_NONE, text, record,
                                                                form_size, &err);
     need(err, "printing");
@@ -86,7 +86,7 @@ static int has_text(kel_handle *handle, const kel_record *record, const char *te
     return print_record(handle, record, own) == length && memcmp(own, text, length) == 0;
 }
 
-/* Reads both forms into tables of their own, as a whole or not at all. */
+/* Reads each form into a table, in one transaction. */
 static void receive(const struct place *place, const char *xml, uint32_t xml_length,
                     const void *wire, uint32_t wire_length) {
     uint32_t tx_id;
@@ -112,7 +112,7 @@ static void receive(const struct place *place, const char *xml, uint32_t xml_len
     kel_xml_free(document);
 }
 
-/* Searches by a key object, which is made in the store for the time of the search. */
+/* Searches by a key object, which is made in the store for the search. */
 static kel_record *find_service(kel_handle *handle, kel_table *table, const char *name) {
     uint32_t err = 0;
     kel_vstring text;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A record on its way between stores, in C++: written as XML and as a wire frame, read back into a
+// Moves a record between stores, in C++: written as XML and as a wire frame, read back into a
 // second store, and compared as text.
 #include <cstdlib>
 #include <iostream>

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * The road of one record, in C: a private store, a table, a record with its object, a search, the
- * text and the wire form, and the end.
+ * The life of a record, in C: a private store, a table, a record with its object, a search, the
+ * text and the wire form, and the deletion.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -30,11 +30,11 @@ static kel_record *make_record(kel_handle *handle, uint32_t tx_id, const kel_vst
     return record;
 }
 
-/* The record as text and as the bytes that travel between processes. */
+/* The record as text and in its wire form. */
 static void show_record(kel_handle *handle, uint32_t tx_id, kel_record *record) {
     uint32_t err = 0;
     char text[512];
-    memset(text, ' ', sizeof text); /* print steps over the indentation of closing braces */
+    memset(text, ' ', sizeof text); /* print skips the indentation of closing braces */
     uint32_t length =
         tbl_ldap_conn_table_record_print(handle, tx_id, text, record, sizeof text, &err);
     need(err, "printing the record");
@@ -54,7 +54,7 @@ int main(void) {
     need(kel_store_create_private(NULL, &store), "making a store");
     need(kel_handle_create(store, 0, &handle), "making a handle");
 
-    /* A table outlives every transaction, so it is opened in none. */
+    /* A table can't be made in a transaction. */
     kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
     need(err, "opening the table");
 

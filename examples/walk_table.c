@@ -18,14 +18,14 @@ static void need(uint32_t err, const char *what) {
     exit(EXIT_FAILURE);
 }
 
-/* For the calls that leave a text of what was wrong. */
+/* For calls that leave an error text. */
 static void need_status(uint32_t status) {
     if (status == 0) return;
     fprintf(stderr, "walk_table: %s\n", kel_error_text());
     exit(EXIT_FAILURE);
 }
 
-/* Counts one connection more for a server that is known, or makes a record for it. */
+/* Counts a connection of a server, in a new record if it has none. */
 static void add_server(kel_handle *handle, uint32_t tx_id, kel_table *table, const char *name,
                        uint32_t *connections) {
     uint32_t err = 0;
@@ -50,7 +50,7 @@ static void add_server(kel_handle *handle, uint32_t tx_id, kel_table *table, con
     need(err, "inserting");
 }
 
-/* The store keeps its own descriptors (the 1), so that the other process can read it. */
+/* The 1: descriptors in the store, so that the other process can read it. */
 static void fill(const char *file) {
     static const char *const names[] = {"ldap3", "ldap1", "backup", "ldap2"};
     kel_store *store;
@@ -85,7 +85,7 @@ static void show_server(kel_handle *handle, kel_record *record) {
     printf("%.*s: %u connections\n", (int)length, name, (unsigned)connections);
 }
 
-/* Shorter names come first, names of one length in the order of their bytes. */
+/* Shorter names come first, names of the same length in byte order. */
 static void show(const char *file, const char *from) {
     kel_store *store;
     kel_handle *handle;

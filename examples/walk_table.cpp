@@ -30,7 +30,7 @@ static void fill(const std::string &file) {
     std::cout << servers.size() << " servers stored\n";
 }
 
-// Shorter names come first, names of one length in the order of their bytes.
+// Shorter names come first, names of the same length in byte order.
 static void show(const std::string &file, const std::string &from) {
     const tarn::store store = tarn::store::open(file);
     const tarn::session session(store);

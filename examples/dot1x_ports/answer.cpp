@@ -26,7 +26,7 @@ bool is_address(std::string_view line) {
 
 using LineFunction = std::function<void(uint64_t number, std::string_view line)>;
 
-// Lines end in LF; the last one may lack it. Empty lines say nothing.
+// Lines end in LF; the last one may lack it. Empty lines are skipped.
 void for_each_line(std::string_view text, const LineFunction &function) {
     for (uint64_t number = 1; !text.empty(); ++number) {
         const size_t end = std::min(text.find('\n'), text.size());
@@ -35,7 +35,7 @@ void for_each_line(std::string_view text, const LineFunction &function) {
     }
 }
 
-// The name of a line NAME=VALUE; empty if it is none.
+// The name of a line NAME=VALUE; empty of another line.
 std::string_view name_of(std::string_view line) {
     const std::string_view name = line.substr(0, line.find('='));
     const bool good =

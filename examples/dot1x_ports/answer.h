@@ -25,7 +25,7 @@
 
 namespace dot1x_ports {
 
-// A text that hostapd wrote, and what to call it in messages.
+// A text that hostapd wrote, and its name in messages.
 struct Text {
     std::string name;
     std::string bytes;

@@ -20,7 +20,7 @@ namespace {
 constexpr size_t kLongestAnswer = 65536;
 constexpr const char *kFail = "FAIL\n";
 constexpr const char *kUnknownCommand = "UNKNOWN COMMAND\n";
-// So often a walk begins anew because the station that it had come to was gone.
+// How often a walk is restarted after its current station has left.
 constexpr int kMostWalks = 5;
 
 // Binds or connects a socket to a path.
@@ -43,7 +43,7 @@ std::string expect_answer(ControlSocket &socket, const std::string &command) {
 
 std::string address_in(const std::string &station) { return station.substr(0, station.find('\n')); }
 
-// False if a station went away under the walk, so that its end wasn't reached.
+// Returns false if a station left during the walk, which then can't go on.
 bool walk(ControlSocket &socket, std::vector<Text> &stations) {
     stations.clear();
     std::set<std::string> met;
@@ -70,7 +70,7 @@ PrivateDirectory::PrivateDirectory() {
 }
 
 PrivateDirectory::~PrivateDirectory() {
-    std::error_code ignored;  // nothing depends on it
+    std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Talks to hostapd through its control socket: one for each port, a Unix datagram socket with the
+// A client of hostapd's control sockets: one for each port, a Unix datagram socket with the
 // interface's name in hostapd's ctrl_interface directory. A command is one datagram and its answer
 // another one, sent to the address that the client has bound.
 #ifndef EXAMPLES_DOT1X_PORTS_CONTROL_SOCKET_H
@@ -15,8 +15,8 @@ namespace dot1x_ports {
 
 constexpr std::chrono::milliseconds kAnswerTime{5000};
 
-// A directory of our own for the client's address, removed with what is in it. hostapd must be able
-// to reach it: it is under $TMPDIR, or else /tmp.
+// A directory for the client's address, removed with its contents. hostapd must be able to reach
+// it, so that it is under $TMPDIR, or else /tmp.
 class PrivateDirectory {
  public:
     PrivateDirectory();  // throws SourceError
@@ -44,7 +44,7 @@ class DatagramSocket {
 
 class ControlSocket {
  public:
-    // Throws SourceError, naming the socket, as does ask.
+    // Throws SourceError, naming the socket, as ask does.
     explicit ControlSocket(std::string path, std::chrono::milliseconds answer_time = kAnswerTime);
 
     // The answer to a command.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The job: at each poll all ports are asked, and what they say is stored in one transaction.
+// The job: each poll queries all ports and stores their answers in one transaction.
 #ifndef EXAMPLES_DOT1X_PORTS_JOB_H
 #define EXAMPLES_DOT1X_PORTS_JOB_H
 
@@ -22,7 +22,7 @@ struct JobOptions {
     bool verbose = false;  // print each poll
 };
 
-// What was done, and what the store holds after it.
+// The result: counts, and the stored rows.
 struct Report {
     uint64_t polls = 0;
     uint64_t malformed = 0;
@@ -35,7 +35,7 @@ class Job {
 
     // Throws SourceError and PortError, with nothing stored, and tarn::error.
     void poll();
-    // Requires a poll that was stored.
+    // Requires: a poll was stored.
     Report report() const;
 
  private:
@@ -44,14 +44,14 @@ class Job {
     JobOptions options_;
     Source &source_;
     std::ostream &messages_;
-    std::optional<Keeper> keeper_;   // from the first answers on
+    std::optional<Keeper> keeper_;   // opened at the first poll
     std::vector<Problem> reported_;  // in the last poll
     std::vector<PortRows> ports_;    // of the last poll
     uint64_t polls_ = 0;
     uint64_t malformed_ = 0;
 };
 
-// What the answers say. Nothing here depends on the store.
+// Makes rows from the answers. Nothing here depends on the store.
 Observation understand(const std::vector<PortAnswers> &answers, const ServerNames &names,
                        Problems &problems);
 

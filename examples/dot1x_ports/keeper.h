@@ -20,7 +20,7 @@
 
 namespace dot1x_ports {
 
-// What one poll found, or what a store holds.
+// The rows of one poll, or of a store.
 struct Observation {
     std::vector<PortRows> ports;
     RadiusRows radius;
@@ -31,12 +31,12 @@ class Keeper {
     // Opens the store file, or makes it, and its tables. Throws tarn::error, as all members do.
     explicit Keeper(const std::string &path);
 
-    // Stores what a poll found, in one transaction. If that fails the store is as it was before.
+    // Stores the rows of a poll, in one transaction. If that fails the store is as it was before.
     void write(const Observation &found);
 
-    // What is stored of a port; its `state` isn't.
+    // The stored rows of a port; its `state` isn't stored.
     PortRows read_port(const Port &port) const;
-    // What is stored of all servers and of the client.
+    // The stored rows of all servers and of the client.
     RadiusRows read_radius() const;
 
     const tarn::store &store() const { return store_; }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Ports of running hostapds, each by the path of its control socket, whose last part is the name of
-// the port. Each poll connects anew and looks the index up anew, since hostapd may have been
-// started anew meanwhile, on an interface that was made anew.
+// the port. Each poll connects and looks up the index again, since hostapd and the interface may
+// have been restarted.
 #ifndef EXAMPLES_DOT1X_PORTS_LIVE_H
 #define EXAMPLES_DOT1X_PORTS_LIVE_H
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// dot1x_ports: keeps what hostapd says of its ports in the 802.1X, session and RADIUS tables of a
+// dot1x_ports: keeps the state of hostapd's ports in the 802.1X, session and RADIUS tables of a
 // store.
 #include <chrono>
 #include <csignal>
@@ -67,8 +67,8 @@ void describe(cli::Command &program, Arguments &arguments) {
     program.option("--server", "NAME[=ADDRESS[:PORT]]", cli::into(arguments.servers),
                    "The name of the RADIUS server of this address; without one, of all others");
     program.option("--poll", "SECONDS", cli::seconds_into(arguments.poll_seconds, 0.001, 1e6),
-                   "Go on and ask again after so many seconds, until SIGINT or SIGTERM");
-    program.flag("--once", arguments.once, "Ask once, as without --poll").excludes("poll");
+                   "Poll again after so many seconds, until SIGINT or SIGTERM");
+    program.flag("--once", arguments.once, "Poll once, as without --poll").excludes("poll");
     program.flag("--strict", arguments.strict, "Exit with 1 if a line was malformed");
     program.flag("--json", arguments.json, "Print the result as JSON");
     program.flag("-v,--verbose", arguments.job.verbose, "Print each poll on standard error");
@@ -107,7 +107,7 @@ sigset_t stop_signals() {
     return signals;
 }
 
-// False if a signal to stop came before the time was over, or during the poll before.
+// Returns false if a signal to stop came, also during the previous poll.
 bool sleep_until_next_poll(double seconds) {
     const sigset_t signals = stop_signals();
     timespec time{};
@@ -119,7 +119,7 @@ bool sleep_until_next_poll(double seconds) {
 int run(Arguments &arguments) {
     arguments.job.servers = parse_servers(arguments.servers);
     const std::unique_ptr<Source> source = make_source(arguments);
-    // A poll is done to its end, so that the socket's address is removed.
+    // Signals don't interrupt a poll, so that the socket's address is removed.
     const sigset_t signals = stop_signals();
     sigprocmask(SIG_BLOCK, &signals, nullptr);
 
@@ -141,7 +141,7 @@ int fail(ExitCode code, const std::exception &error) {
 
 int main(int argc, char **argv) {
     cli::Command program("dot1x_ports",
-                         "Keeps what hostapd says of its ports in the tables of a store.");
+                         "Keeps the state of hostapd's ports in the tables of a store.");
     Arguments arguments;
     describe(program, arguments);
     const cli::Start start = cli::start(program, argc, argv);

@@ -16,13 +16,13 @@ bool is_client(const Block &station) { return station.find(kPaeState) != nullptr
 Timing timing_of(const Block &station, Problems &problems) {
     Timing timing;
     add_numbers(station, kTimingNumbers, timing, problems);
-    // The period is in force only if stations are reauthenticated at all.
+    // The period only applies if stations are reauthenticated.
     if (timing.reauth_enabled == 0) timing.reauth_period = 0;
     return timing;
 }
 
 // hostapd doesn't report the time left. Counted from the session's start, a reauthentication comes
-// with each period; the session time of a station that isn't authorised says nothing.
+// with each period; the session time of a station that isn't authorised has no meaning.
 uint32_t time_to_next_reauth(const Timing &timing) {
     if (timing.authorized == 0 || timing.reauth_period == 0) return 0;
     return timing.reauth_period - timing.session_time % timing.reauth_period;
@@ -59,7 +59,7 @@ SessionRow session_of(const Block &station, Problems &problems) {
     return row;
 }
 
-// One session has one row, and one without an identifier can have no key.
+// A session has one row; one without an identifier has none, since it has no key.
 void add_session(const Block &station, std::vector<SessionRow> &sessions, Problems &problems) {
     SessionRow row = session_of(station, problems);
     const auto same = [&row](const SessionRow &other) {
@@ -74,7 +74,7 @@ void add_session(const Block &station, std::vector<SessionRow> &sessions, Proble
     else sessions.push_back(std::move(row));
 }
 
-// The controls are asked for a station, and show at its port.
+// The controls are those of a station, stored for its port.
 void add_controls(const Block &station, ControlRow &control, Problems &problems) {
     ControlRow row;
     add_numbers(station, kControlNumbers, row, problems);

@@ -3,8 +3,8 @@
 // Makes the rows of a port from hostapd's answers.
 //
 // A station without a PAE state isn't a client of 802.1X (any more) and has no rows. The
-// tables have one row a port, so with several stations the first authorised one counts for them, or
-// else the first; each station has a session of its own.
+// tables have one row a port, so with several stations the first authorised one counts, or else the
+// first; each station has its own session.
 #ifndef EXAMPLES_DOT1X_PORTS_MAPPING_H
 #define EXAMPLES_DOT1X_PORTS_MAPPING_H
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which variable of hostapd goes to which field: the tables of the mapping.
+// The mapping from hostapd's variables to fields, as tables.
 //
 // The variables are objects of the IEEE 802.1X PAE MIB and of the RADIUS client MIBs (RFC 4668,
-// RFC 4670), under their MIB names. A field that several variables name gets their sum. What
-// depends on more than one variable at once is in mapping.cpp and radius.cpp.
+// RFC 4670), under their MIB names. A field of several variables gets their sum. Values that
+// depend on more than one variable are in mapping.cpp and radius.cpp.
 #ifndef EXAMPLES_DOT1X_PORTS_MIB_H
 #define EXAMPLES_DOT1X_PORTS_MIB_H
 
@@ -24,7 +24,7 @@ struct Choice {
     uint32_t stored;
 };
 
-// A variable that gives a number: one of the choices, or any number if there are none.
+// A variable for a number: one of the choices, or any number if there are none.
 template <class Row>
 struct NumberEntry {
     std::string_view variable;
@@ -114,7 +114,7 @@ constexpr NumberEntry<ControlRow> kControlNumbers[] = {
     {"dot1xPaePortReauthenticate", &ControlRow::reauth, kTruth},
 };
 
-// What the reauthentication fields are made of.
+// The sources of the reauthentication fields.
 struct Timing {
     uint32_t authorized = 0;
     uint32_t reauth_enabled = 0;
@@ -129,7 +129,7 @@ constexpr NumberEntry<Timing> kTimingNumbers[] = {
     {"dot1xAuthSessionTime", &Timing::session_time},
 };
 
-// What authorized_by is made of: the names that the MIB gives the values.
+// The source of authorized_by: the names of the values in the MIB.
 constexpr Choice kAuthenticMethods[] = {{"1", 1}, {"2", 2}};
 constexpr std::string_view kAuthenticMethodNames[] = {"", "remoteAuthServer", "localAuthServer"};
 
@@ -207,7 +207,7 @@ constexpr NumberEntry<TrafficRow> kAcctTrafficNumbers[] = {
     {"radiusAccClientUnknownTypes", &TrafficRow::unknown_responses},
 };
 
-// What without_response and response_time_max are made of. The time is the latest one, in
+// The sources of without_response and response_time_max. The time is the latest one, in
 // hundredths of a second.
 struct Exchange {
     uint32_t requests = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The index of a port. hostapd gives each port the number 0; the tables are keyed by the index of
-// the interface, and this is how it is found.
+// The index of a port. In hostapd each port has the number 0; the tables are keyed by the index of
+// the interface, which these functions find.
 #ifndef EXAMPLES_DOT1X_PORTS_PORTS_H
 #define EXAMPLES_DOT1X_PORTS_PORTS_H
 
@@ -22,25 +22,25 @@ class PortError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// An argument of the program is at fault; the text names it.
+// A wrong argument of the program; the text names it.
 class UsageError : public std::runtime_error {
  public:
     using std::runtime_error::runtime_error;
 };
 
-// Indexes that the user gave, by the port's name.
+// Indexes from the command line, by the port's name.
 using PortIndexes = std::map<std::string, uint32_t>;
 
 // "NAME=INDEX"; throws UsageError.
 PortIndexes parse_indexes(const std::vector<std::string> &arguments);
 
-// The number at the end of a name: 3 of "p3", 12 of "eth0.12"; none if there is none.
+// The number at the end of a name: 3 of "p3", 12 of "eth0.12".
 std::optional<uint32_t> number_at_end(std::string_view name);
 
-// A recorded port: what the user gave, or else the number at the end of its name.
+// A recorded port: its index on the command line, or else the number at the end of its name.
 Port recorded_port(const std::string &name, const PortIndexes &given);
 
-// A port of this machine: what the user gave, or else the index of the interface.
+// A port of this machine: its index on the command line, or else that of the interface.
 Port live_port(const std::string &name, const PortIndexes &given);
 
 }  // namespace dot1x_ports

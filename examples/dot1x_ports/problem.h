@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What couldn't be understood of an answer. It is reported and skipped; nothing else is lost by it.
+// Malformed parts of answers. They are reported and skipped.
 #ifndef EXAMPLES_DOT1X_PORTS_PROBLEM_H
 #define EXAMPLES_DOT1X_PORTS_PROBLEM_H
 
@@ -21,7 +21,7 @@ struct Problem {
 
 class Problems {
  public:
-    // A value that two tables take is at fault once.
+    // A value that is stored in two tables is reported once.
     void add(std::string_view source, uint64_t line, std::string_view found, std::string expected);
     const std::vector<Problem> &list() const { return list_; }
 
@@ -32,7 +32,7 @@ class Problems {
 // "FILE:LINE: found "...", expected ...".
 std::string to_text(const Problem &problem);
 
-// The start of a text, with what can't be printed written as \xNN.
+// The start of a text, with unprintable bytes as \xNN.
 std::string excerpt(std::string_view text);
 
 }  // namespace dot1x_ports

@@ -87,7 +87,7 @@ void carry_on(const std::optional<ServerRow> &before, ServerRow &row) {
     ServerRow start;
     start.status = SHOW_AAA_SERVER_UNKNOWN;
     if (before) {
-        // Fewer requests than before: hostapd was started anew, and counts from 0.
+        // Fewer requests than before: hostapd was restarted, and counts from 0.
         const bool restarted = requests(row) < requests(*before);
         if (!restarted) start = *before;
         start.status = before->status;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From the RADIUS client variables of all ports to the rows of the servers and of the client.
+// Makes the rows of RADIUS servers and of the client from the variables of all ports.
 //
-// Each port is a client of its own to hostapd. Their counters are added: by server, and over all
-// servers. Counters wrap at 2^32.
+// In hostapd each port is a client. Their counters are added, by server and over all servers.
+// Counters wrap at 2^32.
 #ifndef EXAMPLES_DOT1X_PORTS_RADIUS_H
 #define EXAMPLES_DOT1X_PORTS_RADIUS_H
 
@@ -17,7 +17,7 @@
 
 namespace dot1x_ports {
 
-// Names of servers. One without a name of its own has the one for all others, or else its address.
+// Names of servers. A server without one has the name for all others, or else its address.
 struct ServerNames {
     std::map<std::string, std::string> by_address;  // of "ADDRESS" or "ADDRESS:PORT"
     std::optional<std::string> others;
@@ -35,12 +35,11 @@ std::string with_port(const std::string &address, uint32_t port);
 void add_servers(const std::vector<Block> &servers, const ServerNames &names, RadiusRows &rows,
                  Problems &problems);
 
-// Goes on from the row before, if there is one: a server lives if it has answered since then, is
-// dead if requests to it only ran out of time, and else is as it was. dead_count counts how often
-// it was marked dead.
+// Continues the stored row, if there is one: a server is alive if it has responded since then, dead
+// if requests to it only timed out, and otherwise as before. dead_count counts the changes to dead.
 void carry_on(const std::optional<ServerRow> &before, ServerRow &row);
 
-// The largest response time is the largest one ever seen.
+// Keeps the largest response time of all polls.
 void carry_on(const std::optional<RadiusRow> &before, RadiusRow &row);
 
 }  // namespace dot1x_ports

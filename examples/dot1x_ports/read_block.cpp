@@ -33,11 +33,12 @@ std::string expected(std::string_view variable, std::span<const Choice> choices)
 
 std::optional<uint32_t> read_number(const Block &block, std::string_view variable,
                                     std::span<const Choice> choices, Problems &problems) {
-    const Variable *told = block.find(variable);
-    if (told == nullptr) return std::nullopt;
-    const auto number = choices.empty() ? parse_number(told->value) : choose(told->value, choices);
+    const Variable *found = block.find(variable);
+    if (found == nullptr) return std::nullopt;
+    const auto number =
+        choices.empty() ? parse_number(found->value) : choose(found->value, choices);
     if (!number)
-        problems.add(block.source, told->line, told->name + "=" + told->value,
+        problems.add(block.source, found->line, found->name + "=" + found->value,
                      expected(variable, choices));
     return number;
 }

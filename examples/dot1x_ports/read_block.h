@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Takes the variables of a block to the fields of a row, as the tables of mib.h say. A variable
-// that is absent leaves its field, and so does one whose value is none of those that it can have;
-// that one is a problem.
+// Reads the variables of a block into the fields of a row, by the tables of mib.h. A variable that
+// is absent or has a wrong value doesn't change its field; a wrong value is a problem.
 #ifndef EXAMPLES_DOT1X_PORTS_READ_BLOCK_H
 #define EXAMPLES_DOT1X_PORTS_READ_BLOCK_H
 
@@ -13,7 +12,7 @@
 
 namespace dot1x_ports {
 
-// The number that a variable gives; none if the block lacks it or it is at fault.
+// The number of a variable; none if it is absent or wrong.
 std::optional<uint32_t> read_number(const Block &block, std::string_view variable,
                                     std::span<const Choice> choices, Problems &problems);
 

@@ -16,7 +16,7 @@ constexpr std::string_view kAnswers[] = {"all_sta", "mib", "status"};
 
 std::string suffix(std::string_view what) { return "-" + std::string(what) + ".txt"; }
 
-// The port of a recording; empty if the file is none.
+// The port of a recording; empty of another file.
 std::string port_of(const std::string &file) {
     for (const std::string_view what : kAnswers) {
         const std::string end = suffix(what);

@@ -6,7 +6,7 @@
 //   hostapd-NAME-mib.txt       hostapd_cli -i NAME mib
 //   hostapd-NAME-status.txt    hostapd_cli -i NAME status
 //
-// Other files are no matter. Each poll reads them anew.
+// Other files are ignored. Each poll reads the files again.
 #ifndef EXAMPLES_DOT1X_PORTS_RECORDINGS_H
 #define EXAMPLES_DOT1X_PORTS_RECORDINGS_H
 

@@ -137,7 +137,7 @@ std::string to_json(const Report &report) {
     Json &servers = json[tarn::tbl_aaa_servers::name] = Json::object();
     for (const auto &[name, row] : report.stored.radius.servers) servers[name] = json_of(row);
     json[tarn::tbl_radius_stats::name] = json_of(report.stored.radius.client);
-    // A name may hold any bytes; what is no UTF-8 is replaced.
+    // A name may have any bytes; those that aren't UTF-8 are replaced.
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the program says at its end.
+// The output of the program.
 #ifndef EXAMPLES_DOT1X_PORTS_REPORT_H
 #define EXAMPLES_DOT1X_PORTS_REPORT_H
 
@@ -14,7 +14,7 @@ namespace dot1x_ports {
 std::string to_text(const Report &report);
 
 // One object: "polls", "malformed", "ports" with an object a port that has its rows under the names
-// of their tables (null where there is none), "tbl_aaa_servers" by name and "tbl_radius_stats".
+// of their tables (null if there is none), "tbl_aaa_servers" by name and "tbl_radius_stats".
 std::string to_json(const Report &report);
 
 }  // namespace dot1x_ports

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The rows that the tables hold, as plain values. Fields have the names of the tables' fields; the
+// The rows of the tables, as plain values. Fields have the names of the tables' fields; the
 // lists are in field order and name the fields that hostapd reports. The others stay 0 or empty.
 #ifndef EXAMPLES_DOT1X_PORTS_ROWS_H
 #define EXAMPLES_DOT1X_PORTS_ROWS_H

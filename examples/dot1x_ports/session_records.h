@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The records of tbl_pexSessionEntry_op. Their key is an object of its own: the port's index, the
-// session's identifier, and a kind of search, which is 0 for all of ours.
+// The records of tbl_pexSessionEntry_op. Their key is a structure: the port's index, the session's
+// identifier, and a kind of search, which is 0 in all records of this program.
 #ifndef EXAMPLES_DOT1X_PORTS_SESSION_RECORDS_H
 #define EXAMPLES_DOT1X_PORTS_SESSION_RECORDS_H
 

@@ -13,13 +13,13 @@
 
 namespace dot1x_ports {
 
-// hostapd, or a recording, can't be reached; the text names the socket or the file.
+// hostapd or a recording can't be read; the text names the socket or the file.
 class SourceError : public std::runtime_error {
  public:
     using std::runtime_error::runtime_error;
 };
 
-// All that hostapd says of one port.
+// The answers about one port.
 struct PortAnswers {
     Port port;
     Text status;
@@ -31,8 +31,8 @@ struct PortAnswers {
 class Source {
  public:
     virtual ~Source() = default;
-    // Asks for all ports, in the order of their indexes. Throws SourceError; PortError if a port's
-    // index isn't known, or is another port's.
+    // Queries all ports, in the order of their indexes. Throws SourceError; PortError if a port has
+    // no index or another port's.
     virtual std::vector<PortAnswers> poll() = 0;
 };
 

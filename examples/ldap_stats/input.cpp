@@ -97,7 +97,7 @@ bool Input::path_names_another_file() const {
     return here.st_ino != there.st_ino || here.st_dev != there.st_dev;
 }
 
-// At the end of a followed file: goes to the start of another text if there is one.
+// At the end of a followed file: opens the next text if there is one.
 bool Input::turn_to_new_text(bool moved) {
     if (moved) {
         Descriptor next = try_open();
@@ -116,7 +116,7 @@ bool Input::turn_to_new_text(bool moved) {
 std::optional<Piece> Input::next() {
     auto last_news = std::chrono::steady_clock::now();
     while (wait(file_.number(), kForever) == Wait::readable) {
-        // Asked before the read, so that nothing that a file got until it was moved is missed.
+        // Checked before the read, so that the last bytes of a renamed file aren't missed.
         const bool moved = follows_file_ && path_names_another_file();
         std::string bytes = read_some();
         if (!bytes.empty()) return Piece{std::move(bytes), std::exchange(new_text_, false)};

@@ -2,10 +2,10 @@
 //
 // Where the log comes from: a file, a file that grows, or standard input.
 //
-// A followed file is read on after its end, as `tail -F` does: when its path names another file,
-// that one is read from its start once the old one is read to its end; when it got shorter, it is
-// read from its start again. Standard input is read to its end in any case. SIGINT and SIGTERM end
-// any input between two pieces.
+// A followed file is read on after its end, as by `tail -F`: when its path names another file, that
+// one is read from its start after the end of the old one; when it got shorter, it is read from its
+// start again. Standard input is always read to its end. SIGINT and SIGTERM end any input between
+// two pieces.
 #ifndef EXAMPLES_LDAP_STATS_INPUT_H
 #define EXAMPLES_LDAP_STATS_INPUT_H
 
@@ -33,9 +33,9 @@ class Descriptor {
 struct InputOptions {
     std::string path;  // "-" or empty for standard input
     bool follow = false;
-    bool from_end = false;  // skip what the file holds at the start
+    bool from_end = false;  // skip the present contents
     std::optional<std::chrono::milliseconds> idle =
-        {};  // stop following after this time without news
+        {};  // stop following after this time without new lines
 };
 
 struct Piece {
@@ -48,7 +48,7 @@ class Input {
     // Throws std::system_error, naming the file, if it can't be read.
     explicit Input(InputOptions options);
 
-    // The next bytes; none when the input has ended. Throws as the constructor does.
+    // The next bytes; none at the end of the input. Throws as the constructor.
     std::optional<Piece> next();
     const std::string &name() const { return name_; }
 

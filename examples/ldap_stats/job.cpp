@@ -9,7 +9,7 @@ namespace {
 // The name of a server whose log ends before its first connection.
 constexpr const char *kUnnamed = "slapd";
 
-// Anyone may write a line that reads as something else that slapd says, or as more of a banner.
+// Other programs may write lines of these kinds.
 bool only_slapd_writes(LineKind kind) {
     return kind != LineKind::blank && kind != LineKind::other && kind != LineKind::continuation;
 }
@@ -91,7 +91,7 @@ void Job::refuse() const {
 void Job::store_batch() {
     if (!recognised_ || line_count_ == stored_line_count_) return;
     const std::optional<std::string> &name = options_.server ? options_.server : tally_.name();
-    if (!name) return;  // counted, and stored once the server is known by its name
+    if (!name) return;  // stored when the server's name is found
     const uint64_t count = line_count_ - stored_line_count_;
     try {
         store_as(*name);

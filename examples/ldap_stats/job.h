@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The job: pieces of a log come in, each a batch; their lines are counted, and the server's
-// records are brought up to date in one transaction a batch.
+// The job: counts the lines of a log in batches, and updates the server's records in one
+// transaction a batch.
 //
-// A line that can't be understood is reported and skipped. The store is not touched before a line
-// was met that only slapd writes: a text without any is refused.
+// A malformed line is reported and skipped. The store isn't opened before the first line that only
+// slapd writes: a text without one is refused.
 #ifndef EXAMPLES_LDAP_STATS_JOB_H
 #define EXAMPLES_LDAP_STATS_JOB_H
 
@@ -21,18 +21,18 @@
 
 namespace ldap_stats {
 
-// So many lines that can't be understood, and none before them that can: it is no slapd log.
+// A text that begins with so many malformed lines isn't a slapd log.
 constexpr size_t kLinesBeforeRefusal = 20;
 
 struct JobOptions {
     std::string store;
     std::string log;                    // the log's name in messages
     std::optional<std::string> server;  // the key of the records; by default from the log
-    std::optional<uint32_t> timeout;    // req_timeout; what is stored stays if not given
+    std::optional<uint32_t> timeout;    // req_timeout; unchanged if not given
     bool verbose = false;               // print each batch
 };
 
-// What was read, and what the store holds after it.
+// The result: counts, and the stored values.
 struct Report {
     uint64_t lines = 0;
     uint64_t malformed = 0;
@@ -73,7 +73,7 @@ class Job {
     uint64_t malformed_ = 0;
     LineKind last_kind_ = LineKind::other;
     bool recognised_ = false;
-    std::vector<std::string> held_;  // reports of lines, until the log is recognised
+    std::vector<std::string> held_;  // reports of lines before the log is recognised
 };
 
 }  // namespace ldap_stats

@@ -17,7 +17,7 @@ class Keeper {
     // Opens the store file, or makes it, and its tables. Throws tarn::error, as all members do.
     explicit Keeper(const std::string &path);
 
-    // What is stored of a server; none if no table has it.
+    // The stored values of a server; none if no table has it.
     std::optional<Server> read(const std::string &name) const;
     // Stores a server, in one transaction. If that fails the store is as it was before.
     void write(const std::string &name, const Server &server);

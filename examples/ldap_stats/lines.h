@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Cuts the pieces of a growing text into numbered lines. A line is handed over when its end has
-// come; what is longer than kLongestLine is handed over cut off there, once, and flagged.
+// Splits the pieces of a growing text into numbered lines. A line is passed on when it is complete;
+// one that is longer than kLongestLine is passed on truncated, once, and flagged.
 #ifndef EXAMPLES_LDAP_STATS_LINES_H
 #define EXAMPLES_LDAP_STATS_LINES_H
 
@@ -25,7 +25,7 @@ class Lines {
     using Sink = std::function<void(const NumberedLine &)>;
 
     void add(std::string_view piece, const Sink &sink);
-    // Hands over a last line without an end. What comes next is line 1 of another text.
+    // Passes on a last line without an end. The next line is line 1 of another text.
     void finish(const Sink &sink);
 
  private:

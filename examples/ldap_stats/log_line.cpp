@@ -23,7 +23,7 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_hex(char c) { return is_digit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 bool is_capital(char c) { return c >= 'A' && c <= 'Z'; }
 
-// Reads a text from its start; what doesn't fit is an Unexpected.
+// Reads a text from its start; throws Unexpected.
 class Cursor {
  public:
     explicit Cursor(std::string_view text) : rest_(text) {}
@@ -74,7 +74,7 @@ bool skip_own_prefix(Cursor &cursor) {
     return true;
 }
 
-// "Nov 21 03:59:01 host slapd[613]: ", whatever the syslog daemon writes before the name.
+// "Nov 21 03:59:01 host slapd[613]: ", with any text before the name.
 bool skip_syslog_prefix(Cursor &cursor) {
     constexpr std::string_view name = "slapd[";
     const size_t place = cursor.rest().find(name);
@@ -192,7 +192,7 @@ LogLine parse_operation(Cursor &cursor) {
     if (cursor.skip("BIND ")) return parse_bind(cursor);
     const std::string_view start = cursor.rest();
     const std::string_view name = cursor.take_while(is_capital);
-    // Operations are named in capitals; another word is the name of a function that speaks.
+    // Operations are in capitals; another word is the name of a function of slapd.
     if (name.size() < 2) return {.kind = LineKind::other};
     if (!cursor.skip(" ") && !cursor.at_end())
         throw Unexpected{start, "a blank after the name of the operation"};
@@ -226,7 +226,7 @@ LogLine parse_connection(Cursor &cursor) {
 }
 
 LogLine parse_conn(Cursor &cursor) {
-    // The number -1, signed or not, is slapd's own work, which no client sees.
+    // The number -1, signed or not, is slapd's internal work.
     if (cursor.skip("-1 ")) return {.kind = LineKind::other};
     const auto connection = cursor.number<uint64_t>("the number of a connection");
     if (connection == std::numeric_limits<uint64_t>::max()) return {.kind = LineKind::other};

@@ -11,7 +11,7 @@
 //            | "daemon: shutdown requested" ...
 //            | "conn=" ID " fd=" FD " " connection
 //            | "conn=" ID " op=" N " " operation
-//            | ...                                               anything else slapd says
+//            | ...                                               any other message
 //   connection = "ACCEPT from " PEER " (" LISTENER ")"
 //              | "closed" [ " (" REASON ")" ] | "TLS established" ...
 //   operation  = request | detail | result | notice
@@ -23,7 +23,7 @@
 //                [ " qtime=" SECONDS ] [ " etime=" SECONDS ] [ " nentries=" N ] " text=" ...
 //   notice     = "INTERM oid=" ... | "REF #" ... | "DISCONNECT tag=" ...
 //
-// Nothing here reads, prints or keeps anything: text in, one LogLine or LineError out.
+// A pure function: text in, one LogLine or LineError out.
 #ifndef EXAMPLES_LDAP_STATS_LOG_LINE_H
 #define EXAMPLES_LDAP_STATS_LOG_LINE_H
 
@@ -37,16 +37,16 @@ namespace ldap_stats {
 
 enum class LineKind : uint8_t {
     blank,
-    other,         // slapd says something that the counters don't need
-    banner,        // slapd names its version
+    other,         // a message that isn't counted
+    banner,        // the version of slapd
     continuation,  // more of the banner
-    starting,      // the server begins to serve
+    starting,      // the server starts
     stopping,      // a shutdown was requested, or is about to be
     stopped,       // the server has stopped
     accepted,      // a connection was opened
     closed,        // a connection was closed
     request,       // a client's message
-    result,        // the message that ends a request, in a search with the entries before it
+    result,        // the message that ends a request; of a search, with its entries
     notice,        // any other message of the server
     detail,        // a second line about a request
 };
@@ -70,7 +70,7 @@ struct LineError {
 
 std::variant<LogLine, LineError> parse_line(std::string_view line);
 
-// `text` cut to a length that suits a message, with unprintable bytes as \xNN.
+// `text` truncated for a message, with unprintable bytes as \xNN.
 std::string excerpt(std::string_view text);
 
 }  // namespace ldap_stats

@@ -24,19 +24,19 @@ enum ExitCode {
 constexpr const char *kNotes = R"(
 What is counted, seen from the server's clients, all taken as one:
   sent       requests: BIND, SRCH, CMP, EXT, ADD, DEL, MOD, MODRDN, ABANDON, UNBIND, one each
-             however many lines tell of it
+             whatever its number of lines
   received   results, the entries of searches (nentries), and intermediate, referral and
              disconnection messages
   success    result 0; fail: any other, but for a bind result 14 (more steps follow)
   missing    results 16, noSuchAttribute
   delays     etime of the results, in microseconds
   conns      connections accepted and not yet closed
-  status     true while slapd runs, until it is told to stop
+  status     true while slapd runs, until a shutdown is requested
 Counters wrap at 2^32; connections and delays stay at 2^32 - 1.
 
-The server is named by --server, or else by the listener of the first connection that the log
-tells of, such as ldap://127.0.0.1:389, or else "slapd". Counting goes on from what the store
-holds under that name, so a log must not be given twice.)";
+The name of the server is --server, or else the listener of the first connection in the log, such
+as ldap://127.0.0.1:389, or else "slapd". Counting continues from the stored values of that name, so
+a log must not be given twice.)";
 
 struct Arguments {
     ldap_stats::JobOptions job;
@@ -68,12 +68,12 @@ void describe(cli::Command &program, Arguments &arguments) {
                    cli::number_into(arguments.job.timeout, 0, std::numeric_limits<uint32_t>::max()),
                    "Request timeout to record; 0 at first, stays if not given");
     program.flag("-f,--follow", arguments.input.follow,
-                 "Go on as the log grows, until SIGINT or SIGTERM");
+                 "Continue as the log grows, until SIGINT or SIGTERM");
     program.flag("--from-end", arguments.input.from_end, "Follow from the log's end of now")
         .needs("follow");
     program
         .option("--exit-idle", "SECONDS", cli::seconds_into(arguments.idle_seconds, 0.001, 1e6),
-                "Stop following after so many seconds without news")
+                "Stop following after so many seconds without new lines")
         .needs("follow");
     program.flag("--strict", arguments.strict, "Exit with 1 if a line was malformed");
     program.flag("--json", arguments.json, "Print the result as JSON");

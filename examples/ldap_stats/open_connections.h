@@ -13,11 +13,11 @@ namespace ldap_stats {
 
 class OpenConnections {
  public:
-    // `count` connections were open before the log begins; their numbers aren't known.
+    // `count` connections with unknown numbers were open before the log begins.
     void adopt(uint64_t count);
     void opened(uint64_t connection);
     void closed(uint64_t connection);
-    // The server starts or stops: nothing is open, and numbers begin anew.
+    // The server starts or stops: nothing is open, and numbers restart.
     void clear();
     uint64_t count() const { return open_.size() + unnamed_; }
 
@@ -25,7 +25,7 @@ class OpenConnections {
     bool take_unnamed();
 
     std::unordered_set<uint64_t> open_;
-    // Closed, but not yet opened: true if it was taken for one of the unnamed.
+    // Closed, but not yet opened: true if it was counted as one of the unnamed.
     std::unordered_map<uint64_t, bool> closed_early_;
     uint64_t unnamed_ = 0;
 };

@@ -58,7 +58,7 @@ std::string to_json(const Report &report) {
         json["tbl_ldap_summary"] = {{"req_timeout", server.req_timeout}, {"status", server.status}};
         json["tbl_ldap_conn"] = {{"num_conns", server.num_conns}};
     }
-    // A name may hold any bytes; what is no UTF-8 is replaced.
+    // A name may have any bytes; those that aren't UTF-8 are replaced.
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

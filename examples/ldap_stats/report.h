@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the program says at its end.
+// The output of the program.
 #ifndef EXAMPLES_LDAP_STATS_REPORT_H
 #define EXAMPLES_LDAP_STATS_REPORT_H
 

@@ -17,8 +17,8 @@ uint32_t gauge(uint64_t value) { return uint32_t(std::min(value, kMost)); }
 }  // namespace
 
 void Tally::adopt(const Server &stored) {
-    // How many delays the stored average is made of isn't stored; the results are their number,
-    // unless the server sent notices.
+    // The number of delays in the stored average isn't stored. It is the number of results, unless
+    // the server sent notices.
     const uint64_t delays = stored.stats.total_msg_rcvd - stored.stats.total_search_resentry;
     delay_sum_ += delays * stored.stats.avg_resp_delay;
     delay_count_ += delays;

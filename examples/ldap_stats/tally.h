@@ -18,7 +18,7 @@ namespace ldap_stats {
 
 class Tally {
  public:
-    // Goes on from what was stored of the server earlier; call it once.
+    // Continues from the stored values of the server. Call it once.
     void adopt(const Server &stored);
     void count(const LogLine &line);
     Server server() const;
@@ -42,8 +42,8 @@ class Tally {
     std::optional<std::string> name_;
 };
 
-// "IP=127.0.0.1:3389" gives "ldap://127.0.0.1:3389", port 636 "ldaps://...", and
-// "PATH=/run/slapd/ldapi" gives "ldapi://%2Frun%2Fslapd%2Fldapi".
+// "IP=127.0.0.1:3389" becomes "ldap://127.0.0.1:3389", port 636 "ldaps://...", and
+// "PATH=/run/slapd/ldapi" becomes "ldapi://%2Frun%2Fslapd%2Fldapi".
 std::optional<std::string> name_of_listener(std::string_view listener);
 
 }  // namespace ldap_stats

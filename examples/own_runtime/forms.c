@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The pieces that text, XML and the wire form of an object are put together from. */
+/* The parts of the text, XML and wire form of an object. */
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>

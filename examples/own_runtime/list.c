@@ -12,7 +12,7 @@ static void set_next(kel_index_node *node, const kel_index_node *next) {
     node->opaque[0] = (uintptr_t)next;
 }
 
-/* The last node that orders before `node`, or null. `node` itself may be in the list at the
+/* The last node before `node` in order, or null. `node` itself may be in the list at the
    position of an earlier key, and is passed over. */
 static kel_index_node *before(void *root, const kel_index_node *node,
                               e_avl_compare_function compare) {
@@ -39,7 +39,7 @@ uint32_t e_avl_insert(void *arena, uint32_t tx_id, void **root, kel_index_node *
     return 1;
 }
 
-/* Follows the links, so that a node whose key was changed goes out too. */
+/* Follows the links, so that a node whose key was changed is removed too. */
 uint32_t e_avl_delete(void *arena, uint32_t tx_id, void **root, kel_index_node *node,
                       uintptr_t *aux, e_avl_compare_function compare) {
     (void)arena, (void)tx_id, (void)aux, (void)compare;

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Three records on a runtime of the program's own: in, found, listed, over the wire, renamed, out.
- * Then tables by id.
+ * Three records on a runtime of the program's own: inserted, found, listed, marshalled, renamed,
+ * deleted. Then tables by id.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -12,7 +12,7 @@
 
 static const uint32_t no_tx = KEL_TX_NONE;
 
-/* Ends the program with what went wrong. */
+/* Ends the program with an error. */
 static void need(uint32_t err, const char *what) {
     if (err == 0) return;
     fprintf(stderr, "%s: error %u\n", what, err);
@@ -37,7 +37,7 @@ static void list(kel_handle *handle, kel_table *table) {
     kel_record *record = tbl_ldap_conn_st_ldap_conn_sname_get_first(handle, no_tx, table, &err);
     while (record != NULL) {
         char text[512];
-        memset(text, ' ', sizeof text); /* what an inner brace is indented with */
+        memset(text, ' ', sizeof text); /* the indentation of inner braces */
         const uint32_t length =
             tbl_ldap_conn_table_record_print(handle, no_tx, text, record, sizeof text, &err);
         fwrite(text, 1, length, stdout);
@@ -46,7 +46,7 @@ static void list(kel_handle *handle, kel_table *table) {
     need(err, "list");
 }
 
-/* The record of a server as a copy that went over the wire has the same bytes again. */
+/* Copies the record of a server through its wire form, and compares the bytes of both. */
 static void copy(kel_handle *handle, kel_table *table, const char *server) {
     uint32_t err = 0;
     kel_vstring key;
@@ -69,7 +69,7 @@ static void copy(kel_handle *handle, kel_table *table, const char *server) {
     need(err, "copy");
 }
 
-/* Changes the first record's key in place: a step from it goes by the new key. */
+/* Changes the first record's key in place: the next record is that after the new key. */
 static void rename_first(kel_handle *handle, kel_table *table, const char *server) {
     uint32_t err = 0;
     kel_vstring name;
@@ -98,7 +98,7 @@ static void empty(kel_handle *handle, kel_table *table) {
     need(err, "empty");
 }
 
-/* Tables that have a number in place of a name: three opened, the second one freed. */
+/* Tables by id: three opened, the second one freed. */
 static void number(kel_handle *handle) {
     uint32_t err = 0;
     for (uint64_t id = 7; id <= 9; ++id) tbl_ldap_conn_table_open_by_id(handle, no_tx, id, 0, &err);

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * A store in malloc's memory: the handle's hooks, the keyed store, tables. What this
- * runtime has none of (mappings, tenants, replication, state tracking) answers as its
- * declaration tells for a runtime without.
+ * A store in malloc's memory: the handle's hooks, the keyed store, tables. Mappings, tenants,
+ * replication and state tracking are missing; their functions do what their declarations
+ * require of such a runtime.
  */
 #include <stdarg.h>
 #include <stdio.h>
@@ -68,7 +68,7 @@ kel_handle *own_handle_create(void) {
 
 unsigned own_handle_destroy(kel_handle *handle) {
     store *const its = handle->arena;
-    /* What is still under a key, such as the root of a table's ids, belongs to the store. */
+    /* Memory under a key, such as the root of a table's ids, is the store's. */
     while (its->keys != NULL) {
         give_back(its, KEL_TX_NONE, its->keys->value);
         loam_delete_key(its, its->keys->key);
@@ -192,7 +192,7 @@ kel_table_list *kellib_database_table_toc_create(kel_handle *handle, uint32_t tx
     return &((store *)handle->arena)->tables;
 }
 
-/* The tree of tables by id is a list as well: a node's first word is the next table. */
+/* The tree of tables by id is a list too: a node's first word is the next table. */
 static kel_table *next_by_id(const kel_table *table) {
     return (kel_table *)(uintptr_t)table->id_node.opaque[0];
 }
@@ -293,7 +293,7 @@ uint8_t kel_get_instance_obj_flag(const void *object, uint32_t is_structure, uin
     return object != NULL ? ((const kel_object *)object)->flags : 0;
 }
 
-/* Handles of this runtime track no state, so that no object has a state block. */
+/* Handles don't track state, so that no object has a state block. */
 uint32_t kellib_get_sttr_offset(kel_handle *handle, uint32_t tx_id, const void *object) {
     (void)handle, (void)tx_id, (void)object;
     return 0;

@@ -1,15 +1,16 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* What the files of this runtime have from each other. */
+/* The shared functions of this runtime's files. */
 #ifndef OWN_RUNTIME_H
 #define OWN_RUNTIME_H
 
 #include "tarnbase/runtime.h"
 
-/* Makes a handle on a store of its own, in memory. Null: there is none. */
+/* Makes a handle on a new store in memory. Null: no memory. */
 kel_handle *own_handle_create(void);
-/* Frees a handle and its store, with what is under a key. Returns the other blocks in use. */
+/* Frees a handle and its store, with memory under keys. Returns the number of other blocks in use.
+ */
 unsigned own_handle_destroy(kel_handle *handle);
-/* Makes `string` refer to C text of the caller's: a source to set a field from, or a key. */
+/* Makes `string` refer to C text of the caller, as a value to set or as a key. */
 void own_string_refer(kel_vstring *string, const char *text);
 
 /* Reports an error, in `*err` first. */

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * The value types. What all of them do alike is written once, in macros over three small
- * functions a type: how it looks as text, its bytes on the wire, and back.
+ * The value types. Their common operations are macros over three small functions a type: print,
+ * marshal and unmarshal.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -34,7 +34,7 @@ uint32_t SuperFastHash(const char *data, int32_t length, uint32_t seed) {
     return hash;
 }
 
-/* ---- What a value is, by type ---- */
+/* ---- The values, by type ---- */
 
 typedef struct span {
     const char *bytes;
@@ -53,7 +53,7 @@ static uint32_t address_length(uint8_t family) {
     return family == KEL_ADDRESS_IPV4 ? 4 : family == KEL_ADDRESS_IPV6 ? 16 : 0;
 }
 
-/* Texts that don't fit in their string, by the string's address: see the walk in set. */
+/* Texts that don't fit in their string, by the string's address: see set. */
 typedef struct text {
     struct text *next;
     const kel_vstring *owner;
@@ -78,8 +78,8 @@ static void point_to(kel_vstring *string, const char *bytes) {
 }
 
 /*
- * A structure is copied byte for byte and its strings are set from the source's then: the
- * destination shows the source's text, so what it owns is only known by its address.
+ * A structure is copied byte for byte before its strings are set from the source's: the copy then
+ * refers to the source's text, so that only the string's address identifies its own text.
  */
 static void assign(kel_handle *handle, kel_vstring *string, span source, uint32_t *err) {
     text *own = NULL;
@@ -116,7 +116,7 @@ void own_string_refer(kel_vstring *string, const char *bytes) {
     }
 }
 
-/* ---- Operations of every type: the value as text is given by a format ---- */
+/* ---- Operations of every type, with a format for the value as text ---- */
 
 #define SHOWN(value, type, format, ...)                                                            \
     type *value##_get(kel_handle *handle, uint32_t tx_id, type *field, uint32_t *err) {            \
@@ -256,7 +256,7 @@ SCALAR(int64, int64_t, "%lld", long long)
         (void)handle, (void)tx_id, (void)field, (void)err;                                       \
     }
 
-/* Decides an order that a null takes part in: null comes first. */
+/* The order of pointers of which one is null: null comes first. */
 #define ORDER_OF_NULLS(a, b) \
     if ((a) == NULL || (b) == NULL) return ((a) != NULL) - ((b) != NULL)
 

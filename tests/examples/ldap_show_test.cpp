@@ -160,7 +160,7 @@ TEST_F(LdapShow, ARecordThatIsThereTwiceIsRefused) {
     write_file(xml, text.substr(0, end) + text.substr(start, end - start) + "</ldap>\n");
     const Outcome outcome = show({"--verify", xml});
     EXPECT_EQ(outcome.exit_code, 5);
-    EXPECT_NE(outcome.err.find("one: inserting in tbl_ldap_conn: the key is there already"),
+    EXPECT_NE(outcome.err.find("one: inserting in tbl_ldap_conn: the key already exists"),
               std::string::npos)
         << outcome.err;
 }

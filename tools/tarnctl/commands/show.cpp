@@ -67,10 +67,9 @@ void declare_show(cli::Command &program, Exit & /*status*/) {
                   "The tables, or one of several as TABLE:NAME")
         .required();
     add_store_option(command, options->store);
-    command.option(
-        "-w,--where", "CONDITION", cli::into(options->selection.conditions),
-        "Only the records that fulfil this, such as FIELD=VALUE; may be repeated, and all "
-        "must hold");
+    command.option("-w,--where", "CONDITION", cli::into(options->selection.conditions),
+                   "Only the records that meet this, such as FIELD=VALUE; may be repeated, and all "
+                   "must hold");
     add_selection_options(command, options->selection);
     add_form_options(command, options->form);
     command.notes = footer;

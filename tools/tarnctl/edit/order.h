@@ -56,7 +56,7 @@ struct Order {
     TableReference table{};
     std::vector<Assignment> key;  // all columns of the key, in its order; none if `many`
     std::vector<Assignment> fields;
-    bool many = false;               // all records that fulfil `where`
+    bool many = false;               // all records that meet `where`
     std::vector<std::string> where;  // conditions, see query/parser.h
     std::optional<uint16_t> tenant;
     std::optional<uint8_t> source;

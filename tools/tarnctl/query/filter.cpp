@@ -21,7 +21,7 @@ bool is_pattern(Comparison comparison) {
            comparison == Comparison::like_in_case;
 }
 
-bool fulfils(const Cell &a, Comparison comparison, const Cell &b) {
+bool is_true(const Cell &a, Comparison comparison, const Cell &b) {
     switch (comparison) {
         case Comparison::not_equal:
             return a != b;
@@ -119,9 +119,9 @@ bool Filter::Test::passes(const Record &record) const {
         return pattern->matches(value.text()) == (comparison != Comparison::unlike);
     if (const auto *other = std::get_if<Column>(&operand)) {
         const Value right = record.value(*other);
-        return right.present() && fulfils(cell_of(value), comparison, cell_of(right));
+        return right.present() && is_true(cell_of(value), comparison, cell_of(right));
     }
-    return fulfils(cell_of(value), comparison, std::get<Cell>(operand));
+    return is_true(cell_of(value), comparison, std::get<Cell>(operand));
 }
 
 // NOLINTNEXTLINE(misc-no-recursion): as deep as the parser let it be
