@@ -60,7 +60,7 @@ class Decode : public WithStore {
     kel_handle *handle = nullptr;
 };
 
-// The bytes of all pieces, one behind the other.
+// The bytes of all pieces, concatenated.
 std::string bytes_of(const std::string &document) {
     std::string all;
     for (const json &piece : json::parse(document)) all += piece["bytes"].get<std::string>();
@@ -77,14 +77,42 @@ std::string hex_of(const std::string &bytes) {
     return hex;
 }
 
-TEST_F(Decode, ShowsEachByteOfAnObjectWithItsFieldAndValue) {
-    const Outcome outcome = tarnctl({"decode", "--as", "st_ldap_conn"}, conn_hex);
-    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_TRUE(holds(outcome.out, "000002  11 00 00 00")) << outcome.out;
-    EXPECT_TRUE(holds(outcome.out, "jump: 17"));
-    EXPECT_TRUE(holds(outcome.out, "00000a  6c 64 61 70 31"));
-    EXPECT_TRUE(holds(outcome.out, "sname: ldap1"));
-    EXPECT_TRUE(holds(outcome.out, "num_conns: 7"));
+TEST_F(Decode, ShowsEachByteWithItsMeaning) {
+    const struct {
+        std::vector<std::string> arguments;
+        std::string input;
+        std::vector<std::string> shown;
+    } cases[] = {
+        {{"--as", "st_ldap_conn"},
+         conn_hex,
+         {"000002  11 00 00 00", "jump: 17", "00000a  6c 64 61 70 31", "sname: ldap1",
+          "num_conns: 7"}},
+        // the bytes of a newer writer
+        {{"--as", "st_ldap_conn"},
+         "01 00 14000000 05000000 6c64617031 07000000 aabbcc",
+         {"aa bb cc", "unknown: fields that st_ldap_conn hasn't here"}},
+        // state bytes and trace correlation
+        {{"--as", "st_ldap_conn"},
+         "00 28 2a00000000000000 03 13000000 05000000 6c64617031 02 07000000 01",
+         {"trace uuid: 42", "trace mark: 3", "sname state: 2", "num_conns state: 1"}},
+        // keys: a field, an object
+        {{"--as", "ldap_conn", "--key"}, "05000000 6c64617031", {"sname: ldap1"}},
+        {{"--as", "pexSessionEntry_op", "--key"},
+         "0000 0f000000 01000000 02000000 7331 09",
+         {"searchtype: 9"}},
+        // separators, prefixes and comments
+        {{"--as", "st_ldap_conn"},
+         "0x00:00, 11 00 00 00 # head\n05000000 6C64617031\n# and the rest\n07000000\n",
+         {"num_conns: 7"}},
+    };
+    for (const auto &each : cases) {
+        std::vector<std::string> words{"decode"};
+        words.insert(words.end(), each.arguments.begin(), each.arguments.end());
+        const Outcome outcome = tarnctl(words, each.input);
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+        for (const std::string &part : each.shown)
+            EXPECT_TRUE(holds(outcome.out, part)) << part << '\n' << outcome.out;
+    }
 }
 
 TEST_F(Decode, FindsTheTableOfARecordByItsLuidAndGoesOnWithTheNextRecord) {
@@ -96,7 +124,7 @@ TEST_F(Decode, FindsTheTableOfARecordByItsLuidAndGoesOnWithTheNextRecord) {
     EXPECT_EQ(bytes_of(tarnctl({"decode", "--json"}, bytes).out), hex_of(bytes));
 }
 
-TEST_F(Decode, ShowsTheKeyObjectBehindTheDataObject) {
+TEST_F(Decode, ShowsTheKeyObjectAfterTheDataObject) {
     const std::string bytes = sessions();
     const Outcome outcome = tarnctl({"decode"}, bytes);
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -119,43 +147,6 @@ TEST_F(Decode, ShowsAnArrayByRowsWithTheElementsNumbers) {
     EXPECT_EQ(bytes_of(tarnctl({"decode", "--json"}, bytes).out), hex_of(bytes));
 }
 
-TEST_F(Decode, KeepsTheBytesOfANewerWriterAsUnknown) {
-    const Outcome outcome = tarnctl({"decode", "--as", "st_ldap_conn"},
-                                    "01 00 14000000 05000000 6c64617031 07000000 aabbcc");
-    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_TRUE(holds(outcome.out, "aa bb cc")) << outcome.out;
-    EXPECT_TRUE(holds(outcome.out, "unknown: fields that st_ldap_conn hasn't here"));
-}
-
-TEST_F(Decode, ShowsStateBytesAndTraceCorrelation) {
-    const Outcome outcome =
-        tarnctl({"decode", "--as", "st_ldap_conn"},
-                "00 28 2a00000000000000 03 13000000 05000000 6c64617031 02 07000000 01");
-    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_TRUE(holds(outcome.out, "trace uuid: 42")) << outcome.out;
-    EXPECT_TRUE(holds(outcome.out, "trace mark: 3"));
-    EXPECT_TRUE(holds(outcome.out, "sname state: 2"));
-    EXPECT_TRUE(holds(outcome.out, "num_conns state: 1"));
-}
-
-TEST_F(Decode, ReadsAKeyAlone) {
-    const Outcome field = tarnctl({"decode", "--as", "ldap_conn", "--key"}, "05000000 6c64617031");
-    EXPECT_EQ(field.exit_code, 0) << field.err;
-    EXPECT_TRUE(holds(field.out, "sname: ldap1")) << field.out;
-    const Outcome object = tarnctl({"decode", "--as", "pexSessionEntry_op", "--key"},
-                                   "0000 0f000000 01000000 02000000 7331 09");
-    EXPECT_EQ(object.exit_code, 0) << object.err;
-    EXPECT_TRUE(holds(object.out, "searchtype: 9")) << object.out;
-}
-
-TEST_F(Decode, TakesHexadecimalWithSeparatorsPrefixesAndComments) {
-    const Outcome outcome =
-        tarnctl({"decode", "--as", "st_ldap_conn"},
-                "0x00:00, 11 00 00 00 # head\n05000000 6C64617031\n# and the rest\n07000000\n");
-    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_TRUE(holds(outcome.out, "num_conns: 7")) << outcome.out;
-}
-
 TEST_F(Decode, NamesTheLineOfWhatIsNoHexadecimal) {
     const Outcome outcome =
         tarnctl({"decode", "--hex", "--as", "st_ldap_conn"}, "0000\n110z0000\n");
@@ -164,7 +155,7 @@ TEST_F(Decode, NamesTheLineOfWhatIsNoHexadecimal) {
         << outcome.err;
 }
 
-TEST_F(Decode, TellsWhereBytesAreMissingAndLosesNone) {
+TEST_F(Decode, ShowsWhereBytesAreMissingAndLosesNone) {
     const std::string whole = conns();
     for (const std::size_t length : {1UL, 20UL, 40UL, 45UL, 50UL, whole.size() - 1}) {
         const std::string bytes = whole.substr(0, length);
@@ -176,7 +167,7 @@ TEST_F(Decode, TellsWhereBytesAreMissingAndLosesNone) {
     }
 }
 
-TEST_F(Decode, GoesOnBehindARecordOfAnUnknownTable) {
+TEST_F(Decode, GoesOnAfterARecordOfAnUnknownTable) {
     std::string bytes = conns();
     bytes[30] = static_cast<char>(~bytes[30]);  // in the LUID of the first record
     const Outcome outcome = tarnctl({"decode"}, bytes);

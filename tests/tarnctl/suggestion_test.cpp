@@ -11,22 +11,26 @@ using cli::edit_distance;
 using cli::nearest;
 
 TEST(Suggestion, CountsInsertionsLossesReplacementsAndSwaps) {
-    EXPECT_EQ(edit_distance("ldap", "ldap"), 0U);
-    EXPECT_EQ(edit_distance("ldap", "ldaps"), 1U);
-    EXPECT_EQ(edit_distance("ldap", "lap"), 1U);
-    EXPECT_EQ(edit_distance("ldap", "ldip"), 1U);
-    EXPECT_EQ(edit_distance("ldap", "dlap"), 1U);
-    EXPECT_EQ(edit_distance("", "ldap"), 4U);
+    const struct {
+        const char *a;
+        const char *b;
+        std::size_t distance;
+    } cases[] = {{"ldap", "ldap", 0}, {"ldap", "ldaps", 1}, {"ldap", "lap", 1},
+                 {"ldap", "ldip", 1}, {"ldap", "dlap", 1},  {"", "ldap", 4}};
+    for (const auto &each : cases)
+        EXPECT_EQ(edit_distance(each.a, each.b), each.distance) << each.b;
 }
 
 TEST(Suggestion, IsTheNearestNameAndNoneWhereAllAreFar) {
-    EXPECT_EQ(nearest("tbl_ldap_con", {"tbl_ldap_stats", "tbl_ldap_conn"}), "tbl_ldap_conn");
-    EXPECT_EQ(nearest("NUM_CONS", {"sname", "num_conns"}), "num_conns");
-    EXPECT_EQ(nearest("weather", {"sname", "num_conns"}), std::nullopt);
+    const std::vector<std::string_view> known{"sname", "tbl_ldap_stats", "tbl_ldap_conn",
+                                              "num_conns"};
+    EXPECT_EQ(nearest("tbl_ldap_con", known), "tbl_ldap_conn");
+    EXPECT_EQ(nearest("NUM_CONS", known), "num_conns");
+    EXPECT_EQ(nearest("weather", known), std::nullopt);
     EXPECT_EQ(nearest("x", {}), std::nullopt);
 }
 
-TEST(Suggestion, StandsBehindTheNameThatIsUnknown) {
+TEST(Suggestion, FollowsTheUnknownName) {
     const tarnctl::Failure near =
         tarnctl::no_such(tarnctl::Exit::usage, "table", "tbl_ldap_con", {"tbl_ldap_conn"});
     EXPECT_STREQ(near.what(), "no table `tbl_ldap_con`; did you mean `tbl_ldap_conn`?");
