@@ -196,7 +196,7 @@ TEST(LogLine, AMalformedLineSaysWhatWasFoundAndWhatExpected) {
         {said("conn=1 op=1"), "", "a blank"},
         {said("conn=1 op=1 FROB x=1"), "FROB x=1", "BIND, SRCH or RESULT"},
         {said("conn=1 op=1 SRCH"), "", "base= or attr="},
-        {said("conn=1 op=1 SRCHbase="), "SRCHbase=", "a blank behind"},
+        {said("conn=1 op=1 SRCHbase="), "SRCHbase=", "a blank after"},
         {said("conn=1 op=1 MOD on=1"), "on=1", "dn= or attr="},
         {said("conn=1 op=1 BIND who"), "who", "BIND dn="},
         {said("conn=1 op=1 BIND dn=\"a\""), "", "method= or mech="},
