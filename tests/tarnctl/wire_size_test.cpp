@@ -9,6 +9,7 @@
 namespace {
 
 using tarnctl::catalogue;
+using tarnctl::wire_size;
 
 // An object that was just made has empty strings and no addresses: what is left is fixed.
 TEST(WireSize, OfEveryVariantIsThatOfAnEmptyObject) {
