@@ -16,21 +16,6 @@ namespace {
 constexpr std::size_t luid_size = 16;
 constexpr std::size_t jump_size = 4;
 
-std::size_t size_of(Kind kind) {
-    switch (kind) {
-        case Kind::u_int8:
-        case Kind::boolean:
-            return 1;
-        case Kind::u_int16:
-            return 2;
-        case Kind::u_int64:
-        case Kind::int64:
-            return 8;
-        default:
-            return 4;
-    }
-}
-
 std::string hexadecimal(Bytes bytes) {
     std::string text;
     for (const uint8_t byte : bytes) text += fmt::format("{:02x}", byte);
@@ -200,7 +185,7 @@ void Decoder::field(const Field &field) {
 
 void Decoder::number(const Field &field) {
     const std::string name(field.name);
-    const std::size_t size = size_of(field.kind);
+    const std::size_t size = field.facts().wire;
     const uint64_t value = in_.peek_number(size, name);
     if (field.kind == Kind::boolean)
         return in_.take(size, name, value != 0 ? "true" : "false", value > 1);

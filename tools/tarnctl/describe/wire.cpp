@@ -3,6 +3,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "model/value.h"
 
 namespace tarnctl {
@@ -10,26 +12,6 @@ namespace {
 
 constexpr uint64_t object_header = 1 + 1 + 4;  // variant, flags, jump
 constexpr uint64_t record_header = 27 + 16;    // message header, LUID
-
-uint64_t plain_size(const Field &field) {
-    switch (field.kind) {
-        case Kind::u_int8:
-        case Kind::boolean:
-        case Kind::address:  // its family
-            return 1;
-        case Kind::u_int16:
-            return 2;
-        case Kind::u_int64:
-        case Kind::int64:
-            return 8;
-        case Kind::enumeration:
-            return 1 + 4;
-        case Kind::array:
-            return field.elements;
-        default:  // a number of 32 bits, or the length of a string
-            return 4;
-    }
-}
 
 void add(WireSize &size, const WireSize &part, const std::string &prefix) {
     size.fixed += part.fixed;
@@ -44,10 +26,9 @@ WireSize wire_size(const Field &field) {
     if (field.kind == Kind::structure)
         add(size, wire_size(*field.structure, top_variant(*field.structure)),
             fmt::format("{}.", field.name));
-    else size.fixed = plain_size(field);
+    else size.fixed = uint64_t{field.facts().wire} * std::max(field.elements, 1U);
     size.state += 1 + field.elements;
-    if (field.kind == Kind::vstring || field.kind == Kind::address)
-        size.variable.emplace_back(field.name);
+    if (field.facts().group == tarnbase::KindGroup::object) size.variable.emplace_back(field.name);
     return size;
 }
 

@@ -17,7 +17,7 @@ const void *key_of(const Record &record, uint32_t tx_id, uint32_t &number) {
     void *object = table.object(record.handle, tx_id, record.record);
     const Field &field = *table.key_field;
     uint32_t err = 0;
-    if (field.kind == Kind::vstring || field.kind == Kind::address)
+    if (field.call.get_value == nullptr)
         return field.call.get(record.handle, tx_id, object, 0, &err);
     number = static_cast<uint32_t>(field.call.get_value(record.handle, tx_id, object, 0, &err));
     return &number;

@@ -204,7 +204,7 @@ void Key::make(const std::vector<std::string> &texts) {
         return;
     }
     const Value value(handle_, KEL_TX_NONE, carrier_, columns.front().path);
-    if (table_.key_field->kind == Kind::vstring || table_.key_field->kind == Kind::address) {
+    if (table_.key_field->call.get_value == nullptr) {
         uint32_t err = 0;
         key_ = table_.key_field->call.get(handle_, KEL_TX_NONE, carrier_, 0, &err);
         need(err, "making a key");
