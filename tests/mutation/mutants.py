@@ -50,13 +50,12 @@ EXCHANGES = [
 ]
 
 ERRORS = [
-    "error_not_found", "error_too_big", "error_again", "error_no_memory", "error_fault",
-    "error_exists", "error_invalid", "error_epoch", "error_no_room",
+    "ENOENT", "E2BIG", "EAGAIN", "ENOMEM", "EFAULT", "EEXIST", "EINVAL", "EIDRM", "EMSGSIZE",
 ]
 
 NUMBER = re.compile(r"(?<![\w.\"'])(0x[0-9a-fA-F]+|\d+)([uUlL]*)(?![\w.\"'])")
 CALL = re.compile(r"^ +[\w:.>\-]+\(.*\);$")
-STORE = re.compile(r"^ +(logged_store\(.*\);|[\w>*.\-\[\]]+ (\||&|\+|-)?= .*;|(\+\+|--)[\w>.\-]+;)$")
+STORE = re.compile(r"^ +((call\.)?logged_store\(.*\);|[\w>*.\-\[\]]+ (\||&|\+|-)?= .*;|(\+\+|--)[\w>.\-]+;)$")
 NOT_CODE = re.compile(r"^\s*(//|/\*|\*|#|using |static_assert|namespace|template|extern|\[\[)")
 
 
@@ -83,7 +82,7 @@ def mutants_of_line(file, number, line):
     for match in NUMBER.finditer(code):
         value = int(match.group(1), 0)
         yield Mutant(file, number, "constant", (line,), (with_replaced(line, match, str(value + 1)),))
-    for match in re.finditer(r"\b(error_\w+)\b", code):
+    for match in re.finditer(r"\b(E[A-Z0-9]+)\b", code):
         if match.group(1) in ERRORS:
             text = other_error(match.group(1))
             yield Mutant(file, number, "error code", (line,), (with_replaced(line, match, text),))
