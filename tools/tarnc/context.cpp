@@ -42,7 +42,7 @@ Context includes_of(const Structure &structure) {
 // Whether a zeroed object of the enumeration holds the value of an enumerator.
 bool has_zero(const Enumeration &enumeration) { return enumeration.enumerators.front().value == 0; }
 
-// The fields that a new object has no enumerator's value in.
+// The enumeration fields whose initial value, 0, is no enumerator's.
 std::string unset_fields(const Structure &structure) {
     std::string names;
     for (const Field &field : structure.fields) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the contexts of the several kinds of item have in common.
+// The parts that the contexts of all kinds of item share.
 #ifndef TARNC_CONTEXT_PARTS_H
 #define TARNC_CONTEXT_PARTS_H
 

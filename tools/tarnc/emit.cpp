@@ -187,8 +187,8 @@ void Emitter::emit_exports() {
     files_["exports.map"] = render("exports.map", context);
 }
 
-// Every generated header includes this one, which so changes with each of them:
-// the build, which lacks their names, remakes what depends on it.
+// Every generated header includes this one, whose digest changes with any of them. The
+// build has no list of the generated headers and depends on this one instead.
 void Emitter::emit_schema_header() {
     std::string all;
     for (const auto &[path, content] : files_) {

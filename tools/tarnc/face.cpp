@@ -188,7 +188,7 @@ void emit_face(const Schema &schema, const Context &module, Files &files) {
     context.set("face_tables",
                 emit_items(schema, schema.tables, "tables", "file", "face_table.hpp", made));
     made["include/tarnbase/tarn.hpp"] = render("face.hpp", context);
-    // Each of them includes this one, for the build's sake.
+    // Each of them includes this one, as emit_schema_header says for the C headers.
     std::string all;
     for (const auto &[path, content] : made) all += path + "\n" + content;
     context.set("digest", digest(all, 0));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Where the fields of an object lie.
+// The layout of an object.
 //
 //   object   header of 11 bytes, then the fields in order, each at the next byte
 //            that suits its alignment

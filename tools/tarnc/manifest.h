@@ -38,7 +38,7 @@ struct Build {
 };
 
 std::string manifest(const Schema &schema);
-// User, host, process, time and output. SOURCE_DATE_EPOCH stands for the time, and
+// User, host, process, time and output. SOURCE_DATE_EPOCH replaces the time, and
 // then everything that differs from build to build is left empty.
 std::string build_note(const Schema &schema, const Build &build);
 // The bytes of the section.

@@ -17,7 +17,7 @@ using Files = std::map<std::string, std::string>;
 // doesn't. Throws std::runtime_error if a file can't be written.
 void write_files(const std::string &folder, const Files &files);
 
-// Writes a file whatever it held.
+// Writes a file, even if its content stays the same.
 void write_file(const std::string &path, const std::string &content);
 
 // The rule of a make-style dependency file: `target` is made from `sources`.

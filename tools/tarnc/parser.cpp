@@ -24,13 +24,13 @@
 //
 //   table       = "table" name "of" structure [text]
 //                   "key" field | "key" "structure" structure
-//                   identity                            the luid is a must
+//                   identity                            the luid is required
 //                   [ "record_luid" luid ] [ "record_digest" digest ]
 //
 //   identity    = [ "luid" luid ] [ "digest" digest ]   32 hexadecimal digits each
 //
-// A type is u_int8, u_int16, u_int32, u_int64, int32, int64, kel_boolean,
-// kel_vstring, ip_address, an enumeration or a structure; `u_int8[N]` an array.
+// A type is one of those in frame/kinds.h (u_int32, kel_vstring, ip_address, ...), an
+// enumeration or a structure; `u_int8[N]` is an array.
 #include "parser.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ namespace {
 
 using Kind = Token::Kind;
 
-// Raised to give up a line; the error is reported already.
+// Thrown to skip a line whose error has been reported.
 struct BadLine {};
 
 // Takes a line's tokens one after the other.
@@ -171,7 +171,7 @@ void Parser::line(const Line &line) {
     if (line.indented) {
         if (!line.broken) member(cursor);
     } else {
-        // What can't be read as an item takes its members with it.
+        // If the line is no item, its members are skipped too.
         section_ = Section::skipped;
         if (!line.broken) item(cursor);
     }

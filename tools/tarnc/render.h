@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Templates, which the build embeds, and the layout of what they give.
+// Templates, which the build embeds, and the layout of their output.
 #ifndef TARNC_RENDER_H
 #define TARNC_RENDER_H
 

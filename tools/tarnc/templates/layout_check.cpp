@@ -21,7 +21,7 @@ static_assert(offsetof({{type}}, {{member_name}}) == {{offset}});
 static_assert(sizeof({{type}}::{{member_name}}) == {{size}});
 {{/fields}}
 static_assert(sizeof({{type}}) == {{rounded}});
-// With the room behind it, as it lies in a parent.
+// With its whole allocation, as in a parent.
 union whole_{{type}} {
     {{type}} fields;
     unsigned char allocation[{{plain_size}}];

@@ -19,7 +19,7 @@ static_assert(sizeof(st_corner::x) == 8);
 static_assert(offsetof(st_corner, register_) == 24);
 static_assert(sizeof(st_corner::register_) == 1);
 static_assert(sizeof(st_corner) == 32);
-// With the room behind it, as it lies in a parent.
+// With its whole allocation, as in a parent.
 union whole_st_corner {
     st_corner fields;
     unsigned char allocation[40];
@@ -48,7 +48,7 @@ static_assert(sizeof(st_shape::pattern) == 4);
 static_assert(offsetof(st_shape, filled) == 80);
 static_assert(sizeof(st_shape::filled) == 16);
 static_assert(sizeof(st_shape) == 96);
-// With the room behind it, as it lies in a parent.
+// With its whole allocation, as in a parent.
 union whole_st_shape {
     st_shape fields;
     unsigned char allocation[112];
@@ -65,7 +65,7 @@ static_assert(sizeof(shape_key::layer) == 32);
 static_assert(offsetof(shape_key, owner) == 48);
 static_assert(sizeof(shape_key::owner) == 32);
 static_assert(sizeof(shape_key) == 80);
-// With the room behind it, as it lies in a parent.
+// With its whole allocation, as in a parent.
 union whole_shape_key {
     shape_key fields;
     unsigned char allocation[96];
