@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The road of one record, in C++: a private store, a table, a record with its object, a search,
+// The life of one record, in C++: a private store, a table, a record with its object, a search,
 // the text and the wire form, and the end.
 #include <cstdlib>
 #include <iostream>

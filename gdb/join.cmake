@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# Puts the printers behind the tables of a schema, in one file that gdb can load alone.
+# Appends the printers to the tables of a schema, in one file that gdb can load alone.
 #   cmake -DSCHEMA=file.py -DPRINTERS=file.py -DOUT=file.py -P join.cmake
 file(READ ${SCHEMA} schema)
 file(READ ${PRINTERS} printers)

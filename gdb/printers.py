@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# How gdb prints tarnbase's data. Programs see most types as opaque ones, so the printers
-# read the memory itself, by the tables in front of this text, which the
-# schema compiler writes.
+# How gdb prints tarnbase's data. Most types are opaque to programs, so the printers read the
+# memory itself, with the tables before this text, which the schema compiler writes.
 #
 #   kel_vstring, ip_address, kel_boolean     the value
 #   a pointer to a structure or enumeration  address, type, flags; the fields
@@ -348,7 +347,7 @@ class TablePrinter:
 
 
 class HandlePrinter:
-    """A kel_handle, whose members the program's debug information tells."""
+    """A kel_handle, with the members that the program's debug information describes."""
 
     def __init__(self, value):
         self.value = value
