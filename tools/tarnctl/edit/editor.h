@@ -56,7 +56,6 @@ class Editor {
     void set(const Work &work, const Record &record);
     void erase(const Work &work, const Record &record);
     Record new_record(const Work &work);
-    void put_in(const Work &work, const Record &record);
     std::vector<Record> chosen(const Work &work);
     Record by_key(const Work &work);
     void report(const Work &work, std::optional<RecordCopy> before,
