@@ -121,7 +121,7 @@ TEST_F(Follow, ANextRunGoesOnWhereTheLastOneEnded) {
     write_file(log, recorded(1, 8));
     EXPECT_EQ(run(command({"--exit-idle", "0.01"})).exit_code, 0);
     EXPECT_EQ(shown("num_conns"), "1");
-    // Of the 93 lines the last 86 are new: they are told by a log of their own.
+    // The last 86 of the 93 lines, in a log of their own.
     write_file(log, recorded(8, 94));
     const Json parts = Json::parse(run(command({"--exit-idle", "0.01"})).out);
     std::filesystem::remove(store);

@@ -17,7 +17,7 @@ using example_test::write_file;
 
 class InputTest : public testing::Test {
  protected:
-    // Gives up after a moment without news: what there is to read was written before.
+    // Stops after a moment without input: all of it was written before.
     Input follow(bool from_end = false) {
         return Input({.path = path,
                       .follow = true,

@@ -94,7 +94,7 @@ TEST_F(LdapShow, ACopyIsAStoreOfItsOwnThatShowsTheSame) {
     EXPECT_EQ(outcome.out, "6 records equal, 0 different\n");
     EXPECT_EQ(run({LDAP_SHOW, "--store", copy, "--xml"}).out, show({"--xml"}).out);
     EXPECT_EQ(run({LDAP_SHOW, "--store", copy}).out, show({}).out);
-    // A store that is there is never overwritten.
+    // An existing store is never overwritten.
     EXPECT_EQ(show({"--copy-to", copy}).exit_code, 5);
 }
 

@@ -235,7 +235,7 @@ TEST(LogLine, AnExcerptIsShortAndPrintable) {
     EXPECT_EQ(excerpt(std::string(41, 'x')), std::string(40, 'x') + "...");
 }
 
-// Any bytes give a line or an error, and what a line says stands in it.
+// Any bytes are a line or an error, and a line's values are parts of its text.
 void expect_sound(const std::string &text) {
     const auto parsed = parse_line(text);
     if (const auto *error = std::get_if<LineError>(&parsed)) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Example programs that are there in C and in C++: the two print the same.
+// The example programs that exist in C and in C++: both print the same.
 #include <gtest/gtest.h>
 
 #include "process.h"
@@ -48,7 +48,7 @@ TEST(Pairs, AStoreFileIsFilledAndShownTheSameInBothLanguages) {
     EXPECT_EQ(
         run_both({WALK_TABLE, "show", by_c, "ldap4"}, {WALK_TABLE_CPP, "show", by_c, "ldap4"}).out,
         "backup: 3 connections\n");
-    // A second run counts the servers that it knows, whichever program made them.
+    // A second run counts the servers that exist, whichever program made them.
     run_both({WALK_TABLE, "fill", by_cpp}, {WALK_TABLE_CPP, "fill", by_c});
     EXPECT_EQ(
         run_both({WALK_TABLE, "show", by_c, "ldap3"}, {WALK_TABLE_CPP, "show", by_cpp, "ldap3"})

@@ -15,7 +15,7 @@
 namespace example_test {
 namespace {
 
-// A program that says nothing for so long hangs.
+// A program without output for this long hangs.
 constexpr int kHangMilliseconds = 120000;
 
 void check(bool good, const char *what) {

@@ -17,7 +17,7 @@ struct Outcome {
     std::string err;
 };
 
-// A program that runs beside the test. What it writes to standard error can be waited for.
+// A program that runs during the test, which can wait for its output on standard error.
 class Process {
  public:
     explicit Process(std::vector<std::string> command, const std::string &input = "");

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # The examples, and the programs of README.md and docs/, each with an allocator that fails
-# when it is told to. A block of a document that isn't a whole program stands in a frame,
-# frames/<document>_<language>_<number>.<extension>, which includes it.
+# on request. A block of a document that isn't a whole program is included by a frame,
+# frames/<document>_<language>_<number>.<extension>.
 set(programs)
 
 add_library(failing_allocation OBJECT failing_allocation.cpp)

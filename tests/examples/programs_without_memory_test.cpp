@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The examples, and the programs of README.md and docs/, with the n-th allocation failing, n = 1,
-// 2, ...: each says so, ends with 1, and leaves a store in which the next run does all of it.
+// 2, ...: each prints an error, exits with 1, and leaves a store in which the next run succeeds.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -18,7 +18,7 @@ namespace {
 
 using Servers = tarn::table<tarn::ldap_conn>;
 
-// What a run leaves of the table "ldap" in a store file.
+// The records that a run leaves in the table "ldap" of a store file.
 struct Left {
     std::string servers;  // "name count" each
     std::uint64_t blocks = 0;
@@ -71,7 +71,7 @@ class WithoutMemory : public testing::Test {
         }
         EXPECT_GT(n, fewest_allocations) << command[0];
     }
-    // A program whose stores are gone with it.
+    // A program with private stores only.
     void try_alone(const std::vector<std::string> &command) {
         const Outcome whole = run_failing(command, 0);
         ASSERT_EQ(whole.exit_code, 0) << whole.err;

@@ -19,7 +19,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// The other end: answers each command with the next of its answers, in a thread of its own.
+// The other end: sends the next of its replies for each command, in a thread of its own.
 class Peer {
  public:
     Peer(const std::string &path, std::map<std::string, Strings> answers)
@@ -68,7 +68,7 @@ class Peer {
 
 class ControlSocketTest : public testing::Test {
  protected:
-    // What asking for the port ends with.
+    // The result of a query of the port.
     std::string message_of(std::chrono::milliseconds answer_time = kAnswerTime) const {
         try {
             ControlSocket socket(path, answer_time);

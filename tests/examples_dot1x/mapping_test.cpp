@@ -30,7 +30,7 @@ PortRows map_texts(const Port &port, const std::string &stations, Problems &prob
                     problems);
 }
 
-// A station of which hostapd tells these variables.
+// A station with these variables, as hostapd writes it.
 std::string station(const std::string &variables, const std::string &address = "00:00:00:00:00:01",
                     const std::string &session = "S") {
     return address + "\ndot1xAuthSessionId=" + session + "\n" + variables;
@@ -91,7 +91,7 @@ TEST(Mapping, APortWithoutAStationHasItsControlsAlone) {
     EXPECT_EQ(texts(problems), Strings());
 }
 
-// Each counter goes to the field of its own: with values that all differ none can be mistaken.
+// Each counter is stored in its own field: all values differ.
 TEST(Mapping, EachCounterHasAFieldOfItsOwn) {
     std::string text = "dot1xAuthPaeState=1\n";
     uint32_t number = 100;

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What every behaviour test starts from: a private store and a handle in one of
-// the three modes.
+// The fixture of every behaviour test: a private store and a handle in one of the three
+// modes.
 #ifndef TARNBASE_TESTS_SUPPORT_FIXTURE_H
 #define TARNBASE_TESTS_SUPPORT_FIXTURE_H
 
@@ -22,7 +22,7 @@ inline constexpr Mode all_modes[] = {Mode::plain, Mode::tracking, Mode::store_ty
 std::string mode_name(Mode mode);
 void PrintTo(Mode mode, std::ostream *out);
 
-// A private store and a handle on it. `err` starts at 0 and is every call's.
+// A private store and a handle on it. `err` starts at 0 and is passed to every call.
 class Session {
  public:
     explicit Session(Mode mode = Mode::plain);

@@ -14,8 +14,8 @@ HookRecorder *current = nullptr;
 
 }  // namespace
 
-// The functions in the handle's slots: they record the call and pass it on to the hook that
-// was there.
+// The functions in the handle's slots: they record the call and pass it on to the previous
+// hook.
 struct HookForwarder {
     static HookEvent &note(Hook hook, void *address, std::uint64_t length, std::uint32_t tx_id) {
         HookEvent event;

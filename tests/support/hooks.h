@@ -17,7 +17,7 @@ enum class Hook { type_alloc, alloc, free, write_log, delta_log, type_map_insert
 struct HookEvent {
     Hook hook = Hook::alloc;
     void *address = nullptr;   // block, or bytes announced, or counter
-    std::uint64_t length = 0;  // of the block asked for, or of the bytes
+    std::uint64_t length = 0;  // of the requested block, or of the bytes
     std::int32_t delta = 0;    // of delta_log
     std::uint32_t tx_id = 0;
     std::vector<std::uint8_t> before;  // write_log: the bytes at that moment

@@ -22,7 +22,7 @@ kel_store_description describe(const kel_store *store) {
     return description;
 }
 
-// Bytes that are passed over at once where nothing has changed.
+// Bytes that are compared at once.
 constexpr std::size_t stride = 4096;
 
 // Words of the header that every transaction moves, and the size of a store that

@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The bytes of a whole store, for the promise that a rollback leaves every byte
-// as it was.
+// The bytes of a whole store, for tests that a rollback restores every byte.
 #ifndef TARNBASE_TESTS_SUPPORT_SNAPSHOT_H
 #define TARNBASE_TESTS_SUPPORT_SNAPSHOT_H
 

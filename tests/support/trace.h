@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Catches the trace lines of a scope.
+// Captures the trace lines of a scope.
 #ifndef TARNBASE_TESTS_SUPPORT_TRACE_H
 #define TARNBASE_TESTS_SUPPORT_TRACE_H
 

@@ -18,7 +18,7 @@ class Watch {
           before_(block_, block_ + length),
           hooks_(handle) {}
 
-    // Offsets of the bytes changed without a word.
+    // Offsets of the bytes changed without an announcement.
     std::vector<std::uint32_t> unannounced() const {
         std::vector<std::uint32_t> found;
         for (std::uint32_t i = 0; i < before_.size(); ++i) {

@@ -16,7 +16,7 @@ class Batch : public WithStore {
         file = directory / "orders.txt";
     }
 
-    // Runs a batch that fails, and checks that nothing came of it.
+    // Runs a batch that fails, and checks that it changed nothing.
     Outcome refused(const std::string &orders) {
         const kel_store_description before = description(store);
         const Outcome outcome = on_store({"set", "--batch", file}, write(orders));
@@ -118,8 +118,8 @@ TEST_F(Batch, ThatFailsInTheStoreIsTakenBackAndNamesItsLine) {
     EXPECT_NE(missing.err.find(file + ":2: "), std::string::npos) << missing.err;
 }
 
-// What a rollback leaves: the counts of transactions in the header of the store, and the modified
-// marks of objects, which no log knows.
+// What a rollback doesn't restore: the counts of transactions in the header of the store, and the
+// modified marks of objects, which aren't logged.
 TEST_F(Batch, ThatFailsInTheStoreLeavesItsBytes) {
     constexpr std::size_t counts_begin = 64;
     constexpr std::size_t counts_end = 76;

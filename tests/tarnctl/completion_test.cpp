@@ -5,7 +5,7 @@
 namespace tarnctl_test {
 namespace {
 
-// What the scripts ask for, and the answer: "words", "open" or "files", and the candidates.
+// What the scripts read: "words", "open" or "files", and the candidates.
 class Completion : public WithStore {
  protected:
     static std::vector<std::string> candidates(const std::vector<std::string> &words) {
@@ -89,7 +89,7 @@ TEST_F(Completion, WantsAShellThatItKnows) {
     EXPECT_EQ(tarnctl({"completion", "csh"}).exit_code, 2);
 }
 
-// In the shells themselves: keys that are typed, with a tab behind, and the line that comes of it.
+// In the shells themselves: the line after some typed keys and a tab.
 class InShell : public testing::TestWithParam<const char *> {
  protected:
     void SetUp() override {

@@ -15,7 +15,7 @@ const std::string conn_hex = "00 00 11000000 05000000 6c64617031 07000000";
 
 class Decode : public WithStore {
  protected:
-    // Records as the library itself marshals them: all of the table's, in the index's order.
+    // All records of the table as the library marshals them, in the index's order.
     template <class First, class Next, class Marshal>
     std::string frames(kel_table *table, First first, Next next, Marshal marshal) {
         std::string all;

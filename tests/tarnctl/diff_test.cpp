@@ -22,7 +22,7 @@ class Diff : public WithStore {
         ASSERT_EQ(tarnctl({"store", "create", other}).exit_code, 0);
         ASSERT_EQ(tarnctl({"import", "--store", other, document}).exit_code, 0);
     }
-    // Changes the other store: one record is new, one gone, one another.
+    // Changes the other store: inserts a record, deletes one and changes one.
     void change() {
         const auto set = [&](const std::string &text, const std::string &replaced) {
             std::string changed = example_test::read_file(document);
@@ -83,7 +83,7 @@ TEST_F(Diff, ReadsAnExportInEachFormOnEitherSide) {
 }
 
 TEST_F(Diff, OfTwoStoresThatLieAtOneAddressWorksToo) {
-    // The other store takes the place that this one has.
+    // The other store gets the address of this one.
     kel_store *file = nullptr;
     ASSERT_EQ(kel_store_open(store.c_str(), &file), 0U);
     kel_store_description about{};

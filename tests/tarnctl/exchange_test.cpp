@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Records of all tables with all kinds of values go through each form of document and back, and
-// are the same to the byte.
+// Records of all tables, with all kinds of values, are the same to the byte after being written to
+// and read from each form of document.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -23,10 +23,10 @@ namespace {
 constexpr uint64_t seed = 20240611;
 constexpr int records_a_table = 8;
 
-// Makes records with values drawn by chance.
+// Makes records with random values.
 class Filling {
  public:
-    // `for_xml`: values that XML can carry alone.
+    // `for_xml`: only values that XML can represent.
     Filling(const Store &store, bool for_xml) : store_(store), for_xml_(for_xml) {}
 
     void fill(const Table &table) {
@@ -146,7 +146,7 @@ std::string exported(const Store &store, Format format, Unfit unfit = {}) {
     return out.str();
 }
 
-// Everything of the records but what is the process's own, in the order of the tables.
+// All of the records except for what belongs to the process, in the order of the tables.
 std::vector<std::string> contents(const Store &store) {
     std::vector<std::string> all;
     std::string buffer;
@@ -156,7 +156,7 @@ std::vector<std::string> contents(const Store &store) {
             frames::append_number(text, record.tenant(), 2);
             frames::append_number(text, record.src(), 1);
             frames::append_number(text, record.is_pending() ? 1 : 0, 1);
-            // Behind the stamp of the handle that wrote it.
+            // After the stamp of the handle that wrote it.
             text += frames::frame_of(record, instance.full_name(), buffer).substr(27);
             all.push_back(text);
             return true;
@@ -199,7 +199,7 @@ std::vector<std::string> differences(const Side &a, const Side &b) {
     return names;
 }
 
-// Changes a state flag of the first record that has them in each table; answers the last field's
+// Changes a state flag of the first record that has them in each table. Returns the last field's
 // name.
 std::string change_flags(const Store &store) {
     std::string name;
@@ -321,8 +321,8 @@ TEST_P(Exchange, GivesBackATableThatWasOpenedByAnId) {
     EXPECT_EQ(instances(first).front().full_name(), std::string(table.name) + "#7");
 }
 
-// Every document that ends early, or has one byte that was another, is either read or refused with
-// its place, and a store into which it was refused holds nothing.
+// Every document that ends early, or in which one byte was changed, is either read, or refused with
+// the place of the error; then nothing is stored.
 TEST_P(Exchange, RefusesBrokenDocumentsAndTakesAllOfThemBack) {
     const Store first = made("first.store");
     Filling filling(first, GetParam() == Format::xml);

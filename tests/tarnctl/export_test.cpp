@@ -193,7 +193,7 @@ TEST_F(Export, RefusesASuffixThatTellsNoForm) {
     EXPECT_EQ(on_store({"export", "-o", directory / "net"}).exit_code, 0);
 }
 
-// A reader that takes numbers for doubles must not change them.
+// A reader that represents numbers as doubles must not change them.
 TEST_F(Export, WritesNumbersBeyondDoublesAsStringsInJson) {
     const Outcome made = on_store({"insert", "aaa_command_handler", "singleton_id=1", "--create",
                                    "cmd_account_logon=9007199254740992",

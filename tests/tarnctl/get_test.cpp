@@ -16,7 +16,7 @@ class Get : public WithStore {
         EXPECT_EQ(outcome.err, "");
         return outcome.out;
     }
-    // What it says of arguments with which it must exit so.
+    // Its message for arguments with which it must exit with this status.
     std::string refused(int exit_code, std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "get");
         const Outcome outcome = on_store(std::move(arguments));

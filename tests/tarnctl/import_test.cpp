@@ -157,7 +157,7 @@ TEST_F(Import, RefusesStrangersWithASuggestionUnlessItIsLenient) {
 struct Refusal {
     const char *name;
     std::string document;
-    std::string message;  // behind the name of the file
+    std::string message;  // after the name of the file
 };
 
 const std::string json_head = R"({"tarnbase":{"format":1,"tables":[)";

@@ -101,7 +101,7 @@ TEST_F(Library, WithABrokenManifestIsBadData) {
     EXPECT_NE(outcome.err.find("line 2"), std::string::npos) << outcome.err;
 }
 
-// The section table stands at the end of the file and the manifest near it.
+// The section table is at the end of the file, and the manifest is near it.
 TEST_F(Library, CutShortOrDamagedIsAnErrorAndNoCrash) {
     const std::string &whole = bytes();
     for (const std::size_t length : {std::size_t{4}, std::size_t{16}, std::size_t{63},

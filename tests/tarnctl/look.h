@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a store file holds, as the library itself reads it, not tarnctl.
+// The contents of a store file, read by the library and not by tarnctl.
 #ifndef TESTS_TARNCTL_LOOK_H
 #define TESTS_TARNCTL_LOOK_H
 
@@ -29,7 +29,7 @@ ServerValues server_values(const std::string &store);
 
 kel_store_description description(const std::string &store);
 
-// Opens the store for a while, with a handle of the store's own types.
+// Opens the store during its lifetime, with a handle that uses the store's own types.
 void with_store(const std::string &store, const std::function<void(kel_handle *)> &function);
 
 }  // namespace tarnctl_test

@@ -33,7 +33,7 @@ std::string record(uint32_t type, const std::string &text) {
 
 std::string manifest_of(const std::string &lines) { return record(2, "# sample.minime\n" + lines); }
 
-// What the failure says that a section leads to.
+// The message of the failure that a section causes.
 std::string failure_of(const std::string &section) {
     try {
         parse_manifest("x.so", section);

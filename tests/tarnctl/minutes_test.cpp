@@ -54,7 +54,7 @@ TEST_F(Minutes, AreAPictureWithTitleAndAxes) {
         0);
     const std::string bytes = example_test::read_file(png);
     EXPECT_EQ(bytes.substr(0, 8), "\x89PNG\r\n\x1a\n");
-    // The measures stand behind the first chunk's head, most significant byte first.
+    // Width and height follow the first chunk's head, most significant byte first.
     EXPECT_EQ(bytes.substr(16, 8), std::string("\0\0\x01\x90\0\0\0\xc8", 8));
 }
 

@@ -24,7 +24,7 @@ namespace {
     _exit(127);
 }
 
-// Until nobody has the terminal open any more, which a read reports as an error.
+// Until no process has the terminal open, which a read reports as an error.
 std::string all_of(int terminal) {
     std::string text;
     char buffer[4096];

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl as it is run on a terminal.
+// tarnctl on a terminal.
 #ifndef TESTS_TARNCTL_PSEUDO_TERMINAL_H
 #define TESTS_TARNCTL_PSEUDO_TERMINAL_H
 

@@ -17,7 +17,7 @@
 namespace tarnctl_test {
 namespace {
 
-constexpr int patience = 60 * 1000;  // milliseconds without a sign of life
+constexpr int patience = 60 * 1000;  // milliseconds without output
 constexpr const char *prompt = "READY>";
 constexpr const char *read_line_key = "\x18";  // control and x
 constexpr const char *begin_mark = "<<<";
@@ -78,7 +78,7 @@ class Session {
         EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
 
-    // Reads until the shell has written `text`; all that it wrote since it started.
+    // Reads until the shell has written `text`. Returns all that it wrote since it started.
     const std::string &wait_for(const std::string &text) {
         char buffer[4096];
         while (written_.find(text) == std::string::npos) {
@@ -112,8 +112,8 @@ std::string complete_on_terminal(const std::string &shell, const std::string &fo
     return written.substr(begin, written.rfind(end_mark) - begin);
 }
 
-// fish answers for a line that nobody types: the last word's candidates. It puts a blank behind a
-// word itself, unless the word ends with one of some characters.
+// fish prints the candidates for the last word of a line that isn't typed. It adds a blank after a
+// word, unless the word ends with one of some characters.
 std::string complete_in_fish(const std::string &folder, const std::string &typed) {
     const std::string tools = std::filesystem::path(TARNCTL).parent_path();
     const std::string script = "cd " + folder + "; set -x HOME " + folder + "; set -x PATH " +

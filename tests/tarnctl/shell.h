@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A shell with tarnctl's completion, at whose prompt something is typed.
+// A shell with tarnctl's completion, and words typed at its prompt.
 #ifndef TESTS_TARNCTL_SHELL_H
 #define TESTS_TARNCTL_SHELL_H
 

@@ -11,7 +11,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// With what is rare: a shadow and a record that waits to be destroyed.
+// With a shadow and a record that is pending destruction.
 class Show : public WithStore {
  protected:
     void SetUp() override {
@@ -326,7 +326,7 @@ TEST_F(Show, NamesAStoreThatCannotBeOpened) {
     EXPECT_NE(outcome.err.find("none.store"), std::string::npos) << outcome.err;
 }
 
-// The library's trace of the refusal would say the same once more.
+// The library's trace of the refusal would repeat it.
 TEST_F(Show, SaysOnceWhatXmlCantCarry) {
     ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:odd", "sname=a\x01"}).exit_code, 0);
     for (const std::vector<std::string> &words :

@@ -23,7 +23,7 @@ inline bool holds(const std::string &text, const std::string &part) {
     return text.find(part) != std::string::npos;
 }
 
-// A directory with a store file in it that the library itself filled, not tarnctl:
+// A directory with a store file, filled by the library and not by tarnctl:
 //   tbl_ldap_conn:ldap      a.example 1, b.example 2, ldap1.example.net 7 (source 1, tenant 0),
 //                           b.example 20 of source 5, c.example 3 of tenant 9
 //   tbl_aaa_servers:aaa     radius1: alive, aaa_authen.requests 5, minute[i] = i % 60
@@ -35,7 +35,7 @@ inline bool holds(const std::string &text, const std::string &part) {
 class WithStore : public testing::Test {
  protected:
     void SetUp() override;
-    // tarnctl with `--store` and this store behind the arguments.
+    // tarnctl with `--store` and this store after the arguments.
     Outcome on_store(std::vector<std::string> arguments, const std::string &input = "");
 
     example_test::TemporaryDirectory directory;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a person sees on a terminal, and nobody in a pipe.
+// Output that is different on a terminal and in a pipe.
 #include <algorithm>
 #include <clocale>
 #include <fstream>

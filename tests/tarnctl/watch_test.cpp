@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl watch beside processes that change the store.
+// tarnctl watch while other processes change the store.
 #include <csignal>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -17,7 +17,7 @@ constexpr const char *begun = "tarnctl: watching";
 
 class Watch : public WithStore {
  protected:
-    // Starts watching, and returns when the first look is done.
+    // Starts watching, and returns after the first snapshot.
     std::unique_ptr<example_test::Process> watch(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {TARNCTL, "watch"});
         arguments.insert(arguments.end(), {"--interval", "20", "-v", "--store", store});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The calling conventions: sticking errors of the `_cr` forms, fallback objects,
+// The calling conventions: persistent errors of the `_cr` forms, fallback objects,
 // the tracking mode of a handle.
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library as it is shipped, opened at run time: its descriptors, its vectors and
+// The library itself, opened at run time: its descriptors, its vectors and
 // its directory, by their exported names.
 #include <dlfcn.h>
 #include <gtest/gtest.h>

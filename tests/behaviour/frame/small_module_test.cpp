@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The module frame over a module of its own, of three items and one table: what a
-// whole schema never shows, such as an item without variants or a copy that fails.
+// The module frame with a module of three items and one table: cases that no whole schema
+// has, such as an item without variants or a copy that fails.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -91,7 +91,7 @@ TEST_F(SmallModule, IsLinkedOnceAndNotAgainAfterItWasUnlinked) {
     stop();
     EXPECT_EQ(list.count, 0U);
     EXPECT_EQ(module_record.link_prev, nullptr);
-    // A record that isn't linked leaves the list's head alone.
+    // Unlinking a record that isn't linked doesn't change the list's head.
     kel_module_record *const *const untouched = &module_record.link_next;
     list.last = &module_record.link_next;
     list.count = 7;
@@ -138,7 +138,7 @@ TEST_F(SmallModule, EachItemIsLookedUpAllocatedEnteredAndThenBroughtUpToDate) {
     }
 }
 
-// A copy that is there from another module keeps its place.
+// A copy that another module has made keeps its place.
 TEST_F(SmallModule, AKnownIdentityKeepsTheCopyThatIsThere) {
     kel_type_info_copy there = {};
     there.info = first;
@@ -214,7 +214,7 @@ TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAllTheSameAndNotCopi
     EXPECT_EQ(vector, &tarnbase_table_lut[0][0]);
     ASSERT_EQ(trace.lines.size(), 1U);
     EXPECT_TRUE(trace.has(7, "(debug): Initializing table vft for small"));
-    EXPECT_EQ(trace.lines[0].module_id, 0U);  // which nobody has registered
+    EXPECT_EQ(trace.lines[0].module_id, 0U);  // which is not registered
 
     err = 0;
     handle->last_error = 22;
@@ -266,7 +266,7 @@ TEST_F(SmallModule, ACounterIsAnnouncedBeforeItChanges) {
     EXPECT_EQ(counter, 40U);
 }
 
-// Threads with handles of their own share the constant descriptors.
+// Threads, each with its own handle, share the constant descriptors.
 TEST_F(SmallModule, CountersOfAConstantDescriptorLoseNothingBetweenThreads) {
     constexpr std::uint32_t rounds = 200000;
     std::uint64_t counter = 0;
@@ -289,7 +289,7 @@ TEST_F(SmallModule, TrackingIsOnInOneModeAlone) {
     handle->state_tracking = nullptr;
 }
 
-// Offsets and widths are what other builds of the runtime and of the library go by.
+// Other builds of the runtime and of the library depend on the offsets and widths.
 TEST(FrameLayout, OfAHandleIsItsMembersInOrder) {
     const std::size_t offsets[] = {offsetof(kel_handle, type_alloc_hook),
                                    offsetof(kel_handle, alloc_hook),

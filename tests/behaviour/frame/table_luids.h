@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The tables in the order of the directory, with the LUIDs that other readers of a
-// store know them by.
+// The tables in the order of the directory, with the LUIDs by which other readers of a
+// store identify them.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FRAME_TABLE_LUIDS_H
 #define TARNBASE_TESTS_BEHAVIOUR_FRAME_TABLE_LUIDS_H
 

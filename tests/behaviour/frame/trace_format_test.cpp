@@ -21,7 +21,7 @@ namespace {
 
 class TraceFormatDeathTest : public tarn::test::PlainTest {
  protected:
-    // Ends in the line whose format is given, letter by letter.
+    // Ends the process with a line of exactly this format.
     template <typename Statement>
     static void expect_fatal(const char *format, Statement statement) {
         const std::string line = "the format is \\[\\(FATAL\\): " + std::string(format) + "\\]\n";

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What a table's vector holds after its LUID and its text, from slot 2 on: the
+// The content of a table's vector after its LUID and its text, from slot 2 on: the
 // operations' names without the table's. The order is a contract with the runtime.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FRAME_VECTOR_SLOTS_H
 #define TARNBASE_TESTS_BEHAVIOUR_FRAME_VECTOR_SLOTS_H

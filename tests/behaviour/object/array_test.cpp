@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// An array field and its flags: one for the whole, one an element.
+// An array field and its flags: one for the whole array, one for each element.
 #include <array>
 #include <numeric>
 #include <vector>

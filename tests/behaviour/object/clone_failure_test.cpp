@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What becomes of a clone's or a copy's objects when something fails on the way.
+// The objects of a clone or a copy if a step of it fails.
 #include <cstring>
 #include <vector>
 
@@ -30,7 +30,7 @@ TEST_P(CloneFailures, ANestedObjectNewerThanTheDomainIsError43AndNothingIsMade) 
 TEST_P(CloneFailures, ACopyWhoseSourceCannotBeWrittenLeavesItsDestination) {
     st_every *source = make.every(1);
     st_every *destination = make.every(2);
-    // In state mode this ends in front of the state byte of s64.
+    // With tracking on this ends before the state byte of s64.
     ASSERT_EQ(kel_handle_set_workspace(handle, tracking() ? 6 + 27 + 5 : 40), 0U);
     kel_clear_last_error(handle);
     st_every_copy_cr(handle, source, destination);
@@ -96,7 +96,7 @@ TEST_F(PlainCloneFailures, AFailingCopyLeavesTheFallbackObjectWhereItIs) {
     EXPECT_EQ(hooks.count(Hook::free), 0U);
     EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
     EXPECT_EQ(head(fallback)->descriptor, &_st_ldap_conn_type_info_internal);
-    // The fallback object is everybody's and at rest all zero.
+    // The fallback object is shared by the process, and zero while unused.
     std::memcpy(fallback, before.data(), before.size());
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Clones and copies, which go through the wire form.
+// Clones and copies, which are made through the wire form.
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"

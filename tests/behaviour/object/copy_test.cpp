@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a copy leaves the destination of its own: the place of its state block, its
+// The parts of the destination that a copy doesn't change: the place of its state block, its
 // modified mark, its entries in the hd mapping.
 #include <cstddef>
 #include <cstring>

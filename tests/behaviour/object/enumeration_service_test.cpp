@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The wire, text and XML forms of enumerations, step by step: which service is called
-// with what.
+// The wire, text and XML forms of enumerations, step by step: the services that are called,
+// and their arguments.
 #include <string>
 #include <vector>
 
@@ -99,7 +99,7 @@ TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
         paths.push_back(call.text);
     }
     EXPECT_EQ(paths, (std::vector<std::string>{"/d/LAMP_OFF", "/d/LAMP_ON", "/d/LAMP_BLINK"}));
-    // Each absence was stored in the handle, and taken out of the error word.
+    // Each absence was stored in the handle and cleared from the error word.
     EXPECT_EQ(services.count("kel_store_err"), 2U);
     EXPECT_EQ(services.calls("kel_store_err")[0].arguments, words(handle, 2));
     EXPECT_EQ(handle->last_error, 2U);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Enumerations, step by step: which service is called with what, which bytes are
-// announced and what they held, and what an error at the door leaves alone.
+// Enumerations, step by step: the services that are called and their arguments, the bytes
+// that are announced and their content, and what stays unchanged with an error on entry.
 #include <functional>
 #include <string>
 #include <vector>
@@ -102,14 +102,14 @@ TEST_P(EnumerationSteps, TheCrFormAsksForNoMemoryWhileAnErrorIsSet) {
     EXPECT_EQ(handle->last_error, 17U);
     EXPECT_EQ(bytes_of(fallback, 16), std::vector<u8>(16));
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
-    // The worker is told by the handle which of the two it is to answer.
+    // The handle decides whether the worker may return the fallback object.
     handle->cr_fallback_enabled = 1;
     EXPECT_EQ(lamp_state_create_internal(handle, tx), fallback);
     handle->cr_fallback_enabled = 0;
     EXPECT_NE(lamp_state_create_internal(handle, tx), fallback);
 }
 
-// The handle of an allocator that fails and stores the error itself.
+// A handle whose allocator fails and stores the error itself.
 kel_handle *failing = nullptr;
 
 void *fail_with_an_error(void *, u32, u64) {
@@ -271,7 +271,7 @@ TEST_P(EnumerationSteps, AnEpochErrorIsReportedByItsOwnServiceAndMarksNothing) {
         expect_error(43);
         ASSERT_EQ(services.count("kel_store_epoch_err"), 1U);
         EXPECT_EQ(services.calls("kel_store_epoch_err")[0].arguments, words(handle, 43, &err));
-        // The service's own call, which a compiler may have put in line.
+        // The service's own call, which the compiler may have inlined.
         EXPECT_LE(services.count("kel_store_err"), 1U);
         EXPECT_EQ(services.count("kel_set_instance_modified"), 0U);
         EXPECT_EQ(hooks.count(Hook::write_log), 0U);

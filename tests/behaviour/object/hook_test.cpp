@@ -106,7 +106,7 @@ TEST_P(Hooks, TheXmlReadersStoresAreAnnouncedApartFromEnumerations) {
 
 TEST_P(Hooks, DestructionAnnouncesWhatItChangesInTheBlock) {
     st_every *every = make.every(3);
-    // The object's leaving the hd mapping clears its flag there.
+    // Removing the object from the hd mapping clears its flag.
     expect_announced(
         every, every_size, "destroy", [&] { st_every_destroy(handle, tx, every); },
         OBJ_STATE_ELSEWHERE);

@@ -11,7 +11,7 @@ namespace {
 
 class LifecycleFailure : public ObjectTest {
  protected:
-    // From now every string holds these references.
+    // From now on every string holds these references.
     void hold_references(const std::vector<u64> &held) {
         services.always_return("kel_vstring_get_oid_count", held.size());
         services.replace(kel_vstring_get_object_references,
@@ -24,7 +24,7 @@ class LifecycleFailure : public ObjectTest {
                              if (oid == lost_reference) *error = 2;
                          });
     }
-    u32 references_error = 0;  // on fetching them
+    u32 references_error = 0;  // when they are fetched
     u64 lost_reference = 0;    // the OID whose count can't be found
 };
 class NestedState : public TrackedTest {};
@@ -175,7 +175,7 @@ TEST_F(LifecycleFailure, TheHdMappingIsLeftOnlyByObjectsThatAreInItAndHandlesTha
 }
 
 TEST_F(LifecycleFailure, ATypeWithFewerVariantsThanTheDomainWantsIsTraced) {
-    // The store's copy may know fewer variants than the library: here the count is cut.
+    // The store's copy may have fewer variants than the library: here the count is reduced.
     kel_variant_info *info = _st_grown_type_info_internal.variant_info;
     const std::int8_t count = info->variant_count;
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);

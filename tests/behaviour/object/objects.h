@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The objects that the tests work on: filled by one function and checked by
-// another, whatever form they went through in between.
+// The objects that the tests work on: one function fills them and another one checks
+// them, after a conversion to any form.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_OBJECT_OBJECTS_H
 #define TARNBASE_TESTS_BEHAVIOUR_OBJECT_OBJECTS_H
 
@@ -24,7 +24,7 @@ using u16 = std::uint16_t;
 using u32 = std::uint32_t;
 using u64 = std::uint64_t;
 
-// Where the fields lie, and how long the blocks are.
+// The offsets of the fields and their positions in the state block.
 //   st_ldap_conn  sname 16, num_conns 48; state: 0, 2
 //   st_tag        name 16, lamp 48, point 64; state: 0, 2, 3
 //   st_every      a8 11, a16 12, a32 16, a64 24, s32 32, s64 40, flag 48, lamp 64,
@@ -37,7 +37,7 @@ inline constexpr u32 tag_size = 112, tag_states = 6;
 inline constexpr u32 every_size = 288, every_states = 26;
 inline constexpr u32 grown_size = 1736, grown_states = 1458;
 inline constexpr u32 minutes = 1440;
-// Where the objects in a st_every lie, and those that have a share of the state block.
+// The offsets of the objects in a st_every, and of those with a share of the state block.
 inline constexpr u32 embedded[] = {48, 64, 80, 96, 128, 160, 176, 208, 224};
 inline constexpr u32 sharing[] = {96, 128, 160, 176, 224};
 
@@ -77,7 +77,7 @@ class Address {
     ip_address address_;
 };
 
-// A handle with what is made through it.
+// A handle and what is made through it.
 struct Maker {
     kel_handle *handle;
     u32 tx = KEL_TX_NONE;
@@ -86,11 +86,11 @@ struct Maker {
     st_tag *tag(u32 seed) const;
     st_every *every(u32 seed) const;
     st_grown *grown(u32 seed) const;
-    // Fill every field through its accessor, with values made of the seed.
+    // Fill every field through its accessor, with values made from the seed.
     void fill(st_tag *tag, u32 seed) const;
     void fill(st_every *every, u32 seed) const;
     void fill(st_grown *grown, u32 seed) const;
-    // Expect what fill gave.
+    // Expect the values that fill sets.
     void check(st_tag *tag, u32 seed) const;
     void check(st_every *every, u32 seed) const;
     void check(st_grown *grown, u32 seed) const;
@@ -100,7 +100,7 @@ struct FreeDocument {
     void operator()(kel_xml_document *document) const { kel_xml_free(document); }
 };
 using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
-// Expects that the text is XML.
+// Expects well-formed XML.
 Document parse(const std::string &text);
 
 // The places that these events are about, in order.
@@ -117,7 +117,7 @@ template <typename Base>
 class WithObjects : public Base {
  protected:
     ServiceRecorder services{this->session.handle()};
-    // From now the domain reports this error at each look-up.
+    // From now on each lookup in the domain reports this error.
     void fail_domain(u32 error) {
         services.replace(kel_domain_lookup_variant,
                          [error](kel_handle *own, auto domain, auto descriptor, u32 *reported) {
@@ -157,7 +157,7 @@ class WithObjects : public Base {
 using ObjectTest = WithObjects<PlainTest>;
 using ObjectModeTest = WithObjects<ModeTest>;
 
-// A test of a handle in tracking mode alone.
+// A test that runs in tracking mode only.
 class TrackedTest : public ObjectTest {
  protected:
     TrackedTest() { track(KEL_STATE_TRACKING_ON); }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What all operations have in common: entered with an error set they change
-// nothing, and otherwise last_error speaks of the latest one.
+// What all operations have in common: with an error set on entry they change nothing, and
+// otherwise last_error is that of the latest one.
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -16,7 +16,7 @@ struct Operation {
     std::function<u64(u32 *err)> call;
 };
 
-// An operation that fails with null, 0 or nothing.
+// An operation that returns null, 0 or nothing on failure.
 template <typename Call>
 Operation operation(const char *name, Call call) {
     return {name, [call](u32 *err) {

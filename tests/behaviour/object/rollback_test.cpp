@@ -14,7 +14,7 @@ namespace {
 
 class Rollback : public ObjectModeTest {
  protected:
-    // What stood before the transaction.
+    // The values before the transaction.
     std::vector<st_every *> everies = {make.every(1), make.every(2), make.every(3)};
     std::vector<st_grown *> growns = {make.grown(1), make.grown(2)};
     std::vector<lamp_state *> lamps = {lamp_state_create(handle, tx)};

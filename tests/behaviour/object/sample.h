@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The objects whose forms are written out literally in the tests of each form.
+// The objects whose forms the tests contain literally.
 #ifndef TARNBASE_TESTS_BEHAVIOUR_OBJECT_SAMPLE_H
 #define TARNBASE_TESTS_BEHAVIOUR_OBJECT_SAMPLE_H
 

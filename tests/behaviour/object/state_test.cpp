@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// State flags: one byte a field, beside the value.
+// State flags: one byte for each field, outside the value.
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
@@ -11,14 +11,14 @@ class StateFlags : public TrackedTest {};
 using FatalState = TrackedTest;
 class StateModes : public ObjectTest {
  protected:
-    // An object with a block, met by a handle in another mode afterwards.
+    // An object with a block, then used through a handle in another mode.
     st_ldap_conn *tracked_conn() {
         track(KEL_STATE_TRACKING_ON);
         st_ldap_conn *conn = make.conn("server", 1);
         kel_clear_last_error(handle);
         return conn;
     }
-    // An object without a block, met by a tracking handle afterwards.
+    // An object without a block, then used through a tracking handle.
     st_ldap_conn *plain_conn() {
         track(0);
         st_ldap_conn *conn = make.conn("server", 1);

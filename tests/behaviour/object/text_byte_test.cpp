@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The text and XML forms of one object of each kind of field, written out letter by
-// letter.
+// The text and XML forms of one object of each kind of field, as literals.
 #include <algorithm>
 #include <string>
 #include <vector>

@@ -12,7 +12,7 @@ class Print : public ObjectModeTest {
  protected:
     std::vector<char> buffer = std::vector<char>(100000, ' ');
     std::string text(u32 length) const { return {buffer.data(), length}; }
-    // What a value type writes, which is the runtime's.
+    // The text of a value, which the runtime writes.
     std::string line(const char *name, const kel_vstring *value, u32 indent) {
         char area[256];
         u32 slot = 0;
@@ -28,7 +28,7 @@ class Print : public ObjectModeTest {
         u32 slot = 0;
         return {area, int32_print(handle, tx, area, indent, name, &value, 256, &slot)};
     }
-    // Masks the bytes that a closing line steps over.
+    // Masks the bytes that a closing line skips.
     static std::string masked(std::string text, std::size_t at, u32 count) {
         return text.replace(at, count, count, '.');
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Where reading a wire form ends: jumps of newer writers on each level, state bytes
-// at the end of a buffer, and what the object's header is afterwards.
+// at the end of a buffer, and the object's header afterwards.
 #include <cstring>
 #include <vector>
 

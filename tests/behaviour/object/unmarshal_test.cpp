@@ -183,7 +183,7 @@ TEST_P(Unmarshal, EveryFormThatEndsEarlyIsAnErrorAndIsNotReadBeyond) {
         read(st_every_unmarshal, every, cut);
         // The state bytes of `y`, `point` and `tag` are last and may be missing.
         if (!tracking() || length + 3 < bytes.size()) {
-            // 12 if it ends in front of an enumeration or a nested object.
+            // 12 if it ends before an enumeration or a nested object.
             ASSERT_TRUE(err == 90 || err == 12) << length;
         }
         err = 0;
@@ -204,7 +204,7 @@ TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
         for (u32 i = 0; i < 1 + random() % 8; ++i) {
             bytes[random() % std::min<std::size_t>(bytes.size(), 80)] = static_cast<u8>(random());
         }
-        // Trace data is the runtime's business and moves the object's other mappings.
+        // The runtime stores trace data, which moves the object's other mappings.
         bytes[std::min<std::size_t>(1, bytes.size() - 1)] &= 0xdf;
         st_grown *grown = st_grown_create(handle, tx);
         read(st_grown_unmarshal, grown, bytes);
@@ -286,7 +286,7 @@ TEST_F(UnmarshalModes, TheStateFlagsComeAlong) {
     const auto bytes = form(st_grown_marshal, source);
     EXPECT_EQ(read(st_grown_unmarshal, grown, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
-    // A string's own byte doesn't travel.
+    // A string's own byte isn't part of the wire form.
     for (const u32 position : {1U, 5U, 1453U}) expected[position] = 0;
     EXPECT_EQ(bytes_of(at(grown, grown_size), grown_states), expected);
 }
@@ -340,7 +340,7 @@ TEST_F(UnmarshalModes, AFormCutBeforeItsLastStateByteLeavesThatFlag) {
     track(KEL_STATE_TRACKING_ON);
     auto bytes = form_of("server", 5);
     bytes.pop_back();
-    // The jump still counts the byte that is gone.
+    // The jump still counts the removed byte.
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     EXPECT_EQ(read(st_ldap_conn_unmarshal, conn, bytes), bytes.size() + 1);
     EXPECT_EQ(err, 0U);

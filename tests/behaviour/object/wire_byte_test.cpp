@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The wire form of one object of each kind of field, written out byte by byte: what
-// these bytes are today is what other processes and other versions read.
+// The wire form of one object of each kind of field, as literal bytes: other processes and
+// other versions read them, so they must not change.
 #include <vector>
 
 #include "tests/behaviour/object/sample.h"
@@ -115,7 +115,7 @@ TEST_F(WireBytes, InStateModeANestedObjectsStateBytesComeFromItsParentsBlock) {
     const std::vector<u8> bytes = {0,    8,    14,   0, 0, 0, 0xfe, 0xff,
                                    0xff, 0xff, 0x14, 4, 3, 2, 1,    0x15};
     EXPECT_EQ(form(st_point_marshal, point), bytes);
-    // And they are read back into it.
+    // They are read back into the object.
     st_tag *other = st_tag_create(handle, tx);
     st_point *target = st_tag_point_get(handle, tx, other, &err);
     read(st_point_unmarshal, target, bytes);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the services of the wire form are given while an object is written, and what
-// becomes of their errors.
+// The arguments of the wire services while an object is written, and the effects of their
+// errors.
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
@@ -126,7 +126,7 @@ TEST_P(WireServices, AnErrorOfTheDomainLeavesEveryItemOut) {
     fail_domain(5);
     const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
     EXPECT_EQ(err, 5U);
-    // The state bytes of two fields are stored all the same.
+    // The state bytes of two fields are stored nevertheless.
     EXPECT_EQ(length, 2 * state());
     EXPECT_EQ(services.count("u_int32_marshal"), 1U) << "the fields are gone through";
 }
@@ -173,7 +173,7 @@ TEST_P(WireServices, TheEpochErrorIsPutBackUnlessTheFormFailedWithOneOfItsOwn) {
 
 TEST_P(WireServices, AfterAnErrorLaterFieldsAddNothingAndTheirStateBytesStillStand) {
     st_every *every = make.every(0);
-    // Room for a8 and a16, and for three bytes of a32.
+    // Space for a8, a16 and three bytes of a32.
     const u32 room = 6 + 3 + 2 * state() + 3;
     const u32 length = st_every_marshal(handle, tx, buffer.data(), every, room, &err);
     expect_error(90);
@@ -207,7 +207,7 @@ TEST_F(FatalWire, ALengthThatNeedsNoModeDoesNotLookAtIt) {
     handle->state_tracking->state_tracking_mode = KEL_STATE_TRACKING_ON;
 }
 
-// ---- Array flags at the end of the room ----------------------------------------------
+// ---- Array flags at the end of the buffer --------------------------------------------
 
 class FlagRoom : public TrackedTest {
  protected:

@@ -100,7 +100,7 @@ TEST_F(WireModes, AnEnumerationFieldIsItsVariantAndInternalValue) {
     st_every_door_set_value(handle, tx, every, 3, &err);
     const auto bytes = form(st_every_marshal, every);
     ASSERT_EQ(bytes.size(), st_every_len(handle, tx, every));
-    // Ahead of `lamp`: 6 of header, 1 + 2 + 4 + 8 + 4 + 8 of integers, 1 of flag.
+    // Before `lamp`: 6 of header, 1 + 2 + 4 + 8 + 4 + 8 of integers, 1 of flag.
     const auto enumerations = bytes_of(bytes.data() + 34, 10);
     EXPECT_EQ(enumerations, (std::vector<u8>{0, 0, 0, 0, 0, 0, 2, 0, 0, 0}));
 }
@@ -236,7 +236,7 @@ TEST_P(Wire, ANestedObjectNewerThanTheDomainIsReportedAndAllTheRestIsWritten) {
     const auto expected = form(st_every_marshal, every);
     st_tag *tag = st_every_tag_get(handle, tx, every, &err);
     head(tag)->variant = 1;
-    // Under marshal_for_clone too: only the outermost object goes unchecked.
+    // In marshal_for_clone too: only the outermost object isn't checked.
     const auto written = form(st_every_marshal, every, 43);
     expect_error(43);
     EXPECT_EQ(written, expected);
@@ -276,15 +276,15 @@ TEST_P(Wire, WithoutAByteOfRoomTheErrorIs12) {
 TEST_P(Wire, EveryBufferThatIsTooShortIsAnErrorAndNothingIsWrittenBehindIt) {
     st_every *every = make.every(3);
     const u32 length = st_every_len(handle, tx, every);
-    // In state mode a buffer that is full takes one state byte more, after its end.
+    // With tracking on, one state byte is stored after the end of a full buffer.
     const u32 spare = tracking() ? 1 : 0;
     for (u32 room = 1; room < length; ++room) {
         std::vector<u8> exact(room + spare, 0xee);
         const u32 written = st_every_marshal(handle, tx, exact.data(), every, room, &err);
         EXPECT_LE(written, room);
-        // The state bytes of `y`, `point` and `tag` are last and aren't missed.
+        // The state bytes of `y`, `point` and `tag` are last and may be missing.
         if (room + 3 * spare < length) {
-            // 12 if the room ends in front of an enumeration or a nested object.
+            // 12 if the buffer ends before an enumeration or a nested object.
             ASSERT_TRUE(err == 90 || err == 12) << room;
             EXPECT_EQ(handle->last_error, err);
         }
@@ -308,7 +308,7 @@ TEST_P(Wire, TheJumpIsWrittenWithWhatStandsAfterAnError) {
     st_ldap_conn *conn = make.conn("server", 1);
     st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 17, &err);
     expect_error(90);
-    // The string of 10 bytes stood, the number no longer fitted.
+    // The string of 10 bytes fitted, the number didn't.
     EXPECT_EQ(buffer[2], tracking() ? 4 + 10 + 1 : 4 + 10);
 }
 

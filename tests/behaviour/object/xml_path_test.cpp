@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reading XML goes by paths: which ones are looked up, in which order, and what follows from
-// the results.
+// XML is read by paths: which ones are looked up, in which order, and the effects of the
+// results.
 #include <string>
 #include <vector>
 
@@ -86,7 +86,7 @@ TEST_P(XmlPaths, AnArrayIsReadToItsLastElementAndNoFurther) {
 }
 
 TEST_P(XmlPaths, AFieldsPathIsCutTo255Characters) {
-    // Selects the element all the same: each predicate lets the first node through.
+    // Selects the element nevertheless: each predicate accepts the first node.
     std::string path = "//c";
     while (path.size() < 250) path += "[1]";
     const Document document = parse("<c><sname>new</sname><num_conns>7</num_conns></c>");

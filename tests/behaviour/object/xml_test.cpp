@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The XML form, there and back.
+// Writing and reading the XML form.
 #include <string>
 #include <vector>
 
