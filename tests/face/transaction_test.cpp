@@ -58,6 +58,20 @@ TEST_F(Transaction, OneEndsOnce) {
     EXPECT_EQ(thrown_by([&] { transaction.rollback(); }).code(), std::errc::invalid_argument);
 }
 
+TEST_F(Transaction, ItsIdIsThatOfItsCallsOfTheCInterface) {
+    add(table, "ldap1", 3);
+    {
+        const tarn::transaction transaction(session);
+        EXPECT_NE(transaction.id(), KEL_TX_NONE);
+        std::uint32_t err = 0;
+        st_ldap_conn_num_conns_set_value(session.c_handle(), transaction.id(),
+                                         table.find("ldap1")->c_object(), 9, &err);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(table.find("ldap1")->num_conns(), 9U);
+    }
+    EXPECT_EQ(table.find("ldap1")->num_conns(), 3U);
+}
+
 TEST_F(Transaction, ASessionHasOneAtATime) {
     tarn::transaction transaction(session);
     const tarn::error error = thrown_by([&] { const tarn::transaction second(session); });
