@@ -4,7 +4,7 @@
 #ifndef TARNBASE_SCHEMA_H
 #define TARNBASE_SCHEMA_H
 
-/* Another one of everything that is made from the schema gives another digest. */
+/* Changes with everything that is made from the schema. */
 #define TARNBASE_SCHEMA_DIGEST "d406d807d124601f21aede1831e7fd98"
 
 #endif
