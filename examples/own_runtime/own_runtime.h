@@ -17,7 +17,7 @@ void own_string_refer(kel_vstring *string, const char *text);
 void own_report(kel_handle *handle, uint32_t *err, uint32_t code);
 /* Whether an operation may go on that needs `length` of `remaining` bytes. */
 int own_enter(kel_handle *handle, uint64_t length, uint32_t remaining, uint32_t *err);
-/* Writes formatted text without a NUL; returns its length. Error 90: it doesn't fit. */
+/* Writes formatted text without a NUL; returns its length. EMSGSIZE: it doesn't fit. */
 uint32_t own_put(kel_handle *handle, char *buffer, uint32_t remaining, uint32_t *err,
                  const char *format, ...) TARNBASE_PRINTF(5, 6);
 
