@@ -189,10 +189,11 @@ void Decoder::number(const Field &field) {
     const uint64_t value = in_.peek_number(size, name);
     if (field.kind == Kind::boolean)
         return in_.take(size, name, value != 0 ? "true" : "false", value > 1);
-    if (field.kind == Kind::int32)
-        return in_.take(size, name, std::to_string(static_cast<int32_t>(value)));
-    if (field.kind == Kind::int64)
-        return in_.take(size, name, std::to_string(static_cast<int64_t>(value)));
+    if (field.is_signed()) {
+        const std::size_t unused = 64 - 8 * size;
+        const auto extended = static_cast<int64_t>(value << unused) >> unused;
+        return in_.take(size, name, std::to_string(extended));
+    }
     in_.take(size, name, std::to_string(value));
 }
 

@@ -16,9 +16,6 @@
 namespace tarnctl {
 namespace {
 
-constexpr uint32_t no_such_variant =
-    43;  // the error of an accessor for a field that the object's variant lacks
-
 std::vector<std::string_view> names_of(const Structure &structure) {
     std::vector<std::string_view> names;
     for (const Field &field : structure.fields) names.push_back(field.name);
@@ -63,27 +60,20 @@ void add_leaves(const Structure &structure, Path path, std::vector<Path> &leaves
     }
 }
 
+// Of a plain value. One of an object, as a boolean has it, is a u_int32.
+unsigned bits_of(Kind kind) {
+    const auto &facts = tarnbase::facts_of(kind);
+    const bool is_stored_plainly = tarnbase::is_number(kind) || kind == Kind::array;
+    return 8 * (is_stored_plainly ? facts.size : sizeof(uint32_t));
+}
+
 uint64_t largest(Kind kind) {
-    switch (kind) {
-        case Kind::u_int8:
-        case Kind::array:
-            return std::numeric_limits<uint8_t>::max();
-        case Kind::u_int16:
-            return std::numeric_limits<uint16_t>::max();
-        case Kind::int32:
-            return std::numeric_limits<int32_t>::max();
-        case Kind::int64:
-            return std::numeric_limits<int64_t>::max();
-        case Kind::u_int64:
-            return std::numeric_limits<uint64_t>::max();
-        default:
-            return std::numeric_limits<uint32_t>::max();
-    }
+    const unsigned unused = 64 - bits_of(kind) + (tarnbase::is_signed(kind) ? 1 : 0);
+    return std::numeric_limits<uint64_t>::max() >> unused;
 }
 
 int64_t smallest(Kind kind) {
-    if (kind == Kind::int32) return std::numeric_limits<int32_t>::min();
-    return kind == Kind::int64 ? std::numeric_limits<int64_t>::min() : 0;
+    return tarnbase::is_signed(kind) ? -static_cast<int64_t>(largest(kind)) - 1 : 0;
 }
 
 std::string range_of(Kind kind) {
@@ -186,12 +176,12 @@ Value::Value(kel_handle *handle, uint32_t tx_id, void *object, const Path &path)
     for (std::size_t i = 0; i + 1 < path.fields.size() && object_ != nullptr; ++i) {
         uint32_t err = 0;
         object_ = path.fields[i]->call.get(handle, tx_id, object_, 0, &err);
-        if (err != no_such_variant) need(err, name_);
+        if (err != EIDRM) need(err, name_);
     }
     if (object_ == nullptr) return;
     uint32_t err = 0;
     if (field_->call.get(handle, tx_id, object_, index_, &err) == nullptr) object_ = nullptr;
-    if (err != no_such_variant) need(err, name_);
+    if (err != EIDRM) need(err, name_);  // EIDRM: the variant lacks the field
 }
 
 uint64_t Value::number(uint32_t index) const {
