@@ -22,28 +22,28 @@ struct Options {
     bool json = false;
 };
 
-struct Answer {
+struct Report {
     const char *source;  // whose descriptors these are: "store" or "library"
     std::vector<Usage> usages;
     std::size_t unknown = 0;
 };
 
-Answer answer_of(const Options &options) {
-    Answer answer{"library", {}, 0};
+Report report_of(const Options &options) {
+    Report report{"library", {}, 0};
     if (!options.store.empty()) {
         const Store store = Store::open_to_read(options.store);
-        answer.usages = usage_of(store, answer.unknown);
+        report.usages = usage_of(store, report.unknown);
     }
-    if (answer.usages.empty()) answer.usages = usage_of_library();
-    else answer.source = "store";
+    if (report.usages.empty()) report.usages = usage_of_library();
+    else report.source = "store";
     if (!options.all)
-        std::erase_if(answer.usages, [](const Usage &each) { return !each.is_used(); });
-    return answer;
+        std::erase_if(report.usages, [](const Usage &each) { return !each.is_used(); });
+    return report;
 }
 
-void print_json(const Answer &answer) {
+void print_json(const Report &report) {
     Json variants = Json::array();
-    for (const auto &[name, kind, variant] : answer.usages)
+    for (const auto &[name, kind, variant] : report.usages)
         variants.add({{"name", name},
                       {"kind", kind},
                       {"variant", variant.variant},
@@ -52,13 +52,13 @@ void print_json(const Answer &answer) {
                       {"created", variant.created},
                       {"destroyed", variant.destroyed},
                       {"live", variant.live}});
-    const Json json{{"descriptors", answer.source},
-                    {"unknown", answer.unknown},
+    const Json json{{"descriptors", report.source},
+                    {"unknown", report.unknown},
                     {"variants", std::move(variants)}};
     std::cout << json.dump(2) << '\n';
 }
 
-void print_text(const Answer &answer, bool with_store) {
+void print_text(const Report &report, bool with_store) {
     const Screen &screen = output_screen();
     Grid grid({{"NAME"},
                {"VARIANT", true},
@@ -68,18 +68,18 @@ void print_text(const Answer &answer, bool with_store) {
                {"USED", true},
                {"SLOP", true},
                {"KIND"}});
-    for (const auto &[name, kind, variant] : answer.usages)
+    for (const auto &[name, kind, variant] : report.usages)
         grid.add({std::string(name), std::to_string(variant.variant),
                   std::to_string(variant.created), std::to_string(variant.destroyed),
                   std::to_string(variant.live), std::to_string(variant.used_length),
                   std::to_string(variant.alloc_slop), std::string(kind)});
     const Pager pager;
-    const bool is_library = std::string_view(answer.source) == "library";
+    const bool is_library = std::string_view(report.source) == "library";
     if (with_store && is_library)
         std::cout << "The store has no descriptors; these are the library's, in this process.\n";
-    if (answer.unknown > 0)
+    if (report.unknown > 0)
         std::cout << fmt::format("The store has {} more descriptors, unknown to this program.\n",
-                                 answer.unknown);
+                                 report.unknown);
     if (grid.rows() == 0) std::cout << "Nothing is in use; --all shows every variant.\n";
     else grid.print(std::cout, screen);
 }
@@ -108,9 +108,9 @@ void declare_variants(cli::Command &program, Exit & /*status*/) {
     add_json_option(command, options->json);
     command.notes = footer;
     command.action = [options] {
-        const Answer answer = answer_of(*options);
-        if (options->json) print_json(answer);
-        else print_text(answer, !options->store.empty());
+        const Report report = report_of(*options);
+        if (options->json) print_json(report);
+        else print_text(report, !options->store.empty());
     };
 }
 
