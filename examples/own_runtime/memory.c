@@ -4,6 +4,7 @@
  * replication and state tracking are missing; their functions do what their declarations
  * require of such a runtime.
  */
+#include <errno.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -95,7 +96,7 @@ void own_report(kel_handle *handle, uint32_t *err, uint32_t code) {
 int own_enter(kel_handle *handle, uint64_t length, uint32_t remaining, uint32_t *err) {
     if (*err != 0) return 0;
     if (length <= remaining) return 1;
-    own_report(handle, err, 90);
+    own_report(handle, err, EMSGSIZE);
     return 0;
 }
 
