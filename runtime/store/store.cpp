@@ -88,7 +88,7 @@ void kel_store::release(std::uint32_t tx_id, void *block) {
 void kel_store::release_now(void *block) {
     if (allocator.release(block)) return;
     ptrail_wrapper(0, KEL_TRACE_ERROR, 0,
-                   "(ERR): %p is given back and is no allocated block of the store", block);
+                   "(ERR): %p is released, but isn't an allocated block of the store", block);
 }
 
 bool kel_store::contains(const void *address, std::uint64_t length) const {
