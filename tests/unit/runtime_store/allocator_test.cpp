@@ -135,7 +135,7 @@ class BadFrees : public SmallStoreTest {
             store.release(address, id);
             ASSERT_EQ(trace.lines.size(), 1U) << trace.all();
             EXPECT_EQ(trace.lines[0].level, KEL_TRACE_ERROR);
-            EXPECT_NE(trace.lines[0].text.find("is no allocated block of the store"),
+            EXPECT_NE(trace.lines[0].text.find("isn't an allocated block of the store"),
                       std::string::npos);
         }
         store.commit(tx);
