@@ -1,38 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // How every operation begins: it returns if an error is set on entry, and otherwise
 // last_error is that of this operation.
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "tarnbase/runtime.h"
 #include "tests/behaviour/every/convention.h"
+#include "tests/support/services.h"
 #include "tests/support/snapshot.h"
-
-namespace {
-
-std::vector<std::string> registered_modules;
-
-// The error word of the observed call, and its value at each report.
-const std::uint32_t *watched = nullptr;
-std::vector<std::pair<std::uint32_t, std::uint32_t>> reports;
-
-}  // namespace
-
-// Replaces the runtime's service and records its calls.
-void kel_store_err(kel_handle *handle, uint32_t code) {
-    if (watched != nullptr) reports.emplace_back(code, *watched);
-    using Service = decltype(&kel_store_err);
-    reinterpret_cast<Service>(dlsym(RTLD_NEXT, "kel_store_err"))(handle, code);
-}
-
-// Replaces the runtime's service and records its calls.
-void ptrail_module_init_fn(const char *name, uint16_t *module_id, uint64_t *state) {
-    registered_modules.emplace_back(name);
-    using Service = decltype(&ptrail_module_init_fn);
-    reinterpret_cast<Service>(dlsym(RTLD_NEXT, "ptrail_module_init_fn"))(name, module_id, state);
-}
 
 namespace tarn::test {
 namespace {
@@ -125,11 +100,12 @@ TEST_P(Clearing, AnErrorIsReportedInTheErrorWordAndInTheHandle) {
         for (std::size_t i = 2; i < arguments.size(); ++i) {
             if (each.parameters[i].name == "buffer_len") arguments[i] = 1;
         }
-        reports.clear();
-        watched = &stage.err;
+        ServiceRecorder services(stage.handle);
+        services.at_each = [&stage](const ServiceCall &call) {
+            if (call.name != "kel_store_err") return;
+            EXPECT_EQ(call.arguments.at(1), stage.err);
+        };
         Stage::invoke(each, arguments);
-        watched = nullptr;
-        for (const auto &[code, word] : reports) EXPECT_EQ(code, word);
         EXPECT_TRUE(stage.err == 0 || stage.handle->last_error == stage.err)
             << stage.err << ", " << stage.handle->last_error;
     }
@@ -209,12 +185,12 @@ TEST_P(TraceModule, OfTypesIsRegisteredWhereThingsBegin) {
         if (!begins && !each.ends_with("_create_internal")) continue;
         SCOPED_TRACE(each.name);
         const std::vector<Word> arguments = stage.arguments(each);
-        registered_modules.clear();
         stage.err = 0;
+        const ServiceRecorder services(stage.handle);
         Stage::invoke(each, arguments);
-        const std::vector<std::string> expected(begins && !is_enumeration ? 1 : 0,
-                                                "kel_tarnbase_type");
-        EXPECT_EQ(registered_modules, expected);
+        const auto registered = services.calls("ptrail_module_init_fn");
+        ASSERT_EQ(registered.size(), begins && !is_enumeration ? 1U : 0U);
+        for (const ServiceCall &call : registered) EXPECT_EQ(call.text, "kel_tarnbase_type");
         ++begun;
     }
     EXPECT_GE(begun, 3U);

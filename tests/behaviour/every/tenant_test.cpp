@@ -1,114 +1,61 @@
 // SPDX-License-Identifier: Apache-2.0
 // When every table reports tenants and replication to the runtime: at insert and
 // delete, and at each read through the index.
-#include <dlfcn.h>
-
 #include <algorithm>
 
 #include "tarnbase/runtime.h"
 #include "tests/behaviour/every/prototypes.h"
 #include "tests/behaviour/every/tabled.h"
-
-namespace {
-
-// A call of one of the services below, and the state at that time.
-struct Report {
-    std::string service;
-    std::uint32_t tx_id;
-    const kel_table *table;
-    const kel_record *record;
-    std::vector<std::uint64_t> arguments;
-    const void *vector = nullptr;
-    std::uint32_t record_count = 0;
-    std::uint8_t flags = 0;
-};
-std::vector<Report> reports;
-
-template <typename Service>
-Service *next(Service *, const char *name) {
-    return reinterpret_cast<Service *>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
-
-void keldb_update_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *table,
-                                 uint32_t direction, uint16_t tenant, uint8_t src, uint32_t *err) {
-    reports.push_back(
-        {"counter", tx_id, table, nullptr, {direction, tenant, src}, nullptr, table->record_count});
-    next(&keldb_update_tenant_counter, "keldb_update_tenant_counter")(handle, tx_id, table,
-                                                                      direction, tenant, src, err);
-}
-
-void keldb_get_tenant_counter(kel_handle *handle, uint32_t tx_id, kel_table *table, uint32_t *count,
-                              uint16_t tenant, const uint8_t *src) {
-    const std::uint64_t source = src == nullptr ? 999U : *src;
-    reports.push_back({"count", tx_id, table, nullptr, {tenant, source}});
-    next(&keldb_get_tenant_counter, "keldb_get_tenant_counter")(handle, tx_id, table, count, tenant,
-                                                                src);
-}
-
-void keldb_enq_rec_move_write_cursor_internal(kel_handle *handle, uint32_t tx_id, kel_table *table,
-                                              kel_record *record, uint32_t *err) {
-    reports.push_back(
-        {"cursor", tx_id, table, record, {}, nullptr, table->record_count, record->flags});
-    next(&keldb_enq_rec_move_write_cursor_internal, "keldb_enq_rec_move_write_cursor_internal")(
-        handle, tx_id, table, record, err);
-}
-
-void keldb_request_record_destroy(kel_handle *handle, uint32_t tx_id, kel_record *record,
-                                  uint32_t *err) {
-    reports.push_back({"request", tx_id, nullptr, record, {}});
-    next(&keldb_request_record_destroy, "keldb_request_record_destroy")(handle, tx_id, record, err);
-}
-
-void kelrepl_add_to_cache(kel_handle *handle, uint32_t tx_id, kel_table *table, kel_record *record,
-                          const void *const *vector, uint32_t *err) {
-    reports.push_back({"read", tx_id, table, record, {}, vector});
-    next(&kelrepl_add_to_cache, "kelrepl_add_to_cache")(handle, tx_id, table, record, vector, err);
-}
+#include "tests/support/services.h"
 
 namespace tarn::test {
 namespace {
 
-using Names = std::vector<std::string>;
+const std::string counter = "keldb_update_tenant_counter";
+const std::string count = "keldb_get_tenant_counter";
+const std::string cursor = "keldb_enq_rec_move_write_cursor_internal";
+const std::string request = "keldb_request_record_destroy";
+const std::string read = "kelrepl_add_to_cache";
 
 class EveryTenancy : public EveryTable {
  protected:
-    static Names services() {
-        Names names;
-        for (const Report &each : reports) names.push_back(each.service);
-        return names;
-    }
-    // Inserts with each insert form, and deletes again.
-    void insert_and_delete(const std::string &operation, u16 tenant, const Names &expected) {
+    // The calls of the services above, in order.
+    std::string reports() const { return services.order({counter, count, cursor, request, read}); }
+    // Inserts with an insert form, and deletes again.
+    void insert_and_delete(const std::string &operation, u16 tenant, const std::string &expected) {
         SCOPED_TRACE(operation);
         kel_record *record = make(3, 7);
-        reports.clear();
+        u32 records = 1;
+        services.clear();
+        services.at_each = [&](const ServiceCall &call) {
+            if (call.name != counter && call.name != cursor) return;
+            EXPECT_EQ(table->record_count, records) << "the table's own counts come first";
+            if (call.name == cursor) {
+                EXPECT_EQ(record->flags & KEL_RECORD_IN_INDEX, KEL_RECORD_IN_INDEX);
+            }
+        };
         on(operation, {table, record, &err});
         EXPECT_EQ(err, 0U);
-        ASSERT_EQ(services(), expected);
-        for (const Report &each : reports) {
-            EXPECT_EQ(each.table, table);
-            EXPECT_EQ(each.tx_id, tx);
-            EXPECT_EQ(each.record_count, 1U) << "the table's own counts come first";
+        EXPECT_EQ(reports(), expected);
+        for (const ServiceCall &call : services.calls(counter)) {
+            EXPECT_EQ(call.arguments, words(handle, tx, table, 1, tenant, 7, &err));
         }
-        if (tenant != 0) {
-            EXPECT_EQ(reports.at(0).arguments, (std::vector<u64>{1, tenant, 7}));
+        for (const ServiceCall &call : services.calls(cursor)) {
+            EXPECT_EQ(call.arguments, words(handle, tx, table, record, &err));
         }
-        if (expected.size() > 0 && expected.back() == "cursor") {
-            EXPECT_EQ(reports.back().record, record);
-            EXPECT_EQ(reports.back().flags & KEL_RECORD_IN_INDEX, KEL_RECORD_IN_INDEX);
-        }
-        reports.clear();
+        services.clear();
+        records = 0;
         on("delete", {table, record, &err});
         EXPECT_EQ(err, 0U);
-        EXPECT_EQ(services(), tenant == 0 ? Names{} : Names{"counter"});
-        if (tenant != 0) {
-            EXPECT_EQ(reports.at(0).arguments, (std::vector<u64>{0, tenant, 7}));
-            EXPECT_EQ(reports.at(0).record_count, 0U);
+        EXPECT_EQ(reports(), tenant == 0 ? "" : counter);
+        for (const ServiceCall &call : services.calls(counter)) {
+            EXPECT_EQ(call.arguments, words(handle, tx, table, 0, tenant, 7, &err));
         }
+        services.at_each = nullptr;
         drop(record);
     }
+
+    ServiceRecorder services{handle};
 };
 INSTANTIATE_TEST_SUITE_P(Every, EveryTenancy, ::testing::ValuesIn([] {
                              std::vector<InMode<Table>> cases;
@@ -121,9 +68,9 @@ INSTANTIATE_TEST_SUITE_P(Every, EveryTenancy, ::testing::ValuesIn([] {
 
 TEST_P(EveryTenancy, InsertAndDeleteTellTheCounterOfATenantThatIsNotTheDefaultOne) {
     for (const char *operation : {"insert", "insert_unsafe", "pkey_insert", "pkey_insert_unsafe"}) {
-        insert_and_delete(operation, 0, {});
+        insert_and_delete(operation, 0, "");
         kel_thread_set_tenant(5);
-        insert_and_delete(operation, 5, {"counter"});
+        insert_and_delete(operation, 5, counter);
         kel_thread_set_tenant(0);
     }
 }
@@ -132,14 +79,14 @@ TEST_P(EveryTenancy, TheCallersTenantIsCountedAndNotTheRecords) {
     kel_thread_set_tenant(5);
     kel_record *record = make(3);
     kel_thread_set_tenant(6);
-    reports.clear();
+    services.clear();
     on("insert", {table, record, &err});
-    EXPECT_EQ(reports.at(0).arguments, (std::vector<u64>{1, 6, 1}));
+    EXPECT_EQ(services.calls(counter).at(0).arguments_in(3, 6), words(1, 6, 1));
     EXPECT_EQ(record->tenant_id, 5U);
     kel_thread_set_tenant(0);
-    reports.clear();
+    services.clear();
     on("delete", {table, record, &err});
-    EXPECT_TRUE(reports.empty());
+    EXPECT_EQ(reports(), "");
     drop(record);
 }
 
@@ -147,20 +94,27 @@ TEST_P(EveryTenancy, CountsAreTheTablesForTheDefaultTenantAndTheCountersForAnoth
     kel_record *of_default = put(1);
     kel_thread_set_tenant(5);
     kel_record *of_five = put(1, 7);
+    std::vector<std::string> counted;
+    services.at_each = [&counted](const ServiceCall &call) {
+        if (call.name != count) return;
+        const auto *src = call.pointer<const u8>(5);
+        counted.push_back(std::to_string(call.arguments.at(4)) + " of " +
+                          (src == nullptr ? "all" : std::to_string(*src)));
+    };
     for (const std::string &twin : twins) {
-        reports.clear();
+        services.clear();
+        counted.clear();
         EXPECT_EQ(on<u32>("table_get_count" + twin, {table}), 1U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 7}), 1U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 1}), 0U);
-        ASSERT_EQ(services(), (Names{"count", "count", "count"}));
-        EXPECT_EQ(reports[0].arguments, (std::vector<u64>{5, 999}));
-        EXPECT_EQ(reports[1].arguments, (std::vector<u64>{5, 7}));
+        EXPECT_EQ(counted, (std::vector<std::string>{"5 of all", "5 of 7", "5 of 1"}));
+        EXPECT_EQ(reports(), count + " " + count + " " + count);
         kel_thread_set_tenant(0);
-        reports.clear();
+        services.clear();
         EXPECT_EQ(on<u32>("table_get_count" + twin, {table}), 2U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 7}), 1U);
         EXPECT_EQ(on<u32>("table_get_count_by_src" + twin, {table, 1}), 1U);
-        EXPECT_TRUE(reports.empty());
+        EXPECT_EQ(reports(), "");
         kel_thread_set_tenant(5);
     }
     EXPECT_EQ(find(by_key("get_first"), {table}), nullptr) << "its record is of source 7";
@@ -175,10 +129,9 @@ TEST_P(EveryTenancy, AnInsertMovesTheCursorOfATableThatIsMarkedAndArmed) {
         for (const u32 marks : {0U, 1U, 2U, 3U}) {
             kel_table_set_replication(handle, tx, table, marks & 1, marks >> 1);
             handle->replication_engine_active = 1;
-            insert_and_delete(operation, 0, marks == 3 ? Names{"cursor"} : Names{});
+            insert_and_delete(operation, 0, marks == 3 ? cursor : "");
             kel_thread_set_tenant(5);
-            insert_and_delete(operation, 5,
-                              marks == 3 ? Names{"counter", "cursor"} : Names{"counter"});
+            insert_and_delete(operation, 5, marks == 3 ? counter + " " + cursor : counter);
             kel_thread_set_tenant(0);
         }
     }
@@ -201,9 +154,9 @@ TEST_P(EveryTenancy, AMarkedTableLeavesDeletionToTheEngine) {
         EXPECT_EQ(table->record_count, 1U);
         EXPECT_EQ(table->src_counts[1], 1U);
         EXPECT_EQ(record->table, table);
-        reports.clear();
+        services.clear();
         on("request_record_destroy" + twin, {table, record, &err});
-        EXPECT_EQ(services(), Names{"request"});
+        EXPECT_EQ(reports(), request);
         EXPECT_NE(record->flags & KEL_RECORD_PENDING_DESTROY, 0);
         kel_table_set_replication(handle, tx, table, 0, 0);
         on("request_record_destroy" + twin, {table, record, &err});
@@ -251,17 +204,17 @@ class EveryRead : public EveryTenancy {
         return words;
     }
     void expect_report(const Prototype &function, const kel_record *found) {
-        for (const Report &each : reports) {
-            EXPECT_EQ(each.service, "read");
-            EXPECT_NE(each.record->src, KEL_SOURCE_SHADOW);
-            EXPECT_EQ(each.table, table);
-            EXPECT_EQ(each.tx_id, tx);
-            EXPECT_EQ(each.vector, symbol(name("table_vft")));
+        const auto reads = services.calls(read);
+        for (const ServiceCall &call : reads) {
+            EXPECT_NE(call.pointer<kel_record>(3)->src, KEL_SOURCE_SHADOW);
+            EXPECT_EQ(call.arguments_in(1, 3), words(tx, table));
+            EXPECT_EQ(call.pointer<void>(4), symbol(name("table_vft")));
         }
+        EXPECT_EQ(services.order({counter, count, cursor, request}), "");
         const bool is_reported = found != nullptr && found->src != KEL_SOURCE_SHADOW;
-        EXPECT_EQ(!reports.empty() && reports.back().record == found, is_reported);
+        EXPECT_EQ(!reads.empty() && reads.back().pointer<kel_record>(3) == found, is_reported);
         const std::size_t once = is_reported ? 1 : 0;
-        EXPECT_TRUE(reports_on_its_way(function) || reports.size() == once) << reports.size();
+        EXPECT_TRUE(reports_on_its_way(function) || reads.size() == once) << reads.size();
     }
 };
 INSTANTIATE_TEST_SUITE_P(Every, EveryRead, ::testing::ValuesIn([] {
@@ -283,7 +236,7 @@ TEST_P(EveryRead, TellsTheEngineOfWhatItAnswersUnlessThatIsAShadow) {
         for (kel_record *position : positions) {
             for (const u32 src : {1U, 2U, 255U}) {
                 const auto words = arguments(each, position, src, src % 4);
-                reports.clear();
+                services.clear();
                 auto *found =
                     reinterpret_cast<kel_record *>(call_address(symbol(each.name), words));
                 SCOPED_TRACE(each.name);
