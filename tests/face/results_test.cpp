@@ -9,18 +9,9 @@
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
 #include "tarnbase/tarn/tables/test_grown.hpp"
 #include "tarnbase/tarn/tables/test_pair.hpp"
+#include "tests/support/services.h"
 
 static_assert(TARN_EXCEPTIONS == 0, "this program is the one without");
-
-namespace {
-int reads_until_failure = 0;
-}
-
-// Replaces the runtime's service: called for every read of a record, and fails for one of them.
-void kelrepl_add_to_cache(kel_handle *, std::uint32_t, kel_table *, kel_record *,
-                          const void *const *, std::uint32_t *err) {
-    if (reads_until_failure > 0 && --reads_until_failure == 0) *err = EIO;
-}
 
 namespace face_test {
 namespace {
@@ -104,7 +95,8 @@ TEST_F(Results, WalksNeedNoResult) {
 
 TEST_F(Results, AFailingStepEndsTheWalkAndTellsTheSession) {
     for (const char *name : {"ldap1", "ldap2", "ldap3"}) ASSERT_TRUE(add(name, 1));
-    reads_until_failure = 2;
+    tarn::test::ServiceRecorder services(session->c_handle());
+    services.fail("kelrepl_add_to_cache", 2, EIO);
     EXPECT_EQ(names(), std::vector<std::string>{"ldap1"});
     EXPECT_EQ(session->last_error(), static_cast<std::uint32_t>(EIO));
     session->clear_last_error();
@@ -114,11 +106,12 @@ TEST_F(Results, AFailingStepEndsTheWalkAndTellsTheSession) {
 
 TEST_F(Results, AFailingSearchIsTold) {
     ASSERT_TRUE(add("ldap1", 1));
-    reads_until_failure = 1;
+    tarn::test::ServiceRecorder services(session->c_handle());
+    services.fail("kelrepl_add_to_cache", 1, EIO);
     const auto found = table->try_find("ldap1");
     ASSERT_FALSE(found);
     EXPECT_EQ(found.error().code(), std::errc::io_error);
-    reads_until_failure = 1;
+    services.fail("kelrepl_add_to_cache", 1, EIO);
     EXPECT_TRUE(table->upper_bound("ldap0") == table->end());
     EXPECT_EQ(session->last_error(), static_cast<std::uint32_t>(EIO));
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Replaces the runtime's service of that name, and calls it.
+// Replaces the runtime's service of that name, and calls it. The recorder of tests/support
+// would record every service call of a million steps.
 #include "tests/behaviour/random/reports.h"
 
 #include <dlfcn.h>
