@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The two arrays of minutes: what their writes announce and mark, and when they fail.
+#include <cerrno>
+
 #include "tarnbase/runtime.h"
 #include "tests/behaviour/every/objects.h"
 #include "tests/support/services.h"
@@ -153,24 +155,24 @@ TEST_P(MinuteStores, AnInstanceOfANegativeVariantGivesError43AndStays) {
     u8 byte = 5;
     std::vector<u8> all(minutes, 5);
     on("get_mem", {&byte, 1});
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(on<u8 *>("get", {0}), nullptr);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(on<u8>("get_value", {0}), 0);
-    expect_error(43);
+    expect_error(EIDRM);
     on("set_mem", {&byte, 1});
-    expect_error(43);
+    expect_error(EIDRM);
     on("set", {0, &byte});
-    expect_error(43);
+    expect_error(EIDRM);
     on("set_value", {0, 5});
-    expect_error(43);
+    expect_error(EIDRM);
     if (tracking) {
         on("state_flag_whole_set", {1});
-        expect_error(43);
+        expect_error(EIDRM);
         on("state_flag_set", {0, 1});
-        expect_error(43);
+        expect_error(EIDRM);
         on("state_flag_set_arr", {all.data(), minutes});
-        expect_error(43);
+        expect_error(EIDRM);
         EXPECT_EQ(on<u8>("state_flag_get", {0}), 9);
         EXPECT_EQ(on<u8>("state_flag_whole_get", {}), 9);
     }
@@ -186,13 +188,13 @@ TEST_P(MinuteStores, AnObjectWithoutABlockInATrackingHandle) {
     const std::vector<u8> before = bytes();
     kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
     on("set_mem", {&source, 1});
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(std::vector<u8>(at(object, 0), at(object, type.plain_size)), before)
         << "a block write fails before any change";
     on("set", {1, &source});
-    expect_error(22);
+    expect_error(EINVAL);
     on("set_value", {2, 4});
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(*element(1), 3) << "an element's write fails with its value in place";
     EXPECT_EQ(*element(2), 4);
     EXPECT_EQ(head(object)->flags & 128, 0);
@@ -204,17 +206,17 @@ TEST_P(MinuteStores, TheModeAndTheObjectAreTestedBeforeAnIndex) {
     if (tracking) {
         kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_OFF);
         on<u8>("state_flag_get", {minutes});
-        expect_error(22);
+        expect_error(EINVAL);
         on("state_flag_set", {minutes, 1});
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_TRUE(trace.lines.empty()) << trace.all();
         kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
     } else {
         on<u8>("state_flag_get", {minutes});
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), 1U);
         on("state_flag_set", {minutes, 1});
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
     }
 }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The two arrays of minutes through their thirteen operations.
+#include <cerrno>
+
 #include "tests/behaviour/every/objects.h"
 
 namespace tarn::test {
@@ -57,9 +59,9 @@ TEST_P(Minutes, AreReadElementByElement) {
         EXPECT_EQ(*on<u8 *>("get", {i}), expected[i]);
     }
     EXPECT_EQ(on<u8 *>("get", {minutes}), nullptr);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(on<u8>("get_value", {minutes}), 0);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_P(Minutes, AreWrittenElementByElement) {
@@ -72,15 +74,15 @@ TEST_P(Minutes, AreWrittenElementByElement) {
     on("set", {0, nullptr});
     typed.check_field(object, *field, 2);
     on("set_value", {minutes, 1});
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_P(Minutes, AreCopiedAsAWholeUpToTheirNumber) {
     std::array<u8, minutes + 1> elements = {};
     on("get_mem", {elements.data(), minutes + 1});
-    expect_error(22);
+    expect_error(EINVAL);
     on("set_mem", {elements.data(), minutes + 1});
-    expect_error(22);
+    expect_error(EINVAL);
     typed.check_field(object, *field, 1);
     const auto expected = array_value(*field, 3);
     EXPECT_EQ(typed.cr<u32>("minute_set_mem_cr", {object, expected.data(), minutes}), 0U);
@@ -94,17 +96,17 @@ TEST_P(UntrackedMinutes, HaveNoFlags) {
     u8 *flags = nullptr;
     u8 source[minutes] = {};
     on("state_flag_whole_get", {});
-    expect_error(22);
+    expect_error(EINVAL);
     on("state_flag_whole_set", {1});
-    expect_error(22);
+    expect_error(EINVAL);
     on("state_flag_get", {0});
-    expect_error(22);
+    expect_error(EINVAL);
     on("state_flag_set", {0, 1});
-    expect_error(22);
+    expect_error(EINVAL);
     on("state_flag_get_arr", {&flags});
-    expect_error(22);
+    expect_error(EINVAL);
     on("state_flag_set_arr", {source, minutes});
-    expect_error(22);
+    expect_error(EINVAL);
 }
 
 TEST_P(TrackedMinutes, HaveAFlagEachAndOneForAll) {
@@ -121,13 +123,13 @@ TEST_P(TrackedMinutes, HaveAFlagEachAndOneForAll) {
     on("state_flag_get_arr", {&flags});
     EXPECT_EQ(flags, block() + field->state + 1);
     on("state_flag_get", {minutes});
-    expect_error(2);
+    expect_error(ENOENT);
     on("state_flag_set", {minutes, 1});
-    expect_error(2);
+    expect_error(ENOENT);
     // The given flags are stored at the start of the block, not at the array's place.
     const std::vector<u8> source(minutes, 4);
     on("state_flag_set_arr", {source.data(), minutes - 1});
-    expect_error(2);
+    expect_error(ENOENT);
     on("state_flag_set_arr", {source.data(), minutes});
     EXPECT_EQ(std::vector<u8>(block(), block() + minutes), source);
     EXPECT_EQ(block()[field->state + minutes], field->state + minutes < minutes ? 4 : 6);

@@ -2,6 +2,7 @@
 // The forms without their own transaction and error word: they use the handle's, an error
 // persists, and a creation never returns null.
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <optional>
 
@@ -39,10 +40,10 @@ TEST_P(CrForms, DoNothingWhileAnErrorSticks) {
         SCOPED_TRACE(each.name);
         const std::vector<Word> arguments = stage.arguments(each);
         const auto scratch = stage.scratch();
-        stage.handle->last_error = 22;
+        stage.handle->last_error = EINVAL;
         const HookRecorder hooks(stage.handle);
         EXPECT_EQ(stage.result(each, Stage::invoke(each, arguments)), *sticking_answer(each));
-        EXPECT_EQ(stage.handle->last_error, 22U);
+        EXPECT_EQ(stage.handle->last_error, EINVAL);
         EXPECT_TRUE(hooks.events.empty());
         EXPECT_EQ(stage.scratch(), scratch);
         kel_clear_last_error(stage.handle);
@@ -109,7 +110,7 @@ TEST_P(Fallbacks, AreAnsweredByCrCreationsOutOfMemoryAndLeftAloneByDestruction) 
     hooks.fail_allocations(true);
     void *object = call<void *>(item + "_create_cr", {handle});
     EXPECT_EQ(object, type.fallback);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
     const std::vector<char> zeros(type.size, 0);
     EXPECT_EQ(std::memcmp(object, zeros.data(), type.size), 0);
@@ -122,7 +123,7 @@ TEST_P(Fallbacks, AreAnsweredByCrCreationsOutOfMemoryAndLeftAloneByDestruction) 
     call(item + "_destroy", {handle, KEL_TX_NONE, object});
     call(item + "_destroy_internal", {handle, KEL_TX_NONE, object, 1});
     EXPECT_TRUE(hooks.events.empty());
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(std::memcmp(object, zeros.data(), type.size), 0);
 }
 
@@ -131,7 +132,7 @@ TEST_P(Fallbacks, OfRecordsAreAnsweredOnlyWhenMemoryWasAskedFor) {
     Stage stage(item, GetParam().mode);
     HookRecorder hooks(stage.handle);
     hooks.fail_allocations(true);
-    stage.handle->last_error = 22;
+    stage.handle->last_error = EINVAL;
     const std::string creation = item + "_record_create_cr";
     EXPECT_EQ(call<kel_record *>(creation, {stage.handle, 0}), table(item).fallback);
     EXPECT_EQ(hooks.count(Hook::alloc), 1U);

@@ -2,6 +2,7 @@
 // How every operation begins: it returns if an error is set on entry, and otherwise
 // last_error is that of this operation.
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "tarnbase/runtime.h"
@@ -47,14 +48,14 @@ TEST_P(Entry, WithAnErrorSetAnOperationAnswersItsFailureAndChangesNothing) {
         SCOPED_TRACE(each.name);
         const std::vector<Word> arguments = stage.arguments(each);
         const auto scratch = stage.scratch();
-        stage.err = 5;
-        stage.handle->last_error = 22;
+        stage.err = EIO;
+        stage.handle->last_error = EINVAL;
         const HookRecorder hooks(stage.handle);
         kel_handle handle_before = *stage.handle;
         const u64 result = stage.result(each, Stage::invoke(each, arguments));
         // The runtime's error for the object's variant is passed on.
         EXPECT_TRUE(result == 0 || each.ends_with("_adjust_variant")) << result;
-        EXPECT_EQ(stage.err, 5U);
+        EXPECT_EQ(stage.err, EIO);
         EXPECT_EQ(std::memcmp(&handle_before, stage.handle, sizeof(kel_handle)), 0);
         EXPECT_TRUE(hooks.events.empty());
         EXPECT_EQ(stage.scratch(), scratch);

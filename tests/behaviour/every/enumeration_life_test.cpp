@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The life of each enumeration: its counters, its fallback object, its variants.
 #include <algorithm>
+#include <cerrno>
 
 #include "tests/behaviour/every/enumerated.h"
 #include "tests/support/hooks.h"
@@ -47,7 +48,7 @@ TEST_P(EnumerationLife, HasAFallbackObjectThatIsNeverEnded) {
     EXPECT_EQ(handle->last_error, 0U);
     auto *fallback = call<kel_enum_object *>(name("create_cr"), {handle});
     EXPECT_EQ(fallback, type.fallback);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(call<kel_enum_object *>(name("create_cr"), {handle}), fallback);
     hooks.clear();
     end(fallback);
@@ -78,7 +79,7 @@ TEST_P(EnumerationLife, KeepsTheDomainsVariantAndTakesAnyValueWithALaterOne) {
     domain(1);
     bytes[0] = 9;
     EXPECT_EQ(on<u32>("marshal", {bytes, object, 5, &err}), 5U);
-    EXPECT_EQ(err, 43U);
+    EXPECT_EQ(err, EIDRM);
     EXPECT_EQ(bytes[0], 0);
     EXPECT_EQ(bytes[1], past());
     err = 0;
@@ -121,8 +122,8 @@ TEST_P(EnumerationLife, EnteredWithAnErrorChangesNothing) {
     const kel_enum_object before = *object;
     const u8 wire[5] = {};
     u8 bytes[64] = {};
-    err = 5;
-    handle->last_error = 22;
+    err = EIO;
+    handle->last_error = EINVAL;
     HookRecorder hooks(handle);
     on("set", {object, source, &err});
     on("set_value", {object, first(), &err});
@@ -135,8 +136,8 @@ TEST_P(EnumerationLife, EnteredWithAnErrorChangesNothing) {
     EXPECT_EQ(call<u32>(name("len_cr"), {handle}), 0U);
     EXPECT_EQ(call<u32>(name("print_cr"), {handle, object, bytes, 64}), 0xffffffffU);
     EXPECT_EQ(call<u32>(name("toxml_cr"), {handle, object, bytes, 64}), 0xffffffffU);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_EQ(0, std::memcmp(object, &before, sizeof before));
     EXPECT_EQ(std::count(std::begin(bytes), std::end(bytes), 0), 64);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+
 #include "tarnbase/embedded.h"
 #include "tests/behaviour/every/forms.h"
 #include "tests/behaviour/every/values.h"
@@ -7,7 +9,7 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 no_room = 90;
+constexpr u32 no_room = EMSGSIZE;
 
 std::string replaced(const std::string &text, char character, const std::string &by) {
     std::string made;

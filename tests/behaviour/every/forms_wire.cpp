@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <cerrno>
 
 #include "tarnbase/object.h"
 #include "tests/behaviour/every/forms.h"
@@ -9,7 +10,7 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 no_room = 90, no_object = 12;
+constexpr u32 no_room = EMSGSIZE, no_object = ENOMEM;
 
 u32 integer_length(FieldKind kind) {
     switch (kind) {

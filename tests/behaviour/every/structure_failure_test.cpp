@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each structure without memory, with services that fail, and destroyed twice.
 #include <algorithm>
+#include <cerrno>
 
 #include "tarnbase/module.h"
 #include "tarnbase/runtime.h"
@@ -56,7 +57,7 @@ TARN_EACH_STRUCTURE(StructureFailure);
 TEST_P(StructureFailure, WithoutMemoryAPlainCreationIsNullAndKeepsTheLastError) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
-    for (const u32 error : {0U, 17U}) {
+    for (const u32 error : {u32{0}, u32{EEXIST}}) {
         handle->last_error = error;
         EXPECT_EQ(typed.create(), nullptr);
         EXPECT_EQ(typed.operator()<void *>("create_internal", {}), nullptr);
@@ -71,14 +72,14 @@ TEST_P(StructureFailure, WithoutMemoryACrCreationIsTheTypesZeroedFallbackObject)
     handle->last_error = 0;
     void *fallback = typed.cr<void *>("create_cr", {});
     EXPECT_EQ(fallback, type.fallback);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
     EXPECT_EQ(std::vector<u8>(at(fallback, 0), at(fallback, type.plain_size)),
               std::vector<u8>(type.plain_size));
     hooks.clear();
     EXPECT_EQ(typed.cr<void *>("create_cr", {}), fallback);
     EXPECT_TRUE(hooks.events.empty()) << "with an error set nothing is allocated";
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
 }
 
 TEST_P(StructureFailure, EndingNullOrTheFallbackObjectDoesNothing) {
@@ -100,7 +101,7 @@ TEST_P(StructureFailure, EndingNullOrTheFallbackObjectDoesNothing) {
 }
 
 TEST_P(StructureFailure, AnErrorFromBeforeDoesNotStandInAPlainCreationsWay) {
-    handle->last_error = 17;
+    handle->last_error = EEXIST;
     void *object = typed.create();
     ASSERT_NE(object, nullptr);
     EXPECT_EQ(handle->last_error, 0U);
@@ -165,7 +166,7 @@ TEST_P(StructureFailure, AMappedObjectWhoseMappingStaysSurvivesWholeWithTheError
     within.destroy(object);
     EXPECT_EQ(bytes_of(object), before);
     EXPECT_EQ(recorder.calls().back().name, "kel_store_err");
-    EXPECT_EQ(recorder.calls().back().arguments[1], 22U);
+    EXPECT_EQ(recorder.calls().back().arguments[1], EINVAL);
     EXPECT_TRUE(trace.has(3, "(ERR): " + destroy_text("Failed to remove oid mapping for object. "
                                                       "Error Invalid argument")))
         << trace.all();
@@ -197,7 +198,7 @@ TEST_P(StructureFailure, AnObjectThatCannotLeaveTheHdMappingKeepsItsMemory) {
     EXPECT_EQ(recorder.calls("kel_hd_mapping_destroy").back().pointer<void>(2), object);
     EXPECT_NE(head(object)->descriptor, nullptr);
     EXPECT_EQ(recorder.calls().back().name, "kel_store_err");
-    EXPECT_EQ(recorder.calls().back().arguments[1], 22U);
+    EXPECT_EQ(recorder.calls().back().arguments[1], EINVAL);
     EXPECT_EQ(usage_of(object).destroyed, counted.destroyed + 1);
     for (const ServiceCall &call : recorder.calls("free_hook")) {
         EXPECT_NE(call.pointer<void>(2), object);
@@ -267,14 +268,14 @@ TEST_P(StructureFailure, AskingNullIsTracedUnderTheTypesModule) {
     typed("set_instance_embedded", {nullptr});
     EXPECT_TRUE(trace.has(3, "(ERR): Invalid object pointer passed in to set instance flag"));
     EXPECT_EQ(typed.operator()<u32>("get_oid_count", {nullptr, &err}), 0U);
-    EXPECT_EQ(err, 22U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EINVAL);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(trace.has(3, "(ERR): Invalid object passed in to get object oid count"));
     err = 0;
     handle->last_error = 0;
     typed("get_object_references", {nullptr, nullptr, 0, &err});
-    EXPECT_EQ(err, 22U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EINVAL);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(trace.has(3, "(ERR): Cannot get table references. Invalid object passed on"));
     err = 0;
     EXPECT_EQ(typed.operator()<u32>("type_type_backpropagate", {nullptr, &err}), 0U);
@@ -286,10 +287,10 @@ TEST_P(StructureFailure, AskingNullIsTracedUnderTheTypesModule) {
 
 TEST_P(StructureFailure, AskingForReferencesWithAnErrorSetIsTraced) {
     void *object = typed.create();
-    err = 12;
+    err = ENOMEM;
     EXPECT_EQ(typed.operator()<u32>("get_oid_count", {object, &err}), 0U);
     typed("get_object_references", {object, nullptr, 0, &err});
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_TRUE(trace.has(3, "(ERR): Error already present in call to get object oid count"));
     EXPECT_TRUE(trace.has(3, "(ERR): Error present in call to get table references from object"));
     err = 0;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each structure in all its forms: memory, wire, text and XML agree.
+#include <cerrno>
+
 #include "tests/behaviour/every/objects.h"
 
 namespace tarn::test {
@@ -63,17 +65,17 @@ TEST_P(StructureForms, AllWireFormsAgree) {
 TEST_P(StructureForms, TooLittleRoomIsAnErrorInEveryWriter) {
     std::vector<u8> bytes = typed.wire(object);
     typed("marshal", {bytes.data(), object, 5, &err});
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     err = 0;
     typed("marshal", {bytes.data(), object, 0, &err});
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     err = 0;
     char text[16];
     typed("print", {text, 0, "x", object, 3, &err});
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     err = 0;
     typed("to_xml", {"x", text, object, 3, 0, &err});
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     err = 0;
 }
 
@@ -138,7 +140,7 @@ TEST_P(StructureForms, ADocumentWithoutTheStructureIsNotFound) {
     const Document document = parse("<nothing/>");
     const std::string path = "//" + std::string(type.name);
     typed("from_xml", {path.c_str(), document.get(), object, &err, nullptr, 0});
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     err = 0;
     typed.check(object, 1);
 }
@@ -166,8 +168,8 @@ TEST_P(StructureForms, OneThatTheDomainDoesNotKnowIsReportedAndWrittenWithoutABo
     ASSERT_EQ(kel_handle_set_variant(handle, type.descriptor, -1), 0U);
     std::vector<u8> bytes(typed.operator()<u32>("len", {object}) + 1);
     EXPECT_EQ(typed.operator()<u32>("marshal", {bytes.data(), object, bytes.size() - 1, &err}), 6U);
-    EXPECT_EQ(err, 43U);
-    EXPECT_EQ(handle->last_error, 43U);
+    EXPECT_EQ(err, EIDRM);
+    EXPECT_EQ(handle->last_error, EIDRM);
     EXPECT_EQ(bytes[0], 0xff);
     err = 0;
     EXPECT_EQ(
@@ -199,11 +201,11 @@ TEST_P(StructureForms, WithoutAByteAreError12ToWriteAndToRead) {
     u8 byte = 0x5a;
     for (const u32 length : {0U, 0x80000000U}) {
         EXPECT_EQ(typed.operator()<u32>("marshal", {&byte, object, length, &err}), 0U);
-        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(err, ENOMEM);
         err = 0;
         EXPECT_EQ(typed.operator()<u32>("unmarshal", {&byte, object, length, 0, &err}), 0U);
-        EXPECT_EQ(err, 12U);
-        EXPECT_EQ(handle->last_error, 12U);
+        EXPECT_EQ(err, ENOMEM);
+        EXPECT_EQ(handle->last_error, ENOMEM);
         err = 0;
     }
     EXPECT_EQ(byte, 0x5a);

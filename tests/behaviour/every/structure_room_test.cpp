@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The forms of each structure, byte by byte, and in buffers that end anywhere.
 #include <algorithm>
+#include <cerrno>
 #include <map>
 
 #include "tests/behaviour/every/forms.h"
@@ -223,8 +224,8 @@ TEST_P(FormRooms, ATextEndsWithWhatFits) {
             std::vector<char> buffer(room, '#');
             const u32 written =
                 typed.operator()<u32>("print", {buffer.data(), 2, "mine", object, room, &err});
-            ASSERT_EQ(err, 90U);
-            ASSERT_EQ(handle->last_error, 90U);
+            ASSERT_EQ(err, EMSGSIZE);
+            ASSERT_EQ(handle->last_error, EMSGSIZE);
             err = 0;
             ASSERT_EQ(written, form.text.size());
             std::string text(buffer.data(), written);
@@ -262,7 +263,7 @@ TEST_P(FormRooms, XmlEndsWithWhatFits) {
             std::vector<char> buffer(room);
             const u32 written =
                 typed.operator()<u32>("to_xml", {"mine", buffer.data(), object, room, 0, &err});
-            ASSERT_EQ(err, 90U);
+            ASSERT_EQ(err, EMSGSIZE);
             err = 0;
             ASSERT_EQ(std::string(buffer.data(), written), form.text);
         }

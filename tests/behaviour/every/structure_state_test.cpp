@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each structure with and without a state block, used with handles of the other mode.
+#include <cerrno>
 #include <cstring>
 
 #include "tarnbase/runtime.h"
@@ -65,7 +66,7 @@ TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsWithItsValueInPlaceAndNoMar
     track(KEL_STATE_TRACKING_ON);
     std::size_t failed = 0;
     const auto expect_failure = [&](const Field &field, u32 seed) {
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), ++failed);
         EXPECT_EQ(head(object)->flags & 128, 0);
         typed.check_field(object, field, seed);
@@ -91,9 +92,9 @@ TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsSayInTwoTextsThatThereAreNone) 
         for (const Field &field : fields_of(type)) {
             SCOPED_TRACE(field.name);
             EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 0);
-            expect_error(22);
+            expect_error(EINVAL);
             typed(flags_of(field) + "_set", {object, 7, &err});
-            expect_error(22);
+            expect_error(EINVAL);
             ++readings;
             EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), readings);
             EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), readings);
@@ -119,9 +120,9 @@ TEST_P(BlockedObjects, WithTrackingOffByItsModeFlagsAreError22WithoutATrace) {
     for (const Field &field : fields_of(type)) {
         SCOPED_TRACE(field.name);
         EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 0);
-        expect_error(22);
+        expect_error(EINVAL);
         typed(flags_of(field) + "_set", {object, 7, &err});
-        expect_error(22);
+        expect_error(EINVAL);
     }
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
     EXPECT_EQ(block(), before);
@@ -176,10 +177,10 @@ TEST_P(BlockedObjects, FillingTheFlagsAnnouncesAndMarksNothing) {
 TEST_P(BlockedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
     const std::vector<u8> before = block();
     for (const Field &field : fields_of(type)) {
-        err = 12;
+        err = ENOMEM;
         EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 0) << field.name;
         typed(flags_of(field) + "_set", {object, 7, &err});
-        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(err, ENOMEM);
     }
     err = 0;
     EXPECT_EQ(block(), before);
@@ -249,7 +250,7 @@ TEST_P(BlocklessObjects, ACopyFromATrackedObjectIsError22AndStaysInItsBlock) {
     typed.fill(source, 3);
 
     typed("set", {copy, source, &err});
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
     EXPECT_EQ(head(copy)->flags & OBJ_STATE_TRACKED, 0);
     const u8 *after = at(copy, type.plain_size);

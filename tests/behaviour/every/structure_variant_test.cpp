@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each structure with a variant of which nothing is accessible, and its marks.
+#include <cerrno>
+
 #include "tarnbase/runtime.h"
 #include "tests/behaviour/every/objects.h"
 #include "tests/support/services.h"
@@ -27,13 +29,13 @@ class NegativeVariant : public StructureTest {
     }
     // Error 43, through the service that reports it.
     void expect_epoch(const ServiceRecorder &recorder) {
-        EXPECT_EQ(err, 43U);
-        EXPECT_EQ(handle->last_error, 43U);
+        EXPECT_EQ(err, EIDRM);
+        EXPECT_EQ(handle->last_error, EIDRM);
         EXPECT_EQ(recorder.count("kel_store_err"), 0U);
         const auto reports = recorder.calls("kel_store_epoch_err");
         ASSERT_EQ(reports.size(), 1U);
         EXPECT_EQ(reports[0].pointer<kel_handle>(0), handle);
-        EXPECT_EQ(reports[0].arguments[1], 43U);
+        EXPECT_EQ(reports[0].arguments[1], EIDRM);
         EXPECT_EQ(reports[0].pointer<u32>(2), &err);
         err = 0;
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The services that the operations on each structure as a whole call, their arguments
 // and their order.
+#include <cerrno>
+
 #include "tests/behaviour/every/structure_services.h"
 
 namespace tarn::test {
@@ -79,7 +81,7 @@ TEST_P(WholeServices, OneValueThatCannotBeStoredStopsNoneOfTheOthers) {
         ServiceRecorder recorder(handle);
         recorder.fail(std::string(service_of(failing->kind)) + "_set_value", 1);
         typed("set_all", arguments);
-        EXPECT_EQ(err, 22U);
+        EXPECT_EQ(err, EINVAL);
         err = 0;
         for (const ServiceCall &call : recorder.calls()) {
             if (call.name.find("_set_value") != std::string::npos) ++stored;
@@ -148,20 +150,20 @@ TEST_P(WholeServices, ACopyOverItselfOnlyAdjustsTheVariant) {
 }
 
 TEST_P(WholeServices, ACopyWithAnErrorSetRunsOnAndKeepsIt) {
-    err = 12;
-    handle->last_error = 7;
+    err = ENOMEM;
+    handle->last_error = E2BIG;
     typed("set", {object, other, &err});
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     err = 0;
     typed.check(object, 2);
 }
 
 TEST_P(WholeServices, TheWholeObjectsGetAsksNothing) {
     ServiceRecorder recorder(handle);
-    err = 12;
+    err = ENOMEM;
     EXPECT_EQ(typed.operator()<void *>("get", {object, &err}), object);
     EXPECT_EQ(typed.operator()<void *>("get", {nullptr, &err}), nullptr);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     err = 0;
     EXPECT_TRUE(recorder.calls().empty());
 }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each table's seven events, in a program without its own handlers.
+#include <cerrno>
+
 #include "tests/behaviour/every/tabled.h"
 
 namespace tarn::test {
@@ -57,7 +59,7 @@ TARN_EVERY_TABLE(TableEvents);
 TEST_P(TableEvents, EachCallbackReachesTheDefaultHandlerWhichSaysThatItRan) {
     for (const std::string &twin : twins) {
         for (const Event &event : all_events) {
-            handle->last_error = 22;
+            handle->last_error = EINVAL;
             const std::size_t from = trace.lines.size();
             callback(event, twin);
             expect_lines(event, from);
@@ -69,24 +71,24 @@ TEST_P(TableEvents, EachCallbackReachesTheDefaultHandlerWhichSaysThatItRan) {
 
 TEST_P(TableEvents, EnteredWithAnErrorACallbackCallsNoHandler) {
     const std::size_t from = trace.lines.size();
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     for (const std::string &twin : twins) {
         for (const Event &event : all_events) callback(event, twin);
     }
     EXPECT_EQ(trace.lines.size(), from) << trace.all();
-    EXPECT_EQ(handle->last_error, 22U);
-    expect_error(5);
+    EXPECT_EQ(handle->last_error, EINVAL);
+    expect_error(EIO);
 }
 
 TEST_P(TableEvents, ADefaultHandlerCalledDirectlyClearsTheError) {
     for (const Event &event : all_events) {
         const std::size_t from = trace.lines.size();
-        handle->last_error = 22;
-        err = 5;
+        handle->last_error = EINVAL;
+        err = EIO;
         handler(event);
         EXPECT_EQ(err, 0U) << event.name;
-        EXPECT_EQ(handle->last_error, 22U) << event.name;
+        EXPECT_EQ(handle->last_error, EINVAL) << event.name;
         expect_lines(event, from);
     }
 }

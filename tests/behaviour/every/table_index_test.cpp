@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What each table's index refuses, its messages, and the difference between two keys.
+#include <cerrno>
+
 #include "tests/behaviour/every/tabled.h"
 
 namespace tarn::test {
@@ -27,14 +29,14 @@ TEST_P(TableIndex, NamesTableAndKeyInItsMessages) {
     kel_record *same = make(1);
     kel_record *outside = make(2);
     on("insert", {table, same, &err});
-    expect_error(17);
+    expect_error(EEXIST);
     EXPECT_EQ(traced(" insert record exists for " + label()), 1U) << trace.all();
     on("delete", {table, outside, &err});
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(traced(" delete, record not found for " + label()), 1U) << trace.all();
     kel_table_set_replication(handle, tx, table, 1, 0);
     on("delete", {table, inside, &err});
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(traced("_delete() cannot be direclty used when the table is marked for replication"),
               1U)
         << trace.all();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each table's messages, which contain its own names.
+#include <cerrno>
 #include <cstring>
 
 #include "tests/behaviour/every/tabled.h"
@@ -15,7 +16,7 @@ class TableMessages : public EveryTable {
     }
     ServiceRecorder services{handle};
     const std::string table_name = type.name;
-    const std::string error = std::strerror(22);
+    const std::string error = std::strerror(EINVAL);
 };
 TARN_EVERY_TABLE(TableMessages);
 
@@ -36,7 +37,7 @@ TEST_P(TableMessages, AFreeThatIsRefusedAndOneThatSucceeds) {
     kel_table *made = open("other");
     services.always_fail("kel_request_oid_mapping_destroy");
     on("table_free", {made, &err});
-    expect_error(22);
+    expect_error(EINVAL);
     expect_once(KEL_TRACE_ERROR, "(ERR): " + table_name +
                                      " table free: Failed to request oid mapping destroy for "
                                      "table. Error " +
@@ -52,7 +53,7 @@ TEST_P(TableMessages, AFreeThatIsRefusedAndOneThatSucceeds) {
 
 TEST_P(TableMessages, ADestructionWhoseDeleteIsRefused) {
     kel_record *record = put(1);
-    err = 5;
+    err = EIO;
     on("destroy_record", {record, &err});
     EXPECT_EQ(err, 0U);
     expect_once(KEL_TRACE_ERROR,
@@ -70,7 +71,7 @@ TEST_P(TableMessages, ARecordThatCannotBeUnmapped) {
     handle->hd_mapping_enabled = 1;
     services.always_fail("kel_hd_mapping_destroy");
     on("destroy_record", {record, &err});
-    expect_error(22);
+    expect_error(EINVAL);
     expect_once(KEL_TRACE_ERROR, "(ERR): " + table_name +
                                      " destroy: Failed to remove oid mapping for object. Error " +
                                      error);
@@ -86,7 +87,7 @@ TEST_P(TableMessages, ARequestForDestructionThatFails) {
     kel_table_set_replication(handle, tx, table, 1, 0);
     services.always_fail("keldb_request_record_destroy");
     on("request_record_destroy", {table, record, &err});
-    expect_error(22);
+    expect_error(EINVAL);
     expect_once(KEL_TRACE_ERROR, "(ERR): " + table_name + " request destroy record failed");
     services.stop_failing();
     kel_table_set_replication(handle, tx, table, 0, 0);
@@ -125,7 +126,7 @@ TEST_P(TableMessages, ARecordWithoutItsObjectsOnItsWayToTheWire) {
     auto *record = on<kel_record *>("create_record", {&err});
     const std::string begin = "(ERR): Failed to marshal " + table_name + " record: Field ";
     EXPECT_EQ(on<u32>("table_record_marshal", {bytes, record, sizeof bytes, &err}), 43U);
-    expect_error(2);
+    expect_error(ENOENT);
     expect_once(KEL_TRACE_ERROR, begin + type.type->name + " is empty");
     drop(record);
     if (!composite()) return;
@@ -135,7 +136,7 @@ TEST_P(TableMessages, ARecordWithoutItsObjectsOnItsWayToTheWire) {
     const u32 length = 43 + object.operator()<u32>("len", {record->object});
     std::vector<u8> buffer(length + 64);
     EXPECT_EQ(on<u32>("table_record_marshal", {buffer.data(), record, length + 64, &err}), length);
-    expect_error(2);
+    expect_error(ENOENT);
     expect_once(KEL_TRACE_ERROR, begin + type.key_type->name + " is empty");
     drop(record);
 }
@@ -147,7 +148,7 @@ TEST_P(TableMessages, AFormThatIsEnteredWithAnError) {
     u8 bytes[64] = {};
     for (const std::string &twin : twins) {
         const std::size_t from = trace.lines.size();
-        err = 22;
+        err = EINVAL;
         EXPECT_EQ(on<u32>("table_record_marshal" + twin, {bytes, record, 64, &err}), 0U);
         EXPECT_EQ(on<u32>("table_pkey_marshal" + twin, {bytes, record, 64, &err}), 0U);
         EXPECT_EQ(on<u32>("table_record_unmarshal" + twin, {&read, bytes, 64, 0, &err}), 0U);
@@ -155,7 +156,7 @@ TEST_P(TableMessages, AFormThatIsEnteredWithAnError) {
         EXPECT_EQ(on<u32>("table_record_is_modified" + twin, {record, &err}), 0U);
         EXPECT_EQ(on<u32>("pkey_print" + twin, {table, record, bytes, 64, &err}), 0U);
         EXPECT_EQ(on<u32>("table_record_to_xml" + twin, {bytes, record, 64, &err}), 0U);
-        expect_error(22);
+        expect_error(EINVAL);
         const std::string present = "(debug): Error present in call to ";
         const std::string expected[] = {
             present + "table marshal: " + error,

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every search form of each table.
+#include <cerrno>
+
 #include "tests/behaviour/every/tabled.h"
 
 namespace tarn::test {
@@ -31,7 +33,7 @@ TEST_P(TableSearch, ByKeyFindsTheRecordAndNothingElse) {
         EXPECT_EQ(search(form, {table, key(2)}), nullptr);
         EXPECT_EQ(search(form, {table, key(6)}), nullptr);
         EXPECT_EQ(find(form, {table, nullptr}), nullptr);
-        expect_error(2);
+        expect_error(ENOENT);
     }
 }
 
@@ -63,7 +65,7 @@ TEST_P(TableSearch, ByObjectFindsWhatByKeyFinds) {
         EXPECT_EQ(search("search_w_src" + twin, {table, key_object(3), 0, 2}), records[7]);
         EXPECT_EQ(search("search_w_src" + twin, {table, key_object(5), 0, 2}), nullptr);
         EXPECT_EQ(find("search" + twin, {table, nullptr, 0}), nullptr);
-        expect_error(2);
+        expect_error(ENOENT);
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Each table's blocks step by step: the requests to the store, the announcement before
 // each change, and the fallbacks without memory.
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <set>
@@ -64,8 +65,8 @@ TEST_P(TableSteps, ANameThatDoesNotFitIsErrorSeven) {
         kel_table *made = on<kel_table *>("table_open" + twin, {fits.c_str(), 0, &err});
         ASSERT_NE(made, nullptr);
         EXPECT_EQ(on<kel_table *>("table_open" + twin, {(fits + "n").c_str(), 0, &err}), nullptr);
-        expect_error(7);
-        EXPECT_EQ(handle->last_error, 7U);
+        expect_error(E2BIG);
+        EXPECT_EQ(handle->last_error, E2BIG);
         on("table_free" + twin, {made, &err});
     }
 }
@@ -74,7 +75,7 @@ TEST_P(TableSteps, ATableInUseIsErrorElevenAtItsFree) {
     for (const std::string &twin : twins) {
         services.always_return("kel_request_oid_mapping_destroy", 0);
         on("table_free" + twin, {table, &err});
-        expect_error(11);
+        expect_error(EAGAIN);
         services.stop_failing();
         EXPECT_EQ(on<kel_table *>("table_open" + twin, {"t", 1, &err}), table);
     }
@@ -134,7 +135,7 @@ TEST_P(TableSteps, WithoutMemoryACrCreationAnswersTheFallbacks) {
     EXPECT_EQ(err, 0U);
     auto *record = cr<kel_record *>("record_create_cr", {1});
     EXPECT_EQ(record, type.fallback);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     kel_clear_last_error(handle);
     EXPECT_EQ(record->object, object.cr<void *>("create_cr", {}));
     kel_clear_last_error(handle);
@@ -214,18 +215,18 @@ TEST_P(TableSteps, AReadWithoutMemoryOrWithoutAPlaceIsAnError) {
         void *pkey = nullptr;
         const std::string form = "table_record_unmarshal" + twin;
         EXPECT_EQ(on<u32>(form, {&read, bytes.data(), bytes.size(), 0, &err}), 0U);
-        expect_error(12);
+        expect_error(ENOMEM);
         EXPECT_EQ(on<u32>(form, {&read, bytes.data(), bytes.size(), 1, &err}), 0U);
-        expect_error(2);
+        expect_error(ENOENT);
         EXPECT_EQ(read, nullptr);
         EXPECT_EQ(on<u32>("table_pkey_unmarshal" + twin, {&pkey, bytes.data(), 8, &err}), 0U);
-        expect_error(12);
+        expect_error(ENOMEM);
         EXPECT_EQ(on<u32>("table_pkey_unmarshal" + twin, {nullptr, bytes.data(), 8, &err}), 0U);
-        expect_error(14);
+        expect_error(EFAULT);
         EXPECT_EQ(
             on<kel_record *>("table_record_from_xml" + twin, {document.get(), &err, nullptr, 0}),
             nullptr);
-        expect_error(12);
+        expect_error(ENOMEM);
     }
     drop(record);
 }
@@ -233,11 +234,11 @@ TEST_P(TableSteps, AReadWithoutMemoryOrWithoutAPlaceIsAnError) {
 TEST_P(TableSteps, ANullRecordIsErrorTwoAndNoReplicaErrorTwentyTwo) {
     for (const std::string &twin : twins) {
         EXPECT_EQ(on<u32>("record_add_ref" + twin, {nullptr, &err}), 0U);
-        expect_error(2);
+        expect_error(ENOENT);
         on("destroy_record" + twin, {nullptr, &err});
-        expect_error(2);
+        expect_error(ENOENT);
         on("request_record_destroy" + twin, {table, nullptr, &err});
-        expect_error(22);
+        expect_error(EINVAL);
     }
 }
 

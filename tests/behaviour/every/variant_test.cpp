@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // st_aaa_servers, the one structure of two variants, in every form of both.
+#include <cerrno>
+
 #include "tests/behaviour/every/objects.h"
 
 namespace tarn::test {
@@ -43,10 +45,10 @@ TARN_EACH_MODE(TwoVariants);
 TEST_P(TwoVariants, TheOlderOneHasNoLaterField) {
     void *object = make(0, 1);
     EXPECT_EQ(later_of(object), nullptr);
-    expect_error(43);
+    expect_error(EIDRM);
     void *source = Typed(*later().structure, handle).create();
     typed("radius_dtls_stats_set", {object, source, &err});
-    expect_error(43);
+    expect_error(EIDRM);
     Typed(*later().structure, handle).destroy(source);
     typed.check(object, 1, 0);
     if (is_tracking(handle)) {
@@ -68,7 +70,7 @@ TEST_P(TwoVariants, AWriteRaisesAnOlderOneWhereTheDomainAllowsIt) {
     void *object = make(0, 1);
     choose(1);
     EXPECT_EQ(later_of(object), nullptr);
-    expect_error(43);
+    expect_error(EIDRM);
     typed.fill_field(object, later(), 1);
     EXPECT_EQ(head(object)->variant, 1);
     EXPECT_EQ(head(object)->created_variant, 0);
@@ -106,7 +108,7 @@ TEST_P(TwoVariants, ANewerOneGoesOutInTheDomainsForm) {
     std::vector<u8> bytes(typed.operator()<u32>("len", {newer}) + 1);
     const auto room = static_cast<u32>(bytes.size() - 1);
     const u32 written = typed.operator()<u32>("marshal", {bytes.data(), newer, room, &err});
-    expect_error(43);
+    expect_error(EIDRM);
     bytes.resize(written);
     EXPECT_EQ(bytes, typed.wire(older));
     bytes.resize(room + 1);
