@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Objects share no text, whichever call fails when one is copied over another.
+#include <cerrno>
+
 #include "tarnbase/tarnbase.h"
 #include "tests/behaviour/fault/world.h"
 
@@ -43,8 +45,8 @@ TEST_P(Ownership, ATextThatCannotBeCopiedIsEmptyAndNotTheSources) {
         recorder.fail("alloc_hook", 1);
         st_every_set(handle, tx, object, source, &err);
     }
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(label(object), "");
     EXPECT_EQ(label(source), "a label, longer than that");
 }
@@ -56,7 +58,7 @@ TEST_P(Ownership, TheFieldsBehindAFailedTextGetTextsOfTheirOwn) {
         ServiceRecorder recorder(handle);
         recorder.fail("kel_vstring_set", 1);
         st_every_set(handle, tx, object, source, &err);
-        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(err, ENOMEM);
         EXPECT_EQ(recorder.count("kel_vstring_set"), 2U);
     }
     kind_every.destroy(handle, tx, source);
@@ -70,7 +72,7 @@ TEST_P(Ownership, AFailedAssignmentKeepsTheOldText) {
     kel_vstring text = {};
     kel_vstring_refer(&text, "a text that doesn't fit", 23);
     st_every_label_set(handle, tx, object, &text, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(label(object), "a label of some length");
 }
 

@@ -3,6 +3,7 @@
 // contracts say.
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <fstream>
 #include <set>
 
@@ -115,7 +116,7 @@ TEST_F(Recorder, DoesNotCountWhatTheRuntimeCallsItself) {
     recorder.clear();
     // A full buffer: the runtime reports the error, not the library.
     st_every_marshal(handle, tx, buffer.data(), object, length - 1, &err);
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     EXPECT_EQ(recorder.count("kel_store_err"), 0U);
     // A call by the program, in which the runtime calls further services.
     err = 0;
@@ -130,7 +131,7 @@ TEST_F(Recorder, FailsTheNthCallOnceInItsOwnWay) {
     subject.plain.insert(handle, tx, table, record, &err);
     EXPECT_EQ(err, 0U);
     subject.plain.insert(handle, tx, table, make_record(2), &err);
-    EXPECT_EQ(err, 17U);
+    EXPECT_EQ(err, EEXIST);
     EXPECT_TRUE(recorder.calls("e_avl_insert").at(1).failed);
     EXPECT_TRUE(recorder.stop_failing());
     EXPECT_FALSE(recorder.stop_failing());
@@ -140,8 +141,8 @@ TEST_F(Recorder, FailsTheNthCallOnceInItsOwnWay) {
 
     recorder.fail("kelrepl_add_to_cache", 1);
     EXPECT_EQ(subject.by_key.first(handle, tx, table, &err), record);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     err = 0;
     recorder.fail("kelrepl_add_to_cache", 1, 99);
     subject.by_key.first(handle, tx, table, &err);
@@ -161,11 +162,11 @@ TEST_F(Recorder, FailsHooksThroughTheSameInterface) {
 TEST_F(Recorder, ReadsTheErrorWordWhereverAServiceHasIt) {
     kel_xml_document *document = kel_xml_parse("<st_every/>", 11);
     ServiceRecorder recorder(handle);
-    recorder.fail("u_int8_from_xml", 1, 71);
+    recorder.fail("u_int8_from_xml", 1, EPROTO);
     char message[64] = {};
     st_every_from_xml(handle, tx, "//st_every", document, static_cast<st_every *>(record->object),
                       &err, message, sizeof message);
-    EXPECT_EQ(err, 71U);
+    EXPECT_EQ(err, EPROTO);
     kel_xml_free(document);
 }
 
@@ -194,7 +195,7 @@ TEST_F(Recorder, IsSilentWhilePausedAndAfterItsEnd) {
         EXPECT_TRUE(recorder.calls().empty());
         recorder.pause(false);
         subject.plain.insert(handle, tx, table, make_record(2), &err);
-        EXPECT_EQ(err, 17U);
+        EXPECT_EQ(err, EEXIST);
         err = 0;
         recorder.fail("e_avl_insert", 1);
     }
