@@ -3,6 +3,7 @@
 // the tracking mode of a handle.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 
 #include "tarnbase/runtime.h"
@@ -23,20 +24,20 @@ TEST_F(Conventions, AnErrorOfACrCallSticksUntilItIsCleared) {
     kel_vstring key;
     kel_vstring_refer(&key, "ldap1", 5);
     EXPECT_EQ(tbl_ldap_conn_st_ldap_conn_sname_search_cr(handle, nullptr, &key, 1, 0), nullptr);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(handle->last_error, ENOENT);
 
     // Each further call with an error check returns at once.
     EXPECT_EQ(tbl_ldap_conn_table_open_cr(handle, 0, KEL_OPEN_BY_NAME, "t", 0), nullptr);
     kel_record *record = nullptr;
     EXPECT_EQ(tbl_ldap_conn_insert_cr(handle, table, record), 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(handle->last_error, ENOENT);
 
     kel_clear_last_error(handle);
     EXPECT_EQ(tbl_ldap_conn_table_open_cr(handle, 0, KEL_OPEN_BY_NAME, "t", 0), table);
 }
 
 TEST_F(Conventions, APlainCallWithItsOwnErrorClearClearsTheStickingOne) {
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     kel_table *table = tbl_ldap_conn_table_open(handle, tx, "t", 0, &err);
     EXPECT_NE(table, nullptr);
     EXPECT_EQ(handle->last_error, 0U);
@@ -47,7 +48,7 @@ TEST_F(Conventions, ACrCreationWithoutMemoryAnswersTheFallbackObject) {
     hooks.fail_allocations(true);
     st_ldap_conn *object = st_ldap_conn_create_cr(handle);
     ASSERT_NE(object, nullptr);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
 
     // While the error is set the allocator isn't called again.

@@ -2,6 +2,7 @@
 // The Table Directory: a table's vector by its LUID.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -65,18 +66,18 @@ TEST_F(Directory, ReportsErrorTwoAndNoVectorForAnUnknownIdentity) {
     const std::uint8_t luid[16] = {};
     const void *const *vector = tbl_ldap_conn_table_vft;
     tarnbase_table_get_vft(handle, tx, luid, &vector, &err);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(vector, nullptr);
 }
 
 TEST_F(Directory, ChangesNothingWhenAnErrorIsSetAlready) {
     const void *const *vector = tbl_ldap_conn_table_vft;
-    err = 17;
-    handle->last_error = 5;
+    err = EEXIST;
+    handle->last_error = EIO;
     tarnbase_table_get_vft(handle, tx, table_tbl_ldap_conn_luid, &vector, &err);
-    EXPECT_EQ(err, 17U);
-    EXPECT_EQ(handle->last_error, 5U);
+    EXPECT_EQ(err, EEXIST);
+    EXPECT_EQ(handle->last_error, EIO);
     EXPECT_EQ(vector, tbl_ldap_conn_table_vft);
 }
 

@@ -3,6 +3,7 @@
 // the bundle handler.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -135,8 +136,8 @@ TEST_F(Descriptors, ThatCannotBeCopiedLeaveWhatWasEnteredAndASecondCallCompletes
         err = 0;
         tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
         if (err == 0) continue;  // the failure met the variant information of a copy
-        EXPECT_EQ(err, 12U);
-        EXPECT_EQ(handle->last_error, 12U);
+        EXPECT_EQ(err, ENOMEM);
+        EXPECT_EQ(handle->last_error, ENOMEM);
     }
     kel_store_fail_allocation(session.store(), 0);
     err = 0;
@@ -149,8 +150,8 @@ TEST_F(Descriptors, ReportErrorTwelveAtTheFirstCopyThatFails) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(hooks.count(Hook::type_alloc), 1U);
     EXPECT_EQ(services.count("kel_update_variant_info"), 0U);
 }

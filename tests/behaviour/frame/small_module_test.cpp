@@ -3,6 +3,7 @@
 // has, such as an item without variants or a copy that fails.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstddef>
@@ -156,8 +157,8 @@ TEST_F(SmallModule, TheFirstCopyWithoutMemoryEndsTheWorkAndWhatIsEnteredStays) {
     handle->store_types_enabled = 1;
     kel_store_fail_allocation(session.store(), 3);  // a copy's map entry takes one too
     tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     ASSERT_EQ(updates().size(), 1U);
     const std::uint64_t entered = updates()[0].at(0);
     services.clear();
@@ -198,26 +199,26 @@ TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAllTheSameAndNotCopi
     g_kel_tarnbase_table_trace_module_id = 0;
     TraceCapture trace;
     const void *const *vector = nullptr;
-    err = 5;
+    err = EIO;
     tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
     EXPECT_TRUE(trace.has(7, "(debug): Error already set when requesting tarnbase table vft"));
     EXPECT_EQ(services.count("table_vft_cpy"), 0U);
     trace.lines.clear();
 
     err = 0;
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
     EXPECT_EQ(services.calls("table_vft_cpy").at(0).arguments,
               words(&tarnbase_table_lut, &source_vectors, 1));
-    EXPECT_EQ(err, 7U);
-    EXPECT_EQ(handle->last_error, 7U);
+    EXPECT_EQ(err, E2BIG);
+    EXPECT_EQ(handle->last_error, E2BIG);
     EXPECT_EQ(vector, &tarnbase_table_lut[0][0]);
     ASSERT_EQ(trace.lines.size(), 1U);
     EXPECT_TRUE(trace.has(7, "(debug): Initializing table vft for small"));
     EXPECT_EQ(trace.lines[0].module_id, 0U);  // which is not registered
 
     err = 0;
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, 0U);
