@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading and writing one field.
+#include <cerrno>
 #include <functional>
 #include <limits>
 
@@ -63,7 +64,7 @@ TEST_P(Accessors, TheWholeObjectsGetIsTheObjectUntested) {
     st_every *every = make.every(1);
     EXPECT_EQ(st_every_get(handle, tx, every, &err), every);
     EXPECT_EQ(st_every_get(handle, tx, nullptr, &err), nullptr);
-    err = 12;
+    err = ENOMEM;
     EXPECT_EQ(st_every_get(handle, tx, every, &err), every);
 }
 
@@ -92,11 +93,11 @@ TEST_P(Accessors, AFieldOfANullObjectIsNullAndCannotBeSet) {
     EXPECT_EQ(st_every_tag_get(handle, tx, nullptr, &err), nullptr);
     EXPECT_EQ(err, 0U);
     st_every_a32_set_value(handle, tx, nullptr, 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     st_every_label_set(handle, tx, nullptr, Text("x"), &err);
-    expect_error(2);
+    expect_error(ENOENT);
     st_every_lamp_set_value(handle, tx, nullptr, 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_P(Accessors, ANullAccessIsError2AtASetOfAValueAnd0AtARead) {
@@ -106,7 +107,7 @@ TEST_P(Accessors, ANullAccessIsError2AtASetOfAValueAnd0AtARead) {
     EXPECT_EQ(st_every_a32_get_value(handle, tx, every, &err), 0U);
     EXPECT_EQ(err, 0U);
     st_every_a32_set_value(handle, tx, every, 99, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(bytes_of(every, every_size), before);
 }
 
@@ -151,7 +152,7 @@ TEST_P(Accessors, AWriteAnnouncesTheValueThenItsFlagAndNothingElse) {
 TEST_P(Accessors, AValueThatCannotBeStoredStillMarksTheField) {
     st_every *every = st_every_create(handle, tx);
     st_every_lamp_set_value(handle, tx, every, 3, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(st_every_lamp_get_value(handle, tx, every, &err), 0U);
     EXPECT_EQ(kel_get_instance_modified(every, 1, 0), 1U);
     if (tracking()) {

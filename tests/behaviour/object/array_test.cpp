@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // An array field and its flags: one for the whole array, one for each element.
 #include <array>
+#include <cerrno>
 #include <numeric>
 #include <vector>
 
@@ -69,9 +70,9 @@ TEST_P(Arrays, ALengthAboveTheArrayIsError22WithoutATrace) {
     TraceCapture trace;
     const auto before = bytes_of(grown, grown_size);
     st_grown_minute_get_mem(handle, tx, grown, area.data(), minutes + 1, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     st_grown_minute_set_mem(handle, tx, grown, area.data(), minutes + 1, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(bytes_of(grown, grown_size), before);
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
@@ -99,8 +100,8 @@ TEST_P(Arrays, TheCrFormOfABlockWriteGivesTheLastError) {
     kel_clear_last_error(handle);
     EXPECT_EQ(st_grown_minute_set_mem_cr(handle, grown, values.data(), minutes), 0U);
     EXPECT_EQ(bytes_of(element(0), minutes), std::vector<u8>(values.begin(), values.end()));
-    EXPECT_EQ(st_grown_minute_set_mem_cr(handle, grown, values.data(), minutes + 1), 22U);
-    EXPECT_EQ(st_grown_minute_set_mem_cr(handle, grown, std::vector<u8>{77}.data(), 1), 22U);
+    EXPECT_EQ(st_grown_minute_set_mem_cr(handle, grown, values.data(), minutes + 1), EINVAL);
+    EXPECT_EQ(st_grown_minute_set_mem_cr(handle, grown, std::vector<u8>{77}.data(), 1), EINVAL);
     EXPECT_EQ(*element(0), 1);
 }
 
@@ -118,11 +119,11 @@ TEST_P(Arrays, AnIndexBeyondTheArrayIsError2) {
     const auto before = bytes_of(grown, grown_size);
     for (const u32 index : {minutes, 0xffffffffU}) {
         EXPECT_EQ(st_grown_minute_get(handle, tx, grown, index, &err), nullptr);
-        expect_error(2);
+        expect_error(ENOENT);
         EXPECT_EQ(st_grown_minute_get_value(handle, tx, grown, index, &err), 0);
-        expect_error(2);
+        expect_error(ENOENT);
         st_grown_minute_set_value(handle, tx, grown, index, 1, &err);
-        expect_error(2);
+        expect_error(ENOENT);
     }
     EXPECT_EQ(bytes_of(grown, grown_size), before);
 }
@@ -133,7 +134,7 @@ TEST_P(Arrays, ANullAccessIsError2AtASetOfAnElementsValue) {
     EXPECT_EQ(err, 0U);
     services.clear();
     st_grown_minute_set_value(handle, tx, grown, 3, 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(services.count("u_int8_get"), 2U) << "the path is tried once more";
     EXPECT_EQ(*element(3), 0);
 }
@@ -143,7 +144,7 @@ TEST_P(Arrays, ANullObjectHasNoElements) {
     EXPECT_EQ(st_grown_minute_get_value(handle, tx, nullptr, 3, &err), 0);
     EXPECT_EQ(err, 0U);
     st_grown_minute_set_value(handle, tx, nullptr, 3, 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_P(Arrays, AnElementSetFromASourceGetsBothFlagsAndNoModifiedMark) {
@@ -191,18 +192,18 @@ TEST_P(Arrays, AnInstanceTooOldForTheArrayGivesError43) {
     const u8 source = 3;
     u8 out = 77;
     st_grown_minute_get_mem(handle, tx, grown, &out, 1, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(out, 77);
     EXPECT_EQ(st_grown_minute_get(handle, tx, grown, 0, &err), nullptr);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(st_grown_minute_get_value(handle, tx, grown, 0, &err), 0);
-    expect_error(43);
+    expect_error(EIDRM);
     st_grown_minute_set_mem(handle, tx, grown, &source, 1, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     st_grown_minute_set(handle, tx, grown, 0, &source, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     st_grown_minute_set_value(handle, tx, grown, 0, 3, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(*element(0), 0);
 }
 
@@ -210,7 +211,7 @@ TEST_F(UntrackedArray, ABlockWriteFailsBeforeAnyChange) {
     const u8 source = 3;
     TraceCapture trace;
     st_grown_minute_set_mem(handle, tx, grown, &source, 1, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(*at(grown, 168), 0);
     EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
 }
@@ -219,9 +220,9 @@ TEST_F(UntrackedArray, AnElementsWriteFailsWithItsValueInPlace) {
     const u8 source = 3;
     TraceCapture trace;
     st_grown_minute_set(handle, tx, grown, 1, &source, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     st_grown_minute_set_value(handle, tx, grown, 2, 4, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(bytes_of(at(grown, 168), 3), (std::vector<u8>{0, 3, 4}));
     EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 2U);
     EXPECT_EQ(kel_get_instance_modified(grown, 1, 0), 0U);
@@ -230,20 +231,20 @@ TEST_F(UntrackedArray, AnElementsWriteFailsWithItsValueInPlace) {
 TEST_F(UntrackedArray, FlagsAreError22) {
     u8 *flags = nullptr;
     EXPECT_EQ(st_grown_minute_state_flag_whole_get(handle, tx, grown, &err), 0);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(st_grown_minute_state_flag_get(handle, tx, grown, 0, &err), 0);
-    expect_error(22);
+    expect_error(EINVAL);
     st_grown_minute_state_flag_get_arr(handle, tx, grown, &flags, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(flags, nullptr);
     st_grown_minute_state_flag_whole_set(handle, tx, grown, 1, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     st_grown_minute_state_flag_set(handle, tx, grown, 0, 1, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     const std::vector<u8> source(minutes, 9);
     const auto before = bytes_of(grown, grown_size);
     st_grown_minute_state_flag_set_arr(handle, tx, grown, source.data(), minutes, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(bytes_of(grown, grown_size), before);
 }
 
@@ -275,9 +276,9 @@ TEST_F(ArrayFlags, AnElementHasAFlagOfItsOwn) {
 TEST_F(ArrayFlags, AnIndexBeyondTheArrayIsError2) {
     const auto before = bytes_of(state(0), grown_states);
     EXPECT_EQ(st_grown_minute_state_flag_get(handle, tx, grown, minutes, &err), 0);
-    expect_error(2);
+    expect_error(ENOENT);
     st_grown_minute_state_flag_set(handle, tx, grown, minutes, 8, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(bytes_of(state(0), grown_states), before);
 }
 
@@ -291,9 +292,9 @@ TEST_F(ArrayFlags, TheElementFlagsBeginBehindTheWholeArraysFlag) {
 TEST_F(ArrayFlags, SettingAllElementFlagsTakesExactlyAsManyAsThereAre) {
     const std::vector<u8> source(minutes, 9);
     st_grown_minute_state_flag_set_arr(handle, tx, grown, source.data(), minutes - 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     st_grown_minute_state_flag_set_arr(handle, tx, grown, source.data(), minutes + 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(bytes_of(state(0), grown_states), std::vector<u8>(grown_states));
 }
 
@@ -318,11 +319,11 @@ TEST_F(ArrayFlags, AnInstanceTooOldForTheArrayKeepsItsFlags) {
     head(grown)->variant = -1;
     const std::vector<u8> source(minutes, 9);
     st_grown_minute_state_flag_whole_set(handle, tx, grown, 1, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     st_grown_minute_state_flag_set(handle, tx, grown, 0, 1, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     st_grown_minute_state_flag_set_arr(handle, tx, grown, source.data(), minutes, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(bytes_of(state(0), grown_states), std::vector<u8>(grown_states));
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The objects of a clone or a copy if a step of it fails.
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
@@ -22,7 +23,7 @@ TEST_P(CloneFailures, ANestedObjectNewerThanTheDomainIsError43AndNothingIsMade) 
     const u64 blocks = session.blocks();
     st_every *result = nullptr;
     st_every_clone(handle, tx, source, &result, workspace.data(), 8000, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(result, nullptr);
     EXPECT_EQ(session.blocks(), blocks);
 }
@@ -34,14 +35,14 @@ TEST_P(CloneFailures, ACopyWhoseSourceCannotBeWrittenLeavesItsDestination) {
     ASSERT_EQ(kel_handle_set_workspace(handle, tracking() ? 6 + 27 + 5 : 40), 0U);
     kel_clear_last_error(handle);
     st_every_copy_cr(handle, source, destination);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     make.check(destination, 2);
 }
 
 TEST_P(CloneFailures, AWorkspaceOfNoBytesIsError12) {
     st_every *result = nullptr;
     st_every_clone(handle, tx, make.every(1), &result, workspace.data(), 0, &err);
-    expect_error(12);
+    expect_error(ENOMEM);
     EXPECT_EQ(result, nullptr);
 }
 
@@ -92,7 +93,7 @@ TEST_F(PlainCloneFailures, AFailingCopyLeavesTheFallbackObjectWhereItIs) {
     hooks.fail_allocations(true);
     hooks.clear();
     st_ldap_conn_copy_cr(handle, source, fallback);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(hooks.count(Hook::free), 0U);
     EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
     EXPECT_EQ(head(fallback)->descriptor, &_st_ldap_conn_type_info_internal);

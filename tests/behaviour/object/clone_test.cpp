@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Clones and copies, which are made through the wire form.
+#include <cerrno>
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
@@ -70,19 +71,19 @@ TEST_P(Clones, ACloneKeepsItsVariantWhateverTheDomainSays) {
 TEST_P(Clones, CloneStoresNullFirstThenLooksAtTheErrorAndItsArguments) {
     st_ldap_conn *source = make.conn("server", 1);
     st_ldap_conn *result = source;
-    err = 17;
+    err = EEXIST;
     st_ldap_conn_clone(handle, tx, source, &result, workspace.data(), 8000, &err);
     EXPECT_EQ(result, nullptr);
-    EXPECT_EQ(err, 17U);
+    EXPECT_EQ(err, EEXIST);
     err = 0;
     result = source;
     st_ldap_conn_clone(handle, tx, source, &result, nullptr, 8000, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(result, nullptr);
     st_ldap_conn_clone(handle, tx, source, nullptr, workspace.data(), 8000, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     st_ldap_conn_clone(handle, tx, nullptr, &result, workspace.data(), 8000, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_P(Clones, AWorkspaceThatIsTooSmallIsError90AndNothingIsMade) {
@@ -90,7 +91,7 @@ TEST_P(Clones, AWorkspaceThatIsTooSmallIsError90AndNothingIsMade) {
     const u64 blocks = session.blocks();
     st_every *result = nullptr;
     st_every_clone(handle, tx, source, &result, workspace.data(), 45, &err);
-    expect_error(90);
+    expect_error(EMSGSIZE);
     EXPECT_EQ(result, nullptr);
     EXPECT_EQ(session.blocks(), blocks);
 }
@@ -101,10 +102,10 @@ TEST_P(Clones, WithoutMemoryACloneIsError12) {
     hooks.fail_allocations(true);
     st_every *result = nullptr;
     st_every_clone(handle, tx, source, &result, workspace.data(), 8000, &err);
-    expect_error(12);
+    expect_error(ENOMEM);
     EXPECT_EQ(result, nullptr);
     EXPECT_EQ(st_every_clone_cr(handle, source), nullptr);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
 }
 
 TEST_P(Clones, ACloneThatFailsInTheMiddleLeavesNothingBehind) {
@@ -122,7 +123,7 @@ TEST_P(Clones, ACloneThatFailsInTheMiddleLeavesNothingBehind) {
             make.check(result, 1);
             return;
         }
-        expect_error(12);
+        expect_error(ENOMEM);
         EXPECT_EQ(result, nullptr);
         EXPECT_EQ(session.blocks(), blocks) << "allocation " << n;
     }
@@ -149,7 +150,7 @@ TEST_P(Clones, ACopyThatFailsDestroysItsDestination) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     st_ldap_conn_copy_cr(handle, source, destination);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(head(destination)->descriptor, nullptr);
     EXPECT_EQ(hooks.of(Hook::free).back().address, destination);
 }
@@ -158,10 +159,10 @@ TEST_P(Clones, ACopyFromOrToNullIsError2) {
     st_every *every = make.every(4);
     kel_clear_last_error(handle);
     st_every_copy_cr(handle, every, nullptr);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(handle->last_error, ENOENT);
     kel_clear_last_error(handle);
     st_every_copy_cr(handle, nullptr, every);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(handle->last_error, ENOENT);
     make.check(every, 4);
 }
 
@@ -170,16 +171,16 @@ TEST_P(Clones, AHandleWithoutAWorkspaceClonesNothing) {
     ASSERT_EQ(kel_handle_set_workspace(handle, 0), 0U);
     kel_clear_last_error(handle);
     EXPECT_EQ(st_every_clone_cr(handle, source), nullptr);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(handle->last_error, ENOENT);
 }
 
 TEST_P(Clones, ACrCloneWithAnErrorSetDoesNothing) {
     st_every *source = make.every(4);
     st_every *destination = make.every(5);
-    kel_store_err(handle, 17);
+    kel_store_err(handle, EEXIST);
     EXPECT_EQ(st_every_clone_cr(handle, source), nullptr);
     st_every_copy_cr(handle, source, destination);
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
     make.check(destination, 5);
 }
 

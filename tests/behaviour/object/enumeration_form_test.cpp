@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wire, text and XML forms of enumerations.
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -47,7 +48,7 @@ TEST_P(EnumerationForms, TheWireCarriesTheVariantAndTheInternalValue) {
 TEST_P(EnumerationForms, TheCrFormOfTheLengthIs0WithAnErrorSet) {
     kel_clear_last_error(handle);
     EXPECT_EQ(door_state_len_cr(handle), 5U);
-    kel_store_err(handle, 17);
+    kel_store_err(handle, EEXIST);
     EXPECT_EQ(door_state_len_cr(handle), 0U);
 }
 
@@ -93,16 +94,16 @@ TEST_P(EnumerationForms, WithoutRoomTheErrorIs12AndWithTooLittle90) {
     door_state *object = door(2);
     for (const u32 room : {0U, 0x80000000U}) {
         EXPECT_EQ(door_state_marshal(handle, tx, buffer.data(), object, room, &err), 0U);
-        expect_error(12);
+        expect_error(ENOMEM);
         EXPECT_EQ(door_state_unmarshal(handle, tx, buffer.data(), object, room, 0, &err), 0U);
-        expect_error(12);
+        expect_error(ENOMEM);
     }
     for (u32 room = 1; room < 5; ++room) {
         std::vector<u8> exact(room);
         door_state_marshal(handle, tx, exact.data(), object, room, &err);
-        expect_error(90);
+        expect_error(EMSGSIZE);
         door_state_unmarshal(handle, tx, exact.data(), object, room, 0, &err);
-        expect_error(90);
+        expect_error(EMSGSIZE);
         EXPECT_EQ(value_of(object), 2U);
     }
 }
@@ -111,10 +112,10 @@ TEST_P(EnumerationForms, AnInstanceNewerThanTheDomainIsReportedAndWritten) {
     door_state *object = door(2);
     head(object)->variant = 1;
     EXPECT_EQ(form(object), (std::vector<u8>{0, 1, 0, 0, 0}));
-    expect_error(43);
+    expect_error(EIDRM);
     kel_handle_set_variant(handle, &_door_state_type_info_internal, -1);
     EXPECT_EQ(form(object), (std::vector<u8>{0xff, 1, 0, 0, 0}));
-    expect_error(43);
+    expect_error(EIDRM);
 }
 
 TEST_P(EnumerationForms, AKnownValueIsPrintedByName) {
@@ -149,7 +150,7 @@ TEST_P(EnumerationForms, TheCrFormsUseTheEnumerationsName) {
     const std::string xml = text(door_state_toxml_cr(handle, object, buffer.data(), 500));
     EXPECT_EQ(xml.substr(0, 11), "<door_state");
     EXPECT_EQ(door_state_print_cr(handle, object, buffer.data(), 5), 0xffffffffU);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     EXPECT_EQ(door_state_toxml_cr(handle, object, buffer.data(), 500), 0xffffffffU);
 }
 
@@ -201,14 +202,14 @@ TEST_P(EnumerationForms, AFailureOtherThanAbsenceIsReportedWithThePath) {
     door_state *object = door(2);
     services.always_return("xml_get_element_value", 22);
     read(object, "<d><DOOR_OPEN/></d>");
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_STREQ(message, "Failed xpath: /d");
     EXPECT_EQ(value_of(object), 2U);
     door_state_from_xml(handle, tx, "/d", nullptr, object, &err, nullptr, 0);
-    expect_error(22);
+    expect_error(EINVAL);
     char small[8] = "";
     door_state_from_xml(handle, tx, "/d", nullptr, object, &err, small, sizeof small);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_STREQ(small, "Failed ");
 }
 

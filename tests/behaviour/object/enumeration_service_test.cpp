@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wire, text and XML forms of enumerations, step by step: the services that are called,
 // and their arguments.
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -87,7 +88,7 @@ TEST_P(EnumerationServices, XmlIsATagTheEnumeratorAndATag) {
 TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
     lamp_state *object = lamp(0);
     const Document document = parse("<d><LAMP_BLINK/></d>");
-    handle->last_error = 17;
+    handle->last_error = EEXIST;
     services.clear();
     lamp_state_from_xml(handle, tx, "/d", document.get(), object, &err, nullptr, 0);
     EXPECT_EQ(err, 0U);
@@ -102,7 +103,7 @@ TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
     // Each absence was stored in the handle and cleared from the error word.
     EXPECT_EQ(services.count("kel_store_err"), 2U);
     EXPECT_EQ(services.calls("kel_store_err")[0].arguments, words(handle, 2));
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(handle->last_error, ENOENT);
 }
 
 TEST_P(EnumerationServices, FromXmlStopsAtTheFirstFailureAndAtTheEndOfItsPath) {
@@ -110,7 +111,7 @@ TEST_P(EnumerationServices, FromXmlStopsAtTheFirstFailureAndAtTheEndOfItsPath) {
     services.always_return("xml_get_element_value", 22);
     services.clear();
     lamp_state_from_xml(handle, tx, "/d", nullptr, object, &err, nullptr, 0);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(services.count("xml_get_element_value"), 1U);
     services.always_return("xml_get_element_value", 2);
     services.clear();

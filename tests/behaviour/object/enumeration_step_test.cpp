@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Enumerations, step by step: the services that are called and their arguments, the bytes
 // that are announced and their content, and what stays unchanged with an error on entry.
+#include <cerrno>
 #include <functional>
 #include <string>
 #include <vector>
@@ -20,13 +21,13 @@ class EnumerationSteps : public ObjectModeTest {
     }
     static u32 &value_of(void *object) { return static_cast<kel_enum_object *>(object)->value; }
     void expect_untouched(const std::function<void()> &operation) {
-        handle->last_error = 22;
-        err = 5;
+        handle->last_error = EINVAL;
+        err = EIO;
         services.clear();
         HookRecorder hooks(handle);
         operation();
-        EXPECT_EQ(err, 5U);
-        EXPECT_EQ(handle->last_error, 22U);
+        EXPECT_EQ(err, EIO);
+        EXPECT_EQ(handle->last_error, EINVAL);
         EXPECT_TRUE(services.calls().empty());
         EXPECT_TRUE(hooks.events.empty());
         err = 0;
@@ -95,11 +96,11 @@ TEST_P(EnumerationSteps, AnInstanceOfAnyVariantIsCountedAtVariant0) {
 }
 
 TEST_P(EnumerationSteps, TheCrFormAsksForNoMemoryWhileAnErrorIsSet) {
-    handle->last_error = 17;
+    handle->last_error = EEXIST;
     HookRecorder hooks(handle);
     lamp_state *fallback = lamp_state_create_cr(handle);
     EXPECT_TRUE(hooks.events.empty());
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
     EXPECT_EQ(bytes_of(fallback, 16), std::vector<u8>(16));
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
     // The handle decides whether the worker may return the fallback object.
@@ -113,7 +114,7 @@ TEST_P(EnumerationSteps, TheCrFormAsksForNoMemoryWhileAnErrorIsSet) {
 kel_handle *failing = nullptr;
 
 void *fail_with_an_error(void *, u32, u64) {
-    failing->last_error = 17;
+    failing->last_error = EEXIST;
     return nullptr;
 }
 
@@ -122,7 +123,7 @@ TEST_P(EnumerationSteps, AnErrorThatTheAllocatorStoredIsKept) {
     failing = handle;
     handle->alloc_hook = fail_with_an_error;
     EXPECT_EQ(bytes_of(lamp_state_create_cr(handle), 16), std::vector<u8>(16));
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
     handle->alloc_hook = own;
     kel_clear_last_error(handle);
 }
@@ -215,12 +216,12 @@ TEST_P(EnumerationSteps, ASetterClearsTheErrorAdjustsTestsStoresAndMarks) {
         "kel_set_instance_modified";
     lamp_state *source = lamp(2);
     lamp_state *object = lamp(1);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     services.clear();
     lamp_state_set_value(handle, tx, object, 0, &err);
     EXPECT_EQ(services.order(steps), expected);
     EXPECT_EQ(handle->last_error, 0U);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     services.clear();
     lamp_state_set(handle, tx, object, source, &err);
     EXPECT_EQ(services.order(steps), expected);
@@ -268,7 +269,7 @@ TEST_P(EnumerationSteps, AnEpochErrorIsReportedByItsOwnServiceAndMarksNothing) {
         services.clear();
         HookRecorder hooks(handle);
         setter();
-        expect_error(43);
+        expect_error(EIDRM);
         ASSERT_EQ(services.count("kel_store_epoch_err"), 1U);
         EXPECT_EQ(services.calls("kel_store_epoch_err")[0].arguments, words(handle, 43, &err));
         // The service's own call, which the compiler may have inlined.
@@ -285,9 +286,9 @@ TEST_P(EnumerationSteps, TheOnlyEnumeratorOfAnEnumerationIsTestedLikeTheOthers) 
     single_choice_set_value(handle, tx, object, 0, &err);
     EXPECT_EQ(err, 0U);
     single_choice_set_value(handle, tx, object, 1, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     single_choice_set_value(handle, tx, object, 0xffffffffU, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(value_of(object), 0U);
     EXPECT_EQ(single_choice_is_valid_cr(handle, static_cast<u32>(-1)), 1U);
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Enumerations: lifecycle and values. lamp_state counts from 0, door_state from 1.
+#include <cerrno>
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
@@ -72,7 +73,7 @@ TEST_P(Enumerations, AnEmbeddedOneIsNeitherCountedNorDestroyed) {
 }
 
 TEST_P(Enumerations, ADomainThatFailsIsTracedAndTheObjectIsMadeAllTheSame) {
-    fail_domain(22);
+    fail_domain(EINVAL);
     TraceCapture trace;
     EXPECT_NE(lamp_state_create(handle, tx), nullptr);
     EXPECT_TRUE(trace.has(3, "(ERR): error in lamp_state create Invalid argument"));
@@ -116,7 +117,7 @@ TEST_P(Enumerations, WithoutMemoryCreateAnswersNullAndTheCrFormTheFallbackObject
     EXPECT_EQ(handle->last_error, 0U);
     lamp_state *fallback = lamp_state_create_cr(handle);
     ASSERT_NE(fallback, nullptr);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
     EXPECT_EQ(bytes_of(fallback, 16), std::vector<u8>(16));
     EXPECT_EQ(lamp_state_create_cr(handle), fallback);
@@ -160,7 +161,7 @@ TEST_P(Enumerations, OneHoldsNoReferences) {
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(reference, 7U);
     EXPECT_EQ(lamp_state_get_oid_count(handle, tx, nullptr, &err), 0U);
-    expect_error(22);
+    expect_error(EINVAL);
 }
 
 // ---- Values -------------------------------------------------------------------------------
@@ -210,13 +211,13 @@ TEST_P(Enumerations, AValueOfALaterVariantIsError43AndChangesNothing) {
     lamp_state *object = lamp(1);
     const auto before = bytes_of(object, 16);
     lamp_state_set_value(handle, tx, object, 3, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     lamp_state_set_value(handle, tx, object, 0xffffffffU, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     lamp_state *source = lamp(1);
     static_cast<kel_enum_object *>(static_cast<void *>(source))->value = 3;
     lamp_state_set(handle, tx, object, source, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(bytes_of(object, 16), before);
 }
 
@@ -235,7 +236,7 @@ TEST_P(Enumerations, User0OfAnEnumerationFrom1IsAcceptedAndStored) {
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(value_of(door), 0U);
     door_state_set_value(handle, tx, door, 4, &err);
-    expect_error(43);
+    expect_error(EIDRM);
 }
 
 TEST_P(Enumerations, SettingOneFromAnotherCopiesItWhole) {
@@ -254,15 +255,15 @@ TEST_P(Enumerations, SettingOneFromAnotherCopiesItWhole) {
 
 TEST_P(Enumerations, NullObjectsAreErrors) {
     EXPECT_EQ(lamp_state_get_value(handle, tx, nullptr, &err), 0U);
-    expect_error(22);
+    expect_error(EINVAL);
     lamp_state_set_value(handle, tx, nullptr, 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     lamp_state *object = lamp(1);
     lamp_state_set(handle, tx, object, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(value_of(object), 1U);
     lamp_state_set(handle, tx, nullptr, object, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_P(Enumerations, AdjustingAsksWithTopVariant0) {

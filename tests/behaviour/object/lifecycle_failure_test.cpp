@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Destruction that fails, objects in mappings, state blocks of nested objects.
 #include <algorithm>
+#include <cerrno>
 #include <map>
 #include <vector>
 
@@ -21,7 +22,7 @@ class LifecycleFailure : public ObjectTest {
                          });
         services.replace(kellib_lookup_and_update_oid_ref_count,
                          [this](auto, auto, u64 oid, auto, u32 *error) {
-                             if (oid == lost_reference) *error = 2;
+                             if (oid == lost_reference) *error = ENOENT;
                          });
     }
     u32 references_error = 0;  // when they are fetched
@@ -31,7 +32,7 @@ class NestedState : public TrackedTest {};
 using FatalLifecycle = ObjectTest;
 
 TEST_F(LifecycleFailure, ADomainThatFailsIsForgivenByTheCounting) {
-    fail_domain(22);
+    fail_domain(EINVAL);
     EXPECT_NE(st_point_create(handle, tx), nullptr);
 }
 
@@ -39,7 +40,7 @@ TEST_F(LifecycleFailure, AnObjectThatCannotBeInitialisedIsGivenBackAndTraced) {
     // The fields' own look-ups fail after the counting, which clears the first failure.
     TraceCapture trace;
     HookRecorder hooks(handle);
-    fail_domain(22);
+    fail_domain(EINVAL);
     EXPECT_EQ(st_tag_create(handle, tx), nullptr);
     EXPECT_TRUE(trace.has(3, "(ERR): error in st_tag create: Invalid argument"));
     ASSERT_EQ(hooks.count(Hook::alloc), 1U);
@@ -68,13 +69,13 @@ TEST_F(LifecycleFailure, AMappedObjectWhoseMappingCannotGoSurvivesWhole) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->flags |= OBJ_OID_MAPPED;
     services.replace(kel_request_oid_mapping_destroy, [](auto, auto, auto, u32 *error) {
-        *error = 22;
+        *error = EINVAL;
         return 1U;
     });
     TraceCapture trace;
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_NE(head(conn)->descriptor, nullptr);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(trace.has(3,
                           "(ERR): st_ldap_conn destroy: Failed to remove oid mapping for object. "
                           "Error Invalid argument"));
@@ -123,7 +124,7 @@ TEST_F(LifecycleFailure, ReferencesThatCannotBeFetchedLeaveTheObjectHalfDestroye
     st_ldap_conn *conn = make.conn("server", 1);
     const kel_variant_usage counted = usage(&_st_ldap_conn_type_info_internal);
     hold_references({11});
-    references_error = 22;
+    references_error = EINVAL;
     TraceCapture trace;
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_TRUE(trace.has(3,
@@ -142,13 +143,13 @@ TEST_F(LifecycleFailure, AnHdMappingThatCannotGoKeepsTheMemory) {
                      [conn](kel_handle *own, u32 tx_id, void *object, u32 *error) {
                          if (object != conn)
                              return kel_hd_mapping_destroy(own, tx_id, object, error);
-                         *error = 22;
+                         *error = EINVAL;
                      });
     TraceCapture trace;
     HookRecorder hooks(handle);
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_NE(head(conn)->descriptor, nullptr);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(hooks.count(Hook::free), 0U);
     EXPECT_TRUE(trace.has(3,
                           "(ERR): st_ldap_conn destroy: Failed to remove oid mapping for object. "
@@ -219,7 +220,7 @@ TEST_F(NestedState, ANestedObjectWithoutABaseFailsWithItsHeaderWritten) {
     TraceCapture trace;
     st_tag_initialize(handle, tx, tag, &_st_tag_type_info_internal, 0, 0, OBJ_NESTED, nullptr,
                       &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_TRUE(trace.has(3,
                           "(ERR): sttr_base can not be NULL in NESTED case. Please check the "
                           "parent object and provide the correct state tracking base pointer"));
@@ -307,7 +308,7 @@ TEST_F(NestedState, WithoutMemoryForAPlaceCreationFailsAndLeavesNothing) {
             EXPECT_GT(n, 5U) << "the object and its places";
             return;
         }
-        EXPECT_EQ(handle->last_error, n == 1 ? 0U : 12U);
+        EXPECT_EQ(handle->last_error, n == 1 ? 0 : ENOMEM);
         EXPECT_EQ(session.blocks(), blocks) << "allocation " << n;
     }
     FAIL() << "it never succeeds";
@@ -319,7 +320,7 @@ TEST_F(NestedState, WithoutMemoryForAPlaceOffsetUpdateIsError12) {
     kel_store_fail_allocation(session.store(), 1);
     st_every_offset_update(handle, tx, every, at(every, every_size), &err);
     kel_store_fail_allocation(session.store(), 0);
-    expect_error(12);
+    expect_error(ENOMEM);
     EXPECT_EQ(services.calls("kellib_update_sttr_offset").back().pointer<u8>(2), at(every, 96));
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Making, marking and destroying objects.
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
@@ -108,11 +109,11 @@ TEST_P(Lifecycle, AQuietUnloggedInitializationAnnouncesAndCountsNothing) {
 
 TEST_P(Lifecycle, InitializationWithAnErrorSetDoesNothing) {
     std::vector<u8> memory(st_ldap_conn_sizeof(handle));
-    err = 22;
+    err = EINVAL;
     st_ldap_conn_initialize(handle, tx, at<st_ldap_conn>(memory.data(), 0),
                             &_st_ldap_conn_type_info_internal, 1, 0, 0, nullptr, &err);
     EXPECT_EQ(memory, std::vector<u8>(memory.size()));
-    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(err, EINVAL);
 }
 
 TEST_P(Lifecycle, CreationCountsCreatedAndLiveWithAnAnnouncementEach) {
@@ -229,9 +230,9 @@ TEST_P(Lifecycle, WithoutMemoryCreateAnswersNullAndKeepsTheLastError) {
     hooks.fail_allocations(true);
     EXPECT_EQ(st_ldap_conn_create(handle, tx), nullptr);
     EXPECT_EQ(handle->last_error, 0U);
-    kel_store_err(handle, 17);
+    kel_store_err(handle, EEXIST);
     EXPECT_EQ(st_ldap_conn_create(handle, tx), nullptr);
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
 }
 
 TEST_P(Lifecycle, WithoutMemoryTheCrFormAnswersTheZeroedFallbackObjectAndStores12) {
@@ -240,7 +241,7 @@ TEST_P(Lifecycle, WithoutMemoryTheCrFormAnswersTheZeroedFallbackObjectAndStores1
     kel_clear_last_error(handle);
     st_ldap_conn *first = st_ldap_conn_create_cr(handle);
     ASSERT_NE(first, nullptr);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
     EXPECT_EQ(bytes_of(first, conn_size), std::vector<u8>(conn_size));
     st_every *other = st_every_create_cr(handle);
@@ -251,7 +252,7 @@ TEST_P(Lifecycle, WithoutMemoryTheCrFormAnswersTheZeroedFallbackObjectAndStores1
 // An allocator that fails and stores the error in the handle.
 kel_handle *speaking_handle = nullptr;
 void *speak_and_fail(void *, std::uint32_t, std::uint64_t) {
-    speaking_handle->last_error = 28;
+    speaking_handle->last_error = ENOSPC;
     return nullptr;
 }
 
@@ -261,17 +262,17 @@ TEST_P(Lifecycle, WithoutMemoryTheCrFormKeepsWhatTheAllocatorSaid) {
     handle->alloc_hook = &speak_and_fail;
     kel_clear_last_error(handle);
     EXPECT_NE(st_ldap_conn_create_cr(handle), nullptr);
-    EXPECT_EQ(handle->last_error, 28U);
+    EXPECT_EQ(handle->last_error, ENOSPC);
     handle->alloc_hook = real;
 }
 
 TEST_P(Lifecycle, TheCrFormWithAnErrorSetAnswersTheFallbackObjectWithoutAllocating) {
     HookRecorder hooks(handle);
-    kel_store_err(handle, 17);
+    kel_store_err(handle, EEXIST);
     st_ldap_conn *conn = st_ldap_conn_create_cr(handle);
     ASSERT_NE(conn, nullptr);
     EXPECT_EQ(hooks.count(Hook::alloc), 0U);
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
     EXPECT_EQ(bytes_of(conn, conn_size), std::vector<u8>(conn_size));
 }
 
@@ -333,20 +334,20 @@ TEST_P(Lifecycle, NoObjectHoldsReferencesOfItsOwn) {
 TEST_P(Lifecycle, AskingNullForReferencesIsError22) {
     TraceCapture trace;
     EXPECT_EQ(st_every_get_oid_count(handle, tx, nullptr, &err), 0U);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_TRUE(trace.has(3, "(ERR): Invalid object passed in to get object oid count"));
     st_every_get_object_references(handle, tx, nullptr, nullptr, 0, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_TRUE(trace.has(3, "(ERR): Cannot get table references. Invalid object passed on"));
 }
 
 TEST_P(Lifecycle, AskingForReferencesWithAnErrorSetIsTraced) {
     TraceCapture trace;
     st_every *every = make.every(1);
-    err = 12;
+    err = ENOMEM;
     EXPECT_EQ(st_every_get_oid_count(handle, tx, every, &err), 0U);
     st_every_get_object_references(handle, tx, every, nullptr, 0, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_TRUE(trace.has(3, "(ERR): Error already present in call to get object oid count"));
     EXPECT_TRUE(trace.has(3, "(ERR): Error present in call to get table references from object"));
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What all operations have in common: with an error set on entry they change nothing, and
 // otherwise last_error is that of the latest one.
+#include <cerrno>
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -171,10 +172,10 @@ TEST_P(Prologue, WithAnErrorSetAnOperationGivesItsFailureValueAndChangesNothing)
         kel_store_err(handle, 11);
         const auto before = everything();
         HookRecorder hooks(handle);
-        u32 error = 17;
+        u32 error = EEXIST;
         EXPECT_EQ(each.call(&error), 0U);
-        EXPECT_EQ(error, 17U);
-        EXPECT_EQ(handle->last_error, 11U);
+        EXPECT_EQ(error, EEXIST);
+        EXPECT_EQ(handle->last_error, EAGAIN);
         EXPECT_TRUE(hooks.events.empty());
         EXPECT_EQ(everything(), before);
     }
@@ -190,7 +191,7 @@ TEST_P(Prologue, LastErrorSpeaksOfTheLatestOperation) {
         u32 error = 0;
         each.call(&error);
         EXPECT_GE(services.count("kel_clear_last_error"), 1U);
-        EXPECT_NE(handle->last_error, 11U);
+        EXPECT_NE(handle->last_error, EAGAIN);
     }
 }
 
@@ -200,17 +201,17 @@ TEST_P(Prologue, AnErrorSticksInAChainOfCrCallsUntilItIsCleared) {
     kel_clear_last_error(handle);
     st_ldap_conn *conn = st_ldap_conn_create_cr(handle);
     ASSERT_NE(conn, nullptr);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     hooks.fail_allocations(false);
     EXPECT_EQ(st_ldap_conn_clone_cr(handle, conn), nullptr);
     EXPECT_EQ(st_ldap_conn_len_cr(handle, conn), 0U);
     EXPECT_EQ(st_ldap_conn_print_cr(handle, conn, buffer.data(), 8000), 0xffffffffU);
     EXPECT_EQ(st_ldap_conn_toxml_cr(handle, conn, buffer.data(), 8000), 0xffffffffU);
-    EXPECT_EQ(st_day_minute_set_mem_cr(handle, day, &byte, 1), 12U);
+    EXPECT_EQ(st_day_minute_set_mem_cr(handle, day, &byte, 1), ENOMEM);
     EXPECT_EQ(lamp_state_len_cr(handle), 0U);
     EXPECT_EQ(st_ldap_conn_create_cr(handle), conn);
     st_ldap_conn_destroy_cr(handle, conn);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     // A plain call whose own error is 0 ends the chain.
     st_every_a8_get_value(handle, tx, every, &err);
     EXPECT_EQ(handle->last_error, 0U);

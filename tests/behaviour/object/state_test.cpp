@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // State flags: one byte for each field, outside the value.
+#include <cerrno>
 #include <vector>
 
 #include "tests/behaviour/object/objects.h"
@@ -86,21 +87,21 @@ TEST_F(StateFlags, SettingAFlagAnnouncesItsByteAndMarksTheObjectAsModified) {
 TEST_F(StateFlags, ReadingAFlagMakesNoVariantTestAndKeepsTheLastError) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->variant = -1;
-    kel_store_err(handle, 17);
+    kel_store_err(handle, EEXIST);
     services.clear();
     EXPECT_EQ(st_ldap_conn_num_conns_state_flag_get(handle, tx, conn, &err), 2);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
     EXPECT_EQ(services.count("kel_get_instance_variant"), 0U);
     EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
 }
 
 TEST_F(StateFlags, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
     st_ldap_conn *conn = make.conn("server", 1);
-    err = 12;
+    err = ENOMEM;
     EXPECT_EQ(st_ldap_conn_num_conns_state_flag_get(handle, tx, conn, &err), 0);
     st_ldap_conn_num_conns_state_flag_set(handle, tx, conn, 9, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(*at(conn, conn_size + 2), 2);
 }
 
@@ -158,9 +159,9 @@ TEST_F(StateModes, WithTrackingOffByItsModeFlagsAreError22WithoutATrace) {
     track(KEL_STATE_TRACKING_OFF);
     TraceCapture trace;
     EXPECT_EQ(st_ldap_conn_num_conns_state_flag_get(handle, tx, conn, &err), 0);
-    expect_error(22);
+    expect_error(EINVAL);
     st_ldap_conn_num_conns_state_flag_set(handle, tx, conn, 6, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(*at(conn, conn_size + 2), 2);
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
@@ -169,11 +170,11 @@ TEST_F(StateModes, ReadersAndWritersOfFlagsSayInTwoTextsThatAnObjectIsUntracked)
     st_ldap_conn *conn = plain_conn();
     TraceCapture trace;
     EXPECT_EQ(st_ldap_conn_num_conns_state_flag_get(handle, tx, conn, &err), 0);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), 1U);
     EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 0U);
     st_ldap_conn_num_conns_state_flag_set(handle, tx, conn, 6, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), 1U);
     EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
 }
@@ -183,10 +184,10 @@ TEST_F(StateModes, AFieldWriteToAnUntrackedObjectFailsWithItsValueInPlace) {
     kel_set_instance_modified(conn, 1, 0, 0);
     TraceCapture trace;
     st_ldap_conn_num_conns_set_value(handle, tx, conn, 55, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(st_ldap_conn_num_conns_get_value(handle, tx, conn, &err), 55U);
     st_ldap_conn_sname_set(handle, tx, conn, Text("another name"), &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(text_of(st_ldap_conn_sname_get(handle, tx, conn, &err)), "another name");
     EXPECT_EQ(kel_get_instance_modified(conn, 1, 0), 0U);
     EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 2U);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The text form.
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -157,7 +158,7 @@ TEST_P(Print, TheCrFormPrintsAtIndent0UnderTheTypesName) {
     const u32 length = st_ldap_conn_print_cr(handle, conn, buffer.data(), 1000);
     EXPECT_EQ(text(length).substr(0, 29), "st_ldap_conn@st_ldap_conn: {\n");
     EXPECT_EQ(st_ldap_conn_print_cr(handle, conn, buffer.data(), 10), 0xffffffffU);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     EXPECT_EQ(st_ldap_conn_print_cr(handle, conn, buffer.data(), 1000), 0xffffffffU);
 }
 
@@ -169,8 +170,8 @@ TEST_P(Print, NoRoomIsTooLittleIsSafe) {
         std::vector<char> exact(room);
         const u32 written = st_every_print(handle, tx, exact.data(), 4, "e", every, room, &err);
         EXPECT_LE(written, room);
-        ASSERT_EQ(err, 90U) << room;
-        EXPECT_EQ(handle->last_error, 90U);
+        ASSERT_EQ(err, EMSGSIZE) << room;
+        EXPECT_EQ(handle->last_error, EMSGSIZE);
         err = 0;
     }
     std::vector<char> exact(length);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reading, writing and copying a whole object.
+#include <cerrno>
 #include <ostream>
 #include <vector>
 
@@ -78,9 +79,10 @@ TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
 TEST_P(WholeObjects, AFailureInTheMiddleStopsNeitherTheOtherValuesNorTheMarks) {
     st_every *every = st_every_create(handle, tx);
     services.clear();
-    services.replace(u_int32_set_value, [](auto, auto, auto, auto, u32 *error) { *error = 22; });
+    services.replace(u_int32_set_value,
+                     [](auto, auto, auto, auto, u32 *error) { *error = EINVAL; });
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(services.calls("kel_set_instance_modified", every).size(), 9U);
     EXPECT_EQ(values_of(every), (Values{1, 2, 0, 4, -5, -6, 1, 2, 3})) << "all but a32";
 }
@@ -88,16 +90,17 @@ TEST_P(WholeObjects, AFailureInTheMiddleStopsNeitherTheOtherValuesNorTheMarks) {
 TEST_P(WholeObjects, TheFirstFailureOfSettingAllValuesIsTheResult) {
     st_every *every = st_every_create(handle, tx);
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 99, 3, &err);
-    expect_error(43);
+    expect_error(EIDRM);
     EXPECT_EQ(values_of(every), (Values{1, 2, 3, 4, -5, -6, 1, 0, 3})) << "all but lamp";
-    services.replace(u_int32_set_value, [](auto, auto, auto, auto, u32 *error) { *error = 22; });
+    services.replace(u_int32_set_value,
+                     [](auto, auto, auto, auto, u32 *error) { *error = EINVAL; });
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 99, 3, &err);
-    expect_error(22);
+    expect_error(EINVAL);
 }
 
 TEST_P(WholeObjects, SettingAllValuesOfANullObjectIsError2) {
     st_every_set_all(handle, tx, nullptr, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_P(WholeObjects, ACopyHasTheValuesAndTextsOfItsOwn) {
@@ -168,9 +171,9 @@ TEST_P(WholeObjects, ACopyAnnouncesThePlainSizeFirstAndSetsNoModifiedMark) {
 TEST_P(WholeObjects, ACopyRunsOnWithAnErrorSetAndKeepsIt) {
     st_every *source = make.every(1);
     st_every *copy = make.every(2);
-    err = 12;
+    err = ENOMEM;
     st_every_set(handle, tx, copy, source, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     st_every_destroy(handle, tx, source);
     make.check(copy, 1);
 }
@@ -178,12 +181,12 @@ TEST_P(WholeObjects, ACopyRunsOnWithAnErrorSetAndKeepsIt) {
 TEST_P(WholeObjects, CopyingFromOrToNullIsError2) {
     st_every *every = make.every(1);
     st_every_set(handle, tx, every, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     st_every_set(handle, tx, nullptr, every, &err);
-    expect_error(2);
-    err = 12;
+    expect_error(ENOENT);
+    err = ENOMEM;
     st_every_set(handle, tx, every, nullptr, &err);
-    EXPECT_EQ(err, 12U) << "the first error stays";
+    EXPECT_EQ(err, ENOMEM) << "the first error stays";
     err = 0;
     make.check(every, 1);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wire form of one object of each kind of field, as literal bytes: other processes and
 // other versions read them, so they must not change.
+#include <cerrno>
 #include <vector>
 
 #include "tests/behaviour/object/sample.h"
@@ -60,7 +61,7 @@ TEST_F(WireBytes, OfAnyTruthAreTrueAndOfAnUnknownFamilyAreRefused) {
     ASSERT_EQ(bytes[71], 4) << "the family of addr";
     bytes[71] = 5;
     read(st_every_unmarshal, every, bytes);
-    expect_error(22);
+    expect_error(EINVAL);
 }
 
 TEST_F(WireBytes, OfAnAddressOfEachFamily) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writing and reading the XML form.
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -163,7 +164,7 @@ TEST_P(Xml, TheCrFormUsesTheTypesNameAndNoFlag) {
     const std::string whole = text(st_ldap_conn_toxml_cr(handle, conn, buffer.data(), 1000));
     EXPECT_EQ(nodes(whole, "/st_ldap_conn/sname"), 1U);
     EXPECT_EQ(st_ldap_conn_toxml_cr(handle, conn, buffer.data(), 20), 0xffffffffU);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     EXPECT_EQ(st_ldap_conn_toxml_cr(handle, conn, buffer.data(), 1000), 0xffffffffU);
 }
 
@@ -174,7 +175,7 @@ TEST_P(Xml, NoRoomIsTooLittleIsSafe) {
     for (u32 room = 0; room < length; ++room) {
         std::vector<char> exact(room);
         EXPECT_LE(st_every_to_xml(handle, tx, "e", exact.data(), every, room, 0, &err), room);
-        ASSERT_EQ(err, 90U) << room;
+        ASSERT_EQ(err, EMSGSIZE) << room;
         err = 0;
     }
     std::vector<char> exact(length);
@@ -199,21 +200,21 @@ TEST_P(Xml, AbsentFieldsKeepTheirValues) {
 TEST_P(Xml, APathThatSelectsNothingIsError2) {
     st_ldap_conn *conn = make.conn("server", 300);
     read(conn, "<d><sname>new</sname></d>");
-    expect_error(2);
+    expect_error(ENOENT);
     read(conn, "<c><sname>new</sname></c>", "//[");
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(text_of(st_ldap_conn_sname_get(handle, tx, conn, &err)), "server");
 }
 
 TEST_P(Xml, AnyOtherFailureStopsTheReader) {
     st_ldap_summary *summary = st_ldap_summary_create(handle, tx);
     services.replace(u_int32_from_xml,
-                     [](auto, auto, auto, auto, auto, u32 *error, auto, auto) { *error = 22; });
+                     [](auto, auto, auto, auto, auto, u32 *error, auto, auto) { *error = EINVAL; });
     st_ldap_summary_from_xml(
         handle, tx, "//s",
         parse("<s><sname>a</sname><req_timeout>4</req_timeout><status>1</status></s>").get(),
         summary, &err, message, 128);
-    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(err, EINVAL);
     EXPECT_EQ(text_of(st_ldap_summary_sname_get(handle, tx, summary, &(err = 0))), "a");
     EXPECT_EQ(st_ldap_summary_status_get_value(handle, tx, summary, &err), 0U);
 }
@@ -256,7 +257,7 @@ TEST_P(Xml, ABadElementOfAnArrayStopsTheReader) {
                     parse("<d><minute>8</minute><minute>256</minute><total>5</total></d>").get(),
                     day, &err, nullptr, 0);
     EXPECT_NE(err, 0U);
-    EXPECT_NE(err, 2U);
+    EXPECT_NE(err, ENOENT);
     EXPECT_EQ(st_day_total_get_value(handle, tx, day, &(err = 0)), 0U);
 }
 
@@ -272,7 +273,7 @@ TEST_P(Xml, AnEnumerationsFailureComesWithAMessageAndStopsTheReader) {
     st_every *every = make.every(5);
     services.always_return("xml_get_element_value", 22);
     read(every, "<e><lamp><LAMP_ON/></lamp><label>new</label></e>");
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_STREQ(message, "Failed xpath: //e/lamp");
     EXPECT_NE(text_of(at<kel_vstring>(every, 96)), "new");
 }
@@ -296,7 +297,7 @@ TEST_F(UntrackedXml, AnUntrackedObjectInATrackingHandleIsAnEmptyElementAndError2
     char buffer[256];
     TraceCapture trace;
     const u32 length = st_ldap_conn_to_xml(handle, tx, "c", buffer, conn, 256, 0, &err);
-    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(err, EINVAL);
     EXPECT_TRUE(trace.has(3, "(ERR): The object is non state tracked"));
     const std::string text(buffer, length);
     const Document document = parse(text);
