@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Inserting and removing records, and refusals.
+#include <cerrno>
+
 #include "tests/behaviour/random/driver.h"
 
 namespace tarn::test {
@@ -18,7 +20,7 @@ void Driver::insert(u32 number, u32 table) {
     } else {
         form().insert(handle_, tx_, block, row.record, &err_);
     }
-    expect_error(taken ? 17 : 0);
+    expect_error(taken ? EEXIST : 0);
     if (!taken) model_.insert(number, table, by_pkey, tenant_);
     expect_row(row);
 }
@@ -96,7 +98,7 @@ void Driver::remove_one() {
     const Row &row = model_.rows[number];
     if (engine_must_remove(row) && random_.coin()) {
         form().remove(handle_, tx_, model_.tables[row.table].block, row.record, &err_);
-        expect_error(22);
+        expect_error(EINVAL);
         expect_row(row);
     } else if (random_.one_in(4)) {
         remove_and_destroy(number);
@@ -136,7 +138,7 @@ void Driver::remove_absent() {
     handle_->replication_engine_active = model_.tables[table].marked ? 1 : 0;
     form().remove(handle_, tx_, model_.tables[table].block, row.record, &err_);
     handle_->replication_engine_active = 0;
-    expect_error(2);
+    expect_error(ENOENT);
     model_.remove_absent(number);
     expect_row(row);
 }
@@ -148,9 +150,9 @@ void Driver::request_destroy() {
     const TableModel &table = model_.tables[row.table];
     history_.add("row", number);
     form().request_destroy(handle_, tx_, table.block, nullptr, &err_);
-    expect_error(22);
+    expect_error(EINVAL);
     form().request_destroy(handle_, tx_, table.block, row.record, &err_);
-    expect_error(table.marked ? 0 : 22);
+    expect_error(table.marked ? 0 : EINVAL);
     // Also makes pending records in a table that is not marked.
     if (!table.marked) keldb_request_record_destroy(handle_, tx_, row.record, &err_);
     expect_error(0);
@@ -165,7 +167,7 @@ void Driver::enter_with_error() {
     const Row &row = model_.rows[number];
     kel_table *block = model_.tables[any_table()].block;
     const void *key = keys_[random_.below(run_.kind->keys)]->value();
-    err_ = 5;
+    err_ = EIO;
     form().insert(handle_, tx_, block, row.record, &err_);
     form().remove(handle_, tx_, block, row.record, &err_);
     form().request_destroy(handle_, tx_, block, row.record, &err_);
@@ -174,7 +176,7 @@ void Driver::enter_with_error() {
     same(names().next(handle_, tx_, block, row.record, &err_), nullptr, "a step with an error");
     same(names().sub_next(handle_, tx_, block, row.record, &err_), nullptr,
          "a step to a neighbour with an error");
-    same(err_, 5U, "the error kept");
+    same(err_, u32{EIO}, "the error kept");
     err_ = 0;
     expect_row(row);
 }

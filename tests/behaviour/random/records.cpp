@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Creating, filling, changing, copying, referencing and destroying records.
+#include <cerrno>
+
 #include "tests/behaviour/random/driver.h"
 
 namespace tarn::test {
@@ -23,7 +25,7 @@ constexpr u32 text_count = 40;
 // A record with this source, created by any form that can do so.
 kel_record *Driver::create(u8 src, bool with_objects) {
     kel_record *record = nullptr;
-    err_ = 5;  // is cleared
+    err_ = EIO;  // is cleared
     if (with_objects) {
         record = s.cr.create(handle_, 1);
         err_ = take_cr_error();
