@@ -2,6 +2,7 @@
 // Events in a program that defines the handlers of all tables and links the library.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -179,8 +180,8 @@ TEST_F(AllHandlers, OfAllTablesTakeThePlaceOfTheWeakOnes) {
 }
 
 TEST_F(AllHandlers, AreNotCalledWithAnErrorThere) {
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     for (const Callbacks &form : all_callbacks) {
         form.create(handle, 42, a, b, &err);
         form.create_dm(handle, 42, a, &err);
@@ -188,8 +189,8 @@ TEST_F(AllHandlers, AreNotCalledWithAnErrorThere) {
         form.free(handle, 42, a, &err, b);
     }
     EXPECT_TRUE(events.empty());
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // The log hooks see each byte that changes. Random steps change two tables of a store, one of
 // them replicated. After each round, every byte that differs was announced, or is in a block
 // that was allocated or freed during the round, or belongs to the allocator or a transaction.
+#include <cerrno>
 #include <map>
 #include <random>
 
@@ -178,7 +179,7 @@ class Announcements : public TableTest {
         kel_thread_set_tenant(static_cast<u16>(below(3)));
         kel_record *record = make(below(s.keys), 1 + below(3), below(100));
         s.plain.insert(handle, tx, below(2) == 0 ? table : replicated, record, &err);
-        if (err == 17) {
+        if (err == EEXIST) {
             err = 0;
             destroy(record);
         } else {

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Steps from a key that is in the table or is not.
+#include <cerrno>
+
 #include "tests/behaviour/table/traversal_fixture.h"
 
 namespace tarn::test {
@@ -61,15 +63,15 @@ TEST_P(ByKey, StepsCanHidePendingRecords) {
 
 TEST_P(ByKey, ANullKeyOrTableIsAnError) {
     EXPECT_EQ(read(s.index.next_by_key, nullptr), nullptr);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     err = 0;
     EXPECT_EQ(read(s.plain.prev_by_object, nullptr), nullptr);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     err = 0;
     const Key key(s, handle, 0);
     EXPECT_EQ(s.index.prev_by_key(handle, tx, nullptr, key.value(), &err), nullptr);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
 }
 
 TEST_P(ByKey, AHitReportsTheRecordAtTheKeyAndTheNextOneAMissTheNearestTwice) {
@@ -101,11 +103,11 @@ TEST_P(ByKey, AFailedReportOfTheRecordAtTheKeyEndsTheStep) {
     services.always_fail("kelrepl_add_to_cache");
     services.clear();
     EXPECT_EQ(read(s.index.next_by_key, key.value()), nullptr);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(reported(), Reported{a});
     err = 0;
     EXPECT_EQ(read(s.index.prev_by_key, behind.value()), nullptr);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(reported(), Reported{b});
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Events in a program without handlers.
+#include <cerrno>
 #include <string>
 
 #include "tests/behaviour/table/fixture.h"
@@ -44,19 +45,19 @@ TEST_P(Callbacks, ReachTheWeakHandlersWhichSayThatTheyRan) {
 }
 
 TEST_P(Callbacks, ClearTheLastErrorFirst) {
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     s.plain.free_cb(handle, tx, nullptr, &err, nullptr);
     EXPECT_EQ(handle->last_error, 0U);
 }
 
 TEST_P(Callbacks, EnteredWithAnErrorDoNothing) {
     TraceCapture trace;
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     call_all(s.plain);
     call_all(s.unsafe);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records written to the wire.
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -56,10 +57,10 @@ TEST_P(Wire, PlainUnsafeAndCrFormsWriteTheSame) {
     EXPECT_EQ(s.cr.marshal(handle, record, cr.data(), length), length);
     EXPECT_EQ(cr, bytes);
     EXPECT_EQ(s.cr.marshal(handle, record, cr.data(), 26), 0xffffffffU);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     EXPECT_EQ(s.cr.marshal(handle, record, cr.data(), length), 0xffffffffU);
     EXPECT_EQ(s.cr.len(handle, record), 0U);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
 }
 
 TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
@@ -73,8 +74,8 @@ TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
         err = 0;
         EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, c.length, &err), c.result)
             << c.length;
-        EXPECT_EQ(err, 90U) << c.length;
-        EXPECT_EQ(handle->last_error, 90U);
+        EXPECT_EQ(err, EMSGSIZE) << c.length;
+        EXPECT_EQ(handle->last_error, EMSGSIZE);
         for (u32 i = 0; i < 64; ++i) EXPECT_EQ(buffer[i], i < c.zeroed ? 0 : untouched);
     }
     EXPECT_EQ(services.count("_kel_message_header_marshal"), 0U);
@@ -83,7 +84,9 @@ TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
 TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
     kel_record *record = make(1);
     // No space for the object, or not enough for its first fields.
-    const struct { u32 length, error; } cases[] = {{frame_size, 12}, {frame_size + 7, 90}};
+    const struct {
+        u32 length, error;
+    } cases[] = {{frame_size, ENOMEM}, {frame_size + 7, EMSGSIZE}};
     for (const auto &c : cases) {
         Bytes buffer(c.length + 1, untouched);  // a state byte may be stored after the end
         err = 0;
@@ -101,8 +104,8 @@ TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
     services.clear();
     TraceCapture trace;
     EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, 64, &err), frame_size);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(services.order({"kel_clear_last_error", "kel_store_err"}),
               "kel_clear_last_error kel_store_err");
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.object.type->name.data())), 1U)
@@ -113,7 +116,7 @@ TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
     // The error of the missing object replaces that of the short buffer.
     err = 0;
     EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, 10, &err), 0U);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
 }
 
 TEST_P(Wire, ARecordWithoutItsKeyObjectIsErrorTwoBehindTheObject) {
@@ -124,7 +127,7 @@ TEST_P(Wire, ARecordWithoutItsKeyObjectIsErrorTwoBehindTheObject) {
     Bytes buffer(length + 64);
     TraceCapture trace;
     EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, length + 64, &err), length);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type->name.data())), 1U)
         << trace.all();
     EXPECT_EQ(services.count("_kel_message_header_marshal"), 0U);
@@ -137,8 +140,8 @@ TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
     const Bytes before = buffer;
     const std::string name = s.name;
     const std::string error = std::strerror(5);
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     services.clear();
     HookRecorder hooks(handle);
     TraceCapture trace;
@@ -165,8 +168,8 @@ TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
                                                error + " for " + name),
               1U)
         << trace.all();
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(read, nullptr);
     EXPECT_EQ(pkey, nullptr);
     EXPECT_EQ(buffer, before);
@@ -195,7 +198,7 @@ TEST_P(Wire, AMissingKeyObjectHasTheLastWordOverAValueThatDoesNotFit) {
     Bytes buffer(frame_size + 8, untouched);
     TraceCapture trace;
     s.plain.marshal(handle, tx, buffer.data(), record, frame_size + 7, &err);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, empty_text(s.key_object.type->name.data())), 1U);
     s.key_object.type->destroy(handle, tx, key);
 }
@@ -224,7 +227,7 @@ TEST_P(Wire, NeedsMoreThanItsLengthForAnObjectWithRaData) {
     EXPECT_EQ(s.plain.len(handle, tx, record), length);
     Bytes bytes(length + 64);
     s.plain.marshal(handle, tx, bytes.data(), record, length, &err);
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     err = 0;
     EXPECT_GT(s.plain.marshal(handle, tx, bytes.data(), record, length + 64, &err), length);
     EXPECT_EQ(err, 0U);
@@ -257,7 +260,7 @@ TEST_P(Wire, EachFormClearsTheLastErrorFirst) {
     kel_record *read = nullptr;
     void *pkey = nullptr;
     const auto expect_cleared = [&](const auto &form) {
-        handle->last_error = 22;
+        handle->last_error = EINVAL;
         services.clear();
         form();
         EXPECT_EQ(err, 0U);
@@ -280,16 +283,16 @@ TEST_P(Wire, EachFormClearsTheLastErrorFirst) {
 TEST_P(Wire, TheCrFormTracesTheErrorThatItMeetsAsThePlainOneDoes) {
     kel_record *record = make(1);
     Bytes buffer(64, untouched);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     TraceCapture trace;
     EXPECT_EQ(s.cr.marshal(handle, record, buffer.data(), 64), 0xffffffffU);
     EXPECT_EQ(trace.count(KEL_TRACE_DEBUG, std::string("(debug): Error present in call to table "
                                                        "marshal: ") +
-                                               std::strerror(22)),
+                                               std::strerror(EINVAL)),
               1U)
         << trace.all();
     EXPECT_EQ(s.cr.len(handle, record), 0U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(buffer, Bytes(64, untouched));
 }
 

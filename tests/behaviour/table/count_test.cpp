@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The number of records in a table.
+#include <cerrno>
 #include <optional>
 #include <vector>
 
@@ -47,11 +48,11 @@ TEST_P(Counts, OfATenantComeFromItsCounters) {
 }
 
 TEST_P(Counts, NeitherTestNorClearAnError) {
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     EXPECT_EQ(s.plain.get_count(handle, tx, table), 0U);
     EXPECT_EQ(s.cr.get_count(handle, table), 0U);
     EXPECT_EQ(s.plain.get_count_by_src(handle, tx, table, 1), 0U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
 }
 
 TEST_P(Counts, OfATenantAreAskedForTheTableUnderTheCallersTransaction) {

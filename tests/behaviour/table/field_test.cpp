@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The object slots of a record. A record owns an object that is attached to it.
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -227,13 +228,13 @@ TEST_P(Fields, AreSetAndDetachedWhateverTheLastErrorIs) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         void *object = slot.slot->type->create(handle, tx);
-        handle->last_error = 22;
+        handle->last_error = EINVAL;
         services.clear();
         slot.slot->set(handle, tx, record, object);
         EXPECT_EQ(slot.slot->get(handle, tx, record), object);
         EXPECT_EQ(slot.slot->detach(handle, tx, record), object);
         slot.slot->free_and_set(handle, tx, record, nullptr);
-        EXPECT_EQ(handle->last_error, 22U);
+        EXPECT_EQ(handle->last_error, EINVAL);
         EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
         slot.slot->type->destroy(handle, tx, object);
         destroy(record);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Freeing a table: the conditions, the order of the steps, what remains.
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -54,12 +55,12 @@ TEST_P(Free, ReportsAFailedUnmappingAndLeavesEverything) {
     TraceCapture trace;
     services.always_fail("kel_request_oid_mapping_destroy");
     s.plain.free(handle, tx, table, &err);
-    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(err, EINVAL);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
                           std::string("(ERR): ") + s.name +
                               " table free: Failed to request oid mapping destroy for table. "
                               "Error " +
-                              std::strerror(22)),
+                              std::strerror(EINVAL)),
               1U)
         << trace.all();
     services.stop_failing();
@@ -72,8 +73,8 @@ TEST_P(Free, ATableThatIsStillReferencedStaysFullyUsable) {
     services.always_return("kel_request_oid_mapping_destroy", 0);
     const kel_table before = *table;
     s.plain.free(handle, tx, table, &err);
-    EXPECT_EQ(err, 11U);
-    EXPECT_EQ(handle->last_error, 11U);
+    EXPECT_EQ(err, EAGAIN);
+    EXPECT_EQ(handle->last_error, EAGAIN);
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
     err = 0;
     services.stop_failing();
@@ -87,7 +88,7 @@ TEST_P(Free, StopsWhenTheTableListCannotBeHad) {
     HookRecorder hooks(handle);
     services.always_fail("kellib_database_table_toc_create");
     s.plain.free(handle, tx, table, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(hooks.count(Hook::free), 0U);
     EXPECT_EQ(destroyed(), before);
     EXPECT_EQ(services.count("loam_delete_key"), 1U);
@@ -96,7 +97,7 @@ TEST_P(Free, StopsWhenTheTableListCannotBeHad) {
 
 TEST_P(Free, ClearsTheLastErrorThenUnmapsThenForgetsTheKeyThenFetchesTheList) {
     begin();
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     services.clear();
     s.plain.free(handle, tx, table, &err);
     EXPECT_EQ(err, 0U);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The order in which insert and delete change a table and a record: the state at each
 // service that they call, and the flags afterwards.
+#include <cerrno>
 #include <cstring>
 #include <map>
 #include <string>
@@ -87,7 +88,7 @@ TEST_P(IndexSteps, BothBeginByClearingTheLastError) {
     for (const Change entry : inserts()) {
         for (const Change removal : {s.plain.remove, s.unsafe.remove}) {
             for (const Change change : {entry, removal}) {
-                handle->last_error = 22;
+                handle->last_error = EINVAL;
                 services.clear();
                 change(handle, tx, table, record, &err);
                 EXPECT_EQ(err, 0U);
@@ -172,12 +173,12 @@ TEST_P(IndexSteps, AnErrorIsInTheWordBeforeTheHandleHasIt) {
         EXPECT_EQ(services.calls("kel_store_err")[0].arguments_in(1, 2), std::vector<u64>{error});
         err = 0;
     };
-    for (const Change entry : inserts()) expect_error(entry, outside, 17);
+    for (const Change entry : inserts()) expect_error(entry, outside, EEXIST);
     for (const Change removal : {s.plain.remove, s.unsafe.remove})
-        expect_error(removal, outside, 2);
+        expect_error(removal, outside, ENOENT);
     kel_table_set_replication(handle, tx, table, 1, 0);
     for (const Change removal : {s.plain.remove, s.unsafe.remove})
-        expect_error(removal, inside, 22);
+        expect_error(removal, inside, EINVAL);
 }
 
 TEST_P(IndexSteps, ARefusedInsertStopsAtTheTree) {
@@ -188,7 +189,7 @@ TEST_P(IndexSteps, ARefusedInsertStopsAtTheTree) {
     for (const Change entry : inserts()) {
         services.clear();
         entry(handle, tx, table, second, &err);
-        EXPECT_EQ(err, 17U);
+        EXPECT_EQ(err, EEXIST);
         err = 0;
         EXPECT_EQ(services.count("kel_get_instance_modified"), 0U);
         EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
@@ -207,7 +208,7 @@ TEST_P(IndexSteps, ARefusedDeleteStopsBeforeTheTree) {
     for (const Change removal : {s.plain.remove, s.unsafe.remove}) {
         services.clear();
         removal(handle, tx, table, record, &err);
-        EXPECT_EQ(err, 22U);
+        EXPECT_EQ(err, EINVAL);
         err = 0;
         EXPECT_EQ(services.count("e_avl_delete"), 0U);
         EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
@@ -223,7 +224,7 @@ TEST_P(IndexSteps, ADeleteThatFindsNothingCountsNothing) {
     kel_record *record = make(1);
     services.clear();
     s.plain.remove(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
     EXPECT_EQ(services.count("keldb_update_tenant_counter"), 0U);
     EXPECT_EQ(table->record_count, 1U);
@@ -326,8 +327,8 @@ TEST_P(IndexSteps, TheCrFormIsThePlainInsertUnderItsTransaction) {
     EXPECT_EQ(services.calls("e_avl_insert").at(0).tx_id(), tx);
     EXPECT_EQ(s.cr.remove(handle, table, record, 0), 0U);
     EXPECT_EQ(services.calls("e_avl_delete").at(0).tx_id(), tx);
-    EXPECT_EQ(s.cr.remove(handle, table, record, 0), 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(s.cr.remove(handle, table, record, 0), ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
     handle->cr_tx_id = KEL_TX_NONE;
     commit();
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Insert and delete: tree, link, counters and flags, in this order.
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -75,16 +76,16 @@ TEST_P(InsertDelete, ARecordWithTheSameKeyAndSourceIsRefused) {
     TraceCapture trace;
     HookRecorder hooks(handle);
     s.plain.insert(handle, tx, table, second, &err);
-    EXPECT_EQ(err, 17U);
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(err, EEXIST);
+    EXPECT_EQ(handle->last_error, EEXIST);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, exists()), 1U) << trace.all();
     EXPECT_EQ(0, std::memcmp(&before, second, s.record_size()));
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_EQ(table->record_count, 1U);
     err = 0;
     s.plain.pkey_insert(handle, tx, table, second, &err);
-    EXPECT_EQ(err, 17U);
-    EXPECT_EQ(s.cr.insert(handle, table, second), 17U);
+    EXPECT_EQ(err, EEXIST);
+    EXPECT_EQ(s.cr.insert(handle, table, second), EEXIST);
 }
 
 TEST_P(InsertDelete, TheSameKeyCanStandOncePerSource) {
@@ -110,7 +111,7 @@ TEST_P(InsertDelete, AnEmptyKeyIsAKeyLikeAnyOther) {
     insert(records[0]);
     EXPECT_EQ(s.by_key.first(handle, tx, table, &err), records[0]);
     s.plain.insert(handle, tx, table, records[1], &err);
-    EXPECT_EQ(err, 17U);
+    EXPECT_EQ(err, EEXIST);
 }
 
 TEST_P(InsertDelete, InsertByKeySetsItsBitAndPlainInsertClearsIt) {
@@ -205,8 +206,8 @@ TEST_P(InsertDelete, ARecordThatWasNeverInsertedIsNotFoundButSetOutside) {
     TraceCapture trace;
     HookRecorder hooks(handle);
     s.plain.remove(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, not_found()), 1U) << trace.all();
     EXPECT_EQ(record->table, nullptr);
     EXPECT_EQ(record->flags, 0U);
@@ -221,7 +222,7 @@ TEST_P(InsertDelete, ARecordThatEqualsAnotherInTheTreeIsNotTakenForIt) {
     kel_record *inside = put(1);
     kel_record *outside = make(1);
     s.plain.remove(handle, tx, table, outside, &err);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     err = 0;
     EXPECT_EQ(find(1), inside);
     EXPECT_EQ(table->record_count, 1U);
@@ -232,8 +233,8 @@ TEST_P(InsertDelete, ARecordOfAReplicatedTableIsTheEnginesToDelete) {
     kel_table_set_replication(handle, tx, table, 1, 0);
     TraceCapture trace;
     s.plain.remove(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 22U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EINVAL);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
                           text("",
                                "_delete() cannot be direclty used when the table is marked "
@@ -309,12 +310,12 @@ TEST_P(InsertDelete, AnErrorOfTheTenantCounterDoesNotStopAnInsert) {
     kel_record *record = make(1);
     services.always_fail("keldb_update_tenant_counter");
     s.plain.insert(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
     EXPECT_EQ(table->record_count, 1U);
     err = 0;
     s.plain.remove(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(table->record_count, 0U);
 }
 
@@ -340,25 +341,25 @@ TEST_P(InsertDelete, InsertMovesAnArmedWriteCursorAsItsLastStep) {
     services.always_fail("keldb_enq_rec_move_write_cursor_internal");
     record = make(0, 7);
     s.plain.insert(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(record->table, table);
 }
 
 TEST_P(InsertDelete, EnteredWithAnErrorChangeNothing) {
     kel_record *inside = put(1);
     kel_record *outside = make(2);
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     services.clear();
     HookRecorder hooks(handle);
     s.plain.insert(handle, tx, table, outside, &err);
     s.unsafe.insert(handle, tx, table, outside, &err);
     s.plain.pkey_insert(handle, tx, table, outside, &err);
     s.plain.remove(handle, tx, table, inside, &err);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(s.cr.insert(handle, table, outside), 22U);
-    EXPECT_EQ(s.cr.remove(handle, table, inside, 0), 22U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(s.cr.insert(handle, table, outside), EINVAL);
+    EXPECT_EQ(s.cr.remove(handle, table, inside, 0), EINVAL);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_TRUE(services.calls().empty());
 }
@@ -370,7 +371,7 @@ TEST_P(InsertDelete, TheCrFormsAnswerTheLastError) {
     HookRecorder hooks(handle);
     EXPECT_EQ(s.cr.insert(handle, table, record), 0U);
     EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
-    EXPECT_EQ(s.cr.insert(handle, table, record), 17U);
+    EXPECT_EQ(s.cr.insert(handle, table, record), EEXIST);
     kel_clear_last_error(handle);
     EXPECT_EQ(s.cr.remove(handle, table, record, 0), 0U);
     EXPECT_EQ(record->ref_count, 1U);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Keys on the wire, which have no frame.
 #include <algorithm>
+#include <cerrno>
 #include <vector>
 
 #include "tests/behaviour/table/wire_fixture.h"
@@ -33,8 +34,8 @@ TEST_P(KeyWire, AKeyTravelsWithoutAFrame) {
     }
     std::fill(bytes.begin(), bytes.end(), untouched);
     EXPECT_EQ(s.plain.pkey_marshal(handle, tx, bytes.data(), record, length - 1, &err), 0U);
-    EXPECT_EQ(err, 90U);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     EXPECT_EQ(bytes, Bytes(length + 1, untouched));
 }
 
@@ -61,8 +62,8 @@ TEST_P(KeyWire, AKeyIsReadAsOneThatIsNew) {
 TEST_P(KeyWire, AKeyIsReadToAnAddressOnly) {
     const u8 bytes[64] = {};
     EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, nullptr, bytes, 64, &err), 0U);
-    EXPECT_EQ(err, 14U);
-    EXPECT_EQ(handle->last_error, 14U);
+    EXPECT_EQ(err, EFAULT);
+    EXPECT_EQ(handle->last_error, EFAULT);
 }
 
 TEST_P(KeyWire, AKeyReadWithoutMemoryIsErrorTwelve) {
@@ -71,8 +72,8 @@ TEST_P(KeyWire, AKeyReadWithoutMemoryIsErrorTwelve) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, &pkey, bytes, 64, &err), 0U);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(pkey, nullptr);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tables opened by id. A table's root is cached for the whole process, so each of these
 // tests runs in its own process.
+#include <cerrno>
 #include <string>
 
 #include "tests/behaviour/table/fixture.h"
@@ -178,15 +179,15 @@ TEST_P(OpenById, WithoutMemoryReportsTwelveAndKeepsARootThatWasMade) {
         HookRecorder hooks(handle);
         hooks.fail_allocations(true);
         EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 0, &err), nullptr);
-        EXPECT_EQ(err, 12U);
-        EXPECT_EQ(handle->last_error, 12U);
+        EXPECT_EQ(err, ENOMEM);
+        EXPECT_EQ(handle->last_error, ENOMEM);
         EXPECT_EQ(root(), nullptr);
         hooks.fail_allocations(false);
         err = 0;
         EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 1, &err), nullptr);
         hooks.fail_allocations(true);
         EXPECT_EQ(s.plain.open_by_id(handle, tx, 5, 0, &err), nullptr);
-        EXPECT_EQ(err, 12U);
+        EXPECT_EQ(err, ENOMEM);
         EXPECT_NE(root(), nullptr);
         EXPECT_EQ(root()->next_id, 0U);
     });
@@ -198,14 +199,14 @@ TEST_P(OpenById, FreeWithoutARootReportsTwoAndLeavesTheBlockOnTheList) {
         services.clear();
         HookRecorder hooks(handle);
         s.plain.free(handle, tx, table, &err);
-        EXPECT_EQ(err, 2U);
+        EXPECT_EQ(err, ENOENT);
         // The mapping is removed.
         EXPECT_EQ(services.order({"kel_request_oid_mapping_destroy", "loam_get_key",
                                   "tbi_rb_tree_LM_RB_REMOVE", "loam_delete_key",
                                   "kellib_database_table_toc_create"}),
                   "kel_request_oid_mapping_destroy loam_get_key");
         EXPECT_TRUE(hooks.events.empty());
-        EXPECT_EQ(handle->last_error, 2U);
+        EXPECT_EQ(handle->last_error, ENOENT);
         EXPECT_EQ(kel_store_first_table(session.store()), table);
     });
 }
@@ -322,7 +323,7 @@ TEST_P(OpenById, AModeOfItsOwnFindsNothingAndIsFreedLikeAName) {
 
 TEST_P(OpenById, ClearsTheLastErrorAndTakesTheCallersTransactionForTheMappingAlone) {
     in_own_process([&] {
-        handle->last_error = 22;
+        handle->last_error = EINVAL;
         services.clear();
         HookRecorder hooks(handle);
         kel_table *made = s.plain.open_auto_id(handle, 42, 0, &err);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Opening tables by name, and closing them.
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -136,8 +137,8 @@ TEST_P(Open, RefusesANameWhoseKeyDoesNotFit) {
 
     const std::string longer = longest + "n";
     EXPECT_EQ(s.plain.open(handle, tx, longer.c_str(), 0, &err), nullptr);
-    EXPECT_EQ(err, 7U);
-    EXPECT_EQ(handle->last_error, 7U);
+    EXPECT_EQ(err, E2BIG);
+    EXPECT_EQ(handle->last_error, E2BIG);
 
     err = 0;
     const std::string path = "n/" + longer.substr(2);
@@ -153,8 +154,8 @@ TEST_P(Open, TakesANullNameLikeAnyNameWithoutAPath) {
 }
 
 TEST_P(Open, EnteredWithAnErrorChangesNothing) {
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     services.clear();
     HookRecorder hooks(handle);
     EXPECT_EQ(s.plain.open(handle, tx, "other", 0, &err), nullptr);
@@ -167,8 +168,8 @@ TEST_P(Open, EnteredWithAnErrorChangesNothing) {
     EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, "other", 0), nullptr);
     s.plain.close(handle, tx, table, &err);
     s.plain.free(handle, tx, table, &err);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_TRUE(services.calls().empty());
 }
@@ -178,7 +179,7 @@ TEST_P(Open, LeavesTheErrorOfTheTableList) {
     services.clear();
     HookRecorder hooks(handle);
     EXPECT_EQ(s.plain.open(handle, tx, "t", 0, &err), nullptr);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(services.calls().back().name, "kellib_database_table_toc_create");
     EXPECT_TRUE(hooks.events.empty());
 }
@@ -187,8 +188,8 @@ TEST_P(Open, WithoutMemoryReportsTwelve) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     EXPECT_EQ(s.plain.open(handle, tx, "other", 0, &err), nullptr);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     hooks.fail_allocations(false);
     err = 0;
     EXPECT_EQ(s.plain.open(handle, tx, "other", 1, &err), nullptr);
@@ -223,7 +224,7 @@ TEST_P(Open, GoesOnWithoutAMapping) {
 
 TEST_P(Open, ClearsTheLastErrorThenRegistersTheTraceModuleThenLooksTheNameUp) {
     for (const u32 open_only : {0U, 1U}) {
-        handle->last_error = 22;
+        handle->last_error = EINVAL;
         services.clear();
         EXPECT_EQ(s.plain.open(handle, tx, "t", open_only, &err), table);
         EXPECT_EQ(handle->last_error, 0U);
@@ -283,7 +284,7 @@ TEST_P(Open, InTheCrFormWorksOnTheHandlesErrorAndTransaction) {
     handle->cr_tx_id = 43;
     const std::string name(255, 'n');
     EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, name.c_str(), 0), nullptr);
-    EXPECT_EQ(handle->last_error, 7U);
+    EXPECT_EQ(handle->last_error, E2BIG);
     EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, "t", 0), nullptr) << "an error sticks";
     kel_clear_last_error(handle);
     services.clear();
@@ -295,7 +296,7 @@ TEST_P(Open, InTheCrFormWorksOnTheHandlesErrorAndTransaction) {
 
 TEST_P(Open, CloseOnlyClearsTheLastError) {
     const kel_table before = *table;
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     HookRecorder hooks(handle);
     s.plain.close(handle, tx, table, &err);
     EXPECT_EQ(handle->last_error, 0U);
@@ -304,9 +305,9 @@ TEST_P(Open, CloseOnlyClearsTheLastError) {
     EXPECT_EQ(err, 0U);
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     s.cr.close(handle, table);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
 }
 
 class OpenOfTwoTables : public LdapTest {};

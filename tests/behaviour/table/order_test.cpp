@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The total order of an index: tenant, then key, then source.
 #include <algorithm>
+#include <cerrno>
 #include <random>
 
 #include "tests/behaviour/table/fixture.h"
@@ -78,7 +79,7 @@ TEST_P(IndexOrder, TakesARecordWithoutItsObjectsAsTheFirst) {
 TEST_P(IndexOrder, IsToldWithoutAHandleAndWithoutAService) {
     const kel_record *a = make(0);
     const kel_record *b = make(1);
-    handle->last_error = 17;
+    handle->last_error = EEXIST;
     services.clear();
     const TraceCapture trace;
     HookRecorder hooks(handle);
@@ -89,7 +90,7 @@ TEST_P(IndexOrder, IsToldWithoutAHandleAndWithoutAService) {
     }
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_TRUE(trace.lines.empty());
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
 }
 
 u32 keep(kel_record *record, void *records) {

@@ -2,6 +2,7 @@
 // Destroying a record: the order of the steps, what is announced, what remains when a step
 // fails.
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -116,7 +117,7 @@ TEST_P(RecordEnds, DestructionGoesOnWhenTheDeleteIsRefused) {
 TEST_P(RecordEnds, AnErrorOnEntryKeepsTheDeleteFromRunning) {
     kel_record *record = put(1);
     TraceCapture trace;
-    err = 5;
+    err = EIO;
     s.plain.destroy_record(handle, tx, record, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, std::string("(ERR): Error 5 deleting ") + s.name +
@@ -157,12 +158,12 @@ TEST_P(RecordEnds, AFailedUnmappingLeavesTheBlockBehind) {
     TraceCapture trace;
     HookRecorder hooks(handle);
     s.plain.destroy_record(handle, tx, record, &err);
-    EXPECT_EQ(err, 22U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EINVAL);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
                           std::string("(ERR): ") + s.name +
                               " destroy: Failed to remove oid mapping for object. Error " +
-                              std::strerror(22)),
+                              std::strerror(EINVAL)),
               1U)
         << trace.all();
     EXPECT_NE(record->descriptor, nullptr);
@@ -178,14 +179,14 @@ TEST_P(RecordEnds, AFailedUnmappingLeavesTheBlockBehind) {
 TEST_P(RecordEnds, DestroyIsRequestedOnReplicatedTablesAlone) {
     kel_record *record = put(1);
     s.plain.request_destroy(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 22U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EINVAL);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(services.count("keldb_request_record_destroy"), 0U);
 
     kel_table_set_replication(handle, tx, table, 1, 0);
     err = 0;
     s.plain.request_destroy(handle, tx, table, nullptr, &err);
-    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(err, EINVAL);
     s.plain.request_destroy(handle, tx, table, record, &err);  // entered with an error
     EXPECT_EQ(services.count("keldb_request_record_destroy"), 0U);
 
@@ -204,7 +205,7 @@ TEST_P(RecordEnds, AFailedRequestIsTraced) {
     services.always_fail("keldb_request_record_destroy", 12);
     TraceCapture trace;
     s.plain.request_destroy(handle, tx, table, record, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
                           std::string("(ERR): ") + s.name + " request destroy record failed"))
         << trace.all();
@@ -256,12 +257,12 @@ TEST_P(RecordEnds, EveryStepBelongsToTheCallersTransaction) {
 
 TEST_P(RecordEnds, AnErrorOfTheCallersIsClearedAlsoWithoutADelete) {
     kel_record *record = make(1);
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     TraceCapture trace;
     s.plain.destroy_record(handle, tx, record, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, std::string("(ERR): Error 5 deleting ") + s.name +
                                                " record when destroying"),
               0U);
@@ -287,7 +288,7 @@ TEST_P(RecordEnds, TheFallbackObjectsOfARecordAreLeftAlone) {
 TEST_P(RecordEnds, ARequestClearsTheLastErrorAndIsHandedOn) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     begin();
     services.clear();
     HookRecorder hooks(handle);

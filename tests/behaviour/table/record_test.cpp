@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records before their end: creation, references, states, and what is announced.
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -94,12 +95,12 @@ TEST_P(Records, AMarkAloneIsACorrelationToo) {
 }
 
 TEST_P(Records, CreationRunsWithAnErrorAndClearsIt) {
-    err = 5;
-    handle->last_error = 22;
+    err = EIO;
+    handle->last_error = EINVAL;
     kel_record *record = s.plain.create_record(handle, tx, &err);
     ASSERT_NE(record, nullptr);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     destroy(record);
 }
 
@@ -117,15 +118,15 @@ TEST_P(Records, CreationWithoutMemoryAnswersNullWithoutAnyError) {
     hooks.fail_allocations(true);
     EXPECT_EQ(s.plain.create_record(handle, tx, &err), nullptr);
     EXPECT_EQ(err, 0U);
-    err = 5;
+    err = EIO;
     EXPECT_EQ(s.create_record_w_src(handle, tx, 1, &err), nullptr);
-    EXPECT_EQ(err, 5U);
+    EXPECT_EQ(err, EIO);
     EXPECT_EQ(handle->last_error, 0U);
     EXPECT_EQ(services.count("kel_store_err"), 0U);
 }
 
 TEST_P(Records, TheCrCreationMakesTheObjectsOnDemandWithoutMarkingThem) {
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     kel_record *bare = s.cr.create(handle, 0);
     ASSERT_NE(bare, nullptr);
     EXPECT_EQ(handle->last_error, 0U);
@@ -177,7 +178,7 @@ TEST_P(Records, TheCrCreationWithoutMemoryAnswersFallbacks) {
 
     kel_record *record = s.cr.create(handle, 1);
     EXPECT_EQ(record, bare);
-    EXPECT_EQ(handle->last_error, 12U);  // that of the object
+    EXPECT_EQ(handle->last_error, ENOMEM);  // that of the object
     EXPECT_NE(record->object, nullptr);
     EXPECT_EQ(record->object, s.object.create_cr(handle));
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
@@ -188,23 +189,23 @@ TEST_P(Records, TheCrCreationWithoutMemoryAnswersFallbacks) {
 TEST_P(Records, AReferenceIsAddedWithoutTellingAHook) {
     kel_record *record = make(1);
     HookRecorder hooks(handle);
-    err = 5;
+    err = EIO;
     EXPECT_EQ(s.plain.add_ref(handle, tx, record, &err), 1U);
     EXPECT_EQ(s.unsafe.add_ref(handle, tx, record, &err), 2U);
-    EXPECT_EQ(err, 5U);
+    EXPECT_EQ(err, EIO);
     EXPECT_EQ(record->ref_count, 3U);
     EXPECT_TRUE(hooks.events.empty());
 }
 
 TEST_P(Records, ANullRecordIsErrorTwoForReferencesAndDestruction) {
     EXPECT_EQ(s.plain.add_ref(handle, tx, nullptr, &err), 0U);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
     kel_clear_last_error(handle);
     err = 0;
     s.plain.destroy_record(handle, tx, nullptr, &err);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
 }
 
 TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
@@ -223,14 +224,14 @@ TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
 
 TEST_P(Records, CreationRegistersTheTraceModuleBeforeItAsksForABlock) {
     services.clear();
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     s.plain.create_record(handle, tx, &err);
     EXPECT_EQ(services.calls().at(0).name, "ptrail_module_init_fn");
     EXPECT_EQ(services.calls().at(0).text, "kel_tarnbase_type");
     EXPECT_EQ(services.order({"kel_clear_last_error", "ptrail_get_radioactive_bit", "kel_store_err",
                               "mt_get_tenant_id"}),
               "ptrail_get_radioactive_bit mt_get_tenant_id");
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
 }
 
 TEST_P(Records, CreationZeroesWhateverTheBlockHeldBefore) {
@@ -265,7 +266,7 @@ TEST_P(Records, AMissingBlockIsStoredAsTwelveUnlessAnErrorStands) {
     s.cr.create(handle, 0);
     ASSERT_EQ(services.count("kel_store_err"), 1U);
     EXPECT_EQ(services.calls("kel_store_err").at(0).arguments_in(1, 2), std::vector<u64>{12});
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     services.clear();
     s.cr.create(handle, 0);
     EXPECT_EQ(services.count("kel_store_err"), 0U);
@@ -289,10 +290,10 @@ TEST_P(Records, TheCrCreationAllowsFallbacksFromItsBeginningToItsEnd) {
 
 TEST_P(Records, AnotherReferenceKeepsTheLastError) {
     kel_record *record = make(1);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     services.clear();
     s.plain.add_ref(handle, tx, record, &err);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(services.calls().empty());
 }
 

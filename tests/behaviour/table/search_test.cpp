@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Search by key, exact and nearest, and what each search reports.
+#include <cerrno>
 #include <cstring>
 
 #include "tests/behaviour/table/traversal_fixture.h"
@@ -148,7 +149,7 @@ TEST_P(Search, SubFirstFindsNothingButTheExactKey) {
     // It found the next key on the way, once in the walk and once as its result.
     EXPECT_EQ(reported(), (Reported{record, record}));
     EXPECT_EQ(read(s.index.search_sub_first, nullptr), nullptr);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
 }
 
 TEST_P(Search, ReportsTheRecordItAnswersOnceAndAWalkedOneTwice) {
@@ -177,7 +178,7 @@ TEST_P(Search, AnswersTheRecordWithTheErrorOfTheReport) {
     const Key key(s, handle, 1);
     services.always_fail("kelrepl_add_to_cache");
     EXPECT_EQ(read(s.plain.search, key.value()), record);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(read(s.plain.search, key.value()), nullptr);
 }
 
@@ -185,8 +186,8 @@ TEST_P(Search, NeedsATableAndAKey) {
     const Key key(s, handle, 1);
     const auto expect_two = [&](const kel_record *record) {
         EXPECT_EQ(record, nullptr);
-        EXPECT_EQ(err, 2U);
-        EXPECT_EQ(handle->last_error, 2U);
+        EXPECT_EQ(err, ENOENT);
+        EXPECT_EQ(handle->last_error, ENOENT);
         err = 0;
         kel_clear_last_error(handle);
     };
@@ -198,20 +199,20 @@ TEST_P(Search, NeedsATableAndAKey) {
     expect_two(read(s.plain.search_object, nullptr, 0));
     expect_two(read(s.unsafe.search_object_w_src, nullptr, 1, 1));
     EXPECT_EQ(s.index.search_cr(handle, table, nullptr, 1, 0), nullptr);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(services.count("e_avl_search"), 0U);
 }
 
 TEST_P(Search, EnteredWithAnErrorAnswersNull) {
     put(1);
     const Key key(s, handle, 1);
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     services.clear();
     for (const auto &form : forms(key, 1)) EXPECT_EQ(form(), nullptr);
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 1, 0), nullptr);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(services.calls().empty());
 }
 
@@ -248,7 +249,7 @@ TEST_P(Search, BeginsByClearingTheLastError) {
     const Key absent(s, handle, 2);
     for (const Key *key : {&present, &absent}) {
         for (const auto &form : forms(*key)) {
-            handle->last_error = 22;
+            handle->last_error = EINVAL;
             services.clear();
             form();
             EXPECT_EQ(err, 0U);
@@ -332,7 +333,7 @@ TEST_P(Search, AnswersTheNearestWithTheErrorOfTheReport) {
     services.always_fail("kelrepl_add_to_cache");
     services.clear();
     EXPECT_EQ(read(s.index.search_nearest, key.value()), record);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(reported(), (Reported{record, record}));
 }
 

@@ -3,6 +3,7 @@
 // events, for tbl_ldap_stats those of DM events.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -128,15 +129,15 @@ TEST_F(StrongHandlers, ServeDmEventsWithANullTable) {
 }
 
 TEST_F(StrongHandlers, GiveTheirErrorBackToTheCaller) {
-    answer = 12;
+    answer = ENOMEM;
     tbl_ldap_conn_table_record_create_cb(handle, 42, a, b, &err);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     events.clear();
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     tbl_ldap_conn_table_record_create_cb(handle, 42, a, b, &err);
     EXPECT_TRUE(events.empty());
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, EINVAL);
 }
 
 TEST_F(StrongHandlers, LeaveTheOtherTablesAlone) {
@@ -151,10 +152,10 @@ TEST_F(StrongHandlers, LeaveTheOtherTablesAlone) {
 // A weak handler that is called directly clears an error. A callback is not called with one.
 TEST_F(StrongHandlers, AWeakHandlerCalledDirectlyClearsTheError) {
     TraceCapture trace;
-    err = 5;
+    err = EIO;
     tarnbase_tbl_ldap_summary_table_record_modify_handler(handle, 42, a, b, &err);
     EXPECT_EQ(err, 0U);
-    err = 5;
+    err = EIO;
     tarnbase_tbl_ldap_conn_table_record_create_dm_handler(handle, 42, b, &err);
     EXPECT_EQ(err, 0U);
 }

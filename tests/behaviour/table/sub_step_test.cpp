@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Steps between the records of one key, and to its shadow.
+#include <cerrno>
+
 #include "tests/behaviour/table/traversal_fixture.h"
 
 namespace tarn::test {
@@ -133,12 +135,12 @@ TEST_P(SubSteps, ToAShadowCrossIntoTheNextTenantsRun) {
 
 TEST_P(SubSteps, AShadowIsItsOwnWhateverTheErrorWordHolds) {
     kel_record *shadow = put(0, 255);
-    err = 5;
+    err = EIO;
     services.clear();
     for (const Traversal *t : names()) {
         EXPECT_EQ(read(t->shadow, shadow), shadow);
     }
-    EXPECT_EQ(err, 5U);
+    EXPECT_EQ(err, EIO);
     EXPECT_TRUE(services.calls().empty());
 }
 
@@ -149,7 +151,7 @@ TEST_P(SubSteps, AFailedReportEndsTheWayToAShadow) {
     services.always_fail("kelrepl_add_to_cache");
     services.clear();
     EXPECT_EQ(read(s.by_key.shadow, record), nullptr);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(services.count("e_avl_get_next"), 1U);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records as text, and the text of a key.
 #include <algorithm>
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -30,12 +31,12 @@ TEST_P(Text, PrintNeedsTheWireLengthAsRoomForAnObject) {
     const u32 needed =
         static_cast<u32>(first_line.size()) + s.object.type->len(handle, tx, record->object);
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, needed - 1, &err);
-    EXPECT_EQ(err, 90U);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     // The record's last line is still written.
     EXPECT_EQ(std::string(buffer.data(), length), first_line + "}\n");
     EXPECT_EQ(s.cr.print(handle, record, buffer.data(), needed - 1), 0xffffffffU);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
 }
 
 TEST_P(Text, WithTheWireLengthAsRoomAnObjectIsBegun) {
@@ -60,7 +61,7 @@ TEST_P(Text, RoomForAnObjectIsASignedNumber) {
     kel_record *record = make(1);
     const std::string lines = std::string("record@") + s.name + ": {\n}\n";
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, 0x80001000U, &err);
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     EXPECT_EQ(std::string(buffer.data(), length), lines);
 }
 
@@ -72,39 +73,39 @@ TEST_P(Text, AKeyObjectNeedsItsWireLengthBehindTheValue) {
     const u32 needed =
         static_cast<u32>(before.size()) + s.key_object.type->len(handle, tx, record->key_object);
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, needed - 1, &err);
-    EXPECT_EQ(err, 90U);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     EXPECT_EQ(std::string(buffer.data(), length), before + "}\n");
 }
 
 TEST_P(Text, PrintRunsWithAnErrorAndClearsNone) {
     kel_record *record = make(1);
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     services.clear();
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, room, &err);
     // The record's own lines, without its objects.
     EXPECT_EQ(std::string(buffer.data(), length), std::string("record@") + s.name + ": {\n}\n");
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(services.count("kel_clear_last_error"), 0U);
     // The error is kept when the objects don't fit.
     s.plain.print(handle, tx, buffer.data(), record, static_cast<u32>(length), &err);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
 }
 
 TEST_P(Text, TheCrFormsStopAtAnError) {
     kel_record *record = make(1);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     std::fill(buffer.begin(), buffer.end(), '.');
     EXPECT_EQ(s.cr.print(handle, record, buffer.data(), room), 0xffffffffU);
     EXPECT_EQ(s.cr.to_xml(handle, record, buffer.data(), room), 0xffffffffU);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(buffer, std::vector<char>(room, '.'));
     kel_clear_last_error(handle);
     EXPECT_EQ(s.cr.to_xml(handle, record, buffer.data(), 3), 0xffffffffU);
-    EXPECT_EQ(handle->last_error, 90U);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
 }
 
 TEST_P(Text, AKeyPrintsUnderItsOwnName) {
@@ -136,28 +137,29 @@ TEST_P(Text, AKeyIsPrintedOnlyWithTableRecordAndRoom) {
         EXPECT_EQ(err, code);
         err = 0;
     };
-    expect_error(s.plain.pkey_print(handle, tx, nullptr, record, buffer.data(), room, &err), 22);
-    EXPECT_EQ(handle->last_error, 22U);
-    expect_error(s.plain.pkey_print(handle, tx, table, nullptr, buffer.data(), room, &err), 22);
-    expect_error(s.plain.pkey_print(nullptr, tx, table, record, buffer.data(), room, &err), 22);
+    expect_error(s.plain.pkey_print(handle, tx, nullptr, record, buffer.data(), room, &err),
+                 EINVAL);
+    EXPECT_EQ(handle->last_error, EINVAL);
+    expect_error(s.plain.pkey_print(handle, tx, table, nullptr, buffer.data(), room, &err), EINVAL);
+    expect_error(s.plain.pkey_print(nullptr, tx, table, record, buffer.data(), room, &err), EINVAL);
     const u32 length = s.plain.pkey_len(handle, tx, record);
     expect_error(s.plain.pkey_print(handle, tx, table, record, buffer.data(), length - 1, &err),
-                 90);
-    EXPECT_EQ(handle->last_error, 90U);
+                 EMSGSIZE);
+    EXPECT_EQ(handle->last_error, EMSGSIZE);
     // The length is compared as a signed number.
     expect_error(s.plain.pkey_print(handle, tx, table, record, buffer.data(), 0x80000000U, &err),
-                 90);
-    handle->last_error = 22;
-    err = 5;
+                 EMSGSIZE);
+    handle->last_error = EINVAL;
+    err = EIO;
     EXPECT_EQ(s.plain.pkey_print(handle, tx, table, record, buffer.data(), room, &err), 0U);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(buffer, std::vector<char>(room, '.'));
 }
 
 TEST_P(Text, AKeysPrintClearsTheLastErrorFirst) {
     kel_record *record = make(1);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     EXPECT_GT(s.plain.pkey_print(handle, tx, table, record, buffer.data(), room, &err), 0U);
     EXPECT_EQ(handle->last_error, 0U);
     const u32 length = s.plain.pkey_len(handle, tx, record);
@@ -165,7 +167,7 @@ TEST_P(Text, AKeysPrintClearsTheLastErrorFirst) {
     services.clear();
     s.plain.pkey_print(handle, tx, table, record, buffer.data(), length, &err);
     const auto stored = services.calls("kel_store_err");
-    for (const ServiceCall &call : stored) EXPECT_NE(call.arguments.at(1), 22U);
+    for (const ServiceCall &call : stored) EXPECT_NE(call.arguments.at(1), EINVAL);
     EXPECT_NE(buffer[0], ' ');
 }
 

@@ -4,6 +4,7 @@
 #ifndef TARNBASE_TESTS_BEHAVIOUR_TABLE_TRAVERSAL_FIXTURE_H
 #define TARNBASE_TESTS_BEHAVIOUR_TABLE_TRAVERSAL_FIXTURE_H
 
+#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <vector>
@@ -87,19 +88,19 @@ class ReadTest : public TableTest {
         return reads;
     }
     void expect_nothing_with_an_error_set(const Reads &reads) {
-        handle->last_error = 22;
-        err = 5;
+        handle->last_error = EINVAL;
+        err = EIO;
         services.clear();
         for (const auto &each : reads) EXPECT_EQ(each(), nullptr);
-        EXPECT_EQ(err, 5U);
-        EXPECT_EQ(handle->last_error, 22U);
+        EXPECT_EQ(err, EIO);
+        EXPECT_EQ(handle->last_error, EINVAL);
         EXPECT_TRUE(services.calls().empty());
         err = 0;
         handle->last_error = 0;
     }
     void expect_last_error_cleared_first(const Reads &reads) {
         for (const auto &each : reads) {
-            handle->last_error = 22;
+            handle->last_error = EINVAL;
             services.clear();
             each();
             EXPECT_EQ(err, 0U);

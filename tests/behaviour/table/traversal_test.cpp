@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Ordered steps: every form, under each of its names, with its filters.
+#include <cerrno>
+
 #include "tests/behaviour/table/traversal_fixture.h"
 
 namespace tarn::test {
@@ -217,10 +219,10 @@ TEST_P(Traversals, AnswersTheRecordWithTheErrorOfTheReport) {
     kel_record *b = put(1);
     services.always_fail("kelrepl_add_to_cache");
     EXPECT_EQ(read(s.by_key.first), a);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     err = 0;
     EXPECT_EQ(read(s.by_key.next, a), b);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(read(s.by_key.next, a), nullptr);
 }
 
@@ -264,7 +266,7 @@ TEST_P(Traversals, TheCrFormSelectsTheWorker) {
 
     TraceCapture trace;
     EXPECT_EQ(get(4, b, 0, 0), nullptr);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): invalid record get flag 4")) << trace.all();
     EXPECT_EQ(get(last, nullptr, 0, 0), nullptr) << "the error sticks";
 }
@@ -275,11 +277,11 @@ TEST_P(Traversals, EnteredWithAnErrorAnswersNull) {
     put(1);
     expect_nothing_with_an_error_set(reads_from_ends());
     expect_nothing_with_an_error_set(steps_from(record));
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     for (u32 selector = 0; selector < 4; ++selector) {
         EXPECT_EQ(s.index.get_cr(handle, table, selector, record, 0, 0), nullptr);
     }
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(services.calls().empty());
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records read from the wire, into a new record or an existing one.
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
@@ -53,15 +54,15 @@ TEST_P(RecordRead, ReadingInPlaceNeedsARecordWithItsObjects) {
     const u32 length = static_cast<u32>(bytes.size());
     kel_record *target = nullptr;
     EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), length, 1, &err), 0U);
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(target, nullptr);
 
     err = 0;
     target = s.plain.create_record(handle, tx, &err);
     kel_record *const same = target;
     EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), length, 1, &err), frame_size);
-    EXPECT_EQ(err, 2U);
+    EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(target, same);
     EXPECT_EQ(target->object, nullptr);
     err = 0;
@@ -76,8 +77,8 @@ TEST_P(RecordRead, ReadingWithoutMemoryIsErrorTwelve) {
     EXPECT_EQ(
         s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
         0U);
-    EXPECT_EQ(err, 12U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(err, ENOMEM);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(read, nullptr);
 }
 
@@ -89,7 +90,7 @@ TEST_P(RecordRead, ARecordWhoseObjectCannotBeMadeIsStoredAllTheSame) {
         s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
         frame_size);
     kel_store_fail_allocation(session.store(), 0);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(read->object, nullptr);
     if (s.has_key_object()) {
@@ -103,7 +104,7 @@ TEST_P(RecordRead, AFrameThatEndsEarlyLeavesTheRecordWithTheError) {
     const Bytes bytes = marshalled(make(1));
     kel_record *read = nullptr;
     EXPECT_EQ(s.plain.unmarshal(handle, tx, &read, bytes.data(), 20, 0, &err), 16U);
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     ASSERT_NE(read, nullptr);
     EXPECT_NE(read->object, nullptr);
     if (s.has_key_object()) {
@@ -114,7 +115,7 @@ TEST_P(RecordRead, AFrameThatEndsEarlyLeavesTheRecordWithTheError) {
 
     read = nullptr;
     s.plain.unmarshal(handle, tx, &read, bytes.data(), frame_size + 8, 0, &err);
-    EXPECT_EQ(err, 90U);
+    EXPECT_EQ(err, EMSGSIZE);
     ASSERT_NE(read, nullptr);
     err = 0;
     destroy(read);
@@ -147,9 +148,10 @@ TEST_P(RecordRead, ARecordWhoseKeyObjectCannotBeMadeIsStoredWithItsValue) {
         const u32 consumed = s.plain.unmarshal(handle, tx, &read, bytes.data(), length, 0, &err);
         kel_store_fail_allocation(session.store(), 0);
         ASSERT_NE(read, nullptr);
-        if (err == 12 && read->object != nullptr && consumed == frame_size + object_len(record)) {
+        if (err == ENOMEM && read->object != nullptr &&
+            consumed == frame_size + object_len(record)) {
             ++met;
-            EXPECT_EQ(handle->last_error, 12U);
+            EXPECT_EQ(handle->last_error, ENOMEM);
             EXPECT_EQ(s.get_value(handle, read->object), 5U);
             EXPECT_EQ(read->key_object, nullptr);
         }
@@ -168,8 +170,8 @@ TEST_P(RecordRead, InPlaceNeedsTheKeyObjectToo) {
     EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), static_cast<u32>(bytes.size()),
                                 1, &err),
               frame_size + object_len(record));
-    EXPECT_EQ(err, 2U);
-    EXPECT_EQ(handle->last_error, 2U);
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(s.get_value(handle, target->object), 5U);
     EXPECT_EQ(target->key_object, nullptr);
     s.key_object.type->destroy(handle, tx, key);

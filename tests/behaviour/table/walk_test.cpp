@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Walks over the whole tree, and the callback that is passed to the tree.
+#include <cerrno>
 #include <cstring>
 
 #include "tests/behaviour/table/traversal_fixture.h"
@@ -53,10 +54,10 @@ TEST_P(Walk, EndsWhenItsFunctionSaysSo) {
 TEST_P(Walk, DoesNothingWithAnErrorOrAnUnknownKey) {
     put(0);
     Visits visits;
-    err = 5;
+    err = EIO;
     s.index.walk(table, note_visit, &visits, &err);
-    EXPECT_EQ(err, 5U);
-    handle->last_error = 22;
+    EXPECT_EQ(err, EIO);
+    handle->last_error = EINVAL;
     s.cr.walk(handle, table, 0, note_visit, &visits);
     kel_clear_last_error(handle);
     TraceCapture trace;
@@ -145,13 +146,13 @@ TEST_P(Walk, IsTheTreesWithTheTablesCallback) {
 TEST_P(Walk, StoresNothingAndLeavesTheLastErrorAlone) {
     put(0);
     put(1);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     const kel_table before = *table;
     HookRecorder hooks(handle);
     Visits visits;
     s.index.walk(table, note_visit, &visits, &err);
     EXPECT_EQ(visits.records.size(), 2U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(hooks.events.empty());
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
 }
@@ -167,11 +168,11 @@ TEST_P(Walk, OfAnEmptyTableVisitsNothing) {
 TEST_P(Walk, OfAnUnknownKeyIsTracedEvenWithAnErrorSet) {
     put(0);
     Visits visits;
-    handle->last_error = 17;
+    handle->last_error = EEXIST;
     TraceCapture trace;
     s.cr.walk(handle, table, 0xffffffffU, note_visit, &visits);
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): unknow key:-1"), 1U) << trace.all();
-    EXPECT_EQ(handle->last_error, 17U);
+    EXPECT_EQ(handle->last_error, EEXIST);
     EXPECT_TRUE(visits.records.empty());
 }
 

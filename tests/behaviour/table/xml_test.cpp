@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Records written as XML, and read from it.
+#include <cerrno>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,14 +67,14 @@ TEST_P(RecordXml, IsReadBackIntoAnEqualRecord) {
 TEST_P(RecordXml, EnteredWithAnErrorDoesNothing) {
     kel_record *record = make(1);
     const Document document = parse("<a/>");
-    handle->last_error = 22;
-    err = 5;
+    handle->last_error = EINVAL;
+    err = EIO;
     services.clear();
     HookRecorder hooks(handle);
     EXPECT_EQ(s.plain.to_xml(handle, tx, buffer.data(), record, room, &err), 0U);
     EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
-    EXPECT_EQ(err, 5U);
-    EXPECT_EQ(handle->last_error, 22U);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(services.calls().empty());
     EXPECT_TRUE(hooks.events.empty());
 }
@@ -123,8 +124,8 @@ TEST_P(RecordXml, ReadWithoutMemoryIsErrorTwelve) {
         err = 0;
         EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr) << n;
         kel_store_fail_allocation(session.store(), 0);
-        EXPECT_EQ(err, 12U) << n;
-        EXPECT_EQ(handle->last_error, 12U) << n;
+        EXPECT_EQ(err, ENOMEM) << n;
+        EXPECT_EQ(handle->last_error, ENOMEM) << n;
     }
     EXPECT_GT(session.blocks(), blocks);
 }
@@ -142,7 +143,7 @@ TEST_P(RecordXml, ClosesTheRecordAlsoAfterAnError) {
         err = 0;
         services.clear();
         EXPECT_LE(s.plain.to_xml(handle, tx, buffer.data(), record, length, &err), length);
-        EXPECT_EQ(err, 90U);
+        EXPECT_EQ(err, EMSGSIZE);
         EXPECT_EQ(services.calls("start_tag").at(0).text, s.name);
         EXPECT_EQ(services.calls("start_tag").at(0).arguments_in(4, 6),
                   (std::vector<u64>{length, 0}));
@@ -151,16 +152,16 @@ TEST_P(RecordXml, ClosesTheRecordAlsoAfterAnError) {
     // Nothing is between the record's tags, which did not fit.
     EXPECT_EQ(elements("start_tag"), std::string(s.name) + " ");
     EXPECT_EQ(elements("end_tag"), std::string(s.name) + " ");
-    EXPECT_EQ(error_at_the_end, 90U);
+    EXPECT_EQ(error_at_the_end, EMSGSIZE);
 }
 
 TEST_P(RecordXml, ClearsTheLastErrorFirst) {
     kel_record *record = make(1);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     const std::string xml = written(s.plain.to_xml, record);
     EXPECT_EQ(handle->last_error, 0U);
     const Document document = parse(xml);
-    handle->last_error = 22;
+    handle->last_error = EINVAL;
     services.clear();
     EXPECT_NE(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
     EXPECT_EQ(handle->last_error, 0U);
@@ -189,7 +190,7 @@ TEST_P(RecordXml, AKeyElementThatCannotBeReadEndsTheRead) {
     const u64 blocks = session.blocks();
     EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
     EXPECT_NE(err, 0U);
-    EXPECT_NE(err, 2U);
+    EXPECT_NE(err, ENOENT);
     EXPECT_GE(session.blocks(), blocks + 3) << "record and objects aren't released";
 }
 
@@ -241,7 +242,7 @@ TEST_F(LdapXml, AValueThatCannotBeReadEndsTheReadWithoutReleasingTheRecord) {
     const u64 blocks = session.blocks();
     EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
     EXPECT_NE(err, 0U);
-    EXPECT_NE(err, 2U);
+    EXPECT_NE(err, ENOENT);
     EXPECT_EQ(session.blocks(), blocks + 2);
 }
 
