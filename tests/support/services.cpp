@@ -2,6 +2,7 @@
 #include "tests/support/services.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -140,7 +141,7 @@ bool ServiceRecorder::stop_failing() {
 const std::vector<ServiceInfo> &recorded_services() {
 #define TARN_INFO(name, count, failure) {#name, failure},
     static const std::vector<ServiceInfo> list = {
-        TARN_EACH_SERVICE(TARN_INFO){"ptrail_wrapper", never}, {"kel_snprintf", reports(90)}};
+        TARN_EACH_SERVICE(TARN_INFO){"ptrail_wrapper", never}, {"kel_snprintf", reports(EMSGSIZE)}};
 #undef TARN_INFO
     return list;
 }
