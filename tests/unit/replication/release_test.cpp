@@ -48,7 +48,7 @@ TEST_F(Release, NoRecordIsAccepted) { EXPECT_EQ(release(nullptr), 0U); }
 TEST_F(Release, ARecordWhoseKeyWasInUseIsDestroyedAndTheOtherStays) {
     kel_record *first = numbers.put(1);
     kel_record *second = numbers.make(1);
-    ASSERT_EQ(numbers.insert(second), 17U);
+    ASSERT_EQ(numbers.insert(second), EEXIST);
     EXPECT_EQ(release(second), 0U);
     EXPECT_EQ(numbers.find(1), first);
     EXPECT_EQ(numbers.table->record_count, 1U);
@@ -58,7 +58,7 @@ TEST_F(Release, ARecordWhoseKeyWasInUseIsDestroyedAndTheOtherStays) {
 TEST_F(Release, ARecordThatCouldNotBeReplicatedStaysInTheIndexUntilTheEngineHasFinished) {
     kel_record *record = numbers.make(1);
     ASSERT_EQ(kel_replication_attach(handle, nullptr), 0U);
-    ASSERT_EQ(numbers.insert(record), 2U);
+    ASSERT_EQ(numbers.insert(record), ENOENT);
     const std::uint64_t blocks = session.blocks();
     EXPECT_EQ(release(record), in_progress);
     EXPECT_NE(std::string(kel_error_text()).find("tbl_test_number is marked"), std::string::npos);
@@ -83,9 +83,9 @@ TEST_F(Release, TheEnginesHandleDestroysARecordOfAMarkedTableAtOnce) {
 TEST_F(Release, AnErrorInTheHandleChangesNothingAndStays) {
     unmark();
     for (kel_record *record : {numbers.put(1), numbers.make(2)}) {
-        handle->last_error = 12;
+        handle->last_error = ENOMEM;
         EXPECT_EQ(release(record), 0U);
-        EXPECT_EQ(handle->last_error, 12U);
+        EXPECT_EQ(handle->last_error, ENOMEM);
     }
     EXPECT_EQ(numbers.find(1), nullptr);
 }
@@ -117,7 +117,7 @@ TEST_F(Release, ARecordOfAnotherTableIsAnErrorAndUnchanged) {
     kel_record *record = numbers.put(1);
     const StoreSnapshot before(session.store());
     for (const void *const *other : {tbl_test_pair_table_vft, tbl_test_label_table_vft}) {
-        EXPECT_EQ(kel_record_release(handle, tx, other, record), 22U);
+        EXPECT_EQ(kel_record_release(handle, tx, other, record), EINVAL);
         EXPECT_NE(std::string(kel_error_text()).find("no record of tbl_test_"), std::string::npos);
     }
     EXPECT_EQ(to_text(before.changes()), "");
@@ -158,7 +158,7 @@ TEST_F(Fallback, IsTheRecordOrObjectThatACreationWithoutMemoryReturns) {
     kel_record *hollow = tbl_test_number_record_create_cr(handle, 1);
     EXPECT_EQ(kel_record_is_fallback(handle, hollow), 0U);
     EXPECT_EQ(kel_object_is_fallback(handle, hollow->object), 1U);
-    EXPECT_EQ(handle->last_error, 12U);
+    EXPECT_EQ(handle->last_error, ENOMEM);
     kel_clear_last_error(handle);
     kel_store_fail_allocation(store, 1);
     EXPECT_EQ(kel_object_is_fallback(handle, st_every_create_cr(handle)), 1U);
