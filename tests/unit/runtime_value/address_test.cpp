@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <cerrno>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -44,12 +45,12 @@ TEST_F(Address, TextThatIsNoAddressIsError22AndLeavesTheValue) {
     ip_address_assign_text(handle, tx, field, "10.0.0.1", &err);
     for (const char *text : {"", "10.0.0", "10.0.0.256", "fe80::1%eth0", "host", "10.0.0.1 "}) {
         ip_address_assign_text(handle, tx, field, text, &err);
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_EQ(text_of(field), "10.0.0.1");
     }
     EXPECT_STREQ(kel_error_text(), "ip_address: expected an IPv4 or IPv6 address, found 10.0.0.1 ");
     ip_address_assign_text(handle, tx, field, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_F(Address, AssignTakesBytesOfAFamilyAndNoOther) {
@@ -60,15 +61,15 @@ TEST_F(Address, AssignTakesBytesOfAFamilyAndNoOther) {
     EXPECT_EQ(text_of(field), "1.2.3.4");
     EXPECT_EQ(field->bytes[4], 0);
     ip_address_assign(handle, tx, field, 5, bytes, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     ip_address_assign(handle, tx, field, KEL_ADDRESS_IPV4, nullptr, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(text_of(field), "1.2.3.4");
     ip_address_assign(handle, tx, field, KEL_ADDRESS_NONE, nullptr, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(text_of(field), "");
     ip_address_assign(handle, tx, nullptr, KEL_ADDRESS_NONE, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_F(Address, SetCopiesFamilyAndBytesAloneAndAnnouncesThem) {
@@ -89,15 +90,15 @@ TEST_F(Address, SetCopiesFamilyAndBytesAloneAndAnnouncesThem) {
     ip_address_set(handle, tx, field, field, &err);
     EXPECT_TRUE(hooks.events.empty());
     ip_address_set(handle, tx, field, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     ip_address_set(handle, tx, nullptr, source, &err);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_F(Address, AnErrorOnEntryStopsEveryOperation) {
     ip_address *source = make_address("1.2.3.4");
     char buffer[64] = "untouched";
-    err = 11;
+    err = EAGAIN;
     HookRecorder hooks(handle);
     EXPECT_EQ(ip_address_get(handle, tx, field, &err), nullptr);
     ip_address_set(handle, tx, field, source, &err);
@@ -108,7 +109,7 @@ TEST_F(Address, AnErrorOnEntryStopsEveryOperation) {
     EXPECT_EQ(ip_address_print(handle, tx, buffer, 0, "n", source, 64, &err), 0U);
     EXPECT_EQ(ip_address_to_xml(handle, tx, "n", buffer, source, 64, 0, &err), 0U);
     read_xml("1.1.1.1");
-    EXPECT_EQ(err, 11U);
+    EXPECT_EQ(err, EAGAIN);
     EXPECT_EQ(text_of(field), "");
     EXPECT_STREQ(buffer, "untouched");
     EXPECT_TRUE(hooks.events.empty());
@@ -122,7 +123,7 @@ TEST_F(Address, TheWireFormIsFamilyAndBytesAndIsReadBack) {
         std::vector<std::uint8_t> buffer(length);
         for (std::uint32_t room = 0; room < length; ++room) {
             EXPECT_EQ(ip_address_marshal(handle, tx, buffer.data(), source, room, &err), 0U);
-            expect_error(90);
+            expect_error(EMSGSIZE);
             EXPECT_EQ(buffer, std::vector<std::uint8_t>(length, 0));
         }
         ASSERT_EQ(ip_address_marshal(handle, tx, buffer.data(), source, length, &err), length);
@@ -136,7 +137,7 @@ TEST_F(Address, TheWireFormIsFamilyAndBytesAndIsReadBack) {
         for (std::uint32_t room = 0; room < length; ++room) {
             const std::vector<std::uint8_t> cut(buffer.begin(), buffer.begin() + room);
             EXPECT_EQ(ip_address_unmarshal(handle, tx, cut.data(), copy, room, 0, &err), 0U);
-            expect_error(90);
+            expect_error(EMSGSIZE);
             EXPECT_EQ(text_of(copy), text);
         }
     }
@@ -147,7 +148,7 @@ TEST_F(Address, AnUnknownFamilyOnTheWireIsError22) {
     for (const int family : {1, 2, 3, 5, 7, 10, 127, 128, 255}) {
         const std::vector<std::uint8_t> buffer(17, static_cast<std::uint8_t>(family));
         EXPECT_EQ(ip_address_unmarshal(handle, tx, buffer.data(), field, 17, 0, &err), 0U);
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_EQ(text_of(field), "1.2.3.4");
     }
 }
@@ -162,7 +163,7 @@ TEST_F(Address, ANullAddressIsMarshalledAndPrintedAsNone) {
     ASSERT_EQ(ip_address_to_xml(handle, tx, "a", buffer, nullptr, 32, 0, &err), 8U);
     EXPECT_EQ(std::string(buffer, 8), "<a></a>\n");
     EXPECT_EQ(ip_address_unmarshal(handle, tx, &byte, nullptr, 1, 0, &err), 0U);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 TEST_F(Address, PrintShowsTheTextOrNone) {
@@ -170,7 +171,7 @@ TEST_F(Address, PrintShowsTheTextOrNone) {
     ASSERT_EQ(ip_address_print(handle, tx, buffer, 2, "peer", field, 13, &err), 13U);
     EXPECT_EQ(std::string(buffer, 13), "  peer: none\n");
     EXPECT_EQ(ip_address_print(handle, tx, buffer, 2, "peer", field, 12, &err), 0U);
-    expect_error(90);
+    expect_error(EMSGSIZE);
     ip_address_assign_text(handle, tx, field, "::1", &err);
     ASSERT_EQ(ip_address_print(handle, tx, buffer, 0, "peer", field, 32, &err), 10U);
     EXPECT_EQ(std::string(buffer, 10), "peer: ::1\n");
@@ -191,7 +192,7 @@ TEST_F(Address, XmlIsReadBackAndBadTextIsError22) {
     for (const char *text : {" ", "1.2.3", "none", "1.2.3.4/24"}) {
         TraceCapture trace;
         read_xml(text);
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_EQ(text_of(field), "2001:db8::ff");
         EXPECT_EQ(trace.lines.size(), 1U);
     }

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+
 #include "tests/unit/runtime_value/support.h"
 
 namespace tarn::test {
@@ -46,18 +48,18 @@ TEST_F(Boolean, SetTakesTheValueAloneAndAnnouncesItsFourBytes) {
 
 TEST_F(Boolean, NullsAndErrorsOnEntryChangeNothing) {
     kel_boolean_set(handle, tx, field, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     kel_boolean_set_value(handle, tx, nullptr, 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(kel_boolean_get(handle, tx, nullptr, &err), nullptr);
     EXPECT_EQ(kel_boolean_get_value(handle, tx, nullptr, &err), 0U);
     EXPECT_EQ(kel_boolean_get(handle, tx, field, &err), field);
-    err = 11;
+    err = EAGAIN;
     kel_boolean_set_value(handle, tx, field, 1, &err);
     kel_boolean_set(handle, tx, field, field, &err);
     EXPECT_EQ(kel_boolean_get(handle, tx, field, &err), nullptr);
     EXPECT_EQ(field->value, 0U);
-    EXPECT_EQ(err, 11U);
+    EXPECT_EQ(err, EAGAIN);
 }
 
 TEST_F(Boolean, TheWireFormIsOneByteAndAnyNonzeroByteReadsAsTrue) {
@@ -79,10 +81,10 @@ TEST_F(Boolean, TheWireFormIsOneByteAndAnyNonzeroByteReadsAsTrue) {
 TEST_F(Boolean, TooLittleSpaceOnTheWireIsError90) {
     std::uint8_t byte = 0xee;
     EXPECT_EQ(kel_boolean_marshal(handle, tx, &byte, field, 0, &err), 0U);
-    expect_error(90);
+    expect_error(EMSGSIZE);
     EXPECT_EQ(byte, 0xee);
     EXPECT_EQ(kel_boolean_unmarshal(handle, tx, &byte, field, 0, 0, &err), 0U);
-    expect_error(90);
+    expect_error(EMSGSIZE);
     EXPECT_EQ(value(), 0U);
 }
 
@@ -94,7 +96,7 @@ TEST_F(Boolean, PrintSaysTrueOrFalse) {
     ASSERT_EQ(kel_boolean_print(handle, tx, buffer, 0, "up", field, 9, &err), 9U);
     EXPECT_EQ(std::string(buffer, 9), "up: true\n");
     EXPECT_EQ(kel_boolean_print(handle, tx, buffer, 0, "up", field, 8, &err), 0U);
-    expect_error(90);
+    expect_error(EMSGSIZE);
 }
 
 TEST_F(Boolean, XmlReadsWordsAndDigitsAndNothingElse) {
@@ -110,7 +112,7 @@ TEST_F(Boolean, XmlReadsWordsAndDigitsAndNothingElse) {
     for (const char *text : {"", "2", "TRUE", " true", "yes", "00"}) {
         TraceCapture trace;
         read_xml(text);
-        expect_error(22);
+        expect_error(EINVAL);
         EXPECT_EQ(value(), 1U) << text;
         EXPECT_EQ(trace.lines.size(), 1U);
     }

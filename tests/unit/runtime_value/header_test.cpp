@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What initialize, set_instance_embedded and destroy_internal do to a value's
 // header, and how values are counted.
+#include <cerrno>
+
 #include "tests/unit/runtime_value/support.h"
 
 namespace tarn::test {
@@ -78,11 +80,11 @@ TEST_F(ValueHeader, ADomainOfANegativeVariantShowsInTheHeader) {
 }
 
 TEST_F(ValueHeader, AnErrorOnEntryLeavesTheMemory) {
-    err = 12;
+    err = ENOMEM;
     initialize(1, 0, OBJ_NESTED);
     const kel_vstring zeroed{};
     EXPECT_EQ(std::memcmp(string, &zeroed, sizeof zeroed), 0);
-    EXPECT_EQ(err, 12U);
+    EXPECT_EQ(err, ENOMEM);
 }
 
 TEST_F(ValueHeader, ACorruptedHandleAborts) {

@@ -3,6 +3,7 @@
 // entry.
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -121,8 +122,8 @@ TEST_F(OperationSets, AnErrorOnEntryIsTheEndOfEveryOperationThatTakesOne) {
             const std::string before(static_cast<const char *>(value_), 32);
             const std::string buffer(buffer_, sizeof buffer_);
             const std::string other(other_, sizeof other_);
-            err = 5;
-            handle->last_error = 22;
+            err = EIO;
+            handle->last_error = EINVAL;
             const HookRecorder hooks(handle);
             // A narrow result leaves the rest of the register unchanged.
             const auto answer = static_cast<std::uint8_t>(run(find(type, name), name));
@@ -131,8 +132,8 @@ TEST_F(OperationSets, AnErrorOnEntryIsTheEndOfEveryOperationThatTakesOne) {
                                          name == "get_object_references" ||
                                          name.compare(0, 6, "offset") == 0;
             EXPECT_TRUE(answers_nothing || answer == 0);
-            EXPECT_EQ(err, 5U);
-            EXPECT_EQ(handle->last_error, 22U);
+            EXPECT_EQ(err, EIO);
+            EXPECT_EQ(handle->last_error, EINVAL);
             EXPECT_TRUE(hooks.events.empty());
             EXPECT_EQ(std::string(static_cast<const char *>(value_), 32), before);
             EXPECT_EQ(std::string(buffer_, sizeof buffer_), buffer);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The services for blanks and formatted text.
+#include <cerrno>
+
 #include "tests/unit/runtime_value/support.h"
 
 namespace tarn::test {
@@ -24,7 +26,7 @@ TEST_F(PrintServices, BlanksTakeTheirSpaceAndAddNoNul) {
 TEST_F(PrintServices, BlanksThatDoNotFitAreError90AndWriteNothing) {
     for (const std::uint32_t indent : {4U, 1000U, 0xffffffffU}) {
         EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), indent, 3, &err), 0U);
-        expect_error(90);
+        expect_error(EMSGSIZE);
     }
     EXPECT_EQ(buffer, std::string(20, '~'));
 }
@@ -44,7 +46,7 @@ TEST_F(PrintServices, FormattedTextThatDoesNotFitIsError90AndStaysInItsBuffer) {
     for (std::uint32_t room = 0; room < 6; ++room) {
         buffer.assign(20, '~');
         EXPECT_EQ(format(room, "abcdef"), 0U);
-        expect_error(90);
+        expect_error(EMSGSIZE);
         EXPECT_EQ(buffer.substr(room), std::string(20 - room, '~'));
     }
 }
@@ -62,13 +64,13 @@ TEST_F(PrintServices, ArgumentsAreFormattedLikeSnprintfDoes) {
 }
 
 TEST_F(PrintServices, ATextThatFailedInItsMiddleIsStillClosed) {
-    err = 22;
+    err = EINVAL;
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 2, 20, &err), 2U);
     EXPECT_EQ(kel_snprintf(handle, tx, buffer.data() + 2, 18, &err, "}\n"), 2U);
     EXPECT_EQ(buffer.substr(0, 4), "  }\n");
     EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 1, &err, "}\n"), 0U);
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 2, 1, &err), 0U);
-    EXPECT_EQ(err, 22U);
+    EXPECT_EQ(err, EINVAL);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The six integers, through one set of tests.
+#include <cerrno>
 #include <limits>
 #include <vector>
 
@@ -94,7 +95,7 @@ TYPED_TEST(Scalars, AnErrorOnEntryStopsEveryOperation) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     *this->field = 9;
-    this->err = 43;
+    this->err = EIDRM;
     const Plain source = 1;
     char buffer[64] = "untouched";
     HookRecorder hooks(this->handle);
@@ -107,7 +108,7 @@ TYPED_TEST(Scalars, AnErrorOnEntryStopsEveryOperation) {
     EXPECT_EQ(Op::print(this->handle, this->tx, buffer, 0, "n", this->field, 64, &this->err), 0U);
     EXPECT_EQ(Op::to_xml(this->handle, this->tx, "n", buffer, this->field, 64, 0, &this->err), 0U);
     this->read_xml("3");
-    EXPECT_EQ(this->err, 43U);
+    EXPECT_EQ(this->err, EIDRM);
     EXPECT_EQ(this->handle->last_error, 0U);
     EXPECT_EQ(*this->field, 9);
     EXPECT_STREQ(buffer, "untouched");
@@ -119,11 +120,11 @@ TYPED_TEST(Scalars, SettingANullFieldOrFromANullSourceIsErrorTwo) {
     using Plain = typename TypeParam::Plain;
     const Plain source = 1;
     Op::set(this->handle, this->tx, this->field, nullptr, &this->err);
-    this->expect_error(2);
+    this->expect_error(ENOENT);
     Op::set(this->handle, this->tx, nullptr, &source, &this->err);
-    this->expect_error(2);
+    this->expect_error(ENOENT);
     Op::set_value(this->handle, this->tx, nullptr, source, &this->err);
-    this->expect_error(2);
+    this->expect_error(ENOENT);
     EXPECT_EQ(*this->field, 0);
 }
 
@@ -174,12 +175,12 @@ TYPED_TEST(Scalars, TooLittleSpaceOnTheWireIsError90AndChangesNothing) {
         buffer.resize(room);
         EXPECT_EQ(Op::marshal(this->handle, this->tx, buffer.data(), this->field, room, &this->err),
                   0U);
-        this->expect_error(90);
+        this->expect_error(EMSGSIZE);
         EXPECT_EQ(buffer, std::vector<std::uint8_t>(room, 0xee));
         EXPECT_EQ(
             Op::unmarshal(this->handle, this->tx, buffer.data(), this->field, room, 0, &this->err),
             0U);
-        this->expect_error(90);
+        this->expect_error(EMSGSIZE);
         EXPECT_EQ(*this->field, 3);
     }
 }
@@ -200,7 +201,7 @@ TYPED_TEST(Scalars, PrintWritesBlanksNameAndValueAndNoNul) {
                             length - 1, &this->err),
                   0U);
         EXPECT_EQ(buffer.substr(length), "~~~");
-        this->expect_error(90);
+        this->expect_error(EMSGSIZE);
     }
 }
 
@@ -234,7 +235,7 @@ TYPED_TEST(Scalars, AStateFlagIsAnAttribute) {
     EXPECT_EQ(std::string(buffer, expected.size()), expected);
     EXPECT_EQ(Op::to_xml(this->handle, this->tx, "f", buffer, this->field, 20, 255, &this->err),
               0U);
-    this->expect_error(90);
+    this->expect_error(EMSGSIZE);
 }
 
 TYPED_TEST(Scalars, TextThatIsNoNumberOfTheTypeIsError22AndLeavesTheValue) {
@@ -248,7 +249,7 @@ TYPED_TEST(Scalars, TextThatIsNoNumberOfTheTypeIsError22AndLeavesTheValue) {
           std::string("-"), std::string("<g>1</g>")}) {
         TraceCapture trace;
         this->read_xml(text);
-        this->expect_error(22);
+        this->expect_error(EINVAL);
         EXPECT_EQ(*this->field, 6) << text;
         ASSERT_EQ(trace.lines.size(), 1U) << text;
         EXPECT_EQ(trace.lines[0].level, KEL_TRACE_ERROR);
@@ -260,7 +261,7 @@ TYPED_TEST(Scalars, TheErrorNamesThePathAndTheRange) {
     using Limits = std::numeric_limits<typename TypeParam::Plain>;
     TraceCapture trace;
     this->read_xml("many");
-    this->expect_error(22);
+    this->expect_error(EINVAL);
     const std::string expected = "XML: //o/f: expected a number from " +
                                  std::to_string(Limits::min()) + " to " +
                                  std::to_string(Limits::max()) + ", found \"many\"";
@@ -273,7 +274,7 @@ TYPED_TEST(Scalars, AMissingElementIsErrorTwoAndLeavesTheValue) {
     *this->field = 6;
     TypeParam::from_xml(this->handle, this->tx, "//o/f", document.get(), this->field, &this->err,
                         nullptr, 0);
-    this->expect_error(2);
+    this->expect_error(ENOENT);
     EXPECT_EQ(*this->field, 6);
 }
 

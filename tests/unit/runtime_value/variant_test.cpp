@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Variants of handles and instances, marks and flags of instances.
+#include <cerrno>
+
 #include "tests/unit/runtime_value/support.h"
 
 namespace tarn::test {
@@ -62,7 +64,7 @@ TEST_F(Variants, ANegativeChoiceIsReturnedInTheLowByte) {
 }
 
 TEST_F(Variants, AChoiceForNoTypeIsInvalid) {
-    EXPECT_EQ(kel_handle_set_variant(handle, nullptr, 1), 22U);
+    EXPECT_EQ(kel_handle_set_variant(handle, nullptr, 1), EINVAL);
     EXPECT_STREQ(kel_error_text(), "kel_handle_set_variant: the descriptor is null");
 }
 
@@ -102,7 +104,7 @@ TEST_F(Variants, WithoutObjectDescriptorOrWithAnErrorNothingIsRaised) {
     EXPECT_EQ(kellib_adjust_variant(handle, tx, nullptr, &type, 2, &err), 0);
     object->variant = -1;
     EXPECT_EQ(adjust(nullptr, 2), -1);
-    err = 22;
+    err = EINVAL;
     EXPECT_EQ(adjust(&type, 2), -1);
     EXPECT_EQ(object->variant, -1);
 }
@@ -136,9 +138,9 @@ TEST_F(Variants, OnlyAFreeObjectMayBeAttached) {
     object->flags = static_cast<std::uint8_t>(~(OBJ_NESTED | OBJ_EMBEDDED));
     EXPECT_EQ(kellib_validate_object_flags(object, 1, 1), 0U);
     object->flags = OBJ_NESTED;
-    EXPECT_EQ(kellib_validate_object_flags(object, 1, 1), 22U);
+    EXPECT_EQ(kellib_validate_object_flags(object, 1, 1), EINVAL);
     object->flags = OBJ_EMBEDDED | OBJ_STATE_TRACKED;
-    EXPECT_EQ(kellib_validate_object_flags(object, 1, 1), 22U);
+    EXPECT_EQ(kellib_validate_object_flags(object, 1, 1), EINVAL);
     EXPECT_EQ(kellib_validate_object_flags(nullptr, 1, 1), 0U);
 }
 

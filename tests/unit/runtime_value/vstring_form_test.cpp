@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A string as printed text and as XML.
+#include <cerrno>
 #include <random>
 #include <vector>
 
@@ -84,7 +85,7 @@ TEST_F(VstringForm, PrintThatDoesNotFitIsError90AndStaysInItsBuffer) {
             EXPECT_EQ(buffer.substr(0, room), expected);
         } else {
             EXPECT_EQ(length, 0U);
-            expect_error(90);
+            expect_error(EMSGSIZE);
         }
     }
 }
@@ -108,7 +109,7 @@ TEST_F(VstringForm, XmlThatDoesNotFitIsError90AndStaysInItsBuffer) {
             kel_vstring_to_xml(handle, tx, "n", buffer.data(), string, room, 0, &err);
         EXPECT_EQ(buffer.substr(room), std::string(buffer.size() - room, '~'));
         EXPECT_EQ(length, room == expected.size() ? room : 0U);
-        if (length == 0) expect_error(90);
+        if (length == 0) expect_error(EMSGSIZE);
     }
 }
 
@@ -168,7 +169,7 @@ TEST_F(VstringForm, EachCharacterAroundTheLimitsIsWrittenOrAnErrorAsInXml) {
             ASSERT_EQ(read_back(xml), text) << character;
         } else {
             EXPECT_EQ(xml, "") << character;
-            expect_error(22);
+            expect_error(EINVAL);
             EXPECT_EQ(trace.lines.size(), 1U);
         }
     }
@@ -197,14 +198,14 @@ TEST_F(VstringForm, ATextThatXmlCannotRepresentIsAnErrorWithItsOffset) {
     assign(string, std::string_view("good\0bad", 8));
     char buffer[64] = "untouched";
     EXPECT_EQ(kel_vstring_to_xml(handle, tx, "sname", buffer, string, 64, 0, &err), 0U);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_STREQ(buffer, "untouched");
     EXPECT_STREQ(kel_error_text(),
                  "XML: sname: expected text that XML can carry, found another byte at offset 4");
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, std::string("(ERR): ") + kel_error_text()));
     for (const char *text : {"\xff", "a\xc3", "\xed\xa0\x80", "\xc0\xaf"}) {
         EXPECT_EQ(to_xml(text), "");
-        expect_error(22);
+        expect_error(EINVAL);
     }
 }
 
@@ -226,7 +227,7 @@ TEST_F(VstringForm, AnElementInTheTextIsAnErrorFromXml) {
     assign(string, "kept");
     const Document document = parse("<o><n>a<b>c</b></n></o>");
     kel_vstring_from_xml(handle, tx, "//o/n", document.get(), string, &err, nullptr, 0);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(text_of(string), "kept");
     EXPECT_STREQ(kel_error_text(), "XML: //o/n: expected text, found an element");
 }
@@ -235,7 +236,7 @@ TEST_F(VstringForm, FromXmlOfAMissingElementIsErrorTwo) {
     assign(string, "kept");
     const Document document = parse("<o/>");
     kel_vstring_from_xml(handle, tx, "//o/n", document.get(), string, &err, nullptr, 0);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(text_of(string), "kept");
 }
 

@@ -2,6 +2,7 @@
 // What a string contains: its text at every length, its order, its hash, its wire
 // form. Who owns the text is tested in vstring_ownership_test.cpp.
 #include <algorithm>
+#include <cerrno>
 #include <random>
 #include <vector>
 
@@ -80,15 +81,15 @@ TEST_F(Vstring, TheChangeAfterTheHeaderIsAnnouncedFirst) {
 TEST_F(Vstring, NullArgumentsAreErrorTwo) {
     assign(string, "kept");
     kel_vstring_set(handle, tx, string, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     kel_vstring_set(handle, tx, nullptr, string, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     kel_vstring_assign(handle, tx, string, nullptr, 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     kel_vstring_assign(handle, tx, nullptr, "x", 1, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     kel_vstring_assign_text(handle, tx, string, nullptr, &err);
-    expect_error(2);
+    expect_error(ENOENT);
     EXPECT_EQ(text_of(string), "kept");
     kel_vstring_assign(handle, tx, string, nullptr, 0, &err);
     EXPECT_EQ(err, 0U);
@@ -100,7 +101,7 @@ TEST_F(Vstring, AnErrorOnEntryStopsEveryOperation) {
     kel_vstring *other = make_string("other");
     char buffer[64] = "untouched";
     const Document document = parse("<f>x</f>");
-    err = 43;
+    err = EIDRM;
     HookRecorder hooks(handle);
     EXPECT_EQ(kel_vstring_get(handle, tx, string, &err), nullptr);
     kel_vstring_set(handle, tx, string, other, &err);
@@ -112,7 +113,7 @@ TEST_F(Vstring, AnErrorOnEntryStopsEveryOperation) {
     EXPECT_EQ(kel_vstring_to_xml(handle, tx, "n", buffer, string, 64, 0, &err), 0U);
     kel_vstring_from_xml(handle, tx, "//f", document.get(), string, &err, nullptr, 0);
     EXPECT_EQ(kel_vstring_type_type_backpropagate(handle, tx, string, &err), 0U);
-    EXPECT_EQ(err, 43U);
+    EXPECT_EQ(err, EIDRM);
     EXPECT_EQ(text_of(string), "kept");
     EXPECT_STREQ(buffer, "untouched");
     EXPECT_TRUE(hooks.events.empty());
@@ -121,15 +122,15 @@ TEST_F(Vstring, AnErrorOnEntryStopsEveryOperation) {
 TEST_F(Vstring, ATextTooLongForASigned32BitLengthIsAnError) {
     // Only the length is read, and four bytes for the prefix.
     kel_vstring_assign(handle, tx, string, "x", 0xffffffffU, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     kel_vstring huge;
     kel_vstring_refer(&huge, "xxxx", 0xffffffffU);
     kel_vstring_set(handle, tx, string, &huge, &err);
-    expect_error(22);
+    expect_error(EINVAL);
     EXPECT_EQ(kel_vstring_len(handle, tx, &huge), 0xffffffffU);
     char buffer[8];
     EXPECT_EQ(kel_vstring_marshal(handle, tx, buffer, &huge, 0xffffffffU, &err), 0U);
-    expect_error(90);
+    expect_error(EMSGSIZE);
     EXPECT_EQ(text_of(string), "");
 }
 
@@ -163,7 +164,7 @@ TEST_F(Vstring, TooLittleSpaceToMarshalIsError90AndWritesNothing) {
     for (std::uint32_t room = 0; room < 7; ++room) {
         std::vector<char> buffer(room, '~');
         EXPECT_EQ(kel_vstring_marshal(handle, tx, buffer.data(), string, room, &err), 0U);
-        expect_error(90);
+        expect_error(EMSGSIZE);
         EXPECT_EQ(buffer, std::vector<char>(room, '~'));
     }
 }
@@ -179,14 +180,14 @@ TEST_F(Vstring, AHostileLengthNeverReadsBeyondTheBuffer) {
             std::memcpy(buffer.data(), &length, sizeof length);
             EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer.data(), string, 4 + extra, 0, &err),
                       0U);
-            expect_error(90);
+            expect_error(EMSGSIZE);
             EXPECT_EQ(text_of(string), "kept");
         }
     }
     for (std::uint32_t room = 0; room < 4; ++room) {
         std::vector<char> buffer(room);
         EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer.data(), string, room, 0, &err), 0U);
-        expect_error(90);
+        expect_error(EMSGSIZE);
     }
 }
 
@@ -195,7 +196,7 @@ TEST_F(Vstring, UnmarshalTakesItsOwnBytesOnly) {
     EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer, string, sizeof buffer, 1, &err), 7U);
     EXPECT_EQ(text_of(string), "abc");
     EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer, nullptr, sizeof buffer, 0, &err), 0U);
-    expect_error(2);
+    expect_error(ENOENT);
 }
 
 // The documented order of strings.

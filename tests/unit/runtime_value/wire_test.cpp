@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
 #include <functional>
 #include <vector>
 
@@ -17,12 +18,12 @@ class Wire : public ValueTest {
         std::vector<std::uint8_t> buffer(length, 0xee);
         for (std::uint32_t room = 0; room < length; ++room) {
             EXPECT_EQ(write(buffer.data(), room), 0U);
-            expect_error(90);
+            expect_error(EMSGSIZE);
             EXPECT_EQ(buffer, std::vector<std::uint8_t>(length, 0xee));
         }
-        err = 43;
+        err = EIDRM;
         EXPECT_EQ(write(buffer.data(), length), 0U);
-        EXPECT_EQ(err, 43U);
+        EXPECT_EQ(err, EIDRM);
         EXPECT_EQ(buffer, std::vector<std::uint8_t>(length, 0xee));
         err = 0;
         EXPECT_EQ(write(buffer.data(), length), length);
@@ -37,11 +38,11 @@ class Wire : public ValueTest {
         for (std::uint32_t room = 0; room < length; ++room) {
             const std::vector<std::uint8_t> cut(bytes.begin(), bytes.begin() + room);
             EXPECT_EQ(read(cut.data(), room), 0U);
-            expect_error(90);
+            expect_error(EMSGSIZE);
         }
-        err = 43;
+        err = EIDRM;
         EXPECT_EQ(read(bytes.data(), length), 0U);
-        EXPECT_EQ(err, 43U);
+        EXPECT_EQ(err, EIDRM);
         err = 0;
         EXPECT_EQ(read(bytes.data(), length), length);
         EXPECT_EQ(err, 0U);
