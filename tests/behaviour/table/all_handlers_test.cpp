@@ -159,7 +159,7 @@ class AllHandlers : public ::testing::Test {
     void *const c = &words[2];
 };
 
-TEST_F(AllHandlers, OfAllTablesTakeThePlaceOfTheWeakOnes) {
+TEST_F(AllHandlers, ReplaceTheWeakOnesOfAllTables) {
     for (const Callbacks &form : all_callbacks) {
         const std::string table = form.table;
         form.create(handle, 42, a, b, &err);
@@ -179,7 +179,7 @@ TEST_F(AllHandlers, OfAllTablesTakeThePlaceOfTheWeakOnes) {
     }
 }
 
-TEST_F(AllHandlers, AreNotCalledWithAnErrorThere) {
+TEST_F(AllHandlers, AreNotCalledWithAnErrorSet) {
     handle->last_error = EINVAL;
     err = EIO;
     for (const Callbacks &form : all_callbacks) {

@@ -276,7 +276,7 @@ TEST_P(Announcements, CoverEachByteThatARandomRunChanges) {
 }
 
 // The runtime and the library never announce the same store.
-TEST_P(Announcements, TellOfAStoreOnce) {
+TEST_P(Announcements, OfAStoreAreMadeOnce) {
     for (u32 key = 0; key < std::min(s.keys, 20U); ++key) {
         kel_record *record = make(key);
         announced.begin_round();

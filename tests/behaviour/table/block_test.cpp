@@ -12,7 +12,7 @@ namespace {
 
 using Offsets = std::vector<std::size_t>;
 
-TEST(Blocks, OfATableHoldTheirMembersInOrder) {
+TEST(Blocks, TableMembersAreInOrder) {
     const Offsets offsets = {
         offsetof(kel_table, descriptor),         offsetof(kel_table, variant),
         offsetof(kel_table, table_name),         offsetof(kel_table, record_count),
@@ -32,7 +32,7 @@ TEST(Blocks, OfATableHoldTheirMembersInOrder) {
     EXPECT_EQ(sizeof(kel_table::range_word), 8U);
 }
 
-TEST(Blocks, OfATableIdRootHoldTheirMembersInOrder) {
+TEST(Blocks, TableIdRootMembersAreInOrder) {
     const Offsets offsets = {
         offsetof(kel_table_id_root, reserved), offsetof(kel_table_id_root, id_table_count),
         offsetof(kel_table_id_root, next_id), offsetof(kel_table_id_root, tree_head)};
@@ -42,7 +42,7 @@ TEST(Blocks, OfATableIdRootHoldTheirMembersInOrder) {
     EXPECT_EQ(sizeof(kel_table_id_root::next_id), 8U);
 }
 
-TEST(Blocks, OfARecordHoldTheirMembersInOrderAndTheKeyObjectLast) {
+TEST(Blocks, RecordMembersAreInOrderWithTheKeyObjectLast) {
     const Offsets offsets = {offsetof(kel_record, descriptor), offsetof(kel_record, table),
                              offsetof(kel_record, ref_count),  offsetof(kel_record, tenant_id),
                              offsetof(kel_record, flags),      offsetof(kel_record, src),

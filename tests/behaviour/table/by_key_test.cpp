@@ -10,7 +10,7 @@ namespace {
 class ByKey : public ReadTest {};
 TARN_EACH_TABLE_AND_MODE(ByKey);
 
-TEST_P(ByKey, StepsStandAtTheKeysPlace) {
+TEST_P(ByKey, StepsStartAtTheKey) {
     kel_record *a = put(0);
     kel_record *c = put(2);
     const Key present(s, handle, 0);
@@ -34,7 +34,7 @@ TEST_P(ByKey, StepsStandAtTheKeysPlace) {
     EXPECT_EQ(reported(), (Reported{a, c}));
 }
 
-TEST_P(ByKey, AndSourceFallsBackToSourceOneWhereTheKeyIsAbsent) {
+TEST_P(ByKey, AndSourceFallsBackToSourceOneIfTheKeyIsAbsent) {
     put(0, 7);
     kel_record *one = put(2);
     kel_record *seven = put(2, 7);
@@ -46,7 +46,7 @@ TEST_P(ByKey, AndSourceFallsBackToSourceOneWhereTheKeyIsAbsent) {
     EXPECT_EQ(read(s.index.next_by_object_w_src, absent.object(), 7), one);
 }
 
-TEST_P(ByKey, StepsCanHidePendingRecords) {
+TEST_P(ByKey, StepsCanSkipPendingRecords) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     kel_record *c = put(2);
@@ -111,7 +111,7 @@ TEST_P(ByKey, AFailedReportOfTheRecordAtTheKeyEndsTheStep) {
     EXPECT_EQ(reported(), Reported{b});
 }
 
-TEST_P(ByKey, AHiddenRecordAtTheKeyCountsAsAMiss) {
+TEST_P(ByKey, ASkippedRecordAtTheKeyCountsAsAMiss) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     kel_record *c = put(2);
@@ -124,7 +124,7 @@ TEST_P(ByKey, AHiddenRecordAtTheKeyCountsAsAMiss) {
     EXPECT_EQ(reported(), (Reported{a, a}));
 }
 
-TEST_P(ByKey, StepsBackHidePendingRecordsFromAKeyThatIsThere) {
+TEST_P(ByKey, StepsBackSkipPendingRecordsFromAnExistingKey) {
     kel_record *a = put(0);
     set_pending(put(1));
     put(2);
@@ -135,7 +135,7 @@ TEST_P(ByKey, StepsBackHidePendingRecordsFromAKeyThatIsThere) {
     EXPECT_EQ(read(s.index.prev_by_key, key.value()), find(1));
 }
 
-TEST_P(ByKey, StepsShowSourceOneAndTheCurrentTenantAlone) {
+TEST_P(ByKey, StepsReturnOnlySourceOneOfTheCurrentTenant) {
     put_for(1, 0);
     kel_record *a = put(0);
     put(1, 7);
@@ -156,7 +156,7 @@ TEST_P(ByKey, StepsShowSourceOneAndTheCurrentTenantAlone) {
     EXPECT_EQ(read(s.index.next_by_key, low.value()), nullptr);
 }
 
-TEST_P(ByKey, OfTheSourceTheLowByteCounts) {
+TEST_P(ByKey, TheLowByteOfTheSourceCounts) {
     put(0, 7);
     kel_record *record = put(1, 7);
     const Key key(s, handle, 0);
@@ -164,14 +164,14 @@ TEST_P(ByKey, OfTheSourceTheLowByteCounts) {
     EXPECT_EQ(read(s.index.next_by_object_w_src, key.object(), 0x107), record);
 }
 
-TEST_P(ByKey, StepsBeginByClearingTheLastError) {
+TEST_P(ByKey, StepsClearTheLastErrorFirst) {
     put(0);
     put(1);
     const Key key(s, handle, 0);
     expect_last_error_cleared_first(steps_from(key));
 }
 
-TEST_P(ByKey, EnteredWithAnErrorStepsAnswerNull) {
+TEST_P(ByKey, EnteredWithAnErrorStepsReturnNull) {
     put(0);
     put(1);
     const Key key(s, handle, 0);

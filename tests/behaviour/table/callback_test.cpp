@@ -35,7 +35,7 @@ class Callbacks : public TableTest {
 };
 TARN_EACH_TABLE(Callbacks);
 
-TEST_P(Callbacks, ReachTheWeakHandlersWhichSayThatTheyRan) {
+TEST_P(Callbacks, CallTheWeakHandlersWhichTraceIt) {
     for (const Operations *form : {&s.plain, &s.unsafe}) {
         TraceCapture trace;
         call_all(*form);

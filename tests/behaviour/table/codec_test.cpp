@@ -46,7 +46,7 @@ TEST_P(Wire, ARecordIsHeaderIdentityAndObjects) {
               std::vector<u64>{27});
 }
 
-TEST_P(Wire, PlainUnsafeAndCrFormsWriteTheSame) {
+TEST_P(Wire, PlainUnsafeAndCrFormsWriteTheSameBytes) {
     kel_record *record = make(1, 1, 5);
     const Bytes bytes = marshalled(record);
     const u32 length = static_cast<u32>(bytes.size());
@@ -63,7 +63,7 @@ TEST_P(Wire, PlainUnsafeAndCrFormsWriteTheSame) {
     EXPECT_EQ(handle->last_error, EMSGSIZE);
 }
 
-TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
+TEST_P(Wire, ABufferTooShortForTheFrameFailsWithEmsgsize) {
     kel_record *record = make(1);
     const struct {
         u32 length, result, zeroed;
@@ -81,7 +81,7 @@ TEST_P(Wire, ABufferTooShortForTheFrameIsErrorNinety) {
     EXPECT_EQ(services.count("_kel_message_header_marshal"), 0U);
 }
 
-TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
+TEST_P(Wire, AFailedFrameHasNoHeader) {
     kel_record *record = make(1);
     // No space for the object, or not enough for its first fields.
     const struct {
@@ -98,7 +98,7 @@ TEST_P(Wire, AFrameWithAFailureInItHasNoHeader) {
     }
 }
 
-TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
+TEST_P(Wire, ARecordWithoutAnObjectFailsWithEnoent) {
     kel_record *record = s.plain.create_record(handle, tx, &err);
     Bytes buffer(64, untouched);
     services.clear();
@@ -119,7 +119,7 @@ TEST_P(Wire, ARecordWithoutAnObjectIsErrorTwo) {
     EXPECT_EQ(err, ENOENT);
 }
 
-TEST_P(Wire, ARecordWithoutItsKeyObjectIsErrorTwoBehindTheObject) {
+TEST_P(Wire, ARecordWithoutItsKeyObjectFailsWithEnoentAfterTheObject) {
     if (!s.has_key_object()) return;
     kel_record *record = make(1);
     void *key = s.key_object.detach(handle, tx, record);
@@ -177,7 +177,7 @@ TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_P(Wire, TheHeaderComesLast) {
+TEST_P(Wire, TheHeaderIsWrittenLast) {
     kel_record *record = make(1, 1, 5);
     Bytes bytes(s.plain.len(handle, tx, record), untouched), before;
     services.at_each = [&](const ServiceCall &call) {
@@ -191,7 +191,7 @@ TEST_P(Wire, TheHeaderComesLast) {
         std::equal(before.begin() + header_size, before.end(), bytes.begin() + header_size));
 }
 
-TEST_P(Wire, AMissingKeyObjectHasTheLastWordOverAValueThatDoesNotFit) {
+TEST_P(Wire, AMissingKeyObjectReplacesTheErrorOfAValueThatDoesNotFit) {
     if (!s.has_key_object()) return;
     kel_record *record = make(1);
     void *key = s.key_object.detach(handle, tx, record);
@@ -203,7 +203,7 @@ TEST_P(Wire, AMissingKeyObjectHasTheLastWordOverAValueThatDoesNotFit) {
     s.key_object.type->destroy(handle, tx, key);
 }
 
-TEST_P(Wire, WhatIsTheRecordsOwnDoesNotTravel) {
+TEST_P(Wire, SourceTenantFlagsAndReferencesAreNotWritten) {
     kel_record *record = make(1, 1, 5);
     const Bytes bytes = marshalled(record);
     record->src = 7;
@@ -220,7 +220,7 @@ TEST_P(Wire, WhatIsTheRecordsOwnDoesNotTravel) {
     EXPECT_EQ(read->ref_count, 1U);
 }
 
-TEST_P(Wire, NeedsMoreThanItsLengthForAnObjectWithRaData) {
+TEST_P(Wire, AnObjectWithRaDataNeedsMoreThanItsLength) {
     kel_record *record = make(1);
     const u32 length = s.plain.len(handle, tx, record);
     kellib_update_ra_all(handle, tx, record->object, 77, 1);
@@ -233,7 +233,7 @@ TEST_P(Wire, NeedsMoreThanItsLengthForAnObjectWithRaData) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Wire, NoFormButAReadMakesABlock) {
+TEST_P(Wire, OnlyAReadAllocates) {
     kel_record *record = put(1, 1, 5);
     std::vector<char> area(1U << 20, ' ');
     const u32 room = 1U << 20;
@@ -280,7 +280,7 @@ TEST_P(Wire, EachFormClearsTheLastErrorFirst) {
     s.plain.pkey_destroy(handle, tx, pkey);
 }
 
-TEST_P(Wire, TheCrFormTracesTheErrorThatItMeetsAsThePlainOneDoes) {
+TEST_P(Wire, TheCrFormTracesAnErrorOnEntryLikeThePlainOne) {
     kel_record *record = make(1);
     Bytes buffer(64, untouched);
     handle->last_error = EINVAL;
@@ -316,7 +316,7 @@ TEST_F(LdapWire, HasTheDocumentedOffsets) {
     EXPECT_EQ(s.plain.pkey_len(handle, tx, record), string_len);
 }
 
-TEST_F(LdapWire, TakesTheFrameOfAnotherTableWhoseObjectFits) {
+TEST_F(LdapWire, ReadsTheFrameOfAnotherTableWhoseObjectFits) {
     kel_record *record = tbl_ldap_summary_create_record(handle, tx, &err);
     st_ldap_summary *summary = st_ldap_summary_create(handle, tx);
     const Key name(s, handle, 3);
@@ -334,7 +334,7 @@ TEST_F(LdapWire, TakesTheFrameOfAnotherTableWhoseObjectFits) {
     EXPECT_EQ(s.get_value(handle, read->object), 5U);
 }
 
-TEST_F(LdapWire, ARecordTravelsBetweenTrackingAndPlainHandles) {
+TEST_F(LdapWire, ARecordIsExchangedBetweenTrackingAndPlainHandles) {
     kel_record *record = make(1, 1, 5);
     kel_handle *tracking = session.second_handle(Mode::tracking);
     kel_message_header header;

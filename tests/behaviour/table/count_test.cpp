@@ -12,7 +12,7 @@ namespace {
 class Counts : public TableTest {};
 TARN_EACH_TABLE_AND_MODE(Counts);
 
-TEST_P(Counts, AreOfRecordsAltogetherAndBySource) {
+TEST_P(Counts, AreKeptInTotalAndBySource) {
     put(0);
     put(1);
     put(1, 7);
@@ -33,7 +33,7 @@ TEST_P(Counts, OfANullTableAreZero) {
     EXPECT_EQ(s.cr.get_count(handle, nullptr), 0U);
 }
 
-TEST_P(Counts, OfATenantComeFromItsCounters) {
+TEST_P(Counts, OfATenantAreReadFromItsCounters) {
     put(0);
     kel_thread_set_tenant(5);
     put(0);
@@ -55,7 +55,7 @@ TEST_P(Counts, NeitherTestNorClearAnError) {
     EXPECT_EQ(handle->last_error, EINVAL);
 }
 
-TEST_P(Counts, OfATenantAreAskedForTheTableUnderTheCallersTransaction) {
+TEST_P(Counts, OfATenantAreReadInTheCallersTransaction) {
     kel_thread_set_tenant(5);
     handle->cr_tx_id = 43;
     std::vector<std::optional<u8>> sources;

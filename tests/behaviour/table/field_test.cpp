@@ -112,7 +112,7 @@ TEST_P(Fields, RefuseANestedObject) {
     }
 }
 
-TEST_P(Fields, ForgetAnObjectThatWasAttachedBefore) {
+TEST_P(Fields, ReplaceAnObjectThatWasAttachedBefore) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         void *old = slot.slot->type->create(handle, tx);
@@ -128,7 +128,7 @@ TEST_P(Fields, ForgetAnObjectThatWasAttachedBefore) {
     }
 }
 
-TEST_P(Fields, FreeTheObjectBeforeWhereTheFormSaysSo) {
+TEST_P(Fields, FreeTheReplacedObjectInTheFreeingForm) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         void *old = slot.slot->type->create(handle, tx);
@@ -155,7 +155,7 @@ TEST_P(Fields, FreeTheObjectBeforeWhereTheFormSaysSo) {
     }
 }
 
-TEST_P(Fields, DetachGivesTheObjectToTheCallerStillMarked) {
+TEST_P(Fields, DetachReturnsTheObjectStillMarked) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         void *object = slot.slot->type->create(handle, tx);
@@ -199,7 +199,7 @@ TEST_P(Fields, ANullObjectStoresNull) {
     }
 }
 
-TEST_P(Fields, ARefusalIsReportedByItsNumber) {
+TEST_P(Fields, ARefusalIsReportedWithItsError) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         void *object = slot.slot->type->create(handle, tx);
@@ -224,7 +224,7 @@ TEST_P(Fields, ARefusalIsReportedByItsNumber) {
     }
 }
 
-TEST_P(Fields, AreSetAndDetachedWhateverTheLastErrorIs) {
+TEST_P(Fields, AreSetAndDetachedWithALastErrorSet) {
     for (const SlotUnderTest &slot : slots()) {
         kel_record *record = empty();
         void *object = slot.slot->type->create(handle, tx);

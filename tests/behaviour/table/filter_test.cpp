@@ -22,7 +22,7 @@ class Filters : public ReadTest {
 };
 TARN_EACH_TABLE_AND_MODE(Filters);
 
-TEST_P(Filters, CostOneStepOfTheTreeAnEntrySteppedOver) {
+TEST_P(Filters, CostOneTreeStepPerSkippedEntry) {
     kel_record *a = put(0);
     put(0, 7);
     put(1, 9);
@@ -65,7 +65,7 @@ TEST_P(Filters, StepFromEachEntryByTheTablesOrder) {
 }
 
 // An entry that is skipped within the run ends a walk that has left the run.
-TEST_P(Filters, OfTheTenantComeBeforeThoseOfSourceAndPendingDestroy) {
+TEST_P(Filters, TestTheTenantBeforeSourceAndPendingDestroy) {
     kel_record *low = put_for(0, 0);
     kel_record *second = put_for(1, 0, 7);
     put_for(2, 0);
@@ -88,7 +88,7 @@ TEST_P(Filters, OfTheTenantComeBeforeThoseOfSourceAndPendingDestroy) {
 }
 
 // A read from an end skips an entry of another source, of any tenant.
-TEST_P(Filters, OfAScanFromAnEndTryTheSourceBeforeTheTenant) {
+TEST_P(Filters, FromAnEndTestTheSourceBeforeTheTenant) {
     put_for(1, 0, 1);
     put_for(2, 0, 7);
     put_for(3, 0, 1);
@@ -107,7 +107,7 @@ TEST_P(Filters, OfAScanFromAnEndTryTheSourceBeforeTheTenant) {
     EXPECT_EQ(steps(), 0U);
 }
 
-TEST_P(Filters, OfAScanFromAnEndPassThroughTheRunsOfTheTenantsBefore) {
+TEST_P(Filters, FromAnEndSkipTheRecordsOfEarlierTenants) {
     put_for(1, 0);
     put_for(2, 0);
     kel_record *record = put_for(3, 0);
@@ -124,7 +124,7 @@ TEST_P(Filters, OfAScanFromAnEndPassThroughTheRunsOfTheTenantsBefore) {
     }
 }
 
-TEST_P(Filters, HidePendingRecordsOfTheTenantsOnTheWayToo) {
+TEST_P(Filters, SkipPendingRecordsOfOtherTenantsToo) {
     set_pending(put_for(0, 0));
     set_pending(put_for(1, 0));
     kel_record *record = put_for(1, 1);
@@ -138,7 +138,7 @@ TEST_P(Filters, HidePendingRecordsOfTheTenantsOnTheWayToo) {
     EXPECT_EQ(read(s.index.last_not_pending, 1), nullptr);
 }
 
-TEST_P(Filters, LeaveTheRecordThatIsAnsweredToBeReportedOnce) {
+TEST_P(Filters, ReportTheReturnedRecordOnce) {
     put(0);
     put(0, 7);
     kel_record *b = put(1);
@@ -164,7 +164,7 @@ TEST_P(Filters, LeaveTheRecordThatIsAnsweredToBeReportedOnce) {
     commit();
 }
 
-TEST_P(Filters, NeverLetAShadowBeReported) {
+TEST_P(Filters, NeverReportAShadow) {
     kel_record *before = put(0, 254);
     kel_record *shadow = put(0, 255);
     kel_record *behind = put(1, 1);
@@ -180,7 +180,7 @@ TEST_P(Filters, NeverLetAShadowBeReported) {
 }
 
 // A read from an end ignores its position.
-TEST_P(Filters, OfTheCrFormHideNoPendingRecordAndReadNoPositionAtTheEnds) {
+TEST_P(Filters, OfTheCrFormReturnPendingRecordsAndIgnoreThePositionAtTheEnds) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     kel_record *seventh = put(2, 7);

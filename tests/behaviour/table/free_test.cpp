@@ -16,7 +16,7 @@ class Free : public TableTest {
 };
 TARN_EACH_TABLE_AND_MODE(Free);
 
-TEST_P(Free, TakesTheBlockOutOfStoreAndListAndGivesItBack) {
+TEST_P(Free, RemovesTheBlockFromStoreAndListAndReleasesIt) {
     kel_table *second = s.plain.open(handle, tx, "second", 0, &err);
     kel_table *third = s.plain.open(handle, tx, "third", 0, &err);
     const u64 before = destroyed();
@@ -51,7 +51,7 @@ TEST_P(Free, TakesTheBlockOutOfStoreAndListAndGivesItBack) {
     EXPECT_EQ(list->last, &list->first);
 }
 
-TEST_P(Free, ReportsAFailedUnmappingAndLeavesEverything) {
+TEST_P(Free, ReportsAFailedUnmappingAndChangesNothing) {
     TraceCapture trace;
     services.always_fail("kel_request_oid_mapping_destroy");
     s.plain.free(handle, tx, table, &err);
@@ -68,7 +68,7 @@ TEST_P(Free, ReportsAFailedUnmappingAndLeavesEverything) {
     EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
 }
 
-TEST_P(Free, ATableThatIsStillReferencedStaysFullyUsable) {
+TEST_P(Free, ATableThatIsStillReferencedStaysUsable) {
     put(1);
     services.always_return("kel_request_oid_mapping_destroy", 0);
     const kel_table before = *table;
@@ -83,7 +83,7 @@ TEST_P(Free, ATableThatIsStillReferencedStaysFullyUsable) {
     put(2);
 }
 
-TEST_P(Free, StopsWhenTheTableListCannotBeHad) {
+TEST_P(Free, StopsWithoutTheTableList) {
     const u64 before = destroyed();
     HookRecorder hooks(handle);
     services.always_fail("kellib_database_table_toc_create");
@@ -95,7 +95,7 @@ TEST_P(Free, StopsWhenTheTableListCannotBeHad) {
     EXPECT_EQ(kel_store_first_table(session.store()), table);
 }
 
-TEST_P(Free, ClearsTheLastErrorThenUnmapsThenForgetsTheKeyThenFetchesTheList) {
+TEST_P(Free, ClearsTheErrorUnmapsDeletesTheKeyAndFetchesTheList) {
     begin();
     handle->last_error = EINVAL;
     services.clear();
@@ -113,7 +113,7 @@ TEST_P(Free, ClearsTheLastErrorThenUnmapsThenForgetsTheKeyThenFetchesTheList) {
     commit();
 }
 
-TEST_P(Free, OfTheFirstTableOfTheListMovesTheListOn) {
+TEST_P(Free, OfTheFirstTableMovesTheHeadOfTheList) {
     kel_table *second = s.plain.open(handle, tx, "second", 0, &err);
     s.plain.free(handle, tx, table, &err);
     kel_table_list *list = kellib_database_table_toc_create(handle, tx, &err);
@@ -122,7 +122,7 @@ TEST_P(Free, OfTheFirstTableOfTheListMovesTheListOn) {
     EXPECT_EQ(list->last, &second->toc_next);
 }
 
-TEST_P(Free, LooksAtNoRecordAndLeavesThemAllBehind) {
+TEST_P(Free, DestroysNoRecord) {
     kel_record *record = put(1);
     const kel_record before = *record;
     void *const object = record->object;

@@ -46,7 +46,7 @@ class IndexSteps : public TableTest {
 };
 TARN_EACH_TABLE_AND_MODE(IndexSteps);
 
-TEST_P(IndexSteps, InsertGoesFromTheTreeToTheLinkTheCountsTheTenantTheFlagsAndTheCursor) {
+TEST_P(IndexSteps, InsertUpdatesTreeLinkCountsTenantFlagsAndCursorInThatOrder) {
     kel_thread_set_tenant(5);
     kel_table_set_replication(handle, tx, table, 1, 1);
     kel_record *record = make(1, 7);
@@ -69,7 +69,7 @@ TEST_P(IndexSteps, InsertGoesFromTheTreeToTheLinkTheCountsTheTenantTheFlagsAndTh
     EXPECT_EQ(cursor.tx_id(), tx);
 }
 
-TEST_P(IndexSteps, DeleteGoesFromTheTreeToTheLinkTheFlagTheCountsAndTheTenant) {
+TEST_P(IndexSteps, DeleteUpdatesTreeLinkFlagCountsAndTenantInThatOrder) {
     kel_thread_set_tenant(5);
     kel_record *record = make(1, 7);
     s.plain.pkey_insert(handle, tx, table, record, &err);
@@ -83,7 +83,7 @@ TEST_P(IndexSteps, DeleteGoesFromTheTreeToTheLinkTheFlagTheCountsAndTheTenant) {
               "e_avl_delete mt_get_tenant_id keldb_update_tenant_counter");
 }
 
-TEST_P(IndexSteps, BothBeginByClearingTheLastError) {
+TEST_P(IndexSteps, BothClearTheLastErrorFirst) {
     kel_record *record = make(1);
     for (const Change entry : inserts()) {
         for (const Change removal : {s.plain.remove, s.unsafe.remove}) {
@@ -100,7 +100,7 @@ TEST_P(IndexSteps, BothBeginByClearingTheLastError) {
     }
 }
 
-TEST_P(IndexSteps, TheTreeIsGivenTheTablesAnchorsAndOrder) {
+TEST_P(IndexSteps, TheTreeGetsTheTablesAnchorsAndOrder) {
     begin();
     kel_record *record = make(1);
     services.clear();
@@ -115,7 +115,7 @@ TEST_P(IndexSteps, TheTreeIsGivenTheTablesAnchorsAndOrder) {
     commit();
 }
 
-TEST_P(IndexSteps, FlagsAreThoseFromBeforeTheTreeWasReached) {
+TEST_P(IndexSteps, FlagsAreReadBeforeTheTreeIsChanged) {
     constexpr u8 early = 0x40, late = 0x80;
     kel_record *record = make(1);
     const auto meanwhile = [&](const char *wanted, u8 flags) {
@@ -157,7 +157,7 @@ TEST_P(IndexSteps, EveryOtherFlagIsKept) {
     record->flags = 0;
 }
 
-TEST_P(IndexSteps, AnErrorIsInTheWordBeforeTheHandleHasIt) {
+TEST_P(IndexSteps, AnErrorIsStoredInTheWordBeforeTheHandle) {
     kel_record *inside = put(1);
     kel_record *outside = make(1);
     u32 at_the_store = 0;
@@ -261,7 +261,7 @@ TEST_P(IndexSteps, InsertResetsTheMarksOfTheObjectThenThoseOfTheKeyObject) {
     }
 }
 
-TEST_P(IndexSteps, AResetIsTracedOnceForEachObjectThatWasMarked) {
+TEST_P(IndexSteps, AResetIsTracedOncePerMarkedObject) {
     constexpr char text[] = "(verbose): Record was modified. Done resetting modified bit.";
     kel_record *record = make(1);
     while (s.plain.is_modified(handle, tx, record, &err) != 0) {
@@ -278,7 +278,7 @@ TEST_P(IndexSteps, AResetIsTracedOnceForEachObjectThatWasMarked) {
     EXPECT_EQ(trace.count(KEL_TRACE_VERBOSE, text), 1U) << trace.all();
 }
 
-TEST_P(IndexSteps, ARecordWithoutObjectsIsARecordToo) {
+TEST_P(IndexSteps, ARecordWithoutObjectsCanBeInserted) {
     kel_record *record = s.plain.create_record(handle, tx, &err);
     insert(record);
     EXPECT_EQ(record->table, table);
@@ -303,7 +303,7 @@ TEST_P(IndexSteps, CountsIncludePendingRecordsAndShadows) {
     EXPECT_EQ(s.plain.get_count(handle, tx, table), 2U);
 }
 
-TEST_P(IndexSteps, ARecordStandsInTheRunOfTheTenantItWasMadeUnder) {
+TEST_P(IndexSteps, ARecordIsOrderedUnderTheTenantItWasCreatedWith) {
     kel_thread_set_tenant(5);
     kel_record *record = make(1, 7);
     kel_thread_set_tenant(6);
@@ -316,7 +316,7 @@ TEST_P(IndexSteps, ARecordStandsInTheRunOfTheTenantItWasMadeUnder) {
     EXPECT_EQ(find(1, 7), record);
 }
 
-TEST_P(IndexSteps, TheCrFormIsThePlainInsertUnderItsTransaction) {
+TEST_P(IndexSteps, TheCrFormInsertsInTheHandlesTransaction) {
     begin();
     handle->cr_tx_id = tx;
     kel_record *record = make(1);

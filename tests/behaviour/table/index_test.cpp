@@ -88,7 +88,7 @@ TEST_P(InsertDelete, ARecordWithTheSameKeyAndSourceIsRefused) {
     EXPECT_EQ(s.cr.insert(handle, table, second), EEXIST);
 }
 
-TEST_P(InsertDelete, TheSameKeyCanStandOncePerSource) {
+TEST_P(InsertDelete, AKeyCanExistOncePerSource) {
     kel_record *first = put(1);
     kel_record *second = put(1, 7);
     EXPECT_EQ(table->record_count, 2U);
@@ -98,7 +98,7 @@ TEST_P(InsertDelete, TheSameKeyCanStandOncePerSource) {
     EXPECT_EQ(s.plain.search(handle, tx, table, key.value(), &err), first);
 }
 
-TEST_P(InsertDelete, AnEmptyKeyIsAKeyLikeAnyOther) {
+TEST_P(InsertDelete, AnEmptyKeyIsAValidKey) {
     kel_record *records[2];
     for (kel_record *&record : records) {
         record = s.plain.create_record(handle, tx, &err);
@@ -132,7 +132,7 @@ TEST_P(InsertDelete, InsertByKeySetsItsBitAndPlainInsertClearsIt) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(InsertDelete, AnInsertedRecordCountsAsNotModified) {
+TEST_P(InsertDelete, InsertClearsTheModifiedMarks) {
     kel_record *record = make(1, 1, 5);
     TraceCapture trace;
     insert(record);
@@ -144,7 +144,7 @@ TEST_P(InsertDelete, AnInsertedRecordCountsAsNotModified) {
     EXPECT_EQ(trace.count(KEL_TRACE_VERBOSE, modified_text), s.has_key_object() ? 2U : 1U);
 }
 
-TEST_P(InsertDelete, DeleteTakesTheRecordOutAndLeavesTheIndexBit) {
+TEST_P(InsertDelete, DeleteRemovesTheRecordAndKeepsTheIndexBit) {
     kel_record *record = put(1, 7);
     put(2);
     services.clear();
@@ -198,7 +198,7 @@ TEST_P(InsertDelete, DeleteStoresNoFlagsWithoutTheBit) {
     EXPECT_FALSE(hooks.announced(&record->flags, 1));
 }
 
-TEST_P(InsertDelete, ARecordThatWasNeverInsertedIsNotFoundButSetOutside) {
+TEST_P(InsertDelete, DeletingARecordThatWasNeverInsertedClearsItsBit) {
     put(2);
     kel_record *record = make(1);
     record->flags = KEL_RECORD_PKEY_INSERTED;
@@ -218,7 +218,7 @@ TEST_P(InsertDelete, ARecordThatWasNeverInsertedIsNotFoundButSetOutside) {
     EXPECT_EQ(find(1), record);
 }
 
-TEST_P(InsertDelete, ARecordThatEqualsAnotherInTheTreeIsNotTakenForIt) {
+TEST_P(InsertDelete, DeletingARecordKeepsAnEqualOneInTheTree) {
     kel_record *inside = put(1);
     kel_record *outside = make(1);
     s.plain.remove(handle, tx, table, outside, &err);
@@ -228,7 +228,7 @@ TEST_P(InsertDelete, ARecordThatEqualsAnotherInTheTreeIsNotTakenForIt) {
     EXPECT_EQ(table->record_count, 1U);
 }
 
-TEST_P(InsertDelete, ARecordOfAReplicatedTableIsTheEnginesToDelete) {
+TEST_P(InsertDelete, OnlyTheEngineDeletesFromAReplicatedTable) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
     TraceCapture trace;
@@ -253,7 +253,7 @@ TEST_P(InsertDelete, ARecordOfAReplicatedTableIsTheEnginesToDelete) {
     handle->replication_engine_active = 0;
 }
 
-TEST_P(InsertDelete, ACountThatIsZeroAlreadyIsTracedAndLeftAlone) {
+TEST_P(InsertDelete, ACountOfZeroIsTracedAndNotDecremented) {
     kel_thread_set_tenant(5);
     kel_record *record = put(1, 7);
     table->record_count = 0;
@@ -305,7 +305,7 @@ TEST_P(InsertDelete, ATenantsCounterFollowsItsInsertsAndDeletes) {
     EXPECT_EQ(record->tenant_id, 5U);
 }
 
-TEST_P(InsertDelete, AnErrorOfTheTenantCounterDoesNotStopAnInsert) {
+TEST_P(InsertDelete, AnInsertIgnoresAnErrorOfTheTenantCounter) {
     kel_thread_set_tenant(5);
     kel_record *record = make(1);
     services.always_fail("keldb_update_tenant_counter");
@@ -319,7 +319,7 @@ TEST_P(InsertDelete, AnErrorOfTheTenantCounterDoesNotStopAnInsert) {
     EXPECT_EQ(table->record_count, 0U);
 }
 
-TEST_P(InsertDelete, InsertMovesAnArmedWriteCursorAsItsLastStep) {
+TEST_P(InsertDelete, InsertMovesAnArmedWriteCursorLast) {
     kel_table_set_replication(handle, tx, table, 1, 0);
     put(0);
     EXPECT_EQ(services.count("keldb_enq_rec_move_write_cursor_internal"), 0U);
@@ -364,7 +364,7 @@ TEST_P(InsertDelete, EnteredWithAnErrorChangeNothing) {
     EXPECT_TRUE(services.calls().empty());
 }
 
-TEST_P(InsertDelete, TheCrFormsAnswerTheLastError) {
+TEST_P(InsertDelete, TheCrFormsReturnTheLastError) {
     begin();
     handle->cr_tx_id = tx;
     kel_record *record = make(1);

@@ -12,7 +12,7 @@ namespace {
 class KeyWire : public WireTest {};
 TARN_EACH_TABLE_AND_MODE(KeyWire);
 
-TEST_P(KeyWire, AKeyTravelsWithoutAFrame) {
+TEST_P(KeyWire, AKeyHasNoFrame) {
     kel_record *record = make(9 % s.keys);
     const u32 length = s.plain.pkey_len(handle, tx, record);
     EXPECT_EQ(s.unsafe.pkey_len(handle, tx, record), length);
@@ -39,7 +39,7 @@ TEST_P(KeyWire, AKeyTravelsWithoutAFrame) {
     EXPECT_EQ(bytes, Bytes(length + 1, untouched));
 }
 
-TEST_P(KeyWire, AKeyIsReadAsOneThatIsNew) {
+TEST_P(KeyWire, AKeyIsNotReadInPlace) {
     kel_record *record = make(1);
     Bytes bytes(s.plain.pkey_len(handle, tx, record) + 1);
     const u32 length = static_cast<u32>(bytes.size()) - 1;
@@ -59,14 +59,14 @@ TEST_P(KeyWire, AKeyIsReadAsOneThatIsNew) {
     s.plain.pkey_destroy(handle, tx, pkey);
 }
 
-TEST_P(KeyWire, AKeyIsReadToAnAddressOnly) {
+TEST_P(KeyWire, AReadNeedsAnAddress) {
     const u8 bytes[64] = {};
     EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, nullptr, bytes, 64, &err), 0U);
     EXPECT_EQ(err, EFAULT);
     EXPECT_EQ(handle->last_error, EFAULT);
 }
 
-TEST_P(KeyWire, AKeyReadWithoutMemoryIsErrorTwelve) {
+TEST_P(KeyWire, AReadWithoutMemoryFailsWithEnomem) {
     const u8 bytes[64] = {};
     void *pkey = nullptr;
     HookRecorder hooks(handle);
@@ -77,7 +77,7 @@ TEST_P(KeyWire, AKeyReadWithoutMemoryIsErrorTwelve) {
     EXPECT_EQ(pkey, nullptr);
 }
 
-TEST_P(KeyWire, AKeyIsStoredAlsoWhenItsReadFails) {
+TEST_P(KeyWire, AKeyIsStoredEvenIfItsReadFails) {
     const u8 bytes[64] = {};
     void *pkey = nullptr;
     s.plain.pkey_unmarshal(handle, tx, &pkey, bytes, 0, &err);
@@ -86,7 +86,7 @@ TEST_P(KeyWire, AKeyIsStoredAlsoWhenItsReadFails) {
     s.plain.pkey_destroy(handle, tx, pkey);
 }
 
-TEST_P(KeyWire, AReadFillsTheKeyAlone) {
+TEST_P(KeyWire, AReadChangesOnlyTheKey) {
     kel_record *record = make(1, 1, 5);
     Bytes bytes(s.plain.pkey_len(handle, tx, record) + 1);
     const u32 length = static_cast<u32>(bytes.size()) - 1;

@@ -20,7 +20,7 @@ using u32 = std::uint32_t;
 class Lifecycle : public ModeTest {};
 TARN_EACH_MODE(Lifecycle);
 
-TEST_P(Lifecycle, OfATableFromItsFirstOpenToItsEnd) {
+TEST_P(Lifecycle, OfATableFromOpenToFree) {
     kel_table *table = tbl_ldap_conn_table_open(handle, tx, "ldap", 0, &err);
     ASSERT_NE(table, nullptr);
     EXPECT_EQ(err, 0U);
@@ -46,7 +46,7 @@ TEST_P(Lifecycle, OfATableFromItsFirstOpenToItsEnd) {
     EXPECT_EQ(tbl_ldap_conn_table_open(handle, tx, "ldap", 1, &err), nullptr);
 }
 
-TEST_P(Lifecycle, OfARecordEndToEnd) {
+TEST_P(Lifecycle, OfARecordFromCreationToDestruction) {
     kel_table *table = tbl_ldap_conn_table_open(handle, tx, "ldap", 0, &err);
     // Allocates what the store allocates only once.
     st_ldap_conn_destroy(handle, tx, st_ldap_conn_create(handle, tx));

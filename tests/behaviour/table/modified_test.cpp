@@ -11,7 +11,7 @@ namespace {
 class Modified : public TableTest {};
 TARN_EACH_TABLE_AND_MODE(Modified);
 
-TEST_P(Modified, AModifiedRecordSaysSoOnce) {
+TEST_P(Modified, AModifiedRecordIsReportedOnce) {
     kel_record *record = put(1);
     EXPECT_EQ(s.plain.is_modified(handle, tx, record, &err), 0U);
     s.set_value(handle, tx, record->object, 6, &err);
@@ -24,14 +24,14 @@ TEST_P(Modified, AModifiedRecordSaysSoOnce) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Modified, AModifiedKeyObjectCountsToo) {
+TEST_P(Modified, AModifiedKeyObjectIsReportedToo) {
     if (!s.has_key_object()) return;
     kel_record *record = put(1);
     s.set_key(handle, tx, record->key_object, 1, &err);
     EXPECT_EQ(s.plain.is_modified(handle, tx, record, &err), 1U);
 }
 
-TEST_P(Modified, TheKeyObjectIsAskedOnlyWhenTheValueObjectSaysNo) {
+TEST_P(Modified, TheKeyObjectIsTestedOnlyIfTheValueIsUnmodified) {
     if (!s.has_key_object()) return;
     kel_record *record = put(1);
     while (s.plain.is_modified(handle, tx, record, &err) != 0) continue;

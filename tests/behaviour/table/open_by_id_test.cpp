@@ -45,7 +45,7 @@ TEST_P(OpenById, FindsABlockAgainByItsId) {
     });
 }
 
-TEST_P(OpenById, NumbersAutomaticIdsFromZeroUpAndNeverBack) {
+TEST_P(OpenById, NumbersAutomaticIdsUpwardFromZero) {
     in_own_process([&] {
         kel_table *first = s.plain.open_auto_id(handle, tx, 0, &err);
         ASSERT_NE(first, nullptr);
@@ -69,7 +69,7 @@ TEST_P(OpenById, NumbersAutomaticIdsFromZeroUpAndNeverBack) {
     });
 }
 
-TEST_P(OpenById, DoesNotNoticeAnAutomaticIdThatWasGivenBefore) {
+TEST_P(OpenById, DoesNotCheckWhetherAnAutomaticIdIsInUse) {
     in_own_process([&] {
         kel_table *given = s.plain.open_by_id(handle, tx, 1, 0, &err);
         kel_table *automatic = s.plain.open_auto_id(handle, tx, 0, &err);
@@ -79,7 +79,7 @@ TEST_P(OpenById, DoesNotNoticeAnAutomaticIdThatWasGivenBefore) {
     });
 }
 
-TEST_P(OpenById, WithOpenOnlyMakesTheRootAllTheSame) {
+TEST_P(OpenById, WithOpenOnlyCreatesTheRoot) {
     in_own_process([&] {
         EXPECT_EQ(root(), nullptr);
         EXPECT_EQ(s.plain.open_auto_id(handle, tx, 1, &err), nullptr);
@@ -94,7 +94,7 @@ TEST_P(OpenById, WithOpenOnlyMakesTheRootAllTheSame) {
     });
 }
 
-TEST_P(OpenById, MakesRootAndBlockOutsideTheCallersTransaction) {
+TEST_P(OpenById, CreatesRootAndBlockOutsideTheCallersTransaction) {
     in_own_process([&] {
         begin();
         HookRecorder hooks(handle);
@@ -125,7 +125,7 @@ TEST_P(OpenById, MakesRootAndBlockOutsideTheCallersTransaction) {
     });
 }
 
-TEST_P(OpenById, AsksTheStoreForTheRootOnce) {
+TEST_P(OpenById, LooksTheRootUpInTheStoreOnce) {
     in_own_process([&] {
         services.clear();
         s.plain.open_by_id(handle, tx, 1, 0, &err);
@@ -143,7 +143,7 @@ TEST_P(OpenById, AnAutomaticIdSearchesNothing) {
     });
 }
 
-TEST_P(OpenById, TellsTheMappingOfIorAndDynamic) {
+TEST_P(OpenById, PassesIorAndDynamicToTheMapping) {
     in_own_process([&] {
         services.clear();
         s.plain.open_by_ior_with_id(handle, tx, 5, 77, 0, &err);
@@ -174,7 +174,7 @@ TEST_P(OpenById, KeepsARootThatTheStoreRefuses) {
     });
 }
 
-TEST_P(OpenById, WithoutMemoryReportsTwelveAndKeepsARootThatWasMade) {
+TEST_P(OpenById, WithoutMemoryReportsEnomemAndKeepsTheRoot) {
     in_own_process([&] {
         HookRecorder hooks(handle);
         hooks.fail_allocations(true);
@@ -193,7 +193,7 @@ TEST_P(OpenById, WithoutMemoryReportsTwelveAndKeepsARootThatWasMade) {
     });
 }
 
-TEST_P(OpenById, FreeWithoutARootReportsTwoAndLeavesTheBlockOnTheList) {
+TEST_P(OpenById, FreeWithoutARootReportsEnoentAndKeepsTheBlockListed) {
     in_own_process([&] {
         table->open_mode = KEL_OPEN_BY_ID;
         services.clear();
@@ -211,7 +211,7 @@ TEST_P(OpenById, FreeWithoutARootReportsTwoAndLeavesTheBlockOnTheList) {
     });
 }
 
-TEST_P(OpenById, FreedBlocksAreCountedAndGivenBack) {
+TEST_P(OpenById, FreedBlocksAreCountedAndReleased) {
     in_own_process([&] {
         kel_table *made = s.plain.open_auto_id(handle, tx, 0, &err);
         kel_variant_usage &usage = made->descriptor->variant_info->variants[0];
@@ -226,7 +226,7 @@ TEST_P(OpenById, FreedBlocksAreCountedAndGivenBack) {
     });
 }
 
-TEST_P(OpenById, TakesTheRootThatTheStoreHas) {
+TEST_P(OpenById, UsesTheRootOfTheStore) {
     in_own_process([&] {
         kel_table_id_root *known = root_of_another_process();
         known->next_id = 70;
@@ -237,7 +237,7 @@ TEST_P(OpenById, TakesTheRootThatTheStoreHas) {
     });
 }
 
-TEST_P(OpenById, FreeFindsTheRootInTheStoreAndRemembersIt) {
+TEST_P(OpenById, FreeFindsTheRootInTheStoreAndCachesIt) {
     in_own_process([&] {
         kel_table_id_root *known = root_of_another_process();
         known->id_table_count = 1;
@@ -258,7 +258,7 @@ TEST_P(OpenById, FreeFindsTheRootInTheStoreAndRemembersIt) {
 
 // A process uses one store per table: the library passes the first root with every handle.
 // The runtime refuses it in another store.
-TEST_P(OpenById, TheFirstRootServesTheWholeProcess) {
+TEST_P(OpenById, TheFirstRootIsUsedByTheWholeProcess) {
     in_own_process([&] {
         s.plain.open_by_id(handle, tx, 5, 0, &err);
         const kel_table_id_root *first = root();
@@ -284,7 +284,7 @@ TEST_P(OpenById, EveryTableHasARootOfItsOwn) {
     });
 }
 
-TEST_P(OpenById, ZeroesWhateverRootAndBlockHeldBefore) {
+TEST_P(OpenById, ZeroesRootAndBlock) {
     in_own_process([&] {
         HookRecorder hooks(handle);
         hooks.soil_allocations(true);
@@ -302,7 +302,7 @@ TEST_P(OpenById, ZeroesWhateverRootAndBlockHeldBefore) {
 }
 
 // Only the `_cr` form takes any mode.
-TEST_P(OpenById, AModeOfItsOwnFindsNothingAndIsFreedLikeAName) {
+TEST_P(OpenById, WithAnUnknownModeFindsNothingAndIsFreedLikeAName) {
     in_own_process([&] {
         kel_table *made = s.cr.open(handle, 0, 3, "name", 9);
         ASSERT_NE(made, nullptr);
@@ -321,7 +321,7 @@ TEST_P(OpenById, AModeOfItsOwnFindsNothingAndIsFreedLikeAName) {
     });
 }
 
-TEST_P(OpenById, ClearsTheLastErrorAndTakesTheCallersTransactionForTheMappingAlone) {
+TEST_P(OpenById, ClearsTheLastErrorAndMapsInTheCallersTransaction) {
     in_own_process([&] {
         handle->last_error = EINVAL;
         services.clear();

@@ -19,7 +19,7 @@ class Open : public TableTest {
 };
 TARN_EACH_TABLE_AND_MODE(Open);
 
-TEST_P(Open, MakesAZeroedBlockThatKnowsItsName) {
+TEST_P(Open, CreatesAZeroedBlockWithItsName) {
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(stored_name("t"), table->table_name);
     EXPECT_STREQ(table->descriptor->kind, "table");
@@ -48,7 +48,7 @@ TEST_P(Open, PutsTheBlockAtTheEndOfTheTableList) {
     EXPECT_EQ(list->last, &second->toc_next);
 }
 
-TEST_P(Open, OfTheSameNameAnswersTheSameBlockAndCountsItOnce) {
+TEST_P(Open, OfTheSameNameReturnsTheSameBlockAndCountsItOnce) {
     const u64 before = created();
     const u64 blocks = session.blocks();
     EXPECT_EQ(s.plain.open(handle, tx, "t", 0, &err), table);
@@ -61,7 +61,7 @@ TEST_P(Open, OfTheSameNameAnswersTheSameBlockAndCountsItOnce) {
     EXPECT_EQ(created(), before + 1);
 }
 
-TEST_P(Open, WithOpenOnlyAnswersNullWithoutAnErrorWhenNothingIsThere) {
+TEST_P(Open, WithOpenOnlyReturnsNullWithoutAnErrorIfNothingExists) {
     const u64 blocks = session.blocks();
     const u64 before = created();
     HookRecorder hooks(handle);
@@ -74,7 +74,7 @@ TEST_P(Open, WithOpenOnlyAnswersNullWithoutAnErrorWhenNothingIsThere) {
     EXPECT_EQ(table->toc_next, nullptr);
 }
 
-TEST_P(Open, MakesTheBlockOutsideTheCallersTransaction) {
+TEST_P(Open, CreatesTheBlockOutsideTheCallersTransaction) {
     begin();
     HookRecorder hooks(handle);
     services.clear();
@@ -103,7 +103,7 @@ TEST_P(Open, MakesTheBlockOutsideTheCallersTransaction) {
     EXPECT_EQ(s.plain.open(handle, tx, "made", 1, &err), made);
 }
 
-TEST_P(Open, HandsTheIorToTheMapping) {
+TEST_P(Open, PassesTheIorToTheMapping) {
     services.clear();
     kel_table *made = s.plain.open_by_ior_with_name(handle, tx, "ior", 0x123456789abcULL, 0, &err);
     ASSERT_NE(made, nullptr);
@@ -113,13 +113,13 @@ TEST_P(Open, HandsTheIorToTheMapping) {
     EXPECT_EQ(s.unsafe.open_by_ior_with_name(handle, tx, "ior", 0, 1, &err), made);
 }
 
-TEST_P(Open, TakesAPathAsItIs) {
+TEST_P(Open, UsesAPathUnchanged) {
     kel_table *made = s.plain.open(handle, tx, "a/path", 0, &err);
     EXPECT_STREQ(made->table_name, "a/path");
     EXPECT_EQ(s.plain.open(handle, tx, "a/path", 1, &err), made);
 }
 
-TEST_P(Open, CutsAPathTo255BytesWithoutAnError) {
+TEST_P(Open, TruncatesAPathTo255BytesWithoutAnError) {
     const std::string path = "x/" + std::string(300, 'p');
     kel_table *made = s.plain.open(handle, tx, path.c_str(), 0, &err);
     ASSERT_NE(made, nullptr);
@@ -146,7 +146,7 @@ TEST_P(Open, RefusesANameWhoseKeyDoesNotFit) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Open, TakesANullNameLikeAnyNameWithoutAPath) {
+TEST_P(Open, TreatsANullNameAsANameWithoutAPath) {
     kel_table *made = s.plain.open(handle, tx, nullptr, 0, &err);
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(s.plain.open(handle, tx, nullptr, 1, &err), made);
@@ -174,7 +174,7 @@ TEST_P(Open, EnteredWithAnErrorChangesNothing) {
     EXPECT_TRUE(services.calls().empty());
 }
 
-TEST_P(Open, LeavesTheErrorOfTheTableList) {
+TEST_P(Open, KeepsTheErrorOfTheTableList) {
     services.always_fail("kellib_database_table_toc_create");
     services.clear();
     HookRecorder hooks(handle);
@@ -184,7 +184,7 @@ TEST_P(Open, LeavesTheErrorOfTheTableList) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_P(Open, WithoutMemoryReportsTwelve) {
+TEST_P(Open, WithoutMemoryReportsEnomem) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     EXPECT_EQ(s.plain.open(handle, tx, "other", 0, &err), nullptr);
@@ -196,7 +196,7 @@ TEST_P(Open, WithoutMemoryReportsTwelve) {
     EXPECT_EQ(table->toc_next, nullptr);
 }
 
-TEST_P(Open, GoesOnWhenTheStoreRefusesTheKey) {
+TEST_P(Open, ContinuesIfTheStoreRefusesTheKey) {
     TraceCapture trace;
     services.always_fail("loam_set_key");
     kel_table *made = s.plain.open(handle, tx, "other", 0, &err);
@@ -207,7 +207,7 @@ TEST_P(Open, GoesOnWhenTheStoreRefusesTheKey) {
     EXPECT_EQ(s.plain.open(handle, tx, "other", 1, &err), nullptr);
 }
 
-TEST_P(Open, GoesOnWithoutAMapping) {
+TEST_P(Open, ContinuesWithoutAMapping) {
     const std::string text =
         std::string("(ERR): Failed to create mapping for ") + s.name + " table";
     TraceCapture trace;
@@ -222,7 +222,7 @@ TEST_P(Open, GoesOnWithoutAMapping) {
     EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 2U) << trace.all();
 }
 
-TEST_P(Open, ClearsTheLastErrorThenRegistersTheTraceModuleThenLooksTheNameUp) {
+TEST_P(Open, ClearsTheErrorRegistersTheTraceModuleAndLooksTheNameUp) {
     for (const u32 open_only : {0U, 1U}) {
         handle->last_error = EINVAL;
         services.clear();
@@ -236,7 +236,7 @@ TEST_P(Open, ClearsTheLastErrorThenRegistersTheTraceModuleThenLooksTheNameUp) {
     }
 }
 
-TEST_P(Open, ZeroesWhateverTheBlockHeldBefore) {
+TEST_P(Open, ZeroesTheBlock) {
     HookRecorder hooks(handle);
     hooks.soil_allocations(true);
     kel_table *made = s.plain.open(handle, tx, "soiled", 0, &err);
@@ -260,7 +260,7 @@ TEST_P(Open, ClearsTheRangeThatItRegistered) {
     EXPECT_EQ(made->range_word, 0U);
 }
 
-TEST_P(Open, FinishesTheBlockBeforeTheStoreLearnsOfIt) {
+TEST_P(Open, FillsTheBlockBeforeItIsStored) {
     bool linked = false;
     services.at_each = [&](const ServiceCall &call) {
         if (call.name != "loam_set_key") return;
@@ -272,7 +272,7 @@ TEST_P(Open, FinishesTheBlockBeforeTheStoreLearnsOfIt) {
     EXPECT_TRUE(linked);
 }
 
-TEST_P(Open, TakesANameForAPathWhereverItsSlashStands) {
+TEST_P(Open, TreatsANameWithASlashAsAPath) {
     const std::string name = std::string(290, 'p') + "/x";
     kel_table *made = s.plain.open(handle, tx, name.c_str(), 0, &err);
     ASSERT_NE(made, nullptr);
@@ -280,7 +280,7 @@ TEST_P(Open, TakesANameForAPathWhereverItsSlashStands) {
     EXPECT_EQ(name.substr(0, 255), made->table_name);
 }
 
-TEST_P(Open, InTheCrFormWorksOnTheHandlesErrorAndTransaction) {
+TEST_P(Open, InTheCrFormUsesTheHandlesErrorAndTransaction) {
     handle->cr_tx_id = 43;
     const std::string name(255, 'n');
     EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, name.c_str(), 0), nullptr);
@@ -312,7 +312,7 @@ TEST_P(Open, CloseOnlyClearsTheLastError) {
 
 class OpenOfTwoTables : public LdapTest {};
 
-TEST_F(OpenOfTwoTables, WithTheSamePathAnswersTheBlockOfTheFirst) {
+TEST_F(OpenOfTwoTables, WithTheSamePathReturnsTheBlockOfTheFirst) {
     kel_table *first = tbl_ldap_conn_table_open(handle, tx, "shared/path", 0, &err);
     EXPECT_EQ(tbl_ldap_stats_table_open(handle, tx, "shared/path", 0, &err), first);
     EXPECT_STREQ(first->descriptor->name, "tbl_ldap_conn");
@@ -332,7 +332,7 @@ class OpenDescriptors : public ::testing::Test, protected TableFixture {
     kel_type_info descriptor;
 };
 
-TEST_F(OpenDescriptors, AreAskedForUnderTheCallersTransaction) {
+TEST_F(OpenDescriptors, AreFetchedInTheCallersTransaction) {
     services.clear();
     s.plain.open(handle, 42, "made", 0, &err);
     EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), 42U);
@@ -340,7 +340,7 @@ TEST_F(OpenDescriptors, AreAskedForUnderTheCallersTransaction) {
               s.entry.descriptor);
 }
 
-TEST_F(OpenDescriptors, CountWhatIsMadeAndFreed) {
+TEST_F(OpenDescriptors, CountCreationsAndFrees) {
     kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
     EXPECT_EQ(made->descriptor, &descriptor);
     EXPECT_EQ(usage.created, 1U);

@@ -34,7 +34,7 @@ TEST_P(IndexOrder, PutsANullNodeFirst) {
     EXPECT_EQ(s.index.compare(&record->index_node, nullptr), after);
 }
 
-TEST_P(IndexOrder, GoesByTenantThenKeyThenSource) {
+TEST_P(IndexOrder, ComparesTenantThenKeyThenSource) {
     const kel_record *records[] = {
         make_for(0, 0, 1),   make_for(0, 0, 2),     make_for(0, 0, 255),
         make_for(0, 1, 1),   make_for(0, 2, 0),     make_for(1, 0, 1),
@@ -50,7 +50,7 @@ TEST_P(IndexOrder, GoesByTenantThenKeyThenSource) {
     }
 }
 
-TEST_P(IndexOrder, OfKeysIsTheirsAcrossTheWholeRange) {
+TEST_P(IndexOrder, FollowsTheKeysAcrossTheirWholeRange) {
     std::vector<const kel_record *> records;
     for (u32 key = 0; key < s.keys && key < 20; ++key) records.push_back(make(key));
     for (std::size_t i = 0; i < records.size(); ++i) {
@@ -63,11 +63,11 @@ TEST_P(IndexOrder, OfKeysIsTheirsAcrossTheWholeRange) {
     }
 }
 
-TEST_P(IndexOrder, OfEqualKeysInDifferentRecordsIsEqual) {
+TEST_P(IndexOrder, OfRecordsWithEqualKeysIsEqual) {
     EXPECT_EQ(order(make(1, 1, 5), make(1, 1, 6)), equal);
 }
 
-TEST_P(IndexOrder, TakesARecordWithoutItsObjectsAsTheFirst) {
+TEST_P(IndexOrder, PutsARecordWithoutObjectsFirst) {
     const kel_record *empty = s.plain.create_record(handle, tx, &err);
     const kel_record *other = s.plain.create_record(handle, tx, &err);
     const kel_record *full = make(0);
@@ -76,7 +76,7 @@ TEST_P(IndexOrder, TakesARecordWithoutItsObjectsAsTheFirst) {
     EXPECT_EQ(order(empty, other), equal);
 }
 
-TEST_P(IndexOrder, IsToldWithoutAHandleAndWithoutAService) {
+TEST_P(IndexOrder, NeedsNoHandleAndNoService) {
     const kel_record *a = make(0);
     const kel_record *b = make(1);
     handle->last_error = EEXIST;
@@ -99,7 +99,7 @@ u32 keep(kel_record *record, void *records) {
 }
 
 // A tenant's records are contiguous, and so are a key's sources, with the shadow last.
-TEST_P(IndexOrder, IsTheTreesHoweverItWasFilled) {
+TEST_P(IndexOrder, IsThatOfTheTreeForAnyOrderOfInserts) {
     std::vector<kel_record *> records;
     for (const u16 tenant : {u16{0}, u16{1}, u16{0xffff}}) {
         for (const u32 key : {0U, 1U, 2U}) {

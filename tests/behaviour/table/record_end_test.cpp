@@ -19,7 +19,7 @@ class RecordEnds : public TableTest {
 };
 TARN_EACH_TABLE_AND_MODE(RecordEnds);
 
-TEST_P(RecordEnds, AFallbackRecordIsDestroyedInAllStepsButGivenBack) {
+TEST_P(RecordEnds, AFallbackRecordIsDestroyedButNotFreed) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_record *record = s.cr.create(handle, 0);
@@ -34,7 +34,7 @@ TEST_P(RecordEnds, AFallbackRecordIsDestroyedInAllStepsButGivenBack) {
     EXPECT_EQ(handle->last_error, 0U);
 }
 
-TEST_P(RecordEnds, EachReferenceIsGivenBackWithOneDestroy) {
+TEST_P(RecordEnds, OneDestroyReleasesOneReference) {
     const u64 blocks = settled_blocks();
     kel_record *record = make(1);
     kel_variant_usage &counters = usage(record);
@@ -57,7 +57,7 @@ TEST_P(RecordEnds, EachReferenceIsGivenBackWithOneDestroy) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_P(RecordEnds, DestructionTellsTheHooksInOrder) {
+TEST_P(RecordEnds, DestructionCallsTheHooksInOrder) {
     kel_record *record = s.plain.create_record(handle, tx, &err);
     kel_variant_usage &counters = usage(record);
     const kel_type_info *descriptor = record->descriptor;
@@ -76,7 +76,7 @@ TEST_P(RecordEnds, DestructionTellsTheHooksInOrder) {
     EXPECT_EQ(hooks.events[3].address, record);
 }
 
-TEST_P(RecordEnds, AnInsertedRecordLeavesTheIndexBeforeItsObjectsGo) {
+TEST_P(RecordEnds, AnInsertedRecordIsRemovedFromTheIndexBeforeItsObjectsAreDestroyed) {
     kel_record *record = put(1, 7);
     put(2);
     const void *object = record->object;
@@ -99,7 +99,7 @@ TEST_P(RecordEnds, AnInsertedRecordLeavesTheIndexBeforeItsObjectsGo) {
     EXPECT_LT(freed, static_cast<std::ptrdiff_t>(hooks.events.size()));
 }
 
-TEST_P(RecordEnds, DestructionGoesOnWhenTheDeleteIsRefused) {
+TEST_P(RecordEnds, DestructionContinuesIfTheDeleteIsRefused) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
     TraceCapture trace;
@@ -126,7 +126,7 @@ TEST_P(RecordEnds, AnErrorOnEntryKeepsTheDeleteFromRunning) {
     EXPECT_EQ(services.count("e_avl_delete"), 0U);
 }
 
-TEST_P(RecordEnds, AMappedRecordIsUnmappedWhereTheHandleKeepsMappings) {
+TEST_P(RecordEnds, AMappedRecordIsUnmappedIfTheHandleKeepsMappings) {
     kel_record *record = s.plain.create_record(handle, tx, &err);
     record->flags |= KEL_RECORD_HD_MAPPED;
     const uintptr_t enabled = handle->hd_mapping_enabled;
@@ -149,7 +149,7 @@ TEST_P(RecordEnds, AMappedRecordIsUnmappedWhereTheHandleKeepsMappings) {
     handle->hd_mapping_enabled = enabled;
 }
 
-TEST_P(RecordEnds, AFailedUnmappingLeavesTheBlockBehind) {
+TEST_P(RecordEnds, AFailedUnmappingKeepsTheBlock) {
     kel_record *record = make(1);
     const void *object = record->object;
     record->flags |= KEL_RECORD_HD_MAPPED;
@@ -176,7 +176,7 @@ TEST_P(RecordEnds, AFailedUnmappingLeavesTheBlockBehind) {
     EXPECT_EQ(std::count_if(freed.begin(), freed.end(), is(record)), 0);
 }
 
-TEST_P(RecordEnds, DestroyIsRequestedOnReplicatedTablesAlone) {
+TEST_P(RecordEnds, DestroyIsRequestedOnlyOnReplicatedTables) {
     kel_record *record = put(1);
     s.plain.request_destroy(handle, tx, table, record, &err);
     EXPECT_EQ(err, EINVAL);
@@ -222,7 +222,7 @@ TEST_P(RecordEnds, AReferenceCountOfZeroWrapsAround) {
     destroy(record);
 }
 
-TEST_P(RecordEnds, ValueObjectThenKeyObjectThenBlockGo) {
+TEST_P(RecordEnds, ValueKeyAndBlockAreDestroyedInThatOrder) {
     kel_record *record = make(1);
     std::vector<const void *> expected = {record->object, record};
     if (s.has_key_object()) expected.insert(expected.begin() + 1, record->key_object);
@@ -237,7 +237,7 @@ TEST_P(RecordEnds, ValueObjectThenKeyObjectThenBlockGo) {
     EXPECT_EQ(freed, expected);
 }
 
-TEST_P(RecordEnds, EveryStepBelongsToTheCallersTransaction) {
+TEST_P(RecordEnds, EveryStepIsInTheCallersTransaction) {
     kel_record *record = put(1);
     record->flags |= KEL_RECORD_HD_MAPPED;
     handle->hd_mapping_enabled = 1;
@@ -255,7 +255,7 @@ TEST_P(RecordEnds, EveryStepBelongsToTheCallersTransaction) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(RecordEnds, AnErrorOfTheCallersIsClearedAlsoWithoutADelete) {
+TEST_P(RecordEnds, AnErrorOfTheCallerIsClearedWithoutADeleteToo) {
     kel_record *record = make(1);
     handle->last_error = EINVAL;
     err = EIO;
@@ -268,7 +268,7 @@ TEST_P(RecordEnds, AnErrorOfTheCallersIsClearedAlsoWithoutADelete) {
               0U);
 }
 
-TEST_P(RecordEnds, TheFallbackObjectsOfARecordAreLeftAlone) {
+TEST_P(RecordEnds, TheFallbackObjectsOfARecordAreNotDestroyed) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_record *record = s.cr.create(handle, 1);
@@ -285,7 +285,7 @@ TEST_P(RecordEnds, TheFallbackObjectsOfARecordAreLeftAlone) {
     EXPECT_EQ(hooks.count(Hook::delta_log), 1U);
 }
 
-TEST_P(RecordEnds, ARequestClearsTheLastErrorAndIsHandedOn) {
+TEST_P(RecordEnds, ARequestClearsTheLastErrorAndCallsTheService) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
     handle->last_error = EINVAL;

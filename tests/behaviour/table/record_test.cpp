@@ -41,7 +41,7 @@ TEST_P(Records, ANewRecordIsEmptyAndHasOneReference) {
     destroy(record);
 }
 
-TEST_P(Records, CreationTellsTheHooksOfTheDescriptorAndTheCounter) {
+TEST_P(Records, CreationAnnouncesTheDescriptorAndTheCounter) {
     destroy(s.plain.create_record(handle, tx, &err));  // descriptors are resolved
     begin();
     HookRecorder hooks(handle);
@@ -85,7 +85,7 @@ TEST_P(Records, CreationTracesItsCorrelation) {
     destroy(record);
 }
 
-TEST_P(Records, AMarkAloneIsACorrelationToo) {
+TEST_P(Records, AMarkAloneIsACorrelation) {
     kel_thread_set_correlation(0, 3);
     kel_record *record = s.plain.create_record(handle, tx, &err);
     EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).arguments_in(3, 5),
@@ -104,7 +104,7 @@ TEST_P(Records, CreationRunsWithAnErrorAndClearsIt) {
     destroy(record);
 }
 
-TEST_P(Records, CreationTakesAnySourceByItsLowByte) {
+TEST_P(Records, CreationUsesTheLowByteOfTheSource) {
     kel_record *shadow = s.create_record_w_src(handle, tx, 255, &err);
     EXPECT_EQ(shadow->src, KEL_SOURCE_SHADOW);
     kel_record *wrapped = s.create_record_w_src(handle, tx, 258, &err);
@@ -113,7 +113,7 @@ TEST_P(Records, CreationTakesAnySourceByItsLowByte) {
     destroy(wrapped);
 }
 
-TEST_P(Records, CreationWithoutMemoryAnswersNullWithoutAnyError) {
+TEST_P(Records, CreationWithoutMemoryReturnsNullAndStoresNoError) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     EXPECT_EQ(s.plain.create_record(handle, tx, &err), nullptr);
@@ -125,7 +125,7 @@ TEST_P(Records, CreationWithoutMemoryAnswersNullWithoutAnyError) {
     EXPECT_EQ(services.count("kel_store_err"), 0U);
 }
 
-TEST_P(Records, TheCrCreationMakesTheObjectsOnDemandWithoutMarkingThem) {
+TEST_P(Records, TheCrCreationCreatesObjectsOnRequestUnmarked) {
     handle->last_error = EINVAL;
     kel_record *bare = s.cr.create(handle, 0);
     ASSERT_NE(bare, nullptr);
@@ -166,7 +166,7 @@ TEST_P(Records, TheCrFormsUseTheHandlesTransaction) {
     commit();
 }
 
-TEST_P(Records, TheCrCreationWithoutMemoryAnswersFallbacks) {
+TEST_P(Records, TheCrCreationWithoutMemoryReturnsFallbacks) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_record *bare = s.cr.create(handle, 0);
@@ -186,7 +186,7 @@ TEST_P(Records, TheCrCreationWithoutMemoryAnswersFallbacks) {
     s.cr.destroy(handle, record);
 }
 
-TEST_P(Records, AReferenceIsAddedWithoutTellingAHook) {
+TEST_P(Records, AddingAReferenceCallsNoHook) {
     kel_record *record = make(1);
     HookRecorder hooks(handle);
     err = EIO;
@@ -197,7 +197,7 @@ TEST_P(Records, AReferenceIsAddedWithoutTellingAHook) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_P(Records, ANullRecordIsErrorTwoForReferencesAndDestruction) {
+TEST_P(Records, ReferencesAndDestructionOfNullFailWithEnoent) {
     EXPECT_EQ(s.plain.add_ref(handle, tx, nullptr, &err), 0U);
     EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(handle->last_error, ENOENT);
@@ -208,7 +208,7 @@ TEST_P(Records, ANullRecordIsErrorTwoForReferencesAndDestruction) {
     EXPECT_EQ(handle->last_error, ENOENT);
 }
 
-TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
+TEST_P(Records, APkeyIsAnObjectOfTheKeyType) {
     const u64 blocks = settled_blocks();
     for (const Operations *form : {&s.plain, &s.unsafe}) {
         void *pkey = form->pkey_create(handle, tx);
@@ -222,7 +222,7 @@ TEST_P(Records, APkeyIsAnObjectOfTheKeysType) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_P(Records, CreationRegistersTheTraceModuleBeforeItAsksForABlock) {
+TEST_P(Records, CreationRegistersTheTraceModuleBeforeItAllocates) {
     services.clear();
     handle->last_error = EINVAL;
     s.plain.create_record(handle, tx, &err);
@@ -234,7 +234,7 @@ TEST_P(Records, CreationRegistersTheTraceModuleBeforeItAsksForABlock) {
     EXPECT_EQ(handle->last_error, EINVAL);
 }
 
-TEST_P(Records, CreationZeroesWhateverTheBlockHeldBefore) {
+TEST_P(Records, CreationZeroesTheBlock) {
     HookRecorder hooks(handle);
     hooks.soil_allocations(true);
     kel_record *record = s.plain.create_record(handle, tx, &err);
@@ -245,7 +245,7 @@ TEST_P(Records, CreationZeroesWhateverTheBlockHeldBefore) {
     EXPECT_EQ(0, std::memcmp(&expected, record, s.record_size()));
 }
 
-TEST_P(Records, TheFallbackRecordStartsAfreshEachTime) {
+TEST_P(Records, TheFallbackRecordIsResetEachTime) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_record *record = s.cr.create(handle, 0);
@@ -259,7 +259,7 @@ TEST_P(Records, TheFallbackRecordStartsAfreshEachTime) {
     EXPECT_TRUE(hooks.announced(&record->descriptor, 8));
 }
 
-TEST_P(Records, AMissingBlockIsStoredAsTwelveUnlessAnErrorStands) {
+TEST_P(Records, AFailedAllocationStoresEnomemUnlessAnErrorIsSet) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     services.clear();
@@ -276,7 +276,7 @@ TEST_P(Records, AMissingBlockIsStoredAsTwelveUnlessAnErrorStands) {
     EXPECT_EQ(services.count("kel_store_err"), 0U) << "no fallback outside a _cr creation";
 }
 
-TEST_P(Records, TheCrCreationAllowsFallbacksFromItsBeginningToItsEnd) {
+TEST_P(Records, TheCrCreationAllowsFallbacksThroughout) {
     std::vector<uintptr_t> allowed;
     services.at_each = [&](const ServiceCall &call) {
         if (call.name == "ptrail_module_init_fn") allowed.push_back(handle->cr_fallback_enabled);
@@ -288,7 +288,7 @@ TEST_P(Records, TheCrCreationAllowsFallbacksFromItsBeginningToItsEnd) {
     services.at_each = nullptr;
 }
 
-TEST_P(Records, AnotherReferenceKeepsTheLastError) {
+TEST_P(Records, AddingAReferenceKeepsTheLastError) {
     kel_record *record = make(1);
     handle->last_error = EINVAL;
     services.clear();
@@ -341,7 +341,7 @@ class RecordDescriptors : public ::testing::Test, protected TableFixture {
     kel_type_info descriptor;
 };
 
-TEST_F(RecordDescriptors, AreAskedForUnderTheCallersTransaction) {
+TEST_F(RecordDescriptors, AreFetchedInTheCallersTransaction) {
     services.clear();
     s.plain.create_record(handle, begin(), &err);
     EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), tx);

@@ -30,7 +30,7 @@ class Search : public ReadTest {
 };
 TARN_EACH_TABLE_AND_MODE(Search);
 
-TEST_P(Search, FindsTheRecordOfSourceOneUnderEveryName) {
+TEST_P(Search, FindsTheRecordOfSourceOneInEveryForm) {
     put(0);
     kel_record *record = put(1, 1, 5);
     put(1, 7);
@@ -81,7 +81,7 @@ TEST_P(Search, StaysWithinTheTenant) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Search, NearestGivesTheNextGreaterRecordOfSourceOne) {
+TEST_P(Search, NearestReturnsTheNextGreaterRecordOfSourceOne) {
     put(0);
     put(2, 7);
     kel_record *record = put(2);
@@ -98,7 +98,7 @@ TEST_P(Search, NearestGivesTheNextGreaterRecordOfSourceOne) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Search, NearestEndsWithTheTenantsRun) {
+TEST_P(Search, NearestStaysWithinTheTenant) {
     kel_thread_set_tenant(1);
     put(2);
     kel_thread_set_tenant(0);
@@ -107,7 +107,7 @@ TEST_P(Search, NearestEndsWithTheTenantsRun) {
     EXPECT_EQ(read(s.index.search_nearest, key.value()), nullptr);
 }
 
-TEST_P(Search, NearestCanWalkBack) {
+TEST_P(Search, NearestCanStepBackward) {
     kel_record *below = put(0);
     put(2);
     const Key key(s, handle, 1);
@@ -118,7 +118,7 @@ TEST_P(Search, NearestCanWalkBack) {
     EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 0, 9, 1), other);
 }
 
-TEST_P(Search, HidesPendingRecordsWhereAskedTo) {
+TEST_P(Search, SkipsPendingRecordsOnRequest) {
     put(0);
     kel_record *pending = put(1);
     set_pending(pending);
@@ -136,7 +136,7 @@ TEST_P(Search, HidesPendingRecordsWhereAskedTo) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Search, SubFirstFindsNothingButTheExactKey) {
+TEST_P(Search, SubFirstFindsOnlyTheExactKey) {
     put(0);
     put(1, 7);
     kel_record *record = put(2);
@@ -152,7 +152,7 @@ TEST_P(Search, SubFirstFindsNothingButTheExactKey) {
     EXPECT_EQ(err, ENOENT);
 }
 
-TEST_P(Search, ReportsTheRecordItAnswersOnceAndAWalkedOneTwice) {
+TEST_P(Search, ReportsAnExactHitOnceAndANearestOneTwice) {
     kel_record *record = put(2);
     const Key exact(s, handle, 2);
     const Key below(s, handle, 1);
@@ -173,7 +173,7 @@ TEST_P(Search, NeverReportsAShadow) {
     EXPECT_EQ(reported(), Reported{});
 }
 
-TEST_P(Search, AnswersTheRecordWithTheErrorOfTheReport) {
+TEST_P(Search, ReturnsTheRecordIfItsReportFails) {
     kel_record *record = put(1);
     const Key key(s, handle, 1);
     services.always_fail("kelrepl_add_to_cache");
@@ -203,7 +203,7 @@ TEST_P(Search, NeedsATableAndAKey) {
     EXPECT_EQ(services.count("e_avl_search"), 0U);
 }
 
-TEST_P(Search, EnteredWithAnErrorAnswersNull) {
+TEST_P(Search, EnteredWithAnErrorReturnsNull) {
     put(1);
     const Key key(s, handle, 1);
     handle->last_error = EINVAL;
@@ -238,12 +238,12 @@ TEST_P(Search, AllocatesStoresAndCountsNothing) {
     EXPECT_EQ(now.live, counters.live);
 }
 
-TEST_P(Search, TakesAKeyThatItselfLiesInARecord) {
+TEST_P(Search, AcceptsAKeyInsideARecord) {
     kel_record *record = put(1);
     EXPECT_EQ(read(s.plain.search_object, key_holder(record), 0), record);
 }
 
-TEST_P(Search, BeginsByClearingTheLastError) {
+TEST_P(Search, ClearsTheLastErrorFirst) {
     put(1);
     const Key present(s, handle, 1);
     const Key absent(s, handle, 2);
@@ -260,7 +260,7 @@ TEST_P(Search, BeginsByClearingTheLastError) {
     }
 }
 
-TEST_P(Search, HandsTheTreeAProbeOfItsOwn) {
+TEST_P(Search, SearchesTheTreeWithItsOwnProbe) {
     kel_record *record = put(1);
     const Key key(s, handle, 1);
     services.clear();
@@ -273,7 +273,7 @@ TEST_P(Search, HandsTheTreeAProbeOfItsOwn) {
               "mt_get_tenant_id e_avl_search kelrepl_add_to_cache");
 }
 
-TEST_P(Search, AnswersAPendingRecordLikeAnyOtherWhereNothingIsSaidOfIt) {
+TEST_P(Search, ReturnsAPendingRecordByDefault) {
     kel_record *pending = put(1);
     set_pending(pending);
     put(2);
@@ -287,7 +287,7 @@ TEST_P(Search, AnswersAPendingRecordLikeAnyOtherWhereNothingIsSaidOfIt) {
     EXPECT_EQ(s.index.search_cr(handle, table, key.value(), 1, 0), pending);
 }
 
-TEST_P(Search, ThatHidesPendingRecordsAnswersTheKeyItselfOrTheNearest) {
+TEST_P(Search, SkippingPendingRecordsReturnsTheKeyOrTheNearest) {
     kel_record *below = put(0);
     kel_record *record = put(1);
     const Key key(s, handle, 1);
@@ -307,7 +307,7 @@ TEST_P(Search, ThatHidesPendingRecordsAnswersTheKeyItselfOrTheNearest) {
     EXPECT_EQ(read(s.index.search_internal, key.value(), 1, 0, 1, 1), below);
 }
 
-TEST_P(Search, TakesItsModesAsTruthValuesAndTheLowByteOfTheSource) {
+TEST_P(Search, TreatsAnyNonzeroModeAsSetAndUsesTheLowByteOfTheSource) {
     kel_record *below = put(0, 7);
     kel_record *pending = put(1, 7);
     kel_record *above = put(2, 7);
@@ -319,7 +319,7 @@ TEST_P(Search, TakesItsModesAsTruthValuesAndTheLowByteOfTheSource) {
     EXPECT_EQ(read(search, key.value(), 0x100, 0, 0x107, 0x100), below);
 }
 
-TEST_P(Search, NeverReportsAShadowThatAWalkFound) {
+TEST_P(Search, NeverReportsANearestShadow) {
     kel_record *shadow = put(1, KEL_SOURCE_SHADOW);
     const Key key(s, handle, 0);
     services.clear();
@@ -327,7 +327,7 @@ TEST_P(Search, NeverReportsAShadowThatAWalkFound) {
     EXPECT_EQ(reported(), Reported{});
 }
 
-TEST_P(Search, AnswersTheNearestWithTheErrorOfTheReport) {
+TEST_P(Search, ReturnsTheNearestRecordIfItsReportFails) {
     kel_record *record = put(2);
     const Key key(s, handle, 1);
     services.always_fail("kelrepl_add_to_cache");
@@ -337,7 +337,7 @@ TEST_P(Search, AnswersTheNearestWithTheErrorOfTheReport) {
     EXPECT_EQ(reported(), (Reported{record, record}));
 }
 
-TEST_P(Search, TheCrFormSearchesUnderItsTransactionAndGoesToTheNearestOfSourceOne) {
+TEST_P(Search, TheCrFormFindsTheNearestOfSourceOneInItsTransaction) {
     begin();
     kel_record *one = put(2);
     put(2, 7);

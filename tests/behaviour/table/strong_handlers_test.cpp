@@ -85,7 +85,7 @@ class StrongHandlers : public tarn::test::PlainTest {
     void *const c = &words[2];
 };
 
-TEST_F(StrongHandlers, TakeThePlaceOfTheWeakOnesInEveryCall) {
+TEST_F(StrongHandlers, ReplaceTheWeakHandlersInEveryCall) {
     TraceCapture trace;
     tbl_ldap_conn_table_record_create_cb(handle, 42, a, b, &err);
     expect("create", {a, b});
@@ -106,14 +106,14 @@ TEST_F(StrongHandlers, TakeThePlaceOfTheWeakOnesInEveryCall) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_F(StrongHandlers, AreReachedThroughTheVectorToo) {
+TEST_F(StrongHandlers, AreCalledThroughTheVectorToo) {
     using Callback = void (*)(kel_handle *, std::uint32_t, void *, void *, std::uint32_t *);
     reinterpret_cast<Callback>(const_cast<void *>(tbl_ldap_conn_table_vft[8]))(handle, 42, a, b,
                                                                                &err);
     expect("create", {a, b});
 }
 
-TEST_F(StrongHandlers, ServeDmEventsWithANullTable) {
+TEST_F(StrongHandlers, GetANullTableInDmEvents) {
     TraceCapture trace;
     tbl_ldap_conn_table_record_create_dm_cb(handle, 42, b, &err);
     expect("create", {nullptr, b});
@@ -128,7 +128,7 @@ TEST_F(StrongHandlers, ServeDmEventsWithANullTable) {
         "(info): weak default handler tarnbase_tbl_ldap_conn_record delete DM handler called");
 }
 
-TEST_F(StrongHandlers, GiveTheirErrorBackToTheCaller) {
+TEST_F(StrongHandlers, ReturnTheirErrorToTheCaller) {
     answer = ENOMEM;
     tbl_ldap_conn_table_record_create_cb(handle, 42, a, b, &err);
     EXPECT_EQ(err, ENOMEM);
@@ -140,7 +140,7 @@ TEST_F(StrongHandlers, GiveTheirErrorBackToTheCaller) {
     EXPECT_EQ(handle->last_error, EINVAL);
 }
 
-TEST_F(StrongHandlers, LeaveTheOtherTablesAlone) {
+TEST_F(StrongHandlers, DoNotReplaceThoseOfOtherTables) {
     TraceCapture trace;
     tbl_ldap_summary_table_record_create_cb(handle, 42, a, b, &err);
     EXPECT_TRUE(events.empty());

@@ -26,7 +26,7 @@ TEST_P(SubSteps, StayWithinOneKey) {
     }
 }
 
-TEST_P(SubSteps, FilterNothing) {
+TEST_P(SubSteps, SkipNoRecord) {
     kel_record *pending = put(0, 3);
     set_pending(pending);
     kel_record *record = put(0, 2);
@@ -39,7 +39,7 @@ TEST_P(SubSteps, FilterNothing) {
     }
 }
 
-TEST_P(SubSteps, AShadowIsTheLastOfItsKeyAndNeverReported) {
+TEST_P(SubSteps, AShadowIsTheLastRecordOfItsKeyAndNotReported) {
     kel_record *record = put(0, 1);
     kel_record *between = put(0, 9);
     kel_record *shadow = put(0, 255);
@@ -65,7 +65,7 @@ TEST_P(SubSteps, AShadowIsTheLastOfItsKeyAndNeverReported) {
     }
 }
 
-TEST_P(SubSteps, AShadowIsFoundDirectlyBehindItsRecord) {
+TEST_P(SubSteps, AShadowIsFoundRightAfterItsRecord) {
     kel_record *record = put(0, 1);
     kel_record *shadow = put(0, 255);
     services.clear();
@@ -73,7 +73,7 @@ TEST_P(SubSteps, AShadowIsFoundDirectlyBehindItsRecord) {
     EXPECT_EQ(reported(), Reported{});
 }
 
-TEST_P(SubSteps, ARecordWithoutAShadowReportsEachOfItsSources) {
+TEST_P(SubSteps, ASearchForAMissingShadowReportsEachSource) {
     kel_record *record = put(0, 1);
     kel_record *second = put(0, 2);
     kel_record *third = put(0, 3);
@@ -82,7 +82,7 @@ TEST_P(SubSteps, ARecordWithoutAShadowReportsEachOfItsSources) {
     EXPECT_EQ(reported(), (Reported{second, third}));
 }
 
-TEST_P(SubSteps, GoOnFromADeletedRecord) {
+TEST_P(SubSteps, ContinueFromADeletedRecord) {
     kel_record *first = put(0, 1);
     kel_record *second = put(0, 2);
     kel_record *third = put(0, 3);
@@ -93,7 +93,7 @@ TEST_P(SubSteps, GoOnFromADeletedRecord) {
     }
 }
 
-TEST_P(SubSteps, TakeOneStepAndAskForNoTenant) {
+TEST_P(SubSteps, TakeOneStepWithoutReadingTheTenant) {
     const std::vector<std::string> steps = {"kel_clear_last_error", "mt_get_tenant_id",
                                             "e_avl_get_next", "e_avl_get_prev",
                                             "kelrepl_add_to_cache"};
@@ -113,7 +113,7 @@ TEST_P(SubSteps, TakeOneStepAndAskForNoTenant) {
               "kel_clear_last_error e_avl_get_next");
 }
 
-TEST_P(SubSteps, ThatLeaveTheKeyReportNothing) {
+TEST_P(SubSteps, ToAnotherKeyReportNothing) {
     kel_record *record = put(0);
     kel_record *other = put(1);
     services.clear();
@@ -125,7 +125,7 @@ TEST_P(SubSteps, ThatLeaveTheKeyReportNothing) {
     EXPECT_EQ(reported(), Reported{});
 }
 
-TEST_P(SubSteps, ToAShadowCrossIntoTheNextTenantsRun) {
+TEST_P(SubSteps, ToAShadowReachTheNextTenant) {
     kel_record *record = put(0, 1);
     kel_record *crossed = put_for(1, 0, 255);
     for (const Traversal *t : names()) {
@@ -133,7 +133,7 @@ TEST_P(SubSteps, ToAShadowCrossIntoTheNextTenantsRun) {
     }
 }
 
-TEST_P(SubSteps, AShadowIsItsOwnWhateverTheErrorWordHolds) {
+TEST_P(SubSteps, TheShadowOfAShadowIsItselfEvenWithAnErrorSet) {
     kel_record *shadow = put(0, 255);
     err = EIO;
     services.clear();
@@ -144,7 +144,7 @@ TEST_P(SubSteps, AShadowIsItsOwnWhateverTheErrorWordHolds) {
     EXPECT_TRUE(services.calls().empty());
 }
 
-TEST_P(SubSteps, AFailedReportEndsTheWayToAShadow) {
+TEST_P(SubSteps, AFailedReportEndsTheSearchForAShadow) {
     kel_record *record = put(0, 1);
     put(0, 2);
     put(0, 255);

@@ -13,7 +13,7 @@ namespace {
 class Text : public TextTest {};
 TARN_EACH_TABLE_AND_MODE(Text);
 
-TEST_P(Text, ARecordPrintsItsObjectsBetweenItsOwnLines) {
+TEST_P(Text, ARecordContainsItsObjectsBetweenItsOwnLines) {
     kel_record *record = make(1, 1, 5);
     std::string expected = std::string("record@") + s.name + ": {\n";
     expected += object_text(s.object, record->object);
@@ -25,7 +25,7 @@ TEST_P(Text, ARecordPrintsItsObjectsBetweenItsOwnLines) {
     EXPECT_EQ(std::string(buffer.data(), length), expected);
 }
 
-TEST_P(Text, PrintNeedsTheWireLengthAsRoomForAnObject) {
+TEST_P(Text, PrintingAnObjectNeedsItsWireLengthAsSpace) {
     kel_record *record = make(1);
     const std::string first_line = std::string("record@") + s.name + ": {\n";
     const u32 needed =
@@ -39,7 +39,7 @@ TEST_P(Text, PrintNeedsTheWireLengthAsRoomForAnObject) {
     EXPECT_EQ(handle->last_error, EMSGSIZE);
 }
 
-TEST_P(Text, WithTheWireLengthAsRoomAnObjectIsBegun) {
+TEST_P(Text, WithItsWireLengthAsSpaceAnObjectIsStarted) {
     kel_record *record = make(1);
     const std::string first_line = std::string("record@") + s.name + ": {\n";
     const u32 room_left = s.object.type->len(handle, tx, record->object);
@@ -57,7 +57,7 @@ TEST_P(Text, WithTheWireLengthAsRoomAnObjectIsBegun) {
     EXPECT_GT(of_object, 0U);
 }
 
-TEST_P(Text, RoomForAnObjectIsASignedNumber) {
+TEST_P(Text, TheSpaceForAnObjectIsSigned) {
     kel_record *record = make(1);
     const std::string lines = std::string("record@") + s.name + ": {\n}\n";
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, 0x80001000U, &err);
@@ -65,7 +65,7 @@ TEST_P(Text, RoomForAnObjectIsASignedNumber) {
     EXPECT_EQ(std::string(buffer.data(), length), lines);
 }
 
-TEST_P(Text, AKeyObjectNeedsItsWireLengthBehindTheValue) {
+TEST_P(Text, AKeyObjectNeedsItsWireLengthAfterTheValue) {
     if (!s.has_key_object()) return;
     kel_record *record = make(1);
     const std::string before =
@@ -129,7 +129,7 @@ TEST_P(Text, AKeyPrintsUnderItsOwnName) {
     }
 }
 
-TEST_P(Text, AKeyIsPrintedOnlyWithTableRecordAndRoom) {
+TEST_P(Text, PrintingAKeyNeedsTableRecordAndSpace) {
     kel_record *record = make(1);
     std::fill(buffer.begin(), buffer.end(), '.');
     const auto expect_error = [&](u32 result, u32 code) {
@@ -157,7 +157,7 @@ TEST_P(Text, AKeyIsPrintedOnlyWithTableRecordAndRoom) {
     EXPECT_EQ(buffer, std::vector<char>(room, '.'));
 }
 
-TEST_P(Text, AKeysPrintClearsTheLastErrorFirst) {
+TEST_P(Text, PrintingAKeyClearsTheLastErrorFirst) {
     kel_record *record = make(1);
     handle->last_error = EINVAL;
     EXPECT_GT(s.plain.pkey_print(handle, tx, table, record, buffer.data(), room, &err), 0U);
@@ -173,7 +173,7 @@ TEST_P(Text, AKeysPrintClearsTheLastErrorFirst) {
 
 class LdapText : public LdapTest {};
 
-TEST_F(LdapText, IsTheDocumentedOne) {
+TEST_F(LdapText, IsAsDocumented) {
     kel_record *record = make(1, 1, 7);
     std::string buffer(1024, ' ');
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, 1024, &err);
@@ -186,7 +186,7 @@ TEST_F(LdapText, IsTheDocumentedOne) {
               "}\n");
 }
 
-TEST_F(LdapText, StepsOverTheBytesBeforeAnInnerClosingBrace) {
+TEST_F(LdapText, SkipsTheBytesBeforeAnInnerClosingBrace) {
     kel_record *record = make(1, 1, 7);
     std::string buffer(1024, '.');
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, 1024, &err);

@@ -10,7 +10,7 @@ namespace {
 class Traversals : public ReadTest {};
 TARN_EACH_TABLE_AND_MODE(Traversals);
 
-TEST_P(Traversals, ShowsRecordsOfSourceOneInKeyOrder) {
+TEST_P(Traversals, ReturnRecordsOfSourceOneInKeyOrder) {
     kel_record *first = put(0);
     put(0, 2);
     put(1, 7);
@@ -27,7 +27,7 @@ TEST_P(Traversals, ShowsRecordsOfSourceOneInKeyOrder) {
     }
 }
 
-TEST_P(Traversals, OfASourceStepsOverTheOthers) {
+TEST_P(Traversals, OfASourceSkipOtherSources) {
     put(0);
     kel_record *low = put(0, 7);
     put(1);
@@ -46,7 +46,7 @@ TEST_P(Traversals, OfASourceStepsOverTheOthers) {
     }
 }
 
-TEST_P(Traversals, IgnoringSourcesStepsThroughAllOfTheTenant) {
+TEST_P(Traversals, IgnoringSourcesReturnAllRecordsOfTheTenant) {
     put_for(1, 0);
     kel_record *a = put(0, 1);
     kel_record *b = put(0, 2);
@@ -63,7 +63,7 @@ TEST_P(Traversals, IgnoringSourcesStepsThroughAllOfTheTenant) {
     }
 }
 
-TEST_P(Traversals, HidesPendingRecordsInTheFormsThatSaySo) {
+TEST_P(Traversals, SkipPendingRecordsInTheNotPendingForms) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     kel_record *c = put(2);
@@ -84,7 +84,7 @@ TEST_P(Traversals, HidesPendingRecordsInTheFormsThatSaySo) {
     EXPECT_EQ(read(s.index.last_not_pending, 0x107), seventh);
 }
 
-TEST_P(Traversals, StaysWithinTheTenantsRun) {
+TEST_P(Traversals, StayWithinTheTenant) {
     put_for(1, 1);
     kel_record *low = put_for(2, 0);
     kel_record *high = put_for(2, 2);
@@ -111,7 +111,7 @@ TEST_P(Traversals, StaysWithinTheTenantsRun) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Traversals, FromAnotherTenantsPositionEntersOnlyTheNextRun) {
+TEST_P(Traversals, FromAnotherTenantsRecordReachOnlyTheNextTenant) {
     kel_record *low = put_for(1, 0);
     kel_record *high = put_for(1, 1);
     kel_record *next_run = put_for(2, 0);
@@ -122,7 +122,7 @@ TEST_P(Traversals, FromAnotherTenantsPositionEntersOnlyTheNextRun) {
     EXPECT_EQ(read(s.by_key.prev, next_run), high);
 }
 
-TEST_P(Traversals, GoesOnFromADeletedRecord) {
+TEST_P(Traversals, ContinueFromADeletedRecord) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     kel_record *c = put(2);
@@ -144,7 +144,7 @@ TEST_P(Traversals, GoesOnFromADeletedRecord) {
 
 // One record gets every key and some sources, in the index and after its removal. The other
 // records stay in order. Each read returns the neighbour of the record's present place.
-TEST_P(Traversals, TakeTheKeyThatARecordHasNowForItsPosition) {
+TEST_P(Traversals, StartAtTheCurrentKeyOfTheRecord) {
     kel_record *const a = put(0, 5);
     kel_record *const b = put(1, 1);
     kel_record *const c = put(1, 7);
@@ -179,7 +179,7 @@ TEST_P(Traversals, TakeTheKeyThatARecordHasNowForItsPosition) {
     }
 }
 
-TEST_P(Traversals, EmptyTablesHaveNoRecords) {
+TEST_P(Traversals, OfAnEmptyTableReturnNull) {
     for (const Traversal *t : names()) {
         EXPECT_EQ(read(t->first), nullptr);
         EXPECT_EQ(read(t->last), nullptr);
@@ -191,7 +191,7 @@ TEST_P(Traversals, EmptyTablesHaveNoRecords) {
     EXPECT_EQ(handle->last_error, 0U);
 }
 
-TEST_P(Traversals, ReportsEachRecordItAnswersAndNoOther) {
+TEST_P(Traversals, ReportOnlyTheRecordReturned) {
     kel_record *a = put(0);
     put(1, 7);
     kel_record *b = put(2);
@@ -214,7 +214,7 @@ TEST_P(Traversals, ReportsEachRecordItAnswersAndNoOther) {
     commit();
 }
 
-TEST_P(Traversals, AnswersTheRecordWithTheErrorOfTheReport) {
+TEST_P(Traversals, ReturnTheRecordIfItsReportFails) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     services.always_fail("kelrepl_add_to_cache");
@@ -226,7 +226,7 @@ TEST_P(Traversals, AnswersTheRecordWithTheErrorOfTheReport) {
     EXPECT_EQ(read(s.by_key.next, a), nullptr);
 }
 
-TEST_P(Traversals, TheWorkersTakeTheirFiltersAsTruthValues) {
+TEST_P(Traversals, TreatAnyNonzeroFilterAsSet) {
     kel_record *a = put(0);
     kel_record *seventh = put(0, 7);
     kel_record *b = put(1);
@@ -242,7 +242,7 @@ TEST_P(Traversals, TheWorkersTakeTheirFiltersAsTruthValues) {
     EXPECT_EQ(read(prev, b, 1, 1, 0), a);
 }
 
-TEST_P(Traversals, TheCrFormSelectsTheWorker) {
+TEST_P(Traversals, OfTheCrFormTakeASelector) {
     kel_record *a = put(0);
     kel_record *seventh = put(1, 7);
     kel_record *b = put(2);
@@ -271,7 +271,7 @@ TEST_P(Traversals, TheCrFormSelectsTheWorker) {
     EXPECT_EQ(get(last, nullptr, 0, 0), nullptr) << "the error sticks";
 }
 
-TEST_P(Traversals, EnteredWithAnErrorAnswersNull) {
+TEST_P(Traversals, EnteredWithAnErrorReturnNull) {
     kel_record *record = put(0);
     put(0, 2);
     put(1);
@@ -285,7 +285,7 @@ TEST_P(Traversals, EnteredWithAnErrorAnswersNull) {
     EXPECT_TRUE(services.calls().empty());
 }
 
-TEST_P(Traversals, BeginByClearingTheLastError) {
+TEST_P(Traversals, ClearTheLastErrorFirst) {
     kel_record *record = put(0);
     put(1);
     expect_last_error_cleared_first(reads_from_ends());
@@ -304,7 +304,7 @@ TEST_P(Traversals, StoreAndAllocateNothing) {
     }
 }
 
-TEST_P(Traversals, IgnoringSourcesShowsPendingRecordsInOneStep) {
+TEST_P(Traversals, IgnoringSourcesReturnPendingRecordsInOneStep) {
     kel_record *a = put(0, 7);
     kel_record *b = put(1, 9);
     put(2);
@@ -321,7 +321,7 @@ TEST_P(Traversals, IgnoringSourcesShowsPendingRecordsInOneStep) {
     }
 }
 
-TEST_P(Traversals, HideAPendingRecordAtEitherEnd) {
+TEST_P(Traversals, SkipAPendingRecordAtEitherEnd) {
     set_pending(put(0));
     kel_record *between = put(1);
     set_pending(put(2));

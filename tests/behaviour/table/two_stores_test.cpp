@@ -33,7 +33,7 @@ class TwoStores : public LdapTest {
     }
 };
 
-TEST_F(TwoStores, AnOpenByIdIsRefusedInTheSecondAndSaysWhy) {
+TEST_F(TwoStores, AnOpenByIdIsRefusedInTheSecondAndTraced) {
     in_own_process([&] {
         kel_table *made = open_by_id(handle, 42);
         const Session second;
@@ -55,7 +55,7 @@ TEST_F(TwoStores, AnOpenByIdIsRefusedInTheSecondAndSaysWhy) {
     });
 }
 
-TEST_F(TwoStores, AnOpenByAutomaticIdInTheSecondIsToldOfAndEntersNothing) {
+TEST_F(TwoStores, AnOpenByAutomaticIdInTheSecondIsTracedAndStoresNothing) {
     in_own_process([&] {
         kel_table *made = open_by_id(handle, 42);
         const Session second;

@@ -12,7 +12,7 @@ namespace {
 class RecordRead : public WireTest {};
 TARN_EACH_TABLE_AND_MODE(RecordRead);
 
-TEST_P(RecordRead, ARecordIsReadBackWithSourceOne) {
+TEST_P(RecordRead, ARecordThatIsReadHasSourceOne) {
     kel_record *record = make(1, 7, 5);
     const Bytes bytes = marshalled(record);
     for (const Operations *form : {&s.plain, &s.unsafe}) {
@@ -33,7 +33,7 @@ TEST_P(RecordRead, ARecordIsReadBackWithSourceOne) {
     }
 }
 
-TEST_P(RecordRead, ARecordIsReadIntoOneThatIsThere) {
+TEST_P(RecordRead, ARecordIsReadIntoAnExistingOne) {
     const Bytes bytes = marshalled(make(1, 1, 5));
     kel_record *target = make(2, 7, 6);
     kel_record *const same = target;
@@ -49,7 +49,7 @@ TEST_P(RecordRead, ARecordIsReadIntoOneThatIsThere) {
     EXPECT_EQ(s.get_value(handle, target->object), 5U);
 }
 
-TEST_P(RecordRead, ReadingInPlaceNeedsARecordWithItsObjects) {
+TEST_P(RecordRead, InPlaceNeedsARecordWithItsObjects) {
     const Bytes bytes = marshalled(make(1));
     const u32 length = static_cast<u32>(bytes.size());
     kel_record *target = nullptr;
@@ -69,7 +69,7 @@ TEST_P(RecordRead, ReadingInPlaceNeedsARecordWithItsObjects) {
     destroy(target);
 }
 
-TEST_P(RecordRead, ReadingWithoutMemoryIsErrorTwelve) {
+TEST_P(RecordRead, WithoutMemoryFailsWithEnomem) {
     const Bytes bytes = marshalled(make(1));
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
@@ -82,7 +82,7 @@ TEST_P(RecordRead, ReadingWithoutMemoryIsErrorTwelve) {
     EXPECT_EQ(read, nullptr);
 }
 
-TEST_P(RecordRead, ARecordWhoseObjectCannotBeMadeIsStoredAllTheSame) {
+TEST_P(RecordRead, ARecordWhoseObjectCannotBeCreatedIsStored) {
     const Bytes bytes = marshalled(make(1));
     kel_record *read = nullptr;
     kel_store_fail_allocation(session.store(), 2);
@@ -100,7 +100,7 @@ TEST_P(RecordRead, ARecordWhoseObjectCannotBeMadeIsStoredAllTheSame) {
     destroy(read);
 }
 
-TEST_P(RecordRead, AFrameThatEndsEarlyLeavesTheRecordWithTheError) {
+TEST_P(RecordRead, ATruncatedFrameReturnsTheRecordAndAnError) {
     const Bytes bytes = marshalled(make(1));
     kel_record *read = nullptr;
     EXPECT_EQ(s.plain.unmarshal(handle, tx, &read, bytes.data(), 20, 0, &err), 16U);
@@ -121,7 +121,7 @@ TEST_P(RecordRead, AFrameThatEndsEarlyLeavesTheRecordWithTheError) {
     destroy(read);
 }
 
-TEST_P(RecordRead, IdentityAndHeaderAreNotLookedAt) {
+TEST_P(RecordRead, IdentityAndHeaderAreNotChecked) {
     kel_record *record = make(1, 1, 5);
     Bytes bytes = marshalled(record);
     std::memset(bytes.data(), untouched, frame_size);
@@ -135,7 +135,7 @@ TEST_P(RecordRead, IdentityAndHeaderAreNotLookedAt) {
 }
 
 // The number of blocks that the store allocates before the key object depends on the mode.
-TEST_P(RecordRead, ARecordWhoseKeyObjectCannotBeMadeIsStoredWithItsValue) {
+TEST_P(RecordRead, ARecordWhoseKeyObjectCannotBeCreatedIsStoredWithItsValue) {
     if (!s.has_key_object()) return;
     kel_record *record = make(1, 1, 5);
     const Bytes bytes = marshalled(record);
@@ -177,7 +177,7 @@ TEST_P(RecordRead, InPlaceNeedsTheKeyObjectToo) {
     s.key_object.type->destroy(handle, tx, key);
 }
 
-TEST_P(RecordRead, InPlaceMakesNoRecordAndNoObject) {
+TEST_P(RecordRead, InPlaceAllocatesNothing) {
     const Bytes bytes = marshalled(make(1, 1, 5));
     kel_record *target = make(2, 7, 6);
     const u64 created = target->descriptor->variant_info->variants[0].created;

@@ -42,7 +42,7 @@ void expect_slots(const void *const *vector, Functions *...functions) {
     }
 }
 
-TEST(Vector, HoldsTheUnsafeOperationsOfItsTableInTheFixedOrder) {
+TEST(Vector, HasTheUnsafeOperationsOfItsTableInAFixedOrder) {
     expect_slots(tbl_ldap_conn_table_vft, TARN_SLOTS(tbl_ldap_conn));
     expect_slots(tbl_ldap_stats_table_vft, TARN_SLOTS(tbl_ldap_stats));
     expect_slots(tbl_ldap_summary_table_vft, TARN_SLOTS(tbl_ldap_summary));
@@ -66,7 +66,7 @@ TEST(Vector, BeginsWithTheIdentityAndTheTextOfItsTable) {
     }
 }
 
-TEST(Vector, OfTheLdapTablesCarriesTheirFixedIdentities) {
+TEST(Vector, OfTheLdapTablesHasTheirFixedIdentities) {
     EXPECT_STREQ(table_tbl_ldap_conn_luid_text, "b1bbd13dd7e17f84a70ee216797542cc");
     EXPECT_STREQ(table_tbl_ldap_summary_luid_text, "9afabe92091c77e82b113d67a04432aa");
     EXPECT_STREQ(table_tbl_ldap_stats_luid_text, "e520e0f5ffae1e03458a77fe1cb426e7");

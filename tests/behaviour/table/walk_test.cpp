@@ -23,7 +23,7 @@ u32 note_visit(kel_record *record, void *context) {
     return visits->records.size() == visits->stop_at ? 42 : 0;
 }
 
-TEST_P(Walk, SeesEveryEntryOfTheTree) {
+TEST_P(Walk, VisitsEveryEntryOfTheTree) {
     kel_record *a = put(0);
     kel_record *b = put(0, 7);
     kel_record *c = put(1, 255);
@@ -42,7 +42,7 @@ TEST_P(Walk, SeesEveryEntryOfTheTree) {
     EXPECT_EQ(services.count("mt_get_tenant_id"), 0U);
 }
 
-TEST_P(Walk, EndsWhenItsFunctionSaysSo) {
+TEST_P(Walk, EndsWhenItsFunctionReturnsNonzero) {
     for (u32 key = 0; key < 3; ++key) put(key);
     Visits visits;
     visits.stop_at = 2;
@@ -82,7 +82,7 @@ u32 destroy_visited(kel_record *record, void *context) {
     return err;
 }
 
-TEST_P(Walk, ItsFunctionMayDestroyTheRecordItWasGiven) {
+TEST_P(Walk, ItsFunctionMayDestroyTheVisitedRecord) {
     const u64 blocks = settled_blocks();
     for (u32 key = 0; key < s.keys; ++key) put(key);
     Purge purge{&s, handle, table};
@@ -95,7 +95,7 @@ TEST_P(Walk, ItsFunctionMayDestroyTheRecordItWasGiven) {
 
 u32 answer_context(kel_record *record, void *context) { return record == context ? 7U : 8U; }
 
-TEST_P(Walk, TheTreesCallbackHandsRecordAndResultThrough) {
+TEST_P(Walk, TheTreesCallbackPassesRecordAndResult) {
     kel_record *record = make(0);
     kel_walk_pair pair{answer_context, record};
     EXPECT_EQ(s.index.internal_walk(&record->index_node, &pair), 7U);
@@ -111,7 +111,7 @@ u32 join_further(kel_record *, void *, u64 third, u64 fourth, u64 fifth, u64 six
     return static_cast<u32>(third * 1000 + fourth * 100 + fifth * 10 + sixth);
 }
 
-TEST_P(Walk, TheTreesCallbackLeavesFurtherArgumentsAlone) {
+TEST_P(Walk, TheTreesCallbackDoesNotUseItsOtherArguments) {
     kel_record *record = make(0);
     kel_walk_pair pair{
         reinterpret_cast<kel_walk_function>(reinterpret_cast<void (*)()>(join_further)), nullptr};
@@ -130,7 +130,7 @@ TEST_P(Walk, TheUnorderedTraversalDoesNothing) {
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
 }
 
-TEST_P(Walk, IsTheTreesWithTheTablesCallback) {
+TEST_P(Walk, CallsTheTreesWalkWithTheTablesCallback) {
     put(0);
     Visits visits;
     services.clear();
@@ -143,7 +143,7 @@ TEST_P(Walk, IsTheTreesWithTheTablesCallback) {
     }
 }
 
-TEST_P(Walk, StoresNothingAndLeavesTheLastErrorAlone) {
+TEST_P(Walk, StoresNothingAndKeepsTheLastError) {
     put(0);
     put(1);
     handle->last_error = EINVAL;
@@ -165,7 +165,7 @@ TEST_P(Walk, OfAnEmptyTableVisitsNothing) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Walk, OfAnUnknownKeyIsTracedEvenWithAnErrorSet) {
+TEST_P(Walk, ByAnUnknownKeyIsTracedEvenWithAnErrorSet) {
     put(0);
     Visits visits;
     handle->last_error = EEXIST;

@@ -21,7 +21,7 @@ class RecordXml : public TextTest {
 };
 TARN_EACH_TABLE_AND_MODE(RecordXml);
 
-TEST_P(RecordXml, ARecordIsOneElementAroundThoseOfItsObjects) {
+TEST_P(RecordXml, ARecordIsAnElementThatContainsItsObjects) {
     kel_record *record = make(1, 1, 5);
     const std::string xml = written(s.plain.to_xml, record);
     EXPECT_EQ(written(s.unsafe.to_xml, record), xml);
@@ -44,7 +44,7 @@ TEST_P(RecordXml, ARecordIsOneElementAroundThoseOfItsObjects) {
     }
 }
 
-TEST_P(RecordXml, IsReadBackIntoAnEqualRecord) {
+TEST_P(RecordXml, RoundTripsToAnEqualRecord) {
     kel_record *record = make(9 % s.keys, 7, 5);
     const Document document = parse(written(s.plain.to_xml, record));
     char message[128] = {};
@@ -79,7 +79,7 @@ TEST_P(RecordXml, EnteredWithAnErrorDoesNothing) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_P(RecordXml, ADocumentWithoutTheElementGivesAnEmptyRecord) {
+TEST_P(RecordXml, ADocumentWithoutTheElementIsReadAsAnEmptyRecord) {
     const Document document = parse("<other><thing/></other>");
     kel_record *read = s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0);
     EXPECT_EQ(err, 0U);
@@ -92,7 +92,7 @@ TEST_P(RecordXml, ADocumentWithoutTheElementGivesAnEmptyRecord) {
     destroy(read);
 }
 
-TEST_P(RecordXml, AMissingValueElementKeepsTheKeyFromBeingRead) {
+TEST_P(RecordXml, WithoutTheValueElementTheKeyIsNotRead) {
     if (!s.has_key_object()) return;
     kel_record *record = make(13);
     const Document document = parse("<x>" + object_xml(s.key_object, record->key_object) + "</x>");
@@ -103,7 +103,7 @@ TEST_P(RecordXml, AMissingValueElementKeepsTheKeyFromBeingRead) {
     destroy(read);
 }
 
-TEST_P(RecordXml, AMissingKeyElementLeavesTheKeyEmpty) {
+TEST_P(RecordXml, WithoutTheKeyElementTheKeyIsEmpty) {
     if (!s.has_key_object()) return;
     kel_record *record = make(13, 1, 5);
     const Document document = parse("<x>" + object_xml(s.object, record->object) + "</x>");
@@ -115,7 +115,7 @@ TEST_P(RecordXml, AMissingKeyElementLeavesTheKeyEmpty) {
     destroy(read);
 }
 
-TEST_P(RecordXml, ReadWithoutMemoryIsErrorTwelve) {
+TEST_P(RecordXml, AReadWithoutMemoryFailsWithEnomem) {
     const Document document = parse(written(s.plain.to_xml, make(1)));
     const u64 blocks = session.blocks();
     for (u64 n = 1; n <= (s.has_key_object() ? 3U : 2U); ++n) {
@@ -130,7 +130,7 @@ TEST_P(RecordXml, ReadWithoutMemoryIsErrorTwelve) {
     EXPECT_GT(session.blocks(), blocks);
 }
 
-TEST_P(RecordXml, ClosesTheRecordAlsoAfterAnError) {
+TEST_P(RecordXml, ClosesTheRecordAfterAnErrorToo) {
     kel_record *record = make(1);
     const u32 whole = static_cast<u32>(written(s.plain.to_xml, record).size());
     const std::string begin = std::string("<") + s.name + ">";
@@ -168,7 +168,7 @@ TEST_P(RecordXml, ClearsTheLastErrorFirst) {
     EXPECT_EQ(services.calls().at(0).name, "kel_clear_last_error");
 }
 
-TEST_P(RecordXml, IsFoundWhereverTheDocumentHasItsElements) {
+TEST_P(RecordXml, IsFoundAtAnyDepthOfTheDocument) {
     kel_record *record = make(1, 1, 5);
     std::string text = "<a><b>" + object_xml(s.object, record->object) + "</b>";
     if (s.has_key_object()) text += "<c>" + object_xml(s.key_object, record->key_object) + "</c>";
@@ -194,7 +194,7 @@ TEST_P(RecordXml, AKeyElementThatCannotBeReadEndsTheRead) {
     EXPECT_GE(session.blocks(), blocks + 3) << "record and objects aren't released";
 }
 
-TEST_P(RecordXml, AFailureOfAnEnumerationFillsTheMessage) {
+TEST_P(RecordXml, AnEnumerationThatFailsFillsTheMessage) {
     if (std::string(s.object.type->name.data()) != "st_every") return;
     const Document document = parse(written(s.plain.to_xml, make(1, 1, 5)));
     services.at_each = [&](const ServiceCall &call) {
@@ -210,7 +210,7 @@ TEST_P(RecordXml, AFailureOfAnEnumerationFillsTheMessage) {
 
 class LdapXml : public LdapTest {};
 
-TEST_F(LdapXml, HoldsOneElementAField) {
+TEST_F(LdapXml, HasOneElementPerField) {
     kel_record *record = make(1, 1, 7);
     std::string buffer(1024, ' ');
     const u32 length = s.plain.to_xml(handle, tx, buffer.data(), record, 1024, &err);
@@ -219,7 +219,7 @@ TEST_F(LdapXml, HoldsOneElementAField) {
               "<num_conns>7</num_conns>\n</st_ldap_conn>\n</tbl_ldap_conn>\n");
 }
 
-TEST_F(LdapXml, AFieldThatIsAbsentInXmlKeepsItsValue) {
+TEST_F(LdapXml, AFieldThatIsAbsentKeepsItsValue) {
     const Document document =
         parse("<tbl_ldap_conn><st_ldap_conn><sname>x</sname></st_ldap_conn></tbl_ldap_conn>");
     // The new object gets a value before its fields are read.
@@ -236,7 +236,7 @@ TEST_F(LdapXml, AFieldThatIsAbsentInXmlKeepsItsValue) {
     EXPECT_EQ(s.get_value(handle, read->object), 300U);
 }
 
-TEST_F(LdapXml, AValueThatCannotBeReadEndsTheReadWithoutReleasingTheRecord) {
+TEST_F(LdapXml, AnUnreadableValueEndsTheReadAndKeepsTheRecord) {
     const Document document =
         parse("<st_ldap_conn><sname>x</sname><num_conns>many</num_conns></st_ldap_conn>");
     const u64 blocks = session.blocks();
