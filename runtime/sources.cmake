@@ -32,7 +32,6 @@ set(TARNBASE_RUNTIME_SOURCES
   xml/siblings.cpp
   xml/tag.cpp
   value/address.cpp
-  value/descriptor.cpp
   value/header.cpp
   value/int32.cpp
   value/int64.cpp

@@ -7,10 +7,14 @@
 #include <string>
 
 #include "runtime/value/address.h"
+#include "runtime/value/descriptor.h"
 #include "runtime/value/hash.h"
 #include "runtime/value/header.h"
 #include "runtime/value/usage.h"
 #include "runtime/xml/element.h"
+
+static_assert(sizeof(ip_address) == 32 && alignof(ip_address) == 8);
+static_assert(offsetof(ip_address, family) == 11 && offsetof(ip_address, bytes) == 12);
 
 namespace {
 
@@ -30,7 +34,13 @@ struct AddressText {
     char text[INET6_ADDRSTRLEN];
 };
 
+constinit kel_variant_usage variant_usage{0, sizeof(ip_address), 0, 0, 0, 0};
+constinit kel_variant_info variants{1, &variant_usage};
+
 }  // namespace
+
+constinit const kel_type_info _ip_address_type_info_internal =
+    describe("ip_address", "52622b99f3e935c725d7aacbd0ccd846", &variants);
 
 ip_address *ip_address_get(kel_handle *, std::uint32_t, ip_address *field, std::uint32_t *err) {
     return *err == 0 ? field : nullptr;

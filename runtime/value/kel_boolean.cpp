@@ -3,9 +3,12 @@
 #include <cstdint>
 #include <string>
 
+#include "runtime/value/descriptor.h"
 #include "runtime/value/hash.h"
 #include "runtime/value/header.h"
 #include "runtime/xml/element.h"
+
+static_assert(sizeof(kel_boolean) == 16 && offsetof(kel_boolean, value) == 12);
 
 namespace {
 
@@ -17,7 +20,13 @@ bool is_true(const kel_boolean *field) { return field != nullptr && field->value
 
 const char *text_of(const kel_boolean *field) { return is_true(field) ? "true" : "false"; }
 
+constinit kel_variant_usage variant_usage{0, sizeof(kel_boolean), 0, 0, 0, 0};
+constinit kel_variant_info variants{1, &variant_usage};
+
 }  // namespace
+
+constinit const kel_type_info _kel_boolean_type_info_internal =
+    describe("kel_boolean", "f586973e7aa62da19cf11b0abf111e89", &variants);
 
 kel_boolean *kel_boolean_get(kel_handle *, std::uint32_t, kel_boolean *field, std::uint32_t *err) {
     return *err == 0 ? field : nullptr;

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "runtime/text/quoted.h"
+#include "runtime/value/descriptor.h"
 #include "runtime/value/hash.h"
 #include "runtime/value/header.h"
 #include "runtime/value/usage.h"
@@ -14,6 +15,12 @@
 #include "runtime/wire/little_endian.h"
 #include "runtime/xml/element.h"
 #include "runtime/xml/escape.h"
+
+static_assert(sizeof(kel_vstring) == 32 && alignof(kel_vstring) == 8);
+static_assert(offsetof(kel_vstring, borrowed) == 12 && offsetof(kel_vstring, length) == 16);
+static_assert(offsetof(kel_vstring, text.bytes) == 20);
+static_assert(offsetof(kel_vstring, text.outside.prefix) == 20);
+static_assert(offsetof(kel_vstring, text.outside.block) == 24);
 
 namespace {
 
@@ -25,7 +32,13 @@ std::uint64_t wire_length(std::string_view text) {
     return std::uint64_t{wire_prefix} + text.size();
 }
 
+constinit kel_variant_usage variant_usage{0, sizeof(kel_vstring), 0, 0, 0, 0};
+constinit kel_variant_info variants{1, &variant_usage};
+
 }  // namespace
+
+constinit const kel_type_info _kel_vstring_type_info_internal =
+    describe("kel_vstring", "1f749f4cb9e4ccff4cd49782830975a4", &variants);
 
 kel_vstring *kel_vstring_get(kel_handle *, std::uint32_t, kel_vstring *field, std::uint32_t *err) {
     return *err == 0 ? field : nullptr;
