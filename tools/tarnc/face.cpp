@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <set>
+#include <string_view>
 
 #include "context.h"
 #include "context_parts.h"
@@ -51,17 +52,24 @@ Context face_of(const Structure &structure, const Field &field) {
     return context;
 }
 
+// The header of a field's type, below tarnbase/tarn/; none for a type of the language. A type of
+// the interface that is no item of the schema is in a header of its name.
+std::string header_of(const Field &field) {
+    if (field.enumeration != nullptr) return "enums/" + field.enumeration->name;
+    if (field.structure != nullptr) return "types/" + face_name(*field.structure);
+    constexpr std::string_view scope = "::tarn::";
+    const std::string_view type = field.facts().face;
+    return type.starts_with(scope) ? std::string(type.substr(scope.size())) : "";
+}
+
 Context includes_of(const Structure &structure) {
-    std::set<std::pair<std::string, std::string>> headers;
-    for (const Field &field : structure.fields) {
-        if (field.enumeration != nullptr) headers.emplace("enums", field.enumeration->name);
-        if (field.structure != nullptr) headers.emplace("types", face_name(*field.structure));
-    }
+    std::set<std::string> headers;
+    for (const Field &field : structure.fields) headers.insert(header_of(field));
+    headers.erase("");
     Context list = empty_list();
-    for (const auto &[folder, item] : headers) {
+    for (const std::string &header : headers) {
         Context each;
-        each.set("folder", folder);
-        each.set("item", item);
+        each.set("header", header);
         list.push_back(each);
     }
     return list;

@@ -22,15 +22,18 @@ class address {
     /// No address.
     address() = default;
     /// From bytes in network order, as many as `family` (KEL_ADDRESS_...) has.
-    address(std::uint8_t family, const void *bytes) noexcept : family_(family) {
-        std::memcpy(bytes_, bytes, size());
+    address(std::uint8_t family, const void *content) noexcept : family_(family) {
+        std::memcpy(bytes_, content, size());
     }
+
+    /// The value of a field.
+    explicit address(const ::ip_address &field) noexcept : address(field.family, field.bytes) {}
 
     /// Parses the text of an address, as inet_pton(3) does. Error: EINVAL it isn't one.
     static result<address> try_parse(const std::string &text) {
-        unsigned char bytes[sizeof bytes_];
-        if (inet_pton(AF_INET, text.c_str(), bytes) == 1) return address(KEL_ADDRESS_IPV4, bytes);
-        if (inet_pton(AF_INET6, text.c_str(), bytes) == 1) return address(KEL_ADDRESS_IPV6, bytes);
+        unsigned char found[sizeof bytes_];
+        if (inet_pton(AF_INET, text.c_str(), found) == 1) return address(KEL_ADDRESS_IPV4, found);
+        if (inet_pton(AF_INET6, text.c_str(), found) == 1) return address(KEL_ADDRESS_IPV6, found);
         return error(EINVAL, "'" + text + "' is not an IPv4 or IPv6 address");
     }
 #if TARN_EXCEPTIONS

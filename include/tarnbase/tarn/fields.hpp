@@ -7,8 +7,8 @@
 #include <limits>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
-#include "tarnbase/tarn/address.hpp"
 #include "tarnbase/tarn/bytes.hpp"
 #include "tarnbase/tarn/result.hpp"
 #include "tarnbase/value.h"
@@ -28,6 +28,13 @@ inline constexpr const char *setting = "setting";
 template <typename T>
 inline constexpr bool is_number = std::is_integral_v<T> && !std::is_same_v<T, bool>;
 
+/// Whether T is the C++ type of a value type that is an object. Such a type is in a header of its
+/// name, which the headers of structures include. It is made from the C type and has `to_c()`.
+template <typename T, typename = void>
+inline constexpr bool is_value = false;
+template <typename T>
+inline constexpr bool is_value<T, std::void_t<decltype(std::declval<const T &>().to_c())>> = true;
+
 /// Returns: a T, from the C getter's result: a plain value or the field's address.
 template <typename T, typename Raw>
 T as(kel_handle *handle, Raw raw) noexcept {
@@ -40,9 +47,8 @@ T as(kel_handle *handle, Raw raw) noexcept {
         std::uint32_t length = 0;
         const char *bytes = kel_vstring_bytes(raw, &length);
         return {bytes, length};
-    } else if constexpr (std::is_same_v<T, address>) {
-        if (raw == nullptr) return {};
-        return {raw->family, raw->bytes};
+    } else if constexpr (is_value<T>) {
+        return raw == nullptr ? T() : T(*raw);
     } else {
         return T(handle, raw);
     }
@@ -85,8 +91,8 @@ std::uint32_t write(const View &object, const T &value) noexcept {
         kel_vstring text;
         kel_vstring_refer(&text, value.data(), static_cast<std::uint32_t>(value.size()));
         call<Set>(err, object, &text);
-    } else if constexpr (std::is_same_v<T, address>) {
-        const ::ip_address same = value.to_c();
+    } else if constexpr (is_value<T>) {
+        const auto same = value.to_c();
         call<Set>(err, object, &same);
     } else {
         call<Set>(err, object, value.c_object());

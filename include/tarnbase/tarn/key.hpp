@@ -15,7 +15,7 @@ namespace tarn::detail {
 // an error number if it couldn't be made. Lifetime: the value's.
 
 /// A u_int32 or an enumeration; the other types of keys have specializations.
-template <typename Value>
+template <typename Value, typename = void>
 class value_probe {
  public:
     value_probe(kel_handle *, Value value) noexcept : value_(static_cast<std::uint32_t>(value)) {}
@@ -45,15 +45,16 @@ class value_probe<std::string_view> {
     std::uint32_t error_ = 0;
 };
 
-template <>
-class value_probe<address> {
+/// An address, or another object of a value type.
+template <typename Value>
+class value_probe<Value, std::enable_if_t<is_value<Value>>> {
  public:
-    value_probe(kel_handle *, const address &value) noexcept : value_(value.to_c()) {}
+    value_probe(kel_handle *, const Value &value) noexcept : value_(value.to_c()) {}
     std::uint32_t error() const noexcept { return 0; }
-    const ::ip_address *get() const noexcept { return &value_; }
+    const auto *get() const noexcept { return &value_; }
 
  private:
-    ::ip_address value_;
+    decltype(std::declval<const Value &>().to_c()) value_;
 };
 
 /// Stores a value in a field of a private key object: not logged, and a text by reference.

@@ -6,7 +6,7 @@
 #include "tarnbase/tarn/object.hpp"
 #include "tarnbase/tarn/schema.hpp"
 {{#includes}}
-#include "tarnbase/tarn/{{folder}}/{{item}}.hpp"
+#include "tarnbase/tarn/{{header}}.hpp"
 {{/includes}}
 #include "tarnbase/types/{{type}}.h"
 

@@ -5,6 +5,7 @@
 
 #include "tarnbase/tarn/object.hpp"
 #include "tarnbase/tarn/schema.hpp"
+#include "tarnbase/tarn/address.hpp"
 #include "tarnbase/types/shape_key.h"
 
 namespace tarn {
