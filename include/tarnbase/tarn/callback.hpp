@@ -10,9 +10,16 @@
 
 #include "tarnbase/tarn/error.hpp"
 
-namespace tarn::detail {
+namespace tarn {
 
-/// Refers to a function that returns void, or whether to continue.
+/// Refers to a function that returns void, or whether to continue. A C call takes `run` of the
+/// item's type and the callback's address:
+///
+///     tarn::callback visit(function);
+///     kel_xml_for_each(document, path, visit.run<kel_xml_document *>, &visit, nullptr);
+///     visit.finish();
+///
+/// Lifetime: the function's.
 template <typename Function>
 class callback {
  public:
@@ -20,7 +27,7 @@ class callback {
 
     /// Calls the function of `context`. Returns: nonzero to end the walk.
     template <typename Item>
-    static std::uint32_t run(void *context, Item item) {
+    static std::uint32_t run(Item item, void *context) {
         auto &self = *static_cast<callback *>(context);
 #if TARN_EXCEPTIONS
         try {
@@ -58,6 +65,6 @@ class callback {
 #endif
 };
 
-}  // namespace tarn::detail
+}  // namespace tarn
 
 #endif

@@ -9,11 +9,12 @@
 #include "tarnbase/tarn/bytes.hpp"
 #include "tarnbase/tarn/result.hpp"
 
-namespace tarn::detail {
+namespace tarn {
 
-/// Calls `write(buffer, size, &err)` with a buffer that grows until the text fits: its
-/// length isn't known in advance. The buffer is filled with spaces, since printing skips
-/// the indentation of closing braces.
+/// Calls `write(buffer, size, &err)`, a C call that writes a form, with a buffer that grows until
+/// the form fits: its length isn't known in advance. The buffer is filled with spaces, since
+/// printing skips the indentation of closing braces.
+/// Returns: the form. An error names `doing` and `item`.
 template <typename Write>
 result<std::string> text_form(const char *doing, const char *item, Write write) {
     constexpr std::size_t least = 1024;
@@ -26,9 +27,11 @@ result<std::string> text_form(const char *doing, const char *item, Write write) 
             text.resize(length);
             return text;
         }
-        if (err != EMSGSIZE || size == most) return make_error(err, doing, item);
+        if (err != EMSGSIZE || size == most) return detail::make_error(err, doing, item);
     }
 }
+
+namespace detail {
 
 /// Calls `write(buffer, length, &err)` with a buffer that has one spare byte: a handle that
 /// tracks state may write there.
@@ -42,6 +45,7 @@ result<bytes> wire_form(std::uint32_t length, const char *item, Write write) {
     return wire;
 }
 
-}  // namespace tarn::detail
+}  // namespace detail
+}  // namespace tarn
 
 #endif

@@ -23,19 +23,19 @@ class object_view {
 
     /// Returns: the text form, under the structure's name.
     result<std::string> try_to_text() const {
-        return detail::text_form("printing", traits::name,
-                                 [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
-                                     return traits::print(handle_, handle_->cr_tx_id, buffer, 0,
-                                                          traits::name, object_, size, err);
-                                 });
+        return text_form("printing", traits::name,
+                         [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
+                             return traits::print(handle_, handle_->cr_tx_id, buffer, 0,
+                                                  traits::name, object_, size, err);
+                         });
     }
     /// Returns: the XML form, an element of the structure's name.
     result<std::string> try_to_xml() const {
-        return detail::text_form("writing the XML of", traits::name,
-                                 [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
-                                     return traits::to_xml(handle_, handle_->cr_tx_id, traits::name,
-                                                           buffer, object_, size, 0, err);
-                                 });
+        return text_form("writing the XML of", traits::name,
+                         [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
+                             return traits::to_xml(handle_, handle_->cr_tx_id, traits::name, buffer,
+                                                   object_, size, 0, err);
+                         });
     }
     /// Returns: the wire form.
     result<bytes> try_to_wire() const {

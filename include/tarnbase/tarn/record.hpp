@@ -56,7 +56,7 @@ class basic_record : public Table::object_type {
 
     /// Returns: the text form of the record.
     result<std::string> try_to_text() const {
-        return detail::text_form(
+        return text_form(
             "printing", Table::name, [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
                 return Table::print(this->c_handle(), tx_id(), buffer, record_, size, err);
             });
@@ -64,11 +64,11 @@ class basic_record : public Table::object_type {
     /// Returns: the XML form of the record, an element of the table's name. Error: EINVAL a
     /// text contains characters that XML doesn't allow.
     result<std::string> try_to_xml() const {
-        return detail::text_form("writing the XML of", Table::name,
-                                 [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
-                                     return Table::to_xml(this->c_handle(), tx_id(), buffer,
-                                                          record_, size, err);
-                                 });
+        return text_form("writing the XML of", Table::name,
+                         [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
+                             return Table::to_xml(this->c_handle(), tx_id(), buffer, record_, size,
+                                                  err);
+                         });
     }
     /// Returns: the wire form of the record: a frame with its table's LUID. Error: ENOENT it
     /// has no object.

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+#include "tarnbase/tarn/callback.hpp"
 #include "tarnbase/tarn/key.hpp"
 #include "tarnbase/tarn/range.hpp"
 
@@ -123,10 +124,11 @@ class basic_table_reader {
     /// that it throws ends the walk and is rethrown.
     template <typename Function>
     result<void> try_walk(Function &&function) const {
-        walk_context<Function> context{handle_, detail::callback<Function>(function)};
+        auto each = [&](kel_record *record) { return function(record_type(handle_, record)); };
+        callback visit(each);
         std::uint32_t err = 0;
-        Table::walk(table_, walk_context<Function>::visit, &context, &err);
-        context.function.finish();
+        Table::walk(table_, visit.template run<kel_record *>, &visit, &err);
+        visit.finish();
         return detail::outcome(err, "walking", Table::name);
     }
 
@@ -171,18 +173,6 @@ class basic_table_reader {
  private:
     using probe = typename Table::probe;
     static constexpr std::size_t luid_suffix_size = 1 + 2 * luid_size;
-
-    template <typename Function>
-    struct walk_context {
-        kel_handle *handle;
-        detail::callback<Function> function;
-
-        static std::uint32_t visit(kel_record *record, void *context) {
-            auto &self = *static_cast<walk_context *>(context);
-            return detail::callback<Function>::run(&self.function,
-                                                   record_type(self.handle, record));
-        }
-    };
 
     std::optional<record_type> optional(kel_record *found) const noexcept {
         if (found == nullptr) return std::nullopt;

@@ -48,15 +48,11 @@ class xml_document {
     /// bad path.
     template <typename Function>
     result<void> try_for_each(const char *path, Function &&function) const {
-        std::uint32_t last = 0;
-        detail::callback<Function> guard(function);
+        auto each = [&](kel_xml_document *element) { return function(xml_element(element)); };
+        callback visit(each);
         const std::uint32_t status = kel_xml_for_each(
-            document_, path,
-            [](kel_xml_document *element, void *context) {
-                return detail::callback<Function>::run(context, xml_element(element));
-            },
-            &guard, &last);
-        guard.finish();
+            document_, path, visit.template run<kel_xml_document *>, &visit, nullptr);
+        visit.finish();
         if (status != 0) return detail::last_failure(status);
         return {};
     }

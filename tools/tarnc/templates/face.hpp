@@ -8,6 +8,8 @@
 
 #include "tarnbase/tarn/store.hpp"
 #include "tarnbase/tarn/table.hpp"
+#include "tarnbase/tarn/trace.hpp"
+#include "tarnbase/tarn/tracking.hpp"
 #include "tarnbase/tarn/transaction.hpp"
 {{#face_enumerations}}
 #include "tarnbase/tarn/enums/{{face}}.hpp"

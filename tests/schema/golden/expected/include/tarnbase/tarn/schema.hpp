@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from sample.tarn; changes belong there.
-// Of the C++ headers made from the schema: 1b269d571e4dab7d35b49570c8ebc61f
+// Of the C++ headers made from the schema: e7aa1863443f2fef3f40a56bbfe5920a
 #ifndef TARNBASE_TARN_SCHEMA_HPP
 #define TARNBASE_TARN_SCHEMA_HPP
 
