@@ -8,10 +8,10 @@
 #include <memory>
 
 #include "base/options.h"
-#include "base/quiet.h"
 #include "commands/command.h"
 #include "compare/comparison.h"
 #include "model/json.h"
+#include "tarnbase/tarn/trace.hpp"
 #include "terminal/pager.h"
 #include "terminal/style.h"
 
@@ -161,7 +161,7 @@ bool list(const Side &a, const Side &b, const CompareOptions &how, bool json) {
 }
 
 void run(const Options &options, Exit &status) {
-    const QuietScope quiet;
+    const tarn::quiet_scope quiet;
     CompareOptions how{{}, options.ignored, options.brief};
     for (const std::string &table : options.tables) how.tables.push_back(parse_table(table));
     check_ignored(options.ignored);

@@ -9,10 +9,10 @@
 #include <optional>
 
 #include "base/options.h"
-#include "base/quiet.h"
 #include "commands/command.h"
 #include "exchange/importer.h"
 #include "model/json.h"
+#include "tarnbase/tarn/trace.hpp"
 #include "terminal/progress.h"
 #include "terminal/screen.h"
 
@@ -88,7 +88,7 @@ ImportOptions import_options(const Options &options) {
 }
 
 void run(const Options &options, Exit &status) {
-    const QuietScope quiet;
+    const tarn::quiet_scope quiet;
     ImportOptions how = import_options(options);
     Input input(options.input);
     const Format format = format_of(options, input);

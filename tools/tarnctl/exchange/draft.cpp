@@ -17,7 +17,7 @@ constexpr unsigned char frame_marker = 188;
 constexpr std::size_t frame_length_offset = 12;
 constexpr std::size_t frame_luid_offset = 27;
 
-TrackingScope::Mode mode(bool tracked) { return tracked ? TrackingScope::on : TrackingScope::off; }
+tarn::tracking mode(bool tracked) { return tracked ? tarn::tracking::on : tarn::tracking::off; }
 
 Failure bad_frame(const std::string &text) { return Failure(Exit::data, "frame: " + text); }
 
@@ -53,7 +53,7 @@ void *Draft::make_object() {
              "variant");
         variant_set_ = true;
     }
-    const TrackingScope scope(handle_, mode(head_.tracked));
+    const tarn::tracking_scope scope(handle_, mode(head_.tracked));
     void *object = table_.type->create(handle_, tx_id_);
     need(object == nullptr ? ENOMEM : 0, "making a record");
     table_.set_object(handle_, tx_id_, record_, object);
@@ -61,7 +61,7 @@ void *Draft::make_object() {
 }
 
 void *Draft::make_key_object() {
-    const TrackingScope scope(handle_, mode(head_.tracked));
+    const tarn::tracking_scope scope(handle_, mode(head_.tracked));
     void *key = table_.key_type->create(handle_, tx_id_);
     need(key == nullptr ? ENOMEM : 0, "making a record");
     table_.set_key_object(handle_, tx_id_, record_, key);
@@ -115,7 +115,7 @@ void Draft::take_frame(const RecordHead &head, std::string_view frame, bool leni
     head_ = head;
     check_frame(frame);
     const uint8_t flags = static_cast<uint8_t>(frame[frames::object_flags_offset]);
-    const TrackingScope scope(handle_, mode((flags & OBJ_STATE_TRACKED) != 0));
+    const tarn::tracking_scope scope(handle_, mode((flags & OBJ_STATE_TRACKED) != 0));
     const tarn::tenant_scope tenant(head.tenant);
     uint32_t err = 0;
     const uint32_t length = table_.unmarshal(handle_, tx_id_, &record_, frame.data(),

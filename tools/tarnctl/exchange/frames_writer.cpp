@@ -40,8 +40,8 @@ uint64_t number_at(std::string_view bytes, std::size_t offset, std::size_t size)
 }
 
 std::string_view frame_of(const Record &record, std::string_view table, std::string &buffer) {
-    std::optional<TrackingScope> tracking;
-    if (has_state(record)) tracking.emplace(record.handle, TrackingScope::on);
+    std::optional<tarn::tracking_scope> tracking;
+    if (has_state(record)) tracking.emplace(record.handle, tarn::tracking::on);
     if (buffer.empty()) buffer.resize(first_buffer);
     for (;;) {
         uint32_t err = 0;

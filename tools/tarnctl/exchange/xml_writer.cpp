@@ -7,11 +7,11 @@
 #include <cstring>
 
 #include "base/failure.h"
-#include "base/quiet.h"
 #include "base/utf8.h"
 #include "exchange/xml_escape.h"
 #include "exchange/xml_text.h"
 #include "model/state.h"
+#include "tarnbase/tarn/trace.hpp"
 
 namespace tarnctl {
 namespace {
@@ -106,7 +106,7 @@ void XmlWriter::end_table() { out_ << "</table>\n"; }
 void XmlWriter::end() { out_ << "</tarnbase>\n"; }
 
 std::optional<std::string_view> XmlWriter::form_of(const Record &record, uint32_t &err) {
-    const QuietScope quiet;
+    const tarn::quiet_scope quiet;
     for (;;) {
         err = 0;
         const uint32_t length =

@@ -4,27 +4,25 @@
 #include <fmt/format.h>
 
 #include "base/failure.h"
+#include "tarnbase/tarn/callback.hpp"
 
 namespace tarnctl {
 
 Census count_records(const Instance &instance, const std::function<void()> &counted) {
-    struct Context {
-        Census census;
-        const std::function<void()> &counted;
-    } context{{}, counted};
-    const auto count = [](kel_record *record, void *data) -> uint32_t {
-        auto &walk = *static_cast<Context *>(data);
-        ++walk.census.records;
-        ++walk.census.sources[record->src];
-        ++walk.census.tenants[record->tenant_id];
-        if ((record->flags & KEL_RECORD_PENDING_DESTROY) != 0) ++walk.census.pending;
-        walk.counted();
-        return 0;
+    Census census;
+    const auto count = [&](kel_record *record) {
+        ++census.records;
+        ++census.sources[record->src];
+        ++census.tenants[record->tenant_id];
+        if ((record->flags & KEL_RECORD_PENDING_DESTROY) != 0) ++census.pending;
+        counted();
     };
+    tarn::callback walk(count);
     uint32_t err = 0;
-    instance.table->walk(instance.block, count, &context, &err);
+    instance.table->walk(instance.block, walk.run<kel_record *>, &walk, &err);
+    walk.finish();
     need(err, fmt::format("walking {}", instance.full_name()));
-    return std::move(context.census);
+    return census;
 }
 
 std::string source_name(uint8_t source) {

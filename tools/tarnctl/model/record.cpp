@@ -6,30 +6,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <exception>
+#include <utility>
 
 #include "base/failure.h"
 #include "tarnbase/runtime.h"
+#include "tarnbase/tarn/callback.hpp"
+#include "tarnbase/tarn/forms.hpp"
 
 namespace tarnctl {
 namespace {
 
-constexpr uint32_t first_buffer = 4096;
-constexpr uint32_t largest_buffer = uint32_t{1} << 30;
-
-// The output of `write` in a buffer that is large enough. The buffer is full of blanks, since the
-// text form skips the indentation of closing braces.
 template <class Write>
-std::string written(Write write, std::string_view what) {
-    for (uint32_t size = first_buffer;; size *= 2) {
-        std::string buffer(size, ' ');
-        uint32_t err = 0;
-        const uint32_t length = write(buffer.data(), size, &err);
-        if (err == EMSGSIZE && size < largest_buffer) continue;
-        need(err, what);
-        buffer.resize(length);
-        return buffer;
-    }
+std::string written(Write write, const std::string &what) {
+    auto form = tarn::text_form("writing", what.c_str(), write);
+    if (!form) need(form.error().number(), what);
+    return std::move(*form);
 }
 
 constexpr uint32_t same_place = 1;  // the index's order of two equal keys
@@ -142,26 +133,13 @@ void check_readable(const Store &store, const Record &record) {
 
 void for_each_own_record(const Store &store, const Instance &instance,
                          const std::function<bool(const Record &)> &function) {
-    // An exception of `function` must not pass through the library's C code: it is kept and thrown
-    // again after the walk.
-    struct Context {
-        const Store &store;
-        const Table *table;
-        const std::function<bool(const Record &)> &function;
-        std::exception_ptr failure;
-    } context{store, instance.table, function, nullptr};
-    const auto call = [](kel_record *record, void *data) -> uint32_t {
-        auto &called = *static_cast<Context *>(data);
-        try {
-            return called.function({called.table, called.store.handle(), record}) ? 0 : 1;
-        } catch (...) {
-            called.failure = std::current_exception();
-            return 1;
-        }
+    const auto visit = [&](kel_record *record) {
+        return function({instance.table, store.handle(), record});
     };
+    tarn::callback walk(visit);
     uint32_t err = 0;
-    instance.table->walk(instance.block, call, &context, &err);
-    if (context.failure) std::rethrow_exception(context.failure);
+    instance.table->walk(instance.block, walk.run<kel_record *>, &walk, &err);
+    walk.finish();
     need(err, fmt::format("walking {}", instance.full_name()));
 }
 

@@ -74,14 +74,14 @@ bool is_tracked(const void *object) {
 StateFlags state_flags_of(kel_handle *handle, void *object, const Structure &structure) {
     StateFlags flags;
     if (!is_tracked(object)) return flags;
-    const TrackingScope scope(handle, TrackingScope::flags_alone);
+    const tarn::tracking_scope scope(handle, tarn::tracking::existing);
     collect(handle, object, structure, "", flags);
     return flags;
 }
 
 void set_state_flag(kel_handle *handle, uint32_t tx_id, void *object, const Structure &structure,
                     const std::string &path, uint8_t flag) {
-    const TrackingScope scope(handle, TrackingScope::flags_alone);
+    const tarn::tracking_scope scope(handle, tarn::tracking::existing);
     const Structure *inside = &structure;
     std::string_view rest = path;
     for (std::size_t dot = rest.find('.'); dot != std::string_view::npos; dot = rest.find('.')) {

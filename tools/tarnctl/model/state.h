@@ -11,28 +11,9 @@
 #include <vector>
 
 #include "base/schema.h"
-#include "tarnbase/embedded.h"
+#include "tarnbase/tarn/tracking.hpp"
 
 namespace tarnctl {
-
-// How a handle treats state during the scope; tracking is off otherwise.
-class TrackingScope {
- public:
-    enum Mode : uint32_t {
-        off = KEL_STATE_TRACKING_OFF,
-        on = KEL_STATE_TRACKING_ON,  // objects are made with flags, and wire forms have them
-        flags_alone = 0,             // flags are read and set where objects have them
-    };
-    TrackingScope(kel_handle *handle, Mode mode) : handle_(handle) {
-        kel_handle_set_state_tracking(handle, mode);
-    }
-    TrackingScope(const TrackingScope &) = delete;
-    TrackingScope &operator=(const TrackingScope &) = delete;
-    ~TrackingScope() { kel_handle_set_state_tracking(handle_, KEL_STATE_TRACKING_OFF); }
-
- private:
-    kel_handle *handle_;
-};
 
 // False for null.
 bool is_tracked(const void *object);
