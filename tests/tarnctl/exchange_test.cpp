@@ -8,7 +8,6 @@
 #include <random>
 #include <sstream>
 
-#include "base/quiet.h"
 #include "compare/comparison.h"
 #include "exchange/frames.h"
 #include "exchange/importer.h"
@@ -16,6 +15,7 @@
 #include "model/json.h"
 #include "model/record.h"
 #include "model/state.h"
+#include "tarnbase/tarn/trace.hpp"
 #include "tests/examples/temporary_directory.h"
 
 namespace tarnctl {
@@ -85,7 +85,7 @@ class Filling {
 
     void set(Value &value) {
         const Field &field = value.field();
-        if (field.kind == Kind::vstring) value.set_bytes(drawn_text());
+        if (field.kind == Kind::vstring) value.set_text(drawn_text());
         else if (field.kind == Kind::address) value.set_text(drawn_address());
         else if (field.kind == Kind::boolean) value.set_number(draw(2));
         else if (field.kind == Kind::enumeration) set_enumeration(value);
@@ -181,7 +181,7 @@ class Exchange : public testing::TestWithParam<Format> {
     }
 
     example_test::TemporaryDirectory directory_;
-    QuietScope quiet_;
+    tarn::quiet_scope quiet_;
 };
 
 // The names of the fields that differ.
@@ -210,7 +210,7 @@ std::string change_flags(const Store &store) {
             if (!is_tracked(object)) return true;
             const Structure &type = *instance.table->type;
             name = type.fields.front().name;
-            const TrackingScope scope(store.handle(), TrackingScope::flags_alone);
+            const tarn::tracking_scope scope(store.handle(), tarn::tracking::existing);
             uint32_t err = 0;
             const uint8_t flag =
                 type.fields.front().call.state_flag(store.handle(), KEL_TX_NONE, object, &err);
@@ -264,7 +264,7 @@ void add_all_bytes(const Store &store, const std::string &name) {
     Draft draft(store, KEL_TX_NONE, table);
     draft.begin({});
     Value(draft.handle(), KEL_TX_NONE, draft.make_object(), parse_path(*table.type, "sname"))
-        .set_bytes(bytes);
+        .set_text(bytes);
     table.insert(store.handle(), KEL_TX_NONE, block, draft.record().record, &err);
     ASSERT_EQ(err, 0U);
     draft.release();
@@ -287,7 +287,7 @@ TEST_P(Exchange, GivesBackEachByteAndNumberAlsoWhereXmlEscapesIt) {
 }
 
 TEST(XmlExport, LeavesOutWhatXmlCantCarryAndTellsWhichRecordAndField) {
-    const QuietScope quiet;
+    const tarn::quiet_scope quiet;
     const example_test::TemporaryDirectory directory;
     const Store store = Store::create(directory / "net.store", {});
     add_all_bytes(store, "some");

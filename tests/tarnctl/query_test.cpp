@@ -35,7 +35,7 @@ class Query : public testing::Test {
         kel_handle *handle = store_.handle();
         kel_record *record = table_.create_record(handle, KEL_TX_NONE, src, &err);
         void *object = table_.type->create(handle, KEL_TX_NONE);
-        Value(handle, KEL_TX_NONE, object, parse_path(*table_.type, "sname")).set_bytes(name);
+        Value(handle, KEL_TX_NONE, object, parse_path(*table_.type, "sname")).set_text(name);
         Value(handle, KEL_TX_NONE, object, parse_path(*table_.type, "num_conns"))
             .set_number(number);
         table_.set_object(handle, KEL_TX_NONE, record, object);

@@ -8,10 +8,10 @@
 
 #include "base/failure.h"
 #include "completion/line.h"
-#include "describe/values.h"
 #include "model/instance.h"
 #include "model/record.h"
 #include "model/value.h"
+#include "model/value_type.h"
 
 namespace tarnctl {
 namespace {

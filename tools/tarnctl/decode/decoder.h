@@ -9,6 +9,7 @@
 
 #include "decode/pieces.h"
 #include "decode/reader.h"
+#include "model/value_type.h"
 
 namespace tarnctl {
 
@@ -31,8 +32,7 @@ class Decoder {
     void field(const Field &field);
     void number(const Field &field);
     void enumeration(const Field &field);
-    void string(const Field &field);
-    void address(const Field &field);
+    void value(const Field &field, const ObjectType &type);
     void array(const std::string &name, std::size_t count);
     void key(const Table &table);
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decode/pieces.h"
 
-#include <arpa/inet.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -174,13 +173,11 @@ void Decoder::field(const Field &field) {
             return array(name, field.elements);
         case Kind::enumeration:
             return enumeration(field);
-        case Kind::vstring:
-            return string(field);
-        case Kind::address:
-            return address(field);
         default:
-            return number(field);
+            break;
     }
+    if (const ObjectType *type = object_type(field)) return value(field, *type);
+    number(field);
 }
 
 void Decoder::number(const Field &field) {
@@ -208,30 +205,23 @@ void Decoder::enumeration(const Field &field) {
     in_.take(4, name, fmt::format("{}, no enumerator of {}", place, field.enumeration->name), true);
 }
 
-void Decoder::string(const Field &field) {
+// An object of a value type: a number, if its form has one, and bytes.
+void Decoder::value(const Field &field, const ObjectType &type) {
     const std::string name(field.name);
-    const auto length = static_cast<std::size_t>(in_.peek_number(4, name));
-    in_.take(4, fmt::format("{} length", name), std::to_string(length));
-    const Bytes bytes = in_.peek(length, name);
-    const std::string text(bytes.begin(), bytes.end());
+    std::size_t length = field.facts().wire;
+    if (!type.wire.number.empty()) {
+        const uint64_t number = in_.peek_number(length, name);
+        const auto rest = type.wire.rest(number);
+        in_.take(length, fmt::format("{} {}", name, type.wire.number),
+                 rest ? std::to_string(number)
+                      : fmt::format("{}, expected {}", number, type.wire.expected),
+                 !rest);
+        if (!rest) throw Stuck{};
+        length = *rest;
+    }
+    const std::string text = type.wire.text(in_.peek(length, name));
     if (length > 0) in_.take(length, name, text);
-    else in_.heading(name, "");
-}
-
-void Decoder::address(const Field &field) {
-    const std::string name(field.name);
-    const uint64_t family = in_.peek_number(1, name);
-    const std::size_t length = family == KEL_ADDRESS_IPV4 ? 4 : family == KEL_ADDRESS_IPV6 ? 16 : 0;
-    const bool known = length > 0 || family == KEL_ADDRESS_NONE;
-    in_.take(1, fmt::format("{} family", name),
-             known ? std::to_string(family) : fmt::format("{}, expected 0, 4 or 6", family),
-             !known);
-    if (!known) throw Stuck{};
-    if (length == 0) return in_.heading(name, "none");
-    char text[INET6_ADDRSTRLEN];
-    const Bytes bytes = in_.peek(length, name);
-    inet_ntop(length == 4 ? AF_INET : AF_INET6, bytes.data(), text, sizeof text);
-    in_.take(length, name, text);
+    else in_.heading(name, text);
 }
 
 void Decoder::array(const std::string &name, std::size_t count) {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "base/schema.h"
-#include "describe/values.h"
 #include "json/document.h"
+#include "model/value_type.h"
 #include "terminal/screen.h"
 
 namespace tarnctl {

@@ -56,9 +56,8 @@ Json json_of_elements(const std::string &text) {
 }
 
 Json json_of_text(const FieldChange &field, const std::string &text) {
-    if (field.leaf != nullptr && field.leaf->kind == Kind::vstring) return json_of_bytes(text);
-    if (field.leaf != nullptr && field.leaf->kind == Kind::address)
-        return text.empty() ? Json() : Json(text);
+    if (field.leaf != nullptr && object_type(*field.leaf) != nullptr)
+        return json_of_object_text(*field.leaf, text);
     return field.whole_array ? json_of_elements(text) : json_of_number(field, text);
 }
 

@@ -87,7 +87,7 @@ void set_leaf(const Target &target, const Path &path, const XmlElement &element,
     }
     refuse_children(element, value.name());
     if (value.field().kind == Kind::vstring && is_escaped(element))
-        return value.set_bytes(unescape_unfit(element.text, value.name()));
+        return value.set_text(unescape_unfit(element.text, value.name()));
     if (!value.is_whole_array()) {
         value.set_text(element.text);
         return;

@@ -19,20 +19,16 @@ const std::vector<Column> &known_columns(const Table &table) {
 
 RecordCopy::Cell cell_of(const Value &value) {
     if (!value.present()) return {};
-    switch (value.field().kind) {
-        case Kind::vstring:
-            return {true, value.bytes().empty(), std::string(value.bytes())};
-        case Kind::address:
-            return {true, value.address().family == KEL_ADDRESS_NONE, value.text()};
-        case Kind::array: {
-            const std::vector<uint8_t> elements = value.elements();
-            const bool blank = std::all_of(elements.begin(), elements.end(),
-                                           [](uint8_t element) { return element == 0; });
-            return {true, blank, std::string(elements.begin(), elements.end())};
-        }
-        default:
-            return {true, value.number() == 0, value.text()};
+    if (value.is_whole_array()) {
+        const std::vector<uint8_t> elements = value.elements();
+        const bool blank = std::all_of(elements.begin(), elements.end(),
+                                       [](uint8_t element) { return element == 0; });
+        return {true, blank, std::string(elements.begin(), elements.end())};
     }
+    std::string text = value.text();
+    const bool is_object = object_type(value.field()) != nullptr;
+    const bool blank = is_object ? text.empty() : value.number() == 0;
+    return {true, blank, std::move(text)};
 }
 
 std::string element_text(const std::string &bytes, std::size_t index) {

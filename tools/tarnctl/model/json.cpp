@@ -89,10 +89,18 @@ void set_array(Value &value, JsonView json) {
     }
 }
 
-void set_string(Value &value, JsonView json) {
-    const std::optional<std::string> bytes = bytes_of_json(json, value.name());
-    if (!bytes) expected(value.name(), "a string or {\"hex\": \"00ff\"}", json);
-    value.set_bytes(*bytes);
+// Nothing if `json` is neither text nor null.
+std::optional<std::string> text_of_json(JsonView json) {
+    if (json.is_null()) return "";
+    const std::optional<std::string_view> text = json.string();
+    return text ? std::optional<std::string>(*text) : std::nullopt;
+}
+
+void set_object(Value &value, const ObjectType &type, JsonView json) {
+    const bool is_string = value.field().kind == Kind::vstring;
+    const auto text = is_string ? bytes_of_json(json, value.name()) : text_of_json(json);
+    if (!text) expected(value.name(), type.expected_json, json);
+    value.set_text(*text);
 }
 
 const Field &field_of(const Structure &structure, const std::string &name) {
@@ -166,6 +174,11 @@ std::optional<std::string> bytes_of_json(JsonView json, std::string_view name) {
     return bytes_of_hex(*digits, name);
 }
 
+Json json_of_object_text(const Field &field, std::string_view text) {
+    if (field.kind == Kind::vstring) return json_of_bytes(text);
+    return text.empty() ? Json() : Json(text);
+}
+
 Json json_of_integer(uint64_t number) {
     return number > largest_exact ? Json(std::to_string(number)) : Json(number);
 }
@@ -177,9 +190,8 @@ Json json_of_integer(int64_t number) {
 
 Json json_of(const Value &value) {
     if (!value.present()) return nullptr;
-    if (value.field().kind == Kind::vstring) return json_of_bytes(value.bytes());
-    if (value.field().kind == Kind::address)
-        return value.address().family == KEL_ADDRESS_NONE ? Json() : Json(value.text());
+    if (object_type(value.field()) != nullptr)
+        return json_of_object_text(value.field(), value.text());
     if (value.is_whole_array()) return value.elements();
     return json_of_number(value.field(), value.number());
 }
@@ -205,11 +217,9 @@ Json json_of(const Record &record) {
 }
 
 void set_from_json(Value &value, JsonView json) {
-    if (value.field().kind == Kind::vstring) set_string(value, json);
+    if (const ObjectType *type = object_type(value.field())) set_object(value, *type, json);
     else if (value.is_whole_array()) set_array(value, json);
-    else if (value.field().kind != Kind::address) set_scalar(value, json);
-    else if (json.is_null() || json.string()) value.set_text(json.string().value_or(""));
-    else expected(value.name(), "an address as text, or null", json);
+    else set_scalar(value, json);
 }
 
 void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,

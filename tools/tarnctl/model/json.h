@@ -37,6 +37,8 @@ Json json_of_bytes(std::string_view bytes);
 // The bytes of that form; none if `json` is another. Failure `data`, which begins with `name`, if
 // the hexadecimal digits aren't pairs.
 std::optional<std::string> bytes_of_json(JsonView json, std::string_view name);
+// The form of an object of a value type, from its text.
+Json json_of_object_text(const Field &field, std::string_view text);
 // The form of numbers.
 Json json_of_integer(uint64_t number);
 Json json_of_integer(int64_t number);

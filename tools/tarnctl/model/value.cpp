@@ -11,7 +11,7 @@
 
 #include "base/failure.h"
 #include "cli/suggestion.h"
-#include "tarnbase/tarn/address.hpp"
+#include "tarnbase/embedded.h"
 
 namespace tarnctl {
 namespace {
@@ -59,6 +59,14 @@ void add_leaves(const Structure &structure, Path path, std::vector<Path> &leaves
         path.fields.pop_back();
     }
 }
+
+// Of a value type.
+constexpr std::size_t largest_object = [] {
+    std::size_t largest = 0;
+    for (const auto &each : tarnbase::all_kinds)
+        largest = std::max<std::size_t>(largest, each.size);
+    return largest;
+}();
 
 // Of a plain value. One of an object, as a boolean has it, is a u_int32.
 unsigned bits_of(Kind kind) {
@@ -192,22 +200,17 @@ uint64_t Value::number(uint32_t index) const {
     return number;
 }
 
-std::string_view Value::bytes() const {
+const void *Value::object() const {
     uint32_t err = 0;
-    const auto *string =
-        static_cast<const kel_vstring *>(field_->call.get(handle_, tx_id_, object_, 0, &err));
+    const void *object = field_->call.get(handle_, tx_id_, object_, 0, &err);
     need(err, name_);
-    uint32_t length = 0;
-    const char *bytes = kel_vstring_bytes(string, &length);
-    return {bytes, length};
+    return object;
 }
 
-const ip_address &Value::address() const {
-    uint32_t err = 0;
-    const auto *address =
-        static_cast<const ip_address *>(field_->call.get(handle_, tx_id_, object_, 0, &err));
-    need(err, name_);
-    return *address;
+std::string_view Value::bytes() const {
+    uint32_t length = 0;
+    const char *bytes = kel_vstring_bytes(static_cast<const kel_vstring *>(object()), &length);
+    return {bytes, length};
 }
 
 std::vector<uint8_t> Value::elements() const {
@@ -228,11 +231,7 @@ std::string Value::number_text(uint64_t number) const {
 }
 
 std::string Value::text() const {
-    if (field_->kind == Kind::vstring) return std::string(bytes());
-    if (field_->kind == Kind::address) {
-        char text[64];
-        return ip_address_text(&address(), text, sizeof text);
-    }
+    if (const ObjectType *type = object_type(*field_)) return type->text(object());
     if (!whole_array_) return number_text(number());
     std::string text;
     for (const uint8_t element : elements())
@@ -290,23 +289,17 @@ void Value::set_array_text(std::string_view text) {
     for (uint32_t i = 0; i < field_->elements; ++i) set_number(numbers[i], i);
 }
 
-void Value::set_address_text(std::string_view text) {
-    // Parsed before the store is changed.
-    tarn::address address;
-    if (!text.empty()) {
-        const auto parsed = tarn::address::try_parse(std::string(text));
-        if (!parsed) expected(text, "an IPv4 or IPv6 address, or nothing");
-        address = *parsed;
-    }
-    const ip_address source = address.to_c();
+// Parses before it changes the store.
+void Value::set_object_text(const ObjectType &type, std::string_view text) {
+    alignas(8) unsigned char source[largest_object];
+    if (!type.parse(text, source)) expected(text, type.expected);
     uint32_t err = 0;
-    field_->call.set(handle_, tx_id_, object_, &source, &err);
+    field_->call.set(handle_, tx_id_, object_, source, &err);
     need(err, name_);
 }
 
 void Value::set_text(std::string_view text) {
-    if (field_->kind == Kind::vstring) set_bytes(text);
-    else if (field_->kind == Kind::address) set_address_text(text);
+    if (const ObjectType *type = object_type(*field_)) set_object_text(*type, text);
     else if (whole_array_) set_array_text(text);
     else set_number(parsed_number(text));
 }
@@ -345,14 +338,6 @@ void Value::restore_number(uint32_t number) {
     need(err, name_);
     handle_->write_log_hook(handle_->arena, &object->value, sizeof object->value, tx_id_);
     object->value = number;
-}
-
-void Value::set_bytes(std::string_view bytes) {
-    kel_vstring source;
-    kel_vstring_refer(&source, bytes.data(), static_cast<uint32_t>(bytes.size()));
-    uint32_t err = 0;
-    field_->call.set(handle_, tx_id_, object_, &source, &err);
-    need(err, name_);
 }
 
 }  // namespace tarnctl

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "base/schema.h"
+#include "model/value_type.h"
 
 namespace tarnctl {
 
@@ -53,8 +54,8 @@ class Value {
     bool is_whole_array() const { return whole_array_; }
 
     uint64_t number(uint32_t index = 0) const;  // of a field that has a plain value
+    const void *object() const;                 // of a type that is an object (value_type.h)
     std::string_view bytes() const;             // of a string; valid until the string is set
-    const ip_address &address() const;          // of an address
     std::vector<uint8_t> elements() const;      // of an array
     // As text. A whole array is its elements with a blank between them.
     std::string text() const;
@@ -65,7 +66,6 @@ class Value {
     // Adds to an integer or subtracts from it. Failure `data` where the sum is out of its range.
     void add(uint64_t amount);
     void subtract(uint64_t amount);
-    void set_bytes(std::string_view bytes);
     // Sets an enumeration to a number that may be no enumerator's. The setters refuse such a
     // number, but it can come over the wire.
     void restore_number(uint32_t number);
@@ -73,7 +73,7 @@ class Value {
  private:
     [[noreturn]] void expected(std::string_view text, std::string_view what) const;
     void set_array_text(std::string_view text);
-    void set_address_text(std::string_view text);
+    void set_object_text(const ObjectType &type, std::string_view text);
     std::string number_text(uint64_t number) const;
     uint64_t parsed_number(std::string_view text) const;
     uint64_t parsed_enumerator(std::string_view text) const;

@@ -10,12 +10,7 @@ bool is_number(const Path &path) { return path.leaf().is_number() || path.leaf()
 
 Cell cell_of(const Value &value) {
     if (!value.present()) return {};
-    if (value.field().kind == Kind::vstring) return std::string(value.bytes());
-    if (value.field().kind == Kind::address) {
-        const ip_address &address = value.address();
-        std::string bytes(1, static_cast<char>(address.family));
-        return bytes.append(reinterpret_cast<const char *>(address.bytes), sizeof address.bytes);
-    }
+    if (const ObjectType *type = object_type(value.field())) return type->order(value.object());
     const uint64_t bits = value.number();
     return value.field().is_signed() ? Wide{static_cast<int64_t>(bits)} : Wide{bits};
 }

@@ -15,7 +15,7 @@ namespace tarnctl {
 __extension__ typedef __int128 Wide;
 
 // Fields that the record's variant lacks come first. Numbers, booleans and enumerators are ordered
-// by number, strings by their bytes, addresses as by ip_address_compare.
+// by number, objects by the bytes that their type has an order of (value_type.h).
 using Cell = std::variant<std::monostate, Wide, std::string>;
 
 Cell cell_of(const Value &value);

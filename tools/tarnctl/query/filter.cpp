@@ -98,7 +98,7 @@ class Filter::Resolver {
         if (value.field().kind != Kind::vstring)
             throw Failure(Exit::usage,
                           fmt::format("{}: only a string can be given as `:hex`", value.name()));
-        value.set_bytes(bytes_of_hex(text.operand.text, value.name()));
+        value.set_text(bytes_of_hex(text.operand.text, value.name()));
     }
 
     const Table &table_;

@@ -7,7 +7,7 @@
 
 #include "base/failure.h"
 #include "base/schema.h"
-#include "describe/values.h"
+#include "model/value_type.h"
 
 namespace tarnctl {
 namespace {
