@@ -17,29 +17,10 @@ using Words = std::vector<u64>;
 
 inline u64 word(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
 
+// The first part of the names of a kind's services; null if the operations are the library's own.
 inline const char *service_of(FieldKind kind) {
-    switch (kind) {
-        case FieldKind::u_int8:
-            return "u_int8";
-        case FieldKind::u_int16:
-            return "u_int16";
-        case FieldKind::u_int32:
-            return "u_int32";
-        case FieldKind::u_int64:
-            return "u_int64";
-        case FieldKind::int32:
-            return "int32";
-        case FieldKind::int64:
-            return "int64";
-        case FieldKind::boolean:
-            return "kel_boolean";
-        case FieldKind::vstring:
-            return "kel_vstring";
-        case FieldKind::address:
-            return "ip_address";
-        default:
-            return nullptr;  // the library's own
-    }
+    const char *type = facts_of(kind).type;
+    return *type == '\0' ? nullptr : type;
 }
 
 // A call of a service for a field, and its arguments.
