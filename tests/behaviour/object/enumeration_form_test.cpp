@@ -200,7 +200,7 @@ TEST_P(EnumerationForms, ADocumentWithoutAnyEnumeratorLeavesTheValueAndNoError) 
 
 TEST_P(EnumerationForms, AFailureOtherThanAbsenceIsReportedWithThePath) {
     door_state *object = door(2);
-    services.always_return("xml_get_element_value", 22);
+    services.always_return("xml_get_element_value", EINVAL);
     read(object, "<d><DOOR_OPEN/></d>");
     expect_error(EINVAL);
     EXPECT_STREQ(message, "Failed xpath: /d");

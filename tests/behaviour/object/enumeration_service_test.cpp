@@ -108,12 +108,12 @@ TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
 
 TEST_P(EnumerationServices, FromXmlStopsAtTheFirstFailureAndAtTheEndOfItsPath) {
     lamp_state *object = lamp(1);
-    services.always_return("xml_get_element_value", 22);
+    services.always_return("xml_get_element_value", EINVAL);
     services.clear();
     lamp_state_from_xml(handle, tx, "/d", nullptr, object, &err, nullptr, 0);
     expect_error(EINVAL);
     EXPECT_EQ(services.count("xml_get_element_value"), 1U);
-    services.always_return("xml_get_element_value", 2);
+    services.always_return("xml_get_element_value", ENOENT);
     services.clear();
     lamp_state_from_xml(handle, tx, std::string(300, 'p').c_str(), nullptr, object, &err, nullptr,
                         0);

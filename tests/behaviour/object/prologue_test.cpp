@@ -169,7 +169,7 @@ TEST_P(Prologue, WithAnErrorSetAnOperationGivesItsFailureValueAndChangesNothing)
     for (auto &write : writes()) operations.push_back(write);
     for (const Operation &each : operations) {
         SCOPED_TRACE(each.name);
-        kel_store_err(handle, 11);
+        kel_store_err(handle, EAGAIN);
         const auto before = everything();
         HookRecorder hooks(handle);
         u32 error = EEXIST;
@@ -186,7 +186,7 @@ TEST_P(Prologue, LastErrorSpeaksOfTheLatestOperation) {
     for (auto &write : writes()) operations.push_back(write);
     for (const Operation &each : operations) {
         SCOPED_TRACE(each.name);
-        kel_store_err(handle, 11);
+        kel_store_err(handle, EAGAIN);
         services.clear();
         u32 error = 0;
         each.call(&error);

@@ -91,7 +91,7 @@ TEST_F(WireModes, TraceDataStandsBehindTheFlagsAndTheJumpCountsFromItself) {
 TEST_F(WireModes, TheResultOfFetchingTraceDataBecomesTheError) {
     st_ldap_conn *conn = make.conn("server", 300);
     head(conn)->flags |= OBJ_RA_DATA;
-    services.always_return("kellib_get_ra_data", 22);
+    services.always_return("kellib_get_ra_data", EINVAL);
     st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 8000, &err);
     EXPECT_EQ(err, EINVAL);
 }

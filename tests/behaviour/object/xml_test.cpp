@@ -271,7 +271,7 @@ TEST_P(Xml, AnEnumerationWithoutAKnownChildKeepsItsValue) {
 
 TEST_P(Xml, AnEnumerationsFailureComesWithAMessageAndStopsTheReader) {
     st_every *every = make.every(5);
-    services.always_return("xml_get_element_value", 22);
+    services.always_return("xml_get_element_value", EINVAL);
     read(every, "<e><lamp><LAMP_ON/></lamp><label>new</label></e>");
     expect_error(EINVAL);
     EXPECT_STREQ(message, "Failed xpath: //e/lamp");

@@ -202,7 +202,7 @@ TEST_P(RecordEnds, DestroyIsRequestedOnlyOnReplicatedTables) {
 TEST_P(RecordEnds, AFailedRequestIsTraced) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
-    services.always_fail("keldb_request_record_destroy", 12);
+    services.always_fail("keldb_request_record_destroy", ENOMEM);
     TraceCapture trace;
     s.plain.request_destroy(handle, tx, table, record, &err);
     EXPECT_EQ(err, ENOMEM);
