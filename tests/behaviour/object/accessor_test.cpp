@@ -12,7 +12,7 @@ namespace {
 class Accessors : public ObjectModeTest {};
 TARN_EACH_MODE(Accessors);
 
-TEST_P(Accessors, EveryFieldGivesBackWhatWasSetIntoIt) {
+TEST_P(Accessors, EveryFieldReturnsTheValueThatWasSet) {
     for (u32 seed = 0; seed < 6; ++seed) {
         st_every *every = make.every(seed);
         make.check(every, seed);
@@ -40,7 +40,7 @@ TEST_P(Accessors, IntegersKeepTheirWidthAndSign) {
               std::numeric_limits<std::int64_t>::min());
 }
 
-TEST_P(Accessors, AFieldCanBeSetFromWhatAGetOfAnotherObjectGives) {
+TEST_P(Accessors, AFieldCanBeSetFromAFieldOfAnotherObject) {
     st_every *from = make.every(5);
     st_every *to = make.every(8);
     st_every_a8_set(handle, tx, to, st_every_a8_get(handle, tx, from, &err), &err);
@@ -60,7 +60,7 @@ TEST_P(Accessors, AFieldCanBeSetFromWhatAGetOfAnotherObjectGives) {
     make.check(to, 5);
 }
 
-TEST_P(Accessors, TheWholeObjectsGetIsTheObjectUntested) {
+TEST_P(Accessors, TheWholeObjectsGetReturnsTheObjectUnchecked) {
     st_every *every = make.every(1);
     EXPECT_EQ(st_every_get(handle, tx, every, &err), every);
     EXPECT_EQ(st_every_get(handle, tx, nullptr, &err), nullptr);
@@ -100,7 +100,7 @@ TEST_P(Accessors, AFieldOfANullObjectIsNullAndCannotBeSet) {
     expect_error(ENOENT);
 }
 
-TEST_P(Accessors, ANullAccessIsError2AtASetOfAValueAnd0AtARead) {
+TEST_P(Accessors, SettingAValueWithoutAccessFailsWithEnoentAndReadingReturns0) {
     st_every *every = make.every(1);
     const auto before = bytes_of(every, every_size);
     services.replace(u_int32_get, [](auto...) { return nullptr; });
@@ -111,7 +111,7 @@ TEST_P(Accessors, ANullAccessIsError2AtASetOfAValueAnd0AtARead) {
     EXPECT_EQ(bytes_of(every, every_size), before);
 }
 
-TEST_P(Accessors, SettingAValueGoesThroughTheReadPathOnceMore) {
+TEST_P(Accessors, SettingAValueRunsTheReadPathToo) {
     st_every *every = make.every(1);
     services.clear();
     st_every_a32_set_value(handle, tx, every, 99, &err);
@@ -123,7 +123,7 @@ TEST_P(Accessors, SettingAValueGoesThroughTheReadPathOnceMore) {
         "kel_set_instance_modified");
 }
 
-TEST_P(Accessors, AWriteAnnouncesTheValueThenItsFlagAndNothingElse) {
+TEST_P(Accessors, AWriteAnnouncesOnlyTheValueThenItsFlag) {
     st_every *every = make.every(1);
     lamp_state *lamp = lamp_state_create(handle, tx);
     const struct {
@@ -149,7 +149,7 @@ TEST_P(Accessors, AWriteAnnouncesTheValueThenItsFlagAndNothingElse) {
     }
 }
 
-TEST_P(Accessors, AValueThatCannotBeStoredStillMarksTheField) {
+TEST_P(Accessors, AFailedStoreStillMarksTheField) {
     st_every *every = st_every_create(handle, tx);
     st_every_lamp_set_value(handle, tx, every, 3, &err);
     expect_error(EIDRM);
@@ -169,7 +169,7 @@ TEST_P(Accessors, ABooleanIs0Or1) {
     EXPECT_EQ(st_ldap_summary_status_get_value(handle, tx, summary, &err), 1U);
 }
 
-TEST_P(Accessors, SettingAnEmbeddedEnumerationFromAFreeOneTakesItsHeaderToo) {
+TEST_P(Accessors, SettingAnEmbeddedEnumerationCopiesTheSourcesHeaderToo) {
     st_every *every = make.every(1);
     lamp_state *lamp = lamp_state_create(handle, tx);
     lamp_state_set_value(handle, tx, lamp, 2, &err);
@@ -180,7 +180,7 @@ TEST_P(Accessors, SettingAnEmbeddedEnumerationFromAFreeOneTakesItsHeaderToo) {
     EXPECT_EQ(head(at(every, 64))->flags & OBJ_NESTED, 0);
 }
 
-TEST_P(Accessors, TextsOfAllKindsComeBackByteForByte) {
+TEST_P(Accessors, TextsAreReturnedByteForByte) {
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     for (const std::string &text :
          {std::string(), std::string("x"), std::string(12, 'i'), std::string(13, 'o'),

@@ -41,7 +41,7 @@ class UntrackedArray : public ObjectTest {
     void SetUp() override { track(KEL_STATE_TRACKING_ON); }
 };
 
-TEST_P(Arrays, AllElementsAreCopiedInAndOut) {
+TEST_P(Arrays, ABlockWriteAndReadCopyAllElements) {
     st_grown_minute_set_mem(handle, tx, grown, values.data(), minutes, &err);
     std::array<u8, minutes> out = {};
     st_grown_minute_get_mem(handle, tx, grown, out.data(), minutes, &err);
@@ -49,7 +49,7 @@ TEST_P(Arrays, AllElementsAreCopiedInAndOut) {
     EXPECT_EQ(out, values);
 }
 
-TEST_P(Arrays, APartIsCopiedFromTheArraysStart) {
+TEST_P(Arrays, APartialCopyStartsAtTheFirstElement) {
     st_grown_minute_set_mem(handle, tx, grown, values.data(), minutes, &err);
     std::array<u8, minutes> out = {};
     st_grown_minute_get_mem(handle, tx, grown, out.data(), 3, &err);
@@ -65,7 +65,7 @@ TEST_P(Arrays, APartIsCopiedFromTheArraysStart) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Arrays, ALengthAboveTheArrayIsError22WithoutATrace) {
+TEST_P(Arrays, ALengthBeyondTheArrayFailsWithEinvalWithoutATrace) {
     std::array<u8, minutes + 1> area = {};
     TraceCapture trace;
     const auto before = bytes_of(grown, grown_size);
@@ -77,7 +77,7 @@ TEST_P(Arrays, ALengthAboveTheArrayIsError22WithoutATrace) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(Arrays, ABlockWriteAnnouncesItsBytesAndMarksTheWholeArrayAlone) {
+TEST_P(Arrays, ABlockWriteAnnouncesItsBytesAndMarksOnlyTheWholeArray) {
     services.clear();
     HookRecorder hooks(handle);
     st_grown_minute_set_mem(handle, tx, grown, values.data(), 100, &err);
@@ -96,7 +96,7 @@ TEST_P(Arrays, ABlockWriteAnnouncesItsBytesAndMarksTheWholeArrayAlone) {
               words(grown, 1, 0, 1));
 }
 
-TEST_P(Arrays, TheCrFormOfABlockWriteGivesTheLastError) {
+TEST_P(Arrays, TheCrFormOfABlockWriteReturnsTheLastError) {
     kel_clear_last_error(handle);
     EXPECT_EQ(st_grown_minute_set_mem_cr(handle, grown, values.data(), minutes), 0U);
     EXPECT_EQ(bytes_of(element(0), minutes), std::vector<u8>(values.begin(), values.end()));
@@ -115,7 +115,7 @@ TEST_P(Arrays, AnElementIsReadAndWrittenByItsIndex) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Arrays, AnIndexBeyondTheArrayIsError2) {
+TEST_P(Arrays, AnIndexBeyondTheArrayFailsWithEnoent) {
     const auto before = bytes_of(grown, grown_size);
     for (const u32 index : {minutes, 0xffffffffU}) {
         EXPECT_EQ(st_grown_minute_get(handle, tx, grown, index, &err), nullptr);
@@ -128,7 +128,7 @@ TEST_P(Arrays, AnIndexBeyondTheArrayIsError2) {
     EXPECT_EQ(bytes_of(grown, grown_size), before);
 }
 
-TEST_P(Arrays, ANullAccessIsError2AtASetOfAnElementsValue) {
+TEST_P(Arrays, SettingAnElementWithoutAccessFailsWithEnoent) {
     services.replace(u_int8_get, [](auto...) { return nullptr; });
     EXPECT_EQ(st_grown_minute_get_value(handle, tx, grown, 3, &err), 0);
     EXPECT_EQ(err, 0U);
@@ -147,7 +147,7 @@ TEST_P(Arrays, ANullObjectHasNoElements) {
     expect_error(ENOENT);
 }
 
-TEST_P(Arrays, AnElementSetFromASourceGetsBothFlagsAndNoModifiedMark) {
+TEST_P(Arrays, SettingAnElementFromASourceSetsBothFlagsAndNoModifiedMark) {
     const u8 source = 9;
     services.clear();
     HookRecorder hooks(handle);
@@ -175,7 +175,7 @@ TEST_P(Arrays, ANullSourceDoesNothingToAnElement) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_P(Arrays, AnElementSetToAValueGetsBothFlagsAndTheModifiedMark) {
+TEST_P(Arrays, SettingAnElementsValueSetsBothFlagsAndTheModifiedMark) {
     HookRecorder hooks(handle);
     st_grown_minute_set_value(handle, tx, grown, 7, 9, &err);
     EXPECT_EQ(kel_get_instance_modified(grown, 1, 0), 1U);
@@ -187,7 +187,7 @@ TEST_P(Arrays, AnElementSetToAValueGetsBothFlagsAndTheModifiedMark) {
     }
 }
 
-TEST_P(Arrays, AnInstanceTooOldForTheArrayGivesError43) {
+TEST_P(Arrays, AnInstanceTooOldForTheArrayFailsWithEidrm) {
     make_old();
     const u8 source = 3;
     u8 out = 77;
@@ -216,7 +216,7 @@ TEST_F(UntrackedArray, ABlockWriteFailsBeforeAnyChange) {
     EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
 }
 
-TEST_F(UntrackedArray, AnElementsWriteFailsWithItsValueInPlace) {
+TEST_F(UntrackedArray, AnElementsWriteFailsAfterStoringItsValue) {
     const u8 source = 3;
     TraceCapture trace;
     st_grown_minute_set(handle, tx, grown, 1, &source, &err);
@@ -228,7 +228,7 @@ TEST_F(UntrackedArray, AnElementsWriteFailsWithItsValueInPlace) {
     EXPECT_EQ(kel_get_instance_modified(grown, 1, 0), 0U);
 }
 
-TEST_F(UntrackedArray, FlagsAreError22) {
+TEST_F(UntrackedArray, FlagsFailWithEinval) {
     u8 *flags = nullptr;
     EXPECT_EQ(st_grown_minute_state_flag_whole_get(handle, tx, grown, &err), 0);
     expect_error(EINVAL);
@@ -273,7 +273,7 @@ TEST_F(ArrayFlags, AnElementHasAFlagOfItsOwn) {
     EXPECT_EQ(kel_get_instance_modified(grown, 1, 0), 1U);
 }
 
-TEST_F(ArrayFlags, AnIndexBeyondTheArrayIsError2) {
+TEST_F(ArrayFlags, AnIndexBeyondTheArrayFailsWithEnoent) {
     const auto before = bytes_of(state(0), grown_states);
     EXPECT_EQ(st_grown_minute_state_flag_get(handle, tx, grown, minutes, &err), 0);
     expect_error(ENOENT);
@@ -282,14 +282,14 @@ TEST_F(ArrayFlags, AnIndexBeyondTheArrayIsError2) {
     EXPECT_EQ(bytes_of(state(0), grown_states), before);
 }
 
-TEST_F(ArrayFlags, TheElementFlagsBeginBehindTheWholeArraysFlag) {
+TEST_F(ArrayFlags, TheElementFlagsFollowTheWholeArraysFlag) {
     u8 *flags = nullptr;
     st_grown_minute_state_flag_get_arr(handle, tx, grown, &flags, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(flags, state(first));
 }
 
-TEST_F(ArrayFlags, SettingAllElementFlagsTakesExactlyAsManyAsThereAre) {
+TEST_F(ArrayFlags, SettingAllElementFlagsNeedsExactlyOnePerElement) {
     const std::vector<u8> source(minutes, 9);
     st_grown_minute_state_flag_set_arr(handle, tx, grown, source.data(), minutes - 1, &err);
     expect_error(ENOENT);
@@ -298,7 +298,7 @@ TEST_F(ArrayFlags, SettingAllElementFlagsTakesExactlyAsManyAsThereAre) {
     EXPECT_EQ(bytes_of(state(0), grown_states), std::vector<u8>(grown_states));
 }
 
-TEST_F(ArrayFlags, SettingAllElementFlagsFillsTheBlockFromItsStartUnannounced) {
+TEST_F(ArrayFlags, SettingAllElementFlagsWritesTheBlockFromItsStartUnannounced) {
     std::vector<u8> source(minutes);
     std::iota(source.begin(), source.end(), u8{3});
     HookRecorder hooks(handle);

@@ -17,7 +17,7 @@ class CloneFailures : public ObjectModeTest {
 TARN_EACH_MODE(CloneFailures);
 using PlainCloneFailures = ObjectTest;
 
-TEST_P(CloneFailures, ANestedObjectNewerThanTheDomainIsError43AndNothingIsMade) {
+TEST_P(CloneFailures, ANestedObjectNewerThanTheDomainFailsWithEidrm) {
     st_every *source = make.every(1);
     head(st_every_tag_get(handle, tx, source, &err))->variant = 1;
     const u64 blocks = session.blocks();
@@ -28,7 +28,7 @@ TEST_P(CloneFailures, ANestedObjectNewerThanTheDomainIsError43AndNothingIsMade) 
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_P(CloneFailures, ACopyWhoseSourceCannotBeWrittenLeavesItsDestination) {
+TEST_P(CloneFailures, ACopyWhoseSourceCannotBeWrittenKeepsItsDestination) {
     st_every *source = make.every(1);
     st_every *destination = make.every(2);
     // With tracking on this ends before the state byte of s64.
@@ -39,14 +39,14 @@ TEST_P(CloneFailures, ACopyWhoseSourceCannotBeWrittenLeavesItsDestination) {
     make.check(destination, 2);
 }
 
-TEST_P(CloneFailures, AWorkspaceOfNoBytesIsError12) {
+TEST_P(CloneFailures, AnEmptyWorkspaceFailsWithEnomem) {
     st_every *result = nullptr;
     st_every_clone(handle, tx, make.every(1), &result, workspace.data(), 0, &err);
     expect_error(ENOMEM);
     EXPECT_EQ(result, nullptr);
 }
 
-TEST_P(CloneFailures, TheFormThatIsReadIsAsLongAsWasWrittenAndNotInPlace) {
+TEST_P(CloneFailures, TheWrittenBytesAreReadAndNotInPlace) {
     st_ldap_conn *source = make.conn("server", 300);
     st_ldap_conn *destination = make.conn("other", 1);
     kel_clear_last_error(handle);
@@ -58,7 +58,7 @@ TEST_P(CloneFailures, TheFormThatIsReadIsAsLongAsWasWrittenAndNotInPlace) {
     EXPECT_EQ(reads[0].arguments_in(4, 6), words(tracking() ? 5U : 4U, 0));
 }
 
-TEST_P(CloneFailures, ACopyMakesNoObjectOfItsOwn) {
+TEST_P(CloneFailures, ACopyCreatesNoObject) {
     st_ldap_conn *source = make.conn("server", 300);
     st_ldap_conn *destination = make.conn("other", 1);
     kel_clear_last_error(handle);
@@ -80,7 +80,7 @@ TEST_P(CloneFailures, TheDestinationKeepsItsMarksAndMappings) {
               OBJ_EMBEDDED | OBJ_OID_MAPPED);
 }
 
-TEST_F(PlainCloneFailures, AFailingCopyLeavesTheFallbackObjectWhereItIs) {
+TEST_F(PlainCloneFailures, AFailedCopyKeepsTheFallbackObject) {
     kel_clear_last_error(handle);
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);

@@ -15,7 +15,7 @@ class Clones : public ObjectModeTest {
 };
 TARN_EACH_MODE(Clones);
 
-TEST_P(Clones, ACloneHasTheValuesAndIsIndependent) {
+TEST_P(Clones, ACloneHasTheValuesOfItsSourceAndIsIndependent) {
     for (u32 seed = 0; seed < 3; ++seed) {
         st_grown *source = make.grown(seed);
         st_grown *clone = nullptr;
@@ -29,7 +29,7 @@ TEST_P(Clones, ACloneHasTheValuesAndIsIndependent) {
     }
 }
 
-TEST_P(Clones, TheCrFormUsesTheHandlesWorkspaceAndGivesTheClone) {
+TEST_P(Clones, TheCrFormUsesTheHandlesWorkspaceAndReturnsTheClone) {
     st_every *source = make.every(5);
     st_every *clone = st_every_clone_cr(handle, source);
     ASSERT_NE(clone, nullptr);
@@ -48,7 +48,7 @@ TEST_P(Clones, ACloneHasTheStateFlagsOfItsSource) {
     }
 }
 
-TEST_P(Clones, NothingOfTheSourcesMarksAndMappingsIsCarriedOver) {
+TEST_P(Clones, MarksAndMappingsAreNotCloned) {
     st_ldap_conn *source = make.conn("server", 1);
     st_ldap_conn_set_instance_embedded(handle, tx, source);
     u64 oid = 0;
@@ -58,7 +58,7 @@ TEST_P(Clones, NothingOfTheSourcesMarksAndMappingsIsCarriedOver) {
     EXPECT_EQ(head(clone)->flags & (OBJ_EMBEDDED | OBJ_OID_MAPPED), 0);
 }
 
-TEST_P(Clones, ACloneKeepsItsVariantWhateverTheDomainSays) {
+TEST_P(Clones, ACloneKeepsItsVariantInAnyDomain) {
     st_grown *source = make.grown(2);
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
     st_grown *clone = st_grown_clone_cr(handle, source);
@@ -68,7 +68,7 @@ TEST_P(Clones, ACloneKeepsItsVariantWhateverTheDomainSays) {
     make.check(clone, 2);
 }
 
-TEST_P(Clones, CloneStoresNullFirstThenLooksAtTheErrorAndItsArguments) {
+TEST_P(Clones, CloneStoresNullBeforeItChecksErrorAndArguments) {
     st_ldap_conn *source = make.conn("server", 1);
     st_ldap_conn *result = source;
     err = EEXIST;
@@ -86,7 +86,7 @@ TEST_P(Clones, CloneStoresNullFirstThenLooksAtTheErrorAndItsArguments) {
     expect_error(ENOENT);
 }
 
-TEST_P(Clones, AWorkspaceThatIsTooSmallIsError90AndNothingIsMade) {
+TEST_P(Clones, AWorkspaceThatIsTooSmallFailsWithEmsgsize) {
     st_every *source = make.every(1);
     const u64 blocks = session.blocks();
     st_every *result = nullptr;
@@ -96,7 +96,7 @@ TEST_P(Clones, AWorkspaceThatIsTooSmallIsError90AndNothingIsMade) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_P(Clones, WithoutMemoryACloneIsError12) {
+TEST_P(Clones, WithoutMemoryACloneFailsWithEnomem) {
     st_every *source = make.every(1);
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
@@ -108,7 +108,7 @@ TEST_P(Clones, WithoutMemoryACloneIsError12) {
     EXPECT_EQ(handle->last_error, ENOMEM);
 }
 
-TEST_P(Clones, ACloneThatFailsInTheMiddleLeavesNothingBehind) {
+TEST_P(Clones, ACloneThatFailsHalfwayLeaksNothing) {
     // Odd seeds have texts outside their strings: the second allocation is a text's.
     st_every *source = make.every(1);
     st_every_destroy(handle, tx, st_every_clone_cr(handle, source));
@@ -130,7 +130,7 @@ TEST_P(Clones, ACloneThatFailsInTheMiddleLeavesNothingBehind) {
     FAIL() << "it never succeeds";
 }
 
-TEST_P(Clones, ACopyRefillsTheObjectGiven) {
+TEST_P(Clones, ACopyOverwritesItsDestination) {
     st_every *source = make.every(4);
     st_every *destination = make.every(7);
     st_every_copy_cr(handle, source, destination);
@@ -155,7 +155,7 @@ TEST_P(Clones, ACopyThatFailsDestroysItsDestination) {
     EXPECT_EQ(hooks.of(Hook::free).back().address, destination);
 }
 
-TEST_P(Clones, ACopyFromOrToNullIsError2) {
+TEST_P(Clones, ACopyFromOrToNullFailsWithEnoent) {
     st_every *every = make.every(4);
     kel_clear_last_error(handle);
     st_every_copy_cr(handle, every, nullptr);

@@ -36,7 +36,7 @@ TEST_F(WholeCopies, ATrackingHandleCopiesTheStateBlockUnannounced) {
               at(copy, every_size + 24));
 }
 
-TEST_F(WholeCopies, TheDestinationKeepsItsBlocksPlaceInEveryMode) {
+TEST_F(WholeCopies, TheDestinationKeepsTheOffsetOfItsStateBlock) {
     track(KEL_STATE_TRACKING_ON);
     st_every *parent = make.every(1);
     st_tag *nested = st_every_tag_get(handle, tx, parent, &err);
@@ -72,7 +72,7 @@ TEST_F(WholeCopies, ATrackedWriteAfterAPlainCopyMarksTheNestedObjectsOwnShare) {
     EXPECT_EQ(after, before);
 }
 
-TEST_F(WholeCopies, TheObjectsInTheDestinationKeepTheirPlacesToo) {
+TEST_F(WholeCopies, NestedObjectsKeepTheirOffsetsToo) {
     st_every *plain = make.every(2);
     track(KEL_STATE_TRACKING_ON);
     st_every *tracked = make.every(1);
@@ -90,7 +90,7 @@ TEST_F(WholeCopies, TheObjectsInTheDestinationKeepTheirPlacesToo) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(WholeCopies, ACopyOfAnUntrackedObjectInATrackingHandleIsError22BeforeItsTexts) {
+TEST_F(WholeCopies, CopyingAnUntrackedObjectInATrackingHandleFailsWithEinvalBeforeItsTexts) {
     st_ldap_conn *source = make.conn("a name of more than twelve bytes", 5);
     track(KEL_STATE_TRACKING_ON);
     st_ldap_conn *copy = make.conn("other", 6);
@@ -124,7 +124,7 @@ class Guarded {
     st_grown *object;
 };
 
-TEST_F(WholeCopies, ACopyIntoAnUntrackedObjectInATrackingHandleIsError22AndStaysInside) {
+TEST_F(WholeCopies, CopyingIntoAnUntrackedObjectInATrackingHandleFailsWithEinvalInBounds) {
     const Guarded copy(handle, tx);
     track(KEL_STATE_TRACKING_ON);
     st_grown *source = make.grown(1);
@@ -137,7 +137,7 @@ TEST_F(WholeCopies, ACopyIntoAnUntrackedObjectInATrackingHandleIsError22AndStays
     copy.expect_whole();
 }
 
-TEST_F(WholeCopies, AnUntrackedDestinationClaimsNoStateBlockAfterwards) {
+TEST_F(WholeCopies, AnUntrackedDestinationHasNoStateBlockAfterwards) {
     const Guarded copy(handle, tx);
     st_grown *object = copy.object;
     track(KEL_STATE_TRACKING_ON);
@@ -150,7 +150,7 @@ TEST_F(WholeCopies, AnUntrackedDestinationClaimsNoStateBlockAfterwards) {
     copy.expect_whole();
 }
 
-TEST_F(WholeCopies, NorDoTheObjectsInIt) {
+TEST_F(WholeCopies, ObjectsNestedInAnUntrackedDestinationHaveNone) {
     st_every *copy = make.every(2);
     track(KEL_STATE_TRACKING_ON);
     st_every *source = make.every(1);
@@ -162,7 +162,7 @@ TEST_F(WholeCopies, NorDoTheObjectsInIt) {
     }
 }
 
-TEST_F(WholeCopies, AFailedCopyIntoATrackedObjectFromAnUntrackedOneTakesItsFlags) {
+TEST_F(WholeCopies, AFailedCopyFromAnUntrackedObjectCopiesItsFlags) {
     st_ldap_conn *source = make.conn("server", 5);
     track(KEL_STATE_TRACKING_ON);
     st_ldap_conn *copy = make.conn("other", 6);
@@ -213,7 +213,7 @@ TEST_P(CopiedMarks, AnUnmarkedDestinationIsNotReportedAfterACopyFromAMarkedSourc
     make.check(copy, 1);
 }
 
-TEST_P(CopiedMarks, EachObjectInTheDestinationKeepsItsOwn) {
+TEST_P(CopiedMarks, EachNestedObjectKeepsItsOwnMark) {
     st_every *source = make.every(1);
     st_every *copy = make.every(2);
     for (const u32 marked : embedded) {
@@ -231,7 +231,7 @@ TEST_P(CopiedMarks, EachObjectInTheDestinationKeepsItsOwn) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(CopiedMarks, NoFlagsThatAreReadOrSentShowThem) {
+TEST_P(CopiedMarks, FlagsThatAreReadOrSentContainNone) {
     st_every *source = make.every(1);
     mark_all(source, 1);
     EXPECT_EQ(kel_get_instance_obj_flag(source, 1, 0), tracking() ? OBJ_STATE_TRACKED : 0);
@@ -250,7 +250,7 @@ TEST_P(CopiedMarks, NoFlagsThatAreReadOrSentShowThem) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(CopiedMarks, FinishingACopyOutChangesNone) {
+TEST_P(CopiedMarks, ACopyOutChangesNone) {
     st_every *source = make.every(1);
     st_every *copy = make.every(2);
     for (const u32 marked : {0U, 1U}) {
@@ -286,7 +286,7 @@ TEST_P(CopiedTraces, ACopiedFlagWithoutDataIsWrittenAsZerosAndReadBack) {
     make.check(read, 1);
 }
 
-TEST_P(CopiedTraces, ACopiedFlagWithoutDataDoesNotKeepAnObjectFromBeingCloned) {
+TEST_P(CopiedTraces, ACopiedFlagWithoutDataDoesNotPreventACopy) {
     st_every *source = make.every(1);
     kellib_update_ra_all(handle, tx, source, 77, 7);
     st_every *copy = make.every(2);
@@ -299,7 +299,7 @@ TEST_P(CopiedTraces, ACopiedFlagWithoutDataDoesNotKeepAnObjectFromBeingCloned) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(CopiedTraces, OneThatIsCopiedOverLeavesNoEntryBehind) {
+TEST_P(CopiedTraces, OverwrittenTraceDataIsReleased) {
     st_every *source = make.every(1);
     st_every_destroy(handle, tx, make.every(2));
     const u64 blocks = session.blocks();
@@ -315,7 +315,7 @@ TEST_P(CopiedTraces, OneThatIsCopiedOverLeavesNoEntryBehind) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_P(CopiedTraces, AHandleWithoutTheMappingTakesNothingOutOfIt) {
+TEST_P(CopiedTraces, AHandleWithoutTheMappingRemovesNothingFromIt) {
     st_point *source = st_point_create(handle, tx);
     st_point *copy = st_point_create(handle, tx);
     kellib_update_ra_all(handle, tx, copy, 77, 7);
@@ -325,7 +325,7 @@ TEST_P(CopiedTraces, AHandleWithoutTheMappingTakesNothingOutOfIt) {
     EXPECT_EQ(services.count("kel_hd_mapping_destroy"), 0U);
 }
 
-TEST_F(WholeCopies, ANestedObjectThatLosesItsTraceDataKeepsItsPlace) {
+TEST_F(WholeCopies, ANestedObjectWhoseTraceDataIsRemovedKeepsItsOffset) {
     track(KEL_STATE_TRACKING_ON);
     st_every *parent = make.every(1);
     st_tag *nested = st_every_tag_get(handle, tx, parent, &err);

@@ -36,7 +36,7 @@ class EnumerationForms : public ObjectModeTest {
 };
 TARN_EACH_MODE(EnumerationForms);
 
-TEST_P(EnumerationForms, TheWireCarriesTheVariantAndTheInternalValue) {
+TEST_P(EnumerationForms, TheWireFormHasTheVariantAndTheInternalValue) {
     EXPECT_EQ(form(door(1)), (std::vector<u8>{0, 0, 0, 0, 0}));
     EXPECT_EQ(form(door(3)), (std::vector<u8>{0, 2, 0, 0, 0}));
     EXPECT_EQ(form(door(0)), (std::vector<u8>{0, 0, 0, 0, 0}));
@@ -52,7 +52,7 @@ TEST_P(EnumerationForms, TheCrFormOfTheLengthIs0WithAnErrorSet) {
     EXPECT_EQ(door_state_len_cr(handle), 0U);
 }
 
-TEST_P(EnumerationForms, AWireValueBelowTheCountGainsOneAndOthersStay) {
+TEST_P(EnumerationForms, AWireValueBelowTheCountIsIncrementedByOne) {
     door_state *object = door(0);
     const auto read_back = [&](u8 value) {
         const u8 bytes[] = {0, value, 0, 0, 0};
@@ -83,26 +83,26 @@ TEST_P(EnumerationForms, ReadingSetsVariantAndDescriptorUnannouncedAndTheValueAn
     EXPECT_EQ(value_of(object), 2U);
 }
 
-TEST_P(EnumerationForms, ANegativeVariantOnTheWireStays) {
+TEST_P(EnumerationForms, ANegativeVariantIsReadUnchanged) {
     door_state *object = door(1);
     const u8 bytes[] = {0xff, 1, 0, 0, 0};
     door_state_unmarshal(handle, tx, bytes, object, 5, 0, &err);
     EXPECT_EQ(head(object)->variant, -1);
 }
 
-TEST_P(EnumerationForms, WithoutRoomTheErrorIs12AndWithTooLittle90) {
+TEST_P(EnumerationForms, AnEmptyBufferFailsWithEnomemAndATooSmallOneWithEmsgsize) {
     door_state *object = door(2);
-    for (const u32 room : {0U, 0x80000000U}) {
-        EXPECT_EQ(door_state_marshal(handle, tx, buffer.data(), object, room, &err), 0U);
+    for (const u32 space : {0U, 0x80000000U}) {
+        EXPECT_EQ(door_state_marshal(handle, tx, buffer.data(), object, space, &err), 0U);
         expect_error(ENOMEM);
-        EXPECT_EQ(door_state_unmarshal(handle, tx, buffer.data(), object, room, 0, &err), 0U);
+        EXPECT_EQ(door_state_unmarshal(handle, tx, buffer.data(), object, space, 0, &err), 0U);
         expect_error(ENOMEM);
     }
-    for (u32 room = 1; room < 5; ++room) {
-        std::vector<u8> exact(room);
-        door_state_marshal(handle, tx, exact.data(), object, room, &err);
+    for (u32 space = 1; space < 5; ++space) {
+        std::vector<u8> exact(space);
+        door_state_marshal(handle, tx, exact.data(), object, space, &err);
         expect_error(EMSGSIZE);
-        door_state_unmarshal(handle, tx, exact.data(), object, room, 0, &err);
+        door_state_unmarshal(handle, tx, exact.data(), object, space, 0, &err);
         expect_error(EMSGSIZE);
         EXPECT_EQ(value_of(object), 2U);
     }
@@ -124,7 +124,7 @@ TEST_P(EnumerationForms, AKnownValueIsPrintedByName) {
     EXPECT_EQ(text(length), "   front@door_state:DOOR_CLOSED\n");
 }
 
-TEST_P(EnumerationForms, AnyOtherValueIsOutOfRange) {
+TEST_P(EnumerationForms, AnyOtherValueIsPrintedAsOutOfRange) {
     for (const u32 value : {0U, 4U, 0xffffffffU}) {
         const u32 length =
             door_state_print(handle, tx, buffer.data(), 0, "front", door(value), 500, &err);
@@ -133,7 +133,7 @@ TEST_P(EnumerationForms, AnyOtherValueIsOutOfRange) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(EnumerationForms, ANullObjectTravelsWithoutAVariantAsTheFirstAndPrintsAsOutOfRange) {
+TEST_P(EnumerationForms, ANullObjectIsWrittenAsTheFirstEnumeratorAndPrintedAsOutOfRange) {
     const std::vector<u8> bytes = form(nullptr);
     ASSERT_EQ(bytes.size(), 5U);
     EXPECT_EQ((std::vector<u8>{bytes.begin() + 1, bytes.end()}), (std::vector<u8>{0, 0, 0, 0}));
@@ -154,7 +154,7 @@ TEST_P(EnumerationForms, TheCrFormsUseTheEnumerationsName) {
     EXPECT_EQ(door_state_toxml_cr(handle, object, buffer.data(), 500), 0xffffffffU);
 }
 
-TEST_P(EnumerationForms, InXmlAnEnumeratorIsAnEmptyElementAndTheFlagIsIgnored) {
+TEST_P(EnumerationForms, XmlHasAnEmptyElementForAnEnumeratorAndNoFlag) {
     services.clear();
     const std::string text = xml(door(3));
     EXPECT_EQ(err, 0U);
@@ -162,12 +162,12 @@ TEST_P(EnumerationForms, InXmlAnEnumeratorIsAnEmptyElementAndTheFlagIsIgnored) {
     EXPECT_EQ(services.calls("start_tag").at(0).arguments.at(5), 0U) << "the flag";
 }
 
-TEST_P(EnumerationForms, InXmlAnyOtherValueIsAFixedText) {
+TEST_P(EnumerationForms, XmlHasAFixedTextForAnyOtherValue) {
     EXPECT_NE(xml(door(0)).find("<door_state value out of range/>"), std::string::npos);
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(EnumerationForms, XmlIsReadBack) {
+TEST_P(EnumerationForms, XmlRoundTrips) {
     for (u32 value = 1; value <= 3; ++value) {
         const std::string text = xml(door(value));
         door_state *object = door(9);
@@ -177,7 +177,7 @@ TEST_P(EnumerationForms, XmlIsReadBack) {
     }
 }
 
-TEST_P(EnumerationForms, TheFirstEnumeratorInTableOrderWinsWhateverItsText) {
+TEST_P(EnumerationForms, TheFirstEnumeratorInTableOrderWins) {
     door_state *object = door(2);
     HookRecorder hooks(handle);
     read(object, "<d><DOOR_LOCKED/><DOOR_OPEN>ignored</DOOR_OPEN></d>");
@@ -186,7 +186,7 @@ TEST_P(EnumerationForms, TheFirstEnumeratorInTableOrderWinsWhateverItsText) {
     EXPECT_EQ(hooks.count(Hook::write_log), 0U);
 }
 
-TEST_P(EnumerationForms, ADocumentWithoutAnyEnumeratorLeavesTheValueAndNoError) {
+TEST_P(EnumerationForms, ADocumentWithoutAnEnumeratorKeepsTheValueWithoutAnError) {
     door_state *object = door(2);
     read(object, "<d><LAMP_ON/></d>");
     EXPECT_EQ(err, 0U);

@@ -21,7 +21,7 @@ class EnumerationServices : public ObjectModeTest {
 };
 TARN_EACH_MODE(EnumerationServices);
 
-TEST_P(EnumerationServices, AVariantAbove0IsWrittenAs0WithoutAnErrorWhereTheDomainHasIt) {
+TEST_P(EnumerationServices, AVariantAbove0IsWrittenAs0IfTheDomainHasIt) {
     lamp_state *object = lamp(2);
     head(object)->variant = 1;
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 2);
@@ -33,7 +33,7 @@ TEST_P(EnumerationServices, AVariantAbove0IsWrittenAs0WithoutAnErrorWhereTheDoma
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 0);
 }
 
-TEST_P(EnumerationServices, ValuesOutOfRangePassTheWireUnchanged) {
+TEST_P(EnumerationServices, ValuesOutOfRangeAreWrittenAndReadUnchanged) {
     lamp_state *object = lamp(0);
     for (const u32 value : {3U, 77U, 0xffffffffU}) {
         value_of(object) = value;
@@ -46,7 +46,7 @@ TEST_P(EnumerationServices, ValuesOutOfRangePassTheWireUnchanged) {
     }
 }
 
-TEST_P(EnumerationServices, PrintingIndentsByTheService) {
+TEST_P(EnumerationServices, PrintingIndentsWithTheService) {
     lamp_state *object = lamp(1);
     char buffer[64];
     services.clear();
@@ -60,7 +60,7 @@ TEST_P(EnumerationServices, PrintingIndentsByTheService) {
     EXPECT_EQ(services.calls("kel_print_space").at(0).arguments_in(2, 5), words(buffer, 0, 64));
 }
 
-TEST_P(EnumerationServices, XmlIsATagTheEnumeratorAndATag) {
+TEST_P(EnumerationServices, XmlIsAStartTagTheEnumeratorAndAnEndTag) {
     lamp_state *object = lamp(1);
     char buffer[128];
     const auto expect = [&](const std::string &text) {
@@ -85,7 +85,7 @@ TEST_P(EnumerationServices, XmlIsATagTheEnumeratorAndATag) {
     expect("<lamp_state value out of range/>");
 }
 
-TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
+TEST_P(EnumerationServices, FromXmlTriesEachEnumeratorInOrder) {
     lamp_state *object = lamp(0);
     const Document document = parse("<d><LAMP_BLINK/></d>");
     handle->last_error = EEXIST;
@@ -106,7 +106,7 @@ TEST_P(EnumerationServices, FromXmlLooksForEachEnumeratorInTurnUnderThePath) {
     EXPECT_EQ(handle->last_error, ENOENT);
 }
 
-TEST_P(EnumerationServices, FromXmlStopsAtTheFirstFailureAndAtTheEndOfItsPath) {
+TEST_P(EnumerationServices, FromXmlStopsAtTheFirstFailureAndTruncatesItsPath) {
     lamp_state *object = lamp(1);
     services.always_return("xml_get_element_value", EINVAL);
     services.clear();

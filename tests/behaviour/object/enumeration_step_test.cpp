@@ -64,7 +64,7 @@ TEST_P(EnumerationSteps, CreationAnnouncesEachStoreBeforeItInANewZeroedBlock) {
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 0);
 }
 
-TEST_P(EnumerationSteps, CreatedIsCountedBehindItsAnnouncement) {
+TEST_P(EnumerationSteps, CreatedIsCountedAfterItsAnnouncement) {
     kel_variant_usage &counters =
         const_cast<kel_type_info *>(head(lamp(0))->descriptor)->variant_info->variants[0];
     const u64 created = counters.created;
@@ -78,7 +78,7 @@ TEST_P(EnumerationSteps, CreatedIsCountedBehindItsAnnouncement) {
     EXPECT_EQ(counters.created, created + 1);
 }
 
-TEST_P(EnumerationSteps, AnInstanceOfAnyVariantIsCountedAtVariant0) {
+TEST_P(EnumerationSteps, EveryVariantIsCountedAtVariant0) {
     const kel_type_info *descriptor = head(lamp(0))->descriptor;
     const TraceCapture trace;
     for (const int variant : {-1, 0, 1, 3}) {
@@ -95,7 +95,7 @@ TEST_P(EnumerationSteps, AnInstanceOfAnyVariantIsCountedAtVariant0) {
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 0);
 }
 
-TEST_P(EnumerationSteps, TheCrFormAsksForNoMemoryWhileAnErrorIsSet) {
+TEST_P(EnumerationSteps, TheCrFormDoesNotAllocateWithAnErrorSet) {
     handle->last_error = EEXIST;
     HookRecorder hooks(handle);
     lamp_state *fallback = lamp_state_create_cr(handle);
@@ -118,7 +118,7 @@ void *fail_with_an_error(void *, u32, u64) {
     return nullptr;
 }
 
-TEST_P(EnumerationSteps, AnErrorThatTheAllocatorStoredIsKept) {
+TEST_P(EnumerationSteps, AnErrorOfTheAllocatorIsKept) {
     const auto own = handle->alloc_hook;
     failing = handle;
     handle->alloc_hook = fail_with_an_error;
@@ -128,7 +128,7 @@ TEST_P(EnumerationSteps, AnErrorThatTheAllocatorStoredIsKept) {
     kel_clear_last_error(handle);
 }
 
-TEST_P(EnumerationSteps, TheCrFormsRunUnderTheirTransaction) {
+TEST_P(EnumerationSteps, TheCrFormsUseTheHandlesTransaction) {
     u32 transaction = 0;
     ASSERT_EQ(kel_transaction_begin(handle, &transaction), 0U);
     handle->cr_tx_id = transaction;
@@ -143,7 +143,7 @@ TEST_P(EnumerationSteps, TheCrFormsRunUnderTheirTransaction) {
     ASSERT_EQ(kel_transaction_commit(handle, transaction), 0U);
 }
 
-TEST_P(EnumerationSteps, InitializationAnnouncesTheHeaderWhereAskedToAndStoresTheVariantAsItIs) {
+TEST_P(EnumerationSteps, InitializationAnnouncesTheHeaderOnRequestAndStoresTheVariantUnchanged) {
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 3);
     alignas(8) u8 memory[16] = {};
     memory[10] = OBJ_EMBEDDED;
@@ -164,7 +164,7 @@ TEST_P(EnumerationSteps, InitializationAnnouncesTheHeaderWhereAskedToAndStoresTh
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 0);
 }
 
-TEST_P(EnumerationSteps, MarkingOneAsEmbeddedKeepsItsOtherFlags) {
+TEST_P(EnumerationSteps, MarkingAsEmbeddedKeepsTheOtherFlags) {
     lamp_state *made = lamp(0);
     head(made)->flags = OBJ_NESTED;
     HookRecorder hooks(handle);
@@ -174,7 +174,7 @@ TEST_P(EnumerationSteps, MarkingOneAsEmbeddedKeepsItsOtherFlags) {
     EXPECT_EQ(hooks.events[0].before, std::vector<u8>{OBJ_NESTED});
 }
 
-TEST_P(EnumerationSteps, SizesAndLengthsLookAtNoArgument) {
+TEST_P(EnumerationSteps, SizesAndLengthsUseNoArgument) {
     EXPECT_EQ(lamp_state_sizeof(nullptr), 16U);
     EXPECT_EQ(lamp_state_len(nullptr, tx, nullptr), 5U);
 }
@@ -207,7 +207,7 @@ TEST_P(EnumerationSteps, EnteredWithAnErrorChangeNothing) {
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 1U) << "the mark stayed";
 }
 
-TEST_P(EnumerationSteps, ASetterClearsTheErrorAdjustsTestsStoresAndMarks) {
+TEST_P(EnumerationSteps, ASetterClearsTheErrorAdjustsChecksStoresAndMarks) {
     const std::vector<std::string> steps = {"kel_clear_last_error", "kellib_adjust_variant",
                                             "kel_get_instance_variant",
                                             "kel_set_instance_modified"};
@@ -231,7 +231,7 @@ TEST_P(EnumerationSteps, ASetterClearsTheErrorAdjustsTestsStoresAndMarks) {
     EXPECT_EQ(services.calls("kel_get_instance_variant").at(0).arguments, words(object, 0, 1));
 }
 
-TEST_P(EnumerationSteps, SettingAValueLeavesTheHeaderAlone) {
+TEST_P(EnumerationSteps, SettingAValueKeepsTheHeader) {
     lamp_state *object = lamp(1);
     const auto header = bytes_of(object, 10);
     head(object)->flags = OBJ_NESTED;
@@ -240,7 +240,7 @@ TEST_P(EnumerationSteps, SettingAValueLeavesTheHeaderAlone) {
     EXPECT_NE(head(object)->flags & OBJ_NESTED, 0);
 }
 
-TEST_P(EnumerationSteps, SettingAnEmbeddedOneTakesTheSourcesFlagsAndDescriptor) {
+TEST_P(EnumerationSteps, SettingAnEmbeddedOneCopiesFlagsAndDescriptor) {
     st_tag *tag = make.tag(1);
     lamp_state *inside = st_tag_lamp_get(handle, tx, tag, &err);
     ASSERT_NE(head(inside)->flags & OBJ_NESTED, 0);
@@ -261,7 +261,7 @@ TEST_P(EnumerationSteps, SettingAnEmbeddedOneTakesTheSourcesFlagsAndDescriptor) 
     head(inside)->descriptor = own;
 }
 
-TEST_P(EnumerationSteps, AnEpochErrorIsReportedByItsOwnServiceAndMarksNothing) {
+TEST_P(EnumerationSteps, AnEpochErrorIsReportedThroughItsOwnServiceAndMarksNothing) {
     lamp_state *object = lamp_state_create(handle, tx);
     lamp_state *source = lamp(1);
     value_of(source) = 3;
@@ -281,7 +281,7 @@ TEST_P(EnumerationSteps, AnEpochErrorIsReportedByItsOwnServiceAndMarksNothing) {
     expect_epoch([&] { lamp_state_set(handle, tx, object, source, &err); });
 }
 
-TEST_P(EnumerationSteps, TheOnlyEnumeratorOfAnEnumerationIsTestedLikeTheOthers) {
+TEST_P(EnumerationSteps, AnEnumerationOfOneEnumeratorIsCheckedToo) {
     single_choice *object = single_choice_create(handle, tx);
     single_choice_set_value(handle, tx, object, 0, &err);
     EXPECT_EQ(err, 0U);
@@ -293,7 +293,7 @@ TEST_P(EnumerationSteps, TheOnlyEnumeratorOfAnEnumerationIsTestedLikeTheOthers) 
     EXPECT_EQ(single_choice_is_valid_cr(handle, static_cast<u32>(-1)), 1U);
 }
 
-TEST_P(EnumerationSteps, ComparingWrapsAtThirtyTwoBits) {
+TEST_P(EnumerationSteps, ComparingWrapsAt32Bits) {
     lamp_state *a = lamp(0);
     lamp_state *b = lamp(0);
     value_of(a) = 0xffffffffU;
@@ -302,7 +302,7 @@ TEST_P(EnumerationSteps, ComparingWrapsAtThirtyTwoBits) {
     EXPECT_EQ(lamp_state_compare(b, a), 2);
 }
 
-TEST_P(EnumerationSteps, ValidityAsksTheDomainForValuesOutOfRangeAlone) {
+TEST_P(EnumerationSteps, ValidityUsesTheDomainOnlyForValuesOutOfRange) {
     services.clear();
     EXPECT_EQ(lamp_state_is_valid_cr(handle, 2), 1U);
     EXPECT_EQ(services.count("kel_domain_lookup_variant"), 0U);
@@ -310,7 +310,7 @@ TEST_P(EnumerationSteps, ValidityAsksTheDomainForValuesOutOfRangeAlone) {
     EXPECT_EQ(services.count("kel_domain_lookup_variant"), 1U);
 }
 
-TEST_P(EnumerationSteps, AMarkIsLookedForAndTakenBackAsThatOfASmallObject) {
+TEST_P(EnumerationSteps, AMarkIsReadAndClearedAsThatOfASmallObject) {
     lamp_state *object = lamp(1);
     services.clear();
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 1U);

@@ -46,7 +46,7 @@ TEST_P(Enumerations, CreationAllocates16BytesInEitherModeAndAnnouncesFourStores)
                                                             {&head(lamp)->flags, 1}}));
 }
 
-TEST_P(Enumerations, CreatedAndDestroyedAreCountedAndLiveIsNot) {
+TEST_P(Enumerations, OnlyCreatedAndDestroyedAreCounted) {
     const kel_type_info *descriptor = head(lamp(0))->descriptor;
     const kel_variant_usage before = usage(descriptor);
     HookRecorder hooks(handle);
@@ -72,14 +72,14 @@ TEST_P(Enumerations, AnEmbeddedOneIsNeitherCountedNorDestroyed) {
     EXPECT_EQ(usage(descriptor).destroyed, before.destroyed);
 }
 
-TEST_P(Enumerations, ADomainThatFailsIsTracedAndTheObjectIsMadeAllTheSame) {
+TEST_P(Enumerations, ADomainThatFailsIsTracedAndTheObjectIsCreated) {
     fail_domain(EINVAL);
     TraceCapture trace;
     EXPECT_NE(lamp_state_create(handle, tx), nullptr);
     EXPECT_TRUE(trace.has(3, "(ERR): error in lamp_state create Invalid argument"));
 }
 
-TEST_P(Enumerations, TheDomainsVariantIsStoredUncapped) {
+TEST_P(Enumerations, TheDomainsVariantIsStoredWithoutALimit) {
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 3);
     TraceCapture trace;
     lamp_state *lamp = lamp_state_create(handle, tx);
@@ -92,7 +92,7 @@ TEST_P(Enumerations, TheDomainsVariantIsStoredUncapped) {
     lamp_state_destroy(handle, tx, lamp);
 }
 
-TEST_P(Enumerations, InitializationWritesTheHeaderAloneAndCountsNothing) {
+TEST_P(Enumerations, InitializationWritesOnlyTheHeaderAndCountsNothing) {
     alignas(8) u8 memory[16] = {};
     const kel_variant_usage before = usage(&_lamp_state_type_info_internal);
     HookRecorder hooks(handle);
@@ -109,7 +109,7 @@ TEST_P(Enumerations, InitializationWritesTheHeaderAloneAndCountsNothing) {
     EXPECT_EQ(hooks.writes_in(memory, 16).size(), 4U);
 }
 
-TEST_P(Enumerations, WithoutMemoryCreateAnswersNullAndTheCrFormTheFallbackObject) {
+TEST_P(Enumerations, WithoutMemoryCreateReturnsNullAndTheCrFormTheFallbackObject) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_clear_last_error(handle);
@@ -142,7 +142,7 @@ TEST_P(Enumerations, DestructionClearsTheDescriptorUnannouncedAndFreesTheBlock) 
     EXPECT_EQ(hooks.of(Hook::free).back().address, lamp);
 }
 
-TEST_P(Enumerations, MarkingOneAsEmbeddedIsAnnounced) {
+TEST_P(Enumerations, MarkingAsEmbeddedIsAnnounced) {
     lamp_state *lamp = lamp_state_create(handle, tx);
     HookRecorder hooks(handle);
     lamp_state_set_instance_embedded(handle, tx, lamp);
@@ -153,7 +153,7 @@ TEST_P(Enumerations, MarkingOneAsEmbeddedIsAnnounced) {
     EXPECT_TRUE(trace.has(3, "(ERR): Invalid object handle passed to set embedded flag"));
 }
 
-TEST_P(Enumerations, OneHoldsNoReferences) {
+TEST_P(Enumerations, HoldNoReferences) {
     lamp_state *lamp = lamp_state_create(handle, tx);
     EXPECT_EQ(lamp_state_get_oid_count(handle, tx, lamp, &err), 0U);
     u64 reference = 7;
@@ -166,7 +166,7 @@ TEST_P(Enumerations, OneHoldsNoReferences) {
 
 // ---- Values -------------------------------------------------------------------------------
 
-TEST_P(Enumerations, UserValuesFrom1LoseOneOnTheWayInsideAndOthersStay) {
+TEST_P(Enumerations, UserValuesFrom1AreDecrementedByOne) {
     EXPECT_EQ(door_state_map_to_internal_value(0), 0U);
     EXPECT_EQ(door_state_map_to_internal_value(1), 0U);
     EXPECT_EQ(door_state_map_to_internal_value(3), 2U);
@@ -177,14 +177,14 @@ TEST_P(Enumerations, UserValuesFrom1LoseOneOnTheWayInsideAndOthersStay) {
     }
 }
 
-TEST_P(Enumerations, TheWayBackIsTheIdentity) {
+TEST_P(Enumerations, TheMapToUserValuesIsTheIdentity) {
     for (const u32 value : {0U, 1U, 3U, 4U, 0xffffffffU}) {
         EXPECT_EQ(door_state_map_to_user_value(value), value);
         EXPECT_EQ(lamp_state_map_to_user_value(value), value);
     }
 }
 
-TEST_P(Enumerations, AVariantAbove0Is0) {
+TEST_P(Enumerations, AVariantAbove0IsMappedTo0) {
     EXPECT_EQ(lamp_state_variant_data_index_cap(1), 0);
     EXPECT_EQ(lamp_state_variant_data_index_cap(0), 0);
     EXPECT_EQ(lamp_state_variant_data_index_cap(-1), -1);
@@ -207,7 +207,7 @@ TEST_P(Enumerations, AValueIsSetAndRead) {
     EXPECT_EQ(lamp_state_get(handle, tx, lamp, &err), lamp);
 }
 
-TEST_P(Enumerations, AValueOfALaterVariantIsError43AndChangesNothing) {
+TEST_P(Enumerations, AValueOfALaterVariantFailsWithEidrm) {
     lamp_state *object = lamp(1);
     const auto before = bytes_of(object, 16);
     lamp_state_set_value(handle, tx, object, 3, &err);
@@ -221,7 +221,7 @@ TEST_P(Enumerations, AValueOfALaterVariantIsError43AndChangesNothing) {
     EXPECT_EQ(bytes_of(object, 16), before);
 }
 
-TEST_P(Enumerations, AnInstanceOfALaterVariantTakesAnyValue) {
+TEST_P(Enumerations, AnInstanceOfALaterVariantAcceptsAnyValue) {
     lamp_state *object = lamp(1);
     head(object)->variant = 1;
     lamp_state_set_value(handle, tx, object, 77, &err);
@@ -266,7 +266,7 @@ TEST_P(Enumerations, NullObjectsAreErrors) {
     expect_error(ENOENT);
 }
 
-TEST_P(Enumerations, AdjustingAsksWithTopVariant0) {
+TEST_P(Enumerations, TheVariantIsAdjustedWithTopVariant0) {
     lamp_state *object = lamp(1);
     services.clear();
     EXPECT_EQ(lamp_state_adjust_variant(handle, tx, object, &err), 0);
@@ -277,7 +277,7 @@ TEST_P(Enumerations, AdjustingAsksWithTopVariant0) {
     EXPECT_EQ(calls[1].arguments, words(handle, tx, nullptr, nullptr, 0, &err));
 }
 
-TEST_P(Enumerations, ComparingGivesTheDifferenceAndNullComesFirst) {
+TEST_P(Enumerations, CompareReturnsTheDifferenceAndPutsNullFirst) {
     door_state *a = door_state_create(handle, tx);
     door_state *b = door_state_create(handle, tx);
     door_state_set_value(handle, tx, a, 3, &err);
@@ -298,7 +298,7 @@ TEST_P(Enumerations, TheHashIsThatOfTheFourBytesOfTheValue) {
     EXPECT_EQ(lamp_state_hash(nullptr, 9), 9U);
 }
 
-TEST_P(Enumerations, ValidityIsTestedSigned) {
+TEST_P(Enumerations, ValidityIsCheckedSigned) {
     EXPECT_EQ(lamp_state_is_valid_cr(handle, 2), 1U);
     EXPECT_EQ(lamp_state_is_valid_cr(handle, 3), 0U);
     EXPECT_EQ(lamp_state_is_valid_cr(handle, static_cast<u32>(-1)), 1U);

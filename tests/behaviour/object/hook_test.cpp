@@ -93,7 +93,7 @@ TEST_P(Hooks, EveryArrayWriteIsAnnounced) {
                      [&] { st_day_minute_state_flag_whole_set(handle, tx, day, 6, &err); });
 }
 
-TEST_P(Hooks, TheXmlReadersStoresAreAnnouncedApartFromEnumerations) {
+TEST_P(Hooks, StoresOfTheXmlReaderAreAnnouncedExceptEnumerations) {
     st_every *every = make.every(2);
     const Document document = parse(
         "<e><a8>99</a8><a64>5</a64><s64>-9</s64><flag>1</flag><label>a new label</label>"
@@ -104,7 +104,7 @@ TEST_P(Hooks, TheXmlReadersStoresAreAnnouncedApartFromEnumerations) {
     EXPECT_EQ(st_every_a8_get_value(handle, tx, every, &err), 99);
 }
 
-TEST_P(Hooks, DestructionAnnouncesWhatItChangesInTheBlock) {
+TEST_P(Hooks, DestructionAnnouncesItsStoresInTheBlock) {
     st_every *every = make.every(3);
     // Removing the object from the hd mapping clears its flag.
     expect_announced(
@@ -112,7 +112,7 @@ TEST_P(Hooks, DestructionAnnouncesWhatItChangesInTheBlock) {
         OBJ_STATE_ELSEWHERE);
 }
 
-TEST_P(Hooks, AllocationAndCountersBelongToTheTransaction) {
+TEST_P(Hooks, AllocationAndCountersAreInTheTransaction) {
     HookRecorder hooks(handle);
     st_every_destroy(handle, tx, make.every(3));
     for (const Hook hook : {Hook::alloc, Hook::free, Hook::delta_log, Hook::write_log}) {

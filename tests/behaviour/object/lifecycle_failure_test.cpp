@@ -31,12 +31,12 @@ class LifecycleFailure : public ObjectTest {
 class NestedState : public TrackedTest {};
 using FatalLifecycle = ObjectTest;
 
-TEST_F(LifecycleFailure, ADomainThatFailsIsForgivenByTheCounting) {
+TEST_F(LifecycleFailure, CountingIgnoresADomainThatFails) {
     fail_domain(EINVAL);
     EXPECT_NE(st_point_create(handle, tx), nullptr);
 }
 
-TEST_F(LifecycleFailure, AnObjectThatCannotBeInitialisedIsGivenBackAndTraced) {
+TEST_F(LifecycleFailure, AnObjectThatCannotBeInitialisedIsFreedAndTraced) {
     // The fields' own look-ups fail after the counting, which clears the first failure.
     TraceCapture trace;
     HookRecorder hooks(handle);
@@ -47,7 +47,7 @@ TEST_F(LifecycleFailure, AnObjectThatCannotBeInitialisedIsGivenBackAndTraced) {
     EXPECT_EQ(hooks.of(Hook::free).back().address, hooks.of(Hook::alloc)[0].address);
 }
 
-TEST_F(LifecycleFailure, AMappedObjectWithReferencesSurvivesWhole) {
+TEST_F(LifecycleFailure, AMappedObjectWithReferencesIsNotDestroyed) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->flags |= OBJ_OID_MAPPED;
     const auto before = bytes_of(conn, conn_size);
@@ -65,7 +65,7 @@ TEST_F(LifecycleFailure, AMappedObjectWithReferencesSurvivesWhole) {
                           "up when all of them are released"));
 }
 
-TEST_F(LifecycleFailure, AMappedObjectWhoseMappingCannotGoSurvivesWhole) {
+TEST_F(LifecycleFailure, AMappedObjectThatCannotBeUnmappedIsNotDestroyed) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->flags |= OBJ_OID_MAPPED;
     services.replace(kel_request_oid_mapping_destroy, [](auto, auto, auto, u32 *error) {
@@ -81,7 +81,7 @@ TEST_F(LifecycleFailure, AMappedObjectWhoseMappingCannotGoSurvivesWhole) {
                           "Error Invalid argument"));
 }
 
-TEST_F(LifecycleFailure, AMappedObjectThatIsFreeOfReferencesGoes) {
+TEST_F(LifecycleFailure, AMappedObjectWithoutReferencesIsDestroyed) {
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     st_ldap_conn *conn = make.conn("server", 1);
     u64 oid = 0;
@@ -94,7 +94,7 @@ TEST_F(LifecycleFailure, AMappedObjectThatIsFreeOfReferencesGoes) {
     EXPECT_TRUE(trace.has(7, "(debug): st_ldap_conn destroy: Successfully removed OID mapping"));
 }
 
-TEST_F(LifecycleFailure, ReferencesThatAFieldHoldsAreEachDropped) {
+TEST_F(LifecycleFailure, EachReferenceOfAFieldIsReleased) {
     st_ldap_conn *conn = make.conn("server", 1);
     hold_references({11, 12, 13});
     st_ldap_conn_destroy(handle, tx, conn);
@@ -105,7 +105,7 @@ TEST_F(LifecycleFailure, ReferencesThatAFieldHoldsAreEachDropped) {
     EXPECT_EQ(services.count("kel_vstring_destroy_internal"), 1U);
 }
 
-TEST_F(LifecycleFailure, AReferenceThatIsLostIsTracedAndTheOthersGoOn) {
+TEST_F(LifecycleFailure, AMissingReferenceIsTracedAndTheOthersAreReleased) {
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     st_ldap_conn *conn = make.conn("server", 1);
     hold_references({11, 12, 13});
@@ -120,7 +120,7 @@ TEST_F(LifecycleFailure, AReferenceThatIsLostIsTracedAndTheOthersGoOn) {
     EXPECT_EQ(head(conn)->descriptor, nullptr);
 }
 
-TEST_F(LifecycleFailure, ReferencesThatCannotBeFetchedLeaveTheObjectHalfDestroyed) {
+TEST_F(LifecycleFailure, ReferencesThatCannotBeReadLeaveTheObjectHalfDestroyed) {
     st_ldap_conn *conn = make.conn("server", 1);
     const kel_variant_usage counted = usage(&_st_ldap_conn_type_info_internal);
     hold_references({11});
@@ -135,7 +135,7 @@ TEST_F(LifecycleFailure, ReferencesThatCannotBeFetchedLeaveTheObjectHalfDestroye
     EXPECT_EQ(usage(&_st_ldap_conn_type_info_internal).destroyed, counted.destroyed);
 }
 
-TEST_F(LifecycleFailure, AnHdMappingThatCannotGoKeepsTheMemory) {
+TEST_F(LifecycleFailure, AnHdMappingThatCannotBeRemovedKeepsTheMemory) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->flags |= OBJ_RA_DATA;
     handle->hd_mapping_enabled = 1;
@@ -156,7 +156,7 @@ TEST_F(LifecycleFailure, AnHdMappingThatCannotGoKeepsTheMemory) {
                           "Error Invalid argument"));
 }
 
-TEST_F(LifecycleFailure, TheHdMappingIsLeftOnlyByObjectsThatAreInItAndHandlesThatHaveOne) {
+TEST_F(LifecycleFailure, OnlyMappedObjectsAreRemovedFromTheHdMapping) {
     handle->hd_mapping_enabled = 1;
     st_ldap_conn *plain = make.conn("server", 1);
     st_ldap_conn_destroy(handle, tx, plain);
@@ -175,7 +175,7 @@ TEST_F(LifecycleFailure, TheHdMappingIsLeftOnlyByObjectsThatAreInItAndHandlesTha
     EXPECT_EQ(services.calls("kel_hd_mapping_destroy", unmapped).size(), 0U);
 }
 
-TEST_F(LifecycleFailure, ATypeWithFewerVariantsThanTheDomainWantsIsTraced) {
+TEST_F(LifecycleFailure, ATypeWithFewerVariantsThanTheDomainIsTraced) {
     // The store's copy may have fewer variants than the library: here the count is reduced.
     kel_variant_info *info = _st_grown_type_info_internal.variant_info;
     const std::int8_t count = info->variant_count;
@@ -190,7 +190,7 @@ TEST_F(LifecycleFailure, ATypeWithFewerVariantsThanTheDomainWantsIsTraced) {
     info->variant_count = count;
 }
 
-TEST_F(LifecycleFailure, ATypeWithAsManyVariantsAsTheDomainsNumberIsNotTraced) {
+TEST_F(LifecycleFailure, ATypeWithAsManyVariantsAsTheDomainIsNotTraced) {
     kel_variant_info *info = _st_grown_type_info_internal.variant_info;
     const std::int8_t count = info->variant_count;
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);
@@ -202,7 +202,7 @@ TEST_F(LifecycleFailure, ATypeWithAsManyVariantsAsTheDomainsNumberIsNotTraced) {
     info->variant_count = count;
 }
 
-TEST_F(LifecycleFailure, AQuietInitializationLooksAtNoVariantInfo) {
+TEST_F(LifecycleFailure, AQuietInitializationReadsNoVariantInfo) {
     static kel_type_info forged = _st_point_type_info_internal;
     forged.variant_info = nullptr;
     std::vector<u8> memory(point_size);
@@ -229,7 +229,7 @@ TEST_F(NestedState, ANestedObjectWithoutABaseFailsWithItsHeaderWritten) {
     EXPECT_EQ(head(at(tag, 16))->descriptor, nullptr);
 }
 
-TEST_F(NestedState, ANestedObjectThatWasNotPlacedHandsItsFieldsOnWithoutOffsets) {
+TEST_F(NestedState, ANestedObjectWithoutAnOffsetInitialisesItsFieldsWithoutOffsets) {
     std::vector<u8> memory(tag_size + tag_states);
     st_tag *tag = at<st_tag>(memory.data(), 0);
     st_tag_initialize(handle, tx, tag, &_st_tag_type_info_internal, 0, 0, OBJ_NESTED,
@@ -240,7 +240,7 @@ TEST_F(NestedState, ANestedObjectThatWasNotPlacedHandsItsFieldsOnWithoutOffsets)
               memory.data() + tag_size);
 }
 
-TEST_F(NestedState, AParentTellsItsFieldsWhereTheirSharesAre) {
+TEST_F(NestedState, AParentSetsTheOffsetsOfItsFields) {
     st_every *every = st_every_create(handle, tx);
     u8 *block = at(every, every_size);
     const auto share = [&](u32 offset) {
@@ -259,7 +259,7 @@ TEST_F(NestedState, AParentTellsItsFieldsWhereTheirSharesAre) {
               block + 10);
 }
 
-TEST_F(NestedState, OffsetUpdateMovesTheSharesAndOffsetRemoveForgetsThem) {
+TEST_F(NestedState, OffsetUpdateMovesTheOffsetsAndOffsetRemoveClearsThem) {
     st_every *every = st_every_create(handle, tx);
     std::vector<u8> block(every_states);
     u8 *elsewhere = at(every, every_size) + 100;
@@ -278,7 +278,7 @@ TEST_F(NestedState, OffsetUpdateMovesTheSharesAndOffsetRemoveForgetsThem) {
               "kel_hd_mapping_destroy kel_vstring_offset_remove kel_hd_mapping_destroy");
 }
 
-TEST_F(NestedState, CreationIsContentWithARuntimeThatOnlyRecordsTheDistances) {
+TEST_F(NestedState, CreationWorksWithARuntimeThatOnlyStoresTheOffsets) {
     std::map<const void *, u32> distances;
     services.replace(kellib_update_sttr_offset,
                      [&](auto, auto, void *object, u32 distance) { distances[object] = distance; });
@@ -297,7 +297,7 @@ TEST_F(NestedState, CreationIsContentWithARuntimeThatOnlyRecordsTheDistances) {
     EXPECT_EQ(at(every, 224) + distances[at(every, 224)], at(every, every_size) + 124);
 }
 
-TEST_F(NestedState, WithoutMemoryForAPlaceCreationFailsAndLeavesNothing) {
+TEST_F(NestedState, WithoutMemoryForAnOffsetCreationFailsAndLeaksNothing) {
     st_every_destroy(handle, tx, st_every_create(handle, tx));
     const u64 blocks = session.blocks();
     for (u64 n = 1; n < 20; ++n) {
@@ -314,7 +314,7 @@ TEST_F(NestedState, WithoutMemoryForAPlaceCreationFailsAndLeavesNothing) {
     FAIL() << "it never succeeds";
 }
 
-TEST_F(NestedState, WithoutMemoryForAPlaceOffsetUpdateIsError12) {
+TEST_F(NestedState, WithoutMemoryForAnOffsetOffsetUpdateFailsWithEnomem) {
     st_every *every = st_every_create(handle, tx);
     st_every_offset_remove(handle, tx, every, &err);
     kel_store_fail_allocation(session.store(), 1);
@@ -338,7 +338,7 @@ TEST_F(NestedState, OffsetsOfAFlatStructureHaveNoEffect) {
     EXPECT_EQ(services.count("kel_hd_mapping_destroy"), 0U);
 }
 
-TEST_F(NestedState, DestructionAsksForThePlaceOfABlockThatLiesElsewhere) {
+TEST_F(NestedState, DestructionReadsTheOffsetOfABlockElsewhere) {
     st_every *every = st_every_create(handle, tx);
     services.clear();
     st_every_destroy(handle, tx, every);

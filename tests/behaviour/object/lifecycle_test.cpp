@@ -27,13 +27,13 @@ TEST_P(Lifecycle, ANewObjectHasItsTypesHeaderAndIsZeroOtherwise) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Lifecycle, AnObjectOfTheNewestVariantSaysSoTwice) {
+TEST_P(Lifecycle, ANewObjectHasTheNewestVariantAsVariantAndCreatedVariant) {
     st_grown *grown = st_grown_create(handle, tx);
     EXPECT_EQ(head(grown)->variant, 1);
     EXPECT_EQ(head(grown)->created_variant, 1);
 }
 
-TEST_P(Lifecycle, ATypeIsAsLongAsItsFieldsAndItsStateBlock) {
+TEST_P(Lifecycle, TheSizeOfATypeIsThatOfItsFieldsAndItsStateBlock) {
     const u32 tracked = tracking() ? 1 : 0;
     EXPECT_EQ(st_ldap_conn_sizeof(handle), conn_size + tracked * conn_states);
     EXPECT_EQ(st_point_sizeof(handle), point_size + tracked * point_states);
@@ -43,7 +43,7 @@ TEST_P(Lifecycle, ATypeIsAsLongAsItsFieldsAndItsStateBlock) {
     EXPECT_EQ(lamp_state_sizeof(handle), 16U);
 }
 
-TEST_P(Lifecycle, CreationAsksTheAllocatorForTheSizeOnceAndInItsTransaction) {
+TEST_P(Lifecycle, CreationAllocatesTheSizeOnceInItsTransaction) {
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     HookRecorder hooks(handle);
     void *every = st_every_create(handle, tx);
@@ -71,7 +71,7 @@ TEST_P(Lifecycle, CreationAnnouncesTheHeaderStoresInOrder) {
     EXPECT_EQ(stores, expected);
 }
 
-TEST_P(Lifecycle, EmbeddedFieldsAreInitialisedInOrderAsNestedAndAsTheParentWas) {
+TEST_P(Lifecycle, EmbeddedFieldsAreInitialisedInOrderWithTheParentsFlags) {
     st_every *every = st_every_create(handle, tx);
     EXPECT_EQ(services.order(
                   {"kel_boolean_initialize", "kel_vstring_initialize", "ip_address_initialize"}),
@@ -116,7 +116,7 @@ TEST_P(Lifecycle, InitializationWithAnErrorSetDoesNothing) {
     EXPECT_EQ(err, EINVAL);
 }
 
-TEST_P(Lifecycle, CreationCountsCreatedAndLiveWithAnAnnouncementEach) {
+TEST_P(Lifecycle, CreationCountsAndAnnouncesCreatedAndLive) {
     const kel_type_info *descriptor = head(st_point_create(handle, tx))->descriptor;
     const kel_variant_usage before = usage(descriptor);
     HookRecorder hooks(handle);
@@ -135,7 +135,7 @@ TEST_P(Lifecycle, CreationCountsCreatedAndLiveWithAnAnnouncementEach) {
     EXPECT_EQ(deltas[1].counter_before, before.live);
 }
 
-TEST_P(Lifecycle, ANewerVariantCountsInItsOwnRecord) {
+TEST_P(Lifecycle, ANewerVariantIsCountedInItsOwnRecord) {
     const kel_type_info *descriptor = head(st_grown_create(handle, tx))->descriptor;
     const kel_variant_usage older = usage(descriptor, 0);
     const kel_variant_usage newer = usage(descriptor, 1);
@@ -149,7 +149,7 @@ TEST_P(Lifecycle, ANewerVariantCountsInItsOwnRecord) {
     EXPECT_EQ(usage(descriptor, 0).destroyed, older.destroyed);
 }
 
-TEST_P(Lifecycle, DestructionCountsGivesTheMemoryBackAndClearsTheDescriptor) {
+TEST_P(Lifecycle, DestructionCountsFreesTheMemoryAndClearsTheDescriptor) {
     st_ldap_conn *conn = make.conn("a name of more than twelve bytes", 5);
     const kel_type_info *descriptor = head(conn)->descriptor;
     const kel_variant_usage before = usage(descriptor);
@@ -171,7 +171,7 @@ TEST_P(Lifecycle, DestructionCountsGivesTheMemoryBackAndClearsTheDescriptor) {
     EXPECT_EQ(deltas.back().delta, -1);
 }
 
-TEST_P(Lifecycle, DestructionLeavesNoBlockBehind) {
+TEST_P(Lifecycle, DestructionLeaksNoBlock) {
     const auto round = [&] {
         for (u32 seed = 0; seed < 4; ++seed) {
             st_every_destroy(handle, tx, make.every(seed));
@@ -197,7 +197,7 @@ TEST_P(Lifecycle, FieldsAreDestroyedInOrderAndKeepTheirMemory) {
     }
 }
 
-TEST_P(Lifecycle, AnInnerDestructionCountsButLeavesMemoryAndDescriptor) {
+TEST_P(Lifecycle, AnInnerDestructionCountsAndKeepsMemoryAndDescriptor) {
     st_tag *tag = make.tag(3);
     const kel_variant_usage before = usage(head(tag)->descriptor);
     HookRecorder hooks(handle);
@@ -207,7 +207,7 @@ TEST_P(Lifecycle, AnInnerDestructionCountsButLeavesMemoryAndDescriptor) {
     for (const HookEvent &event : hooks.of(Hook::free)) EXPECT_NE(event.address, tag);
 }
 
-TEST_P(Lifecycle, DestroyingNullOrTheFallbackObjectTouchesNoCounter) {
+TEST_P(Lifecycle, DestroyingNullOrTheFallbackObjectChangesNoCounter) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_clear_last_error(handle);
@@ -225,7 +225,7 @@ TEST_P(Lifecycle, DestroyingNullOrTheFallbackObjectTouchesNoCounter) {
     EXPECT_EQ(usage(&_st_ldap_conn_type_info_internal).live, before.live);
 }
 
-TEST_P(Lifecycle, WithoutMemoryCreateAnswersNullAndKeepsTheLastError) {
+TEST_P(Lifecycle, WithoutMemoryCreateReturnsNullAndKeepsTheLastError) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     EXPECT_EQ(st_ldap_conn_create(handle, tx), nullptr);
@@ -235,7 +235,7 @@ TEST_P(Lifecycle, WithoutMemoryCreateAnswersNullAndKeepsTheLastError) {
     EXPECT_EQ(handle->last_error, EEXIST);
 }
 
-TEST_P(Lifecycle, WithoutMemoryTheCrFormAnswersTheZeroedFallbackObjectAndStores12) {
+TEST_P(Lifecycle, WithoutMemoryTheCrFormReturnsTheZeroedFallbackObjectAndStoresEnomem) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_clear_last_error(handle);
@@ -250,23 +250,23 @@ TEST_P(Lifecycle, WithoutMemoryTheCrFormAnswersTheZeroedFallbackObjectAndStores1
 }
 
 // An allocator that fails and stores the error in the handle.
-kel_handle *speaking_handle = nullptr;
-void *speak_and_fail(void *, std::uint32_t, std::uint64_t) {
-    speaking_handle->last_error = ENOSPC;
+kel_handle *failing_handle = nullptr;
+void *fail_with_enospc(void *, std::uint32_t, std::uint64_t) {
+    failing_handle->last_error = ENOSPC;
     return nullptr;
 }
 
-TEST_P(Lifecycle, WithoutMemoryTheCrFormKeepsWhatTheAllocatorSaid) {
+TEST_P(Lifecycle, WithoutMemoryTheCrFormKeepsTheErrorOfTheAllocator) {
     const auto real = handle->alloc_hook;
-    speaking_handle = handle;
-    handle->alloc_hook = &speak_and_fail;
+    failing_handle = handle;
+    handle->alloc_hook = &fail_with_enospc;
     kel_clear_last_error(handle);
     EXPECT_NE(st_ldap_conn_create_cr(handle), nullptr);
     EXPECT_EQ(handle->last_error, ENOSPC);
     handle->alloc_hook = real;
 }
 
-TEST_P(Lifecycle, TheCrFormWithAnErrorSetAnswersTheFallbackObjectWithoutAllocating) {
+TEST_P(Lifecycle, TheCrFormWithAnErrorSetReturnsTheFallbackObjectWithoutAllocating) {
     HookRecorder hooks(handle);
     kel_store_err(handle, EEXIST);
     st_ldap_conn *conn = st_ldap_conn_create_cr(handle);
@@ -276,7 +276,7 @@ TEST_P(Lifecycle, TheCrFormWithAnErrorSetAnswersTheFallbackObjectWithoutAllocati
     EXPECT_EQ(bytes_of(conn, conn_size), std::vector<u8>(conn_size));
 }
 
-TEST_P(Lifecycle, TheCrFormsWorkInTheHandlesOwnTransaction) {
+TEST_P(Lifecycle, TheCrFormsUseTheHandlesTransaction) {
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     handle->cr_tx_id = tx;
     HookRecorder hooks(handle);
@@ -321,7 +321,7 @@ TEST_P(Lifecycle, MarkingNullAsEmbeddedIsTraced) {
     EXPECT_TRUE(trace.has(3, "(ERR): Invalid object pointer passed in to set instance flag"));
 }
 
-TEST_P(Lifecycle, NoObjectHoldsReferencesOfItsOwn) {
+TEST_P(Lifecycle, NoObjectHoldsReferences) {
     st_every *every = make.every(1);
     EXPECT_EQ(st_every_get_oid_count(handle, tx, every, &err), 0U);
     u64 references[2] = {7, 7};
@@ -331,7 +331,7 @@ TEST_P(Lifecycle, NoObjectHoldsReferencesOfItsOwn) {
     EXPECT_EQ(references[1], 7U);
 }
 
-TEST_P(Lifecycle, AskingNullForReferencesIsError22) {
+TEST_P(Lifecycle, ReferencesOfNullFailWithEinval) {
     TraceCapture trace;
     EXPECT_EQ(st_every_get_oid_count(handle, tx, nullptr, &err), 0U);
     expect_error(EINVAL);
@@ -341,7 +341,7 @@ TEST_P(Lifecycle, AskingNullForReferencesIsError22) {
     EXPECT_TRUE(trace.has(3, "(ERR): Cannot get table references. Invalid object passed on"));
 }
 
-TEST_P(Lifecycle, AskingForReferencesWithAnErrorSetIsTraced) {
+TEST_P(Lifecycle, ReadingReferencesWithAnErrorSetIsTraced) {
     TraceCapture trace;
     st_every *every = make.every(1);
     err = ENOMEM;
@@ -352,7 +352,7 @@ TEST_P(Lifecycle, AskingForReferencesWithAnErrorSetIsTraced) {
     EXPECT_TRUE(trace.has(3, "(ERR): Error present in call to get table references from object"));
 }
 
-TEST_P(Lifecycle, AfterACopyOutTheCopyHasTextsAddressesAndNestedObjectsOfItsOwn) {
+TEST_P(Lifecycle, ACopyOutHasItsOwnTextsAddressesAndNestedObjects) {
     st_every *source = make.every(5);
     st_every *copy = st_every_create(handle, tx);
     std::memcpy(static_cast<void *>(copy), source, every_size);

@@ -27,7 +27,7 @@ TEST_P(Order, TheHashOfNullIsTheSeed) {
     EXPECT_EQ(st_grown_hash(nullptr, 7), 7U);
 }
 
-TEST_P(Order, UnsignedFieldsCompareUnsignedAndSignedOnesSigned) {
+TEST_P(Order, IntegersCompareByTheirSignedness) {
     st_every *a = st_every_create(handle, tx);
     st_every *b = st_every_create(handle, tx);
     const auto expect_order = [&](std::function<void(st_every *)> greater) {
@@ -91,7 +91,7 @@ TEST_P(Order, HeadersAndStateFlagsAreNotCompared) {
     EXPECT_EQ(st_every_hash(a, 1), st_every_hash(b, 1));
 }
 
-TEST_P(Order, EnumerationsGiveTheDifferenceOfTheirValues) {
+TEST_P(Order, EnumerationsCompareByTheDifferenceOfTheirValues) {
     st_every *a = make.every(0);
     st_every *b = make.every(0);
     st_every_door_set_value(handle, tx, a, 3, &err);
@@ -100,7 +100,7 @@ TEST_P(Order, EnumerationsGiveTheDifferenceOfTheirValues) {
     EXPECT_EQ(st_every_compare(b, a), -2);
 }
 
-TEST_P(Order, WhatAValuesOwnComparisonGivesIsKeptAlsoThroughANestedObject) {
+TEST_P(Order, TheResultOfAValuesComparisonIsReturnedUnchanged) {
     st_every *a = make.every(4);
     st_every *b = make.every(4);
     services.replace(kel_boolean_compare, [](auto, auto) { return 5; });
@@ -122,7 +122,7 @@ TEST_P(Order, WhatAValuesOwnComparisonGivesIsKeptAlsoThroughANestedObject) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Order, ArraysCompareByTheirBytesAndKeepWhatMemcmpGave) {
+TEST_P(Order, ArraysCompareByTheirBytesAndReturnMemcmpsResult) {
     st_grown *a = make.grown(0);
     st_grown *b = make.grown(0);
     EXPECT_EQ(st_grown_compare(a, b), 0);

@@ -162,7 +162,7 @@ class Prologue : public ObjectModeTest {
 };
 TARN_EACH_MODE(Prologue);
 
-TEST_P(Prologue, WithAnErrorSetAnOperationGivesItsFailureValueAndChangesNothing) {
+TEST_P(Prologue, WithAnErrorSetAnOperationReturnsItsFailureValueAndChangesNothing) {
     st_every_label_set(handle, tx, every, Text("old"), &err);
     kel_set_instance_modified(lamp, 0, 1, 1);
     auto operations = reads();
@@ -181,7 +181,7 @@ TEST_P(Prologue, WithAnErrorSetAnOperationGivesItsFailureValueAndChangesNothing)
     }
 }
 
-TEST_P(Prologue, LastErrorSpeaksOfTheLatestOperation) {
+TEST_P(Prologue, TheLastErrorIsThatOfTheLatestOperation) {
     auto operations = reads();
     for (auto &write : writes()) operations.push_back(write);
     for (const Operation &each : operations) {
@@ -218,7 +218,7 @@ TEST_P(Prologue, AnErrorSticksInAChainOfCrCallsUntilItIsCleared) {
     EXPECT_EQ(lamp_state_len_cr(handle), 5U);
 }
 
-TEST_P(Prologue, AHandleWithoutPerStoreDescriptorsAsksForNone) {
+TEST_P(Prologue, AHandleWithoutPerStoreDescriptorsFetchesNone) {
     HookRecorder hooks(handle);
     make.every(1);
     lamp_state_create(handle, tx);
@@ -231,7 +231,7 @@ TEST_P(Prologue, AHandleWithoutPerStoreDescriptorsAsksForNone) {
     }
 }
 
-TEST(StoreDescriptors, TheStoresOwnCountersCount) {
+TEST(StoreDescriptors, TheStoresCountersAreUsed) {
     Session session(Mode::store_types);
     kel_handle *handle = session.handle();
     const u32 tx = KEL_TX_NONE;

@@ -93,7 +93,7 @@ class Rollback : public ObjectModeTest {
 };
 TARN_EACH_MODE(Rollback);
 
-TEST_P(Rollback, AnySequenceOfObjectOperationsIsTakenBackToTheLastByte) {
+TEST_P(Rollback, AnySequenceOfObjectOperationsIsUndoneToTheByte) {
     // Descriptor copies and the first texts are made outside any transaction.
     for (u32 round = 0; round < 20; ++round) {
         const u32 seed = 4711 + round;
@@ -130,7 +130,7 @@ TEST_P(Rollback, AnySequenceOfObjectOperationsIsTakenBackToTheLastByte) {
     }
 }
 
-TEST_P(Rollback, AWriteOfEachFieldIsTakenBack) {
+TEST_P(Rollback, AWriteOfEachFieldIsUndone) {
     st_every *object = everies[0];
     const auto before = bytes_of(object, st_every_sizeof(handle));
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
@@ -147,7 +147,7 @@ TEST_P(Rollback, AWriteOfEachFieldIsTakenBack) {
     EXPECT_EQ(bytes_of(object, st_every_sizeof(handle)), before);
 }
 
-TEST_P(Rollback, ADestroyedObjectIsBackWhole) {
+TEST_P(Rollback, ADestroyedObjectIsRestored) {
     ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
     st_every_destroy(handle, tx, everies[2]);
     st_grown_destroy(handle, tx, growns[0]);
@@ -159,7 +159,7 @@ TEST_P(Rollback, ADestroyedObjectIsBackWhole) {
     st_grown_destroy(handle, tx, growns[0]);
 }
 
-TEST_P(Rollback, ACopyIntoAnOlderObjectIsTakenBackApartFromItsStateBlock) {
+TEST_P(Rollback, ACopyIntoAnOlderObjectIsUndoneExceptItsStateBlock) {
     const auto before = bytes_of(everies[0], every_size);
     const auto source_flags = bytes_of(at(everies[1], every_size), tracking() ? every_states : 0);
     if (tracking()) st_every_label_state_flag_set(handle, tx, everies[1], 77, &err);
@@ -176,7 +176,7 @@ TEST_P(Rollback, ACopyIntoAnOlderObjectIsTakenBackApartFromItsStateBlock) {
     }
 }
 
-TEST_P(Rollback, EachOperationRepeatedWithItsNthAllocationFailingLeavesNoTrace) {
+TEST_P(Rollback, EachOperationWithItsNthAllocationFailingIsUndone) {
     for (u64 n = 1; n < 40; ++n) {
         const StoreSnapshot snapshot(session.store());
         ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);

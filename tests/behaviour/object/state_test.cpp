@@ -46,7 +46,7 @@ TEST_F(StateFlags, AFieldWriteMarksItsOwnFlagWith2AndNoOther) {
     EXPECT_EQ(bytes_of(at(conn, conn_size), conn_states), (std::vector<u8>{2, 0, 2}));
 }
 
-TEST_F(StateFlags, EachFieldHasItsOwnPlaceInTheBlock) {
+TEST_F(StateFlags, EachFieldHasItsOwnFlagInTheBlock) {
     st_every *every = st_every_create(handle, tx);
     const decltype(&st_every_a8_state_flag_set) setters[] = {
         st_every_a8_state_flag_set,    st_every_a16_state_flag_set,  st_every_a32_state_flag_set,
@@ -84,7 +84,7 @@ TEST_F(StateFlags, SettingAFlagAnnouncesItsByteAndMarksTheObjectAsModified) {
     EXPECT_EQ(services.calls("kel_get_instance_variant").at(0).arguments, words(every, 1, 1));
 }
 
-TEST_F(StateFlags, ReadingAFlagMakesNoVariantTestAndKeepsTheLastError) {
+TEST_F(StateFlags, ReadingAFlagChecksNoVariantAndKeepsTheLastError) {
     st_ldap_conn *conn = make.conn("server", 1);
     head(conn)->variant = -1;
     kel_store_err(handle, EEXIST);
@@ -105,7 +105,7 @@ TEST_F(StateFlags, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
     EXPECT_EQ(*at(conn, conn_size + 2), 2);
 }
 
-TEST_F(StateFlags, SettingAllFlagsFillsTheWholeBlockUnannounced) {
+TEST_F(StateFlags, SettingAllFlagsWritesTheWholeBlockUnannounced) {
     st_every *every = st_every_create(handle, tx);
     const auto body = bytes_of(every, every_size);
     HookRecorder hooks(handle);
@@ -154,7 +154,7 @@ TEST_F(StateModes, WithoutAControlRecordAFlagOfATrackedObjectIsRead) {
     EXPECT_EQ(*at(conn, conn_size + 2), 6);
 }
 
-TEST_F(StateModes, WithTrackingOffByItsModeFlagsAreError22WithoutATrace) {
+TEST_F(StateModes, WithModeOffFlagsFailWithEinvalWithoutATrace) {
     st_ldap_conn *conn = tracked_conn();
     track(KEL_STATE_TRACKING_OFF);
     TraceCapture trace;
@@ -166,7 +166,7 @@ TEST_F(StateModes, WithTrackingOffByItsModeFlagsAreError22WithoutATrace) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_F(StateModes, ReadersAndWritersOfFlagsSayInTwoTextsThatAnObjectIsUntracked) {
+TEST_F(StateModes, ReadersAndWritersOfFlagsTraceAnUntrackedObjectInTwoTexts) {
     st_ldap_conn *conn = plain_conn();
     TraceCapture trace;
     EXPECT_EQ(st_ldap_conn_num_conns_state_flag_get(handle, tx, conn, &err), 0);
@@ -179,7 +179,7 @@ TEST_F(StateModes, ReadersAndWritersOfFlagsSayInTwoTextsThatAnObjectIsUntracked)
     EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
 }
 
-TEST_F(StateModes, AFieldWriteToAnUntrackedObjectFailsWithItsValueInPlace) {
+TEST_F(StateModes, AFieldWriteToAnUntrackedObjectFailsAfterStoringItsValue) {
     st_ldap_conn *conn = plain_conn();
     kel_set_instance_modified(conn, 1, 0, 0);
     TraceCapture trace;
@@ -227,7 +227,7 @@ TEST_F(StateModes, ADestroyedTrackedObjectMayBeDestroyedByAPlainHandle) {
     EXPECT_LT(session.blocks(), blocks);
 }
 
-TEST_F(FatalState, AnUnknownModeEndsTheProcessWhereverTheModeIsAsked) {
+TEST_F(FatalState, AnUnknownModeEndsTheProcessWhereverTheModeIsRead) {
     st_ldap_conn *conn = make.conn("server", 1);
     st_ldap_conn *other = make.conn("other", 1);
     char buffer[256];

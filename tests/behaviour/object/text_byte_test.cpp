@@ -9,13 +9,13 @@
 namespace tarn::test {
 namespace {
 
-class Letters : public ObjectTest {
+class GoldenForms : public ObjectTest {
  protected:
     std::vector<char> buffer = std::vector<char>(8192, ' ');
     std::string text(u32 length) const { return {buffer.data(), length}; }
 };
 
-TEST_F(Letters, OfATextAreThose) {
+TEST_F(GoldenForms, Text) {
     const u32 length =
         st_every_print(handle, tx, buffer.data(), 0, "sample", sample_every(make), 8000, &err);
     EXPECT_EQ(err, 0U);
@@ -43,7 +43,7 @@ TEST_F(Letters, OfATextAreThose) {
               "}\n");
 }
 
-TEST_F(Letters, OfANewObjectsTextAreThose) {
+TEST_F(GoldenForms, TextOfANewObject) {
     const u32 length =
         st_every_print(handle, tx, buffer.data(), 1, "e", st_every_create(handle, tx), 8000, &err);
     EXPECT_EQ(err, 0U);
@@ -71,7 +71,7 @@ TEST_F(Letters, OfANewObjectsTextAreThose) {
               " }\n");
 }
 
-TEST_F(Letters, OfAnArraysTextCountFrom0) {
+TEST_F(GoldenForms, TextOfAnArrayCountsFrom0) {
     st_day *day = st_day_create(handle, tx);
     st_day_minute_set_value(handle, tx, day, 0, 5, &err);
     st_day_minute_set_value(handle, tx, day, 1439, 255, &err);
@@ -84,7 +84,7 @@ TEST_F(Letters, OfAnArraysTextCountFrom0) {
     EXPECT_EQ(std::count(whole.begin(), whole.end(), '\n'), 1 + 1 + 1440 + 1 + 1);
 }
 
-TEST_F(Letters, OfXmlAreThose) {
+TEST_F(GoldenForms, Xml) {
     const u32 length =
         st_every_to_xml(handle, tx, "sample", buffer.data(), sample_every(make), 8000, 0, &err);
     EXPECT_EQ(err, 0U);
@@ -109,7 +109,7 @@ TEST_F(Letters, OfXmlAreThose) {
               "</sample>\n");
 }
 
-TEST_F(Letters, OfXmlShowStateFlagsThatAreNot0) {
+TEST_F(GoldenForms, XmlHasNonzeroStateFlags) {
     track(KEL_STATE_TRACKING_ON);
     st_tag *tag = sample_tag(make);
     const u8 flags[tag_states] = {1, 0, 2, 3, 0, 255};
@@ -124,7 +124,7 @@ TEST_F(Letters, OfXmlShowStateFlagsThatAreNot0) {
               "</t>\n");
 }
 
-TEST_F(Letters, OfXmlSayThatAValueIsNoEnumerator) {
+TEST_F(GoldenForms, XmlOfAnUnknownEnumerator) {
     st_every *every = st_every_create(handle, tx);
     const u32 length = st_every_to_xml(handle, tx, "e", buffer.data(), every, 8000, 0, &err);
     EXPECT_EQ(err, 0U);
@@ -133,7 +133,7 @@ TEST_F(Letters, OfXmlSayThatAValueIsNoEnumerator) {
     EXPECT_NE(text(length).find("<label></label>\n<addr></addr>\n"), std::string::npos);
 }
 
-TEST_F(Letters, OfXmlWithAValueThatIsNoEnumeratorCannotBeReadBack) {
+TEST_F(GoldenForms, XmlOfAnUnknownEnumeratorCannotBeRead) {
     st_every *every = st_every_create(handle, tx);
     u32 length = st_every_to_xml(handle, tx, "e", buffer.data(), every, 8000, 0, &err);
     EXPECT_EQ(kel_xml_parse(buffer.data(), length), nullptr);

@@ -36,7 +36,7 @@ class Print : public ObjectModeTest {
 };
 TARN_EACH_MODE(Print);
 
-TEST_P(Print, AnObjectAtIndent0IsItsNameItsFieldsAndABrace) {
+TEST_P(Print, AnObjectAtIndent0HasItsNameItsFieldsAndABrace) {
     st_ldap_conn *conn = make.conn("server", 300);
     const u32 length = st_ldap_conn_print(handle, tx, buffer.data(), 0, "mine", conn, 1000, &err);
     EXPECT_EQ(err, 0U);
@@ -44,7 +44,7 @@ TEST_P(Print, AnObjectAtIndent0IsItsNameItsFieldsAndABrace) {
                                 line("num_conns", 300U, 2) + "}\n");
 }
 
-TEST_P(Print, ClosingBlanksLandOnTheOpeningOnesAndAreSteppedOver) {
+TEST_P(Print, ClosingBlanksAreWrittenOverTheOpeningOnesAndSkipped) {
     st_ldap_conn *conn = make.conn("server", 300);
     services.clear();
     const u32 length = st_ldap_conn_print(handle, tx, buffer.data(), 3, "mine", conn, 1000, &err);
@@ -59,14 +59,14 @@ TEST_P(Print, ClosingBlanksLandOnTheOpeningOnesAndAreSteppedOver) {
     }
 }
 
-TEST_P(Print, BytesThatAreSteppedOverKeepWhatTheyHeld) {
+TEST_P(Print, SkippedBytesKeepTheirContents) {
     st_ldap_conn *conn = make.conn("server", 300);
     std::fill(buffer.begin(), buffer.end(), '#');
     const u32 length = st_ldap_conn_print(handle, tx, buffer.data(), 3, "mine", conn, 1000, &err);
     EXPECT_EQ(text(length).substr(length - 5), "###}\n");
 }
 
-TEST_P(Print, BehindAnInnerTextTheByteIsKeptTooSoThatNoNulCutsTheWhole) {
+TEST_P(Print, NoNulIsWrittenAfterAnInnerText) {
     std::fill(buffer.begin(), buffer.end(), '#');
     st_tag *tag = make.tag(4);
     u32 length = st_tag_print(handle, tx, buffer.data(), 2, "t", tag, 1000, &err);
@@ -102,7 +102,7 @@ TEST_P(Print, EnumerationsAndNestedObjectsArePrintedOneLevelDeeper) {
     EXPECT_EQ(masked(text(length), opening.size(), 2), opening + "..}\n}\n");
 }
 
-TEST_P(Print, AValueThatIsNoEnumeratorIsSaidToBeOutOfRangeWithoutALineEnd) {
+TEST_P(Print, AnUnknownEnumeratorIsPrintedAsOutOfRangeWithoutANewline) {
     st_every *every = st_every_create(handle, tx);
     const u32 length = st_every_print(handle, tx, buffer.data(), 0, "e", every, 5000, &err);
     EXPECT_EQ(err, 0U);
@@ -111,7 +111,7 @@ TEST_P(Print, AValueThatIsNoEnumeratorIsSaidToBeOutOfRangeWithoutALineEnd) {
         << text(length);
 }
 
-TEST_P(Print, AnArrayIsALineAnElementLabelledFrom0) {
+TEST_P(Print, AnArrayHasOneLinePerElementLabelledFrom0) {
     st_day *day = st_day_create(handle, tx);
     st_day_minute_set_value(handle, tx, day, 0, 5, &err);
     st_day_minute_set_value(handle, tx, day, 1439, 255, &err);
@@ -133,7 +133,7 @@ TEST_P(Print, AnInstanceWithAllItsVariantsIsClosed) {
     EXPECT_EQ(text(length).substr(length - 3), "\n}\n");
 }
 
-TEST_P(Print, AnOlderInstanceOfATypeThatHasGrownEndsBehindItsLastFieldUnclosed) {
+TEST_P(Print, AnOlderInstanceEndsAfterItsLastFieldUnclosed) {
     st_grown *grown = make.grown(2);
     head(grown)->variant = 0;
     const u32 length = st_grown_print(handle, tx, buffer.data(), 0, "g", grown, 99000, &err);
@@ -144,7 +144,7 @@ TEST_P(Print, AnOlderInstanceOfATypeThatHasGrownEndsBehindItsLastFieldUnclosed) 
     EXPECT_EQ(text(length).substr(length - ending.size()), ending);
 }
 
-TEST_P(Print, AnInstanceOfANegativeVariantIsItsOpeningLine) {
+TEST_P(Print, AnInstanceOfANegativeVariantHasOnlyItsOpeningLine) {
     st_ldap_conn *conn = make.conn("server", 300);
     head(conn)->variant = -1;
     const u32 length = st_ldap_conn_print(handle, tx, buffer.data(), 2, "mine", conn, 1000, &err);
@@ -152,7 +152,7 @@ TEST_P(Print, AnInstanceOfANegativeVariantIsItsOpeningLine) {
     EXPECT_EQ(text(length), "  mine@st_ldap_conn: {\n");
 }
 
-TEST_P(Print, TheCrFormPrintsAtIndent0UnderTheTypesName) {
+TEST_P(Print, TheCrFormPrintsAtIndent0WithTheTypesName) {
     st_ldap_conn *conn = make.conn("server", 300);
     kel_clear_last_error(handle);
     const u32 length = st_ldap_conn_print_cr(handle, conn, buffer.data(), 1000);
@@ -162,15 +162,15 @@ TEST_P(Print, TheCrFormPrintsAtIndent0UnderTheTypesName) {
     EXPECT_EQ(st_ldap_conn_print_cr(handle, conn, buffer.data(), 1000), 0xffffffffU);
 }
 
-TEST_P(Print, NoRoomIsTooLittleIsSafe) {
+TEST_P(Print, IsSafeForEveryBufferSize) {
     st_every *every = make.every(3);
     const u32 length = st_every_print(handle, tx, buffer.data(), 4, "e", every, 5000, &err);
     ASSERT_EQ(err, 0U);
-    for (u32 room = 0; room < length; ++room) {
-        std::vector<char> exact(room);
-        const u32 written = st_every_print(handle, tx, exact.data(), 4, "e", every, room, &err);
-        EXPECT_LE(written, room);
-        ASSERT_EQ(err, EMSGSIZE) << room;
+    for (u32 space = 0; space < length; ++space) {
+        std::vector<char> exact(space);
+        const u32 written = st_every_print(handle, tx, exact.data(), 4, "e", every, space, &err);
+        EXPECT_LE(written, space);
+        ASSERT_EQ(err, EMSGSIZE) << space;
         EXPECT_EQ(handle->last_error, EMSGSIZE);
         err = 0;
     }

@@ -24,7 +24,7 @@ TARN_EACH_MODE(FormEnds);
 using PlainFormEnds = ObjectTest;
 using TrackedFormEnds = TrackedTest;
 
-TEST_P(FormEnds, ANestedObjectOfANewerWriterIsJumpedOverToItsEnd) {
+TEST_P(FormEnds, TheRestOfANewerNestedObjectIsSkippedByItsJump) {
     st_grown *source = make.grown(2);
     auto bytes = form(st_grown_marshal, source);
     // `share` ends where `minute` begins: insert five bytes of a later field there.
@@ -44,7 +44,7 @@ TEST_P(FormEnds, ANestedObjectOfANewerWriterIsJumpedOverToItsEnd) {
     EXPECT_EQ(trace.lines.size(), 1U) << trace.all();
 }
 
-TEST_P(FormEnds, AJumpThatAgreesWithWhatWasReadIsNotTraced) {
+TEST_P(FormEnds, AJumpToTheEndOfWhatWasReadIsNotTraced) {
     const auto bytes = form(st_every_marshal, make.every(2));
     st_every *target = make.every(3);
     TraceCapture trace;
@@ -61,7 +61,7 @@ TEST_P(FormEnds, AJumpByOneByteIsFollowed) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(FormEnds, ANegativeVariantIsLeftByTheJumpAlone) {
+TEST_P(FormEnds, ANegativeVariantIsSkippedByItsJump) {
     const std::vector<u8> bytes = {0xff, 0, 9, 0, 0, 0, 1, 2, 3, 4, 5};
     st_point *target = st_point_create(handle, tx);
     EXPECT_EQ(read(st_point_unmarshal, target, bytes), 11U);
@@ -69,7 +69,7 @@ TEST_P(FormEnds, ANegativeVariantIsLeftByTheJumpAlone) {
     EXPECT_EQ(*at<std::int32_t>(target, 12), 0);
 }
 
-TEST_P(FormEnds, EachFieldIsGivenTheRoomThatIsLeft) {
+TEST_P(FormEnds, EachFieldGetsTheRemainingLength) {
     const auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     st_ldap_conn *target = make.conn("other", 6);
     services.clear();
@@ -80,7 +80,7 @@ TEST_P(FormEnds, EachFieldIsGivenTheRoomThatIsLeft) {
               4 + state());
 }
 
-TEST_P(FormEnds, TraceDataThatIsCutShortReachesNobody) {
+TEST_P(FormEnds, TruncatedTraceDataIsNotStored) {
     st_point *source = st_point_create(handle, tx);
     kellib_update_ra_all(handle, tx, source, 0x1122334455667788, 0x99);
     const auto bytes = form(st_point_marshal, source);
@@ -101,7 +101,7 @@ TEST_P(FormEnds, TraceDataThatIsCutShortReachesNobody) {
 
 // ---- The header afterwards -----------------------------------------------------------
 
-TEST_P(FormEnds, TheObjectsOtherFlagsStay) {
+TEST_P(FormEnds, TheObjectsOtherFlagsAreKept) {
     const auto bytes = form(st_point_marshal, st_point_create(handle, tx));
     st_point *target = st_point_create(handle, tx);
     st_point_set_instance_embedded(handle, tx, target);
@@ -112,7 +112,7 @@ TEST_P(FormEnds, TheObjectsOtherFlagsStay) {
     EXPECT_EQ(head(target)->flags, before);
 }
 
-TEST_P(FormEnds, AfterAnErrorVariantAndDescriptorAreSetAllTheSame) {
+TEST_P(FormEnds, AfterAnErrorVariantAndDescriptorAreStillSet) {
     auto bytes = form(st_grown_marshal, make.grown(1));
     bytes[0] = 0;
     bytes.resize(7);
@@ -126,7 +126,7 @@ TEST_P(FormEnds, AfterAnErrorVariantAndDescriptorAreSetAllTheSame) {
     make.check(st_grown_share_get(handle, tx, target, &err), 3);
 }
 
-TEST_P(FormEnds, TheCreatedVariantStays) {
+TEST_P(FormEnds, TheCreatedVariantIsKept) {
     auto bytes = form(st_grown_marshal, make.grown(1));
     bytes[0] = 0;
     st_grown *target = st_grown_create(handle, tx);
@@ -135,7 +135,7 @@ TEST_P(FormEnds, TheCreatedVariantStays) {
     EXPECT_EQ(head(target)->created_variant, 1);
 }
 
-TEST_F(PlainFormEnds, TheDescriptorBecomesTheReadersOwn) {
+TEST_F(PlainFormEnds, TheDescriptorBecomesTheReaders) {
     const u8 bytes[] = {0, 0, 12, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0};
     kel_handle *second = session.second_handle(Mode::store_types);
     st_point *point = st_point_create(handle, tx);
@@ -153,7 +153,7 @@ TEST_F(PlainFormEnds, TheDescriptorBecomesTheReadersOwn) {
 // A point's form with state bytes whose jump says nothing.
 const std::vector<u8> tracked_point = {0, 8, 0, 0, 0, 0, 1, 0, 0, 0, 7, 2, 0, 0, 0, 8};
 
-TEST_F(PlainFormEnds, AStateByteThatIsMissingIsNotSteppedOver) {
+TEST_F(PlainFormEnds, AMissingStateByteIsNotSkipped) {
     st_point *point = st_point_create(handle, tx);
     EXPECT_EQ(st_point_unmarshal(handle, tx, tracked_point.data(), point, 16, 0, &err), 16U);
     EXPECT_EQ(st_point_unmarshal(handle, tx, tracked_point.data(), point, 15, 0, &err), 15U);
@@ -161,7 +161,7 @@ TEST_F(PlainFormEnds, AStateByteThatIsMissingIsNotSteppedOver) {
     EXPECT_EQ(*at<std::int32_t>(point, 16), 2);
 }
 
-TEST_F(TrackedFormEnds, AStateByteThatIsMissingIsNotCopied) {
+TEST_F(TrackedFormEnds, AMissingStateByteIsNotCopied) {
     st_point *point = st_point_create(handle, tx);
     EXPECT_EQ(st_point_unmarshal(handle, tx, tracked_point.data(), point, 16, 0, &err), 16U);
     EXPECT_EQ(bytes_of(at(point, point_size), 2), (std::vector<u8>{7, 8}));
@@ -173,9 +173,9 @@ TEST_F(TrackedFormEnds, AStateByteThatIsMissingIsNotCopied) {
 
 // A day that ends with its array's flags, and whose jump says nothing: those that are
 // there are taken.
-class CutFlags : public TrackedTest {
+class TruncatedFlags : public TrackedTest {
  protected:
-    CutFlags() {
+    TruncatedFlags() {
         st_grown *grown = make.grown(3);
         head(grown)->variant = 0;
         for (u32 i = 0; i < grown_states; ++i) *at(grown, grown_size + i) = static_cast<u8>(i | 1);
@@ -188,7 +188,7 @@ class CutFlags : public TrackedTest {
     std::vector<u8> bytes;
 };
 
-TEST_F(CutFlags, OfAnArrayAreCopiedAsFarAsTheyGo) {
+TEST_F(TruncatedFlags, OfAnArrayAreCopiedAsFarAsPresent) {
     for (const u32 missing : {0U, 1U, 700U, 1439U, 1440U, 1441U}) {
         const u32 length = static_cast<u32>(bytes.size()) - missing;
         const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
@@ -201,7 +201,7 @@ TEST_F(CutFlags, OfAnArrayAreCopiedAsFarAsTheyGo) {
     }
 }
 
-TEST_F(CutFlags, OfAnArrayAreSteppedOverAsFarAsTheyGo) {
+TEST_F(TruncatedFlags, OfAnArrayAreSkippedAsFarAsPresent) {
     track(0);
     for (const u32 missing : {0U, 1U, 700U, 1439U, 1440U, 1441U}) {
         const u32 length = static_cast<u32>(bytes.size()) - missing;
@@ -213,7 +213,7 @@ TEST_F(CutFlags, OfAnArrayAreSteppedOverAsFarAsTheyGo) {
     }
 }
 
-TEST_F(CutFlags, OfAnArrayAreAnnouncedAsOne) {
+TEST_F(TruncatedFlags, OfAnArrayAreAnnouncedAsOne) {
     st_grown *target = st_grown_create(handle, tx);
     HookRecorder hooks(handle);
     read(st_grown_unmarshal, target, bytes);

@@ -38,7 +38,7 @@ class UnmarshalModes : public ObjectTest {
 };
 using FatalUnmarshal = UnmarshalModes;
 
-TEST_P(Unmarshal, WhatWasWrittenIsReadBack) {
+TEST_P(Unmarshal, RoundTrips) {
     for (u32 seed = 0; seed < 4; ++seed) {
         st_every *every = st_every_create(handle, tx);
         const auto bytes = form(st_every_marshal, make.every(seed));
@@ -53,7 +53,7 @@ TEST_P(Unmarshal, WhatWasWrittenIsReadBack) {
     }
 }
 
-TEST_P(Unmarshal, InPlaceIsHandedDownUnchanged) {
+TEST_P(Unmarshal, InPlaceIsPassedToTheFieldsUnchanged) {
     const auto bytes = form(st_every_marshal, make.every(2));
     st_every *every = st_every_create(handle, tx);
     services.clear();
@@ -64,7 +64,7 @@ TEST_P(Unmarshal, InPlaceIsHandedDownUnchanged) {
     EXPECT_EQ(services.calls("u_int32_unmarshal", at(every, 64 + 12)).at(0).arguments.at(5), 9U);
 }
 
-TEST_P(Unmarshal, AVariantAboveTheTypesIsReadAsTheTypes) {
+TEST_P(Unmarshal, AVariantAboveTheTypesIsReducedToIt) {
     auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     bytes[0] = 3;
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
@@ -74,7 +74,7 @@ TEST_P(Unmarshal, AVariantAboveTheTypesIsReadAsTheTypes) {
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
 }
 
-TEST_P(Unmarshal, TheMarkOfTraceDataComesFromTheWireWhateverTheServiceDoes) {
+TEST_P(Unmarshal, TheFlagOfTraceDataComesFromTheWire) {
     st_ldap_conn *source = make.conn("server", 5);
     kellib_update_ra_all(handle, tx, source, 1, 2);
     const auto bytes = form(st_ldap_conn_marshal, source);
@@ -85,7 +85,7 @@ TEST_P(Unmarshal, TheMarkOfTraceDataComesFromTheWireWhateverTheServiceDoes) {
     head(conn)->flags &= static_cast<u8>(~OBJ_RA_DATA);
 }
 
-TEST_P(Unmarshal, AnOlderFormLeavesTheLaterFieldsAsTheyWere) {
+TEST_P(Unmarshal, AnOlderFormKeepsTheLaterFields) {
     st_grown *source = make.grown(2);
     head(source)->variant = 0;
     const auto bytes = form(st_grown_marshal, source);
@@ -97,7 +97,7 @@ TEST_P(Unmarshal, AnOlderFormLeavesTheLaterFieldsAsTheyWere) {
     make.check(at<st_tag>(grown, 1608), 10);
 }
 
-TEST_P(Unmarshal, UnknownBytesInsideTheJumpAreSteppedOver) {
+TEST_P(Unmarshal, UnknownBytesWithinTheJumpAreSkipped) {
     auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     const u32 known = size(bytes);
     bytes[0] = 7;
@@ -121,7 +121,7 @@ TEST_P(Unmarshal, UnknownBytesInsideTheJumpAreSteppedOver) {
     EXPECT_EQ(*at<u32>(conn, 48), 6U);
 }
 
-TEST_P(Unmarshal, AJumpThatFallsShortOrIsNegativeChangesNothing) {
+TEST_P(Unmarshal, AJumpThatIsTooShortOrNegativeIsIgnored) {
     for (const std::int32_t jump : {0, 4, -5, std::numeric_limits<std::int32_t>::min()}) {
         auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
         std::memcpy(bytes.data() + 2, &jump, sizeof jump);
@@ -141,7 +141,7 @@ TEST_P(Unmarshal, AJumpMayPointBeyondTheBuffer) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Unmarshal, ANestedJumpBeyondTheBufferLeavesNothingForTheFieldsBehind) {
+TEST_P(Unmarshal, ANestedJumpBeyondTheBufferLeavesNoBytesForLaterFields) {
     st_grown *source = make.grown(2);
     auto bytes = form(st_grown_marshal, source);
     // `share` comes after 6 of header, `name` and `total`.
@@ -165,7 +165,7 @@ TEST_P(Unmarshal, AFormOfANegativeVariantHasNoBody) {
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
 }
 
-TEST_P(Unmarshal, WithoutAByteToReadTheErrorIs12) {
+TEST_P(Unmarshal, AnEmptyBufferFailsWithEnomem) {
     st_ldap_conn *conn = make.conn("server", 5);
     const auto before = bytes_of(conn, st_ldap_conn_sizeof(handle));
     const u8 byte = 0;
@@ -176,7 +176,7 @@ TEST_P(Unmarshal, WithoutAByteToReadTheErrorIs12) {
     EXPECT_EQ(bytes_of(conn, st_ldap_conn_sizeof(handle)), before);
 }
 
-TEST_P(Unmarshal, EveryFormThatEndsEarlyIsAnErrorAndIsNotReadBeyond) {
+TEST_P(Unmarshal, EveryTruncatedFormFailsAndIsNotReadBeyond) {
     const auto bytes = form(st_every_marshal, make.every(3));
     for (u32 length = 1; length < bytes.size(); ++length) {
         const std::vector<u8> cut(bytes.begin(), bytes.begin() + length);
@@ -192,7 +192,7 @@ TEST_P(Unmarshal, EveryFormThatEndsEarlyIsAnErrorAndIsNotReadBeyond) {
     }
 }
 
-TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
+TEST_P(Unmarshal, RandomBytesCauseNoAccessOutsideBufferOrObject) {
     constexpr u32 seed = 20240517;
     std::mt19937 random(seed);
     const auto base = form(st_grown_marshal, make.grown(1));
@@ -223,7 +223,7 @@ TEST_P(Unmarshal, RandomBytesNeverReachOutsideTheBufferOrTheObject) {
     EXPECT_GT(whole, 10) << "forms that were read to their end";
 }
 
-TEST_P(Unmarshal, FlagsThatNobodySendsAreNotTaken) {
+TEST_P(Unmarshal, FlagsThatAreNeverSentAreIgnored) {
     auto bytes = form(st_ldap_conn_marshal, make.conn("server", 5));
     bytes[1] = static_cast<u8>(bytes[1] | 0xd7);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
@@ -261,7 +261,7 @@ TEST_P(Unmarshal, TraceDataIsReadIntoTheObject) {
     EXPECT_EQ(*at<u32>(conn, 48), 5U);
 }
 
-TEST_P(Unmarshal, AnObjectIsNotMarkedWithTraceDataThatWasCutOff) {
+TEST_P(Unmarshal, TruncatedTraceDataSetsNoFlag) {
     st_ldap_conn *conn = make.conn("server", 5);
     for (const u32 length : {2U, 10U}) {
         std::vector<u8> bytes(length, 0x55);
@@ -278,7 +278,7 @@ TEST_P(Unmarshal, AnObjectIsNotMarkedWithTraceDataThatWasCutOff) {
 
 // ---- Between modes -----------------------------------------------------------------------
 
-TEST_F(UnmarshalModes, TheStateFlagsComeAlong) {
+TEST_F(UnmarshalModes, StateFlagsAreRead) {
     track(KEL_STATE_TRACKING_ON);
     st_grown *source = make.grown(1);
     for (u32 i = 0; i < grown_states; ++i) *at(source, grown_size + i) = static_cast<u8>(i + 1);
@@ -292,7 +292,7 @@ TEST_F(UnmarshalModes, TheStateFlagsComeAlong) {
     EXPECT_EQ(bytes_of(at(grown, grown_size), grown_states), expected);
 }
 
-TEST_F(UnmarshalModes, APlainHandleStepsOverStateBytes) {
+TEST_F(UnmarshalModes, APlainHandleSkipsStateBytes) {
     track(KEL_STATE_TRACKING_ON);
     const auto bytes = form_of("server", 5);
     ASSERT_NE(kellib_type_header_get_state_tracking_flag(bytes.data()), 0U);
@@ -305,7 +305,7 @@ TEST_F(UnmarshalModes, APlainHandleStepsOverStateBytes) {
     }
 }
 
-TEST_F(UnmarshalModes, APlainHandleStepsOverTheStateBytesOfArraysAndNestedObjects) {
+TEST_F(UnmarshalModes, APlainHandleSkipsTheStateBytesOfArraysAndNestedObjects) {
     track(KEL_STATE_TRACKING_ON);
     st_grown *source = make.grown(3);
     const auto bytes = form(st_grown_marshal, source);
@@ -337,7 +337,7 @@ TEST_F(UnmarshalModes, StateBytesReadAreAnnouncedOneByOne) {
     EXPECT_EQ(bytes_of(at(conn, conn_size), conn_states), (std::vector<u8>{2, 0, 2}));
 }
 
-TEST_F(UnmarshalModes, AFormCutBeforeItsLastStateByteLeavesThatFlag) {
+TEST_F(UnmarshalModes, AFormWithoutItsLastStateByteKeepsThatFlag) {
     track(KEL_STATE_TRACKING_ON);
     auto bytes = form_of("server", 5);
     bytes.pop_back();

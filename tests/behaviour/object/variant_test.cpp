@@ -21,7 +21,7 @@ TARN_EACH_MODE(Variants);
 class Backpropagation : public ObjectModeTest {};
 TARN_EACH_MODE(Backpropagation);
 
-TEST_P(Variants, AVariantIsCappedAtTheTypesTopAndNegativeOnesPass) {
+TEST_P(Variants, AVariantIsCappedAtTheTypesTopAndMayBeNegative) {
     EXPECT_EQ(st_grown_variant_data_index_cap(2), 1);
     EXPECT_EQ(st_grown_variant_data_index_cap(1), 1);
     EXPECT_EQ(st_grown_variant_data_index_cap(0), 0);
@@ -39,7 +39,7 @@ TEST_P(Variants, ANewInstanceHasTheDomainsVariantCappedAtTheTypesTop) {
     EXPECT_EQ(head(st_point_create(handle, tx))->variant, 0);
 }
 
-TEST_P(Variants, AnEnumerationOfALaterVariantIsCountedInTheOneRecordThereIs) {
+TEST_P(Variants, AnEnumerationOfALaterVariantIsCountedInItsOnlyRecord) {
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 3);
     lamp_state *lamp = lamp_state_create(handle, tx);
     const kel_type_info *descriptor = head(lamp)->descriptor;
@@ -51,7 +51,7 @@ TEST_P(Variants, AnEnumerationOfALaterVariantIsCountedInTheOneRecordThereIs) {
     EXPECT_EQ(usage(descriptor).destroyed, before.destroyed + 1);
 }
 
-TEST_P(Variants, AnInstanceOfANegativeVariantCanBeMadeAndDestroyed) {
+TEST_P(Variants, AnInstanceOfANegativeVariantCanBeCreatedAndDestroyed) {
     kel_handle_set_variant(handle, &_st_point_type_info_internal, -1);
     const kel_variant_usage before = usage(&_st_point_type_info_internal);
     st_point *point = st_point_create(handle, tx);
@@ -67,7 +67,7 @@ TEST_P(Variants, AnInstanceOfANegativeVariantCanBeMadeAndDestroyed) {
     EXPECT_EQ(usage(&_st_point_type_info_internal).live, before.live);
 }
 
-TEST_P(Variants, FieldNumbersAreValidByTheBoundariesOfTheType) {
+TEST_P(Variants, FieldNumbersAreValidWithinTheType) {
     constexpr struct {
         std::int8_t domain;
         u32 number;
@@ -100,7 +100,7 @@ TEST_P(Variants, AFieldOfALaterVariantCannotBeReadFromAnOlderInstance) {
     }
 }
 
-TEST_P(Variants, AWriteRaisesAnOlderInstanceIfTheDomainAllows) {
+TEST_P(Variants, AWriteRaisesAnOlderInstanceIfTheDomainAllowsIt) {
     st_grown *grown = grown_of(0);
     st_tag *source = make.tag(9);
     const auto before = bytes_of(at(grown, 1608), tag_size);
@@ -139,7 +139,7 @@ TEST_P(Variants, EveryWriteAdjustsWithTheTypesTopVariantAndTheObjectsDescriptor)
     EXPECT_EQ(services.calls("kellib_adjust_variant").at(0).arguments.at(4), 0U);
 }
 
-TEST_P(Variants, ANegativeVariantMakesEveryFieldAccessFailWith43) {
+TEST_P(Variants, ANegativeVariantMakesEveryFieldAccessFailWithEidrm) {
     st_ldap_conn *conn = make.conn("server", 7);
     kel_handle_set_variant(handle, &_st_ldap_conn_type_info_internal, -1);
     head(conn)->variant = -1;
@@ -173,7 +173,7 @@ TEST_P(Variants, WholeObjectReadsAndWritesStopSilentlyAtANegativeVariant) {
     EXPECT_EQ(*at<u32>(conn, 48), 7U);
 }
 
-TEST_P(Variants, CompareAndHashTakeInTheFieldsOfAllVariants) {
+TEST_P(Variants, CompareAndHashUseTheFieldsOfAllVariants) {
     st_grown *a = grown_of(1, 3);
     st_grown *b = grown_of(1, 3);
     head(a)->variant = 0;
@@ -186,7 +186,7 @@ TEST_P(Variants, CompareAndHashTakeInTheFieldsOfAllVariants) {
     EXPECT_NE(st_grown_hash(a, 5), st_grown_hash(b, 5));
 }
 
-TEST_P(Variants, ReadersAndWritersAskForTheVariantOfTheStructureAndOfTheFieldsSize) {
+TEST_P(Variants, ReadersAndWritersGetTheVariantOfTheStructureByTheFieldsSize) {
     st_every *every = make.every(1);
     const auto asked = [&](auto operation) {
         services.clear();
@@ -207,7 +207,7 @@ TEST_P(Variants, ReadersAndWritersAskForTheVariantOfTheStructureAndOfTheFieldsSi
     EXPECT_EQ(asked([&] { st_every_len(handle, tx, every); }), large);
 }
 
-TEST_P(Variants, AnEnumerationObjectIsAskedForAsNoStructureAndSmall) {
+TEST_P(Variants, TheVariantOfAnEnumerationIsReadAsThatOfASmallObject) {
     lamp_state *lamp = lamp_state_create(handle, tx);
     services.clear();
     lamp_state_set_value(handle, tx, lamp, 1, &err);
@@ -216,7 +216,7 @@ TEST_P(Variants, AnEnumerationObjectIsAskedForAsNoStructureAndSmall) {
     for (const ServiceCall &call : calls) EXPECT_EQ(call.arguments, words(lamp, 0, 1));
 }
 
-TEST_P(Variants, ANestedObjectHasAVariantOfItsOwnThatItsParentDoesNotLookAt) {
+TEST_P(Variants, ANestedObjectHasItsOwnVariant) {
     kel_handle_set_variant(handle, &_st_point_type_info_internal, -1);
     st_tag *tag = st_tag_create(handle, tx);
     EXPECT_EQ(head(tag)->variant, 0);
@@ -228,7 +228,7 @@ TEST_P(Variants, ANestedObjectHasAVariantOfItsOwnThatItsParentDoesNotLookAt) {
     expect_error(EIDRM);
 }
 
-TEST_P(Variants, AModifiedMarkGoesToTheObjectWithTheFieldsSize) {
+TEST_P(Variants, AModifiedMarkIsSetInTheObjectByTheFieldsSize) {
     st_every *every = make.every(1);
     services.clear();
     st_every_a16_set_value(handle, tx, every, 1, &err);
@@ -245,7 +245,7 @@ TEST_P(Variants, AModifiedMarkGoesToTheObjectWithTheFieldsSize) {
 
 // ---- Modified marks ------------------------------------------------------------------
 
-TEST_P(Backpropagation, ANullObjectGives0AndIsTraced) {
+TEST_P(Backpropagation, ANullObjectReturns0AndIsTraced) {
     TraceCapture trace;
     EXPECT_EQ(st_ldap_conn_type_type_backpropagate(handle, tx, nullptr, &err), 0U);
     EXPECT_EQ(err, 0U);
@@ -288,7 +288,7 @@ TEST_P(Backpropagation, AMarkedFieldIsClearedAlongWithTheObjectsOwnMark) {
               words(every, 1, 0, 0));
 }
 
-TEST_P(Backpropagation, AMarkDeepInsideIsFound) {
+TEST_P(Backpropagation, AMarkOfADeeplyNestedObjectIsFound) {
     st_every *every = st_every_create(handle, tx);
     kel_set_instance_modified(at(every, 224), 1, 0, 1);
     EXPECT_EQ(st_every_type_type_backpropagate(handle, tx, every, &err), 1U);

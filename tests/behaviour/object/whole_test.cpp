@@ -58,7 +58,7 @@ TEST_P(WholeObjects, AValueWithoutAccessIsReadAs0) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
+TEST_P(WholeObjects, SettingAllValuesSetsNoStateFlag) {
     st_every *every = st_every_create(handle, tx);
     services.clear();
     st_every_set_all(handle, tx, every, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
@@ -76,7 +76,7 @@ TEST_P(WholeObjects, SettingAllValuesTouchesNoStateFlag) {
     EXPECT_EQ(sizes, (std::vector<u64>{0, 0, 0, 0, 0, 0, 1, 1, 1}));
 }
 
-TEST_P(WholeObjects, AFailureInTheMiddleStopsNeitherTheOtherValuesNorTheMarks) {
+TEST_P(WholeObjects, AFailedValueStopsNeitherTheOthersNorTheMarks) {
     st_every *every = st_every_create(handle, tx);
     services.clear();
     services.replace(u_int32_set_value,
@@ -98,12 +98,12 @@ TEST_P(WholeObjects, TheFirstFailureOfSettingAllValuesIsTheResult) {
     expect_error(EINVAL);
 }
 
-TEST_P(WholeObjects, SettingAllValuesOfANullObjectIsError2) {
+TEST_P(WholeObjects, SettingAllValuesOfANullObjectFailsWithEnoent) {
     st_every_set_all(handle, tx, nullptr, 1, 2, 3, 4, -5, -6, 1, 2, 3, &err);
     expect_error(ENOENT);
 }
 
-TEST_P(WholeObjects, ACopyHasTheValuesAndTextsOfItsOwn) {
+TEST_P(WholeObjects, ACopyHasTheValuesAndItsOwnTexts) {
     for (u32 seed = 0; seed < 3; ++seed) {
         st_every *source = make.every(seed);
         st_every *copy = make.every(seed + 7);
@@ -116,7 +116,7 @@ TEST_P(WholeObjects, ACopyHasTheValuesAndTextsOfItsOwn) {
     }
 }
 
-TEST_P(WholeObjects, CopyingLeaksAndSharesNoText) {
+TEST_P(WholeObjects, CopyingNeitherLeaksNorSharesText) {
     const auto round = [&] {
         st_grown *source = make.grown(1);
         st_grown *copy = make.grown(3);
@@ -133,7 +133,7 @@ TEST_P(WholeObjects, CopyingLeaksAndSharesNoText) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_P(WholeObjects, ACopyOfAnObjectOverItselfOnlyAdjustsTheVariant) {
+TEST_P(WholeObjects, CopyingAnObjectOntoItselfOnlyAdjustsTheVariant) {
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
     st_grown *grown = make.grown(1);
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);
@@ -168,7 +168,7 @@ TEST_P(WholeObjects, ACopyAnnouncesThePlainSizeFirstAndSetsNoModifiedMark) {
               "kel_vstring_set ip_address_set kel_vstring_set");
 }
 
-TEST_P(WholeObjects, ACopyRunsOnWithAnErrorSetAndKeepsIt) {
+TEST_P(WholeObjects, ACopyRunsWithAnErrorSetAndKeepsIt) {
     st_every *source = make.every(1);
     st_every *copy = make.every(2);
     err = ENOMEM;
@@ -178,7 +178,7 @@ TEST_P(WholeObjects, ACopyRunsOnWithAnErrorSetAndKeepsIt) {
     make.check(copy, 1);
 }
 
-TEST_P(WholeObjects, CopyingFromOrToNullIsError2) {
+TEST_P(WholeObjects, CopyingFromOrToNullFailsWithEnoent) {
     st_every *every = make.every(1);
     st_every_set(handle, tx, every, nullptr, &err);
     expect_error(ENOENT);

@@ -51,7 +51,7 @@ TEST_F(WireBytes, OfEachKindOfFieldAreReadBack) {
     EXPECT_EQ(text_of(st_every_addr_get(handle, tx, every, &err)), "192.0.2.7");
 }
 
-TEST_F(WireBytes, OfAnyTruthAreTrueAndOfAnUnknownFamilyAreRefused) {
+TEST_F(WireBytes, NonzeroBooleansAreTrueAndUnknownFamiliesAreRefused) {
     auto bytes = every_bytes;
     bytes[33] = 0x80;  // flag
     st_every *every = st_every_create(handle, tx);
@@ -87,7 +87,7 @@ TEST_F(WireBytes, OfANewObjectAreThoseOfEmptyFields) {
 
 // ---- With state bytes ----------------------------------------------------------------
 
-TEST_F(WireBytes, InStateModeEachObjectHasItsStateBytesAndEachFieldItsFirst) {
+TEST_F(WireBytes, InStateModeEachObjectAndFieldHasItsStateBytes) {
     track(KEL_STATE_TRACKING_ON);
     st_tag *tag = sample_tag(make);
     // Positions: name 0 (and 1, its own), lamp 2, point 3, its x 4 and y 5.
@@ -135,7 +135,7 @@ TEST_F(WireBytes, InStateModeANestedObjectWithoutABlockHasStateBytesOf0) {
 
 // ---- Arrays --------------------------------------------------------------------------
 
-TEST_F(WireBytes, OfAnArrayAreItsElementsWithoutCountOrHeader) {
+TEST_F(WireBytes, OfAnArrayAreItsElements) {
     st_day *day = st_day_create(handle, tx);
     for (u32 i = 0; i < minutes; ++i) {
         st_day_minute_set_value(handle, tx, day, i, static_cast<u8>(i % 251), &err);
@@ -148,7 +148,7 @@ TEST_F(WireBytes, OfAnArrayAreItsElementsWithoutCountOrHeader) {
     EXPECT_EQ(st_day_len(handle, tx, day), expected.size());
 }
 
-TEST_F(WireBytes, OfAnOlderVariantEndWithTheArrayAndOfTheNewerOneWithTheFieldThatCame) {
+TEST_F(WireBytes, OfEachVariantEndWithItsLastField) {
     st_grown *grown = st_grown_create(handle, tx);
     st_grown_minute_set_value(handle, tx, grown, 1439, 7, &err);
     auto newer = form(st_grown_marshal, grown);

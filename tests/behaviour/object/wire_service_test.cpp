@@ -14,26 +14,26 @@ class WireServices : public ObjectModeTest {
     std::vector<u8> buffer = std::vector<u8>(8192, 0xee);
     u8 *place(u32 offset) { return buffer.data() + offset; }
     // Expects one call of the service about the item at `offset`.
-    void expect_item(const std::string &service, const void *field, u32 offset, u32 room) {
+    void expect_item(const std::string &service, const void *field, u32 offset, u32 space) {
         const auto calls = services.calls(service, field);
         ASSERT_EQ(calls.size(), 1U) << service << " at " << offset;
         EXPECT_EQ(calls[0].pointer<u8>(2), place(offset)) << service;
-        EXPECT_EQ(calls[0].arguments.at(4), room - offset) << service;
+        EXPECT_EQ(calls[0].arguments.at(4), space - offset) << service;
     }
     u32 state() const { return tracking() ? 1 : 0; }
 };
 TARN_EACH_MODE(WireServices);
 using FatalWire = ObjectTest;
 
-TEST_P(WireServices, EachFieldIsGivenThePlaceBehindTheLastOneAndTheRoomThatIsLeft) {
+TEST_P(WireServices, EachFieldGetsTheNextAddressAndTheRemainingLength) {
     st_every *every = make.every(0);
-    const u32 room = 500;
+    const u32 space = 500;
     services.clear();
-    st_every_marshal(handle, tx, buffer.data(), every, room, &err);
+    st_every_marshal(handle, tx, buffer.data(), every, space, &err);
     ASSERT_EQ(err, 0U);
     u32 offset = 6;
     const auto expect_next = [&](const char *service, u32 field, u32 length) {
-        expect_item(std::string(service) + "_marshal", at(every, field), offset, room);
+        expect_item(std::string(service) + "_marshal", at(every, field), offset, space);
         offset += length + state();
     };
     expect_next("u_int8", 11, 1);
@@ -54,14 +54,14 @@ TEST_P(WireServices, EachFieldIsGivenThePlaceBehindTheLastOneAndTheRoomThatIsLef
     expect_next("int32", 160 + 64 + 16, 4);
 }
 
-TEST_P(WireServices, TheHeaderIsVariantFlagsAndAJumpOf0ThatIsPatchedInItsFourBytes) {
+TEST_P(WireServices, TheHeaderIsVariantFlagsAndAJumpThatIsPatchedLater) {
     st_ldap_conn *conn = make.conn("server", 300);
     std::vector<std::int32_t> written;
     services.replace(
         _kel_variant_jump_marshal,
-        [&](auto own, auto tx_id, void *to, const std::int32_t *jump, u32 room, u32 *error) {
+        [&](auto own, auto tx_id, void *to, const std::int32_t *jump, u32 space, u32 *error) {
             written.push_back(*jump);
-            return _kel_variant_jump_marshal(own, tx_id, to, jump, room, error);
+            return _kel_variant_jump_marshal(own, tx_id, to, jump, space, error);
         });
     services.clear();
     const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
@@ -82,7 +82,7 @@ TEST_P(WireServices, TheHeaderIsVariantFlagsAndAJumpOf0ThatIsPatchedInItsFourByt
     EXPECT_EQ(written, (std::vector<std::int32_t>{0, static_cast<std::int32_t>(length - 2)}));
 }
 
-TEST_P(WireServices, TheDomainIsAskedWithTheObjectsDescriptorOrWithNullForNone) {
+TEST_P(WireServices, TheDomainGetsTheObjectsDescriptorOrNull) {
     st_point *point = st_point_create(handle, tx);
     services.clear();
     st_point_marshal(handle, tx, buffer.data(), point, 100, &err);
@@ -106,7 +106,7 @@ TEST_P(WireServices, ANullObjectIsWrittenAsEmptyFields) {
     EXPECT_EQ(bytes_of(buffer.data(), length), tracking() ? tracked : plain);
 }
 
-TEST_P(WireServices, AnInstanceIsHeldDownToADomainThatKnowsNoVariantAtAll) {
+TEST_P(WireServices, AnInstanceIsLimitedByADomainWithoutVariants) {
     st_ldap_conn *conn = make.conn("server", 300);
     kel_handle_set_variant(handle, &_st_ldap_conn_type_info_internal, -1);
     const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
@@ -122,28 +122,28 @@ TEST_P(WireServices, AnInstanceIsHeldDownToADomainThatKnowsNoVariantAtAll) {
 
 // ---- Errors --------------------------------------------------------------------------
 
-TEST_P(WireServices, AnErrorOfTheDomainLeavesEveryItemOut) {
+TEST_P(WireServices, AnErrorOfTheDomainOmitsEveryItem) {
     st_ldap_conn *conn = make.conn("server", 300);
-    fail_domain(5);
+    fail_domain(EIO);
     const u32 length = st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 700, &err);
     EXPECT_EQ(err, EIO);
     // The state bytes of two fields are stored nevertheless.
     EXPECT_EQ(length, 2 * state());
-    EXPECT_EQ(services.count("u_int32_marshal"), 1U) << "the fields are gone through";
+    EXPECT_EQ(services.count("u_int32_marshal"), 1U) << "the fields are visited";
 }
 
-TEST_P(WireServices, TheResultOfFetchingTraceDataTakesThePlaceOfAnEarlierError) {
+TEST_P(WireServices, TheResultOfFetchingTraceDataReplacesAnEarlierError) {
     st_point *point = st_point_create(handle, tx);
     kellib_update_ra_all(handle, tx, point, 0x0807060504030201, 9);
-    fail_domain(5);
+    fail_domain(EIO);
     const u32 length = st_point_marshal(handle, tx, buffer.data(), point, 700, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(length, 9 + 4 + 8 + 2 * state());
     EXPECT_EQ(bytes_of(buffer.data(), 9), (std::vector<u8>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
-    EXPECT_EQ(buffer[9], length - 9) << "the jump counts from where it stands";
+    EXPECT_EQ(buffer[9], length - 9) << "the jump counts from its own position";
 }
 
-TEST_P(WireServices, TraceDataWithoutRoomIsError90) {
+TEST_P(WireServices, TraceDataThatDoesNotFitFailsWithEmsgsize) {
     st_point *point = st_point_create(handle, tx);
     kellib_update_ra_all(handle, tx, point, 1, 9);
     st_point_marshal(handle, tx, buffer.data(), point, 10, &err);
@@ -163,7 +163,7 @@ TEST_P(WireServices, WithoutTraceDataNothingIsFetched) {
     EXPECT_EQ(services.count("_kel_instance_ra_data_marshal"), 0U);
 }
 
-TEST_P(WireServices, TheEpochErrorIsPutBackUnlessTheFormFailedWithOneOfItsOwn) {
+TEST_P(WireServices, TheEpochErrorIsRestoredUnlessTheFormFailed) {
     st_grown *grown = make.grown(2);
     kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
     st_grown_marshal(handle, tx, buffer.data(), grown, 18, &err);
@@ -172,13 +172,13 @@ TEST_P(WireServices, TheEpochErrorIsPutBackUnlessTheFormFailedWithOneOfItsOwn) {
     expect_error(EIDRM);
 }
 
-TEST_P(WireServices, AfterAnErrorLaterFieldsAddNothingAndTheirStateBytesStillStand) {
+TEST_P(WireServices, AfterAnErrorLaterFieldsWriteOnlyTheirStateBytes) {
     st_every *every = make.every(0);
     // Space for a8, a16 and three bytes of a32.
-    const u32 room = 6 + 3 + 2 * state() + 3;
-    const u32 length = st_every_marshal(handle, tx, buffer.data(), every, room, &err);
+    const u32 space = 6 + 3 + 2 * state() + 3;
+    const u32 length = st_every_marshal(handle, tx, buffer.data(), every, space, &err);
     expect_error(EMSGSIZE);
-    EXPECT_EQ(length, tracking() ? room : 9U);
+    EXPECT_EQ(length, tracking() ? space : 9U);
     EXPECT_EQ(buffer[2], length - 2) << "the jump";
 }
 
@@ -198,7 +198,7 @@ TEST_F(FatalWire, AnUnknownModeEndsTheProcessOfEveryWriter) {
         text);
 }
 
-TEST_F(FatalWire, ALengthThatNeedsNoModeDoesNotLookAtIt) {
+TEST_F(FatalWire, ALengthThatNeedsNoModeDoesNotReadIt) {
     st_ldap_conn *conn = make.conn("server", 300);
     head(conn)->variant = -1;
     track(KEL_STATE_TRACKING_ON);
@@ -210,9 +210,9 @@ TEST_F(FatalWire, ALengthThatNeedsNoModeDoesNotLookAtIt) {
 
 // ---- Array flags at the end of the buffer --------------------------------------------
 
-class FlagRoom : public TrackedTest {
+class ShortBufferFlags : public TrackedTest {
  protected:
-    FlagRoom() {
+    ShortBufferFlags() {
         head(grown)->variant = 0;  // ends with the array
         for (u32 i = 0; i < grown_states; ++i) *at(grown, grown_size + i) = static_cast<u8>(i | 1);
         length = st_grown_len(handle, tx, grown);
@@ -223,26 +223,27 @@ class FlagRoom : public TrackedTest {
     std::vector<u8> whole = std::vector<u8>(8192);
 };
 
-TEST_F(FlagRoom, ElementFlagsAreThoseThatFit) {
+TEST_F(ShortBufferFlags, ElementFlagsAreWrittenAsFarAsTheyFit) {
     for (const u32 missing : {1U, 2U, 700U, 1438U, 1439U, 1440U}) {
         std::vector<u8> buffer(length + 1, 0xee);
-        const u32 room = length - missing;
-        EXPECT_EQ(st_grown_marshal(handle, tx, buffer.data(), grown, room, &err), room) << missing;
+        const u32 space = length - missing;
+        EXPECT_EQ(st_grown_marshal(handle, tx, buffer.data(), grown, space, &err), space)
+            << missing;
         EXPECT_EQ(err, 0U);
         // All but the jump, which counts what is written.
-        EXPECT_TRUE(std::equal(buffer.begin() + 6, buffer.begin() + room, whole.begin() + 6));
-        EXPECT_EQ(buffer[2] + 256 * buffer[3], room - 2);
-        EXPECT_EQ(buffer[room], 0xee);
+        EXPECT_TRUE(std::equal(buffer.begin() + 6, buffer.begin() + space, whole.begin() + 6));
+        EXPECT_EQ(buffer[2] + 256 * buffer[3], space - 2);
+        EXPECT_EQ(buffer[space], 0xee);
     }
 }
 
-TEST_F(FlagRoom, TheArraysOwnFlagIsStoredBehindAFullBufferLikeAnyOther) {
+TEST_F(ShortBufferFlags, TheArraysOwnFlagIsWrittenAfterAFullBuffer) {
     std::vector<u8> buffer(length + 1, 0xee);
-    const u32 room = length - 1441;
-    EXPECT_EQ(st_grown_marshal(handle, tx, buffer.data(), grown, room, &err), room);
+    const u32 space = length - 1441;
+    EXPECT_EQ(st_grown_marshal(handle, tx, buffer.data(), grown, space, &err), space);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(buffer[room], whole[room]);
-    EXPECT_EQ(buffer[room + 1], 0xee);
+    EXPECT_EQ(buffer[space], whole[space]);
+    EXPECT_EQ(buffer[space + 1], 0xee);
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ TEST_F(WireModes, InStateModeAStateByteFollowsEachField) {
         joined({{0, 8}, little(10 + 4 + 6, 4), string_form("server"), {7}, little(300, 4), {2}}));
 }
 
-TEST_F(WireModes, InStateModeAnUntrackedObjectGoesOutWithStateBytesOf0) {
+TEST_F(WireModes, InStateModeAnUntrackedObjectHasStateBytesOf0) {
     st_ldap_conn *conn = make.conn("server", 300);
     track(KEL_STATE_TRACKING_ON);
     EXPECT_EQ(
@@ -59,7 +59,7 @@ TEST_F(WireModes, InStateModeAnUntrackedObjectGoesOutWithStateBytesOf0) {
         joined({{0, 8}, little(10 + 4 + 6, 4), string_form("server"), {0}, little(300, 4), {0}}));
 }
 
-TEST_F(WireModes, ATrackedObjectGoesOutOfAPlainHandleWithoutStateBytes) {
+TEST_F(WireModes, APlainHandleWritesATrackedObjectWithoutStateBytes) {
     track(KEL_STATE_TRACKING_ON);
     st_ldap_conn *conn = make.conn("server", 300);
     track(0);
@@ -67,13 +67,13 @@ TEST_F(WireModes, ATrackedObjectGoesOutOfAPlainHandleWithoutStateBytes) {
               joined({{0, 0}, little(8 + 4 + 6, 4), string_form("server"), little(300, 4)}));
 }
 
-TEST_F(WireModes, FlagsOtherThanStateAndTraceDataStayAtHome) {
+TEST_F(WireModes, OnlyTheFlagsOfStateAndTraceDataAreWritten) {
     st_ldap_conn *conn = make.conn("server", 300);
     head(conn)->flags = OBJ_OID_MAPPED | OBJ_EMBEDDED | OBJ_NESTED | 16 | OBJ_STATE_ELSEWHERE | 128;
     EXPECT_EQ(form(st_ldap_conn_marshal, conn)[1], 0);
 }
 
-TEST_F(WireModes, TraceDataStandsBehindTheFlagsAndTheJumpCountsFromItself) {
+TEST_F(WireModes, TraceDataFollowsTheFlagsAndTheJumpCountsFromItself) {
     st_ldap_conn *conn = make.conn("server", 300);
     const u32 bare = st_ldap_conn_len(handle, tx, conn);
     kellib_update_ra_all(handle, tx, conn, 0x1122334455667788, 0x99);
@@ -106,7 +106,7 @@ TEST_F(WireModes, AnEnumerationFieldIsItsVariantAndInternalValue) {
     EXPECT_EQ(enumerations, (std::vector<u8>{0, 0, 0, 0, 0, 0, 2, 0, 0, 0}));
 }
 
-TEST_F(WireModes, ANestedObjectIsACompleteFormOfItsOwn) {
+TEST_F(WireModes, ANestedObjectIsACompleteForm) {
     st_tag *tag = st_tag_create(handle, tx);
     st_tag_name_set(handle, tx, tag, Text("ab"), &err);
     st_point *point = st_tag_point_get(handle, tx, tag, &err);
@@ -170,7 +170,7 @@ TEST_P(Wire, TheLengthOfANullObjectIsThatOfEmptyFields) {
     EXPECT_EQ(st_day_len(handle, tx, nullptr), 6U + 4 + minutes + 4);
 }
 
-TEST_P(Wire, InStateModeTheLengthHasAByteAFieldAndOneAnElement) {
+TEST_P(Wire, InStateModeTheLengthHasOneBytePerFieldAndElement) {
     st_ldap_conn *conn = make.conn("server", 1);
     EXPECT_EQ(st_ldap_conn_len(handle, tx, conn), 10U + 4 + 6 + (tracking() ? 2 : 0));
     st_day *day = st_day_create(handle, tx);
@@ -185,7 +185,7 @@ TEST_P(Wire, TheCrFormOfTheLengthIs0WithAnErrorSet) {
     EXPECT_EQ(st_ldap_conn_len_cr(handle, conn), 0U);
 }
 
-TEST_P(Wire, AnOlderInstanceIsWrittenAndMeasuredWithoutTheLaterFields) {
+TEST_P(Wire, AnOlderInstanceHasNoLaterFields) {
     st_grown *grown = make.grown(2);
     const u32 newer = st_grown_len(handle, tx, grown);
     head(grown)->variant = 0;
@@ -232,7 +232,7 @@ TEST_P(Wire, ForACloneTheInstanceKeepsItsVariantAndNothingIsReported) {
     EXPECT_EQ(services.count("kel_store_epoch_err"), 0U);
 }
 
-TEST_P(Wire, ANestedObjectNewerThanTheDomainIsReportedAndAllTheRestIsWritten) {
+TEST_P(Wire, ANestedObjectNewerThanTheDomainIsReportedAndTheRestIsWritten) {
     st_every *every = make.every(2);
     const auto expected = form(st_every_marshal, every);
     st_tag *tag = st_every_tag_get(handle, tx, every, &err);
@@ -246,7 +246,7 @@ TEST_P(Wire, ANestedObjectNewerThanTheDomainIsReportedAndAllTheRestIsWritten) {
     EXPECT_EQ(cloned, expected);
 }
 
-TEST_P(Wire, AnEnumerationNewerThanTheDomainIsReportedAndAllTheRestIsWritten) {
+TEST_P(Wire, AnEnumerationNewerThanTheDomainIsReportedAndTheRestIsWritten) {
     st_every *every = make.every(2);
     const auto expected = form(st_every_marshal, every);
     head(at(every, 64))->variant = 1;
@@ -263,37 +263,37 @@ TEST_P(Wire, AVariantAboveTheTypesTopIsWrittenAsTheTop) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Wire, WithoutAByteOfRoomTheErrorIs12) {
+TEST_P(Wire, AnEmptyBufferFailsWithEnomem) {
     st_ldap_conn *conn = make.conn("server", 1);
-    for (const u32 room : {0U, 0x80000000U, 0xffffffffU}) {
-        EXPECT_EQ(st_ldap_conn_marshal(handle, tx, buffer.data(), conn, room, &err), 0U);
+    for (const u32 space : {0U, 0x80000000U, 0xffffffffU}) {
+        EXPECT_EQ(st_ldap_conn_marshal(handle, tx, buffer.data(), conn, space, &err), 0U);
         expect_error(ENOMEM);
-        EXPECT_EQ(st_ldap_conn_marshal_for_clone(handle, tx, buffer.data(), conn, room, &err), 0U);
+        EXPECT_EQ(st_ldap_conn_marshal_for_clone(handle, tx, buffer.data(), conn, space, &err), 0U);
         expect_error(ENOMEM);
     }
     EXPECT_EQ(buffer, std::vector<u8>(buffer.size(), 0xee));
 }
 
-TEST_P(Wire, EveryBufferThatIsTooShortIsAnErrorAndNothingIsWrittenBehindIt) {
+TEST_P(Wire, EveryTooShortBufferFailsAndIsNotOverrun) {
     st_every *every = make.every(3);
     const u32 length = st_every_len(handle, tx, every);
     // With tracking on, one state byte is stored after the end of a full buffer.
     const u32 spare = tracking() ? 1 : 0;
-    for (u32 room = 1; room < length; ++room) {
-        std::vector<u8> exact(room + spare, 0xee);
-        const u32 written = st_every_marshal(handle, tx, exact.data(), every, room, &err);
-        EXPECT_LE(written, room);
+    for (u32 space = 1; space < length; ++space) {
+        std::vector<u8> exact(space + spare, 0xee);
+        const u32 written = st_every_marshal(handle, tx, exact.data(), every, space, &err);
+        EXPECT_LE(written, space);
         // The state bytes of `y`, `point` and `tag` are last and may be missing.
-        if (room + 3 * spare < length) {
+        if (space + 3 * spare < length) {
             // 12 if the buffer ends before an enumeration or a nested object.
-            ASSERT_TRUE(err == EMSGSIZE || err == ENOMEM) << room;
+            ASSERT_TRUE(err == EMSGSIZE || err == ENOMEM) << space;
             EXPECT_EQ(handle->last_error, err);
         }
         err = 0;
     }
 }
 
-TEST_P(Wire, RoomThatEndsInFrontOfAnEnumerationOrANestedObjectIsError12) {
+TEST_P(Wire, ABufferThatEndsBeforeAnEnumerationOrANestedObjectFailsWithEnomem) {
     st_tag *tag = st_tag_create(handle, tx);
     const u32 state = tracking() ? 1 : 0;
     const u32 lamp = 6 + 4 + state;
@@ -305,7 +305,7 @@ TEST_P(Wire, RoomThatEndsInFrontOfAnEnumerationOrANestedObjectIsError12) {
     expect_error(EMSGSIZE);
 }
 
-TEST_P(Wire, TheJumpIsWrittenWithWhatStandsAfterAnError) {
+TEST_P(Wire, TheJumpOfAFailedFormCoversTheBytesWritten) {
     st_ldap_conn *conn = make.conn("server", 1);
     st_ldap_conn_marshal(handle, tx, buffer.data(), conn, 17, &err);
     expect_error(EMSGSIZE);
@@ -313,7 +313,7 @@ TEST_P(Wire, TheJumpIsWrittenWithWhatStandsAfterAnError) {
     EXPECT_EQ(buffer[2], tracking() ? 4 + 10 + 1 : 4 + 10);
 }
 
-TEST_P(Wire, ABufferThatIsFullToTheByteIsEnough) {
+TEST_P(Wire, ABufferOfTheExactLengthIsEnough) {
     st_every *every = make.every(3);
     const u32 length = st_every_len(handle, tx, every);
     std::vector<u8> exact(length);
@@ -321,14 +321,14 @@ TEST_P(Wire, ABufferThatIsFullToTheByteIsEnough) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(WireModes, TheLastStateByteOfAFullBufferStandsAtItsEndAndIsNotCounted) {
+TEST_F(WireModes, TheLastStateByteIsWrittenAfterAFullBufferAndNotCounted) {
     track(KEL_STATE_TRACKING_ON);
     st_ldap_conn *conn = make.conn("server", 1);
-    const u32 room = st_ldap_conn_len(handle, tx, conn) - 1;
-    EXPECT_EQ(st_ldap_conn_marshal(handle, tx, buffer.data(), conn, room, &err), room);
+    const u32 space = st_ldap_conn_len(handle, tx, conn) - 1;
+    EXPECT_EQ(st_ldap_conn_marshal(handle, tx, buffer.data(), conn, space, &err), space);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(buffer[room], 2);
-    EXPECT_EQ(buffer[room + 1], 0xee);
+    EXPECT_EQ(buffer[space], 2);
+    EXPECT_EQ(buffer[space + 1], 0xee);
 }
 
 TEST_P(Wire, MarshallingAnnouncesAndChangesNothing) {

@@ -21,7 +21,7 @@ class XmlPaths : public ObjectModeTest {
 };
 TARN_EACH_MODE(XmlPaths);
 
-TEST_P(XmlPaths, AFieldsIsItsParentsASlashAndItsName) {
+TEST_P(XmlPaths, AFieldsPathIsItsParentsASlashAndItsName) {
     const Document document = parse(
         "<around><e><label>new</label><tag><name>n</name><point><x>1</x><y>2</y></point></tag>"
         "</e></around>");
@@ -40,7 +40,7 @@ TEST_P(XmlPaths, AFieldsIsItsParentsASlashAndItsName) {
               "u_int8_from_xml u_int32_from_xml kel_vstring_from_xml kel_vstring_from_xml");
 }
 
-TEST_P(XmlPaths, DocumentAndMessageAreHandedOnAndLeftAlone) {
+TEST_P(XmlPaths, DocumentAndMessageArePassedOnUnchanged) {
     const Document document = parse("<e><a8>300</a8></e>");
     st_every *every = make.every(1);
     services.clear();
@@ -67,7 +67,7 @@ TEST_P(XmlPaths, AnArraysElementsCountFrom1AndEndAtTheFirstThatIsAbsent) {
     EXPECT_EQ(st_day_total_get_value(handle, tx, day, &err), 5U);
 }
 
-TEST_P(XmlPaths, AnArrayIsReadToItsLastElementAndNoFurther) {
+TEST_P(XmlPaths, AnArrayIsReadOnlyToItsLastElement) {
     std::string text = "<d>";
     for (u32 i = 0; i < minutes + 2; ++i) {
         text += "<minute>" + std::to_string(i % 250) + "</minute>";
@@ -86,7 +86,7 @@ TEST_P(XmlPaths, AnArrayIsReadToItsLastElementAndNoFurther) {
     EXPECT_EQ(st_day_total_get_value(handle, tx, day, &err), 0U);
 }
 
-TEST_P(XmlPaths, AFieldsPathIsCutTo255Characters) {
+TEST_P(XmlPaths, AFieldsPathIsTruncatedTo255Characters) {
     // Selects the element nevertheless: each predicate accepts the first node.
     std::string path = "//c";
     while (path.size() < 250) path += "[1]";
@@ -101,7 +101,7 @@ TEST_P(XmlPaths, AFieldsPathIsCutTo255Characters) {
               (std::vector<std::string>{(path + "/num_conns").substr(0, 255)}));
 }
 
-TEST_P(XmlPaths, OfNoDocumentAndOfNoSenseSelectNothing) {
+TEST_P(XmlPaths, InvalidPathsAndNoDocumentSelectNothing) {
     const Document document = parse("<c/>");
     st_ldap_conn *conn = make.conn("server", 300);
     st_ldap_conn_from_xml(handle, tx, "//c", nullptr, conn, &err, message, 64);
@@ -111,7 +111,7 @@ TEST_P(XmlPaths, OfNoDocumentAndOfNoSenseSelectNothing) {
     EXPECT_EQ(services.count("kel_vstring_from_xml"), 0U);
 }
 
-TEST_P(XmlPaths, ANestedObjectsFailureEndsItsParentsReadingToo) {
+TEST_P(XmlPaths, ANestedObjectsFailureEndsItsParentsReadToo) {
     const Document document = parse("<e><tag><point><x>much</x><y>2</y></point></tag></e>");
     st_every *every = make.every(1);
     st_every_from_xml(handle, tx, "//e", document.get(), every, &err, message, 64);
@@ -119,7 +119,7 @@ TEST_P(XmlPaths, ANestedObjectsFailureEndsItsParentsReadingToo) {
     EXPECT_EQ(services.count("int32_from_xml"), 2U) << "s32 and x";
 }
 
-TEST_P(XmlPaths, WritingAsksNoFieldBehindOneThatFailed) {
+TEST_P(XmlPaths, WritingStopsAfterAFailedField) {
     pair_key *key = pair_key_create(handle, tx);
     std::vector<char> buffer(500);
     services.clear();

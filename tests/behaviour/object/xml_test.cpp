@@ -56,7 +56,7 @@ TEST_F(UntrackedXml, OfANullObjectHasEveryElementWithoutAValue) {
     EXPECT_EQ(elements, 1440U);
 }
 
-TEST_P(Xml, AnObjectIsAnElementWithOneAField) {
+TEST_P(Xml, AnObjectIsAnElementWithOneElementPerField) {
     const std::string text = xml(make.conn("server", 300));
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(nodes(text, "/c"), 1U);
@@ -65,7 +65,7 @@ TEST_P(Xml, AnObjectIsAnElementWithOneAField) {
     EXPECT_EQ(nodes(text, "/c/sname/following-sibling::num_conns[.='300']"), 1U);
 }
 
-TEST_P(Xml, EnumerationsAreEmptyElementsAndNestedObjectsElementsInElements) {
+TEST_P(Xml, EnumerationsAreEmptyElementsAndNestedObjectsAreNestedElements) {
     st_every *every = make.every(1);
     const std::string text = xml(every);
     EXPECT_EQ(err, 0U);
@@ -76,7 +76,7 @@ TEST_P(Xml, EnumerationsAreEmptyElementsAndNestedObjectsElementsInElements) {
     EXPECT_EQ(nodes(text, "/e/*"), 12U);
 }
 
-TEST_P(Xml, AnArrayIsAsManyElementsOfItsName) {
+TEST_P(Xml, AnArrayHasOneElementPerItem) {
     const std::string text = xml(make.grown(5));
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(nodes(text, "/g/minute"), minutes);
@@ -85,7 +85,7 @@ TEST_P(Xml, AnArrayIsAsManyElementsOfItsName) {
     EXPECT_EQ(nodes(text, "/g/extra/preceding-sibling::minute"), minutes);
 }
 
-TEST_P(Xml, WhatWasWrittenIsReadBack) {
+TEST_P(Xml, RoundTrips) {
     for (u32 seed = 0; seed < 3; ++seed) {
         st_every *every = make.every(50);
         read(every, xml(make.every(seed)));
@@ -99,7 +99,7 @@ TEST_P(Xml, WhatWasWrittenIsReadBack) {
     EXPECT_STREQ(message, "untouched");
 }
 
-TEST_P(Xml, StateFlagsAreHandedToEachFieldsElementAndTheCallersToTheObjects) {
+TEST_P(Xml, StateFlagsAreAttributesOfTheFieldsElements) {
     st_grown *grown = make.grown(1);
     st_grown_set_all_state_tracking_flag(handle, tx, grown, 6);
     services.clear();
@@ -150,7 +150,7 @@ TEST_P(Xml, AnOlderInstanceIsClosedWithoutTheLaterFields) {
     EXPECT_EQ(nodes(text, "/g/minute"), minutes);
 }
 
-TEST_P(Xml, AFailingFieldEndsTheFieldsAndTheElementIsStillClosed) {
+TEST_P(Xml, AFailedFieldEndsTheFieldsAndTheElementIsClosed) {
     st_ldap_conn *conn = make.conn(std::string("\x01", 1), 300);
     const std::string text = xml(conn);
     EXPECT_NE(err, 0U);
@@ -168,14 +168,14 @@ TEST_P(Xml, TheCrFormUsesTheTypesNameAndNoFlag) {
     EXPECT_EQ(st_ldap_conn_toxml_cr(handle, conn, buffer.data(), 1000), 0xffffffffU);
 }
 
-TEST_P(Xml, NoRoomIsTooLittleIsSafe) {
+TEST_P(Xml, IsSafeForEveryBufferSize) {
     st_every *every = make.every(3);
     const u32 length = st_every_to_xml(handle, tx, "e", buffer.data(), every, 5000, 0, &err);
     ASSERT_EQ(err, 0U);
-    for (u32 room = 0; room < length; ++room) {
-        std::vector<char> exact(room);
-        EXPECT_LE(st_every_to_xml(handle, tx, "e", exact.data(), every, room, 0, &err), room);
-        ASSERT_EQ(err, EMSGSIZE) << room;
+    for (u32 space = 0; space < length; ++space) {
+        std::vector<char> exact(space);
+        EXPECT_LE(st_every_to_xml(handle, tx, "e", exact.data(), every, space, 0, &err), space);
+        ASSERT_EQ(err, EMSGSIZE) << space;
         err = 0;
     }
     std::vector<char> exact(length);
@@ -197,7 +197,7 @@ TEST_P(Xml, AbsentFieldsKeepTheirValues) {
     EXPECT_EQ(text_of(st_ldap_conn_sname_get(handle, tx, conn, &err)), "new");
 }
 
-TEST_P(Xml, APathThatSelectsNothingIsError2) {
+TEST_P(Xml, APathThatSelectsNothingFailsWithEnoent) {
     st_ldap_conn *conn = make.conn("server", 300);
     read(conn, "<d><sname>new</sname></d>");
     expect_error(ENOENT);
@@ -219,7 +219,7 @@ TEST_P(Xml, AnyOtherFailureStopsTheReader) {
     EXPECT_EQ(st_ldap_summary_status_get_value(handle, tx, summary, &err), 0U);
 }
 
-TEST_P(Xml, AnAbsentNestedObjectStaysAsItWas) {
+TEST_P(Xml, AnAbsentNestedObjectIsUnchanged) {
     st_every *every = make.every(5);
     read(every, "<e><a8>9</a8></e>");
     EXPECT_EQ(err, 0U);
@@ -233,7 +233,7 @@ TEST_P(Xml, AnAbsentNestedObjectStaysAsItWas) {
     EXPECT_EQ(st_point_x_get_value(handle, tx, point, &err), -18);
 }
 
-TEST_P(Xml, AnArrayIsReadUpToItsFirstAbsentElementAndTheFieldsBehindItTooWhateverTheVariant) {
+TEST_P(Xml, AnArrayIsReadToItsFirstAbsentElementAndLaterFieldsInAnyVariant) {
     st_grown *grown = make.grown(40);
     head(grown)->variant = 0;
     read(grown,
@@ -269,7 +269,7 @@ TEST_P(Xml, AnEnumerationWithoutAKnownChildKeepsItsValue) {
     EXPECT_EQ(st_every_door_get_value(handle, tx, every, &err), 5U % 3 + 1);
 }
 
-TEST_P(Xml, AnEnumerationsFailureComesWithAMessageAndStopsTheReader) {
+TEST_P(Xml, AnEnumerationsFailureHasAMessageAndStopsTheReader) {
     st_every *every = make.every(5);
     services.always_return("xml_get_element_value", EINVAL);
     read(every, "<e><lamp><LAMP_ON/></lamp><label>new</label></e>");
@@ -278,7 +278,7 @@ TEST_P(Xml, AnEnumerationsFailureComesWithAMessageAndStopsTheReader) {
     EXPECT_NE(text_of(at<kel_vstring>(every, 96)), "new");
 }
 
-TEST_P(Xml, ReadingTouchesNeitherFlagsNorStateBlock) {
+TEST_P(Xml, ReadingChangesNeitherFlagsNorStateBlock) {
     const std::string text = xml(make.every(3));
     st_every *every = make.every(5);
     st_every_set_all_state_tracking_flag(handle, tx, every, 7);
@@ -291,7 +291,7 @@ TEST_P(Xml, ReadingTouchesNeitherFlagsNorStateBlock) {
     EXPECT_EQ(bytes_of(at(every, every_size), tracking() ? every_states : 0), block);
 }
 
-TEST_F(UntrackedXml, AnUntrackedObjectInATrackingHandleIsAnEmptyElementAndError22) {
+TEST_F(UntrackedXml, AnUntrackedObjectInATrackingHandleIsAnEmptyElementAndEinval) {
     st_ldap_conn *conn = make.conn("server", 1);
     track(KEL_STATE_TRACKING_ON);
     char buffer[256];
