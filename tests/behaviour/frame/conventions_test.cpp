@@ -36,14 +36,14 @@ TEST_F(Conventions, AnErrorOfACrCallSticksUntilItIsCleared) {
     EXPECT_EQ(tbl_ldap_conn_table_open_cr(handle, 0, KEL_OPEN_BY_NAME, "t", 0), table);
 }
 
-TEST_F(Conventions, APlainCallWithItsOwnErrorClearClearsTheStickingOne) {
+TEST_F(Conventions, APlainCallWithoutAnErrorClearsTheStickyOne) {
     handle->last_error = EINVAL;
     kel_table *table = tbl_ldap_conn_table_open(handle, tx, "t", 0, &err);
     EXPECT_NE(table, nullptr);
     EXPECT_EQ(handle->last_error, 0U);
 }
 
-TEST_F(Conventions, ACrCreationWithoutMemoryAnswersTheFallbackObject) {
+TEST_F(Conventions, ACrCreationWithoutMemoryReturnsTheFallbackObject) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     st_ldap_conn *object = st_ldap_conn_create_cr(handle);
@@ -61,7 +61,7 @@ TEST_F(Conventions, ACrCreationWithoutMemoryAnswersTheFallbackObject) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_F(Conventions, ACreationWithoutMemoryAnswersNullAndLeavesTheErrorAlone) {
+TEST_F(Conventions, ACreationWithoutMemoryReturnsNullAndKeepsTheLastError) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     handle->last_error = 0;

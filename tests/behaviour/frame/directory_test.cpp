@@ -23,7 +23,7 @@ const std::uint8_t *luid_of(const kel_type_info *item) { return item->luid; }
 
 bool is_table(const kel_type_info *item) { return std::string(item->kind) == "table"; }
 
-TEST_F(Directory, GivesEachTableItsPlaceInAscendingOrderOfLuid) {
+TEST_F(Directory, IndexesTablesInAscendingOrderOfLuid) {
     std::int32_t tables = 0;
     for (const kel_type_info *const *item = tarnbase_type_list; *item != nullptr; ++item) {
         if (!is_table(*item)) continue;
@@ -39,7 +39,7 @@ TEST_F(Directory, GivesEachTableItsPlaceInAscendingOrderOfLuid) {
     EXPECT_GT(tables, 0);
 }
 
-TEST_F(Directory, KnowsNoTableForOtherIdentities) {
+TEST_F(Directory, HasNoTableForOtherIdentities) {
     std::uint8_t luid[16] = {};
     EXPECT_EQ(tarnbase_table_mrst_lookup(luid), -1);
     std::memcpy(luid, table_tbl_ldap_conn_luid, 16);
@@ -49,7 +49,7 @@ TEST_F(Directory, KnowsNoTableForOtherIdentities) {
     EXPECT_EQ(tarnbase_table_mrst_lookup(luid), -1);
 }
 
-TEST_F(Directory, IsFilledOnceAndAnswersTheVectorOfATable) {
+TEST_F(Directory, IsFilledOnceAndReturnsTheVectorOfATable) {
     const void *const *vector = nullptr;
     tarnbase_table_get_vft(handle, tx, table_tbl_ldap_conn_luid, &vector, &err);
     EXPECT_EQ(err, 0U);
@@ -62,7 +62,7 @@ TEST_F(Directory, IsFilledOnceAndAnswersTheVectorOfATable) {
     EXPECT_EQ(services.count("table_vft_cpy"), 1U);
 }
 
-TEST_F(Directory, ReportsErrorTwoAndNoVectorForAnUnknownIdentity) {
+TEST_F(Directory, ReportsEnoentAndNoVectorForAnUnknownIdentity) {
     const std::uint8_t luid[16] = {};
     const void *const *vector = tbl_ldap_conn_table_vft;
     tarnbase_table_get_vft(handle, tx, luid, &vector, &err);
@@ -71,7 +71,7 @@ TEST_F(Directory, ReportsErrorTwoAndNoVectorForAnUnknownIdentity) {
     EXPECT_EQ(vector, nullptr);
 }
 
-TEST_F(Directory, ChangesNothingWhenAnErrorIsSetAlready) {
+TEST_F(Directory, ChangesNothingWithAnErrorSet) {
     const void *const *vector = tbl_ldap_conn_table_vft;
     err = EEXIST;
     handle->last_error = EIO;

@@ -80,7 +80,7 @@ std::string text_of(const std::uint8_t *luid) {
     return text;
 }
 
-TEST_F(Library, DoesNothingAtLoadButLinkItself) {
+TEST_F(Library, OnlyLinksItselfWhenItIsLoaded) {
     for (const char *module : {"type", "table", "queue", "stub"}) {
         const std::string id = std::string("g_kel_tarnbase_") + module + "_trace_module_id";
         EXPECT_EQ(*data<const std::uint16_t>(id), 0U) << id;
@@ -153,7 +153,7 @@ TEST_F(Library, DescribesEachItemByItsKindNameAndIdentity) {
     }
 }
 
-TEST_F(Library, TellsHowMuchOfItsAllocationEachVariantUses) {
+TEST_F(Library, GivesTheUsedAllocationOfEachVariant) {
     for (const kel_type_info *item : listed()) {
         SCOPED_TRACE(item->name);
         const kel_variant_info &info = *item->variant_info;
@@ -185,7 +185,7 @@ TEST_F(Library, TellsHowMuchOfItsAllocationEachVariantUses) {
     EXPECT_EQ(descriptor("st_ldap_conn")->variant_info->variants[0].alloc_slop, 12U);
 }
 
-TEST_F(Library, HasEachTableUnderItsFixedIdentityAndTellsItInThreeConstants) {
+TEST_F(Library, HasEachTableWithItsFixedIdentityInThreeConstants) {
     for (const TableLuid &each : table_luids) {
         const std::string name = each.table;
         SCOPED_TRACE(name);
@@ -201,7 +201,7 @@ TEST_F(Library, HasEachTableUnderItsFixedIdentityAndTellsItInThreeConstants) {
     }
 }
 
-TEST_F(Library, HasAVectorForEachTableThatIsWholeBeforeTheDirectoryIs) {
+TEST_F(Library, HasAVectorForEachTableBeforeTheDirectoryIsFilled) {
     ASSERT_EQ(std::size(vector_slots) + 2, slots);
     for (const TableLuid &each : table_luids) {
         const std::string name = each.table;
@@ -216,7 +216,7 @@ TEST_F(Library, HasAVectorForEachTableThatIsWholeBeforeTheDirectoryIs) {
     }
 }
 
-TEST_F(Library, FindsEachTablesPlaceByItsIdentityAlone) {
+TEST_F(Library, FindsEachTablesIndexByItsIdentity) {
     std::int32_t index = 0;
     for (const TableLuid &each : table_luids) {
         EXPECT_EQ(index_of(bytes_of(each.luid_text).data()), index) << each.table;
@@ -264,7 +264,7 @@ void keep_line(const char *format, ...) {
     formats.emplace_back(format);
 }
 
-TEST_F(Library, DumpsATwoLineTextForEachItemAndAThirdForTheOneOfTwoVariants) {
+TEST_F(Library, DumpsTwoLinesPerItemAndThreeForTwoVariants) {
     function<void(void (*)(const char *, ...))>("tarnbase_type_variant_dump")(&keep_line);
     EXPECT_EQ(lines.size(), 171U + 172U);
     std::size_t variants = 0;

@@ -13,7 +13,7 @@ class Loading : public ::testing::Test {
     void *open() { return dlopen(TARNBASE_LIBRARY, RTLD_NOW | RTLD_LOCAL); }
 };
 
-TEST_F(Loading, LinksTheModuleRecordOnceAndUnloadingTakesItOut) {
+TEST_F(Loading, LinksTheModuleRecordOnceAndUnloadingRemovesIt) {
     ASSERT_EQ(kel_module_tot_root.count, 0U);
     void *library = open();
     ASSERT_NE(library, nullptr) << dlerror();
@@ -33,7 +33,7 @@ TEST_F(Loading, LinksTheModuleRecordOnceAndUnloadingTakesItOut) {
     EXPECT_EQ(kel_module_tot_root.last, &kel_module_tot_root.first);
 }
 
-TEST_F(Loading, KeepsTheListWholeWhenOtherModulesStandAroundIt) {
+TEST_F(Loading, KeepsTheListIntactAmongOtherModules) {
     kel_module_record before = {"before", nullptr, nullptr, kel_module_tot_root.last};
     *kel_module_tot_root.last = &before;
     kel_module_tot_root.last = &before.link_next;

@@ -64,7 +64,7 @@ TEST(DescriptorList, HoldsValidDescriptorsWithUniqueIdentities) {
     }
 }
 
-TEST(DescriptorList, PutsStructuresThenEnumerationsThenATableBeforeItsRecord) {
+TEST(DescriptorList, ListsStructuresThenEnumerationsThenATableBeforeItsRecord) {
     const std::vector<std::string> order = {"type", "enum", "table", "table_record"};
     std::size_t i = 0;
     while (i < item_count() && std::string(tarnbase_type_list[i]->kind) == "type") ++i;
@@ -117,7 +117,7 @@ TEST_F(Descriptors, AreCopiedIntoAStoreOnceEach) {
     for (const auto &event : hooks.of(Hook::type_alloc)) EXPECT_EQ(event.tx_id, KEL_TX_NONE);
 }
 
-TEST_F(Descriptors, ThatAreInTheStoreAreOnlyBroughtUpToDate) {
+TEST_F(Descriptors, InTheStoreAreOnlyUpdated) {
     tarnbase_typeinfo_initialize(handle, 7, &err);
     services.clear();
     HookRecorder hooks(handle);
@@ -130,7 +130,7 @@ TEST_F(Descriptors, ThatAreInTheStoreAreOnlyBroughtUpToDate) {
     for (const ServiceCall &update : updates) EXPECT_EQ(update.arguments.at(4), 0U) << "is_new";
 }
 
-TEST_F(Descriptors, ThatCannotBeCopiedLeaveWhatWasEnteredAndASecondCallCompletesIt) {
+TEST_F(Descriptors, ThatCannotBeCopiedKeepTheOthersAndASecondCallCompletesThem) {
     for (std::uint64_t n = 1; n < 4; ++n) {
         kel_store_fail_allocation(session.store(), n * 5);
         err = 0;
@@ -146,7 +146,7 @@ TEST_F(Descriptors, ThatCannotBeCopiedLeaveWhatWasEnteredAndASecondCallCompletes
     EXPECT_EQ(session.describe().types, item_count());
 }
 
-TEST_F(Descriptors, ReportErrorTwelveAtTheFirstCopyThatFails) {
+TEST_F(Descriptors, ReportEnomemAtTheFirstCopyThatFails) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
@@ -156,7 +156,7 @@ TEST_F(Descriptors, ReportErrorTwelveAtTheFirstCopyThatFails) {
     EXPECT_EQ(services.count("kel_update_variant_info"), 0U);
 }
 
-TEST_F(Descriptors, OfAStoreCountWithoutTouchingTheConstantOnes) {
+TEST_F(Descriptors, OfAStoreCountWithoutChangingTheConstantOnes) {
     const std::uint64_t constant_before =
         _st_ldap_conn_type_info_internal.variant_info->variants[0].created;
     st_ldap_conn *object = st_ldap_conn_create(handle, KEL_TX_NONE);
@@ -198,7 +198,7 @@ void note_line(const char *format, ...) {
     dumped.emplace_back(line);
 }
 
-TEST(VariantDump, TellsEachItemsVariantsInTheOrderOfTheList) {
+TEST(VariantDump, ListsEachItemsVariantsInTheOrderOfTheList) {
     dumped.clear();
     tarnbase_type_variant_dump(&note_line);
     std::size_t row = 0;
@@ -219,7 +219,7 @@ TEST(VariantDump, TellsEachItemsVariantsInTheOrderOfTheList) {
     EXPECT_EQ(dumped.size(), 2 * item_count() + 1);
 }
 
-TEST(BundleHandler, IsHandedToBothRegistriesAndTheOneBeforeIsAnswered) {
+TEST(BundleHandler, IsRegisteredInBothRegistriesAndThePreviousOneIsReturned) {
     Session session;
     ServiceRecorder services(session.handle());
     int first = 0;

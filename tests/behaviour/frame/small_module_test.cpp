@@ -105,7 +105,7 @@ TEST_F(SmallModule, IsLinkedOnceAndNotAgainAfterItWasUnlinked) {
     EXPECT_EQ(list.first, nullptr);
 }
 
-TEST_F(SmallModule, AnItemWithoutVariantsIsCopiedButNotBroughtUpToDate) {
+TEST_F(SmallModule, AnItemWithoutVariantsIsCopiedButNotUpdated) {
     handle->store_types_enabled = 5;
     HookRecorder hooks(handle);
     tarnbase_typeinfo_initialize(handle, 9, &err);
@@ -125,7 +125,7 @@ TEST_F(SmallModule, AnItemWithoutVariantsIsCopiedButNotBroughtUpToDate) {
               (Updates{words(inserts[0].address, &first, 1), words(inserts[2].address, &last, 1)}));
 }
 
-TEST_F(SmallModule, EachItemIsLookedUpAllocatedEnteredAndThenBroughtUpToDate) {
+TEST_F(SmallModule, EachItemIsLookedUpAllocatedEnteredAndUpdated) {
     HookRecorder hooks(handle);
     tarnbase_typeinfo_initialize(handle, 9, &err);
     const Hook round[] = {Hook::type_map_lookup, Hook::type_alloc, Hook::type_map_insert};
@@ -140,7 +140,7 @@ TEST_F(SmallModule, EachItemIsLookedUpAllocatedEnteredAndThenBroughtUpToDate) {
 }
 
 // A copy that another module has made keeps its place.
-TEST_F(SmallModule, AKnownIdentityKeepsTheCopyThatIsThere) {
+TEST_F(SmallModule, AKnownIdentityKeepsItsCopy) {
     kel_type_info_copy there = {};
     there.info = first;
     there.store_word_1 = 4;
@@ -153,7 +153,7 @@ TEST_F(SmallModule, AKnownIdentityKeepsTheCopyThatIsThere) {
     EXPECT_EQ(there.info.store_private, 0U);
 }
 
-TEST_F(SmallModule, TheFirstCopyWithoutMemoryEndsTheWorkAndWhatIsEnteredStays) {
+TEST_F(SmallModule, TheFirstCopyWithoutMemoryStopsTheWorkAndKeepsTheOthers) {
     handle->store_types_enabled = 1;
     kel_store_fail_allocation(session.store(), 3);  // a copy's map entry takes one too
     tarnbase_typeinfo_initialize(handle, KEL_TX_NONE, &err);
@@ -181,7 +181,7 @@ void keep_line(const char *format, ...) {
     dumped.emplace_back(line);
 }
 
-TEST_F(SmallModule, TheDumpTracesAnItemWithoutVariantsAndGoesOn) {
+TEST_F(SmallModule, TheDumpTracesAnItemWithoutVariantsAndContinues) {
     kel_tarnbase_type_trace_init();
     const TraceCapture trace;
     dumped.clear();
@@ -195,7 +195,7 @@ TEST_F(SmallModule, TheDumpTracesAnItemWithoutVariantsAndGoesOn) {
     EXPECT_EQ(trace.lines[0].module_id, g_kel_tarnbase_type_trace_module_id);
 }
 
-TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAllTheSameAndNotCopiedAgain) {
+TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAndNotCopiedAgain) {
     g_kel_tarnbase_table_trace_module_id = 0;
     TraceCapture trace;
     const void *const *vector = nullptr;
@@ -227,7 +227,7 @@ TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAllTheSameAndNotCopi
     EXPECT_EQ(trace.lines.size(), 1U);
 }
 
-TEST_F(SmallModule, TheTraceModuleOfTypesHasOneIdHoweverOftenItIsRegistered) {
+TEST_F(SmallModule, RegisteringTheTraceModuleOfTypesAgainReturnsTheSameId) {
     kel_tarnbase_type_trace_init();
     const std::uint16_t id = g_kel_tarnbase_type_trace_module_id;
     EXPECT_NE(id, 0U);
@@ -235,7 +235,7 @@ TEST_F(SmallModule, TheTraceModuleOfTypesHasOneIdHoweverOftenItIsRegistered) {
     EXPECT_EQ(g_kel_tarnbase_type_trace_module_id, id);
 }
 
-TEST_F(SmallModule, AUsageRecordIsTheEntryAskedForAndAShortfallIsTraced) {
+TEST_F(SmallModule, AUsageRecordIsThatOfItsVariantAndAMissingOneIsTraced) {
     g_kel_tarnbase_table_trace_module_id = 31;
     TraceCapture trace;
     EXPECT_EQ(&usage_record(&first, 1, 1, TraceModule::type), &two_usages[1]);
@@ -280,7 +280,7 @@ TEST_F(SmallModule, CountersOfAConstantDescriptorLoseNothingBetweenThreads) {
     EXPECT_EQ(counter, 4U * rounds / 2);
 }
 
-TEST_F(SmallModule, TrackingIsOnInOneModeAlone) {
+TEST_F(SmallModule, TrackingIsOnInOneModeOnly) {
     EXPECT_FALSE(tracking_is_on(handle));
     kel_state_tracking mode = {56797};
     handle->state_tracking = &mode;
@@ -291,7 +291,7 @@ TEST_F(SmallModule, TrackingIsOnInOneModeAlone) {
 }
 
 // Other builds of the runtime and of the library depend on the offsets and widths.
-TEST(FrameLayout, OfAHandleIsItsMembersInOrder) {
+TEST(FrameLayout, OfAHandleHasItsMembersInOrder) {
     const std::size_t offsets[] = {offsetof(kel_handle, type_alloc_hook),
                                    offsetof(kel_handle, alloc_hook),
                                    offsetof(kel_handle, free_hook),
@@ -317,7 +317,7 @@ TEST(FrameLayout, OfAHandleIsItsMembersInOrder) {
     EXPECT_EQ(sizeof(kel_handle::hd_mapping_enabled), sizeof(void *));
 }
 
-TEST(FrameLayout, OfADescriptorIsItsMembersInOrderAndACopyHasTwoWordsMore) {
+TEST(FrameLayout, OfADescriptorHasItsMembersInOrderAndACopyHasTwoMoreWords) {
     EXPECT_EQ(offsetof(kel_type_info, magic), 0U);
     EXPECT_EQ(offsetof(kel_type_info, luid), 4U);
     EXPECT_EQ(offsetof(kel_type_info, luid_text), 20U);
@@ -351,7 +351,7 @@ TEST_F(SmallModuleDeathTest, AnyOtherTrackingModeIsFatal) {
     handle->state_tracking = nullptr;
 }
 
-TEST_F(SmallModuleDeathTest, ADescriptorThatIsNoneIsFatal) {
+TEST_F(SmallModuleDeathTest, AnInvalidDescriptorIsFatal) {
     kel_type_info other = first;
     other.magic = 0xbeeff00c;
     for (const kel_type_info *each : {static_cast<const kel_type_info *>(nullptr),

@@ -36,7 +36,7 @@ TEST_F(TraceFormatDeathTest, OfACorruptHandleIsItsText) {
     handle->state_tracking = nullptr;
 }
 
-TEST_F(TraceFormatDeathTest, OfADescriptorThatIsNoneIsItsText) {
+TEST_F(TraceFormatDeathTest, OfAnInvalidDescriptorIsItsText) {
     kel_record *record = tbl_ldap_conn_create_record(handle, tx, &err);
     record->descriptor = nullptr;
     expect_fatal("tinfo is null or corrupted",
