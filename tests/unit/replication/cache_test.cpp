@@ -27,7 +27,7 @@ class Reads : public ReplicationTest {
     }
 };
 
-TEST_F(Reads, OfAMarkedTableAreCountedARecord) {
+TEST_F(Reads, OfAMarkedTableAreCountedPerRecord) {
     kel_record *one = numbers.put(1);
     kel_record *two = numbers.put(2);
     numbers.find(1);
@@ -46,7 +46,7 @@ TEST_F(Reads, OfATableThatIsNotMarkedAreNotCounted) {
     EXPECT_EQ(kel_handle_cache_reports(handle), 0U);
 }
 
-TEST_F(Reads, ThroughAHandleThatIsNotAttachedAreReportedOnly) {
+TEST_F(Reads, ThroughAnUnattachedHandleAreOnlyReported) {
     kel_record *record = numbers.put(1);
     ASSERT_EQ(kel_replication_attach(handle, nullptr), 0U);
     numbers.find(1);
@@ -82,7 +82,7 @@ TEST_F(Reads, AreListedInTheOrderOfTheIndexWithTheTablesVector) {
     EXPECT_EQ(all[1].vector, tbl_test_number_table_vft);
 }
 
-TEST_F(Reads, ListingThemEndsWithTheFirstNonzeroResult) {
+TEST_F(Reads, ListingStopsAtTheFirstNonzeroResult) {
     numbers.put(1);
     numbers.put(2);
     numbers.find(1);
@@ -96,7 +96,7 @@ TEST_F(Reads, ListingThemEndsWithTheFirstNonzeroResult) {
     EXPECT_EQ(calls, 1U);
 }
 
-TEST_F(Reads, StoreNothingAndForgetTheOldestWhenThereAreTooMany) {
+TEST_F(Reads, StoreNothingAndDropTheOldestIfThereAreTooMany) {
     constexpr std::uint32_t count = 3000;
     for (std::uint32_t key = 0; key < count; ++key) numbers.put(key);
     const std::uint64_t blocks = session.blocks();
@@ -109,7 +109,7 @@ TEST_F(Reads, StoreNothingAndForgetTheOldestWhenThereAreTooMany) {
     EXPECT_EQ(kel_handle_cache_reports(handle), count);
 }
 
-TEST_F(Reads, OfARecordAreForgottenWhenAnotherOneTakesItsBlock) {
+TEST_F(Reads, OfARecordAreDroppedWhenItsBlockIsReused) {
     kel_record *record = numbers.put(1);
     numbers.find(1);
     handle->replication_engine_active = 1;

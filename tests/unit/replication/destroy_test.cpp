@@ -51,7 +51,7 @@ TEST_P(DestroyInMode, APendingRecordIsDestroyedWhenTheEngineHasFinished) {
     EXPECT_EQ(handle->replication_engine_active, 0U);
 }
 
-TEST_F(Destroy, ADirectDeleteIsAnErrorAndTheRecordStays) {
+TEST_F(Destroy, ADirectDeleteFailsAndKeepsTheRecord) {
     kel_record *record = numbers.put(1);
     const TraceCapture trace;
     tbl_test_number_delete(handle, tx, numbers.table, record, &err);
@@ -64,7 +64,7 @@ TEST_F(Destroy, ADirectDeleteIsAnErrorAndTheRecordStays) {
     EXPECT_EQ(numbers.table->record_count, 1U);
 }
 
-TEST_F(Destroy, RecordsThatAreNotPendingStay) {
+TEST_F(Destroy, RecordsThatAreNotPendingAreKept) {
     for (std::uint32_t key = 0; key < 100; ++key) {
         kel_record *record = numbers.put(key);
         if (key % 3 == 0) request(record);
@@ -76,7 +76,7 @@ TEST_F(Destroy, RecordsThatAreNotPendingStay) {
     EXPECT_EQ(finish(), 0U);
 }
 
-TEST_F(Destroy, RecordsOfAllTablesAndTenantsAreFinishedAndTheirCountersGoDown) {
+TEST_F(Destroy, RecordsOfAllTablesAndTenantsAreDestroyedAndCounted) {
     Numbers others(handle, "others");
     for (const std::uint16_t tenant : {std::uint16_t{5}, std::uint16_t{6}}) {
         kel_thread_set_tenant(tenant);
@@ -97,7 +97,7 @@ TEST_F(Destroy, RecordsOfAllTablesAndTenantsAreFinishedAndTheirCountersGoDown) {
     kel_thread_set_tenant(0);
 }
 
-TEST_F(Destroy, RecordsWithAKeyObjectAreFinishedToo) {
+TEST_F(Destroy, RecordsWithAKeyObjectAreDestroyedToo) {
     kel_table *pairs = tbl_test_pair_table_open(handle, tx, "pairs", 0, &err);
     kel_table_set_replication(handle, tx, pairs, 1, 0);
     const std::uint64_t blocks = session.blocks();
@@ -112,7 +112,7 @@ TEST_F(Destroy, RecordsWithAKeyObjectAreFinishedToo) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_F(Destroy, ARecordWithAnotherReferenceLeavesTheIndexAndStaysAllocated) {
+TEST_F(Destroy, ARecordWithAnotherReferenceIsRemovedFromTheIndexAndNotFreed) {
     kel_record *record = numbers.put(1);
     tbl_test_number_record_add_ref(handle, tx, record, &err);
     request(record);
@@ -125,7 +125,7 @@ TEST_F(Destroy, ARecordWithAnotherReferenceLeavesTheIndexAndStaysAllocated) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(Destroy, ATableThatIsNoLongerMarkedIsLeftAlone) {
+TEST_F(Destroy, ATableThatIsNoLongerMarkedIsSkipped) {
     kel_record *record = numbers.put(1);
     request(record);
     kel_table_set_replication(handle, tx, numbers.table, 0, 0);
@@ -144,7 +144,7 @@ TEST_F(Destroy, FinishingIsUndoneByARollback) {
     EXPECT_EQ(finish(), 1U);
 }
 
-TEST_F(Destroy, AHandleThatIsNotAttachedFinishesNothing) {
+TEST_F(Destroy, AnUnattachedHandleDestroysNothing) {
     kel_record *record = numbers.put(1);
     request(record);
     ASSERT_EQ(kel_replication_attach(handle, nullptr), 0U);
@@ -164,7 +164,7 @@ void forgetful_lookup(kel_handle *handle, std::uint32_t tx_id, const std::uint8_
     tarnbase_table_get_vft(handle, tx_id, luid, vector, err);
 }
 
-TEST_F(Destroy, ATableThatTheLookupDoesNotFindIsReportedAndTheOthersFinished) {
+TEST_F(Destroy, ATableThatTheLookupDoesNotFindIsReportedAndTheOthersAreFinished) {
     kel_table *pairs = tbl_test_pair_table_open(handle, tx, "pairs", 0, &err);
     kel_table_set_replication(handle, tx, pairs, 1, 0);
     kel_record *record = tbl_test_pair_create_record(handle, tx, &err);
@@ -172,7 +172,7 @@ TEST_F(Destroy, ATableThatTheLookupDoesNotFindIsReportedAndTheOthersFinished) {
     tbl_test_pair_pair_key_set_field(handle, tx, record, pair_key_create(handle, tx));
     tbl_test_pair_insert(handle, tx, pairs, record, &err);
     tbl_test_pair_request_record_destroy(handle, tx, pairs, record, &err);
-    Numbers others(handle, "behind the pairs");
+    Numbers others(handle, "after the pairs");
     request(others.put(1));
     ASSERT_EQ(kel_replication_attach(handle, forgetful_lookup), 0U);
     std::uint32_t finished = 0;

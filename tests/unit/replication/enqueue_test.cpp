@@ -42,7 +42,7 @@ TEST_P(EnqueueInMode, AFrameUnmarshalsToAnEqualRecord) {
     tbl_test_number_destroy_record(handle, tx, copy, &err);
 }
 
-TEST_P(EnqueueInMode, TraceCorrelationOfAnObjectTravelsInItsFrame) {
+TEST_P(EnqueueInMode, AFrameHasTheTraceCorrelationOfItsObject) {
     Numbers numbers(handle);
     kel_record *record = numbers.make(7);
     kellib_update_ra_all(handle, tx, tbl_test_number_st_every_get_field(handle, tx, record),
@@ -110,7 +110,7 @@ TEST_F(Enqueue, AFailedInsertEnqueuesNothing) {
     EXPECT_EQ(numbers.table->write_cursor, 1U);
 }
 
-TEST_F(Enqueue, ARolledBackInsertLeavesRingAndCursorAsTheyWere) {
+TEST_F(Enqueue, ARollbackOfAnInsertRestoresRingAndCursor) {
     numbers.put(1);
     const StoreSnapshot before(session.store());
     numbers.begin();
@@ -122,7 +122,7 @@ TEST_F(Enqueue, ARolledBackInsertLeavesRingAndCursorAsTheyWere) {
     EXPECT_EQ(read_all(handle).size(), 1U);
 }
 
-TEST_F(Enqueue, ARollbackBringsFramesBackThatNewOnesHadTakenThePlaceOf) {
+TEST_F(Enqueue, ARollbackRestoresFramesThatNewOnesHadReplaced) {
     ASSERT_EQ(kel_replication_configure(handle, 3, 0), 0U);
     for (std::uint32_t key = 1; key <= 3; ++key) numbers.put(key);
     const std::vector<Bytes> frames = read_all(handle);
@@ -134,7 +134,7 @@ TEST_F(Enqueue, ARollbackBringsFramesBackThatNewOnesHadTakenThePlaceOf) {
     EXPECT_EQ(read_all(handle), frames);
 }
 
-TEST_F(Enqueue, WithoutMemoryTheErrorIs12AndTheRecordInserted) {
+TEST_F(Enqueue, WithoutMemoryTheInsertSucceedsWithEnomem) {
     kel_record *record = numbers.make(1);
     kel_store_fail_allocation(session.store(), 1);
     EXPECT_EQ(numbers.insert(record), static_cast<std::uint32_t>(ENOMEM));
@@ -143,7 +143,7 @@ TEST_F(Enqueue, WithoutMemoryTheErrorIs12AndTheRecordInserted) {
     EXPECT_EQ(numbers.table->write_cursor, 0U);
 }
 
-TEST_F(Enqueue, AReaderLearnsOfARecordThatFoundNoMemory) {
+TEST_F(Enqueue, AReaderGetsAMissingFrameForARecordWithoutMemory) {
     kel_record *record = numbers.make(1);
     kel_store_fail_allocation(session.store(), 1);
     EXPECT_EQ(numbers.insert(record), static_cast<std::uint32_t>(ENOMEM));
@@ -166,7 +166,7 @@ TEST_F(Enqueue, AnInsertWithoutMemoryIsUndoneByARollback) {
     EXPECT_TRUE(before.lasting_changes().empty()) << to_text(before.lasting_changes());
 }
 
-TEST_F(Enqueue, AHandleThatIsNotAttachedInsertsWithError2AndAMissingFrame) {
+TEST_F(Enqueue, AnUnattachedHandleInsertsWithEnoentAndAMissingFrame) {
     ASSERT_EQ(kel_replication_attach(handle, nullptr), 0U);
     kel_record *record = numbers.make(1);
     EXPECT_EQ(numbers.insert(record), static_cast<std::uint32_t>(ENOENT));
@@ -176,7 +176,7 @@ TEST_F(Enqueue, AHandleThatIsNotAttachedInsertsWithError2AndAMissingFrame) {
     EXPECT_EQ(reader.missed, 1U);
 }
 
-TEST_F(Enqueue, AnErrorOfTheLookupIsLeftToTheCaller) {
+TEST_F(Enqueue, AnErrorOfTheLookupIsReturnedToTheCaller) {
     const auto lookup = [](kel_handle *, std::uint32_t, const std::uint8_t *,
                            const void *const **vector, std::uint32_t *error) {
         *vector = nullptr;
@@ -204,7 +204,7 @@ class Unattached : public PlainTest {
     kel_table *table;
 };
 
-TEST_F(Unattached, AnInsertMovesTheCursorByOne) {
+TEST_F(Unattached, AnInsertAdvancesTheCursorByOne) {
     put(1);
     put(2);
     EXPECT_EQ(table->write_cursor, 2U);
@@ -215,7 +215,7 @@ TEST_F(Unattached, AnInsertMovesTheCursorByOne) {
     EXPECT_EQ(kel_replication_lag(handle, &reader), 0U);
 }
 
-TEST_F(Unattached, TheFirstRingBeginsAfterTheCursors) {
+TEST_F(Unattached, TheFirstRingStartsAfterTheCursors) {
     put(1);
     put(2);
     ASSERT_EQ(kel_replication_attach(handle, tarnbase_table_get_vft), 0U);

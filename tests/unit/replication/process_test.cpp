@@ -83,7 +83,7 @@ class Signal {
     }
     Signal(const Signal &) = delete;
     Signal &operator=(const Signal &) = delete;
-    void give() const { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
+    void signal() const { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
     void await() const {
         char byte = 0;
         EXPECT_EQ(read(ends_[0], &byte, 1), 1);
@@ -93,7 +93,7 @@ class Signal {
     int ends_[2] = {-1, -1};
 };
 
-TEST(Processes, ReadAtAnyTimeWhatAnotherOneHasEnqueued) {
+TEST(Processes, ReadWhatAnotherOneHasEnqueued) {
     const StorePath path;
     Child([&] {
         OpenStore store(path);
@@ -123,10 +123,10 @@ TEST(Processes, FollowAWriterTransactionByTransaction) {
         numbers.put(1);
         numbers.begin();
         numbers.put(2);
-        written.give();
+        written.signal();
         to_commit.await();
         numbers.commit();
-        committed.give();
+        committed.signal();
         to_end.await();
     });
     written.await();
@@ -134,16 +134,16 @@ TEST(Processes, FollowAWriterTransactionByTransaction) {
         OpenStore store(path);
         kel_replication_reader reader = open_reader(store.handle);
         EXPECT_EQ(read_all(store.handle, reader).size(), 1U);
-        to_commit.give();
+        to_commit.signal();
         committed.await();
         EXPECT_EQ(read_all(store.handle, reader).size(), 1U);
         EXPECT_EQ(reader.missed, 0U);
     }
-    to_end.give();
+    to_end.signal();
     writer.join();
 }
 
-TEST(Processes, ReadWholeFramesWhileAnotherOneWritesOverOldOnes) {
+TEST(Processes, ReadWholeFramesWhileAnotherOneOverwritesOldOnes) {
     constexpr std::uint32_t count = 3000;
     const StorePath path;
     const Signal ready;
@@ -152,7 +152,7 @@ TEST(Processes, ReadWholeFramesWhileAnotherOneWritesOverOldOnes) {
         OpenStore store(path);
         Numbers numbers(store.handle);
         EXPECT_EQ(kel_replication_configure(store.handle, 8, 0), 0U);
-        ready.give();
+        ready.signal();
         go.await();
         for (std::uint32_t i = 0; i < count; ++i) {
             numbers.put(i, std::string(i % 500, static_cast<char>('a' + i % 26)));
@@ -163,7 +163,7 @@ TEST(Processes, ReadWholeFramesWhileAnotherOneWritesOverOldOnes) {
         OpenStore store(path);
         kel_replication_reader reader = open_reader(store.handle);
         std::uint64_t whole = 0;
-        go.give();
+        go.signal();
         while (reader.position < count) {
             const std::uint64_t expected = reader.position;
             const Read read = read_next(store.handle, reader);
@@ -200,7 +200,7 @@ TEST(Processes, FinishDestructionsThatAnotherOneHasRequested) {
     EXPECT_EQ(numbers.find(2), nullptr);
 }
 
-TEST(Processes, ThatDieInATransactionLeaveNothingInTheStream) {
+TEST(Processes, ThatDieInATransactionLeaveNoFrame) {
     const StorePath path;
     Child([&] {
         OpenStore store(path);

@@ -34,7 +34,7 @@ TEST_F(Reader, CantBeOpenedAheadOfTheStream) {
     EXPECT_EQ(read_next(handle, reader).status, static_cast<std::uint32_t>(EINVAL));
 }
 
-TEST_F(Reader, FindsFramesThatCameAfterItHadReadAll) {
+TEST_F(Reader, FindsFramesAddedAfterItHasReadAll) {
     kel_replication_reader reader = open_reader(handle, KEL_REPLICATION_NEWEST);
     EXPECT_EQ(read_next(handle, reader).status, static_cast<std::uint32_t>(EAGAIN));
     kel_record *record = numbers.put(1);
@@ -52,7 +52,7 @@ TEST_F(Reader, HasALag) {
     EXPECT_EQ(kel_replication_lag(handle, &reader), 0U);
 }
 
-TEST_F(Reader, ASlowOneGetsHowMuchItMissedAndContinues) {
+TEST_F(Reader, ASlowOneGetsTheNumberOfMissedFramesAndContinues) {
     ASSERT_EQ(kel_replication_configure(handle, 4, 0), 0U);
     kel_replication_reader reader = open_reader(handle);
     numbers.put(0);
@@ -66,7 +66,7 @@ TEST_F(Reader, ASlowOneGetsHowMuchItMissedAndContinues) {
     EXPECT_EQ(reader.missed, 5U);
 }
 
-TEST_F(Reader, OneThatKeepsUpMissesNothing) {
+TEST_F(Reader, AFastOneMissesNothing) {
     ASSERT_EQ(kel_replication_configure(handle, 2, 0), 0U);
     kel_replication_reader reader = open_reader(handle);
     for (std::uint32_t key = 0; key < 20; ++key) {
@@ -76,7 +76,7 @@ TEST_F(Reader, OneThatKeepsUpMissesNothing) {
     EXPECT_EQ(reader.missed, 0U);
 }
 
-TEST_F(Reader, OpenedAtADroppedPositionReportsWhatItMissed) {
+TEST_F(Reader, OpenedAtADroppedPositionReportsTheMissedFrames) {
     ASSERT_EQ(kel_replication_configure(handle, 2, 0), 0U);
     for (std::uint32_t key = 0; key < 5; ++key) numbers.put(key);
     kel_replication_reader reader = open_reader(handle, 1);
@@ -85,7 +85,7 @@ TEST_F(Reader, OpenedAtADroppedPositionReportsWhatItMissed) {
     EXPECT_EQ(read_next(handle, reader).frame.position, 3U);
 }
 
-TEST_F(Reader, StaysIfTheBufferIsTooSmallAndReportsTheLength) {
+TEST_F(Reader, DoesNotAdvanceIfTheBufferIsTooSmallAndReportsTheLength) {
     const Bytes expected = numbers.marshalled(numbers.put(1, "label"));
     kel_replication_reader reader = open_reader(handle);
     Bytes bytes(expected.size());
@@ -100,7 +100,7 @@ TEST_F(Reader, StaysIfTheBufferIsTooSmallAndReportsTheLength) {
     EXPECT_EQ(bytes, expected);
 }
 
-TEST_F(Reader, SeesFramesOnlyWhenTheirTransactionHasCommitted) {
+TEST_F(Reader, SeesFramesOnlyAfterTheirTransactionHasCommitted) {
     numbers.put(1);
     kel_replication_reader reader = open_reader(handle);
     numbers.begin();

@@ -43,9 +43,9 @@ TEST_P(ReleaseInMode, ARecordInTheIndexAndOneOutsideAreDestroyedWithTheirObjects
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-TEST_F(Release, NoRecordIsAccepted) { EXPECT_EQ(release(nullptr), 0U); }
+TEST_F(Release, ANullRecordIsAccepted) { EXPECT_EQ(release(nullptr), 0U); }
 
-TEST_F(Release, ARecordWhoseKeyWasInUseIsDestroyedAndTheOtherStays) {
+TEST_F(Release, ARecordWhoseKeyWasInUseIsDestroyedAndTheOtherIsKept) {
     kel_record *first = numbers.put(1);
     kel_record *second = numbers.make(1);
     ASSERT_EQ(numbers.insert(second), EEXIST);
@@ -55,7 +55,7 @@ TEST_F(Release, ARecordWhoseKeyWasInUseIsDestroyedAndTheOtherStays) {
 }
 
 // The insert's error comes last: the record is in the index of a marked table by then.
-TEST_F(Release, ARecordThatCouldNotBeReplicatedStaysInTheIndexUntilTheEngineHasFinished) {
+TEST_F(Release, ARecordThatCouldNotBeReplicatedIsKeptInTheIndexUntilTheEngineHasFinished) {
     kel_record *record = numbers.make(1);
     ASSERT_EQ(kel_replication_attach(handle, nullptr), 0U);
     ASSERT_EQ(numbers.insert(record), ENOENT);
@@ -80,7 +80,7 @@ TEST_F(Release, TheEnginesHandleDestroysARecordOfAMarkedTableAtOnce) {
     EXPECT_EQ(numbers.find(1), nullptr);
 }
 
-TEST_F(Release, AnErrorInTheHandleChangesNothingAndStays) {
+TEST_F(Release, AnErrorInTheHandleIsKeptAndNothingIsChanged) {
     unmark();
     for (kel_record *record : {numbers.put(1), numbers.make(2)}) {
         handle->last_error = ENOMEM;
@@ -90,7 +90,7 @@ TEST_F(Release, AnErrorInTheHandleChangesNothingAndStays) {
     EXPECT_EQ(numbers.find(1), nullptr);
 }
 
-TEST_F(Release, OneOfSeveralReferencesLeavesTheRecordWhereItIs) {
+TEST_F(Release, OneOfSeveralReferencesKeepsTheRecord) {
     kel_record *record = numbers.put(1);
     tbl_test_number_record_add_ref(handle, tx, record, &err);
     EXPECT_EQ(release(record), 0U);
@@ -123,17 +123,17 @@ TEST_F(Release, ARecordOfAnotherTableIsAnErrorAndUnchanged) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(Release, AFallbackRecordIsTakenAndNothingIsFreed) {
+TEST_F(Release, AFallbackRecordIsAcceptedAndNotFreed) {
     kel_store_fail_allocation(session.store(), 1);
     kel_record *record = tbl_test_number_record_create_cr(handle, 0);
-    EXPECT_EQ(handle->last_error, 0U) << "which tells nothing";
+    EXPECT_EQ(handle->last_error, 0U) << "the handle has no error";
     EXPECT_EQ(kel_record_is_fallback(handle, record), 1U);
     const TraceCapture trace;
     EXPECT_EQ(release(record), 0U);
     EXPECT_EQ(trace.all().find("is no allocated block"), std::string::npos);
 }
 
-TEST_F(Release, IsTakenBackByARollback) {
+TEST_F(Release, IsUndoneByARollback) {
     unmark();
     kel_record *record = numbers.put(1, "a text of its own, too long to be inline");
     const StoreSnapshot before(session.store());
@@ -164,7 +164,7 @@ TEST_F(Fallback, IsTheRecordOrObjectThatACreationWithoutMemoryReturns) {
     EXPECT_EQ(kel_object_is_fallback(handle, st_every_create_cr(handle)), 1U);
 }
 
-TEST_F(Fallback, IsNotWhatThereIsNone) {
+TEST_F(Fallback, NullIsNone) {
     EXPECT_EQ(kel_record_is_fallback(handle, nullptr), 0U);
     EXPECT_EQ(kel_object_is_fallback(handle, nullptr), 0U);
 }

@@ -30,7 +30,7 @@ TEST_F(Ring, HoldsAsManyFramesAsItsLimitOfBytesAllows) {
     EXPECT_EQ(open_reader(handle).position, 2U);
 }
 
-TEST_F(Ring, ALargeFrameTakesThePlaceOfManySmallOnes) {
+TEST_F(Ring, ALargeFrameReplacesManySmallOnes) {
     ASSERT_EQ(kel_replication_configure(handle, 0, 10 * frame_size()), 0U);
     for (std::uint32_t key = 0; key < 10; ++key) numbers.put(key);
     const std::string label(static_cast<std::size_t>(6 * frame_size()), 'x');
@@ -40,7 +40,7 @@ TEST_F(Ring, ALargeFrameTakesThePlaceOfManySmallOnes) {
     EXPECT_EQ(frames.back(), large);
 }
 
-TEST_F(Ring, LargeFramesOneByOneTakeEachOthersPlace) {
+TEST_F(Ring, LargeFramesReplaceEachOther) {
     constexpr std::size_t length = 60000;
     ASSERT_EQ(kel_replication_configure(handle, 0, 100000), 0U);
     for (std::uint32_t key = 0; key < 8; ++key) {
@@ -52,7 +52,7 @@ TEST_F(Ring, LargeFramesOneByOneTakeEachOthersPlace) {
     }
 }
 
-TEST_F(Ring, AFrameLargerThanTheWholeIsError90AndMissed) {
+TEST_F(Ring, AFrameLargerThanTheRingFailsWithEmsgsizeAndIsMissed) {
     ASSERT_EQ(kel_replication_configure(handle, 0, 1000), 0U);
     kel_record *before = numbers.put(1);
     kel_record *record = numbers.make(2, std::string(2000, 'x'));
@@ -65,7 +65,7 @@ TEST_F(Ring, AFrameLargerThanTheWholeIsError90AndMissed) {
     EXPECT_EQ(read_next(handle, reader).status, static_cast<std::uint32_t>(EAGAIN));
 }
 
-TEST_F(Ring, MissingFramesTakePlacesToo) {
+TEST_F(Ring, MissingFramesTakeSpaceToo) {
     ASSERT_EQ(kel_replication_configure(handle, 2, 0), 0U);
     ASSERT_EQ(kel_replication_attach(handle, nullptr), 0U);
     for (std::uint32_t key = 0; key < 5; ++key) {
@@ -74,7 +74,7 @@ TEST_F(Ring, MissingFramesTakePlacesToo) {
     EXPECT_EQ(open_reader(handle).position, 3U);
 }
 
-TEST_F(Ring, MadeLargerKeepsItsFramesAndPositions) {
+TEST_F(Ring, GrowingKeepsFramesAndPositions) {
     ASSERT_EQ(kel_replication_configure(handle, 3, 0), 0U);
     for (std::uint32_t key = 0; key < 5; ++key) numbers.put(key);
     const std::vector<Bytes> frames = read_all(handle);
@@ -85,7 +85,7 @@ TEST_F(Ring, MadeLargerKeepsItsFramesAndPositions) {
     EXPECT_EQ(read_all(handle).size(), 4U);
 }
 
-TEST_F(Ring, MadeSmallerKeepsTheNewestFramesAndFreesTheOthers) {
+TEST_F(Ring, ShrinkingKeepsTheNewestFramesAndFreesTheOthers) {
     for (std::uint32_t key = 0; key < 6; ++key) numbers.put(key);
     const std::vector<Bytes> newest = tail(2);
     const std::uint64_t blocks = session.blocks();
@@ -96,7 +96,7 @@ TEST_F(Ring, MadeSmallerKeepsTheNewestFramesAndFreesTheOthers) {
     EXPECT_EQ(read_all(handle), std::vector<Bytes>{newest.back()});
 }
 
-TEST_F(Ring, IsNotMadeAnewInsideATransaction) {
+TEST_F(Ring, IsNotResizedInATransaction) {
     numbers.begin();
     EXPECT_EQ(kel_replication_configure(handle, 2, 0), static_cast<std::uint32_t>(EBUSY));
     numbers.put(1);
@@ -105,7 +105,7 @@ TEST_F(Ring, IsNotMadeAnewInsideATransaction) {
     EXPECT_EQ(read_all(handle).size(), 1U);
 }
 
-TEST_F(Ring, OfTooManyFramesIsAnErrorAndTheOldOneStays) {
+TEST_F(Ring, OfTooManyFramesIsAnErrorAndTheOldOneIsKept) {
     numbers.put(1);
     EXPECT_EQ(kel_replication_configure(handle, ~std::uint64_t{0}, 0),
               static_cast<std::uint32_t>(EINVAL));

@@ -27,7 +27,7 @@ TEST_F(Address, ANewAddressIsNone) {
     EXPECT_EQ(ip_address_len(handle, tx, nullptr), 1U);
 }
 
-TEST_F(Address, TextOfBothFamiliesIsReadBackInItsCanonicalForm) {
+TEST_F(Address, TextOfBothFamiliesIsReadAndWrittenInItsCanonicalForm) {
     for (const auto &[text, canonical] :
          std::vector<std::pair<const char *, const char *>>{{"0.0.0.0", "0.0.0.0"},
                                                             {"255.255.255.255", "255.255.255.255"},
@@ -41,7 +41,7 @@ TEST_F(Address, TextOfBothFamiliesIsReadBackInItsCanonicalForm) {
     }
 }
 
-TEST_F(Address, TextThatIsNoAddressIsError22AndLeavesTheValue) {
+TEST_F(Address, TextThatIsNoAddressFailsWithEinvalAndKeepsTheValue) {
     ip_address_assign_text(handle, tx, field, "10.0.0.1", &err);
     for (const char *text : {"", "10.0.0", "10.0.0.256", "fe80::1%eth0", "host", "10.0.0.1 "}) {
         ip_address_assign_text(handle, tx, field, text, &err);
@@ -53,7 +53,7 @@ TEST_F(Address, TextThatIsNoAddressIsError22AndLeavesTheValue) {
     expect_error(ENOENT);
 }
 
-TEST_F(Address, AssignTakesBytesOfAFamilyAndNoOther) {
+TEST_F(Address, AssignAcceptsOnlyTheBytesOfAKnownFamily) {
     const std::uint8_t bytes[16] = {1, 2, 3, 4, 5};
     ip_address_assign(handle, tx, field, KEL_ADDRESS_IPV6, bytes, &err);
     EXPECT_EQ(text_of(field), "102:304:500::");
@@ -72,7 +72,7 @@ TEST_F(Address, AssignTakesBytesOfAFamilyAndNoOther) {
     expect_error(ENOENT);
 }
 
-TEST_F(Address, SetCopiesFamilyAndBytesAloneAndAnnouncesThem) {
+TEST_F(Address, SetCopiesOnlyFamilyAndBytesAndAnnouncesThem) {
     ip_address *source = make_address("2001:db8::7");
     source->flags = OBJ_RA_DATA;
     source->variant = 3;
@@ -115,14 +115,14 @@ TEST_F(Address, AnErrorOnEntryStopsEveryOperation) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_F(Address, TheWireFormIsFamilyAndBytesAndIsReadBack) {
+TEST_F(Address, TheWireFormIsFamilyAndBytesAndRoundTrips) {
     for (const auto &[text, length] : std::vector<std::pair<const char *, std::uint32_t>>{
              {"", 1}, {"1.2.3.4", 5}, {"1:2::", 17}}) {
         ip_address *source = make_address(*text == '\0' ? nullptr : text);
         ASSERT_EQ(ip_address_len(handle, tx, source), length);
         std::vector<std::uint8_t> buffer(length);
-        for (std::uint32_t room = 0; room < length; ++room) {
-            EXPECT_EQ(ip_address_marshal(handle, tx, buffer.data(), source, room, &err), 0U);
+        for (std::uint32_t space = 0; space < length; ++space) {
+            EXPECT_EQ(ip_address_marshal(handle, tx, buffer.data(), source, space, &err), 0U);
             expect_error(EMSGSIZE);
             EXPECT_EQ(buffer, std::vector<std::uint8_t>(length, 0));
         }
@@ -134,16 +134,16 @@ TEST_F(Address, TheWireFormIsFamilyAndBytesAndIsReadBack) {
         EXPECT_TRUE(hooks.announced(&copy->family, 17));
         EXPECT_EQ(ip_address_compare(copy, source), 0);
         EXPECT_EQ(text_of(copy), text);
-        for (std::uint32_t room = 0; room < length; ++room) {
-            const std::vector<std::uint8_t> cut(buffer.begin(), buffer.begin() + room);
-            EXPECT_EQ(ip_address_unmarshal(handle, tx, cut.data(), copy, room, 0, &err), 0U);
+        for (std::uint32_t space = 0; space < length; ++space) {
+            const std::vector<std::uint8_t> cut(buffer.begin(), buffer.begin() + space);
+            EXPECT_EQ(ip_address_unmarshal(handle, tx, cut.data(), copy, space, 0, &err), 0U);
             expect_error(EMSGSIZE);
             EXPECT_EQ(text_of(copy), text);
         }
     }
 }
 
-TEST_F(Address, AnUnknownFamilyOnTheWireIsError22) {
+TEST_F(Address, AnUnknownFamilyOnTheWireFailsWithEinval) {
     ip_address_assign_text(handle, tx, field, "1.2.3.4", &err);
     for (const int family : {1, 2, 3, 5, 7, 10, 127, 128, 255}) {
         const std::vector<std::uint8_t> buffer(17, static_cast<std::uint8_t>(family));
@@ -177,7 +177,7 @@ TEST_F(Address, PrintShowsTheTextOrNone) {
     EXPECT_EQ(std::string(buffer, 10), "peer: ::1\n");
 }
 
-TEST_F(Address, XmlIsReadBackAndBadTextIsError22) {
+TEST_F(Address, XmlRoundTripsAndBadTextFailsWithEinval) {
     for (const char *text : {"", "192.0.2.1", "2001:db8::ff"}) {
         ip_address *source = make_address(*text == '\0' ? nullptr : text);
         const std::string expected = "<f state=\"7\">" + std::string(text) + "</f>\n";

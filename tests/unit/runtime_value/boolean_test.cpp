@@ -28,7 +28,7 @@ TEST_F(Boolean, AnyNonzeroValueBecomesOne) {
     EXPECT_EQ(value(), 0U);
 }
 
-TEST_F(Boolean, SetTakesTheValueAloneAndAnnouncesItsFourBytes) {
+TEST_F(Boolean, SetCopiesOnlyTheValueAndAnnouncesItsFourBytes) {
     kel_boolean source{};
     source.flags = OBJ_RA_DATA;
     source.variant = 5;
@@ -78,7 +78,7 @@ TEST_F(Boolean, TheWireFormIsOneByteAndAnyNonzeroByteReadsAsTrue) {
     EXPECT_EQ(value(), 1U);
 }
 
-TEST_F(Boolean, TooLittleSpaceOnTheWireIsError90) {
+TEST_F(Boolean, ATooSmallBufferFailsWithEmsgsize) {
     std::uint8_t byte = 0xee;
     EXPECT_EQ(kel_boolean_marshal(handle, tx, &byte, field, 0, &err), 0U);
     expect_error(EMSGSIZE);
@@ -88,7 +88,7 @@ TEST_F(Boolean, TooLittleSpaceOnTheWireIsError90) {
     EXPECT_EQ(value(), 0U);
 }
 
-TEST_F(Boolean, PrintSaysTrueOrFalse) {
+TEST_F(Boolean, PrintWritesTrueOrFalse) {
     char buffer[32];
     ASSERT_EQ(kel_boolean_print(handle, tx, buffer, 2, "up", field, sizeof buffer, &err), 12U);
     EXPECT_EQ(std::string(buffer, 12), "  up: false\n");
@@ -99,7 +99,7 @@ TEST_F(Boolean, PrintSaysTrueOrFalse) {
     expect_error(EMSGSIZE);
 }
 
-TEST_F(Boolean, XmlReadsWordsAndDigitsAndNothingElse) {
+TEST_F(Boolean, XmlReadsOnlyWordsAndDigits) {
     read_xml("true");
     EXPECT_EQ(value(), 1U);
     read_xml("false");

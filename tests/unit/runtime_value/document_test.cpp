@@ -37,7 +37,7 @@ TEST(XmlDocuments, ABrokenDocumentIsAnErrorWithItsLine) {
     EXPECT_TRUE(mentions(kel_error_text(), "expected a text"));
 }
 
-TEST(XmlDocuments, BytesThatAreNotOfTheirEncodingPrintNothing) {
+TEST(XmlDocuments, InvalidBytesOfTheEncodingPrintNothing) {
     constexpr char wide[] = "\xff\xfe<\0a\0>\0\0\xd8x";
     ::testing::internal::CaptureStderr();
     refusal_of("<?xml version='1.0' encoding='EUC-JP'?><a>\xff\xff\xff\xff</a>");
@@ -94,7 +94,7 @@ class Walk : public ValueTest {
     std::uint32_t result = 99;
 };
 
-TEST_F(Walk, EachElementIsADocumentOfItsOwnInDocumentOrder) {
+TEST_F(Walk, EachElementIsItsOwnDocumentInDocumentOrder) {
     EXPECT_EQ(kel_xml_for_each(document.get(), "//record", see, &seen, &result), 0U);
     EXPECT_EQ(result, 0U);
     EXPECT_EQ(seen.texts, std::vector<std::string>({"1/1", "2/1", "3/2", "4/1"}));
@@ -108,13 +108,13 @@ TEST_F(Walk, ANonzeroResultEndsTheWalkAndIsReturned) {
     EXPECT_EQ(kel_xml_for_each(document.get(), "//record", see, &seen, nullptr), 0U);
 }
 
-TEST_F(Walk, APathThatSelectsNothingCallsNobody) {
+TEST_F(Walk, APathThatSelectsNothingCallsNoFunction) {
     EXPECT_EQ(kel_xml_for_each(document.get(), "//nothing", see, &seen, &result), 0U);
     EXPECT_EQ(result, 0U);
     EXPECT_TRUE(seen.texts.empty());
 }
 
-TEST_F(Walk, NodesThatAreNoElementsAreLeftOut) {
+TEST_F(Walk, NodesThatAreNoElementsAreSkipped) {
     EXPECT_EQ(kel_xml_for_each(document.get(), "//n/text() | //record[1]", see, &seen, &result),
               0U);
     EXPECT_EQ(seen.texts.size(), 3U);

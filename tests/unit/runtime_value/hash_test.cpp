@@ -17,7 +17,7 @@ TEST(Hash, EqualBytesAndSeedGiveEqualResultsAtAnyAddress) {
     }
 }
 
-TEST(Hash, EveryLengthAndEverySeedCounts) {
+TEST(Hash, EveryLengthAndEverySeedChangesTheResult) {
     const char bytes[] = "abcdefghijklmnop";
     std::set<std::uint32_t> results;
     for (std::int32_t length = 0; length <= 16; ++length) {
@@ -28,13 +28,13 @@ TEST(Hash, EveryLengthAndEverySeedCounts) {
     EXPECT_EQ(results.size(), 17U * 20U);
 }
 
-TEST(Hash, NoBytesStillKeepSeedsApart) {
+TEST(Hash, WithoutBytesDifferentSeedsGiveDifferentResults) {
     EXPECT_NE(SuperFastHash("", 0, 1), SuperFastHash("", 0, 2));
     EXPECT_EQ(SuperFastHash(nullptr, 0, 5), SuperFastHash("x", 0, 5));
     EXPECT_EQ(SuperFastHash("x", -1, 5), SuperFastHash("x", 0, 5));
 }
 
-TEST(Hash, EveryBitOfTheDataMatters) {
+TEST(Hash, EveryBitOfTheDataChangesTheResult) {
     for (std::int32_t length = 1; length <= 9; ++length) {
         std::vector<char> bytes(static_cast<std::size_t>(length), 'q');
         const std::uint32_t before = SuperFastHash(bytes.data(), length, 11);

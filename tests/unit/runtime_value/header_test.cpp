@@ -53,13 +53,13 @@ TEST_F(ValueHeader, UnloggedQuietInitializeCallsNoHook) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TEST_F(ValueHeader, FlagsThatAreThereStay) {
+TEST_F(ValueHeader, ExistingFlagsAreKept) {
     string->flags = OBJ_STATE_ELSEWHERE;
     initialize(0, 1, OBJ_NESTED);
     EXPECT_EQ(string->flags, OBJ_NESTED | OBJ_STATE_ELSEWHERE);
 }
 
-TEST_F(ValueHeader, WithTrackingOnStringsAndAddressesAreTrackedAndBooleansAreNot) {
+TEST_F(ValueHeader, WithTrackingOnOnlyStringsAndAddressesAreTracked) {
     kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
     HookRecorder hooks(handle);
     initialize(1, 1, OBJ_NESTED);
@@ -69,7 +69,7 @@ TEST_F(ValueHeader, WithTrackingOnStringsAndAddressesAreTrackedAndBooleansAreNot
     EXPECT_EQ(make_boolean()->flags, OBJ_NESTED);
 }
 
-TEST_F(ValueHeader, ADomainOfANegativeVariantShowsInTheHeader) {
+TEST_F(ValueHeader, ANegativeVariantOfTheDomainIsStoredInTheHeader) {
     ASSERT_EQ(kel_handle_set_variant(handle, &_kel_vstring_type_info_internal, -1), 0U);
     initialize(0, 1, 0);
     EXPECT_EQ(string->variant, -1);
@@ -79,7 +79,7 @@ TEST_F(ValueHeader, ADomainOfANegativeVariantShowsInTheHeader) {
     EXPECT_EQ(string->variant, 0);
 }
 
-TEST_F(ValueHeader, AnErrorOnEntryLeavesTheMemory) {
+TEST_F(ValueHeader, AnErrorOnEntryKeepsTheMemory) {
     err = ENOMEM;
     initialize(1, 0, OBJ_NESTED);
     const kel_vstring zeroed{};
@@ -97,7 +97,7 @@ TEST_F(ValueHeader, ACorruptedHandleAborts) {
         "\\(FATAL\\): Corrupted KEL Handle");
 }
 
-TEST_F(ValueHeader, StringsAndAddressesAreCountedInAndOut) {
+TEST_F(ValueHeader, StringsAndAddressesAreCountedWhenCreatedAndDestroyed) {
     const auto check = [&](const kel_type_info &descriptor, auto make, auto destroy) {
         const kel_variant_usage before = usage(descriptor);
         HookRecorder hooks(handle);
@@ -180,7 +180,7 @@ TEST_F(ValueHeader, ModifiedMarksOfStringsAndAddressesAreReadOnce) {
     EXPECT_EQ(ip_address_type_type_backpropagate(handle, tx, nullptr, &err), 0U);
 }
 
-TEST_F(ValueHeader, DestroyingAValueDropsItsPlaceInTheHdMapping) {
+TEST_F(ValueHeader, DestroyingAValueRemovesItFromTheHdMapping) {
     const auto check = [&](auto *value, auto destroy) {
         const std::uint64_t blocks = session.blocks();
         kellib_update_sttr_offset(handle, tx, value, 40);
@@ -200,7 +200,7 @@ TEST_F(ValueHeader, DestroyingAValueDropsItsPlaceInTheHdMapping) {
           [&](ip_address *value) { ip_address_destroy_internal(handle, tx, value, 0); });
 }
 
-TEST_F(ValueHeader, ValuesHoldNoReferencesAndNoPlaceOfTheirOwn) {
+TEST_F(ValueHeader, ValuesHoldNoReferencesAndNoOffset) {
     initialize(0, 1, OBJ_NESTED);
     ip_address *address = make_address();
     const kel_vstring before = *string;

@@ -68,11 +68,11 @@ class OperationSets : public ValueTest {
     std::vector<Word> arguments(const std::string &operation) {
         const Word value = word(value_);
         const Word error = word(&err);
-        const Word room = sizeof buffer_;
-        if (operation == "marshal") return {word(buffer_), value, room, error};
-        if (operation == "unmarshal") return {word(buffer_), value, room, 0, error};
-        if (operation == "print") return {word(buffer_), 0, word("n"), value, room, error};
-        if (operation == "to_xml") return {word("n"), word(buffer_), value, room, 0, error};
+        const Word space = sizeof buffer_;
+        if (operation == "marshal") return {word(buffer_), value, space, error};
+        if (operation == "unmarshal") return {word(buffer_), value, space, 0, error};
+        if (operation == "print") return {word(buffer_), 0, word("n"), value, space, error};
+        if (operation == "to_xml") return {word("n"), word(buffer_), value, space, 0, error};
         if (operation == "from_xml") {
             return {word("//o/f"), word(document_.get()), value, error, 0, 0};
         }
@@ -98,7 +98,7 @@ class OperationSets : public ValueTest {
     const Document document_ = parse("<o><f>1</f></o>");
 };
 
-TEST_F(OperationSets, HaveTheOperationsOfTheirKindAndNoOthers) {
+TEST_F(OperationSets, HaveOnlyTheOperationsOfTheirKind) {
     for (const ValueType &type : value_types) {
         for (const Operation &operation : operations) {
             EXPECT_EQ(find(type, operation.name) != nullptr, (operation.sets & type.set) != 0)
@@ -107,7 +107,7 @@ TEST_F(OperationSets, HaveTheOperationsOfTheirKindAndNoOthers) {
     }
 }
 
-TEST_F(OperationSets, AnErrorOnEntryIsTheEndOfEveryOperationThatTakesOne) {
+TEST_F(OperationSets, AnErrorOnEntryStopsEveryOperationThatTakesOne) {
     for (const ValueType &type : value_types) {
         for (const Operation &operation : operations) {
             const std::string name = operation.name;
@@ -126,12 +126,12 @@ TEST_F(OperationSets, AnErrorOnEntryIsTheEndOfEveryOperationThatTakesOne) {
             handle->last_error = EINVAL;
             const HookRecorder hooks(handle);
             // A narrow result leaves the rest of the register unchanged.
-            const auto answer = static_cast<std::uint8_t>(run(find(type, name), name));
-            const bool answers_nothing = name == "set" || name == "set_value" ||
+            const auto result = static_cast<std::uint8_t>(run(find(type, name), name));
+            const bool returns_nothing = name == "set" || name == "set_value" ||
                                          name == "from_xml" || name == "initialize" ||
                                          name == "get_object_references" ||
                                          name.compare(0, 6, "offset") == 0;
-            EXPECT_TRUE(answers_nothing || answer == 0);
+            EXPECT_TRUE(returns_nothing || result == 0);
             EXPECT_EQ(err, EIO);
             EXPECT_EQ(handle->last_error, EINVAL);
             EXPECT_TRUE(hooks.events.empty());

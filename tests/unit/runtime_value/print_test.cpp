@@ -11,19 +11,19 @@ class PrintServices : public ValueTest {
  protected:
     std::string buffer = std::string(20, '~');
 
-    std::uint32_t format(std::uint32_t room, const char *text) {
-        return kel_snprintf(handle, tx, buffer.data(), room, &err, "%s", text);
+    std::uint32_t format(std::uint32_t space, const char *text) {
+        return kel_snprintf(handle, tx, buffer.data(), space, &err, "%s", text);
     }
 };
 
-TEST_F(PrintServices, BlanksTakeTheirSpaceAndAddNoNul) {
+TEST_F(PrintServices, BlanksAreWrittenWithoutANul) {
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 3, 3, &err), 3U);
     EXPECT_EQ(buffer.substr(0, 5), "   ~~");
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 0, 0, &err), 0U);
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(PrintServices, BlanksThatDoNotFitAreError90AndWriteNothing) {
+TEST_F(PrintServices, BlanksThatDoNotFitFailWithEmsgsizeAndWriteNothing) {
     for (const std::uint32_t indent : {4U, 1000U, 0xffffffffU}) {
         EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), indent, 3, &err), 0U);
         expect_error(EMSGSIZE);
@@ -42,12 +42,12 @@ TEST_F(PrintServices, ANulFollowsIfThereIsSpaceForIt) {
     EXPECT_EQ(buffer.substr(0, 8), std::string("abcdef\0~", 8));
 }
 
-TEST_F(PrintServices, FormattedTextThatDoesNotFitIsError90AndStaysInItsBuffer) {
-    for (std::uint32_t room = 0; room < 6; ++room) {
+TEST_F(PrintServices, FormattedTextThatDoesNotFitFailsWithEmsgsizeWithinItsBuffer) {
+    for (std::uint32_t space = 0; space < 6; ++space) {
         buffer.assign(20, '~');
-        EXPECT_EQ(format(room, "abcdef"), 0U);
+        EXPECT_EQ(format(space, "abcdef"), 0U);
         expect_error(EMSGSIZE);
-        EXPECT_EQ(buffer.substr(room), std::string(20 - room, '~'));
+        EXPECT_EQ(buffer.substr(space), std::string(20 - space, '~'));
     }
 }
 
@@ -63,7 +63,7 @@ TEST_F(PrintServices, ArgumentsAreFormattedLikeSnprintfDoes) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(PrintServices, ATextThatFailedInItsMiddleIsStillClosed) {
+TEST_F(PrintServices, ATextThatFailedHalfwayIsStillClosed) {
     err = EINVAL;
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 2, 20, &err), 2U);
     EXPECT_EQ(kel_snprintf(handle, tx, buffer.data() + 2, 18, &err, "}\n"), 2U);

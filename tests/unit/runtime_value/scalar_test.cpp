@@ -60,7 +60,7 @@ using AllScalars = ::testing::Types<u_int8_operations, u_int16_operations, u_int
                                     u_int64_operations, int32_operations, int64_operations>;
 TYPED_TEST_SUITE(Scalars, AllScalars);
 
-TYPED_TEST(Scalars, AnAccessToAFieldIsItsAddressAndNullStaysNull) {
+TYPED_TEST(Scalars, AccessToAFieldReturnsItsAddressAndNullForNull) {
     EXPECT_EQ(TypeParam::get(this->handle, this->tx, this->field, &this->err), this->field);
     EXPECT_EQ(TypeParam::get(this->handle, this->tx, nullptr, &this->err), nullptr);
     EXPECT_EQ(TypeParam::get_value(this->handle, this->tx, nullptr, &this->err), 0);
@@ -115,7 +115,7 @@ TYPED_TEST(Scalars, AnErrorOnEntryStopsEveryOperation) {
     EXPECT_TRUE(hooks.events.empty());
 }
 
-TYPED_TEST(Scalars, SettingANullFieldOrFromANullSourceIsErrorTwo) {
+TYPED_TEST(Scalars, SettingANullFieldOrFromANullSourceFailsWithEnoent) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     const Plain source = 1;
@@ -128,7 +128,7 @@ TYPED_TEST(Scalars, SettingANullFieldOrFromANullSourceIsErrorTwo) {
     EXPECT_EQ(*this->field, 0);
 }
 
-TYPED_TEST(Scalars, TheWireFormIsLittleEndianOfTheTypesWidthAndIsReadBack) {
+TYPED_TEST(Scalars, TheWireFormIsLittleEndianOfTheTypesWidthAndRoundTrips) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     for (const Plain value : this->interesting()) {
@@ -165,20 +165,20 @@ TYPED_TEST(Scalars, ANullValueIsMarshalledAsZero) {
     EXPECT_EQ(buffer, 0);
 }
 
-TYPED_TEST(Scalars, TooLittleSpaceOnTheWireIsError90AndChangesNothing) {
+TYPED_TEST(Scalars, ATooSmallBufferFailsWithEmsgsizeAndChangesNothing) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     *this->field = 3;
-    for (std::uint32_t room = 0; room < sizeof(Plain); ++room) {
+    for (std::uint32_t space = 0; space < sizeof(Plain); ++space) {
         // Exactly as long as the text, so that a sanitizer finds a byte too many.
-        std::vector<std::uint8_t> buffer(room + 1, 0xee);
-        buffer.resize(room);
-        EXPECT_EQ(Op::marshal(this->handle, this->tx, buffer.data(), this->field, room, &this->err),
-                  0U);
-        this->expect_error(EMSGSIZE);
-        EXPECT_EQ(buffer, std::vector<std::uint8_t>(room, 0xee));
+        std::vector<std::uint8_t> buffer(space + 1, 0xee);
+        buffer.resize(space);
         EXPECT_EQ(
-            Op::unmarshal(this->handle, this->tx, buffer.data(), this->field, room, 0, &this->err),
+            Op::marshal(this->handle, this->tx, buffer.data(), this->field, space, &this->err), 0U);
+        this->expect_error(EMSGSIZE);
+        EXPECT_EQ(buffer, std::vector<std::uint8_t>(space, 0xee));
+        EXPECT_EQ(
+            Op::unmarshal(this->handle, this->tx, buffer.data(), this->field, space, 0, &this->err),
             0U);
         this->expect_error(EMSGSIZE);
         EXPECT_EQ(*this->field, 3);
@@ -205,7 +205,7 @@ TYPED_TEST(Scalars, PrintWritesBlanksNameAndValueAndNoNul) {
     }
 }
 
-TYPED_TEST(Scalars, TheXmlElementIsReadBackAtTheLimitsToo) {
+TYPED_TEST(Scalars, TheXmlElementRoundTripsAtTheLimitsToo) {
     using Op = TypeParam;
     using Plain = typename TypeParam::Plain;
     for (const Plain value : this->interesting()) {
@@ -238,7 +238,7 @@ TYPED_TEST(Scalars, AStateFlagIsAnAttribute) {
     this->expect_error(EMSGSIZE);
 }
 
-TYPED_TEST(Scalars, TextThatIsNoNumberOfTheTypeIsError22AndLeavesTheValue) {
+TYPED_TEST(Scalars, TextThatIsNoNumberOfTheTypeFailsWithEinvalAndKeepsTheValue) {
     using Limits = std::numeric_limits<typename TypeParam::Plain>;
     const std::string beyond = "9" + std::to_string(Limits::max());
     const std::string below = Limits::min() == 0 ? "-1" : std::to_string(Limits::min()) + "0";
@@ -269,7 +269,7 @@ TYPED_TEST(Scalars, TheErrorNamesThePathAndTheRange) {
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): " + expected)) << trace.all();
 }
 
-TYPED_TEST(Scalars, AMissingElementIsErrorTwoAndLeavesTheValue) {
+TYPED_TEST(Scalars, AMissingElementFailsWithEnoentAndKeepsTheValue) {
     const Document document = parse("<o><g>1</g></o>");
     *this->field = 6;
     TypeParam::from_xml(this->handle, this->tx, "//o/f", document.get(), this->field, &this->err,

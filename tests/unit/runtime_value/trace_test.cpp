@@ -30,7 +30,7 @@ TEST(Trace, TheDefaultSinkWritesLevelsZeroToThreeToStandardError) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "level 0\nlevel 1\nlevel 2\nlevel 3\n");
 }
 
-TEST(Trace, ALongLineIsCut) {
+TEST(Trace, ALongLineIsTruncated) {
     TraceCapture trace;
     const std::string text(5000, 'x');
     ptrail_wrapper(0, KEL_TRACE_INFO, 0, "%s", text.c_str());
@@ -54,7 +54,7 @@ TEST(Trace, ASinkMayTraceAndSetAnotherSink) {
     EXPECT_EQ(calls, 11);
 }
 
-TEST(Trace, AModuleHasOneIdUnderItsName) {
+TEST(Trace, AModuleNameHasOneId) {
     std::uint16_t first = 0;
     std::uint16_t again = 0;
     std::uint16_t other = 0;

@@ -72,17 +72,17 @@ TEST_F(VstringForm, PrintKeepsValidUtf8AndEscapesOtherBytes) {
     EXPECT_EQ(print("\xc2\x85"), "n: \"\\xc2\\x85\"\n");  // a control character
 }
 
-TEST_F(VstringForm, PrintThatDoesNotFitIsError90AndStaysInItsBuffer) {
+TEST_F(VstringForm, PrintThatDoesNotFitFailsWithEmsgsizeWithinItsBuffer) {
     assign(string, "a\nb");
     const std::string expected = "  n: \"a\\nb\"\n";
-    for (std::uint32_t room = 0; room <= expected.size(); ++room) {
+    for (std::uint32_t space = 0; space <= expected.size(); ++space) {
         std::string buffer(expected.size() + 4, '~');
         const std::uint32_t length =
-            kel_vstring_print(handle, tx, buffer.data(), 2, "n", string, room, &err);
-        EXPECT_EQ(buffer.substr(room), std::string(buffer.size() - room, '~'));
-        if (room == expected.size()) {
-            EXPECT_EQ(length, room);
-            EXPECT_EQ(buffer.substr(0, room), expected);
+            kel_vstring_print(handle, tx, buffer.data(), 2, "n", string, space, &err);
+        EXPECT_EQ(buffer.substr(space), std::string(buffer.size() - space, '~'));
+        if (space == expected.size()) {
+            EXPECT_EQ(length, space);
+            EXPECT_EQ(buffer.substr(0, space), expected);
         } else {
             EXPECT_EQ(length, 0U);
             expect_error(EMSGSIZE);
@@ -100,20 +100,20 @@ TEST_F(VstringForm, XmlIsOneElementOnOneLine) {
     EXPECT_EQ(std::string(buffer, 18), "<n state=\"2\"></n>\n");
 }
 
-TEST_F(VstringForm, XmlThatDoesNotFitIsError90AndStaysInItsBuffer) {
+TEST_F(VstringForm, XmlThatDoesNotFitFailsWithEmsgsizeWithinItsBuffer) {
     assign(string, "a&b");
     const std::string expected = "<n>a&amp;b</n>\n";
-    for (std::uint32_t room = 0; room <= expected.size(); ++room) {
+    for (std::uint32_t space = 0; space <= expected.size(); ++space) {
         std::string buffer(expected.size() + 4, '~');
         const std::uint32_t length =
-            kel_vstring_to_xml(handle, tx, "n", buffer.data(), string, room, 0, &err);
-        EXPECT_EQ(buffer.substr(room), std::string(buffer.size() - room, '~'));
-        EXPECT_EQ(length, room == expected.size() ? room : 0U);
+            kel_vstring_to_xml(handle, tx, "n", buffer.data(), string, space, 0, &err);
+        EXPECT_EQ(buffer.substr(space), std::string(buffer.size() - space, '~'));
+        EXPECT_EQ(length, space == expected.size() ? space : 0U);
         if (length == 0) expect_error(EMSGSIZE);
     }
 }
 
-TEST_F(VstringForm, EveryTextThatXmlCanRepresentIsReadBackExactly) {
+TEST_F(VstringForm, EveryTextThatXmlCanRepresentRoundTrips) {
     for (const std::string &text :
          {std::string(" "), std::string("  both ends  "), std::string("\n\n"), std::string("\t"),
           std::string("\r"), std::string("a\r\nb\rc\n"), std::string("]]>"), std::string("&amp;"),
@@ -149,7 +149,7 @@ bool xml_carries(std::uint32_t character) {
     return character != 0xfffe && character != 0xffff && character <= 0x10ffff;
 }
 
-TEST_F(VstringForm, EachCharacterAroundTheLimitsIsWrittenOrAnErrorAsInXml) {
+TEST_F(VstringForm, EachCharacterAroundTheLimitsOfXmlIsWrittenOrFails) {
     std::vector<std::uint32_t> characters;
     for (std::uint32_t character = 0; character < 0x180; ++character)
         characters.push_back(character);
@@ -175,7 +175,7 @@ TEST_F(VstringForm, EachCharacterAroundTheLimitsIsWrittenOrAnErrorAsInXml) {
     }
 }
 
-TEST_F(VstringForm, RandomTextsComeBackExactly) {
+TEST_F(VstringForm, RandomTextsRoundTrip) {
     constexpr unsigned seed = 31337;
     std::mt19937 random(seed);
     const std::uint32_t ranges[] = {0x40, 0x80, 0x100, 0x3000, 0x10000, 0x110000};
@@ -209,14 +209,14 @@ TEST_F(VstringForm, ATextThatXmlCannotRepresentIsAnErrorWithItsOffset) {
     }
 }
 
-TEST_F(VstringForm, AVeryLongTextIsReadBack) {
+TEST_F(VstringForm, AVeryLongTextRoundTrips) {
     std::string text;
     for (int i = 0; text.size() < 12'000'000; ++i) text += "line " + std::to_string(i) + " <&>\n";
     const std::string back = read_back(to_xml(text));
     EXPECT_TRUE(back == text);
 }
 
-TEST_F(VstringForm, FromXmlTakesCharacterDataAndIgnoresComments) {
+TEST_F(VstringForm, FromXmlReadsCharacterDataAndIgnoresComments) {
     EXPECT_EQ(read_back("<n>a<!-- c -->b<?p q?><![CDATA[<c>]]></n>"), "ab<c>");
     EXPECT_EQ(read_back("<n/>"), "");
     EXPECT_EQ(read_back("<n>first</n><n>second</n>"), "first");
@@ -232,7 +232,7 @@ TEST_F(VstringForm, AnElementInTheTextIsAnErrorFromXml) {
     EXPECT_STREQ(kel_error_text(), "XML: //o/n: expected text, found an element");
 }
 
-TEST_F(VstringForm, FromXmlOfAMissingElementIsErrorTwo) {
+TEST_F(VstringForm, FromXmlOfAMissingElementFailsWithEnoent) {
     assign(string, "kept");
     const Document document = parse("<o/>");
     kel_vstring_from_xml(handle, tx, "//o/n", document.get(), string, &err, nullptr, 0);

@@ -38,7 +38,7 @@ TEST_F(TextOwnership, SettingOneStringFromAnotherMakesTwoIndependentTexts) {
     EXPECT_EQ(text_of(b), long_text);
 }
 
-TEST_F(TextOwnership, ACopiedAndThenSetStringIsIndependentAndTheOldTextGoes) {
+TEST_F(TextOwnership, ACopiedAndThenSetStringIsIndependentAndFreesItsOldText) {
     for (const std::string &source_text : {std::string("short"), long_text}) {
         for (const std::string &old_text : {std::string(), std::string("old"), other_text}) {
             const std::uint64_t blocks = session.blocks();
@@ -106,7 +106,7 @@ TEST_F(TextOwnership, SettingFromAReferringKeyCopiesTheBytes) {
     EXPECT_EQ(text_of(string), long_text);
 }
 
-TEST_F(TextOwnership, DestroyingGivesTheTextBackOnceAndEmptiesTheString) {
+TEST_F(TextOwnership, DestroyingFreesTheTextOnceAndEmptiesTheString) {
     const std::uint64_t before = session.blocks();
     kel_vstring *string = make_string(long_text);
     EXPECT_EQ(session.blocks(), before + 2);
@@ -122,7 +122,7 @@ TEST_F(TextOwnership, DestroyingGivesTheTextBackOnceAndEmptiesTheString) {
     destroy(nullptr);
 }
 
-TEST_F(TextOwnership, WithoutMemoryTheStringStaysAndTheErrorIs12) {
+TEST_F(TextOwnership, WithoutMemorySettingFailsWithEnomemAndKeepsTheString) {
     kel_vstring *string = make_string(long_text);
     kel_vstring *source = make_string(other_text);
     const std::uint64_t blocks = session.blocks();
@@ -155,7 +155,7 @@ TEST_F(TextOwnership, WithoutMemoryTheStringStaysAndTheErrorIs12) {
     kel_store_fail_allocation(session.store(), 0);
 }
 
-TEST_F(TextOwnership, AfterARollbackEveryByteOfTheStoreIsAsItWas) {
+TEST_F(TextOwnership, ARollbackRestoresEveryByteOfTheStore) {
     kel_vstring *a = make_string(long_text);
     kel_vstring *b = make_string(other_text);
     kel_vstring *c = make_string("short");

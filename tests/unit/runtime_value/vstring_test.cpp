@@ -32,7 +32,7 @@ TEST_F(Vstring, ANewStringIsEmpty) {
     EXPECT_EQ(kel_vstring_len(handle, tx, nullptr), 4U);
 }
 
-TEST_F(Vstring, ATextOfAnyLengthIsKeptNulIncluded) {
+TEST_F(Vstring, ATextOfAnyLengthIsStoredWithItsNuls) {
     for (const std::size_t length : lengths) {
         std::string text = text_of_length(length);
         if (length > 1) text[length / 2] = '\0';
@@ -43,7 +43,7 @@ TEST_F(Vstring, ATextOfAnyLengthIsKeptNulIncluded) {
     }
 }
 
-TEST_F(Vstring, TextsOfUpToTwelveBytesTakeNoBlock) {
+TEST_F(Vstring, TextsOfUpToTwelveBytesNeedNoBlock) {
     const std::uint64_t blocks = session.blocks();
     for (const std::size_t length : {0U, 1U, 11U, 12U}) {
         assign(string, text_of_length(length));
@@ -78,7 +78,7 @@ TEST_F(Vstring, TheChangeAfterTheHeaderIsAnnouncedFirst) {
     EXPECT_EQ(text_of(string), "new");
 }
 
-TEST_F(Vstring, NullArgumentsAreErrorTwo) {
+TEST_F(Vstring, NullArgumentsFailWithEnoent) {
     assign(string, "kept");
     kel_vstring_set(handle, tx, string, nullptr, &err);
     expect_error(ENOENT);
@@ -134,7 +134,7 @@ TEST_F(Vstring, ATextTooLongForASigned32BitLengthIsAnError) {
     EXPECT_EQ(text_of(string), "");
 }
 
-TEST_F(Vstring, TheWireFormIsLengthAndBytesAndIsReadBack) {
+TEST_F(Vstring, TheWireFormIsLengthAndBytesAndRoundTrips) {
     for (const std::size_t length : lengths) {
         const std::string text = text_of_length(length);
         assign(string, text);
@@ -159,13 +159,13 @@ TEST_F(Vstring, ANullStringIsMarshalledAsAnEmptyOne) {
     EXPECT_EQ(buffer[0] + buffer[1] + buffer[2] + buffer[3], 0);
 }
 
-TEST_F(Vstring, TooLittleSpaceToMarshalIsError90AndWritesNothing) {
+TEST_F(Vstring, ATooSmallBufferFailsWithEmsgsizeAndWritesNothing) {
     assign(string, "abc");
-    for (std::uint32_t room = 0; room < 7; ++room) {
-        std::vector<char> buffer(room, '~');
-        EXPECT_EQ(kel_vstring_marshal(handle, tx, buffer.data(), string, room, &err), 0U);
+    for (std::uint32_t space = 0; space < 7; ++space) {
+        std::vector<char> buffer(space, '~');
+        EXPECT_EQ(kel_vstring_marshal(handle, tx, buffer.data(), string, space, &err), 0U);
         expect_error(EMSGSIZE);
-        EXPECT_EQ(buffer, std::vector<char>(room, '~'));
+        EXPECT_EQ(buffer, std::vector<char>(space, '~'));
     }
 }
 
@@ -184,14 +184,14 @@ TEST_F(Vstring, AHostileLengthNeverReadsBeyondTheBuffer) {
             EXPECT_EQ(text_of(string), "kept");
         }
     }
-    for (std::uint32_t room = 0; room < 4; ++room) {
-        std::vector<char> buffer(room);
-        EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer.data(), string, room, 0, &err), 0U);
+    for (std::uint32_t space = 0; space < 4; ++space) {
+        std::vector<char> buffer(space);
+        EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer.data(), string, space, 0, &err), 0U);
         expect_error(EMSGSIZE);
     }
 }
 
-TEST_F(Vstring, UnmarshalTakesItsOwnBytesOnly) {
+TEST_F(Vstring, UnmarshalReadsOnlyItsOwnBytes) {
     const char buffer[] = "\x03\0\0\0abcdefgh";
     EXPECT_EQ(kel_vstring_unmarshal(handle, tx, buffer, string, sizeof buffer, 1, &err), 7U);
     EXPECT_EQ(text_of(string), "abc");
@@ -278,7 +278,7 @@ TEST_F(Vstring, AKeyToSearchWithIsEqualToTheStringAndOwnsNothing) {
     EXPECT_EQ(text_of(&none), "");
 }
 
-TEST_F(Vstring, HashesChainAndAnEmptyTextKeepsWhatCameBefore) {
+TEST_F(Vstring, HashesChainAndAnEmptyTextKeepsTheSeed) {
     kel_vstring *empty = make_string();
     EXPECT_NE(kel_vstring_hash(empty, 1), kel_vstring_hash(empty, 2));
     EXPECT_EQ(kel_vstring_hash(nullptr, 9), 9U);

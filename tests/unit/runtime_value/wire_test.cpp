@@ -16,8 +16,8 @@ class Wire : public ValueTest {
                         const std::function<std::uint32_t(void *, std::uint32_t)> &write) {
         const auto length = static_cast<std::uint32_t>(bytes.size());
         std::vector<std::uint8_t> buffer(length, 0xee);
-        for (std::uint32_t room = 0; room < length; ++room) {
-            EXPECT_EQ(write(buffer.data(), room), 0U);
+        for (std::uint32_t space = 0; space < length; ++space) {
+            EXPECT_EQ(write(buffer.data(), space), 0U);
             expect_error(EMSGSIZE);
             EXPECT_EQ(buffer, std::vector<std::uint8_t>(length, 0xee));
         }
@@ -35,9 +35,9 @@ class Wire : public ValueTest {
     void expect_read(const std::vector<std::uint8_t> &bytes,
                      const std::function<std::uint32_t(const void *, std::uint32_t)> &read) {
         const auto length = static_cast<std::uint32_t>(bytes.size());
-        for (std::uint32_t room = 0; room < length; ++room) {
-            const std::vector<std::uint8_t> cut(bytes.begin(), bytes.begin() + room);
-            EXPECT_EQ(read(cut.data(), room), 0U);
+        for (std::uint32_t space = 0; space < length; ++space) {
+            const std::vector<std::uint8_t> cut(bytes.begin(), bytes.begin() + space);
+            EXPECT_EQ(read(cut.data(), space), 0U);
             expect_error(EMSGSIZE);
         }
         err = EIDRM;
@@ -53,13 +53,13 @@ TEST_F(Wire, AVariantIsOneSignedByte) {
     for (const std::int8_t variant :
          {std::int8_t{0}, std::int8_t{1}, std::int8_t{-1}, std::int8_t{127}, std::int8_t{-128}}) {
         const std::vector<std::uint8_t> bytes = {static_cast<std::uint8_t>(variant)};
-        expect_written(bytes, [&](void *buffer, std::uint32_t room) {
-            return _kel_instance_variant_marshal(handle, tx, buffer, &variant, room, &err);
+        expect_written(bytes, [&](void *buffer, std::uint32_t space) {
+            return _kel_instance_variant_marshal(handle, tx, buffer, &variant, space, &err);
         });
         std::int8_t result = 33;
-        expect_read(bytes, [&](const void *buffer, std::uint32_t room) {
+        expect_read(bytes, [&](const void *buffer, std::uint32_t space) {
             EXPECT_EQ(result, 33);
-            return _kel_instance_variant_unmarshal(handle, tx, buffer, &result, room, &err);
+            return _kel_instance_variant_unmarshal(handle, tx, buffer, &result, space, &err);
         });
         EXPECT_EQ(result, variant);
     }
@@ -67,12 +67,12 @@ TEST_F(Wire, AVariantIsOneSignedByte) {
 
 TEST_F(Wire, FlagsAreOneByte) {
     const std::uint8_t flags = 40;
-    expect_written({40}, [&](void *buffer, std::uint32_t room) {
-        return _kel_instance_obj_flag_marshal(handle, tx, buffer, &flags, room, &err);
+    expect_written({40}, [&](void *buffer, std::uint32_t space) {
+        return _kel_instance_obj_flag_marshal(handle, tx, buffer, &flags, space, &err);
     });
     std::uint8_t result = 1;
-    expect_read({40}, [&](const void *buffer, std::uint32_t room) {
-        return _kel_instance_obj_flag_unmarshal(handle, tx, buffer, &result, room, &err);
+    expect_read({40}, [&](const void *buffer, std::uint32_t space) {
+        return _kel_instance_obj_flag_unmarshal(handle, tx, buffer, &result, space, &err);
     });
     EXPECT_EQ(result, 40);
 }
@@ -81,13 +81,13 @@ TEST_F(Wire, TraceCorrelationIsAWordAndAByte) {
     const std::uint64_t word = 0x0102030405060708U;
     const std::uint8_t byte = 9;
     const std::vector<std::uint8_t> bytes = {8, 7, 6, 5, 4, 3, 2, 1, 9};
-    expect_written(bytes, [&](void *buffer, std::uint32_t room) {
-        return _kel_instance_ra_data_marshal(handle, tx, buffer, &word, &byte, room, &err);
+    expect_written(bytes, [&](void *buffer, std::uint32_t space) {
+        return _kel_instance_ra_data_marshal(handle, tx, buffer, &word, &byte, space, &err);
     });
     std::uint64_t word_read = 0;
     std::uint8_t byte_read = 0;
-    expect_read(bytes, [&](const void *buffer, std::uint32_t room) {
-        return _kel_instance_ra_data_unmarshal(handle, tx, buffer, &word_read, &byte_read, room,
+    expect_read(bytes, [&](const void *buffer, std::uint32_t space) {
+        return _kel_instance_ra_data_unmarshal(handle, tx, buffer, &word_read, &byte_read, space,
                                                &err);
     });
     EXPECT_EQ(word_read, word);
@@ -97,12 +97,12 @@ TEST_F(Wire, TraceCorrelationIsAWordAndAByte) {
 TEST_F(Wire, AJumpIsFourBytesSigned) {
     const std::int32_t jump = -2;
     const std::vector<std::uint8_t> bytes = {0xfe, 0xff, 0xff, 0xff};
-    expect_written(bytes, [&](void *buffer, std::uint32_t room) {
-        return _kel_variant_jump_marshal(handle, tx, buffer, &jump, room, &err);
+    expect_written(bytes, [&](void *buffer, std::uint32_t space) {
+        return _kel_variant_jump_marshal(handle, tx, buffer, &jump, space, &err);
     });
     std::int32_t result = 0;
-    expect_read(bytes, [&](const void *buffer, std::uint32_t room) {
-        return _kel_variant_jump_unmarshal(handle, tx, buffer, &result, room, &err);
+    expect_read(bytes, [&](const void *buffer, std::uint32_t space) {
+        return _kel_variant_jump_unmarshal(handle, tx, buffer, &result, space, &err);
     });
     EXPECT_EQ(result, jump);
 }
@@ -113,17 +113,17 @@ TEST_F(Wire, AMessageHeaderIsTwentySevenBytes) {
     const std::vector<std::uint8_t> bytes = {188, 255, 255, 255, 255, 255, 254, 1, 1, 2, 3, 4, 5, 6,
                                              7,   8,   0,   0,   0,   0,   0,   0, 0, 0, 0, 0, 0};
     ASSERT_EQ(bytes.size(), KEL_MESSAGE_HEADER_SIZE);
-    expect_written(bytes, [&](void *buffer, std::uint32_t room) {
-        return _kel_message_header_marshal(handle, tx, buffer, &header, room, &err);
+    expect_written(bytes, [&](void *buffer, std::uint32_t space) {
+        return _kel_message_header_marshal(handle, tx, buffer, &header, space, &err);
     });
     kel_message_header result{};
-    expect_read(bytes, [&](const void *buffer, std::uint32_t room) {
-        return _kel_message_header_unmarshal(handle, tx, buffer, &result, room, &err);
+    expect_read(bytes, [&](const void *buffer, std::uint32_t space) {
+        return _kel_message_header_unmarshal(handle, tx, buffer, &result, space, &err);
     });
     EXPECT_EQ(std::memcmp(&result, &header, sizeof header), 0);
 }
 
-TEST_F(Wire, AReaderTakesAnyMessageHeaderUnchecked) {
+TEST_F(Wire, AReaderAcceptsAnyMessageHeader) {
     const std::vector<std::uint8_t> zeros(40, 0);
     kel_message_header result{1, {1, 1, 1, 1, 1, 1}, 1, 1, 1};
     EXPECT_EQ(_kel_message_header_unmarshal(handle, tx, zeros.data(), &result, 40, &err), 27U);

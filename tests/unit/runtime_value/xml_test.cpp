@@ -33,17 +33,17 @@ TEST_F(XmlServices, TagsEndTheirLineAndShowAStateFlag) {
     EXPECT_EQ(std::string(buffer, 10), "<LAMP_ON/>");
 }
 
-TEST_F(XmlServices, TagsThatDoNotFitAreError90AndStayInTheirBuffer) {
+TEST_F(XmlServices, TagsThatDoNotFitFailWithEmsgsizeWithinTheirBuffer) {
     std::string buffer(20, '~');
-    for (std::uint32_t room = 0; room < 7; ++room) {
+    for (std::uint32_t space = 0; space < 7; ++space) {
         buffer.assign(20, '~');
-        EXPECT_EQ(start_tag(handle, tx, buffer.data(), "st_x", room, 0, &err), 0U);
+        EXPECT_EQ(start_tag(handle, tx, buffer.data(), "st_x", space, 0, &err), 0U);
         expect_error(EMSGSIZE);
-        EXPECT_EQ(end_tag(handle, tx, buffer.data(), "st_x", room, &err), 0U);
+        EXPECT_EQ(end_tag(handle, tx, buffer.data(), "st_x", space, &err), 0U);
         expect_error(EMSGSIZE);
-        EXPECT_EQ(xml_enum_print(handle, tx, buffer.data(), "<A_NAME/>", room, 9, &err), 0U);
+        EXPECT_EQ(xml_enum_print(handle, tx, buffer.data(), "<A_NAME/>", space, 9, &err), 0U);
         expect_error(EMSGSIZE);
-        EXPECT_EQ(buffer.substr(room), std::string(20 - room, '~'));
+        EXPECT_EQ(buffer.substr(space), std::string(20 - space, '~'));
     }
 }
 
@@ -81,7 +81,7 @@ TEST_F(XmlServices, ABadPathPrintsNothing) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(XmlServices, AnElementsTextIsGivenCutToTheArea) {
+TEST_F(XmlServices, AnElementsTextIsTruncatedToTheArea) {
     EXPECT_EQ(value("//o/f"), 0U);
     EXPECT_STREQ(area, "text");
     EXPECT_EQ(value("//o/empty"), 0U);
@@ -95,19 +95,19 @@ TEST_F(XmlServices, AnElementsTextIsGivenCutToTheArea) {
     EXPECT_EQ(xml_get_element_value(document.get(), "//o/f", nullptr, 0, 0), 0U);
 }
 
-TEST_F(XmlServices, OnlyPresenceCountsForAnElementOfElements) {
+TEST_F(XmlServices, AnElementOfElementsIsOnlyTestedForPresence) {
     EXPECT_EQ(value("//o/e"), 0U);
     EXPECT_EQ(value("//o"), 0U);
 }
 
-TEST_F(XmlServices, AMissingElementIsTwoAndABadPathIsAnotherFailure) {
+TEST_F(XmlServices, AMissingElementFailsWithEnoentAndABadPathWithEinval) {
     EXPECT_EQ(value("//o/nothing"), ENOENT);
     EXPECT_EQ(value("//o/["), EINVAL);
     EXPECT_EQ(xml_get_element_value(nullptr, "//o", area, sizeof area, 0), EINVAL);
     EXPECT_STREQ(area, "untouched");
 }
 
-TEST_F(XmlServices, ReadingWithoutADocumentIsError22) {
+TEST_F(XmlServices, ReadingWithoutADocumentFailsWithEinval) {
     TraceCapture trace;
     std::uint32_t number = 5;
     u_int32_from_xml(handle, tx, "//o/m", nullptr, &number, &err, nullptr, 0);
@@ -118,7 +118,7 @@ TEST_F(XmlServices, ReadingWithoutADocumentIsError22) {
     EXPECT_EQ(trace.lines.size(), 2U);
 }
 
-TEST_F(XmlServices, TheCallersMessageIsLeftAlone) {
+TEST_F(XmlServices, TheCallersMessageIsUnchanged) {
     char message[16] = "untouched";
     TraceCapture trace;
     std::uint32_t number = 5;
