@@ -145,7 +145,7 @@ class AllHandlers : public ::testing::Test {
         EXPECT_EQ(events[0].handle, handle);
         EXPECT_EQ(events[0].tx_id, 42U);
         EXPECT_EQ(events[0].arguments, arguments) << handler;
-        EXPECT_EQ(err, 77U) << "the handler's error goes back";
+        EXPECT_EQ(err, 77U) << "the handler's error is returned";
         err = 0;
         events.clear();
     }

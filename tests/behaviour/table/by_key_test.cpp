@@ -99,14 +99,14 @@ TEST_P(ByKey, AFailedReportOfTheRecordAtTheKeyEndsTheStep) {
     kel_record *a = put(0);
     kel_record *b = put(1);
     const Key key(s, handle, 0);
-    const Key behind(s, handle, 1);
+    const Key after(s, handle, 1);
     services.always_fail("kelrepl_add_to_cache");
     services.clear();
     EXPECT_EQ(read(s.index.next_by_key, key.value()), nullptr);
     EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(reported(), Reported{a});
     err = 0;
-    EXPECT_EQ(read(s.index.prev_by_key, behind.value()), nullptr);
+    EXPECT_EQ(read(s.index.prev_by_key, after.value()), nullptr);
     EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(reported(), Reported{b});
 }

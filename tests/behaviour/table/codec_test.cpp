@@ -236,16 +236,16 @@ TEST_P(Wire, AnObjectWithRaDataNeedsMoreThanItsLength) {
 TEST_P(Wire, OnlyAReadAllocates) {
     kel_record *record = put(1, 1, 5);
     std::vector<char> area(1U << 20, ' ');
-    const u32 room = 1U << 20;
+    const u32 space = 1U << 20;
     HookRecorder hooks(handle);
     s.plain.len(handle, tx, record);
-    s.plain.marshal(handle, tx, area.data(), record, room, &err);
+    s.plain.marshal(handle, tx, area.data(), record, space, &err);
     s.plain.pkey_len(handle, tx, record);
-    s.plain.pkey_marshal(handle, tx, area.data(), record, room, &err);
+    s.plain.pkey_marshal(handle, tx, area.data(), record, space, &err);
     std::fill(area.begin(), area.end(), ' ');
-    s.plain.print(handle, tx, area.data(), record, room, &err);
-    s.plain.pkey_print(handle, tx, table, record, area.data(), room, &err);
-    s.plain.to_xml(handle, tx, area.data(), record, room, &err);
+    s.plain.print(handle, tx, area.data(), record, space, &err);
+    s.plain.pkey_print(handle, tx, table, record, area.data(), space, &err);
+    s.plain.to_xml(handle, tx, area.data(), record, space, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(hooks.count(Hook::alloc), 0U);
     EXPECT_EQ(hooks.count(Hook::write_log), 0U);

@@ -167,11 +167,11 @@ TEST_P(Filters, ReportTheReturnedRecordOnce) {
 TEST_P(Filters, NeverReportAShadow) {
     kel_record *before = put(0, 254);
     kel_record *shadow = put(0, 255);
-    kel_record *behind = put(1, 1);
+    kel_record *after = put(1, 1);
     const Key key(s, handle, 0);
     services.clear();
     EXPECT_EQ(read(s.index.next_internal, before, 255, 1, 1), shadow);
-    EXPECT_EQ(read(s.index.prev_internal, behind, 0, 0, 0), shadow);
+    EXPECT_EQ(read(s.index.prev_internal, after, 0, 0, 0), shadow);
     EXPECT_EQ(read(s.index.first_not_pending, 255), shadow);
     EXPECT_EQ(read(s.index.last_not_pending, 255), shadow);
     EXPECT_EQ(s.index.get_cr(handle, table, 3, before, 0, 1), shadow);

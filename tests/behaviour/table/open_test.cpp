@@ -371,8 +371,8 @@ TEST_F(OpenDeathTest, ADescriptorWithoutVariantsEndsTheProcess) {
 
 TEST_F(OpenDeathTest, ARefusedRangeEndsTheProcess) {
     // The store traces its failure first. Only 1 is success.
-    for (const u32 answer : {0U, 2U}) {
-        services.always_return("loam_set_range", answer);
+    for (const u32 result : {0U, 2U}) {
+        services.always_return("loam_set_range", result);
         EXPECT_DEATH(s.plain.open(handle, tx, "other", 0, &err),
                      "\\(ERR\\): .*\\(FATAL\\): loam internal error");
     }

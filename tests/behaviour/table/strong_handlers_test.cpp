@@ -21,12 +21,12 @@ struct Event {
     std::vector<void *> arguments;
 };
 std::vector<Event> events;
-std::uint32_t answer = 0;
+std::uint32_t handler_error = 0;
 
 void note(const char *handler, kel_handle *handle, std::uint32_t tx_id,
           std::vector<void *> arguments, std::uint32_t *err) {
     events.push_back({handler, handle, tx_id, std::move(arguments)});
-    *err = answer;
+    *err = handler_error;
 }
 
 }  // namespace
@@ -69,7 +69,7 @@ class StrongHandlers : public tarn::test::PlainTest {
  protected:
     void SetUp() override {
         events.clear();
-        answer = 0;
+        handler_error = 0;
     }
     void expect(const char *handler, const Arguments &arguments) {
         ASSERT_EQ(events.size(), 1U);
@@ -129,7 +129,7 @@ TEST_F(StrongHandlers, GetANullTableInDmEvents) {
 }
 
 TEST_F(StrongHandlers, ReturnTheirErrorToTheCaller) {
-    answer = ENOMEM;
+    handler_error = ENOMEM;
     tbl_ldap_conn_table_record_create_cb(handle, 42, a, b, &err);
     EXPECT_EQ(err, ENOMEM);
     events.clear();

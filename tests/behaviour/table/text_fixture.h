@@ -11,7 +11,7 @@
 
 namespace tarn::test {
 
-inline constexpr u32 room = 1U << 20;  // a day of minutes is 1440 elements
+inline constexpr u32 space = 1U << 20;  // a day of minutes is 1440 elements
 
 struct FreeDocument {
     void operator()(kel_xml_document *document) const { kel_xml_free(document); }
@@ -28,24 +28,24 @@ class TextTest : public TableTest {
  protected:
     using Writer = u32 (*)(kel_handle *, u32, char *, const kel_record *, u32, u32 *);
     std::string written(Writer writer, const kel_record *record) {
-        std::vector<char> area(room, ' ');
-        const u32 length = writer(handle, tx, area.data(), record, room, &err);
+        std::vector<char> area(space, ' ');
+        const u32 length = writer(handle, tx, area.data(), record, space, &err);
         EXPECT_EQ(err, 0U);
         return std::string(area.data(), length);
     }
     std::string object_text(const Slot &slot, const void *object) {
-        std::vector<char> area(room, ' ');
+        std::vector<char> area(space, ' ');
         const u32 length = slot.type->print(handle, tx, area.data(), 2, slot.type->name.data(),
-                                            object, room, &err);
+                                            object, space, &err);
         return std::string(area.data(), length);
     }
     std::string object_xml(const Slot &slot, const void *object) {
-        std::vector<char> area(room, ' ');
+        std::vector<char> area(space, ' ');
         const u32 length = slot.type->to_xml(handle, tx, slot.type->name.data(), area.data(),
-                                             object, room, 0, &err);
+                                             object, space, 0, &err);
         return std::string(area.data(), length);
     }
-    std::vector<char> buffer = std::vector<char>(room, ' ');
+    std::vector<char> buffer = std::vector<char>(space, ' ');
 };
 
 }  // namespace tarn::test

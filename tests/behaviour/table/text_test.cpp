@@ -21,7 +21,7 @@ TEST_P(Text, ARecordContainsItsObjectsBetweenItsOwnLines) {
     expected += "}\n";
     EXPECT_EQ(written(s.plain.print, record), expected);
     EXPECT_EQ(written(s.unsafe.print, record), expected);
-    const u32 length = s.cr.print(handle, record, buffer.data(), room);
+    const u32 length = s.cr.print(handle, record, buffer.data(), space);
     EXPECT_EQ(std::string(buffer.data(), length), expected);
 }
 
@@ -42,14 +42,14 @@ TEST_P(Text, PrintingAnObjectNeedsItsWireLengthAsSpace) {
 TEST_P(Text, WithItsWireLengthAsSpaceAnObjectIsStarted) {
     kel_record *record = make(1);
     const std::string first_line = std::string("record@") + s.name + ": {\n";
-    const u32 room_left = s.object.type->len(handle, tx, record->object);
-    std::vector<char> area(room, ' ');
+    const u32 space_left = s.object.type->len(handle, tx, record->object);
+    std::vector<char> area(space, ' ');
     u32 of_object = s.object.type->print(handle, tx, area.data(), 2, s.object.type->name.data(),
-                                         record->object, room_left, &err);
+                                         record->object, space_left, &err);
     const u32 object_error = err;
     err = 0;
     const u32 length = s.plain.print(handle, tx, buffer.data(), record,
-                                     static_cast<u32>(first_line.size()) + room_left, &err);
+                                     static_cast<u32>(first_line.size()) + space_left, &err);
     EXPECT_EQ(err != 0, object_error != 0 || s.has_key_object());
     EXPECT_GE(length, first_line.size() + of_object);
     EXPECT_EQ(std::string(buffer.data() + first_line.size(), of_object),
@@ -83,7 +83,7 @@ TEST_P(Text, PrintRunsWithAnErrorAndClearsNone) {
     handle->last_error = EINVAL;
     err = EIO;
     services.clear();
-    const u32 length = s.plain.print(handle, tx, buffer.data(), record, room, &err);
+    const u32 length = s.plain.print(handle, tx, buffer.data(), record, space, &err);
     // The record's own lines, without its objects.
     EXPECT_EQ(std::string(buffer.data(), length), std::string("record@") + s.name + ": {\n}\n");
     EXPECT_EQ(err, EIO);
@@ -99,10 +99,10 @@ TEST_P(Text, TheCrFormsStopAtAnError) {
     kel_record *record = make(1);
     handle->last_error = EINVAL;
     std::fill(buffer.begin(), buffer.end(), '.');
-    EXPECT_EQ(s.cr.print(handle, record, buffer.data(), room), 0xffffffffU);
-    EXPECT_EQ(s.cr.to_xml(handle, record, buffer.data(), room), 0xffffffffU);
+    EXPECT_EQ(s.cr.print(handle, record, buffer.data(), space), 0xffffffffU);
+    EXPECT_EQ(s.cr.to_xml(handle, record, buffer.data(), space), 0xffffffffU);
     EXPECT_EQ(handle->last_error, EINVAL);
-    EXPECT_EQ(buffer, std::vector<char>(room, '.'));
+    EXPECT_EQ(buffer, std::vector<char>(space, '.'));
     kel_clear_last_error(handle);
     EXPECT_EQ(s.cr.to_xml(handle, record, buffer.data(), 3), 0xffffffffU);
     EXPECT_EQ(handle->last_error, EMSGSIZE);
@@ -112,16 +112,16 @@ TEST_P(Text, AKeyPrintsUnderItsOwnName) {
     kel_record *record = make(1);
     std::string expected;
     if (s.has_key_object()) {
-        std::vector<char> area(room, ' ');
+        std::vector<char> area(space, ' ');
         const u32 length = s.key_object.type->print(handle, tx, area.data(), 0, "",
-                                                    record->key_object, room, &err);
+                                                    record->key_object, space, &err);
         expected.assign(area.data(), length);
         EXPECT_EQ(expected.rfind("@pair_key: {\n", 0), 0U) << expected;
     } else {
         expected = s.key_name;
     }
     for (const Operations *form : {&s.plain, &s.unsafe}) {
-        const u32 length = form->pkey_print(handle, tx, table, record, buffer.data(), room, &err);
+        const u32 length = form->pkey_print(handle, tx, table, record, buffer.data(), space, &err);
         EXPECT_EQ(err, 0U);
         const std::string text(buffer.data(), length);
         EXPECT_EQ(text.rfind(expected, 0), 0U) << text;
@@ -137,11 +137,13 @@ TEST_P(Text, PrintingAKeyNeedsTableRecordAndSpace) {
         EXPECT_EQ(err, code);
         err = 0;
     };
-    expect_error(s.plain.pkey_print(handle, tx, nullptr, record, buffer.data(), room, &err),
+    expect_error(s.plain.pkey_print(handle, tx, nullptr, record, buffer.data(), space, &err),
                  EINVAL);
     EXPECT_EQ(handle->last_error, EINVAL);
-    expect_error(s.plain.pkey_print(handle, tx, table, nullptr, buffer.data(), room, &err), EINVAL);
-    expect_error(s.plain.pkey_print(nullptr, tx, table, record, buffer.data(), room, &err), EINVAL);
+    expect_error(s.plain.pkey_print(handle, tx, table, nullptr, buffer.data(), space, &err),
+                 EINVAL);
+    expect_error(s.plain.pkey_print(nullptr, tx, table, record, buffer.data(), space, &err),
+                 EINVAL);
     const u32 length = s.plain.pkey_len(handle, tx, record);
     expect_error(s.plain.pkey_print(handle, tx, table, record, buffer.data(), length - 1, &err),
                  EMSGSIZE);
@@ -151,16 +153,16 @@ TEST_P(Text, PrintingAKeyNeedsTableRecordAndSpace) {
                  EMSGSIZE);
     handle->last_error = EINVAL;
     err = EIO;
-    EXPECT_EQ(s.plain.pkey_print(handle, tx, table, record, buffer.data(), room, &err), 0U);
+    EXPECT_EQ(s.plain.pkey_print(handle, tx, table, record, buffer.data(), space, &err), 0U);
     EXPECT_EQ(err, EIO);
     EXPECT_EQ(handle->last_error, EINVAL);
-    EXPECT_EQ(buffer, std::vector<char>(room, '.'));
+    EXPECT_EQ(buffer, std::vector<char>(space, '.'));
 }
 
 TEST_P(Text, PrintingAKeyClearsTheLastErrorFirst) {
     kel_record *record = make(1);
     handle->last_error = EINVAL;
-    EXPECT_GT(s.plain.pkey_print(handle, tx, table, record, buffer.data(), room, &err), 0U);
+    EXPECT_GT(s.plain.pkey_print(handle, tx, table, record, buffer.data(), space, &err), 0U);
     EXPECT_EQ(handle->last_error, 0U);
     const u32 length = s.plain.pkey_len(handle, tx, record);
     // With its wire length as space a key is begun, even if its text does not fit.

@@ -93,11 +93,11 @@ TEST_P(Walk, ItsFunctionMayDestroyTheVisitedRecord) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-u32 answer_context(kel_record *record, void *context) { return record == context ? 7U : 8U; }
+u32 compare_with_context(kel_record *record, void *context) { return record == context ? 7U : 8U; }
 
 TEST_P(Walk, TheTreesCallbackPassesRecordAndResult) {
     kel_record *record = make(0);
-    kel_walk_pair pair{answer_context, record};
+    kel_walk_pair pair{compare_with_context, record};
     EXPECT_EQ(s.index.internal_walk(&record->index_node, &pair), 7U);
     pair.context = nullptr;
     EXPECT_EQ(s.index.internal_walk(&record->index_node, &pair), 8U);

@@ -25,7 +25,7 @@ TEST_P(RecordXml, ARecordIsAnElementThatContainsItsObjects) {
     kel_record *record = make(1, 1, 5);
     const std::string xml = written(s.plain.to_xml, record);
     EXPECT_EQ(written(s.unsafe.to_xml, record), xml);
-    const u32 length = s.cr.to_xml(handle, record, buffer.data(), room);
+    const u32 length = s.cr.to_xml(handle, record, buffer.data(), space);
     EXPECT_EQ(std::string(buffer.data(), length), xml);
 
     const std::string object = object_xml(s.object, record->object);
@@ -71,7 +71,7 @@ TEST_P(RecordXml, EnteredWithAnErrorDoesNothing) {
     err = EIO;
     services.clear();
     HookRecorder hooks(handle);
-    EXPECT_EQ(s.plain.to_xml(handle, tx, buffer.data(), record, room, &err), 0U);
+    EXPECT_EQ(s.plain.to_xml(handle, tx, buffer.data(), record, space, &err), 0U);
     EXPECT_EQ(s.plain.from_xml(handle, tx, document.get(), &err, nullptr, 0), nullptr);
     EXPECT_EQ(err, EIO);
     EXPECT_EQ(handle->last_error, EINVAL);
