@@ -39,13 +39,13 @@ TEST(Face, StructuresLoseTheirPrefix) {
     EXPECT_EQ(class_name("stone"), "stone");
 }
 
-TEST(Face, APrefixStaysWhereTheRestIsNoName) {
+TEST(Face, APrefixStaysIfTheRestIsNoName) {
     EXPECT_EQ(class_name("st_1x"), "st_1x");
     EXPECT_EQ(class_name("st_"), "st_");
     EXPECT_EQ(class_name("st_class"), "class_");
 }
 
-TEST(Face, EnumeratorsLoseTheWordsThatAllBeginWith) {
+TEST(Face, EnumeratorsLoseTheirCommonPrefix) {
     EXPECT_EQ(enumerators({"LAMP_OFF", "LAMP_ON"}), (Names{"off", "on"}));
     EXPECT_EQ(enumerators({"KEL_DIR_BOTH", "KEL_DIR_IN_OUT"}), (Names{"both", "in_out"}));
     EXPECT_EQ(enumerators({"RED", "BLUE"}), (Names{"red", "blue"}));
@@ -58,7 +58,7 @@ TEST(Face, EachEnumeratorKeepsAWord) {
     EXPECT_EQ(enumerators({"LAMP_ON", "LAMP_ON_DIM"}), (Names{"on", "on_dim"}));
 }
 
-TEST(Face, AnEnumeratorThatWouldBeginWithADigitKeepsTheWordBefore) {
+TEST(Face, AnEnumeratorThatWouldStartWithADigitKeepsTheWordBefore) {
     EXPECT_EQ(enumerators({"TLS_1_2", "TLS_1_3"}), (Names{"tls_1_2", "tls_1_3"}));
     EXPECT_EQ(enumerators({"PROTOCOL_TLS_1", "PROTOCOL_NONE"}), (Names{"tls_1", "none"}));
     EXPECT_EQ(enumerators({"SPEED_10", "SPEED_AUTO"}), (Names{"speed_10", "auto_"}));
@@ -71,7 +71,7 @@ TEST(Face, KeywordsAndMacrosGetAnUnderscore) {
     EXPECT_EQ(member("status"), "status");
 }
 
-TEST(Face, FieldsDontTakeTheNamesOfTheirClass) {
+TEST(Face, FieldsDoNotUseTheNamesOfTheirClass) {
     EXPECT_EQ(member("key"), "key_");
     EXPECT_EQ(member("to_xml"), "to_xml_");
     EXPECT_EQ(member("lamp"), "lamp_");

@@ -16,7 +16,7 @@ std::string module_of(const std::string &structure) {
     return "module sample\norder\n    st_a\n" + structure;
 }
 
-TEST(Identity, GivenIdentitiesAreTaken) {
+TEST(Identity, GivenIdentitiesAreUsed) {
     const tarnc::Schema schema = compile(schema_path("test.tarn"));
     const auto &type = item(schema.structures, "st_ldap_conn");
     EXPECT_EQ(type.identity.luid, "09f02ed2147f259a0aee4a14c8331c9b");
@@ -34,7 +34,7 @@ TEST(Identity, DigestOfATextIsAlwaysTheSame) {
     EXPECT_EQ(tarnc::digest("structure st_a\n", 0), "df9cdc0e7e81b0dc943295d190d43b23");
 }
 
-TEST(Identity, BetterWordsChangeNoIdentity) {
+TEST(Identity, OtherDescriptionsChangeNoIdentity) {
     const auto one = compile_text(module_of("structure st_a \"a\"\n    u_int32 x \"one\"\n"));
     const auto other =
         compile_text(module_of("# a remark\nstructure st_a   \"better\"\n"
@@ -43,7 +43,7 @@ TEST(Identity, BetterWordsChangeNoIdentity) {
     EXPECT_EQ(one.structures[0].identity.digest, other.structures[0].identity.digest);
 }
 
-TEST(Identity, AnotherFieldGivesAnotherIdentity) {
+TEST(Identity, AnotherFieldChangesTheIdentity) {
     const auto one = compile_text(module_of("structure st_a \"a\"\n    u_int32 x \"one\"\n"));
     const auto other = compile_text(module_of("structure st_a \"a\"\n    u_int64 x \"one\"\n"));
     EXPECT_NE(one.structures[0].identity.luid, other.structures[0].identity.luid);

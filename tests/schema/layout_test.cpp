@@ -20,7 +20,7 @@ const tarnc::Schema &tests() {
     return schema;
 }
 
-TEST(Layout, PlainStructureHasItsFieldsBehindTheHeader) {
+TEST(Layout, PlainStructureHasItsFieldsAfterTheHeader) {
     const auto &type = item(tests().structures, "st_ldap_conn");
     EXPECT_EQ(item(type.fields, "sname").offset, 16U);
     EXPECT_EQ(item(type.fields, "num_conns").offset, 48U);
@@ -28,7 +28,7 @@ TEST(Layout, PlainStructureHasItsFieldsBehindTheHeader) {
     EXPECT_EQ(type.plain_size, 64U);
 }
 
-TEST(Layout, StateBlockHasOneByteAFieldAndTheTextsOwn) {
+TEST(Layout, StateBlockHasOneBytePerFieldAndThatOfTheText) {
     const auto &type = item(tests().structures, "st_ldap_conn");
     EXPECT_EQ(item(type.fields, "sname").state, 0U);
     EXPECT_EQ(item(type.fields, "num_conns").state, 2U);
@@ -57,7 +57,7 @@ TEST(Layout, NestedStructureTakesItsWholeAllocation) {
     EXPECT_EQ(item(type.fields, "aaa_author").offset, item(type.fields, "aaa_authen").offset + 96U);
 }
 
-TEST(Layout, GrownStructureKeepsThePlacesOfItsFirstVariant) {
+TEST(Layout, GrownStructureKeepsTheOffsetsOfItsFirstVariant) {
     const auto &type = item(servers().structures, "st_aaa_servers");
     EXPECT_EQ(item(type.fields, "minute").offset, 396U);
     EXPECT_EQ(item(type.fields, "radius_dtls_stats").offset, 1840U);
@@ -85,7 +85,7 @@ TEST(Layout, FieldNumbersOfAVariantAreItsFieldsUnlessItSaysMore) {
     EXPECT_EQ(test.variants.at(1).field_numbers, 6U);
 }
 
-TEST(Layout, EachKindOfFieldHasItsAlignmentAndItsShareOfTheStateBlock) {
+TEST(Layout, EachKindOfFieldHasItsAlignmentAndStateLength) {
     struct Expected {
         const char *field;
         std::uint32_t offset, size, state;

@@ -89,7 +89,7 @@ TEST(Operations, SomeFormsAreMissingOnPurpose) {
         EXPECT_EQ(names.count(missing), 0U) << missing;
 }
 
-TEST(Operations, EveryOperationSaysWhatItDoes) {
+TEST(Operations, EveryOperationIsDescribed) {
     for (const tarnc::Table &table : tests().tables) {
         for (const auto &each : tarnc::list_operations("table.ops", context_of(tests(), table))) {
             ASSERT_FALSE(each.meaning.empty()) << each.name;
@@ -145,7 +145,7 @@ TEST(Operations, WideOperationIsDefinedWithAllArgumentsUnderTheExportedName) {
     EXPECT_EQ(operation.names(), std::vector<std::string>{"f"});
 }
 
-TEST(Operations, TwinIsDeclaredUnderOneComment) {
+TEST(Operations, TwinIsDeclaredWithOneComment) {
     tarnc::Operation operation;
     operation.meaning = {"Does it."};
     operation.result = "void ";

@@ -15,14 +15,14 @@ std::string content(const std::string &path) {
     return tarnc::read_file(path, text) ? text : "no file " + path;
 }
 
-TEST(Output, WritesFilesInFoldersThatItMakes) {
+TEST(Output, WritesFilesInFoldersThatItCreates) {
     const Folder folder("tarnc-output");
     tarnc::write_files(folder.path(), {{"a.txt", "one"}, {"b/c.txt", "two"}});
     EXPECT_EQ(content(folder / "a.txt"), "one");
     EXPECT_EQ(content(folder / "b/c.txt"), "two");
 }
 
-TEST(Output, LeavesAFileAloneThatDoesNotChange) {
+TEST(Output, DoesNotWriteAnUnchangedFile) {
     const Folder folder("tarnc-output");
     tarnc::write_files(folder.path(), {{"same.txt", "one"}, {"other.txt", "one"}});
     const auto long_ago = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
@@ -33,7 +33,7 @@ TEST(Output, LeavesAFileAloneThatDoesNotChange) {
     EXPECT_NE(std::filesystem::last_write_time(folder / "other.txt"), long_ago);
 }
 
-TEST(Output, RemovesWhatAnEarlierRunWroteAndNothingElse) {
+TEST(Output, RemovesOnlyFilesOfAnEarlierRun) {
     const Folder folder("tarnc-output");
     std::ofstream(folder / "mine.txt") << "mine";
     tarnc::write_files(folder.path(), {{"a.txt", "one"}, {"b.txt", "two"}});
@@ -49,7 +49,7 @@ TEST(Output, FileThatCannotBeWrittenIsAnError) {
     EXPECT_THROW(tarnc::write_files(folder.path(), {{"taken", "text"}}), std::runtime_error);
 }
 
-TEST(Output, DependencyRuleEscapesWhatMakeWouldRead) {
+TEST(Output, DependencyRuleEscapesSpecialCharactersOfMake) {
     EXPECT_EQ(tarnc::dependency_rule("out/made", {"a b.tarn", "c$d.tarn", "e#.tarn"}),
               "out/made: \\\n  a\\ b.tarn \\\n  c$$d.tarn \\\n  e\\#.tarn\n");
 }

@@ -20,14 +20,14 @@ TEST(Render, ShortPrototypeStaysOnItsLine) {
     EXPECT_EQ(tarnc::prototype("void f", {"int a", "int b"}, ";"), "void f(int a, int b);");
 }
 
-TEST(Render, LongPrototypeLinesItsArgumentsUp) {
+TEST(Render, LongPrototypeAlignsItsArguments) {
     const std::string argument(30, 'a');
     EXPECT_EQ(
         tarnc::prototype("void f", {argument, argument, argument, argument}, ";"),
         "void f(" + argument + ", " + argument + ",\n       " + argument + ", " + argument + ");");
 }
 
-TEST(Render, PrototypeWithoutRoomStartsItsArgumentsOnTheNextLine) {
+TEST(Render, PrototypeThatDoesNotFitStartsItsArgumentsOnTheNextLine) {
     const std::string name(80, 'n');
     EXPECT_EQ(tarnc::prototype(name, {"int first", "int second"}, ";"),
               name + "(\n    int first, int second);");
@@ -37,7 +37,7 @@ TEST(Render, ShortCommentTakesOneLine) {
     EXPECT_EQ(tarnc::comment({"Does it."}), "/* Does it. */\n");
 }
 
-TEST(Render, ParagraphsOfACommentBeginOnLinesOfTheirOwn) {
+TEST(Render, ParagraphsOfACommentStartOnNewLines) {
     EXPECT_EQ(tarnc::comment({"Does it.", "Returns: nothing."}),
               "/*\n * Does it.\n * Returns: nothing.\n */\n");
 }
@@ -52,13 +52,13 @@ TEST(Render, NoLineIsLongerThan100Characters) {
     EXPECT_LE(longest_line(tarnc::fill_call(call, 4)), 100U);
 }
 
-TEST(Render, CallGoesOnBelowTheInnermostOpenBracket) {
+TEST(Render, CallContinuesBelowTheInnermostOpenBracket) {
     const std::string a(60, 'a');
     EXPECT_EQ(tarnc::fill_call("return f(g(" + a + ", b), " + a + ");", 4),
               "    return f(g(" + a + ", b),\n             " + a + ");");
 }
 
-TEST(Render, PiecesAreCutOutsideBracketsOnly) {
+TEST(Render, PiecesAreSplitOnlyOutsideBrackets) {
     const std::vector<std::string> expected = {"a(b, c)", "d<e, f>", "g"};
     EXPECT_EQ(tarnc::split("a(b, c), d<e, f>, g", ','), expected);
 }
