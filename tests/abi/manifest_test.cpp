@@ -86,7 +86,7 @@ class Manifest : public ::testing::Test {
     std::vector<Record> records_;
 };
 
-TEST_F(Manifest, StandsInASectionThatIsNotLoaded) {
+TEST_F(Manifest, IsInASectionThatIsNotLoaded) {
     EXPECT_EQ(section_.sh_type, static_cast<Elf64_Word>(SHT_PROGBITS));
     EXPECT_EQ(section_.sh_flags & SHF_ALLOC, 0U);
     EXPECT_EQ(section_.sh_addralign, 4U);
@@ -159,7 +159,7 @@ TEST_F(Manifest, OrdersTypesByNameAndTablesByIdentity) {
     EXPECT_TRUE(std::is_sorted(tables.begin(), tables.end()));
 }
 
-TEST_F(Manifest, TellsItemsAsOtherReadersKnowThem) {
+TEST_F(Manifest, HasTheKnownLines) {
     const std::vector<std::string> all = lines(0);
     for (const char *line :
          {"43a280d69caa75dca4db7bb48b46e016:60079416e6c19d3ad58b5da53807ac22enum000:00016N",
@@ -185,7 +185,7 @@ TEST_F(Manifest, EndsWithANoteOnTheBuild) {
     EXPECT_NE(note[5].find("  _KEL_  tarnbase"), std::string::npos);
 }
 
-TEST_F(Manifest, TellsASecondIdentityOfEachItemThatIsNoOtherItems) {
+TEST_F(Manifest, GivesEachItemASecondUniqueIdentity) {
     std::set<std::string> seen;
     for (const std::string &line : lines(0)) {
         if (line.size() != 79) continue;
@@ -196,7 +196,7 @@ TEST_F(Manifest, TellsASecondIdentityOfEachItemThatIsNoOtherItems) {
 }
 
 // The last variant's length in whole words, without the memory allocated beyond it.
-TEST_F(Manifest, TellsTheUsedLengthOfAStructureRoundedUp) {
+TEST_F(Manifest, GivesTheUsedLengthOfAStructureRoundedUp) {
     const std::map<std::string, std::string> expected = {{"service_type_info_key", "000:00048N"},
                                                          {"st_aaa_type", "000:00080N"},
                                                          {"st_ldap_conn", "000:00056N"},
@@ -214,7 +214,7 @@ TEST_F(Manifest, TellsTheUsedLengthOfAStructureRoundedUp) {
     EXPECT_EQ(found, expected.size());
 }
 
-TEST_F(Manifest, HasTheLengthOfItsTextWithTheNulInFrontOfEachRecord) {
+TEST_F(Manifest, HasTheLengthOfTheTextWithItsNulBeforeEachRecord) {
     ASSERT_EQ(records_.size(), 2U);
     EXPECT_EQ(read<std::uint32_t>(bytes_, 0), records_[0].text.size() + 1);
     EXPECT_EQ(read<std::uint32_t>(bytes_, 0), 18 + 80 * 171 + 1U);
@@ -226,7 +226,7 @@ TEST_F(Manifest, HasTheLengthOfItsTextWithTheNulInFrontOfEachRecord) {
     EXPECT_EQ(bytes_.size() % 4, 0U);
 }
 
-TEST_F(Manifest, WritesTheBuildNoteInFixedForms) {
+TEST_F(Manifest, WritesTheBuildNoteInFixedFormats) {
     const std::vector<std::string> forms = {
         "tarnbase", "built by: .+", "on host: .+", "pid: [1-9][0-9]*",
         "at: (Mon|Tue|Wed|Thu|Fri|Sat|Sun) "

@@ -60,7 +60,7 @@ std::uint32_t one_life(kel_handle *handle, std::uint32_t tx, kel_table *table, i
     return (err == 0 ? 0U : 1U) + (found ? 0U : 1U);
 }
 
-TEST(Threads, CountOnTheSharedDescriptorsWithoutLosingOne) {
+TEST(Threads, CountOnSharedDescriptorsWithoutLoss) {
     const kel_variant_usage before = usage_of_st_every();
     in_all_threads([](int) {
         const Session session;
@@ -76,7 +76,7 @@ TEST(Threads, CountOnTheSharedDescriptorsWithoutLosingOne) {
     EXPECT_EQ(usage_of_st_every().live - before.live, made / 2);
 }
 
-TEST(Threads, RollBackTheirOwnCountsAndNoOthers) {
+TEST(Threads, RollBackOnlyTheirOwnCounts) {
     const kel_variant_usage before = usage_of_st_every();
     in_all_threads([](int number) {
         const Session session;
@@ -95,7 +95,7 @@ TEST(Threads, RollBackTheirOwnCountsAndNoOthers) {
     EXPECT_EQ(usage_of_st_every().live - before.live, kept);
 }
 
-TEST(Threads, MeetAtTheFirstUseOfEverything) {
+TEST(Threads, RaceForTheFirstUseOfEverything) {
     std::atomic<std::uint32_t> failures = 0;
     in_all_threads([&failures](int number) {
         const Session session(all_modes[number % 3]);
@@ -112,7 +112,7 @@ TEST(Threads, MeetAtTheFirstUseOfEverything) {
     EXPECT_NE(g_kel_tarnbase_type_trace_module_id, 0);
 }
 
-TEST(Threads, ReadTheDirectoryThatOneOfThemHasFilled) {
+TEST(Threads, ReadTheDirectoryFilledByOneOfThem) {
     ASSERT_EQ(tarnbase_table_vft_init(), 0U);
     in_all_threads([](int) {
         const Session session;
@@ -127,7 +127,7 @@ TEST(Threads, ReadTheDirectoryThatOneOfThemHasFilled) {
     });
 }
 
-TEST(Threads, WorkOnStoresOfTheirOwnAtOnce) {
+TEST(Threads, UseTheirOwnStoresInParallel) {
     std::atomic<std::uint32_t> failures = 0;
     in_all_threads([&failures](int number) {
         const Session session(all_modes[number % 3]);
@@ -149,7 +149,7 @@ TEST(Threads, WorkOnStoresOfTheirOwnAtOnce) {
     EXPECT_EQ(failures, 0U);
 }
 
-TEST(Threads, HaveATenantEach) {
+TEST(Threads, HaveTheirOwnTenants) {
     std::atomic<std::uint32_t> strangers = 0;
     in_all_threads([&strangers](int number) {
         const auto own = static_cast<std::uint16_t>(number + 1);
