@@ -6,7 +6,7 @@
 namespace example_test {
 namespace {
 
-TEST(FirstRecord, TheRoadOfOneRecordEndsWhereItBegan) {
+TEST(FirstRecord, ARecordIsCreatedInsertedDeletedAndDestroyed) {
     const Outcome outcome = run({FIRST_RECORD});
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_EQ(outcome.err, "");

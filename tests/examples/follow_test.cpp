@@ -71,7 +71,7 @@ TEST_F(Follow, AnotherProcessReadsEachBatchWhileTheLogGrows) {
     EXPECT_EQ(Json::parse(outcome.out)["tbl_ldap_summary"]["status"], true);
 }
 
-TEST_F(Follow, ALineThatComesInPiecesIsOneLine) {
+TEST_F(Follow, ALineWrittenInPiecesIsOneLine) {
     const std::string text = recorded(1, 30);
     write_file(log, text.substr(0, text.size() - 30));
     Process stats(command());
@@ -84,7 +84,7 @@ TEST_F(Follow, ALineThatComesInPiecesIsOneLine) {
     EXPECT_EQ(Json::parse(outcome.out)["malformed"], 0);
 }
 
-TEST_F(Follow, ALogThatIsRotatedIsReadOnInTheNewFile) {
+TEST_F(Follow, ARotatedLogIsReadOnInTheNewFile) {
     write_file(log, recorded(1, 40));
     Process stats(command());
     ASSERT_TRUE(stats.wait_for(stored(39)));
@@ -98,7 +98,7 @@ TEST_F(Follow, ALogThatIsRotatedIsReadOnInTheNewFile) {
     EXPECT_EQ(rotated, Json::parse(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out));
 }
 
-TEST_F(Follow, ALogThatIsCutIsReadFromItsStart) {
+TEST_F(Follow, ATruncatedLogIsReadFromItsStart) {
     write_file(log, recorded(1, 40));
     Process stats(command());
     ASSERT_TRUE(stats.wait_for(stored(39)));
@@ -110,14 +110,14 @@ TEST_F(Follow, ALogThatIsCutIsReadFromItsStart) {
     EXPECT_EQ(stats.finish().exit_code, 0);
 }
 
-TEST_F(Follow, FollowingEndsByItselfAfterATimeWithoutNews) {
+TEST_F(Follow, FollowingEndsAfterATimeWithoutNewLines) {
     write_file(log, recorded(1, 94));
     const Outcome outcome = run(command({"--exit-idle", "0.01"}));
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_EQ(Json::parse(outcome.out)["lines"], 93);
 }
 
-TEST_F(Follow, ANextRunGoesOnWhereTheLastOneEnded) {
+TEST_F(Follow, TheNextRunContinuesWhereTheLastOneEnded) {
     write_file(log, recorded(1, 8));
     EXPECT_EQ(run(command({"--exit-idle", "0.01"})).exit_code, 0);
     EXPECT_EQ(shown("num_conns"), "1");

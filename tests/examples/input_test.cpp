@@ -45,7 +45,7 @@ TEST_F(InputTest, AFileIsReadToItsEnd) {
     EXPECT_EQ(input.name(), path);
 }
 
-TEST_F(InputTest, AFileThatIsNotThereOrADirectoryIsAnErrorThatNamesIt) {
+TEST_F(InputTest, AMissingFileOrADirectoryIsAnErrorThatNamesIt) {
     for (const std::string &bad : {path, directory / "."}) {
         try {
             Input input({.path = bad});
@@ -67,7 +67,7 @@ TEST_F(InputTest, AFollowedFileIsReadAsItGrows) {
     EXPECT_EQ(bytes(input.next()), "(end)");
 }
 
-TEST_F(InputTest, FollowingFromTheEndSkipsWhatIsThere) {
+TEST_F(InputTest, FollowingFromTheEndSkipsExistingLines) {
     write_file(path, "old\n");
     Input input = follow(true);
     append_file(path, "new\n");
@@ -102,7 +102,7 @@ TEST_F(InputTest, AFileMovedAwayIsReadOnUntilAnotherHasItsName) {
     EXPECT_EQ(bytes(input.next()), "(end)");
 }
 
-TEST_F(InputTest, AFileThatGotShorterIsReadFromItsStart) {
+TEST_F(InputTest, ATruncatedFileIsReadFromItsStart) {
     write_file(path, "one\ntwo\n");
     Input input = follow();
     EXPECT_EQ(bytes(input.next()), "one\ntwo\n");

@@ -52,7 +52,7 @@ TEST_F(JobTest, EachBatchIsStoredOnceTheServerHasAName) {
     EXPECT_EQ(messages.str(), "");
 }
 
-TEST_F(JobTest, AGivenNameHoldsFromTheFirstBatchOn) {
+TEST_F(JobTest, AGivenNameIsUsedFromTheFirstBatchOn) {
     Job one = job("mine", 30);
     one.take({kStart});
     EXPECT_EQ(one.report().name, "mine");
@@ -74,7 +74,7 @@ TEST_F(JobTest, ATimeoutStaysUntilAnotherIsGiven) {
     EXPECT_EQ(run(std::string(kAccept)).server.req_timeout, 30u);
 }
 
-TEST_F(JobTest, CountingGoesOnFromWhatIsStored) {
+TEST_F(JobTest, CountingContinuesFromTheStoredCounters) {
     EXPECT_EQ(run(std::string(kAccept) + kUnbind).server.stats.total_msg_sent, 1u);
     const Report second = run("5f0e1234 conn=2 fd=8 ACCEPT from IP=1.1.1.1:1 (IP=2.2.2.2:389)\n" +
                               std::string(kUnbind) + "5f0e1234 conn=1 fd=9 closed\n");
@@ -103,7 +103,7 @@ TEST_F(JobTest, LinesBeforeTheLogIsRecognisedAreReportedInOrder) {
     EXPECT_NE(text.find("log:4: found \"three\""), std::string::npos);
 }
 
-TEST_F(JobTest, ALineThatGoesOnIsLegalBehindTheBannerOnly) {
+TEST_F(JobTest, AContinuationLineIsValidOnlyAfterTheBanner) {
     const std::string banner = "5f0e1234 @(#) $OpenLDAP: slapd 2.5 $\n\tmaintainers\n\tmore\n";
     EXPECT_EQ(run(banner).malformed, 0u);
     EXPECT_EQ(run(banner + kAccept + "\tmore\n").malformed, 1u);
@@ -118,7 +118,7 @@ TEST_F(JobTest, AnEndlessLineIsReportedAndSkipped) {
     EXPECT_NE(messages.str().find("expected a line of at most 1048576 bytes"), std::string::npos);
 }
 
-TEST_F(JobTest, LinesOfANewTextAreNumberedAnew) {
+TEST_F(JobTest, LineNumbersStartAgainInANewText) {
     Job one = job();
     one.take({std::string(kAccept) + kUnbind + "5f0e1234 conn=1 op=3 UNB"});
     one.take({"nonsense\n", true});
@@ -127,7 +127,7 @@ TEST_F(JobTest, LinesOfANewTextAreNumberedAnew) {
     EXPECT_NE(messages.str().find("log:1: found \"nonsense\""), std::string::npos);
 }
 
-TEST_F(JobTest, ATextWithoutALineOfSlapdsIsRefusedAndNothingIsStored) {
+TEST_F(JobTest, ATextWithoutALineOfSlapdIsRefusedAndNothingIsStored) {
     std::string many;
     for (size_t i = 0; i < kLinesBeforeRefusal; ++i) many += "line\n";
     const std::string texts[] = {"one line\n", "no end of line", many, "5f0e1234 hello\n",
@@ -154,7 +154,7 @@ TEST_F(JobTest, AnEmptyTextStoresNothingAndIsNoError) {
     EXPECT_FALSE(std::filesystem::exists(store));
 }
 
-TEST_F(JobTest, ABatchThatCannotBeStoredIsTold) {
+TEST_F(JobTest, ABatchThatCannotBeStoredIsReported) {
     write_file(store, "no store");
     Job one = job();
     try {

@@ -43,7 +43,7 @@ TEST_F(KeeperTest, AServerIsReadAsItWasWritten) {
     EXPECT_EQ(keeper.read(kName), sample(100));
 }
 
-TEST_F(KeeperTest, WhatAKeeperWroteANextOneReads) {
+TEST_F(KeeperTest, AKeeperReadsWhatAnEarlierOneWrote) {
     { Keeper(path).write(kName, sample(1)); }
     EXPECT_EQ(Keeper(path).read(kName), sample(1));
 }
@@ -60,7 +60,7 @@ TEST_F(KeeperTest, KeepsSeveralServers) {
     EXPECT_EQ(keeper.read("another"), std::nullopt);
 }
 
-TEST_F(KeeperTest, AWriteThatIsRepeatedTakesNoMoreRoom) {
+TEST_F(KeeperTest, ARepeatedWriteTakesNoMoreSpace) {
     Keeper keeper(path);
     keeper.write(kName, sample(1));
     const uint64_t blocks = blocks_of(keeper);
@@ -93,7 +93,7 @@ TEST_F(KeeperTest, AWriteThatFailsIsRolledBack) {
     EXPECT_EQ(keeper.read("another"), sample(7));
 }
 
-TEST_F(KeeperTest, AFileThatIsNoStoreIsRefusedByName) {
+TEST_F(KeeperTest, AFileThatIsNoStoreIsRefused) {
     write_file(path, "something else\n");
     try {
         Keeper keeper(path);

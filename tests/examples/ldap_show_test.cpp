@@ -65,7 +65,7 @@ TEST_F(LdapShow, TablesAreShownInKeyOrder) {
     EXPECT_NE(outcome.out.find("\ntbl_ldap_summary: 3 records\n"), std::string::npos);
 }
 
-TEST_F(LdapShow, XmlGoesToAFileOrToStandardOutput) {
+TEST_F(LdapShow, XmlIsWrittenToAFileOrToStandardOutput) {
     keep("one");
     const Outcome printed = show({"--xml"});
     EXPECT_EQ(printed.exit_code, 0) << printed.err;
@@ -85,7 +85,7 @@ TEST_F(LdapShow, XmlReadBackIntoASecondStoreComparesEqual) {
     EXPECT_EQ(outcome.out, "9 records equal, 0 different\n");
 }
 
-TEST_F(LdapShow, ACopyIsAStoreOfItsOwnThatShowsTheSame) {
+TEST_F(LdapShow, ACopyIsAStoreWithTheSameTables) {
     keep("one", read_file(RECORDING));
     keep("two");
     const std::string copy = directory / "copy";
@@ -110,7 +110,7 @@ TEST_F(LdapShow, FieldsThatDifferAreNamed) {
               "tbl_ldap_stats one: other total_msg_sent, bind_fail\n");
 }
 
-TEST_F(LdapShow, RecordsThatAreInOneStoreOnlyAreNamed) {
+TEST_F(LdapShow, RecordsOfOnlyOneStoreAreNamed) {
     keep("one");
     keep("two");
     ASSERT_EQ(show({"--xml", "--output", xml}).exit_code, 0);
@@ -151,7 +151,7 @@ TEST_F(LdapShow, AValueThatIsNoNumberIsRefused) {
         << outcome.err;
 }
 
-TEST_F(LdapShow, ARecordThatIsThereTwiceIsRefused) {
+TEST_F(LdapShow, ADuplicateRecordIsRefused) {
     keep("one");
     ASSERT_EQ(show({"--xml", "--output", xml}).exit_code, 0);
     const std::string text = read_file(xml);
@@ -187,7 +187,7 @@ TEST_F(LdapShow, AStoreWithoutTablesIsEmpty) {
               "tbl_ldap_stats: 0 records\ntbl_ldap_summary: 0 records\ntbl_ldap_conn: 0 records\n");
 }
 
-TEST_F(LdapShow, WhatCannotBeReadOrWrittenIsToldByName) {
+TEST_F(LdapShow, FilesThatCannotBeReadOrWrittenAreNamed) {
     EXPECT_EQ(show({}).exit_code, 5);
     EXPECT_NE(show({}).err.find(store), std::string::npos);
     keep("one");

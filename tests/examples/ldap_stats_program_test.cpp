@@ -23,7 +23,7 @@ class LdapStatsProgram : public testing::Test {
     std::string store = directory / "store";
 };
 
-TEST_F(LdapStatsProgram, TheRecordingIsSummedUpForAReader) {
+TEST_F(LdapStatsProgram, TheRecordingIsSummedUp) {
     const Outcome outcome = stats({RECORDING});
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_EQ(outcome.err, "");
@@ -51,7 +51,7 @@ TEST_F(LdapStatsProgram, StandardInputAndAFileGiveTheSame) {
     EXPECT_EQ(unnamed.out, file.out);
 }
 
-TEST_F(LdapStatsProgram, ALogInTwoPartsGivesWhatItGivesInOne) {
+TEST_F(LdapStatsProgram, ALogInTwoPartsGivesTheSameAsInOne) {
     const std::string log = read_file(RECORDING);
     const size_t middle = log.find("conn=1005");
     ASSERT_NE(middle, std::string::npos);
@@ -90,7 +90,7 @@ TEST_F(LdapStatsProgram, MalformedLinesAreReportedAndSkipped) {
     EXPECT_EQ(json["tbl_ldap_stats"]["total_bind_resp"], 11);
 }
 
-TEST_F(LdapStatsProgram, MalformedLinesAreAFailureWhenAskedToBeStrict) {
+TEST_F(LdapStatsProgram, MalformedLinesAreAFailureInStrictMode) {
     const std::string log = read_file(RECORDING);
     EXPECT_EQ(stats({"--strict"}, log).exit_code, 0);
     EXPECT_EQ(stats({"--strict"}, log + "nonsense\n").exit_code, 1);
@@ -105,7 +105,7 @@ TEST_F(LdapStatsProgram, ATextThatIsNoSlapdLogIsRefused) {
     EXPECT_FALSE(std::filesystem::exists(store));
 }
 
-TEST_F(LdapStatsProgram, AnotherTextLeavesTheStoreAsItWas) {
+TEST_F(LdapStatsProgram, AnotherTextKeepsTheStore) {
     ASSERT_EQ(stats({RECORDING}).exit_code, 0);
     const std::string before = read_file(store);
     EXPECT_EQ(stats({LDAP_STATS}).exit_code, 3);
@@ -119,7 +119,7 @@ TEST_F(LdapStatsProgram, AnEmptyLogIsNoErrorAndStoresNothing) {
     EXPECT_FALSE(std::filesystem::exists(store));
 }
 
-TEST_F(LdapStatsProgram, ALogThatIsNotThereIsToldByName) {
+TEST_F(LdapStatsProgram, AMissingLogIsNamed) {
     const std::string path = directory / "missing";
     const Outcome outcome = stats({path});
     EXPECT_EQ(outcome.exit_code, 4);
@@ -127,7 +127,7 @@ TEST_F(LdapStatsProgram, ALogThatIsNotThereIsToldByName) {
     EXPECT_EQ(stats({directory / "."}).exit_code, 4);
 }
 
-TEST_F(LdapStatsProgram, AFileThatIsNoStoreIsToldByNameAndKept) {
+TEST_F(LdapStatsProgram, AFileThatIsNoStoreIsNamedAndKept) {
     write_file(store, "no store");
     const Outcome outcome = stats({RECORDING});
     EXPECT_EQ(outcome.exit_code, 5);
@@ -150,7 +150,7 @@ TEST_F(LdapStatsProgram, WrongArgumentsAreRefused) {
     EXPECT_FALSE(std::filesystem::exists(store));
 }
 
-TEST_F(LdapStatsProgram, HelpTellsWhatIsCountedAndTheExitCodes) {
+TEST_F(LdapStatsProgram, HelpListsTheCountersAndTheExitCodes) {
     const Outcome help = run({LDAP_STATS, "--help"});
     EXPECT_EQ(help.exit_code, 0);
     for (const char *text : {"--store", "sent ", "received ", "Exit status:\n  0 "})

@@ -42,7 +42,7 @@ TEST(Lines, AFinishedTextIsFollowedByLineOneOfAnother) {
     EXPECT_EQ(collected.texts, (Texts{"1:a", "2:b", "1:c"}));
 }
 
-TEST(Lines, AnEndlessLineTakesNoMoreThanTheLongestOne) {
+TEST(Lines, AnEndlessLineTakesNoMoreMemoryThanTheLongestOne) {
     std::vector<NumberedLine> seen;
     size_t length = 0;
     const auto sink = [&](const NumberedLine &line) {

@@ -59,7 +59,7 @@ TEST(LogLine, TheServersOwnMessagesAreRecognised) {
     for (const auto &[line, kind] : cases) EXPECT_EQ(understood(line).kind, kind) << line;
 }
 
-TEST(LogLine, WhatTheCountersDontNeedIsNoError) {
+TEST(LogLine, LinesThatAreNotCountedAreNoErrors) {
     for (const char *message :
          {"<= mdb_equality_candidates: (uid) not indexed", "slap_client_connect: URI=ldap://x",
           "conn=1000 op=1 do_search: invalid dn: \"x\"", "conn=1000 op=1 Bind failed",
@@ -108,14 +108,14 @@ TEST(LogLine, SecondLinesOfARequestAreDetails) {
             << text;
 }
 
-TEST(LogLine, MessagesBesidesResultsAreNotices) {
+TEST(LogLine, MessagesOtherThanResultsAreNotices) {
     for (const char *text :
          {"INTERM oid=1.2", "REF #0 \"ldap://x\"", "DISCONNECT tag=97 err=2 text="})
         EXPECT_EQ(understood(said("conn=1 op=1 " + std::string(text))).kind, LineKind::notice)
             << text;
 }
 
-TEST(LogLine, ANameThatLooksLikeTheRestOfABindIsOnlyAName) {
+TEST(LogLine, ANameThatLooksLikeTheRestOfABindIsAName) {
     const std::string name = R"(cn=" mech=SIMPLE ,o=" method=1)";
     EXPECT_EQ(understood(said("conn=1 op=0 BIND dn=\"" + name + "\" method=128")).kind,
               LineKind::request);
@@ -151,7 +151,7 @@ TEST(LogLine, AResultHasItsErrorItsDelayAndItsEntries) {
     EXPECT_EQ(understood(said("conn=1 op=1 RESULT tag=97 err=-1 text=")).error, -1);
 }
 
-TEST(LogLine, DelaysAreMicrosecondsWhateverTheirDigits) {
+TEST(LogLine, DelaysAreMicrosecondsForAnyNumberOfDigits) {
     const auto delay = [](const std::string &seconds) {
         return understood(said("conn=1 op=1 RESULT tag=97 err=0 etime=" + seconds + " text="))
             .delay_us;
@@ -162,7 +162,7 @@ TEST(LogLine, DelaysAreMicrosecondsWhateverTheirDigits) {
     EXPECT_GT(delay("18446744073709551615.999999"), uint64_t{1} << 60);
 }
 
-TEST(LogLine, AConnectionTellsItsListener) {
+TEST(LogLine, AConnectionNamesItsListener) {
     const LogLine line =
         understood(said("conn=1002 fd=11 ACCEPT from IP=[::1]:39656 (IP=[::]:3389)"));
     EXPECT_EQ(line.kind, LineKind::accepted);
@@ -177,7 +177,7 @@ TEST(LogLine, AConnectionIsClosedWithAReasonOrWithout) {
     EXPECT_EQ(understood(said("conn=1 fd=11 closed (connection lost)")).kind, LineKind::closed);
 }
 
-TEST(LogLine, AMalformedLineSaysWhatWasFoundAndWhatExpected) {
+TEST(LogLine, AMalformedLineReportsWhatWasFoundAndExpected) {
     struct Case {
         std::string line;
         const char *found;

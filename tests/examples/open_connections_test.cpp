@@ -38,7 +38,7 @@ TEST(OpenConnections, ClosingWhatIsUnknownNeverGoesBelowZero) {
     EXPECT_EQ(connections.count(), 0u);
 }
 
-TEST(OpenConnections, ConnectionsFromEarlierAreClosedByNumbersNotSeenBefore) {
+TEST(OpenConnections, EarlierConnectionsAreClosedByUnknownNumbers) {
     OpenConnections connections;
     connections.adopt(2);
     connections.opened(7);
@@ -49,7 +49,7 @@ TEST(OpenConnections, ConnectionsFromEarlierAreClosedByNumbersNotSeenBefore) {
     EXPECT_EQ(connections.count(), 0u);
 }
 
-TEST(OpenConnections, AnEarlyCloseTakenForOneFromEarlierIsMadeGood) {
+TEST(OpenConnections, AnEarlyCloseCountedAsAnEarlierConnectionIsCorrected) {
     OpenConnections connections;
     connections.adopt(1);
     connections.closed(7);
@@ -57,14 +57,14 @@ TEST(OpenConnections, AnEarlyCloseTakenForOneFromEarlierIsMadeGood) {
     EXPECT_EQ(connections.count(), 1u);
 }
 
-TEST(OpenConnections, ClosesSeenBeforeTheStoredCountIsKnownAreTakenOffIt) {
+TEST(OpenConnections, ClosesBeforeTheStoredCountIsReadAreSubtracted) {
     OpenConnections connections;
     connections.closed(5);
     connections.adopt(2);
     EXPECT_EQ(connections.count(), 1u);
 }
 
-TEST(OpenConnections, AClearedServerHasNoneAndItsNumbersBeginAnew) {
+TEST(OpenConnections, AClearedServerHasNoneAndItsNumbersStartAgain) {
     OpenConnections connections;
     connections.adopt(3);
     connections.opened(1);
@@ -75,7 +75,7 @@ TEST(OpenConnections, AClearedServerHasNoneAndItsNumbersBeginAnew) {
     EXPECT_EQ(connections.count(), 1u);
 }
 
-TEST(OpenConnections, AnyOrderOfTheLinesEndsAtTheSameCount) {
+TEST(OpenConnections, AnyOrderOfTheLinesGivesTheSameCount) {
     constexpr unsigned seed = 7;
     std::mt19937 random(seed);
     for (int step = 0; step < 500; ++step) {

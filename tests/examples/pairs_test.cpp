@@ -19,7 +19,7 @@ Outcome run_both(const Command &in_c, const Command &in_cpp) {
     return first;
 }
 
-TEST(Pairs, TheRoadOfOneRecordIsTheSameInBothLanguages) {
+TEST(Pairs, TheFirstRecordIsTheSameInBothLanguages) {
     const Outcome outcome = run_both({FIRST_RECORD}, {FIRST_RECORD_CPP});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("77 bytes on the wire\n0 records left\n"), std::string::npos);
@@ -57,7 +57,7 @@ TEST(Pairs, AStoreFileIsFilledAndShownTheSameInBothLanguages) {
         "backup: 4 connections\n");
 }
 
-TEST(Pairs, AStoreFileThatIsMissingIsToldInBothLanguages) {
+TEST(Pairs, AMissingStoreFileIsReportedInBothLanguages) {
     for (const char *program : {WALK_TABLE, WALK_TABLE_CPP}) {
         const Outcome outcome = run({program, "show", "/nowhere/at.all"});
         EXPECT_EQ(outcome.exit_code, 1);

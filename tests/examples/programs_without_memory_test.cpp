@@ -99,7 +99,7 @@ class WithoutMemory : public testing::Test {
 };
 
 // Each of them puts its record into first.store, in the directory that it is started in.
-TEST_F(WithoutMemory, TheProgramsOfTheDocumentsTellItAndCommitNoHalfRecord) {
+TEST_F(WithoutMemory, TheProgramsOfTheDocumentsReportItAndCommitNoHalfRecord) {
     const std::filesystem::path started_in = std::filesystem::current_path();
     std::filesystem::current_path(directory_ / "");
     std::istringstream names(DOCUMENTED);
@@ -115,7 +115,7 @@ TEST_F(WithoutMemory, TheProgramsOfTheDocumentsTellItAndCommitNoHalfRecord) {
     EXPECT_GE(programs, 6U);
 }
 
-TEST_F(WithoutMemory, TheExamplesWithAStoreFileTellItAndCommitNoHalfRecord) {
+TEST_F(WithoutMemory, TheExamplesWithAStoreFileReportItAndCommitNoHalfRecord) {
     const std::string store = directory_ / "servers.store";
     for (const char *name : {"failing_walk_table", "failing_walk_table_cpp"}) {
         std::filesystem::remove(store);
@@ -123,7 +123,7 @@ TEST_F(WithoutMemory, TheExamplesWithAStoreFileTellItAndCommitNoHalfRecord) {
     }
 }
 
-TEST_F(WithoutMemory, TheExamplesWithPrivateStoresTellIt) {
+TEST_F(WithoutMemory, TheExamplesWithPrivateStoresReportIt) {
     for (const char *name : {"failing_first_record", "failing_first_record_cpp", "failing_exchange",
                              "failing_exchange_cpp"})
         try_alone({program(name)});

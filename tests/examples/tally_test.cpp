@@ -62,7 +62,7 @@ TEST(Tally, ABindThatNeedsMoreStepsHasNeitherSucceededNorFailed) {
     EXPECT_EQ(stats.bind_fail, 1u);
 }
 
-TEST(Tally, EntriesOfASearchAreMessagesBesidesItsResult) {
+TEST(Tally, EntriesOfASearchAreMessagesInAdditionToItsResult) {
     const Stats stats = stats_of({"conn=1 op=1 SRCH base=\"\" scope=2 deref=0 filter=\"(a=b)\"",
                                   "conn=1 op=1 SRCH attr=dn",
                                   "conn=1 op=1 SEARCH RESULT tag=101 err=0 nentries=9 text=",
@@ -77,7 +77,7 @@ TEST(Tally, EntriesOfASearchAreMessagesBesidesItsResult) {
     EXPECT_EQ(stats, expected);
 }
 
-TEST(Tally, ComparesAnswerTrueOrFalseOrThatTheAttributeIsMissing) {
+TEST(Tally, ComparesReturnTrueFalseOrThatTheAttributeIsMissing) {
     const Stats stats = stats_of(
         {"conn=1 op=1 CMP dn=\"a\" attr=\"sn\"", "conn=1 op=1 RESULT tag=111 err=6 text=",
          "conn=1 op=2 RESULT tag=111 err=5 text=", "conn=1 op=3 RESULT tag=111 err=16 text="});
@@ -115,7 +115,7 @@ TEST(Tally, DelaysGiveTheirRoundedMeanAndTheLongest) {
     EXPECT_EQ(stats.max_resp_delay, 103u);
 }
 
-TEST(Tally, DelaysTooLongForTheirFieldStayAtItsMost) {
+TEST(Tally, DelaysTooLongForTheirFieldAreStoredAsItsMaximum) {
     const Stats stats = stats_of({"conn=1 op=1 RESULT tag=97 err=0 etime=18446744073709.0 text=",
                                   "conn=1 op=2 RESULT tag=97 err=0 etime=99999.0 text="});
     EXPECT_EQ(stats.avg_resp_delay, kMost);
@@ -152,7 +152,7 @@ TEST(Tally, AServerThatWorksRunsUnlessItWasToldToStop) {
     EXPECT_FALSE(tally_of({"slapd shutdown: waiting", "conn=1 fd=2 closed"}).server().status);
 }
 
-TEST(Tally, TheStoredStatusHoldsUntilTheLogTells) {
+TEST(Tally, TheStoredStatusIsKeptUntilTheLogChangesIt) {
     Tally tally;
     tally.adopt({.stats = {}, .req_timeout = 5, .status = true, .num_conns = 0});
     EXPECT_TRUE(tally.server().status);
@@ -200,7 +200,7 @@ Server count_recording(const std::vector<std::string> &lines, size_t restart_at)
     return second.server();
 }
 
-TEST(Tally, CountingGoesOnAfterAnInterruptionAtAnyLine) {
+TEST(Tally, CountingContinuesAfterAnInterruptionAtAnyLine) {
     auto lines = recorded_lines();
     ASSERT_EQ(lines.size(), 93u);
     lines.resize(lines.size() - 4);  // to a moment with a connection open

@@ -25,7 +25,7 @@ std::string value(const Block &block, const char *name) {
 
 using Strings = std::vector<std::string>;
 
-TEST(Answer, ARecordedStationHasItsAddressAndItsVariables) {
+TEST(Answer, ARecordedStationHasItsAddressAndVariables) {
     Problems problems;
     const auto stations =
         parse_stations(recording("hostapd-p1-all_sta.txt"), Stations::any_number, problems);
@@ -47,7 +47,7 @@ TEST(Answer, AnEmptyRecordingHasNoStation) {
     EXPECT_EQ(texts(problems), Strings());
 }
 
-TEST(Answer, SeveralStationsStandBehindEachOther) {
+TEST(Answer, SeveralStationsFollowEachOther) {
     Problems problems;
     const Text text{"f", "00:11:22:33:44:55\na=1\nAA:bb:CC:dd:EE:ff\na=2\nb=\n"};
     const auto stations = parse_stations(text, Stations::any_number, problems);
@@ -71,7 +71,7 @@ TEST(Answer, ALineThatIsNoVariableIsReportedAndSkipped) {
                                         "f:5: found \"a b=1\", expected a line NAME=VALUE"}));
 }
 
-TEST(Answer, WhatStandsBeforeTheFirstStationIsReported) {
+TEST(Answer, LinesBeforeTheFirstStationAreReported) {
     Problems problems;
     const Text text{"f", "a=1\n00:11:22:33:44:5g\n00:11:22:33:44:55\n"};
     EXPECT_EQ(parse_stations(text, Stations::any_number, problems).size(), 1u);
@@ -81,7 +81,7 @@ TEST(Answer, WhatStandsBeforeTheFirstStationIsReported) {
 }
 
 // hostapd writes a user name as the station sent it, so it may hold line ends.
-TEST(Answer, LinesThatAUserNameBringsInDoNotReplaceTrueOnes) {
+TEST(Answer, LinesInjectedByAUserNameDoNotReplaceRealOnes) {
     Problems problems;
     const Text text{"s STA-FIRST",
                     "00:11:22:33:44:55\ndot1xAuthPaeState=1\n"
@@ -131,7 +131,7 @@ TEST(Answer, TheStatusIsOneBlock) {
     EXPECT_EQ(texts(problems), Strings());
 }
 
-TEST(Answer, AMessageShowsTheStartOfWhatCannotBePrinted) {
+TEST(Answer, AMessageShowsTheStartOfAnInvalidLine) {
     Problems problems;
     parse_status({"f", std::string("\0\x1b[2J\xff", 6) + std::string(100, 'x')}, problems);
     EXPECT_EQ(texts(problems), (Strings{"f:1: found \"\\x00\\x1b[2J\\xff" + std::string(54, 'x') +

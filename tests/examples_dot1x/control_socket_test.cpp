@@ -84,7 +84,7 @@ class ControlSocketTest : public testing::Test {
     std::map<std::string, Strings> answers{{"STATUS", {"state=ENABLED\n"}}, {"MIB", {"m=1\n"}}};
 };
 
-TEST_F(ControlSocketTest, AllStationsAreAskedFor) {
+TEST_F(ControlSocketTest, AllStationsAreRequested) {
     answers["STA-FIRST"] = {"00:00:00:00:00:01\na=1\n"};
     answers["STA-NEXT 00:00:00:00:00:01"] = {"00:00:00:00:00:02\na=2\n"};
     answers["STA-NEXT 00:00:00:00:00:02"] = {""};
@@ -103,7 +103,7 @@ TEST_F(ControlSocketTest, AllStationsAreAskedFor) {
     EXPECT_EQ(port.stations_a_text, Stations::one);
 }
 
-TEST_F(ControlSocketTest, TheWalkBeginsAnewWhenAStationGoesAwayUnderIt) {
+TEST_F(ControlSocketTest, TheWalkRestartsIfAStationDisappears) {
     answers["STA-FIRST"] = {"00:00:00:00:00:01\n", "00:00:00:00:00:02\n"};
     answers["STA-NEXT 00:00:00:00:00:01"] = {"FAIL\n"};
     answers["STA-NEXT 00:00:00:00:00:02"] = {""};
@@ -115,7 +115,7 @@ TEST_F(ControlSocketTest, TheWalkBeginsAnewWhenAStationGoesAwayUnderIt) {
     EXPECT_EQ(port.stations[0].bytes, "00:00:00:00:00:02\n");
 }
 
-TEST_F(ControlSocketTest, AWalkInACircleIsGivenUp) {
+TEST_F(ControlSocketTest, AWalkInACircleIsAborted) {
     answers["STA-FIRST"] = {"00:00:00:00:00:01\n"};
     answers["STA-NEXT 00:00:00:00:00:01"] = {"00:00:00:00:00:01\n"};
     Peer peer(path, answers);
@@ -129,11 +129,11 @@ TEST_F(ControlSocketTest, ARefusalIsAnError) {
     EXPECT_EQ(message_of(), path + ": hostapd answers \"FAIL\" to STATUS");
 }
 
-TEST_F(ControlSocketTest, ASocketThatIsNotThereIsNamed) {
+TEST_F(ControlSocketTest, AMissingSocketIsNamed) {
     EXPECT_EQ(message_of(), path + ": hostapd can't be reached: No such file or directory");
 }
 
-TEST_F(ControlSocketTest, ASocketThatNoOneHoldsIsNamed) {
+TEST_F(ControlSocketTest, AnUnusedSocketIsNamed) {
     { Peer gone(path, {}); }
     EXPECT_EQ(message_of(), path + ": hostapd can't be reached: Connection refused");
 }
@@ -143,7 +143,7 @@ TEST_F(ControlSocketTest, APathThatIsTooLongIsNamed) {
     EXPECT_EQ(message_of(), path + ": hostapd can't be reached: File name too long");
 }
 
-TEST_F(ControlSocketTest, ASilentPeerIsWaitedForNoLongerThanTheTime) {
+TEST_F(ControlSocketTest, ASilentPeerTimesOut) {
     const Peer silent(path, {});
     EXPECT_EQ(message_of(std::chrono::milliseconds(1)),
               path + ": hostapd gives no answer to STATUS within 1 ms");
@@ -164,7 +164,7 @@ TEST_F(ControlSocketTest, TheClientsAddressIsRemoved) {
     unsetenv("TMPDIR");
 }
 
-TEST_F(ControlSocketTest, LivePortsComeInTheOrderOfTheirIndexes) {
+TEST_F(ControlSocketTest, LivePortsAreInTheOrderOfTheirIndexes) {
     answers["STA-FIRST"] = {""};
     const std::string second = directory / "p2";
     Peer one(path, answers);

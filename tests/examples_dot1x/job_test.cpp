@@ -40,7 +40,7 @@ class JobTest : public testing::Test {
     std::ostringstream messages;
 };
 
-TEST_F(JobTest, AProblemThatStaysIsToldOnce) {
+TEST_F(JobTest, APersistentProblemIsReportedOnce) {
     Job job({.store = store}, script, messages);
     script.answers = {answers_of("junk\n")};
     const std::string message = "sta:1: found \"junk\", expected the MAC address of a station\n";
@@ -60,14 +60,14 @@ TEST_F(JobTest, AProblemThatStaysIsToldOnce) {
     EXPECT_EQ(job.report().polls, 5u);
 }
 
-TEST_F(JobTest, NothingIsStoredWhenNoOneAnswers) {
+TEST_F(JobTest, NothingIsStoredWithoutAnAnswer) {
     script.failure = "no one";
     Job job({.store = store}, script, messages);
     EXPECT_THROW(job.poll(), SourceError);
     EXPECT_FALSE(std::filesystem::exists(store));
 }
 
-TEST_F(JobTest, AnUnreachablePortLeavesWhatWasStored) {
+TEST_F(JobTest, AnUnreachablePortKeepsItsStoredRows) {
     Job job({.store = store}, script, messages);
     script.answers = {answers_of("00:00:00:00:00:01\ndot1xAuthPaeState=5\ndot1xAuthSessionId=S\n")};
     job.poll();
@@ -81,7 +81,7 @@ TEST_F(JobTest, AnUnreachablePortLeavesWhatWasStored) {
     EXPECT_EQ(report.stored.ports[0].sessions.size(), 1u);
 }
 
-TEST_F(JobTest, AStoreThatCannotBeMadeIsNamed) {
+TEST_F(JobTest, AStoreThatCannotBeCreatedIsNamed) {
     script.answers = {answers_of("")};
     const std::string nowhere = directory / "no/store";
     Job job({.store = nowhere}, script, messages);

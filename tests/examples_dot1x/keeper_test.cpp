@@ -158,7 +158,7 @@ TEST_F(KeeperTest, RadiusRowsAreReadAsTheyWereWritten) {
     EXPECT_EQ(keeper.read_radius().client, written.client);
 }
 
-TEST_F(KeeperTest, APollGoesOnFromWhatIsStored) {
+TEST_F(KeeperTest, APollContinuesFromTheStoredCounters) {
     RadiusRows rows;
     rows.servers["one"].aaa_authen.requests = 1;
     rows.servers["one"].aaa_authen.request_timeouts = 1;
@@ -185,7 +185,7 @@ TEST_F(KeeperTest, SignedFieldsStayAtTheirLargestValue) {
     EXPECT_EQ(client.radius_acct_stats.malformed_responses, 4294967295u);
 }
 
-TEST_F(KeeperTest, TheRowsOfAClientThatHasGoneAreErased) {
+TEST_F(KeeperTest, TheRowsOfADisconnectedClientAreErased) {
     Keeper keeper(path);
     keeper.write({{sample_port(1), sample_port(2)}, {}});
     keeper.write({{empty_port(1), sample_port(2)}, {}});
@@ -194,7 +194,7 @@ TEST_F(KeeperTest, TheRowsOfAClientThatHasGoneAreErased) {
     EXPECT_EQ(counts(keeper), (Counts{1, 1, 2, 2, 2, 1, 0, 1}));
 }
 
-TEST_F(KeeperTest, TheRowsOfAPortThatWasNotAskedAboutStay) {
+TEST_F(KeeperTest, TheRowsOfAPortThatWasNotPolledAreKept) {
     Keeper keeper(path);
     keeper.write({{sample_port(1), sample_port(2)}, {}});
     keeper.write({{empty_port(2)}, {}});
@@ -202,7 +202,7 @@ TEST_F(KeeperTest, TheRowsOfAPortThatWasNotAskedAboutStay) {
     expect_stored(keeper, empty_port(2));
 }
 
-TEST_F(KeeperTest, ServersThatAreNotToldOfAnyMoreStay) {
+TEST_F(KeeperTest, ServersThatAreNoLongerReportedAreKept) {
     Keeper keeper(path);
     const RadiusRows written = sample_radius(100);
     keeper.write({{}, written});
@@ -210,7 +210,7 @@ TEST_F(KeeperTest, ServersThatAreNotToldOfAnyMoreStay) {
     EXPECT_EQ(keeper.read_radius().servers, written.servers);
 }
 
-TEST_F(KeeperTest, OnlyTheSessionsThatAreThereStay) {
+TEST_F(KeeperTest, OnlyTheExistingSessionsAreKept) {
     Keeper keeper(path);
     PortRows rows = sample_port(5);
     const std::string long_id(300, 'x');
@@ -226,7 +226,7 @@ TEST_F(KeeperTest, OnlyTheSessionsThatAreThereStay) {
     EXPECT_EQ(changed, sample_session("AA", 7));
 }
 
-TEST_F(KeeperTest, EachSessionTellsThePortOfTheNextOne) {
+TEST_F(KeeperTest, EachSessionHasThePortOfTheNextOne) {
     Keeper keeper(path);
     PortRows two = sample_port(2);
     two.sessions = {sample_session("A"), sample_session("B")};
@@ -242,7 +242,7 @@ TEST_F(KeeperTest, EachSessionTellsThePortOfTheNextOne) {
     EXPECT_EQ(next(2, 1), 9u);
 }
 
-TEST_F(KeeperTest, ASessionOfAnotherKindOfSearchStays) {
+TEST_F(KeeperTest, ASessionOfAnotherSearchTypeIsKept) {
     Keeper keeper(path);
     keeper.write({{sample_port(1)}, {}});
     auto table = SessionTable::open(keeper.session(), kTableName);
@@ -252,14 +252,14 @@ TEST_F(KeeperTest, ASessionOfAnotherKindOfSearchStays) {
     EXPECT_TRUE(keeper.read_port({"", 1}).sessions.empty());
 }
 
-TEST_F(KeeperTest, WhatAKeeperWroteANextOneReads) {
+TEST_F(KeeperTest, AKeeperReadsWhatAnEarlierOneWrote) {
     { Keeper(path).write({{sample_port(1)}, sample_radius(3)}); }
     const Keeper next(path);
     expect_stored(next, sample_port(1));
     EXPECT_EQ(next.read_radius().servers, sample_radius(3).servers);
 }
 
-TEST_F(KeeperTest, ComingAndGoingLeavesNoBlockBehind) {
+TEST_F(KeeperTest, ConnectingAndDisconnectingLeaksNoBlock) {
     Keeper keeper(path);
     keeper.write({{empty_port(1)}, sample_radius(1)});
     const uint64_t blocks = blocks_of(keeper);
@@ -284,7 +284,7 @@ TEST_F(KeeperTest, StoringTheSameAgainTakesNoBlock) {
 }
 
 // Each allocation of a poll fails once: the store is as it was, and the poll can be tried again.
-TEST_F(KeeperTest, APollThatFailsLeavesTheStoreAsItWas) {
+TEST_F(KeeperTest, AFailedPollKeepsTheStore) {
     Keeper keeper(path);
     keeper.write({{sample_port(1)}, sample_radius(1)});
     const uint64_t blocks = blocks_of(keeper);

@@ -82,7 +82,7 @@ TEST(Mapping, ARecordedPortHasAllItsFields) {
     EXPECT_EQ(rows.control, ControlRow{});
 }
 
-TEST(Mapping, APortWithoutAStationHasItsControlsAlone) {
+TEST(Mapping, APortWithoutAStationHasOnlyItsControls) {
     Problems problems;
     const PortRows rows = map_texts({"p4", 4}, recording("hostapd-p4-all_sta.txt"), problems);
     EXPECT_EQ(rows.config, std::nullopt);
@@ -92,7 +92,7 @@ TEST(Mapping, APortWithoutAStationHasItsControlsAlone) {
 }
 
 // Each counter is stored in its own field: all values differ.
-TEST(Mapping, EachCounterHasAFieldOfItsOwn) {
+TEST(Mapping, EachCounterHasItsOwnField) {
     std::string text = "dot1xAuthPaeState=1\n";
     uint32_t number = 100;
     for (const auto &entry : kStatsNumbers)
@@ -137,7 +137,7 @@ TEST(Mapping, TheStatesHaveTheNumbersOfTheMib) {
     }
 }
 
-TEST(Mapping, AValueThatNoVariableCanHaveIsReportedOnceAndSkipped) {
+TEST(Mapping, AnInvalidValueIsReportedOnceAndSkipped) {
     Problems problems;
     const PortRows rows = map_texts({"p", 1},
                                     station("dot1xAuthPaeState=11\n"
@@ -218,7 +218,7 @@ TEST(Mapping, OfSeveralStationsThatAreNotAuthorisedTheFirstCounts) {
     EXPECT_EQ(rows.stats->user_name, "a");
 }
 
-TEST(Mapping, TheReauthenticationFieldsTellWhatIsInForce) {
+TEST(Mapping, TheReauthenticationFieldsHaveTheCurrentValues) {
     const auto timing = [](const std::string &status, const std::string &enabled,
                            const std::string &period, const std::string &time) {
         Problems problems;
@@ -240,7 +240,7 @@ TEST(Mapping, TheReauthenticationFieldsTellWhatIsInForce) {
     EXPECT_EQ(timing("1", "TRUE", "0", "130").time_to_next_reauth, 0u);
 }
 
-TEST(Mapping, TheControlsOfAnyStationShowAtThePort) {
+TEST(Mapping, TheControlsOfAnyStationAreThoseOfThePort) {
     Problems problems;
     const std::string first = "dot1xAuthPaeState=1\ndot1xPaePortInitialize=0\n";
     const std::string second =
@@ -251,7 +251,7 @@ TEST(Mapping, TheControlsOfAnyStationShowAtThePort) {
     EXPECT_EQ(texts(problems), Strings());
 }
 
-TEST(Mapping, AStationWithoutASessionOfItsOwnIsReported) {
+TEST(Mapping, AStationWithoutItsOwnSessionIsReported) {
     Problems problems;
     const PortRows rows = map_texts({"p", 1},
                                     "00:00:00:00:00:01\ndot1xAuthPaeState=1\n" +
@@ -266,7 +266,7 @@ TEST(Mapping, AStationWithoutASessionOfItsOwnIsReported) {
                        "own, not S"}));
 }
 
-TEST(Mapping, AnAnswerOfAnotherPortIsReported) {
+TEST(Mapping, AResponseOfAnotherPortIsReported) {
     Problems problems;
     const Block status = parse_status({"f", "state=DISABLED\nbss[0]=p2\n"}, problems);
     EXPECT_EQ(map_port({"p1", 1}, status, {}, problems).state, "DISABLED");

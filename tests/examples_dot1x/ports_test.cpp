@@ -71,7 +71,7 @@ class RecordedPorts : public testing::Test {
     example_test::TemporaryDirectory directory;
 };
 
-TEST_F(RecordedPorts, PortsComeInTheOrderOfTheirIndexes) {
+TEST_F(RecordedPorts, PortsAreInTheOrderOfTheirIndexes) {
     for (const char *port : {"p10", "p9", "up"}) record(port);
     example_test::write_file(directory / "notes.txt", "not a recording");
     std::vector<Port> ports;

@@ -39,7 +39,7 @@ class Dot1xPortsProgram : public testing::Test {
     std::string store = directory / "store";
 };
 
-TEST_F(Dot1xPortsProgram, TheRecordingsAreSummedUpForAReader) {
+TEST_F(Dot1xPortsProgram, TheRecordingsAreSummedUp) {
     const Outcome outcome = ports({"--recordings", RECORDINGS, "--once"});
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_EQ(outcome.err, "");
@@ -101,7 +101,7 @@ TEST_F(Dot1xPortsProgram, MalformedLinesAreReportedAndSkipped) {
     }
 }
 
-TEST_F(Dot1xPortsProgram, PollingFollowsWhatHappensUntilItIsStopped) {
+TEST_F(Dot1xPortsProgram, PollingFollowsChangesUntilItIsStopped) {
     const std::string later = copy_recordings();
     write_file(later + "/hostapd-p1-all_sta.txt", "");
     for (const char *what : {"all_sta", "mib", "status"})

@@ -153,7 +153,7 @@ TEST(Radius, TheRecordedServerHasSeenWhatThePortsSentToIt) {
     EXPECT_LE(authen.challenges, counter("Access-Challenges"));
 }
 
-TEST(Radius, ServersAreNamedByAddressOrAsTheUserSays) {
+TEST(Radius, ServersAreNamedByAddressOrByTheUser) {
     const Strings mibs{auth_server("10.0.0.1", "1812"), auth_server("10.0.0.1", "2812"),
                        auth_server("fd00::1", "1812"), auth_server("10.0.0.2", "1812")};
     const auto names_of = [&mibs](const ServerNames &names) {
@@ -167,7 +167,7 @@ TEST(Radius, ServersAreNamedByAddressOrAsTheUserSays) {
     EXPECT_EQ(names_of({{{"10.0.0.1", "a"}}, "rest"}), (Strings{"a", "rest"}));
 }
 
-TEST(Radius, AServerWithoutAnAddressIsReportedAndLeftOut) {
+TEST(Radius, AServerWithoutAnAddressIsReportedAndSkipped) {
     RadiusRows rows;
     Problems problems;
     add_servers(
@@ -187,7 +187,7 @@ TEST(Radius, SumsWrapAsCountersDo) {
     EXPECT_EQ(rows.servers.at("10.0.0.1").aaa_authen.rejects, 1u);
 }
 
-TEST(Radius, ARequestThatAnotherServerTookOverIsNotMissed) {
+TEST(Radius, ARequestHandledByAnotherServerIsNotMissed) {
     const RadiusRows rows = rows_of({auth_server("10.0.0.1", "1812",
                                                  "radiusAuthClientAccessRequests=1\n"
                                                  "radiusAuthClientAccessAccepts=2\n")});
@@ -210,7 +210,7 @@ ServerRow after(ServerRow before, uint32_t status, ServerRow now) {
     return now;
 }
 
-TEST(Radius, AServerIsAliveOrDeadByWhatItAnsweredSinceTheLastPoll) {
+TEST(Radius, AServerIsAliveOrDeadByItsResponsesSinceTheLastPoll) {
     constexpr uint32_t alive = SHOW_AAA_SERVER_ALIVE;
     constexpr uint32_t dead = SHOW_AAA_SERVER_DEAD;
     constexpr uint32_t unknown = SHOW_AAA_SERVER_UNKNOWN;
@@ -235,7 +235,7 @@ TEST(Radius, AServerIsAliveOrDeadByWhatItAnsweredSinceTheLastPoll) {
     EXPECT_EQ(after(before, dead, counted(11, 9, 3)).dead_count, 5u);
 }
 
-TEST(Radius, CountersThatBeginAnewAreComparedWithNothing) {
+TEST(Radius, CountersThatRestartAreNotCompared) {
     const ServerRow before = counted(10, 8, 2);
     EXPECT_EQ(after(before, SHOW_AAA_SERVER_DEAD, counted(0, 0, 0)).status,
               uint32_t(SHOW_AAA_SERVER_DEAD));
@@ -246,7 +246,7 @@ TEST(Radius, CountersThatBeginAnewAreComparedWithNothing) {
     EXPECT_EQ(after(before, SHOW_AAA_SERVER_ALIVE, counted(2, 0, 2)).dead_count, 6u);
 }
 
-TEST(Radius, AnAnswerInAccountingIsASignOfLifeToo) {
+TEST(Radius, AnAccountingResponseCountsAsAliveToo) {
     ServerRow now = counted(1, 0, 1);
     now.acct_transaction_successes = 1;
     carry_on(std::nullopt, now);
