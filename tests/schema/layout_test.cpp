@@ -75,7 +75,7 @@ TEST(Layout, StateBlockOfNestedStructuresAndArrays) {
     EXPECT_EQ(type.state_length, 1527U);
 }
 
-TEST(Layout, FieldNumbersOfAVariantAreItsFieldsUnlessItSaysMore) {
+TEST(Layout, FieldNumbersOfAVariantAreItsFieldsByDefault) {
     const auto &grown = item(servers().structures, "st_aaa_servers");
     EXPECT_EQ(grown.fields.size(), 41U);
     EXPECT_EQ(grown.variants.at(0).field_numbers, 40U);

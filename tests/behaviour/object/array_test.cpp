@@ -250,7 +250,7 @@ TEST_F(UntrackedArray, FlagsFailWithEinval) {
 
 // ---- Flags ---------------------------------------------------------------------------
 
-TEST_F(ArrayFlags, TheWholeArrayHasAFlagOfItsOwn) {
+TEST_F(ArrayFlags, TheWholeArrayHasItsOwnFlag) {
     HookRecorder hooks(handle);
     st_grown_minute_state_flag_whole_set(handle, tx, grown, 8, &err);
     EXPECT_EQ(st_grown_minute_state_flag_whole_get(handle, tx, grown, &err), 8);
@@ -261,7 +261,7 @@ TEST_F(ArrayFlags, TheWholeArrayHasAFlagOfItsOwn) {
     EXPECT_EQ(kel_get_instance_modified(grown, 1, 0), 1U);
 }
 
-TEST_F(ArrayFlags, AnElementHasAFlagOfItsOwn) {
+TEST_F(ArrayFlags, AnElementHasItsOwnFlag) {
     HookRecorder hooks(handle);
     st_grown_minute_state_flag_set(handle, tx, grown, 1439, 8, &err);
     EXPECT_EQ(st_grown_minute_state_flag_get(handle, tx, grown, 1439, &err), 8);

@@ -272,7 +272,7 @@ TEST_P(OpenById, TheFirstRootIsUsedByTheWholeProcess) {
     });
 }
 
-TEST_P(OpenById, EveryTableHasARootOfItsOwn) {
+TEST_P(OpenById, EveryTableHasItsOwnRoot) {
     in_own_process([&] {
         kel_table *made = s.plain.open_by_id(handle, tx, 5, 0, &err);
         for (const Subject *other : all_subjects) {
