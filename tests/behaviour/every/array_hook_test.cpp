@@ -85,7 +85,7 @@ TEST_P(MinuteStores, ABlockWriteAnnouncesItsBytesThenTheWholeArraysFlagAndMarks)
     }
 }
 
-TEST_P(MinuteStores, AnElementFromASourceAnnouncesItAndBothFlagsAndIsNoModification) {
+TEST_P(MinuteStores, SettingAnElementFromASourceAnnouncesItAndBothFlagsWithoutAMark) {
     const u8 source = 3;
     ServiceRecorder recorder(handle);
     on("set", {1439, &source});
@@ -102,7 +102,7 @@ TEST_P(MinuteStores, AnElementFromASourceAnnouncesItAndBothFlagsAndIsNoModificat
     }
 }
 
-TEST_P(MinuteStores, AnElementsValueAnnouncesItAndBothFlagsAndIsAModification) {
+TEST_P(MinuteStores, SettingAnElementsValueAnnouncesItAndBothFlagsAndMarksTheObject) {
     ServiceRecorder recorder(handle);
     on("set_value", {0, 3});
     Steps expected = {{element(0), 1}};
@@ -113,7 +113,7 @@ TEST_P(MinuteStores, AnElementsValueAnnouncesItAndBothFlagsAndIsAModification) {
               "kellib_adjust_variant u_int8_get u_int8_set_value");
 }
 
-TEST_P(MinuteStores, AReadMakesThePrologueAndTheTestTwiceForAValue) {
+TEST_P(MinuteStores, AReadOfAValueRunsPrologueAndCheckTwice) {
     ServiceRecorder recorder(handle);
     on<u8>("get_value", {5});
     EXPECT_EQ(recorder.order({"kel_clear_last_error", "kel_get_instance_variant", "u_int8_get",
@@ -147,7 +147,7 @@ TEST_P(MinuteStores, ANegativeLengthIsNoErrorAndCopiesNothing) {
     EXPECT_EQ(std::vector<u8>(element(0), element(minutes)), before);
 }
 
-TEST_P(MinuteStores, AnInstanceOfANegativeVariantGivesError43AndStays) {
+TEST_P(MinuteStores, AnInstanceOfANegativeVariantFailsWithEidrmAndIsUnchanged) {
     const std::int8_t variant = head(object)->variant;
     kel_handle_set_variant(handle, type.descriptor, -1);
     head(object)->variant = -1;
@@ -202,7 +202,7 @@ TEST_P(MinuteStores, AnObjectWithoutABlockInATrackingHandle) {
     kel_handle_set_state_tracking(handle, 0);
 }
 
-TEST_P(MinuteStores, TheModeAndTheObjectAreTestedBeforeAnIndex) {
+TEST_P(MinuteStores, ModeAndObjectAreCheckedBeforeTheIndex) {
     if (tracking) {
         kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_OFF);
         on<u8>("state_flag_get", {minutes});
@@ -221,7 +221,7 @@ TEST_P(MinuteStores, TheModeAndTheObjectAreTestedBeforeAnIndex) {
     }
 }
 
-TEST_P(MinuteStores, SettingFlagsAnnouncesEachByteButTheBlockOfThemAll) {
+TEST_P(MinuteStores, SettingFlagsAnnouncesEachByteButNotAllAtOnce) {
     if (!tracking) return;
     const std::vector<u8> source(minutes, 4);
     ServiceRecorder recorder(handle);

@@ -77,7 +77,7 @@ TEST_P(Minutes, AreWrittenElementByElement) {
     expect_error(ENOENT);
 }
 
-TEST_P(Minutes, AreCopiedAsAWholeUpToTheirNumber) {
+TEST_P(Minutes, AreCopiedUpToTheirNumber) {
     std::array<u8, minutes + 1> elements = {};
     on("get_mem", {elements.data(), minutes + 1});
     expect_error(EINVAL);
@@ -109,7 +109,7 @@ TEST_P(UntrackedMinutes, HaveNoFlags) {
     expect_error(EINVAL);
 }
 
-TEST_P(TrackedMinutes, HaveAFlagEachAndOneForAll) {
+TEST_P(TrackedMinutes, HaveOneFlagEachAndOneForAll) {
     typed("set_all_state_tracking_flag", {object, 0});
     on("set_value", {7, 1});
     EXPECT_EQ(on<u8>("state_flag_whole_get", {}), 2);

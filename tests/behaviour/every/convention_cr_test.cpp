@@ -101,7 +101,7 @@ class Fallbacks : public ItemTest {
 };
 TARN_EVERY_ITEM(Fallbacks, Mode::plain);
 
-TEST_P(Fallbacks, AreAnsweredByCrCreationsOutOfMemoryAndLeftAloneByDestruction) {
+TEST_P(Fallbacks, AreReturnedByCrCreationsWithoutMemoryAndNotDestroyed) {
     const Creations type = creations_of(item);
     if (type.fallback == nullptr) return;  // a table's record is destroyed in part
     Stage stage(item, GetParam().mode);
@@ -127,7 +127,7 @@ TEST_P(Fallbacks, AreAnsweredByCrCreationsOutOfMemoryAndLeftAloneByDestruction) 
     EXPECT_EQ(std::memcmp(object, zeros.data(), type.size), 0);
 }
 
-TEST_P(Fallbacks, OfRecordsAreAnsweredOnlyWhenMemoryWasAskedFor) {
+TEST_P(Fallbacks, OfRecordsAreReturnedOnlyIfAnAllocationFails) {
     if (creations_of(item).fallback != nullptr) return;  // a type's is returned at once
     Stage stage(item, GetParam().mode);
     HookRecorder hooks(stage.handle);
@@ -139,7 +139,7 @@ TEST_P(Fallbacks, OfRecordsAreAnsweredOnlyWhenMemoryWasAskedFor) {
     EXPECT_EQ(stage.handle->cr_fallback_enabled, 0U);
 }
 
-TEST_P(Fallbacks, OtherCreationsAnswerNullAndLeaveTheErrorAlone) {
+TEST_P(Fallbacks, AreNotReturnedByOtherCreations) {
     Stage stage(item, GetParam().mode);
     HookRecorder hooks(stage.handle);
     hooks.fail_allocations(true);

@@ -39,7 +39,7 @@ bool runs_with_an_error(const std::string &item, const Prototype &function) {
 class Entry : public ItemTest {};
 TARN_EVERY_ITEM(Entry, Mode::plain, Mode::tracking, Mode::store_types);
 
-TEST_P(Entry, WithAnErrorSetAnOperationAnswersItsFailureAndChangesNothing) {
+TEST_P(Entry, WithAnErrorSetAnOperationReturnsItsFailureAndChangesNothing) {
     Stage stage(item, GetParam().mode);
     for (const Prototype &each : functions) stage.arguments(each);
     const StoreSnapshot before(stage.session.store());
@@ -74,7 +74,7 @@ bool leaves_last_error(const std::string &item, const Prototype &function) {
 class Clearing : public ItemTest {};
 TARN_EVERY_ITEM(Clearing, Mode::plain);
 
-TEST_P(Clearing, AnOperationClearsTheErrorOfTheOneBefore) {
+TEST_P(Clearing, AnOperationClearsTheErrorOfThePreviousOne) {
     for (const Prototype &each : functions) {
         if (!each.takes("err")) continue;
         SCOPED_TRACE(each.name);
@@ -115,7 +115,7 @@ TEST_P(Clearing, AnErrorIsReportedInTheErrorWordAndInTheHandle) {
 class Transaction : public ItemTest {};
 TARN_EVERY_ITEM(Transaction, Mode::plain);
 
-TEST_P(Transaction, OfTheCallerIsToldToEveryHook) {
+TEST_P(Transaction, OfTheCallerIsPassedToEveryHook) {
     Stage stage(item, GetParam().mode);
     for (const Prototype &each : functions) stage.arguments(each);
     for (const Prototype &each : functions) {
@@ -146,7 +146,7 @@ bool stores_for_good(const std::string &item, const Prototype &function) {
            (is_enumeration && ends_as(function, {"_destroy", "_unmarshal"}));
 }
 
-TEST_P(Transaction, ThatIsTakenBackLeavesNothingOfAnyOperation) {
+TEST_P(Transaction, ThatIsRolledBackUndoesEveryOperation) {
     Stage stage(item, GetParam().mode);
     for (const Prototype &each : functions) stage.arguments(each);
     const StoreSnapshot before(stage.session.store());
@@ -177,7 +177,7 @@ bool begins_something(const std::string &item, const Prototype &function) {
 class TraceModule : public ItemTest {};
 TARN_EVERY_ITEM(TraceModule, Mode::plain);
 
-TEST_P(TraceModule, OfTypesIsRegisteredWhereThingsBegin) {
+TEST_P(TraceModule, OfTypesIsRegisteredByCreationsAndOpens) {
     Stage stage(item, GetParam().mode);
     const bool is_enumeration = prototypes_of(item).front().ends_with("_variant_data_index_cap");
     std::size_t begun = 0;

@@ -18,7 +18,7 @@ class Twins : public ItemTest {
             if (may_be_null(function, each)) {
                 all.push_back({"null " + each.name, 0, false, each.name});
             }
-            if (each.name == "buffer_len") all.push_back({"no room", 0, false, "", each.name});
+            if (each.name == "buffer_len") all.push_back({"no space", 0, false, "", each.name});
         }
         return all;
     }

@@ -21,7 +21,7 @@ class EnumerationLife : public EveryEnumeration {
 };
 TARN_EACH_ENUMERATION(EnumerationLife);
 
-TEST_P(EnumerationLife, IsCountedWhenItBeginsAndEndsAndNeverAsLive) {
+TEST_P(EnumerationLife, IsCountedAsCreatedAndDestroyedAndNeverAsLive) {
     kel_enum_object *object = begin();
     const kel_type_info *descriptor = object->descriptor;
     end(object);
@@ -41,7 +41,7 @@ TEST_P(EnumerationLife, IsCountedWhenItBeginsAndEndsAndNeverAsLive) {
     for (const HookEvent &each : deltas) EXPECT_EQ(each.delta, 1);
 }
 
-TEST_P(EnumerationLife, HasAFallbackObjectThatIsNeverEnded) {
+TEST_P(EnumerationLife, HasAFallbackObjectThatIsNeverDestroyed) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     EXPECT_EQ(begin(), nullptr);
@@ -62,7 +62,7 @@ TEST_P(EnumerationLife, HasAFallbackObjectThatIsNeverEnded) {
     kel_clear_last_error(handle);
 }
 
-TEST_P(EnumerationLife, KeepsTheDomainsVariantAndTakesAnyValueWithALaterOne) {
+TEST_P(EnumerationLife, KeepsTheDomainsVariantAndAcceptsAnyValueOfALaterOne) {
     domain(2);
     kel_enum_object *object = begin();
     EXPECT_EQ(object->variant, 2);
@@ -87,7 +87,7 @@ TEST_P(EnumerationLife, KeepsTheDomainsVariantAndTakesAnyValueWithALaterOne) {
     end(object);
 }
 
-TEST_P(EnumerationLife, SpeaksOfItselfByName) {
+TEST_P(EnumerationLife, UsesItsNameInTraces) {
     EXPECT_EQ(on<u32>("backpropagate", {nullptr, &err}), 0U);
     EXPECT_EQ(trace.count(KEL_TRACE_INFO, std::string("(info): backpropagate: Null pointer to ") +
                                               type.name + " enum"),
@@ -98,7 +98,7 @@ TEST_P(EnumerationLife, SpeaksOfItselfByName) {
         trace.has(KEL_TRACE_ERROR, "(ERR): Invalid object handle passed to set embedded flag"));
 }
 
-TEST_P(EnumerationLife, IsCopiedWithFlagsAndDescriptorAndSetByValueWithoutThem) {
+TEST_P(EnumerationLife, IsCopiedWithFlagsAndDescriptorButSetByValueWithout) {
     kel_enum_object nested = {};
     on("initialize", {&nested, type.descriptor, 0, 1, OBJ_NESTED, nullptr, &err});
     on("set_value", {&nested, first(), &err});

@@ -9,7 +9,7 @@ namespace {
 
 TARN_EACH_ENUMERATION(EveryEnumeration);
 
-TEST_P(EveryEnumeration, IsMadeAndEndedInEveryWay) {
+TEST_P(EveryEnumeration, IsCreatedAndDestroyedInEveryForm) {
     auto *object = on<kel_enum_object *>("create_internal", {});
     auto *third = call<kel_enum_object *>(name("create_cr"), {handle});
     for (kel_enum_object *each : {object, third}) {
@@ -38,7 +38,7 @@ TEST_P(EveryEnumeration, InitialisesMemoryWithoutCountingIt) {
     EXPECT_EQ(type.descriptor->variant_info->variants[0].created, before.created);
 }
 
-TEST_P(EveryEnumeration, KeepsEachValueInItsTwoSpaces) {
+TEST_P(EveryEnumeration, MapsEachValueBetweenUserAndInternal) {
     kel_enum_object *object = begin();
     for (u32 i = 0; i < type.count; ++i) {
         const u32 value = first() + i;
@@ -56,7 +56,7 @@ TEST_P(EveryEnumeration, KeepsEachValueInItsTwoSpaces) {
     end(object);
 }
 
-TEST_P(EveryEnumeration, RefusesValuesBeyondTheLastOneExceptWhereItDoesNot) {
+TEST_P(EveryEnumeration, RefusesValuesBeyondTheLastOneInFormsThatCheck) {
     kel_enum_object *object = begin(first());
     on("set_value", {object, past(), &err});
     EXPECT_EQ(err, EIDRM);
@@ -182,7 +182,7 @@ TEST_P(EveryEnumeration, TheShortTextFormsUseItsOwnName) {
     end(object);
 }
 
-TEST_P(EveryEnumeration, ADocumentWithoutEnumeratorsLeavesTheValueAndTheFirstOfSeveralWins) {
+TEST_P(EveryEnumeration, ADocumentWithoutEnumeratorsKeepsTheValueAndTheFirstOfSeveralWins) {
     kel_enum_object *object = begin(past() - 1);
     const Document empty = parse("<field/>");
     on("from_xml", {"/field", empty.get(), object, &err, nullptr, 0});

@@ -42,7 +42,7 @@ TEST(Enumerators, OfTwoEnumerationsCountFrom1AndOfTheOthersFrom0) {
 }
 
 // An object contains the value that a program sets.
-TEST(Enumerators, StandInTheHeadersWithTheirUserValues) {
+TEST(Enumerators, AreInTheHeadersWithTheirUserValues) {
     EXPECT_EQ(KEL_DOT1X_AUTH_STATE_INITIALIZE, 1);
     EXPECT_EQ(KEL_DOT1X_AUTH_STATE_AUTHZ_FAIL, 14);
     EXPECT_EQ(KEL_DOT1X_AUTH_BEND_STATE_IGNORE, 8);
@@ -51,7 +51,7 @@ TEST(Enumerators, StandInTheHeadersWithTheirUserValues) {
     EXPECT_EQ(SHOW_AAA_SERVER_UNKNOWN, 2);
 }
 
-TEST(Enumerators, OfThePeersCapabilityAreTheTypeOfNoField) {
+TEST(Enumerators, OfThePeersCapabilityAreUsedByNoField) {
     const Enumeration *const unused = &enumeration("lumi_interface_peer_adv_capability");
     bool found = false;
     for (const Structure *type : all_structures()) {
@@ -84,7 +84,7 @@ class AuthState : public PlainTest {
     }
 };
 
-TEST_F(AuthState, LosesOneOnTheWayInsideWithinItsRangeAlone) {
+TEST_F(AuthState, IsDecrementedToItsInternalValueWithinItsRange) {
     EXPECT_EQ(auth_state_map_to_internal_value(0), 0U);
     EXPECT_EQ(auth_state_map_to_internal_value(1), 0U);
     EXPECT_EQ(auth_state_map_to_internal_value(14), 13U);
@@ -100,7 +100,7 @@ TEST_F(AuthState, IsNotMappedBackByTheMapToTheUserValue) {
     }
 }
 
-TEST_F(AuthState, TakesAZeroThatIsPrintedAsOutOfRange) {
+TEST_F(AuthState, AcceptsAZeroThatIsPrintedAsOutOfRange) {
     auth_state *object = made(0);
     EXPECT_EQ(auth_state_get_value(handle, tx, object, &err), 0U);
     char buffer[64];
@@ -111,7 +111,7 @@ TEST_F(AuthState, TakesAZeroThatIsPrintedAsOutOfRange) {
     auth_state_destroy(handle, tx, object);
 }
 
-TEST_F(AuthState, TravelsAsItsInternalValue) {
+TEST_F(AuthState, IsWrittenAsItsInternalValue) {
     auth_state *object = made(1);
     u8 wire[5] = {9, 9, 9, 9, 9};
     EXPECT_EQ(auth_state_marshal(handle, tx, wire, object, 5, &err), 5U);

@@ -75,7 +75,7 @@ TEST(Facts, TheDescriptorListHasEveryItemOnce) {
     EXPECT_EQ(names.size(), 171U);
 }
 
-TEST(Facts, TheDirectoryKnowsEachTableInTheOrderOfTheLuids) {
+TEST(Facts, TheDirectoryHasEachTableInTheOrderOfTheLuids) {
     const Session session;
     std::string before;
     std::int32_t index = 0;
@@ -98,7 +98,7 @@ TEST(Facts, TheDirectoryKnowsEachTableInTheOrderOfTheLuids) {
     }
 }
 
-TEST(Facts, EachTableTellsItsNameAndLuid) {
+TEST(Facts, EachTableHasItsNameAndLuid) {
     for (const Table *each : all_tables()) {
         const std::string prefix = std::string("table_") + each->name;
         EXPECT_EQ(static_cast<const u8 *>(symbol(prefix + "_luid")), each->luid);

@@ -28,7 +28,7 @@ struct Filled {
 // The result of marshal in a buffer of that size.
 class WireForm {
  public:
-    explicit WireForm(u32 room) : room_(room) {}
+    explicit WireForm(u32 space) : room_(space) {}
     void object(const Filled &filled);
 
     std::vector<u8> bytes;
@@ -76,7 +76,7 @@ class TextForm {
     // Represents a byte that a closing line skipped after an error.
     static constexpr char any = '\x01';
 
-    TextForm(u32 room, char held) : room_(room), held_(held) {}
+    TextForm(u32 space, char held) : room_(space), held_(held) {}
     void object(const Filled &filled, u32 indent, const std::string &name);
 
     std::string text;
@@ -95,7 +95,7 @@ class TextForm {
 // The result of to_xml in a buffer of that size.
 class XmlForm {
  public:
-    explicit XmlForm(u32 room) : room_(room) {}
+    explicit XmlForm(u32 space) : room_(space) {}
     void object(const Filled &filled, const std::string &name, u8 flag);
 
     std::string text;

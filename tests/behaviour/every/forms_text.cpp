@@ -9,7 +9,7 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 no_room = EMSGSIZE;
+constexpr u32 no_space = EMSGSIZE;
 
 std::string replaced(const std::string &text, char character, const std::string &by) {
     std::string made;
@@ -42,7 +42,7 @@ const char *enumerator_name(const Field &field, u32 seed) {
 
 bool TextForm::fits(std::size_t length) {
     if (length <= room_ - text.size()) return true;
-    if (err == 0) err = no_room;
+    if (err == 0) err = no_space;
     return false;
 }
 
@@ -97,7 +97,7 @@ void XmlForm::piece(const std::string &piece) {
     if (piece.size() <= room_ - text.size()) {
         text += piece;
     } else {
-        err = no_room;
+        err = no_space;
     }
 }
 
@@ -107,7 +107,7 @@ void XmlForm::closing(const std::string &name) {
     if (tag.size() <= room_ - text.size()) {
         text += tag;
     } else if (err == 0) {
-        err = no_room;
+        err = no_space;
     }
 }
 

@@ -10,7 +10,7 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 no_room = EMSGSIZE, no_object = ENOMEM;
+constexpr u32 no_space = EMSGSIZE, no_object = ENOMEM;
 
 u32 integer_length(FieldKind kind) {
     switch (kind) {
@@ -47,7 +47,7 @@ Filled Filled::inside(const Field &field) const {
 u32 WireForm::put_item(const void *item, std::size_t length) {
     if (err != 0) return 0;
     if (room_ - bytes.size() < length) {
-        err = no_room;
+        err = no_space;
         return 0;
     }
     const auto *first = static_cast<const u8 *>(item);
@@ -126,7 +126,7 @@ u32 WireReading::remaining() const {
 bool WireReading::take(u32 length, u64 *value) {
     if (err != 0) return false;
     if (remaining() < length) {
-        err = no_room;
+        err = no_space;
         return false;
     }
     for (u32 i = 0; value != nullptr && i < length; ++i) {

@@ -80,10 +80,10 @@ std::vector<u8> Typed::wire(const void *object) const {
     u32 err = 0;
     // The last state byte is stored without checking the length.
     std::vector<u8> bytes((*this).operator()<u32>("len", {object}) + 1);
-    const auto room = static_cast<u32>(bytes.size() - 1);
-    bytes.resize((*this).operator()<u32>("marshal", {bytes.data(), object, room, &err}));
+    const auto space = static_cast<u32>(bytes.size() - 1);
+    bytes.resize((*this).operator()<u32>("marshal", {bytes.data(), object, space, &err}));
     EXPECT_EQ(err, 0U) << name("marshal");
-    EXPECT_EQ(bytes.size(), room) << name("len");
+    EXPECT_EQ(bytes.size(), space) << name("len");
     return bytes;
 }
 

@@ -42,7 +42,7 @@ bool is_one_of(const std::string &word, std::initializer_list<const char *> word
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-constexpr u32 text_room = 8000;
+constexpr u32 text_space = 8000;
 
 }  // namespace
 
@@ -91,8 +91,8 @@ void *Stage::object(const std::string &type, const std::string &role) {
 }
 
 u64 Stage::number(const Parameter &parameter) {
-    if (is_one_of(parameter.name, {"buffer_len", "remaining", "workspace_len"})) return text_room;
-    if (parameter.name == "length") return parameter.type == "int32_t" ? 8 : text_room;
+    if (is_one_of(parameter.name, {"buffer_len", "remaining", "workspace_len"})) return text_space;
+    if (parameter.name == "length") return parameter.type == "int32_t" ? 8 : text_space;
     if (parameter.name == "message_len") return 64;
     if (is_one_of(parameter.name, {"id", "ior"})) return 7;
     return is_one_of(parameter.name, {"value", "src", "log_writes"}) ? 1 : 0;
@@ -108,7 +108,7 @@ Word Stage::pointer(const Prototype &function, const Parameter &parameter) {
     if (type == "kel_record" || name == "record" || name == "item") return record;
     if (name == "name" || name == "path") return "//x";
     if (name == "document") return document_.get();
-    if (name == "message") return scratch_.data() + text_room;
+    if (name == "message") return scratch_.data() + text_space;
     if (is_one_of(name, {"buffer", "workspace"})) return scratch_.data();
     if (type == "kel_type_info") return descriptor_of(item_);
     if (type == "kel_vstring") return &string_;

@@ -82,7 +82,7 @@ TEST_P(StructureFailure, WithoutMemoryACrCreationIsTheTypesZeroedFallbackObject)
     EXPECT_EQ(handle->last_error, ENOMEM);
 }
 
-TEST_P(StructureFailure, EndingNullOrTheFallbackObjectDoesNothing) {
+TEST_P(StructureFailure, DestroyingNullOrTheFallbackObjectDoesNothing) {
     const kel_variant_usage before = type.descriptor->variant_info->variants[0];
     HookRecorder hooks(handle);
     for (void *object : {static_cast<void *>(nullptr), static_cast<void *>(type.fallback)}) {
@@ -100,7 +100,7 @@ TEST_P(StructureFailure, EndingNullOrTheFallbackObjectDoesNothing) {
               std::vector<u8>(type.plain_size));
 }
 
-TEST_P(StructureFailure, AnErrorFromBeforeDoesNotStandInAPlainCreationsWay) {
+TEST_P(StructureFailure, AnEarlierErrorDoesNotStopAPlainCreation) {
     handle->last_error = EEXIST;
     void *object = typed.create();
     ASSERT_NE(object, nullptr);
@@ -108,7 +108,7 @@ TEST_P(StructureFailure, AnErrorFromBeforeDoesNotStandInAPlainCreationsWay) {
     typed.destroy(object);
 }
 
-TEST_P(StructureFailure, ACreationWhoseFieldFailsIsTracedAndGivesItsBlockBack) {
+TEST_P(StructureFailure, ACreationWhoseFieldFailsIsTracedAndFreesItsBlock) {
     const std::pair<FieldKind, const char *> services[] = {
         {FieldKind::vstring, "kel_vstring_initialize"},
         {FieldKind::address, "ip_address_initialize"},
@@ -132,7 +132,7 @@ TEST_P(StructureFailure, ACreationWhoseFieldFailsIsTracedAndGivesItsBlockBack) {
     expect_type_trace();
 }
 
-TEST_P(StructureFailure, AMappedObjectThatIsReferredToSurvivesWhole) {
+TEST_P(StructureFailure, AMappedObjectWithReferencesIsNotDestroyed) {
     const Typed within(type, handle, tx);
     void *object = within.create();
     within.fill(object, 3);
@@ -154,7 +154,7 @@ TEST_P(StructureFailure, AMappedObjectThatIsReferredToSurvivesWhole) {
     expect_type_trace();
 }
 
-TEST_P(StructureFailure, AMappedObjectWhoseMappingStaysSurvivesWholeWithTheErrorStored) {
+TEST_P(StructureFailure, AMappedObjectThatCannotBeUnmappedIsNotDestroyedAndStoresTheError) {
     const Typed within(type, handle, tx);
     void *object = within.create();
     within.fill(object, 3);
@@ -174,7 +174,7 @@ TEST_P(StructureFailure, AMappedObjectWhoseMappingStaysSurvivesWholeWithTheError
     expect_type_trace();
 }
 
-TEST_P(StructureFailure, AMappedObjectThatNobodyRefersToGoes) {
+TEST_P(StructureFailure, AMappedObjectWithoutReferencesIsDestroyed) {
     const Typed within(type, handle, tx);
     void *object = within.create();
     u64 oid = 0;
@@ -185,7 +185,7 @@ TEST_P(StructureFailure, AMappedObjectThatNobodyRefersToGoes) {
         << trace.all();
 }
 
-TEST_P(StructureFailure, AnObjectThatCannotLeaveTheHdMappingKeepsItsMemory) {
+TEST_P(StructureFailure, AnObjectThatCannotBeRemovedFromTheHdMappingKeepsItsMemory) {
     const Typed within(type, handle, tx);
     void *object = within.create();
     kellib_update_ra_all(handle, tx, object, 5, 6);
@@ -208,7 +208,7 @@ TEST_P(StructureFailure, AnObjectThatCannotLeaveTheHdMappingKeepsItsMemory) {
         << trace.all();
 }
 
-TEST_P(StructureFailure, AnErrorOfAFieldIsTracedByTheNestedOnesBehindItAndStopsNothing) {
+TEST_P(StructureFailure, AnErrorOfAFieldIsTracedByLaterNestedObjectsAndStopsNothing) {
     // Its own string before a nested structure.
     u32 strings = 0, nested_behind = 0;
     for (const Field &field : fields_of(type)) {
@@ -242,7 +242,7 @@ TEST_P(StructureFailure, AnObjectOfAVariantAboveTheTypesIsCountedAsTheNewest) {
         << trace.all();
 }
 
-TEST_P(StructureFailure, OnlyAnObjectInTheHdMappingIsTakenOutOfIt) {
+TEST_P(StructureFailure, OnlyAnObjectInTheHdMappingIsRemovedFromIt) {
     const Typed within(type, handle, tx);
     for (const bool enabled : {false, true}) {
         for (const u8 reason : {u8{0}, u8{OBJ_RA_DATA}, u8{OBJ_STATE_ELSEWHERE}}) {
@@ -264,7 +264,7 @@ TEST_P(StructureFailure, OnlyAnObjectInTheHdMappingIsTakenOutOfIt) {
     }
 }
 
-TEST_P(StructureFailure, AskingNullIsTracedUnderTheTypesModule) {
+TEST_P(StructureFailure, ReferencesOfNullAreTracedInTheTypesModule) {
     typed("set_instance_embedded", {nullptr});
     EXPECT_TRUE(trace.has(3, "(ERR): Invalid object pointer passed in to set instance flag"));
     EXPECT_EQ(typed.operator()<u32>("get_oid_count", {nullptr, &err}), 0U);
@@ -285,7 +285,7 @@ TEST_P(StructureFailure, AskingNullIsTracedUnderTheTypesModule) {
     expect_type_trace();
 }
 
-TEST_P(StructureFailure, AskingForReferencesWithAnErrorSetIsTraced) {
+TEST_P(StructureFailure, ReadingReferencesWithAnErrorSetIsTraced) {
     void *object = typed.create();
     err = ENOMEM;
     EXPECT_EQ(typed.operator()<u32>("get_oid_count", {object, &err}), 0U);

@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(Every, UntrackedFields,
                          ::testing::ValuesIn(tracking_only(in_each_mode(all_structures()), false)),
                          name_in_mode<Structure>);
 
-TEST_P(StructureFields, AFieldIsSetFromWhatTheSameFieldOfAnotherObjectGives) {
+TEST_P(StructureFields, AFieldIsSetFromTheSameFieldOfAnotherObject) {
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::array) continue;
         const std::string name = field.name;
@@ -75,7 +75,7 @@ TEST_P(StructureFields, AFieldIsSetFromWhatTheSameFieldOfAnotherObjectGives) {
     typed.check(other, 2);
 }
 
-TEST_P(StructureFields, GetGivesThePlaceInsideTheObject) {
+TEST_P(StructureFields, GetReturnsTheAddressInsideTheObject) {
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::array) continue;
         void *access = typed.operator()<void *>(std::string(field.name) + "_get", {object, &err});
@@ -94,7 +94,7 @@ TEST_P(UntrackedFields, HaveNoStateFlags) {
     }
 }
 
-TEST_P(TrackedFields, OnlyTheFieldThatIsWrittenIsMarkedAsChanged) {
+TEST_P(TrackedFields, OnlyTheWrittenFieldIsMarkedAsChanged) {
     for (const Field &field : fields_of(type)) {
         clear_flags();
         typed.fill_field(object, field, 3);
@@ -104,7 +104,7 @@ TEST_P(TrackedFields, OnlyTheFieldThatIsWrittenIsMarkedAsChanged) {
     }
 }
 
-TEST_P(TrackedFields, AStateFlagKeepsAnyByteInAPlaceOfItsOwn) {
+TEST_P(TrackedFields, AStateFlagKeepsAnyByteAtItsOwnPosition) {
     clear_flags();
     u8 next = 10;
     for (const Field &field : fields_of(type)) set_flag(field, next++);
@@ -135,7 +135,7 @@ TEST_P(StructureFields, AWriteIsReportedAsAModificationOnce) {
     EXPECT_EQ(typed.operator()<u32>("type_type_backpropagate", {nullptr, &err}), 0U);
 }
 
-TEST_P(StructureFields, GetAllGivesThePlainValuesInTheirWidths) {
+TEST_P(StructureFields, GetAllReturnsThePlainValuesInTheirWidths) {
     const auto values = value_fields();
     // Words of all ones: a value wider than its field would overwrite the guard.
     std::vector<u64> words(values.size(), ~u64{0});
@@ -186,7 +186,7 @@ TEST_P(StructureFields, SetCopiesTheWholeObjectAndItsFlags) {
     EXPECT_EQ(typed.operator()<void *>("get", {object, &err}), object);
 }
 
-TEST_P(StructureFields, EveryFieldTakesPartInCompareAndHash) {
+TEST_P(StructureFields, CompareAndHashUseEveryField) {
     const auto compare = [this] {
         return call<std::int32_t>(typed.name("compare"), {object, other});
     };

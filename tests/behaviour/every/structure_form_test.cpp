@@ -36,14 +36,14 @@ class StructureForms : public StructureTest {
 };
 TARN_EACH_STRUCTURE(StructureForms);
 
-TEST_P(StructureForms, WhatWasMarshalledIsReadBackEqual) {
+TEST_P(StructureForms, TheWireFormRoundTrips) {
     const std::vector<u8> bytes = typed.wire(object);
     void *second = typed.create();
     EXPECT_EQ(read(typed, bytes, second), bytes.size());
     expect_equal_and_destroy(second);
 }
 
-TEST_P(StructureForms, TheWireFormBeginsWithVariantFlagsAndJump) {
+TEST_P(StructureForms, TheWireFormStartsWithVariantFlagsAndJump) {
     const std::vector<u8> bytes = typed.wire(object);
     EXPECT_EQ(bytes.at(0), type.top_variant);
     EXPECT_EQ(bytes.at(1), tracking ? OBJ_STATE_TRACKED : 0);
@@ -62,7 +62,7 @@ TEST_P(StructureForms, AllWireFormsAgree) {
     EXPECT_EQ(again, bytes);
 }
 
-TEST_P(StructureForms, TooLittleRoomIsAnErrorInEveryWriter) {
+TEST_P(StructureForms, ATooSmallBufferIsAnErrorInEveryWriter) {
     std::vector<u8> bytes = typed.wire(object);
     typed("marshal", {bytes.data(), object, 5, &err});
     EXPECT_EQ(err, EMSGSIZE);
@@ -118,7 +118,7 @@ TEST_P(StructureForms, TheTextNamesEveryFieldInOrder) {
     EXPECT_EQ(again, text);
 }
 
-TEST_P(StructureForms, TheXmlIsReadBackEqual) {
+TEST_P(StructureForms, TheXmlRoundTrips) {
     const std::string xml = typed.xml(object);
     std::string again(xml.size() + 16, ' ');
     again.resize(typed.cr<u32>("toxml_cr", {object, again.data(), again.size()}));
@@ -164,7 +164,7 @@ TEST_P(StructureForms, ANegativeVariantHasNoBodyInAnyForm) {
     typed.destroy(second);
 }
 
-TEST_P(StructureForms, OneThatTheDomainDoesNotKnowIsReportedAndWrittenWithoutABody) {
+TEST_P(StructureForms, OneNewerThanTheDomainIsReportedAndWrittenWithoutABody) {
     ASSERT_EQ(kel_handle_set_variant(handle, type.descriptor, -1), 0U);
     std::vector<u8> bytes(typed.operator()<u32>("len", {object}) + 1);
     EXPECT_EQ(typed.operator()<u32>("marshal", {bytes.data(), object, bytes.size() - 1, &err}), 6U);
@@ -179,7 +179,7 @@ TEST_P(StructureForms, OneThatTheDomainDoesNotKnowIsReportedAndWrittenWithoutABo
     EXPECT_EQ(bytes[0], type.top_variant);
 }
 
-TEST_P(StructureForms, OfANewerWriterAreReadAsFarAsTheyAreKnownAndLeftByTheJump) {
+TEST_P(StructureForms, OfANewerWriterAreReadAsFarAsKnownAndSkippedByTheJump) {
     std::vector<u8> bytes = typed.wire(object);
     const auto known = static_cast<u32>(bytes.size());
     const u32 jump = known - 2 + 20;
@@ -197,7 +197,7 @@ TEST_P(StructureForms, OfANewerWriterAreReadAsFarAsTheyAreKnownAndLeftByTheJump)
     expect_equal_and_destroy(second);
 }
 
-TEST_P(StructureForms, WithoutAByteAreError12ToWriteAndToRead) {
+TEST_P(StructureForms, AnEmptyBufferFailsWithEnomemInReadersAndWriters) {
     u8 byte = 0x5a;
     for (const u32 length : {0U, 0x80000000U}) {
         EXPECT_EQ(typed.operator()<u32>("marshal", {&byte, object, length, &err}), 0U);
@@ -214,7 +214,7 @@ TEST_P(StructureForms, WithoutAByteAreError12ToWriteAndToRead) {
 
 // ---- Between modes -------------------------------------------------------------------
 
-TEST_P(StructureForms, StateFlagsTravelBetweenTrackingHandlesAlone) {
+TEST_P(StructureForms, StateFlagsAreOnlyExchangedBetweenTrackingHandles) {
     typed("set_all_state_tracking_flag", {object, 3});
     const Mode reader_mode = tracking ? Mode::plain : Mode::tracking;
     const Typed reader(type, session.second_handle(reader_mode));

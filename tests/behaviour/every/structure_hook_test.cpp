@@ -151,7 +151,7 @@ TEST_P(StructureHooks, CreationAnnouncesEveryHeaderStoreAndCountInItsOrder) {
     within.destroy(object);
 }
 
-TEST_P(StructureHooks, MarkingAsEmbeddedAnnouncesOneByteAnObjectFieldsFirst) {
+TEST_P(StructureHooks, MarkingAsEmbeddedAnnouncesOneBytePerObjectFieldsFirst) {
     const Typed within(type, handle, tx);
     void *object = within.create();
     add_marking(type, object);
@@ -161,7 +161,7 @@ TEST_P(StructureHooks, MarkingAsEmbeddedAnnouncesOneByteAnObjectFieldsFirst) {
     within.destroy(object);
 }
 
-TEST_P(StructureHooks, DestructionCountsFieldsFirstThenClearsTheDescriptorThenFrees) {
+TEST_P(StructureHooks, DestructionCountsFieldsFirstClearsTheDescriptorAndFrees) {
     const Typed within(type, handle, tx);
     void *object = within.create();
     const auto *descriptor = reinterpret_cast<const u8 *>(&head(object)->descriptor);
@@ -219,7 +219,7 @@ TEST_P(StructureHooks, AValuesWriteAnnouncesTheValueThenItsFlagByte) {
     within.destroy(object);
 }
 
-TEST_P(StructureHooks, AWriteFromASourceStaysInItsFieldAndAnnouncesTheFlagByteLast) {
+TEST_P(StructureHooks, AWriteFromASourceIsLimitedToItsFieldAndAnnouncesTheFlagByteLast) {
     const Typed within(type, handle, tx);
     void *object = within.create();
     void *other = within.create();
@@ -261,7 +261,7 @@ TEST_P(StructureHooks, AWriteFromASourceStaysInItsFieldAndAnnouncesTheFlagByteLa
     within.destroy(other);
 }
 
-TEST_P(StructureHooks, SettingAFlagAnnouncesItsByteAlone) {
+TEST_P(StructureHooks, SettingAFlagAnnouncesOnlyItsByte) {
     if (!tracking) return;
     const Typed within(type, handle, tx);
     void *object = within.create();

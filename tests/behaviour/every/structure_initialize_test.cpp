@@ -126,7 +126,7 @@ TEST_P(StructureInitialization, QuietlyAndLoggedItAnnouncesTheHeadersAndCountsNo
     EXPECT_EQ(hooks.count(Hook::delta_log), 0U);
 }
 
-TEST_P(StructureInitialization, AloudAndUnloggedItCountsAndAnnouncesNoHeader) {
+TEST_P(StructureInitialization, CountedAndUnloggedItAnnouncesNoHeader) {
     if (tracking) return;  // the places of state shares are the store's
     std::vector<u64> memory = memory_with(0x5a);
     HookRecorder hooks(handle);
@@ -144,7 +144,7 @@ TEST_P(StructureInitialization, TheFlagsGivenAreAdded) {
               OBJ_RA_DATA | OBJ_NESTED | (tracking ? OBJ_STATE_TRACKED : 0));
 }
 
-TEST_P(StructureInitialization, ANestedObjectThatKnowsNoBaseFailsOnlyWithTrackingOn) {
+TEST_P(StructureInitialization, ANestedObjectWithoutABaseFailsOnlyWithTrackingOn) {
     std::vector<u64> memory = memory_with(0);
     void *object = memory.data();
     initialize(object, 0, 0, OBJ_NESTED, nullptr);
@@ -164,7 +164,7 @@ TEST_P(StructureInitialization, ANestedObjectThatKnowsNoBaseFailsOnlyWithTrackin
     if (!tracking) typed("destroy_internal", {object, 0});
 }
 
-TEST_P(StructureInitialization, TheBlockGivenIsWhereTheSharesAre) {
+TEST_P(StructureInitialization, TheOffsetsReferToTheGivenBlock) {
     if (!tracking) return;
     void *object = typed.create();
     typed("offset_remove", {object, &err});
@@ -181,7 +181,7 @@ TEST_P(StructureInitialization, TheBlockGivenIsWhereTheSharesAre) {
     typed.destroy(object);
 }
 
-TEST_P(StructureInitialization, AnObjectWhoseBlockLiesElsewherePlacesItsSharesThere) {
+TEST_P(StructureInitialization, AnObjectWithABlockElsewherePutsItsFlagsThere) {
     if (!tracking) return;
     void *object = typed.create();
     typed("offset_remove", {object, &err});

@@ -80,7 +80,7 @@ class StructureLayout : public ::testing::TestWithParam<const Structure *> {
 INSTANTIATE_TEST_SUITE_P(Every, StructureLayout, ::testing::ValuesIn(all_structures()),
                          [](const auto &each) { return std::string(each.param->name); });
 
-TEST_P(StructureLayout, FieldsStandInOrderAtTheNextPlaceThatSuitsThem) {
+TEST_P(StructureLayout, FieldsAreInOrderAtTheNextAlignedOffset) {
     u32 end = KEL_OBJECT_HEADER_SIZE;
     for (const Field &field : fields_of(type)) {
         const Extent extent = extent_of(field);
@@ -90,7 +90,7 @@ TEST_P(StructureLayout, FieldsStandInOrderAtTheNextPlaceThatSuitsThem) {
     }
 }
 
-TEST_P(StructureLayout, SharesOfTheStateBlockStandInOrderWithoutGaps) {
+TEST_P(StructureLayout, FlagsOfTheStateBlockAreInOrderWithoutGaps) {
     u32 position = 0;
     for (const Field &field : fields_of(type)) {
         EXPECT_EQ(field.state, position) << field.name;
@@ -99,7 +99,7 @@ TEST_P(StructureLayout, SharesOfTheStateBlockStandInOrderWithoutGaps) {
     EXPECT_EQ(type.state_length, position);
 }
 
-TEST_P(StructureLayout, EachVariantTellsWhatItUsesOfTheOneAllocationSize) {
+TEST_P(StructureLayout, EachVariantGivesItsUsedPartOfTheAllocation) {
     const kel_variant_info *info = type.descriptor->variant_info;
     ASSERT_EQ(info->variant_count, type.top_variant + 1);
     const u32 plain = allocation(used_length(type, type.top_variant));
@@ -111,7 +111,7 @@ TEST_P(StructureLayout, EachVariantTellsWhatItUsesOfTheOneAllocationSize) {
     }
 }
 
-TEST_P(StructureLayout, AFieldHasAValueFormExactlyIfItsValueFitsAnInteger) {
+TEST_P(StructureLayout, AFieldHasAValueFormIfItsValueFitsAnInteger) {
     for (const Field &field : fields_of(type)) {
         const std::string stem = std::string(type.name) + "_" + field.name;
         const bool expected = has_plain_value(field.kind) || field.kind == FieldKind::array;
@@ -125,7 +125,7 @@ TEST_P(StructureLayout, AFieldHasAValueFormExactlyIfItsValueFitsAnInteger) {
     }
 }
 
-TEST(Layouts, AnObjectBeginsWithElevenBytesOfHeader) {
+TEST(Layouts, AnObjectStartsWithAHeaderOfElevenBytes) {
     EXPECT_EQ(offsetof(kel_object, descriptor), 0U);
     EXPECT_EQ(offsetof(kel_object, variant), 8U);
     EXPECT_EQ(offsetof(kel_object, created_variant), 9U);
@@ -144,7 +144,7 @@ TEST(Layouts, AFieldOfOneByteSharesTheWordOfTheFlags) {
     EXPECT_EQ(type.fields[0].offset, 11U);
 }
 
-TEST(Layouts, TheConnectionAndTheServerAreAsLongAsTheyAreKnownToBe) {
+TEST(Layouts, TheConnectionAndTheServerHaveTheirKnownSizes) {
     const auto lengths = [](const char *name) {
         const Structure &type = structure(name);
         std::vector<u32> found = {type.plain_size, type.state_length};
@@ -166,7 +166,7 @@ TEST(Layouts, TheConnectionAndTheServerAreAsLongAsTheyAreKnownToBe) {
     EXPECT_EQ(position("st_aaa_servers", "radius_dtls_stats"), 1515U);
 }
 
-TEST(Layouts, OneTypeHasASecondVariantAndItHasOneFieldOfIt) {
+TEST(Layouts, OneTypeHasASecondVariantWithOneField) {
     for (const Structure *type : all_structures()) {
         const bool grown = std::string(type->name) == "st_aaa_servers";
         EXPECT_EQ(type->top_variant, grown ? 1 : 0) << type->name;

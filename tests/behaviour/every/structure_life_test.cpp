@@ -44,7 +44,7 @@ TEST_P(StructureLife, TakesItsStateBlockOnlyInATrackingHandle) {
     EXPECT_EQ(typed.cr<u32>("sizeof", {}), type.plain_size + (tracking ? type.state_length : 0));
 }
 
-TEST_P(StructureLife, EveryCreationMakesACountedEmptyObjectAndEveryDestructionEndsOne) {
+TEST_P(StructureLife, EachFormCreatesACountedEmptyObjectOrDestroysOne) {
     const kel_variant_usage before = usage();
     void *made[] = {typed.create(), typed.operator()<void *>("create_internal", {}),
                     typed.cr<void *>("create_cr", {})};
@@ -58,7 +58,7 @@ TEST_P(StructureLife, EveryCreationMakesACountedEmptyObjectAndEveryDestructionEn
     EXPECT_EQ(usage().live, before.live);
 }
 
-TEST_P(StructureLife, InitialisesMemoryAndLeavesItInPlaceWithoutRelease) {
+TEST_P(StructureLife, InitialisesMemoryAndDestroysItWithoutFreeing) {
     void *object = raw_memory();
     typed("initialize",
           {object, symbol("_" + typed.name("type_info_internal")), 1, 0, 0, nullptr, &err});
@@ -68,7 +68,7 @@ TEST_P(StructureLife, InitialisesMemoryAndLeavesItInPlaceWithoutRelease) {
     handle->free_hook(handle->arena, KEL_TX_NONE, object);
 }
 
-TEST_P(StructureLife, MarksItselfAndWhatLiesInsideAsEmbedded) {
+TEST_P(StructureLife, MarksItselfAndItsFieldsAsEmbedded) {
     void *object = typed.create();
     typed("set_instance_embedded", {object});
     EXPECT_NE(head(object)->flags & OBJ_EMBEDDED, 0);
@@ -90,7 +90,7 @@ TEST_P(StructureLife, HoldsNoObjectReferences) {
     typed.destroy(object);
 }
 
-TEST_P(StructureLife, TakesTheSharesOfItsStateBlockBackAndGivesThemAgain) {
+TEST_P(StructureLife, RemovesAndSetsTheOffsetsOfItsFields) {
     void *object = typed.create();
     u8 *block = at(object, type.plain_size);
     typed("offset_remove", {object, &err});
@@ -130,7 +130,7 @@ TEST_P(StructureLife, ACopyOfItsBytesBecomesIndependent) {
     typed.destroy(copy);
 }
 
-TEST_P(StructureLife, KnowsTheFieldNumbersAndVariantsOfItsDomain) {
+TEST_P(StructureLife, ChecksFieldNumbersAndVariantsOfItsDomain) {
     const u32 numbers = type.field_numbers[type.top_variant];
     EXPECT_EQ(typed.cr<u32>("is_valid_cr", {nullptr, 0}), 1U);
     EXPECT_EQ(typed.cr<u32>("is_valid_cr", {nullptr, numbers - 1}), 1U);
@@ -146,7 +146,7 @@ TEST_P(StructureLife, KnowsTheFieldNumbersAndVariantsOfItsDomain) {
     typed.destroy(object);
 }
 
-TEST_P(StructureLife, ATransactionTakenBackLeavesTheObjectAsItWas) {
+TEST_P(StructureLife, ARollbackRestoresTheObject) {
     void *object = typed.create();
     typed.fill(object, 8);
     u32 tx = 0;

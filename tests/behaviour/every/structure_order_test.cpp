@@ -33,7 +33,7 @@ class StructureOrder : public StructureTest {
 };
 TARN_EACH_STRUCTURE(StructureOrder);
 
-TEST_P(StructureOrder, IntegersCompareInTheirWidthAndSignAndGiveOneOrMinusOne) {
+TEST_P(StructureOrder, IntegersCompareInTheirWidthAndSignTo1OrMinus1) {
     for (const Field &field : fields_of(type)) {
         if (field.kind >= FieldKind::boolean) continue;
         const bool is_signed = field.kind == FieldKind::int32 || field.kind == FieldKind::int64;
@@ -47,7 +47,7 @@ TEST_P(StructureOrder, IntegersCompareInTheirWidthAndSignAndGiveOneOrMinusOne) {
     }
 }
 
-TEST_P(StructureOrder, EnumerationsGiveTheDifferenceOfTheirValues) {
+TEST_P(StructureOrder, EnumerationsCompareByTheDifferenceOfTheirValues) {
     for (const Field &field : fields_of(type)) {
         if (field.kind != FieldKind::enumeration) continue;
         const u32 first = field.enumeration->first_user_value;
@@ -61,7 +61,7 @@ TEST_P(StructureOrder, EnumerationsGiveTheDifferenceOfTheirValues) {
     }
 }
 
-TEST_P(StructureOrder, HeadersAndStateTakeNoPart) {
+TEST_P(StructureOrder, HeadersAndStateAreNotCompared) {
     typed("set_all_state_tracking_flag", {other, 9});
     head(other)->flags ^= OBJ_EMBEDDED | 128;
     EXPECT_EQ(compare(object, other), 0);
@@ -83,7 +83,7 @@ void add_places(const Structure &type, const void *object, std::vector<const voi
     }
 }
 
-TEST_P(StructureOrder, EachFieldsHashSeedsTheNextOnes) {
+TEST_P(StructureOrder, EachFieldsHashSeedsTheNext) {
     std::vector<const void *> expected;
     add_places(type, object, expected);
     ServiceRecorder recorder(handle);

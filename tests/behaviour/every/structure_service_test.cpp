@@ -20,7 +20,7 @@ std::vector<std::string> steps_and(std::initializer_list<std::string> more) {
     return all;
 }
 
-TEST_P(StructureServices, AReadClearsTheLastErrorAsksForTheVariantThenForTheField) {
+TEST_P(StructureServices, AReadClearsTheLastErrorThenGetsTheVariantThenTheField) {
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::array) continue;
         SCOPED_TRACE(field.name);
@@ -43,7 +43,7 @@ TEST_P(StructureServices, AReadClearsTheLastErrorAsksForTheVariantThenForTheFiel
     }
 }
 
-TEST_P(StructureServices, AWriteFromASourceAdjustsTestsSetsAndMarks) {
+TEST_P(StructureServices, AWriteFromASourceAdjustsChecksSetsAndMarks) {
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::array) continue;
         SCOPED_TRACE(field.name);
@@ -67,7 +67,7 @@ TEST_P(StructureServices, AWriteFromASourceAdjustsTestsSetsAndMarks) {
     }
 }
 
-TEST_P(StructureServices, AWriteOfAValueGoesThroughTheReadPathOnceMore) {
+TEST_P(StructureServices, AWriteOfAValueRunsTheReadPathToo) {
     for (const Field &field : fields_of(type)) {
         if (!has_plain_value(field.kind)) continue;
         SCOPED_TRACE(field.name);
@@ -110,7 +110,7 @@ TEST_P(StructureServices, AReadThatFailsEndsAWriteOfAValue) {
     typed.check(object, 1);
 }
 
-TEST_P(StructureServices, AStoreThatFailsIsMarkedAllTheSame) {
+TEST_P(StructureServices, AFailedStoreStillMarksTheField) {
     for (const Field &field : fields_of(type)) {
         const char *value = service_of(field.kind);
         if (value == nullptr) continue;
@@ -129,7 +129,7 @@ TEST_P(StructureServices, AStoreThatFailsIsMarkedAllTheSame) {
     }
 }
 
-TEST_P(StructureServices, AFlagsWriteAdjustsTestsAndMarksAndItsReadAsksNothing) {
+TEST_P(StructureServices, AFlagsWriteAdjustsChecksAndMarksAndItsReadCallsNoService) {
     if (!tracking) return;
     for (const Field &field : fields_of(type)) {
         SCOPED_TRACE(field.name);

@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(Every, BlocklessObjects, ::testing::ValuesIn(in_mode(Mo
 INSTANTIATE_TEST_SUITE_P(Every, BlockedObjects, ::testing::ValuesIn(in_mode(Mode::tracking)),
                          name_in_mode<Structure>);
 
-TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsWithItsValueInPlaceAndNoMark) {
+TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsAfterStoringItsValueUnmarked) {
     track(KEL_STATE_TRACKING_ON);
     std::size_t failed = 0;
     const auto expect_failure = [&](const Field &field, u32 seed) {
@@ -84,7 +84,7 @@ TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsWithItsValueInPlaceAndNoMar
     }
 }
 
-TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsSayInTwoTextsThatThereAreNone) {
+TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsTraceThatInTwoTexts) {
     const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
     std::size_t readings = 0;
     for (const u32 mode : {u32{KEL_STATE_TRACKING_ON}, u32{0}}) {
@@ -103,7 +103,7 @@ TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsSayInTwoTextsThatThereAreNone) 
     EXPECT_EQ(before, std::vector<u8>(at(object, 0), at(object, type.plain_size)));
 }
 
-TEST_P(BlocklessObjects, FillingTheFlagsOfOneIsSilentInEveryMode) {
+TEST_P(BlocklessObjects, SettingAllFlagsIsSilentInEveryMode) {
     const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
     for (const u32 mode : {u32{KEL_STATE_TRACKING_ON}, u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
         track(mode);
@@ -114,7 +114,7 @@ TEST_P(BlocklessObjects, FillingTheFlagsOfOneIsSilentInEveryMode) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(BlockedObjects, WithTrackingOffByItsModeFlagsAreError22WithoutATrace) {
+TEST_P(BlockedObjects, WithModeOffFlagsFailWithEinvalWithoutATrace) {
     const std::vector<u8> before = block();
     track(KEL_STATE_TRACKING_OFF);
     for (const Field &field : fields_of(type)) {
@@ -155,7 +155,7 @@ TEST_P(BlockedObjects, AreWrittenByAHandleWithTrackingOffWithoutMarks) {
     EXPECT_EQ(block(), before);
 }
 
-TEST_P(BlockedObjects, FillingTheFlagsIsSilentWithTrackingOff) {
+TEST_P(BlockedObjects, SettingAllFlagsIsSilentWithTrackingOff) {
     const std::vector<u8> before = block();
     for (const u32 mode : {u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
         track(mode);
@@ -166,7 +166,7 @@ TEST_P(BlockedObjects, FillingTheFlagsIsSilentWithTrackingOff) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(BlockedObjects, FillingTheFlagsAnnouncesAndMarksNothing) {
+TEST_P(BlockedObjects, SettingAllFlagsAnnouncesAndMarksNothing) {
     HookRecorder hooks(handle);
     typed("set_all_state_tracking_flag", {object, 7});
     EXPECT_TRUE(hooks.events.empty());
@@ -187,7 +187,7 @@ TEST_P(BlockedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(BlockedObjects, ACopyKeepsTheDestinationsPlaceOfItsBlock) {
+TEST_P(BlockedObjects, ACopyKeepsTheOffsetOfTheDestinationsBlock) {
     const auto elsewhere = [](const void *which) {
         return (head(which)->flags & OBJ_STATE_ELSEWHERE) != 0;
     };
@@ -239,7 +239,7 @@ TEST_P(BlockedObjects, ACloneHasTheFlagsOfItsSource) {
     typed.destroy(clone);
 }
 
-TEST_P(BlocklessObjects, ACopyFromATrackedObjectIsError22AndStaysInItsBlock) {
+TEST_P(BlocklessObjects, ACopyFromATrackedObjectFailsWithEinvalInBounds) {
     const u32 length = type.plain_size + type.state_length;
     void *copy = handle->alloc_hook(handle->arena, KEL_TX_NONE, length);
     std::memset(copy, 0, type.plain_size);

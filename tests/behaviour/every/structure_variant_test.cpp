@@ -103,7 +103,7 @@ TEST_P(NegativeVariant, FlagsCanBeReadAndNotWritten) {
     EXPECT_EQ(bytes(), before);
 }
 
-TEST_P(NegativeVariant, AllValuesAreReadAndWrittenNotAtAllAndSilently) {
+TEST_P(NegativeVariant, ReadingAndWritingAllValuesSilentlyDoesNothing) {
     const std::vector<u8> before = bytes();
     std::vector<u64> out(type.field_count, 0x5a5a);
     std::vector<Word> read = {object}, written = {object};
@@ -122,7 +122,7 @@ TEST_P(NegativeVariant, AllValuesAreReadAndWrittenNotAtAllAndSilently) {
     EXPECT_EQ(bytes(), before);
 }
 
-TEST_P(NegativeVariant, TheWholeIsCopiedComparedAndHashedAllTheSame) {
+TEST_P(NegativeVariant, TheWholeIsStillCopiedComparedAndHashed) {
     typed("set", {other, object, &err});
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(head(other)->variant, -1);
@@ -150,7 +150,7 @@ class ModifiedMarks : public StructureTest {
 };
 TARN_EACH_STRUCTURE(ModifiedMarks);
 
-TEST_P(ModifiedMarks, EachCallTakesTheObjectsOwnAndTheFirstMarkInside) {
+TEST_P(ModifiedMarks, EachCallClearsTheObjectsMarkAndTheFirstNestedOne) {
     void *object = typed.create();
     std::vector<void *> places;
     for (const Field &field : fields_of(type)) {
@@ -172,7 +172,7 @@ TEST_P(ModifiedMarks, EachCallTakesTheObjectsOwnAndTheFirstMarkInside) {
     typed.destroy(object);
 }
 
-TEST_P(ModifiedMarks, TheOwnMarkIsReadAndClearedAsAStructures) {
+TEST_P(ModifiedMarks, TheObjectsMarkIsReadAndClearedAsThatOfAStructure) {
     void *object = typed.create();
     mark(object);
     ServiceRecorder recorder(handle);
@@ -188,7 +188,7 @@ TEST_P(ModifiedMarks, TheOwnMarkIsReadAndClearedAsAStructures) {
 class FieldNumbers : public StructureTest {};
 TARN_EACH_STRUCTURE(FieldNumbers);
 
-TEST_P(FieldNumbers, AreTestedUnsignedAgainstTheDomainWithoutALookAtTheObject) {
+TEST_P(FieldNumbers, AreCheckedUnsignedAgainstTheDomainNotTheObject) {
     // The type that has grown has one more number than fields.
     const u32 own = type.top_variant == 0 ? type.field_count : type.field_count - 1;
     for (int domain = -1; domain < 3; ++domain) {

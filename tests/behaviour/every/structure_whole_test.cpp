@@ -11,7 +11,7 @@ namespace {
 class WholeServices : public ServicesTest {};
 TARN_EACH_STRUCTURE(WholeServices);
 
-TEST_P(WholeServices, AReadOfAllValuesTestsTheVariantOnceAndReadsInFieldOrder) {
+TEST_P(WholeServices, AReadOfAllValuesChecksTheVariantOnceAndReadsInFieldOrder) {
     std::vector<u64> out(type.field_count);
     std::vector<Word> arguments = {object};
     std::vector<FieldCall> expected;
@@ -41,7 +41,7 @@ TEST_P(WholeServices, AReadOfAllValuesTestsTheVariantOnceAndReadsInFieldOrder) {
     EXPECT_EQ(read, expected);
 }
 
-TEST_P(WholeServices, AWriteOfAllValuesMarksTheObjectOnceAFieldInFieldOrder) {
+TEST_P(WholeServices, AWriteOfAllValuesMarksTheObjectOncePerFieldInFieldOrder) {
     std::vector<Word> arguments = {object};
     std::vector<Words> expected;
     for (const Field &field : fields_of(type)) {
@@ -64,7 +64,7 @@ TEST_P(WholeServices, AWriteOfAllValuesMarksTheObjectOnceAFieldInFieldOrder) {
     EXPECT_EQ(marks, expected);
 }
 
-TEST_P(WholeServices, OneValueThatCannotBeStoredStopsNoneOfTheOthers) {
+TEST_P(WholeServices, AFailedStoreDoesNotStopTheOthers) {
     const Field *failing = nullptr;
     std::vector<Word> arguments = {object};
     std::size_t values = 0;
@@ -98,7 +98,7 @@ TEST_P(WholeServices, OneValueThatCannotBeStoredStopsNoneOfTheOthers) {
               }));
 }
 
-TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsWhatOwnsAPlaceInFieldOrder) {
+TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsOwningFieldsInOrder) {
     std::vector<FieldCall> expected;
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::vstring || field.kind == FieldKind::address) {
@@ -135,21 +135,21 @@ TEST_P(WholeServices, ACopyAdjustsTheDestinationAndSetsWhatOwnsAPlaceInFieldOrde
     }
 }
 
-TEST_P(WholeServices, FinishingACopyOutTouchesNoPlainValueAndNoArray) {
+TEST_P(WholeServices, ACopyOutSetsNoPlainValueAndNoArray) {
     typed("post_copyout_cleanup", {object, other, &err});
     for (const Field &field : fields_of(type)) {
         typed.check_field(object, field, owns_state(field.kind) ? 2 : 1);
     }
 }
 
-TEST_P(WholeServices, ACopyOverItselfOnlyAdjustsTheVariant) {
+TEST_P(WholeServices, ACopyOntoItselfOnlyAdjustsTheVariant) {
     ServiceRecorder recorder(handle);
     within("set", {object, object, &err});
     ASSERT_EQ(recorder.calls().size(), 1U);
     expect_adjusted(recorder);
 }
 
-TEST_P(WholeServices, ACopyWithAnErrorSetRunsOnAndKeepsIt) {
+TEST_P(WholeServices, ACopyWithAnErrorSetContinuesAndKeepsIt) {
     err = ENOMEM;
     handle->last_error = E2BIG;
     typed("set", {object, other, &err});
@@ -158,7 +158,7 @@ TEST_P(WholeServices, ACopyWithAnErrorSetRunsOnAndKeepsIt) {
     typed.check(object, 2);
 }
 
-TEST_P(WholeServices, TheWholeObjectsGetAsksNothing) {
+TEST_P(WholeServices, TheWholeObjectsGetCallsNoService) {
     ServiceRecorder recorder(handle);
     err = ENOMEM;
     EXPECT_EQ(typed.operator()<void *>("get", {object, &err}), object);
@@ -197,7 +197,7 @@ void add_removals(const Structure &type, void *object, std::vector<FieldCall> &e
     }
 }
 
-TEST_P(WholeServices, ACopyInATrackingHandlePlacesTheSharesAnewInItsOwnBlock) {
+TEST_P(WholeServices, ACopyInATrackingHandleSetsTheOffsetsForItsOwnBlock) {
     if (!tracking) return;
     std::vector<FieldCall> expected;
     add_updates(type, object, at(object, type.plain_size), expected);
@@ -213,7 +213,7 @@ TEST_P(WholeServices, ACopyInATrackingHandlePlacesTheSharesAnewInItsOwnBlock) {
     EXPECT_EQ(made, expected);
 }
 
-TEST_P(WholeServices, SharesArePlacedInFieldOrderAndForgottenLikewise) {
+TEST_P(WholeServices, OffsetsAreSetAndClearedInFieldOrder) {
     if (!tracking) return;
     u8 *base = at(object, type.plain_size) + 64;
     std::vector<FieldCall> expected;
@@ -252,7 +252,7 @@ void add_endings(const Structure &type, void *object, std::vector<FieldCall> &ex
     }
 }
 
-TEST_P(WholeServices, DestructionAsksEachFieldForReferencesAndEndsItInPlace) {
+TEST_P(WholeServices, DestructionReadsTheReferencesOfEachFieldAndDestroysItInPlace) {
     void *third = within.create();
     std::vector<FieldCall> expected;
     add_endings(type, third, expected);
@@ -269,7 +269,7 @@ TEST_P(WholeServices, DestructionAsksEachFieldForReferencesAndEndsItInPlace) {
         << "called for the nested objects that are in the mapping";
 }
 
-TEST_P(WholeServices, InitializationAsksTheHandlesDomainWithTheConstantDescriptor) {
+TEST_P(WholeServices, InitializationLooksTheVariantUpWithTheConstantDescriptor) {
     ServiceRecorder recorder(handle);
     void *third = within.create();
     EXPECT_EQ(recorder.calls("kel_domain_lookup_variant")[0].arguments[0], word(handle));

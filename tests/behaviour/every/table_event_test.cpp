@@ -56,7 +56,7 @@ class TableEvents : public EveryTable {
 };
 TARN_EVERY_TABLE(TableEvents);
 
-TEST_P(TableEvents, EachCallbackReachesTheDefaultHandlerWhichSaysThatItRan) {
+TEST_P(TableEvents, EachCallbackCallsTheDefaultHandlerWhichTracesIt) {
     for (const std::string &twin : twins) {
         for (const Event &event : all_events) {
             handle->last_error = EINVAL;

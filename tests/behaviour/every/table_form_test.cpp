@@ -56,7 +56,7 @@ TEST_P(TableForms, TheFrameIsHeaderLuidAndObjects) {
     EXPECT_EQ(again, frame(record));
 }
 
-TEST_P(TableForms, WhatWasMarshalledIsReadBackEqual) {
+TEST_P(TableForms, TheWireFormRoundTrips) {
     for (const std::string &twin : twins) {
         const std::vector<u8> bytes = frame(record, twin);
         kel_record *second = nullptr;
@@ -73,7 +73,7 @@ TEST_P(TableForms, WhatWasMarshalledIsReadBackEqual) {
     }
 }
 
-TEST_P(TableForms, TooLittleRoomIsAnError) {
+TEST_P(TableForms, ATooSmallBufferIsAnError) {
     u8 bytes[30];
     EXPECT_EQ(on<u32>("table_record_marshal", {bytes, record, 26, &err}), 0U);
     expect_error(EMSGSIZE);
@@ -83,7 +83,7 @@ TEST_P(TableForms, TooLittleRoomIsAnError) {
     kel_clear_last_error(handle);
 }
 
-TEST_P(TableForms, TheTextHoldsTheObjectsTexts) {
+TEST_P(TableForms, TheTextContainsTheObjectsTexts) {
     for (const std::string &twin : twins) {
         const std::string whole = text("table_record_print" + twin, record);
         EXPECT_EQ(
@@ -100,7 +100,7 @@ TEST_P(TableForms, TheTextHoldsTheObjectsTexts) {
     EXPECT_EQ(again, whole);
 }
 
-TEST_P(TableForms, TheXmlIsReadBackEqual) {
+TEST_P(TableForms, TheXmlRoundTrips) {
     clear_flags(record);
     const std::string whole = xml(record);
     std::string again(whole.size() + 16, ' ');
@@ -119,7 +119,7 @@ TEST_P(TableForms, TheXmlIsReadBackEqual) {
     }
 }
 
-TEST_P(TableForms, ADocumentWithoutTheObjectsGivesAnEmptyRecord) {
+TEST_P(TableForms, ADocumentWithoutTheObjectsIsReadAsAnEmptyRecord) {
     const Document document = parse("<nothing/>");
     auto *empty = on<kel_record *>("table_record_from_xml", {document.get(), &err, nullptr, 0});
     EXPECT_EQ(err, 0U);
@@ -130,13 +130,14 @@ TEST_P(TableForms, ADocumentWithoutTheObjectsGivesAnEmptyRecord) {
     drop(empty);
 }
 
-TEST_P(TableForms, TheKeyTravelsAlone) {
+TEST_P(TableForms, TheKeyHasItsOwnWireForm) {
     for (const std::string &twin : twins) {
         std::vector<u8> bytes(on<u32>("table_pkey_len" + twin, {record}) + 1);
-        const std::size_t room = bytes.size() - 1;
-        EXPECT_EQ(on<u32>("table_pkey_marshal" + twin, {bytes.data(), record, room, &err}), room);
+        const std::size_t space = bytes.size() - 1;
+        EXPECT_EQ(on<u32>("table_pkey_marshal" + twin, {bytes.data(), record, space, &err}), space);
         void *read = nullptr;
-        EXPECT_EQ(on<u32>("table_pkey_unmarshal" + twin, {&read, bytes.data(), room, &err}), room);
+        EXPECT_EQ(on<u32>("table_pkey_unmarshal" + twin, {&read, bytes.data(), space, &err}),
+                  space);
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(find("search" + twin, {table, read, 0}), record);
         on("pkey_destroy" + twin, {read});

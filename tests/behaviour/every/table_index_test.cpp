@@ -63,7 +63,7 @@ TEST_P(TableIndex, PutsANullNodeFirst) {
     drop(record);
 }
 
-TEST_P(TableIndex, HoldsOneKeyOncePerTenantAndSource) {
+TEST_P(TableIndex, HasAKeyOncePerTenantAndSource) {
     kel_record *first = put(1);
     kel_record *shadow = put(1, KEL_SOURCE_SHADOW);
     kel_thread_set_tenant(2);
@@ -79,7 +79,7 @@ TEST_P(TableIndex, HoldsOneKeyOncePerTenantAndSource) {
 }
 
 // The last field too, which in some keys is the kind of search.
-TEST_P(TableIndex, TellsKeysApartByEachOfTheirFields) {
+TEST_P(TableIndex, DistinguishesKeysByEachOfTheirFields) {
     const auto carrier = [this](kel_record *record) {
         return composite() ? record->key_object : record->object;
     };

@@ -33,7 +33,7 @@ TEST_P(TableMessages, AnOpenWithoutAMapping) {
     services.stop_failing();
 }
 
-TEST_P(TableMessages, AFreeThatIsRefusedAndOneThatSucceeds) {
+TEST_P(TableMessages, ARefusedFreeAndASuccessfulOne) {
     kel_table *made = open("other");
     services.always_fail("kel_request_oid_mapping_destroy");
     on("table_free", {made, &err});
@@ -121,7 +121,7 @@ TEST_P(TableMessages, AnObjectThatAFieldRefuses) {
     }
 }
 
-TEST_P(TableMessages, ARecordWithoutItsObjectsOnItsWayToTheWire) {
+TEST_P(TableMessages, MarshallingARecordWithoutItsObjects) {
     u8 bytes[43] = {};
     auto *record = on<kel_record *>("create_record", {&err});
     const std::string begin = "(ERR): Failed to marshal " + table_name + " record: Field ";
@@ -141,7 +141,7 @@ TEST_P(TableMessages, ARecordWithoutItsObjectsOnItsWayToTheWire) {
     drop(record);
 }
 
-TEST_P(TableMessages, AFormThatIsEnteredWithAnError) {
+TEST_P(TableMessages, AFormEnteredWithAnError) {
     kel_record *record = make(1);
     kel_record *read = nullptr;
     void *pkey = nullptr;

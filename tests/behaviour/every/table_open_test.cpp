@@ -43,7 +43,7 @@ TEST_P(TableOpen, CountsItsRecordsByTenantAndSource) {
     EXPECT_EQ(cr<u32>("table_get_count_cr", {table}), 3U);
 }
 
-TEST_P(TableOpen, ItsEventsReachTheHandlersOfTheProgramOrTheDefaultOnes) {
+TEST_P(TableOpen, ItsEventsCallTheHandlersOfTheProgramOrTheDefaultOnes) {
     const std::string handler = std::string("tarnbase_") + type.name + "_table_record_";
     for (const char *event : {"create", "modify", "delete"}) {
         const std::string callback = std::string("table_record_") + event + "_cb";

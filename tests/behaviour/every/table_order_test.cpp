@@ -174,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(Every, KeyStructures, ::testing::ValuesIn(key_structure
                              return std::string(each.param.name);
                          });
 
-TEST_P(KeyStructures, HaveTheirFieldsInTheOrderInWhichTheyDecide) {
+TEST_P(KeyStructures, HaveTheirFieldsInTheOrderOfComparison) {
     const auto fields = fields_of(typed.type());
     ASSERT_EQ(fields.size(), GetParam().fields.size());
     for (std::size_t i = 0; i < fields.size(); ++i) {

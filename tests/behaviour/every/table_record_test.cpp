@@ -10,7 +10,7 @@ namespace {
 class TableRecords : public EveryTable {};
 TARN_EVERY_TABLE(TableRecords);
 
-TEST_P(TableRecords, AreMadeAndDestroyedInEveryForm) {
+TEST_P(TableRecords, AreCreatedAndDestroyedInEveryForm) {
     for (const std::string &twin : twins) {
         auto *record = on<kel_record *>("create_record" + twin, {&err});
         EXPECT_STREQ(record->descriptor->name, (std::string(type.name) + "_record").c_str());
@@ -96,7 +96,7 @@ TEST_P(TableRecords, AreOrderedByTenantKeyAndSource) {
     EXPECT_EQ(walk(), std::vector<kel_record *>(records, records + 4));
 }
 
-TEST_P(TableRecords, OfAReplicatedTableAreDeletedByTheEngineAlone) {
+TEST_P(TableRecords, OfAReplicatedTableAreDeletedOnlyByTheEngine) {
     kel_record *record = put(1);
     for (const std::string &twin : twins) {
         on("request_record_destroy" + twin, {table, record, &err});
@@ -121,7 +121,7 @@ TEST_P(TableRecords, OfAReplicatedTableAreDeletedByTheEngineAlone) {
     EXPECT_EQ(table->record_count, 0U);
 }
 
-TEST_P(TableRecords, ATransactionTakenBackLeavesTheTableAsItWas) {
+TEST_P(TableRecords, ARollbackRestoresTheTable) {
     kel_record *kept = put(1);
     u32 transaction = 0;
     ASSERT_EQ(kel_transaction_begin(handle, &transaction), 0U);

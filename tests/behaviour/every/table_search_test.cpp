@@ -23,7 +23,7 @@ class TableSearch : public EveryTable {
 };
 TARN_EVERY_TABLE(TableSearch);
 
-TEST_P(TableSearch, ByKeyFindsTheRecordAndNothingElse) {
+TEST_P(TableSearch, ByKeyFindsOnlyTheRecord) {
     for (const std::string &twin : twins) {
         const std::string form = by_key("search" + twin);
         for (const u32 number : {1U, 3U, 5U}) {
@@ -37,7 +37,7 @@ TEST_P(TableSearch, ByKeyFindsTheRecordAndNothingElse) {
     }
 }
 
-TEST_P(TableSearch, ByKeyFindsTheNearestBehindOrBefore) {
+TEST_P(TableSearch, ByKeyFindsTheNearestAfterOrBefore) {
     EXPECT_EQ(search(by_key("search_nearest"), {table, key(3)}), records[3]);
     EXPECT_EQ(search(by_key("search_nearest"), {table, key(2)}), records[3]);
     EXPECT_EQ(search(by_key("search_nearest"), {table, key(6)}), nullptr);
@@ -69,7 +69,7 @@ TEST_P(TableSearch, ByObjectFindsWhatByKeyFinds) {
     }
 }
 
-TEST_P(TableSearch, KeepsToTheCurrentTenant) {
+TEST_P(TableSearch, StaysWithinTheCurrentTenant) {
     kel_thread_set_tenant(2);
     EXPECT_EQ(search(by_key("search"), {table, key(3)}), nullptr);
     kel_record *other = put(3);
@@ -80,7 +80,7 @@ TEST_P(TableSearch, KeepsToTheCurrentTenant) {
     EXPECT_EQ(search(by_key("search"), {table, key(3)}), records[3]);
 }
 
-TEST_P(TableSearch, PassesOverRecordsThatAwaitTheirDestruction) {
+TEST_P(TableSearch, SkipsPendingRecords) {
     keldb_request_record_destroy(handle, tx, records[3], &err);
     const std::string form = by_key("search_not_pending_destroy");
     EXPECT_EQ(search(form, {table, key(3), 0}), nullptr);

@@ -25,7 +25,7 @@ class TableSteps : public EveryTable {
 };
 TARN_EVERY_TABLE(TableSteps);
 
-TEST_P(TableSteps, AnOpenMakesOneBlockOutsideTheTransactionAndMapsIt) {
+TEST_P(TableSteps, AnOpenAllocatesOneBlockOutsideTheTransactionAndMapsIt) {
     for (const std::string &twin : twins) {
         HookRecorder hooks(handle);
         hooks.soil_allocations(true);
@@ -59,7 +59,7 @@ TEST_P(TableSteps, AnOpenMakesOneBlockOutsideTheTransactionAndMapsIt) {
     }
 }
 
-TEST_P(TableSteps, ANameThatDoesNotFitIsErrorSeven) {
+TEST_P(TableSteps, ANameThatDoesNotFitFailsWithE2big) {
     const std::string fits(255 - 33, 'n');
     for (const std::string &twin : twins) {
         kel_table *made = on<kel_table *>("table_open" + twin, {fits.c_str(), 0, &err});
@@ -71,7 +71,7 @@ TEST_P(TableSteps, ANameThatDoesNotFitIsErrorSeven) {
     }
 }
 
-TEST_P(TableSteps, ATableInUseIsErrorElevenAtItsFree) {
+TEST_P(TableSteps, FreeingATableInUseFailsWithEagain) {
     for (const std::string &twin : twins) {
         services.always_return("kel_request_oid_mapping_destroy", 0);
         on("table_free" + twin, {table, &err});
@@ -81,7 +81,7 @@ TEST_P(TableSteps, ATableInUseIsErrorElevenAtItsFree) {
     }
 }
 
-TEST_P(TableSteps, ACreationTellsOfDescriptorAndCounterAlone) {
+TEST_P(TableSteps, ACreationAnnouncesOnlyDescriptorAndCounter) {
     for (const std::string &twin : twins) {
         HookRecorder hooks(handle);
         hooks.soil_allocations(true);
@@ -105,7 +105,7 @@ TEST_P(TableSteps, ACreationTellsOfDescriptorAndCounterAlone) {
     }
 }
 
-TEST_P(TableSteps, ADestructionTellsOfCountCounterAndDescriptorThenFrees) {
+TEST_P(TableSteps, ADestructionAnnouncesCountCounterAndDescriptorThenFrees) {
     for (const std::string &twin : twins) {
         auto *record = on<kel_record *>("create_record" + twin, {&err});
         kel_variant_usage &usage = usage_of(record->descriptor);
@@ -127,7 +127,7 @@ TEST_P(TableSteps, ADestructionTellsOfCountCounterAndDescriptorThenFrees) {
     }
 }
 
-TEST_P(TableSteps, WithoutMemoryACrCreationAnswersTheFallbacks) {
+TEST_P(TableSteps, WithoutMemoryACrCreationReturnsTheFallbacks) {
     static std::set<const void *> others;  // of the tables before
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
@@ -153,7 +153,7 @@ TEST_P(TableSteps, WithoutMemoryACrCreationAnswersTheFallbacks) {
     }
 }
 
-TEST_P(TableSteps, AttachingTellsOfThePointerBeforeItIsStored) {
+TEST_P(TableSteps, AttachingAnnouncesThePointerBeforeItIsStored) {
     auto *record = on<kel_record *>("create_record", {&err});
     for (const Structure *of : {type.type, type.key_type}) {
         if (of == nullptr) continue;
@@ -184,7 +184,7 @@ TEST_P(TableSteps, AttachingTellsOfThePointerBeforeItIsStored) {
     drop(record);
 }
 
-TEST_P(TableSteps, TheHeaderOfAFrameSaysWhatFollows) {
+TEST_P(TableSteps, TheHeaderOfAFrameDescribesItsContents) {
     kel_record *record = make(1);
     handle->header_stamp = 0x01020304;
     kel_message_header header;
@@ -204,7 +204,7 @@ TEST_P(TableSteps, TheHeaderOfAFrameSaysWhatFollows) {
     drop(record);
 }
 
-TEST_P(TableSteps, AReadWithoutMemoryOrWithoutAPlaceIsAnError) {
+TEST_P(TableSteps, AReadWithoutMemoryOrWithoutADestinationIsAnError) {
     kel_record *record = make(1);
     const std::vector<u8> bytes = frame(record);
     const Document document = parse("<nothing/>");
@@ -231,7 +231,7 @@ TEST_P(TableSteps, AReadWithoutMemoryOrWithoutAPlaceIsAnError) {
     drop(record);
 }
 
-TEST_P(TableSteps, ANullRecordIsErrorTwoAndNoReplicaErrorTwentyTwo) {
+TEST_P(TableSteps, ANullRecordFailsWithEnoentAndAnUnreplicatedOneWithEinval) {
     for (const std::string &twin : twins) {
         EXPECT_EQ(on<u32>("record_add_ref" + twin, {nullptr, &err}), 0U);
         expect_error(ENOENT);

@@ -59,16 +59,18 @@ class TableTraversal : public EveryTable {
 };
 TARN_EVERY_TABLE(TableTraversal);
 
-TEST_P(TableTraversal, OfSource1GoesFromKeyToKeyBothWays) { expect_both_ways("", {}, {a, b, d}); }
+TEST_P(TableTraversal, OfSource1StepsFromKeyToKeyInBothDirections) {
+    expect_both_ways("", {}, {a, b, d});
+}
 
-TEST_P(TableTraversal, BySourceGoesThroughThatSourceBothWays) {
+TEST_P(TableTraversal, BySourceStepsThroughThatSourceInBothDirections) {
     expect_both_ways("_by_src", {2}, {b2, c2});
     expect_both_ways("_by_src", {1}, {a, b, d});
     expect_both_ways("_by_src", {255}, {shadow});
     expect_both_ways("_by_src", {9}, {});
 }
 
-TEST_P(TableTraversal, WhateverTheSourceGoesThroughAllBothWays) {
+TEST_P(TableTraversal, IgnoringSourcesStepsThroughAllInBothDirections) {
     const Records all = {a, b, b2, shadow, c2, d};
     const auto first = forms("get_first_ignore_src");
     const auto next = forms("get_next_ignore_src"), prev = forms("get_prev_ignore_src");
@@ -83,7 +85,7 @@ TEST_P(TableTraversal, WhateverTheSourceGoesThroughAllBothWays) {
     EXPECT_EQ(walk(), all);
 }
 
-TEST_P(TableTraversal, PassesOverRecordsThatAwaitTheirDestruction) {
+TEST_P(TableTraversal, SkipsPendingRecords) {
     keldb_request_record_destroy(handle, tx, b, &err);
     const auto form = [this](const char *end) {
         return by_key(std::string("get_") + end + "_not_pending_destroy");
@@ -95,7 +97,7 @@ TEST_P(TableTraversal, PassesOverRecordsThatAwaitTheirDestruction) {
     expect_both_ways("", {}, {a, b, d});
 }
 
-TEST_P(TableTraversal, SubStepsStayWithinAKeyAndReachItsShadow) {
+TEST_P(TableTraversal, SubStepsStayWithinAKeyAndFindItsShadow) {
     for (const std::string &form : forms("get_sub_next")) {
         EXPECT_EQ(step(form, {table, a}), nullptr);
         EXPECT_EQ(step(form, {table, b}), b2);
@@ -114,7 +116,7 @@ TEST_P(TableTraversal, SubStepsStayWithinAKeyAndReachItsShadow) {
     }
 }
 
-TEST_P(TableTraversal, ByKeyBeginsBehindOrBeforeTheKeyWhetherItIsThereOrNot) {
+TEST_P(TableTraversal, ByKeyStartsAfterOrBeforeTheKeyWhetherItExistsOrNot) {
     EXPECT_EQ(step(by_key("get_next_by_key"), {table, key(1)}), b);
     EXPECT_EQ(step(by_key("get_next_by_key"), {table, key(3)}), d);
     EXPECT_EQ(step(by_key("get_prev_by_key"), {table, key(2)}), a);
@@ -141,7 +143,7 @@ TEST_P(TableTraversal, TheShortFormTakesASelector) {
     kel_clear_last_error(handle);
 }
 
-TEST_P(TableTraversal, TheStepsBehindTheOthersTakeEveryFilter) {
+TEST_P(TableTraversal, TheInternalStepsTakeEveryFilter) {
     const std::string next = by_key("get_next_internal"), prev = by_key("get_prev_internal");
     EXPECT_EQ(step(next, {table, b, 1, 1, 0}), d);
     EXPECT_EQ(step(next, {table, b, 0, 0, 0}), b2);
@@ -152,7 +154,7 @@ TEST_P(TableTraversal, TheStepsBehindTheOthersTakeEveryFilter) {
 
 u32 count_two(kel_record *, void *counter) { return ++*static_cast<u32 *>(counter) == 2 ? 9 : 0; }
 
-TEST_P(TableTraversal, WalksSeeAllTenantsAndEndWhereTheCallerWants) {
+TEST_P(TableTraversal, WalksVisitAllTenantsAndEndWhenTheCallerStopsThem) {
     kel_thread_set_tenant(1);
     kel_record *other = put(1);
     EXPECT_EQ(walk(), (Records{a, b, b2, shadow, c2, d, other}));
@@ -168,7 +170,7 @@ TEST_P(TableTraversal, WalksSeeAllTenantsAndEndWhereTheCallerWants) {
     call(key_name("unordered_traversal"), {});
 }
 
-TEST_P(TableTraversal, GoesOnFromARecordThatWasDeleted) {
+TEST_P(TableTraversal, ContinuesFromADeletedRecord) {
     on("delete", {table, b, &err});
     EXPECT_EQ(step(by_key("get_next"), {table, b}), d);
     EXPECT_EQ(step(by_key("get_prev"), {table, b}), a);
@@ -176,7 +178,7 @@ TEST_P(TableTraversal, GoesOnFromARecordThatWasDeleted) {
 }
 
 // Not every form has every name.
-TEST_P(TableTraversal, HasTheGapsOfItsFamily) {
+TEST_P(TableTraversal, HasOnlyTheFormsOfItsFamily) {
     const auto is_there = [](const std::string &name) {
         return dlsym(RTLD_DEFAULT, name.c_str()) != nullptr;
     };

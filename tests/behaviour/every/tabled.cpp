@@ -180,10 +180,10 @@ std::string EveryTable::text(const std::string &operation, const kel_record *rec
 std::vector<u8> EveryTable::frame(const kel_record *record, const std::string &twin) {
     // The last state byte is stored without checking the length.
     std::vector<u8> bytes(on<u32>("table_record_len" + twin, {record}) + 1);
-    const std::size_t room = bytes.size() - 1;
-    bytes.resize(on<u32>("table_record_marshal" + twin, {bytes.data(), record, room, &err}));
+    const std::size_t space = bytes.size() - 1;
+    bytes.resize(on<u32>("table_record_marshal" + twin, {bytes.data(), record, space, &err}));
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(bytes.size(), room);
+    EXPECT_EQ(bytes.size(), space);
     return bytes;
 }
 

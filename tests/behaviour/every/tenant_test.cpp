@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(Every, EveryTenancy, ::testing::ValuesIn([] {
                          }()),
                          name_in_mode<Table>);
 
-TEST_P(EveryTenancy, InsertAndDeleteTellTheCounterOfATenantThatIsNotTheDefaultOne) {
+TEST_P(EveryTenancy, InsertAndDeleteUpdateTheCounterOfAnotherTenantThanTheDefault) {
     for (const char *operation : {"insert", "insert_unsafe", "pkey_insert", "pkey_insert_unsafe"}) {
         insert_and_delete(operation, 0, "");
         kel_thread_set_tenant(5);
@@ -76,7 +76,7 @@ TEST_P(EveryTenancy, InsertAndDeleteTellTheCounterOfATenantThatIsNotTheDefaultOn
     }
 }
 
-TEST_P(EveryTenancy, TheCallersTenantIsCountedAndNotTheRecords) {
+TEST_P(EveryTenancy, TheCallersTenantIsCountedNotTheRecords) {
     kel_thread_set_tenant(5);
     kel_record *record = make(3);
     kel_thread_set_tenant(6);
@@ -91,7 +91,7 @@ TEST_P(EveryTenancy, TheCallersTenantIsCountedAndNotTheRecords) {
     drop(record);
 }
 
-TEST_P(EveryTenancy, CountsAreTheTablesForTheDefaultTenantAndTheCountersForAnother) {
+TEST_P(EveryTenancy, CountsOfTheDefaultTenantAreTheTablesAndOthersTheCounters) {
     kel_record *of_default = put(1);
     kel_thread_set_tenant(5);
     kel_record *of_five = put(1, 7);
@@ -125,7 +125,7 @@ TEST_P(EveryTenancy, CountsAreTheTablesForTheDefaultTenantAndTheCountersForAnoth
     EXPECT_EQ(find(by_key("get_next_ignore_src"), {table, of_default}), nullptr);
 }
 
-TEST_P(EveryTenancy, AnInsertMovesTheCursorOfATableThatIsMarkedAndArmed) {
+TEST_P(EveryTenancy, AnInsertMovesTheCursorOfAMarkedAndArmedTable) {
     for (const char *operation : {"insert", "insert_unsafe", "pkey_insert", "pkey_insert_unsafe"}) {
         for (const u32 marks : {0U, 1U, 2U, 3U}) {
             kel_table_set_replication(handle, tx, table, marks & 1, marks >> 1);
@@ -140,7 +140,7 @@ TEST_P(EveryTenancy, AnInsertMovesTheCursorOfATableThatIsMarkedAndArmed) {
     kel_table_set_replication(handle, tx, table, 0, 0);
 }
 
-TEST_P(EveryTenancy, AMarkedTableLeavesDeletionToTheEngine) {
+TEST_P(EveryTenancy, OnlyTheEngineDeletesFromAMarkedTable) {
     kel_record *record = put(3);
     for (const std::string &twin : twins) {
         kel_table_set_replication(handle, tx, table, 1, 0);
@@ -227,7 +227,7 @@ INSTANTIATE_TEST_SUITE_P(Every, EveryRead, ::testing::ValuesIn([] {
                          }()),
                          name_in_mode<Table>);
 
-TEST_P(EveryRead, TellsTheEngineOfWhatItAnswersUnlessThatIsAShadow) {
+TEST_P(EveryRead, ReportsTheReturnedRecordUnlessItIsAShadow) {
     kel_record *const positions[] = {put(1), put(1, 2), put(1, 255), put(2), put(3, 2)};
     std::vector<const kel_record *> found_records;
     u32 reads = 0;

@@ -17,7 +17,7 @@ std::string value_type_of(const Field &field) {
     return tarnbase::facts_of(field.kind).type;
 }
 
-TEST(ValueTypes, HaveTheirSharesOfTheSchema) {
+TEST(ValueTypes, AreUsedByKnownNumbersOfFields) {
     std::map<std::string, u32> fields;
     for (const Structure *type : all_structures()) {
         for (const Field &field : fields_of(*type)) {
@@ -47,7 +47,7 @@ u32 share_of(const Field &field) {
     return field.kind == FieldKind::array ? 1 + field.elements : 1;
 }
 
-TEST(ValueTypes, TakeTheirSharesOfAStateBlockInTheOrderOfTheFields) {
+TEST(ValueTypes, HaveTheirStateFlagsInTheOrderOfTheFields) {
     for (const Structure *type : all_structures()) {
         const auto fields = fields_of(*type);
         for (std::size_t i = 1; i < fields.size(); ++i) {
@@ -143,13 +143,13 @@ TEST_F(TimeStamps, AreTwoNumbersOf32Bits) {
     EXPECT_EQ(std::vector<u8>(wire.end() - 8, wire.end()), numbers);
 }
 
-TEST_F(TimeStamps, GiveThemselvesAsTheirAccess) {
+TEST_F(TimeStamps, ReturnTheirAddressAsAccess) {
     void *object = make(1, 2);
     EXPECT_EQ(typed.operator()<void *>("get", {object, &err}), object);
     EXPECT_EQ(err, 0U);
 }
 
-TEST_F(TimeStamps, OrderBySecondsThenByNanosecondsBothUnsigned) {
+TEST_F(TimeStamps, CompareSecondsThenNanosecondsUnsigned) {
     void *early = make(5, 0xffffffff);
     void *late = make(0x80000000, 0);
     void *later = make(0x80000000, 1);
@@ -161,14 +161,14 @@ TEST_F(TimeStamps, OrderBySecondsThenByNanosecondsBothUnsigned) {
     EXPECT_EQ(compare(late, make(0x80000000, 0)), 0);
 }
 
-TEST_F(TimeStamps, HashTheirSecondsAndThenTheirNanoseconds) {
+TEST_F(TimeStamps, HashSecondsThenNanoseconds) {
     const u32 seconds = 7;
     const u32 nanoseconds = 8;
     const u32 expected = u_int32_hash(&nanoseconds, u_int32_hash(&seconds, 99));
     EXPECT_EQ(call<u32>("kel_timespec_hash", {make(seconds, nanoseconds), 99}), expected);
 }
 
-TEST_F(TimeStamps, HaveNoPlacesToTakeOrToDrop) {
+TEST_F(TimeStamps, HaveNoOffsetsToSetOrClear) {
     kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
     void *object = make(1, 2);
     u8 block[8] = {};

@@ -66,7 +66,7 @@ TEST_P(TwoVariants, VariantsAreCappedAt1) {
     EXPECT_EQ((std::vector<int>{cap(2), cap(1), cap(0), cap(-1)}), (std::vector<int>{1, 1, 0, -1}));
 }
 
-TEST_P(TwoVariants, AWriteRaisesAnOlderOneWhereTheDomainAllowsIt) {
+TEST_P(TwoVariants, AWriteRaisesAnOlderOneIfTheDomainAllowsIt) {
     void *object = make(0, 1);
     choose(1);
     EXPECT_EQ(later_of(object), nullptr);
@@ -78,7 +78,7 @@ TEST_P(TwoVariants, AWriteRaisesAnOlderOneWhereTheDomainAllowsIt) {
     typed.destroy(object);
 }
 
-TEST_P(TwoVariants, TheWireFormOfEachIsReadBack) {
+TEST_P(TwoVariants, TheWireFormOfEachRoundTrips) {
     for (const std::int8_t variant : {std::int8_t{0}, std::int8_t{1}}) {
         void *object = make(variant, 1);
         const std::vector<u8> bytes = typed.wire(object);
@@ -102,24 +102,25 @@ TEST_P(TwoVariants, TheWireFormOfEachIsReadBack) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(TwoVariants, ANewerOneGoesOutInTheDomainsForm) {
+TEST_P(TwoVariants, ANewerOneIsWrittenInTheDomainsForm) {
     void *newer = make(1, 1);
     void *older = make(0, 1);
     std::vector<u8> bytes(typed.operator()<u32>("len", {newer}) + 1);
-    const auto room = static_cast<u32>(bytes.size() - 1);
-    const u32 written = typed.operator()<u32>("marshal", {bytes.data(), newer, room, &err});
+    const auto space = static_cast<u32>(bytes.size() - 1);
+    const u32 written = typed.operator()<u32>("marshal", {bytes.data(), newer, space, &err});
     expect_error(EIDRM);
     bytes.resize(written);
     EXPECT_EQ(bytes, typed.wire(older));
-    bytes.resize(room + 1);
-    EXPECT_EQ(typed.operator()<u32>("marshal_for_clone", {bytes.data(), newer, room, &err}), room);
+    bytes.resize(space + 1);
+    EXPECT_EQ(typed.operator()<u32>("marshal_for_clone", {bytes.data(), newer, space, &err}),
+              space);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(bytes[0], 1);
     typed.destroy(newer);
     typed.destroy(older);
 }
 
-TEST_P(TwoVariants, TextAndXmlOfTheOlderOneLeaveTheLaterFieldOut) {
+TEST_P(TwoVariants, TextAndXmlOfTheOlderOneOmitTheLaterField) {
     void *older = make(0, 1);
     void *newer = make(1, 1);
     const std::string old_text = typed.text(older), new_text = typed.text(newer);
@@ -141,7 +142,7 @@ TEST_P(TwoVariants, TextAndXmlOfTheOlderOneLeaveTheLaterFieldOut) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(TwoVariants, XmlFillsTheLaterFieldWhateverTheVariant) {
+TEST_P(TwoVariants, XmlSetsTheLaterFieldInAnyVariant) {
     void *newer = make(1, 1);
     void *older = make(0, 2);
     const Document document = parse(typed.xml(newer));
@@ -152,7 +153,7 @@ TEST_P(TwoVariants, XmlFillsTheLaterFieldWhateverTheVariant) {
     typed.destroy(older);
 }
 
-TEST_P(TwoVariants, CompareAndHashTakeTheLaterFieldInEveryVariant) {
+TEST_P(TwoVariants, CompareAndHashUseTheLaterFieldInEveryVariant) {
     void *older = make(0, 1);
     void *newer = make(1, 1);
     const auto hash = [this](const void *object) {
@@ -179,7 +180,7 @@ TEST_P(TwoVariants, AnOlderOneIsClonedAsItIs) {
     typed.destroy(second);
 }
 
-TEST_P(TwoVariants, FieldNumbersAreValidByTheDomain) {
+TEST_P(TwoVariants, FieldNumbersAreCheckedAgainstTheDomain) {
     const u32 first_invalid[] = {40, 42};
     for (std::int8_t variant = 0; variant < 2; ++variant) {
         choose(variant);

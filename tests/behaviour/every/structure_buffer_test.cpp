@@ -42,7 +42,7 @@ class Forms : public StructureTest {
 };
 TARN_EACH_STRUCTURE(Forms);
 // Whose buffer is cut: it doesn't depend on where the descriptors are.
-class FormRooms : public Forms {};
+class FormSizes : public Forms {};
 
 std::vector<InMode<Structure>> plain_and_tracking() {
     std::vector<InMode<Structure>> cases;
@@ -54,7 +54,7 @@ std::vector<InMode<Structure>> plain_and_tracking() {
 #define TARN_EACH_STRUCTURE_BUT_STORE_TYPES(suite)                                    \
     INSTANTIATE_TEST_SUITE_P(Every, suite, ::testing::ValuesIn(plain_and_tracking()), \
                              name_in_mode<Structure>)
-TARN_EACH_STRUCTURE_BUT_STORE_TYPES(FormRooms);
+TARN_EACH_STRUCTURE_BUT_STORE_TYPES(FormSizes);
 
 constexpr u32 plenty = 1U << 20;
 
@@ -81,32 +81,32 @@ TEST_P(Forms, TheWireFormIsThatOfTheFieldsInSchemaOrder) {
     });
 }
 
-TEST_P(FormRooms, ABufferGetsTheItemsThatFit) {
+TEST_P(FormSizes, ABufferGetsTheItemsThatFit) {
     in_each_variant([this](const Filled &filled) {
         WireForm whole(plenty);
         whole.object(filled);
-        for (const u32 room : lengths_below(static_cast<u32>(whole.bytes.size()), whole.edges)) {
-            SCOPED_TRACE("room " + std::to_string(room));
-            WireForm form(room);
+        for (const u32 space : lengths_below(static_cast<u32>(whole.bytes.size()), whole.edges)) {
+            SCOPED_TRACE("space " + std::to_string(space));
+            WireForm form(space);
             form.object(filled);
-            std::vector<u8> buffer(room + 2, untouched);
+            std::vector<u8> buffer(space + 2, untouched);
             const u32 written =
-                typed.operator()<u32>("marshal", {buffer.data(), object, room, &err});
+                typed.operator()<u32>("marshal", {buffer.data(), object, space, &err});
             ASSERT_EQ(err, form.err);
             ASSERT_EQ(handle->last_error, form.err);
             err = 0;
             ASSERT_EQ(written, form.bytes.size());
             // A state byte is stored even after a full buffer, one byte after its end.
-            const u32 end = written == room && tracking ? room + 1 : written;
+            const u32 end = written == space && tracking ? space + 1 : written;
             ASSERT_EQ(std::vector<u8>(buffer.begin(), buffer.begin() + written), form.bytes);
-            ASSERT_EQ(std::count(buffer.begin() + end, buffer.end(), untouched), room + 2 - end);
+            ASSERT_EQ(std::count(buffer.begin() + end, buffer.end(), untouched), space + 2 - end);
         }
     });
 }
 
 // ---- Reading a truncated form --------------------------------------------------------
 
-class CutForms : public Forms {
+class TruncatedForms : public Forms {
  protected:
     void SetUp() override {
         Forms::SetUp();
@@ -178,13 +178,13 @@ class CutForms : public Forms {
     void *target = nullptr;
     const WireReading *reading = nullptr;
 };
-TARN_EACH_STRUCTURE_BUT_STORE_TYPES(CutForms);
+TARN_EACH_STRUCTURE_BUT_STORE_TYPES(TruncatedForms);
 
-TEST_P(CutForms, GiveWhatTheyHoldAndLeaveTheRest) { read_all_cuts(tracking, true); }
+TEST_P(TruncatedForms, AreReadAsFarAsTheyGo) { read_all_cuts(tracking, true); }
 
-TEST_P(CutForms, OfTheOtherModeGiveWhatTheyHoldToo) { read_all_cuts(!tracking, true); }
+TEST_P(TruncatedForms, OfTheOtherModeAreReadAsFarAsTheyGo) { read_all_cuts(!tracking, true); }
 
-TEST_P(CutForms, WithoutJumpsEndWhereTheirLastItemEnds) { read_all_cuts(true, false); }
+TEST_P(TruncatedForms, WithoutJumpsEndWhereTheirLastItemEnds) { read_all_cuts(true, false); }
 
 // ---- Text and XML --------------------------------------------------------------------
 
@@ -205,25 +205,25 @@ TEST_P(Forms, TheTextIsThatOfTheFieldsInSchemaOrder) {
 // All sizes for a short text; for a long one, those at both ends and a few between.
 std::vector<u32> rooms_below(u32 whole) {
     std::vector<u32> rooms;
-    for (u32 room = 0; room < whole; ++room) {
-        if (whole < 1500 || room < 40 || room + 40 >= whole || room % 4999 == 0) {
-            rooms.push_back(room);
+    for (u32 space = 0; space < whole; ++space) {
+        if (whole < 1500 || space < 40 || space + 40 >= whole || space % 4999 == 0) {
+            rooms.push_back(space);
         }
     }
     return rooms;
 }
 
-TEST_P(FormRooms, ATextEndsWithWhatFits) {
+TEST_P(FormSizes, ATextIsWrittenAsFarAsItFits) {
     in_each_variant([this](const Filled &filled) {
         TextForm whole(plenty, '#');
         whole.object(filled, 2, "mine");
-        for (const u32 room : rooms_below(static_cast<u32>(whole.text.size()))) {
-            SCOPED_TRACE("room " + std::to_string(room));
-            TextForm form(room, '#');
+        for (const u32 space : rooms_below(static_cast<u32>(whole.text.size()))) {
+            SCOPED_TRACE("space " + std::to_string(space));
+            TextForm form(space, '#');
             form.object(filled, 2, "mine");
-            std::vector<char> buffer(room, '#');
+            std::vector<char> buffer(space, '#');
             const u32 written =
-                typed.operator()<u32>("print", {buffer.data(), 2, "mine", object, room, &err});
+                typed.operator()<u32>("print", {buffer.data(), 2, "mine", object, space, &err});
             ASSERT_EQ(err, EMSGSIZE);
             ASSERT_EQ(handle->last_error, EMSGSIZE);
             err = 0;
@@ -252,17 +252,17 @@ TEST_P(Forms, TheXmlIsThatOfTheFieldsInSchemaOrder) {
     });
 }
 
-TEST_P(FormRooms, XmlEndsWithWhatFits) {
+TEST_P(FormSizes, XmlIsWrittenAsFarAsItFits) {
     in_each_variant([this](const Filled &filled) {
         XmlForm whole(plenty);
         whole.object(filled, "mine", 0);
-        for (const u32 room : rooms_below(static_cast<u32>(whole.text.size()))) {
-            SCOPED_TRACE("room " + std::to_string(room));
-            XmlForm form(room);
+        for (const u32 space : rooms_below(static_cast<u32>(whole.text.size()))) {
+            SCOPED_TRACE("space " + std::to_string(space));
+            XmlForm form(space);
             form.object(filled, "mine", 0);
-            std::vector<char> buffer(room);
+            std::vector<char> buffer(space);
             const u32 written =
-                typed.operator()<u32>("to_xml", {"mine", buffer.data(), object, room, 0, &err});
+                typed.operator()<u32>("to_xml", {"mine", buffer.data(), object, space, 0, &err});
             ASSERT_EQ(err, EMSGSIZE);
             err = 0;
             ASSERT_EQ(std::string(buffer.data(), written), form.text);
@@ -272,7 +272,7 @@ TEST_P(FormRooms, XmlEndsWithWhatFits) {
 
 // ---- Reading parts of a document -----------------------------------------------------
 
-TEST_P(Forms, ADocumentOfOneFieldFillsThatFieldAlone) {
+TEST_P(Forms, ADocumentOfOneFieldSetsOnlyThatField) {
     const std::string path = "//" + std::string(type.name);
     for (u32 chosen = 0; chosen < type.field_count; ++chosen) {
         SCOPED_TRACE(type.fields[chosen].name);
@@ -301,7 +301,7 @@ TEST_P(Forms, OfANullObjectAreOfEmptyFieldsWithoutStateBytes) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(Forms, AreLongerByAByteAFieldAndOneAnElementInStateMode) {
+TEST_P(Forms, HaveOneStateBytePerFieldAndElementInStateMode) {
     // Those of the object itself: a nested one counts its own.
     const std::map<std::string, std::vector<u32>> known = {
         {"st_ldap_conn", {2}},
