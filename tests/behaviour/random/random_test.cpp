@@ -77,7 +77,7 @@ class RandomOperations : public ::testing::TestWithParam<Kind> {
 
 TEST_P(RandomOperations, AgreeWithTheModel) { run(false); }
 
-TEST_P(RandomOperations, AgreeWithTheModelWhenTransactionsAreTakenBack) { run(true); }
+TEST_P(RandomOperations, AgreeWithTheModelAfterRollbacks) { run(true); }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, RandomOperations, ::testing::ValuesIn(all_kinds()),
                          [](const ::testing::TestParamInfo<Kind> &kind) {

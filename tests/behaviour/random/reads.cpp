@@ -280,7 +280,7 @@ void Driver::read_range() {
         row = model_.next(table, row->place, tenant_, {});
         record = names().next(handle_, tx_, block, record, &err_);
     }
-    same(record, row != nullptr ? row->record : nullptr, "the record behind the range");
+    same(record, row != nullptr ? row->record : nullptr, "the record after the range");
     reports = {};
     expect_error(0);
 }

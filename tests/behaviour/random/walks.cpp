@@ -113,7 +113,7 @@ void Driver::check_run(u32 table, u16 tenant) {
         if (!same(record, row->record, "a record of the tenant, forward")) return;
         record = names().next_ignore_src(handle_, tx_, block, record, &err_);
     }
-    same(record, nullptr, "the record behind the tenant's last one");
+    same(record, nullptr, "the record after the tenant's last one");
     row = model_.last(table, tenant, any);
     record = s.index.get_cr(handle_, block, 1, nullptr, 0, 1);
     for (; row != nullptr && !failed_; row = model_.prev(table, row->place, tenant, any)) {
