@@ -6,7 +6,7 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 room = 1 << 18;
+constexpr u32 space = 1 << 18;
 
 void with_record(World &w) {
     w.loose = w.make(2);
@@ -17,7 +17,7 @@ u32 wire_length(World &w) { return w.s().plain.len(w.handle, w.tx, w.loose); }
 
 void with_wire_form(World &w) {
     with_record(w);
-    w.length = w.s().plain.marshal(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err);
+    w.length = w.s().plain.marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
 }
 void with_wire_form_in_place(World &w) {
     with_wire_form(w);
@@ -25,11 +25,11 @@ void with_wire_form_in_place(World &w) {
 }
 void with_key_form(World &w) {
     with_record(w);
-    w.length = w.s().plain.pkey_marshal(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err);
+    w.length = w.s().plain.pkey_marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
 }
 void with_document(World &w) {
     with_record(w);
-    w.length = w.s().plain.to_xml(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err);
+    w.length = w.s().plain.to_xml(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
     w.parse(std::string(w.buffer.data(), w.length));
 }
 
@@ -47,30 +47,30 @@ const std::vector<Operation> writing = {
     {"record_marshal", On::tables, with_record,
      [](World &w) {
          w.returned_length(
-             w.s().plain.marshal(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err),
+             w.s().plain.marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err),
              wire_length(w));
      }},
     {"record_marshal_cr", On::tables, with_record,
      [](World &w) {
-         w.returned_length(w.s().cr.marshal(w.handle, w.loose, w.buffer.data(), room),
+         w.returned_length(w.s().cr.marshal(w.handle, w.loose, w.buffer.data(), space),
                            wire_length(w));
          from_cr(w);
      }},
     {"pkey_marshal", On::tables, with_record,
      [](World &w) {
          w.returned_length(
-             w.s().plain.pkey_marshal(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err),
+             w.s().plain.pkey_marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err),
              w.s().plain.pkey_len(w.handle, w.tx, w.loose));
      }},
     {"record_print", On::tables, with_record,
      [](World &w) {
          write(w, [&w] {
-             return w.s().plain.print(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err);
+             return w.s().plain.print(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
          });
      }},
     {"record_print_cr", On::tables, with_record,
      [](World &w) {
-         write(w, [&w] { return w.s().cr.print(w.handle, w.loose, w.buffer.data(), room); });
+         write(w, [&w] { return w.s().cr.print(w.handle, w.loose, w.buffer.data(), space); });
          from_cr(w);
      }},
     {"pkey_print", On::tables,
@@ -80,19 +80,19 @@ const std::vector<Operation> writing = {
      },
      [](World &w) {
          write(w, [&w] {
-             return w.s().plain.pkey_print(w.handle, w.tx, w.table, w.loose, w.buffer.data(), room,
+             return w.s().plain.pkey_print(w.handle, w.tx, w.table, w.loose, w.buffer.data(), space,
                                            &w.err);
          });
      }},
     {"record_to_xml", On::tables, with_record,
      [](World &w) {
          write(w, [&w] {
-             return w.s().plain.to_xml(w.handle, w.tx, w.buffer.data(), w.loose, room, &w.err);
+             return w.s().plain.to_xml(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
          });
      }},
     {"record_toxml_cr", On::tables, with_record,
      [](World &w) {
-         write(w, [&w] { return w.s().cr.to_xml(w.handle, w.loose, w.buffer.data(), room); });
+         write(w, [&w] { return w.s().cr.to_xml(w.handle, w.loose, w.buffer.data(), space); });
          from_cr(w);
      }},
     {"record_is_modified", On::tables, with_record,

@@ -51,7 +51,7 @@ TEST_P(Ownership, ATextThatCannotBeCopiedIsEmptyAndNotTheSources) {
     EXPECT_EQ(label(source), "a label, longer than that");
 }
 
-TEST_P(Ownership, TheFieldsBehindAFailedTextGetTextsOfTheirOwn) {
+TEST_P(Ownership, TheFieldsAfterAFailedTextGetTheirOwnTexts) {
     st_every *source = make(1);
     st_every *object = make(0);
     {

@@ -50,7 +50,7 @@ class Recorder : public PlainTest {
     }
 };
 
-TEST_F(Recorder, HasAFunctionInFrontOfEveryImportedService) {
+TEST_F(Recorder, ReplacesEveryImportedService) {
     std::set<std::string> recorded;
     for (const ServiceInfo &service : recorded_services()) recorded.insert(service.name);
     EXPECT_EQ(recorded, imported_functions())
@@ -92,7 +92,7 @@ TEST_F(Recorder, KeepsArgumentsResultsAndTheBytesAnnounced) {
     EXPECT_EQ(record->table, table);
 }
 
-TEST_F(Recorder, TellsWhatWasAnnouncedBeforeACall) {
+TEST_F(Recorder, ReportsWhatWasAnnouncedBeforeACall) {
     ServiceRecorder recorder(handle);
     subject.plain.insert(handle, tx, table, record, &err);
     std::size_t tree = 0;
@@ -125,7 +125,7 @@ TEST_F(Recorder, DoesNotCountWhatTheRuntimeCallsItself) {
     EXPECT_EQ(recorder.count("kel_vstring_set"), 0U);
 }
 
-TEST_F(Recorder, FailsTheNthCallOnceInItsOwnWay) {
+TEST_F(Recorder, FailsTheNthCallOnceWithTheServicesFailure) {
     ServiceRecorder recorder(handle);
     recorder.fail("e_avl_insert", 2);
     subject.plain.insert(handle, tx, table, record, &err);
@@ -159,7 +159,7 @@ TEST_F(Recorder, FailsHooksThroughTheSameInterface) {
     EXPECT_TRUE(recorder.calls("alloc_hook").at(1).failed);
 }
 
-TEST_F(Recorder, ReadsTheErrorWordWhereverAServiceHasIt) {
+TEST_F(Recorder, FindsTheErrorWordOfEachService) {
     kel_xml_document *document = kel_xml_parse("<st_every/>", 11);
     ServiceRecorder recorder(handle);
     recorder.fail("u_int8_from_xml", 1, EPROTO);
@@ -170,7 +170,7 @@ TEST_F(Recorder, ReadsTheErrorWordWhereverAServiceHasIt) {
     kel_xml_free(document);
 }
 
-TEST_F(Recorder, CallsAFunctionOfTheTestInPlaceOfAService) {
+TEST_F(Recorder, CallsAFunctionOfTheTestInsteadOfAService) {
     ServiceRecorder recorder(handle);
     recorder.replace(mt_get_tenant_id, [](std::uint16_t *tenant) {
         mt_get_tenant_id(tenant);
@@ -185,7 +185,7 @@ TEST_F(Recorder, CallsAFunctionOfTheTestInPlaceOfAService) {
               words(&made->tenant_id));
 }
 
-TEST_F(Recorder, IsSilentWhilePausedAndAfterItsEnd) {
+TEST_F(Recorder, RecordsNothingWhilePausedOrAfterItsEnd) {
     {
         ServiceRecorder recorder(handle);
         recorder.fail("e_avl_insert", 1);

@@ -68,7 +68,7 @@ TEST_F(FirstUse, AnObjectGetsTheConstantDescriptorWhileTheStoreHasNoCopy) {
     kind_tag.destroy(handle, tx, later);
 }
 
-TEST_F(FirstUse, ARootThatCannotBeMadeIsMadeByTheNextOpen) {
+TEST_F(FirstUse, ARootThatCannotBeCreatedIsCreatedByTheNextOpen) {
     const Subject &s = ldap_conn;
     ServiceRecorder recorder(handle);
     tarnbase_typeinfo_initialize(handle, tx, &err);
@@ -90,7 +90,7 @@ TEST_F(FirstUse, ARootThatCannotBeMadeIsMadeByTheNextOpen) {
     EXPECT_EQ(recorder.count("alloc_hook"), 1U);
 }
 
-TEST_F(FirstUse, ARootThatTheStoreRefusesServesAllTheSame) {
+TEST_F(FirstUse, ARootThatTheStoreRefusesIsUsed) {
     // In a child, since the root is cached for the process.
     EXPECT_EXIT(
         {
