@@ -204,13 +204,13 @@ TEST_P(Forms, TheTextIsThatOfTheFieldsInSchemaOrder) {
 
 // All sizes for a short text; for a long one, those at both ends and a few between.
 std::vector<u32> rooms_below(u32 whole) {
-    std::vector<u32> rooms;
+    std::vector<u32> sizes;
     for (u32 space = 0; space < whole; ++space) {
         if (whole < 1500 || space < 40 || space + 40 >= whole || space % 4999 == 0) {
-            rooms.push_back(space);
+            sizes.push_back(space);
         }
     }
-    return rooms;
+    return sizes;
 }
 
 TEST_P(FormSizes, ATextIsWrittenAsFarAsItFits) {
