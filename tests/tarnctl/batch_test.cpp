@@ -71,7 +71,7 @@ TEST_F(Batch, OfAFileIsTheSameWithEachCommand) {
     EXPECT_EQ(connections(store, "a.example"), 4U);
 }
 
-TEST_F(Batch, SeesWhatItsEarlierOrdersDid) {
+TEST_F(Batch, SeesTheChangesOfItsEarlierCommands) {
     const Outcome outcome = on_store({"set", "-"},
                                      "insert --create ldap_conn:fresh sname=x\n"
                                      "set ldap_conn:fresh x num_conns=2\n"
@@ -81,7 +81,7 @@ TEST_F(Batch, SeesWhatItsEarlierOrdersDid) {
     EXPECT_EQ(connections(store, "x", 1, 0, "fresh"), 3U);
 }
 
-TEST_F(Batch, TakesWhatHoldsForAllItsLinesFromTheCommandLine) {
+TEST_F(Batch, TakesOptionsForAllItsLinesFromTheCommandLine) {
     const std::string inserts =
         "insert ldap_conn:fresh sname=x num_conns=3\n"
         "insert ldap_conn:fresh sname=x num_conns=4\n";
@@ -98,7 +98,7 @@ TEST_F(Batch, TakesWhatHoldsForAllItsLinesFromTheCommandLine) {
     EXPECT_EQ(on_store({"set", "-", "--if-exists"}, sets).exit_code, 0);
 }
 
-TEST_F(Batch, ThatFailsInTheStoreIsTakenBackAndNamesItsLine) {
+TEST_F(Batch, ThatFailsInTheStoreIsRolledBackAndNamesItsLine) {
     const Outcome there = refused(
         "set ldap_conn a.example num_conns=4\n"
         "delete ldap_conn b.example\n"
@@ -120,7 +120,7 @@ TEST_F(Batch, ThatFailsInTheStoreIsTakenBackAndNamesItsLine) {
 
 // What a rollback doesn't restore: the counts of transactions in the header of the store, and the
 // modified marks of objects, which aren't logged.
-TEST_F(Batch, ThatFailsInTheStoreLeavesItsBytes) {
+TEST_F(Batch, ThatFailsInTheStoreKeepsItsBytes) {
     constexpr std::size_t counts_begin = 64;
     constexpr std::size_t counts_end = 76;
     constexpr int modified_mark = 128;
@@ -139,7 +139,7 @@ TEST_F(Batch, ThatFailsInTheStoreLeavesItsBytes) {
     }
 }
 
-TEST_F(Batch, WithALineThatCannotBeReadDoesNotTouchTheStore) {
+TEST_F(Batch, WithAnInvalidLineDoesNotChangeTheStore) {
     const std::string before = example_test::read_file(store);
     const struct {
         const char *line;
@@ -165,7 +165,7 @@ TEST_F(Batch, WithALineThatCannotBeReadDoesNotTouchTheStore) {
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 
-TEST_F(Batch, OnTrialLeavesTheStoreByteForByte) {
+TEST_F(Batch, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = example_test::read_file(store);
     const Outcome good = on_store({"insert", "-", "--dry-run", "--json"}, orders);
     ASSERT_EQ(good.exit_code, 0) << good.err;
@@ -178,7 +178,7 @@ TEST_F(Batch, OnTrialLeavesTheStoreByteForByte) {
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 
-TEST_F(Batch, NeedsAFileAndNothingBesides) {
+TEST_F(Batch, NeedsOnlyAFile) {
     EXPECT_EQ(on_store({"set", "--batch", directory / "none.txt"}).exit_code, 4);
     write(orders);
     EXPECT_EQ(on_store({"set", "ldap_conn", "--batch", file}).exit_code, 2);
@@ -189,7 +189,7 @@ TEST_F(Batch, NeedsAFileAndNothingBesides) {
     EXPECT_EQ(empty.out, "no record changed\n");
 }
 
-TEST_F(Batch, OfThousandsOfOrdersIsDone) {
+TEST_F(Batch, RunsThousandsOfCommands) {
     std::string many;
     for (int i = 0; i < 2000; ++i)
         many += "insert ldap_conn sname=n" + std::to_string(i) + " num_conns=" + std::to_string(i) +

@@ -48,7 +48,7 @@ class CommandLine : public testing::Test {
     bool loud = false;
 };
 
-TEST_F(CommandLine, GivesWordsToTheirTargets) {
+TEST_F(CommandLine, AssignsWordsToTheirTargets) {
     EXPECT_EQ(error_of({"a", "-c", "3", "b", "--kind=soft", "--loud", "[c,d]", "--", "-e"}), "");
     EXPECT_EQ(from, "a");
     EXPECT_EQ(to, (Words{"b", "[c,d]", "-e"}));
@@ -58,7 +58,7 @@ TEST_F(CommandLine, GivesWordsToTheirTargets) {
     EXPECT_FALSE(quiet);
 }
 
-TEST_F(CommandLine, TellsOnceWhatIsWrongAndWhatWasExpected) {
+TEST_F(CommandLine, ReportsOneErrorAndWhatWasExpected) {
     const std::map<Words, std::string> wrong = {
         {{}, "FROM is missing"},
         {{"a", "--cuont", "3"}, "no option `--cuont`; did you mean `--count`?"},
@@ -79,7 +79,7 @@ TEST_F(CommandLine, TellsOnceWhatIsWrongAndWhatWasExpected) {
     for (const auto &[words, text] : wrong) EXPECT_EQ(error_of(words), text);
 }
 
-TEST_F(CommandLine, GivesAProgramsOptionToTheCommandThatFollows) {
+TEST_F(CommandLine, PassesAProgramsOptionToTheCommandThatFollows) {
     cli::Command program("prog", "Does");
     std::string store;
     program.option("-s,--store", "FILE", {}, "Store file").passed_on();
@@ -102,7 +102,7 @@ TEST_F(CommandLine, GivesAProgramsOptionToTheCommandThatFollows) {
     }
 }
 
-TEST_F(CommandLine, TakesFromTheEnvironmentWhatIsNotGiven) {
+TEST_F(CommandLine, TakesMissingOptionsFromTheEnvironment) {
     command.option("--place", "FILE", cli::into(from), "Place").environment("COMMAND_LINE_TEST");
     ASSERT_EQ(setenv("COMMAND_LINE_TEST", "there", 1), 0);
     EXPECT_EQ(error_of({"a"}), "");
@@ -139,7 +139,7 @@ TEST_F(Description, HasOneMeaningForAShortOption) {
     EXPECT_EQ(meanings['t'], "tenant");
 }
 
-TEST_F(Description, TellsTheSameStatusesInEveryHelp) {
+TEST_F(Description, ListsTheSameExitStatusesInEveryHelp) {
     for_each_command(*program, [](const cli::Command &command) {
         const std::string help = cli::help_of(command, 80);
         const std::size_t begin = help.find("\nExit status:\n");
@@ -152,7 +152,7 @@ TEST_F(Description, TellsTheSameStatusesInEveryHelp) {
     });
 }
 
-TEST_F(Description, NamesValuesByWhatTheyAre) {
+TEST_F(Description, NamesValuesByTheirMeaning) {
     for_each_command(*program, [](const cli::Command &command) {
         const std::string help = cli::help_of(command, 80);
         for (const char *word :

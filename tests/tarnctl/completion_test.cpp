@@ -51,7 +51,7 @@ TEST_F(Completion, OffersTablesWithAndWithoutTheirPrefix) {
               (Words{"words", "ldap_conn:ldap"}));
 }
 
-TEST_F(Completion, OffersTypesWhereOneCanBeMeant) {
+TEST_F(Completion, OffersTypesWhereOneIsExpected) {
     EXPECT_EQ(candidates({"describe", "lumi_stat"}), (Words{"words", "lumi_stats"}));
     EXPECT_EQ(candidates({"describe", "kel_v"}), (Words{"words", "kel_vstring"}));
     EXPECT_EQ(candidates({"show", "lumi_stat"}), (Words{"words"}));
@@ -84,7 +84,7 @@ TEST_F(Completion, LeavesFilesToTheShell) {
     EXPECT_EQ(candidates({"tables", "--store="}), (Words{"files"}));
 }
 
-TEST_F(Completion, WantsAShellThatItKnows) {
+TEST_F(Completion, NeedsASupportedShell) {
     EXPECT_EQ(tarnctl({"completion"}).exit_code, 2);
     EXPECT_EQ(tarnctl({"completion", "csh"}).exit_code, 2);
 }
@@ -104,21 +104,21 @@ TEST_P(InShell, ATableIsCompleted) {
     EXPECT_EQ(completed("tarnctl describe tbl_ldap_c"), "tarnctl describe tbl_ldap_conn ");
 }
 
-TEST_P(InShell, AFieldIsCompletedAndItsValueIsAwaited) {
+TEST_P(InShell, AFieldIsCompletedUpToItsValue) {
     EXPECT_EQ(completed("tarnctl find tbl_ldap_conn num"), "tarnctl find tbl_ldap_conn num_conns=");
 }
 
-TEST_P(InShell, AnEnumeratorIsCompletedBehindItsField) {
+TEST_P(InShell, AnEnumeratorIsCompletedAfterItsField) {
     EXPECT_EQ(completed("tarnctl find aaa_servers status=SHOW_AAA_SERVER_D"),
               "tarnctl find aaa_servers status=SHOW_AAA_SERVER_DEAD ");
 }
 
-TEST_P(InShell, AnInstanceIsCompletedBehindItsTable) {
+TEST_P(InShell, AnInstanceIsCompletedAfterItsTable) {
     EXPECT_EQ(completed("tarnctl show -s net.store dot1xAuthConfigEntry_op:m"),
               "tarnctl show -s net.store dot1xAuthConfigEntry_op:more_ports ");
 }
 
-TEST_P(InShell, AFileIsCompletedWhereOneBelongs) {
+TEST_P(InShell, AFileIsCompletedWhereOneIsExpected) {
     EXPECT_EQ(completed("tarnctl store info net"), "tarnctl store info net.store ");
 }
 

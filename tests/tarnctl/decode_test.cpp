@@ -115,7 +115,7 @@ TEST_F(Decode, ShowsEachByteWithItsMeaning) {
     }
 }
 
-TEST_F(Decode, FindsTheTableOfARecordByItsLuidAndGoesOnWithTheNextRecord) {
+TEST_F(Decode, FindsTheTableOfARecordByItsLuidAndContinuesWithTheNextRecord) {
     const std::string bytes = conns();
     const Outcome outcome = tarnctl({"decode"}, bytes);
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -147,7 +147,7 @@ TEST_F(Decode, ShowsAnArrayByRowsWithTheElementsNumbers) {
     EXPECT_EQ(bytes_of(tarnctl({"decode", "--json"}, bytes).out), hex_of(bytes));
 }
 
-TEST_F(Decode, NamesTheLineOfWhatIsNoHexadecimal) {
+TEST_F(Decode, NamesTheLineOfInvalidHexadecimal) {
     const Outcome outcome =
         tarnctl({"decode", "--hex", "--as", "st_ldap_conn"}, "0000\n110z0000\n");
     EXPECT_EQ(outcome.exit_code, 3);
@@ -155,7 +155,7 @@ TEST_F(Decode, NamesTheLineOfWhatIsNoHexadecimal) {
         << outcome.err;
 }
 
-TEST_F(Decode, ShowsWhereBytesAreMissingAndLosesNone) {
+TEST_F(Decode, ShowsWhereBytesAreMissingAndOmitsNone) {
     const std::string whole = conns();
     for (const std::size_t length : {1UL, 20UL, 40UL, 45UL, 50UL, whole.size() - 1}) {
         const std::string bytes = whole.substr(0, length);
@@ -167,7 +167,7 @@ TEST_F(Decode, ShowsWhereBytesAreMissingAndLosesNone) {
     }
 }
 
-TEST_F(Decode, GoesOnAfterARecordOfAnUnknownTable) {
+TEST_F(Decode, ContinuesAfterARecordOfAnUnknownTable) {
     std::string bytes = conns();
     bytes[30] = static_cast<char>(~bytes[30]);  // in the LUID of the first record
     const Outcome outcome = tarnctl({"decode"}, bytes);
@@ -181,14 +181,14 @@ TEST_F(Decode, GoesOnAfterARecordOfAnUnknownTable) {
     EXPECT_TRUE(holds(forced.out, "table: unknown LUID, read as tbl_ldap_conn"));
 }
 
-TEST_F(Decode, MarksValuesThatCantBe) {
+TEST_F(Decode, MarksInvalidValues) {
     const Outcome outcome = tarnctl({"decode", "--as", "st_lumvProvisionedServerEntry_op"},
                                     "00 00 0a000000 07 00000000");
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_TRUE(holds(outcome.out, "addr family: ! 7, expected 0, 4 or 6")) << outcome.out;
 }
 
-TEST_F(Decode, TakesADocumentOfFramesApart) {
+TEST_F(Decode, DecodesADocumentOfFrames) {
     const std::string bytes = on_store({"export", "--format", "frames"}).out;
     const Outcome outcome = tarnctl({"decode"}, bytes);
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -207,7 +207,7 @@ TEST_F(Decode, TakesADocumentOfFramesApart) {
     }
 }
 
-TEST_F(Decode, WantsAKnownNameAndAFileThatIsThere) {
+TEST_F(Decode, NeedsAKnownNameAndAnExistingFile) {
     const Outcome name = tarnctl({"decode", "--as", "tbl_ldap_con"}, conn_hex);
     EXPECT_EQ(name.exit_code, 2);
     EXPECT_TRUE(holds(name.err, "did you mean `tbl_ldap_conn`?")) << name.err;
@@ -234,7 +234,7 @@ TEST_F(Decode, RefusesHexadecimalTextWithoutAByte) {
     }
 }
 
-TEST_F(Decode, TakesADocumentOfFramesInHexadecimalApart) {
+TEST_F(Decode, DecodesADocumentOfFramesInHexadecimal) {
     const std::string bytes = on_store({"export", "--format", "frames"}).out;
     const Outcome outcome = tarnctl({"decode"}, hex_of(bytes));
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -242,7 +242,7 @@ TEST_F(Decode, TakesADocumentOfFramesInHexadecimalApart) {
     EXPECT_EQ(tarnctl({"decode", "--hex"}, hex_of(bytes)).out, outcome.out);
 }
 
-TEST_F(Decode, SaysWhatAnExportIs) {
+TEST_F(Decode, RecognisesAnExport) {
     for (const auto &[format, name] : {std::pair("json", "a JSON"), std::pair("xml", "an XML")}) {
         const Outcome outcome = tarnctl({"decode"}, on_store({"export", "--format", format}).out);
         EXPECT_EQ(outcome.exit_code, 3) << format;
@@ -252,14 +252,14 @@ TEST_F(Decode, SaysWhatAnExportIs) {
     }
 }
 
-TEST_F(Decode, SaysThatADirectoryIsOne) {
+TEST_F(Decode, RecognisesADirectory) {
     const std::string here = directory / ".";
     const Outcome outcome = tarnctl({"decode", here});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_EQ(outcome.err, "tarnctl: " + here + ": Is a directory\n");
 }
 
-TEST_F(Decode, SaysWhatAStoreIs) {
+TEST_F(Decode, RecognisesAStore) {
     const Outcome outcome = tarnctl({"decode", store});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_EQ(outcome.out, "");

@@ -10,7 +10,7 @@ namespace {
 
 using Delete = WithStore;
 
-TEST_F(Delete, TakesOneRecordOut) {
+TEST_F(Delete, RemovesOneRecord) {
     const kel_store_description before = description(store);
     const Outcome outcome = on_store({"delete", "ldap_conn", "ldap1.example.net", "-v"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -35,7 +35,7 @@ TEST_F(Delete, FindsTheRecordOfASourceAndATenant) {
     });
 }
 
-TEST_F(Delete, TakesAllRecordsOutAndCountsThem) {
+TEST_F(Delete, RemovesAndCountsAllRecords) {
     const Outcome outcome = on_store({"delete", "ldap_conn", "--all"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "5 records deleted\n");
@@ -45,7 +45,7 @@ TEST_F(Delete, TakesAllRecordsOutAndCountsThem) {
     EXPECT_EQ(again.out, "no record changed\n");
 }
 
-TEST_F(Delete, KeepsToOneTenantOrSourceIfAsked) {
+TEST_F(Delete, IsLimitedToOneTenantOrSourceOnRequest) {
     EXPECT_EQ(on_store({"delete", "ldap_conn", "--all", "--tenant", "9"}).out,
               "1 record deleted\n");
     EXPECT_EQ(on_store({"delete", "ldap_conn", "--all", "--source", "1"}).out,
@@ -53,7 +53,7 @@ TEST_F(Delete, KeepsToOneTenantOrSourceIfAsked) {
     EXPECT_EQ(connections(store, "b.example", 5), 20U);
 }
 
-TEST_F(Delete, TakesRecordsOutThatFulfilConditions) {
+TEST_F(Delete, RemovesRecordsThatMatchConditions) {
     const Outcome outcome = on_store({"delete", "ldap_conn", "-w", "num_conns<3", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
     const auto told = nlohmann::json::parse(outcome.out);
@@ -82,7 +82,7 @@ TEST_F(Delete, NeedsAKeyOrConditions) {
     EXPECT_EQ(connection_records(store), 5U);
 }
 
-TEST_F(Delete, OfAReplicatedTableIsLeftToItsEngine) {
+TEST_F(Delete, OfAReplicatedTableIsRefused) {
     with_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
         kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
@@ -96,7 +96,7 @@ TEST_F(Delete, OfAReplicatedTableIsLeftToItsEngine) {
     EXPECT_EQ(connections(store, "a.example"), 1U);
 }
 
-TEST_F(Delete, OnTrialLeavesTheStoreByteForByte) {
+TEST_F(Delete, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = example_test::read_file(store);
     const Outcome outcome = on_store({"delete", "ldap_conn", "--all", "--dry-run"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;

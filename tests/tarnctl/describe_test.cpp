@@ -22,7 +22,7 @@ json field(const json &type, const std::string &name) {
     return {};
 }
 
-TEST(Describe, TellsTheKeyTheOrderAndTheIdentityOfATable) {
+TEST(Describe, ShowsTheKeyTheOrderAndTheIdentityOfATable) {
     const json table = described("ldap_conn");
     EXPECT_EQ(table["kind"], "table");
     EXPECT_EQ(table["name"], "tbl_ldap_conn");
@@ -39,7 +39,7 @@ TEST(Describe, TellsTheKeyTheOrderAndTheIdentityOfATable) {
     EXPECT_EQ(table["type"]["name"], "st_ldap_conn");
 }
 
-TEST(Describe, TellsTheKeyStructureOfATable) {
+TEST(Describe, ShowsTheKeyStructureOfATable) {
     const json table = described("tbl_pexSessionEntry_op");
     EXPECT_EQ(table["key"], (json{"if_index", "session_id_in", "searchtype"}));
     EXPECT_EQ(table["key_type"]["name"], "pexSessionEntry_key");
@@ -47,7 +47,7 @@ TEST(Describe, TellsTheKeyStructureOfATable) {
 }
 
 // 6 bytes of header, 4 of the string's length, 4 of the number; with it a state byte a field.
-TEST(Describe, TellsTheWireSizeOfFieldsTypesAndRecords) {
+TEST(Describe, ShowsTheWireSizeOfFieldsTypesAndRecords) {
     const json table = described("tbl_ldap_conn");
     const json type = table["type"];
     EXPECT_EQ(type["variants"][0]["wire"],
@@ -57,7 +57,7 @@ TEST(Describe, TellsTheWireSizeOfFieldsTypesAndRecords) {
     EXPECT_EQ(table["wire"]["fixed"], 27 + 16 + 14);
 }
 
-TEST(Describe, TellsTheVariantsOfAType) {
+TEST(Describe, ShowsTheVariantsOfAType) {
     const json type = described("st_aaa_servers");
     ASSERT_EQ(type["variants"].size(), 2U);
     EXPECT_EQ(type["variants"][0]["used_length"], 1836);
@@ -68,7 +68,7 @@ TEST(Describe, TellsTheVariantsOfAType) {
     EXPECT_EQ(type["tables"], json{"tbl_aaa_servers"});
 }
 
-TEST(Describe, TellsAUnitWhereOneIsFixed) {
+TEST(Describe, ShowsAUnitIfThereIsOne) {
     const json time = described("kel_timespec");
     EXPECT_EQ(field(time, "tv_sec")["unit"], "seconds");
     EXPECT_EQ(field(time, "tv_nsec")["unit"], "nanoseconds");
@@ -77,14 +77,14 @@ TEST(Describe, TellsAUnitWhereOneIsFixed) {
     EXPECT_NE(tarnctl({"describe", "kel_timespec"}).out.find("nanoseconds"), std::string::npos);
 }
 
-TEST(Describe, TellsWhereATypeIsUsed) {
+TEST(Describe, ShowsWhereATypeIsUsed) {
     const json type = described("lumi_stats");
     EXPECT_EQ(type["tables"], (json{"tbl_lumiEventsStatsObjects_op", "tbl_lumiIfStatsEntry_op"}));
     EXPECT_EQ(type["used_by"], (json{{{"type", "st_lumiEventsStatsObjects_op"}, {"field", "stats"}},
                                      {{"type", "st_lumiIfStatsEntry_op"}, {"field", "stats"}}}));
 }
 
-TEST(Describe, TellsTheEnumeratorsWithTheirNumbers) {
+TEST(Describe, ShowsTheEnumeratorsWithTheirNumbers) {
     const json states = described("auth_state");
     EXPECT_EQ(states["kind"], "enum");
     ASSERT_EQ(states["enumerators"].size(), 14U);
@@ -95,7 +95,7 @@ TEST(Describe, TellsTheEnumeratorsWithTheirNumbers) {
     EXPECT_NE(text.find("SHOW_AAA_SERVER_DEAD"), std::string::npos) << text;
 }
 
-TEST(Describe, TellsWhatAValueTypeIs) {
+TEST(Describe, ShowsWhatAValueTypeIs) {
     const json strings = described("kel_vstring");
     EXPECT_EQ(strings["kind"], "value");
     EXPECT_EQ(strings["wire"], "4 bytes length, then the bytes");
@@ -113,7 +113,7 @@ TEST(Describe, ShowsTablesAsText) {
         EXPECT_NE(outcome.out.find(part), std::string::npos) << part << "\n" << outcome.out;
 }
 
-TEST(Describe, NamesWhatMayHaveBeenMeant) {
+TEST(Describe, SuggestsSimilarNames) {
     const Outcome outcome = tarnctl({"describe", "st_ldap_con"});
     EXPECT_EQ(outcome.exit_code, 2);
     EXPECT_EQ(outcome.err,

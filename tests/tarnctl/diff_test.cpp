@@ -51,14 +51,14 @@ const std::string listing =
     "+ tbl_ldap_conn:ldap d.example\n"
     "    num_conns: 4\n";
 
-TEST_F(Diff, OfStoresThatHoldTheSamePrintsNothing) {
+TEST_F(Diff, OfEqualStoresPrintsNothing) {
     const Outcome outcome = tarnctl({"diff", store, other});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, "");
 }
 
-TEST_F(Diff, ListsWhatIsNewGoneAndChangedByField) {
+TEST_F(Diff, ListsAddedRemovedAndChangedRecordsByField) {
     change();
     const Outcome outcome = tarnctl({"diff", store, other});
     EXPECT_EQ(outcome.exit_code, 1) << outcome.err;
@@ -82,7 +82,7 @@ TEST_F(Diff, ReadsAnExportInEachFormOnEitherSide) {
     }
 }
 
-TEST_F(Diff, OfTwoStoresThatLieAtOneAddressWorksToo) {
+TEST_F(Diff, OfTwoStoresAtOneAddressWorksToo) {
     // The other store gets the address of this one.
     kel_store *file = nullptr;
     ASSERT_EQ(kel_store_open(store.c_str(), &file), 0U);
@@ -103,7 +103,7 @@ TEST_F(Diff, OfTwoStoresThatLieAtOneAddressWorksToo) {
     EXPECT_EQ(tarnctl({"diff", store, store}).exit_code, 0);
 }
 
-TEST_F(Diff, InBriefOnlyTellsThatTheyDiffer) {
+TEST_F(Diff, InBriefOnlyReportsThatTheyDiffer) {
     change();
     Outcome outcome = tarnctl({"diff", "--brief", store, other});
     EXPECT_EQ(outcome.exit_code, 1);
@@ -129,7 +129,7 @@ TEST_F(Diff, ListsInJson) {
                               "fields":{"num_conns":{"old":20,"new":21}}})"));
 }
 
-TEST_F(Diff, LeavesOutTablesAndFieldsWhenAsked) {
+TEST_F(Diff, SkipsTablesAndFieldsOnRequest) {
     change();
     EXPECT_EQ(tarnctl({"diff", store, other, "--table", "aaa_servers"}).exit_code, 0);
     const Outcome outcome =
@@ -139,7 +139,7 @@ TEST_F(Diff, LeavesOutTablesAndFieldsWhenAsked) {
     EXPECT_TRUE(has(outcome.out, "+ tbl_ldap_conn:ldap d.example")) << outcome.out;
 }
 
-TEST_F(Diff, TellsOfTablesThatOneSideHasAlone) {
+TEST_F(Diff, ReportsTablesThatOnlyOneSideHas) {
     const std::string empty = directory / "empty.store";
     ASSERT_EQ(tarnctl({"store", "create", empty}).exit_code, 0);
     Outcome outcome = tarnctl({"diff", store, empty, "-T", "tbl_dot1xAuthConfigEntry_op"});
@@ -152,7 +152,7 @@ TEST_F(Diff, TellsOfTablesThatOneSideHasAlone) {
     EXPECT_EQ(json::parse(outcome.out)["tables"][0]["change"], "inserted");
 }
 
-TEST_F(Diff, NamesWhatCantBeCompared) {
+TEST_F(Diff, NamesItemsThatCannotBeCompared) {
     Outcome outcome = tarnctl({"diff", store, directory / "none.store"});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_TRUE(has(outcome.err, "none.store: No such file")) << outcome.err;

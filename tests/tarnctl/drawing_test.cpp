@@ -27,7 +27,7 @@ std::size_t characters_of_first_line(const std::string &text) {
     return count;
 }
 
-TEST(Drawing, ALineTakesAsManyMinutesABarAsItsWidthAsksFor) {
+TEST(Drawing, ALineCombinesMinutesToFitItsWidth) {
     EXPECT_EQ(characters_of_first_line(sparkline(day_with(0, 9), wide_utf8)), 144U);
     EXPECT_EQ(characters_of_first_line(sparkline(day_with(0, 9), narrow_plain)), 72U);
 }
@@ -37,7 +37,7 @@ TEST(Drawing, ABarIsAsHighAsTheHighestOfItsMinutes) {
     EXPECT_EQ(sparkline(day_with(19, 1), wide_utf8).substr(0, 4), " █");
 }
 
-TEST(Drawing, AnyFigureButZeroIsSeen) {
+TEST(Drawing, AnyNonzeroFigureIsVisible) {
     Day day = day_with(0, 255);
     day.minutes[1439] = 1;
     const std::string line = sparkline(day, narrow_plain);
@@ -54,7 +54,7 @@ TEST(Drawing, WithoutUtf8OnlyAsciiIsDrawn) {
         EXPECT_TRUE(c == '\n' || (c >= ' ' && c <= '~')) << int(c);
 }
 
-TEST(Drawing, ColoursAreUsedWhereTheScreenHasThem) {
+TEST(Drawing, ColoursAreUsedIfTheScreenHasThem) {
     EXPECT_NE(heatmap(day_with(5, 5), coloured).find("\x1b[48;5;226m"), std::string::npos);
     EXPECT_EQ(heatmap(day_with(5, 5), wide_utf8).find('\x1b'), std::string::npos);
 }

@@ -221,7 +221,7 @@ std::string change_flags(const Store &store) {
     return name;
 }
 
-TEST_P(Exchange, GivesBackRecordsOfAllTablesByteForByte) {
+TEST_P(Exchange, RoundTripsRecordsOfAllTables) {
     Store first = made("first.store");
     Filling filling(first, GetParam() == Format::xml);
     for (const Table *table : catalogue.tables) {
@@ -270,7 +270,7 @@ void add_all_bytes(const Store &store, const std::string &name) {
     draft.release();
 }
 
-TEST_P(Exchange, GivesBackEachByteAndNumberAlsoWhereXmlEscapesIt) {
+TEST_P(Exchange, RoundTripsEachByteAndNumber) {
     const Store first = made("first.store");
     Filling filling(first, false);
     for (const Table *table : catalogue.tables) filling.fill(*table);
@@ -286,7 +286,7 @@ TEST_P(Exchange, GivesBackEachByteAndNumberAlsoWhereXmlEscapesIt) {
             << "record " << i << ", seed " << seed;
 }
 
-TEST(XmlExport, LeavesOutWhatXmlCantCarryAndTellsWhichRecordAndField) {
+TEST(XmlExport, SkipsWhatXmlCannotRepresentAndNamesRecordAndField) {
     const tarn::quiet_scope quiet;
     const example_test::TemporaryDirectory directory;
     const Store store = Store::create(directory / "net.store", {});
@@ -303,7 +303,7 @@ TEST(XmlExport, LeavesOutWhatXmlCantCarryAndTellsWhichRecordAndField) {
         << skipped[0];
 }
 
-TEST_P(Exchange, GivesBackATableThatWasOpenedByAnId) {
+TEST_P(Exchange, RoundTripsATableOpenedById) {
     const Store first = made("first.store");
     uint32_t err = 0;
     // Another one each time: a process has the tables of one type by id in one store.
@@ -324,7 +324,7 @@ TEST_P(Exchange, GivesBackATableThatWasOpenedByAnId) {
 
 // Every document that ends early, or in which one byte was changed, is either read, or refused with
 // the place of the error; then nothing is stored.
-TEST_P(Exchange, RefusesBrokenDocumentsAndTakesAllOfThemBack) {
+TEST_P(Exchange, RefusesBrokenDocumentsAndRollsThemBack) {
     const Store first = made("first.store");
     Filling filling(first, GetParam() == Format::xml);
     for (const char *name : {"tbl_ldap_conn", "tbl_pexSessionEntry_op"})

@@ -36,7 +36,7 @@ class Export : public WithStore {
     }
 };
 
-TEST_F(Export, WritesXmlWithTenantSourceAndTheNameOfTheTable) {
+TEST_F(Export, WritesXmlWithTenantSourceAndTableName) {
     const Outcome outcome = on_store({"export", "--format", "xml", "ldap_conn"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     const std::string beginning =
@@ -53,7 +53,7 @@ TEST_F(Export, WritesXmlWithTenantSourceAndTheNameOfTheTable) {
     EXPECT_EQ(outcome.out.find("tbl_aaa_servers"), std::string::npos);
 }
 
-TEST_F(Export, WritesJsonARecordALine) {
+TEST_F(Export, WritesJsonWithOneRecordPerLine) {
     const Outcome outcome = on_store({"export", "--format", "json", "tbl_ldap_conn:ldap"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     const json document = json::parse(outcome.out);
@@ -88,7 +88,7 @@ TEST_F(Export, WritesAllTablesInTheFormOfTheFilesSuffix) {
     EXPECT_TRUE(read_file(directory / "net.frames").starts_with("TARNFRAM"));
 }
 
-TEST_F(Export, NamesTableKeyAndFieldThatXmlCantCarry) {
+TEST_F(Export, NamesTableKeyAndFieldThatXmlCannotRepresent) {
     add_server(std::string("bad\x01name", 8));
     const std::string path = directory / "net.xml";
     write_file(path, "the old one");
@@ -104,7 +104,7 @@ TEST_F(Export, NamesTableKeyAndFieldThatXmlCantCarry) {
         EXPECT_TRUE(entry.path() == path || entry.path() == store) << entry.path();
 }
 
-TEST_F(Export, IsJsonUnlessSomethingElseIsSaid) {
+TEST_F(Export, IsJsonByDefault) {
     add_server(std::string("bad\x01name", 8));
     const Outcome outcome = on_store({"export"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -112,7 +112,7 @@ TEST_F(Export, IsJsonUnlessSomethingElseIsSaid) {
     EXPECT_NE(outcome.out.find("bad\\u0001name"), std::string::npos);
 }
 
-TEST_F(Export, EscapesWhatXmlCantCarryForImportToReadBack) {
+TEST_F(Export, EscapesWhatXmlCannotRepresentForImport) {
     add_server(std::string("bad\x01na\\me\xff", 10));
     const std::string path = directory / "net.xml";
     Outcome outcome = on_store({"export", "-o", path, "--escape"});
@@ -126,7 +126,7 @@ TEST_F(Export, EscapesWhatXmlCantCarryForImportToReadBack) {
     EXPECT_EQ(tarnctl({"export", "--store", copy}).out, on_store({"export"}).out);
 }
 
-TEST_F(Export, LeavesOutWhatXmlCantCarryAndCountsIt) {
+TEST_F(Export, SkipsWhatXmlCannotRepresentAndCountsIt) {
     add_server(std::string("bad\x01name", 8));
     const std::string path = directory / "net.xml";
     const Outcome outcome = on_store({"export", "-o", path, "--skip"});
@@ -146,14 +146,14 @@ TEST_F(Export, HasNothingToEscapeOrSkipInOtherForms) {
     EXPECT_EQ(on_store({"export", "--format", "xml", "--escape", "--skip"}).exit_code, 2);
 }
 
-TEST_F(Export, KeepsBytesThatAreNoTextInJson) {
+TEST_F(Export, KeepsBytesThatAreNotTextInJson) {
     add_server(std::string("\xff\0", 2));
     const Outcome outcome = on_store({"export", "--format", "json", "ldap_conn"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_NE(outcome.out.find(R"("sname":{"hex":"ff00"})"), std::string::npos) << outcome.out;
 }
 
-TEST_F(Export, OfATableThatIsNotThereSaysWhatIs) {
+TEST_F(Export, OfAMissingTableListsTheTables) {
     Outcome outcome = on_store({"export", "tbl_ldap_con"});
     EXPECT_EQ(outcome.exit_code, 2);
     EXPECT_NE(outcome.err.find("did you mean `tbl_ldap_conn`?"), std::string::npos) << outcome.err;
@@ -164,7 +164,7 @@ TEST_F(Export, OfATableThatIsNotThereSaysWhatIs) {
     EXPECT_EQ(outcome.exit_code, 1);
 }
 
-TEST_F(Export, ThatCantWriteItsFileSaysWhichAndWhy) {
+TEST_F(Export, ThatCannotWriteItsFileNamesItAndTheError) {
     const std::string path = directory / "nowhere/net.xml";
     Outcome outcome = on_store({"export", "-o", path});
     EXPECT_EQ(outcome.exit_code, 4);
@@ -174,13 +174,13 @@ TEST_F(Export, ThatCantWriteItsFileSaysWhichAndWhy) {
     EXPECT_NE(outcome.err.find("/dev/full: No space left"), std::string::npos) << outcome.err;
 }
 
-TEST_F(Export, RefusesAFormatThatIsNone) {
+TEST_F(Export, RefusesAnUnknownFormat) {
     const Outcome outcome = on_store({"export", "--format", "yaml"});
     EXPECT_EQ(outcome.exit_code, 2);
     EXPECT_NE(outcome.err.find("yaml"), std::string::npos) << outcome.err;
 }
 
-TEST_F(Export, RefusesASuffixThatTellsNoForm) {
+TEST_F(Export, RefusesAnUnknownSuffix) {
     const std::string path = directory / "net.foo";
     const Outcome outcome = on_store({"export", "-o", path});
     EXPECT_EQ(outcome.exit_code, 2);

@@ -102,7 +102,7 @@ TEST_F(Find, ComparesAddressesInTheirOrder) {
     EXPECT_EQ(sessions("ipAddr="), "");
 }
 
-TEST_F(Find, LooksIntoStructuresArraysAndKeys) {
+TEST_F(Find, SearchesStructuresArraysAndKeys) {
     EXPECT_EQ(found("aaa_servers", "sname", {"aaa_authen.requests=5", "minute[61]=1"}),
               "radius1\n");
     EXPECT_EQ(found("aaa_servers", "sname", {"minute[61]=2"}), "");
@@ -158,7 +158,7 @@ struct Bad {
     const char *message;
 };
 
-TEST_F(Find, SaysWhatIsWrongWithACondition) {
+TEST_F(Find, ReportsAnInvalidCondition) {
     const Bad bad[] = {
         {"num_conn=1", 2, "no field of tbl_ldap_conn `num_conn`; did you mean `num_conns`?"},
         {"num_conns", 2, "expected one of = != < <= > >= ~ !~ =~ after the field\n  num_conns\n"},
@@ -179,7 +179,7 @@ TEST_F(Find, SaysWhatIsWrongWithACondition) {
     }
 }
 
-TEST_F(Find, SaysWhatIsWrongWithAConditionOfAnArrayAStructureOrAnEnumeration) {
+TEST_F(Find, ReportsAnInvalidConditionOfAnArrayAStructureOrAnEnumeration) {
     const Bad bad[] = {
         {"minute=1", 2, "minute: an array isn't a single value; name one of its elements"},
         {"minute[1440]=1", 2, "`minute[1440]`: the array has elements 0 to 1439"},

@@ -26,7 +26,7 @@ class Get : public WithStore {
     }
 };
 
-TEST_F(Get, PrintsARecordAFieldALine) {
+TEST_F(Get, PrintsARecordWithOneFieldPerLine) {
     EXPECT_EQ(got({"ldap_conn", "b.example"}),
               "tenant     0\n"
               "source     1\n"
@@ -34,7 +34,7 @@ TEST_F(Get, PrintsARecordAFieldALine) {
               "num_conns  2\n");
 }
 
-TEST_F(Get, TellsEnumeratorsWithTheirNumbersAndArraysInShort) {
+TEST_F(Get, PrintsEnumeratorsWithNumbersAndArraysAbbreviated) {
     EXPECT_EQ(got({"aaa_servers", "radius1", "--columns", "status,minute,minute[59]"}),
               "status      SHOW_AAA_SERVER_ALIVE (0)\n"
               "minute      1440 values, 0 to 59\n"
@@ -56,7 +56,7 @@ TEST_F(Get, TakesTheKeysValuesInOrderOrByName) {
               "2001:db8::1\n");
 }
 
-TEST_F(Get, TakesAValueWithAnEqualsSignAsItIs) {
+TEST_F(Get, AcceptsAValueWithAnEqualsSign) {
     ASSERT_EQ(on_store({"insert", "ldap_conn", "sname=a=b"}).exit_code, 0);
     EXPECT_EQ(got({"ldap_conn", "a=b", "--field", "sname"}), "a=b\n");
     EXPECT_EQ(got({"ldap_conn", "sname=a=b", "--field", "sname"}), "a=b\n");
@@ -69,7 +69,7 @@ TEST_F(Get, PrintsASingleValueForScripts) {
     EXPECT_EQ(got({"aaa_servers", "radius1", "--field", "minute"}).find("0 1 2 3 "), 0U);
 }
 
-TEST_F(Get, FindsTheNextRecordBehindAKeyOrTheOneBeforeIt) {
+TEST_F(Get, FindsTheNextRecordAfterOrBeforeAKey) {
     EXPECT_EQ(got({"ldap_conn", "aa.example", "--nearest", "--field", "sname"}),
               "ldap1.example.net\n");
     EXPECT_EQ(got({"ldap_conn", "aa.example", "--before", "--field", "sname"}), "b.example\n");
@@ -77,7 +77,7 @@ TEST_F(Get, FindsTheNextRecordBehindAKeyOrTheOneBeforeIt) {
     EXPECT_EQ(got({"ldap_conn", "a.example", "--before", "--field", "sname"}), "a.example\n");
 }
 
-TEST_F(Get, FindsTheNearestRecordOfTheSourceThatWasAskedFor) {
+TEST_F(Get, FindsTheNearestRecordOfTheGivenSource) {
     EXPECT_EQ(got({"ldap_conn", "a", "--nearest", "--source", "5", "--field", "num_conns"}),
               "20\n");
     EXPECT_EQ(refused(1, {"ldap_conn", "zz.example.net.far", "--nearest", "--source", "5"}),
@@ -107,7 +107,7 @@ TEST_F(Get, PrintsTheOtherFormsOfARecord) {
               std::string::npos);
 }
 
-TEST_F(Get, NamesTheKeyThatIsNotThereAndTheNearest) {
+TEST_F(Get, NamesAMissingKeyAndTheNearest) {
     EXPECT_EQ(
         refused(1, {"ldap_conn", "ldap1.exmaple.net"}),
         "tarnctl: tbl_ldap_conn:ldap has no record `ldap1.exmaple.net` of tenant 0, source 1; "
@@ -120,13 +120,13 @@ TEST_F(Get, NamesTheKeyThatIsNotThereAndTheNearest) {
               "tenant 0, source 1; the nearest is `2, s2, 1`\n");
 }
 
-TEST_F(Get, TellsOfTheSameKeyOfAnotherTenantOrSource) {
+TEST_F(Get, ReportsTheSameKeyOfAnotherTenantOrSource) {
     EXPECT_EQ(refused(1, {"ldap_conn", "c.example"}),
               "tarnctl: tbl_ldap_conn:ldap has no record `c.example` of tenant 0, source 1; there "
               "is one of tenant 9, source 1\n");
 }
 
-TEST_F(Get, CountsTheKeysValues) {
+TEST_F(Get, ChecksTheNumberOfTheKeysValues) {
     EXPECT_EQ(refused(2, {"pexSessionEntry_op", "1", "s1"}),
               "tarnctl: the key of tbl_pexSessionEntry_op has 3 values, if_index session_id_in "
               "searchtype; 2 given\n");
@@ -136,7 +136,7 @@ TEST_F(Get, CountsTheKeysValues) {
               "tarnctl: if_index: given twice\n");
 }
 
-TEST_F(Get, NamesTheFieldOfAKeyThatCannotBeRead) {
+TEST_F(Get, NamesTheFieldOfAnInvalidKey) {
     EXPECT_NE(
         refused(2, {"dot1xAuthConfigEntry_op:ports", "one"}).find("if_index: expected a number"),
         std::string::npos);
@@ -150,7 +150,7 @@ TEST_F(Get, NamesAFieldThatDoesNotExist) {
               "tarnctl: no field of tbl_ldap_conn `num_conn`; did you mean `num_conns`?\n");
 }
 
-TEST_F(Get, RefusesOptionsThatContradict) {
+TEST_F(Get, RefusesConflictingOptions) {
     for (const std::vector<std::string> &options : std::vector<std::vector<std::string>>{
              {"--nearest", "--before"},
              {"--field", "sname", "--json"},

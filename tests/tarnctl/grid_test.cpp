@@ -35,7 +35,7 @@ TEST_F(Grids, AlignTextLeftAndNumbersRight) {
               "a long name of something  12345678\n");
 }
 
-TEST_F(Grids, OfNoRowsAreTheirTitles) {
+TEST_F(Grids, OfNoRowsHaveOnlyTheirTitles) {
     EXPECT_EQ(printed(Grid({{"a"}, {"b", true}}), Screen{}), "a  b\n");
 }
 
@@ -46,7 +46,7 @@ TEST_F(Grids, HaveNoBlanksAtTheEndOfALine) {
     EXPECT_EQ(printed(grid, Screen{}), "a  b\nx\nx  long\n");
 }
 
-TEST_F(Grids, CutTheirWidestColumnToFitTheScreen) {
+TEST_F(Grids, TruncateTheirWidestColumnToFitTheScreen) {
     EXPECT_EQ(printed(sample(), wide(20)),
               "name           count\n"
               "a                  1\n"
@@ -71,13 +71,13 @@ TEST_F(Grids, AlignByCellsNotBytes) {
     EXPECT_EQ(printed(grid, wide(80)), "a     b\n\u65e5\u672c  x\n\u00e9     y\n");
 }
 
-TEST_F(Grids, ShowNothingThatControlsTheTerminal) {
+TEST_F(Grids, EscapeTerminalControlCharacters) {
     Grid grid({{"a"}});
     grid.add({"x\x1b[2J\ny"});
     EXPECT_EQ(printed(grid, Screen{}), "a\nx\\x1b[2J\\x0ay\n");
 }
 
-TEST_F(Grids, LeaveOutTheLastColumnsThatHaveNoPlace) {
+TEST_F(Grids, OmitTheLastColumnsThatDoNotFit) {
     Grid grid({{"key"}, {"one"}, {"two"}, {"three"}});
     grid.add({"k", "1", "2", "3"});
     EXPECT_EQ(grid.leave_out_to_fit(1, Screen{}), 0U);
@@ -88,7 +88,7 @@ TEST_F(Grids, LeaveOutTheLastColumnsThatHaveNoPlace) {
     EXPECT_EQ(printed(grid, Screen{}), "key  one\nk    1\n");
 }
 
-TEST_F(Grids, ColourRowsAndTitlesOnlyWhereThereAreColours) {
+TEST_F(Grids, ColourRowsAndTitlesOnlyIfThereAreColours) {
     Grid grid({{"a"}});
     grid.add({"x"}, red);
     EXPECT_EQ(printed(grid, wide(80)), "a\nx\n");

@@ -28,13 +28,13 @@ class Help : public testing::Test {
     std::unique_ptr<cli::Command> program = tarnctl::make_program(status);
 };
 
-TEST_F(Help, BreaksTextsAtBlanksAfterTheirHeads) {
+TEST_F(Help, WrapsTextsAtBlanksAfterTheirHeads) {
     EXPECT_EQ(wrapped("  -a", "one two three", 6, 13), "  -a  one two\n      three\n");
     EXPECT_EQ(wrapped("  --longer", "one", 6, 13), "  --longer\n      one\n");
     EXPECT_EQ(wrapped("  -a", "unbreakable", 6, 10), "  -a  unbreakable\n");
 }
 
-TEST_F(Help, FillsParagraphsAndKeepsLinesThatAreIndented) {
+TEST_F(Help, FillsParagraphsAndKeepsIndentedLines) {
     EXPECT_EQ(filled("one\ntwo three\n\n  kept  as it is\nfour", 9),
               "one two\nthree\n\n  kept  as it is\nfour\n");
     EXPECT_EQ(filled("\none\ntwo", 80), "one two\n");
@@ -63,7 +63,7 @@ TEST_F(Help, OfEveryCommandHasAnExample) {
     }
 }
 
-TEST_F(Help, TellsWhatEveryOptionAndArgumentIs) {
+TEST_F(Help, DescribesEveryOptionAndArgument) {
     for (const cli::Command *command : all_commands(*program)) {
         EXPECT_FALSE(command->summary.empty()) << command->name;
         for (const cli::Option &option : command->options) {

@@ -48,7 +48,7 @@ class Import : public WithStore {
     std::string path = directory / "document";
 };
 
-TEST_F(Import, OfAnExportInEachFormMakesTheSameStore) {
+TEST_F(Import, OfAnExportInEachFormCreatesTheSameStore) {
     for (const char *format : {"xml", "json", "frames"}) {
         const std::string target = directory / (std::string(format) + ".store");
         ASSERT_EQ(tarnctl({"store", "create", target}).exit_code, 0);
@@ -60,7 +60,7 @@ TEST_F(Import, OfAnExportInEachFormMakesTheSameStore) {
     }
 }
 
-TEST_F(Import, TakesChosenTablesAlone) {
+TEST_F(Import, ImportsOnlyTheChosenTables) {
     const Outcome document = on_store({"export"});
     Outcome outcome =
         import(document.out, {"--table", "tbl_dot1xAuthConfigEntry_op:ports", "-T", "aaa_servers"});
@@ -71,7 +71,7 @@ TEST_F(Import, TakesChosenTablesAlone) {
     EXPECT_TRUE(has(outcome.err, "holds no table `tbl_ldap_conn:other`")) << outcome.err;
 }
 
-TEST_F(Import, OfWhatCantBeReadNamesTheLineAndLeavesTheStoreAsItWas) {
+TEST_F(Import, OfAnInvalidFileNamesTheLineAndKeepsTheStore) {
     const std::string before = exported(copy);
     const Outcome outcome =
         import(xml(connection("a", "1") + connection("b", "many") + connection("c", "3")));
@@ -84,7 +84,7 @@ TEST_F(Import, OfWhatCantBeReadNamesTheLineAndLeavesTheStoreAsItWas) {
     EXPECT_FALSE(has(before, "tbl_ldap_conn"));
 }
 
-TEST_F(Import, PassesOverBadRecordsWhenAsked) {
+TEST_F(Import, SkipsBadRecordsOnRequest) {
     const Outcome outcome = import(
         xml(connection("a", "1") + connection("b", "many") + connection("c", "3")), {"--skip-bad"});
     EXPECT_EQ(outcome.exit_code, 3);
@@ -93,7 +93,7 @@ TEST_F(Import, PassesOverBadRecordsWhenAsked) {
     EXPECT_TRUE(has(exported(copy), R"("sname":"c")"));
 }
 
-TEST_F(Import, OfARecordThatIsThereFailsOrReplacesOrKeepsIt) {
+TEST_F(Import, OfAnExistingRecordFailsReplacesOrKeepsIt) {
     ASSERT_EQ(import(xml(connection("a", "1"))).exit_code, 0);
     const std::string again = xml(connection("new", "5") + connection("a", "2"));
     Outcome outcome = import(again);
@@ -140,7 +140,7 @@ TEST_F(Import, AsADryRunChangesNothing) {
     EXPECT_EQ(exported(copy), before);
 }
 
-TEST_F(Import, RefusesStrangersWithASuggestionUnlessItIsLenient) {
+TEST_F(Import, RefusesUnknownNamesWithASuggestionUnlessItIsLenient) {
     const std::string stranger =
         "<record><tbl_ldap_conn><st_ldap_conn>\n<snam>x</snam><sname>x</sname>\n"
         "</st_ldap_conn></tbl_ldap_conn></record>\n";
@@ -233,7 +233,7 @@ const Refusal refusals[] = {
     {"nothing", "", ": expected XML, JSON or frames"},
 };
 
-TEST_F(Import, RefusesADocumentThatIsBrokenWithItsPlace) {
+TEST_F(Import, RefusesABrokenDocumentAndNamesThePosition) {
     for (const Refusal &refusal : refusals) {
         SCOPED_TRACE(refusal.name);
         const Outcome outcome = import(refusal.document);
@@ -244,7 +244,7 @@ TEST_F(Import, RefusesADocumentThatIsBrokenWithItsPlace) {
     EXPECT_EQ(exported(copy), "{\"tarnbase\":{\"format\":1,\"tables\":[\n]}}\n");
 }
 
-TEST_F(Import, NamesFrameAndByteOfAFrameThatIsBroken) {
+TEST_F(Import, NamesFrameAndByteOfABrokenFrame) {
     std::string document = on_store({"export", "--format", "frames", "ldap_conn"}).out;
     // The length of the second record's text, in the middle of its frame.
     const std::size_t place = document.find("b.example");
@@ -256,13 +256,13 @@ TEST_F(Import, NamesFrameAndByteOfAFrameThatIsBroken) {
     EXPECT_TRUE(has(outcome.err, "tbl_ldap_conn:ldap: frame: ")) << outcome.err;
 }
 
-TEST_F(Import, ReadsTheFormatThatIsGivenAndNoOther) {
+TEST_F(Import, ReadsOnlyTheGivenFormat) {
     const Outcome outcome = import(xml(""), {"--format", "json"});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_TRUE(has(outcome.err, path + ":1: JSON: ")) << outcome.err;
 }
 
-TEST_F(Import, TakesXmlAsPeopleWriteIt) {
+TEST_F(Import, AcceptsHandWrittenXml) {
     const Outcome outcome = import(
         "\xef\xbb\xbf<?xml version='1.0'?><!-- by hand -->\r\n<tarnbase format='1'>\r\n"
         "  <table type='tbl_ldap_conn' name='ldap'><!-- - -->\r\n    <record>\r\n"
@@ -274,7 +274,7 @@ TEST_F(Import, TakesXmlAsPeopleWriteIt) {
     EXPECT_TRUE(has(exported(copy), R"({"sname":"a&b <c>\nd","num_conns":7})")) << exported(copy);
 }
 
-TEST_F(Import, OfAFileThatIsNotThereIsAStoreError) {
+TEST_F(Import, OfAMissingFileIsAStoreError) {
     const Outcome outcome = tarnctl({"import", "--store", copy, directory / "none.xml"});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_TRUE(has(outcome.err, "none.xml: No such file")) << outcome.err;

@@ -10,7 +10,7 @@ namespace {
 
 using Insert = WithStore;
 
-TEST_F(Insert, PutsARecordIn) {
+TEST_F(Insert, InsertsARecord) {
     const Outcome outcome = on_store({"insert", "ldap_conn", "sname=new.example", "num_conns=3"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "");
@@ -28,7 +28,7 @@ TEST_F(Insert, TakesTenantAndSource) {
     EXPECT_EQ(connections(store, "b.example"), 2U);
 }
 
-TEST_F(Insert, TellsInJsonWhatWasDone) {
+TEST_F(Insert, ReportsInJson) {
     const Outcome outcome = on_store({"insert", "aaa_servers", "sname=radius2", "status=dead",
                                       "aaa_authen.requests=0x10", "minute[5]=7", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -74,7 +74,7 @@ TEST_F(Insert, NamesTheKeyFieldThatIsMissing) {
         << outcome.err;
 }
 
-TEST_F(Insert, MakesATableOnlyIfToldTo) {
+TEST_F(Insert, CreatesATableOnlyOnRequest) {
     const Outcome refused = on_store({"insert", "ldap_conn:other", "sname=x", "num_conns=1"});
     EXPECT_EQ(refused.exit_code, 1);
     EXPECT_EQ(refused.err, "tarnctl: " + store +
@@ -89,7 +89,7 @@ TEST_F(Insert, MakesATableOnlyIfToldTo) {
     EXPECT_EQ(connections(store, "a=b [c,d]", 1, 0, "other"), 1U);
 }
 
-TEST_F(Insert, UpdatesTheRecordThatIsThereIfToldTo) {
+TEST_F(Insert, UpdatesAnExistingRecordOnRequest) {
     EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=a.example", "num_conns=9"}).exit_code, 3);
     for (const char *word : {"num_conns=9", "num_conns+=1"}) {
         const Outcome outcome =
@@ -131,7 +131,7 @@ TEST_F(Insert, TakesAWholeArray) {
         << short_one.err;
 }
 
-TEST_F(Insert, RefusesAKeyThatIsThere) {
+TEST_F(Insert, RefusesAnExistingKey) {
     const Outcome outcome = on_store({"insert", "ldap_conn", "sname=a.example"});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_EQ(outcome.err,
@@ -141,7 +141,7 @@ TEST_F(Insert, RefusesAKeyThatIsThere) {
     EXPECT_EQ(connection_records(store), 5U);
 }
 
-TEST_F(Insert, RefusesWordsThatAreNoFields) {
+TEST_F(Insert, RefusesUnknownFields) {
     const Outcome word = on_store({"insert", "ldap_conn", "a.example"});
     EXPECT_EQ(word.exit_code, 2);
     EXPECT_NE(word.err.find("expected FIELD=VALUE, not `a.example`"), std::string::npos);
@@ -159,7 +159,7 @@ TEST_F(Insert, RefusesWordsThatAreNoFields) {
     EXPECT_NE(none.err.find("TABLE is missing"), std::string::npos) << none.err;
 }
 
-TEST_F(Insert, RefusesValuesThatAreNone) {
+TEST_F(Insert, RefusesInvalidValues) {
     const std::string before = example_test::read_file(store);
     const Outcome number = on_store({"insert", "ldap_conn", "sname=x", "num_conns=many"});
     EXPECT_EQ(number.exit_code, 2);
@@ -171,7 +171,7 @@ TEST_F(Insert, RefusesValuesThatAreNone) {
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 
-TEST_F(Insert, OnTrialLeavesTheStoreByteForByte) {
+TEST_F(Insert, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = example_test::read_file(store);
     const Outcome outcome =
         on_store({"insert", "ldap_conn:new_table", "sname=x", "num_conns=3", "--create", "-n"});
@@ -184,7 +184,7 @@ TEST_F(Insert, OnTrialLeavesTheStoreByteForByte) {
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 
-TEST_F(Insert, InAStoreThatIsNoneIsAStoreError) {
+TEST_F(Insert, IntoAFileThatIsNoStoreIsAStoreError) {
     example_test::write_file(store, "no store");
     const Outcome outcome = on_store({"insert", "ldap_conn", "sname=x"});
     EXPECT_EQ(outcome.exit_code, 4);
@@ -193,7 +193,7 @@ TEST_F(Insert, InAStoreThatIsNoneIsAStoreError) {
 }
 
 // An insert through a handle without a replication engine would be missing in the stream.
-TEST_F(Insert, InAReplicatedTableReachesTheStream) {
+TEST_F(Insert, IntoAReplicatedTableAddsAFrame) {
     with_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
         kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);

@@ -85,7 +85,7 @@ TEST_F(Library, WithoutAManifestIsBadData) {
     EXPECT_EQ(tarnctl({"manifest", changed}).exit_code, 3);
 }
 
-TEST_F(Library, ThatIsNotThereIsAStoreError) {
+TEST_F(Library, ThatIsMissingIsAStoreError) {
     const Outcome none = tarnctl({"manifest", directory / "none.so"});
     EXPECT_EQ(none.exit_code, 4);
     EXPECT_NE(none.err.find("none.so: No such file"), std::string::npos) << none.err;
@@ -102,7 +102,7 @@ TEST_F(Library, WithABrokenManifestIsBadData) {
 }
 
 // The section table is at the end of the file, and the manifest is near it.
-TEST_F(Library, CutShortOrDamagedIsAnErrorAndNoCrash) {
+TEST_F(Library, TruncatedOrDamagedIsAnErrorAndNoCrash) {
     const std::string &whole = bytes();
     for (const std::size_t length : {std::size_t{4}, std::size_t{16}, std::size_t{63},
                                      std::size_t{64}, whole.size() / 2, whole.size() - 1}) {

@@ -57,7 +57,7 @@ TEST(Manifest, IsReadWithItsItemsAndItsBuildNote) {
     EXPECT_EQ(manifest.build, (std::vector<std::string>{"sample", "built by: me"}));
 }
 
-TEST(Manifest, ThatIsBrokenIsRefusedWithItsLine) {
+TEST(Manifest, ThatIsBrokenIsRefusedNamingItsLine) {
     const std::string begin = "x.so: the schema manifest can't be read: ";
     EXPECT_EQ(failure_of(""), begin + "the section holds none");
     EXPECT_EQ(failure_of(record(1, "note")), begin + "the section holds none");
@@ -101,7 +101,7 @@ TEST(Manifest, OfThisProgramIsTheSameAsItself) {
     }
 }
 
-TEST(Manifest, TellsEachDifferenceOfAnItem) {
+TEST(Manifest, ReportsEachDifferenceOfAnItem) {
     Manifest manifest = tarnctl::own_manifest();
     ManifestItem &changed = manifest.items[0];
     changed.size += 8;

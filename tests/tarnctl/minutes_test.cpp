@@ -20,7 +20,7 @@ std::vector<std::string> lines_of(const std::string &text) {
     return lines;
 }
 
-TEST_F(Minutes, AreALineOfBarsWithHoursAndNumbersBelow) {
+TEST_F(Minutes, ArePrintedAsBarsWithHoursAndNumbersBelow) {
     const Outcome outcome = on_store({"minutes", "aaa_servers", "radius1"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     const auto lines = lines_of(outcome.out);
@@ -29,7 +29,7 @@ TEST_F(Minutes, AreALineOfBarsWithHoursAndNumbersBelow) {
     EXPECT_EQ(lines[3], "low 0 at 00:00, high 59 at 00:59, average 29.5");
 }
 
-TEST_F(Minutes, AreAFieldOfARowAnHour) {
+TEST_F(Minutes, ArePrintedWithOneRowPerHour) {
     const Outcome outcome = on_store({"minutes", "aaa_servers", "radius1", "--as", "heatmap"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     const auto lines = lines_of(outcome.out);
@@ -38,7 +38,7 @@ TEST_F(Minutes, AreAFieldOfARowAnHour) {
     EXPECT_EQ(lines[25].substr(0, 2), "23");
 }
 
-TEST_F(Minutes, AreAPictureWithTitleAndAxes) {
+TEST_F(Minutes, AreDrawnWithTitleAndAxes) {
     const std::string svg = directory / "day.svg";
     EXPECT_EQ(on_store({"minutes", "aaa_servers", "radius1", "-o", svg}).exit_code, 0);
     const std::string text = example_test::read_file(svg);
@@ -58,7 +58,7 @@ TEST_F(Minutes, AreAPictureWithTitleAndAxes) {
     EXPECT_EQ(bytes.substr(16, 8), std::string("\0\0\x01\x90\0\0\0\xc8", 8));
 }
 
-TEST_F(Minutes, AreNumbersInJson) {
+TEST_F(Minutes, ArePrintedAsNumbersInJson) {
     const Outcome outcome = on_store({"minutes", "aaa_servers", "radius1", "--json"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     const auto json = nlohmann::json::parse(outcome.out);
@@ -68,7 +68,7 @@ TEST_F(Minutes, AreNumbersInJson) {
     EXPECT_EQ(json["average"], 29.5);
 }
 
-TEST_F(Minutes, OfARecordOrATableThatHasNoneAreRefused) {
+TEST_F(Minutes, OfARecordOrATableWithoutAreRefused) {
     const Outcome record = on_store({"minutes", "aaa_servers", "radius2"});
     EXPECT_EQ(record.exit_code, 1);
     EXPECT_TRUE(holds(record.err, "tbl_aaa_servers:aaa holds no record radius2")) << record.err;
@@ -83,14 +83,14 @@ TEST_F(Minutes, OfARecordOrATableThatHasNoneAreRefused) {
     EXPECT_EQ(on_store({"minutes", "aaa_servers", "radius1", "--size", "9x9"}).exit_code, 2);
 }
 
-TEST_F(Minutes, ThatCantBeWrittenAreAnErrorThatNamesTheFile) {
+TEST_F(Minutes, ThatCannotBeWrittenAreAnErrorThatNamesTheFile) {
     const Outcome outcome =
         on_store({"minutes", "aaa_servers", "radius1", "-o", directory / "no/such.svg"});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_TRUE(holds(outcome.err, "no/such.svg: No such file")) << outcome.err;
 }
 
-TEST_F(Minutes, AreNoPictureWithASuffixThatTellsNone) {
+TEST_F(Minutes, AreNotDrawnToAFileWithAnUnknownSuffix) {
     const std::string path = directory / "day.foo";
     const Outcome outcome = on_store({"minutes", "aaa_servers", "radius1", "-o", path});
     EXPECT_EQ(outcome.exit_code, 2);

@@ -4,7 +4,7 @@
 namespace tarnctl_test {
 namespace {
 
-TEST(Program, TellsItsVersionAndItsCommands) {
+TEST(Program, PrintsItsVersionAndItsCommands) {
     const Outcome version = tarnctl({"--version"});
     EXPECT_EQ(version.exit_code, 0);
     EXPECT_EQ(version.out.substr(0, 8), "tarnctl ");
@@ -16,7 +16,7 @@ TEST(Program, TellsItsVersionAndItsCommands) {
     EXPECT_EQ(help.err, "");
 }
 
-TEST(Program, NamesTheCommandThatMayHaveBeenMeant) {
+TEST(Program, SuggestsASimilarCommand) {
     const Outcome outcome = tarnctl({"shwo", "ldap_conn"});
     EXPECT_EQ(outcome.exit_code, 2);
     EXPECT_EQ(outcome.err,
@@ -24,7 +24,7 @@ TEST(Program, NamesTheCommandThatMayHaveBeenMeant) {
     EXPECT_EQ(outcome.out, "");
 }
 
-TEST(Program, TellsWhatIsWrongWithArgumentsAndWhereHelpIs) {
+TEST(Program, ReportsInvalidArgumentsAndRefersToTheHelp) {
     const Outcome missing = tarnctl({"show"});
     EXPECT_EQ(missing.exit_code, 2);
     EXPECT_EQ(missing.err.substr(0, 9), "tarnctl: ");
@@ -34,7 +34,7 @@ TEST(Program, TellsWhatIsWrongWithArgumentsAndWhereHelpIs) {
     EXPECT_NE(none.err.find("Try `tarnctl --help`."), std::string::npos) << none.err;
 }
 
-TEST(Program, PrintsTheHelpOfACommandThatIsNamed) {
+TEST(Program, PrintsTheHelpOfACommand) {
     const Outcome help = tarnctl({"help", "show"});
     EXPECT_EQ(help.exit_code, 0);
     EXPECT_EQ(help.out, tarnctl({"show", "--help"}).out);
@@ -46,7 +46,7 @@ TEST(Program, PrintsTheHelpOfACommandThatIsNamed) {
               "tarnctl: no command `shwo`; did you mean `show`?\nTry `tarnctl --help`.\n");
 }
 
-TEST_F(WithStore, GetsArgumentsWhoseValuesCantBeReadAsUsageErrors) {
+TEST_F(WithStore, ReportsInvalidArgumentValuesAsUsageErrors) {
     const std::vector<std::vector<std::string>> wrong = {
         {"show", "ldap_conn", "--where", "num_conns=abc"},
         {"find", "ldap_conn", "num_conns>-1"},

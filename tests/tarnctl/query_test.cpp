@@ -64,7 +64,7 @@ class Query : public testing::Test {
     Instance instance_{};
 };
 
-TEST_F(Query, OfTheWholeKeyLooksAtTheRecordsOfThisKeyAlone) {
+TEST_F(Query, OfTheWholeKeyReadsOnlyTheRecordsOfThatKey) {
     for (const char *condition :
          {"sname=s500", "num_conns>=0 AND (sname='s500' AND num_conns<99999)"}) {
         const Selection found = selected(condition);
@@ -80,7 +80,7 @@ TEST_F(Query, OfTheWholeKeyLooksAtTheRecordsOfThisKeyAlone) {
     EXPECT_EQ(selected("sname=s999").looked_at, 1U);
 }
 
-TEST_F(Query, ThatDoesNotFixTheKeyLooksAtAllRecords) {
+TEST_F(Query, ThatDoesNotFixTheKeyReadsAllRecords) {
     const uint64_t all = servers + 11;
     for (const char *condition : {"sname=s500 OR num_conns=9", "NOT sname=s500", "sname!=s500",
                                   "sname~s500", "num_conns=1"})
@@ -93,7 +93,7 @@ TEST_F(Query, OfACompositeKeyUsesTheIndexWhenAllOfItIsFixed) {
     EXPECT_FALSE(Filter(table, {"if_index=1 AND session_id_in=a"}).key());
 }
 
-TEST_F(Query, BindsAndCloserThanOr) {
+TEST_F(Query, GivesAndPrecedenceOverOr) {
     const ConditionText text = parse_condition("a=1 or b=2 and not (c=3 or d=4)");
     ASSERT_EQ(text.shape, ConditionText::Shape::any);
     ASSERT_EQ(text.parts.size(), 2U);
@@ -121,7 +121,7 @@ TEST_F(Query, ReadsOperandsWithAndWithoutQuotes) {
     EXPECT_TRUE(parse_condition("a:hex=00").comparison.is_hex);
 }
 
-TEST_F(Query, ShowsWhereAConditionIsWrong) {
+TEST_F(Query, ShowsThePositionOfAnErrorInACondition) {
     // A text, and how its error begins.
     const std::pair<std::string, const char *> cases[] = {
         {"num_conns> AND x=1",

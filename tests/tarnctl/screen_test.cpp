@@ -57,7 +57,7 @@ TEST_F(Screens, CountCellsNotBytes) {
     for (const auto &[text, width] : cases) EXPECT_EQ(width_of(text), width) << text;
 }
 
-TEST_F(Screens, CutBetweenCharacters) {
+TEST_F(Screens, TruncateBetweenCharacters) {
     const struct {
         const char *text;
         std::size_t width;
@@ -93,7 +93,7 @@ TEST(Style, EndsAfterTheText) {
     EXPECT_EQ(red("", screen), "");
 }
 
-TEST(Utf8, IsWhatUnicodeAllows) {
+TEST(Utf8, AcceptsWhatUnicodeAllows) {
     for (const char *text : {"", "a\u00e9\u65e5\U0001f600"}) EXPECT_TRUE(is_utf8(text)) << text;
     for (const char *bytes :
          {"\x80", "\xe6\x97", "\xe0\x80\x80", "\xf4\x90\x80\x80", "\xf8\x88\x80\x80\x80"})
@@ -102,24 +102,24 @@ TEST(Utf8, IsWhatUnicodeAllows) {
     EXPECT_EQ(first_utf8("\u65e5x").length, 3U);
 }
 
-TEST(Utf8, EscapesWhatWouldLeaveItsLine) {
+TEST(Utf8, EscapesLineBreaks) {
     EXPECT_EQ(one_line("a\nb\x7f\x80"), "a\\x0ab\\x7f\\x80");
     EXPECT_EQ(one_line("\u00e9\\"), "\u00e9\\");
 }
 
-TEST(Progress, TellsCountAndRateOfAnUnknownTotal) {
+TEST(Progress, ShowsCountAndRateOfAnUnknownTotal) {
     EXPECT_EQ(progress_text("records", 300, 0, 2), "300 records, 150/s");
     EXPECT_EQ(progress_text("records", 0, 0, 0), "0 records, 0/s");
 }
 
-TEST(Progress, TellsShareAndTimeLeftOfAKnownTotal) {
+TEST(Progress, ShowsPercentageAndTimeLeftOfAKnownTotal) {
     EXPECT_EQ(progress_text("records", 300, 1200, 2), "300 records, 150/s, 25 %, 0:06 left");
     EXPECT_EQ(progress_text("bytes", 10, 6010, 1), "10 bytes, 10/s, 0 %, 10:00 left");
     EXPECT_EQ(progress_text("bytes", 1, 3726, 1), "1 bytes, 1/s, 0 %, 1:02:05 left");
     EXPECT_EQ(progress_text("records", 0, 10, 2), "0 records, 0/s, 0 %");
 }
 
-TEST(Progress, TellsNoShareBeyondTheTotal) {
+TEST(Progress, ShowsNoPercentageAbove100) {
     EXPECT_EQ(progress_text("records", 30, 20, 2), "30 records, 15/s");
 }
 

@@ -55,7 +55,7 @@ TEST_F(Set, TakesTheValuesOfAKeyStructureInItsOrder) {
     EXPECT_NE(many.err.find("`b.example` is one more"), std::string::npos) << many.err;
 }
 
-TEST_F(Set, ReachesInnerFieldsElementsAndEnumerators) {
+TEST_F(Set, ChangesNestedFieldsElementsAndEnumerators) {
     const Outcome outcome = on_store({"set", "aaa_servers", "radius1", "status=dead",
                                       "aaa_authen.requests=6", "minute[5]=200", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -78,7 +78,7 @@ TEST_F(Set, CountsOnlyWhatChanges) {
     EXPECT_EQ(again.out, "no record changed\n");
 }
 
-TEST_F(Set, ChangesAllRecordsThatFulfilConditions) {
+TEST_F(Set, ChangesAllRecordsThatMatchConditions) {
     const Outcome outcome = on_store({"set", "ldap_conn", "--where", "num_conns>1", "--where",
                                       "sname=b.example", "num_conns=9"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -120,7 +120,7 @@ TEST_F(Set, RefusesToChangeAKey) {
     }
 }
 
-TEST_F(Set, RefusesWhatDoesNotGoTogether) {
+TEST_F(Set, RefusesConflictingArguments) {
     const std::vector<std::string> cases[] = {
         {"a.example"},
         {"a.example", "--all", "num_conns=1"},
@@ -134,7 +134,7 @@ TEST_F(Set, RefusesWhatDoesNotGoTogether) {
     EXPECT_EQ(connections(store, "a.example"), 1U);
 }
 
-TEST_F(Set, TellsThatARecordIsTooOldForAField) {
+TEST_F(Set, ReportsThatARecordIsTooOldForAField) {
     with_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
         kel_handle_set_variant(handle, &_st_aaa_servers_type_info_internal, 0);
@@ -162,7 +162,7 @@ TEST_F(Set, TellsThatARecordIsTooOldForAField) {
         << outcome.err;
 }
 
-TEST_F(Set, OfARecordThatIsNotThereIsNoErrorIfToldSo) {
+TEST_F(Set, OfAMissingRecordIsNoErrorOnRequest) {
     for (const std::vector<std::string> &chosen :
          std::vector<std::vector<std::string>>{{"ldap_conn", "gone.example"},
                                                {"ldap_conn", "--where", "num_conns=99"},
@@ -205,7 +205,7 @@ TEST_F(Set, RefusesASumThatTheFieldCannotHold) {
     EXPECT_EQ(connections(store, "a.example"), 1U);
 }
 
-TEST_F(Set, OnTrialLeavesTheStoreByteForByte) {
+TEST_F(Set, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = example_test::read_file(store);
     const Outcome outcome = on_store({"set", "ldap_conn", "a.example", "num_conns=9", "-n"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -215,7 +215,7 @@ TEST_F(Set, OnTrialLeavesTheStoreByteForByte) {
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 
-TEST_F(Set, WhileATransactionIsOpenEndsAsBusy) {
+TEST_F(Set, WhileATransactionIsOpenFailsAsBusy) {
     with_store(store, [&](kel_handle *handle) {
         uint32_t tx_id = 0;
         ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);

@@ -64,7 +64,7 @@ TEST_F(Show, PrintsTheRecordsOfAllTenantsAndSourcesInKeyOrder) {
               "     9       1  c.example                  3\n");
 }
 
-TEST_F(Show, LeavesTenantAndSourceOutWhereTheyTellNothing) {
+TEST_F(Show, OmitsTenantAndSourceIfTheyAreDefaults) {
     EXPECT_EQ(shown({"ldap_conn:ldap", "--tenant", "0", "--source", "1"}),
               "sname              num_conns\n"
               "a.example                  1\n"
@@ -83,7 +83,7 @@ TEST_F(Show, ChoosesBySource) {
               "sname      num_conns\nb.example         20\n");
 }
 
-TEST_F(Show, HidesShadowsUnlessTheyAreAskedFor) {
+TEST_F(Show, HidesShadowsByDefault) {
     EXPECT_EQ(shown({"ldap_conn:rare", "--columns", "sname"}), "sname\nplain\nwaits\n");
     EXPECT_EQ(shown({"ldap_conn:rare", "--columns", "sname,source", "--shadows"}),
               "sname   source\nplain        1\nwaits        1\nshadow     255\n");
@@ -91,7 +91,7 @@ TEST_F(Show, HidesShadowsUnlessTheyAreAskedFor) {
               "sname\nshadow\n");
 }
 
-TEST_F(Show, TellsPendingRecordsApart) {
+TEST_F(Show, MarksPendingRecords) {
     EXPECT_EQ(shown({"ldap_conn:rare"}),
               "pending  sname  num_conns\n"
               "false    plain          0\n"
@@ -106,7 +106,7 @@ TEST_F(Show, TakesConditions) {
               "num_conns\n        2\n        3\n");
 }
 
-TEST_F(Show, CutsOutAPartFromEitherEnd) {
+TEST_F(Show, ShowsAPartFromEitherEnd) {
     EXPECT_EQ(shown({"ldap_conn:ldap", "--limit", "2", "--columns", "num_conns"}),
               "num_conns\n        1\n        2\n");
     EXPECT_EQ(shown({"ldap_conn:ldap", "--offset", "1", "-l", "2", "--columns", "num_conns"}),
@@ -116,25 +116,25 @@ TEST_F(Show, CutsOutAPartFromEitherEnd) {
     EXPECT_EQ(shown({"ldap_conn:ldap", "--offset", "99", "--columns", "num_conns"}), "num_conns\n");
 }
 
-TEST_F(Show, TakesAStructureForAllThatItHolds) {
+TEST_F(Show, ExpandsAStructureToItsFields) {
     const std::string out = shown({"aaa_servers", "--columns", "sname,aaa_authen"});
     EXPECT_EQ(out.find("sname    aaa_authen.requests"), 0U) << out;
     EXPECT_NE(out.find("\nradius1                    5"), std::string::npos) << out;
 }
 
-TEST_F(Show, TellsOfAnArrayHowLongItIsAndShowsSingleElements) {
+TEST_F(Show, ShowsTheLengthOfAnArrayAndSingleElements) {
     EXPECT_EQ(shown({"aaa_servers", "--columns", "minute,minute[61]"}),
               "minute       minute[61]\n1440 values           1\n");
 }
 
-TEST_F(Show, PutsTheColumnsOfAKeyStructureInFront) {
+TEST_F(Show, PutsTheColumnsOfAKeyStructureFirst) {
     const std::string out = shown({"pexSessionEntry_op"});
     EXPECT_EQ(out.find("if_index  session_id_in  searchtype"), 0U) << out;
     EXPECT_NE(out.find("192.0.2.1"), std::string::npos);
     EXPECT_NE(out.find("2001:db8::1"), std::string::npos);
 }
 
-TEST_F(Show, CutsNothingInAPipe) {
+TEST_F(Show, TruncatesNothingInAPipe) {
     const std::string out = shown({"aaa_servers"});
     EXPECT_NE(out.find("radius_dtls_stats"), std::string::npos);
     EXPECT_EQ(out.find("..."), std::string::npos);
@@ -142,12 +142,12 @@ TEST_F(Show, CutsNothingInAPipe) {
     EXPECT_EQ(shown({"aaa_servers", "--color", "auto"}), out);
 }
 
-TEST_F(Show, ColoursAPipeWhereThatIsAskedFor) {
+TEST_F(Show, ColoursAPipeOnRequest) {
     EXPECT_EQ(shown({"ldap_conn:rare", "--no-pending", "--columns", "sname", "--color", "always"}),
               "\x1b[1msname\x1b[0m\nplain\n");
 }
 
-TEST_F(Show, PrintsAFieldALine) {
+TEST_F(Show, PrintsOneFieldPerLine) {
     EXPECT_EQ(shown({"ldap_conn:ldap", "--format", "list", "--limit", "2", "--columns",
                      "sname,num_conns"}),
               "sname      a.example\nnum_conns  1\n\nsname      b.example\nnum_conns  2\n");
@@ -215,7 +215,7 @@ TEST_F(Show, EscapesControlCharactersInATable) {
     EXPECT_EQ(shown({"ldap_conn:odd", "--columns", "sname"}), "sname\na\\x0ab\\x1b[2J\n");
 }
 
-TEST_F(Show, TakesAStarForAllColumns) {
+TEST_F(Show, AcceptsAStarForAllColumns) {
     const std::string expected = "tenant,source,sname,num_conns\r\n0,5,b.example,20\r\n";
     EXPECT_EQ(shown({"ldap_conn:ldap", "-f", "csv", "--source", "5", "-c", "*"}), expected);
     EXPECT_EQ(shown({"ldap_conn:ldap", "-f", "csv", "--source", "5", "-c", "all"}), expected);
@@ -261,13 +261,13 @@ TEST_F(Show, NamesATableThatDoesNotExistAndTheNearest) {
     EXPECT_EQ(outcome.out, "");
 }
 
-TEST_F(Show, AnswersWithOneForATableThatTheStoreDoesNotHold) {
+TEST_F(Show, ExitsWithOneForATableThatTheStoreDoesNotHave) {
     const Outcome outcome = on_store({"show", "ldap_stats"});
     EXPECT_EQ(outcome.exit_code, 1);
     EXPECT_NE(outcome.err.find("tbl_ldap_stats"), std::string::npos) << outcome.err;
 }
 
-TEST_F(Show, AsksWhichOfSeveralTablesIsMeant) {
+TEST_F(Show, RefusesAnAmbiguousTable) {
     const Outcome outcome = on_store({"show", "ldap_conn"});
     EXPECT_EQ(outcome.exit_code, 2);
     EXPECT_NE(outcome.err.find("`tbl_ldap_conn:ldap`"), std::string::npos) << outcome.err;
@@ -281,7 +281,7 @@ TEST_F(Show, NamesAColumnThatDoesNotExistAndTheNearest) {
               "tarnctl: no field of tbl_ldap_conn `num_conn`; did you mean `num_conns`?\n");
 }
 
-TEST_F(Show, ChoosesNoColumnsOfWholeForms) {
+TEST_F(Show, RefusesColumnsOfWholeForms) {
     for (const char *form : {"text", "xml"}) {
         const Outcome outcome =
             on_store({"show", "ldap_conn:ldap", "--format", form, "--columns", "sname"});
@@ -291,7 +291,7 @@ TEST_F(Show, ChoosesNoColumnsOfWholeForms) {
     }
 }
 
-TEST_F(Show, RefusesOptionsThatContradictOrCannotBeRead) {
+TEST_F(Show, RefusesConflictingOrInvalidOptions) {
     const std::vector<std::vector<std::string>> wrong = {
         {"--pending", "--no-pending"},
         {"--format", "html"},
@@ -327,7 +327,7 @@ TEST_F(Show, NamesAStoreThatCannotBeOpened) {
 }
 
 // The library's trace of the refusal would repeat it.
-TEST_F(Show, SaysOnceWhatXmlCantCarry) {
+TEST_F(Show, ReportsOnceWhatXmlCannotRepresent) {
     ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:odd", "sname=a\x01"}).exit_code, 0);
     for (const std::vector<std::string> &words :
          {std::vector<std::string>{"show", "ldap_conn:odd", "--format", "xml"},

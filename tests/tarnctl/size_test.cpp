@@ -16,13 +16,13 @@ TEST(Size, IsReadInPowersOf1024) {
     EXPECT_EQ(parse_size("16777215T"), uint64_t{16777215} << 40);
 }
 
-TEST(Size, ThatIsNoneOrTooLargeIsRefused) {
+TEST(Size, ThatIsInvalidOrTooLargeIsRefused) {
     for (const char *bad :
          {"", "K", "1KB", "1k", "1.5G", "-1", " 1", "16777216T", "18446744073709551616"})
         EXPECT_EQ(parse_size(bad), std::nullopt) << bad;
 }
 
-TEST(Size, IsShownInTheUnitThatSuitsIt) {
+TEST(Size, IsShownInAMatchingUnit) {
     EXPECT_EQ(size_text(0), "0 bytes");
     EXPECT_EQ(size_text(1), "1 byte");
     EXPECT_EQ(size_text(1023), "1023 bytes");

@@ -21,7 +21,7 @@ class Store : public WithStore {
     }
 };
 
-TEST_F(Store, IsMadeWithTheCapacityAndAtTheAddressThatAreAskedFor) {
+TEST_F(Store, IsCreatedWithTheGivenCapacityAndAddress) {
     const Outcome outcome =
         tarnctl({"store", "create", made, "--capacity", "512M", "--base", "0x7d0000000000"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -33,7 +33,7 @@ TEST_F(Store, IsMadeWithTheCapacityAndAtTheAddressThatAreAskedFor) {
     EXPECT_TRUE(told["tables"].empty());
 }
 
-TEST_F(Store, TakesTheDescriptorsOfAllTypesAtOnceWhereThatIsAskedFor) {
+TEST_F(Store, GetsTheDescriptorsOfAllTypesAtOnceOnRequest) {
     ASSERT_EQ(tarnctl({"store", "create", "--capacity", "64M", "--types", made}).exit_code, 0);
     // 61 structures, 20 enumerations, 45 tables and their records.
     EXPECT_EQ(info(made)["types"], 61 + 20 + 2 * 45);
@@ -58,7 +58,7 @@ TEST_F(Store, BaseIsAnAddressOfAPage) {
     }
 }
 
-TEST_F(Store, ThatIsThereIsNotMadeAgain) {
+TEST_F(Store, ThatExistsIsNotCreatedAgain) {
     const std::string before = example_test::read_file(store);
     const Outcome outcome = tarnctl({"store", "create", store});
     EXPECT_EQ(outcome.exit_code, 4);
@@ -66,7 +66,7 @@ TEST_F(Store, ThatIsThereIsNotMadeAgain) {
     EXPECT_EQ(example_test::read_file(store), before);
 }
 
-TEST_F(Store, TellsItsSizeFillTransactionsAndTables) {
+TEST_F(Store, ShowsItsSizeFillTransactionsAndTables) {
     const json told = info(store);
     struct stat status {};
     ASSERT_EQ(stat(store.c_str(), &status), 0);
@@ -86,7 +86,7 @@ TEST_F(Store, TellsItsSizeFillTransactionsAndTables) {
     EXPECT_TRUE(found);
 }
 
-TEST_F(Store, TellsTheSameToAReader) {
+TEST_F(Store, ShowsTheSameToAReader) {
     const Outcome outcome = on_store({"store", "info"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     for (const char *part : {"capacity", "in use", "base address", "0 open, 0 committed",
@@ -94,7 +94,7 @@ TEST_F(Store, TellsTheSameToAReader) {
         EXPECT_NE(outcome.out.find(part), std::string::npos) << part << "\n" << outcome.out;
 }
 
-TEST_F(Store, ThatIsNoneIsAStoreError) {
+TEST_F(Store, ThatIsInvalidIsAStoreError) {
     EXPECT_EQ(tarnctl({"store", "info", directory / "none"}).exit_code, 4);
     example_test::write_file(made, "no store");
     const Outcome outcome = tarnctl({"store", "info", made});

@@ -10,7 +10,7 @@ namespace {
 using cli::edit_distance;
 using cli::nearest;
 
-TEST(Suggestion, CountsInsertionsLossesReplacementsAndSwaps) {
+TEST(Suggestion, CountsInsertionsDeletionsReplacementsAndSwaps) {
     const struct {
         const char *a;
         const char *b;
@@ -21,7 +21,7 @@ TEST(Suggestion, CountsInsertionsLossesReplacementsAndSwaps) {
         EXPECT_EQ(edit_distance(each.a, each.b), each.distance) << each.b;
 }
 
-TEST(Suggestion, IsTheNearestNameAndNoneWhereAllAreFar) {
+TEST(Suggestion, IsTheNearestNameOrNoneIfAllAreFar) {
     const std::vector<std::string_view> known{"sname", "tbl_ldap_stats", "tbl_ldap_conn",
                                               "num_conns"};
     EXPECT_EQ(nearest("tbl_ldap_con", known), "tbl_ldap_conn");

@@ -33,7 +33,7 @@ TEST_F(TableCommand, ListsTheTablesOfTheStore) {
     EXPECT_TRUE(holds(table({"list"}).out, "tbl_ldap_conn:ldap"));
 }
 
-TEST_F(TableCommand, MakesATableOnce) {
+TEST_F(TableCommand, CreatesATableOnce) {
     const Outcome first = table({"create", "ldap_conn:backup"});
     EXPECT_EQ(first.exit_code, 0) << first.err;
     EXPECT_EQ(first.out, "tbl_ldap_conn:backup made\n");
@@ -43,7 +43,7 @@ TEST_F(TableCommand, MakesATableOnce) {
     EXPECT_TRUE(holds(table({"list"}).out, "tbl_ldap_conn:backup"));
 }
 
-TEST_F(TableCommand, MakesATableUnderTheNameThatTheDaemonsUse) {
+TEST_F(TableCommand, CreatesATableWithTheNameThatTheDaemonsUse) {
     EXPECT_EQ(made("ldap_conn"), "tbl_ldap_conn:ldap made\n");
     EXPECT_EQ(made("ldap_stats"), "tbl_ldap_stats:ldap made\n");
     EXPECT_EQ(made("radius_stats"), "tbl_radius_stats:dot1x made\n");
@@ -71,7 +71,7 @@ TEST_F(TableCommand, DropsAnEmptyTable) {
     EXPECT_EQ(connection_records(store), 5U);
 }
 
-TEST_F(TableCommand, OnTrialLeavesTheStoreByteForByte) {
+TEST_F(TableCommand, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = example_test::read_file(store);
     EXPECT_EQ(table({"create", "ldap_conn:backup", "-n"}).out,
               "tbl_ldap_conn:backup would be made\n");
@@ -95,7 +95,7 @@ TEST_F(TableCommand, PrintsNoControlBytesOfANameOrAKey) {
     EXPECT_EQ(table({"drop", "--force", odd}).out, shown + " dropped, with 1 record\n");
 }
 
-TEST_F(TableCommand, MakesNoTableWithAnEmptyName) {
+TEST_F(TableCommand, CreatesNoTableWithAnEmptyName) {
     const std::string text = "tarnctl: `tbl_ldap_conn:`: expected a name after `:`\n";
     const Outcome outcome = table({"create", "ldap_conn:"});
     EXPECT_EQ(outcome.exit_code, 2);

@@ -75,7 +75,7 @@ TEST_F(Tables, OfAStoreAreListedWithTheirInstances) {
     EXPECT_NE(outcome.out.find("tbl_ldap_stats"), std::string::npos);
 }
 
-TEST_F(Tables, ThatAreOpenAreListedAlone) {
+TEST_F(Tables, ThatAreOpenAreListedOnTheirOwn) {
     const Outcome outcome = on_store({"tables", "--open"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(lines(outcome.out), 6U) << outcome.out;

@@ -38,7 +38,7 @@ TEST_F(OnTerminal, ATableHasColouredTitlesAndACount) {
     EXPECT_EQ(outcome.written, "\x1b[1msname\x1b[0m\nc.example\n\x1b[2m1 record\x1b[0m\n");
 }
 
-TEST_F(OnTerminal, NothingIsColouredWhereThatIsUnwanted) {
+TEST_F(OnTerminal, NothingIsColouredIfColoursAreOff) {
     const std::vector<std::string> show = {"show", "ldap_conn", "--tenant", "9", "-c", "sname"};
     const std::string expected = "sname\nc.example\n1 record\n";
     EXPECT_EQ(seen(show, {80, "C.UTF-8", {{"NO_COLOR", "1"}}}).written, expected);
@@ -48,13 +48,13 @@ TEST_F(OnTerminal, NothingIsColouredWhereThatIsUnwanted) {
         expected);
 }
 
-TEST_F(OnTerminal, TheListOfTablesSaysHowManyColumnsAreHidden) {
+TEST_F(OnTerminal, TheListOfTablesShowsHowManyColumnsAreHidden) {
     const std::string written = plain({"tables", "ldap_*"}, {60, "C.UTF-8", {}}).written;
     EXPECT_LE(widest(written), 60U);
     EXPECT_TRUE(holds(written, " hidden: --json or a wider screen shows them\n")) << written;
 }
 
-TEST_F(OnTerminal, ATableFitsItsWidthByLeavingColumnsOut) {
+TEST_F(OnTerminal, ATableOmitsColumnsToFitTheWidth) {
     const std::string narrow = plain({"show", "aaa_servers"}, {80, "C.UTF-8", {}}).written;
     EXPECT_LE(widest(narrow), 80U);
     EXPECT_TRUE(holds(narrow, "radius1"));
@@ -65,14 +65,14 @@ TEST_F(OnTerminal, ATableFitsItsWidthByLeavingColumnsOut) {
     EXPECT_GT(widest(wide), widest(narrow));
 }
 
-TEST_F(OnTerminal, ATablePrefersTheColumnsThatTellSomething) {
+TEST_F(OnTerminal, ATablePrefersColumnsWithInformation) {
     const std::string out = plain({"show", "aaa_servers"}, {100, "C.UTF-8", {}}).written;
     EXPECT_TRUE(holds(out, "aaa_authen.requests")) << out;
     EXPECT_TRUE(holds(out, "SHOW_AAA_SERVER_ALIVE")) << out;
     EXPECT_TRUE(holds(out, "1440 values")) << out;
 }
 
-TEST_F(OnTerminal, ATableWhoseRowsHaveNoPlaceIsAList) {
+TEST_F(OnTerminal, ATableWhoseRowsDoNotFitIsAList) {
     const Terminal narrow{24, "C.UTF-8", {}};
     const std::string out = plain({"show", "aaa_servers"}, narrow).written;
     EXPECT_TRUE(holds(out, "\naaa_authen.requests ")) << out;
@@ -83,7 +83,7 @@ TEST_F(OnTerminal, ATableWhoseRowsHaveNoPlaceIsAList) {
     EXPECT_TRUE(holds(table, " columns hidden")) << table;
 }
 
-TEST_F(OnTerminal, ColumnsThatWereChosenAreCutToFit) {
+TEST_F(OnTerminal, ChosenColumnsAreTruncatedToFit) {
     const std::vector<std::string> show = {"show", "ldap_conn", "-c", "sname,num_conns"};
     EXPECT_TRUE(holds(plain(show, {20, "C.UTF-8", {}}).written, "ldap1.ex\u2026          7\n"));
     EXPECT_TRUE(holds(plain(show, {20, "C", {}}).written, "ldap1....          7\n"));
@@ -95,7 +95,7 @@ TEST_F(OnTerminal, TheEnvironmentsColumnsAreItsWidth) {
     EXPECT_FALSE(holds(plain(show, {80, "C.UTF-8", {{"COLUMNS", "none"}}}).written, "\u2026"));
 }
 
-TEST_F(OnTerminal, LettersBeyondAsciiAreShownWhereTheLocaleHasThem) {
+TEST_F(OnTerminal, LettersBeyondAsciiAreShownIfTheLocaleHasThem) {
     ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:letters", "sname=caf\u00e9"}).exit_code,
               0);
     const std::vector<std::string> show = {"show", "ldap_conn:letters", "-c", "sname"};
@@ -103,7 +103,7 @@ TEST_F(OnTerminal, LettersBeyondAsciiAreShownWhereTheLocaleHasThem) {
     EXPECT_TRUE(holds(plain(show, {80, "C", {}}).written, "caf\\u{e9}\n"));
 }
 
-TEST_F(OnTerminal, DataControlsNothingInAnyForm) {
+TEST_F(OnTerminal, DataIsEscapedInEveryForm) {
     ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:odd", "sname=a\x1b]0;b\x07"}).exit_code,
               0);
     for (const char *form : {"table", "list", "text", "json", "csv"}) {
@@ -128,7 +128,7 @@ TEST_F(OnTerminal, OutputGoesThroughThePager) {
               "> sname\n> c.example\n> 1 record\n");
 }
 
-TEST_F(OnTerminal, NoPagerIsUsedWhereItIsUnwanted) {
+TEST_F(OnTerminal, NoPagerIsUsedIfItIsOff) {
     const std::vector<std::string> show = {"show", "ldap_conn", "--tenant", "9", "-c", "sname"};
     const std::string expected = "sname\nc.example\n1 record\n";
     std::vector<std::string> unpaged = show;
@@ -140,7 +140,7 @@ TEST_F(OnTerminal, NoPagerIsUsedWhereItIsUnwanted) {
               "sname\nc.example\n");
 }
 
-TEST_F(OnTerminal, ErrorsComeBehindWhatThePagerShowed) {
+TEST_F(OnTerminal, ErrorsComeAfterThePagersOutput) {
     const Terminal terminal{80, "C.UTF-8", {{"PAGER", "sed 's/^/> /'"}}};
     const TerminalOutcome outcome =
         plain({"find", "ldap_conn", "num_conns=99", "--format", "csv", "-c", "sname"}, terminal);
@@ -149,7 +149,7 @@ TEST_F(OnTerminal, ErrorsComeBehindWhatThePagerShowed) {
               "> sname\ntarnctl: no such record in tbl_ldap_conn:ldap: `num_conns=99`\n");
 }
 
-TEST_F(OnTerminal, LeavingThePagerEarlyIsNoError) {
+TEST_F(OnTerminal, QuittingThePagerEarlyIsNoError) {
     for (int i = 0; i < 3; ++i)
         ASSERT_EQ(on_store({"insert", "--create", "ldap_conn:many",
                             "sname=" + std::to_string(i) + std::string(100000, 'x')})

@@ -12,7 +12,7 @@ namespace {
 using tarnctl::table_named;
 using tarnctl::usual_name;
 
-TEST(UsualName, IsTheOneUnderWhichTheDaemonsOpenTheirTables) {
+TEST(UsualName, IsTheNameWithWhichTheDaemonsOpenTheirTables) {
     const struct {
         const char *table;
         const char *name;

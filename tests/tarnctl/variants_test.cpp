@@ -41,7 +41,7 @@ TEST_F(Variants, OfAStoreAreCountedInItsOwnDescriptors) {
     for (const json &each : answer["variants"]) EXPECT_GT(each["created"], 0) << each;
 }
 
-TEST_F(Variants, ThatWereNeverUsedAreShownWhereAllAreAskedFor) {
+TEST_F(Variants, ThatWereNeverUsedAreShownOnRequest) {
     const json answer = of(on_store({"variants", "--all", "--json"}));
     EXPECT_EQ(variant(answer, "st_aaa_servers", 0)["created"], 0);
     EXPECT_EQ(variant(answer, "server_state", 0)["kind"], "enum");
@@ -50,7 +50,7 @@ TEST_F(Variants, ThatWereNeverUsedAreShownWhereAllAreAskedFor) {
     EXPECT_EQ(names.size(), 61U + 20U + 2 * 45U);
 }
 
-TEST_F(Variants, OfTheLibraryTellTheLengthsWithoutAStore) {
+TEST_F(Variants, OfTheLibraryShowTheLengthsWithoutAStore) {
     const json answer = of(tarnctl({"variants", "--all", "--json"}));
     EXPECT_EQ(answer["descriptors"], "library");
     EXPECT_EQ(variant(answer, "st_aaa_servers", 0)["used_length"], 1836);
@@ -59,7 +59,7 @@ TEST_F(Variants, OfTheLibraryTellTheLengthsWithoutAStore) {
     EXPECT_NE(tarnctl({"variants"}).out.find("--all"), std::string::npos);
 }
 
-TEST_F(Variants, AreTheLibrarysWhereAStoreKeepsNoDescriptors) {
+TEST_F(Variants, AreTheLibrarysIfAStoreHasNoDescriptors) {
     const std::string plain = directory / "plain.store";
     ASSERT_EQ(tarnctl({"store", "create", plain, "--capacity", "64M"}).exit_code, 0);
     EXPECT_EQ(of(tarnctl({"variants", "--json", "-s", plain}))["descriptors"], "library");

@@ -32,7 +32,7 @@ class Watch : public WithStore {
     }
 };
 
-TEST_F(Watch, TellsWhatAnotherProcessChanges) {
+TEST_F(Watch, ShowsTheChangesOfAnotherProcess) {
     const auto process = watch({"ldap_conn", "--no-time", "--count", "1"});
     change({"set", "ldap_conn", "b.example", "num_conns=8", "--source", "5"});
     const Outcome outcome = process->finish();
@@ -40,7 +40,7 @@ TEST_F(Watch, TellsWhatAnotherProcessChanges) {
     EXPECT_EQ(outcome.out, "~ tbl_ldap_conn:ldap b.example (source 5)\n    num_conns: 20 -> 8\n");
 }
 
-TEST_F(Watch, TellsOfRecordsThatComeAndGo) {
+TEST_F(Watch, ShowsInsertedAndDeletedRecords) {
     const auto process = watch({"ldap_conn", "--no-time", "--count", "3"});
     const Outcome batch = on_store({"set", "-"},
                                    "insert ldap_conn sname=new.example num_conns=3\n"
@@ -56,7 +56,7 @@ TEST_F(Watch, TellsOfRecordsThatComeAndGo) {
     EXPECT_NE(outcome.err.find("tarnctl: 3 changes in"), std::string::npos) << outcome.err;
 }
 
-TEST_F(Watch, TellsOnlyTheElementsThatChanged) {
+TEST_F(Watch, ShowsOnlyTheElementsThatChanged) {
     const auto process = watch({"--all", "--no-time", "--count", "1"});
     change({"set", "aaa_servers", "radius1", "minute[17]=4", "minute[59]=0"});
     const Outcome outcome = process->finish();
@@ -64,7 +64,7 @@ TEST_F(Watch, TellsOnlyTheElementsThatChanged) {
               "~ tbl_aaa_servers:aaa radius1\n    minute[17]: 17 -> 4\n    minute[59]: 59 -> 0\n");
 }
 
-TEST_F(Watch, TellsOneObjectALineInJson) {
+TEST_F(Watch, PrintsOneObjectPerLineInJson) {
     const auto process = watch({"ldap_conn", "aaa_servers", "--json", "--count", "2"});
     const Outcome batch = on_store({"set", "-"},
                                    "set ldap_conn a.example num_conns=4\n"
@@ -87,7 +87,7 @@ TEST_F(Watch, TellsOneObjectALineInJson) {
     EXPECT_FALSE(std::getline(lines, line));
 }
 
-TEST_F(Watch, BeginsEachChangeWithTheTime) {
+TEST_F(Watch, StartsEachChangeWithTheTime) {
     const auto process = watch({"ldap_conn", "--count", "1"});
     change({"set", "ldap_conn", "a.example", "num_conns=8"});
     const Outcome outcome = process->finish();
@@ -96,7 +96,7 @@ TEST_F(Watch, BeginsEachChangeWithTheTime) {
         << outcome.out;
 }
 
-TEST_F(Watch, EndsWellWhenItIsInterrupted) {
+TEST_F(Watch, ExitsWithSuccessWhenItIsInterrupted) {
     for (const int signal : {SIGINT, SIGTERM}) {
         const auto process = watch({"ldap_conn"});
         process->send(signal);
@@ -128,7 +128,7 @@ TEST_F(Watch, SeesChangesOutsideOfTransactions) {
     EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 70\n");
 }
 
-TEST_F(Watch, SeesWhatATransactionDidWhenItIsCommitted) {
+TEST_F(Watch, SeesTheChangesOfATransactionWhenItIsCommitted) {
     const auto process = watch({"--all", "--committed", "--no-time", "--count", "1"});
     with_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
@@ -147,7 +147,7 @@ TEST_F(Watch, SeesWhatATransactionDidWhenItIsCommitted) {
     EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 60\n");
 }
 
-TEST_F(Watch, WaitsForAStoreThatDoesNotRest) {
+TEST_F(Watch, WaitsForABusyStore) {
     with_store(store, [this](kel_handle *handle) {
         uint32_t tx_id = 0;
         ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
@@ -161,13 +161,13 @@ TEST_F(Watch, WaitsForAStoreThatDoesNotRest) {
     });
 }
 
-TEST_F(Watch, SeesATableThatIsMadeLater) {
+TEST_F(Watch, SeesATableThatIsCreatedLater) {
     const auto process = watch({"--all", "--no-time", "--count", "1"});
     change({"insert", "--create", "ldap_conn:fresh", "sname=x"});
     EXPECT_EQ(process->finish().out, "+ tbl_ldap_conn:fresh x\n");
 }
 
-TEST_F(Watch, NeedsTablesThatAreThere) {
+TEST_F(Watch, NeedsExistingTables) {
     EXPECT_EQ(on_store({"watch"}).exit_code, 2);
     EXPECT_EQ(on_store({"watch", "ldap_conn", "--all"}).exit_code, 2);
     EXPECT_EQ(on_store({"watch", "ldap_con"}).exit_code, 2);

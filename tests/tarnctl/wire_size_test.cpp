@@ -27,7 +27,7 @@ TEST(WireSize, OfEveryVariantIsThatOfAnEmptyObject) {
     }
 }
 
-TEST(WireSize, WithStateIsThatOfAnEmptyObjectThatTracksIt) {
+TEST(WireSize, WithStateIsThatOfAnEmptyTrackedObject) {
     for (const tarnctl::Structure *type : catalogue.structures) {
         const tarnctl::Store store = tarnctl::Store::scratch();
         kel_handle_set_state_tracking(store.handle(), KEL_STATE_TRACKING_ON);

@@ -23,12 +23,12 @@ TEST(BatchWords, AreSplitAtBlanksUnlessQuoted) {
     for (const auto &[line, words] : cases) EXPECT_EQ(split_words(line), words) << line;
 }
 
-TEST(BatchWords, MustEndTheirQuotations) {
+TEST(BatchWords, MustCloseTheirQuotes) {
     for (const char *line : {"a 'b", "a \"b\\\"", "a \\"})
         EXPECT_THROW(split_words(line), tarnctl::Failure) << line;
 }
 
-TEST(Assignments, BeginWithThePathOfAField) {
+TEST(Assignments, StartWithThePathOfAField) {
     for (const char *word :
          {"num_conns=3", "aaa_authen.requests=", "minute[5]=x=y", "sname:hex=00"})
         EXPECT_TRUE(tarnctl::is_assignment(word)) << word;
