@@ -18,7 +18,7 @@ TEST(Address, IsReadAndWrittenAsText) {
     EXPECT_EQ(address().to_text(), "");
 }
 
-TEST(Address, TextThatIsNoneIsTold) {
+TEST(Address, InvalidTextIsAnError) {
     for (const char *text : {"", "192.0.2", "192.0.2.256", "ldap1", "2001:db8::1::2"}) {
         const auto read = address::try_parse(text);
         ASSERT_FALSE(read) << text;
@@ -28,7 +28,7 @@ TEST(Address, TextThatIsNoneIsTold) {
                  "'ldap1' is not an IPv4 or IPv6 address");
 }
 
-TEST(Address, KnowsItsFamilyAndBytes) {
+TEST(Address, HasAFamilyAndBytes) {
     const address four = address::parse("192.0.2.7");
     EXPECT_EQ(four.family(), KEL_ADDRESS_IPV4);
     EXPECT_EQ(four.size(), 4U);

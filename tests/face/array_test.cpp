@@ -21,7 +21,7 @@ TEST_F(Array, ElementsAreReadAndSetByTheirIndex) {
     EXPECT_EQ(record.minute(1439), 255);
 }
 
-TEST_F(Array, AnIndexBehindTheEndIsRefused) {
+TEST_F(Array, AnIndexBeyondTheEndIsRefused) {
     EXPECT_EQ(thrown_by([&] { record.set_minute(1440, 1); }).number(),
               static_cast<std::uint32_t>(ENOENT));
     EXPECT_EQ(thrown_by([&] { (void)record.minute(1440); }).number(),

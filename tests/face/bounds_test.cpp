@@ -20,18 +20,18 @@ TEST_F(Bounds, LowerBoundIsTheKeyOrTheNextOne) {
     EXPECT_TRUE(table.lower_bound("ldap6") == table.end());
 }
 
-TEST_F(Bounds, UpperBoundIsBehindTheKey) {
+TEST_F(Bounds, UpperBoundIsAfterTheKey) {
     EXPECT_EQ(table.upper_bound("ldap3")->sname(), "ldap5");
     EXPECT_EQ(table.upper_bound("ldap4")->sname(), "ldap5");
     EXPECT_TRUE(table.upper_bound("ldap5") == table.end());
 }
 
-TEST_F(Bounds, ARangeBeginsAtAKey) {
+TEST_F(Bounds, ARangeStartsAtAKey) {
     EXPECT_EQ(names(table.from("ldap2")), (Names{"ldap3", "ldap5"}));
     EXPECT_TRUE(table.from("x ldap").empty());
 }
 
-TEST_F(Bounds, OfCompositeKeysGoPartByPart) {
+TEST_F(Bounds, OfCompositeKeysCompareFieldByField) {
     auto pairs = tarn::table<tarn::pair>::open_or_create(session, "pairs");
     for (const std::uint32_t port : {1U, 2U})
         for (const char *name : {"a", "b"}) pairs.insert(pairs.make({port, name, {}, 0}));

@@ -39,7 +39,7 @@ TEST(Enumeration, IsReadFromAName) {
     EXPECT_FALSE(tarn::from_name<tarn::door_state>(""));
 }
 
-TEST(Enumeration, AllValuesComeInTheirOrder) {
+TEST(Enumeration, AllValuesAreListedInOrder) {
     std::vector<std::string> names;
     std::uint32_t next = 1;
     for (const auto &each : tarn::values<tarn::door_state>()) {

@@ -13,7 +13,7 @@ TEST(Error, HasANumberACodeAndAMessage) {
     static_assert(std::is_nothrow_copy_constructible_v<tarn::error>);
 }
 
-TEST(Error, EveryNumberOfTheLibraryHasAMeaningOfItsOwn) {
+TEST(Error, EveryNumberOfTheLibraryHasItsOwnMeaning) {
     std::vector<std::string> all;
     for (const std::uint32_t number : {2U, 7U, 11U, 12U, 14U, 17U, 22U, 43U, 90U}) {
         const std::string meaning = tarn::detail::meaning_of(number);

@@ -31,7 +31,7 @@ TEST(EveryEnumeration, HasANameForEachValueAndAValueForEachName) {
     EXPECT_EQ(check_all(tarn::every_enumeration()), 20U);
 }
 
-TEST(EveryEnumeration, KeywordsAndWordsThatAllShareAreLeftOut) {
+TEST(EveryEnumeration, CommonPrefixesAndKeywordsAreOmitted) {
     EXPECT_EQ(tarn::name(tarn::auth_state::force_auth), "KEL_DOT1X_AUTH_STATE_FORCE_AUTH");
     EXPECT_EQ(tarn::name(tarn::lumi_interface_critical_auth_status::default_),
               "KEL_INTERFACE_CRITICAL_AUTH_STATUS_DEFAULT");

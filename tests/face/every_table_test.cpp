@@ -64,12 +64,14 @@ class EveryTable : public testing::Test {
     }
 };
 
-TEST_F(EveryTable, TakesARecordAndGivesItBackInEachForm) {
+TEST_F(EveryTable, RoundTripsARecordInEachForm) {
     round_trips(tarn::every_table());
     EXPECT_EQ(tables, 45U);
 }
 
-TEST_F(EveryTable, ItsStructuresAreMadeAndRead) { EXPECT_EQ(lives(tarn::every_structure()), 61U); }
+TEST_F(EveryTable, ItsStructuresAreCreatedAndRead) {
+    EXPECT_EQ(lives(tarn::every_structure()), 61U);
+}
 
 TEST_F(EveryTable, KeysOfSeveralPartsFindTheirRecord) {
     auto types = tarn::table<tarn::service_type_info>::open_or_create(session, "types");
@@ -84,7 +86,7 @@ TEST_F(EveryTable, KeysOfSeveralPartsFindTheirRecord) {
 }
 
 // This program is C++20: a table is a range there, and a key's parts can be named.
-TEST_F(EveryTable, ServesTheRangesOfTheStandardLibrary) {
+TEST_F(EveryTable, WorksWithTheRangesOfTheStandardLibrary) {
     using Types = tarn::table<tarn::service_type_info>;
     static_assert(std::ranges::bidirectional_range<const Types>);
     static_assert(std::ranges::bidirectional_range<tarn::basic_range<tarn::tbl_ldap_conn>>);
@@ -96,7 +98,7 @@ TEST_F(EveryTable, ServesTheRangesOfTheStandardLibrary) {
     EXPECT_TRUE(types.contains({.serv_type = 0, .serv_name = "a"}));
 }
 
-TEST_F(EveryTable, NestedFiguresAreReachedThroughTheirParents) {
+TEST_F(EveryTable, NestedFiguresAreAccessedThroughTheirParents) {
     auto servers = tarn::table<tarn::aaa_servers>::open_or_create(session, "servers");
     auto record = servers.make();
     record.aaa_authen().set_requests(7);

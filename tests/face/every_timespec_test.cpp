@@ -16,7 +16,7 @@ class Timespec : public testing::Test {
     tarn::owned<tarn::timespec> time = tarn::owned<tarn::timespec>::make(session);
 };
 
-TEST_F(Timespec, IsATimeOfTheSystemsClock) {
+TEST_F(Timespec, IsATimeOfTheSystemClock) {
     const auto when = std::chrono::system_clock::from_time_t(1700000000) + 123456789ns;
     tarn::set_time(time, when);
     EXPECT_EQ(time.tv_sec(), 1700000000U);

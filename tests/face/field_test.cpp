@@ -15,7 +15,7 @@ class Field : public Face {
     tarn::new_record<tarn::tbl_test_number> record = table.make(1);
 };
 
-TEST_F(Field, NumbersKeepTheirWholeRange) {
+TEST_F(Field, NumbersHaveTheirWholeRange) {
     record.set_a8(std::numeric_limits<std::uint8_t>::max());
     record.set_a16(std::numeric_limits<std::uint16_t>::max());
     record.set_a32(std::numeric_limits<std::uint32_t>::max());
@@ -41,7 +41,7 @@ TEST_F(Field, TypesAreThoseOfTheSchema) {
     static_assert(noexcept(record.a8()) &&noexcept(record.label()) &&noexcept(record.tag()));
 }
 
-TEST_F(Field, TruthValuesAreBool) {
+TEST_F(Field, BooleansAreBool) {
     EXPECT_FALSE(record.flag());
     record.set_flag(true);
     EXPECT_TRUE(record.flag());
@@ -95,7 +95,7 @@ TEST_F(Field, AddressesOfBothFamilies) {
     EXPECT_FALSE(record.addr());
 }
 
-TEST_F(Field, NestedStructuresAreSeenInPlace) {
+TEST_F(Field, NestedStructuresAreReadInPlace) {
     record.tag().set_name("a label");
     record.tag().point().set_x(-3);
     record.tag().set_lamp(tarn::lamp_state::on);

@@ -14,7 +14,7 @@ class Form : public Face {
     tarn::table<tarn::ldap_conn> table = servers(session);
 };
 
-TEST_F(Form, ARecordsText) {
+TEST_F(Form, TextOfARecord) {
     add(table, "ldap1", 3);
     EXPECT_EQ(table.find("ldap1")->to_text(),
               "record@tbl_ldap_conn: {\n"
@@ -25,7 +25,7 @@ TEST_F(Form, ARecordsText) {
               "}\n");
 }
 
-TEST_F(Form, AnObjectsTextIsThatOfTheObjectAlone) {
+TEST_F(Form, TextOfAnObjectHasOnlyTheObject) {
     add(table, "ldap1", 3);
     const tarn::ldap_conn conn = *table.find("ldap1");
     EXPECT_EQ(conn.to_text(),
@@ -35,7 +35,7 @@ TEST_F(Form, AnObjectsTextIsThatOfTheObjectAlone) {
               "}\n");
 }
 
-TEST_F(Form, ALongOneFindsRoom) {
+TEST_F(Form, ALongTextGetsALargerBuffer) {
     auto grown = tarn::table<tarn::grown>::open_or_create(session, "grown");
     auto record = grown.make("day");
     for (std::size_t i = 0; i < record.minute().size(); ++i) record.set_minute(i, 200);
@@ -49,7 +49,7 @@ TEST_F(Form, ALongOneFindsRoom) {
     EXPECT_EQ(grown.from_wire(record.to_wire()).to_text(), text);
 }
 
-TEST_F(Form, XmlComesBackAsTheSameRecord) {
+TEST_F(Form, XmlRoundTrips) {
     add(table, "a < b & \"c\"", 3);
     const std::string xml = table.begin()->to_xml();
     const auto read = table.from_xml(tarn::xml_document::parse(xml));
@@ -58,7 +58,7 @@ TEST_F(Form, XmlComesBackAsTheSameRecord) {
     EXPECT_EQ(read.to_xml(), xml);
 }
 
-TEST_F(Form, EachRecordOfADocumentIsReadByItself) {
+TEST_F(Form, EachRecordOfADocumentIsReadSeparately) {
     add(table, "ldap1", 1);
     add(table, "ldap2", 2);
     std::string all = "<all>";
@@ -72,7 +72,7 @@ TEST_F(Form, EachRecordOfADocumentIsReadByItself) {
     EXPECT_EQ(copy.find("ldap2")->num_conns(), 2U);
 }
 
-TEST_F(Form, WhatAnElementsFunctionThrowsComesOut) {
+TEST_F(Form, ExceptionsOfAnElementsFunctionPropagate) {
     const auto document = tarn::xml_document::parse("<a><b/><b/></a>");
     int calls = 0;
     EXPECT_THROW(document.for_each("/a/b",
@@ -95,13 +95,13 @@ TEST_F(Form, FieldsWithoutAnElementStayEmpty) {
     EXPECT_EQ(table.from_xml(tarn::xml_document::parse("<something/>")).num_conns(), 0U);
 }
 
-TEST_F(Form, XmlThatIsNoneIsToldWithItsLine) {
+TEST_F(Form, InvalidXmlIsAnErrorWithItsLine) {
     const tarn::error error = thrown_by([] { tarn::xml_document::parse("<a>\n<b>"); });
     EXPECT_EQ(error.code(), std::errc::invalid_argument);
     EXPECT_NE(std::string(error.what()).find("line 2"), std::string::npos) << error.what();
 }
 
-TEST_F(Form, XmlThatDoesntFitIsToldAndLeavesNothingBehind) {
+TEST_F(Form, XmlThatDoesNotFitIsAnErrorAndLeaksNothing) {
     const auto document = tarn::xml_document::parse(
         "<st_ldap_conn><sname>a name that doesn't lie in the string itself</sname>"
         "<num_conns>12345678901234567890</num_conns></st_ldap_conn>");
@@ -113,7 +113,7 @@ TEST_F(Form, XmlThatDoesntFitIsToldAndLeavesNothingBehind) {
     EXPECT_EQ(blocks(store), before);
 }
 
-TEST_F(Form, XmlThatFindsNoMemoryLeavesNothingBehind) {
+TEST_F(Form, XmlWithoutMemoryLeaksNothing) {
     add(table, "a name that doesn't lie in the string itself", 3);
     const auto document = tarn::xml_document::parse(table.begin()->to_xml());
     const std::uint64_t before = blocks(store);
@@ -129,7 +129,7 @@ TEST_F(Form, XmlThatFindsNoMemoryLeavesNothingBehind) {
     EXPECT_GT(n, 3U);
 }
 
-TEST_F(Form, AWireFormComesBackAsTheSameRecord) {
+TEST_F(Form, TheWireFormRoundTrips) {
     auto pairs = tarn::table<tarn::pair>::open_or_create(session, "pairs");
     auto record = pairs.make({7, "a name that doesn't lie in the string itself",
                               tarn::address::parse("2001:db8::1"), 3});
@@ -140,7 +140,7 @@ TEST_F(Form, AWireFormComesBackAsTheSameRecord) {
     EXPECT_EQ(read.key().peer().to_text(), "2001:db8::1");
 }
 
-TEST_F(Form, AWireFormInATrackingHandleHasRoomForItsState) {
+TEST_F(Form, AWireFormInATrackingHandleHasItsState) {
     kel_handle_set_state_tracking(session.c_handle(), KEL_STATE_TRACKING_ON);
     add(table, "ldap1", 3);
     const tarn::bytes wire = table.begin()->to_wire();
@@ -157,7 +157,7 @@ TEST_F(Form, AFrameOfAnotherTableIsRefused) {
                  "reading the wire form of tbl_ldap_stats: the frame is another table's");
 }
 
-TEST_F(Form, AFrameThatWasCutOffIsRefusedAndLeavesNothingBehind) {
+TEST_F(Form, ATruncatedFrameIsRefusedAndLeaksNothing) {
     add(table, "a name that doesn't lie in the string itself", 3);
     const tarn::bytes wire = table.begin()->to_wire();
     const std::uint64_t before = blocks(store);

@@ -63,7 +63,7 @@ class CompositeKey : public Key {
     const tarn::address peer = tarn::address::parse("192.0.2.7");
 };
 
-TEST_F(CompositeKey, IsGivenAsItsParts) {
+TEST_F(CompositeKey, IsPassedAsItsFields) {
     auto made = table.make({7, "eth0", peer, 2});
     made.set_count(5);
     table.insert(std::move(made));
@@ -74,7 +74,7 @@ TEST_F(CompositeKey, IsGivenAsItsParts) {
     EXPECT_TRUE(table.erase({7, "eth0", peer, 2}));
 }
 
-TEST_F(CompositeKey, IsSeenInItsRecord) {
+TEST_F(CompositeKey, IsReadFromItsRecord) {
     const std::string name = "a name that doesn't lie in the string itself";
     table.insert(table.make({7, name, peer, 2}));
     const tarn::pair_key key = table.begin()->key();
@@ -84,7 +84,7 @@ TEST_F(CompositeKey, IsSeenInItsRecord) {
     EXPECT_EQ(key.kind(), 2U);
 }
 
-TEST_F(CompositeKey, IsSetInARecordThatIsInNoTable) {
+TEST_F(CompositeKey, IsSetInARecordOutsideATable) {
     auto made = table.make();
     made.key().set_port(9);
     made.key().set_name("eth1");
@@ -105,7 +105,7 @@ TEST_F(CompositeKey, SearchingAllocatesNothing) {
     EXPECT_EQ(_pair_key_type_info_internal.variant_info->variants[0].created, created);
 }
 
-TEST_F(CompositeKey, IsFoundWhileStateIsTracked) {
+TEST_F(CompositeKey, IsFoundWithStateTracking) {
     kel_handle_set_state_tracking(session.c_handle(), KEL_STATE_TRACKING_ON);
     table.insert(table.make({7, "eth0", peer, 2}));
     EXPECT_TRUE(table.find({7, "eth0", peer, 2}));

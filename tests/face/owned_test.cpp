@@ -23,13 +23,13 @@ TEST_F(Owned, IsDestroyedWithItsOwner) {
     EXPECT_EQ(blocks(store), before);
 }
 
-TEST_F(Owned, TellsThatThereIsNoMemory) {
+TEST_F(Owned, ReportsMissingMemory) {
     kel_store_fail_allocation(store.c_store(), 1);
     EXPECT_EQ(thrown_by([&] { tarn::owned<tarn::tag>::make(session); }).code(),
               std::errc::not_enough_memory);
 }
 
-TEST_F(Owned, TakesItsFormsBack) {
+TEST_F(Owned, RoundTripsItsForms) {
     auto tag = tarn::owned<tarn::tag>::make(session);
     tag.set_name("a < b");
     tag.set_lamp(tarn::lamp_state::blink);
@@ -46,7 +46,7 @@ TEST_F(Owned, TakesItsFormsBack) {
     EXPECT_EQ(from_xml.point().x(), -7);
 }
 
-TEST_F(Owned, TellsWhatItCantRead) {
+TEST_F(Owned, ReportsWhatItCannotRead) {
     auto tag = tarn::owned<tarn::tag>::make(session);
     EXPECT_EQ(thrown_by([&] { tag.read_wire(tarn::bytes(3)); }).code(), std::errc::message_size);
     EXPECT_EQ(thrown_by([&] { tag.read_xml(tarn::xml_document::parse("<a/>"), "/st_tag"); }).code(),

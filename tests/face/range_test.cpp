@@ -16,7 +16,7 @@ class Range : public Face {
     tarn::table<tarn::ldap_conn> table = servers(session);
 };
 
-TEST_F(Range, GoesInKeyOrderShorterTextsFirst) {
+TEST_F(Range, IsInKeyOrderWithShorterTextsFirst) {
     EXPECT_EQ(names(table), (Names{"b", "ldap1", "ldap2", "ldap3"}));
 }
 
@@ -27,7 +27,7 @@ TEST_F(Range, OfAnEmptyTableIsEmpty) {
     EXPECT_TRUE(other.all_sources().empty());
 }
 
-TEST_F(Range, GoesBackwards) {
+TEST_F(Range, CanBeReversed) {
     Names all;
     for (auto at = table.rbegin(); at != table.rend(); ++at) all.emplace_back((*at).sname());
     EXPECT_EQ(all, (Names{"ldap3", "ldap2", "ldap1", "b"}));
@@ -38,28 +38,28 @@ TEST_F(Range, GoesBackwards) {
     EXPECT_EQ(at->sname(), "ldap3");
 }
 
-TEST_F(Range, ServesTheStandardAlgorithms) {
+TEST_F(Range, WorksWithTheStandardAlgorithms) {
     EXPECT_EQ(std::distance(table.begin(), table.end()), 4);
     const auto found = std::find_if(table.begin(), table.end(),
                                     [](const auto &record) { return record.sname() == "ldap2"; });
     EXPECT_EQ(found->sname(), "ldap2");
 }
 
-TEST_F(Range, RecordsChangeOnTheWay) {
+TEST_F(Range, RecordsCanBeChangedDuringIteration) {
     std::uint32_t n = 0;
     for (auto record : table) record.set_num_conns(++n);
     EXPECT_EQ(table.find("b")->num_conns(), 1U);
     EXPECT_EQ(table.find("ldap3")->num_conns(), 4U);
 }
 
-TEST_F(Range, ErasesWhatItPasses) {
+TEST_F(Range, RecordsCanBeErasedDuringIteration) {
     for (auto at = table.begin(); at != table.end();) {
         at = at->sname() == "ldap2" ? std::next(at) : table.erase(at);
     }
     EXPECT_EQ(names(table), Names{"ldap2"});
 }
 
-TEST_F(Range, MeetsWhatIsInsertedAheadAndNotWhatIsErased) {
+TEST_F(Range, ReturnsRecordsInsertedAheadAndNoErasedOnes) {
     Names met;
     for (auto record : table) {
         met.emplace_back(record.sname());
@@ -70,14 +70,14 @@ TEST_F(Range, MeetsWhatIsInsertedAheadAndNotWhatIsErased) {
     EXPECT_EQ(met, (Names{"b", "ldap1", "ldap3", "ldap25"}));
 }
 
-TEST_F(Range, EraseIfTakesThoseThatTheConditionHoldsFor) {
+TEST_F(Range, EraseIfErasesMatchingRecords) {
     EXPECT_EQ(table.erase_if([](const auto &record) { return record.sname() < "ldap2"; }), 2U);
     EXPECT_EQ(names(table), (Names{"ldap2", "ldap3"}));
     EXPECT_EQ(table.erase_if([](const auto &) { return true; }), 2U);
     EXPECT_TRUE(table.empty());
 }
 
-TEST_F(Range, WalkEndsWhenItsFunctionSaysSo) {
+TEST_F(Range, WalkEndsWhenItsFunctionStopsIt) {
     Names met;
     table.walk([&](const auto &record) {
         met.emplace_back(record.sname());
@@ -98,12 +98,12 @@ TEST_F(Range, WalkKeepsItsFunctionsState) {
     table.walk(ignore);
 }
 
-TEST_F(Range, WalkMayEraseWhatItIsHanded) {
+TEST_F(Range, WalkMayEraseTheVisitedRecord) {
     table.walk([&](const auto &record) { table.erase(record); });
     EXPECT_TRUE(table.empty());
 }
 
-TEST_F(Range, WhatAWalksFunctionThrowsComesOut) {
+TEST_F(Range, ExceptionsOfAWalksFunctionPropagate) {
     int calls = 0;
     EXPECT_THROW(table.walk([&](const auto &) {
         ++calls;

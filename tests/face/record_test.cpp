@@ -10,7 +10,7 @@ class Record : public Face {
     tarn::table<tarn::ldap_conn> table = servers(session);
 };
 
-TEST_F(Record, IsAViewThatCopiesAsSuch) {
+TEST_F(Record, IsAViewAndCopied) {
     add(table, "ldap1", 1);
     tarn::record<tarn::ldap_conn> first = *table.begin();
     tarn::record<tarn::ldap_conn> second = first;
@@ -21,7 +21,7 @@ TEST_F(Record, IsAViewThatCopiesAsSuch) {
     static_assert(std::is_trivially_copyable_v<tarn::record<tarn::ldap_conn>>);
 }
 
-TEST_F(Record, ServesWhereItsStructureIsWanted) {
+TEST_F(Record, ConvertsToItsStructure) {
     add(table, "ldap1", 5);
     const auto connections = [](const tarn::ldap_conn &conn) { return conn.num_conns(); };
     EXPECT_EQ(connections(*table.find("ldap1")), 5U);

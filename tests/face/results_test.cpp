@@ -39,7 +39,7 @@ class Results : public testing::Test {
     }
 };
 
-TEST_F(Results, TheRoadOfARecord) {
+TEST_F(Results, LifecycleOfARecord) {
     ASSERT_TRUE(table);
     ASSERT_TRUE(add("ldap1", 7));
     const auto found = table->try_find("ldap1");
@@ -51,7 +51,7 @@ TEST_F(Results, TheRoadOfARecord) {
     EXPECT_FALSE(*table->try_erase("ldap1"));
 }
 
-TEST_F(Results, FailuresAnswerTheErrorThatIsThrownElsewhere) {
+TEST_F(Results, FailuresReturnTheErrorThatOtherCallsThrow) {
     ASSERT_TRUE(add("ldap1", 7));
     const auto second = add("ldap1", 8);
     ASSERT_FALSE(second);
@@ -93,7 +93,7 @@ TEST_F(Results, WalksNeedNoResult) {
     EXPECT_EQ(*table->try_erase_if([](const auto &) { return true; }), 1U);
 }
 
-TEST_F(Results, AFailingStepEndsTheWalkAndTellsTheSession) {
+TEST_F(Results, AFailedStepEndsTheWalkAndIsReportedByTheSession) {
     for (const char *name : {"ldap1", "ldap2", "ldap3"}) ASSERT_TRUE(add(name, 1));
     tarn::test::ServiceRecorder services(session->c_handle());
     services.fail("kelrepl_add_to_cache", 2, EIO);
@@ -104,7 +104,7 @@ TEST_F(Results, AFailingStepEndsTheWalkAndTellsTheSession) {
     EXPECT_EQ(names().size(), 3U);
 }
 
-TEST_F(Results, AFailingSearchIsTold) {
+TEST_F(Results, AFailedSearchIsReported) {
     ASSERT_TRUE(add("ldap1", 1));
     tarn::test::ServiceRecorder services(session->c_handle());
     services.fail("kelrepl_add_to_cache", 1, EIO);
@@ -116,7 +116,7 @@ TEST_F(Results, AFailingSearchIsTold) {
     EXPECT_EQ(session->last_error(), static_cast<std::uint32_t>(EIO));
 }
 
-TEST_F(Results, FormsGoThereAndBack) {
+TEST_F(Results, FormsRoundTrip) {
     ASSERT_TRUE(add("ldap1", 7));
     const auto record = *table->begin();
     const auto text = record.try_to_text();
@@ -133,7 +133,7 @@ TEST_F(Results, FormsGoThereAndBack) {
     EXPECT_EQ(conn->num_conns(), 7U);
 }
 
-TEST_F(Results, FieldsThatAnObjectMayLackAnswerAResult) {
+TEST_F(Results, FieldsThatAnObjectMayLackReturnAResult) {
     auto grown = tarn::table<tarn::grown>::try_open_or_create(*session, "grown");
     auto now = grown->try_make("now");
     EXPECT_TRUE(now->try_extra()->try_set_name("there"));
@@ -146,7 +146,7 @@ TEST_F(Results, FieldsThatAnObjectMayLackAnswerAResult) {
     EXPECT_FALSE(grown->try_make("old")->try_extra());
 }
 
-TEST_F(Results, CompositeKeysAreTheSame) {
+TEST_F(Results, CompositeKeysReturnResults) {
     auto pairs = tarn::table<tarn::pair>::try_open_or_create(*session, "pairs");
     auto made = pairs->try_make({1, "a", {}, 2});
     ASSERT_TRUE(made);

@@ -16,7 +16,7 @@ class Source : public Face {
     tarn::table<tarn::ldap_conn> table = servers(session);
 };
 
-TEST_F(Source, ReadsStayWithinTheStandardOneUnlessToldAnother) {
+TEST_F(Source, ReadsUseTheDefaultOneUnlessGivenAnother) {
     EXPECT_EQ(names(table), Names{"ldap1"});
     EXPECT_EQ(names(table.of_source(other)), (Names{"ldap1", "ldap2"}));
     EXPECT_FALSE(table.find("ldap2"));
@@ -24,7 +24,7 @@ TEST_F(Source, ReadsStayWithinTheStandardOneUnlessToldAnother) {
     EXPECT_EQ(table.find("ldap1")->source(), tarn::source::standard);
 }
 
-TEST_F(Source, AllOfThemAreMetInOneWalk) {
+TEST_F(Source, AWalkCanVisitAllOfThem) {
     EXPECT_EQ(names(table.all_sources()), (Names{"ldap1", "ldap1", "ldap2"}));
     auto at = table.all_sources().end();
     EXPECT_EQ((--at)->sname(), "ldap2");
@@ -32,7 +32,7 @@ TEST_F(Source, AllOfThemAreMetInOneWalk) {
     EXPECT_EQ((--at)->source(), tarn::source::standard);
 }
 
-TEST_F(Source, IsCountedAndErasedByItself) {
+TEST_F(Source, IsCountedAndErasedSeparately) {
     EXPECT_EQ(table.size(), 3U);
     EXPECT_EQ(table.size(other), 2U);
     EXPECT_TRUE(table.erase("ldap1", other));
@@ -45,7 +45,7 @@ TEST_F(Source, BoundsStayWithinOne) {
     EXPECT_TRUE(table.upper_bound("ldap1") == table.end());
 }
 
-TEST_F(Source, RecordsThatAwaitTheirDestructionCanBePassedOver) {
+TEST_F(Source, PendingRecordsCanBeSkipped) {
     kel_table_set_replication(session.c_handle(), KEL_TX_NONE, table.c_table(), 1, 0);
     std::uint32_t err = 0;
     tbl_ldap_conn_request_record_destroy(session.c_handle(), KEL_TX_NONE, table.c_table(),
@@ -59,7 +59,7 @@ TEST_F(Source, RecordsThatAwaitTheirDestructionCanBePassedOver) {
     EXPECT_EQ(thrown_by([&] { table.erase("ldap2", other); }).code(), std::errc::invalid_argument);
 }
 
-TEST_F(Source, TenantsDontMeet) {
+TEST_F(Source, TenantsAreSeparate) {
     {
         const tarn::tenant_scope tenant(3);
         EXPECT_EQ(names(table), Names{});

@@ -15,7 +15,7 @@ struct File {
     ~File() { std::remove(path.c_str()); }
 };
 
-TEST(Store, AFileIsThereForTheNextProcessToOpen) {
+TEST(Store, AFileCanBeOpenedByTheNextProcess) {
     const File file;
     {
         const tarn::store store = tarn::store::create(file.path);
@@ -38,7 +38,7 @@ TEST(Store, RecordsOfAFileHaveTheStoresOwnDescriptors) {
     EXPECT_EQ(tarn::session(memory).c_handle()->store_types_enabled, 0U);
 }
 
-TEST(Store, ASessionCanLeaveTheStoresDescriptorsAlone) {
+TEST(Store, ASessionCanUseTheConstantDescriptors) {
     const File file;
     const tarn::store store = tarn::store::create(file.path);
     const std::uint64_t blocks = store.describe().blocks;
@@ -47,14 +47,14 @@ TEST(Store, ASessionCanLeaveTheStoresDescriptorsAlone) {
     EXPECT_EQ(store.describe().blocks, blocks);
 }
 
-TEST(Store, AFileThatIsMissingIsToldWithItsName) {
+TEST(Store, AMissingFileIsAnErrorWithItsName) {
     const tarn::error error = thrown_by([] { tarn::store::open("/nowhere/at.all"); });
     EXPECT_EQ(error.number(), static_cast<std::uint32_t>(ENOENT));
     EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
     EXPECT_NE(std::string(error.what()).find("/nowhere/at.all"), std::string::npos);
 }
 
-TEST(Store, AFileThatIsThereIsNotMadeAgain) {
+TEST(Store, AnExistingFileIsNotCreatedAgain) {
     const File file;
     { tarn::store::create(file.path); }
     EXPECT_EQ(thrown_by([&] { tarn::store::create(file.path); }).code(), std::errc::file_exists);

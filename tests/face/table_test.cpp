@@ -17,7 +17,7 @@ TEST_F(Table, IsTheSameByItsStructureAndByItsName) {
     EXPECT_EQ(table.id(), 0U);
 }
 
-TEST_F(Table, OpenTellsThatThereIsNone) {
+TEST_F(Table, OpeningAMissingTableIsAnError) {
     const tarn::error error =
         thrown_by([&] { tarn::table<tarn::ldap_conn>::open(session, "another"); });
     EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
@@ -51,7 +51,7 @@ TEST_F(Table, ATableOfAnotherKindIsRefused) {
 }
 
 // The path is equal to the key of a plain name.
-TEST_F(Table, ATableOfAnotherKindIsRefusedAlsoUnderAKeyOfItsOwn) {
+TEST_F(Table, ATableOfAnotherKindIsRefusedForAnotherKeyToo) {
     const std::string key = std::string("other/") + table_tbl_ldap_conn_luid_text;
     tarn::table<tarn::grown>::open_or_create(session, key);
     for (const std::string &name : {key, std::string("other")}) {
@@ -71,7 +71,7 @@ TEST_F(Table, FindsWhatWasInserted) {
     EXPECT_EQ(table.size(), 1U);
 }
 
-TEST_F(Table, InsertGivesTheRecordInTheTable) {
+TEST_F(Table, InsertReturnsTheRecordInTheTable) {
     auto made = table.make("ldap1");
     auto record = table.insert(std::move(made));
     EXPECT_FALSE(made);  // NOLINT: what is left is part of the contract
@@ -81,7 +81,7 @@ TEST_F(Table, InsertGivesTheRecordInTheTable) {
               std::errc::invalid_argument);
 }
 
-TEST_F(Table, ASecondRecordOfAKeyStaysItsOwners) {
+TEST_F(Table, ASecondRecordOfAKeyStaysWithItsOwner) {
     add(table, "ldap1", 7);
     const std::uint64_t before = blocks(store);
     {
@@ -99,7 +99,7 @@ TEST_F(Table, ASecondRecordOfAKeyStaysItsOwners) {
     EXPECT_EQ(blocks(store), before);
 }
 
-TEST_F(Table, ARecordThatIsInDespiteAnErrorBelongsToTheTable) {
+TEST_F(Table, ARecordInsertedDespiteAnErrorBelongsToTheTable) {
     // The store has a stream, and this session's handle isn't attached to it.
     kel_handle *attached = nullptr;
     ASSERT_EQ(kel_handle_create(store.c_store(), 0, &attached), 0U);
@@ -119,13 +119,13 @@ TEST_F(Table, ARecordThatIsInDespiteAnErrorBelongsToTheTable) {
     EXPECT_EQ(table.erase_if([](const auto &) { return true; }), 2U);
 }
 
-TEST_F(Table, ARecordThatNobodyInsertsIsDestroyed) {
+TEST_F(Table, ARecordThatIsNotInsertedIsDestroyed) {
     const std::uint64_t before = blocks(store);
     { const auto record = table.make("a name that doesn't lie in the string itself"); }
     EXPECT_EQ(blocks(store), before);
 }
 
-TEST_F(Table, FailedAllocationsLeaveNothingBehind) {
+TEST_F(Table, FailedAllocationsLeakNothing) {
     const std::uint64_t before = blocks(store);
     std::uint64_t n = 1;
     for (;; ++n) {
@@ -139,14 +139,14 @@ TEST_F(Table, FailedAllocationsLeaveNothingBehind) {
     EXPECT_GT(n, 3U);
 }
 
-TEST_F(Table, EraseByKeyTellsWhetherThereWasOne) {
+TEST_F(Table, EraseByKeyReturnsWhetherARecordExisted) {
     add(table, "ldap1");
     EXPECT_TRUE(table.erase("ldap1"));
     EXPECT_FALSE(table.erase("ldap1"));
     EXPECT_TRUE(table.empty());
 }
 
-TEST_F(Table, EraseGivesTheRecordsMemoryBack) {
+TEST_F(Table, EraseFreesTheRecordsMemory) {
     const std::uint64_t before = blocks(store);
     add(table, "a name that doesn't lie in the string itself");
     const auto record = table.find("a name that doesn't lie in the string itself");
@@ -154,7 +154,7 @@ TEST_F(Table, EraseGivesTheRecordsMemoryBack) {
     EXPECT_EQ(blocks(store), before);
 }
 
-TEST_F(Table, IsDroppedOnceItIsEmpty) {
+TEST_F(Table, IsDroppedIfItIsEmpty) {
     add(table, "ldap1");
     const tarn::error error = thrown_by([&] { table.drop(); });
     EXPECT_EQ(error.code(), std::errc::directory_not_empty);

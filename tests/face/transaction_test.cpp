@@ -18,7 +18,7 @@ TEST_F(Transaction, ChangesStayOnceCommitted) {
     EXPECT_EQ(store.describe().committed, 1U);
 }
 
-TEST_F(Transaction, ChangesAreTakenBackAtTheEndOfTheScope) {
+TEST_F(Transaction, ChangesAreRolledBackAtTheEndOfTheScope) {
     add(table, "ldap1", 3);
     const std::uint64_t before = blocks(store);
     {
@@ -31,7 +31,7 @@ TEST_F(Transaction, ChangesAreTakenBackAtTheEndOfTheScope) {
     EXPECT_EQ(blocks(store), before);
 }
 
-TEST_F(Transaction, AnExceptionTakesChangesBack) {
+TEST_F(Transaction, AnExceptionRollsChangesBack) {
     EXPECT_EQ(thrown_by([&] {
                   const tarn::transaction transaction(session);
                   add(table, "ldap1");
@@ -42,7 +42,7 @@ TEST_F(Transaction, AnExceptionTakesChangesBack) {
     EXPECT_EQ(store.describe().transactions, 0U);
 }
 
-TEST_F(Transaction, RollbackTakesAnEraseBack) {
+TEST_F(Transaction, RollbackUndoesAnErase) {
     add(table, "ldap1", 3);
     tarn::transaction transaction(session);
     EXPECT_TRUE(table.erase("ldap1"));
@@ -51,7 +51,7 @@ TEST_F(Transaction, RollbackTakesAnEraseBack) {
     EXPECT_EQ(table.find("ldap1")->num_conns(), 3U);
 }
 
-TEST_F(Transaction, OneEndsOnce) {
+TEST_F(Transaction, EndsOnce) {
     tarn::transaction transaction(session);
     transaction.commit();
     EXPECT_EQ(thrown_by([&] { transaction.commit(); }).code(), std::errc::invalid_argument);
@@ -80,7 +80,7 @@ TEST_F(Transaction, ASessionHasOneAtATime) {
     EXPECT_NO_THROW(tarn::transaction{session}.commit());
 }
 
-TEST_F(Transaction, IsMoved) {
+TEST_F(Transaction, CanBeMoved) {
     tarn::transaction first(session);
     add(table, "ldap1");
     tarn::transaction second(std::move(first));
@@ -90,14 +90,14 @@ TEST_F(Transaction, IsMoved) {
     EXPECT_EQ(table.size(), 1U);
 }
 
-TEST_F(Transaction, WithoutOneChangesArePermanentAtOnce) {
+TEST_F(Transaction, WithoutOneChangesArePermanent) {
     EXPECT_EQ(session.c_handle()->cr_tx_id, KEL_TX_NONE);
     add(table, "ldap1");
     { const tarn::transaction transaction(session); }
     EXPECT_EQ(table.size(), 1U);
 }
 
-TEST_F(Transaction, ARecordThatWasNotInsertedGoesWithTheTransaction) {
+TEST_F(Transaction, ARecordThatWasNotInsertedIsDestroyedByTheRollback) {
     const std::uint64_t before = blocks(store);
     {
         const tarn::transaction transaction(session);
