@@ -149,7 +149,7 @@ TEST_F(Manifest, OrdersTypesByNameAndTablesByIdentity) {
         if (line.size() != 79) continue;
         const bool is_type = line.substr(65, 4) == "enum" || line.substr(65, 4) == "type";
         if (is_type) {
-            EXPECT_TRUE(tables.empty()) << "a type behind the tables: " << line;
+            EXPECT_TRUE(tables.empty()) << "a type after the tables: " << line;
             types.push_back(names[line.substr(0, 32)]);
         } else {
             tables.push_back(line.substr(0, 32));

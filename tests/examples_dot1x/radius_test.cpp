@@ -135,12 +135,12 @@ TEST(Radius, TheRecordedPortsOfOneServerAreAdded) {
 
 // The server's own counters of the same day: it has seen what its clients sent it.
 TEST(Radius, TheRecordedServerHasSeenWhatThePortsSentToIt) {
-    const std::string told =
+    const std::string response =
         example_test::read_file(std::string(RECORDINGS) + "/freeradius-status-server.txt");
-    const auto counter = [&told](const std::string &name) {
-        const size_t at = told.find("FreeRADIUS-Total-" + name + " = ");
+    const auto counter = [&response](const std::string &name) {
+        const size_t at = response.find("FreeRADIUS-Total-" + name + " = ");
         EXPECT_NE(at, std::string::npos) << name;
-        return std::stoul(told.substr(told.find('=', at) + 1));
+        return std::stoul(response.substr(response.find('=', at) + 1));
     };
     Strings mibs;
     for (const char *port : {"p1", "p2", "p3", "p4"})

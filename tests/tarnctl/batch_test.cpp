@@ -169,9 +169,9 @@ TEST_F(Batch, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = example_test::read_file(store);
     const Outcome good = on_store({"insert", "-", "--dry-run", "--json"}, orders);
     ASSERT_EQ(good.exit_code, 0) << good.err;
-    const auto told = nlohmann::json::parse(good.out);
-    EXPECT_EQ(told["dry_run"], true);
-    EXPECT_EQ(told["changes"].size(), 4U);
+    const auto report = nlohmann::json::parse(good.out);
+    EXPECT_EQ(report["dry_run"], true);
+    EXPECT_EQ(report["changes"].size(), 4U);
     const Outcome bad = on_store({"insert", "-", "--dry-run"}, "delete ldap_conn gone.example");
     EXPECT_EQ(bad.exit_code, 1);
     EXPECT_NE(bad.err.find("standard input:1: "), std::string::npos) << bad.err;

@@ -56,10 +56,10 @@ TEST_F(Delete, IsLimitedToOneTenantOrSourceOnRequest) {
 TEST_F(Delete, RemovesRecordsThatMatchConditions) {
     const Outcome outcome = on_store({"delete", "ldap_conn", "-w", "num_conns<3", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-    const auto told = nlohmann::json::parse(outcome.out);
-    EXPECT_EQ(told["deleted"], 2);
-    EXPECT_EQ(told["changes"][0]["change"], "deleted");
-    EXPECT_EQ(told["changes"][0]["fields"]["num_conns"], nlohmann::json({{"old", 1}}));
+    const auto report = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(report["deleted"], 2);
+    EXPECT_EQ(report["changes"][0]["change"], "deleted");
+    EXPECT_EQ(report["changes"][0]["fields"]["num_conns"], nlohmann::json({{"old", 1}}));
     EXPECT_EQ(connection_records(store), 3U);
     EXPECT_EQ(on_store({"delete", "ldap_conn", "-w", "num_conns<3"}).exit_code, 1);
 }

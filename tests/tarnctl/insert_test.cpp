@@ -32,10 +32,10 @@ TEST_F(Insert, ReportsInJson) {
     const Outcome outcome = on_store({"insert", "aaa_servers", "sname=radius2", "status=dead",
                                       "aaa_authen.requests=0x10", "minute[5]=7", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-    const auto told = nlohmann::json::parse(outcome.out);
-    EXPECT_EQ(told["dry_run"], false);
-    EXPECT_EQ(told["inserted"], 1);
-    const auto &change = told["changes"][0];
+    const auto report = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(report["dry_run"], false);
+    EXPECT_EQ(report["inserted"], 1);
+    const auto &change = report["changes"][0];
     EXPECT_EQ(change["change"], "inserted");
     EXPECT_EQ(change["table"], "tbl_aaa_servers:aaa");
     EXPECT_EQ(change["key"], nlohmann::json({{"sname", "radius2"}}));

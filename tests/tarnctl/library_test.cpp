@@ -37,12 +37,12 @@ class Library : public testing::Test {
 TEST_F(Library, OfThisBuildHasThisProgramsSchema) {
     const Outcome outcome = tarnctl({"manifest", "--json", TARNBASE_LIBRARY});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const json told = json::parse(outcome.out);
-    EXPECT_EQ(told["module"], "tarnbase");
-    EXPECT_EQ(told["differences"], 0);
-    EXPECT_EQ(told["build"][0], "tarnbase");
-    ASSERT_EQ(told["items"].size(), 61U + 20U + 2 * 45U);
-    for (const json &each : told["items"]) {
+    const json report = json::parse(outcome.out);
+    EXPECT_EQ(report["module"], "tarnbase");
+    EXPECT_EQ(report["differences"], 0);
+    EXPECT_EQ(report["build"][0], "tarnbase");
+    ASSERT_EQ(report["items"].size(), 61U + 20U + 2 * 45U);
+    for (const json &each : report["items"]) {
         EXPECT_TRUE(each["difference"].is_null()) << each;
         if (each["name"] != "st_ldap_conn") continue;
         EXPECT_EQ(each["luid"], "09f02ed2147f259a0aee4a14c8331c9b");
@@ -61,13 +61,13 @@ TEST_F(Library, WithAnotherSchemaDiffersByItem) {
     if (line[0] == '0') write_with(line, "1" + line.substr(1));
     const Outcome outcome = tarnctl({"manifest", "--changes", "--json", changed});
     EXPECT_EQ(outcome.exit_code, 1) << outcome.err;
-    const json told = json::parse(outcome.out);
-    EXPECT_EQ(told["differences"], 2);
-    ASSERT_EQ(told["items"].size(), 2U);
-    EXPECT_EQ(told["items"][0]["difference"], "new");
-    EXPECT_TRUE(told["items"][0]["name"].is_null());
-    EXPECT_EQ(told["items"][1]["difference"], "gone");
-    EXPECT_FALSE(told["items"][1]["name"].is_null());
+    const json report = json::parse(outcome.out);
+    EXPECT_EQ(report["differences"], 2);
+    ASSERT_EQ(report["items"].size(), 2U);
+    EXPECT_EQ(report["items"][0]["difference"], "new");
+    EXPECT_TRUE(report["items"][0]["name"].is_null());
+    EXPECT_EQ(report["items"][1]["difference"], "gone");
+    EXPECT_FALSE(report["items"][1]["name"].is_null());
     const Outcome text = tarnctl({"manifest", "--changes", changed});
     EXPECT_NE(text.out.find("2 differences from this program's schema."), std::string::npos);
 }

@@ -26,11 +26,11 @@ TEST_F(Store, IsCreatedWithTheGivenCapacityAndAddress) {
         tarnctl({"store", "create", made, "--capacity", "512M", "--base", "0x7d0000000000"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "");
-    const json told = info(made);
-    EXPECT_EQ(told["capacity"], 512 << 20);
-    EXPECT_EQ(told["base"], "0x7d0000000000");
-    EXPECT_EQ(told["types"], 0);
-    EXPECT_TRUE(told["tables"].empty());
+    const json report = info(made);
+    EXPECT_EQ(report["capacity"], 512 << 20);
+    EXPECT_EQ(report["base"], "0x7d0000000000");
+    EXPECT_EQ(report["types"], 0);
+    EXPECT_TRUE(report["tables"].empty());
 }
 
 TEST_F(Store, GetsTheDescriptorsOfAllTypesAtOnceOnRequest) {
@@ -67,17 +67,18 @@ TEST_F(Store, ThatExistsIsNotCreatedAgain) {
 }
 
 TEST_F(Store, ShowsItsSizeFillTransactionsAndTables) {
-    const json told = info(store);
+    const json report = info(store);
     struct stat status {};
     ASSERT_EQ(stat(store.c_str(), &status), 0);
-    EXPECT_EQ(told["size"], status.st_size);
-    EXPECT_GT(told["block_bytes"], 0);
-    EXPECT_DOUBLE_EQ(told["fill"], told["block_bytes"].get<double>() / told["size"].get<double>());
-    EXPECT_EQ(told["transactions"], (json{{"open", 0}, {"committed", 0}, {"rolled_back", 0}}));
-    EXPECT_EQ(told["unknown_tables"], 0);
-    ASSERT_EQ(told["tables"].size(), 5U);
+    EXPECT_EQ(report["size"], status.st_size);
+    EXPECT_GT(report["block_bytes"], 0);
+    EXPECT_DOUBLE_EQ(report["fill"],
+                     report["block_bytes"].get<double>() / report["size"].get<double>());
+    EXPECT_EQ(report["transactions"], (json{{"open", 0}, {"committed", 0}, {"rolled_back", 0}}));
+    EXPECT_EQ(report["unknown_tables"], 0);
+    ASSERT_EQ(report["tables"].size(), 5U);
     bool found = false;
-    for (const json &each : told["tables"]) {
+    for (const json &each : report["tables"]) {
         if (each["instance"] != "tbl_ldap_conn:ldap") continue;
         found = true;
         EXPECT_EQ(each["table"], "tbl_ldap_conn");

@@ -75,15 +75,15 @@ TEST_F(Watch, PrintsOneObjectPerLineInJson) {
     std::istringstream lines(outcome.out);
     std::string line;
     ASSERT_TRUE(std::getline(lines, line));
-    auto told = nlohmann::json::parse(line);
-    EXPECT_EQ(told["table"], "tbl_aaa_servers:aaa");
-    EXPECT_EQ(told["change"], "changed");
-    EXPECT_EQ(told["fields"]["status"]["new"], "SHOW_AAA_SERVER_DEAD");
-    EXPECT_EQ(told["time"].get<std::string>().size(),
+    auto report = nlohmann::json::parse(line);
+    EXPECT_EQ(report["table"], "tbl_aaa_servers:aaa");
+    EXPECT_EQ(report["change"], "changed");
+    EXPECT_EQ(report["fields"]["status"]["new"], "SHOW_AAA_SERVER_DEAD");
+    EXPECT_EQ(report["time"].get<std::string>().size(),
               std::string("2026-01-01T00:00:00.000Z").size());
     ASSERT_TRUE(std::getline(lines, line));
-    told = nlohmann::json::parse(line);
-    EXPECT_EQ(told["key"]["sname"], "a.example");
+    report = nlohmann::json::parse(line);
+    EXPECT_EQ(report["key"]["sname"], "a.example");
     EXPECT_FALSE(std::getline(lines, line));
 }
 

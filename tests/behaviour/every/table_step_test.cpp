@@ -163,11 +163,11 @@ TEST_P(TableSteps, AttachingAnnouncesThePointerBeforeItIsStored) {
         void *second = typed.create();
         HookRecorder hooks(handle);
         const auto expect = [&](const void *before) {
-            const auto told = hooks.writes_in(&place, 8);
-            ASSERT_EQ(told.size(), 1U);
-            EXPECT_EQ(told[0].length, 8U);
-            EXPECT_EQ(0, std::memcmp(told[0].before.data(), &before, 8));
-            EXPECT_EQ(told[0].tx_id, 42U);
+            const auto writes = hooks.writes_in(&place, 8);
+            ASSERT_EQ(writes.size(), 1U);
+            EXPECT_EQ(writes[0].length, 8U);
+            EXPECT_EQ(0, std::memcmp(writes[0].before.data(), &before, 8));
+            EXPECT_EQ(writes[0].tx_id, 42U);
             hooks.clear();
         };
         call(name(slot(*of, "set_field")), {handle, 42, record, first});

@@ -11,18 +11,18 @@
 #include <tarnbase/runtime.h>
 #include <tarnbase/tarnbase.h>
 
-static unsigned asked, told;
+static unsigned tenant_calls, handler_calls;
 
 /* Each record of this program belongs to tenant 5. */
 void mt_get_tenant_id(uint16_t *tenant) {
-    ++asked;
+    ++tenant_calls;
     *tenant = 5;
 }
 
 void tarnbase_tbl_ldap_conn_table_record_create_handler(kel_handle *handle, uint32_t tx_id,
                                                         void *table, void *record, uint32_t *err) {
     (void)handle, (void)tx_id, (void)table, (void)record;
-    ++told;
+    ++handler_calls;
     *err = 0;
 }
 
@@ -35,12 +35,12 @@ int main(int argc, char **argv) {
         return 1;
 
     kel_record *record = tbl_ldap_conn_create_record(handle, KEL_TX_NONE, &err);
-    if (err != 0 || asked == 0) {
+    if (err != 0 || tenant_calls == 0) {
         fprintf(stderr, "the runtime's service was called\n");
         return 2;
     }
     tbl_ldap_conn_table_record_create_cb(handle, KEL_TX_NONE, NULL, record, &err);
-    if (err != 0 || told != 1) {
+    if (err != 0 || handler_calls != 1) {
         fprintf(stderr, "the weak handler was called\n");
         return 3;
     }
