@@ -37,31 +37,31 @@ u32 ra_data_in(const Structure &type, const void *object) {
 // Whether the wire form contains every field, so that an object read from it is equal:
 // no variant lacks fields, and no enumeration whose enumerators start at 1 has the value 0,
 // whose wire form is the same as that of 1.
-bool travels_whole(const Structure &type, const void *object) {
+bool has_every_field_on_the_wire(const Structure &type, const void *object) {
     return all_nested(type, object, [](const Structure &each, const void *place) {
-        const auto travels = [&](const Field &field) {
+        const auto is_written = [&](const Field &field) {
             if (field.first_variant > object::header(place)->variant) return false;
             if (field.kind != FieldKind::enumeration) return true;
             return static_cast<const kel_enum_object *>(object::place_of(field, place))->value >=
                    field.enumeration->first_user_value;
         };
-        return std::ranges::all_of(object::fields_of(each), travels);
+        return std::ranges::all_of(object::fields_of(each), is_written);
     });
 }
 
 // Reads the wire form into a new object, and writes it again to the same bytes.
-void check_journey(const Structure &type, const Round &round, const void *object,
-                   const Buffer &form, u32 length) {
+void check_round_trip(const Structure &type, const Round &round, const void *object,
+                      const Buffer &form, u32 length) {
     u32 err = 0;
     void *copy = object::create(type, round.call());
     const u32 taken =
         object::unmarshal(type, round.call(err), {form.data(), length}, copy, InPlace::no);
     require(err == 0 && taken == length, "what was marshalled can be unmarshalled");
-    if (travels_whole(type, object)) require_equal(type, object, copy);
+    if (has_every_field_on_the_wire(type, object)) require_equal(type, object, copy);
     object::destroy(type, round.call(), copy);
 }
 
-void check_wire(const Structure &type, const Round &round, const void *object, u8 room) {
+void check_wire(const Structure &type, const Round &round, const void *object, u8 portion) {
     const u32 length = object::len(type, round.call(), object) + ra_data_in(type, object);
     // With a handle that tracks state the last byte may be stored after the length.
     const u32 spare = round.tracking() ? 1 : 0;
@@ -72,18 +72,18 @@ void check_wire(const Structure &type, const Round &round, const void *object, u
     require(err == 0 || round.handle()->last_error != 0, "an error is kept in the handle too");
     if (err == 0) {
         require(written == length, "a marshalled object has the length foretold");
-        check_journey(type, round, object, form, length);
+        check_round_trip(type, round, object, form, length);
     }
-    Buffer cut(length * room / 256 + spare);
+    Buffer cut(length * portion / 256 + spare);
     u32 lack = 0;
     object::marshal(type, round.call(lack), {cut.data(), cut.size() - spare}, object);
     // If only the last state bytes don't fit in the buffer, they are dropped.
     require(lack != 0 || round.tracking(), "a buffer that is too short is reported");
 }
 
-void check_text(const Structure &type, const Round &round, const void *object, u8 room) {
-    const u32 indent = room % 8;
-    text_form(room, [&](char *buffer, u32 length, u32 *err) {
+void check_text(const Structure &type, const Round &round, const void *object, u8 portion) {
+    const u32 indent = portion % 8;
+    text_form(portion, [&](char *buffer, u32 length, u32 *err) {
         return object::print(type, round.call(*err), {buffer, length}, {type.name, indent}, object);
     });
 }
@@ -102,11 +102,11 @@ void check_states(const Structure &type, const Round &round, void *object) {
 
 // A clone in a workspace that is just large enough, or too small; a clone and a copy in
 // the handle's; an assignment.
-void check_copies(const Structure &type, const Round &round, const void *object, u8 room) {
+void check_copies(const Structure &type, const Round &round, const void *object, u8 portion) {
     kel_handle *handle = round.handle();
     const u32 length = object::len(type, round.call(), object) + ra_data_in(type, object);
     const u32 spare = round.tracking() ? 1 : 0;
-    for (const u32 size : {length, length * room / 256}) {
+    for (const u32 size : {length, length * portion / 256}) {
         Buffer workspace(size + spare);
         u32 err = 0;
         void *clone = nullptr;
@@ -145,8 +145,8 @@ void require_equal(const Structure &type, const void *a, const void *b) {
     require(object::hash(type, a, 7) == object::hash(type, b, 7), "equal objects hash alike");
 }
 
-std::string xml_of(const Structure &type, const Round &round, const void *object, u8 room) {
-    return text_form(room,
+std::string xml_of(const Structure &type, const Round &round, const void *object, u8 portion) {
+    return text_form(portion,
                      [&](char *buffer, u32 length, u32 *err) {
                          return object::to_xml(type, round.call(*err), {buffer, length},
                                                {type.name}, object);
@@ -154,21 +154,21 @@ std::string xml_of(const Structure &type, const Round &round, const void *object
         .first;
 }
 
-void exercise(const Structure &type, const Round &round, void *object, u8 room) {
+void exercise(const Structure &type, const Round &round, void *object, u8 portion) {
     u32 err = 0;
     require_equal(type, object, object);
-    check_wire(type, round, object, room);
-    check_text(type, round, object, room);
-    xml_of(type, round, object, room);
-    check_copies(type, round, object, room);
+    check_wire(type, round, object, portion);
+    check_text(type, round, object, portion);
+    xml_of(type, round, object, portion);
+    check_copies(type, round, object, portion);
     use_accessors(type, round, object);
     check_states(type, round, object);
     object::type_type_backpropagate(type, round.call(err), object);
     require(err == 0, "an object reports whether it was modified");
-    check_wire(type, round, object, room);
+    check_wire(type, round, object, portion);
 }
 
-void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 room) {
+void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 portion) {
     u32 err = 0;
     const u32 value = enumeration::get_value(round.call(err), object);
     require(enumeration::compare(object, object) == 0 && err == 0, "an enumeration has a value");
@@ -177,14 +177,14 @@ void exercise(const Enumeration &type, const Round &round, kel_enum_object *obje
     require(enumeration::marshal(type, round.call(err), {form.data(), form.size()}, object) ==
                 form.size(),
             "an enumeration has the length foretold");
-    Buffer cut(form.size() * room / 256);
+    Buffer cut(form.size() * portion / 256);
     u32 lack = 0;
     enumeration::marshal(type, round.call(lack), {cut.data(), cut.size()}, object);
     require(lack != 0, "a buffer that is too short for an enumeration is reported");
-    text_form(room, [&](char *buffer, u32 length, u32 *error) {
+    text_form(portion, [&](char *buffer, u32 length, u32 *error) {
         return enumeration::print(type, round.call(*error), {buffer, length}, {type.name}, object);
     });
-    text_form(room, [&](char *buffer, u32 length, u32 *error) {
+    text_form(portion, [&](char *buffer, u32 length, u32 *error) {
         return enumeration::to_xml(type, round.call(*error), {buffer, length}, type.name, object);
     });
     u32 refused = 0;

@@ -11,12 +11,12 @@
 
 namespace tarnbase::fuzz {
 
-// Accessors, order, every form, state flags, clones and copies. `room` cuts buffers.
-void exercise(const Structure &type, const Round &round, void *object, u8 room);
-void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 room);
+// Accessors, order, every form, state flags, clones and copies. `portion` cuts buffers.
+void exercise(const Structure &type, const Round &round, void *object, u8 portion);
+void exercise(const Enumeration &type, const Round &round, kel_enum_object *object, u8 portion);
 
 // The XML form, or nothing if the object has a text that XML can't represent.
-std::string xml_of(const Structure &type, const Round &round, const void *object, u8 room);
+std::string xml_of(const Structure &type, const Round &round, const void *object, u8 portion);
 
 // Whether each enumeration in the object is one of its enumerators: only then is its
 // XML form well-formed.

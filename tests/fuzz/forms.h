@@ -19,9 +19,9 @@ char *text_page();
 
 // Returns the text that `write(buffer, length, err)` writes, with its error. It is written
 // three times: to a large buffer, to a buffer of its exact length, where it must fit, and
-// to one cut to `room` 256ths of that, where it must not.
+// to one cut to `portion` 256ths of that, where it must not.
 template <typename Write>
-std::pair<std::string, u32> text_form(u8 room, Write write) {
+std::pair<std::string, u32> text_form(u8 portion, Write write) {
     u32 err = 0;
     char *page = text_page();
     const u32 length = write(page, longest_text, &err);
@@ -32,7 +32,7 @@ std::pair<std::string, u32> text_form(u8 room, Write write) {
     require(write(exact.text(), length, &err) == length && err == 0,
             "a text fits in a buffer of its length");
 
-    Buffer cut(length * room / 256);
+    Buffer cut(length * portion / 256);
     u32 lack = 0;
     write(cut.text(), cut.size(), &lack);
     require(lack != 0, "a buffer that is too short for a text is reported");

@@ -64,7 +64,7 @@ void fuzz_frame(Bytes bytes) {
         walk(*each.model, round);
     }
     // The rollback removes the transaction's records.
-    if (conditions.home == Home::transaction && conditions.used) return;
+    if (conditions.memory == Memory::transaction && conditions.used) return;
     for (const Received &each : records) destroy(*each.model, round, each.record);
 }
 

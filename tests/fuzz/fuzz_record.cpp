@@ -12,15 +12,15 @@ namespace tarnbase::fuzz {
 
 namespace {
 
-void use_objects(const Table &model, const Round &round, kel_record *record, u8 room) {
-    use_forms(model, round, record, room);
-    exercise(*model.type, round, record->object, room);
-    if (model.key_type != nullptr) exercise(*model.key_type, round, record->key_object, room);
+void use_objects(const Table &model, const Round &round, kel_record *record, u8 portion) {
+    use_forms(model, round, record, portion);
+    exercise(*model.type, round, record->object, portion);
+    if (model.key_type != nullptr) exercise(*model.key_type, round, record->key_object, portion);
 }
 
 // Reads into a new record, or over one in use, which is then inserted among others.
 void read_record(const Table &model, const Round &round, const Conditions &conditions,
-                 const Buffer &form, u8 room) {
+                 const Buffer &form, u8 portion) {
     Random random(2);
     kel_record *neighbour = make_record(model, round, random);
     require(insert(model, round, neighbour), "an empty table takes a record");
@@ -33,7 +33,7 @@ void read_record(const Table &model, const Round &round, const Conditions &condi
                             in_place ? InPlace::yes : InPlace::no);
     if (before != record) destroy(model, round, before);
     if (is_whole(model, record)) {
-        use_objects(model, round, record, room);
+        use_objects(model, round, record, portion);
         if (insert(model, round, record)) find(model, round, record);
         walk(model, round);
     }
@@ -67,12 +67,12 @@ void fuzz_record(Bytes bytes) {
     Input input(bytes);
     const u8 item = input.byte();
     const Conditions conditions(input.byte());
-    const u8 room = input.byte();
+    const u8 portion = input.byte();
     const Buffer form = input.rest();
     const Table &model = *all_tables()[(item & 0x7fU) % all_tables().size()];
     const Round round(conditions);
     if ((item & 0x80U) == 0) {
-        read_record(model, round, conditions, form, room);
+        read_record(model, round, conditions, form, portion);
     } else {
         read_key(model, round, form);
     }

@@ -29,7 +29,7 @@ Document parse(const char *text, std::size_t length) {
 
 // The message of a failure: no byte beyond the length is written.
 struct Message {
-    explicit Message(u8 room) : buffer(room) {}
+    explicit Message(u8 portion) : buffer(portion) {}
     Buffer buffer;
 };
 
@@ -42,8 +42,8 @@ bool has_array(const Structure &type) {
 }
 
 // Reading its own XML yields an equal object.
-void check_journey(const Structure &type, const Round &round, const void *object, u8 room) {
-    const std::string text = xml_of(type, round, object, room);
+void check_round_trip(const Structure &type, const Round &round, const void *object, u8 portion) {
+    const std::string text = xml_of(type, round, object, portion);
     if (text.empty() || !has_enumerators_only(type, object) || has_array(type)) return;
     const Document document = parse(text.data(), text.size());
     require(document != nullptr, "an object's XML is well-formed");
@@ -57,49 +57,50 @@ void check_journey(const Structure &type, const Round &round, const void *object
 }
 
 void read_structure(const Structure &type, const Conditions &conditions, kel_xml_document *document,
-                    u8 room) {
+                    u8 portion) {
     const Round round(conditions);
     Random random(3);
     void *object =
         conditions.used ? make_object(type, round, random) : object::create(type, round.call());
-    Message message(room);
+    Message message(portion);
     u32 err = 0;
     const std::string path = std::string("//") + type.name;
     object::from_xml(type, round.call(err),
                      {document, path.c_str(), message.buffer.text(), message.buffer.size()},
                      object);
-    check_journey(type, round, object, room);
-    exercise(type, round, object, room);
+    check_round_trip(type, round, object, portion);
+    exercise(type, round, object, portion);
     object::destroy(type, round.call(), object);
 }
 
 void read_enumeration(const Enumeration &type, const Conditions &conditions,
-                      kel_xml_document *document, u8 room) {
+                      kel_xml_document *document, u8 portion) {
     const Round round(conditions);
     auto *object = enumeration::create(type, round.call());
-    Message message(room);
+    Message message(portion);
     u32 err = 0;
     const std::string path = std::string("//") + type.name;
     enumeration::from_xml(type, round.call(err),
                           {document, path.c_str(), message.buffer.text(), message.buffer.size()},
                           object);
     require(err == 0, "an enumeration is read, or keeps its value");
-    exercise(type, round, object, room);
+    exercise(type, round, object, portion);
     enumeration::destroy(type, round.call(), object);
 }
 
 // A document that is refused leaves a record that nobody can release: hence the
 // transaction, which is rolled back.
-void read_record(const Table &model, Conditions conditions, kel_xml_document *document, u8 room) {
-    conditions.home = Home::transaction;
+void read_record(const Table &model, Conditions conditions, kel_xml_document *document,
+                 u8 portion) {
+    conditions.memory = Memory::transaction;
     const Round round(conditions);
-    Message message(room);
+    Message message(portion);
     u32 err = 0;
     kel_record *record = table::record_from_xml(
         model, round.call(err), {document, nullptr, message.buffer.text(), message.buffer.size()});
     require((record != nullptr) == (err == 0), "a record is read, or an error reported");
     if (is_whole(model, record)) {
-        use_forms(model, round, record, room);
+        use_forms(model, round, record, portion);
         if (insert(model, round, record)) find(model, round, record);
         walk(model, round);
     }
@@ -117,7 +118,7 @@ void fuzz_xml(Bytes bytes) {
     Input input(bytes);
     const u8 item = input.byte();
     const Conditions conditions(input.byte());
-    const u8 room = input.byte();
+    const u8 portion = input.byte();
     Buffer text = input.rest();
     const Document document = parse(text.text(), text.size());
     if (document == nullptr) return;
@@ -126,13 +127,13 @@ void fuzz_xml(Bytes bytes) {
     const auto enumerations = static_cast<u32>(all_enumerations().size());
     const u32 choice = item % (structures + enumerations + module.table_count);
     if (choice < structures) {
-        read_structure(*all_structures()[choice], conditions, document.get(), room);
+        read_structure(*all_structures()[choice], conditions, document.get(), portion);
     } else if (choice < structures + enumerations) {
         read_enumeration(*all_enumerations()[choice - structures], conditions, document.get(),
-                         room);
+                         portion);
     } else {
         read_record(*all_tables()[choice - structures - enumerations], conditions, document.get(),
-                    room);
+                    portion);
     }
     u32 elements = 0;
     u32 answer = 0;

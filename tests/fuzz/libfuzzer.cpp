@@ -26,7 +26,7 @@ extern "C" std::size_t LLVMFuzzerCustomCrossOver(const u8 *first, std::size_t fi
 
 namespace {
 
-std::size_t hand_over(const std::vector<u8> &stream, u8 *out, std::size_t limit) {
+std::size_t copy_to(const std::vector<u8> &stream, u8 *out, std::size_t limit) {
     const std::size_t size = std::min(stream.size(), limit);
     std::copy_n(stream.begin(), size, out);
     return size;
@@ -42,14 +42,14 @@ std::size_t LLVMFuzzerCustomMutator(u8 *data, std::size_t size, std::size_t limi
         bytes.resize(std::max(limit, length));
         bytes.resize(LLVMFuzzerMutate(bytes.data(), length, bytes.size()));
     });
-    return hand_over(stream, data, limit);
+    return copy_to(stream, data, limit);
 }
 
 std::size_t LLVMFuzzerCustomCrossOver(const u8 *first, std::size_t first_size, const u8 *second,
                                       std::size_t second_size, u8 *out, std::size_t limit,
                                       unsigned seed) {
     tarnbase::fuzz::Random random(seed);
-    return hand_over(
+    return copy_to(
         tarnbase::fuzz::cross_streams({first, first_size}, {second, second_size}, random), out,
         limit);
 }

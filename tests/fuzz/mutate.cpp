@@ -21,7 +21,7 @@ std::vector<WireItem> items_of(Bytes stream) {
 }
 
 void append_frame(std::vector<u8> &stream, Random &random) {
-    const Conditions conditions(static_cast<u8>(random.below(manners)));
+    const Conditions conditions(static_cast<u8>(random.below(mode_count)));
     const Round round(conditions);
     const Table &model = *all_tables()[random.below(module.table_count)];
     const std::vector<u8> frame = new_frame(model, round, random);
@@ -44,7 +44,7 @@ u32 number_in(const std::vector<u8> &stream, const WireItem &item) {
 
 // The limits of every range, and values close to the current number and to the number of
 // remaining bytes.
-u32 telling_number(u32 there, u32 left, Random &random) {
+u32 interesting_number(u32 there, u32 left, Random &random) {
     const u32 numbers[] = {0,          1,          2,        4,         127,       128,
                            255,        256,        1440,     there + 1, there - 1, there + 4,
                            there + 20, left,       left + 1, left - 1,  left - 4,  0x7fffffff,
@@ -52,7 +52,7 @@ u32 telling_number(u32 there, u32 left, Random &random) {
     return numbers[random.below(std::size(numbers))];
 }
 
-u32 telling_value(const std::vector<u8> &stream, const WireItem &item, Random &random) {
+u32 interesting_value(const std::vector<u8> &stream, const WireItem &item, Random &random) {
     constexpr u8 variants[] = {0, 1, 2, 3, 127, 128, 255};
     constexpr u8 flags[] = {0, 8, 32, 40, 1, 4, 64, 255};
     constexpr u8 families[] = {0, 4, 6, 1, 10, 255};
@@ -64,8 +64,8 @@ u32 telling_value(const std::vector<u8> &stream, const WireItem &item, Random &r
         case WireKind::family:
             return families[random.below(std::size(families))];
         default:
-            return telling_number(number_in(stream, item),
-                                  static_cast<u32>(stream.size()) - item.offset, random);
+            return interesting_number(number_in(stream, item),
+                                      static_cast<u32>(stream.size()) - item.offset, random);
     }
 }
 
@@ -74,7 +74,7 @@ void change_item(std::vector<u8> &stream, const WireItem &item, Random &random) 
     if (item.length > 8) {
         stream[item.offset + random.below(item.length)] = static_cast<u8>(random.word());
     } else {
-        store_number(stream, item, telling_value(stream, item, random));
+        store_number(stream, item, interesting_value(stream, item, random));
     }
 }
 
@@ -157,7 +157,7 @@ void mutate_bytes(std::vector<u8> &bytes, Random &random) {
             bytes[at] = telling[random.below(std::size(telling))];
             return;
         case 2:
-            return store_number(bytes, number, telling_value(bytes, number, random));
+            return store_number(bytes, number, interesting_value(bytes, number, random));
         case 3:
             return bytes.resize(at);
         case 4:

@@ -20,12 +20,12 @@ void require(bool holds, const char *promise) {
 }
 
 Conditions::Conditions(u8 flags)
-    : manner(static_cast<Manner>(flags % manners)),
+    : mode(static_cast<HandleMode>(flags % mode_count)),
       used((flags & 4U) != 0),
       in_place((flags & 8U) != 0),
-      home((flags & 0x30U) == 0x20U   ? Home::store
-           : (flags & 0x30U) == 0x30U ? Home::transaction
-                                      : Home::heap) {}
+      memory((flags & 0x30U) == 0x20U   ? Memory::store
+             : (flags & 0x30U) == 0x30U ? Memory::transaction
+                                        : Memory::heap) {}
 
 namespace {
 
@@ -45,28 +45,28 @@ void heap_free(void *, u32, void *block) {
 // Lines are already formatted when they get here; they are dropped.
 void drop_line(void *, std::uint16_t, u32, const char *) {}
 
-class Lab {
+class Fixture {
  public:
-    Lab() {
+    Fixture() {
         kel_trace_set_sink(drop_line, nullptr);
         require(kel_store_create_private(nullptr, &store_) == 0, "a store can be made");
-        for (u32 i = 0; i < manners; ++i) handles_[i] = make_handle(static_cast<Manner>(i));
+        for (u32 i = 0; i < mode_count; ++i) handles_[i] = make_handle(static_cast<HandleMode>(i));
         alloc_hook_ = handles_[0]->alloc_hook;
         free_hook_ = handles_[0]->free_hook;
         for (const Table *model : all_tables()) tables_.push_back(open(*model));
         for (kel_handle *handle : handles_) warm_up(handle);
     }
-    ~Lab() {
+    ~Fixture() {
         for (kel_handle *handle : handles_) kel_handle_destroy(handle);
         kel_store_close(store_);
     }
-    Lab(const Lab &) = delete;
-    Lab &operator=(const Lab &) = delete;
+    Fixture(const Fixture &) = delete;
+    Fixture &operator=(const Fixture &) = delete;
 
-    kel_handle *handle(Manner manner, Home home) const {
-        kel_handle *handle = handles_[static_cast<u32>(manner)];
-        handle->alloc_hook = home == Home::heap ? heap_alloc : alloc_hook_;
-        handle->free_hook = home == Home::heap ? heap_free : free_hook_;
+    kel_handle *handle(HandleMode mode, Memory memory) const {
+        kel_handle *handle = handles_[static_cast<u32>(mode)];
+        handle->alloc_hook = memory == Memory::heap ? heap_alloc : alloc_hook_;
+        handle->free_hook = memory == Memory::heap ? heap_free : free_hook_;
         return handle;
     }
     const std::vector<kel_table *> &tables() const { return tables_; }
@@ -77,14 +77,14 @@ class Lab {
     }
 
  private:
-    kel_handle *make_handle(Manner manner) {
+    kel_handle *make_handle(HandleMode mode) {
         kel_handle *handle = nullptr;
-        const u32 store_types = manner == Manner::store_types ? 1 : 0;
+        const u32 store_types = mode == HandleMode::store_types ? 1 : 0;
         require(kel_handle_create(store_, store_types, &handle) == 0, "a handle can be made");
-        if (manner == Manner::tracking) {
+        if (mode == HandleMode::tracking) {
             kel_handle_set_state_tracking(handle, KEL_STATE_TRACKING_ON);
         }
-        if (manner != Manner::old) return handle;
+        if (mode != HandleMode::old) return handle;
         for (const Structure *type : all_structures()) {
             if (type->top_variant > 0) kel_handle_set_variant(handle, type->descriptor, 0);
         }
@@ -116,42 +116,42 @@ class Lab {
     }
 
     kel_store *store_ = nullptr;
-    std::array<kel_handle *, manners> handles_;
+    std::array<kel_handle *, mode_count> handles_;
     decltype(kel_handle::alloc_hook) alloc_hook_;
     decltype(kel_handle::free_hook) free_hook_;
     std::vector<kel_table *> tables_;
 };
 
-const Lab &lab() {
-    static const Lab only;
+const Fixture &fixture() {
+    static const Fixture only;
     return only;
 }
 
 }  // namespace
 
 Round::Round(const Conditions &conditions)
-    : handle_(lab().handle(conditions.manner, conditions.home)),
-      manner_(conditions.manner),
-      home_(conditions.home),
-      blocks_(lab().blocks()) {
+    : handle_(fixture().handle(conditions.mode, conditions.memory)),
+      mode_(conditions.mode),
+      memory_(conditions.memory),
+      blocks_(fixture().blocks()) {
     handle_->last_error = 0;
-    if (home_ != Home::transaction) return;
+    if (memory_ != Memory::transaction) return;
     require(kel_transaction_begin(handle_, &tx_) == 0, "a transaction can be begun");
     handle_->cr_tx_id = tx_;
 }
 
 Round::~Round() {
-    if (home_ == Home::transaction) {
+    if (memory_ == Memory::transaction) {
         require(kel_transaction_rollback(handle_, tx_) == 0, "a transaction can be rolled back");
         handle_->cr_tx_id = KEL_TX_NONE;
     }
     require(heap_blocks == 0, "each block on the heap is freed once");
-    require(lab().blocks() == blocks_, "each block of the store is freed once");
+    require(fixture().blocks() == blocks_, "each block of the store is freed once");
 }
 
 kel_table *Round::table(const Table &model) const {
     for (u32 i = 0; i < all_tables().size(); ++i) {
-        if (all_tables()[i] == &model) return lab().tables()[i];
+        if (all_tables()[i] == &model) return fixture().tables()[i];
     }
     return nullptr;
 }

@@ -15,25 +15,25 @@ namespace tarnbase::fuzz {
 void require(bool holds, const char *promise);
 
 // The mode of a handle. `old`: its domain has variant 0 of each type.
-enum class Manner { plain, tracking, store_types, old };
-inline constexpr u32 manners = 4;
+enum class HandleMode { plain, tracking, store_types, old };
+inline constexpr u32 mode_count = 4;
 
 // Where objects, records and texts are allocated. On the heap each block has its exact
 // size, so that a sanitizer detects any access beyond it.
-enum class Home { heap, store, transaction };
+enum class Memory { heap, store, transaction };
 
 // The byte before an input:
-//   bits 0, 1   manner
+//   bits 0, 1   mode
 //   bit 2       the object is in use, with long texts
 //   bit 3       in_place
-//   bits 4, 5   home: 0 and 1 heap, 2 store, 3 a transaction that is rolled back
+//   bits 4, 5   memory: 0 and 1 heap, 2 store, 3 a transaction that is rolled back
 struct Conditions {
     explicit Conditions(u8 flags);
 
-    Manner manner;
+    HandleMode mode;
     bool used;
     bool in_place;
-    Home home;
+    Memory memory;
 };
 
 class Round {
@@ -48,15 +48,15 @@ class Round {
     u32 tx() const { return tx_; }
     Call call() const { return {handle_, tx_}; }
     Call call(u32 &err) const { return {handle_, tx_, &err}; }
-    bool tracking() const { return manner_ == Manner::tracking; }
+    bool tracking() const { return mode_ == HandleMode::tracking; }
     // An open table of that model, empty between rounds.
     kel_table *table(const Table &model) const;
 
  private:
     kel_handle *handle_;
     u32 tx_ = KEL_TX_NONE;
-    Manner manner_;
-    Home home_;
+    HandleMode mode_;
+    Memory memory_;
     u64 blocks_;
 };
 

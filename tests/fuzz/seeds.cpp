@@ -18,42 +18,40 @@ namespace tarnbase::fuzz {
 
 namespace {
 
-constexpr u8 half_room = 128;
+constexpr u8 half = 128;
 
-const char *const manner_names[manners] = {"plain", "tracking", "store_types", "old"};
+const char *const mode_names[mode_count] = {"plain", "tracking", "store_types", "old"};
 
-void give(const TakeSeed &take, const std::string &name, std::vector<u8> bytes, Bytes form) {
+void add_seed(const TakeSeed &take, const std::string &name, std::vector<u8> bytes, Bytes form) {
     bytes.insert(bytes.end(), form.begin(), form.end());
     take(name, bytes);
 }
 
-std::string named(const char *item, u32 manner) {
-    return std::string(item) + "." + manner_names[manner];
-}
+std::string named(const char *item, u32 mode) { return std::string(item) + "." + mode_names[mode]; }
 
-// `item` selects it in an input; `manner` is the mode in which it was written, and it is
+// `item` selects it in an input; `mode` is the mode in which it was written, and it is
 // read in all modes in turn.
-u8 conditions_of(u32 item, u32 manner) {
-    return static_cast<u8>((manner + item) % manners | (item % 2) << 2 | (item % 4) << 4);
+u8 conditions_of(u32 item, u32 mode) {
+    return static_cast<u8>((mode + item) % mode_count | (item % 2) << 2 | (item % 4) << 4);
 }
 
 void object_seeds(const TakeSeed &take) {
     u32 item = 0;
     for (const Structure *type : all_structures()) {
-        for (u32 manner = 0; manner < 2; ++manner) {
-            const Round round(Conditions(static_cast<u8>(manner)));
+        for (u32 mode = 0; mode < 2; ++mode) {
+            const Round round(Conditions(static_cast<u8>(mode)));
             Random random(item);
             void *object = make_object(*type, round, random);
-            give(take, named(type->name, manner),
-                 {static_cast<u8>(item), conditions_of(item, manner), half_room},
-                 wire(*type, round, object));
+            add_seed(take, named(type->name, mode),
+                     {static_cast<u8>(item), conditions_of(item, mode), half},
+                     wire(*type, round, object));
             object::destroy(*type, round.call(), object);
         }
         ++item;
     }
     for (const Enumeration *type : all_enumerations()) {
         const u8 last[] = {0, static_cast<u8>(type->count - 1), 0, 0, 0};
-        give(take, type->name, {static_cast<u8>(item), conditions_of(item, 0), half_room}, last);
+        add_seed(take, type->name, {static_cast<u8>(item), conditions_of(item, 0), half}, last);
         ++item;
     }
 }
@@ -72,16 +70,16 @@ void record_seeds(const TakeSeed &take) {
     constexpr u8 key = 0x80;
     u8 item = 0;
     for (const Table *model : all_tables()) {
-        for (u32 manner = 0; manner < 2; ++manner) {
-            const Round round(Conditions(static_cast<u8>(manner)));
+        for (u32 mode = 0; mode < 2; ++mode) {
+            const Round round(Conditions(static_cast<u8>(mode)));
             Random random(item);
             kel_record *record = make_record(*model, round, random);
-            const u8 conditions = conditions_of(item, manner);
-            give(take, named(model->name, manner), {item, conditions, half_room},
-                 frame(*model, round, record));
-            give(take, named(model->name, manner) + ".key",
-                 {static_cast<u8>(key | item), conditions, half_room},
-                 key_form(*model, round, record));
+            const u8 conditions = conditions_of(item, mode);
+            add_seed(take, named(model->name, mode), {item, conditions, half},
+                     frame(*model, round, record));
+            add_seed(take, named(model->name, mode) + ".key",
+                     {static_cast<u8>(key | item), conditions, half},
+                     key_form(*model, round, record));
             u32 err = 0;
             table::destroy_record(*model, round.call(err), record);
         }
@@ -108,11 +106,12 @@ std::string with_few_elements(const std::string &text) {
     return shortened;
 }
 
-void give_xml(const TakeSeed &take, const std::string &name, u32 item, const std::string &text) {
-    const std::vector<u8> start = {static_cast<u8>(item), conditions_of(item, 0), half_room};
-    give(take, name, start, bytes_of(text));
+void add_xml_seed(const TakeSeed &take, const std::string &name, u32 item,
+                  const std::string &text) {
+    const std::vector<u8> start = {static_cast<u8>(item), conditions_of(item, 0), half};
+    add_seed(take, name, start, bytes_of(text));
     const std::string shortened = with_few_elements(text);
-    if (shortened != text) give(take, name + ".few", start, bytes_of(shortened));
+    if (shortened != text) add_seed(take, name + ".few", start, bytes_of(shortened));
 }
 
 void xml_seeds(const TakeSeed &take) {
@@ -121,14 +120,14 @@ void xml_seeds(const TakeSeed &take) {
         const Round round(Conditions(static_cast<u8>(item % 2)));
         Random random(item);
         void *object = make_object(*type, round, random);
-        give_xml(take, type->name, item, xml_of(*type, round, object, half_room));
+        add_xml_seed(take, type->name, item, xml_of(*type, round, object, half));
         object::destroy(*type, round.call(), object);
         ++item;
     }
     for (const Enumeration *type : all_enumerations()) {
         const std::string text = std::string("<") + type->name + "><" + type->enumerators->name +
                                  "/></" + type->name + ">\n";
-        give_xml(take, type->name, item, text);
+        add_xml_seed(take, type->name, item, text);
         ++item;
     }
     for (const Table *model : all_tables()) {
@@ -136,10 +135,10 @@ void xml_seeds(const TakeSeed &take) {
         Random random(item);
         kel_record *record = make_record(*model, round, random);
         const auto text =
-            text_form(half_room, [&](char *buffer, u32 length, u32 *err) {
+            text_form(half, [&](char *buffer, u32 length, u32 *err) {
                 return table::record_to_xml(*model, round.call(*err), {buffer, length}, record);
             }).first;
-        give_xml(take, model->name, item, text);
+        add_xml_seed(take, model->name, item, text);
         u32 err = 0;
         table::destroy_record(*model, round.call(err), record);
         ++item;

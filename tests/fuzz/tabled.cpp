@@ -19,20 +19,20 @@ namespace {
 // The texts of a record and of its key need the space of their wire forms, so their own
 // length may not be enough.
 template <typename Write>
-void use_text(u8 room, Write write) {
+void use_text(u8 portion, Write write) {
     u32 err = 0;
     const u32 length = write(text_page(), longest_text, &err);
     require(err == 0, "a record and its key have a text");
-    for (const u32 size : {length, length * room / 256}) {
+    for (const u32 size : {length, length * portion / 256}) {
         Buffer buffer(size);
         u32 error = 0;
         write(buffer.text(), size, &error);
     }
 }
 
-void use_key_forms(const Table &model, const Round &round, const kel_record *record, u8 room) {
+void use_key_forms(const Table &model, const Round &round, const kel_record *record, u8 portion) {
     u32 err = 0;
-    use_text(room, [&](char *buffer, u32 length, u32 *error) {
+    use_text(portion, [&](char *buffer, u32 length, u32 *error) {
         return table::pkey_print(model, round.call(*error), {buffer, length}, round.table(model),
                                  record);
     });
@@ -41,7 +41,7 @@ void use_key_forms(const Table &model, const Round &round, const kel_record *rec
     Buffer form(length + spare);
     const u32 written = table::pkey_marshal(model, round.call(err), {form.data(), length}, record);
     require(err != 0 || written <= length, "a key's form stays in its buffer");
-    Buffer cut(length * room / 256 + spare);
+    Buffer cut(length * portion / 256 + spare);
     u32 lack = 0;
     table::pkey_marshal(model, round.call(lack), {cut.data(), cut.size() - spare}, record);
     require(lack != 0 || round.tracking(), "a buffer that is too short is reported");
@@ -49,17 +49,17 @@ void use_key_forms(const Table &model, const Round &round, const kel_record *rec
 
 }  // namespace
 
-void use_forms(const Table &model, const Round &round, kel_record *record, u8 room) {
+void use_forms(const Table &model, const Round &round, kel_record *record, u8 portion) {
     u32 err = 0;
-    use_text(room, [&](char *buffer, u32 length, u32 *error) {
+    use_text(portion, [&](char *buffer, u32 length, u32 *error) {
         return table::record_print(model, round.call(*error), {buffer, length}, record);
     });
-    text_form(room, [&](char *buffer, u32 length, u32 *error) {
+    text_form(portion, [&](char *buffer, u32 length, u32 *error) {
         return table::record_to_xml(model, round.call(*error), {buffer, length}, record);
     });
     const u32 length = table::record_len(model, round.call(), record);
     const u32 spare = round.tracking() ? 1 : 0;
-    for (const u32 size : {length, length * room / 256}) {
+    for (const u32 size : {length, length * portion / 256}) {
         Buffer form(size + spare);
         u32 error = 0;
         const u32 written =
@@ -68,7 +68,7 @@ void use_forms(const Table &model, const Round &round, kel_record *record, u8 ro
     }
     table::record_is_modified(model, round.call(err), record);
     require(err == 0, "a record reports whether it was modified");
-    use_key_forms(model, round, record, room);
+    use_key_forms(model, round, record, portion);
 }
 
 bool insert(const Table &model, const Round &round, kel_record *record) {

@@ -11,8 +11,8 @@ namespace tarnbase::fuzz {
 // Whether the record has the objects that its table orders by.
 bool is_whole(const Table &model, const kel_record *record);
 
-// Every form of a record, and forms of its key. `room` cuts buffers.
-void use_forms(const Table &model, const Round &round, kel_record *record, u8 room);
+// Every form of a record, and forms of its key. `portion` cuts buffers.
+void use_forms(const Table &model, const Round &round, kel_record *record, u8 portion);
 
 // Inserts the record. False: its key already exists.
 bool insert(const Table &model, const Round &round, kel_record *record);

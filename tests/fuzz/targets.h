@@ -17,11 +17,11 @@ using u32 = std::uint32_t;
 using u64 = std::uint64_t;
 using Bytes = std::span<const u8>;
 
-// The wire form of an object: item, conditions, room, then the bytes to read.
+// The wire form of an object: item, conditions, portion, then the bytes to read.
 void fuzz_object(Bytes input);
-// A record's frame or a key: table, conditions, room, then the bytes to read.
+// A record's frame or a key: table, conditions, portion, then the bytes to read.
 void fuzz_record(Bytes input);
-// A document: item, conditions, room, then its text.
+// A document: item, conditions, portion, then its text.
 void fuzz_xml(Bytes input);
 // A stream of frames, identified by their LUIDs: conditions, then the frames.
 void fuzz_frame(Bytes input);
