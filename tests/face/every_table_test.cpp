@@ -43,7 +43,7 @@ class EveryTable : public testing::Test {
     }
 
     template <typename View>
-    void life() {
+    void round_trip_object() {
         SCOPED_TRACE(tarn::object_traits<View>::name);
         const std::uint64_t before = store.describe().blocks;
         {
@@ -58,8 +58,8 @@ class EveryTable : public testing::Test {
         EXPECT_EQ(store.describe().blocks, before);
     }
     template <typename... Views>
-    std::size_t lives(tarn::type_list<Views...>) {
-        (life<Views>(), ...);
+    std::size_t round_trip_objects(tarn::type_list<Views...>) {
+        (round_trip_object<Views>(), ...);
         return sizeof...(Views);
     }
 };
@@ -70,7 +70,7 @@ TEST_F(EveryTable, RoundTripsARecordInEachForm) {
 }
 
 TEST_F(EveryTable, ItsStructuresAreCreatedAndRead) {
-    EXPECT_EQ(lives(tarn::every_structure()), 61U);
+    EXPECT_EQ(round_trip_objects(tarn::every_structure()), 61U);
 }
 
 TEST_F(EveryTable, KeysOfSeveralPartsFindTheirRecord) {

@@ -37,7 +37,7 @@ struct HookForwarder {
         HookEvent &event = note(Hook::alloc, nullptr, size, tx_id);
         if (current->failing_) return nullptr;
         event.address = current->original_.alloc_hook(arena, tx_id, size);
-        if (current->soiling_ && event.address != nullptr) std::memset(event.address, 0xa5, size);
+        if (current->filling_ && event.address != nullptr) std::memset(event.address, 0xa5, size);
         return event.address;
     }
 

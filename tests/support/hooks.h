@@ -46,14 +46,14 @@ class HookRecorder {
     void fail_allocations(bool fail) { failing_ = fail; }
 
     // Fills what alloc_hook returns from now on, since a block may hold anything.
-    void soil_allocations(bool soil) { soiling_ = soil; }
+    void fill_allocations(bool fill) { filling_ = fill; }
 
  private:
     friend struct HookForwarder;
     kel_handle *handle_;
     kel_handle original_;
     bool failing_ = false;
-    bool soiling_ = false;
+    bool filling_ = false;
 };
 
 }  // namespace tarn::test

@@ -17,7 +17,7 @@ constexpr u64 no_text = 0xffffffff;
 bool is_cr(const Prototype &function) { return function.ends_with("_cr"); }
 
 // The result of a form while an error persists; none for those that run anyway.
-std::optional<u64> sticking_answer(const Prototype &function) {
+std::optional<u64> result_with_sticky_error(const Prototype &function) {
     const auto ends = [&](std::initializer_list<const char *> words) {
         return std::any_of(words.begin(), words.end(),
                            [&](const char *word) { return function.ends_with(word); });
@@ -36,13 +36,14 @@ TEST_P(CrForms, DoNothingWhileAnErrorSticks) {
     for (const Prototype &each : functions) stage.arguments(each);
     const StoreSnapshot before(stage.session.store());
     for (const Prototype &each : functions) {
-        if (!is_cr(each) || !sticking_answer(each)) continue;
+        if (!is_cr(each) || !result_with_sticky_error(each)) continue;
         SCOPED_TRACE(each.name);
         const std::vector<Word> arguments = stage.arguments(each);
         const auto scratch = stage.scratch();
         stage.handle->last_error = EINVAL;
         const HookRecorder hooks(stage.handle);
-        EXPECT_EQ(stage.result(each, Stage::invoke(each, arguments)), *sticking_answer(each));
+        EXPECT_EQ(stage.result(each, Stage::invoke(each, arguments)),
+                  *result_with_sticky_error(each));
         EXPECT_EQ(stage.handle->last_error, EINVAL);
         EXPECT_TRUE(hooks.events.empty());
         EXPECT_EQ(stage.scratch(), scratch);

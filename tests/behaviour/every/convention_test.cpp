@@ -137,7 +137,7 @@ TEST_P(Transaction, OfTheCallerIsPassedToEveryHook) {
 
 // Stores that aren't announced: the names and ids of tables, a reference that is
 // added, and the descriptor of an enumeration that is destroyed or read.
-bool stores_for_good(const std::string &item, const Prototype &function) {
+bool stores_permanently(const std::string &item, const Prototype &function) {
     const auto &enumerations = all_enumerations();
     const bool is_enumeration =
         std::any_of(enumerations.begin(), enumerations.end(),
@@ -151,7 +151,7 @@ TEST_P(Transaction, ThatIsRolledBackUndoesEveryOperation) {
     for (const Prototype &each : functions) stage.arguments(each);
     const StoreSnapshot before(stage.session.store());
     for (const Prototype &each : functions) {
-        if (!each.takes("tx_id") || stores_for_good(item, each)) continue;
+        if (!each.takes("tx_id") || stores_permanently(item, each)) continue;
         std::vector<Word> arguments = stage.arguments(each);
         u32 tx = 0;
         ASSERT_EQ(kel_transaction_begin(stage.handle, &tx), 0U);
@@ -165,7 +165,7 @@ TEST_P(Transaction, ThatIsRolledBackUndoesEveryOperation) {
 
 // At each opening of a table, each creation of a record and each creation of a
 // structure, but not in the worker that it calls or for an enumeration.
-bool begins_something(const std::string &item, const Prototype &function) {
+bool registers_trace_module(const std::string &item, const Prototype &function) {
     const std::string operation = operation_of(item, function);
     if (function.result == "kel_table *") return true;
     if (function.result == "kel_record *" && operation.find("create") != std::string::npos) {
@@ -180,21 +180,21 @@ TARN_EVERY_ITEM(TraceModule, Mode::plain);
 TEST_P(TraceModule, OfTypesIsRegisteredByCreationsAndOpens) {
     Stage stage(item, GetParam().mode);
     const bool is_enumeration = prototypes_of(item).front().ends_with("_variant_data_index_cap");
-    std::size_t begun = 0;
+    std::size_t tested = 0;
     for (const Prototype &each : functions) {
-        const bool begins = begins_something(item, each);
-        if (!begins && !each.ends_with("_create_internal")) continue;
+        const bool registers = registers_trace_module(item, each);
+        if (!registers && !each.ends_with("_create_internal")) continue;
         SCOPED_TRACE(each.name);
         const std::vector<Word> arguments = stage.arguments(each);
         stage.err = 0;
         const ServiceRecorder services(stage.handle);
         Stage::invoke(each, arguments);
         const auto registered = services.calls("ptrail_module_init_fn");
-        ASSERT_EQ(registered.size(), begins && !is_enumeration ? 1U : 0U);
+        ASSERT_EQ(registered.size(), registers && !is_enumeration ? 1U : 0U);
         for (const ServiceCall &call : registered) EXPECT_EQ(call.text, "kel_tarnbase_type");
-        ++begun;
+        ++tested;
     }
-    EXPECT_GE(begun, 3U);
+    EXPECT_GE(tested, 3U);
 }
 
 // Without its own trace sink: the line goes to standard error.

@@ -9,12 +9,12 @@
 namespace tarn::test {
 namespace {
 
-bool is_about_tables(const std::string &name) {
+bool is_of_table(const std::string &name) {
     return name.compare(0, 4, "tbl_") == 0 || name.find("_tbl_") != std::string::npos;
 }
 
 // The functions of no table and of no type are the module's own.
-bool is_about_types(const std::string &name) {
+bool is_of_type(const std::string &name) {
     const auto belongs = [&](const auto *item) {
         return name.compare(0, std::string(item->name).size() + 1, std::string(item->name) + "_") ==
                0;
@@ -28,21 +28,21 @@ bool is_about_types(const std::string &name) {
     return false;
 }
 
-bool is_a_whole_run() {
+bool is_complete_run() {
     return GTEST_FLAG_GET(filter) == "*" && std::getenv("GTEST_TOTAL_SHARDS") == nullptr;
 }
 
 // The list has a letter and a name per line: F a function, W a weak one, D data.
 class EveryFunction : public ::testing::Environment {
     void TearDown() override {
-        if (!is_a_whole_run()) return;
+        if (!is_complete_run()) return;
         std::ifstream list(TARNBASE_EXPORTS);
         std::string letter, name;
         u32 expected = 0;
         while (list >> letter >> name) {
             if (letter == "D") continue;
-            const bool tables = is_about_tables(name);
-            if (TARNBASE_ABOUT_TABLES ? !tables : tables || !is_about_types(name)) continue;
+            const bool tables = is_of_table(name);
+            if (TARNBASE_ABOUT_TABLES ? !tables : tables || !is_of_type(name)) continue;
             ++expected;
             EXPECT_EQ(called_names().count(name), 1U) << name << " was never called";
         }

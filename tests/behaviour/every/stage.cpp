@@ -36,7 +36,7 @@ const kel_type_info *descriptor_of(const std::string &type) {
     return find_enumeration(type)->descriptor;
 }
 
-u32 go_on(kel_record *, void *) { return 0; }
+u32 continue_walk(kel_record *, void *) { return 0; }
 
 bool is_one_of(const std::string &word, std::initializer_list<const char *> words) {
     return std::find(words.begin(), words.end(), word) != words.end();
@@ -123,7 +123,8 @@ Word Stage::pointer(const Prototype &function, const Parameter &parameter) {
 }
 
 Word Stage::argument(const Prototype &function, const Parameter &parameter) {
-    if (parameter.type == "kel_walk_function") return reinterpret_cast<const void *>(&go_on);
+    if (parameter.type == "kel_walk_function")
+        return reinterpret_cast<const void *>(&continue_walk);
     if (parameter.is_pointer()) return pointer(function, parameter);
     return parameter.name == "tx_id" ? u64{KEL_TX_NONE} : number(parameter);
 }

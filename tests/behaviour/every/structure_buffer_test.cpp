@@ -203,7 +203,7 @@ TEST_P(Forms, TheTextIsThatOfTheFieldsInSchemaOrder) {
 }
 
 // All sizes for a short text; for a long one, those at both ends and a few between.
-std::vector<u32> rooms_below(u32 whole) {
+std::vector<u32> sizes_below(u32 whole) {
     std::vector<u32> sizes;
     for (u32 space = 0; space < whole; ++space) {
         if (whole < 1500 || space < 40 || space + 40 >= whole || space % 4999 == 0) {
@@ -217,7 +217,7 @@ TEST_P(FormSizes, ATextIsWrittenAsFarAsItFits) {
     in_each_variant([this](const Filled &filled) {
         TextForm whole(plenty, '#');
         whole.object(filled, 2, "mine");
-        for (const u32 space : rooms_below(static_cast<u32>(whole.text.size()))) {
+        for (const u32 space : sizes_below(static_cast<u32>(whole.text.size()))) {
             SCOPED_TRACE("space " + std::to_string(space));
             TextForm form(space, '#');
             form.object(filled, 2, "mine");
@@ -256,7 +256,7 @@ TEST_P(FormSizes, XmlIsWrittenAsFarAsItFits) {
     in_each_variant([this](const Filled &filled) {
         XmlForm whole(plenty);
         whole.object(filled, "mine", 0);
-        for (const u32 space : rooms_below(static_cast<u32>(whole.text.size()))) {
+        for (const u32 space : sizes_below(static_cast<u32>(whole.text.size()))) {
             SCOPED_TRACE("space " + std::to_string(space));
             XmlForm form(space);
             form.object(filled, "mine", 0);

@@ -95,13 +95,13 @@ class StructureHooks : public StructureTest {
             if (field.structure != nullptr) {
                 add_destruction(*field.structure, place);
             } else if (tracking && owns_state(field.kind)) {
-                add_leaving(place);
+                add_hd_removal(place);
             }
         }
         add_deltas(object, &kel_variant_usage::destroyed, -1);
-        if ((head(object)->flags & OBJ_STATE_ELSEWHERE) != 0) add_leaving(object);
+        if ((head(object)->flags & OBJ_STATE_ELSEWHERE) != 0) add_hd_removal(object);
     }
-    void add_leaving(const void *object) const {
+    void add_hd_removal(const void *object) const {
         steps.push_back({'w', &head(object)->flags, 1, {head(object)->flags}});
     }
 
@@ -142,7 +142,7 @@ TARN_EACH_STRUCTURE(StructureHooks);
 TEST_P(StructureHooks, CreationAnnouncesEveryHeaderStoreAndCountInItsOrder) {
     const Typed within(type, handle, tx);
     HookRecorder hooks(handle);
-    hooks.soil_allocations(true);
+    hooks.fill_allocations(true);
     void *object = within.create();
     add_creation(type, object, 0, 0);
     EXPECT_EQ(made(hooks, object), steps);

@@ -81,7 +81,7 @@ TARN_EACH_STRUCTURE(StructureInitialization);
 
 TEST_P(StructureInitialization, CreationZeroesTheWholeAllocation) {
     HookRecorder hooks(handle);
-    hooks.soil_allocations(true);
+    hooks.fill_allocations(true);
     void *object = typed.create();
     const u32 size = typed.cr<u32>("sizeof", {});
     std::vector<u8> bytes(at(object, 0), at(object, size));

@@ -28,7 +28,7 @@ TARN_EVERY_TABLE(TableSteps);
 TEST_P(TableSteps, AnOpenAllocatesOneBlockOutsideTheTransactionAndMapsIt) {
     for (const std::string &twin : twins) {
         HookRecorder hooks(handle);
-        hooks.soil_allocations(true);
+        hooks.fill_allocations(true);
         services.clear();
         const std::string form = "table_open_by_ior_with_name" + twin;
         auto *made = call<kel_table *>(name(form), {handle, 42, "u", u64{77}, 0, &err});
@@ -84,7 +84,7 @@ TEST_P(TableSteps, FreeingATableInUseFailsWithEagain) {
 TEST_P(TableSteps, ACreationAnnouncesOnlyDescriptorAndCounter) {
     for (const std::string &twin : twins) {
         HookRecorder hooks(handle);
-        hooks.soil_allocations(true);
+        hooks.fill_allocations(true);
         auto *record = call<kel_record *>(name("create_record" + twin), {handle, 42, &err});
         ASSERT_EQ(hooks.count(Hook::alloc), 1U);
         EXPECT_EQ(hooks.of(Hook::alloc)[0].length, record_size());

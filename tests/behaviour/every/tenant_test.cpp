@@ -174,7 +174,7 @@ TEST_P(EveryTenancy, OnlyTheEngineDeletesFromAMarkedTable) {
 }
 
 // Reads that skip records but report them.
-bool reports_on_its_way(const Prototype &function) {
+bool reports_skipped_records(const Prototype &function) {
     return function.name.find("_shadow") != std::string::npos ||
            function.name.find("_search") != std::string::npos ||
            function.name.find("_by_key") != std::string::npos;
@@ -215,7 +215,7 @@ class EveryRead : public EveryTenancy {
         const bool is_reported = found != nullptr && found->src != KEL_SOURCE_SHADOW;
         EXPECT_EQ(!reads.empty() && reads.back().pointer<kel_record>(3) == found, is_reported);
         const std::size_t once = is_reported ? 1 : 0;
-        EXPECT_TRUE(reports_on_its_way(function) || reads.size() == once) << reads.size();
+        EXPECT_TRUE(reports_skipped_records(function) || reads.size() == once) << reads.size();
     }
 };
 INSTANTIATE_TEST_SUITE_P(Every, EveryRead, ::testing::ValuesIn([] {

@@ -57,7 +57,7 @@ TEST_P(Usage, ATypesCountersAreAnnouncedAndChangedInItsOwnDescriptor) {
     const kel_variant_info &info = *head(first)->descriptor->variant_info;
     kel_variant_usage &usage = info.variants[info.variant_count - 1];
     const kel_variant_usage before = usage;
-    const u64 lives = is_enumeration() ? 0 : 1;
+    const u64 live = is_enumeration() ? 0 : 1;
 
     HookRecorder hooks(handle);
     void *object = call<void *>(item + "_create", {handle, KEL_TX_NONE});
@@ -66,10 +66,10 @@ TEST_P(Usage, ATypesCountersAreAnnouncedAndChangedInItsOwnDescriptor) {
         return each.counter != &usage.created && each.counter != &usage.live;
     });
     std::vector<Change> expected = {{&usage.created, 1}};
-    if (lives != 0) expected.push_back({&usage.live, 1});
+    if (live != 0) expected.push_back({&usage.live, 1});
     EXPECT_EQ(made, expected);
     EXPECT_EQ(usage.created, before.created + 1);
-    EXPECT_EQ(usage.live, before.live + lives);
+    EXPECT_EQ(usage.live, before.live + live);
     EXPECT_EQ(usage.destroyed, before.destroyed);
 
     hooks.clear();
@@ -79,7 +79,7 @@ TEST_P(Usage, ATypesCountersAreAnnouncedAndChangedInItsOwnDescriptor) {
         return each.counter != &usage.destroyed && each.counter != &usage.live;
     });
     expected = {{&usage.destroyed, 1}};
-    if (lives != 0) expected.push_back({&usage.live, -1});
+    if (live != 0) expected.push_back({&usage.live, -1});
     EXPECT_EQ(ended, expected);
     EXPECT_EQ(usage.destroyed, before.destroyed + 1);
     EXPECT_EQ(usage.live, before.live);

@@ -50,7 +50,7 @@ TEST_P(EnumerationSteps, CreationAnnouncesEachStoreBeforeItInANewZeroedBlock) {
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 3);
     const TraceCapture trace;
     HookRecorder hooks(handle);
-    hooks.soil_allocations(true);
+    hooks.fill_allocations(true);
     lamp_state *made = lamp_state_create(handle, tx);
     EXPECT_EQ(*at<u32>(made, 12), 0U);
     const auto stores = hooks.writes_in(made, 16);

@@ -287,7 +287,7 @@ TEST_P(OpenById, EveryTableHasItsOwnRoot) {
 TEST_P(OpenById, ZeroesRootAndBlock) {
     in_own_process([&] {
         HookRecorder hooks(handle);
-        hooks.soil_allocations(true);
+        hooks.fill_allocations(true);
         EXPECT_EQ(s.plain.open_auto_id(handle, tx, 1, &err), nullptr);
         ASSERT_NE(root(), nullptr);
         EXPECT_EQ(root()->reserved, 0U);

@@ -238,12 +238,12 @@ TEST_P(Open, ClearsTheErrorRegistersTheTraceModuleAndLooksTheNameUp) {
 
 TEST_P(Open, ZeroesTheBlock) {
     HookRecorder hooks(handle);
-    hooks.soil_allocations(true);
-    kel_table *made = s.plain.open(handle, tx, "soiled", 0, &err);
+    hooks.fill_allocations(true);
+    kel_table *made = s.plain.open(handle, tx, "filled", 0, &err);
     ASSERT_NE(made, nullptr);
     kel_table expected = {};
     expected.descriptor = made->descriptor;
-    std::strcpy(expected.table_name, stored_name("soiled").c_str());
+    std::strcpy(expected.table_name, stored_name("filled").c_str());
     expected.toc_prev = &table->toc_next;
     EXPECT_EQ(0, std::memcmp(&expected.variant, &made->variant, 3));
     const std::size_t named = offsetof(kel_table, table_name);

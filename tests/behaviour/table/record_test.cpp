@@ -236,7 +236,7 @@ TEST_P(Records, CreationRegistersTheTraceModuleBeforeItAllocates) {
 
 TEST_P(Records, CreationZeroesTheBlock) {
     HookRecorder hooks(handle);
-    hooks.soil_allocations(true);
+    hooks.fill_allocations(true);
     kel_record *record = s.plain.create_record(handle, tx, &err);
     kel_record expected = {};
     expected.descriptor = record->descriptor;
