@@ -28,7 +28,7 @@ bool parse_string(std::string_view text, void *value) {
     return true;
 }
 
-const ObjectType string_type = {
+constexpr ObjectType string_type = {
     .text = string_text,
     .parse = parse_string,
     .expected = "a string",
@@ -78,7 +78,7 @@ std::string address_bytes_text(Bytes bytes) {
     return tarn::address(family, bytes.data()).to_text();
 }
 
-const ObjectType address_type = {
+constexpr ObjectType address_type = {
     .text = address_text,
     .parse = parse_address,
     .expected = "an IPv4 or IPv6 address, or nothing",
@@ -90,7 +90,7 @@ const ObjectType address_type = {
              .text = address_bytes_text},
 };
 
-const ValueType types[] = {
+constexpr ValueType types[] = {
     {"u_int8", "a number from 0 to 255", "1 byte", by_size, decimal, nullptr},
     {"u_int16", "a number from 0 to 65535", "2 bytes, little-endian", by_size, decimal, nullptr},
     {"u_int32", "a number from 0 to 4294967295", "4 bytes, little-endian", by_size, decimal,
@@ -112,15 +112,29 @@ const ValueType types[] = {
      &_ip_address_type_info_internal, &address_type},
 };
 
-}  // namespace
-
-std::span<const ValueType> value_types() { return types; }
-
-const ValueType *value_type(std::string_view name) {
+constexpr const ValueType *find_type(std::string_view name) {
     const auto *found = std::find_if(std::begin(types), std::end(types),
                                      [&](const ValueType &each) { return each.name == name; });
     return found == std::end(types) ? nullptr : found;
 }
+
+// Whether a kind of field has what tarnctl needs for it here.
+constexpr bool is_described(const tarnbase::KindFacts &kind) {
+    const std::string_view name = kind.type;
+    if (name.empty()) return true;
+    const ValueType *type = find_type(name);
+    const bool is_object = kind.group == tarnbase::KindGroup::object;
+    return type != nullptr && is_object == (type->operations != nullptr);
+}
+static_assert(std::all_of(std::begin(tarnbase::all_kinds), std::end(tarnbase::all_kinds),
+                          is_described),
+              "a type of frame/kinds.h has no entry, or one that lacks its operations");
+
+}  // namespace
+
+std::span<const ValueType> value_types() { return types; }
+
+const ValueType *value_type(std::string_view name) { return find_type(name); }
 
 const ObjectType *object_type(const Field &field) {
     if (field.facts().group != tarnbase::KindGroup::object) return nullptr;
