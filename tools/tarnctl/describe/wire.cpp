@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "model/value.h"
+#include "model/value_type.h"
 
 namespace tarnctl {
 namespace {
@@ -28,7 +29,8 @@ WireSize wire_size(const Field &field) {
             fmt::format("{}.", field.name));
     else size.fixed = uint64_t{field.facts().wire} * std::max(field.elements, 1U);
     size.state += 1 + field.elements;
-    if (field.facts().group == tarnbase::KindGroup::object) size.variable.emplace_back(field.name);
+    const ObjectType *type = object_type(field);
+    if (type != nullptr && !type->wire.number.empty()) size.variable.emplace_back(field.name);
     return size;
 }
 
