@@ -12,7 +12,7 @@ namespace {
 
 using CCall = Face;
 
-TEST_F(CCall, ATrackingScopeSetsTheModeAndThenTheOneBefore) {
+TEST_F(CCall, TrackingScopeRestoresThePreviousMode) {
     kel_handle *handle = session.c_handle();
     {
         const tarn::tracking_scope outer(handle, tarn::tracking::on);
@@ -26,7 +26,7 @@ TEST_F(CCall, ATrackingScopeSetsTheModeAndThenTheOneBefore) {
     EXPECT_EQ(handle->state_tracking, nullptr);
 }
 
-TEST_F(CCall, ObjectsMadeInATrackingScopeHaveStateFlags) {
+TEST_F(CCall, TrackingScopeGivesNewObjectsStateFlags) {
     auto table = servers(session);
     const auto is_tracked = [&](const tarn::new_record<tarn::ldap_conn> &record) {
         const auto *object = reinterpret_cast<const kel_object *>(record.c_object());
@@ -37,7 +37,7 @@ TEST_F(CCall, ObjectsMadeInATrackingScopeHaveStateFlags) {
     EXPECT_TRUE(is_tracked(table.make("b")));
 }
 
-TEST_F(CCall, AQuietScopeSuppressesTraceLines) {
+TEST_F(CCall, QuietScopeSuppressesTraceLines) {
     auto table = servers(session);
     add(table, "ldap1");
     const auto refused = [&] {
@@ -53,7 +53,7 @@ TEST_F(CCall, AQuietScopeSuppressesTraceLines) {
     EXPECT_NE(refused(), "");
 }
 
-TEST_F(CCall, ACallbackPassesItemsAndRethrows) {
+TEST_F(CCall, CallbackPassesItemsAndRethrows) {
     auto table = servers(session);
     add(table, "ldap1");
     add(table, "ldap2");
@@ -78,7 +78,7 @@ TEST_F(CCall, ACallbackPassesItemsAndRethrows) {
     EXPECT_EQ(met, 4);
 }
 
-TEST_F(CCall, ATextFormGrowsUntilItFits) {
+TEST_F(CCall, TextFormGrowsUntilItFits) {
     const std::string text(5000, 'a');
     const auto write = [&](char *buffer, std::uint32_t size, std::uint32_t *err) {
         if (size < text.size()) *err = EMSGSIZE;
