@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/hex.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "base/failure.h"
 

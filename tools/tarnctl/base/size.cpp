@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/size.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <charconv>
 

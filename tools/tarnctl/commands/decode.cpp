@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl decode: wire bytes with their meaning.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cctype>
 #include <cstdint>

@@ -3,7 +3,7 @@
 // tarnctl describe: a table or a type in detail.
 #include "describe/describe.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <iostream>
 #include <memory>

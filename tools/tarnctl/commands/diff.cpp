@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl diff: the differences of two stores, or of a store and an export.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <iostream>

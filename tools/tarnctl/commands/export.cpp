@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl export: the records of a store as a document.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <iostream>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl find: the records of a table that meet conditions.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <iostream>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl get: one record by its key.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl import: the records of a document into a store.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <iostream>
 #include <map>

@@ -3,7 +3,7 @@
 // tarnctl manifest: the schema of a library file, compared with this program's.
 #include "library/manifest.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <iostream>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl store: makes a store file, and shows its contents.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <charconv>
 #include <iostream>
@@ -88,7 +88,7 @@ void print_json(const std::string &path, const Info &info) {
                     {"blocks", info.store.blocks},
                     {"block_bytes", info.store.block_bytes},
                     {"fill", info.fill()},
-                    {"base", fmt::format("{}", fmt::ptr(info.store.base))},
+                    {"base", fmt::format("{}", info.store.base)},
                     {"types", info.store.types},
                     {"transactions",
                      {{"open", info.store.transactions},
@@ -114,7 +114,7 @@ void print_text(const std::string &path, const Info &info) {
     line("in use",
          fmt::format("{} in {} blocks, {:.1f} % of the size", exact(info.store.block_bytes),
                      info.store.blocks, 100 * info.fill()));
-    line("base address", fmt::format("{}", fmt::ptr(info.store.base)));
+    line("base address", fmt::format("{}", info.store.base));
     line("types", std::to_string(info.store.types));
     line("transactions",
          fmt::format("{} open, {} committed, {} rolled back", info.store.transactions,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl table: makes, removes and lists the tables of a store.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <iostream>
 #include <memory>

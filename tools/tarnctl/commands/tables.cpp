@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl tables: the tables of the schema, and those of a store.
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fnmatch.h>
 
 #include <iostream>

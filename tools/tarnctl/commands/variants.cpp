@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl variants: the usage counters of types, tables and records, by variant.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <iostream>
 #include <memory>

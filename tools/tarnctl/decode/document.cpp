@@ -2,7 +2,7 @@
 //
 // The document of frames, which exchange/frames.h describes: a head, tables with their records,
 // and an end.
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

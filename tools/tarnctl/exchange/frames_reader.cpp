@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange/frames_writer.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cerrno>
 #include <cstring>

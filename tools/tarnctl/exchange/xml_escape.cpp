@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange/xml_escape.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "exchange/xml_text.h"
 

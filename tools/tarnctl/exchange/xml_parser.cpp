@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange/xml_parser.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <libxml/SAX2.h>
 
 #include "exchange/sink.h"

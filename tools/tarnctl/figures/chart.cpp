@@ -3,7 +3,7 @@
 
 #include <cairo-svg.h>
 #include <cairo.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "figures/day.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <numeric>

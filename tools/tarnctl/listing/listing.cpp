@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "listing/listing.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <memory>
 #include <sstream>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "model/json.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "base/failure.h"
 #include "base/hex.h"

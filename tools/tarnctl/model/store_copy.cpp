@@ -3,7 +3,7 @@
 // Copies a store file for a trial. A store is mapped at the same address in every process, so that
 // the original is unmapped before its copy is mapped.
 #include <fcntl.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -2,7 +2,7 @@
 //
 // Writes the manual pages of tarnctl, tarnctl(1) and one a command, from the texts of its --help.
 //   tarnctl_pages FOLDER
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <fstream>
 #include <iostream>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pages/roff.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cctype>

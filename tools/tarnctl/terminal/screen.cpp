@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "terminal/screen.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <langinfo.h>
 #include <sys/ioctl.h>
 #include <unistd.h>

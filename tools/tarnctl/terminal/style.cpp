@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "terminal/style.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace tarnctl {
 namespace {
