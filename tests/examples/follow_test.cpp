@@ -5,8 +5,8 @@
 
 #include <csignal>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
+#include "json.h"
 #include "process.h"
 #include "temporary_directory.h"
 
@@ -67,8 +67,8 @@ TEST_F(Follow, AnotherProcessReadsEachBatchWhileTheLogGrows) {
     stats.send(SIGTERM);
     const Outcome outcome = stats.finish();
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_EQ(Json::parse(outcome.out)["tbl_ldap_stats"]["total_msg_sent"], 7);
-    EXPECT_EQ(Json::parse(outcome.out)["tbl_ldap_summary"]["status"], true);
+    EXPECT_EQ(json_of(outcome.out)["tbl_ldap_stats"]["total_msg_sent"], 7);
+    EXPECT_EQ(json_of(outcome.out)["tbl_ldap_summary"]["status"], true);
 }
 
 TEST_F(Follow, ALineWrittenInPiecesIsOneLine) {
@@ -81,7 +81,7 @@ TEST_F(Follow, ALineWrittenInPiecesIsOneLine) {
     stats.send(SIGINT);
     const Outcome outcome = stats.finish();
     EXPECT_EQ(outcome.exit_code, 0);
-    EXPECT_EQ(Json::parse(outcome.out)["malformed"], 0);
+    EXPECT_EQ(json_of(outcome.out)["malformed"], 0);
 }
 
 TEST_F(Follow, ARotatedLogIsReadOnInTheNewFile) {
@@ -93,9 +93,9 @@ TEST_F(Follow, ARotatedLogIsReadOnInTheNewFile) {
     write_file(log, recorded(50, 94));
     ASSERT_TRUE(stats.wait_for(stored(93)));
     stats.send(SIGTERM);
-    Json rotated = Json::parse(stats.finish().out);
+    Json rotated = json_of(stats.finish().out);
     std::filesystem::remove(store);
-    EXPECT_EQ(rotated, Json::parse(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out));
+    EXPECT_EQ(rotated, json_of(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out));
 }
 
 TEST_F(Follow, ATruncatedLogIsReadFromItsStart) {
@@ -114,7 +114,7 @@ TEST_F(Follow, FollowingEndsAfterATimeWithoutNewLines) {
     write_file(log, recorded(1, 94));
     const Outcome outcome = run(command({"--exit-idle", "0.01"}));
     EXPECT_EQ(outcome.exit_code, 0);
-    EXPECT_EQ(Json::parse(outcome.out)["lines"], 93);
+    EXPECT_EQ(json_of(outcome.out)["lines"], 93);
 }
 
 TEST_F(Follow, TheNextRunContinuesWhereTheLastOneEnded) {
@@ -123,9 +123,9 @@ TEST_F(Follow, TheNextRunContinuesWhereTheLastOneEnded) {
     EXPECT_EQ(shown("num_conns"), "1");
     // The last 86 of the 93 lines, in a log of their own.
     write_file(log, recorded(8, 94));
-    const Json parts = Json::parse(run(command({"--exit-idle", "0.01"})).out);
+    const Json parts = json_of(run(command({"--exit-idle", "0.01"})).out);
     std::filesystem::remove(store);
-    const Json whole = Json::parse(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out);
+    const Json whole = json_of(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out);
     EXPECT_EQ(parts["lines"], 86);
     EXPECT_EQ(parts["tbl_ldap_conn"], whole["tbl_ldap_conn"]);
     EXPECT_EQ(parts["tbl_ldap_stats"]["total_msg_sent"], whole["tbl_ldap_stats"]["total_msg_sent"]);

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
+#include "json.h"
 #include "process.h"
 #include "temporary_directory.h"
 
@@ -46,7 +46,7 @@ TEST_F(LdapStatsProgram, StandardInputAndAFileGiveTheSame) {
     std::filesystem::remove(store);
     const Outcome unnamed = stats({"--json"}, log);
     EXPECT_EQ(file.exit_code, 0);
-    EXPECT_EQ(Json::parse(file.out)["lines"], 93);
+    EXPECT_EQ(json_of(file.out)["lines"], 93);
     EXPECT_EQ(named.out, file.out);
     EXPECT_EQ(unnamed.out, file.out);
 }
@@ -56,11 +56,11 @@ TEST_F(LdapStatsProgram, ALogInTwoPartsGivesTheSameAsInOne) {
     const size_t middle = log.find("conn=1005");
     ASSERT_NE(middle, std::string::npos);
     const size_t start_of_line = log.rfind('\n', middle) + 1;
-    Json whole = Json::parse(stats({"--json", RECORDING}).out);
+    Json whole = json_of(stats({"--json", RECORDING}).out);
     std::filesystem::remove(store);
     const Outcome first = stats({"--json"}, log.substr(0, start_of_line));
-    EXPECT_EQ(Json::parse(first.out)["tbl_ldap_summary"]["status"], true);
-    Json second = Json::parse(stats({"--json"}, log.substr(start_of_line)).out);
+    EXPECT_EQ(json_of(first.out)["tbl_ldap_summary"]["status"], true);
+    Json second = json_of(stats({"--json"}, log.substr(start_of_line)).out);
     for (const char *part : {"lines", "malformed"}) {
         whole.erase(part);
         second.erase(part);
@@ -84,7 +84,7 @@ TEST_F(LdapStatsProgram, MalformedLinesAreReportedAndSkipped) {
                   ":4: found \"out of place\", expected a line of slapd's: TIME THREAD "
                   "MESSAGE, or syslog's slapd[PID]: \n" +
                   path + ":95: found \"\", expected the number of an LDAP result\n");
-    Json json = Json::parse(outcome.out);
+    Json json = json_of(outcome.out);
     EXPECT_EQ(json["lines"], 95);
     EXPECT_EQ(json["malformed"], 2);
     EXPECT_EQ(json["tbl_ldap_stats"]["total_bind_resp"], 11);
@@ -115,7 +115,7 @@ TEST_F(LdapStatsProgram, AnotherTextKeepsTheStore) {
 TEST_F(LdapStatsProgram, AnEmptyLogIsNoErrorAndStoresNothing) {
     const Outcome outcome = stats({"--json"});
     EXPECT_EQ(outcome.exit_code, 0);
-    EXPECT_EQ(Json::parse(outcome.out), Json::parse(R"({"server":null,"lines":0,"malformed":0})"));
+    EXPECT_EQ(json_of(outcome.out), json_of(R"({"server":null,"lines":0,"malformed":0})"));
     EXPECT_FALSE(std::filesystem::exists(store));
 }
 
@@ -137,7 +137,7 @@ TEST_F(LdapStatsProgram, AFileThatIsNoStoreIsNamedAndKept) {
 
 TEST_F(LdapStatsProgram, TheServersNameAndTimeoutCanBeGiven) {
     const Outcome outcome = stats({"--server", "main", "--timeout", "30", "--json", RECORDING});
-    const Json json = Json::parse(outcome.out);
+    const Json json = json_of(outcome.out);
     EXPECT_EQ(json["server"], "main");
     EXPECT_EQ(json["tbl_ldap_summary"]["req_timeout"], 30);
 }

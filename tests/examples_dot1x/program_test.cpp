@@ -3,14 +3,15 @@
 
 #include <csignal>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
+#include "tests/examples/json.h"
 #include "tests/examples/process.h"
 #include "tests/examples/temporary_directory.h"
 
 namespace dot1x_ports_test {
 namespace {
 
+using example_test::json_of;
 using example_test::Outcome;
 using example_test::Process;
 using example_test::read_file;
@@ -60,7 +61,7 @@ TEST_F(Dot1xPortsProgram, PortsAndServersHaveTheNamesAndIndexesThatWereGiven) {
         ports({"--recordings", RECORDINGS, "--json", "--port", "p1=41", "--port", "p3=7",
                "--server", "campus=127.0.0.1:1812", "--server", "rest"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-    const Json json = Json::parse(outcome.out);
+    const Json json = json_of(outcome.out);
     ASSERT_EQ(json["ports"].size(), 4u);
     EXPECT_EQ(json["ports"][0]["if_index"], 2);
     EXPECT_EQ(json["ports"][3]["name"], "p1");
@@ -93,7 +94,7 @@ TEST_F(Dot1xPortsProgram, MalformedLinesAreReportedAndSkipped) {
                       file +
                       ":25: found \"dot1xAuthEapolFramesRx=three\", expected "
                       "dot1xAuthEapolFramesRx=a number below 2^32\n");
-        const Json json = Json::parse(outcome.out);
+        const Json json = json_of(outcome.out);
         EXPECT_EQ(json["malformed"], 2);
         const Json &stats = json["ports"][0]["tbl_dot1xAuthStatsEntry_op"];
         EXPECT_EQ(stats["eapol_frames_rx"], 0);
@@ -118,7 +119,7 @@ TEST_F(Dot1xPortsProgram, PollingFollowsChangesUntilItIsStopped) {
     process.send(SIGTERM);
     const Outcome outcome = process.finish();
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const Json json = Json::parse(outcome.out);
+    const Json json = json_of(outcome.out);
     ASSERT_EQ(json["ports"].size(), 5u);
     EXPECT_EQ(json["ports"][0]["tbl_dot1xAuthConfigEntry_op"], nullptr);
     EXPECT_EQ(json["ports"][0]["tbl_pexSessionEntry_op"], Json::array());

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Batches of insert, set and delete: all or nothing.
-#include <nlohmann/json.hpp>
 
+#include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
 #include "tests/tarnctl/tarnctl.h"
 
@@ -169,7 +169,7 @@ TEST_F(Batch, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = example_test::read_file(store);
     const Outcome good = on_store({"insert", "-", "--dry-run", "--json"}, orders);
     ASSERT_EQ(good.exit_code, 0) << good.err;
-    const auto report = nlohmann::json::parse(good.out);
+    const auto report = example_test::json_of(good.out);
     EXPECT_EQ(report["dry_run"], true);
     EXPECT_EQ(report["changes"].size(), 4U);
     const Outcome bad = on_store({"insert", "-", "--dry-run"}, "delete ldap_conn gone.example");

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <nlohmann/json.hpp>
-
 #include "tarnbase/embedded.h"
 #include "tarnbase/tarnbase.h"
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -63,7 +62,8 @@ class Decode : public WithStore {
 // The bytes of all pieces, concatenated.
 std::string bytes_of(const std::string &document) {
     std::string all;
-    for (const json &piece : json::parse(document)) all += piece["bytes"].get<std::string>();
+    for (const json &piece : example_test::json_of(document))
+        all += piece["bytes"].get<std::string>();
     return all;
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <nlohmann/json.hpp>
-
 #include "tarnbase/embedded.h"
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -110,7 +109,8 @@ TEST_F(Diff, InBriefOnlyReportsThatTheyDiffer) {
     EXPECT_EQ(outcome.out, store + " and " + other + " differ\n");
     outcome = tarnctl({"diff", "--brief", "--json", store, other});
     EXPECT_EQ(outcome.exit_code, 1);
-    EXPECT_EQ(json::parse(outcome.out), json({{"a", store}, {"b", other}, {"same", false}}));
+    EXPECT_EQ(example_test::json_of(outcome.out),
+              json({{"a", store}, {"b", other}, {"same", false}}));
     EXPECT_EQ(tarnctl({"diff", "-q", store, store}).out, "");
 }
 
@@ -118,13 +118,14 @@ TEST_F(Diff, ListsInJson) {
     change();
     const Outcome outcome = tarnctl({"diff", "--json", store, other});
     EXPECT_EQ(outcome.exit_code, 1) << outcome.err;
-    const json found = json::parse(outcome.out);
+    const json found = example_test::json_of(outcome.out);
     EXPECT_EQ(found["same"], false);
     EXPECT_EQ(found["counts"], json({{"inserted", 1}, {"changed", 1}, {"deleted", 1}}));
     EXPECT_EQ(found["tables"], json::array());
     ASSERT_EQ(found["changes"].size(), 3U);
     EXPECT_EQ(found["changes"][1],
-              json::parse(R"({"change":"changed","table":"tbl_ldap_conn:ldap","tenant":0,"source":5,
+              example_test::json_of(
+                  R"({"change":"changed","table":"tbl_ldap_conn:ldap","tenant":0,"source":5,
                               "key":{"sname":"b.example"},
                               "fields":{"num_conns":{"old":20,"new":21}}})"));
 }
@@ -149,7 +150,7 @@ TEST_F(Diff, ReportsTablesThatOnlyOneSideHas) {
                     "- tbl_dot1xAuthConfigEntry_op:more_ports 3\n"))
         << outcome.out;
     outcome = tarnctl({"diff", "--json", empty, store});
-    EXPECT_EQ(json::parse(outcome.out)["tables"][0]["change"], "inserted");
+    EXPECT_EQ(example_test::json_of(outcome.out)["tables"][0]["change"], "inserted");
 }
 
 TEST_F(Diff, NamesItemsThatCannotBeCompared) {

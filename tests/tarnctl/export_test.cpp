@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "tarnbase/embedded.h"
 #include "tarnbase/tarnbase.h"
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -56,16 +56,16 @@ TEST_F(Export, WritesXmlWithTenantSourceAndTableName) {
 TEST_F(Export, WritesJsonWithOneRecordPerLine) {
     const Outcome outcome = on_store({"export", "--format", "json", "tbl_ldap_conn:ldap"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const json document = json::parse(outcome.out);
+    const json document = example_test::json_of(outcome.out);
     const json &tables = document["tarnbase"]["tables"];
     EXPECT_EQ(document["tarnbase"]["format"], 1);
     ASSERT_EQ(tables.size(), 1U);
     EXPECT_EQ(tables[0]["table"], "tbl_ldap_conn");
     EXPECT_EQ(tables[0]["name"], "ldap");
     ASSERT_EQ(tables[0]["records"].size(), 5U);
-    EXPECT_EQ(
-        tables[0]["records"][0],
-        json::parse(R"({"tenant":0,"source":1,"fields":{"sname":"a.example","num_conns":1}})"));
+    EXPECT_EQ(tables[0]["records"][0],
+              example_test::json_of(
+                  R"({"tenant":0,"source":1,"fields":{"sname":"a.example","num_conns":1}})"));
     EXPECT_NE(outcome.out.find("\n" + tables[0]["records"][0].dump().substr(0, 1)),
               std::string::npos);
 }
@@ -73,7 +73,7 @@ TEST_F(Export, WritesJsonWithOneRecordPerLine) {
 TEST_F(Export, WritesATableThatIsNamedTwiceOnce) {
     const Outcome outcome =
         on_store({"export", "--format", "json", "tbl_ldap_conn:ldap", "ldap_conn"});
-    EXPECT_EQ(json::parse(outcome.out)["tarnbase"]["tables"].size(), 1U) << outcome.err;
+    EXPECT_EQ(example_test::json_of(outcome.out)["tarnbase"]["tables"].size(), 1U) << outcome.err;
 }
 
 TEST_F(Export, WritesAllTablesInTheFormOfTheFilesSuffix) {
@@ -84,7 +84,8 @@ TEST_F(Export, WritesAllTablesInTheFormOfTheFilesSuffix) {
         EXPECT_EQ(outcome.out, "");
     }
     EXPECT_TRUE(read_file(directory / "net.xml").starts_with("<?xml"));
-    EXPECT_EQ(json::parse(read_file(directory / "net.json"))["tarnbase"]["tables"].size(), 5U);
+    EXPECT_EQ(example_test::json_of(read_file(directory / "net.json"))["tarnbase"]["tables"].size(),
+              5U);
     EXPECT_TRUE(read_file(directory / "net.frames").starts_with("TARNFRAM"));
 }
 
@@ -199,7 +200,7 @@ TEST_F(Export, WritesNumbersBeyondDoublesAsStringsInJson) {
                                    "cmd_account_logon=9007199254740992",
                                    "cmd_account_query=18446744073709551615", "--json"});
     ASSERT_EQ(made.exit_code, 0) << made.err;
-    EXPECT_EQ(json::parse(made.out)["changes"][0]["fields"]["cmd_account_query"]["new"],
+    EXPECT_EQ(example_test::json_of(made.out)["changes"][0]["fields"]["cmd_account_query"]["new"],
               "18446744073709551615");
     const std::string document = on_store({"export", "--format", "json"}).out;
     EXPECT_TRUE(holds(document, R"("cmd_account_logon":9007199254740992,)")) << document;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <nlohmann/json.hpp>
-
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -111,8 +110,9 @@ TEST_F(Import, OfAnExistingRecordFailsReplacesOrKeepsIt) {
 
     outcome = import(again, {"--on-conflict", "replace", "--json"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_EQ(json::parse(outcome.out),
-              json::parse(R"({"inserted":2,"replaced":2,"kept":0,"skipped":0,"tables":1,"made":0,
+    EXPECT_EQ(example_test::json_of(outcome.out),
+              example_test::json_of(
+                  R"({"inserted":2,"replaced":2,"kept":0,"skipped":0,"tables":1,"made":0,
                               "dry_run":false})"));
     EXPECT_TRUE(has(exported(copy), R"("sname":"a","num_conns":2)"));
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <nlohmann/json.hpp>
 #include <random>
 
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -37,7 +37,7 @@ class Library : public testing::Test {
 TEST_F(Library, OfThisBuildHasThisProgramsSchema) {
     const Outcome outcome = tarnctl({"manifest", "--json", TARNBASE_LIBRARY});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const json report = json::parse(outcome.out);
+    const json report = example_test::json_of(outcome.out);
     EXPECT_EQ(report["module"], "tarnbase");
     EXPECT_EQ(report["differences"], 0);
     EXPECT_EQ(report["build"][0], "tarnbase");
@@ -61,7 +61,7 @@ TEST_F(Library, WithAnotherSchemaDiffersByItem) {
     if (line[0] == '0') write_with(line, "1" + line.substr(1));
     const Outcome outcome = tarnctl({"manifest", "--changes", "--json", changed});
     EXPECT_EQ(outcome.exit_code, 1) << outcome.err;
-    const json report = json::parse(outcome.out);
+    const json report = example_test::json_of(outcome.out);
     EXPECT_EQ(report["differences"], 2);
     ASSERT_EQ(report["items"].size(), 2U);
     EXPECT_EQ(report["items"][0]["difference"], "new");

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <libxml/parser.h>
 
-#include <nlohmann/json.hpp>
-
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -61,7 +60,7 @@ TEST_F(Minutes, AreDrawnWithTitleAndAxes) {
 TEST_F(Minutes, ArePrintedAsNumbersInJson) {
     const Outcome outcome = on_store({"minutes", "aaa_servers", "radius1", "--json"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const auto json = nlohmann::json::parse(outcome.out);
+    const auto json = example_test::json_of(outcome.out);
     EXPECT_EQ(json["minutes"].size(), 1440U);
     EXPECT_EQ(json["minutes"][61], 1);
     EXPECT_EQ(json["high_at"], "00:59");

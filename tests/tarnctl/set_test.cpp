@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <nlohmann/json.hpp>
-
 #include "tarnbase/tarnbase.h"
+#include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
 #include "tests/tarnctl/tarnctl.h"
 
@@ -63,7 +62,7 @@ TEST_F(Set, ChangesNestedFieldsElementsAndEnumerators) {
     EXPECT_EQ(values.status, static_cast<uint32_t>(SHOW_AAA_SERVER_DEAD));
     EXPECT_EQ(values.requests, 6U);
     EXPECT_EQ(values.minute5, 200U);
-    const auto fields = nlohmann::json::parse(outcome.out)["changes"][0]["fields"];
+    const auto fields = example_test::json_of(outcome.out)["changes"][0]["fields"];
     EXPECT_EQ(fields.size(), 3U);
     EXPECT_EQ(fields["status"]["old"], "SHOW_AAA_SERVER_ALIVE");
     EXPECT_EQ(fields["minute[5]"], nlohmann::json({{"old", 5}, {"new", 200}}));

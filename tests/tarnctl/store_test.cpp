@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <sys/stat.h>
 
-#include <nlohmann/json.hpp>
-
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -17,7 +16,7 @@ class Store : public WithStore {
     json info(const std::string &path) {
         const Outcome outcome = tarnctl({"store", "info", "--json", path});
         EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-        return json::parse(outcome.out);
+        return example_test::json_of(outcome.out);
     }
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -14,7 +14,7 @@ class Tables : public WithStore {
     // The entries of a table, in a run that must succeed.
     static json entry(const Outcome &outcome, const std::string &table) {
         EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-        for (const json &each : json::parse(outcome.out)) {
+        for (const json &each : example_test::json_of(outcome.out)) {
             if (each["table"] == table) return each;
         }
         ADD_FAILURE() << table << " is missing";
@@ -28,7 +28,7 @@ std::size_t lines(const std::string &text) {
 
 TEST_F(Tables, OfTheSchemaAreListedWithoutAStore) {
     const Outcome outcome = tarnctl({"tables", "--json"});
-    EXPECT_EQ(json::parse(outcome.out).size(), 45U);
+    EXPECT_EQ(example_test::json_of(outcome.out).size(), 45U);
     const json table = entry(outcome, "tbl_pexSessionEntry_op");
     EXPECT_EQ(table["key"], (json{"if_index", "session_id_in", "searchtype"}));
     EXPECT_EQ(table["type"], "st_pexSessionEntry_op");

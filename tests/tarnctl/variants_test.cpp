@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <nlohmann/json.hpp>
 #include <set>
 
+#include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -13,7 +13,7 @@ class Variants : public WithStore {
  protected:
     static json of(const Outcome &outcome) {
         EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-        return json::parse(outcome.out);
+        return example_test::json_of(outcome.out);
     }
     static json variant(const json &answer, const std::string &name, int number) {
         for (const json &each : answer["variants"]) {

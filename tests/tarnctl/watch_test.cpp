@@ -3,10 +3,10 @@
 // tarnctl watch while other processes change the store.
 #include <csignal>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "tarnbase/tarnbase.h"
+#include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
 #include "tests/tarnctl/tarnctl.h"
 
@@ -75,14 +75,14 @@ TEST_F(Watch, PrintsOneObjectPerLineInJson) {
     std::istringstream lines(outcome.out);
     std::string line;
     ASSERT_TRUE(std::getline(lines, line));
-    auto report = nlohmann::json::parse(line);
+    auto report = example_test::json_of(line);
     EXPECT_EQ(report["table"], "tbl_aaa_servers:aaa");
     EXPECT_EQ(report["change"], "changed");
     EXPECT_EQ(report["fields"]["status"]["new"], "SHOW_AAA_SERVER_DEAD");
     EXPECT_EQ(report["time"].get<std::string>().size(),
               std::string("2026-01-01T00:00:00.000Z").size());
     ASSERT_TRUE(std::getline(lines, line));
-    report = nlohmann::json::parse(line);
+    report = example_test::json_of(line);
     EXPECT_EQ(report["key"]["sname"], "a.example");
     EXPECT_FALSE(std::getline(lines, line));
 }
