@@ -105,12 +105,6 @@ std::string Typed::xml(const void *object) const {
     return text;
 }
 
-Document parse(const std::string &xml) {
-    Document document(kel_xml_parse(xml.data(), xml.size()));
-    EXPECT_NE(document, nullptr) << kel_error_text();
-    return document;
-}
-
 StructureTest::StructureTest() {
     void *object = typed.create();
     typed.fill(object, 1);

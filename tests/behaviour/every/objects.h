@@ -71,13 +71,6 @@ class Typed {
     u32 tx_;
 };
 
-// Frees a parsed document.
-struct FreeDocument {
-    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
-};
-using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
-Document parse(const std::string &xml);
-
 inline bool is_tracking(const kel_handle *handle) {
     return handle->state_tracking != nullptr &&
            handle->state_tracking->state_tracking_mode == KEL_STATE_TRACKING_ON;

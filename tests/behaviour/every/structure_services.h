@@ -15,8 +15,6 @@ namespace tarn::test {
 
 using Words = std::vector<u64>;
 
-inline u64 word(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
-
 // The first part of the names of a kind's services; null if the operations are the library's own.
 inline const char *service_of(FieldKind kind) {
     const char *type = facts_of(kind).type;

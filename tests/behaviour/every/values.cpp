@@ -71,10 +71,4 @@ std::array<u8, minutes> array_value(const Field &field, u32 seed) {
     return elements;
 }
 
-std::string text_of(const kel_vstring *string) {
-    u32 length = 0;
-    const char *bytes = kel_vstring_bytes(string, &length);
-    return {bytes, length};
-}
-
 }  // namespace tarn::test

@@ -10,6 +10,7 @@
 #include "tarnbase/embedded.h"
 #include "tests/behaviour/every/call.h"
 #include "tests/behaviour/every/model.h"
+#include "tests/support/values.h"
 
 namespace tarn::test {
 
@@ -25,23 +26,6 @@ u64 narrowed(FieldKind kind, u64 word);
 std::string text_value(const Field &field, u32 seed);
 ip_address address_value(const Field &field, u32 seed);
 std::array<u8, minutes> array_value(const Field &field, u32 seed);
-
-std::string text_of(const kel_vstring *string);
-
-// A string that refers to its own text.
-class Text {
- public:
-    explicit Text(std::string text) : text_(std::move(text)) {
-        kel_vstring_refer(&string_, text_.data(), static_cast<u32>(text_.size()));
-    }
-    Text(const Text &) = delete;
-    Text &operator=(const Text &) = delete;
-    const kel_vstring *get() const { return &string_; }
-
- private:
-    std::string text_;
-    kel_vstring string_;
-};
 
 }  // namespace tarn::test
 

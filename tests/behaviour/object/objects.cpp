@@ -12,31 +12,10 @@ std::vector<u8> bytes_of(const void *object, u32 length) {
     return {first, first + length};
 }
 
-std::string text_of(const kel_vstring *string) {
-    u32 length = 0;
-    const char *bytes = kel_vstring_bytes(string, &length);
-    return {bytes, length};
-}
-
-std::string text_of(const ip_address *address) {
-    char text[64];
-    return ip_address_text(address, text, sizeof text);
-}
-
-Document parse(const std::string &text) {
-    Document document(kel_xml_parse(text.data(), text.size()));
-    EXPECT_NE(document, nullptr) << kel_error_text() << "\n" << text;
-    return document;
-}
-
 Places places_of(const std::vector<HookEvent> &events) {
     Places places;
     for (const HookEvent &event : events) places.emplace_back(event.address, event.length);
     return places;
-}
-
-Text::Text(std::string text) : text_(std::move(text)) {
-    kel_vstring_refer(&string_, text_.data(), static_cast<u32>(text_.size()));
 }
 
 Address::Address(const char *text) {

@@ -16,6 +16,7 @@
 #include "tests/support/hooks.h"
 #include "tests/support/services.h"
 #include "tests/support/trace.h"
+#include "tests/support/values.h"
 
 namespace tarn::test {
 
@@ -51,21 +52,6 @@ T *at(void *object, u32 offset) {
     return reinterpret_cast<T *>(at(object, offset));
 }
 std::vector<u8> bytes_of(const void *object, u32 length);
-std::string text_of(const kel_vstring *string);
-std::string text_of(const ip_address *address);
-
-// A string to set from or to search with; it refers to its own text.
-class Text {
- public:
-    explicit Text(std::string text);
-    Text(const Text &) = delete;
-    Text &operator=(const Text &) = delete;
-    operator const kel_vstring *() const { return &string_; }
-
- private:
-    std::string text_;
-    kel_vstring string_;
-};
 
 // An address to set from, from its text.
 class Address {
@@ -95,13 +81,6 @@ struct Maker {
     void check(st_every *every, u32 seed) const;
     void check(st_grown *grown, u32 seed) const;
 };
-
-struct FreeDocument {
-    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
-};
-using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
-// Expects well-formed XML.
-Document parse(const std::string &text);
 
 // The places that these events are about, in order.
 using Places = std::vector<std::pair<void *, u64>>;

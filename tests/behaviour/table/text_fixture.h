@@ -3,26 +3,15 @@
 #ifndef TARNBASE_TESTS_BEHAVIOUR_TABLE_TEXT_FIXTURE_H
 #define TARNBASE_TESTS_BEHAVIOUR_TABLE_TEXT_FIXTURE_H
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "tests/behaviour/table/fixture.h"
+#include "tests/support/values.h"
 
 namespace tarn::test {
 
 inline constexpr u32 space = 1U << 20;  // a day of minutes is 1440 elements
-
-struct FreeDocument {
-    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
-};
-using Document = std::unique_ptr<kel_xml_document, FreeDocument>;
-
-inline Document parse(const std::string &text) {
-    Document document(kel_xml_parse(text.data(), text.size()));
-    EXPECT_NE(document, nullptr) << kel_error_text() << "\n" << text;
-    return document;
-}
 
 class TextTest : public TableTest {
  protected:

@@ -9,7 +9,7 @@ namespace tarn::test {
 namespace {
 
 std::string refusal_of(std::string_view text) {
-    EXPECT_EQ(parse(text), nullptr);
+    EXPECT_EQ(kel_xml_parse(text.data(), text.size()), nullptr);
     return kel_error_text();
 }
 

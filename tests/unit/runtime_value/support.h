@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -16,17 +15,9 @@
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"
 #include "tests/support/trace.h"
+#include "tests/support/values.h"
 
 namespace tarn::test {
-
-// Frees a document at the end of its scope.
-struct DocumentDelete {
-    void operator()(kel_xml_document *document) const { kel_xml_free(document); }
-};
-using Document = std::unique_ptr<kel_xml_document, DocumentDelete>;
-inline Document parse(std::string_view text) {
-    return Document(kel_xml_parse(text.data(), text.size()));
-}
 
 // A private store and handle, with makers of live values in the arena.
 class ValueTest : public PlainTest {
@@ -83,17 +74,6 @@ class ValueTest : public PlainTest {
         kel_clear_last_error(handle);
     }
 };
-
-inline std::string text_of(const kel_vstring *string) {
-    std::uint32_t length = 0;
-    const char *bytes = kel_vstring_bytes(string, &length);
-    return {bytes, length};
-}
-
-inline std::string text_of(const ip_address *address) {
-    char text[64];
-    return ip_address_text(address, text, sizeof text);
-}
 
 }  // namespace tarn::test
 

@@ -77,7 +77,7 @@ TEST_F(XmlServices, ABadPathPrintsNothing) {
     ::testing::internal::CaptureStderr();
     std::uint32_t count = 0;
     EXPECT_NE(xml_get_element_nodecount(document.get(), "]]", &count), 0U);
-    EXPECT_EQ(parse("<broken"), nullptr);
+    EXPECT_EQ(kel_xml_parse("<broken", 7), nullptr);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
