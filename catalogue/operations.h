@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// All operations of a table, for programs that need more than the catalogue's entry has: the
-// plain and the `_unsafe` form, each traversal and the `_cr` forms. The contract of each one is
-// in the generated header of the table. A `key` argument is that of catalogue.h; an `object` is
-// an object of the structure that carries the key.
+// All operations of a table and of a whole object, for programs that need more than the
+// catalogue's entries have: the plain and the `_unsafe` form, each traversal and the `_cr` forms.
+// The contract of each one is in the generated header of the item. A `key` argument is that of
+// catalogue.h; a table's `object` is an object of the structure that carries the key.
 #ifndef TARNBASE_CATALOGUE_OPERATIONS_H
 #define TARNBASE_CATALOGUE_OPERATIONS_H
 
@@ -109,7 +109,7 @@ struct Index {
                                      uint32_t *err);
     e_avl_compare_function compare;     // these two are the exported functions themselves,
     e_avl_walk_function internal_walk;  // as the library passes them to the runtime
-    ByKeyAndWord search_w_src;  // the word: src
+    ByKeyAndWord search_w_src;          // the word: src
     ByKey search_nearest, search_sub_first;
     ByKeyAndWord search_not_pending;  // nearest
     kel_record *(*search_internal)(kel_handle *, uint32_t tx_id, kel_table *, const void *key,
@@ -171,8 +171,52 @@ struct TableOperations {
     Slot key_object;
 };
 
-// Generated, in a file of its own. Requires: the table is one of the catalogue.
+struct ObjectOperations {
+    void *(*create)(kel_handle *, uint32_t tx_id);
+    void *(*create_cr)(kel_handle *);
+    void (*destroy)(kel_handle *, uint32_t tx_id, void *object);
+    void (*destroy_cr)(kel_handle *, void *object);
+    void (*set_instance_embedded)(kel_handle *, uint32_t tx_id, void *object);
+    int32_t (*adjust_variant)(kel_handle *, uint32_t tx_id, void *object, uint32_t *err);
+    uint32_t (*backpropagate)(kel_handle *, uint32_t tx_id, void *object, uint32_t *err);
+    void (*set)(kel_handle *, uint32_t tx_id, void *object, const void *source, uint32_t *err);
+
+    uint32_t (*marshal)(kel_handle *, uint32_t tx_id, void *buffer, const void *object,
+                        uint32_t buffer_len, uint32_t *err);
+    uint32_t (*unmarshal)(kel_handle *, uint32_t tx_id, const void *buffer, void *object,
+                          uint32_t buffer_len, uint32_t in_place, uint32_t *err);
+    uint32_t (*print)(kel_handle *, uint32_t tx_id, char *buffer, uint32_t indent, const char *name,
+                      const void *object, uint32_t buffer_len, uint32_t *err);
+    uint32_t (*print_cr)(kel_handle *, const void *object, char *buffer, uint32_t buffer_len);
+    uint32_t (*to_xml)(kel_handle *, uint32_t tx_id, const char *name, char *buffer,
+                       const void *object, uint32_t buffer_len, uint8_t state_flag, uint32_t *err);
+    uint32_t (*toxml_cr)(kel_handle *, const void *object, char *buffer, uint32_t buffer_len);
+    void (*from_xml)(kel_handle *, uint32_t tx_id, const char *path, void *document, void *object,
+                     uint32_t *err, char *message, uint32_t message_len);
+
+    // Of an enumeration; null in a structure.
+    uint32_t (*get_value)(kel_handle *, uint32_t tx_id, const void *object, uint32_t *err);
+    void (*set_value)(kel_handle *, uint32_t tx_id, void *object, uint32_t value, uint32_t *err);
+    uint32_t (*is_valid_value_cr)(kel_handle *, uint32_t value);
+
+    // Of a structure; null in an enumeration.
+    void (*offset_update)(kel_handle *, uint32_t tx_id, void *object, void *sttr_base,
+                          uint32_t *err);
+    void (*offset_remove)(kel_handle *, uint32_t tx_id, void *object, uint32_t *err);
+    void (*post_copyout_cleanup)(kel_handle *, uint32_t tx_id, void *destination,
+                                 const void *source, uint32_t *err);
+    // `result` points to a pointer to the new object.
+    void (*clone)(kel_handle *, uint32_t tx_id, const void *object, void *result, void *workspace,
+                  uint32_t workspace_len, uint32_t *err);
+    void *(*clone_cr)(kel_handle *, const void *object);
+    void (*copy_cr)(kel_handle *, const void *source, void *destination);
+    uint32_t (*is_valid_field_cr)(kel_handle *, const void *object, uint32_t field_index);
+};
+
+// Generated, in a file of their own. Requires: the item is one of the catalogue.
 const TableOperations &operations_of(const Table &table);
+const ObjectOperations &operations_of(const Structure &structure);
+const ObjectOperations &operations_of(const Enumeration &enumeration);
 
 }  // namespace tarnbase::catalogue
 

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #   tarnbase_catalogue(<target> SCHEMA <schema target>)
 #     Static libraries, built when something links them: <target> has the catalogue of the
-#     schema, <target>_operations also all operations of its tables. What links one links
+#     schema, <target>_operations also all operations of its items. What links one links
 #     the schema's library too, whose functions the entries call.
 function(tarnbase_catalogue target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "SCHEMA" "")

@@ -40,9 +40,12 @@ void with_plain_wire_form(World &w) {
     with_two(w);
     w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, room, &w.err);
 }
+u32 to_xml_form(World &w, const void *object) {
+    return w.k().to_xml(w.handle, w.tx, w.k().name, w.buffer.data(), object, room, 0, &w.err);
+}
 void with_document(World &w) {
     with_two(w);
-    w.length = w.k().to_xml(w.handle, w.tx, w.buffer.data(), w.source, room, &w.err);
+    w.length = to_xml_form(w, w.source);
     w.parse(std::string(w.buffer.data(), w.length));
 }
 
@@ -81,7 +84,7 @@ void destroy_cr(World &w) {
 void embed(World &w) { w.k().set_instance_embedded(w.handle, w.tx, w.object); }
 // The mark is not logged, so no rollback restores it.
 void backpropagate(World &w) {
-    const u32 is_structure = w.target.object == &kind_lamp ? 0 : 1;
+    const u32 is_structure = w.k().is_structure() ? 1 : 0;
     kel_set_instance_modified(w.object, is_structure, 1 - is_structure, 1);
     w.result = std::to_string(w.k().backpropagate(w.handle, w.tx, w.object, &w.err));
 }
@@ -96,23 +99,33 @@ void unmarshal(World &w) {
         w.k().unmarshal(w.handle, w.tx, w.buffer.data(), w.object, w.length, 0, &w.err), w.length);
 }
 void print(World &w) {
-    write(w, [&w] { return w.k().print(w.handle, w.tx, w.buffer.data(), w.object, room, &w.err); });
+    write(w, [&w] {
+        return w.k().print(w.handle, w.tx, w.buffer.data(), 0, w.k().name, w.object, room, &w.err);
+    });
 }
 void print_cr(World &w) {
     write(w, [&w] { return w.k().print_cr(w.handle, w.object, w.buffer.data(), room); });
     from_cr(w);
 }
 void to_xml(World &w) {
-    write(w,
-          [&w] { return w.k().to_xml(w.handle, w.tx, w.buffer.data(), w.object, room, &w.err); });
+    write(w, [&w] { return to_xml_form(w, w.object); });
 }
 void toxml_cr(World &w) {
     write(w, [&w] { return w.k().toxml_cr(w.handle, w.object, w.buffer.data(), room); });
     from_cr(w);
 }
-void from_xml(World &w) { w.k().from_xml(w.handle, w.tx, w.document, w.object, &w.err); }
-void is_valid_cr(World &w) {
-    w.result = std::to_string(w.k().is_valid_cr(w.handle, 1000));
+void from_xml(World &w) {
+    const std::string path = std::string("//") + w.k().name;
+    char message[128] = {};
+    w.k().from_xml(w.handle, w.tx, path.c_str(), w.document, w.object, &w.err, message,
+                   sizeof message);
+}
+void is_valid_field_cr(World &w) {
+    w.result = std::to_string(w.k().is_valid_field_cr(w.handle, nullptr, 1000));
+    from_cr(w);
+}
+void is_valid_value_cr(World &w) {
+    w.result = std::to_string(w.k().is_valid_value_cr(w.handle, 1000));
     from_cr(w);
 }
 
@@ -174,7 +187,7 @@ const std::vector<Operation> structures = {
     {"clone", On::structures, with_object, clone},
     {"clone_cr", On::structures, with_object, clone_cr},
     {"copy_cr", On::structures, with_two, copy_cr, copies_state},
-    {"is_valid_cr", On::structures, nothing, is_valid_cr},
+    {"is_valid_cr", On::structures, nothing, is_valid_field_cr},
 };
 
 const std::vector<Operation> enumerations = {
@@ -200,7 +213,7 @@ const std::vector<Operation> enumerations = {
     {"enumeration to_xml", On::enumeration, with_object, to_xml},
     {"enumeration toxml_cr", On::enumeration, with_object, toxml_cr},
     {"enumeration from_xml", On::enumeration, with_document, from_xml, {.unlogged = true}},
-    {"enumeration is_valid_cr", On::enumeration, nothing, is_valid_cr},
+    {"enumeration is_valid_cr", On::enumeration, nothing, is_valid_value_cr},
 };
 
 }  // namespace

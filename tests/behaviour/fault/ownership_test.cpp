@@ -4,6 +4,7 @@
 
 #include "tarnbase/tarnbase.h"
 #include "tests/behaviour/fault/world.h"
+#include "tests/support/values.h"
 
 namespace tarn::test {
 
@@ -15,12 +16,6 @@ class Ownership : public ModeTest {
         auto *object = static_cast<st_every *>(kind_every.create(handle, tx));
         kind_every.fill(handle, tx, object, set, &err);
         return object;
-    }
-
-    static std::string text_of(const kel_vstring *string) {
-        u32 length = 0;
-        const char *bytes = kel_vstring_bytes(string, &length);
-        return {bytes, length};
     }
 
     std::string label(st_every *object) {
@@ -48,7 +43,7 @@ TEST_P(Ownership, ATextThatCannotBeCopiedIsEmptyAndNotTheSources) {
     EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(label(object), "");
-    EXPECT_EQ(label(source), "a label, longer than that");
+    EXPECT_EQ(label(source), "another label, longer than that");
 }
 
 TEST_P(Ownership, TheFieldsAfterAFailedTextGetTheirOwnTexts) {
@@ -62,18 +57,16 @@ TEST_P(Ownership, TheFieldsAfterAFailedTextGetTheirOwnTexts) {
         EXPECT_EQ(recorder.count("kel_vstring_set"), 2U);
     }
     kind_every.destroy(handle, tx, source);
-    EXPECT_EQ(tag_name(object), "another name, of another tag");
+    EXPECT_EQ(tag_name(object), "another name, longer than that");
 }
 
 TEST_P(Ownership, AFailedAssignmentKeepsTheOldText) {
     st_every *object = make(0);
     ServiceRecorder recorder(handle);
     recorder.fail("alloc_hook", 1);
-    kel_vstring text = {};
-    kel_vstring_refer(&text, "a text that doesn't fit", 23);
-    st_every_label_set(handle, tx, object, &text, &err);
+    st_every_label_set(handle, tx, object, Text("a text that doesn't fit"), &err);
     EXPECT_EQ(err, ENOMEM);
-    EXPECT_EQ(label(object), "a label of some length");
+    EXPECT_EQ(label(object), "the label of some length");
 }
 
 }  // namespace

@@ -13,8 +13,8 @@ extern const Structure {{type}};
 {{/structures}}
 }  // namespace item
 
-// In the order of the catalogue.
-static constexpr TableOperations all_operations[] = {
+// Each list is in the order of the catalogue.
+static constexpr TableOperations table_operations[] = {
 {{#tables}}
 {
     .luid_text = table_{{table}}_luid_text,
@@ -223,10 +223,87 @@ static constexpr TableOperations all_operations[] = {
 {{/tables}}
 };
 
-const TableOperations &operations_of(const Table &table) {
+static constexpr ObjectOperations structure_operations[] = {
+{{#structures}}
+{
+    .create = erase<{{type}}_create>,
+    .create_cr = erase<{{type}}_create_cr>,
+    .destroy = erase<{{type}}_destroy>,
+    .destroy_cr = erase<{{type}}_destroy_cr>,
+    .set_instance_embedded = erase<{{type}}_set_instance_embedded>,
+    .adjust_variant = erase<{{type}}_adjust_variant>,
+    .backpropagate = erase<{{type}}_type_type_backpropagate>,
+    .set = erase<{{type}}_set>,
+    .marshal = erase<{{type}}_marshal>,
+    .unmarshal = erase<{{type}}_unmarshal>,
+    .print = erase<{{type}}_print>,
+    .print_cr = erase<{{type}}_print_cr>,
+    .to_xml = erase<{{type}}_to_xml>,
+    .toxml_cr = erase<{{type}}_toxml_cr>,
+    .from_xml = erase<{{type}}_from_xml>,
+    .get_value = nullptr,
+    .set_value = nullptr,
+    .is_valid_value_cr = nullptr,
+    .offset_update = erase<{{type}}_offset_update>,
+    .offset_remove = erase<{{type}}_offset_remove>,
+    .post_copyout_cleanup = erase<{{type}}_post_copyout_cleanup>,
+    .clone = erase<{{type}}_clone>,
+    .clone_cr = erase<{{type}}_clone_cr>,
+    .copy_cr = erase<{{type}}_copy_cr>,
+    .is_valid_field_cr = erase<{{type}}_is_valid_cr>,
+},
+{{/structures}}
+};
+
+static constexpr ObjectOperations enumeration_operations[] = {
+{{#enumerations}}
+{
+    .create = erase<{{enum}}_create>,
+    .create_cr = erase<{{enum}}_create_cr>,
+    .destroy = erase<{{enum}}_destroy>,
+    .destroy_cr = erase<{{enum}}_destroy_cr>,
+    .set_instance_embedded = erase<{{enum}}_set_instance_embedded>,
+    .adjust_variant = erase<{{enum}}_adjust_variant>,
+    .backpropagate = erase<{{enum}}_backpropagate>,
+    .set = erase<{{enum}}_set>,
+    .marshal = erase<{{enum}}_marshal>,
+    .unmarshal = erase<{{enum}}_unmarshal>,
+    .print = erase<{{enum}}_print>,
+    .print_cr = erase<{{enum}}_print_cr>,
+    .to_xml = erase<{{enum}}_to_xml>,
+    .toxml_cr = erase<{{enum}}_toxml_cr>,
+    .from_xml = erase<{{enum}}_from_xml>,
+    .get_value = erase<{{enum}}_get_value>,
+    .set_value = erase<{{enum}}_set_value>,
+    .is_valid_value_cr = erase<{{enum}}_is_valid_cr>,
+    .offset_update = nullptr,
+    .offset_remove = nullptr,
+    .post_copyout_cleanup = nullptr,
+    .clone = nullptr,
+    .clone_cr = nullptr,
+    .copy_cr = nullptr,
+    .is_valid_field_cr = nullptr,
+},
+{{/enumerations}}
+};
+
+template <class Item>
+static std::size_t place_of(const Item &item, std::span<const Item *const> items) {
     std::size_t place = 0;
-    while (schema.tables[place] != &table) ++place;
-    return all_operations[place];
+    while (items[place] != &item) ++place;
+    return place;
+}
+
+const TableOperations &operations_of(const Table &table) {
+    return table_operations[place_of(table, schema.tables)];
+}
+
+const ObjectOperations &operations_of(const Structure &structure) {
+    return structure_operations[place_of(structure, schema.structures)];
+}
+
+const ObjectOperations &operations_of(const Enumeration &enumeration) {
+    return enumeration_operations[place_of(enumeration, schema.enumerations)];
 }
 
 }  // namespace tarnbase::catalogue

@@ -13,8 +13,8 @@ extern const Structure st_shape;
 extern const Structure shape_key;
 }  // namespace item
 
-// In the order of the catalogue.
-static constexpr TableOperations all_operations[] = {
+// Each list is in the order of the catalogue.
+static constexpr TableOperations table_operations[] = {
 {
     .luid_text = table_tbl_shape_luid_text,
     .name = table_tbl_shape_name,
@@ -407,10 +407,137 @@ static constexpr TableOperations all_operations[] = {
 },
 };
 
-const TableOperations &operations_of(const Table &table) {
+static constexpr ObjectOperations structure_operations[] = {
+{
+    .create = erase<st_corner_create>,
+    .create_cr = erase<st_corner_create_cr>,
+    .destroy = erase<st_corner_destroy>,
+    .destroy_cr = erase<st_corner_destroy_cr>,
+    .set_instance_embedded = erase<st_corner_set_instance_embedded>,
+    .adjust_variant = erase<st_corner_adjust_variant>,
+    .backpropagate = erase<st_corner_type_type_backpropagate>,
+    .set = erase<st_corner_set>,
+    .marshal = erase<st_corner_marshal>,
+    .unmarshal = erase<st_corner_unmarshal>,
+    .print = erase<st_corner_print>,
+    .print_cr = erase<st_corner_print_cr>,
+    .to_xml = erase<st_corner_to_xml>,
+    .toxml_cr = erase<st_corner_toxml_cr>,
+    .from_xml = erase<st_corner_from_xml>,
+    .get_value = nullptr,
+    .set_value = nullptr,
+    .is_valid_value_cr = nullptr,
+    .offset_update = erase<st_corner_offset_update>,
+    .offset_remove = erase<st_corner_offset_remove>,
+    .post_copyout_cleanup = erase<st_corner_post_copyout_cleanup>,
+    .clone = erase<st_corner_clone>,
+    .clone_cr = erase<st_corner_clone_cr>,
+    .copy_cr = erase<st_corner_copy_cr>,
+    .is_valid_field_cr = erase<st_corner_is_valid_cr>,
+},
+{
+    .create = erase<st_shape_create>,
+    .create_cr = erase<st_shape_create_cr>,
+    .destroy = erase<st_shape_destroy>,
+    .destroy_cr = erase<st_shape_destroy_cr>,
+    .set_instance_embedded = erase<st_shape_set_instance_embedded>,
+    .adjust_variant = erase<st_shape_adjust_variant>,
+    .backpropagate = erase<st_shape_type_type_backpropagate>,
+    .set = erase<st_shape_set>,
+    .marshal = erase<st_shape_marshal>,
+    .unmarshal = erase<st_shape_unmarshal>,
+    .print = erase<st_shape_print>,
+    .print_cr = erase<st_shape_print_cr>,
+    .to_xml = erase<st_shape_to_xml>,
+    .toxml_cr = erase<st_shape_toxml_cr>,
+    .from_xml = erase<st_shape_from_xml>,
+    .get_value = nullptr,
+    .set_value = nullptr,
+    .is_valid_value_cr = nullptr,
+    .offset_update = erase<st_shape_offset_update>,
+    .offset_remove = erase<st_shape_offset_remove>,
+    .post_copyout_cleanup = erase<st_shape_post_copyout_cleanup>,
+    .clone = erase<st_shape_clone>,
+    .clone_cr = erase<st_shape_clone_cr>,
+    .copy_cr = erase<st_shape_copy_cr>,
+    .is_valid_field_cr = erase<st_shape_is_valid_cr>,
+},
+{
+    .create = erase<shape_key_create>,
+    .create_cr = erase<shape_key_create_cr>,
+    .destroy = erase<shape_key_destroy>,
+    .destroy_cr = erase<shape_key_destroy_cr>,
+    .set_instance_embedded = erase<shape_key_set_instance_embedded>,
+    .adjust_variant = erase<shape_key_adjust_variant>,
+    .backpropagate = erase<shape_key_type_type_backpropagate>,
+    .set = erase<shape_key_set>,
+    .marshal = erase<shape_key_marshal>,
+    .unmarshal = erase<shape_key_unmarshal>,
+    .print = erase<shape_key_print>,
+    .print_cr = erase<shape_key_print_cr>,
+    .to_xml = erase<shape_key_to_xml>,
+    .toxml_cr = erase<shape_key_toxml_cr>,
+    .from_xml = erase<shape_key_from_xml>,
+    .get_value = nullptr,
+    .set_value = nullptr,
+    .is_valid_value_cr = nullptr,
+    .offset_update = erase<shape_key_offset_update>,
+    .offset_remove = erase<shape_key_offset_remove>,
+    .post_copyout_cleanup = erase<shape_key_post_copyout_cleanup>,
+    .clone = erase<shape_key_clone>,
+    .clone_cr = erase<shape_key_clone_cr>,
+    .copy_cr = erase<shape_key_copy_cr>,
+    .is_valid_field_cr = erase<shape_key_is_valid_cr>,
+},
+};
+
+static constexpr ObjectOperations enumeration_operations[] = {
+{
+    .create = erase<color_create>,
+    .create_cr = erase<color_create_cr>,
+    .destroy = erase<color_destroy>,
+    .destroy_cr = erase<color_destroy_cr>,
+    .set_instance_embedded = erase<color_set_instance_embedded>,
+    .adjust_variant = erase<color_adjust_variant>,
+    .backpropagate = erase<color_backpropagate>,
+    .set = erase<color_set>,
+    .marshal = erase<color_marshal>,
+    .unmarshal = erase<color_unmarshal>,
+    .print = erase<color_print>,
+    .print_cr = erase<color_print_cr>,
+    .to_xml = erase<color_to_xml>,
+    .toxml_cr = erase<color_toxml_cr>,
+    .from_xml = erase<color_from_xml>,
+    .get_value = erase<color_get_value>,
+    .set_value = erase<color_set_value>,
+    .is_valid_value_cr = erase<color_is_valid_cr>,
+    .offset_update = nullptr,
+    .offset_remove = nullptr,
+    .post_copyout_cleanup = nullptr,
+    .clone = nullptr,
+    .clone_cr = nullptr,
+    .copy_cr = nullptr,
+    .is_valid_field_cr = nullptr,
+},
+};
+
+template <class Item>
+static std::size_t place_of(const Item &item, std::span<const Item *const> items) {
     std::size_t place = 0;
-    while (schema.tables[place] != &table) ++place;
-    return all_operations[place];
+    while (items[place] != &item) ++place;
+    return place;
+}
+
+const TableOperations &operations_of(const Table &table) {
+    return table_operations[place_of(table, schema.tables)];
+}
+
+const ObjectOperations &operations_of(const Structure &structure) {
+    return structure_operations[place_of(structure, schema.structures)];
+}
+
+const ObjectOperations &operations_of(const Enumeration &enumeration) {
+    return enumeration_operations[place_of(enumeration, schema.enumerations)];
 }
 
 }  // namespace tarnbase::catalogue
