@@ -3,10 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
+
+#include "tests/examples/recording.h"
 
 namespace ldap_stats {
 namespace {
@@ -25,13 +26,6 @@ LineError malformed(std::string_view text) {
     if (const auto *error = std::get_if<LineError>(&parsed)) return *error;
     ADD_FAILURE() << "understood: " << text;
     return {};
-}
-
-std::vector<std::string> recorded_lines() {
-    std::ifstream file(RECORDING);
-    std::vector<std::string> lines;
-    for (std::string line; getline(file, line);) lines.push_back(line);
-    return lines;
 }
 
 // A message with slapd's own prefix.

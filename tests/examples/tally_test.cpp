@@ -3,11 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <initializer_list>
 #include <limits>
 #include <string>
 #include <vector>
+
+#include "tests/examples/recording.h"
 
 namespace ldap_stats {
 namespace {
@@ -27,13 +28,6 @@ Tally tally_of(std::initializer_list<const char *> lines) {
 }
 
 Stats stats_of(std::initializer_list<const char *> lines) { return tally_of(lines).server().stats; }
-
-std::vector<std::string> recorded_lines() {
-    std::ifstream file(RECORDING);
-    std::vector<std::string> lines;
-    for (std::string line; getline(file, line);) lines.push_back(line);
-    return lines;
-}
 
 TEST(Tally, ABindOfTwoLinesIsOneRequestInAnyOrder) {
     const Stats in_order = stats_of({"conn=1 op=0 BIND dn=\"a\" method=128",
