@@ -1,16 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The schema manifest of a library file, and how it differs from this program's schema. The
-// section `.orvan` holds records, each padded with zeros to a multiple of 4 bytes:
-//
-//   record, offset  size
-//                0     4  length of the payload, its closing NUL included
-//                4     4  type: 2 the manifest, 1 the build note
-//                8        payload: text and a NUL
-//
-// The manifest is the line "# <module>.minime" and a line an item, of its LUID, ':', its digest,
-// its kind (enum, type, tabl or trec), its highest variant in 3 digits, ':', its size in 5 digits
-// and 'N'.
+// The schema manifest of a library file, and how it differs from this program's schema. Its layout
+// is described in tools/tarnc/manifest.h.
 #ifndef TARNCTL_LIBRARY_MANIFEST_H
 #define TARNCTL_LIBRARY_MANIFEST_H
 
