@@ -6,7 +6,7 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 room = 1 << 18;
+constexpr u32 space = 1 << 18;
 
 void nothing(World &) {}
 void with_object(World &w) { w.object = w.make_object(0); }
@@ -34,14 +34,14 @@ void with_correlated_destination(World &w) {
 }
 void with_wire_form(World &w) {
     with_correlated_pair(w);
-    w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, room, &w.err);
+    w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, space, &w.err);
 }
 void with_plain_wire_form(World &w) {
     with_two(w);
-    w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, room, &w.err);
+    w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, space, &w.err);
 }
 u32 to_xml_form(World &w, const void *object) {
-    return w.k().to_xml(w.handle, w.tx, w.k().name, w.buffer.data(), object, room, 0, &w.err);
+    return w.k().to_xml(w.handle, w.tx, w.k().name, w.buffer.data(), object, space, 0, &w.err);
 }
 void with_document(World &w) {
     with_two(w);
@@ -51,7 +51,7 @@ void with_document(World &w) {
 
 void from_cr(World &w) { w.err = w.handle->last_error; }
 
-void see_fate(World &w) {
+void note_destruction(World &w) {
     w.result = static_cast<kel_object *>(w.object)->descriptor == nullptr ? "gone" : "there";
 }
 
@@ -74,11 +74,11 @@ void create_cr(World &w) {
 }
 void destroy(World &w) {
     w.k().destroy(w.handle, w.tx, w.object);
-    see_fate(w);
+    note_destruction(w);
 }
 void destroy_cr(World &w) {
     w.k().destroy_cr(w.handle, w.object);
-    see_fate(w);
+    note_destruction(w);
     from_cr(w);
 }
 void embed(World &w) { w.k().set_instance_embedded(w.handle, w.tx, w.object); }
@@ -92,7 +92,7 @@ void set(World &w) { w.k().set(w.handle, w.tx, w.object, w.source, &w.err); }
 void adjust(World &w) { w.k().adjust_variant(w.handle, w.tx, w.object, &w.err); }
 void marshal(World &w) {
     write(w,
-          [&w] { return w.k().marshal(w.handle, w.tx, w.buffer.data(), w.object, room, &w.err); });
+          [&w] { return w.k().marshal(w.handle, w.tx, w.buffer.data(), w.object, space, &w.err); });
 }
 void unmarshal(World &w) {
     w.returned_length(
@@ -100,18 +100,18 @@ void unmarshal(World &w) {
 }
 void print(World &w) {
     write(w, [&w] {
-        return w.k().print(w.handle, w.tx, w.buffer.data(), 0, w.k().name, w.object, room, &w.err);
+        return w.k().print(w.handle, w.tx, w.buffer.data(), 0, w.k().name, w.object, space, &w.err);
     });
 }
 void print_cr(World &w) {
-    write(w, [&w] { return w.k().print_cr(w.handle, w.object, w.buffer.data(), room); });
+    write(w, [&w] { return w.k().print_cr(w.handle, w.object, w.buffer.data(), space); });
     from_cr(w);
 }
 void to_xml(World &w) {
     write(w, [&w] { return to_xml_form(w, w.object); });
 }
 void toxml_cr(World &w) {
-    write(w, [&w] { return w.k().toxml_cr(w.handle, w.object, w.buffer.data(), room); });
+    write(w, [&w] { return w.k().toxml_cr(w.handle, w.object, w.buffer.data(), space); });
     from_cr(w);
 }
 void from_xml(World &w) {
@@ -130,7 +130,7 @@ void is_valid_value_cr(World &w) {
 }
 
 void clone(World &w) {
-    w.k().clone(w.handle, w.tx, w.object, &w.made_object, w.buffer.data(), room, &w.err);
+    w.k().clone(w.handle, w.tx, w.object, &w.made_object, w.buffer.data(), space, &w.err);
     w.returned(w.made_object);
 }
 void clone_cr(World &w) {
@@ -139,7 +139,7 @@ void clone_cr(World &w) {
 }
 void copy_cr(World &w) {
     w.k().copy_cr(w.handle, w.source, w.object);
-    see_fate(w);
+    note_destruction(w);
     from_cr(w);
 }
 
