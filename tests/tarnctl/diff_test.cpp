@@ -9,10 +9,6 @@ namespace {
 using example_test::write_file;
 using nlohmann::json;
 
-bool has(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
-
 class Diff : public WithStore {
  protected:
     void SetUp() override {
@@ -136,8 +132,8 @@ TEST_F(Diff, SkipsTablesAndFieldsOnRequest) {
     const Outcome outcome =
         tarnctl({"diff", store, other, "-T", "ldap_conn", "--ignore", "num_conns"});
     EXPECT_EQ(outcome.exit_code, 1);
-    EXPECT_FALSE(has(outcome.out, "~ ")) << outcome.out;
-    EXPECT_TRUE(has(outcome.out, "+ tbl_ldap_conn:ldap d.example")) << outcome.out;
+    EXPECT_FALSE(holds(outcome.out, "~ ")) << outcome.out;
+    EXPECT_TRUE(holds(outcome.out, "+ tbl_ldap_conn:ldap d.example")) << outcome.out;
 }
 
 TEST_F(Diff, ReportsTablesThatOnlyOneSideHas) {
@@ -145,9 +141,9 @@ TEST_F(Diff, ReportsTablesThatOnlyOneSideHas) {
     ASSERT_EQ(tarnctl({"store", "create", empty}).exit_code, 0);
     Outcome outcome = tarnctl({"diff", store, empty, "-T", "tbl_dot1xAuthConfigEntry_op"});
     EXPECT_EQ(outcome.exit_code, 1);
-    EXPECT_TRUE(has(outcome.out,
-                    "- table tbl_dot1xAuthConfigEntry_op:more_ports\n"
-                    "- tbl_dot1xAuthConfigEntry_op:more_ports 3\n"))
+    EXPECT_TRUE(holds(outcome.out,
+                      "- table tbl_dot1xAuthConfigEntry_op:more_ports\n"
+                      "- tbl_dot1xAuthConfigEntry_op:more_ports 3\n"))
         << outcome.out;
     outcome = tarnctl({"diff", "--json", empty, store});
     EXPECT_EQ(example_test::json_of(outcome.out)["tables"][0]["change"], "inserted");
@@ -156,18 +152,18 @@ TEST_F(Diff, ReportsTablesThatOnlyOneSideHas) {
 TEST_F(Diff, NamesItemsThatCannotBeCompared) {
     Outcome outcome = tarnctl({"diff", store, directory / "none.store"});
     EXPECT_EQ(outcome.exit_code, 4);
-    EXPECT_TRUE(has(outcome.err, "none.store: No such file")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, "none.store: No such file")) << outcome.err;
     write_file(document, "no store and no export");
     outcome = tarnctl({"diff", store, document});
     EXPECT_EQ(outcome.exit_code, 4);
-    EXPECT_TRUE(has(outcome.err, document)) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, document)) << outcome.err;
     write_file(document, "<tarnbase format=\"1\">\n<tabl/></tarnbase>");
     outcome = tarnctl({"diff", store, document});
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, document + ":2: expected the element `table`")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, document + ":2: expected the element `table`")) << outcome.err;
     outcome = tarnctl({"diff", store, other, "--ignore", "num_con"});
     EXPECT_EQ(outcome.exit_code, 2);
-    EXPECT_TRUE(has(outcome.err, "did you mean `num_conns`?")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, "did you mean `num_conns`?")) << outcome.err;
     EXPECT_EQ(tarnctl({"diff", "-", "-"}).exit_code, 2);
 }
 

@@ -9,10 +9,6 @@ using example_test::read_file;
 using example_test::write_file;
 using nlohmann::json;
 
-bool has(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
-
 // XML of one table tbl_ldap_conn:ldap. The records begin in line 4.
 std::string xml(const std::string &records) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<tarnbase format=\"1\">\n"
@@ -67,7 +63,7 @@ TEST_F(Import, ImportsOnlyTheChosenTables) {
     EXPECT_EQ(outcome.out, "3 records imported into 2 tables, 2 of them new\n");
     outcome = import(document.out, {"--table", "tbl_ldap_conn:other"});
     EXPECT_EQ(outcome.exit_code, 1);
-    EXPECT_TRUE(has(outcome.err, "holds no table `tbl_ldap_conn:other`")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, "holds no table `tbl_ldap_conn:other`")) << outcome.err;
 }
 
 TEST_F(Import, OfAnInvalidFileNamesTheLineAndKeepsTheStore) {
@@ -75,21 +71,21 @@ TEST_F(Import, OfAnInvalidFileNamesTheLineAndKeepsTheStore) {
     const Outcome outcome =
         import(xml(connection("a", "1") + connection("b", "many") + connection("c", "3")));
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, path + ":12: tbl_ldap_conn:ldap: num_conns: expected a number "
-                                        "from 0 to 4294967295, not `many`"))
+    EXPECT_TRUE(holds(outcome.err, path + ":12: tbl_ldap_conn:ldap: num_conns: expected a number "
+                                          "from 0 to 4294967295, not `many`"))
         << outcome.err;
     // The table that was made for it is gone too.
     EXPECT_EQ(exported(copy), before);
-    EXPECT_FALSE(has(before, "tbl_ldap_conn"));
+    EXPECT_FALSE(holds(before, "tbl_ldap_conn"));
 }
 
 TEST_F(Import, SkipsBadRecordsOnRequest) {
     const Outcome outcome = import(
         xml(connection("a", "1") + connection("b", "many") + connection("c", "3")), {"--skip-bad"});
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, path + ":12: ")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, path + ":12: ")) << outcome.err;
     EXPECT_EQ(outcome.out, "2 records imported into 1 table, 1 of them new; 1 skipped\n");
-    EXPECT_TRUE(has(exported(copy), R"("sname":"c")"));
+    EXPECT_TRUE(holds(exported(copy), R"("sname":"c")"));
 }
 
 TEST_F(Import, OfAnExistingRecordFailsReplacesOrKeepsIt) {
@@ -97,16 +93,16 @@ TEST_F(Import, OfAnExistingRecordFailsReplacesOrKeepsIt) {
     const std::string again = xml(connection("new", "5") + connection("a", "2"));
     Outcome outcome = import(again);
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, path + ":9: tbl_ldap_conn:ldap: the store has a record `a` of "
-                                        "tenant 0 and source 1 already"))
+    EXPECT_TRUE(holds(outcome.err, path + ":9: tbl_ldap_conn:ldap: the store has a record `a` of "
+                                          "tenant 0 and source 1 already"))
         << outcome.err;
-    EXPECT_FALSE(has(outcome.err, "(ERR)")) << outcome.err;
-    EXPECT_FALSE(has(exported(copy), R"("sname":"new")"));
+    EXPECT_FALSE(holds(outcome.err, "(ERR)")) << outcome.err;
+    EXPECT_FALSE(holds(exported(copy), R"("sname":"new")"));
 
     outcome = import(again, {"--on-conflict", "keep"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "1 record imported into 1 table; 1 kept as they were\n");
-    EXPECT_TRUE(has(exported(copy), R"("sname":"a","num_conns":1)"));
+    EXPECT_TRUE(holds(exported(copy), R"("sname":"a","num_conns":1)"));
 
     outcome = import(again, {"--on-conflict", "replace", "--json"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -114,7 +110,7 @@ TEST_F(Import, OfAnExistingRecordFailsReplacesOrKeepsIt) {
               example_test::json_of(
                   R"({"inserted":2,"replaced":2,"kept":0,"skipped":0,"tables":1,"made":0,
                               "dry_run":false})"));
-    EXPECT_TRUE(has(exported(copy), R"("sname":"a","num_conns":2)"));
+    EXPECT_TRUE(holds(exported(copy), R"("sname":"a","num_conns":2)"));
 }
 
 TEST_F(Import, RefusesATableOfAnotherKindUnderAPath) {
@@ -127,7 +123,7 @@ TEST_F(Import, RefusesATableOfAnotherKindUnderAPath) {
     document.replace(document.find("\"ldap\""), 6, "\"net/shared\"");
     const Outcome outcome = import(document);
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, "under the name `net/shared`; expected a tbl_ldap_conn"))
+    EXPECT_TRUE(holds(outcome.err, "under the name `net/shared`; expected a tbl_ldap_conn"))
         << outcome.err;
     EXPECT_EQ(exported(copy), before);
 }
@@ -146,15 +142,16 @@ TEST_F(Import, RefusesUnknownNamesWithASuggestionUnlessItIsLenient) {
         "</st_ldap_conn></tbl_ldap_conn></record>\n";
     Outcome outcome = import(xml(stranger));
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, path + ":5: tbl_ldap_conn:ldap: no field of st_ldap_conn `snam`; "
-                                        "did you mean `sname`?"))
+    EXPECT_TRUE(holds(outcome.err, path +
+                                       ":5: tbl_ldap_conn:ldap: no field of st_ldap_conn `snam`; "
+                                       "did you mean `sname`?"))
         << outcome.err;
     outcome = import(xml(stranger), {"--lenient"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_TRUE(has(exported(copy), R"("sname":"x")"));
+    EXPECT_TRUE(holds(exported(copy), R"("sname":"x")"));
 }
 
-struct Refusal {
+struct BrokenDocument {
     const char *name;
     std::string document;
     std::string message;  // after the name of the file
@@ -164,7 +161,7 @@ const std::string json_head = R"({"tarnbase":{"format":1,"tables":[)";
 const std::string json_table =
     json_head + "\n" + R"({"table":"tbl_ldap_conn","name":"ldap",)" + R"("records":[)" + "\n";
 
-const Refusal refusals[] = {
+const BrokenDocument broken_documents[] = {
     {"xml_cut_off", xml(connection("a", "1")).substr(0, 200), ":7: expected "},
     {"xml_without_end", "<tarnbase format=\"1\">", ":1: expected "},
     {"xml_of_another_kind", "<other/>", ":1: expected the root element `tarnbase`"},
@@ -234,11 +231,11 @@ const Refusal refusals[] = {
 };
 
 TEST_F(Import, RefusesABrokenDocumentAndNamesThePosition) {
-    for (const Refusal &refusal : refusals) {
-        SCOPED_TRACE(refusal.name);
-        const Outcome outcome = import(refusal.document);
+    for (const BrokenDocument &each : broken_documents) {
+        SCOPED_TRACE(each.name);
+        const Outcome outcome = import(each.document);
         EXPECT_EQ(outcome.exit_code, 3);
-        EXPECT_TRUE(has(outcome.err, "tarnctl: " + path + refusal.message)) << outcome.err;
+        EXPECT_TRUE(holds(outcome.err, "tarnctl: " + path + each.message)) << outcome.err;
         EXPECT_EQ(outcome.out, "");
     }
     EXPECT_EQ(exported(copy), "{\"tarnbase\":{\"format\":1,\"tables\":[\n]}}\n");
@@ -252,14 +249,14 @@ TEST_F(Import, NamesFrameAndByteOfABrokenFrame) {
     document[place - 4] = '\x7f';
     const Outcome outcome = import(document);
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, path + ": frame 2 at byte ")) << outcome.err;
-    EXPECT_TRUE(has(outcome.err, "tbl_ldap_conn:ldap: frame: ")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, path + ": frame 2 at byte ")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, "tbl_ldap_conn:ldap: frame: ")) << outcome.err;
 }
 
 TEST_F(Import, ReadsOnlyTheGivenFormat) {
     const Outcome outcome = import(xml(""), {"--format", "json"});
     EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_TRUE(has(outcome.err, path + ":1: JSON: ")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, path + ":1: JSON: ")) << outcome.err;
 }
 
 TEST_F(Import, AcceptsHandWrittenXml) {
@@ -271,13 +268,13 @@ TEST_F(Import, AcceptsHandWrittenXml) {
         "<sname>a&amp;b&#x20;<![CDATA[<c>]]>\r\nd</sname></st_ldap_conn></tbl_ldap_conn>\r\n"
         "    </record></table><?instruction?>\r\n</tarnbase>\r\n");
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_TRUE(has(exported(copy), R"({"sname":"a&b <c>\nd","num_conns":7})")) << exported(copy);
+    EXPECT_TRUE(holds(exported(copy), R"({"sname":"a&b <c>\nd","num_conns":7})")) << exported(copy);
 }
 
 TEST_F(Import, OfAMissingFileIsAStoreError) {
     const Outcome outcome = tarnctl({"import", "--store", copy, directory / "none.xml"});
     EXPECT_EQ(outcome.exit_code, 4);
-    EXPECT_TRUE(has(outcome.err, "none.xml: No such file")) << outcome.err;
+    EXPECT_TRUE(holds(outcome.err, "none.xml: No such file")) << outcome.err;
 }
 
 }  // namespace

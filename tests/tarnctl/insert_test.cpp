@@ -67,18 +67,17 @@ TEST_F(Insert, RefusesATableOfAnotherKindUnderAPath) {
 }
 
 TEST_F(Insert, NamesTheKeyFieldThatIsMissing) {
-    const Outcome outcome = on_store({"insert", "pexSessionEntry_op", "if_index=3"});
-    EXPECT_EQ(outcome.exit_code, 2);
-    EXPECT_NE(outcome.err.find("the key field `session_id_in` is missing"), std::string::npos)
-        << outcome.err;
+    expect_refusals({{2,
+                      {"insert", "pexSessionEntry_op", "if_index=3"},
+                      "the key field `session_id_in` is missing"}});
 }
 
 TEST_F(Insert, CreatesATableOnlyOnRequest) {
-    const Outcome refused = on_store({"insert", "ldap_conn:other", "sname=x", "num_conns=1"});
-    EXPECT_EQ(refused.exit_code, 1);
-    EXPECT_EQ(refused.err, "tarnctl: " + store +
-                               " holds no table `tbl_ldap_conn:other`; it holds "
-                               "`tbl_ldap_conn:ldap`; --create makes it\n");
+    expect_refusals({{1,
+                      {"insert", "ldap_conn:other", "sname=x", "num_conns=1"},
+                      "tarnctl: " + store +
+                          " holds no table `tbl_ldap_conn:other`; it holds "
+                          "`tbl_ldap_conn:ldap`; --create makes it\n"}});
 
     const Outcome outcome =
         on_store({"insert", "--create", "ldap_conn:other", "sname=a=b [c,d]", "num_conns=1"});
@@ -124,49 +123,37 @@ TEST_F(Insert, TakesAWholeArray) {
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("    minute: 7 0 0 0"), std::string::npos) << outcome.out;
 
-    const Outcome short_one = on_store({"insert", "aaa_servers", "sname=radius3", "minute=1 2"});
-    EXPECT_EQ(short_one.exit_code, 2);
-    EXPECT_NE(short_one.err.find("minute: expected 1440 numbers"), std::string::npos)
-        << short_one.err;
+    expect_refusals({{2,
+                      {"insert", "aaa_servers", "sname=radius3", "minute=1 2"},
+                      "minute: expected 1440 numbers"}});
 }
 
 TEST_F(Insert, RefusesAnExistingKey) {
-    const Outcome outcome = on_store({"insert", "ldap_conn", "sname=a.example"});
-    EXPECT_EQ(outcome.exit_code, 3);
-    EXPECT_EQ(outcome.err,
-              "tarnctl: tbl_ldap_conn:ldap: there is already a record of the key `a.example`, "
-              "tenant 0, source 1\n");
+    expect_refusals({{3,
+                      {"insert", "ldap_conn", "sname=a.example"},
+                      "tarnctl: tbl_ldap_conn:ldap: there is already a record of the key "
+                      "`a.example`, tenant 0, source 1\n"}});
     EXPECT_EQ(connections(store, "a.example"), 1U);
     EXPECT_EQ(connection_records(store), 5U);
 }
 
 TEST_F(Insert, RefusesUnknownFields) {
-    const Outcome word = on_store({"insert", "ldap_conn", "a.example"});
-    EXPECT_EQ(word.exit_code, 2);
-    EXPECT_NE(word.err.find("expected FIELD=VALUE, not `a.example`"), std::string::npos);
-    const Outcome field = on_store({"insert", "ldap_conn", "sname=x", "num_cons=1"});
-    EXPECT_EQ(field.exit_code, 2);
-    EXPECT_NE(field.err.find("did you mean `num_conns`?"), std::string::npos) << field.err;
-    const Outcome twice = on_store({"insert", "ldap_conn", "sname=x", "sname=y"});
-    EXPECT_EQ(twice.exit_code, 2);
-    EXPECT_NE(twice.err.find("`sname` is given twice"), std::string::npos) << twice.err;
-    const Outcome table = on_store({"insert", "ldap_con", "sname=x"});
-    EXPECT_EQ(table.exit_code, 2);
-    EXPECT_NE(table.err.find("did you mean `ldap_conn`?"), std::string::npos) << table.err;
-    const Outcome none = on_store({"insert"});
-    EXPECT_EQ(none.exit_code, 2);
-    EXPECT_NE(none.err.find("TABLE is missing"), std::string::npos) << none.err;
+    expect_refusals({
+        {2, {"insert", "ldap_conn", "a.example"}, "expected FIELD=VALUE, not `a.example`"},
+        {2, {"insert", "ldap_conn", "sname=x", "num_cons=1"}, "did you mean `num_conns`?"},
+        {2, {"insert", "ldap_conn", "sname=x", "sname=y"}, "`sname` is given twice"},
+        {2, {"insert", "ldap_con", "sname=x"}, "did you mean `ldap_conn`?"},
+        {2, {"insert"}, "TABLE is missing"},
+    });
 }
 
 TEST_F(Insert, RefusesInvalidValues) {
     const std::string before = example_test::read_file(store);
-    const Outcome number = on_store({"insert", "ldap_conn", "sname=x", "num_conns=many"});
-    EXPECT_EQ(number.exit_code, 2);
-    EXPECT_NE(number.err.find("num_conns: expected a number"), std::string::npos) << number.err;
-    const Outcome source = on_store({"insert", "ldap_conn", "sname=x", "--source", "256"});
-    EXPECT_EQ(source.exit_code, 2);
-    const Outcome tenant = on_store({"insert", "ldap_conn", "sname=x", "--tenant", "65536"});
-    EXPECT_EQ(tenant.exit_code, 2);
+    expect_refusals({
+        {2, {"insert", "ldap_conn", "sname=x", "num_conns=many"}, "num_conns: expected a number"},
+        {2, {"insert", "ldap_conn", "sname=x", "--source", "256"}, ""},
+        {2, {"insert", "ldap_conn", "sname=x", "--tenant", "65536"}, ""},
+    });
     EXPECT_TRUE(example_test::read_file(store) == before);
 }
 
@@ -185,10 +172,8 @@ TEST_F(Insert, AsADryRunKeepsEveryByteOfTheStore) {
 
 TEST_F(Insert, IntoAFileThatIsNoStoreIsAStoreError) {
     example_test::write_file(store, "no store");
-    const Outcome outcome = on_store({"insert", "ldap_conn", "sname=x"});
-    EXPECT_EQ(outcome.exit_code, 4);
-    EXPECT_NE(outcome.err.find(store), std::string::npos) << outcome.err;
-    EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=x", "--dry-run"}).exit_code, 4);
+    expect_refusals({{4, {"insert", "ldap_conn", "sname=x"}, store},
+                     {4, {"insert", "ldap_conn", "sname=x", "--dry-run"}, ""}});
 }
 
 // An insert through a handle without a replication engine would be missing in the stream.

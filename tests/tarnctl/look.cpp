@@ -78,6 +78,22 @@ ServerValues server_values(const std::string &store) {
     return values;
 }
 
+void add_connection(const std::string &store, const std::string &table, const std::string &server,
+                    uint32_t src, uint8_t flags) {
+    with_store(store, [&](kel_handle *handle) {
+        uint32_t err = 0;
+        kel_table *block = tbl_ldap_conn_table_open(handle, tx, table.c_str(), 0, &err);
+        const kel_vstring name = text(server);
+        kel_record *record = tbl_ldap_conn_create_record_w_src(handle, tx, src, &err);
+        st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
+        st_ldap_conn_sname_set(handle, tx, conn, &name, &err);
+        tbl_ldap_conn_st_ldap_conn_set_field(handle, tx, record, conn);
+        tbl_ldap_conn_insert(handle, tx, block, record, &err);
+        record->flags |= flags;
+        EXPECT_EQ(err, 0U);
+    });
+}
+
 kel_store_description description(const std::string &store) {
     kel_store_description result{};
     with_store(store, [&](kel_handle *handle) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The contents of a store file, read by the library and not by tarnctl.
+// The contents of a store file, read and changed by the library and not by tarnctl.
 #ifndef TESTS_TARNCTL_LOOK_H
 #define TESTS_TARNCTL_LOOK_H
 
@@ -26,6 +26,10 @@ struct ServerValues {
     uint8_t minute5 = 0;
 };
 ServerValues server_values(const std::string &store);
+
+// Inserts a record in tbl_ldap_conn:TABLE, which is made if it isn't there; `flags` are added.
+void add_connection(const std::string &store, const std::string &table, const std::string &server,
+                    uint32_t src = 1, uint8_t flags = 0);
 
 kel_store_description description(const std::string &store);
 

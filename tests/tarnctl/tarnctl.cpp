@@ -136,4 +136,19 @@ Outcome WithStore::on_store(std::vector<std::string> arguments, const std::strin
     return tarnctl(std::move(arguments), input);
 }
 
+void WithStore::expect_refusals(const std::vector<Refusal> &calls) {
+    for (const Refusal &call : calls) {
+        SCOPED_TRACE(testing::PrintToString(call.arguments));
+        const Outcome outcome = on_store(call.arguments);
+        EXPECT_EQ(outcome.exit_code, call.exit_code);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err, "");
+        if (call.message.ends_with('\n')) {
+            EXPECT_EQ(outcome.err, call.message);
+        } else {
+            EXPECT_TRUE(holds(outcome.err, call.message)) << outcome.err;
+        }
+    }
+}
+
 }  // namespace tarnctl_test

@@ -23,6 +23,13 @@ inline bool holds(const std::string &text, const std::string &part) {
     return text.find(part) != std::string::npos;
 }
 
+// A call of tarnctl that must fail and print nothing.
+struct Refusal {
+    int exit_code;
+    std::vector<std::string> arguments;
+    std::string message;  // its standard error if this ends a line, else a part of it
+};
+
 // A directory with a store file, filled by the library and not by tarnctl:
 //   tbl_ldap_conn:ldap      a.example 1, b.example 2, ldap1.example.net 7 (source 1, tenant 0),
 //                           b.example 20 of source 5, c.example 3 of tenant 9
@@ -37,6 +44,7 @@ class WithStore : public testing::Test {
     void SetUp() override;
     // tarnctl with `--store` and this store after the arguments.
     Outcome on_store(std::vector<std::string> arguments, const std::string &input = "");
+    void expect_refusals(const std::vector<Refusal> &calls);
 
     example_test::TemporaryDirectory directory;
     std::string store = directory / "net.store";

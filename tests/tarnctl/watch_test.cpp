@@ -112,16 +112,21 @@ TEST_F(Watch, EndsAfterATime) {
     EXPECT_EQ(on_store({"watch", "ldap_conn", "--timeout", "0.05", "--count", "1"}).exit_code, 1);
 }
 
+// The object of a.example.
+st_ldap_conn *connection_a(kel_handle *handle, uint32_t *err) {
+    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, err);
+    kel_vstring name;
+    kel_vstring_refer(&name, "a.example", 9);
+    kel_record *record =
+        tbl_ldap_conn_st_ldap_conn_sname_search_w_src(handle, KEL_TX_NONE, table, &name, 1, err);
+    return tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record);
+}
+
 TEST_F(Watch, SeesChangesOutsideOfTransactions) {
     const auto process = watch({"ldap_conn", "--no-time", "--count", "1"});
     with_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
-        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
-        kel_vstring name;
-        kel_vstring_refer(&name, "a.example", 9);
-        kel_record *record = tbl_ldap_conn_st_ldap_conn_sname_search_w_src(handle, KEL_TX_NONE,
-                                                                           table, &name, 1, &err);
-        st_ldap_conn *conn = tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record);
+        st_ldap_conn *conn = connection_a(handle, &err);
         st_ldap_conn_num_conns_set_value(handle, KEL_TX_NONE, conn, 70, &err);
         ASSERT_EQ(err, 0U);
     });
@@ -133,12 +138,7 @@ TEST_F(Watch, SeesTheChangesOfATransactionWhenItIsCommitted) {
     with_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
         uint32_t tx_id = 0;
-        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
-        kel_vstring name;
-        kel_vstring_refer(&name, "a.example", 9);
-        kel_record *record = tbl_ldap_conn_st_ldap_conn_sname_search_w_src(handle, KEL_TX_NONE,
-                                                                           table, &name, 1, &err);
-        st_ldap_conn *conn = tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record);
+        st_ldap_conn *conn = connection_a(handle, &err);
         ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
         st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 50, &err);
         st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 60, &err);
