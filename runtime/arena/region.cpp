@@ -15,10 +15,6 @@ std::uint32_t error_number() { return static_cast<std::uint32_t>(errno); }
 
 }  // namespace
 
-File::~File() {
-    if (is_open()) ::close(descriptor_);
-}
-
 Region::~Region() { unmap(); }
 
 void Region::unmap() {

@@ -6,28 +6,10 @@
 #define TARNBASE_RUNTIME_ARENA_REGION_H
 
 #include <cstdint>
-#include <utility>
+
+#include "runtime/base/file.h"
 
 namespace tarnbase::runtime {
-
-// An open file. The destructor closes it.
-class File {
- public:
-    File() = default;
-    explicit File(int descriptor) : descriptor_(descriptor) {}
-    File(File &&other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    File &operator=(File &&other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        return *this;
-    }
-    ~File();
-
-    int descriptor() const { return descriptor_; }
-    bool is_open() const { return descriptor_ >= 0; }
-
- private:
-    int descriptor_ = -1;
-};
 
 class Region {
  public:

@@ -1,0 +1,86 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The control file of a store: what its processes share besides the log.
+//
+//   offset  size  member
+//        0     8  magic "TARNBASE"
+//        8     4  format version
+//       12     4  0x01020304: byte order
+//       16    16  id of the store
+//       32     8  base address
+//       40     8  capacity, bytes of address range
+//       48     4  CRC32C of the 48 bytes before
+//       52        zero up to 128
+//      128     8  published position of the log: all frames before it are committed
+//      136     8  position of the newest checkpoint
+//      144     4  changes with each publication: waiting processes sleep on it
+//      148     4  zero
+//      152     8  identity of the last checkpoint image that was checked (checkpoint.h)
+//      160        zero up to 4096
+//     4096        the writer's lock (writer_lock.h), zero up to 8192
+//
+// The first 128 bytes never change. Positions only grow.
+#ifndef TARNBASE_RUNTIME_CONTROL_CONTROL_H
+#define TARNBASE_RUNTIME_CONTROL_CONTROL_H
+
+#include <atomic>
+#include <cstdint>
+
+#include "runtime/control/writer_lock.h"
+#include "runtime/log/log.h"
+
+namespace tarnbase::runtime {
+
+inline constexpr const char *control_name = "control";
+inline constexpr std::uint32_t store_format_version = 2;
+
+struct ControlPage {
+    std::uint64_t magic;
+    std::uint32_t version;
+    std::uint32_t byte_order;
+    StoreId id;
+    std::uint64_t base;
+    std::uint64_t capacity;
+    std::uint32_t crc;
+    std::uint32_t reserved[19];
+    std::atomic<std::uint64_t> published;
+    std::atomic<std::uint64_t> checkpoint;
+    std::atomic<std::uint32_t> publications;
+    std::uint32_t reserved_word;
+    std::atomic<std::uint64_t> checked_image;
+    std::uint64_t more_reserved[492];
+    LockPage lock;
+};
+static_assert(sizeof(ControlPage) == 8192);
+static_assert(offsetof(ControlPage, published) == 128);
+static_assert(offsetof(ControlPage, lock) == 4096);
+
+// The mapped control file of a store.
+class Control {
+ public:
+    Control() = default;
+    Control(const Control &) = delete;
+    Control &operator=(const Control &) = delete;
+    ~Control();
+
+    // Creates the file in a new store's folder. Returns 0 or an errno number.
+    std::uint32_t create(int folder, const StoreId &id, std::uint64_t base, std::uint64_t capacity);
+    // Maps the file, to write if the process may, else to read. `path` is the store's, for
+    // the error text. EINVAL: it is no store, damaged, or of another version or byte order.
+    std::uint32_t open(int folder, const char *path);
+
+    bool is_writable() const { return writable_; }
+    ControlPage &page() const { return *page_; }
+
+    // Publishes the log up to `position`, and wakes the processes that wait.
+    void publish(std::uint64_t position);
+    // Waits until more than `position` is published. False: the time is over. Negative: no limit.
+    bool wait(std::uint64_t position, std::int64_t milliseconds) const;
+
+ private:
+    ControlPage *page_ = nullptr;
+    bool writable_ = false;
+};
+
+}  // namespace tarnbase::runtime
+
+#endif

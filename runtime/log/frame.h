@@ -1,0 +1,88 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Frames: what a commit appends to a store's log. Numbers are little-endian, and everything
+// begins at a multiple of 8.
+//
+//   frame              offset  size  member
+//                           0     8  sequence number: 1 for the store's first frame
+//                           8     4  length in bytes, these 16 included; a multiple of 8
+//                          12     4  CRC32C of the frame with zeros in this place
+//                          16        operations up to the end
+//
+//   operation               0     8  kind in bits 62 to 63, length in bits 40 to 61, and the
+//                                    offset from the store's base address in bits 0 to 39
+//
+//   kind                    what follows, padded with zeros to a multiple of 8
+//   0 write                 `length` bytes, the new content of the offset
+//   1 allocate              8 bytes, the size of the block; then `length` bytes, the start of
+//                           its content: the rest is zero
+//   2 release               nothing; the length is 0
+//
+// The releases of a frame come first, then the allocations, then the writes. A block that was
+// freed and allocated again has both operations.
+#ifndef TARNBASE_RUNTIME_LOG_FRAME_H
+#define TARNBASE_RUNTIME_LOG_FRAME_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tarnbase::runtime {
+
+struct FrameHead {
+    std::uint64_t sequence;
+    std::uint32_t length;
+    std::uint32_t crc;
+};
+static_assert(sizeof(FrameHead) == 16);
+
+enum class OperationKind : std::uint8_t { write = 0, allocate = 1, release = 2 };
+
+struct Operation {
+    OperationKind kind;
+    std::uint64_t offset;         // from the store's base address
+    std::uint64_t block_size;     // of an allocation
+    std::span<const char> bytes;  // content
+};
+
+// Collects the operations of one frame. Long contents are split into several operations.
+class FrameBuilder {
+ public:
+    void clear();
+    bool is_empty() const;
+    // Bytes of the whole frame. It can't be appended if this is above `most_frame_bytes`.
+    std::uint64_t length() const;
+
+    void release(std::uint64_t offset);
+    void allocate(std::uint64_t offset, std::uint64_t block_size, std::span<const char> content);
+    void write(std::uint64_t offset, std::span<const char> content);
+
+    // Completes the head; the bytes are valid until the builder is changed.
+    std::span<const char> finish(std::uint64_t sequence);
+
+ private:
+    std::vector<char> bytes_;
+};
+
+inline constexpr std::uint64_t most_frame_bytes = 1ULL << 31;
+
+// What is wrong with a frame; null if head, length and CRC are right.
+const char *check_frame(std::span<const char> bytes, std::uint64_t sequence);
+
+// The operations of a frame that was checked.
+class OperationReader {
+ public:
+    explicit OperationReader(std::span<const char> frame);
+    // False: there are no more, or `damaged()`.
+    bool next(Operation &operation);
+    // Whether an operation has an unknown kind or goes beyond the end of the frame.
+    bool damaged() const { return damaged_; }
+
+ private:
+    std::span<const char> rest_;
+    bool damaged_ = false;
+};
+
+}  // namespace tarnbase::runtime
+
+#endif
