@@ -2,6 +2,10 @@
 # The runtime's sources, from the lowest layer up.
 set(TARNBASE_RUNTIME_SOURCES
   base/error_text.cpp
+  log/crc32c.cpp
+  log/frame.cpp
+  log/log.cpp
+  log/segment.cpp
   arena/allocator.cpp
   arena/page_set.cpp
   arena/region.cpp

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Frames: what a commit appends to a store's log. Numbers are little-endian, and everything
-// begins at a multiple of 8.
+// Frames: what a commit appends to a store's log. Numbers are in the byte order of the store's
+// machine, as the store's content is, and everything begins at a multiple of 8.
 //
 //   frame              offset  size  member
 //                           0     8  sequence number: 1 for the store's first frame
@@ -18,7 +18,8 @@
 //   2 release               nothing; the length is 0
 //
 // The releases of a frame come first, then the allocations, then the writes. A block that was
-// freed and allocated again has both operations.
+// freed and allocated again has both operations. A content that is longer than `length` can say
+// is continued by writes right after its operation.
 #ifndef TARNBASE_RUNTIME_LOG_FRAME_H
 #define TARNBASE_RUNTIME_LOG_FRAME_H
 
@@ -41,17 +42,23 @@ enum class OperationKind : std::uint8_t { write = 0, allocate = 1, release = 2 }
 struct Operation {
     OperationKind kind;
     std::uint64_t offset;         // from the store's base address
-    std::uint64_t block_size;     // of an allocation
+    std::uint64_t block_size;     // of an allocation, else 0
     std::span<const char> bytes;  // content
 };
 
-// Collects the operations of one frame. Long contents are split into several operations.
+// No operation reaches beyond this offset.
+inline constexpr std::uint64_t most_offset = 1ULL << 40;
+inline constexpr std::uint64_t most_frame_bytes = 1ULL << 31;
+
+// Collects the operations of one frame. Requires: all bytes lie before
+// `most_offset`, and a content is at most as long as its block.
 class FrameBuilder {
  public:
+    // Keeps the memory for the next frame, unless this one was unusually large.
     void clear();
-    bool is_empty() const;
+    bool is_empty() const { return used_ == sizeof(FrameHead); }
     // Bytes of the whole frame. It can't be appended if this is above `most_frame_bytes`.
-    std::uint64_t length() const;
+    std::uint64_t length() const { return used_; }
 
     void release(std::uint64_t offset);
     void allocate(std::uint64_t offset, std::uint64_t block_size, std::span<const char> content);
@@ -61,24 +68,30 @@ class FrameBuilder {
     std::span<const char> finish(std::uint64_t sequence);
 
  private:
-    std::vector<char> bytes_;
+    char *extend(std::size_t size);
+    void grow(std::size_t size);
+
+    std::vector<char> bytes_;  // the first `used_` are the frame's
+    std::size_t used_ = sizeof(FrameHead);
 };
 
-inline constexpr std::uint64_t most_frame_bytes = 1ULL << 31;
-
-// What is wrong with a frame; null if head, length and CRC are right.
+// What is wrong with the frame that begins with `bytes`; null if its head, length and CRC are
+// right. More bytes may come after the frame.
 const char *check_frame(std::span<const char> bytes, std::uint64_t sequence);
 
-// The operations of a frame that was checked.
+// The operations of a frame that was checked. `frame` ends with it.
 class OperationReader {
  public:
     explicit OperationReader(std::span<const char> frame);
     // False: there are no more, or `damaged()`.
     bool next(Operation &operation);
-    // Whether an operation has an unknown kind or goes beyond the end of the frame.
+    // Whether an operation has an unknown kind, or goes beyond the end of the frame, of its block
+    // or of all offsets.
     bool damaged() const { return damaged_; }
 
  private:
+    bool take(Operation &operation);
+
     std::span<const char> rest_;
     bool damaged_ = false;
 };

@@ -1,0 +1,125 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+#include "runtime/log/log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "runtime/log/frame.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+constexpr int end_mark_byte = 0xff;
+
+// A frame can't begin like this: no sequence number is so high.
+bool is_end_mark(std::span<const char> bytes) {
+    return std::all_of(bytes.begin(), bytes.begin() + end_mark_bytes,
+                       [](char byte) { return byte == static_cast<char>(end_mark_byte); });
+}
+
+}  // namespace
+
+std::uint32_t LogWriter::open(int folder, const StoreId &id, std::uint64_t segment,
+                              std::uint64_t position) {
+    const bool same = segment_.first() == segment && folder_ == folder && id_ == id;
+    // The same name can be another file: a first frame that doesn't fit in the first segment of
+    // a store replaces it.
+    if (!same || !segment_.contains(position)) {
+        Segment opened;
+        std::uint32_t error = opened.open(folder, id, segment, true);
+        if (error == 0 && !opened.contains(position)) error = EBADMSG;
+        if (error == 0) error = opened.prepare(position);
+        if (error != 0) return error;
+        segment_ = std::move(opened);
+        folder_ = folder;
+        id_ = id;
+    }
+    position_ = position;
+    return 0;
+}
+
+std::uint32_t LogWriter::append(std::span<const char> frame) {
+    if (frame.size() > most_frame_bytes) return EFBIG;
+    const std::span<char> room = segment_.from(position_);
+    if (room.size() < frame.size() + end_mark_bytes) {
+        const std::uint32_t error = append_to_next(frame);
+        if (error != 0) return error;
+    } else {
+        std::memcpy(room.data(), frame.data(), frame.size());
+    }
+    position_ += frame.size();
+    return 0;
+}
+
+// Begins the next segment with a frame.
+std::uint32_t LogWriter::append_to_next(std::span<const char> frame) {
+    const std::uint64_t usual = std::min(2 * segment_.size(), most_segment_bytes);
+    const std::uint64_t needed = segment_head_bytes + frame.size() + end_mark_bytes;
+    Segment next;
+    std::uint32_t error = next.create(folder_, id_, position_, std::max(usual, needed));
+    if (error == ENOSPC || error == EFBIG) error = next.create(folder_, id_, position_, needed);
+    if (error != 0) return error;
+    std::memcpy(next.from(position_).data(), frame.data(), frame.size());
+    std::memset(segment_.from(position_).data(), end_mark_byte, end_mark_bytes);
+    segment_ = std::move(next);
+    return 0;
+}
+
+std::uint32_t LogReader::open(int folder, const StoreId &id, std::uint64_t segment,
+                              std::uint64_t position, std::uint64_t next_sequence) {
+    folder_ = folder;
+    id_ = id;
+    position_ = position;
+    next_sequence_ = next_sequence;
+    first_ = segment;
+    segment_ = {};
+    return open_segment(segment);
+}
+
+void LogReader::skip_to(const LogWriter &writer, std::uint64_t next_sequence) {
+    first_ = writer.segment();
+    position_ = writer.position();
+    next_sequence_ = next_sequence;
+}
+
+std::uint32_t LogReader::next(std::uint64_t published, std::span<const char> &frame) {
+    if (published == position_) return ENODATA;
+    if (published < position_) return damaged("the published position is before a frame");
+    std::uint32_t error = 0;
+    if (segment_.first() != first_ || !segment_.contains(position_)) error = open_segment(first_);
+    if (error == 0 && is_end_mark(segment_.from(position_))) error = open_segment(position_);
+    if (error != 0) return error;
+
+    std::span<const char> rest = segment_.from(position_);
+    rest = rest.first(std::min(rest.size() - end_mark_bytes, published - position_));
+    const char *wrong = check_frame(rest, next_sequence_);
+    if (wrong != nullptr) return damaged(wrong);
+    FrameHead head;
+    std::memcpy(&head, rest.data(), sizeof head);
+    frame = rest.first(head.length);
+    position_ += head.length;
+    ++next_sequence_;
+    return 0;
+}
+
+// Opens the segment that contains the position.
+std::uint32_t LogReader::open_segment(std::uint64_t first) {
+    Segment opened;
+    const std::uint32_t error = opened.open(folder_, id_, first, false);
+    if (error == EBADMSG) return damaged(opened.what());
+    if (error != 0) return error;
+    if (!opened.contains(position_)) return damaged("a log segment has no frame at a position");
+    segment_ = std::move(opened);
+    first_ = first;
+    return 0;
+}
+
+std::uint32_t LogReader::damaged(const char *what) {
+    what_ = what;
+    return EBADMSG;
+}
+
+}  // namespace tarnbase::runtime

@@ -1,0 +1,261 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+#include "runtime/log/segment.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "runtime/base/file.h"
+#include "runtime/log/crc32c.h"
+
+#ifndef MADV_POPULATE_WRITE
+#define MADV_POPULATE_WRITE 23
+#endif
+
+namespace tarnbase::runtime {
+
+namespace {
+
+constexpr std::string_view name_prefix = "log-";
+constexpr std::size_t name_digits = 16;
+
+// The name of a segment that isn't complete. Only the process with the writer's lock makes one,
+// so one name is enough. `remove_segments` may remove it at any time: its maker starts again.
+constexpr const char *working_name = "log-new";
+
+constexpr char magic[] = {'T', 'A', 'R', 'N', 'L', 'O', 'G', '1'};
+
+struct SegmentHead {
+    char magic[8];
+    std::uint64_t first;
+    StoreId id;
+    std::uint32_t size;
+    std::uint32_t crc;
+    char reserved[24];
+};
+static_assert(sizeof(SegmentHead) == segment_head_bytes);
+
+std::uint32_t head_crc(const SegmentHead &head) {
+    return crc32c({reinterpret_cast<const char *>(&head), offsetof(SegmentHead, crc)});
+}
+
+std::uint32_t error_number() { return static_cast<std::uint32_t>(errno); }
+
+// The bytes read, or negative.
+ssize_t read_at_start(int file, SegmentHead &head) {
+    ssize_t count = 0;
+    do {
+        count = ::pread(file, &head, sizeof head, 0);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+std::uint32_t write_at(int file, std::span<const char> bytes, off_t offset) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::pwrite(file, bytes.data(), bytes.size(), offset);
+        if (count < 0 && errno != EINTR) return error_number();
+        if (count == 0) return ENOSPC;
+        if (count > 0) {
+            bytes = bytes.subspan(static_cast<std::size_t>(count));
+            offset += count;
+        }
+    }
+    return 0;
+}
+
+// Allocates all of a new file's disk blocks. Some file systems can only do that by writing.
+std::uint32_t allocate_blocks(int file, std::uint64_t size) {
+    int result = 0;
+    do {
+        result = ::fallocate(file, 0, 0, static_cast<off_t>(size));
+    } while (result != 0 && errno == EINTR);
+    if (result == 0) return 0;
+    if (errno != EOPNOTSUPP) return error_number();
+    static constexpr char zeros[first_segment_bytes] = {};
+    for (std::uint64_t offset = 0; offset < size; offset += sizeof zeros) {
+        const std::uint32_t error = write_at(file, zeros, static_cast<off_t>(offset));
+        if (error != 0) return error;
+    }
+    return 0;
+}
+
+// Lets everybody use the file who may use the folder, whatever the maker's umask: several users
+// may share a store.
+void take_mode_of(int folder, int file) {
+    struct stat of_folder {};
+    struct stat of_file {};
+    if (::fstat(folder, &of_folder) != 0 || ::fstat(file, &of_file) != 0) return;
+    const mode_t wanted = of_folder.st_mode & 0666;
+    if ((of_file.st_mode & 0777) == wanted) return;
+    // A file system without modes refuses this and needs none.
+    [[maybe_unused]] const int ignored = ::fchmod(file, wanted);
+}
+
+std::uint32_t fill_file(int folder, int file, const SegmentHead &head) {
+    take_mode_of(folder, file);
+    const std::uint32_t error = allocate_blocks(file, head.size);
+    if (error != 0) return error;
+    return write_at(file, {reinterpret_cast<const char *>(&head), sizeof head}, 0);
+}
+
+std::uint32_t rename_to(int folder, const char *name) {
+    return ::renameat(folder, working_name, folder, name) == 0 ? 0 : error_number();
+}
+
+// What is wrong with a segment's file; null if nothing is.
+const char *check_head(int file, const StoreId &id, std::uint64_t position, std::uint64_t &size) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
+        return "a log segment is no regular file";
+    SegmentHead head;
+    if (read_at_start(file, head) != sizeof head) return "a log segment is cut short";
+    if (std::memcmp(head.magic, magic, sizeof magic) != 0) return "a log segment has a wrong magic";
+    if (head.crc != head_crc(head)) return "a log segment's head has a wrong checksum";
+    if (head.id != id) return "a log segment belongs to another store";
+    if (head.first != position) return "a log segment has another position than its name";
+    if (head.size < first_segment_bytes || std::cmp_not_equal(head.size, status.st_size)) {
+        return "a log segment has a wrong length";
+    }
+    size = head.size;
+    return nullptr;
+}
+
+// The position that a segment's name contains.
+std::optional<std::uint64_t> position_of(std::string_view name) {
+    if (!name.starts_with(name_prefix)) return {};
+    name.remove_prefix(name_prefix.size());
+    if (name.size() != name_digits) return {};
+    std::uint64_t position = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), position, 16);
+    if (error != std::errc() || end != name.data() + name.size()) return {};
+    return position;
+}
+
+}  // namespace
+
+std::string segment_name(std::uint64_t position) {
+    char name[name_prefix.size() + name_digits + 1];
+    std::snprintf(name, sizeof name, "log-%016llx", static_cast<unsigned long long>(position));
+    return name;
+}
+
+Segment::Segment(Segment &&other) noexcept { *this = std::move(other); }
+
+Segment &Segment::operator=(Segment &&other) noexcept {
+    std::swap(bytes_, other.bytes_);
+    std::swap(size_, other.size_);
+    std::swap(first_, other.first_);
+    std::swap(what_, other.what_);
+    return *this;
+}
+
+Segment::~Segment() {
+    if (is_open()) ::munmap(bytes_, size_);
+}
+
+std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t position,
+                              std::uint64_t bytes) {
+    constexpr std::uint64_t unit = first_segment_bytes;
+    const std::uint64_t size = std::max((bytes + unit - 1) / unit, std::uint64_t{1}) * unit;
+    if (size > std::numeric_limits<std::uint32_t>::max()) return EFBIG;
+    SegmentHead head{};
+    std::memcpy(head.magic, magic, sizeof magic);
+    head.first = position;
+    head.id = id;
+    head.size = static_cast<std::uint32_t>(size);
+    head.crc = head_crc(head);
+
+    std::uint32_t error = 0;
+    do {
+        ::unlinkat(folder, working_name, 0);
+        constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+        const File file(::openat(folder, working_name, flags, 0666));
+        if (!file.is_open()) return error_number();
+        Segment made;
+        made.size_ = size;
+        made.first_ = position;
+        error = fill_file(folder, file.descriptor(), head);
+        if (error == 0) error = made.map(file.descriptor(), true);
+        if (error == 0) error = made.prepare(position);
+        if (error == 0) error = rename_to(folder, segment_name(position).c_str());
+        if (error == 0) *this = std::move(made);
+    } while (error == ENOENT);
+    if (error != 0) ::unlinkat(folder, working_name, 0);
+    return error;
+}
+
+std::uint32_t Segment::open(int folder, const StoreId &id, std::uint64_t position, bool writable) {
+    // Without O_NONBLOCK, the open of a pipe with this name would wait.
+    const int flags = (writable ? O_RDWR : O_RDONLY) | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const File file(::openat(folder, segment_name(position).c_str(), flags));
+    if (!file.is_open()) return error_number();
+    Segment opened;
+    opened.first_ = position;
+    const char *wrong = check_head(file.descriptor(), id, position, opened.size_);
+    if (wrong != nullptr) {
+        what_ = wrong;
+        return EBADMSG;
+    }
+    const std::uint32_t error = opened.map(file.descriptor(), writable);
+    if (error == 0) *this = std::move(opened);
+    return error;
+}
+
+std::uint32_t Segment::map(int file, bool writable) {
+    const int protection = PROT_READ | (writable ? PROT_WRITE : 0);
+    const int flags = MAP_SHARED | (writable ? 0 : MAP_POPULATE);
+    void *address = ::mmap(nullptr, size_, protection, flags, file, 0);
+    if (address == MAP_FAILED) return error_number();
+    bytes_ = static_cast<char *>(address);
+    return 0;
+}
+
+std::uint32_t Segment::prepare(std::uint64_t position) const {
+    const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    const std::uint64_t start = (segment_head_bytes + position - first_) / page * page;
+    if (::madvise(bytes_ + start, size_ - start, MADV_POPULATE_WRITE) == 0) return 0;
+    // A store there would be a SIGBUS. Kernels before 5.14 don't have this call: EINVAL.
+    return errno == EFAULT ? ENOSPC : 0;
+}
+
+bool Segment::contains(std::uint64_t position) const {
+    return is_open() && position >= first_ && (position - first_) % 8 == 0 &&
+           position - first_ <= size_ - segment_head_bytes - end_mark_bytes;
+}
+
+std::span<char> Segment::from(std::uint64_t position) const {
+    return std::span(bytes_, size_).subspan(segment_head_bytes + position - first_);
+}
+
+void remove_segments(int folder, std::uint64_t position, std::uint64_t keep) {
+    const int opened = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR *entries = opened >= 0 ? ::fdopendir(opened) : nullptr;
+    if (entries == nullptr) {
+        if (opened >= 0) ::close(opened);
+        return;
+    }
+    while (const dirent *entry = ::readdir(entries)) {
+        const std::optional<std::uint64_t> first = position_of(entry->d_name);
+        // Segments follow one another, so those before the one of `position` end before it. One
+        // that begins between is a dead writer's, and its frames were written again elsewhere.
+        const bool ended = first.has_value() && *first < position && *first != keep;
+        if (ended || entry->d_name == std::string_view(working_name)) {
+            ::unlinkat(folder, entry->d_name, 0);
+        }
+    }
+    ::closedir(entries);
+}
+
+}  // namespace tarnbase::runtime

@@ -1,0 +1,84 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Segments: the files of a store's log. `log-POSITION`, 16 hexadecimal digits, contains the
+// frames from that position on:
+//
+//   offset  size  member
+//        0     8  magic "TARNLOG1"
+//        8     8  position of the first frame
+//       16    16  id of the store
+//       32     4  bytes of the file
+//       36     4  CRC32C of the 36 bytes before
+//       40    24  zero
+//       64        frames; after the last one of the segment 16 bytes of ones, if the next
+//                 frame is in a segment of its own
+//
+// 16 bytes are always left for that mark.
+#ifndef TARNBASE_RUNTIME_LOG_SEGMENT_H
+#define TARNBASE_RUNTIME_LOG_SEGMENT_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace tarnbase::runtime {
+
+using StoreId = std::array<std::uint8_t, 16>;
+
+// The first segment of a store has this size, and each later one twice the size of the one before
+// up to the most, or the size that its first frame needs.
+inline constexpr std::uint64_t first_segment_bytes = 64 << 10;
+inline constexpr std::uint64_t most_segment_bytes = 1 << 20;
+
+inline constexpr std::size_t segment_head_bytes = 64;
+inline constexpr std::size_t end_mark_bytes = 16;
+
+std::string segment_name(std::uint64_t position);
+
+// A segment that is mapped. The destructor unmaps it.
+class Segment {
+ public:
+    Segment() = default;
+    Segment(Segment &&other) noexcept;
+    Segment &operator=(Segment &&other) noexcept;
+    ~Segment();
+
+    // Creates a segment of `bytes`, rounded up to a multiple of `first_segment_bytes`: all of
+    // its disk blocks are allocated and its pages mapped. A file of that name is replaced.
+    // Returns 0 or an errno number, ENOSPC among them; an error leaves no file. Requires: this
+    // process has the writer's lock, or the store is new.
+    std::uint32_t create(int folder, const StoreId &id, std::uint64_t position,
+                         std::uint64_t bytes = first_segment_bytes);
+    // Opens the segment that begins at `position`. Returns 0; ENOENT there is none; EBADMSG it
+    // is damaged, cut short or of another store, and `what` says how; or an errno number.
+    std::uint32_t open(int folder, const StoreId &id, std::uint64_t position, bool writable);
+    // Allocates and maps the pages from a position on, so that no later store into them can
+    // fail. Returns 0, or ENOSPC.
+    std::uint32_t prepare(std::uint64_t position) const;
+
+    bool is_open() const { return bytes_ != nullptr; }
+    std::uint64_t first() const { return first_; }
+    std::uint64_t size() const { return size_; }
+    // Whether a frame or the end mark can begin at the position.
+    bool contains(std::uint64_t position) const;
+    // The bytes from a position to the end of the segment.
+    std::span<char> from(std::uint64_t position) const;
+    const char *what() const { return what_; }
+
+ private:
+    std::uint32_t map(int file, bool writable);
+
+    char *bytes_ = nullptr;
+    std::uint64_t size_ = 0;
+    std::uint64_t first_ = 0;
+    const char *what_ = "";
+};
+
+// Removes the segments that end at `position` or before, those that a dead writer left before
+// it, and one that a process was making when it ended. `keep` is the segment of `position`.
+void remove_segments(int folder, std::uint64_t position, std::uint64_t keep);
+
+}  // namespace tarnbase::runtime
+
+#endif
