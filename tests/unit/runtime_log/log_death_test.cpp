@@ -134,7 +134,7 @@ TEST(log_death, again_and_again) {
     std::span<const char> frame;
     ASSERT_EQ(reader.open(folder.descriptor(), test_id, 0, 0, 1), 0U);
     std::size_t read = 0;
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 1500; ++round) {
         const std::size_t most = random() % 50 == 0 ? 100000 : 3000;
         ASSERT_EQ(log.append_random(random, most), 0U);
         if (random() % 2 == 0) {

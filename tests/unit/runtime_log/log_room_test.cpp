@@ -130,8 +130,8 @@ TEST(log_room, a_limit_of_the_address_space_is_an_error) {
     in_child([] {
         const Folder folder;
         TestLog log(folder);
-        const std::string frame = frame_of(1, std::string(1 << 26, 'x'));
-        const rlimit small{1 << 26, RLIM_INFINITY};
+        const std::string frame = frame_of(1, std::string(1 << 23, 'x'));
+        const rlimit small{1 << 23, RLIM_INFINITY};
         ASSERT_EQ(::setrlimit(RLIMIT_AS, &small), 0);
         const std::uint32_t error = log.writer().append(frame);
         const rlimit none{RLIM_INFINITY, RLIM_INFINITY};

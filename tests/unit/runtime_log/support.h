@@ -7,9 +7,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -71,7 +73,10 @@ using Random = std::mt19937_64;
 
 inline std::string random_bytes(Random &random, std::size_t size) {
     std::string bytes(size, 0);
-    for (char &byte : bytes) byte = static_cast<char>(random());
+    for (std::size_t i = 0; i < size; i += 8) {
+        const std::uint64_t word = random();
+        std::memcpy(bytes.data() + i, &word, std::min<std::size_t>(8, size - i));
+    }
     return bytes;
 }
 
