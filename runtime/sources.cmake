@@ -11,6 +11,10 @@ set(TARNBASE_RUNTIME_SOURCES
   arena/region.cpp
   index/address_map.cpp
   index/tree.cpp
+  checkpoint/checkpoint.cpp
+  checkpoint/checkpoint_files.cpp
+  checkpoint/checkpoint_format.cpp
+  checkpoint/checkpoint_writer.cpp
   store/file.cpp
   store/store.cpp
   store/table_refusal.cpp

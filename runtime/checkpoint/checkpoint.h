@@ -10,27 +10,31 @@
 //       16    16  id of the store
 //       32     8  base address
 //       40     8  capacity, bytes of address range
-//       48     8  position of the log
+//       48     8  position of the log, the one in the name
 //       56     8  position at which the log's segment of that position begins
 //       64     8  sequence number of the last frame contained
-//       72     8  bytes of the image, a multiple of 65536
-//       80     8  offset of the image, a multiple of 4096
+//       72     8  bytes of the image, a multiple of 65536, at most the capacity
+//       80     8  offset of the image, the first multiple of 4096 after the checksums
 //       88     4  CRC32C of the page checksums
 //       92     4  CRC32C of the 92 bytes before
 //       96        zero up to 4096
-//     4096        a CRC32C for each 65536 bytes of the image, 4 bytes each
-//      ...        the image. 4096 bytes of zeros are a hole of the file
+//     4096        a CRC32C for each page, 65536 bytes of the image: 4 bytes each
+//      ...        zero up to the image
+//      ...        the image, up to the end of the file. 4096 bytes of zeros are a hole
 #ifndef TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 #define TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "runtime/base/file.h"
 #include "runtime/log/log.h"
 
 namespace tarnbase::runtime {
+
+inline constexpr std::uint32_t checkpoint_format_version = 1;
 
 struct CheckpointHead {
     std::uint64_t magic;
@@ -52,35 +56,60 @@ static_assert(sizeof(CheckpointHead) == 96);
 std::string checkpoint_name(std::uint64_t position);
 
 // Writes a checkpoint with the image at `image`, which nothing changes meanwhile. The caller
-// sets the head's id, base, capacity, position, segment and sequence. Returns 0 or an errno
-// number; an error leaves no file.
+// sets the head's id, base, capacity, position, segment and sequence, and has the checkpoint
+// lock. Everyone who has a permission for the folder gets the same for the file. Returns 0 or
+// an errno number; EINVAL: the head or the image's length is none that `open` accepts. An
+// error leaves no file.
 std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image);
 
 // A checkpoint that is open.
 class Checkpoint {
  public:
     // Opens and checks everything but the image. ENOENT: there is none of that position;
-    // EBADMSG: it is damaged, cut short or of another store, and `what` says how.
+    // EINVAL: it is of another format version or byte order; EBADMSG: it is damaged, cut short
+    // or of another store. After any error nothing is open, and `what` says what is wrong.
     std::uint32_t open(int folder, const StoreId &id, std::uint64_t position);
-    // Checks the checksums of the image. EBADMSG as above.
+    // Checks the checksums of the image. EBADMSG as above. Nothing is mapped: a file that is
+    // cut meanwhile is an error and not a signal.
     std::uint32_t check_image();
     // Identifies the file as it is now: a hash of the boot, and of the file's number, size and
-    // time of change. A process that has checked the image records it, and others that find
-    // the same identity needn't check it again. Never 0.
+    // time of change. A process that has checked the image records the identity that the file
+    // had before, and others that find the same identity needn't check it again. Never 0.
     std::uint64_t identity() const;
 
     const CheckpointHead &head() const { return head_; }
     int descriptor() const { return file_.descriptor(); }
+    // The file's name and the last error.
     const std::string &what() const { return what_; }
 
  private:
+    using Checksums = std::vector<std::uint32_t>;
+
+    std::uint32_t open_file(int folder);
+    std::uint32_t check(const StoreId &id);
+    std::uint32_t read_head();
+    std::uint32_t check_format();
+    std::uint32_t check_head(const StoreId &id);
+    std::uint32_t check_size();
+    std::uint32_t read_checksums(Checksums &checksums);
+    std::uint32_t check_pages(const Checksums &checksums, std::uint64_t page, std::uint64_t end,
+                              std::span<char> buffer);
+
+    std::uint32_t fail(std::uint32_t code, const std::string &text);
+    std::uint32_t fail_read(std::uint32_t error);
+    std::uint32_t fail_stray(std::uint64_t offset);
+    std::uint32_t fail_page(std::uint64_t page);
+
+    std::uint64_t image_end() const { return head_.image_offset + head_.image_bytes; }
+
     File file_;
+    std::uint64_t position_ = 0;
     CheckpointHead head_{};
     std::string what_;
 };
 
 // Removes all checkpoints before `position`, and those that a process was writing when it
-// ended.
+// ended. The caller has the checkpoint lock.
 void remove_checkpoints(int folder, std::uint64_t position);
 
 }  // namespace tarnbase::runtime

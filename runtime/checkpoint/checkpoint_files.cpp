@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+// The names of checkpoints, and their removal.
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cinttypes>
+#include <cstdio>
+#include <memory>
+
+#include "runtime/base/file.h"
+#include "runtime/checkpoint/checkpoint_format.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+constexpr std::string_view prefix = "checkpoint-";
+constexpr std::string_view working_suffix = ".new.";
+constexpr std::size_t digits = 16;
+
+std::optional<std::uint64_t> parse_position(std::string_view text) {
+    std::uint64_t position = 0;
+    for (const char digit : text) {
+        const std::size_t value = std::string_view("0123456789abcdef").find(digit);
+        if (value == std::string_view::npos) return std::nullopt;
+        position = position << 4 | value;
+    }
+    return position;
+}
+
+struct CloseFolder {
+    void operator()(DIR *folder) const { ::closedir(folder); }
+};
+using OpenFolder = std::unique_ptr<DIR, CloseFolder>;
+
+// The folder's entries from the first one on, wherever `folder` itself was read up to.
+OpenFolder open_folder(int folder) {
+    const int descriptor = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return nullptr;
+    DIR *opened = ::fdopendir(descriptor);
+    if (opened == nullptr) ::close(descriptor);
+    return OpenFolder(opened);
+}
+
+}  // namespace
+
+std::string checkpoint_name(std::uint64_t position) {
+    char name[prefix.size() + digits + 1];
+    std::snprintf(name, sizeof name, "%s%016" PRIx64, prefix.data(), position);
+    return name;
+}
+
+std::string working_checkpoint_name(std::uint64_t position, std::uint32_t attempt) {
+    return checkpoint_name(position) + std::string(working_suffix) + std::to_string(::getpid()) +
+           "." + std::to_string(attempt);
+}
+
+std::optional<CheckpointFile> parse_checkpoint_name(std::string_view name) {
+    if (!name.starts_with(prefix) || name.size() < prefix.size() + digits) return std::nullopt;
+    name.remove_prefix(prefix.size());
+    const std::string_view suffix = name.substr(digits);
+    if (!suffix.empty() && !suffix.starts_with(working_suffix)) return std::nullopt;
+    const std::optional<std::uint64_t> position = parse_position(name.substr(0, digits));
+    if (!position) return std::nullopt;
+    return CheckpointFile{*position, !suffix.empty()};
+}
+
+void remove_checkpoints(int folder, std::uint64_t position) {
+    const OpenFolder entries = open_folder(folder);
+    if (entries == nullptr) return;
+    while (const dirent *entry = ::readdir(entries.get())) {
+        const std::optional<CheckpointFile> file = parse_checkpoint_name(entry->d_name);
+        if (file && (file->is_working || file->position < position)) {
+            ::unlinkat(folder, entry->d_name, 0);
+        }
+    }
+}
+
+}  // namespace tarnbase::runtime

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writes a checkpoint.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <vector>
+
+#include "runtime/checkpoint/checkpoint_format.h"
+#include "runtime/checkpoint/file_io.h"
+#include "runtime/log/crc32c.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+// A file that is unlinked unless it is renamed.
+class WorkingFile {
+ public:
+    explicit WorkingFile(int folder) : folder_(folder) {}
+    WorkingFile(const WorkingFile &) = delete;
+    WorkingFile &operator=(const WorkingFile &) = delete;
+    ~WorkingFile() {
+        if (file_.is_open()) ::unlinkat(folder_, name_.c_str(), 0);
+    }
+
+    std::uint32_t create(std::uint64_t position);
+    std::uint32_t rename(const std::string &name);
+    int descriptor() const { return file_.descriptor(); }
+
+ private:
+    int folder_;
+    File file_;
+    std::string name_;
+};
+
+std::uint32_t WorkingFile::create(std::uint64_t position) {
+    // A dead process may have left a file of the same name.
+    for (std::uint32_t attempt = 0; !file_.is_open(); ++attempt) {
+        name_ = working_checkpoint_name(position, attempt);
+        file_ = File(::openat(folder_, name_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        if (!file_.is_open() && errno != EEXIST) return error_number();
+    }
+    // Whoever may read the store may read its checkpoints, whatever this process's umask is.
+    struct stat status;
+    if (::fstat(folder_, &status) != 0 || ::fchmod(descriptor(), status.st_mode & 0666) != 0) {
+        return error_number();
+    }
+    return 0;
+}
+
+std::uint32_t WorkingFile::rename(const std::string &name) {
+    if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return error_number();
+    file_ = File();
+    return 0;
+}
+
+// Without this test the kernel would send SIGXFSZ.
+bool is_above_file_limit(std::uint64_t bytes) {
+    rlimit limit;
+    return ::getrlimit(RLIMIT_FSIZE, &limit) == 0 && bytes > limit.rlim_cur;
+}
+
+std::uint32_t set_size(int file, std::uint64_t bytes) {
+    while (::ftruncate(file, static_cast<off_t>(bytes)) != 0) {
+        if (errno != EINTR) return error_number();
+    }
+    return 0;
+}
+
+// Writes what isn't zero of a page, and computes its checksum.
+std::uint32_t write_page(int file, std::span<const char> page, std::uint64_t offset,
+                         std::uint32_t &checksum) {
+    bool is_empty = true;
+    for (std::uint64_t at = 0; at < page.size();) {
+        std::uint64_t end = at;
+        while (end < page.size() && !is_zero(page.subspan(end, hole_bytes))) end += hole_bytes;
+        if (end > at) {
+            is_empty = false;
+            const std::uint32_t error = write_fully(file, page.subspan(at, end - at), offset + at);
+            if (error != 0) return error;
+        }
+        at = end + hole_bytes;
+    }
+    checksum = is_empty ? zero_page_checksum() : crc32c(page);
+    return 0;
+}
+
+std::uint32_t write_image(int file, const CheckpointHead &head, std::span<const char> image,
+                          std::span<std::uint32_t> checksums) {
+    for (std::uint64_t i = 0; i < checksums.size(); ++i) {
+        const std::uint64_t at = i * image_page_bytes;
+        const std::uint32_t error = write_page(file, image.subspan(at, image_page_bytes),
+                                               head.image_offset + at, checksums[i]);
+        if (error != 0) return error;
+    }
+    return 0;
+}
+
+// Writes the table of checksums and the head.
+std::uint32_t write_front(int file, CheckpointHead &head,
+                          std::span<const std::uint32_t> checksums) {
+    const std::span<const char> table{reinterpret_cast<const char *>(checksums.data()),
+                                      checksums.size_bytes()};
+    head.pages_crc = crc32c(table);
+    head.crc = head_checksum(head);
+    if (const std::uint32_t error = write_fully(file, table, table_offset)) return error;
+    return write_fully(file, {reinterpret_cast<const char *>(&head), sizeof head}, 0);
+}
+
+}  // namespace
+
+std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image) {
+    head.magic = checkpoint_magic;
+    head.version = checkpoint_format_version;
+    head.byte_order = checkpoint_byte_order;
+    head.image_bytes = image.size();
+    head.image_offset = image_offset_for(image.size());
+    if (!wrong_number(head).empty()) return EINVAL;
+    const std::uint64_t file_bytes = head.image_offset + head.image_bytes;
+    if (is_above_file_limit(file_bytes)) return EFBIG;
+
+    std::vector<std::uint32_t> checksums(image.size() / image_page_bytes);
+    WorkingFile working(folder);
+    if (const std::uint32_t error = working.create(head.position)) return error;
+    const int file = working.descriptor();
+    if (const std::uint32_t error = set_size(file, file_bytes)) return error;
+    if (const std::uint32_t error = write_image(file, head, image, checksums)) return error;
+    if (const std::uint32_t error = write_front(file, head, checksums)) return error;
+    return working.rename(checkpoint_name(head.position));
+}
+
+}  // namespace tarnbase::runtime
