@@ -15,6 +15,11 @@ set(TARNBASE_RUNTIME_SOURCES
   checkpoint/checkpoint_files.cpp
   checkpoint/checkpoint_format.cpp
   checkpoint/checkpoint_writer.cpp
+  control/control.cpp
+  control/futex.cpp
+  control/lock_page.cpp
+  control/processes.cpp
+  control/writer_lock.cpp
   store/file.cpp
   store/store.cpp
   store/table_refusal.cpp

@@ -12,20 +12,21 @@
 //       52        zero up to 128
 //      128     8  published position of the log: all frames before it are committed
 //      136     8  position of the newest checkpoint
-//      144     4  changes with each publication: waiting processes sleep on it
+//      144     4  not 0: processes sleep until the published position changes
 //      148     4  zero
 //      152     8  identity of the last checkpoint image that was checked (checkpoint.h)
 //      160        zero up to 4096
-//     4096        the writer's lock (writer_lock.h), zero up to 8192
+//     4096        the writer's lock (lock_page.h), up to 8192
 //
-// The first 128 bytes never change. Positions only grow.
+// The first 128 bytes never change. Positions only grow, and are multiples of 8.
 #ifndef TARNBASE_RUNTIME_CONTROL_CONTROL_H
 #define TARNBASE_RUNTIME_CONTROL_CONTROL_H
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
-#include "runtime/control/writer_lock.h"
+#include "runtime/control/lock_page.h"
 #include "runtime/log/log.h"
 
 namespace tarnbase::runtime {
@@ -44,13 +45,14 @@ struct ControlPage {
     std::uint32_t reserved[19];
     std::atomic<std::uint64_t> published;
     std::atomic<std::uint64_t> checkpoint;
-    std::atomic<std::uint32_t> publications;
+    std::atomic<std::uint32_t> waiters;
     std::uint32_t reserved_word;
     std::atomic<std::uint64_t> checked_image;
     std::uint64_t more_reserved[492];
     LockPage lock;
 };
 static_assert(sizeof(ControlPage) == 8192);
+static_assert(offsetof(ControlPage, crc) == 48);
 static_assert(offsetof(ControlPage, published) == 128);
 static_assert(offsetof(ControlPage, lock) == 4096);
 
@@ -71,12 +73,20 @@ class Control {
     bool is_writable() const { return writable_; }
     ControlPage &page() const { return *page_; }
 
-    // Publishes the log up to `position`, and wakes the processes that wait.
+    // Publishes the log up to `position`, and wakes the processes that wait. No system call if
+    // none does. The caller has the writer's lock.
     void publish(std::uint64_t position);
-    // Waits until more than `position` is published. False: the time is over. Negative: no limit.
+    // Waits until more than `position` is published. False: the time is over, or a signal was
+    // handled. Negative: no limit.
+    //
+    // A process that may write sets a flag and sleeps until it is woken. One that may not can't
+    // set it, and looks every 10 ms. A flag in a file that everyone may write isn't an
+    // alternative: whoever cuts that file ends each process that has it mapped.
     bool wait(std::uint64_t position, std::int64_t milliseconds) const;
 
  private:
+    std::uint32_t map(int descriptor, bool writable);
+
     ControlPage *page_ = nullptr;
     bool writable_ = false;
 };

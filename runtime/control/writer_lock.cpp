@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/control/writer_lock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+
+#include "runtime/control/futex.h"
+#include "runtime/control/lock_protocol.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// How long a waiting process sleeps before it looks whether the holder is alive.
+constexpr std::chrono::nanoseconds longest_sleep = 50ms;
+
+// The byte after those of the numbers.
+constexpr std::uint32_t checkpoints_byte = most_processes;
+
+// What take_lock and its like do (lock_protocol.h).
+class LockSteps {
+ public:
+    LockSteps(LockPage &page, const Processes &processes, std::int64_t milliseconds)
+        : word(page.word), processes_(processes), deadline_(milliseconds) {}
+
+    bool is_alive(std::uint32_t number) const {
+        std::uint32_t pid;
+        return processes_.is_locked(number, pid);
+    }
+    bool time_is_over() { return deadline_.is_over(); }
+    void sleep(std::uint64_t seen) {
+        futex_sleep(word, seen, std::min(longest_sleep, deadline_.left()));
+    }
+    void wake() const { futex_wake(word, 1); }
+
+    std::atomic<std::uint64_t> &word;
+
+ private:
+    const Processes &processes_;
+    Deadline deadline_;
+};
+
+// The clock that is read without a system call, and fast; seconds are enough.
+std::uint64_t now() {
+    timespec time{};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &time);
+    return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 +
+           static_cast<std::uint64_t>(time.tv_nsec);
+}
+
+}  // namespace
+
+WriterLock::~WriterLock() { release(); }
+
+std::uint32_t WriterLock::attach(int folder, LockPage &page) {
+    if (const std::uint32_t error = processes_.open(folder)) return error;
+    if (const std::uint32_t error = processes_.take_number(most_processes, number_)) return error;
+    LockSteps steps(page, processes_, 0);
+    release_inherited_number(steps, number_);
+    self_ = describe_this_process();
+    page_ = &page;
+    return 0;
+}
+
+std::uint32_t WriterLock::acquire(std::int64_t milliseconds) {
+    if (is_inherited()) return EPERM;
+    LockSteps steps(*page_, processes_, milliseconds);
+    word_ = take_lock(steps, number_);
+    if (word_ == 0) return ETIMEDOUT;
+    self_.acquisition = static_cast<std::uint32_t>(acquisitions(word_));
+    self_.since = now();
+    store_holder(*page_, self_);
+    return 0;
+}
+
+void WriterLock::release() {
+    if (!is_held()) return;
+    LockSteps steps(*page_, processes_, 0);
+    release_lock(steps, word_);
+    word_ = 0;
+}
+
+bool WriterLock::holder(Holder &holder) const {
+    if (page_ == nullptr || is_inherited()) return false;
+    const std::uint64_t word = page_->word.load();
+    if (!runtime::is_held(word)) return false;
+    std::uint32_t pid = 0;
+    const bool own = is_held() && holder_number(word) == number_;
+    if (!own && !processes_.is_locked(holder_number(word), pid)) return false;
+    if (!load_holder(*page_, word, holder)) {
+        holder = {};
+        holder.pid = pid;
+    }
+    return true;
+}
+
+bool WriterLock::shown_holder(const LockPage &page, Holder &holder) {
+    const std::uint64_t word = page.word.load();
+    return runtime::is_held(word) && load_holder(page, word, holder) && may_be_alive(holder);
+}
+
+bool WriterLock::try_lock_checkpoints() {
+    return !is_inherited() && processes_.try_lock(checkpoints_byte);
+}
+
+void WriterLock::unlock_checkpoints() {
+    if (!is_inherited()) processes_.unlock(checkpoints_byte);
+}
+
+}  // namespace tarnbase::runtime
