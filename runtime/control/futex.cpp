@@ -33,8 +33,8 @@ bool futex_sleep(const std::atomic<std::uint64_t> &word, std::uint64_t seen, nan
            errno != EINTR;
 }
 
-void futex_wake(const std::atomic<std::uint64_t> &word, int processes) {
-    ::syscall(SYS_futex, low_half(word), FUTEX_WAKE, processes, nullptr, nullptr, 0);
+long futex_wake(const std::atomic<std::uint64_t> &word, int processes) {
+    return ::syscall(SYS_futex, low_half(word), FUTEX_WAKE, processes, nullptr, nullptr, 0);
 }
 
 nanoseconds Deadline::left() {

@@ -14,7 +14,8 @@ namespace tarnbase::runtime {
 // no reason, too. False: a signal was handled.
 bool futex_sleep(const std::atomic<std::uint64_t> &word, std::uint64_t seen,
                  std::chrono::nanoseconds limit);
-void futex_wake(const std::atomic<std::uint64_t> &word, int processes);
+// Wakes at most so many. Returns how many.
+long futex_wake(const std::atomic<std::uint64_t> &word, int processes);
 
 // When a wait ends. The time begins with the first call, so that a process that needn't wait
 // doesn't read the clock.

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/control/writer_lock.h"
 
+#include <sched.h>
+
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <ctime>
 
 #include "runtime/control/futex.h"
@@ -17,6 +18,10 @@ using namespace std::chrono_literals;
 
 // How long a waiting process sleeps before it looks whether the holder is alive.
 constexpr std::chrono::nanoseconds longest_sleep = 50ms;
+
+// How often, and for how long at most, a process lets the one that it woke take the lock.
+constexpr std::chrono::nanoseconds between_turns = 1ms;
+constexpr std::chrono::nanoseconds longest_turn = 200us;
 
 // The byte after those of the numbers.
 constexpr std::uint32_t checkpoints_byte = most_processes;
@@ -35,9 +40,10 @@ class LockSteps {
     void sleep(std::uint64_t seen) {
         futex_sleep(word, seen, std::min(longest_sleep, deadline_.left()));
     }
-    void wake() const { futex_wake(word, 1); }
+    void wake() { woke_other = futex_wake(word, 1) > 0; }
 
     std::atomic<std::uint64_t> &word;
+    bool woke_other = false;
 
  private:
     const Processes &processes_;
@@ -66,8 +72,20 @@ std::uint32_t WriterLock::attach(int folder, LockPage &page) {
     return 0;
 }
 
+// A process that takes the lock again at once is faster than the one that it woke, which would
+// never get it.
+void WriterLock::give_way() {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point now = Clock::now();
+    if (now - gave_way_ < between_turns) return;
+    gave_way_ = now;
+    const std::uint64_t word = page_->word.load();
+    while (page_->word.load() == word && Clock::now() - now < longest_turn) ::sched_yield();
+}
+
 std::uint32_t WriterLock::acquire(std::int64_t milliseconds) {
     if (is_inherited()) return EPERM;
+    if (woke_other_) give_way();
     LockSteps steps(*page_, processes_, milliseconds);
     word_ = take_lock(steps, number_);
     if (word_ == 0) return ETIMEDOUT;
@@ -81,6 +99,7 @@ void WriterLock::release() {
     if (!is_held()) return;
     LockSteps steps(*page_, processes_, 0);
     release_lock(steps, word_);
+    woke_other_ = steps.woke_other;
     word_ = 0;
 }
 

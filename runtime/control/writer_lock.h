@@ -15,6 +15,7 @@
 #ifndef TARNBASE_RUNTIME_CONTROL_WRITER_LOCK_H
 #define TARNBASE_RUNTIME_CONTROL_WRITER_LOCK_H
 
+#include <chrono>
 #include <cstdint>
 
 #include "runtime/control/lock_page.h"
@@ -32,8 +33,9 @@ class WriterLock {
     // Releases the lock.
     ~WriterLock();
 
-    // Registers the process. Returns 0 or an errno number. EAGAIN: too many processes. EBUSY: it
-    // is registered. EACCES, EROFS: it may not write.
+    // Registers the process. The page stays mapped as long as this object lives. Returns 0 or an
+    // errno number. EAGAIN: too many processes. EBUSY: it is registered. EACCES, EROFS: it may not
+    // write.
     std::uint32_t attach(int folder, LockPage &page);
 
     // Takes the lock, which this process must not have. A dead holder loses it. Negative
@@ -56,11 +58,15 @@ class WriterLock {
     void unlock_checkpoints();
 
  private:
+    void give_way();
+
     LockPage *page_ = nullptr;
     Processes processes_;
     std::uint32_t number_ = 0;
     std::uint64_t word_ = 0;  // as it was taken; 0: the lock isn't held
     Holder self_{};
+    bool woke_other_ = false;  // at the last release
+    std::chrono::steady_clock::time_point gave_way_{};
 };
 
 }  // namespace tarnbase::runtime

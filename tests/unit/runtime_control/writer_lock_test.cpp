@@ -100,6 +100,17 @@ TEST_F(WriterLockTest, ADeadHolderIsTakenOver) {
     }
 }
 
+TEST_F(WriterLockTest, ABusyWriterLetsOthersHaveTurns) {
+    Peer busy(count_for_ever, path());
+    ASSERT_TRUE(busy.await());
+    Opened store(path());
+    ASSERT_EQ(store.attach(), 0u);
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(store.lock.acquire(long_time), 0u);
+        store.lock.release();
+    }
+}
+
 TEST_F(WriterLockTest, EachOfManyWaitersTakesOverFromADeadHolder) {
     Peer holder(hold, path());
     ASSERT_TRUE(holder.await());
