@@ -70,8 +70,11 @@ Holder describe_this_process() {
     return holder;
 }
 
-void store_holder(LockPage &page, const Holder &holder) {
-    const auto words = std::bit_cast<HolderWords>(holder);
+void store_holder(LockPage &page, const Holder &self, std::uint32_t acquisition,
+                  std::uint64_t since) {
+    auto words = std::bit_cast<HolderWords>(self);
+    words[0] = std::bit_cast<std::uint64_t>(std::array{self.pid, acquisition});
+    words[offsetof(Holder, since) / 8] = since;
     // The first word is 0 until the others are complete.
     page.holder[0].store(0, std::memory_order_relaxed);
     for (std::size_t i = 1; i < words.size(); ++i) {

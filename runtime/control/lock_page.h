@@ -42,8 +42,10 @@ static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
 // This process. `acquisition` and `since` are 0.
 Holder describe_this_process();
 
-// Stores the holder in the page. Only the process that has the lock does so.
-void store_holder(LockPage &page, const Holder &holder);
+// Stores the process that has the lock, and calls this, in the page. Its own `acquisition` and
+// `since` stay as they are: a holder that was just changed would be slow to copy.
+void store_holder(LockPage &page, const Holder &self, std::uint32_t acquisition,
+                  std::uint64_t since);
 
 // The holder that the page shows for a lock word. False: it shows another one, since the process
 // was stopped or killed right after it took the lock, or took it just now.

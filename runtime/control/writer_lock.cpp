@@ -89,9 +89,7 @@ std::uint32_t WriterLock::acquire(std::int64_t milliseconds) {
     LockSteps steps(*page_, processes_, milliseconds);
     word_ = take_lock(steps, number_);
     if (word_ == 0) return ETIMEDOUT;
-    self_.acquisition = static_cast<std::uint32_t>(acquisitions(word_));
-    self_.since = now();
-    store_holder(*page_, self_);
+    store_holder(*page_, self_, static_cast<std::uint32_t>(acquisitions(word_)), now());
     return 0;
 }
 

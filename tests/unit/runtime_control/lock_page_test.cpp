@@ -39,7 +39,8 @@ TEST_F(LockPageTest, TheHolderIsShownForItsAcquisitionAlone) {
     Holder shown{};
     EXPECT_FALSE(load_holder(page_, word, shown));
     self_.acquisition = static_cast<std::uint32_t>(acquisitions(word));
-    store_holder(page_, self_);
+    self_.since = 4711;
+    store_holder(page_, describe_this_process(), self_.acquisition, self_.since);
     ASSERT_TRUE(load_holder(page_, word, shown));
     EXPECT_TRUE(load_holder(page_, word | waiters_bit, shown));
     EXPECT_EQ(std::memcmp(&shown, &self_, sizeof shown), 0);
