@@ -2,24 +2,11 @@
 # The runtime's sources, from the lowest layer up.
 set(TARNBASE_RUNTIME_SOURCES
   base/error_text.cpp
-  log/crc32c.cpp
-  log/frame.cpp
-  log/log.cpp
-  log/segment.cpp
   arena/allocator.cpp
   arena/page_set.cpp
   arena/region.cpp
   index/address_map.cpp
   index/tree.cpp
-  checkpoint/checkpoint.cpp
-  checkpoint/checkpoint_files.cpp
-  checkpoint/checkpoint_format.cpp
-  checkpoint/checkpoint_writer.cpp
-  control/control.cpp
-  control/futex.cpp
-  control/lock_page.cpp
-  control/processes.cpp
-  control/writer_lock.cpp
   store/file.cpp
   store/store.cpp
   store/table_refusal.cpp
@@ -93,3 +80,20 @@ set(TARNBASE_RUNTIME_SOURCES
   services/variants.cpp
   services/wire.cpp)
 list(TRANSFORM TARNBASE_RUNTIME_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
+
+# The parts of a store that processes share. The library doesn't use them yet.
+set(TARNBASE_SHARED_STORE_SOURCES
+  log/crc32c.cpp
+  log/frame.cpp
+  log/log.cpp
+  log/segment.cpp
+  checkpoint/checkpoint.cpp
+  checkpoint/checkpoint_files.cpp
+  checkpoint/checkpoint_format.cpp
+  checkpoint/checkpoint_writer.cpp
+  control/control.cpp
+  control/futex.cpp
+  control/lock_page.cpp
+  control/processes.cpp
+  control/writer_lock.cpp)
+list(TRANSFORM TARNBASE_SHARED_STORE_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -24,9 +24,10 @@ bool is_end_mark(std::span<const char> bytes) {
 
 std::uint32_t LogWriter::open(int folder, const StoreId &id, std::uint64_t segment,
                               std::uint64_t position) {
-    const bool same = segment_.first() == segment && folder_ == folder && id_ == id;
-    // The same name can be another file: a first frame that doesn't fit in the first segment of
-    // a store replaces it.
+    // As long as no frame of a segment is published, its file may be replaced, also by a writer
+    // that died after that: a first frame may not fit in it.
+    const bool same =
+        segment_.first() == segment && folder_ == folder && id_ == id && position_ > segment;
     if (!same || !segment_.contains(position)) {
         Segment opened;
         std::uint32_t error = opened.open(folder, id, segment, true);

@@ -87,7 +87,7 @@ TEST_F(WriterLockTest, ADeadHolderIsTakenOver) {
     Opened store(path());
     ASSERT_EQ(store.attach(), 0u);
     std::minstd_rand random(4711);
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 40; ++i) {
         Peer first(count_for_ever, path());
         Peer second(count_for_ever, path());
         ASSERT_TRUE(first.await() && second.await());
