@@ -44,12 +44,12 @@ std::uint32_t LogWriter::open(int folder, const StoreId &id, std::uint64_t segme
 
 std::uint32_t LogWriter::append(std::span<const char> frame) {
     if (frame.size() > most_frame_bytes) return EFBIG;
-    const std::span<char> room = segment_.from(position_);
-    if (room.size() < frame.size() + end_mark_bytes) {
+    const std::span<char> space = segment_.from(position_);
+    if (space.size() < frame.size() + end_mark_bytes) {
         const std::uint32_t error = append_to_next(frame);
         if (error != 0) return error;
     } else {
-        std::memcpy(room.data(), frame.data(), frame.size());
+        std::memcpy(space.data(), frame.data(), frame.size());
     }
     position_ += frame.size();
     return 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is written is what is read, and zeros take no room.
+// What is written is what is read, and zeros take no space.
 #include "tests/unit/runtime_checkpoint/support.h"
 
 namespace tarnbase::runtime {

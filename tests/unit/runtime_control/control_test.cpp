@@ -148,7 +148,7 @@ TEST_F(ControlTest, ANumberWithARightChecksumIsNotBelieved) {
 }
 
 // Runs as a user who may only read the folder.
-int read_as_stranger(Peer &, const char *path) {
+int read_as_another_user(Peer &, const char *path) {
     if (::setgid(65534) != 0 || ::setuid(65534) != 0) return 2;
     Opened store(path);
     TARN_PEER_EXPECT(store.error == 0);
@@ -162,7 +162,7 @@ int read_as_stranger(Peer &, const char *path) {
 
 TEST_F(ControlTest, WhoMayOnlyReadMapsItToRead) {
     if (::getuid() != 0) GTEST_SKIP() << "only root becomes another user";
-    Peer peer(read_as_stranger, path());
+    Peer peer(read_as_another_user, path());
     EXPECT_EQ(peer.join(), 0);
 }
 

@@ -32,7 +32,7 @@ class PublishTest : public StoreFolder {
         return 0;
     }
     static int follow_as_owner(Peer &peer, const char *path) { return follow(peer, path, many); }
-    static int follow_as_stranger(Peer &peer, const char *path) {
+    static int follow_as_another_user(Peer &peer, const char *path) {
         if (::setgid(65534) != 0 || ::setuid(65534) != 0) return 2;
         TARN_PEER_EXPECT(!Opened(path).control.is_writable());
         return follow(peer, path, few);
@@ -57,7 +57,7 @@ TEST_F(PublishTest, EachPublicationWakesTheOthers) { lead(follow_as_owner, many)
 
 TEST_F(PublishTest, AReadOnlyMappingCanWaitToo) {
     if (::getuid() != 0) GTEST_SKIP() << "only root becomes another user";
-    lead(follow_as_stranger, few);
+    lead(follow_as_another_user, few);
 }
 
 TEST_F(PublishTest, AWaitEndsWithItsTime) {

@@ -21,8 +21,8 @@ std::string frame_of_length(std::uint64_t sequence, std::size_t length) {
     return frame_of(sequence, std::string(length - around_content, 'x'));
 }
 
-// How much room is left in the first segment for frames.
-std::size_t room(const TestLog &log) {
+// How much space is left in the first segment for frames.
+std::size_t space(const TestLog &log) {
     return first_segment_bytes - segment_head_bytes - end_mark_bytes - log.published();
 }
 
@@ -144,7 +144,7 @@ TEST(log, a_segment_can_be_filled_to_the_end_mark) {
         const Folder folder;
         TestLog log(folder);
         ASSERT_EQ(log.append(frame_of_length(1, 40000)), 0U);
-        ASSERT_EQ(log.append(frame_of_length(2, room(log) - missing)), 0U);
+        ASSERT_EQ(log.append(frame_of_length(2, space(log) - missing)), 0U);
         EXPECT_EQ(log.segment(), 0U);
         log.verify();
         ASSERT_EQ(log.append(frame_of_length(3, 32)), 0U);
@@ -157,7 +157,7 @@ TEST(log, a_frame_that_is_a_word_too_long_begins_a_segment) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 40000)), 0U);
-    ASSERT_EQ(log.append(frame_of_length(2, room(log) + 8)), 0U);
+    ASSERT_EQ(log.append(frame_of_length(2, space(log) + 8)), 0U);
     EXPECT_EQ(log.segment(), 40000U);
     log.verify();
 }

@@ -48,7 +48,7 @@ TEST(segment, is_created_with_all_of_its_blocks) {
     EXPECT_TRUE(std::ranges::equal(again.from(4096), segment.from(4096)));
 }
 
-TEST(segment, contains_positions_with_room_for_an_end_mark) {
+TEST(segment, contains_positions_with_space_for_an_end_mark) {
     const Folder folder;
     Segment segment;
     EXPECT_FALSE(segment.contains(0));

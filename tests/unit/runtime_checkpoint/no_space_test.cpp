@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t image_pages = 30;
 
-class NoRoom : public CheckpointTest {
+class NoSpace : public CheckpointTest {
  protected:
     // Runs a function in a child, which returns what it returns.
     template <typename Function>
@@ -38,7 +38,7 @@ class NoRoom : public CheckpointTest {
     const std::uint64_t file_bytes = image_offset_for(image.size()) + image.size();
 };
 
-TEST_F(NoRoom, a_limit_for_the_length_of_files_is_an_error) {
+TEST_F(NoSpace, a_limit_for_the_length_of_files_is_an_error) {
     for (std::uint64_t limit = 0; limit < file_bytes; limit += 7 * hole_bytes) {
         ASSERT_EQ(in_child([&] {
                       ::signal(SIGXFSZ, SIG_IGN);
@@ -51,12 +51,12 @@ TEST_F(NoRoom, a_limit_for_the_length_of_files_is_an_error) {
     EXPECT_EQ(check(1), 0U) << what;
 }
 
-TEST_F(NoRoom, a_limit_for_the_length_of_files_is_no_signal) {
+TEST_F(NoSpace, a_limit_for_the_length_of_files_is_no_signal) {
     EXPECT_EQ(in_child([&] { return write_with_limit(file_bytes - 1); }), EFBIG);
     EXPECT_TRUE(names().empty());
 }
 
-TEST_F(NoRoom, a_folder_that_is_gone_is_an_error) {
+TEST_F(NoSpace, a_folder_that_is_gone_is_an_error) {
     EXPECT_EQ(write_checkpoint(-1, test_head(1), image), EBADF);
     ASSERT_EQ(::mkdirat(folder(), "gone", 0700), 0);
     const File gone(::openat(folder(), "gone", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -64,7 +64,7 @@ TEST_F(NoRoom, a_folder_that_is_gone_is_an_error) {
     EXPECT_EQ(write_checkpoint(gone.descriptor(), test_head(1), image), ENOENT);
 }
 
-TEST_F(NoRoom, a_name_that_is_taken_by_a_folder_is_an_error) {
+TEST_F(NoSpace, a_name_that_is_taken_by_a_folder_is_an_error) {
     ASSERT_EQ(::mkdirat(folder(), checkpoint_name(1).c_str(), 0700), 0);
     EXPECT_EQ(write_checkpoint(folder(), test_head(1), image), EISDIR);
     EXPECT_EQ(names(), std::vector{checkpoint_name(1)});
@@ -92,17 +92,17 @@ constexpr int skipped = 255;
 // Returns the result of writing the image to a file system of that size, or 254 if the
 // checkpoint or a file is there that must not be.
 int write_to(const std::string &path, std::uint64_t bytes, const Image &image) {
-    const SmallFileSystem room(path, bytes);
-    if (!room.is_mounted()) return skipped;
-    const auto error = static_cast<int>(write_checkpoint(room.folder(), test_head(1), image));
+    const SmallFileSystem space(path, bytes);
+    if (!space.is_mounted()) return skipped;
+    const auto error = static_cast<int>(write_checkpoint(space.folder(), test_head(1), image));
     const bool is_empty = std::filesystem::is_empty(path);
     Checkpoint checkpoint;
     const bool is_whole =
-        checkpoint.open(room.folder(), test_id, 1) == 0 && checkpoint.check_image() == 0;
+        checkpoint.open(space.folder(), test_id, 1) == 0 && checkpoint.check_image() == 0;
     return (error == 0 ? is_whole : is_empty) ? error : 254;
 }
 
-TEST_F(NoRoom, a_full_disk_is_an_error_at_every_page) {
+TEST_F(NoSpace, a_full_disk_is_an_error_at_every_page) {
     const std::string path = path_of("disk");
     ASSERT_EQ(::mkdir(path.c_str(), 0700), 0);
     int full = 0, written = 0;

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// No room for the next segment: the append fails, nothing has changed, and the log goes on when
-// there is room.
+// No space for the next segment: the append fails, nothing has changed, and the log goes on when
+// there is space.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -41,7 +41,7 @@ class FailingFallocate {
     ~FailingFallocate() { fallocate_error = 0; }
 };
 
-// Appends until there is no room. Returns the error.
+// Appends until there is no space. Returns the error.
 std::uint32_t append_until_error(TestLog &log, Random &random) {
     for (;;) {
         const std::uint32_t error = log.append_random(random, 20000);
@@ -64,7 +64,7 @@ void in_child(Body body) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
-TEST(log_room, a_failed_append_changes_nothing) {
+TEST(log_space, a_failed_append_changes_nothing) {
     const Folder folder;
     TestLog log(folder);
     Random random(16);
@@ -84,7 +84,7 @@ TEST(log_room, a_failed_append_changes_nothing) {
     }
 }
 
-TEST(log_room, a_new_log_without_room_leaves_no_file) {
+TEST(log_space, a_new_log_without_space_leaves_no_file) {
     const Folder folder;
     const FailingFallocate full(ENOSPC);
     Segment segment;
@@ -93,7 +93,7 @@ TEST(log_room, a_new_log_without_room_leaves_no_file) {
     EXPECT_TRUE(folder.names().empty());
 }
 
-TEST(log_room, is_written_where_fallocate_is_unsupported) {
+TEST(log_space, is_written_where_fallocate_is_unsupported) {
     const Folder folder;
     const FailingFallocate unsupported(EOPNOTSUPP);
     TestLog log(folder);
@@ -102,7 +102,7 @@ TEST(log_room, is_written_where_fallocate_is_unsupported) {
     log.verify();
 }
 
-TEST(log_room, a_limit_of_the_file_size_makes_segments_small) {
+TEST(log_space, a_limit_of_the_file_size_makes_segments_small) {
     in_child([] {
         const Folder folder;
         TestLog log(folder);
@@ -126,7 +126,7 @@ TEST(log_room, a_limit_of_the_file_size_makes_segments_small) {
     });
 }
 
-TEST(log_room, a_limit_of_the_address_space_is_an_error) {
+TEST(log_space, a_limit_of_the_address_space_is_an_error) {
     in_child([] {
         const Folder folder;
         TestLog log(folder);
@@ -153,7 +153,7 @@ void mount_small(const Folder &folder) {
     }
 }
 
-TEST(log_room, a_full_disk_is_an_error) {
+TEST(log_space, a_full_disk_is_an_error) {
     in_child([] {
         const Folder outside;
         mount_small(outside);
@@ -184,7 +184,7 @@ TEST(log_room, a_full_disk_is_an_error) {
 }
 
 // A segment that was copied without its unused blocks.
-TEST(log_room, a_segment_with_holes_on_a_full_disk_is_an_error) {
+TEST(log_space, a_segment_with_holes_on_a_full_disk_is_an_error) {
     in_child([] {
         const Folder outside;
         mount_small(outside);
