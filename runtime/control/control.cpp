@@ -74,11 +74,11 @@ std::uint32_t fail_damaged(const char *path) {
 }
 
 std::uint32_t fail_version(const char *path, std::uint32_t version) {
-    const bool newer = version > store_format_version;
+    const bool newer = version > control_format_version;
     return fail(EINVAL,
                 "%s: a store of format version %u, made by %s release; this one reads version %u. "
                 "%s tarnctl export of the release that made it, and tarnctl import of this one",
-                path, version, newer ? "a newer" : "an older", store_format_version,
+                path, version, newer ? "a newer" : "an older", control_format_version,
                 newer ? "Use the newer release, or move the data with" : "Move the data with");
 }
 
@@ -95,7 +95,7 @@ std::uint32_t check_identity(const char *path, const Identity &identity, std::si
     if (got < sizeof identity.magic || identity.magic != control_magic) {
         return fail(EINVAL, "%s: not a store", path);
     }
-    if (got >= offsetof(Identity, byte_order) && identity.version != store_format_version) {
+    if (got >= offsetof(Identity, byte_order) && identity.version != control_format_version) {
         return fail_version(path, identity.version);
     }
     if (file_size < sizeof(ControlPage)) {
@@ -184,7 +184,7 @@ std::uint32_t Control::create(int folder, const StoreId &id, std::uint64_t base,
     if (!file.is_open()) return last_error();
     Identity identity{};
     identity.magic = control_magic;
-    identity.version = store_format_version;
+    identity.version = control_format_version;
     identity.byte_order = native_byte_order;
     identity.id = id;
     identity.base = base;
