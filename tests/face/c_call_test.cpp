@@ -4,8 +4,10 @@
 #include <stdexcept>
 
 #include "fixture.h"
+#include "tarnbase/tarn/tables/test_grown.hpp"
 #include "tarnbase/tarn/trace.hpp"
 #include "tarnbase/tarn/tracking.hpp"
+#include "tarnbase/tarn/variant.hpp"
 
 namespace face_test {
 namespace {
@@ -35,6 +37,29 @@ TEST_F(CCall, TrackingScopeGivesNewObjectsStateFlags) {
     EXPECT_FALSE(is_tracked(table.make("a")));
     const tarn::tracking_scope scope(session.c_handle(), tarn::tracking::on);
     EXPECT_TRUE(is_tracked(table.make("b")));
+}
+
+TEST_F(CCall, VariantScopeRestoresThePreviousVariant) {
+    auto table = tarn::table<tarn::grown>::open_or_create(session, "grown");
+    const kel_type_info &type = _st_grown_type_info_internal;
+    const auto variant = [&] {
+        const auto record = table.make();
+        return reinterpret_cast<const kel_object *>(record.c_object())->variant;
+    };
+    const auto newest = variant();
+    ASSERT_GT(newest, 0);
+    {
+        const tarn::variant_scope outer(session.c_handle(), type, 0);
+        EXPECT_EQ(variant(), 0);
+        {
+            tarn::variant_scope inner(session.c_handle(), type, -1);
+            EXPECT_EQ(variant(), -1);
+            const tarn::variant_scope moved(std::move(inner));
+            EXPECT_EQ(variant(), -1);
+        }
+        EXPECT_EQ(variant(), 0);
+    }
+    EXPECT_EQ(variant(), newest);
 }
 
 TEST_F(CCall, QuietScopeSuppressesTraceLines) {

@@ -4,6 +4,7 @@
 #include "fixture.h"
 #include "tarnbase/tarn/tables/test_grown.hpp"
 #include "tarnbase/tarn/tables/test_number.hpp"
+#include "tarnbase/tarn/variant.hpp"
 
 namespace face_test {
 namespace {
@@ -124,7 +125,7 @@ TEST_F(Field, OfALaterVariantIsMissingInAnOlderObject) {
     now.extra().set_name("there");
     EXPECT_EQ(now.try_extra()->name(), "there");
 
-    kel_handle_set_variant(session.c_handle(), &_st_grown_type_info_internal, 0);
+    const tarn::variant_scope older(session.c_handle(), _st_grown_type_info_internal, 0);
     auto old = grown.make("old");
     EXPECT_FALSE(old.try_extra());
     EXPECT_EQ(thrown_by([&] { (void)old.extra(); }).code(), std::errc::identifier_removed);

@@ -9,6 +9,7 @@
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
 #include "tarnbase/tarn/tables/test_grown.hpp"
 #include "tarnbase/tarn/tables/test_pair.hpp"
+#include "tarnbase/tarn/variant.hpp"
 #include "tests/support/services.h"
 
 static_assert(TARN_EXCEPTIONS == 0, "this program is the one without");
@@ -142,7 +143,9 @@ TEST_F(Results, FieldsThatAnObjectMayLackReturnAResult) {
     EXPECT_EQ(*now->try_minute(3), 4);
     EXPECT_EQ(now->minute()[3], 4);
     EXPECT_FALSE(now->try_minute(1440));
-    kel_handle_set_variant(session->c_handle(), &_st_grown_type_info_internal, 0);
+    const auto older =
+        tarn::variant_scope::try_make(session->c_handle(), _st_grown_type_info_internal, 0);
+    ASSERT_TRUE(older);
     EXPECT_FALSE(grown->try_make("old")->try_extra());
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "fixture.h"
+#include "tarnbase/tarn/tables/test_grown.hpp"
 
 namespace face_test {
 namespace {
@@ -59,6 +60,15 @@ TEST(Store, AnExistingFileIsNotCreatedAgain) {
     { tarn::store::create(file.path); }
     EXPECT_EQ(thrown_by([&] { tarn::store::create(file.path); }).code(), std::errc::file_exists);
     EXPECT_NO_THROW(tarn::store::open_or_create(file.path));
+}
+
+TEST(Store, ListsItsTablesOfAllKinds) {
+    const tarn::store store = tarn::store::create_private();
+    EXPECT_TRUE(store.tables().empty());
+    const tarn::session session(store);
+    const auto first = servers(session);
+    const auto second = tarn::table<tarn::grown>::open_or_create(session, "grown");
+    EXPECT_EQ(store.tables(), (std::vector<kel_table *>{first.c_table(), second.c_table()}));
 }
 
 TEST(Store, IsMovedAndNotCopied) {

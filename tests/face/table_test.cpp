@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fixture.h"
-#include "tarnbase/module.h"
 #include "tarnbase/tarn/tables/test_grown.hpp"
 
 namespace face_test {
@@ -101,10 +100,7 @@ TEST_F(Table, ASecondRecordOfAKeyStaysWithItsOwner) {
 
 TEST_F(Table, ARecordInsertedDespiteAnErrorBelongsToTheTable) {
     // The store has a stream, and this session's handle isn't attached to it.
-    kel_handle *attached = nullptr;
-    ASSERT_EQ(kel_handle_create(store.c_store(), 0, &attached), 0U);
-    ASSERT_EQ(kel_replication_attach(attached, tarnbase_table_get_vft), 0U);
-    kel_handle_destroy(attached);
+    tarn::session(store).attach_replication();
     kel_table_set_replication(session.c_handle(), KEL_TX_NONE, table.c_table(), 1, 1);
     {
         auto record = table.make("ldap1");
@@ -117,6 +113,15 @@ TEST_F(Table, ARecordInsertedDespiteAnErrorBelongsToTheTable) {
     EXPECT_EQ(table.find("ldap1")->key(), "ldap1");
     kel_table_set_replication(session.c_handle(), KEL_TX_NONE, table.c_table(), 0, 0);
     EXPECT_EQ(table.erase_if([](const auto &) { return true; }), 2U);
+}
+
+TEST_F(Table, AnAttachedSessionInsertsInAnArmedTable) {
+    session.attach_replication();
+    kel_table_set_replication(session.c_handle(), KEL_TX_NONE, table.c_table(), 1, 1);
+    kel_replication_reader reader;
+    kel_replication_reader_open(session.c_handle(), KEL_REPLICATION_NEWEST, &reader);
+    add(table, "ldap1");
+    EXPECT_EQ(kel_replication_lag(session.c_handle(), &reader), 1U);
 }
 
 TEST_F(Table, ARecordThatIsNotInsertedIsDestroyed) {

@@ -39,6 +39,7 @@ bool is_own_name(const std::string &name) {
                                               "byte_range",
                                               "bytes",
                                               "callback",
+                                              "descriptors",
                                               "detail",
                                               "duration_of",
                                               "enumeration_traits",
@@ -72,6 +73,7 @@ bool is_own_name(const std::string &name) {
                                               "try_set_time",
                                               "type_list",
                                               "values",
+                                              "variant_scope",
                                               "xml_document",
                                               "xml_element"};
     return own.count(name) != 0;

@@ -4,6 +4,7 @@
 #ifndef TARNBASE_TARN_SESSION_HPP
 #define TARNBASE_TARN_SESSION_HPP
 
+#include "tarnbase/module.h"
 #include "tarnbase/runtime.h"
 #include "tarnbase/tarn/store.hpp"
 
@@ -46,6 +47,21 @@ class session {
         if (status != 0) return detail::last_failure(status);
         return session(handle);
     }
+
+    /// Attaches the session to the store's replication stream, and creates the stream if there is
+    /// none: required of every session that inserts in armed tables. `lookup` finds a table's
+    /// vector by its LUID. Error: ENOMEM.
+    result<void> try_attach_replication(kel_table_vector_lookup lookup = tarnbase_table_get_vft) {
+        const std::uint32_t status = kel_replication_attach(handle_, lookup);
+        if (status != 0) return detail::last_failure(status);
+        return {};
+    }
+#if TARN_EXCEPTIONS
+    /// As try_attach_replication; throws.
+    void attach_replication(kel_table_vector_lookup lookup = tarnbase_table_get_vft) {
+        try_attach_replication(lookup).value();
+    }
+#endif
 
     /// Returns: if exceptions are off, the error number that ended a walk, or 0.
     std::uint32_t last_error() const noexcept { return handle_->last_error; }

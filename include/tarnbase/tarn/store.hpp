@@ -6,6 +6,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tarnbase/tarn/result.hpp"
 
@@ -67,6 +68,15 @@ class store {
         kel_store_description description = {};
         kel_store_describe(store_, &description);
         return description;
+    }
+
+    /// Returns: the tables of the store, of all kinds, in the order of their creation.
+    std::vector<kel_table *> tables() const {
+        std::vector<kel_table *> all;
+        for (kel_table *table = kel_store_first_table(store_); table != nullptr;
+             table = table->toc_next)
+            all.push_back(table);
+        return all;
     }
 
     /// Returns: the store, for calls of the C interface.

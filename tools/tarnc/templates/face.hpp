@@ -11,6 +11,7 @@
 #include "tarnbase/tarn/trace.hpp"
 #include "tarnbase/tarn/tracking.hpp"
 #include "tarnbase/tarn/transaction.hpp"
+#include "tarnbase/tarn/variant.hpp"
 {{#face_enumerations}}
 #include "tarnbase/tarn/enums/{{face}}.hpp"
 {{/face_enumerations}}

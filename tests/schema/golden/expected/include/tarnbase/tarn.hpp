@@ -11,6 +11,7 @@
 #include "tarnbase/tarn/trace.hpp"
 #include "tarnbase/tarn/tracking.hpp"
 #include "tarnbase/tarn/transaction.hpp"
+#include "tarnbase/tarn/variant.hpp"
 #include "tarnbase/tarn/enums/color.hpp"
 #include "tarnbase/tarn/types/corner.hpp"
 #include "tarnbase/tarn/types/shape.hpp"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by tarnc from sample.tarn; changes belong there.
-// Of the C++ headers made from the schema: e7aa1863443f2fef3f40a56bbfe5920a
+// Of the C++ headers made from the schema: c9615ae8fe53181711a8436b6ccc4d0d
 #ifndef TARNBASE_TARN_SCHEMA_HPP
 #define TARNBASE_TARN_SCHEMA_HPP
 
