@@ -126,7 +126,8 @@ void Editor::attach_replication(const Instance &instance) {
     const kel_table &block = *instance.block;
     if (replication_attached_ || block.replication_marked == 0 || block.write_cursor_armed == 0)
         return;
-    need(kel_replication_attach(store_.handle(), tarnbase_table_get_vft),
+    const auto attached = store_.session().try_attach_replication();
+    need(attached ? 0 : attached.error().number(),
          fmt::format("attaching to the replication of {}", instance.full_name()));
     replication_attached_ = true;
 }

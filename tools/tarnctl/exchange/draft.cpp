@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "base/failure.h"
 #include "exchange/frames.h"
@@ -27,7 +28,7 @@ Draft::Draft(const Store &store, uint32_t tx_id, const Table &table)
     : table_(table), handle_(store.handle()), tx_id_(tx_id) {}
 
 Draft::~Draft() {
-    restore_variant();
+    variant_.reset();
     uint32_t err = 0;
     if (record_ != nullptr) table_.destroy_record(handle_, tx_id_, record_, &err);
 }
@@ -47,11 +48,11 @@ void Draft::begin(const RecordHead &head) {
 void *Draft::make_object() {
     // Until the record is complete: a write through a handle with a newer variant would convert the
     // object to it.
-    if (head_.variant) {
-        need(kel_handle_set_variant(handle_, table_.type->descriptor,
-                                    static_cast<int8_t>(*head_.variant)),
-             "variant");
-        variant_set_ = true;
+    if (head_.variant && !variant_) {
+        auto scope = tarn::variant_scope::try_make(handle_, *table_.type->descriptor,
+                                                   static_cast<int8_t>(*head_.variant));
+        need(scope ? 0 : scope.error().number(), "variant");
+        variant_.emplace(std::move(*scope));
     }
     const tarn::tracking_scope scope(handle_, mode(head_.tracked));
     void *object = table_.type->create(handle_, tx_id_);
@@ -66,13 +67,6 @@ void *Draft::make_key_object() {
     need(key == nullptr ? ENOMEM : 0, "making a record");
     table_.set_key_object(handle_, tx_id_, record_, key);
     return key;
-}
-
-void Draft::restore_variant() {
-    if (!variant_set_) return;
-    kel_handle_set_variant(handle_, table_.type->descriptor,
-                           static_cast<int8_t>(top_variant(*table_.type)));
-    variant_set_ = false;
 }
 
 void Draft::check_complete() const {

@@ -11,6 +11,7 @@
 
 #include "model/record.h"
 #include "model/store.h"
+#include "tarnbase/tarn/variant.hpp"
 
 namespace tarnctl {
 
@@ -54,14 +55,13 @@ class Draft {
  private:
     void check_frame(std::string_view frame) const;
     void compare_frame(std::string_view frame) const;
-    void restore_variant();
 
     const Table &table_;
     kel_handle *handle_;
     uint32_t tx_id_;
     RecordHead head_;
     kel_record *record_ = nullptr;
-    bool variant_set_ = false;
+    std::optional<tarn::variant_scope> variant_;
 };
 
 }  // namespace tarnctl

@@ -119,8 +119,7 @@ TableReference parse_table(std::string_view text) {
 std::vector<Instance> instances(const Store &store, std::size_t *unknown) {
     std::vector<Instance> found;
     std::size_t others = 0;
-    for (kel_table *block = kel_store_first_table(store.store()); block != nullptr;
-         block = block->toc_next) {
+    for (kel_table *block : store.tables()) {
         const Table *table = table_of(store, *block);
         if (table == nullptr) ++others;
         else found.push_back({table, block});

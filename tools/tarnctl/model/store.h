@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tarnbase/tarn/tenant.hpp"
 #include "tarnbase/tarn/transaction.hpp"
@@ -30,10 +31,12 @@ class Store {
     // A store in memory, for keys and for records that are read from a document.
     static Store scratch();
 
+    tarn::session &session() const { return session_; }
     kel_handle *handle() const { return session_.c_handle(); }
     kel_store *store() const { return store_.c_store(); }
     const std::string &path() const { return path_; }
     kel_store_description describe() const { return store_.describe(); }
+    std::vector<kel_table *> tables() const { return store_.tables(); }
     // Begins a transaction. Failure `store`.
     tarn::transaction begin() const;
     // Whether `address` is in the store: a pointer that another process stored may point anywhere.
