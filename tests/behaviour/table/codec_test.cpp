@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -144,30 +145,29 @@ TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
     err = EIO;
     services.clear();
     HookRecorder hooks(handle);
-    TraceCapture trace;
     kel_record *read = nullptr;
     void *pkey = nullptr;
-    EXPECT_EQ(s.plain.marshal(handle, tx, buffer.data(), record, 4096, &err), 0U);
-    EXPECT_EQ(s.plain.pkey_marshal(handle, tx, buffer.data(), record, 4096, &err), 0U);
-    EXPECT_EQ(
-        trace.count(KEL_TRACE_DEBUG, "(debug): Error present in call to table marshal: " + error),
-        2U)
-        << trace.all();
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &read, buffer.data(), 4096, 0, &err), 0U);
-    EXPECT_EQ(trace.count(KEL_TRACE_DEBUG,
-                          "(debug): Error present in call to " + name + " unmarshal: " + error),
-              1U)
-        << trace.all();
-    EXPECT_EQ(s.plain.pkey_unmarshal(handle, tx, &pkey, buffer.data(), 4096, &err), 0U);
-    EXPECT_EQ(trace.count(KEL_TRACE_DEBUG, "(debug): Error present in call to " + name +
-                                               " pkey unmarshal: " + error),
-              1U)
-        << trace.all();
-    EXPECT_EQ(s.plain.is_modified(handle, tx, record, &err), 0U);
-    EXPECT_EQ(trace.count(KEL_TRACE_DEBUG, "(debug): Error present in call to table is modified: " +
-                                               error + " for " + name),
-              1U)
-        << trace.all();
+    const struct {
+        std::function<u32()> call;
+        std::string text;
+    } cases[] = {
+        {[&] { return s.plain.marshal(handle, tx, buffer.data(), record, 4096, &err); },
+         "table marshal: " + error},
+        {[&] { return s.plain.pkey_marshal(handle, tx, buffer.data(), record, 4096, &err); },
+         "table marshal: " + error},
+        {[&] { return s.plain.unmarshal(handle, tx, &read, buffer.data(), 4096, 0, &err); },
+         name + " unmarshal: " + error},
+        {[&] { return s.plain.pkey_unmarshal(handle, tx, &pkey, buffer.data(), 4096, &err); },
+         name + " pkey unmarshal: " + error},
+        {[&] { return s.plain.is_modified(handle, tx, record, &err); },
+         "table is modified: " + error + " for " + name},
+    };
+    for (const auto &c : cases) {
+        TraceCapture trace;
+        EXPECT_EQ(c.call(), 0U) << c.text;
+        EXPECT_EQ(trace.count(KEL_TRACE_DEBUG, "(debug): Error present in call to " + c.text), 1U)
+            << trace.all();
+    }
     EXPECT_EQ(err, EIO);
     EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(read, nullptr);

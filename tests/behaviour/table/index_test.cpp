@@ -22,11 +22,23 @@ class InsertDelete : public TableTest {
     std::string not_found() {
         return text("", std::string(" delete, record not found for ") + s.key_label);
     }
-    void expect_write(const HookEvent &event, const void *address, std::size_t length) {
-        EXPECT_EQ(event.hook, Hook::write_log);
-        EXPECT_EQ(event.address, address);
-        EXPECT_EQ(event.length, length);
-        EXPECT_EQ(event.tx_id, tx);
+    // A store in the table or the record, and the value before it.
+    struct Write {
+        const void *address;
+        std::size_t length;
+        u64 before;
+    };
+    void expect_writes(const std::vector<HookEvent> &events, const std::vector<Write> &expected) {
+        ASSERT_EQ(events.size(), expected.size());
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            SCOPED_TRACE(i);
+            EXPECT_EQ(events[i].hook, Hook::write_log);
+            EXPECT_EQ(events[i].address, expected[i].address);
+            EXPECT_EQ(events[i].tx_id, tx);
+            ASSERT_EQ(events[i].length, expected[i].length);
+            EXPECT_EQ(
+                0, std::memcmp(events[i].before.data(), &expected[i].before, expected[i].length));
+        }
     }
 };
 TARN_EACH_TABLE_AND_MODE(InsertDelete);
@@ -53,15 +65,10 @@ TEST_P(InsertDelete, InsertAnnouncesEachStoreBeforeIt) {
     HookRecorder hooks(handle);
     services.clear();
     s.plain.insert(handle, tx, table, record, &err);
-    ASSERT_EQ(hooks.events.size(), 4U);
-    expect_write(hooks.events[0], &record->table, 8);
-    expect_write(hooks.events[1], &table->record_count, 4);
-    expect_write(hooks.events[2], &table->src_counts[7], 4);
-    expect_write(hooks.events[3], &record->flags, 1);
-    EXPECT_EQ(hooks.events[0].before, std::vector<u8>(8, 0));
-    EXPECT_EQ(hooks.events[1].before, std::vector<u8>(4, 0));
-    EXPECT_EQ(hooks.events[2].before, std::vector<u8>(4, 0));
-    EXPECT_EQ(hooks.events[3].before, std::vector<u8>(1, 0));
+    expect_writes(hooks.events, {{&record->table, 8, 0},
+                                 {&table->record_count, 4, 0},
+                                 {&table->src_counts[7], 4, 0},
+                                 {&record->flags, 1, 0}});
     EXPECT_EQ(services.order({"e_avl_insert", "write_log_hook", "mt_get_tenant_id"}),
               "e_avl_insert write_log_hook write_log_hook write_log_hook mt_get_tenant_id "
               "write_log_hook");
@@ -115,21 +122,30 @@ TEST_P(InsertDelete, AnEmptyKeyIsAValidKey) {
 }
 
 TEST_P(InsertDelete, InsertByKeySetsItsBitAndPlainInsertClearsIt) {
+    constexpr u8 in_index = KEL_RECORD_IN_INDEX, by_key = KEL_RECORD_PKEY_INSERTED,
+                 pending = KEL_RECORD_PENDING_DESTROY, mapped = KEL_RECORD_HD_MAPPED;
+    const struct {
+        bool with_key;
+        int before, inserted, removed;
+    } cases[] = {
+        {true, 0, in_index | by_key, in_index},
+        {true, pending, in_index | by_key, in_index},
+        {false, 0, in_index, in_index},
+        {false, by_key | pending | mapped, in_index | mapped, in_index | mapped},
+    };
     kel_record *record = make(1);
-    s.plain.pkey_insert(handle, tx, table, record, &err);
-    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
-    remove(record);
-    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX);
-
-    record->flags = KEL_RECORD_PKEY_INSERTED | KEL_RECORD_PENDING_DESTROY | KEL_RECORD_HD_MAPPED;
-    s.unsafe.insert(handle, tx, table, record, &err);
-    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_HD_MAPPED);
-    remove(record);
-
-    record->flags = KEL_RECORD_PENDING_DESTROY;
-    s.unsafe.pkey_insert(handle, tx, table, record, &err);
-    EXPECT_EQ(record->flags, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
-    EXPECT_EQ(err, 0U);
+    for (const Operations *form : {&s.plain, &s.unsafe}) {
+        for (const auto &c : cases) {
+            SCOPED_TRACE(::testing::Message()
+                         << (c.with_key ? "pkey_insert" : "insert") << " on flags " << c.before);
+            record->flags = static_cast<u8>(c.before);
+            (c.with_key ? form->pkey_insert : form->insert)(handle, tx, table, record, &err);
+            EXPECT_EQ(err, 0U);
+            EXPECT_EQ(record->flags, c.inserted);
+            remove(record);
+            EXPECT_EQ(record->flags, c.removed);
+        }
+    }
 }
 
 TEST_P(InsertDelete, InsertClearsTheModifiedMarks) {
@@ -176,15 +192,11 @@ TEST_P(InsertDelete, DeleteAnnouncesEachStoreBeforeIt) {
     HookRecorder hooks(handle);
     services.clear();
     s.unsafe.remove(handle, tx, table, record, &err);
-    ASSERT_EQ(hooks.events.size(), 4U);
-    expect_write(hooks.events[0], &record->table, 8);
-    expect_write(hooks.events[1], &record->flags, 1);
-    expect_write(hooks.events[2], &table->record_count, 4);
-    expect_write(hooks.events[3], &table->src_counts[7], 4);
-    EXPECT_EQ(0, std::memcmp(hooks.events[0].before.data(), &table, 8));
-    EXPECT_EQ(hooks.events[1].before[0], KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED);
-    EXPECT_EQ(hooks.events[2].before[0], 1U);
-    EXPECT_EQ(hooks.events[3].before[0], 1U);
+    expect_writes(hooks.events,
+                  {{&record->table, 8, word(table)},
+                   {&record->flags, 1, KEL_RECORD_IN_INDEX | KEL_RECORD_PKEY_INSERTED},
+                   {&table->record_count, 4, 1},
+                   {&table->src_counts[7], 4, 1}});
     EXPECT_EQ(services.order({"e_avl_delete", "write_log_hook"}),
               "e_avl_delete write_log_hook write_log_hook write_log_hook write_log_hook");
     commit();
@@ -255,33 +267,28 @@ TEST_P(InsertDelete, OnlyTheEngineDeletesFromAReplicatedTable) {
 
 TEST_P(InsertDelete, ACountOfZeroIsTracedAndNotDecremented) {
     kel_thread_set_tenant(5);
-    kel_record *record = put(1, 7);
-    table->record_count = 0;
-    services.clear();
-    {
+    const struct {
+        u32 count, src_count;  // neither changes
+        const char *text;
+    } cases[] = {{0, 1, " delete: record count already 0!"},
+                 {3, 0, " delete: src(7) record count already 0!"}};
+    kel_record *record = make(1, 7);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.text);
+        insert(record);
+        table->record_count = c.count;
+        table->src_counts[7] = c.src_count;
+        services.clear();
         TraceCapture trace;
         s.plain.remove(handle, tx, table, record, &err);
-        EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, text("", " delete: record count already 0!")))
-            << trace.all();
+        EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, text("", c.text))) << trace.all();
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(table->record_count, c.count);
+        EXPECT_EQ(table->src_counts[7], c.src_count);
+        EXPECT_EQ(services.count("keldb_update_tenant_counter"), 0U);
+        EXPECT_EQ(record->table, nullptr);
+        EXPECT_EQ(find(1, 7), nullptr);
     }
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(table->record_count, 0U);
-    EXPECT_EQ(table->src_counts[7], 1U);
-    EXPECT_EQ(record->table, nullptr);
-
-    insert(record);
-    table->record_count = 3;
-    table->src_counts[7] = 0;
-    services.clear();
-    TraceCapture trace;
-    s.plain.remove(handle, tx, table, record, &err);
-    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, text("", " delete: src(7) record count already 0!")))
-        << trace.all();
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(table->record_count, 3U);
-    EXPECT_EQ(table->src_counts[7], 0U);
-    EXPECT_EQ(services.count("keldb_update_tenant_counter"), 0U);
-    EXPECT_EQ(find(1, 7), nullptr);
 }
 
 TEST_P(InsertDelete, ATenantsCounterFollowsItsInsertsAndDeletes) {
@@ -352,10 +359,11 @@ TEST_P(InsertDelete, EnteredWithAnErrorChangeNothing) {
     err = EIO;
     services.clear();
     HookRecorder hooks(handle);
-    s.plain.insert(handle, tx, table, outside, &err);
-    s.unsafe.insert(handle, tx, table, outside, &err);
-    s.plain.pkey_insert(handle, tx, table, outside, &err);
-    s.plain.remove(handle, tx, table, inside, &err);
+    for (const Operations *form : {&s.plain, &s.unsafe}) {
+        form->insert(handle, tx, table, outside, &err);
+        form->pkey_insert(handle, tx, table, outside, &err);
+        form->remove(handle, tx, table, inside, &err);
+    }
     EXPECT_EQ(err, EIO);
     EXPECT_EQ(s.cr.insert(handle, table, outside), EINVAL);
     EXPECT_EQ(s.cr.remove(handle, table, inside, 0), EINVAL);

@@ -14,8 +14,8 @@ namespace {
 class Open : public TableTest {
  protected:
     std::string stored_name(const std::string &name) { return name + "/" + s.luid_text; }
+    static constexpr std::size_t longest_name = 255 - 33;  // its key ends in the LUID
     u64 created() { return table->descriptor->variant_info->variants[0].created; }
-    u64 destroyed() { return table->descriptor->variant_info->variants[0].destroyed; }
 };
 TARN_EACH_TABLE_AND_MODE(Open);
 
@@ -51,10 +51,11 @@ TEST_P(Open, PutsTheBlockAtTheEndOfTheTableList) {
 TEST_P(Open, OfTheSameNameReturnsTheSameBlockAndCountsItOnce) {
     const u64 before = created();
     const u64 blocks = session.blocks();
-    EXPECT_EQ(s.plain.open(handle, tx, "t", 0, &err), table);
-    EXPECT_EQ(s.unsafe.open(handle, tx, "t", 0, &err), table);
-    EXPECT_EQ(s.plain.open(handle, tx, "t", 1, &err), table);
-    EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, "t", 0), table);
+    for (const u32 open_only : {0U, 1U}) {
+        EXPECT_EQ(s.plain.open(handle, tx, "t", open_only, &err), table);
+        EXPECT_EQ(s.unsafe.open(handle, tx, "t", open_only, &err), table);
+        EXPECT_EQ(s.cr.open(handle, open_only, KEL_OPEN_BY_NAME, "t", 0), table);
+    }
     EXPECT_EQ(created(), before);
     EXPECT_EQ(session.blocks(), blocks);
     EXPECT_NE(s.plain.open(handle, tx, "other", 0, &err), table);
@@ -113,44 +114,40 @@ TEST_P(Open, PassesTheIorToTheMapping) {
     EXPECT_EQ(s.unsafe.open_by_ior_with_name(handle, tx, "ior", 0, 1, &err), made);
 }
 
-TEST_P(Open, UsesAPathUnchanged) {
-    kel_table *made = s.plain.open(handle, tx, "a/path", 0, &err);
-    EXPECT_STREQ(made->table_name, "a/path");
-    EXPECT_EQ(s.plain.open(handle, tx, "a/path", 1, &err), made);
-}
-
-TEST_P(Open, TruncatesAPathTo255BytesWithoutAnError) {
+TEST_P(Open, StoresATableUnderItsPathOrUnderItsNameAndLuid) {
     const std::string path = "x/" + std::string(300, 'p');
-    kel_table *made = s.plain.open(handle, tx, path.c_str(), 0, &err);
-    ASSERT_NE(made, nullptr);
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(path.substr(0, 255), made->table_name);
+    const std::string late_slash = std::string(290, 'p') + "/x";
+    const std::string short_path = "n/" + std::string(longest_name - 1, 'n');
+    const std::string name(longest_name, 'n');
+    const struct {
+        const char *what, *name;
+        std::string stored;
+    } cases[] = {
+        {"a path", "a/path", "a/path"},
+        {"a path one longer than the longest name", short_path.c_str(), short_path},
+        {"a path that is cut", path.c_str(), path.substr(0, 255)},
+        {"a path that loses its slash", late_slash.c_str(), late_slash.substr(0, 255)},
+        {"the longest name", name.c_str(), stored_name(name)},
+        {"no name", nullptr, stored_name("(null)")},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        kel_table *made = s.plain.open(handle, tx, c.name, 0, &err);
+        ASSERT_NE(made, nullptr);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(c.stored, made->table_name);
+        EXPECT_EQ(s.plain.open(handle, tx, c.name, 1, &err), made);
+    }
     // Names that differ only after the cut are the same table.
-    EXPECT_EQ(s.plain.open(handle, tx, (path + "y").c_str(), 1, &err), made);
+    EXPECT_EQ(s.plain.open(handle, tx, (path + "y").c_str(), 1, &err),
+              s.plain.open(handle, tx, path.c_str(), 1, &err));
 }
 
 TEST_P(Open, RefusesANameWhoseKeyDoesNotFit) {
-    const std::string longest(255 - 33, 'n');
-    kel_table *made = s.plain.open(handle, tx, longest.c_str(), 0, &err);
-    ASSERT_NE(made, nullptr);
-    EXPECT_EQ(stored_name(longest), made->table_name);
-
-    const std::string longer = longest + "n";
-    EXPECT_EQ(s.plain.open(handle, tx, longer.c_str(), 0, &err), nullptr);
+    const std::string name(longest_name + 1, 'n');
+    EXPECT_EQ(s.plain.open(handle, tx, name.c_str(), 0, &err), nullptr);
     EXPECT_EQ(err, E2BIG);
     EXPECT_EQ(handle->last_error, E2BIG);
-
-    err = 0;
-    const std::string path = "n/" + longer.substr(2);
-    EXPECT_NE(s.plain.open(handle, tx, path.c_str(), 0, &err), nullptr);
-    EXPECT_EQ(err, 0U);
-}
-
-TEST_P(Open, TreatsANullNameAsANameWithoutAPath) {
-    kel_table *made = s.plain.open(handle, tx, nullptr, 0, &err);
-    ASSERT_NE(made, nullptr);
-    EXPECT_EQ(s.plain.open(handle, tx, nullptr, 1, &err), made);
-    EXPECT_EQ(stored_name("(null)"), made->table_name);
 }
 
 TEST_P(Open, EnteredWithAnErrorChangesNothing) {
@@ -158,16 +155,17 @@ TEST_P(Open, EnteredWithAnErrorChangesNothing) {
     err = EIO;
     services.clear();
     HookRecorder hooks(handle);
-    EXPECT_EQ(s.plain.open(handle, tx, "other", 0, &err), nullptr);
-    EXPECT_EQ(s.unsafe.open(handle, tx, "other", 0, &err), nullptr);
-    EXPECT_EQ(s.plain.open_by_id(handle, tx, 1, 0, &err), nullptr);
-    EXPECT_EQ(s.plain.open_auto_id(handle, tx, 0, &err), nullptr);
-    EXPECT_EQ(s.plain.dynamic_open_auto_id(handle, tx, 0, &err), nullptr);
-    EXPECT_EQ(s.plain.open_by_ior_with_name(handle, tx, "other", 1, 0, &err), nullptr);
-    EXPECT_EQ(s.plain.open_by_ior_with_id(handle, tx, 1, 1, 0, &err), nullptr);
+    for (const Operations *form : {&s.plain, &s.unsafe}) {
+        EXPECT_EQ(form->open(handle, tx, "other", 0, &err), nullptr);
+        EXPECT_EQ(form->open_by_id(handle, tx, 1, 0, &err), nullptr);
+        EXPECT_EQ(form->open_auto_id(handle, tx, 0, &err), nullptr);
+        EXPECT_EQ(form->dynamic_open_auto_id(handle, tx, 0, &err), nullptr);
+        EXPECT_EQ(form->open_by_ior_with_name(handle, tx, "other", 1, 0, &err), nullptr);
+        EXPECT_EQ(form->open_by_ior_with_id(handle, tx, 1, 1, 0, &err), nullptr);
+        form->close(handle, tx, table, &err);
+        form->free(handle, tx, table, &err);
+    }
     EXPECT_EQ(s.cr.open(handle, 0, KEL_OPEN_BY_NAME, "other", 0), nullptr);
-    s.plain.close(handle, tx, table, &err);
-    s.plain.free(handle, tx, table, &err);
     EXPECT_EQ(err, EIO);
     EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_TRUE(hooks.events.empty());
@@ -210,16 +208,16 @@ TEST_P(Open, ContinuesIfTheStoreRefusesTheKey) {
 TEST_P(Open, ContinuesWithoutAMapping) {
     const std::string text =
         std::string("(ERR): Failed to create mapping for ") + s.name + " table";
-    TraceCapture trace;
-    services.always_return("kel_oid_mapping_create", 0);
-    EXPECT_NE(s.plain.open(handle, tx, "null", 0, &err), nullptr);
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 1U) << trace.all();
-    services.stop_failing();
-    services.always_fail("kel_oid_mapping_create");
-    EXPECT_NE(s.plain.open(handle, tx, "failed", 0, &err), nullptr);
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 2U) << trace.all();
+    for (const bool has_error : {false, true}) {
+        SCOPED_TRACE(has_error);
+        if (has_error) services.always_fail("kel_oid_mapping_create");
+        else services.always_return("kel_oid_mapping_create", 0);
+        TraceCapture trace;
+        EXPECT_NE(s.plain.open(handle, tx, has_error ? "failed" : "null", 0, &err), nullptr);
+        EXPECT_EQ(err, 0U);
+        EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), 1U) << trace.all();
+        services.stop_failing();
+    }
 }
 
 TEST_P(Open, ClearsTheErrorRegistersTheTraceModuleAndLooksTheNameUp) {
@@ -272,14 +270,6 @@ TEST_P(Open, FillsTheBlockBeforeItIsStored) {
     EXPECT_TRUE(linked);
 }
 
-TEST_P(Open, TreatsANameWithASlashAsAPath) {
-    const std::string name = std::string(290, 'p') + "/x";
-    kel_table *made = s.plain.open(handle, tx, name.c_str(), 0, &err);
-    ASSERT_NE(made, nullptr);
-    EXPECT_EQ(err, 0U);
-    EXPECT_EQ(name.substr(0, 255), made->table_name);
-}
-
 TEST_P(Open, InTheCrFormUsesTheHandlesErrorAndTransaction) {
     handle->cr_tx_id = 43;
     const std::string name(255, 'n');
@@ -319,55 +309,7 @@ TEST_F(OpenOfTwoTables, WithTheSamePathReturnsTheBlockOfTheFirst) {
     EXPECT_NE(tbl_ldap_stats_table_open(handle, tx, "t", 0, &err), table);
 }
 
-// A handle with per-store descriptors gets the descriptor of the test.
-class OpenDescriptors : public ::testing::Test, protected TableFixture {
- protected:
-    OpenDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
-        descriptor = *s.entry.descriptor;
-        descriptor.variant_info = &variants;
-        services.always_return("kel_type_info_ptr_get", word(&descriptor));
-    }
-    kel_variant_usage usage = {1, 8, 0, 0, 0, 0};
-    kel_variant_info variants = {1, &usage};
-    kel_type_info descriptor;
-};
-
-TEST_F(OpenDescriptors, AreFetchedInTheCallersTransaction) {
-    services.clear();
-    s.plain.open(handle, 42, "made", 0, &err);
-    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), 42U);
-    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).pointer<const void>(2),
-              s.entry.descriptor);
-}
-
-TEST_F(OpenDescriptors, CountCreationsAndFrees) {
-    kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
-    EXPECT_EQ(made->descriptor, &descriptor);
-    EXPECT_EQ(usage.created, 1U);
-    s.plain.free(handle, tx, made, &err);
-    EXPECT_EQ(usage.destroyed, 1U);
-    EXPECT_EQ(usage.live, 0U);
-}
-
-TEST_F(OpenDescriptors, WithTooFewVariantsAreTraced) {
-    variants.variant_count = -1;
-    TraceCapture trace;
-    const std::string text = "(info): variant 0 requested only 4294967295 variants present";
-    kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
-    EXPECT_EQ(trace.count(KEL_TRACE_INFO, text), 1U) << trace.all();
-    s.plain.free(handle, tx, made, &err);
-    EXPECT_EQ(trace.count(KEL_TRACE_INFO, text), 2U) << trace.all();
-    EXPECT_EQ(usage.destroyed, 1U);
-}
-
-using OpenDeathTest = OpenDescriptors;
-
-TEST_F(OpenDeathTest, ADescriptorWithoutVariantsEndsTheProcess) {
-    kel_table *made = s.plain.open(handle, tx, "made", 0, &err);
-    descriptor.variant_info = nullptr;
-    EXPECT_DEATH(s.plain.open(handle, tx, "other", 0, &err), "\\(FATAL\\): varinfo is NULL");
-    EXPECT_DEATH(s.plain.free(handle, tx, made, &err), "\\(FATAL\\): varinfo is NULL");
-}
+using OpenDeathTest = LdapTest;
 
 TEST_F(OpenDeathTest, ARefusedRangeEndsTheProcess) {
     // The store traces its failure first. Only 1 is success.

@@ -66,32 +66,31 @@ TEST_P(Records, CreationAnnouncesTheDescriptorAndTheCounter) {
     commit();
 }
 
-TEST_P(Records, CreationTracesItsCorrelation) {
-    TraceCapture trace;
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    EXPECT_TRUE(trace.has(KEL_TRACE_VERBOSE, "(verbose): CREATE: set uuid in OM record to 0 "))
-        << trace.all();
-    EXPECT_EQ(services.count("kellib_record_update_ra_all"), 0U);
-    destroy(record);
-
-    kel_thread_set_correlation(77, 0);
-    record = s.plain.create_record(handle, tx, &err);
-    EXPECT_TRUE(trace.has(KEL_TRACE_VERBOSE, "(verbose): CREATE: set uuid in OM record to 77 "));
-    EXPECT_EQ(record->ra_uuid, 77U);
-    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).pointer<const void>(2), record);
-    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).arguments_in(3, 5),
-              (std::vector<u64>{77, 0}));
-    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).tx_id(), tx);
-    destroy(record);
-}
-
-TEST_P(Records, AMarkAloneIsACorrelation) {
-    kel_thread_set_correlation(0, 3);
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    EXPECT_EQ(services.calls("kellib_record_update_ra_all").at(0).arguments_in(3, 5),
-              (std::vector<u64>{0, 3}));
-    EXPECT_EQ(record->ra_byte, 3U);
-    destroy(record);
+TEST_P(Records, CreationStoresAndTracesItsCorrelation) {
+    const struct {
+        u64 uuid;
+        u8 mark;
+        bool stored;
+    } cases[] = {{0, 0, false}, {77, 0, true}, {0, 3, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(::testing::Message() << "uuid " << c.uuid << ", mark " << unsigned{c.mark});
+        kel_thread_set_correlation(c.uuid, c.mark);
+        TraceCapture trace;
+        services.clear();
+        kel_record *record = s.plain.create_record(handle, tx, &err);
+        EXPECT_TRUE(trace.has(KEL_TRACE_VERBOSE, "(verbose): CREATE: set uuid in OM record to " +
+                                                     std::to_string(c.uuid) + " "))
+            << trace.all();
+        EXPECT_EQ(record->ra_uuid, c.uuid);
+        EXPECT_EQ(record->ra_byte, c.mark);
+        const auto updates = services.calls("kellib_record_update_ra_all");
+        ASSERT_EQ(updates.size(), c.stored ? 1U : 0U);
+        for (const ServiceCall &update : updates) {
+            EXPECT_EQ(update.tx_id(), tx);
+            EXPECT_EQ(update.arguments_in(2, 5), words(record, c.uuid, c.mark));
+        }
+        destroy(record);
+    }
 }
 
 TEST_P(Records, CreationRunsWithAnErrorAndClearsIt) {
@@ -105,12 +104,14 @@ TEST_P(Records, CreationRunsWithAnErrorAndClearsIt) {
 }
 
 TEST_P(Records, CreationUsesTheLowByteOfTheSource) {
-    kel_record *shadow = s.create_record_w_src(handle, tx, 255, &err);
-    EXPECT_EQ(shadow->src, KEL_SOURCE_SHADOW);
-    kel_record *wrapped = s.create_record_w_src(handle, tx, 258, &err);
-    EXPECT_EQ(wrapped->src, 2U);
-    destroy(shadow);
-    destroy(wrapped);
+    const struct {
+        u32 given, stored;
+    } cases[] = {{0, 0}, {255, KEL_SOURCE_SHADOW}, {256, 0}, {258, 2}};
+    for (const auto &c : cases) {
+        kel_record *record = s.create_record_w_src(handle, tx, c.given, &err);
+        EXPECT_EQ(record->src, c.stored) << c.given;
+        destroy(record);
+    }
 }
 
 TEST_P(Records, CreationWithoutMemoryReturnsNullAndStoresNoError) {
@@ -327,59 +328,6 @@ TEST_P(Records, ADeletedRecordCanBeInsertedAgain) {
     insert(record);
     EXPECT_EQ(find(1), record);
     destroy(record);
-}
-
-class RecordDescriptors : public ::testing::Test, protected TableFixture {
- protected:
-    RecordDescriptors() : TableFixture(ldap_conn, Mode::store_types) {
-        descriptor = *s.entry.record_descriptor;
-        descriptor.variant_info = &variants;
-        services.always_return("kel_type_info_ptr_get", word(&descriptor));
-    }
-    kel_variant_usage usage = {1, 8, 0, 0, 0, 0};
-    kel_variant_info variants = {1, &usage};
-    kel_type_info descriptor;
-};
-
-TEST_F(RecordDescriptors, AreFetchedInTheCallersTransaction) {
-    services.clear();
-    s.plain.create_record(handle, begin(), &err);
-    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).tx_id(), tx);
-    EXPECT_EQ(services.calls("kel_type_info_ptr_get").at(0).pointer<const void>(2),
-              s.entry.record_descriptor);
-    commit();
-}
-
-TEST_F(RecordDescriptors, WithTooFewVariantsAreTraced) {
-    variants.variant_count = -1;
-    TraceCapture trace;
-    const std::string text = "(info): variant 0 requested only 4294967295 variants present";
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    EXPECT_EQ(trace.count(KEL_TRACE_INFO, text), 1U) << trace.all();
-    s.plain.destroy_record(handle, tx, record, &err);
-    EXPECT_EQ(trace.count(KEL_TRACE_INFO, text), 2U) << trace.all();
-    EXPECT_EQ(usage.created, 1U);
-    EXPECT_EQ(usage.destroyed, 1U);
-    EXPECT_EQ(usage.live, 0U);
-}
-
-using RecordDeathTest = RecordDescriptors;
-
-TEST_F(RecordDeathTest, ADescriptorWithoutVariantsEndsTheProcess) {
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    descriptor.variant_info = nullptr;
-    EXPECT_DEATH(s.plain.create_record(handle, tx, &err), "\\(FATAL\\): varinfo is NULL");
-    EXPECT_DEATH(s.plain.destroy_record(handle, tx, record, &err), "\\(FATAL\\): varinfo is NULL");
-}
-
-TEST_F(RecordDeathTest, ACorruptDescriptorEndsTheProcessAtDestruction) {
-    kel_record *record = s.plain.create_record(handle, tx, &err);
-    descriptor.magic = 1;
-    EXPECT_DEATH(s.plain.destroy_record(handle, tx, record, &err),
-                 "\\(FATAL\\): tinfo is null or corrupted");
-    record->descriptor = nullptr;
-    EXPECT_DEATH(s.plain.destroy_record(handle, tx, record, &err),
-                 "\\(FATAL\\): tinfo is null or corrupted");
 }
 
 }  // namespace

@@ -33,25 +33,27 @@ namespace {
         T##_pkey_print_unsafe
 
 template <typename... Functions>
-void expect_slots(const void *const *vector, Functions *...functions) {
+void expect_slots(const char *table, const void *const *vector, Functions *...functions) {
     const void *const expected[] = {reinterpret_cast<const void *>(functions)...};
     static_assert(sizeof...(functions) == KEL_TABLE_VFT_SLOTS - KEL_SLOT_TABLE_OPEN);
     for (std::size_t i = 0; i < sizeof...(functions); ++i) {
         const std::size_t slot = KEL_SLOT_TABLE_OPEN + i;
-        EXPECT_EQ(vector[slot], expected[i]) << "slot " << slot;
+        EXPECT_EQ(vector[slot], expected[i]) << table << ", slot " << slot;
     }
 }
 
+#define TARN_EXPECT_SLOTS(T) expect_slots(#T, T##_table_vft, TARN_SLOTS(T))
+
 TEST(Vector, HasTheUnsafeOperationsOfItsTableInAFixedOrder) {
-    expect_slots(tbl_ldap_conn_table_vft, TARN_SLOTS(tbl_ldap_conn));
-    expect_slots(tbl_ldap_stats_table_vft, TARN_SLOTS(tbl_ldap_stats));
-    expect_slots(tbl_ldap_summary_table_vft, TARN_SLOTS(tbl_ldap_summary));
-    expect_slots(tbl_test_number_table_vft, TARN_SLOTS(tbl_test_number));
-    expect_slots(tbl_test_label_table_vft, TARN_SLOTS(tbl_test_label));
-    expect_slots(tbl_test_address_table_vft, TARN_SLOTS(tbl_test_address));
-    expect_slots(tbl_test_lamp_table_vft, TARN_SLOTS(tbl_test_lamp));
-    expect_slots(tbl_test_grown_table_vft, TARN_SLOTS(tbl_test_grown));
-    expect_slots(tbl_test_pair_table_vft, TARN_SLOTS(tbl_test_pair));
+    TARN_EXPECT_SLOTS(tbl_ldap_conn);
+    TARN_EXPECT_SLOTS(tbl_ldap_stats);
+    TARN_EXPECT_SLOTS(tbl_ldap_summary);
+    TARN_EXPECT_SLOTS(tbl_test_number);
+    TARN_EXPECT_SLOTS(tbl_test_label);
+    TARN_EXPECT_SLOTS(tbl_test_address);
+    TARN_EXPECT_SLOTS(tbl_test_lamp);
+    TARN_EXPECT_SLOTS(tbl_test_grown);
+    TARN_EXPECT_SLOTS(tbl_test_pair);
 }
 
 TEST(Vector, BeginsWithTheIdentityAndTheTextOfItsTable) {
