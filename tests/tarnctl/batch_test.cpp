@@ -2,6 +2,7 @@
 //
 // Batches of insert, set and delete: all or nothing.
 
+#include "tarnbase/tarn/tables/ldap_conn.hpp"
 #include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
 #include "tests/tarnctl/tarnctl.h"
@@ -187,6 +188,19 @@ TEST_F(Batch, NeedsOnlyAFile) {
     const Outcome empty = on_store({"set", "-"}, "# nothing\n");
     EXPECT_EQ(empty.exit_code, 0);
     EXPECT_EQ(empty.out, "no record changed\n");
+}
+
+TEST_F(Batch, WithATableByIdDoesNotMakeItsTypeUnambiguous) {
+    {
+        const tarn::store opened = tarn::store::open(store);
+        tarn::table<tarn::ldap_conn>::open_or_create_id(tarn::session(opened), 0);
+    }
+    const Outcome outcome = refused(
+        "insert ldap_conn#0 sname=new.example\n"
+        "insert ldap_conn sname=new.example\n");
+    EXPECT_EQ(outcome.exit_code, 2);
+    EXPECT_NE(outcome.err.find("the store holds several tables `tbl_ldap_conn`"), std::string::npos)
+        << outcome.err;
 }
 
 TEST_F(Batch, RunsThousandsOfCommands) {

@@ -10,7 +10,6 @@
 
 #include "base/failure.h"
 #include "query/filter.h"
-#include "tarnbase/module.h"
 #include "terminal/progress.h"
 
 namespace tarnctl {
@@ -61,12 +60,6 @@ void assign(const Record &record, uint32_t tx_id, const Assignment &assignment) 
         case Operation::subtract:
             return value.subtract(std::stoull(assignment.text));
     }
-}
-
-// The tables that orders refer to.
-std::string text_of(const TableReference &reference) {
-    return fmt::format("{}:{}#{}", reference.table->name, reference.name.value_or(""),
-                       reference.id.value_or(0));
 }
 
 }  // namespace
@@ -191,14 +184,14 @@ void Editor::perform(uint32_t tx_id, const Order &order) {
 }
 
 const Instance &Editor::instance_of(const Order &order) {
-    const std::string text = text_of(order.table);
+    const std::string text = order.table.text();
     const auto known = instances_.find(text);
     if (known != instances_.end()) return known->second;
     return instances_.emplace(text, find_instance(store_, order.table)).first->second;
 }
 
 bool Editor::is_known(const Order &order) const {
-    return instances_.count(text_of(order.table)) != 0;
+    return instances_.count(order.table.text()) != 0;
 }
 
 bool Editor::is_held(const Order &order) const {
@@ -217,7 +210,7 @@ void Editor::check_table(const Order &order) const {
 }
 
 void Editor::make_table(const Order &order, std::vector<Instance> &made) {
-    const std::string text = text_of(order.table);
+    const std::string text = order.table.text();
     if (instances_.count(text) != 0) return;
     if (!order.create) check_table(order);
     const Instance instance = find_or_make_instance(store_, order.table);
@@ -245,7 +238,7 @@ void Editor::run(const std::vector<Order> &orders) {
         std::set<std::string> seen;
         // All references are resolved before any table is made, which could make a name ambiguous.
         for_each_order(orders, [&](const Order &order) {
-            if (seen.insert(text_of(order.table)).second && is_held(order)) instance_of(order);
+            if (seen.insert(order.table.text()).second && is_held(order)) instance_of(order);
         });
         for_each_order(orders, [&](const Order &order) {
             if (order.verb == Verb::insert) make_table(order, made);

@@ -23,11 +23,6 @@ const void *key_of(const Record &record, uint32_t tx_id, uint32_t &number) {
     return &number;
 }
 
-std::string text_of(const TableReference &reference) {
-    if (!reference.name && !reference.id) return std::string(reference.table->name);
-    return TableHead{reference.table, reference.name.value_or(""), reference.id}.full_name();
-}
-
 void mark_pending(kel_handle *handle, uint32_t tx_id, kel_record *record) {
     handle->write_log_hook(handle->arena, &record->flags, sizeof record->flags, tx_id);
     record->flags |= KEL_RECORD_PENDING_DESTROY;
@@ -55,8 +50,8 @@ bool Importer::is_chosen(const TableHead &head) {
 }
 
 void Importer::begin_table(const TableHead &head) {
-    passing_over_ = !is_chosen(head);
-    if (passing_over_) return;
+    skips_table_ = !is_chosen(head);
+    if (skips_table_) return;
     ++counts_.tables;
     current_name_ = one_line(head.full_name());
     current_ = open(head);
@@ -89,7 +84,7 @@ Instance Importer::open(const TableHead &head) {
 }
 
 void Importer::take(const std::string &place, const Build &build) {
-    if (passing_over_) return;
+    if (skips_table_) return;
     std::string at = place;
     try {
         Draft draft(store_, tx_id_, *current_.table);
@@ -116,7 +111,7 @@ void Importer::insert(Draft &draft) {
     };
     uint32_t err = attempt();
     if (err == EEXIST) {
-        if (!make_way(draft)) {
+        if (!remove_present(draft)) {
             ++counts_.kept;
             return;
         }
@@ -129,7 +124,7 @@ void Importer::insert(Draft &draft) {
     ++counts_.inserted;
 }
 
-bool Importer::make_way(const Draft &draft) {
+bool Importer::remove_present(const Draft &draft) {
     if (options_.on_conflict == OnConflict::keep) return false;
     const Record record = draft.record();
     if (options_.on_conflict == OnConflict::fail)
@@ -163,7 +158,7 @@ void Importer::check_chosen(const std::string &document) const {
         if (found_[i]) continue;
         const TableReference &missing = options_.tables[i];
         throw Failure(Exit::difference,
-                      fmt::format("{} holds no table `{}`", document, text_of(missing)));
+                      fmt::format("{} holds no table `{}`", document, missing.text()));
     }
 }
 

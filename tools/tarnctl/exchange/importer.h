@@ -53,8 +53,8 @@ class Importer : public Sink {
     bool is_chosen(const TableHead &head);
     Instance open(const TableHead &head);
     void insert(Draft &draft);
-    // False if the present record stays.
-    bool make_way(const Draft &draft);
+    // Removes the record with the draft's key. Returns false if that is kept.
+    bool remove_present(const Draft &draft);
 
     const Store &store_;
     uint32_t tx_id_;
@@ -63,7 +63,7 @@ class Importer : public Sink {
     std::vector<Instance> made_;
     Instance current_{};
     std::string current_name_;
-    bool passing_over_ = true;
+    bool skips_table_ = true;
     ImportCounts counts_;
 };
 

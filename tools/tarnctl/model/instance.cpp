@@ -58,13 +58,6 @@ std::string list_of(const std::vector<Instance> &instances) {
     return list;
 }
 
-std::string text_of(const TableReference &reference) {
-    std::string text(reference.table->name);
-    if (reference.name) text += ":" + *reference.name;
-    if (reference.id) text += fmt::format("#{}", *reference.id);
-    return text;
-}
-
 Instance the_one(const std::vector<Instance> &found, const TableReference &reference) {
     if (found.size() > 1)
         throw Failure(Exit::usage, fmt::format("the store holds several tables `{}`: {}",
@@ -84,6 +77,13 @@ std::string Instance::name() const {
 std::string Instance::full_name() const {
     const bool by_name = block->open_mode == KEL_OPEN_BY_NAME;
     return fmt::format("{}{}{}", table->name, by_name ? ":" : "", name());
+}
+
+std::string TableReference::text() const {
+    std::string text(table->name);
+    if (name) text += ":" + *name;
+    if (id) text += fmt::format("#{}", *id);
+    return text;
 }
 
 bool TableReference::means(const Instance &instance) const {
@@ -141,7 +141,7 @@ std::vector<Instance> instances_of(const Store &store, const Table &table) {
 Instance find_instance(const Store &store, const TableReference &reference) {
     const std::vector<Instance> found = instances_named(store, reference);
     if (!found.empty()) return the_one(found, reference);
-    std::string text = fmt::format("{} holds no table `{}`", store.path(), text_of(reference));
+    std::string text = fmt::format("{} holds no table `{}`", store.path(), reference.text());
     const std::vector<Instance> others = instances_of(store, *reference.table);
     if (!others.empty()) text += fmt::format("; it holds {}", list_of(others));
     throw Failure(Exit::difference, text);
@@ -163,10 +163,10 @@ Instance find_or_make_instance(const Store &store, const TableReference &referen
         throw Failure(
             Exit::difference,
             fmt::format("{} holds no table `{}`; a table is made under a name, as `{}:NAME`",
-                        store.path(), text_of(reference), reference.table->name));
+                        store.path(), reference.text(), reference.table->name));
     if (reference.name && reference.name->empty())
         throw Failure(Exit::usage,
-                      fmt::format("`{}`: expected a name after `:`", text_of(reference)));
+                      fmt::format("`{}`: expected a name after `:`", reference.text()));
     const Table &table = *reference.table;
     const std::string name = reference.name ? *reference.name : usual_name(table);
     uint32_t err = 0;

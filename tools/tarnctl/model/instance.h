@@ -38,6 +38,8 @@ struct TableReference {
     std::optional<std::string> name;
     std::optional<uint64_t> id;
 
+    // "tbl_ldap_conn", "tbl_ldap_conn:ldap" or "tbl_ldap_conn#7".
+    std::string text() const;
     // Whether the reference names the instance.
     bool means(const Instance &instance) const;
 };
