@@ -16,7 +16,7 @@ namespace tarnctl {
 namespace {
 
 // The header of a frame has a stamp of the handle that wrote it, and isn't compared.
-constexpr std::size_t frame_body = 27;
+constexpr std::size_t frame_body = KEL_MESSAGE_HEADER_SIZE;
 
 // A state flag as a field.
 const Field state_field = [] {
@@ -32,6 +32,7 @@ struct Pair {
     const Instance &any() const { return a ? *a : *b; }
 };
 
+// Not TableReference::means: a side read from an export has its tables by id under names, as `#7`.
 bool is_chosen(const Instance &instance, const std::vector<TableReference> &tables) {
     if (tables.empty()) return true;
     return std::any_of(tables.begin(), tables.end(), [&](const TableReference &each) {

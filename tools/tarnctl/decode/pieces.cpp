@@ -7,12 +7,14 @@
 #include <cstring>
 
 #include "decode/decoder.h"
+#include "exchange/frames.h"
 #include "tarnbase/runtime.h"
 
 namespace tarnctl {
 namespace {
 
-constexpr std::size_t luid_size = 16;
+using frames::luid_size;
+
 constexpr std::size_t jump_size = 4;
 
 std::string hexadecimal(Bytes bytes) {
@@ -68,7 +70,7 @@ void Decoder::frame(const Table *table) {
     in_.take(4, "stamp", std::to_string(in_.peek_number(4, "stamp")));
     const uint64_t length = in_.peek_number(4, "length");
     const bool sound =
-        length >= KEL_MESSAGE_HEADER_SIZE + luid_size && length <= in_.left() + (in_.at() - start);
+        length >= frames::frame_header_size && length <= in_.left() + (in_.at() - start);
     in_.take(
         4, "length",
         sound ? std::to_string(length)

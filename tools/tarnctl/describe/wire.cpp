@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "exchange/frames.h"
 #include "model/value.h"
 #include "model/value_type.h"
 
@@ -12,7 +13,6 @@ namespace tarnctl {
 namespace {
 
 constexpr uint64_t object_header = 1 + 1 + 4;  // variant, flags, jump
-constexpr uint64_t record_header = 27 + 16;    // message header, LUID
 
 void add(WireSize &size, const WireSize &part, const std::string &prefix) {
     size.fixed += part.fixed;
@@ -43,7 +43,7 @@ WireSize wire_size(const Structure &structure, int variant) {
 }
 
 WireSize wire_size(const Table &table) {
-    WireSize size{record_header, 0, {}};
+    WireSize size{frames::frame_header_size, 0, {}};
     add(size, wire_size(*table.type, top_variant(*table.type)), "");
     if (table.key_type != nullptr)
         add(size, wire_size(*table.key_type, top_variant(*table.key_type)), "");

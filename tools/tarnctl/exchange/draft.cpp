@@ -14,9 +14,8 @@
 namespace tarnctl {
 namespace {
 
-constexpr unsigned char frame_marker = 188;
 constexpr std::size_t frame_length_offset = 12;
-constexpr std::size_t frame_luid_offset = 27;
+constexpr std::size_t frame_luid_offset = KEL_MESSAGE_HEADER_SIZE;
 
 tarn::tracking mode(bool tracked) { return tracked ? tarn::tracking::on : tarn::tracking::off; }
 
@@ -82,8 +81,8 @@ void Draft::check_frame(std::string_view frame) const {
     if (frame.size() <= frames::object_flags_offset)
         throw bad_frame(fmt::format("expected at least {} bytes, not {}",
                                     frames::object_flags_offset + 1, frame.size()));
-    if (static_cast<unsigned char>(frame[0]) != frame_marker)
-        throw bad_frame(fmt::format("expected the marker {} at byte 0", frame_marker));
+    if (static_cast<unsigned char>(frame[0]) != KEL_MESSAGE_MARKER)
+        throw bad_frame(fmt::format("expected the marker {} at byte 0", KEL_MESSAGE_MARKER));
     if (frames::number_at(frame, frame_length_offset, 4) != frame.size())
         throw bad_frame(fmt::format("its header declares {} bytes, but it has {}",
                                     frames::number_at(frame, frame_length_offset, 4),

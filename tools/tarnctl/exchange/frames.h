@@ -38,6 +38,7 @@
 #include <string_view>
 
 #include "model/record.h"
+#include "tarnbase/runtime.h"
 
 namespace tarnctl {
 namespace frames {
@@ -46,8 +47,8 @@ inline constexpr char table_mark = 'T';
 inline constexpr char record_mark = 'R';
 inline constexpr char end_mark = 'E';
 
-inline constexpr std::size_t luid_size = 16;
-inline constexpr std::size_t frame_header_size = 27 + luid_size;
+inline constexpr std::size_t luid_size = sizeof kel_type_info::luid;
+inline constexpr std::size_t frame_header_size = KEL_MESSAGE_HEADER_SIZE + luid_size;
 // The offset of the data object's flags in a frame.
 inline constexpr std::size_t object_flags_offset = frame_header_size + 1;
 

@@ -40,7 +40,7 @@ class Parser {
                       [this] { return joined(Shape::all, "AND", [this] { return part(); }); });
     }
 
-    // NOLINTNEXTLINE(misc-no-recursion): likewise
+    // NOLINTNEXTLINE(misc-no-recursion): as deep as parentheses nest
     ConditionText part() {
         if (++depth_ > deepest) lexer_.fail("fewer parentheses and negations inside one another");
         ConditionText result = part_at_depth();
@@ -48,7 +48,7 @@ class Parser {
         return result;
     }
 
-    // NOLINTNEXTLINE(misc-no-recursion): likewise
+    // NOLINTNEXTLINE(misc-no-recursion): as deep as parentheses nest
     ConditionText part_at_depth() {
         if (lexer_.take_keyword("NOT")) return {Shape::negation, {}, {part()}};
         if (!lexer_.take('(')) return {Shape::comparison, comparison(), {}};
