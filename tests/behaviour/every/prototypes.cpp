@@ -98,17 +98,6 @@ bool Prototype::ends_with(const std::string &end) const {
            name.compare(name.size() - end.size(), end.size(), end) == 0;
 }
 
-const std::vector<Prototype> &all_prototypes() {
-    static const std::vector<Prototype> all = [] {
-        std::vector<Prototype> together;
-        for (const auto &item : by_item()) {
-            together.insert(together.end(), item.second.begin(), item.second.end());
-        }
-        return together;
-    }();
-    return all;
-}
-
 std::vector<Prototype> prototypes_of(const std::string &item) { return by_item().at(item); }
 
 }  // namespace tarn::test

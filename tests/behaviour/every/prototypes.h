@@ -28,9 +28,8 @@ struct Prototype {
     bool returns_pointer() const { return result.back() == '*'; }
 };
 
-// All functions in the headers that the schema compiler wrote.
-const std::vector<Prototype> &all_prototypes();
-// Those of one table, structure or enumeration.
+// The functions of one table, structure or enumeration, in the header that the schema compiler
+// wrote.
 std::vector<Prototype> prototypes_of(const std::string &item);
 
 }  // namespace tarn::test
