@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -30,6 +33,38 @@ std::string member(const std::string &name) {
     tarnc::Field field;
     field.name = name;
     return tarnc::face_member(structure, field);
+}
+
+// What a hand-written header of the interface declares in its namespace.
+Names declared_in(const std::filesystem::path &header) {
+    static const std::regex declaration(
+        R"(^(?:(?:class|struct|enum class|using) (?:\[\[\w+\]\] )?|[a-z][\w:<>,&* ]* &?)(\w+)(?: |;|\(|$).*)");
+    Names names;
+    std::ifstream lines(header);
+    std::smatch match;
+    bool is_inside = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "namespace tarn {" || line == "}  // namespace detail") is_inside = true;
+        else if (line == "namespace detail {" || line == "}  // namespace tarn") is_inside = false;
+        else if (is_inside && std::regex_match(line, match, declaration)) names.push_back(match[1]);
+    }
+    return names;
+}
+
+TEST(Face, NoItemHasANameOfTheInterface) {
+    Names all;
+    for (const auto &header : std::filesystem::directory_iterator(TARNBASE_FACE_HEADERS)) {
+        const Names names = declared_in(header.path());
+        all.insert(all.end(), names.begin(), names.end());
+    }
+    ASSERT_GT(all.size(), 30U);
+    for (const std::string &name : all) {
+        tarnc::Schema schema;
+        schema.structures.emplace_back().name = "st_" + name;
+        tarnc::Diagnostics diagnostics;
+        tarnc::check_face(schema, diagnostics);
+        EXPECT_FALSE(diagnostics.clean()) << name;
+    }
 }
 
 TEST(Face, StructuresLoseTheirPrefix) {
