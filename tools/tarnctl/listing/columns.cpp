@@ -78,7 +78,7 @@ std::vector<ListingColumn> all_columns(const Table &table) {
     return columns;
 }
 
-std::vector<ListingColumn> telling_columns(const Table &table, const std::vector<Record> &records) {
+std::vector<ListingColumn> useful_columns(const Table &table, const std::vector<Record> &records) {
     const auto any = [&](auto is) { return std::any_of(records.begin(), records.end(), is); };
     std::vector<ListingColumn> columns;
     if (any([](const Record &each) { return each.tenant() != 0; }))

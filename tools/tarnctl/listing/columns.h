@@ -34,7 +34,7 @@ ListingColumn single_column(const Table &table, const std::string &name);
 // All fields, after the tenant and the source.
 std::vector<ListingColumn> all_columns(const Table &table);
 // All fields, after those of tenant, source and pending that aren't the same in all records.
-std::vector<ListingColumn> telling_columns(const Table &table, const std::vector<Record> &records);
+std::vector<ListingColumn> useful_columns(const Table &table, const std::vector<Record> &records);
 
 // The reader of a cell: a person, for whom an array is "1440 values", or a program.
 enum class Reader { person, program };

@@ -63,7 +63,7 @@ std::vector<bool> blank_columns(const Listing &listing, const std::vector<Listin
 // Returns false, and prints nothing, if a list is more readable.
 bool print_table(std::ostream &out, const Listing &listing, const Screen &screen) {
     const std::vector<ListingColumn> columns =
-        columns_or(listing, telling_columns(*listing.instance.table, listing.selection.records));
+        columns_or(listing, useful_columns(*listing.instance.table, listing.selection.records));
     Grid grid = grid_of(listing, columns);
     std::size_t left_out = 0;
     std::size_t fewest = 0;
@@ -74,8 +74,8 @@ bool print_table(std::ostream &out, const Listing &listing, const Screen &screen
         left_out = grid.leave_out_to_fit(kept, screen, blank_columns(listing, columns));
         fewest = std::min(kept + fewest_columns, columns.size());
     }
-    const bool is_telling = grid.is_readable(screen) && grid.columns() >= fewest;
-    if (listing.form == Form::automatic && !is_telling) return false;
+    const bool is_readable = grid.is_readable(screen) && grid.columns() >= fewest;
+    if (listing.form == Form::automatic && !is_readable) return false;
     grid.print(out, screen);
     if (screen.is_terminal || left_out > 0) print_summary(out, listing, left_out, screen);
     return true;
