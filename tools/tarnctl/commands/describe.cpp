@@ -11,12 +11,11 @@
 
 #include "base/options.h"
 #include "commands/command.h"
+#include "model/instance.h"
 #include "terminal/pager.h"
 
 namespace tarnctl {
 namespace {
-
-constexpr std::string_view table_prefix = "tbl_";
 
 struct Options {
     std::string name;

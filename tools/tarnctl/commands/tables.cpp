@@ -21,8 +21,6 @@
 namespace tarnctl {
 namespace {
 
-constexpr std::string_view table_prefix = "tbl_";
-
 struct Options {
     std::string store;
     std::string pattern;

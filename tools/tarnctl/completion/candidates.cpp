@@ -16,8 +16,6 @@
 namespace tarnctl {
 namespace {
 
-constexpr std::string_view table_prefix = "tbl_";
-
 // Adds candidates that begin with the word.
 class Collector {
  public:
@@ -52,11 +50,11 @@ void add_instances(Collector &collector, const Line &line) {
     std::string path = line.given_to("store");
     if (path.empty() && of_environment != nullptr) path = of_environment;
     if (path.empty()) return;
-    const bool is_asked = line.word.find_first_of(":#") != std::string::npos;
+    const bool has_instance = line.word.find_first_of(":#") != std::string::npos;
     try {
         const Store store = Store::open_to_read(path);
         for (const Instance &each : instances(store)) {
-            if (!is_asked && instances_of(store, *each.table).size() < 2) continue;
+            if (!has_instance && instances_of(store, *each.table).size() < 2) continue;
             const std::string name = each.full_name();
             if (!collector.add(name, each.table->meaning))
                 collector.add(std::string_view(name).substr(table_prefix.size()),
@@ -73,7 +71,7 @@ void add_types(Collector &collector) {
     for (const ValueType &each : value_types()) collector.add(each.name, each.meaning);
 }
 
-// The fields of the structures that the word names.
+// The commands of the command that the arguments name, for help.
 void add_commands(Collector &collector, const Line &line) {
     const cli::Command *outer = &line.command->program();
     for (const std::string &name : line.arguments)

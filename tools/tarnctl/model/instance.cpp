@@ -14,8 +14,6 @@
 namespace tarnctl {
 namespace {
 
-constexpr std::string_view table_prefix = "tbl_";
-
 // With and without "tbl_", so that a suggestion has the form that was written.
 std::vector<std::string_view> table_names() {
     std::vector<std::string_view> names;

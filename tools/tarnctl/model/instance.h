@@ -21,6 +21,9 @@
 
 namespace tarnctl {
 
+// Every table's name begins with it.
+inline constexpr std::string_view table_prefix = "tbl_";
+
 // A table that is open in a store.
 struct Instance {
     const Table *table;

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <iterator>
 
+#include "model/instance.h"
+
 namespace tarnctl {
 namespace {
-
-constexpr std::string_view table_prefix = "tbl_";
 
 struct Kept {
     std::string_view table;
