@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/crash/link.h"
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+#include "tarnbase/runtime.h"
+#include "tests/crash/inspect.h"
+#include "tests/crash/plan.h"
+#include "tests/crash/player.h"
+
+namespace crash {
+
+namespace {
+
+// A process that takes longer waits for something.
+constexpr unsigned most_seconds = 10;
+
+void note(Journal &journal, const std::string &failure) {
+    if (journal.failure[0] != 0) return;
+    const std::size_t length = std::min(failure.size(), sizeof journal.failure - 1);
+    std::memcpy(journal.failure, failure.data(), length);
+}
+
+void note_trace(void *context, std::uint16_t, std::uint32_t level, const char *text) {
+    if (level <= KEL_TRACE_ERROR) note(*static_cast<Journal *>(context), text);
+}
+
+void check(const Link &link, const tarn::store &store, Journal &journal) {
+    const State found = inspect(store);
+    const kel_store_description description = store.describe();
+    journal.blocks = description.blocks;
+    journal.tables = description.tables;
+    journal.types = description.types;
+    journal.is_before = found == link.before;
+    journal.is_after = found == link.after;
+    if (!journal.is_before && !journal.is_after) {
+        throw std::runtime_error("before the event in flight: " + difference(found, link.before) +
+                                 "; after it: " + difference(found, link.after));
+    }
+    journal.is_checked = true;
+}
+
+void work(const Link &link, tarn::store &store, Journal &journal) {
+    Player player(store);
+    player.begun = [&] { journal.begun += 1; };
+    player.done = [&] { journal.done += 1; };
+    State state = journal.is_before ? link.before : link.after;
+    for (std::uint64_t i = 0; i < link.rounds; ++i) {
+        const Round round = round_of(link, i, state);
+        player.play(round);
+        advance(state, round, events(round));
+    }
+}
+
+void live(const Link &link, Journal &journal) {
+    kel_trace_set_sink(note_trace, &journal);
+    kel_store_options options{};
+    options.capacity = 1ULL << 30;
+    options.base = reinterpret_cast<void *>(0x2100'0000'0000);
+    arm(link.kill_at, link.stores);
+    {
+        tarn::store store = tarn::store::open_or_create(link.path, options);
+        pause();
+        check(link, store, journal);
+        resume();
+        work(link, store, journal);
+    }
+    pause();
+    journal.points = points();
+    journal.is_finished = true;
+}
+
+[[noreturn]] void live_and_end(const Link &link, Journal &journal) {
+    ::alarm(most_seconds);
+    try {
+        live(link, journal);
+    } catch (const std::exception &error) {
+        pause();
+        note(journal, error.what());
+    }
+    ::_exit(journal.failure[0] == 0 ? 0 : 1);
+}
+
+}  // namespace
+
+Round round_of(const Link &link, std::uint64_t number, const State &state) {
+    if (number == 0) return opening_round();
+    return random_round(state, mix(link.seed, number), link.together);
+}
+
+std::string run(const Link &link, Journal &journal) {
+    journal = {};
+    const pid_t child = ::fork();
+    if (child < 0) throw std::runtime_error("fork");
+    if (child == 0) live_and_end(link, journal);
+    int status = 0;
+    if (::waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid");
+    if (journal.failure[0] != 0) return journal.failure;
+    if (WIFSIGNALED(status)) {
+        if (WTERMSIG(status) == SIGKILL) return "";
+        return WTERMSIG(status) == SIGALRM
+                   ? "the process hangs"
+                   : std::string("the process ended by signal ") + ::strsignal(WTERMSIG(status));
+    }
+    return journal.is_finished ? "" : "the process ended before its time";
+}
+
+}  // namespace crash

@@ -1,0 +1,49 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// One link of a chain: a process opens the store, checks it, works on and is killed.
+#ifndef TESTS_CRASH_LINK_H
+#define TESTS_CRASH_LINK_H
+
+#include <cstdint>
+#include <string>
+
+#include "tests/crash/model.h"
+#include "tests/crash/points.h"
+
+namespace crash {
+
+// What the process leaves in memory that it shares with its parent.
+struct Journal {
+    std::uint64_t begun;  // events, since the link began
+    std::uint64_t done;
+    std::uint64_t points;  // counted, if the process ended by itself
+    std::uint64_t blocks;  // of the store when it was checked
+    std::uint32_t tables;
+    std::uint32_t types;
+    bool is_checked;  // the numbers above are right
+    bool is_before;   // the content is that before the event in flight
+    bool is_after;    // or that after it
+    bool is_finished;
+    char failure[1000];  // empty: none
+};
+
+struct Link {
+    std::string path;       // of the store
+    std::uint64_t seed;     // of the rounds
+    std::uint64_t kill_at;  // a point; 0: none
+    Stores stores;
+    std::uint64_t rounds;  // the process ends after these
+    bool together;
+    const State &before;  // what the store may contain
+    const State &after;
+};
+
+// The rounds of a link: the first one opens, the others are random.
+Round round_of(const Link &link, std::uint64_t number, const State &state);
+
+// Runs the link in a process of its own. Returns how it ended, "" if it was killed at its point
+// or finished, and the journal says which.
+std::string run(const Link &link, Journal &journal);
+
+}  // namespace crash
+
+#endif

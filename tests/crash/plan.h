@@ -1,0 +1,21 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The random workload: rounds of operations, made from a seed and the state that they find.
+#ifndef TESTS_CRASH_PLAN_H
+#define TESTS_CRASH_PLAN_H
+
+#include "tests/crash/model.h"
+
+namespace crash {
+
+// Makes and opens everything that the other rounds use.
+Round opening_round();
+// A round of one transaction, usual or large, or of a checkpoint; if `together`, also of two
+// transactions that are open at the same time.
+Round random_round(const State &state, std::uint64_t seed, bool together);
+
+// A random number of a sequence, for seeds of seeds.
+std::uint64_t mix(std::uint64_t seed, std::uint64_t position);
+
+}  // namespace crash
+
+#endif

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+// Compiled without instrumentation, as are the other parts that it is linked with.
+#include "tests/crash/points.h"
+
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+
+namespace crash {
+
+namespace {
+
+// Plain data: used before any constructor has run, and by threads that the runtime starts.
+std::atomic<bool> counting{false};
+std::atomic<std::uint64_t> counted{0};
+std::uint64_t last = 0;
+Stores which = Stores::every;
+
+struct Range {
+    std::uintptr_t begin;
+    std::uintptr_t end;
+};
+constexpr std::size_t most_ranges = 64;
+Range ranges[most_ranges];
+
+bool counts(const void *address) {
+    if (which == Stores::every) return true;
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    for (const Range &range : ranges) {
+        if (at >= range.begin && at < range.end) return true;
+    }
+    return false;
+}
+
+bool count() { return counted.fetch_add(1, std::memory_order_relaxed) + 1 == last; }
+
+}  // namespace
+
+void arm(std::uint64_t n, Stores stores) {
+    counted = 0;
+    last = n;
+    which = stores;
+    counting = true;
+}
+
+void pause() { counting = false; }
+void resume() { counting = true; }
+std::uint64_t points() { return counted; }
+
+void die() {
+    ::syscall(SYS_kill, ::getpid(), SIGKILL);
+    ::_exit(1);
+}
+
+bool is_last(const void *address) {
+    return counting.load(std::memory_order_relaxed) && counts(address) && count();
+}
+
+bool is_last_call() { return counting.load(std::memory_order_relaxed) && count(); }
+
+void point(const void *address) {
+    if (is_last(address)) die();
+}
+
+void call_point() {
+    if (is_last_call()) die();
+}
+
+void shared_mapping(const void *address, std::size_t length) {
+    const auto begin = reinterpret_cast<std::uintptr_t>(address);
+    for (Range &range : ranges) {
+        if (range.begin != range.end) continue;
+        range = {begin, begin + length};
+        return;
+    }
+    // A range that isn't known would hide its stores.
+    ::abort();
+}
+
+void no_mapping(const void *address, std::size_t length) {
+    const auto begin = reinterpret_cast<std::uintptr_t>(address);
+    for (Range &range : ranges) {
+        if (range.begin >= begin && range.begin < begin + length) range = {0, 0};
+    }
+}
+
+}  // namespace crash
