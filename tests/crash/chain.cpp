@@ -18,6 +18,11 @@ namespace crash {
 namespace {
 
 constexpr std::size_t chain_length = 10;
+// Limits of the random kills.
+constexpr double most_stores = 20'000;
+constexpr double most_shared = 4'000;
+constexpr double most_instructions = 20'000;
+constexpr std::uint64_t most_event = 16;
 // More rounds than a process survives.
 constexpr std::uint64_t most_rounds = 60;
 // The last process, which isn't killed, shows that the store is usable.
@@ -117,13 +122,21 @@ std::string left_over(const std::string &folder) {
 
 std::vector<Kill> random_kills(std::uint64_t seed) {
     std::mt19937_64 engine(mix(seed, 0));
+    // As many early deaths, when the store is opened, as late ones.
+    const auto up_to = [&](double most) {
+        const double part = static_cast<double>(engine() % 10000) / 10000;
+        return static_cast<std::uint64_t>(std::exp(std::log(most) * part));
+    };
     std::vector<Kill> kills;
     for (std::size_t i = 0; i < chain_length; ++i) {
-        const Stores stores = engine() % 2 == 0 ? Stores::every : Stores::shared;
-        // As many early deaths, when the store is opened, as late ones.
-        const double most = std::log(stores == Stores::every ? 20000.0 : 4000.0);
-        const double part = static_cast<double>(engine() % 10000) / 10000;
-        kills.push_back({static_cast<std::uint64_t>(std::exp(most * part)), stores});
+        const std::uint64_t which = engine() % 8;
+        if (which == 0) {
+            kills.push_back({engine() % most_event, Stores::every, up_to(most_instructions)});
+        } else if (which < 5) {
+            kills.push_back({up_to(most_shared), Stores::shared, 0});
+        } else {
+            kills.push_back({up_to(most_stores), Stores::every, 0});
+        }
     }
     return kills;
 }
@@ -140,8 +153,7 @@ Result run(const Chain &chain, const std::string &folder) {
         const bool only_checks = i > chain.kills.size();
         const Link link{folder + "/store",
                         mix(chain.seed, i),
-                        is_killed ? chain.kills[i].at : 0,
-                        is_killed ? chain.kills[i].stores : Stores::every,
+                        is_killed ? chain.kills[i] : Kill{},
                         is_killed     ? most_rounds
                         : only_checks ? 0
                                       : last_rounds,

@@ -7,14 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/crash/points.h"
+#include "tests/crash/link.h"
 
 namespace crash {
-
-struct Kill {
-    std::uint64_t at;
-    Stores stores;
-};
 
 struct Chain {
     std::uint64_t seed;

@@ -44,24 +44,27 @@ struct Progress {
 
 constexpr const char *usage =
     "usage: crash_test [--kills N] [--jobs N] [--all] [--together]\n"
-    "       crash_test --seed S [--at N[s],...]\n"
+    "       crash_test --seed S [--at N[s|:I],...]\n"
     "Kills processes at the stores of the runtime and checks what they leave.\n"
     "  --kills N    end after N kills; TARNBASE_CRASH_KILLS sets the default\n"
     "  --jobs N     run N chains at a time\n"
     "  --all        go on after a failure\n"
     "  --together   also two transactions that are open at the same time\n"
     "  --seed S     run one chain\n"
-    "  --at N,...   kill its processes at these points; Ns: at the n-th shared store\n";
+    "  --at N,...   kill its processes at these points; Ns: at the n-th shared store;\n"
+    "               N:I: I instructions after the begin of the n-th commit or opening\n";
 
 std::vector<Kill> parse_kills(const char *text) {
     std::vector<Kill> kills;
     while (*text != 0) {
         char *end = nullptr;
-        Kill kill{std::strtoull(text, &end, 10), Stores::every};
+        Kill kill{std::strtoull(text, &end, 10), Stores::every, 0};
         if (end == text) throw std::invalid_argument(text);
         if (*end == 's') {
             kill.stores = Stores::shared;
             ++end;
+        } else if (*end == ':') {
+            kill.instructions = std::strtoull(end + 1, &end, 10);
         }
         kills.push_back(kill);
         text = *end == ',' ? end + 1 : end;
@@ -113,7 +116,8 @@ std::string text_of(const std::vector<Kill> &kills) {
     std::string text;
     for (const Kill &kill : kills) {
         text += (text.empty() ? "" : ",") + std::to_string(kill.at) +
-                (kill.stores == Stores::shared ? "s" : "");
+                (kill.stores == Stores::shared ? "s" : "") +
+                (kill.instructions != 0 ? ":" + std::to_string(kill.instructions) : "");
     }
     return text;
 }
@@ -137,7 +141,7 @@ Chain chain_of(const Options &options, std::uint64_t number, std::uint64_t sweep
                 options.together};
     }
     if (number < sweep) {
-        return {options.seed, {{number + 1, Stores::shared}}, options.together};
+        return {options.seed, {{number + 1, Stores::shared, 0}}, options.together};
     }
     return {number, random_kills(number), options.together};
 }

@@ -2,6 +2,7 @@
 #include "tests/crash/link.h"
 
 #include <signal.h>
+#include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -46,9 +47,17 @@ void check(const Link &link, const tarn::store &store, Journal &journal) {
     journal.is_checked = true;
 }
 
+// From here on the parent counts instructions.
+void stop_at(const Link &link, std::uint64_t event) {
+    if (link.kill.instructions != 0 && link.kill.at == event) ::raise(SIGSTOP);
+}
+
 void work(const Link &link, tarn::store &store, Journal &journal) {
     Player player(store);
-    player.begun = [&] { journal.begun += 1; };
+    player.begun = [&] {
+        journal.begun += 1;
+        stop_at(link, journal.begun);
+    };
     player.done = [&] { journal.done += 1; };
     State state = journal.is_before ? link.before : link.after;
     for (std::uint64_t i = 0; i < link.rounds; ++i) {
@@ -63,8 +72,9 @@ void live(const Link &link, Journal &journal) {
     kel_store_options options{};
     options.capacity = 1ULL << 30;
     options.base = reinterpret_cast<void *>(0x2100'0000'0000);
-    arm(link.kill_at, link.stores);
+    arm(link.kill.instructions == 0 ? link.kill.at : 0, link.kill.stores);
     {
+        stop_at(link, 0);
         tarn::store store = tarn::store::open_or_create(link.path, options);
         pause();
         check(link, store, journal);
@@ -78,6 +88,7 @@ void live(const Link &link, Journal &journal) {
 
 [[noreturn]] void live_and_end(const Link &link, Journal &journal) {
     ::alarm(most_seconds);
+    if (link.kill.instructions != 0) ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     try {
         live(link, journal);
     } catch (const std::exception &error) {
@@ -94,13 +105,42 @@ Round round_of(const Link &link, std::uint64_t number, const State &state) {
     return random_round(state, mix(link.seed, number), link.together);
 }
 
+namespace {
+
+// Lets a traced process run to where it stops itself, steps on and kills it. Returns its status.
+int step(const Link &link, pid_t child) {
+    int status = 0;
+    std::uint64_t steps = link.kill.instructions;
+    bool is_stepping = false;
+    while (::waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
+        const int signal = WSTOPSIG(status);
+        is_stepping = is_stepping || signal == SIGSTOP;
+        if (is_stepping && steps-- == 0) {
+            ::kill(child, SIGKILL);
+            continue;
+        }
+        const bool is_ours = signal == SIGSTOP || signal == SIGTRAP;
+        ::ptrace(is_stepping ? PTRACE_SINGLESTEP : PTRACE_CONT, child, nullptr,
+                 reinterpret_cast<void *>(static_cast<std::uintptr_t>(is_ours ? 0 : signal)));
+    }
+    return status;
+}
+
+int wait_for(const Link &link, pid_t child) {
+    if (link.kill.instructions != 0) return step(link, child);
+    int status = 0;
+    if (::waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid");
+    return status;
+}
+
+}  // namespace
+
 std::string run(const Link &link, Journal &journal) {
     journal = {};
     const pid_t child = ::fork();
     if (child < 0) throw std::runtime_error("fork");
     if (child == 0) live_and_end(link, journal);
-    int status = 0;
-    if (::waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid");
+    const int status = wait_for(link, child);
     if (journal.failure[0] != 0) return journal.failure;
     if (WIFSIGNALED(status)) {
         if (WTERMSIG(status) == SIGKILL) return "";

@@ -26,11 +26,17 @@ struct Journal {
     char failure[1000];  // empty: none
 };
 
+// Where a process dies.
+struct Kill {
+    std::uint64_t at = 0;  // a point; 0: none. With `instructions`: an event, 0: the opening
+    Stores stores = Stores::every;
+    std::uint64_t instructions = 0;  // single steps from the event on
+};
+
 struct Link {
-    std::string path;       // of the store
-    std::uint64_t seed;     // of the rounds
-    std::uint64_t kill_at;  // a point; 0: none
-    Stores stores;
+    std::string path;    // of the store
+    std::uint64_t seed;  // of the rounds
+    Kill kill;
     std::uint64_t rounds;  // the process ends after these
     bool together;
     const State &before;  // what the store may contain
