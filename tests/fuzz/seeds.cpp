@@ -12,6 +12,7 @@
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/forms.h"
 #include "tests/fuzz/mutate.h"
+#include "tests/fuzz/store_pieces.h"
 #include "tests/support/module.h"
 
 namespace tarnbase::fuzz {
@@ -206,16 +207,25 @@ std::string xml_words() {
     return lines;
 }
 
+std::string store_entries() {
+    std::string lines;
+    for (const std::vector<u8> &word : store_words()) lines += entry(word);
+    return lines;
+}
+
 }  // namespace
 
 void make_seeds(const Target &target, const TakeSeed &take) {
     if (target.run == fuzz_object) return object_seeds(take);
     if (target.run == fuzz_record) return record_seeds(take);
     if (target.run == fuzz_xml) return xml_seeds(take);
+    if (target.run == fuzz_checkpoint) return checkpoint_seeds(take);
+    if (target.run == fuzz_log) return log_seeds(take);
     frame_seeds(take);
 }
 
 std::string make_dictionary(const Target &target) {
+    if (target.run == fuzz_checkpoint || target.run == fuzz_log) return store_entries();
     return target.run == fuzz_xml ? xml_words() : wire_words();
 }
 

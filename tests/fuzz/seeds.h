@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The seeds of the fuzz targets: forms of real objects, and the words of each format.
+// The seeds of the fuzz targets: forms of real objects, files of a store, and the words of each
+// format.
 #ifndef TARNBASE_TESTS_FUZZ_SEEDS_H
 #define TARNBASE_TESTS_FUZZ_SEEDS_H
 

@@ -25,16 +25,18 @@ void fuzz_record(Bytes input);
 void fuzz_xml(Bytes input);
 // A stream of frames, identified by their LUIDs: conditions, then the frames.
 void fuzz_frame(Bytes input);
+// A checkpoint of a store: checksums that are made right, then pieces of the file.
+void fuzz_checkpoint(Bytes input);
+// The log of a store: whether checksums are made right, then its frames.
+void fuzz_log(Bytes input);
 
 struct Target {
     std::string_view name;
     void (*run)(Bytes input);
 };
 inline constexpr Target targets[] = {
-    {"object", fuzz_object},
-    {"record", fuzz_record},
-    {"xml", fuzz_xml},
-    {"frame", fuzz_frame},
+    {"object", fuzz_object}, {"record", fuzz_record},         {"xml", fuzz_xml},
+    {"frame", fuzz_frame},   {"checkpoint", fuzz_checkpoint}, {"log", fuzz_log},
 };
 
 }  // namespace tarnbase::fuzz

@@ -116,7 +116,7 @@ int run(const std::vector<std::string> &arguments) {
         }
     }
     std::fprintf(stderr,
-                 "usage: fuzz_tool replay object|record|xml|frame PATH...\n"
+                 "usage: fuzz_tool replay TARGET PATH...\n"
                  "       fuzz_tool seeds DIR\n"
                  "       fuzz_tool mutate TARGET COUNT SEED\n");
     return 2;
