@@ -7,7 +7,26 @@ set(TARNBASE_RUNTIME_SOURCES
   arena/region.cpp
   index/address_map.cpp
   index/tree.cpp
+  log/crc32c.cpp
+  log/frame.cpp
+  log/log.cpp
+  log/segment.cpp
+  checkpoint/checkpoint.cpp
+  checkpoint/checkpoint_files.cpp
+  checkpoint/checkpoint_format.cpp
+  checkpoint/checkpoint_writer.cpp
+  control/control.cpp
+  control/futex.cpp
+  control/lock_page.cpp
+  control/processes.cpp
+  control/writer_lock.cpp
+  store/changes.cpp
+  store/checkpointer.cpp
   store/file.cpp
+  store/follower.cpp
+  store/image.cpp
+  store/record_block.cpp
+  store/sharing.cpp
   store/store.cpp
   store/table_refusal.cpp
   store/transaction.cpp
@@ -61,6 +80,7 @@ set(TARNBASE_RUNTIME_SOURCES
   handle/objects.cpp
   handle/records.cpp
   handle/replication.cpp
+  handle/sharing.cpp
   handle/stores.cpp
   handle/trace.cpp
   handle/transactions.cpp
@@ -80,20 +100,3 @@ set(TARNBASE_RUNTIME_SOURCES
   services/variants.cpp
   services/wire.cpp)
 list(TRANSFORM TARNBASE_RUNTIME_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
-
-# The parts of a store that processes share. The library doesn't use them yet.
-set(TARNBASE_SHARED_STORE_SOURCES
-  log/crc32c.cpp
-  log/frame.cpp
-  log/log.cpp
-  log/segment.cpp
-  checkpoint/checkpoint.cpp
-  checkpoint/checkpoint_files.cpp
-  checkpoint/checkpoint_format.cpp
-  checkpoint/checkpoint_writer.cpp
-  control/control.cpp
-  control/futex.cpp
-  control/lock_page.cpp
-  control/processes.cpp
-  control/writer_lock.cpp)
-list(TRANSFORM TARNBASE_SHARED_STORE_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -7,7 +7,15 @@
  * kel_error_text then describes the error and names the file or the argument.
  *
  * Threads. A handle may be used by one thread at a time; one transaction at a time
- * should change a store. Changes made with KEL_TX_NONE are permanent at once.
+ * should change a store. Changes made with KEL_TX_NONE are permanent at once, in a store with
+ * files as kel_store_lock says.
+ *
+ * Processes. Any number of processes may have a store open, and each works on its own copy in
+ * private memory. One at a time is the writer: kel_transaction_begin waits for that, and brings
+ * the copy up to date. A commit publishes the changes with a single store of eight bytes: other
+ * processes see all of them or none, and what a process that is killed hadn't committed was never
+ * in the store. A reader sees what others have committed after kel_store_refresh; until then its
+ * copy, records and texts included, doesn't change.
  */
 #ifndef TARNBASE_EMBEDDED_H
 #define TARNBASE_EMBEDDED_H
@@ -24,7 +32,7 @@ TARNBASE_BEGIN
 
 /* ---- Stores ------------------------------------------------------------ */
 
-/* An arena with its keyed store, type map, mappings and undo log. */
+/* An arena with its keyed store, type map and mappings. */
 typedef struct kel_store kel_store;
 
 /* Options for creating a store. A zero member selects its default. */
@@ -36,10 +44,10 @@ typedef struct kel_store_options {
 
 /* The result of kel_store_describe. */
 typedef struct kel_store_description {
-    const char *path;      /* file, or null for a private store; valid until it is closed */
+    const char *path;      /* folder, or null for a private store; valid until it is closed */
     void *base;            /* address at which every process maps the store */
     uint64_t capacity;     /* size in bytes that the store may grow to */
-    uint64_t size;         /* bytes of the file, or of memory in use */
+    uint64_t size;         /* bytes of the arena in use */
     uint64_t blocks;       /* blocks allocated */
     uint64_t block_bytes;  /* bytes of these blocks, rounded up to their size classes */
     uint64_t transactions; /* open transactions */
@@ -47,20 +55,25 @@ typedef struct kel_store_description {
     uint64_t rolled_back;  /* transactions rolled back since the store was created */
     uint32_t tables;       /* table blocks on the table list */
     uint32_t types;        /* descriptor copies in the type map */
+    uint32_t writable;     /* 1 if this process may write, else 0 */
+    uint64_t log_end;      /* bytes ever published in the log; 0 for a private store */
+    uint64_t log_bytes;    /* bytes of these after the newest checkpoint */
 } kel_store_description;
 
 /*
- * Creates a store file and maps it. `options` may be null.
- * Errors: EEXIST the file exists; EINVAL the capacity is not a multiple of the
- * page size, or too small; EADDRINUSE the address range is taken; and those of open(2).
+ * Creates a store: a folder of that path, with its files. `options` may be null.
+ * Errors: EEXIST the path exists; EINVAL the capacity is not a multiple of the
+ * page size, or too small; EADDRINUSE the address range is taken; and those of mkdir(2) and
+ * open(2).
  */
 TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options *options,
                                        kel_store **store);
 /*
- * Opens a store file and maps it at the address recorded in it.
- * Errors: EINVAL not a store file, damaged or truncated, or of another format version or
- * byte order: kel_error_text says which, and how to move the data; EADDRINUSE the
- * address range is taken in this process; and those of open(2).
+ * Opens a store and maps it at the address recorded in it. A process that may not write to its
+ * files opens it to read, also on a read-only file system, and changes nothing on disk.
+ * Errors: EINVAL not a store, or of another format version or byte order: kel_error_text says
+ * which, and how to move the data; EBADMSG damaged; EADDRINUSE the address range is taken in this
+ * process; and those of open(2).
  *
  * A process may have several stores open, but tables opened by id in one of them only: the
  * library looks up a table type's table-id root once per process. In another store
@@ -72,7 +85,7 @@ TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options
  * is at its old address, and everything works. Tables opened by name have no such limit.
  */
 TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
-/* As kel_store_open, or as kel_store_create if the file doesn't exist. */
+/* As kel_store_open, or as kel_store_create if the path doesn't exist. */
 TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
                                                kel_store **store);
 /*
@@ -80,12 +93,59 @@ TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store
  * Errors: those of kel_store_create that don't concern the file; ENOMEM.
  */
 TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options, kel_store **store);
-/* Unmaps a store. Its handles must have been destroyed. Null is accepted. */
+/*
+ * Closes a store: rolls back its open transactions and unmaps it. Its handles must have been
+ * destroyed. In a child of the process that opened it, nothing of the parent's is touched.
+ * Null is accepted.
+ */
 TARNBASE_API void kel_store_close(kel_store *store);
 /* Fills in `description`. */
 TARNBASE_API void kel_store_describe(const kel_store *store, kel_store_description *description);
 /* Returns the store's first table block, or null; `toc_next` links to the next one. */
 TARNBASE_API kel_table *kel_store_first_table(const kel_store *store);
+
+/*
+ * Brings this process's copy up to date with what others have committed. Pointers to records,
+ * objects and texts that others have deleted become invalid. Does nothing for a private store,
+ * and while this process is the writer. If nothing was committed, it costs one load.
+ * Errors: EBADMSG the log is damaged: the copy stays as it was after the last good commit;
+ * EMFILE, ENFILE, ENOMEM and EIO.
+ */
+TARNBASE_API uint32_t kel_store_refresh(kel_store *store);
+/*
+ * Makes this process the writer until kel_store_unlock, across transactions. It waits as
+ * kel_transaction_begin does, and has the same errors.
+ *
+ * Only the writer may change a store with KEL_TX_NONE; the changes are published with the next
+ * commit, or by kel_store_unlock. A process that isn't the writer gets no memory with KEL_TX_NONE,
+ * and what it stores is traced and undone before its copy next changes. Opening a table that
+ * doesn't exist yet is such a change: do it in a transaction or as the writer.
+ */
+TARNBASE_API uint32_t kel_store_lock(kel_store *store);
+/*
+ * Publishes changes made with KEL_TX_NONE and ends what kel_store_lock began.
+ * Errors: EBUSY a transaction is open; ENOSPC the changes couldn't be written, and are undone.
+ */
+TARNBASE_API uint32_t kel_store_unlock(kel_store *store);
+/*
+ * Sets how long kel_transaction_begin and kel_store_lock wait for another writer, in
+ * milliseconds; negative: as long as it lives, which is the default.
+ */
+TARNBASE_API void kel_store_set_lock_timeout(kel_store *store, int64_t milliseconds);
+/*
+ * Waits until another process has committed something that this process's copy doesn't have yet;
+ * negative milliseconds: without limit. The copy doesn't change.
+ * Errors: ETIMEDOUT; EINVAL the store is private.
+ */
+TARNBASE_API uint32_t kel_store_wait(kel_store *store, int64_t milliseconds);
+/*
+ * Writes a checkpoint: the log before it is removed. The runtime does this by itself, in the
+ * background, when the log gets long; no writer waits for it.
+ * Errors: EBUSY another one is being made; EINVAL the store is private; EACCES it is open to
+ * read; ENOSPC and other errors of its files: nothing has changed.
+ */
+TARNBASE_API uint32_t kel_store_checkpoint(kel_store *store);
+
 /* Describes the last failure in this thread; "" if no call failed. */
 TARNBASE_API const char *kel_error_text(void);
 
@@ -125,14 +185,26 @@ TARNBASE_API uint32_t kel_handle_set_workspace(kel_handle *handle, uint32_t leng
 
 /* ---- Transactions ------------------------------------------------------ */
 
-/* Begins a transaction. Error EAGAIN: too many are open. */
+/*
+ * Begins a transaction. The first one makes this process the writer: it waits until no other
+ * process is, and brings the copy up to date. A writer that died is replaced at once.
+ * Errors: EAGAIN too many are open; ETIMEDOUT another process is the writer, and kel_error_text
+ * names it; EACCES the store is open to read; EPERM the store was opened by the parent process;
+ * those of kel_store_refresh; ENOSPC.
+ */
 TARNBASE_API uint32_t kel_transaction_begin(kel_handle *handle, uint32_t *tx_id);
-/* Makes the changes of a transaction permanent. Error EINVAL: it isn't open. */
+/*
+ * Makes the changes of a transaction permanent, and publishes them if the store has files. If
+ * other transactions of this process have changed something too, they are published when the
+ * last of these ends. With the last transaction the process ceases to be the writer.
+ * Errors: EINVAL it isn't open; ENOSPC, EFBIG, EIO, ENOMEM the changes couldn't be written: the
+ * transaction was rolled back.
+ */
 TARNBASE_API uint32_t kel_transaction_commit(kel_handle *handle, uint32_t tx_id);
 /*
  * Rolls back a transaction: every byte of the store that was announced to a log hook is
  * restored, blocks allocated are freed, blocks freed are kept.
- * Errors: EINVAL it isn't open; ENOSPC the store was too full to log all of its changes:
+ * Errors: EINVAL it isn't open; ENOMEM there was no memory to log all of its changes:
  * those logged, the oldest, are rolled back, and the later ones stay.
  */
 TARNBASE_API uint32_t kel_transaction_rollback(kel_handle *handle, uint32_t tx_id);

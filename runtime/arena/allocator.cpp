@@ -15,10 +15,6 @@ constexpr std::uint64_t set_count = size_class_count + 2;
 constexpr std::uint64_t least_growth = 1ULL << 20;
 constexpr std::uint64_t most_growth = 64ULL << 20;
 
-// The last pages are for undo logs alone, so that a transaction that fills the store can
-// still log its changes and roll back.
-constexpr std::uint64_t pages_for_logs = 4;
-
 constexpr std::uint64_t round_to_page(std::uint64_t bytes) {
     return (bytes + page_size - 1) / page_size * page_size;
 }
@@ -68,24 +64,23 @@ std::uint64_t Allocator::number_of(const Page *page) const {
            page_size;
 }
 
-bool Allocator::grow_to(std::uint64_t end) {
-    if (end <= state_->size) return true;
+void Allocator::grow_to(std::uint64_t end) {
+    if (end <= state_->size) return;
     const std::uint64_t step = std::clamp(state_->size / 8, least_growth, most_growth);
     const std::uint64_t wanted = std::max(end, round_to_page(state_->size + step));
-    const std::uint64_t size = std::min(wanted, region_->capacity());
-    if (region_->extend(state_->size, size) != 0) return false;
-    state_->size = size;
-    return true;
+    state_->size = std::min(wanted, region_->capacity());
 }
 
 Page *Allocator::allocate_run(PageKind kind, std::uint64_t pages) {
     const std::optional<std::uint64_t> first = free_.first_run(pages);
-    const std::uint64_t reserved = kind == PageKind::undo_log ? 0 : pages_for_logs;
-    const std::uint64_t limit = region_->capacity() / page_size - reserved;
-    if (!first || *first + pages > limit || !grow_to((*first + pages) * page_size)) return nullptr;
-    for (std::uint64_t i = 0; i < pages; ++i) free_.erase(*first + i);
-    heads_.insert(*first);
-    Page *page = page_at(*first);
+    return first ? take_run(kind, *first, pages) : nullptr;
+}
+
+Page *Allocator::take_run(PageKind kind, std::uint64_t first, std::uint64_t pages) {
+    grow_to((first + pages) * page_size);
+    for (std::uint64_t i = 0; i < pages; ++i) free_.erase(first + i);
+    heads_.insert(first);
+    Page *page = page_at(first);
     page->kind = kind;
     page->pages = static_cast<std::uint32_t>(pages);
     return page;
@@ -99,32 +94,37 @@ void Allocator::release_run(Page *page, std::uint64_t dirty) {
     for (std::uint64_t i = 0; i < pages; ++i) free_.insert(first + i);
 }
 
-Page *Allocator::allocate_page() { return allocate_run(PageKind::undo_log, 1); }
-
-void Allocator::release_page(Page *page, std::uint64_t dirty) { release_run(page, dirty); }
-
 void *Allocator::allocate(std::uint64_t size) {
     return size <= largest_small_block ? allocate_small(size_class_of(size)) : allocate_large(size);
 }
 
 void *Allocator::allocate_small(std::uint32_t size_class) {
-    PageSet &with_free_slot = with_free_slot_[size_class];
     Page *page = nullptr;
-    if (const std::optional<std::uint64_t> number = with_free_slot.first()) {
+    if (const std::optional<std::uint64_t> number = with_free_slot_[size_class].first()) {
         page = page_at(*number);
     } else {
-        page = allocate_run(PageKind::small_blocks, 1);
-        if (page == nullptr) return nullptr;
-        page->size_class = size_class;
-        with_free_slot.insert(number_of(page));
+        const std::optional<std::uint64_t> free = free_.first();
+        if (!free) return nullptr;
+        page = take_small_page(*free, size_class);
     }
     const std::uint32_t slot = lowest_free_slot(page);
+    take_slot(page, slot);
+    return block_at(page, slot);
+}
+
+Page *Allocator::take_small_page(std::uint64_t number, std::uint32_t size_class) {
+    Page *page = take_run(PageKind::small_blocks, number, 1);
+    page->size_class = size_class;
+    with_free_slot_[size_class].insert(number);
+    return page;
+}
+
+void Allocator::take_slot(Page *page, std::uint32_t slot) {
+    const SizeClass &shape = size_classes[page->size_class];
     page->bitmap()[slot / 64] |= 1ULL << slot % 64;
-    const SizeClass &shape = size_classes[size_class];
-    if (++page->used == shape.slots) with_free_slot.erase(number_of(page));
+    if (++page->used == shape.slots) with_free_slot_[page->size_class].erase(number_of(page));
     state_->blocks += 1;
     state_->block_bytes += shape.size;
-    return block_at(page, slot);
 }
 
 void *Allocator::allocate_large(std::uint64_t size) {
@@ -135,6 +135,71 @@ void *Allocator::allocate_large(std::uint64_t size) {
     state_->blocks += 1;
     state_->block_bytes += bytes;
     return reinterpret_cast<char *>(page) + large_block_offset;
+}
+
+bool Allocator::claim(std::uint64_t offset, std::uint64_t size) {
+    if (offset >= region_->capacity() || size > region_->capacity()) return false;
+    return size <= largest_small_block ? claim_small(offset, size_class_of(size))
+                                       : claim_large(offset, size);
+}
+
+bool Allocator::claim_small(std::uint64_t offset, std::uint32_t size_class) {
+    const SizeClass &shape = size_classes[size_class];
+    const std::uint64_t number = offset / page_size;
+    const std::uint64_t inside = offset % page_size;
+    if (inside < shape.first || (inside - shape.first) % shape.size != 0) return false;
+    const auto slot = static_cast<std::uint32_t>((inside - shape.first) / shape.size);
+    if (slot >= shape.slots) return false;
+    Page *page = page_at(number);
+    if (free_.contains(number)) {
+        page = take_small_page(number, size_class);
+    } else if (!heads_.contains(number) || page->kind != PageKind::small_blocks ||
+               page->size_class != size_class || (page->bitmap()[slot / 64] >> slot % 64 & 1)) {
+        return false;
+    }
+    take_slot(page, slot);
+    return true;
+}
+
+bool Allocator::claim_large(std::uint64_t offset, std::uint64_t size) {
+    const std::uint64_t first = offset / page_size;
+    const std::uint64_t bytes = round_to_page(large_block_offset + size);
+    const std::uint64_t pages = bytes / page_size;
+    if (offset % page_size != large_block_offset) return false;
+    if (pages > region_->capacity() / page_size - first) return false;
+    for (std::uint64_t i = 0; i < pages; ++i) {
+        if (!free_.contains(first + i)) return false;
+    }
+    take_run(PageKind::large_block, first, pages);
+    state_->blocks += 1;
+    state_->block_bytes += bytes;
+    return true;
+}
+
+std::optional<Allocator::Extent> Allocator::find(std::uint64_t offset) const {
+    std::uint64_t number = offset / page_size;
+    if (offset >= state_->size || free_.contains(number)) return std::nullopt;
+    while (!heads_.contains(number)) {
+        if (number-- == 0) return std::nullopt;
+    }
+    const Page *page = page_at(number);
+    const std::uint64_t start = number * page_size;
+    const std::uint64_t inside = offset - start;
+    if (page->kind == PageKind::large_block) {
+        const std::uint64_t end = page->pages * page_size;
+        if (inside < large_block_offset || inside >= end) return std::nullopt;
+        return Extent{start + large_block_offset, end - large_block_offset};
+    }
+    if (page->kind != PageKind::small_blocks || page->size_class >= size_class_count) {
+        return std::nullopt;
+    }
+    const SizeClass &shape = size_classes[page->size_class];
+    if (inside < shape.first || inside >= page_size) return std::nullopt;
+    const auto slot = (static_cast<std::uint32_t>(inside) - shape.first) / shape.size;
+    if (slot >= shape.slots || (page->bitmap()[slot / 64] >> slot % 64 & 1) == 0) {
+        return std::nullopt;
+    }
+    return Extent{start + shape.first + std::uint64_t{slot} * shape.size, shape.size};
 }
 
 std::optional<Allocator::Place> Allocator::locate(const void *block) const {

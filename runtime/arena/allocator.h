@@ -3,7 +3,8 @@
 //
 // Free bytes are zero, and an allocation takes the lowest free place. The allocator's data
 // is therefore a function of the allocated blocks: rolling an allocation back restores
-// every byte. Only the store's size stays: a store never shrinks.
+// every byte, and another process that repeats allocations and releases has the same bytes.
+// Only the store's size stays: a store never shrinks.
 //
 // This data is outside the blocks: sets of page numbers after the store's header, and a
 // head at the start of each page in use (page.h).
@@ -23,9 +24,9 @@ namespace tarnbase::runtime {
 
 // The allocator's counts, in the store's header.
 struct ArenaState {
-    std::uint64_t size;         // bytes usable, from the base
     std::uint64_t blocks;       // blocks allocated
     std::uint64_t block_bytes;  // bytes of these, in their size classes
+    std::uint64_t size;         // bytes usable, from the base
 };
 
 class Allocator {
@@ -46,10 +47,17 @@ class Allocator {
     bool release(void *block);
     bool is_allocated(const void *block) const { return locate(block).has_value(); }
 
-    // A page for the undo log, zero but for its head; null if there is no space.
-    Page *allocate_page();
-    // Frees a page of which only the first `dirty` bytes may be nonzero.
-    void release_page(Page *page, std::uint64_t dirty);
+    // Allocates the block that another process got at `offset`, with all of its `size` bytes.
+    // False: there is no such block, or it isn't free.
+    bool claim(std::uint64_t offset, std::uint64_t size);
+
+    // The place of a block: its offset from the base, and all of its bytes.
+    struct Extent {
+        std::uint64_t offset;
+        std::uint64_t size;
+    };
+    // The allocated block that contains a byte, anywhere in it.
+    std::optional<Extent> find(std::uint64_t offset) const;
 
  private:
     // The place of an allocated block. A large block has slot 0.
@@ -60,11 +68,16 @@ class Allocator {
 
     std::optional<Place> locate(const void *block) const;
     Page *allocate_run(PageKind kind, std::uint64_t pages);
+    Page *take_run(PageKind kind, std::uint64_t first, std::uint64_t pages);
+    Page *take_small_page(std::uint64_t number, std::uint32_t size_class);
+    void take_slot(Page *page, std::uint32_t slot);
+    bool claim_small(std::uint64_t offset, std::uint32_t size_class);
+    bool claim_large(std::uint64_t offset, std::uint64_t size);
     void release_run(Page *page, std::uint64_t dirty);
     void *allocate_small(std::uint32_t size_class);
     void *allocate_large(std::uint64_t size);
     void release_small(Page *page, std::uint32_t slot);
-    bool grow_to(std::uint64_t end);
+    void grow_to(std::uint64_t end);
 
     Page *page_at(std::uint64_t number) const;
     std::uint64_t number_of(const Page *page) const;

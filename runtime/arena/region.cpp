@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/arena/region.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <cerrno>
 
 namespace tarnbase::runtime {
 
 namespace {
+
+constexpr int access = PROT_READ | PROT_WRITE;
+constexpr int zeros = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
 
 std::uint32_t error_number() { return static_cast<std::uint32_t>(errno); }
 
@@ -22,11 +23,10 @@ void Region::unmap() {
     base_ = nullptr;
 }
 
-std::uint32_t Region::map(File &file, void *base, std::uint64_t capacity) {
+std::uint32_t Region::map(void *base, std::uint64_t capacity) {
     unmap();
-    int flags = MAP_NORESERVE | (file.is_open() ? MAP_SHARED : MAP_PRIVATE | MAP_ANONYMOUS);
-    if (base != nullptr) flags |= MAP_FIXED_NOREPLACE;
-    void *mapped = ::mmap(base, capacity, PROT_READ | PROT_WRITE, flags, file.descriptor(), 0);
+    const int flags = zeros | (base != nullptr ? MAP_FIXED_NOREPLACE : 0);
+    void *mapped = ::mmap(base, capacity, access, flags, -1, 0);
     if (mapped == MAP_FAILED) return errno == EEXIST ? EADDRINUSE : error_number();
     // A kernel without this flag treats the address as a hint.
     if (base != nullptr && mapped != base) {
@@ -35,22 +35,16 @@ std::uint32_t Region::map(File &file, void *base, std::uint64_t capacity) {
     }
     base_ = static_cast<char *>(mapped);
     capacity_ = capacity;
-    file_ = std::move(file);
     return 0;
 }
 
-std::uint32_t Region::extend(std::uint64_t from, std::uint64_t to) {
-    if (!file_.is_open()) return 0;
-    // Allocates the disk blocks now: a full disk is an error here, and not a signal at the
-    // first store into a page.
-    const auto start = static_cast<off_t>(from);
-    const auto length = static_cast<off_t>(to - from);
-    int result;
-    do result = ::fallocate(file_.descriptor(), 0, start, length);
-    while (result != 0 && errno == EINTR);
-    if (result == 0) return 0;
-    if (errno != EOPNOTSUPP) return error_number();
-    return ::ftruncate(file_.descriptor(), start + length) == 0 ? 0 : error_number();
+std::uint32_t Region::load(int descriptor, std::uint64_t offset, std::uint64_t bytes) {
+    constexpr int over = MAP_FIXED | MAP_NORESERVE | MAP_PRIVATE;
+    void *mapped = ::mmap(base_, bytes, access, over, descriptor, static_cast<off_t>(offset));
+    if (mapped == MAP_FAILED) return error_number();
+    if (bytes == capacity_) return 0;
+    mapped = ::mmap(base_ + bytes, capacity_ - bytes, access, zeros | MAP_FIXED, -1, 0);
+    return mapped == MAP_FAILED ? error_number() : 0;
 }
 
 bool Region::contains(const void *address, std::uint64_t length) const {

@@ -1,13 +1,11 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A range of addresses, mapped to a file or to anonymous memory. The whole capacity is
-// mapped at once and a file grows within the mapping: nothing ever moves, and other
-// processes see the growth without any notice.
+// A range of addresses of private memory. The whole capacity is mapped at once, so nothing ever
+// moves. The content of a file may be put over the front of it: its clean pages are shared with
+// other processes, and stores into them stay in this one.
 #ifndef TARNBASE_RUNTIME_ARENA_REGION_H
 #define TARNBASE_RUNTIME_ARENA_REGION_H
 
 #include <cstdint>
-
-#include "runtime/base/file.h"
 
 namespace tarnbase::runtime {
 
@@ -18,14 +16,14 @@ class Region {
     Region &operator=(const Region &) = delete;
     ~Region();
 
-    // Maps `capacity` bytes of `file`, or of anonymous memory if it isn't open, at
-    // `base`, or anywhere if that is null. Returns 0, EADDRINUSE if some of the
-    // range is in use, or mmap(2)'s error. Takes the file over on success. Unmaps what
-    // was mapped before.
-    std::uint32_t map(File &file, void *base, std::uint64_t capacity);
+    // Maps `capacity` bytes of zeros at `base`, or anywhere if that is null. Returns 0,
+    // EADDRINUSE if some of the range is in use, or mmap(2)'s error. Unmaps what was mapped
+    // before.
+    std::uint32_t map(void *base, std::uint64_t capacity);
 
-    // Makes bytes [from, to) usable; they are zero. Returns 0 or an errno number.
-    std::uint32_t extend(std::uint64_t from, std::uint64_t to);
+    // Replaces the content with `bytes` bytes of a file from `offset`, then zeros. Returns 0 or
+    // mmap(2)'s error.
+    std::uint32_t load(int descriptor, std::uint64_t offset, std::uint64_t bytes);
 
     char *base() const { return base_; }
     std::uint64_t capacity() const { return capacity_; }
@@ -34,7 +32,6 @@ class Region {
  private:
     void unmap();
 
-    File file_;
     char *base_ = nullptr;
     std::uint64_t capacity_ = 0;
 };

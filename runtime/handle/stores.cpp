@@ -55,7 +55,7 @@ std::uint32_t kel_store_create(const char *path, const kel_store_options *option
         if (const auto error = check_options(path, options)) return error;
         made.path = path;
         return map_capacity(options, [&](std::uint64_t capacity) {
-            return create_file(path, capacity, base_of(options), made);
+            return create_files(path, capacity, base_of(options), made);
         });
     });
 }
@@ -63,7 +63,7 @@ std::uint32_t kel_store_create(const char *path, const kel_store_options *option
 std::uint32_t kel_store_open(const char *path, kel_store **store) {
     return make_store(path, store, [&](kel_store &made) {
         made.path = path;
-        return open_file(path, made);
+        return open_files(path, made);
     });
 }
 
@@ -81,13 +81,13 @@ std::uint32_t kel_store_create_private(const kel_store_options *options, kel_sto
     return make_store(what, store, [&](kel_store &made) {
         if (const auto error = check_options(what, options)) return error;
         const std::uint32_t mapped = map_capacity(options, [&](std::uint64_t capacity) {
-            File none;
-            const std::uint32_t error = made.region.map(none, base_of(options), capacity);
+            const std::uint32_t error = made.region.map(base_of(options), capacity);
             if (error == 0) return error;
             return fail(error, "%s: cannot map %llu bytes at %p", what,
                         static_cast<unsigned long long>(capacity), base_of(options));
         });
-        return mapped == 0 ? made.format() : mapped;
+        if (mapped == 0) made.format(made.region.base());
+        return mapped;
     });
 }
 
@@ -112,11 +112,17 @@ void kel_store_describe(const kel_store *store, kel_store_description *descripti
     description->block_bytes = header.arena.block_bytes;
     description->committed = header.committed;
     description->rolled_back = header.rolled_back;
-    for (const TransactionSlot &slot : header.transactions) {
-        description->transactions += slot.id != 0;
-    }
+    description->transactions = store->open_transactions();
     for (const kel_table *table = header.tables.first; table != nullptr; table = table->toc_next) {
         description->tables += 1;
+    }
+    description->writable = 1;
+    if (store->sharing != nullptr) {
+        Sharing &part = *store->sharing;
+        const ControlPage &control = part.folder().control.page();
+        description->writable = part.folder().control.is_writable() ? 1 : 0;
+        description->log_end = part.follower().position();
+        description->log_bytes = description->log_end - control.checkpoint.load();
     }
     description->types = static_cast<std::uint32_t>(tree_size(header.types));
 }

@@ -16,6 +16,8 @@
 //   1 allocate              8 bytes, the size of the block; then `length` bytes, the start of
 //                           its content: the rest is zero
 //   2 release               nothing; the length is 0
+//   3 references            8 bytes; the upper 4 are a count of references, which a process
+//                           that has a count of its own doesn't take over unless it is 0
 //
 // The releases of a frame come first, then the allocations, then the writes. A block that was
 // freed and allocated again has both operations. A content that is longer than `length` can say
@@ -37,7 +39,7 @@ struct FrameHead {
 };
 static_assert(sizeof(FrameHead) == 16);
 
-enum class OperationKind : std::uint8_t { write = 0, allocate = 1, release = 2 };
+enum class OperationKind : std::uint8_t { write = 0, allocate = 1, release = 2, references = 3 };
 
 struct Operation {
     OperationKind kind;
@@ -63,6 +65,7 @@ class FrameBuilder {
     void release(std::uint64_t offset);
     void allocate(std::uint64_t offset, std::uint64_t block_size, std::span<const char> content);
     void write(std::uint64_t offset, std::span<const char> content);
+    void references(std::uint64_t offset, std::span<const char, 8> content);
 
     // Completes the head; the bytes are valid until the builder is changed.
     std::span<const char> finish(std::uint64_t sequence);

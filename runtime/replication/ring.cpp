@@ -24,12 +24,6 @@ constexpr std::uint64_t most_slots = 1ULL << 32;
 
 std::uint64_t length_of(const Frame *frame) { return frame != nullptr ? frame->head.length : 0; }
 
-bool has_open_transaction(const kel_store &store) {
-    const auto &slots = store.header->transactions;
-    return std::any_of(std::begin(slots), std::end(slots),
-                       [](const TransactionSlot &slot) { return slot.id != 0; });
-}
-
 // Where a store's first ring begins: write cursors move without a ring too.
 std::uint64_t furthest_cursor(const kel_store &store) {
     std::uint64_t furthest = 0;
@@ -138,7 +132,7 @@ std::uint32_t FrameRing::configure(kel_handle *handle, std::uint64_t slots,
     }
     FrameRing old(handle);
     // An open transaction's log may contain bytes of the old ring.
-    if (old && has_open_transaction(store_of(handle))) {
+    if (old && store_of(handle).has_open_transaction()) {
         return fail(EBUSY, "replication: a transaction is open while the ring is made anew");
     }
     if (slots == 0) slots = default_slots;

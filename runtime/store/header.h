@@ -1,43 +1,25 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The header of a store, at its base address and at the start of its file.
-// Numbers are little-endian, pointers absolute addresses: a store file is mapped at
-// the same address everywhere.
-//
-// A release reads one format version and refuses all others, newer and older: an export
-// moves data between them. Magic and version have the same offsets in every version.
+// The header of a store, at its base address. Numbers are little-endian, pointers absolute
+// addresses: a store is mapped at the same address everywhere.
 //
 //   offset  size  member
-//        0     8  magic "TARNBASE"
-//        8     4  format version
-//       12     4  page size, 65536
-//       16     8  base address
-//       24     8  capacity, bytes of address range
-//       32    24  arena: size in bytes, blocks, bytes in blocks
-//       56     8  transactions committed
-//       64     8  transactions rolled back
-//       72     4  transactions begun, a part of the next id
-//       76     4  zero
-//       80    16  table list: first block, address of the last link
-//       96     8  root of the keyed store's tree
-//      104     8  root of the type map's tree
-//      112    24  map from objects to their data
-//      136    24  map from objects to their identities
-//      160    24  map from object ids to identities
-//      184    24  map from strings to their texts
-//      208     8  the last object id assigned
-//      216    40  zero
-//      256  1024  32 transaction slots
-//     1280        zero up to 4096
+//        0     8  base address
+//        8     8  capacity, bytes of address range
+//       16    24  arena: blocks, bytes in blocks, size in bytes
+//       40     8  transactions committed
+//       48     8  transactions rolled back
+//       56     4  transactions begun, a part of the next id
+//       60     4  zero
+//       64    16  table list: first block, address of the last link
+//       80     8  root of the keyed store's tree
+//       88     8  root of the type map's tree
+//       96    24  map from objects to their data
+//      120    24  map from objects to their identities
+//      144    24  map from object ids to identities
+//      168    24  map from strings to their texts
+//      192     8  the last object id assigned
+//      200        zero up to 4096
 //     4096        the allocator's page sets (arena/allocator.cpp), then pages
-//
-// A transaction slot, all zero when it is free:
-//
-//        0     4  transaction id
-//        4     4  1 if there was no space for the whole log
-//        8     8  the newest page of the undo log, or null
-//       16     8  blocks to free at commit
-//       24     4  1 if it is committed and its frees are in progress
-//       28     4  zero
 #ifndef TARNBASE_RUNTIME_STORE_HEADER_H
 #define TARNBASE_RUNTIME_STORE_HEADER_H
 
@@ -50,27 +32,9 @@
 
 namespace tarnbase::runtime {
 
-struct LogPage;
-
-inline constexpr std::uint64_t store_magic = 0x45534142'4e524154;  // "TARNBASE"
-inline constexpr std::uint32_t store_format_version = 1;
-inline constexpr std::uint32_t transaction_slots = 32;
 inline constexpr std::uint64_t page_sets_offset = 4096;
 
-struct TransactionSlot {
-    std::uint32_t id;
-    std::uint32_t log_incomplete;
-    LogPage *log;
-    std::uint64_t deferred_frees;
-    std::uint32_t committed;
-    std::uint32_t reserved;
-};
-static_assert(sizeof(TransactionSlot) == 32);
-
 struct StoreHeader {
-    std::uint64_t magic;
-    std::uint32_t version;
-    std::uint32_t page_bytes;
     void *base;
     std::uint64_t capacity;
     ArenaState arena;
@@ -86,17 +50,20 @@ struct StoreHeader {
     MapRoot identities_by_id;
     MapRoot texts;
     std::uint64_t last_object_id;
-    std::uint64_t more_reserved[5];
-    TransactionSlot transactions[transaction_slots];
 };
-static_assert(offsetof(StoreHeader, arena) == 32);
-static_assert(offsetof(StoreHeader, tables) == 80);
-static_assert(offsetof(StoreHeader, object_data) == 112);
-static_assert(offsetof(StoreHeader, texts) == 184);
-static_assert(offsetof(StoreHeader, last_object_id) == 208);
-static_assert(offsetof(StoreHeader, transactions) == 256);
-static_assert(sizeof(StoreHeader) == 1280);
-static_assert(sizeof(StoreHeader) <= page_sets_offset);
+static_assert(offsetof(StoreHeader, arena) == 16);
+static_assert(offsetof(StoreHeader, committed) == 40);
+static_assert(offsetof(StoreHeader, tables) == 64);
+static_assert(offsetof(StoreHeader, object_data) == 96);
+static_assert(offsetof(StoreHeader, texts) == 168);
+static_assert(offsetof(StoreHeader, last_object_id) == 192);
+static_assert(sizeof(StoreHeader) == 200);
+
+// What changes without an announcement, from the store's size to the transactions begun. The
+// counts of blocks aren't among it: they follow from allocations and releases.
+inline constexpr std::uint64_t counters_offset =
+    offsetof(StoreHeader, arena) + offsetof(ArenaState, size);
+inline constexpr std::uint64_t counters_end = offsetof(StoreHeader, tables);
 
 }  // namespace tarnbase::runtime
 

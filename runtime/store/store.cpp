@@ -4,57 +4,19 @@
 #include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
 
-using tarnbase::runtime::StoreHeader;
 using tarnbase::runtime::TransactionSlot;
-using tarnbase::runtime::UndoLog;
 
 namespace {
 
-// Pages of a new store before it grows.
-constexpr std::uint64_t first_pages = 16;
+// A change to a block of at most this many bytes is shared as the whole block: an object also
+// has bytes that the library stores without an announcement, such as its state block.
+constexpr std::uint64_t largest_object = 4096;
 
 }  // namespace
 
 kel_store::~kel_store() {
-    if (header == nullptr) return;
-    for (std::uint32_t i = 0; i < tarnbase::runtime::transaction_slots; ++i) {
-        if ((begun_here >> i & 1) == 0) continue;
-        roll_back(header->transactions[i], tarnbase::runtime::UndoScope::this_process);
-    }
-}
-
-std::uint32_t kel_store::format() {
-    using namespace tarnbase::runtime;
-    const std::uint64_t front = Allocator::front_bytes(page_sets_offset, region.capacity());
-    const std::uint64_t size = front + first_pages * page_size;
-    if (const std::uint32_t error = region.extend(0, size); error != 0) return error;
-    header = reinterpret_cast<StoreHeader *>(region.base());
-    header->version = store_format_version;
-    header->page_bytes = static_cast<std::uint32_t>(page_size);
-    header->base = region.base();
-    header->capacity = region.capacity();
-    header->arena.size = size;
-    header->tables.last = &header->tables.first;
-    attach();
-    allocator.format(page_sets_offset);
-    header->magic = store_magic;
-    return 0;
-}
-
-void kel_store::attach() {
-    using namespace tarnbase::runtime;
-    header = reinterpret_cast<StoreHeader *>(region.base());
-    allocator = Allocator(region, header->arena, page_sets_offset);
-}
-
-void kel_store::recover() {
-    for (TransactionSlot &slot : header->transactions) {
-        if (slot.id == 0) continue;
-        if (slot.committed != 0) {
-            commit(slot);
-        } else {
-            roll_back(slot, tarnbase::runtime::UndoScope::store_only);
-        }
+    for (TransactionSlot &slot : transactions_) {
+        if (slot.id != 0) roll_back(slot);
     }
 }
 
@@ -62,48 +24,88 @@ bool kel_store::fails_on_purpose() {
     return allocations_until_failure != 0 && --allocations_until_failure == 0;
 }
 
+// Whether this process may change the image. What is changed outside of transactions lasts.
+bool kel_store::may_change(std::uint32_t tx_id) {
+    if (sharing == nullptr) return true;
+    if (!sharing->is_writer()) return false;
+    if (transaction(tx_id) == nullptr) sharing->has_lasting_changes = true;
+    return true;
+}
+
 void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     if (fails_on_purpose()) return nullptr;
     // An open that needed no new block leaves its refusal to any later allocation.
     const bool is_refused = tarnbase::runtime::take_table_refusal();
     if (is_refused && tx_id == KEL_TX_NONE && size == sizeof(kel_table)) return nullptr;
+    if (!may_change(tx_id)) {
+        sharing->refuse_block("an allocation");
+        return nullptr;
+    }
     TransactionSlot *slot = transaction(tx_id);
-    if (slot == nullptr) return allocator.allocate(size);
     // Without a log entry a rollback would lose the block.
-    if (!UndoLog(*this, *slot).reserve()) return nullptr;
+    if (slot != nullptr && !slot->undo.reserve()) return nullptr;
     void *block = allocator.allocate(size);
-    if (block != nullptr) UndoLog(*this, *slot).allocated(block);
+    if (block == nullptr) return nullptr;
+    if (slot != nullptr) slot->undo.allocated(block);
+    if (sharing != nullptr) sharing->changes().allocated(offset_of(block));
     return block;
 }
 
 void kel_store::release(std::uint32_t tx_id, void *block) {
+    if (!may_change(tx_id)) {
+        sharing->refuse_block("a release");
+        return;
+    }
     TransactionSlot *slot = transaction(tx_id);
     if (slot == nullptr || !allocator.is_allocated(block)) {
         release_now(block);
-    } else {
-        UndoLog(*this, *slot).deferred_free(block);
+    } else if (!slot->undo.deferred_free(block)) {
+        ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): no room to note that %p is to be freed",
+                       block);
     }
 }
 
 void kel_store::release_now(void *block) {
-    if (allocator.release(block)) return;
-    ptrail_wrapper(0, KEL_TRACE_ERROR, 0,
-                   "(ERR): %p is released, but isn't an allocated block of the store", block);
-}
-
-bool kel_store::contains(const void *address, std::uint64_t length) const {
-    const auto offset =
-        reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(header->base);
-    return offset < header->arena.size && length <= header->arena.size - offset;
+    if (!allocator.release(block)) {
+        ptrail_wrapper(0, KEL_TRACE_ERROR, 0,
+                       "(ERR): %p is released, but isn't an allocated block of the store", block);
+    } else if (sharing != nullptr) {
+        sharing->changes().released(offset_of(block));
+    }
 }
 
 void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_t length) {
     // At a rollback, memory outside the store may be gone or in use for something else.
     if (!contains(address, length)) return;
-    if (TransactionSlot *slot = transaction(tx_id))
-        UndoLog(*this, *slot).old_bytes(address, length);
+    if (!may_change(tx_id)) {
+        sharing->refuse_write(address, length);
+        return;
+    }
+    if (TransactionSlot *slot = transaction(tx_id)) slot->undo.old_bytes(address, length);
+    if (sharing == nullptr) return;
+    note_bytes(address, length);
+    note_block(address);
 }
 
 void kel_store::log_delta(std::uint32_t tx_id, const void *address, std::int32_t delta) {
-    if (TransactionSlot *slot = transaction(tx_id)) UndoLog(*this, *slot).delta(address, delta);
+    constexpr std::uint64_t length = sizeof(std::uint64_t);
+    const bool is_shared = sharing != nullptr && contains(address, length);
+    if (is_shared && !may_change(tx_id)) {
+        sharing->refuse_write(address, length);
+        return;
+    }
+    if (TransactionSlot *slot = transaction(tx_id)) slot->undo.delta(address, delta);
+    if (is_shared) note_bytes(address, length);
+}
+
+void kel_store::note_bytes(const void *address, std::uint64_t length) {
+    if (sharing != nullptr && sharing->is_writer() && contains(address, length)) {
+        sharing->changes().mark(offset_of(address), length);
+    }
+}
+
+void kel_store::note_block(const void *address) {
+    if (sharing == nullptr || !sharing->is_writer() || !contains(address, 1)) return;
+    const auto block = allocator.find(offset_of(address));
+    if (block && block->size <= largest_object) sharing->changes().mark(block->offset, block->size);
 }

@@ -1,32 +1,36 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A store that this process has open. The part that all processes share begins at the
-// header.
+// A store that this process has open: an image of its content, the transactions that are open,
+// and for a store with files the part that is shared with other processes.
 #ifndef TARNBASE_RUNTIME_STORE_STORE_H
 #define TARNBASE_RUNTIME_STORE_STORE_H
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 
-#include "runtime/arena/allocator.h"
-#include "runtime/arena/region.h"
 #include "runtime/index/block_allocator.h"
-#include "runtime/store/header.h"
+#include "runtime/store/image.h"
+#include "runtime/store/sharing.h"
 #include "runtime/store/undo_log.h"
 #include "tarnbase/embedded.h"
 
-struct kel_store final : tarnbase::runtime::BlockAllocator {
+namespace tarnbase::runtime {
+
+inline constexpr std::uint32_t transaction_slots = 32;
+
+struct TransactionSlot {
+    std::uint32_t id = 0;  // 0: free
+    UndoLog undo;
+};
+
+}  // namespace tarnbase::runtime
+
+struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAllocator {
     kel_store() = default;
     ~kel_store();
     kel_store(const kel_store &) = delete;
     kel_store &operator=(const kel_store &) = delete;
-
-    // Makes an empty store in a region that was just mapped. Returns 0 or an errno number.
-    std::uint32_t format();
-    // Uses a mapped region that contains a store.
-    void attach();
-    // Ends the transactions that a process left open when it ended: finishes commits and
-    // rolls the others back.
-    void recover();
 
     void *allocate(std::uint32_t tx_id, std::uint64_t size) override;
     // An address that is no allocated block is traced and otherwise ignored.
@@ -36,28 +40,36 @@ struct kel_store final : tarnbase::runtime::BlockAllocator {
     // Log changes that are about to be made, as the log hooks do.
     void log_write(std::uint32_t tx_id, const void *address, std::uint64_t length);
     void log_delta(std::uint32_t tx_id, const void *address, std::int32_t delta);
-
-    // Whether bytes are in the part of the store that is in use.
-    bool contains(const void *address, std::uint64_t length) const;
+    // Notes that the library may change a block, or bytes, without an announcement.
+    void note_block(const void *address);
+    void note_bytes(const void *address, std::uint64_t length);
 
     // The open transaction of that id, or null.
-    tarnbase::runtime::TransactionSlot *transaction(std::uint32_t tx_id) const;
-    // Begins a transaction. Null: too many are open.
-    tarnbase::runtime::TransactionSlot *begin();
-    void commit(tarnbase::runtime::TransactionSlot &slot);
-    // False: the log is incomplete, and some changes stay.
-    bool roll_back(tarnbase::runtime::TransactionSlot &slot, tarnbase::runtime::UndoScope scope);
+    tarnbase::runtime::TransactionSlot *transaction(std::uint32_t tx_id);
+    std::uint64_t open_transactions() const;
+    bool has_open_transaction() const { return open_transactions() != 0; }
+    // Begins a transaction. Returns 0, EAGAIN if too many are open, or the reason why the process
+    // can't write.
+    std::uint32_t begin(std::uint32_t *tx_id);
+    // Error: the transaction was rolled back.
+    std::uint32_t commit(tarnbase::runtime::TransactionSlot &slot);
+    // ENOMEM: the log is incomplete, and some changes stay.
+    std::uint32_t roll_back(tarnbase::runtime::TransactionSlot &slot);
 
-    tarnbase::runtime::Region region;
-    tarnbase::runtime::StoreHeader *header = nullptr;
-    tarnbase::runtime::Allocator allocator;
-    std::string path;                             // empty: a private store
-    std::uint64_t allocations_until_failure = 0;  // 0: none fails on purpose
-    std::uint32_t begun_here = 0;                 // a bit for each transaction slot
+    std::string path;                                     // empty: a private store
+    std::unique_ptr<tarnbase::runtime::Sharing> sharing;  // null: a private store
+    std::uint64_t allocations_until_failure = 0;          // 0: none fails on purpose
 
  private:
     bool fails_on_purpose();
+    bool may_change(std::uint32_t tx_id);
+    std::uint32_t publish_commit(const tarnbase::runtime::TransactionSlot &slot);
+    bool others_have_changes(const tarnbase::runtime::TransactionSlot &slot) const;
+    void forget_changes(const tarnbase::runtime::TransactionSlot &slot);
     void close_slot(tarnbase::runtime::TransactionSlot &slot);
+
+    std::array<tarnbase::runtime::TransactionSlot, tarnbase::runtime::transaction_slots>
+        transactions_;
 };
 
 #endif

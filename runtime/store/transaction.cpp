@@ -1,12 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 // Transactions. An id is made of a slot's number and a count: one comparison finds the
 // slot, and an id isn't used again soon.
-#include "runtime/store/store.h"
+//
+// A commit is published when no other open transaction of the process has changed anything:
+// what two transactions changed can't be told apart in memory.
+#include <algorithm>
+#include <cerrno>
 
+#include "runtime/base/error_text.h"
+#include "runtime/store/store.h"
+#include "tarnbase/runtime.h"
+
+using tarnbase::runtime::fail;
 using tarnbase::runtime::transaction_slots;
 using tarnbase::runtime::TransactionSlot;
-using tarnbase::runtime::UndoLog;
-using tarnbase::runtime::UndoScope;
 
 namespace {
 
@@ -16,46 +23,93 @@ static_assert(1U << slot_bits == transaction_slots);
 // Counts are from 1 to this one: no id is 0 or KEL_TX_NONE.
 constexpr std::uint32_t last_count = (1U << (32 - slot_bits)) - 2;
 
-std::uint32_t index_of(const kel_store &store, const TransactionSlot &slot) {
-    return static_cast<std::uint32_t>(&slot - store.header->transactions);
-}
-
 }  // namespace
 
-TransactionSlot *kel_store::transaction(std::uint32_t tx_id) const {
-    TransactionSlot &slot = header->transactions[tx_id % transaction_slots];
+TransactionSlot *kel_store::transaction(std::uint32_t tx_id) {
+    TransactionSlot &slot = transactions_[tx_id % transaction_slots];
     return tx_id != 0 && slot.id == tx_id ? &slot : nullptr;
 }
 
-TransactionSlot *kel_store::begin() {
-    for (std::uint32_t i = 0; i < transaction_slots; ++i) {
-        TransactionSlot &slot = header->transactions[i];
-        if (slot.id != 0) continue;
-        header->begun = header->begun % last_count + 1;
-        slot.id = header->begun << slot_bits | i;
-        begun_here |= 1U << i;
-        return &slot;
+std::uint64_t kel_store::open_transactions() const {
+    const auto open = std::count_if(transactions_.begin(), transactions_.end(),
+                                    [](const TransactionSlot &slot) { return slot.id != 0; });
+    return static_cast<std::uint64_t>(open);
+}
+
+bool kel_store::others_have_changes(const TransactionSlot &slot) const {
+    return std::any_of(
+        transactions_.begin(), transactions_.end(),
+        [&](const TransactionSlot &other) { return &other != &slot && !other.undo.is_empty(); });
+}
+
+std::uint32_t kel_store::begin(std::uint32_t *tx_id) {
+    const auto slot = std::find_if(transactions_.begin(), transactions_.end(),
+                                   [](const TransactionSlot &each) { return each.id == 0; });
+    if (slot == transactions_.end()) {
+        return fail(EAGAIN, "kel_transaction_begin: %u transactions are open", transaction_slots);
     }
-    return nullptr;
+    if (sharing != nullptr && !sharing->is_writer()) {
+        if (const std::uint32_t error = sharing->become_writer()) return error;
+    }
+    header->begun = header->begun % last_count + 1;
+    slot->id =
+        header->begun << slot_bits | static_cast<std::uint32_t>(slot - transactions_.begin());
+    *tx_id = slot->id;
+    return 0;
 }
 
 void kel_store::close_slot(TransactionSlot &slot) {
-    begun_here &= ~(1U << index_of(*this, slot));
-    slot = {};
+    slot.undo.clear();
+    slot.id = 0;
+    if (sharing != nullptr && sharing->is_writer() && !sharing->keeps_writing &&
+        !has_open_transaction()) {
+        sharing->give_up_writing();
+    }
 }
 
-void kel_store::commit(TransactionSlot &slot) {
-    // From here on recovery finishes the commit instead of rolling it back.
-    slot.committed = 1;
-    UndoLog(*this, slot).commit();
+std::uint32_t kel_store::publish_commit(const TransactionSlot &slot) {
+    const std::size_t events = sharing->changes().block_events();
+    slot.undo.each_deferred_free(
+        [&](const void *block) { sharing->changes().released(offset_of(block)); });
+    if (others_have_changes(slot)) {
+        sharing->has_lasting_changes = true;
+        return 0;
+    }
+    const std::uint32_t error = sharing->publish();
+    if (error != 0) sharing->changes().forget_blocks(events);
+    return error;
+}
+
+std::uint32_t kel_store::commit(TransactionSlot &slot) {
     header->committed += 1;
+    if (sharing != nullptr && sharing->is_writer()) {
+        if (const std::uint32_t error = publish_commit(slot)) {
+            header->committed -= 1;
+            roll_back(slot);
+            return error;
+        }
+    }
+    slot.undo.each_deferred_free([&](void *block) {
+        if (allocator.release(block)) return;
+        ptrail_wrapper(0, KEL_TRACE_ERROR, 0,
+                       "(ERR): %p is released, but isn't an allocated block of the store", block);
+    });
     close_slot(slot);
+    return 0;
 }
 
-bool kel_store::roll_back(TransactionSlot &slot, UndoScope scope) {
-    const bool complete = slot.log_incomplete == 0;
-    UndoLog(*this, slot).roll_back(scope);
+// After a rollback nothing needs to be published, unless something else is waiting for that.
+void kel_store::forget_changes(const TransactionSlot &slot) {
+    if (sharing == nullptr || !sharing->is_writer() || others_have_changes(slot)) return;
+    if (!sharing->has_lasting_changes) sharing->changes().clear();
+    else sharing->publish();
+}
+
+std::uint32_t kel_store::roll_back(TransactionSlot &slot) {
+    const bool complete = !slot.undo.is_incomplete();
+    slot.undo.roll_back([this](void *block) { release_now(block); });
     header->rolled_back += 1;
+    forget_changes(slot);
     close_slot(slot);
-    return complete;
+    return complete ? 0 : ENOMEM;
 }

@@ -4,47 +4,58 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-
-#include "runtime/store/store.h"
-#include "tarnbase/runtime.h"
+#include <new>
 
 namespace tarnbase::runtime {
 
 namespace {
 
-// Long writes are logged in pieces that fit in a page.
+// Long writes are logged in pieces that fit in a chunk.
 constexpr std::uint64_t longest_piece = 32768;
-
-constexpr std::uint32_t padded(std::uint32_t length) { return (length + 7) / 8 * 8; }
-
-char *bytes_of(LogPage *page) { return reinterpret_cast<char *>(page); }
 
 }  // namespace
 
-bool UndoLog::ensure_space(std::uint64_t bytes) {
-    if (slot_.log != nullptr && slot_.log->head.used + bytes <= page_size) return true;
-    auto *page = reinterpret_cast<LogPage *>(store_.allocator.allocate_page());
-    if (page == nullptr) return false;
-    page->head.used = sizeof(LogPage);
-    page->previous = slot_.log;
-    slot_.log = page;
+// A chain of chunks is freed one by one: destructors that call each other use up the stack.
+UndoLog::~UndoLog() { clear(); }
+
+void UndoLog::drop_newest() {
+    std::unique_ptr<Chunk> dropped = std::move(newest_);
+    newest_ = std::move(dropped->previous);
+    dropped->used = 0;
+    spare_ = std::move(dropped);
+}
+
+void UndoLog::clear() {
+    while (newest_ != nullptr) drop_newest();
+    deferred_frees_ = 0;
+    incomplete_ = false;
+}
+
+bool UndoLog::ensure_space(std::size_t bytes) {
+    if (newest_ != nullptr && newest_->used + bytes <= chunk_bytes) return true;
+    std::unique_ptr<Chunk> chunk = std::move(spare_);
+    if (chunk == nullptr) chunk.reset(new (std::nothrow) Chunk);
+    if (chunk == nullptr) return false;
+    chunk->previous = std::move(newest_);
+    newest_ = std::move(chunk);
     return true;
 }
 
 bool UndoLog::reserve() { return ensure_space(sizeof(Trailer)); }
 
-void UndoLog::append(Kind kind, const void *address, std::uint32_t length, const void *payload,
+bool UndoLog::append(Kind kind, const void *address, std::uint32_t length, const void *payload,
                      std::uint32_t payload_length) {
-    const std::uint32_t before_trailer = padded(payload_length);
+    const std::size_t before_trailer = padded(payload_length);
     if (!ensure_space(before_trailer + sizeof(Trailer))) {
-        slot_.log_incomplete = 1;
-        return;
+        incomplete_ = true;
+        return false;
     }
-    char *place = bytes_of(slot_.log) + slot_.log->head.used;
+    char *place = newest_->bytes + newest_->used;
     if (payload_length != 0) std::memcpy(place, payload, payload_length);
     const Trailer trailer{const_cast<void *>(address), length, kind};
     std::memcpy(place + before_trailer, &trailer, sizeof trailer);
-    slot_.log->head.used += before_trailer + static_cast<std::uint32_t>(sizeof trailer);
+    newest_->used += before_trailer + sizeof trailer;
+    return true;
 }
 
 void UndoLog::old_bytes(const void *address, std::uint64_t length) {
@@ -62,76 +73,27 @@ void UndoLog::delta(const void *address, std::int32_t delta) {
 
 void UndoLog::allocated(const void *block) { append(Kind::allocated, block, 0, nullptr, 0); }
 
-void UndoLog::deferred_free(const void *block) {
-    if (!reserve()) {
-        ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): no room to note that %p is to be freed",
-                       block);
-        return;
-    }
+bool UndoLog::deferred_free(const void *block) {
+    if (!reserve()) return false;
     append(Kind::deferred_free, block, 0, nullptr, 0);
-    slot_.deferred_frees += 1;
+    deferred_frees_ += 1;
+    return true;
 }
 
-void UndoLog::release_newest_page() {
-    LogPage *page = slot_.log;
-    slot_.log = page->previous;
-    store_.allocator.release_page(&page->head, page->head.used);
+UndoLog::Trailer UndoLog::entry_before(const Chunk &chunk, std::size_t end, std::size_t &start) {
+    Trailer trailer;
+    const std::size_t trailer_at = end - sizeof trailer;
+    std::memcpy(&trailer, chunk.bytes + trailer_at, sizeof trailer);
+    start = trailer_at - (trailer.kind == Kind::old_bytes ? padded(trailer.length) : 0);
+    return trailer;
 }
 
-template <typename Visitor>
-void UndoLog::drain_newest_page(Visitor visit) {
-    LogPage *page = slot_.log;
-    while (page->head.used > sizeof(LogPage)) {
-        const auto trailer_at = page->head.used - static_cast<std::uint32_t>(sizeof(Trailer));
-        Trailer trailer;
-        std::memcpy(&trailer, bytes_of(page) + trailer_at, sizeof trailer);
-        const std::uint32_t payload = trailer.kind == Kind::old_bytes ? padded(trailer.length) : 0;
-        const std::uint32_t start = trailer_at - payload;
-        visit(trailer, bytes_of(page) + start);
-        const std::uint32_t end = page->head.used;
-        page->head.used = start;
-        std::memset(bytes_of(page) + start, 0, end - start);
-    }
-    release_newest_page();
-}
-
-void UndoLog::undo_entry(const Trailer &trailer, const char *payload, UndoScope scope) {
-    switch (trailer.kind) {
-        case Kind::old_bytes:
-            std::memcpy(trailer.address, payload, trailer.length);
-            break;
-        case Kind::delta:
-            if (scope == UndoScope::store_only && !store_.contains(trailer.address, 8)) break;
-            std::atomic_ref(*static_cast<std::uint64_t *>(trailer.address)) -=
-                static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(trailer.length)});
-            break;
-        case Kind::allocated:
-            store_.release_now(trailer.address);
-            break;
-        case Kind::deferred_free:
-            break;
-    }
-}
-
-void UndoLog::roll_back(UndoScope scope) {
-    while (slot_.log != nullptr) {
-        drain_newest_page([&](const Trailer &trailer, const char *payload) {
-            undo_entry(trailer, payload, scope);
-        });
-    }
-}
-
-void UndoLog::commit() {
-    while (slot_.log != nullptr) {
-        if (slot_.deferred_frees == 0) {
-            release_newest_page();
-            continue;
-        }
-        drain_newest_page([&](const Trailer &trailer, const char *) {
-            if (trailer.kind != Kind::deferred_free) return;
-            store_.release_now(trailer.address);
-            slot_.deferred_frees -= 1;
-        });
+void UndoLog::restore(const Trailer &trailer, const char *payload) {
+    if (trailer.kind == Kind::old_bytes) {
+        std::memcpy(trailer.address, payload, trailer.length);
+    } else if (trailer.kind == Kind::delta) {
+        std::atomic_ref(*static_cast<std::uint64_t *>(trailer.address)) -=
+            static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(trailer.length)});
     }
 }
 

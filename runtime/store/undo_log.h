@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The undo log of a transaction: pages of the store, chained from the newest to the
-// oldest. Entries follow each other upward in a page; each ends with a trailer, so
-// that they can be read backwards, newest first:
+// The undo log of a transaction, in this process's own memory: chunks chained from the newest
+// to the oldest. Entries follow each other upward in a chunk; each ends with a trailer, so that
+// they can be read backwards, newest first:
 //
 //   offset  size  member
 //        0     n  bytes of the entry, padded to a multiple of 8
@@ -15,47 +15,43 @@
 //   3 allocated         frees the block at the address
 //   4 deferred free     nothing; a commit frees the block at the address
 //
-// A page counts an entry once it is complete, and drops it once it is undone. Addresses
-// are valid in every process that maps the store. Only a delta may have an address outside
-// the store, valid in the process that made it; other processes skip it.
+// Only a delta may have an address outside the store.
 #ifndef TARNBASE_RUNTIME_STORE_UNDO_LOG_H
 #define TARNBASE_RUNTIME_STORE_UNDO_LOG_H
 
+#include <cstddef>
 #include <cstdint>
-
-#include "runtime/arena/page.h"
-
-struct kel_store;
+#include <memory>
 
 namespace tarnbase::runtime {
 
-struct TransactionSlot;
-
-struct LogPage {
-    Page head;  // `used` counts from the page's first byte
-    LogPage *previous;
-};
-static_assert(sizeof(LogPage) == 24);
-
-// Which addresses a rollback uses: those of this process too, or only the store's.
-enum class UndoScope { this_process, store_only };
-
-// A transaction's log for the duration of a call.
 class UndoLog {
  public:
-    UndoLog(kel_store &store, TransactionSlot &slot) : store_(store), slot_(slot) {}
+    UndoLog() = default;
+    UndoLog(const UndoLog &) = delete;
+    UndoLog &operator=(const UndoLog &) = delete;
+    ~UndoLog();
 
     void old_bytes(const void *address, std::uint64_t length);
     void delta(const void *address, std::int32_t delta);
     // Reserves the space of the next `allocated` or `deferred_free`. False: there is none.
     bool reserve();
     void allocated(const void *block);
-    void deferred_free(const void *block);
+    // False: there is no memory to log it, and the block won't be freed.
+    bool deferred_free(const void *block);
 
-    // Undoes the changes, newest first, and empties the log.
-    void roll_back(UndoScope scope);
-    // Frees the blocks of deferred frees, and empties the log.
-    void commit();
+    // Undoes the changes, newest first, and empties the log. `release` gets the blocks that
+    // were allocated.
+    template <typename Release>
+    void roll_back(Release release);
+    // Calls `visit` with the blocks of deferred frees, newest first.
+    template <typename Visit>
+    void each_deferred_free(Visit visit) const;
+    void clear();
+
+    bool is_empty() const { return newest_ == nullptr || newest_->used == 0; }
+    // Whether there was no memory for some change: a rollback then can't undo it.
+    bool is_incomplete() const { return incomplete_; }
 
  private:
     enum class Kind : std::uint32_t { old_bytes = 1, delta, allocated, deferred_free };
@@ -66,17 +62,55 @@ class UndoLog {
     };
     static_assert(sizeof(Trailer) == 16);
 
-    bool ensure_space(std::uint64_t bytes);
-    void append(Kind kind, const void *address, std::uint32_t length, const void *payload,
-                std::uint32_t payload_length);
-    template <typename Visitor>
-    void drain_newest_page(Visitor visit);
-    void release_newest_page();
-    void undo_entry(const Trailer &trailer, const char *payload, UndoScope scope);
+    static constexpr std::size_t chunk_bytes = 65536 - 64;
+    struct Chunk {
+        std::unique_ptr<Chunk> previous;
+        std::size_t used = 0;
+        alignas(8) char bytes[chunk_bytes];
+    };
 
-    kel_store &store_;
-    TransactionSlot &slot_;
+    static std::size_t padded(std::uint32_t length) { return (length + 7U) / 8 * 8; }
+    bool ensure_space(std::size_t bytes);
+    bool append(Kind kind, const void *address, std::uint32_t length, const void *payload,
+                std::uint32_t payload_length);
+    // The last entry that ends at `end` of a chunk, and where it starts.
+    static Trailer entry_before(const Chunk &chunk, std::size_t end, std::size_t &start);
+    static void restore(const Trailer &trailer, const char *payload);
+    void drop_newest();
+
+    std::unique_ptr<Chunk> newest_;
+    std::unique_ptr<Chunk> spare_;
+    std::uint64_t deferred_frees_ = 0;
+    bool incomplete_ = false;
 };
+
+template <typename Release>
+void UndoLog::roll_back(Release release) {
+    for (; newest_ != nullptr; drop_newest()) {
+        while (newest_->used > 0) {
+            std::size_t start = 0;
+            const Trailer trailer = entry_before(*newest_, newest_->used, start);
+            restore(trailer, newest_->bytes + start);
+            if (trailer.kind == Kind::allocated) release(trailer.address);
+            newest_->used = start;
+        }
+    }
+    clear();
+}
+
+template <typename Visit>
+void UndoLog::each_deferred_free(Visit visit) const {
+    std::uint64_t left = deferred_frees_;
+    for (const Chunk *chunk = newest_.get(); chunk != nullptr && left > 0;
+         chunk = chunk->previous.get()) {
+        for (std::size_t end = chunk->used, start = 0; end > 0 && left > 0; end = start) {
+            const Trailer trailer = entry_before(*chunk, end, start);
+            if (trailer.kind != Kind::deferred_free) continue;
+            visit(trailer.address);
+            left -= 1;
+        }
+    }
+}
 
 }  // namespace tarnbase::runtime
 

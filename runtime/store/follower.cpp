@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/store/follower.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "runtime/base/error_text.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+// While a checkpoint is opened, a newer one may replace it. That often in a row it can't.
+constexpr int most_attempts = 100;
+
+}  // namespace
+
+std::uint32_t Follower::fail_damaged(const char *what) const {
+    return fail(EBADMSG,
+                "%s: the log of the store is damaged at position %llu: %s. The store "
+                "can be read as it was before",
+                store_.path.c_str(), static_cast<unsigned long long>(position_), what);
+}
+
+std::uint32_t Follower::load_checkpoint() {
+    ControlPage &control = store_.control.page();
+    Checkpoint checkpoint;
+    std::uint32_t error = ENOENT;
+    for (int i = 0; error == ENOENT && i < most_attempts; ++i) {
+        error = checkpoint.open(store_.folder.descriptor(), control.id, control.checkpoint.load());
+    }
+    if (error != 0) {
+        return fail(
+            error, "%s: the checkpoint of the store can't be used: %s", store_.path.c_str(),
+            error == EBADMSG ? checkpoint.what().c_str() : std::strerror(static_cast<int>(error)));
+    }
+    const CheckpointHead &head = checkpoint.head();
+    if (head.base != control.base || head.capacity != control.capacity) {
+        return fail(EBADMSG, "%s: the checkpoint is for another address or capacity",
+                    store_.path.c_str());
+    }
+    const std::uint64_t identity = checkpoint.identity();
+    if (control.checked_image.load(std::memory_order_relaxed) != identity) {
+        error = checkpoint.check_image();
+        if (error != 0) {
+            return fail(error, "%s: %s", store_.path.c_str(), checkpoint.what().c_str());
+        }
+        if (store_.control.is_writable()) {
+            control.checked_image.store(identity, std::memory_order_relaxed);
+        }
+    }
+    error = image_.load(checkpoint);
+    if (error != 0) {
+        return fail(error, "%s: cannot map the checkpoint: %s", store_.path.c_str(),
+                    std::strerror(static_cast<int>(error)));
+    }
+    position_ = head.position;
+    segment_ = head.segment;
+    sequence_ = head.sequence;
+    return 0;
+}
+
+std::uint32_t Follower::load() {
+    for (int i = 0; i < most_attempts; ++i) {
+        if (const std::uint32_t error = load_checkpoint()) return error;
+        const std::uint32_t error = apply_published(store_.control.page().published.load());
+        if (error != ENOENT) return error;
+    }
+    return fail(ENOENT, "%s: a part of the log is missing", store_.path.c_str());
+}
+
+std::uint32_t Follower::open_log() {
+    const std::uint32_t error = log_.open(store_.folder.descriptor(), store_.control.page().id,
+                                          segment_, position_, sequence_ + 1);
+    if (error == EBADMSG) return fail_damaged(log_.what());
+    if (error == 0 || error == ENOENT) return error;
+    return fail(error, "%s: cannot read the log: %s", store_.path.c_str(),
+                std::strerror(static_cast<int>(error)));
+}
+
+std::uint32_t Follower::apply_next(std::uint64_t published) {
+    std::span<const char> frame;
+    const std::uint32_t error = log_.next(published, frame);
+    if (error == EBADMSG) return fail_damaged(log_.what());
+    if (error != 0) return error;
+    if (const char *wrong = image_.apply(frame)) {
+        // What was applied of the frame is dropped with the image.
+        end_ = position_;
+        if (const std::uint32_t unusable = load()) return unusable;
+        return fail_damaged(wrong);
+    }
+    position_ = log_.position();
+    segment_ = log_.segment();
+    sequence_ += 1;
+    return 0;
+}
+
+std::uint32_t Follower::apply_published(std::uint64_t published) {
+    if (position_ >= std::min(published, end_)) return 0;
+    if (log_.position() != position_ || log_.segment() != segment_) {
+        if (const std::uint32_t error = open_log()) return error;
+    }
+    while (position_ < std::min(published, end_)) {
+        if (const std::uint32_t error = apply_next(published)) return error;
+    }
+    return 0;
+}
+
+std::uint32_t Follower::catch_up() {
+    const std::uint64_t published = store_.control.page().published.load(std::memory_order_acquire);
+    std::uint32_t error = apply_published(published);
+    if (error == ENOENT) error = load();
+    if (error != 0) return error;
+    return position_ < end_ ? 0 : fail_damaged("an operation can't be applied");
+}
+
+void Follower::advance(const LogWriter &log) {
+    position_ = log.position();
+    segment_ = log.segment();
+    sequence_ += 1;
+}
+
+}  // namespace tarnbase::runtime

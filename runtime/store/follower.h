@@ -1,0 +1,66 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// An image that follows a store: it begins with the newest checkpoint and applies the frames
+// that are published after it.
+#ifndef TARNBASE_RUNTIME_STORE_FOLLOWER_H
+#define TARNBASE_RUNTIME_STORE_FOLLOWER_H
+
+#include <cstdint>
+#include <string>
+
+#include "runtime/control/control.h"
+#include "runtime/log/log.h"
+#include "runtime/store/image.h"
+
+namespace tarnbase::runtime {
+
+// A store's folder, its control file, and its path for error texts.
+struct StoreFolder {
+    std::string path;
+    File folder;
+    Control control;
+};
+
+class Follower {
+ public:
+    Follower(StoreFolder &store, Image &image) : store_(store), image_(image) {}
+
+    // Loads the newest checkpoint and catches up. The image's region is mapped, with the
+    // store's capacity. Returns 0, or sets the error text: EBADMSG a file is damaged; and errno
+    // numbers of its files.
+    std::uint32_t load();
+    // Applies what was published since. Errors as above: the image stays as it was after the
+    // last good frame.
+    std::uint32_t catch_up();
+
+    bool is_current() const {
+        return position_ == store_.control.page().published.load(std::memory_order_acquire);
+    }
+
+    // The place of the next frame in the log, the segment which contains that place, and the
+    // number of the last frame applied.
+    std::uint64_t position() const { return position_; }
+    std::uint64_t segment() const { return segment_; }
+    std::uint64_t sequence() const { return sequence_; }
+    // The image's own change was published as the next frame.
+    void advance(const LogWriter &log);
+
+ private:
+    std::uint32_t load_checkpoint();
+    // Applies frames up to `end_`. ENOENT: a newer checkpoint has replaced them.
+    std::uint32_t apply_published(std::uint64_t published);
+    std::uint32_t open_log();
+    std::uint32_t apply_next(std::uint64_t published);
+    std::uint32_t fail_damaged(const char *what) const;
+
+    StoreFolder &store_;
+    Image &image_;
+    LogReader log_;
+    std::uint64_t position_ = 0;
+    std::uint64_t segment_ = 0;
+    std::uint64_t sequence_ = 0;
+    std::uint64_t end_ = ~0ULL;  // a frame here can't be applied
+};
+
+}  // namespace tarnbase::runtime
+
+#endif

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/store/image.h"
+
+#include <cstring>
+
+#include "runtime/log/frame.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+// Pages of a new store before it grows.
+constexpr std::uint64_t first_pages = 16;
+
+// References that this process has to the record stay.
+void apply_references(char *place, const char *bytes) {
+    std::uint32_t mine = 0, theirs = 0;
+    std::memcpy(&mine, place + 4, sizeof mine);
+    std::memcpy(&theirs, bytes + 4, sizeof theirs);
+    std::memcpy(place, bytes, mine == 0 || theirs == 0 ? 8 : 4);
+}
+
+}  // namespace
+
+void Image::attach() {
+    header = reinterpret_cast<StoreHeader *>(region.base());
+    allocator = Allocator(region, header->arena, page_sets_offset);
+}
+
+void Image::format(void *base) {
+    attach();
+    header->base = base;
+    header->capacity = region.capacity();
+    header->arena.size =
+        Allocator::front_bytes(page_sets_offset, region.capacity()) + first_pages * page_size;
+    // The list's end is its anchor, at the address that the store has.
+    header->tables.last =
+        reinterpret_cast<kel_table **>(static_cast<char *>(base) + offsetof(StoreHeader, tables) +
+                                       offsetof(kel_table_list, first));
+    allocator.format(page_sets_offset);
+}
+
+std::uint32_t Image::load(const Checkpoint &checkpoint) {
+    const CheckpointHead &head = checkpoint.head();
+    const std::uint32_t error =
+        region.load(checkpoint.descriptor(), head.image_offset, head.image_bytes);
+    if (error == 0) attach();
+    return error;
+}
+
+bool Image::contains(const void *address, std::uint64_t length) const {
+    const auto offset =
+        reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(region.base());
+    return offset < header->arena.size && length <= header->arena.size - offset;
+}
+
+bool Image::may_write(std::uint64_t offset, std::uint64_t length) const {
+    if (offset < page_sets_offset) {
+        return offset >= counters_offset && length <= page_sets_offset - offset;
+    }
+    const auto block = allocator.find(offset);
+    return block && length <= block->offset + block->size - offset;
+}
+
+const char *Image::apply(const Operation &operation) {
+    char *place = region.base() + operation.offset;
+    switch (operation.kind) {
+        case OperationKind::release:
+            return allocator.release(place) ? nullptr : "it frees what is no block";
+        case OperationKind::allocate:
+            if (operation.bytes.size() > operation.block_size ||
+                !allocator.claim(operation.offset, operation.block_size)) {
+                return "it allocates a block that isn't free";
+            }
+            break;
+        case OperationKind::references:
+            if (operation.bytes.size() != 8 || !may_write(operation.offset, 8)) {
+                return "it counts references outside of the blocks";
+            }
+            apply_references(place, operation.bytes.data());
+            return nullptr;
+        case OperationKind::write:
+            if (!may_write(operation.offset, operation.bytes.size())) {
+                return "it writes outside of the blocks";
+            }
+            break;
+    }
+    std::memcpy(place, operation.bytes.data(), operation.bytes.size());
+    return nullptr;
+}
+
+const char *Image::apply(std::span<const char> frame) {
+    OperationReader operations(frame);
+    Operation operation;
+    while (operations.next(operation)) {
+        if (operation.offset >= region.capacity()) return "an offset is outside of the store";
+        if (const char *wrong = apply(operation)) return wrong;
+    }
+    return operations.damaged() ? "an operation is damaged" : nullptr;
+}
+
+}  // namespace tarnbase::runtime

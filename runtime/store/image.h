@@ -1,0 +1,47 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// The content of a store in this process's memory: the header, the allocator's data and the
+// blocks. Frames of the log are applied to it.
+#ifndef TARNBASE_RUNTIME_STORE_IMAGE_H
+#define TARNBASE_RUNTIME_STORE_IMAGE_H
+
+#include <cstdint>
+#include <span>
+
+#include "runtime/arena/allocator.h"
+#include "runtime/arena/region.h"
+#include "runtime/checkpoint/checkpoint.h"
+#include "runtime/store/header.h"
+
+namespace tarnbase::runtime {
+
+class Image {
+ public:
+    // Makes an empty store in the region, which was just mapped, for the address `base`.
+    void format(void *base);
+    // Loads a checkpoint whose image was checked, into the region, which has its capacity.
+    std::uint32_t load(const Checkpoint &checkpoint);
+
+    // Applies a frame that was checked. Returns null, or what is wrong with an operation: then
+    // those before it were applied.
+    const char *apply(std::span<const char> frame);
+
+    // Whether bytes are in the part of the store that is in use.
+    bool contains(const void *address, std::uint64_t length) const;
+    std::uint64_t offset_of(const void *address) const {
+        return static_cast<std::uint64_t>(static_cast<const char *>(address) - region.base());
+    }
+    std::span<const char> bytes() const { return {region.base(), header->arena.size}; }
+
+    Region region;
+    StoreHeader *header = nullptr;
+    Allocator allocator;
+
+ private:
+    void attach();
+    bool may_write(std::uint64_t offset, std::uint64_t length) const;
+    const char *apply(const struct Operation &operation);
+};
+
+}  // namespace tarnbase::runtime
+
+#endif

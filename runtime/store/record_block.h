@@ -1,0 +1,26 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Recognising the blocks of records. The count of a record's references is each process's own:
+// it isn't shared.
+#ifndef TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
+#define TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/store/image.h"
+#include "tarnbase/record.h"
+
+namespace tarnbase::runtime {
+
+// The eight bytes of a record that contain its count of references.
+inline constexpr std::uint64_t references_offset = offsetof(kel_record, ra_byte);
+inline constexpr std::uint64_t references_length = 8;
+static_assert(offsetof(kel_record, ref_count) == references_offset + 4);
+static_assert(references_offset % 8 == 0);
+
+// Whether an allocated block contains a record.
+bool is_record(const Image &image, Allocator::Extent block);
+
+}  // namespace tarnbase::runtime
+
+#endif

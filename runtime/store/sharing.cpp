@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/store/sharing.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <random>
+
+#include "runtime/base/error_text.h"
+#include "runtime/store/record_block.h"
+#include "tarnbase/runtime.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+// A checkpoint is due when the log after the last one has this many bytes, or a quarter of the
+// blocks' bytes if that is more.
+constexpr std::uint64_t least_log = 1ULL << 20;
+
+StoreId random_id() {
+    std::random_device source;
+    StoreId id;
+    for (std::uint8_t &byte : id) byte = static_cast<std::uint8_t>(source());
+    return id;
+}
+
+}  // namespace
+
+Sharing::~Sharing() {
+    if (lock_.inherited()) {
+        checkpointer_.forget_thread();
+    } else if (is_writer()) {
+        give_up_writing();
+    }
+}
+
+std::uint32_t Sharing::create(const char *path, File folder) {
+    folder_.path = path;
+    folder_.folder = std::move(folder);
+    const int descriptor = folder_.folder.descriptor();
+    CheckpointHead head{};
+    head.id = random_id();
+    head.base = reinterpret_cast<std::uintptr_t>(image_.header->base);
+    head.capacity = image_.header->capacity;
+    Segment first;
+    std::uint32_t error = write_checkpoint(descriptor, head, image_.bytes());
+    if (error == 0) error = first.create(descriptor, head.id, 0, 0);
+    if (error == 0) error = folder_.control.create(descriptor, head.id, head.base, head.capacity);
+    if (error == 0) return open(path, std::move(folder_.folder));
+    return fail(error, "%s: %s", path, std::strerror(static_cast<int>(error)));
+}
+
+std::uint32_t Sharing::open(const char *path, File folder) {
+    folder_.path = path;
+    folder_.folder = std::move(folder);
+    const int descriptor = folder_.folder.descriptor();
+    if (const std::uint32_t error = folder_.control.open(descriptor, path)) return error;
+    if (!folder_.control.is_writable()) return 0;
+    const std::uint32_t error = lock_.attach(descriptor, folder_.control.page().lock);
+    if (error == 0) return 0;
+    return fail(error, "%s: cannot register the process: %s", path,
+                std::strerror(static_cast<int>(error)));
+}
+
+std::uint32_t Sharing::check_may_write() const {
+    const char *path = folder_.path.c_str();
+    if (!folder_.control.is_writable()) {
+        return fail(EACCES, "%s: the store is open to read only", path);
+    }
+    if (lock_.inherited()) {
+        return fail(EPERM, "%s: the store was opened by the parent process", path);
+    }
+    return 0;
+}
+
+std::uint32_t Sharing::become_writer() {
+    if (const std::uint32_t error = check_may_write()) return error;
+    if (const std::uint32_t error = lock_.acquire(lock_timeout)) {
+        return error == ETIMEDOUT ? fail_locked() : error;
+    }
+    std::uint32_t error = 0;
+    refused_.roll_back([](void *) {});
+    if (!follower_.is_current()) error = follower_.catch_up();
+    if (error == 0 && (!log_is_open_ || log_.position() != follower_.position())) {
+        error = log_.open(folder_.folder.descriptor(), folder_.control.page().id,
+                          follower_.segment(), follower_.position());
+        log_is_open_ = error == 0;
+        if (error != 0) {
+            fail(error, "%s: cannot write the log: %s", folder_.path.c_str(),
+                 std::strerror(static_cast<int>(error)));
+        }
+    }
+    if (error != 0) lock_.release();
+    return error;
+}
+
+std::uint32_t Sharing::fail_locked() {
+    return fail(ETIMEDOUT, "%s: %s", folder_.path.c_str(), lock_.describe_holder().c_str());
+}
+
+std::uint32_t Sharing::give_up_writing() {
+    const std::uint32_t error = has_lasting_changes ? publish() : 0;
+    if (error != 0) {
+        ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): changes are lost: %s", error_text());
+        has_lasting_changes = false;
+        changes_.clear();
+        follower_.load();
+    }
+    lock_.release();
+    return error;
+}
+
+std::uint32_t Sharing::refresh() {
+    if (is_writer()) return 0;
+    if (!refused_.is_empty()) refused_.roll_back([](void *) {});
+    return follower_.is_current() ? 0 : follower_.catch_up();
+}
+
+std::uint32_t Sharing::publish() {
+    frame_.clear();
+    changes_.build(frame_, image_);
+    std::uint32_t error = frame_.length() > most_frame_bytes ? EFBIG : 0;
+    if (error == 0) error = log_.append(frame_.finish(follower_.sequence() + 1));
+    if (error != 0) {
+        return fail(error, "%s: cannot write %llu bytes to the log: %s", folder_.path.c_str(),
+                    static_cast<unsigned long long>(frame_.length()),
+                    std::strerror(static_cast<int>(error)));
+    }
+    follower_.advance(log_);
+    folder_.control.publish(log_.position());
+    changes_.clear();
+    has_lasting_changes = false;
+    checkpoint_if_due();
+    return 0;
+}
+
+void Sharing::checkpoint_if_due() {
+    const std::uint64_t log = follower_.position() - folder_.control.page().checkpoint.load();
+    if (log > std::max(least_log, image_.header->arena.block_bytes / 4)) checkpointer_.start();
+}
+
+std::uint32_t Sharing::make_checkpoint() {
+    if (const std::uint32_t error = check_may_write()) return error;
+    return checkpointer_.make();
+}
+
+bool Sharing::wait(std::int64_t milliseconds) const {
+    return folder_.control.wait(follower_.position(), milliseconds);
+}
+
+void Sharing::refuse_write(const void *address, std::uint64_t length) {
+    const std::uint64_t offset = image_.offset_of(address);
+    const auto block = image_.allocator.find(offset);
+    // References belong to the process.
+    if (block && length == sizeof(std::uint32_t) && is_record(image_, *block) &&
+        offset == block->offset + offsetof(kel_record, ref_count)) {
+        return;
+    }
+    refused_.old_bytes(address, length);
+    refuse_block("a change");
+}
+
+void Sharing::refuse_block(const char *what) {
+    fail(EPERM, "%s: %s outside of a transaction, and the process isn't the writer",
+         folder_.path.c_str(), what);
+    ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): %s", error_text());
+}
+
+}  // namespace tarnbase::runtime

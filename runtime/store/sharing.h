@@ -1,0 +1,79 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// What an open store shares with other processes: it follows their commits, and publishes its own
+// while it has the writer's lock. A private store has no such part.
+#ifndef TARNBASE_RUNTIME_STORE_SHARING_H
+#define TARNBASE_RUNTIME_STORE_SHARING_H
+
+#include <cstdint>
+
+#include "runtime/control/writer_lock.h"
+#include "runtime/store/changes.h"
+#include "runtime/store/checkpointer.h"
+#include "runtime/store/follower.h"
+#include "runtime/store/undo_log.h"
+
+namespace tarnbase::runtime {
+
+class Sharing {
+ public:
+    explicit Sharing(Image &image)
+        : image_(image), follower_(folder_, image), checkpointer_(folder_, lock_) {}
+    Sharing(const Sharing &) = delete;
+    Sharing &operator=(const Sharing &) = delete;
+    ~Sharing();
+
+    // Makes the files of a new store from the image, in an empty folder.
+    std::uint32_t create(const char *path, File folder);
+    // Opens the files of a store. The image's region is mapped after that.
+    std::uint32_t open(const char *path, File folder);
+    // Loads the image.
+    std::uint32_t load() { return follower_.load(); }
+
+    StoreFolder &folder() { return folder_; }
+    const Follower &follower() const { return follower_; }
+
+    // Whether this process may change the image: it has the writer's lock.
+    bool is_writer() const { return lock_.is_held() && !lock_.inherited(); }
+    // Takes the lock and catches up. Returns 0 or sets the error text: ETIMEDOUT another process
+    // has it; EACCES the store is open to read; EPERM it was opened by the parent process.
+    std::uint32_t become_writer();
+    // Publishes what isn't published yet and releases the lock. Error: it was undone.
+    std::uint32_t give_up_writing();
+    // Catches up with other processes. A writer has nothing to catch up with.
+    std::uint32_t refresh();
+
+    // Publishes the changes as one frame. Error, ENOSPC among them: nothing is published.
+    std::uint32_t publish();
+    ChangeSet &changes() { return changes_; }
+    // Changes that no transaction will undo are waiting to be published.
+    bool has_lasting_changes = false;
+
+    // A change by a process that isn't the writer. It is undone before the next frame.
+    void refuse_write(const void *address, std::uint64_t length);
+    void refuse_block(const char *what);
+
+    std::uint32_t make_checkpoint();
+    bool wait(std::int64_t milliseconds) const;
+    std::int64_t lock_timeout = -1;  // milliseconds; negative: no limit
+    bool keeps_writing = false;      // the lock was taken to keep it after transactions
+
+ private:
+    std::uint32_t fail_locked();
+    std::uint32_t check_may_write() const;
+    void checkpoint_if_due();
+
+    Image &image_;
+    StoreFolder folder_;
+    WriterLock lock_;
+    Follower follower_;
+    LogWriter log_;
+    bool log_is_open_ = false;
+    ChangeSet changes_;
+    FrameBuilder frame_;
+    UndoLog refused_;
+    Checkpointer checkpointer_;
+};
+
+}  // namespace tarnbase::runtime
+
+#endif
