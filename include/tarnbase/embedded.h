@@ -85,6 +85,11 @@ TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options
  * is at its old address, and everything works. Tables opened by name have no such limit.
  */
 TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
+/*
+ * As kel_store_open, but makes a private store of it: it has the content of this moment, its
+ * changes stay in this process, and nothing is shared.
+ */
+TARNBASE_API uint32_t kel_store_open_copy(const char *path, kel_store **store);
 /* As kel_store_open, or as kel_store_create if the path doesn't exist. */
 TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
                                                kel_store **store);
@@ -123,8 +128,9 @@ TARNBASE_API uint32_t kel_store_refresh(kel_store *store);
  */
 TARNBASE_API uint32_t kel_store_lock(kel_store *store);
 /*
- * Publishes changes made with KEL_TX_NONE and ends what kel_store_lock began.
- * Errors: EBUSY a transaction is open; ENOSPC the changes couldn't be written, and are undone.
+ * Ends what kel_store_lock began; calls of both may nest. The last one publishes changes made
+ * with KEL_TX_NONE, unless a transaction is open, whose end does that.
+ * Errors: EINVAL the store isn't locked; ENOSPC the changes couldn't be written, and are undone.
  */
 TARNBASE_API uint32_t kel_store_unlock(kel_store *store);
 /*

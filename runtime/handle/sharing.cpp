@@ -33,18 +33,17 @@ std::uint32_t kel_store_refresh(kel_store *store) {
 std::uint32_t kel_store_lock(kel_store *store) {
     return shared("kel_store_lock", store, 0, [](Sharing &part) -> std::uint32_t {
         const std::uint32_t error = part.is_writer() ? 0 : part.become_writer();
-        part.keeps_writing = error == 0;
+        if (error == 0) part.locks += 1;
         return error;
     });
 }
 
 std::uint32_t kel_store_unlock(kel_store *store) {
     return shared("kel_store_unlock", store, 0, [&](Sharing &part) -> std::uint32_t {
-        if (store->has_open_transaction()) {
-            return fail(EBUSY, "kel_store_unlock: a transaction is open");
-        }
-        part.keeps_writing = false;
-        return part.is_writer() ? part.give_up_writing() : 0;
+        if (part.locks == 0) return fail(EINVAL, "kel_store_unlock: the store isn't locked");
+        part.locks -= 1;
+        const bool stays = part.locks != 0 || store->has_open_transaction();
+        return stays || !part.is_writer() ? 0 : part.give_up_writing();
     });
 }
 

@@ -67,6 +67,15 @@ std::uint32_t kel_store_open(const char *path, kel_store **store) {
     });
 }
 
+std::uint32_t kel_store_open_copy(const char *path, kel_store **store) {
+    return make_store(path, store, [&](kel_store &made) {
+        made.path = path;
+        const std::uint32_t error = open_files(path, made);
+        made.sharing.reset();
+        return error;
+    });
+}
+
 std::uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,
                                        kel_store **store) {
     const std::uint32_t opened = kel_store_open(path, store);

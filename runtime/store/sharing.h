@@ -55,7 +55,7 @@ class Sharing {
     std::uint32_t make_checkpoint();
     bool wait(std::int64_t milliseconds) const;
     std::int64_t lock_timeout = -1;  // milliseconds; negative: no limit
-    bool keeps_writing = false;      // the lock was taken to keep it after transactions
+    std::uint64_t locks = 0;         // calls of kel_store_lock that aren't undone
 
  private:
     std::uint32_t fail_locked();

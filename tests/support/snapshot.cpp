@@ -31,10 +31,8 @@ bool moves_with_transactions(std::size_t offset) {
     const auto within = [offset](std::size_t first, std::size_t length) {
         return offset >= first && offset < first + length;
     };
-    return within(offsetof(StoreHeader, arena) + offsetof(tarnbase::runtime::ArenaState, size),
-                  8) ||
-           within(offsetof(StoreHeader, committed), 8) ||
-           within(offsetof(StoreHeader, rolled_back), 8) || within(offsetof(StoreHeader, begun), 4);
+    return within(tarnbase::runtime::counters_offset,
+                  tarnbase::runtime::counters_end - tarnbase::runtime::counters_offset);
 }
 
 }  // namespace

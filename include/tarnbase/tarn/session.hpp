@@ -17,7 +17,8 @@ enum class descriptors : std::uint8_t {
 };
 
 /// Owns a handle. Move-only; make one per thread, they are cheap. Changes made through it
-/// belong to its open transaction; without one they are permanent at once.
+/// belong to its open transaction; without one they are permanent at once in a private store,
+/// and refused in a store with files.
 /// Lifetime: it must outlive its tables, records and transactions.
 class session {
  public:

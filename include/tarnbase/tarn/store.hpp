@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// A store: a file or private memory that contains tables.
+/// A store: a folder with files, or private memory, that contains tables.
 #ifndef TARNBASE_TARN_STORE_HPP
 #define TARNBASE_TARN_STORE_HPP
 
+#include <cerrno>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,7 +14,8 @@
 
 namespace tarn {
 
-/// Owns a mapped store. Move-only.
+/// Owns a mapped store. Move-only. A store with files is shared: one process at a time changes
+/// it, in a transaction, and each sees what others have committed when it refreshes.
 /// Lifetime: it must outlive its sessions.
 class store {
  public:
@@ -23,18 +26,24 @@ class store {
     }
     ~store() { kel_store_close(store_); }
 
-    /// Creates a store file. Errors: EEXIST it exists; as kel_store_create.
+    /// Creates a store with files. Errors: EEXIST the path exists; as kel_store_create.
     static result<store> try_create(const std::string &path,
                                     const kel_store_options &options = {}) {
         kel_store *made = nullptr;
         return wrap(kel_store_create(path.c_str(), &options, &made), made);
     }
-    /// Opens a store file. Errors: ENOENT there is none; as kel_store_open.
+    /// Opens a store with files. Errors: ENOENT there is none; as kel_store_open.
     static result<store> try_open(const std::string &path) {
         kel_store *made = nullptr;
         return wrap(kel_store_open(path.c_str(), &made), made);
     }
-    /// Opens a store file, or creates it if it doesn't exist.
+    /// Opens a private copy of a store with files: its changes stay in this process.
+    /// Errors: as kel_store_open.
+    static result<store> try_open_copy(const std::string &path) {
+        kel_store *made = nullptr;
+        return wrap(kel_store_open_copy(path.c_str(), &made), made);
+    }
+    /// Opens a store with files, or creates it if it doesn't exist.
     static result<store> try_open_or_create(const std::string &path,
                                             const kel_store_options &options = {}) {
         kel_store *made = nullptr;
@@ -53,6 +62,8 @@ class store {
     }
     /// As try_open; throws.
     static store open(const std::string &path) { return try_open(path).value(); }
+    /// As try_open_copy; throws.
+    static store open_copy(const std::string &path) { return try_open_copy(path).value(); }
     /// As try_open_or_create; throws.
     static store open_or_create(const std::string &path, const kel_store_options &options = {}) {
         return try_open_or_create(path, options).value();
@@ -61,7 +72,31 @@ class store {
     static store create_private(const kel_store_options &options = {}) {
         return try_create_private(options).value();
     }
+    /// As try_refresh; throws.
+    void refresh() { try_refresh().value(); }
+    /// As try_wait; throws.
+    bool wait(std::int64_t milliseconds) const { return try_wait(milliseconds).value(); }
 #endif
+
+    /// Brings the store up to date with what other processes have committed. Records and texts
+    /// that they deleted are no longer valid. A transaction begins with this by itself.
+    /// Errors: EBADMSG the store is damaged; as kel_store_refresh.
+    result<void> try_refresh() {
+        const std::uint32_t status = kel_store_refresh(store_);
+        if (status != 0) return detail::last_failure(status);
+        return {};
+    }
+    /// Waits until another process has committed something new. Returns: whether it has, within
+    /// `milliseconds`; negative: without limit. Error: EINVAL the store is private.
+    result<bool> try_wait(std::int64_t milliseconds) const {
+        const std::uint32_t status = kel_store_wait(store_, milliseconds);
+        if (status != 0 && status != ETIMEDOUT) return detail::last_failure(status);
+        return status == 0;
+    }
+    /// Sets how long transactions wait for another process's; negative: without limit.
+    void set_lock_timeout(std::int64_t milliseconds) noexcept {
+        kel_store_set_lock_timeout(store_, milliseconds);
+    }
 
     /// Returns: sizes and counts. The path of a private store is null.
     kel_store_description describe() const noexcept {

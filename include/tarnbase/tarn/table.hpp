@@ -30,7 +30,7 @@ class basic_table : public basic_table_reader<Table> {
     using reader::begin;
     using reader::end;
 
-    // ---- Opening. A table outlives every transaction, so it is opened outside of them.
+    // ---- Opening. A table outlives the transaction in which it was created, rolled back or not.
 
     /// Opens the table with this name. A name with a '/' is a path, and tables of all kinds
     /// share the paths.
@@ -41,10 +41,11 @@ class basic_table : public basic_table_reader<Table> {
             return Table::open(handle, KEL_TX_NONE, name.c_str(), open_only, err);
         });
     }
-    /// Opens the table with this name, or creates it. Errors: E2BIG, EINVAL, ENOMEM.
+    /// Opens the table with this name, or creates it, as the writer of a store with files.
+    /// Errors: E2BIG, EINVAL, ENOMEM, and those of kel_store_lock.
     static result<basic_table> try_open_or_create(const session &in, const std::string &name) {
-        return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
-            return Table::open(handle, KEL_TX_NONE, name.c_str(), or_create, err);
+        return wrap_writing(in, [&](kel_handle *handle, std::uint32_t mode, std::uint32_t *err) {
+            return Table::open(handle, KEL_TX_NONE, name.c_str(), mode, err);
         });
     }
     /// Opens the table with this id. A process finds tables of one kind by id in its first
@@ -55,10 +56,10 @@ class basic_table : public basic_table_reader<Table> {
             return Table::open_by_id(handle, KEL_TX_NONE, id, open_only, err);
         });
     }
-    /// Opens the table with this id, or creates it. Error: ENOMEM.
+    /// Opens the table with this id, or creates it. Errors: ENOMEM, and those of kel_store_lock.
     static result<basic_table> try_open_or_create_id(const session &in, std::uint64_t id) {
-        return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
-            return Table::open_by_id(handle, KEL_TX_NONE, id, or_create, err);
+        return wrap_writing(in, [&](kel_handle *handle, std::uint32_t mode, std::uint32_t *err) {
+            return Table::open_by_id(handle, KEL_TX_NONE, id, mode, err);
         });
     }
     /// Refers to a table that was opened with the C interface.
@@ -261,6 +262,24 @@ class basic_table : public basic_table_reader<Table> {
             return error(
                 EINVAL, std::string("opening a ") + Table::name + ": the table is of another kind");
         return basic_table(in.c_handle(), table);
+    }
+    // Opens a table, or creates it as the store's writer if there is none.
+    template <typename Open>
+    static result<basic_table> wrap_writing(const session &in, Open open) {
+        const auto with = [&](std::uint32_t mode) {
+            return wrap(in, [&](kel_handle *handle, std::uint32_t *err) {
+                return open(handle, mode, err);
+            });
+        };
+        result<basic_table> found = with(open_only);
+        if (found || found.error().number() != ENOENT) return found;
+        kel_store *const store = kel_handle_store(in.c_handle());
+        const std::uint32_t locked = kel_store_lock(store);
+        if (locked != 0) return detail::last_failure(locked);
+        result<basic_table> made = with(or_create);
+        const std::uint32_t status = kel_store_unlock(store);
+        if (made && status != 0) return detail::last_failure(status);
+        return made;
     }
     // The descriptor identifies the kind: the library's, or the store's copy of it. The key is
     // used only if there was no memory for the copy: a path may end like a key of this kind.

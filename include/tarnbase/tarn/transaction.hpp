@@ -24,7 +24,9 @@ class transaction {
         if (is_open()) end(kel_transaction_rollback);
     }
 
-    /// Begins a transaction. Errors: EBUSY the session has one open; EAGAIN too many are open.
+    /// Begins a transaction: waits until no other process has one in the store, and brings the
+    /// store up to date.
+    /// Errors: EBUSY the session has one open; as kel_transaction_begin.
     static result<transaction> try_begin(session &in) {
         kel_handle *handle = in.c_handle();
         if (handle->cr_tx_id != KEL_TX_NONE)
@@ -36,11 +38,13 @@ class transaction {
         return transaction(handle);
     }
 
-    /// Makes the changes permanent. Error: EINVAL it isn't open.
+    /// Makes the changes permanent, and shows them to other processes.
+    /// Errors: EINVAL it isn't open; ENOSPC the disk is full, and it was rolled back; as
+    /// kel_transaction_commit.
     result<void> try_commit() { return finish(kel_transaction_commit, "committing"); }
     /// Undoes the changes. Records inserted in the transaction, and views of them, are no
     /// longer valid.
-    /// Errors: EINVAL it isn't open; ENOSPC the store was too full to log all of its changes.
+    /// Errors: EINVAL it isn't open; ENOMEM there was no memory to log all of its changes.
     result<void> try_rollback() { return finish(kel_transaction_rollback, "rolling back"); }
 
 #if TARN_EXCEPTIONS

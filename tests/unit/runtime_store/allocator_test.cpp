@@ -177,21 +177,6 @@ TEST_F(BadFrees, addresses_that_are_not_of_a_block_are_traced) {
     expect_refused(base - 16);
 }
 
-TEST_F(BadFrees, pages_of_the_undo_log_are_traced) {
-    const std::uint32_t tx = store.begin();
-    store.set(tx, small, std::uint8_t{1});
-    const TraceCapture trace;
-    // The log has the first free page, after those of the large block.
-    std::uint8_t *page = large - 64 + std::size_t{4} * 65536;
-    std::uint32_t kind = 0;
-    std::memcpy(&kind, page, sizeof kind);
-    ASSERT_EQ(kind, static_cast<std::uint32_t>(tarnbase::runtime::PageKind::undo_log));
-    for (const int offset : {0, 24, 64}) store.release(page + offset);
-    EXPECT_EQ(trace.lines.size(), 3U) << trace.all();
-    store.roll_back(tx);
-    EXPECT_EQ(*small, 0);
-}
-
 TEST_F(BadFrees, null_is_accepted_in_silence) {
     const TraceCapture trace;
     store.release(nullptr);

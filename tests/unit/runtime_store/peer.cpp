@@ -12,7 +12,7 @@
 
 namespace tarn::test {
 
-Peer::Peer(PeerBody body, const char *path) {
+Peer::Peer(PeerBody body, const char *path, const void *context) : context_(context) {
     int down[2];
     int up[2];
     if (::pipe(down) != 0 || ::pipe(up) != 0) throw std::runtime_error("pipe");

@@ -16,7 +16,7 @@ using PeerBody = int (*)(Peer &, const char *path);
 // since the other process would inherit the mapping and find the address range taken.
 class Peer {
  public:
-    Peer(PeerBody body, const char *path);
+    Peer(PeerBody body, const char *path, const void *context = nullptr);
     ~Peer();
     Peer(const Peer &) = delete;
     Peer &operator=(const Peer &) = delete;
@@ -25,6 +25,9 @@ class Peer {
     bool tell() const;
     bool await() const;
 
+    pid_t process() const { return process_; }
+    const void *context() const { return context_; }
+
     // The exit code, or -1 if a signal ended the process.
     int join();
     // Ends the process with SIGKILL.
@@ -32,6 +35,7 @@ class Peer {
 
  private:
     pid_t process_ = -1;
+    const void *context_;
     int in_ = -1;
     int out_ = -1;
 };

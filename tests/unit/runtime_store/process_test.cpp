@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// A store file in two processes at once, and after one that was killed.
+// A store in two processes at once, and after one that was killed.
 #include <unistd.h>
 
-#include <fstream>
+#include <cerrno>
+#include <string>
 
-#include "runtime/store/header.h"
+#include "tests/support/trace.h"
 #include "tests/unit/runtime_store/peer.h"
 #include "tests/unit/runtime_store/store_file.h"
 
 namespace tarn::test {
 namespace {
-
-using tarnbase::runtime::ArenaState;
-using tarnbase::runtime::StoreHeader;
 
 using StoreProcess = StoreFileTest;
 
@@ -25,19 +23,28 @@ int read_what_the_other_wrote(Peer &test, const char *path) {
     TARN_PEER_EXPECT(number != nullptr);
     TARN_PEER_EXPECT(number[0] == reinterpret_cast<std::uintptr_t>(number));
     TARN_PEER_EXPECT(number[1] == 4711);
-    number[1] = 4712;
-    *store.make("answer") = 42;
+    TARN_PEER_EXPECT(store.change([&](std::uint32_t tx) {
+        store.set(tx, number + 1, 4712);
+        *store.make("answer") = 42;
+    }) == 0);
     return 0;
 }
 
 TEST_F(StoreProcess, a_second_process_maps_the_store_at_the_same_address) {
     Peer peer(read_what_the_other_wrote, path.c_str());
     const OpenStore store(path.c_str());
-    std::uint64_t *number = store.make("number", 16);
-    number[0] = reinterpret_cast<std::uintptr_t>(number);
-    number[1] = 4711;
+    std::uint64_t *number = nullptr;
+    ASSERT_EQ(store.change([&](std::uint32_t) {
+        number = store.make("number", 16);
+        number[0] = reinterpret_cast<std::uintptr_t>(number);
+        number[1] = 4711;
+    }),
+              0U);
     ASSERT_TRUE(peer.tell());
     EXPECT_EQ(peer.join(), 0);
+    EXPECT_EQ(number[1], 4711U) << "the copy doesn't change by itself";
+    EXPECT_EQ(store.find("answer"), nullptr);
+    ASSERT_EQ(kel_store_refresh(store.store), 0U) << kel_error_text();
     EXPECT_EQ(number[1], 4712U);
     ASSERT_NE(store.find("answer"), nullptr);
     EXPECT_EQ(*store.find("answer"), 42U);
@@ -50,11 +57,14 @@ int grow_in_turns(Peer &test, const char *path) {
     const OpenStore store(path);
     TARN_PEER_EXPECT(store.error == 0);
     TARN_PEER_EXPECT(test.tell() && test.await());
-    const std::uint64_t *first = store.find("first");
-    TARN_PEER_EXPECT(first[big_block / 8 - 1] == 1);
-    std::uint64_t *second = store.make("second", 2 * big_block);
+    std::uint64_t *second = nullptr;
+    TARN_PEER_EXPECT(store.change([&](std::uint32_t) {
+        second = store.make("second", 2 * big_block);
+        if (second != nullptr) second[2 * big_block / 8 - 1] = 2;
+    }) == 0);
     TARN_PEER_EXPECT(second != nullptr);
-    second[2 * big_block / 8 - 1] = 2;
+    // A transaction begins with everything that was committed before.
+    TARN_PEER_EXPECT(store.find("first")[big_block / 8 - 1] == 1);
     return 0;
 }
 
@@ -64,14 +74,90 @@ TEST_F(StoreProcess, growth_by_one_process_is_seen_by_the_other) {
     const std::uint64_t size = store.describe().size;
     ASSERT_LT(size, big_block);
     ASSERT_TRUE(peer.tell() && peer.await());
-    store.make("first", big_block)[big_block / 8 - 1] = 1;
+    ASSERT_EQ(
+        store.change([&](std::uint32_t) { store.make("first", big_block)[big_block / 8 - 1] = 1; }),
+        0U);
     const std::uint64_t grown = store.describe().size;
     EXPECT_GT(grown, size + big_block / 2);
     ASSERT_TRUE(peer.tell());
     EXPECT_EQ(peer.join(), 0);
+    ASSERT_EQ(kel_store_refresh(store.store), 0U) << kel_error_text();
     EXPECT_GT(store.describe().size, grown);
     EXPECT_EQ(store.find("second")[2 * big_block / 8 - 1], 2U);
-    EXPECT_EQ(store.describe().size, std::filesystem::file_size(path));
+}
+
+int hold_the_lock(Peer &test, const char *path) {
+    TARN_PEER_EXPECT(test.await());
+    const OpenStore store(path);
+    TARN_PEER_EXPECT(kel_store_lock(store.store) == 0);
+    TARN_PEER_EXPECT(test.tell() && test.await());
+    TARN_PEER_EXPECT(kel_store_unlock(store.store) == 0);
+    TARN_PEER_EXPECT(test.tell() && test.await());
+    return 0;
+}
+
+TEST_F(StoreProcess, begin_waits_for_another_writer_and_names_it) {
+    Peer peer(hold_the_lock, path.c_str());
+    const OpenStore store(path.c_str());
+    ASSERT_TRUE(peer.tell() && peer.await());
+    kel_store_set_lock_timeout(store.store, 20);
+    std::uint32_t tx = 0;
+    EXPECT_EQ(kel_transaction_begin(store.handle, &tx), std::uint32_t{ETIMEDOUT});
+    const std::string holder = "held by " + std::to_string(peer.process());
+    EXPECT_NE(std::string(kel_error_text()).find(holder), std::string::npos) << kel_error_text();
+    ASSERT_TRUE(peer.tell() && peer.await());
+    ASSERT_EQ(kel_transaction_begin(store.handle, &tx), 0U) << kel_error_text();
+    EXPECT_EQ(kel_transaction_commit(store.handle, tx), 0U);
+    ASSERT_TRUE(peer.tell());
+    EXPECT_EQ(peer.join(), 0);
+}
+
+TEST_F(StoreProcess, changes_without_the_lock_are_refused_and_undone) {
+    const OpenStore store(path.c_str());
+    ASSERT_EQ(store.change([&](std::uint32_t) { *store.make("number") = 1; }), 0U);
+    const TraceCapture trace;
+    EXPECT_EQ(store.handle->alloc_hook(store.handle->arena, KEL_TX_NONE, 8), nullptr);
+    EXPECT_NE(std::string(kel_error_text()).find("outside of a transaction"), std::string::npos);
+    std::uint64_t *number = store.find("number");
+    store.set(KEL_TX_NONE, number, 2);
+    const std::uint64_t blocks = store.describe().blocks;
+    store.handle->free_hook(store.handle->arena, KEL_TX_NONE, number);
+    EXPECT_EQ(store.describe().blocks, blocks);
+    EXPECT_EQ(trace.lines.size(), 3U) << trace.all();
+    ASSERT_EQ(kel_store_refresh(store.store), 0U);
+    EXPECT_EQ(*number, 1U);
+}
+
+TEST_F(StoreProcess, changes_under_the_lock_are_published_when_it_is_released) {
+    {
+        const OpenStore store(path.c_str());
+        ASSERT_EQ(kel_store_lock(store.store), 0U);
+        *store.make("number") = 7;
+        EXPECT_EQ(store.describe().log_end, 0U);
+        ASSERT_EQ(kel_store_unlock(store.store), 0U);
+        EXPECT_GT(store.describe().log_end, 0U);
+    }
+    const OpenStore again(path.c_str());
+    ASSERT_NE(again.find("number"), nullptr);
+    EXPECT_EQ(*again.find("number"), 7U);
+}
+
+TEST_F(StoreProcess, a_commit_is_published_after_other_transactions_with_changes_have_ended) {
+    const OpenStore store(path.c_str());
+    std::uint64_t *number = nullptr;
+    ASSERT_EQ(store.change([&](std::uint32_t) { number = store.make("number", 16); }), 0U);
+    const std::uint64_t published = store.describe().log_end;
+    std::uint32_t first = 0, second = 0;
+    ASSERT_EQ(kel_transaction_begin(store.handle, &first), 0U);
+    ASSERT_EQ(kel_transaction_begin(store.handle, &second), 0U);
+    store.set(first, number, 1);
+    store.set(second, number + 1, 2);
+    ASSERT_EQ(kel_transaction_commit(store.handle, first), 0U);
+    EXPECT_EQ(store.describe().log_end, published);
+    ASSERT_EQ(kel_transaction_rollback(store.handle, second), 0U);
+    EXPECT_GT(store.describe().log_end, published);
+    EXPECT_EQ(number[0], 1U);
+    EXPECT_EQ(number[1], 0U);
 }
 
 // Changes everywhere in the store, in a transaction that never ends.
@@ -79,7 +165,6 @@ int stop_in_a_transaction(Peer &test, const char *path) {
     TARN_PEER_EXPECT(test.await());
     const OpenStore store(path);
     TARN_PEER_EXPECT(store.error == 0);
-    std::uint64_t outside = 0;
     std::uint32_t tx = 0;
     TARN_PEER_EXPECT(kel_transaction_begin(store.handle, &tx) == 0);
     kel_handle *handle = store.handle;
@@ -87,115 +172,104 @@ int stop_in_a_transaction(Peer &test, const char *path) {
     for (std::uint64_t i = 1; i <= 3000; ++i) {
         TARN_PEER_EXPECT(handle->alloc_hook(store.handle->arena, tx, i * 7 % 3000) != nullptr);
         store.set(tx, number + 1, i);
-        handle->delta_log_hook(store.handle->arena, number, 3, tx);
-        *number += 3;
     }
-    handle->delta_log_hook(store.handle->arena, &outside, 1, tx);
     handle->free_hook(store.handle->arena, tx, number);
     TARN_PEER_EXPECT(handle->alloc_hook(store.handle->arena, tx, 3 << 20) != nullptr);
     TARN_PEER_EXPECT(test.tell());
     for (;;) ::pause();
 }
 
-// The bytes of a file, without the header's words that transactions and growth change.
-std::string settled_bytes(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string bytes(std::filesystem::file_size(path), '\0');
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    const auto blank = [&](std::size_t offset, std::size_t length) {
-        bytes.replace(offset, length, length, '\0');
-    };
-    blank(offsetof(StoreHeader, arena) + offsetof(ArenaState, size), 8);
-    blank(offsetof(StoreHeader, committed), 8);
-    blank(offsetof(StoreHeader, rolled_back), 8);
-    blank(offsetof(StoreHeader, begun), 4);
-    return bytes;
-}
-
-class KilledProcess : public StoreFileTest {
- protected:
-    void make_store() {
-        const OpenStore store(path.c_str());
-        std::uint64_t *number = store.make("number", 16);
-        number[0] = 100;
-        number[1] = 200;
-    }
-};
-
-TEST_F(KilledProcess, leaves_a_store_that_opens_rolled_back_in_every_byte) {
-    make_store();
-    const std::string before = settled_bytes(path);
+TEST_F(StoreProcess, one_that_is_killed_leaves_nothing_of_its_transaction) {
     Peer peer(stop_in_a_transaction, path.c_str());
+    kel_store_description before;
+    {
+        const OpenStore store(path.c_str());
+        ASSERT_EQ(store.change([&](std::uint32_t) { store.make("number", 16)[1] = 200; }), 0U);
+        before = store.describe();
+    }
     ASSERT_TRUE(peer.tell() && peer.await());
     peer.kill();
-    EXPECT_NE(settled_bytes(path).substr(0, before.size()), before);
-    {
-        const OpenStore store(path.c_str());
-        ASSERT_EQ(store.error, 0U) << kel_error_text();
-        EXPECT_EQ(store.describe().transactions, 0U);
-        EXPECT_EQ(store.describe().rolled_back, 1U);
-        EXPECT_EQ(store.find("number")[0], 100U);
-        EXPECT_EQ(store.find("number")[1], 200U);
-    }
-    const std::string after = settled_bytes(path);
-    EXPECT_EQ(after.substr(0, before.size()), before);
-    EXPECT_EQ(after.find_first_not_of('\0', before.size()), std::string::npos);
-}
-
-TEST_F(KilledProcess, keeps_its_transaction_until_it_ends) {
-    make_store();
-    Peer peer(stop_in_a_transaction, path.c_str());
-    ASSERT_TRUE(peer.tell() && peer.await());
-    {
-        const OpenStore store(path.c_str());
-        EXPECT_EQ(store.describe().transactions, 1U);
-        EXPECT_EQ(store.describe().rolled_back, 0U);
-        peer.kill();
-    }
     const OpenStore store(path.c_str());
+    ASSERT_EQ(store.error, 0U) << kel_error_text();
+    EXPECT_EQ(store.describe().blocks, before.blocks);
+    EXPECT_EQ(store.describe().block_bytes, before.block_bytes);
     EXPECT_EQ(store.describe().transactions, 0U);
     EXPECT_EQ(store.find("number")[1], 200U);
+    EXPECT_EQ(store.change([&](std::uint32_t tx) { store.set(tx, store.find("number"), 1); }), 0U)
+        << kel_error_text();
 }
 
-// A block that is freed twice makes a commit trace it halfway through.
-int stop_in_a_commit(Peer &test, const char *path) {
+TEST_F(StoreProcess, a_child_can_not_use_the_store_of_its_parent_and_does_no_harm) {
+    const OpenStore store(path.c_str());
+    ASSERT_EQ(store.change([&](std::uint32_t) { *store.make("number") = 1; }), 0U);
+    std::uint32_t tx = 0;
+    ASSERT_EQ(kel_transaction_begin(store.handle, &tx), 0U);
+    store.set(tx, store.find("number"), 2);
+    Peer child(
+        [](Peer &test, const char *) {
+            auto *inherited = static_cast<const OpenStore *>(test.context());
+            std::uint32_t own = 0;
+            TARN_PEER_EXPECT(kel_transaction_begin(inherited->handle, &own) == EPERM);
+            kel_handle_destroy(inherited->handle);
+            kel_store_close(inherited->store);
+            return 0;
+        },
+        path.c_str(), &store);
+    EXPECT_EQ(child.join(), 0);
+    EXPECT_EQ(kel_transaction_commit(store.handle, tx), 0U) << kel_error_text();
+    EXPECT_EQ(*store.find("number"), 2U);
+}
+
+TEST_F(StoreProcess, a_store_that_may_only_be_read_is_opened_to_read) {
+    {
+        const OpenStore store(path.c_str());
+        ASSERT_EQ(store.change([&](std::uint32_t) { *store.make("number") = 5; }), 0U);
+    }
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can take the user's rights away";
+    std::filesystem::permissions(directory, std::filesystem::perms(0755));
+    Peer reader(
+        [](Peer &, const char *name) {
+            TARN_PEER_EXPECT(::setuid(65534) == 0);
+            const OpenStore store(name);
+            TARN_PEER_EXPECT(store.error == 0);
+            TARN_PEER_EXPECT(store.describe().writable == 0);
+            TARN_PEER_EXPECT(*store.find("number") == 5);
+            std::uint32_t tx = 0;
+            TARN_PEER_EXPECT(kel_transaction_begin(store.handle, &tx) == EACCES);
+            TARN_PEER_EXPECT(kel_store_checkpoint(store.store) == EACCES);
+            return 0;
+        },
+        path.c_str());
+    EXPECT_EQ(reader.join(), 0);
+}
+
+// Commits often, makes checkpoints and removes the log before them.
+int commit_and_checkpoint(Peer &test, const char *path) {
     TARN_PEER_EXPECT(test.await());
     const OpenStore store(path);
     TARN_PEER_EXPECT(store.error == 0);
-    const auto stop = [](void *context, std::uint16_t, std::uint32_t, const char *) {
-        static_cast<Peer *>(context)->tell();
-        for (;;) ::pause();
-    };
-    kel_trace_set_sink(stop, &test);
-    std::uint32_t tx = 0;
-    TARN_PEER_EXPECT(kel_transaction_begin(store.handle, &tx) == 0);
-    std::uint64_t *number = store.find("number");
-    store.set(tx, number, 101);
-    for (int i = 0; i < 2; ++i)
-        store.handle->free_hook(store.handle->arena, tx, store.find("spare"));
-    store.set(tx, number + 1, 201);
-    TARN_PEER_EXPECT(kel_transaction_commit(store.handle, tx) == 0);
-    return complain("the commit came to its end");
+    for (std::uint64_t i = 1; i <= 300; ++i) {
+        TARN_PEER_EXPECT(store.change([&](std::uint32_t tx) {
+            store.set(tx, store.find("number"), i);
+            store.make(("block " + std::to_string(i)).c_str(), 5000)[0] = i;
+        }) == 0);
+        if (i % 100 == 0) TARN_PEER_EXPECT(kel_store_checkpoint(store.store) == 0);
+    }
+    TARN_PEER_EXPECT(test.tell());
+    return 0;
 }
 
-TEST_F(KilledProcess, has_the_commit_finished_that_it_was_in) {
-    make_store();
-    std::uint64_t blocks = 0;
-    {
-        const OpenStore store(path.c_str());
-        store.make("spare", 500);
-        blocks = store.describe().blocks;
+TEST_F(StoreProcess, a_reader_whose_part_of_the_log_was_removed_goes_on_from_the_checkpoint) {
+    Peer writer(commit_and_checkpoint, path.c_str());
+    const OpenStore reader(path.c_str());
+    ASSERT_EQ(reader.change([&](std::uint32_t) { reader.make("number"); }), 0U);
+    ASSERT_TRUE(writer.tell() && writer.await());
+    EXPECT_EQ(writer.join(), 0);
+    ASSERT_EQ(kel_store_refresh(reader.store), 0U) << kel_error_text();
+    EXPECT_EQ(*reader.find("number"), 300U);
+    for (std::uint64_t i = 1; i <= 300; ++i) {
+        EXPECT_EQ(*reader.find(("block " + std::to_string(i)).c_str()), i);
     }
-    Peer peer(stop_in_a_commit, path.c_str());
-    ASSERT_TRUE(peer.tell() && peer.await());
-    peer.kill();
-    const OpenStore store(path.c_str());
-    EXPECT_EQ(store.describe().transactions, 0U);
-    EXPECT_EQ(store.describe().committed, 1U);
-    EXPECT_EQ(store.describe().rolled_back, 0U);
-    EXPECT_EQ(store.describe().blocks, blocks - 1);
-    EXPECT_EQ(store.find("number")[0], 101U);
-    EXPECT_EQ(store.find("number")[1], 201U);
 }
 
 }  // namespace

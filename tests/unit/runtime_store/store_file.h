@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A place for store files, and a handle on an open one.
+// A place for stores with files, and a handle on an open one.
 #ifndef TARNBASE_TESTS_UNIT_RUNTIME_STORE_STORE_FILE_H
 #define TARNBASE_TESTS_UNIT_RUNTIME_STORE_STORE_FILE_H
 
@@ -15,7 +15,7 @@ namespace tarn::test {
 
 inline constexpr kel_store_options small_options{small_capacity, nullptr};
 
-// An open store file. `error` is the reason if it isn't open.
+// An open store with files. `error` is the reason if it isn't open.
 class OpenStore {
  public:
     explicit OpenStore(const char *path) {
@@ -34,7 +34,17 @@ class OpenStore {
         kel_store_describe(store, &description);
         return description;
     }
-    // The block of a key, and a new block stored under a key.
+    // Calls `action` with the id of a transaction, and commits it. Returns its result.
+    template <typename Action>
+    std::uint32_t change(Action action) const {
+        std::uint32_t tx = KEL_TX_NONE;
+        const std::uint32_t begun = kel_transaction_begin(handle, &tx);
+        if (begun != 0) return begun;
+        action(tx);
+        return kel_transaction_commit(handle, tx);
+    }
+
+    // The block of a key, and a new block stored under a key; the process must be the writer.
     std::uint64_t *find(const char *key) const {
         return static_cast<std::uint64_t *>(loam_get_key(handle->arena, key));
     }

@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// Store files: creating and opening them, and the error texts if that fails.
+// Stores with files: creating and opening them, and the error texts if that fails.
 #include "tests/unit/runtime_store/store_file.h"
+
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <fstream>
 #include <utility>
 
-#include "runtime/store/header.h"
+#include "runtime/control/control.h"
 
 namespace tarn::test {
 namespace {
 
-using tarnbase::runtime::StoreHeader;
+using tarnbase::runtime::ControlPage;
 
 class StoreFile : public StoreFileTest {
  protected:
@@ -35,7 +37,7 @@ class StoreFile : public StoreFileTest {
 
     template <typename T>
     void overwrite(std::size_t offset, T value) {
-        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        std::fstream file(path + "/control", std::ios::in | std::ios::out | std::ios::binary);
         file.seekp(static_cast<std::streamoff>(offset));
         file.write(reinterpret_cast<const char *>(&value), sizeof value);
     }
@@ -51,7 +53,8 @@ TEST_F(StoreFile, a_new_one_is_described_as_empty) {
     kel_store_describe(store, &now);
     EXPECT_EQ(now.path, path);
     EXPECT_EQ(now.capacity, small_capacity);
-    EXPECT_EQ(now.size, std::filesystem::file_size(path));
+    EXPECT_EQ(now.writable, 1U);
+    EXPECT_EQ(now.log_end, 0U);
     EXPECT_EQ(now.blocks, 0U);
     EXPECT_EQ(now.block_bytes, 0U);
     EXPECT_EQ(now.transactions, 0U);
@@ -61,7 +64,7 @@ TEST_F(StoreFile, a_new_one_is_described_as_empty) {
     EXPECT_EQ(kel_store_first_table(store), nullptr);
 }
 
-TEST_F(StoreFile, is_the_only_file_left_by_create) {
+TEST_F(StoreFile, is_the_only_thing_left_by_create) {
     create_and_close();
     std::vector<std::string> names;
     for (const auto &entry : std::filesystem::directory_iterator(directory)) {
@@ -77,8 +80,11 @@ TEST_F(StoreFile, keeps_its_content_address_and_capacity_when_it_is_opened_again
         const OpenStore first(path.c_str());
         ASSERT_EQ(first.error, 0U) << kel_error_text();
         base = first.describe().base;
-        block = first.make("number");
-        *block = 4711;
+        ASSERT_EQ(first.change([&](std::uint32_t) {
+            block = first.make("number");
+            *block = 4711;
+        }),
+                  0U);
     }
     const OpenStore again(path.c_str());
     ASSERT_EQ(again.error, 0U) << kel_error_text();
@@ -97,7 +103,7 @@ TEST_F(StoreFile, is_mapped_at_the_given_address) {
     EXPECT_EQ(now.base, base);
 }
 
-TEST_F(StoreFile, create_fails_for_an_existing_file) {
+TEST_F(StoreFile, create_fails_for_an_existing_path) {
     create_and_close();
     EXPECT_EQ(create(), std::uint32_t{EEXIST});
     EXPECT_EQ(store, nullptr);
@@ -137,74 +143,77 @@ TEST_F(StoreFile, open_fails_for_a_missing_file) {
 }
 
 TEST_F(StoreFile, open_fails_for_what_is_not_a_store) {
-    std::ofstream(path) << "";
-    expect_refused(EINVAL, "not a store file: it is empty");
-    for (const std::size_t length : {1U, 7U, 8U, 5000U}) {
+    for (const std::size_t length : {0U, 1U, 7U, 8U, 5000U}) {
         std::ofstream(path) << std::string(length, 'x');
-        expect_refused(EINVAL, "not a store file");
+        expect_refused(EINVAL, "not a store: it isn't a folder");
     }
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    store = reinterpret_cast<kel_store *>(1);
+    EXPECT_EQ(open(), std::uint32_t{EINVAL});
+    EXPECT_EQ(store, nullptr);
+    EXPECT_EQ(std::string(kel_error_text()).rfind(path + ": not a store", 0), 0U)
+        << kel_error_text();
+}
+
+TEST_F(StoreFile, open_fails_for_the_first_format_and_says_what_to_do) {
+    std::ofstream(path) << "TARNBASE" << std::string(5000, 'x');
+    expect_refused(EINVAL,
+                   "a store of format version 1, made by an older release; this one reads version "
+                   "2. Move the data with tarnctl export of the release that made it, and tarnctl "
+                   "import of this one");
 }
 
 TEST_F(StoreFile, open_fails_for_a_newer_release_and_says_what_to_do) {
     create_and_close();
-    overwrite(offsetof(StoreHeader, version), std::uint32_t{2});
-    // The rest of a newer header is not read.
-    overwrite(offsetof(StoreHeader, page_bytes), std::uint32_t{4096});
-    const std::string text =
-        "a store of format version 2, made by a newer release; this one reads version 1. Use the "
-        "newer release, or move the data with tarnctl export of the release that made it, and "
-        "tarnctl import of this one";
-    expect_refused(EINVAL, text);
-    std::filesystem::resize_file(path, 100);
-    expect_refused(EINVAL, text);
-}
-
-TEST_F(StoreFile, open_fails_for_an_older_release_and_says_what_to_do) {
-    create_and_close();
-    overwrite(offsetof(StoreHeader, version), std::uint32_t{0});
+    overwrite(offsetof(ControlPage, version), std::uint32_t{3});
     expect_refused(EINVAL,
-                   "a store of format version 0, made by an older release; this one reads version "
-                   "1. Move the data with tarnctl export of the release that made it, and tarnctl "
-                   "import of this one");
+                   "a store of format version 3, made by a newer release; this one reads version "
+                   "2. Use the newer release, or move the data with tarnctl export of the release "
+                   "that made it, and tarnctl import of this one");
 }
 
-TEST_F(StoreFile, open_fails_for_the_other_byte_order_and_says_what_to_do) {
-    create_and_close();
-    overwrite(0, __builtin_bswap64(tarnbase::runtime::store_magic));
-    expect_refused(EINVAL,
-                   "a store of a machine with the other byte order. Move the data with tarnctl "
-                   "export there and tarnctl import here");
-}
-
-TEST_F(StoreFile, open_fails_for_a_truncated_file) {
-    create_and_close();
-    const auto size = std::filesystem::file_size(path);
-    std::filesystem::resize_file(path, size - 1);
-    expect_refused(EINVAL, "the store is cut short: " + std::to_string(size - 1) + " of " +
-                               std::to_string(size) + " bytes. Copy it again");
-    for (const std::size_t length : {sizeof(StoreHeader) - 1, std::size_t{8}}) {
-        std::filesystem::resize_file(path, length);
-        expect_refused(EINVAL, "the store is cut short: " + std::to_string(length) + " of " +
-                                   std::to_string(sizeof(StoreHeader)) + " bytes. Copy it again");
+// The name of the store's only checkpoint.
+std::filesystem::path checkpoint_of(const std::string &path) {
+    for (const auto &entry : std::filesystem::directory_iterator(path)) {
+        if (entry.path().filename().string().rfind("checkpoint-", 0) == 0) return entry.path();
     }
+    return {};
 }
 
-TEST_F(StoreFile, open_fails_for_an_invalid_header) {
-    const std::pair<std::size_t, std::uint64_t> damages[] = {
-        {offsetof(StoreHeader, base), 0},
-        {offsetof(StoreHeader, base), 0x3210'0000'1000},
-        {offsetof(StoreHeader, capacity), small_capacity + 1},
-        {offsetof(StoreHeader, capacity), 65536},
-        {offsetof(StoreHeader, arena), small_capacity + 65536},
-        {offsetof(StoreHeader, arena), 4096},
-    };
-    for (const auto &[offset, value] : damages) {
-        SCOPED_TRACE(offset);
-        create_and_close();
-        overwrite(offset, value);
-        expect_refused(EINVAL, "the header of the store is damaged. Restore the file from a copy");
-        std::filesystem::remove(path);
+TEST_F(StoreFile, open_fails_for_damaged_files) {
+    create_and_close();
+    const std::filesystem::path checkpoint = checkpoint_of(path);
+    const auto size = std::filesystem::file_size(checkpoint);
+    std::fstream(checkpoint, std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(static_cast<std::streamoff>(size) - 70000)
+        .write("x", 1);
+    EXPECT_EQ(open(), std::uint32_t{EBADMSG}) << kel_error_text();
+    std::filesystem::resize_file(checkpoint, size - 1);
+    EXPECT_EQ(open(), std::uint32_t{EBADMSG}) << kel_error_text();
+    std::filesystem::remove(checkpoint);
+    EXPECT_EQ(open(), std::uint32_t{ENOENT}) << kel_error_text();
+    EXPECT_EQ(store, nullptr);
+}
+
+TEST_F(StoreFile, what_a_process_left_while_it_created_a_store_is_removed) {
+    const std::string left = path + ".new.12345";
+    std::filesystem::create_directory(left);
+    std::ofstream(left + "/control") << "unfinished";
+    create_and_close();
+    EXPECT_FALSE(std::filesystem::exists(left));
+}
+
+TEST_F(StoreFile, an_empty_one_takes_little_of_the_disk) {
+    const kel_store_options defaults{};
+    ASSERT_EQ(create(&defaults), 0U) << kel_error_text();
+    std::uint64_t taken = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(path)) {
+        struct stat status;
+        ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
+        taken += static_cast<std::uint64_t>(status.st_blocks) * 512;
     }
+    EXPECT_LE(taken, 256U * 1024);
 }
 
 TEST_F(StoreFile, open_says_that_the_address_range_is_taken) {
@@ -236,24 +245,23 @@ TEST_F(StoreFile, two_stores_are_open_at_once_and_apart) {
     ASSERT_EQ(one.error, 0U);
     ASSERT_EQ(two.error, 0U) << kel_error_text();
     EXPECT_EQ(kel_handle_store(two.handle), two.store);
-    *one.make("number") = 1;
-    *two.make("number") = 2;
+    EXPECT_EQ(one.change([&](std::uint32_t) { *one.make("number") = 1; }), 0U);
+    EXPECT_EQ(two.change([&](std::uint32_t) { *two.make("number") = 2; }), 0U);
     EXPECT_EQ(*one.find("number"), 1U);
     EXPECT_EQ(*two.find("number"), 2U);
     std::uint32_t tx = 0;
     ASSERT_EQ(kel_transaction_begin(one.handle, &tx), 0U);
     EXPECT_EQ(two.describe().transactions, 0U);
-    two.set(tx, two.find("number"), 3);
     EXPECT_EQ(kel_transaction_rollback(two.handle, tx), std::uint32_t{EINVAL});
     EXPECT_EQ(kel_transaction_rollback(one.handle, tx), 0U);
-    EXPECT_EQ(*two.find("number"), 3U);
 }
 
-TEST_F(StoreFile, close_takes_back_what_was_not_committed) {
+TEST_F(StoreFile, close_rolls_back_what_was_not_committed) {
     std::uint64_t blocks = 0;
     {
         const OpenStore first(path.c_str());
-        std::uint64_t *number = first.make("number");
+        std::uint64_t *number = nullptr;
+        ASSERT_EQ(first.change([&](std::uint32_t) { number = first.make("number"); }), 0U);
         blocks = first.describe().blocks;
         std::uint32_t tx = 0;
         ASSERT_EQ(kel_transaction_begin(first.handle, &tx), 0U);
@@ -264,7 +272,6 @@ TEST_F(StoreFile, close_takes_back_what_was_not_committed) {
     EXPECT_EQ(*again.find("number"), 0U);
     EXPECT_EQ(again.describe().blocks, blocks);
     EXPECT_EQ(again.describe().transactions, 0U);
-    EXPECT_EQ(again.describe().rolled_back, 1U);
 }
 
 TEST_F(StoreFile, a_handle_needs_a_store) {

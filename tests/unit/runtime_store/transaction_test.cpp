@@ -149,7 +149,7 @@ TEST_F(Transactions, one_byte_written_twice_is_restored_to_its_first_value) {
     EXPECT_EQ(*byte, 7);
 }
 
-TEST_F(Transactions, a_write_longer_than_a_page_of_the_log_is_taken_back_whole) {
+TEST_F(Transactions, a_write_longer_than_a_chunk_of_the_log_is_rolled_back_whole) {
     constexpr std::size_t length = 300001;
     auto *block = static_cast<std::uint8_t *>(store.allocate(length));
     Chance chance(11);
@@ -306,16 +306,6 @@ TEST_F(FullStore, a_transaction_that_finds_no_memory_is_taken_back_whole) {
     store.set(tx, static_cast<std::uint64_t *>(taken[2]), std::uint64_t{2});
     store.roll_back(tx);
     EXPECT_EQ(to_text(before.changes()), "");
-}
-
-TEST_F(FullStore, rollback_reports_that_the_log_was_incomplete) {
-    const std::uint32_t tx = store.begin();
-    const std::vector<std::uint8_t> bytes(60000, 1);
-    for (int i = 0; i < 10; ++i) store.write(tx, taken[0], bytes.data(), bytes.size());
-    EXPECT_EQ(kel_transaction_rollback(store.handle, tx), std::uint32_t{ENOSPC});
-    EXPECT_NE(std::string(kel_error_text()).find("no room for the whole log"), std::string::npos);
-    EXPECT_EQ(store.describe().transactions, 0U);
-    EXPECT_EQ(store.describe().blocks, taken.size());
 }
 
 }  // namespace
