@@ -60,6 +60,7 @@ void create(const Options &options) {
     uint32_t err = 0;
     tarnbase_typeinfo_initialize(store.handle(), KEL_TX_NONE, &err);
     need(err, fmt::format("{}: entering the types", options.path));
+    store.publish();
 }
 
 // The contents of a store: kel_store_description and the table list.

@@ -35,6 +35,7 @@ void create(const Options &options) {
     const Instance instance = find_or_make_instance(store, reference);
     if (instances(store).size() == before)
         throw Failure(Exit::data, fmt::format("the store holds {} already", instance.full_name()));
+    if (!options.dry_run) store.publish();
     std::cout << fmt::format("{}{} made\n", shown(instance.full_name(), output_screen()),
                              options.dry_run ? " would be" : "");
 }
@@ -60,6 +61,7 @@ void drop(const Options &options) {
                                                name, records, records == 1 ? "" : "s"));
     if (records > 0) delete_records(store, instance);
     free_instance(store, instance);
+    if (!options.dry_run) store.publish();
     std::cout << fmt::format("{}{} dropped", shown(name, output_screen()),
                              options.dry_run ? " would be" : "");
     if (records > 0)

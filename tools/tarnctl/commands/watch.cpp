@@ -27,9 +27,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
-// Failed readings in a row before the user gets a message.
-constexpr int patience = 20;
-
 struct Options {
     std::string store;
     std::vector<std::string> tables;
@@ -37,7 +34,6 @@ struct Options {
     uint32_t interval = 500;
     uint64_t count = 0;
     double timeout = 0;
-    bool committed = false;
     bool no_time = false;
     bool verbose = false;
     bool json = false;
@@ -101,12 +97,8 @@ class Watch {
 
     // Returns false if --timeout came before --count changes.
     bool run() {
-        while (!last_) {
-            last_ = reader_.read();
-            note_rest(last_.has_value());
-            if (!last_ && pause()) return finished();
-        }
-        say(fmt::format("watching {} records", last_->records()));
+        last_ = reader_.read();
+        say(fmt::format("watching {} records", last_.records()));
         while (!has_enough() && !pause()) look();
         return finished();
     }
@@ -135,24 +127,15 @@ class Watch {
     }
 
     void look() {
-        if (options_.committed && !reader_.has_progressed(*last_)) return;
-        std::optional<Snapshot> now = reader_.read_after(*last_);
-        note_rest(now.has_value());
-        if (!now) return;
-        for (const Change &change : changes_between(*last_, *now)) {
+        if (!reader_.has_progressed(last_)) return;
+        Snapshot now = reader_.read();
+        for (const Change &change : changes_between(last_, now)) {
             if (has_enough()) break;
             print(change, options_);
             ++seen_;
         }
         if (!std::cout) throw Failure(Exit::store, "standard output can't be written");
         last_ = std::move(now);
-    }
-
-    void note_rest(bool rested) {
-        restless_ = rested ? 0 : restless_ + 1;
-        if (restless_ == patience)
-            std::cerr << "tarnctl: a transaction is open at every reading of the store; changes "
-                         "are shown when none is\n";
     }
 
     void say(const std::string &text) const {
@@ -162,9 +145,8 @@ class Watch {
     const Options &options_;
     const StopSignals stop_;
     SnapshotReader reader_;
-    std::optional<Snapshot> last_;
+    Snapshot last_;
     uint64_t seen_ = 0;
-    int restless_ = 0;
     bool timed_out_ = false;
     const Clock::time_point begin_ = Clock::now();
 };
@@ -190,12 +172,9 @@ A changed record is printed with ~ and its fields, old -> new, a new one with +,
 deleted one with -. Of an array only the changed elements are printed. If a store
 has several tables of this type, TABLE means all of them.
 
-The store is read every --interval milliseconds; of several changes in between
-only the last one is seen. The changes of a transaction are printed after its
-commit. Changes outside of transactions are seen too, but may be printed in parts
-if they are made during a reading. With --committed the records are read only if
-transactions have ended since: this is cheap in a large store, but misses changes
-outside of transactions. While a transaction is open the store isn't read.
+The store is read every --interval milliseconds if something was committed since;
+of several changes in between only the last one is seen. The changes of a
+transaction are printed after its commit, all of them. Nobody waits for this command.
 
 --json prints one object a line: {"time", "change", "table", "tenant",
 "source", "key", "fields"}, as insert --json lists them, with the time in UTC.
@@ -224,8 +203,6 @@ void declare_watch(cli::Command &program, Exit &status) {
                    "End after so many changes of records");
     command.option("--timeout", "S", cli::seconds_into(options->timeout, 0.001, 1e9),
                    "End after so many seconds");
-    command.flag("--committed", options->committed,
-                 "Read the records only if a transaction has ended since the last reading");
     command.flag("--no-time", options->no_time, "Leave out the time");
     command.flag("-v,--verbose", options->verbose,
                  "Print on standard error when watching begins, and the number of changes");

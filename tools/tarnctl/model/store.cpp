@@ -4,6 +4,7 @@
 #include <fmt/core.h>
 
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
 #include "base/failure.h"
@@ -12,6 +13,9 @@ namespace tarnctl {
 namespace {
 
 using tarn::descriptors;
+
+// How long a command waits for another writer.
+constexpr std::chrono::milliseconds patience{1000};
 
 template <class Value>
 Value checked(tarn::result<Value> result) {
@@ -38,15 +42,35 @@ std::optional<Store> Store::open_if_room(const std::string &path) {
 
 Store Store::open_to_write(const std::string &path) {
     Store store(checked(tarn::store::try_open(path)), path, descriptors::of_store);
-    if (store.describe().transactions > 0)
-        throw Failure(Exit::busy, fmt::format("{}: another process is in the middle of a "
-                                              "transaction; try again when it is done",
-                                              path));
+    store.lock();
     return store;
 }
 
 Store Store::create(const std::string &path, const kel_store_options &options) {
-    return Store(checked(tarn::store::try_create(path, options)), path, descriptors::of_store);
+    Store store(checked(tarn::store::try_create(path, options)), path, descriptors::of_store);
+    store.lock();
+    return store;
+}
+
+Store Store::copy_of(const std::string &path) {
+    return Store(checked(tarn::store::try_open_copy(path)), path, descriptors::of_store);
+}
+
+void Store::lock() const {
+    kel_store_set_lock_timeout(store(), patience.count());
+    const uint32_t status = kel_store_lock(store());
+    if (status != 0)
+        throw Failure(status == ETIMEDOUT ? Exit::busy : Exit::store, kel_error_text());
+}
+
+void Store::publish() const {
+    if (kel_store_unlock(store()) != 0) throw Failure(Exit::store, kel_error_text());
+    lock();
+}
+
+void Store::refresh() const {
+    auto refreshed = store_.try_refresh();
+    if (!refreshed) throw Failure(Exit::store, refreshed.error().what());
 }
 
 Store Store::scratch() {

@@ -16,17 +16,17 @@ namespace tarnctl {
 
 class Store {
  public:
-    // Opens a store file to read. Opening it changes nothing in the store.
+    // Opens a store to read. Opening it changes nothing in the store.
     static Store open_to_read(const std::string &path);
     // The same; none if another store of this process is mapped at the address of this one.
     static std::optional<Store> open_if_room(const std::string &path);
-    // Opens a store file to write: what is made gets descriptors in the store, which all processes
-    // can read. Failure `busy` while another process has a transaction open: a store has one writer
-    // at a time.
+    // Opens a store to write, as its only writer until it is closed: what is made gets descriptors
+    // in the store, which all processes can read. Failure `busy` if another process stays the
+    // writer.
     static Store open_to_write(const std::string &path);
     // `capacity` and `base` 0: the runtime chooses.
     static Store create(const std::string &path, const kel_store_options &options);
-    // A copy of a store file in memory: changes don't reach the file. Fails as open_to_write.
+    // A copy of a store in memory: its changes don't reach the store.
     static Store copy_of(const std::string &path);
     // A store in memory, for keys and for records that are read from a document.
     static Store scratch();
@@ -39,13 +39,18 @@ class Store {
     std::vector<kel_table *> tables() const { return store_.tables(); }
     // Begins a transaction. Failure `store`.
     tarn::transaction begin() const;
+    // Shows other processes what was changed outside of transactions. Failure `store`.
+    void publish() const;
+    // Brings a store that is open to read up to date. Failure `store`.
+    void refresh() const;
     // Whether `address` is in the store: a pointer that another process stored may point anywhere.
     bool holds(const void *address) const;
 
  private:
     Store(tarn::store store, std::string path, tarn::descriptors descriptors);
+    void lock() const;
 
-    tarn::store store_;
+    mutable tarn::store store_;
     mutable tarn::session session_;  // a transaction of a const Store changes it
     std::string path_;
 };

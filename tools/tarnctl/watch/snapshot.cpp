@@ -11,8 +11,6 @@
 namespace tarnctl {
 namespace {
 
-constexpr int attempts = 5;
-
 using ByIdentity = std::unordered_map<std::string_view, const RecordCopy *>;
 
 ByIdentity by_identity(const std::vector<RecordCopy> &records) {
@@ -66,8 +64,10 @@ bool SnapshotReader::is_meant(const Instance &instance) const {
                        [&](const TableReference &each) { return each.means(instance); });
 }
 
-Snapshot SnapshotReader::read_tables() const {
+Snapshot SnapshotReader::read() const {
     Snapshot snapshot;
+    store_.refresh();
+    snapshot.log_end = store_.describe().log_end;
     for (const Instance &instance : instances(store_)) {
         if (!is_meant(instance)) continue;
         std::vector<RecordCopy> &records = snapshot.tables[instance.full_name()];
@@ -79,43 +79,9 @@ Snapshot SnapshotReader::read_tables() const {
     return snapshot;
 }
 
-std::optional<Progression> SnapshotReader::resting() const {
-    const kel_store_description now = store_.describe();
-    if (now.transactions > 0) return {};
-    return Progression{now.committed, now.rolled_back};
-}
-
 bool SnapshotReader::has_progressed(const Snapshot &since) const {
-    const auto now = resting();
-    return !now || !(*now == since.progression);
-}
-
-std::optional<Snapshot> SnapshotReader::read() const {
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        const auto before = resting();
-        if (!before) continue;
-        try {
-            Snapshot snapshot = read_tables();
-            snapshot.progression = *before;
-            if (resting() == before) return snapshot;
-        } catch (const Failure &) {
-            // A failure in the middle of a change is no error.
-            if (resting() == before) throw;
-        }
-    }
-    return {};
-}
-
-std::optional<Snapshot> SnapshotReader::read_after(const Snapshot &last) const {
-    std::optional<Snapshot> found = read();
-    for (int attempt = 0; attempt < attempts && found; ++attempt) {
-        if (!(found->progression == last.progression) || changes_between(last, *found).empty())
-            return found;
-        std::optional<Snapshot> again = read();
-        if (again && changes_between(*found, *again).empty()) return again;
-        found = std::move(again);
-    }
-    return found;
+    store_.refresh();
+    return store_.describe().log_end != since.log_end;
 }
 
 }  // namespace tarnctl

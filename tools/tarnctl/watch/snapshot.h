@@ -2,10 +2,7 @@
 //
 // Snapshots of tables, and the changes between them.
 //
-// Readers take no lock. A snapshot is valid only if no transaction was open when it began and none
-// ended before it was complete. Changes outside of transactions aren't counted: if the records
-// differ although no transaction ended, the tables are read again until two snapshots in a row
-// agree.
+// A snapshot is what was committed when it began: the store doesn't change while it is read.
 #ifndef TARNCTL_WATCH_SNAPSHOT_H
 #define TARNCTL_WATCH_SNAPSHOT_H
 
@@ -23,17 +20,8 @@
 
 namespace tarnctl {
 
-// Transactions that have ended in a store.
-struct Progression {
-    uint64_t committed = 0;
-    uint64_t rolled_back = 0;
-    bool operator==(const Progression &other) const {
-        return committed == other.committed && rolled_back == other.rolled_back;
-    }
-};
-
 struct Snapshot {
-    Progression progression;
+    uint64_t log_end = 0;  // the store's, when the snapshot was made
     // The records in the index's order, by the full name of their table.
     std::map<std::string, std::vector<RecordCopy>> tables;
 
@@ -49,18 +37,13 @@ class SnapshotReader {
     SnapshotReader(const Store &store, std::vector<TableReference> references)
         : store_(store), references_(std::move(references)) {}
 
-    // Whether a transaction has ended since.
+    // Brings the store up to date. Returns whether anything was committed since the snapshot.
     bool has_progressed(const Snapshot &since) const;
-    // None if the store changed all the time. Failure `store` if records can't be read.
-    std::optional<Snapshot> read() const;
-    // The same; a snapshot that differs from the last one is confirmed, see above.
-    std::optional<Snapshot> read_after(const Snapshot &last) const;
+    // Failure `store` if records can't be read.
+    Snapshot read() const;
 
  private:
     bool is_meant(const Instance &instance) const;
-    Snapshot read_tables() const;
-    // Nothing if a transaction is open.
-    std::optional<Progression> resting() const;
 
     const Store &store_;
     std::vector<TableReference> references_;
