@@ -60,10 +60,9 @@ static void fill(const char *file) {
     uint32_t connections = 0;
     need_status(kel_store_open_or_create(file, NULL, &store));
     need_status(kel_handle_create(store, 1, &handle));
+    need_status(kel_transaction_begin(handle, &tx_id));
     kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
     need(err, "opening the table");
-
-    need_status(kel_transaction_begin(handle, &tx_id));
     for (size_t i = 0; i < sizeof names / sizeof names[0]; ++i)
         add_server(handle, tx_id, table, names[i], &connections);
     need_status(kel_transaction_commit(handle, tx_id));

@@ -154,7 +154,9 @@ TEST_F(Watch, BeginsWhileAnotherProcessIsWriting) {
     with_store(store, [this](kel_handle *handle) {
         uint32_t tx_id = 0;
         ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
-        EXPECT_TRUE(watch({"ldap_conn"})->is_running());
+        const auto process = watch({"ldap_conn"});
+        process->send(SIGTERM);
+        EXPECT_EQ(process->finish().exit_code, 0);
         ASSERT_EQ(kel_transaction_commit(handle, tx_id), 0U);
     });
 }
