@@ -98,6 +98,12 @@ void FrameBuilder::write(std::uint64_t offset, std::span<const char> content) {
     }
 }
 
+void FrameBuilder::references(std::uint64_t offset, std::span<const char, 8> content) {
+    char *at = extend(2 * word);
+    store_word(at, operation_head(OperationKind::references, word, offset));
+    store_content(at + word, content);
+}
+
 std::span<const char> FrameBuilder::finish(std::uint64_t sequence) {
     extend(0);
     const std::span<const char> frame(bytes_.data(), used_);
@@ -153,7 +159,7 @@ bool OperationReader::take(Operation &operation) {
         rest_ = rest_.subspan(word);
     } else if (kind == OperationKind::release) {
         if (length != 0) return false;
-    } else if (kind != OperationKind::write) {
+    } else if (kind == OperationKind::references && length != word) {
         return false;
     }
     if (length > extent || extent > most_offset - operation.offset) return false;

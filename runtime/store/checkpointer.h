@@ -9,6 +9,7 @@
 #include <memory>
 #include <thread>
 
+#include "runtime/control/writer_lock.h"
 #include "runtime/store/follower.h"
 
 namespace tarnbase::runtime {

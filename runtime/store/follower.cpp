@@ -58,6 +58,7 @@ std::uint32_t Follower::load_checkpoint() {
     position_ = head.position;
     segment_ = head.segment;
     sequence_ = head.sequence;
+    log_is_open_ = false;
     return 0;
 }
 
@@ -73,8 +74,14 @@ std::uint32_t Follower::load() {
 std::uint32_t Follower::open_log() {
     const std::uint32_t error = log_.open(store_.folder.descriptor(), store_.control.page().id,
                                           segment_, position_, sequence_ + 1);
+    log_is_open_ = error == 0;
+    return error == 0 ? 0 : fail_log(error);
+}
+
+// ENOENT isn't an error here: a newer checkpoint has replaced this part of the log.
+std::uint32_t Follower::fail_log(std::uint32_t error) const {
+    if (error == ENOENT) return error;
     if (error == EBADMSG) return fail_damaged(log_.what());
-    if (error == 0 || error == ENOENT) return error;
     return fail(error, "%s: cannot read the log: %s", store_.path.c_str(),
                 std::strerror(static_cast<int>(error)));
 }
@@ -82,8 +89,7 @@ std::uint32_t Follower::open_log() {
 std::uint32_t Follower::apply_next(std::uint64_t published) {
     std::span<const char> frame;
     const std::uint32_t error = log_.next(published, frame);
-    if (error == EBADMSG) return fail_damaged(log_.what());
-    if (error != 0) return error;
+    if (error != 0) return fail_log(error);
     if (const char *wrong = image_.apply(frame)) {
         // What was applied of the frame is dropped with the image.
         end_ = position_;
@@ -98,7 +104,7 @@ std::uint32_t Follower::apply_next(std::uint64_t published) {
 
 std::uint32_t Follower::apply_published(std::uint64_t published) {
     if (position_ >= std::min(published, end_)) return 0;
-    if (log_.position() != position_ || log_.segment() != segment_) {
+    if (!log_is_open_) {
         if (const std::uint32_t error = open_log()) return error;
     }
     while (position_ < std::min(published, end_)) {
@@ -119,6 +125,7 @@ void Follower::advance(const LogWriter &log) {
     position_ = log.position();
     segment_ = log.segment();
     sequence_ += 1;
+    if (log_is_open_) log_.skip_to(log, sequence_ + 1);
 }
 
 }  // namespace tarnbase::runtime

@@ -50,11 +50,13 @@ class Follower {
     std::uint32_t apply_published(std::uint64_t published);
     std::uint32_t open_log();
     std::uint32_t apply_next(std::uint64_t published);
+    std::uint32_t fail_log(std::uint32_t error) const;
     std::uint32_t fail_damaged(const char *what) const;
 
     StoreFolder &store_;
     Image &image_;
     LogReader log_;
+    bool log_is_open_ = false;
     std::uint64_t position_ = 0;
     std::uint64_t segment_ = 0;
     std::uint64_t sequence_ = 0;

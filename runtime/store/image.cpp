@@ -74,7 +74,7 @@ const char *Image::apply(const Operation &operation) {
             }
             break;
         case OperationKind::references:
-            if (operation.bytes.size() != 8 || !may_write(operation.offset, 8)) {
+            if (!may_write(operation.offset, operation.bytes.size())) {
                 return "it counts references outside of the blocks";
             }
             apply_references(place, operation.bytes.data());

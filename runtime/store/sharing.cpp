@@ -28,7 +28,7 @@ StoreId random_id() {
 }  // namespace
 
 Sharing::~Sharing() {
-    if (lock_.inherited()) {
+    if (lock_.is_inherited()) {
         checkpointer_.forget_thread();
     } else if (is_writer()) {
         give_up_writing();
@@ -46,21 +46,33 @@ std::uint32_t Sharing::create(const char *path, File folder) {
     Segment first;
     std::uint32_t error = write_checkpoint(descriptor, head, image_.bytes());
     if (error == 0) error = first.create(descriptor, head.id, 0, 0);
+    if (error == 0) error = Processes::create(descriptor);
     if (error == 0) error = folder_.control.create(descriptor, head.id, head.base, head.capacity);
-    if (error == 0) return open(path, std::move(folder_.folder));
+    if (error == 0) {
+        error = open(path, std::move(folder_.folder));
+        return error == 0 ? register_process() : error;
+    }
     return fail(error, "%s: %s", path, std::strerror(static_cast<int>(error)));
 }
 
 std::uint32_t Sharing::open(const char *path, File folder) {
     folder_.path = path;
     folder_.folder = std::move(folder);
-    const int descriptor = folder_.folder.descriptor();
-    if (const std::uint32_t error = folder_.control.open(descriptor, path)) return error;
+    return folder_.control.open(folder_.folder.descriptor(), path);
+}
+
+std::uint32_t Sharing::register_process() {
     if (!folder_.control.is_writable()) return 0;
-    const std::uint32_t error = lock_.attach(descriptor, folder_.control.page().lock);
+    const std::uint32_t error =
+        lock_.attach(folder_.folder.descriptor(), folder_.control.page().lock);
     if (error == 0) return 0;
-    return fail(error, "%s: cannot register the process: %s", path,
+    return fail(error, "%s: cannot register the process: %s", folder_.path.c_str(),
                 std::strerror(static_cast<int>(error)));
+}
+
+std::uint32_t Sharing::load() {
+    const std::uint32_t error = register_process();
+    return error == 0 ? follower_.load() : error;
 }
 
 std::uint32_t Sharing::check_may_write() const {
@@ -68,7 +80,7 @@ std::uint32_t Sharing::check_may_write() const {
     if (!folder_.control.is_writable()) {
         return fail(EACCES, "%s: the store is open to read only", path);
     }
-    if (lock_.inherited()) {
+    if (lock_.is_inherited()) {
         return fail(EPERM, "%s: the store was opened by the parent process", path);
     }
     return 0;
@@ -96,7 +108,10 @@ std::uint32_t Sharing::become_writer() {
 }
 
 std::uint32_t Sharing::fail_locked() {
-    return fail(ETIMEDOUT, "%s: %s", folder_.path.c_str(), lock_.describe_holder().c_str());
+    Holder holder{};
+    const std::string who = lock_.holder(holder) ? holder_text(holder) : "it was just released";
+    return fail(ETIMEDOUT, "%s: another process is the writer: %s", folder_.path.c_str(),
+                who.c_str());
 }
 
 std::uint32_t Sharing::give_up_writing() {

@@ -26,14 +26,14 @@ class Sharing {
     std::uint32_t create(const char *path, File folder);
     // Opens the files of a store. The image's region is mapped after that.
     std::uint32_t open(const char *path, File folder);
-    // Loads the image.
-    std::uint32_t load() { return follower_.load(); }
+    // Registers the process as one that may write, if it may, and loads the image.
+    std::uint32_t load();
 
     StoreFolder &folder() { return folder_; }
     const Follower &follower() const { return follower_; }
 
     // Whether this process may change the image: it has the writer's lock.
-    bool is_writer() const { return lock_.is_held() && !lock_.inherited(); }
+    bool is_writer() const { return lock_.is_held(); }
     // Takes the lock and catches up. Returns 0 or sets the error text: ETIMEDOUT another process
     // has it; EACCES the store is open to read; EPERM it was opened by the parent process.
     std::uint32_t become_writer();
@@ -58,6 +58,7 @@ class Sharing {
     std::uint64_t locks = 0;         // calls of kel_store_lock that aren't undone
 
  private:
+    std::uint32_t register_process();
     std::uint32_t fail_locked();
     std::uint32_t check_may_write() const;
     void checkpoint_if_due();
