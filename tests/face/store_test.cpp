@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "fixture.h"
 #include "tarnbase/tarn/tables/test_grown.hpp"
@@ -13,21 +13,55 @@ namespace {
 // A name for a store file, which is removed at the end.
 struct File {
     std::string path = "/tmp/face_test." + std::to_string(getpid()) + ".store";
-    ~File() { std::remove(path.c_str()); }
+    ~File() { std::filesystem::remove_all(path); }
 };
 
 TEST(Store, AFileCanBeOpenedByTheNextProcess) {
     const File file;
     {
         const tarn::store store = tarn::store::create(file.path);
-        const tarn::session session(store);
+        tarn::session session(store);
+        tarn::transaction transaction(session);
         add(servers(session), "ldap1", 7);
+        transaction.commit();
     }
     const tarn::store store = tarn::store::open(file.path);
     EXPECT_STREQ(store.describe().path, file.path.c_str());
     const tarn::session session(store);
     const auto table = tarn::table<tarn::ldap_conn>::open(session, "ldap");
     EXPECT_EQ(table.find("ldap1")->num_conns(), 7U);
+}
+
+TEST(Store, AProcessSeesOnlyWhatIsCommitted) {
+    const File file;
+    tarn::store store = tarn::store::create(file.path);
+    tarn::session session(store);
+    {
+        tarn::transaction transaction(session);
+        add(servers(session), "ldap1", 7);
+    }
+    const tarn::store copy = tarn::store::open_copy(file.path);
+    EXPECT_EQ(tarn::table<tarn::ldap_conn>::open(tarn::session(copy), "ldap").size(), 0U);
+}
+
+TEST(Store, ChangesOfACopyDoNotReachTheStore) {
+    const File file;
+    { const tarn::store made = tarn::store::create(file.path); }
+    {
+        const tarn::store copy = tarn::store::open_copy(file.path);
+        const tarn::session session(copy);
+        add(servers(session), "ldap1", 7);
+    }
+    const tarn::store store = tarn::store::open(file.path);
+    EXPECT_EQ(store.describe().tables, 0U);
+}
+
+TEST(Store, WaitingEndsWithoutACommit) {
+    const File file;
+    tarn::store store = tarn::store::create(file.path);
+    EXPECT_FALSE(store.wait(1));
+    store.refresh();
+    EXPECT_EQ(tarn::store::create_private().try_wait(0).error().number(), EINVAL);
 }
 
 TEST(Store, RecordsOfAFileHaveTheStoresOwnDescriptors) {
