@@ -32,6 +32,10 @@ void add(FrameBuilder &builder, const Expected &operation) {
         case OperationKind::write:
             builder.write(operation.offset, operation.content);
             break;
+        case OperationKind::references:
+            builder.references(operation.offset,
+                               std::span<const char>(operation.content).first<8>());
+            break;
     }
 }
 
@@ -213,8 +217,8 @@ TEST(frame, impossible_operations_are_noticed) {
     };
     const std::uint64_t last = most_offset - 8;
     const std::vector<std::vector<std::uint64_t>> impossible = {
-        {head(3, 0, 0)},  // unknown kind
-        {head(3, 8, 0), 0},
+        {head(3, 0, 0)},  // references without a count
+        {head(3, 16, 0), 0, 0},
         {head(2, 8, 0), 0},  // release with a length
         {head(0, 1, 0)},     // beyond the frame
         {head(0, 17, 0), 0, 0},
