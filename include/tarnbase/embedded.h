@@ -409,11 +409,12 @@ TARNBASE_API uint32_t kel_replication_reader_open(kel_handle *handle, uint64_t p
                                                   kel_replication_reader *reader);
 /*
  * Reads the next frame: its bytes into `buffer`, its description into `frame`, and
- * moves the reader past it. Frames of an open transaction aren't visible yet.
+ * moves the reader past it. Frames of an open transaction aren't visible yet. When all frames
+ * were read, it does as kel_store_refresh, and reads on if others have committed some.
  * Errors: EAGAIN there is no frame yet; EOVERFLOW frames were missed: `missed` is
  * increased by their number and the reader has moved past them: call again; EMSGSIZE
  * the buffer is too small for `frame->length` bytes: the reader doesn't move; ENOENT no
- * ring; EINVAL the reader is ahead of the stream.
+ * ring; EINVAL the reader is ahead of the stream; and those of kel_store_refresh.
  */
 TARNBASE_API uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *reader,
                                            void *buffer, uint32_t buffer_len,

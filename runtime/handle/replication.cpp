@@ -44,6 +44,9 @@ std::uint32_t kel_replication_reader_open(kel_handle *handle, std::uint64_t posi
 
 std::uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *reader, void *buffer,
                                    std::uint32_t buffer_len, kel_replication_frame *frame) {
+    const std::uint32_t status = read_next_frame(handle, reader, buffer, buffer_len, frame);
+    if (status != EAGAIN) return status;
+    if (const std::uint32_t error = kel_store_refresh(&store_of(handle))) return error;
     return read_next_frame(handle, reader, buffer, buffer_len, frame);
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
 
 #include "runtime/store/record_block.h"
 
@@ -96,13 +97,23 @@ ChangeSet::PageMarks &ChangeSet::marks_of(std::uint64_t page) {
     return *pages_[page];
 }
 
-void ChangeSet::mark(std::uint64_t offset, std::uint64_t length) {
+void ChangeSet::add(BlockEvent event) noexcept {
+    try {
+        blocks_.push_back(event);
+    } catch (const std::bad_alloc &) {
+        incomplete_ = true;
+    }
+}
+
+void ChangeSet::mark(std::uint64_t offset, std::uint64_t length) noexcept try {
     each_word(offset, length, [&](std::uint64_t page, std::uint64_t word, std::uint64_t bits) {
         PageMarks &marks = marks_of(page);
         if (marks.words_in_use == 0) pages_in_use_.push_back(page);
         marks.words_in_use |= 1ULL << word;
         marks.words[word] |= bits;
     });
+} catch (const std::bad_alloc &) {
+    incomplete_ = true;
 }
 
 void ChangeSet::unmark(std::uint64_t offset, std::uint64_t length) {
@@ -115,6 +126,7 @@ void ChangeSet::clear() {
     blocks_.clear();
     for (const std::uint64_t page : pages_in_use_) *pages_[page] = {};
     pages_in_use_.clear();
+    incomplete_ = false;
 }
 
 void ChangeSet::build_blocks(FrameBuilder &frame, const Image &image) {

@@ -18,10 +18,11 @@ namespace tarnbase::runtime {
 
 class ChangeSet {
  public:
-    // Offsets are from the base of the image.
-    void mark(std::uint64_t offset, std::uint64_t length);
-    void allocated(std::uint64_t offset) { blocks_.push_back({offset, true}); }
-    void released(std::uint64_t offset) { blocks_.push_back({offset, false}); }
+    // Offsets are from the base of the image. Without memory the set becomes incomplete.
+    void mark(std::uint64_t offset, std::uint64_t length) noexcept;
+    void allocated(std::uint64_t offset) noexcept { add({offset, true}); }
+    void released(std::uint64_t offset) noexcept { add({offset, false}); }
+    bool is_incomplete() const { return incomplete_; }
 
     bool is_empty() const { return blocks_.empty() && pages_in_use_.empty(); }
     void clear();
@@ -44,6 +45,7 @@ class ChangeSet {
         std::array<std::uint64_t, 64> words{};
     };
 
+    void add(BlockEvent event) noexcept;
     PageMarks &marks_of(std::uint64_t page);
     void unmark(std::uint64_t offset, std::uint64_t length);
     void build_blocks(FrameBuilder &frame, const Image &image);
@@ -52,6 +54,7 @@ class ChangeSet {
     std::vector<BlockEvent> blocks_;
     std::vector<std::unique_ptr<PageMarks>> pages_;  // by page number
     std::vector<std::uint64_t> pages_in_use_;
+    bool incomplete_ = false;
 };
 
 }  // namespace tarnbase::runtime

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <random>
 
 #include "runtime/base/error_text.h"
@@ -132,12 +133,20 @@ std::uint32_t Sharing::refresh() {
     return follower_.is_current() ? 0 : follower_.catch_up();
 }
 
+std::uint32_t Sharing::append_frame() {
+    if (changes_.is_incomplete()) return ENOMEM;
+    try {
+        frame_.clear();
+        changes_.build(frame_, image_);
+        if (frame_.length() > most_frame_bytes) return EFBIG;
+        return log_.append(frame_.finish(follower_.sequence() + 1));
+    } catch (const std::bad_alloc &) {
+        return ENOMEM;
+    }
+}
+
 std::uint32_t Sharing::publish() {
-    frame_.clear();
-    changes_.build(frame_, image_);
-    std::uint32_t error = frame_.length() > most_frame_bytes ? EFBIG : 0;
-    if (error == 0) error = log_.append(frame_.finish(follower_.sequence() + 1));
-    if (error != 0) {
+    if (const std::uint32_t error = append_frame()) {
         return fail(error, "%s: cannot write %llu bytes to the log: %s", folder_.path.c_str(),
                     static_cast<unsigned long long>(frame_.length()),
                     std::strerror(static_cast<int>(error)));

@@ -124,9 +124,9 @@ TEST(LifecycleOfAFile, IsWrittenByOneProcessAndReadByAnother) {
         u32 err = 0;
         if (kel_store_create(path.c_str(), nullptr, &store) != 0) std::exit(1);
         if (kel_handle_create(store, 1, &handle) != 0) std::exit(2);
-        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
         u32 tx = 0;
         if (kel_transaction_begin(handle, &tx) != 0) std::exit(3);
+        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
         kel_record *record = tbl_ldap_conn_create_record(handle, tx, &err);
         st_ldap_conn *object = st_ldap_conn_create(handle, tx);
         kel_vstring key = {};

@@ -92,6 +92,7 @@ TEST_F(TwoStores, TheSameFileOpenedAgainHasItsTablesById) {
             kel_store *store = nullptr;
             ASSERT_EQ(kel_store_open_or_create(path.c_str(), nullptr, &store), 0U);
             kel_handle *on = make_handle(store, Mode::plain);
+            EXPECT_EQ(kel_store_lock(store), 0U);
             EXPECT_EQ(open_by_id(on, 42, 1) != nullptr, round != 0);
             EXPECT_NE(open_by_id(on, 42), nullptr);
             EXPECT_EQ(err, 0U);

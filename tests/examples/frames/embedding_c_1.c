@@ -48,13 +48,11 @@ int main(void) {
         fprintf(stderr, "%s\n", kel_error_text());
         return 1;
     }
-    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
+    err = kel_transaction_begin(handle, &tx);
     if (err == 0) {
-        kel_table_set_replication(handle, KEL_TX_NONE, table, 1, 1);
-        err = kel_transaction_begin(handle, &tx);
-    }
-    if (err == 0) {
-        err = insert_server(handle, tx, table);
+        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
+        if (err == 0) kel_table_set_replication(handle, KEL_TX_NONE, table, 1, 1);
+        if (err == 0) err = insert_server(handle, tx, table);
         if (err == 0) err = kel_transaction_commit(handle, tx);
         else kel_transaction_rollback(handle, tx);
     }

@@ -14,8 +14,9 @@ static int keep(const char *path) {
     uint32_t tx, err = 0;
     if (kel_store_create(path, NULL, &store) != 0 || kel_handle_create(store, 1, &handle) != 0)
         return 1;
+    if (kel_transaction_begin(handle, &tx) != 0) return 2;
     kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
-    if (err != 0 || kel_transaction_begin(handle, &tx) != 0) return 2;
+    if (err != 0) return 2;
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     kel_vstring_assign_text(handle, tx, st_ldap_conn_sname_get(handle, tx, conn, &err), server,
                             &err);

@@ -27,8 +27,8 @@ Handle handle_of(const Store &store) {
 
 bool keep(kel_handle *handle) {
     std::uint32_t tx = 0, err = 0;
-    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
     if (kel_transaction_begin(handle, &tx) != 0) return false;
+    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
     kel_vstring key;
     kel_vstring_refer(&key, server.data(), static_cast<std::uint32_t>(server.size()));

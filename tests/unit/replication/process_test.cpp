@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 
 #include "tests/unit/replication/fixture.h"
@@ -14,17 +15,14 @@
 namespace tarn::test {
 namespace {
 
-// A store file, removed by the destructor.
+// The path of a store, removed by the destructor.
 class StorePath {
  public:
     StorePath() {
         EXPECT_NE(mkdtemp(folder_.data()), nullptr);
         path_ = folder_ + "/store";
     }
-    ~StorePath() {
-        unlink(path_.c_str());
-        rmdir(folder_.c_str());
-    }
+    ~StorePath() { std::filesystem::remove_all(folder_); }
     const char *text() const { return path_.c_str(); }
 
  private:
@@ -32,7 +30,7 @@ class StorePath {
     std::string path_;
 };
 
-// A store file as one process has it open, with descriptors of its own.
+// A store as one process has it open, with descriptors of its own.
 class OpenStore {
  public:
     explicit OpenStore(const StorePath &path) {
@@ -45,6 +43,10 @@ class OpenStore {
     }
     OpenStore(const OpenStore &) = delete;
     OpenStore &operator=(const OpenStore &) = delete;
+
+    // Changes outside of transactions are made between these.
+    void lock() const { EXPECT_EQ(kel_store_lock(store_), 0U) << kel_error_text(); }
+    void unlock() const { EXPECT_EQ(kel_store_unlock(store_), 0U) << kel_error_text(); }
 
     kel_handle *handle = nullptr;
 
@@ -97,8 +99,10 @@ TEST(Processes, ReadWhatAnotherOneHasEnqueued) {
     const StorePath path;
     Child([&] {
         OpenStore store(path);
+        store.lock();
         Numbers numbers(store.handle);
         for (std::uint32_t key = 0; key < 3; ++key) numbers.put(key, "from the first process");
+        store.unlock();
     }).join();
     OpenStore store(path);
     Numbers numbers(store.handle);
@@ -119,8 +123,10 @@ TEST(Processes, FollowAWriterTransactionByTransaction) {
     const Signal to_end;
     const Child writer([&] {
         OpenStore store(path);
+        store.lock();
         Numbers numbers(store.handle);
         numbers.put(1);
+        store.unlock();
         numbers.begin();
         numbers.put(2);
         written.signal();
@@ -150,12 +156,16 @@ TEST(Processes, ReadWholeFramesWhileAnotherOneOverwritesOldOnes) {
     const Signal go;
     const Child writer([&] {
         OpenStore store(path);
+        store.lock();
         Numbers numbers(store.handle);
         EXPECT_EQ(kel_replication_configure(store.handle, 8, 0), 0U);
+        store.unlock();
         ready.signal();
         go.await();
         for (std::uint32_t i = 0; i < count; ++i) {
+            numbers.begin();
             numbers.put(i, std::string(i % 500, static_cast<char>('a' + i % 26)));
+            numbers.commit();
         }
     });
     ready.await();
@@ -184,13 +194,16 @@ TEST(Processes, FinishDestructionsThatAnotherOneHasRequested) {
     const StorePath path;
     Child([&] {
         OpenStore store(path);
+        store.lock();
         Numbers numbers(store.handle);
         numbers.put(1);
         tbl_test_number_request_record_destroy(store.handle, KEL_TX_NONE, numbers.table,
                                                numbers.put(2), &numbers.err);
         EXPECT_EQ(numbers.err, 0U);
+        store.unlock();
     }).join();
     OpenStore store(path);
+    store.lock();
     Numbers numbers(store.handle);
     std::uint32_t finished = 0;
     EXPECT_EQ(kel_replication_finish_destroys(store.handle, KEL_TX_NONE, &finished), 0U)
@@ -204,8 +217,10 @@ TEST(Processes, ThatDieInATransactionLeaveNoFrame) {
     const StorePath path;
     Child([&] {
         OpenStore store(path);
+        store.lock();
         Numbers numbers(store.handle);
         numbers.put(1);
+        store.unlock();
         numbers.begin();
         numbers.put(2);
         std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
@@ -214,6 +229,7 @@ TEST(Processes, ThatDieInATransactionLeaveNoFrame) {
     Numbers numbers(store.handle);
     EXPECT_EQ(read_all(store.handle).size(), 1U);
     EXPECT_EQ(numbers.table->write_cursor, 1U);
+    store.lock();
     numbers.put(2);
     EXPECT_EQ(read_all(store.handle).size(), 2U);
 }
