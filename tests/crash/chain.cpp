@@ -157,7 +157,6 @@ Result run(const Chain &chain, const std::string &folder) {
                         is_killed     ? most_rounds
                         : only_checks ? 0
                                       : last_rounds,
-                        chain.together,
                         expectation.before(),
                         expectation.after()};
         result.failure = run(link, journal);

@@ -14,7 +14,6 @@ namespace crash {
 struct Chain {
     std::uint64_t seed;
     std::vector<Kill> kills;
-    bool together = false;
 };
 
 struct Result {

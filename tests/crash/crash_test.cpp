@@ -28,7 +28,6 @@ struct Options {
     std::vector<Kill> at;  // empty: chosen by the seed
     unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
     bool has_seed = false;
-    bool together = false;
     bool all = false;
 };
 
@@ -43,13 +42,12 @@ struct Progress {
 };
 
 constexpr const char *usage =
-    "usage: crash_test [--kills N] [--jobs N] [--all] [--together]\n"
+    "usage: crash_test [--kills N] [--jobs N] [--all]\n"
     "       crash_test --seed S [--at N[s|:I],...]\n"
     "Kills processes at the stores of the runtime and checks what they leave.\n"
     "  --kills N    end after N kills; TARNBASE_CRASH_KILLS sets the default\n"
     "  --jobs N     run N chains at a time\n"
     "  --all        go on after a failure\n"
-    "  --together   also two transactions that are open at the same time\n"
     "  --seed S     run one chain\n"
     "  --at N,...   kill its processes at these points; Ns: at the n-th shared store;\n"
     "               N:I: I instructions after the begin of the n-th commit or opening\n";
@@ -92,8 +90,6 @@ Options parse(int count, char **arguments) {
             options.has_seed = true;
         } else if (name == "--at") {
             options.at = parse_kills(value());
-        } else if (name == "--together") {
-            options.together = true;
         } else if (name == "--all") {
             options.all = true;
         } else {
@@ -125,10 +121,9 @@ std::string text_of(const std::vector<Kill> &kills) {
 void report(const Chain &chain, const Result &result) {
     std::vector<Kill> kills = chain.kills;
     if (result.failed_link < kills.size()) kills.resize(result.failed_link + 1);
-    std::fprintf(stderr, "process %zu of the chain: %s\n  crash_test%s --seed %llu --at %s\n",
+    std::fprintf(stderr, "process %zu of the chain: %s\n  crash_test --seed %llu --at %s\n",
                  result.failed_link + 1, result.failure.c_str(),
-                 chain.together ? " --together" : "", static_cast<unsigned long long>(chain.seed),
-                 text_of(kills).c_str());
+                 static_cast<unsigned long long>(chain.seed), text_of(kills).c_str());
 }
 
 // The first chains sweep: each ends its first process at one shared store more than the one
@@ -137,13 +132,12 @@ constexpr std::uint64_t most_sweep = 4000;
 
 Chain chain_of(const Options &options, std::uint64_t number, std::uint64_t sweep) {
     if (options.has_seed) {
-        return {options.seed, options.at.empty() ? random_kills(options.seed) : options.at,
-                options.together};
+        return {options.seed, options.at.empty() ? random_kills(options.seed) : options.at};
     }
     if (number < sweep) {
-        return {options.seed, {{number + 1, Stores::shared, 0}}, options.together};
+        return {options.seed, {{number + 1, Stores::shared, 0}}};
     }
-    return {number, random_kills(number), options.together};
+    return {number, random_kills(number)};
 }
 
 void run_chains(const Options &options, Progress &progress, const std::string &folder) {

@@ -91,6 +91,9 @@ void live(const Link &link, Journal &journal) {
     if (link.kill.instructions != 0) ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     try {
         live(link, journal);
+    } catch (const tarn::error &error) {
+        pause();
+        note(journal, "error " + std::to_string(error.number()) + ": " + error.what());
     } catch (const std::exception &error) {
         pause();
         note(journal, error.what());
@@ -102,7 +105,7 @@ void live(const Link &link, Journal &journal) {
 
 Round round_of(const Link &link, std::uint64_t number, const State &state) {
     if (number == 0) return opening_round();
-    return random_round(state, mix(link.seed, number), link.together);
+    return random_round(state, mix(link.seed, number));
 }
 
 namespace {

@@ -38,8 +38,7 @@ struct Link {
     std::uint64_t seed;  // of the rounds
     Kill kill;
     std::uint64_t rounds;  // the process ends after these
-    bool together;
-    const State &before;  // what the store may contain
+    const State &before;   // what the store may contain
     const State &after;
 };
 

@@ -108,25 +108,31 @@ std::uint64_t events(const Round &round) {
 
 void advance(State &state, const Round &round, std::uint64_t count) {
     std::array<std::vector<const Operation *>, 2> pending;
+    std::vector<const Operation *> committed;
     for (const Operation &operation : round) {
         if (count == 0) return;
+        auto &mine = pending[operation.handle];
         switch (operation.kind) {
             case Kind::insert:
             case Kind::update:
             case Kind::erase:
-                pending[operation.handle].push_back(&operation);
+                mine.push_back(&operation);
                 break;
             case Kind::commit:
-                for (const Operation *each : pending[operation.handle]) change(state, *each);
+            case Kind::early_commit:
+                committed.insert(committed.end(), mine.begin(), mine.end());
                 [[fallthrough]];
             case Kind::begin:
             case Kind::rollback:
-                pending[operation.handle].clear();
+                mine.clear();
                 break;
             default:
                 change(state, operation);
         }
-        if (is_event(operation.kind)) --count;
+        if (!is_event(operation.kind)) continue;
+        for (const Operation *each : committed) change(state, *each);
+        committed.clear();
+        --count;
     }
 }
 

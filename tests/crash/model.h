@@ -52,6 +52,8 @@ enum class Kind : std::uint8_t {
     erase,
     commit,
     rollback,
+    early_commit,  // while another transaction is open that has changed something, and which
+                   // publishes both
     checkpoint,
 };
 
@@ -64,7 +66,7 @@ struct Operation {
 };
 using Round = std::vector<Operation>;
 
-// Whether it makes something permanent, by itself or for its transaction.
+// Whether it publishes something.
 bool is_event(Kind kind);
 std::uint64_t events(const Round &round);
 // Applies the first `count` events of a round.

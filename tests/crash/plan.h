@@ -9,9 +9,8 @@ namespace crash {
 
 // Makes and opens everything that the other rounds use.
 Round opening_round();
-// A round of one transaction, usual or large, or of a checkpoint; if `together`, also of two
-// transactions that are open at the same time.
-Round random_round(const State &state, std::uint64_t seed, bool together);
+// A round of one transaction, usual or large, of two that are open together, or of a checkpoint.
+Round random_round(const State &state, std::uint64_t seed);
 
 // A random number of a sequence, for seeds of seeds.
 std::uint64_t mix(std::uint64_t seed, std::uint64_t position);

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/crash/player.h"
 
+#include <cerrno>
 #include <stdexcept>
 
 #include "tarnbase/module.h"
-
-extern "C" __attribute__((weak)) std::uint32_t kel_store_checkpoint(kel_store *store);
 
 namespace crash {
 
@@ -15,14 +14,24 @@ namespace {
 constexpr std::uint64_t ring_frames = 40;
 
 void need(std::uint32_t status, const char *doing) {
-    if (status != 0) throw std::runtime_error(std::string(doing) + ": " + kel_error_text());
+    if (status != 0) throw tarn::error(status, std::string(doing) + ": " + kel_error_text());
 }
+
+// Changes that need the writer's role, published in one piece.
+class Writing {
+ public:
+    explicit Writing(tarn::store &store) : store_(store.c_store()) {
+        need(kel_store_lock(store_), "lock");
+    }
+    Writing(const Writing &) = delete;
+    Writing &operator=(const Writing &) = delete;
+    ~Writing() { kel_store_unlock(store_); }
+
+ private:
+    kel_store *store_;
+};
 
 }  // namespace
-
-void checkpoint(kel_store *store) {
-    if (kel_store_checkpoint != nullptr) need(kel_store_checkpoint(store), "checkpoint");
-}
 
 Player::Player(tarn::store &store)
     : store_(store),
@@ -35,14 +44,19 @@ void Player::abandon() {
     for (Side &side : sides_) side.transaction.reset();
 }
 
-std::size_t Player::play(const Round &round, std::size_t from, std::uint64_t count) {
-    for (; from < round.size(); ++from) {
-        const bool counts = is_event(round[from].kind);
-        if (counts && count == 0) return from;
+void Player::play(const Round &round) {
+    for (const Operation &operation : round) {
+        const bool counts = is_event(operation.kind);
         if (counts) begun();
-        play(round[from]);
+        play(operation);
         if (counts) done();
-        if (counts) --count;
+    }
+}
+
+std::size_t Player::play(const Round &round, std::size_t from, std::uint64_t count) {
+    for (; count > 0 && from < round.size(); ++from) {
+        play(round[from]);
+        if (is_event(round[from].kind)) --count;
     }
     return from;
 }
@@ -63,15 +77,19 @@ void Player::play(const Operation &operation) {
     Side &side = sides_[operation.handle];
     kel_handle *const handle = side.session.c_handle();
     switch (operation.kind) {
-        case Kind::attach:
+        case Kind::attach: {
+            const Writing writing(store_);
             for (Side &each : sides_) {
                 need(kel_replication_attach(each.session.c_handle(), tarnbase_table_get_vft),
                      "attach");
             }
             break;
-        case Kind::limit:
+        }
+        case Kind::limit: {
+            const Writing writing(store_);
             need(kel_replication_configure(handle, ring_frames, 0), "configure");
             break;
+        }
         case Kind::open:
             open(operation.subject);
             break;
@@ -94,6 +112,7 @@ void Player::play(const Operation &operation) {
             table(operation).erase(operation.number);
             break;
         case Kind::commit:
+        case Kind::early_commit:
             side.transaction->commit();
             side.transaction.reset();
             break;
@@ -103,7 +122,11 @@ void Player::play(const Operation &operation) {
             break;
         case Kind::checkpoint:
             // A private store has none.
-            if (store_.describe().path != nullptr) checkpoint(store_.c_store());
+            if (store_.describe().path != nullptr) {
+                const std::uint32_t error = kel_store_checkpoint(store_.c_store());
+                // One may be in the making, in the background.
+                if (error != EBUSY) need(error, "checkpoint");
+            }
             break;
     }
 }

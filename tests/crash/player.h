@@ -17,12 +17,12 @@ class Player {
     // Rolls back what is open.
     ~Player();
 
-    // Called before each event and after it.
+    // Called before each event of a whole round and after it.
     std::function<void()> begun = [] {};
     std::function<void()> done = [] {};
 
-    void play(const Round &round) { play(round, 0, events(round)); }
-    // Begins at the operation `from`, ends after `count` events. Returns the next operation.
+    void play(const Round &round);
+    // Plays from the operation `from` to the end of `count` events. Returns the next operation.
     std::size_t play(const Round &round, std::size_t from, std::uint64_t count);
     // Rolls back what is open.
     void abandon();
@@ -40,9 +40,6 @@ class Player {
     tarn::store &store_;
     std::array<Side, 2> sides_;
 };
-
-// Writes a checkpoint, if the runtime has them.
-void checkpoint(kel_store *store);
 
 }  // namespace crash
 
