@@ -20,8 +20,8 @@ namespace {
 constexpr std::size_t chain_length = 10;
 // Limits of the random kills.
 constexpr double most_stores = 20'000;
-constexpr double most_shared = 4'000;
-constexpr double most_instructions = 20'000;
+constexpr double most_shared = 500;
+constexpr double most_instructions = 4'000;
 constexpr std::uint64_t most_event = 16;
 // More rounds than a process survives.
 constexpr std::uint64_t most_rounds = 60;
@@ -125,14 +125,16 @@ std::vector<Kill> random_kills(std::uint64_t seed) {
     // As many early deaths, when the store is opened, as late ones.
     const auto up_to = [&](double most) {
         const double part = static_cast<double>(engine() % 10000) / 10000;
-        return static_cast<std::uint64_t>(std::exp(std::log(most) * part));
+        const bool evenly = engine() % 2 == 0;
+        return 1 +
+               static_cast<std::uint64_t>(evenly ? most * part : std::exp(std::log(most) * part));
     };
     std::vector<Kill> kills;
     for (std::size_t i = 0; i < chain_length; ++i) {
-        const std::uint64_t which = engine() % 8;
+        const std::uint64_t which = engine() % 16;
         if (which == 0) {
             kills.push_back({engine() % most_event, Stores::every, up_to(most_instructions)});
-        } else if (which < 5) {
+        } else if (which < 9) {
             kills.push_back({up_to(most_shared), Stores::shared, 0});
         } else {
             kills.push_back({up_to(most_stores), Stores::every, 0});

@@ -128,7 +128,7 @@ void report(const Chain &chain, const Result &result) {
 
 // The first chains sweep: each ends its first process at one shared store more than the one
 // before, from the creation of a store on. The others are random.
-constexpr std::uint64_t most_sweep = 4000;
+constexpr std::uint64_t most_sweep = 2000;
 
 Chain chain_of(const Options &options, std::uint64_t number, std::uint64_t sweep) {
     if (options.has_seed) {

@@ -25,12 +25,20 @@ struct Range {
 };
 constexpr std::size_t most_ranges = 64;
 Range ranges[most_ranges];
+std::size_t used_ranges = 0;
+
+// A store into the stack makes no difference to anybody else, and these are most.
+bool is_on_stack(std::uintptr_t at) {
+    constexpr std::uintptr_t stack_size = 1 << 20;
+    return at - reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < stack_size;
+}
 
 bool counts(const void *address) {
-    if (which == Stores::every) return true;
     const auto at = reinterpret_cast<std::uintptr_t>(address);
-    for (const Range &range : ranges) {
-        if (at >= range.begin && at < range.end) return true;
+    if (is_on_stack(at)) return false;
+    if (which == Stores::every) return true;
+    for (std::size_t i = 0; i < used_ranges; ++i) {
+        if (at >= ranges[i].begin && at < ranges[i].end) return true;
     }
     return false;
 }
@@ -71,9 +79,10 @@ void call_point() {
 
 void shared_mapping(const void *address, std::size_t length) {
     const auto begin = reinterpret_cast<std::uintptr_t>(address);
-    for (Range &range : ranges) {
-        if (range.begin != range.end) continue;
-        range = {begin, begin + length};
+    for (std::size_t i = 0; i < most_ranges; ++i) {
+        if (ranges[i].begin != ranges[i].end) continue;
+        ranges[i] = {begin, begin + length};
+        if (i >= used_ranges) used_ranges = i + 1;
         return;
     }
     // A range that isn't known would hide its stores.

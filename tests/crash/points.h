@@ -11,7 +11,7 @@
 
 namespace crash {
 
-// Which stores count. System calls that change files always do.
+// Which stores count. System calls that change files always do, stores into the stack never.
 enum class Stores : std::uint8_t {
     every,   // also those into memory that dies with the process
     shared,  // those into files that are mapped shared
