@@ -7,10 +7,9 @@
 
 namespace crash {
 
-// Failures, such as a record that a walk visits but a search doesn't find, are
-// thrown.
+// Failures, such as a record that a walk visits but a search doesn't find, are thrown.
 State inspect(const tarn::store &store);
 
-} // namespace crash
+}  // namespace crash
 
 #endif

@@ -18,6 +18,6 @@ Round random_round(const State &state, std::uint64_t seed);
 // A random number of a sequence, for seeds of seeds.
 std::uint64_t mix(std::uint64_t seed, std::uint64_t position);
 
-} // namespace crash
+}  // namespace crash
 
 #endif

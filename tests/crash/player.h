@@ -12,36 +12,36 @@
 namespace crash {
 
 class Player {
-public:
-  explicit Player(tarn::store &store);
-  // Rolls back what is open.
-  ~Player();
+ public:
+    explicit Player(tarn::store &store);
+    // Rolls back what is open.
+    ~Player();
 
-  // Called before each event of a whole round and after it.
-  std::function<void()> begun = [] {};
-  std::function<void()> done = [] {};
+    // Called before each event of a whole round and after it.
+    std::function<void()> begun = [] {};
+    std::function<void()> done = [] {};
 
-  void play(const Round &round);
-  // Plays from the operation `from` to the end of `count` events. Returns the
-  // next operation.
-  std::size_t play(const Round &round, std::size_t from, std::uint64_t count);
-  // Rolls back what is open.
-  void abandon();
+    void play(const Round &round);
+    // Plays from the operation `from` to the end of `count` events. Returns the
+    // next operation.
+    std::size_t play(const Round &round, std::size_t from, std::uint64_t count);
+    // Rolls back what is open.
+    void abandon();
 
-private:
-  struct Side {
-    tarn::session session;
-    std::optional<tarn::transaction> transaction;
-    std::array<std::unique_ptr<Table>, subject_count> tables;
-  };
-  void play(const Operation &operation);
-  void open(Subject subject);
-  Table &table(const Operation &operation);
+ private:
+    struct Side {
+        tarn::session session;
+        std::optional<tarn::transaction> transaction;
+        std::array<std::unique_ptr<Table>, subject_count> tables;
+    };
+    void play(const Operation &operation);
+    void open(Subject subject);
+    Table &table(const Operation &operation);
 
-  tarn::store &store_;
-  std::array<Side, 2> sides_;
+    tarn::store &store_;
+    std::array<Side, 2> sides_;
 };
 
-} // namespace crash
+}  // namespace crash
 
 #endif

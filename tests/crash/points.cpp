@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Compiled without instrumentation, as are the other parts that it is linked
-// with.
+// Compiled without instrumentation, as are the other parts that it is linked with.
 #include "tests/crash/points.h"
 
 #include <signal.h>
@@ -14,53 +13,45 @@ namespace crash {
 
 namespace {
 
-// Plain data: used before any constructor has run, and by threads that the
-// runtime starts.
+// Plain data: used before any constructor has run, and by threads that the runtime starts.
 std::atomic<bool> counting{false};
 std::atomic<std::uint64_t> counted{0};
 std::uint64_t last = 0;
 Stores which = Stores::every;
 
 struct Range {
-  std::uintptr_t begin;
-  std::uintptr_t end;
+    std::uintptr_t begin;
+    std::uintptr_t end;
 };
 constexpr std::size_t most_ranges = 64;
 Range ranges[most_ranges];
 std::size_t used_ranges = 0;
 
-// A store into the stack makes no difference to anybody else, and these are
-// most.
+// A store into the stack makes no difference to anybody else, and these are most.
 bool is_on_stack(std::uintptr_t at) {
-  constexpr std::uintptr_t stack_size = 1 << 20;
-  return at - reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) <
-         stack_size;
+    constexpr std::uintptr_t stack_size = 1 << 20;
+    return at - reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) < stack_size;
 }
 
 bool counts(const void *address) {
-  const auto at = reinterpret_cast<std::uintptr_t>(address);
-  if (is_on_stack(at))
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    if (is_on_stack(at)) return false;
+    if (which == Stores::every) return true;
+    for (std::size_t i = 0; i < used_ranges; ++i) {
+        if (at >= ranges[i].begin && at < ranges[i].end) return true;
+    }
     return false;
-  if (which == Stores::every)
-    return true;
-  for (std::size_t i = 0; i < used_ranges; ++i) {
-    if (at >= ranges[i].begin && at < ranges[i].end)
-      return true;
-  }
-  return false;
 }
 
-bool count() {
-  return counted.fetch_add(1, std::memory_order_relaxed) + 1 == last;
-}
+bool count() { return counted.fetch_add(1, std::memory_order_relaxed) + 1 == last; }
 
-} // namespace
+}  // namespace
 
 void arm(std::uint64_t n, Stores stores) {
-  counted = 0;
-  last = n;
-  which = stores;
-  counting = true;
+    counted = 0;
+    last = n;
+    which = stores;
+    counting = true;
 }
 
 void pause() { counting = false; }
@@ -68,48 +59,41 @@ void resume() { counting = true; }
 std::uint64_t points() { return counted; }
 
 void die() {
-  ::syscall(SYS_kill, ::getpid(), SIGKILL);
-  ::_exit(1);
+    ::syscall(SYS_kill, ::getpid(), SIGKILL);
+    ::_exit(1);
 }
 
 bool is_last(const void *address) {
-  return counting.load(std::memory_order_relaxed) && counts(address) && count();
+    return counting.load(std::memory_order_relaxed) && counts(address) && count();
 }
 
-bool is_last_call() {
-  return counting.load(std::memory_order_relaxed) && count();
-}
+bool is_last_call() { return counting.load(std::memory_order_relaxed) && count(); }
 
 void point(const void *address) {
-  if (is_last(address))
-    die();
+    if (is_last(address)) die();
 }
 
 void call_point() {
-  if (is_last_call())
-    die();
+    if (is_last_call()) die();
 }
 
 void shared_mapping(const void *address, std::size_t length) {
-  const auto begin = reinterpret_cast<std::uintptr_t>(address);
-  for (std::size_t i = 0; i < most_ranges; ++i) {
-    if (ranges[i].begin != ranges[i].end)
-      continue;
-    ranges[i] = {begin, begin + length};
-    if (i >= used_ranges)
-      used_ranges = i + 1;
-    return;
-  }
-  // A range that isn't known would hide its stores.
-  ::abort();
+    const auto begin = reinterpret_cast<std::uintptr_t>(address);
+    for (std::size_t i = 0; i < most_ranges; ++i) {
+        if (ranges[i].begin != ranges[i].end) continue;
+        ranges[i] = {begin, begin + length};
+        if (i >= used_ranges) used_ranges = i + 1;
+        return;
+    }
+    // A range that isn't known would hide its stores.
+    ::abort();
 }
 
 void no_mapping(const void *address, std::size_t length) {
-  const auto begin = reinterpret_cast<std::uintptr_t>(address);
-  for (Range &range : ranges) {
-    if (range.begin >= begin && range.begin < begin + length)
-      range = {0, 0};
-  }
+    const auto begin = reinterpret_cast<std::uintptr_t>(address);
+    for (Range &range : ranges) {
+        if (range.begin >= begin && range.begin < begin + length) range = {0, 0};
+    }
 }
 
-} // namespace crash
+}  // namespace crash

@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Points of death: the stores and the system calls of the runtime, counted. The
-// runtime under test is compiled so that it calls `point` before each of its
-// stores.
+// Points of death: the stores and the system calls of the runtime, counted. The runtime under
+// test is compiled so that it calls `point` before each of its stores.
 #ifndef TESTS_CRASH_POINTS_H
 #define TESTS_CRASH_POINTS_H
 
@@ -12,15 +11,13 @@
 
 namespace crash {
 
-// Which stores count. System calls that change files always do, stores into the
-// stack never.
+// Which stores count. System calls that change files always do, stores into the stack never.
 enum class Stores : std::uint8_t {
-  every,  // also those into memory that dies with the process
-  shared, // those into files that are mapped shared
+    every,   // also those into memory that dies with the process
+    shared,  // those into files that are mapped shared
 };
 
-// From now on points are counted, and the process dies at the n-th. 0: it never
-// dies.
+// From now on points are counted, and the process dies at the n-th. 0: it never dies.
 CRASH_EXPORT void arm(std::uint64_t n, Stores stores);
 // Ends the counting until `resume`.
 CRASH_EXPORT void pause();
@@ -29,8 +26,8 @@ CRASH_EXPORT void resume();
 CRASH_EXPORT std::uint64_t points();
 
 // For the parts of the instrumented runtime.
-// Whether the point that comes now is the last one: then the caller does half
-// of its work and calls `die`.
+// Whether the point that comes now is the last one: then the caller does half of its work and
+// calls `die`.
 bool is_last(const void *address);
 bool is_last_call();
 [[noreturn]] void die();
@@ -42,6 +39,6 @@ void call_point();
 void shared_mapping(const void *address, std::size_t length);
 void no_mapping(const void *address, std::size_t length);
 
-} // namespace crash
+}  // namespace crash
 
 #endif

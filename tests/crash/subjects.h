@@ -13,14 +13,14 @@ namespace crash {
 
 // An open table. Failures are thrown.
 class Table {
-public:
-  virtual ~Table() = default;
-  virtual void insert(std::uint32_t number, const Row &row) = 0;
-  virtual void update(std::uint32_t number, const Row &row) = 0;
-  virtual void erase(std::uint32_t number) = 0;
-  // All records, in the order of the table; the count is checked.
-  virtual Rows read() const = 0;
-  virtual kel_table *c_table() const = 0;
+ public:
+    virtual ~Table() = default;
+    virtual void insert(std::uint32_t number, const Row &row) = 0;
+    virtual void update(std::uint32_t number, const Row &row) = 0;
+    virtual void erase(std::uint32_t number) = 0;
+    // All records, in the order of the table; the count is checked.
+    virtual Rows read() const = 0;
+    virtual kel_table *c_table() const = 0;
 };
 
 std::unique_ptr<Table> open_or_create(tarn::session &session, Subject subject);
@@ -32,6 +32,6 @@ void make_extra(tarn::session &session);
 void drop_extra(tarn::session &session);
 bool has_extra(tarn::session &session);
 
-} // namespace crash
+}  // namespace crash
 
 #endif
