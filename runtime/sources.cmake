@@ -25,6 +25,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/file.cpp
   store/follower.cpp
   store/image.cpp
+  store/open_stores.cpp
   store/record_block.cpp
   store/sharing.cpp
   store/store.cpp

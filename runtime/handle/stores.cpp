@@ -7,6 +7,7 @@
 #include "runtime/base/error_text.h"
 #include "runtime/index/tree.h"
 #include "runtime/store/file.h"
+#include "runtime/store/open_stores.h"
 #include "runtime/store/store.h"
 
 using namespace tarnbase::runtime;
@@ -38,8 +39,10 @@ std::uint32_t make_store(const char *what, kel_store **result, Fill fill) {
     try {
         auto store = std::make_unique<kel_store>();
         const std::uint32_t error = fill(*store);
-        if (error == 0) *result = store.release();
-        return error;
+        if (error != 0) return error;
+        if (store->sharing != nullptr) add_open_store(*store);
+        *result = store.release();
+        return 0;
     } catch (const std::bad_alloc &) {
         return fail(ENOMEM, "%s: no memory", what);
     } catch (const std::exception &failure) {

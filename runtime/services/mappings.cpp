@@ -16,12 +16,19 @@ bool is_table(const void *object) {
     return descriptor != nullptr && std::strcmp(descriptor->kind, "table") == 0;
 }
 
+// The library counts created and destroyed tables without an announcement.
+void note_table_counts(kel_handle *handle, const void *table) {
+    const kel_variant_info *info = static_cast<const kel_object *>(table)->descriptor->variant_info;
+    if (info != nullptr) store_of(handle).note_block(info->variants);
+}
+
 }  // namespace
 
 void *kel_oid_mapping_create(kel_handle *handle, std::uint32_t tx_id, void *object,
                              std::uint32_t kind, std::uint32_t dynamic, std::uint64_t ior,
                              std::uint32_t *err) {
     if (*err != 0) return nullptr;
+    if (kind == KEL_OID_KIND_TABLE && is_table(object)) note_table_counts(handle, object);
     return identities_of(handle).map({handle, tx_id}, {object, kind, dynamic, ior}, err);
 }
 
@@ -29,7 +36,10 @@ std::uint32_t kel_request_oid_mapping_destroy(kel_handle *handle, std::uint32_t 
                                               std::uint32_t *err) {
     if (*err != 0) return 0;
     if (!identities_of(handle).unmap({handle, tx_id}, object)) return 0;
-    if (is_table(object)) drop_tenant_counters(handle, tx_id, static_cast<kel_table *>(object));
+    if (is_table(object)) {
+        note_table_counts(handle, object);
+        drop_tenant_counters(handle, tx_id, static_cast<kel_table *>(object));
+    }
     return 1;
 }
 

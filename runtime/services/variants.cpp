@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Variants and modified marks. All objects have the same header, so `is_structure` and
 // `is_small` make no difference.
+#include "runtime/store/open_stores.h"
+#include "runtime/store/store_handle.h"
 #include "runtime/variant/domain.h"
 #include "runtime/variant/instance.h"
 #include "tarnbase/runtime.h"
@@ -19,6 +21,8 @@ std::int32_t kel_get_instance_variant(const void *object, std::uint32_t, std::ui
 std::int32_t kellib_adjust_variant(kel_handle *handle, std::uint32_t tx_id, void *object,
                                    const kel_type_info *descriptor, std::int32_t top_variant,
                                    std::uint32_t *err) {
+    // A change of the object begins: the library announces only a part of it.
+    store_of(handle).note_block(object);
     if (*err != 0) return instance_variant(object);
     return adjust_variant(handle, tx_id, object, descriptor, top_variant);
 }
@@ -28,5 +32,7 @@ std::uint32_t kel_get_instance_modified(const void *object, std::uint32_t, std::
 }
 
 void kel_set_instance_modified(void *object, std::uint32_t, std::uint32_t, std::uint32_t value) {
+    // The library makes this store without an announcement.
+    if (is_modified(object) != (value != 0)) note_object(object);
     set_modified(object, value != 0);
 }

@@ -106,6 +106,7 @@ void ChangeSet::add(BlockEvent event) noexcept {
 }
 
 void ChangeSet::mark(std::uint64_t offset, std::uint64_t length) noexcept try {
+    if (is_last_block(offset) && is_last_block(offset + length - 1)) return;
     each_word(offset, length, [&](std::uint64_t page, std::uint64_t word, std::uint64_t bits) {
         PageMarks &marks = marks_of(page);
         if (marks.words_in_use == 0) pages_in_use_.push_back(page);
@@ -117,12 +118,14 @@ void ChangeSet::mark(std::uint64_t offset, std::uint64_t length) noexcept try {
 }
 
 void ChangeSet::unmark(std::uint64_t offset, std::uint64_t length) {
+    last_block_ = {};
     each_word(offset, length, [&](std::uint64_t page, std::uint64_t word, std::uint64_t bits) {
         if (page < pages_.size() && pages_[page] != nullptr) pages_[page]->words[word] &= ~bits;
     });
 }
 
 void ChangeSet::clear() {
+    last_block_ = {};
     blocks_.clear();
     for (const std::uint64_t page : pages_in_use_) *pages_[page] = {};
     pages_in_use_.clear();

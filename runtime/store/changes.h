@@ -20,6 +20,15 @@ class ChangeSet {
  public:
     // Offsets are from the base of the image. Without memory the set becomes incomplete.
     void mark(std::uint64_t offset, std::uint64_t length) noexcept;
+    // Marks a whole block. Bytes of it that are marked next cost a comparison.
+    void mark_block(std::uint64_t offset, std::uint64_t size) noexcept {
+        mark(offset, size);
+        last_block_ = {offset, size};
+    }
+    // Whether it was the last block that was marked.
+    bool is_last_block(std::uint64_t offset) const {
+        return offset - last_block_.offset < last_block_.size;
+    }
     void allocated(std::uint64_t offset) noexcept { add({offset, true}); }
     void released(std::uint64_t offset) noexcept { add({offset, false}); }
     bool is_incomplete() const { return incomplete_; }
@@ -33,6 +42,12 @@ class ChangeSet {
     // The number of block events, to return to with `forget_blocks`.
     std::size_t block_events() const { return blocks_.size(); }
     void forget_blocks(std::size_t first) { blocks_.resize(first); }
+    // After a rollback: the blocks that were allocated are free again.
+    void keep_marks() {
+        last_block_ = {};
+        blocks_.clear();
+        incomplete_ = false;
+    }
 
  private:
     struct BlockEvent {
@@ -51,6 +66,7 @@ class ChangeSet {
     void build_blocks(FrameBuilder &frame, const Image &image);
     void build_writes(FrameBuilder &frame, const Image &image);
 
+    Allocator::Extent last_block_{};
     std::vector<BlockEvent> blocks_;
     std::vector<std::unique_ptr<PageMarks>> pages_;  // by page number
     std::vector<std::uint64_t> pages_in_use_;

@@ -116,8 +116,10 @@ std::uint32_t Sharing::fail_locked() {
 }
 
 std::uint32_t Sharing::give_up_writing() {
-    const std::uint32_t error = has_lasting_changes ? publish() : 0;
-    if (error != 0) {
+    std::uint32_t error = changes_.is_empty() ? 0 : publish();
+    if (!has_lasting_changes) {
+        error = 0;  // nothing that was announced is lost
+    } else if (error != 0) {
         ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): changes are lost: %s", error_text());
         has_lasting_changes = false;
         changes_.clear();

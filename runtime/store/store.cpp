@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/store.h"
 
+#include "runtime/store/open_stores.h"
 #include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
 
@@ -15,6 +16,7 @@ constexpr std::uint64_t largest_object = 4096;
 }  // namespace
 
 kel_store::~kel_store() {
+    tarnbase::runtime::remove_open_store(*this);
     for (TransactionSlot &slot : transactions_) {
         if (slot.id != 0) roll_back(slot);
     }
@@ -83,8 +85,8 @@ void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_
     }
     if (TransactionSlot *slot = transaction(tx_id)) slot->undo.old_bytes(address, length);
     if (sharing == nullptr) return;
-    note_bytes(address, length);
     note_block(address);
+    note_bytes(address, length);
 }
 
 void kel_store::log_delta(std::uint32_t tx_id, const void *address, std::int32_t delta) {
@@ -106,6 +108,9 @@ void kel_store::note_bytes(const void *address, std::uint64_t length) {
 
 void kel_store::note_block(const void *address) {
     if (sharing == nullptr || !sharing->is_writer() || !contains(address, 1)) return;
+    if (sharing->changes().is_last_block(offset_of(address))) return;
     const auto block = allocator.find(offset_of(address));
-    if (block && block->size <= largest_object) sharing->changes().mark(block->offset, block->size);
+    if (block && block->size <= largest_object) {
+        sharing->changes().mark_block(block->offset, block->size);
+    }
 }

@@ -65,7 +65,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     bool may_change(std::uint32_t tx_id);
     std::uint32_t publish_commit(const tarnbase::runtime::TransactionSlot &slot);
     bool others_have_changes(const tarnbase::runtime::TransactionSlot &slot) const;
-    void forget_changes(const tarnbase::runtime::TransactionSlot &slot);
+    void publish_rollback(const tarnbase::runtime::TransactionSlot &slot);
     void close_slot(tarnbase::runtime::TransactionSlot &slot);
 
     std::array<tarnbase::runtime::TransactionSlot, tarnbase::runtime::transaction_slots>

@@ -11,6 +11,7 @@
 #include "runtime/store/store.h"
 #include "tarnbase/runtime.h"
 
+using tarnbase::runtime::ChangeSet;
 using tarnbase::runtime::fail;
 using tarnbase::runtime::transaction_slots;
 using tarnbase::runtime::TransactionSlot;
@@ -98,18 +99,20 @@ std::uint32_t kel_store::commit(TransactionSlot &slot) {
     return 0;
 }
 
-// After a rollback nothing needs to be published, unless something else is waiting for that.
-void kel_store::forget_changes(const TransactionSlot &slot) {
+// A rollback doesn't restore what the library stored without an announcement. It is published as
+// after a commit; if that fails, with the next frame.
+void kel_store::publish_rollback(const TransactionSlot &slot) {
     if (sharing == nullptr || !sharing->is_writer() || others_have_changes(slot)) return;
-    if (!sharing->has_lasting_changes) sharing->changes().clear();
-    else sharing->publish();
+    ChangeSet &changes = sharing->changes();
+    if (!changes.is_empty() && sharing->publish() == 0) return;
+    if (!sharing->has_lasting_changes) changes.keep_marks();
 }
 
 std::uint32_t kel_store::roll_back(TransactionSlot &slot) {
     const bool complete = !slot.undo.is_incomplete();
     slot.undo.roll_back([this](void *block) { release_now(block); });
     header->rolled_back += 1;
-    forget_changes(slot);
+    publish_rollback(slot);
     close_slot(slot);
     return complete ? 0 : ENOMEM;
 }
