@@ -73,7 +73,11 @@ void need(bool condition, const std::string &otherwise) {
 }
 
 // Mostly short, sometimes long enough for others to come far ahead.
-void pause(std::mt19937_64 &engine) { ::usleep(static_cast<useconds_t>(100) << engine() % 11); }
+void pause(std::mt19937_64 &engine, unsigned longest) {
+    ::usleep(static_cast<useconds_t>(100) << engine() % longest);
+}
+constexpr unsigned long_pause = 13;
+constexpr unsigned short_pause = 10;
 
 // The store as one process has it open.
 class View {
@@ -199,7 +203,7 @@ void be_checkpointer(const std::string &path, Journal &journal) {
         // A writer may be making one in the background.
         need(error == 0 || error == EBUSY, std::string("checkpoint: ") + kel_error_text());
         if (error == 0) journal.checkpoints += 1;
-        pause(engine);
+        pause(engine, long_pause);
     }
 }
 
@@ -243,14 +247,14 @@ std::uint64_t run(const std::string &path, Journal &journal, std::uint64_t seed,
         if (engine() % 4 == 0) {
             // Other processes wait if it has the lock, and go on if it hasn't.
             ::kill(processes[victim], SIGSTOP);
-            pause(engine);
+            pause(engine, long_pause);
             ::kill(processes[victim], SIGCONT);
         } else {
             end(processes[victim], journal);
             processes[victim] = start(roles[victim], path, journal);
             kills += 1;
         }
-        if (engine() % 4 != 0) pause(engine);
+        if (engine() % 4 != 0) pause(engine, short_pause);
     }
     // In peace, both writers get their turns. A writer takes over from one that is killed, also
     // before another process gets the dead one's place.
@@ -265,6 +269,11 @@ std::uint64_t run(const std::string &path, Journal &journal, std::uint64_t seed,
     bool all_go_on = goes_on(0) && goes_on(1);
     for (std::size_t i = 0; i < 2; ++i) {
         end(processes[i], journal);
+        // They get the number of the dead one, and don't take its lock.
+        for (std::size_t other = 2; other < role_count; ++other) {
+            end(processes[other], journal);
+            processes[other] = start(roles[other], path, journal);
+        }
         all_go_on = all_go_on && goes_on(1 - i);
         processes[i] = start(roles[i], path, journal);
     }
