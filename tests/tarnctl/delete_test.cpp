@@ -82,7 +82,7 @@ TEST_F(Delete, NeedsAKeyOrConditions) {
 }
 
 TEST_F(Delete, OfAReplicatedTableIsRefused) {
-    with_store(store, [](kel_handle *handle) {
+    change_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
         kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
         kel_table_set_replication(handle, KEL_TX_NONE, table, 1, 0);
@@ -96,14 +96,14 @@ TEST_F(Delete, OfAReplicatedTableIsRefused) {
 }
 
 TEST_F(Delete, AsADryRunKeepsEveryByteOfTheStore) {
-    const std::string before = example_test::read_file(store);
+    const std::string before = content_of(store);
     const Outcome outcome = on_store({"delete", "ldap_conn", "--all", "--dry-run"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("- tbl_ldap_conn:ldap c.example (tenant 9)\n    num_conns: 3\n"),
               std::string::npos)
         << outcome.out;
     EXPECT_NE(outcome.out.find("5 records deleted (dry run)\n"), std::string::npos);
-    EXPECT_TRUE(example_test::read_file(store) == before);
+    EXPECT_TRUE(content_of(store) == before);
 }
 
 }  // namespace

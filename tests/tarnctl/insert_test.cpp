@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+
 #include "tarnbase/tarnbase.h"
 #include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
@@ -148,17 +150,17 @@ TEST_F(Insert, RefusesUnknownFields) {
 }
 
 TEST_F(Insert, RefusesInvalidValues) {
-    const std::string before = example_test::read_file(store);
+    const std::string before = content_of(store);
     expect_refusals({
         {2, {"insert", "ldap_conn", "sname=x", "num_conns=many"}, "num_conns: expected a number"},
         {2, {"insert", "ldap_conn", "sname=x", "--source", "256"}, ""},
         {2, {"insert", "ldap_conn", "sname=x", "--tenant", "65536"}, ""},
     });
-    EXPECT_TRUE(example_test::read_file(store) == before);
+    EXPECT_TRUE(content_of(store) == before);
 }
 
 TEST_F(Insert, AsADryRunKeepsEveryByteOfTheStore) {
-    const std::string before = example_test::read_file(store);
+    const std::string before = content_of(store);
     const Outcome outcome =
         on_store({"insert", "ldap_conn:new_table", "sname=x", "num_conns=3", "--create", "-n"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -167,10 +169,11 @@ TEST_F(Insert, AsADryRunKeepsEveryByteOfTheStore) {
               "1 record inserted (dry run)\n");
     EXPECT_EQ(outcome.err,
               "tarnctl: the store holds no table `tbl_ldap_conn:new_table`; it would be made\n");
-    EXPECT_TRUE(example_test::read_file(store) == before);
+    EXPECT_TRUE(content_of(store) == before);
 }
 
 TEST_F(Insert, IntoAFileThatIsNoStoreIsAStoreError) {
+    std::filesystem::remove_all(store);
     example_test::write_file(store, "no store");
     expect_refusals({{4, {"insert", "ldap_conn", "sname=x"}, store},
                      {4, {"insert", "ldap_conn", "sname=x", "--dry-run"}, ""}});
@@ -178,7 +181,7 @@ TEST_F(Insert, IntoAFileThatIsNoStoreIsAStoreError) {
 
 // An insert through a handle without a replication engine would be missing in the stream.
 TEST_F(Insert, IntoAReplicatedTableAddsAFrame) {
-    with_store(store, [](kel_handle *handle) {
+    change_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
         kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
         ASSERT_EQ(kel_replication_attach(handle, tarnbase_table_get_vft), 0U);

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/tarnctl/look.h"
 
+#include <filesystem>
+#include <set>
+
 #include <gtest/gtest.h>
 
 #include "tarnbase/tarnbase.h"
@@ -26,6 +29,26 @@ void with_store(const std::string &store, const std::function<void(kel_handle *)
     function(handle);
     kel_handle_destroy(handle);
     kel_store_close(file);
+}
+
+void change_store(const std::string &store, const std::function<void(kel_handle *)> &function) {
+    with_store(store, [&](kel_handle *handle) {
+        ASSERT_EQ(kel_store_lock(kel_handle_store(handle)), 0U) << kel_error_text();
+        function(handle);
+        ASSERT_EQ(kel_store_unlock(kel_handle_store(handle)), 0U) << kel_error_text();
+    });
+}
+
+std::string content_of(const std::string &store) {
+    std::set<std::string> names;
+    for (const auto &entry : std::filesystem::directory_iterator(store)) {
+        const std::string name = entry.path().filename();
+        if (name.starts_with("log-") || name.starts_with("checkpoint-")) names.insert(name);
+    }
+    std::string content = std::to_string(description(store).log_end);
+    for (const std::string &name : names)
+        content += '\n' + name + '\n' + example_test::read_file(store + '/' + name);
+    return content;
 }
 
 std::optional<uint32_t> connections(const std::string &store, const std::string &server,
@@ -80,7 +103,7 @@ ServerValues server_values(const std::string &store) {
 
 void add_connection(const std::string &store, const std::string &table, const std::string &server,
                     uint32_t src, uint8_t flags) {
-    with_store(store, [&](kel_handle *handle) {
+    change_store(store, [&](kel_handle *handle) {
         uint32_t err = 0;
         kel_table *block = tbl_ldap_conn_table_open(handle, tx, table.c_str(), 0, &err);
         const kel_vstring name = text(server);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The contents of a store file, read and changed by the library and not by tarnctl.
+// The contents of a store, read and changed by the library and not by tarnctl.
 #ifndef TESTS_TARNCTL_LOOK_H
 #define TESTS_TARNCTL_LOOK_H
 
@@ -33,8 +33,13 @@ void add_connection(const std::string &store, const std::string &table, const st
 
 kel_store_description description(const std::string &store);
 
-// Opens the store during its lifetime, with a handle that uses the store's own types.
+// Opens the store for the time of the call, with a handle that uses the store's own types.
 void with_store(const std::string &store, const std::function<void(kel_handle *)> &function);
+// The same, as the store's writer: changes outside of transactions are published at the end.
+void change_store(const std::string &store, const std::function<void(kel_handle *)> &function);
+
+// The store's checkpoints and log, as far as they are published.
+std::string content_of(const std::string &store);
 
 }  // namespace tarnctl_test
 

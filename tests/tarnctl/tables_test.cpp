@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <filesystem>
 
 #include "tests/examples/json.h"
 #include "tests/tarnctl/tarnctl.h"
@@ -87,6 +88,7 @@ TEST_F(Tables, ThatAreOpenAreListedOnTheirOwn) {
 }
 
 TEST_F(Tables, OfAFileThatIsNoStoreAreAStoreError) {
+    std::filesystem::remove_all(store);
     example_test::write_file(store, "no store");
     const Outcome outcome = on_store({"tables"});
     EXPECT_EQ(outcome.exit_code, 4);

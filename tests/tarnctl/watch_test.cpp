@@ -125,13 +125,11 @@ st_ldap_conn *connection_a(kel_handle *handle, uint32_t *err) {
 
 TEST_F(Watch, SeesChangesOutsideOfTransactions) {
     const auto process = watch({"ldap_conn", "--no-time", "--count", "1"});
-    with_store(store, [](kel_handle *handle) {
+    change_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
-        ASSERT_EQ(kel_store_lock(kel_handle_store(handle)), 0U);
         st_ldap_conn *conn = connection_a(handle, &err);
         st_ldap_conn_num_conns_set_value(handle, KEL_TX_NONE, conn, 70, &err);
         ASSERT_EQ(err, 0U);
-        ASSERT_EQ(kel_store_unlock(kel_handle_store(handle)), 0U);
     });
     EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 70\n");
 }
