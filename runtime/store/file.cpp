@@ -125,7 +125,7 @@ std::uint32_t fail_file(const char *path) {
                     "%s: a store of format version 1, made by an older release; this one reads "
                     "version %u. Move the data with tarnctl export of the release that made it, "
                     "and tarnctl import of this one",
-                    path, store_format_version);
+                    path, control_format_version);
     }
     return fail(EINVAL, "%s: not a store: it isn't a folder", path);
 }
