@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnbase/tarnbase.h"
+#include "tests/examples/temporary_directory.h"
 
 namespace tarnctl_test {
 namespace {
