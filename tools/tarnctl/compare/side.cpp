@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 
 #include "base/failure.h"
 #include "base/output_file.h"
@@ -88,6 +90,8 @@ Side moved(Side side, const std::vector<TableReference> &tables, Between between
 
 bool is_export(const std::string &path) {
     if (path == "-") return true;
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) return false;
     Input input(path);
     return export_format(input).has_value();
 }
