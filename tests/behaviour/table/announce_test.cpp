@@ -121,14 +121,10 @@ class Announced {
             blocks[begin] = begin + shape.size;
         }
     }
-    // Whether a byte was in use during the whole round, and not by the allocator or a transaction.
+    // Whether a byte was in use during the whole round, and isn't one of the store's own counts.
     bool was_in_use(u64 offset) const {
         if (offset < sizeof(StoreHeader)) {
-            const auto within = [offset](u64 first, u64 length) {
-                return offset >= first && offset < first + length;
-            };
-            return !within(offsetof(StoreHeader, arena), sizeof(tarnbase::runtime::ArenaState)) &&
-                   !within(offsetof(StoreHeader, transactions), sizeof StoreHeader::transactions);
+            return offset < offsetof(StoreHeader, arena) || offset >= offsetof(StoreHeader, tables);
         }
         const auto next = in_use_.upper_bound(offset);
         return next != in_use_.begin() && offset < std::prev(next)->second;
