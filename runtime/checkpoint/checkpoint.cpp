@@ -11,8 +11,8 @@
 #include <array>
 #include <cstring>
 
+#include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint_format.h"
-#include "runtime/checkpoint/file_io.h"
 #include "runtime/log/crc32c.h"
 
 namespace tarnbase::runtime {

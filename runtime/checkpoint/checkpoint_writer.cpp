@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes a checkpoint.
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <vector>
 
+#include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint_format.h"
-#include "runtime/checkpoint/file_io.h"
 #include "runtime/log/crc32c.h"
 
 namespace tarnbase::runtime {
@@ -54,12 +53,6 @@ std::uint32_t WorkingFile::rename(const std::string &name) {
     if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return error_number();
     file_ = File();
     return 0;
-}
-
-// Without this test the kernel would send SIGXFSZ.
-bool is_above_file_limit(std::uint64_t bytes) {
-    rlimit limit;
-    return ::getrlimit(RLIMIT_FSIZE, &limit) == 0 && bytes > limit.rlim_cur;
 }
 
 std::uint32_t set_size(int file, std::uint64_t bytes) {

@@ -17,6 +17,7 @@
 #include "runtime/arena/page.h"
 #include "runtime/base/error_text.h"
 #include "runtime/base/file.h"
+#include "runtime/base/file_io.h"
 #include "runtime/control/futex.h"
 #include "runtime/control/lock_protocol.h"
 #include "runtime/log/crc32c.h"
@@ -190,6 +191,7 @@ std::uint32_t Control::create(int folder, const StoreId &id, std::uint64_t base,
     identity.base = base;
     identity.capacity = capacity;
     identity.crc = checksum(identity);
+    if (is_above_file_limit(sizeof(ControlPage))) return EFBIG;
     // Written and not only cut to size: the mapped pages have disk blocks.
     std::vector<char> bytes(sizeof(ControlPage));
     std::memcpy(bytes.data(), &identity, sizeof identity);

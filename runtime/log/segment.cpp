@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "runtime/base/file.h"
+#include "runtime/base/file_io.h"
 #include "runtime/log/crc32c.h"
 
 #ifndef MADV_POPULATE_WRITE
@@ -50,8 +51,6 @@ static_assert(sizeof(SegmentHead) == segment_head_bytes);
 std::uint32_t head_crc(const SegmentHead &head) {
     return crc32c({reinterpret_cast<const char *>(&head), offsetof(SegmentHead, crc)});
 }
-
-std::uint32_t error_number() { return static_cast<std::uint32_t>(errno); }
 
 // The bytes read, or negative.
 ssize_t read_at_start(int file, SegmentHead &head) {
@@ -169,7 +168,7 @@ std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t posit
                               std::uint64_t bytes) {
     constexpr std::uint64_t unit = first_segment_bytes;
     const std::uint64_t size = std::max((bytes + unit - 1) / unit, std::uint64_t{1}) * unit;
-    if (size > std::numeric_limits<std::uint32_t>::max()) return EFBIG;
+    if (size > std::numeric_limits<std::uint32_t>::max() || is_above_file_limit(size)) return EFBIG;
     SegmentHead head{};
     std::memcpy(head.magic, magic, sizeof magic);
     head.first = position;

@@ -11,7 +11,7 @@
 
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/checkpoint/checkpoint_format.h"
-#include "runtime/checkpoint/file_io.h"
+#include "runtime/base/file_io.h"
 #include "runtime/log/crc32c.h"
 #include "tests/fuzz/input.h"
 #include "tests/fuzz/round.h"

@@ -18,7 +18,7 @@
 
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/checkpoint/checkpoint_format.h"
-#include "runtime/checkpoint/file_io.h"
+#include "runtime/base/file_io.h"
 
 namespace tarnbase::runtime {
 

@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Reads and writes whole ranges of a file, whatever interrupts them.
-#ifndef TARNBASE_RUNTIME_CHECKPOINT_FILE_IO_H
-#define TARNBASE_RUNTIME_CHECKPOINT_FILE_IO_H
+// Reads and writes whole ranges of a file, whatever interrupts them, within the process's limit.
+#ifndef TARNBASE_RUNTIME_BASE_FILE_IO_H
+#define TARNBASE_RUNTIME_BASE_FILE_IO_H
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +13,13 @@
 namespace tarnbase::runtime {
 
 inline std::uint32_t error_number() { return static_cast<std::uint32_t>(errno); }
+
+// Whether the process may not make a file of that length. Without this test the kernel sends
+// SIGXFSZ.
+inline bool is_above_file_limit(std::uint64_t bytes) {
+    rlimit limit;
+    return ::getrlimit(RLIMIT_FSIZE, &limit) == 0 && bytes > limit.rlim_cur;
+}
 
 // Returns 0 or an errno number; ENODATA: the file ends before `into` is full.
 inline std::uint32_t read_fully(int file, std::span<char> into, std::uint64_t offset) {
