@@ -73,7 +73,11 @@ TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options
  * files opens it to read, also on a read-only file system, and changes nothing on disk.
  * Errors: EINVAL not a store, or of another format version or byte order: kel_error_text says
  * which, and how to move the data; EBADMSG damaged; EADDRINUSE the address range is taken in this
- * process; and those of open(2).
+ * process; ENOMEM it may not map what is in use; and those of open(2).
+ *
+ * A process that may not map the store's whole capacity, as `ulimit -v` limits it, maps what is
+ * in use and more as the store grows. An allocation or a refresh that needs more than it may map
+ * is ENOMEM; the copy stays as it was.
  *
  * A process may have several stores open, but tables opened by id in one of them only: the
  * library looks up a table type's table-id root once per process. In another store

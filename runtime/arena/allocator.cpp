@@ -32,14 +32,14 @@ std::uint32_t lowest_free_slot(Page *page) {
 
 }  // namespace
 
-std::uint64_t Allocator::front_bytes(std::uint64_t sets_offset, std::uint64_t capacity) {
-    return round_to_page(sets_offset + set_count * 8 * PageSet::words_for(capacity / page_size));
+std::uint64_t Allocator::front_bytes(std::uint64_t capacity) {
+    return round_to_page(page_sets_offset +
+                         set_count * 8 * PageSet::words_for(capacity / page_size));
 }
 
-Allocator::Allocator(Region &region, ArenaState &state, std::uint64_t sets_offset)
-    : region_(&region), state_(&state) {
+Allocator::Allocator(Region &region, ArenaState &state) : region_(&region), state_(&state) {
     const std::uint64_t pages = region.capacity() / page_size;
-    auto *words = reinterpret_cast<std::uint64_t *>(region.base() + sets_offset);
+    auto *words = reinterpret_cast<std::uint64_t *>(region.base() + page_sets_offset);
     const auto next_set = [&] {
         PageSet set(words, pages);
         words += PageSet::words_for(pages);
@@ -50,9 +50,9 @@ Allocator::Allocator(Region &region, ArenaState &state, std::uint64_t sets_offse
     heads_ = next_set();
 }
 
-void Allocator::format(std::uint64_t sets_offset) {
+void Allocator::format() {
     const std::uint64_t pages = region_->capacity() / page_size;
-    free_.insert_range(front_bytes(sets_offset, region_->capacity()) / page_size, pages);
+    free_.insert_range(front_bytes(region_->capacity()) / page_size, pages);
 }
 
 Page *Allocator::page_at(std::uint64_t number) const {
@@ -64,11 +64,15 @@ std::uint64_t Allocator::number_of(const Page *page) const {
            page_size;
 }
 
-void Allocator::grow_to(std::uint64_t end) {
-    if (end <= state_->size) return;
+// False: the process can't map that much.
+bool Allocator::grow_to(std::uint64_t end) {
+    if (end <= state_->size) return true;
     const std::uint64_t step = std::clamp(state_->size / 8, least_growth, most_growth);
-    const std::uint64_t wanted = std::max(end, round_to_page(state_->size + step));
-    state_->size = std::min(wanted, region_->capacity());
+    const std::uint64_t wanted =
+        std::min(std::max(end, round_to_page(state_->size + step)), region_->capacity());
+    if (!region_->reach(end)) return false;
+    state_->size = region_->reach(wanted) ? wanted : end;
+    return true;
 }
 
 Page *Allocator::allocate_run(PageKind kind, std::uint64_t pages) {
@@ -77,7 +81,7 @@ Page *Allocator::allocate_run(PageKind kind, std::uint64_t pages) {
 }
 
 Page *Allocator::take_run(PageKind kind, std::uint64_t first, std::uint64_t pages) {
-    grow_to((first + pages) * page_size);
+    if (!grow_to((first + pages) * page_size)) return nullptr;
     for (std::uint64_t i = 0; i < pages; ++i) free_.erase(first + i);
     heads_.insert(first);
     Page *page = page_at(first);
@@ -106,6 +110,7 @@ void *Allocator::allocate_small(std::uint32_t size_class) {
         const std::optional<std::uint64_t> free = free_.first();
         if (!free) return nullptr;
         page = take_small_page(*free, size_class);
+        if (page == nullptr) return nullptr;
     }
     const std::uint32_t slot = lowest_free_slot(page);
     take_slot(page, slot);
@@ -114,6 +119,7 @@ void *Allocator::allocate_small(std::uint32_t size_class) {
 
 Page *Allocator::take_small_page(std::uint64_t number, std::uint32_t size_class) {
     Page *page = take_run(PageKind::small_blocks, number, 1);
+    if (page == nullptr) return nullptr;
     page->size_class = size_class;
     with_free_slot_[size_class].insert(number);
     return page;
@@ -153,6 +159,7 @@ bool Allocator::claim_small(std::uint64_t offset, std::uint32_t size_class) {
     Page *page = page_at(number);
     if (free_.contains(number)) {
         page = take_small_page(number, size_class);
+        if (page == nullptr) return false;
     } else if (!heads_.contains(number) || page->kind != PageKind::small_blocks ||
                page->size_class != size_class || (page->bitmap()[slot / 64] >> slot % 64 & 1)) {
         return false;
@@ -170,7 +177,7 @@ bool Allocator::claim_large(std::uint64_t offset, std::uint64_t size) {
     for (std::uint64_t i = 0; i < pages; ++i) {
         if (!free_.contains(first + i)) return false;
     }
-    take_run(PageKind::large_block, first, pages);
+    if (take_run(PageKind::large_block, first, pages) == nullptr) return false;
     state_->blocks += 1;
     state_->block_bytes += bytes;
     return true;

@@ -22,6 +22,9 @@
 
 namespace tarnbase::runtime {
 
+// Where the page sets begin in a store.
+inline constexpr std::uint64_t page_sets_offset = 4096;
+
 // The allocator's counts, in the store's header.
 struct ArenaState {
     std::uint64_t blocks;       // blocks allocated
@@ -31,15 +34,15 @@ struct ArenaState {
 
 class Allocator {
  public:
-    // Bytes at the start of a store of `capacity` bytes that are never allocated, if the
-    // page sets begin at byte `sets_offset`.
-    static std::uint64_t front_bytes(std::uint64_t sets_offset, std::uint64_t capacity);
+    // Bytes at the start of a store of `capacity` bytes that are never allocated: up to the end
+    // of the page sets.
+    static std::uint64_t front_bytes(std::uint64_t capacity);
 
     Allocator() = default;
     // The allocator of a mapped store.
-    Allocator(Region &region, ArenaState &state, std::uint64_t sets_offset);
+    Allocator(Region &region, ArenaState &state);
     // Marks all pages of a new store as free.
-    void format(std::uint64_t sets_offset);
+    void format();
 
     // A zeroed block of at least `size` bytes; null if there is no space.
     void *allocate(std::uint64_t size);
@@ -77,7 +80,7 @@ class Allocator {
     void *allocate_small(std::uint32_t size_class);
     void *allocate_large(std::uint64_t size);
     void release_small(Page *page, std::uint32_t slot);
-    void grow_to(std::uint64_t end);
+    bool grow_to(std::uint64_t end);
 
     Page *page_at(std::uint64_t number) const;
     std::uint64_t number_of(const Page *page) const;

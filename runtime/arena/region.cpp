@@ -3,7 +3,11 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cerrno>
+
+#include "runtime/arena/page.h"
+#include "runtime/base/file_io.h"
 
 namespace tarnbase::runtime {
 
@@ -12,45 +16,84 @@ namespace {
 constexpr int access = PROT_READ | PROT_WRITE;
 constexpr int zeros = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
 
-std::uint32_t error_number() { return static_cast<std::uint32_t>(errno); }
+// A front that isn't the whole grows by this.
+constexpr std::uint64_t growth = 16ULL << 20;
+
+// Maps zeros where nothing is mapped. Returns 0, EADDRINUSE or mmap(2)'s error.
+std::uint32_t map_free(void *place, std::uint64_t bytes, char *&result) {
+    const int flags = zeros | (place != nullptr ? MAP_FIXED_NOREPLACE : 0);
+    void *mapped = ::mmap(place, bytes, access, flags, -1, 0);
+    if (mapped == MAP_FAILED) return errno == EEXIST ? EADDRINUSE : error_number();
+    // A kernel without this flag treats the address as a hint.
+    if (place != nullptr && mapped != place) {
+        ::munmap(mapped, bytes);
+        return EADDRINUSE;
+    }
+    result = static_cast<char *>(mapped);
+    return 0;
+}
 
 }  // namespace
 
 Region::~Region() { unmap(); }
 
 void Region::unmap() {
-    if (base_ != nullptr) ::munmap(base_, capacity_);
+    if (base_ != nullptr) ::munmap(base_, mapped_);
     base_ = nullptr;
+    mapped_ = 0;
 }
 
 std::uint32_t Region::map(void *base, std::uint64_t capacity) {
-    unmap();
-    const int flags = zeros | (base != nullptr ? MAP_FIXED_NOREPLACE : 0);
-    void *mapped = ::mmap(base, capacity, access, flags, -1, 0);
-    if (mapped == MAP_FAILED) return errno == EEXIST ? EADDRINUSE : error_number();
-    // A kernel without this flag treats the address as a hint.
-    if (base != nullptr && mapped != base) {
-        ::munmap(mapped, capacity);
-        return EADDRINUSE;
-    }
-    base_ = static_cast<char *>(mapped);
-    capacity_ = capacity;
-    return 0;
+    return map_front(base, capacity, capacity);
 }
 
-std::uint32_t Region::load(int descriptor, std::uint64_t offset, std::uint64_t bytes) {
-    constexpr int over = MAP_FIXED | MAP_NORESERVE | MAP_PRIVATE;
-    void *mapped = ::mmap(base_, bytes, access, over, descriptor, static_cast<off_t>(offset));
-    if (mapped == MAP_FAILED) return error_number();
-    if (bytes == capacity_) return 0;
-    mapped = ::mmap(base_ + bytes, capacity_ - bytes, access, zeros | MAP_FIXED, -1, 0);
+std::uint32_t Region::map_front(void *base, std::uint64_t capacity, std::uint64_t front) {
+    unmap();
+    mapped_ = capacity;
+    std::uint32_t error = map_free(base, mapped_, base_);
+    if (error == ENOMEM && front < capacity) {
+        mapped_ = front;
+        error = map_free(base, mapped_, base_);
+    }
+    capacity_ = capacity;
+    return error;
+}
+
+bool Region::reach(std::uint64_t bytes) {
+    if (bytes <= mapped_) return true;
+    if (bytes > capacity_) return false;
+    const std::uint64_t needed = (bytes - mapped_ + page_size - 1) / page_size * page_size;
+    for (const std::uint64_t more : {std::min(needed + growth, capacity_ - mapped_), needed}) {
+        char *ignored = nullptr;
+        if (map_free(base_ + mapped_, more, ignored) == 0) {
+            mapped_ += more;
+            return true;
+        }
+    }
+    return false;
+}
+
+std::uint32_t Region::clear() {
+    void *mapped = ::mmap(base_, mapped_, access, zeros | MAP_FIXED, -1, 0);
     return mapped == MAP_FAILED ? error_number() : 0;
+}
+
+std::uint32_t Region::map_file(int descriptor, std::uint64_t offset, std::uint64_t at,
+                               std::uint64_t bytes) {
+    constexpr int over = MAP_FIXED | MAP_NORESERVE | MAP_PRIVATE;
+    void *mapped = ::mmap(base_ + at, bytes, access, over, descriptor, static_cast<off_t>(offset));
+    return mapped == MAP_FAILED ? error_number() : 0;
+}
+
+std::uint32_t Region::read_file(int descriptor, std::uint64_t offset, std::uint64_t at,
+                                std::uint64_t bytes) {
+    return read_fully(descriptor, {base_ + at, bytes}, offset);
 }
 
 bool Region::contains(const void *address, std::uint64_t length) const {
     const auto offset =
         reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(base_);
-    return offset < capacity_ && length <= capacity_ - offset;
+    return offset < mapped_ && length <= mapped_ - offset;
 }
 
 }  // namespace tarnbase::runtime

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A range of addresses of private memory. The whole capacity is mapped at once, so nothing ever
-// moves. The content of a file may be put over the front of it: its clean pages are shared with
-// other processes, and stores into them stay in this one.
+// A range of addresses of private memory, which never moves. The whole capacity is mapped at once,
+// unless the process may not map as much: then the front is, and grows. The content of a file may
+// be put over parts of it: clean pages are shared with other processes, and stores into them stay
+// in this one.
 #ifndef TARNBASE_RUNTIME_ARENA_REGION_H
 #define TARNBASE_RUNTIME_ARENA_REGION_H
 
@@ -21,12 +22,26 @@ class Region {
     // before.
     std::uint32_t map(void *base, std::uint64_t capacity);
 
-    // Replaces the content with `bytes` bytes of a file from `offset`, then zeros. Returns 0 or
-    // mmap(2)'s error.
-    std::uint32_t load(int descriptor, std::uint64_t offset, std::uint64_t bytes);
+    // The same, but if the process may not map all of it, only `front` bytes are mapped: a limit
+    // on its address space, or a kernel that doesn't overcommit.
+    std::uint32_t map_front(void *base, std::uint64_t capacity, std::uint64_t front);
+    // Maps the front up to `bytes` if it isn't mapped yet. False: it can't be mapped.
+    bool reach(std::uint64_t bytes);
+
+    // Makes all bytes zero. Returns 0 or mmap(2)'s error.
+    std::uint32_t clear();
+    // Put bytes of a file, from its `offset`, in place of those at `at`: map them, multiples of
+    // the system's page size, or read them. The front is mapped up to their end. Return 0 or an
+    // errno number; ENODATA the file is too short.
+    std::uint32_t map_file(int descriptor, std::uint64_t offset, std::uint64_t at,
+                           std::uint64_t bytes);
+    std::uint32_t read_file(int descriptor, std::uint64_t offset, std::uint64_t at,
+                            std::uint64_t bytes);
 
     char *base() const { return base_; }
     std::uint64_t capacity() const { return capacity_; }
+    bool is_complete() const { return mapped_ == capacity_; }
+    // Whether bytes are in the part that is mapped.
     bool contains(const void *address, std::uint64_t length) const;
 
  private:
@@ -34,6 +49,7 @@ class Region {
 
     char *base_ = nullptr;
     std::uint64_t capacity_ = 0;
+    std::uint64_t mapped_ = 0;  // from the base
 };
 
 }  // namespace tarnbase::runtime

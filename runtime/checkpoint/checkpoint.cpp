@@ -219,6 +219,37 @@ std::uint32_t Checkpoint::check_image() {
     return check_size();
 }
 
+bool ImageExtent::has_whole_pages() const {
+    return offset % image_page_bytes == 0 && bytes % image_page_bytes == 0;
+}
+
+// The file system knows the holes in the front.
+void Checkpoint::add_front_extents(std::vector<ImageExtent> &found) const {
+    const std::uint64_t end = head_.image_offset + front_of(head_);
+    for (std::uint64_t at = head_.image_offset; at < end;) {
+        const std::uint64_t data = seek(descriptor(), at, SEEK_DATA, end);
+        at = seek(descriptor(), data, SEEK_HOLE, end);
+        if (data < at) found.push_back({data - head_.image_offset, at - data});
+    }
+}
+
+std::uint32_t Checkpoint::extents(std::vector<ImageExtent> &found) {
+    Checksums checksums;
+    if (const std::uint32_t error = read_checksums(checksums)) return error;
+    found.clear();
+    add_front_extents(found);
+    const std::uint32_t zero = zero_page_checksum();
+    for (std::uint64_t page = front_of(head_) / image_page_bytes; page < checksums.size();) {
+        const std::uint64_t first = page;
+        while (page < checksums.size() && checksums[page] != zero) ++page;
+        if (first < page) {
+            found.push_back({first * image_page_bytes, (page - first) * image_page_bytes});
+        }
+        while (page < checksums.size() && checksums[page] == zero) ++page;
+    }
+    return 0;
+}
+
 std::uint32_t Checkpoint::check_pages(const Checksums &checksums, std::uint64_t page,
                                       std::uint64_t end, std::span<char> buffer) {
     while (page < end) {

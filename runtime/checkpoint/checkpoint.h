@@ -20,7 +20,8 @@
 //       96        zero up to 4096
 //     4096        a CRC32C for each page, 65536 bytes of the image: 4 bytes each
 //      ...        zero up to the image
-//      ...        the image, up to the end of the file. 4096 bytes of zeros are a hole
+//      ...        the image, up to the end of the file. A page of zeros is a hole, and in the
+//                 front, before the first page that can have blocks, 4096 bytes of zeros
 #ifndef TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 #define TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 
@@ -53,6 +54,13 @@ struct CheckpointHead {
 };
 static_assert(sizeof(CheckpointHead) == 96);
 
+// Bytes of an image that are no hole.
+struct ImageExtent {
+    std::uint64_t offset;  // in the image
+    std::uint64_t bytes;
+    bool has_whole_pages() const;
+};
+
 std::string checkpoint_name(std::uint64_t position);
 
 // Writes a checkpoint with the image at `image`, which nothing changes meanwhile. The caller
@@ -72,6 +80,10 @@ class Checkpoint {
     // Checks the checksums of the image. EBADMSG as above. Nothing is mapped: a file that is
     // cut meanwhile is an error and not a signal.
     std::uint32_t check_image();
+    // The parts of the image that aren't zero. Nothing else of it should be mapped: a file system
+    // in memory gives memory to a hole that is read there, and if it is full that is a SIGBUS.
+    // EBADMSG as above.
+    std::uint32_t extents(std::vector<ImageExtent> &found);
     // Identifies the file as it is now: a hash of the boot, and of the file's number, size and
     // time of change. A process that has checked the image records the identity that the file
     // had before, and others that find the same identity needn't check it again. Never 0.
@@ -99,6 +111,8 @@ class Checkpoint {
     std::uint32_t fail_read(std::uint32_t error);
     std::uint32_t fail_stray(std::uint64_t offset);
     std::uint32_t fail_page(std::uint64_t page);
+
+    void add_front_extents(std::vector<ImageExtent> &found) const;
 
     std::uint64_t image_end() const { return head_.image_offset + head_.image_bytes; }
 

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/checkpoint/checkpoint_format.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
 
+#include "runtime/arena/allocator.h"
 #include "runtime/log/crc32c.h"
 #include "runtime/log/frame.h"
 
@@ -21,6 +23,10 @@ std::string in_bytes(const char *member, std::uint64_t value) {
 std::uint64_t image_offset_for(std::uint64_t image_bytes) {
     const std::uint64_t table = image_bytes / image_page_bytes * sizeof(std::uint32_t);
     return table_offset + (table + hole_bytes - 1) / hole_bytes * hole_bytes;
+}
+
+std::uint64_t front_of(const CheckpointHead &head) {
+    return std::min(Allocator::front_bytes(head.capacity), head.image_bytes);
 }
 
 std::uint32_t head_checksum(const CheckpointHead &head) {

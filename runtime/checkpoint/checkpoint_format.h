@@ -19,8 +19,11 @@ inline constexpr std::uint32_t checkpoint_byte_order = 0x0102'0304;
 inline constexpr std::uint64_t table_offset = 4096;
 // Each has a checksum.
 inline constexpr std::uint64_t image_page_bytes = 65536;
-// The unit of holes in the file.
+// The unit of holes in the front of an image.
 inline constexpr std::uint64_t hole_bytes = 4096;
+
+// The bytes of the image in which a page may have holes.
+std::uint64_t front_of(const CheckpointHead &head);
 
 // The offset of an image of that many bytes: after the head and the table of checksums.
 std::uint64_t image_offset_for(std::uint64_t image_bytes);

@@ -62,9 +62,20 @@ std::uint32_t set_size(int file, std::uint64_t bytes) {
     return 0;
 }
 
-// Writes what isn't zero of a page, and computes its checksum.
+// Writes a page that isn't zero, and computes its checksum.
 std::uint32_t write_page(int file, std::span<const char> page, std::uint64_t offset,
                          std::uint32_t &checksum) {
+    bool is_empty = true;
+    for (std::uint64_t at = 0; is_empty && at < page.size(); at += hole_bytes) {
+        is_empty = is_zero(page.subspan(at, hole_bytes));
+    }
+    checksum = is_empty ? zero_page_checksum() : crc32c(page);
+    return is_empty ? 0 : write_fully(file, page, offset);
+}
+
+// The same, and leaves holes in it.
+std::uint32_t write_front_page(int file, std::span<const char> page, std::uint64_t offset,
+                               std::uint32_t &checksum) {
     bool is_empty = true;
     for (std::uint64_t at = 0; at < page.size();) {
         std::uint64_t end = at;
@@ -82,10 +93,12 @@ std::uint32_t write_page(int file, std::span<const char> page, std::uint64_t off
 
 std::uint32_t write_image(int file, const CheckpointHead &head, std::span<const char> image,
                           std::span<std::uint32_t> checksums) {
+    const std::uint64_t front = front_of(head);
     for (std::uint64_t i = 0; i < checksums.size(); ++i) {
         const std::uint64_t at = i * image_page_bytes;
-        const std::uint32_t error = write_page(file, image.subspan(at, image_page_bytes),
-                                               head.image_offset + at, checksums[i]);
+        const auto write = at < front ? write_front_page : write_page;
+        const std::uint32_t error =
+            write(file, image.subspan(at, image_page_bytes), head.image_offset + at, checksums[i]);
         if (error != 0) return error;
     }
     return 0;

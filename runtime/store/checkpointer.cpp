@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -13,6 +14,10 @@
 namespace tarnbase::runtime {
 
 namespace {
+
+// Where a process may not map the whole capacity twice, the second image has space for a store
+// that has grown meanwhile.
+constexpr std::uint64_t spare_bytes = 64ULL << 20;
 
 // Signals are for the program's own threads.
 class SignalsBlocked {
@@ -38,13 +43,13 @@ Checkpointer::~Checkpointer() {
 
 void Checkpointer::forget_thread() { static_cast<void>(thread_.release()); }
 
-std::uint32_t Checkpointer::make() {
+std::uint32_t Checkpointer::make(std::uint64_t size) {
     if (running_.exchange(true)) {
         return fail(EBUSY, "%s: a checkpoint is being made", store_.path.c_str());
     }
     std::uint32_t error = 0;
     if (lock_.try_lock_checkpoints()) {
-        error = make_locked();
+        error = make_locked(size);
         lock_.unlock_checkpoints();
     } else {
         error = fail(EBUSY, "%s: another process is making a checkpoint", store_.path.c_str());
@@ -53,10 +58,11 @@ std::uint32_t Checkpointer::make() {
     return error;
 }
 
-std::uint32_t Checkpointer::make_locked() {
+std::uint32_t Checkpointer::make_locked(std::uint64_t size) {
     ControlPage &control = store_.control.page();
     Image image;
-    if (const std::uint32_t error = image.region.map(nullptr, control.capacity)) {
+    const std::uint64_t front = std::min(size + spare_bytes, control.capacity);
+    if (const auto error = image.region.map_front(nullptr, control.capacity, front)) {
         return fail(error, "%s: cannot map a second image: %s", store_.path.c_str(),
                     std::strerror(static_cast<int>(error)));
     }
@@ -82,15 +88,15 @@ std::uint32_t Checkpointer::make_locked() {
     return 0;
 }
 
-void Checkpointer::start() {
+void Checkpointer::start(std::uint64_t size) {
     if (running_.load()) return;
     if (thread_ != nullptr) thread_->join();
     thread_.reset();
     const SignalsBlocked blocked;
     try {
-        thread_ = std::make_unique<std::thread>([this] {
+        thread_ = std::make_unique<std::thread>([this, size] {
             try {
-                make();
+                make(size);
             } catch (const std::bad_alloc &) {
                 running_ = false;
             }

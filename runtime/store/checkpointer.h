@@ -22,16 +22,16 @@ class Checkpointer {
     // Waits for the thread.
     ~Checkpointer();
 
-    // Makes a checkpoint of what is published. Returns 0; EBUSY another thread or process is
-    // making one; or an error of its files.
-    std::uint32_t make();
+    // Makes a checkpoint of what is published. `size` is the store's, as far as it is known.
+    // Returns 0; EBUSY another thread or process is making one; or an error of its files.
+    std::uint32_t make(std::uint64_t size);
     // The same in the background. A failure leaves the log as long as it is.
-    void start();
+    void start(std::uint64_t size);
     // In a child process the thread doesn't exist.
     void forget_thread();
 
  private:
-    std::uint32_t make_locked();
+    std::uint32_t make_locked(std::uint64_t size);
 
     StoreFolder &store_;
     WriterLock &lock_;

@@ -168,7 +168,7 @@ std::uint32_t open_files(const char *path, kel_store &store) {
     if (const std::uint32_t error = store.sharing->open(path, std::move(folder))) return error;
     const ControlPage &control = store.sharing->folder().control.page();
     void *base = reinterpret_cast<void *>(control.base);
-    if (const std::uint32_t error = store.region.map(base, control.capacity)) {
+    if (const std::uint32_t error = store.region.map_front(base, control.capacity, page_size)) {
         return fail_map(path, error, base, control.capacity);
     }
     return store.sharing->load();

@@ -52,8 +52,9 @@ std::uint32_t Follower::load_checkpoint() {
     }
     error = image_.load(checkpoint);
     if (error != 0) {
-        return fail(error, "%s: cannot map the checkpoint: %s", store_.path.c_str(),
-                    std::strerror(static_cast<int>(error)));
+        return fail(
+            error, "%s: cannot load the checkpoint: %s", store_.path.c_str(),
+            error == EBADMSG ? checkpoint.what().c_str() : std::strerror(static_cast<int>(error)));
     }
     position_ = head.position;
     segment_ = head.segment;
@@ -90,6 +91,10 @@ std::uint32_t Follower::apply_next(std::uint64_t published) {
     std::span<const char> frame;
     const std::uint32_t error = log_.next(published, frame);
     if (error != 0) return fail_log(error);
+    if (!image_.make_room(frame)) {
+        log_is_open_ = false;
+        return fail(ENOMEM, "%s: the process can't map more of the store", store_.path.c_str());
+    }
     if (const char *wrong = image_.apply(frame)) {
         // What was applied of the frame is dropped with the image.
         end_ = position_;

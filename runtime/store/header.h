@@ -32,8 +32,6 @@
 
 namespace tarnbase::runtime {
 
-inline constexpr std::uint64_t page_sets_offset = 4096;
-
 struct StoreHeader {
     void *base;
     std::uint64_t capacity;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/image.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <vector>
 
 #include "runtime/log/frame.h"
 
@@ -11,6 +14,9 @@ namespace {
 
 // Pages of a new store before it grows.
 constexpr std::uint64_t first_pages = 16;
+
+// Extents of a checkpoint that are shorter than this are read and not mapped.
+constexpr std::uint64_t least_mapped_bytes = 256 << 10;
 
 // References that this process has to the record stay.
 void apply_references(char *place, const char *bytes) {
@@ -24,28 +30,59 @@ void apply_references(char *place, const char *bytes) {
 
 void Image::attach() {
     header = reinterpret_cast<StoreHeader *>(region.base());
-    allocator = Allocator(region, header->arena, page_sets_offset);
+    allocator = Allocator(region, header->arena);
 }
 
 void Image::format(void *base) {
     attach();
     header->base = base;
     header->capacity = region.capacity();
-    header->arena.size =
-        Allocator::front_bytes(page_sets_offset, region.capacity()) + first_pages * page_size;
+    header->arena.size = Allocator::front_bytes(region.capacity()) + first_pages * page_size;
     // The list's end is its anchor, at the address that the store has.
     header->tables.last =
         reinterpret_cast<kel_table **>(static_cast<char *>(base) + offsetof(StoreHeader, tables) +
                                        offsetof(kel_table_list, first));
-    allocator.format(page_sets_offset);
+    allocator.format();
 }
 
-std::uint32_t Image::load(const Checkpoint &checkpoint) {
+std::uint32_t Image::load(Checkpoint &checkpoint) {
     const CheckpointHead &head = checkpoint.head();
-    const std::uint32_t error =
-        region.load(checkpoint.descriptor(), head.image_offset, head.image_bytes);
+    std::vector<ImageExtent> extents;
+    std::uint32_t error = checkpoint.extents(extents);
+    if (error == 0 && !region.reach(head.image_bytes)) error = ENOMEM;
+    if (error == 0) error = region.clear();
+    // A process has a limited number of mappings, so short extents are read.
+    const std::uint64_t least_mapped = std::max(least_mapped_bytes, head.image_bytes / 4096);
+    for (const ImageExtent &extent : extents) {
+        if (error != 0) return error;
+        const bool is_mapped = extent.bytes >= least_mapped && extent.has_whole_pages();
+        const auto place = is_mapped ? &Region::map_file : &Region::read_file;
+        error = (region.*place)(checkpoint.descriptor(), head.image_offset + extent.offset,
+                                extent.offset, extent.bytes);
+    }
     if (error == 0) attach();
     return error;
+}
+
+std::uint64_t Image::end_after(std::span<const char> frame) const {
+    constexpr std::uint64_t size_offset = offsetof(StoreHeader, arena) + offsetof(ArenaState, size);
+    std::uint64_t end = 0;
+    OperationReader operations(frame);
+    Operation operation;
+    while (operations.next(operation)) {
+        const std::uint64_t bytes = std::max(operation.block_size, operation.bytes.size());
+        end = std::max(end, operation.offset + bytes);
+        if (operation.offset == size_offset && operation.bytes.size() >= sizeof end) {
+            std::uint64_t size = 0;
+            std::memcpy(&size, operation.bytes.data(), sizeof size);
+            end = std::max(end, size);
+        }
+    }
+    return std::min((end + page_size - 1) / page_size * page_size, region.capacity());
+}
+
+bool Image::make_room(std::span<const char> frame) {
+    return region.is_complete() || region.reach(end_after(frame));
 }
 
 bool Image::contains(const void *address, std::uint64_t length) const {

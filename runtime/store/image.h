@@ -19,8 +19,12 @@ class Image {
     // Makes an empty store in the region, which was just mapped, for the address `base`.
     void format(void *base);
     // Loads a checkpoint whose image was checked, into the region, which has its capacity.
-    std::uint32_t load(const Checkpoint &checkpoint);
+    // Returns 0 or an errno number: ENOMEM the process can't map as much; EBADMSG the checkpoint
+    // is damaged, and says how.
+    std::uint32_t load(Checkpoint &checkpoint);
 
+    // Maps what a frame needs. False: the process can't map as much.
+    bool make_room(std::span<const char> frame);
     // Applies a frame that was checked. Returns null, or what is wrong with an operation: then
     // those before it were applied.
     const char *apply(std::span<const char> frame);
@@ -38,6 +42,7 @@ class Image {
 
  private:
     void attach();
+    std::uint64_t end_after(std::span<const char> frame) const;
     bool may_write(std::uint64_t offset, std::uint64_t length) const;
     const char *apply(const struct Operation &operation);
 };

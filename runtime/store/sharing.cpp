@@ -163,12 +163,13 @@ std::uint32_t Sharing::publish() {
 
 void Sharing::checkpoint_if_due() {
     const std::uint64_t log = follower_.position() - folder_.control.page().checkpoint.load();
-    if (log > std::max(least_log, image_.header->arena.block_bytes / 4)) checkpointer_.start();
+    if (log > std::max(least_log, image_.header->arena.block_bytes / 4))
+        checkpointer_.start(image_.header->arena.size);
 }
 
 std::uint32_t Sharing::make_checkpoint() {
     if (const std::uint32_t error = check_may_write()) return error;
-    return checkpointer_.make();
+    return checkpointer_.make(image_.header->arena.size);
 }
 
 bool Sharing::wait(std::int64_t milliseconds) const {

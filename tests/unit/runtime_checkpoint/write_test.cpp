@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is written is what is read, and zeros take no space.
+#include "runtime/arena/allocator.h"
 #include "tests/unit/runtime_checkpoint/support.h"
 
 namespace tarnbase::runtime {
@@ -64,13 +65,45 @@ TEST_F(Write, zeros_are_holes) {
     EXPECT_LE(disk_bytes(1), 3 * 4096U);
 }
 
-TEST_F(Write, a_byte_takes_one_block) {
+// With this capacity, 64 pages and more.
+constexpr std::uint64_t large_capacity = 64ULL << 30;
+
+TEST_F(Write, a_byte_takes_one_block_in_the_front_and_one_page_after_it) {
+    CheckpointHead head = test_head(1);
+    head.capacity = large_capacity;
+    const std::uint64_t front = Allocator::front_bytes(head.capacity);
     Image image(1024 * image_page_bytes);
-    for (std::uint64_t page = 0; page < 1024; page += 64) image[page * image_page_bytes] = 1;
+    for (std::uint64_t at = 0; at < front; at += 16 * image_page_bytes) image[at] = 1;
     image.back() = 1;
-    write(1, image);
+    ASSERT_EQ(write_checkpoint(folder(), head, image), 0U);
     EXPECT_EQ(check(1), 0U) << what;
-    EXPECT_LE(disk_bytes(1), (3 + 17) * 4096U);
+    const std::uint64_t bytes_set = front / (16 * image_page_bytes) + 1;
+    EXPECT_LE(disk_bytes(1), (3 + bytes_set) * 4096U + image_page_bytes);
+}
+
+TEST_F(Write, the_extents_are_all_that_is_not_zero) {
+    CheckpointHead head = test_head(1);
+    head.capacity = large_capacity;
+    const Image image = sparse_image(300, 40, 7);
+    ASSERT_EQ(write_checkpoint(folder(), head, image), 0U);
+    Checkpoint checkpoint;
+    ASSERT_EQ(checkpoint.open(folder(), test_id, 1), 0U) << checkpoint.what();
+    std::vector<ImageExtent> extents;
+    ASSERT_EQ(checkpoint.extents(extents), 0U) << checkpoint.what();
+    Image found(image.size());
+    std::uint64_t bytes = 0, last = 0;
+    for (const ImageExtent &extent : extents) {
+        ASSERT_GE(extent.offset, last);
+        last = extent.offset + extent.bytes;
+        ASSERT_LE(last, image.size());
+        bytes += extent.bytes;
+        ASSERT_EQ(read_fully(checkpoint.descriptor(),
+                             std::span(found).subspan(extent.offset, extent.bytes),
+                             checkpoint.head().image_offset + extent.offset),
+                  0U);
+    }
+    EXPECT_EQ(found, image);
+    EXPECT_LT(bytes, image.size() / 2);
 }
 
 // The table of checksums of 1024 pages fills 4096 bytes exactly.

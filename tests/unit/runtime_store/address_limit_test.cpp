@@ -5,7 +5,9 @@
 
 #include <cerrno>
 #include <fstream>
+#include <string>
 
+#include "tests/unit/runtime_store/peer.h"
 #include "tests/unit/runtime_store/store_file.h"
 
 namespace tarn::test {
@@ -31,6 +33,13 @@ class AddressLimit : public StoreFileTest {
     void leave_room_for(std::uint64_t more) {
         const rlimit limit{mapped_bytes() + more, before_.rlim_max};
         ASSERT_EQ(::setrlimit(RLIMIT_AS, &limit), 0);
+    }
+    // Creates a store with a capacity of 64 GiB.
+    void create_large() {
+        ASSERT_EQ(kel_store_create(path.c_str(), nullptr, &store), 0U) << kel_error_text();
+        ASSERT_EQ(capacity(), 64 * gigabyte);
+        kel_store_close(store);
+        store = nullptr;
     }
     std::uint64_t capacity() const {
         kel_store_description description;
@@ -72,6 +81,72 @@ TEST_F(AddressLimit, leaves_a_capacity_that_was_asked_for_as_it_is) {
     const kel_store_options options{16 * gigabyte, nullptr};
     EXPECT_EQ(kel_store_create_private(&options, &store), static_cast<std::uint32_t>(ENOMEM));
     EXPECT_EQ(kel_store_create(path.c_str(), &options, &store), static_cast<std::uint32_t>(ENOMEM));
+}
+
+bool add_block(const OpenStore &in, const std::string &name, std::uint64_t bytes) {
+    bool made = false;
+    const std::uint32_t error = in.change([&](std::uint32_t) {
+        std::uint64_t *block = in.make(name.c_str(), bytes);
+        made = block != nullptr;
+        if (made) block[0] = bytes;
+    });
+    EXPECT_EQ(error, 0U) << kel_error_text();
+    return made;
+}
+
+TEST_F(AddressLimit, does_not_keep_a_process_from_opening_a_larger_store) {
+    create_large();
+    leave_room_for(gigabyte / 4);
+    const OpenStore opened(path.c_str());
+    ASSERT_EQ(opened.error, 0U) << kel_error_text();
+    EXPECT_EQ(opened.describe().capacity, 64 * gigabyte);
+    ASSERT_TRUE(add_block(opened, "first", 64 << 20));
+    EXPECT_EQ(kel_store_checkpoint(opened.store), 0U) << kel_error_text();
+    std::uint64_t *first = opened.find("first");
+    ASSERT_EQ(opened.change([&](std::uint32_t tx) { opened.set(tx, first, 5); }), 0U);
+    EXPECT_EQ(*opened.find("first"), 5U);
+}
+
+TEST_F(AddressLimit, ends_the_growth_of_a_larger_store_and_leaves_it_usable) {
+    create_large();
+    leave_room_for(gigabyte / 4);
+    {
+        const OpenStore opened(path.c_str());
+        ASSERT_EQ(opened.error, 0U) << kel_error_text();
+        ASSERT_TRUE(add_block(opened, "first", 16 << 20));
+        EXPECT_FALSE(add_block(opened, "large", gigabyte / 2));
+        ASSERT_TRUE(add_block(opened, "second", 16 << 20));
+    }
+    const OpenStore again(path.c_str());
+    ASSERT_EQ(again.error, 0U) << kel_error_text();
+    EXPECT_EQ(*again.find("first"), 16U << 20);
+    EXPECT_EQ(*again.find("second"), 16U << 20);
+    EXPECT_EQ(again.find("large"), nullptr);
+}
+
+int grow_by_a_gigabyte(Peer &test, const char *path) {
+    TARN_PEER_EXPECT(test.await());
+    const OpenStore store(path);
+    TARN_PEER_EXPECT(store.error == 0);
+    TARN_PEER_EXPECT(add_block(store, "large", gigabyte));
+    TARN_PEER_EXPECT(test.tell());
+    return 0;
+}
+
+TEST_F(AddressLimit, is_reported_by_a_refresh_that_would_need_more) {
+    create_large();
+    Peer peer(grow_by_a_gigabyte, path.c_str());
+    leave_room_for(gigabyte / 2);
+    const OpenStore opened(path.c_str());
+    ASSERT_EQ(opened.error, 0U) << kel_error_text();
+    ASSERT_TRUE(add_block(opened, "small", 8));
+    ASSERT_TRUE(peer.tell() && peer.await());
+    EXPECT_EQ(kel_store_refresh(opened.store), std::uint32_t{ENOMEM});
+    EXPECT_NE(std::string(kel_error_text()).find("can't map more"), std::string::npos);
+    ASSERT_NE(opened.find("small"), nullptr) << "it can be read as it was before";
+    std::uint32_t tx = 0;
+    EXPECT_EQ(kel_transaction_begin(opened.handle, &tx), std::uint32_t{ENOMEM});
+    EXPECT_EQ(peer.join(), 0);
 }
 
 }  // namespace
