@@ -17,6 +17,10 @@ using tarn::descriptors;
 // How long a command waits for another writer.
 constexpr std::chrono::milliseconds patience{1000};
 
+// Where a process may not map the usual capacity.
+constexpr uint64_t most_limited_scratch = 512ULL << 20;
+constexpr uint64_t least_scratch = 8ULL << 20;
+
 template <class Value>
 Value checked(tarn::result<Value> result) {
     if (!result) throw Failure(Exit::store, result.error().what());
@@ -74,7 +78,11 @@ void Store::refresh() const {
 }
 
 Store Store::scratch() {
-    return Store(checked(tarn::store::try_create_private()), "", descriptors::of_library);
+    auto store = tarn::store::try_create_private();
+    for (uint64_t capacity = most_limited_scratch;
+         !store && store.error().number() == ENOMEM && capacity >= least_scratch; capacity /= 2)
+        store = tarn::store::try_create_private({capacity, nullptr});
+    return Store(checked(std::move(store)), "", descriptors::of_library);
 }
 
 tarn::transaction Store::begin() const { return checked(tarn::transaction::try_begin(session_)); }
