@@ -118,7 +118,7 @@ TARNBASE_API kel_table *kel_store_first_table(const kel_store *store);
  * objects and texts that others have deleted become invalid. Does nothing for a private store,
  * and while this process is the writer. If nothing was committed, it costs one load.
  * Errors: EBADMSG the log is damaged: the copy stays as it was after the last good commit;
- * EMFILE, ENFILE, ENOMEM and EIO.
+ * EPERM the store was opened by the parent process; EMFILE, ENFILE, ENOMEM and EIO.
  */
 TARNBASE_API uint32_t kel_store_refresh(kel_store *store);
 /*

@@ -77,14 +77,15 @@ std::uint32_t Sharing::load() {
 }
 
 std::uint32_t Sharing::check_may_write() const {
-    const char *path = folder_.path.c_str();
     if (!folder_.control.is_writable()) {
-        return fail(EACCES, "%s: the store is open to read only", path);
+        return fail(EACCES, "%s: the store is open to read only", folder_.path.c_str());
     }
-    if (lock_.is_inherited()) {
-        return fail(EPERM, "%s: the store was opened by the parent process", path);
-    }
-    return 0;
+    return check_not_inherited();
+}
+
+std::uint32_t Sharing::check_not_inherited() const {
+    if (!lock_.is_inherited()) return 0;
+    return fail(EPERM, "%s: the store was opened by the parent process", folder_.path.c_str());
 }
 
 std::uint32_t Sharing::become_writer() {
@@ -131,6 +132,7 @@ std::uint32_t Sharing::give_up_writing() {
 
 std::uint32_t Sharing::refresh() {
     if (is_writer()) return 0;
+    if (const std::uint32_t error = check_not_inherited()) return error;
     if (!refused_.is_empty()) refused_.roll_back([](void *) {});
     return follower_.is_current() ? 0 : follower_.catch_up();
 }

@@ -61,6 +61,7 @@ class Sharing {
     std::uint32_t register_process();
     std::uint32_t fail_locked();
     std::uint32_t check_may_write() const;
+    std::uint32_t check_not_inherited() const;
     std::uint32_t append_frame();
     void checkpoint_if_due();
 
