@@ -9,6 +9,7 @@
 
 #include "cli/start.h"
 #include "difference.h"
+#include "follow.h"
 #include "tables.h"
 #include "xml_file.h"
 
@@ -26,6 +27,7 @@ What another process writes to the first store in between is reported as a diffe
 struct Arguments {
     std::string store;
     bool xml = false;
+    bool follow = false;
     std::string output;
     std::string verify;
     std::string copy_to;
@@ -48,17 +50,24 @@ void describe(cli::Command &program, Arguments &arguments) {
                         {kStore, "a store failed"}};
     program.option("-s,--store", "FILE", cli::into(arguments.store), "Store file").required();
     program.flag("--xml", arguments.xml, "Write XML; text otherwise");
+    program
+        .flag("-f,--follow", arguments.follow,
+              "Print a line for each server, now and whenever another process has committed, "
+              "until SIGINT or SIGTERM")
+        .excludes("xml");
     program.option("-o,--output", "FILE", cli::into(arguments.output),
                    "File to write; standard output otherwise");
     program
         .option("--verify", "FILE", cli::into(arguments.verify),
                 "XML file to read back and to compare")
         .excludes("xml")
+        .excludes("follow")
         .excludes("output");
     program
         .option("--copy-to", "FILE", cli::into(arguments.copy_to),
                 "Store file to make for the second store; kept in memory otherwise")
         .excludes("xml")
+        .excludes("follow")
         .excludes("output");
 }
 
@@ -96,7 +105,11 @@ ExitCode round_trip(const tarn::session &first, const Arguments &arguments) {
 }
 
 ExitCode run(const Arguments &arguments) {
-    const tarn::store store = tarn::store::open(arguments.store);
+    tarn::store store = tarn::store::open(arguments.store);
+    if (arguments.follow) {
+        ldap_show::follow(store, std::cout);
+        return kDone;
+    }
     const tarn::session session(store);
     if (!arguments.verify.empty() || !arguments.copy_to.empty())
         return round_trip(session, arguments);

@@ -108,7 +108,8 @@ void Job::store_batch() {
 void Job::store_as(const std::string &name) {
     if (!keeper_) {
         keeper_.emplace(options_.store);
-        if (const auto stored = keeper_->read(name)) tally_.adopt(*stored);
+        const auto stored = options_.recount ? std::nullopt : keeper_->read(name);
+        if (stored) tally_.adopt(*stored);
     }
     Server server = tally_.server();
     if (options_.timeout) server.req_timeout = *options_.timeout;

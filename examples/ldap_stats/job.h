@@ -29,6 +29,7 @@ struct JobOptions {
     std::string log;                    // the log's name in messages
     std::optional<std::string> server;  // the key of the records; by default from the log
     std::optional<uint32_t> timeout;    // req_timeout; unchanged if not given
+    bool recount = false;               // replace what is stored, instead of continuing it
     bool verbose = false;               // print each batch
 };
 

@@ -36,7 +36,8 @@ Counters wrap at 2^32; connections and delays stay at 2^32 - 1.
 
 The name of the server is --server, or else the listener of the first connection in the log, such
 as ldap://127.0.0.1:389, or else "slapd". Counting continues from the stored values of that name, so
-a log must not be given twice.)";
+a log must not be given twice, unless --recount replaces them: so a program that was killed can be
+started again on the same log.)";
 
 struct Arguments {
     ldap_stats::JobOptions job;
@@ -67,6 +68,8 @@ void describe(cli::Command &program, Arguments &arguments) {
     program.option("--timeout", "SECONDS",
                    cli::number_into(arguments.job.timeout, 0, std::numeric_limits<uint32_t>::max()),
                    "Request timeout to record; 0 at first, stays if not given");
+    program.flag("--recount", arguments.job.recount,
+                 "Replace the stored values by those of this log");
     program.flag("-f,--follow", arguments.input.follow,
                  "Continue as the log grows, until SIGINT or SIGTERM");
     program.flag("--from-end", arguments.input.from_end, "Follow from the log's end of now")
