@@ -94,7 +94,7 @@ TEST_F(Follow, ARotatedLogIsReadOnInTheNewFile) {
     ASSERT_TRUE(stats.wait_for(stored(93)));
     stats.send(SIGTERM);
     Json rotated = json_of(stats.finish().out);
-    std::filesystem::remove(store);
+    std::filesystem::remove_all(store);
     EXPECT_EQ(rotated, json_of(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out));
 }
 
@@ -124,7 +124,7 @@ TEST_F(Follow, TheNextRunContinuesWhereTheLastOneEnded) {
     // The last 86 of the 93 lines, in a log of their own.
     write_file(log, recorded(8, 94));
     const Json parts = json_of(run(command({"--exit-idle", "0.01"})).out);
-    std::filesystem::remove(store);
+    std::filesystem::remove_all(store);
     const Json whole = json_of(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out);
     EXPECT_EQ(parts["lines"], 86);
     EXPECT_EQ(parts["tbl_ldap_conn"], whole["tbl_ldap_conn"]);

@@ -59,7 +59,7 @@ class WithoutMemory : public testing::Test {
         unsigned n = 1;
         for (;; ++n) {
             SCOPED_TRACE(command[0] + ", allocation " + std::to_string(n));
-            std::filesystem::remove(store);
+            std::filesystem::remove_all(store);
             const Outcome outcome = run_failing(command, n);
             if (!has_failed()) break;
             EXPECT_EQ(outcome.exit_code, 1) << outcome.err;
@@ -105,7 +105,7 @@ TEST_F(WithoutMemory, TheProgramsOfTheDocumentsReportItAndCommitNoHalfRecord) {
     std::istringstream names(DOCUMENTED);
     unsigned programs = 0;
     for (std::string name; names >> name; ++programs) {
-        std::filesystem::remove("first.store");
+        std::filesystem::remove_all("first.store");
         try_with_store({program(name)}, "first.store");
         EXPECT_TRUE(std::regex_match(left_in("first.store").servers,
                                      std::regex("ldap[0-9]\\.example\\.net 7\n")))
@@ -118,7 +118,7 @@ TEST_F(WithoutMemory, TheProgramsOfTheDocumentsReportItAndCommitNoHalfRecord) {
 TEST_F(WithoutMemory, TheExamplesWithAStoreFileReportItAndCommitNoHalfRecord) {
     const std::string store = directory_ / "servers.store";
     for (const char *name : {"failing_walk_table", "failing_walk_table_cpp"}) {
-        std::filesystem::remove(store);
+        std::filesystem::remove_all(store);
         try_with_store({program(name), "fill", store}, store);
     }
 }

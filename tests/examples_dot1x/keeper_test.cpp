@@ -245,8 +245,11 @@ TEST_F(KeeperTest, EachSessionHasThePortOfTheNextOne) {
 TEST_F(KeeperTest, ASessionOfAnotherSearchTypeIsKept) {
     Keeper keeper(path);
     keeper.write({{sample_port(1)}, {}});
+    kel_store *store = kel_handle_store(keeper.session().c_handle());
+    ASSERT_EQ(kel_store_lock(store), 0u);
     auto table = SessionTable::open(keeper.session(), kTableName);
     table.insert(table.make({1, "", 9}));
+    ASSERT_EQ(kel_store_unlock(store), 0u);
     keeper.write({{empty_port(1)}, {}});
     EXPECT_EQ(counts(keeper).sessions, 1u);
     EXPECT_TRUE(keeper.read_port({"", 1}).sessions.empty());

@@ -90,7 +90,7 @@ TEST_F(RecordedPorts, WhatIsMissingIsNamed) {
     EXPECT_EQ(message_of([this] { Recordings(path(), {}).poll(); }),
               path() + ": no recording of hostapd, expected files such as hostapd-p1-all_sta.txt");
     record("p1");
-    std::filesystem::remove(file("p1", "mib"));
+    std::filesystem::remove_all(file("p1", "mib"));
     EXPECT_EQ(message_of([this] { Recordings(path(), {}).poll(); }),
               file("p1", "mib") + ": No such file or directory");
     EXPECT_EQ(message_of([this] { Recordings(directory / "nowhere", {}).poll(); }),

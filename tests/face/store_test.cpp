@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 
 #include "fixture.h"
 #include "tarnbase/tarn/tables/test_grown.hpp"
@@ -32,16 +34,52 @@ TEST(Store, AFileCanBeOpenedByTheNextProcess) {
     EXPECT_EQ(table.find("ldap1")->num_conns(), 7U);
 }
 
+// Counts the servers in a store, in a process of its own, each time it is asked.
+class Counter {
+ public:
+    // The process must not inherit an open store.
+    explicit Counter(const std::string &path) {
+        if (pipe(requests_) != 0 || pipe(counts_) != 0) throw std::runtime_error("no pipe");
+        process_ = fork();
+        if (process_ != 0) return;
+        for (char request; read(requests_[0], &request, 1) == 1 && request == '?';) {
+            const tarn::session session(tarn::store::open(path));
+            const auto size = tarn::table<tarn::ldap_conn>::open(session, "ldap").size();
+            const char count = static_cast<char>(size);
+            if (write(counts_[1], &count, 1) != 1) break;
+        }
+        _exit(0);
+    }
+    Counter(const Counter &) = delete;
+    Counter &operator=(const Counter &) = delete;
+    ~Counter() {
+        EXPECT_EQ(write(requests_[1], ".", 1), 1);
+        waitpid(process_, nullptr, 0);
+        for (const int end : {requests_[0], requests_[1], counts_[0], counts_[1]}) close(end);
+    }
+
+    int count() const {
+        char count = -1;
+        if (write(requests_[1], "?", 1) != 1 || read(counts_[0], &count, 1) != 1) return -1;
+        return count;
+    }
+
+ private:
+    int requests_[2];
+    int counts_[2];
+    pid_t process_;
+};
+
 TEST(Store, AProcessSeesOnlyWhatIsCommitted) {
     const File file;
-    tarn::store store = tarn::store::create(file.path);
+    const Counter counter(file.path);
+    const tarn::store store = tarn::store::create(file.path);
     tarn::session session(store);
-    {
-        tarn::transaction transaction(session);
-        add(servers(session), "ldap1", 7);
-    }
-    const tarn::store copy = tarn::store::open_copy(file.path);
-    EXPECT_EQ(tarn::table<tarn::ldap_conn>::open(tarn::session(copy), "ldap").size(), 0U);
+    tarn::transaction transaction(session);
+    add(servers(session), "ldap1", 7);
+    EXPECT_EQ(counter.count(), 0);
+    transaction.commit();
+    EXPECT_EQ(counter.count(), 1);
 }
 
 TEST(Store, ChangesOfACopyDoNotReachTheStore) {

@@ -119,7 +119,8 @@ TEST_P(InShell, AnInstanceIsCompletedAfterItsTable) {
 }
 
 TEST_P(InShell, AFileIsCompletedWhereOneIsExpected) {
-    EXPECT_EQ(completed("tarnctl store info net"), "tarnctl store info net.store ");
+    // A store is a folder; fish adds a space.
+    EXPECT_TRUE(completed("tarnctl store info net").starts_with("tarnctl store info net.store/"));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, InShell, testing::Values("bash", "zsh", "fish"),

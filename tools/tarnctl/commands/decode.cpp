@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -93,6 +94,14 @@ std::optional<Format> export_form(std::string_view bytes) {
     return has_root ? format : std::nullopt;
 }
 
+void refuse_store(const std::string &path) {
+    std::error_code ignored;
+    if (!std::filesystem::exists(std::filesystem::path(path) / "control", ignored)) return;
+    throw Failure(Exit::data, fmt::format("{}: this is a tarnbase store, not a frame; use tarnctl "
+                                          "show --store {}",
+                                          path, path));
+}
+
 // Refuses input that isn't wire bytes and would be shown as malformed.
 void check_input(const Options &options, std::string_view bytes) {
     const std::string name = options.file == "-" ? "standard input" : options.file;
@@ -100,9 +109,6 @@ void check_input(const Options &options, std::string_view bytes) {
         throw Failure(Exit::data, fmt::format("{}: {}", name, what));
     };
     if (bytes.empty()) refuse("empty; expected wire bytes");
-    if (bytes.starts_with("TARNBASE"))
-        refuse(fmt::format("this is a tarnbase store, not a frame; use tarnctl show --store {}",
-                           options.file == "-" ? "FILE" : options.file));
     if (const std::optional<Format> format = export_form(bytes))
         refuse(fmt::format("this is {} export, not a frame; tarnctl import and diff read it",
                            *format == Format::json ? "a JSON" : "an XML"));
@@ -174,6 +180,7 @@ void print_json(const std::vector<Piece> &pieces, Bytes bytes) {
 
 void run(const Options &options, Exit &status) {
     Form form = form_of(options);
+    refuse_store(options.file);
     const std::string text = Input(options.file).take(SIZE_MAX);
     const bool hex = options.hex || (!options.binary && looks_like_hex(text));
     const std::vector<uint8_t> bytes =
