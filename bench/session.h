@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// A private store with a handle, and a table of LDAP servers to work on.
+// A store with a handle, and a table of LDAP servers to work on.
 #ifndef TARNBASE_BENCH_SESSION_H
 #define TARNBASE_BENCH_SESSION_H
 
@@ -17,8 +17,10 @@ struct Session {
     kel_store *store = nullptr;
     kel_handle *handle = nullptr;
 
-    Session() {
-        if (kel_store_create_private(nullptr, &store) != 0 ||
+    // Without a path the store is private.
+    explicit Session(const char *path = nullptr) {
+        if ((path == nullptr ? kel_store_create_private(nullptr, &store)
+                             : kel_store_create(path, nullptr, &store)) != 0 ||
             kel_handle_create(store, 0, &handle) != 0) {
             std::fprintf(stderr, "%s\n", kel_error_text());
             std::exit(1);
