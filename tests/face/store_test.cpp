@@ -41,9 +41,12 @@ class Counter {
     explicit Counter(const std::string &path) {
         if (pipe(requests_) != 0 || pipe(counts_) != 0) throw std::runtime_error("no pipe");
         process_ = fork();
+        close(process_ != 0 ? requests_[0] : requests_[1]);
+        close(process_ != 0 ? counts_[1] : counts_[0]);
         if (process_ != 0) return;
-        for (char request; read(requests_[0], &request, 1) == 1 && request == '?';) {
-            const tarn::session session(tarn::store::open(path));
+        for (char request; read(requests_[0], &request, 1) == 1;) {
+            const tarn::store store = tarn::store::open(path);
+            const tarn::session session(store);
             const auto size = tarn::table<tarn::ldap_conn>::open(session, "ldap").size();
             const char count = static_cast<char>(size);
             if (write(counts_[1], &count, 1) != 1) break;
@@ -53,9 +56,9 @@ class Counter {
     Counter(const Counter &) = delete;
     Counter &operator=(const Counter &) = delete;
     ~Counter() {
-        EXPECT_EQ(write(requests_[1], ".", 1), 1);
+        close(requests_[1]);
+        close(counts_[0]);
         waitpid(process_, nullptr, 0);
-        for (const int end : {requests_[0], requests_[1], counts_[0], counts_[1]}) close(end);
     }
 
     int count() const {
