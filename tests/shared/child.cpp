@@ -58,7 +58,7 @@ void Child::await() const {
 
 bool Child::is_told() const {
     pollfd waiting{in_, POLLIN, 0};
-    return ::poll(&waiting, 1, 0) > 0;
+    return ::poll(&waiting, 1, 0) > 0 && (waiting.revents & POLLIN) != 0;
 }
 
 int Child::join() {

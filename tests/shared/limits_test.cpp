@@ -1,12 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 // The limits of a process: the length of its files, and its address space.
+#include <sys/mman.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <new>
 
+#include "tarnbase/tarn/trace.hpp"
 #include "tests/shared/connections.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HAS_SHADOW_MEMORY 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HAS_SHADOW_MEMORY 1
+#endif
+#endif
 
 namespace shared_test {
 namespace {
@@ -74,13 +88,86 @@ TEST_F(Limits, of_a_files_length_are_errors_whatever_the_signal_does) {
     }
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HAS_SHADOW_MEMORY 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define HAS_SHADOW_MEMORY 1
+// Lets the process map `more` bytes than it has.
+void limit_addresses(std::uint64_t more) {
+    std::uint64_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    rlimit limit{};
+    ::getrlimit(RLIMIT_AS, &limit);
+    limit.rlim_cur = pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) + more;
+    need(::setrlimit(RLIMIT_AS, &limit) == 0, "setrlimit");
+}
+
+// Commits what it has memory for. Returns how often there was none.
+std::uint32_t work_in_little_memory(const std::string &path,
+                                    std::atomic<std::uint32_t> &committed) {
+    std::uint32_t failures = 0;
+    const auto is_done = [&](std::uint32_t error) {
+        need(error == 0 || error == ENOMEM || error == EBUSY, kel_error_text());
+        failures += error == ENOMEM ? 1 : 0;
+        return error == 0;
+    };
+    kel_store *store = nullptr;
+    kel_handle *handle = nullptr;
+    if (!is_done(kel_store_open(path.c_str(), &store))) return failures;
+    if (!is_done(kel_handle_create(store, 1, &handle))) return failures;
+    for (std::uint32_t i = 1; i <= 4; ++i) {
+        std::uint32_t tx = 0, err = 0;
+        if (!is_done(kel_transaction_begin(handle, &tx))) continue;
+        kel_table *table = tbl_ldap_conn_table_open(handle, tx, table_name, 1, &err);
+        for (std::uint32_t j = 0; err == 0 && j < 300; ++j) {
+            const std::string name = std::to_string(i) + "-" + std::to_string(j);
+            kel_vstring key;
+            kel_vstring_refer(&key, name.data(), static_cast<std::uint32_t>(name.size()));
+            kel_record *record = tbl_ldap_conn_create_record(handle, tx, &err);
+            st_ldap_conn *object = st_ldap_conn_create(handle, tx);
+            if (err != 0 || object == nullptr) {
+                err = ENOMEM;
+                break;
+            }
+            st_ldap_conn_sname_set(handle, tx, object, &key, &err);
+            tbl_ldap_conn_st_ldap_conn_set_field(handle, tx, record, object);
+            tbl_ldap_conn_insert(handle, tx, table, record, &err);
+        }
+        const bool is_whole = is_done(err);
+        const std::uint32_t ended =
+            is_whole ? kel_transaction_commit(handle, tx) : kel_transaction_rollback(handle, tx);
+        if (is_done(ended) && is_whole) committed += 300;
+        is_done(kel_store_checkpoint(store));
+    }
+    kel_handle_destroy(handle);
+    kel_store_close(store);
+    return failures;
+}
+
+TEST_F(Limits, of_the_address_space_are_errors_and_lose_nothing) {
+#ifdef HAS_SHADOW_MEMORY
+    GTEST_SKIP() << "a sanitizer ends a process that has no memory";
 #endif
-#endif
+    void *memory = ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    auto &committed = *new (memory) std::atomic<std::uint32_t>(0);
+    bool is_enough = false;
+    for (std::uint64_t more = 0; !is_enough && more < 256 << 20; more += more / 16 + 16384) {
+        SCOPED_TRACE(more);
+        Connections::create(path);
+        committed = 0;
+        Child child([&](Child &test) {
+            const tarn::quiet_scope quiet;
+            limit_addresses(more);
+            if (work_in_little_memory(path, committed) == 0) test.tell();
+        });
+        ASSERT_EQ(child.join(), 0);
+        is_enough = committed == 4 * 300 && child.is_told();
+        Child reader([&](Child &) {
+            need(Connections(path).content().size() == committed, "something else was committed");
+        });
+        ASSERT_EQ(reader.join(), 0);
+        std::filesystem::remove_all(path);
+    }
+    EXPECT_TRUE(is_enough);
+    ::munmap(memory, 4096);
+}
 
 TEST_F(Limits, of_the_address_space_keep_tarnctl_from_nothing) {
 #ifdef HAS_SHADOW_MEMORY
