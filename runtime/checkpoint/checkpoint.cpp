@@ -223,13 +223,20 @@ bool ImageExtent::has_whole_pages() const {
     return offset % image_page_bytes == 0 && bytes % image_page_bytes == 0;
 }
 
-// The file system knows the holes in the front.
+// The file system knows the holes in the front. It would look for the end of the last data through
+// all pages of the file, so only the next data is searched for.
 void Checkpoint::add_front_extents(std::vector<ImageExtent> &found) const {
-    const std::uint64_t end = head_.image_offset + front_of(head_);
-    for (std::uint64_t at = head_.image_offset; at < end;) {
-        const std::uint64_t data = seek(descriptor(), at, SEEK_DATA, end);
-        at = seek(descriptor(), data, SEEK_HOLE, end);
-        if (data < at) found.push_back({data - head_.image_offset, at - data});
+    const std::uint64_t front = front_of(head_);
+    for (std::uint64_t at = 0; at < front; at += hole_bytes) {
+        const std::uint64_t data =
+            seek(descriptor(), head_.image_offset + at, SEEK_DATA, head_.image_offset + front);
+        at = (data - head_.image_offset) / hole_bytes * hole_bytes;
+        if (at == front) return;
+        if (!found.empty() && found.back().offset + found.back().bytes == at) {
+            found.back().bytes += hole_bytes;
+        } else {
+            found.push_back({at, hole_bytes});
+        }
     }
 }
 

@@ -82,6 +82,11 @@ std::uint32_t Checkpointer::make_locked(std::uint64_t size) {
                         std::strerror(static_cast<int>(error)));
         }
         control.checkpoint.store(follower.position());
+        // What was just written needs no check.
+        Checkpoint written;
+        if (written.open(folder, control.id, follower.position()) == 0) {
+            control.checked_image.store(written.identity(), std::memory_order_relaxed);
+        }
     }
     remove_checkpoints(folder, follower.position());
     remove_segments(folder, follower.position(), follower.segment());
