@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <map>
 #include <string>
 
@@ -90,6 +91,8 @@ inline Content numbered(const std::string &name, std::uint32_t count) {
 
 // Runs tarnctl.
 inline example_test::Outcome tarnctl(std::vector<std::string> arguments) {
+    // Read where tarnctl was built with a sanitizer.
+    ::setenv("LSAN_OPTIONS", "print_suppressions=0:suppressions=" LEAKS, 1);
     arguments.insert(arguments.begin(), TARNCTL);
     return example_test::run(std::move(arguments));
 }

@@ -117,7 +117,9 @@ TEST_F(Writers, a_stopped_one_is_waited_for_and_named_and_keeps_its_lock) {
     Child writer([&](Child &test) { write_half(path, test); });
     writer.await();
     writer.send(SIGSTOP);
-    const std::string holder = "held by " + std::to_string(writer.pid());
+    // The kernel keeps 15 bytes of the command's name.
+    const std::string holder =
+        "held by " + std::to_string(writer.pid()) + " (shared_store_te) since ";
     Connections next(path);
     next.store.set_lock_timeout(300);
     const auto refused = tarn::transaction::try_begin(next.session);
