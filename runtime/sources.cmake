@@ -76,6 +76,19 @@ set(TARNBASE_RUNTIME_SOURCES
   replication/reader.cpp
   replication/release.cpp
   replication/ring.cpp
+  check/arena.cpp
+  check/blocks.cpp
+  check/catalog.cpp
+  check/check.cpp
+  check/descriptors.cpp
+  check/files.cpp
+  check/findings.cpp
+  check/objects.cpp
+  check/records.cpp
+  check/ring.cpp
+  check/side_entries.cpp
+  check/types.cpp
+  handle/check.cpp
   handle/handle.cpp
   handle/hooks.cpp
   handle/objects.cpp

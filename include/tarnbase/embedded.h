@@ -457,6 +457,30 @@ TARNBASE_API uint32_t kel_replication_for_each_read(kel_handle *handle, kel_tabl
                                                     kel_replication_read_function function,
                                                     void *context);
 
+/* ---- Checking ---------------------------------------------------------- */
+
+/* Receives a line that says where something is wrong, and what was expected. */
+typedef void (*kel_check_report)(const char *text, void *context);
+/* Called now and then during a check: of `total` blocks, `blocks` are checked. */
+typedef void (*kel_check_progress)(uint64_t blocks, uint64_t total, void *context);
+/*
+ * Checks this process's copy of a store, and the store's files: page heads, bitmaps and counts of
+ * blocks; descriptors; the table list, keys and ids; each table's tree, its order by the key,
+ * records, objects, strings, addresses and state blocks; the entries of texts, of objects' data
+ * and of identities; counts by source and tenant; the replication stream; that each block has
+ * one owner; the checksums of the checkpoint and of the log. Whatever the bytes are, the check
+ * ends and accesses nothing outside of the store. It changes nothing.
+ *
+ * `lookup` finds the tables' vectors, as for kel_replication_attach; with null, objects and the
+ * order of records aren't checked. `report` is called with each finding. `progress` may be null.
+ * `context` is passed to both. A record or an object that a process has made, but not inserted
+ * in a table or attached to a record, is a finding.
+ * Errors: EBADMSG something was reported; EBUSY a transaction is open in this process; ENOMEM.
+ */
+TARNBASE_API uint32_t kel_store_check(kel_store *store, kel_table_vector_lookup lookup,
+                                      kel_check_report report, kel_check_progress progress,
+                                      void *context);
+
 TARNBASE_END
 
 #endif

@@ -24,10 +24,14 @@ char *block_at(Page *page, std::uint32_t slot) {
     return reinterpret_cast<char *>(page) + shape.first + std::uint64_t{slot} * shape.size;
 }
 
+// The lowest free slot; the number of slots in a damaged page without one.
 std::uint32_t lowest_free_slot(Page *page) {
+    const std::uint32_t slots = size_classes[page->size_class].slots;
     std::uint32_t word = 0;
-    while (page->bitmap()[word] == ~0ULL) ++word;
-    return word * 64 + static_cast<std::uint32_t>(std::countr_one(page->bitmap()[word]));
+    while (word * 64 < slots && page->bitmap()[word] == ~0ULL) ++word;
+    if (word * 64 >= slots) return slots;
+    const auto bit = static_cast<std::uint32_t>(std::countr_one(page->bitmap()[word]));
+    return std::min(word * 64 + bit, slots);
 }
 
 }  // namespace
@@ -57,6 +61,11 @@ void Allocator::format() {
 
 Page *Allocator::page_at(std::uint64_t number) const {
     return reinterpret_cast<Page *>(region_->base() + number * page_size);
+}
+
+bool Allocator::is_large(const Page *page) const {
+    return page->kind == PageKind::large_block && page->pages != 0 &&
+           region_->contains(page, page->pages * page_size);
 }
 
 std::uint64_t Allocator::number_of(const Page *page) const {
@@ -112,7 +121,9 @@ void *Allocator::allocate_small(std::uint32_t size_class) {
         page = take_small_page(*free, size_class);
         if (page == nullptr) return nullptr;
     }
+    if (page->size_class != size_class) return nullptr;  // the page is damaged
     const std::uint32_t slot = lowest_free_slot(page);
+    if (slot == size_classes[size_class].slots) return nullptr;
     take_slot(page, slot);
     return block_at(page, slot);
 }
@@ -193,6 +204,7 @@ std::optional<Allocator::Extent> Allocator::find(std::uint64_t offset) const {
     const std::uint64_t start = number * page_size;
     const std::uint64_t inside = offset - start;
     if (page->kind == PageKind::large_block) {
+        if (!is_large(page)) return std::nullopt;
         const std::uint64_t end = page->pages * page_size;
         if (inside < large_block_offset || inside >= end) return std::nullopt;
         return Extent{start + large_block_offset, end - large_block_offset};
@@ -219,10 +231,12 @@ std::optional<Allocator::Place> Allocator::locate(const void *block) const {
     Page *page = page_at(number);
     const std::uint64_t inside = offset % page_size;
     if (page->kind == PageKind::large_block) {
-        if (inside != large_block_offset) return std::nullopt;
+        if (inside != large_block_offset || !is_large(page)) return std::nullopt;
         return Place{page, 0};
     }
-    if (page->kind != PageKind::small_blocks) return std::nullopt;
+    if (page->kind != PageKind::small_blocks || page->size_class >= size_class_count) {
+        return std::nullopt;
+    }
     const SizeClass &shape = size_classes[page->size_class];
     if (inside < shape.first || (inside - shape.first) % shape.size != 0) return std::nullopt;
     const auto slot = static_cast<std::uint32_t>((inside - shape.first) / shape.size);

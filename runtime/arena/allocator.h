@@ -62,6 +62,14 @@ class Allocator {
     // The allocated block that contains a byte, anywhere in it.
     std::optional<Extent> find(std::uint64_t offset) const;
 
+    // The allocator's data, for a check. `page` needs a number below the number of pages.
+    const PageSet &with_free_slot(std::uint32_t size_class) const {
+        return with_free_slot_[size_class];
+    }
+    const PageSet &free_pages() const { return free_; }
+    const PageSet &heads() const { return heads_; }
+    const Page *page(std::uint64_t number) const { return page_at(number); }
+
  private:
     // The place of an allocated block. A large block has slot 0.
     struct Place {
@@ -82,6 +90,8 @@ class Allocator {
     void release_small(Page *page, std::uint32_t slot);
     bool grow_to(std::uint64_t end);
 
+    // Whether a page's head is one of a large block whose bytes are mapped.
+    bool is_large(const Page *page) const;
     Page *page_at(std::uint64_t number) const;
     std::uint64_t number_of(const Page *page) const;
 

@@ -70,13 +70,41 @@ bool PageSet::contains(std::uint64_t page) const {
     return page < limit_ && (levels_[0][page / word_bits] & bit(page)) != 0;
 }
 
+std::uint64_t PageSet::count() const {
+    std::uint64_t total = 0;
+    for (std::uint64_t i = 0; i < words(limit_); ++i) {
+        total += static_cast<std::uint64_t>(std::popcount(levels_[0][i]));
+    }
+    return total;
+}
+
+bool PageSet::is_consistent() const {
+    std::uint64_t bits = limit_;
+    for (std::size_t level = 0; level < depth_; ++level) {
+        const std::uint64_t *const here = levels_[level];
+        const std::uint64_t above = words(bits);
+        if (bits % word_bits != 0 && here[above - 1] >> bits % word_bits != 0) return false;
+        if (level + 1 == depth_) break;
+        for (std::uint64_t i = 0; i < above; ++i) {
+            const bool is_marked = (levels_[level + 1][i / word_bits] & bit(i)) != 0;
+            if (is_marked != (here[i] != 0)) return false;
+        }
+        bits = above;
+    }
+    return true;
+}
+
+// A damaged set doesn't lead outside of its words.
 std::optional<std::uint64_t> PageSet::first() const {
     std::uint64_t place = 0;
     for (std::size_t level = depth_; level-- > 0;) {
+        if (level + 1 != depth_ && levels_[level] + place >= levels_[level + 1])
+            return std::nullopt;
         const std::uint64_t word = levels_[level][place];
         if (word == 0) return std::nullopt;
         place = place * word_bits + static_cast<std::uint64_t>(std::countr_zero(word));
     }
+    if (place >= limit_) return std::nullopt;
     return place;
 }
 

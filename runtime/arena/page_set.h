@@ -28,6 +28,12 @@ class PageSet {
     void erase(std::uint64_t page);
     bool contains(std::uint64_t page) const;
 
+    // The number of members.
+    std::uint64_t count() const;
+    // Whether the bits of each level are those that the level below requires, and no bit is set
+    // for what isn't below the limit.
+    bool is_consistent() const;
+
     // The lowest member.
     std::optional<std::uint64_t> first() const;
     // The first member of the lowest run of `count` members.

@@ -80,6 +80,10 @@ std::uint32_t Checkpoint::fail(std::uint32_t code, const std::string &text) {
     return code;
 }
 
+std::uint32_t Checkpoint::reject(const std::string &text) {
+    return fail(EBADMSG, "damaged: " + text);
+}
+
 std::uint32_t Checkpoint::fail_read(std::uint32_t error) {
     if (error != ENODATA) return fail(error, std::strerror(static_cast<int>(error)));
     // Until the head is read it is only known that there are checksums.

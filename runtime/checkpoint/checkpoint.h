@@ -84,6 +84,8 @@ class Checkpoint {
     // in memory gives memory to a hole that is read there, and if it is full that is a SIGBUS.
     // EBADMSG as above.
     std::uint32_t extents(std::vector<ImageExtent> &found);
+    // What whoever uses the image finds wrong with it: returns EBADMSG, and `what` says it.
+    std::uint32_t reject(const std::string &text);
     // Identifies the file as it is now: a hash of the boot, and of the file's number, size and
     // time of change. A process that has checked the image records the identity that the file
     // had before, and others that find the same identity needn't check it again. Never 0.

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "runtime/base/error_text.h"
+#include "runtime/check/check.h"
 #include "runtime/index/tree.h"
 #include "runtime/store/file.h"
 #include "runtime/store/open_stores.h"
@@ -26,6 +27,19 @@ std::uint32_t map_capacity(const kel_store_options *options, Map map) {
         error = map(capacity);
     }
     return error;
+}
+
+// Opens a store whose header, catalog and descriptors are sound: everything follows their
+// pointers.
+std::uint32_t open_sound(const char *path, kel_store &store) {
+    if (const std::uint32_t error = open_files(path, store)) return error;
+    std::string first;
+    Findings findings([&](const char *text) {
+        if (first.empty()) first = text;
+    });
+    check_entrances(store, findings);
+    if (findings.count() == 0) return 0;
+    return fail(EBADMSG, "%s: the store is damaged: %s", path, first.c_str());
 }
 
 void *base_of(const kel_store_options *options) {
@@ -66,14 +80,14 @@ std::uint32_t kel_store_create(const char *path, const kel_store_options *option
 std::uint32_t kel_store_open(const char *path, kel_store **store) {
     return make_store(path, store, [&](kel_store &made) {
         made.path = path;
-        return open_files(path, made);
+        return open_sound(path, made);
     });
 }
 
 std::uint32_t kel_store_open_copy(const char *path, kel_store **store) {
     return make_store(path, store, [&](kel_store &made) {
         made.path = path;
-        const std::uint32_t error = open_files(path, made);
+        const std::uint32_t error = open_sound(path, made);
         made.sharing.reset();
         return error;
     });

@@ -7,11 +7,6 @@ namespace {
 
 constexpr std::uint64_t least_buckets = 16;
 
-std::uint64_t bucket_of(std::uint64_t key, std::uint64_t bucket_count) {
-    // Addresses differ in their middle bits; the product's high bits depend on all.
-    return (key * 0x9e3779b97f4a7c15ULL >> 32) & (bucket_count - 1);
-}
-
 }  // namespace
 
 // The word that points to the node with that key, or null.

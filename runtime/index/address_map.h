@@ -27,6 +27,12 @@ struct MapRoot {
 };
 static_assert(sizeof(MapRoot) == 24);
 
+// The bucket of a key, of a number of buckets that is a power of two.
+constexpr std::uint64_t bucket_of(std::uint64_t key, std::uint64_t bucket_count) {
+    // Addresses differ in their middle bits; the product's high bits depend on all.
+    return (key * 0x9e3779b97f4a7c15ULL >> 32) & (bucket_count - 1);
+}
+
 inline std::uint64_t map_key(const void *address) {
     return reinterpret_cast<std::uintptr_t>(address);
 }

@@ -15,12 +15,8 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// A table's key always has a '/'.
-constexpr const char *ring_key = "__kel_replication_ring";
-
 constexpr std::uint64_t default_slots = 4096;
 constexpr std::uint64_t default_bytes = 4ULL << 20;
-constexpr std::uint64_t most_slots = 1ULL << 32;
 
 std::uint64_t length_of(const Frame *frame) { return frame != nullptr ? frame->head.length : 0; }
 

@@ -32,6 +32,10 @@
 
 namespace tarnbase::runtime {
 
+// The key of the ring. A table's key always has a '/'.
+inline constexpr const char *ring_key = "__kel_replication_ring";
+inline constexpr std::uint64_t most_slots = 1ULL << 32;
+
 struct Frame {
     kel_replication_frame head;
     const std::byte *bytes() const { return reinterpret_cast<const std::byte *>(this + 1); }

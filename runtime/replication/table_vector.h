@@ -27,6 +27,35 @@ class TableVector {
     const char *table_name() const {
         return static_cast<const char *>(slots_[KEL_SLOT_NAME]) + sizeof "table " - 1;
     }
+    kel_table *open(kel_handle *handle, std::uint32_t tx_id, const char *name,
+                    std::uint32_t *err) const {
+        using Function = kel_table *(*)(kel_handle *, std::uint32_t, const char *, std::uint32_t,
+                                        std::uint32_t *);
+        return slot<Function>(KEL_SLOT_TABLE_OPEN)(handle, tx_id, name, 0, err);
+    }
+    void insert(kel_handle *handle, std::uint32_t tx_id, kel_table *table, kel_record *record,
+                std::uint32_t *err) const {
+        using Function =
+            void (*)(kel_handle *, std::uint32_t, kel_table *, kel_record *, std::uint32_t *);
+        slot<Function>(KEL_SLOT_INSERT)(handle, tx_id, table, record, err);
+    }
+    kel_record *unmarshal(kel_handle *handle, std::uint32_t tx_id, const void *buffer,
+                          std::uint32_t length, std::uint32_t *err) const {
+        using Function = std::uint32_t (*)(kel_handle *, std::uint32_t, kel_record **, const void *,
+                                           std::uint32_t, std::uint32_t, std::uint32_t *);
+        kel_record *record = nullptr;
+        slot<Function>(KEL_SLOT_RECORD_UNMARSHAL)(handle, tx_id, &record, buffer, length, 0, err);
+        return record;
+    }
+    std::uint32_t print_key(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
+                            const kel_record *record, char *buffer, std::uint32_t length,
+                            std::uint32_t *err) const {
+        using Function =
+            std::uint32_t (*)(kel_handle *, std::uint32_t, kel_table *, const kel_record *, char *,
+                              std::uint32_t, std::uint32_t *);
+        return slot<Function>(KEL_SLOT_PKEY_PRINT)(handle, tx_id, table, record, buffer, length,
+                                                   err);
+    }
     void destroy_record(kel_handle *handle, std::uint32_t tx_id, kel_record *record,
                         std::uint32_t *err) const {
         using Function = void (*)(kel_handle *, std::uint32_t, kel_record *, std::uint32_t *);

@@ -7,7 +7,9 @@ using namespace tarnbase::runtime;
 
 std::uint32_t e_avl_insert(void *arena, std::uint32_t tx_id, void **root, kel_index_node *node,
                            std::uintptr_t *, e_avl_compare_function compare) {
-    return tree_insert({handle_of(arena), tx_id}, root, node, compare);
+    kel_handle *const handle = handle_of(arena);
+    if (*root == nullptr) store_of(handle).order_of_new_tree = compare;
+    return tree_insert({handle, tx_id}, root, node, compare);
 }
 
 std::uint32_t e_avl_delete(void *arena, std::uint32_t tx_id, void **root, kel_index_node *node,

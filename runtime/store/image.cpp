@@ -60,8 +60,23 @@ std::uint32_t Image::load(Checkpoint &checkpoint) {
         error = (region.*place)(checkpoint.descriptor(), head.image_offset + extent.offset,
                                 extent.offset, extent.bytes);
     }
-    if (error == 0) attach();
-    return error;
+    if (error != 0) return error;
+    attach();
+    // A checkpointer's image isn't at its own address.
+    if (reinterpret_cast<std::uintptr_t>(header->base) != head.base ||
+        header->capacity != head.capacity || wrong_size() != nullptr) {
+        return checkpoint.reject("the store's header has a wrong number");
+    }
+    return 0;
+}
+
+const char *Image::wrong_size() const {
+    const std::uint64_t size = header->arena.size;
+    if (size % page_size != 0) return "it is no multiple of a page";
+    if (size < Allocator::front_bytes(region.capacity())) {
+        return "it is less than the header and the page sets";
+    }
+    return region.contains(region.base(), size) ? nullptr : "it is more than the store has";
 }
 
 std::uint64_t Image::end_after(std::span<const char> frame) const {
@@ -133,7 +148,8 @@ const char *Image::apply(std::span<const char> frame) {
         if (operation.offset >= region.capacity()) return "an offset is outside of the store";
         if (const char *wrong = apply(operation)) return wrong;
     }
-    return operations.damaged() ? "an operation is damaged" : nullptr;
+    if (operations.damaged()) return "an operation is damaged";
+    return wrong_size() == nullptr ? nullptr : "it gives the store a wrong size";
 }
 
 }  // namespace tarnbase::runtime

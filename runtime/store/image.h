@@ -29,6 +29,9 @@ class Image {
     // those before it were applied.
     const char *apply(std::span<const char> frame);
 
+    // What is wrong with the store's size, or null. Everything relies on it.
+    const char *wrong_size() const;
+
     // Whether bytes are in the part of the store that is in use.
     bool contains(const void *address, std::uint64_t length) const;
     std::uint64_t offset_of(const void *address) const {

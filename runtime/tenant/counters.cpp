@@ -10,14 +10,6 @@ namespace tarnbase::runtime {
 
 namespace {
 
-struct TenantCounters {
-    kel_index_node node;
-    std::uint32_t tenant;
-    std::uint32_t total;
-    std::uint32_t by_source[256];
-};
-static_assert(sizeof(TenantCounters) == 1064);
-
 TenantCounters *counters_of(kel_index_node *node) {
     return reinterpret_cast<TenantCounters *>(node);
 }

@@ -10,6 +10,15 @@
 
 namespace tarnbase::runtime {
 
+// A node of the tree at a table's word `tenant_counters`.
+struct TenantCounters {
+    kel_index_node node;
+    std::uint32_t tenant;
+    std::uint32_t total;
+    std::uint32_t by_source[256];
+};
+static_assert(sizeof(TenantCounters) == 1064);
+
 // Adds a record of that source to the tenant's counters. False: no memory.
 bool count_record(kel_handle *handle, std::uint32_t tx_id, kel_table *table, std::uint16_t tenant,
                   std::uint8_t src);

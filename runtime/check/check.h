@@ -1,0 +1,21 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Checks a store: its image in this process, and its files.
+#ifndef TARNBASE_RUNTIME_CHECK_CHECK_H
+#define TARNBASE_RUNTIME_CHECK_CHECK_H
+
+#include "runtime/check/blocks.h"
+#include "runtime/check/findings.h"
+#include "runtime/store/store.h"
+
+namespace tarnbase::runtime {
+
+// Everything. Nothing is changed. Throws std::bad_alloc.
+void check_store(const kel_store &store, kel_table_vector_lookup lookup, Findings &findings,
+                 const Blocks::Progress &progress);
+
+// What an opening relies on: the header, and what leads to tables and descriptors.
+void check_entrances(const Image &image, Findings &findings);
+
+}  // namespace tarnbase::runtime
+
+#endif

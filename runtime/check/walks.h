@@ -1,0 +1,126 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Walks over the trees and the maps of a store whose links may be damaged. Each node is entered
+// once, after its block was found, so a walk ends.
+#ifndef TARNBASE_RUNTIME_CHECK_WALKS_H
+#define TARNBASE_RUNTIME_CHECK_WALKS_H
+
+#include <bit>
+#include <cstdint>
+#include <string>
+
+#include "runtime/check/blocks.h"
+#include "runtime/index/address_map.h"
+#include "runtime/index/node.h"
+
+namespace tarnbase::runtime {
+
+// `owner` has
+//   bool enter(Node *node)          whether the node may be read: its block was found, and it
+//                                   wasn't entered before
+//   void visit(Node *node)          called in order
+//   std::string name(const Node *)  for findings; null: the tree
+template <typename Owner>
+class TreeWalk {
+ public:
+    TreeWalk(Findings &findings, void **anchor, Owner &owner)
+        : findings_(findings), anchor_(anchor), owner_(owner) {}
+
+    void run() { walk(static_cast<Node *>(*anchor_), nullptr, 0); }
+
+ private:
+    // A tree of more nodes than a store has room for isn't as high.
+    static constexpr int most_levels = 64;
+
+    // Returns the height, or -1 if it isn't known.
+    int walk(Node *node, const Node *parent, int level) {
+        if (node == nullptr) return 0;
+        if (level == most_levels) {
+            findings_.add(owner_.name(nullptr), "the tree has more than %d levels", most_levels);
+            return -1;
+        }
+        if (!owner_.enter(node)) return -1;
+        __builtin_prefetch(node->child[before]);
+        __builtin_prefetch(node->child[after]);
+        if (node->parent() != parent) {
+            findings_.add(owner_.name(node), "its parent in the tree is %p, expected %p",
+                          static_cast<const void *>(node->parent()),
+                          static_cast<const void *>(parent));
+        }
+        if (node->tree != anchor_) {
+            findings_.add(owner_.name(node), "its node is one of another tree");
+        }
+        const int first = walk(node->child[before], node, level + 1);
+        owner_.visit(node);
+        const int second = walk(node->child[after], node, level + 1);
+        if (first < 0 || second < 0) return -1;
+        check_balance(node, first, second);
+        return 1 + std::max(first, second);
+    }
+
+    void check_balance(const Node *node, int first, int second) {
+        const Balance right = first == second       ? Balance::even
+                              : first == second + 1 ? Balance::before_higher
+                                                    : Balance::after_higher;
+        if (std::abs(first - second) > 1) {
+            findings_.add(owner_.name(node),
+                          "the tree isn't balanced: subtrees of %d and %d levels", first, second);
+        } else if (node->balance() != right) {
+            findings_.add(owner_.name(node), "its balance in the tree is %d, expected %d",
+                          static_cast<int>(node->balance()), static_cast<int>(right));
+        }
+    }
+
+    Findings &findings_;
+    void **anchor_;
+    Owner &owner_;
+};
+
+// Walks a map. `enter(MapNode *)` as above. Returns whether the map can be searched.
+template <typename Enter>
+bool walk_map(Blocks &blocks, Findings &findings, const MapRoot &root, const std::string &name,
+              Enter enter) {
+    if (root.buckets == nullptr) {
+        if (root.bucket_count == 0 && root.entries == 0) return true;
+        findings.add(name, "it has no buckets, but %llu entries in %llu",
+                     static_cast<unsigned long long>(root.entries),
+                     static_cast<unsigned long long>(root.bucket_count));
+        return false;
+    }
+    if (!std::has_single_bit(root.bucket_count) || root.bucket_count > 1ULL << 40) {
+        findings.add(name, "it has %llu buckets, expected a power of two",
+                     static_cast<unsigned long long>(root.bucket_count));
+        return false;
+    }
+    if (!blocks.claim(root.buckets, root.bucket_count * sizeof(MapNode *),
+                      [&] { return name + ", its buckets"; })) {
+        return false;
+    }
+    bool usable = true;
+    std::uint64_t entries = 0;
+    for (std::uint64_t i = 0; i < root.bucket_count; ++i) {
+        constexpr std::uint64_t ahead = 8;
+        if (i + ahead < root.bucket_count) __builtin_prefetch(root.buckets[i + ahead]);
+        for (MapNode *node = root.buckets[i]; node != nullptr; node = node->next) {
+            if (!enter(node)) {
+                usable = false;
+                break;
+            }
+            ++entries;
+            if (bucket_of(node->key, root.bucket_count) == i) continue;
+            findings.add(name, "the entry of 0x%llx is in bucket %llu, expected %llu",
+                         static_cast<unsigned long long>(node->key),
+                         static_cast<unsigned long long>(i),
+                         static_cast<unsigned long long>(bucket_of(node->key, root.bucket_count)));
+        }
+    }
+    if (usable && entries != root.entries) {
+        findings.add(name, "it has %llu entries, but counts %llu",
+                     static_cast<unsigned long long>(entries),
+                     static_cast<unsigned long long>(root.entries));
+    }
+    return usable;
+}
+
+}  // namespace tarnbase::runtime
+
+#endif
