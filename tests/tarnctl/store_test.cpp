@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <filesystem>
+#include <fstream>
 
 #include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
@@ -101,6 +102,36 @@ TEST_F(Store, ThatIsInvalidIsAStoreError) {
     EXPECT_NE(outcome.err.find(made), std::string::npos) << outcome.err;
     EXPECT_EQ(tarnctl({"store"}).exit_code, 2);
     EXPECT_EQ(tarnctl({"store", "create"}).exit_code, 2);
+}
+
+TEST_F(Store, ThatIsSoundHasNoFindings) {
+    const std::string before = content_of(store);
+    const Outcome outcome = on_store({"store", "check"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.out << outcome.err;
+    EXPECT_EQ(outcome.out + outcome.err, "");
+    const Outcome in_json = tarnctl({"store", "check", "--json", store});
+    const json report = example_test::json_of(in_json.out);
+    EXPECT_EQ(report, (json{{"path", store}, {"sound", true}, {"findings", json::array()}}));
+    EXPECT_EQ(content_of(store), before);
+}
+
+TEST_F(Store, ThatIsDamagedHasFindings) {
+    // A byte in a page of the checkpoint.
+    for (const auto &entry : std::filesystem::directory_iterator(store)) {
+        if (!entry.path().filename().string().starts_with("checkpoint-")) continue;
+        std::fstream file(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(-1, std::ios::end);
+        file.put('x');
+    }
+    const Outcome outcome = tarnctl({"store", "check", store});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_NE(outcome.out.find("doesn't match its checksum"), std::string::npos) << outcome.out;
+    const Outcome in_json = tarnctl({"store", "check", "--json", store});
+    EXPECT_EQ(in_json.exit_code, 3);
+    const json report = example_test::json_of(in_json.out);
+    EXPECT_EQ(report["sound"], false);
+    EXPECT_EQ(report["findings"].size(), 1U);
+    EXPECT_EQ(tarnctl({"store", "check", directory / "none"}).exit_code, 4);
 }
 
 }  // namespace

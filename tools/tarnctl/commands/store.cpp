@@ -10,6 +10,7 @@
 #include "base/options.h"
 #include "base/size.h"
 #include "commands/command.h"
+#include "commands/store_check.h"
 #include "model/instance.h"
 #include "model/json.h"
 #include "tarnbase/tarnbase.h"
@@ -181,11 +182,12 @@ void declare_info(cli::Command &group) {
 
 }  // namespace
 
-void declare_store(cli::Command &program, Exit & /*status*/) {
+void declare_store(cli::Command &program, Exit &status) {
     cli::Command &group = program.command("store", "Make a store file, or show its contents");
     group.notes = "Example:\n  tarnctl store create net.store";
     declare_create(group);
     declare_info(group);
+    declare_store_check(group, status);
 }
 
 }  // namespace tarnctl
