@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <string>
 
@@ -97,9 +98,15 @@ inline example_test::Outcome tarnctl(std::vector<std::string> arguments) {
     return example_test::run(std::move(arguments));
 }
 
-// A folder with a path for a store.
+// A folder with a path for a store, which is sound at the end.
 class SharedStore : public testing::Test {
  protected:
+    void TearDown() override {
+        if (!std::filesystem::exists(path)) return;
+        const example_test::Outcome outcome = tarnctl({"store", "check", path});
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.out << outcome.err;
+    }
+
     // What a process that opens the store now finds.
     Content content() const { return Connections(path).content(); }
 

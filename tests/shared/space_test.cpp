@@ -72,6 +72,7 @@ TEST_F(FullFileSystem, an_import_that_does_not_fit_is_rolled_back_whole) {
         need(refused.err.find("No space left on device") != std::string::npos, refused.err);
         need(Connections(on_it).content() == before, "a part of the import is in the store");
         expect({"show", "ldap_conn", "-s", on_it}, 0);
+        expect({"store", "check", on_it}, 0);
         expect({"set", "ldap_conn", "a", "num_conns=2", "-s", on_it}, 0);
         // Also when there is nothing left at all.
         fill(mounted + "/more", 0);
@@ -83,6 +84,7 @@ TEST_F(FullFileSystem, an_import_that_does_not_fit_is_rolled_back_whole) {
         Content after = numbered("import", count);
         after["a"] = 2;
         need(Connections(on_it).content() == after, "the import isn't complete");
+        expect({"store", "check", on_it}, 0);
     });
 }
 
