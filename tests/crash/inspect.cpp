@@ -53,4 +53,15 @@ State inspect(const tarn::store &store) {
     return state;
 }
 
+void check_sound(const tarn::store &store) {
+    std::string found;
+    const std::uint32_t error = kel_store_check(
+        store.c_store(), tarnbase_table_get_vft,
+        [](const char *text, void *context) {
+            static_cast<std::string *>(context)->append(text).append("; ");
+        },
+        nullptr, &found);
+    if (error != 0) throw std::runtime_error(found.empty() ? kel_error_text() : found);
+}
+
 }  // namespace crash

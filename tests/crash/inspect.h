@@ -10,6 +10,9 @@ namespace crash {
 // Failures, such as a record that a walk visits but a search doesn't find, are thrown.
 State inspect(const tarn::store &store);
 
+// Throws the findings of a check, which needs no model.
+void check_sound(const tarn::store &store);
+
 }  // namespace crash
 
 #endif
