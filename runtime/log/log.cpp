@@ -46,8 +46,8 @@ std::uint32_t LogWriter::append(std::span<const char> frame) {
     if (frame.size() > most_frame_bytes) return EFBIG;
     const std::span<char> space = segment_.from(position_);
     if (space.size() < frame.size() + end_mark_bytes) {
-        const std::uint32_t error = append_to_next(frame);
-        if (error != 0) return error;
+        const std::uint64_t usual = std::min(2 * segment_.size(), most_segment_bytes);
+        if (const std::uint32_t error = append_to_next(frame, usual)) return error;
     } else {
         std::memcpy(space.data(), frame.data(), frame.size());
     }
@@ -55,9 +55,14 @@ std::uint32_t LogWriter::append(std::span<const char> frame) {
     return 0;
 }
 
+std::uint32_t LogWriter::append_to_new(std::span<const char> frame) {
+    if (const std::uint32_t error = append_to_next(frame, first_segment_bytes)) return error;
+    position_ += frame.size();
+    return 0;
+}
+
 // Begins the next segment with a frame.
-std::uint32_t LogWriter::append_to_next(std::span<const char> frame) {
-    const std::uint64_t usual = std::min(2 * segment_.size(), most_segment_bytes);
+std::uint32_t LogWriter::append_to_next(std::span<const char> frame, std::uint64_t usual) {
     const std::uint64_t needed = segment_head_bytes + frame.size() + end_mark_bytes;
     Segment next;
     std::uint32_t error = next.create(folder_, id_, position_, std::max(usual, needed));

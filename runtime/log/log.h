@@ -27,13 +27,17 @@ class LogWriter {
     // has changed. EFBIG: the frame is too long for any segment. The caller publishes the new
     // position; if it doesn't, it must close the writer.
     std::uint32_t append(std::span<const char> frame);
+    // The same, in a new segment of the first size.
+    std::uint32_t append_to_new(std::span<const char> frame);
     void close() { segment_ = {}; }
     bool is_open() const { return segment_.is_open(); }
     std::uint64_t position() const { return position_; }
     std::uint64_t segment() const { return segment_.first(); }
+    // Whether the segment was made for a frame that needs more than the usual space.
+    bool has_long_segment() const { return segment_.size() > most_segment_bytes; }
 
  private:
-    std::uint32_t append_to_next(std::span<const char> frame);
+    std::uint32_t append_to_next(std::span<const char> frame, std::uint64_t usual);
 
     int folder_ = -1;
     StoreId id_{};

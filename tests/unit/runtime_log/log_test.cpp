@@ -115,6 +115,19 @@ TEST(log, a_long_frame_has_a_segment_of_its_size) {
     EXPECT_EQ(std::filesystem::file_size(folder.segment(log.segment())), most_segment_bytes);
 }
 
+TEST(log, a_new_segment_can_be_begun_before_the_last_one_is_full) {
+    const Folder folder;
+    TestLog log(folder);
+    ASSERT_EQ(log.append(frame_of_length(1, 10000000)), 0U);
+    EXPECT_TRUE(log.writer().has_long_segment());
+    ASSERT_EQ(log.append_to_new(frame_of_length(2, 800)), 0U);
+    EXPECT_FALSE(log.writer().has_long_segment());
+    ASSERT_EQ(log.append(frame_of_length(3, 8000)), 0U);
+    log.verify();
+    EXPECT_EQ(folder.names().size(), 2U);
+    EXPECT_EQ(std::filesystem::file_size(folder.segment(log.segment())), first_segment_bytes);
+}
+
 // It doesn't fit in the empty first segment, which gets replaced.
 TEST(log, a_long_first_frame_is_noticed_by_all) {
     const Folder folder;

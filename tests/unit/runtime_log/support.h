@@ -101,6 +101,11 @@ class TestLog {
         if (error == 0) publish(frame);
         return error;
     }
+    std::uint32_t append_to_new(const std::string &frame) {
+        const std::uint32_t error = writer_.append_to_new(frame);
+        if (error == 0) publish(frame);
+        return error;
+    }
     void publish(const std::string &frame) {
         frames_.push_back(frame);
         published_ = writer_.position();
