@@ -11,10 +11,6 @@ namespace {
 
 constexpr std::uint64_t set_count = size_class_count + 2;
 
-// A store grows by an eighth, within these bounds.
-constexpr std::uint64_t least_growth = 1ULL << 20;
-constexpr std::uint64_t most_growth = 64ULL << 20;
-
 constexpr std::uint64_t round_to_page(std::uint64_t bytes) {
     return (bytes + page_size - 1) / page_size * page_size;
 }
@@ -41,7 +37,8 @@ std::uint64_t Allocator::front_bytes(std::uint64_t capacity) {
                          set_count * 8 * PageSet::words_for(capacity / page_size));
 }
 
-Allocator::Allocator(Region &region, ArenaState &state) : region_(&region), state_(&state) {
+Allocator::Allocator(Region &region, ArenaState &state)
+    : region_(&region), state_(&state), front_(front_bytes(region.capacity())) {
     const std::uint64_t pages = region.capacity() / page_size;
     auto *words = reinterpret_cast<std::uint64_t *>(region.base() + page_sets_offset);
     const auto next_set = [&] {
@@ -55,8 +52,8 @@ Allocator::Allocator(Region &region, ArenaState &state) : region_(&region), stat
 }
 
 void Allocator::format() {
-    const std::uint64_t pages = region_->capacity() / page_size;
-    free_.insert_range(front_bytes(region_->capacity()) / page_size, pages);
+    free_.insert_range(front_ / page_size, region_->capacity() / page_size);
+    state_->size = front_;
 }
 
 Page *Allocator::page_at(std::uint64_t number) const {
@@ -76,12 +73,17 @@ std::uint64_t Allocator::number_of(const Page *page) const {
 // False: the process can't map that much.
 bool Allocator::grow_to(std::uint64_t end) {
     if (end <= state_->size) return true;
-    const std::uint64_t step = std::clamp(state_->size / 8, least_growth, most_growth);
-    const std::uint64_t wanted =
-        std::min(std::max(end, round_to_page(state_->size + step)), region_->capacity());
     if (!region_->reach(end)) return false;
-    state_->size = region_->reach(wanted) ? wanted : end;
+    state_->size = end;
     return true;
+}
+
+// The pages at the end are free.
+void Allocator::shrink() {
+    const std::optional<std::uint64_t> last = heads_.last();
+    const std::uint64_t end = last ? (*last + page_at(*last)->pages) * page_size : front_;
+    state_->size = std::max(front_, std::min(end, state_->size));
+    region_->discard(state_->size);
 }
 
 Page *Allocator::allocate_run(PageKind kind, std::uint64_t pages) {
@@ -105,6 +107,7 @@ void Allocator::release_run(Page *page, std::uint64_t dirty) {
     std::memset(static_cast<void *>(page), 0, dirty);
     heads_.erase(first);
     for (std::uint64_t i = 0; i < pages; ++i) free_.insert(first + i);
+    if ((first + pages) * page_size == state_->size) shrink();
 }
 
 void *Allocator::allocate(std::uint64_t size) {

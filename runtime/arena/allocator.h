@@ -4,7 +4,7 @@
 // Free bytes are zero, and an allocation takes the lowest free place. The allocator's data
 // is therefore a function of the allocated blocks: rolling an allocation back restores
 // every byte, and another process that repeats allocations and releases has the same bytes.
-// Only the store's size stays: a store never shrinks.
+// The store's size is the end of the last page in use.
 //
 // This data is outside the blocks: sets of page numbers after the store's header, and a
 // head at the start of each page in use (page.h).
@@ -29,7 +29,7 @@ inline constexpr std::uint64_t page_sets_offset = 4096;
 struct ArenaState {
     std::uint64_t blocks;       // blocks allocated
     std::uint64_t block_bytes;  // bytes of these, in their size classes
-    std::uint64_t size;         // bytes usable, from the base
+    std::uint64_t size;         // bytes from the base to the end of the last page in use
 };
 
 class Allocator {
@@ -48,6 +48,8 @@ class Allocator {
     void *allocate(std::uint64_t size);
     // Zeroes and frees a block. False: it is no allocated block.
     bool release(void *block);
+    // Bytes before the store's end in which nothing is allocated.
+    std::uint64_t free_bytes() const { return state_->size - front_ - state_->block_bytes; }
     bool is_allocated(const void *block) const { return locate(block).has_value(); }
 
     // Allocates the block that another process got at `offset`, with all of its `size` bytes.
@@ -89,6 +91,7 @@ class Allocator {
     void *allocate_large(std::uint64_t size);
     void release_small(Page *page, std::uint32_t slot);
     bool grow_to(std::uint64_t end);
+    void shrink();
 
     // Whether a page's head is one of a large block whose bytes are mapped.
     bool is_large(const Page *page) const;
@@ -97,6 +100,7 @@ class Allocator {
 
     Region *region_ = nullptr;
     ArenaState *state_ = nullptr;
+    std::uint64_t front_ = 0;                               // bytes before the first page
     std::array<PageSet, size_class_count> with_free_slot_;  // pages of small blocks
     PageSet free_;                                          // pages not in use
     PageSet heads_;                                         // pages that begin with a head

@@ -108,6 +108,16 @@ std::optional<std::uint64_t> PageSet::first() const {
     return place;
 }
 
+std::optional<std::uint64_t> PageSet::last() const {
+    std::uint64_t place = 0;
+    for (std::size_t level = depth_; level-- > 0;) {
+        const std::uint64_t word = levels_[level][place];
+        if (word == 0) return std::nullopt;
+        place = place * word_bits + static_cast<std::uint64_t>(std::bit_width(word)) - 1;
+    }
+    return place;
+}
+
 std::optional<std::uint64_t> PageSet::first_run(std::uint64_t count) const {
     if (count == 1) return first();
     std::uint64_t run = 0;

@@ -34,8 +34,9 @@ class PageSet {
     // for what isn't below the limit.
     bool is_consistent() const;
 
-    // The lowest member.
+    // The lowest and the highest member.
     std::optional<std::uint64_t> first() const;
+    std::optional<std::uint64_t> last() const;
     // The first member of the lowest run of `count` members.
     std::optional<std::uint64_t> first_run(std::uint64_t count) const;
 

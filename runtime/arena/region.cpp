@@ -41,6 +41,7 @@ void Region::unmap() {
     if (base_ != nullptr) ::munmap(base_, mapped_);
     base_ = nullptr;
     mapped_ = 0;
+    used_ = 0;
 }
 
 std::uint32_t Region::map(void *base, std::uint64_t capacity) {
@@ -60,13 +61,15 @@ std::uint32_t Region::map_front(void *base, std::uint64_t capacity, std::uint64_
 }
 
 bool Region::reach(std::uint64_t bytes) {
-    if (bytes <= mapped_) return true;
     if (bytes > capacity_) return false;
+    used_ = std::max(used_, std::min(bytes, mapped_));
+    if (bytes <= mapped_) return true;
     const std::uint64_t needed = (bytes - mapped_ + page_size - 1) / page_size * page_size;
     for (const std::uint64_t more : {std::min(needed + growth, capacity_ - mapped_), needed}) {
         char *ignored = nullptr;
         if (map_free(base_ + mapped_, more, ignored) == 0) {
             mapped_ += more;
+            used_ = bytes;
             return true;
         }
     }
@@ -88,6 +91,12 @@ std::uint32_t Region::map_file(int descriptor, std::uint64_t offset, std::uint64
 std::uint32_t Region::read_file(int descriptor, std::uint64_t offset, std::uint64_t at,
                                 std::uint64_t bytes) {
     return read_fully(descriptor, {base_ + at, bytes}, offset);
+}
+
+// If it fails, the memory stays: it is zero as it should be.
+void Region::return_memory(std::uint64_t end) {
+    void *mapped = ::mmap(base_ + end, used_ - end, access, zeros | MAP_FIXED, -1, 0);
+    if (mapped != MAP_FAILED) used_ = end;
 }
 
 bool Region::contains(const void *address, std::uint64_t length) const {

@@ -38,6 +38,12 @@ class Region {
     std::uint32_t read_file(int descriptor, std::uint64_t offset, std::uint64_t at,
                             std::uint64_t bytes);
 
+    // Says that the bytes from `end` on are zero and not in use until `reach`. Returns their memory
+    // in large pieces.
+    void discard(std::uint64_t end) {
+        if (used_ >= end + least_discard) return_memory(end);
+    }
+
     char *base() const { return base_; }
     std::uint64_t capacity() const { return capacity_; }
     bool is_complete() const { return mapped_ == capacity_; }
@@ -45,11 +51,15 @@ class Region {
     bool contains(const void *address, std::uint64_t length) const;
 
  private:
+    static constexpr std::uint64_t least_discard = 4ULL << 20;
+
     void unmap();
+    void return_memory(std::uint64_t end);
 
     char *base_ = nullptr;
     std::uint64_t capacity_ = 0;
     std::uint64_t mapped_ = 0;  // from the base
+    std::uint64_t used_ = 0;    // nothing was stored into what is after it
 };
 
 }  // namespace tarnbase::runtime

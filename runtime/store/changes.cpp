@@ -158,6 +158,7 @@ void ChangeSet::build_writes(FrameBuilder &frame, const Image &image) {
     // Adds [offset, end) as far as it is in allocated blocks, or in the header.
     const auto add = [&](std::uint64_t offset, std::uint64_t end) {
         if (offset < page_sets_offset) {
+            offset = std::max(offset, counters_offset);
             frame.write(offset, {image.region.base() + offset, end - offset});
             return;
         }

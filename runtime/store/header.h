@@ -57,10 +57,9 @@ static_assert(offsetof(StoreHeader, texts) == 168);
 static_assert(offsetof(StoreHeader, last_object_id) == 192);
 static_assert(sizeof(StoreHeader) == 200);
 
-// What changes without an announcement, from the store's size to the transactions begun. The
-// counts of blocks aren't among it: they follow from allocations and releases.
-inline constexpr std::uint64_t counters_offset =
-    offsetof(StoreHeader, arena) + offsetof(ArenaState, size);
+// What changes without an announcement. The arena's counts and size aren't among it: they follow
+// from allocations and releases.
+inline constexpr std::uint64_t counters_offset = offsetof(StoreHeader, committed);
 inline constexpr std::uint64_t counters_end = offsetof(StoreHeader, tables);
 
 }  // namespace tarnbase::runtime

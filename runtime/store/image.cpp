@@ -12,9 +12,6 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// Pages of a new store before it grows.
-constexpr std::uint64_t first_pages = 16;
-
 // Extents of a checkpoint that are shorter than this are read and not mapped.
 constexpr std::uint64_t least_mapped_bytes = 256 << 10;
 
@@ -37,7 +34,6 @@ void Image::format(void *base) {
     attach();
     header->base = base;
     header->capacity = region.capacity();
-    header->arena.size = Allocator::front_bytes(region.capacity()) + first_pages * page_size;
     // The list's end is its anchor, at the address that the store has.
     header->tables.last =
         reinterpret_cast<kel_table **>(static_cast<char *>(base) + offsetof(StoreHeader, tables) +
@@ -80,18 +76,12 @@ const char *Image::wrong_size() const {
 }
 
 std::uint64_t Image::end_after(std::span<const char> frame) const {
-    constexpr std::uint64_t size_offset = offsetof(StoreHeader, arena) + offsetof(ArenaState, size);
     std::uint64_t end = 0;
     OperationReader operations(frame);
     Operation operation;
     while (operations.next(operation)) {
         const std::uint64_t bytes = std::max(operation.block_size, operation.bytes.size());
         end = std::max(end, operation.offset + bytes);
-        if (operation.offset == size_offset && operation.bytes.size() >= sizeof end) {
-            std::uint64_t size = 0;
-            std::memcpy(&size, operation.bytes.data(), sizeof size);
-            end = std::max(end, size);
-        }
     }
     return std::min((end + page_size - 1) / page_size * page_size, region.capacity());
 }

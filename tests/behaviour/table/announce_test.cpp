@@ -20,9 +20,6 @@ using tarnbase::runtime::page_size;
 using tarnbase::runtime::PageKind;
 using tarnbase::runtime::StoreHeader;
 
-// Pages of blocks in a new store, after the allocator's sets.
-constexpr u64 first_pages = 16;
-
 // Bytes, as a set of ranges.
 class Bytes {
  public:
@@ -49,6 +46,16 @@ class Bytes {
 
 std::uintptr_t number(const void *address) { return reinterpret_cast<std::uintptr_t>(address); }
 
+// A new store has no pages in use.
+u64 size_of_new_store(u64 capacity) {
+    const kel_store_options options{capacity, nullptr};
+    kel_store *made = nullptr;
+    kel_store_description store{};
+    if (kel_store_create_private(&options, &made) == 0) kel_store_describe(made, &store);
+    kel_store_close(made);
+    return store.size;
+}
+
 // Records what the log hooks of a handle announce.
 class Announced {
  public:
@@ -57,7 +64,7 @@ class Announced {
         kel_store_description store;
         kel_store_describe(kel_handle_store(handle), &store);
         base_ = static_cast<char *>(store.base);
-        front_ = store.size - first_pages * page_size;
+        front_ = size_of_new_store(store.capacity);
         handle->write_log_hook = write;
         handle->delta_log_hook = change;
     }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The store's blocks against a model.
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <iterator>
 #include <map>
@@ -121,6 +123,42 @@ TEST_F(Allocator, takes_the_lowest_free_place_first) {
     for (int i = 0; i < 100; ++i) blocks.push_back(store.allocate(80));
     for (const std::size_t index : {70U, 3U, 42U}) store.release(blocks[index]);
     for (const std::size_t index : {3U, 42U, 70U}) EXPECT_EQ(store.allocate(80), blocks[index]);
+}
+
+TEST_F(Allocator, a_store_ends_with_its_last_page_in_use) {
+    const std::uint64_t front = store.describe().size;
+    void *low = store.allocate(80);
+    EXPECT_EQ(store.describe().size, front + 65536);
+    void *large = store.allocate(1000000);
+    void *high = store.allocate(300);
+    EXPECT_EQ(store.describe().size, front + 18 * 65536);
+    EXPECT_EQ(store.describe().free_bytes,
+              store.describe().size - front - store.describe().block_bytes);
+    store.release(large);
+    EXPECT_EQ(store.describe().size, front + 18 * 65536);
+    store.release(high);
+    EXPECT_EQ(store.describe().size, front + 65536);
+    store.release(low);
+    EXPECT_EQ(store.describe().size, front);
+}
+
+// Whether any of a block's memory takes space.
+bool is_resident(void *block, std::uint64_t size) {
+    std::vector<unsigned char> pages(size / 4096);
+    EXPECT_EQ(::mincore(static_cast<char *>(block) - 64, size, pages.data()), 0);
+    return std::any_of(pages.begin(), pages.end(), [](unsigned char page) { return page & 1; });
+}
+
+TEST_F(Allocator, the_memory_of_many_pages_at_the_end_is_returned) {
+    constexpr std::uint64_t size = 8 << 20;
+    void *block = store.allocate(size);
+    std::memset(block, 0xff, size);
+    ASSERT_TRUE(is_resident(block, size));
+    store.release(block);
+    EXPECT_FALSE(is_resident(block, size));
+    ASSERT_EQ(store.allocate(size), block);
+    EXPECT_TRUE(std::all_of(static_cast<char *>(block), static_cast<char *>(block) + size,
+                            [](char byte) { return byte == 0; }));
 }
 
 class BadFrees : public SmallStoreTest {

@@ -32,6 +32,7 @@ class PageSets : public ::testing::TestWithParam<std::uint64_t> {
 
     void verify() const {
         ASSERT_EQ(set.first(), model.empty() ? std::nullopt : std::optional(*model.begin()));
+        ASSERT_EQ(set.last(), model.empty() ? std::nullopt : std::optional(*model.rbegin()));
         for (const std::uint64_t count : {1U, 2U, 3U, 70U}) {
             ASSERT_EQ(set.first_run(count), first_run_of_model(count)) << count;
         }
