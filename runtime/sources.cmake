@@ -25,10 +25,12 @@ set(TARNBASE_RUNTIME_SOURCES
   store/file.cpp
   store/follower.cpp
   store/image.cpp
+  store/new_folder.cpp
   store/open_stores.cpp
   store/record_block.cpp
   store/sharing.cpp
   store/store.cpp
+  store/store_files.cpp
   store/table_refusal.cpp
   store/transaction.cpp
   store/undo_log.cpp

@@ -47,7 +47,7 @@ typedef struct kel_store_description {
     const char *path;      /* folder, or null for a private store; valid until it is closed */
     void *base;            /* address at which every process maps the store */
     uint64_t capacity;     /* size in bytes that the store may grow to */
-    uint64_t size;         /* bytes of the arena in use */
+    uint64_t size;         /* bytes of the arena, up to the last page in use */
     uint64_t blocks;       /* blocks allocated */
     uint64_t block_bytes;  /* bytes of these blocks, rounded up to their size classes */
     uint64_t transactions; /* open transactions */
@@ -58,7 +58,26 @@ typedef struct kel_store_description {
     uint32_t writable;     /* 1 if this process may write, else 0 */
     uint64_t log_end;      /* bytes ever published in the log; 0 for a private store */
     uint64_t log_bytes;    /* bytes of these after the newest checkpoint */
+    uint64_t commit_time;  /* when the last ones were published, in nanoseconds since 1970; 0:
+                              none were, or the store is private */
+    uint64_t free_bytes;   /* bytes between the blocks, which the next ones use first */
 } kel_store_description;
+
+/* The result of kel_store_describe_writer. */
+typedef struct kel_store_writer {
+    uint32_t pid;      /* in its own pid namespace; 0: unknown */
+    uint32_t reserved; /* zero */
+    uint64_t since;    /* when it became the writer, in nanoseconds since 1970; 0: unknown */
+    char command[16];  /* the name of its program, printable, ends with NUL; "" if unknown */
+} kel_store_writer;
+
+/* The result of kel_store_describe_files: bytes are those that files take on disk. */
+typedef struct kel_store_files {
+    uint64_t bytes;            /* of all files */
+    uint64_t log_bytes;        /* of the log */
+    uint64_t checkpoint_bytes; /* of the newest checkpoint */
+    uint64_t checkpoint_time;  /* when that was written, in nanoseconds since 1970 */
+} kel_store_files;
 
 /*
  * Creates a store: a folder of that path, with its files. `options` may be null.
@@ -110,6 +129,13 @@ TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options,
 TARNBASE_API void kel_store_close(kel_store *store);
 /* Fills in `description`. */
 TARNBASE_API void kel_store_describe(const kel_store *store, kel_store_description *description);
+/*
+ * Fills in `writer` with the process that is the writer of the store now, for people: it may not
+ * be a moment later. Errors: ENOENT no process is; EINVAL the store is private.
+ */
+TARNBASE_API uint32_t kel_store_describe_writer(const kel_store *store, kel_store_writer *writer);
+/* Fills in `files`. Errors: EINVAL the store is private; and those of open(2). */
+TARNBASE_API uint32_t kel_store_describe_files(const kel_store *store, kel_store_files *files);
 /* Returns the store's first table block, or null; `toc_next` links to the next one. */
 TARNBASE_API kel_table *kel_store_first_table(const kel_store *store);
 
@@ -145,7 +171,7 @@ TARNBASE_API void kel_store_set_lock_timeout(kel_store *store, int64_t milliseco
 /*
  * Waits until another process has committed something that this process's copy doesn't have yet;
  * negative milliseconds: without limit. The copy doesn't change.
- * Errors: ETIMEDOUT; EINVAL the store is private.
+ * Errors: ETIMEDOUT, also when a signal was handled; EINVAL the store is private.
  */
 TARNBASE_API uint32_t kel_store_wait(kel_store *store, int64_t milliseconds);
 /*
@@ -155,9 +181,30 @@ TARNBASE_API uint32_t kel_store_wait(kel_store *store, int64_t milliseconds);
  * read; ENOSPC and other errors of its files: nothing has changed.
  */
 TARNBASE_API uint32_t kel_store_checkpoint(kel_store *store);
+/*
+ * Returns space to the file system: begins a new, short file of the log, and writes a checkpoint,
+ * which has no disk space for free memory. It becomes the writer for a moment, unless this process
+ * is; other processes go on. Nothing moves, and all pointers stay valid.
+ * Errors: those of kel_store_lock and of kel_store_checkpoint.
+ */
+TARNBASE_API uint32_t kel_store_compact(kel_store *store);
+/*
+ * Makes a store of the name `path` with what is committed at this moment. Nobody waits: the copy
+ * is made of the newest checkpoint and the log. It is complete when it gets its name, and a store
+ * of its own from then on, but at the same address: one process can't have both open.
+ * Errors: EEXIST the path exists; EINVAL the store is private; ENOSPC and other errors of files;
+ * EBADMSG the store is damaged.
+ */
+TARNBASE_API uint32_t kel_store_backup(kel_store *store, const char *path);
 
 /* Describes the last failure in this thread; "" if no call failed. */
 TARNBASE_API const char *kel_error_text(void);
+/*
+ * Returns the errno number of that failure; 0 if no call failed. After an operation that had no
+ * memory it is ENOMEM, or the reason for which the store refused it: EPERM, a change with
+ * KEL_TX_NONE by a process that isn't the writer.
+ */
+TARNBASE_API uint32_t kel_error_number(void);
 
 /*
  * For tests: the n-th allocation from now, counted from 1, fails; all others

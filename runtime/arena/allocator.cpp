@@ -197,6 +197,11 @@ bool Allocator::claim_large(std::uint64_t offset, std::uint64_t size) {
     return true;
 }
 
+std::uint64_t Allocator::free_bytes() const {
+    const std::uint64_t free_pages = free_.count_below(state_->size / page_size);
+    return state_->size - front_ - free_pages * page_size - state_->block_bytes;
+}
+
 std::optional<Allocator::Extent> Allocator::find(std::uint64_t offset) const {
     std::uint64_t number = offset / page_size;
     if (offset >= state_->size || free_.contains(number)) return std::nullopt;

@@ -48,8 +48,8 @@ class Allocator {
     void *allocate(std::uint64_t size);
     // Zeroes and frees a block. False: it is no allocated block.
     bool release(void *block);
-    // Bytes before the store's end in which nothing is allocated.
-    std::uint64_t free_bytes() const { return state_->size - front_ - state_->block_bytes; }
+    // Bytes of the pages in use in which nothing is allocated.
+    std::uint64_t free_bytes() const;
     bool is_allocated(const void *block) const { return locate(block).has_value(); }
 
     // Allocates the block that another process got at `offset`, with all of its `size` bytes.

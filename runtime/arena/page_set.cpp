@@ -70,13 +70,18 @@ bool PageSet::contains(std::uint64_t page) const {
     return page < limit_ && (levels_[0][page / word_bits] & bit(page)) != 0;
 }
 
-std::uint64_t PageSet::count() const {
-    std::uint64_t total = 0;
-    for (std::uint64_t i = 0; i < words(limit_); ++i) {
-        total += static_cast<std::uint64_t>(std::popcount(levels_[0][i]));
+std::uint64_t PageSet::count_below(std::uint64_t page) const {
+    page = std::min(page, limit_);
+    std::uint64_t count = 0;
+    for (std::uint64_t word = 0; word < page / word_bits; ++word) {
+        count += static_cast<std::uint64_t>(std::popcount(levels_[0][word]));
     }
-    return total;
+    if (page % word_bits == 0) return count;
+    const std::uint64_t last = levels_[0][page / word_bits] & (bit(page) - 1);
+    return count + static_cast<std::uint64_t>(std::popcount(last));
 }
+
+std::uint64_t PageSet::count() const { return count_below(limit_); }
 
 bool PageSet::is_consistent() const {
     std::uint64_t bits = limit_;

@@ -28,8 +28,9 @@ class PageSet {
     void erase(std::uint64_t page);
     bool contains(std::uint64_t page) const;
 
-    // The number of members.
+    // The number of members, and of those below a page.
     std::uint64_t count() const;
+    std::uint64_t count_below(std::uint64_t page) const;
     // Whether the bits of each level are those that the level below requires, and no bit is set
     // for what isn't below the limit.
     bool is_consistent() const;

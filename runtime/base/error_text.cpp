@@ -9,6 +9,7 @@ namespace tarnbase::runtime {
 namespace {
 
 thread_local constinit char text[1024] = "";
+thread_local constinit std::uint32_t number = 0;
 
 }  // namespace
 
@@ -17,9 +18,12 @@ std::uint32_t fail(std::uint32_t code, const char *format, ...) {
     va_start(arguments, format);
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
+    number = code;
     return code;
 }
 
 const char *error_text() { return text; }
+
+std::uint32_t error_code() { return number; }
 
 }  // namespace tarnbase::runtime

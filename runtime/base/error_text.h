@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The text of this thread's last error.
+// This thread's last error: its number and its text.
 #ifndef TARNBASE_RUNTIME_BASE_ERROR_TEXT_H
 #define TARNBASE_RUNTIME_BASE_ERROR_TEXT_H
 
@@ -9,10 +9,11 @@
 
 namespace tarnbase::runtime {
 
-// Sets the text and returns `code`.
+// Sets both and returns `code`.
 std::uint32_t fail(std::uint32_t code, const char *format, ...) TARNBASE_PRINTF(2, 3);
 
 const char *error_text();
+std::uint32_t error_code();
 
 }  // namespace tarnbase::runtime
 

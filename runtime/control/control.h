@@ -15,7 +15,8 @@
 //      144     4  not 0: processes sleep until the published position changes
 //      148     4  zero
 //      152     8  identity of the last checkpoint image that was checked (checkpoint.h)
-//      160        zero up to 4096
+//      160     8  when the last changes were published, nanoseconds since 1970
+//      168        zero up to 4096
 //     4096        the writer's lock (lock_page.h), up to 8192
 //
 // The first 128 bytes never change. Positions only grow, and are multiples of 8.
@@ -48,7 +49,8 @@ struct ControlPage {
     std::atomic<std::uint32_t> waiters;
     std::uint32_t reserved_word;
     std::atomic<std::uint64_t> checked_image;
-    std::uint64_t more_reserved[492];
+    std::atomic<std::uint64_t> change_time;
+    std::uint64_t more_reserved[491];
     LockPage lock;
 };
 static_assert(sizeof(ControlPage) == 8192);

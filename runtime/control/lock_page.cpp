@@ -43,13 +43,6 @@ std::uint64_t own_namespace() {
     return ::stat("/proc/self/ns/pid", &status) == 0 ? status.st_ino : 0;
 }
 
-std::string printable(const char (&command)[16]) {
-    std::string text(command, ::strnlen(command, sizeof command));
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return text;
-}
-
 std::string local_time(std::uint64_t nanoseconds) {
     const auto seconds = static_cast<std::time_t>(nanoseconds / 1'000'000'000);
     std::tm parts{};
@@ -103,10 +96,17 @@ bool may_be_alive(const Holder &holder) {
     return started == 0 || started == holder.start_time;
 }
 
+std::string printable_command(const Holder &holder) {
+    std::string text(holder.command, ::strnlen(holder.command, sizeof holder.command));
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return text;
+}
+
 std::string holder_text(const Holder &holder) {
     if (holder.pid == 0) return "held by a process of another pid namespace";
     std::string text = "held by " + std::to_string(holder.pid);
-    if (holder.command[0] != '\0') text += " (" + printable(holder.command) + ")";
+    if (holder.command[0] != '\0') text += " (" + printable_command(holder) + ")";
     if (holder.pid_namespace != 0 && holder.pid_namespace != own_namespace()) {
         text += " of another pid namespace";
     }

@@ -55,6 +55,9 @@ bool load_holder(const LockPage &page, std::uint64_t word, Holder &holder);
 // may always be.
 bool may_be_alive(const Holder &holder);
 
+// Its command, with printable characters only.
+std::string printable_command(const Holder &holder);
+
 // "held by PID (COMMAND) since 2026-11-22 08:20:01", in local time.
 std::string holder_text(const Holder &holder);
 

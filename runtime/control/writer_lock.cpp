@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <ctime>
 
+#include "runtime/base/clock.h"
 #include "runtime/control/futex.h"
 #include "runtime/control/lock_protocol.h"
 
@@ -50,14 +50,6 @@ class LockSteps {
     Deadline deadline_;
 };
 
-// The clock that is read without a system call, and fast; seconds are enough.
-std::uint64_t now() {
-    timespec time{};
-    ::clock_gettime(CLOCK_REALTIME_COARSE, &time);
-    return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 +
-           static_cast<std::uint64_t>(time.tv_nsec);
-}
-
 }  // namespace
 
 WriterLock::~WriterLock() { release(); }
@@ -89,7 +81,7 @@ std::uint32_t WriterLock::acquire(std::int64_t milliseconds) {
     LockSteps steps(*page_, processes_, milliseconds);
     word_ = take_lock(steps, number_);
     if (word_ == 0) return ETIMEDOUT;
-    store_holder(*page_, self_, static_cast<std::uint32_t>(acquisitions(word_)), now());
+    store_holder(*page_, self_, static_cast<std::uint32_t>(acquisitions(word_)), coarse_time());
     return 0;
 }
 

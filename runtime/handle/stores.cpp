@@ -121,6 +121,8 @@ void kel_store_close(kel_store *store) { delete store; }
 
 const char *kel_error_text() { return error_text(); }
 
+std::uint32_t kel_error_number() { return error_code(); }
+
 kel_table *kel_store_first_table(const kel_store *store) { return store->header->tables.first; }
 
 void kel_store_fail_allocation(kel_store *store, std::uint64_t n) {
@@ -136,6 +138,7 @@ void kel_store_describe(const kel_store *store, kel_store_description *descripti
     description->size = header.arena.size;
     description->blocks = header.arena.blocks;
     description->block_bytes = header.arena.block_bytes;
+    description->free_bytes = store->allocator.free_bytes();
     description->committed = header.committed;
     description->rolled_back = header.rolled_back;
     description->transactions = store->open_transactions();
@@ -149,6 +152,7 @@ void kel_store_describe(const kel_store *store, kel_store_description *descripti
         description->writable = part.folder().control.is_writable() ? 1 : 0;
         description->log_end = part.follower().position();
         description->log_bytes = description->log_end - control.checkpoint.load();
+        description->commit_time = control.change_time.load(std::memory_order_relaxed);
     }
     description->types = static_cast<std::uint32_t>(tree_size(header.types));
 }

@@ -4,7 +4,6 @@
 #include <pthread.h>
 #include <signal.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -14,10 +13,6 @@
 namespace tarnbase::runtime {
 
 namespace {
-
-// Where a process may not map the whole capacity twice, the second image has space for a store
-// that has grown meanwhile.
-constexpr std::uint64_t spare_bytes = 64ULL << 20;
 
 // Signals are for the program's own threads.
 class SignalsBlocked {
@@ -37,7 +32,9 @@ class SignalsBlocked {
 
 }  // namespace
 
-Checkpointer::~Checkpointer() {
+Checkpointer::~Checkpointer() { wait(); }
+
+void Checkpointer::wait() {
     if (thread_ != nullptr && thread_->joinable()) thread_->join();
 }
 
@@ -61,13 +58,8 @@ std::uint32_t Checkpointer::make(std::uint64_t size) {
 std::uint32_t Checkpointer::make_locked(std::uint64_t size) {
     ControlPage &control = store_.control.page();
     Image image;
-    const std::uint64_t front = std::min(size + spare_bytes, control.capacity);
-    if (const auto error = image.region.map_front(nullptr, control.capacity, front)) {
-        return fail(error, "%s: cannot map a second image: %s", store_.path.c_str(),
-                    std::strerror(static_cast<int>(error)));
-    }
     Follower follower(store_, image);
-    if (const std::uint32_t error = follower.load()) return error;
+    if (const std::uint32_t error = follower.load_second(size)) return error;
     const int folder = store_.folder.descriptor();
     if (follower.position() != control.checkpoint.load()) {
         CheckpointHead head{};

@@ -27,6 +27,8 @@ class Checkpointer {
     std::uint32_t make(std::uint64_t size);
     // The same in the background. A failure leaves the log as long as it is.
     void start(std::uint64_t size);
+    // Waits for the end of what `start` began.
+    void wait();
     // In a child process the thread doesn't exist.
     void forget_thread();
 

@@ -2,21 +2,15 @@
 #include "runtime/store/file.h"
 
 #include <fcntl.h>
-#include <stdio.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <random>
-#include <string>
-#include <system_error>
 
 #include "runtime/base/error_text.h"
+#include "runtime/store/new_folder.h"
 #include "runtime/store/store.h"
 
 namespace tarnbase::runtime {
@@ -68,52 +62,6 @@ std::uint32_t map_new(const char *path, std::uint64_t capacity, void *base, Regi
     return error == 0 ? 0 : fail_map(path, error, base, capacity);
 }
 
-constexpr const char *working_suffix = ".new.";
-
-// A folder next to `path` for a store that isn't complete yet. It is locked as long as its
-// maker lives. The destructor removes it unless it was renamed.
-class WorkingFolder {
- public:
-    explicit WorkingFolder(const char *path)
-        : name_(path + std::string(working_suffix) + std::to_string(std::random_device{}())) {
-        if (::mkdir(name_.c_str(), 0777) != 0) return;
-        folder = File(::open(name_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (folder.is_open()) ::flock(folder.descriptor(), LOCK_EX);
-    }
-    WorkingFolder(const WorkingFolder &) = delete;
-    WorkingFolder &operator=(const WorkingFolder &) = delete;
-    ~WorkingFolder() {
-        std::error_code ignored;
-        if (!renamed_) std::filesystem::remove_all(name_, ignored);
-    }
-
-    // False: errno says why, EEXIST that there is something of that name.
-    bool rename_to(const char *path) {
-        renamed_ = ::renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, path, RENAME_NOREPLACE) == 0;
-        return renamed_;
-    }
-
-    File folder;
-
- private:
-    std::string name_;
-    bool renamed_ = false;
-};
-
-// Removes the working folders of processes that ended while they created this store.
-void remove_working_folders(const char *path) {
-    const std::filesystem::path store(path);
-    const std::string prefix = store.filename().string() + working_suffix;
-    std::error_code ignored;
-    const auto parent = store.has_parent_path() ? store.parent_path() : ".";
-    for (const auto &entry : std::filesystem::directory_iterator(parent, ignored)) {
-        if (entry.path().filename().string().rfind(prefix, 0) != 0) continue;
-        const File folder(::open(entry.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (!folder.is_open() || ::flock(folder.descriptor(), LOCK_EX | LOCK_NB) != 0) continue;
-        std::filesystem::remove_all(entry.path(), ignored);
-    }
-}
-
 // Stores of the first format were one file.
 std::uint32_t fail_file(const char *path) {
     constexpr char first_magic[] = "TARNBASE";
@@ -150,15 +98,15 @@ std::uint32_t check_options(const char *what, const kel_store_options *options) 
 }
 
 std::uint32_t create_files(const char *path, std::uint64_t capacity, void *base, kel_store &store) {
-    if (::access(path, F_OK) == 0) return fail(EEXIST, "%s: %s", path, std::strerror(EEXIST));
-    remove_working_folders(path);
+    NewFolder made;
+    if (const std::uint32_t error = made.begin(path, 0777)) return error;
     if (const std::uint32_t error = map_new(path, capacity, base, store.region)) return error;
     store.format(store.region.base());
-    WorkingFolder working(path);
-    if (!working.folder.is_open()) return fail_errno(path);
+    if (const std::uint32_t error = made.fill(store)) return error;
     store.sharing = std::make_unique<Sharing>(store);
-    if (const auto error = store.sharing->create(path, std::move(working.folder))) return error;
-    return working.rename_to(path) ? 0 : fail_errno(path);
+    if (const auto error = store.sharing->open(path, std::move(made.folder))) return error;
+    if (const std::uint32_t error = store.sharing->load()) return error;
+    return made.finish();
 }
 
 std::uint32_t open_files(const char *path, kel_store &store) {

@@ -14,6 +14,10 @@ namespace {
 // While a checkpoint is opened, a newer one may replace it. That often in a row it can't.
 constexpr int most_attempts = 100;
 
+// Where a process may not map the whole capacity twice, the second image has space for a store
+// that has grown meanwhile.
+constexpr std::uint64_t spare_bytes = 64ULL << 20;
+
 }  // namespace
 
 std::uint32_t Follower::fail_damaged(const char *what) const {
@@ -70,6 +74,16 @@ std::uint32_t Follower::load() {
         if (error != ENOENT) return error;
     }
     return fail(ENOENT, "%s: a part of the log is missing", store_.path.c_str());
+}
+
+std::uint32_t Follower::load_second(std::uint64_t size) {
+    const std::uint64_t capacity = store_.control.page().capacity;
+    const std::uint64_t front = std::min(size + spare_bytes, capacity);
+    if (const std::uint32_t error = image_.region.map_front(nullptr, capacity, front)) {
+        return fail(error, "%s: cannot map a second image: %s", store_.path.c_str(),
+                    std::strerror(static_cast<int>(error)));
+    }
+    return load();
 }
 
 std::uint32_t Follower::open_log() {

@@ -28,6 +28,9 @@ class Follower {
     // store's capacity. Returns 0, or sets the error text: EBADMSG a file is damaged; and errno
     // numbers of its files.
     std::uint32_t load();
+    // Maps the region of a second image anywhere, and loads that. `size` is the store's, as far as
+    // it is known.
+    std::uint32_t load_second(std::uint64_t size);
     // Applies what was published since. Errors as above: the image stays as it was after the
     // last good frame.
     std::uint32_t catch_up();

@@ -5,9 +5,11 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
-#include <random>
+#include <thread>
 
+#include "runtime/base/clock.h"
 #include "runtime/base/error_text.h"
+#include "runtime/control/futex.h"
 #include "runtime/store/record_block.h"
 #include "tarnbase/runtime.h"
 
@@ -19,13 +21,6 @@ namespace {
 // blocks' bytes if that is more.
 constexpr std::uint64_t least_log = 1ULL << 20;
 
-StoreId random_id() {
-    std::random_device source;
-    StoreId id;
-    for (std::uint8_t &byte : id) byte = static_cast<std::uint8_t>(source());
-    return id;
-}
-
 }  // namespace
 
 Sharing::~Sharing() {
@@ -36,44 +31,22 @@ Sharing::~Sharing() {
     }
 }
 
-std::uint32_t Sharing::create(const char *path, File folder) {
-    folder_.path = path;
-    folder_.folder = std::move(folder);
-    const int descriptor = folder_.folder.descriptor();
-    CheckpointHead head{};
-    head.id = random_id();
-    head.base = reinterpret_cast<std::uintptr_t>(image_.header->base);
-    head.capacity = image_.header->capacity;
-    Segment first;
-    std::uint32_t error = write_checkpoint(descriptor, head, image_.bytes());
-    if (error == 0) error = first.create(descriptor, head.id, 0, 0);
-    if (error == 0) error = Processes::create(descriptor);
-    if (error == 0) error = folder_.control.create(descriptor, head.id, head.base, head.capacity);
-    if (error == 0) {
-        error = open(path, std::move(folder_.folder));
-        return error == 0 ? register_process() : error;
-    }
-    return fail(error, "%s: %s", path, std::strerror(static_cast<int>(error)));
-}
-
 std::uint32_t Sharing::open(const char *path, File folder) {
     folder_.path = path;
     folder_.folder = std::move(folder);
     return folder_.control.open(folder_.folder.descriptor(), path);
 }
 
-std::uint32_t Sharing::register_process() {
-    if (!folder_.control.is_writable()) return 0;
-    const std::uint32_t error =
-        lock_.attach(folder_.folder.descriptor(), folder_.control.page().lock);
-    if (error == 0) return 0;
-    return fail(error, "%s: cannot register the process: %s", folder_.path.c_str(),
-                std::strerror(static_cast<int>(error)));
-}
-
 std::uint32_t Sharing::load() {
-    const std::uint32_t error = register_process();
-    return error == 0 ? follower_.load() : error;
+    if (folder_.control.is_writable()) {
+        const std::uint32_t error =
+            lock_.attach(folder_.folder.descriptor(), folder_.control.page().lock);
+        if (error != 0) {
+            return fail(error, "%s: cannot register the process: %s", folder_.path.c_str(),
+                        std::strerror(static_cast<int>(error)));
+        }
+    }
+    return follower_.load();
 }
 
 std::uint32_t Sharing::check_may_write() const {
@@ -109,6 +82,11 @@ std::uint32_t Sharing::become_writer() {
     return error;
 }
 
+bool Sharing::holder(Holder &holder) const {
+    if (folder_.control.is_writable() && !lock_.is_inherited()) return lock_.holder(holder);
+    return WriterLock::shown_holder(folder_.control.page().lock, holder);
+}
+
 std::uint32_t Sharing::fail_locked() {
     Holder holder{};
     const std::string who = lock_.holder(holder) ? holder_text(holder) : "it was just released";
@@ -126,6 +104,7 @@ std::uint32_t Sharing::give_up_writing() {
         changes_.clear();
         follower_.load();
     }
+    checkpoint_if_due();
     lock_.release();
     return error;
 }
@@ -156,11 +135,22 @@ std::uint32_t Sharing::publish() {
                     std::strerror(static_cast<int>(error)));
     }
     follower_.advance(log_);
+    folder_.control.page().change_time.store(coarse_time(), std::memory_order_relaxed);
     folder_.control.publish(log_.position());
     changes_.clear();
     has_lasting_changes = false;
-    checkpoint_if_due();
+    // A checkpoint can't remove the segment in which it ends. A failure leaves it as it is.
+    if (log_.has_long_segment()) begin_segment();
     return 0;
+}
+
+// Publishes an empty frame in a new segment.
+void Sharing::begin_segment() try {
+    frame_.clear();
+    if (log_.append_to_new(frame_.finish(follower_.sequence() + 1)) != 0) return;
+    follower_.advance(log_);
+    folder_.control.publish(log_.position());
+} catch (const std::bad_alloc &) {
 }
 
 void Sharing::checkpoint_if_due() {
@@ -172,6 +162,26 @@ void Sharing::checkpoint_if_due() {
 std::uint32_t Sharing::make_checkpoint() {
     if (const std::uint32_t error = check_may_write()) return error;
     return checkpointer_.make(image_.header->arena.size);
+}
+
+std::uint32_t Sharing::compact() {
+    const bool was_writer = is_writer();
+    if (!was_writer) {
+        if (const std::uint32_t error = become_writer()) return error;
+    }
+    begin_segment();
+    if (!was_writer) {
+        if (const std::uint32_t error = give_up_writing()) return error;
+    }
+    checkpointer_.wait();
+    // One that another process is making may be of a position before the new segment.
+    Deadline deadline(lock_timeout);
+    std::uint32_t error = checkpointer_.make(image_.header->arena.size);
+    while (error == EBUSY && !deadline.is_over()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        error = checkpointer_.make(image_.header->arena.size);
+    }
+    return error;
 }
 
 bool Sharing::wait(std::int64_t milliseconds) const {

@@ -22,8 +22,6 @@ class Sharing {
     Sharing &operator=(const Sharing &) = delete;
     ~Sharing();
 
-    // Makes the files of a new store from the image, in an empty folder.
-    std::uint32_t create(const char *path, File folder);
     // Opens the files of a store. The image's region is mapped after that.
     std::uint32_t open(const char *path, File folder);
     // Registers the process as one that may write, if it may, and loads the image.
@@ -52,18 +50,25 @@ class Sharing {
     void refuse_write(const void *address, std::uint64_t length);
     void refuse_block(const char *what);
 
+    // Whether a process has the lock, and which, as far as it is known.
+    bool holder(Holder &holder) const;
+
     std::uint32_t make_checkpoint();
+    // Begins one in the background if the log is long for what is in use.
+    void checkpoint_if_due();
+    // Makes the files as short as they can be. Errors: those of `become_writer` and
+    // `make_checkpoint`.
+    std::uint32_t compact();
     bool wait(std::int64_t milliseconds) const;
     std::int64_t lock_timeout = -1;  // milliseconds; negative: no limit
     std::uint64_t locks = 0;         // calls of kel_store_lock that aren't undone
 
  private:
-    std::uint32_t register_process();
     std::uint32_t fail_locked();
     std::uint32_t check_may_write() const;
     std::uint32_t check_not_inherited() const;
     std::uint32_t append_frame();
-    void checkpoint_if_due();
+    void begin_segment();
 
     Image &image_;
     StoreFolder folder_;

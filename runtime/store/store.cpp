@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/store.h"
 
+#include <cerrno>
+
+#include "runtime/base/error_text.h"
 #include "runtime/store/open_stores.h"
 #include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
@@ -26,6 +29,13 @@ bool kel_store::fails_on_purpose() {
     return allocations_until_failure != 0 && --allocations_until_failure == 0;
 }
 
+void *kel_store::fail_allocation(std::uint64_t size) const {
+    tarnbase::runtime::fail(ENOMEM, "%s: no memory for a block of %llu bytes",
+                            path.empty() ? "private store" : path.c_str(),
+                            static_cast<unsigned long long>(size));
+    return nullptr;
+}
+
 // Whether this process may change the image. What is changed outside of transactions lasts.
 bool kel_store::may_change(std::uint32_t tx_id) {
     if (sharing == nullptr) return true;
@@ -35,7 +45,7 @@ bool kel_store::may_change(std::uint32_t tx_id) {
 }
 
 void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
-    if (fails_on_purpose()) return nullptr;
+    if (fails_on_purpose()) return fail_allocation(size);
     // An open that needed no new block leaves its refusal to any later allocation.
     const bool is_refused = tarnbase::runtime::take_table_refusal();
     if (is_refused && tx_id == KEL_TX_NONE && size == sizeof(kel_table)) return nullptr;
@@ -45,9 +55,9 @@ void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     }
     TransactionSlot *slot = transaction(tx_id);
     // Without a log entry a rollback would lose the block.
-    if (slot != nullptr && !slot->undo.reserve()) return nullptr;
+    if (slot != nullptr && !slot->undo.reserve()) return fail_allocation(size);
     void *block = allocator.allocate(size);
-    if (block == nullptr) return nullptr;
+    if (block == nullptr) return fail_allocation(size);
     if (slot != nullptr) slot->undo.allocated(block);
     if (sharing != nullptr) sharing->changes().allocated(offset_of(block));
     return block;

@@ -66,6 +66,8 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
 
  private:
     bool fails_on_purpose();
+    // Returns null.
+    void *fail_allocation(std::uint64_t size) const;
     bool may_change(std::uint32_t tx_id);
     std::uint32_t publish_commit(const tarnbase::runtime::TransactionSlot &slot);
     bool others_have_changes(const tarnbase::runtime::TransactionSlot &slot) const;

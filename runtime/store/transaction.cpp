@@ -62,9 +62,11 @@ std::uint32_t kel_store::begin(std::uint32_t *tx_id) {
 void kel_store::close_slot(TransactionSlot &slot) {
     slot.undo.clear();
     slot.id = 0;
-    if (sharing != nullptr && sharing->is_writer() && sharing->locks == 0 &&
-        !has_open_transaction()) {
+    if (sharing == nullptr || !sharing->is_writer()) return;
+    if (sharing->locks == 0 && !has_open_transaction()) {
         sharing->give_up_writing();
+    } else {
+        sharing->checkpoint_if_due();
     }
 }
 

@@ -136,6 +136,7 @@ TEST_F(Allocator, a_store_ends_with_its_last_page_in_use) {
               store.describe().size - front - store.describe().block_bytes);
     store.release(large);
     EXPECT_EQ(store.describe().size, front + 18 * 65536);
+    EXPECT_EQ(store.describe().free_bytes, 2 * 65536 - store.describe().block_bytes);
     store.release(high);
     EXPECT_EQ(store.describe().size, front + 65536);
     store.release(low);

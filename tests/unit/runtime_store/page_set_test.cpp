@@ -33,6 +33,10 @@ class PageSets : public ::testing::TestWithParam<std::uint64_t> {
     void verify() const {
         ASSERT_EQ(set.first(), model.empty() ? std::nullopt : std::optional(*model.begin()));
         ASSERT_EQ(set.last(), model.empty() ? std::nullopt : std::optional(*model.rbegin()));
+        for (const std::uint64_t end : {std::uint64_t{0}, limit / 2, limit}) {
+            const auto below = std::distance(model.begin(), model.lower_bound(end));
+            ASSERT_EQ(set.count_below(end), static_cast<std::uint64_t>(below)) << end;
+        }
         for (const std::uint64_t count : {1U, 2U, 3U, 70U}) {
             ASSERT_EQ(set.first_run(count), first_run_of_model(count)) << count;
         }

@@ -2,8 +2,12 @@
 // A store in two processes at once, and after one that was killed.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <ctime>
 #include <string>
+#include <vector>
 
 #include "tests/support/trace.h"
 #include "tests/unit/runtime_store/peer.h"
@@ -270,6 +274,133 @@ TEST_F(StoreProcess, a_reader_whose_part_of_the_log_was_removed_goes_on_from_the
     for (std::uint64_t i = 1; i <= 300; ++i) {
         EXPECT_EQ(*reader.find(("block " + std::to_string(i)).c_str()), i);
     }
+}
+
+TEST_F(StoreProcess, the_writer_is_described) {
+    Peer peer(hold_the_lock, path.c_str());
+    const OpenStore store(path.c_str());
+    kel_store_writer writer;
+    EXPECT_EQ(kel_store_describe_writer(store.store, &writer), std::uint32_t{ENOENT});
+    ASSERT_TRUE(peer.tell() && peer.await());
+    ASSERT_EQ(kel_store_describe_writer(store.store, &writer), 0U) << kel_error_text();
+    EXPECT_EQ(writer.pid, static_cast<std::uint32_t>(peer.process()));
+    EXPECT_EQ(std::string(writer.command), std::string("runtime_store_test").substr(0, 15));
+    EXPECT_LT(std::time(nullptr) - static_cast<std::time_t>(writer.since / 1'000'000'000), 60);
+    ASSERT_TRUE(peer.tell() && peer.await());
+    EXPECT_EQ(kel_store_describe_writer(store.store, &writer), std::uint32_t{ENOENT});
+    ASSERT_TRUE(peer.tell());
+    EXPECT_EQ(peer.join(), 0);
+}
+
+// Commits two numbers that are always the same, until it is killed.
+int commit_pairs(Peer &test, const char *path) {
+    TARN_PEER_EXPECT(test.await());
+    const OpenStore store(path);
+    TARN_PEER_EXPECT(store.error == 0);
+    std::uint64_t *first = store.find("first");
+    std::uint64_t *second = store.find("second");
+    TARN_PEER_EXPECT(test.tell());
+    for (std::uint64_t i = 1;; ++i) {
+        TARN_PEER_EXPECT(store.change([&](std::uint32_t tx) {
+            store.set(tx, first, i);
+            store.set(tx, second, i);
+        }) == 0);
+    }
+}
+
+class BesideAWriter : public StoreProcess {
+ protected:
+    void begin() {
+        {
+            const OpenStore store(path.c_str());
+            ASSERT_EQ(store.change([&](std::uint32_t) {
+                store.make("first");
+                store.make("second");
+            }),
+                      0U);
+        }
+        ASSERT_TRUE(peer.tell() && peer.await());
+    }
+
+    Peer peer{commit_pairs, path.c_str()};
+};
+
+TEST_F(BesideAWriter, a_backup_is_a_consistent_store_of_its_own) {
+    begin();
+    std::uint64_t last = 0;
+    for (int i = 0; i < 20 && !HasFailure(); ++i) {
+        const std::string copy = path + "." + std::to_string(i);
+        {
+            const OpenStore store(path.c_str());
+            ASSERT_EQ(kel_store_backup(store.store, copy.c_str()), 0U) << kel_error_text();
+            EXPECT_EQ(kel_store_backup(store.store, copy.c_str()), std::uint32_t{EEXIST});
+        }
+        const OpenStore made(copy.c_str());
+        ASSERT_EQ(made.error, 0U) << kel_error_text();
+        EXPECT_EQ(*made.find("first"), *made.find("second"));
+        EXPECT_GE(*made.find("first"), last);
+        last = *made.find("first");
+        ASSERT_EQ(made.change([&](std::uint32_t tx) { made.set(tx, made.find("first"), 1); }), 0U);
+    }
+    EXPECT_GT(last, 0U);
+    peer.kill();
+}
+
+TEST_F(BesideAWriter, a_store_is_compacted) {
+    begin();
+    const OpenStore store(path.c_str());
+    for (int i = 0; i < 20 && !HasFailure(); ++i) {
+        ASSERT_EQ(kel_store_compact(store.store), 0U) << kel_error_text();
+        ASSERT_EQ(kel_store_refresh(store.store), 0U) << kel_error_text();
+        EXPECT_EQ(*store.find("first"), *store.find("second"));
+    }
+    peer.kill();
+}
+
+TEST_F(StoreProcess, files_are_short_again_after_everything_was_deleted) {
+    const OpenStore store(path.c_str());
+    kel_store_files files;
+    ASSERT_EQ(kel_store_describe_files(store.store, &files), 0U) << kel_error_text();
+    EXPECT_LE(files.bytes, 256U << 10);
+    EXPECT_GT(files.checkpoint_time, 0U);
+    const std::uint64_t first = files.bytes;
+    std::vector<std::uint64_t *> blocks;
+    ASSERT_EQ(store.change([&](std::uint32_t) {
+        for (int i = 0; i < 5000; ++i) blocks.push_back(store.make("block", 2000));
+        for (std::uint64_t *block : blocks) std::fill_n(block, 250, 1U);
+    }),
+              0U);
+    ASSERT_EQ(kel_store_compact(store.store), 0U) << kel_error_text();
+    ASSERT_EQ(kel_store_describe_files(store.store, &files), 0U);
+    EXPECT_GT(files.checkpoint_bytes, 9U << 20);
+    EXPECT_LT(files.bytes, 12U << 20);
+    ASSERT_EQ(store.change([&](std::uint32_t tx) {
+        for (std::uint64_t *block : blocks) store.handle->free_hook(store.handle->arena, tx, block);
+        loam_delete_key(store.handle->arena, "block");
+    }),
+              0U);
+    ASSERT_EQ(kel_store_compact(store.store), 0U) << kel_error_text();
+    ASSERT_EQ(kel_store_describe_files(store.store, &files), 0U);
+    EXPECT_LE(files.bytes, first + (64U << 10));
+}
+
+TEST_F(StoreProcess, the_time_of_the_last_commit_is_known) {
+    const OpenStore store(path.c_str());
+    EXPECT_EQ(store.describe().commit_time, 0U);
+    ASSERT_EQ(store.change([&](std::uint32_t) { store.make("number"); }), 0U);
+    const auto seconds = static_cast<std::time_t>(store.describe().commit_time / 1'000'000'000);
+    EXPECT_LT(std::abs(std::time(nullptr) - seconds), 60);
+}
+
+TEST_F(StoreProcess, the_number_of_an_error_says_why_there_was_no_memory) {
+    const OpenStore store(path.c_str());
+    const TraceCapture trace;
+    EXPECT_EQ(store.handle->alloc_hook(store.handle->arena, KEL_TX_NONE, 8), nullptr);
+    EXPECT_EQ(kel_error_number(), std::uint32_t{EPERM});
+    ASSERT_EQ(kel_store_lock(store.store), 0U);
+    EXPECT_EQ(store.handle->alloc_hook(store.handle->arena, KEL_TX_NONE, small_capacity), nullptr);
+    EXPECT_EQ(kel_error_number(), std::uint32_t{ENOMEM});
+    ASSERT_EQ(kel_store_unlock(store.store), 0U);
 }
 
 }  // namespace
