@@ -105,6 +105,45 @@ TEST(Store, WaitingEndsWithoutACommit) {
     EXPECT_EQ(tarn::store::create_private().try_wait(0).error().number(), EINVAL);
 }
 
+TEST(Store, AChangeOutsideOfATransactionIsRefusedWithTheReason) {
+    const File file;
+    const tarn::store store = tarn::store::create(file.path);
+    tarn::session session(store);
+    auto table = [&] {
+        tarn::transaction transaction(session);
+        auto made = servers(session);
+        add(made, "ldap1", 7);
+        transaction.commit();
+        return made;
+    }();
+    const tarn::error error = thrown_by([&] { table.make("ldap2"); });
+    EXPECT_EQ(error.number(), static_cast<std::uint32_t>(EPERM));
+    EXPECT_NE(std::string(error.what())
+                  .find("an allocation outside of a transaction, and the process isn't the writer"),
+              std::string::npos)
+        << error.what();
+    EXPECT_EQ(table.size(), 1U);
+}
+
+TEST(Store, ABackupIsAStoreOfItsOwn) {
+    const File file;
+    const File copy{file.path + ".copy"};
+    {
+        tarn::store store = tarn::store::create(file.path);
+        tarn::session session(store);
+        tarn::transaction transaction(session);
+        add(servers(session), "ldap1", 7);
+        transaction.commit();
+        store.compact();
+        store.back_up(copy.path);
+        EXPECT_EQ(thrown_by([&] { store.back_up(copy.path); }).code(), std::errc::file_exists);
+        EXPECT_EQ(tarn::store::create_private().try_back_up(copy.path).error().number(), EINVAL);
+    }
+    const tarn::store store = tarn::store::open(copy.path);
+    const tarn::session session(store);
+    EXPECT_EQ(tarn::table<tarn::ldap_conn>::open(session, "ldap").find("ldap1")->num_conns(), 7U);
+}
+
 TEST(Store, RecordsOfAFileHaveTheStoresOwnDescriptors) {
     const File file;
     const tarn::store store = tarn::store::open_or_create(file.path);

@@ -68,6 +68,10 @@ inline std::string meaning_of(std::uint32_t number) {
 
 /// Returns: the error of an operation, which `doing` and `item` name.
 inline error make_error(std::uint32_t number, const char *doing, const char *item) {
+    // The C interface reports an allocation that the store refused as one without memory.
+    if (number == ENOMEM && kel_error_number() == EPERM) {
+        return {EPERM, std::string(doing) + " " + item + ": " + kel_error_text()};
+    }
     return {number, std::string(doing) + " " + item + ": " + meaning_of(number)};
 }
 

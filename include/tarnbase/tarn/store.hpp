@@ -74,6 +74,10 @@ class store {
     }
     /// As try_refresh; throws.
     void refresh() { try_refresh().value(); }
+    /// As try_compact; throws.
+    void compact() { try_compact().value(); }
+    /// As try_back_up; throws.
+    void back_up(const std::string &path) const { try_back_up(path).value(); }
     /// As try_wait; throws.
     bool wait(std::int64_t milliseconds) const { return try_wait(milliseconds).value(); }
 #endif
@@ -92,6 +96,20 @@ class store {
         const std::uint32_t status = kel_store_wait(store_, milliseconds);
         if (status != 0 && status != ETIMEDOUT) return detail::last_failure(status);
         return status == 0;
+    }
+    /// Makes the store's files as short as they can be, while other processes use it.
+    /// Errors: as kel_store_compact.
+    result<void> try_compact() {
+        const std::uint32_t status = kel_store_compact(store_);
+        if (status != 0) return detail::last_failure(status);
+        return {};
+    }
+    /// Makes a store of the name `path` with what is committed now; nobody waits.
+    /// Errors: EEXIST the path exists; as kel_store_backup.
+    result<void> try_back_up(const std::string &path) const {
+        const std::uint32_t status = kel_store_backup(store_, path.c_str());
+        if (status != 0) return detail::last_failure(status);
+        return {};
     }
     /// Sets how long transactions wait for another process's; negative: without limit.
     void set_lock_timeout(std::int64_t milliseconds) noexcept {
