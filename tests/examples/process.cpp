@@ -91,6 +91,12 @@ bool Process::wait_for(const std::string &text) {
 
 void Process::send(int signal) const { kill(pid_, signal); }
 
+bool Process::is_running() const {
+    siginfo_t ended{};
+    check(waitid(P_PID, id_t(pid_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0, "waitid");
+    return ended.si_pid == 0;
+}
+
 Outcome Process::finish() {
     while (read_error()) continue;
     int status = 0;

@@ -28,6 +28,8 @@ class Process {
     // Waits until standard error holds `text`. False if the program ends before, or hangs.
     bool wait_for(const std::string &text);
     void send(int signal) const;
+    pid_t pid() const { return pid_; }
+    bool is_running() const;
     // Waits for the end.
     Outcome finish();
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
 #include "tarnbase/tarnbase.h"
 #include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
@@ -226,6 +228,47 @@ TEST_F(Set, WhileATransactionIsOpenFailsAsBusy) {
                   0);
         ASSERT_EQ(kel_transaction_rollback(handle, tx_id), 0U);
     });
+}
+
+TEST_F(Set, WaitsForTheWriterAndSaysForWhom) {
+    with_store(store, [&](kel_handle *handle) {
+        uint32_t tx_id = 0;
+        ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
+        example_test::Process process({TARNCTL, "set", "ldap_conn", "a.example", "num_conns=9",
+                                       "--wait", "60", "--store", store});
+        const std::string text = "tarnctl: waiting for " + std::to_string(getpid()) +
+                                 " (tarnctl_test), the writer since 20";
+        EXPECT_TRUE(process.wait_for(text));
+        ASSERT_EQ(kel_transaction_rollback(handle, tx_id), 0U);
+        const Outcome outcome = process.finish();
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    });
+    EXPECT_EQ(connections(store, "a.example"), 9U);
+}
+
+TEST_F(Set, WaitsNoLongerThanItIsTold) {
+    change_store(store, [&](kel_handle *) {
+        for (const std::vector<std::string> &words :
+             {std::vector<std::string>{"set", "ldap_conn", "a.example", "num_conns=9"},
+              {"delete", "ldap_conn", "a.example"},
+              {"insert", "ldap_conn", "sname=new"},
+              {"table", "create", "ldap_conn:new"},
+              {"table", "drop", "--force", "ldap_conn"},
+              {"store", "compact"}}) {
+            std::vector<std::string> arguments = words;
+            arguments.insert(arguments.end(), {"--wait", "0"});
+            const Outcome outcome = on_store(arguments);
+            EXPECT_EQ(outcome.exit_code, 5) << words[0];
+            EXPECT_EQ(outcome.err.find("waiting for"), std::string::npos) << outcome.err;
+        }
+        const Outcome outcome =
+            on_store({"set", "ldap_conn", "a.example", "num_conns=9", "--wait", "1.1"});
+        EXPECT_EQ(outcome.exit_code, 5);
+        EXPECT_TRUE(holds(outcome.err, "tarnctl: waiting for ")) << outcome.err;
+        EXPECT_TRUE(holds(outcome.err, "another process is the writer: held by")) << outcome.err;
+    });
+    EXPECT_EQ(on_store({"set", "ldap_conn", "a.example", "num_conns=9", "--wait", "-1"}).exit_code,
+              2);
 }
 
 }  // namespace

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
+#include "tarnbase/tarnbase.h"
 #include "tests/examples/json.h"
 #include "tests/tarnctl/look.h"
 #include "tests/tarnctl/tarnctl.h"
@@ -92,6 +96,117 @@ TEST_F(Store, ShowsTheSameToAReader) {
     for (const char *part : {"capacity", "in use", "base address", "0 open, 0 committed",
                              "tbl_dot1xAuthConfigEntry_op:more_ports", "RECORDS"})
         EXPECT_NE(outcome.out.find(part), std::string::npos) << part << "\n" << outcome.out;
+}
+
+TEST_F(Store, ShowsItsFiles) {
+    ASSERT_EQ(tarnctl({"store", "create", made}).exit_code, 0);
+    const json report = info(made);
+    EXPECT_LE(report["disk"], 256 << 10) << "of an empty store";
+    EXPECT_EQ(report["free"], 0);
+    EXPECT_EQ(report["reclaimable"], 0);
+    EXPECT_GT(report["checkpoint"]["disk"], 0);
+    EXPECT_EQ(report["checkpoint"]["time"].get<std::string>().size(),
+              std::string("2026-01-01T00:00:00.000Z").size());
+    EXPECT_EQ(report["log"]["bytes"], 0);
+    EXPECT_EQ(report["log"]["disk"], 65536);
+    EXPECT_TRUE(report["last_commit"].is_null());
+    EXPECT_TRUE(report["writer"].is_null());
+    EXPECT_GT(info(store)["log"]["bytes"], 0);
+    EXPECT_TRUE(info(store)["last_commit"].is_string());
+    const Outcome outcome = on_store({"store", "info"});
+    for (const char *part : {"\nwriter        none\n", "\nlast commit   ", " s ago\n",
+                             "\ncheckpoint    ", " after the checkpoint; ", " reclaimable\n"})
+        EXPECT_NE(outcome.out.find(part), std::string::npos) << part << "\n" << outcome.out;
+}
+
+TEST_F(Store, ShowsItsWriter) {
+    change_store(store, [this](kel_handle *) {
+        const json writer = info(store)["writer"];
+        EXPECT_EQ(writer["pid"], getpid());
+        EXPECT_EQ(writer["command"], "tarnctl_test");
+        EXPECT_TRUE(writer["since"].is_string());
+        const Outcome outcome = on_store({"store", "info"});
+        const std::string line =
+            "\nwriter        " + std::to_string(getpid()) + " (tarnctl_test) since 20";
+        EXPECT_TRUE(holds(outcome.out, line)) << outcome.out;
+    });
+    EXPECT_TRUE(info(store)["writer"].is_null());
+}
+
+// Sets the connections of two records to the same numbers until the process ends.
+void write_beside(const std::string &store, example_test::Process &process) {
+    with_store(store, [&](kel_handle *handle) {
+        uint32_t err = 0;
+        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
+        std::vector<st_ldap_conn *> objects;
+        for (const char *server : {"a.example", "b.example"}) {
+            kel_vstring name;
+            kel_vstring_refer(&name, server, 9);
+            kel_record *record = tbl_ldap_conn_st_ldap_conn_sname_search_w_src(
+                handle, KEL_TX_NONE, table, &name, 1, &err);
+            objects.push_back(tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record));
+        }
+        for (uint32_t i = 100; process.is_running(); ++i) {
+            uint32_t tx_id = 0;
+            ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
+            for (st_ldap_conn *object : objects)
+                st_ldap_conn_num_conns_set_value(handle, tx_id, object, i, &err);
+            ASSERT_EQ(kel_transaction_commit(handle, tx_id), 0U);
+        }
+        ASSERT_EQ(err, 0U);
+    });
+}
+
+TEST_F(Store, IsCopiedWhileAnotherProcessWrites) {
+    for (int i = 0; i < 5; ++i) {
+        const std::string copy = made + std::to_string(i);
+        example_test::Process process({TARNCTL, "store", "backup", store, copy});
+        write_beside(store, process);
+        const Outcome outcome = process.finish();
+        ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(connections(copy, "b.example"),
+                  connections(copy, "a.example") == 1U ? 2U : connections(copy, "a.example"));
+        EXPECT_EQ(connection_records(copy), 5U);
+        EXPECT_EQ(tarnctl({"set", "ldap_conn", "a.example", "num_conns=9", "-s", copy}).exit_code,
+                  0);
+    }
+}
+
+TEST_F(Store, IsNotCopiedOverAnother) {
+    const Outcome outcome = tarnctl({"store", "backup", store, store});
+    EXPECT_EQ(outcome.exit_code, 4);
+    EXPECT_NE(outcome.err.find(store), std::string::npos) << outcome.err;
+    EXPECT_EQ(tarnctl({"store", "backup", directory / "none", made}).exit_code, 4);
+    EXPECT_EQ(tarnctl({"store", "backup", store}).exit_code, 2);
+    EXPECT_FALSE(std::filesystem::exists(made));
+}
+
+TEST_F(Store, IsCompactedWhileAnotherProcessWrites) {
+    for (int i = 0; i < 5; ++i) {
+        example_test::Process process({TARNCTL, "store", "compact", "--wait", "60", store});
+        write_beside(store, process);
+        const Outcome outcome = process.finish();
+        ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+        EXPECT_TRUE(holds(outcome.out, " on disk, ")) << outcome.out;
+        EXPECT_EQ(connections(store, "a.example"), connections(store, "b.example"));
+    }
+}
+
+TEST_F(Store, ReturnsTheSpaceOfDeletedRecords) {
+    ASSERT_EQ(tarnctl({"store", "create", made}).exit_code, 0);
+    std::string orders;
+    for (int i = 0; i < 5000; ++i)
+        orders += "insert --create ldap_conn sname=server" + std::to_string(i) + ".example.net\n";
+    ASSERT_EQ(tarnctl({"insert", "-", "-s", made}, orders).exit_code, 0);
+    ASSERT_EQ(tarnctl({"delete", "ldap_conn", "--all", "-s", made}).exit_code, 0);
+    const Outcome outcome = tarnctl({"store", "compact", "--json", made});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+    const json report = example_test::json_of(outcome.out);
+    EXPECT_GT(report["before"], report["after"]);
+    EXPECT_EQ(report["after"], info(made)["disk"]);
+    EXPECT_LE(report["after"], 1 << 20);
+    EXPECT_EQ(info(made)["reclaimable"], 0);
 }
 
 TEST_F(Store, ThatIsInvalidIsAStoreError) {

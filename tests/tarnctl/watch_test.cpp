@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl watch while other processes change the store.
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <memory>
 #include <sstream>
+#include <thread>
 
 #include "tarnbase/tarnbase.h"
 #include "tests/examples/json.h"
@@ -163,6 +165,34 @@ TEST_F(Watch, SeesATableThatIsCreatedLater) {
     const auto process = watch({"--all", "--no-time", "--count", "1"});
     change({"insert", "--create", "ldap_conn:fresh", "sname=x"});
     EXPECT_EQ(process->finish().out, "+ tbl_ldap_conn:fresh x\n");
+}
+
+TEST_F(Watch, SeesACommitAtOnce) {
+    example_test::Process process({TARNCTL, "watch", "ldap_conn", "--no-time", "--count", "1",
+                                   "--interval", "3600000", "-v", "--store", store});
+    ASSERT_TRUE(process.wait_for(begun));
+    change({"set", "ldap_conn", "a.example", "num_conns=8"});
+    EXPECT_EQ(process.finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 8\n");
+}
+
+// The time of the processor that a process has taken, in nanoseconds.
+uint64_t time_of(pid_t process) {
+    std::istringstream text(
+        example_test::read_file("/proc/" + std::to_string(process) + "/schedstat"));
+    uint64_t time = 0;
+    text >> time;
+    return time;
+}
+
+TEST_F(Watch, TakesNoTimeUntilSomethingIsCommitted) {
+    const auto process = watch({"ldap_conn", "--interval", "1"});
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const uint64_t before = time_of(process->pid());
+    if (before == 0) GTEST_SKIP() << "the kernel doesn't count it";
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    EXPECT_LT(time_of(process->pid()) - before, 10'000'000U);
+    process->send(SIGTERM);
+    EXPECT_EQ(process->finish().exit_code, 0);
 }
 
 TEST_F(Watch, NeedsExistingTables) {

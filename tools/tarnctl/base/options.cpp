@@ -21,6 +21,12 @@ cli::Option &add_optional_store_option(cli::Command &command, std::string &path)
         .environment("TARNBASE_STORE");
 }
 
+cli::Option &add_wait_option(cli::Command &command, double &seconds) {
+    return command.option("--wait", "SECONDS", cli::seconds_into(seconds, 0, 1e9),
+                          "How long to wait while another process is the store's writer; 1 by "
+                          "default. After a second standard error says for whom");
+}
+
 cli::Option &add_json_option(cli::Command &command, bool &json) {
     return command.flag("--json", json, "Print JSON");
 }

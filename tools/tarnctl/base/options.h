@@ -17,6 +17,9 @@ cli::Target store_into(std::string &path);
 cli::Option &add_store_option(cli::Command &command, std::string &path);
 // The same, but optional.
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path);
+// --wait SECONDS, for commands that change a store.
+inline constexpr double usual_wait = 1;
+cli::Option &add_wait_option(cli::Command &command, double &seconds);
 // --json
 cli::Option &add_json_option(cli::Command &command, bool &json);
 // -t, --tenant NUMBER, from 0 to 65535, and --source NUMBER, from 0 to 255, into a number or an

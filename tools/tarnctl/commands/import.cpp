@@ -45,6 +45,7 @@ struct Options {
     std::optional<Format> format;
     OnConflict on_conflict = OnConflict::fail;
     bool skip_bad = false;
+    double wait = usual_wait;
     bool dry_run = false;
     bool lenient = false;
     bool json = false;
@@ -92,7 +93,7 @@ void run(const Options &options, Exit &status) {
     ImportOptions how = import_options(options);
     Input input(options.input);
     const Format format = format_of(options, input);
-    const Store store = Store::open_to_write(options.store);
+    const Store store = Store::open_to_write(options.store, options.wait);
     tarn::transaction transaction = store.begin();
     Progress progress("bytes", input.size());
     uint64_t shown = 0;
@@ -148,6 +149,7 @@ void declare_import(cli::Command &program, Exit &status) {
     command.flag("--lenient", options->lenient, "Skip unknown elements, members and attributes");
     command.flag("-n,--dry-run", options->dry_run,
                  "Import, and roll back: the store stays as it is");
+    add_wait_option(command, options->wait);
     add_json_option(command, options->json);
     command.notes = footer;
     command.action = [options, &status] { run(*options, status); };

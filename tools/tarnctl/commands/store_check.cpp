@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl store check: whether a store is sound.
-#include "commands/store_check.h"
+#include "commands/store.h"
 
 #include <fmt/core.h>
 

@@ -19,13 +19,15 @@ namespace {
 struct Options {
     std::string store;
     std::string table;
+    double wait = usual_wait;
     bool force = false;
     bool dry_run = false;
     bool json = false;
 };
 
 Store store_of(const Options &options) {
-    return options.dry_run ? Store::copy_of(options.store) : Store::open_to_write(options.store);
+    return options.dry_run ? Store::copy_of(options.store)
+                           : Store::open_to_write(options.store, options.wait);
 }
 
 void create(const Options &options) {
@@ -88,6 +90,7 @@ void declare_create(cli::Command &group) {
     add_store_option(command, options->store);
     command.argument("TABLE", cli::into(options->table), "Table to make, or TABLE:NAME").required();
     command.flag("-n,--dry-run", options->dry_run, "Do it in a copy of the store in memory");
+    add_wait_option(command, options->wait);
     command.notes =
         "The table gets the NAME of TABLE:NAME, or else its usual name: that of the daemons\n"
         "that keep the table, ldap for the tables of ldap_stats and dot1x for those of\n"
@@ -106,6 +109,7 @@ void declare_drop(cli::Command &group) {
     command.argument("TABLE", cli::into(options->table), "Table to drop, or TABLE:NAME").required();
     command.flag("--force", options->force, "Delete its records with it");
     command.flag("-n,--dry-run", options->dry_run, "Do it in a copy of the store in memory");
+    add_wait_option(command, options->wait);
     command.notes =
         "A table with records is refused without --force, with exit status 4. No other\n"
         "process may be using the table: its pointers to it are no longer valid.\n\n"

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "base/options.h"
+#include "base/time.h"
 #include "commands/command.h"
 #include "model/instance.h"
 #include "terminal/style.h"
@@ -39,54 +40,31 @@ struct Options {
     bool json = false;
 };
 
-// Blocks SIGINT and SIGTERM, so that they only end a pause.
-class StopSignals {
- public:
-    StopSignals() {
-        sigemptyset(&set_);
-        sigaddset(&set_, SIGINT);
-        sigaddset(&set_, SIGTERM);
-        sigprocmask(SIG_BLOCK, &set_, nullptr);
-    }
+volatile std::sig_atomic_t stopped = 0;
 
-    // Waits. Returns true if a signal came.
-    bool within(Milliseconds pause) const {
-        const Clock::time_point end = Clock::now() + pause;
-        for (;;) {
-            const auto left = std::max(end - Clock::now(), Clock::duration::zero());
-            const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
-            const timespec time{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
-            if (sigtimedwait(&set_, nullptr, &time) >= 0) return true;
-            if (errno == EAGAIN) return false;
-        }
-    }
+// The alarm interrupts a wait that began after the last look at `stopped`.
+void stop(int) {
+    stopped = 1;
+    alarm(1);
+}
 
- private:
-    sigset_t set_;
-};
-
-std::string time_text(bool json) {
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto milliseconds =
-        std::chrono::duration_cast<Milliseconds>(now.time_since_epoch()).count() % 1000;
-    std::tm parts{};
-    json ? gmtime_r(&seconds, &parts) : localtime_r(&seconds, &parts);
-    char text[32];
-    std::strftime(text, sizeof text, json ? "%Y-%m-%dT%H:%M:%S" : "%Y-%m-%d %H:%M:%S", &parts);
-    return json ? fmt::format("{}.{:03}Z", text, milliseconds) : text;
+// Lets SIGINT and SIGTERM end a wait, and then the command.
+void stop_on_signals() {
+    struct sigaction action {};
+    action.sa_handler = stop;
+    for (const int signal : {SIGINT, SIGTERM, SIGALRM}) sigaction(signal, &action, nullptr);
 }
 
 void print(const Change &change, const Options &options) {
     if (options.json) {
         Json line = Json::object();
-        if (!options.no_time) line.set("time", time_text(true));
+        if (!options.no_time) line.set("time", utc_time(current_time()));
         line.update(json_of(change));
         std::cout << line.dump() << std::endl;
         return;
     }
     const Screen &screen = output_screen();
-    if (!options.no_time) std::cout << dim(time_text(false), screen) << ' ';
+    if (!options.no_time) std::cout << dim(local_time(current_time()), screen) << ' ';
     std::cout << text_of(change, screen) << std::flush;
 }
 
@@ -97,6 +75,7 @@ class Watch {
 
     // Returns false if --timeout came before --count changes.
     bool run() {
+        stop_on_signals();
         last_ = reader_.read();
         say(fmt::format("watching {} records", last_.records()));
         while (!has_enough() && !pause()) look();
@@ -114,19 +93,37 @@ class Watch {
         return has_enough() || !timed_out_ || options_.count == 0;
     }
 
-    // Returns whether to end.
+    // Waits for a commit, and until the last reading is --interval ago. Returns whether to end.
     bool pause() {
-        Milliseconds length(options_.interval);
-        if (options_.timeout > 0) {
-            const auto end = begin_ + std::chrono::duration<double>(options_.timeout);
-            const auto left = std::chrono::ceil<Milliseconds>(end - Clock::now());
-            if (left <= Milliseconds::zero()) return timed_out_ = true;
-            length = std::min(length, left);
+        while (!is_over()) {
+            const Milliseconds limit = time_left();
+            const auto rest = std::chrono::ceil<Milliseconds>(next_reading_ - Clock::now());
+            if (rest > Milliseconds::zero())
+                sleep(limit < Milliseconds::zero() ? rest : std::min(rest, limit));
+            else if (reader_.wait(limit)) return false;
         }
-        return stop_.within(length);
+        return true;
+    }
+
+    static void sleep(Milliseconds length) {
+        const timespec time{length.count() / 1000, length.count() % 1000 * 1'000'000};
+        nanosleep(&time, nullptr);
+    }
+
+    // Until --timeout; negative: without limit.
+    Milliseconds time_left() const {
+        if (options_.timeout <= 0) return Milliseconds(-1);
+        const auto end = begin_ + std::chrono::duration<double>(options_.timeout);
+        return std::max(std::chrono::ceil<Milliseconds>(end - Clock::now()), Milliseconds::zero());
+    }
+
+    bool is_over() {
+        timed_out_ = time_left() == Milliseconds::zero();
+        return stopped != 0 || timed_out_;
     }
 
     void look() {
+        next_reading_ = Clock::now() + Milliseconds(options_.interval);
         if (!reader_.has_progressed(last_)) return;
         Snapshot now = reader_.read();
         for (const Change &change : changes_between(last_, now)) {
@@ -143,12 +140,12 @@ class Watch {
     }
 
     const Options &options_;
-    const StopSignals stop_;
     SnapshotReader reader_;
     Snapshot last_;
     uint64_t seen_ = 0;
     bool timed_out_ = false;
     const Clock::time_point begin_ = Clock::now();
+    Clock::time_point next_reading_ = begin_;  // not before that
 };
 
 bool run(const Options &options) {
@@ -172,9 +169,10 @@ A changed record is printed with ~ and its fields, old -> new, a new one with +,
 deleted one with -. Of an array only the changed elements are printed. If a store
 has several tables of this type, TABLE means all of them.
 
-The store is read every --interval milliseconds if something was committed since;
-of several changes in between only the last one is seen. The changes of a
-transaction are printed after its commit, all of them. Nobody waits for this command.
+The store is read when something was committed, at most every --interval
+milliseconds; of several changes in between only the last one is seen. The changes
+of a transaction are printed after its commit, all of them. Nobody waits for this
+command, and it takes no time of the processor while nothing is committed.
 
 --json prints one object a line: {"time", "change", "table", "tenant",
 "source", "key", "fields"}, as insert --json lists them, with the time in UTC.
@@ -197,7 +195,7 @@ void declare_watch(cli::Command &program, Exit &status) {
     command.argument("TABLE", cli::into(options->tables), "Tables to watch");
     command.flag("--all", options->all, "Watch all tables of the store");
     command.option("--interval", "MS", cli::number_into(options->interval, 1, 3600000),
-                   "Milliseconds between two readings, 1 to 3600000; 500 by default");
+                   "Milliseconds between two readings at least, 1 to 3600000; 500 by default");
     command.option("--count", "N",
                    cli::number_into(options->count, 1, std::numeric_limits<uint64_t>::max()),
                    "End after so many changes of records");

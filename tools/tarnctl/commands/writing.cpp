@@ -26,6 +26,7 @@ struct Options {
     std::string store;
     OrderWords words;
     std::string batch;
+    double wait = usual_wait;
     bool dry_run = false;
     bool verbose = false;
     bool json = false;
@@ -148,8 +149,8 @@ void print_json(const Editor &editor, const Options &options, Json changes) {
 
 void run(Verb verb, const Options &options) {
     const std::vector<Order> orders = orders_of(verb, options);
-    const Store store =
-        options.dry_run ? Store::copy_of(options.store) : Store::open_to_write(options.store);
+    const Store store = options.dry_run ? Store::copy_of(options.store)
+                                        : Store::open_to_write(options.store, options.wait);
     // Printed after the commit.
     std::string text;
     Json changes = Json::array();
@@ -217,6 +218,7 @@ void declare_writing(cli::Command &program, const WritingCommand &what) {
     command.flag("-n,--dry-run", options->dry_run,
                  "Do it in a copy of the store in memory and show the difference; the store "
                  "stays as it is, byte for byte");
+    add_wait_option(command, options->wait);
     command.flag("-v,--verbose", options->verbose, "Show what was changed, field by field");
     add_json_option(command, options->json);
     command.notes = what.footer;

@@ -3,19 +3,36 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <chrono>
+#include <iostream>
 #include <utility>
 
 #include "base/failure.h"
+#include "base/time.h"
+#include "model/writer.h"
 
 namespace tarnctl {
 namespace {
 
 using tarn::descriptors;
 
-// How long a command waits for another writer.
-constexpr std::chrono::milliseconds patience{1000};
+using std::chrono::milliseconds;
+
+// How long a command waits for another writer before it says so.
+constexpr milliseconds silence{1000};
+
+milliseconds milliseconds_of(double seconds) {
+    return std::chrono::ceil<milliseconds>(std::chrono::duration<double>(seconds));
+}
+
+void say_for_whom(const Store &store) {
+    const auto writer = writer_of(store.store());
+    if (!writer) return;
+    const std::string since =
+        writer->since == 0 ? "" : fmt::format(" since {}", local_time(writer->since));
+    std::cerr << fmt::format("tarnctl: waiting for {}, the writer{}\n", name_of(*writer), since);
+}
 
 // Where a process may not map the usual capacity.
 constexpr uint64_t most_limited_scratch = 512ULL << 20;
@@ -44,8 +61,9 @@ std::optional<Store> Store::open_if_room(const std::string &path) {
     return Store(checked(std::move(store)), path, descriptors::of_library);
 }
 
-Store Store::open_to_write(const std::string &path) {
+Store Store::open_to_write(const std::string &path, double wait) {
     Store store(checked(tarn::store::try_open(path)), path, descriptors::of_store);
+    store.wait_ = milliseconds_of(wait);
     store.lock();
     return store;
 }
@@ -60,16 +78,47 @@ Store Store::copy_of(const std::string &path) {
     return Store(checked(tarn::store::try_open_copy(path)), path, descriptors::of_store);
 }
 
-void Store::lock() const {
-    kel_store_set_lock_timeout(store(), patience.count());
-    const uint32_t status = kel_store_lock(store());
-    if (status != 0)
-        throw Failure(status == ETIMEDOUT ? Exit::busy : Exit::store, kel_error_text());
+// Calls a function of the runtime that waits until this process is the writer.
+void Store::wait_for_writer(uint32_t (*call)(kel_store *)) const {
+    const milliseconds silent = std::min(wait_, silence);
+    kel_store_set_lock_timeout(store(), silent.count());
+    uint32_t status = call(store());
+    if (status == ETIMEDOUT && wait_ > silent) {
+        say_for_whom(*this);
+        kel_store_set_lock_timeout(store(), (wait_ - silent).count());
+        status = call(store());
+    }
+    if (status == 0) return;
+    const bool busy = status == ETIMEDOUT || status == EBUSY;
+    throw Failure(busy ? Exit::busy : Exit::store, kel_error_text());
+}
+
+void Store::lock() const { wait_for_writer(kel_store_lock); }
+
+void Store::compact(double wait) const {
+    wait_ = milliseconds_of(wait);
+    wait_for_writer(kel_store_compact);
+}
+
+void Store::back_up(const std::string &path) const {
+    auto done = store_.try_back_up(path);
+    if (!done) throw Failure(Exit::store, done.error().what());
+}
+
+bool Store::wait(std::chrono::milliseconds limit) const {
+    return checked(store_.try_wait(limit.count()));
 }
 
 void Store::publish() const {
     if (kel_store_unlock(store()) != 0) throw Failure(Exit::store, kel_error_text());
     lock();
+}
+
+kel_store_files Store::files() const {
+    kel_store_files files{};
+    if (kel_store_describe_files(store(), &files) != 0)
+        throw Failure(Exit::store, kel_error_text());
+    return files;
 }
 
 void Store::refresh() const {

@@ -4,6 +4,7 @@
 #ifndef TARNCTL_MODEL_STORE_H
 #define TARNCTL_MODEL_STORE_H
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -22,8 +23,8 @@ class Store {
     static std::optional<Store> open_if_room(const std::string &path);
     // Opens a store to write, as its only writer until it is closed: what is made gets descriptors
     // in the store, which all processes can read. Failure `busy` if another process stays the
-    // writer.
-    static Store open_to_write(const std::string &path);
+    // writer for `wait` seconds.
+    static Store open_to_write(const std::string &path, double wait);
     // `capacity` and `base` 0: the runtime chooses.
     static Store create(const std::string &path, const kel_store_options &options);
     // A copy of a store in memory: its changes don't reach the store.
@@ -37,22 +38,33 @@ class Store {
     const std::string &path() const { return path_; }
     kel_store_description describe() const { return store_.describe(); }
     std::vector<kel_table *> tables() const { return store_.tables(); }
+    // What its files take. Failure `store`.
+    kel_store_files files() const;
     // Begins a transaction. Failure `store`.
     tarn::transaction begin() const;
     // Shows other processes what was changed outside of transactions. Failure `store`.
     void publish() const;
     // Brings a store that is open to read up to date. Failure `store`.
     void refresh() const;
+    // Returns space to the file system. Failures `busy`, as above, and `store`.
+    void compact(double wait) const;
+    // Makes a store of this name with what is committed. Failure `store`.
+    void back_up(const std::string &path) const;
+    // Waits until another process has committed something new; negative: without limit. False:
+    // the time is over, or a signal came.
+    bool wait(std::chrono::milliseconds limit) const;
     // Whether `address` is in the store: a pointer that another process stored may point anywhere.
     bool holds(const void *address) const;
 
  private:
     Store(tarn::store store, std::string path, tarn::descriptors descriptors);
     void lock() const;
+    void wait_for_writer(uint32_t (*call)(kel_store *)) const;
 
     mutable tarn::store store_;
     mutable tarn::session session_;  // a transaction of a const Store changes it
     std::string path_;
+    mutable std::chrono::milliseconds wait_{0};  // for another writer
 };
 
 }  // namespace tarnctl

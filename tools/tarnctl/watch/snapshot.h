@@ -6,6 +6,7 @@
 #ifndef TARNCTL_WATCH_SNAPSHOT_H
 #define TARNCTL_WATCH_SNAPSHOT_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -37,6 +38,8 @@ class SnapshotReader {
     SnapshotReader(const Store &store, std::vector<TableReference> references)
         : store_(store), references_(std::move(references)) {}
 
+    // As Store::wait.
+    bool wait(std::chrono::milliseconds limit) const { return store_.wait(limit); }
     // Brings the store up to date. Returns whether anything was committed since the snapshot.
     bool has_progressed(const Snapshot &since) const;
     // Failure `store` if records can't be read.
