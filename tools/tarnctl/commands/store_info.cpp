@@ -26,8 +26,9 @@ struct Options {
     bool json = false;
 };
 
-// What a store takes on disk at least: its control file, the sets of its pages and a short log.
-constexpr uint64_t least_files = 256 << 10;
+// About what a store takes on disk besides its pages: its control file, the sets of its pages and
+// a short log.
+constexpr uint64_t least_files = 384 << 10;
 
 struct Info {
     kel_store_description store;
@@ -48,7 +49,7 @@ struct Info {
     }
     // About what `store compact` returns to the file system.
     uint64_t reclaimable() const {
-        const uint64_t least = least_files + store.block_bytes + store.block_bytes / 64;
+        const uint64_t least = least_files + store.block_bytes + store.free_bytes;
         return files.bytes - std::min(files.bytes, least);
     }
 };
