@@ -99,7 +99,7 @@ bool PageSet::is_consistent() const {
     return true;
 }
 
-// A damaged set doesn't lead outside of its words.
+// A damaged set doesn't lead these two outside of its words.
 std::optional<std::uint64_t> PageSet::first() const {
     std::uint64_t place = 0;
     for (std::size_t level = depth_; level-- > 0;) {
@@ -116,10 +116,13 @@ std::optional<std::uint64_t> PageSet::first() const {
 std::optional<std::uint64_t> PageSet::last() const {
     std::uint64_t place = 0;
     for (std::size_t level = depth_; level-- > 0;) {
+        if (level + 1 != depth_ && levels_[level] + place >= levels_[level + 1])
+            return std::nullopt;
         const std::uint64_t word = levels_[level][place];
         if (word == 0) return std::nullopt;
         place = place * word_bits + static_cast<std::uint64_t>(std::bit_width(word)) - 1;
     }
+    if (place >= limit_) return std::nullopt;
     return place;
 }
 

@@ -272,7 +272,9 @@ class basic_table : public basic_table_reader<Table> {
             });
         };
         result<basic_table> found = with(open_only);
-        if (found || found.error().number() != ENOENT) return found;
+        // The first search by id in a store makes the root of the ids, which is refused.
+        if (found || (found.error().number() != ENOENT && found.error().number() != EPERM))
+            return found;
         kel_store *const store = kel_handle_store(in.c_handle());
         const std::uint32_t locked = kel_store_lock(store);
         if (locked != 0) return detail::last_failure(locked);
