@@ -341,7 +341,11 @@ const Damage damages[] = {
          p.page().bitmap()[5] ^= 1ULL << 3;
      },
      "the bitmap has"},
-    {"free_byte", [](const Parts &p) { p.store.region.base()[p.header().arena.size - 5] = 1; },
+    {"free_byte",
+     [](const Parts &p) {
+         p.header().arena.size += tarnbase::runtime::page_size;
+         p.store.region.base()[p.header().arena.size - 5] = 1;
+     },
      "it is free, but its bytes aren't zero"},
     {"page_sets", [](const Parts &p) { p.store.region.base()[page_sets_offset + 1] ^= 1; },
      "the set of pages with space for blocks of 32 bytes"},
