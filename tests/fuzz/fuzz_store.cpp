@@ -167,6 +167,7 @@ void fuzz_store(Bytes bytes) {
     const u8 conditions = input.byte();
     const Buffer rest = input.rest();
     const Bytes changes{rest.data(), rest.size()};
+    if (changes.empty()) return;
     if ((conditions & through_file) != 0) {
         in_files.run(changes);
     } else {

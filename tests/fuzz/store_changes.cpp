@@ -38,9 +38,14 @@ Image::Image(std::vector<u8> bytes, u64 base) : bytes_(std::move(bytes)), base_(
     }
 }
 
+// The last change may be cut short: zeros follow.
 void Image::change(u8 *image, Bytes changes) const {
-    for (; changes.size() >= change_bytes; changes = changes.subspan(change_bytes)) {
-        change(image, changes[0], number(changes, 1), number(changes, 5));
+    while (!changes.empty()) {
+        u8 bytes[change_bytes] = {};
+        const std::size_t length = std::min(changes.size(), change_bytes);
+        std::copy_n(changes.begin(), length, bytes);
+        change(image, bytes[0], number(bytes, 1), number(bytes, 5));
+        changes = changes.subspan(length);
     }
 }
 
