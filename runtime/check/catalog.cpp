@@ -114,6 +114,9 @@ void Catalog::check() {
     check_types();
     check_list();
     check_keys();
+}
+
+void Catalog::check_tables_are_found() {
     for (const ListedTable &each : tables_) {
         if (each.is_found) continue;
         findings_.add(each.name, "it is on the table list, but no open would find it");
@@ -243,7 +246,8 @@ void Catalog::check_ids(const std::string &where, kel_table_id_root *root) {
     if (!blocks_.claim(root, sizeof *root, [&] { return where; })) return;
     IdWalk walk(*this, findings_, where);
     TreeWalk(findings_, &root->tree_head.root, walk).run();
-    if (walk.count() != root->id_table_count) {
+    // A table whose automatic id another one had already is counted, but isn't in the tree.
+    if (walk.count() > root->id_table_count) {
         findings_.add(where, "it counts %u tables, its tree has %u", root->id_table_count,
                       walk.count());
     }

@@ -27,6 +27,8 @@ class Catalog {
         : image_(image), findings_(findings), blocks_(blocks), descriptors_(blocks, findings) {}
 
     void check();
+    // A program can lose a table without damage to the store.
+    void check_tables_are_found();
     // After everything else: the blocks that a program has entered under keys of its own, unless
     // they have another owner.
     void claim_programs_blocks();

@@ -30,6 +30,7 @@ class StoreCheck {
     void run() {
         check_arena(image_, findings_);
         catalog_.check();
+        catalog_.check_tables_are_found();
         entries_.check();
         for (const ListedTable &each : catalog_.tables()) check_table(each);
         if (catalog_.ring() != nullptr) check_ring(blocks_, findings_, catalog_.ring());

@@ -287,9 +287,9 @@ const Damage damages[] = {
      "the keyed store, `__kel_TBI__"},
     {"id_count",
      [](const Parts &p) {
-         static_cast<kel_table_id_root *>(p.key("__kel_TBI__"))->id_table_count += 1;
+         static_cast<kel_table_id_root *>(p.key("__kel_TBI__"))->id_table_count -= 1;
      },
-     "tables, its tree has 3"},
+     "it counts 2 tables, its tree has 3"},
     {"id_order",
      [](const Parts &p) {
          auto *node =
