@@ -78,8 +78,9 @@ TEST(Store, AProcessSeesOnlyWhatIsCommitted) {
     const Counter counter(file.path);
     const tarn::store store = tarn::store::create(file.path);
     tarn::session session(store);
+    const auto table = servers(session);
     tarn::transaction transaction(session);
-    add(servers(session), "ldap1", 7);
+    add(table, "ldap1", 7);
     EXPECT_EQ(counter.count(), 0);
     transaction.commit();
     EXPECT_EQ(counter.count(), 1);
