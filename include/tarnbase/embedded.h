@@ -514,7 +514,7 @@ typedef void (*kel_check_progress)(uint64_t blocks, uint64_t total, void *contex
  * Checks this process's copy of a store, and the store's files: page heads, bitmaps and counts of
  * blocks; descriptors; the table list, keys and ids; each table's tree, its order by the key,
  * records, objects, strings, addresses and state blocks; the entries of texts, of objects' data
- * and of identities; counts by source and tenant; the replication stream; that each block has
+ * and of identities; counts by source; the replication stream; that each block has
  * one owner; the checksums of the checkpoint and of the log. Whatever the bytes are, the check
  * ends and accesses nothing outside of the store. It changes nothing.
  *
