@@ -43,13 +43,13 @@ int main(void) {
     uint32_t tx;
     uint32_t err = 0;
     if (kel_store_open_or_create("first.store", NULL, &store) != 0 ||
-        kel_handle_create(store, 1, &handle) != 0 ||
-        kel_replication_attach(handle, tarnbase_table_get_vft) != 0) {
+        kel_handle_create(store, 1, &handle) != 0) {
         fprintf(stderr, "%s\n", kel_error_text());
         return 1;
     }
     err = kel_transaction_begin(handle, &tx);
     if (err == 0) {
+        err = kel_replication_attach(handle, tarnbase_table_get_vft);
         kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
         if (err == 0) kel_table_set_replication(handle, KEL_TX_NONE, table, 1, 1);
         if (err == 0) err = insert_server(handle, tx, table);
