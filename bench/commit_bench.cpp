@@ -82,9 +82,8 @@ class Servers {
         kel_vstring_refer(&key, name.data(), static_cast<std::uint32_t>(name.size()));
         kel_record *record =
             tbl_ldap_conn_st_ldap_conn_sname_search(session_.handle, tx_, table_, &key, &err);
-        st_ldap_conn *conn =
-            tbl_ldap_conn_st_ldap_conn_get_field(session_.handle, tx_, record, &err);
-        st_ldap_conn_num_conns_set(session_.handle, tx_, conn, value, &err);
+        st_ldap_conn *conn = tbl_ldap_conn_st_ldap_conn_get_field(session_.handle, tx_, record);
+        st_ldap_conn_num_conns_set_value(session_.handle, tx_, conn, value, &err);
         need(err == 0);
     }
 
