@@ -99,31 +99,28 @@ bool PageSet::is_consistent() const {
     return true;
 }
 
-// A damaged set doesn't lead these two outside of its words.
-std::optional<std::uint64_t> PageSet::first() const {
+// Goes from the top level to a member; `bit_of` chooses a bit of each word. A damaged set doesn't
+// lead outside of its words.
+template <typename BitOf>
+std::optional<std::uint64_t> PageSet::descend(BitOf bit_of) const {
     std::uint64_t place = 0;
     for (std::size_t level = depth_; level-- > 0;) {
         if (level + 1 != depth_ && levels_[level] + place >= levels_[level + 1])
             return std::nullopt;
         const std::uint64_t word = levels_[level][place];
         if (word == 0) return std::nullopt;
-        place = place * word_bits + static_cast<std::uint64_t>(std::countr_zero(word));
+        place = place * word_bits + static_cast<std::uint64_t>(bit_of(word));
     }
     if (place >= limit_) return std::nullopt;
     return place;
 }
 
+std::optional<std::uint64_t> PageSet::first() const {
+    return descend([](std::uint64_t word) { return std::countr_zero(word); });
+}
+
 std::optional<std::uint64_t> PageSet::last() const {
-    std::uint64_t place = 0;
-    for (std::size_t level = depth_; level-- > 0;) {
-        if (level + 1 != depth_ && levels_[level] + place >= levels_[level + 1])
-            return std::nullopt;
-        const std::uint64_t word = levels_[level][place];
-        if (word == 0) return std::nullopt;
-        place = place * word_bits + static_cast<std::uint64_t>(std::bit_width(word)) - 1;
-    }
-    if (place >= limit_) return std::nullopt;
-    return place;
+    return descend([](std::uint64_t word) { return std::bit_width(word) - 1; });
 }
 
 std::optional<std::uint64_t> PageSet::first_run(std::uint64_t count) const {

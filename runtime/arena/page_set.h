@@ -42,6 +42,9 @@ class PageSet {
     std::optional<std::uint64_t> first_run(std::uint64_t count) const;
 
  private:
+    template <typename BitOf>
+    std::optional<std::uint64_t> descend(BitOf bit_of) const;
+
     static constexpr std::size_t max_levels = 8;  // 2^48 pages: more than can be mapped
 
     std::array<std::uint64_t *, max_levels> levels_{};
