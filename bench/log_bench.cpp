@@ -117,7 +117,7 @@ void append(benchmark::State &state) {
     const auto frame = builder.finish(1);
     std::uint64_t removed = 0;
     for (auto _ : state) {
-        if (writer.append(frame) != 0) return state.SkipWithError("no room");
+        if (writer.append(frame) != 0) return state.SkipWithError("no space");
         if (writer.segment() - removed < 64 * most_segment_bytes) continue;
         state.PauseTiming();
         removed = writer.segment();
@@ -134,7 +134,7 @@ void create_segment(benchmark::State &state) {
         Segment segment;
         const auto bytes = static_cast<std::uint64_t>(state.range(0));
         if (segment.create(folder.descriptor(), id, 0, bytes) != 0) {
-            return state.SkipWithError("no room");
+            return state.SkipWithError("no space");
         }
     }
 }
@@ -149,7 +149,7 @@ void read_frames(benchmark::State &state) {
     std::uint64_t sequence = 1;
     while (writer.position() < 64 << 20) {
         build(builder, state.range(0));
-        if (writer.append(builder.finish(sequence++)) != 0) return state.SkipWithError("no room");
+        if (writer.append(builder.finish(sequence++)) != 0) return state.SkipWithError("no space");
     }
     LogReader reader;
     std::span<const char> frame;

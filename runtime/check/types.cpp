@@ -13,7 +13,7 @@ namespace tarnbase::runtime {
 namespace {
 
 constexpr std::size_t luid_bytes = 16;
-// Room for the largest record of a type and its table.
+// Space for the largest record of a type and its table.
 constexpr std::uint64_t private_capacity = 64ULL << 20;
 
 // A record whose objects have no fields: each is new, but for its variant.

@@ -28,7 +28,7 @@ class TreeWalk {
     void run() { walk(static_cast<Node *>(*anchor_), nullptr, 0); }
 
  private:
-    // A tree of more nodes than a store has room for isn't as high.
+    // A tree that fits in a store is not as high.
     static constexpr int most_levels = 64;
 
     // Returns the height, or -1 if it isn't known.
