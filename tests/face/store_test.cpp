@@ -2,20 +2,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 
 #include "fixture.h"
 #include "tarnbase/tarn/tables/test_grown.hpp"
+#include "tests/examples/temporary_directory.h"
 
 namespace face_test {
 namespace {
 
-// A name for a store file, which is removed at the end.
+// A name for a store, in a folder of its own that is removed at the end.
 struct File {
-    std::string path = "/tmp/face_test." + std::to_string(getpid()) + ".store";
-    ~File() { std::filesystem::remove_all(path); }
+    example_test::TemporaryDirectory directory;
+    std::string path = directory / "face.store";
 };
 
 TEST(Store, AFileCanBeOpenedByTheNextProcess) {
@@ -128,7 +127,7 @@ TEST(Store, AChangeOutsideOfATransactionIsRefusedWithTheReason) {
 
 TEST(Store, ABackupIsAStoreOfItsOwn) {
     const File file;
-    const File copy{file.path + ".copy"};
+    const File copy;
     {
         tarn::store store = tarn::store::create(file.path);
         tarn::session session(store);
