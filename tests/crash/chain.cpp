@@ -17,10 +17,10 @@ namespace crash {
 
 namespace {
 
-constexpr std::size_t chain_length = 10;
+constexpr std::size_t chain_length = 20;
 // Limits of the random kills.
-constexpr double most_stores = 20'000;
-constexpr double most_shared = 500;
+constexpr double most_stores = 10'000;
+constexpr double most_shared = 300;
 constexpr double most_instructions = 2'000;
 constexpr std::uint64_t most_event = 16;
 // More rounds than a process survives.
@@ -105,7 +105,7 @@ class Expectation {
     Round flight_;                   // the round in which the process died
     std::uint64_t flight_done_ = 0;  // its events that were finished
     tarn::store store_ =
-        tarn::store::create_private({1ULL << 30, reinterpret_cast<void *>(0x2200'0000'0000)});
+        tarn::store::create_private({capacity, reinterpret_cast<void *>(0x2200'0000'0000)});
     std::optional<Player> player_;
 };
 
@@ -142,10 +142,10 @@ std::vector<Kill> random_kills(std::uint64_t seed) {
     };
     std::vector<Kill> kills;
     for (std::size_t i = 0; i < chain_length; ++i) {
-        const std::uint64_t which = engine() % 32;
+        const std::uint64_t which = engine() % 64;
         if (which == 0) {
             kills.push_back({engine() % most_event, Stores::every, up_to(most_instructions)});
-        } else if (which < 17) {
+        } else if (which < 33) {
             kills.push_back({up_to(most_shared), Stores::shared, 0});
         } else {
             kills.push_back({up_to(most_stores), Stores::every, 0});

@@ -8,6 +8,8 @@
 
 using crash::point;
 
+// They are called before every load and store, so the linker may not put a stub before them.
+#pragma GCC visibility push(hidden)
 extern "C" {
 
 void __tsan_init() {}
@@ -87,3 +89,4 @@ CRASH_ATOMIC(32, std::uint32_t)
 CRASH_ATOMIC(64, std::uint64_t)
 
 }  // extern "C"
+#pragma GCC visibility pop

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Kills processes at the stores of the runtime, and checks what they leave. See README.md.
+#include <malloc.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -127,17 +128,19 @@ void report(const Chain &chain, const Result &result) {
 }
 
 // The first chains sweep: each ends its first process at one shared store more than the one
-// before, from the creation of a store on. The others are random.
+// before, from the creation of a store on. The others are random, and twice as long.
 constexpr std::uint64_t most_sweep = 2000;
+constexpr std::size_t sweep_length = 10;
 
 Chain chain_of(const Options &options, std::uint64_t number, std::uint64_t sweep) {
     if (options.has_seed) {
         return {options.seed, options.at.empty() ? random_kills(options.seed) : options.at};
     }
-    if (number < sweep) {
-        return {options.seed, {{number + 1, Stores::shared, 0}}};
-    }
-    return {number, random_kills(number)};
+    std::vector<Kill> kills = random_kills(number);
+    if (number >= sweep) return {number, kills};
+    kills.resize(sweep_length);
+    kills.front() = {number + 1, Stores::shared, 0};
+    return {options.seed, kills};
 }
 
 void run_chains(const Options &options, Progress &progress, const std::string &folder) {
@@ -167,8 +170,11 @@ int run_all(const Options &options) {
                                 MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) throw std::runtime_error("mmap");
     auto &progress = *new (memory) Progress{};
-    progress.sweep = std::min(most_sweep, options.kills / 5);
+    progress.sweep = std::min(most_sweep, options.kills / (2 * sweep_length));
     const auto begin = std::chrono::steady_clock::now();
+    // Memory that is freed is used again and not returned to the kernel.
+    ::mallopt(M_MMAP_THRESHOLD, 1 << 24);
+    ::mallopt(M_TRIM_THRESHOLD, 1 << 24);
     std::vector<pid_t> runners;
     for (unsigned job = 0; job < (options.has_seed ? 1 : options.jobs); ++job) {
         const pid_t runner = ::fork();

@@ -62,6 +62,11 @@ void check_sound(const tarn::store &store) {
         },
         nullptr, &found);
     if (error != 0) throw std::runtime_error(found.empty() ? kel_error_text() : found);
+    tarn::session session(store, tarn::descriptors::of_library);
+    for (std::size_t i = 0; i < subject_count; ++i) {
+        const auto table = open_existing(session, static_cast<Subject>(i));
+        if (table != nullptr) table->print();
+    }
 }
 
 }  // namespace crash

@@ -10,7 +10,7 @@ namespace crash {
 // Failures, such as a record that a walk visits but a search doesn't find, are thrown.
 State inspect(const tarn::store &store);
 
-// Throws the findings of a check, which needs no model.
+// Throws the findings of a check, which needs no model, and prints all records.
 void check_sound(const tarn::store &store);
 
 }  // namespace crash

@@ -72,7 +72,7 @@ void work(const Link &link, tarn::store &store, Journal &journal) {
 void live(const Link &link, Journal &journal) {
     kel_trace_set_sink(note_trace, &journal);
     kel_store_options options{};
-    options.capacity = 1ULL << 30;
+    options.capacity = capacity;
     options.base = reinterpret_cast<void *>(0x2100'0000'0000);
     arm(link.kill.instructions == 0 ? link.kill.at : 0, link.kill.stores);
     {

@@ -11,6 +11,9 @@
 
 namespace crash {
 
+// Of all stores: the smaller it is, the less a process has to map and a checkpoint to contain.
+inline constexpr std::uint64_t capacity = 64ULL << 20;
+
 // What the process leaves in memory that it shares with its parent.
 struct Journal {
     std::uint64_t begun;  // events, since the link began

@@ -103,6 +103,7 @@ class View {
         State found;
         State expected;
         found.rows[sessions] = touched_table->read();
+        touched_table->print();
         found.rows[servers] = recent->read();
         for (std::uint32_t i = 0; i < touched_records; ++i) {
             expected.rows[sessions][i] = row_of(sessions, i, last_touch(i, now));

@@ -188,7 +188,6 @@ class TableOf final : public Table {
         for (const auto record : table_) {
             Row row;
             Fields::read(record, row);
-            if (!record.try_to_text()) throw std::runtime_error("a record can't be printed");
             rows[Fields::number(record)] = row;
             if (++count > table_.size()) break;
         }
@@ -199,6 +198,12 @@ class TableOf final : public Table {
         }
         for (const auto &[number, row] : rows) find(number);
         return rows;
+    }
+
+    void print() const override {
+        for (const auto record : table_) {
+            if (!record.try_to_text()) throw std::runtime_error("a record can't be printed");
+        }
     }
 
     kel_table *c_table() const override { return table_.c_table(); }

@@ -20,6 +20,8 @@ class Table {
     virtual void erase(std::uint32_t number) = 0;
     // All records, in the order of the table; the count is checked.
     virtual Rows read() const = 0;
+    // Prints each of them.
+    virtual void print() const = 0;
     virtual kel_table *c_table() const = 0;
 };
 
