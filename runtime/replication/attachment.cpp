@@ -25,7 +25,7 @@ std::uint32_t for_each_read(const Attachment &attached, kel_table *table,
         kel_replication_read_function function;
         void *context;
     } walk{attached, function, context};
-    // The index decides which of the remembered addresses are still records.
+    // An address in the cache may no longer be a record: only the index has the records.
     const auto visit = [](kel_index_node *node, void *argument) -> std::uint32_t {
         const auto &self = *static_cast<const Walk *>(argument);
         kel_record *record = record_of(node);

@@ -57,7 +57,7 @@ std::uint32_t finish(Sweep &sweep, kel_record *record) {
     sweep.vector.remove(sweep.handle, sweep.tx_id, sweep.table, record, &error);
     if (error != 0) return error;
     sweep.finished += 1;
-    sweep.attached->reads.forget(record);
+    sweep.attached->reads.remove(record);
     sweep.vector.destroy_record(sweep.handle, sweep.tx_id, record, &error);
     return error;
 }

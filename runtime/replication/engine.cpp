@@ -51,7 +51,7 @@ void enqueue_record(kel_handle *handle, std::uint32_t tx_id, Attachment *attache
         log.set(table->write_cursor, table->write_cursor + 1);
         return;
     }
-    if (attached != nullptr) attached->reads.forget(record);
+    if (attached != nullptr) attached->reads.remove(record);
     if (const auto error = append_frame(handle, tx_id, ring, attached, table, record)) {
         ring.append_lost(tx_id);
         report_error(handle, err, error);

@@ -20,7 +20,7 @@ void ReadCache::note(const kel_record *record, const void *const *vector) {
     std::rotate(set.begin(), place, place + 1);
 }
 
-void ReadCache::forget(const kel_record *record) {
+void ReadCache::remove(const kel_record *record) {
     for (Entry &entry : sets_[set_of(record)]) {
         if (entry.record == record) entry = {};
     }

@@ -24,7 +24,7 @@ class ReadCache {
     // Counts a read of the record.
     void note(const kel_record *record, const void *const *vector);
     // Drops the entry of an address that another record is about to use.
-    void forget(const kel_record *record);
+    void remove(const kel_record *record);
     // The record's entry, or null.
     const Entry *find(const kel_record *record) const;
 

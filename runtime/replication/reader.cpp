@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/replication/reader.h"
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -57,17 +56,13 @@ std::uint32_t read_next_frame(kel_handle *handle, kel_replication_reader *reader
         return fail(EAGAIN, "the reader has read all frames");
     }
     const Frame *found = ring.frame(position);
-    if (found != nullptr) *frame = found->head;
-    const bool fits = found != nullptr && frame->length <= buffer_len;
-    if (fits && ring.is_inside_store(found, frame->length)) {
-        std::memcpy(buffer, found->bytes(), frame->length);
-    }
-    // Another process may have replaced this frame by a new one in the meantime.
-    std::atomic_thread_fence(std::memory_order_acquire);
-    if (position < ring.first()) return skip_to(reader, ring.first());
     if (found == nullptr) return skip_to(reader, position + 1);
-    if (!fits) {
+    *frame = found->head;
+    if (frame->length > buffer_len) {
         return fail(EMSGSIZE, "the frame has %u bytes, the buffer %u", frame->length, buffer_len);
+    }
+    if (ring.is_inside_store(found, frame->length)) {
+        std::memcpy(buffer, found->bytes(), frame->length);
     }
     reader->position = position + 1;
     return 0;

@@ -2,7 +2,6 @@
 #include "runtime/replication/ring.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <iterator>
@@ -35,16 +34,6 @@ std::uint64_t furthest_cursor(const kel_store &store) {
 FrameRing::FrameRing(kel_handle *handle)
     : handle_(handle), head_(static_cast<RingHead *>(key_value(handle, ring_key))) {}
 
-// Other processes read while this one writes: a frame is stored before the position that
-// makes it visible.
-std::uint64_t FrameRing::first() const {
-    return std::atomic_ref(head_->first).load(std::memory_order_acquire);
-}
-
-std::uint64_t FrameRing::next() const {
-    return std::atomic_ref(head_->next).load(std::memory_order_acquire);
-}
-
 RingSlot &FrameRing::slot(std::uint64_t position) const {
     return reinterpret_cast<RingSlot *>(head_ + 1)[position % head_->slots];
 }
@@ -74,7 +63,7 @@ void FrameRing::drop_oldest(std::uint32_t tx_id) {
     RingSlot &oldest = slot(head_->first);
     Frame *frame = oldest.frame;
     head_->bytes -= length_of(frame);
-    std::atomic_ref(head_->first).store(head_->first + 1, std::memory_order_release);
+    head_->first += 1;
     WriteLog{handle_, tx_id}.set(oldest, RingSlot{});
     if (frame != nullptr) store_of(handle_).release(tx_id, frame);
 }
@@ -85,7 +74,7 @@ void FrameRing::link(std::uint32_t tx_id, Frame *frame) {
     WriteLog{handle_, tx_id}.announce(head_, sizeof *head_);
     WriteLog{handle_, tx_id}.set(slot(head_->next), RingSlot{frame, writer, 0});
     head_->bytes += length_of(frame);
-    std::atomic_ref(head_->next).store(head_->next + 1, std::memory_order_release);
+    head_->next += 1;
 }
 
 std::uint32_t FrameRing::append(std::uint32_t tx_id, kel_replication_frame head,
@@ -129,13 +118,13 @@ std::uint32_t FrameRing::configure(kel_handle *handle, std::uint64_t slots,
     FrameRing old(handle);
     // An open transaction's log may contain bytes of the old ring.
     if (old && store_of(handle).has_open_transaction()) {
-        return fail(EBUSY, "replication: a transaction is open while the ring is made anew");
+        return fail(EBUSY, "replication: a transaction is open while the ring is replaced");
     }
     if (slots == 0) slots = default_slots;
     FrameRing made(handle, static_cast<RingHead *>(store_of(handle).allocate(
                                KEL_TX_NONE, sizeof(RingHead) + slots * sizeof(RingSlot))));
     if (!made) {
-        return fail(ENOMEM, "replication: the store has no room for a ring of %llu frames",
+        return fail(ENOMEM, "replication: the store has no memory for a ring of %llu frames",
                     static_cast<unsigned long long>(slots));
     }
     made.head_->slots = slots;

@@ -81,15 +81,14 @@ class FrameRing {
     // Uses a position for a record that couldn't be enqueued.
     void append_lost(std::uint32_t tx_id);
 
-    std::uint64_t first() const;
-    std::uint64_t next() const;
+    std::uint64_t first() const { return head_->first; }
+    std::uint64_t next() const { return head_->next; }
     // The position after the newest frame that readers get.
     std::uint64_t committed_end() const;
     // Whether the transaction that wrote this position is still open.
     bool is_open(std::uint64_t position) const;
     const Frame *frame(std::uint64_t position) const { return slot(position).frame; }
-    // Whether `length` bytes of a frame are inside the store. They are not if the frame was
-    // dropped and `length` is no longer a length.
+    // Whether `length` bytes of a frame are inside the store: opening one doesn't check its frames.
     bool is_inside_store(const Frame *frame, std::uint64_t length) const;
 
  private:
