@@ -63,8 +63,8 @@ class Blocks {
     bool is_claimed(std::uint64_t offset) const { return claimed_.has(offset); }
     BlockSet make_set() const { return BlockSet(size_); }
 
-    // Finds the block of `least` bytes that begins at an address, for its one owner. Without
-    // one a finding is added, whose begin `where` returns: what refers to the block, and as what.
+    // Claims the block of at least `least` bytes that begins at an address, for its one owner. If
+    // there is none, or it has an owner, adds a finding at `where()`, which names the reference.
     template <typename Where>
     std::optional<Allocator::Extent> claim(const void *address, std::uint64_t least, Where where) {
         const auto block = at(address, least);

@@ -157,7 +157,7 @@ void check_store(const kel_store &store, kel_table_vector_lookup lookup, Finding
     check_files(store.sharing->folder(), store.sharing->follower(), findings);
 }
 
-void check_entrances(const Image &image, Findings &findings) {
+void check_roots(const Image &image, Findings &findings) {
     if (!check_header(image, findings)) return;
     Blocks blocks(image, findings, [](std::uint64_t) {});
     Catalog(image, findings, blocks).check();

@@ -13,8 +13,8 @@ namespace tarnbase::runtime {
 void check_store(const kel_store &store, kel_table_vector_lookup lookup, Findings &findings,
                  const Blocks::Progress &progress);
 
-// What an opening relies on: the header, and what leads to tables and descriptors.
-void check_entrances(const Image &image, Findings &findings);
+// The part that an opening relies on: the header, the type map, the table list and the keys.
+void check_roots(const Image &image, Findings &findings);
 
 }  // namespace tarnbase::runtime
 

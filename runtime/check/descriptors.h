@@ -22,7 +22,7 @@ class Descriptors {
  public:
     Descriptors(Blocks &blocks, Findings &findings);
 
-    // Checks the copy that the type map has under `luid_text`, and owns its blocks.
+    // Checks the copy that the type map has under `luid_text`, and claims its blocks.
     void add_copy(const std::string &luid_text, const kel_type_info_copy *copy);
 
     // Whether `found` may be the descriptor of what has the constant one `constant`.
@@ -52,7 +52,7 @@ class Descriptors {
     std::map<std::string, const kel_type_info *> copies_;  // those that may be read
     std::vector<const kel_type_info *> constants_;
     std::unordered_set<const kel_type_info *> readable_;  // both
-    // The copies of constant ones that were asked for.
+    // Copies by the constant descriptor, as they were looked up.
     mutable std::unordered_map<const kel_type_info *, const kel_type_info *> copies_of_;
 };
 

@@ -13,9 +13,6 @@ namespace {
 
 using Number = unsigned long long;
 
-// A newer checkpoint may replace one that is being checked. That often in a row it can't.
-constexpr int most_attempts = 100;
-
 void add_error(Findings &findings, const char *where, std::uint32_t error,
                const std::string &what) {
     findings.add(where, "%s",
@@ -84,7 +81,7 @@ void check_files(const StoreFolder &store, const Follower &follower, Findings &f
                      static_cast<Number>(published), static_cast<Number>(checkpoint),
                      static_cast<Number>(follower.position()));
     }
-    for (int i = 0; i < most_attempts; ++i) {
+    for (int i = 0; i < Follower::most_attempts; ++i) {
         if (check_once(store, findings) == 0) return;
     }
     findings.add("the store", "its checkpoint or a part of its log is missing");

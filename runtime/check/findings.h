@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What a check finds: a line of plain English each.
+// What a check finds wrong: a line of text for each fault.
 #ifndef TARNBASE_RUNTIME_CHECK_FINDINGS_H
 #define TARNBASE_RUNTIME_CHECK_FINDINGS_H
 

@@ -52,7 +52,7 @@ bool ObjectCheck::check_descriptor(const kel_type_info *found, const kel_type_in
 
 const ObjectData *ObjectCheck::check_data(const void *object, bool is_expected,
                                           const Where &where) {
-    if (!entries_.knows_data()) return nullptr;
+    if (!entries_.has_data()) return nullptr;
     const ObjectData *data = is_expected ? entries_.use_data(object) : nullptr;
     if (is_expected && data == nullptr) {
         findings_.add(where(),
@@ -62,7 +62,7 @@ const ObjectData *ObjectCheck::check_data(const void *object, bool is_expected,
     return data;
 }
 
-// A copy of another object's bytes changes the flag of an identity: it says nothing.
+// The flag isn't checked: a copy of another object's bytes changes it.
 void ObjectCheck::check_identity(const kel_object &head, const Where &where) {
     const Identity *identity = entries_.use_identity(&head);
     if (identity != nullptr && identity->is_table()) {
@@ -101,7 +101,7 @@ bool ObjectCheck::check_header(const ObjectType &type, const kel_object &head,
     }
     const bool is_tracked = (head.flags & OBJ_STATE_TRACKED) != 0;
     if (is_tracked && block.size < type.tracked_bytes) {
-        findings_.add(where(), "its block of %llu bytes has no room for its state",
+        findings_.add(where(), "its block of %llu bytes is too small for its state",
                       static_cast<unsigned long long>(block.size));
     }
     if ((head.flags & OBJ_STATE_ELSEWHERE) != 0) {

@@ -26,13 +26,13 @@ class ObjectCheck {
     bool check(const ObjectType &type, const void *object, Allocator::Extent block,
                const Where &where);
 
-    // Checks a descriptor of the store's own things. `what` names it.
+    // Checks that `found` is the constant descriptor or the store's copy of it.
     bool check_descriptor(const kel_type_info *found, const kel_type_info *constant,
                           const Where &where);
-    // Checks that the data entry of something and its flags agree. Null: it has none.
+    // Checks that the data entry of an object or record and its flags agree. Null: it has none.
     const ObjectData *check_data(const void *object, bool is_expected, const Where &where);
 
-    // Objects with descriptors of another process.
+    // The number of objects with descriptors of another process.
     std::uint64_t foreign() const { return foreign_; }
 
  private:

@@ -19,7 +19,7 @@ class SideEntries {
  public:
     SideEntries(const Image &image, Findings &findings, Blocks &blocks);
 
-    // Checks the maps, and owns their blocks.
+    // Checks the maps, and claims their blocks.
     void check();
 
     // The text at `text`, if it is one that `string` owns; marks it as used.
@@ -28,7 +28,7 @@ class SideEntries {
     const ObjectData *use_data(const void *object);
     const Identity *use_identity(const void *object);
     // Whether the map of objects' data could be read.
-    bool knows_data() const { return data_usable_; }
+    bool has_data() const { return data_usable_; }
 
     // Calls `visit` with each identity of an object that nothing has used.
     void each_unused_identity(const std::function<void(const Identity &)> &visit) const;

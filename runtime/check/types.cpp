@@ -16,9 +16,10 @@ constexpr std::size_t luid_bytes = 16;
 // Space for the largest record of a type and its table.
 constexpr std::uint64_t private_capacity = 64ULL << 20;
 
-// A record whose objects have no fields: each is new, but for its variant.
+// The wire form of a record whose objects have no fields. Reading it makes objects in their
+// initial state, except for their variant.
 std::vector<char> empty_record(const std::uint8_t *luid) {
-    constexpr char object[] = {static_cast<char>(0xff), 0, 4, 0, 0, 0};
+    constexpr char object[] = {static_cast<char>(0xff), 0, 4, 0, 0, 0};  // variant, flags, jump
     std::vector<char> bytes(KEL_MESSAGE_HEADER_SIZE);
     bytes.insert(bytes.end(), luid, luid + luid_bytes);
     for (int i = 0; i < 2; ++i) bytes.insert(bytes.end(), std::begin(object), std::end(object));
@@ -40,31 +41,32 @@ std::optional<PartKind> kind_of(const kel_type_info *type) {
     return std::nullopt;
 }
 
-ObjectType learn_object(kel_store &store, const void *object) {
-    ObjectType learned{};
+// `object` is new, and has a state block.
+ObjectType type_of(kel_store &store, const void *object) {
+    ObjectType made{};
     const auto *bytes = static_cast<const char *>(object);
     const auto *head = static_cast<const kel_object *>(object);
-    learned.type = head->descriptor;
-    learned.top_variant = head->created_variant;
-    const kel_variant_info &variants = *learned.type->variant_info;
+    made.type = head->descriptor;
+    made.top_variant = head->created_variant;
+    const kel_variant_info &variants = *made.type->variant_info;
     for (int i = 0; i < variants.variant_count; ++i) {
-        learned.used_lengths.push_back(variants.variants[i].used_length);
-        learned.plain_bytes =
+        made.used_lengths.push_back(variants.variants[i].used_length);
+        made.plain_bytes =
             std::uint64_t{variants.variants[i].used_length} + variants.variants[i].alloc_slop;
     }
     const ObjectDataMap data(store.header->object_data, store);
     const auto block = store.allocator.find(store.offset_of(object));
-    learned.tracked_bytes = block ? block->size : learned.plain_bytes;
-    for (std::uint64_t at = 16; at + sizeof(kel_object) <= learned.plain_bytes; at += 8) {
+    made.tracked_bytes = block ? block->size : made.plain_bytes;
+    for (std::uint64_t at = 16; at + sizeof(kel_object) <= made.plain_bytes; at += 8) {
         const kel_type_info *type = nullptr;
         std::memcpy(&type, bytes + at, sizeof type);
         const auto kind = type != nullptr ? kind_of(type) : std::nullopt;
         if (!kind) continue;
-        const ObjectData *known = data.find(bytes + at);
-        learned.parts.push_back({static_cast<std::uint32_t>(at), *kind, known != nullptr,
-                                 known != nullptr ? known->state_distance : 0, type});
+        const ObjectData *state = data.find(bytes + at);
+        made.parts.push_back({static_cast<std::uint32_t>(at), *kind, state != nullptr,
+                              state != nullptr ? state->state_distance : 0, type});
     }
-    return learned;
+    return made;
 }
 
 }  // namespace
@@ -90,10 +92,10 @@ const TableType *TableTypes::with_luid(const std::uint8_t *luid) {
     const std::string key(reinterpret_cast<const char *>(luid), luid_bytes);
     const auto known = types_.find(key);
     if (known != types_.end()) return known->second.get();
-    return types_.emplace(key, learn(luid)).first->second.get();
+    return types_.emplace(key, make_type(luid)).first->second.get();
 }
 
-std::unique_ptr<TableType> TableTypes::learn(const std::uint8_t *luid) {
+std::unique_ptr<TableType> TableTypes::make_type(const std::uint8_t *luid) {
     const void *const *slots = nullptr;
     std::uint32_t error = 0;
     lookup_(handle_, KEL_TX_NONE, luid, &slots, &error);
@@ -112,9 +114,9 @@ std::unique_ptr<TableType> TableTypes::learn(const std::uint8_t *luid) {
     const bool has_key = block && block->size >= sizeof(kel_record);
     auto type = std::make_unique<TableType>(
         TableType{vector, table->descriptor, record->descriptor, store_->order_of_new_tree,
-                  has_key ? sizeof(kel_record) : KEL_RECORD_SIZE,
-                  learn_object(*store_, record->object), std::nullopt});
-    if (has_key) type->key = learn_object(*store_, record->key_object);
+                  has_key ? sizeof(kel_record) : KEL_RECORD_SIZE, type_of(*store_, record->object),
+                  std::nullopt});
+    if (has_key) type->key = type_of(*store_, record->key_object);
     vector.destroy_record(handle_, KEL_TX_NONE, record, &error);
     return type;
 }

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Learns what records and objects of a table's type are like. The runtime has no schema: it makes
-// a record in a private store, through the table's vector, and looks where its parts are.
+// The layout of a table's records and objects. The runtime has no schema, so it makes a record in
+// a private store, through the table's vector, and looks where its parts are.
 #ifndef TARNBASE_RUNTIME_CHECK_TYPES_H
 #define TARNBASE_RUNTIME_CHECK_TYPES_H
 
@@ -62,7 +62,7 @@ class TableTypes {
     kel_handle *handle() const { return handle_; }
 
  private:
-    std::unique_ptr<TableType> learn(const std::uint8_t *luid);
+    std::unique_ptr<TableType> make_type(const std::uint8_t *luid);
 
     kel_table_vector_lookup lookup_;
     kel_store *store_ = nullptr;

@@ -28,7 +28,7 @@ class TreeWalk {
     void run() { walk(static_cast<Node *>(*anchor_), nullptr, 0); }
 
  private:
-    // A tree that fits in a store is not as high.
+    // No tree that fits in a store is that high.
     static constexpr int most_levels = 64;
 
     // Returns the height, or -1 if it isn't known.
@@ -75,10 +75,9 @@ class TreeWalk {
     Owner &owner_;
 };
 
-// Walks a map. `enter(MapNode *)` as above. Returns whether the map can be searched.
-template <typename Enter>
-bool walk_map(Blocks &blocks, Findings &findings, const MapRoot &root, const std::string &name,
-              Enter enter) {
+// Claims the block of a map's buckets. False: the map can't be walked.
+inline bool claim_buckets(Blocks &blocks, Findings &findings, const MapRoot &root,
+                          const std::string &name) {
     if (root.buckets == nullptr) {
         if (root.bucket_count == 0 && root.entries == 0) return true;
         findings.add(name, "it has no buckets, but %llu entries in %llu",
@@ -91,10 +90,17 @@ bool walk_map(Blocks &blocks, Findings &findings, const MapRoot &root, const std
                      static_cast<unsigned long long>(root.bucket_count));
         return false;
     }
-    if (!blocks.claim(root.buckets, root.bucket_count * sizeof(MapNode *),
-                      [&] { return name + ", its buckets"; })) {
-        return false;
-    }
+    return blocks
+        .claim(root.buckets, root.bucket_count * sizeof(MapNode *),
+               [&] { return name + ", its buckets"; })
+        .has_value();
+}
+
+// Walks a map. `enter(MapNode *)` as above. Returns whether the map can be searched.
+template <typename Enter>
+bool walk_map(Blocks &blocks, Findings &findings, const MapRoot &root, const std::string &name,
+              Enter enter) {
+    if (!claim_buckets(blocks, findings, root, name)) return false;
     bool usable = true;
     std::uint64_t entries = 0;
     for (std::uint64_t i = 0; i < root.bucket_count; ++i) {

@@ -37,7 +37,7 @@ std::uint32_t open_sound(const char *path, kel_store &store) {
     Findings findings([&](const char *text) {
         if (first.empty()) first = text;
     });
-    check_entrances(store, findings);
+    check_roots(store, findings);
     if (findings.count() == 0) return 0;
     return fail(EBADMSG, "%s: the store is damaged: %s", path, first.c_str());
 }

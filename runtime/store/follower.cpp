@@ -11,9 +11,6 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// While a checkpoint is opened, a newer one may replace it. That often in a row it can't.
-constexpr int most_attempts = 100;
-
 // Where a process may not map the whole capacity twice, the second image has space for a store
 // that has grown meanwhile.
 constexpr std::uint64_t spare_bytes = 64ULL << 20;
@@ -105,7 +102,7 @@ std::uint32_t Follower::apply_next(std::uint64_t published) {
     std::span<const char> frame;
     const std::uint32_t error = log_.next(published, frame);
     if (error != 0) return fail_log(error);
-    if (!image_.make_room(frame)) {
+    if (!image_.map_for(frame)) {
         log_is_open_ = false;
         return fail(ENOMEM, "%s: the process can't map more of the store", store_.path.c_str());
     }

@@ -22,6 +22,9 @@ struct StoreFolder {
 
 class Follower {
  public:
+    // A newer checkpoint may replace one that is being read, but hardly so often in a row.
+    static constexpr int most_attempts = 100;
+
     Follower(StoreFolder &store, Image &image) : store_(store), image_(image) {}
 
     // Loads the newest checkpoint and catches up. The image's region is mapped, with the

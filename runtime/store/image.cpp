@@ -86,7 +86,7 @@ std::uint64_t Image::end_after(std::span<const char> frame) const {
     return std::min((end + page_size - 1) / page_size * page_size, region.capacity());
 }
 
-bool Image::make_room(std::span<const char> frame) {
+bool Image::map_for(std::span<const char> frame) {
     return region.is_complete() || region.reach(end_after(frame));
 }
 

@@ -24,7 +24,7 @@ class Image {
     std::uint32_t load(Checkpoint &checkpoint);
 
     // Maps what a frame needs. False: the process can't map as much.
-    bool make_room(std::span<const char> frame);
+    bool map_for(std::span<const char> frame);
     // Applies a frame that was checked. Returns null, or what is wrong with an operation: then
     // those before it were applied.
     const char *apply(std::span<const char> frame);
