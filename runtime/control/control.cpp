@@ -51,8 +51,6 @@ struct Identity {
 };
 static_assert(sizeof(Identity) == offsetof(ControlPage, published));
 
-std::uint32_t last_error() { return static_cast<std::uint32_t>(errno); }
-
 std::uint32_t checksum(const Identity &identity) {
     return crc32c({reinterpret_cast<const char *>(&identity), offsetof(Identity, crc)});
 }
@@ -65,7 +63,7 @@ bool is_valid(const Identity &identity) {
 }
 
 std::uint32_t fail_errno(const char *path) {
-    const std::uint32_t error = last_error();
+    const std::uint32_t error = error_number();
     return fail(error, "%s: %s", path, std::strerror(static_cast<int>(error)));
 }
 
@@ -83,7 +81,7 @@ std::uint32_t fail_version(const char *path, std::uint32_t version) {
                 newer ? "Use the newer release, or move the data with" : "Move the data with");
 }
 
-// Checks the most general first, and reads nothing after the version before that is checked.
+// Reads nothing after the version before that is checked: another version may differ there.
 std::uint32_t check_identity(const char *path, const Identity &identity, std::size_t got,
                              std::uint64_t file_size) {
     if (got == 0) return fail(EINVAL, "%s: not a store: its control file is empty", path);
@@ -173,7 +171,7 @@ Control::~Control() {
 std::uint32_t Control::map(int descriptor, bool writable) {
     void *page = ::mmap(nullptr, sizeof *page_, writable ? PROT_READ | PROT_WRITE : PROT_READ,
                         MAP_SHARED, descriptor, 0);
-    if (page == MAP_FAILED) return last_error();
+    if (page == MAP_FAILED) return error_number();
     page_ = static_cast<ControlPage *>(page);
     writable_ = writable;
     return 0;
@@ -182,7 +180,7 @@ std::uint32_t Control::map(int descriptor, bool writable) {
 std::uint32_t Control::create(int folder, const StoreId &id, std::uint64_t base,
                               std::uint64_t capacity) {
     const File file(::openat(folder, control_name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (!file.is_open()) return last_error();
+    if (!file.is_open()) return error_number();
     Identity identity{};
     identity.magic = control_magic;
     identity.version = control_format_version;
@@ -198,7 +196,7 @@ std::uint32_t Control::create(int folder, const StoreId &id, std::uint64_t base,
     errno = ENOSPC;
     if (::pwrite(file.descriptor(), bytes.data(), bytes.size(), 0) !=
         static_cast<ssize_t>(bytes.size())) {
-        return last_error();
+        return error_number();
     }
     return map(file.descriptor(), true);
 }

@@ -18,7 +18,7 @@
 
 namespace tarnbase::runtime {
 
-// Who has the lock. Written after the lock was taken: for people, never for decisions.
+// Who has the lock. Written after the lock was taken, and only shown: no decision depends on it.
 struct Holder {
     std::uint32_t pid;            // in its own pid namespace
     std::uint32_t acquisition;    // the low half of the word's count

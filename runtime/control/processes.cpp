@@ -12,12 +12,11 @@
 #include <vector>
 
 #include "runtime/base/file.h"
+#include "runtime/base/file_io.h"
 
 namespace tarnbase::runtime {
 
 namespace {
-
-std::uint32_t last_error() { return static_cast<std::uint32_t>(errno); }
 
 // The files that this process has open.
 struct OpenFile {
@@ -66,7 +65,7 @@ Processes::~Processes() {
 std::uint32_t Processes::create(int folder) {
     const File file(
         ::openat(folder, processes_name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0622));
-    return file.is_open() ? 0 : last_error();
+    return file.is_open() ? 0 : error_number();
 }
 
 std::uint32_t Processes::open(int folder) {
@@ -74,12 +73,12 @@ std::uint32_t Processes::open(int folder) {
     const std::lock_guard guard(open_files_mutex);
     struct stat status;
     // Compared before it is opened: closing it again would release the locks.
-    if (::fstatat(folder, processes_name, &status, 0) != 0) return last_error();
+    if (::fstatat(folder, processes_name, &status, 0) != 0) return error_number();
     if (std::ranges::find(open_files, identify(status)) != open_files.end()) return EBUSY;
     if (!S_ISREG(status.st_mode)) return EINVAL;
     open_files.reserve(open_files.size() + 1);
     descriptor_ = ::openat(folder, processes_name, O_WRONLY | O_CLOEXEC);
-    if (descriptor_ < 0) return last_error();
+    if (descriptor_ < 0) return error_number();
     if (::fstat(descriptor_, &status) == 0) open_files.push_back(identify(status));
     forks_ = forks.load(std::memory_order_relaxed);
     return 0;
@@ -88,7 +87,7 @@ std::uint32_t Processes::open(int folder) {
 std::uint32_t Processes::take_number(std::uint32_t limit, std::uint32_t &number) const {
     for (number = 0; number < limit; ++number) {
         if (try_lock(number)) return 0;
-        if (errno != EAGAIN && errno != EACCES) return last_error();
+        if (errno != EAGAIN && errno != EACCES) return error_number();
     }
     return EAGAIN;
 }

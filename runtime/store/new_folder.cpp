@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include "runtime/base/error_text.h"
+#include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/control/control.h"
 #include "runtime/control/processes.h"
@@ -24,8 +25,6 @@ namespace tarnbase::runtime {
 namespace {
 
 constexpr const char *working_suffix = ".new.";
-
-std::uint32_t error_number() { return static_cast<std::uint32_t>(errno); }
 
 // Removes the folders of processes that ended while they made this store.
 void remove_working_folders(const char *path) {
