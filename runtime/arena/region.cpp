@@ -16,7 +16,7 @@ namespace {
 constexpr int access = PROT_READ | PROT_WRITE;
 constexpr int zeros = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
 
-// A front that isn't the whole grows by this.
+// How much more than needed is mapped when the front grows.
 constexpr std::uint64_t growth = 16ULL << 20;
 
 // Maps zeros where nothing is mapped. Returns 0, EADDRINUSE or mmap(2)'s error.

@@ -38,8 +38,8 @@ class Region {
     std::uint32_t read_file(int descriptor, std::uint64_t offset, std::uint64_t at,
                             std::uint64_t bytes);
 
-    // Says that the bytes from `end` on are zero and not in use until `reach`. Returns their memory
-    // in large pieces.
+    // Returns the memory from `end` on to the system, in large pieces. Requires: these bytes are
+    // zero, and are not used before the next `reach`.
     void discard(std::uint64_t end) {
         if (used_ >= end + least_discard) return_memory(end);
     }

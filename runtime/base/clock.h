@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The time, for people.
+// The time of day, as it is shown to users.
 #ifndef TARNBASE_RUNTIME_BASE_CLOCK_H
 #define TARNBASE_RUNTIME_BASE_CLOCK_H
 
@@ -8,7 +8,7 @@
 
 namespace tarnbase::runtime {
 
-// Nanoseconds since 1970 of the clock that is read without a system call, and fast: it is a few
+// Nanoseconds since 1970, from a clock that is read without a system call and is a few
 // milliseconds late.
 inline std::uint64_t coarse_time() {
     timespec time{};

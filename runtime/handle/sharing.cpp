@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a program says about sharing a store with other processes.
+// Sharing a store with other processes.
 #include <cerrno>
 #include <new>
 

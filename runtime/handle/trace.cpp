@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What embedded.h sets for a thread, and the trace sink.
+// A thread's tenant and trace correlation, and the trace sink.
 #include "runtime/trace/sink.h"
 #include "runtime/trace/thread.h"
 #include "tarnbase/embedded.h"

@@ -19,7 +19,7 @@
 //      168    24  map from strings to their texts
 //      192     8  the last object id assigned
 //      200        zero up to 4096
-//     4096        the allocator's page sets (arena/allocator.cpp), then pages
+//     4096        the allocator's page sets (arena/page_set.h), then pages
 #ifndef TARNBASE_RUNTIME_STORE_HEADER_H
 #define TARNBASE_RUNTIME_STORE_HEADER_H
 

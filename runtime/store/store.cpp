@@ -72,8 +72,7 @@ void kel_store::release(std::uint32_t tx_id, void *block) {
     if (slot == nullptr || !allocator.is_allocated(block)) {
         release_now(block);
     } else if (!slot->undo.deferred_free(block)) {
-        ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): no room to note that %p is to be freed",
-                       block);
+        ptrail_wrapper(0, KEL_TRACE_ERROR, 0, "(ERR): no memory to log the release of %p", block);
     }
 }
 

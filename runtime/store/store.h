@@ -60,8 +60,8 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     std::string path;                                     // empty: a private store
     std::unique_ptr<tarnbase::runtime::Sharing> sharing;  // null: a private store
     std::uint64_t allocations_until_failure = 0;          // 0: none fails on purpose
-    // The order of the last key index that got its first record, for a check that learns the
-    // order of a table's records.
+    // The comparison of the last key index that got its first record. A check finds a table's
+    // comparison here.
     e_avl_compare_function order_of_new_tree = nullptr;
 
  private:
