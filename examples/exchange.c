@@ -3,6 +3,7 @@
  * Moves a record between stores, in C: written as XML and as a wire frame, read back into a
  * second store, and compared as text.
  */
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -56,7 +57,7 @@ static kel_record *insert_service(kel_handle *handle, kel_table *table, const ch
     kel_record *record = tbl_service_type_info_create_record(handle, tx_id, &err);
     st_service_type_info *info = st_service_type_info_create(handle, tx_id);
     service_type_info_key *key = service_type_info_key_create(handle, tx_id);
-    need(record == NULL || info == NULL || key == NULL ? 12 : 0, "making a record");
+    need(record == NULL || info == NULL || key == NULL ? ENOMEM : 0, "making a record");
 
     kel_vstring text;
     kel_vstring_refer(&text, name, (uint32_t)strlen(name));
@@ -96,7 +97,7 @@ static void receive(const struct place *place, const char *xml, uint32_t xml_len
     kel_table *from_xml = open_services(handle, "from xml");
     kel_table *from_wire = open_services(handle, "from wire");
     kel_xml_document *document = kel_xml_parse(xml, xml_length);
-    need_status(document == NULL ? 22 : 0);
+    need_status(document == NULL ? EINVAL : 0);
 
     need_status(kel_transaction_begin(handle, &tx_id));
     kel_record *record = tbl_service_type_info_table_record_from_xml(handle, tx_id, document, &err,
@@ -118,12 +119,12 @@ static kel_record *find_service(kel_handle *handle, kel_table *table, const char
     kel_vstring text;
     kel_vstring_refer(&text, name, (uint32_t)strlen(name));
     service_type_info_key *key = tbl_service_type_info_pkey_create(handle, KEL_TX_NONE);
-    need(key == NULL ? 12 : 0, "making a key");
+    need(key == NULL ? ENOMEM : 0, "making a key");
     service_type_info_key_serv_type_set_value(handle, KEL_TX_NONE, key, 2, &err);
     service_type_info_key_serv_name_set(handle, KEL_TX_NONE, key, &text, &err);
     kel_record *found = tbl_service_type_info_search(handle, KEL_TX_NONE, table, key, 0, &err);
     tbl_service_type_info_pkey_destroy(handle, KEL_TX_NONE, key);
-    need(found == NULL && err == 0 ? 2 : err, "searching");
+    need(found == NULL && err == 0 ? ENOENT : err, "searching");
     return found;
 }
 

@@ -3,6 +3,7 @@
  * The life of a record, in C: a private store, a table, a record with its object, a search, the
  * text and the wire form, and the deletion.
  */
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -22,7 +23,7 @@ static kel_record *make_record(kel_handle *handle, uint32_t tx_id, const kel_vst
     uint32_t err = 0;
     kel_record *record = tbl_ldap_conn_create_record(handle, tx_id, &err);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx_id);
-    need(record == NULL || conn == NULL ? 12 : 0, "creating the record");
+    need(record == NULL || conn == NULL ? ENOMEM : 0, "creating the record");
     st_ldap_conn_sname_set(handle, tx_id, conn, server, &err);
     st_ldap_conn_num_conns_set_value(handle, tx_id, conn, connections, &err);
     need(err, "setting the fields");
@@ -54,7 +55,7 @@ int main(void) {
     need(kel_store_create_private(NULL, &store), "making a store");
     need(kel_handle_create(store, 0, &handle), "making a handle");
 
-    /* A table can't be made in a transaction. */
+    /* A new table belongs to no transaction. */
     kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
     need(err, "opening the table");
 
@@ -69,7 +70,7 @@ int main(void) {
 
     kel_record *found =
         tbl_ldap_conn_st_ldap_conn_sname_search(handle, KEL_TX_NONE, table, &server, &err);
-    need(found == NULL ? 2 : err, "searching the record");
+    need(found == NULL ? ENOENT : err, "searching the record");
     show_record(handle, KEL_TX_NONE, found);
 
     need(kel_transaction_begin(handle, &tx_id), "beginning a transaction");

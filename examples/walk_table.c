@@ -1,10 +1,11 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Two processes and a store file, in C.
+ * Two processes and a store, in C.
  *
- *   walk_table fill FILE          puts four servers into the file, in one transaction
- *   walk_table show FILE [FROM]   in another process: shows them in key order, from a key on
+ *   walk_table fill STORE          puts four servers into the store, in one transaction
+ *   walk_table show STORE [FROM]   in another process: shows them in key order, from a key on
  */
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -42,7 +43,7 @@ static void add_server(kel_handle *handle, uint32_t tx_id, kel_table *table, con
     }
     kel_record *record = tbl_ldap_conn_create_record(handle, tx_id, &err);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx_id);
-    need(record == NULL || conn == NULL ? 12 : 0, "making a record");
+    need(record == NULL || conn == NULL ? ENOMEM : 0, "making a record");
     st_ldap_conn_sname_set(handle, tx_id, conn, &key, &err);
     st_ldap_conn_num_conns_set_value(handle, tx_id, conn, ++*connections, &err);
     tbl_ldap_conn_st_ldap_conn_set_field(handle, tx_id, record, conn);
@@ -50,15 +51,15 @@ static void add_server(kel_handle *handle, uint32_t tx_id, kel_table *table, con
     need(err, "inserting");
 }
 
-/* The 1: descriptors in the store, so that the other process can read it. */
-static void fill(const char *file) {
+/* The handle puts descriptors in the store, so that the other process can read it. */
+static void fill(const char *path) {
     static const char *const names[] = {"ldap3", "ldap1", "backup", "ldap2"};
     kel_store *store;
     kel_handle *handle;
     uint32_t tx_id;
     uint32_t err = 0;
     uint32_t connections = 0;
-    need_status(kel_store_open_or_create(file, NULL, &store));
+    need_status(kel_store_open_or_create(path, NULL, &store));
     need_status(kel_handle_create(store, 1, &handle));
     need_status(kel_transaction_begin(handle, &tx_id));
     kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
@@ -85,14 +86,14 @@ static void show_server(kel_handle *handle, kel_record *record) {
 }
 
 /* Shorter names come first, names of the same length in byte order. */
-static void show(const char *file, const char *from) {
+static void show(const char *path, const char *from) {
     kel_store *store;
     kel_handle *handle;
     uint32_t err = 0;
-    need_status(kel_store_open(file, &store));
+    need_status(kel_store_open(path, &store));
     need_status(kel_handle_create(store, 1, &handle));
     kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
-    need(table == NULL && err == 0 ? 2 : err, "opening the table");
+    need(table == NULL && err == 0 ? ENOENT : err, "opening the table");
 
     kel_vstring key;
     kel_vstring_refer(&key, from, (uint32_t)strlen(from));
@@ -115,7 +116,7 @@ int main(int argc, char **argv) {
     } else if (argc >= 3 && strcmp(argv[1], "show") == 0) {
         show(argv[2], argc > 3 ? argv[3] : "");
     } else {
-        fprintf(stderr, "usage: walk_table fill FILE | walk_table show FILE [FROM]\n");
+        fprintf(stderr, "usage: walk_table fill STORE | walk_table show STORE [FROM]\n");
         return 2;
     }
     return EXIT_SUCCESS;

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Two processes and a store file, in C++.
+// Two processes and a store, in C++.
 //
-//   walk_table fill FILE          puts four servers into the file, in one transaction
-//   walk_table show FILE [FROM]   in another process: shows them in key order, from a key on
+//   walk_table fill STORE          puts four servers into the store, in one transaction
+//   walk_table show STORE [FROM]   in another process: shows them in key order, from a key on
 #include <cstdlib>
 #include <iostream>
 #include <string>
 
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
 
-static void fill(const std::string &file) {
-    const tarn::store store = tarn::store::open_or_create(file);
+static void fill(const std::string &path) {
+    const tarn::store store = tarn::store::open_or_create(path);
     tarn::session session(store);
     auto servers = tarn::table<tarn::ldap_conn>::open_or_create(session, "ldap");
 
@@ -31,8 +31,8 @@ static void fill(const std::string &file) {
 }
 
 // Shorter names come first, names of the same length in byte order.
-static void show(const std::string &file, const std::string &from) {
-    const tarn::store store = tarn::store::open(file);
+static void show(const std::string &path, const std::string &from) {
+    const tarn::store store = tarn::store::open(path);
     const tarn::session session(store);
     const auto servers = tarn::table<tarn::ldap_conn>::open(session, "ldap");
     for (const auto server : servers.from(from))
@@ -47,7 +47,7 @@ int main(int argc, char **argv) {
         } else if (command == "show") {
             show(argv[2], argc > 3 ? argv[3] : "");
         } else {
-            std::cerr << "usage: walk_table fill FILE | walk_table show FILE [FROM]\n";
+            std::cerr << "usage: walk_table fill STORE | walk_table show STORE [FROM]\n";
             return 2;
         }
     } catch (const std::exception &error) {

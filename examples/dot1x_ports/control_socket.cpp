@@ -43,7 +43,7 @@ std::string expect_answer(ControlSocket &socket, const std::string &command) {
 
 std::string address_in(const std::string &station) { return station.substr(0, station.find('\n')); }
 
-// Returns false if a station left during the walk, which then can't go on.
+// Returns false if a station left during the walk, which then can't continue.
 bool walk(ControlSocket &socket, std::vector<Text> &stations) {
     stations.clear();
     std::set<std::string> met;

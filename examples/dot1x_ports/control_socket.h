@@ -15,8 +15,8 @@ namespace dot1x_ports {
 
 constexpr std::chrono::milliseconds kAnswerTime{5000};
 
-// A directory for the client's address, removed with its contents. hostapd must be able to reach
-// it, so that it is under $TMPDIR, or else /tmp.
+// A directory for the client's address, removed with its contents. It is under $TMPDIR, or
+// else /tmp, where hostapd can reach it.
 class PrivateDirectory {
  public:
     PrivateDirectory();  // throws SourceError

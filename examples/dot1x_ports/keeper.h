@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Keeps ports, sessions and RADIUS servers in their tables in a store file.
+// Keeps ports, sessions and RADIUS servers in their tables in a store.
 //
 // A port that was polled always has its rows of port controls. Its rows of authenticator state,
 // counters and sessions are there while hostapd reports a client on it: a row that stayed would
@@ -28,7 +28,7 @@ struct Observation {
 
 class Keeper {
  public:
-    // Opens the store file, or makes it, and its tables. Throws tarn::error, as all members do.
+    // Opens the store, or creates it, and its tables. Throws tarn::error, as all members do.
     explicit Keeper(const std::string &path);
 
     // Stores the rows of a poll, in one transaction. If that fails the store is as it was before.

@@ -53,8 +53,8 @@ void describe(cli::Command &program, Arguments &arguments) {
                         {kUnreachable, "hostapd or a recording can't be reached"},
                         {kStore, "the store failed"}};
     program
-        .option("-s,--store", "FILE", cli::into(arguments.job.store),
-                "Store file, made if it isn't there")
+        .option("-s,--store", "STORE", cli::into(arguments.job.store),
+                "Store, created if it doesn't exist")
         .required();
     program.option("--recordings", "FOLDER", cli::into(arguments.recordings),
                    "Folder of recorded answers, hostapd-NAME-all_sta.txt, -mib, -status; this or "

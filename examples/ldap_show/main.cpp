@@ -48,7 +48,7 @@ void describe(cli::Command &program, Arguments &arguments) {
                         {kBadXml, "the file is no XML of these tables"},
                         {kFile, "a file can't be read or written"},
                         {kStore, "a store failed"}};
-    program.option("-s,--store", "FILE", cli::into(arguments.store), "Store file").required();
+    program.option("-s,--store", "STORE", cli::into(arguments.store), "Store to show").required();
     program.flag("--xml", arguments.xml, "Write XML; text otherwise");
     program
         .flag("-f,--follow", arguments.follow,
@@ -64,8 +64,8 @@ void describe(cli::Command &program, Arguments &arguments) {
         .excludes("follow")
         .excludes("output");
     program
-        .option("--copy-to", "FILE", cli::into(arguments.copy_to),
-                "Store file to make for the second store; kept in memory otherwise")
+        .option("--copy-to", "STORE", cli::into(arguments.copy_to),
+                "Store to create as the second one; kept in memory otherwise")
         .excludes("xml")
         .excludes("follow")
         .excludes("output");

@@ -42,7 +42,7 @@ XmlFile::XmlFile(const std::string &text) : document_(parse(text)) {
 }
 
 void XmlFile::store_in(tarn::session &session) const {
-    // A table can't be made in a transaction.
+    // A new table belongs to no transaction.
     for_each_table([&]<class Table>(std::type_identity<Table>) {
         tarn::table<Table>::open_or_create(session, example::kTableName);
     });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The XML file of the tables: an element `ldap` that holds an element a record, each named after
-// its table, table after table, in key order.
+// The XML file of the tables: an element `ldap` that contains an element for each record, each
+// named after its table, table after table, in key order.
 #ifndef EXAMPLES_LDAP_SHOW_XML_FILE_H
 #define EXAMPLES_LDAP_SHOW_XML_FILE_H
 

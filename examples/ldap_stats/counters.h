@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is known of one LDAP server, as the three tables hold it.
+// The values of one LDAP server that the three tables contain.
 //
-// "Sent" and "received" are seen from the clients, all of them taken as one: sent is what slapd
-// was asked, received is what it answered.
+// "Sent" and "received" are seen from the clients, all of them taken as one: sent are their
+// requests, received slapd's responses.
 #ifndef EXAMPLES_LDAP_STATS_COUNTERS_H
 #define EXAMPLES_LDAP_STATS_COUNTERS_H
 

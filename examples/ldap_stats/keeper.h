@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Keeps servers in the tables tbl_ldap_stats, tbl_ldap_summary and tbl_ldap_conn of a store file.
+// Keeps servers in the tables tbl_ldap_stats, tbl_ldap_summary and tbl_ldap_conn of a store.
 #ifndef EXAMPLES_LDAP_STATS_KEEPER_H
 #define EXAMPLES_LDAP_STATS_KEEPER_H
 
@@ -14,7 +14,7 @@ namespace ldap_stats {
 
 class Keeper {
  public:
-    // Opens the store file, or makes it, and its tables. Throws tarn::error, as all members do.
+    // Opens the store, or creates it, and its tables. Throws tarn::error, as all members do.
     explicit Keeper(const std::string &path);
 
     // The stored values of a server; none if no table has it.

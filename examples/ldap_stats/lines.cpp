@@ -4,9 +4,9 @@
 namespace ldap_stats {
 
 void Lines::append(std::string_view part) {
-    const size_t room = kLongestLine - begun_.size();
-    too_long_ = too_long_ || part.size() > room;
-    begun_.append(part.substr(0, room));
+    const size_t space = kLongestLine - begun_.size();
+    too_long_ = too_long_ || part.size() > space;
+    begun_.append(part.substr(0, space));
 }
 
 void Lines::add(std::string_view piece, const Sink &sink) {

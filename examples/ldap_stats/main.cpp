@@ -36,8 +36,8 @@ Counters wrap at 2^32; connections and delays stay at 2^32 - 1.
 
 The name of the server is --server, or else the listener of the first connection in the log, such
 as ldap://127.0.0.1:389, or else "slapd". Counting continues from the stored values of that name, so
-a log must not be given twice, unless --recount replaces them: so a program that was killed can be
-started again on the same log.)";
+a log must not be given twice, unless --recount replaces them: with it, a program that was killed
+can be started again on the same log.)";
 
 struct Arguments {
     ldap_stats::JobOptions job;
@@ -59,8 +59,8 @@ void describe(cli::Command &program, Arguments &arguments) {
     program.argument("LOG", cli::into(arguments.input.path),
                      "slapd log, loglevel stats; - or none: standard input");
     program
-        .option("-s,--store", "FILE", cli::into(arguments.job.store),
-                "Store file, made if it isn't there")
+        .option("-s,--store", "STORE", cli::into(arguments.job.store),
+                "Store, created if it doesn't exist")
         .required();
     const auto name_server = [&arguments](const std::string &name) { arguments.job.server = name; };
     program.option("--server", "NAME", {name_server, {}, false},
@@ -72,7 +72,7 @@ void describe(cli::Command &program, Arguments &arguments) {
                  "Replace the stored values by those of this log");
     program.flag("-f,--follow", arguments.input.follow,
                  "Continue as the log grows, until SIGINT or SIGTERM");
-    program.flag("--from-end", arguments.input.from_end, "Follow from the log's end of now")
+    program.flag("--from-end", arguments.input.from_end, "Follow from the present end of the log")
         .needs("follow");
     program
         .option("--exit-idle", "SECONDS", cli::seconds_into(arguments.idle_seconds, 0.001, 1e6),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // How many connections are open, counted from a log whose lines come out of order: slapd's
-// threads write side by side, so that a connection's `closed` can come before its `ACCEPT`.
+// threads write at the same time, so a connection's `closed` can come before its `ACCEPT`.
 #ifndef EXAMPLES_LDAP_STATS_OPEN_CONNECTIONS_H
 #define EXAMPLES_LDAP_STATS_OPEN_CONNECTIONS_H
 

@@ -58,7 +58,7 @@ void Tally::count(const LogLine &line) {
         default:
             return;
     }
-    // In a log that begins after the server's start its work shows that it runs.
+    // In a log that begins after the server's start, its operations show that it runs.
     if (!running_) running_ = true;
 }
 

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* The parts of the text, XML and wire form of an object. */
+#include <errno.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -19,7 +20,7 @@ static uint32_t put(kel_handle *handle, char *buffer, uint32_t remaining, uint32
     /* The bytes after the text are the caller's: no NUL may overwrite them. */
     char *const text = malloc((size_t)length + 1);
     if (text == NULL) {
-        own_report(handle, err, 12);
+        own_report(handle, err, ENOMEM);
         return 0;
     }
     vsnprintf(text, (size_t)length + 1, format, arguments);
@@ -81,7 +82,7 @@ uint32_t xml_get_element_nodecount(void *document, const char *path, uint32_t *c
 uint32_t xml_get_element_value(void *document, const char *path, char *area, uint32_t area_len,
                                uint32_t zero) {
     (void)document, (void)path, (void)area, (void)area_len, (void)zero;
-    return 2;
+    return ENOENT;
 }
 
 /* ---- Wire: little-endian, as the machines that this example is for ---- */

@@ -3,6 +3,7 @@
  * Three records on a runtime of the program's own: inserted, found, listed, marshalled, renamed,
  * deleted. Then tables by id.
  */
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -53,7 +54,7 @@ static void copy(kel_handle *handle, kel_table *table, const char *server) {
     own_string_refer(&key, server);
     const kel_record *const found =
         tbl_ldap_conn_st_ldap_conn_sname_search(handle, no_tx, table, &key, &err);
-    if (found == NULL) need(2, server);
+    if (found == NULL) need(ENOENT, server);
     unsigned char frame[256], again[256];
     kel_record *made = NULL;
     const uint32_t length =
@@ -104,7 +105,7 @@ static void number(kel_handle *handle) {
     for (uint64_t id = 7; id <= 9; ++id) tbl_ldap_conn_table_open_by_id(handle, no_tx, id, 0, &err);
     need(err, "open by id");
     kel_table *table = tbl_ldap_conn_table_open_by_id(handle, no_tx, 8, 1, &err);
-    if (table == NULL) need(2, "table 8");
+    if (table == NULL) need(ENOENT, "table 8");
     tbl_ldap_conn_table_free(handle, no_tx, table, &err);
     printf("tables by id:");
     for (uint64_t id = 7; id <= 9; ++id) {

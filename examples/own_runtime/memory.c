@@ -34,7 +34,7 @@ static void *allocate(void *arena, uint32_t tx_id, uint64_t size) {
     return block;
 }
 
-static void give_back(void *arena, uint32_t tx_id, void *block) {
+static void release(void *arena, uint32_t tx_id, void *block) {
     (void)tx_id;
     if (block != NULL) --((store *)arena)->blocks;
     free(block);
@@ -59,7 +59,7 @@ kel_handle *own_handle_create(void) {
     }
     made->tables.last = &made->tables.first;
     handle->alloc_hook = allocate;
-    handle->free_hook = give_back;
+    handle->free_hook = release;
     handle->write_log_hook = log_write;
     handle->delta_log_hook = log_delta;
     handle->arena = made;
@@ -71,7 +71,7 @@ unsigned own_handle_destroy(kel_handle *handle) {
     store *const its = handle->arena;
     /* Memory under a key, such as the root of a table's ids, is the store's. */
     while (its->keys != NULL) {
-        give_back(its, KEL_TX_NONE, its->keys->value);
+        release(its, KEL_TX_NONE, its->keys->value);
         loam_delete_key(its, its->keys->key);
     }
     const unsigned blocks = its->blocks;
@@ -248,7 +248,7 @@ uint32_t kel_request_oid_mapping_destroy(kel_handle *handle, uint32_t tx_id, voi
 void kellib_lookup_and_update_oid_ref_count(kel_handle *handle, uint32_t tx_id, uint64_t oid,
                                             uint32_t zero, uint32_t *err) {
     (void)tx_id, (void)oid, (void)zero;
-    if (*err == 0) own_report(handle, err, 2);
+    if (*err == 0) own_report(handle, err, ENOENT);
 }
 
 void kel_hd_mapping_destroy(kel_handle *handle, uint32_t tx_id, void *object, uint32_t *err) {
@@ -294,7 +294,7 @@ uint8_t kel_get_instance_obj_flag(const void *object, uint32_t is_structure, uin
     return object != NULL ? ((const kel_object *)object)->flags : 0;
 }
 
-/* Handles don't track state, so that no object has a state block. */
+/* Handles don't track state, so no object has a state block. */
 uint32_t kellib_get_sttr_offset(kel_handle *handle, uint32_t tx_id, const void *object) {
     (void)handle, (void)tx_id, (void)object;
     return 0;
@@ -307,7 +307,7 @@ void kellib_update_sttr_offset(kel_handle *handle, uint32_t tx_id, void *object,
 
 uint32_t kellib_validate_object_flags(const void *object, uint32_t one, uint32_t other_one) {
     (void)one, (void)other_one;
-    return (((const kel_object *)object)->flags & (OBJ_EMBEDDED | OBJ_NESTED)) != 0 ? 22 : 0;
+    return (((const kel_object *)object)->flags & (OBJ_EMBEDDED | OBJ_NESTED)) != 0 ? EINVAL : 0;
 }
 
 uint32_t kellib_get_ra_data(kel_handle *handle, uint32_t tx_id, const void *object,

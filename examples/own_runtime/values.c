@@ -3,6 +3,7 @@
  * The value types. Their common operations are macros over three small functions a type: print,
  * marshal and unmarshal.
  */
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -86,7 +87,7 @@ static void assign(kel_handle *handle, kel_vstring *string, span source, uint32_
     if (source.length > KEL_VSTRING_INLINE) {
         own = malloc(sizeof *own + source.length);
         if (own == NULL) {
-            own_report(handle, err, 12);
+            own_report(handle, err, ENOMEM);
             return;
         }
         own->owner = string;
@@ -140,7 +141,7 @@ void own_string_refer(kel_vstring *string, const char *bytes) {
     void value##_from_xml(kel_handle *handle, uint32_t tx_id, const char *path, void *document,    \
                           type *field, uint32_t *err, char *message, uint32_t message_len) {       \
         (void)tx_id, (void)path, (void)document, (void)field, (void)message, (void)message_len;    \
-        if (*err == 0) own_report(handle, err, 2);                                                 \
+        if (*err == 0) own_report(handle, err, ENOENT);                                            \
     }
 
 /* An integer: no header, and the same bytes on the wire as in memory. */
@@ -155,7 +156,7 @@ void own_string_refer(kel_vstring *string, const char *bytes) {
                            uint32_t *err) {                                                       \
         if (*err != 0) return;                                                                    \
         if (field == NULL) {                                                                      \
-            own_report(handle, err, 2);                                                           \
+            own_report(handle, err, ENOENT);                                                      \
             return;                                                                               \
         }                                                                                         \
         handle->write_log_hook(handle->arena, field, sizeof *field, tx_id);                       \
@@ -328,7 +329,7 @@ void kel_vstring_set(kel_handle *handle, uint32_t tx_id, kel_vstring *field,
                      const kel_vstring *source, uint32_t *err) {
     if (*err != 0) return;
     if (field == NULL || source == NULL) {
-        own_report(handle, err, 2);
+        own_report(handle, err, ENOENT);
         return;
     }
     handle->write_log_hook(handle->arena, field, sizeof *field, tx_id);
@@ -394,7 +395,7 @@ static void assign_address(kel_handle *handle, uint32_t tx_id, ip_address *field
                            const uint8_t *bytes, uint32_t *err) {
     if (*err != 0) return;
     if (field == NULL || bytes == NULL) {
-        own_report(handle, err, 2);
+        own_report(handle, err, ENOENT);
         return;
     }
     uint8_t content[16] = {0};
