@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 using Files = SharedStore;
 
-TEST_F(Files, of_a_folder_that_was_removed_stay_readable) {
+TEST_F(Files, OfAFolderThatWasRemovedStayReadable) {
     Connections::create(path, {{"a", 1}});
     Connections connections(path);
     connections.commit("b", 2);
@@ -38,7 +38,7 @@ TEST_F(Files, of_a_folder_that_was_removed_stay_readable) {
     EXPECT_EQ(connections.content(), committed);
 }
 
-TEST_F(Files, of_a_folder_that_was_replaced_are_those_of_the_old_store) {
+TEST_F(Files, OfAFolderThatWasReplacedAreThoseOfTheOldStore) {
     Connections::create(path, {{"a", 1}});
     Connections old(path);
     old.commit("a", 2);
@@ -112,7 +112,7 @@ class CutFiles : public SharedStore {
     }
 };
 
-TEST_F(CutFiles, give_no_wrong_content) {
+TEST_F(CutFiles, GiveNoWrongContent) {
     for (const char *name : {"control", "log-", "checkpoint-"}) {
         for (const std::uint64_t length : {0UL, 100UL, 4096UL, 65536UL}) {
             if (length > 4096 && std::string(name) == "control") continue;

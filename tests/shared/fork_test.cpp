@@ -9,7 +9,7 @@ namespace {
 
 using Fork = SharedStore;
 
-TEST_F(Fork, a_child_closes_what_it_inherited_and_opens_its_own) {
+TEST_F(Fork, AChildClosesWhatItInheritedAndOpensItsOwn) {
     Connections::create(path, {{"a", 1}});
     std::optional<Connections> parent(path);
     Child child([&](Child &test) {
@@ -44,7 +44,7 @@ TEST_F(Fork, a_child_closes_what_it_inherited_and_opens_its_own) {
     EXPECT_EQ(content(), (Content{{"a", 4}, {"child", 3}}));
 }
 
-TEST_F(Fork, the_end_of_a_child_rolls_back_nothing_of_its_parents) {
+TEST_F(Fork, TheEndOfAChildRollsBackNothingOfItsParents) {
     Connections::create(path, {{"a", 1}});
     Connections parent(path);
     tarn::transaction transaction(parent.session);

@@ -109,7 +109,7 @@ void read(const std::string &path, Counts &counts) {
     }
 }
 
-TEST_F(FullSpeed, readers_at_full_speed_find_nothing_but_commits) {
+TEST_F(FullSpeed, ReadersAtFullSpeedFindNothingButCommits) {
     const char *set_seconds = std::getenv("TARNBASE_SHARED_SECONDS");
     const double seconds = set_seconds != nullptr ? std::atof(set_seconds) : 1;
     Connections::create(path, first_content());

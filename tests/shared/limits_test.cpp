@@ -74,7 +74,7 @@ void work_within(std::uint64_t limit, const std::string &path) {
 }
 
 // The signal that the kernel sends would end the process if it isn't ignored.
-TEST_F(Limits, of_a_files_length_are_errors_whatever_the_signal_does) {
+TEST_F(Limits, OfAFilesLengthAreErrorsWhateverTheSignalDoes) {
     for (const auto disposition : {SIG_DFL, SIG_IGN}) {
         Child child([&](Child &) {
             ::signal(SIGXFSZ, disposition);
@@ -140,7 +140,7 @@ std::uint32_t work_in_little_memory(const std::string &path,
     return failures;
 }
 
-TEST_F(Limits, of_the_address_space_are_errors_and_lose_nothing) {
+TEST_F(Limits, OfTheAddressSpaceAreErrorsAndLoseNothing) {
 #ifdef HAS_SHADOW_MEMORY
     GTEST_SKIP() << "a sanitizer ends a process that has no memory";
 #endif
@@ -169,7 +169,7 @@ TEST_F(Limits, of_the_address_space_are_errors_and_lose_nothing) {
     ::munmap(memory, 4096);
 }
 
-TEST_F(Limits, of_the_address_space_keep_tarnctl_from_nothing) {
+TEST_F(Limits, OfTheAddressSpaceKeepTarnctlFromNothing) {
 #ifdef HAS_SHADOW_MEMORY
     GTEST_SKIP() << "a sanitizer needs more addresses";
 #endif

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 using Readers = SharedStore;
 
-TEST_F(Readers, a_slow_one_keeps_its_records_while_a_writer_deletes_them) {
+TEST_F(Readers, ASlowOneKeepsItsRecordsWhileAWriterDeletesThem) {
     constexpr std::uint32_t count = 1000;
     Connections::create(path, numbered("record", count));
     Child writer([&](Child &test) {
@@ -61,7 +61,7 @@ std::string shown(const std::string &path) {
     return outcome.out;
 }
 
-TEST_F(Readers, see_nothing_that_is_not_committed_or_is_rolled_back) {
+TEST_F(Readers, SeeNothingThatIsNotCommittedOrIsRolledBack) {
     const Content committed = {{"a", 1}, {"b", 2}};
     Connections::create(path, committed);
     const std::string before = shown(path);
@@ -131,7 +131,7 @@ void follow_without_rights(const std::string &path, Child &test) {
     need(reader.content() == Content{{"a", 2}}, "the commit isn't seen");
 }
 
-TEST_F(Readers, need_no_permission_to_write_and_alter_nothing) {
+TEST_F(Readers, NeedNoPermissionToWriteAndAlterNothing) {
     Connections::create(path, {{"a", 1}});
     // Root may write to any file.
     const bool is_root = ::geteuid() == 0;
@@ -155,7 +155,7 @@ TEST_F(Readers, need_no_permission_to_write_and_alter_nothing) {
     EXPECT_EQ(reader.join(), 0);
 }
 
-TEST_F(Readers, can_use_a_mount_that_is_read_only) {
+TEST_F(Readers, CanUseAMountThatIsReadOnly) {
     Connections::create(path, {{"a", 1}});
     const std::string mounted = directory / "mounted";
     fs::create_directory(mounted);

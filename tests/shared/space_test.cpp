@@ -57,7 +57,7 @@ example_test::Outcome expect(std::vector<std::string> arguments, int exit_code) 
     return outcome;
 }
 
-TEST_F(FullFileSystem, an_import_that_does_not_fit_is_rolled_back_whole) {
+TEST_F(FullFileSystem, AnImportThatDoesNotFitIsRolledBackWhole) {
     constexpr std::uint32_t count = 5000;
     Connections::create(path, numbered("import", count));
     const std::string document = directory / "import.json";
@@ -88,7 +88,7 @@ TEST_F(FullFileSystem, an_import_that_does_not_fit_is_rolled_back_whole) {
     });
 }
 
-TEST_F(FullFileSystem, a_store_is_read_where_no_page_is_left) {
+TEST_F(FullFileSystem, AStoreIsReadWhereNoPageIsLeft) {
     run([&] {
         need(mount((8 << 20) / disk_page), "mount");
         Connections::create(on_it, numbered("record", 3000));
@@ -152,7 +152,7 @@ struct Workload {
     }
 };
 
-TEST_F(FullFileSystem, at_every_page_the_store_stays_what_was_committed) {
+TEST_F(FullFileSystem, AtEveryPageTheStoreStaysWhatWasCommitted) {
     run([&] {
         const tarn::quiet_scope quiet;
         std::uint32_t last_failures = 1;

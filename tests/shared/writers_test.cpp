@@ -11,7 +11,7 @@ using Writers = SharedStore;
 
 constexpr std::uint32_t commits = 2000;
 
-TEST_F(Writers, two_at_once_lose_no_commit_of_either) {
+TEST_F(Writers, TwoAtOnceLoseNoCommitOfEither) {
     Connections::create(path, {{"commits", 0}});
     const auto write = [&](const std::string &name) {
         return [&, name](Child &test) {
@@ -38,7 +38,7 @@ TEST_F(Writers, two_at_once_lose_no_commit_of_either) {
     EXPECT_EQ(content(), expected);
 }
 
-TEST_F(Writers, imports_beside_a_busy_daemon_keep_all_records_of_both) {
+TEST_F(Writers, ImportsBesideABusyDaemonKeepAllRecordsOfBoth) {
     constexpr std::uint32_t imported = 500;
     constexpr std::uint32_t imports = 5;
     Connections::create(path);
@@ -91,7 +91,7 @@ void write_half(const std::string &path, Child &test) {
     test.tell();
 }
 
-TEST_F(Writers, a_dead_one_leaves_nothing_to_a_watcher_and_its_lock_to_the_next) {
+TEST_F(Writers, ADeadOneLeavesNothingToAWatcherAndItsLockToTheNext) {
     Connections::create(path, {{"a", 1}});
     example_test::Process watch({TARNCTL, "watch", "ldap_conn", "-s", path, "-v", "--no-time",
                                  "--interval", "5", "--count", "1"});
@@ -112,7 +112,7 @@ TEST_F(Writers, a_dead_one_leaves_nothing_to_a_watcher_and_its_lock_to_the_next)
     EXPECT_EQ(seen.out, "+ tbl_ldap_conn:ldap next\n    num_conns: 5\n");
 }
 
-TEST_F(Writers, a_stopped_one_is_waited_for_and_named_and_keeps_its_lock) {
+TEST_F(Writers, AStoppedOneIsWaitedForAndNamedAndKeepsItsLock) {
     Connections::create(path, {{"a", 1}});
     Child writer([&](Child &test) { write_half(path, test); });
     writer.await();

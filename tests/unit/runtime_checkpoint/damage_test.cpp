@@ -56,7 +56,7 @@ class Damage : public CheckpointTest {
     const std::uint64_t image_at = image_offset_for(pages * image_page_bytes);
 };
 
-TEST_F(Damage, every_byte_before_the_image_is_noticed) {
+TEST_F(Damage, EveryByteBeforeTheImageIsNoticed) {
     for (std::uint64_t offset = 0; offset < image_at; ++offset) {
         for (const char bits : {'\x01', '\x80', '\xff'}) {
             flip(file, offset, bits);
@@ -70,7 +70,7 @@ TEST_F(Damage, every_byte_before_the_image_is_noticed) {
     EXPECT_EQ(check(position), 0U) << what;
 }
 
-TEST_F(Damage, stray_bytes_are_named) {
+TEST_F(Damage, StrayBytesAreNamed) {
     for (const std::uint64_t offset : {96UL, 4095UL, 4096 + 4 * pages, 8191UL}) {
         flip(file, offset, 1);
         EXPECT_EQ(check(position), EBADMSG);
@@ -79,7 +79,7 @@ TEST_F(Damage, stray_bytes_are_named) {
     }
 }
 
-TEST_F(Damage, a_flipped_bit_of_the_image_names_its_page) {
+TEST_F(Damage, AFlippedBitOfTheImageNamesItsPage) {
     std::mt19937_64 random(5);
     for (std::uint64_t page = 0; page < pages; ++page) {
         const std::uint64_t first = image_at + page * image_page_bytes;
@@ -97,7 +97,7 @@ TEST_F(Damage, a_flipped_bit_of_the_image_names_its_page) {
     EXPECT_EQ(check(position), 0U) << what;
 }
 
-TEST_F(Damage, a_hole_in_place_of_data_is_noticed) {
+TEST_F(Damage, AHoleInPlaceOfDataIsNoticed) {
     const auto data = std::ranges::find_if(image, [](char byte) { return byte != 0; });
     const auto at = static_cast<std::uint64_t>(data - image.begin());
     const std::vector<char> zeros(hole_bytes);
@@ -110,7 +110,7 @@ TEST_F(Damage, a_hole_in_place_of_data_is_noticed) {
     EXPECT_TRUE(contains(what, "page " + std::to_string(at / image_page_bytes) + " of")) << what;
 }
 
-TEST_F(Damage, data_of_zeros_in_place_of_a_hole_is_right) {
+TEST_F(Damage, DataOfZerosInPlaceOfAHoleIsRight) {
     const Image zeros(8 * image_page_bytes);
     write(2, zeros);
     const File other = open_to_write(2);
@@ -120,7 +120,7 @@ TEST_F(Damage, data_of_zeros_in_place_of_a_hole_is_right) {
     EXPECT_EQ(check(2), 0U) << what;
 }
 
-TEST_F(Damage, a_file_of_any_other_length_is_noticed) {
+TEST_F(Damage, AFileOfAnyOtherLengthIsNoticed) {
     const std::uint64_t whole = size();
     const auto cut = [&](std::uint64_t length) {
         ASSERT_EQ(::ftruncate(file.descriptor(), static_cast<off_t>(length)), 0);
@@ -139,7 +139,7 @@ TEST_F(Damage, a_file_of_any_other_length_is_noticed) {
 }
 
 // The lost end of the image was a hole: only the length says that it is lost.
-TEST_F(Damage, a_file_that_is_cut_while_it_is_open_is_noticed) {
+TEST_F(Damage, AFileThatIsCutWhileItIsOpenIsNoticed) {
     for (const std::uint64_t length : {image_at + hole_bytes, image_at, table_offset, 96UL, 0UL}) {
         const Image zeros(8 * image_page_bytes);
         write(2, zeros);
@@ -152,7 +152,7 @@ TEST_F(Damage, a_file_that_is_cut_while_it_is_open_is_noticed) {
     }
 }
 
-TEST_F(Damage, a_checkpoint_of_another_store_is_refused) {
+TEST_F(Damage, ACheckpointOfAnotherStoreIsRefused) {
     StoreId other = test_id;
     other[15] = 0;
     Checkpoint checkpoint;
@@ -160,7 +160,7 @@ TEST_F(Damage, a_checkpoint_of_another_store_is_refused) {
     EXPECT_TRUE(contains(checkpoint.what(), "another store")) << checkpoint.what();
 }
 
-TEST_F(Damage, a_checkpoint_under_another_name_is_refused) {
+TEST_F(Damage, ACheckpointUnderAnotherNameIsRefused) {
     ASSERT_EQ(::renameat(folder(), checkpoint_name(position).c_str(), folder(),
                          checkpoint_name(7).c_str()),
               0);
@@ -169,7 +169,7 @@ TEST_F(Damage, a_checkpoint_under_another_name_is_refused) {
     EXPECT_TRUE(contains(what, "contains position 4096 instead of 7")) << what;
 }
 
-TEST_F(Damage, another_format_is_named) {
+TEST_F(Damage, AnotherFormatIsNamed) {
     EXPECT_EQ(check_with([](auto &head) { head.version = 9; }), EINVAL);
     EXPECT_TRUE(contains(what, "format version 9; this release reads version 1")) << what;
     EXPECT_EQ(check_with([](auto &head) { head.byte_order = 0x0403'0201; }), EINVAL);
@@ -181,7 +181,7 @@ TEST_F(Damage, another_format_is_named) {
 }
 
 // Numbers that a valid checksum doesn't make right.
-TEST_F(Damage, numbers_are_checked) {
+TEST_F(Damage, NumbersAreChecked) {
     constexpr std::uint64_t interesting[] = {
         0,          1,           4095,       4096,         8192,        12288,
         65535,      65536,       1ULL << 32, 1ULL << 39,   1ULL << 40,  1ULL << 47,
@@ -209,7 +209,7 @@ TEST_F(Damage, numbers_are_checked) {
     EXPECT_EQ(check(position), 0U) << what;
 }
 
-TEST_F(Damage, only_regular_files_are_opened) {
+TEST_F(Damage, OnlyRegularFilesAreOpened) {
     const std::string name = checkpoint_name(1);
     ASSERT_EQ(::mkfifoat(folder(), name.c_str(), 0600), 0);
     EXPECT_EQ(check(1), EBADMSG);
@@ -224,7 +224,7 @@ TEST_F(Damage, only_regular_files_are_opened) {
     EXPECT_TRUE(contains(what, checkpoint_name(3) + ": No such file")) << what;
 }
 
-TEST_F(Damage, an_object_is_used_again) {
+TEST_F(Damage, AnObjectIsUsedAgain) {
     Checkpoint checkpoint;
     EXPECT_EQ(checkpoint.open(folder(), test_id, 3), ENOENT);
     EXPECT_EQ(checkpoint.open(folder(), test_id, position), 0U);

@@ -19,7 +19,7 @@ class Identity : public CheckpointTest {
     static void pause() { std::this_thread::sleep_for(std::chrono::milliseconds(30)); }
 };
 
-TEST_F(Identity, is_the_same_each_time) {
+TEST_F(Identity, IsTheSameEachTime) {
     write(1, sparse_image(2, 2, 1));
     const std::uint64_t first = identity();
     EXPECT_NE(first, 0U);
@@ -28,7 +28,7 @@ TEST_F(Identity, is_the_same_each_time) {
     EXPECT_EQ(identity(), first);
 }
 
-TEST_F(Identity, changes_when_the_file_is_written) {
+TEST_F(Identity, ChangesWhenTheFileIsWritten) {
     const Image image = sparse_image(2, 2, 1);
     write(1, image);
     const std::uint64_t first = identity();
@@ -39,14 +39,14 @@ TEST_F(Identity, changes_when_the_file_is_written) {
     EXPECT_NE(identity(), first);
 }
 
-TEST_F(Identity, changes_when_the_file_is_replaced) {
+TEST_F(Identity, ChangesWhenTheFileIsReplaced) {
     write(1, sparse_image(2, 2, 1));
     const std::uint64_t first = identity();
     write(1, sparse_image(2, 2, 1));
     EXPECT_NE(identity(), first);
 }
 
-TEST_F(Identity, differs_between_files) {
+TEST_F(Identity, DiffersBetweenFiles) {
     write(1, sparse_image(2, 2, 1));
     write(2, sparse_image(2, 2, 1));
     Checkpoint second;
@@ -55,7 +55,7 @@ TEST_F(Identity, differs_between_files) {
 }
 
 // It isn't known to be any file: nothing that was recorded is equal.
-TEST_F(Identity, of_no_file_isnt_zero) { EXPECT_NE(Checkpoint().identity(), 0U); }
+TEST_F(Identity, OfNoFileIsntZero) { EXPECT_NE(Checkpoint().identity(), 0U); }
 
 }  // namespace
 }  // namespace tarnbase::runtime

@@ -38,7 +38,7 @@ class NoSpace : public CheckpointTest {
     const std::uint64_t file_bytes = image_offset_for(image.size()) + image.size();
 };
 
-TEST_F(NoSpace, a_limit_for_the_length_of_files_is_an_error) {
+TEST_F(NoSpace, ALimitForTheLengthOfFilesIsAnError) {
     for (std::uint64_t limit = 0; limit < file_bytes; limit += 7 * hole_bytes) {
         ASSERT_EQ(in_child([&] {
                       ::signal(SIGXFSZ, SIG_IGN);
@@ -51,12 +51,12 @@ TEST_F(NoSpace, a_limit_for_the_length_of_files_is_an_error) {
     EXPECT_EQ(check(1), 0U) << what;
 }
 
-TEST_F(NoSpace, a_limit_for_the_length_of_files_is_no_signal) {
+TEST_F(NoSpace, ALimitForTheLengthOfFilesIsNoSignal) {
     EXPECT_EQ(in_child([&] { return write_with_limit(file_bytes - 1); }), EFBIG);
     EXPECT_TRUE(names().empty());
 }
 
-TEST_F(NoSpace, a_folder_that_is_gone_is_an_error) {
+TEST_F(NoSpace, AFolderThatIsGoneIsAnError) {
     EXPECT_EQ(write_checkpoint(-1, test_head(1), image), EBADF);
     ASSERT_EQ(::mkdirat(folder(), "gone", 0700), 0);
     const File gone(::openat(folder(), "gone", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -64,7 +64,7 @@ TEST_F(NoSpace, a_folder_that_is_gone_is_an_error) {
     EXPECT_EQ(write_checkpoint(gone.descriptor(), test_head(1), image), ENOENT);
 }
 
-TEST_F(NoSpace, a_name_that_is_taken_by_a_folder_is_an_error) {
+TEST_F(NoSpace, ANameThatIsTakenByAFolderIsAnError) {
     ASSERT_EQ(::mkdirat(folder(), checkpoint_name(1).c_str(), 0700), 0);
     EXPECT_EQ(write_checkpoint(folder(), test_head(1), image), EISDIR);
     EXPECT_EQ(names(), std::vector{checkpoint_name(1)});
@@ -102,7 +102,7 @@ int write_to(const std::string &path, std::uint64_t bytes, const Image &image) {
     return (error == 0 ? is_whole : is_empty) ? error : 254;
 }
 
-TEST_F(NoSpace, a_full_disk_is_an_error_at_every_page) {
+TEST_F(NoSpace, AFullDiskIsAnErrorAtEveryPage) {
     const std::string path = path_of("disk");
     ASSERT_EQ(::mkdir(path.c_str(), 0700), 0);
     int full = 0, written = 0;

@@ -19,7 +19,7 @@ class Remove : public CheckpointTest {
     }
 };
 
-TEST_F(Remove, removes_what_is_before_the_position) {
+TEST_F(Remove, RemovesWhatIsBeforeThePosition) {
     for (const std::uint64_t position : {0ULL, 5ULL, 6ULL, 7ULL, ~0ULL}) {
         write(position, Image(image_page_bytes));
     }
@@ -32,14 +32,14 @@ TEST_F(Remove, removes_what_is_before_the_position) {
     EXPECT_EQ(names(), std::vector{checkpoint_name(~0ULL)});
 }
 
-TEST_F(Remove, removes_working_files) {
+TEST_F(Remove, RemovesWorkingFiles) {
     touch(checkpoint_name(9) + ".new.17.0");
     touch(checkpoint_name(1) + ".new.1");
     remove_checkpoints(folder(), 0);
     EXPECT_TRUE(names().empty());
 }
 
-TEST_F(Remove, leaves_other_files) {
+TEST_F(Remove, LeavesOtherFiles) {
     std::vector<std::string> others = {"checkpoint-",
                                        "checkpoint-000000000000000",
                                        "checkpoint-000000000000000G",
@@ -56,14 +56,14 @@ TEST_F(Remove, leaves_other_files) {
     EXPECT_EQ(names(), others);
 }
 
-TEST_F(Remove, a_folder_that_cant_be_read_is_no_matter) {
+TEST_F(Remove, AFolderThatCantBeReadIsNoMatter) {
     remove_checkpoints(-1, 0);
     write(1, Image(image_page_bytes));
     remove_checkpoints(open_to_write(1).descriptor(), 2);
     EXPECT_EQ(names().size(), 1U);
 }
 
-TEST_F(Remove, a_killed_writer_leaves_the_checkpoint_or_a_working_file) {
+TEST_F(Remove, AKilledWriterLeavesTheCheckpointOrAWorkingFile) {
     const Image image = sparse_image(200, 2, 1);
     const Image old = sparse_image(1, 2, 1);
     std::mt19937 random(11);
@@ -87,7 +87,7 @@ TEST_F(Remove, a_killed_writer_leaves_the_checkpoint_or_a_working_file) {
 }
 
 // Two processes of one number, in different pid namespaces.
-TEST_F(Remove, a_working_name_that_is_taken_is_left) {
+TEST_F(Remove, AWorkingNameThatIsTakenIsLeft) {
     const std::string taken = working_checkpoint_name(4, 0);
     touch(taken);
     write(4, Image(image_page_bytes));

@@ -21,7 +21,7 @@ class Write : public CheckpointTest {
     }
 };
 
-TEST_F(Write, random_images_are_read_back) {
+TEST_F(Write, RandomImagesAreReadBack) {
     constexpr std::uint64_t gaps[] = {1, 2, 5, 40, 1000};
     for (std::uint32_t seed = 1; seed <= 40; ++seed) {
         SCOPED_TRACE(seed);
@@ -35,7 +35,7 @@ TEST_F(Write, random_images_are_read_back) {
     }
 }
 
-TEST_F(Write, the_head_is_the_callers) {
+TEST_F(Write, TheHeadIsTheCallers) {
     write(4711, sparse_image(3, 2, 1));
     Checkpoint checkpoint;
     ASSERT_EQ(checkpoint.open(folder(), test_id, 4711), 0U);
@@ -51,7 +51,7 @@ TEST_F(Write, the_head_is_the_callers) {
     EXPECT_EQ(head.image_offset % hole_bytes, 0U);
 }
 
-TEST_F(Write, the_file_begins_as_the_format_says) {
+TEST_F(Write, TheFileBeginsAsTheFormatSays) {
     write(0x123456789abcdef0, Image(image_page_bytes));
     EXPECT_EQ(names(), std::vector<std::string>{"checkpoint-123456789abcdef0"});
     char start[16];
@@ -59,7 +59,7 @@ TEST_F(Write, the_file_begins_as_the_format_says) {
     EXPECT_EQ(std::string(start, 16), std::string("TARNCKPT\1\0\0\0\4\3\2\1", 16));
 }
 
-TEST_F(Write, zeros_are_holes) {
+TEST_F(Write, ZerosAreHoles) {
     write(1, Image(1024 * image_page_bytes));
     EXPECT_EQ(check(1), 0U) << what;
     EXPECT_LE(disk_bytes(1), 3 * 4096U);
@@ -68,7 +68,7 @@ TEST_F(Write, zeros_are_holes) {
 // With this capacity, 64 pages and more.
 constexpr std::uint64_t large_capacity = 64ULL << 30;
 
-TEST_F(Write, a_byte_takes_one_block_in_the_front_and_one_page_after_it) {
+TEST_F(Write, AByteTakesOneBlockInTheFrontAndOnePageAfterIt) {
     CheckpointHead head = test_head(1);
     head.capacity = large_capacity;
     const std::uint64_t front = Allocator::front_bytes(head.capacity);
@@ -81,7 +81,7 @@ TEST_F(Write, a_byte_takes_one_block_in_the_front_and_one_page_after_it) {
     EXPECT_LE(disk_bytes(1), (3 + bytes_set) * 4096U + image_page_bytes);
 }
 
-TEST_F(Write, the_extents_are_all_that_is_not_zero) {
+TEST_F(Write, TheExtentsAreAllThatIsNotZero) {
     CheckpointHead head = test_head(1);
     head.capacity = large_capacity;
     const Image image = sparse_image(300, 40, 7);
@@ -107,7 +107,7 @@ TEST_F(Write, the_extents_are_all_that_is_not_zero) {
 }
 
 // The table of checksums of 1024 pages fills 4096 bytes exactly.
-TEST_F(Write, the_image_follows_the_checksums) {
+TEST_F(Write, TheImageFollowsTheChecksums) {
     const struct {
         std::uint64_t pages, offset;
     } cases[] = {{1, 8192}, {1023, 8192}, {1024, 8192}, {1025, 12288}};
@@ -119,7 +119,7 @@ TEST_F(Write, the_image_follows_the_checksums) {
     }
 }
 
-TEST_F(Write, a_checkpoint_of_the_same_position_is_replaced) {
+TEST_F(Write, ACheckpointOfTheSamePositionIsReplaced) {
     write(5, sparse_image(4, 2, 1));
     const Image second = sparse_image(2, 2, 2);
     write(5, second);
@@ -129,7 +129,7 @@ TEST_F(Write, a_checkpoint_of_the_same_position_is_replaced) {
     EXPECT_EQ(names().size(), 1U);
 }
 
-TEST_F(Write, the_folders_permissions_are_the_files) {
+TEST_F(Write, TheFoldersPermissionsAreTheFiles) {
     for (const mode_t mode : {0700U, 0750U, 0755U, 0775U}) {
         ASSERT_EQ(::fchmod(folder(), mode), 0);
         write(mode, Image(image_page_bytes));
@@ -139,7 +139,7 @@ TEST_F(Write, the_folders_permissions_are_the_files) {
     }
 }
 
-TEST_F(Write, heads_that_no_store_has_are_refused) {
+TEST_F(Write, HeadsThatNoStoreHasAreRefused) {
     const Image image(2 * image_page_bytes);
     const auto refused = [&](auto change, std::size_t bytes) {
         CheckpointHead head = test_head(100);

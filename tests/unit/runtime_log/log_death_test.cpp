@@ -39,7 +39,7 @@ void append_some(TestLog &log, Random &random) {
     log.verify();
 }
 
-TEST(log_death, before_publishing_a_frame) {
+TEST(log_death, BeforePublishingAFrame) {
     Random random(10);
     for (const std::size_t next : {100U, 1000U, 4000U}) {
         const Folder folder;
@@ -53,7 +53,7 @@ TEST(log_death, before_publishing_a_frame) {
     }
 }
 
-TEST(log_death, within_the_copy_of_a_frame) {
+TEST(log_death, WithinTheCopyOfAFrame) {
     Random random(11);
     const Folder folder;
     TestLog log(folder);
@@ -71,7 +71,7 @@ TEST(log_death, within_the_copy_of_a_frame) {
 
 // What is in the folder at each step of the roll-over, and frames that fit in the old segment or
 // don't.
-TEST(log_death, within_a_roll_over) {
+TEST(log_death, WithinARollOver) {
     enum Step { working_file, empty_segment, frame_in_segment, part_of_end_mark, end_mark, steps };
     const std::string big(3000, 'b');
     for (int step = working_file; step != steps; ++step) {
@@ -104,7 +104,7 @@ TEST(log_death, within_a_roll_over) {
     }
 }
 
-TEST(log_death, after_a_roll_over_that_is_not_published) {
+TEST(log_death, AfterARollOverThatIsNotPublished) {
     Random random(13);
     for (const std::size_t next : {8U, 3000U, 200000U}) {
         const Folder folder;
@@ -126,7 +126,7 @@ TEST(log_death, after_a_roll_over_that_is_not_published) {
     }
 }
 
-TEST(log_death, again_and_again) {
+TEST(log_death, AgainAndAgain) {
     Random random(14);
     const Folder folder;
     TestLog log(folder);
@@ -160,7 +160,7 @@ TEST(log_death, again_and_again) {
 }
 
 // The files as they are at some moment, without what the writer's mapping does later.
-TEST(log_death, of_the_machine_after_each_frame) {
+TEST(log_death, OfTheMachineAfterEachFrame) {
     Random random(15);
     const Folder folder;
     TestLog log(folder);

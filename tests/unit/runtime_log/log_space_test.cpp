@@ -64,7 +64,7 @@ void in_child(Body body) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
-TEST(log_space, a_failed_append_changes_nothing) {
+TEST(log_space, AFailedAppendChangesNothing) {
     const Folder folder;
     TestLog log(folder);
     Random random(16);
@@ -84,7 +84,7 @@ TEST(log_space, a_failed_append_changes_nothing) {
     }
 }
 
-TEST(log_space, a_new_log_without_space_leaves_no_file) {
+TEST(log_space, ANewLogWithoutSpaceLeavesNoFile) {
     const Folder folder;
     const FailingFallocate full(ENOSPC);
     Segment segment;
@@ -93,7 +93,7 @@ TEST(log_space, a_new_log_without_space_leaves_no_file) {
     EXPECT_TRUE(folder.names().empty());
 }
 
-TEST(log_space, is_written_where_fallocate_is_unsupported) {
+TEST(log_space, IsWrittenWhereFallocateIsUnsupported) {
     const Folder folder;
     const FailingFallocate unsupported(EOPNOTSUPP);
     TestLog log(folder);
@@ -102,7 +102,7 @@ TEST(log_space, is_written_where_fallocate_is_unsupported) {
     log.verify();
 }
 
-TEST(log_space, a_limit_of_the_file_size_makes_segments_small) {
+TEST(log_space, ALimitOfTheFileSizeMakesSegmentsSmall) {
     in_child([] {
         const Folder folder;
         TestLog log(folder);
@@ -126,7 +126,7 @@ TEST(log_space, a_limit_of_the_file_size_makes_segments_small) {
     });
 }
 
-TEST(log_space, a_limit_of_the_address_space_is_an_error) {
+TEST(log_space, ALimitOfTheAddressSpaceIsAnError) {
     in_child([] {
         const Folder folder;
         TestLog log(folder);
@@ -153,7 +153,7 @@ void mount_small(const Folder &folder) {
     }
 }
 
-TEST(log_space, a_full_disk_is_an_error) {
+TEST(log_space, AFullDiskIsAnError) {
     in_child([] {
         const Folder outside;
         mount_small(outside);
@@ -184,7 +184,7 @@ TEST(log_space, a_full_disk_is_an_error) {
 }
 
 // A segment that was copied without its unused blocks.
-TEST(log_space, a_segment_with_holes_on_a_full_disk_is_an_error) {
+TEST(log_space, ASegmentWithHolesOnAFullDiskIsAnError) {
     in_child([] {
         const Folder outside;
         mount_small(outside);

@@ -26,13 +26,13 @@ std::size_t space(const TestLog &log) {
     return first_segment_bytes - segment_head_bytes - end_mark_bytes - log.published();
 }
 
-TEST(log, is_empty_at_first) {
+TEST(log, IsEmptyAtFirst) {
     const Folder folder;
     const TestLog log(folder);
     log.verify();
 }
 
-TEST(log, random_frames_are_read_again) {
+TEST(log, RandomFramesAreReadAgain) {
     const Folder folder;
     TestLog log(folder);
     Random random(6);
@@ -42,7 +42,7 @@ TEST(log, random_frames_are_read_again) {
     log.verify();
 }
 
-TEST(log, a_reader_follows_the_writer) {
+TEST(log, AReaderFollowsTheWriter) {
     const Folder folder;
     TestLog log(folder);
     Random random(7);
@@ -62,7 +62,7 @@ TEST(log, a_reader_follows_the_writer) {
     }
 }
 
-TEST(log, is_read_and_continued_from_every_position) {
+TEST(log, IsReadAndContinuedFromEveryPosition) {
     const Folder folder;
     TestLog log(folder);
     Random random(8);
@@ -89,7 +89,7 @@ TEST(log, is_read_and_continued_from_every_position) {
     log.verify();
 }
 
-TEST(log, segments_grow_up_to_a_limit) {
+TEST(log, SegmentsGrowUpToALimit) {
     const Folder folder;
     TestLog log(folder);
     std::vector<std::uint64_t> sizes;
@@ -103,7 +103,7 @@ TEST(log, segments_grow_up_to_a_limit) {
     log.verify();
 }
 
-TEST(log, a_long_frame_has_a_segment_of_its_size) {
+TEST(log, ALongFrameHasASegmentOfItsSize) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 10000000)), 0U);
@@ -115,7 +115,7 @@ TEST(log, a_long_frame_has_a_segment_of_its_size) {
     EXPECT_EQ(std::filesystem::file_size(folder.segment(log.segment())), most_segment_bytes);
 }
 
-TEST(log, a_new_segment_can_be_begun_before_the_last_one_is_full) {
+TEST(log, ANewSegmentCanBeBegunBeforeTheLastOneIsFull) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 10000000)), 0U);
@@ -129,7 +129,7 @@ TEST(log, a_new_segment_can_be_begun_before_the_last_one_is_full) {
 }
 
 // It doesn't fit in the empty first segment, which gets replaced.
-TEST(log, a_long_first_frame_is_noticed_by_all) {
+TEST(log, ALongFirstFrameIsNoticedByAll) {
     const Folder folder;
     TestLog log(folder);
     LogWriter other;
@@ -152,7 +152,7 @@ TEST(log, a_long_first_frame_is_noticed_by_all) {
     }
 }
 
-TEST(log, a_segment_can_be_filled_to_the_end_mark) {
+TEST(log, ASegmentCanBeFilledToTheEndMark) {
     for (const std::size_t missing : {0U, 8U, 16U, 24U}) {
         const Folder folder;
         TestLog log(folder);
@@ -166,7 +166,7 @@ TEST(log, a_segment_can_be_filled_to_the_end_mark) {
     }
 }
 
-TEST(log, a_frame_that_is_a_word_too_long_begins_a_segment) {
+TEST(log, AFrameThatIsAWordTooLongBeginsASegment) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 40000)), 0U);
@@ -175,7 +175,7 @@ TEST(log, a_frame_that_is_a_word_too_long_begins_a_segment) {
     log.verify();
 }
 
-TEST(log, what_follows_the_published_position_is_not_read) {
+TEST(log, WhatFollowsThePublishedPositionIsNotRead) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 800)), 0U);
@@ -192,7 +192,7 @@ TEST(log, what_follows_the_published_position_is_not_read) {
     EXPECT_EQ(reader.next(1600, frame), 0U);
 }
 
-TEST(log, a_published_position_without_frames_is_noticed) {
+TEST(log, APublishedPositionWithoutFramesIsNoticed) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 800)), 0U);
@@ -203,7 +203,7 @@ TEST(log, a_published_position_without_frames_is_noticed) {
     EXPECT_EQ(reader.next(~std::uint64_t{0}, frame), std::uint32_t{EBADMSG});
 }
 
-TEST(log, every_flipped_bit_is_noticed) {
+TEST(log, EveryFlippedBitIsNoticed) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of(1, "some content")), 0U);
@@ -223,7 +223,7 @@ TEST(log, every_flipped_bit_is_noticed) {
     }
 }
 
-TEST(log, a_reader_notices_a_segment_that_was_cut) {
+TEST(log, AReaderNoticesASegmentThatWasCut) {
     const Folder folder;
     TestLog log(folder);
     while (log.segment() == 0) ASSERT_EQ(log.append(frame_of_length(log.next_sequence(), 800)), 0U);
@@ -239,7 +239,7 @@ TEST(log, a_reader_notices_a_segment_that_was_cut) {
     EXPECT_EQ(reader.position(), log.segment());
 }
 
-TEST(log, a_reader_misses_a_segment_that_was_removed) {
+TEST(log, AReaderMissesASegmentThatWasRemoved) {
     const Folder folder;
     TestLog log(folder);
     LogReader reader;
@@ -262,7 +262,7 @@ TEST(log, a_reader_misses_a_segment_that_was_removed) {
     EXPECT_EQ(reader.next(log.published(), frame), std::uint32_t{ENOENT});
 }
 
-TEST(log, positions_outside_of_the_segment_are_refused) {
+TEST(log, PositionsOutsideOfTheSegmentAreRefused) {
     const Folder folder;
     TestLog log(folder);
     for (const std::uint64_t position : {4U, 65536U - 64 - 8, 65536U, 1U << 31}) {
@@ -280,7 +280,7 @@ TEST(log, positions_outside_of_the_segment_are_refused) {
     }
 }
 
-TEST(log, a_reader_skips_the_frames_of_its_process) {
+TEST(log, AReaderSkipsTheFramesOfItsProcess) {
     const Folder folder;
     TestLog log(folder);
     Random random(9);

@@ -53,13 +53,13 @@ class AddressLimit : public StoreFileTest {
     rlimit before_{};
 };
 
-TEST_F(AddressLimit, gives_a_private_store_the_capacity_that_is_left) {
+TEST_F(AddressLimit, GivesAPrivateStoreTheCapacityThatIsLeft) {
     leave_room_for(10 * gigabyte);
     ASSERT_EQ(kel_store_create_private(nullptr, &store), 0U) << kel_error_text();
     EXPECT_EQ(capacity(), 8 * gigabyte);
 }
 
-TEST_F(AddressLimit, gives_a_store_file_the_capacity_that_is_left_and_keeps_it) {
+TEST_F(AddressLimit, GivesAStoreFileTheCapacityThatIsLeftAndKeepsIt) {
     leave_room_for(10 * gigabyte);
     ASSERT_EQ(kel_store_create(path.c_str(), nullptr, &store), 0U) << kel_error_text();
     EXPECT_EQ(capacity(), 8 * gigabyte);
@@ -68,7 +68,7 @@ TEST_F(AddressLimit, gives_a_store_file_the_capacity_that_is_left_and_keeps_it) 
     EXPECT_EQ(capacity(), 8 * gigabyte);
 }
 
-TEST_F(AddressLimit, is_reported_when_less_than_the_least_capacity_is_left) {
+TEST_F(AddressLimit, IsReportedWhenLessThanTheLeastCapacityIsLeft) {
     leave_room_for(gigabyte / 2);
     EXPECT_EQ(kel_store_create_private(nullptr, &store), static_cast<std::uint32_t>(ENOMEM));
     EXPECT_EQ(store, nullptr);
@@ -76,7 +76,7 @@ TEST_F(AddressLimit, is_reported_when_less_than_the_least_capacity_is_left) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(AddressLimit, leaves_a_capacity_that_was_asked_for_as_it_is) {
+TEST_F(AddressLimit, LeavesACapacityThatWasAskedForAsItIs) {
     leave_room_for(10 * gigabyte);
     const kel_store_options options{16 * gigabyte, nullptr};
     EXPECT_EQ(kel_store_create_private(&options, &store), static_cast<std::uint32_t>(ENOMEM));
@@ -97,7 +97,7 @@ bool add_block(const OpenStore &in, const std::string &name, std::uint64_t bytes
     return made;
 }
 
-TEST_F(AddressLimit, does_not_keep_a_process_from_opening_a_larger_store) {
+TEST_F(AddressLimit, DoesNotKeepAProcessFromOpeningALargerStore) {
     create_large();
     leave_room_for(little);
     const OpenStore opened(path.c_str());
@@ -110,7 +110,7 @@ TEST_F(AddressLimit, does_not_keep_a_process_from_opening_a_larger_store) {
     EXPECT_EQ(*opened.find("first"), 5U);
 }
 
-TEST_F(AddressLimit, ends_the_growth_of_a_larger_store_and_leaves_it_usable) {
+TEST_F(AddressLimit, EndsTheGrowthOfALargerStoreAndLeavesItUsable) {
     create_large();
     leave_room_for(little);
     {
@@ -136,7 +136,7 @@ int grow_by_a_gigabyte(Peer &test, const char *path) {
     return 0;
 }
 
-TEST_F(AddressLimit, is_reported_by_a_refresh_that_would_need_more) {
+TEST_F(AddressLimit, IsReportedByARefreshThatWouldNeedMore) {
     create_large();
     Peer peer(grow_by_a_gigabyte, path.c_str());
     leave_room_for(little);

@@ -72,7 +72,7 @@ class RandomMap : public MapTest, public ::testing::WithParamInterface<std::uint
 
 INSTANTIATE_TEST_SUITE_P(Map, RandomMap, ::testing::Values(91U, 92U, 93U));
 
-TEST_P(RandomMap, finds_as_a_map_does_and_leaves_no_trace_when_emptied) {
+TEST_P(RandomMap, FindsAsAMapDoesAndLeavesNoTraceWhenEmptied) {
     const StoreSnapshot fresh(store.store);
     for (int step = 0; step < 2000 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
@@ -84,7 +84,7 @@ TEST_P(RandomMap, finds_as_a_map_does_and_leaves_no_trace_when_emptied) {
     EXPECT_EQ(to_text(fresh.changes()), "");
 }
 
-TEST_P(RandomMap, edits_rolled_back_leave_every_byte_as_it_was) {
+TEST_P(RandomMap, EditsRolledBackLeaveEveryByteAsItWas) {
     for (int round = 0; round < 20 && !HasFailure(); ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         for (int i = 0; i < 15; ++i) anything(KEL_TX_NONE);
@@ -100,7 +100,7 @@ TEST_P(RandomMap, edits_rolled_back_leave_every_byte_as_it_was) {
     }
 }
 
-TEST_F(MapTest, the_first_insert_without_memory_changes_nothing) {
+TEST_F(MapTest, TheFirstInsertWithoutMemoryChangesNothing) {
     MapNode *node = make();
     const StoreSnapshot before(store.store);
     kel_store_fail_allocation(store.store, 1);
@@ -109,7 +109,7 @@ TEST_F(MapTest, the_first_insert_without_memory_changes_nothing) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(MapTest, a_later_insert_goes_well_without_memory_for_more_buckets) {
+TEST_F(MapTest, ALaterInsertGoesWellWithoutMemoryForMoreBuckets) {
     constexpr std::uint64_t entries = 100;
     std::vector<MapNode *> nodes;
     for (std::uint64_t i = 0; i < entries; ++i) nodes.push_back(make());
@@ -123,7 +123,7 @@ TEST_F(MapTest, a_later_insert_goes_well_without_memory_for_more_buckets) {
     for (std::uint64_t i = 0; i < entries; ++i) EXPECT_EQ(map.find(i), nodes[i]);
 }
 
-TEST_F(MapTest, has_about_as_many_buckets_as_entries) {
+TEST_F(MapTest, HasAboutAsManyBucketsAsEntries) {
     for (std::uint64_t key = 0; key < 1000; ++key) {
         ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, key, make()));
         ASSERT_GE(root->bucket_count, root->entries);

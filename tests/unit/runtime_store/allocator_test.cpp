@@ -87,7 +87,7 @@ class RandomBlocks : public ::testing::TestWithParam<std::uint32_t> {
 
 INSTANTIATE_TEST_SUITE_P(Allocator, RandomBlocks, ::testing::Values(31U, 32U, 33U));
 
-TEST_P(RandomBlocks, are_zero_and_aligned_and_apart_and_leave_no_trace) {
+TEST_P(RandomBlocks, AreZeroAndAlignedAndApartAndLeaveNoTrace) {
     const StoreSnapshot fresh(store.store);
     for (int step = 0; step < 2500 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
@@ -106,7 +106,7 @@ TEST_P(RandomBlocks, are_zero_and_aligned_and_apart_and_leave_no_trace) {
 
 using Allocator = SmallStoreTest;
 
-TEST_F(Allocator, gives_a_block_of_each_size_up_to_a_large_one) {
+TEST_F(Allocator, GivesABlockOfEachSizeUpToALargeOne) {
     for (std::uint64_t size = 0; size < 17000; size += size < 300 ? 1 : 61) {
         void *block = store.allocate(size);
         ASSERT_NE(block, nullptr);
@@ -118,14 +118,14 @@ TEST_F(Allocator, gives_a_block_of_each_size_up_to_a_large_one) {
     }
 }
 
-TEST_F(Allocator, takes_the_lowest_free_place_first) {
+TEST_F(Allocator, TakesTheLowestFreePlaceFirst) {
     std::vector<void *> blocks;
     for (int i = 0; i < 100; ++i) blocks.push_back(store.allocate(80));
     for (const std::size_t index : {70U, 3U, 42U}) store.release(blocks[index]);
     for (const std::size_t index : {3U, 42U, 70U}) EXPECT_EQ(store.allocate(80), blocks[index]);
 }
 
-TEST_F(Allocator, a_store_ends_with_its_last_page_in_use) {
+TEST_F(Allocator, AStoreEndsWithItsLastPageInUse) {
     const std::uint64_t front = store.describe().size;
     void *low = store.allocate(80);
     EXPECT_EQ(store.describe().size, front + 65536);
@@ -150,7 +150,7 @@ bool is_resident(void *block, std::uint64_t size) {
     return std::any_of(pages.begin(), pages.end(), [](unsigned char page) { return page & 1; });
 }
 
-TEST_F(Allocator, the_memory_of_many_pages_at_the_end_is_returned) {
+TEST_F(Allocator, TheMemoryOfManyPagesAtTheEndIsReturned) {
     constexpr std::uint64_t size = 8 << 20;
     void *block = store.allocate(size);
     std::memset(block, 0xff, size);
@@ -185,7 +185,7 @@ class BadFrees : public SmallStoreTest {
     std::uint8_t *large = static_cast<std::uint8_t *>(store.allocate(200000));
 };
 
-TEST_F(BadFrees, a_block_freed_twice_is_traced) {
+TEST_F(BadFrees, ABlockFreedTwiceIsTraced) {
     void *again = store.allocate(100);
     store.release(again);
     expect_refused(again);
@@ -193,7 +193,7 @@ TEST_F(BadFrees, a_block_freed_twice_is_traced) {
     expect_refused(large);
 }
 
-TEST_F(BadFrees, addresses_inside_a_block_are_traced) {
+TEST_F(BadFrees, AddressesInsideABlockAreTraced) {
     // The bytes of a large block may look like the head of a page.
     for (std::uint32_t *word = reinterpret_cast<std::uint32_t *>(large);
          word < reinterpret_cast<std::uint32_t *>(large + 200000); ++word) {
@@ -203,7 +203,7 @@ TEST_F(BadFrees, addresses_inside_a_block_are_traced) {
     for (const int offset : {1, 16, 65536, 65536 - 64, 131072 + 96}) expect_refused(large + offset);
 }
 
-TEST_F(BadFrees, addresses_that_are_not_of_a_block_are_traced) {
+TEST_F(BadFrees, AddressesThatAreNotOfABlockAreTraced) {
     auto *base = static_cast<std::uint8_t *>(store.describe().base);
     std::uint64_t outside = 0;
     expect_refused(&outside);
@@ -216,14 +216,14 @@ TEST_F(BadFrees, addresses_that_are_not_of_a_block_are_traced) {
     expect_refused(base - 16);
 }
 
-TEST_F(BadFrees, null_is_accepted_in_silence) {
+TEST_F(BadFrees, NullIsAcceptedInSilence) {
     const TraceCapture trace;
     store.release(nullptr);
     EXPECT_EQ(trace.lines.size(), 0U) << trace.all();
     EXPECT_EQ(store.describe().blocks, 2U);
 }
 
-TEST(FullAllocator, returns_null_and_is_unchanged_when_all_is_freed) {
+TEST(FullAllocator, ReturnsNullAndIsUnchangedWhenAllIsFreed) {
     SmallStore store(least_capacity);
     const StoreSnapshot fresh(store.store);
     for (const std::uint64_t size : {32U, 5000U, 16384U, 60000U, 500000U}) {
@@ -238,7 +238,7 @@ TEST(FullAllocator, returns_null_and_is_unchanged_when_all_is_freed) {
     }
 }
 
-TEST(FullAllocator, returns_null_for_what_can_never_fit) {
+TEST(FullAllocator, ReturnsNullForWhatCanNeverFit) {
     SmallStore store(least_capacity);
     const StoreSnapshot fresh(store.store);
     for (const std::uint64_t size : {least_capacity - 1, least_capacity, least_capacity + 1,
@@ -248,7 +248,7 @@ TEST(FullAllocator, returns_null_for_what_can_never_fit) {
     EXPECT_EQ(to_text(fresh.changes()), "");
 }
 
-TEST_F(Allocator, fails_the_wished_allocation_and_no_other) {
+TEST_F(Allocator, FailsTheWishedAllocationAndNoOther) {
     for (const std::uint64_t n : {1U, 2U, 5U}) {
         kel_store_fail_allocation(store.store, n);
         for (std::uint64_t i = 1; i <= 7; ++i) {
@@ -257,14 +257,14 @@ TEST_F(Allocator, fails_the_wished_allocation_and_no_other) {
     }
 }
 
-TEST_F(Allocator, fails_nothing_when_the_request_is_reset) {
+TEST_F(Allocator, FailsNothingWhenTheRequestIsReset) {
     kel_store_fail_allocation(store.store, 2);
     EXPECT_NE(store.allocate(10), nullptr);
     kel_store_fail_allocation(store.store, 0);
     for (int i = 0; i < 5; ++i) EXPECT_NE(store.allocate(10), nullptr);
 }
 
-TEST_F(Allocator, counts_descriptors_and_transactions_for_the_wish) {
+TEST_F(Allocator, CountsDescriptorsAndTransactionsForTheWish) {
     const std::uint32_t tx = store.begin();
     kel_store_fail_allocation(store.store, 3);
     EXPECT_NE(store.handle->type_alloc_hook(store.handle->type_arena, KEL_TX_NONE, 10), nullptr);

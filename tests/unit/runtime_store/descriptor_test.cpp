@@ -62,7 +62,7 @@ class Descriptors : public SmallStoreTest {
     }
 };
 
-TEST_F(Descriptors, a_store_gets_its_copy_once) {
+TEST_F(Descriptors, AStoreGetsItsCopyOnce) {
     const kel_type_info *copy = get();
     ASSERT_NE(copy, &constant.descriptor);
     EXPECT_STREQ(copy->luid_text, constant.descriptor.luid_text);
@@ -71,7 +71,7 @@ TEST_F(Descriptors, a_store_gets_its_copy_once) {
     EXPECT_EQ(store.describe().types, 1U);
 }
 
-TEST_F(Descriptors, a_copy_counts_for_itself_from_zero) {
+TEST_F(Descriptors, ACopyCountsForItselfFromZero) {
     const kel_variant_info *info = get()->variant_info;
     ASSERT_NE(info, &constant.info);
     ASSERT_EQ(info->variant_count, 2);
@@ -85,7 +85,7 @@ TEST_F(Descriptors, a_copy_counts_for_itself_from_zero) {
     EXPECT_EQ(constant.usage[0].created, 100U);
 }
 
-TEST_F(Descriptors, a_copy_gets_the_variants_that_it_lacks_and_keeps_its_counters) {
+TEST_F(Descriptors, ACopyGetsTheVariantsThatItLacksAndKeepsItsCounters) {
     constant.info.variant_count = 1;
     const kel_variant_info *info = get()->variant_info;
     ASSERT_EQ(info->variant_count, 1);
@@ -102,7 +102,7 @@ TEST_F(Descriptors, a_copy_gets_the_variants_that_it_lacks_and_keeps_its_counter
     EXPECT_EQ(info->variants[1].created, 0U);
 }
 
-TEST_F(Descriptors, a_copy_with_more_variants_keeps_them) {
+TEST_F(Descriptors, ACopyWithMoreVariantsKeepsThem) {
     const kel_variant_info *info = get()->variant_info;
     const kel_variant_usage *usage = info->variants;
     constant.info.variant_count = 1;
@@ -114,7 +114,7 @@ TEST_F(Descriptors, a_copy_with_more_variants_keeps_them) {
     EXPECT_EQ(store.describe().blocks, blocks);
 }
 
-TEST_F(Descriptors, without_memory_at_any_point_the_constant_one_serves_until_there_is_some) {
+TEST_F(Descriptors, WithoutMemoryAtAnyPointTheConstantOneServesUntilThereIsSome) {
     std::uint64_t n = 1;
     for (;; ++n) {
         ASSERT_LT(n, 10U);
@@ -135,12 +135,12 @@ TEST_F(Descriptors, without_memory_at_any_point_the_constant_one_serves_until_th
     EXPECT_EQ(n, 5U) << "copy, map entry, variant information and usage are a block each";
 }
 
-TEST_F(Descriptors, without_an_initializer_the_constant_one_serves) {
+TEST_F(Descriptors, WithoutAnInitializerTheConstantOneServes) {
     EXPECT_EQ(kel_type_info_ptr_get(store.handle, KEL_TX_NONE, &constant.descriptor, nullptr),
               &constant.descriptor);
 }
 
-TEST(TableVectors, are_copied_whole) {
+TEST(TableVectors, AreCopiedWhole) {
     std::vector<const void *> source(2 * KEL_TABLE_VFT_SLOTS + 1);
     for (const void *&slot : source) slot = &slot;
     std::vector<const void *> copy(source.size());
@@ -151,7 +151,7 @@ TEST(TableVectors, are_copied_whole) {
     EXPECT_EQ(table_vft_cpy(copy.data(), nullptr, 1), 22U);
 }
 
-TEST(ModuleList, is_an_empty_queue_before_a_library_links_itself) {
+TEST(ModuleList, IsAnEmptyQueueBeforeALibraryLinksItself) {
     EXPECT_EQ(kel_module_tot_root.count, 0U);
     EXPECT_EQ(kel_module_tot_root.first, nullptr);
     EXPECT_EQ(kel_module_tot_root.last, &kel_module_tot_root.first);

@@ -12,7 +12,7 @@ class HandleTest : public SmallStoreTest {
     std::uint32_t length = 0;
 };
 
-TEST_F(HandleTest, a_new_one_is_on_its_store_with_tracking_off_and_no_transaction) {
+TEST_F(HandleTest, ANewOneIsOnItsStoreWithTrackingOffAndNoTransaction) {
     EXPECT_EQ(kel_handle_store(handle), store.store);
     EXPECT_EQ(handle->state_tracking, nullptr);
     EXPECT_EQ(handle->cr_tx_id, KEL_TX_NONE);
@@ -23,7 +23,7 @@ TEST_F(HandleTest, a_new_one_is_on_its_store_with_tracking_off_and_no_transactio
     EXPECT_NE(handle->hd_mapping_enabled, 0U);
 }
 
-TEST_F(HandleTest, its_tracking_record_has_the_mode_and_is_removed_with_mode_0) {
+TEST_F(HandleTest, ItsTrackingRecordHasTheModeAndIsRemovedWithMode0) {
     for (const std::uint32_t mode : {KEL_STATE_TRACKING_ON, KEL_STATE_TRACKING_OFF}) {
         kel_handle_set_state_tracking(handle, mode);
         ASSERT_NE(handle->state_tracking, nullptr);
@@ -33,7 +33,7 @@ TEST_F(HandleTest, its_tracking_record_has_the_mode_and_is_removed_with_mode_0) 
     EXPECT_EQ(handle->state_tracking, nullptr);
 }
 
-TEST_F(HandleTest, the_workspace_is_a_mebibyte_that_stays_where_it_is) {
+TEST_F(HandleTest, TheWorkspaceIsAMebibyteThatStaysWhereItIs) {
     kellib_get_handle_ws(handle, &workspace, &length);
     ASSERT_NE(workspace, nullptr);
     EXPECT_EQ(length, 1U << 20);
@@ -43,7 +43,7 @@ TEST_F(HandleTest, the_workspace_is_a_mebibyte_that_stays_where_it_is) {
     EXPECT_EQ(again, workspace);
 }
 
-TEST_F(HandleTest, the_workspace_takes_the_size_that_is_set_and_0_is_none) {
+TEST_F(HandleTest, TheWorkspaceTakesTheSizeThatIsSetAnd0IsNone) {
     ASSERT_EQ(kel_handle_set_workspace(handle, 100), 0U);
     kellib_get_handle_ws(handle, &workspace, &length);
     ASSERT_NE(workspace, nullptr);
@@ -55,7 +55,7 @@ TEST_F(HandleTest, the_workspace_takes_the_size_that_is_set_and_0_is_none) {
     EXPECT_EQ(length, 0U);
 }
 
-TEST_F(HandleTest, an_error_is_kept_until_it_is_cleared) {
+TEST_F(HandleTest, AnErrorIsKeptUntilItIsCleared) {
     kel_store_err(handle, 17);
     EXPECT_EQ(handle->last_error, 17U);
     kel_store_err(handle, 2);
@@ -64,14 +64,14 @@ TEST_F(HandleTest, an_error_is_kept_until_it_is_cleared) {
     EXPECT_EQ(handle->last_error, 0U);
 }
 
-TEST_F(HandleTest, an_epoch_error_is_reported_through_err_too) {
+TEST_F(HandleTest, AnEpochErrorIsReportedThroughErrToo) {
     std::uint32_t err = 0;
     kel_store_epoch_err(handle, 43, &err);
     EXPECT_EQ(err, 43U);
     EXPECT_EQ(handle->last_error, 43U);
 }
 
-TEST_F(HandleTest, the_table_list_is_the_stores_and_empty_at_first) {
+TEST_F(HandleTest, TheTableListIsTheStoresAndEmptyAtFirst) {
     std::uint32_t err = 0;
     kel_table_list *tables = kellib_database_table_toc_create(handle, KEL_TX_NONE, &err);
     ASSERT_NE(tables, nullptr);
@@ -84,7 +84,7 @@ TEST_F(HandleTest, the_table_list_is_the_stores_and_empty_at_first) {
     EXPECT_EQ(err, 22U);
 }
 
-TEST_F(HandleTest, destroying_none_is_accepted) {
+TEST_F(HandleTest, DestroyingNoneIsAccepted) {
     kel_handle_destroy(nullptr);
     kel_store_close(nullptr);
     EXPECT_EQ(store.describe().blocks, 0U);

@@ -34,7 +34,7 @@ class RandomKeys : public KeyedStore, public ::testing::WithParamInterface<std::
 
 INSTANTIATE_TEST_SUITE_P(Keys, RandomKeys, ::testing::Values(61U, 62U, 63U));
 
-TEST_P(RandomKeys, are_found_as_in_a_map_and_leave_no_trace_when_removed) {
+TEST_P(RandomKeys, AreFoundAsInAMapAndLeaveNoTraceWhenRemoved) {
     const StoreSnapshot fresh(store.store);
     for (int step = 0; step < 2000 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
@@ -55,7 +55,7 @@ TEST_P(RandomKeys, are_found_as_in_a_map_and_leave_no_trace_when_removed) {
     EXPECT_EQ(to_text(fresh.changes()), "");
 }
 
-TEST_F(KeyedStore, keeps_its_own_copy_of_a_key) {
+TEST_F(KeyedStore, KeepsItsOwnCopyOfAKey) {
     std::string key(1000, 'x');
     set(key, &values[1]);
     key[500] = 'y';
@@ -63,7 +63,7 @@ TEST_F(KeyedStore, keeps_its_own_copy_of_a_key) {
     EXPECT_EQ(find(std::string(1000, 'x')), &values[1]);
 }
 
-TEST_F(KeyedStore, changes_belong_to_no_transaction) {
+TEST_F(KeyedStore, ChangesBelongToNoTransaction) {
     set("old", &values[1]);
     const std::uint32_t tx = store.begin();
     set("new", &values[2]);
@@ -73,7 +73,7 @@ TEST_F(KeyedStore, changes_belong_to_no_transaction) {
     EXPECT_EQ(find("old"), nullptr);
 }
 
-TEST_F(KeyedStore, says_that_it_has_no_memory_for_a_key) {
+TEST_F(KeyedStore, SaysThatItHasNoMemoryForAKey) {
     const StoreSnapshot before(store.store);
     kel_store_fail_allocation(store.store, 1);
     EXPECT_EQ(set("wanted", &values[1]), 0U);
@@ -85,14 +85,14 @@ TEST_F(KeyedStore, says_that_it_has_no_memory_for_a_key) {
         << trace.all();
 }
 
-TEST_F(KeyedStore, sets_a_key_anew_without_memory) {
+TEST_F(KeyedStore, SetsAKeyAnewWithoutMemory) {
     set("wanted", &values[1]);
     kel_store_fail_allocation(store.store, 1);
     EXPECT_NE(set("wanted", &values[2]), 0U);
     EXPECT_EQ(find("wanted"), &values[2]);
 }
 
-TEST_F(KeyedStore, accepts_ranges_of_the_store_alone) {
+TEST_F(KeyedStore, AcceptsRangesOfTheStoreAlone) {
     void *block = store.allocate(100);
     EXPECT_EQ(loam_set_range(store.handle->arena, block, 100, KEL_TX_NONE), 1U);
     EXPECT_EQ(loam_set_range(store.handle->arena, values, sizeof values, KEL_TX_NONE), 0U);
@@ -119,7 +119,7 @@ class TypeMap : public SmallStoreTest {
     }
 };
 
-TEST_F(TypeMap, finds_each_copy_under_its_text) {
+TEST_F(TypeMap, FindsEachCopyUnderItsText) {
     std::vector<kel_type_info_copy *> copies;
     for (unsigned i = 0; i < 60; ++i) {
         copies.push_back(make());
@@ -130,7 +130,7 @@ TEST_F(TypeMap, finds_each_copy_under_its_text) {
     EXPECT_EQ(store.describe().types, 60U);
 }
 
-TEST_F(TypeMap, a_second_copy_takes_the_place_of_the_first) {
+TEST_F(TypeMap, ASecondCopyTakesThePlaceOfTheFirst) {
     insert(luid(1), make());
     kel_type_info_copy *second = make();
     insert(luid(1), second);
@@ -138,7 +138,7 @@ TEST_F(TypeMap, a_second_copy_takes_the_place_of_the_first) {
     EXPECT_EQ(store.describe().types, 1U);
 }
 
-TEST_F(TypeMap, a_copy_stays_when_its_transaction_is_rolled_back) {
+TEST_F(TypeMap, ACopyStaysWhenItsTransactionIsRolledBack) {
     kel_type_info_copy *copy = make();
     const std::uint32_t tx = store.begin();
     insert(luid(1), copy, tx);
@@ -146,7 +146,7 @@ TEST_F(TypeMap, a_copy_stays_when_its_transaction_is_rolled_back) {
     EXPECT_EQ(find(luid(1)), copy);
 }
 
-TEST_F(TypeMap, a_copy_without_memory_for_its_entry_stays_unknown) {
+TEST_F(TypeMap, ACopyWithoutMemoryForItsEntryStaysUnknown) {
     kel_type_info_copy *copy = make();
     kel_store_fail_allocation(store.store, 1);
     insert(luid(1), copy);

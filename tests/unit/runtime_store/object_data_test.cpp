@@ -92,7 +92,7 @@ class RandomObjectData : public ObjectData, public ::testing::WithParamInterface
 
 INSTANTIATE_TEST_SUITE_P(ObjectData, RandomObjectData, ::testing::Values(81U, 82U, 83U));
 
-TEST_P(RandomObjectData, is_that_of_a_model_and_leaves_no_trace_when_forgotten) {
+TEST_P(RandomObjectData, IsThatOfAModelAndLeavesNoTraceWhenForgotten) {
     const StoreSnapshot fresh(store.store);
     for (int step = 0; step < 1500 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
@@ -104,7 +104,7 @@ TEST_P(RandomObjectData, is_that_of_a_model_and_leaves_no_trace_when_forgotten) 
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(RandomObjectData, rolled_back_leaves_every_byte_as_it_was) {
+TEST_P(RandomObjectData, RolledBackLeavesEveryByteAsItWas) {
     for (int round = 0; round < 15 && !HasFailure(); ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         for (int i = 0; i < 30; ++i) anything(KEL_TX_NONE);
@@ -119,7 +119,7 @@ TEST_P(RandomObjectData, rolled_back_leaves_every_byte_as_it_was) {
     }
 }
 
-TEST_F(ObjectData, no_memory_is_an_error_that_changes_nothing) {
+TEST_F(ObjectData, NoMemoryIsAnErrorThatChangesNothing) {
     kel_object *object = make();
     const StoreSnapshot before(store.store);
     for (const std::uint64_t n : {1U, 2U}) {
@@ -135,7 +135,7 @@ TEST_F(ObjectData, no_memory_is_an_error_that_changes_nothing) {
     }
 }
 
-TEST_F(ObjectData, an_error_on_entry_keeps_the_entry) {
+TEST_F(ObjectData, AnErrorOnEntryKeepsTheEntry) {
     kel_object *object = make();
     set_distance(KEL_TX_NONE, object, 40);
     err = EINVAL;
@@ -144,7 +144,7 @@ TEST_F(ObjectData, an_error_on_entry_keeps_the_entry) {
     EXPECT_EQ(kellib_get_sttr_offset(store.handle, KEL_TX_NONE, object), 40U);
 }
 
-TEST_F(ObjectData, a_record_keeps_its_correlation_itself) {
+TEST_F(ObjectData, ARecordKeepsItsCorrelationItself) {
     auto *record = static_cast<kel_record *>(store.allocate(KEL_RECORD_SIZE));
     const StoreSnapshot before(store.store);
     const std::uint32_t tx = store.begin();

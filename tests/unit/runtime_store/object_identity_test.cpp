@@ -133,7 +133,7 @@ class RandomIdentities : public IdentityTest, public ::testing::WithParamInterfa
 
 INSTANTIATE_TEST_SUITE_P(Identities, RandomIdentities, ::testing::Values(71U, 72U, 73U));
 
-TEST_P(RandomIdentities, are_those_of_a_model) {
+TEST_P(RandomIdentities, AreThoseOfAModel) {
     for (int step = 0; step < 3000 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
         anything(KEL_TX_NONE);
@@ -141,7 +141,7 @@ TEST_P(RandomIdentities, are_those_of_a_model) {
     }
 }
 
-TEST_P(RandomIdentities, rolled_back_leave_every_byte_as_it_was) {
+TEST_P(RandomIdentities, RolledBackLeaveEveryByteAsItWas) {
     for (int round = 0; round < 15 && !HasFailure(); ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         for (int i = 0; i < 40; ++i) anything(KEL_TX_NONE);
@@ -156,14 +156,14 @@ TEST_P(RandomIdentities, rolled_back_leave_every_byte_as_it_was) {
     }
 }
 
-TEST_F(IdentityTest, an_object_that_is_mapped_keeps_its_id) {
+TEST_F(IdentityTest, AnObjectThatIsMappedKeepsItsId) {
     kel_object *object = make();
     const std::uint64_t id = map(object);
     EXPECT_EQ(map(object), id);
     EXPECT_NE(id, 0U);
 }
 
-TEST_F(IdentityTest, the_release_function_is_not_called_while_the_owner_has_the_object) {
+TEST_F(IdentityTest, TheReleaseFunctionIsNotCalledWhileTheOwnerHasTheObject) {
     kel_object *object = make();
     const std::uint64_t id = map(object);
     ASSERT_EQ(reference(id), 0U);
@@ -172,7 +172,7 @@ TEST_F(IdentityTest, the_release_function_is_not_called_while_the_owner_has_the_
     EXPECT_EQ(find(id), object);
 }
 
-TEST_F(IdentityTest, without_a_release_function_the_last_reference_still_ends_the_mapping) {
+TEST_F(IdentityTest, WithoutAReleaseFunctionTheLastReferenceStillEndsTheMapping) {
     kel_handle_set_release(store.handle, nullptr, nullptr);
     kel_object *object = make();
     const std::uint64_t id = map(object);
@@ -183,7 +183,7 @@ TEST_F(IdentityTest, without_a_release_function_the_last_reference_still_ends_th
     EXPECT_EQ(object->flags, OBJ_NESTED);
 }
 
-TEST_F(IdentityTest, unknown_ids_are_errors) {
+TEST_F(IdentityTest, UnknownIdsAreErrors) {
     EXPECT_EQ(reference(17), std::uint32_t{ENOENT});
     EXPECT_STREQ(kel_error_text(), "kel_object_reference: no object has the id 17");
     EXPECT_EQ(let_go(17), std::uint32_t{ENOENT});
@@ -193,7 +193,7 @@ TEST_F(IdentityTest, unknown_ids_are_errors) {
     EXPECT_EQ(kel_object_map(store.handle, KEL_TX_NONE, nullptr, &id), std::uint32_t{EINVAL});
 }
 
-TEST_F(IdentityTest, no_memory_at_any_point_changes_nothing) {
+TEST_F(IdentityTest, NoMemoryAtAnyPointChangesNothing) {
     kel_object *object = make();
     const StoreSnapshot before(store.store);
     for (const std::uint64_t n : {1U, 2U, 3U}) {
@@ -205,7 +205,7 @@ TEST_F(IdentityTest, no_memory_at_any_point_changes_nothing) {
     map(object);
 }
 
-TEST_F(IdentityTest, a_given_identity_is_the_id_and_is_taken_once) {
+TEST_F(IdentityTest, AGivenIdentityIsTheIdAndIsTakenOnce) {
     kel_object *first = make();
     kel_object *second = make();
     const auto create = [&](kel_object *object, std::uint64_t ior) {
@@ -222,7 +222,7 @@ TEST_F(IdentityTest, a_given_identity_is_the_id_and_is_taken_once) {
     EXPECT_EQ(map(make()), 3U) << "numbers that are given are passed over";
 }
 
-TEST_F(IdentityTest, an_error_on_entry_changes_nothing) {
+TEST_F(IdentityTest, AnErrorOnEntryChangesNothing) {
     kel_object *object = make();
     const std::uint64_t id = map(object);
     ASSERT_EQ(reference(id), 0U);
@@ -236,7 +236,7 @@ TEST_F(IdentityTest, an_error_on_entry_changes_nothing) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(IdentityTest, a_table_that_is_referred_to_stays_until_it_is_asked_again) {
+TEST_F(IdentityTest, ATableThatIsReferredToStaysUntilItIsAskedAgain) {
     kel_type_info descriptor{};
     std::snprintf(descriptor.kind, sizeof descriptor.kind, "table");
     auto *table = static_cast<kel_table *>(store.allocate(sizeof(kel_table)));

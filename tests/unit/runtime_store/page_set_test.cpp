@@ -43,7 +43,7 @@ class PageSets : public ::testing::TestWithParam<std::uint64_t> {
     }
 };
 
-TEST_P(PageSets, are_equal_to_a_set_after_every_step) {
+TEST_P(PageSets, AreEqualToASetAfterEveryStep) {
     const std::uint32_t seed = 41;
     Chance chance(seed);
     for (int step = 0; step < 400; ++step) {
@@ -65,13 +65,13 @@ TEST_P(PageSets, are_equal_to_a_set_after_every_step) {
     }
 }
 
-TEST_P(PageSets, are_zero_words_again_when_all_are_taken_out) {
+TEST_P(PageSets, AreZeroWordsAgainWhenAllAreTakenOut) {
     set.insert_range(0, limit);
     for (std::uint64_t page = limit; page-- > 0;) set.erase(page);
     EXPECT_EQ(words, std::vector<std::uint64_t>(words.size()));
 }
 
-TEST_P(PageSets, hold_the_same_words_however_their_members_came_in) {
+TEST_P(PageSets, HoldTheSameWordsHoweverTheirMembersCameIn) {
     set.insert_range(limit / 3, limit);
     std::vector<std::uint64_t> other_words(words.size());
     PageSet other(other_words.data(), limit);
@@ -79,7 +79,7 @@ TEST_P(PageSets, hold_the_same_words_however_their_members_came_in) {
     EXPECT_EQ(words, other_words);
 }
 
-TEST_P(PageSets, hold_no_number_at_or_above_their_limit) {
+TEST_P(PageSets, HoldNoNumberAtOrAboveTheirLimit) {
     set.insert_range(0, limit);
     EXPECT_FALSE(set.contains(limit));
     EXPECT_FALSE(set.contains(limit + 1000000));
@@ -89,7 +89,7 @@ TEST_P(PageSets, hold_no_number_at_or_above_their_limit) {
 
 INSTANTIATE_TEST_SUITE_P(Limits, PageSets, ::testing::Values(1, 63, 64, 65, 130, 4096, 5000));
 
-TEST(SizeClasses, the_smallest_that_holds_a_size_is_taken) {
+TEST(SizeClasses, TheSmallestThatHoldsASizeIsTaken) {
     for (std::uint64_t size = 0; size <= largest_small_block; ++size) {
         const std::uint32_t index = size_class_of(size);
         ASSERT_LT(index, size_class_count) << size;
@@ -100,7 +100,7 @@ TEST(SizeClasses, the_smallest_that_holds_a_size_is_taken) {
     }
 }
 
-TEST(SizeClasses, blocks_are_after_the_head_and_its_bitmap_and_end_within_the_page) {
+TEST(SizeClasses, BlocksAreAfterTheHeadAndItsBitmapAndEndWithinThePage) {
     for (const SizeClass &shape : size_classes) {
         EXPECT_EQ(shape.size % 16, 0U);
         EXPECT_EQ(shape.first % 16, 0U);
@@ -110,7 +110,7 @@ TEST(SizeClasses, blocks_are_after_the_head_and_its_bitmap_and_end_within_the_pa
     }
 }
 
-TEST(CommunicationRegistries, keep_a_handler_each_until_it_is_unregistered) {
+TEST(CommunicationRegistries, KeepAHandlerEachUntilItIsUnregistered) {
     int ridge = 0, interface = 0;
     ridge_comm_bundle_handler_register(&ridge);
     if_common_bundle_handler_register(&interface);

@@ -34,7 +34,7 @@ int read_what_the_other_wrote(Peer &test, const char *path) {
     return 0;
 }
 
-TEST_F(StoreProcess, a_second_process_maps_the_store_at_the_same_address) {
+TEST_F(StoreProcess, ASecondProcessMapsTheStoreAtTheSameAddress) {
     Peer peer(read_what_the_other_wrote, path.c_str());
     const OpenStore store(path.c_str());
     std::uint64_t *number = nullptr;
@@ -72,7 +72,7 @@ int grow_in_turns(Peer &test, const char *path) {
     return 0;
 }
 
-TEST_F(StoreProcess, growth_by_one_process_is_seen_by_the_other) {
+TEST_F(StoreProcess, GrowthByOneProcessIsSeenByTheOther) {
     Peer peer(grow_in_turns, path.c_str());
     const OpenStore store(path.c_str());
     const std::uint64_t size = store.describe().size;
@@ -100,7 +100,7 @@ int hold_the_lock(Peer &test, const char *path) {
     return 0;
 }
 
-TEST_F(StoreProcess, begin_waits_for_another_writer_and_names_it) {
+TEST_F(StoreProcess, BeginWaitsForAnotherWriterAndNamesIt) {
     Peer peer(hold_the_lock, path.c_str());
     const OpenStore store(path.c_str());
     ASSERT_TRUE(peer.tell() && peer.await());
@@ -116,7 +116,7 @@ TEST_F(StoreProcess, begin_waits_for_another_writer_and_names_it) {
     EXPECT_EQ(peer.join(), 0);
 }
 
-TEST_F(StoreProcess, changes_without_the_lock_are_refused_and_undone) {
+TEST_F(StoreProcess, ChangesWithoutTheLockAreRefusedAndUndone) {
     const OpenStore store(path.c_str());
     ASSERT_EQ(store.change([&](std::uint32_t) { *store.make("number") = 1; }), 0U);
     const TraceCapture trace;
@@ -132,7 +132,7 @@ TEST_F(StoreProcess, changes_without_the_lock_are_refused_and_undone) {
     EXPECT_EQ(*number, 1U);
 }
 
-TEST_F(StoreProcess, changes_under_the_lock_are_published_when_it_is_released) {
+TEST_F(StoreProcess, ChangesUnderTheLockArePublishedWhenItIsReleased) {
     {
         const OpenStore store(path.c_str());
         ASSERT_EQ(kel_store_lock(store.store), 0U);
@@ -146,7 +146,7 @@ TEST_F(StoreProcess, changes_under_the_lock_are_published_when_it_is_released) {
     EXPECT_EQ(*again.find("number"), 7U);
 }
 
-TEST_F(StoreProcess, a_commit_is_published_after_other_transactions_with_changes_have_ended) {
+TEST_F(StoreProcess, ACommitIsPublishedAfterOtherTransactionsWithChangesHaveEnded) {
     const OpenStore store(path.c_str());
     std::uint64_t *number = nullptr;
     ASSERT_EQ(store.change([&](std::uint32_t) { number = store.make("number", 16); }), 0U);
@@ -183,7 +183,7 @@ int stop_in_a_transaction(Peer &test, const char *path) {
     for (;;) ::pause();
 }
 
-TEST_F(StoreProcess, one_that_is_killed_leaves_nothing_of_its_transaction) {
+TEST_F(StoreProcess, OneThatIsKilledLeavesNothingOfItsTransaction) {
     Peer peer(stop_in_a_transaction, path.c_str());
     kel_store_description before;
     {
@@ -203,7 +203,7 @@ TEST_F(StoreProcess, one_that_is_killed_leaves_nothing_of_its_transaction) {
         << kel_error_text();
 }
 
-TEST_F(StoreProcess, a_child_can_not_use_the_store_of_its_parent_and_does_no_harm) {
+TEST_F(StoreProcess, AChildCanNotUseTheStoreOfItsParentAndDoesNoHarm) {
     const OpenStore store(path.c_str());
     ASSERT_EQ(store.change([&](std::uint32_t) { *store.make("number") = 1; }), 0U);
     std::uint32_t tx = 0;
@@ -224,7 +224,7 @@ TEST_F(StoreProcess, a_child_can_not_use_the_store_of_its_parent_and_does_no_har
     EXPECT_EQ(*store.find("number"), 2U);
 }
 
-TEST_F(StoreProcess, a_store_that_may_only_be_read_is_opened_to_read) {
+TEST_F(StoreProcess, AStoreThatMayOnlyBeReadIsOpenedToRead) {
     {
         const OpenStore store(path.c_str());
         ASSERT_EQ(store.change([&](std::uint32_t) { *store.make("number") = 5; }), 0U);
@@ -263,7 +263,7 @@ int commit_and_checkpoint(Peer &test, const char *path) {
     return 0;
 }
 
-TEST_F(StoreProcess, a_reader_whose_part_of_the_log_was_removed_goes_on_from_the_checkpoint) {
+TEST_F(StoreProcess, AReaderWhosePartOfTheLogWasRemovedGoesOnFromTheCheckpoint) {
     Peer writer(commit_and_checkpoint, path.c_str());
     const OpenStore reader(path.c_str());
     ASSERT_EQ(reader.change([&](std::uint32_t) { reader.make("number"); }), 0U);
@@ -276,7 +276,7 @@ TEST_F(StoreProcess, a_reader_whose_part_of_the_log_was_removed_goes_on_from_the
     }
 }
 
-TEST_F(StoreProcess, the_writer_is_described) {
+TEST_F(StoreProcess, TheWriterIsDescribed) {
     Peer peer(hold_the_lock, path.c_str());
     const OpenStore store(path.c_str());
     kel_store_writer writer;
@@ -325,7 +325,7 @@ class BesideAWriter : public StoreProcess {
     Peer peer{commit_pairs, path.c_str()};
 };
 
-TEST_F(BesideAWriter, a_backup_is_a_consistent_store_of_its_own) {
+TEST_F(BesideAWriter, ABackupIsAConsistentStoreOfItsOwn) {
     begin();
     std::uint64_t last = 0;
     for (int i = 0; i < 20 && !HasFailure(); ++i) {
@@ -346,7 +346,7 @@ TEST_F(BesideAWriter, a_backup_is_a_consistent_store_of_its_own) {
     peer.kill();
 }
 
-TEST_F(BesideAWriter, a_store_is_compacted) {
+TEST_F(BesideAWriter, AStoreIsCompacted) {
     begin();
     const OpenStore store(path.c_str());
     for (int i = 0; i < 20 && !HasFailure(); ++i) {
@@ -357,7 +357,7 @@ TEST_F(BesideAWriter, a_store_is_compacted) {
     peer.kill();
 }
 
-TEST_F(StoreProcess, files_are_short_again_after_everything_was_deleted) {
+TEST_F(StoreProcess, FilesAreShortAgainAfterEverythingWasDeleted) {
     const OpenStore store(path.c_str());
     kel_store_files files;
     ASSERT_EQ(kel_store_describe_files(store.store, &files), 0U) << kel_error_text();
@@ -384,7 +384,7 @@ TEST_F(StoreProcess, files_are_short_again_after_everything_was_deleted) {
     EXPECT_LE(files.bytes, first + (64U << 10));
 }
 
-TEST_F(StoreProcess, the_time_of_the_last_commit_is_known) {
+TEST_F(StoreProcess, TheTimeOfTheLastCommitIsKnown) {
     const OpenStore store(path.c_str());
     EXPECT_EQ(store.describe().commit_time, 0U);
     ASSERT_EQ(store.change([&](std::uint32_t) { store.make("number"); }), 0U);
@@ -392,7 +392,7 @@ TEST_F(StoreProcess, the_time_of_the_last_commit_is_known) {
     EXPECT_LT(std::abs(std::time(nullptr) - seconds), 60);
 }
 
-TEST_F(StoreProcess, the_number_of_an_error_says_why_there_was_no_memory) {
+TEST_F(StoreProcess, TheNumberOfAnErrorSaysWhyThereWasNoMemory) {
     const OpenStore store(path.c_str());
     const TraceCapture trace;
     EXPECT_EQ(store.handle->alloc_hook(store.handle->arena, KEL_TX_NONE, 8), nullptr);

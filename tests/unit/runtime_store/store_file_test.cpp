@@ -47,7 +47,7 @@ class StoreFile : public StoreFileTest {
     kel_store *store = nullptr;
 };
 
-TEST_F(StoreFile, a_new_one_is_described_as_empty) {
+TEST_F(StoreFile, ANewOneIsDescribedAsEmpty) {
     ASSERT_EQ(create(), 0U);
     kel_store_description now;
     kel_store_describe(store, &now);
@@ -64,7 +64,7 @@ TEST_F(StoreFile, a_new_one_is_described_as_empty) {
     EXPECT_EQ(kel_store_first_table(store), nullptr);
 }
 
-TEST_F(StoreFile, is_the_only_thing_left_by_create) {
+TEST_F(StoreFile, IsTheOnlyThingLeftByCreate) {
     create_and_close();
     std::vector<std::string> names;
     for (const auto &entry : std::filesystem::directory_iterator(directory)) {
@@ -73,7 +73,7 @@ TEST_F(StoreFile, is_the_only_thing_left_by_create) {
     EXPECT_EQ(names, std::vector<std::string>{path});
 }
 
-TEST_F(StoreFile, keeps_its_content_address_and_capacity_when_it_is_opened_again) {
+TEST_F(StoreFile, KeepsItsContentAddressAndCapacityWhenItIsOpenedAgain) {
     void *base = nullptr;
     std::uint64_t *block = nullptr;
     {
@@ -94,7 +94,7 @@ TEST_F(StoreFile, keeps_its_content_address_and_capacity_when_it_is_opened_again
     EXPECT_EQ(*block, 4711U);
 }
 
-TEST_F(StoreFile, is_mapped_at_the_given_address) {
+TEST_F(StoreFile, IsMappedAtTheGivenAddress) {
     void *base = reinterpret_cast<void *>(0x3210'0000'0000);
     const kel_store_options options{small_capacity, base};
     ASSERT_EQ(create(&options), 0U) << kel_error_text();
@@ -103,14 +103,14 @@ TEST_F(StoreFile, is_mapped_at_the_given_address) {
     EXPECT_EQ(now.base, base);
 }
 
-TEST_F(StoreFile, create_fails_for_an_existing_path) {
+TEST_F(StoreFile, CreateFailsForAnExistingPath) {
     create_and_close();
     EXPECT_EQ(create(), std::uint32_t{EEXIST});
     EXPECT_EQ(store, nullptr);
     EXPECT_EQ(kel_error_text(), path + ": File exists");
 }
 
-TEST_F(StoreFile, create_fails_for_capacities_and_addresses_that_are_not_whole_pages) {
+TEST_F(StoreFile, CreateFailsForCapacitiesAndAddressesThatAreNotWholePages) {
     const kel_store_options refused[] = {{small_capacity + 4096, nullptr},
                                          {65536, nullptr},
                                          {small_capacity, reinterpret_cast<void *>(4096)}};
@@ -125,24 +125,22 @@ TEST_F(StoreFile, create_fails_for_capacities_and_addresses_that_are_not_whole_p
               path + ": a capacity of 65536 bytes; it must be a multiple of 65536, from 2097152");
 }
 
-TEST_F(StoreFile, create_in_a_directory_that_is_not_there_is_an_error) {
+TEST_F(StoreFile, CreateInADirectoryThatIsNotThereIsAnError) {
     path = (directory / "none" / "test.store").string();
     EXPECT_EQ(create(), std::uint32_t{ENOENT});
     EXPECT_EQ(kel_error_text(), path + ": No such file or directory");
 }
 
-TEST_F(StoreFile, open_or_create_does_the_one_or_the_other) {
+TEST_F(StoreFile, OpenOrCreateDoesTheOneOrTheOther) {
     for (int i = 0; i < 2; ++i) {
         ASSERT_EQ(kel_store_open_or_create(path.c_str(), &small_options, &store), 0U);
         kel_store_close(std::exchange(store, nullptr));
     }
 }
 
-TEST_F(StoreFile, open_fails_for_a_missing_file) {
-    expect_refused(ENOENT, "No such file or directory");
-}
+TEST_F(StoreFile, OpenFailsForAMissingFile) { expect_refused(ENOENT, "No such file or directory"); }
 
-TEST_F(StoreFile, open_fails_for_what_is_not_a_store) {
+TEST_F(StoreFile, OpenFailsForWhatIsNotAStore) {
     for (const std::size_t length : {0U, 1U, 7U, 8U, 5000U}) {
         std::ofstream(path) << std::string(length, 'x');
         expect_refused(EINVAL, "not a store: it isn't a folder");
@@ -156,7 +154,7 @@ TEST_F(StoreFile, open_fails_for_what_is_not_a_store) {
         << kel_error_text();
 }
 
-TEST_F(StoreFile, open_fails_for_the_first_format_and_says_what_to_do) {
+TEST_F(StoreFile, OpenFailsForTheFirstFormatAndSaysWhatToDo) {
     std::ofstream(path) << "TARNBASE" << std::string(5000, 'x');
     expect_refused(EINVAL,
                    "a store of format version 1, made by an older release; this one reads version "
@@ -164,7 +162,7 @@ TEST_F(StoreFile, open_fails_for_the_first_format_and_says_what_to_do) {
                    "import of this one");
 }
 
-TEST_F(StoreFile, open_fails_for_a_newer_release_and_says_what_to_do) {
+TEST_F(StoreFile, OpenFailsForANewerReleaseAndSaysWhatToDo) {
     create_and_close();
     overwrite(offsetof(ControlPage, version), std::uint32_t{3});
     expect_refused(EINVAL,
@@ -181,7 +179,7 @@ std::filesystem::path checkpoint_of(const std::string &path) {
     return {};
 }
 
-TEST_F(StoreFile, open_fails_for_damaged_files) {
+TEST_F(StoreFile, OpenFailsForDamagedFiles) {
     create_and_close();
     const std::filesystem::path checkpoint = checkpoint_of(path);
     const auto size = std::filesystem::file_size(checkpoint);
@@ -196,7 +194,7 @@ TEST_F(StoreFile, open_fails_for_damaged_files) {
     EXPECT_EQ(store, nullptr);
 }
 
-TEST_F(StoreFile, what_a_process_left_while_it_created_a_store_is_removed) {
+TEST_F(StoreFile, WhatAProcessLeftWhileItCreatedAStoreIsRemoved) {
     const std::string left = path + ".new.12345";
     std::filesystem::create_directory(left);
     std::ofstream(left + "/control") << "unfinished";
@@ -204,7 +202,7 @@ TEST_F(StoreFile, what_a_process_left_while_it_created_a_store_is_removed) {
     EXPECT_FALSE(std::filesystem::exists(left));
 }
 
-TEST_F(StoreFile, an_empty_one_takes_little_of_the_disk) {
+TEST_F(StoreFile, AnEmptyOneTakesLittleOfTheDisk) {
     const kel_store_options defaults{};
     ASSERT_EQ(create(&defaults), 0U) << kel_error_text();
     std::uint64_t taken = 0;
@@ -216,7 +214,7 @@ TEST_F(StoreFile, an_empty_one_takes_little_of_the_disk) {
     EXPECT_LE(taken, 256U * 1024);
 }
 
-TEST_F(StoreFile, open_says_that_the_address_range_is_taken) {
+TEST_F(StoreFile, OpenSaysThatTheAddressRangeIsTaken) {
     ASSERT_EQ(create(), 0U);
     kel_store *second = nullptr;
     EXPECT_EQ(kel_store_open(path.c_str(), &second), std::uint32_t{EADDRINUSE});
@@ -226,7 +224,7 @@ TEST_F(StoreFile, open_says_that_the_address_range_is_taken) {
     EXPECT_NE(text.find(" is taken in this process"), std::string::npos) << text;
 }
 
-TEST_F(StoreFile, create_at_an_address_that_is_taken_leaves_no_file) {
+TEST_F(StoreFile, CreateAtAnAddressThatIsTakenLeavesNoFile) {
     ASSERT_EQ(create(), 0U);
     kel_store_description first;
     kel_store_describe(store, &first);
@@ -238,7 +236,7 @@ TEST_F(StoreFile, create_at_an_address_that_is_taken_leaves_no_file) {
     EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST_F(StoreFile, two_stores_are_open_at_once_and_apart) {
+TEST_F(StoreFile, TwoStoresAreOpenAtOnceAndApart) {
     const OpenStore one(path.c_str());
     const std::string other = path + ".other";
     const OpenStore two(other.c_str());
@@ -256,7 +254,7 @@ TEST_F(StoreFile, two_stores_are_open_at_once_and_apart) {
     EXPECT_EQ(kel_transaction_rollback(one.handle, tx), 0U);
 }
 
-TEST_F(StoreFile, close_rolls_back_what_was_not_committed) {
+TEST_F(StoreFile, CloseRollsBackWhatWasNotCommitted) {
     std::uint64_t blocks = 0;
     {
         const OpenStore first(path.c_str());
@@ -274,7 +272,7 @@ TEST_F(StoreFile, close_rolls_back_what_was_not_committed) {
     EXPECT_EQ(again.describe().transactions, 0U);
 }
 
-TEST_F(StoreFile, a_handle_needs_a_store) {
+TEST_F(StoreFile, AHandleNeedsAStore) {
     kel_handle *handle = reinterpret_cast<kel_handle *>(1);
     EXPECT_EQ(kel_handle_create(nullptr, 0, &handle), std::uint32_t{EINVAL});
     EXPECT_EQ(handle, nullptr);

@@ -64,7 +64,7 @@ class RandomTenants : public TenantTest, public ::testing::WithParamInterface<st
 
 INSTANTIATE_TEST_SUITE_P(Tenants, RandomTenants, ::testing::Values(51U, 52U, 53U));
 
-TEST_P(RandomTenants, counts_are_those_of_a_model) {
+TEST_P(RandomTenants, CountsAreThoseOfAModel) {
     for (int step = 0; step < 1500 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
         change(KEL_TX_NONE);
@@ -73,7 +73,7 @@ TEST_P(RandomTenants, counts_are_those_of_a_model) {
     expect_model();
 }
 
-TEST_P(RandomTenants, counts_rolled_back_leave_every_byte_as_it_was) {
+TEST_P(RandomTenants, CountsRolledBackLeaveEveryByteAsItWas) {
     for (int round = 0; round < 10 && !HasFailure(); ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         for (int i = 0; i < 5; ++i) change(KEL_TX_NONE);
@@ -88,7 +88,7 @@ TEST_P(RandomTenants, counts_rolled_back_leave_every_byte_as_it_was) {
     }
 }
 
-TEST_F(TenantTest, unknown_tenants_count_zero_and_taking_from_them_makes_nothing) {
+TEST_F(TenantTest, UnknownTenantsCountZeroAndTakingFromThemMakesNothing) {
     const StoreSnapshot before(store.store);
     update(KEL_TX_NONE, 0, 7, 1);
     EXPECT_EQ(err, 0U);
@@ -97,7 +97,7 @@ TEST_F(TenantTest, unknown_tenants_count_zero_and_taking_from_them_makes_nothing
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(TenantTest, tables_count_apart) {
+TEST_F(TenantTest, TablesCountApart) {
     update(KEL_TX_NONE, 1, 7, 1);
     auto *first = std::exchange(table, static_cast<kel_table *>(store.allocate(sizeof(kel_table))));
     EXPECT_EQ(count(7), 0U);
@@ -105,7 +105,7 @@ TEST_F(TenantTest, tables_count_apart) {
     EXPECT_EQ(count(7), 1U);
 }
 
-TEST_F(TenantTest, no_memory_is_an_error_that_changes_nothing) {
+TEST_F(TenantTest, NoMemoryIsAnErrorThatChangesNothing) {
     const StoreSnapshot before(store.store);
     kel_store_fail_allocation(store.store, 1);
     update(KEL_TX_NONE, 1, 7, 1);
@@ -114,14 +114,14 @@ TEST_F(TenantTest, no_memory_is_an_error_that_changes_nothing) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(TenantTest, an_error_on_entry_keeps_the_counters) {
+TEST_F(TenantTest, AnErrorOnEntryKeepsTheCounters) {
     err = EINVAL;
     update(KEL_TX_NONE, 1, 7, 1);
     EXPECT_EQ(err, std::uint32_t{EINVAL});
     EXPECT_EQ(count(7), 0U);
 }
 
-TEST_F(TenantTest, counters_go_with_the_identity_of_their_table) {
+TEST_F(TenantTest, CountersGoWithTheIdentityOfTheirTable) {
     kel_type_info descriptor{};
     std::snprintf(descriptor.kind, sizeof descriptor.kind, "table");
     const StoreSnapshot before(store.store);

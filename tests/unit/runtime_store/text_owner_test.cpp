@@ -62,7 +62,7 @@ class RandomTexts : public TextOwner, public ::testing::WithParamInterface<std::
 
 INSTANTIATE_TEST_SUITE_P(Texts, RandomTexts, ::testing::Values(41U, 42U, 43U));
 
-TEST_P(RandomTexts, are_their_owners_and_leave_no_trace_when_released) {
+TEST_P(RandomTexts, AreTheirOwnersAndLeaveNoTraceWhenReleased) {
     const StoreSnapshot fresh(store.store);
     for (int step = 0; step < 1000 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
@@ -73,7 +73,7 @@ TEST_P(RandomTexts, are_their_owners_and_leave_no_trace_when_released) {
     EXPECT_EQ(to_text(fresh.changes()), "");
 }
 
-TEST_P(RandomTexts, rolled_back_leave_every_byte_as_it_was) {
+TEST_P(RandomTexts, RolledBackLeaveEveryByteAsItWas) {
     for (int round = 0; round < 15 && !HasFailure(); ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         for (int i = 0; i < 20; ++i) anything(KEL_TX_NONE);
@@ -88,7 +88,7 @@ TEST_P(RandomTexts, rolled_back_leave_every_byte_as_it_was) {
     }
 }
 
-TEST_F(TextOwner, a_string_copied_byte_for_byte_owns_nothing) {
+TEST_F(TextOwner, AStringCopiedByteForByteOwnsNothing) {
     allocate(owners[0], 20);
     std::memcpy(owners[1], owners[0], sizeof(kel_vstring));
     EXPECT_EQ(owned(owners[1]), nullptr);
@@ -96,7 +96,7 @@ TEST_F(TextOwner, a_string_copied_byte_for_byte_owns_nothing) {
     EXPECT_NE(owned(owners[0]), nullptr);
 }
 
-TEST_F(TextOwner, no_memory_keeps_the_text_that_is_there) {
+TEST_F(TextOwner, NoMemoryKeepsTheTextThatIsThere) {
     const StoreSnapshot empty(store.store);
     for (const std::uint64_t n : {1U, 2U}) {
         kel_store_fail_allocation(store.store, n);

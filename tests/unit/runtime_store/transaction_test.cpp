@@ -95,7 +95,7 @@ class Seeded : public ::testing::TestWithParam<std::uint32_t> {
 
 INSTANTIATE_TEST_SUITE_P(Transactions, Seeded, ::testing::Values(1U, 2U, 3U, 4U, 5U, 6U));
 
-TEST_P(Seeded, rollback_leaves_every_byte_as_it_was) {
+TEST_P(Seeded, RollbackLeavesEveryByteAsItWas) {
     for (int round = 0; round < 8; ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         const StoreSnapshot before(store.store);
@@ -110,7 +110,7 @@ TEST_P(Seeded, rollback_leaves_every_byte_as_it_was) {
     }
 }
 
-TEST_P(Seeded, commit_keeps_what_was_done) {
+TEST_P(Seeded, CommitKeepsWhatWasDone) {
     for (int round = 0; round < 8; ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         const std::uint32_t tx = store.begin();
@@ -122,7 +122,7 @@ TEST_P(Seeded, commit_keeps_what_was_done) {
     EXPECT_EQ(store.describe().transactions, 0U);
 }
 
-TEST_P(Seeded, transactions_on_blocks_of_their_own_end_apart_from_each_other) {
+TEST_P(Seeded, TransactionsOnBlocksOfTheirOwnEndApartFromEachOther) {
     Blocks kept(store, GetParam() + 100);
     Blocks undone(store, GetParam() + 200);
     const std::uint32_t first = store.begin();
@@ -139,7 +139,7 @@ TEST_P(Seeded, transactions_on_blocks_of_their_own_end_apart_from_each_other) {
 
 using Transactions = SmallStoreTest;
 
-TEST_F(Transactions, one_byte_written_twice_is_restored_to_its_first_value) {
+TEST_F(Transactions, OneByteWrittenTwiceIsRestoredToItsFirstValue) {
     auto *byte = static_cast<std::uint8_t *>(store.allocate(1));
     *byte = 7;
     const std::uint32_t tx = store.begin();
@@ -149,7 +149,7 @@ TEST_F(Transactions, one_byte_written_twice_is_restored_to_its_first_value) {
     EXPECT_EQ(*byte, 7);
 }
 
-TEST_F(Transactions, a_write_longer_than_a_chunk_of_the_log_is_rolled_back_whole) {
+TEST_F(Transactions, AWriteLongerThanAChunkOfTheLogIsRolledBackWhole) {
     constexpr std::size_t length = 300001;
     auto *block = static_cast<std::uint8_t *>(store.allocate(length));
     Chance chance(11);
@@ -162,7 +162,7 @@ TEST_F(Transactions, a_write_longer_than_a_chunk_of_the_log_is_rolled_back_whole
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(Transactions, a_block_freed_stays_until_commit) {
+TEST_F(Transactions, ABlockFreedStaysUntilCommit) {
     auto *block = static_cast<std::uint32_t *>(store.allocate(64));
     *block = 42;
     const std::uint32_t tx = store.begin();
@@ -175,7 +175,7 @@ TEST_F(Transactions, a_block_freed_stays_until_commit) {
     EXPECT_EQ(store.allocate(64), block) << "the lowest free place is taken first";
 }
 
-TEST_F(Transactions, a_block_allocated_and_freed_in_a_transaction_is_freed_either_way) {
+TEST_F(Transactions, ABlockAllocatedAndFreedInATransactionIsFreedEitherWay) {
     for (const bool commits : {true, false}) {
         const StoreSnapshot before(store.store);
         const std::uint32_t tx = store.begin();
@@ -185,7 +185,7 @@ TEST_F(Transactions, a_block_allocated_and_freed_in_a_transaction_is_freed_eithe
     }
 }
 
-TEST_F(Transactions, a_descriptor_block_goes_back_like_any_other) {
+TEST_F(Transactions, ADescriptorBlockGoesBackLikeAnyOther) {
     const std::uint32_t tx = store.begin();
     ASSERT_NE(store.handle->type_alloc_hook(store.handle->type_arena, tx, 80), nullptr);
     EXPECT_EQ(store.describe().blocks, 1U);
@@ -193,7 +193,7 @@ TEST_F(Transactions, a_descriptor_block_goes_back_like_any_other) {
     EXPECT_EQ(store.describe().blocks, 0U);
 }
 
-TEST_F(Transactions, ids_that_are_not_open_make_changes_that_are_at_once_permanent) {
+TEST_F(Transactions, IdsThatAreNotOpenMakeChangesThatAreAtOncePermanent) {
     std::uint32_t closed = store.begin();
     store.commit(closed);
     for (const std::uint32_t id : {KEL_TX_NONE, 0U, 5U, 12345U, closed}) {
@@ -211,7 +211,7 @@ TEST_F(Transactions, ids_that_are_not_open_make_changes_that_are_at_once_permane
     }
 }
 
-TEST_F(Transactions, writes_outside_the_store_are_not_undone_but_deltas_are) {
+TEST_F(Transactions, WritesOutsideTheStoreAreNotUndoneButDeltasAre) {
     std::uint64_t written = 1;
     std::uint64_t counted = 1;
     const std::uint32_t tx = store.begin();
@@ -223,7 +223,7 @@ TEST_F(Transactions, writes_outside_the_store_are_not_undone_but_deltas_are) {
     EXPECT_EQ(counted, 1U);
 }
 
-TEST_F(Transactions, another_handle_of_the_store_may_end_one) {
+TEST_F(Transactions, AnotherHandleOfTheStoreMayEndOne) {
     kel_handle *other = make_handle(store.store, Mode::plain);
     const std::uint32_t tx = store.begin();
     store.allocate(40, tx);
@@ -232,7 +232,7 @@ TEST_F(Transactions, another_handle_of_the_store_may_end_one) {
     kel_handle_destroy(other);
 }
 
-TEST_F(Transactions, ids_differ_and_are_never_zero_or_none) {
+TEST_F(Transactions, IdsDifferAndAreNeverZeroOrNone) {
     std::set<std::uint32_t> seen;
     for (int i = 0; i < 2000; ++i) {
         const std::uint32_t tx = store.begin();
@@ -243,7 +243,7 @@ TEST_F(Transactions, ids_differ_and_are_never_zero_or_none) {
     }
 }
 
-TEST_F(Transactions, too_many_open_are_an_error_until_one_ends) {
+TEST_F(Transactions, TooManyOpenAreAnErrorUntilOneEnds) {
     std::vector<std::uint32_t> open;
     for (int i = 0; i < 32; ++i) open.push_back(store.begin());
     EXPECT_EQ(store.describe().transactions, 32U);
@@ -259,7 +259,7 @@ TEST_F(Transactions, too_many_open_are_an_error_until_one_ends) {
     EXPECT_EQ(store.describe().committed, 1U);
 }
 
-TEST_F(Transactions, ending_one_that_is_not_open_is_an_error_that_says_so) {
+TEST_F(Transactions, EndingOneThatIsNotOpenIsAnErrorThatSaysSo) {
     const std::uint32_t closed = store.begin();
     store.commit(closed);
     for (const std::uint32_t id : {closed, 0U, KEL_TX_NONE}) {
@@ -273,7 +273,7 @@ TEST_F(Transactions, ending_one_that_is_not_open_is_an_error_that_says_so) {
     EXPECT_EQ(store.describe().rolled_back, 0U);
 }
 
-TEST_F(Transactions, one_freed_twice_is_freed_once_and_reported) {
+TEST_F(Transactions, OneFreedTwiceIsFreedOnceAndReported) {
     const TraceCapture trace;
     void *block = store.allocate(50);
     void *other = store.allocate(50);
@@ -297,7 +297,7 @@ class FullStore : public ::testing::Test {
     std::vector<void *> taken;
 };
 
-TEST_F(FullStore, a_transaction_that_finds_no_memory_is_taken_back_whole) {
+TEST_F(FullStore, ATransactionThatFindsNoMemoryIsTakenBackWhole) {
     const StoreSnapshot before(store.store);
     const std::uint32_t tx = store.begin();
     store.set(tx, static_cast<std::uint64_t *>(taken[0]), std::uint64_t{1});

@@ -128,7 +128,7 @@ class RandomTree : public ::testing::TestWithParam<std::uint32_t> {
 
 INSTANTIATE_TEST_SUITE_P(Tree, RandomTree, ::testing::Values(21U, 22U, 23U, 24U));
 
-TEST_P(RandomTree, is_equal_to_a_set_after_every_step) {
+TEST_P(RandomTree, IsEqualToASetAfterEveryStep) {
     for (int step = 0; step < 1200 && !HasFailure(); ++step) {
         SCOPED_TRACE(seed_and_step(GetParam(), step));
         insert_or_remove(KEL_TX_NONE, step / 300 % 2 == 0 ? 7 : 3);
@@ -144,7 +144,7 @@ TEST_P(RandomTree, is_equal_to_a_set_after_every_step) {
     }
 }
 
-TEST_P(RandomTree, edits_rolled_back_leave_every_byte_as_it_was) {
+TEST_P(RandomTree, EditsRolledBackLeaveEveryByteAsItWas) {
     for (int round = 0; round < 20 && !HasFailure(); ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
         for (int i = 0; i < 20; ++i) insert_or_remove(KEL_TX_NONE, 6);
@@ -173,7 +173,7 @@ class TreeOf20 : public SmallStoreTest {
     std::set<int> model;
 };
 
-TEST_F(TreeOf20, insert_of_an_equal_node_changes_nothing) {
+TEST_F(TreeOf20, InsertOfAnEqualNodeChangesNothing) {
     Entry twin{{{1, 2, 3, 4}}, 7};
     const StoreSnapshot before(store.store);
     EXPECT_FALSE(tree.insert(&twin));
@@ -181,7 +181,7 @@ TEST_F(TreeOf20, insert_of_an_equal_node_changes_nothing) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
-TEST_F(TreeOf20, insert_does_not_mind_what_a_node_held) {
+TEST_F(TreeOf20, InsertDoesNotMindWhatANodeHeld) {
     Entry *entry = tree.entries[4];
     ASSERT_TRUE(tree.remove(entry));
     std::memset(&entry->node, 0xa5, sizeof entry->node);
@@ -189,7 +189,7 @@ TEST_F(TreeOf20, insert_does_not_mind_what_a_node_held) {
     tree.expect_keys(model);
 }
 
-TEST_F(TreeOf20, delete_takes_the_very_node_and_no_equal_one) {
+TEST_F(TreeOf20, DeleteTakesTheVeryNodeAndNoEqualOne) {
     Entry twin{{}, 7};
     EXPECT_FALSE(tree.remove(&twin));
     Entry copy = *tree.entries[7];
@@ -203,7 +203,7 @@ TEST_F(TreeOf20, delete_takes_the_very_node_and_no_equal_one) {
     tree.expect_keys(model);
 }
 
-TEST_F(TreeOf20, delete_leaves_the_nodes_of_another_tree_alone) {
+TEST_F(TreeOf20, DeleteLeavesTheNodesOfAnotherTreeAlone) {
     Tree other(store, 3);
     for (Entry *entry : other.entries) ASSERT_TRUE(other.insert(entry));
     EXPECT_FALSE(tree.remove(other.entries[1]));
@@ -211,7 +211,7 @@ TEST_F(TreeOf20, delete_leaves_the_nodes_of_another_tree_alone) {
     tree.expect_keys(model);
 }
 
-TEST_F(TreeOf20, a_byte_copy_of_a_node_finds_the_neighbours_by_its_key) {
+TEST_F(TreeOf20, AByteCopyOfANodeFindsTheNeighboursByItsKey) {
     for (const Entry *entry : tree.entries) {
         const Entry copy = *entry;
         tree.expect_neighbours(&copy.node, model);
@@ -220,7 +220,7 @@ TEST_F(TreeOf20, a_byte_copy_of_a_node_finds_the_neighbours_by_its_key) {
 
 // Every position in the tree with every key: far below, far above, another node's, its own.
 // The tree is in order except for that node.
-TEST_F(TreeOf20, a_node_whose_key_was_changed_in_place_has_the_neighbours_of_its_key) {
+TEST_F(TreeOf20, ANodeWhoseKeyWasChangedInPlaceHasTheNeighboursOfItsKey) {
     for (Entry *entry : tree.entries) {
         const int old_key = entry->key;
         model.erase(old_key);
@@ -234,7 +234,7 @@ TEST_F(TreeOf20, a_node_whose_key_was_changed_in_place_has_the_neighbours_of_its
     }
 }
 
-TEST_F(TreeOf20, a_changed_node_and_a_removed_one_have_the_same_neighbours) {
+TEST_F(TreeOf20, AChangedNodeAndARemovedOneHaveTheSameNeighbours) {
     for (Entry *entry : tree.entries) {
         for (int key = -1; key <= 20; ++key) {
             SCOPED_TRACE(std::to_string(entry->key) + " changed to " + std::to_string(key));
@@ -270,20 +270,20 @@ std::uint32_t visit(kel_index_node *node, void *context) {
     return key == walk.stop_at ? 77 : 0;
 }
 
-TEST_F(TreeOf20, walk_visits_all_in_order_and_returns_the_last_result) {
+TEST_F(TreeOf20, WalkVisitsAllInOrderAndReturnsTheLastResult) {
     Walk walk;
     EXPECT_EQ(e_avl_walk(*tree.anchor, visit, &walk), 0U);
     EXPECT_EQ(walk.seen, std::vector<int>(model.begin(), model.end()));
 }
 
-TEST_F(TreeOf20, a_nonzero_result_ends_a_walk) {
+TEST_F(TreeOf20, ANonzeroResultEndsAWalk) {
     Walk walk;
     walk.stop_at = 5;
     EXPECT_EQ(e_avl_walk(*tree.anchor, visit, &walk), 77U);
     EXPECT_EQ(walk.seen, (std::vector<int>{0, 1, 2, 3, 4, 5}));
 }
 
-TEST_F(TreeOf20, a_walk_may_delete_the_node_it_visits) {
+TEST_F(TreeOf20, AWalkMayDeleteTheNodeItVisits) {
     for (const int each : {3, 2, 1}) {
         const std::set<int> visited = model;
         Walk walk{&tree, each, -1, {}};
@@ -295,7 +295,7 @@ TEST_F(TreeOf20, a_walk_may_delete_the_node_it_visits) {
     EXPECT_EQ(*tree.anchor, nullptr);
 }
 
-TEST(EmptyTree, has_no_nodes_to_find) {
+TEST(EmptyTree, HasNoNodesToFind) {
     const Entry probe{{}, 1};
     Walk walk;
     EXPECT_EQ(e_avl_search(nullptr, &probe.node, compare), nullptr);
@@ -330,7 +330,7 @@ class TableIdTree : public SmallStoreTest {
         &static_cast<kel_table_id_root *>(store.allocate(sizeof(kel_table_id_root)))->tree_head;
 };
 
-TEST_F(TableIdTree, finds_the_blocks_that_are_in_it) {
+TEST_F(TableIdTree, FindsTheBlocksThatAreInIt) {
     std::vector<kel_table *> tables;
     for (std::uint64_t id = 1; id <= 40; ++id) {
         tables.push_back(make(id * 1000));
@@ -343,7 +343,7 @@ TEST_F(TableIdTree, finds_the_blocks_that_are_in_it) {
     }
 }
 
-TEST_F(TableIdTree, a_second_block_with_an_id_leaves_the_first_in_its_place) {
+TEST_F(TableIdTree, ASecondBlockWithAnIdLeavesTheFirstInItsPlace) {
     kel_table *first = make(5);
     kel_table *second = make(5);
     insert(first);
