@@ -2,14 +2,18 @@
 # Compiles the sample schema and compares all that it makes with golden/expected.
 #   cmake -DTARNC=tarnc -DSOURCE=golden -DWORK=folder [-DUPDATE=ON] -P golden.cmake
 if(UPDATE)
-  file(REMOVE_RECURSE ${SOURCE}/expected)
-  set(WORK ${SOURCE}/expected)
-else()
-  file(REMOVE_RECURSE ${WORK})
+  set(WORK ${SOURCE}/expected.new)
 endif()
+file(REMOVE_RECURSE ${WORK})
 execute_process(
   COMMAND ${TARNC} sample.tarn --out ${WORK} --shards 2
   WORKING_DIRECTORY ${SOURCE} COMMAND_ERROR_IS_FATAL ANY)
+if(UPDATE)
+  # Only now: a run that fails leaves the expected files as they are.
+  file(REMOVE_RECURSE ${SOURCE}/expected)
+  file(RENAME ${WORK} ${SOURCE}/expected)
+  return()
+endif()
 
 file(GLOB_RECURSE made RELATIVE ${WORK} ${WORK}/*)
 file(GLOB_RECURSE expected RELATIVE ${SOURCE}/expected ${SOURCE}/expected/*)
