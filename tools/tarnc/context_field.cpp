@@ -33,9 +33,16 @@ void set_plain_value(Context &context, const Schema &schema, const Field &field)
                                : argument);
 }
 
-std::string padded(const std::string &words, std::size_t width, bool to_the_right = false) {
-    const std::string blanks(width > words.size() ? width - words.size() : 0, ' ');
-    return to_the_right ? blanks + words : words + blanks;
+std::string blanks_to_fill(const std::string &words, std::size_t width) {
+    return std::string(width > words.size() ? width - words.size() : 0, ' ');
+}
+
+std::string left_aligned(const std::string &words, std::size_t width) {
+    return words + blanks_to_fill(words, width);
+}
+
+std::string right_aligned(const std::string &words, std::size_t width) {
+    return blanks_to_fill(words, width) + words;
 }
 
 std::string written_type(const Field &field) {
@@ -56,13 +63,13 @@ std::string field_line(const Structure &structure, const Field &field) {
         type_width = std::max(type_width, written_type(each).size());
         name_width = std::max(name_width, each.name.size());
     }
-    return padded(written_type(field), type_width + 1) + padded(field.name, name_width + 2) +
-           meaning_and_unit(field);
+    return left_aligned(written_type(field), type_width + 1) +
+           left_aligned(field.name, name_width + 2) + meaning_and_unit(field);
 }
 
 std::string layout_line(const Field &field) {
     const auto number = [](std::uint64_t value, std::size_t width) {
-        return padded(text(value), width, true);
+        return right_aligned(text(value), width);
     };
     return number(field.offset, 6) + number(field.size, 6) + number(field.state, 6) +
            number(static_cast<std::uint64_t>(field.first_variant), 8) + " " + written_type(field) +

@@ -13,7 +13,7 @@ bool is_word(char c) {
 
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
-// One line of the file on its way to a Line.
+// Reads the tokens of one line.
 class LineReader {
  public:
     LineReader(const std::shared_ptr<const std::string> &file, int number, const std::string &text,

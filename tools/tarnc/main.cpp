@@ -55,7 +55,7 @@ void describe(cli::Command &program, Options &options) {
     program.option("-o,--out", "FOLDER", cli::into(options.out),
                    "Folder to write to; without it the schema is only checked");
     program.option("--shards", "NUMBER", cli::number_into(options.shards, 1, 64),
-                   "Source files that the stamps are dealt out to; 4 by default");
+                   "Number of source files for the stamps; 4 by default");
     program
         .option("--depfile", "FILE", cli::into(options.depfile),
                 "Make-style dependency file to write")
