@@ -18,7 +18,7 @@ namespace {
 
 using Servers = tarn::table<tarn::ldap_conn>;
 
-// The records that a run leaves in the table "ldap" of a store file.
+// The records that a run leaves in the table "ldap" of a store.
 struct Left {
     std::string servers;  // "name count" each
     std::uint64_t blocks = 0;

@@ -82,9 +82,9 @@ TEST_F(CommandLine, ReportsOneErrorAndWhatWasExpected) {
 TEST_F(CommandLine, PassesAProgramsOptionToTheCommandThatFollows) {
     cli::Command program("prog", "Does");
     std::string store;
-    program.option("-s,--store", "FILE", {}, "Store file").passed_on();
+    program.option("-s,--store", "STORE", {}, "Store").passed_on();
     cli::Command &show = program.command("show", "Shows");
-    show.option("-s,--store", "FILE", cli::into(store), "Store file").required();
+    show.option("-s,--store", "STORE", cli::into(store), "Store").required();
     program.command("rest", "Rests");
     EXPECT_EQ(cli::Parser(program).parse({"--store", "a", "show"}).command, &show);
     EXPECT_EQ(store, "a");

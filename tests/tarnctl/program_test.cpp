@@ -83,7 +83,7 @@ TEST_F(WithStore, IsntTakenFromAnEmptyName) {
           {"store", "create", ""}}) {
         const Outcome outcome = tarnctl(words);
         EXPECT_EQ(outcome.exit_code, 2) << words[0];
-        EXPECT_TRUE(holds(outcome.err, " ``: expected the name of a file\n")) << outcome.err;
+        EXPECT_TRUE(holds(outcome.err, " ``: expected the name of a store\n")) << outcome.err;
     }
 }
 

@@ -114,8 +114,8 @@ TEST_F(Set, RefusesToChangeAKey) {
                                                {"set", "ldap_conn", "--all", "sname=x"}}) {
         const Outcome outcome = on_store(words);
         EXPECT_EQ(outcome.exit_code, 2);
-        EXPECT_NE(outcome.err.find("`sname` is part of the key of tbl_ldap_conn, which a record "
-                                   "keeps as long as it lives"),
+        EXPECT_NE(outcome.err.find("`sname` is part of the key of tbl_ldap_conn and "
+                                   "can't be changed"),
                   std::string::npos)
             << outcome.err;
     }

@@ -30,7 +30,7 @@ struct Refusal {
     std::string message;  // its standard error if this ends a line, else a part of it
 };
 
-// A directory with a store file, filled by the library and not by tarnctl:
+// A folder with a store, filled by the library and not by tarnctl:
 //   tbl_ldap_conn:ldap      a.example 1, b.example 2, ldap1.example.net 7 (source 1, tenant 0),
 //                           b.example 20 of source 5, c.example 3 of tenant 9
 //   tbl_aaa_servers:aaa     radius1: alive, aaa_authen.requests 5, minute[i] = i % 60

@@ -92,7 +92,7 @@ TEST_P(Lifecycle, OfARecordFromCreationToDestruction) {
     EXPECT_EQ(session.blocks(), blocks);
 }
 
-// Reads a store file that another process wrote. Returns 0 on success.
+// Reads a store that another process wrote. Returns 0 on success.
 int read_in_second_process(const std::string &path) {
     kel_store *store = nullptr;
     if (kel_store_open(path.c_str(), &store) != 0) return 1;
@@ -112,7 +112,7 @@ int read_in_second_process(const std::string &path) {
     return connections == 7 && named && err == 0 ? 0 : 5;
 }
 
-TEST(LifecycleOfAFile, IsWrittenByOneProcessAndReadByAnother) {
+TEST(LifecycleOfAStore, IsWrittenByOneProcessAndReadByAnother) {
     std::string folder = ::testing::TempDir() + "lifecycle_XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     const std::string path = folder + "/store";

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Writes a record to a store file, opens the file again and reads the record. */
+/* Writes a record to a store, opens the store again and reads the record. */
 #include <stdio.h>
 #include <string.h>
 

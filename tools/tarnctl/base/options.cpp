@@ -5,7 +5,7 @@ namespace tarnctl {
 
 cli::Target store_into(std::string &path) {
     return {[&path](const std::string &word) {
-                if (word.empty()) throw cli::UsageError("expected the name of a file");
+                if (word.empty()) throw cli::UsageError("expected the name of a store");
                 path = word;
             },
             {},
@@ -17,7 +17,7 @@ cli::Option &add_store_option(cli::Command &command, std::string &path) {
 }
 
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path) {
-    return command.option("-s,--store", "FILE", store_into(path), "Store file")
+    return command.option("-s,--store", "STORE", store_into(path), "Name of the store")
         .environment("TARNBASE_STORE");
 }
 

@@ -11,9 +11,9 @@
 
 namespace tarnctl {
 
-// The name of a store file, which isn't empty.
+// The name of a store, which isn't empty.
 cli::Target store_into(std::string &path);
-// -s, --store FILE: required; by default TARNBASE_STORE of the environment.
+// -s, --store STORE: required; by default TARNBASE_STORE of the environment.
 cli::Option &add_store_option(cli::Command &command, std::string &path);
 // The same, but optional.
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path);

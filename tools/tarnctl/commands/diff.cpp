@@ -19,7 +19,7 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-Each side is a store file or a document that export wrote (- for one on standard
+Each side is a store or a document that export wrote (- for one on standard
 input). Type and name identify a table; tenant, key and source a record. The
 listing has a line for each record, + for one that only B has, - for one that only
 A has, ~ for one that differs, and below it a line for each field.
@@ -180,7 +180,7 @@ void run(const Options &options, Exit &status) {
 void declare_diff(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = program.command("diff", "Compare two stores, or a store and an export");
-    command.argument("A", cli::into(options->a), "Store file or export").required();
+    command.argument("A", cli::into(options->a), "Store or export").required();
     command.argument("B", cli::into(options->b), "What it is compared with").required();
     command.option("-T,--table", "TABLE", cli::into(options->tables),
                    "Compare only this table; may be given several times");

@@ -96,11 +96,7 @@ void run(const Options &options, Exit &status) {
     const Store store = Store::open_to_write(options.store, options.wait);
     tarn::transaction transaction = store.begin();
     Progress progress("bytes", input.size());
-    uint64_t shown = 0;
-    how.advance = [&] {
-        progress.advance(input.offset() - shown);
-        shown = input.offset();
-    };
+    how.advance = [&] { progress.advance_to(input.offset()); };
     Importer importer(store, transaction.id(), std::move(how));
     try {
         read_document(input, format, {options.lenient}, importer);
@@ -121,8 +117,7 @@ void run(const Options &options, Exit &status) {
 }
 
 void add_input_options(cli::Command &command, Options &options) {
-    command
-        .option("-s,--store,--into", "FILE", store_into(options.store), "Store file to import into")
+    command.option("-s,--store,--into", "STORE", store_into(options.store), "Store to import into")
         .environment("TARNBASE_STORE")
         .required();
     command.argument("FILE", cli::into(options.input), "Document to read; - is standard input")

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tarnctl store: makes a store file, and the group of the commands for store files.
+// tarnctl store: makes a store, and the group of the commands for stores.
 #include <fmt/core.h>
 
 #include <charconv>
@@ -62,8 +62,8 @@ void create(const Options &options) {
 
 void declare_create(cli::Command &group) {
     const auto options = std::make_shared<Options>();
-    cli::Command &command = group.command("create", "Make a store file");
-    command.argument("FILE", store_into(options->path), "File to make; it must not exist")
+    cli::Command &command = group.command("create", "Make a store");
+    command.argument("STORE", store_into(options->path), "Store to make; it must not exist")
         .required();
     command.option("--capacity", "SIZE", cli::into(options->capacity),
                    "What the store may grow to, in bytes or as a number with K, M, G or T; "
@@ -74,7 +74,7 @@ void declare_create(cli::Command &group) {
     command.flag("--types", options->types,
                  "Enter the descriptors of all types at once, not with the first record");
     command.notes =
-        "The file uses disk space only for its contents; the capacity is a range of\n"
+        "The store uses disk space only for its contents; the capacity is a range of\n"
         "addresses.\n\n"
         "Examples:\n"
         "  tarnctl store create net.store\n"
@@ -86,7 +86,7 @@ void declare_create(cli::Command &group) {
 
 void declare_store(cli::Command &program, Exit &status) {
     cli::Command &group =
-        program.command("store", "Make, describe, check, copy and compact store files");
+        program.command("store", "Make, describe, check, copy and compact stores");
     group.notes = "Example:\n  tarnctl store create net.store";
     declare_create(group);
     declare_store_info(group);

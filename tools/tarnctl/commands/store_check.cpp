@@ -31,7 +31,6 @@ struct Options {
 struct Findings {
     std::vector<std::string> lines;
     std::optional<Progress> progress;
-    uint64_t done = 0;
 
     static void add(const char *text, void *context) {
         static_cast<Findings *>(context)->lines.emplace_back(text);
@@ -39,8 +38,7 @@ struct Findings {
     static void show(uint64_t blocks, uint64_t total, void *context) {
         Findings &self = *static_cast<Findings *>(context);
         if (!self.progress) self.progress.emplace("blocks", total);
-        self.progress->advance(blocks - self.done);
-        self.done = blocks;
+        self.progress->advance_to(blocks);
     }
 };
 
@@ -80,7 +78,7 @@ void check(const Options &options, Exit &status) {
 void declare_store_check(cli::Command &group, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = group.command("check", "Check a store: its files and its contents");
-    command.argument("FILE", store_into(options->path), "Store to check")
+    command.argument("STORE", store_into(options->path), "Store to check")
         .named("-s,--store")
         .environment("TARNBASE_STORE")
         .required();

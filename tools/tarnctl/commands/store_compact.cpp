@@ -40,7 +40,7 @@ void run(const Options &options) {
 void declare_store_compact(cli::Command &group) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = group.command("compact", "Return free space to the file system");
-    command.argument("FILE", store_into(options->store), "Store file")
+    command.argument("STORE", store_into(options->store), "Store to compact")
         .named("-s,--store")
         .environment("TARNBASE_STORE")
         .required();

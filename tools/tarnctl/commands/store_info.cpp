@@ -160,7 +160,7 @@ void declare_store_info(cli::Command &group) {
     const auto options = std::make_shared<Options>();
     cli::Command &command =
         group.command("info", "Show the writer, the files, the fill and the tables");
-    command.argument("FILE", store_into(options->store), "Store file")
+    command.argument("STORE", store_into(options->store), "Store to describe")
         .named("-s,--store")
         .environment("TARNBASE_STORE")
         .required();

@@ -48,14 +48,10 @@ Side read_side(const std::string &name, Input &input, Format format,
                const std::vector<TableReference> &tables) {
     Side side{name, Store::scratch(), false};
     Progress progress("bytes", input.size());
-    uint64_t shown = 0;
     ImportOptions options;
     options.tables = tables;
     options.ids_as_names = true;
-    options.advance = [&] {
-        progress.advance(input.offset() - shown);
-        shown = input.offset();
-    };
+    options.advance = [&] { progress.advance_to(input.offset()); };
     Importer importer(side.store, KEL_TX_NONE, std::move(options));
     read_document(input, format, {}, importer);
     return side;
@@ -124,7 +120,7 @@ std::vector<kel_record *> Side::records_of(const Instance &instance) const {
         records.push_back(each.record);
         return true;
     };
-    if (is_file) for_each_record(store, instance, keep);
+    if (has_files) for_each_record(store, instance, keep);
     else for_each_own_record(store, instance, keep);
     return records;
 }

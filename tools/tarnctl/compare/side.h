@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One side of a comparison: a store file, or an export that was read into memory.
+// One side of a comparison: a store with files, or an export that was read into memory.
 #ifndef TARNCTL_COMPARE_SIDE_H
 #define TARNCTL_COMPARE_SIDE_H
 
@@ -16,13 +16,13 @@ namespace tarnctl {
 struct Side {
     std::string name;  // as the user wrote it
     Store store;
-    bool is_file;  // false of an export that was read into memory
+    bool has_files;  // false of an export that was read into memory
 
     // All records of an instance, in the index's order.
     std::vector<kel_record *> records_of(const Instance &instance) const;
 };
 
-// Opens two store files or exports. Two stores with the same address can't be mapped at once: one
+// Opens two stores or exports. Two stores with the same address can't be mapped at once: one
 // of them is read into memory. Of an export only the records of `tables` are read; none means all.
 std::pair<Side, Side> open_sides(const std::string &a, const std::string &b,
                                  const std::vector<TableReference> &tables);

@@ -163,8 +163,9 @@ void complete_value(Completion &completion, const Line &line, const cli::Option 
     const std::string &type = option.value;
     Collector collector(completion, word, prefix);
     for (const std::string &each : option.target.choices) collector.add(each, "");
-    // A and B are the two sides of a comparison.
-    if (type == "FILE" || type == "A" || type == "B") completion.files = true;
+    // A and B are the two sides of a comparison, OUT the store that a copy makes.
+    for (const std::string_view file : {"FILE", "STORE", "OUT", "A", "B"})
+        completion.files |= type == file;
     if (type.starts_with("TABLE") || type == "PATTERN") add_tables(collector);
     if (type == "TABLE") add_instances(collector, line);
     if (type == "TABLE|TYPE") add_types(collector);

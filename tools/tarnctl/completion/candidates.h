@@ -23,7 +23,7 @@ struct Completion {
 };
 
 // `words` are those after the program's name; the last one, which may be empty, is completed. The
-// names of their values identify arguments: TABLE, TYPE, FIELD, KEY, FILE and so on.
+// names of their values identify arguments: TABLE, TYPE, FIELD, KEY, FILE, STORE and so on.
 Completion complete(const cli::Command &program, const std::vector<std::string> &words);
 
 }  // namespace tarnctl

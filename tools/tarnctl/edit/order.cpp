@@ -65,8 +65,8 @@ void refuse_twice(const std::vector<Assignment> &assignments, const Assignment &
 
 Failure key_stays(const Table &table, const Column &column) {
     return usage(
-        fmt::format("`{}` is part of the key of {}, which a record keeps as long as it "
-                    "lives; delete the record and insert another",
+        fmt::format("`{}` is part of the key of {} and can't be changed; delete the record and "
+                    "insert another",
                     column.name(), table.name));
 }
 

@@ -126,7 +126,7 @@ std::string program_page(const cli::Command &program) {
     page.section("Notes");
     write_notes(page, program.notes);
     page.section("Environment");
-    page.item("\\fBTARNBASE_STORE\\fP", "The store file where --store isn't given.");
+    page.item("\\fBTARNBASE_STORE\\fP", "The store where --store isn't given.");
     page.item("\\fBNO_COLOR\\fP", "Set to anything: no colours.");
     page.item("\\fBPAGER\\fP", "The program that shows long output on a terminal.");
     page.item("\\fBCOLUMNS\\fP", "The width of the output in characters.");

@@ -11,8 +11,8 @@ namespace {
 
 constexpr const char *notes = R"(
 A table is named as `tbl_ldap_conn` or `ldap_conn`, or, if a store has several of this
-type, as `tbl_ldap_conn:NAME` or `tbl_ldap_conn#ID`. The store file is that of --store
-or of TARNBASE_STORE in the environment.)";
+type, as `tbl_ldap_conn:NAME` or `tbl_ldap_conn#ID`. The store is that of --store or
+of TARNBASE_STORE in the environment.)";
 
 void set_colours(const std::string &when) {
     screen_settings().colours = when == "always"  ? Colours::always
@@ -35,7 +35,7 @@ std::unique_ptr<cli::Command> make_program(Exit &status) {
     auto program = std::make_unique<cli::Command>(
         "tarnctl", "Shows, changes and copies the contents of tarnbase stores.");
     program->add_help("tarnctl " TARNBASE_VERSION);
-    program->option("-s,--store", "FILE", {}, "Store file of the command").passed_on();
+    program->option("-s,--store", "STORE", {}, "Name of the command's store").passed_on();
     add_screen_options(*program);
     program->notes = notes;
     program->statuses = exit_statuses();
