@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/hex.h"
 #include "decode/decoder.h"
 #include "exchange/frames.h"
 #include "tarnbase/runtime.h"
@@ -16,12 +17,6 @@ namespace {
 using frames::luid_size;
 
 constexpr std::size_t jump_size = 4;
-
-std::string hexadecimal(Bytes bytes) {
-    std::string text;
-    for (const uint8_t byte : bytes) text += fmt::format("{:02x}", byte);
-    return text;
-}
 
 std::string flags_text(uint8_t flags) {
     std::string text;
@@ -118,7 +113,9 @@ const Table *Decoder::luid(const Table *forced) {
                  fmt::format("{}, read as {}", named == nullptr ? "unknown LUID" : named->name,
                              forced->name));
     else if (named == nullptr)
-        in_.take(luid_size, "table", fmt::format("no table has the LUID {}", hexadecimal(bytes)),
+        in_.take(luid_size, "table",
+                 fmt::format("no table has the LUID {}",
+                             hex_of({reinterpret_cast<const char *>(bytes.data()), bytes.size()})),
                  true);
     else in_.take(luid_size, "table", std::string(named->name));
     return forced != nullptr ? forced : named;

@@ -39,7 +39,6 @@ class Reader {
     void descend() { ++depth_; }
     void ascend() { --depth_; }
     void ascend_to(unsigned depth) { depth_ = depth; }
-    unsigned depth() const { return depth_; }
 
     std::vector<Piece> take_pieces() { return std::move(pieces_); }
 

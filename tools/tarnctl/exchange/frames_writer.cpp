@@ -16,9 +16,6 @@ namespace tarnctl {
 namespace frames {
 namespace {
 
-constexpr std::size_t first_buffer = 65536;
-constexpr std::size_t largest_buffer = std::size_t{1} << 30U;
-
 bool has_state(const Record &record) {
     const Table &table = *record.table;
     if (is_tracked(table.object(record.handle, KEL_TX_NONE, record.record))) return true;

@@ -33,6 +33,10 @@ class Writer {
     virtual void end() = 0;
 };
 
+// The sizes of the buffer for a record's form, which is doubled as needed.
+inline constexpr std::size_t first_buffer = 65536;
+inline constexpr std::size_t largest_buffer = std::size_t{1} << 30U;
+
 // The treatment of records that a form can't represent. Only XML has such records.
 struct Unfit {
     // Write them, and names of tables, escaped (xml_escape.h).

@@ -16,8 +16,6 @@
 namespace tarnctl {
 namespace {
 
-constexpr std::size_t first_buffer = 65536;
-constexpr std::size_t largest_buffer = std::size_t{1} << 30U;
 constexpr std::string_view ways_out =
     "JSON and frames can, or `tarnctl export` with --escape or --skip";
 

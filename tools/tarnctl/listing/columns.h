@@ -33,7 +33,8 @@ std::vector<ListingColumn> named_columns(const Table &table, const std::vector<s
 ListingColumn single_column(const Table &table, const std::string &name);
 // All fields, after the tenant and the source.
 std::vector<ListingColumn> all_columns(const Table &table);
-// All fields, after those of tenant, source and pending that aren't the same in all records.
+// All fields, after those of tenant, source and pending that aren't the usual 0, 1 and false in all
+// records.
 std::vector<ListingColumn> useful_columns(const Table &table, const std::vector<Record> &records);
 
 // The reader of a cell: a person, for whom an array is "1440 values", or a program.

@@ -64,8 +64,7 @@ FieldChange pending_change(bool before, bool after) {
 }  // namespace
 
 RecordCopy::RecordCopy(const Record &record, uint32_t tx_id)
-    : table_(record.table),
-      columns_(&known_columns(*record.table)),
+    : columns_(&known_columns(*record.table)),
       tenant_(record.tenant()),
       src_(record.src()),
       pending_(record.is_pending()) {
@@ -110,10 +109,6 @@ std::vector<FieldChange> changes_between(const RecordCopy &before, const RecordC
         else changes.push_back(change_of(before, after, i));
     }
     return changes;
-}
-
-std::vector<FieldChange> changes_between(const Record &before, const Record &after) {
-    return changes_between(RecordCopy(before), RecordCopy(after));
 }
 
 std::vector<FieldChange> contents_of(const RecordCopy &record, bool is_new, bool blank_ones) {

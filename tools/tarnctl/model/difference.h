@@ -39,7 +39,6 @@ class RecordCopy {
 
     explicit RecordCopy(const Record &record, uint32_t tx_id = KEL_TX_NONE);
 
-    const Table &table() const { return *table_; }
     uint16_t tenant() const { return tenant_; }
     uint8_t src() const { return src_; }
     bool is_pending() const { return pending_; }
@@ -55,7 +54,6 @@ class RecordCopy {
     std::string text(std::size_t column) const;
 
  private:
-    const Table *table_;
     const std::vector<Column> *columns_;
     uint16_t tenant_;
     uint8_t src_;
@@ -66,7 +64,6 @@ class RecordCopy {
 
 // What differs between two states of one record, in the order of the columns.
 std::vector<FieldChange> changes_between(const RecordCopy &before, const RecordCopy &after);
-std::vector<FieldChange> changes_between(const Record &before, const Record &after);
 
 // The fields of a record that was inserted (or, with `is_new` false, deleted) as changes, without
 // those of its key. Fields that are 0, false or empty only with `blank_ones`.

@@ -16,13 +16,6 @@
 namespace tarnctl {
 namespace {
 
-template <class Write>
-std::string written(Write write, const std::string &what) {
-    auto form = tarn::text_form("writing", what.c_str(), write);
-    if (!form) need(form.error().number(), what);
-    return std::move(*form);
-}
-
 constexpr uint32_t same_place = 1;  // the index's order of two equal keys
 
 kel_record *record_of(kel_index_node *node) {
@@ -96,27 +89,13 @@ std::string Record::key_text() const {
 }
 
 std::string Record::text() const {
-    return written(
-        [&](char *buffer, uint32_t size, uint32_t *err) {
-            return table->print(handle, KEL_TX_NONE, buffer, record, size, err);
-        },
-        fmt::format("the text of a record of {}", table->name));
-}
-
-std::string Record::xml() const {
-    return written(
-        [&](char *buffer, uint32_t size, uint32_t *err) {
-            return table->to_xml(handle, KEL_TX_NONE, buffer, record, size, err);
-        },
-        fmt::format("the XML form of the record {} of {}", key_text(), table->name));
-}
-
-std::string Record::wire() const {
-    return written(
-        [&](char *buffer, uint32_t size, uint32_t *err) {
-            return table->marshal(handle, KEL_TX_NONE, buffer, record, size, err);
-        },
-        fmt::format("the wire form of a record of {}", table->name));
+    const std::string what = fmt::format("the text of a record of {}", table->name);
+    const auto print = [&](char *buffer, uint32_t size, uint32_t *err) {
+        return table->print(handle, KEL_TX_NONE, buffer, record, size, err);
+    };
+    auto form = tarn::text_form("writing", what.c_str(), print);
+    if (!form) need(form.error().number(), what);
+    return std::move(*form);
 }
 
 void check_readable(const Store &store, const Record &record) {

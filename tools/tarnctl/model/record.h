@@ -47,10 +47,8 @@ struct Record {
     uint8_t src() const { return record->src; }
     bool is_shadow() const { return record->src == KEL_SOURCE_SHADOW; }
     bool is_pending() const { return (record->flags & KEL_RECORD_PENDING_DESTROY) != 0; }
-    // The library's own text, XML and wire forms.
+    // The library's own text form.
     std::string text() const;
-    std::string xml() const;
-    std::string wire() const;
 };
 
 // Failure `store` if the record's descriptors aren't in the store but in the memory of the process

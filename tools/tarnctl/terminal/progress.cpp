@@ -45,8 +45,8 @@ Progress::~Progress() {
     if (shown_) std::cerr << "\r\x1b[K" << std::flush;
 }
 
-void Progress::advance(uint64_t count) {
-    done_ += count;
+void Progress::advance_to(uint64_t done) {
+    done_ = done;
     if (!enabled_) return;
     const Clock::time_point now = Clock::now();
     if (now >= next_) show(now);

@@ -21,7 +21,9 @@ class Progress {
     // Erases the line.
     ~Progress();
 
-    void advance(uint64_t count = 1);
+    void advance(uint64_t count = 1) { advance_to(done_ + count); }
+    // To so many things from the beginning.
+    void advance_to(uint64_t done);
 
  private:
     using Clock = std::chrono::steady_clock;
