@@ -72,6 +72,22 @@ void add_tests_of_ctest(const std::string &folder, std::set<std::string> &tests)
     }
 }
 
+// The names of the tests.
+struct Tests {
+    std::set<std::string> known;
+    std::set<std::string> wanted;  // a row must name each
+};
+
+Tests tests_of(const std::vector<std::string> &behaviour_programs,
+               const std::vector<std::string> &other_programs, const std::string &build_folder) {
+    Tests tests;
+    for (const std::string &each : behaviour_programs) add_tests_of(each, tests.wanted);
+    tests.known = tests.wanted;
+    for (const std::string &each : other_programs) add_tests_of(each, tests.known);
+    add_tests_of_ctest(build_folder, tests.known);
+    return tests;
+}
+
 bool is_rule_or_heading(const std::string &behaviour) {
     return behaviour == "behaviour" || behaviour.find_first_not_of("- :") == std::string::npos;
 }
@@ -100,6 +116,23 @@ std::vector<Row> rows_of(const std::string &file) {
     return rows;
 }
 
+// Prints what is wrong with a row, and takes its tests from the wanted ones. Returns the number of
+// failures.
+std::size_t check_row(const Row &row, Tests &tests) {
+    std::size_t failures = 0;
+    if (row.tests.empty()) {
+        std::cout << row.place << ": names no test: " << row.behaviour << '\n';
+        ++failures;
+    }
+    for (const std::string &test : row.tests) {
+        tests.wanted.erase(test);
+        if (tests.known.count(test) != 0) continue;
+        std::cout << row.place << ": there is no test " << test << '\n';
+        ++failures;
+    }
+    return failures;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) try {
@@ -123,30 +156,15 @@ int main(int argc, char **argv) try {
     const cli::Start start = cli::start(program, argc, argv);
     if (start.command == nullptr) return start.status;
 
-    std::set<std::string> wanted;
-    for (const std::string &each : behaviour_programs) add_tests_of(each, wanted);
-    std::set<std::string> known = wanted;
-    for (const std::string &each : other_programs) add_tests_of(each, known);
-    add_tests_of_ctest(build_folder, known);
-
+    Tests tests = tests_of(behaviour_programs, other_programs, build_folder);
     std::size_t row_count = 0;
     std::size_t failures = 0;
     for (const std::string &list : lists) {
-        for (const Row &row : rows_of(list)) {
-            ++row_count;
-            if (row.tests.empty()) {
-                std::cout << row.place << ": names no test: " << row.behaviour << '\n';
-                ++failures;
-            }
-            for (const std::string &test : row.tests) {
-                wanted.erase(test);
-                if (known.count(test) != 0) continue;
-                std::cout << row.place << ": there is no test " << test << '\n';
-                ++failures;
-            }
-        }
+        const std::vector<Row> rows = rows_of(list);
+        row_count += rows.size();
+        for (const Row &row : rows) failures += check_row(row, tests);
     }
-    for (const std::string &test : wanted) {
+    for (const std::string &test : tests.wanted) {
         std::cout << "no row names the test " << test << "; add it to " << lists.front() << '\n';
         ++failures;
     }

@@ -150,19 +150,19 @@ TEST(Threads, UseTheirOwnStoresInParallel) {
 }
 
 TEST(Threads, HaveTheirOwnTenants) {
-    std::atomic<std::uint32_t> strangers = 0;
-    in_all_threads([&strangers](int number) {
+    std::atomic<std::uint32_t> failures = 0;
+    in_all_threads([&failures](int number) {
         const auto own = static_cast<std::uint16_t>(number + 1);
         kel_thread_set_tenant(own);
         const Session session;
         for (int i = 0; i < rounds; ++i) {
             std::uint32_t err = 0;
             kel_record *record = tbl_test_label_create_record(session.handle(), KEL_TX_NONE, &err);
-            if (record == nullptr || record->tenant_id != own) ++strangers;
+            if (record == nullptr || record->tenant_id != own) ++failures;
             tbl_test_label_destroy_record(session.handle(), KEL_TX_NONE, record, &err);
         }
     });
-    EXPECT_EQ(strangers, 0U);
+    EXPECT_EQ(failures, 0U);
 }
 
 }  // namespace
