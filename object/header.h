@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Writing an object's header, and choosing the record that its life is counted in.
+// Writing an object's header, and choosing its usage record.
 #ifndef TARNBASE_OBJECT_HEADER_H
 #define TARNBASE_OBJECT_HEADER_H
 

@@ -104,7 +104,7 @@ TARNBASE_API uint32_t kel_store_create(const char *path, const kel_store_options
  * only, and kel_error_text gives the reason; `<table>_table_open_auto_id` creates a block that
  * can't be found again, and traces that.
  * After the first store is closed, opening by automatic id in another store, or freeing a
- * table opened by id there, reads unmapped memory. Once the same file is open again the root
+ * table opened by id there, reads unmapped memory. Once the same store is open again the root
  * is at its old address, and everything works. Tables opened by name have no such limit.
  */
 TARNBASE_API uint32_t kel_store_open(const char *path, kel_store **store);
@@ -118,7 +118,7 @@ TARNBASE_API uint32_t kel_store_open_or_create(const char *path, const kel_store
                                                kel_store **store);
 /*
  * Creates a store in anonymous memory, which is lost when it is closed.
- * Errors: those of kel_store_create that don't concern the file; ENOMEM.
+ * Errors: those of kel_store_create that don't concern its files; ENOMEM.
  */
 TARNBASE_API uint32_t kel_store_create_private(const kel_store_options *options, kel_store **store);
 /*
@@ -130,8 +130,8 @@ TARNBASE_API void kel_store_close(kel_store *store);
 /* Fills in `description`. */
 TARNBASE_API void kel_store_describe(const kel_store *store, kel_store_description *description);
 /*
- * Fills in `writer` with the process that is the writer of the store now, for people: it may not
- * be a moment later. Errors: ENOENT no process is; EINVAL the store is private.
+ * Fills in `writer` with the process that is the writer of the store now, to be shown: another one
+ * may be a moment later. Errors: ENOENT no process is; EINVAL the store is private.
  */
 TARNBASE_API uint32_t kel_store_describe_writer(const kel_store *store, kel_store_writer *writer);
 /* Fills in `files`. Errors: EINVAL the store is private; and those of open(2). */

@@ -33,11 +33,11 @@ class session {
     }
     ~session() { kel_handle_destroy(handle_); }
 
-    /// Opens a session. In a store file, objects get the store's own descriptors, so
+    /// Opens a session. In a store with files, objects get the store's own descriptors, so
     /// that any process can read them. Error: ENOMEM.
     static result<session> try_open(const store &on) {
-        const bool is_file = on.describe().path != nullptr;
-        return try_open(on, is_file ? descriptors::of_store : descriptors::of_library);
+        const bool has_files = on.describe().path != nullptr;
+        return try_open(on, has_files ? descriptors::of_store : descriptors::of_library);
     }
     /// Opens a session with a choice of descriptors. Opened with the library's, it changes
     /// nothing in the store. Error: ENOMEM.

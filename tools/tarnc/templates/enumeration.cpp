@@ -9,7 +9,7 @@ namespace tarnbase::model {
 constinit kel_enum_object {{enum}}_fallback = {};
 }  // namespace tarnbase::model
 
-// The object behind the public type, and back.
+// Between the public type and its object.
 static kel_enum_object *inner({{enum}} *object) {
     return reinterpret_cast<kel_enum_object *>(object);
 }
