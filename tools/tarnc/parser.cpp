@@ -122,6 +122,10 @@ class Parser {
     void item(Cursor &cursor);
     void module(Cursor &cursor);
     void include(Cursor &cursor);
+    void order(Cursor &cursor);
+    void structure(Cursor &cursor);
+    void enumeration(Cursor &cursor);
+    void table(Cursor &cursor);
     void member(Cursor &cursor);
     void structure_member(Cursor &cursor);
     void enumeration_member(Cursor &cursor);
@@ -180,45 +184,56 @@ void Parser::line(const Line &line) {
 void Parser::item(Cursor &cursor) {
     const char *const expected =
         "'module', 'include', 'order', 'structure', 'enumeration' or 'table'";
-    const Place place = cursor.place();
     if (!cursor.at(Kind::word)) cursor.fail(expected);
     if (cursor.at("module")) return module(cursor);
     if (cursor.at("include")) return include(cursor);
-    if (cursor.at("order")) {
-        require_module_file(cursor, "order");
-        cursor.skip();
-        cursor.end();
-        if (schema_.order_place) diagnostics_.report(place, "a second order", "one order");
-        schema_.order_place = place;
-        section_ = Section::order;
-    } else if (cursor.at("structure")) {
-        cursor.skip();
-        section_ = Section::structure;
-        syntax::Structure &structure = schema_.structures.emplace_back();
-        structure.variants.push_back({{0, place}, {}, {}});
-        structure.name = cursor.name("the structure's name");
-        structure.meaning = cursor.text("the structure's meaning in double quotes");
-        cursor.end();
-    } else if (cursor.at("enumeration")) {
-        cursor.skip();
-        section_ = Section::enumeration;
-        syntax::Enumeration &enumeration = schema_.enumerations.emplace_back();
-        enumeration.name = cursor.name("the enumeration's name");
-        enumeration.meaning = cursor.text("the enumeration's meaning in double quotes");
-        cursor.end();
-    } else if (cursor.at("table")) {
-        cursor.skip();
-        section_ = Section::table;
-        syntax::Table &table = schema_.tables.emplace_back();
-        table.name = cursor.name("the table's name");
-        if (!cursor.at("of")) cursor.fail("'of' and the structure of the table's objects");
-        cursor.skip();
-        table.type = cursor.name("the structure of the table's objects");
-        if (cursor.at(Kind::text)) table.meaning = cursor.skip().text;
-        cursor.end();
-    } else {
-        cursor.fail(expected);
-    }
+    if (cursor.at("order")) return order(cursor);
+    if (cursor.at("structure")) return structure(cursor);
+    if (cursor.at("enumeration")) return enumeration(cursor);
+    if (cursor.at("table")) return table(cursor);
+    cursor.fail(expected);
+}
+
+void Parser::order(Cursor &cursor) {
+    const Place place = cursor.place();
+    require_module_file(cursor, "order");
+    cursor.skip();
+    cursor.end();
+    if (schema_.order_place) diagnostics_.report(place, "a second order", "one order");
+    schema_.order_place = place;
+    section_ = Section::order;
+}
+
+void Parser::structure(Cursor &cursor) {
+    const Place place = cursor.place();
+    cursor.skip();
+    section_ = Section::structure;
+    syntax::Structure &structure = schema_.structures.emplace_back();
+    structure.variants.push_back({{0, place}, {}, {}});
+    structure.name = cursor.name("the structure's name");
+    structure.meaning = cursor.text("the structure's meaning in double quotes");
+    cursor.end();
+}
+
+void Parser::enumeration(Cursor &cursor) {
+    cursor.skip();
+    section_ = Section::enumeration;
+    syntax::Enumeration &enumeration = schema_.enumerations.emplace_back();
+    enumeration.name = cursor.name("the enumeration's name");
+    enumeration.meaning = cursor.text("the enumeration's meaning in double quotes");
+    cursor.end();
+}
+
+void Parser::table(Cursor &cursor) {
+    cursor.skip();
+    section_ = Section::table;
+    syntax::Table &table = schema_.tables.emplace_back();
+    table.name = cursor.name("the table's name");
+    if (!cursor.at("of")) cursor.fail("'of' and the structure of the table's objects");
+    cursor.skip();
+    table.type = cursor.name("the structure of the table's objects");
+    if (cursor.at(Kind::text)) table.meaning = cursor.skip().text;
+    cursor.end();
 }
 
 void Parser::require_module_file(const Cursor &cursor, const char *line) {

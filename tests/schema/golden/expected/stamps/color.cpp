@@ -28,7 +28,7 @@ namespace tarnbase::model {
 constinit kel_enum_object color_fallback = {};
 }  // namespace tarnbase::model
 
-// The object behind the public type, and back.
+// Between the public type and its object.
 static kel_enum_object *inner(color *object) {
     return reinterpret_cast<kel_enum_object *>(object);
 }

@@ -5,6 +5,6 @@
 #define TARNBASE_SCHEMA_H
 
 /* Changes with everything that is made from the schema. */
-#define TARNBASE_SCHEMA_DIGEST "d406d807d124601f21aede1831e7fd98"
+#define TARNBASE_SCHEMA_DIGEST "04ccd7e143b7bd12bedfeecb62108147"
 
 #endif

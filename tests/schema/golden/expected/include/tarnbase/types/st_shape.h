@@ -246,7 +246,7 @@ TARNBASE_API st_shape *st_shape_clone_cr(kel_handle *handle, const st_shape *sou
  * workspace.
  * Errors: in the handle's last_error: ENOENT `source` or `destination` is null, or the handle has
  * no workspace; EMSGSIZE the workspace is too small. If reading the form fails, as with ENOMEM,
- * `destination` is destroyed and its memory freed, even if a record holds it: roll the transaction
+ * `destination` is destroyed and its memory freed, even if it is a record's: roll the transaction
  * back.
  */
 TARNBASE_API void st_shape_copy_cr(kel_handle *handle, const st_shape *source,
@@ -255,7 +255,8 @@ TARNBASE_API void st_shape_copy_cr(kel_handle *handle, const st_shape *source,
 /*
  * Prints the object as text, under `name` and indented by `indent` blanks. A null object prints as
  * one with empty fields.
- * Requires: `buffer` holds blanks: the indentation of closing braces is skipped, not written.
+ * Requires: `buffer` is filled with blanks: the indentation of closing braces is skipped, not
+ * written.
  * Returns: the number of characters written, also after an error; 0 if `*err` is set on entry.
  * Errors: EMSGSIZE the buffer is too small.
  */
