@@ -6,6 +6,7 @@
 
 #include "tests/crash/points.h"
 
+using crash::load_point;
 using crash::point;
 
 // They are called before every load and store, so the linker may not put a stub before them.
@@ -58,6 +59,7 @@ void __tsan_atomic_signal_fence(int) { __atomic_signal_fence(__ATOMIC_SEQ_CST); 
 
 #define CRASH_ATOMIC(bits, type)                                                           \
     type __tsan_atomic##bits##_load(const volatile type *address, int) {                   \
+        load_point(const_cast<const type *>(address));                                     \
         return __atomic_load_n(address, __ATOMIC_SEQ_CST);                                 \
     }                                                                                      \
     void __tsan_atomic##bits##_store(volatile type *address, type value, int) {            \

@@ -33,6 +33,8 @@ bool is_last_call();
 [[noreturn]] void die();
 // A store to `address` comes now.
 void point(const void *address);
+// An atomic load from `address` comes now.
+void load_point(const void *address);
 // A system call that changes files comes now, or has returned.
 void call_point();
 // Files mapped shared, and unmapped again.
