@@ -14,9 +14,12 @@ class Mutant:
     kind: str
     before: tuple
     after: tuple
+    fault: str = ""  # what is wrong, of one in a list
 
     def key(self):
         """Identifies the mutant as long as its lines and the change are the same."""
+        if self.fault:
+            return "%s: %s" % (self.file, self.fault)
         return "%s | %s | %s -> %s" % (
             self.file,
             self.kind,
@@ -102,6 +105,36 @@ def mutants_of(file, text):
         following = lines[number + 1] if number + 1 < len(lines) else ""
         if STORE.match(blank_out(line)) and STORE.match(blank_out(following)):
             yield Mutant(file, number, "order", (line, following), (following, line))
+
+
+def pattern_of(lines):
+    """Matches the lines wherever they are broken and however they are indented."""
+    tokens = " ".join(lines).split()
+    return re.compile(r"\s+".join(re.escape(token) for token in tokens))
+
+
+def fault_of(heading, entry, root):
+    """The mutant of an entry of a list of faults. Raises ValueError if its lines are gone."""
+    name, _, fault = heading.partition(": ")
+    file = "runtime/" + name
+    old = [line[2:] for line in entry if line.startswith("- ")]
+    new = [line[2:] for line in entry if line.startswith("+")]
+    text = (root / file).read_text()
+    found = list(pattern_of(old).finditer(text))
+    if len(found) != 1:
+        raise ValueError("%s: its lines occur %d times" % (heading, len(found)))
+    begin = text.rfind("\n", 0, found[0].start()) + 1
+    end = text.find("\n", found[0].end())
+    after = text[begin:found[0].start()] + "\n".join(new) + text[found[0].end():end]
+    return Mutant(file, text.count("\n", 0, begin), "fault", tuple(text[begin:end].split("\n")),
+                  tuple(after.split("\n")), fault)
+
+
+def faults_of(file, root):
+    """The mutants of a list: entries with an empty line between them."""
+    entries = [entry.split("\n") for entry in file.read_text().strip().split("\n\n")]
+    return [fault_of(lines[0], lines[1:], root) for lines in entries
+            if not lines[0].startswith("#")]
 
 
 def applied(mutant, text):
