@@ -17,7 +17,7 @@ struct File {
     std::string path = directory / "face.store";
 };
 
-TEST(Store, AFileCanBeOpenedByTheNextProcess) {
+TEST(Store, CanBeOpenedByTheNextProcess) {
     const File file;
     {
         const tarn::store store = tarn::store::create(file.path);
@@ -144,7 +144,7 @@ TEST(Store, ABackupIsAStoreOfItsOwn) {
     EXPECT_EQ(tarn::table<tarn::ldap_conn>::open(session, "ldap").find("ldap1")->num_conns(), 7U);
 }
 
-TEST(Store, RecordsOfAFileHaveTheStoresOwnDescriptors) {
+TEST(Store, RecordsOfOneWithFilesHaveItsOwnDescriptors) {
     const File file;
     const tarn::store store = tarn::store::open_or_create(file.path);
     const tarn::session session(store);
@@ -162,14 +162,14 @@ TEST(Store, ASessionCanUseTheConstantDescriptors) {
     EXPECT_EQ(store.describe().blocks, blocks);
 }
 
-TEST(Store, AMissingFileIsAnErrorWithItsName) {
+TEST(Store, AMissingOneIsAnErrorWithItsName) {
     const tarn::error error = thrown_by([] { tarn::store::open("/nowhere/at.all"); });
     EXPECT_EQ(error.number(), static_cast<std::uint32_t>(ENOENT));
     EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
     EXPECT_NE(std::string(error.what()).find("/nowhere/at.all"), std::string::npos);
 }
 
-TEST(Store, AnExistingFileIsNotCreatedAgain) {
+TEST(Store, AnExistingOneIsNotCreatedAgain) {
     const File file;
     { tarn::store::create(file.path); }
     EXPECT_EQ(thrown_by([&] { tarn::store::create(file.path); }).code(), std::errc::file_exists);

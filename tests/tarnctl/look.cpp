@@ -23,13 +23,13 @@ kel_vstring text(const std::string &bytes) {
 }  // namespace
 
 void with_store(const std::string &store, const std::function<void(kel_handle *)> &function) {
-    kel_store *file = nullptr;
+    kel_store *opened = nullptr;
     kel_handle *handle = nullptr;
-    ASSERT_EQ(kel_store_open(store.c_str(), &file), 0U) << kel_error_text();
-    ASSERT_EQ(kel_handle_create(file, 1, &handle), 0U) << kel_error_text();
+    ASSERT_EQ(kel_store_open(store.c_str(), &opened), 0U) << kel_error_text();
+    ASSERT_EQ(kel_handle_create(opened, 1, &handle), 0U) << kel_error_text();
     function(handle);
     kel_handle_destroy(handle);
-    kel_store_close(file);
+    kel_store_close(opened);
 }
 
 void change_store(const std::string &store, const std::function<void(kel_handle *)> &function) {

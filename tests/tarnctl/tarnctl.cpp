@@ -120,17 +120,17 @@ Outcome tarnctl(std::vector<std::string> arguments, const std::string &input) {
 }
 
 void WithStore::SetUp() {
-    kel_store *file = nullptr;
+    kel_store *made = nullptr;
     kel_handle *handle = nullptr;
-    ASSERT_EQ(kel_store_create(store.c_str(), nullptr, &file), 0U) << kel_error_text();
-    ASSERT_EQ(kel_handle_create(file, 1, &handle), 0U) << kel_error_text();
-    ASSERT_EQ(kel_store_lock(file), 0U) << kel_error_text();
+    ASSERT_EQ(kel_store_create(store.c_str(), nullptr, &made), 0U) << kel_error_text();
+    ASSERT_EQ(kel_handle_create(made, 1, &handle), 0U) << kel_error_text();
+    ASSERT_EQ(kel_store_lock(made), 0U) << kel_error_text();
     Filling fill{handle};
     fill_tables(fill);
     ASSERT_EQ(fill.err, 0U);
-    ASSERT_EQ(kel_store_unlock(file), 0U) << kel_error_text();
+    ASSERT_EQ(kel_store_unlock(made), 0U) << kel_error_text();
     kel_handle_destroy(handle);
-    kel_store_close(file);
+    kel_store_close(made);
 }
 
 Outcome WithStore::on_store(std::vector<std::string> arguments, const std::string &input) {

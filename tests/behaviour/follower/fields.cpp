@@ -15,8 +15,6 @@ using tarnbase::catalogue::Structure;
 
 namespace {
 
-std::uint32_t count_of(const auto &items) { return static_cast<std::uint32_t>(items.size()); }
-
 bool is_tracked(const void *object) {
     return (static_cast<const kel_object *>(object)->flags & OBJ_STATE_TRACKED) != 0;
 }

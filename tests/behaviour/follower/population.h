@@ -42,6 +42,9 @@ struct Population : Contents {
 // The tables' structures, and those of their keys, each once.
 const std::vector<const tarnbase::catalogue::Structure *> &object_types();
 
+// As the limit of a random number.
+std::uint32_t count_of(const auto &items) { return static_cast<std::uint32_t>(items.size()); }
+
 template <typename T>
 void remove_at(std::vector<T> &from, std::size_t index) {
     from[index] = from.back();

@@ -14,8 +14,6 @@ namespace {
 constexpr std::size_t most_records = 300;
 constexpr std::size_t most_objects = 60;
 
-std::uint32_t count_of(const auto &items) { return static_cast<std::uint32_t>(items.size()); }
-
 }  // namespace
 
 LiveRecord *Writer::any_record() {

@@ -14,8 +14,6 @@ namespace {
 
 constexpr std::size_t most_tables = 120;
 
-std::uint32_t count_of(const auto &items) { return static_cast<std::uint32_t>(items.size()); }
-
 }  // namespace
 
 OpenTable *Writer::table_of(const tarnbase::catalogue::Table &type) {
@@ -97,11 +95,10 @@ void Writer::change_keys() {
 // Of a type, for the objects that the handle makes and changes from now on.
 void Writer::choose_variant() {
     const auto &type = *object_types()[random_.below(count_of(object_types()))];
-    const int most = type.descriptor->variant_info->variant_count;
+    const auto count = static_cast<std::uint32_t>(type.descriptor->variant_info->variant_count);
     note("a variant of " + std::string(type.name));
     kel_handle_set_variant(handle_, type.descriptor,
-                           static_cast<std::int8_t>(
-                               static_cast<int>(random_.below(static_cast<std::uint32_t>(most)))));
+                           static_cast<std::int8_t>(random_.below(count)));
 }
 
 }  // namespace tarn::test

@@ -260,7 +260,7 @@ void Driver::take_neighbour() {
     }
 }
 
-// From one key to another; neither must be in the table.
+// From one key to another; neither has to be in the table.
 void Driver::read_range() {
     const u32 table = any_table();
     kel_table *block = model_.tables[table].block;

@@ -8,17 +8,17 @@ namespace tarn::test {
 
 namespace {
 
+constexpr u32 text_count = 40;
+
 // Texts stored inside and outside their strings.
 const std::string &text_number(u32 number) {
     static const auto texts = [] {
         std::vector<std::string> made;
-        for (u32 i = 0; i < 40; ++i) made.emplace_back(i, static_cast<char>('a' + i % 26));
+        for (u32 i = 0; i < text_count; ++i) made.emplace_back(i, static_cast<char>('a' + i % 26));
         return made;
     }();
     return texts[number];
 }
-
-constexpr u32 text_count = 40;
 
 }  // namespace
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Stores whose checksums are right and whose content is wrong, as nobody's mistake makes them:
-// opening one neither reads nor writes outside of it.
+// Stores whose checksums are right and whose content is wrong: opening one neither reads nor writes
+// outside of it.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -55,7 +55,6 @@ struct Parts {
         }
     }
     void *key(const char *name) const {
-        Node *node = leftmost(header().keys);
         const std::function<void *(Node *)> find = [&](Node *at) -> void * {
             if (at == nullptr) return nullptr;
             auto *named = reinterpret_cast<NamedEntry *>(at);
@@ -63,7 +62,6 @@ struct Parts {
             void *first = find(at->child[before]);
             return first != nullptr ? first : find(at->child[after]);
         };
-        (void)node;
         return find(root(header().keys));
     }
     RingHead &ring() const { return *static_cast<RingHead *>(key(ring_key)); }

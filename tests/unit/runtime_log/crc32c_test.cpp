@@ -12,7 +12,7 @@ namespace tarnbase::runtime {
 namespace {
 
 // RFC 3720, appendix B.4.
-TEST(crc32c, OfKnownBytes) {
+TEST(Crc32c, OfKnownBytes) {
     std::string rising(32, 0);
     for (std::size_t i = 0; i < rising.size(); ++i) rising[i] = static_cast<char>(i);
     const std::string falling(rising.rbegin(), rising.rend());
@@ -35,7 +35,7 @@ TEST(crc32c, OfKnownBytes) {
     EXPECT_EQ(crc32c({}), 0U);
 }
 
-TEST(crc32c, EqualsAtAllLengthsAndAlignments) {
+TEST(Crc32c, EqualsAtAllLengthsAndAlignments) {
     if (!has_crc32c_instruction()) GTEST_SKIP() << "the processor has no instruction for it";
     Random random(1);
     const std::string bytes = random_bytes(random, 20000);
@@ -53,7 +53,7 @@ TEST(crc32c, EqualsAtAllLengthsAndAlignments) {
     }
 }
 
-TEST(crc32c, Continues) {
+TEST(Crc32c, Continues) {
     Random random(2);
     const std::string bytes = random_bytes(random, 2000);
     const std::span<const char> all(bytes);

@@ -94,7 +94,7 @@ std::string frame_around(const std::vector<std::uint64_t> &words) {
     return frame;
 }
 
-TEST(frame, WithoutOperations) {
+TEST(Frame, WithoutOperations) {
     FrameBuilder builder;
     EXPECT_TRUE(builder.is_empty());
     EXPECT_EQ(builder.length(), 16U);
@@ -104,7 +104,7 @@ TEST(frame, WithoutOperations) {
     expect_equal(frame, {});
 }
 
-TEST(frame, HasTheDocumentedBytes) {
+TEST(Frame, HasTheDocumentedBytes) {
     FrameBuilder builder;
     builder.release(0x1122334455);
     builder.allocate(0x40, 0x80, std::string("abc"));
@@ -123,7 +123,7 @@ TEST(frame, HasTheDocumentedBytes) {
     EXPECT_EQ(text_of(frame.subspan(56, 8)), "12345678");
 }
 
-TEST(frame, RandomOperationsAreReadAgain) {
+TEST(Frame, RandomOperationsAreReadAgain) {
     Random random(3);
     FrameBuilder builder;
     for (std::uint64_t sequence = 1; sequence <= 2000; ++sequence) {
@@ -152,7 +152,7 @@ TEST(frame, RandomOperationsAreReadAgain) {
     }
 }
 
-TEST(frame, LongContentsAreSplit) {
+TEST(Frame, LongContentsAreSplit) {
     constexpr std::size_t most = (1 << 22) - 8;
     Random random(4);
     const std::string content = random_bytes(random, 2 * most + 5);
@@ -176,12 +176,12 @@ TEST(frame, LongContentsAreSplit) {
                  });
 }
 
-TEST(frame, MoreBytesMayComeAfterIt) {
+TEST(Frame, MoreBytesMayComeAfterIt) {
     std::string frame = small_frame();
     ASSERT_EQ(check_frame(frame + "more", 7), nullptr);
 }
 
-TEST(frame, EveryFlippedBitIsNoticed) {
+TEST(Frame, EveryFlippedBitIsNoticed) {
     const std::string frame = small_frame();
     for (std::size_t bit = 0; bit < 8 * frame.size(); ++bit) {
         Exact damaged(frame);
@@ -190,7 +190,7 @@ TEST(frame, EveryFlippedBitIsNoticed) {
     }
 }
 
-TEST(frame, EveryCutIsNoticed) {
+TEST(Frame, EveryCutIsNoticed) {
     const std::string frame = small_frame();
     for (std::size_t size = 0; size < frame.size(); ++size) {
         Exact cut(std::span<const char>(frame).first(size));
@@ -198,12 +198,12 @@ TEST(frame, EveryCutIsNoticed) {
     }
 }
 
-TEST(frame, AnotherSequenceNumberIsNoticed) {
+TEST(Frame, AnotherSequenceNumberIsNoticed) {
     EXPECT_STREQ(check_frame(small_frame(), 8), "a frame has a wrong sequence number");
     EXPECT_STREQ(check_frame(small_frame(), 6), "a frame has a wrong sequence number");
 }
 
-TEST(frame, AnImpossibleLengthIsNoticed) {
+TEST(Frame, AnImpossibleLengthIsNoticed) {
     for (const std::uint32_t length : {0U, 8U, 15U, 17U, 60U, 0x80000008U, 0xfffffff8U}) {
         std::string frame = small_frame();
         std::memcpy(frame.data() + 8, &length, sizeof length);
@@ -211,7 +211,7 @@ TEST(frame, AnImpossibleLengthIsNoticed) {
     }
 }
 
-TEST(frame, ImpossibleOperationsAreNoticed) {
+TEST(Frame, ImpossibleOperationsAreNoticed) {
     const auto head = [](std::uint64_t kind, std::uint64_t length, std::uint64_t offset) {
         return kind << 62 | length << 40 | offset;
     };
@@ -246,7 +246,7 @@ TEST(frame, ImpossibleOperationsAreNoticed) {
     }
 }
 
-TEST(frame, OperationsAtTheLimitsAreRead) {
+TEST(Frame, OperationsAtTheLimitsAreRead) {
     const std::string content(8, 'x');
     FrameBuilder builder;
     builder.allocate(most_offset - 8, 8, content);
@@ -260,7 +260,7 @@ TEST(frame, OperationsAtTheLimitsAreRead) {
 }
 
 // Operations of random bytes never lie outside the frame.
-TEST(frame, RandomWordsAreReadOrNoticed) {
+TEST(Frame, RandomWordsAreReadOrNoticed) {
     Random random(5);
     for (int round = 0; round < 20000; ++round) {
         std::vector<std::uint64_t> words(random() % 12);
@@ -277,7 +277,7 @@ TEST(frame, RandomWordsAreReadOrNoticed) {
     }
 }
 
-TEST(frame, ASpanWithoutAHeadIsNoticed) {
+TEST(Frame, ASpanWithoutAHeadIsNoticed) {
     for (std::size_t size = 0; size < sizeof(FrameHead); ++size) {
         Exact bytes(std::string(size, 0));
         OperationReader reader(bytes.span());

@@ -39,7 +39,7 @@ void append_some(TestLog &log, Random &random) {
     log.verify();
 }
 
-TEST(log_death, BeforePublishingAFrame) {
+TEST(LogDeath, BeforePublishingAFrame) {
     Random random(10);
     for (const std::size_t next : {100U, 1000U, 4000U}) {
         const Folder folder;
@@ -53,7 +53,7 @@ TEST(log_death, BeforePublishingAFrame) {
     }
 }
 
-TEST(log_death, WithinTheCopyOfAFrame) {
+TEST(LogDeath, WithinTheCopyOfAFrame) {
     Random random(11);
     const Folder folder;
     TestLog log(folder);
@@ -71,7 +71,7 @@ TEST(log_death, WithinTheCopyOfAFrame) {
 
 // What is in the folder at each step of the roll-over, and frames that fit in the old segment or
 // don't.
-TEST(log_death, WithinARollOver) {
+TEST(LogDeath, WithinARollOver) {
     enum Step { working_file, empty_segment, frame_in_segment, part_of_end_mark, end_mark, steps };
     const std::string big(3000, 'b');
     for (int step = working_file; step != steps; ++step) {
@@ -104,7 +104,7 @@ TEST(log_death, WithinARollOver) {
     }
 }
 
-TEST(log_death, AfterARollOverThatIsNotPublished) {
+TEST(LogDeath, AfterARollOverThatIsNotPublished) {
     Random random(13);
     for (const std::size_t next : {8U, 3000U, 200000U}) {
         const Folder folder;
@@ -126,7 +126,7 @@ TEST(log_death, AfterARollOverThatIsNotPublished) {
     }
 }
 
-TEST(log_death, AgainAndAgain) {
+TEST(LogDeath, AgainAndAgain) {
     Random random(14);
     const Folder folder;
     TestLog log(folder);
@@ -160,7 +160,7 @@ TEST(log_death, AgainAndAgain) {
 }
 
 // The files as they are at some moment, without what the writer's mapping does later.
-TEST(log_death, OfTheMachineAfterEachFrame) {
+TEST(LogDeath, OfTheMachineAfterEachFrame) {
     Random random(15);
     const Folder folder;
     TestLog log(folder);

@@ -64,7 +64,7 @@ void in_child(Body body) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
-TEST(log_space, AFailedAppendChangesNothing) {
+TEST(LogSpace, AFailedAppendChangesNothing) {
     const Folder folder;
     TestLog log(folder);
     Random random(16);
@@ -84,7 +84,7 @@ TEST(log_space, AFailedAppendChangesNothing) {
     }
 }
 
-TEST(log_space, ANewLogWithoutSpaceLeavesNoFile) {
+TEST(LogSpace, ANewLogWithoutSpaceLeavesNoFile) {
     const Folder folder;
     const FailingFallocate full(ENOSPC);
     Segment segment;
@@ -93,7 +93,7 @@ TEST(log_space, ANewLogWithoutSpaceLeavesNoFile) {
     EXPECT_TRUE(folder.names().empty());
 }
 
-TEST(log_space, IsWrittenWhereFallocateIsUnsupported) {
+TEST(LogSpace, IsWrittenWhereFallocateIsUnsupported) {
     const Folder folder;
     const FailingFallocate unsupported(EOPNOTSUPP);
     TestLog log(folder);
@@ -102,7 +102,7 @@ TEST(log_space, IsWrittenWhereFallocateIsUnsupported) {
     log.verify();
 }
 
-TEST(log_space, ALimitOfTheFileSizeMakesSegmentsSmall) {
+TEST(LogSpace, ALimitOfTheFileSizeMakesSegmentsSmall) {
     in_child([] {
         const Folder folder;
         TestLog log(folder);
@@ -126,7 +126,7 @@ TEST(log_space, ALimitOfTheFileSizeMakesSegmentsSmall) {
     });
 }
 
-TEST(log_space, ALimitOfTheAddressSpaceIsAnError) {
+TEST(LogSpace, ALimitOfTheAddressSpaceIsAnError) {
     in_child([] {
         const Folder folder;
         TestLog log(folder);
@@ -153,7 +153,7 @@ void mount_small(const Folder &folder) {
     }
 }
 
-TEST(log_space, AFullDiskIsAnError) {
+TEST(LogSpace, AFullDiskIsAnError) {
     in_child([] {
         const Folder outside;
         mount_small(outside);
@@ -184,7 +184,7 @@ TEST(log_space, AFullDiskIsAnError) {
 }
 
 // A segment that was copied without its unused blocks.
-TEST(log_space, ASegmentWithHolesOnAFullDiskIsAnError) {
+TEST(LogSpace, ASegmentWithHolesOnAFullDiskIsAnError) {
     in_child([] {
         const Folder outside;
         mount_small(outside);

@@ -26,13 +26,13 @@ std::size_t space(const TestLog &log) {
     return first_segment_bytes - segment_head_bytes - end_mark_bytes - log.published();
 }
 
-TEST(log, IsEmptyAtFirst) {
+TEST(Log, IsEmptyAtFirst) {
     const Folder folder;
     const TestLog log(folder);
     log.verify();
 }
 
-TEST(log, RandomFramesAreReadAgain) {
+TEST(Log, RandomFramesAreReadAgain) {
     const Folder folder;
     TestLog log(folder);
     Random random(6);
@@ -42,7 +42,7 @@ TEST(log, RandomFramesAreReadAgain) {
     log.verify();
 }
 
-TEST(log, AReaderFollowsTheWriter) {
+TEST(Log, AReaderFollowsTheWriter) {
     const Folder folder;
     TestLog log(folder);
     Random random(7);
@@ -62,7 +62,7 @@ TEST(log, AReaderFollowsTheWriter) {
     }
 }
 
-TEST(log, IsReadAndContinuedFromEveryPosition) {
+TEST(Log, IsReadAndContinuedFromEveryPosition) {
     const Folder folder;
     TestLog log(folder);
     Random random(8);
@@ -89,7 +89,7 @@ TEST(log, IsReadAndContinuedFromEveryPosition) {
     log.verify();
 }
 
-TEST(log, SegmentsGrowUpToALimit) {
+TEST(Log, SegmentsGrowUpToALimit) {
     const Folder folder;
     TestLog log(folder);
     std::vector<std::uint64_t> sizes;
@@ -103,7 +103,7 @@ TEST(log, SegmentsGrowUpToALimit) {
     log.verify();
 }
 
-TEST(log, ALongFrameHasASegmentOfItsSize) {
+TEST(Log, ALongFrameHasASegmentOfItsSize) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 10000000)), 0U);
@@ -115,7 +115,7 @@ TEST(log, ALongFrameHasASegmentOfItsSize) {
     EXPECT_EQ(std::filesystem::file_size(folder.segment(log.segment())), most_segment_bytes);
 }
 
-TEST(log, ANewSegmentCanBeBegunBeforeTheLastOneIsFull) {
+TEST(Log, ANewSegmentCanBeBegunBeforeTheLastOneIsFull) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 10000000)), 0U);
@@ -129,7 +129,7 @@ TEST(log, ANewSegmentCanBeBegunBeforeTheLastOneIsFull) {
 }
 
 // It doesn't fit in the empty first segment, which gets replaced.
-TEST(log, ALongFirstFrameIsNoticedByAll) {
+TEST(Log, ALongFirstFrameIsNoticedByAll) {
     const Folder folder;
     TestLog log(folder);
     LogWriter other;
@@ -152,7 +152,7 @@ TEST(log, ALongFirstFrameIsNoticedByAll) {
     }
 }
 
-TEST(log, ASegmentCanBeFilledToTheEndMark) {
+TEST(Log, ASegmentCanBeFilledToTheEndMark) {
     for (const std::size_t missing : {0U, 8U, 16U, 24U}) {
         const Folder folder;
         TestLog log(folder);
@@ -166,7 +166,7 @@ TEST(log, ASegmentCanBeFilledToTheEndMark) {
     }
 }
 
-TEST(log, AFrameThatIsAWordTooLongBeginsASegment) {
+TEST(Log, AFrameThatIsAWordTooLongBeginsASegment) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 40000)), 0U);
@@ -175,7 +175,7 @@ TEST(log, AFrameThatIsAWordTooLongBeginsASegment) {
     log.verify();
 }
 
-TEST(log, WhatFollowsThePublishedPositionIsNotRead) {
+TEST(Log, WhatFollowsThePublishedPositionIsNotRead) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 800)), 0U);
@@ -192,7 +192,7 @@ TEST(log, WhatFollowsThePublishedPositionIsNotRead) {
     EXPECT_EQ(reader.next(1600, frame), 0U);
 }
 
-TEST(log, APublishedPositionWithoutFramesIsNoticed) {
+TEST(Log, APublishedPositionWithoutFramesIsNoticed) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of_length(1, 800)), 0U);
@@ -203,7 +203,7 @@ TEST(log, APublishedPositionWithoutFramesIsNoticed) {
     EXPECT_EQ(reader.next(~std::uint64_t{0}, frame), std::uint32_t{EBADMSG});
 }
 
-TEST(log, EveryFlippedBitIsNoticed) {
+TEST(Log, EveryFlippedBitIsNoticed) {
     const Folder folder;
     TestLog log(folder);
     ASSERT_EQ(log.append(frame_of(1, "some content")), 0U);
@@ -223,7 +223,7 @@ TEST(log, EveryFlippedBitIsNoticed) {
     }
 }
 
-TEST(log, AReaderNoticesASegmentThatWasCut) {
+TEST(Log, AReaderNoticesASegmentThatWasCut) {
     const Folder folder;
     TestLog log(folder);
     while (log.segment() == 0) ASSERT_EQ(log.append(frame_of_length(log.next_sequence(), 800)), 0U);
@@ -239,7 +239,7 @@ TEST(log, AReaderNoticesASegmentThatWasCut) {
     EXPECT_EQ(reader.position(), log.segment());
 }
 
-TEST(log, AReaderMissesASegmentThatWasRemoved) {
+TEST(Log, AReaderMissesASegmentThatWasRemoved) {
     const Folder folder;
     TestLog log(folder);
     LogReader reader;
@@ -262,7 +262,7 @@ TEST(log, AReaderMissesASegmentThatWasRemoved) {
     EXPECT_EQ(reader.next(log.published(), frame), std::uint32_t{ENOENT});
 }
 
-TEST(log, PositionsOutsideOfTheSegmentAreRefused) {
+TEST(Log, PositionsOutsideOfTheSegmentAreRefused) {
     const Folder folder;
     TestLog log(folder);
     for (const std::uint64_t position : {4U, 65536U - 64 - 8, 65536U, 1U << 31}) {
@@ -280,7 +280,7 @@ TEST(log, PositionsOutsideOfTheSegmentAreRefused) {
     }
 }
 
-TEST(log, AReaderSkipsTheFramesOfItsProcess) {
+TEST(Log, AReaderSkipsTheFramesOfItsProcess) {
     const Folder folder;
     TestLog log(folder);
     Random random(9);

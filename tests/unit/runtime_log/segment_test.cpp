@@ -23,12 +23,12 @@ std::uint32_t open_read_only(const Folder &folder, std::uint64_t position, Segme
     return segment.open(folder.descriptor(), test_id, position, false);
 }
 
-TEST(segment, NameHas16Digits) {
+TEST(Segment, NameHas16Digits) {
     EXPECT_EQ(segment_name(0), "log-0000000000000000");
     EXPECT_EQ(segment_name(0xfedcba9876543210), "log-fedcba9876543210");
 }
 
-TEST(segment, IsCreatedWithAllOfItsBlocks) {
+TEST(Segment, IsCreatedWithAllOfItsBlocks) {
     const Folder folder;
     Segment segment;
     ASSERT_EQ(segment.create(folder.descriptor(), test_id, 4096, 100000), 0U);
@@ -48,7 +48,7 @@ TEST(segment, IsCreatedWithAllOfItsBlocks) {
     EXPECT_TRUE(std::ranges::equal(again.from(4096), segment.from(4096)));
 }
 
-TEST(segment, ContainsPositionsWithSpaceForAnEndMark) {
+TEST(Segment, ContainsPositionsWithSpaceForAnEndMark) {
     const Folder folder;
     Segment segment;
     EXPECT_FALSE(segment.contains(0));
@@ -63,7 +63,7 @@ TEST(segment, ContainsPositionsWithSpaceForAnEndMark) {
     EXPECT_FALSE(segment.contains(~std::uint64_t{7}));
 }
 
-TEST(segment, ReplacesFilesOfItsNameAndOfItsWorkingName) {
+TEST(Segment, ReplacesFilesOfItsNameAndOfItsWorkingName) {
     const Folder folder;
     write_file(folder.segment(0), "old");
     write_file(folder.file("log-new"), "old");
@@ -74,7 +74,7 @@ TEST(segment, ReplacesFilesOfItsNameAndOfItsWorkingName) {
     EXPECT_EQ(folder.names(), std::set{segment_name(0)});
 }
 
-TEST(segment, HasTheModeOfItsFolder) {
+TEST(Segment, HasTheModeOfItsFolder) {
     const Folder folder;
     for (const mode_t mode : {0700U, 0750U, 0775U, 02770U}) {
         ASSERT_EQ(::fchmod(folder.descriptor(), mode), 0);
@@ -84,7 +84,7 @@ TEST(segment, HasTheModeOfItsFolder) {
     }
 }
 
-TEST(segment, IsOpenedWithoutWritePermission) {
+TEST(Segment, IsOpenedWithoutWritePermission) {
     const Folder folder;
     Segment segment;
     ASSERT_EQ(segment.create(folder.descriptor(), test_id, 0), 0U);
@@ -95,14 +95,14 @@ TEST(segment, IsOpenedWithoutWritePermission) {
     EXPECT_EQ(status_of(folder.segment(0)).st_mtime, before.st_mtime);
 }
 
-TEST(segment, ThatIsMissingIsNotFound) {
+TEST(Segment, ThatIsMissingIsNotFound) {
     const Folder folder;
     Segment segment;
     EXPECT_EQ(open_read_only(folder, 0, segment), std::uint32_t{ENOENT});
     EXPECT_FALSE(segment.is_open());
 }
 
-TEST(segment, WithAFlippedBitInItsHeadIsDamaged) {
+TEST(Segment, WithAFlippedBitInItsHeadIsDamaged) {
     const Folder folder;
     Segment segment;
     ASSERT_EQ(segment.create(folder.descriptor(), test_id, 0), 0U);
@@ -118,7 +118,7 @@ TEST(segment, WithAFlippedBitInItsHeadIsDamaged) {
     }
 }
 
-TEST(segment, OfAnotherLengthIsDamaged) {
+TEST(Segment, OfAnotherLengthIsDamaged) {
     const Folder folder;
     Segment segment;
     ASSERT_EQ(segment.create(folder.descriptor(), test_id, 0), 0U);
@@ -130,7 +130,7 @@ TEST(segment, OfAnotherLengthIsDamaged) {
     }
 }
 
-TEST(segment, OfAnotherStoreOrPositionIsDamaged) {
+TEST(Segment, OfAnotherStoreOrPositionIsDamaged) {
     const Folder folder;
     Segment segment;
     ASSERT_EQ(segment.create(folder.descriptor(), test_id, 0), 0U);
@@ -144,7 +144,7 @@ TEST(segment, OfAnotherStoreOrPositionIsDamaged) {
     EXPECT_STREQ(again.what(), "a log segment has another position than its name");
 }
 
-TEST(segment, ThatIsNoFileIsRefused) {
+TEST(Segment, ThatIsNoFileIsRefused) {
     const Folder folder;
     Segment segment;
     ASSERT_EQ(::mkfifo(folder.segment(0).c_str(), 0666), 0);
@@ -155,7 +155,7 @@ TEST(segment, ThatIsNoFileIsRefused) {
     EXPECT_EQ(open_read_only(folder, 16, segment), std::uint32_t{ELOOP});
 }
 
-TEST(segment, RemovalKeepsThePositionAndWhatFollows) {
+TEST(Segment, RemovalKeepsThePositionAndWhatFollows) {
     const Folder folder;
     for (const std::uint64_t position : {0, 800, 1600, 2400, 3200}) {
         write_file(folder.segment(position), "");
