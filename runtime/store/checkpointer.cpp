@@ -9,10 +9,13 @@
 #include <system_error>
 
 #include "runtime/base/error_text.h"
+#include "runtime/control/futex.h"
 
 namespace tarnbase::runtime {
 
 namespace {
+
+constexpr int rest_factor = 9;
 
 // Signals are for the program's own threads.
 class SignalsBlocked {
@@ -34,16 +37,34 @@ class SignalsBlocked {
 
 Checkpointer::~Checkpointer() { wait(); }
 
+void Checkpointer::hurry() {
+    hurried_ = 1;
+    futex_wake(hurried_, 1);
+}
+
 void Checkpointer::wait() {
-    if (thread_ != nullptr && thread_->joinable()) thread_->join();
+    if (thread_ == nullptr) return;
+    hurry();
+    thread_->join();
+    thread_.reset();
 }
 
 void Checkpointer::forget_thread() { static_cast<void>(thread_.release()); }
 
 std::uint32_t Checkpointer::make(std::uint64_t size) {
-    if (running_.exchange(true)) {
-        return fail(EBUSY, "%s: a checkpoint is being made", store_.path.c_str());
+    {
+        const std::lock_guard guard(mutex_);
+        if (state_ == State::making) {
+            return fail(EBUSY, "%s: a checkpoint is being made", store_.path.c_str());
+        }
+        state_ = State::making;
     }
+    return make_timed(size);
+}
+
+// Requires: the state is `making`.
+std::uint32_t Checkpointer::make_timed(std::uint64_t size) {
+    const Clock::time_point began = Clock::now();
     std::uint32_t error = 0;
     if (lock_.try_lock_checkpoints()) {
         error = make_locked(size);
@@ -51,11 +72,14 @@ std::uint32_t Checkpointer::make(std::uint64_t size) {
     } else {
         error = fail(EBUSY, "%s: another process is making a checkpoint", store_.path.c_str());
     }
-    running_ = false;
+    const Clock::time_point end = Clock::now();
+    const std::lock_guard guard(mutex_);
+    end_of_rest_ = end + rest_factor * (end - began);
+    state_ = State::idle;
     return error;
 }
 
-std::uint32_t Checkpointer::make_locked(std::uint64_t size) {
+std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
     ControlPage &control = store_.control.page();
     Image image;
     Follower follower(store_, image);
@@ -83,23 +107,48 @@ std::uint32_t Checkpointer::make_locked(std::uint64_t size) {
     remove_checkpoints(folder, follower.position());
     remove_segments(folder, follower.position(), follower.segment());
     return 0;
+} catch (const std::bad_alloc &) {
+    return fail(ENOMEM, "%s: no memory for a checkpoint", store_.path.c_str());
 }
 
-void Checkpointer::start(std::uint64_t size) {
-    if (running_.load()) return;
-    if (thread_ != nullptr) thread_->join();
-    thread_.reset();
+void Checkpointer::rest() {
+    for (Clock::duration left{}; hurried_ == 0; futex_sleep(hurried_, 0, left)) {
+        left = end_of_rest_ - Clock::now();
+        if (left <= Clock::duration::zero()) return;
+    }
+}
+
+void Checkpointer::rest_and_make(std::uint64_t size) {
+    rest();
+    {
+        const std::lock_guard guard(mutex_);
+        // The caller of `make` may have made one.
+        if (state_ != State::due) return;
+        state_ = State::making;
+    }
+    make_timed(size);
+}
+
+void Checkpointer::start(std::uint64_t size, bool is_urgent) {
+    {
+        const std::lock_guard guard(mutex_);
+        if (state_ == State::due && is_urgent) hurry();
+        if (state_ != State::idle) return;
+    }
+    // A thread that still rests finds nothing to do.
+    wait();
+    {
+        const std::lock_guard guard(mutex_);
+        if (state_ != State::idle) return;
+        state_ = State::due;
+    }
+    hurried_ = is_urgent ? 1 : 0;
     const SignalsBlocked blocked;
     try {
-        thread_ = std::make_unique<std::thread>([this, size] {
-            try {
-                make(size);
-            } catch (const std::bad_alloc &) {
-                running_ = false;
-            }
-        });
+        thread_ = std::make_unique<std::thread>([this, size] { rest_and_make(size); });
     } catch (const std::system_error &) {
-        // No thread can be made now: a later commit tries again.
+        const std::lock_guard guard(mutex_);
+        state_ = State::idle;  // No thread can be made now: a later commit tries again.
     }
 }
 

@@ -1,12 +1,15 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Makes checkpoints of a store, in a thread of its own or in the caller's. A checkpoint is made
 // of the one before and of the log: the image that the process works on isn't involved, and
-// no writer waits.
+// no writer waits. The thread rests after a checkpoint for nine times as long as it took, so that
+// a busy writer pays for a tenth of a processor.
 #ifndef TARNBASE_RUNTIME_STORE_CHECKPOINTER_H
 #define TARNBASE_RUNTIME_STORE_CHECKPOINTER_H
 
 #include <atomic>
+#include <chrono>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "runtime/control/writer_lock.h"
@@ -25,19 +28,32 @@ class Checkpointer {
     // Makes a checkpoint of what is published. `size` is the store's, as far as it is known.
     // Returns 0; EBUSY another thread or process is making one; or an error of its files.
     std::uint32_t make(std::uint64_t size);
-    // The same in the background. A failure leaves the log as long as it is.
-    void start(std::uint64_t size);
-    // Waits for the end of what `start` began.
+    // The same in the background, after a rest unless it is urgent. A failure leaves the log as
+    // long as it is.
+    void start(std::uint64_t size, bool is_urgent);
+    // Waits for the end of what `start` began, without a rest.
     void wait();
     // In a child process the thread doesn't exist.
     void forget_thread();
 
  private:
+    using Clock = std::chrono::steady_clock;
+    // `due`: the thread rests before it makes one.
+    enum class State { idle, due, making };
+
     std::uint32_t make_locked(std::uint64_t size);
+    std::uint32_t make_timed(std::uint64_t size);
+    void rest();
+    void rest_and_make(std::uint64_t size);
+    void hurry();
 
     StoreFolder &store_;
     WriterLock &lock_;
-    std::atomic<bool> running_ = false;
+    std::mutex mutex_;  // of the state and the rest's end
+    State state_ = State::idle;
+    Clock::time_point end_of_rest_{};
+    // Not 0: the rest is over. No condition variable: a child process couldn't destroy it.
+    std::atomic<std::uint64_t> hurried_ = 0;
     std::unique_ptr<std::thread> thread_;
 };
 

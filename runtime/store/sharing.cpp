@@ -21,14 +21,21 @@ namespace {
 // blocks' bytes if that is more.
 constexpr std::uint64_t least_log = 1ULL << 20;
 
+// One is urgent when the log has this many bytes more than four times the blocks' bytes.
+constexpr std::uint64_t most_log = 64ULL << 20;
+
 }  // namespace
 
 Sharing::~Sharing() {
     if (lock_.is_inherited()) {
         checkpointer_.forget_thread();
-    } else if (is_writer()) {
-        give_up_writing();
+        return;
     }
+    if (is_writer()) give_up_writing();
+    if (!log_is_open_) return;
+    // A checkpoint that is being made may be of a position long ago.
+    checkpointer_.wait();
+    checkpoint_if_due();
 }
 
 std::uint32_t Sharing::open(const char *path, File folder) {
@@ -155,8 +162,9 @@ void Sharing::begin_segment() try {
 
 void Sharing::checkpoint_if_due() {
     const std::uint64_t log = follower_.position() - folder_.control.page().checkpoint.load();
-    if (log > std::max(least_log, image_.header->arena.block_bytes / 4))
-        checkpointer_.start(image_.header->arena.size);
+    const std::uint64_t blocks = image_.header->arena.block_bytes;
+    if (log <= std::max(least_log, blocks / 4)) return;
+    checkpointer_.start(image_.header->arena.size, log > most_log + 4 * blocks);
 }
 
 std::uint32_t Sharing::make_checkpoint() {
