@@ -24,6 +24,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/checkpointer.cpp
   store/file.cpp
   store/follower.cpp
+  store/frame_content.cpp
   store/image.cpp
   store/new_folder.cpp
   store/open_stores.cpp

@@ -3,10 +3,13 @@
 //
 // Bytes are marked in granules of 16; blocks that were allocated or released are listed. Only
 // their present content and state count: what was changed and changed back costs a few bytes.
+// A marked object is published as a whole, because the library stores a part of it without an
+// announcement.
 #ifndef TARNBASE_RUNTIME_STORE_CHANGES_H
 #define TARNBASE_RUNTIME_STORE_CHANGES_H
 
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -16,21 +19,34 @@
 
 namespace tarnbase::runtime {
 
+class FrameContent;
+
 class ChangeSet {
  public:
     // Offsets are from the base of the image. Without memory the set becomes incomplete.
-    void mark(std::uint64_t offset, std::uint64_t length) noexcept;
-    // Marks a whole block. Bytes of it that are marked next cost a comparison.
-    void mark_block(std::uint64_t offset, std::uint64_t size) noexcept {
-        mark(offset, size);
-        last_block_ = {offset, size};
+    void mark(std::uint64_t offset, std::uint64_t length) noexcept {
+        const std::uint64_t first = offset / granule;
+        const std::uint64_t end = (offset + length + granule - 1) / granule;
+        const std::uint64_t page = first / granules_in_page;
+        // Usually they are in one word of a page that had some before.
+        if (first == end || first / 64 != (end - 1) / 64 || page >= pages_.size() ||
+            pages_[page] == nullptr || pages_in_use_.size() == pages_in_use_.capacity()) {
+            return mark_anywhere(offset, length);
+        }
+        PageMarks &marks = *pages_[page];
+        if (marks.words_in_use == 0) pages_in_use_.push_back(page);
+        const std::uint64_t word = first % granules_in_page / 64;
+        marks.words_in_use |= 1ULL << word;
+        marks.words[word] |= (~0ULL >> (64 - (end - first))) << first % 64;
     }
-    // Whether it was the last block that was marked.
-    bool is_last_block(std::uint64_t offset) const {
-        return offset - last_block_.offset < last_block_.size;
+    // The same of bytes that are stored without an announcement: a rollback doesn't restore them.
+    void mark_unannounced(std::uint64_t offset, std::uint64_t length) noexcept {
+        mark(offset, length);
+        has_unannounced_bytes_ = true;
     }
-    void allocated(std::uint64_t offset) noexcept { add({offset, true}); }
-    void released(std::uint64_t offset) noexcept { add({offset, false}); }
+    bool has_unannounced_bytes() const { return has_unannounced_bytes_; }
+    void allocated(std::uint64_t offset) noexcept { add(offset, true); }
+    void released(std::uint64_t offset) noexcept { add(offset, false); }
     bool is_incomplete() const { return incomplete_; }
 
     bool is_empty() const { return blocks_.empty() && pages_in_use_.empty(); }
@@ -38,21 +54,29 @@ class ChangeSet {
 
     // Adds the operations that repeat the changes. A block of `released` may still be allocated.
     void build(FrameBuilder &frame, const Image &image);
+    // The same after a rollback that has restored all that was announced: adds only the objects.
+    void build_undone(FrameBuilder &frame, const Image &image);
 
     // The number of block events, to return to with `forget_blocks`.
     std::size_t block_events() const { return blocks_.size(); }
-    void forget_blocks(std::size_t first) { blocks_.resize(first); }
+    void forget_blocks(std::size_t first) {
+        std::erase_if(blocks_, [&](const BlockEvent &event) { return event.number >= first; });
+    }
     // After a rollback: the blocks that were allocated are free again.
     void keep_marks() {
-        last_block_ = {};
         blocks_.clear();
         incomplete_ = false;
     }
 
  private:
+    static constexpr std::uint64_t granule = 16;
+    static constexpr std::uint64_t granules_in_page = page_size / granule;
+
     struct BlockEvent {
         std::uint64_t offset;
+        std::uint64_t number;  // in order of time
         bool is_allocation;
+        auto operator<=>(const BlockEvent &) const = default;
     };
     // The granules of a page of the store, a bit each, and a bit for each word that isn't zero.
     struct PageMarks {
@@ -60,17 +84,23 @@ class ChangeSet {
         std::array<std::uint64_t, 64> words{};
     };
 
-    void add(BlockEvent event) noexcept;
+    template <typename Visit>
+    static void each_word(std::uint64_t offset, std::uint64_t length, Visit visit);
+    template <typename Visit>
+    void each_run(Visit visit);
+    template <typename Visit>
+    void each_block(Visit visit) const;
+    void add(std::uint64_t offset, bool is_allocation) noexcept;
+    void mark_anywhere(std::uint64_t offset, std::uint64_t length) noexcept;
     PageMarks &marks_of(std::uint64_t page);
     void unmark(std::uint64_t offset, std::uint64_t length);
-    void build_blocks(FrameBuilder &frame, const Image &image);
-    void build_writes(FrameBuilder &frame, const Image &image);
+    void build_blocks(FrameBuilder &frame, FrameContent &content, const Image &image);
 
-    Allocator::Extent last_block_{};
     std::vector<BlockEvent> blocks_;
     std::vector<std::unique_ptr<PageMarks>> pages_;  // by page number
     std::vector<std::uint64_t> pages_in_use_;
     bool incomplete_ = false;
+    bool has_unannounced_bytes_ = false;
 };
 
 }  // namespace tarnbase::runtime

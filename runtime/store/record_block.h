@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Recognising the blocks of records. The count of a record's references is each process's own:
-// it isn't shared.
+// Recognising the blocks of records and tables. All stores into them are announced. The count of
+// a record's references is each process's own: it isn't shared.
 #ifndef TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
 #define TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
 
@@ -20,6 +20,22 @@ static_assert(references_offset % 8 == 0);
 
 // Whether an allocated block contains a record.
 bool is_record(const Image &image, Allocator::Extent block);
+
+// The same for many blocks: a descriptor that was recognised is known by its address. Valid as
+// long as no block is freed.
+class BlockKinds {
+ public:
+    explicit BlockKinds(const Image &image) : image_(image) {}
+    bool is_record(Allocator::Extent block);
+    bool is_table(Allocator::Extent block);
+
+ private:
+    bool has_type(Allocator::Extent block, const char *kind, const kel_type_info *&known) const;
+
+    const Image &image_;
+    const kel_type_info *record_type_ = nullptr;
+    const kel_type_info *table_type_ = nullptr;
+};
 
 }  // namespace tarnbase::runtime
 

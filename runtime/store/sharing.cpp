@@ -123,33 +123,40 @@ std::uint32_t Sharing::refresh() {
     return follower_.is_current() ? 0 : follower_.catch_up();
 }
 
-std::uint32_t Sharing::append_frame() {
+std::uint32_t Sharing::build_frame(Build build) {
     if (changes_.is_incomplete()) return ENOMEM;
     try {
         frame_.clear();
-        changes_.build(frame_, image_);
-        if (frame_.length() > most_frame_bytes) return EFBIG;
-        return log_.append(frame_.finish(follower_.sequence() + 1));
+        (changes_.*build)(frame_, image_);
     } catch (const std::bad_alloc &) {
         return ENOMEM;
     }
+    return frame_.length() > most_frame_bytes ? EFBIG : 0;
 }
 
-std::uint32_t Sharing::publish() {
-    if (const std::uint32_t error = append_frame()) {
+std::uint32_t Sharing::publish_built(Build build) {
+    std::uint32_t error = build_frame(build);
+    const bool is_empty = error == 0 && frame_.is_empty();
+    if (error == 0 && !is_empty) error = log_.append(frame_.finish(follower_.sequence() + 1));
+    if (error != 0) {
         return fail(error, "%s: cannot write %llu bytes to the log: %s", folder_.path.c_str(),
                     static_cast<unsigned long long>(frame_.length()),
                     std::strerror(static_cast<int>(error)));
     }
+    changes_.clear();
+    has_lasting_changes = false;
+    if (is_empty) return 0;
     follower_.advance(log_);
     folder_.control.page().change_time.store(coarse_time(), std::memory_order_relaxed);
     folder_.control.publish(log_.position());
-    changes_.clear();
-    has_lasting_changes = false;
     // A checkpoint can't remove the segment in which it ends. A failure leaves it as it is.
     if (log_.has_long_segment()) begin_segment();
     return 0;
 }
+
+std::uint32_t Sharing::publish() { return publish_built(&ChangeSet::build); }
+
+std::uint32_t Sharing::publish_undone() { return publish_built(&ChangeSet::build_undone); }
 
 // Publishes an empty frame in a new segment.
 void Sharing::begin_segment() try {

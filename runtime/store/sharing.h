@@ -42,6 +42,8 @@ class Sharing {
 
     // Publishes the changes as one frame. Error, ENOSPC among them: nothing is published.
     std::uint32_t publish();
+    // The same after a rollback that has restored all that was announced. Often that is nothing.
+    std::uint32_t publish_undone();
     ChangeSet &changes() { return changes_; }
     // Changes that no transaction will undo are waiting to be published.
     bool has_lasting_changes = false;
@@ -64,10 +66,13 @@ class Sharing {
     std::uint64_t locks = 0;         // calls of kel_store_lock that aren't undone
 
  private:
+    using Build = void (ChangeSet::*)(FrameBuilder &, const Image &);
+
+    std::uint32_t build_frame(Build build);
+    std::uint32_t publish_built(Build build);
     std::uint32_t fail_locked();
     std::uint32_t check_may_write() const;
     std::uint32_t check_not_inherited() const;
-    std::uint32_t append_frame();
     void begin_segment();
 
     Image &image_;

@@ -10,14 +10,6 @@
 
 using tarnbase::runtime::TransactionSlot;
 
-namespace {
-
-// A change to a block of at most this many bytes is shared as the whole block: an object also
-// has bytes that the library stores without an announcement, such as its state block.
-constexpr std::uint64_t largest_object = 4096;
-
-}  // namespace
-
 kel_store::~kel_store() {
     tarnbase::runtime::remove_open_store(*this);
     for (TransactionSlot &slot : transactions_) {
@@ -37,10 +29,10 @@ void *kel_store::fail_allocation(std::uint64_t size) const {
 }
 
 // Whether this process may change the image. What is changed outside of transactions lasts.
-bool kel_store::may_change(std::uint32_t tx_id) {
+bool kel_store::may_change(const TransactionSlot *slot) {
     if (sharing == nullptr) return true;
     if (!sharing->is_writer()) return false;
-    if (transaction(tx_id) == nullptr) sharing->has_lasting_changes = true;
+    if (slot == nullptr) sharing->has_lasting_changes = true;
     return true;
 }
 
@@ -49,26 +41,29 @@ void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     // An open that needed no new block leaves its refusal to any later allocation.
     const bool is_refused = tarnbase::runtime::take_table_refusal();
     if (is_refused && tx_id == KEL_TX_NONE && size == sizeof(kel_table)) return nullptr;
-    if (!may_change(tx_id)) {
+    TransactionSlot *slot = transaction(tx_id);
+    if (!may_change(slot)) {
         sharing->refuse_block("an allocation");
         return nullptr;
     }
-    TransactionSlot *slot = transaction(tx_id);
     // Without a log entry a rollback would lose the block.
     if (slot != nullptr && !slot->undo.reserve()) return fail_allocation(size);
     void *block = allocator.allocate(size);
     if (block == nullptr) return fail_allocation(size);
-    if (slot != nullptr) slot->undo.allocated(block);
+    if (slot != nullptr) {
+        slot->undo.allocated(block);
+        slot->new_blocks.add(block, size);
+    }
     if (sharing != nullptr) sharing->changes().allocated(offset_of(block));
     return block;
 }
 
 void kel_store::release(std::uint32_t tx_id, void *block) {
-    if (!may_change(tx_id)) {
+    TransactionSlot *slot = transaction(tx_id);
+    if (!may_change(slot)) {
         sharing->refuse_block("a release");
         return;
     }
-    TransactionSlot *slot = transaction(tx_id);
     if (slot == nullptr || !allocator.is_allocated(block)) {
         release_now(block);
     } else if (!slot->undo.deferred_free(block)) {
@@ -86,40 +81,38 @@ void kel_store::release_now(void *block) {
 }
 
 void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_t length) {
+    TransactionSlot *slot = transaction(tx_id);
+    if (slot != nullptr && slot->new_blocks.contain(address, length)) return;
     // At a rollback, memory outside the store may be gone or in use for something else.
     if (!contains(address, length)) return;
-    if (!may_change(tx_id)) {
+    if (!may_change(slot)) {
         sharing->refuse_write(address, length);
         return;
     }
-    if (TransactionSlot *slot = transaction(tx_id)) slot->undo.old_bytes(address, length);
-    if (sharing == nullptr) return;
-    note_block(address);
-    note_bytes(address, length);
+    if (slot != nullptr) slot->undo.old_bytes(address, length);
+    if (sharing != nullptr) sharing->changes().mark(offset_of(address), length);
 }
 
 void kel_store::log_delta(std::uint32_t tx_id, const void *address, std::int32_t delta) {
     constexpr std::uint64_t length = sizeof(std::uint64_t);
+    TransactionSlot *slot = transaction(tx_id);
     const bool is_shared = sharing != nullptr && contains(address, length);
-    if (is_shared && !may_change(tx_id)) {
+    if (is_shared && !may_change(slot)) {
         sharing->refuse_write(address, length);
         return;
     }
-    if (TransactionSlot *slot = transaction(tx_id)) slot->undo.delta(address, delta);
-    if (is_shared) note_bytes(address, length);
+    if (slot != nullptr) slot->undo.delta(address, delta);
+    if (is_shared) sharing->changes().mark(offset_of(address), length);
 }
 
 void kel_store::note_bytes(const void *address, std::uint64_t length) {
     if (sharing != nullptr && sharing->is_writer() && contains(address, length)) {
-        sharing->changes().mark(offset_of(address), length);
+        sharing->changes().mark_unannounced(offset_of(address), length);
     }
 }
 
 void kel_store::note_block(const void *address) {
-    if (sharing == nullptr || !sharing->is_writer() || !contains(address, 1)) return;
-    if (sharing->changes().is_last_block(offset_of(address))) return;
-    const auto block = allocator.find(offset_of(address));
-    if (block && block->size <= largest_object) {
-        sharing->changes().mark_block(block->offset, block->size);
+    if (sharing != nullptr && sharing->is_writer() && contains(address, 1)) {
+        sharing->changes().mark(offset_of(address), 1);
     }
 }

@@ -11,6 +11,7 @@
 
 #include "runtime/index/block_allocator.h"
 #include "runtime/store/image.h"
+#include "runtime/store/new_blocks.h"
 #include "runtime/store/sharing.h"
 #include "runtime/store/undo_log.h"
 #include "tarnbase/embedded.h"
@@ -23,6 +24,7 @@ inline constexpr std::uint32_t transaction_slots = 32;
 struct TransactionSlot {
     std::uint32_t id = 0;  // 0: free
     UndoLog undo;
+    NewBlocks new_blocks;
 };
 
 }  // namespace tarnbase::runtime
@@ -41,14 +43,17 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     // Log changes that are about to be made, as the log hooks do.
     void log_write(std::uint32_t tx_id, const void *address, std::uint64_t length);
     void log_delta(std::uint32_t tx_id, const void *address, std::int32_t delta);
-    // Notes that the library may change a block, or bytes, without an announcement.
+    // Notes that the library may change an object, or bytes, without an announcement.
     void note_block(const void *address);
     void note_bytes(const void *address, std::uint64_t length);
 
     // The open transaction of that id, or null.
-    tarnbase::runtime::TransactionSlot *transaction(std::uint32_t tx_id);
-    std::uint64_t open_transactions() const;
-    bool has_open_transaction() const { return open_transactions() != 0; }
+    tarnbase::runtime::TransactionSlot *transaction(std::uint32_t tx_id) {
+        auto &slot = transactions_[tx_id % tarnbase::runtime::transaction_slots];
+        return tx_id != 0 && slot.id == tx_id ? &slot : nullptr;
+    }
+    std::uint64_t open_transactions() const { return open_transactions_; }
+    bool has_open_transaction() const { return open_transactions_ != 0; }
     // Begins a transaction. Returns 0, EAGAIN if too many are open, or the reason why the process
     // can't write.
     std::uint32_t begin(std::uint32_t *tx_id);
@@ -68,14 +73,15 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     bool fails_on_purpose();
     // Returns null.
     void *fail_allocation(std::uint64_t size) const;
-    bool may_change(std::uint32_t tx_id);
+    bool may_change(const tarnbase::runtime::TransactionSlot *slot);
     std::uint32_t publish_commit(const tarnbase::runtime::TransactionSlot &slot);
     bool others_have_changes(const tarnbase::runtime::TransactionSlot &slot) const;
-    void publish_rollback(const tarnbase::runtime::TransactionSlot &slot);
+    void publish_rollback(const tarnbase::runtime::TransactionSlot &slot, bool is_complete);
     void close_slot(tarnbase::runtime::TransactionSlot &slot);
 
     std::array<tarnbase::runtime::TransactionSlot, tarnbase::runtime::transaction_slots>
         transactions_;
+    std::uint32_t open_transactions_ = 0;
 };
 
 #endif

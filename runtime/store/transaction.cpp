@@ -26,18 +26,8 @@ constexpr std::uint32_t last_count = (1U << (32 - slot_bits)) - 2;
 
 }  // namespace
 
-TransactionSlot *kel_store::transaction(std::uint32_t tx_id) {
-    TransactionSlot &slot = transactions_[tx_id % transaction_slots];
-    return tx_id != 0 && slot.id == tx_id ? &slot : nullptr;
-}
-
-std::uint64_t kel_store::open_transactions() const {
-    const auto open = std::count_if(transactions_.begin(), transactions_.end(),
-                                    [](const TransactionSlot &slot) { return slot.id != 0; });
-    return static_cast<std::uint64_t>(open);
-}
-
 bool kel_store::others_have_changes(const TransactionSlot &slot) const {
+    if (open_transactions_ == 1) return false;
     return std::any_of(
         transactions_.begin(), transactions_.end(),
         [&](const TransactionSlot &other) { return &other != &slot && !other.undo.is_empty(); });
@@ -55,13 +45,16 @@ std::uint32_t kel_store::begin(std::uint32_t *tx_id) {
     header->begun = header->begun % last_count + 1;
     slot->id =
         header->begun << slot_bits | static_cast<std::uint32_t>(slot - transactions_.begin());
+    open_transactions_ += 1;
     *tx_id = slot->id;
     return 0;
 }
 
 void kel_store::close_slot(TransactionSlot &slot) {
     slot.undo.clear();
+    slot.new_blocks.clear();
     slot.id = 0;
+    open_transactions_ -= 1;
     if (sharing == nullptr || !sharing->is_writer()) return;
     if (sharing->locks == 0 && !has_open_transaction()) {
         sharing->give_up_writing();
@@ -103,18 +96,21 @@ std::uint32_t kel_store::commit(TransactionSlot &slot) {
 
 // A rollback doesn't restore what the library stored without an announcement. It is published as
 // after a commit; if that fails, with the next frame.
-void kel_store::publish_rollback(const TransactionSlot &slot) {
+void kel_store::publish_rollback(const TransactionSlot &slot, bool is_complete) {
     if (sharing == nullptr || !sharing->is_writer() || others_have_changes(slot)) return;
     ChangeSet &changes = sharing->changes();
-    if (!changes.is_empty() && sharing->publish() == 0) return;
+    if (changes.is_empty()) return;
+    const bool is_undone =
+        is_complete && !sharing->has_lasting_changes && !changes.has_unannounced_bytes();
+    if ((is_undone ? sharing->publish_undone() : sharing->publish()) == 0) return;
     if (!sharing->has_lasting_changes) changes.keep_marks();
 }
 
 std::uint32_t kel_store::roll_back(TransactionSlot &slot) {
-    const bool complete = !slot.undo.is_incomplete();
+    const bool is_complete = !slot.undo.is_incomplete();
     slot.undo.roll_back([this](void *block) { release_now(block); });
     header->rolled_back += 1;
-    publish_rollback(slot);
+    publish_rollback(slot, is_complete);
     close_slot(slot);
-    return complete ? 0 : ENOMEM;
+    return is_complete ? 0 : ENOMEM;
 }
