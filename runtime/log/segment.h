@@ -29,7 +29,7 @@ using StoreId = std::array<std::uint8_t, 16>;
 // The first segment of a store has this size, and each later one twice the size of the one before
 // up to the most, or the size that its first frame needs.
 inline constexpr std::uint64_t first_segment_bytes = 64 << 10;
-inline constexpr std::uint64_t most_segment_bytes = 1 << 20;
+inline constexpr std::uint64_t most_segment_bytes = 256 << 10;
 
 inline constexpr std::size_t segment_head_bytes = 64;
 inline constexpr std::size_t end_mark_bytes = 16;
