@@ -79,7 +79,7 @@ TEST_F(Writers, ImportsBesideABusyDaemonKeepAllRecordsOfBoth) {
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
 }
 
-// Begins a transaction with 100 records, tells, and commits them if it is let.
+// Begins a transaction with 100 records, tells the test, and commits when it is told to.
 void write_half(const std::string &path, Child &test) {
     Connections connections(path);
     tarn::transaction transaction(connections.session);

@@ -3,32 +3,18 @@
 #include <cerrno>
 
 #include "tarnbase/runtime.h"
-#include "tests/behaviour/every/objects.h"
+#include "tests/behaviour/every/minutes.h"
 #include "tests/support/services.h"
 
 namespace tarn::test {
 namespace {
 
-class MinuteStores : public StructureTest {
+class MinuteStores : public MinuteTest {
  protected:
     void SetUp() override {
-        for (const Field &each : fields_of(type)) {
-            if (each.kind == FieldKind::array) field = &each;
-        }
-        object = typed.create();
-        typed.fill(object, 1);
+        MinuteTest::SetUp();
         typed("set_all_state_tracking_flag", {object, 9});
         head(object)->flags &= 127;
-    }
-    void TearDown() override {
-        typed.destroy(object);
-        StructureTest::TearDown();
-    }
-    template <typename R = void>
-    R on(const std::string &operation, std::vector<Word> arguments) {
-        arguments.insert(arguments.begin(), object);
-        arguments.emplace_back(&err);
-        return typed.operator()<R>("minute_" + operation, arguments);
     }
     void expect_error(u32 expected) {
         EXPECT_EQ(err, expected);
@@ -56,15 +42,8 @@ class MinuteStores : public StructureTest {
         }
         return found;
     }
-
-    const Field *field = nullptr;
-    void *object = nullptr;
 };
 
-std::vector<InMode<Structure>> with_minutes() {
-    return in_each_mode(std::vector<const Structure *>{&structure("st_aaa_servers"),
-                                                       &structure("st_aaa_client_stats")});
-}
 INSTANTIATE_TEST_SUITE_P(Every, MinuteStores, ::testing::ValuesIn(with_minutes()),
                          name_in_mode<Structure>);
 

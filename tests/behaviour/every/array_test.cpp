@@ -2,44 +2,20 @@
 // The two arrays of minutes through their thirteen operations.
 #include <cerrno>
 
-#include "tests/behaviour/every/objects.h"
+#include "tests/behaviour/every/minutes.h"
 
 namespace tarn::test {
 namespace {
 
-class Minutes : public StructureTest {
+class Minutes : public MinuteTest {
  protected:
-    void SetUp() override {
-        for (const Field &each : fields_of(type)) {
-            if (each.kind == FieldKind::array) field = &each;
-        }
-        object = typed.create();
-        typed.fill(object, 1);
-    }
-    void TearDown() override {
-        typed.destroy(object);
-        StructureTest::TearDown();
-    }
-    template <typename R = void>
-    R on(const std::string &operation, std::vector<Word> arguments) {
-        arguments.insert(arguments.begin(), object);
-        arguments.emplace_back(&err);
-        return typed.operator()<R>("minute_" + operation, arguments);
-    }
     void expect_error(u32 expected) {
         EXPECT_EQ(err, expected);
         err = 0;
     }
     u8 *block() { return at(object, type.plain_size); }
-
-    const Field *field = nullptr;
-    void *object = nullptr;
 };
 
-std::vector<InMode<Structure>> with_minutes() {
-    return in_each_mode(std::vector<const Structure *>{&structure("st_aaa_servers"),
-                                                       &structure("st_aaa_client_stats")});
-}
 class TrackedMinutes : public Minutes {};
 class UntrackedMinutes : public Minutes {};
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <map>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "tests/support/snapshot.h"
@@ -182,16 +183,11 @@ TEST_F(TextOwnership, ARollbackRestoresEveryByteOfTheStore) {
     EXPECT_EQ(session.blocks(), blocks - 2);
 }
 
-TEST_F(TextOwnership, RandomSetsCopiesAndRollbacksAgreeWithAModel) {
-    constexpr unsigned seed = 4711;
-    std::mt19937 random(seed);
-    std::vector<kel_vstring *> strings;
-    for (int i = 0; i < 12; ++i) strings.push_back(make_string());
-    const std::uint64_t blocks = session.blocks();
-    std::vector<std::string> model(strings.size());
-    std::vector<std::string> committed = model;
-    ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
-    for (int step = 0; step < 4000; ++step) {
+class RandomOwnership : public TextOwnership {
+ protected:
+    static constexpr unsigned seed = 4711;
+
+    void step() {
         const std::size_t to = random() % strings.size();
         const std::size_t from = random() % strings.size();
         switch (random() % 8) {
@@ -212,23 +208,44 @@ TEST_F(TextOwnership, RandomSetsCopiesAndRollbacksAgreeWithAModel) {
                 model[to].clear();
                 break;
             case 4:
-                if (random() % 8 != 0) break;
-                if (random() % 2 == 0) {
-                    ASSERT_EQ(kel_transaction_commit(handle, tx), 0U);
-                    committed = model;
-                } else {
-                    ASSERT_EQ(kel_transaction_rollback(handle, tx), 0U);
-                    model = committed;
-                }
-                ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
+                if (random() % 8 == 0) end_and_begin();
                 break;
             default:
                 model[to].assign(random() % 40, static_cast<char>('a' + random() % 26));
                 assign(strings[to], model[to]);
         }
-        for (std::size_t i = 0; i < strings.size(); ++i) {
-            ASSERT_EQ(text_of(strings[i]), model[i]) << "seed " << seed << ", step " << step;
+    }
+    void end_and_begin() {
+        if (random() % 2 == 0) {
+            ASSERT_EQ(kel_transaction_commit(handle, tx), 0U);
+            committed = model;
+        } else {
+            ASSERT_EQ(kel_transaction_rollback(handle, tx), 0U);
+            model = committed;
         }
+        ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
+    }
+    void expect_model() const {
+        for (std::size_t i = 0; i < strings.size(); ++i) {
+            ASSERT_EQ(text_of(strings[i]), model[i]);
+        }
+    }
+
+    std::mt19937 random{seed};
+    std::vector<kel_vstring *> strings;
+    std::vector<std::string> model;
+    std::vector<std::string> committed;
+};
+
+TEST_F(RandomOwnership, AgreesWithAModelAfterSetsCopiesAndRollbacks) {
+    for (int i = 0; i < 12; ++i) strings.push_back(make_string());
+    const std::uint64_t blocks = session.blocks();
+    committed = model = std::vector<std::string>(strings.size());
+    ASSERT_EQ(kel_transaction_begin(handle, &tx), 0U);
+    for (int i = 0; i < 4000; ++i) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(i));
+        ASSERT_NO_FATAL_FAILURE(step());
+        ASSERT_NO_FATAL_FAILURE(expect_model());
     }
     for (kel_vstring *string : strings) destroy(string);
     ASSERT_EQ(kel_transaction_commit(handle, tx), 0U);
