@@ -2,6 +2,7 @@
 # The runtime's sources, from the lowest layer up.
 set(TARNBASE_RUNTIME_SOURCES
   base/error_text.cpp
+  base/thread_number.cpp
   arena/allocator.cpp
   arena/page_set.cpp
   arena/region.cpp
@@ -28,6 +29,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/image.cpp
   store/new_folder.cpp
   store/open_stores.cpp
+  store/reading_scopes.cpp
   store/record_block.cpp
   store/sharing.cpp
   store/store.cpp
@@ -35,6 +37,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/table_refusal.cpp
   store/transaction.cpp
   store/undo_log.cpp
+  store/writing.cpp
   catalog/descriptor_copy.cpp
   catalog/keyed_store.cpp
   catalog/named_entry.cpp

@@ -7,8 +7,9 @@
  * kel_error_text then describes the error and names the file or the argument.
  *
  * Threads. A handle may be used by one thread at a time; one transaction at a time
- * should change a store. Changes made with KEL_TX_NONE are permanent at once, in a store with
- * files as kel_store_lock says.
+ * should change a store. Threads read it in scopes that kel_store_begin_read opens, which keep
+ * changes and refreshes of the process away. Changes made with KEL_TX_NONE are permanent at once,
+ * in a store with files as kel_store_lock says.
  *
  * Processes. Any number of processes may have a store open, and each works on its own copy in
  * private memory. One at a time is the writer: kel_transaction_begin waits for that, and brings
@@ -142,14 +143,34 @@ TARNBASE_API kel_table *kel_store_first_table(const kel_store *store);
 /*
  * Brings this process's copy up to date with what others have committed. Pointers to records,
  * objects and texts that others have deleted become invalid. Does nothing for a private store,
- * and while this process is the writer. If nothing was committed, it costs one load.
- * Errors: EBADMSG the log is damaged: the copy stays as it was after the last good commit;
- * EPERM the store was opened by the parent process; EMFILE, ENFILE, ENOMEM and EIO.
+ * and while this process is the writer. If nothing was committed, it costs a few loads; else it
+ * waits for the end of the reading scopes that are open in other threads.
+ * Errors: EDEADLK this thread has a reading scope open; EBADMSG the log is damaged: the copy stays
+ * as it was after the last good commit; EPERM the store was opened by the parent process; EMFILE,
+ * ENFILE, ENOMEM and EIO.
  */
 TARNBASE_API uint32_t kel_store_refresh(kel_store *store);
 /*
+ * Opens a reading scope of this thread: until kel_store_end_read, the copy that the threads of
+ * this process share doesn't change. It waits for the end of a transaction that is open in another
+ * thread; that transaction waits for scopes that are open when it begins. Scopes of a thread may
+ * nest. `refresh` nonzero: the copy is brought up to date before, as by kel_store_refresh, unless
+ * this thread has a scope open.
+ *
+ * A thread that has a scope open can't begin a transaction, lock the store, or refresh it. In a
+ * thread that has begun a transaction, a scope doesn't wait, and keeps nothing away until the
+ * process has ended its transactions. A scope doesn't keep away changes with KEL_TX_NONE in a
+ * private store, unless they are made between kel_store_lock and kel_store_unlock.
+ * Errors: ENOMEM; EPERM the parent process was writing when it made this one by fork(2); those of
+ * kel_store_refresh if `refresh` isn't 0. After an error no scope is open.
+ */
+TARNBASE_API uint32_t kel_store_begin_read(kel_store *store, uint32_t refresh);
+/* Ends the last scope that this thread has opened. Error: EINVAL it has none open. */
+TARNBASE_API uint32_t kel_store_end_read(kel_store *store);
+/*
  * Makes this process the writer until kel_store_unlock, across transactions. It waits as
- * kel_transaction_begin does, and has the same errors.
+ * kel_transaction_begin does, and has the same errors. In a private store it only keeps the
+ * reading scopes of other threads away.
  *
  * Only the writer may change a store with KEL_TX_NONE; the changes are published with the next
  * commit, or by kel_store_unlock. A process that isn't the writer gets no memory with KEL_TX_NONE,
@@ -164,8 +185,9 @@ TARNBASE_API uint32_t kel_store_lock(kel_store *store);
  */
 TARNBASE_API uint32_t kel_store_unlock(kel_store *store);
 /*
- * Sets how long kel_transaction_begin and kel_store_lock wait for another writer, in
- * milliseconds; negative: as long as it lives, which is the default.
+ * Sets how long kel_transaction_begin and kel_store_lock wait for another writer, and then for the
+ * reading scopes of other threads, in milliseconds; negative: until they end, which is the default.
+ * Does nothing for a private store.
  */
 TARNBASE_API void kel_store_set_lock_timeout(kel_store *store, int64_t milliseconds);
 /*
@@ -244,10 +266,12 @@ TARNBASE_API uint32_t kel_handle_set_workspace(kel_handle *handle, uint32_t leng
 
 /*
  * Begins a transaction. The first one makes this process the writer: it waits until no other
- * process is, and brings the copy up to date. A writer that died is replaced at once.
- * Errors: EAGAIN too many are open; ETIMEDOUT another process is the writer, and kel_error_text
- * names it; EACCES the store is open to read; EPERM the store was opened by the parent process;
- * those of kel_store_refresh; ENOSPC.
+ * process is, then until no other thread has a reading scope open, and brings the copy up to date.
+ * A writer that died is replaced at once.
+ * Errors: EAGAIN too many are open; EDEADLK this thread has a reading scope open; ETIMEDOUT
+ * another process is the writer, and kel_error_text names it, or another thread reads; EACCES the
+ * store is open to read; EPERM the store was opened by the parent process; those of
+ * kel_store_refresh; ENOSPC.
  */
 TARNBASE_API uint32_t kel_transaction_begin(kel_handle *handle, uint32_t *tx_id);
 /*
@@ -411,18 +435,21 @@ typedef void (*kel_table_vector_lookup)(kel_handle *handle, uint32_t tx_id, cons
                                         const void *const **vector, uint32_t *err);
 /*
  * Attaches the replication engine to a handle, which from then on finds vectors with
- * `lookup` and counts reads, and creates the store's ring if there is none. Attach every
- * handle that inserts in armed tables: once the store has a ring, an insert through
- * another handle stays in the table, but reports ENOENT and takes a position that readers
- * miss. Null detaches. Error ENOMEM.
+ * `lookup` and counts reads, and creates the store's ring if there is none, as the writer of a
+ * store with files. Attach every handle that inserts in armed tables: once the store has a ring,
+ * an insert through another handle stays in the table, but reports ENOENT and takes a position
+ * that readers miss. Null detaches.
+ * Errors: ENOMEM; if there is no ring, also those of kel_store_lock and of kel_store_unlock.
  */
 TARNBASE_API uint32_t kel_replication_attach(kel_handle *handle, kel_table_vector_lookup lookup);
 /*
  * Creates the store's ring, or changes its limits and keeps the newest frames that fit:
  * at most `frames` frames, 0 for 4096, and `bytes` bytes of marshalled records, 0 for
  * 4 MiB. An insert whose frame is larger than that reports EMSGSIZE, one without memory
- * for its frame ENOMEM; readers miss its position. The change is permanent at once.
- * Errors: EINVAL too many frames; ENOMEM; EBUSY there is a ring and a transaction is open.
+ * for its frame ENOMEM; readers miss its position. The change is permanent at once: in a store
+ * with files it is made as the writer.
+ * Errors: EINVAL too many frames; ENOMEM; EBUSY there is a ring and a transaction is open; those
+ * of kel_store_lock and of kel_store_unlock.
  */
 TARNBASE_API uint32_t kel_replication_configure(kel_handle *handle, uint64_t frames,
                                                 uint64_t bytes);
@@ -461,7 +488,8 @@ TARNBASE_API uint32_t kel_replication_reader_open(kel_handle *handle, uint64_t p
 /*
  * Reads the next frame: its bytes into `buffer`, its description into `frame`, and
  * moves the reader past it. Frames of an open transaction aren't visible yet. When all frames
- * were read, it does as kel_store_refresh, and reads on if others have committed some.
+ * were read, it does as kel_store_refresh, unless this thread has a reading scope open, and reads
+ * on if others have committed some.
  * Errors: EAGAIN there is no frame yet; EOVERFLOW frames were missed: `missed` is
  * increased by their number and the reader has moved past them: call again; EMSGSIZE
  * the buffer is too small for `frame->length` bytes: the reader doesn't move; ENOENT no

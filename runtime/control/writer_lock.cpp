@@ -79,18 +79,19 @@ std::uint32_t WriterLock::acquire(std::int64_t milliseconds) {
     if (is_inherited()) return EPERM;
     if (woke_other_) give_way();
     LockSteps steps(*page_, processes_, milliseconds);
-    word_ = take_lock(steps, number_);
-    if (word_ == 0) return ETIMEDOUT;
-    store_holder(*page_, self_, static_cast<std::uint32_t>(acquisitions(word_)), coarse_time());
+    const std::uint64_t word = take_lock(steps, number_);
+    if (word == 0) return ETIMEDOUT;
+    word_.store(word, std::memory_order_relaxed);
+    store_holder(*page_, self_, static_cast<std::uint32_t>(acquisitions(word)), coarse_time());
     return 0;
 }
 
 void WriterLock::release() {
     if (!is_held()) return;
     LockSteps steps(*page_, processes_, 0);
-    release_lock(steps, word_);
+    release_lock(steps, word_.load(std::memory_order_relaxed));
     woke_other_ = steps.woke_other;
-    word_ = 0;
+    word_.store(0, std::memory_order_relaxed);
 }
 
 bool WriterLock::holder(Holder &holder) const {

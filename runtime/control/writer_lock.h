@@ -15,6 +15,7 @@
 #ifndef TARNBASE_RUNTIME_CONTROL_WRITER_LOCK_H
 #define TARNBASE_RUNTIME_CONTROL_WRITER_LOCK_H
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 
@@ -42,7 +43,8 @@ class WriterLock {
     // milliseconds: no limit. Returns 0; ETIMEDOUT; EPERM in a forked child.
     std::uint32_t acquire(std::int64_t milliseconds);
     void release();
-    bool is_held() const { return word_ != 0 && !is_inherited(); }
+    // Any thread may call it.
+    bool is_held() const { return word_.load(std::memory_order_relaxed) != 0 && !is_inherited(); }
 
     // Whether this process is a forked child of the one that attached the lock. No system call.
     bool is_inherited() const { return page_ != nullptr && processes_.is_inherited(); }
@@ -63,7 +65,7 @@ class WriterLock {
     LockPage *page_ = nullptr;
     Processes processes_;
     std::uint32_t number_ = 0;
-    std::uint64_t word_ = 0;  // as it was taken; 0: the lock isn't held
+    std::atomic<std::uint64_t> word_ = 0;  // as it was taken; 0: the lock isn't held
     Holder self_{};
     bool woke_other_ = false;  // at the last release
     std::chrono::steady_clock::time_point gave_way_{};

@@ -9,11 +9,11 @@
 
 using namespace tarnbase::runtime;
 
-std::uint32_t kel_store_check(kel_store *store, kel_table_vector_lookup lookup,
-                              kel_check_report report, kel_check_progress progress, void *context) {
-    if (store->has_open_transaction()) {
-        return fail(EBUSY, "kel_store_check: a transaction is open");
-    }
+namespace {
+
+std::uint32_t check_and_report(kel_store *store, kel_table_vector_lookup lookup,
+                               kel_check_report report, kel_check_progress progress,
+                               void *context) {
     try {
         const std::uint64_t total = store->header->arena.blocks;
         Findings findings([&](const char *text) { report(text, context); });
@@ -26,4 +26,18 @@ std::uint32_t kel_store_check(kel_store *store, kel_table_vector_lookup lookup,
     } catch (const std::bad_alloc &) {
         return fail(ENOMEM, "kel_store_check: no memory");
     }
+}
+
+}  // namespace
+
+std::uint32_t kel_store_check(kel_store *store, kel_table_vector_lookup lookup,
+                              kel_check_report report, kel_check_progress progress, void *context) {
+    if (store->has_open_transaction()) {
+        return fail(EBUSY, "kel_store_check: a transaction is open");
+    }
+    // Another thread may refresh the store.
+    if (const std::uint32_t error = kel_store_begin_read(store, 0)) return error;
+    const std::uint32_t status = check_and_report(store, lookup, report, progress, context);
+    kel_store_end_read(store);
+    return status;
 }

@@ -16,41 +16,43 @@ using tarnbase::runtime::Sharing;
 
 namespace {
 
-// Calls `action` with the shared part of a store; a private store gets `result`.
 template <typename Action>
-std::uint32_t shared(const char *what, const kel_store *store, std::uint32_t result,
-                     Action action) {
-    if (store->sharing == nullptr) {
-        return result == 0 ? 0 : fail(result, "%s: the store is private", what);
-    }
+std::uint32_t with_memory(const char *what, Action action) {
     try {
-        return action(*store->sharing);
+        return action();
     } catch (const std::bad_alloc &) {
         return fail(ENOMEM, "%s: no memory", what);
     }
 }
 
+// Calls `action` with the shared part of a store, which a private store doesn't have.
+template <typename Action>
+std::uint32_t shared(const char *what, const kel_store *store, Action action) {
+    if (store->sharing == nullptr) return fail(EINVAL, "%s: the store is private", what);
+    return with_memory(what, [&] { return action(*store->sharing); });
+}
+
 }  // namespace
 
 std::uint32_t kel_store_refresh(kel_store *store) {
-    return shared("kel_store_refresh", store, 0, [](Sharing &part) { return part.refresh(); });
+    return with_memory("kel_store_refresh", [&] { return store->refresh(); });
+}
+
+std::uint32_t kel_store_begin_read(kel_store *store, std::uint32_t refresh) {
+    return with_memory("kel_store_begin_read", [&] { return store->begin_read(refresh != 0); });
+}
+
+std::uint32_t kel_store_end_read(kel_store *store) {
+    if (store->scopes.end_read()) return 0;
+    return fail(EINVAL, "kel_store_end_read: this thread has no reading scope open");
 }
 
 std::uint32_t kel_store_lock(kel_store *store) {
-    return shared("kel_store_lock", store, 0, [](Sharing &part) -> std::uint32_t {
-        const std::uint32_t error = part.is_writer() ? 0 : part.become_writer();
-        if (error == 0) part.locks += 1;
-        return error;
-    });
+    return with_memory("kel_store_lock", [&] { return store->lock(); });
 }
 
 std::uint32_t kel_store_unlock(kel_store *store) {
-    return shared("kel_store_unlock", store, 0, [&](Sharing &part) -> std::uint32_t {
-        if (part.locks == 0) return fail(EINVAL, "kel_store_unlock: the store isn't locked");
-        part.locks -= 1;
-        const bool stays = part.locks != 0 || store->has_open_transaction();
-        return stays || !part.is_writer() ? 0 : part.give_up_writing();
-    });
+    return with_memory("kel_store_unlock", [&] { return store->unlock(); });
 }
 
 void kel_store_set_lock_timeout(kel_store *store, std::int64_t milliseconds) {
@@ -58,44 +60,46 @@ void kel_store_set_lock_timeout(kel_store *store, std::int64_t milliseconds) {
 }
 
 std::uint32_t kel_store_wait(kel_store *store, std::int64_t milliseconds) {
-    return shared("kel_store_wait", store, EINVAL, [&](Sharing &part) -> std::uint32_t {
+    return shared("kel_store_wait", store, [&](Sharing &part) -> std::uint32_t {
         if (part.wait(milliseconds)) return 0;
         return fail(ETIMEDOUT, "%s: nothing was committed", store->path.c_str());
     });
 }
 
 std::uint32_t kel_store_checkpoint(kel_store *store) {
-    return shared("kel_store_checkpoint", store, EINVAL,
+    return shared("kel_store_checkpoint", store,
                   [](Sharing &part) { return part.make_checkpoint(); });
 }
 
 std::uint32_t kel_store_compact(kel_store *store) {
-    return shared("kel_store_compact", store, EINVAL, [](Sharing &part) { return part.compact(); });
+    return shared("kel_store_compact", store, [&](Sharing &part) {
+        const std::uint32_t error = store->check_not_reading("kel_store_compact");
+        return error != 0 ? error : part.compact();
+    });
 }
 
 std::uint32_t kel_store_backup(kel_store *store, const char *path) {
-    return shared("kel_store_backup", store, EINVAL, [&](Sharing &part) {
+    return shared("kel_store_backup", store, [&](Sharing &part) {
         return back_up(part.folder(), store->header->arena.size, path);
     });
 }
 
 std::uint32_t kel_store_describe_writer(const kel_store *store, kel_store_writer *writer) {
     *writer = {};
-    return shared("kel_store_describe_writer", store, EINVAL,
-                  [&](const Sharing &part) -> std::uint32_t {
-                      Holder holder{};
-                      if (!part.holder(holder)) {
-                          return fail(ENOENT, "%s: no process is the writer", store->path.c_str());
-                      }
-                      writer->pid = holder.pid;
-                      writer->since = holder.since;
-                      printable_command(holder).copy(writer->command, sizeof writer->command - 1);
-                      return 0;
-                  });
+    return shared("kel_store_describe_writer", store, [&](const Sharing &part) -> std::uint32_t {
+        Holder holder{};
+        if (!part.holder(holder)) {
+            return fail(ENOENT, "%s: no process is the writer", store->path.c_str());
+        }
+        writer->pid = holder.pid;
+        writer->since = holder.since;
+        printable_command(holder).copy(writer->command, sizeof writer->command - 1);
+        return 0;
+    });
 }
 
 std::uint32_t kel_store_describe_files(const kel_store *store, kel_store_files *files) {
     *files = {};
-    return shared("kel_store_describe_files", store, EINVAL,
+    return shared("kel_store_describe_files", store,
                   [&](Sharing &part) { return describe_files(part.folder(), *files); });
 }

@@ -103,7 +103,7 @@ std::uint32_t create_files(const char *path, std::uint64_t capacity, void *base,
     if (const std::uint32_t error = map_new(path, capacity, base, store.region)) return error;
     store.format(store.region.base());
     if (const std::uint32_t error = made.fill(store)) return error;
-    store.sharing = std::make_unique<Sharing>(store);
+    store.sharing = std::make_unique<Sharing>(store, store.scopes);
     if (const auto error = store.sharing->open(path, std::move(made.folder))) return error;
     if (const std::uint32_t error = store.sharing->load()) return error;
     return made.finish();
@@ -112,7 +112,7 @@ std::uint32_t create_files(const char *path, std::uint64_t capacity, void *base,
 std::uint32_t open_files(const char *path, kel_store &store) {
     File folder(::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.is_open()) return errno == ENOTDIR ? fail_file(path) : fail_errno(path);
-    store.sharing = std::make_unique<Sharing>(store);
+    store.sharing = std::make_unique<Sharing>(store, store.scopes);
     if (const std::uint32_t error = store.sharing->open(path, std::move(folder))) return error;
     const ControlPage &control = store.sharing->folder().control.page();
     void *base = reinterpret_cast<void *>(control.base);

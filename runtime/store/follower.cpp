@@ -21,7 +21,7 @@ std::uint32_t Follower::fail_damaged(const char *what) const {
     return fail(EBADMSG,
                 "%s: the log of the store is damaged at position %llu: %s. The store "
                 "can be read as it was before",
-                store_.path.c_str(), static_cast<unsigned long long>(position_), what);
+                store_.path.c_str(), static_cast<unsigned long long>(position()), what);
 }
 
 std::uint32_t Follower::load_checkpoint() {
@@ -57,7 +57,7 @@ std::uint32_t Follower::load_checkpoint() {
             error, "%s: cannot load the checkpoint: %s", store_.path.c_str(),
             error == EBADMSG ? checkpoint.what().c_str() : std::strerror(static_cast<int>(error)));
     }
-    position_ = head.position;
+    set_position(head.position);
     segment_ = head.segment;
     sequence_ = head.sequence;
     log_is_open_ = false;
@@ -67,7 +67,7 @@ std::uint32_t Follower::load_checkpoint() {
 std::uint32_t Follower::load() {
     for (int i = 0; i < most_attempts; ++i) {
         if (const std::uint32_t error = load_checkpoint()) return error;
-        const std::uint32_t error = apply_published(store_.control.page().published.load());
+        const std::uint32_t error = apply_published(published());
         if (error != ENOENT) return error;
     }
     return fail(ENOENT, "%s: a part of the log is missing", store_.path.c_str());
@@ -85,7 +85,7 @@ std::uint32_t Follower::load_second(std::uint64_t size) {
 
 std::uint32_t Follower::open_log() {
     const std::uint32_t error = log_.open(store_.folder.descriptor(), store_.control.page().id,
-                                          segment_, position_, sequence_ + 1);
+                                          segment_, position(), sequence_ + 1);
     log_is_open_ = error == 0;
     return error == 0 ? 0 : fail_log(error);
 }
@@ -108,37 +108,36 @@ std::uint32_t Follower::apply_next(std::uint64_t published) {
     }
     if (const char *wrong = image_.apply(frame)) {
         // What was applied of the frame is dropped with the image.
-        end_ = position_;
+        end_ = position();
         if (const std::uint32_t unusable = load()) return unusable;
         return fail_damaged(wrong);
     }
-    position_ = log_.position();
+    set_position(log_.position());
     segment_ = log_.segment();
     sequence_ += 1;
     return 0;
 }
 
 std::uint32_t Follower::apply_published(std::uint64_t published) {
-    if (position_ >= std::min(published, end_)) return 0;
+    if (position() >= std::min(published, end_)) return 0;
     if (!log_is_open_) {
         if (const std::uint32_t error = open_log()) return error;
     }
-    while (position_ < std::min(published, end_)) {
+    while (position() < std::min(published, end_)) {
         if (const std::uint32_t error = apply_next(published)) return error;
     }
     return 0;
 }
 
 std::uint32_t Follower::catch_up() {
-    const std::uint64_t published = store_.control.page().published.load(std::memory_order_acquire);
-    std::uint32_t error = apply_published(published);
+    std::uint32_t error = apply_published(published());
     if (error == ENOENT) error = load();
     if (error != 0) return error;
-    return position_ < end_ ? 0 : fail_damaged("an operation can't be applied");
+    return position() < end_ ? 0 : fail_damaged("an operation can't be applied");
 }
 
 void Follower::advance(const LogWriter &log) {
-    position_ = log.position();
+    set_position(log.position());
     segment_ = log.segment();
     sequence_ += 1;
     if (log_is_open_) log_.skip_to(log, sequence_ + 1);

@@ -4,6 +4,7 @@
 #ifndef TARNBASE_RUNTIME_STORE_FOLLOWER_H
 #define TARNBASE_RUNTIME_STORE_FOLLOWER_H
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -38,13 +39,15 @@ class Follower {
     // last good frame.
     std::uint32_t catch_up();
 
-    bool is_current() const {
-        return position_ == store_.control.page().published.load(std::memory_order_acquire);
+    // Any thread may call these two.
+    bool is_current() const { return position() == published(); }
+    std::uint64_t published() const {
+        return store_.control.page().published.load(std::memory_order_acquire);
     }
 
-    // The place of the next frame in the log, the segment which contains that place, and the
-    // number of the last frame applied.
-    std::uint64_t position() const { return position_; }
+    // The place of the next frame in the log, which any thread may read, the segment which contains
+    // that place, and the number of the last frame applied.
+    std::uint64_t position() const { return position_.load(std::memory_order_relaxed); }
     std::uint64_t segment() const { return segment_; }
     std::uint64_t sequence() const { return sequence_; }
     // The image's own change was published as the next frame.
@@ -63,7 +66,11 @@ class Follower {
     Image &image_;
     LogReader log_;
     bool log_is_open_ = false;
-    std::uint64_t position_ = 0;
+    void set_position(std::uint64_t position) {
+        position_.store(position, std::memory_order_relaxed);
+    }
+
+    std::atomic<std::uint64_t> position_ = 0;
     std::uint64_t segment_ = 0;
     std::uint64_t sequence_ = 0;
     std::uint64_t end_ = ~0ULL;  // a frame here can't be applied

@@ -74,19 +74,37 @@ std::uint32_t Sharing::become_writer() {
         return error == ETIMEDOUT ? fail_locked() : error;
     }
     std::uint32_t error = 0;
-    refused_.roll_back([](void *) {});
-    if (!follower_.is_current()) error = follower_.catch_up();
-    if (error == 0 && (!log_is_open_ || log_.position() != follower_.position())) {
-        error = log_.open(folder_.folder.descriptor(), folder_.control.page().id,
-                          follower_.segment(), follower_.position());
-        log_is_open_ = error == 0;
-        if (error != 0) {
-            fail(error, "%s: cannot write the log: %s", folder_.path.c_str(),
-                 std::strerror(static_cast<int>(error)));
-        }
+    if (!scopes_.begin_change(lock_timeout)) {
+        error = fail(ETIMEDOUT, "%s: other threads of this process read the store",
+                     folder_.path.c_str());
+    } else if ((error = catch_up_to_write()) != 0) {
+        scopes_.end_change();
     }
     if (error != 0) lock_.release();
     return error;
+}
+
+std::uint32_t Sharing::catch_up_to_write() {
+    undo_refused();
+    if (!follower_.is_current()) {
+        if (const std::uint32_t error = follower_.catch_up()) return error;
+    }
+    return log_is_open_ && log_.position() == follower_.position() ? 0 : open_log();
+}
+
+std::uint32_t Sharing::open_log() {
+    const std::uint32_t error = log_.open(folder_.folder.descriptor(), folder_.control.page().id,
+                                          follower_.segment(), follower_.position());
+    log_is_open_ = error == 0;
+    if (error == 0) return 0;
+    return fail(error, "%s: cannot write the log: %s", folder_.path.c_str(),
+                std::strerror(static_cast<int>(error)));
+}
+
+void Sharing::undo_refused() {
+    if (!has_refused_.load()) return;
+    refused_.roll_back([](void *) {});
+    has_refused_.store(false);
 }
 
 bool Sharing::holder(Holder &holder) const {
@@ -113,14 +131,23 @@ std::uint32_t Sharing::give_up_writing() {
     }
     checkpoint_if_due();
     lock_.release();
+    scopes_.end_change();
     return error;
 }
 
 std::uint32_t Sharing::refresh() {
     if (is_writer()) return 0;
     if (const std::uint32_t error = check_not_inherited()) return error;
-    if (!refused_.is_empty()) refused_.roll_back([](void *) {});
-    return follower_.is_current() ? 0 : follower_.catch_up();
+    // What is published later may be left to the next call.
+    const std::uint64_t published = follower_.published();
+    while (has_refused_.load() || follower_.position() < published) {
+        if (!scopes_.begin_change_or_wait()) continue;
+        undo_refused();
+        const std::uint32_t error = follower_.is_current() ? 0 : follower_.catch_up();
+        scopes_.end_change();
+        if (error != 0) return error;
+    }
+    return 0;
 }
 
 std::uint32_t Sharing::build_frame(Build build) {
@@ -212,6 +239,7 @@ void Sharing::refuse_write(const void *address, std::uint64_t length) {
         return;
     }
     refused_.old_bytes(address, length);
+    has_refused_.store(true);
     refuse_block("a change");
 }
 

@@ -4,20 +4,26 @@
 #ifndef TARNBASE_RUNTIME_STORE_SHARING_H
 #define TARNBASE_RUNTIME_STORE_SHARING_H
 
+#include <atomic>
 #include <cstdint>
 
 #include "runtime/control/writer_lock.h"
 #include "runtime/store/changes.h"
 #include "runtime/store/checkpointer.h"
 #include "runtime/store/follower.h"
+#include "runtime/store/reading_scopes.h"
 #include "runtime/store/undo_log.h"
 
 namespace tarnbase::runtime {
 
 class Sharing {
  public:
-    explicit Sharing(Image &image)
-        : image_(image), follower_(folder_, image), checkpointer_(folder_, lock_) {}
+    // The scopes guard the image, and live longer.
+    Sharing(Image &image, ReadingScopes &scopes)
+        : image_(image),
+          scopes_(scopes),
+          follower_(folder_, image),
+          checkpointer_(folder_, lock_) {}
     Sharing(const Sharing &) = delete;
     Sharing &operator=(const Sharing &) = delete;
     ~Sharing();
@@ -32,12 +38,14 @@ class Sharing {
 
     // Whether this process may change the image: it has the writer's lock.
     bool is_writer() const { return lock_.is_held(); }
-    // Takes the lock and catches up. Returns 0 or sets the error text: ETIMEDOUT another process
-    // has it; EACCES the store is open to read; EPERM it was opened by the parent process.
+    // Takes the lock, keeps the reading scopes away and catches up. Returns 0 or sets the error
+    // text: ETIMEDOUT another process has it, or other threads read; EACCES the store is open to
+    // read; EPERM it was opened by the parent process.
     std::uint32_t become_writer();
     // Publishes what isn't published yet and releases the lock. Error: it was undone.
     std::uint32_t give_up_writing();
-    // Catches up with other processes. A writer has nothing to catch up with.
+    // Catches up with other processes, in a change of its own. A writer has nothing to catch up
+    // with. Any thread that has no reading scope open may call it.
     std::uint32_t refresh();
 
     // Publishes the changes as one frame. Error, ENOSPC among them: nothing is published.
@@ -52,6 +60,9 @@ class Sharing {
     void refuse_write(const void *address, std::uint64_t length);
     void refuse_block(const char *what);
 
+    // Error: the parent process has opened the store.
+    std::uint32_t check_not_inherited() const;
+
     // Whether a process has the lock, and which, as far as it is known.
     bool holder(Holder &holder) const;
 
@@ -63,7 +74,6 @@ class Sharing {
     std::uint32_t compact();
     bool wait(std::int64_t milliseconds) const;
     std::int64_t lock_timeout = -1;  // milliseconds; negative: no limit
-    std::uint64_t locks = 0;         // calls of kel_store_lock that aren't undone
 
  private:
     using Build = void (ChangeSet::*)(FrameBuilder &, const Image &);
@@ -72,10 +82,13 @@ class Sharing {
     std::uint32_t publish_built(Build build);
     std::uint32_t fail_locked();
     std::uint32_t check_may_write() const;
-    std::uint32_t check_not_inherited() const;
+    void undo_refused();
+    std::uint32_t open_log();
+    std::uint32_t catch_up_to_write();
     void begin_segment();
 
     Image &image_;
+    ReadingScopes &scopes_;
     StoreFolder folder_;
     WriterLock lock_;
     Follower follower_;
@@ -84,6 +97,7 @@ class Sharing {
     ChangeSet changes_;
     FrameBuilder frame_;
     UndoLog refused_;
+    std::atomic<bool> has_refused_ = false;
     Checkpointer checkpointer_;
 };
 

@@ -5,6 +5,7 @@
 #define TARNBASE_RUNTIME_STORE_STORE_H
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -12,6 +13,7 @@
 #include "runtime/index/block_allocator.h"
 #include "runtime/store/image.h"
 #include "runtime/store/new_blocks.h"
+#include "runtime/store/reading_scopes.h"
 #include "runtime/store/sharing.h"
 #include "runtime/store/undo_log.h"
 #include "tarnbase/embedded.h"
@@ -25,6 +27,7 @@ struct TransactionSlot {
     std::uint32_t id = 0;  // 0: free
     UndoLog undo;
     NewBlocks new_blocks;
+    std::atomic<std::uint32_t> thread = 0;  // the number of the one that began it
 };
 
 }  // namespace tarnbase::runtime
@@ -62,6 +65,17 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     // ENOMEM: the log is incomplete, and some changes stay.
     std::uint32_t roll_back(tarnbase::runtime::TransactionSlot &slot);
 
+    // Becomes the writer until `unlock`, as often as it is called.
+    std::uint32_t lock();
+    std::uint32_t unlock();
+
+    // Reading scopes of the calling thread, and refreshing, which needs that it has none.
+    std::uint32_t begin_read(bool refreshed);
+    std::uint32_t refresh();
+    // Returns 0, or sets the error text: EDEADLK this thread has a reading scope open.
+    std::uint32_t check_not_reading(const char *what) const;
+
+    tarnbase::runtime::ReadingScopes scopes;
     std::string path;                                     // empty: a private store
     std::unique_ptr<tarnbase::runtime::Sharing> sharing;  // null: a private store
     std::uint64_t allocations_until_failure = 0;          // 0: none fails on purpose
@@ -70,6 +84,12 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     e_avl_compare_function order_of_new_tree = nullptr;
 
  private:
+    std::uint32_t become_writer(const char *what);
+    // Ends what `become_writer` began, unless a lock or a transaction needs it.
+    std::uint32_t stop_writing();
+    // Whether this thread has begun a transaction, or the lock, that is still open.
+    bool is_writing_thread() const;
+
     bool fails_on_purpose();
     // Returns null.
     void *fail_allocation(std::uint64_t size) const;
@@ -82,6 +102,9 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     std::array<tarnbase::runtime::TransactionSlot, tarnbase::runtime::transaction_slots>
         transactions_;
     std::uint32_t open_transactions_ = 0;
+    std::uint64_t locks_ = 0;  // calls of `lock` that aren't undone
+    std::atomic<std::uint32_t> locking_thread_ = 0;
+    bool writes_privately_ = false;  // a private store, in a change of `scopes`
 };
 
 #endif

@@ -39,12 +39,11 @@ std::uint32_t kel_store::begin(std::uint32_t *tx_id) {
     if (slot == transactions_.end()) {
         return fail(EAGAIN, "kel_transaction_begin: %u transactions are open", transaction_slots);
     }
-    if (sharing != nullptr && !sharing->is_writer()) {
-        if (const std::uint32_t error = sharing->become_writer()) return error;
-    }
+    if (const std::uint32_t error = become_writer("kel_transaction_begin")) return error;
     header->begun = header->begun % last_count + 1;
     slot->id =
         header->begun << slot_bits | static_cast<std::uint32_t>(slot - transactions_.begin());
+    slot->thread.store(tarnbase::runtime::thread_number, std::memory_order_relaxed);
     open_transactions_ += 1;
     *tx_id = slot->id;
     return 0;
@@ -54,13 +53,9 @@ void kel_store::close_slot(TransactionSlot &slot) {
     slot.undo.clear();
     slot.new_blocks.clear();
     slot.id = 0;
+    slot.thread.store(0, std::memory_order_relaxed);
     open_transactions_ -= 1;
-    if (sharing == nullptr || !sharing->is_writer()) return;
-    if (sharing->locks == 0 && !has_open_transaction()) {
-        sharing->give_up_writing();
-    } else {
-        sharing->checkpoint_if_due();
-    }
+    stop_writing();
 }
 
 std::uint32_t kel_store::publish_commit(const TransactionSlot &slot) {
