@@ -10,6 +10,19 @@
 
 using namespace tarnbase::runtime;
 
+namespace {
+
+// Makes changes outside of transactions as the writer. Returns the first error.
+template <typename Change>
+std::uint32_t change_as_writer(kel_store *store, Change change) {
+    if (const std::uint32_t error = kel_store_lock(store)) return error;
+    const std::uint32_t error = change();
+    const std::uint32_t published = kel_store_unlock(store);
+    return error != 0 ? error : published;
+}
+
+}  // namespace
+
 void kel_table_set_replication(kel_handle *handle, std::uint32_t tx_id, kel_table *table,
                                std::uint32_t marked, std::uint32_t write_cursor_armed) {
     const WriteLog log{handle, tx_id};
@@ -24,7 +37,11 @@ std::uint32_t kel_replication_attach(kel_handle *handle, kel_table_vector_lookup
         return 0;
     }
     if (!FrameRing(handle)) {
-        if (const auto error = FrameRing::configure(handle, 0, 0)) return error;
+        const std::uint32_t error = change_as_writer(&store_of(handle), [&]() -> std::uint32_t {
+            // Another process may have made it meanwhile.
+            return FrameRing(handle) ? 0 : FrameRing::configure(handle, 0, 0);
+        });
+        if (error != 0) return error;
     }
     if (attached == nullptr) attached.reset(new (std::nothrow) Attachment);
     if (attached == nullptr) return fail(ENOMEM, "kel_replication_attach: no memory");
@@ -34,7 +51,8 @@ std::uint32_t kel_replication_attach(kel_handle *handle, kel_table_vector_lookup
 
 std::uint32_t kel_replication_configure(kel_handle *handle, std::uint64_t frames,
                                         std::uint64_t bytes) {
-    return FrameRing::configure(handle, frames, bytes);
+    return change_as_writer(&store_of(handle),
+                            [&] { return FrameRing::configure(handle, frames, bytes); });
 }
 
 std::uint32_t kel_replication_reader_open(kel_handle *handle, std::uint64_t position,
@@ -45,7 +63,7 @@ std::uint32_t kel_replication_reader_open(kel_handle *handle, std::uint64_t posi
 std::uint32_t kel_replication_next(kel_handle *handle, kel_replication_reader *reader, void *buffer,
                                    std::uint32_t buffer_len, kel_replication_frame *frame) {
     const std::uint32_t status = read_next_frame(handle, reader, buffer, buffer_len, frame);
-    if (status != EAGAIN) return status;
+    if (status != EAGAIN || store_of(handle).scopes.is_reading()) return status;
     if (const std::uint32_t error = kel_store_refresh(&store_of(handle))) return error;
     return read_next_frame(handle, reader, buffer, buffer_len, frame);
 }

@@ -95,6 +95,46 @@ class Signal {
     int ends_[2] = {-1, -1};
 };
 
+TEST(Processes, AttachAtTheSameTimeToOneStream) {
+    const StorePath path;
+    { const OpenStore made(path); }
+    const auto attach_and_insert = [&](std::uint32_t key) {
+        const OpenStore store(path);
+        ASSERT_EQ(kel_replication_attach(store.handle, tarnbase_table_get_vft), 0U)
+            << kel_error_text();
+        store.lock();
+        Numbers(store.handle).put(key, "from one of them");
+        store.unlock();
+    };
+    const Child first([&] { attach_and_insert(1); });
+    const Child second([&] { attach_and_insert(2); });
+    first.join();
+    second.join();
+    const OpenStore store(path);
+    EXPECT_EQ(read_all(store.handle).size(), 2U);
+}
+
+TEST(Processes, AttachAfterTheWriter) {
+    const StorePath path;
+    const Signal locked, tried;
+    const Child writer([&] {
+        const OpenStore store(path);
+        store.lock();
+        locked.signal();
+        tried.await();
+        store.unlock();
+    });
+    locked.await();
+    const OpenStore store(path);
+    kel_store_set_lock_timeout(kel_handle_store(store.handle), 10);
+    EXPECT_EQ(kel_replication_attach(store.handle, tarnbase_table_get_vft),
+              std::uint32_t{ETIMEDOUT});
+    tried.signal();
+    writer.join();
+    EXPECT_EQ(kel_replication_attach(store.handle, tarnbase_table_get_vft), 0U);
+    EXPECT_EQ(kel_replication_configure(store.handle, 8, 0), 0U) << kel_error_text();
+}
+
 TEST(Processes, ReadWhatAnotherOneHasEnqueued) {
     const StorePath path;
     Child([&] {
