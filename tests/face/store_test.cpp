@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "fixture.h"
+#include "tarnbase/tarn/snapshot.hpp"
 #include "tarnbase/tarn/tables/test_grown.hpp"
 #include "tests/examples/temporary_directory.h"
 
@@ -72,6 +73,44 @@ class Counter {
     pid_t process_;
 };
 
+void add_committed(tarn::session &session, const char *name) {
+    tarn::transaction transaction(session);
+    add(servers(session), name);
+    transaction.commit();
+}
+
+// Adds a server to a store, in a process of its own, when it is asked.
+class Adder {
+ public:
+    // The process must not inherit an open store.
+    explicit Adder(const std::string &path) {
+        if (pipe(requests_) != 0) throw std::runtime_error("no pipe");
+        process_ = fork();
+        close(process_ != 0 ? requests_[0] : requests_[1]);
+        if (process_ != 0) return;
+        char request = 0;
+        if (read(requests_[0], &request, 1) != 1) _exit(1);
+        const tarn::store store = tarn::store::open(path);
+        tarn::session session(store);
+        add_committed(session, "added");
+        _exit(0);
+    }
+    Adder(const Adder &) = delete;
+    Adder &operator=(const Adder &) = delete;
+    ~Adder() { close(requests_[1]); }
+
+    // Whether it has added a server.
+    bool add() const {
+        int status = -1;
+        return write(requests_[1], "!", 1) == 1 && waitpid(process_, &status, 0) == process_ &&
+               status == 0;
+    }
+
+ private:
+    int requests_[2];
+    pid_t process_;
+};
+
 TEST(Store, AProcessSeesOnlyWhatIsCommitted) {
     const File file;
     const Counter counter(file.path);
@@ -95,6 +134,43 @@ TEST(Store, ChangesOfACopyDoNotReachTheStore) {
     }
     const tarn::store store = tarn::store::open(file.path);
     EXPECT_EQ(store.describe().tables, 0U);
+}
+
+TEST(Store, ASnapshotIsUpToDateAndDoesNotChange) {
+    const File file;
+    {
+        const tarn::store store = tarn::store::create(file.path);
+        tarn::session session(store);
+        add_committed(session, "ldap1");
+    }
+    Adder adder(file.path);
+    const tarn::store store = tarn::store::open(file.path);
+    const tarn::session session(store);
+    const auto table = tarn::table<tarn::ldap_conn>::open(session, "ldap");
+    {
+        const tarn::snapshot before(session);
+        ASSERT_TRUE(adder.add());
+        const tarn::snapshot nested(store);
+        EXPECT_EQ(names(table), Names{"ldap1"});
+    }
+    EXPECT_EQ(names(table), Names{"ldap1"}) << "neither a range nor a search refreshes";
+    const tarn::snapshot after(session);
+    EXPECT_EQ(table.size(), 2U);
+    EXPECT_TRUE(table.contains("added"));
+}
+
+TEST(Store, ASnapshotExcludesATransactionOfItsThread) {
+    const tarn::store store = tarn::store::create_private();
+    tarn::session session(store);
+    auto first = tarn::snapshot(session);
+    tarn::snapshot moved = std::move(first);
+    EXPECT_EQ(thrown_by([&] { tarn::transaction transaction(session); }).number(),
+              static_cast<std::uint32_t>(EDEADLK));
+    EXPECT_EQ(tarn::store(tarn::store::create_private()).try_refresh().has_value(), true);
+    { const tarn::snapshot dropped = std::move(moved); }
+    tarn::transaction transaction(session);
+    const tarn::snapshot within(session);
+    transaction.commit();
 }
 
 TEST(Store, WaitingEndsWithoutACommit) {

@@ -36,8 +36,7 @@ class session {
     /// Opens a session. In a store with files, objects get the store's own descriptors, so
     /// that any process can read them. Error: ENOMEM.
     static result<session> try_open(const store &on) {
-        const bool has_files = on.describe().path != nullptr;
-        return try_open(on, has_files ? descriptors::of_store : descriptors::of_library);
+        return try_open(on, on.has_path() ? descriptors::of_store : descriptors::of_library);
     }
     /// Opens a session with a choice of descriptors. Opened with the library's, it changes
     /// nothing in the store. Error: ENOMEM.
@@ -51,7 +50,8 @@ class session {
 
     /// Attaches the session to the store's replication stream, and creates the stream if there is
     /// none: required of every session that inserts in armed tables. `lookup` finds a table's
-    /// vector by its LUID. Error: ENOMEM.
+    /// vector by its LUID. Errors: ENOMEM; if there is none, in a store with files, those of
+    /// kel_store_lock.
     result<void> try_attach_replication(kel_table_vector_lookup lookup = tarnbase_table_get_vft) {
         const std::uint32_t status = kel_replication_attach(handle_, lookup);
         if (status != 0) return detail::last_failure(status);

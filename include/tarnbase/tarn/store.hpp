@@ -19,9 +19,11 @@ namespace tarn {
 /// Lifetime: it must outlive its sessions.
 class store {
  public:
-    store(store &&other) noexcept : store_(std::exchange(other.store_, nullptr)) {}
+    store(store &&other) noexcept
+        : store_(std::exchange(other.store_, nullptr)), has_path_(other.has_path_) {}
     store &operator=(store &&other) noexcept {
         std::swap(store_, other.store_);
+        std::swap(has_path_, other.has_path_);
         return *this;
     }
     ~store() { kel_store_close(store_); }
@@ -116,12 +118,16 @@ class store {
         kel_store_set_lock_timeout(store_, milliseconds);
     }
 
-    /// Returns: sizes and counts. The path of a private store is null.
+    /// Returns: sizes and counts. The path of a private store is null. Requires: no other thread
+    /// changes or refreshes the store meanwhile; a snapshot ensures that.
     kel_store_description describe() const noexcept {
         kel_store_description description = {};
         kel_store_describe(store_, &description);
         return description;
     }
+
+    /// Returns: whether the store, or the one of which it is a copy, has files.
+    bool has_path() const noexcept { return has_path_; }
 
     /// Returns: the tables of the store, of all kinds, in the order of their creation.
     std::vector<kel_table *> tables() const {
@@ -136,7 +142,8 @@ class store {
     kel_store *c_store() const noexcept { return store_; }
 
  private:
-    explicit store(kel_store *made) noexcept : store_(made) {}
+    explicit store(kel_store *made) noexcept
+        : store_(made), has_path_(describe().path != nullptr) {}
     // By reference: `made` is read after the call that returns `status` and sets it.
     static result<store> wrap(std::uint32_t status, kel_store *&made) {
         if (status != 0) return detail::last_failure(status);
@@ -144,6 +151,7 @@ class store {
     }
 
     kel_store *store_;
+    bool has_path_;
 };
 
 }  // namespace tarn

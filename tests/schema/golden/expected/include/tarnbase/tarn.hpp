@@ -6,6 +6,7 @@
 #ifndef TARNBASE_TARN_HPP
 #define TARNBASE_TARN_HPP
 
+#include "tarnbase/tarn/snapshot.hpp"
 #include "tarnbase/tarn/store.hpp"
 #include "tarnbase/tarn/table.hpp"
 #include "tarnbase/tarn/trace.hpp"
