@@ -34,9 +34,11 @@ constexpr std::uint32_t native_byte_order = 0x01020304;
 constexpr std::uint64_t most_capacity = 1ULL << 40;
 constexpr std::uint64_t position_unit = 8;
 
-// A writer that is killed before it wakes the others can't keep them longer than this.
-constexpr std::chrono::nanoseconds longest_sleep = 100ms;
-constexpr std::chrono::nanoseconds longest_unflagged_sleep = 10ms;
+// A writer that is killed before it wakes the others, and that nobody follows, can't keep them
+// longer than a sleep. Each is twice as long as the one before.
+constexpr std::chrono::nanoseconds first_sleep = 100ms;
+constexpr std::chrono::nanoseconds longest_sleep = 10s;
+constexpr std::chrono::nanoseconds longest_uncounted_sleep = 10ms;
 
 // The part that never changes.
 struct Identity {
@@ -148,8 +150,9 @@ class PublishSteps {
     bool may_write() const { return writable_; }
     bool time_is_over() { return interrupted_ || deadline_.is_over(); }
     void sleep(std::uint64_t seen) {
-        const auto limit = writable_ ? longest_sleep : longest_unflagged_sleep;
+        const auto limit = writable_ ? next_sleep_ : longest_uncounted_sleep;
         interrupted_ = !futex_sleep(published, seen, std::min(limit, deadline_.left()));
+        next_sleep_ = std::min(2 * next_sleep_, longest_sleep);
     }
     void wake() const { futex_wake(published, INT_MAX); }
 
@@ -159,6 +162,7 @@ class PublishSteps {
  private:
     bool writable_;
     bool interrupted_ = false;
+    std::chrono::nanoseconds next_sleep_ = first_sleep;
     Deadline deadline_;
 };
 

@@ -12,7 +12,7 @@
 //       52        zero up to 128
 //      128     8  published position of the log: all frames before it are committed
 //      136     8  position of the newest checkpoint
-//      144     4  not 0: processes sleep until the published position changes
+//      144     4  not 0: how often processes went to sleep until the published position changes
 //      148     4  zero
 //      152     8  identity of the last checkpoint image that was checked (checkpoint.h)
 //      160     8  when the last changes were published, nanoseconds since 1970
@@ -81,8 +81,10 @@ class Control {
     // Waits until more than `position` is published. False: the time is over, or a signal was
     // handled. Negative: no limit.
     //
-    // A process that may write sets a flag and sleeps until it is woken. One that may not can't
-    // set it, and looks every 10 ms. A flag in a file that everyone may write isn't an
+    // A process that may write is counted, and sleeps until it is woken. If the writer is killed
+    // between publishing and waking, the next publication wakes it; without one it looks by itself
+    // after at most as long as it has waited before, or 10 s. One that may not write can't
+    // be counted, and looks every 10 ms. A count in a file that everyone may write isn't an
     // alternative: whoever cuts that file ends each process that has it mapped.
     bool wait(std::uint64_t position, std::int64_t milliseconds) const;
 

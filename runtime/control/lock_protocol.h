@@ -75,14 +75,23 @@ void release_inherited_number(Steps &steps, std::uint32_t number) {
 
 // Publishes a position, and wakes the processes that wait for one.
 //
-// The flag is cleared before the position is stored: a process that sets it later also sees the
-// position, or is seen by the second look.
+// The count of waiting processes is cleared after they are woken, and only if nobody has come since
+// before the position was stored: if the publisher dies, the next publication wakes them. One
+// that comes after the first look sees the position, or is seen by the second look.
 template <typename Steps>
 void publish_position(Steps &steps, std::uint64_t position) {
-    const bool waiters = steps.waiters.load() != 0;
-    if (waiters) steps.waiters.store(0);
+    auto waiters = steps.waiters.load();
     steps.published.store(position);
-    if (waiters || steps.waiters.load() != 0) steps.wake();
+    if (waiters == 0 && steps.waiters.load() == 0) return;
+    steps.wake();
+    steps.waiters.compare_exchange_strong(waiters, 0);
+}
+
+template <typename Steps>
+void count_waiter(Steps &steps) {
+    auto waiters = steps.waiters.load();
+    while (!steps.waiters.compare_exchange_strong(waiters, waiters + 1)) {
+    }
 }
 
 // Waits until more than `position` is published. False: the time is over.
@@ -91,8 +100,8 @@ bool wait_for_position(Steps &steps, std::uint64_t position) {
     while (true) {
         if (steps.published.load() > position) return true;
         if (steps.time_is_over()) return false;
-        // Without write permission there is no flag, and the sleep is short.
-        if (steps.may_write()) steps.waiters.store(1);
+        // Without write permission it isn't counted, and the sleep is short.
+        if (steps.may_write()) count_waiter(steps);
         const std::uint64_t seen = steps.published.load();
         if (seen > position) return true;
         steps.sleep(seen);
