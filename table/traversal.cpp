@@ -4,6 +4,7 @@
 #include "frame/conventions.h"
 #include "table/key.h"
 #include "table/node.h"
+#include "table/order.h"
 #include "table/reads.h"
 #include "table/table.h"
 
@@ -11,21 +12,39 @@ namespace tarnbase::table {
 
 namespace {
 
-// A direction: the end of the tree where it begins, its step, and whether it reaches the
-// records of tenant `a` before those of tenant `b`.
+// The order of a probe and a record by tenant: the probe is on that side of all records of its own
+// tenant. It is in no index, so it has no table.
+template <std::uint32_t side>
+std::uint32_t compare_tenants(const kel_index_node *a, const kel_index_node *b) {
+    if (a == nullptr || b == nullptr) return order_of(a != nullptr, b != nullptr);
+    const kel_record *first = record_of(a);
+    const kel_record *second = record_of(b);
+    if (first->tenant_id != second->tenant_id) {
+        return order_of(first->tenant_id, second->tenant_id);
+    }
+    return first->table == nullptr ? side : 2 - side;
+}
+constexpr std::uint32_t side_before = 0;
+constexpr std::uint32_t side_after = 2;
+
+// A direction: the end of the tree where it begins, its step, whether it reaches the records of
+// tenant `a` before those of tenant `b`, and the order of a probe where it enters a tenant.
 struct Way {
     kel_index_node *(*end)(void *root);
     kel_index_node *(*step)(void *root, const kel_index_node *node, e_avl_compare_function compare);
     bool (*is_before)(std::uint16_t a, std::uint16_t b);
+    e_avl_compare_function compare_tenants;
     bool backward;
 };
 constexpr Way forward = {.end = e_avl_get_first,
                          .step = e_avl_get_next,
                          .is_before = [](std::uint16_t a, std::uint16_t b) { return a < b; },
+                         .compare_tenants = compare_tenants<side_before>,
                          .backward = false};
 constexpr Way backward = {.end = e_avl_get_last,
                           .step = e_avl_get_prev,
                           .is_before = [](std::uint16_t a, std::uint16_t b) { return a > b; },
+                          .compare_tenants = compare_tenants<side_after>,
                           .backward = true};
 
 bool is_wrong_source(const Selection &selection, const kel_record *record) {
@@ -51,19 +70,26 @@ kel_record *walk_from(const Read &read, const kel_record *position, const Way &w
     return nullptr;
 }
 
+// The node of the first record that isn't of a tenant before this one, from one end of the tree.
+kel_index_node *enter_tenant(void *root, const Way &way, std::uint16_t tenant) {
+    kel_index_node *end = way.end(root);
+    if (end == nullptr || !way.is_before(record_of(end)->tenant_id, tenant)) return end;
+    kel_record probe{};
+    probe.tenant_id = tenant;
+    return way.step(root, &probe.index_node, way.compare_tenants);
+}
+
 // The first selected record from one end of the tree, if it is of the current tenant.
 kel_record *scan_from_end(const Read &read, const Way &way, Selection selection) {
     if (!read.call.enter()) return nullptr;
     const std::uint16_t tenant = current_tenant();
     void *root = read.table->index_root;
-    kel_index_node *node = way.end(root);
+    kel_index_node *node = enter_tenant(root, way, tenant);
     for (; node != nullptr; node = way.step(root, node, read.model.compare)) {
         kel_record *record = record_of(node);
-        if (is_wrong_source(selection, record) || way.is_before(record->tenant_id, tenant) ||
-            is_hidden(selection, record)) {
-            continue;
-        }
-        return record->tenant_id == tenant ? read.found(record) : nullptr;
+        if (record->tenant_id != tenant) return nullptr;
+        if (is_wrong_source(selection, record) || is_hidden(selection, record)) continue;
+        return read.found(record);
     }
     return nullptr;
 }
