@@ -128,6 +128,23 @@ void Walk(benchmark::State &state) {
 }
 BENCHMARK(Walk)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
+// Another tenant's first record, in an index that begins with the records of the first one.
+void FirstOfSecondTenant(benchmark::State &state) {
+    FilledTable servers(static_cast<std::uint32_t>(state.range(0)));
+    kel_thread_set_tenant(1);
+    std::uint32_t tx = 0;
+    kel_transaction_begin(servers.session.handle, &tx);
+    bench::add_server(servers.session, servers.table, tx, 0);
+    kel_transaction_commit(servers.session.handle, tx);
+    std::uint32_t err = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(tbl_ldap_conn_st_ldap_conn_sname_get_first(
+            servers.session.handle, KEL_TX_NONE, servers.table, &err));
+    }
+    kel_thread_set_tenant(0);
+}
+BENCHMARK(FirstOfSecondTenant)->Arg(500000);
+
 void MarshalRecord(benchmark::State &state) {
     FilledTable filled(1);
     std::uint32_t err = 0;
