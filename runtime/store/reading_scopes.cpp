@@ -3,26 +3,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <chrono>
 
 namespace tarnbase::runtime {
-
-namespace {
-
-// Waits until `condition`, with no limit for negative milliseconds. False: the time is over.
-template <typename Condition>
-bool wait_until(std::condition_variable &changed, std::unique_lock<std::mutex> &lock,
-                std::int64_t milliseconds, Condition condition) {
-    // A year is as good as never, and doesn't overflow.
-    constexpr std::int64_t year = 365LL * 24 * 3600 * 1000;
-    if (milliseconds >= 0 && milliseconds < year) {
-        return changed.wait_for(lock, std::chrono::milliseconds(milliseconds), condition);
-    }
-    changed.wait(lock, condition);
-    return true;
-}
-
-}  // namespace
 
 ReadingScopes::~ReadingScopes() {
     for (std::atomic<Slot *> &chunk : chunks_) delete[] chunk.load();
@@ -140,8 +122,8 @@ bool ReadingScopes::wait_for_scopes(std::int64_t milliseconds) {
         const Slot *end = slots + (std::size_t{first_slots} << i);
         if (std::all_of(slots, end, is_free)) continue;
         std::unique_lock lock(mutex_);
-        if (wait_until(changed_, lock, milliseconds,
-                       [&] { return std::all_of(slots, end, is_free); })) {
+        if (changed_.wait_for(lock, milliseconds,
+                              [&] { return std::all_of(slots, end, is_free); })) {
             continue;
         }
         lock.unlock();
@@ -161,7 +143,7 @@ bool ReadingScopes::begin_change(std::int64_t milliseconds) {
             }
             return true;
         };
-        if (!wait_until(changed_, lock, milliseconds, closes)) return false;
+        if (!changed_.wait_for(lock, milliseconds, closes)) return false;
     }
     return wait_for_scopes(milliseconds);
 }

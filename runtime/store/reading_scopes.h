@@ -14,11 +14,11 @@
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
 
+#include "runtime/base/condition.h"
 #include "runtime/base/thread_number.h"
 
 namespace tarnbase::runtime {
@@ -83,7 +83,7 @@ class ReadingScopes {
 
     std::array<std::atomic<Slot *>, most_chunks> chunks_{};
     std::mutex mutex_;
-    std::condition_variable changed_;
+    Condition changed_;
     std::uint64_t changes_ = 0;         // that somebody has waited for, and that have ended
     std::uint32_t waiting_scopes_ = 0;  // threads that wait for the end of the change
     std::uint32_t passing_scopes_ = 0;  // threads that waited, and haven't opened their scopes yet

@@ -196,5 +196,25 @@ TEST_F(StoreScope, InAChildOfAProcessThatWritesIsRefused) {
     EXPECT_EQ(kel_transaction_commit(store.handle, tx), 0U);
 }
 
+TEST_F(StoreScope, ThatAThreadWaitsForDoesNotKeepAChildFromClosingTheStore) {
+    const OpenStore store(path.c_str());
+    ASSERT_EQ(kel_store_begin_read(store.store, 0), 0U);
+    std::thread writer([&] { EXPECT_EQ(try_transaction(store), 0U) << kel_error_text(); });
+    kel_store_writer description;
+    while (kel_store_describe_writer(store.store, &description) != 0) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // until it sleeps
+    Peer child(
+        [](Peer &self, const char *) {
+            const auto *inherited = static_cast<const OpenStore *>(self.context());
+            kel_handle_destroy(inherited->handle);
+            kel_store_close(inherited->store);
+            return 0;
+        },
+        path.c_str(), &store);
+    EXPECT_EQ(child.join(), 0);
+    ASSERT_EQ(kel_store_end_read(store.store), 0U);
+    writer.join();
+}
+
 }  // namespace
 }  // namespace tarn::test
