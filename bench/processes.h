@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
 
 namespace bench {
@@ -66,6 +67,16 @@ class Histogram {
     std::array<std::uint64_t, 16 * 61> counts_{};
     std::uint64_t most_ = 0;
     std::uint64_t count_ = 0;
+};
+
+// Random numbers, the same in each run.
+class Chance {
+ public:
+    explicit Chance(std::uint32_t seed) : engine_(seed) {}
+    std::uint32_t operator()() { return static_cast<std::uint32_t>(engine_()); }
+
+ private:
+    std::mt19937 engine_;
 };
 
 // Zeroed memory that the processes share.

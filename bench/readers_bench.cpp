@@ -3,7 +3,7 @@
 // refresh cost. Prints a JSON object for each measurement. Arguments: seconds for each
 // (default 2).
 #include <algorithm>
-#include <random>
+#include <ctime>
 #include <thread>
 #include <vector>
 
@@ -41,6 +41,7 @@ struct Course {
     std::atomic<int> ready = 0;
     std::atomic<bool> begun = false;
     std::atomic<bool> ended = false;
+    std::atomic<std::uint64_t> sum = 0;  // of what was read
     bench::Histogram writer;
     std::array<bench::Histogram, most_readers> readers;
 };
@@ -50,7 +51,7 @@ void write_until_the_end(Course &course, const std::string &path, std::uint32_t 
     const tarn::store store = tarn::store::open(path);
     tarn::session session(store);
     const auto table = Table::open(session, table_name);
-    std::mt19937 chance(1);
+    bench::Chance chance(1);
     ++course.ready;
     while (!course.begun) std::this_thread::yield();
     const auto pause = nanoseconds(per_second != 0 ? 1'000'000'000 / per_second : 0);
@@ -73,7 +74,8 @@ void read_until_the_end(Course &course, const std::string &path, int reader) {
     const tarn::store store = tarn::store::open(path);
     const tarn::session session(store);
     const auto table = Table::open(session, table_name);
-    std::mt19937 chance(static_cast<unsigned>(reader) + 2);
+    bench::Chance chance(static_cast<std::uint32_t>(reader) + 2);
+    std::uint64_t sum = 0;
     bench::Histogram &times = course.readers[static_cast<std::size_t>(reader)];
     ++course.ready;
     while (!course.begun) std::this_thread::yield();
@@ -81,10 +83,10 @@ void read_until_the_end(Course &course, const std::string &path, int reader) {
         const std::string name = name_of(chance() % records);
         const auto start = Clock::now();
         const tarn::snapshot now(session);
-        static volatile std::uint32_t seen;
-        seen = table.find(name)->num_conns();
+        sum += table.find(name)->num_conns();
         times.add(nanoseconds_since(start));
     }
+    course.sum += sum;
 }
 
 void print_times(const char *whose, const bench::Histogram &times, double taken) {
@@ -120,12 +122,19 @@ void measure_processes(const std::string &path, int readers, std::uint32_t per_s
     std::printf("}\n");
 }
 
+double thread_nanoseconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+}
+
+// The time of a processor that an operation takes.
 template <typename Operation>
 double cost(Operation operation) {
     constexpr int rounds = 2'000'000;
-    const auto start = Clock::now();
+    const double start = thread_nanoseconds();
     for (int i = 0; i < rounds; ++i) operation();
-    return static_cast<double>(nanoseconds_since(start)) / rounds;
+    return (thread_nanoseconds() - start) / rounds;
 }
 
 // The cost for a thread while as many do the same; the least of some measurements.

@@ -5,7 +5,6 @@
 // (default 10).
 #include <algorithm>
 #include <fstream>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -44,13 +43,23 @@ void fill(const std::string &path) {
     store.compact();
 }
 
-// Bytes of this process's pages that it shares with nobody.
-unsigned long long private_dirty() {
+// Memory of this process in bytes. Pages of a file on tmpfs that no other process maps are among
+// the dirty ones, though nothing was stored in them; anonymous ones are the process's own.
+struct Memory {
+    unsigned long long private_dirty = 0;
+    unsigned long long anonymous = 0;
+};
+
+Memory memory() {
+    Memory found;
     std::ifstream lines("/proc/self/smaps_rollup");
-    for (std::string line; std::getline(lines, line);) {
-        if (line.rfind("Private_Dirty:", 0) == 0) return std::stoull(line.substr(14)) * 1024;
+    std::string name, unit;
+    std::getline(lines, name);
+    for (unsigned long long kilobytes = 0; lines >> name >> kilobytes >> unit;) {
+        if (name == "Private_Dirty:") found.private_dirty = kilobytes * 1024;
+        if (name == "Anonymous:") found.anonymous = kilobytes * 1024;
     }
-    return 0;
+    return found;
 }
 
 unsigned long long visit_all(const tarn::session &session) {
@@ -93,7 +102,7 @@ void change_until_the_end(Course &course, const std::string &path) {
     const tarn::store store = tarn::store::open(path);
     tarn::session session(store);
     auto table = Table::open(session, table_name);
-    std::mt19937 chance(1);
+    bench::Chance chance(1);
     while (!course.ended) {
         tarn::transaction transaction(session);
         const std::string name = name_of(chance() % records);
@@ -106,17 +115,19 @@ void change_until_the_end(Course &course, const std::string &path) {
     }
 }
 
-void print_memory(const char *when, unsigned long long before, const tarn::store &store,
+void print_memory(const char *when, const Memory &before, const tarn::store &store,
                   std::uint64_t commits) {
+    const Memory now = memory();
     std::printf(
-        "{\"memory of a reader\": \"%s\", \"private_dirty\": %llu, \"store\": %llu, "
-        "\"commits\": %llu}\n",
-        when, private_dirty() - before, static_cast<unsigned long long>(store.describe().size),
+        "{\"memory of a reader\": \"%s\", \"private_dirty\": %llu, \"anonymous\": %llu, "
+        "\"store\": %llu, \"commits\": %llu}\n",
+        when, now.private_dirty - before.private_dirty, now.anonymous - before.anonymous,
+        static_cast<unsigned long long>(store.describe().size),
         static_cast<unsigned long long>(commits));
 }
 
 void read_until_the_end(Course &course, const std::string &path) {
-    const unsigned long long before = private_dirty();
+    const Memory before = memory();
     const tarn::store store = tarn::store::open(path);
     const tarn::session session(store);
     print_memory("opened", before, store, 0);
