@@ -126,7 +126,8 @@ class OpenStore {
     }
 
     Image image_;
-    Sharing sharing_{image_};
+    ReadingScopes scopes_;
+    Sharing sharing_{image_, scopes_};
 };
 
 class Store : public Scene {
