@@ -33,6 +33,9 @@ class Catalog {
     // they have another owner.
     void claim_programs_blocks();
 
+    // A program's block may lead to others, which the store doesn't know.
+    bool has_programs_blocks() const { return !programs_.empty(); }
+
     std::vector<ListedTable> &tables() { return tables_; }
     Descriptors &descriptors() { return descriptors_; }
     const Descriptors &descriptors() const { return descriptors_; }

@@ -17,9 +17,10 @@ namespace {
 class StoreCheck {
  public:
     StoreCheck(const Image &image, kel_table_vector_lookup lookup, Findings &findings,
-               const Blocks::Progress &progress)
+               const Blocks::Progress &progress, Mends &mends)
         : image_(image),
           findings_(findings),
+          mends_(mends),
           blocks_(image, findings, progress),
           catalog_(image, findings, blocks_),
           entries_(image, findings, blocks_),
@@ -46,7 +47,7 @@ class StoreCheck {
 
  private:
     RecordParts parts() {
-        return {findings_, blocks_, catalog_.descriptors(), types_, objects_, opaque_};
+        return {findings_, blocks_, catalog_.descriptors(), types_, objects_, opaque_, mends_};
     }
 
     // The type of what has a descriptor with this LUID text.
@@ -108,7 +109,9 @@ class StoreCheck {
         findings_.add(where, "it is a %s, which is in no table: it is lost", table->record->name);
         blocks_.claim(record, 0, [&] { return where; });
         RecordParts shared = parts();
-        check_record(shared, table, record, block, [&] { return where; });
+        if (!check_record(shared, table, record, block, [&] { return where; })) return;
+        mends_.lost_records.push_back({table->vector, record});
+        ++mends_.findings;
     }
 
     void check_lost_block(Allocator::Extent block) {
@@ -123,6 +126,9 @@ class StoreCheck {
             findings_.add(where, "nothing refers to its %llu bytes: it is lost",
                           static_cast<unsigned long long>(block.size));
             opaque_.insert(block.offset);
+            if (catalog_.has_programs_blocks()) return;
+            mends_.lost_blocks.push_back(block.offset);
+            ++mends_.findings;
         }
     }
 
@@ -140,6 +146,7 @@ class StoreCheck {
 
     const Image &image_;
     Findings &findings_;
+    Mends &mends_;
     Blocks blocks_;
     Catalog catalog_;
     SideEntries entries_;
@@ -152,9 +159,15 @@ class StoreCheck {
 
 void check_store(const kel_store &store, kel_table_vector_lookup lookup, Findings &findings,
                  const Blocks::Progress &progress) {
-    if (check_header(store, findings)) StoreCheck(store, lookup, findings, progress).run();
+    Mends unused;
+    check_content(store, lookup, findings, progress, unused);
     if (store.sharing == nullptr) return;
     check_files(store.sharing->folder(), store.sharing->follower(), findings);
+}
+
+void check_content(const Image &image, kel_table_vector_lookup lookup, Findings &findings,
+                   const Blocks::Progress &progress, Mends &mends) {
+    if (check_header(image, findings)) StoreCheck(image, lookup, findings, progress, mends).run();
 }
 
 void check_roots(const Image &image, Findings &findings) {

@@ -2,6 +2,8 @@
 #include "runtime/check/records.h"
 
 #include <cstddef>
+#include <functional>
+#include <vector>
 
 #include "runtime/check/walks.h"
 #include "runtime/index/tree.h"
@@ -51,11 +53,15 @@ bool check_slot(RecordParts &parts, const ObjectType *type, void *object, const 
     return false;
 }
 
-// The tree of a table's tenants.
+// The tree of a table's tenants. Calls `found` with each.
 class TenantWalk {
  public:
-    TenantWalk(Blocks &blocks, Findings &findings, std::string table)
-        : blocks_(blocks), findings_(findings), table_(std::move(table)) {}
+    using Found = std::function<void(TenantCounters &)>;
+    TenantWalk(Blocks &blocks, Findings &findings, std::string table, Found found)
+        : blocks_(blocks),
+          findings_(findings),
+          table_(std::move(table)),
+          found_(std::move(found)) {}
 
     bool enter(Node *node) {
         return blocks_
@@ -63,11 +69,12 @@ class TenantWalk {
             .has_value();
     }
     void visit(Node *node) {
-        const auto &counters = *reinterpret_cast<const TenantCounters *>(node);
+        auto &counters = *reinterpret_cast<TenantCounters *>(node);
         if (counters.tenant <= last_ || counters.tenant > 0xffff) {
             findings_.add(name(node), "it isn't in order after tenant %u", last_);
         }
         last_ = counters.tenant;
+        found_(counters);
     }
     std::string name(const Node *node) const {
         if (node == nullptr) return table_ + ", its tenants";
@@ -79,6 +86,7 @@ class TenantWalk {
     Blocks &blocks_;
     Findings &findings_;
     std::string table_;
+    Found found_;
     std::uint32_t last_ = 0;  // the default tenant has no counters
 };
 
@@ -106,7 +114,9 @@ bool check_record(RecordParts &parts, const TableType *type, kel_record *record,
 
 void TableCheck::run() {
     const std::uint64_t foreign = parts_.objects.foreign();
+    const std::uint64_t before = parts_.findings.count();
     TreeWalk(parts_.findings, &table_.index_root, *this).run();
+    is_complete_ = parts_.findings.count() == before;
     if (parts_.descriptors.is_foreign(table_.descriptor)) {
         parts_.findings.add(listed_.name,
                             "its descriptor isn't in the store: only the process that made it can "
@@ -157,8 +167,16 @@ void TableCheck::visit(Node *node) {
     }
     if (readable) check_order(record);
     last_ = readable ? record : nullptr;
-    ++records_;
-    ++by_source_[record->src];
+    count(*record);
+}
+
+void TableCheck::count(const kel_record &record) {
+    const auto add = [&](Counts &counts) {
+        ++counts.total;
+        ++counts.by_source[record.src];
+    };
+    add(counts_);
+    if (record.tenant_id != 0) add(by_tenant_[record.tenant_id]);
 }
 
 void TableCheck::check_order(kel_record *record) {
@@ -169,23 +187,61 @@ void TableCheck::check_order(kel_record *record) {
                         static_cast<Number>(parts_.blocks.offset_of(last_)));
 }
 
+// A count of a tree that was walked can be mended.
+void TableCheck::check_count(std::uint32_t &count, std::uint32_t expected,
+                             const std::string &what) {
+    if (count == expected) return;
+    parts_.findings.add(listed_.name, "it counts %u records%s, its tree has %u", count,
+                        what.c_str(), expected);
+    if (!is_complete_) return;
+    parts_.mends.counts.push_back({&count, expected});
+    ++parts_.mends.findings;
+}
+
 void TableCheck::check_counts() {
-    if (table_.record_count != records_) {
-        parts_.findings.add(listed_.name, "it counts %u records, its tree has %llu",
-                            table_.record_count, static_cast<Number>(records_));
-    }
-    for (std::size_t source = 0; source < by_source_.size(); ++source) {
-        if (table_.src_counts[source] == by_source_[source]) continue;
-        parts_.findings.add(listed_.name, "it counts %u records of source %zu, its tree has %llu",
-                            table_.src_counts[source], source,
-                            static_cast<Number>(by_source_[source]));
+    check_count(table_.record_count, counts_.total, "");
+    for (std::size_t source = 0; source < counts_.by_source.size(); ++source) {
+        check_count(table_.src_counts[source], counts_.by_source[source],
+                    " of source " + std::to_string(source));
     }
 }
 
-// The counts are those of the threads' tenants, which needn't be those of the records.
 void TableCheck::check_tenants() {
-    TenantWalk walk(parts_.blocks, parts_.findings, listed_.name);
+    const std::uint64_t before = parts_.findings.count();
+    std::vector<TenantCounters *> found;
+    TenantWalk walk(parts_.blocks, parts_.findings, listed_.name,
+                    [&](TenantCounters &counters) { found.push_back(&counters); });
     TreeWalk(parts_.findings, &table_.tenant_counters, walk).run();
+    if (parts_.findings.count() != before) return;
+    for (TenantCounters *counters : found) check_tenant(*counters);
+    for (const auto &[tenant, counts] : by_tenant_) {
+        if (!counts.is_counted) add_uncounted(tenant, counts);
+    }
+}
+
+void TableCheck::check_tenant(TenantCounters &counters) {
+    const auto tenant = static_cast<std::uint16_t>(counters.tenant);
+    const std::string what = " of tenant " + std::to_string(tenant);
+    Counts &expected = by_tenant_[tenant];
+    expected.is_counted = true;
+    check_count(counters.total, expected.total, what);
+    for (std::size_t source = 0; source < expected.by_source.size(); ++source) {
+        if (counters.by_source[source] == expected.by_source[source]) continue;
+        check_count(counters.by_source[source], expected.by_source[source],
+                    what + " and source " + std::to_string(source));
+    }
+}
+
+void TableCheck::add_uncounted(std::uint16_t tenant, const Counts &counts) {
+    parts_.findings.add(listed_.name, "it doesn't count the %u records of tenant %u in its tree",
+                        counts.total, tenant);
+    if (!is_complete_) return;
+    for (std::size_t source = 0; source < counts.by_source.size(); ++source) {
+        if (counts.by_source[source] == 0) continue;
+        parts_.mends.uncounted.push_back(
+            {&table_, tenant, static_cast<std::uint8_t>(source), counts.by_source[source]});
+    }
+    ++parts_.mends.findings;
 }
 
 }  // namespace tarnbase::runtime

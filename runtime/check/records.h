@@ -5,9 +5,11 @@
 #define TARNBASE_RUNTIME_CHECK_RECORDS_H
 
 #include <array>
+#include <map>
 #include <string>
 
 #include "runtime/check/catalog.h"
+#include "runtime/check/mends.h"
 #include "runtime/check/objects.h"
 #include "runtime/index/node.h"
 
@@ -21,6 +23,7 @@ struct RecordParts {
     TableTypes &types;
     ObjectCheck &objects;
     BlockSet &opaque;  // objects of unknown types
+    Mends &mends;
 };
 
 // A record's links to its objects, its flags and its side entry. The record's block has its
@@ -41,18 +44,29 @@ class TableCheck {
     std::string name(const Node *node) const;
 
  private:
+    struct Counts {
+        std::uint32_t total = 0;
+        std::array<std::uint32_t, 256> by_source{};
+        bool is_counted = false;
+    };
+
+    void count(const kel_record &record);
     void check_order(kel_record *record);
     void check_counts();
+    void check_count(std::uint32_t &count, std::uint32_t expected, const std::string &what);
     void check_tenants();
+    void check_tenant(struct TenantCounters &counters);
+    void add_uncounted(std::uint16_t tenant, const Counts &counts);
 
     RecordParts &parts_;
     const ListedTable &listed_;
     kel_table &table_;
     const TableType *type_;
-    std::uint64_t records_ = 0;
-    std::array<std::uint64_t, 256> by_source_{};
-    kel_record *last_ = nullptr;            // the record before, if it can be compared
-    const kel_record *readable_ = nullptr;  // the last one whose key can be read
+    Counts counts_;
+    std::map<std::uint16_t, Counts> by_tenant_;  // without the default one
+    bool is_complete_ = true;                    // the walk has seen the whole tree
+    kel_record *last_ = nullptr;                 // the record before, if it can be compared
+    const kel_record *readable_ = nullptr;       // the last one whose key can be read
 };
 
 }  // namespace tarnbase::runtime

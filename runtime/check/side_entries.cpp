@@ -97,7 +97,8 @@ bool SideEntries::use_text(const kel_vstring *string, const char *text, std::uin
     const auto *entry =
         reinterpret_cast<const MapNode *>(reinterpret_cast<std::uintptr_t>(text) - sizeof(MapNode));
     const auto block = blocks_.at(entry, sizeof(MapNode) + length);
-    if (!block || !texts_.has(block->offset) || entry->key != map_key(string)) return false;
+    if (!block || entry->key != map_key(string)) return false;
+    if (!texts_.has(block->offset) && !accepts_unlisted_texts_) return false;
     used_.insert(block->offset);
     return true;
 }

@@ -22,6 +22,8 @@ class SideEntries {
     // Checks the maps, and claims their blocks.
     void check();
 
+    // From now on a text may be missing in the map. It contains the address of its string, too.
+    void accept_unlisted_texts() { accepts_unlisted_texts_ = true; }
     // The text at `text`, if it is one that `string` owns; marks it as used.
     bool use_text(const kel_vstring *string, const char *text, std::uint64_t length);
     // The entries of an object or record, or null; marked as used.
@@ -49,6 +51,7 @@ class SideEntries {
     BlockSet texts_, used_;  // entries of texts; entries of any map that are used
     BlockSet by_object_, by_id_;
     bool texts_usable_ = false, data_usable_ = false, identities_usable_ = false;
+    bool accepts_unlisted_texts_ = false;
 };
 
 }  // namespace tarnbase::runtime
