@@ -94,6 +94,12 @@ set(TARNBASE_RUNTIME_SOURCES
   check/ring.cpp
   check/side_entries.cpp
   check/types.cpp
+  salvage/finds.cpp
+  salvage/frames_left.cpp
+  salvage/lenient_load.cpp
+  salvage/record_salvage.cpp
+  salvage/repair.cpp
+  salvage/salvage.cpp
   handle/check.cpp
   handle/handle.cpp
   handle/hooks.cpp

@@ -542,19 +542,57 @@ typedef void (*kel_check_progress)(uint64_t blocks, uint64_t total, void *contex
  * Checks this process's copy of a store, and the store's files: page heads, bitmaps and counts of
  * blocks; descriptors; the table list, keys and ids; each table's tree, its order by the key,
  * records, objects, strings, addresses and state blocks; the entries of texts, of objects' data
- * and of identities; counts by source; the replication stream; that each block has
+ * and of identities; counts by source and by tenant; the replication stream; that each block has
  * one owner; the checksums of the checkpoint and of the log. Whatever the bytes are, the check
  * ends and accesses nothing outside of the store. It changes nothing.
  *
  * `lookup` finds the tables' vectors, as for kel_replication_attach; with null, objects and the
  * order of records aren't checked. `report` is called with each finding. `progress` may be null.
  * `context` is passed to both. A record or an object that a process has made, but not inserted
- * in a table or attached to a record, is a finding.
+ * in a table or attached to a record, is a finding. So are the counts of a tenant that has inserted
+ * or deleted other tenants' records: they are those of the thread's tenant.
  * Errors: EBADMSG something was reported; EBUSY a transaction is open in this process; ENOMEM.
  */
 TARNBASE_API uint32_t kel_store_check(kel_store *store, kel_table_vector_lookup lookup,
                                       kel_check_report report, kel_check_progress progress,
                                       void *context);
+
+/*
+ * Mends what can be mended in a store's files and contents, as the writer, in one commit: records
+ * counted wrongly, by source and by tenant; memory that nothing refers to, if nothing else is
+ * wrong and no other process may write the store; a damaged checkpoint, if an older one and the
+ * log are whole; files that killed processes have left. A store without a fault of these kinds is
+ * only compacted. kel_store_check says afterwards what is left.
+ *
+ * `lookup` as for kel_store_check; with null, nothing is mended in the contents.
+ * Errors: ETIMEDOUT another process stays the writer; EBUSY one makes a checkpoint; EBADMSG the
+ * files are damaged: kel_store_salvage may read them; and those of kel_store_open and
+ * kel_store_compact.
+ */
+TARNBASE_API uint32_t kel_store_repair(const char *path, kel_table_vector_lookup lookup);
+
+/*
+ * Receives a line that says what a salvage has lost, and why: `records` records of `table`, one of
+ * the new store's or null if it isn't known. 0: damage that no record is known to be lost by.
+ */
+typedef void (*kel_salvage_report)(const kel_table *table, uint64_t records, const char *text,
+                                   void *context);
+/*
+ * Makes a private store of what can be read of a damaged one: its tables with the records that
+ * are sound. The newest checkpoint that can be read is used, with the log after it up to where it
+ * is damaged. One wrong bit in a page is put right; another page with a wrong checksum may lead to
+ * records, but no value in it is taken. Records are found in any memory, whether or not a tree
+ * leads to them. A table whose name is lost is named after its place. The files aren't changed,
+ * and whatever their bytes are, nothing outside of the store is accessed.
+ *
+ * The new store is for reading: its tables are at addresses of their own, and their keys aren't
+ * entered. `lookup` is as for kel_replication_attach. `report` is called with each loss.
+ * Errors: EBADMSG no checkpoint can be read; EINVAL not a store; EADDRINUSE the store's addresses
+ * are taken in this process; ENOMEM; and those of open(2).
+ */
+TARNBASE_API uint32_t kel_store_salvage(const char *path, kel_table_vector_lookup lookup,
+                                        kel_salvage_report report, void *context,
+                                        kel_store **store);
 
 TARNBASE_END
 

@@ -157,6 +157,58 @@ void *Allocator::allocate_large(std::uint64_t size) {
     return reinterpret_cast<char *>(page) + large_block_offset;
 }
 
+// Whether a page begins with the head of small blocks. Its count is made that of its bitmap.
+bool Allocator::recover_small(Page *page) {
+    if (page->kind != PageKind::small_blocks || page->size_class >= size_class_count) return false;
+    const SizeClass &shape = size_classes[page->size_class];
+    const std::uint32_t last = (shape.slots - 1) / 64;
+    page->bitmap()[last] &= ~0ULL >> (63 - (shape.slots - 1) % 64);
+    std::uint32_t used = 0;
+    for (std::uint32_t word = 0; word <= last; ++word) {
+        used += static_cast<std::uint32_t>(std::popcount(page->bitmap()[word]));
+    }
+    if (used == 0) return false;
+    page->used = used;
+    page->pages = 1;
+    state_->blocks += used;
+    state_->block_bytes += std::uint64_t{used} * shape.size;
+    return true;
+}
+
+// Returns the number of pages that belong together.
+std::uint64_t Allocator::recover_page(std::uint64_t number) {
+    Page *page = page_at(number);
+    if (page->kind == PageKind::large_block && page->pages != 0 &&
+        page->pages <= state_->size / page_size - number) {
+        heads_.insert(number);
+        state_->blocks += 1;
+        state_->block_bytes += page->pages * page_size;
+        return page->pages;
+    }
+    if (recover_small(page)) {
+        heads_.insert(number);
+        if (page->used < size_classes[page->size_class].slots) {
+            with_free_slot_[page->size_class].insert(number);
+        }
+        return 1;
+    }
+    const auto *bytes = reinterpret_cast<const char *>(page);
+    // Another page isn't free either: what is free is zero.
+    if (std::all_of(bytes, bytes + page_size, [](char byte) { return byte == 0; })) {
+        free_.insert(number);
+    }
+    return 1;
+}
+
+void Allocator::recover() {
+    std::memset(region_->base() + page_sets_offset, 0, front_ - page_sets_offset);
+    state_->blocks = 0;
+    state_->block_bytes = 0;
+    const std::uint64_t end = state_->size / page_size;
+    for (std::uint64_t number = front_ / page_size; number < end;) number += recover_page(number);
+    free_.insert_range(end, region_->capacity() / page_size);
+}
+
 bool Allocator::claim(std::uint64_t offset, std::uint64_t size) {
     if (offset >= region_->capacity() || size > region_->capacity()) return false;
     return size <= largest_small_block ? claim_small(offset, size_class_of(size))

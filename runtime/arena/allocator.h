@@ -52,6 +52,10 @@ class Allocator {
     std::uint64_t free_bytes() const;
     bool is_allocated(const void *block) const { return locate(block).has_value(); }
 
+    // Makes the sets of pages and the counts those that the pages' heads and bitmaps say, whatever
+    // they are now. Requires: the state's size is at most what is mapped.
+    void recover();
+
     // Allocates the block that another process got at `offset`, with all of its `size` bytes.
     // False: there is no such block, or it isn't free.
     bool claim(std::uint64_t offset, std::uint64_t size);
@@ -92,6 +96,8 @@ class Allocator {
     void release_small(Page *page, std::uint32_t slot);
     bool grow_to(std::uint64_t end);
     void shrink();
+    std::uint64_t recover_page(std::uint64_t number);
+    bool recover_small(Page *page);
 
     // Whether a page's head is one of a large block whose bytes are mapped.
     bool is_large(const Page *page) const;

@@ -113,6 +113,14 @@ bool WriterLock::shown_holder(const LockPage &page, Holder &holder) {
     return runtime::is_held(word) && load_holder(page, word, holder) && may_be_alive(holder);
 }
 
+bool WriterLock::is_alone() const {
+    std::uint32_t pid = 0;
+    for (std::uint32_t number = 0; number < most_processes; ++number) {
+        if (number != number_ && processes_.is_locked(number, pid)) return false;
+    }
+    return true;
+}
+
 bool WriterLock::try_lock_checkpoints() {
     return !is_inherited() && processes_.try_lock(checkpoints_byte);
 }

@@ -55,6 +55,9 @@ class WriterLock {
     // shows a holder that may be alive.
     static bool shown_holder(const LockPage &page, Holder &holder);
 
+    // Whether no other process is registered.
+    bool is_alone() const;
+
     // A lock for the maker of checkpoints. False: another process has it.
     bool try_lock_checkpoints();
     void unlock_checkpoints();

@@ -7,6 +7,8 @@
 #include "runtime/base/error_text.h"
 #include "runtime/check/check.h"
 #include "runtime/index/tree.h"
+#include "runtime/salvage/repair.h"
+#include "runtime/salvage/salvage.h"
 #include "runtime/store/file.h"
 #include "runtime/store/open_stores.h"
 #include "runtime/store/store.h"
@@ -91,6 +93,26 @@ std::uint32_t kel_store_open_copy(const char *path, kel_store **store) {
         made.sharing.reset();
         return error;
     });
+}
+
+std::uint32_t kel_store_salvage(const char *path, kel_table_vector_lookup lookup,
+                                kel_salvage_report report, void *context, kel_store **store) {
+    return make_store(path, store, [&](kel_store &made) {
+        made.path = path;
+        return salvage_store(
+            path, made, lookup,
+            [&](const kel_table *table, std::uint64_t records, const std::string &text) {
+                report(table, records, text.c_str(), context);
+            });
+    });
+}
+
+std::uint32_t kel_store_repair(const char *path, kel_table_vector_lookup lookup) {
+    try {
+        return repair_store(path, lookup);
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM, "%s: no memory", path);
+    }
 }
 
 std::uint32_t kel_store_open_or_create(const char *path, const kel_store_options *options,

@@ -66,6 +66,17 @@ std::uint32_t Image::load(Checkpoint &checkpoint) {
     return 0;
 }
 
+bool Image::adopt(void *base, std::uint64_t size) {
+    size = std::max(size / page_size * page_size, Allocator::front_bytes(region.capacity()));
+    if (!region.reach(size)) return false;
+    attach();
+    header->base = base;
+    header->capacity = region.capacity();
+    header->arena.size = size;
+    allocator.recover();
+    return true;
+}
+
 const char *Image::wrong_size() const {
     const std::uint64_t size = header->arena.size;
     if (size % page_size != 0) return "it is no multiple of a page";

@@ -23,11 +23,18 @@ class Image {
     // is damaged, and says how.
     std::uint32_t load(Checkpoint &checkpoint);
 
+    // Uses what was put into the region, damaged or not: the header gets the numbers of a store
+    // for the address `base` with `size` bytes, and the allocator is recovered. False: the process
+    // can't map as much.
+    bool adopt(void *base, std::uint64_t size);
+
     // Maps what a frame needs. False: the process can't map as much.
     bool map_for(std::span<const char> frame);
     // Applies a frame that was checked. Returns null, or what is wrong with an operation: then
     // those before it were applied.
     const char *apply(std::span<const char> frame);
+    // The same for one operation, whose offset is below the capacity.
+    const char *apply(const struct Operation &operation);
 
     // What is wrong with the store's size, or null. Everything relies on it.
     const char *wrong_size() const;
@@ -47,7 +54,6 @@ class Image {
     void attach();
     std::uint64_t end_after(std::span<const char> frame) const;
     bool may_write(std::uint64_t offset, std::uint64_t length) const;
-    const char *apply(const struct Operation &operation);
 };
 
 }  // namespace tarnbase::runtime

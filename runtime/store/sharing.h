@@ -63,6 +63,8 @@ class Sharing {
     // Error: the parent process has opened the store.
     std::uint32_t check_not_inherited() const;
 
+    // Whether no other process may write the store now.
+    bool is_alone() const { return lock_.is_alone(); }
     // Whether a process has the lock, and which, as far as it is known.
     bool holder(Holder &holder) const;
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "runtime/index/block_allocator.h"
 #include "runtime/store/image.h"
@@ -78,6 +79,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     tarnbase::runtime::ReadingScopes scopes;
     std::string path;                                     // empty: a private store
     std::unique_ptr<tarnbase::runtime::Sharing> sharing;  // null: a private store
+    std::vector<std::unique_ptr<kel_table>> salvaged_tables;  // of a salvaged store
     std::uint64_t allocations_until_failure = 0;          // 0: none fails on purpose
     // The comparison of the last key index that got its first record. A check finds a table's
     // comparison here.

@@ -56,6 +56,13 @@ class store {
         kel_store *made = nullptr;
         return wrap(kel_store_create_private(&options, &made), made);
     }
+    /// Makes a private store of what can be read of a damaged one; `report` is called with each
+    /// loss. Errors: EBADMSG nothing can be read; as kel_store_salvage.
+    static result<store> try_salvage(const std::string &path, kel_table_vector_lookup lookup,
+                                     kel_salvage_report report, void *context) {
+        kel_store *made = nullptr;
+        return wrap(kel_store_salvage(path.c_str(), lookup, report, context, &made), made);
+    }
 
 #if TARN_EXCEPTIONS
     /// As try_create; throws.

@@ -1,123 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // Stores whose checksums are right and whose content is wrong: opening one neither reads nor writes
 // outside of it.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <stdexcept>
+#include <string>
 
 #include "runtime/catalog/named_entry.h"
-#include "runtime/checkpoint/checkpoint.h"
-#include "runtime/control/control.h"
-#include "runtime/log/frame.h"
-#include "runtime/store/header.h"
+#include "runtime/log/segment.h"
 #include "tests/unit/runtime_check/checked_store.h"
-#include "tests/unit/runtime_check/filled_store.h"
+#include "tests/unit/runtime_check/crafted_store.h"
 
 namespace tarn::test {
 namespace {
 
 using namespace tarnbase::runtime;
-
-void require(std::uint32_t error) {
-    if (error != 0) throw std::runtime_error(kel_error_text());
-}
-
-// The image of a store, not at its own address.
-class Crafted {
- public:
-    explicit Crafted(std::vector<char> &bytes, std::uint64_t base) : bytes_(bytes), base_(base) {}
-
-    StoreHeader &header() const { return *at<StoreHeader>(base_); }
-    template <typename T>
-    T *at(const void *address) const {
-        return at<T>(reinterpret_cast<std::uintptr_t>(address));
-    }
-    template <typename T>
-    T *at(std::uint64_t address) const {
-        return reinterpret_cast<T *>(bytes_.data() + (address - base_));
-    }
-    kel_table &table() const { return *at<kel_table>(header().tables.first); }
-    // The head of a large block.
-    Page &large() const {
-        for (std::uint64_t at = page_size;; at += page_size) {
-            Page &page = *reinterpret_cast<Page *>(bytes_.data() + at);
-            if (page.kind == PageKind::large_block && page.pages == 1) return page;
-        }
-    }
-    std::uint64_t offset_of(const void *place) const {
-        return static_cast<std::uint64_t>(static_cast<const char *>(place) - bytes_.data());
-    }
-
- private:
-    std::vector<char> &bytes_;
-    std::uint64_t base_;
-};
-
-class CraftedStore : public ::testing::Test {
- protected:
-    CraftedStore() {
-        kel_trace_set_sink([](void *, std::uint16_t, std::uint32_t, const char *) {}, nullptr);
-        std::string name = (std::filesystem::temp_directory_path() / "craft-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error(name);
-        directory_ = name;
-        path_ = directory_ / "test.store";
-        const kel_store_options options{64ULL << 20, nullptr};
-        kel_store *store = nullptr;
-        require(kel_store_create(path_.c_str(), &options, &store));
-        fill_store(store, 3);
-        require(kel_store_checkpoint(store));
-        kel_store_description description;
-        kel_store_describe(store, &description);
-        base_ = reinterpret_cast<std::uint64_t>(description.base);
-        bytes_.assign(static_cast<char *>(description.base),
-                      static_cast<char *>(description.base) + description.size);
-        kel_store_close(store);
-        forget_table_roots();
-        folder_ = File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        require(control_.open(folder_.descriptor(), path_.c_str()));
-        checkpoint_ = path_ / checkpoint_name(control_.page().checkpoint);
-        std::ifstream(checkpoint_, std::ios::binary)
-            .read(reinterpret_cast<char *>(&head_), sizeof head_);
-    }
-    ~CraftedStore() override { std::filesystem::remove_all(directory_); }
-
-    Crafted image() { return Crafted(bytes_, base_); }
-    void write_image() {
-        std::filesystem::remove(checkpoint_);
-        require(write_checkpoint(folder_.descriptor(), head_, bytes_));
-    }
-    // Publishes a frame.
-    void append(const std::function<void(FrameBuilder &)> &build) {
-        FrameBuilder frame;
-        frame.clear();
-        build(frame);
-        LogWriter log;
-        require(log.open(folder_.descriptor(), head_.id, head_.segment, head_.position));
-        require(log.append(frame.finish(head_.sequence + 1)));
-        control_.publish(log.position());
-    }
-    void expect_refusal(const char *text) {
-        kel_store *store = nullptr;
-        EXPECT_EQ(kel_store_open(path_.c_str(), &store), std::uint32_t{EBADMSG});
-        EXPECT_NE(std::string(kel_error_text()).find(text), std::string::npos) << kel_error_text();
-        EXPECT_EQ(store, nullptr);
-        kel_store_close(store);
-    }
-
-    std::filesystem::path directory_, path_, checkpoint_;
-    std::uint64_t base_ = 0;
-    std::vector<char> bytes_;
-    File folder_;
-    Control control_;
-    CheckpointHead head_{};
-};
 
 TEST_F(CraftedStore, ThatIsSoundOpens) {
     write_image();
@@ -222,13 +117,6 @@ TEST_F(CraftedStore, IsNotFreedAfterABlockThatClaimsToBeLarger) {
 // What a check finds in the files of a store that is open.
 class DamagedFile : public CraftedStore {
  protected:
-    void flip(const std::filesystem::path &path, std::uint64_t offset) {
-        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-        file.seekg(static_cast<std::streamoff>(offset));
-        const char old = static_cast<char>(file.get());
-        file.seekp(static_cast<std::streamoff>(offset));
-        file.put(static_cast<char>(old ^ 1));
-    }
     std::string findings() {
         std::string found = joined(findings_of(store_));
         kel_store_close(store_);
