@@ -29,7 +29,7 @@ using Words = std::vector<std::string>;
 TEST_F(Completion, OffersCommandsAndTheCommandsWithinThem) {
     EXPECT_EQ(candidates({"desc"}), (Words{"words", "describe"}));
     EXPECT_EQ(candidates({"store", ""}),
-              (Words{"words", "create", "info", "check", "backup", "compact"}));
+              (Words{"words", "create", "info", "check", "salvage", "backup", "compact"}));
     EXPECT_EQ(candidates({"completion", "f"}), (Words{"words", "fish"}));
     EXPECT_EQ(candidates({"nothing", "x"}), (Words{"words"}));
 }

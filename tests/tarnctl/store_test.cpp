@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <vector>
 
 #include "tarnbase/tarnbase.h"
@@ -247,6 +248,114 @@ TEST_F(Store, ThatIsDamagedHasFindings) {
     EXPECT_EQ(report["sound"], false);
     EXPECT_EQ(report["findings"].size(), 1U);
     EXPECT_EQ(tarnctl({"store", "check", directory / "none"}).exit_code, 4);
+}
+
+std::string files_of(const std::string &store) {
+    std::string all;
+    for (const auto &entry : std::filesystem::directory_iterator(store))
+        all += example_test::read_file(entry.path().string());
+    return all;
+}
+
+// Two wrong bytes in the page of the checkpoint that has the strings of tbl_ldap_conn's records.
+void damage_texts(const std::string &store) {
+    for (const auto &entry : std::filesystem::directory_iterator(store)) {
+        if (!entry.path().filename().string().starts_with("checkpoint-")) continue;
+        std::fstream file(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(file)),
+                                std::istreambuf_iterator<char>());
+        const std::size_t place = bytes.find("ldap1.example.net");
+        ASSERT_NE(place, std::string::npos);
+        file.seekp(static_cast<std::streamoff>(place));
+        file << "XX";
+    }
+}
+
+TEST_F(Store, ThatIsSoundIsSalvagedWhole) {
+    const std::string out = directory / "out.json", exported = directory / "exported.json";
+    ASSERT_EQ(on_store({"export", "-o", exported}).exit_code, 0);
+    const Outcome outcome = tarnctl({"store", "salvage", store, "--output", out});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_NE(outcome.err.find("tbl_ldap_conn:ldap: 5 saved, 0 lost\n"), std::string::npos);
+    EXPECT_EQ(example_test::read_file(out), example_test::read_file(exported));
+    // It is not replaced.
+    EXPECT_EQ(tarnctl({"store", "salvage", store, "--output", out}).exit_code, 4);
+    EXPECT_EQ(tarnctl({"store", "salvage", store}).exit_code, 2);
+}
+
+TEST_F(Store, ThatIsDamagedIsSalvagedInPart) {
+    ASSERT_EQ(tarnctl({"store", "compact", store}).exit_code, 0);
+    damage_texts(store);
+    const std::string before = files_of(store);
+    const std::string out = directory / "out.frames";
+    const Outcome outcome = tarnctl({"store", "salvage", store, "--json", "-o", out});
+    EXPECT_EQ(outcome.exit_code, 3) << outcome.err;
+    const json report = example_test::json_of(outcome.out);
+    EXPECT_EQ(report["output"], out);
+    EXPECT_GT(report["lost"], 0);
+    EXPECT_GT(report["saved"], 0);
+    for (const json &table : report["tables"]) {
+        if (table["instance"] != "tbl_ldap_conn:ldap") continue;
+        EXPECT_EQ(table["saved"].get<int>() + table["lost"].get<int>(), 5);
+    }
+    EXPECT_NE(outcome.out.find("doesn't match its checksum"), std::string::npos);
+    EXPECT_EQ(files_of(store), before);
+    // What was saved is a document for import.
+    ASSERT_EQ(tarnctl({"store", "create", "--capacity", "64M", made}).exit_code, 0);
+    const Outcome imported = tarnctl({"import", "--store", made, out});
+    EXPECT_EQ(imported.exit_code, 0) << imported.err;
+}
+
+TEST_F(Store, OfWhichNothingCanBeReadIsNotSalvaged) {
+    const std::string out = directory / "out.json";
+    for (const auto &entry : std::filesystem::directory_iterator(store)) {
+        if (entry.path().filename().string().starts_with("checkpoint-"))
+            std::filesystem::resize_file(entry.path(), 10);
+    }
+    const Outcome outcome = tarnctl({"store", "salvage", store, "-o", out});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_NE(outcome.err.find("no checkpoint of it can be read"), std::string::npos)
+        << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(out));
+    EXPECT_EQ(tarnctl({"store", "salvage", directory / "none", "-o", out}).exit_code, 4);
+}
+
+TEST_F(Store, IsRepaired) {
+    EXPECT_EQ(tarnctl({"store", "check", "--repair", store}).exit_code, 0);
+    {
+        kel_store *opened = nullptr;
+        ASSERT_EQ(kel_store_open(store.c_str(), &opened), 0U);
+        kel_handle *handle = nullptr;
+        ASSERT_EQ(kel_handle_create(opened, 1, &handle), 0U);
+        ASSERT_EQ(kel_store_lock(opened), 0U);
+        std::uint32_t &count = kel_store_first_table(opened)->record_count;
+        handle->write_log_hook(handle->arena, &count, sizeof count, KEL_TX_NONE);
+        count += 1;
+        ASSERT_EQ(kel_store_unlock(opened), 0U);
+        kel_handle_destroy(handle);
+        kel_store_close(opened);
+    }
+    EXPECT_EQ(tarnctl({"store", "check", store}).exit_code, 3);
+    const Outcome outcome = tarnctl({"store", "check", "--repair", store});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_TRUE(outcome.out.starts_with("mended: table tbl_")) << outcome.out;
+    EXPECT_EQ(tarnctl({"store", "check", store}).exit_code, 0);
+}
+
+TEST_F(Store, IsNotRepairedWithoutItsContent) {
+    ASSERT_EQ(tarnctl({"store", "compact", store}).exit_code, 0);
+    damage_texts(store);
+    const std::string before = files_of(store);
+    const Outcome outcome = tarnctl({"store", "check", "--repair", store});
+    EXPECT_EQ(outcome.exit_code, 3);
+    EXPECT_TRUE(outcome.out.starts_with("not mended: ")) << outcome.out;
+    EXPECT_NE(outcome.err.find("tarnctl store salvage"), std::string::npos) << outcome.err;
+    EXPECT_EQ(files_of(store), before);
+    const Outcome in_json = tarnctl({"store", "check", "--repair", "--json", store});
+    const json report = example_test::json_of(in_json.out);
+    EXPECT_EQ(report["sound"], false);
+    EXPECT_TRUE(report["mended"].empty());
+    EXPECT_EQ(report["findings"].size(), 1U);
 }
 
 }  // namespace

@@ -83,19 +83,8 @@ std::vector<Instance> chosen(const Store &store, const std::vector<std::string> 
     return found;
 }
 
-// The form of --format, or that of the file's suffix, or JSON without a suffix.
-Format chosen_format(const Options &options) {
-    if (options.format) return *options.format;
-    if (const auto format = format_of_name(options.output)) return *format;
-    if (suffix_of(options.output).empty()) return Format::json;
-    throw Failure(Exit::usage,
-                  fmt::format("--output `{}`: expected a name that ends in .xml, .json or .frames; "
-                              "--format chooses the form for any other",
-                              options.output));
-}
-
 Format format_of(const Options &options) {
-    const Format format = chosen_format(options);
+    const Format format = chosen_format(options.format, options.output);
     if (format != Format::xml && (options.skip || options.escape))
         throw Failure(Exit::usage,
                       "--skip and --escape: only XML has records that it can't represent");

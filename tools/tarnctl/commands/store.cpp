@@ -86,11 +86,12 @@ void declare_create(cli::Command &group) {
 
 void declare_store(cli::Command &program, Exit &status) {
     cli::Command &group =
-        program.command("store", "Make, describe, check, copy and compact stores");
+        program.command("store", "Make, describe, check, salvage, copy and compact stores");
     group.notes = "Example:\n  tarnctl store create net.store";
     declare_create(group);
     declare_store_info(group);
     declare_store_check(group, status);
+    declare_store_salvage(group, status);
     declare_store_backup(group);
     declare_store_compact(group);
 }

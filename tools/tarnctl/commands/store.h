@@ -13,6 +13,7 @@ void declare_store_backup(cli::Command &group);
 void declare_store_check(cli::Command &group, Exit &status);
 void declare_store_compact(cli::Command &group);
 void declare_store_info(cli::Command &group);
+void declare_store_salvage(cli::Command &group, Exit &status);
 
 }  // namespace tarnctl
 

@@ -5,6 +5,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
 #include <memory>
@@ -24,6 +25,7 @@ namespace {
 
 struct Options {
     std::string path;
+    bool repair = false;
     bool json = false;
 };
 
@@ -56,16 +58,56 @@ std::vector<std::string> findings_in(const std::string &path) {
     return std::move(findings.lines);
 }
 
-void print_json(const Options &options, const std::vector<std::string> &findings) {
+Json json_of(const std::vector<std::string> &findings) {
     Json lines = Json::array();
     for (const std::string &line : findings) lines.add(json_of_bytes(line));
+    return lines;
+}
+
+void print_json(const Options &options, const std::vector<std::string> &findings) {
     const Json report{{"path", json_of_bytes(options.path)},
                       {"sound", findings.empty()},
-                      {"findings", std::move(lines)}};
+                      {"findings", json_of(findings)}};
     std::cout << report.dump(2) << '\n';
 }
 
+// Mends what can be mended. What can't is found by the next check.
+void mend(const std::string &path) {
+    const uint32_t error = kel_store_repair(path.c_str(), tarnbase_table_get_vft);
+    if (error == 0 || error == EBADMSG) return;
+    const bool busy = error == ETIMEDOUT || error == EBUSY;
+    throw Failure(busy ? Exit::busy : Exit::store, kel_error_text());
+}
+
+bool has(const std::vector<std::string> &lines, const std::string &line) {
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+void repair(const Options &options, Exit &status) {
+    std::vector<std::string> mended = findings_in(options.path);
+    mend(options.path);
+    const std::vector<std::string> left = findings_in(options.path);
+    std::erase_if(mended, [&](const std::string &line) { return has(left, line); });
+    if (!left.empty()) status = Exit::data;
+    if (options.json) {
+        const Json report{{"path", json_of_bytes(options.path)},
+                          {"sound", left.empty()},
+                          {"mended", json_of(mended)},
+                          {"findings", json_of(left)}};
+        std::cout << report.dump(2) << '\n';
+        return;
+    }
+    const Screen &screen = output_screen();
+    for (const std::string &line : mended)
+        std::cout << fmt::format("mended: {}\n", shown(line, screen));
+    for (const std::string &line : left)
+        std::cout << fmt::format("not mended: {}\n", shown(line, screen));
+    if (!left.empty())
+        std::cerr << fmt::format("tarnctl: `tarnctl store salvage` saves what can be read\n");
+}
+
 void check(const Options &options, Exit &status) {
+    if (options.repair) return repair(options, status);
     const std::vector<std::string> findings = findings_in(options.path);
     if (!findings.empty()) status = Exit::data;
     if (options.json) return print_json(options, findings);
@@ -82,6 +124,8 @@ void declare_store_check(cli::Command &group, Exit &status) {
         .named("-s,--store")
         .environment("TARNBASE_STORE")
         .required();
+    command.flag("--repair", options->repair,
+                 "Mend what can be mended, as the writer, and check again");
     add_json_option(command, options->json);
     command.notes =
         "Checks the checksums of all files; then each table, record, object and text, the\n"
@@ -89,11 +133,22 @@ void declare_store_check(cli::Command &group, Exit &status) {
         "is sound has no output and exit status 0. Otherwise there is a line for each\n"
         "fault, with the table and the record's key where they are known, and the exit\n"
         "status is 3.\n\n"
-        "Nothing is changed. Other processes may write meanwhile: what is checked is the\n"
+        "Without --repair nothing is changed. Other processes may write meanwhile: what is checked "
+        "is the\n"
         "last commit. A record or object that a process has made, but not yet inserted in\n"
-        "a table or attached to a record, is reported as lost.\n\n"
+        "a table or attached to a record, is reported as lost. Records are counted by the\n"
+        "tenant of the thread that inserts or deletes them: if a program does that with\n"
+        "records of another tenant, its counts are reported.\n\n"
+        "--repair mends, in one commit, counts of records by table, source and tenant; and\n"
+        "memory that is lost, if there are no other faults, no program keeps memory of its\n"
+        "own in the store, and no other process may write it. A checkpoint that can't be used\n"
+        "is replaced if an older one and the log are whole. Files that killed processes have\n"
+        "left are removed. Each line then begins with mended: or not mended:, and the exit\n"
+        "status is that of the second check. `tarnctl store salvage` reads what can't be\n"
+        "mended.\n\n"
         "Examples:\n"
         "  tarnctl store check net.store\n"
+        "  tarnctl store check --repair net.store\n"
         "  tarnctl store check --json net.store";
     command.action = [options, &status] { check(*options, status); };
 }

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -45,6 +46,10 @@ struct Unfit {
     // the export.
     std::function<void(const std::string &)> skip;
 };
+
+// The form that is asked for, or that of the output's suffix, or JSON without a suffix. Failure
+// `usage` for another suffix.
+Format chosen_format(const std::optional<Format> &format, const std::string &output);
 
 // A writer of the form; it writes the beginning of the document to `out`.
 std::unique_ptr<Writer> make_writer(Format format, std::ostream &out, Unfit unfit = {});

@@ -39,6 +39,9 @@ const Table *table_of(const Store &store, const kel_table &block) {
     for (const Table *table : catalogue.tables) {
         if (key.ends_with(luid_suffix(*table->descriptor))) return table;
     }
+    for (const Table *table : catalogue.tables) {
+        if (block.descriptor == table->descriptor) return table;
+    }
     if (!store.holds(block.descriptor)) return nullptr;
     return catalogue.table_of(*block.descriptor);
 }

@@ -11,6 +11,7 @@
 #include "base/failure.h"
 #include "base/time.h"
 #include "model/writer.h"
+#include "tarnbase/module.h"
 
 namespace tarnctl {
 namespace {
@@ -76,6 +77,13 @@ Store Store::create(const std::string &path, const kel_store_options &options) {
 
 Store Store::copy_of(const std::string &path) {
     return Store(checked(tarn::store::try_open_copy(path)), path, descriptors::of_store);
+}
+
+Store Store::salvaged_of(const std::string &path, kel_salvage_report report, void *context) {
+    auto store = tarn::store::try_salvage(path, tarnbase_table_get_vft, report, context);
+    if (!store && store.error().number() == EBADMSG)
+        throw Failure(Exit::data, store.error().what());
+    return Store(checked(std::move(store)), path, descriptors::of_library);
 }
 
 // Calls a function of the runtime that waits until this process is the writer.

@@ -29,6 +29,9 @@ class Store {
     static Store create(const std::string &path, const kel_store_options &options);
     // A copy of a store in memory: its changes don't reach the store.
     static Store copy_of(const std::string &path);
+    // What can be read of a damaged store, in memory; `report` is called with each loss. Failure
+    // `data` if nothing can be read, else `store`.
+    static Store salvaged_of(const std::string &path, kel_salvage_report report, void *context);
     // A store in memory, for keys and for records that are read from a document.
     static Store scratch();
 
