@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Checks a store whose image was changed, in memory or through a checkpoint with right checksums.
-// The check must end, and accept only what can be read.
+// The check must end, and accept only what can be read. What is salvaged of one can be read, too.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -23,7 +23,7 @@ namespace tarnbase::fuzz {
 
 namespace {
 
-constexpr u32 records = 6;
+constexpr u32 records = 4;
 
 // A fixed address, so that a failing input fails again.
 kel_store_options options_at(u64 base) { return {64ULL << 20, reinterpret_cast<void *>(base)}; }
@@ -44,7 +44,7 @@ void forget_table_roots() {
 }
 
 // A store without a finding can be read.
-void check_and_read(kel_store *store) {
+void check_and_read(kel_store *store, u32 mode) {
     u32 findings = 0;
     const u32 error = kel_store_check(
         store, tarnbase_table_get_vft,
@@ -54,7 +54,7 @@ void check_and_read(kel_store *store) {
         },
         nullptr, &findings);
     require(error == (findings == 0 ? 0 : EBADMSG), "a check returns whether it found something");
-    if (error == 0) read_everything(store);
+    if (error == 0) read_everything(store, mode);
 }
 
 // A store in memory, which is restored after each round.
@@ -74,9 +74,9 @@ class InMemory {
     InMemory(const InMemory &) = delete;
     InMemory &operator=(const InMemory &) = delete;
 
-    void run(Bytes changes) {
+    void run(Bytes changes, u32 mode) {
         image_->change(memory_, changes);
-        check_and_read(store_);
+        check_and_read(store_, mode);
         std::copy(image_->bytes().begin(), image_->bytes().end(), memory_);
     }
 
@@ -110,15 +110,15 @@ class InFiles {
     InFiles(const InFiles &) = delete;
     InFiles &operator=(const InFiles &) = delete;
 
-    void run(Bytes changes) {
+    void run(Bytes changes, u32 mode, u8 conditions) {
         std::vector<u8> bytes = image_->bytes();
         image_->change(bytes.data(), changes);
-        const std::span<const char> image(reinterpret_cast<const char *>(bytes.data()),
-                                          bytes.size());
         runtime::remove_checkpoints(folder_.descriptor(), head_.position + 1);
-        require(runtime::write_checkpoint(folder_.descriptor(), head_, image) == 0,
-                "a checkpoint can be written");
+        const bool is_wrong = (conditions & wrong_checksums) != 0;
+        write(is_wrong ? image_->bytes() : bytes);
+        if (is_wrong) overwrite(bytes);
         kel_store *store = nullptr;
+        if ((conditions & salvaged) != 0) return salvage(mode);
         const u32 error = kel_store_open(path_.c_str(), &store);
         require(error == 0 || error == EBADMSG, "a damaged store has its own error");
         if (error != 0) return;
@@ -128,11 +128,40 @@ class InFiles {
              table = table->toc_next) {
             require(table->open_mode <= KEL_OPEN_AUTO_ID, "a table that opens is sound");
         }
-        check_and_read(store);
+        check_and_read(store, mode);
         kel_store_close(store);
     }
 
  private:
+    void write(const std::vector<u8> &bytes) {
+        const std::span<const char> image(reinterpret_cast<const char *>(bytes.data()),
+                                          bytes.size());
+        require(runtime::write_checkpoint(folder_.descriptor(), head_, image) == 0,
+                "a checkpoint can be written");
+    }
+
+    // Puts an image into the checkpoint, whose checksums stay.
+    void overwrite(const std::vector<u8> &bytes) {
+        const std::string path = path_ + "/" + runtime::checkpoint_name(head_.position);
+        const runtime::File file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+        const auto offset = static_cast<off_t>(head_.image_offset);
+        require(::pwrite(file.descriptor(), bytes.data(), bytes.size(), offset) ==
+                    static_cast<ssize_t>(bytes.size()),
+                "a checkpoint can be overwritten");
+    }
+
+    void salvage(u32 mode) {
+        kel_store *store = nullptr;
+        const auto report = [](const kel_table *, u64, const char *text, void *) {
+            require(text[0] != '\0', "a loss has a text");
+        };
+        require(
+            kel_store_salvage(path_.c_str(), tarnbase_table_get_vft, report, nullptr, &store) == 0,
+            "a store whose checkpoint opens can be salvaged");
+        read_everything(store, mode);
+        kel_store_close(store);
+    }
+
     void read_head() {
         for (const auto &entry : std::filesystem::directory_iterator(path_)) {
             const std::string name = entry.path().filename().string();
@@ -168,10 +197,12 @@ void fuzz_store(Bytes bytes) {
     const Buffer rest = input.rest();
     const Bytes changes{rest.data(), rest.size()};
     if (changes.empty()) return;
-    if ((conditions & through_file) != 0) {
-        in_files.run(changes);
+    const u32 mode =
+        (conditions & with_tracking) != 0 ? KEL_STATE_TRACKING_ON : KEL_STATE_TRACKING_OFF;
+    if ((conditions & not_through_file) == 0) {
+        in_files.run(changes, mode, conditions);
     } else {
-        in_memory.run(changes);
+        in_memory.run(changes, mode);
     }
 }
 

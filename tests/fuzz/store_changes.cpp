@@ -100,7 +100,7 @@ void change_seeds(const TakeSeed &take) {
     constexpr u32 seeds = 128;
     for (u32 i = 0; i < seeds; ++i) {
         Random random(i);
-        std::vector<u8> input = {static_cast<u8>(i % 8 == 0 ? through_file : 0)};
+        std::vector<u8> input = {static_cast<u8>(i)};
         for (u32 left = (1 + i % 3) * change_bytes; left > 0; --left) {
             input.push_back(static_cast<u8>(random.below(256)));
         }

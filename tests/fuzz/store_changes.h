@@ -15,8 +15,14 @@
 
 namespace tarnbase::fuzz {
 
-// Bit 0 of the conditions: the image is written as a checkpoint, and the store is opened.
-inline constexpr u8 through_file = 1;
+// The lowest three bits of the conditions are zero: the image is written as a checkpoint, and the
+// store is opened.
+inline constexpr u8 not_through_file = 7;
+// It is read with tracking on.
+inline constexpr u8 with_tracking = 8;
+// The store isn't opened but salvaged; the checksums of what has changed are wrong.
+inline constexpr u8 salvaged = 16;
+inline constexpr u8 wrong_checksums = 32;
 
 class Image {
  public:

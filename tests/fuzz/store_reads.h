@@ -4,12 +4,14 @@
 #define TARNBASE_TESTS_FUZZ_STORE_READS_H
 
 #include "tarnbase/embedded.h"
+#include "tests/fuzz/targets.h"
 
 namespace tarnbase::fuzz {
 
-// Each table, each record in each form, and each state flag. Whatever an operation reports, it
+// Each table, each record in each form, and each state flag, with a handle in a mode of state
+// tracking. Whatever an operation reports, it
 // may not access anything outside of the store.
-void read_everything(kel_store *store);
+void read_everything(kel_store *store, u32 mode);
 
 }  // namespace tarnbase::fuzz
 
