@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <thread>
 
 #include "runtime/control/lock_page.h"
 #include "runtime/control/lock_protocol.h"
@@ -45,6 +48,31 @@ TEST_F(LockPageTest, TheHolderIsShownForItsAcquisitionAlone) {
     EXPECT_TRUE(load_holder(page_, word | waiters_bit, shown));
     EXPECT_EQ(std::memcmp(&shown, &self_, sizeof shown), 0);
     EXPECT_FALSE(load_holder(page_, held_word(word, 5), shown));
+}
+
+TEST_F(LockPageTest, AHolderThatChangesIsShownWholeOrNotAtAll) {
+    std::atomic<std::uint32_t> acquisition = 0;
+    std::atomic<bool> ends = false;
+    std::thread holders([&] {
+        Holder holder{};
+        for (std::uint32_t i = 1; !ends; ++i) {
+            holder.pid = i;
+            holder.start_time = i;
+            acquisition = i;
+            store_holder(page_, holder, i, i);
+        }
+    });
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+    std::uint64_t torn = 0;
+    while (std::chrono::steady_clock::now() < end) {
+        Holder shown{};
+        const std::uint64_t word = std::uint64_t{acquisition} << acquisitions_shift;
+        if (!load_holder(page_, word, shown)) continue;
+        torn += shown.start_time != shown.pid || shown.since != shown.pid;
+    }
+    ends = true;
+    holders.join();
+    EXPECT_EQ(torn, 0u);
 }
 
 TEST_F(LockPageTest, AProcessWithAReusedPidIsNotTheHolder) {

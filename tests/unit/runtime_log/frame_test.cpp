@@ -123,6 +123,14 @@ TEST(Frame, HasTheDocumentedBytes) {
     EXPECT_EQ(text_of(frame.subspan(56, 8)), "12345678");
 }
 
+TEST(Frame, PaddingIsZeroWhateverTheFrameBeforeContained) {
+    FrameBuilder builder;
+    builder.write(0, std::string(64, '\xff'));
+    builder.clear();
+    builder.write(0, std::string("abc"));
+    EXPECT_EQ(text_of(builder.finish(1).subspan(24, 8)), std::string("abc\0\0\0\0\0", 8));
+}
+
 TEST(Frame, RandomOperationsAreReadAgain) {
     Random random(3);
     FrameBuilder builder;

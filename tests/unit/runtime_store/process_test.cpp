@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -114,6 +115,19 @@ TEST_F(StoreProcess, BeginWaitsForAnotherWriterAndNamesIt) {
     EXPECT_EQ(kel_transaction_commit(store.handle, tx), 0U);
     ASSERT_TRUE(peer.tell());
     EXPECT_EQ(peer.join(), 0);
+}
+
+TEST_F(StoreProcess, ABeginThatFailsLeavesTheLock) {
+    const OpenStore store(path.c_str());
+    const std::filesystem::path segment = directory / "test.store" / "log-0000000000000000";
+    const std::filesystem::path away = directory / "away";
+    std::filesystem::rename(segment, away);
+    std::uint32_t tx = 0;
+    EXPECT_EQ(kel_transaction_begin(store.handle, &tx), std::uint32_t{ENOENT});
+    kel_store_writer writer;
+    EXPECT_EQ(kel_store_describe_writer(store.store, &writer), std::uint32_t{ENOENT});
+    std::filesystem::rename(away, segment);
+    EXPECT_EQ(store.change([&](std::uint32_t) { store.make("number"); }), 0U) << kel_error_text();
 }
 
 TEST_F(StoreProcess, ChangesWithoutTheLockAreRefusedAndUndone) {
