@@ -2,6 +2,7 @@
 """Finds the places of a C++ source that can be changed, one small change each."""
 
 import re
+import sys
 from dataclasses import dataclass
 
 
@@ -131,10 +132,17 @@ def fault_of(heading, entry, root):
 
 
 def faults_of(file, root):
-    """The mutants of a list: entries with an empty line between them."""
+    """The mutants of a list: entries with an empty line between them. Names those that are gone."""
     entries = [entry.split("\n") for entry in file.read_text().strip().split("\n\n")]
-    return [fault_of(lines[0], lines[1:], root) for lines in entries
-            if not lines[0].startswith("#")]
+    found = []
+    for lines in entries:
+        if lines[0].startswith("#"):
+            continue
+        try:
+            found.append(fault_of(lines[0], lines[1:], root))
+        except ValueError as error:
+            print(error, file=sys.stderr)
+    return found
 
 
 def applied(mutant, text):
