@@ -60,6 +60,7 @@ bool is_own_name(const std::string &name) {
                                               "selection",
                                               "session",
                                               "set_time",
+                                              "snapshot",
                                               "source",
                                               "store",
                                               "table",
