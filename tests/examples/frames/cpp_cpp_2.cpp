@@ -1,41 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
-// The search of docs/cpp.md, in a program without a throw that inserts what it then finds.
+// The snapshot of docs/cpp.md, in a program that inserts what it then adds up.
+#include <exception>
 #include <iostream>
 
+#include "tarnbase/tarn/snapshot.hpp"
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
 
 namespace {
 
-int status = 1;
-
-void log(const char *text) { std::cerr << text << '\n'; }
-void show(const tarn::record<tarn::ldap_conn> &server) { status = server.num_conns() == 7 ? 0 : 1; }
-
-tarn::result<void> insert(tarn::session &session, tarn::table<tarn::ldap_conn> &servers) {
-    auto transaction = tarn::transaction::try_begin(session);
-    if (!transaction) return transaction.error();
-    auto record = servers.try_make("ldap1.example.net");
-    if (!record) return record.error();
-    if (auto set = record->try_set_num_conns(7); !set) return set;
-    if (auto inserted = servers.try_insert(std::move(*record)); !inserted) return inserted.error();
-    return transaction->try_commit();
-}
-
-void look(tarn::table<tarn::ldap_conn> &servers) {
-#include "blocks/cpp_cpp_2.cpp"
+tarn::table<tarn::ldap_conn> insert(tarn::session &session) {
+    tarn::transaction transaction(session);
+    auto servers = tarn::table<tarn::ldap_conn>::open_or_create(session, "ldap");
+    auto record = servers.make("ldap1.example.net");
+    record.set_num_conns(7);
+    servers.insert(std::move(record));
+    transaction.commit();
+    return servers;
 }
 
 }  // namespace
 
-int main() {
-    auto store = tarn::store::try_open_or_create("first.store");
-    auto session = tarn::session::try_open(*store);
-    auto servers = tarn::table<tarn::ldap_conn>::try_open_or_create(*session, "ldap");
-    if (!servers) {
-        log(servers.error().what());
-        return 1;
-    }
-    if (auto inserted = insert(*session, *servers); !inserted) log(inserted.error().what());
-    look(*servers);
-    return status;
+int main() try {
+    const auto store = tarn::store::open_or_create("first.store");
+    tarn::session session(store);
+    auto servers = insert(session);
+    std::uint32_t total = 0;
+#include "blocks/cpp_cpp_2.cpp"
+    return total == 7 ? 0 : 1;
+} catch (const std::exception &error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }
