@@ -87,9 +87,8 @@ kel_record *scan_from_end(const Read &read, const Way &way, Selection selection)
     kel_index_node *node = enter_tenant(root, way, tenant);
     for (; node != nullptr; node = way.step(root, node, read.model.compare)) {
         kel_record *record = record_of(node);
-        if (record->tenant_id != tenant) return nullptr;
         if (is_wrong_source(selection, record) || is_hidden(selection, record)) continue;
-        return read.found(record);
+        return record->tenant_id == tenant ? read.found(record) : nullptr;
     }
     return nullptr;
 }

@@ -321,29 +321,6 @@ TEST_P(Traversals, IgnoringSourcesReturnPendingRecordsInOneStep) {
     }
 }
 
-TEST_P(Traversals, EnterATenantInOneStepWhateverOthersHave) {
-    for (u32 key = 0; key < 20; ++key) {
-        put_for(1, key);
-        put_for(3, key);
-    }
-    kel_record *low = put_for(2, 3);
-    put_for(2, 4);
-    kel_record *high = put_for(2, 5);
-    kel_thread_set_tenant(2);
-    for (const Traversal *t : names()) {
-        services.clear();
-        EXPECT_EQ(read(t->first), low);
-        EXPECT_EQ(read(t->first_ignore_src), low);
-        EXPECT_EQ(services.count("e_avl_get_next"), 2U);
-        EXPECT_EQ(read(t->last), high);
-        EXPECT_EQ(services.count("e_avl_get_prev"), 1U);
-        // After the tenant's last record no other tenant's records are looked at.
-        services.clear();
-        EXPECT_EQ(read(t->first_by_src, 9), nullptr);
-        EXPECT_EQ(services.count("e_avl_get_next"), 4U);
-    }
-}
-
 TEST_P(Traversals, SkipAPendingRecordAtEitherEnd) {
     set_pending(put(0));
     kel_record *between = put(1);
