@@ -15,11 +15,11 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/folder.h"
 #include "bench/session.h"
 
 namespace {
@@ -37,22 +37,6 @@ const std::vector<std::uint32_t> &order() {
     return numbers;
 }
 
-// A folder that is removed at the end.
-class Folder {
- public:
-    Folder() {
-        const char *parent = std::getenv("TMPDIR");
-        std::string name = std::string(parent != nullptr ? parent : "/dev/shm") + "/benchXXXXXX";
-        if (::mkdtemp(name.data()) == nullptr) std::abort();
-        path = name;
-    }
-    Folder(const Folder &) = delete;
-    Folder &operator=(const Folder &) = delete;
-    ~Folder() { std::filesystem::remove_all(path); }
-
-    std::filesystem::path path;
-};
-
 void need(bool good) {
     if (good) return;
     std::fprintf(stderr, "a call has failed: %s\n", kel_error_text());
@@ -62,8 +46,7 @@ void need(bool good) {
 // A table of servers in a store.
 class Servers {
  public:
-    explicit Servers(bool has_files)
-        : session_(has_files ? (folder_.path / "store").c_str() : nullptr) {
+    explicit Servers(bool has_files) : session_(has_files ? folder_.store().c_str() : nullptr) {
         begin();
         std::uint32_t err = 0;
         table_ = tbl_ldap_conn_table_open(session_.handle, tx_, "bench", 0, &err);
@@ -88,7 +71,7 @@ class Servers {
     }
 
  private:
-    Folder folder_;
+    bench::Folder folder_;
     bench::Session session_;
     kel_table *table_ = nullptr;
     std::uint32_t tx_ = 0;
@@ -117,7 +100,7 @@ class Lmdb {
         constexpr std::size_t map_bytes = std::size_t{4} << 30;
         need(mdb_env_create(&environment_) == 0);
         need(mdb_env_set_mapsize(environment_, map_bytes) == 0);
-        need(mdb_env_open(environment_, folder_.path.c_str(), MDB_WRITEMAP | MDB_NOSYNC, 0600) ==
+        need(mdb_env_open(environment_, folder_.path().c_str(), MDB_WRITEMAP | MDB_NOSYNC, 0600) ==
              0);
         begin();
         need(mdb_dbi_open(transaction_, nullptr, 0, &table_) == 0);
@@ -142,7 +125,7 @@ class Lmdb {
         need(mdb_put(transaction_, table_, &key, &data, 0) == 0);
     }
 
-    Folder folder_;
+    bench::Folder folder_;
     MDB_env *environment_ = nullptr;
     MDB_txn *transaction_ = nullptr;
     MDB_dbi table_ = 0;
@@ -153,7 +136,7 @@ class Lmdb {
 class Sqlite {
  public:
     Sqlite() {
-        need(sqlite3_open((folder_.path / "db").c_str(), &database_) == SQLITE_OK);
+        need(sqlite3_open((folder_.path() / "db").c_str(), &database_) == SQLITE_OK);
         run("PRAGMA journal_mode = WAL");
         run("PRAGMA synchronous = OFF");
         run("CREATE TABLE servers (name TEXT PRIMARY KEY, content BLOB) WITHOUT ROWID");
@@ -198,7 +181,7 @@ class Sqlite {
         step(statement);
     }
 
-    Folder folder_;
+    bench::Folder folder_;
     sqlite3 *database_ = nullptr;
     sqlite3_stmt *begin_ = nullptr;
     sqlite3_stmt *commit_ = nullptr;

@@ -1,15 +1,15 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // The log of a store: checksums, frames as small commits have them, appending and reading. The
-// files are in TMPDIR.
+// files are in TMPDIR, else in /dev/shm.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "bench/folder.h"
 #include "runtime/base/file.h"
 #include "runtime/log/crc32c.h"
 #include "runtime/log/frame.h"
@@ -23,19 +23,11 @@ constexpr StoreId id{1};
 
 class Folder {
  public:
-    Folder() {
-        std::string name = std::filesystem::temp_directory_path() / "log_bench.XXXXXX";
-        path_ = ::mkdtemp(name.data());
-        file_ = File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    }
-    Folder(const Folder &) = delete;
-    Folder &operator=(const Folder &) = delete;
-    ~Folder() { std::filesystem::remove_all(path_); }
     int descriptor() const { return file_.descriptor(); }
 
  private:
-    std::filesystem::path path_;
-    File file_;
+    bench::Folder folder_;
+    File file_{::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
 };
 
 // A commit of so many operations: one allocation of 128 bytes, and writes of 8 to 64 bytes.

@@ -15,9 +15,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <string>
+
+#include "bench/folder.h"
 
 namespace bench {
 
@@ -126,25 +127,6 @@ class Process {
 
  private:
     pid_t pid_;
-};
-
-// A folder in $TMPDIR, else in /dev/shm, that is removed at the end.
-class Folder {
- public:
-    Folder() {
-        const char *parent = std::getenv("TMPDIR");
-        std::string name = std::string(parent != nullptr ? parent : "/dev/shm") + "/benchXXXXXX";
-        if (::mkdtemp(name.data()) == nullptr) std::abort();
-        path_ = name;
-    }
-    Folder(const Folder &) = delete;
-    Folder &operator=(const Folder &) = delete;
-    ~Folder() { std::filesystem::remove_all(path_); }
-
-    std::string store() const { return (path_ / "store").string(); }
-
- private:
-    std::filesystem::path path_;
 };
 
 }  // namespace bench
