@@ -6,7 +6,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <system_error>
+#include <exception>
+#include <new>
 
 #include "runtime/base/error_text.h"
 #include "runtime/control/futex.h"
@@ -111,10 +112,14 @@ std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
     return fail(ENOMEM, "%s: no memory for a checkpoint", store_.path.c_str());
 }
 
+Checkpointer::Clock::duration Checkpointer::rest_left() {
+    const std::lock_guard guard(mutex_);
+    return end_of_rest_ - Clock::now();
+}
+
 void Checkpointer::rest() {
-    for (Clock::duration left{}; hurried_ == 0; futex_sleep(hurried_, 0, left)) {
-        left = end_of_rest_ - Clock::now();
-        if (left <= Clock::duration::zero()) return;
+    for (auto left = rest_left(); hurried_ == 0 && left.count() > 0; left = rest_left()) {
+        futex_sleep(hurried_, 0, left);
     }
 }
 
@@ -146,7 +151,7 @@ void Checkpointer::start(std::uint64_t size, bool is_urgent) {
     const SignalsBlocked blocked;
     try {
         thread_ = std::make_unique<std::thread>([this, size] { rest_and_make(size); });
-    } catch (const std::system_error &) {
+    } catch (const std::exception &) {
         const std::lock_guard guard(mutex_);
         state_ = State::idle;  // No thread can be made now: a later commit tries again.
     }

@@ -43,6 +43,7 @@ class Checkpointer {
 
     std::uint32_t make_locked(std::uint64_t size);
     std::uint32_t make_timed(std::uint64_t size);
+    Clock::duration rest_left();
     void rest();
     void rest_and_make(std::uint64_t size);
     void hurry();
