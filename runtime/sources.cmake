@@ -7,6 +7,13 @@ set(TARNBASE_RUNTIME_SOURCES
   arena/page_set.cpp
   arena/region.cpp
   index/address_map.cpp
+  index/index_editor.cpp
+  index/index_form.cpp
+  index/index_search.cpp
+  index/key_index.cpp
+  index/key_order.cpp
+  index/page_digests.cpp
+  index/positions.cpp
   index/tree.cpp
   log/crc32c.cpp
   log/frame.cpp
@@ -72,6 +79,7 @@ set(TARNBASE_RUNTIME_SOURCES
   value/u_int8.cpp
   value/usage.cpp
   value/vstring.cpp
+  order/record_order.cpp
   mapping/object_data.cpp
   mapping/object_identity.cpp
   tenant/counters.cpp
@@ -89,6 +97,7 @@ set(TARNBASE_RUNTIME_SOURCES
   check/descriptors.cpp
   check/files.cpp
   check/findings.cpp
+  check/index_walk.cpp
   check/objects.cpp
   check/records.cpp
   check/ring.cpp

@@ -18,7 +18,7 @@ using Number = unsigned long long;
 constexpr unsigned known_flags = KEL_RECORD_IN_INDEX | KEL_RECORD_PENDING_DESTROY |
                                  KEL_RECORD_PKEY_INSERTED | KEL_RECORD_HD_MAPPED;
 
-kel_record *record_of(const Node *node) {
+kel_record *record_of(const kel_index_node *node) {
     const auto address = reinterpret_cast<std::uintptr_t>(node) - offsetof(kel_record, index_node);
     return reinterpret_cast<kel_record *>(address);
 }
@@ -90,6 +90,18 @@ class TenantWalk {
     std::uint32_t last_ = 0;  // the default tenant has no counters
 };
 
+// The nodes of an index as a tree's.
+class IndexTree {
+ public:
+    explicit IndexTree(IndexedNodes &nodes) : nodes_(nodes) {}
+    bool enter(Node *node) { return nodes_.enter(to_public(node)); }
+    void visit(Node *node) { nodes_.visit(to_public(node)); }
+    std::string name(const Node *node) const { return nodes_.name(to_public(node)); }
+
+ private:
+    IndexedNodes &nodes_;
+};
+
 }  // namespace
 
 bool check_record(RecordParts &parts, const TableType *type, kel_record *record,
@@ -115,7 +127,7 @@ bool check_record(RecordParts &parts, const TableType *type, kel_record *record,
 void TableCheck::run() {
     const std::uint64_t foreign = parts_.objects.foreign();
     const std::uint64_t before = parts_.findings.count();
-    TreeWalk(parts_.findings, &table_.index_root, *this).run();
+    walk_index();
     is_complete_ = parts_.findings.count() == before;
     if (parts_.descriptors.is_foreign(table_.descriptor)) {
         parts_.findings.add(listed_.name,
@@ -132,7 +144,17 @@ void TableCheck::run() {
     check_tenants();
 }
 
-bool TableCheck::enter(Node *node) {
+// An index is a tree of its nodes, or pages.
+void TableCheck::walk_index() {
+    if (parts_.blocks.at(table_.index_root, sizeof(IndexPage)) && is_page(table_.index_root)) {
+        IndexWalk(parts_.findings, parts_.blocks, &table_.index_root, *this).run();
+    } else {
+        IndexTree tree(*this);
+        TreeWalk(parts_.findings, &table_.index_root, tree).run();
+    }
+}
+
+bool TableCheck::enter(kel_index_node *node) {
     kel_record *record = record_of(node);
     const std::uint64_t least = type_ != nullptr ? type_->record_bytes : KEL_RECORD_SIZE;
     const auto block =
@@ -141,7 +163,14 @@ bool TableCheck::enter(Node *node) {
     return block.has_value();
 }
 
-std::string TableCheck::name(const Node *node) const {
+bool TableCheck::get_key(const kel_index_node *node, KeyBytes &bytes) const {
+    const KeyOrder *order = type_ != nullptr ? order_of_keys(type_->order) : nullptr;
+    if (order == nullptr || record_of(node) != readable_) return false;
+    order->encode(node, bytes);
+    return true;
+}
+
+std::string TableCheck::name(const kel_index_node *node) const {
     if (node == nullptr) return listed_.name;
     const kel_record *record = record_of(node);
     if (record == readable_ && type_ != nullptr) {
@@ -151,7 +180,7 @@ std::string TableCheck::name(const Node *node) const {
     return listed_.name + ", record at offset " + std::to_string(parts_.blocks.offset_of(record));
 }
 
-void TableCheck::visit(Node *node) {
+void TableCheck::visit(kel_index_node *node) {
     kel_record *record = record_of(node);
     const auto block = parts_.blocks.at(record, KEL_RECORD_SIZE);
     const auto where = [&] { return name(node); };
@@ -182,7 +211,7 @@ void TableCheck::count(const kel_record &record) {
 void TableCheck::check_order(kel_record *record) {
     if (last_ == nullptr || type_->order == nullptr) return;
     if (type_->order(&last_->index_node, &record->index_node) == orders_before) return;
-    parts_.findings.add(name(to_node(&record->index_node)),
+    parts_.findings.add(name(&record->index_node),
                         "it isn't in order after the record at offset %llu",
                         static_cast<Number>(parts_.blocks.offset_of(last_)));
 }

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "runtime/check/catalog.h"
+#include "runtime/check/index_walk.h"
 #include "runtime/check/mends.h"
 #include "runtime/check/objects.h"
-#include "runtime/index/node.h"
 
 namespace tarnbase::runtime {
 
@@ -31,19 +31,20 @@ struct RecordParts {
 bool check_record(RecordParts &parts, const TableType *type, kel_record *record,
                   Allocator::Extent block, const ObjectCheck::Where &where);
 
-class TableCheck {
+class TableCheck final : private IndexedNodes {
  public:
     TableCheck(RecordParts &parts, const ListedTable &listed, const TableType *type)
         : parts_(parts), listed_(listed), table_(*listed.table), type_(type) {}
 
     void run();
 
-    // For the walk over the tree.
-    bool enter(Node *node);
-    void visit(Node *node);
-    std::string name(const Node *node) const;
-
  private:
+    void walk_index();
+    bool enter(kel_index_node *node) override;
+    void visit(kel_index_node *node) override;
+    bool get_key(const kel_index_node *node, KeyBytes &bytes) const override;
+    std::string name(const kel_index_node *node) const override;
+
     struct Counts {
         std::uint32_t total = 0;
         std::array<std::uint32_t, 256> by_source{};

@@ -2,28 +2,36 @@
 // A height-balanced tree: the subtrees of a node differ in height by at most one.
 #include "runtime/index/tree.h"
 
+#include <initializer_list>
+
 #include "runtime/index/node.h"
 
 namespace tarnbase::runtime {
 
 namespace {
 
+template <typename T>
+void store(WriteLog log, T &place, T value) {
+    if (log.handle != nullptr) {
+        log.set(place, value);
+    } else {
+        place = value;
+    }
+}
+
 // Changes a tree, announcing each store.
 class Editor {
  public:
     Editor(WriteLog log, void **anchor) : log_(log), anchor_(anchor) {}
 
-    void link(Node *node, Node *parent, Side side);
+    // Returns whether the tree has a level more.
+    bool link(Node *node, Node *parent, Side side);
     void unlink(Node *node);
 
  private:
     template <typename T>
     void set(T &place, T value) {
-        if (log_.handle != nullptr) {
-            log_.set(place, value);
-        } else {
-            place = value;
-        }
+        store(log_, place, value);
     }
     void set_balance(Node *node, Balance balance) {
         const auto parent = reinterpret_cast<std::uintptr_t>(node->parent());
@@ -42,7 +50,7 @@ class Editor {
     void replace_under(Node *parent, Node *from, Node *to);
     void replace_by_successor(Node *node, Node *successor);
 
-    void grown(Node *node);
+    bool grown(Node *node);
     void shrunk(Node *parent, Side side);
     bool rotate(Node *node, Side side);
     void rotate_once(Node *node, Node *child, Side side);
@@ -61,31 +69,32 @@ void Editor::replace_under(Node *parent, Node *from, Node *to) {
     }
 }
 
-void Editor::link(Node *node, Node *parent, Side side) {
+bool Editor::link(Node *node, Node *parent, Side side) {
     set(*node, Node{{nullptr, nullptr}, reinterpret_cast<std::uintptr_t>(parent), anchor_});
     if (parent == nullptr) {
         set(*anchor_, static_cast<void *>(node));
-    } else {
-        set(parent->child[side], node);
-        grown(node);
+        return true;
     }
+    set(parent->child[side], node);
+    return grown(node);
 }
 
-// The subtree of `node` has become higher by one.
-void Editor::grown(Node *node) {
+// The subtree of `node` has become higher by one. Returns whether the tree has.
+bool Editor::grown(Node *node) {
     for (Node *parent = node->parent(); parent != nullptr; parent = node->parent()) {
         const Side side = node->side_under(parent);
         if (parent->balance() == higher(side)) {
             rotate(parent, side);
-            return;
+            return false;
         }
         if (parent->balance() != Balance::even) {
             set_balance(parent, Balance::even);
-            return;
+            return false;
         }
         set_balance(parent, higher(side));
         node = parent;
     }
+    return true;
 }
 
 // The subtree of `parent` on that side has become lower by one.
@@ -166,6 +175,45 @@ void Editor::replace_by_successor(Node *node, Node *successor) {
     set_balance(successor, balance);
 }
 
+// Makes a tree of nodes that come in order: of each subtree the half before its root first.
+class Builder {
+ public:
+    Builder(WriteLog log, void **anchor, NextNode next, void *context)
+        : log_(log), anchor_(anchor), next_(next), context_(context) {}
+
+    void build(std::uint64_t count) {
+        Node *root = make(count).root;
+        store(log_, *anchor_, static_cast<void *>(root));
+    }
+
+ private:
+    struct Subtree {
+        Node *root;
+        int height;
+    };
+
+    Subtree make(std::uint64_t count) {
+        if (count == 0) return {nullptr, 0};
+        const Subtree low = make(count / 2);
+        Node *root = to_node(next_(context_));
+        const Subtree high = make(count - count / 2 - 1);
+        // The half before the root has at most one node more, and at most one level.
+        const Balance balance = low.height > high.height ? Balance::before_higher : Balance::even;
+        store(log_, *root,
+              Node{{low.root, high.root}, static_cast<std::uintptr_t>(balance), anchor_});
+        for (Node *child : {low.root, high.root}) {
+            if (child != nullptr)
+                child->parent_and_balance |= reinterpret_cast<std::uintptr_t>(root);
+        }
+        return {root, low.height + 1};
+    }
+
+    WriteLog log_;
+    void **anchor_;
+    NextNode next_;
+    void *context_;
+};
+
 // Whether a node is in the tree of `root`, without comparing.
 bool is_in(const Node *root, const Node *node) {
     if (root == nullptr || node->tree == nullptr || node->tree != root->tree) return false;
@@ -234,7 +282,8 @@ Node *root_node(void *root) { return static_cast<Node *>(root); }
 
 }  // namespace
 
-bool tree_insert(WriteLog log, void **anchor, kel_index_node *node, Compare compare) {
+bool tree_insert(WriteLog log, void **anchor, kel_index_node *node, Compare compare,
+                 bool *is_higher) {
     Node *parent = nullptr;
     Side side = before;
     for (Node *place = root_node(*anchor); place != nullptr; place = place->child[side]) {
@@ -243,7 +292,8 @@ bool tree_insert(WriteLog log, void **anchor, kel_index_node *node, Compare comp
         side = order == orders_before ? before : after;
         parent = place;
     }
-    Editor(log, anchor).link(to_node(node), parent, side);
+    const bool has_grown = Editor(log, anchor).link(to_node(node), parent, side);
+    if (is_higher != nullptr) *is_higher = has_grown;
     return true;
 }
 
@@ -274,6 +324,8 @@ kel_index_node *tree_previous(void *root, const kel_index_node *node, Compare co
     return to_public(neighbour(root_node(root), to_node(node), before, compare));
 }
 
+kel_index_node *tree_after(kel_index_node *node) { return to_public(step(to_node(node), after)); }
+
 std::uint32_t tree_walk(void *root, Visit visit, void *context) {
     for (Node *node = outermost(root_node(root), before); node != nullptr;) {
         Node *next = step(node, after);
@@ -288,6 +340,18 @@ std::uint64_t tree_size(void *root) {
     const Node *node = outermost(root_node(root), before);
     for (; node != nullptr; node = step(node, after)) ++size;
     return size;
+}
+
+std::uint32_t tree_height(void *root) {
+    std::uint32_t height = 0;
+    for (const Node *node = root_node(root); node != nullptr; ++height) {
+        node = node->child[node->balance() == Balance::before_higher ? before : after];
+    }
+    return height;
+}
+
+void tree_build(WriteLog log, void **anchor, std::uint64_t count, NextNode next, void *context) {
+    Builder(log, anchor, next, context).build(count);
 }
 
 }  // namespace tarnbase::runtime

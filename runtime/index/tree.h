@@ -25,8 +25,10 @@ constexpr std::uint32_t order_of(const T &a, const T &b) {
     return a < b ? orders_before : b < a ? orders_after : orders_equal;
 }
 
-// Links `node`, whose content doesn't matter. False: an equal one is linked already.
-bool tree_insert(WriteLog log, void **anchor, kel_index_node *node, Compare compare);
+// Links `node`, whose content doesn't matter. False: an equal one is linked already. Sets
+// `*is_higher`, if given, to whether the tree has a level more.
+bool tree_insert(WriteLog log, void **anchor, kel_index_node *node, Compare compare,
+                 bool *is_higher = nullptr);
 // Unlinks this very node and zeroes it. False: it isn't in this tree.
 bool tree_remove(WriteLog log, void **anchor, kel_index_node *node);
 
@@ -39,12 +41,20 @@ kel_index_node *tree_last(void *root);
 kel_index_node *tree_next(void *root, const kel_index_node *node, Compare compare);
 kel_index_node *tree_previous(void *root, const kel_index_node *node, Compare compare);
 
+// The node after one that is in a tree, by the links.
+kel_index_node *tree_after(kel_index_node *node);
+
 // Visits all nodes in order until a visit, which may unlink and free its node, returns
 // nonzero. Returns the last visit's result.
 std::uint32_t tree_walk(void *root, Visit visit, void *context);
 
 // Nodes in the tree, counted one by one.
 std::uint64_t tree_size(void *root);
+std::uint32_t tree_height(void *root);
+
+// Makes a tree of the `count` nodes that `next(context)` returns in order, whatever their content.
+using NextNode = kel_index_node *(*)(void *context);
+void tree_build(WriteLog log, void **anchor, std::uint64_t count, NextNode next, void *context);
 
 }  // namespace tarnbase::runtime
 

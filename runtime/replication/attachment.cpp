@@ -2,7 +2,7 @@
 #include "runtime/replication/attachment.h"
 
 #include "runtime/base/errors.h"
-#include "runtime/index/tree.h"
+#include "runtime/index/key_index.h"
 #include "runtime/replication/record_of.h"
 #include "runtime/replication/table_vector.h"
 
@@ -33,7 +33,7 @@ std::uint32_t for_each_read(const Attachment &attached, kel_table *table,
         if (entry == nullptr) return 0;
         return self.function(record, entry->vector, entry->reads, self.context);
     };
-    return tree_walk(table->index_root, visit, &walk);
+    return index_walk(table->index_root, visit, &walk);
 }
 
 }  // namespace tarnbase::runtime

@@ -2,7 +2,7 @@
 #include "runtime/replication/destroy.h"
 
 #include "runtime/base/error_text.h"
-#include "runtime/index/tree.h"
+#include "runtime/index/key_index.h"
 #include "runtime/replication/attachment.h"
 #include "runtime/replication/record_of.h"
 #include "runtime/replication/table_vector.h"
@@ -79,7 +79,7 @@ std::uint32_t finish_destroys(kel_handle *handle, std::uint32_t tx_id, Attachmen
          table = table->toc_next) {
         if (table->replication_marked == 0) continue;
         Sweep sweep{handle, tx_id, attached, table, {}, 0};
-        const std::uint32_t error = tree_walk(table->index_root, visit, &sweep);
+        const std::uint32_t error = index_walk(table->index_root, visit, &sweep);
         *finished += sweep.finished;
         if (error == 0 || first_error != 0) continue;
         first_error = fail(error, "replication: a record of %s can't be destroyed: error %u",

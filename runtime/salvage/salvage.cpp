@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "runtime/check/catalog.h"
-#include "runtime/index/tree.h"
+#include "runtime/index/key_index.h"
 #include "runtime/salvage/finds.h"
 #include "runtime/salvage/lenient_load.h"
 #include "runtime/salvage/record_salvage.h"
@@ -26,6 +26,20 @@ std::string name_of(const Blocks &blocks, const kel_record *record) {
     return "the record at offset " + std::to_string(blocks.offset_of(record));
 }
 
+// Index pages in the process's own memory, which last as long as the store is open.
+class OwnPages final : public BlockAllocator {
+ public:
+    explicit OwnPages(kel_store &store) : store_(store) {}
+    void *allocate(std::uint32_t, std::uint64_t size) override {
+        store_.salvaged_pages.push_back(std::make_unique<char[]>(size));
+        return store_.salvaged_pages.back().get();
+    }
+    void release(std::uint32_t, void *) override {}
+
+ private:
+    kel_store &store_;
+};
+
 class Salvage {
  public:
     Salvage(kel_store &store, const Suspects &suspects, kel_table_vector_lookup lookup,
@@ -38,6 +52,7 @@ class Salvage {
           catalog_(store, silent_, blocks_),
           entries_(store, silent_, blocks_),
           types_(lookup),
+          pages_(store),
           finds_(store, blocks_),
           records_(store, suspects, blocks_, catalog_.descriptors(), entries_) {}
 
@@ -175,8 +190,8 @@ class Salvage {
             lost_(table, 1, name_of(blocks_, record) + ": " + why);
         };
         if (!records_.take(type, record)) return lose(records_.why());
-        if (type.order == nullptr ||
-            !tree_insert({nullptr, 0}, &table->index_root, &record->index_node, type.order)) {
+        if (type.order == nullptr || !index_insert({{nullptr, 0}, pages_}, &table->index_root,
+                                                   &record->index_node, type.order)) {
             return lose("another record of the table has its key");
         }
         record->table = table;
@@ -224,6 +239,7 @@ class Salvage {
     Catalog catalog_;
     SideEntries entries_;
     TableTypes types_;
+    OwnPages pages_;
     Finds finds_;
     RecordSalvage records_;
     std::vector<kel_table *> tables_;  // addresses in the damaged store

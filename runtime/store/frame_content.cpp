@@ -76,7 +76,8 @@ void FrameContent::add_part(Allocator::Extent block, std::uint64_t offset, std::
 }
 
 bool FrameContent::may_be_object(Allocator::Extent block) {
-    return block.size <= largest_object && !kinds_.is_record(block) && !kinds_.is_table(block);
+    return block.size <= largest_object && !kinds_.is_record(block) &&
+           !kinds_.is_index_page(block) && !kinds_.is_table(block);
 }
 
 void FrameContent::add(std::uint64_t offset, std::uint64_t end, Parts parts) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "runtime/index/positions.h"
 #include "runtime/log/frame.h"
 
 namespace tarnbase::runtime {
@@ -26,6 +27,7 @@ void apply_references(char *place, const char *bytes) {
 }  // namespace
 
 void Image::attach() {
+    forget_positions();
     header = reinterpret_cast<StoreHeader *>(region.base());
     allocator = Allocator(region, header->arena);
 }
@@ -143,6 +145,7 @@ const char *Image::apply(const Operation &operation) {
 }
 
 const char *Image::apply(std::span<const char> frame) {
+    forget_positions();
     OperationReader operations(frame);
     Operation operation;
     while (operations.next(operation)) {

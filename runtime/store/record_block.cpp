@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "runtime/index/index_page.h"
 #include "tarnbase/runtime.h"
 
 namespace tarnbase::runtime {
@@ -77,6 +78,12 @@ bool BlockKinds::is_record(Allocator::Extent block) {
 
 bool BlockKinds::is_table(Allocator::Extent block) {
     return block.size == class_size(sizeof(kel_table)) && has_type(block, table_kind, table_type_);
+}
+
+bool BlockKinds::is_index_page(Allocator::Extent block) const {
+    std::uint64_t mark = 0;
+    std::memcpy(&mark, image_.region.base() + block.offset, sizeof mark);
+    return mark == index_page_mark;
 }
 
 bool is_record(const Image &image, Allocator::Extent block) {

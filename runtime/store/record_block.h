@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Recognising the blocks of records and tables. All stores into them are announced. The count of
+// Recognising the blocks of records, tables and index pages. All stores into them are announced. The count of
 // a record's references is each process's own: it isn't shared.
 #ifndef TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
 #define TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
@@ -28,6 +28,7 @@ class BlockKinds {
     explicit BlockKinds(const Image &image) : image_(image) {}
     bool is_record(Allocator::Extent block);
     bool is_table(Allocator::Extent block);
+    bool is_index_page(Allocator::Extent block) const;
 
  private:
     bool has_type(Allocator::Extent block, const char *kind, const kel_type_info *&known) const;

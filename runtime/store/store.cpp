@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "runtime/base/error_text.h"
+#include "runtime/index/positions.h"
 #include "runtime/store/open_stores.h"
 #include "runtime/store/table_refusal.h"
 #include "tarnbase/runtime.h"
@@ -15,6 +16,7 @@ kel_store::~kel_store() {
     for (TransactionSlot &slot : transactions_) {
         if (slot.id != 0) roll_back(slot);
     }
+    tarnbase::runtime::forget_positions();
 }
 
 bool kel_store::fails_on_purpose() {

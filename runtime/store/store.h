@@ -79,7 +79,9 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     tarnbase::runtime::ReadingScopes scopes;
     std::string path;                                     // empty: a private store
     std::unique_ptr<tarnbase::runtime::Sharing> sharing;  // null: a private store
-    std::vector<std::unique_ptr<kel_table>> salvaged_tables;  // of a salvaged store
+    // Of a salvaged store: its tables, and the pages of their indexes.
+    std::vector<std::unique_ptr<kel_table>> salvaged_tables;
+    std::vector<std::unique_ptr<char[]>> salvaged_pages;
     std::uint64_t allocations_until_failure = 0;          // 0: none fails on purpose
     // The comparison of the last key index that got its first record. A check finds a table's
     // comparison here.

@@ -8,6 +8,7 @@
 #include <cerrno>
 
 #include "runtime/base/error_text.h"
+#include "runtime/index/positions.h"
 #include "runtime/store/store.h"
 #include "tarnbase/runtime.h"
 
@@ -103,6 +104,7 @@ void kel_store::publish_rollback(const TransactionSlot &slot, bool is_complete) 
 
 std::uint32_t kel_store::roll_back(TransactionSlot &slot) {
     const bool is_complete = !slot.undo.is_incomplete();
+    tarnbase::runtime::forget_positions();
     slot.undo.roll_back([this](void *block) { release_now(block); });
     header->rolled_back += 1;
     publish_rollback(slot, is_complete);

@@ -36,6 +36,10 @@ Address address_of(const ip_address *value);
 // Requires: `size` is not 0.
 void format_address(const Address &address, char *text, std::size_t size);
 
+// ip_address_compare of this runtime, also in a process that has another one in its place.
+extern "C" [[gnu::visibility("hidden")]] std::int32_t own_address_compare(const ip_address *a,
+                                                                          const ip_address *b);
+
 // Stores the content, logged. Error ENOENT: the value is null.
 void store_address(kel_handle *handle, std::uint32_t tx_id, ip_address *value,
                    const Address &content, std::uint32_t *err);

@@ -130,6 +130,11 @@ std::int32_t ip_address_compare(const ip_address *a, const ip_address *b) {
     return order_of(std::memcmp(a->bytes, b->bytes, sizeof a->bytes), 0);
 }
 
+namespace tarnbase::runtime {
+extern "C" [[gnu::alias("ip_address_compare")]] std::int32_t own_address_compare(
+    const ip_address *a, const ip_address *b);
+}
+
 void ip_address_initialize(kel_handle *handle, std::uint32_t tx_id, ip_address *field,
                            const kel_type_info *descriptor, std::uint32_t log_writes,
                            std::uint32_t quiet, std::uint8_t flags, void *, std::uint32_t *err) {

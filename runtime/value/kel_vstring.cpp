@@ -134,6 +134,11 @@ std::int32_t kel_vstring_compare(const kel_vstring *a, const kel_vstring *b) {
     return order_of(std::memcmp(text_block(*a), text_block(*b), a->length), 0);
 }
 
+namespace tarnbase::runtime {
+extern "C" [[gnu::alias("kel_vstring_compare")]] std::int32_t own_vstring_compare(
+    const kel_vstring *a, const kel_vstring *b);
+}
+
 void kel_vstring_initialize(kel_handle *handle, std::uint32_t tx_id, kel_vstring *field,
                             const kel_type_info *descriptor, std::uint32_t log_writes,
                             std::uint32_t quiet, std::uint8_t flags, void *, std::uint32_t *err) {

@@ -33,6 +33,10 @@ inline std::string_view text_of(const kel_vstring *string) {
     return {is_inline(*string) ? string->text.bytes : text_block(*string), string->length};
 }
 
+// kel_vstring_compare of this runtime, also in a process that has another one in its place.
+extern "C" [[gnu::visibility("hidden")]] std::int32_t own_vstring_compare(const kel_vstring *a,
+                                                                          const kel_vstring *b);
+
 // Sets the string to a copy of `text`, logged. `text` may be in the string itself. Errors:
 // ENOMEM, EINVAL; the string is then unchanged.
 void assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "runtime/index/index_search.h"
+
+namespace tarnbase::runtime {
+
+namespace {
+
+// Without a branch: which half the key is in can't be predicted.
+std::uint32_t first_not_below(const std::uint64_t *digests, std::uint32_t first, std::uint32_t end,
+                              std::uint64_t digest) {
+    std::uint32_t length = end - first;
+    const std::uint64_t *base = digests + first;
+    while (length > 1) {
+        const std::uint32_t half = length / 2;
+        base = base[half - 1] < digest ? base + half : base;
+        length -= half;
+    }
+    if (length == 1 && *base < digest) ++base;
+    return static_cast<std::uint32_t>(base - digests);
+}
+
+}  // namespace
+
+Candidates candidates_in(const IndexPage &page, const Target &target) {
+    const std::uint32_t first = page.first_digest();
+    const std::uint32_t count = page.count;
+    if (target.order() == nullptr) return {first, count};
+    const unsigned char *key = target.key().data();
+    const std::uint64_t *digests = page.digests;
+    for (std::uint32_t line = 0; line < count; line += 8) __builtin_prefetch(digests + line);
+    const int prefix = std::memcmp(key, page.prefix, page.skip);
+    if (prefix < 0) return {first, first};
+    if (prefix > 0) return {count, count};
+    const std::uint64_t digest = number_of(key + page.skip);
+    const std::uint32_t from = first_not_below(digests, first, count, digest);
+    std::uint32_t end = from;
+    while (end < count && digests[end] == digest) ++end;
+    return {from, end};
+}
+
+bool find_address(IndexPage *page, const kel_index_node *node, Path &path) {
+    for (std::uint32_t slot = 0; slot < page->count; ++slot) {
+        path.steps[page->level] = {page, slot};
+        if (page->is_leaf() ? page->node(slot) == node
+                            : find_address(page->page(slot), node, path)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace tarnbase::runtime

@@ -1,0 +1,46 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// What is known of a key index's order besides its comparison: bytes of a key whose order
+// agrees with it. An index keeps some of them beside its records and so needn't read the records.
+#ifndef TARNBASE_RUNTIME_INDEX_KEY_ORDER_H
+#define TARNBASE_RUNTIME_INDEX_KEY_ORDER_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/index/tree.h"
+
+namespace tarnbase::runtime {
+
+// The bytes that an index page skips at most, and those that a digest has.
+inline constexpr std::uint32_t longest_prefix = 32;
+inline constexpr std::uint32_t digest_bytes = 8;
+
+// The first bytes of a key, as unsigned bytes from the most significant on, followed by zeros. Of
+// two keys the one that orders before has no greater bytes; keys with equal bytes may differ.
+using KeyBytes = std::array<unsigned char, longest_prefix + digest_bytes>;
+
+// The order of a comparison.
+class KeyOrder {
+ public:
+    virtual void encode(const kel_index_node *node, KeyBytes &bytes) const = 0;
+    // Fetches what a comparison with the node reads. The first stage is for nodes that are needed
+    // later, the second one for those of which the first stage has ended.
+    virtual void prefetch(const kel_index_node *node, unsigned stage) const = 0;
+
+ protected:
+    KeyOrder() = default;
+    KeyOrder(const KeyOrder &) = default;
+    KeyOrder &operator=(const KeyOrder &) = default;
+    ~KeyOrder() = default;
+};
+
+// The order of a comparison, or null if only the comparison is known.
+const KeyOrder *order_of_keys(Compare compare);
+// Makes `order` that of `compare`; null makes it unknown. An order must last as long as the
+// process.
+void set_order_of_keys(Compare compare, const KeyOrder *order);
+
+}  // namespace tarnbase::runtime
+
+#endif

@@ -1,0 +1,72 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+// Positions in the leaves of key indexes that a thread keeps between calls: those of its walks,
+// which a visit may change the index under, and that of its last step.
+#ifndef TARNBASE_RUNTIME_INDEX_POSITIONS_H
+#define TARNBASE_RUNTIME_INDEX_POSITIONS_H
+
+#include <cstdint>
+
+#include "runtime/index/index_page.h"
+
+namespace tarnbase::runtime {
+
+struct Position {
+    IndexPage *leaf;
+    std::uint32_t slot;
+};
+
+// The content of memory was replaced: by a rollback, by what another process has committed, by
+// another store, or by another form of an index. No position is valid any more.
+void forget_positions();
+
+// A walk over an index, which edits by this thread move along.
+class Walk {
+ public:
+    explicit Walk(void *root);
+    ~Walk();
+    Walk(const Walk &) = delete;
+    Walk &operator=(const Walk &) = delete;
+
+    // The next node, or null.
+    kel_index_node *take();
+
+ private:
+    friend struct WalksOfThread;
+    void move_to(Position next);
+    void find_again();
+
+    Position next_{};                 // the position of `node_` in pages; unused in a tree
+    kel_index_node *node_ = nullptr;  // the next node
+    std::uint64_t replacements_;      // contents replaced before
+    Walk *outer_;                     // the walk in whose visit this one runs
+};
+
+// What an edit tells the walks of its thread.
+void entry_inserted(const IndexPage *leaf, std::uint32_t slot);
+void entry_removed(const IndexPage *leaf, std::uint32_t slot);
+// The entries from `first` on have become those from `to.slot` on of another leaf.
+void entries_moved(const IndexPage *leaf, std::uint32_t first, Position to);
+// A page is freed, and its entries have moved.
+void page_freed();
+
+// The last step's position, of this thread.
+bool find_last_position(const kel_index_node *node, Position &found);
+void keep_last_position(Position position);
+
+// The next or the last entry at or next to a position; a null leaf at the end.
+inline Position position_after(Position at) {
+    if (at.slot + 1 < at.leaf->count) return {at.leaf, at.slot + 1};
+    return {at.leaf->next, 0};
+}
+inline Position position_before(Position at) {
+    if (at.slot > 0) return {at.leaf, at.slot - 1};
+    IndexPage *leaf = at.leaf->previous;
+    return {leaf, leaf != nullptr ? leaf->count - 1U : 0};
+}
+inline kel_index_node *node_at(Position at) {
+    return at.leaf != nullptr ? at.leaf->node(at.slot) : nullptr;
+}
+
+}  // namespace tarnbase::runtime
+
+#endif

@@ -1,0 +1,437 @@
+// SPDX-License-Identifier: Apache-2.0
+// The key index against std::set, as a tree and as pages, for orders of different use to it.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "runtime/index/index_form.h"
+#include "runtime/index/key_index.h"
+#include "tests/unit/runtime_store/support.h"
+
+namespace tarn::test {
+namespace {
+
+using tarnbase::runtime::Compare;
+using tarnbase::runtime::IndexPage;
+using tarnbase::runtime::is_page;
+using tarnbase::runtime::KeyBytes;
+using tarnbase::runtime::KeyOrder;
+using tarnbase::runtime::number_of;
+using tarnbase::runtime::set_order_of_keys;
+
+struct Entry {
+    kel_index_node node;
+    int key;
+};
+
+Entry *entry_of(kel_index_node *node) { return reinterpret_cast<Entry *>(node); }
+int key_of(const kel_index_node *node) { return reinterpret_cast<const Entry *>(node)->key; }
+
+// How much the bytes of a key tell of it. One comparison each, since an order belongs to one.
+enum class Order { unknown, exact, coarse, after_a_long_prefix, in_groups };
+
+template <Order>
+std::uint32_t compare(const kel_index_node *a, const kel_index_node *b) {
+    return key_of(a) < key_of(b) ? 0 : key_of(a) == key_of(b) ? 1 : 2;
+}
+
+std::size_t put(KeyBytes &bytes, std::size_t at, std::uint64_t number, std::size_t size) {
+    for (std::size_t i = 0; i < size && at < bytes.size(); ++i, ++at) {
+        bytes.at(at) = static_cast<unsigned char>(number >> 8 * (size - 1 - i));
+    }
+    return at;
+}
+
+class BytesOfKey final : public KeyOrder {
+ public:
+    explicit BytesOfKey(Order order) : order_(order) {}
+    void encode(const kel_index_node *node, KeyBytes &bytes) const override {
+        bytes.fill(0);
+        const auto key = static_cast<std::uint64_t>(key_of(node) + 1'000'000);
+        switch (order_) {
+            case Order::exact:
+                put(bytes, 0, key, 4);
+                break;
+            case Order::coarse:
+                put(bytes, 0, key / 50, 4);
+                break;
+            case Order::after_a_long_prefix:
+                std::fill_n(bytes.begin(), 30, static_cast<unsigned char>('x'));
+                put(bytes, 30, key, 10);
+                break;
+            case Order::in_groups:
+                // Ten groups with a prefix of their own, in which the keys differ late.
+                std::fill_n(bytes.begin(), 20, static_cast<unsigned char>(key / 500));
+                put(bytes, 20, key, 12);
+                break;
+            case Order::unknown:
+                break;
+        }
+    }
+    void prefetch(const kel_index_node *, unsigned) const override {}
+
+ private:
+    Order order_;
+};
+
+struct Known {
+    Order order;
+    const char *name;
+    Compare compare;
+};
+constexpr std::array<Known, 5> all_orders = {{
+    {Order::unknown, "unknown", compare<Order::unknown>},
+    {Order::exact, "exact", compare<Order::exact>},
+    {Order::coarse, "coarse", compare<Order::coarse>},
+    {Order::after_a_long_prefix, "after_a_long_prefix", compare<Order::after_a_long_prefix>},
+    {Order::in_groups, "in_groups", compare<Order::in_groups>},
+}};
+
+void make_known(const Known &known) {
+    static std::vector<std::unique_ptr<BytesOfKey>> orders;
+    if (known.order == Order::unknown) return;
+    orders.push_back(std::make_unique<BytesOfKey>(known.order));
+    set_order_of_keys(known.compare, orders.back().get());
+}
+
+// Checks the pages of an index and returns its keys.
+class Pages {
+ public:
+    Pages(void **anchor, const KeyOrder *order) : anchor_(anchor), order_(order) {
+        auto *root = static_cast<IndexPage *>(*anchor);
+        check(*root, root->level);
+        EXPECT_EQ(last_->next, nullptr);
+    }
+    std::vector<int> keys;
+
+ private:
+    void check(const IndexPage &page, std::uint32_t level) {
+        ASSERT_EQ(page.mark, tarnbase::runtime::index_page_mark);
+        ASSERT_EQ(page.level, level);
+        ASSERT_GE(page.count, 1U);
+        ASSERT_LE(page.count, IndexPage::capacity);
+        for (std::uint32_t slot = page.first_digest() + 1; slot < page.count; ++slot) {
+            EXPECT_LE(page.digests[slot - 1], page.digests[slot]);
+        }
+        if (page.is_leaf()) return check_leaf(page);
+        for (std::uint32_t slot = 0; slot < page.count; ++slot) check(*page.page(slot), level - 1);
+    }
+    void check_leaf(const IndexPage &leaf) {
+        EXPECT_EQ(leaf.previous, last_);
+        if (last_ != nullptr) {
+            EXPECT_EQ(last_->next, &leaf);
+        }
+        last_ = &leaf;
+        for (std::uint32_t slot = 0; slot < leaf.count; ++slot) {
+            EXPECT_EQ(tarnbase::runtime::anchor_of(leaf.node(slot)), anchor_);
+            KeyBytes bytes;
+            order_->encode(leaf.node(slot), bytes);
+            EXPECT_EQ(std::memcmp(bytes.data(), leaf.prefix, leaf.skip), 0);
+            EXPECT_EQ(number_of(bytes.data() + leaf.skip), leaf.digests[slot]);
+            keys.push_back(key_of(leaf.node(slot)));
+        }
+    }
+
+    void **anchor_;
+    const KeyOrder *order_;
+    const IndexPage *last_ = nullptr;
+};
+
+// An index with its anchor and nodes in the arena, and a node for each key.
+class Index {
+ public:
+    Index(SmallStore &store, const Known &known, int keys) : compare(known.compare), store_(store) {
+        make_known(known);
+        anchor = static_cast<void **>(store.allocate(sizeof(void *)));
+        for (int key = 0; key < keys; ++key) {
+            auto *made = static_cast<Entry *>(store.allocate(sizeof(Entry)));
+            made->key = key;
+            entries.push_back(made);
+        }
+    }
+
+    bool insert(Entry *entry, std::uint32_t tx = KEL_TX_NONE) {
+        return e_avl_insert(store_.handle->arena, tx, anchor, &entry->node, &aux, compare) != 0;
+    }
+    bool remove(Entry *entry, std::uint32_t tx = KEL_TX_NONE) {
+        return e_avl_delete(store_.handle->arena, tx, anchor, &entry->node, &aux, compare) != 0;
+    }
+    kel_index_node *find(int key) const {
+        const Entry probe{{}, key};
+        return e_avl_search(*anchor, &probe.node, compare);
+    }
+    kel_index_node *next(const kel_index_node *node) const {
+        return e_avl_get_next(*anchor, node, compare);
+    }
+    kel_index_node *previous(const kel_index_node *node) const {
+        return e_avl_get_prev(*anchor, node, compare);
+    }
+    Entry *entry(int key) const { return entries[static_cast<std::size_t>(key)]; }
+    bool has_pages() const { return is_page(*anchor); }
+
+    std::vector<int> walked() const {
+        std::vector<int> keys;
+        e_avl_walk(
+            *anchor,
+            [](kel_index_node *node, void *context) {
+                static_cast<std::vector<int> *>(context)->push_back(key_of(node));
+                return 0U;
+            },
+            &keys);
+        return keys;
+    }
+    void expect_keys(const std::set<int> &wanted) const {
+        const std::vector<int> keys(wanted.begin(), wanted.end());
+        EXPECT_EQ(walked(), keys);
+        if (has_pages()) {
+            EXPECT_EQ(Pages(anchor, tarnbase::runtime::order_of_keys(compare)).keys, keys);
+        }
+        expect_node(e_avl_get_first(*anchor), wanted.empty() ? -1 : *wanted.begin());
+        expect_node(e_avl_get_last(*anchor), wanted.empty() ? -1 : *wanted.rbegin());
+    }
+    // The neighbours of a key, found with a node that may or may not be in the index.
+    void expect_neighbours(const kel_index_node *node, const std::set<int> &wanted) const {
+        const auto after = wanted.upper_bound(key_of(node));
+        const auto from = wanted.lower_bound(key_of(node));
+        expect_node(next(node), after == wanted.end() ? -1 : *after);
+        expect_node(previous(node), from == wanted.begin() ? -1 : *std::prev(from));
+    }
+    void expect_node(kel_index_node *node, int key) const {
+        EXPECT_EQ(node, key < 0 ? nullptr : &entry(key)->node) << "key " << key;
+    }
+
+    Compare compare;
+    void **anchor = nullptr;
+    std::uintptr_t aux = 0;
+    std::vector<Entry *> entries;
+
+ private:
+    SmallStore &store_;
+};
+
+std::string order_name(const ::testing::TestParamInfo<std::size_t> &info) {
+    return all_orders.at(info.param).name;
+}
+
+class KeyIndex : public ::testing::TestWithParam<std::size_t> {
+ protected:
+    static constexpr int most_keys = 5000;
+    const Known &known = all_orders.at(GetParam());
+    SmallStore store;
+    Index index{store, known, most_keys};
+    std::set<int> model;
+    Chance chance{static_cast<std::uint32_t>(31 + GetParam())};
+
+    int any_key() { return static_cast<int>(chance.below(most_keys)); }
+    void insert(int key, std::uint32_t tx = KEL_TX_NONE) {
+        // A node in the index must not be inserted again, but an equal one may be tried.
+        Entry twin{{}, key};
+        Entry *inserted = model.contains(key) ? &twin : index.entry(key);
+        EXPECT_EQ(index.insert(inserted, tx), model.insert(key).second);
+    }
+    void remove(int key, std::uint32_t tx = KEL_TX_NONE) {
+        EXPECT_EQ(index.remove(index.entry(key), tx), model.erase(key) == 1);
+    }
+    void edit(std::uint64_t inserts_of_ten, std::uint32_t tx = KEL_TX_NONE) {
+        const int key = any_key();
+        chance.below(10) < inserts_of_ten ? insert(key, tx) : remove(key, tx);
+    }
+    void fill(int keys) {
+        for (int key = 0; key < keys; ++key) insert(key);
+    }
+    void expect_all_steps(int key) {
+        index.expect_node(index.find(key), model.contains(key) ? key : -1);
+        const Entry probe{{}, key};
+        index.expect_neighbours(&index.entry(key)->node, model);
+        index.expect_neighbours(&probe.node, model);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, KeyIndex, ::testing::Range(std::size_t{0}, all_orders.size()),
+                         order_name);
+
+TEST_P(KeyIndex, IsEqualToASetAfterRandomEdits) {
+    for (int step = 0; step < 30000 && !HasFailure(); ++step) {
+        SCOPED_TRACE("step " + std::to_string(step));
+        edit(step / 7500 % 2 == 0 ? 8 : 2);
+        if (step % 10 == 0) expect_all_steps(any_key());
+        if (step % 1500 == 0) index.expect_keys(model);
+    }
+    EXPECT_EQ(index.has_pages(), known.order != Order::unknown);
+    while (!model.empty() && !HasFailure()) remove(*std::next(model.begin(), model.size() / 2));
+    EXPECT_EQ(*index.anchor, nullptr);
+}
+
+TEST_P(KeyIndex, HoldsKeysThatCameInOrderOrBackwards) {
+    for (int key = 0; key < 2000; ++key) insert(key);
+    for (int key = most_keys - 1; key > 3000; --key) insert(key);
+    index.expect_keys(model);
+    for (int key = 0; key < most_keys; key += 7) expect_all_steps(key);
+}
+
+TEST_P(KeyIndex, EditsRolledBackLeaveEveryByteAsItWas) {
+    for (int round = 0; round < 12 && !HasFailure(); ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        for (int i = 0; i < 12 << round % 8; ++i) edit(6);
+        const std::set<int> kept = model;
+        const StoreSnapshot before(store.store);
+        const std::uint32_t tx = store.begin();
+        for (int i = 0; i < 400; ++i) edit(round % 2 == 0 ? 8 : 2, tx);
+        index.expect_keys(model);
+        store.roll_back(tx);
+        EXPECT_EQ(to_text(before.changes()), "");
+        model = kept;
+        index.expect_keys(model);
+    }
+}
+
+TEST_P(KeyIndex, StepsFromANodeWhoseKeyWasChangedFindTheNeighboursOfItsKey) {
+    fill(300);
+    for (int old_key = 0; old_key < 300; old_key += 7) {
+        Entry *entry = index.entry(old_key);
+        model.erase(old_key);
+        for (int key = -1; key <= 300; key += 3) {
+            SCOPED_TRACE(std::to_string(old_key) + " changed to " + std::to_string(key));
+            entry->key = key;
+            index.expect_neighbours(&entry->node, model);
+        }
+        entry->key = old_key;
+        model.insert(old_key);
+    }
+}
+
+TEST_P(KeyIndex, ANodeWhoseKeyWasChangedCanBeRemoved) {
+    fill(300);
+    for (int key = 0; key < 300; key += 3) {
+        index.entry(key)->key = 299 - key;
+        remove(key);
+        index.entry(key)->key = key;
+    }
+    index.expect_keys(model);
+}
+
+TEST_P(KeyIndex, RemovesTheVeryNodeAndNoEqualOne) {
+    fill(300);
+    for (int key = 0; key < 300; key += 50) {
+        Entry twin{{}, key};
+        EXPECT_FALSE(index.remove(&twin));
+        Entry copy = *index.entry(key);
+        EXPECT_FALSE(index.remove(&copy));
+    }
+    Index other(store, known, 100);
+    for (Entry *entry : other.entries) ASSERT_TRUE(other.insert(entry));
+    EXPECT_FALSE(index.remove(other.entry(1)));
+    index.expect_keys(model);
+}
+
+TEST_P(KeyIndex, AnInsertionOfAnEqualNodeChangesNothing) {
+    fill(300);
+    Entry twin{{{1, 2, 3, 4}}, 7};
+    const StoreSnapshot before(store.store);
+    EXPECT_FALSE(index.insert(&twin));
+    EXPECT_EQ(twin.node.opaque[0], 1U);
+    EXPECT_EQ(to_text(before.changes()), "");
+}
+
+// What a visit does besides noting the key.
+struct Visits {
+    Index &index;
+    std::vector<int> seen;
+    std::vector<int> before;  // the nodes inserted while one is visited
+    int delete_each = 0;
+    std::uint32_t roll_back_at = 0;
+    SmallStore *store = nullptr;
+    std::uint32_t tx = KEL_TX_NONE;
+};
+
+std::uint32_t visit(kel_index_node *node, void *context) {
+    auto &visits = *static_cast<Visits *>(context);
+    const int key = key_of(node);
+    visits.seen.push_back(key);
+    for (int inserted : std::exchange(visits.before, {})) {
+        EXPECT_TRUE(visits.index.insert(visits.index.entry(inserted)));
+    }
+    if (visits.delete_each != 0 && key % visits.delete_each == 0) {
+        EXPECT_TRUE(visits.index.remove(entry_of(node)));
+        std::memset(node, 0xff, sizeof *node);
+    }
+    if (visits.store != nullptr && visits.seen.size() == visits.roll_back_at) {
+        visits.store->roll_back(visits.tx);
+    }
+    return 0;
+}
+
+TEST_P(KeyIndex, AWalkMayRemoveTheNodesItVisits) {
+    fill(1000);
+    for (const int each : {7, 2, 1}) {
+        const std::vector<int> wanted(model.begin(), model.end());
+        Visits visits{index, {}, {}, each};
+        EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
+        EXPECT_EQ(visits.seen, wanted);
+        std::erase_if(model, [each](int key) { return key % each == 0; });
+        index.expect_keys(model);
+    }
+}
+
+// Insertions split the page of the walk, and make pages of a tree.
+TEST_P(KeyIndex, AWalkGoesOnAfterInsertionsInAVisit) {
+    for (const int present : {3, 40, 400}) {
+        SCOPED_TRACE(std::to_string(present) + " nodes");
+        for (const int key : std::set<int>(model)) remove(key);
+        for (int i = 0; i < present; ++i) insert(1000 + i);
+        const std::vector<int> wanted(model.begin(), model.end());
+        Visits visits{index, {}, {}};
+        // All before the second node: none of them is visited.
+        for (int key = 0; key < 900; ++key) {
+            visits.before.push_back(key);
+            model.insert(key);
+        }
+        EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
+        EXPECT_EQ(visits.seen, wanted);
+        index.expect_keys(model);
+    }
+}
+
+TEST_P(KeyIndex, AWalkGoesOnAfterARollbackInAVisit) {
+    fill(20);
+    Visits visits{index, {}, {}};
+    visits.store = &store;
+    visits.roll_back_at = 5;
+    visits.tx = store.begin();
+    for (int key = 1000; key < 1100; ++key) EXPECT_TRUE(index.insert(index.entry(key), visits.tx));
+    EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
+    EXPECT_EQ(visits.seen, std::vector<int>(model.begin(), model.end()));
+}
+
+TEST_P(KeyIndex, AnInsertionWithoutMemoryForPagesMakesATree) {
+    fill(1000);
+    while (store.handle->alloc_hook(store.handle->arena, KEL_TX_NONE, 1024) != nullptr) {
+    }
+    for (int key = 1000; key < 2000; ++key) insert(key);
+    EXPECT_FALSE(index.has_pages());
+    index.expect_keys(model);
+    for (int key = 0; key < 2000; key += 3) expect_all_steps(key);
+}
+
+TEST_P(KeyIndex, AnEditByAnUnknownComparisonMakesATree) {
+    const Compare own = index.compare;
+    for (const bool inserts : {true, false}) {
+        fill(1000);
+        index.compare = compare<Order::unknown>;
+        for (int key = 0; key < 1000; key += 9) expect_all_steps(key);
+        inserts ? insert(1000) : remove(999);
+        EXPECT_FALSE(index.has_pages());
+        index.expect_keys(model);
+        index.compare = own;
+        for (const int key : std::set<int>(model)) remove(key);
+    }
+}
+
+}  // namespace
+}  // namespace tarn::test
