@@ -18,6 +18,12 @@ TEST_F(Check, FindsNothingInASoundStore) {
     EXPECT_EQ(joined(findings_of(store_)), "");
 }
 
+// Each digest of a page is that of its record's key, for all kinds of keys.
+TEST_F(Check, FindsNothingInIndexesOfManyPages) {
+    fill_store(store_, 300);
+    EXPECT_EQ(joined(findings_of(store_)), "");
+}
+
 // What operations of the library leave: records and objects that their maker keeps; an object that
 // was mapped, got a copy of one that wasn't, and was freed in spite of references; a table with an
 // automatic id that another one had got by a number; records that another tenant than theirs has

@@ -7,6 +7,7 @@
 
 #include "catalogue/catalogue.h"
 #include "runtime/catalog/named_entry.h"
+#include "runtime/index/index_page.h"
 #include "runtime/index/node.h"
 #include "runtime/mapping/object_data.h"
 #include "runtime/mapping/object_identity.h"
@@ -35,6 +36,9 @@ struct Parts {
                                               offsetof(kel_record, index_node));
     }
     kel_record *middle() const { return record(top()); }
+    // The pages of an index of many records.
+    IndexPage &top_page() const { return *static_cast<IndexPage *>(table().index_root); }
+    IndexPage &leaf(std::uint32_t slot = 0) const { return *top_page().page(slot); }
     static Node *leftmost(void *anchor) {
         Node *node = root(anchor);
         while (node->child[before] != nullptr) node = node->child[before];
@@ -102,10 +106,15 @@ void *wild(T) {
     return reinterpret_cast<void *>(0x1234'5678'9000);
 }
 
+// Records of each table: their index is a tree, or it has a root page and pages below.
+constexpr std::uint32_t few = 10;
+constexpr std::uint32_t many = 200;
+
 struct Damage {
     const char *name;
     void (*make)(const Parts &);
     const char *finding;
+    std::uint32_t records = few;
 };
 
 const Damage damages[] = {
@@ -131,6 +140,39 @@ const Damage damages[] = {
      "its balance in the tree is"},
     {"anchor", [](const Parts &p) { p.top()->tree += 1; }, "its node is one of another tree"},
     {"root", [](const Parts &p) { p.table().index_root = nullptr; }, "records, its tree has 0"},
+    // The pages of an index.
+    {"page_mark", [](const Parts &p) { p.leaf().mark = 0; }, "it isn't marked as a page", many},
+    {"page_count", [](const Parts &p) { p.leaf().count = 61; }, "its count of entries is wrong",
+     many},
+    {"page_empty", [](const Parts &p) { p.leaf().count = 0; }, "its count of entries is wrong",
+     many},
+    {"page_level", [](const Parts &p) { p.leaf().level = 1; }, "its level is wrong", many},
+    {"page_skip", [](const Parts &p) { p.leaf().skip = 33; }, "its prefix is too long", many},
+    {"page_next", [](const Parts &p) { p.leaf().next = nullptr; }, "its link to the next leaf is",
+     many},
+    {"page_previous", [](const Parts &p) { p.leaf().previous = &p.leaf(); },
+     "its link to the leaf before is", many},
+    {"page_last", [](const Parts &p) { p.leaf(p.top_page().count - 1U).next = &p.leaf(); },
+     "it is the last leaf, but has a next one", many},
+    {"page_wild", [](const Parts &p) { p.top_page().entries[1] = wild(0); },
+     "is outside of the store", many},
+    {"page_twice", [](const Parts &p) { p.top_page().entries[1] = p.top_page().entries[0]; },
+     "has another owner, too", many},
+    {"page_lost", [](const Parts &p) { p.top_page().count -= 1; }, "it is lost", many},
+    {"page_node", [](const Parts &p) { p.leaf().entries[2] = p.leaf().entries[1]; },
+     "has another owner, too", many},
+    {"page_anchor", [](const Parts &p) { p.leaf().node(2)->opaque[3] += 8; },
+     "its node is one of another index", many},
+    {"page_prefix", [](const Parts &p) { p.leaf().prefix[0] ^= 1; },
+     "its key doesn't begin with the prefix of its leaf", many},
+    {"page_digest", [](const Parts &p) { p.leaf().digests[0] -= 1; }, "its digest is 0x", many},
+    {"page_order", [](const Parts &p) { std::swap(p.leaf().digests[0], p.leaf().digests[9]); },
+     "isn't in order", many},
+    {"page_separator_low",
+     [](const Parts &p) { p.top_page().digests[1] = p.top_page().digests[2]; },
+     "its key is less than the digest in a page above", many},
+    {"page_separator_high", [](const Parts &p) { p.top_page().digests[1] = 0; },
+     "is greater than its digest", many},
     // Table blocks and their list.
     {"record_count", [](const Parts &p) { p.table().record_count += 1; }, "records, its tree has"},
     {"source_count", [](const Parts &p) { p.table().src_counts[2] -= 1; },
@@ -178,7 +220,8 @@ const Damage damages[] = {
     {"object_inside",
      [](const Parts &p) { p.middle()->object = static_cast<char *>(p.middle()->object) + 16; },
      "its object: no block begins"},
-    {"object_lost", [](const Parts &p) { p.middle()->object = nullptr; },
+    {"object_lost",
+     [](const Parts &p) { Parts::record(Parts::leftmost(p.top()))->object = nullptr; },
      "which nothing refers to: it is lost"},
     // Objects and what is in them.
     {"object_descriptor", [](const Parts &p) { p.object()->descriptor = nullptr; },
@@ -356,7 +399,7 @@ const Damage damages[] = {
 class DamageTest : public CheckedStore, public ::testing::WithParamInterface<Damage> {};
 
 TEST_P(DamageTest, IsFound) {
-    fill_store(store_);
+    fill_store(store_, GetParam().records);
     GetParam().make({*store_});
     const std::string found = joined(findings_of(store_));
     EXPECT_NE(found.find(GetParam().finding), std::string::npos) << found;

@@ -60,6 +60,8 @@ class Filler {
         const Table &conn = *tarnbase::catalogue::schema.table("tbl_ldap_conn");
         kel_table *by_id = conn.open_by_id(handle_, KEL_TX_NONE, 7, 0, &error_);
         insert(conn, by_id, 3);
+        // Enough for an index of pages.
+        insert(conn, conn.open(handle_, KEL_TX_NONE, "many", 0, &error_), 40);
         conn.open_by_id(handle_, KEL_TX_NONE, 3, 0, &error_);
         conn.open_by_id(handle_, KEL_TX_NONE, 9, 0, &error_);
         void *own = handle_->alloc_hook(handle_->arena, KEL_TX_NONE, 40000);

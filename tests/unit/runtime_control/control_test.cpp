@@ -86,11 +86,11 @@ TEST_F(ControlTest, WhatIsNoStoreIsRefused) {
 
 TEST_F(ControlTest, AnotherVersionIsRefusedWithAdvice) {
     EXPECT_EQ(open_checked([](ControlPage &page) { page.version = 1; }),
-              "a store of format version 1, made by an older release; this one reads version 2. "
+              "a store of format version 1, made by an older release; this one reads version 3. "
               "Move the data with tarnctl export of the release that made it, and tarnctl import "
               "of this one");
-    EXPECT_EQ(open_checked([](ControlPage &page) { page.version = 3; }),
-              "a store of format version 3, made by a newer release; this one reads version 2. "
+    EXPECT_EQ(open_checked([](ControlPage &page) { page.version = 4; }),
+              "a store of format version 4, made by a newer release; this one reads version 3. "
               "Use the newer release, or move the data with tarnctl export of the release that "
               "made it, and tarnctl import of this one");
 }
