@@ -82,10 +82,22 @@ Position neighbour(void *root, const Target &target, Side side) {
     return node_at(at) == target.node() && at.leaf != nullptr ? next_to(at, side) : at;
 }
 
+// Fetches nodes of the same leaf that further steps in this direction come to.
+void prefetch_from(Position at, const KeyOrder *order, Side side) {
+    if (order == nullptr) return;
+    const auto prefetch = [&](std::uint32_t distance, unsigned stage) {
+        const std::uint32_t slot = side == after ? at.slot + distance : at.slot - distance;
+        if (slot < at.leaf->count) order->prefetch(at.leaf->node(slot), stage);
+    };
+    prefetch(8, 1);
+    prefetch(4, 2);
+}
+
 kel_index_node *step(void *root, const kel_index_node *node, Compare compare, Side side) {
     const Position found = neighbour(root, Target(node, compare), side);
     if (found.leaf == nullptr) return nullptr;
     keep_last_position(found);
+    prefetch_from(found, order_of_keys(compare), side);
     return node_at(found);
 }
 

@@ -3,6 +3,7 @@
 // text comes after its length, because shorter texts order first.
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -65,6 +66,14 @@ class RecordOrder final : public KeyOrder {
         count_ = given.size();
     }
 
+    // Null: no memory. It lasts as long as the process: a thread may be using it.
+    static const RecordOrder *make(const kel_key_order &order) {
+        static constinit std::atomic<RecordOrder *> newest = nullptr;
+        auto *made = new (std::nothrow) RecordOrder(order);
+        if (made != nullptr) made->previous_ = newest.exchange(made);
+        return made;
+    }
+
     void encode(const kel_index_node *node, KeyBytes &bytes) const override {
         const kel_record *record = record_of(node);
         KeyWriter writer(bytes);
@@ -120,6 +129,7 @@ class RecordOrder final : public KeyOrder {
     bool is_whole_;
     std::size_t count_ = 0;
     std::array<kel_key_part, most_parts> parts_{};
+    const RecordOrder *previous_ = nullptr;  // the one made before, for a search for leaks
 };
 
 bool is_valid(const kel_key_order &order) {
@@ -140,6 +150,5 @@ bool has_own_comparisons(const kel_key_order &order) {
 void kel_index_describe_order(const kel_key_order *order) {
     if (order->size != sizeof *order) return;
     const bool is_known = order->part_count != 0 && is_valid(*order) && has_own_comparisons(*order);
-    // Orders last as long as the process: a thread may be using one.
-    set_order_of_keys(order->compare, is_known ? new (std::nothrow) RecordOrder(*order) : nullptr);
+    set_order_of_keys(order->compare, is_known ? RecordOrder::make(*order) : nullptr);
 }
