@@ -197,7 +197,7 @@ Entrant entrant(const Plan<Key> &plan) {
 template <typename Key>
 std::vector<Entrant> entrants(const Plan<Key> &plan) {
     return {
-        entrant<bench::Shared<Key>>(plan),
+        entrant<bench::WithFiles<Key>>(plan),
 #ifdef TARNBASE_HAS_LMDB
         entrant<bench::Lmdb<Key>>(plan),
 #endif

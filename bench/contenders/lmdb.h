@@ -65,13 +65,13 @@ class Lmdb {
     }
     std::uint32_t walk() const { return scan(); }
 
-    // Bytes of the pages in use.
-    std::uint64_t bytes() const {
-        MDB_envinfo info;
+    // Bytes of the table's pages.
+    std::uint64_t bytes() {
         MDB_stat stat;
-        mdb_env_info(environment_, &info);
-        mdb_env_stat(environment_, &stat);
-        return (info.me_last_pgno + 1) * stat.ms_psize;
+        begin_read();
+        done(mdb_stat(transaction_, table_, &stat));
+        end_read();
+        return (stat.ms_branch_pages + stat.ms_leaf_pages + stat.ms_overflow_pages) * stat.ms_psize;
     }
 
  private:

@@ -126,6 +126,7 @@ class TarnbaseTable {
         Table::destroy(session_.handle, tx_, record, &err_);
         need(err_ == 0, "erase");
     }
+    bool has_first() { return Table::first(session_.handle, tx_, table_, &err_) != nullptr; }
     std::uint32_t scan() {
         return for_each([](kel_record *) {});
     }
@@ -182,7 +183,7 @@ class TarnbaseTable {
 };
 
 template <typename Key>
-struct Shared : TarnbaseTable<Key, true> {
+struct WithFiles : TarnbaseTable<Key, true> {
     static constexpr const char *name = "tarnbase";
 };
 template <typename Key>
