@@ -25,6 +25,7 @@ using namespace crash;
 
 struct Options {
     std::uint64_t kills = 20'000;
+    std::uint64_t first = 0;  // chain
     std::uint64_t seed = 1;
     std::vector<Kill> at;  // empty: chosen by the seed
     unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
@@ -43,10 +44,11 @@ struct Progress {
 };
 
 constexpr const char *usage =
-    "usage: crash_test [--kills N] [--jobs N] [--all]\n"
+    "usage: crash_test [--kills N] [--first N] [--jobs N] [--all]\n"
     "       crash_test --seed S [--at N[s|:I],...]\n"
     "Kills processes at the stores of the runtime and checks what they leave.\n"
     "  --kills N    end after N kills; TARNBASE_CRASH_KILLS sets the default\n"
+    "  --first N    begin with chain N; those from 2000 on are random\n"
     "  --jobs N     run N chains at a time\n"
     "  --all        go on after a failure\n"
     "  --seed S     run one chain\n"
@@ -86,6 +88,8 @@ Options parse(int count, char **arguments) {
             options.kills = std::strtoull(value(), nullptr, 10);
         } else if (name == "--jobs") {
             options.jobs = static_cast<unsigned>(std::strtoul(value(), nullptr, 10));
+        } else if (name == "--first") {
+            options.first = std::strtoull(value(), nullptr, 10);
         } else if (name == "--seed") {
             options.seed = std::strtoull(value(), nullptr, 10);
             options.has_seed = true;
@@ -170,6 +174,7 @@ int run_all(const Options &options) {
                                 MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) throw std::runtime_error("mmap");
     auto &progress = *new (memory) Progress{};
+    progress.next = options.first;
     progress.sweep = std::min(most_sweep, options.kills / (2 * sweep_length));
     const auto begin = std::chrono::steady_clock::now();
     // Memory that is freed is used again and not returned to the kernel.
