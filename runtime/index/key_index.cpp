@@ -85,12 +85,13 @@ Position neighbour(void *root, const Target &target, Side side) {
 // Fetches nodes of the same leaf that further steps in this direction come to.
 void prefetch_from(Position at, const KeyOrder *order, Side side) {
     if (order == nullptr) return;
-    const auto prefetch = [&](std::uint32_t distance, unsigned stage) {
+    const auto prefetch = [&](std::uint32_t distance, KeyOrder::Stage stage) {
         const std::uint32_t slot = side == after ? at.slot + distance : at.slot - distance;
         if (slot < at.leaf->count) order->prefetch(at.leaf->node(slot), stage);
     };
-    prefetch(8, 1);
-    prefetch(4, 2);
+    prefetch(9, KeyOrder::Stage::node);
+    prefetch(6, KeyOrder::Stage::object);
+    prefetch(3, KeyOrder::Stage::texts);
 }
 
 kel_index_node *step(void *root, const kel_index_node *node, Compare compare, Side side) {

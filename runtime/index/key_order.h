@@ -24,9 +24,10 @@ using KeyBytes = std::array<unsigned char, longest_prefix + digest_bytes>;
 class KeyOrder {
  public:
     virtual void encode(const kel_index_node *node, KeyBytes &bytes) const = 0;
-    // Fetches what a comparison with the node reads. The first stage is for nodes that are needed
-    // later, the second one for those of which the first stage has ended.
-    virtual void prefetch(const kel_index_node *node, unsigned stage) const = 0;
+    // Fetches what a comparison with the node reads, a stage at a time: each reads what the one
+    // before has fetched.
+    enum class Stage : std::uint8_t { node, object, texts };
+    virtual void prefetch(const kel_index_node *node, Stage stage) const = 0;
 
  protected:
     KeyOrder() = default;

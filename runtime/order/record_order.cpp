@@ -86,12 +86,21 @@ class RecordOrder final : public KeyOrder {
         if (is_whole_) writer.number(record->src, sizeof record->src);
     }
 
-    void prefetch(const kel_index_node *node, unsigned stage) const override {
+    void prefetch(const kel_index_node *node, Stage stage) const override {
         const kel_record *record = record_of(node);
-        if (stage == 1) return __builtin_prefetch(record);
-        const void *object = in_key_object_ ? record->key_object : record->object;
-        __builtin_prefetch(object);
-        __builtin_prefetch(static_cast<const char *>(object) + 64);
+        if (stage == Stage::node) return __builtin_prefetch(record);
+        const auto *object =
+            static_cast<const char *>(in_key_object_ ? record->key_object : record->object);
+        if (object == nullptr) return;
+        if (stage == Stage::object) {
+            __builtin_prefetch(object);
+            return __builtin_prefetch(object + 64);
+        }
+        for (const kel_key_part &part : std::span(parts_.data(), count_)) {
+            if (part.kind != KEL_KEY_TEXT) continue;
+            __builtin_prefetch(
+                text_of(reinterpret_cast<const kel_vstring *>(object + part.offset)).data());
+        }
     }
 
  private:

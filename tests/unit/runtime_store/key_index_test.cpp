@@ -74,7 +74,7 @@ class BytesOfKey final : public KeyOrder {
                 break;
         }
     }
-    void prefetch(const kel_index_node *, unsigned) const override {}
+    void prefetch(const kel_index_node *, Stage) const override {}
 
  private:
     Order order_;
