@@ -57,12 +57,16 @@ set(TARNBASE_RUNTIME_SOURCES
   trace/module.cpp
   trace/sink.cpp
   trace/thread.cpp
+  xml/children.cpp
   xml/document.cpp
   xml/each.cpp
   xml/element.cpp
+  xml/element_index.cpp
+  xml/element_tree.cpp
   xml/escape.cpp
+  xml/parser.cpp
+  xml/path.cpp
   xml/search.cpp
-  xml/siblings.cpp
   xml/tag.cpp
   value/address.cpp
   value/header.cpp

@@ -1,113 +1,72 @@
 // SPDX-License-Identifier: Apache-2.0
-// Parsing. A document is untrusted: no file is loaded for it, a document type declaration
-// is an error where it starts, so no entity is expanded, and elements nest to a fixed depth,
-// so that no walk over the tree overflows the stack. Texts may have any length.
 #include "runtime/xml/document.h"
-
-#include <libxml/SAX2.h>
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <cstring>
 #include <new>
 #include <utility>
 
 #include "runtime/base/error_text.h"
+#include "runtime/xml/parser.h"
 
 namespace {
 
 using namespace tarnbase::runtime;
 
-constexpr int deepest_nesting = 256;
+// The next node in document order of the tree below `root`.
+xmlNode *next_node(xmlNode *node, const xmlNode *root) {
+    if (node->type == XML_ELEMENT_NODE && node->children != nullptr) return node->children;
+    while (node != root && node->next == nullptr) node = node->parent;
+    return node == root ? nullptr : node->next;
+}
 
-// The first error: those that follow are mostly its consequences.
-struct ParseError {
-    int line = 0;
-    char text[200] = "";
-
-    void set(int at_line, const char *message) {
-        if (*text != '\0') return;
-        line = at_line;
-        std::snprintf(text, sizeof text, "%s", message);
-        if (char *end = std::strchr(text, '\n'); end != nullptr) *end = '\0';
+// Stores the positions of a tree's elements in its nodes, from `position` on.
+void number_elements(xmlNode *root, Position position) {
+    for (xmlNode *node = root; node != nullptr; node = next_node(node, root)) {
+        if (node->type != XML_ELEMENT_NODE) continue;
+        node->_private = reinterpret_cast<void *>(std::uintptr_t{position++});
     }
-};
-
-ParseError &error_of(void *parser) {
-    return *static_cast<ParseError *>(static_cast<xmlParserCtxt *>(parser)->_private);
 }
 
-void note_error(void *parser, xmlErrorPtr error) {
-    if (error->message != nullptr) error_of(parser).set(error->line, error->message);
-}
-
-// For a search: its result shows that it failed.
-void ignore(void *, xmlErrorPtr) {}
-
-// libxml2 reports bytes that are invalid in the document's encoding to the thread's error
-// function, which writes to standard error by default. The parser reports them as well.
-class QuietThread {
- public:
-    QuietThread() { xmlSetStructuredErrorFunc(nullptr, ignore); }
-    ~QuietThread() { xmlSetStructuredErrorFunc(context_, function_); }
-    QuietThread(const QuietThread &) = delete;
-    QuietThread &operator=(const QuietThread &) = delete;
-
- private:
-    const xmlStructuredErrorFunc function_ = xmlStructuredError;
-    void *const context_ = xmlStructuredErrorContext;
-};
-
-void refuse(xmlParserCtxt *parser, const char *message) {
-    error_of(parser).set(xmlSAX2GetLineNumber(parser), message);
-    parser->wellFormed = 0;
-    xmlStopParser(parser);
-}
-
-void refuse_type_declaration(void *parser, const xmlChar *, const xmlChar *, const xmlChar *) {
-    refuse(static_cast<xmlParserCtxt *>(parser), "expected no document type declaration");
-}
-
-void start_element(void *context, const xmlChar *name, const xmlChar *prefix, const xmlChar *uri,
-                   int namespace_count, const xmlChar **namespaces, int attribute_count,
-                   int defaulted_count, const xmlChar **attributes) {
-    auto *parser = static_cast<xmlParserCtxt *>(context);
-    if (parser->nodeNr >= deepest_nesting) {
-        refuse(parser, "expected elements that nest no deeper than 256");
-        return;
-    }
-    xmlSAX2StartElementNs(context, name, prefix, uri, namespace_count, namespaces, attribute_count,
-                          defaulted_count, attributes);
-}
-
-XmlPointer<xmlDoc> parse(const char *text, std::size_t length, ParseError &error) {
-    const XmlPointer<xmlParserCtxt> parser(xmlNewParserCtxt());
-    if (parser == nullptr) throw std::bad_alloc();
-    parser->_private = &error;
-    parser->sax->internalSubset = refuse_type_declaration;
-    parser->sax->startElementNs = start_element;
-    parser->sax->serror = note_error;
-    const QuietThread quiet;
-    constexpr int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
-                            XML_PARSE_HUGE | XML_PARSE_BIG_LINES;
-    return XmlPointer<xmlDoc>(
-        xmlCtxtReadMemory(parser.get(), text, static_cast<int>(length), nullptr, nullptr, options));
+// A path that begins with two slashes searches the whole document, so the element must be
+// the root of its own.
+XmlPointer<xmlDoc> document_of(xmlNode *element) {
+    XmlPointer<xmlDoc> tree(xmlNewDoc(reinterpret_cast<const xmlChar *>("1.0")));
+    if (tree == nullptr) throw std::bad_alloc();
+    xmlNode *copy = xmlDocCopyNode(element, tree.get(), 1);
+    if (copy == nullptr) throw std::bad_alloc();
+    xmlDocSetRootElement(tree.get(), copy);
+    number_elements(copy, position_of(element));
+    return tree;
 }
 
 }  // namespace
 
-kel_xml_document::kel_xml_document(XmlPointer<xmlDoc> document)
-    : tree(std::move(document)), paths(xmlXPathNewContext(tree.get())) {
-    if (paths == nullptr) throw std::bad_alloc();
-    paths->error = ignore;
-    // Numbers the nodes, so that ordering them takes no walk along their siblings.
-    xmlXPathOrderDocElems(tree.get());
-    // Reuses what one search allocates in the next.
-    xmlXPathContextSetCache(paths.get(), 1, -1, 0);
+namespace tarnbase::runtime {
+
+xmlDoc *ParsedText::tree() {
+    if (tree_ == nullptr) {
+        XmlPointer<xmlDoc> tree = parse_tree(text_);
+        xmlNode *const root = xmlDocGetRootElement(tree.get());
+        number_elements(root, 0);
+        nodes_.clear();
+        nodes_.reserve(elements_.count());
+        for (xmlNode *node = root; node != nullptr; node = next_node(node, root)) {
+            if (node->type == XML_ELEMENT_NODE) nodes_.push_back(node);
+        }
+        tree_ = std::move(tree);
+    }
+    return tree_.get();
 }
 
-namespace tarnbase::runtime {
+xmlNode *ParsedText::node(Position element) {
+    tree();
+    return nodes_[element];
+}
+
+Position position_of(const xmlNode *element) {
+    return static_cast<Position>(reinterpret_cast<std::uintptr_t>(element->_private));
+}
 
 kel_xml_document *parse_document(const char *text, std::size_t length) try {
     if (text == nullptr || length > INT_MAX) {
@@ -115,13 +74,33 @@ kel_xml_document *parse_document(const char *text, std::size_t length) try {
         return nullptr;
     }
     ParseError error;
-    XmlPointer<xmlDoc> tree = parse(text, length, error);
-    if (tree != nullptr) return new kel_xml_document(std::move(tree));
-    fail(EINVAL, "XML: line %d: %s", error.line, error.text);
-    return nullptr;
+    ElementTree elements;
+    if (!parse_elements({text, length}, elements, error)) {
+        fail(EINVAL, "XML: line %d: %s", error.line, error.text);
+        return nullptr;
+    }
+    auto parsed = std::make_shared<ParsedText>(std::string_view(text, length), std::move(elements));
+    return new kel_xml_document(std::move(parsed), 0);
 } catch (const std::bad_alloc &) {
     fail(ENOMEM, "XML: no memory for the document");
     return nullptr;
 }
 
 }  // namespace tarnbase::runtime
+
+kel_xml_document::kel_xml_document(std::shared_ptr<ParsedText> parsed, Position root)
+    : text(std::move(parsed)), index(text->elements(), root), root_(root) {}
+
+xmlXPathContext &kel_xml_document::paths() {
+    if (paths_ != nullptr) return *paths_;
+    if (root_ != 0 && copy_ == nullptr) copy_ = document_of(text->node(root_));
+    xmlDoc *const document = root_ == 0 ? text->tree() : copy_.get();
+    // Numbers the nodes, so that ordering them takes no walk along their siblings.
+    xmlXPathOrderDocElems(document);
+    paths_.reset(xmlXPathNewContext(document));
+    if (paths_ == nullptr) throw std::bad_alloc();
+    paths_->error = ignore_error;
+    // Reuses what one search allocates in the next.
+    xmlXPathContextSetCache(paths_.get(), 1, -1, 0);
+    return *paths_;
+}

@@ -2,9 +2,9 @@
 #include "runtime/xml/each.h"
 
 #include <cerrno>
-#include <memory>
 #include <new>
-#include <utility>
+#include <optional>
+#include <vector>
 
 #include "runtime/base/error_text.h"
 #include "runtime/xml/search.h"
@@ -13,30 +13,33 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// A path that begins with two slashes searches the whole document, so the element must be
-// the root of its own.
-std::unique_ptr<kel_xml_document> document_of(xmlNode *element) {
-    XmlPointer<xmlDoc> tree(xmlNewDoc(reinterpret_cast<const xmlChar *>("1.0")));
-    if (tree == nullptr) throw std::bad_alloc();
-    xmlNode *copy = xmlDocCopyNode(element, tree.get(), 1);
-    if (copy == nullptr) throw std::bad_alloc();
-    xmlDocSetRootElement(tree.get(), copy);
-    return std::make_unique<kel_xml_document>(std::move(tree));
+// Empty: an invalid selection.
+std::optional<std::vector<Position>> select_elements(kel_xml_document *document, const char *path) {
+    if (document == nullptr || path == nullptr) return std::nullopt;
+    if (auto found = document->index.find_all(path)) return found;
+    const Selection nodes(document, path);
+    if (!nodes.valid()) return std::nullopt;
+    std::vector<Position> elements;
+    for (std::uint32_t i = 0; i < nodes.count(); ++i) {
+        if (nodes[i]->type == XML_ELEMENT_NODE) elements.push_back(position_of(nodes[i]));
+    }
+    return elements;
 }
 
 }  // namespace
 
 std::uint32_t for_each_element(kel_xml_document *document, const char *path,
                                ElementFunction function, void *context, std::uint32_t *result) try {
-    const Selection nodes(document, path);
-    if (!nodes.valid()) {
+    const auto elements = select_elements(document, path);
+    if (!elements) {
         return fail(EINVAL, "XML: expected a path that selects elements, found \"%s\"",
                     path == nullptr ? "(null)" : path);
     }
     std::uint32_t last_result = 0;
-    for (std::uint32_t i = 0; i < nodes.count() && last_result == 0; ++i) {
-        if (nodes[i]->type != XML_ELEMENT_NODE) continue;
-        last_result = function(document_of(nodes[i]).get(), context);
+    for (const Position each : *elements) {
+        kel_xml_document element(document->text, each);
+        last_result = function(&element, context);
+        if (last_result != 0) break;
     }
     if (result != nullptr) *result = last_result;
     return 0;

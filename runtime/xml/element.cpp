@@ -36,16 +36,16 @@ void report_unrepresentable(kel_handle *handle, const char *name, std::size_t of
 
 bool read_element(const ElementSource &source, std::string &text) {
     if (*source.err != 0) return false;
-    const Selection nodes(static_cast<kel_xml_document *>(source.document), source.path);
-    if (!nodes.valid()) {
+    const FirstMatch match(static_cast<kel_xml_document *>(source.document), source.path);
+    if (!match.valid()) {
         report_bad_element(source, "expected a document, and a path that selects elements");
         return false;
     }
-    if (nodes.count() == 0) {
+    if (match.count() == 0) {
         report_error(source.handle, source.err, ENOENT);
         return false;
     }
-    if (element_text(nodes[0], text) == Content::text) return true;
+    if (match.append_text(text) == Content::text) return true;
     report_bad_element(source, "expected text, found an element");
     return false;
 }
