@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/text/quoted.h"
 
+#include <algorithm>
+
 #include "runtime/text/utf8.h"
 
 namespace tarnbase::runtime {
@@ -37,11 +39,20 @@ std::string_view short_escape(char32_t character) {
     }
 }
 
+bool is_plain(char character) {
+    return character >= 0x20 && character < 0x7f && character != '"' && character != '\\';
+}
+
 }  // namespace
 
 void append_quoted(Line &line, std::string_view bytes) {
     line.character('"');
     while (!bytes.empty()) {
+        const auto *const odd = std::find_if_not(bytes.begin(), bytes.end(), is_plain);
+        const auto plain = static_cast<std::size_t>(odd - bytes.begin());
+        line.text(bytes.substr(0, plain));
+        bytes.remove_prefix(plain);
+        if (bytes.empty()) break;
         const auto [character, length] = first_character(bytes);
         const std::string_view piece = bytes.substr(0, length == 0 ? 1 : length);
         if (length == 0 || (is_control(character) && short_escape(character).empty())) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "runtime/base/errors.h"
 #include "runtime/xml/tag.h"
@@ -29,9 +30,10 @@ template <typename Append>
 std::uint32_t write_element(const ElementPlace &place, Append append) {
     if (*place.err != 0) return 0;
     Line line(place.buffer, place.remaining);
-    append_start_tag(line, place.name, place.state_flag);
+    const std::string_view name = place.name;
+    append_start_tag(line, name, place.state_flag);
     append(line);
-    append_end_tag(line, place.name);
+    append_end_tag(line, name);
     return line.character('\n').finish(place.handle, place.err);
 }
 

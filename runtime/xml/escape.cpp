@@ -1,13 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/xml/escape.h"
 
+#include <algorithm>
+
 #include "runtime/text/utf8.h"
 
 namespace tarnbase::runtime {
 
 namespace {
 
-constexpr std::string_view escaped_characters = "&<>\"\t\n\r";
+bool is_escaped(char character) {
+    switch (character) {
+        case '&':
+        case '<':
+        case '>':
+        case '"':
+        case '\t':
+        case '\n':
+        case '\r':
+            return true;
+        default:
+            return false;
+    }
+}
 
 bool is_representable(char32_t character) {
     if (character < 0x20) return character == '\t' || character == '\n' || character == '\r';
@@ -37,6 +52,10 @@ std::string_view reference(char character) {
 
 std::size_t first_unrepresentable(std::string_view text) {
     for (std::size_t offset = 0; offset < text.size();) {
+        if (static_cast<signed char>(text[offset]) >= 0x20) {  // ASCII
+            ++offset;
+            continue;
+        }
         const Character character = first_character(text.substr(offset));
         if (character.length == 0 || !is_representable(character.value)) return offset;
         offset += character.length;
@@ -46,9 +65,10 @@ std::size_t first_unrepresentable(std::string_view text) {
 
 void append_escaped(Line &line, std::string_view text) {
     while (!text.empty()) {
-        const std::size_t plain = text.find_first_of(escaped_characters);
+        const auto *const found = std::find_if(text.begin(), text.end(), is_escaped);
+        const auto plain = static_cast<std::size_t>(found - text.begin());
         line.text(text.substr(0, plain));
-        if (plain == std::string_view::npos) return;
+        if (plain == text.size()) return;
         line.text(reference(text[plain]));
         text.remove_prefix(plain + 1);
     }

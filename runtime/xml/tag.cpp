@@ -3,16 +3,6 @@
 
 namespace tarnbase::runtime {
 
-void append_start_tag(Line &line, std::string_view name, std::uint8_t state_flag) {
-    line.character('<').text(name);
-    if (state_flag != 0) line.text(" state=\"").number(unsigned{state_flag}).character('"');
-    line.character('>');
-}
-
-void append_end_tag(Line &line, std::string_view name) {
-    line.text("</").text(name).character('>');
-}
-
 std::uint32_t write_start_tag(kel_handle *handle, char *buffer, std::string_view name,
                               std::uint32_t remaining, std::uint8_t state_flag,
                               std::uint32_t *err) {

@@ -10,8 +10,14 @@
 namespace tarnbase::runtime {
 
 // `<name>`, or `<name state="2">` for a nonzero state flag, and `</name>`.
-void append_start_tag(Line &line, std::string_view name, std::uint8_t state_flag);
-void append_end_tag(Line &line, std::string_view name);
+inline void append_start_tag(Line &line, std::string_view name, std::uint8_t state_flag) {
+    line.character('<').text(name);
+    if (state_flag != 0) line.text(" state=\"").number(unsigned{state_flag}).character('"');
+    line.character('>');
+}
+inline void append_end_tag(Line &line, std::string_view name) {
+    line.text("</").text(name).character('>');
+}
 
 // The tags of an element that contains elements, each on a line of its own. Both return the
 // tag's length; 0 with EMSGSIZE if it doesn't fit. The end tag is written after an error too:
