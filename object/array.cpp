@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "object/element_path.h"
 #include "object/state.h"
 
 namespace tarnbase::object {
@@ -197,11 +198,10 @@ std::uint32_t Array::print(const Field &field, const Call &call, Output out, std
 
 void Array::from_xml(const Field &field, const Call &call, const XmlElement &array, void *place) {
     auto *elements = static_cast<std::uint8_t *>(place);
+    ElementPath path(array.path);
     for (std::uint32_t i = 0; i < field.elements; ++i) {
-        char path[256];
-        std::snprintf(path, sizeof path, "%s[%d]", array.path, static_cast<int>(i) + 1);
-        u_int8_from_xml(call.handle, call.tx_id, path, array.document, elements + i, call.err,
-                        array.message, array.message_len);
+        u_int8_from_xml(call.handle, call.tx_id, path.at_index(i + 1), array.document, elements + i,
+                        call.err, array.message, array.message_len);
         if (call.failed()) return;
     }
 }

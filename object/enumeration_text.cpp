@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "frame/conventions.h"
+#include "object/element_path.h"
 #include "object/enumeration.h"
 #include "object/kept_byte.h"
 
@@ -78,11 +79,11 @@ std::uint32_t toxml_cr(Type type, kel_handle *handle, Output out, const Object *
 // value is unchanged.
 void from_xml(Type type, const Call &call, const XmlElement &element, Object *object) {
     if (!call.enter()) return;
+    ElementPath path(element.path);
     for (std::uint32_t i = 0; i < type.count; ++i) {
-        char path[256];
-        std::snprintf(path, sizeof path, "%s/%s", element.path, type.enumerators[i].name);
         char scratch[128];
-        *call.err = xml_get_element_value(element.document, path, scratch, sizeof scratch, 0);
+        *call.err = xml_get_element_value(element.document, path.at_name(type.enumerators[i].name),
+                                          scratch, sizeof scratch, 0);
         if (!call.failed()) {
             object->value = type.enumerators[i].user_value;
             return;

@@ -2,9 +2,8 @@
 // The XML form of an object: an element of a given name, which contains one element for
 // each field. An array has one element for each of its own, all of its name. The reader
 // addresses elements by paths; an absent element leaves its field unchanged.
-#include <cstdio>
-
 #include "frame/conventions.h"
+#include "object/element_path.h"
 #include "object/fields.h"
 #include "object/object.h"
 #include "object/value_operations.h"
@@ -73,10 +72,10 @@ void from_xml(Type type, const Call &call, const XmlElement &element, void *obje
         call.report(ENOENT);
         return;
     }
+    ElementPath path(element.path);
     for (const Field &field : fields_of(type)) {
-        char path[256];
-        std::snprintf(path, sizeof path, "%s/%s", element.path, field.name);
-        operations(field).from_xml(field, call, element.at(path), place_of(field, object));
+        operations(field).from_xml(field, call, element.at(path.at_name(field.name)),
+                                   place_of(field, object));
         if (*call.err == ENOENT) *call.err = 0;
         if (call.failed()) return;
     }
