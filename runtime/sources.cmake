@@ -34,6 +34,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/follower.cpp
   store/frame_content.cpp
   store/image.cpp
+  store/neighbours.cpp
   store/new_folder.cpp
   store/open_stores.cpp
   store/reading_scopes.cpp

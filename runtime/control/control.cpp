@@ -219,6 +219,26 @@ std::uint32_t Control::open(int folder, const char *path) {
     return are_valid_positions(*page_) ? 0 : fail_damaged(path);
 }
 
+std::optional<AddressRange> Control::range_of(int folder) {
+    const File file(::openat(folder, control_name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    Identity identity{};
+    const std::span<char> bytes(reinterpret_cast<char *>(&identity), sizeof identity);
+    if (!file.is_open() || read_fully(file.descriptor(), bytes, 0) != 0) return std::nullopt;
+    if (identity.magic != control_magic || identity.version != control_format_version ||
+        !is_valid(identity)) {
+        return std::nullopt;
+    }
+    return AddressRange{identity.base, identity.capacity};
+}
+
+bool Control::set_checkpoint(std::uint64_t position) {
+    std::uint64_t newest = page_->checkpoint.load();
+    while (newest < position) {
+        if (page_->checkpoint.compare_exchange_strong(newest, position)) return true;
+    }
+    return newest == position;
+}
+
 void Control::publish(std::uint64_t position) {
     PublishSteps steps(*page_, writable_, 0);
     publish_position(steps, position);

@@ -16,7 +16,9 @@
 //      148     4  zero
 //      152     8  identity of the last checkpoint image that was checked (checkpoint.h)
 //      160     8  when the last changes were published, nanoseconds since 1970
-//      168        zero up to 4096
+//      168        zero up to 256
+//      256     8  counts the steps of all who make a checkpoint: who doesn't count is stopped
+//      264        zero up to 4096
 //     4096        the writer's lock (lock_page.h), up to 8192
 //
 // The first 128 bytes never change. Positions only grow, and are multiples of 8.
@@ -26,6 +28,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "runtime/control/lock_page.h"
 #include "runtime/log/log.h"
@@ -50,13 +53,23 @@ struct ControlPage {
     std::uint32_t reserved_word;
     std::atomic<std::uint64_t> checked_image;
     std::atomic<std::uint64_t> change_time;
-    std::uint64_t more_reserved[491];
+    std::uint64_t more_reserved[11];
+    // On a cache line of its own: the maker of a checkpoint changes it often.
+    std::atomic<std::uint64_t> checkpoint_progress;
+    std::uint64_t last_reserved[479];
     LockPage lock;
 };
 static_assert(sizeof(ControlPage) == 8192);
 static_assert(offsetof(ControlPage, crc) == 48);
 static_assert(offsetof(ControlPage, published) == 128);
+static_assert(offsetof(ControlPage, checkpoint_progress) == 256);
 static_assert(offsetof(ControlPage, lock) == 4096);
+
+// Where every process maps a store.
+struct AddressRange {
+    std::uint64_t base;
+    std::uint64_t bytes;
+};
 
 // The mapped control file of a store.
 class Control {
@@ -72,9 +85,14 @@ class Control {
     // the error text. EINVAL: it is no store, damaged, or of another version or byte order.
     std::uint32_t open(int folder, const char *path);
 
+    // The address range of the store in a folder. None: it is no store that this release can open.
+    static std::optional<AddressRange> range_of(int folder);
+
     bool is_writable() const { return writable_; }
     ControlPage &page() const { return *page_; }
 
+    // Makes the checkpoint of a position the newest. False: there is a newer one.
+    bool set_checkpoint(std::uint64_t position);
     // Publishes the log up to `position`, and wakes the processes that wait. No system call if
     // none does. The caller has the writer's lock.
     void publish(std::uint64_t position);

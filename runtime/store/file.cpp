@@ -8,8 +8,10 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <vector>
 
 #include "runtime/base/error_text.h"
+#include "runtime/store/neighbours.h"
 #include "runtime/store/new_folder.h"
 #include "runtime/store/store.h"
 
@@ -39,15 +41,17 @@ std::uint32_t fail_map(const char *path, std::uint32_t error, const void *base,
                 static_cast<const void *>(static_cast<const char *>(base) + capacity));
 }
 
-// Maps at a random free slot, so that stores from different processes rarely have the same
-// address.
-std::uint32_t map_somewhere(std::uint64_t capacity, Region &region) {
+// Maps at a random slot that is free in this process and that no neighbour of the store has, so
+// that any process can open these stores together, and others rarely have the same address.
+std::uint32_t map_somewhere(const char *path, std::uint64_t capacity, Region &region) {
     const std::uint64_t slot = (capacity + slot_unit - 1) / slot_unit * slot_unit;
     const std::uint64_t slots = (range_end - range_begin) / slot;
     if (slots == 0) return ENOMEM;
+    const std::vector<AddressRange> taken = ranges_of_neighbours(path);
     const std::uint64_t start = std::random_device{}() % slots;
     for (std::uint64_t i = 0; i < slots; ++i) {
         const std::uint64_t address = range_begin + (start + i) % slots * slot;
+        if (overlaps(taken, {address, capacity})) continue;
         const std::uint32_t error = region.map(reinterpret_cast<void *>(address), capacity);
         if (error == EINVAL) break;
         if (error != EADDRINUSE) return error;
@@ -58,7 +62,7 @@ std::uint32_t map_somewhere(std::uint64_t capacity, Region &region) {
 
 std::uint32_t map_new(const char *path, std::uint64_t capacity, void *base, Region &region) {
     const std::uint32_t error =
-        base != nullptr ? region.map(base, capacity) : map_somewhere(capacity, region);
+        base != nullptr ? region.map(base, capacity) : map_somewhere(path, capacity, region);
     return error == 0 ? 0 : fail_map(path, error, base, capacity);
 }
 

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Creating, opening and checking the control file.
+#include <fcntl.h>
+
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -158,6 +161,31 @@ int read_as_another_user(Peer &, const char *path) {
     TARN_PEER_EXPECT(::open((std::string(path) + "/processes").c_str(), O_RDONLY) < 0);
     TARN_PEER_EXPECT(!store.control.wait(0, 20));
     return 0;
+}
+
+TEST_F(ControlTest, ThePositionOfTheNewestCheckpointOnlyGrows) {
+    Opened store(path());
+    ASSERT_EQ(store.error, 0u) << error_text();
+    EXPECT_TRUE(store.control.set_checkpoint(64));
+    EXPECT_FALSE(store.control.set_checkpoint(48)) << "a process that was stopped goes on";
+    EXPECT_TRUE(store.control.set_checkpoint(64)) << "two have made the same one";
+    EXPECT_EQ(store.control.page().checkpoint, 64u);
+    EXPECT_TRUE(store.control.set_checkpoint(72));
+    EXPECT_EQ(store.control.page().checkpoint, 72u);
+}
+
+TEST_F(ControlTest, TheAddressRangeIsReadWithoutOpeningTheStore) {
+    const tarnbase::runtime::File folder(::open(path(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto range = Control::range_of(folder.descriptor());
+    ASSERT_TRUE(range);
+    EXPECT_EQ(range->base, test_base);
+    EXPECT_EQ(range->bytes, test_capacity);
+    Bytes bytes = read();
+    bytes[32] ^= 1;
+    write(bytes);
+    EXPECT_FALSE(Control::range_of(folder.descriptor()));
+    std::filesystem::remove(file("control"));
+    EXPECT_FALSE(Control::range_of(folder.descriptor()));
 }
 
 TEST_F(ControlTest, WhoMayOnlyReadMapsItToRead) {

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <fstream>
+#include <list>
 #include <utility>
 
 #include "runtime/control/control.h"
@@ -252,6 +253,22 @@ TEST_F(StoreFile, TwoStoresAreOpenAtOnceAndApart) {
     EXPECT_EQ(two.describe().transactions, 0U);
     EXPECT_EQ(kel_transaction_rollback(two.handle, tx), std::uint32_t{EINVAL});
     EXPECT_EQ(kel_transaction_rollback(one.handle, tx), 0U);
+}
+
+// By chance alone, two of so many would have the same address.
+TEST_F(StoreFile, StoresInOneFolderAreMadeApart) {
+    constexpr std::size_t count = 100;
+    for (std::size_t i = 0; i < count; ++i) {
+        kel_store *made = nullptr;
+        const std::string name = path + std::to_string(i);
+        ASSERT_EQ(kel_store_create(name.c_str(), &small_options, &made), 0U) << kel_error_text();
+        kel_store_close(made);
+    }
+    std::list<OpenStore> stores;
+    for (std::size_t i = 0; i < count; ++i) {
+        stores.emplace_back((path + std::to_string(i)).c_str());
+        EXPECT_EQ(stores.back().error, 0U) << kel_error_text();
+    }
 }
 
 TEST_F(StoreFile, CloseRollsBackWhatWasNotCommitted) {
