@@ -6,6 +6,7 @@ set(TARNBASE_RUNTIME_SOURCES
   arena/allocator.cpp
   arena/page_set.cpp
   arena/region.cpp
+  arena/unshared_pages.cpp
   index/address_map.cpp
   index/index_editor.cpp
   index/index_form.cpp

@@ -107,7 +107,21 @@ void Allocator::release_run(Page *page, std::uint64_t dirty) {
     std::memset(static_cast<void *>(page), 0, dirty);
     heads_.erase(first);
     for (std::uint64_t i = 0; i < pages; ++i) free_.insert(first + i);
-    if ((first + pages) * page_size == state_->size) shrink();
+    if ((first + pages) * page_size == state_->size) {
+        shrink();
+    } else {
+        discard_groups(first, first + pages);
+    }
+}
+
+// Returns the memory of large runs of free pages among others.
+void Allocator::discard_groups(std::uint64_t first, std::uint64_t end) {
+    constexpr std::uint64_t group = PageSet::group;
+    for (std::uint64_t page = first / group * group; page < end; page += group) {
+        const std::uint64_t begin = page * page_size, bytes = group * page_size;
+        if (begin < front_ || begin + bytes > state_->size || !free_.contains_group(page)) continue;
+        region_->discard_zeros(begin, bytes);
+    }
 }
 
 void *Allocator::allocate(std::uint64_t size) {

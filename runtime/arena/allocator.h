@@ -91,6 +91,7 @@ class Allocator {
     bool claim_small(std::uint64_t offset, std::uint32_t size_class);
     bool claim_large(std::uint64_t offset, std::uint64_t size);
     void release_run(Page *page, std::uint64_t dirty);
+    void discard_groups(std::uint64_t first, std::uint64_t end);
     void *allocate_small(std::uint32_t size_class);
     void *allocate_large(std::uint64_t size);
     void release_small(Page *page, std::uint32_t slot);

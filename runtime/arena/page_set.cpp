@@ -70,6 +70,13 @@ bool PageSet::contains(std::uint64_t page) const {
     return page < limit_ && (levels_[0][page / word_bits] & bit(page)) != 0;
 }
 
+bool PageSet::contains_group(std::uint64_t page) const {
+    static_assert(word_bits % group == 0);
+    constexpr std::uint64_t all = (1ULL << group) - 1;
+    const std::uint64_t first = page / group * group;
+    return page < limit_ && (levels_[0][page / word_bits] >> first % word_bits & all) == all;
+}
+
 std::uint64_t PageSet::count_below(std::uint64_t page) const {
     page = std::min(page, limit_);
     std::uint64_t count = 0;

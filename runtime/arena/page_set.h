@@ -27,6 +27,9 @@ class PageSet {
     void insert_range(std::uint64_t first, std::uint64_t end);
     void erase(std::uint64_t page);
     bool contains(std::uint64_t page) const;
+    // Whether it contains all of the `group` pages, from the multiple of that, around this one.
+    static constexpr std::uint64_t group = 16;
+    bool contains_group(std::uint64_t page) const;
 
     // The number of members, and of those below a page.
     std::uint64_t count() const;

@@ -57,6 +57,7 @@ std::uint32_t Region::map_front(void *base, std::uint64_t capacity, std::uint64_
         error = map_free(base, mapped_, base_);
     }
     capacity_ = capacity;
+    discarded_.assign(capacity / least_discard + 1, false);
     return error;
 }
 
@@ -78,7 +79,9 @@ bool Region::reach(std::uint64_t bytes) {
 
 std::uint32_t Region::clear() {
     void *mapped = ::mmap(base_, mapped_, access, zeros | MAP_FIXED, -1, 0);
-    return mapped == MAP_FAILED ? error_number() : 0;
+    if (mapped == MAP_FAILED) return error_number();
+    discarded_.assign(discarded_.size(), false);
+    return 0;
 }
 
 std::uint32_t Region::map_file(int descriptor, std::uint64_t offset, std::uint64_t at,
@@ -95,8 +98,29 @@ std::uint32_t Region::read_file(int descriptor, std::uint64_t offset, std::uint6
 
 // If it fails, the memory stays: it is zero as it should be.
 void Region::return_memory(std::uint64_t end) {
-    void *mapped = ::mmap(base_ + end, used_ - end, access, zeros | MAP_FIXED, -1, 0);
-    if (mapped != MAP_FAILED) used_ = end;
+    if (discard_zeros(end, used_ - end)) used_ = end;
+}
+
+bool Region::discard_zeros(std::uint64_t offset, std::uint64_t bytes) {
+    void *mapped = ::mmap(base_ + offset, bytes, access, zeros | MAP_FIXED, -1, 0);
+    if (mapped == MAP_FAILED) return false;
+    for (std::uint64_t at = offset / least_discard; at * least_discard < offset + bytes; ++at) {
+        discarded_[at] = true;
+    }
+    return true;
+}
+
+void Region::add_discarded(std::uint64_t end, UnsharedPages &own) const {
+    for (std::uint64_t piece = 0; piece < discarded_.size(); ++piece) {
+        if (!discarded_[piece]) continue;
+        const std::uint64_t piece_end = std::min(end, (piece + 1) * least_discard);
+        for (std::uint64_t at = piece * least_discard; at < piece_end; at += own.page_bytes) {
+            own.offsets.push_back(at);
+        }
+    }
+    std::ranges::sort(own.offsets);
+    const auto repeated = std::ranges::unique(own.offsets);
+    own.offsets.erase(repeated.begin(), repeated.end());
 }
 
 bool Region::contains(const void *address, std::uint64_t length) const {

@@ -7,6 +7,9 @@
 #define TARNBASE_RUNTIME_ARENA_REGION_H
 
 #include <cstdint>
+#include <vector>
+
+#include "runtime/arena/unshared_pages.h"
 
 namespace tarnbase::runtime {
 
@@ -43,6 +46,11 @@ class Region {
     void discard(std::uint64_t end) {
         if (used_ >= end + least_discard) return_memory(end);
     }
+    // The same for some bytes, which may be used again at any time. False: they stay.
+    bool discard_zeros(std::uint64_t offset, std::uint64_t bytes);
+    // Adds the pages before `end` that were discarded since `clear`, and pages beside them, to the
+    // process's own: files that were mapped there may have bytes that aren't zero.
+    void add_discarded(std::uint64_t end, UnsharedPages &own) const;
 
     char *base() const { return base_; }
     std::uint64_t capacity() const { return capacity_; }
@@ -60,6 +68,8 @@ class Region {
     std::uint64_t capacity_ = 0;
     std::uint64_t mapped_ = 0;  // from the base
     std::uint64_t used_ = 0;    // nothing was stored into what is after it
+    // For each piece of `least_discard` bytes, whether some of it was discarded.
+    std::vector<bool> discarded_;
 };
 
 }  // namespace tarnbase::runtime

@@ -61,6 +61,10 @@ TEST_P(PageSets, AreEqualToASetAfterEveryStep) {
             model.insert(page);
         }
         ASSERT_EQ(set.contains(page), model.count(page) == 1);
+        const std::uint64_t group = page / PageSet::group * PageSet::group;
+        const auto in_group =
+            std::distance(model.lower_bound(group), model.lower_bound(group + PageSet::group));
+        ASSERT_EQ(set.contains_group(page), std::cmp_equal(in_group, PageSet::group));
         ASSERT_NO_FATAL_FAILURE(verify());
     }
 }
