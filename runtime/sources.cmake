@@ -35,10 +35,12 @@ set(TARNBASE_RUNTIME_SOURCES
   store/follower.cpp
   store/frame_content.cpp
   store/image.cpp
+  store/kept_pages.cpp
   store/neighbours.cpp
   store/new_folder.cpp
   store/open_stores.cpp
   store/reading_scopes.cpp
+  store/own_references.cpp
   store/record_block.cpp
   store/sharing.cpp
   store/store.cpp

@@ -201,7 +201,7 @@ std::uint32_t Checkpoint::read_checksums(Checksums &checksums) {
     return stray == front.size() ? 0 : fail_stray(stray);
 }
 
-std::uint32_t Checkpoint::check_image() {
+std::uint32_t Checkpoint::check_image(std::atomic<std::uint64_t> *progress) {
     Checksums checksums;
     if (const std::uint32_t error = read_checksums(checksums)) return error;
     std::vector<char> buffer(pages_at_once * image_page_bytes);
@@ -216,11 +216,21 @@ std::uint32_t Checkpoint::check_image() {
         }
         const std::uint64_t hole = seek(descriptor(), data, SEEK_HOLE, image_end());
         const std::uint64_t end = page_at(hole + image_page_bytes - 1);
-        if (const auto error = check_pages(checksums, page, end, buffer)) return error;
+        if (const auto error = check_pages(checksums, page, end, buffer, progress)) {
+            return error;
+        }
         page = end;
     }
     // What a file has lost meanwhile looks like a hole.
     return check_size();
+}
+
+std::uint32_t Checkpoint::read(std::uint64_t offset, std::span<char> into) {
+    const std::uint64_t left = head_.image_bytes - std::min(offset, head_.image_bytes);
+    const std::span<char> stored = into.first(std::min(left, into.size()));
+    std::ranges::fill(into.subspan(stored.size()), '\0');
+    const std::uint32_t error = read_fully(descriptor(), stored, head_.image_offset + offset);
+    return error == 0 ? 0 : fail_read(error);
 }
 
 bool ImageExtent::has_whole_pages() const {
@@ -262,8 +272,10 @@ std::uint32_t Checkpoint::extents(std::vector<ImageExtent> &found) {
 }
 
 std::uint32_t Checkpoint::check_pages(const Checksums &checksums, std::uint64_t page,
-                                      std::uint64_t end, std::span<char> buffer) {
+                                      std::uint64_t end, std::span<char> buffer,
+                                      std::atomic<std::uint64_t> *progress) {
     while (page < end) {
+        if (progress != nullptr) progress->fetch_add(1, std::memory_order_relaxed);
         const std::uint64_t count = std::min(pages_at_once, end - page);
         const std::span<char> bytes = buffer.first(count * image_page_bytes);
         const std::uint64_t offset = head_.image_offset + page * image_page_bytes;

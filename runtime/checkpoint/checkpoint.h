@@ -25,6 +25,7 @@
 #ifndef TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 #define TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 
+#include <atomic>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -65,10 +66,11 @@ std::string checkpoint_name(std::uint64_t position);
 
 // Writes a checkpoint with the image at `image`, which nothing changes meanwhile. The caller
 // sets the head's id, base, capacity, position, segment and sequence, and has the checkpoint
-// lock. Everyone who has a permission for the folder gets the same for the file. Returns 0 or
-// an errno number; EINVAL: the head or the image's length is none that `open` accepts. An
-// error leaves no file.
-std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image);
+// lock. Everyone who has a permission for the folder gets the same for the file. Steps are counted
+// in `progress`. Returns 0 or an errno number; EINVAL: the head or the image's length is none that
+// `open` accepts. An error leaves no file.
+std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image,
+                               std::atomic<std::uint64_t> *progress = nullptr);
 
 // A checkpoint that is open.
 class Checkpoint {
@@ -78,8 +80,10 @@ class Checkpoint {
     // or of another store. After any error nothing is open, and `what` says what is wrong.
     std::uint32_t open(int folder, const StoreId &id, std::uint64_t position);
     // Checks the checksums of the image. EBADMSG as above. Nothing is mapped: a file that is
-    // cut meanwhile is an error and not a signal.
-    std::uint32_t check_image();
+    // cut meanwhile is an error and not a signal. Counts its steps in `progress`.
+    std::uint32_t check_image(std::atomic<std::uint64_t> *progress = nullptr);
+    // Reads bytes of the image; zeros after its end.
+    std::uint32_t read(std::uint64_t offset, std::span<char> into);
     // The parts of the image that aren't zero. Nothing else of it should be mapped: a file system
     // in memory gives memory to a hole that is read there, and if it is full that is a SIGBUS.
     // EBADMSG as above.
@@ -107,7 +111,7 @@ class Checkpoint {
     std::uint32_t check_size();
     std::uint32_t read_checksums(Checksums &checksums);
     std::uint32_t check_pages(const Checksums &checksums, std::uint64_t page, std::uint64_t end,
-                              std::span<char> buffer);
+                              std::span<char> buffer, std::atomic<std::uint64_t> *progress);
 
     std::uint32_t fail(std::uint32_t code, const std::string &text);
     std::uint32_t fail_read(std::uint32_t error);
@@ -123,6 +127,9 @@ class Checkpoint {
     CheckpointHead head_{};
     std::string what_;
 };
+
+// Removes the checkpoint of a position.
+void remove_checkpoint(int folder, std::uint64_t position);
 
 // Removes all checkpoints before `position`, and those that a process was writing when it
 // ended. The caller has the checkpoint lock.

@@ -66,6 +66,10 @@ std::optional<CheckpointFile> parse_checkpoint_name(std::string_view name) {
     return CheckpointFile{*position, !suffix.empty()};
 }
 
+void remove_checkpoint(int folder, std::uint64_t position) {
+    ::unlinkat(folder, checkpoint_name(position).c_str(), 0);
+}
+
 void remove_checkpoints(int folder, std::uint64_t position) {
     const OpenFolder entries = open_folder(folder);
     if (entries == nullptr) return;

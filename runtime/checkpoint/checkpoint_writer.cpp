@@ -92,10 +92,12 @@ std::uint32_t write_front_page(int file, std::span<const char> page, std::uint64
 }
 
 std::uint32_t write_image(int file, const CheckpointHead &head, std::span<const char> image,
-                          std::span<std::uint32_t> checksums) {
+                          std::span<std::uint32_t> checksums,
+                          std::atomic<std::uint64_t> *progress) {
     const std::uint64_t front = front_of(head);
     for (std::uint64_t i = 0; i < checksums.size(); ++i) {
         const std::uint64_t at = i * image_page_bytes;
+        if (progress != nullptr) progress->fetch_add(1, std::memory_order_relaxed);
         const auto write = at < front ? write_front_page : write_page;
         const std::uint32_t error =
             write(file, image.subspan(at, image_page_bytes), head.image_offset + at, checksums[i]);
@@ -117,7 +119,8 @@ std::uint32_t write_front(int file, CheckpointHead &head,
 
 }  // namespace
 
-std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image) {
+std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image,
+                               std::atomic<std::uint64_t> *progress) {
     head.magic = checkpoint_magic;
     head.version = checkpoint_format_version;
     head.byte_order = checkpoint_byte_order;
@@ -132,7 +135,9 @@ std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const 
     if (const std::uint32_t error = working.create(head.position)) return error;
     const int file = working.descriptor();
     if (const std::uint32_t error = set_size(file, file_bytes)) return error;
-    if (const std::uint32_t error = write_image(file, head, image, checksums)) return error;
+    if (const std::uint32_t error = write_image(file, head, image, checksums, progress)) {
+        return error;
+    }
     if (const std::uint32_t error = write_front(file, head, checksums)) return error;
     return working.rename(checkpoint_name(head.position));
 }

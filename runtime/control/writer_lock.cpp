@@ -23,7 +23,7 @@ constexpr std::chrono::nanoseconds longest_sleep = 50ms;
 constexpr std::chrono::nanoseconds between_turns = 1ms;
 constexpr std::chrono::nanoseconds longest_turn = 200us;
 
-// The byte after those of the numbers.
+// The first byte after those of the numbers.
 constexpr std::uint32_t checkpoints_byte = most_processes;
 
 // What take_lock and its like do (lock_protocol.h).
@@ -121,12 +121,14 @@ bool WriterLock::is_alone() const {
     return true;
 }
 
-bool WriterLock::try_lock_checkpoints() {
-    return !is_inherited() && processes_.try_lock(checkpoints_byte);
+bool WriterLock::try_lock_checkpoints(std::uint32_t number) {
+    if (is_inherited() || !processes_.try_lock(checkpoints_byte + number)) return false;
+    checkpoint_lock_ = number;
+    return true;
 }
 
 void WriterLock::unlock_checkpoints() {
-    if (!is_inherited()) processes_.unlock(checkpoints_byte);
+    if (!is_inherited()) processes_.unlock(checkpoints_byte + checkpoint_lock_);
 }
 
 }  // namespace tarnbase::runtime

@@ -58,8 +58,10 @@ class WriterLock {
     // Whether no other process is registered.
     bool is_alone() const;
 
-    // A lock for the maker of checkpoints. False: another process has it.
-    bool try_lock_checkpoints();
+    // Locks for the makers of checkpoints. False: another process has it. A process has one at a
+    // time.
+    static constexpr std::uint32_t checkpoint_locks = 8;
+    bool try_lock_checkpoints(std::uint32_t number = 0);
     void unlock_checkpoints();
 
  private:
@@ -69,6 +71,7 @@ class WriterLock {
     Processes processes_;
     std::uint32_t number_ = 0;
     std::atomic<std::uint64_t> word_ = 0;  // as it was taken; 0: the lock isn't held
+    std::uint32_t checkpoint_lock_ = 0;    // the one that was taken last
     Holder self_{};
     bool woke_other_ = false;  // at the last release
     std::chrono::steady_clock::time_point gave_way_{};

@@ -38,7 +38,8 @@ class CheckpointRepair {
         folder_ = File(::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         // Whatever else is wrong is found when the store is opened.
         if (!folder_.is_open() || control_.open(folder_.descriptor(), path) != 0) return 0;
-        if (!control_.is_writable() || is_whole(control_.page().checkpoint.load())) return 0;
+        std::uint64_t newest = control_.page().checkpoint.load();
+        if (!control_.is_writable() || is_whole(newest)) return 0;
         const auto older = find_older(path);
         if (!older) return 0;
         WriterLock lock;
@@ -46,7 +47,8 @@ class CheckpointRepair {
             !lock.try_lock_checkpoints()) {
             return fail(EBUSY, "%s: another process is making a checkpoint", path);
         }
-        control_.page().checkpoint.store(*older);
+        // Unless another process has made one meanwhile.
+        control_.page().checkpoint.compare_exchange_strong(newest, *older);
         lock.unlock_checkpoints();
         return 0;
     }

@@ -18,6 +18,9 @@ namespace {
 
 constexpr int rest_factor = 9;
 
+// After another process was found to make a checkpoint, nobody looks again for this time.
+constexpr std::chrono::milliseconds busy_time{100};
+
 // Signals are for the program's own threads.
 class SignalsBlocked {
  public:
@@ -66,25 +69,55 @@ std::uint32_t Checkpointer::make(std::uint64_t size) {
 // Requires: the state is `making`.
 std::uint32_t Checkpointer::make_timed(std::uint64_t size) {
     const Clock::time_point began = Clock::now();
-    std::uint32_t error = 0;
-    if (lock_.try_lock_checkpoints()) {
-        error = make_locked(size);
-        lock_.unlock_checkpoints();
-    } else {
-        error = fail(EBUSY, "%s: another process is making a checkpoint", store_.path.c_str());
+    if (!lock()) {
+        finish(began, true);
+        return fail(EBUSY, "%s: another process is making a checkpoint", store_.path.c_str());
     }
+    const std::uint32_t error = make_locked(size);
+    seen_steps_ = store_.control.page().checkpoint_progress.load();
+    lock_.unlock_checkpoints();
+    finish(began, false);
+    return error;
+}
+
+void Checkpointer::finish(Clock::time_point began, bool is_busy) {
     const Clock::time_point end = Clock::now();
     const std::lock_guard guard(mutex_);
     end_of_rest_ = end + rest_factor * (end - began);
+    busy_until_ = is_busy ? end + busy_time : end;
     state_ = State::idle;
-    return error;
+}
+
+// Takes the lock, or another one if who has it is stopped.
+bool Checkpointer::lock() {
+    bool is_locked = lock_.try_lock_checkpoints(0);
+    if (!is_locked && is_other_stopped()) {
+        for (std::uint32_t i = 1; !is_locked && i < WriterLock::checkpoint_locks; ++i) {
+            is_locked = lock_.try_lock_checkpoints(i);
+        }
+    }
+    // A first step: others may have seen the last one long ago.
+    if (is_locked) store_.control.page().checkpoint_progress.fetch_add(1);
+    return is_locked;
+}
+
+bool Checkpointer::is_other_stopped() {
+    const std::uint64_t steps = store_.control.page().checkpoint_progress.load();
+    const Clock::time_point now = Clock::now();
+    if (seen_steps_ != steps) {
+        seen_steps_ = steps;
+        seen_since_ = now;
+    }
+    return now - seen_since_ >= patience;
 }
 
 std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
     ControlPage &control = store_.control.page();
     Image image;
     Follower follower(store_, image);
-    if (const std::uint32_t error = follower.load_second(size)) return error;
+    if (const std::uint32_t error = follower.load_second(size, &control.checkpoint_progress)) {
+        return error;
+    }
     const int folder = store_.folder.descriptor();
     if (follower.position() != control.checkpoint.load()) {
         CheckpointHead head{};
@@ -94,11 +127,15 @@ std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
         head.position = follower.position();
         head.segment = follower.segment();
         head.sequence = follower.sequence();
-        if (const std::uint32_t error = write_checkpoint(folder, head, image.bytes())) {
+        if (const std::uint32_t error =
+                write_checkpoint(folder, head, image.bytes(), &control.checkpoint_progress)) {
             return fail(error, "%s: cannot write a checkpoint: %s", store_.path.c_str(),
                         std::strerror(static_cast<int>(error)));
         }
-        control.checkpoint.store(follower.position());
+        if (!store_.control.set_checkpoint(follower.position())) {
+            remove_checkpoint(folder, follower.position());
+            return 0;
+        }
         // What was just written needs no check.
         Checkpoint written;
         if (written.open(folder, control.id, follower.position()) == 0) {
@@ -138,7 +175,7 @@ void Checkpointer::start(std::uint64_t size, bool is_urgent) {
     {
         const std::lock_guard guard(mutex_);
         if (state_ == State::due && is_urgent) hurry();
-        if (state_ != State::idle) return;
+        if (state_ != State::idle || Clock::now() < busy_until_) return;
     }
     // A thread that still rests finds nothing to do.
     wait();

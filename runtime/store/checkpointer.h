@@ -3,6 +3,10 @@
 // of the one before and of the log: the image that the process works on isn't involved, and
 // no writer waits. The thread rests after a checkpoint for nine times as long as it took, so that
 // a busy writer pays for a tenth of a processor.
+//
+// One process at a time makes them, and counts its steps in the control file. If it counts none
+// for some seconds, it is stopped, and another one makes a checkpoint beside it. That does no harm:
+// the files have other names until they are complete, and the position of the newest only grows.
 #ifndef TARNBASE_RUNTIME_STORE_CHECKPOINTER_H
 #define TARNBASE_RUNTIME_STORE_CHECKPOINTER_H
 
@@ -10,6 +14,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "runtime/control/writer_lock.h"
@@ -28,6 +33,8 @@ class Checkpointer {
     // Makes a checkpoint of what is published. `size` is the store's, as far as it is known.
     // Returns 0; EBUSY another thread or process is making one; or an error of its files.
     std::uint32_t make(std::uint64_t size);
+    // How long another process may make one without a step.
+    static constexpr std::chrono::seconds patience{3};
     // The same in the background, after a rest unless it is urgent. A failure leaves the log as
     // long as it is.
     void start(std::uint64_t size, bool is_urgent);
@@ -43,6 +50,9 @@ class Checkpointer {
 
     std::uint32_t make_locked(std::uint64_t size);
     std::uint32_t make_timed(std::uint64_t size);
+    bool lock();
+    bool is_other_stopped();
+    void finish(Clock::time_point began, bool is_busy);
     Clock::duration rest_left();
     void rest();
     void rest_and_make(std::uint64_t size);
@@ -53,6 +63,10 @@ class Checkpointer {
     std::mutex mutex_;  // of the state and the rest's end
     State state_ = State::idle;
     Clock::time_point end_of_rest_{};
+    Clock::time_point busy_until_{};  // until then no thread looks whether another process is done
+    // The steps of all processes as they were last seen, and since when there are no others.
+    std::optional<std::uint64_t> seen_steps_;
+    Clock::time_point seen_since_{};
     // Not 0: the rest is over. No condition variable: a child process couldn't destroy it.
     std::atomic<std::uint64_t> hurried_ = 0;
     std::unique_ptr<std::thread> thread_;

@@ -4,8 +4,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "runtime/base/error_text.h"
+#include "runtime/store/own_references.h"
 
 namespace tarnbase::runtime {
 
@@ -14,6 +17,9 @@ namespace {
 // Where a process may not map the whole capacity twice, the second image has space for a store
 // that has grown meanwhile.
 constexpr std::uint64_t spare_bytes = 64ULL << 20;
+
+// Less memory of the process isn't worth the time.
+constexpr std::uint64_t least_own_bytes = 1ULL << 20;
 
 }  // namespace
 
@@ -24,9 +30,9 @@ std::uint32_t Follower::fail_damaged(const char *what) const {
                 store_.path.c_str(), static_cast<unsigned long long>(position()), what);
 }
 
-std::uint32_t Follower::load_checkpoint() {
-    ControlPage &control = store_.control.page();
-    Checkpoint checkpoint;
+// Opens the newest checkpoint and checks it.
+std::uint32_t Follower::open_checkpoint(Checkpoint &checkpoint) {
+    const ControlPage &control = store_.control.page();
     std::uint32_t error = ENOENT;
     for (int i = 0; error == ENOENT && i < most_attempts; ++i) {
         error = checkpoint.open(store_.folder.descriptor(), control.id, control.checkpoint.load());
@@ -41,23 +47,35 @@ std::uint32_t Follower::load_checkpoint() {
         return fail(EBADMSG, "%s: the checkpoint is for another address or capacity",
                     store_.path.c_str());
     }
+    return check_image(checkpoint);
+}
+
+std::uint32_t Follower::check_image(Checkpoint &checkpoint) {
+    std::atomic<std::uint64_t> &checked = store_.control.page().checked_image;
     const std::uint64_t identity = checkpoint.identity();
-    if (control.checked_image.load(std::memory_order_relaxed) != identity) {
-        error = checkpoint.check_image();
-        if (error != 0) {
-            return fail(error, "%s: %s", store_.path.c_str(), checkpoint.what().c_str());
-        }
-        if (store_.control.is_writable()) {
-            control.checked_image.store(identity, std::memory_order_relaxed);
-        }
+    const bool is_checked = checked.load(std::memory_order_relaxed) == identity;
+    if (is_checked && !is_copied_) return 0;
+    const std::uint32_t error = checkpoint.check_image(progress_);
+    // What has become damaged is checked by everyone from now on.
+    if (store_.control.is_writable() && is_checked != (error == 0)) {
+        checked.store(error == 0 ? identity : 0, std::memory_order_relaxed);
     }
-    error = image_.load(checkpoint);
+    if (error == 0) return 0;
+    return fail(error, "%s: %s", store_.path.c_str(), checkpoint.what().c_str());
+}
+
+std::uint32_t Follower::load_checkpoint() {
+    Checkpoint checkpoint;
+    if (const std::uint32_t error = open_checkpoint(checkpoint)) return error;
+    const std::uint32_t error = image_.load(checkpoint);
     if (error != 0) {
         return fail(
             error, "%s: cannot load the checkpoint: %s", store_.path.c_str(),
             error == EBADMSG ? checkpoint.what().c_str() : std::strerror(static_cast<int>(error)));
     }
+    const CheckpointHead &head = checkpoint.head();
     set_position(head.position);
+    looked_at_ = head.position;
     segment_ = head.segment;
     sequence_ = head.sequence;
     log_is_open_ = false;
@@ -65,15 +83,19 @@ std::uint32_t Follower::load_checkpoint() {
 }
 
 std::uint32_t Follower::load() {
+    const OwnReferences references(image_);
     for (int i = 0; i < most_attempts; ++i) {
         if (const std::uint32_t error = load_checkpoint()) return error;
         const std::uint32_t error = apply_published(published());
+        if (error == 0) references.restore(image_);
         if (error != ENOENT) return error;
     }
     return fail(ENOENT, "%s: a part of the log is missing", store_.path.c_str());
 }
 
-std::uint32_t Follower::load_second(std::uint64_t size) {
+std::uint32_t Follower::load_second(std::uint64_t size, std::atomic<std::uint64_t> *progress) {
+    is_copied_ = true;
+    progress_ = progress;
     const std::uint64_t capacity = store_.control.page().capacity;
     const std::uint64_t front = std::min(size + spare_bytes, capacity);
     if (const std::uint32_t error = image_.region.map_front(nullptr, capacity, front)) {
@@ -115,6 +137,7 @@ std::uint32_t Follower::apply_next(std::uint64_t published) {
     set_position(log_.position());
     segment_ = log_.segment();
     sequence_ += 1;
+    if (progress_ != nullptr) progress_->fetch_add(1, std::memory_order_relaxed);
     return 0;
 }
 
@@ -134,6 +157,22 @@ std::uint32_t Follower::catch_up() {
     if (error == ENOENT) error = load();
     if (error != 0) return error;
     return position() < end_ ? 0 : fail_damaged("an operation can't be applied");
+}
+
+std::uint32_t Follower::share_pages() try {
+    const std::uint64_t newest = store_.control.page().checkpoint.load();
+    if (newest == looked_at_) return 0;
+    looked_at_ = newest;
+    const std::uint64_t least = std::max(least_own_bytes, image_.bytes().size() / 4);
+    UnsharedPages own;
+    if (image_.bytes().size() < least || find_unshared_pages(image_.bytes(), own) != 0) return 0;
+    if (own.bytes() < least) return 0;
+    Checkpoint checkpoint;
+    if (open_checkpoint(checkpoint) != 0 || checkpoint.head().position > position()) return 0;
+    const std::uint32_t error = image_.remap(checkpoint, std::move(own));
+    return error == 0 || error == EAGAIN ? 0 : load();
+} catch (const std::bad_alloc &) {
+    return 0;  // Without memory nothing was mapped.
 }
 
 void Follower::advance(const LogWriter &log) {

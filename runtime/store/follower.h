@@ -32,12 +32,18 @@ class Follower {
     // store's capacity. Returns 0, or sets the error text: EBADMSG a file is damaged; and errno
     // numbers of its files.
     std::uint32_t load();
-    // Maps the region of a second image anywhere, and loads that. `size` is the store's, as far as
-    // it is known.
-    std::uint32_t load_second(std::uint64_t size);
+    // Maps the region of a second image anywhere, and loads that, to copy it: the checkpoint is
+    // checked even if one process has done so, since a page that was damaged after that would get
+    // a right checksum in the copy. `size` is the store's, as far as it is known. Steps are counted
+    // in `progress`, unless it is null.
+    std::uint32_t load_second(std::uint64_t size, std::atomic<std::uint64_t> *progress);
     // Applies what was published since. Errors as above: the image stays as it was after the
     // last good frame.
     std::uint32_t catch_up();
+    // Returns memory of the process to the system: if much of the image is its own, and there is a
+    // newer checkpoint, that is mapped. No byte of the image changes. Looks once at each
+    // checkpoint. Errors as above.
+    std::uint32_t share_pages();
 
     // Any thread may call these two.
     bool is_current() const { return position() == published(); }
@@ -54,6 +60,8 @@ class Follower {
     void advance(const LogWriter &log);
 
  private:
+    std::uint32_t open_checkpoint(Checkpoint &checkpoint);
+    std::uint32_t check_image(Checkpoint &checkpoint);
     std::uint32_t load_checkpoint();
     // Applies frames up to `end_`. ENOENT: a newer checkpoint has replaced them.
     std::uint32_t apply_published(std::uint64_t published);
@@ -73,7 +81,10 @@ class Follower {
     std::atomic<std::uint64_t> position_ = 0;
     std::uint64_t segment_ = 0;
     std::uint64_t sequence_ = 0;
-    std::uint64_t end_ = ~0ULL;  // a frame here can't be applied
+    std::uint64_t end_ = ~0ULL;    // a frame here can't be applied
+    std::uint64_t looked_at_ = 0;  // the position of the checkpoint that was loaded or looked at
+    bool is_copied_ = false;       // the image, to other files
+    std::atomic<std::uint64_t> *progress_ = nullptr;
 };
 
 }  // namespace tarnbase::runtime

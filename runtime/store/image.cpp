@@ -8,6 +8,7 @@
 
 #include "runtime/index/positions.h"
 #include "runtime/log/frame.h"
+#include "runtime/store/kept_pages.h"
 
 namespace tarnbase::runtime {
 
@@ -15,6 +16,16 @@ namespace {
 
 // Extents of a checkpoint that are shorter than this are read and not mapped.
 constexpr std::uint64_t least_mapped_bytes = 256 << 10;
+
+// The number of pages from `index` on that follow one another, and whose bytes fit in `most`.
+std::size_t run_length(const UnsharedPages &own, std::size_t index, std::uint64_t most) {
+    std::size_t count = 1;
+    while (index + count < own.offsets.size() && (count + 1) * own.page_bytes <= most &&
+           own.offsets[index + count] == own.offsets[index] + count * own.page_bytes) {
+        ++count;
+    }
+    return count;
+}
 
 // References that this process has to the record stay.
 void apply_references(char *place, const char *bytes) {
@@ -65,6 +76,29 @@ std::uint32_t Image::load(Checkpoint &checkpoint) {
         header->capacity != head.capacity || wrong_size() != nullptr) {
         return checkpoint.reject("the store's header has a wrong number");
     }
+    return 0;
+}
+
+std::uint32_t Image::remap(Checkpoint &checkpoint, UnsharedPages own) {
+    // What was discarded may be in the checkpoint still.
+    const std::uint64_t end = std::max(checkpoint.head().image_bytes, header->arena.size);
+    if (!region.contains(region.base(), end)) return EAGAIN;
+    region.add_discarded(end, own);
+    KeptPages kept(own.page_bytes);
+    std::vector<char> buffer(page_size);
+    for (std::size_t i = 0; i < own.offsets.size();) {
+        const std::size_t count = run_length(own, i, buffer.size());
+        const std::span<char> theirs = std::span(buffer).first(count * own.page_bytes);
+        if (const auto error = checkpoint.read(own.offsets[i], theirs)) return error;
+        for (std::size_t at = 0; at < theirs.size(); at += own.page_bytes, ++i) {
+            const char *page = region.base() + own.offsets[i];
+            if (std::memcmp(page, &theirs[at], own.page_bytes) == 0) continue;
+            if (2 * (kept.count() + 1) > own.offsets.size()) return EAGAIN;
+            kept.keep(region.base(), own.offsets[i]);
+        }
+    }
+    if (const std::uint32_t error = load(checkpoint)) return error;
+    kept.restore(region);
     return 0;
 }
 

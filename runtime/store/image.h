@@ -9,6 +9,7 @@
 
 #include "runtime/arena/allocator.h"
 #include "runtime/arena/region.h"
+#include "runtime/arena/unshared_pages.h"
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/store/header.h"
 
@@ -22,6 +23,13 @@ class Image {
     // Returns 0 or an errno number: ENOMEM the process can't map as much; EBADMSG the checkpoint
     // is damaged, and says how.
     std::uint32_t load(Checkpoint &checkpoint);
+
+    // Maps a checkpoint in place of the one that was loaded, and of those of the `own` pages that
+    // are the same. No byte changes. Requires: the checkpoint is of what was loaded and of frames
+    // that were applied, its image was checked, and `own` has all pages that were stored into.
+    // Returns 0; EAGAIN most own pages aren't the same: nothing was done; or an errno number:
+    // then the image must be loaded anew.
+    std::uint32_t remap(Checkpoint &checkpoint, UnsharedPages own);
 
     // Uses what was put into the region, damaged or not: the header gets the numbers of a store
     // for the address `base` with `size` bytes, and the allocator is recovered. False: the process

@@ -24,6 +24,18 @@ constexpr std::uint64_t least_log = 1ULL << 20;
 // One is urgent when the log has this many bytes more than four times the blocks' bytes.
 constexpr std::uint64_t most_log = 64ULL << 20;
 
+// Ends a change that has begun.
+class Change {
+ public:
+    explicit Change(ReadingScopes &scopes) : scopes_(scopes) {}
+    Change(const Change &) = delete;
+    Change &operator=(const Change &) = delete;
+    ~Change() { scopes_.end_change(); }
+
+ private:
+    ReadingScopes &scopes_;
+};
+
 }  // namespace
 
 Sharing::~Sharing() {
@@ -142,9 +154,10 @@ std::uint32_t Sharing::refresh() {
     const std::uint64_t published = follower_.published();
     while (has_refused_.load() || follower_.position() < published) {
         if (!scopes_.begin_change_or_wait()) continue;
+        const Change change(scopes_);
         undo_refused();
-        const std::uint32_t error = follower_.is_current() ? 0 : follower_.catch_up();
-        scopes_.end_change();
+        std::uint32_t error = follower_.is_current() ? 0 : follower_.catch_up();
+        if (error == 0) error = follower_.share_pages();
         if (error != 0) return error;
     }
     return 0;

@@ -48,7 +48,7 @@ std::uint32_t back_up(StoreFolder &store, std::uint64_t size, const char *path) 
     if (const std::uint32_t error = made.begin(path, status.st_mode & 0777)) return error;
     Image image;
     Follower follower(store, image);
-    if (const std::uint32_t error = follower.load_second(size)) return error;
+    if (const std::uint32_t error = follower.load_second(size, nullptr)) return error;
     if (const std::uint32_t error = made.fill(image)) return error;
     return made.finish();
 }

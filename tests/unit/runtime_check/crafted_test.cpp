@@ -132,6 +132,24 @@ TEST_F(DamagedFile, IsACheckpointsPage) {
     EXPECT_NE(findings().find("doesn't match its checksum"), std::string::npos);
 }
 
+// As if the page had become damaged on the disk: nobody has stored into the file.
+TEST_F(DamagedFile, IsNeverCopiedWithARightChecksum) {
+    flip(checkpoint_, head_.image_offset + 300);
+    Checkpoint damaged;
+    require(damaged.open(folder_.descriptor(), head_.id, head_.position));
+    control_.page().checked_image = damaged.identity();
+    const char bytes[8] = {};
+    append([&](FrameBuilder &frame) { frame.write(counters_offset + 8, bytes); });
+    open();
+    EXPECT_EQ(kel_store_checkpoint(store_), std::uint32_t{EBADMSG});
+    EXPECT_NE(std::string(kel_error_text()).find("doesn't match its checksum"), std::string::npos);
+    EXPECT_EQ(kel_store_backup(store_, (directory_ / "copy").c_str()), std::uint32_t{EBADMSG});
+    EXPECT_EQ(control_.page().checkpoint, head_.position);
+    EXPECT_EQ(control_.page().checked_image, 0U) << "the next process checks it too";
+    kel_store_close(store_);
+    expect_refusal("doesn't match its checksum");
+}
+
 TEST_F(DamagedFile, IsAFrame) {
     const char bytes[8] = {};
     append([&](FrameBuilder &frame) { frame.write(counters_offset + 8, bytes); });

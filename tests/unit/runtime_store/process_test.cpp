@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A store in two processes at once, and after one that was killed.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -288,6 +289,37 @@ TEST_F(StoreProcess, AReaderWhosePartOfTheLogWasRemovedGoesOnFromTheCheckpoint) 
     for (std::uint64_t i = 1; i <= 300; ++i) {
         EXPECT_EQ(*reader.find(("block " + std::to_string(i)).c_str()), i);
     }
+}
+
+// Has the lock of the maker of checkpoints, and does nothing.
+int hold_checkpoints(Peer &test, const char *path) {
+    TARN_PEER_EXPECT(test.await());
+    const int file = ::open((std::string(path) + "/processes").c_str(), O_WRONLY | O_CLOEXEC);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0x7fff;
+    lock.l_len = 1;
+    TARN_PEER_EXPECT(file >= 0 && ::fcntl(file, F_SETLK, &lock) == 0);
+    TARN_PEER_EXPECT(test.tell() && test.await());
+    return 0;
+}
+
+TEST_F(StoreProcess, AStoppedMakerOfACheckpointIsPassedBy) {
+    Peer stopped(hold_checkpoints, path.c_str());
+    const OpenStore store(path.c_str());
+    const auto commit = [&] { return store.change([&](std::uint32_t) { store.make("number"); }); };
+    ASSERT_EQ(commit(), 0U);
+    ASSERT_TRUE(stopped.tell() && stopped.await());
+    EXPECT_EQ(kel_store_checkpoint(store.store), std::uint32_t{EBUSY});
+    EXPECT_EQ(kel_store_compact(store.store), 0U) << kel_error_text();
+    EXPECT_EQ(store.describe().log_bytes, 0U);
+    // Nobody waits for the same one again.
+    ASSERT_EQ(commit(), 0U);
+    EXPECT_EQ(kel_store_checkpoint(store.store), 0U) << kel_error_text();
+    EXPECT_EQ(store.describe().log_bytes, 0U);
+    ASSERT_TRUE(stopped.tell());
+    EXPECT_EQ(stopped.join(), 0);
 }
 
 TEST_F(StoreProcess, TheWriterIsDescribed) {

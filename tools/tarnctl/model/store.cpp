@@ -91,7 +91,7 @@ void Store::wait_for_writer(uint32_t (*call)(kel_store *)) const {
     const milliseconds silent = std::min(wait_, silence);
     kel_store_set_lock_timeout(store(), silent.count());
     uint32_t status = call(store());
-    if (status == ETIMEDOUT && wait_ > silent) {
+    if ((status == ETIMEDOUT || status == EBUSY) && wait_ > silent) {
         say_for_whom(*this);
         kel_store_set_lock_timeout(store(), (wait_ - silent).count());
         status = call(store());
