@@ -95,6 +95,7 @@ void measure_opening(const std::string &path) {
 struct Course {
     std::atomic<int> ready = 0;
     std::atomic<bool> ended = false;
+    std::atomic<bool> checkpoint_made = false;
     std::atomic<std::uint64_t> commits = 0;
 };
 
@@ -140,6 +141,22 @@ void read_until_the_end(Course &course, const std::string &path) {
     }
     visit_all(session);
     print_memory("after changes", before, store, course.commits);
+    while (!course.checkpoint_made) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const auto start = Clock::now();
+    store.refresh();
+    std::printf("{\"memory of a reader\": \"the refresh after a checkpoint\", \"ms\": %.1f}\n",
+                milliseconds_since(start));
+    visit_all(session);
+    print_memory("after a checkpoint", before, store, course.commits);
+}
+
+void make_checkpoint_and_commit(const std::string &path) {
+    const tarn::store store = tarn::store::open(path);
+    if (kel_store_checkpoint(store.c_store()) != 0) throw std::runtime_error(kel_error_text());
+    tarn::session session(store);
+    tarn::transaction transaction(session);
+    Table::open(session, table_name).find(name_of(0))->set_num_conns(1);
+    transaction.commit();
 }
 
 void measure_memory(const std::string &path) {
@@ -153,6 +170,8 @@ void measure_memory(const std::string &path) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
     course->ended = true;
     writer.wait();
+    bench::Process([&] { make_checkpoint_and_commit(path); }).wait();
+    course->checkpoint_made = true;
     reader.wait();
 }
 
