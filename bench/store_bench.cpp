@@ -5,6 +5,7 @@
 // (default 10).
 #include <algorithm>
 #include <fstream>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -129,7 +130,7 @@ void print_memory(const char *when, const Memory &before, const tarn::store &sto
 
 void read_until_the_end(Course &course, const std::string &path) {
     const Memory before = memory();
-    const tarn::store store = tarn::store::open(path);
+    tarn::store store = tarn::store::open(path);
     const tarn::session session(store);
     print_memory("opened", before, store, 0);
     visit_all(session);

@@ -149,7 +149,7 @@ TEST_F(Memory, AndDiskAreReturnedWhenHalfOfTheTablesAreEmptied) {
         change(i, [](auto &table, const std::string &name) { table.erase(name); });
     }
     ASSERT_EQ(kel_store_compact(store.c_store()), 0U) << kel_error_text();
-    EXPECT_LT(disk_bytes(store), full / 20);
+    EXPECT_LT(disk_bytes(store), full / 10);
     EXPECT_LT(own_bytes(store), full_memory / 2);
 }
 
