@@ -46,14 +46,14 @@ void entry_inserted(const IndexPage *leaf, std::uint32_t slot);
 void entry_removed(const IndexPage *leaf, std::uint32_t slot);
 // The entries from `first` on have become those from `to.slot` on of another leaf.
 void entries_moved(const IndexPage *leaf, std::uint32_t first, Position to);
-// A page is freed, and its entries have moved.
+// A page is freed: its entries have moved.
 void page_freed();
 
 // The last step's position, of this thread.
 bool find_last_position(const kel_index_node *node, Position &found);
 void keep_last_position(Position position);
 
-// The next or the last entry at or next to a position; a null leaf at the end.
+// The positions after and before one; a null leaf at the ends.
 inline Position position_after(Position at) {
     if (at.slot + 1 < at.leaf->count) return {at.leaf, at.slot + 1};
     return {at.leaf->next, 0};
