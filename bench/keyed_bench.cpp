@@ -16,6 +16,9 @@
 #ifdef TARNBASE_HAS_LMDB
 #include "bench/contenders/lmdb.h"
 #endif
+#ifdef TARNBASE_HAS_PMEMOBJ
+#include "bench/contenders/pmemobj.h"
+#endif
 #ifdef TARNBASE_HAS_SQLITE
 #include "bench/contenders/sqlite.h"
 #endif
@@ -206,6 +209,9 @@ std::vector<Entrant> entrants(const Plan<Key> &plan) {
         entrant<bench::BtreeMap<Key>>(plan),
 #endif
         entrant<bench::StdMap<Key>>(plan),
+#ifdef TARNBASE_HAS_PMEMOBJ
+        entrant<bench::Pmemobj<Key>>(plan),
+#endif
 #ifdef TARNBASE_HAS_SQLITE
         entrant<bench::Sqlite<Key>>(plan),
 #endif

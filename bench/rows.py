@@ -2,7 +2,7 @@
 """The rows of results.md, with their goals, and its fixed texts."""
 import collections
 
-# The goal is a share of the figure of `peer`, or of the best peer, or a limit in the row's own unit.
+# The goal is a share of the figure of `peer`, or of the best peer, or a limit in the row's unit.
 Row = collections.namedtuple('Row', 'title what key records share limit peer',
                              defaults=(None, None, None))
 PARSE = 'libxml2, parse alone'
@@ -27,7 +27,8 @@ transaction; erase: the searched keys in one transaction. find, miss: keys shuff
 each independent of the one before; dependent find: the record found says which key is next. All of
 these are hot, after a search for the same keys; cold find: a search and a read, by the clock, after
 other memory has displaced the caches. scan: step after step; walk: a callback for each record, where
-there is such a call. The last three rows are transactions with one change.'''
+there is such a call. Three rows are transactions with one change. libpmemobj has no index: a
+`std::map` of its records' addresses is beside it.'''
 
 
 def _keyed(key, records, shares):
