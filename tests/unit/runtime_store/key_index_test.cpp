@@ -306,6 +306,40 @@ TEST_P(KeyIndex, StepsFromANodeWhoseKeyWasChangedFindTheNeighboursOfItsKey) {
     }
 }
 
+// The last step's position is that of the node before its key was changed.
+TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentKey) {
+    constexpr int keys = 300;
+    fill(keys);
+    const auto expect_key = [&](kel_index_node *node, int key) {
+        EXPECT_EQ(node, key < 0 || key >= keys ? nullptr : &index.entry(key)->node);
+    };
+    for (int old_key = 1; old_key < keys - 1; ++old_key) {
+        Entry *entry = index.entry(old_key);
+        for (int key : {-1, 0, old_key - 2, old_key - 1, old_key, old_key + 1, old_key + 2, 299}) {
+            SCOPED_TRACE(std::to_string(old_key) + " changed to " + std::to_string(key));
+            expect_key(index.next(&index.entry(old_key - 1)->node), old_key);
+            entry->key = key;
+            expect_key(index.next(&entry->node), key + 1 == old_key ? key + 2 : key + 1);
+            entry->key = old_key;
+            expect_key(index.previous(&index.entry(old_key + 1)->node), old_key);
+            entry->key = key;
+            expect_key(index.previous(&entry->node), key - 1 == old_key ? key - 2 : key - 1);
+            entry->key = old_key;
+        }
+    }
+}
+
+TEST_P(KeyIndex, AStepInAnotherIndexStartsFromTheKey) {
+    fill(300);
+    Index other(store, known, 300);
+    for (int key = 0; key < 300; key += 2) ASSERT_TRUE(other.insert(other.entry(key)));
+    for (int key = 1; key < 299; ++key) {
+        index.expect_node(index.next(&index.entry(key - 1)->node), key);
+        other.expect_node(other.next(&index.entry(key)->node),
+                          key + 2 - key % 2 > 298 ? -1 : key + 2 - key % 2);
+    }
+}
+
 TEST_P(KeyIndex, ANodeWhoseKeyWasChangedCanBeRemoved) {
     fill(300);
     for (int key = 0; key < 300; key += 3) {
