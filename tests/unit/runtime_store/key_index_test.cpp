@@ -18,6 +18,7 @@ namespace tarn::test {
 namespace {
 
 using tarnbase::runtime::Compare;
+using tarnbase::runtime::first_leaf;
 using tarnbase::runtime::IndexPage;
 using tarnbase::runtime::is_page;
 using tarnbase::runtime::KeyBytes;
@@ -36,8 +37,11 @@ int key_of(const kel_index_node *node) { return reinterpret_cast<const Entry *>(
 // How much the bytes of a key tell of it. One comparison each, since an order belongs to one.
 enum class Order { unknown, exact, coarse, after_a_long_prefix, in_groups };
 
+std::uint64_t comparisons = 0;
+
 template <Order>
 std::uint32_t compare(const kel_index_node *a, const kel_index_node *b) {
+    ++comparisons;
     return key_of(a) < key_of(b) ? 0 : key_of(a) == key_of(b) ? 1 : 2;
 }
 
@@ -465,6 +469,64 @@ TEST_P(KeyIndex, AnEditByAnUnknownComparisonMakesATree) {
         index.compare = own;
         for (const int key : std::set<int>(model)) remove(key);
     }
+}
+
+// What digests save, where they tell all of a key.
+class KeyIndexCosts : public SmallStoreTest {
+ protected:
+    static constexpr int keys = 2000;
+
+    void SetUp() override {
+        for (int i = 0; i < keys; ++i) ASSERT_TRUE(index.insert(index.entry(i * 7 % keys * 2)));
+        for (const Entry *entry : index.entries) wanted += entry->key % 2 == 0 ? 1 : 0;
+        for (const IndexPage *leaf = first_leaf(static_cast<IndexPage *>(*index.anchor));
+             leaf != nullptr; leaf = leaf->next) {
+            ++leaves;
+        }
+    }
+    template <typename Call>
+    static std::uint64_t comparisons_of(Call call) {
+        comparisons = 0;
+        call();
+        return comparisons;
+    }
+
+    Index index{store, all_orders[1], 2 * keys};
+    int wanted = 0;
+    std::uint64_t leaves = 0;
+};
+
+TEST_F(KeyIndexCosts, ASearchComparesWithTheRecordItFindsAlone) {
+    for (int key = 0; key < 2 * keys; ++key) {
+        // One of the first records of a leaf is also compared on the way down.
+        const std::uint64_t most = key % 2 != 0 ? 0 : 2;
+        EXPECT_LE(comparisons_of([&] { index.find(key); }), most) << key;
+    }
+    const std::uint64_t all = comparisons_of([&] {
+        for (int key = 0; key < 2 * keys; key += 2) index.find(key);
+    });
+    EXPECT_LE(all, keys + leaves);
+}
+
+TEST_F(KeyIndexCosts, AScanComparesAtTheEndsOfLeavesAlone) {
+    for (const bool forward : {true, false}) {
+        int seen = 1;
+        kel_index_node *node =
+            forward ? e_avl_get_first(*index.anchor) : e_avl_get_last(*index.anchor);
+        const std::uint64_t all = comparisons_of([&] {
+            while ((node = forward ? index.next(node) : index.previous(node)) != nullptr) ++seen;
+        });
+        EXPECT_EQ(seen, wanted);
+        // With both neighbours of the first and of the last node.
+        EXPECT_LE(all, 4 * leaves + 2);
+    }
+}
+
+TEST_F(KeyIndexCosts, AnIndexIsATreeUntilItHasFiveLevels) {
+    Index small(store, all_orders[1], 40);
+    int key = 0;
+    while (!small.has_pages() && key < 40) ASSERT_TRUE(small.insert(small.entry(key++)));
+    EXPECT_EQ(key, 16);  // keys in order fill a level before they begin the next
 }
 
 }  // namespace
