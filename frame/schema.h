@@ -14,10 +14,12 @@ namespace tarnbase {
 struct Structure;
 struct Enumeration;
 
+// A run: numbers of one kind and one variant, each adjacent to the one before it in the object.
 struct Field {
     const char *name;
     FieldKind kind;
     std::int8_t first_variant;        // the variant that added the field
+    std::uint16_t run;                // fields from here on that are a run of numbers; at least 1
     std::uint32_t offset;             // from the object's first byte
     std::uint32_t state;              // position of its flag byte in the state block
     std::uint32_t elements;           // of an array; 0 otherwise

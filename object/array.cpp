@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "object/element_path.h"
+#include "object/runs.h"
 #include "object/state.h"
 
 namespace tarnbase::object {
@@ -168,6 +169,10 @@ std::uint32_t Array::len(const Field &field, const Call &call, const void *place
 }
 
 std::uint32_t Array::marshal(const Field &field, const Call &call, Output out, const void *place) {
+    if (const kel_marshal_run run = run_operations_of(FieldKind::array).marshal) {
+        return run(call.handle, call.tx_id, out.at(), place, field.elements, out.remaining(),
+                   call.err);
+    }
     for (std::uint32_t i = 0; i < field.elements; ++i) {
         out.advance(u_int8_marshal(call.handle, call.tx_id, out.at(), element(place, i),
                                    out.remaining(), call.err));
@@ -177,6 +182,10 @@ std::uint32_t Array::marshal(const Field &field, const Call &call, Output out, c
 
 std::uint32_t Array::unmarshal(const Field &field, const Call &call, Input in, void *place,
                                InPlace in_place) {
+    if (const kel_unmarshal_run run = run_operations_of(FieldKind::array).unmarshal) {
+        return run(call.handle, call.tx_id, in.at(), place, field.elements, in.remaining(),
+                   static_cast<std::uint32_t>(in_place), call.err);
+    }
     auto *elements = static_cast<std::uint8_t *>(place);
     for (std::uint32_t i = 0; i < field.elements; ++i) {
         in.advance(u_int8_unmarshal(call.handle, call.tx_id, in.at(), elements + i, in.remaining(),

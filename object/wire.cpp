@@ -19,6 +19,7 @@
 #include "object/epoch.h"
 #include "object/fields.h"
 #include "object/object.h"
+#include "object/runs.h"
 #include "object/state.h"
 #include "object/value_operations.h"
 
@@ -68,11 +69,20 @@ void write_states(const Body &body, const Field &field, Output &out) {
 
 void write_body(const Body &body, const Call &call, const void *object, Output &out,
                 EpochError &epoch) {
-    for (const Field &field : fields_of(body.type)) {
-        if (field.first_variant > body.variant) return;
-        out.advance(operations(field).marshal(field, call, out.rest(), place_of(field, object)));
+    const FieldRange fields = fields_of(body.type);
+    for (const Field *field = fields.begin(); field != fields.end();) {
+        if (field->first_variant > body.variant) return;
+        const void *place = place_of(*field, object);
+        if (const kel_marshal_run run = body.tracked ? nullptr : marshal_run_at(*field)) {
+            out.advance(run(call.handle, call.tx_id, out.at(), place, field->run, out.remaining(),
+                            call.err));
+            field += field->run;
+            continue;
+        }
+        out.advance(operations(*field).marshal(*field, call, out.rest(), place));
         epoch.set_aside(call);
-        if (body.tracked) write_states(body, field, out);
+        if (body.tracked) write_states(body, *field, out);
+        ++field;
     }
 }
 
@@ -184,6 +194,13 @@ void read_states(const Call &call, Input &in, std::uint8_t *block, std::uint32_t
     in.advance(present);
 }
 
+void read_field_states(const Call &call, Input &in, const Field &field, std::uint8_t *block) {
+    std::uint8_t *flags = block == nullptr ? nullptr : block + field.state;
+    read_states(call, in, flags, 1);
+    if (field.kind != FieldKind::array) return;
+    read_states(call, in, flags == nullptr ? nullptr : flags + 1, field.elements);
+}
+
 // What an object is filled with.
 struct Source {
     std::int8_t variant;
@@ -194,15 +211,20 @@ struct Source {
 void read_body(Type type, const Call &call, const Source &source, Input &in, void *object) {
     std::uint8_t *block =
         source.states == StateBytes::copy ? state_block(type, call, object) : nullptr;
-    for (const Field &field : fields_of(type)) {
-        if (field.first_variant > source.variant) return;
-        in.advance(operations(field).unmarshal(field, call, in.rest(), place_of(field, object),
-                                               source.in_place));
-        if (source.states == StateBytes::absent) continue;
-        std::uint8_t *flags = block == nullptr ? nullptr : block + field.state;
-        read_states(call, in, flags, 1);
-        if (field.kind != FieldKind::array) continue;
-        read_states(call, in, flags == nullptr ? nullptr : flags + 1, field.elements);
+    const bool has_states = source.states != StateBytes::absent;
+    const FieldRange fields = fields_of(type);
+    for (const Field *field = fields.begin(); field != fields.end();) {
+        if (field->first_variant > source.variant) return;
+        void *place = place_of(*field, object);
+        if (const kel_unmarshal_run run = has_states ? nullptr : unmarshal_run_at(*field)) {
+            in.advance(run(call.handle, call.tx_id, in.at(), place, field->run, in.remaining(),
+                           static_cast<std::uint32_t>(source.in_place), call.err));
+            field += field->run;
+            continue;
+        }
+        in.advance(operations(*field).unmarshal(*field, call, in.rest(), place, source.in_place));
+        if (has_states) read_field_states(call, in, *field, block);
+        ++field;
     }
 }
 

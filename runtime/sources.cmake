@@ -135,6 +135,7 @@ set(TARNBASE_RUNTIME_SOURCES
   services/key_index.cpp
   services/keyed_store.cpp
   services/mappings.cpp
+  services/runs.cpp
   services/state.cpp
   services/tables.cpp
   services/tenants.cpp

@@ -31,6 +31,10 @@ inline const Handle &private_part(const kel_handle *handle) {
 // Sets the hooks of a handle and their first arguments.
 void set_hooks(Handle &handle);
 
+// Whether announcing a range to the handle's log does the same as announcing each piece of it: not
+// with a hook of the program's own, or in a process that may not change the store.
+bool announces_ranges(const kel_handle *handle);
+
 // The handle's workspace, allocated on first use; null without memory or length.
 std::byte *workspace_of(Handle &handle);
 

@@ -53,3 +53,9 @@ void tarnbase::runtime::set_hooks(Handle &handle) {
     handle.type_map = itself;
     handle.type_arena = itself;
 }
+
+bool tarnbase::runtime::announces_ranges(const kel_handle *handle) {
+    if (handle->write_log_hook != write_log) return false;
+    const kel_store &store = store_of(handle_of(handle->arena));
+    return store.sharing == nullptr || store.sharing->is_writer();
+}

@@ -94,6 +94,15 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
 
 }  // namespace tarnbase::runtime::scalar
 
+// A name of a service by which this runtime means its own function, whatever a program defines
+// under the service's name.
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names
+#define TARNBASE_OWN_SERVICE(value, operation) \
+    extern "C" __attribute__((                 \
+        visibility("hidden"),                  \
+        alias(#value "_" #operation))) decltype(value##_##operation) value##_own_##operation;
+// NOLINTEND(bugprone-macro-parentheses)
+
 // Defines the operations of one integer type.
 // NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names
 #define TARNBASE_SCALAR(value, type)                                                               \
@@ -152,7 +161,9 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
     /* A plain value has no modified mark: its object has it. */                                   \
     std::uint32_t value##_backpropagate(kel_handle *, std::uint32_t, type *, std::uint32_t *) {    \
         return 0;                                                                                  \
-    }
+    }                                                                                              \
+    TARNBASE_OWN_SERVICE(value, marshal)                                                           \
+    TARNBASE_OWN_SERVICE(value, unmarshal)
 // NOLINTEND(bugprone-macro-parentheses)
 
 #endif

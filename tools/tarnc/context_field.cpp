@@ -102,6 +102,7 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("texts", flag(has_text(field)));
     context.set("kind", field.facts().name);
     context.set("first_variant", text(static_cast<std::uint64_t>(field.first_variant)));
+    context.set("run", text(field.run));
     context.set("offset", text(field.offset));
     context.set("size", text(field.size));
     context.set("state", text(field.state));

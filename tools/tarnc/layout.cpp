@@ -27,6 +27,18 @@ std::uint32_t round_up(std::uint32_t value, std::uint32_t alignment) {
     return (value + alignment - 1) / alignment * alignment;
 }
 
+bool continues_run(const Field &field, const Field &next) {
+    return tarnbase::is_number(field.kind) && next.kind == field.kind &&
+           next.first_variant == field.first_variant && next.offset == field.offset + field.size;
+}
+
+// Backwards: a field begins a run one longer than the next field does.
+void find_runs(std::vector<Field> &fields) {
+    for (std::size_t i = fields.size(); i-- > 1;) {
+        if (continues_run(fields[i - 1], fields[i])) fields[i - 1].run = fields[i].run + 1;
+    }
+}
+
 }  // namespace
 
 void lay_out(Structure &structure) {
@@ -42,6 +54,7 @@ void lay_out(Structure &structure) {
         for (int v = field.first_variant; v <= structure.top_variant(); ++v)
             structure.variants[static_cast<std::size_t>(v)].used = used;
     }
+    find_runs(structure.fields);
     structure.state_length = state;
     structure.plain_size = round_up(used, object_alignment) + (used <= 64 ? 8 : 16);
 }

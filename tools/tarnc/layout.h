@@ -8,6 +8,7 @@
 //   used     ends with the variant's last field, unrounded
 //   size     of an allocation: used in the last variant, rounded up to 8, and 8
 //            more, or 16 more if more than 64 bytes are used
+//   run      numbers of one kind and one variant, each adjacent to the one before
 //   state    one flag byte a field; after it the block of an embedded object or
 //            the flags of an array's elements
 #ifndef TARNC_LAYOUT_H
@@ -17,7 +18,7 @@
 
 namespace tarnc {
 
-// Fills in offsets, positions and sizes.
+// Fills in offsets, positions, sizes and runs.
 // Requires: the structures nested in this one are laid out.
 void lay_out(Structure &structure);
 

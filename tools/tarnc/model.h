@@ -45,6 +45,7 @@ struct Field {
     std::uint32_t offset = 0;
     std::uint32_t size = 0;
     std::uint32_t state = 0;  // position in the state block
+    std::uint32_t run = 1;    // fields from here on that are a run of numbers
 
     const KindFacts &facts() const { return tarnbase::facts_of(kind); }
     bool has_plain_value() const { return tarnbase::has_plain_value(kind); }

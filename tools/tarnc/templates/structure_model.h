@@ -20,6 +20,7 @@ inline constexpr Field {{type}}_fields[] = {
         .name = "{{field}}",
         .kind = FieldKind::{{kind}},
         .first_variant = {{first_variant}},
+        .run = {{run}},
         .offset = {{offset}},
         .state = {{state}},
         .elements = {{elements}},

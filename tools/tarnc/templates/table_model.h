@@ -21,6 +21,7 @@ inline constexpr Field {{table}}_key_field = {
     .name = "",
     .kind = FieldKind::structure,
     .first_variant = 0,
+    .run = 1,
     .offset = 0,
     .state = 0,
     .elements = 0,

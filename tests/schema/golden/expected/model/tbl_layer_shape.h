@@ -18,6 +18,7 @@ inline constexpr Field tbl_layer_shape_key_field = {
     .name = "",
     .kind = FieldKind::structure,
     .first_variant = 0,
+    .run = 1,
     .offset = 0,
     .state = 0,
     .elements = 0,

@@ -1,0 +1,55 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/*
+ * Operations of a runtime on runs: integers of one type that follow each other in
+ * memory and on the wire.
+ *
+ * This is an optional service: a runtime need not have it. The library looks it up
+ * by its name when it is loaded, and without it calls the services of value.h for
+ * each integer.
+ */
+#ifndef TARNBASE_RUNS_H
+#define TARNBASE_RUNS_H
+
+#include <stdint.h>
+
+#include "tarnbase/export.h"
+#include "tarnbase/handle.h"
+
+TARNBASE_BEGIN
+
+/*
+ * Writes a run: `count` values of one type that follow each other in memory. The
+ * arguments are those of the type's marshal, which this does for one value after
+ * the other, each with the bytes that remain.
+ * Returns: the sum of the bytes written.
+ */
+typedef uint32_t (*kel_marshal_run)(kel_handle *handle, uint32_t tx_id, void *buffer,
+                                    const void *values, uint32_t count, uint32_t remaining,
+                                    uint32_t *err);
+
+/*
+ * Reads a run, as the type's unmarshal does for one value after the other.
+ * Returns: the sum of the bytes consumed.
+ */
+typedef uint32_t (*kel_unmarshal_run)(kel_handle *handle, uint32_t tx_id, const void *buffer,
+                                      void *values, uint32_t count, uint32_t remaining,
+                                      uint32_t in_place, uint32_t *err);
+
+/* An operation on runs, and the service of value.h that it does many times. */
+typedef struct kel_run_service {
+    void (*single)(void); /* the runtime's own function of the service */
+    void (*run)(void);    /* a kel_marshal_run or kel_unmarshal_run */
+} kel_run_service;
+
+/*
+ * The runtime's operations on runs. The library uses one only if the service beside
+ * it is the one that the library is bound to. A program that replaces the service
+ * therefore still gets a call for each value.
+ * Arguments: `count` gets the number of entries.
+ * Returns: the entries, in any order. They are constant.
+ */
+TARNBASE_API const kel_run_service *kel_run_services(uint32_t *count);
+
+TARNBASE_END
+
+#endif
