@@ -153,7 +153,7 @@ TEST_P(Runs, AreAnnouncedToAProgramsOwnHookAsTheirNumbersAre) {
     }
 }
 
-// A run is a whole number of the fields, so that a state byte after each ends it.
+// With tracking on, a state byte follows each field on the wire, and only arrays are runs.
 TEST_P(Runs, AreTheNumbersThatFollowEachOtherInTheObject) {
     const bool has_run = std::ranges::any_of(fields_of(type), [this](const Field &field) {
         return field.kind == FieldKind::array || (field.run > 1 && !tracking);
