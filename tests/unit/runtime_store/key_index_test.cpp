@@ -249,6 +249,7 @@ class KeyIndex : public ::testing::TestWithParam<std::size_t> {
     void fill(int keys) {
         for (int key = 0; key < keys; ++key) insert(key);
     }
+    bool root_is_full() const { return static_cast<IndexPage *>(*index.anchor)->is_full(); }
     void expect_all_steps(int key) {
         index.expect_node(index.find(key), model.contains(key) ? key : -1);
         const Entry probe{{}, key};
@@ -261,6 +262,7 @@ INSTANTIATE_TEST_SUITE_P(Each, KeyIndex, ::testing::Range(std::size_t{0}, all_or
                          order_name);
 
 TEST_P(KeyIndex, IsEqualToASetAfterRandomEdits) {
+    const std::uint64_t blocks = store.describe().blocks;
     for (int step = 0; step < 30000 && !HasFailure(); ++step) {
         SCOPED_TRACE("step " + std::to_string(step));
         edit(step / 7500 % 2 == 0 ? 8 : 2);
@@ -270,6 +272,7 @@ TEST_P(KeyIndex, IsEqualToASetAfterRandomEdits) {
     EXPECT_EQ(index.has_pages(), known.order != Order::unknown);
     while (!model.empty() && !HasFailure()) remove(*std::next(model.begin(), model.size() / 2));
     EXPECT_EQ(*index.anchor, nullptr);
+    EXPECT_EQ(store.describe().blocks, blocks) << "pages were leaked";
 }
 
 TEST_P(KeyIndex, HoldsKeysThatCameInOrderOrBackwards) {
@@ -455,6 +458,19 @@ TEST_P(KeyIndex, AnInsertionWithoutMemoryForPagesMakesATree) {
     EXPECT_FALSE(index.has_pages());
     index.expect_keys(model);
     for (int key = 0; key < 2000; key += 3) expect_all_steps(key);
+}
+
+// A page for the leaf, but none for the root above it.
+TEST_P(KeyIndex, AnInsertionWithMemoryForTooFewPagesKeepsNone) {
+    int key = 0;
+    while (key < 1000 && !(index.has_pages() && root_is_full())) insert(key++);
+    const std::uint64_t blocks = store.describe().blocks - (index.has_pages() ? 1 : 0);
+    kel_store_fail_allocation(store.store, 2);
+    insert(key++);
+    kel_store_fail_allocation(store.store, 0);
+    EXPECT_FALSE(index.has_pages());
+    EXPECT_EQ(store.describe().blocks, blocks);
+    index.expect_keys(model);
 }
 
 TEST_P(KeyIndex, AnEditByAnUnknownComparisonMakesATree) {
