@@ -118,7 +118,7 @@ void Importer::insert(Draft &draft) {
         ++counts_.replaced;
         err = attempt();
     }
-    need(err, fmt::format("inserting in {}", current_name_));
+    if (err != 0) need(err, fmt::format("inserting in {}", current_name_));
     draft.release();
     if (draft.head().pending) mark_pending(store_.handle(), tx_id_, record.record);
     ++counts_.inserted;

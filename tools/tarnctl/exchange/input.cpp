@@ -47,14 +47,6 @@ bool Input::fill() {
     }
 }
 
-int Input::get() {
-    const int byte = peek();
-    if (byte == end) return end;
-    ++at_;
-    if (byte == '\n') ++line_;
-    return byte;
-}
-
 std::string Input::take(std::size_t count) {
     std::string bytes;
     while (bytes.size() < count && peek() != end) {

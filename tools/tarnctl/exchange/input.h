@@ -31,7 +31,13 @@ class Input {
     // The next byte, or `end`.
     static constexpr int end = -1;
     int peek() { return at_ < filled_ || fill() ? static_cast<unsigned char>(buffer_[at_]) : end; }
-    int get();
+    int get() {
+        const int byte = peek();
+        if (byte == end) return end;
+        ++at_;
+        if (byte == '\n') ++line_;
+        return byte;
+    }
     // Up to `count` bytes; fewer at the end.
     std::string take(std::size_t count);
     // The first bytes of the document. Requires: nothing was read yet.

@@ -64,7 +64,8 @@ class Assembler {
         }
         Value &object = *open_.back();
         if (object.contains(name)) events_.fail(fmt::format("{}: it is given twice", path(name)));
-        object[name] = nullptr;
+        // Not by operator[], which searches for the name once more.
+        object.get_ref<Value::object_t &>().emplace_back(name, nullptr);
         names_.back() = name;
         if (input_.line() != lines_.begin) lines_.members.emplace(path(name), input_.line());
         return true;
@@ -88,7 +89,7 @@ class Assembler {
     Value *slot() {
         if (open_.empty()) return nullptr;
         Value &inside = *open_.back();
-        if (inside.is_object()) return &inside[names_.back()];
+        if (inside.is_object()) return &inside.get_ref<Value::object_t &>().back().second;
         inside.push_back(nullptr);
         return &inside.back();
     }

@@ -190,7 +190,7 @@ class JsonReader : public JsonEvents {
         for (const auto &[name, member] : json.members()) {
             if (options_.lenient || std::find(known.begin(), known.end(), name) != known.end())
                 continue;
-            where = place(lines.of(name));
+            where = place(lines.of(std::string(name)));
             throw no_such(Exit::data, "member of a record", name, known);
         }
     }
@@ -226,7 +226,7 @@ class JsonReader : public JsonEvents {
         if (!flags->is_object())
             throw Failure(Exit::data, fmt::format("{}: expected an object", state));
         for (const auto &[path, flag] : flags->members())
-            set_state_flag(draft.handle(), draft.tx_id(), object, structure, path,
+            set_state_flag(draft.handle(), draft.tx_id(), object, structure, std::string(path),
                            static_cast<uint8_t>(number_of(flag, state, 0, 255)));
     }
 

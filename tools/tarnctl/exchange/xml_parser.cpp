@@ -23,6 +23,8 @@ std::string full_name(const xmlChar *prefix, const xmlChar *name) {
     return prefix == nullptr ? text_of(name) : fmt::format("{}:{}", text_of(prefix), text_of(name));
 }
 
+std::string_view view_of(const xmlChar *text) { return reinterpret_cast<const char *>(text); }
+
 }  // namespace
 
 const std::string *XmlElement::attribute(std::string_view wanted) const {
@@ -66,13 +68,23 @@ void XmlParser::note(uint64_t line, const std::string &problem) {
     xmlStopParser(context_.get());
 }
 
+// libxml2 keeps each name once, as long as its context.
+std::string_view XmlParser::name_of(const xmlChar *prefix, const xmlChar *name) const {
+    if (prefix == nullptr) return view_of(name);
+    const std::string full = full_name(prefix, name);
+    const xmlChar *kept =
+        xmlDictLookup(context_->dict, reinterpret_cast<const xmlChar *>(full.data()),
+                      static_cast<int>(full.size()));
+    return kept == nullptr ? view_of(name) : view_of(kept);
+}
+
 void XmlParser::on_start(void *context, const xmlChar *name, const xmlChar *prefix,
                          const xmlChar * /*uri*/, int /*namespace_count*/,
                          const xmlChar ** /*namespaces*/, int attribute_count, int /*defaulted*/,
                          const xmlChar **attributes) {
     XmlParser &parser = parser_of(context);
-    XmlElement element;
-    element.name = full_name(prefix, name);
+    XmlElement &element = parser.events_.emplace_back().element;
+    element.name = parser.name_of(prefix, name);
     element.line = parser.line();
     // Five pointers an attribute: name, prefix, namespace, start and end of the value.
     for (int i = 0; i < attribute_count; ++i, attributes += 5)
@@ -82,24 +94,21 @@ void XmlParser::on_start(void *context, const xmlChar *name, const xmlChar *pref
     if (++parser.depth_ > deepest_nesting)
         parser.note(element.line,
                     fmt::format("expected elements that nest no deeper than {}", deepest_nesting));
-    const uint64_t line = element.line;
-    parser.events_.push_back({Event::Kind::start, std::move(element), "", line});
 }
 
 void XmlParser::on_end(void *context, const xmlChar *, const xmlChar *, const xmlChar *) {
     XmlParser &parser = parser_of(context);
     --parser.depth_;
-    parser.events_.push_back({Event::Kind::end, {}, "", parser.line()});
+    parser.events_.emplace_back().kind = Event::Kind::end;
 }
 
+// Text comes in pieces of any length.
 void XmlParser::on_text(void *context, const xmlChar *text, int length) {
     XmlParser &parser = parser_of(context);
-    const std::string_view piece(reinterpret_cast<const char *>(text),
-                                 static_cast<std::size_t>(length));
-    // Text comes in pieces of any length.
-    if (!parser.events_.empty() && parser.events_.back().kind == Event::Kind::text)
-        parser.events_.back().text += piece;
-    else parser.events_.push_back({Event::Kind::text, {}, std::string(piece), parser.line()});
+    const bool is_read = parser.next_ == parser.events_.size();
+    Text &place = is_read ? parser.text_ : parser.events_.back().after;
+    if (place.text.empty()) place.line = parser.line();
+    place.text.append(reinterpret_cast<const char *>(text), static_cast<std::size_t>(length));
 }
 
 void XmlParser::on_document_type(void *context, const xmlChar *, const xmlChar *, const xmlChar *) {
@@ -122,14 +131,25 @@ void XmlParser::feed() {
     xmlParseChunk(context_.get(), bytes.data(), static_cast<int>(bytes.size()), at_end_ ? 1 : 0);
 }
 
-XmlParser::Event XmlParser::event() {
+// Reads on until there is an event, or none follows.
+void XmlParser::wait() {
+    if (next_ < events_.size()) return;
+    events_.clear();
+    next_ = 0;
     while (events_.empty() && problem_.empty() && !at_end_) feed();
+}
+
+XmlParser::Event XmlParser::event() {
+    wait();
     if (events_.empty()) {
         if (!problem_.empty()) fail(problem_line_, problem_);
-        return {Event::Kind::document_end, {}, "", input_.line()};
+        Event end;
+        end.kind = Event::Kind::document_end;
+        end.element.line = input_.line();
+        return end;
     }
-    Event first = std::move(events_.front());
-    events_.pop_front();
+    Event first = std::move(events_[next_++]);
+    text_ = std::move(first.after);
     return first;
 }
 
@@ -140,30 +160,21 @@ XmlElement XmlParser::root() {
 }
 
 bool XmlParser::next(XmlElement &element) {
-    for (;;) {
-        Event found = event();
-        if (found.kind == Event::Kind::text) {
-            if (!is_blank(found.text)) fail(found.line, "expected an element, not text");
-            continue;
-        }
-        element = std::move(found.element);
-        return found.kind == Event::Kind::start;
-    }
+    wait();
+    if (!is_blank(text_.text)) fail(text_.line, "expected an element, not text");
+    Event found = event();
+    element = std::move(found.element);
+    return found.kind == Event::Kind::start;
 }
 
 void XmlParser::take_inside(XmlElement &element) {
-    std::size_t taken = 0;
     for (;;) {
+        wait();
+        element.text += text_.text;
+        if (element.text.size() > largest_element)
+            fail(text_.line, fmt::format("expected a text of at most {} bytes", largest_element));
         Event found = event();
         if (found.kind == Event::Kind::end) return;
-        if (found.kind == Event::Kind::text) {
-            element.text += found.text;
-            taken += found.text.size();
-            if (taken > largest_element)
-                fail(found.line,
-                     fmt::format("expected a text of at most {} bytes", largest_element));
-            continue;
-        }
         // on_start limits the nesting.
         take_inside(found.element);
         element.children.push_back(std::move(found.element));
@@ -173,7 +184,7 @@ void XmlParser::take_inside(XmlElement &element) {
 void XmlParser::finish() {
     const Event found = event();
     if (found.kind != Event::Kind::document_end)
-        fail(found.line, "expected the end of the file after the root element");
+        fail(found.element.line, "expected the end of the file after the root element");
 }
 
 }  // namespace tarnctl

@@ -9,7 +9,6 @@
 #include <libxml/parser.h>
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,7 +20,7 @@
 namespace tarnctl {
 
 struct XmlElement {
-    std::string name;
+    std::string_view name;  // valid as long as the parser
     uint64_t line = 0;
     std::vector<std::pair<std::string, std::string>> attributes;
     // With XmlParser::take_inside only:
@@ -53,12 +52,16 @@ class XmlParser {
     [[noreturn]] void fail(uint64_t line, const std::string &text) const;
 
  private:
-    // The events of libxml2 that weren't read yet.
-    struct Event {
-        enum class Kind { start, end, text, document_end } kind;
-        XmlElement element;  // of a start tag
+    // A piece of the document's text, between two tags.
+    struct Text {
         std::string text;
-        uint64_t line;
+        uint64_t line = 0;
+    };
+    // A tag that wasn't read yet, and the text after it.
+    struct Event {
+        enum class Kind { start, end, document_end } kind = Kind::start;
+        XmlElement element;  // of a start tag
+        Text after;
     };
     struct Free {
         void operator()(xmlParserCtxt *context) const { xmlFreeParserCtxt(context); }
@@ -76,14 +79,18 @@ class XmlParser {
                                  const xmlChar *system);
     static void on_error(void *context, xmlError *error);
 
+    void wait();
     Event event();
     void feed();
+    std::string_view name_of(const xmlChar *prefix, const xmlChar *name) const;
     void note(uint64_t line, const std::string &problem);
     uint64_t line() const;
 
     Input &input_;
     std::unique_ptr<xmlParserCtxt, Free> context_;
-    std::deque<Event> events_;
+    std::vector<Event> events_;
+    std::size_t next_ = 0;  // of the events
+    Text text_;             // after the last event that was read; complete after wait()
     std::size_t depth_ = 0;
     bool at_end_ = false;
     std::string problem_;  // the first one, thrown after the events before it

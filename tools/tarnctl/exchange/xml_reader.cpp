@@ -2,8 +2,8 @@
 #include <fmt/core.h>
 
 #include <charconv>
-#include <map>
 #include <string>
+#include <vector>
 
 #include "exchange/sink.h"
 #include "exchange/xml_parser.h"
@@ -37,13 +37,7 @@ struct Target {
     uint32_t tx_id;
     void *object;
     const ReadOptions &options;
-    const XmlParser &parser;
-    const Input &input;
-    std::string &place;
-
-    void at(const XmlElement &element) const {
-        place = fmt::format("{}:{}", input.name(), element.line);
-    }
+    uint64_t &line;  // of what is being read
 };
 
 void refuse_text(const XmlElement &element, std::string_view expected) {
@@ -99,43 +93,54 @@ void set_leaf(const Target &target, const Path &path, const XmlElement &element,
     value.set_number(number_of<uint32_t>(name, element.text, 0, 255), index);
 }
 
+// Searches from the field `last` on first: fields mostly come in their order.
+const Field *find_field(const Structure &structure, std::string_view name, std::size_t last) {
+    for (const Field &field : structure.fields.subspan(last)) {
+        if (field.name == name) return &field;
+    }
+    return structure.find(name);
+}
+
 const Field *field_of(const Structure &structure, const XmlElement &element,
-                      const ReadOptions &options) {
-    const Field *field = structure.find(element.name);
+                      const ReadOptions &options, std::size_t last) {
+    const Field *field = find_field(structure, element.name, last);
     if (field != nullptr || options.lenient) return field;
     std::vector<std::string_view> names;
     for (const Field &each : structure.fields) names.push_back(each.name);
     throw no_such(Exit::data, fmt::format("field of {}", structure.name), element.name, names);
 }
 
-void check_lengths(const Structure &structure, const std::map<const Field *, uint32_t> &seen) {
-    for (const Field &field : structure.fields) {
-        const auto found = seen.find(&field);
-        if (field.elements == 0 || found == seen.end() || found->second == field.elements) continue;
+// `seen` counts the elements of each field.
+void check_lengths(const Structure &structure, const std::vector<uint32_t> &seen) {
+    for (std::size_t i = 0; i < seen.size(); ++i) {
+        const Field &field = structure.fields[i];
+        if (field.elements == 0 || seen[i] == 0 || seen[i] == field.elements) continue;
         throw Failure(Exit::data, fmt::format("{}: expected {} elements, not {}", field.name,
-                                              field.elements, found->second));
+                                              field.elements, seen[i]));
     }
 }
 
 // NOLINTNEXTLINE(misc-no-recursion): as deep as structures nest
-void set_fields(const Target &target, const Structure &structure, const Path &outer,
+void set_fields(const Target &target, const Structure &structure, Path &path,
                 const XmlElement &element) {
     refuse_text(element, "elements of fields");
-    std::map<const Field *, uint32_t> seen;
+    std::vector<uint32_t> seen(structure.fields.size());
+    std::size_t last = 0;
     for (const XmlElement &child : element.children) {
-        target.at(child);
-        const Field *field = field_of(structure, child, target.options);
+        target.line = child.line;
+        const Field *field = field_of(structure, child, target.options, last);
         if (field == nullptr) continue;
-        const uint32_t index = seen[field]++;
-        Path path = outer;
+        last = static_cast<std::size_t>(field - structure.fields.data());
+        const uint32_t index = seen[last]++;
         path.fields.push_back(field);
         path.whole_array = field->kind == Kind::array;
         if (index > 0 && !path.whole_array)
             throw Failure(Exit::data, fmt::format("{}: it is given twice", path.text()));
         if (field->structure != nullptr) set_fields(target, *field->structure, path, child);
         else set_leaf(target, path, child, index);
+        path.fields.pop_back();
     }
-    target.at(element);
+    target.line = element.line;
     check_lengths(structure, seen);
 }
 
@@ -226,10 +231,20 @@ class XmlReader {
         while (parser_.next(record)) {
             if (!expect_element(record, "record")) continue;
             parser_.take_inside(record);
-            sink_.take(fmt::format("{}:{}", input_.name(), record.line),
-                       [&](Draft &draft, std::string &place) { build(record, draft, place); });
+            sink_.take(place(record.line), [&](Draft &draft, std::string &where) {
+                uint64_t line = record.line;
+                try {
+                    build(record, draft, line);
+                } catch (const Failure &) {
+                    where = place(line);
+                    throw;
+                }
+                where = place(line);
+            });
         }
     }
+
+    std::string place(uint64_t line) const { return fmt::format("{}:{}", input_.name(), line); }
 
     void begin_table(const XmlElement &element) {
         check_attributes(element, {"type", "name", "id", "escaped"});
@@ -260,16 +275,16 @@ class XmlReader {
         return head;
     }
 
-    void build(const XmlElement &element, Draft &draft, std::string &place) const {
+    void build(const XmlElement &element, Draft &draft, uint64_t &line) const {
         draft.begin(head_of(element));
         const Table &table = draft.table();
         refuse_text(element, fmt::format("the element `{}`", table.name));
         bool found = false;
         for (const XmlElement &child : element.children) {
-            place = fmt::format("{}:{}", input_.name(), child.line);
+            line = child.line;
             if (child.name == table.name && !found) {
                 found = true;
-                build_objects(element, child, draft, place);
+                build_objects(element, child, draft, line);
             } else if (!options_.lenient || child.name == table.name) {
                 throw Failure(Exit::data, fmt::format("expected one element `{}`, not `{}`",
                                                       table.name, child.name));
@@ -279,20 +294,20 @@ class XmlReader {
     }
 
     void build_objects(const XmlElement &record, const XmlElement &element, Draft &draft,
-                       std::string &place) const {
+                       uint64_t &line) const {
         const Table &table = draft.table();
         refuse_text(element, "elements of the record's objects");
         void *object = nullptr;
         void *key = nullptr;
         for (const XmlElement &child : element.children) {
-            place = fmt::format("{}:{}", input_.name(), child.line);
+            line = child.line;
             if (child.name == table.type->name && object == nullptr) {
                 object = draft.make_object();
-                fill(record, child, draft, object, *table.type, "state", place);
+                fill(record, child, draft, object, *table.type, "state", line);
             } else if (table.key_type != nullptr && child.name == table.key_type->name &&
                        key == nullptr) {
                 key = draft.make_key_object();
-                fill(record, child, draft, key, *table.key_type, "key_state", place);
+                fill(record, child, draft, key, *table.key_type, "key_state", line);
             } else if (!options_.lenient) {
                 refuse_object(table, child);
             }
@@ -310,11 +325,11 @@ class XmlReader {
     }
 
     void fill(const XmlElement &record, const XmlElement &element, Draft &draft, void *object,
-              const Structure &structure, std::string_view state, std::string &place) const {
-        const Target target{draft.handle(), draft.tx_id(), object, options_,
-                            parser_,        input_,        place};
-        set_fields(target, structure, {}, element);
-        place = fmt::format("{}:{}", input_.name(), record.line);
+              const Structure &structure, std::string_view state, uint64_t &line) const {
+        Path path;
+        set_fields({draft.handle(), draft.tx_id(), object, options_, line}, structure, path,
+                   element);
+        line = record.line;
         if (const std::string *flags = record.attribute(state))
             set_state(draft, object, structure, state, *flags);
     }

@@ -81,9 +81,11 @@ std::optional<JsonView> JsonView::find(std::string_view name) const {
     return JsonView(*found);
 }
 
-std::vector<std::pair<std::string, JsonView>> JsonView::members() const {
-    std::vector<std::pair<std::string, JsonView>> members;
-    for (const auto &[name, value] : value_->items()) members.emplace_back(name, JsonView(value));
+std::vector<std::pair<std::string_view, JsonView>> JsonView::members() const {
+    const auto &object = value_->get_ref<const nlohmann::ordered_json::object_t &>();
+    std::vector<std::pair<std::string_view, JsonView>> members;
+    members.reserve(object.size());
+    for (const auto &[name, value] : object) members.emplace_back(name, JsonView(value));
     return members;
 }
 

@@ -104,7 +104,7 @@ class JsonView {
     // A member, if the value is an object that has it.
     std::optional<JsonView> find(std::string_view name) const;
     // Requires: an object.
-    std::vector<std::pair<std::string, JsonView>> members() const;
+    std::vector<std::pair<std::string_view, JsonView>> members() const;
 
     // As Json::dump.
     std::string dump() const;

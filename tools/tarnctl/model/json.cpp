@@ -59,6 +59,12 @@ bool is_decimal(std::string_view text) {
     return text.size() > digits && text.find_first_not_of("0123456789", digits) == text.npos;
 }
 
+// As json.dump().
+std::string text_of_integer(JsonView json) {
+    const std::optional<uint64_t> number = json.unsigned_number();
+    return number ? std::to_string(*number) : std::to_string(*json.signed_number());
+}
+
 // Goes through text, whose reader checks the ranges.
 void set_scalar(Value &value, JsonView json) {
     const Kind kind = value.field().kind;
@@ -74,7 +80,7 @@ void set_scalar(Value &value, JsonView json) {
                  json);
     // An object that was never set can hold a number that no enumerator has, and may keep it.
     if (kind == Kind::enumeration && json.unsigned_number() == value.number()) return;
-    value.set_text(json.dump());
+    value.set_text(kind == Kind::boolean ? json.dump() : text_of_integer(json));
 }
 
 void set_array(Value &value, JsonView json) {
@@ -103,7 +109,7 @@ void set_object(Value &value, const ObjectType &type, JsonView json) {
     value.set_text(*text);
 }
 
-const Field &field_of(const Structure &structure, const std::string &name) {
+const Field &field_of(const Structure &structure, std::string_view name) {
     if (const Field *field = structure.find(name)) return *field;
     std::vector<std::string_view> names;
     for (const Field &field : structure.fields) names.push_back(field.name);
@@ -137,7 +143,9 @@ void set_members(FieldSetter setter, const Structure &structure, JsonView json) 
         expected(outer.empty() ? structure.name : outer,
                  fmt::format("an object with the fields of {}", structure.name), json);
     for (const auto &[name, member] : json.members()) {
-        setter.reading.path = outer.empty() ? name : outer + "." + name;
+        setter.reading.path = outer;
+        if (!outer.empty()) setter.reading.path += '.';
+        setter.reading.path += name;
         if (setter.reading.lenient && structure.find(name) == nullptr) continue;
         const Field &field = field_of(structure, name);
         setter.path.fields.push_back(&field);

@@ -106,8 +106,10 @@ bool same_word(std::string_view a, std::string_view b) {
 
 std::string Path::text() const {
     std::string text;
-    for (const Field *field : fields)
-        text += fmt::format("{}{}", text.empty() ? "" : ".", field->name);
+    for (const Field *field : fields) {
+        if (!text.empty()) text += '.';
+        text += field->name;
+    }
     if (leaf().kind == Kind::array && !whole_array) text += fmt::format("[{}]", index);
     return text;
 }
