@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tests/support/handle_hooks.h"
 #include "tests/support/service_at_work.h"
 
 namespace tarn::test {
@@ -81,23 +82,11 @@ struct HookForwarder {
 HookRecorder::HookRecorder(kel_handle *handle) : handle_(handle), original_(*handle) {
     if (current != nullptr) std::abort();
     current = this;
-    handle->type_alloc_hook = &HookForwarder::type_alloc;
-    handle->alloc_hook = &HookForwarder::alloc;
-    handle->free_hook = &HookForwarder::free;
-    handle->write_log_hook = &HookForwarder::write_log;
-    handle->delta_log_hook = &HookForwarder::delta_log;
-    handle->type_map_insert_hook = &HookForwarder::type_map_insert;
-    handle->type_map_lookup_hook = &HookForwarder::type_map_lookup;
+    set_hooks<HookForwarder>(*handle);
 }
 
 HookRecorder::~HookRecorder() {
-    handle_->type_alloc_hook = original_.type_alloc_hook;
-    handle_->alloc_hook = original_.alloc_hook;
-    handle_->free_hook = original_.free_hook;
-    handle_->write_log_hook = original_.write_log_hook;
-    handle_->delta_log_hook = original_.delta_log_hook;
-    handle_->type_map_insert_hook = original_.type_map_insert_hook;
-    handle_->type_map_lookup_hook = original_.type_map_lookup_hook;
+    copy_hooks(original_, *handle_);
     current = nullptr;
 }
 

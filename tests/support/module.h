@@ -19,6 +19,12 @@ inline std::span<const Enumeration *const> all_enumerations() {
 // In ascending order of LUID.
 inline std::span<const Table *const> all_tables() { return {module.tables, module.table_count}; }
 
+// The library looks up the roots of tables by id once in a process. After this it looks them up
+// again, in the next store.
+inline void forget_table_roots() {
+    for (const Table *table : all_tables()) *table->root_cache = nullptr;
+}
+
 }  // namespace tarnbase
 
 #endif

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "tests/support/handle_hooks.h"
 #include "tests/support/service_forwarder.h"
 #include "tests/support/service_list.h"
 
@@ -26,23 +27,11 @@ constexpr Failure reports(std::uint32_t code, std::uint64_t value = 0) {
 ServiceRecorder::ServiceRecorder(kel_handle *handle) : handle_(handle), original_(*handle) {
     if (ServiceForwarder::current != nullptr) std::abort();
     ServiceForwarder::current = this;
-    handle->type_alloc_hook = &ServiceForwarder::type_alloc;
-    handle->alloc_hook = &ServiceForwarder::alloc;
-    handle->free_hook = &ServiceForwarder::free;
-    handle->write_log_hook = &ServiceForwarder::write_log;
-    handle->delta_log_hook = &ServiceForwarder::delta_log;
-    handle->type_map_insert_hook = &ServiceForwarder::type_map_insert;
-    handle->type_map_lookup_hook = &ServiceForwarder::type_map_lookup;
+    set_hooks<ServiceForwarder>(*handle);
 }
 
 ServiceRecorder::~ServiceRecorder() {
-    handle_->type_alloc_hook = original_.type_alloc_hook;
-    handle_->alloc_hook = original_.alloc_hook;
-    handle_->free_hook = original_.free_hook;
-    handle_->write_log_hook = original_.write_log_hook;
-    handle_->delta_log_hook = original_.delta_log_hook;
-    handle_->type_map_insert_hook = original_.type_map_insert_hook;
-    handle_->type_map_lookup_hook = original_.type_map_lookup_hook;
+    copy_hooks(original_, *handle_);
     ServiceForwarder::current = nullptr;
 }
 
