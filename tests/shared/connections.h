@@ -13,9 +13,9 @@
 
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
 #include "tarnbase/tarn/transaction.hpp"
-#include "tests/examples/process.h"
-#include "tests/examples/temporary_directory.h"
 #include "tests/shared/child.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
 namespace shared_test {
 
@@ -91,11 +91,11 @@ inline Content numbered(const std::string &name, std::uint32_t count) {
 }
 
 // Runs tarnctl.
-inline example_test::Outcome tarnctl(std::vector<std::string> arguments) {
+inline tarn::test::Outcome tarnctl(std::vector<std::string> arguments) {
     // Read where tarnctl was built with a sanitizer.
     ::setenv("LSAN_OPTIONS", "print_suppressions=0:suppressions=" LEAKS, 1);
     arguments.insert(arguments.begin(), TARNCTL);
-    return example_test::run(std::move(arguments));
+    return tarn::test::run(std::move(arguments));
 }
 
 // A folder with a path for a store, which is sound at the end.
@@ -103,14 +103,14 @@ class SharedStore : public testing::Test {
  protected:
     void TearDown() override {
         if (!std::filesystem::exists(path)) return;
-        const example_test::Outcome outcome = tarnctl({"store", "check", path});
+        const tarn::test::Outcome outcome = tarnctl({"store", "check", path});
         EXPECT_EQ(outcome.exit_code, 0) << outcome.out << outcome.err;
     }
 
     // What a process that opens the store now finds.
     Content content() const { return Connections(path).content(); }
 
-    example_test::TemporaryDirectory directory;
+    tarn::test::TemporaryDirectory directory;
     std::string path = directory / "shared.store";
 };
 

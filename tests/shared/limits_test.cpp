@@ -179,7 +179,7 @@ TEST_F(Limits, OfTheAddressSpaceKeepTarnctlFromNothing) {
             arguments.begin(),
             {"/bin/sh", "-c", "ulimit -v " + kilobytes + "; exec \"$0\" \"$@\"", TARNCTL});
         arguments.insert(arguments.end(), {"-s", path});
-        return example_test::run(arguments);
+        return tarn::test::run(arguments);
     };
     auto outcome = limited("300000", {"get", "ldap_conn", "a"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;

@@ -112,7 +112,7 @@ std::string disk_state(const std::string &path) {
         need(::stat(name.c_str(), &status) == 0, name);
         state += name + ' ' + std::to_string(status.st_mtim.tv_sec) + '.' +
                  std::to_string(status.st_mtim.tv_nsec) + ' ' + std::to_string(status.st_blocks) +
-                 '\n' + example_test::read_file(name);
+                 '\n' + tarn::test::read_file(name);
     }
     return state;
 }

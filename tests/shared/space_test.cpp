@@ -45,12 +45,12 @@ void fill(const std::string &file, std::uint64_t free) {
     const auto space = fs::space(fs::path(file).parent_path());
     need(space.available > free, "there is too little space to fill");
     const std::string zeros(space.available - free, 'x');
-    example_test::write_file(file, zeros);
+    tarn::test::write_file(file, zeros);
 }
 
-example_test::Outcome expect(std::vector<std::string> arguments, int exit_code) {
+tarn::test::Outcome expect(std::vector<std::string> arguments, int exit_code) {
     const std::string command = arguments.front();
-    example_test::Outcome outcome = tarnctl(std::move(arguments));
+    tarn::test::Outcome outcome = tarnctl(std::move(arguments));
     need(outcome.exit_code == exit_code, "tarnctl " + command + " ends with " +
                                              std::to_string(outcome.exit_code) + ": " +
                                              outcome.err);

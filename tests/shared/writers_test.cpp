@@ -93,8 +93,8 @@ void write_half(const std::string &path, Child &test) {
 
 TEST_F(Writers, ADeadOneLeavesNothingToAWatcherAndItsLockToTheNext) {
     Connections::create(path, {{"a", 1}});
-    example_test::Process watch({TARNCTL, "watch", "ldap_conn", "-s", path, "-v", "--no-time",
-                                 "--interval", "5", "--count", "1"});
+    tarn::test::Process watch({TARNCTL, "watch", "ldap_conn", "-s", path, "-v", "--no-time",
+                               "--interval", "5", "--count", "1"});
     ASSERT_TRUE(watch.wait_for("tarnctl: watching"));
     Child writer([&](Child &test) { write_half(path, test); });
     writer.await();
@@ -107,7 +107,7 @@ TEST_F(Writers, ADeadOneLeavesNothingToAWatcherAndItsLockToTheNext) {
         next.commit("next", 5);
         EXPECT_EQ(next.content(), (Content{{"a", 1}, {"next", 5}}));
     }
-    const example_test::Outcome seen = watch.finish();
+    const tarn::test::Outcome seen = watch.finish();
     EXPECT_EQ(seen.exit_code, 0) << seen.err;
     EXPECT_EQ(seen.out, "+ tbl_ldap_conn:ldap next\n    num_conns: 5\n");
 }

@@ -13,7 +13,7 @@
 #include "tarnbase/tarn/snapshot.hpp"
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
 #include "tarnbase/tarn/transaction.hpp"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarn::test {
 namespace {
@@ -93,7 +93,7 @@ void read_until_both_end(const tarn::store &store) {
 }
 
 TEST(Snapshots, OfManyThreadsSeeWholeCommitsOfAThreadAndOfAProcess) {
-    const example_test::TemporaryDirectory directory;
+    const tarn::test::TemporaryDirectory directory;
     const std::string path = directory / "store";
     create(path);
     const pid_t process = fork();
