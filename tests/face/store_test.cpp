@@ -7,28 +7,28 @@
 #include "fixture.h"
 #include "tarnbase/tarn/snapshot.hpp"
 #include "tarnbase/tarn/tables/test_grown.hpp"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace face_test {
 namespace {
 
-// A name for a store, in a folder of its own that is removed at the end.
-struct File {
-    example_test::TemporaryDirectory directory;
+// A path for a store, in a directory of its own.
+struct Place {
+    tarn::test::TemporaryDirectory directory;
     std::string path = directory / "face.store";
 };
 
 TEST(Store, CanBeOpenedByTheNextProcess) {
-    const File file;
+    const Place place;
     {
-        const tarn::store store = tarn::store::create(file.path);
+        const tarn::store store = tarn::store::create(place.path);
         tarn::session session(store);
         tarn::transaction transaction(session);
         add(servers(session), "ldap1", 7);
         transaction.commit();
     }
-    const tarn::store store = tarn::store::open(file.path);
-    EXPECT_STREQ(store.describe().path, file.path.c_str());
+    const tarn::store store = tarn::store::open(place.path);
+    EXPECT_STREQ(store.describe().path, place.path.c_str());
     const tarn::session session(store);
     const auto table = tarn::table<tarn::ldap_conn>::open(session, "ldap");
     EXPECT_EQ(table.find("ldap1")->num_conns(), 7U);
@@ -112,9 +112,9 @@ class Adder {
 };
 
 TEST(Store, AProcessSeesOnlyWhatIsCommitted) {
-    const File file;
-    const Counter counter(file.path);
-    const tarn::store store = tarn::store::create(file.path);
+    const Place place;
+    const Counter counter(place.path);
+    const tarn::store store = tarn::store::create(place.path);
     tarn::session session(store);
     const auto table = servers(session);
     tarn::transaction transaction(session);
@@ -125,26 +125,26 @@ TEST(Store, AProcessSeesOnlyWhatIsCommitted) {
 }
 
 TEST(Store, ChangesOfACopyDoNotReachTheStore) {
-    const File file;
-    { const tarn::store made = tarn::store::create(file.path); }
+    const Place place;
+    { const tarn::store made = tarn::store::create(place.path); }
     {
-        const tarn::store copy = tarn::store::open_copy(file.path);
+        const tarn::store copy = tarn::store::open_copy(place.path);
         const tarn::session session(copy);
         add(servers(session), "ldap1", 7);
     }
-    const tarn::store store = tarn::store::open(file.path);
+    const tarn::store store = tarn::store::open(place.path);
     EXPECT_EQ(store.describe().tables, 0U);
 }
 
 TEST(Store, ASnapshotIsUpToDateAndDoesNotChange) {
-    const File file;
+    const Place place;
     {
-        const tarn::store store = tarn::store::create(file.path);
+        const tarn::store store = tarn::store::create(place.path);
         tarn::session session(store);
         add_committed(session, "ldap1");
     }
-    Adder adder(file.path);
-    const tarn::store store = tarn::store::open(file.path);
+    Adder adder(place.path);
+    const tarn::store store = tarn::store::open(place.path);
     const tarn::session session(store);
     const auto table = tarn::table<tarn::ldap_conn>::open(session, "ldap");
     {
@@ -174,16 +174,16 @@ TEST(Store, ASnapshotExcludesATransactionOfItsThread) {
 }
 
 TEST(Store, WaitingEndsWithoutACommit) {
-    const File file;
-    tarn::store store = tarn::store::create(file.path);
+    const Place place;
+    tarn::store store = tarn::store::create(place.path);
     EXPECT_FALSE(store.wait(1));
     store.refresh();
     EXPECT_EQ(tarn::store::create_private().try_wait(0).error().number(), EINVAL);
 }
 
 TEST(Store, AChangeOutsideOfATransactionIsRefusedWithTheReason) {
-    const File file;
-    const tarn::store store = tarn::store::create(file.path);
+    const Place place;
+    const tarn::store store = tarn::store::create(place.path);
     tarn::session session(store);
     auto table = [&] {
         tarn::transaction transaction(session);
@@ -202,10 +202,10 @@ TEST(Store, AChangeOutsideOfATransactionIsRefusedWithTheReason) {
 }
 
 TEST(Store, ABackupIsAStoreOfItsOwn) {
-    const File file;
-    const File copy;
+    const Place place;
+    const Place copy;
     {
-        tarn::store store = tarn::store::create(file.path);
+        tarn::store store = tarn::store::create(place.path);
         tarn::session session(store);
         tarn::transaction transaction(session);
         add(servers(session), "ldap1", 7);
@@ -221,8 +221,8 @@ TEST(Store, ABackupIsAStoreOfItsOwn) {
 }
 
 TEST(Store, RecordsOfOneWithFilesHaveItsOwnDescriptors) {
-    const File file;
-    const tarn::store store = tarn::store::open_or_create(file.path);
+    const Place place;
+    const tarn::store store = tarn::store::open_or_create(place.path);
     const tarn::session session(store);
     EXPECT_NE(session.c_handle()->store_types_enabled, 0U);
     const tarn::store memory = tarn::store::create_private();
@@ -230,8 +230,8 @@ TEST(Store, RecordsOfOneWithFilesHaveItsOwnDescriptors) {
 }
 
 TEST(Store, ASessionCanUseTheConstantDescriptors) {
-    const File file;
-    const tarn::store store = tarn::store::create(file.path);
+    const Place place;
+    const tarn::store store = tarn::store::create(place.path);
     const std::uint64_t blocks = store.describe().blocks;
     const tarn::session reader(store, tarn::descriptors::of_library);
     EXPECT_EQ(reader.c_handle()->store_types_enabled, 0U);
@@ -246,10 +246,10 @@ TEST(Store, AMissingOneIsAnErrorWithItsName) {
 }
 
 TEST(Store, AnExistingOneIsNotCreatedAgain) {
-    const File file;
-    { tarn::store::create(file.path); }
-    EXPECT_EQ(thrown_by([&] { tarn::store::create(file.path); }).code(), std::errc::file_exists);
-    EXPECT_NO_THROW(tarn::store::open_or_create(file.path));
+    const Place place;
+    { tarn::store::create(place.path); }
+    EXPECT_EQ(thrown_by([&] { tarn::store::create(place.path); }).code(), std::errc::file_exists);
+    EXPECT_NO_THROW(tarn::store::open_or_create(place.path));
 }
 
 TEST(Store, ListsItsTablesOfAllKinds) {

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <string>
 
+#include "tests/unit/runtime_store/open_store.h"
 #include "tests/unit/runtime_store/peer.h"
-#include "tests/unit/runtime_store/store_file.h"
 
 namespace tarn::test {
 namespace {
@@ -22,7 +22,7 @@ std::uint64_t mapped_bytes() {
 }
 
 // Limits the process to `more` bytes above what it has mapped.
-class AddressLimit : public StoreFileTest {
+class AddressLimit : public StoreTest {
  protected:
     AddressLimit() { ::getrlimit(RLIMIT_AS, &before_); }
     ~AddressLimit() override {
@@ -59,7 +59,7 @@ TEST_F(AddressLimit, GivesAPrivateStoreTheCapacityThatIsLeft) {
     EXPECT_EQ(capacity(), 8 * gigabyte);
 }
 
-TEST_F(AddressLimit, GivesAStoreFileTheCapacityThatIsLeftAndKeepsIt) {
+TEST_F(AddressLimit, GivesAStoreOnDiskTheCapacityThatIsLeftAndKeepsIt) {
     leave_room_for(10 * gigabyte);
     ASSERT_EQ(kel_store_create(path.c_str(), nullptr, &store), 0U) << kel_error_text();
     EXPECT_EQ(capacity(), 8 * gigabyte);

@@ -5,7 +5,6 @@
 #include <set>
 
 #include "runtime/arena/size_class.h"
-#include "runtime/services/communication.h"
 #include "tests/unit/runtime_store/support.h"
 
 namespace tarnbase::runtime {
@@ -112,19 +111,6 @@ TEST(SizeClasses, BlocksAreAfterTheHeadAndItsBitmapAndEndWithinThePage) {
         EXPECT_LE(shape.first + shape.slots * shape.size, page_size);
         EXPECT_GE(shape.slots, 2U);
     }
-}
-
-TEST(CommunicationRegistries, KeepAHandlerEachUntilItIsUnregistered) {
-    int ridge = 0, interface = 0;
-    ridge_comm_bundle_handler_register(&ridge);
-    if_common_bundle_handler_register(&interface);
-    EXPECT_EQ(ridge_bundle_handler(), &ridge);
-    EXPECT_EQ(interface_bundle_handler(), &interface);
-    ridge_comm_bundle_handler_unregister();
-    EXPECT_EQ(ridge_bundle_handler(), nullptr);
-    EXPECT_EQ(interface_bundle_handler(), &interface);
-    if_common_bundle_handler_unregister();
-    EXPECT_EQ(interface_bundle_handler(), nullptr);
 }
 
 }  // namespace

@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "tests/support/trace.h"
+#include "tests/unit/runtime_store/open_store.h"
 #include "tests/unit/runtime_store/peer.h"
-#include "tests/unit/runtime_store/store_file.h"
 
 namespace tarn::test {
 namespace {
 
-using StoreProcess = StoreFileTest;
+using StoreProcess = StoreTest;
 
 int read_what_the_other_wrote(Peer &test, const char *path) {
     TARN_PEER_EXPECT(test.await());

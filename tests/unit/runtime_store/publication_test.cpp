@@ -3,7 +3,7 @@
 #include <cerrno>
 
 #include "runtime/store/store.h"
-#include "tests/unit/runtime_store/store_file.h"
+#include "tests/unit/runtime_store/open_store.h"
 
 namespace tarn::test {
 namespace {
@@ -13,7 +13,7 @@ constexpr std::uint64_t large_block = 8192;
 // An operation's head, and the counters of the store's header.
 constexpr std::uint64_t most_of_a_small_frame = 128;
 
-class Publication : public StoreFileTest {
+class Publication : public StoreTest {
  protected:
     Publication() {
         EXPECT_EQ(store_.change([&](std::uint32_t) {

@@ -4,13 +4,13 @@
 #include <string>
 #include <thread>
 
+#include "tests/unit/runtime_store/open_store.h"
 #include "tests/unit/runtime_store/peer.h"
-#include "tests/unit/runtime_store/store_file.h"
 
 namespace tarn::test {
 namespace {
 
-using StoreScope = StoreFileTest;
+using StoreScope = StoreTest;
 
 template <typename Action>
 void in_a_thread(Action action) {

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // A place for stores with files, and a handle on an open one.
-#ifndef TARNBASE_TESTS_UNIT_RUNTIME_STORE_STORE_FILE_H
-#define TARNBASE_TESTS_UNIT_RUNTIME_STORE_STORE_FILE_H
+#ifndef TARNBASE_TESTS_UNIT_RUNTIME_STORE_OPEN_STORE_H
+#define TARNBASE_TESTS_UNIT_RUNTIME_STORE_OPEN_STORE_H
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "tests/support/temporary_directory.h"
 #include "tests/unit/runtime_store/support.h"
 
 namespace tarn::test {
@@ -64,18 +64,11 @@ class OpenStore {
 };
 
 // A directory of its own for each test.
-class StoreFileTest : public ::testing::Test {
+class StoreTest : public ::testing::Test {
  protected:
-    StoreFileTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "store-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error(name);
-        directory = name;
-        path = (directory / "test.store").string();
-    }
-    ~StoreFileTest() override { std::filesystem::remove_all(directory); }
-
-    std::filesystem::path directory;
-    std::string path;
+    TemporaryDirectory temporary;
+    const std::filesystem::path directory = temporary.path();
+    std::string path = directory / "test.store";
 };
 
 }  // namespace tarn::test

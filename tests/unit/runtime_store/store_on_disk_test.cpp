@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Stores with files: creating and opening them, and the error texts if that fails.
-#include "tests/unit/runtime_store/store_file.h"
+#include "tests/unit/runtime_store/open_store.h"
 
 #include <sys/stat.h>
 
@@ -16,7 +16,7 @@ namespace {
 
 using tarnbase::runtime::ControlPage;
 
-class StoreFile : public StoreFileTest {
+class StoreOnDisk : public StoreTest {
  protected:
     std::uint32_t create(const kel_store_options *options = &small_options) {
         return kel_store_create(path.c_str(), options, &store);
@@ -48,7 +48,7 @@ class StoreFile : public StoreFileTest {
     kel_store *store = nullptr;
 };
 
-TEST_F(StoreFile, ANewOneIsDescribedAsEmpty) {
+TEST_F(StoreOnDisk, ANewOneIsDescribedAsEmpty) {
     ASSERT_EQ(create(), 0U);
     kel_store_description now;
     kel_store_describe(store, &now);
@@ -65,7 +65,7 @@ TEST_F(StoreFile, ANewOneIsDescribedAsEmpty) {
     EXPECT_EQ(kel_store_first_table(store), nullptr);
 }
 
-TEST_F(StoreFile, IsTheOnlyThingLeftByCreate) {
+TEST_F(StoreOnDisk, IsTheOnlyThingLeftByCreate) {
     create_and_close();
     std::vector<std::string> names;
     for (const auto &entry : std::filesystem::directory_iterator(directory)) {
@@ -74,7 +74,7 @@ TEST_F(StoreFile, IsTheOnlyThingLeftByCreate) {
     EXPECT_EQ(names, std::vector<std::string>{path});
 }
 
-TEST_F(StoreFile, KeepsItsContentAddressAndCapacityWhenItIsOpenedAgain) {
+TEST_F(StoreOnDisk, KeepsItsContentAddressAndCapacityWhenItIsOpenedAgain) {
     void *base = nullptr;
     std::uint64_t *block = nullptr;
     {
@@ -95,7 +95,7 @@ TEST_F(StoreFile, KeepsItsContentAddressAndCapacityWhenItIsOpenedAgain) {
     EXPECT_EQ(*block, 4711U);
 }
 
-TEST_F(StoreFile, IsMappedAtTheGivenAddress) {
+TEST_F(StoreOnDisk, IsMappedAtTheGivenAddress) {
     void *base = reinterpret_cast<void *>(0x3210'0000'0000);
     const kel_store_options options{small_capacity, base};
     ASSERT_EQ(create(&options), 0U) << kel_error_text();
@@ -104,14 +104,14 @@ TEST_F(StoreFile, IsMappedAtTheGivenAddress) {
     EXPECT_EQ(now.base, base);
 }
 
-TEST_F(StoreFile, CreateFailsForAnExistingPath) {
+TEST_F(StoreOnDisk, CreateFailsForAnExistingPath) {
     create_and_close();
     EXPECT_EQ(create(), std::uint32_t{EEXIST});
     EXPECT_EQ(store, nullptr);
     EXPECT_EQ(kel_error_text(), path + ": File exists");
 }
 
-TEST_F(StoreFile, CreateFailsForCapacitiesAndAddressesThatAreNotWholePages) {
+TEST_F(StoreOnDisk, CreateFailsForCapacitiesAndAddressesThatAreNotWholePages) {
     const kel_store_options refused[] = {{small_capacity + 4096, nullptr},
                                          {65536, nullptr},
                                          {small_capacity, reinterpret_cast<void *>(4096)}};
@@ -126,22 +126,24 @@ TEST_F(StoreFile, CreateFailsForCapacitiesAndAddressesThatAreNotWholePages) {
               path + ": a capacity of 65536 bytes; it must be a multiple of 65536, from 2097152");
 }
 
-TEST_F(StoreFile, CreateInADirectoryThatIsNotThereIsAnError) {
+TEST_F(StoreOnDisk, CreateInADirectoryThatIsNotThereIsAnError) {
     path = (directory / "none" / "test.store").string();
     EXPECT_EQ(create(), std::uint32_t{ENOENT});
     EXPECT_EQ(kel_error_text(), path + ": No such file or directory");
 }
 
-TEST_F(StoreFile, OpenOrCreateDoesTheOneOrTheOther) {
+TEST_F(StoreOnDisk, OpenOrCreateDoesTheOneOrTheOther) {
     for (int i = 0; i < 2; ++i) {
         ASSERT_EQ(kel_store_open_or_create(path.c_str(), &small_options, &store), 0U);
         kel_store_close(std::exchange(store, nullptr));
     }
 }
 
-TEST_F(StoreFile, OpenFailsForAMissingFile) { expect_refused(ENOENT, "No such file or directory"); }
+TEST_F(StoreOnDisk, OpenFailsForAMissingStore) {
+    expect_refused(ENOENT, "No such file or directory");
+}
 
-TEST_F(StoreFile, OpenFailsForWhatIsNotAStore) {
+TEST_F(StoreOnDisk, OpenFailsForWhatIsNotAStore) {
     for (const std::size_t length : {0U, 1U, 7U, 8U, 5000U}) {
         std::ofstream(path) << std::string(length, 'x');
         expect_refused(EINVAL, "not a store: it isn't a folder");
@@ -155,7 +157,7 @@ TEST_F(StoreFile, OpenFailsForWhatIsNotAStore) {
         << kel_error_text();
 }
 
-TEST_F(StoreFile, OpenFailsForTheFirstFormatAndSaysWhatToDo) {
+TEST_F(StoreOnDisk, OpenFailsForTheFirstFormatAndSaysWhatToDo) {
     std::ofstream(path) << "TARNBASE" << std::string(5000, 'x');
     expect_refused(EINVAL,
                    "a store of format version 1, made by an older release; this one reads version "
@@ -163,7 +165,7 @@ TEST_F(StoreFile, OpenFailsForTheFirstFormatAndSaysWhatToDo) {
                    "import of this one");
 }
 
-TEST_F(StoreFile, OpenFailsForANewerReleaseAndSaysWhatToDo) {
+TEST_F(StoreOnDisk, OpenFailsForANewerReleaseAndSaysWhatToDo) {
     create_and_close();
     overwrite(offsetof(ControlPage, version), std::uint32_t{4});
     expect_refused(EINVAL,
@@ -180,7 +182,7 @@ std::filesystem::path checkpoint_of(const std::string &path) {
     return {};
 }
 
-TEST_F(StoreFile, OpenFailsForDamagedFiles) {
+TEST_F(StoreOnDisk, OpenFailsForDamagedFiles) {
     create_and_close();
     const std::filesystem::path checkpoint = checkpoint_of(path);
     const auto size = std::filesystem::file_size(checkpoint);
@@ -195,7 +197,7 @@ TEST_F(StoreFile, OpenFailsForDamagedFiles) {
     EXPECT_EQ(store, nullptr);
 }
 
-TEST_F(StoreFile, WhatAProcessLeftWhileItCreatedAStoreIsRemoved) {
+TEST_F(StoreOnDisk, WhatAProcessLeftWhileItCreatedAStoreIsRemoved) {
     const std::string left = path + ".new.12345";
     std::filesystem::create_directory(left);
     std::ofstream(left + "/control") << "unfinished";
@@ -203,7 +205,7 @@ TEST_F(StoreFile, WhatAProcessLeftWhileItCreatedAStoreIsRemoved) {
     EXPECT_FALSE(std::filesystem::exists(left));
 }
 
-TEST_F(StoreFile, AnEmptyOneTakesLittleOfTheDisk) {
+TEST_F(StoreOnDisk, AnEmptyOneTakesLittleOfTheDisk) {
     const kel_store_options defaults{};
     ASSERT_EQ(create(&defaults), 0U) << kel_error_text();
     std::uint64_t taken = 0;
@@ -215,7 +217,7 @@ TEST_F(StoreFile, AnEmptyOneTakesLittleOfTheDisk) {
     EXPECT_LE(taken, 256U * 1024);
 }
 
-TEST_F(StoreFile, OpenSaysThatTheAddressRangeIsTaken) {
+TEST_F(StoreOnDisk, OpenSaysThatTheAddressRangeIsTaken) {
     ASSERT_EQ(create(), 0U);
     kel_store *second = nullptr;
     EXPECT_EQ(kel_store_open(path.c_str(), &second), std::uint32_t{EADDRINUSE});
@@ -225,7 +227,7 @@ TEST_F(StoreFile, OpenSaysThatTheAddressRangeIsTaken) {
     EXPECT_NE(text.find(" is taken in this process"), std::string::npos) << text;
 }
 
-TEST_F(StoreFile, CreateAtAnAddressThatIsTakenLeavesNoFile) {
+TEST_F(StoreOnDisk, CreateAtAnAddressThatIsTakenLeavesNothing) {
     ASSERT_EQ(create(), 0U);
     kel_store_description first;
     kel_store_describe(store, &first);
@@ -237,7 +239,7 @@ TEST_F(StoreFile, CreateAtAnAddressThatIsTakenLeavesNoFile) {
     EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST_F(StoreFile, TwoStoresAreOpenAtOnceAndApart) {
+TEST_F(StoreOnDisk, TwoStoresAreOpenAtOnceAndApart) {
     const OpenStore one(path.c_str());
     const std::string other = path + ".other";
     const OpenStore two(other.c_str());
@@ -256,7 +258,7 @@ TEST_F(StoreFile, TwoStoresAreOpenAtOnceAndApart) {
 }
 
 // By chance alone, two of so many would have the same address.
-TEST_F(StoreFile, StoresInOneFolderAreMadeApart) {
+TEST_F(StoreOnDisk, StoresInOneFolderAreMadeApart) {
     constexpr std::size_t count = 100;
     for (std::size_t i = 0; i < count; ++i) {
         kel_store *made = nullptr;
@@ -271,7 +273,7 @@ TEST_F(StoreFile, StoresInOneFolderAreMadeApart) {
     }
 }
 
-TEST_F(StoreFile, CloseRollsBackWhatWasNotCommitted) {
+TEST_F(StoreOnDisk, CloseRollsBackWhatWasNotCommitted) {
     std::uint64_t blocks = 0;
     {
         const OpenStore first(path.c_str());
@@ -289,7 +291,7 @@ TEST_F(StoreFile, CloseRollsBackWhatWasNotCommitted) {
     EXPECT_EQ(again.describe().transactions, 0U);
 }
 
-TEST_F(StoreFile, AHandleNeedsAStore) {
+TEST_F(StoreOnDisk, AHandleNeedsAStore) {
     kel_handle *handle = reinterpret_cast<kel_handle *>(1);
     EXPECT_EQ(kel_handle_create(nullptr, 0, &handle), std::uint32_t{EINVAL});
     EXPECT_EQ(handle, nullptr);
