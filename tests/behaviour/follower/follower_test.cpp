@@ -12,6 +12,8 @@
 #include "tests/behaviour/follower/arena.h"
 #include "tests/behaviour/follower/texts.h"
 #include "tests/behaviour/follower/writer.h"
+#include "tests/support/module.h"
+#include "tests/support/temporary_directory.h"
 #include "tests/unit/runtime_store/peer.h"
 
 namespace tarn::test {
@@ -25,14 +27,7 @@ std::uint64_t number_from(const char *variable, std::uint64_t otherwise) {
     return text != nullptr ? std::strtoull(text, nullptr, 0) : otherwise;
 }
 
-// The library looks them up once in a process.
-void forget_table_roots() {
-    for (std::uint32_t i = 0; i < tarnbase::module.table_count; ++i) {
-        *tarnbase::module.tables[i]->root_cache = nullptr;
-    }
-}
-
-// The other process: does what is wanted at each turn.
+// The other process: does what is requested in each turn.
 int follow(Peer &peer, const char *path) {
     Shared &shared = *static_cast<Shared *>(const_cast<void *>(peer.context()));
     kel_store *store = nullptr;
@@ -62,10 +57,6 @@ int follow(Peer &peer, const char *path) {
 class Follower : public ::testing::Test {
  protected:
     Follower() {
-        std::string name = (std::filesystem::temp_directory_path() / "follow-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error(name);
-        directory_ = name;
-        path_ = directory_ / "test.store";
         kel_trace_set_sink([](void *, std::uint16_t, std::uint32_t, const char *) {}, nullptr);
         // Forked before the store is open: its address range can be mapped once in a process.
         peer_.emplace(follow, path_.c_str(), &shared_);
@@ -78,9 +69,8 @@ class Follower : public ::testing::Test {
     ~Follower() override {
         writer_.reset();
         kel_store_close(store_);
-        forget_table_roots();
+        tarnbase::forget_table_roots();
         peer_.reset();
-        std::filesystem::remove_all(directory_);
     }
 
     void turn(Request request) {
@@ -107,8 +97,8 @@ class Follower : public ::testing::Test {
     const std::uint64_t seed_ = number_from("TARNBASE_RANDOM_SEED", default_seed);
     const std::uint64_t steps_ = number_from("TARNBASE_RANDOM_STEPS", default_steps);
     std::uint64_t step_ = 0;
-    std::filesystem::path directory_;
-    std::filesystem::path path_;
+    const TemporaryDirectory directory_;
+    const std::string path_ = directory_ / "test.store";
     std::optional<Peer> peer_;
     kel_store *store_ = nullptr;
     std::optional<Writer> writer_;

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "tests/support/temporary_directory.h"
 #include "tests/unit/replication/fixture.h"
 
 namespace tarn::test {
@@ -18,16 +19,11 @@ namespace {
 // The path of a store, removed by the destructor.
 class StorePath {
  public:
-    StorePath() {
-        EXPECT_NE(mkdtemp(folder_.data()), nullptr);
-        path_ = folder_ + "/store";
-    }
-    ~StorePath() { std::filesystem::remove_all(folder_); }
     const char *text() const { return path_.c_str(); }
 
  private:
-    std::string folder_ = ::testing::TempDir() + "replication_XXXXXX";
-    std::string path_;
+    const TemporaryDirectory directory_;
+    const std::string path_ = directory_ / "store";
 };
 
 // A store as one process has it open, with descriptors of its own.

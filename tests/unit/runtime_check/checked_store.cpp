@@ -3,8 +3,8 @@
 
 #include <stdexcept>
 
-#include "frame/schema.h"
 #include "tarnbase/module.h"
+#include "tests/support/module.h"
 
 namespace tarn::test {
 
@@ -25,12 +25,6 @@ std::string joined(const std::vector<std::string> &lines) {
     return text;
 }
 
-void forget_table_roots() {
-    for (std::uint32_t i = 0; i < tarnbase::module.table_count; ++i) {
-        *tarnbase::module.tables[i]->root_cache = nullptr;
-    }
-}
-
 CheckedStore::CheckedStore() {
     kel_trace_set_sink([](void *, std::uint16_t, std::uint32_t, const char *) {}, nullptr);
     const kel_store_options options{64ULL << 20, nullptr};
@@ -41,7 +35,7 @@ CheckedStore::CheckedStore() {
 
 CheckedStore::~CheckedStore() {
     kel_store_close(store_);
-    forget_table_roots();
+    tarnbase::forget_table_roots();
 }
 
 }  // namespace tarn::test

@@ -15,8 +15,6 @@ namespace tarn::test {
 std::vector<std::string> findings_of(kel_store *store);
 // The findings, a line each.
 std::string joined(const std::vector<std::string> &lines);
-// The library looks up the roots of tables by id once in a process.
-void forget_table_roots();
 
 class CheckedStore : public ::testing::Test {
  protected:

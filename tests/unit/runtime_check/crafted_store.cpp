@@ -8,6 +8,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "tests/support/module.h"
 #include "tests/unit/runtime_check/checked_store.h"
 #include "tests/unit/runtime_check/filled_store.h"
 
@@ -21,9 +22,6 @@ void require(std::uint32_t error) {
 
 CraftedStore::CraftedStore() {
     kel_trace_set_sink([](void *, std::uint16_t, std::uint32_t, const char *) {}, nullptr);
-    std::string name = (std::filesystem::temp_directory_path() / "craft-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error(name);
-    directory_ = name;
     path_ = directory_ / "test.store";
     const kel_store_options options{64ULL << 20, nullptr};
     kel_store *store = nullptr;
@@ -36,7 +34,7 @@ CraftedStore::CraftedStore() {
     bytes_.assign(static_cast<char *>(description.base),
                   static_cast<char *>(description.base) + description.size);
     kel_store_close(store);
-    forget_table_roots();
+    tarnbase::forget_table_roots();
     folder_ = File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     require(control_.open(folder_.descriptor(), path_.c_str()));
     checkpoint_ = path_ / checkpoint_name(control_.page().checkpoint);
@@ -45,8 +43,6 @@ CraftedStore::CraftedStore() {
     end_ = head_.position;
     sequence_ = head_.sequence;
 }
-
-CraftedStore::~CraftedStore() { std::filesystem::remove_all(directory_); }
 
 void CraftedStore::write_image() {
     std::filesystem::remove(checkpoint_);

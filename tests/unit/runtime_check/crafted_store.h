@@ -16,6 +16,7 @@
 #include "runtime/log/frame.h"
 #include "runtime/store/header.h"
 #include "tarnbase/embedded.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarn::test {
 
@@ -59,7 +60,6 @@ class Crafted {
 class CraftedStore : public ::testing::Test {
  protected:
     CraftedStore();
-    ~CraftedStore() override;
 
     Crafted image() { return Crafted(bytes_, base_); }
     void write_image();
@@ -69,7 +69,8 @@ class CraftedStore : public ::testing::Test {
     // Changes a bit of a file.
     static void flip(const std::filesystem::path &path, std::uint64_t offset);
 
-    std::filesystem::path directory_, path_, checkpoint_;
+    TemporaryDirectory directory_;
+    std::filesystem::path path_, checkpoint_;
     std::uint64_t base_ = 0;
     std::vector<char> bytes_;
     tarnbase::runtime::File folder_;

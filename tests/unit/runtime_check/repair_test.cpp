@@ -7,6 +7,7 @@
 #include "runtime/store/store.h"
 #include "runtime/tenant/counters.h"
 #include "tarnbase/module.h"
+#include "tests/support/module.h"
 #include "tests/unit/runtime_check/checked_store.h"
 #include "tests/unit/runtime_check/crafted_store.h"
 
@@ -61,7 +62,7 @@ class Repair : public CraftedStore {
         use(store);
         std::string found = joined(findings_of(store));
         kel_store_close(store);
-        forget_table_roots();
+        tarnbase::forget_table_roots();
         return found;
     }
 };

@@ -16,9 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/checkpoint/checkpoint_format.h"
-#include "runtime/base/file_io.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarnbase::runtime {
 
@@ -59,16 +60,10 @@ inline Image sparse_image(std::uint64_t pages, std::uint64_t gap, std::uint32_t 
 
 class CheckpointTest : public ::testing::Test {
  protected:
-    CheckpointTest() {
-        std::string path = (std::filesystem::temp_directory_path() / "checkpoint.XXXXXX").string();
-        if (::mkdtemp(path.data()) != nullptr) path_ = path;
-        folder_ = File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    }
-    ~CheckpointTest() override { std::filesystem::remove_all(path_); }
-    void SetUp() override { ASSERT_TRUE(folder_.is_open()) << path_; }
+    void SetUp() override { ASSERT_TRUE(folder_.is_open()) << directory_.path(); }
 
     int folder() const { return folder_.descriptor(); }
-    std::string path_of(const std::string &name) const { return path_ + "/" + name; }
+    std::string path_of(const std::string &name) const { return directory_ / name; }
 
     void write(std::uint64_t position, const Image &image) {
         ASSERT_EQ(write_checkpoint(folder(), test_head(position), image), 0U);
@@ -86,7 +81,7 @@ class CheckpointTest : public ::testing::Test {
 
     std::vector<std::string> names() const {
         std::vector<std::string> found;
-        for (const auto &entry : std::filesystem::directory_iterator(path_)) {
+        for (const auto &entry : std::filesystem::directory_iterator(directory_.path())) {
             found.push_back(entry.path().filename());
         }
         std::ranges::sort(found);
@@ -100,8 +95,8 @@ class CheckpointTest : public ::testing::Test {
     std::string what;
 
  private:
-    std::string path_;
-    File folder_;
+    const tarn::test::TemporaryDirectory directory_;
+    const File folder_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
 };
 
 inline void flip(const File &file, std::uint64_t offset, char bits) {

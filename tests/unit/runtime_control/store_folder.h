@@ -19,6 +19,7 @@
 #include "runtime/control/control.h"
 #include "runtime/control/lock_protocol.h"
 #include "runtime/control/writer_lock.h"
+#include "tests/support/temporary_directory.h"
 #include "tests/unit/runtime_store/peer.h"
 
 namespace tarn::test {
@@ -59,8 +60,6 @@ struct Opened {
 class StoreFolder : public ::testing::Test {
  protected:
     StoreFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "control-XXXXXX").string();
-        path_ = ::mkdtemp(name.data());
         ::chmod(path(), 0755);
         const File folder(::open(path(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         Control control;
@@ -70,19 +69,17 @@ class StoreFolder : public ::testing::Test {
                             MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         notes_ = new (page) Notes{};
     }
-    ~StoreFolder() override {
-        ::munmap(notes_, sizeof(Notes));
-        std::filesystem::remove_all(path_);
-    }
+    ~StoreFolder() override { ::munmap(notes_, sizeof(Notes)); }
 
     const char *path() const { return path_.c_str(); }
-    std::string file(const char *name) const { return path_ + "/" + name; }
+    std::string file(const char *name) const { return directory_ / name; }
 
     // Forked processes have it at the same place.
     static inline Notes *notes_ = nullptr;
 
  private:
-    std::string path_;
+    const TemporaryDirectory directory_;
+    const std::string path_ = directory_.path();
 };
 
 }  // namespace tarn::test

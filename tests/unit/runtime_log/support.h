@@ -23,49 +23,40 @@
 #include "runtime/base/file.h"
 #include "runtime/log/frame.h"
 #include "runtime/log/log.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarnbase::runtime {
+
+using tarn::test::read_file;
+using tarn::test::write_file;
 
 inline constexpr StoreId test_id = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
 
 class Folder {
  public:
-    Folder() {
-        std::string name = std::filesystem::temp_directory_path() / "runtime_log.XXXXXX";
-        path_ = ::mkdtemp(name.data());
-        file_ = File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    }
+    Folder() = default;
     explicit Folder(const Folder &other) : Folder() {
-        std::filesystem::copy(other.path_, path_, std::filesystem::copy_options::recursive);
+        std::filesystem::copy(other.directory_.path(), directory_.path(),
+                              std::filesystem::copy_options::recursive);
     }
     Folder &operator=(const Folder &) = delete;
-    ~Folder() { std::filesystem::remove_all(path_); }
 
     int descriptor() const { return file_.descriptor(); }
-    std::string file(const std::string &name) const { return path_ / name; }
+    std::string file(const std::string &name) const { return directory_ / name; }
     std::string segment(std::uint64_t position) const { return file(segment_name(position)); }
 
     std::set<std::string> names() const {
         std::set<std::string> names;
-        for (const auto &entry : std::filesystem::directory_iterator(path_)) {
+        for (const auto &entry : std::filesystem::directory_iterator(directory_.path())) {
             names.insert(entry.path().filename());
         }
         return names;
     }
 
  private:
-    std::filesystem::path path_;
-    File file_;
+    tarn::test::TemporaryDirectory directory_;
+    File file_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
 };
-
-inline std::string read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-inline void write_file(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
 
 inline std::string text_of(std::span<const char> bytes) { return {bytes.begin(), bytes.end()}; }
 
