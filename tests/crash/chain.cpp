@@ -19,12 +19,12 @@ namespace {
 
 constexpr std::size_t chain_length = 20;
 // Limits of the random kills.
-constexpr double most_stores = 10'000;
-constexpr double most_shared = 300;
-constexpr double most_instructions = 2'000;
-constexpr std::uint64_t most_event = 16;
+constexpr double max_stores = 10'000;
+constexpr double max_shared = 300;
+constexpr double max_instructions = 2'000;
+constexpr std::uint64_t max_event = 16;
 // More rounds than a process survives.
-constexpr std::uint64_t most_rounds = 60;
+constexpr std::uint64_t max_rounds = 60;
 // The last process, which isn't killed, shows that the store is usable.
 constexpr std::uint64_t last_rounds = 4;
 
@@ -109,7 +109,7 @@ class Expectation {
     std::optional<Player> player_;
 };
 
-// Whatever a killed process was making has gone. The last process has made a
+// Nothing that a killed process was making is left. The last process has made a
 // checkpoint, which replaces the ones before and most of the log.
 std::string left_over(const std::string &folder) {
     std::size_t checkpoints = 0;
@@ -144,11 +144,11 @@ std::vector<Kill> random_kills(std::uint64_t seed) {
     for (std::size_t i = 0; i < chain_length; ++i) {
         const std::uint64_t which = engine() % 64;
         if (which == 0) {
-            kills.push_back({engine() % most_event, Stores::every, up_to(most_instructions)});
+            kills.push_back({engine() % max_event, Stores::every, up_to(max_instructions)});
         } else if (which < 33) {
-            kills.push_back({up_to(most_shared), Stores::shared, 0});
+            kills.push_back({up_to(max_shared), Stores::shared, 0});
         } else {
-            kills.push_back({up_to(most_stores), Stores::every, 0});
+            kills.push_back({up_to(max_stores), Stores::every, 0});
         }
     }
     return kills;
@@ -169,7 +169,7 @@ Result run(const Chain &chain, const std::string &folder) {
         const Link link{folder + "/store",
                         mix(chain.seed, i),
                         is_killed ? chain.kills[i] : Kill{},
-                        is_killed     ? most_rounds
+                        is_killed     ? max_rounds
                         : only_checks ? 0
                                       : last_rounds,
                         expectation.before(),

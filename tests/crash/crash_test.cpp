@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "tests/crash/chain.h"
+#include "tests/support/temporary_directory.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ constexpr const char *usage =
     "  --all        go on after a failure\n"
     "  --seed S     run one chain\n"
     "  --at N,...   kill its processes at these points; Ns: at the n-th shared store;\n"
-    "               N:I: I instructions after the begin of the n-th commit or opening\n";
+    "               N:I: I instructions after the start of the n-th commit or opening\n";
 
 std::vector<Kill> parse_kills(const char *text) {
     std::vector<Kill> kills;
@@ -104,15 +105,6 @@ Options parse(int count, char **arguments) {
     return options;
 }
 
-// Memory, if there is such a file system: a killed process loses no page of a file either way.
-std::string folder_of(unsigned job) {
-    const char *chosen = std::getenv("TMPDIR");
-    const std::string parent = chosen != nullptr                     ? chosen
-                               : std::filesystem::exists("/dev/shm") ? "/dev/shm"
-                                                                     : ".";
-    return parent + "/tarnbase-crash-" + std::to_string(::getpid()) + "-" + std::to_string(job);
-}
-
 std::string text_of(const std::vector<Kill> &kills) {
     std::string text;
     for (const Kill &kill : kills) {
@@ -133,7 +125,7 @@ void report(const Chain &chain, const Result &result) {
 
 // The first chains sweep: each ends its first process at one shared store more than the one
 // before, from the creation of a store on. The others are random, and twice as long.
-constexpr std::uint64_t most_sweep = 2000;
+constexpr std::uint64_t max_sweep = 2000;
 constexpr std::size_t sweep_length = 10;
 
 Chain chain_of(const Options &options, std::uint64_t number, std::uint64_t sweep) {
@@ -147,12 +139,14 @@ Chain chain_of(const Options &options, std::uint64_t number, std::uint64_t sweep
     return {options.seed, kills};
 }
 
-void run_chains(const Options &options, Progress &progress, const std::string &folder) {
+void run_chains(const Options &options, Progress &progress) {
+    // A killed process loses no page of a file, whatever the file system.
+    const tarn::test::TemporaryDirectory directory(tarn::test::fast_directory_path());
     while (!progress.stops && progress.kills < options.kills) {
         const std::uint64_t number = progress.next++;
         if (options.has_seed && number > 0) break;
         const Chain chain = chain_of(options, number, progress.sweep);
-        const Result result = run(chain, folder);
+        const Result result = run(chain, directory / "chain");
         progress.kills += result.kills;
         progress.chains += 1;
         // The process has no more points.
@@ -166,7 +160,6 @@ void run_chains(const Options &options, Progress &progress, const std::string &f
         progress.failures += 1;
         if (!options.all) progress.stops = true;
     }
-    std::filesystem::remove_all(folder);
 }
 
 int run_all(const Options &options) {
@@ -175,7 +168,7 @@ int run_all(const Options &options) {
     if (memory == MAP_FAILED) throw std::runtime_error("mmap");
     auto &progress = *new (memory) Progress{};
     progress.next = options.first;
-    progress.sweep = std::min(most_sweep, options.kills / (2 * sweep_length));
+    progress.sweep = std::min(max_sweep, options.kills / (2 * sweep_length));
     const auto begin = std::chrono::steady_clock::now();
     // Memory that is freed is used again and not returned to the kernel.
     ::mallopt(M_MMAP_THRESHOLD, 1 << 24);
@@ -187,7 +180,7 @@ int run_all(const Options &options) {
         if (runner == 0) {
             int status = 0;
             try {
-                run_chains(options, progress, folder_of(job));
+                run_chains(options, progress);
             } catch (const std::exception &error) {
                 std::fprintf(stderr, "crash_test: %s\n", error.what());
                 status = 1;

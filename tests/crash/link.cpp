@@ -19,8 +19,8 @@ namespace crash {
 
 namespace {
 
-// A process that takes longer waits for something, also on a busy machine.
-constexpr unsigned most_seconds = 60;
+// A process that takes longer hangs, even on a busy machine.
+constexpr unsigned max_seconds = 60;
 
 void note(Journal &journal, const std::string &failure) {
     if (journal.failure[0] != 0) return;
@@ -69,7 +69,7 @@ void work(const Link &link, tarn::store &store, Journal &journal) {
     }
 }
 
-void live(const Link &link, Journal &journal) {
+void open_and_work(const Link &link, Journal &journal) {
     kel_trace_set_sink(note_trace, &journal);
     kel_store_options options{};
     options.capacity = capacity;
@@ -88,11 +88,11 @@ void live(const Link &link, Journal &journal) {
     journal.is_finished = true;
 }
 
-[[noreturn]] void live_and_end(const Link &link, Journal &journal) {
-    ::alarm(most_seconds);
+[[noreturn]] void run_child(const Link &link, Journal &journal) {
+    ::alarm(max_seconds);
     if (link.kill.instructions != 0) ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     try {
-        live(link, journal);
+        open_and_work(link, journal);
     } catch (const tarn::error &error) {
         pause();
         note(journal, "error " + std::to_string(error.number()) + ": " + error.what());
@@ -114,7 +114,7 @@ Round round_of(const Link &link, std::uint64_t number, const State &state) {
 
 namespace {
 
-// Lets a traced process run to where it stops itself, steps on and kills it.
+// Runs a traced process until it stops itself, single-steps it and kills it.
 // Returns its status.
 int step(const Link &link, pid_t child) {
     int status = 0;
@@ -147,7 +147,7 @@ std::string run(const Link &link, Journal &journal) {
     journal = {};
     const pid_t child = ::fork();
     if (child < 0) throw std::runtime_error("fork");
-    if (child == 0) live_and_end(link, journal);
+    if (child == 0) run_child(link, journal);
     const int status = wait_for(link, child);
     if (journal.failure[0] != 0) return journal.failure;
     if (WIFSIGNALED(status)) {
@@ -156,7 +156,7 @@ std::string run(const Link &link, Journal &journal) {
                    ? "the process hangs"
                    : std::string("the process ended by signal ") + ::strsignal(WTERMSIG(status));
     }
-    return journal.is_finished ? "" : "the process ended before its time";
+    return journal.is_finished ? "" : "the process ended too early";
 }
 
 }  // namespace crash

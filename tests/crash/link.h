@@ -22,7 +22,7 @@ struct Journal {
     std::uint64_t blocks;  // of the store when it was checked
     std::uint32_t tables;
     std::uint32_t types;
-    bool is_checked;  // the numbers above are right
+    bool is_checked;  // the numbers above are set
     bool is_before;   // the content is that before the event in flight
     bool is_after;    // or that after it
     bool is_finished;

@@ -27,7 +27,8 @@ std::string difference(std::size_t subject, const Rows &found, const Rows &expec
         }
     }
     for (const auto &[number, row] : found) {
-        if (!expected.contains(number)) return where + std::to_string(number) + " is too much";
+        if (!expected.contains(number))
+            return where + std::to_string(number) + " shouldn't be there";
     }
     return "";
 }

@@ -59,7 +59,7 @@ const char *shared_word(const void *address) {
     return nullptr;
 }
 
-// Whether files of this name come and go.
+// Whether files of this name are made and removed by the processes.
 bool is_shared_file(std::string_view name) {
     return name == "." || name.starts_with("log-") || name.starts_with("checkpoint-");
 }
@@ -232,8 +232,8 @@ int __wrap_munmap(void *at, std::size_t length) {
     return __real_munmap(at, length);
 }
 
-// A process of ours opens the file `processes` once, and the real one often: it looks as if each
-// had a file of its own.
+// A process of ours opens the file `processes` once, and the real one often: each sees it as a
+// file of its own.
 constexpr std::uint64_t per_process = 1ULL << 40;
 
 int __real_fstat(int file, struct stat *status);
@@ -297,7 +297,7 @@ long __wrap_syscall(long number, ...) {
         return __real_syscall(number, arguments[0], arguments[1], arguments[2], arguments[3],
                               arguments[4], arguments[5]);
     }
-    // Who sleeps sees for itself when the word changes.
+    // A sleeper sees by itself that the word has changed.
     if (static_cast<int>(arguments[1]) == FUTEX_WAIT) {
         orders->sleep(reinterpret_cast<const std::uint32_t *>(arguments[0]),
                       static_cast<std::uint32_t>(arguments[2]));

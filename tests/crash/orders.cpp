@@ -14,7 +14,7 @@ namespace {
 
 Orders *exploring = nullptr;
 
-constexpr std::size_t most_steps = 1000;
+constexpr std::size_t max_steps = 1000;
 
 std::uint64_t mixed(std::uint64_t hash, std::uint64_t value) {
     hash = (hash ^ value) * 0x9e3779b97f4a7c15;
@@ -27,21 +27,21 @@ std::uint64_t mixed(std::uint64_t hash, const std::string &text) {
 
 }  // namespace
 
-Orders::Orders(MakeScene make, std::size_t processes, unsigned deaths)
-    : make_(std::move(make)), most_deaths_(deaths), processes_(processes) {
+Orders::Orders(MakeScenario make, std::size_t processes, unsigned deaths)
+    : make_(std::move(make)), max_deaths_(deaths), processes_(processes) {
     for (Process &process : processes_) process.stack.resize(stack_bytes);
 }
 
 Orders *Orders::current() {
-    return exploring != nullptr && exploring->running_ != nobody ? exploring : nullptr;
+    return exploring != nullptr && exploring->running_ != none ? exploring : nullptr;
 }
 
 std::string Orders::explore() {
     exploring = this;
-    to_do_.push_back({});
-    while (!to_do_.empty() && failure_.empty()) {
-        const std::vector<std::uint8_t> order = std::move(to_do_.back());
-        to_do_.pop_back();
+    pending_.push_back({});
+    while (!pending_.empty() && failure_.empty()) {
+        const std::vector<std::uint8_t> order = std::move(pending_.back());
+        pending_.pop_back();
         repeat(order);
         ++repetitions_;
     }
@@ -56,7 +56,7 @@ void Orders::repeat(const std::vector<std::uint8_t> &order) {
     locks_.clear();
     labels_.clear();
     trace_.clear();
-    scene_ = make_();
+    scenario_ = make_();
     for (std::size_t i = 0; i < processes_.size(); ++i) start(i);
     explores_ = true;
     std::vector<std::uint8_t> done;
@@ -68,14 +68,14 @@ void Orders::repeat(const std::vector<std::uint8_t> &order) {
         } else {
             is_new = visited_.insert(state()).second;
             for (std::uint8_t i = 1; is_new && i < next.size(); ++i) {
-                to_do_.push_back(done);
-                to_do_.back().push_back(i);
+                pending_.push_back(done);
+                pending_.back().push_back(i);
             }
         }
         if (!is_new || !failure_.empty()) break;
         done.push_back(chosen);
         apply(next[chosen]);
-        if (done.size() > most_steps) fail("the processes don't come to an end");
+        if (done.size() > max_steps) fail("the processes don't come to an end");
     }
     explores_ = false;
     if (is_new && failure_.empty()) {
@@ -83,12 +83,12 @@ void Orders::repeat(const std::vector<std::uint8_t> &order) {
             if (process.life == Life::ready) fail("a process waits for ever");
         }
         try {
-            scene_->check();
+            scenario_->check();
         } catch (const std::exception &error) {
             fail(error.what());
         }
     }
-    scene_.reset();
+    scenario_.reset();
     free_left_over();
 }
 
@@ -103,8 +103,8 @@ void Orders::start(std::size_t number) {
     process.half = nullptr;
     process.asleep_on = nullptr;
     running_ = number;
-    scene_->prepare(number);
-    running_ = nobody;
+    scenario_->prepare(number);
+    running_ = none;
     ::getcontext(&process.context);
     process.context.uc_stack.ss_sp = process.stack.data();
     process.context.uc_stack.ss_size = process.stack.size();
@@ -116,7 +116,7 @@ void Orders::enter() {
     Orders &orders = *exploring;
     const std::size_t number = orders.running_;
     try {
-        orders.scene_->run(number);
+        orders.scenario_->run(number);
     } catch (const std::exception &error) {
         orders.fail("process " + std::to_string(number) + ": " + error.what());
     }
@@ -137,10 +137,10 @@ std::vector<Orders::Choice> Orders::choices() const {
         if (process.life != Life::ready) continue;
         if (process.only_dies) found.clear();
         if (is_awake(process)) found.push_back({i, false});
-        if (deaths_ < most_deaths_ && process.steps > 0) found.push_back({i, true});
+        if (deaths_ < max_deaths_ && process.steps > 0) found.push_back({i, true});
         if (process.only_dies) break;
     }
-    // A death doesn't wake who waits for nothing.
+    // A death doesn't wake a process that waits for nothing.
     const bool any_runs = std::ranges::any_of(found, [](const Choice &each) { return !each.dies; });
     if (!any_runs) found.clear();
     return found;
@@ -165,7 +165,7 @@ void Orders::apply(Choice choice) {
     ++process.steps;
     running_ = choice.process;
     ::swapcontext(&scheduler_, &process.context);
-    running_ = nobody;
+    running_ = none;
 }
 
 // To the scheduler, until it chooses this process again.
@@ -184,7 +184,7 @@ void Orders::step(const char *what, const std::string &name) {
 }
 
 void Orders::copy_step(const std::function<void()> &half) {
-    if (!explores_ || deaths_ >= most_deaths_) return;
+    if (!explores_ || deaths_ >= max_deaths_) return;
     Process &process = processes_[running_];
     process.what = "the middle of a copy";
     process.name.clear();
@@ -234,9 +234,9 @@ bool Orders::is_locked(std::uint64_t byte) const {
 
 std::uint64_t Orders::state() const {
     std::uint64_t hash = deaths_;
-    for (const std::uint64_t word : scene_->words()) hash = mixed(hash, word);
+    for (const std::uint64_t word : scenario_->words()) hash = mixed(hash, word);
     std::map<std::string, std::uint64_t> files;
-    for (const auto &entry : std::filesystem::directory_iterator(scene_->folder())) {
+    for (const auto &entry : std::filesystem::directory_iterator(scenario_->folder())) {
         struct stat status {};
         if (::lstat(entry.path().c_str(), &status) != 0) continue;
         files[entry.path().filename().string()] = label(status.st_ino);

@@ -5,7 +5,7 @@
 //
 // A step is a load or store of a word of the control file, or a system call for a file of the
 // store. An order is a sequence of choices, and is repeated from a new folder to try another
-// choice. Two orders that lead to the same state go on as one: a state is the shared words, the
+// choice. Two orders that lead to the same state continue as one: a state is the shared words, the
 // folder's files, and for each process the results of all its steps.
 #ifndef TESTS_CRASH_ORDERS_H
 #define TESTS_CRASH_ORDERS_H
@@ -23,10 +23,10 @@
 namespace crash {
 
 // What the processes run on. Made anew for each order.
-class Scene {
+class Scenario {
  public:
-    virtual ~Scene() = default;
-    // Called for each process before any runs; its steps are no choices.
+    virtual ~Scenario() = default;
+    // Called for each process before any runs; its steps aren't choices.
     virtual void prepare(std::size_t process) = 0;
     // The program of a process. Failures are thrown.
     virtual void run(std::size_t process) = 0;
@@ -40,8 +40,8 @@ class Scene {
 
 class Orders {
  public:
-    using MakeScene = std::function<std::unique_ptr<Scene>()>;
-    Orders(MakeScene make, std::size_t processes, unsigned deaths);
+    using MakeScenario = std::function<std::unique_ptr<Scenario>()>;
+    Orders(MakeScenario make, std::size_t processes, unsigned deaths);
 
     // What is wrong in some order, and that order; empty: nothing in any.
     std::string explore();
@@ -50,12 +50,12 @@ class Orders {
 
     // For ordered_calls.cpp; all of them in the process that runs.
 
-    // The one that explores, if a process runs now.
+    // The one that explores; null if no process runs.
     static Orders *current();
-    // A step comes now: others may come before it.
+    // Called before a step: other processes may take theirs first.
     void step(const char *what, const std::string &name);
-    // A copy into the log comes now. What isn't published nobody reads, so only a death makes a
-    // difference: in the middle of the copy.
+    // Called before a copy into the log. Nobody reads what isn't published, so only a death in the
+    // middle of the copy makes a difference.
     void copy_step(const std::function<void()> &half);
     // Its result.
     void note(std::uint64_t result);
@@ -74,7 +74,7 @@ class Orders {
 
  private:
     static constexpr std::size_t stack_bytes = 256 << 10;
-    static constexpr std::size_t nobody = ~std::size_t{0};
+    static constexpr std::size_t none = ~std::size_t{0};
 
     enum class Life : std::uint8_t { ready, ended, dead };
     struct Process {
@@ -106,18 +106,18 @@ class Orders {
     std::uint64_t state() const;
     void fail(const std::string &text);
 
-    MakeScene make_;
-    unsigned most_deaths_;
-    std::unique_ptr<Scene> scene_;
+    MakeScenario make_;
+    unsigned max_deaths_;
+    std::unique_ptr<Scenario> scenario_;
     std::vector<Process> processes_;
     ucontext_t scheduler_{};
-    std::size_t running_ = nobody;
+    std::size_t running_ = none;
     bool explores_ = false;
     unsigned deaths_ = 0;
     std::map<std::uint64_t, std::size_t> locks_;
     std::map<std::uint64_t, std::uint64_t> labels_;
     std::vector<std::string> trace_;
-    std::vector<std::vector<std::uint8_t>> to_do_;
+    std::vector<std::vector<std::uint8_t>> pending_;
     std::unordered_set<std::uint64_t> visited_;
     std::size_t repetitions_ = 0;
     std::string failure_;

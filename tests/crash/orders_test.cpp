@@ -14,6 +14,7 @@
 #include "runtime/store/new_folder.h"
 #include "runtime/store/sharing.h"
 #include "tests/crash/orders.h"
+#include "tests/support/temporary_directory.h"
 
 namespace crash {
 namespace {
@@ -26,15 +27,16 @@ constexpr std::uint64_t capacity = 2ULL << 20;
 constexpr std::uint64_t long_block = 40 << 10;
 constexpr std::uint64_t short_block = 64;
 
-void need(bool condition, const std::string &otherwise) {
+void require(bool condition, const std::string &otherwise) {
     if (!condition) throw std::runtime_error(otherwise);
 }
 
-void need_success(std::uint32_t error, const char *doing) {
-    need(error == 0, std::string(doing) + ": error " + std::to_string(error) + ", " + error_text());
+void require_success(std::uint32_t error, const char *doing) {
+    require(error == 0,
+            std::string(doing) + ": error " + std::to_string(error) + ", " + error_text());
 }
 
-// What a process does. All but the last two have the store open when the others begin.
+// What a process does. All but the last two have the store open at the start.
 enum class Part {
     writes_twice,  // commits of long frames
     writes,        // one of a short frame
@@ -42,8 +44,8 @@ enum class Part {
     reads_twice,
     makes_checkpoint,
     does_all_twice,  // commits a long frame and makes a checkpoint
-    comes_and_reads,
-    comes_and_compacts,  // begins a segment and makes a checkpoint
+    opens_and_reads,
+    opens_and_compacts,  // begins a segment and makes a checkpoint
 };
 
 // How far the writers have come.
@@ -58,9 +60,9 @@ class OpenStore {
  public:
     explicit OpenStore(const std::string &path) {
         File folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        need_success(sharing_.open(path.c_str(), std::move(folder)), "open");
-        need_success(image_.region.map_front(nullptr, capacity, page_size), "map");
-        need_success(sharing_.load(), "load");
+        require_success(sharing_.open(path.c_str(), std::move(folder)), "open");
+        require_success(image_.region.map_front(nullptr, capacity, page_size), "map");
+        require_success(sharing_.load(), "load");
     }
 
     Sharing &sharing() { return sharing_; }
@@ -69,42 +71,43 @@ class OpenStore {
     std::uint64_t check() const {
         const std::uint64_t number = image_.header->committed;
         const std::uint64_t blocks = image_.header->arena.blocks;
-        need(blocks == (number == 0 ? 0 : 1), std::to_string(blocks) + " blocks");
+        require(blocks == (number == 0 ? 0 : 1), std::to_string(blocks) + " blocks");
         if (number == 0) return 0;
         const auto block = image_.allocator.find(image_.header->last_object_id);
-        need(block.has_value(), "the block of commit " + std::to_string(number) + " is missing");
+        require(block.has_value(), "the block of commit " + std::to_string(number) + " is missing");
         const char *bytes = image_.region.base() + block->offset;
-        need(std::all_of(bytes, bytes + block->size,
-                         [&](char byte) { return byte == static_cast<char>(number); }),
-             "the block of commit " + std::to_string(number) + " has other bytes");
+        require(std::all_of(bytes, bytes + block->size,
+                            [&](char byte) { return byte == static_cast<char>(number); }),
+                "the block of commit " + std::to_string(number) + " has other bytes");
         return number;
     }
 
     void commit(std::uint64_t size, Progress &progress) {
-        need_success(sharing_.become_writer(), "begin");
+        require_success(sharing_.become_writer(), "begin");
         const std::uint64_t before = check();
-        need(before == progress.committed || before == progress.begun,
-             "a writer finds commit " + std::to_string(before));
+        require(before == progress.committed || before == progress.begun,
+                "a writer finds commit " + std::to_string(before));
         progress.committed = before;
         progress.begun = before + 1;
         change(before, size);
-        need_success(sharing_.publish(), "commit");
+        require_success(sharing_.publish(), "commit");
         progress.committed = before + 1;
-        need_success(sharing_.give_up_writing(), "unlock");
+        require_success(sharing_.give_up_writing(), "unlock");
     }
 
     void refresh(const Progress &progress) {
         const std::uint64_t before = check();
         const std::uint64_t least = progress.committed;
-        need_success(sharing_.refresh(), "refresh");
+        require_success(sharing_.refresh(), "refresh");
         const std::uint64_t now = check();
-        need(now >= before && now >= least && now <= progress.begun,
-             "a reader finds commit " + std::to_string(now) + " after " + std::to_string(before));
+        require(
+            now >= before && now >= least && now <= progress.begun,
+            "a reader finds commit " + std::to_string(now) + " after " + std::to_string(before));
     }
 
     void make_checkpoint() {
         const std::uint32_t error = sharing_.make_checkpoint();
-        if (error != EBUSY) need_success(error, "checkpoint");
+        if (error != EBUSY) require_success(error, "checkpoint");
     }
 
  private:
@@ -112,7 +115,7 @@ class OpenStore {
         ChangeSet &changes = sharing_.changes();
         const auto old = image_.allocator.find(image_.header->last_object_id);
         void *const block = image_.allocator.allocate(size);
-        need(block != nullptr, "no memory");
+        require(block != nullptr, "no memory");
         const auto made = image_.allocator.find(image_.offset_of(block));
         std::memset(block, static_cast<int>(before + 1), made->size);
         changes.allocated(made->offset);
@@ -130,7 +133,7 @@ class OpenStore {
     Sharing sharing_{image_, scopes_};
 };
 
-class Store : public Scene {
+class Store : public Scenario {
  public:
     // The first so many commits are there when the processes begin. The first process has the
     // store open.
@@ -153,7 +156,7 @@ class Store : public Scene {
         // Readers that come before all others in the list have seen none of the commits.
         const bool reads = part == Part::reads || part == Part::reads_twice;
         if (!reads || process + 1 == parts_.size()) prepare_commits();
-        if (part == Part::comes_and_reads || part == Part::comes_and_compacts) return;
+        if (part == Part::opens_and_reads || part == Part::opens_and_compacts) return;
         stores_[process] = std::make_unique<OpenStore>(path_);
         if (control_ == nullptr) control_ = &stores_[process]->sharing().folder().control.page();
     }
@@ -173,7 +176,7 @@ class Store : public Scene {
                 store.refresh(progress_);
                 [[fallthrough]];
             case Part::reads:
-            case Part::comes_and_reads:
+            case Part::opens_and_reads:
                 store.refresh(progress_);
                 break;
             case Part::makes_checkpoint:
@@ -185,8 +188,8 @@ class Store : public Scene {
                     store.make_checkpoint();
                 }
                 break;
-            case Part::comes_and_compacts:
-                need_success(store.sharing().compact(), "compact");
+            case Part::opens_and_compacts:
+                require_success(store.sharing().compact(), "compact");
                 break;
         }
     }
@@ -195,8 +198,8 @@ class Store : public Scene {
         {
             OpenStore store(path_);
             const std::uint64_t found = store.check();
-            need(found == progress_.committed || found == progress_.begun,
-                 "the last process finds commit " + std::to_string(found));
+            require(found == progress_.committed || found == progress_.begun,
+                    "the last process finds commit " + std::to_string(found));
             progress_.committed = progress_.begun = found;
             store.commit(short_block, progress_);
             store.make_checkpoint();
@@ -223,9 +226,9 @@ class Store : public Scene {
         for (const auto &entry : fs::directory_iterator(path_)) {
             const std::string name = entry.path().filename().string();
             if (name.starts_with("checkpoint-")) ++checkpoints;
-            need(name != "log-new" && name.find(".new.") == name.npos, name + " is left");
+            require(name != "log-new" && name.find(".new.") == name.npos, name + " is left");
         }
-        need(checkpoints == 1, std::to_string(checkpoints) + " checkpoints are left");
+        require(checkpoints == 1, std::to_string(checkpoints) + " checkpoints are left");
     }
 
     std::string path_;
@@ -239,24 +242,18 @@ class Store : public Scene {
 class OrdersTest : public ::testing::Test {
  protected:
     OrdersTest() {
-        // In memory if there is such a file system: a store is copied for each order.
-        folder_ = (fs::exists("/dev/shm") ? "/dev/shm" : fs::temp_directory_path()) /
-                  fs::path("tarnbase-orders-XXXXXX");
-        need(::mkdtemp(folder_.data()) != nullptr, "mkdtemp");
         Image image;
-        need_success(image.region.map(nullptr, capacity), "map");
+        require_success(image.region.map(nullptr, capacity), "map");
         image.format(reinterpret_cast<void *>(0x2100'0000'0000));
         NewFolder made;
-        need_success(made.begin(empty().c_str(), 0777), "begin");
-        need_success(made.fill(image), "fill");
-        need_success(made.finish(), "finish");
+        require_success(made.begin(empty().c_str(), 0777), "begin");
+        require_success(made.fill(image), "fill");
+        require_success(made.finish(), "finish");
     }
-
-    ~OrdersTest() override { fs::remove_all(folder_); }
 
     void explore(const std::vector<Part> &parts, unsigned deaths, unsigned commits = 0) {
         Orders orders(
-            [&] { return std::make_unique<Store>(empty(), folder_ + "/store", parts, commits); },
+            [&] { return std::make_unique<Store>(empty(), directory_ / "store", parts, commits); },
             parts.size(), deaths);
         EXPECT_EQ(orders.explore(), "");
         RecordProperty("states", std::to_string(orders.states()));
@@ -265,14 +262,15 @@ class OrdersTest : public ::testing::Test {
     }
 
  private:
-    std::string empty() const { return folder_ + "/empty"; }
+    std::string empty() const { return directory_ / "empty"; }
 
-    std::string folder_;
+    // A store is copied for each order.
+    const tarn::test::TemporaryDirectory directory_{tarn::test::fast_directory_path()};
 };
 
 TEST_F(OrdersTest, AReaderFollowsAWriter) {
     explore({Part::writes_twice, Part::reads_twice}, 1);
-    explore({Part::writes_twice, Part::comes_and_reads}, 1);
+    explore({Part::writes_twice, Part::opens_and_reads}, 1);
 }
 
 TEST_F(OrdersTest, AWriterTakesOverFromADeadOne) {
@@ -285,9 +283,9 @@ TEST_F(OrdersTest, ACheckpointIsMadeBesideAWriter) {
 }
 
 TEST_F(OrdersTest, ReadersFindTheNewestCheckpoint) {
-    explore({Part::makes_checkpoint, Part::comes_and_reads}, 1, 3);
+    explore({Part::makes_checkpoint, Part::opens_and_reads}, 1, 3);
     explore({Part::reads, Part::makes_checkpoint}, 1, 3);
-    explore({Part::does_all_twice, Part::comes_and_reads}, 0, 1);
+    explore({Part::does_all_twice, Part::opens_and_reads}, 0, 1);
 }
 
 TEST_F(OrdersTest, ACheckpointIsTakenOverFromADeadProcess) {
@@ -299,7 +297,7 @@ TEST_F(OrdersTest, ThreeProcessesOfWhichOneDies) {
     if (std::getenv("TARNBASE_ALL_ORDERS") == nullptr) {
         GTEST_SKIP() << "TARNBASE_ALL_ORDERS is not set";
     }
-    explore({Part::writes_twice, Part::comes_and_compacts}, 1, 1);
+    explore({Part::writes_twice, Part::opens_and_compacts}, 1, 1);
     explore({Part::reads_twice, Part::does_all_twice}, 1, 1);
     explore({Part::reads, Part::makes_checkpoint, Part::makes_checkpoint}, 1, 2);
     explore({Part::reads_twice, Part::makes_checkpoint, Part::writes_twice}, 1, 1);

@@ -13,7 +13,7 @@ namespace {
 // Few frames, so that new ones replace old ones.
 constexpr std::uint64_t ring_frames = 40;
 
-void need(std::uint32_t status, const char *doing) {
+void require(std::uint32_t status, const char *doing) {
     if (status != 0) throw tarn::error(status, std::string(doing) + ": " + kel_error_text());
 }
 
@@ -21,7 +21,7 @@ void need(std::uint32_t status, const char *doing) {
 class Writing {
  public:
     explicit Writing(tarn::store &store) : store_(store.c_store()) {
-        need(kel_store_lock(store_), "lock");
+        require(kel_store_lock(store_), "lock");
     }
     Writing(const Writing &) = delete;
     Writing &operator=(const Writing &) = delete;
@@ -73,21 +73,22 @@ void Player::open(Subject subject) {
     }
 }
 
-void Player::play(const Operation &operation) {
+// Tables and the replication engine, in calls and transactions of their own.
+void Player::set_up(const Operation &operation) {
     Side &side = sides_[operation.handle];
     kel_handle *const handle = side.session.c_handle();
     switch (operation.kind) {
         case Kind::attach: {
             const Writing writing(store_);
             for (Side &each : sides_) {
-                need(kel_replication_attach(each.session.c_handle(), tarnbase_table_get_vft),
-                     "attach");
+                require(kel_replication_attach(each.session.c_handle(), tarnbase_table_get_vft),
+                        "attach");
             }
             break;
         }
         case Kind::limit: {
             const Writing writing(store_);
-            need(kel_replication_configure(handle, ring_frames, 0), "configure");
+            require(kel_replication_configure(handle, ring_frames, 0), "configure");
             break;
         }
         case Kind::open:
@@ -108,11 +109,22 @@ void Player::play(const Operation &operation) {
             transaction.commit();
             break;
         }
-        case Kind::lasting_update: {
-            const Writing writing(store_);
-            table(operation).update(operation.number, operation.row);
-            break;
-        }
+        default:
+            throw std::logic_error("an operation of unknown kind");
+    }
+}
+
+void Player::make_checkpoint() {
+    // A private store has none.
+    if (store_.describe().path == nullptr) return;
+    const std::uint32_t error = kel_store_checkpoint(store_.c_store());
+    // A thread of the runtime may be making one.
+    if (error != EBUSY) require(error, "checkpoint");
+}
+
+void Player::play(const Operation &operation) {
+    Side &side = sides_[operation.handle];
+    switch (operation.kind) {
         case Kind::begin:
             side.transaction.emplace(side.session);
             break;
@@ -125,6 +137,11 @@ void Player::play(const Operation &operation) {
         case Kind::erase:
             table(operation).erase(operation.number);
             break;
+        case Kind::lasting_update: {
+            const Writing writing(store_);
+            table(operation).update(operation.number, operation.row);
+            break;
+        }
         case Kind::commit:
         case Kind::early_commit:
             side.transaction->commit();
@@ -136,13 +153,10 @@ void Player::play(const Operation &operation) {
             side.transaction.reset();
             break;
         case Kind::checkpoint:
-            // A private store has none.
-            if (store_.describe().path != nullptr) {
-                const std::uint32_t error = kel_store_checkpoint(store_.c_store());
-                // One may be in the making, in the background.
-                if (error != EBUSY) need(error, "checkpoint");
-            }
+            make_checkpoint();
             break;
+        default:
+            set_up(operation);
     }
 }
 

@@ -35,6 +35,8 @@ class Player {
         std::array<std::unique_ptr<Table>, subject_count> tables;
     };
     void play(const Operation &operation);
+    void set_up(const Operation &operation);
+    void make_checkpoint();
     void open(Subject subject);
     Table &table(const Operation &operation);
 

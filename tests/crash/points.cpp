@@ -23,8 +23,8 @@ struct Range {
     std::uintptr_t begin;
     std::uintptr_t end;
 };
-constexpr std::size_t most_ranges = 64;
-Range ranges[most_ranges];
+constexpr std::size_t max_ranges = 64;
+Range ranges[max_ranges];
 std::size_t used_ranges = 0;
 
 // A store into the stack makes no difference to anybody else, and these are most.
@@ -88,7 +88,7 @@ void call_point() {
 
 void shared_mapping(const void *address, std::size_t length) {
     const auto begin = reinterpret_cast<std::uintptr_t>(address);
-    for (std::size_t i = 0; i < most_ranges; ++i) {
+    for (std::size_t i = 0; i < max_ranges; ++i) {
         if (ranges[i].begin != ranges[i].end) continue;
         ranges[i] = {begin, begin + length};
         if (i >= used_ranges) used_ranges = i + 1;

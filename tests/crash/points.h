@@ -26,16 +26,15 @@ CRASH_EXPORT void resume();
 CRASH_EXPORT std::uint64_t points();
 
 // For the parts of the instrumented runtime.
-// Whether the point that comes now is the last one: then the caller does half of its work and
-// calls `die`.
+// Whether this point is the last one. If it is, the caller does half of its work and calls `die`.
 bool is_last(const void *address);
 bool is_last_call();
 [[noreturn]] void die();
-// A store to `address` comes now.
+// Called before a store to `address`.
 void point(const void *address);
-// An atomic load from `address` comes now.
+// Called before an atomic load from `address`.
 void load_point(const void *address);
-// A system call that changes files comes now, or has returned.
+// Called before and after a system call that changes files.
 void call_point();
 // Files mapped shared, and unmapped again.
 void shared_mapping(const void *address, std::size_t length);

@@ -24,6 +24,7 @@
 #include "tarnbase/tarn/transaction.hpp"
 #include "tests/crash/plan.h"
 #include "tests/crash/subjects.h"
+#include "tests/support/temporary_directory.h"
 
 namespace {
 
@@ -68,11 +69,11 @@ std::uint32_t last_touch(std::uint32_t number, std::uint32_t commit) {
     return 0;
 }
 
-void need(bool condition, const std::string &otherwise) {
+void require(bool condition, const std::string &otherwise) {
     if (!condition) throw std::runtime_error(otherwise);
 }
 
-// Mostly short, sometimes long enough for others to come far ahead.
+// Mostly short, sometimes long enough for others to get far ahead.
 void pause(std::mt19937_64 &engine, unsigned longest) {
     ::usleep(static_cast<useconds_t>(100) << engine() % longest);
 }
@@ -87,13 +88,13 @@ class View {
         counter = open_existing(session, connections);
         touched_table = open_existing(session, sessions);
         recent = open_existing(session, servers);
-        need(counter != nullptr && touched_table != nullptr && recent != nullptr,
-             "a table is missing");
+        require(counter != nullptr && touched_table != nullptr && recent != nullptr,
+                "a table is missing");
     }
 
     std::uint32_t commit() const {
         const Rows rows = counter->read();
-        need(rows.size() == 1, "the counter is missing");
+        require(rows.size() == 1, "the counter is missing");
         return rows.begin()->second.numbers[0];
     }
 
@@ -112,7 +113,7 @@ class View {
             expected.rows[servers][i + 1] = row_of(servers, i + 1, i + 1);
         }
         const std::string wrong = difference(found, expected);
-        need(wrong.empty(), "after commit " + std::to_string(now) + ": " + wrong);
+        require(wrong.empty(), "after commit " + std::to_string(now) + ": " + wrong);
         return now;
     }
 
@@ -149,10 +150,10 @@ void write(View &view, Journal &journal, std::mt19937_64 &engine) {
     tarn::transaction transaction(view.session);
     const std::uint32_t before = view.commit();
     // Whoever had the lock before may have died in its commit.
-    need(before == journal.begun || before == journal.committed,
-         "a writer finds commit " + std::to_string(before) + "; " +
-             std::to_string(journal.committed) + " was committed and " +
-             std::to_string(journal.begun) + " begun");
+    require(before == journal.begun || before == journal.committed,
+            "a writer finds commit " + std::to_string(before) + "; " +
+                std::to_string(journal.committed) + " was committed and " +
+                std::to_string(journal.begun) + " begun");
     const std::uint32_t now = before + 1;
     for (std::uint32_t i = 0; i < touched_at_once; ++i) {
         const std::uint32_t number = touched(now, i);
@@ -188,9 +189,9 @@ void be_reader(const std::string &path, Journal &journal) {
         const std::uint64_t least = journal.committed;
         view.store.refresh();
         const std::uint32_t now = view.check();
-        need(now >= last && now >= least && now <= journal.begun,
-             "a reader finds commit " + std::to_string(now) + " after " + std::to_string(last) +
-                 "; " + std::to_string(least) + " was committed");
+        require(now >= last && now >= least && now <= journal.begun,
+                "a reader finds commit " + std::to_string(now) + " after " + std::to_string(last) +
+                    "; " + std::to_string(least) + " was committed");
         last = now;
         journal.reads += 1;
     }
@@ -202,7 +203,7 @@ void be_checkpointer(const std::string &path, Journal &journal) {
     for (;;) {
         const std::uint32_t error = kel_store_checkpoint(view.store.c_store());
         // A writer may be making one in the background.
-        need(error == 0 || error == EBUSY, std::string("checkpoint: ") + kel_error_text());
+        require(error == 0 || error == EBUSY, std::string("checkpoint: ") + kel_error_text());
         if (error == 0) journal.checkpoints += 1;
         pause(engine, long_pause);
     }
@@ -215,7 +216,7 @@ constexpr std::size_t role_count = std::size(roles);
 
 pid_t start(Role *role, const std::string &path, Journal &journal) {
     const pid_t process = ::fork();
-    need(process >= 0, "fork");
+    require(process >= 0, "fork");
     if (process != 0) return process;
     try {
         role(path, journal);
@@ -232,54 +233,84 @@ void end(pid_t process, Journal &journal) {
     int status = 0;
     ::waitpid(process, &status, 0);
     const bool was_killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-    need(was_killed || journal.has_failed,
-         "a process ended by itself, status " + std::to_string(status));
+    require(was_killed || journal.has_failed,
+            "a process ended by itself, status " + std::to_string(status));
 }
 
+// A process for each role.
+class Team {
+ public:
+    Team(const std::string &path, Journal &journal) : path_(path), journal_(journal) {
+        for (std::size_t i = 0; i < role_count; ++i)
+            processes_[i] = start(roles[i], path_, journal_);
+    }
+
+    void kill(std::size_t i) { end(processes_[i], journal_); }
+    void replace(std::size_t i) { processes_[i] = start(roles[i], path_, journal_); }
+    // Other processes wait if it has the lock, and go on if it hasn't.
+    void stop_for_a_while(std::size_t i, std::mt19937_64 &engine) const {
+        ::kill(processes_[i], SIGSTOP);
+        pause(engine, long_pause);
+        ::kill(processes_[i], SIGCONT);
+    }
+
+    // Without kills, both writers get their turns. A writer takes over from one that is killed,
+    // even before another process gets the dead one's place.
+    bool writers_go_on() {
+        bool all_go_on = goes_on(0) && goes_on(1);
+        for (std::size_t i = 0; i < 2; ++i) {
+            kill(i);
+            // They get the number of the dead one, and don't take its lock.
+            for (std::size_t other = 2; other < role_count; ++other) {
+                kill(other);
+                replace(other);
+            }
+            all_go_on = all_go_on && goes_on(1 - i);
+            replace(i);
+        }
+        return all_go_on;
+    }
+
+    void kill_all() {
+        for (std::size_t i = 0; i < role_count; ++i) kill(i);
+    }
+
+ private:
+    bool goes_on(std::size_t writer) const {
+        const std::uint64_t before = journal_.commits[writer];
+        for (int i = 0; i < 500 && !journal_.has_failed; ++i) {
+            if (journal_.commits[writer] > before + 3) return true;
+            ::usleep(10000);
+        }
+        return journal_.has_failed;
+    }
+
+    const std::string &path_;
+    Journal &journal_;
+    pid_t processes_[role_count];
+};
+
+// Returns the number of kills.
 std::uint64_t run(const std::string &path, Journal &journal, std::uint64_t seed, double seconds) {
     std::mt19937_64 engine(seed);
-    pid_t processes[role_count];
-    for (std::size_t i = 0; i < role_count; ++i) processes[i] = start(roles[i], path, journal);
+    Team team(path, journal);
     const auto begin = std::chrono::steady_clock::now();
     std::uint64_t kills = 0;
     while (!journal.has_failed &&
            std::chrono::steady_clock::now() - begin < std::chrono::duration<double>(seconds)) {
         const std::size_t victim = engine() % role_count;
         if (engine() % 4 == 0) {
-            // Other processes wait if it has the lock, and go on if it hasn't.
-            ::kill(processes[victim], SIGSTOP);
-            pause(engine, long_pause);
-            ::kill(processes[victim], SIGCONT);
+            team.stop_for_a_while(victim, engine);
         } else {
-            end(processes[victim], journal);
-            processes[victim] = start(roles[victim], path, journal);
+            team.kill(victim);
+            team.replace(victim);
             kills += 1;
         }
         if (engine() % 4 != 0) pause(engine, short_pause);
     }
-    // In peace, both writers get their turns. A writer takes over from one that is killed, also
-    // before another process gets the dead one's place.
-    const auto goes_on = [&](std::size_t writer) {
-        const std::uint64_t before = journal.commits[writer];
-        for (int i = 0; i < 500 && !journal.has_failed; ++i) {
-            if (journal.commits[writer] > before + 3) return true;
-            ::usleep(10000);
-        }
-        return journal.has_failed.load();
-    };
-    bool all_go_on = goes_on(0) && goes_on(1);
-    for (std::size_t i = 0; i < 2; ++i) {
-        end(processes[i], journal);
-        // They get the number of the dead one, and don't take its lock.
-        for (std::size_t other = 2; other < role_count; ++other) {
-            end(processes[other], journal);
-            processes[other] = start(roles[other], path, journal);
-        }
-        all_go_on = all_go_on && goes_on(1 - i);
-        processes[i] = start(roles[i], path, journal);
-    }
-    for (const pid_t process : processes) end(process, journal);
-    need(all_go_on, "a writer doesn't get the lock");
+    const bool all_go_on = team.writers_go_on();
+    team.kill_all();
+    require(all_go_on, "a writer doesn't get the lock");
     return kills;
 }
 
@@ -288,12 +319,12 @@ void check_at_end(const std::string &path, Journal &journal) {
     const auto check = [](const std::string &where, Journal &with) {
         const View view(where, tarn::descriptors::of_library);
         const std::uint32_t now = view.check();
-        need(now == with.begun || now == with.committed, "the last commit is lost");
+        require(now == with.begun || now == with.committed, "the last commit is lost");
         ::_exit(0);
     };
     int status = 0;
     ::waitpid(start(check, path, journal), &status, 0);
-    need(status == 0, journal.has_failed ? journal.failure : "the last process failed");
+    require(status == 0, journal.has_failed ? journal.failure : "the last process failed");
 }
 
 // A store from its first moment on.
@@ -306,7 +337,7 @@ std::uint64_t run_episode(const std::string &path, Journal &journal, double seco
     journal.begun = 0;
     journal.committed = 0;
     const std::uint64_t kills = run(path, journal, std::random_device{}(), seconds);
-    need(!journal.has_failed, journal.failure);
+    require(!journal.has_failed, journal.failure);
     check_at_end(path, journal);
     std::filesystem::remove_all(path);
     return kills;
@@ -318,24 +349,20 @@ constexpr double episode_seconds = 2;
 int run_all() {
     const char *set_seconds = std::getenv("TARNBASE_CRASH_SECONDS");
     const double seconds = set_seconds != nullptr ? std::atof(set_seconds) : 20;
-    const char *parent = std::getenv("TMPDIR");
-    const std::string folder = std::string(parent != nullptr ? parent : "/dev/shm") +
-                               "/tarnbase-processes-" + std::to_string(::getpid());
-    std::filesystem::create_directories(folder);
+    const tarn::test::TemporaryDirectory directory(tarn::test::fast_directory_path());
     void *const memory =
         ::mmap(nullptr, sizeof(Journal), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    need(memory != MAP_FAILED, "mmap");
+    require(memory != MAP_FAILED, "mmap");
     auto &journal = *new (memory) Journal{};
     std::uint64_t kills = 0;
     for (double done = 0; done < seconds; done += episode_seconds) {
-        kills += run_episode(folder + "/store", journal, std::min(episode_seconds, seconds));
+        kills += run_episode(directory / "store", journal, std::min(episode_seconds, seconds));
     }
     std::printf("%llu kills, %llu commits, %llu checked reads, %llu checkpoints\n",
                 static_cast<unsigned long long>(kills),
                 static_cast<unsigned long long>(journal.commits[0] + journal.commits[1]),
                 static_cast<unsigned long long>(journal.reads.load()),
                 static_cast<unsigned long long>(journal.checkpoints.load()));
-    std::filesystem::remove_all(folder);
     return 0;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The copies and the system calls of the runtime, which the linker's --wrap sends here. A
+// The copies and the system calls of the runtime, which the linker's --wrap redirects here. A
 // copy or a write that is the last point does half of its work.
 #include <fcntl.h>
 #include <sys/mman.h>
