@@ -100,14 +100,12 @@ TEST_F(Boolean, PrintWritesTrueOrFalse) {
 }
 
 TEST_F(Boolean, XmlReadsOnlyWordsAndDigits) {
-    read_xml("true");
-    EXPECT_EQ(value(), 1U);
-    read_xml("false");
-    EXPECT_EQ(value(), 0U);
-    read_xml("1");
-    EXPECT_EQ(value(), 1U);
-    read_xml("0");
-    EXPECT_EQ(value(), 0U);
+    const std::pair<const char *, std::uint32_t> valid[] = {
+        {"true", 1}, {"false", 0}, {"1", 1}, {"0", 0}};
+    for (const auto &[text, expected] : valid) {
+        read_xml(text);
+        EXPECT_EQ(value(), expected) << text;
+    }
     read_xml("1");
     for (const char *text : {"", "2", "TRUE", " true", "yes", "00"}) {
         TraceCapture trace;

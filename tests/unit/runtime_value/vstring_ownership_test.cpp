@@ -14,7 +14,7 @@ namespace tarn::test {
 namespace {
 
 const std::string long_text = "a text that does not fit in the string itself";
-const std::string other_text = "another text that is too long to lie in a string";
+const std::string other_text = "another text that is too long for a string itself";
 
 class TextOwnership : public ValueTest {
  protected:
@@ -48,7 +48,7 @@ TEST_F(TextOwnership, ACopiedAndThenSetStringIsIndependentAndFreesItsOldText) {
             copy_bytes(destination, source);
             set(destination, source);
             EXPECT_EQ(text_of(destination), source_text);
-            assign(source, "changed, and again too long to lie inside");
+            assign(source, "changed, and again too long for the string");
             EXPECT_EQ(text_of(destination), source_text);
             destroy(source);
             destroy(destination);
