@@ -71,7 +71,7 @@ void check_wire(const Structure &type, const Round &round, const void *object, u
     require(written <= length, "a marshalled object stays in its buffer");
     require(err == 0 || round.handle()->last_error != 0, "an error is kept in the handle too");
     if (err == 0) {
-        require(written == length, "a marshalled object has the length foretold");
+        require(written == length, "a marshalled object has the promised length");
         check_round_trip(type, round, object, form, length);
     }
     Buffer cut(length * portion / 256 + spare);
@@ -176,7 +176,7 @@ void exercise(const Enumeration &type, const Round &round, kel_enum_object *obje
     Buffer form(enumeration::len());
     require(enumeration::marshal(type, round.call(err), {form.data(), form.size()}, object) ==
                 form.size(),
-            "an enumeration has the length foretold");
+            "an enumeration has the promised length");
     Buffer cut(form.size() * portion / 256);
     u32 lack = 0;
     enumeration::marshal(type, round.call(lack), {cut.data(), cut.size()}, object);

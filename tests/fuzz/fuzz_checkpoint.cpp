@@ -9,13 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/checkpoint/checkpoint_format.h"
-#include "runtime/base/file_io.h"
 #include "runtime/log/crc32c.h"
 #include "tests/fuzz/input.h"
 #include "tests/fuzz/round.h"
 #include "tests/fuzz/store_pieces.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarnbase::fuzz {
 
@@ -28,19 +29,11 @@ using runtime::File;
 // A folder that is removed at the end of the process.
 class Folder {
  public:
-    Folder() {
-        path_ = (std::filesystem::temp_directory_path() / "fuzz.XXXXXX").string();
-        require(::mkdtemp(path_.data()) != nullptr, "a folder can be made");
-        file_ = File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    }
-    Folder(const Folder &) = delete;
-    Folder &operator=(const Folder &) = delete;
-    ~Folder() { std::filesystem::remove_all(path_); }
     int descriptor() const { return file_.descriptor(); }
 
  private:
-    std::string path_;
-    File file_;
+    const tarn::test::TemporaryDirectory directory_;
+    const File file_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
 };
 
 File open_file(int folder, u64 position, int flags) {
@@ -67,7 +60,7 @@ std::vector<char> content_of(const File &file) {
     return bytes;
 }
 
-// Makes checksums right, so that what they protect is looked at.
+// Makes checksums right, so that what they protect is tested.
 void repair(const File &file, u8 which) {
     std::vector<char> bytes = content_of(file);
     CheckpointHead head;

@@ -14,7 +14,7 @@ namespace tarnbase::fuzz {
 
 namespace {
 
-constexpr std::size_t most_frames = 64;
+constexpr std::size_t max_frames = 64;
 
 struct Received {
     const Table *model;
@@ -38,7 +38,7 @@ u32 receive(const Round &round, const Buffer &stream, u32 cursor, std::vector<Re
 
 std::vector<Received> receive_all(const Round &round, const Buffer &stream) {
     std::vector<Received> records;
-    for (u32 cursor = 0; cursor < stream.size() && records.size() < most_frames;) {
+    for (u32 cursor = 0; cursor < stream.size() && records.size() < max_frames;) {
         const u32 taken = receive(round, stream, cursor, records);
         // A jump can point anywhere: a receiver must not leave the received bytes.
         if (taken == 0 || taken > stream.size() - cursor) break;

@@ -9,7 +9,6 @@
 #include <memory>
 #include <string>
 
-#include "frame/schema.h"
 #include "runtime/base/file.h"
 #include "runtime/checkpoint/checkpoint.h"
 #include "tarnbase/module.h"
@@ -17,6 +16,8 @@
 #include "tests/fuzz/round.h"
 #include "tests/fuzz/store_changes.h"
 #include "tests/fuzz/store_reads.h"
+#include "tests/support/module.h"
+#include "tests/support/temporary_directory.h"
 #include "tests/unit/runtime_check/filled_store.h"
 
 namespace tarnbase::fuzz {
@@ -36,11 +37,6 @@ std::vector<u8> image_of(const kel_store *store, u64 &base) {
     base = reinterpret_cast<u64>(description.base);
     const u8 *bytes = static_cast<const u8 *>(description.base);
     return {bytes, bytes + description.size};
-}
-
-// The library looks up the roots of tables by id once in a process.
-void forget_table_roots() {
-    for (u32 i = 0; i < module.table_count; ++i) *module.tables[i]->root_cache = nullptr;
 }
 
 // A store without a finding can be read.
@@ -90,9 +86,6 @@ class InMemory {
 class InFiles {
  public:
     InFiles() {
-        directory_ = (std::filesystem::temp_directory_path() / "fuzz.XXXXXX").string();
-        require(::mkdtemp(directory_.data()) != nullptr, "a folder can be made");
-        path_ = directory_ + "/store";
         kel_store *store = nullptr;
         const kel_store_options options = options_at(file_base);
         require(kel_store_create(path_.c_str(), &options, &store) == 0, "a store can be made");
@@ -106,7 +99,6 @@ class InFiles {
         folder_ = runtime::File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         read_head();
     }
-    ~InFiles() { std::filesystem::remove_all(directory_); }
     InFiles(const InFiles &) = delete;
     InFiles &operator=(const InFiles &) = delete;
 
@@ -122,8 +114,6 @@ class InFiles {
         const u32 error = kel_store_open(path_.c_str(), &store);
         require(error == 0 || error == EBADMSG, "a damaged store has its own error");
         if (error != 0) return;
-        kel_store_description description;
-        kel_store_describe(store, &description);
         for (kel_table *table = kel_store_first_table(store); table != nullptr;
              table = table->toc_next) {
             require(table->open_mode <= KEL_OPEN_AUTO_ID, "a table that opens is sound");
@@ -176,7 +166,8 @@ class InFiles {
         }
     }
 
-    std::string directory_, path_;
+    const tarn::test::TemporaryDirectory directory_;
+    const std::string path_ = directory_ / "store";
     runtime::File folder_;
     runtime::CheckpointHead head_{};
     std::unique_ptr<Image> image_;

@@ -136,8 +136,8 @@ void fuzz_xml(Bytes bytes) {
                     portion);
     }
     u32 elements = 0;
-    u32 answer = 0;
-    require(kel_xml_for_each(document.get(), "//*", count_element, &elements, &answer) == 0,
+    u32 status = 0;
+    require(kel_xml_for_each(document.get(), "//*", count_element, &elements, &status) == 0,
             "a document has elements");
 }
 

@@ -44,11 +44,11 @@ u32 number_in(const std::vector<u8> &stream, const WireItem &item) {
 
 // The limits of every range, and values close to the current number and to the number of
 // remaining bytes.
-u32 interesting_number(u32 there, u32 left, Random &random) {
-    const u32 numbers[] = {0,          1,          2,        4,         127,       128,
-                           255,        256,        1440,     there + 1, there - 1, there + 4,
-                           there + 20, left,       left + 1, left - 1,  left - 4,  0x7fffffff,
-                           0x7ffffff0, 0x80000000, ~0U,      ~0U - 3,   ~0U - 64,  0xffff};
+u32 interesting_number(u32 current, u32 left, Random &random) {
+    const u32 numbers[] = {
+        0,        1,           2,           4,           127,          128,     255,      256,
+        1440,     current + 1, current - 1, current + 4, current + 20, left,    left + 1, left - 1,
+        left - 4, 0x7fffffff,  0x7ffffff0,  0x80000000,  ~0U,          ~0U - 3, ~0U - 64, 0xffff};
     return numbers[random.below(std::size(numbers))];
 }
 
@@ -144,7 +144,7 @@ void change_structure(std::vector<u8> &stream, const std::vector<WireItem> &item
 }  // namespace
 
 void mutate_bytes(std::vector<u8> &bytes, Random &random) {
-    constexpr u8 telling[] = {0, 1, 2, 4, 6, 8, 32, 40, 127, 128, 255};
+    constexpr u8 boundary_values[] = {0, 1, 2, 4, 6, 8, 32, 40, 127, 128, 255};
     if (bytes.empty()) return bytes.push_back(static_cast<u8>(random.word()));
     const auto size = static_cast<u32>(bytes.size());
     const u32 at = random.below(size);
@@ -154,7 +154,7 @@ void mutate_bytes(std::vector<u8> &bytes, Random &random) {
             bytes[at] = static_cast<u8>(random.word());
             return;
         case 1:
-            bytes[at] = telling[random.below(std::size(telling))];
+            bytes[at] = boundary_values[random.below(std::size(boundary_values))];
             return;
         case 2:
             return store_number(bytes, number, interesting_value(bytes, number, random));

@@ -50,16 +50,33 @@ void Image::change(u8 *image, Bytes changes) const {
 }
 
 void Image::change(u8 *image, u8 kind, u32 place, u32 value) const {
-    const u64 small = kind >> 4;
-    u8 *const word = image + word_at(place);
     u8 *const byte = image + place % bytes_.size();
     u8 *const start = image + place % bytes_.size() / page * page;
+    switch (kind % 16) {
+        case 12:
+            std::fill_n(start, page, u8{0});
+            return;
+        case 13:
+            std::memmove(start, image + value % bytes_.size() / page * page, page);
+            return;
+        case 14:
+            std::fill(byte, image + bytes_.size(), u8{0});
+            return;
+        default:
+            change_word(image, kind, place, value);
+    }
+}
+
+void Image::change_word(u8 *image, u8 kind, u32 place, u32 value) const {
+    const u64 small = kind >> 4;
+    u8 *const word = image + word_at(place);
+    u8 *const other = image + word_at(value);
     switch (kind % 16) {
         case 0:
         case 1:
             return put(word, get(word) ^ 1ULL << value % 64);
         case 2:
-            *byte ^= static_cast<u8>(1U << value % 8);
+            image[place % bytes_.size()] ^= static_cast<u8>(1U << value % 8);
             return;
         case 3:
             word[small % 8] = static_cast<u8>(value);
@@ -72,26 +89,17 @@ void Image::change(u8 *image, u8 kind, u32 place, u32 value) const {
             return put(word, small % 2 == 0 ? ~0ULL : 0ULL);
         case 7:
         case 8:
-            return put(word, get(image + word_at(value)));
+            return put(word, get(other));
         case 9:
             return put(word, base_ + value % bytes_.size() / 16 * 16);
         case 10:
             return put(word, base_ + word_at(value));
         case 11:
             return put(word, get(word) + 16 * (small - 8));
-        case 12:
-            std::fill_n(start, page, u8{0});
-            return;
-        case 13:
-            std::memmove(start, image + value % bytes_.size() / page * page, page);
-            return;
-        case 14:
-            std::fill(byte, image + bytes_.size(), u8{0});
-            return;
         default: {
-            const u64 other = get(image + word_at(value));
-            put(image + word_at(value), get(word));
-            put(word, other);
+            const u64 content = get(other);
+            put(other, get(word));
+            put(word, content);
         }
     }
 }

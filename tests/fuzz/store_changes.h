@@ -35,6 +35,8 @@ class Image {
 
  private:
     void change(u8 *image, u8 kind, u32 place, u32 value) const;
+    // Changes a byte or a word, or exchanges two words.
+    void change_word(u8 *image, u8 kind, u32 place, u32 value) const;
     // The offset of a word in use.
     u64 word_at(u32 place) const { return words_[place % words_.size()]; }
 

@@ -34,13 +34,13 @@ struct Piece {
 
 class Pieces {
  public:
-    explicit Pieces(Bytes input) : rest_(input) { file_bytes_ = number(4) % (most_bytes + 1); }
+    explicit Pieces(Bytes input) : rest_(input) { file_bytes_ = number(4) % (max_bytes + 1); }
 
     u64 file_bytes() const { return file_bytes_; }
     bool next(Piece &piece) {
         if (rest_.empty()) return false;
-        const u64 offset = number(4) % most_bytes;
-        const u64 length = std::min<u64>({number(2), rest_.size(), most_bytes - offset});
+        const u64 offset = number(4) % max_bytes;
+        const u64 length = std::min<u64>({number(2), rest_.size(), max_bytes - offset});
         piece = {offset, rest_.first(length)};
         rest_ = rest_.subspan(length);
         return true;
@@ -48,7 +48,7 @@ class Pieces {
 
  private:
     // Larger files take too long.
-    static constexpr u64 most_bytes = 512 << 10;
+    static constexpr u64 max_bytes = 512 << 10;
 
     u64 number(std::size_t size) {
         u64 value = 0;

@@ -9,8 +9,7 @@
 namespace tarnbase::fuzz {
 
 // Each table, each record in each form, and each state flag, with a handle in a mode of state
-// tracking. Whatever an operation reports, it
-// may not access anything outside of the store.
+// tracking. Whatever an operation reports, it may not access anything outside of the store.
 void read_everything(kel_store *store, u32 mode);
 
 }  // namespace tarnbase::fuzz

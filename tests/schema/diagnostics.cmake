@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# Compiles a bad schema and compares what the compiler says with <case>.txt.
+# Compiles a bad schema and compares the diagnostics with <case>.txt.
 #   cmake -DTARNC=tarnc -DSOURCE=diagnostics -DCASE=name [-DUPDATE=ON] -P diagnostics.cmake
 execute_process(
   COMMAND ${TARNC} ${CASE}.tarn

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# Compiles the sample schema and compares all that it makes with golden/expected.
+# Compiles the sample schema and compares the output with golden/expected.
 #   cmake -DTARNC=tarnc -DSOURCE=golden -DWORK=folder [-DUPDATE=ON] -P golden.cmake
 if(UPDATE)
   set(WORK ${SOURCE}/expected.new)

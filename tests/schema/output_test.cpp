@@ -6,7 +6,7 @@
 #include "source.h"
 #include "support.h"
 
-using tarn::test::Folder;
+using tarn::test::TemporaryDirectory;
 
 namespace {
 
@@ -16,14 +16,14 @@ std::string content(const std::string &path) {
 }
 
 TEST(Output, WritesFilesInFoldersThatItCreates) {
-    const Folder folder("tarnc-output");
+    const TemporaryDirectory folder;
     tarnc::write_files(folder.path(), {{"a.txt", "one"}, {"b/c.txt", "two"}});
     EXPECT_EQ(content(folder / "a.txt"), "one");
     EXPECT_EQ(content(folder / "b/c.txt"), "two");
 }
 
 TEST(Output, DoesNotWriteAnUnchangedFile) {
-    const Folder folder("tarnc-output");
+    const TemporaryDirectory folder;
     tarnc::write_files(folder.path(), {{"same.txt", "one"}, {"other.txt", "one"}});
     const auto long_ago = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
     std::filesystem::last_write_time(folder / "same.txt", long_ago);
@@ -34,7 +34,7 @@ TEST(Output, DoesNotWriteAnUnchangedFile) {
 }
 
 TEST(Output, RemovesOnlyFilesOfAnEarlierRun) {
-    const Folder folder("tarnc-output");
+    const TemporaryDirectory folder;
     std::ofstream(folder / "mine.txt") << "mine";
     tarnc::write_files(folder.path(), {{"a.txt", "one"}, {"b.txt", "two"}});
     tarnc::write_files(folder.path(), {{"b.txt", "two"}});
@@ -44,7 +44,7 @@ TEST(Output, RemovesOnlyFilesOfAnEarlierRun) {
 }
 
 TEST(Output, FileThatCannotBeWrittenIsAnError) {
-    const Folder folder("tarnc-output");
+    const TemporaryDirectory folder;
     std::filesystem::create_directories(folder / "taken");
     EXPECT_THROW(tarnc::write_files(folder.path(), {{"taken", "text"}}), std::runtime_error);
 }

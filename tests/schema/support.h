@@ -3,11 +3,7 @@
 #ifndef TARNBASE_TESTS_SCHEMA_SUPPORT_H
 #define TARNBASE_TESTS_SCHEMA_SUPPORT_H
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -15,6 +11,7 @@
 #include "check.h"
 #include "emit.h"
 #include "parser.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarn::test {
 
@@ -37,31 +34,11 @@ inline tarnc::Schema compile(const std::string &path) {
     return schema;
 }
 
-// A folder of its own for a test, gone with it.
-class Folder {
- public:
-    explicit Folder(const std::string &name)
-        : path_(std::filesystem::temp_directory_path() /
-                (name + "-" + std::to_string(::getpid()))) {
-        std::filesystem::remove_all(path_);
-        std::filesystem::create_directories(path_);
-    }
-    ~Folder() { std::filesystem::remove_all(path_); }
-    Folder(const Folder &) = delete;
-    Folder &operator=(const Folder &) = delete;
-
-    std::string operator/(const std::string &name) const { return (path_ / name).string(); }
-    std::string path() const { return path_.string(); }
-
- private:
-    std::filesystem::path path_;
-};
-
 // The checked schema of a module of this text.
 inline tarnc::Schema compile_text(const std::string &text) {
-    const Folder folder("tarnc-text");
-    std::ofstream(folder / "module.tarn") << text;
-    return compile(folder / "module.tarn");
+    const TemporaryDirectory directory;
+    write_file(directory / "module.tarn", text);
+    return compile(directory / "module.tarn");
 }
 
 template <typename Items>
