@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include "process.h"
+#include "tests/support/process.h"
 
-namespace example_test {
+namespace tarn::test {
 namespace {
 
 TEST(FirstRecord, ARecordIsCreatedInsertedDeletedAndDestroyed) {
@@ -24,4 +24,4 @@ TEST(FirstRecord, ARecordIsCreatedInsertedDeletedAndDestroyed) {
 }
 
 }  // namespace
-}  // namespace example_test
+}  // namespace tarn::test

@@ -6,11 +6,11 @@
 #include <csignal>
 #include <filesystem>
 
-#include "json.h"
-#include "process.h"
-#include "temporary_directory.h"
+#include "tests/support/json.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
-namespace example_test {
+namespace tarn::test {
 namespace {
 
 using Json = nlohmann::json;
@@ -133,4 +133,4 @@ TEST_F(Follow, TheNextRunContinuesWhereTheLastOneEnded) {
 }
 
 }  // namespace
-}  // namespace example_test
+}  // namespace tarn::test

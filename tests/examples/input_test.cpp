@@ -6,14 +6,14 @@
 #include <filesystem>
 #include <system_error>
 
-#include "temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace ldap_stats {
 namespace {
 
-using example_test::append_file;
-using example_test::TemporaryDirectory;
-using example_test::write_file;
+using tarn::test::append_file;
+using tarn::test::TemporaryDirectory;
+using tarn::test::write_file;
 
 class InputTest : public testing::Test {
  protected:

@@ -6,13 +6,13 @@
 #include <filesystem>
 #include <sstream>
 
-#include "temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace ldap_stats {
 namespace {
 
-using example_test::TemporaryDirectory;
-using example_test::write_file;
+using tarn::test::TemporaryDirectory;
+using tarn::test::write_file;
 
 constexpr const char *kStart = "5f0e1234 slapd starting\n";
 constexpr const char *kAccept = "5f0e1234 conn=1 fd=9 ACCEPT from IP=1.1.1.1:1 (IP=2.2.2.2:389)\n";

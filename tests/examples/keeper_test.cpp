@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include "temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace ldap_stats {
 namespace {
 
-using example_test::TemporaryDirectory;
-using example_test::write_file;
+using tarn::test::TemporaryDirectory;
+using tarn::test::write_file;
 
 constexpr const char *kName = "ldap://127.0.0.1:389";
 

@@ -5,10 +5,10 @@
 
 #include <csignal>
 
-#include "process.h"
-#include "temporary_directory.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
-namespace example_test {
+namespace tarn::test {
 namespace {
 
 TEST(KilledWriter, IsStartedAgainWhileReadersFollow) {
@@ -41,4 +41,4 @@ TEST(KilledWriter, IsStartedAgainWhileReadersFollow) {
 }
 
 }  // namespace
-}  // namespace example_test
+}  // namespace tarn::test

@@ -3,10 +3,10 @@
 
 #include <filesystem>
 
-#include "process.h"
-#include "temporary_directory.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
-namespace example_test {
+namespace tarn::test {
 namespace {
 
 constexpr const char *kAccept = "5f0e1234 conn=1 fd=9 ACCEPT from IP=1.1.1.1:1 (IP=2.2.2.2:389)\n";
@@ -205,4 +205,4 @@ TEST_F(LdapShow, WrongArgumentsAreRefused) {
 }
 
 }  // namespace
-}  // namespace example_test
+}  // namespace tarn::test

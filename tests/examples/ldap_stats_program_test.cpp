@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <map>
 
-#include "json.h"
-#include "process.h"
-#include "temporary_directory.h"
+#include "tests/support/json.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
-namespace example_test {
+namespace tarn::test {
 namespace {
 
 using Json = nlohmann::json;
@@ -172,4 +172,4 @@ TEST_F(LdapStatsProgram, HelpListsTheCountersAndTheExitCodes) {
 }
 
 }  // namespace
-}  // namespace example_test
+}  // namespace tarn::test

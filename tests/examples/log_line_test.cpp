@@ -29,7 +29,7 @@ LineError malformed(std::string_view text) {
 }
 
 // A message with slapd's own prefix.
-std::string said(const std::string &message) {
+std::string prefixed(const std::string &message) {
     return "6b00fd0a.2ebc3b98 0x7f48271fd6c0 " + message;
 }
 
@@ -41,12 +41,12 @@ TEST(LogLine, EveryLineOfTheRecordingIsUnderstood) {
 
 TEST(LogLine, TheServersOwnMessagesAreRecognised) {
     const std::pair<std::string, LineKind> cases[] = {
-        {said("@(#) $OpenLDAP: slapd 2.5.13+dfsg-5 $"), LineKind::banner},
+        {prefixed("@(#) $OpenLDAP: slapd 2.5.13+dfsg-5 $"), LineKind::banner},
         {"\tDebian OpenLDAP Maintainers", LineKind::continuation},
-        {said("slapd starting"), LineKind::starting},
-        {said("daemon: shutdown requested and initiated."), LineKind::stopping},
-        {said("slapd shutdown: waiting for 0 operations/tasks to finish"), LineKind::stopping},
-        {said("slapd stopped."), LineKind::stopped},
+        {prefixed("slapd starting"), LineKind::starting},
+        {prefixed("daemon: shutdown requested and initiated."), LineKind::stopping},
+        {prefixed("slapd shutdown: waiting for 0 operations/tasks to finish"), LineKind::stopping},
+        {prefixed("slapd stopped."), LineKind::stopped},
         {"", LineKind::blank},
         {" \t\r", LineKind::blank},
     };
@@ -59,7 +59,7 @@ TEST(LogLine, LinesThatAreNotCountedAreNoErrors) {
           "conn=1000 op=1 do_search: invalid dn: \"x\"", "conn=1000 op=1 Bind failed",
           "conn=1000 fd=11 TLS established tls_ssf=256 ssf=256", "conn=-1 op=0 SRCH base=\"\"",
           "conn=18446744073709551615 op=0 BIND dn=\"\" method=128"})
-        EXPECT_EQ(understood(said(message)).kind, LineKind::other) << message;
+        EXPECT_EQ(understood(prefixed(message)).kind, LineKind::other) << message;
 }
 
 TEST(LogLine, PrefixesOfOlderVersionsAndOfSyslogAreAccepted) {
@@ -73,12 +73,12 @@ TEST(LogLine, PrefixesOfOlderVersionsAndOfSyslogAreAccepted) {
 }
 
 TEST(LogLine, ALineMayEndWithACarriageReturn) {
-    EXPECT_EQ(understood(said("conn=7 op=2 UNBIND\r")).kind, LineKind::request);
+    EXPECT_EQ(understood(prefixed("conn=7 op=2 UNBIND\r")).kind, LineKind::request);
 }
 
 TEST(LogLine, EachRequestIsOneLine) {
     const auto request = [](const std::string &text) {
-        const LogLine line = understood(said("conn=1000 op=1 " + text));
+        const LogLine line = understood(prefixed("conn=1000 op=1 " + text));
         EXPECT_EQ(line.kind, LineKind::request) << text;
         EXPECT_EQ(line.connection, 1000u);
         return line.operation;
@@ -98,27 +98,27 @@ TEST(LogLine, SecondLinesOfARequestAreDetails) {
           "BIND authcid=\"a\" authzid=\"a\"", "SRCH attr=dn uid", "MOD attr=sn", "WHOAMI",
           "PASSMOD id=\"a\" new", "STARTTLS", "CANCEL msg=3", "ENTRY dn=\"a\"",
           "PROXYAUTHZ dn=\"a\""})
-        EXPECT_EQ(understood(said("conn=1 op=1 " + std::string(text))).kind, LineKind::detail)
+        EXPECT_EQ(understood(prefixed("conn=1 op=1 " + std::string(text))).kind, LineKind::detail)
             << text;
 }
 
 TEST(LogLine, MessagesOtherThanResultsAreNotices) {
     for (const char *text :
          {"INTERM oid=1.2", "REF #0 \"ldap://x\"", "DISCONNECT tag=97 err=2 text="})
-        EXPECT_EQ(understood(said("conn=1 op=1 " + std::string(text))).kind, LineKind::notice)
+        EXPECT_EQ(understood(prefixed("conn=1 op=1 " + std::string(text))).kind, LineKind::notice)
             << text;
 }
 
 TEST(LogLine, ANameThatLooksLikeTheRestOfABindIsAName) {
     const std::string name = R"(cn=" mech=SIMPLE ,o=" method=1)";
-    EXPECT_EQ(understood(said("conn=1 op=0 BIND dn=\"" + name + "\" method=128")).kind,
+    EXPECT_EQ(understood(prefixed("conn=1 op=0 BIND dn=\"" + name + "\" method=128")).kind,
               LineKind::request);
-    EXPECT_EQ(understood(said("conn=1 op=0 BIND dn=\"" + name + "\" mech=SIMPLE ssf=0")).kind,
+    EXPECT_EQ(understood(prefixed("conn=1 op=0 BIND dn=\"" + name + "\" mech=SIMPLE ssf=0")).kind,
               LineKind::detail);
 }
 
 TEST(LogLine, AResultHasItsErrorItsDelayAndItsEntries) {
-    const LogLine search = understood(said(
+    const LogLine search = understood(prefixed(
         "conn=1 op=1 SEARCH RESULT tag=101 err=4 qtime=0.000008 etime=0.001658 nentries=9 text=x"));
     EXPECT_EQ(search.kind, LineKind::result);
     EXPECT_EQ(search.operation, Operation::search);
@@ -127,12 +127,12 @@ TEST(LogLine, AResultHasItsErrorItsDelayAndItsEntries) {
     EXPECT_EQ(search.delay_us, 1658u);
 
     const LogLine old =
-        understood(said("conn=1 op=1 SEARCH RESULT tag=101 err=0 nentries=2 text="));
+        understood(prefixed("conn=1 op=1 SEARCH RESULT tag=101 err=0 nentries=2 text="));
     EXPECT_EQ(old.entries, 2u);
     EXPECT_FALSE(old.delay_us);
 
     const auto operation = [](const std::string &result) {
-        return understood(said("conn=1 op=1 RESULT " + result + " err=0 etime=0.000001 text="))
+        return understood(prefixed("conn=1 op=1 RESULT " + result + " err=0 etime=0.000001 text="))
             .operation;
     };
     EXPECT_EQ(operation("tag=97"), Operation::bind);
@@ -142,12 +142,12 @@ TEST(LogLine, AResultHasItsErrorItsDelayAndItsEntries) {
     EXPECT_EQ(operation("tag=120"), Operation::extended);
     EXPECT_EQ(operation("oid="), Operation::extended);
     EXPECT_EQ(operation("oid=1.2.3"), Operation::extended);
-    EXPECT_EQ(understood(said("conn=1 op=1 RESULT tag=97 err=-1 text=")).error, -1);
+    EXPECT_EQ(understood(prefixed("conn=1 op=1 RESULT tag=97 err=-1 text=")).error, -1);
 }
 
 TEST(LogLine, DelaysAreMicrosecondsForAnyNumberOfDigits) {
     const auto delay = [](const std::string &seconds) {
-        return understood(said("conn=1 op=1 RESULT tag=97 err=0 etime=" + seconds + " text="))
+        return understood(prefixed("conn=1 op=1 RESULT tag=97 err=0 etime=" + seconds + " text="))
             .delay_us;
     };
     EXPECT_EQ(delay("0.000108"), 108u);
@@ -158,68 +158,69 @@ TEST(LogLine, DelaysAreMicrosecondsForAnyNumberOfDigits) {
 
 TEST(LogLine, AConnectionNamesItsListener) {
     const LogLine line =
-        understood(said("conn=1002 fd=11 ACCEPT from IP=[::1]:39656 (IP=[::]:3389)"));
+        understood(prefixed("conn=1002 fd=11 ACCEPT from IP=[::1]:39656 (IP=[::]:3389)"));
     EXPECT_EQ(line.kind, LineKind::accepted);
     EXPECT_EQ(line.connection, 1002u);
     EXPECT_EQ(line.listener, "IP=[::]:3389");
-    EXPECT_EQ(understood(said("conn=1 fd=11 ACCEPT from PATH=/run/x (PATH=/run/x)")).listener,
+    EXPECT_EQ(understood(prefixed("conn=1 fd=11 ACCEPT from PATH=/run/x (PATH=/run/x)")).listener,
               "PATH=/run/x");
 }
 
 TEST(LogLine, AConnectionIsClosedWithAReasonOrWithout) {
-    EXPECT_EQ(understood(said("conn=1 fd=11 closed")).kind, LineKind::closed);
-    EXPECT_EQ(understood(said("conn=1 fd=11 closed (connection lost)")).kind, LineKind::closed);
+    EXPECT_EQ(understood(prefixed("conn=1 fd=11 closed")).kind, LineKind::closed);
+    EXPECT_EQ(understood(prefixed("conn=1 fd=11 closed (connection lost)")).kind, LineKind::closed);
 }
 
+struct MalformedLine {
+    std::string line;
+    const char *found;     // begins with this
+    const char *expected;  // contains this
+};
+
+const MalformedLine malformed_lines[] = {
+    {"Lorem ipsum", "Lorem ipsum", "slapd[PID]: "},
+    {"6b00fd0a. conn=1 op=1 UNBIND", "6b00fd0a. conn", "TIME THREAD MESSAGE"},
+    {"6b00fd0a.1 0x conn=1 op=1 UNBIND", "6b00fd0a.1 0x", "TIME THREAD MESSAGE"},
+    {"host slapd[]: conn=1", "host slapd[]", "TIME THREAD MESSAGE"},
+    {prefixed("conn=abc op=1 UNBIND"), "abc", "number of a connection"},
+    {prefixed("conn="), "", "number of a connection"},
+    {prefixed("conn=99999999999999999999 op=1 UNBIND"), "9999", "number of a connection"},
+    {prefixed("conn=1"), "", "op= or fd="},
+    {prefixed("conn=1 op=x UNBIND"), "x UNBIND", "number of an operation"},
+    {prefixed("conn=1 op=1"), "", "a blank"},
+    {prefixed("conn=1 op=1 FROB x=1"), "FROB x=1", "BIND, SRCH or RESULT"},
+    {prefixed("conn=1 op=1 SRCH"), "", "base= or attr="},
+    {prefixed("conn=1 op=1 SRCHbase="), "SRCHbase=", "a blank after"},
+    {prefixed("conn=1 op=1 MOD on=1"), "on=1", "dn= or attr="},
+    {prefixed("conn=1 op=1 BIND who"), "who", "BIND dn="},
+    {prefixed("conn=1 op=1 BIND dn=\"a\""), "", "method= or mech="},
+    {prefixed("conn=1 op=1 BIND dn=\"a"), "a", "method= or mech="},
+    {prefixed("conn=1 op=1 BIND dn=\"a\" method=simple"), "simple", "bind method"},
+    {prefixed("conn=1 op=1 RESULT err=0 text="), "err=0", "tag= or oid="},
+    {prefixed("conn=1 op=1 RESULT tag=x"), "x", "response tag"},
+    {prefixed("conn=1 op=1 RESULT tag=97 text="), " text=", "err="},
+    {prefixed("conn=1 op=1 RESULT tag=97 err=none"), "none", "LDAP result"},
+    {prefixed("conn=1 op=1 RESULT tag=97 err=0 etime=0.x text="), "0.x", "seconds"},
+    {prefixed("conn=1 op=1 RESULT tag=97 err=0 etime=-1.0 text="), "-1.0", "seconds"},
+    {prefixed("conn=1 op=1 RESULT tag=97 err=0 etime=1 text="), " text=", "seconds"},
+    {prefixed("conn=1 op=1 RESULT tag=97 err=0"), "", "text="},
+    {prefixed("conn=1 op=1 SEARCH RESULT oid= err=0"), "oid=", "tag="},
+    {prefixed("conn=1 op=1 SEARCH RESULT tag=101 err=0 text="), " text=", "nentries="},
+    {prefixed("conn=1 op=1 SEARCH RESULT tag=101 err=0 nentries=4294967296 text="), "4294967296",
+     "number of entries"},
+    {prefixed("conn=1 fd=x closed"), "x closed", "file descriptor"},
+    {prefixed("conn=1 fd=1 opened"), "opened", "ACCEPT, closed or TLS"},
+    {prefixed("conn=1 fd=1 closedown"), "own", "a reason in brackets"},
+    {prefixed("conn=1 fd=1 ACCEPT from IP=1.2.3.4:5"), "IP=1.2.3.4:5", "LISTENER"},
+    {prefixed("conn=1 fd=1 ACCEPT from IP=1.2.3.4:5 (IP=0.0.0.0:3"), "IP=1.2.3.4:5", "LISTENER"},
+};
+
 TEST(LogLine, AMalformedLineReportsWhatWasFoundAndExpected) {
-    struct Case {
-        std::string line;
-        const char *found;
-        const char *expected;
-    };
-    const Case cases[] = {
-        {"Lorem ipsum", "Lorem ipsum", "slapd[PID]: "},
-        {"6b00fd0a. conn=1 op=1 UNBIND", "6b00fd0a. conn", "TIME THREAD MESSAGE"},
-        {"6b00fd0a.1 0x conn=1 op=1 UNBIND", "6b00fd0a.1 0x", "TIME THREAD MESSAGE"},
-        {"host slapd[]: conn=1", "host slapd[]", "TIME THREAD MESSAGE"},
-        {said("conn=abc op=1 UNBIND"), "abc", "number of a connection"},
-        {said("conn="), "", "number of a connection"},
-        {said("conn=99999999999999999999 op=1 UNBIND"), "9999", "number of a connection"},
-        {said("conn=1"), "", "op= or fd="},
-        {said("conn=1 op=x UNBIND"), "x UNBIND", "number of an operation"},
-        {said("conn=1 op=1"), "", "a blank"},
-        {said("conn=1 op=1 FROB x=1"), "FROB x=1", "BIND, SRCH or RESULT"},
-        {said("conn=1 op=1 SRCH"), "", "base= or attr="},
-        {said("conn=1 op=1 SRCHbase="), "SRCHbase=", "a blank after"},
-        {said("conn=1 op=1 MOD on=1"), "on=1", "dn= or attr="},
-        {said("conn=1 op=1 BIND who"), "who", "BIND dn="},
-        {said("conn=1 op=1 BIND dn=\"a\""), "", "method= or mech="},
-        {said("conn=1 op=1 BIND dn=\"a"), "a", "method= or mech="},
-        {said("conn=1 op=1 BIND dn=\"a\" method=simple"), "simple", "bind method"},
-        {said("conn=1 op=1 RESULT err=0 text="), "err=0", "tag= or oid="},
-        {said("conn=1 op=1 RESULT tag=x"), "x", "response tag"},
-        {said("conn=1 op=1 RESULT tag=97 text="), " text=", "err="},
-        {said("conn=1 op=1 RESULT tag=97 err=none"), "none", "LDAP result"},
-        {said("conn=1 op=1 RESULT tag=97 err=0 etime=0.x text="), "0.x", "seconds"},
-        {said("conn=1 op=1 RESULT tag=97 err=0 etime=-1.0 text="), "-1.0", "seconds"},
-        {said("conn=1 op=1 RESULT tag=97 err=0 etime=1 text="), " text=", "seconds"},
-        {said("conn=1 op=1 RESULT tag=97 err=0"), "", "text="},
-        {said("conn=1 op=1 SEARCH RESULT oid= err=0"), "oid=", "tag="},
-        {said("conn=1 op=1 SEARCH RESULT tag=101 err=0 text="), " text=", "nentries="},
-        {said("conn=1 op=1 SEARCH RESULT tag=101 err=0 nentries=4294967296 text="), "4294967296",
-         "number of entries"},
-        {said("conn=1 fd=x closed"), "x closed", "file descriptor"},
-        {said("conn=1 fd=1 opened"), "opened", "ACCEPT, closed or TLS"},
-        {said("conn=1 fd=1 closedown"), "own", "a reason in brackets"},
-        {said("conn=1 fd=1 ACCEPT from IP=1.2.3.4:5"), "IP=1.2.3.4:5", "LISTENER"},
-        {said("conn=1 fd=1 ACCEPT from IP=1.2.3.4:5 (IP=0.0.0.0:3"), "IP=1.2.3.4:5", "LISTENER"},
-    };
-    for (const Case &expected : cases) {
-        const LineError error = malformed(expected.line);
-        EXPECT_TRUE(error.found.starts_with(expected.found))
-            << expected.line << ": " << error.found;
-        EXPECT_NE(error.expected.find(expected.expected), std::string::npos)
-            << expected.line << ": " << error.expected;
+    for (const MalformedLine &each : malformed_lines) {
+        const LineError error = malformed(each.line);
+        EXPECT_TRUE(error.found.starts_with(each.found)) << each.line << ": " << error.found;
+        EXPECT_NE(error.expected.find(each.expected), std::string::npos)
+            << each.line << ": " << error.expected;
     }
 }
 
@@ -249,8 +250,24 @@ TEST(LogLine, RandomBytesAreReadSafely) {
         SCOPED_TRACE(testing::Message() << "seed " << seed << ", step " << step);
         std::string text(random() % 80, '\0');
         for (char &c : text) c = char(random());
-        expect_sound(step % 2 == 0 ? text : said("conn=1 op=1 " + text));
+        expect_sound(step % 2 == 0 ? text : prefixed("conn=1 op=1 " + text));
         if (HasFailure()) return;
+    }
+}
+
+// Cuts the text off, or adds or deletes bytes, at a random place.
+void damage(std::string &text, std::mt19937 &random) {
+    const size_t place = random() % (text.size() + 1);
+    switch (random() % 3) {
+        case 0:
+            text.resize(place);
+            break;
+        case 1:
+            text.insert(place, 1, char(random()));
+            break;
+        case 2:
+            text.erase(place, random() % 8);
+            break;
     }
 }
 
@@ -262,20 +279,7 @@ TEST(LogLine, DamagedLinesAreReadSafely) {
     for (int step = 0; step < 20000; ++step) {
         SCOPED_TRACE(testing::Message() << "seed " << seed << ", step " << step);
         std::string text = lines[random() % lines.size()];
-        for (unsigned damage = random() % 4; damage != 0; --damage) {
-            const size_t place = random() % (text.size() + 1);
-            switch (random() % 3) {
-                case 0:
-                    text.resize(place);
-                    break;
-                case 1:
-                    text.insert(place, 1, char(random()));
-                    break;
-                case 2:
-                    text.erase(place, random() % 8);
-                    break;
-            }
-        }
+        for (unsigned count = random() % 4; count != 0; --count) damage(text, random);
         expect_sound(text);
         if (HasFailure()) return;
     }

@@ -2,10 +2,10 @@
 // The example programs that exist in C and in C++: both print the same.
 #include <gtest/gtest.h>
 
-#include "process.h"
-#include "temporary_directory.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
-namespace example_test {
+namespace tarn::test {
 namespace {
 
 using Command = std::vector<std::string>;
@@ -33,7 +33,7 @@ TEST(Pairs, ARecordIsExchangedTheSameInBothLanguages) {
     EXPECT_NE(outcome.out.find("the same record three times\n"), std::string::npos) << outcome.out;
 }
 
-TEST(Pairs, AStoreFileIsFilledAndShownTheSameInBothLanguages) {
+TEST(Pairs, AStoreIsFilledAndShownTheSameInBothLanguages) {
     const TemporaryDirectory directory;
     const std::string by_c = directory / "c.store";
     const std::string by_cpp = directory / "cpp.store";
@@ -57,7 +57,7 @@ TEST(Pairs, AStoreFileIsFilledAndShownTheSameInBothLanguages) {
         "backup: 4 connections\n");
 }
 
-TEST(Pairs, AMissingStoreFileIsReportedInBothLanguages) {
+TEST(Pairs, AMissingStoreIsReportedInBothLanguages) {
     for (const char *program : {WALK_TABLE, WALK_TABLE_CPP}) {
         const Outcome outcome = run({program, "show", "/nowhere/at.all"});
         EXPECT_EQ(outcome.exit_code, 1);
@@ -69,4 +69,4 @@ TEST(Pairs, AMissingStoreFileIsReportedInBothLanguages) {
 }
 
 }  // namespace
-}  // namespace example_test
+}  // namespace tarn::test

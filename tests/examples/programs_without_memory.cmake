@@ -61,8 +61,8 @@ foreach(name IN ITEMS first_record walk_table exchange)
 endforeach()
 
 tarnbase_add_test(programs_without_memory_test
-  SOURCES programs_without_memory_test.cpp process.cpp
-  LIBRARIES tarnbase::tarnbase tarnbase::runtime)
+  SOURCES programs_without_memory_test.cpp
+  LIBRARIES tarnbase_test_programs tarnbase::tarnbase tarnbase::runtime)
 target_compile_definitions(programs_without_memory_test PRIVATE
   PROGRAMS="${CMAKE_CURRENT_BINARY_DIR}" DOCUMENTED="$<JOIN:${documented}, >")
 add_dependencies(programs_without_memory_test ${programs})

@@ -9,11 +9,11 @@
 #include <regex>
 #include <sstream>
 
-#include "process.h"
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
-#include "temporary_directory.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
-namespace example_test {
+namespace tarn::test {
 namespace {
 
 using Servers = tarn::table<tarn::ldap_conn>;
@@ -115,7 +115,7 @@ TEST_F(WithoutMemory, TheProgramsOfTheDocumentsReportItAndCommitNoHalfRecord) {
     EXPECT_GE(programs, 6U);
 }
 
-TEST_F(WithoutMemory, TheExamplesWithAStoreFileReportItAndCommitNoHalfRecord) {
+TEST_F(WithoutMemory, TheExamplesWithAStoreOnDiskReportItAndCommitNoHalfRecord) {
     const std::string store = directory_ / "servers.store";
     for (const char *name : {"failing_walk_table", "failing_walk_table_cpp"}) {
         std::filesystem::remove_all(store);
@@ -130,4 +130,4 @@ TEST_F(WithoutMemory, TheExamplesWithPrivateStoresReportIt) {
 }
 
 }  // namespace
-}  // namespace example_test
+}  // namespace tarn::test

@@ -3,32 +3,22 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/examples/temporary_directory.h"
+#include "tests/examples_dot1x/support.h"
 
 namespace dot1x_ports {
 namespace {
 
-Text recording(const std::string &file) {
-    return {file, example_test::read_file(std::string(RECORDINGS) + "/" + file)};
-}
-
-std::vector<std::string> texts(const Problems &problems) {
-    std::vector<std::string> result;
-    for (const Problem &problem : problems.list()) result.push_back(to_text(problem));
-    return result;
-}
+Text recorded(const std::string &file) { return {file, recording(file)}; }
 
 std::string value(const Block &block, const char *name) {
     const Variable *variable = block.find(name);
     return variable == nullptr ? "(absent)" : variable->value;
 }
 
-using Strings = std::vector<std::string>;
-
 TEST(Answer, ARecordedStationHasItsAddressAndVariables) {
     Problems problems;
     const auto stations =
-        parse_stations(recording("hostapd-p1-all_sta.txt"), Stations::any_number, problems);
+        parse_stations(recorded("hostapd-p1-all_sta.txt"), Stations::any_number, problems);
     ASSERT_EQ(stations.size(), 1u);
     EXPECT_EQ(stations[0].address, "ae:d3:38:70:d9:ac");
     EXPECT_EQ(stations[0].line, 1u);
@@ -42,8 +32,8 @@ TEST(Answer, ARecordedStationHasItsAddressAndVariables) {
 
 TEST(Answer, AnEmptyRecordingHasNoStation) {
     Problems problems;
-    EXPECT_TRUE(parse_stations(recording("hostapd-p2-all_sta.txt"), Stations::any_number, problems)
-                    .empty());
+    EXPECT_TRUE(
+        parse_stations(recorded("hostapd-p2-all_sta.txt"), Stations::any_number, problems).empty());
     EXPECT_EQ(texts(problems), Strings());
 }
 
@@ -105,10 +95,10 @@ TEST(Answer, LinesInjectedByAUserNameDoNotReplaceRealOnes) {
 
 TEST(Answer, TheMibHasABlockForEachServer) {
     Problems problems;
-    const auto recorded = parse_mib(recording("hostapd-p2-mib.txt"), problems);
-    ASSERT_EQ(recorded.size(), 1u);
-    EXPECT_EQ(value(recorded[0], "radiusAuthServerIndex"), "2");
-    EXPECT_EQ(value(recorded[0], "radiusAuthClientAccessRejects"), "1");
+    const auto mib = parse_mib(recorded("hostapd-p2-mib.txt"), problems);
+    ASSERT_EQ(mib.size(), 1u);
+    EXPECT_EQ(value(mib[0], "radiusAuthServerIndex"), "2");
+    EXPECT_EQ(value(mib[0], "radiusAuthClientAccessRejects"), "1");
 
     const Text text{"f",
                     "dot11RSNAOptionImplemented=TRUE\nradiusAuthServerIndex=1\nx=1\n"
@@ -124,7 +114,7 @@ TEST(Answer, TheMibHasABlockForEachServer) {
 
 TEST(Answer, TheStatusIsOneBlock) {
     Problems problems;
-    const Block status = parse_status(recording("hostapd-p4-status.txt"), problems);
+    const Block status = parse_status(recorded("hostapd-p4-status.txt"), problems);
     EXPECT_EQ(value(status, "state"), "ENABLED");
     EXPECT_EQ(value(status, "bss[0]"), "p4");
     EXPECT_EQ(status.variables.size(), 28u);

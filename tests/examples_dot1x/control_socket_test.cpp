@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "dot1x_ports/live.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace dot1x_ports {
 namespace {
@@ -79,7 +79,7 @@ class ControlSocketTest : public testing::Test {
         return "";
     }
 
-    example_test::TemporaryDirectory directory;
+    tarn::test::TemporaryDirectory directory;
     std::string path = directory / "p1";
     std::map<std::string, Strings> answers{{"STATUS", {"state=ENABLED\n"}}, {"MIB", {"m=1\n"}}};
 };
@@ -150,7 +150,7 @@ TEST_F(ControlSocketTest, ASilentPeerTimesOut) {
 }
 
 TEST_F(ControlSocketTest, TheClientsAddressIsRemoved) {
-    example_test::TemporaryDirectory temporary;
+    tarn::test::TemporaryDirectory temporary;
     const std::string here = temporary / "";
     ASSERT_EQ(setenv("TMPDIR", here.c_str(), 1), 0);
     {

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace dot1x_ports {
 namespace {
@@ -34,7 +34,7 @@ PortAnswers answers_of(const std::string &stations) {
 
 class JobTest : public testing::Test {
  protected:
-    example_test::TemporaryDirectory directory;
+    tarn::test::TemporaryDirectory directory;
     std::string store = directory / "store";
     Script script;
     std::ostringstream messages;

@@ -5,7 +5,7 @@
 
 #include "dot1x_ports/tables.h"
 #include "tarnbase/enums/server_state.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace dot1x_ports {
 namespace {
@@ -120,7 +120,7 @@ class KeeperTest : public testing::Test {
         EXPECT_EQ(stored.sessions, rows.sessions);
     }
 
-    example_test::TemporaryDirectory directory;
+    tarn::test::TemporaryDirectory directory;
     std::string path = directory / "store";
 };
 
@@ -292,7 +292,7 @@ TEST_F(KeeperTest, AFailedPollKeepsTheStore) {
     keeper.write({{sample_port(1)}, sample_radius(1)});
     const uint64_t blocks = blocks_of(keeper);
     PortRows changed = sample_port(1, 40);
-    changed.stats->user_name = "a name that is too long to lie in its string";
+    changed.stats->user_name = "a name that is too long for its string";
     changed.sessions = {sample_session("another session, with a long identifier")};
     const Observation found{{changed, sample_port(2)}, sample_radius(200)};
     int failures = 0;

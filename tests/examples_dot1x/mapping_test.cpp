@@ -7,22 +7,10 @@
 #include "tarnbase/enums/auth_bend_state.h"
 #include "tarnbase/enums/auth_mgr_ctrl_dir.h"
 #include "tarnbase/enums/auth_state.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/examples_dot1x/support.h"
 
 namespace dot1x_ports {
 namespace {
-
-using Strings = std::vector<std::string>;
-
-std::string recording(const std::string &file) {
-    return example_test::read_file(std::string(RECORDINGS) + "/" + file);
-}
-
-Strings texts(const Problems &problems) {
-    Strings result;
-    for (const Problem &problem : problems.list()) result.push_back(to_text(problem));
-    return result;
-}
 
 PortRows map_texts(const Port &port, const std::string &stations, Problems &problems) {
     const Block status = parse_status({"status", "state=ENABLED\n"}, problems);
@@ -36,16 +24,8 @@ std::string station(const std::string &variables, const std::string &address = "
     return address + "\ndot1xAuthSessionId=" + session + "\n" + variables;
 }
 
-TEST(Mapping, ARecordedPortHasAllItsFields) {
-    Problems problems;
-    const Block status = parse_status({"s", recording("hostapd-p3-status.txt")}, problems);
-    const auto stations =
-        parse_stations({"a", recording("hostapd-p3-all_sta.txt")}, Stations::any_number, problems);
-    const PortRows rows = map_port({"p3", 17}, status, stations, problems);
-    EXPECT_EQ(texts(problems), Strings());
-    EXPECT_EQ(rows.port, (Port{"p3", 17}));
-    EXPECT_EQ(rows.state, "ENABLED");
-
+// The rows of the recorded port p3.
+ConfigRow recorded_config() {
     ConfigRow config;
     config.auth_state = KEL_DOT1X_AUTH_STATE_AUTHENTICATED;
     config.auth_bend_state = KEL_DOT1X_AUTH_BEND_STATE_IDLE;
@@ -53,8 +33,10 @@ TEST(Mapping, ARecordedPortHasAllItsFields) {
     config.oper_ctrl_dir = KEL_MGR_CTRL_DIR_BOTH;
     config.reauth_period_oper = 3600;
     config.time_to_next_reauth = 3591;
-    EXPECT_EQ(rows.config, config);
+    return config;
+}
 
+StatsRow recorded_stats() {
     StatsRow stats;
     stats.eapol_frames_rx = 11;
     stats.eapol_frames_tx = 11;
@@ -66,8 +48,10 @@ TEST(Mapping, ARecordedPortHasAllItsFields) {
     stats.last_eapol_frame_version = 1;
     stats.last_eapol_frame_source = "82:ee:b6:95:24:d2";
     stats.user_name = "alice";
-    EXPECT_EQ(rows.stats, stats);
+    return stats;
+}
 
+SessionRow recorded_session() {
     SessionRow session;
     session.session_id = "8860ACFE0F3B8887";
     session.session_id_len = 16;
@@ -78,7 +62,21 @@ TEST(Mapping, ARecordedPortHasAllItsFields) {
     session.oper_port_mode = 2;
     session.session_reauth_interval = 3600;
     session.match = 1;
-    EXPECT_EQ(rows.sessions, std::vector<SessionRow>{session});
+    return session;
+}
+
+TEST(Mapping, ARecordedPortHasAllItsFields) {
+    Problems problems;
+    const Block status = parse_status({"s", recording("hostapd-p3-status.txt")}, problems);
+    const auto stations =
+        parse_stations({"a", recording("hostapd-p3-all_sta.txt")}, Stations::any_number, problems);
+    const PortRows rows = map_port({"p3", 17}, status, stations, problems);
+    EXPECT_EQ(texts(problems), Strings());
+    EXPECT_EQ(rows.port, (Port{"p3", 17}));
+    EXPECT_EQ(rows.state, "ENABLED");
+    EXPECT_EQ(rows.config, recorded_config());
+    EXPECT_EQ(rows.stats, recorded_stats());
+    EXPECT_EQ(rows.sessions, std::vector<SessionRow>{recorded_session()});
     EXPECT_EQ(rows.control, ControlRow{});
 }
 
@@ -138,45 +136,39 @@ TEST(Mapping, TheStatesHaveTheNumbersOfTheMib) {
 }
 
 TEST(Mapping, AnInvalidValueIsReportedOnceAndSkipped) {
+    const char *number = "a number below 2^32";
+    const struct {
+        std::string variable;
+        const char *value;
+        const char *expected;
+    } cases[] = {
+        {"dot1xAuthPaeState", "11", "1 or 2 or 3 or 4 or 5 or 6 or 7 or 8 or 9 or 10"},
+        {"dot1xAuthBackendAuthState", "0", "1 or 2 or 3 or 4 or 5 or 6 or 7 or 8"},
+        {"dot1xAuthAuthControlledPortStatus", "3", "1 or 2"},
+        {"dot1xAuthOperControlledDirections", "2", "0 or 1"},
+        {"dot1xAuthEapolFramesRx", "-1", number},
+        {"dot1xAuthEapolFramesTx", "4294967296", number},
+        {"dot1xAuthEapolStartFramesRx", "5 ", number},
+        {"dot1xAuthEapolLogoffFramesRx", "", number},
+    };
+    std::string variables;
+    Strings expected;
+    int line = 3;
+    for (const auto &each : cases) {
+        const std::string found = each.variable + "=" + each.value;
+        variables += found + "\n";
+        expected.push_back("sta:" + std::to_string(line++) + ": found \"" + found +
+                           "\", expected " + each.variable + "=" + each.expected);
+    }
     Problems problems;
-    const PortRows rows = map_texts({"p", 1},
-                                    station("dot1xAuthPaeState=11\n"
-                                            "dot1xAuthBackendAuthState=0\n"
-                                            "dot1xAuthAuthControlledPortStatus=3\n"
-                                            "dot1xAuthOperControlledDirections=2\n"
-                                            "dot1xAuthEapolFramesRx=-1\n"
-                                            "dot1xAuthEapolFramesTx=4294967296\n"
-                                            "dot1xAuthEapolStartFramesRx=5 \n"
-                                            "dot1xAuthEapolLogoffFramesRx=\n"
-                                            "dot1xAuthInvalidEapolFramesRx=4294967295\n"),
-                                    problems);
+    const PortRows rows = map_texts(
+        {"p", 1}, station(variables + "dot1xAuthInvalidEapolFramesRx=4294967295\n"), problems);
     ASSERT_TRUE(rows.config && rows.stats);
     EXPECT_EQ(*rows.config, ConfigRow{});
     StatsRow stats;
     stats.invalid_eapol_frames_rx = 4294967295;
     EXPECT_EQ(*rows.stats, stats);
-    const std::string number = "a number below 2^32";
-    EXPECT_EQ(
-        texts(problems),
-        (Strings{
-            "sta:3: found \"dot1xAuthPaeState=11\", expected dot1xAuthPaeState=1 or 2 or 3 or "
-            "4 or 5 or 6 or 7 or 8 or 9 or 10",
-            "sta:4: found \"dot1xAuthBackendAuthState=0\", expected "
-            "dot1xAuthBackendAuthState=1 or 2 or 3 or 4 or 5 or 6 or 7 or 8",
-            "sta:5: found \"dot1xAuthAuthControlledPortStatus=3\", expected "
-            "dot1xAuthAuthControlledPortStatus=1 or 2",
-            "sta:6: found \"dot1xAuthOperControlledDirections=2\", expected "
-            "dot1xAuthOperControlledDirections=0 or 1",
-            "sta:7: found \"dot1xAuthEapolFramesRx=-1\", expected dot1xAuthEapolFramesRx=" + number,
-            "sta:8: found \"dot1xAuthEapolFramesTx=4294967296\", expected "
-            "dot1xAuthEapolFramesTx=" +
-                number,
-            "sta:9: found \"dot1xAuthEapolStartFramesRx=5 \", expected "
-            "dot1xAuthEapolStartFramesRx=" +
-                number,
-            "sta:10: found \"dot1xAuthEapolLogoffFramesRx=\", expected "
-            "dot1xAuthEapolLogoffFramesRx=" +
-                number}));
+    EXPECT_EQ(texts(problems), expected);
 }
 
 TEST(Mapping, AStationWithoutAPaeStateIsNoClient) {

@@ -5,7 +5,7 @@
 #include <net/if.h>
 
 #include "dot1x_ports/recordings.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace dot1x_ports {
 namespace {
@@ -61,19 +61,19 @@ class RecordedPorts : public testing::Test {
     // A recording of a port, without a station.
     void record(const std::string &port) {
         for (const char *what : {"all_sta", "mib", "status"})
-            example_test::write_file(file(port, what), "");
+            tarn::test::write_file(file(port, what), "");
     }
     std::string file(const std::string &port, const std::string &what) const {
         return directory / ("hostapd-" + port + "-" + what + ".txt");
     }
     std::string path() const { return directory / ""; }
 
-    example_test::TemporaryDirectory directory;
+    tarn::test::TemporaryDirectory directory;
 };
 
 TEST_F(RecordedPorts, PortsAreInTheOrderOfTheirIndexes) {
     for (const char *port : {"p10", "p9", "up"}) record(port);
-    example_test::write_file(directory / "notes.txt", "not a recording");
+    tarn::test::write_file(directory / "notes.txt", "not a recording");
     std::vector<Port> ports;
     for (const PortAnswers &answers : Recordings(path(), {{"up", 2}}).poll())
         ports.push_back(answers.port);

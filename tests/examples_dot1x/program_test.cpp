@@ -4,20 +4,20 @@
 #include <csignal>
 #include <filesystem>
 
-#include "tests/examples/json.h"
-#include "tests/examples/process.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/json.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
 namespace dot1x_ports_test {
 namespace {
 
-using example_test::json_of;
-using example_test::Outcome;
-using example_test::Process;
-using example_test::read_file;
-using example_test::run;
-using example_test::TemporaryDirectory;
-using example_test::write_file;
+using tarn::test::json_of;
+using tarn::test::Outcome;
+using tarn::test::Process;
+using tarn::test::read_file;
+using tarn::test::run;
+using tarn::test::TemporaryDirectory;
+using tarn::test::write_file;
 using Json = nlohmann::json;
 
 class Dot1xPortsProgram : public testing::Test {

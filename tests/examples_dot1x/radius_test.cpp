@@ -4,18 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "tarnbase/enums/server_state.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/examples_dot1x/support.h"
 
 namespace dot1x_ports {
 namespace {
-
-using Strings = std::vector<std::string>;
-
-Strings texts(const Problems &problems) {
-    Strings result;
-    for (const Problem &problem : problems.list()) result.push_back(to_text(problem));
-    return result;
-}
 
 RadiusRows rows_of(const Strings &mibs, const ServerNames &names = {}) {
     RadiusRows rows;
@@ -24,6 +16,13 @@ RadiusRows rows_of(const Strings &mibs, const ServerNames &names = {}) {
         add_servers(parse_mib({"mib", mib}, problems), names, rows, problems);
     EXPECT_EQ(texts(problems), Strings());
     return rows;
+}
+
+Strings recorded_mibs() {
+    Strings mibs;
+    for (const char *port : {"p1", "p2", "p3", "p4"})
+        mibs.push_back(recording(std::string("hostapd-") + port + "-mib.txt"));
+    return mibs;
 }
 
 std::string auth_server(const std::string &address, const std::string &port,
@@ -116,11 +115,7 @@ TEST(Radius, EachVariableOfAnAccountingServerIsCounted) {
 }
 
 TEST(Radius, TheRecordedPortsOfOneServerAreAdded) {
-    Strings mibs;
-    for (const char *port : {"p1", "p2", "p3", "p4"})
-        mibs.push_back(
-            example_test::read_file(std::string(RECORDINGS) + "/hostapd-" + port + "-mib.txt"));
-    const RadiusRows rows = rows_of(mibs);
+    const RadiusRows rows = rows_of(recorded_mibs());
     ASSERT_EQ(rows.servers.size(), 1u);
     const AuthenRow &authen = rows.servers.at("127.0.0.1").aaa_authen;
     EXPECT_EQ(authen.requests, 14u);
@@ -135,18 +130,13 @@ TEST(Radius, TheRecordedPortsOfOneServerAreAdded) {
 
 // The server's own counters of the same day: it has seen what its clients sent it.
 TEST(Radius, TheRecordedServerHasSeenWhatThePortsSentToIt) {
-    const std::string response =
-        example_test::read_file(std::string(RECORDINGS) + "/freeradius-status-server.txt");
+    const std::string response = recording("freeradius-status-server.txt");
     const auto counter = [&response](const std::string &name) {
         const size_t at = response.find("FreeRADIUS-Total-" + name + " = ");
         EXPECT_NE(at, std::string::npos) << name;
         return std::stoul(response.substr(response.find('=', at) + 1));
     };
-    Strings mibs;
-    for (const char *port : {"p1", "p2", "p3", "p4"})
-        mibs.push_back(
-            example_test::read_file(std::string(RECORDINGS) + "/hostapd-" + port + "-mib.txt"));
-    const AuthenRow authen = rows_of(mibs).servers.at("127.0.0.1").aaa_authen;
+    const AuthenRow authen = rows_of(recorded_mibs()).servers.at("127.0.0.1").aaa_authen;
     EXPECT_LE(authen.requests, counter("Access-Requests"));
     EXPECT_LE(authen.accepts, counter("Access-Accepts"));
     EXPECT_EQ(authen.rejects, counter("Access-Rejects"));

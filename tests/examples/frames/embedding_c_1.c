@@ -13,7 +13,7 @@ static void send_frame(const kel_replication_frame *frame, const unsigned char *
     if (frame->length > 0 && bytes != NULL) ++frames_sent;
 }
 static uint32_t send_whole_tables(void) { return EOVERFLOW; }
-static uint32_t wait_for_more(void) { return EAGAIN; } /* there is nobody to wait for */
+static uint32_t wait_for_more(void) { return EAGAIN; } /* no other process writes */
 
 static uint32_t insert_server(kel_handle *handle, uint32_t tx, kel_table *table) {
     static const char name[] = "ldap1.example.net";
