@@ -3,8 +3,8 @@
 // Batches of insert, set and delete: all or nothing.
 
 #include "tarnbase/tarn/tables/ldap_conn.hpp"
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -32,7 +32,7 @@ class Batch : public WithStore {
     }
 
     std::string write(const std::string &orders) {
-        example_test::write_file(file, orders);
+        tarn::test::write_file(file, orders);
         return "";
     }
 
@@ -100,17 +100,17 @@ TEST_F(Batch, TakesOptionsForAllItsLinesFromTheCommandLine) {
 }
 
 TEST_F(Batch, ThatFailsInTheStoreIsRolledBackAndNamesItsLine) {
-    const Outcome there = refused(
+    const Outcome existing = refused(
         "set ldap_conn a.example num_conns=4\n"
         "delete ldap_conn b.example\n"
         "insert ldap_conn:fresh sname=x --create\n"
         "\n"
         "insert ldap_conn sname=ldap1.example.net\n"
         "insert ldap_conn sname=new.example\n");
-    EXPECT_EQ(there.exit_code, 3);
-    EXPECT_EQ(there.err, "tarnctl: " + file +
-                             ":5: tbl_ldap_conn:ldap: there is already a record of the key "
-                             "`ldap1.example.net`, tenant 0, source 1\n");
+    EXPECT_EQ(existing.exit_code, 3);
+    EXPECT_EQ(existing.err, "tarnctl: " + file +
+                                ":5: tbl_ldap_conn:ldap: there is already a record of the key "
+                                "`ldap1.example.net`, tenant 0, source 1\n");
 
     const Outcome missing = refused(
         "set ldap_conn a.example num_conns=4\n"
@@ -159,7 +159,7 @@ TEST_F(Batch, AsADryRunKeepsEveryByteOfTheStore) {
     const std::string before = content_of(store);
     const Outcome good = on_store({"insert", "-", "--dry-run", "--json"}, orders);
     ASSERT_EQ(good.exit_code, 0) << good.err;
-    const auto report = example_test::json_of(good.out);
+    const auto report = tarn::test::json_of(good.out);
     EXPECT_EQ(report["dry_run"], true);
     EXPECT_EQ(report["changes"].size(), 4U);
     const Outcome bad = on_store({"insert", "-", "--dry-run"}, "delete ldap_conn gone.example");

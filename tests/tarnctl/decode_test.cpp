@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tarnbase/embedded.h"
 #include "tarnbase/tarnbase.h"
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -32,12 +32,12 @@ class Decode : public WithStore {
 
     void SetUp() override {
         WithStore::SetUp();
-        ASSERT_EQ(kel_store_open(store.c_str(), &file), 0U) << kel_error_text();
-        ASSERT_EQ(kel_handle_create(file, 0, &handle), 0U);
+        ASSERT_EQ(kel_store_open(store.c_str(), &opened), 0U) << kel_error_text();
+        ASSERT_EQ(kel_handle_create(opened, 0, &handle), 0U);
     }
     void TearDown() override {
         kel_handle_destroy(handle);
-        kel_store_close(file);
+        kel_store_close(opened);
     }
 
     std::string conns() {
@@ -55,14 +55,14 @@ class Decode : public WithStore {
                       tbl_pexSessionEntry_op_table_record_marshal);
     }
 
-    kel_store *file = nullptr;
+    kel_store *opened = nullptr;
     kel_handle *handle = nullptr;
 };
 
 // The bytes of all pieces, concatenated.
 std::string bytes_of(const std::string &document) {
     std::string all;
-    for (const json &piece : example_test::json_of(document))
+    for (const json &piece : tarn::test::json_of(document))
         all += piece["bytes"].get<std::string>();
     return all;
 }
@@ -219,7 +219,7 @@ TEST_F(Decode, NeedsAKnownNameAndAnExistingFile) {
 
 TEST_F(Decode, RefusesAnEmptyFile) {
     const std::string empty = directory / "empty";
-    example_test::write_file(empty, "");
+    tarn::test::write_file(empty, "");
     const Outcome outcome = tarnctl({"decode", empty});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_EQ(outcome.err, "tarnctl: " + empty + ": empty; expected wire bytes\n");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tarnbase/tarnbase.h"
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -55,7 +55,7 @@ TEST_F(Delete, IsLimitedToOneTenantOrSourceOnRequest) {
 TEST_F(Delete, RemovesRecordsThatMatchConditions) {
     const Outcome outcome = on_store({"delete", "ldap_conn", "-w", "num_conns<3", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-    const auto report = example_test::json_of(outcome.out);
+    const auto report = tarn::test::json_of(outcome.out);
     EXPECT_EQ(report["deleted"], 2);
     EXPECT_EQ(report["changes"][0]["change"], "deleted");
     EXPECT_EQ(report["changes"][0]["fields"]["num_conns"], nlohmann::json({{"old", 1}}));

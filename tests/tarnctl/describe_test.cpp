@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -10,7 +10,7 @@ using nlohmann::json;
 json described(const std::string &name) {
     const Outcome outcome = tarnctl({"describe", "--json", name});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    return example_test::json_of(outcome.out);
+    return tarn::test::json_of(outcome.out);
 }
 
 json field(const json &type, const std::string &name) {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tarnbase/embedded.h"
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
 namespace {
 
-using example_test::write_file;
 using nlohmann::json;
+using tarn::test::write_file;
 
 class Diff : public WithStore {
  protected:
@@ -20,7 +20,7 @@ class Diff : public WithStore {
     // Changes the other store: inserts a record, deletes one and changes one.
     void change() {
         const auto set = [&](const std::string &text, const std::string &replaced) {
-            std::string changed = example_test::read_file(document);
+            std::string changed = tarn::test::read_file(document);
             const std::size_t place = changed.find(text);
             ASSERT_NE(place, std::string::npos) << text;
             changed.replace(place, text.size(), replaced);
@@ -72,23 +72,23 @@ TEST_F(Diff, ReadsAnExportInEachFormOnEitherSide) {
         EXPECT_EQ(outcome.out, "--- " + store + "\n+++ " + path + "\n" + listing);
         EXPECT_EQ(tarnctl({"diff", path, other}).exit_code, 0);
         EXPECT_EQ(tarnctl({"diff", path, path}).exit_code, 0);
-        outcome = tarnctl({"diff", other, "-"}, example_test::read_file(path));
+        outcome = tarnctl({"diff", other, "-"}, tarn::test::read_file(path));
         EXPECT_EQ(outcome.exit_code, 0) << outcome.out << outcome.err;
     }
 }
 
 TEST_F(Diff, OfTwoStoresAtOneAddressWorksToo) {
     // The other store gets the address of this one.
-    kel_store *file = nullptr;
-    ASSERT_EQ(kel_store_open(store.c_str(), &file), 0U);
+    kel_store *opened = nullptr;
+    ASSERT_EQ(kel_store_open(store.c_str(), &opened), 0U);
     kel_store_description about{};
-    kel_store_describe(file, &about);
-    kel_store_close(file);
+    kel_store_describe(opened, &about);
+    kel_store_close(opened);
     change();
     const std::string same_place = directory / "same_place.store";
     const kel_store_options options{about.capacity, about.base};
-    ASSERT_EQ(kel_store_create(same_place.c_str(), &options, &file), 0U) << kel_error_text();
-    kel_store_close(file);
+    ASSERT_EQ(kel_store_create(same_place.c_str(), &options, &opened), 0U) << kel_error_text();
+    kel_store_close(opened);
     ASSERT_EQ(tarnctl({"import", "--store", same_place, document}).exit_code, 0);
 
     Outcome outcome = tarnctl({"diff", store, same_place});
@@ -105,7 +105,7 @@ TEST_F(Diff, InBriefOnlyReportsThatTheyDiffer) {
     EXPECT_EQ(outcome.out, store + " and " + other + " differ\n");
     outcome = tarnctl({"diff", "--brief", "--json", store, other});
     EXPECT_EQ(outcome.exit_code, 1);
-    EXPECT_EQ(example_test::json_of(outcome.out),
+    EXPECT_EQ(tarn::test::json_of(outcome.out),
               json({{"a", store}, {"b", other}, {"same", false}}));
     EXPECT_EQ(tarnctl({"diff", "-q", store, store}).out, "");
 }
@@ -114,13 +114,13 @@ TEST_F(Diff, ListsInJson) {
     change();
     const Outcome outcome = tarnctl({"diff", "--json", store, other});
     EXPECT_EQ(outcome.exit_code, 1) << outcome.err;
-    const json found = example_test::json_of(outcome.out);
+    const json found = tarn::test::json_of(outcome.out);
     EXPECT_EQ(found["same"], false);
     EXPECT_EQ(found["counts"], json({{"inserted", 1}, {"changed", 1}, {"deleted", 1}}));
     EXPECT_EQ(found["tables"], json::array());
     ASSERT_EQ(found["changes"].size(), 3U);
     EXPECT_EQ(found["changes"][1],
-              example_test::json_of(
+              tarn::test::json_of(
                   R"({"change":"changed","table":"tbl_ldap_conn:ldap","tenant":0,"source":5,
                               "key":{"sname":"b.example"},
                               "fields":{"num_conns":{"old":20,"new":21}}})"));
@@ -146,7 +146,7 @@ TEST_F(Diff, ReportsTablesThatOnlyOneSideHas) {
                       "- tbl_dot1xAuthConfigEntry_op:more_ports 3\n"))
         << outcome.out;
     outcome = tarnctl({"diff", "--json", empty, store});
-    EXPECT_EQ(example_test::json_of(outcome.out)["tables"][0]["change"], "inserted");
+    EXPECT_EQ(tarn::test::json_of(outcome.out)["tables"][0]["change"], "inserted");
 }
 
 TEST_F(Diff, NamesItemsThatCannotBeCompared) {

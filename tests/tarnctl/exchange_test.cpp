@@ -16,7 +16,7 @@
 #include "model/record.h"
 #include "model/state.h"
 #include "tarnbase/tarn/trace.hpp"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarnctl {
 namespace {
@@ -171,7 +171,7 @@ class Exchange : public testing::TestWithParam<Format> {
 
     ImportCounts import(const Store &store, const std::string &document) {
         const std::string path = directory_ / "document";
-        example_test::write_file(path, document);
+        tarn::test::write_file(path, document);
         Input input(path);
         tarn::transaction transaction = store.begin();
         Importer importer(store, transaction.id(), {});
@@ -180,7 +180,7 @@ class Exchange : public testing::TestWithParam<Format> {
         return importer.counts();
     }
 
-    example_test::TemporaryDirectory directory_;
+    tarn::test::TemporaryDirectory directory_;
     tarn::quiet_scope quiet_;
 };
 
@@ -288,7 +288,7 @@ TEST_P(Exchange, RoundTripsEachByteAndNumber) {
 
 TEST(XmlExport, SkipsWhatXmlCannotRepresentAndNamesRecordAndField) {
     const tarn::quiet_scope quiet;
-    const example_test::TemporaryDirectory directory;
+    const tarn::test::TemporaryDirectory directory;
     const Store store = Store::create(directory / "net.store", {});
     add_all_bytes(store, "some");
     std::vector<std::string> skipped;
@@ -341,7 +341,7 @@ TEST_P(Exchange, RefusesBrokenDocumentsAndRollsThemBack) {
         if (step % 3 == 0) broken.resize(place);
         else if (step % 3 == 1) broken[place] = static_cast<char>(random());
         else broken.erase(place, 1 + random() % 20);
-        example_test::write_file(path, broken);
+        tarn::test::write_file(path, broken);
         Input input(path);
         tarn::transaction transaction = second.begin();
         Importer importer(second, transaction.id(), {});

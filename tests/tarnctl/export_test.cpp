@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <filesystem>
 
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
 namespace {
 
-using example_test::read_file;
-using example_test::write_file;
 using nlohmann::json;
+using tarn::test::read_file;
+using tarn::test::write_file;
 
 using Export = WithStore;
 
@@ -34,7 +34,7 @@ TEST_F(Export, WritesXmlWithTenantSourceAndTableName) {
 TEST_F(Export, WritesJsonWithOneRecordPerLine) {
     const Outcome outcome = on_store({"export", "--format", "json", "tbl_ldap_conn:ldap"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const json document = example_test::json_of(outcome.out);
+    const json document = tarn::test::json_of(outcome.out);
     const json &tables = document["tarnbase"]["tables"];
     EXPECT_EQ(document["tarnbase"]["format"], 1);
     ASSERT_EQ(tables.size(), 1U);
@@ -42,7 +42,7 @@ TEST_F(Export, WritesJsonWithOneRecordPerLine) {
     EXPECT_EQ(tables[0]["name"], "ldap");
     ASSERT_EQ(tables[0]["records"].size(), 5U);
     EXPECT_EQ(tables[0]["records"][0],
-              example_test::json_of(
+              tarn::test::json_of(
                   R"({"tenant":0,"source":1,"fields":{"sname":"a.example","num_conns":1}})"));
     EXPECT_NE(outcome.out.find("\n" + tables[0]["records"][0].dump().substr(0, 1)),
               std::string::npos);
@@ -51,7 +51,7 @@ TEST_F(Export, WritesJsonWithOneRecordPerLine) {
 TEST_F(Export, WritesATableThatIsNamedTwiceOnce) {
     const Outcome outcome =
         on_store({"export", "--format", "json", "tbl_ldap_conn:ldap", "ldap_conn"});
-    EXPECT_EQ(example_test::json_of(outcome.out)["tarnbase"]["tables"].size(), 1U) << outcome.err;
+    EXPECT_EQ(tarn::test::json_of(outcome.out)["tarnbase"]["tables"].size(), 1U) << outcome.err;
 }
 
 TEST_F(Export, WritesAllTablesInTheFormOfTheFilesSuffix) {
@@ -62,7 +62,7 @@ TEST_F(Export, WritesAllTablesInTheFormOfTheFilesSuffix) {
         EXPECT_EQ(outcome.out, "");
     }
     EXPECT_TRUE(read_file(directory / "net.xml").starts_with("<?xml"));
-    EXPECT_EQ(example_test::json_of(read_file(directory / "net.json"))["tarnbase"]["tables"].size(),
+    EXPECT_EQ(tarn::test::json_of(read_file(directory / "net.json"))["tarnbase"]["tables"].size(),
               5U);
     EXPECT_TRUE(read_file(directory / "net.frames").starts_with("TARNFRAM"));
 }
@@ -167,7 +167,7 @@ TEST_F(Export, WritesNumbersBeyondDoublesAsStringsInJson) {
                                    "cmd_account_logon=9007199254740992",
                                    "cmd_account_query=18446744073709551615", "--json"});
     ASSERT_EQ(made.exit_code, 0) << made.err;
-    EXPECT_EQ(example_test::json_of(made.out)["changes"][0]["fields"]["cmd_account_query"]["new"],
+    EXPECT_EQ(tarn::test::json_of(made.out)["changes"][0]["fields"]["cmd_account_query"]["new"],
               "18446744073709551615");
     const std::string document = on_store({"export", "--format", "json"}).out;
     EXPECT_TRUE(holds(document, R"("cmd_account_logon":9007199254740992,)")) << document;

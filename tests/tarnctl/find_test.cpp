@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -136,7 +136,7 @@ TEST_F(Find, ExitsWithOneIfNothingWasFound) {
 TEST_F(Find, PrintsAWholeDocumentEvenOfNothing) {
     const Outcome outcome = on_store({"find", "ldap_conn", "num_conns>99", "--json"});
     EXPECT_EQ(outcome.exit_code, 1);
-    const auto document = example_test::json_of(outcome.out);
+    const auto document = tarn::test::json_of(outcome.out);
     EXPECT_EQ(document["tarnbase"]["tables"][0]["records"].size(), 0U);
     EXPECT_EQ(on_store({"find", "ldap_conn", "num_conns>99", "--json", "-c", "sname"}).out, "[]\n");
 }

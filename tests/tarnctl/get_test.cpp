@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -90,7 +90,7 @@ TEST_F(Get, PrintsTheRecordsJson) {
     EXPECT_EQ(got({"ldap_conn", "b.example", "--json", "--columns", "source,num_conns"}),
               "{\"source\":1,\"num_conns\":2}\n");
     const auto record =
-        example_test::json_of(got({"pexSessionEntry_op", "1", "s1", "0", "--format", "json"}));
+        tarn::test::json_of(got({"pexSessionEntry_op", "1", "s1", "0", "--format", "json"}));
     EXPECT_EQ(record["key"]["session_id_in"], "s1");
     EXPECT_EQ(record["fields"]["ipAddr"], "192.0.2.1");
 }

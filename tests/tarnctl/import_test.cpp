@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
 namespace {
 
-using example_test::read_file;
-using example_test::write_file;
 using nlohmann::json;
+using tarn::test::read_file;
+using tarn::test::write_file;
 
 // XML of one table tbl_ldap_conn:ldap. The records begin in line 4.
 std::string xml(const std::string &records) {
@@ -106,8 +106,8 @@ TEST_F(Import, OfAnExistingRecordFailsReplacesOrKeepsIt) {
 
     outcome = import(again, {"--on-conflict", "replace", "--json"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_EQ(example_test::json_of(outcome.out),
-              example_test::json_of(
+    EXPECT_EQ(tarn::test::json_of(outcome.out),
+              tarn::test::json_of(
                   R"({"inserted":2,"replaced":2,"kept":0,"skipped":0,"tables":1,"made":0,
                               "dry_run":false})"));
     EXPECT_TRUE(holds(exported(copy), R"("sname":"a","num_conns":2)"));
@@ -137,16 +137,16 @@ TEST_F(Import, AsADryRunChangesNothing) {
 }
 
 TEST_F(Import, RefusesUnknownNamesWithASuggestionUnlessItIsLenient) {
-    const std::string stranger =
+    const std::string unknown =
         "<record><tbl_ldap_conn><st_ldap_conn>\n<snam>x</snam><sname>x</sname>\n"
         "</st_ldap_conn></tbl_ldap_conn></record>\n";
-    Outcome outcome = import(xml(stranger));
+    Outcome outcome = import(xml(unknown));
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_TRUE(holds(outcome.err, path +
                                        ":5: tbl_ldap_conn:ldap: no field of st_ldap_conn `snam`; "
                                        "did you mean `sname`?"))
         << outcome.err;
-    outcome = import(xml(stranger), {"--lenient"});
+    outcome = import(xml(unknown), {"--lenient"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_TRUE(holds(exported(copy), R"("sname":"x")"));
 }

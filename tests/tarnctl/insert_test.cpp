@@ -2,8 +2,8 @@
 #include <filesystem>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -33,7 +33,7 @@ TEST_F(Insert, ReportsInJson) {
     const Outcome outcome = on_store({"insert", "aaa_servers", "sname=radius2", "status=dead",
                                       "aaa_authen.requests=0x10", "minute[5]=7", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-    const auto report = example_test::json_of(outcome.out);
+    const auto report = tarn::test::json_of(outcome.out);
     EXPECT_EQ(report["dry_run"], false);
     EXPECT_EQ(report["inserted"], 1);
     const auto &change = report["changes"][0];
@@ -95,7 +95,7 @@ TEST_F(Insert, UpdatesAnExistingRecordOnRequest) {
         const Outcome outcome =
             on_store({"insert", "ldap_conn", "sname=a.example", word, "--or-update", "--json"});
         ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-        EXPECT_EQ(example_test::json_of(outcome.out)["changed"], 1);
+        EXPECT_EQ(tarn::test::json_of(outcome.out)["changed"], 1);
     }
     EXPECT_EQ(connections(store, "a.example"), 10U);
     EXPECT_EQ(connection_records(store), 5U);
@@ -112,7 +112,7 @@ TEST_F(Insert, TakesBytesInHexadecimal) {
         on_store({"insert", "ldap_conn", "sname:hex=00ff0a", "num_conns=5", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(connections(store, std::string("\0\xff\n", 3)), 5U);
-    EXPECT_EQ(example_test::json_of(outcome.out)["changes"][0]["key"]["sname"]["hex"], "00ff0a");
+    EXPECT_EQ(tarn::test::json_of(outcome.out)["changes"][0]["key"]["sname"]["hex"], "00ff0a");
 
     EXPECT_EQ(on_store({"insert", "ldap_conn", "sname:hex=0", "num_conns=5"}).exit_code, 2);
     EXPECT_EQ(on_store({"insert", "ldap_conn", "sname=x", "num_conns:hex=05"}).exit_code, 2);
@@ -174,7 +174,7 @@ TEST_F(Insert, AsADryRunKeepsEveryByteOfTheStore) {
 
 TEST_F(Insert, IntoAFileThatIsNoStoreIsAStoreError) {
     std::filesystem::remove_all(store);
-    example_test::write_file(store, "no store");
+    tarn::test::write_file(store, "no store");
     expect_refusals({{4, {"insert", "ldap_conn", "sname=x"}, store},
                      {4, {"insert", "ldap_conn", "sname=x", "--dry-run"}, ""}});
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <random>
 
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -12,11 +12,11 @@ using nlohmann::json;
 // The manifest of the library that the program itself runs on, and of files made from it.
 class Library : public testing::Test {
  protected:
-    example_test::TemporaryDirectory directory;
+    tarn::test::TemporaryDirectory directory;
     std::string changed = directory / "changed.so";
 
     static const std::string &bytes() {
-        static const std::string all = example_test::read_file(TARNBASE_LIBRARY);
+        static const std::string all = tarn::test::read_file(TARNBASE_LIBRARY);
         return all;
     }
     std::string manifest_line() const {
@@ -30,14 +30,14 @@ class Library : public testing::Test {
         ASSERT_NE(at, std::string::npos);
         ASSERT_EQ(from.size(), to.size());
         copy.replace(at, from.size(), to);
-        example_test::write_file(changed, copy);
+        tarn::test::write_file(changed, copy);
     }
 };
 
 TEST_F(Library, OfThisBuildHasThisProgramsSchema) {
     const Outcome outcome = tarnctl({"manifest", "--json", TARNBASE_LIBRARY});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const json report = example_test::json_of(outcome.out);
+    const json report = tarn::test::json_of(outcome.out);
     EXPECT_EQ(report["module"], "tarnbase");
     EXPECT_EQ(report["differences"], 0);
     EXPECT_EQ(report["build"][0], "tarnbase");
@@ -61,7 +61,7 @@ TEST_F(Library, WithAnotherSchemaDiffersByItem) {
     if (line[0] == '0') write_with(line, "1" + line.substr(1));
     const Outcome outcome = tarnctl({"manifest", "--changes", "--json", changed});
     EXPECT_EQ(outcome.exit_code, 1) << outcome.err;
-    const json report = example_test::json_of(outcome.out);
+    const json report = tarn::test::json_of(outcome.out);
     EXPECT_EQ(report["differences"], 2);
     ASSERT_EQ(report["items"].size(), 2U);
     EXPECT_EQ(report["items"][0]["difference"], "new");
@@ -77,11 +77,11 @@ TEST_F(Library, WithoutAManifestIsBadData) {
     const Outcome none = tarnctl({"manifest", changed});
     EXPECT_EQ(none.exit_code, 3);
     EXPECT_EQ(none.err, "tarnctl: " + changed + ": no schema manifest: no section `.orvan`\n");
-    example_test::write_file(changed, "no library");
+    tarn::test::write_file(changed, "no library");
     const Outcome text = tarnctl({"manifest", changed});
     EXPECT_EQ(text.exit_code, 3);
     EXPECT_NE(text.err.find("not an ELF file"), std::string::npos) << text.err;
-    example_test::write_file(changed, "");
+    tarn::test::write_file(changed, "");
     EXPECT_EQ(tarnctl({"manifest", changed}).exit_code, 3);
 }
 
@@ -106,7 +106,7 @@ TEST_F(Library, TruncatedOrDamagedIsAnErrorAndNoCrash) {
     const std::string &whole = bytes();
     for (const std::size_t length : {std::size_t{4}, std::size_t{16}, std::size_t{63},
                                      std::size_t{64}, whole.size() / 2, whole.size() - 1}) {
-        example_test::write_file(changed, whole.substr(0, length));
+        tarn::test::write_file(changed, whole.substr(0, length));
         EXPECT_EQ(tarnctl({"manifest", changed}).exit_code, 3) << length;
     }
     std::mt19937 random(20261121);
@@ -116,7 +116,7 @@ TEST_F(Library, TruncatedOrDamagedIsAnErrorAndNoCrash) {
         for (int i = 0; i < 3; ++i) copy[16 + random() % 48] = static_cast<char>(random());
         for (int i = 0; i < 40; ++i)
             copy[copy.size() - 1 - random() % 2560] = static_cast<char>(random());
-        example_test::write_file(changed, copy);
+        tarn::test::write_file(changed, copy);
         const int code = tarnctl({"manifest", changed}).exit_code;
         EXPECT_TRUE(code == 0 || code == 1 || code == 3) << "step " << step << ": " << code;
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <libxml/parser.h>
 
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -40,7 +40,7 @@ TEST_F(Minutes, ArePrintedWithOneRowPerHour) {
 TEST_F(Minutes, AreDrawnWithTitleAndAxes) {
     const std::string svg = directory / "day.svg";
     EXPECT_EQ(on_store({"minutes", "aaa_servers", "radius1", "-o", svg}).exit_code, 0);
-    const std::string text = example_test::read_file(svg);
+    const std::string text = tarn::test::read_file(svg);
     xmlDoc *document = xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
                                      XML_PARSE_NONET);
     ASSERT_NE(document, nullptr);
@@ -51,7 +51,7 @@ TEST_F(Minutes, AreDrawnWithTitleAndAxes) {
     EXPECT_EQ(
         on_store({"minutes", "aaa_servers", "radius1", "-o", png, "--size", "400x200"}).exit_code,
         0);
-    const std::string bytes = example_test::read_file(png);
+    const std::string bytes = tarn::test::read_file(png);
     EXPECT_EQ(bytes.substr(0, 8), "\x89PNG\r\n\x1a\n");
     // Width and height follow the first chunk's head, most significant byte first.
     EXPECT_EQ(bytes.substr(16, 8), std::string("\0\0\x01\x90\0\0\0\xc8", 8));
@@ -60,7 +60,7 @@ TEST_F(Minutes, AreDrawnWithTitleAndAxes) {
 TEST_F(Minutes, ArePrintedAsNumbersInJson) {
     const Outcome outcome = on_store({"minutes", "aaa_servers", "radius1", "--json"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    const auto json = example_test::json_of(outcome.out);
+    const auto json = tarn::test::json_of(outcome.out);
     EXPECT_EQ(json["minutes"].size(), 1440U);
     EXPECT_EQ(json["minutes"][61], 1);
     EXPECT_EQ(json["high_at"], "00:59");

@@ -46,7 +46,9 @@ TEST(Program, PrintsTheHelpOfACommand) {
               "tarnctl: no command `shwo`; did you mean `show`?\nTry `tarnctl --help`.\n");
 }
 
-TEST_F(WithStore, ReportsInvalidArgumentValuesAsUsageErrors) {
+using Arguments = WithStore;
+
+TEST_F(Arguments, WithInvalidValuesAreUsageErrors) {
     const std::vector<std::vector<std::string>> wrong = {
         {"show", "ldap_conn", "--where", "num_conns=abc"},
         {"find", "ldap_conn", "num_conns>-1"},
@@ -66,7 +68,7 @@ TEST_F(WithStore, ReportsInvalidArgumentValuesAsUsageErrors) {
     }
 }
 
-TEST_F(WithStore, IsTakenFromBeforeTheCommandToo) {
+TEST_F(Arguments, StoreMayPrecedeTheCommand) {
     const Outcome outcome =
         tarnctl({"--store", store, "get", "ldap_conn", "a.example", "--field", "num_conns"});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -75,7 +77,7 @@ TEST_F(WithStore, IsTakenFromBeforeTheCommandToo) {
               "tarnctl: `tarnctl describe` takes no --store\nTry `tarnctl describe --help`.\n");
 }
 
-TEST_F(WithStore, IsntTakenFromAnEmptyName) {
+TEST_F(Arguments, StoreNeedsAName) {
     for (const std::vector<std::string> &words :
          {std::vector<std::string>{"show", "ldap_conn", "--store", ""},
           {"import", "-", "--into", ""},
@@ -87,7 +89,7 @@ TEST_F(WithStore, IsntTakenFromAnEmptyName) {
     }
 }
 
-TEST_F(WithStore, IsListedByNoEmptyNames) {
+TEST_F(Arguments, ListsContainNoEmptyNames) {
     for (const char *option : {"--columns", "--sort", "--group-by", "--aggregate"}) {
         for (const char *value : {"", ",", "sname,", ",sname", "sname,,num_conns"}) {
             const Outcome outcome = on_store({"show", "ldap_conn", option, value});

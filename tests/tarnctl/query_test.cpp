@@ -5,7 +5,7 @@
 #include "listing/selection.h"
 #include "model/store.h"
 #include "query/filter.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarnctl {
 namespace {
@@ -58,7 +58,7 @@ class Query : public testing::Test {
         return "";
     }
 
-    example_test::TemporaryDirectory directory_;
+    tarn::test::TemporaryDirectory directory_;
     Store store_ = Store::create(directory_ / "net.store", {});
     const Table &table_ = table_named("ldap_conn");
     Instance instance_{};

@@ -2,8 +2,8 @@
 #include <unistd.h>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -64,7 +64,7 @@ TEST_F(Set, ChangesNestedFieldsElementsAndEnumerators) {
     EXPECT_EQ(values.status, static_cast<uint32_t>(SHOW_AAA_SERVER_DEAD));
     EXPECT_EQ(values.requests, 6U);
     EXPECT_EQ(values.minute5, 200U);
-    const auto fields = example_test::json_of(outcome.out)["changes"][0]["fields"];
+    const auto fields = tarn::test::json_of(outcome.out)["changes"][0]["fields"];
     EXPECT_EQ(fields.size(), 3U);
     EXPECT_EQ(fields["status"]["old"], "SHOW_AAA_SERVER_ALIVE");
     EXPECT_EQ(fields["minute[5]"], nlohmann::json({{"old", 5}, {"new", 200}}));
@@ -230,12 +230,12 @@ TEST_F(Set, WhileATransactionIsOpenFailsAsBusy) {
     });
 }
 
-TEST_F(Set, WaitsForTheWriterAndSaysForWhom) {
+TEST_F(Set, WaitsForTheWriterAndNamesIt) {
     with_store(store, [&](kel_handle *handle) {
         uint32_t tx_id = 0;
         ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
-        example_test::Process process({TARNCTL, "set", "ldap_conn", "a.example", "num_conns=9",
-                                       "--wait", "60", "--store", store});
+        tarn::test::Process process({TARNCTL, "set", "ldap_conn", "a.example", "num_conns=9",
+                                     "--wait", "60", "--store", store});
         const std::string text = "tarnctl: waiting for " + std::to_string(getpid()) +
                                  " (tarnctl_test), the writer since 20";
         EXPECT_TRUE(process.wait_for(text));
@@ -246,7 +246,7 @@ TEST_F(Set, WaitsForTheWriterAndSaysForWhom) {
     EXPECT_EQ(connections(store, "a.example"), 9U);
 }
 
-TEST_F(Set, WaitsNoLongerThanItIsTold) {
+TEST_F(Set, WaitsNoLongerThanRequested) {
     change_store(store, [&](kel_handle *) {
         for (const std::vector<std::string> &words :
              {std::vector<std::string>{"set", "ldap_conn", "a.example", "num_conns=9"},

@@ -102,8 +102,8 @@ class Session {
 
 std::string complete_on_terminal(const std::string &shell, const std::string &folder,
                                  const std::string &typed) {
-    example_test::write_file(folder + "/start", bash_start);
-    example_test::write_file(folder + "/.zshrc", zsh_start);
+    tarn::test::write_file(folder + "/start", bash_start);
+    tarn::test::write_file(folder + "/.zshrc", zsh_start);
     Session session(shell, folder);
     session.wait_for(prompt);
     session.type(typed + "\t" + read_line_key);
@@ -119,8 +119,7 @@ std::string complete_in_fish(const std::string &folder, const std::string &typed
     const std::string script = "cd " + folder + "; set -x HOME " + folder + "; set -x PATH " +
                                tools + " $PATH; tarnctl completion fish | source; complete -C '" +
                                typed + "'";
-    const Outcome outcome =
-        example_test::run({"/usr/bin/env", "fish", "--no-config", "-c", script});
+    const Outcome outcome = tarn::test::run({"/usr/bin/env", "fish", "--no-config", "-c", script});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     const std::string word = outcome.out.substr(0, outcome.out.find_first_of("\t\n"));
     EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 1) << outcome.out;
@@ -141,7 +140,7 @@ class Folder : public WithStore {
 }  // namespace
 
 bool has_shell(const std::string &shell) {
-    return example_test::run({"/usr/bin/env", shell, "-c", "exit 0"}).exit_code == 0;
+    return tarn::test::run({"/usr/bin/env", shell, "-c", "exit 0"}).exit_code == 0;
 }
 
 std::string complete_in(const std::string &shell, const std::string &typed) {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -23,7 +23,7 @@ class Store : public WithStore {
     json info(const std::string &path) {
         const Outcome outcome = tarnctl({"store", "info", "--json", path});
         EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-        return example_test::json_of(outcome.out);
+        return tarn::test::json_of(outcome.out);
     }
 };
 
@@ -135,18 +135,11 @@ TEST_F(Store, ShowsItsWriter) {
 }
 
 // Sets the connections of two records to the same numbers until the process ends.
-void write_beside(const std::string &store, example_test::Process &process) {
+void write_beside(const std::string &store, tarn::test::Process &process) {
     with_store(store, [&](kel_handle *handle) {
         uint32_t err = 0;
-        kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, &err);
-        std::vector<st_ldap_conn *> objects;
-        for (const char *server : {"a.example", "b.example"}) {
-            kel_vstring name;
-            kel_vstring_refer(&name, server, 9);
-            kel_record *record = tbl_ldap_conn_st_ldap_conn_sname_search_w_src(
-                handle, KEL_TX_NONE, table, &name, 1, &err);
-            objects.push_back(tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record));
-        }
+        st_ldap_conn *const objects[] = {connection_of(handle, "a.example"),
+                                         connection_of(handle, "b.example")};
         for (uint32_t i = 100; process.is_running(); ++i) {
             uint32_t tx_id = 0;
             ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
@@ -161,7 +154,7 @@ void write_beside(const std::string &store, example_test::Process &process) {
 TEST_F(Store, IsCopiedWhileAnotherProcessWrites) {
     for (int i = 0; i < 5; ++i) {
         const std::string copy = made + std::to_string(i);
-        example_test::Process process({TARNCTL, "store", "backup", store, copy});
+        tarn::test::Process process({TARNCTL, "store", "backup", store, copy});
         write_beside(store, process);
         const Outcome outcome = process.finish();
         ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -185,7 +178,7 @@ TEST_F(Store, IsNotCopiedOverAnother) {
 
 TEST_F(Store, IsCompactedWhileAnotherProcessWrites) {
     for (int i = 0; i < 5; ++i) {
-        example_test::Process process({TARNCTL, "store", "compact", "--wait", "60", store});
+        tarn::test::Process process({TARNCTL, "store", "compact", "--wait", "60", store});
         write_beside(store, process);
         const Outcome outcome = process.finish();
         ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -203,7 +196,7 @@ TEST_F(Store, ReturnsTheSpaceOfDeletedRecords) {
     ASSERT_EQ(tarnctl({"delete", "ldap_conn", "--all", "-s", made}).exit_code, 0);
     const Outcome outcome = tarnctl({"store", "compact", "--json", made});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-    const json report = example_test::json_of(outcome.out);
+    const json report = tarn::test::json_of(outcome.out);
     EXPECT_GT(report["before"], report["after"]);
     EXPECT_EQ(report["after"], info(made)["disk"]);
     EXPECT_LE(report["after"], 1 << 20);
@@ -212,7 +205,7 @@ TEST_F(Store, ReturnsTheSpaceOfDeletedRecords) {
 
 TEST_F(Store, ThatIsInvalidIsAStoreError) {
     EXPECT_EQ(tarnctl({"store", "info", directory / "none"}).exit_code, 4);
-    example_test::write_file(made, "no store");
+    tarn::test::write_file(made, "no store");
     const Outcome outcome = tarnctl({"store", "info", made});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_NE(outcome.err.find(made), std::string::npos) << outcome.err;
@@ -226,25 +219,29 @@ TEST_F(Store, ThatIsSoundHasNoFindings) {
     EXPECT_EQ(outcome.exit_code, 0) << outcome.out << outcome.err;
     EXPECT_EQ(outcome.out + outcome.err, "");
     const Outcome in_json = tarnctl({"store", "check", "--json", store});
-    const json report = example_test::json_of(in_json.out);
+    const json report = tarn::test::json_of(in_json.out);
     EXPECT_EQ(report, (json{{"path", store}, {"sound", true}, {"findings", json::array()}}));
     EXPECT_EQ(content_of(store), before);
 }
 
+std::string checkpoint_of(const std::string &store) {
+    for (const auto &entry : std::filesystem::directory_iterator(store)) {
+        if (entry.path().filename().string().starts_with("checkpoint-")) return entry.path();
+    }
+    return "";
+}
+
 TEST_F(Store, ThatIsDamagedHasFindings) {
     // A byte in a page of the checkpoint.
-    for (const auto &entry : std::filesystem::directory_iterator(store)) {
-        if (!entry.path().filename().string().starts_with("checkpoint-")) continue;
-        std::fstream file(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
-        file.seekp(-1, std::ios::end);
-        file.put('x');
-    }
+    std::fstream(checkpoint_of(store), std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(-1, std::ios::end)
+        .put('x');
     const Outcome outcome = tarnctl({"store", "check", store});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_NE(outcome.out.find("doesn't match its checksum"), std::string::npos) << outcome.out;
     const Outcome in_json = tarnctl({"store", "check", "--json", store});
     EXPECT_EQ(in_json.exit_code, 3);
-    const json report = example_test::json_of(in_json.out);
+    const json report = tarn::test::json_of(in_json.out);
     EXPECT_EQ(report["sound"], false);
     EXPECT_EQ(report["findings"].size(), 1U);
     EXPECT_EQ(tarnctl({"store", "check", directory / "none"}).exit_code, 4);
@@ -253,22 +250,18 @@ TEST_F(Store, ThatIsDamagedHasFindings) {
 std::string files_of(const std::string &store) {
     std::string all;
     for (const auto &entry : std::filesystem::directory_iterator(store))
-        all += example_test::read_file(entry.path().string());
+        all += tarn::test::read_file(entry.path().string());
     return all;
 }
 
 // Two wrong bytes in the page of the checkpoint that has the strings of tbl_ldap_conn's records.
 void damage_texts(const std::string &store) {
-    for (const auto &entry : std::filesystem::directory_iterator(store)) {
-        if (!entry.path().filename().string().starts_with("checkpoint-")) continue;
-        std::fstream file(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(file)),
-                                std::istreambuf_iterator<char>());
-        const std::size_t place = bytes.find("ldap1.example.net");
-        ASSERT_NE(place, std::string::npos);
-        file.seekp(static_cast<std::streamoff>(place));
-        file << "XX";
-    }
+    const std::string checkpoint = checkpoint_of(store);
+    const std::size_t place = tarn::test::read_file(checkpoint).find("ldap1.example.net");
+    ASSERT_NE(place, std::string::npos);
+    std::fstream(checkpoint, std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(static_cast<std::streamoff>(place))
+        .write("XX", 2);
 }
 
 TEST_F(Store, ThatIsSoundIsSalvagedWhole) {
@@ -277,7 +270,7 @@ TEST_F(Store, ThatIsSoundIsSalvagedWhole) {
     const Outcome outcome = tarnctl({"store", "salvage", store, "--output", out});
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_NE(outcome.err.find("tbl_ldap_conn:ldap: 5 saved, 0 lost\n"), std::string::npos);
-    EXPECT_EQ(example_test::read_file(out), example_test::read_file(exported));
+    EXPECT_EQ(tarn::test::read_file(out), tarn::test::read_file(exported));
     // It is not replaced.
     EXPECT_EQ(tarnctl({"store", "salvage", store, "--output", out}).exit_code, 4);
     EXPECT_EQ(tarnctl({"store", "salvage", store}).exit_code, 2);
@@ -290,7 +283,7 @@ TEST_F(Store, ThatIsDamagedIsSalvagedInPart) {
     const std::string out = directory / "out.frames";
     const Outcome outcome = tarnctl({"store", "salvage", store, "--json", "-o", out});
     EXPECT_EQ(outcome.exit_code, 3) << outcome.err;
-    const json report = example_test::json_of(outcome.out);
+    const json report = tarn::test::json_of(outcome.out);
     EXPECT_EQ(report["output"], out);
     EXPECT_GT(report["lost"], 0);
     EXPECT_GT(report["saved"], 0);
@@ -308,10 +301,7 @@ TEST_F(Store, ThatIsDamagedIsSalvagedInPart) {
 
 TEST_F(Store, OfWhichNothingCanBeReadIsNotSalvaged) {
     const std::string out = directory / "out.json";
-    for (const auto &entry : std::filesystem::directory_iterator(store)) {
-        if (entry.path().filename().string().starts_with("checkpoint-"))
-            std::filesystem::resize_file(entry.path(), 10);
-    }
+    std::filesystem::resize_file(checkpoint_of(store), 10);
     const Outcome outcome = tarnctl({"store", "salvage", store, "-o", out});
     EXPECT_EQ(outcome.exit_code, 3);
     EXPECT_NE(outcome.err.find("no checkpoint of it can be read"), std::string::npos)
@@ -352,7 +342,7 @@ TEST_F(Store, IsNotRepairedWithoutItsContent) {
     EXPECT_NE(outcome.err.find("tarnctl store salvage"), std::string::npos) << outcome.err;
     EXPECT_EQ(files_of(store), before);
     const Outcome in_json = tarnctl({"store", "check", "--repair", "--json", store});
-    const json report = example_test::json_of(in_json.out);
+    const json report = tarn::test::json_of(in_json.out);
     EXPECT_EQ(report["sound"], false);
     EXPECT_TRUE(report["mended"].empty());
     EXPECT_EQ(report["findings"].size(), 1U);

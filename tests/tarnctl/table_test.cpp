@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -25,7 +25,7 @@ class TableCommand : public WithStore {
 TEST_F(TableCommand, ListsTheTablesOfTheStore) {
     const Outcome outcome = table({"list", "--json"});
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
-    const auto tables = example_test::json_of(outcome.out);
+    const auto tables = tarn::test::json_of(outcome.out);
     ASSERT_EQ(tables.size(), 5U);
     EXPECT_EQ(tables[0], nlohmann::json({{"table", "tbl_dot1xAuthConfigEntry_op:more_ports"},
                                          {"records", 1}}));

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "tests/examples/json.h"
+#include "tests/support/json.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -15,7 +15,7 @@ class Tables : public WithStore {
     // The entries of a table, in a run that must succeed.
     static json entry(const Outcome &outcome, const std::string &table) {
         EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-        for (const json &each : example_test::json_of(outcome.out)) {
+        for (const json &each : tarn::test::json_of(outcome.out)) {
             if (each["table"] == table) return each;
         }
         ADD_FAILURE() << table << " is missing";
@@ -29,7 +29,7 @@ std::size_t lines(const std::string &text) {
 
 TEST_F(Tables, OfTheSchemaAreListedWithoutAStore) {
     const Outcome outcome = tarnctl({"tables", "--json"});
-    EXPECT_EQ(example_test::json_of(outcome.out).size(), 45U);
+    EXPECT_EQ(tarn::test::json_of(outcome.out).size(), 45U);
     const json table = entry(outcome, "tbl_pexSessionEntry_op");
     EXPECT_EQ(table["key"], (json{"if_index", "session_id_in", "searchtype"}));
     EXPECT_EQ(table["type"], "st_pexSessionEntry_op");
@@ -89,7 +89,7 @@ TEST_F(Tables, ThatAreOpenAreListedOnTheirOwn) {
 
 TEST_F(Tables, OfAFileThatIsNoStoreAreAStoreError) {
     std::filesystem::remove_all(store);
-    example_test::write_file(store, "no store");
+    tarn::test::write_file(store, "no store");
     const Outcome outcome = on_store({"tables"});
     EXPECT_EQ(outcome.exit_code, 4);
     EXPECT_NE(outcome.err.find(store), std::string::npos) << outcome.err;

@@ -116,7 +116,7 @@ Outcome tarnctl(std::vector<std::string> arguments, const std::string &input) {
     // Read where tarnctl was built with a sanitizer.
     setenv("LSAN_OPTIONS", "print_suppressions=0:suppressions=" LEAKS, 1);
     arguments.insert(arguments.begin(), TARNCTL);
-    return example_test::run(std::move(arguments), input);
+    return tarn::test::run(std::move(arguments), input);
 }
 
 void WithStore::SetUp() {

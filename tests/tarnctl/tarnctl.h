@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/examples/process.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/process.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarnctl_test {
 
-using example_test::Outcome;
+using tarn::test::Outcome;
 
 // Runs tarnctl with these arguments and this standard input.
 Outcome tarnctl(std::vector<std::string> arguments, const std::string &input = "");
@@ -46,7 +46,7 @@ class WithStore : public testing::Test {
     Outcome on_store(std::vector<std::string> arguments, const std::string &input = "");
     void expect_refusals(const std::vector<Refusal> &calls);
 
-    example_test::TemporaryDirectory directory;
+    tarn::test::TemporaryDirectory directory;
     std::string store = directory / "net.store";
 };
 

@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/examples/json.h"
-#include "tests/tarnctl/look.h"
+#include "tests/support/json.h"
+#include "tests/tarnctl/store_access.h"
 #include "tests/tarnctl/tarnctl.h"
 
 namespace tarnctl_test {
@@ -21,10 +21,10 @@ constexpr const char *begun = "tarnctl: watching";
 class Watch : public WithStore {
  protected:
     // Starts watching, and returns after the first snapshot.
-    std::unique_ptr<example_test::Process> watch(std::vector<std::string> arguments) {
+    std::unique_ptr<tarn::test::Process> watch(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {TARNCTL, "watch"});
         arguments.insert(arguments.end(), {"--interval", "20", "-v", "--store", store});
-        auto process = std::make_unique<example_test::Process>(arguments);
+        auto process = std::make_unique<tarn::test::Process>(arguments);
         EXPECT_TRUE(process->wait_for(begun));
         return process;
     }
@@ -78,14 +78,14 @@ TEST_F(Watch, PrintsOneObjectPerLineInJson) {
     std::istringstream lines(outcome.out);
     std::string line;
     ASSERT_TRUE(std::getline(lines, line));
-    auto report = example_test::json_of(line);
+    auto report = tarn::test::json_of(line);
     EXPECT_EQ(report["table"], "tbl_aaa_servers:aaa");
     EXPECT_EQ(report["change"], "changed");
     EXPECT_EQ(report["fields"]["status"]["new"], "SHOW_AAA_SERVER_DEAD");
     EXPECT_EQ(report["time"].get<std::string>().size(),
               std::string("2026-01-01T00:00:00.000Z").size());
     ASSERT_TRUE(std::getline(lines, line));
-    report = example_test::json_of(line);
+    report = tarn::test::json_of(line);
     EXPECT_EQ(report["key"]["sname"], "a.example");
     EXPECT_FALSE(std::getline(lines, line));
 }
@@ -115,21 +115,11 @@ TEST_F(Watch, EndsAfterATime) {
     EXPECT_EQ(on_store({"watch", "ldap_conn", "--timeout", "0.05", "--count", "1"}).exit_code, 1);
 }
 
-// The object of a.example.
-st_ldap_conn *connection_a(kel_handle *handle, uint32_t *err) {
-    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 1, err);
-    kel_vstring name;
-    kel_vstring_refer(&name, "a.example", 9);
-    kel_record *record =
-        tbl_ldap_conn_st_ldap_conn_sname_search_w_src(handle, KEL_TX_NONE, table, &name, 1, err);
-    return tbl_ldap_conn_st_ldap_conn_get_field(handle, KEL_TX_NONE, record);
-}
-
 TEST_F(Watch, SeesChangesOutsideOfTransactions) {
     const auto process = watch({"ldap_conn", "--no-time", "--count", "1"});
     change_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
-        st_ldap_conn *conn = connection_a(handle, &err);
+        st_ldap_conn *conn = connection_of(handle, "a.example");
         st_ldap_conn_num_conns_set_value(handle, KEL_TX_NONE, conn, 70, &err);
         ASSERT_EQ(err, 0U);
     });
@@ -141,7 +131,7 @@ TEST_F(Watch, SeesTheChangesOfATransactionWhenItIsCommitted) {
     with_store(store, [](kel_handle *handle) {
         uint32_t err = 0;
         uint32_t tx_id = 0;
-        st_ldap_conn *conn = connection_a(handle, &err);
+        st_ldap_conn *conn = connection_of(handle, "a.example");
         ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
         st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 50, &err);
         st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 60, &err);
@@ -168,17 +158,17 @@ TEST_F(Watch, SeesATableThatIsCreatedLater) {
 }
 
 TEST_F(Watch, SeesACommitAtOnce) {
-    example_test::Process process({TARNCTL, "watch", "ldap_conn", "--no-time", "--count", "1",
-                                   "--interval", "3600000", "-v", "--store", store});
+    tarn::test::Process process({TARNCTL, "watch", "ldap_conn", "--no-time", "--count", "1",
+                                 "--interval", "3600000", "-v", "--store", store});
     ASSERT_TRUE(process.wait_for(begun));
     change({"set", "ldap_conn", "a.example", "num_conns=8"});
     EXPECT_EQ(process.finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 8\n");
 }
 
-// The time of the processor that a process has taken, in nanoseconds.
+// The processor time of a process, in nanoseconds.
 uint64_t time_of(pid_t process) {
     std::istringstream text(
-        example_test::read_file("/proc/" + std::to_string(process) + "/schedstat"));
+        tarn::test::read_file("/proc/" + std::to_string(process) + "/schedstat"));
     uint64_t time = 0;
     text >> time;
     return time;
@@ -204,7 +194,7 @@ TEST_F(Watch, NeedsExistingTables) {
     EXPECT_EQ(none.exit_code, 1);
     EXPECT_NE(none.err.find("it holds `tbl_ldap_conn:ldap`"), std::string::npos) << none.err;
     std::filesystem::remove_all(store);
-    example_test::write_file(store, "no store");
+    tarn::test::write_file(store, "no store");
     EXPECT_EQ(on_store({"watch", "--all"}).exit_code, 4);
 }
 

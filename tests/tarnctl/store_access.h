@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The contents of a store, read and changed by the library and not by tarnctl.
-#ifndef TESTS_TARNCTL_LOOK_H
-#define TESTS_TARNCTL_LOOK_H
+// Reads and changes a store with the library, without tarnctl.
+#ifndef TESTS_TARNCTL_STORE_ACCESS_H
+#define TESTS_TARNCTL_STORE_ACCESS_H
 
 #include <cstdint>
 #include <functional>
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "tarnbase/embedded.h"
+#include "tarnbase/types/st_ldap_conn.h"
 
 namespace tarnctl_test {
 
@@ -37,6 +38,9 @@ kel_store_description description(const std::string &store);
 void with_store(const std::string &store, const std::function<void(kel_handle *)> &function);
 // The same, as the store's writer: changes outside of transactions are published at the end.
 void change_store(const std::string &store, const std::function<void(kel_handle *)> &function);
+
+// The object of a record of source 1 in tbl_ldap_conn:ldap.
+st_ldap_conn *connection_of(kel_handle *handle, const std::string &server);
 
 // The store's checkpoints and log, as far as they are published.
 std::string content_of(const std::string &store);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/tarnctl/look.h"
+#include "tests/tarnctl/store_access.h"
 
 #include <filesystem>
 #include <set>
@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/examples/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarnctl_test {
 namespace {
@@ -48,7 +48,7 @@ std::string content_of(const std::string &store) {
     }
     std::string content = std::to_string(description(store).log_end);
     for (const std::string &name : names)
-        content += '\n' + name + '\n' + example_test::read_file(store + '/' + name);
+        content += '\n' + name + '\n' + tarn::test::read_file(store + '/' + name);
     return content;
 }
 
@@ -70,6 +70,15 @@ std::optional<uint32_t> connections(const std::string &store, const std::string 
         EXPECT_EQ(err, 0U);
     });
     return found;
+}
+
+st_ldap_conn *connection_of(kel_handle *handle, const std::string &server) {
+    uint32_t err = 0;
+    kel_table *table = tbl_ldap_conn_table_open(handle, tx, "ldap", 1, &err);
+    const kel_vstring name = text(server);
+    kel_record *record =
+        tbl_ldap_conn_st_ldap_conn_sname_search_w_src(handle, tx, table, &name, 1, &err);
+    return tbl_ldap_conn_st_ldap_conn_get_field(handle, tx, record);
 }
 
 uint32_t connection_records(const std::string &store) {
