@@ -5,6 +5,7 @@
 #include <numeric>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -213,7 +214,7 @@ TEST_F(UntrackedArray, ABlockWriteFailsBeforeAnyChange) {
     st_grown_minute_set_mem(handle, tx, grown, &source, 1, &err);
     expect_error(EINVAL);
     EXPECT_EQ(*at(grown, 168), 0);
-    EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"));
 }
 
 TEST_F(UntrackedArray, AnElementsWriteFailsAfterStoringItsValue) {
@@ -224,7 +225,7 @@ TEST_F(UntrackedArray, AnElementsWriteFailsAfterStoringItsValue) {
     st_grown_minute_set_value(handle, tx, grown, 2, 4, &err);
     expect_error(EINVAL);
     EXPECT_EQ(bytes_of(at(grown, 168), 3), (std::vector<u8>{0, 3, 4}));
-    EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 2U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"), 2U);
     EXPECT_EQ(kel_get_instance_modified(grown, 1, 0), 0U);
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -98,7 +99,7 @@ TEST_F(WholeCopies, CopyingAnUntrackedObjectInATrackingHandleFailsWithEinvalBefo
     TraceCapture trace;
     st_ldap_conn_set(handle, tx, copy, source, &err);
     expect_error(EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"));
     EXPECT_EQ(st_ldap_conn_num_conns_get_value(handle, tx, copy, &err), 5U);
     EXPECT_EQ(services.count("kel_vstring_set"), 0U);
 }
@@ -132,7 +133,7 @@ TEST_F(WholeCopies, CopyingIntoAnUntrackedObjectInATrackingHandleFailsWithEinval
     TraceCapture trace;
     st_grown_set(handle, tx, copy.object, source, &err);
     expect_error(EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): The object is not state tracked"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"));
     EXPECT_EQ(services.count("kel_vstring_set"), 0U);
     copy.expect_whole();
 }

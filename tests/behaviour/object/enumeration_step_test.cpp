@@ -110,22 +110,10 @@ TEST_P(EnumerationSteps, TheCrFormDoesNotAllocateWithAnErrorSet) {
     EXPECT_NE(lamp_state_create_internal(handle, tx), fallback);
 }
 
-// A handle whose allocator fails and stores the error itself.
-kel_handle *failing = nullptr;
-
-void *fail_with_an_error(void *, u32, u64) {
-    failing->last_error = EEXIST;
-    return nullptr;
-}
-
 TEST_P(EnumerationSteps, AnErrorOfTheAllocatorIsKept) {
-    const auto own = handle->alloc_hook;
-    failing = handle;
-    handle->alloc_hook = fail_with_an_error;
+    const FailingAllocator allocator(handle, EEXIST);
     EXPECT_EQ(bytes_of(lamp_state_create_cr(handle), 16), std::vector<u8>(16));
     EXPECT_EQ(handle->last_error, EEXIST);
-    handle->alloc_hook = own;
-    kel_clear_last_error(handle);
 }
 
 TEST_P(EnumerationSteps, TheCrFormsUseTheHandlesTransaction) {

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -76,7 +77,7 @@ TEST_P(Enumerations, ADomainThatFailsIsTracedAndTheObjectIsCreated) {
     fail_domain(EINVAL);
     TraceCapture trace;
     EXPECT_NE(lamp_state_create(handle, tx), nullptr);
-    EXPECT_TRUE(trace.has(3, "(ERR): error in lamp_state create Invalid argument"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): error in lamp_state create Invalid argument"));
 }
 
 TEST_P(Enumerations, TheDomainsVariantIsStoredWithoutALimit) {
@@ -85,7 +86,7 @@ TEST_P(Enumerations, TheDomainsVariantIsStoredWithoutALimit) {
     lamp_state *lamp = lamp_state_create(handle, tx);
     EXPECT_EQ(head(lamp)->variant, 3);
     EXPECT_EQ(head(lamp)->created_variant, 3);
-    EXPECT_TRUE(trace.has(6, "(info): variant 3 requested only 1 variants present"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_INFO, "(info): variant 3 requested only 1 variants present"));
     st_every *every = st_every_create(handle, tx);
     EXPECT_EQ(head(at(every, 64))->variant, 3);
     kel_handle_set_variant(handle, &_lamp_state_type_info_internal, 0);
@@ -150,7 +151,8 @@ TEST_P(Enumerations, MarkingAsEmbeddedIsAnnounced) {
     EXPECT_TRUE(hooks.announced(&head(lamp)->flags, 1));
     TraceCapture trace;
     lamp_state_set_instance_embedded(handle, tx, nullptr);
-    EXPECT_TRUE(trace.has(3, "(ERR): Invalid object handle passed to set embedded flag"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Invalid object handle passed to set embedded flag"));
 }
 
 TEST_P(Enumerations, HoldNoReferences) {
@@ -322,7 +324,8 @@ TEST_P(Enumerations, AModifiedMarkIsReportedOnce) {
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, object, &err), 0U);
     TraceCapture trace;
     EXPECT_EQ(lamp_state_backpropagate(handle, tx, nullptr, &err), 0U);
-    EXPECT_TRUE(trace.has(6, "(info): backpropagate: Null pointer to lamp_state enum"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_INFO, "(info): backpropagate: Null pointer to lamp_state enum"));
 }
 
 TEST_F(FatalEnumerations, ASecondDestructionEndsTheProcess) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -42,7 +43,7 @@ TEST_F(LifecycleFailure, AnObjectThatCannotBeInitialisedIsFreedAndTraced) {
     HookRecorder hooks(handle);
     fail_domain(EINVAL);
     EXPECT_EQ(st_tag_create(handle, tx), nullptr);
-    EXPECT_TRUE(trace.has(3, "(ERR): error in st_tag create: Invalid argument"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): error in st_tag create: Invalid argument"));
     ASSERT_EQ(hooks.count(Hook::alloc), 1U);
     EXPECT_EQ(hooks.of(Hook::free).back().address, hooks.of(Hook::alloc)[0].address);
 }
@@ -60,7 +61,7 @@ TEST_F(LifecycleFailure, AMappedObjectWithReferencesIsNotDestroyed) {
     EXPECT_EQ(bytes_of(conn, conn_size), before);
     EXPECT_EQ(usage(&_st_ldap_conn_type_info_internal).destroyed, counted.destroyed);
     EXPECT_EQ(usage(&_st_ldap_conn_type_info_internal).live, counted.live);
-    EXPECT_TRUE(trace.has(6,
+    EXPECT_TRUE(trace.has(KEL_TRACE_INFO,
                           "(info): st_ldap_conn destroy: Object has references and will be cleaned "
                           "up when all of them are released"));
 }
@@ -76,7 +77,7 @@ TEST_F(LifecycleFailure, AMappedObjectThatCannotBeUnmappedIsNotDestroyed) {
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_NE(head(conn)->descriptor, nullptr);
     EXPECT_EQ(handle->last_error, EINVAL);
-    EXPECT_TRUE(trace.has(3,
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
                           "(ERR): st_ldap_conn destroy: Failed to remove oid mapping for object. "
                           "Error Invalid argument"));
 }
@@ -91,7 +92,8 @@ TEST_F(LifecycleFailure, AMappedObjectWithoutReferencesIsDestroyed) {
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_EQ(head(conn)->descriptor, nullptr);
     EXPECT_EQ(kel_object_find(handle, oid), nullptr);
-    EXPECT_TRUE(trace.has(7, "(debug): st_ldap_conn destroy: Successfully removed OID mapping"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_DEBUG,
+                          "(debug): st_ldap_conn destroy: Successfully removed OID mapping"));
 }
 
 TEST_F(LifecycleFailure, EachReferenceOfAFieldIsReleased) {
@@ -113,7 +115,7 @@ TEST_F(LifecycleFailure, AMissingReferenceIsTracedAndTheOthersAreReleased) {
     TraceCapture trace;
     st_ldap_conn_destroy(handle, tx, conn);
     EXPECT_EQ(services.count("kellib_lookup_and_update_oid_ref_count"), 3U);
-    EXPECT_TRUE(trace.has(3,
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
                           "(ERR): st_ldap_conn destroy: Failed to decrement ref count of oid 0xc. "
                           "Error No such file or directory"));
     EXPECT_EQ(trace.lines.size(), 1U) << trace.all();
@@ -127,7 +129,7 @@ TEST_F(LifecycleFailure, ReferencesThatCannotBeReadLeaveTheObjectHalfDestroyed) 
     references_error = EINVAL;
     TraceCapture trace;
     st_ldap_conn_destroy(handle, tx, conn);
-    EXPECT_TRUE(trace.has(3,
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
                           "(ERR): st_ldap_conn destroy: Failed to get oid references from object. "
                           "Error Invalid argument"));
     EXPECT_NE(head(conn)->descriptor, nullptr);
@@ -151,7 +153,7 @@ TEST_F(LifecycleFailure, AnHdMappingThatCannotBeRemovedKeepsTheMemory) {
     EXPECT_NE(head(conn)->descriptor, nullptr);
     EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(hooks.count(Hook::free), 0U);
-    EXPECT_TRUE(trace.has(3,
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
                           "(ERR): st_ldap_conn destroy: Failed to remove oid mapping for object. "
                           "Error Invalid argument"));
 }
@@ -183,10 +185,10 @@ TEST_F(LifecycleFailure, ATypeWithFewerVariantsThanTheDomainIsTraced) {
     info->variant_count = 0;
     TraceCapture trace;
     st_grown *grown = st_grown_create(handle, tx);
-    EXPECT_TRUE(trace.has(6, "(info): variant 1 requested only 0 variants present"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_INFO, "(info): variant 1 requested only 0 variants present"));
     trace.lines.clear();
     st_grown_destroy(handle, tx, grown);
-    EXPECT_TRUE(trace.has(6, "(info): variant 1 requested only 0 variants present"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_INFO, "(info): variant 1 requested only 0 variants present"));
     info->variant_count = count;
 }
 
@@ -221,7 +223,7 @@ TEST_F(NestedState, ANestedObjectWithoutABaseFailsWithItsHeaderWritten) {
     st_tag_initialize(handle, tx, tag, &_st_tag_type_info_internal, 0, 0, OBJ_NESTED, nullptr,
                       &err);
     expect_error(EINVAL);
-    EXPECT_TRUE(trace.has(3,
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
                           "(ERR): sttr_base can not be NULL in NESTED case. Please check the "
                           "parent object and provide the correct state tracking base pointer"));
     EXPECT_STREQ(head(tag)->descriptor->name, "st_tag");

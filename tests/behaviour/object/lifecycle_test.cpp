@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -249,21 +250,11 @@ TEST_P(Lifecycle, WithoutMemoryTheCrFormReturnsTheZeroedFallbackObjectAndStoresE
     EXPECT_EQ(st_ldap_conn_create_cr(handle), first);
 }
 
-// An allocator that fails and stores the error in the handle.
-kel_handle *failing_handle = nullptr;
-void *fail_with_enospc(void *, std::uint32_t, std::uint64_t) {
-    failing_handle->last_error = ENOSPC;
-    return nullptr;
-}
-
 TEST_P(Lifecycle, WithoutMemoryTheCrFormKeepsTheErrorOfTheAllocator) {
-    const auto real = handle->alloc_hook;
-    failing_handle = handle;
-    handle->alloc_hook = &fail_with_enospc;
+    const FailingAllocator allocator(handle, ENOSPC);
     kel_clear_last_error(handle);
     EXPECT_NE(st_ldap_conn_create_cr(handle), nullptr);
     EXPECT_EQ(handle->last_error, ENOSPC);
-    handle->alloc_hook = real;
 }
 
 TEST_P(Lifecycle, TheCrFormWithAnErrorSetReturnsTheFallbackObjectWithoutAllocating) {
@@ -318,7 +309,8 @@ TEST_P(Lifecycle, MarkingAnObjectAsEmbeddedMarksItsFieldsFirst) {
 TEST_P(Lifecycle, MarkingNullAsEmbeddedIsTraced) {
     TraceCapture trace;
     st_every_set_instance_embedded(handle, tx, nullptr);
-    EXPECT_TRUE(trace.has(3, "(ERR): Invalid object pointer passed in to set instance flag"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Invalid object pointer passed in to set instance flag"));
 }
 
 TEST_P(Lifecycle, NoObjectHoldsReferences) {
@@ -335,10 +327,12 @@ TEST_P(Lifecycle, ReferencesOfNullFailWithEinval) {
     TraceCapture trace;
     EXPECT_EQ(st_every_get_oid_count(handle, tx, nullptr, &err), 0U);
     expect_error(EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): Invalid object passed in to get object oid count"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Invalid object passed in to get object oid count"));
     st_every_get_object_references(handle, tx, nullptr, nullptr, 0, &err);
     expect_error(EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): Cannot get table references. Invalid object passed on"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Cannot get table references. Invalid object passed on"));
 }
 
 TEST_P(Lifecycle, ReadingReferencesWithAnErrorSetIsTraced) {
@@ -348,8 +342,10 @@ TEST_P(Lifecycle, ReadingReferencesWithAnErrorSetIsTraced) {
     EXPECT_EQ(st_every_get_oid_count(handle, tx, every, &err), 0U);
     st_every_get_object_references(handle, tx, every, nullptr, 0, &err);
     EXPECT_EQ(err, ENOMEM);
-    EXPECT_TRUE(trace.has(3, "(ERR): Error already present in call to get object oid count"));
-    EXPECT_TRUE(trace.has(3, "(ERR): Error present in call to get table references from object"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Error already present in call to get object oid count"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
+                          "(ERR): Error present in call to get table references from object"));
 }
 
 TEST_P(Lifecycle, ACopyOutHasItsOwnTextsAddressesAndNestedObjects) {

@@ -18,6 +18,19 @@ Places places_of(const std::vector<HookEvent> &events) {
     return places;
 }
 
+FailingAllocator::FailingAllocator(kel_handle *handle, u32 error) : original_(handle->alloc_hook) {
+    handle_ = handle;
+    error_ = error;
+    handle->alloc_hook = fail;
+}
+
+FailingAllocator::~FailingAllocator() { handle_->alloc_hook = original_; }
+
+void *FailingAllocator::fail(void *, u32, u64) {
+    handle_->last_error = error_;
+    return nullptr;
+}
+
 Address::Address(const char *text) {
     u8 bytes[16] = {};
     if (inet_pton(AF_INET, text, bytes) == 1) {

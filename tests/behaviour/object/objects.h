@@ -82,6 +82,22 @@ struct Maker {
     void check(st_grown *grown, u32 seed) const;
 };
 
+// While it lives, a handle's allocator fails and stores an error in the handle. One at a time.
+class FailingAllocator {
+ public:
+    FailingAllocator(kel_handle *handle, u32 error);
+    ~FailingAllocator();
+    FailingAllocator(const FailingAllocator &) = delete;
+    FailingAllocator &operator=(const FailingAllocator &) = delete;
+
+ private:
+    static void *fail(void *arena, u32 tx_id, u64 size);
+
+    static inline kel_handle *handle_ = nullptr;
+    static inline u32 error_ = 0;
+    decltype(kel_handle::alloc_hook) original_;
+};
+
 // The places that these events are about, in order.
 using Places = std::vector<std::pair<void *, u64>>;
 Places places_of(const std::vector<HookEvent> &events);

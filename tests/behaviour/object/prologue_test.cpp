@@ -42,7 +42,7 @@ class Prologue : public ObjectModeTest {
     const u8 lamp_bytes[5] = {0, 1, 0, 0, 0};
     const std::vector<u8> bytes = form(st_every_marshal, other);
 
-    std::vector<Operation> reads() {
+    std::vector<Operation> field_operations() {
         return {
             operation("get", [&](u32 *e) { return st_every_a8_get(handle, tx, every, e); }),
             operation("get_string",
@@ -52,6 +52,15 @@ class Prologue : public ObjectModeTest {
                       [&](u32 *e) { return st_every_a32_get_value(handle, tx, every, e); }),
             operation("get_enum",
                       [&](u32 *e) { return st_every_lamp_get_value(handle, tx, every, e); }),
+            operation("set_value",
+                      [&](u32 *e) { return st_every_a8_set_value(handle, tx, every, 99, e); }),
+            operation(
+                "set",
+                [&](u32 *e) { return st_every_label_set(handle, tx, every, Text("new"), e); }),
+        };
+    }
+    std::vector<Operation> array_operations() {
+        return {
             operation("array_get",
                       [&](u32 *e) { return st_day_minute_get(handle, tx, day, 1, e); }),
             operation("array_get_value",
@@ -60,6 +69,16 @@ class Prologue : public ObjectModeTest {
                       [&](u32 *e) {
                           return st_day_minute_get_mem(handle, tx, day, buffer.data(), 3, e);
                       }),
+            operation("array_set_mem",
+                      [&](u32 *e) { return st_day_minute_set_mem(handle, tx, day, &byte, 1, e); }),
+            operation("array_set",
+                      [&](u32 *e) { return st_day_minute_set(handle, tx, day, 0, &byte, e); }),
+            operation("array_set_value",
+                      [&](u32 *e) { return st_day_minute_set_value(handle, tx, day, 0, 9, e); }),
+        };
+    }
+    std::vector<Operation> form_operations() {
+        return {
             operation("marshal",
                       [&](u32 *e) {
                           return st_every_marshal(handle, tx, buffer.data(), every, 8000, e);
@@ -77,6 +96,42 @@ class Prologue : public ObjectModeTest {
                       [&](u32 *e) {
                           return st_every_to_xml(handle, tx, "x", buffer.data(), every, 8000, 0, e);
                       }),
+            operation("unmarshal",
+                      [&](u32 *e) {
+                          return st_every_unmarshal(handle, tx, bytes.data(), every,
+                                                    static_cast<u32>(bytes.size()), 0, e);
+                      }),
+            operation("from_xml",
+                      [&](u32 *e) {
+                          return st_every_from_xml(handle, tx, "//x", nullptr, every, e, nullptr,
+                                                   0);
+                      }),
+        };
+    }
+
+    std::vector<Operation> whole_operations() {
+        return {
+            operation("set_all",
+                      [&](u32 *e) {
+                          return st_every_set_all(handle, tx, every, 1, 1, 1, 1, 1, 1, 1, 1, 1, e);
+                      }),
+            operation("initialize",
+                      [&](u32 *e) {
+                          return st_every_initialize(handle, tx, every,
+                                                     &_st_every_type_info_internal, 1, 1, 0,
+                                                     nullptr, e);
+                      }),
+            operation(
+                "post_copyout_cleanup",
+                [&](u32 *e) { return st_every_post_copyout_cleanup(handle, tx, every, other, e); }),
+            operation(
+                "backpropagate",
+                [&](u32 *e) { return st_every_type_type_backpropagate(handle, tx, every, e); }),
+        };
+    }
+
+    std::vector<Operation> enumeration_operations() {
+        return {
             operation("enum_get_value",
                       [&](u32 *e) { return lamp_state_get_value(handle, tx, lamp, e); }),
             operation("enum_marshal",
@@ -91,47 +146,6 @@ class Prologue : public ObjectModeTest {
                       [&](u32 *e) {
                           return lamp_state_to_xml(handle, tx, "x", buffer.data(), lamp, 8000, 0,
                                                    e);
-                      }),
-        };
-    }
-    std::vector<Operation> writes() {
-        return {
-            operation("set_value",
-                      [&](u32 *e) { return st_every_a8_set_value(handle, tx, every, 99, e); }),
-            operation(
-                "set",
-                [&](u32 *e) { return st_every_label_set(handle, tx, every, Text("new"), e); }),
-            operation("set_all",
-                      [&](u32 *e) {
-                          return st_every_set_all(handle, tx, every, 1, 1, 1, 1, 1, 1, 1, 1, 1, e);
-                      }),
-            operation("array_set_mem",
-                      [&](u32 *e) { return st_day_minute_set_mem(handle, tx, day, &byte, 1, e); }),
-            operation("array_set",
-                      [&](u32 *e) { return st_day_minute_set(handle, tx, day, 0, &byte, e); }),
-            operation("array_set_value",
-                      [&](u32 *e) { return st_day_minute_set_value(handle, tx, day, 0, 9, e); }),
-            operation("initialize",
-                      [&](u32 *e) {
-                          return st_every_initialize(handle, tx, every,
-                                                     &_st_every_type_info_internal, 1, 1, 0,
-                                                     nullptr, e);
-                      }),
-            operation(
-                "post_copyout_cleanup",
-                [&](u32 *e) { return st_every_post_copyout_cleanup(handle, tx, every, other, e); }),
-            operation(
-                "backpropagate",
-                [&](u32 *e) { return st_every_type_type_backpropagate(handle, tx, every, e); }),
-            operation("unmarshal",
-                      [&](u32 *e) {
-                          return st_every_unmarshal(handle, tx, bytes.data(), every,
-                                                    static_cast<u32>(bytes.size()), 0, e);
-                      }),
-            operation("from_xml",
-                      [&](u32 *e) {
-                          return st_every_from_xml(handle, tx, "//x", nullptr, every, e, nullptr,
-                                                   0);
                       }),
             operation("enum_set_value",
                       [&](u32 *e) { return lamp_state_set_value(handle, tx, lamp, 2, e); }),
@@ -152,6 +166,14 @@ class Prologue : public ObjectModeTest {
                       [&](u32 *e) { return lamp_state_backpropagate(handle, tx, lamp, e); }),
         };
     }
+    std::vector<Operation> operations() {
+        std::vector<Operation> all;
+        for (const auto &group : {field_operations(), array_operations(), form_operations(),
+                                  whole_operations(), enumeration_operations()}) {
+            all.insert(all.end(), group.begin(), group.end());
+        }
+        return all;
+    }
 
     std::vector<std::vector<u8>> everything() const {
         return {bytes_of(every, every_size + (tracking() ? every_states : 0)),
@@ -165,9 +187,7 @@ TARN_EACH_MODE(Prologue);
 TEST_P(Prologue, WithAnErrorSetAnOperationReturnsItsFailureValueAndChangesNothing) {
     st_every_label_set(handle, tx, every, Text("old"), &err);
     kel_set_instance_modified(lamp, 0, 1, 1);
-    auto operations = reads();
-    for (auto &write : writes()) operations.push_back(write);
-    for (const Operation &each : operations) {
+    for (const Operation &each : operations()) {
         SCOPED_TRACE(each.name);
         kel_store_err(handle, EAGAIN);
         const auto before = everything();
@@ -182,9 +202,7 @@ TEST_P(Prologue, WithAnErrorSetAnOperationReturnsItsFailureValueAndChangesNothin
 }
 
 TEST_P(Prologue, TheLastErrorIsThatOfTheLatestOperation) {
-    auto operations = reads();
-    for (auto &write : writes()) operations.push_back(write);
-    for (const Operation &each : operations) {
+    for (const Operation &each : operations()) {
         SCOPED_TRACE(each.name);
         kel_store_err(handle, EAGAIN);
         services.clear();
@@ -222,12 +240,12 @@ TEST_P(Prologue, AHandleWithoutPerStoreDescriptorsFetchesNone) {
     HookRecorder hooks(handle);
     make.every(1);
     lamp_state_create(handle, tx);
-    const std::size_t asked = hooks.count(Hook::type_alloc) + hooks.count(Hook::type_map_insert) +
-                              hooks.count(Hook::type_map_lookup);
+    const std::size_t fetches = hooks.count(Hook::type_alloc) + hooks.count(Hook::type_map_insert) +
+                                hooks.count(Hook::type_map_lookup);
     if (GetParam() == Mode::store_types) {
-        EXPECT_GT(asked, 0U);
+        EXPECT_GT(fetches, 0U);
     } else {
-        EXPECT_EQ(asked, 0U);
+        EXPECT_EQ(fetches, 0U);
     }
 }
 

@@ -27,11 +27,18 @@ class Rollback : public ObjectModeTest {
     st_every *every() { return everies[below(static_cast<u32>(everies.size()))]; }
     st_grown *grown() { return growns[below(static_cast<u32>(growns.size()))]; }
 
+    using Operations = std::vector<std::pair<const char *, std::function<void()>>>;
+
     // The operations that announce all their stores. Unannounced by design, and so
     // not here: set_all_state_tracking_flag, state_flag_set_arr, the block that
     // <type>_set copies, the destruction of an enumeration and what its unmarshal and
     // from_xml store.
-    std::vector<std::pair<const char *, std::function<void()>>> operations() {
+    Operations operations() {
+        Operations all = operations_on_objects();
+        for (auto &each : operations_on_fields()) all.push_back(std::move(each));
+        return all;
+    }
+    Operations operations_on_objects() {
         return {
             {"create", [&] { everies.push_back(make.every(below(50))); }},
             {"create grown", [&] { growns.push_back(make.grown(below(50))); }},
@@ -43,6 +50,29 @@ class Rollback : public ObjectModeTest {
                  st_every_destroy(handle, tx, everies[index]);
                  everies.erase(everies.begin() + index);
              }},
+            {"older",
+             [&] {
+                 kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
+                 growns.push_back(make.grown(below(50)));
+                 kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);
+             }},
+            {"clone",
+             [&] {
+                 st_every *clone = nullptr;
+                 st_every_clone(handle, tx, every(), &clone, workspace.data(), 16000, &err);
+                 everies.push_back(clone);
+             }},
+            {"set",
+             [&] {
+                 // Into an object of this transaction: its state block is new as well.
+                 st_every *fresh = make.every(below(50));
+                 st_every_set(handle, tx, fresh, every(), &err);
+                 everies.push_back(fresh);
+             }},
+        };
+    }
+    Operations operations_on_fields() {
+        return {
             {"fill", [&] { make.fill(every(), below(50)); }},
             {"fill grown", [&] { make.fill(grown(), below(50)); }},
             {"embed", [&] { st_every_set_instance_embedded(handle, tx, every()); }},
@@ -57,12 +87,6 @@ class Rollback : public ObjectModeTest {
                      st_every_label_state_flag_set(handle, tx, every(), static_cast<u8>(below(256)),
                                                    &err);
              }},
-            {"older",
-             [&] {
-                 kel_handle_set_variant(handle, &_st_grown_type_info_internal, 0);
-                 growns.push_back(make.grown(below(50)));
-                 kel_handle_set_variant(handle, &_st_grown_type_info_internal, 1);
-             }},
             {"adjust", [&] { st_grown_adjust_variant(handle, tx, grown(), &err); }},
             {"map",
              [&] {
@@ -70,19 +94,6 @@ class Rollback : public ObjectModeTest {
                  kel_object_map(handle, tx, every(), &oid);
              }},
             {"enum", [&] { lamp_state_set_value(handle, tx, lamps[0], below(3), &err); }},
-            {"clone",
-             [&] {
-                 st_every *clone = nullptr;
-                 st_every_clone(handle, tx, every(), &clone, workspace.data(), 16000, &err);
-                 everies.push_back(clone);
-             }},
-            {"set",
-             [&] {
-                 // Into an object of this transaction: its state block is new as well.
-                 st_every *fresh = make.every(below(50));
-                 st_every_set(handle, tx, fresh, every(), &err);
-                 everies.push_back(fresh);
-             }},
             {"offsets",
              [&] {
                  st_every *one = every();
@@ -141,8 +152,9 @@ TEST_P(Rollback, AWriteOfEachFieldIsUndone) {
     tx = make.tx = KEL_TX_NONE;
     make.check(object, 1);
     for (const u32 offset : {0U, 64U, 80U, 160U, 208U, 224U}) {
-        kel_set_instance_modified(at(object, offset), 1, 0,
-                                  (before[offset + offsetof(kel_object, flags)] & 128) != 0);
+        kel_set_instance_modified(
+            at(object, offset), 1, 0,
+            (before[offset + offsetof(kel_object, flags)] & OBJ_MODIFIED) != 0);
     }
     EXPECT_EQ(bytes_of(object, st_every_sizeof(handle)), before);
 }

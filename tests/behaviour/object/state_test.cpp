@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -171,12 +172,12 @@ TEST_F(StateModes, ReadersAndWritersOfFlagsTraceAnUntrackedObjectInTwoTexts) {
     TraceCapture trace;
     EXPECT_EQ(st_ldap_conn_num_conns_state_flag_get(handle, tx, conn, &err), 0);
     expect_error(EINVAL);
-    EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), 1U);
-    EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 0U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is non state tracked"), 1U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"), 0U);
     st_ldap_conn_num_conns_state_flag_set(handle, tx, conn, 6, &err);
     expect_error(EINVAL);
-    EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), 1U);
-    EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is non state tracked"), 1U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"), 1U);
 }
 
 TEST_F(StateModes, AFieldWriteToAnUntrackedObjectFailsAfterStoringItsValue) {
@@ -190,7 +191,7 @@ TEST_F(StateModes, AFieldWriteToAnUntrackedObjectFailsAfterStoringItsValue) {
     expect_error(EINVAL);
     EXPECT_EQ(text_of(st_ldap_conn_sname_get(handle, tx, conn, &err)), "another name");
     EXPECT_EQ(kel_get_instance_modified(conn, 1, 0), 0U);
-    EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 2U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"), 2U);
 }
 
 TEST_F(StateModes, ATrackedObjectIsWrittenByAPlainHandleWithoutMarks) {

@@ -2,6 +2,7 @@
 // Variants of instances and domains, field numbers, modified marks.
 #include <cerrno>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -188,7 +189,7 @@ TEST_P(Variants, CompareAndHashUseTheFieldsOfAllVariants) {
 
 TEST_P(Variants, ReadersAndWritersGetTheVariantOfTheStructureByTheFieldsSize) {
     st_every *every = make.every(1);
-    const auto asked = [&](auto operation) {
+    const auto variant_reads = [&](auto operation) {
         services.clear();
         operation();
         const auto calls = services.calls("kel_get_instance_variant", every);
@@ -196,15 +197,15 @@ TEST_P(Variants, ReadersAndWritersGetTheVariantOfTheStructureByTheFieldsSize) {
     };
     const auto large = words(every, 1, 0);
     const auto small = words(every, 1, 1);
-    EXPECT_EQ(asked([&] { st_every_a8_get(handle, tx, every, &err); }), large);
-    EXPECT_EQ(asked([&] { st_every_label_get(handle, tx, every, &err); }), large);
-    EXPECT_EQ(asked([&] { st_every_addr_get(handle, tx, every, &err); }), large);
-    EXPECT_EQ(asked([&] { st_every_tag_get(handle, tx, every, &err); }), large);
-    EXPECT_EQ(asked([&] { st_every_flag_get(handle, tx, every, &err); }), small);
-    EXPECT_EQ(asked([&] { st_every_lamp_get_value(handle, tx, every, &err); }), small);
-    EXPECT_EQ(asked([&] { st_every_door_set_value(handle, tx, every, 1, &err); }), small);
-    EXPECT_EQ(asked([&] { st_every_a64_set_value(handle, tx, every, 1, &err); }), large);
-    EXPECT_EQ(asked([&] { st_every_len(handle, tx, every); }), large);
+    EXPECT_EQ(variant_reads([&] { st_every_a8_get(handle, tx, every, &err); }), large);
+    EXPECT_EQ(variant_reads([&] { st_every_label_get(handle, tx, every, &err); }), large);
+    EXPECT_EQ(variant_reads([&] { st_every_addr_get(handle, tx, every, &err); }), large);
+    EXPECT_EQ(variant_reads([&] { st_every_tag_get(handle, tx, every, &err); }), large);
+    EXPECT_EQ(variant_reads([&] { st_every_flag_get(handle, tx, every, &err); }), small);
+    EXPECT_EQ(variant_reads([&] { st_every_lamp_get_value(handle, tx, every, &err); }), small);
+    EXPECT_EQ(variant_reads([&] { st_every_door_set_value(handle, tx, every, 1, &err); }), small);
+    EXPECT_EQ(variant_reads([&] { st_every_a64_set_value(handle, tx, every, 1, &err); }), large);
+    EXPECT_EQ(variant_reads([&] { st_every_len(handle, tx, every); }), large);
 }
 
 TEST_P(Variants, TheVariantOfAnEnumerationIsReadAsThatOfASmallObject) {
@@ -249,7 +250,8 @@ TEST_P(Backpropagation, ANullObjectReturns0AndIsTraced) {
     TraceCapture trace;
     EXPECT_EQ(st_ldap_conn_type_type_backpropagate(handle, tx, nullptr, &err), 0U);
     EXPECT_EQ(err, 0U);
-    EXPECT_TRUE(trace.has(6, "(info): backpropagate: Null pointer to st_ldap_conn type"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_INFO, "(info): backpropagate: Null pointer to st_ldap_conn type"));
 }
 
 TEST_P(Backpropagation, AChangedFieldIsReportedOnceAndItsMarkCleared) {

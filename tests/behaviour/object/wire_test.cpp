@@ -69,7 +69,8 @@ TEST_F(WireModes, APlainHandleWritesATrackedObjectWithoutStateBytes) {
 
 TEST_F(WireModes, OnlyTheFlagsOfStateAndTraceDataAreWritten) {
     st_ldap_conn *conn = make.conn("server", 300);
-    head(conn)->flags = OBJ_OID_MAPPED | OBJ_EMBEDDED | OBJ_NESTED | 16 | OBJ_STATE_ELSEWHERE | 128;
+    head(conn)->flags =
+        OBJ_OID_MAPPED | OBJ_EMBEDDED | OBJ_NESTED | 16 | OBJ_STATE_ELSEWHERE | OBJ_MODIFIED;
     EXPECT_EQ(form(st_ldap_conn_marshal, conn)[1], 0);
 }
 

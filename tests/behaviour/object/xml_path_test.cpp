@@ -77,9 +77,9 @@ TEST_P(XmlPaths, AnArrayIsReadOnlyToItsLastElement) {
     services.clear();
     st_day_from_xml(handle, tx, "//d", document.get(), day, &err, message, 64);
     EXPECT_EQ(err, 0U);
-    const auto asked = paths(services.calls("u_int8_from_xml"));
-    ASSERT_EQ(asked.size(), minutes);
-    EXPECT_EQ(asked.back(), "//d/minute[1440]");
+    const auto looked_up = paths(services.calls("u_int8_from_xml"));
+    ASSERT_EQ(looked_up.size(), minutes);
+    EXPECT_EQ(looked_up.back(), "//d/minute[1440]");
     for (u32 i = 0; i < minutes; ++i) {
         ASSERT_EQ(st_day_minute_get_value(handle, tx, day, i, &err), i % 250);
     }

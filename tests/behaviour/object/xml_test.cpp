@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/object/objects.h"
 
 namespace tarn::test {
@@ -298,7 +299,7 @@ TEST_F(UntrackedXml, AnUntrackedObjectInATrackingHandleIsAnEmptyElementAndEinval
     TraceCapture trace;
     const u32 length = st_ldap_conn_to_xml(handle, tx, "c", buffer, conn, 256, 0, &err);
     EXPECT_EQ(err, EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): The object is non state tracked"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): The object is non state tracked"));
     const std::string text(buffer, length);
     const Document document = parse(text);
     u32 count = 9;
