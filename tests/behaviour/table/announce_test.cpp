@@ -221,7 +221,6 @@ class Announcements : public TableTest {
         EXPECT_EQ(kel_object_reference(handle, tx, oid), 0U);
         kellib_lookup_and_update_oid_ref_count(handle, tx, oid, 0, &err);
     }
-    static kel_object *header_of(void *object) { return static_cast<kel_object *>(object); }
 
     void step() {
         kel_record *record = any();

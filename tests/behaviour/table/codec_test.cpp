@@ -138,7 +138,6 @@ TEST_P(Wire, ARecordWithoutItsKeyObjectFailsWithEnoentAfterTheObject) {
 TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
     kel_record *record = make(1);
     Bytes buffer(4096, untouched);
-    const Bytes before = buffer;
     const std::string name = s.name;
     const std::string error = std::strerror(5);
     handle->last_error = EINVAL;
@@ -172,7 +171,7 @@ TEST_P(Wire, EnteredWithAnErrorOnlyTraceIt) {
     EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(read, nullptr);
     EXPECT_EQ(pkey, nullptr);
-    EXPECT_EQ(buffer, before);
+    EXPECT_EQ(buffer, Bytes(4096, untouched));
     EXPECT_EQ(services.count("ptrail_wrapper"), services.calls().size()) << services.order();
     EXPECT_TRUE(hooks.events.empty());
 }
@@ -213,7 +212,7 @@ TEST_P(Wire, SourceTenantFlagsAndReferencesAreNotWritten) {
     EXPECT_EQ(marshalled(record), bytes);
     kel_record *read = nullptr;
     kel_thread_set_tenant(4);
-    s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err);
+    unmarshal(read, bytes);
     EXPECT_EQ(read->src, KEL_SOURCE_DEFAULT);
     EXPECT_EQ(read->tenant_id, 4U);
     EXPECT_EQ(read->flags, 0U);
@@ -268,7 +267,7 @@ TEST_P(Wire, EachFormClearsTheLastErrorFirst) {
         EXPECT_EQ(services.calls().at(0).name, "kel_clear_last_error");
     };
     expect_cleared([&] { s.plain.marshal(handle, tx, buffer.data(), record, length + 64, &err); });
-    expect_cleared([&] { s.plain.unmarshal(handle, tx, &read, bytes.data(), length, 0, &err); });
+    expect_cleared([&] { unmarshal(read, bytes); });
     u32 written = 0;
     expect_cleared([&] {
         written = s.plain.pkey_marshal(handle, tx, buffer.data(), record, length + 64, &err);

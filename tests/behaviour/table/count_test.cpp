@@ -68,15 +68,15 @@ TEST_P(Counts, OfATenantAreReadInTheCallersTransaction) {
     s.plain.get_count(handle, 42, table);
     s.plain.get_count_by_src(handle, 42, table, 0x103);
     s.cr.get_count(handle, table);
-    const auto asked = services.calls("keldb_get_tenant_counter");
-    ASSERT_EQ(asked.size(), 3U);
-    for (const ServiceCall &call : asked) {
+    const auto reads = services.calls("keldb_get_tenant_counter");
+    ASSERT_EQ(reads.size(), 3U);
+    for (const ServiceCall &call : reads) {
         EXPECT_EQ(call.pointer<kel_table>(2), table);
         EXPECT_EQ(call.arguments[4], 5U) << "the tenant";
     }
-    EXPECT_EQ(asked[0].tx_id(), 42U);
-    EXPECT_EQ(asked[1].tx_id(), 42U);
-    EXPECT_EQ(asked[2].tx_id(), 43U);
+    EXPECT_EQ(reads[0].tx_id(), 42U);
+    EXPECT_EQ(reads[1].tx_id(), 42U);
+    EXPECT_EQ(reads[2].tx_id(), 43U);
     EXPECT_EQ(sources, (std::vector<std::optional<u8>>{std::nullopt, u8{3}, std::nullopt}));
     handle->cr_tx_id = KEL_TX_NONE;
 }

@@ -81,6 +81,14 @@ class LdapTest : public ::testing::Test, protected TableFixture {
     INSTANTIATE_TEST_SUITE_P(Tables, suite, ::testing::ValuesIn(::tarn::test::table_cases()), \
                              ::tarn::test::case_name)
 
+inline kel_object *header_of(void *object) { return static_cast<kel_object *>(object); }
+
+// The counters of a table, a record or an object.
+template <typename Counted>
+kel_variant_usage &usage_of(Counted *counted) {
+    return counted->descriptor->variant_info->variants[0];
+}
+
 // Runs `body` in its own process: a table's root is cached for the whole process, so a
 // process can open tables by id in one store only.
 void in_own_process(const std::function<void()> &body);

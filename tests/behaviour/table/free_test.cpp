@@ -12,7 +12,7 @@ namespace {
 class Free : public TableTest {
  protected:
     std::string stored_name(const std::string &name) { return name + "/" + s.luid_text; }
-    u64 destroyed() { return table->descriptor->variant_info->variants[0].destroyed; }
+    u64 destroyed() { return usage_of(table).destroyed; }
 };
 TARN_EACH_TABLE_AND_MODE(Free);
 

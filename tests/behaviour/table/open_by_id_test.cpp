@@ -219,7 +219,7 @@ TEST_P(OpenById, FreeWithoutARootReportsEnoentAndKeepsTheBlockListed) {
 TEST_P(OpenById, FreedBlocksAreCountedAndReleased) {
     in_own_process([&] {
         kel_table *made = s.plain.open_auto_id(handle, tx, 0, &err);
-        kel_variant_usage &usage = made->descriptor->variant_info->variants[0];
+        kel_variant_usage &usage = usage_of(made);
         const u64 destroyed = usage.destroyed;
         HookRecorder hooks(handle);
         s.unsafe.free(handle, tx, made, &err);

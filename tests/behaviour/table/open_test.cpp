@@ -15,7 +15,7 @@ class Open : public TableTest {
  protected:
     std::string stored_name(const std::string &name) { return name + "/" + s.luid_text; }
     static constexpr std::size_t longest_name = 255 - 33;  // its key ends in the LUID
-    u64 created() { return table->descriptor->variant_info->variants[0].created; }
+    u64 created() { return usage_of(table).created; }
 };
 TARN_EACH_TABLE_AND_MODE(Open);
 

@@ -13,6 +13,11 @@ constexpr u32 before = 0;
 constexpr u32 equal = 1;
 constexpr u32 after = 2;
 
+u32 order_of(std::size_t a, std::size_t b) {
+    if (a == b) return equal;
+    return a < b ? before : after;
+}
+
 class IndexOrder : public TableTest {
  protected:
     u32 order(const kel_record *a, const kel_record *b) {
@@ -42,10 +47,7 @@ TEST_P(IndexOrder, ComparesTenantThenKeyThenSource) {
     const std::size_t n = std::size(records);
     for (std::size_t i = 0; i < n; ++i) {
         for (std::size_t j = 0; j < n; ++j) {
-            EXPECT_EQ(order(records[i], records[j]), i < j    ? before
-                                                     : i == j ? equal
-                                                              : after)
-                << i << " and " << j;
+            EXPECT_EQ(order(records[i], records[j]), order_of(i, j)) << i << " and " << j;
         }
     }
 }
@@ -55,10 +57,7 @@ TEST_P(IndexOrder, FollowsTheKeysAcrossTheirWholeRange) {
     for (u32 key = 0; key < s.keys && key < 20; ++key) records.push_back(make(key));
     for (std::size_t i = 0; i < records.size(); ++i) {
         for (std::size_t j = 0; j < records.size(); ++j) {
-            EXPECT_EQ(order(records[i], records[j]), i < j    ? before
-                                                     : i == j ? equal
-                                                              : after)
-                << i << " and " << j;
+            EXPECT_EQ(order(records[i], records[j]), order_of(i, j)) << i << " and " << j;
         }
     }
 }

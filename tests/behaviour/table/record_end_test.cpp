@@ -13,8 +13,9 @@ namespace {
 
 class RecordEnds : public TableTest {
  protected:
-    kel_variant_usage &usage(kel_record *record) {
-        return record->descriptor->variant_info->variants[0];
+    std::string failed_delete_text(u32 code) {
+        return "(ERR): Error " + std::to_string(code) + " deleting " + s.name +
+               " record when destroying";
     }
 };
 TARN_EACH_TABLE_AND_MODE(RecordEnds);
@@ -23,7 +24,7 @@ TEST_P(RecordEnds, AFallbackRecordIsDestroyedButNotFreed) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_record *record = s.cr.create(handle, 0);
-    kel_variant_usage &counters = usage(record);
+    kel_variant_usage &counters = usage_of(record);
     const u64 destroyed = counters.destroyed;
     hooks.clear();
     s.cr.destroy(handle, record);
@@ -37,7 +38,7 @@ TEST_P(RecordEnds, AFallbackRecordIsDestroyedButNotFreed) {
 TEST_P(RecordEnds, OneDestroyReleasesOneReference) {
     const u64 blocks = settled_blocks();
     kel_record *record = make(1);
-    kel_variant_usage &counters = usage(record);
+    kel_variant_usage &counters = usage_of(record);
     const u64 destroyed = counters.destroyed;
     s.plain.add_ref(handle, tx, record, &err);
     s.plain.add_ref(handle, tx, record, &err);
@@ -59,7 +60,7 @@ TEST_P(RecordEnds, OneDestroyReleasesOneReference) {
 
 TEST_P(RecordEnds, DestructionCallsTheHooksInOrder) {
     kel_record *record = s.plain.create_record(handle, tx, &err);
-    kel_variant_usage &counters = usage(record);
+    kel_variant_usage &counters = usage_of(record);
     const kel_type_info *descriptor = record->descriptor;
     HookRecorder hooks(handle);
     s.unsafe.destroy_record(handle, tx, record, &err);
@@ -106,10 +107,7 @@ TEST_P(RecordEnds, DestructionContinuesIfTheDeleteIsRefused) {
     HookRecorder hooks(handle);
     s.plain.destroy_record(handle, tx, record, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, std::string("(ERR): Error 22 deleting ") + s.name +
-                                               " record when destroying"),
-              1U)
-        << trace.all();
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, failed_delete_text(EINVAL)), 1U) << trace.all();
     EXPECT_EQ(table->record_count, 1U);
     EXPECT_EQ(hooks.of(Hook::free).back().address, record);
 }
@@ -120,9 +118,7 @@ TEST_P(RecordEnds, AnErrorOnEntryKeepsTheDeleteFromRunning) {
     err = EIO;
     s.plain.destroy_record(handle, tx, record, &err);
     EXPECT_EQ(err, 0U);
-    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, std::string("(ERR): Error 5 deleting ") + s.name +
-                                               " record when destroying"))
-        << trace.all();
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, failed_delete_text(EIO))) << trace.all();
     EXPECT_EQ(services.count("e_avl_delete"), 0U);
 }
 
@@ -263,9 +259,7 @@ TEST_P(RecordEnds, AnErrorOfTheCallerIsClearedWithoutADeleteToo) {
     s.plain.destroy_record(handle, tx, record, &err);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(handle->last_error, EINVAL);
-    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, std::string("(ERR): Error 5 deleting ") + s.name +
-                                               " record when destroying"),
-              0U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, failed_delete_text(EIO)), 0U);
 }
 
 TEST_P(RecordEnds, TheFallbackObjectsOfARecordAreNotDestroyed) {

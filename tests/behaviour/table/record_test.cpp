@@ -9,14 +9,7 @@
 namespace tarn::test {
 namespace {
 
-kel_object *header_of(void *object) { return static_cast<kel_object *>(object); }
-
-class Records : public TableTest {
- protected:
-    kel_variant_usage &usage(kel_record *record) {
-        return record->descriptor->variant_info->variants[0];
-    }
-};
+class Records : public TableTest {};
 TARN_EACH_TABLE_AND_MODE(Records);
 
 TEST_P(Records, ANewRecordIsEmptyAndHasOneReference) {
@@ -46,7 +39,7 @@ TEST_P(Records, CreationAnnouncesTheDescriptorAndTheCounter) {
     begin();
     HookRecorder hooks(handle);
     kel_record *record = s.unsafe.create_record(handle, tx, &err);
-    const u64 created = usage(record).created;
+    const u64 created = usage_of(record).created;
     std::vector<HookEvent> events;
     for (const HookEvent &event : hooks.events) {
         if (event.hook != Hook::type_map_lookup) events.push_back(event);
@@ -59,7 +52,7 @@ TEST_P(Records, CreationAnnouncesTheDescriptorAndTheCounter) {
     EXPECT_EQ(events[1].address, record);
     EXPECT_EQ(events[1].before, std::vector<u8>(8, 0));
     EXPECT_EQ(events[2].hook, Hook::delta_log);
-    EXPECT_EQ(events[2].address, &usage(record).created);
+    EXPECT_EQ(events[2].address, &usage_of(record).created);
     EXPECT_EQ(events[2].delta, 1);
     EXPECT_EQ(events[2].counter_before, created - 1);
     for (const HookEvent &event : events) EXPECT_EQ(event.tx_id, tx);

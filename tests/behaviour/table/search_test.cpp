@@ -184,20 +184,20 @@ TEST_P(Search, ReturnsTheRecordIfItsReportFails) {
 
 TEST_P(Search, NeedsATableAndAKey) {
     const Key key(s, handle, 1);
-    const auto expect_two = [&](const kel_record *record) {
+    const auto expect_enoent = [&](const kel_record *record) {
         EXPECT_EQ(record, nullptr);
         EXPECT_EQ(err, ENOENT);
         EXPECT_EQ(handle->last_error, ENOENT);
         err = 0;
         kel_clear_last_error(handle);
     };
-    expect_two(s.plain.search(handle, tx, nullptr, key.value(), &err));
-    expect_two(read(s.plain.search, nullptr));
-    expect_two(read(s.index.search_w_src, nullptr, 1));
-    expect_two(read(s.index.search_nearest, nullptr));
-    expect_two(read(s.index.search_not_pending, nullptr, 1));
-    expect_two(read(s.plain.search_object, nullptr, 0));
-    expect_two(read(s.unsafe.search_object_w_src, nullptr, 1, 1));
+    expect_enoent(s.plain.search(handle, tx, nullptr, key.value(), &err));
+    expect_enoent(read(s.plain.search, nullptr));
+    expect_enoent(read(s.index.search_w_src, nullptr, 1));
+    expect_enoent(read(s.index.search_nearest, nullptr));
+    expect_enoent(read(s.index.search_not_pending, nullptr, 1));
+    expect_enoent(read(s.plain.search_object, nullptr, 0));
+    expect_enoent(read(s.unsafe.search_object_w_src, nullptr, 1, 1));
     EXPECT_EQ(s.index.search_cr(handle, table, nullptr, 1, 0), nullptr);
     EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(services.count("e_avl_search"), 0U);
@@ -222,8 +222,7 @@ TEST_P(Search, AllocatesStoresAndCountsNothing) {
     const Key key(s, handle, last);
     const Key absent(s, handle, 1);
     const kel_table before = *table;
-    const kel_variant_usage counters =
-        static_cast<kel_object *>(record->object)->descriptor->variant_info->variants[0];
+    const kel_variant_usage counters = usage_of(header_of(record->object));
     HookRecorder hooks(handle);
     for (const auto &form : forms(key)) EXPECT_EQ(form(), record);
     for (const auto &form : forms(absent, 1)) form();
@@ -231,8 +230,7 @@ TEST_P(Search, AllocatesStoresAndCountsNothing) {
         EXPECT_EQ(hooks.count(hook), 0U);
     }
     EXPECT_EQ(0, std::memcmp(&before, table, sizeof before));
-    const kel_variant_usage &now =
-        static_cast<kel_object *>(record->object)->descriptor->variant_info->variants[0];
+    const kel_variant_usage &now = usage_of(header_of(record->object));
     EXPECT_EQ(now.created, counters.created);
     EXPECT_EQ(now.destroyed, counters.destroyed);
     EXPECT_EQ(now.live, counters.live);

@@ -34,6 +34,7 @@ class TextTest : public TableTest {
                                              object, space, 0, &err);
         return std::string(area.data(), length);
     }
+    const std::string first_line = std::string("record@") + s.name + ": {\n";
     std::vector<char> buffer = std::vector<char>(space, ' ');
 };
 

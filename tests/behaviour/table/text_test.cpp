@@ -15,7 +15,7 @@ TARN_EACH_TABLE_AND_MODE(Text);
 
 TEST_P(Text, ARecordContainsItsObjectsBetweenItsOwnLines) {
     kel_record *record = make(1, 1, 5);
-    std::string expected = std::string("record@") + s.name + ": {\n";
+    std::string expected = first_line;
     expected += object_text(s.object, record->object);
     if (s.has_key_object()) expected += object_text(s.key_object, record->key_object);
     expected += "}\n";
@@ -27,7 +27,6 @@ TEST_P(Text, ARecordContainsItsObjectsBetweenItsOwnLines) {
 
 TEST_P(Text, PrintingAnObjectNeedsItsWireLengthAsSpace) {
     kel_record *record = make(1);
-    const std::string first_line = std::string("record@") + s.name + ": {\n";
     const u32 needed =
         static_cast<u32>(first_line.size()) + s.object.type->len(handle, tx, record->object);
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, needed - 1, &err);
@@ -41,7 +40,6 @@ TEST_P(Text, PrintingAnObjectNeedsItsWireLengthAsSpace) {
 
 TEST_P(Text, WithItsWireLengthAsSpaceAnObjectIsStarted) {
     kel_record *record = make(1);
-    const std::string first_line = std::string("record@") + s.name + ": {\n";
     const u32 space_left = s.object.type->len(handle, tx, record->object);
     std::vector<char> area(space, ' ');
     u32 of_object = s.object.type->print(handle, tx, area.data(), 2, s.object.type->name.data(),
@@ -59,7 +57,7 @@ TEST_P(Text, WithItsWireLengthAsSpaceAnObjectIsStarted) {
 
 TEST_P(Text, TheSpaceForAnObjectIsSigned) {
     kel_record *record = make(1);
-    const std::string lines = std::string("record@") + s.name + ": {\n}\n";
+    const std::string lines = first_line + "}\n";
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, 0x80001000U, &err);
     EXPECT_EQ(err, EMSGSIZE);
     EXPECT_EQ(std::string(buffer.data(), length), lines);
@@ -68,8 +66,7 @@ TEST_P(Text, TheSpaceForAnObjectIsSigned) {
 TEST_P(Text, AKeyObjectNeedsItsWireLengthAfterTheValue) {
     if (!s.has_key_object()) return;
     kel_record *record = make(1);
-    const std::string before =
-        std::string("record@") + s.name + ": {\n" + object_text(s.object, record->object);
+    const std::string before = first_line + object_text(s.object, record->object);
     const u32 needed =
         static_cast<u32>(before.size()) + s.key_object.type->len(handle, tx, record->key_object);
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, needed - 1, &err);
@@ -85,7 +82,7 @@ TEST_P(Text, PrintRunsWithAnErrorAndClearsNone) {
     services.clear();
     const u32 length = s.plain.print(handle, tx, buffer.data(), record, space, &err);
     // The record's own lines, without its objects.
-    EXPECT_EQ(std::string(buffer.data(), length), std::string("record@") + s.name + ": {\n}\n");
+    EXPECT_EQ(std::string(buffer.data(), length), first_line + "}\n");
     EXPECT_EQ(err, EIO);
     EXPECT_EQ(handle->last_error, EINVAL);
     EXPECT_EQ(services.count("kel_clear_last_error"), 0U);

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "tests/behaviour/table/fixture.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tarn::test {
 namespace {
@@ -83,11 +84,10 @@ TEST_F(TwoStores, AnOpenByIdIsRefusedOnceTheFirstIsClosed) {
     });
 }
 
-TEST_F(TwoStores, TheSameFileOpenedAgainHasItsTablesById) {
+TEST_F(TwoStores, TheSameStoreOpenedAgainHasItsTablesById) {
     in_own_process([&] {
-        std::string folder = (std::filesystem::temp_directory_path() / "store-XXXXXX").string();
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        const std::string path = folder + "/store";
+        const TemporaryDirectory directory;
+        const std::string path = directory / "store";
         for (const u32 round : {0U, 1U, 2U}) {
             kel_store *store = nullptr;
             ASSERT_EQ(kel_store_open_or_create(path.c_str(), nullptr, &store), 0U);
@@ -99,7 +99,6 @@ TEST_F(TwoStores, TheSameFileOpenedAgainHasItsTablesById) {
             kel_handle_destroy(on);
             kel_store_close(store);
         }
-        std::filesystem::remove_all(folder);
     });
 }
 

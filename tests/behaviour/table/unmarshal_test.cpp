@@ -38,9 +38,7 @@ TEST_P(RecordRead, ARecordIsReadIntoAnExistingOne) {
     kel_record *target = make(2, 7, 6);
     kel_record *const same = target;
     void *const object = target->object;
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), static_cast<u32>(bytes.size()),
-                                1, &err),
-              bytes.size());
+    EXPECT_EQ(unmarshal(target, bytes, in_place), bytes.size());
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(target, same);
     EXPECT_EQ(target->object, object);
@@ -51,9 +49,8 @@ TEST_P(RecordRead, ARecordIsReadIntoAnExistingOne) {
 
 TEST_P(RecordRead, InPlaceNeedsARecordWithItsObjects) {
     const Bytes bytes = marshalled(make(1));
-    const u32 length = static_cast<u32>(bytes.size());
     kel_record *target = nullptr;
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), length, 1, &err), 0U);
+    EXPECT_EQ(unmarshal(target, bytes, in_place), 0U);
     EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(target, nullptr);
@@ -61,7 +58,7 @@ TEST_P(RecordRead, InPlaceNeedsARecordWithItsObjects) {
     err = 0;
     target = s.plain.create_record(handle, tx, &err);
     kel_record *const same = target;
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), length, 1, &err), frame_size);
+    EXPECT_EQ(unmarshal(target, bytes, in_place), frame_size);
     EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(target, same);
     EXPECT_EQ(target->object, nullptr);
@@ -74,9 +71,7 @@ TEST_P(RecordRead, WithoutMemoryFailsWithEnomem) {
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     kel_record *read = nullptr;
-    EXPECT_EQ(
-        s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
-        0U);
+    EXPECT_EQ(unmarshal(read, bytes), 0U);
     EXPECT_EQ(err, ENOMEM);
     EXPECT_EQ(handle->last_error, ENOMEM);
     EXPECT_EQ(read, nullptr);
@@ -86,9 +81,7 @@ TEST_P(RecordRead, ARecordWhoseObjectCannotBeCreatedIsStored) {
     const Bytes bytes = marshalled(make(1));
     kel_record *read = nullptr;
     kel_store_fail_allocation(session.store(), 2);
-    EXPECT_EQ(
-        s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
-        frame_size);
+    EXPECT_EQ(unmarshal(read, bytes), frame_size);
     kel_store_fail_allocation(session.store(), 0);
     EXPECT_EQ(err, ENOMEM);
     ASSERT_NE(read, nullptr);
@@ -126,9 +119,7 @@ TEST_P(RecordRead, IdentityAndHeaderAreNotChecked) {
     Bytes bytes = marshalled(record);
     std::memset(bytes.data(), untouched, frame_size);
     kel_record *read = nullptr;
-    EXPECT_EQ(
-        s.plain.unmarshal(handle, tx, &read, bytes.data(), static_cast<u32>(bytes.size()), 0, &err),
-        bytes.size());
+    EXPECT_EQ(unmarshal(read, bytes), bytes.size());
     EXPECT_EQ(err, 0U);
     expect_same(read, record);
     destroy(read);
@@ -139,13 +130,12 @@ TEST_P(RecordRead, ARecordWhoseKeyObjectCannotBeCreatedIsStoredWithItsValue) {
     if (!s.has_key_object()) return;
     kel_record *record = make(1, 1, 5);
     const Bytes bytes = marshalled(record);
-    const u32 length = static_cast<u32>(bytes.size());
     u32 met = 0;
     for (u64 n = 3; n < 12; ++n) {
         kel_record *read = nullptr;
         err = 0;
         kel_store_fail_allocation(session.store(), n);
-        const u32 consumed = s.plain.unmarshal(handle, tx, &read, bytes.data(), length, 0, &err);
+        const u32 consumed = unmarshal(read, bytes);
         kel_store_fail_allocation(session.store(), 0);
         ASSERT_NE(read, nullptr);
         if (err == ENOMEM && read->object != nullptr &&
@@ -167,9 +157,7 @@ TEST_P(RecordRead, InPlaceNeedsTheKeyObjectToo) {
     const Bytes bytes = marshalled(record);
     kel_record *target = make(2);
     void *key = s.key_object.detach(handle, tx, target);
-    EXPECT_EQ(s.plain.unmarshal(handle, tx, &target, bytes.data(), static_cast<u32>(bytes.size()),
-                                1, &err),
-              frame_size + object_len(record));
+    EXPECT_EQ(unmarshal(target, bytes, in_place), frame_size + object_len(record));
     EXPECT_EQ(err, ENOENT);
     EXPECT_EQ(handle->last_error, ENOENT);
     EXPECT_EQ(s.get_value(handle, target->object), 5U);
@@ -180,12 +168,12 @@ TEST_P(RecordRead, InPlaceNeedsTheKeyObjectToo) {
 TEST_P(RecordRead, InPlaceAllocatesNothing) {
     const Bytes bytes = marshalled(make(1, 1, 5));
     kel_record *target = make(2, 7, 6);
-    const u64 created = target->descriptor->variant_info->variants[0].created;
+    const u64 created = usage_of(target).created;
     const void *key = s.has_key_object() ? target->key_object : nullptr;
     HookRecorder hooks(handle);
-    s.plain.unmarshal(handle, tx, &target, bytes.data(), static_cast<u32>(bytes.size()), 1, &err);
+    unmarshal(target, bytes, in_place);
     EXPECT_EQ(err, 0U);
-    EXPECT_EQ(target->descriptor->variant_info->variants[0].created, created);
+    EXPECT_EQ(usage_of(target).created, created);
     for (const HookEvent &event : hooks.of(Hook::alloc)) {
         EXPECT_LT(event.length, s.record_size()) << "more than a text";
     }

@@ -13,6 +13,7 @@ namespace tarn::test {
 inline constexpr u32 header_size = 27;
 inline constexpr u32 frame_size = 43;
 inline constexpr u8 untouched = 0xa5;
+inline constexpr u32 in_place = 1;
 
 using Bytes = std::vector<u8>;
 
@@ -31,6 +32,11 @@ class WireTest : public TableTest {
             bytes.size());
         EXPECT_EQ(err, 0U);
         return bytes;
+    }
+    // Reads all of `bytes`, into a new record or into the given one.
+    u32 unmarshal(kel_record *&record, const Bytes &bytes, u32 mode = 0) {
+        return s.plain.unmarshal(handle, tx, &record, bytes.data(), static_cast<u32>(bytes.size()),
+                                 mode, &err);
     }
     std::string empty_text(const char *type) {
         return std::string("(ERR): Failed to marshal ") + s.name + " record: Field " + type +
