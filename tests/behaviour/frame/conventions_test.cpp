@@ -52,9 +52,9 @@ TEST_F(Conventions, ACrCreationWithoutMemoryReturnsTheFallbackObject) {
     EXPECT_EQ(handle->cr_fallback_enabled, 0U);
 
     // While the error is set the allocator isn't called again.
-    const std::size_t asked = hooks.count(Hook::alloc);
+    const std::size_t allocations = hooks.count(Hook::alloc);
     EXPECT_EQ(st_ldap_conn_create_cr(handle), object);
-    EXPECT_EQ(hooks.count(Hook::alloc), asked);
+    EXPECT_EQ(hooks.count(Hook::alloc), allocations);
 
     hooks.clear();
     st_ldap_conn_destroy_cr(handle, object);

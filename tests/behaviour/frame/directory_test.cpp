@@ -55,8 +55,10 @@ TEST_F(Directory, IsFilledOnceAndReturnsTheVectorOfATable) {
     EXPECT_EQ(err, 0U);
     ASSERT_NE(vector, nullptr);
     EXPECT_EQ(vector, tarnbase_table_lut[tarnbase_table_mrst_lookup(table_tbl_ldap_conn_luid)]);
-    EXPECT_EQ(0, std::memcmp(vector, tbl_ldap_conn_table_vft, sizeof(void *) * 48));
-    EXPECT_EQ(vector[2], reinterpret_cast<const void *>(&tbl_ldap_conn_table_open_unsafe));
+    EXPECT_EQ(0,
+              std::memcmp(vector, tbl_ldap_conn_table_vft, sizeof(void *) * KEL_TABLE_VFT_SLOTS));
+    EXPECT_EQ(vector[KEL_SLOT_TABLE_OPEN],
+              reinterpret_cast<const void *>(&tbl_ldap_conn_table_open_unsafe));
     EXPECT_EQ(services.count("table_vft_cpy"), 1U);
     EXPECT_EQ(tarnbase_table_vft_init(), 0U);
     EXPECT_EQ(services.count("table_vft_cpy"), 1U);

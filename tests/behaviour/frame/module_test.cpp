@@ -65,7 +65,6 @@ TEST(DescriptorList, HoldsValidDescriptorsWithUniqueIdentities) {
 }
 
 TEST(DescriptorList, ListsStructuresThenEnumerationsThenATableBeforeItsRecord) {
-    const std::vector<std::string> order = {"type", "enum", "table", "table_record"};
     std::size_t i = 0;
     while (i < item_count() && std::string(tarnbase_type_list[i]->kind) == "type") ++i;
     EXPECT_GT(i, 0U);

@@ -17,6 +17,7 @@
 #include "frame/conventions.h"
 #include "frame/schema.h"
 #include "frame/startup.h"
+#include "tarnbase/runtime.h"
 #include "tests/support/fixture.h"
 #include "tests/support/hooks.h"
 #include "tests/support/services.h"
@@ -39,9 +40,9 @@ const kel_type_info last = {KEL_TYPE_INFO_MAGIC, {3},          "last", "tbl_last
 
 const std::uint8_t table_luid[16] = {3};
 tarnbase::Table only_table = [] {
-    tarnbase::Table made = {};
-    made.luid = table_luid;
-    return made;
+    tarnbase::Table table = {};
+    table.luid = table_luid;
+    return table;
 }();
 const tarnbase::Table *const tables[] = {&only_table};
 
@@ -191,7 +192,8 @@ TEST_F(SmallModule, TheDumpTracesAnItemWithoutVariantsAndContinues) {
                           "variant 1 used length 20 alloc slop 12\n", "n_variants 1\n",
                           "variant 0 used length 8 alloc slop 0\n"}));
     ASSERT_EQ(trace.lines.size(), 1U);
-    EXPECT_TRUE(trace.has(3, "(ERR): type variant cached info is NULL during usage dump"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): type variant cached info is NULL during usage dump"));
     EXPECT_EQ(trace.lines[0].module_id, g_kel_tarnbase_type_trace_module_id);
 }
 
@@ -201,7 +203,8 @@ TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAndNotCopiedAgain) {
     const void *const *vector = nullptr;
     err = EIO;
     tarnbase_table_get_vft(handle, 9, table_luid, &vector, &err);
-    EXPECT_TRUE(trace.has(7, "(debug): Error already set when requesting tarnbase table vft"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_DEBUG,
+                          "(debug): Error already set when requesting tarnbase table vft"));
     EXPECT_EQ(services.count("table_vft_cpy"), 0U);
     trace.lines.clear();
 
@@ -214,7 +217,7 @@ TEST_F(SmallModule, ADirectoryThatCouldNotBeCopiedIsSearchedAndNotCopiedAgain) {
     EXPECT_EQ(handle->last_error, E2BIG);
     EXPECT_EQ(vector, &tarnbase_table_lut[0][0]);
     ASSERT_EQ(trace.lines.size(), 1U);
-    EXPECT_TRUE(trace.has(7, "(debug): Initializing table vft for small"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_DEBUG, "(debug): Initializing table vft for small"));
     EXPECT_EQ(trace.lines[0].module_id, 0U);  // which is not registered
 
     err = 0;
@@ -243,11 +246,12 @@ TEST_F(SmallModule, AUsageRecordIsThatOfItsVariantAndAMissingOneIsTraced) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
     EXPECT_EQ(&usage_record(&first, 3, 1, TraceModule::table), &two_usages[1]);
     ASSERT_EQ(trace.lines.size(), 1U);
-    EXPECT_TRUE(trace.has(6, "(info): variant 3 requested only 2 variants present"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_INFO, "(info): variant 3 requested only 2 variants present"));
     EXPECT_EQ(trace.lines[0].module_id, 31U);
     two_variants.variant_count = -1;
     EXPECT_EQ(&usage_record(&first, 0, 0, TraceModule::type), &two_usages[0]);
-    EXPECT_TRUE(trace.has(6, "(info): variant 0 requested only 4294967295 variants present"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_INFO, "(info): variant 0 requested only 4294967295 variants present"));
     two_variants.variant_count = 2;
     g_kel_tarnbase_table_trace_module_id = 0;
 }
@@ -356,8 +360,8 @@ TEST_F(SmallModuleDeathTest, AnInvalidDescriptorIsFatal) {
     other.magic = 0xbeeff00c;
     for (const kel_type_info *each : {static_cast<const kel_type_info *>(nullptr),
                                       static_cast<const kel_type_info *>(&other)}) {
-        for (const TraceModule each_module : {TraceModule::type, TraceModule::table}) {
-            EXPECT_EXIT(require_descriptor(each, each_module), ::testing::KilledBySignal(SIGABRT),
+        for (const TraceModule trace_module : {TraceModule::type, TraceModule::table}) {
+            EXPECT_EXIT(require_descriptor(each, trace_module), ::testing::KilledBySignal(SIGABRT),
                         "\\(FATAL\\): tinfo is null or corrupted");
         }
     }
