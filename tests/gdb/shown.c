@@ -7,14 +7,14 @@
 #include "tarnbase/embedded.h"
 #include "tarnbase/tarnbase.h"
 
-static void need(uint32_t err, const char *what) {
+static void require(uint32_t err, const char *what) {
     if (err == 0) return;
     fprintf(stderr, "%s: %s\n", what, strerror((int)err));
     exit(EXIT_FAILURE);
 }
 
 /* Where the debugger stops. */
-static void all_is_made(void) {}
+static void stop_here(void) {}
 
 static st_every *make_every(kel_handle *handle, uint32_t tx_id, const kel_vstring *label,
                             const ip_address *addr) {
@@ -24,18 +24,18 @@ static st_every *make_every(kel_handle *handle, uint32_t tx_id, const kel_vstrin
                      3, &err);
     st_every_label_set(handle, tx_id, every, label, &err);
     st_every_addr_set(handle, tx_id, every, addr, &err);
-    need(err, "st_every");
+    require(err, "st_every");
     return every;
 }
 
 static st_grown *make_grown(kel_handle *handle, int8_t variant) {
     uint32_t err = 0;
-    need(kel_handle_set_variant(handle, &_st_grown_type_info_internal, variant), "variant");
+    require(kel_handle_set_variant(handle, &_st_grown_type_info_internal, variant), "variant");
     st_grown *grown = st_grown_create(handle, KEL_TX_NONE);
     st_grown_total_set_value(handle, KEL_TX_NONE, grown, 5, &err);
     st_grown_minute_set_value(handle, KEL_TX_NONE, grown, 0, 1, &err);
     st_grown_minute_set_value(handle, KEL_TX_NONE, grown, 1439, 2, &err);
-    need(err, "st_grown");
+    require(err, "st_grown");
     return grown;
 }
 
@@ -51,8 +51,23 @@ static kel_record *make_pair(kel_handle *handle, uint32_t tx_id, const kel_vstri
     st_pair_count_set_value(handle, tx_id, pair, 9, &err);
     tbl_test_pair_pair_key_set_field(handle, tx_id, record, key);
     tbl_test_pair_st_pair_set_field(handle, tx_id, record, pair);
-    need(err, "pair");
+    require(err, "pair");
     return record;
+}
+
+static void refer_texts(kel_vstring *short_text, kel_vstring *long_text, kel_vstring *empty_text) {
+    static const char words[] = "a text\twith \"quotes\", a\0nul and \xff";
+    kel_vstring_refer(short_text, "twelve bytes", 12);
+    kel_vstring_refer(long_text, words, sizeof words - 1);
+    kel_vstring_refer(empty_text, "", 0);
+}
+
+static void refer_addresses(ip_address *ipv4, ip_address *ipv6, ip_address *no_address) {
+    static const unsigned char four[] = {192, 0, 2, 1};
+    static const unsigned char six[16] = {0x20, 1, 0xd, 0xb8, [15] = 1};
+    ip_address_refer(ipv4, KEL_ADDRESS_IPV4, four);
+    ip_address_refer(ipv6, KEL_ADDRESS_IPV6, six);
+    ip_address_refer(no_address, KEL_ADDRESS_NONE, NULL);
 }
 
 int main(void) {
@@ -60,33 +75,26 @@ int main(void) {
     kel_handle *handle;
     uint32_t tx_id;
     uint32_t err = 0;
-    need(kel_store_create_private(NULL, &store), "store");
-    need(kel_handle_create(store, 0, &handle), "handle");
+    require(kel_store_create_private(NULL, &store), "store");
+    require(kel_handle_create(store, 0, &handle), "handle");
     kel_table *numbers = tbl_test_number_table_open(handle, KEL_TX_NONE, "numbers", 0, &err);
     kel_table *pairs = tbl_test_pair_table_open_by_id(handle, KEL_TX_NONE, 77, 0, &err);
-    need(err, "tables");
+    require(err, "tables");
 
-    static const char words[] = "a text\twith \"quotes\", a\0nul and \xff";
     kel_vstring short_text, long_text, empty_text;
-    kel_vstring_refer(&short_text, "twelve bytes", 12);
-    kel_vstring_refer(&long_text, words, sizeof words - 1);
-    kel_vstring_refer(&empty_text, "", 0);
-    static const unsigned char four[] = {192, 0, 2, 1};
-    static const unsigned char six[16] = {0x20, 1, 0xd, 0xb8, [15] = 1};
+    refer_texts(&short_text, &long_text, &empty_text);
     ip_address ipv4, ipv6, no_address;
-    ip_address_refer(&ipv4, KEL_ADDRESS_IPV4, four);
-    ip_address_refer(&ipv6, KEL_ADDRESS_IPV6, six);
-    ip_address_refer(&no_address, KEL_ADDRESS_NONE, NULL);
+    refer_addresses(&ipv4, &ipv6, &no_address);
 
-    need(kel_transaction_begin(handle, &tx_id), "begin");
+    require(kel_transaction_begin(handle, &tx_id), "begin");
     st_every *every = make_every(handle, tx_id, &long_text, &ipv6);
     kel_record *number = tbl_test_number_create_record(handle, tx_id, &err);
     tbl_test_number_st_every_set_field(handle, tx_id, number, every);
     tbl_test_number_insert(handle, tx_id, numbers, number, &err);
     kel_record *pair = make_pair(handle, tx_id, &short_text, &ipv4);
     tbl_test_pair_insert(handle, tx_id, pairs, pair, &err);
-    need(err, "insert");
-    need(kel_transaction_commit(handle, tx_id), "commit");
+    require(err, "insert");
+    require(kel_transaction_commit(handle, tx_id), "commit");
 
     st_grown *small = make_grown(handle, 0);
     st_grown *grown = make_grown(handle, 1);
@@ -99,7 +107,7 @@ int main(void) {
     kel_object *any = (kel_object *)every;
     void *anything = every;
     st_every_label_set(handle, KEL_TX_NONE, every, NULL, &handle->last_error);
-    all_is_made();
+    stop_here();
 
     printf("%p %p %p %p %p %p %p %p\n", (void *)small, (void *)grown, (const void *)tracked,
            (void *)no_lamp, (void *)flag, (void *)any, anything, (void *)&empty_text);

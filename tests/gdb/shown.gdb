@@ -4,7 +4,7 @@ set width 0
 set style enabled off
 set confirm off
 set print elements 200
-break all_is_made
+break stop_here
 run
 echo \n=== loaded with the library\n
 info pretty-printer .*libtarnbase_test.* tarnbase
