@@ -143,12 +143,31 @@ class Driver {
     void enter_with_error();
 
     // reads.cpp
+    struct KeyRead {
+        u32 table;
+        kel_table *block;
+        Place place;
+        Place usual;  // the same of the default source
+    };
+    struct Step {
+        u32 table;
+        kel_table *block;
+        Place place;
+        kel_record *position;
+        u8 src;
+        bool forward;
+    };
     void expect_found(kel_record *record, const Found &expected);
+    KeyRead any_key_read();
     void search();
+    void search_in_a_mode(const KeyRead &read);
     void search_by_object();
     void step_by_key();
     void take_end();
+    void take_end_in_a_mode(u32 table, u8 src, bool first);
     void take_step();
+    void take_step_in_a_mode(const Step &step);
+    Found neighbour(const Step &step, const Filter &filter);
     void take_neighbour();
     void read_range();
     void count();

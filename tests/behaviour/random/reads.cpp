@@ -18,77 +18,76 @@ void Driver::expect_found(kel_record *record, const Found &expected) {
     expect_error(0);
 }
 
-void Driver::search() {
+Driver::KeyRead Driver::any_key_read() {
     const u32 table = any_table();
-    kel_table *block = model_.tables[table].block;
     const Place place = any_place();
-    const Place usual{place.tenant, place.key, KEL_SOURCE_DEFAULT};
+    history_.add("table", table);
+    history_.add("key", place.key);
+    history_.add("source", place.src);
+    return {
+        table, model_.tables[table].block, place, {place.tenant, place.key, KEL_SOURCE_DEFAULT}};
+}
+
+void Driver::search() {
+    const KeyRead read = any_key_read();
+    const auto &[table, block, place, usual] = read;
     const void *key = keys_[place.key]->value();
     const u32 nearest = random_.below(2);
     const u32 choice = random_.below(8);
-    history_.add("table", table);
-    history_.add("key", place.key);
-    history_.add("source", place.src);
     history_.add("form", choice);
-    kel_record *record = nullptr;
-    Found expected;
     switch (choice) {
         case 0:
-            record = form().search(handle_, tx_, block, key, &err_);
-            expected = model_.search(table, usual, false, true, false);
-            break;
+            return expect_found(form().search(handle_, tx_, block, key, &err_),
+                                model_.search(table, usual, false, true, false));
         case 1:
-            record = s.index.search_w_src(handle_, tx_, block, key, place.src, &err_);
-            expected = model_.search(table, place, false, true, false);
-            break;
+            return expect_found(s.index.search_w_src(handle_, tx_, block, key, place.src, &err_),
+                                model_.search(table, place, false, true, false));
         case 2:
-            record = s.index.search_nearest(handle_, tx_, block, key, &err_);
-            expected = model_.search(table, usual, true, true, false);
-            break;
+            return expect_found(s.index.search_nearest(handle_, tx_, block, key, &err_),
+                                model_.search(table, usual, true, true, false));
         case 3:
-            record = s.index.search_not_pending(handle_, tx_, block, key, nearest, &err_);
-            expected = model_.search(table, usual, nearest != 0, true, true);
-            break;
-        case 4:
+            return expect_found(
+                s.index.search_not_pending(handle_, tx_, block, key, nearest, &err_),
+                model_.search(table, usual, nearest != 0, true, true));
+        case 4: {
             // The nearest record is reported even if its key differs.
-            record = s.index.search_sub_first(handle_, tx_, block, key, &err_);
-            expected = model_.search(table, usual, true, true, false);
+            Found expected = model_.search(table, usual, true, true, false);
             if (expected.row != nullptr && expected.row->place.key != place.key) {
                 expected.row = nullptr;
             }
-            break;
-        case 5: {
-            // A `_cr` form takes source 0 as the default one.
-            record = s.index.search_cr(handle_, block, key, place.src, nearest * 3);
-            const Place meant = place.src == 0 ? usual : place;
-            expected = model_.search(table, meant, nearest != 0, true, false);
-            break;
+            return expect_found(s.index.search_sub_first(handle_, tx_, block, key, &err_),
+                                expected);
         }
-        default: {
-            const bool forward = random_.coin();
-            const bool skip = random_.coin();
-            record = s.index.search_internal(handle_, tx_, block, key, nearest, forward ? 1 : 0,
-                                             place.src, skip ? 1 : 0, &err_);
-            expected = model_.search(table, place, nearest != 0, forward, skip);
-        }
+        default:
+            return search_in_a_mode(read);
     }
-    expect_found(record, expected);
+}
+
+void Driver::search_in_a_mode(const KeyRead &read) {
+    const auto &[table, block, place, usual] = read;
+    const void *key = keys_[place.key]->value();
+    const u32 nearest = random_.below(2);
+    if (random_.below(3) == 0) {
+        // A `_cr` form takes source 0 as the default one.
+        return expect_found(
+            s.index.search_cr(handle_, block, key, place.src, nearest * 3),
+            model_.search(table, place.src == 0 ? usual : place, nearest != 0, true, false));
+    }
+    const bool forward = random_.coin();
+    const bool skip = random_.coin();
+    expect_found(s.index.search_internal(handle_, tx_, block, key, nearest, forward ? 1 : 0,
+                                         place.src, skip ? 1 : 0, &err_),
+                 model_.search(table, place, nearest != 0, forward, skip));
 }
 
 void Driver::search_by_object() {
-    const u32 table = any_table();
-    kel_table *block = model_.tables[table].block;
-    const Place place = any_place();
+    const auto [table, block, place, usual] = any_key_read();
     const void *object = keys_[place.key]->object();
     const u32 nearest = random_.below(2);
-    history_.add("table", table);
-    history_.add("key", place.key);
-    history_.add("source", place.src);
     history_.add("nearest", nearest);
     if (random_.coin()) {
         expect_found(form().search_object(handle_, tx_, block, object, nearest, &err_),
-                     model_.search(table, {place.tenant, place.key, KEL_SOURCE_DEFAULT},
-                                   nearest != 0, true, false));
+                     model_.search(table, usual, nearest != 0, true, false));
     } else {
         expect_found(
             form().search_object_w_src(handle_, tx_, block, object, nearest, place.src, &err_),
@@ -97,15 +96,9 @@ void Driver::search_by_object() {
 }
 
 void Driver::step_by_key() {
-    const u32 table = any_table();
-    kel_table *block = model_.tables[table].block;
-    const Place place = any_place();
-    const Place usual{place.tenant, place.key, KEL_SOURCE_DEFAULT};
+    const auto [table, block, place, usual] = any_key_read();
     const Key &key = *keys_[place.key];
     const u32 choice = random_.below(8);
-    history_.add("table", table);
-    history_.add("key", place.key);
-    history_.add("source", place.src);
     history_.add("form", choice);
     switch (choice) {
         case 0:
@@ -172,68 +165,80 @@ void Driver::take_end() {
         case 6:
             return expect_found(s.index.last_not_pending(handle_, tx_, block, src, &err_),
                                 last({src, true, true}));
-        default: {
-            const u32 mode = random_.below(2);
-            const Filter filter{src == 0 ? u8{KEL_SOURCE_DEFAULT} : src, mode == 0, false};
-            return expect_found(
-                s.index.get_cr(handle_, block, choice == 7 ? 0 : 1, nullptr, src, mode),
-                choice == 7 ? first(filter) : last(filter));
-        }
+        default:
+            return take_end_in_a_mode(table, src, choice == 7);
     }
+}
+
+// A `_cr` form takes source 0 as the default one.
+void Driver::take_end_in_a_mode(u32 table, u8 src, bool first) {
+    const u32 mode = random_.below(2);
+    const Filter filter{src == 0 ? u8{KEL_SOURCE_DEFAULT} : src, mode == 0, false};
+    expect_found(
+        s.index.get_cr(handle_, model_.tables[table].block, first ? 0 : 1, nullptr, src, mode),
+        found_of(first ? model_.first(table, tenant_, filter)
+                       : model_.last(table, tenant_, filter)));
+}
+
+Found Driver::neighbour(const Step &step, const Filter &filter) {
+    return found_of(step.forward ? model_.next(step.table, step.place, tenant_, filter)
+                                 : model_.prev(step.table, step.place, tenant_, filter));
 }
 
 void Driver::take_step() {
     const u32 table = any_table();
-    kel_table *block = model_.tables[table].block;
     const u32 number = pick_any();
     if (number == no_row) return;
-    const Place place = model_.rows[number].place;
-    kel_record *position = model_.rows[number].record;
-    const u8 src = any_source();
-    const bool forward = random_.coin();
+    const Row &row = model_.rows[number];
+    const Step step{table,         model_.tables[table].block, row.place, row.record, any_source(),
+                    random_.coin()};
+    kel_table *const block = step.block;
+    kel_record *const position = step.position;
+    const u8 src = step.src;
+    const bool forward = step.forward;
     const u32 choice = random_.below(6);
-    const auto neighbour = [&](const Filter &filter) {
-        return found_of(forward ? model_.next(table, place, tenant_, filter)
-                                : model_.prev(table, place, tenant_, filter));
-    };
     history_.add("table", table);
     history_.add("row", number);
     history_.add("source", src);
     history_.add("form", choice * 2 + (forward ? 1 : 0));
     switch (choice) {
         case 0: {
-            const auto step = forward ? names().next : names().prev;
-            return expect_found(step(handle_, tx_, block, position, &err_), neighbour({}));
+            const auto take = forward ? names().next : names().prev;
+            return expect_found(take(handle_, tx_, block, position, &err_), neighbour(step, {}));
         }
         case 1: {
-            const auto step = forward ? names().next_by_src : names().prev_by_src;
-            return expect_found(step(handle_, tx_, block, position, src, &err_), neighbour({src}));
+            const auto take = forward ? names().next_by_src : names().prev_by_src;
+            return expect_found(take(handle_, tx_, block, position, src, &err_),
+                                neighbour(step, {src}));
         }
         case 2: {
-            const auto step = forward ? names().next_ignore_src : names().prev_ignore_src;
-            return expect_found(step(handle_, tx_, block, position, &err_),
-                                neighbour({0, false, false}));
+            const auto take = forward ? names().next_ignore_src : names().prev_ignore_src;
+            return expect_found(take(handle_, tx_, block, position, &err_),
+                                neighbour(step, {0, false, false}));
         }
         case 3: {
-            const auto step = forward ? s.index.next_not_pending : s.index.prev_not_pending;
-            return expect_found(step(handle_, tx_, block, position, src, &err_),
-                                neighbour({src, true, true}));
+            const auto take = forward ? s.index.next_not_pending : s.index.prev_not_pending;
+            return expect_found(take(handle_, tx_, block, position, src, &err_),
+                                neighbour(step, {src, true, true}));
         }
-        case 4: {
-            const u32 mode = random_.below(2);
-            const Filter filter{src == 0 ? u8{KEL_SOURCE_DEFAULT} : src, mode == 0, false};
-            return expect_found(
-                s.index.get_cr(handle_, block, forward ? 3 : 2, position, src, mode),
-                neighbour(filter));
-        }
-        default: {
-            const u32 match = random_.below(2);
-            const u32 skip = random_.below(2);
-            const auto step = forward ? s.index.next_internal : s.index.prev_internal;
-            return expect_found(step(handle_, tx_, block, position, src, match, skip, &err_),
-                                neighbour({src, match != 0, skip != 0}));
-        }
+        default:
+            return take_step_in_a_mode(step);
     }
+}
+
+void Driver::take_step_in_a_mode(const Step &step) {
+    const u8 src = step.src;
+    const u32 match = random_.below(2);
+    if (random_.coin()) {
+        const Filter filter{src == 0 ? u8{KEL_SOURCE_DEFAULT} : src, match != 0, false};
+        return expect_found(s.index.get_cr(handle_, step.block, step.forward ? 3 : 2, step.position,
+                                           src, 1 - match),
+                            neighbour(step, filter));
+    }
+    const u32 skip = random_.below(2);
+    const auto take = step.forward ? s.index.next_internal : s.index.prev_internal;
+    expect_found(take(handle_, tx_, step.block, step.position, src, match, skip, &err_),
+                 neighbour(step, {src, match != 0, skip != 0}));
 }
 
 // Records of the same key, of any tenant.
