@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Reading and writing XML and text, compared with libxml2's parse alone and with appending
-// the same text piece by piece.
+// Reading and writing XML and text, compared with the parse of libxml2 and of expat alone, and with
+// appending the same text piece by piece.
 #include <benchmark/benchmark.h>
+#ifdef TARNBASE_HAS_EXPAT
+#include <expat.h>
+#endif
 #include <libxml/parser.h>
 
 #include <charconv>
@@ -63,6 +66,29 @@ void parse_alone(benchmark::State &state, const std::string &text) {
     }
 }
 
+#ifdef TARNBASE_HAS_EXPAT
+// Expat calls a function for each part, and keeps nothing.
+void scan_alone(benchmark::State &state, const std::string &text) {
+    std::uint64_t parts = 0;
+    for (auto _ : state) {
+        XML_Parser parser = XML_ParserCreate(nullptr);
+        XML_SetUserData(parser, &parts);
+        XML_SetElementHandler(
+            parser,
+            [](void *count, const char *, const char **) {
+                ++*static_cast<std::uint64_t *>(count);
+            },
+            [](void *count, const char *) { ++*static_cast<std::uint64_t *>(count); });
+        XML_SetCharacterDataHandler(
+            parser, [](void *count, const char *, int) { ++*static_cast<std::uint64_t *>(count); });
+        if (XML_Parse(parser, text.data(), static_cast<int>(text.size()), 1) != XML_STATUS_OK)
+            state.SkipWithError("scan");
+        XML_ParserFree(parser);
+    }
+    benchmark::DoNotOptimize(parts);
+}
+#endif
+
 void ParseAloneNumbers(benchmark::State &state) { parse_alone(state, stats_element(1)); }
 BENCHMARK(ParseAloneNumbers);
 
@@ -111,6 +137,20 @@ void ParseAloneTable(benchmark::State &state) {
     count_records(state);
 }
 BENCHMARK(ParseAloneTable)->Unit(benchmark::kMillisecond);
+
+#ifdef TARNBASE_HAS_EXPAT
+void ScanNumbers(benchmark::State &state) { scan_alone(state, stats_element(1)); }
+BENCHMARK(ScanNumbers);
+
+void ScanArray(benchmark::State &state) { scan_alone(state, minutes_element()); }
+BENCHMARK(ScanArray)->Unit(benchmark::kMicrosecond);
+
+void ScanTable(benchmark::State &state) {
+    scan_alone(state, table_document(table_records));
+    count_records(state);
+}
+BENCHMARK(ScanTable)->Unit(benchmark::kMillisecond);
+#endif
 
 std::uint32_t read_record(kel_xml_document *element, void *context) {
     kel_handle *handle = static_cast<Session *>(context)->handle;
