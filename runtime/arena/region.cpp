@@ -118,9 +118,8 @@ void Region::add_discarded(std::uint64_t end, UnsharedPages &own) const {
             own.offsets.push_back(at);
         }
     }
-    std::ranges::sort(own.offsets);
-    const auto repeated = std::ranges::unique(own.offsets);
-    own.offsets.erase(repeated.begin(), repeated.end());
+    std::sort(own.offsets.begin(), own.offsets.end());
+    own.offsets.erase(std::unique(own.offsets.begin(), own.offsets.end()), own.offsets.end());
 }
 
 bool Region::contains(const void *address, std::uint64_t length) const {
