@@ -25,7 +25,7 @@ std::vector<AddressRange> ranges_of_neighbours(const char *path) {
     fs::directory_iterator entry(parent.empty() ? "." : parent, error);
     for (int i = 0; !error && entry != fs::directory_iterator() && i < most_entries; ++i) {
         std::error_code ignored;
-        if (entry->is_directory(ignored)) {
+        if (entry->symlink_status(ignored).type() == fs::file_type::directory) {
             const File folder(
                 ::open(entry->path().c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
             const auto range =
