@@ -78,8 +78,8 @@ GROUPS = [
 # The rows of the short page: a title, and what `Row` has of it.
 SHORT = [
     ('find a record by a text key among 100,000', 'find', 'text', 100000),
-    ('the same among 1,000,000', 'find', 'text', 1000000),
-    ('the same, each search depending on the one before', 'dependent find', 'text', 1000000),
+    ('find among 1,000,000', 'find', 'text', 1000000),
+    ('find among 1,000,000, each search depending on the one before', 'dependent find', 'text', 1000000),
     ('learn that a key is missing, among 1,000,000', 'miss', 'text', 1000000),
     ('find by a `u_int32` key among 1,000,000', 'find', 'u32', 1000000),
     ('insert with a text key, 1,000,000 in one transaction', 'insert', 'text', 1000000),
@@ -89,7 +89,7 @@ SHORT = [
     ('a transaction with one changed field', 'update and commit', 'text', 100000),
     ('a transaction that is rolled back', 'insert and rollback', 'text', 100000),
     ('encode a string and 18 numbers', 'encode', 'small', 1),
-    ('decode them', 'decode', 'small', 1),
+    ('decode a string and 18 numbers', 'decode', 'small', 1),
     ('encode a string, 40 numbers and 1440 bytes', 'encode', 'large', 1),
-    ('decode them', 'decode', 'large', 1),
+    ('decode a string, 40 numbers and 1440 bytes', 'decode', 'large', 1),
 ]
