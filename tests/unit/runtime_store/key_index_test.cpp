@@ -45,11 +45,11 @@ std::uint32_t compare(const kel_index_node *a, const kel_index_node *b) {
     return key_of(a) < key_of(b) ? 0 : key_of(a) == key_of(b) ? 1 : 2;
 }
 
-std::size_t put(KeyBytes &bytes, std::size_t at, std::uint64_t number, std::size_t size) {
-    for (std::size_t i = 0; i < size && at < bytes.size(); ++i, ++at) {
-        bytes.at(at) = static_cast<unsigned char>(number >> 8 * (size - 1 - i));
+// Puts a number of eight bytes, the most significant one first.
+void put(KeyBytes &bytes, std::size_t at, std::uint64_t number) {
+    for (int shift = 56; shift >= 0 && at < bytes.size(); shift -= 8) {
+        bytes.at(at++) = static_cast<unsigned char>(number >> shift);
     }
-    return at;
 }
 
 class BytesOfKey final : public KeyOrder {
@@ -60,19 +60,19 @@ class BytesOfKey final : public KeyOrder {
         const auto key = static_cast<std::uint64_t>(key_of(node) + 1'000'000);
         switch (order_) {
             case Order::exact:
-                put(bytes, 0, key, 4);
+                put(bytes, 0, key);
                 break;
             case Order::coarse:
-                put(bytes, 0, key / 50, 4);
+                put(bytes, 0, key / 50);
                 break;
             case Order::after_a_long_prefix:
                 std::fill_n(bytes.begin(), 30, static_cast<unsigned char>('x'));
-                put(bytes, 30, key, 10);
+                put(bytes, 30, key);
                 break;
             case Order::in_groups:
                 // Ten groups with a prefix of their own, in which the keys differ late.
                 std::fill_n(bytes.begin(), 20, static_cast<unsigned char>(key / 500));
-                put(bytes, 20, key, 12);
+                put(bytes, 20, key);
                 break;
             case Order::unknown:
                 break;
@@ -179,6 +179,13 @@ class Index {
     Entry *entry(int key) const { return entries[static_cast<std::size_t>(key)]; }
     bool has_pages() const { return is_page(*anchor); }
 
+    std::uint64_t leaves() const {
+        std::uint64_t count = 0;
+        const IndexPage *leaf =
+            has_pages() ? first_leaf(static_cast<IndexPage *>(*anchor)) : nullptr;
+        for (; leaf != nullptr; leaf = leaf->next) ++count;
+        return count;
+    }
     std::vector<int> walked() const {
         std::vector<int> keys;
         e_avl_walk(
@@ -276,7 +283,13 @@ TEST_P(KeyIndex, IsEqualToASetAfterRandomEdits) {
 }
 
 TEST_P(KeyIndex, HoldsKeysThatCameInOrderOrBackwards) {
-    for (int key = 0; key < 2000; ++key) insert(key);
+    const bool is_known = known.order != Order::unknown;
+    for (int key = 0; key < 2000; ++key) {
+        insert(key);
+        EXPECT_TRUE(key < 31 || index.has_pages() == is_known);
+    }
+    const std::uint64_t in_order = index.leaves();
+    EXPECT_LE(in_order, is_known ? 2000 / IndexPage::capacity + 2 : 0) << "they fill their pages";
     for (int key = most_keys - 1; key > 3000; --key) insert(key);
     index.expect_keys(model);
     for (int key = 0; key < most_keys; key += 7) expect_all_steps(key);
@@ -495,10 +508,7 @@ class KeyIndexCosts : public SmallStoreTest {
     void SetUp() override {
         for (int i = 0; i < keys; ++i) ASSERT_TRUE(index.insert(index.entry(i * 7 % keys * 2)));
         for (const Entry *entry : index.entries) wanted += entry->key % 2 == 0 ? 1 : 0;
-        for (const IndexPage *leaf = first_leaf(static_cast<IndexPage *>(*index.anchor));
-             leaf != nullptr; leaf = leaf->next) {
-            ++leaves;
-        }
+        leaves = index.leaves();
     }
     template <typename Call>
     static std::uint64_t comparisons_of(Call call) {
@@ -522,6 +532,19 @@ TEST_F(KeyIndexCosts, ASearchComparesWithTheRecordItFindsAlone) {
         for (int key = 0; key < 2 * keys; key += 2) index.find(key);
     });
     EXPECT_LE(all, keys + leaves);
+}
+
+// Pages of keys that begin alike have longer prefixes after they were split. The root has keys of
+// all groups.
+TEST_F(KeyIndexCosts, ASearchComparesSeldomMoreIfKeysBeginAlike) {
+    for (const auto &[known, most] : {std::pair{all_orders[3], 2U}, std::pair{all_orders[4], 5U}}) {
+        Index alike(store, known, keys);
+        for (int i = 0; i < keys; ++i) ASSERT_TRUE(alike.insert(alike.entry(i * 7 % keys)));
+        const std::uint64_t all = comparisons_of([&] {
+            for (int key = 0; key < keys; ++key) alike.find(key);
+        });
+        EXPECT_LE(all, std::uint64_t{most} * keys) << known.name;
+    }
 }
 
 TEST_F(KeyIndexCosts, AScanComparesAtTheEndsOfLeavesAlone) {
