@@ -41,7 +41,7 @@ class Walk {
     Walk *outer_;                     // the walk in whose visit this one runs
 };
 
-// What an edit tells the walks of its thread.
+// Edits call these: they move the walks of the thread along.
 void entry_inserted(const IndexPage *leaf, std::uint32_t slot);
 void entry_removed(const IndexPage *leaf, std::uint32_t slot);
 // The entries from `first` on have become those from `to.slot` on of another leaf.
