@@ -43,7 +43,9 @@ typedef struct kel_key_order {
     e_avl_compare_function compare; /* the function that is described */
     const kel_key_part *parts;      /* copied */
     uint32_t part_count;            /* 0: the function is about to be unloaded */
+    /* The comparison of texts that the library is bound to. */
     int32_t (*compare_text)(const kel_vstring *a, const kel_vstring *b);
+    /* The one of addresses. */
     int32_t (*compare_address)(const ip_address *a, const ip_address *b);
 } kel_key_order;
 
