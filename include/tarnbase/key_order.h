@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * What the library can tell a runtime of the order of its key indexes, besides the comparison
- * functions that it passes to e_avl_insert and the other services of the tree. With it an index
- * can keep parts of the keys and needn't read the records that it searches.
+ * Describes the order of the library's key indexes to a runtime, besides the comparison functions
+ * that the library passes to e_avl_insert and the other services of the tree. With it an index can
+ * keep parts of the keys, and needn't read the records that it searches.
  *
  * This is an optional service: a runtime need not have it. The library looks it up by its name
  * when it is loaded, and describes each of its comparison functions to it.
@@ -45,14 +45,14 @@ typedef struct kel_key_order {
     uint32_t part_count;            /* 0: the function is about to be unloaded */
     /* The comparison of texts that the library is bound to. */
     int32_t (*compare_text)(const kel_vstring *a, const kel_vstring *b);
-    /* The one of addresses. */
+    /* The comparison of addresses that it is bound to. */
     int32_t (*compare_address)(const ip_address *a, const ip_address *b);
 } kel_key_order;
 
 /*
  * Describes the order of a comparison function. A later description replaces an earlier one. A
- * description with another `size`, or with comparisons of texts and addresses that aren't the
- * runtime's own, is ignored: then an index compares records. Any thread may call it.
+ * description with another `size` is ignored. After one with comparisons of texts and addresses
+ * that aren't the runtime's own, an index compares records. Any thread may call it.
  */
 TARNBASE_API void kel_index_describe_order(const kel_key_order *order);
 

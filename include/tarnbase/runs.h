@@ -35,16 +35,16 @@ typedef uint32_t (*kel_unmarshal_run)(kel_handle *handle, uint32_t tx_id, const 
                                       void *values, uint32_t count, uint32_t remaining,
                                       uint32_t in_place, uint32_t *err);
 
-/* An operation on runs, and the service of value.h that it does many times. */
+/* An operation on runs, and the service of value.h that it repeats. */
 typedef struct kel_run_service {
     void (*single)(void); /* the runtime's own function of the service */
     void (*run)(void);    /* a kel_marshal_run or kel_unmarshal_run */
 } kel_run_service;
 
 /*
- * The runtime's operations on runs. The library uses one only if the service beside
- * it is the one that the library is bound to. A program that replaces the service
- * therefore still gets a call for each value.
+ * The runtime's operations on runs. The library uses `run` only if `single` is the
+ * function that its own calls of the service reach. A program that replaces the
+ * service therefore still gets a call for each value.
  * Arguments: `count` gets the number of entries.
  * Returns: the entries, in any order. They are constant.
  */

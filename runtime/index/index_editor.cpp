@@ -90,7 +90,7 @@ void IndexEditor::add(Path &path, std::uint32_t level, std::uint32_t slot, const
 void IndexEditor::split(Path &path, std::uint32_t level, std::uint32_t slot, const Entry &entry) {
     IndexPage &left = *path.steps[level].page;
     IndexPage &right = *reserved_[--reserved_count_];
-    // Keys that come in order fill each page before they begin the next one.
+    // Keys that are inserted in order fill each page before the next one begins.
     const bool is_at_end = slot == left.count && (level > 0 || left.next == nullptr);
     const std::uint32_t first = is_at_end ? left.count : left.count / 2U;
     move_entries(left, first, right);
@@ -124,7 +124,7 @@ void IndexEditor::link_after(IndexPage &leaf, IndexPage &right) {
     set(leaf.next, &right);
 }
 
-// Enters the right half of a page that was split in the page above.
+// Adds the right half of a split page to the page above.
 void IndexEditor::link_above(Path &path, std::uint32_t level, IndexPage *left, IndexPage *right) {
     if (!path.is_root(level)) {
         KeyBytes key;
@@ -158,7 +158,7 @@ void IndexEditor::remove_from(Path &path, std::uint32_t level) {
     }
 }
 
-// Unlinks a page without entries that are in use.
+// Unlinks and frees a page whose entries are no longer used.
 void IndexEditor::drop_page(Path &path, std::uint32_t level) {
     IndexPage *page = path.steps[level].page;
     if (page->previous != nullptr) set(page->previous->next, page->next);
@@ -171,7 +171,7 @@ void IndexEditor::drop_page(Path &path, std::uint32_t level) {
     free_page(page);
 }
 
-// A root with one page below is replaced by that page.
+// Replaces a root with one page below it by that page.
 void IndexEditor::lower_root() {
     for (auto *root = static_cast<IndexPage *>(*anchor_); !root->is_leaf() && root->count == 1;) {
         IndexPage *below = root->page(0);
@@ -181,7 +181,7 @@ void IndexEditor::lower_root() {
     }
 }
 
-// Joins a leaf of few entries with one next to it below the same page.
+// Merges a leaf that has few entries with a neighbour below the same page.
 void IndexEditor::merge(Path &path) {
     const Path::Step above = path.steps[1];
     if (above.slot + 1U < above.page->count && merge_right(path, above.slot)) return;

@@ -55,7 +55,7 @@ class IndexEditor {
     const IndexStore &store_;
     void **anchor_;
     const KeyOrder &order_;
-    // Pages that an insertion needs; the leaf is taken first, from the end.
+    // Pages that an insertion needs. They are taken from the end, the leaf first.
     std::array<IndexPage *, most_index_levels + 1> reserved_{};
     std::uint32_t reserved_count_ = 0;
 };

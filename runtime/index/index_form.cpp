@@ -53,7 +53,7 @@ class PageBuilder {
             finish_level(end);
         }
     }
-    // Hands the pages over: the root, whose nodes are marked as those of an index.
+    // Returns the root, after marking the nodes as those of the index. The pages are the caller's.
     IndexPage *link(void **anchor) {
         for (std::size_t i = 0; i < leaves_; ++i) {
             for (std::uint32_t slot = 0; slot < pages_[i]->count; ++slot) {
@@ -127,7 +127,7 @@ void make_pages_of_tree(const IndexStore &store, void **anchor, const KeyOrder &
     set(store.log, *anchor, static_cast<void *>(builder.link(anchor)));
     forget_positions();
 } catch (const std::bad_alloc &) {
-    // It stays a tree.
+    // The index stays a tree.
 }
 
 void make_tree_of_pages(const IndexStore &store, void **anchor) {

@@ -20,7 +20,7 @@ inline kel_index_node node_in(void **anchor) {
 // A new page without entries, or null.
 IndexPage *make_page(const IndexStore &store, std::uint32_t level);
 
-// Replaces the tree by pages, if there is memory for them; else it stays.
+// Replaces the tree by pages, if there is memory for them. Otherwise the tree stays.
 void make_pages_of_tree(const IndexStore &store, void **anchor, const KeyOrder &order);
 // Replaces the pages by a tree, which needs no memory.
 void make_tree_of_pages(const IndexStore &store, void **anchor);

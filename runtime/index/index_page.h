@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The pages of a key index. Nothing outside this folder, the check and the frames of a commit uses
-// them.
+// The pages of a key index. Only this folder, the check and the frames of a commit use them.
 //
 //   offset  size  member
 //        0     8  mark: `index_page_mark`
@@ -14,8 +13,8 @@
 //      544   480  entries: of a leaf the nodes in order, of another page the pages below
 //
 // The key of a page below is that of its first node, or of one that was the first and has been
-// removed. The first key of a page that isn't a leaf has no part in the prefix, and its digest is
-// not used.
+// removed. In a page that isn't a leaf, the first key need not begin with the prefix, and its
+// digest is unused.
 #ifndef TARNBASE_RUNTIME_INDEX_INDEX_PAGE_H
 #define TARNBASE_RUNTIME_INDEX_INDEX_PAGE_H
 
@@ -27,7 +26,7 @@
 
 namespace tarnbase::runtime {
 
-// No address: the first word of every other block that an index or an object refers to is one.
+// Not an address. The first word of every other block that an index or an object refers to is one.
 inline constexpr std::uint64_t index_page_mark = 0xf17e5c0de81e55edULL;
 
 struct IndexPage {
@@ -55,7 +54,7 @@ struct IndexPage {
 };
 static_assert(sizeof(IndexPage) == 1024);
 
-// The levels of the largest index, and some more.
+// More levels than the largest index has.
 inline constexpr std::uint32_t most_index_levels = 16;
 
 // Whether a root is a page, and not a node of a tree.

@@ -24,7 +24,7 @@ class Target {
     // Only if the order is known.
     const KeyBytes &key() const { return key_; }
     std::uint32_t compare_with(const kel_index_node *other) const { return compare_(node_, other); }
-    // The same the other way round, as the comparison's caller has its arguments.
+    // The same with the arguments swapped.
     std::uint32_t compare_from(const kel_index_node *other) const { return compare_(other, node_); }
 
  private:
@@ -58,7 +58,7 @@ struct Candidates {
     std::uint32_t first;
     std::uint32_t end;
 };
-// What the digests say of the target, without reading a record.
+// Found by prefix and digests, without reading a record.
 Candidates candidates_in(const IndexPage &page, const Target &target);
 
 // Where a key belongs: the first slot whose key isn't smaller, and whether it is equal.

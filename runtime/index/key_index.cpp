@@ -26,7 +26,7 @@ bool find_path(void *root, const Target &target, Path &path) {
     });
 }
 
-// Whether a node orders between its neighbours: its key can have been changed in place.
+// Whether a node orders between its neighbours: its key may have been changed in place.
 bool is_in_order(Position at, const Target &target) {
     const IndexPage &leaf = *at.leaf;
     if (target.order() != nullptr && at.slot > 0 && at.slot + 1U < leaf.count &&
@@ -41,7 +41,7 @@ bool is_in_order(Position at, const Target &target) {
            (high == nullptr || target.compare_with(high) == orders_before);
 }
 
-// The node that orders next on that side of one that is out of its place.
+// The nearest node on that side of one whose key was changed in place.
 Position nearest_to_misplaced(void *root, const Target &target, Side side) {
     const bool forward = side == after;
     const std::uint32_t wanted = forward ? orders_before : orders_after;
@@ -53,8 +53,8 @@ Position nearest_to_misplaced(void *root, const Target &target, Side side) {
     return {};
 }
 
-// The place of a node by the last step, or by a search. Returns whether a node is there that has
-// an equal key, which may be the node itself.
+// Finds the place of a node by the last step, or by a search. Returns whether a node with an equal
+// key is there, which may be the node itself.
 bool locate(void *root, const Target &target, Position &at) {
     if (const kel_index_node *node = target.node();
         anchor_of(node) != nullptr && find_last_position(node, at) && *anchor_of(node) == root) {
@@ -82,7 +82,7 @@ Position neighbour(void *root, const Target &target, Side side) {
     return node_at(at) == target.node() && at.leaf != nullptr ? next_to(at, side) : at;
 }
 
-// Fetches nodes of the same leaf that further steps in this direction come to.
+// Prefetches the nodes of the same leaf that the next steps in this direction reach.
 void prefetch_from(Position at, const KeyOrder *order, Side side) {
     if (order == nullptr) return;
     const auto prefetch = [&](std::uint32_t distance, KeyOrder::Stage stage) {
@@ -102,13 +102,13 @@ kel_index_node *step(void *root, const kel_index_node *node, Compare compare, Si
     return node_at(found);
 }
 
-// A height from which on pages take less time than a tree.
+// A tree of this height or more takes more time than pages.
 constexpr std::uint32_t least_height_of_pages = 5;
 
 bool insert_in_tree(const IndexStore &store, void **anchor, kel_index_node *node, Compare compare) {
     bool is_higher = false;
     if (!tree_insert(store.log, anchor, node, compare, &is_higher)) return false;
-    // Without memory for the pages, that is tried again when there are twice as many nodes.
+    // If there is no memory for the pages, they are tried again when the tree grows by a level.
     const KeyOrder *order = is_higher ? order_of_keys(compare) : nullptr;
     if (order != nullptr && tree_height(*anchor) >= least_height_of_pages) {
         make_pages_of_tree(store, anchor, *order);

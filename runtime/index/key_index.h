@@ -2,10 +2,10 @@
 // The index of a table's records, whose nodes are inside them. Its root is the anchor word, whose
 // address identifies it: it must not move.
 //
-// An index of few nodes is a tree of them (tree.h). If more than the comparison is known of the
-// order (key_order.h), a larger one is a B+tree: pages with a digest of each key, so that a search
-// compares only with nodes of an equal digest. Pages are blocks of the store; without memory for
-// one, the index becomes a tree again, so that an insertion never fails.
+// A small index is a tree of its nodes (tree.h). A larger one, if more is known about its order
+// than the comparison (key_order.h), is a B+tree: pages with a digest of each key, so that a search
+// compares only with nodes of an equal digest. Pages are blocks of the store. If there is no memory
+// for one, the index becomes a tree again, so that an insertion never fails.
 //
 // The key of a node must not be changed while it is in the index. If it is, a search may miss the
 // node, but steps from it, its removal and searches for other keys work.

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What is known of a key index's order besides its comparison: bytes of a key whose order
-// agrees with it. An index keeps some of them beside its records and so needn't read the records.
+// What is known about the order of a key index besides its comparison: how to encode a key as bytes
+// whose order agrees with it. An index keeps some of these bytes and so rarely reads its records.
 #ifndef TARNBASE_RUNTIME_INDEX_KEY_ORDER_H
 #define TARNBASE_RUNTIME_INDEX_KEY_ORDER_H
 
@@ -12,20 +12,20 @@
 
 namespace tarnbase::runtime {
 
-// The bytes that an index page skips at most, and those that a digest has.
+// The most bytes that an index page skips, and the bytes of a digest.
 inline constexpr std::uint32_t longest_prefix = 32;
 inline constexpr std::uint32_t digest_bytes = 8;
 
 // The first bytes of a key, as unsigned bytes from the most significant on, followed by zeros. Of
-// two keys the one that orders before has no greater bytes; keys with equal bytes may differ.
+// two keys, the one that orders first never has greater bytes; keys with equal bytes may differ.
 using KeyBytes = std::array<unsigned char, longest_prefix + digest_bytes>;
 
 // The order of a comparison.
 class KeyOrder {
  public:
     virtual void encode(const kel_index_node *node, KeyBytes &bytes) const = 0;
-    // Fetches what a comparison with the node reads, a stage at a time: each reads what the one
-    // before has fetched.
+    // Prefetches what a comparison with the node reads, in stages: each reads what the stage before
+    // it has fetched.
     enum class Stage : std::uint8_t { node, object, texts };
     virtual void prefetch(const kel_index_node *node, Stage stage) const = 0;
 

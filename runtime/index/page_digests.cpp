@@ -7,8 +7,7 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// Bytes that neighbours have in common and that still stay out of a new prefix: the next keys of
-// the page needn't shorten it then.
+// Common bytes that a new prefix leaves out, so that the next keys of the page needn't shorten it.
 constexpr std::uint32_t spare_bytes = 2;
 
 std::uint32_t common_length(const unsigned char *a, const unsigned char *b, std::uint32_t most) {
@@ -32,7 +31,7 @@ void set_prefix(IndexPage &page, const unsigned char *bytes, std::uint32_t skip)
     page.skip = static_cast<std::uint8_t>(skip);
 }
 
-// The longest prefix for a page: that of its first and last key, of all between them too.
+// The length of a new prefix. What the first and the last key begin with, all between begin with.
 std::uint32_t best_skip(const KeyBytes &first, const KeyBytes &last) {
     const std::uint32_t common = common_length(first.data(), last.data(), longest_prefix);
     return common > spare_bytes ? common - spare_bytes : 0;
@@ -58,7 +57,7 @@ void fit_prefix(WriteLog log, IndexPage &page, const KeyBytes &key) {
 void shorten_prefix(WriteLog log, IndexPage &page, std::uint32_t skip) {
     if (skip == page.skip) return;
     announce_head_and_digests(log, page);
-    // The bytes that come in front of each digest, and how far they move it.
+    // The bytes that are put before each digest, and how far they shift it.
     const std::uint32_t moved = page.skip - skip;
     unsigned char bytes[longest_prefix + digest_bytes] = {};
     std::memcpy(bytes, page.prefix + skip, moved);
@@ -82,7 +81,7 @@ void make_digests(IndexPage &page, const KeyOrder &order) {
 }
 
 void improve_digests(WriteLog log, IndexPage &page, const KeyOrder &order) {
-    constexpr std::uint32_t many = 8;  // one in so many
+    constexpr std::uint32_t many = 8;  // one entry in eight
     std::uint32_t equal = 0;
     for (std::uint32_t slot = page.first_digest() + 1; slot < page.count; ++slot) {
         if (page.digests[slot - 1] == page.digests[slot]) ++equal;

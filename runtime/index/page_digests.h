@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The digests of a page: kept so that the keys of all of them begin with the page's prefix.
+// The digests of a page, and the prefix with which its keys begin.
 #ifndef TARNBASE_RUNTIME_INDEX_PAGE_DIGESTS_H
 #define TARNBASE_RUNTIME_INDEX_PAGE_DIGESTS_H
 
@@ -11,7 +11,7 @@ namespace tarnbase::runtime {
 // Announces bytes if there is a log.
 void announce_bytes(WriteLog log, void *address, std::uint64_t length);
 
-// Shortens the prefix of a page to one that `key` has too.
+// Shortens the prefix of a page to the part that `key` begins with too.
 void fit_prefix(WriteLog log, IndexPage &page, const KeyBytes &key);
 // Shortens the prefix of a page to `skip` bytes. The digests follow from the old ones.
 void shorten_prefix(WriteLog log, IndexPage &page, std::uint32_t skip);
@@ -20,7 +20,7 @@ std::uint32_t common_prefix(const IndexPage &a, const IndexPage &b);
 
 // Makes prefix and digests of a new page from the keys of its entries.
 void make_digests(IndexPage &page, const KeyOrder &order);
-// The same of a page in use, if many digests are equal and a longer prefix can tell them apart.
+// The same for a page in use, if many digests are equal and a longer prefix distinguishes them.
 void improve_digests(WriteLog log, IndexPage &page, const KeyOrder &order);
 
 }  // namespace tarnbase::runtime

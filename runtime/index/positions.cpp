@@ -10,7 +10,7 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// How often contents were replaced, and how often pages were freed besides.
+// How often memory was replaced, and how many pages were freed besides.
 constinit std::atomic<std::uint64_t> replacements = 0;
 constinit std::atomic<std::uint64_t> pages_freed = 0;
 

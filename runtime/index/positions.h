@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Positions in the leaves of key indexes that a thread keeps between calls: those of its walks,
-// which a visit may change the index under, and that of its last step.
+// Positions in the leaves of key indexes that a thread keeps between calls: one for each of its
+// walks, whose visits may change the index, and one for its last step.
 #ifndef TARNBASE_RUNTIME_INDEX_POSITIONS_H
 #define TARNBASE_RUNTIME_INDEX_POSITIONS_H
 
@@ -15,11 +15,11 @@ struct Position {
     std::uint32_t slot;
 };
 
-// The content of memory was replaced: by a rollback, by what another process has committed, by
-// another store, or by another form of an index. No position is valid any more.
+// Invalidates all positions. Called when memory was replaced: by a rollback, by what another
+// process has committed, by another store, or by the other form of an index.
 void forget_positions();
 
-// A walk over an index, which edits by this thread move along.
+// A walk over an index. Edits by this thread adjust its position.
 class Walk {
  public:
     explicit Walk(void *root);
@@ -37,11 +37,11 @@ class Walk {
 
     Position next_{};                 // the position of `node_` in pages; unused in a tree
     kel_index_node *node_ = nullptr;  // the next node
-    std::uint64_t replacements_;      // contents replaced before
+    std::uint64_t replacements_;      // the number of replacements before `next_` was found
     Walk *outer_;                     // the walk in whose visit this one runs
 };
 
-// Edits call these: they move the walks of the thread along.
+// Edits call these to adjust the walks of the thread.
 void entry_inserted(const IndexPage *leaf, std::uint32_t slot);
 void entry_removed(const IndexPage *leaf, std::uint32_t slot);
 // The entries from `first` on have become those from `to.slot` on of another leaf.
@@ -49,7 +49,7 @@ void entries_moved(const IndexPage *leaf, std::uint32_t first, Position to);
 // A page is freed: its entries have moved.
 void page_freed();
 
-// The last step's position, of this thread.
+// The position of this thread's last step.
 bool find_last_position(const kel_index_node *node, Position &found);
 void keep_last_position(Position position);
 

@@ -175,7 +175,7 @@ void Editor::replace_by_successor(Node *node, Node *successor) {
     set_balance(successor, balance);
 }
 
-// Makes a tree of nodes that come in order: of each subtree the half before its root first.
+// Makes a tree of nodes that come in order: in each subtree, the half before the root first.
 class Builder {
  public:
     Builder(WriteLog log, void **anchor, NextNode next, void *context)
@@ -238,7 +238,7 @@ Node *step(const Node *node, Side side) {
     return parent;
 }
 
-// Whether a linked node still orders between its neighbours: its key can have been
+// Whether a linked node still orders between its neighbours: its key may have been
 // changed in place.
 bool orders_between(const Node *low, const Node *node, const Node *high, Compare compare) {
     return (low == nullptr || compare(to_public(low), to_public(node)) == orders_before) &&

@@ -41,7 +41,7 @@ kel_index_node *tree_last(void *root);
 kel_index_node *tree_next(void *root, const kel_index_node *node, Compare compare);
 kel_index_node *tree_previous(void *root, const kel_index_node *node, Compare compare);
 
-// The node after one that is in a tree, by the links.
+// The node after one that is in a tree, found by its links.
 kel_index_node *tree_after(kel_index_node *node);
 
 // Visits all nodes in order until a visit, which may unlink and free its node, returns

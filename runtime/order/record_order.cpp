@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The bytes of a record's key, in which each part comes from the most significant byte on. A
-// text comes after its length, because shorter texts order first.
+// Encodes a record's key as bytes: each part with its most significant byte first, a text after its
+// length, because shorter texts order first.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -19,7 +19,7 @@ namespace {
 
 using namespace tarnbase::runtime;
 
-// The parts of a longer key that are described after these are unknown.
+// Parts of a longer key after these are not encoded.
 constexpr std::size_t most_parts = 8;
 
 const kel_record *record_of(const kel_index_node *node) {
@@ -27,7 +27,7 @@ const kel_record *record_of(const kel_index_node *node) {
     return reinterpret_cast<const kel_record *>(address);
 }
 
-// Appends to the bytes of a key as long as there is space.
+// Appends to the bytes of a key until they are full.
 class KeyWriter {
  public:
     explicit KeyWriter(KeyBytes &bytes) : bytes_(bytes) { bytes_.fill(0); }
@@ -138,7 +138,7 @@ class RecordOrder final : public KeyOrder {
     bool is_whole_;
     std::size_t count_ = 0;
     std::array<kel_key_part, most_parts> parts_{};
-    const RecordOrder *previous_ = nullptr;  // the one made before, for a search for leaks
+    const RecordOrder *previous_ = nullptr;  // the one made before: leak checkers find it here
 };
 
 bool is_valid(const kel_key_order &order) {
@@ -148,7 +148,7 @@ bool is_valid(const kel_key_order &order) {
     });
 }
 
-// Another comparison of texts may order them in another way.
+// A comparison of the program's own may order texts or addresses differently.
 bool has_own_comparisons(const kel_key_order &order) {
     return order.compare_text == own_vstring_compare &&
            order.compare_address == own_address_compare;
