@@ -9,6 +9,10 @@ namespace tarnbase::runtime {
 
 namespace {
 
+// A search in a large store reads pages all over it: in large ones, fewer of their addresses are
+// unknown to the processor. A small store takes no more memory than it needs.
+constexpr std::uint64_t bytes_in_usual_pages = 4ULL << 20;
+
 constexpr std::uint64_t set_count = size_class_count + 2;
 
 constexpr std::uint64_t round_to_page(std::uint64_t bytes) {
@@ -74,6 +78,8 @@ std::uint64_t Allocator::number_of(const Page *page) const {
 bool Allocator::grow_to(std::uint64_t end) {
     if (end <= state_->size) return true;
     if (!region_->reach(end)) return false;
+    if (end > front_ + bytes_in_usual_pages)
+        region_->use_large_pages(front_ + bytes_in_usual_pages);
     state_->size = end;
     return true;
 }

@@ -19,6 +19,8 @@ constexpr int zeros = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
 // How much more than needed is mapped when the front grows.
 constexpr std::uint64_t growth = 16ULL << 20;
 
+constexpr std::uint64_t large_page = 2ULL << 20;
+
 // Maps zeros where nothing is mapped. Returns 0, EADDRINUSE or mmap(2)'s error.
 std::uint32_t map_free(void *place, std::uint64_t bytes, char *&result) {
     const int flags = zeros | (place != nullptr ? MAP_FIXED_NOREPLACE : 0);
@@ -42,6 +44,7 @@ void Region::unmap() {
     base_ = nullptr;
     mapped_ = 0;
     used_ = 0;
+    large_from_ = nowhere;
 }
 
 std::uint32_t Region::map(void *base, std::uint64_t capacity) {
@@ -69,6 +72,7 @@ bool Region::reach(std::uint64_t bytes) {
     for (const std::uint64_t more : {std::min(needed + growth, capacity_ - mapped_), needed}) {
         char *ignored = nullptr;
         if (map_free(base_ + mapped_, more, ignored) == 0) {
+            advise_large_pages(mapped_, more);
             mapped_ += more;
             used_ = bytes;
             return true;
@@ -77,9 +81,29 @@ bool Region::reach(std::uint64_t bytes) {
     return false;
 }
 
-std::uint32_t Region::clear() {
-    void *mapped = ::mmap(base_, mapped_, access, zeros | MAP_FIXED, -1, 0);
+void Region::use_large_pages(std::uint64_t from) {
+    if (large_from_ != nowhere) return;
+    large_from_ = (from + large_page - 1) / large_page * large_page;
+    advise_large_pages(0, mapped_);
+}
+
+// The advice may fail: it only saves time.
+void Region::advise_large_pages(std::uint64_t offset, std::uint64_t bytes) {
+    const std::uint64_t first = std::max(offset, large_from_);
+    if (first < offset + bytes) ::madvise(base_ + first, offset + bytes - first, MADV_HUGEPAGE);
+}
+
+// The advice is the same everywhere: parts that differ in it would be separate mappings.
+std::uint32_t Region::map_zeros(std::uint64_t offset, std::uint64_t bytes) {
+    void *mapped = ::mmap(base_ + offset, bytes, access, zeros | MAP_FIXED, -1, 0);
     if (mapped == MAP_FAILED) return error_number();
+    advise_large_pages(offset, bytes);
+    return 0;
+}
+
+std::uint32_t Region::clear() {
+    large_from_ = nowhere;
+    if (const std::uint32_t error = map_zeros(0, mapped_)) return error;
     discarded_.assign(discarded_.size(), false);
     return 0;
 }
@@ -102,8 +126,7 @@ void Region::return_memory(std::uint64_t end) {
 }
 
 bool Region::discard_zeros(std::uint64_t offset, std::uint64_t bytes) {
-    void *mapped = ::mmap(base_ + offset, bytes, access, zeros | MAP_FIXED, -1, 0);
-    if (mapped == MAP_FAILED) return false;
+    if (map_zeros(offset, bytes) != 0) return false;
     for (std::uint64_t at = offset / least_discard; at * least_discard < offset + bytes; ++at) {
         discarded_[at] = true;
     }

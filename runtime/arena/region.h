@@ -31,6 +31,9 @@ class Region {
     // Maps the front up to `bytes` if it isn't mapped yet. False: it can't be mapped.
     bool reach(std::uint64_t bytes);
 
+    // Keeps what isn't of a file in large pages where the system has them, from an offset on.
+    void use_large_pages(std::uint64_t from);
+
     // Makes all bytes zero. Returns 0 or mmap(2)'s error.
     std::uint32_t clear();
     // Put bytes of a file, from its `offset`, in place of those at `at`: map them, multiples of
@@ -60,14 +63,18 @@ class Region {
 
  private:
     static constexpr std::uint64_t least_discard = 4ULL << 20;
+    static constexpr std::uint64_t nowhere = ~0ULL;
 
     void unmap();
+    void advise_large_pages(std::uint64_t offset, std::uint64_t bytes);
+    std::uint32_t map_zeros(std::uint64_t offset, std::uint64_t bytes);
     void return_memory(std::uint64_t end);
 
     char *base_ = nullptr;
     std::uint64_t capacity_ = 0;
-    std::uint64_t mapped_ = 0;  // from the base
-    std::uint64_t used_ = 0;    // nothing was stored into what is after it
+    std::uint64_t mapped_ = 0;            // from the base
+    std::uint64_t used_ = 0;              // nothing was stored into what is after it
+    std::uint64_t large_from_ = nowhere;  // where large pages begin
     // For each piece of `least_discard` bytes, whether some of it was discarded.
     std::vector<bool> discarded_;
 };
