@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+// A follower by itself, so that a checkpoint can come between two of its steps.
+#include "runtime/store/follower.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "tests/unit/runtime_store/open_store.h"
+
+namespace tarn::test {
+namespace {
+
+using tarnbase::runtime::File;
+using tarnbase::runtime::Image;
+using tarnbase::runtime::StoreFolder;
+
+constexpr std::uint64_t block_bytes = 4ULL << 20;
+constexpr std::uint64_t block_words = block_bytes / sizeof(std::uint64_t);
+
+class Follower : public StoreTest {
+ protected:
+    void SetUp() override {
+        ASSERT_EQ(writer.error, 0U) << kel_error_text();
+        folder.path = path;
+        folder.folder = File(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        ASSERT_TRUE(folder.folder.is_open());
+        ASSERT_EQ(folder.control.open(folder.folder.descriptor(), path.c_str()), 0U);
+        ASSERT_EQ(image.region.map(nullptr, small_capacity), 0U);
+    }
+
+    void make(const char *key) {
+        ASSERT_EQ(writer.change([&](std::uint32_t) { writer.make(key, block_bytes); }), 0U);
+    }
+    void fill(const char *key, std::uint64_t value) {
+        const auto action = [&](std::uint32_t tx) {
+            std::uint64_t *block = writer.find(key);
+            writer.handle->write_log_hook(writer.handle->arena, block, block_bytes, tx);
+            std::fill_n(block, block_words, value);
+        };
+        ASSERT_EQ(writer.change(action), 0U);
+    }
+    void make_checkpoint() { ASSERT_EQ(kel_store_checkpoint(writer.store), 0U); }
+    std::vector<char> bytes() const { return {image.bytes().begin(), image.bytes().end()}; }
+    bool is_equal_to_the_writer() const {
+        const auto *theirs = static_cast<const char *>(writer.describe().base);
+        return std::ranges::equal(image.bytes(), std::span(theirs, image.bytes().size()));
+    }
+
+    OpenStore writer{path.c_str()};
+    StoreFolder folder;
+    Image image;
+    tarnbase::runtime::Follower follower{folder, image};
+};
+
+TEST_F(Follower, MapsNoCheckpointOfFramesThatItHasNotApplied) {
+    // Not of zeros, so that their pages are those of the checkpoint's file.
+    for (const char *key : {"first", "second"}) {
+        make(key);
+        fill(key, 9);
+    }
+    make_checkpoint();
+    ASSERT_EQ(follower.load(), 0U);
+    fill("first", 1);
+    ASSERT_EQ(follower.catch_up(), 0U);
+    fill("second", 2);
+    make_checkpoint();
+    const std::vector<char> before = bytes();
+    EXPECT_EQ(follower.share_pages(), 0U);
+    EXPECT_FALSE(follower.is_current());
+    EXPECT_TRUE(bytes() == before);
+    EXPECT_EQ(follower.catch_up(), 0U);
+    EXPECT_TRUE(is_equal_to_the_writer());
+}
+
+}  // namespace
+}  // namespace tarn::test
