@@ -129,7 +129,7 @@ class Histories {
 struct Limits {
     unsigned deaths = 0;
     // Sleeps that end although others can still run. If nobody can, all of them may end, unless
-    // `woken_only`: then it is a wake-up that was lost.
+    // `woken_only`: then it is a wake-up that was lost, unless a death is the reason.
     unsigned early_ends = 0;
     bool woken_only = false;
 };
@@ -154,7 +154,8 @@ class Explorer {
         Life life = Life::running;
         std::uint8_t number = no_number;
         bool has_lock = false;
-        bool has_tail = false;  // wrote the frame after the published position
+        bool has_tail = false;       // wrote the frame after the published position
+        bool is_publishing = false;  // stored the published position, and may wake sleepers still
         auto operator<=>(const Process &) const = default;
     };
     struct State {
@@ -162,6 +163,7 @@ class Explorer {
         std::array<Process, most_processes> processes{};
         std::uint8_t deaths = 0;
         std::uint8_t early_ends = 0;
+        bool is_half_published = false;  // the last to publish died before all were woken
         auto operator<=>(const State &) const = default;
     };
     struct Hash {

@@ -144,6 +144,10 @@ TEST(PublishExplorerTest, NoWakeUpIsLostWhileNobodyDies) {
     explore({write_once, write_once, follow_with_flag}, nobody_dies);
 }
 
+TEST(PublishExplorerTest, ThoseWhomADeadWriterHasNotWokenAreWokenByTheNext) {
+    explore({write_once, write_once, follow_with_flag}, {1, 0, true});
+}
+
 TEST(PublishExplorerTest, EachPositionIsSeenWhoeverDies) {
     explore({write_once, write_once, follow_with_flag}, {2, 0, false});
     explore({write_twice, follow_with_flag, follow_without_flag}, {1, 1, false});
