@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/check/index_walk.h"
 
+#include <bitset>
 #include <cstring>
 
 #include "runtime/index/index_form.h"
@@ -10,6 +11,15 @@ namespace tarnbase::runtime {
 namespace {
 
 using Number = unsigned long long;
+
+bool has_each_place(const IndexPage &page) {
+    std::bitset<IndexPage::capacity> found;
+    for (const std::uint8_t place : page.places) {
+        if (place >= IndexPage::capacity) return false;
+        found.set(place);
+    }
+    return found.all();
+}
 
 }  // namespace
 
@@ -50,6 +60,7 @@ const char *IndexWalk::wrong_form(const IndexPage &page, int level) {
         return "its count of entries is wrong";
     }
     if (page.skip > longest_prefix) return "its prefix is too long";
+    if (!has_each_place(page)) return "its places are wrong";
     if (level == any_level ? page.level >= most_index_levels : page.level != level) {
         return "its level is wrong";
     }
@@ -68,7 +79,7 @@ void IndexWalk::begin_page(const IndexPage &page, std::uint32_t slot) {
     Separator made{};
     made.length = page.skip + digest_bytes;
     std::memcpy(made.bytes.data(), page.prefix, page.skip);
-    const std::uint64_t digest = __builtin_bswap64(page.digests[slot]);
+    const std::uint64_t digest = __builtin_bswap64(page.digest(slot));
     std::memcpy(made.bytes.data() + page.skip, &digest, sizeof digest);
     if (has_last_key_ && std::memcmp(last_key_.data(), made.bytes.data(), made.length) > 0) {
         findings_.add(page_name(&page), "the key before its entry %u is greater than its digest",
@@ -112,7 +123,7 @@ void IndexWalk::check_links(IndexPage &leaf) {
 
 void IndexWalk::check_digests(const IndexPage &page) {
     for (std::uint32_t slot = page.first_digest() + 1; slot < page.count; ++slot) {
-        if (page.digests[slot - 1] <= page.digests[slot]) continue;
+        if (page.digest(slot - 1) <= page.digest(slot)) continue;
         findings_.add(page_name(&page), "its digest %u isn't in order", slot);
     }
 }
@@ -131,9 +142,9 @@ void IndexWalk::check_key(const IndexPage &leaf, std::uint32_t slot) {
     if (std::memcmp(key, leaf.prefix, leaf.skip) != 0) {
         findings_.add(nodes_.name(leaf.node(slot)),
                       "its key doesn't begin with the prefix of its leaf");
-    } else if (number_of(key + leaf.skip) != leaf.digests[slot]) {
+    } else if (number_of(key + leaf.skip) != leaf.digest(slot)) {
         findings_.add(nodes_.name(leaf.node(slot)), "its digest is 0x%llx, expected 0x%llx",
-                      static_cast<Number>(leaf.digests[slot]),
+                      static_cast<Number>(leaf.digest(slot)),
                       static_cast<Number>(number_of(key + leaf.skip)));
     }
 }

@@ -31,28 +31,26 @@ void IndexEditor::set_count(IndexPage &page, std::uint32_t count) {
 
 // Inserts in a page that has space.
 void IndexEditor::put(IndexPage &page, std::uint32_t slot, const Entry &entry) {
-    const std::uint32_t moved = page.count - slot;
     fit_prefix(store_.log, page, entry.key);
-    std::uint64_t *digest = page.digests + slot;
-    announce_bytes(store_.log, digest, sizeof *digest * (moved + 1U));
-    std::memmove(digest + 1, digest, sizeof *digest * moved);
-    *digest = number_of(entry.key.data() + page.skip);
-    void **place = page.entries + slot;
-    announce_bytes(store_.log, place, sizeof *place * (moved + 1U));
-    std::memmove(place + 1, place, sizeof *place * moved);
-    *place = entry.address;
+    const std::uint8_t place = page.places[page.count];
+    set(page.digests[place], number_of(entry.key.data() + page.skip));
+    set(page.entries[place], entry.content);
+    const std::uint32_t moved = page.count - slot;
+    std::uint8_t *places = page.places + slot;
+    announce_bytes(store_.log, places, moved + 1U);
+    std::memmove(places + 1, places, moved);
+    *places = place;
     set_count(page, page.count + 1U);
     entry_inserted(&page, slot);
 }
 
 void IndexEditor::take_out(IndexPage &page, std::uint32_t slot) {
+    const std::uint8_t place = page.places[slot];
     const std::uint32_t moved = page.count - slot - 1U;
-    std::uint64_t *digest = page.digests + slot;
-    announce_bytes(store_.log, digest, sizeof *digest * moved);
-    std::memmove(digest, digest + 1, sizeof *digest * moved);
-    void **place = page.entries + slot;
-    announce_bytes(store_.log, place, sizeof *place * moved);
-    std::memmove(place, place + 1, sizeof *place * moved);
+    std::uint8_t *places = page.places + slot;
+    announce_bytes(store_.log, places, moved + 1U);
+    std::memmove(places, places + 1, moved);
+    places[moved] = place;
     set_count(page, page.count - 1U);
     entry_removed(&page, slot);
 }
@@ -63,7 +61,7 @@ bool IndexEditor::insert(Path &path, kel_index_node *node, const KeyBytes &key) 
     const Path::Step &leaf = path.leaf();
     if (leaf.page->is_full() && !reserve(path)) return false;
     set(*node, node_in(anchor_));
-    add(path, 0, leaf.slot, {node, key});
+    add(path, 0, leaf.slot, {{node, order_.hints(node)}, key});
     return true;
 }
 
@@ -110,8 +108,10 @@ void IndexEditor::move_entries(IndexPage &from, std::uint32_t first, IndexPage &
     const std::uint32_t moved = from.count - first;
     std::memcpy(to.prefix, from.prefix, sizeof to.prefix);
     to.skip = from.skip;
-    std::memcpy(to.digests, from.digests + first, sizeof(std::uint64_t) * moved);
-    std::memcpy(to.entries, from.entries + first, sizeof(void *) * moved);
+    for (std::uint32_t slot = 0; slot < moved; ++slot) {
+        to.digests[slot] = from.digest(first + slot);
+        to.entries[slot] = from.entry(first + slot);
+    }
     to.count = static_cast<std::uint16_t>(moved);
     set_count(from, first);
     entries_moved(&from, first, {&to, 0});
@@ -129,12 +129,12 @@ void IndexEditor::link_above(Path &path, std::uint32_t level, IndexPage *left, I
     if (!path.is_root(level)) {
         KeyBytes key;
         order_.encode(first_node(right), key);
-        return add(path, level + 1, path.steps[level + 1].slot + 1, {right, key});
+        return add(path, level + 1, path.steps[level + 1].slot + 1, {{right, {}}, key});
     }
     IndexPage *root = reserved_[--reserved_count_];
     root->count = 2;
-    root->entries[0] = left;
-    root->entries[1] = right;
+    root->entries[0].address = left;
+    root->entries[1].address = right;
     make_digests(*root, order_);
     set(*anchor_, static_cast<void *>(root));
 }
@@ -198,12 +198,11 @@ bool IndexEditor::merge_right(Path &path, std::uint32_t left_slot) {
     const std::uint32_t skip = common_prefix(left, right);
     shorten_prefix(store_.log, left, skip);
     shorten_prefix(store_.log, right, skip);
-    std::uint64_t *digest = left.digests + left.count;
-    announce_bytes(store_.log, digest, sizeof *digest * right.count);
-    std::memcpy(digest, right.digests, sizeof *digest * right.count);
-    void **place = left.entries + left.count;
-    announce_bytes(store_.log, place, sizeof *place * right.count);
-    std::memcpy(place, right.entries, sizeof *place * right.count);
+    for (std::uint32_t slot = 0; slot < right.count; ++slot) {
+        const std::uint8_t place = left.places[left.count + slot];
+        set(left.digests[place], right.digest(slot));
+        set(left.entries[place], right.entry(slot));
+    }
     entries_moved(&right, 0, {&left, left.count});
     set_count(left, joined);
     path.steps[0] = {&right, 0};

@@ -28,7 +28,7 @@ class IndexEditor {
  private:
     // What is inserted in a page.
     struct Entry {
-        void *address;
+        PageEntry content;
         const KeyBytes &key;
     };
 

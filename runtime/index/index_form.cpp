@@ -2,7 +2,9 @@
 #include "runtime/index/index_form.h"
 
 #include <cstddef>
+#include <iterator>
 #include <new>
+#include <numeric>
 #include <vector>
 
 #include "runtime/index/page_digests.h"
@@ -40,7 +42,8 @@ class PageBuilder {
         tree_walk(
             tree,
             [](kel_index_node *node, void *builder) {
-                static_cast<PageBuilder *>(builder)->append(0, node);
+                auto &pages = *static_cast<PageBuilder *>(builder);
+                pages.append(0, {node, pages.order_.hints(node)});
                 return std::uint32_t{0};
             },
             this);
@@ -49,7 +52,7 @@ class PageBuilder {
         std::size_t first = 0;
         for (std::uint32_t level = 1; pages_.size() - first > 1; ++level) {
             const std::size_t end = pages_.size();
-            for (; first < end; ++first) append(level, pages_[first], end);
+            for (; first < end; ++first) append(level, {pages_[first], {}}, end);
             finish_level(end);
         }
     }
@@ -67,7 +70,7 @@ class PageBuilder {
 
  private:
     // Appends to the last page of a level, whose pages begin at `first`.
-    void append(std::uint32_t level, void *entry, std::size_t first = 0) {
+    void append(std::uint32_t level, const PageEntry &entry, std::size_t first = 0) {
         if (pages_.size() == first || pages_.back()->count == first_count) {
             pages_.reserve(pages_.size() + 1);
             IndexPage *page = make_page(store_, level);
@@ -118,6 +121,7 @@ IndexPage *make_page(const IndexStore &store, std::uint32_t level) {
     if (page == nullptr) return nullptr;
     page->mark = index_page_mark;
     page->level = static_cast<std::uint8_t>(level);
+    std::iota(std::begin(page->places), std::end(page->places), std::uint8_t{0});
     return page;
 }
 

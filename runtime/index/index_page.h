@@ -9,8 +9,17 @@
 //       12     4  0
 //       16    16  a leaf: address of the next leaf and of the one before; null at the ends
 //       32    32  prefix: the bytes that the keys of the page begin with, then zeros
-//       64   480  digests: of each entry the 8 bytes of its key after the prefix, as a number
-//      544   480  entries: of a leaf the nodes in order, of another page the pages below
+//       64    58  places: those of the entries in order, then those that are free
+//      122     6  0
+//      128   464  digests: of the entry in each place the 8 bytes of its key after the prefix, as a
+//                 number
+//      592   928  entries, 16 bytes for each place
+//
+//   entry               0     8  of a leaf a node, of another page a page below
+//                       8     8  of a leaf where the node's key is: KeyHints
+//
+// An entry stays in its place while others are inserted before it, so that an insertion changes few
+// bytes.
 //
 // The key of a page below is that of its first node, or of one that was the first and has been
 // removed. In a page that isn't a leaf, the first key need not begin with the prefix, and its
@@ -29,8 +38,13 @@ namespace tarnbase::runtime {
 // Not an address. The first word of every other block that an index or an object refers to is one.
 inline constexpr std::uint64_t index_page_mark = 0xf17e5c0de81e55edULL;
 
+struct PageEntry {
+    void *address;
+    KeyHints hints;
+};
+
 struct IndexPage {
-    static constexpr std::uint32_t capacity = 60;
+    static constexpr std::uint32_t capacity = 58;
 
     std::uint64_t mark;
     std::uint16_t count;
@@ -40,19 +54,26 @@ struct IndexPage {
     IndexPage *next;
     IndexPage *previous;
     unsigned char prefix[longest_prefix];
+    std::uint8_t places[capacity];
+    std::uint8_t unused[6];
     std::uint64_t digests[capacity];
-    void *entries[capacity];
+    PageEntry entries[capacity];
 
     bool is_leaf() const { return level == 0; }
     bool is_full() const { return count == capacity; }
     // The first entry whose digest is used.
     std::uint32_t first_digest() const { return is_leaf() ? 0 : 1; }
+    // Of the entries in order.
+    std::uint64_t digest(std::uint32_t slot) const { return digests[places[slot]]; }
+    const PageEntry &entry(std::uint32_t slot) const { return entries[places[slot]]; }
     kel_index_node *node(std::uint32_t slot) const {
-        return static_cast<kel_index_node *>(entries[slot]);
+        return static_cast<kel_index_node *>(entry(slot).address);
     }
-    IndexPage *page(std::uint32_t slot) const { return static_cast<IndexPage *>(entries[slot]); }
+    IndexPage *page(std::uint32_t slot) const {
+        return static_cast<IndexPage *>(entry(slot).address);
+    }
 };
-static_assert(sizeof(IndexPage) == 1024);
+static_assert(sizeof(IndexPage) == 1520);
 
 // More levels than the largest index has.
 inline constexpr std::uint32_t most_index_levels = 16;

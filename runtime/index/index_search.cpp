@@ -6,17 +6,16 @@ namespace tarnbase::runtime {
 namespace {
 
 // Without a branch: which half the key is in can't be predicted.
-std::uint32_t first_not_below(const std::uint64_t *digests, std::uint32_t first, std::uint32_t end,
-                              std::uint64_t digest) {
-    std::uint32_t length = end - first;
-    const std::uint64_t *base = digests + first;
+std::uint32_t first_not_below(const IndexPage &page, std::uint32_t first, std::uint64_t digest) {
+    std::uint32_t length = page.count - first;
+    const std::uint8_t *base = page.places + first;
     while (length > 1) {
         const std::uint32_t half = length / 2;
-        base = base[half - 1] < digest ? base + half : base;
+        base = page.digests[base[half - 1]] < digest ? base + half : base;
         length -= half;
     }
-    if (length == 1 && *base < digest) ++base;
-    return static_cast<std::uint32_t>(base - digests);
+    if (length == 1 && page.digests[*base] < digest) ++base;
+    return static_cast<std::uint32_t>(base - page.places);
 }
 
 }  // namespace
@@ -26,15 +25,13 @@ Candidates candidates_in(const IndexPage &page, const Target &target) {
     const std::uint32_t count = page.count;
     if (target.order() == nullptr) return {first, count};
     const unsigned char *key = target.key().data();
-    const std::uint64_t *digests = page.digests;
-    for (std::uint32_t line = 0; line < count; line += 8) __builtin_prefetch(digests + line);
     const int prefix = std::memcmp(key, page.prefix, page.skip);
     if (prefix < 0) return {first, first};
     if (prefix > 0) return {count, count};
     const std::uint64_t digest = number_of(key + page.skip);
-    const std::uint32_t from = first_not_below(digests, first, count, digest);
+    const std::uint32_t from = first_not_below(page, first, digest);
     std::uint32_t end = from;
-    while (end < count && digests[end] == digest) ++end;
+    while (end < count && page.digest(end) == digest) ++end;
     return {from, end};
 }
 

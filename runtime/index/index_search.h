@@ -58,6 +58,21 @@ struct Candidates {
     std::uint32_t first;
     std::uint32_t end;
 };
+// Prefetches a page that is about to be searched, all lines at once. Inline: a call of a function
+// that only prefetches has no effect that gcc 12 would keep it for.
+[[gnu::always_inline]] inline void prefetch_page(const IndexPage *page) {
+    const char *bytes = reinterpret_cast<const char *>(page);
+    for (std::size_t line = 0; line < sizeof *page; line += 64) __builtin_prefetch(bytes + line);
+}
+// Prefetches what a comparison with the node of an entry reads.
+[[gnu::always_inline]] inline void prefetch_key(const PageEntry &entry) {
+    const char *node = static_cast<const char *>(entry.address);
+    __builtin_prefetch(node);
+    __builtin_prefetch(node + sizeof(kel_index_node));
+    __builtin_prefetch(node + std::int64_t{16} * entry.hints.object);
+    __builtin_prefetch(node + std::int64_t{16} * entry.hints.text);
+}
+
 // Found by prefix and digests, without reading a record.
 Candidates candidates_in(const IndexPage &page, const Target &target);
 
@@ -94,9 +109,12 @@ bool descend(IndexPage *root, const Target &target, Step step) {
         const std::uint32_t slot = place.is_equal ? place.slot : place.slot - 1;
         step(page, slot);
         page = page->page(slot);
+        prefetch_page(page);
     }
-    const Place place = place_among(candidates_in(*page, target), target,
-                                    [&](auto slot) { return page->node(slot); });
+    const Place place = place_among(candidates_in(*page, target), target, [&](auto slot) {
+        prefetch_key(page->entry(slot));
+        return page->node(slot);
+    });
     step(page, place.slot);
     return place.is_equal;
 }

@@ -32,8 +32,7 @@ bool is_in_order(Position at, const Target &target) {
     if (target.order() != nullptr && at.slot > 0 && at.slot + 1U < leaf.count &&
         std::memcmp(target.key().data(), leaf.prefix, leaf.skip) == 0) {
         const std::uint64_t digest = number_of(target.key().data() + leaf.skip);
-        const std::uint64_t *place = leaf.digests + at.slot;
-        if (place[-1] < digest && digest < place[1]) return true;
+        if (leaf.digest(at.slot - 1) < digest && digest < leaf.digest(at.slot + 1)) return true;
     }
     const kel_index_node *low = node_at(position_before(at));
     const kel_index_node *high = node_at(position_after(at));
@@ -82,23 +81,20 @@ Position neighbour(void *root, const Target &target, Side side) {
     return node_at(at) == target.node() && at.leaf != nullptr ? next_to(at, side) : at;
 }
 
-// Prefetches the nodes of the same leaf that the next steps in this direction reach.
-void prefetch_from(Position at, const KeyOrder *order, Side side) {
-    if (order == nullptr) return;
-    const auto prefetch = [&](std::uint32_t distance, KeyOrder::Stage stage) {
-        const std::uint32_t slot = side == after ? at.slot + distance : at.slot - distance;
-        if (slot < at.leaf->count) order->prefetch(at.leaf->node(slot), stage);
-    };
-    prefetch(9, KeyOrder::Stage::node);
-    prefetch(6, KeyOrder::Stage::object);
-    prefetch(3, KeyOrder::Stage::texts);
+// Prefetches what later steps in this direction reach: a node of the same leaf, or the next leaf.
+[[gnu::always_inline]] inline void prefetch_from(Position at, Side side) {
+    constexpr std::uint32_t steps = 5;
+    const std::uint32_t slot = side == after ? at.slot + steps : at.slot - steps;
+    if (slot < at.leaf->count) prefetch_key(at.leaf->entry(slot));
+    const std::uint32_t first = side == after ? 0 : at.leaf->count - 1U;
+    if (at.slot == first) prefetch_page(side == after ? at.leaf->next : at.leaf->previous);
 }
 
 kel_index_node *step(void *root, const kel_index_node *node, Compare compare, Side side) {
     const Position found = neighbour(root, Target(node, compare), side);
     if (found.leaf == nullptr) return nullptr;
     keep_last_position(found);
-    prefetch_from(found, order_of_keys(compare), side);
+    prefetch_from(found, side);
     return node_at(found);
 }
 

@@ -20,14 +20,18 @@ inline constexpr std::uint32_t digest_bytes = 8;
 // two keys, the one that orders first never has greater bytes; keys with equal bytes may differ.
 using KeyBytes = std::array<unsigned char, longest_prefix + digest_bytes>;
 
+// Where a comparison finds the key of a node: distances from the node in units of 16 bytes. An
+// index prefetches that memory. Distances may be wrong, and 0 is none.
+struct KeyHints {
+    std::int32_t object;
+    std::int32_t text;
+};
+
 // The order of a comparison.
 class KeyOrder {
  public:
     virtual void encode(const kel_index_node *node, KeyBytes &bytes) const = 0;
-    // Prefetches what a comparison with the node reads, in stages: each reads what the stage before
-    // it has fetched.
-    enum class Stage : std::uint8_t { node, object, texts };
-    virtual void prefetch(const kel_index_node *node, Stage stage) const = 0;
+    virtual KeyHints hints(const kel_index_node *node) const = 0;
 
  protected:
     KeyOrder() = default;

@@ -22,7 +22,8 @@ KeyBytes key_of(const IndexPage &page, std::uint32_t slot, const KeyOrder &order
 
 void announce_head_and_digests(WriteLog log, IndexPage &page) {
     announce_bytes(log, &page.count, sizeof(std::uint64_t));
-    announce_bytes(log, page.prefix, longest_prefix + sizeof(std::uint64_t) * page.count);
+    announce_bytes(log, page.prefix, longest_prefix);
+    announce_bytes(log, page.digests, sizeof page.digests);
 }
 
 void set_prefix(IndexPage &page, const unsigned char *bytes, std::uint32_t skip) {
@@ -39,7 +40,7 @@ std::uint32_t best_skip(const KeyBytes &first, const KeyBytes &last) {
 
 void fill_digests(IndexPage &page, const KeyOrder &order) {
     for (std::uint32_t slot = page.first_digest(); slot < page.count; ++slot) {
-        page.digests[slot] = number_of(key_of(page, slot, order).data() + page.skip);
+        page.digests[page.places[slot]] = number_of(key_of(page, slot, order).data() + page.skip);
     }
 }
 
@@ -62,8 +63,7 @@ void shorten_prefix(WriteLog log, IndexPage &page, std::uint32_t skip) {
     unsigned char bytes[longest_prefix + digest_bytes] = {};
     std::memcpy(bytes, page.prefix + skip, moved);
     const std::uint64_t front = number_of(bytes);
-    for (std::uint32_t slot = 0; slot < page.count; ++slot) {
-        std::uint64_t &digest = page.digests[slot];
+    for (std::uint64_t &digest : page.digests) {
         digest = moved >= digest_bytes ? front : front | digest >> 8 * moved;
     }
     set_prefix(page, page.prefix, skip);
@@ -84,7 +84,7 @@ void improve_digests(WriteLog log, IndexPage &page, const KeyOrder &order) {
     constexpr std::uint32_t many = 8;  // one entry in eight
     std::uint32_t equal = 0;
     for (std::uint32_t slot = page.first_digest() + 1; slot < page.count; ++slot) {
-        if (page.digests[slot - 1] == page.digests[slot]) ++equal;
+        if (page.digest(slot - 1) == page.digest(slot)) ++equal;
     }
     if (equal <= page.count / many) return;
     const KeyBytes first = key_of(page, page.first_digest(), order);

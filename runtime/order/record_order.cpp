@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 #include <span>
+#include <utility>
 
 #include "runtime/index/key_order.h"
 #include "runtime/value/address.h"
@@ -86,24 +87,27 @@ class RecordOrder final : public KeyOrder {
         if (is_whole_) writer.number(record->src, sizeof record->src);
     }
 
-    void prefetch(const kel_index_node *node, Stage stage) const override {
+    KeyHints hints(const kel_index_node *node) const override {
         const kel_record *record = record_of(node);
-        if (stage == Stage::node) return __builtin_prefetch(record);
         const auto *object =
             static_cast<const char *>(in_key_object_ ? record->key_object : record->object);
-        if (object == nullptr) return;
-        if (stage == Stage::object) {
-            __builtin_prefetch(object);
-            return __builtin_prefetch(object + 64);
-        }
-        for (const kel_key_part &part : std::span(parts_.data(), count_)) {
-            if (part.kind != KEL_KEY_TEXT) continue;
-            __builtin_prefetch(
-                text_of(reinterpret_cast<const kel_vstring *>(object + part.offset)).data());
-        }
+        if (object == nullptr || count_ == 0) return {};
+        const char *part = object + parts_[0].offset;
+        const char *text = parts_[0].kind == KEL_KEY_TEXT
+                               ? text_of(reinterpret_cast<const kel_vstring *>(part)).data()
+                               : part;
+        return {distance(node, part), distance(node, text)};
     }
 
  private:
+    // In units of 16 bytes; 0 if it is too long.
+    static std::int32_t distance(const kel_index_node *node, const char *to) {
+        const auto bytes = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(to) -
+                                                     reinterpret_cast<std::uintptr_t>(node));
+        const std::int64_t units = bytes / 16;
+        return std::in_range<std::int32_t>(units) ? static_cast<std::int32_t>(units) : 0;
+    }
+
     // False: the rest of the key isn't known.
     static bool append(KeyWriter &writer, const kel_key_part &part, const void *object) {
         const char *place = static_cast<const char *>(object) + part.offset;

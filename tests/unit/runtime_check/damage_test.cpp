@@ -106,6 +106,10 @@ void *wild(T) {
     return reinterpret_cast<void *>(0x1234'5678'9000);
 }
 
+std::uint64_t &digest(IndexPage &page, std::uint32_t slot) {
+    return page.digests[page.places[slot]];
+}
+
 // Records of each table: their index is a tree, or it has a root page and pages below.
 constexpr std::uint32_t few = 10;
 constexpr std::uint32_t many = 200;
@@ -142,19 +146,23 @@ const Damage damages[] = {
     {"root", [](const Parts &p) { p.table().index_root = nullptr; }, "records, its tree has 0"},
     // The pages of an index.
     {"page_mark", [](const Parts &p) { p.leaf().mark = 0; }, "it isn't marked as a page", many},
-    {"page_count", [](const Parts &p) { p.leaf().count = 61; }, "its count of entries is wrong",
+    {"page_count", [](const Parts &p) { p.leaf().count = IndexPage::capacity + 1; }, "its count of entries is wrong",
      many},
     {"page_empty", [](const Parts &p) { p.leaf().count = 0; }, "its count of entries is wrong",
      many},
     {"page_level", [](const Parts &p) { p.leaf().level = 1; }, "its level is wrong", many},
     {"page_skip", [](const Parts &p) { p.leaf().skip = 33; }, "its prefix is too long", many},
+    {"page_place_twice", [](const Parts &p) { p.leaf().places[0] = p.leaf().places[1]; },
+     "its places are wrong", many},
+    {"page_place_wild", [](const Parts &p) { p.leaf().places[57] = IndexPage::capacity; },
+     "its places are wrong", many},
     {"page_next", [](const Parts &p) { p.leaf().next = nullptr; }, "its link to the next leaf is",
      many},
     {"page_previous", [](const Parts &p) { p.leaf().previous = &p.leaf(); },
      "its link to the leaf before is", many},
     {"page_last", [](const Parts &p) { p.leaf(p.top_page().count - 1U).next = &p.leaf(); },
      "it is the last leaf, but has a next one", many},
-    {"page_wild", [](const Parts &p) { p.top_page().entries[1] = wild(0); },
+    {"page_wild", [](const Parts &p) { p.top_page().entries[1].address = wild(0); },
      "is outside of the store", many},
     {"page_twice", [](const Parts &p) { p.top_page().entries[1] = p.top_page().entries[0]; },
      "has another owner, too", many},
@@ -165,13 +173,13 @@ const Damage damages[] = {
      "its node is one of another index", many},
     {"page_prefix", [](const Parts &p) { p.leaf().prefix[0] ^= 1; },
      "its key doesn't begin with the prefix of its leaf", many},
-    {"page_digest", [](const Parts &p) { p.leaf().digests[0] -= 1; }, "its digest is 0x", many},
-    {"page_order", [](const Parts &p) { std::swap(p.leaf().digests[0], p.leaf().digests[9]); },
+    {"page_digest", [](const Parts &p) { digest(p.leaf(), 0) -= 1; }, "its digest is 0x", many},
+    {"page_order", [](const Parts &p) { std::swap(digest(p.leaf(), 0), digest(p.leaf(), 9)); },
      "isn't in order", many},
     {"page_separator_low",
-     [](const Parts &p) { p.top_page().digests[1] = p.top_page().digests[2]; },
+     [](const Parts &p) { digest(p.top_page(), 1) = digest(p.top_page(), 2); },
      "its key is less than the digest in a page above", many},
-    {"page_separator_high", [](const Parts &p) { p.top_page().digests[1] = 0; },
+    {"page_separator_high", [](const Parts &p) { digest(p.top_page(), 1) = 0; },
      "is greater than its digest", many},
     // Table blocks and their list.
     {"record_count", [](const Parts &p) { p.table().record_count += 1; }, "records, its tree has"},

@@ -6,10 +6,16 @@
 #include <random>
 #include <tuple>
 
+#include "runtime/index/index_page.h"
 #include "tests/unit/runtime_order/servers.h"
 
 namespace tarn::test {
 namespace {
+
+using tarnbase::runtime::first_leaf;
+using tarnbase::runtime::IndexPage;
+using tarnbase::runtime::is_page;
+using tarnbase::runtime::KeyHints;
 
 // Shorter texts order first.
 using Key = std::tuple<std::uint16_t, std::size_t, std::string, std::uint32_t>;
@@ -74,6 +80,32 @@ TEST_F(TextKeys, OfDifferentGroupsInTurnAreFound) {
     }
     insert_all(names);
     expect_all_found();
+}
+
+// What a search fetches before it compares.
+TEST_F(TextKeys, AreWhereTheirPagesSay) {
+    std::vector<std::string> names;
+    for (int i = 0; i < 400; ++i) names.push_back("server-of-the-campus-" + std::to_string(i * 7));
+    insert_all(names);
+    auto *root = static_cast<IndexPage *>(table->index_root);
+    ASSERT_TRUE(is_page(root));
+    std::size_t seen = 0;
+    for (const IndexPage *leaf = first_leaf(root); leaf != nullptr; leaf = leaf->next) {
+        for (std::uint32_t slot = 0; slot < leaf->count; ++slot, ++seen) {
+            const auto *node = reinterpret_cast<const char *>(leaf->node(slot));
+            const auto *record =
+                reinterpret_cast<const kel_record *>(node - offsetof(kel_record, index_node));
+            const kel_vstring *name = st_ldap_conn_sname_get(
+                handle, KEL_TX_NONE, static_cast<st_ldap_conn *>(record->object), &err);
+            const KeyHints hints = leaf->entry(slot).hints;
+            const auto distance = [&](const void *to) {
+                return static_cast<const char *>(to) - node;
+            };
+            EXPECT_EQ(hints.object, distance(name) / 16);
+            EXPECT_EQ(hints.text, distance(kel_vstring_bytes(name, nullptr)) / 16);
+        }
+    }
+    EXPECT_EQ(seen, model.size());
 }
 
 }  // namespace

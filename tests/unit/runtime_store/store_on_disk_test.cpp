@@ -161,16 +161,16 @@ TEST_F(StoreOnDisk, OpenFailsForTheFirstFormatAndSaysWhatToDo) {
     std::ofstream(path) << "TARNBASE" << std::string(5000, 'x');
     expect_refused(EINVAL,
                    "a store of format version 1, made by an older release; this one reads version "
-                   "3. Move the data with tarnctl export of the release that made it, and tarnctl "
+                   "4. Move the data with tarnctl export of the release that made it, and tarnctl "
                    "import of this one");
 }
 
 TEST_F(StoreOnDisk, OpenFailsForANewerReleaseAndSaysWhatToDo) {
     create_and_close();
-    overwrite(offsetof(ControlPage, version), std::uint32_t{4});
+    overwrite(offsetof(ControlPage, version), std::uint32_t{99});
     expect_refused(EINVAL,
-                   "a store of format version 4, made by a newer release; this one reads version "
-                   "3. Use the newer release, or move the data with tarnctl export of the release "
+                   "a store of format version 99, made by a newer release; this one reads version "
+                   "4. Use the newer release, or move the data with tarnctl export of the release "
                    "that made it, and tarnctl import of this one");
 }
 
