@@ -468,7 +468,8 @@ TEST_P(KeyIndex, AWalkGoesOnAfterARollbackInAVisit) {
 
 TEST_P(KeyIndex, AnInsertionWithoutMemoryForPagesMakesATree) {
     fill(1000);
-    while (store.handle->alloc_hook(store.handle->arena, KEL_TX_NONE, 1024) != nullptr) {
+    while (store.handle->alloc_hook(store.handle->arena, KEL_TX_NONE, sizeof(IndexPage)) !=
+           nullptr) {
     }
     for (int key = 1000; key < 2000; ++key) insert(key);
     EXPECT_FALSE(index.has_pages());
