@@ -52,12 +52,6 @@ struct Path {
 // the node isn't there.
 bool find_address(IndexPage *page, const kel_index_node *node, Path &path);
 
-// Slots of a page: those before `first` have smaller keys than the target, those from `end` on
-// greater ones.
-struct Candidates {
-    std::uint32_t first;
-    std::uint32_t end;
-};
 // Prefetches a page that is about to be searched, all lines at once. Inline: a call of a function
 // that only prefetches has no effect that gcc 12 would keep it for.
 [[gnu::always_inline]] inline void prefetch_page(const IndexPage *page) {
@@ -73,6 +67,12 @@ struct Candidates {
     __builtin_prefetch(node + std::int64_t{16} * entry.hints.text);
 }
 
+// Slots of a page: those before `first` have smaller keys than the target, those from `end` on
+// greater ones.
+struct Candidates {
+    std::uint32_t first;
+    std::uint32_t end;
+};
 // Found by prefix and digests, without reading a record.
 Candidates candidates_in(const IndexPage &page, const Target &target);
 

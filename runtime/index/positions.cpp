@@ -55,6 +55,7 @@ Walk::Walk(void *root)
 Walk::~Walk() { innermost_walk = outer_; }
 
 void Walk::move_to(Position next) {
+    if (next.leaf != next_.leaf && next.leaf != nullptr) prefetch_page(next.leaf->next);
     next_ = next;
     node_ = node_at(next);
 }
