@@ -455,15 +455,21 @@ TEST_P(KeyIndex, AWalkGoesOnAfterInsertionsInAVisit) {
     }
 }
 
+// The pages of the walk are a tree again, or other pages.
 TEST_P(KeyIndex, AWalkGoesOnAfterARollbackInAVisit) {
-    fill(20);
-    Visits visits{index, {}, {}};
-    visits.store = &store;
-    visits.roll_back_at = 5;
-    visits.tx = store.begin();
-    for (int key = 1000; key < 1100; ++key) EXPECT_TRUE(index.insert(index.entry(key), visits.tx));
-    EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
-    EXPECT_EQ(visits.seen, std::vector<int>(model.begin(), model.end()));
+    for (const int present : {10, 20, 300}) {
+        SCOPED_TRACE(std::to_string(present) + " nodes");
+        fill(present);
+        Visits visits{index, {}, {}};
+        visits.store = &store;
+        visits.roll_back_at = 5;
+        visits.tx = store.begin();
+        for (int key = 1000; key < 1100; ++key) {
+            EXPECT_TRUE(index.insert(index.entry(key), visits.tx));
+        }
+        EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
+        EXPECT_EQ(visits.seen, std::vector<int>(model.begin(), model.end()));
+    }
 }
 
 TEST_P(KeyIndex, AnInsertionWithoutMemoryForPagesMakesATree) {
@@ -488,6 +494,42 @@ TEST_P(KeyIndex, AnInsertionWithMemoryForTooFewPagesKeepsNone) {
     EXPECT_FALSE(index.has_pages());
     EXPECT_EQ(store.describe().blocks, blocks);
     index.expect_keys(model);
+}
+
+// A tree as it is left by a comparison of which only the result is known.
+TEST_P(KeyIndex, ALargeTreeBecomesPagesWithSpaceWhenItsHeightGrows) {
+    if (known.order == Order::unknown) return;  // it never has pages
+    constexpr int before = 4095, page = IndexPage::capacity / 4 * 3;
+    const Compare own = index.compare;
+    index.compare = compare<Order::unknown>;
+    fill(before);
+    index.compare = own;
+    const std::uint64_t blocks = store.describe().blocks;
+    const auto insert_with_memory_for = [&](std::uint64_t pages) {
+        kel_store_fail_allocation(store.store, pages + 1);
+        const StoreSnapshot snapshot(store.store);
+        const std::uint32_t tx = store.begin();
+        insert(before, tx);
+        const bool made = index.has_pages();
+        index.expect_keys(model);
+        store.roll_back(tx);
+        model.erase(before);
+        kel_store_fail_allocation(store.store, 0);
+        EXPECT_EQ(to_text(snapshot.changes()), "");
+        return made;
+    };
+    // Leaves, the pages above them, the root.
+    const std::uint64_t leaves = before / page + 1, needed = leaves + 3 + 1;
+    for (const std::uint64_t pages : {std::uint64_t{0}, leaves, needed - 1}) {
+        EXPECT_FALSE(insert_with_memory_for(pages)) << pages;
+    }
+    EXPECT_TRUE(insert_with_memory_for(needed));
+    insert(before);
+    ASSERT_TRUE(index.has_pages());
+    EXPECT_EQ(index.leaves(), leaves);
+    EXPECT_EQ(store.describe().blocks, blocks + needed);
+    index.expect_keys(model);
+    for (int key = 0; key <= before; key += 13) expect_all_steps(key);
 }
 
 TEST_P(KeyIndex, AnEditByAnUnknownComparisonMakesATree) {
