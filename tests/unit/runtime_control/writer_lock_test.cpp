@@ -278,6 +278,18 @@ int take_checkpoints(Peer &peer, const char *path) {
     return 0;
 }
 
+TEST_F(WriterLockTest, ALockIsHeldUntilItIsReleased) {
+    Opened store(path());
+    ASSERT_EQ(store.attach(), 0u);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(store.lock.is_held());
+        ASSERT_EQ(store.lock.acquire(0), 0u);
+        EXPECT_TRUE(store.lock.is_held());
+        store.lock.release();
+    }
+    EXPECT_FALSE(store.lock.is_held());
+}
+
 TEST_F(WriterLockTest, OneProcessAtATimeMakesCheckpoints) {
     Peer peer(take_checkpoints, path());
     ASSERT_TRUE(peer.await());
@@ -286,6 +298,9 @@ TEST_F(WriterLockTest, OneProcessAtATimeMakesCheckpoints) {
     EXPECT_FALSE(store.lock.try_lock_checkpoints());
     // It has nothing to do with the writer's lock.
     EXPECT_EQ(store.lock.acquire(0), 0u);
+    // Nor with the lock beside it, of who passes by a stopped process.
+    EXPECT_TRUE(store.lock.try_lock_checkpoints(1));
+    store.lock.unlock_checkpoints();
     peer.tell();
     ASSERT_TRUE(peer.await());
     EXPECT_TRUE(store.lock.try_lock_checkpoints());
