@@ -81,13 +81,24 @@ Position neighbour(void *root, const Target &target, Side side) {
     return node_at(at) == target.node() && at.leaf != nullptr ? next_to(at, side) : at;
 }
 
-// Prefetches what later steps in this direction reach: a node of the same leaf, or the next leaf.
+// The position some steps on, at most in the next leaf; no leaf if there are fewer records.
+Position some_steps_on(Position at, std::uint32_t steps, Side side) {
+    const std::uint32_t rest = side == after ? at.leaf->count - 1U - at.slot : at.slot;
+    if (steps <= rest) return {at.leaf, side == after ? at.slot + steps : at.slot - steps};
+    const std::uint32_t beyond = steps - rest - 1;
+    IndexPage *leaf = side == after ? at.leaf->next : at.leaf->previous;
+    if (leaf == nullptr || beyond >= leaf->count) return {};
+    return {leaf, side == after ? beyond : leaf->count - 1U - beyond};
+}
+
+// Prefetches what later steps in this direction reach: a record, and at a leaf's first one the next
+// leaf.
 [[gnu::always_inline]] inline void prefetch_from(Position at, Side side) {
-    constexpr std::uint32_t steps = 5;
-    const std::uint32_t slot = side == after ? at.slot + steps : at.slot - steps;
-    if (slot < at.leaf->count) prefetch_key(at.leaf->entry(slot));
-    const std::uint32_t first = side == after ? 0 : at.leaf->count - 1U;
-    if (at.slot == first) prefetch_page(side == after ? at.leaf->next : at.leaf->previous);
+    constexpr std::uint32_t steps = 6;
+    const Position ahead = some_steps_on(at, steps, side);
+    if (ahead.leaf != nullptr) prefetch_key(ahead.leaf->entry(ahead.slot));
+    if (at.slot != (side == after ? 0 : at.leaf->count - 1U)) return;
+    prefetch_page(side == after ? at.leaf->next : at.leaf->previous);
 }
 
 kel_index_node *step(void *root, const kel_index_node *node, Compare compare, Side side) {
