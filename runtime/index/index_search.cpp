@@ -5,13 +5,15 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// Without a branch: which half the key is in can't be predicted.
+// Without a branch, which could not be predicted: the mask is of ones if the half is skipped. gcc
+// makes a branch of a conditional expression here.
 std::uint32_t first_not_below(const IndexPage &page, std::uint32_t first, std::uint64_t digest) {
     std::uint32_t length = page.count - first;
     const std::uint8_t *base = page.places + first;
     while (length > 1) {
         const std::uint32_t half = length / 2;
-        base = page.digests[base[half - 1]] < digest ? base + half : base;
+        const bool is_below = page.digests[base[half - 1]] < digest;
+        base += half & (0U - static_cast<std::uint32_t>(is_below));
         length -= half;
     }
     if (length == 1 && page.digests[*base] < digest) ++base;
