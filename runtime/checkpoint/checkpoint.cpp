@@ -63,7 +63,7 @@ std::uint64_t mix_bytes(std::uint64_t hash, std::span<const char> bytes) {
     return hash;
 }
 
-// The same until the machine is started again. If that can't be found out, never the same.
+// The same value until the machine is started again. If that can't be found out, never the same.
 std::uint64_t hash_of_boot() {
     const File file(::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
     std::array<char, 36> id;
@@ -221,7 +221,7 @@ std::uint32_t Checkpoint::check_image(std::atomic<std::uint64_t> *progress) {
         }
         page = end;
     }
-    // What a file has lost meanwhile looks like a hole.
+    // The part that a file has lost meanwhile looks like a hole.
     return check_size();
 }
 

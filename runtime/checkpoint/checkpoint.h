@@ -20,8 +20,8 @@
 //       96        zero up to 4096
 //     4096        a CRC32C for each page, 65536 bytes of the image: 4 bytes each
 //      ...        zero up to the image
-//      ...        the image, up to the end of the file. A page of zeros is a hole, and in the
-//                 front, before the first page that can have blocks, 4096 bytes of zeros
+//      ...        the image, up to the end of the file. A page of zeros is a hole. In the front,
+//                 before the first page that can have blocks, so are 4096 bytes of zeros
 #ifndef TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 #define TARNBASE_RUNTIME_CHECKPOINT_CHECKPOINT_H
 
@@ -66,9 +66,9 @@ std::string checkpoint_name(std::uint64_t position);
 
 // Writes a checkpoint with the image at `image`, which nothing changes meanwhile. The caller
 // sets the head's id, base, capacity, position, segment and sequence, and has the checkpoint
-// lock. Everyone who has a permission for the folder gets the same for the file. Steps are counted
-// in `progress`. Returns 0 or an errno number; EINVAL: the head or the image's length is none that
-// `open` accepts. An error leaves no file.
+// lock. The file gets the folder's permissions to read and write. Steps are counted in `progress`.
+// Returns 0 or an errno number; EINVAL: `open` wouldn't accept the head or the image's length. An
+// error leaves no file.
 std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image,
                                std::atomic<std::uint64_t> *progress = nullptr);
 
@@ -85,10 +85,10 @@ class Checkpoint {
     // Reads bytes of the image; zeros after its end.
     std::uint32_t read(std::uint64_t offset, std::span<char> into);
     // The parts of the image that aren't zero. Nothing else of it should be mapped: a file system
-    // in memory gives memory to a hole that is read there, and if it is full that is a SIGBUS.
+    // in memory allocates memory for a hole that is read, and if it is full that is a SIGBUS.
     // EBADMSG as above.
     std::uint32_t extents(std::vector<ImageExtent> &found);
-    // What whoever uses the image finds wrong with it: returns EBADMSG, and `what` says it.
+    // Reports what a user of the image has found wrong with it: returns EBADMSG and sets `what`.
     std::uint32_t reject(const std::string &text);
     // Identifies the file as it is now: a hash of the boot, and of the file's number, size and
     // time of change. A process that has checked the image records the identity that the file

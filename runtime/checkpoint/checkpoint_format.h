@@ -17,7 +17,7 @@ namespace tarnbase::runtime {
 inline constexpr std::uint64_t checkpoint_magic = 0x5450'4b43'4e52'4154;  // "TARNCKPT"
 inline constexpr std::uint32_t checkpoint_byte_order = 0x0102'0304;
 inline constexpr std::uint64_t table_offset = 4096;
-// Each has a checksum.
+// Each page of this size has a checksum.
 inline constexpr std::uint64_t image_page_bytes = 65536;
 // The unit of holes in the front of an image.
 inline constexpr std::uint64_t hole_bytes = 4096;

@@ -73,7 +73,7 @@ std::uint32_t write_page(int file, std::span<const char> page, std::uint64_t off
     return is_empty ? 0 : write_fully(file, page, offset);
 }
 
-// The same, and leaves holes in it.
+// The same, leaving holes in the page.
 std::uint32_t write_front_page(int file, std::span<const char> page, std::uint64_t offset,
                                std::uint32_t &checksum) {
     bool is_empty = true;

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // What has changed in an image since its last publication. It becomes a frame of the log.
 //
-// Bytes are marked in granules of 16; blocks that were allocated or released are listed. Only
-// their present content and state count: what was changed and changed back costs a few bytes.
+// Bytes are marked in granules of 16; blocks that were allocated or released are listed. A frame
+// gets their present content and state: what was changed and changed back costs a few bytes.
 // A marked object is published as a whole, because the library stores a part of it without an
 // announcement.
 #ifndef TARNBASE_RUNTIME_STORE_CHANGES_H
@@ -39,7 +39,7 @@ class ChangeSet {
         marks.words_in_use |= 1ULL << word;
         marks.words[word] |= (~0ULL >> (64 - (end - first))) << first % 64;
     }
-    // The same of bytes that are stored without an announcement: a rollback doesn't restore them.
+    // The same for bytes that are stored without an announcement: a rollback doesn't restore them.
     void mark_unannounced(std::uint64_t offset, std::uint64_t length) noexcept {
         mark(offset, length);
         has_unannounced_bytes_ = true;
@@ -52,7 +52,7 @@ class ChangeSet {
     bool is_empty() const { return blocks_.empty() && pages_in_use_.empty(); }
     void clear();
 
-    // Adds the operations that repeat the changes. A block of `released` may still be allocated.
+    // Adds the operations that repeat the changes. A released block may still be allocated.
     void build(FrameBuilder &frame, const Image &image);
     // The same after a rollback that has restored all that was announced: adds only the objects.
     void build_undone(FrameBuilder &frame, const Image &image);

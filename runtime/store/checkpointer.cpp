@@ -18,7 +18,7 @@ namespace {
 
 constexpr int rest_factor = 9;
 
-// After another process was found to make a checkpoint, nobody looks again for this time.
+// After another process was found making a checkpoint, none is tried again for this time.
 constexpr std::chrono::milliseconds busy_time{100};
 
 // Signals are for the program's own threads.
@@ -88,7 +88,7 @@ void Checkpointer::finish(Clock::time_point began, bool is_busy) {
     state_ = State::idle;
 }
 
-// Takes the lock, or another one if who has it is stopped.
+// Takes the lock, or another one if its holder is stopped.
 bool Checkpointer::lock() {
     bool is_locked = lock_.try_lock_checkpoints(0);
     if (!is_locked && is_other_stopped()) {

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Makes checkpoints of a store, in a thread of its own or in the caller's. A checkpoint is made
-// of the one before and of the log: the image that the process works on isn't involved, and
+// from the one before and the log: the image that the process works on isn't involved, and
 // no writer waits. The thread rests after a checkpoint for nine times as long as it took, so that
 // a busy writer pays for a tenth of a processor.
 //
@@ -35,8 +35,8 @@ class Checkpointer {
     std::uint32_t make(std::uint64_t size);
     // How long another process may make one without a step.
     static constexpr std::chrono::seconds patience{3};
-    // The same in the background, after a rest unless it is urgent. A failure leaves the log as
-    // long as it is.
+    // The same in the background, after a rest unless it is urgent. After a failure the log stays
+    // as long as it is.
     void start(std::uint64_t size, bool is_urgent);
     // Waits for the end of what `start` began, without a rest.
     void wait();

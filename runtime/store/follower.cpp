@@ -14,11 +14,11 @@ namespace tarnbase::runtime {
 
 namespace {
 
-// Where a process may not map the whole capacity twice, the second image has space for a store
-// that has grown meanwhile.
+// If a process may not map the whole capacity twice, the second image has space for a store that
+// has grown meanwhile.
 constexpr std::uint64_t spare_bytes = 64ULL << 20;
 
-// Less memory of the process isn't worth the time.
+// Returning less memory than this isn't worth the time.
 constexpr std::uint64_t least_own_bytes = 1ULL << 20;
 
 }  // namespace
@@ -56,7 +56,7 @@ std::uint32_t Follower::check_image(Checkpoint &checkpoint) {
     const bool is_checked = checked.load(std::memory_order_relaxed) == identity;
     if (is_checked && !is_copied_) return 0;
     const std::uint32_t error = checkpoint.check_image(progress_);
-    // What has become damaged is checked by everyone from now on.
+    // If an image that was recorded as checked is damaged now, each process checks it again.
     if (store_.control.is_writable() && is_checked != (error == 0)) {
         checked.store(error == 0 ? identity : 0, std::memory_order_relaxed);
     }

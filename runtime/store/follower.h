@@ -23,7 +23,7 @@ struct StoreFolder {
 
 class Follower {
  public:
-    // A newer checkpoint may replace one that is being read, but hardly so often in a row.
+    // A newer checkpoint may replace one that is being read, but hardly this often in a row.
     static constexpr int most_attempts = 100;
 
     Follower(StoreFolder &store, Image &image) : store_(store), image_(image) {}
@@ -37,8 +37,8 @@ class Follower {
     // a right checksum in the copy. `size` is the store's, as far as it is known. Steps are counted
     // in `progress`, unless it is null.
     std::uint32_t load_second(std::uint64_t size, std::atomic<std::uint64_t> *progress);
-    // Applies what was published since. Errors as above: the image stays as it was after the
-    // last good frame.
+    // Applies what was published since. Errors as above: the image is as after the last good
+    // frame.
     std::uint32_t catch_up();
     // Returns memory of the process to the system: if much of the image is its own, and there is a
     // newer checkpoint, that is mapped. No byte of the image changes. Looks once at each

@@ -80,7 +80,7 @@ std::uint32_t Image::load(Checkpoint &checkpoint) {
 }
 
 std::uint32_t Image::remap(Checkpoint &checkpoint, UnsharedPages own) {
-    // What was discarded may be in the checkpoint still.
+    // The checkpoint may still contain what was discarded.
     const std::uint64_t end = std::max(checkpoint.head().image_bytes, header->arena.size);
     if (!region.contains(region.base(), end)) return EAGAIN;
     region.add_discarded(end, own);

@@ -21,7 +21,7 @@ class Image {
     void format(void *base);
     // Loads a checkpoint whose image was checked, into the region, which has its capacity.
     // Returns 0 or an errno number: ENOMEM the process can't map as much; EBADMSG the checkpoint
-    // is damaged, and says how.
+    // is damaged, and its `what` says how.
     std::uint32_t load(Checkpoint &checkpoint);
 
     // Maps a checkpoint in place of the one that was loaded, and of those of the `own` pages that

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Copies of pages of an image, to be stored again after something else was mapped there.
+// Copies of an image's pages, which are restored after something else was mapped there.
 #ifndef TARNBASE_RUNTIME_STORE_KEPT_PAGES_H
 #define TARNBASE_RUNTIME_STORE_KEPT_PAGES_H
 

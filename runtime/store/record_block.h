@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Recognising the blocks of records, tables and index pages. All stores into them are announced. The count of
-// a record's references is each process's own: it isn't shared.
+// Recognises the blocks of records, tables and index pages. All stores into them are announced. The
+// count of a record's references is each process's own: it isn't shared.
 #ifndef TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
 #define TARNBASE_RUNTIME_STORE_RECORD_BLOCK_H
 

@@ -45,7 +45,7 @@ Sharing::~Sharing() {
     }
     if (is_writer()) give_up_writing();
     if (!log_is_open_) return;
-    // A checkpoint that is being made may be of a position long ago.
+    // A checkpoint that is being made may be of a much earlier position.
     checkpointer_.wait();
     checkpoint_if_due();
 }
@@ -150,7 +150,7 @@ std::uint32_t Sharing::give_up_writing() {
 std::uint32_t Sharing::refresh() {
     if (is_writer()) return 0;
     if (const std::uint32_t error = check_not_inherited()) return error;
-    // What is published later may be left to the next call.
+    // What is published later is left to the next call.
     const std::uint64_t published = follower_.published();
     while (has_refused_.load() || follower_.position() < published) {
         if (!scopes_.begin_change_or_wait()) continue;

@@ -42,10 +42,10 @@ class Sharing {
     // text: ETIMEDOUT another process has it, or other threads read; EACCES the store is open to
     // read; EPERM it was opened by the parent process.
     std::uint32_t become_writer();
-    // Publishes what isn't published yet and releases the lock. Error: it was undone.
+    // Publishes what isn't published yet and releases the lock. Error: the changes were undone.
     std::uint32_t give_up_writing();
-    // Catches up with other processes, in a change of its own. A writer has nothing to catch up
-    // with. Any thread that has no reading scope open may call it.
+    // Catches up with other processes, in a change of its own. For a writer it does nothing. Any
+    // thread that has no reading scope open may call it.
     std::uint32_t refresh();
 
     // Publishes the changes as one frame. Error, ENOSPC among them: nothing is published.

@@ -84,7 +84,7 @@ void kel_store::release_now(void *block) {
 
 void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_t length) {
     TransactionSlot *slot = transaction(tx_id);
-    // There is nothing to undo, and nobody to publish to.
+    // There is nothing to undo, and no process to publish to.
     if (slot == nullptr && sharing == nullptr) return;
     if (slot != nullptr && slot->new_blocks.contain(address, length)) return;
     // At a rollback, memory outside the store may be gone or in use for something else.

@@ -70,7 +70,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     std::uint32_t lock();
     std::uint32_t unlock();
 
-    // Reading scopes of the calling thread, and refreshing, which needs that it has none.
+    // Reading scopes of the calling thread. It can refresh only if it has none.
     std::uint32_t begin_read(bool refreshed);
     std::uint32_t refresh();
     // Returns 0, or sets the error text: EDEADLK this thread has a reading scope open.
@@ -79,10 +79,10 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     tarnbase::runtime::ReadingScopes scopes;
     std::string path;                                     // empty: a private store
     std::unique_ptr<tarnbase::runtime::Sharing> sharing;  // null: a private store
-    // Of a salvaged store: its tables, and the pages of their indexes.
+    // The tables of a salvaged store, and the pages of their indexes.
     std::vector<std::unique_ptr<kel_table>> salvaged_tables;
     std::vector<std::unique_ptr<char[]>> salvaged_pages;
-    std::uint64_t allocations_until_failure = 0;          // 0: none fails on purpose
+    std::uint64_t allocations_until_failure = 0;  // 0: none fails on purpose
     // The comparison of the last key index that got its first record. A check finds a table's
     // comparison here.
     e_avl_compare_function order_of_new_tree = nullptr;

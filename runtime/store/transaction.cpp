@@ -90,8 +90,8 @@ std::uint32_t kel_store::commit(TransactionSlot &slot) {
     return 0;
 }
 
-// A rollback doesn't restore what the library stored without an announcement. It is published as
-// after a commit; if that fails, with the next frame.
+// A rollback doesn't restore what the library stored without an announcement. That is published as
+// by a commit; if this fails, with the next frame.
 void kel_store::publish_rollback(const TransactionSlot &slot, bool is_complete) {
     if (sharing == nullptr || !sharing->is_writer() || others_have_changes(slot)) return;
     ChangeSet &changes = sharing->changes();

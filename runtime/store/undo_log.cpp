@@ -15,7 +15,7 @@ constexpr std::uint64_t longest_piece = 32768;
 
 }  // namespace
 
-// A chain of chunks is freed one by one: destructors that call each other use up the stack.
+// Frees a chain of chunks one by one: destructors that call each other would use up the stack.
 UndoLog::~UndoLog() { clear(); }
 
 void UndoLog::drop_newest() {

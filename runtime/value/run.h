@@ -48,7 +48,7 @@ std::uint32_t marshal_run(kel_handle *handle, void *buffer, const T *values, std
     return used;
 }
 
-// `at_once`: the log takes the announcement of the run for those of its values.
+// `at_once`: the run is announced as one range, and not value by value.
 template <typename T>
 std::uint32_t unmarshal_run(kel_handle *handle, std::uint32_t tx_id, const void *buffer, T *values,
                             std::uint32_t count, std::uint32_t remaining, bool at_once,

@@ -16,7 +16,7 @@
 
 namespace tarnbase::runtime {
 
-// A text and its elements. For XPath it is parsed once more, to a tree of libxml2.
+// A text and its elements. The first XPath parses it once more, to a tree of libxml2.
 class ParsedText {
  public:
     ParsedText(std::string_view text, ElementTree elements)
