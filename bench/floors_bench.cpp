@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What no program gets below: a read of memory that depends on the one before, a copy, and
+// Lower bounds for any program: a read of memory that depends on the one before, a copy, and
 // appending numbers to a text.
 //   floors_bench REPETITIONS
 #include <benchmark/benchmark.h>

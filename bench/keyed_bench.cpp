@@ -52,7 +52,7 @@ struct Plan {
     }
 };
 
-// Makes the caches forget what they have: reads more than they can hold.
+// Empties the caches by reading more than they can hold.
 void forget() {
     constexpr std::size_t bytes = std::size_t{96} << 20;
     static const std::vector<char> other(bytes, 1);

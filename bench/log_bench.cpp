@@ -71,7 +71,7 @@ void build_frame(benchmark::State &state) {
 }
 BENCHMARK(build_frame)->Arg(10)->Arg(30);
 
-// A floor for `append`: the copy to memory that is used again.
+// A floor for `append`: the copy alone, to memory that is used again.
 void copy_frame(benchmark::State &state) {
     FrameBuilder builder;
     build(builder, state.range(0));
@@ -99,7 +99,7 @@ bool start(benchmark::State &state, const Folder &folder, LogWriter &writer) {
     return false;
 }
 
-// With all new segments, which the removal of old ones isn't part of.
+// Includes new segments, but not the removal of old ones.
 void append(benchmark::State &state) {
     const Folder folder;
     LogWriter writer;

@@ -57,7 +57,7 @@ void write_until_the_end(Course &course, const std::string &path, std::uint32_t 
     const auto pause = nanoseconds(per_second != 0 ? 1'000'000'000 / per_second : 0);
     auto next = Clock::now();
     while (!course.ended) {
-        // What is late is made up for.
+        // A late transaction doesn't delay the next ones.
         for (next += pause; Clock::now() < next;) std::this_thread::yield();
         const std::uint32_t number = chance();
         const std::string name = name_of(number % records);
@@ -128,7 +128,7 @@ double thread_nanoseconds() {
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
-// The time of a processor that an operation takes.
+// The processor time that an operation takes.
 template <typename Operation>
 double cost(Operation operation) {
     constexpr int rounds = 2'000'000;
@@ -137,7 +137,7 @@ double cost(Operation operation) {
     return (thread_nanoseconds() - start) / rounds;
 }
 
-// The cost for a thread while as many do the same; the least of some measurements.
+// The cost for each of several threads that run at once; the least of some measurements.
 void measure_scopes(kel_store *store, int threads) {
     double least = 1e9;
     for (int attempt = 0; attempt < 5; ++attempt) {

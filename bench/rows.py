@@ -14,7 +14,7 @@ repeat.
 '''
 
 READING = '''Medians of repetitions in which the contenders took turns, each in a process of its own. Spread is
-the middle half of the repetitions beside the median; a figure marked with ~ has more than 15 %.
+the middle half of the repetitions, relative to the median; a figure marked with ~ has more than 15 %.
 Times are processor time of the whole process unless a row says otherwise. Ratio is our figure
 divided by that of the best peer: below 1 we are ahead. The goal is a share of the best peer's
 figure in the same run, or a limit in the row's own unit.
@@ -24,11 +24,11 @@ KEYED = '''`keyed_bench`, ns an operation. Every contender gets the same keys in
 bytes beside the key. `tarnbase` is a store with files on tmpfs, `private` one without; LMDB has a
 writable map, SQLite a write-ahead log, and none of them syncs. insert: all keys, shuffled, in one
 transaction; erase: the searched keys in one transaction. find, miss: keys shuffled differently,
-each independent of the one before; dependent find: the record found says which key is next. All of
-these are hot, after a search for the same keys; cold find: a search and a read, by the clock, after
-other memory has displaced the caches. scan: step after step; walk: a callback for each record, where
-there is such a call. Three rows are transactions with one change. libpmemobj has no index: a
-`std::map` of its records' addresses is beside it.'''
+each independent of the one before; dependent find: the record found contains the number of the next
+key. All of these are hot, after a search for the same keys; cold find: a search and a read, by the
+clock, after other memory has filled the caches. scan: step after step; walk: a callback for each
+record, where there is such a call. Three rows are transactions with one change. libpmemobj has no
+index, so a `std::map` has the addresses of its records.'''
 
 
 def _keyed(key, records, shares):
@@ -61,7 +61,7 @@ GROUPS = [
     ('Memory', [
         Row('a record in a store, u32 key', 'record', 'u32', 1000000, None, 112),
         Row('a record in a store, text key of 26', 'record', 'text', 1000000, None, 176),
-        Row('room taken in a transaction, a record', 'transaction', 'text', 1000000, None, 300),
+        Row('memory taken in a transaction, a record', 'transaction', 'text', 1000000, None, 300),
         Row('disk after 1,000,000 inserts in one transaction, beside its blocks', 'disk',
             'text', 1000000, None, 1.2)]),
     ('Latency', [
@@ -80,7 +80,7 @@ SHORT = [
     ('find a record by a text key among 100,000', 'find', 'text', 100000),
     ('find among 1,000,000', 'find', 'text', 1000000),
     ('find among 1,000,000, each search depending on the one before', 'dependent find', 'text', 1000000),
-    ('learn that a key is missing, among 1,000,000', 'miss', 'text', 1000000),
+    ('search for a missing key among 1,000,000', 'miss', 'text', 1000000),
     ('find by a `u_int32` key among 1,000,000', 'find', 'u32', 1000000),
     ('insert with a text key, 1,000,000 in one transaction', 'insert', 'text', 1000000),
     ('step to the next record, 100,000 records', 'scan', 'text', 100000),

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// An index keeps the order of the comparison that the process has, whatever else was described.
+// An index keeps the order of the process's own comparison, even if the library describes another.
 #include <cstring>
 #include <string_view>
 

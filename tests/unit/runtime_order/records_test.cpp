@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Large indexes of texts whose beginnings say little: equal ones of several tenants and sources,
-// lengths that differ, long common beginnings, any bytes.
+// Large indexes of texts that digests distinguish badly: equal ones of several tenants and sources,
+// different lengths, long common beginnings, any bytes.
 #include <algorithm>
 #include <map>
 #include <random>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The key index against std::set, as a tree and as pages, for orders of different use to it.
+// The key index against std::set, as a tree and as pages, with orders that are known to different
+// degrees.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -35,7 +36,8 @@ struct Entry {
 Entry *entry_of(kel_index_node *node) { return reinterpret_cast<Entry *>(node); }
 int key_of(const kel_index_node *node) { return reinterpret_cast<const Entry *>(node)->key; }
 
-// How much the bytes of a key tell of it. One comparison each, since an order belongs to one.
+// How much of a key its bytes contain. Each has a comparison of its own, which the order belongs
+// to.
 enum class Order { unknown, exact, coarse, after_a_long_prefix, in_groups };
 
 std::uint64_t comparisons = 0;
@@ -546,7 +548,7 @@ TEST_P(KeyIndex, AnEditByAnUnknownComparisonMakesATree) {
     }
 }
 
-// What digests save, where they tell all of a key.
+// What digests save if they contain the whole key.
 class KeyIndexCosts : public SmallStoreTest {
  protected:
     static constexpr int keys = 2000;
