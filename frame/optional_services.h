@@ -7,8 +7,8 @@
 namespace tarnbase {
 
 // The address of the function or object `name` in the process; null if there is none. Any thread
-// may call it. A search takes microseconds: its result belongs in a variable with an initializer,
-// which runs when the library is loaded. Until then the variable is null, which has to do.
+// may call it. A search takes microseconds, so keep its result in a variable whose initializer runs
+// when the library is loaded. Until then the variable is null, and callers must accept that.
 void *find_optional_service(const char *name);
 
 }  // namespace tarnbase

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Runs of numbers: fields of one kind that follow each other in the object, or the elements of an
-// array. The runtime may have operations on them that stand for many calls of a service.
+// array. The runtime may have operations on them that replace many calls of a service.
 #ifndef TARNBASE_OBJECT_RUNS_H
 #define TARNBASE_OBJECT_RUNS_H
 
@@ -11,7 +11,7 @@
 
 namespace tarnbase::object {
 
-// Those of one kind. Null: the service is called for each number.
+// The operations for one kind of number. Null: the service is called for each number.
 struct RunOperations {
     kel_marshal_run marshal;
     kel_unmarshal_run unmarshal;

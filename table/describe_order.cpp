@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Describes the order of each table's index to the runtime, if it has the service for that, when
-// the library is loaded.
+// Describes the order of each table's index to the runtime when the library is loaded, if the
+// runtime has the service.
 #include <array>
 #include <cstddef>
 
@@ -14,7 +14,7 @@ namespace {
 
 using Describe = decltype(&kel_index_describe_order);
 
-// The parts of a key. What there is no space for isn't known.
+// The parts of a key. Those that don't fit are described as unknown.
 struct Parts {
     std::array<kel_key_part, 16> parts;
     std::uint32_t count = 0;

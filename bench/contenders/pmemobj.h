@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // libpmemobj: records that transactions protect. It has no index, so a std::map of their addresses
-// is beside it, which each process would have to make anew. Set PMEM_IS_PMEM_FORCE=1 and
+// is beside it, which each process would have to rebuild. Set PMEM_IS_PMEM_FORCE=1 and
 // PMEM_NO_FLUSH=1, so that it doesn't sync either.
 #ifndef TARNBASE_BENCH_CONTENDERS_PMEMOBJ_H
 #define TARNBASE_BENCH_CONTENDERS_PMEMOBJ_H

@@ -237,8 +237,8 @@ bool ImageExtent::has_whole_pages() const {
     return offset % image_page_bytes == 0 && bytes % image_page_bytes == 0;
 }
 
-// The file system knows the holes in the front. It would look for the end of the last data through
-// all pages of the file, so only the next data is searched for.
+// The file system reports the holes in the front. To find the end of the last data it would search
+// all pages of the file, so only the start of the next data is looked up.
 void Checkpoint::add_front_extents(std::vector<ImageExtent> &found) const {
     const std::uint64_t front = front_of(head_);
     for (std::uint64_t at = 0; at < front; at += hole_bytes) {

@@ -87,7 +87,7 @@ bool RecordSalvage::take_object(const ObjectType &type, void *object, const char
     return true;
 }
 
-// A copy that can't be read any more stands for the same type wherever it is referred to.
+// A copy that can't be read any more is of the same type wherever it is referred to.
 bool RecordSalvage::mend_descriptor(kel_object &head, const kel_type_info *constant) {
     const kel_type_info *found = head.descriptor;
     if (descriptors_.fit(found, constant) == Fit::right) return true;

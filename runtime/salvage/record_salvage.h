@@ -39,7 +39,7 @@ class RecordSalvage {
     std::string why_;
     Findings findings_;
     ObjectCheck objects_;
-    // What the addresses of descriptors that can't be read stand for.
+    // The types of descriptors that can't be read, by their addresses.
     std::unordered_map<const kel_type_info *, const kel_type_info *> lost_descriptors_;
     std::uint64_t without_state_ = 0;
 };

@@ -54,7 +54,7 @@ class ReadingScopes {
     // their scopes, and no change begins.
     static constexpr std::uint32_t open = 0;
     static constexpr std::uint32_t closed = 1;   // a change has begun
-    static constexpr std::uint32_t awaited = 2;  // with `closed`: somebody waits for its end
+    static constexpr std::uint32_t awaited = 2;  // with `closed`: a thread waits for its end
     static constexpr std::uint32_t passing = 4;
 
     static constexpr std::size_t line = 128;  // processors fetch lines of 64 bytes in pairs
@@ -84,7 +84,7 @@ class ReadingScopes {
     std::array<std::atomic<Slot *>, most_chunks> chunks_{};
     std::mutex mutex_;
     Condition changed_;
-    std::uint64_t changes_ = 0;         // that somebody has waited for, and that have ended
+    std::uint64_t changes_ = 0;         // that a thread has waited for, and that have ended
     std::uint32_t waiting_scopes_ = 0;  // threads that wait for the end of the change
     std::uint32_t passing_scopes_ = 0;  // threads that waited, and haven't opened their scopes yet
     alignas(line) std::atomic<std::uint32_t> gate_ = open;
