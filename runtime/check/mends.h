@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// What a check has found that can be put right.
+// What a check has found that can be mended.
 #ifndef TARNBASE_RUNTIME_CHECK_MENDS_H
 #define TARNBASE_RUNTIME_CHECK_MENDS_H
 
