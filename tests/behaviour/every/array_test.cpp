@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The two arrays of minutes through their thirteen operations.
 #include <cerrno>
+#include <utility>
+#include <vector>
 
 #include "tests/behaviour/every/minutes.h"
 
@@ -71,18 +73,15 @@ TEST_P(Minutes, AreCopiedUpToTheirNumber) {
 TEST_P(UntrackedMinutes, HaveNoFlags) {
     u8 *flags = nullptr;
     u8 source[minutes] = {};
-    on("state_flag_whole_get", {});
-    expect_error(EINVAL);
-    on("state_flag_whole_set", {1});
-    expect_error(EINVAL);
-    on("state_flag_get", {0});
-    expect_error(EINVAL);
-    on("state_flag_set", {0, 1});
-    expect_error(EINVAL);
-    on("state_flag_get_arr", {&flags});
-    expect_error(EINVAL);
-    on("state_flag_set_arr", {source, minutes});
-    expect_error(EINVAL);
+    const std::pair<const char *, std::vector<Word>> calls[] = {
+        {"state_flag_whole_get", {}},     {"state_flag_whole_set", {1}},
+        {"state_flag_get", {0}},          {"state_flag_set", {0, 1}},
+        {"state_flag_get_arr", {&flags}}, {"state_flag_set_arr", {source, minutes}}};
+    for (const auto &[operation, arguments] : calls) {
+        SCOPED_TRACE(operation);
+        on(operation, arguments);
+        expect_error(EINVAL);
+    }
 }
 
 TEST_P(TrackedMinutes, HaveOneFlagEachAndOneForAll) {

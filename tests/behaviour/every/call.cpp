@@ -12,8 +12,9 @@ namespace tarn::test {
 
 namespace {
 
-// More arguments than a set_all has. A callee uses its own; the caller removes them all.
-constexpr std::size_t few = 12, most = 64;
+// The numbers of arguments of a call: most functions take fewer than the first, a set_all fewer
+// than the second. A callee uses its own; the caller removes them all.
+constexpr std::size_t usual_count = 12, max_count = 64;
 
 std::set<std::string> &names() {
     static std::set<std::string> called;
@@ -50,8 +51,8 @@ void *symbol(const std::string &name) {
 }
 
 u64 call_address(void *function, const std::vector<Word> &arguments) {
-    if (arguments.size() <= few) return call_padded<few>(function, arguments);
-    if (arguments.size() <= most) return call_padded<most>(function, arguments);
+    if (arguments.size() <= usual_count) return call_padded<usual_count>(function, arguments);
+    if (arguments.size() <= max_count) return call_padded<max_count>(function, arguments);
     throw std::length_error("too many arguments");
 }
 

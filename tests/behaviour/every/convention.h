@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/behaviour/every/stage.h"
+#include "tests/behaviour/every/call_context.h"
 
 namespace tarn::test {
 

@@ -32,22 +32,22 @@ class CrForms : public ItemTest {};
 TARN_EVERY_ITEM(CrForms, Mode::plain, Mode::tracking);
 
 TEST_P(CrForms, DoNothingWhileAnErrorSticks) {
-    Stage stage(item, GetParam().mode);
-    for (const Prototype &each : functions) stage.arguments(each);
-    const StoreSnapshot before(stage.session.store());
+    CallContext context(item, GetParam().mode);
+    for (const Prototype &each : functions) context.arguments(each);
+    const StoreSnapshot before(context.session.store());
     for (const Prototype &each : functions) {
         if (!is_cr(each) || !result_with_sticky_error(each)) continue;
         SCOPED_TRACE(each.name);
-        const std::vector<Word> arguments = stage.arguments(each);
-        const auto scratch = stage.scratch();
-        stage.handle->last_error = EINVAL;
-        const HookRecorder hooks(stage.handle);
-        EXPECT_EQ(stage.result(each, Stage::invoke(each, arguments)),
+        const std::vector<Word> arguments = context.arguments(each);
+        const auto scratch = context.scratch();
+        context.handle->last_error = EINVAL;
+        const HookRecorder hooks(context.handle);
+        EXPECT_EQ(context.result(each, CallContext::invoke(each, arguments)),
                   *result_with_sticky_error(each));
-        EXPECT_EQ(stage.handle->last_error, EINVAL);
+        EXPECT_EQ(context.handle->last_error, EINVAL);
         EXPECT_TRUE(hooks.events.empty());
-        EXPECT_EQ(stage.scratch(), scratch);
-        kel_clear_last_error(stage.handle);
+        EXPECT_EQ(context.scratch(), scratch);
+        kel_clear_last_error(context.handle);
     }
     EXPECT_TRUE(before.changes().empty()) << to_text(before.changes());
 }
@@ -56,21 +56,21 @@ TEST_P(CrForms, RunInTheHandlesTransaction) {
     for (const Prototype &each : functions) {
         if (!is_cr(each)) continue;
         SCOPED_TRACE(each.name);
-        Stage stage(item, GetParam().mode);
-        const std::vector<Word> arguments = stage.arguments(each);
+        CallContext context(item, GetParam().mode);
+        const std::vector<Word> arguments = context.arguments(each);
         u32 tx = 0;
-        ASSERT_EQ(kel_transaction_begin(stage.handle, &tx), 0U);
-        stage.handle->cr_tx_id = tx;
+        ASSERT_EQ(kel_transaction_begin(context.handle, &tx), 0U);
+        context.handle->cr_tx_id = tx;
         {
-            HookRecorder hooks(stage.handle);
-            Stage::invoke(each, arguments);
-            Stage::expect_transaction(each, hooks, tx);
+            HookRecorder hooks(context.handle);
+            CallContext::invoke(each, arguments);
+            CallContext::expect_transaction(each, hooks, tx);
             const bool stores = each.ends_with("_create_cr") || each.ends_with("_destroy_cr") ||
                                 each.ends_with("_delete_cr") || each.ends_with("_clone_cr") ||
                                 each.ends_with("_mem_cr");
             EXPECT_TRUE(!stores || !hooks.events.empty());
         }
-        EXPECT_EQ(stage.handle->cr_fallback_enabled, 0U);
+        EXPECT_EQ(context.handle->cr_fallback_enabled, 0U);
     }
 }
 
@@ -105,8 +105,8 @@ TARN_EVERY_ITEM(Fallbacks, Mode::plain);
 TEST_P(Fallbacks, AreReturnedByCrCreationsWithoutMemoryAndNotDestroyed) {
     const Creations type = creations_of(item);
     if (type.fallback == nullptr) return;  // a table's record is destroyed in part
-    Stage stage(item, GetParam().mode);
-    kel_handle *const handle = stage.handle;
+    CallContext context(item, GetParam().mode);
+    kel_handle *const handle = context.handle;
     HookRecorder hooks(handle);
     hooks.fail_allocations(true);
     void *object = call<void *>(item + "_create_cr", {handle});
@@ -130,28 +130,28 @@ TEST_P(Fallbacks, AreReturnedByCrCreationsWithoutMemoryAndNotDestroyed) {
 
 TEST_P(Fallbacks, OfRecordsAreReturnedOnlyIfAnAllocationFails) {
     if (creations_of(item).fallback != nullptr) return;  // a type's is returned at once
-    Stage stage(item, GetParam().mode);
-    HookRecorder hooks(stage.handle);
+    CallContext context(item, GetParam().mode);
+    HookRecorder hooks(context.handle);
     hooks.fail_allocations(true);
-    stage.handle->last_error = EINVAL;
+    context.handle->last_error = EINVAL;
     const std::string creation = item + "_record_create_cr";
-    EXPECT_EQ(call<kel_record *>(creation, {stage.handle, 0}), table(item).fallback);
+    EXPECT_EQ(call<kel_record *>(creation, {context.handle, 0}), table(item).fallback);
     EXPECT_EQ(hooks.count(Hook::alloc), 1U);
-    EXPECT_EQ(stage.handle->cr_fallback_enabled, 0U);
+    EXPECT_EQ(context.handle->cr_fallback_enabled, 0U);
 }
 
 TEST_P(Fallbacks, AreNotReturnedByOtherCreations) {
-    Stage stage(item, GetParam().mode);
-    HookRecorder hooks(stage.handle);
+    CallContext context(item, GetParam().mode);
+    HookRecorder hooks(context.handle);
     hooks.fail_allocations(true);
     u32 tested = 0;
     for (const Prototype &each : with_null) {
         if (!each.returns_pointer()) continue;
         SCOPED_TRACE(each.name);
-        const std::vector<Word> arguments = stage.arguments(each);
-        stage.handle->last_error = 77;
-        EXPECT_EQ(Stage::invoke(each, arguments), 0U);
-        EXPECT_EQ(stage.handle->last_error, 77U);
+        const std::vector<Word> arguments = context.arguments(each);
+        context.handle->last_error = 77;
+        EXPECT_EQ(CallContext::invoke(each, arguments), 0U);
+        EXPECT_EQ(context.handle->last_error, 77U);
         ++tested;
     }
     EXPECT_GE(tested, 2U);

@@ -40,25 +40,25 @@ class Entry : public ItemTest {};
 TARN_EVERY_ITEM(Entry, Mode::plain, Mode::tracking, Mode::store_types);
 
 TEST_P(Entry, WithAnErrorSetAnOperationReturnsItsFailureAndChangesNothing) {
-    Stage stage(item, GetParam().mode);
-    for (const Prototype &each : functions) stage.arguments(each);
-    const StoreSnapshot before(stage.session.store());
+    CallContext context(item, GetParam().mode);
+    for (const Prototype &each : functions) context.arguments(each);
+    const StoreSnapshot before(context.session.store());
     for (const Prototype &each : functions) {
         if (!each.takes("err") || runs_with_an_error(item, each)) continue;
         SCOPED_TRACE(each.name);
-        const std::vector<Word> arguments = stage.arguments(each);
-        const auto scratch = stage.scratch();
-        stage.err = EIO;
-        stage.handle->last_error = EINVAL;
-        const HookRecorder hooks(stage.handle);
-        kel_handle handle_before = *stage.handle;
-        const u64 result = stage.result(each, Stage::invoke(each, arguments));
+        const std::vector<Word> arguments = context.arguments(each);
+        const auto scratch = context.scratch();
+        context.err = EIO;
+        context.handle->last_error = EINVAL;
+        const HookRecorder hooks(context.handle);
+        kel_handle handle_before = *context.handle;
+        const u64 result = context.result(each, CallContext::invoke(each, arguments));
         // The runtime's error for the object's variant is passed on.
         EXPECT_TRUE(result == 0 || each.ends_with("_adjust_variant")) << result;
-        EXPECT_EQ(stage.err, EIO);
-        EXPECT_EQ(std::memcmp(&handle_before, stage.handle, sizeof(kel_handle)), 0);
+        EXPECT_EQ(context.err, EIO);
+        EXPECT_EQ(std::memcmp(&handle_before, context.handle, sizeof(kel_handle)), 0);
         EXPECT_TRUE(hooks.events.empty());
-        EXPECT_EQ(stage.scratch(), scratch);
+        EXPECT_EQ(context.scratch(), scratch);
     }
     EXPECT_TRUE(before.changes().empty()) << to_text(before.changes());
 }
@@ -78,15 +78,15 @@ TEST_P(Clearing, AnOperationClearsTheErrorOfThePreviousOne) {
     for (const Prototype &each : functions) {
         if (!each.takes("err")) continue;
         SCOPED_TRACE(each.name);
-        Stage stage(item, GetParam().mode);
-        const std::vector<Word> arguments = stage.arguments(each);
-        stage.handle->last_error = 77;
-        const kel_handle before = *stage.handle;
-        Stage::invoke(each, arguments);
-        EXPECT_EQ(stage.handle->last_error == 77, leaves_last_error(item, each));
+        CallContext context(item, GetParam().mode);
+        const std::vector<Word> arguments = context.arguments(each);
+        context.handle->last_error = 77;
+        const kel_handle before = *context.handle;
+        CallContext::invoke(each, arguments);
+        EXPECT_EQ(context.handle->last_error == 77, leaves_last_error(item, each));
         // The rest of the handle is the runtime's.
-        stage.handle->last_error = 77;
-        EXPECT_EQ(std::memcmp(&before, stage.handle, sizeof before), 0);
+        context.handle->last_error = 77;
+        EXPECT_EQ(std::memcmp(&before, context.handle, sizeof before), 0);
     }
 }
 
@@ -96,19 +96,19 @@ TEST_P(Clearing, AnErrorIsReportedInTheErrorWordAndInTheHandle) {
         // Creating the key object, after the creation that failed, clears the handle's.
         if (ends_as(each, {"table_record_unmarshal"})) continue;
         SCOPED_TRACE(each.name);
-        Stage stage(item, GetParam().mode);
-        std::vector<Word> arguments = stage.arguments(each);
+        CallContext context(item, GetParam().mode);
+        std::vector<Word> arguments = context.arguments(each);
         for (std::size_t i = 2; i < arguments.size(); ++i) {
             if (each.parameters[i].name == "buffer_len") arguments[i] = 1;
         }
-        ServiceRecorder services(stage.handle);
-        services.at_each = [&stage](const ServiceCall &call) {
+        ServiceRecorder services(context.handle);
+        services.at_each = [&context](const ServiceCall &call) {
             if (call.name != "kel_store_err") return;
-            EXPECT_EQ(call.arguments.at(1), stage.err);
+            EXPECT_EQ(call.arguments.at(1), context.err);
         };
-        Stage::invoke(each, arguments);
-        EXPECT_TRUE(stage.err == 0 || stage.handle->last_error == stage.err)
-            << stage.err << ", " << stage.handle->last_error;
+        CallContext::invoke(each, arguments);
+        EXPECT_TRUE(context.err == 0 || context.handle->last_error == context.err)
+            << context.err << ", " << context.handle->last_error;
     }
 }
 
@@ -116,22 +116,22 @@ class Transaction : public ItemTest {};
 TARN_EVERY_ITEM(Transaction, Mode::plain);
 
 TEST_P(Transaction, OfTheCallerIsPassedToEveryHook) {
-    Stage stage(item, GetParam().mode);
-    for (const Prototype &each : functions) stage.arguments(each);
+    CallContext context(item, GetParam().mode);
+    for (const Prototype &each : functions) context.arguments(each);
     for (const Prototype &each : functions) {
         if (!each.takes("tx_id")) continue;
         SCOPED_TRACE(each.name);
-        std::vector<Word> arguments = stage.arguments(each);
+        std::vector<Word> arguments = context.arguments(each);
         u32 tx = 0;
-        ASSERT_EQ(kel_transaction_begin(stage.handle, &tx), 0U);
+        ASSERT_EQ(kel_transaction_begin(context.handle, &tx), 0U);
         arguments.at(1) = tx;
-        stage.err = 0;
+        context.err = 0;
         {
-            const HookRecorder hooks(stage.handle);
-            Stage::invoke(each, arguments);
-            Stage::expect_transaction(each, hooks, tx);
+            const HookRecorder hooks(context.handle);
+            CallContext::invoke(each, arguments);
+            CallContext::expect_transaction(each, hooks, tx);
         }
-        ASSERT_EQ(kel_transaction_rollback(stage.handle, tx), 0U);
+        ASSERT_EQ(kel_transaction_rollback(context.handle, tx), 0U);
     }
 }
 
@@ -147,18 +147,18 @@ bool stores_permanently(const std::string &item, const Prototype &function) {
 }
 
 TEST_P(Transaction, ThatIsRolledBackUndoesEveryOperation) {
-    Stage stage(item, GetParam().mode);
-    for (const Prototype &each : functions) stage.arguments(each);
-    const StoreSnapshot before(stage.session.store());
+    CallContext context(item, GetParam().mode);
+    for (const Prototype &each : functions) context.arguments(each);
+    const StoreSnapshot before(context.session.store());
     for (const Prototype &each : functions) {
         if (!each.takes("tx_id") || stores_permanently(item, each)) continue;
-        std::vector<Word> arguments = stage.arguments(each);
+        std::vector<Word> arguments = context.arguments(each);
         u32 tx = 0;
-        ASSERT_EQ(kel_transaction_begin(stage.handle, &tx), 0U);
+        ASSERT_EQ(kel_transaction_begin(context.handle, &tx), 0U);
         arguments.at(1) = tx;
-        stage.err = 0;
-        Stage::invoke(each, arguments);
-        ASSERT_EQ(kel_transaction_rollback(stage.handle, tx), 0U) << each.name;
+        context.err = 0;
+        CallContext::invoke(each, arguments);
+        ASSERT_EQ(kel_transaction_rollback(context.handle, tx), 0U) << each.name;
     }
     EXPECT_TRUE(before.lasting_changes().empty()) << to_text(before.lasting_changes());
 }
@@ -178,17 +178,17 @@ class TraceModule : public ItemTest {};
 TARN_EVERY_ITEM(TraceModule, Mode::plain);
 
 TEST_P(TraceModule, OfTypesIsRegisteredByCreationsAndOpens) {
-    Stage stage(item, GetParam().mode);
+    CallContext context(item, GetParam().mode);
     const bool is_enumeration = prototypes_of(item).front().ends_with("_variant_data_index_cap");
     std::size_t tested = 0;
     for (const Prototype &each : functions) {
         const bool registers = registers_trace_module(item, each);
         if (!registers && !each.ends_with("_create_internal")) continue;
         SCOPED_TRACE(each.name);
-        const std::vector<Word> arguments = stage.arguments(each);
-        stage.err = 0;
-        const ServiceRecorder services(stage.handle);
-        Stage::invoke(each, arguments);
+        const std::vector<Word> arguments = context.arguments(each);
+        context.err = 0;
+        const ServiceRecorder services(context.handle);
+        CallContext::invoke(each, arguments);
         const auto registered = services.calls("ptrail_module_init_fn");
         ASSERT_EQ(registered.size(), registers && !is_enumeration ? 1U : 0U);
         for (const ServiceCall &call : registered) EXPECT_EQ(call.text, "kel_tarnbase_type");

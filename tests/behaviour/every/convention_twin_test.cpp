@@ -55,7 +55,7 @@ TEST_P(Twins, BehaveAlike) {
         plain.name.resize(plain.name.size() - 7);
         for (const Situation &situation : situations(unsafe)) {
             SCOPED_TRACE(unsafe.name + ", " + situation.name);
-            EXPECT_EQ(play(item, unsafe, situation), play(item, plain, situation));
+            EXPECT_EQ(outcome_of(item, unsafe, situation), outcome_of(item, plain, situation));
         }
         ++pairs;
     }
@@ -71,8 +71,8 @@ TEST_P(TrackingOff, IsTheSameAsNoTrackingRecordInEveryOperation) {
         SCOPED_TRACE(each.name);
         Situation with_record = {"tracking off"};
         with_record.tracking_off = true;
-        Outcome off = play(item, each, with_record);
-        Outcome none = play(item, each, {"no record"});
+        Outcome off = outcome_of(item, each, with_record);
+        Outcome none = outcome_of(item, each, {"no record"});
         // An object without flags is traced only if no mode has refused them before.
         if (each.name.find("_state_flag_") != std::string::npos) off.traces = none.traces;
         EXPECT_EQ(off, none);

@@ -28,7 +28,7 @@ struct Filled {
 // The result of marshal in a buffer of that size.
 class WireForm {
  public:
-    explicit WireForm(u32 space) : room_(space) {}
+    explicit WireForm(u32 space) : space_(space) {}
     void object(const Filled &filled);
 
     std::vector<u8> bytes;
@@ -44,7 +44,7 @@ class WireForm {
     void field(const Filled &filled, const Field &field);
     void states(const Filled &filled, const Field &field);
 
-    u32 room_;
+    u32 space_;
 };
 
 // The result of unmarshal from such a form.
@@ -70,13 +70,13 @@ class WireReading {
     u8 *block_;
 };
 
-// The result of print in a buffer of that size, filled with `held`.
+// The result of print in a buffer of that size, filled with `filler`.
 class TextForm {
  public:
     // Represents a byte that a closing line skipped after an error.
     static constexpr char any = '\x01';
 
-    TextForm(u32 space, char held) : room_(space), held_(held) {}
+    TextForm(u32 space, char filler) : space_(space), filler_(filler) {}
     void object(const Filled &filled, u32 indent, const std::string &name);
 
     std::string text;
@@ -88,14 +88,14 @@ class TextForm {
     void value(const std::string &piece);
     void field(const Filled &filled, const Field &field, u32 indent);
 
-    u32 room_;
-    char held_;
+    u32 space_;
+    char filler_;
 };
 
 // The result of to_xml in a buffer of that size.
 class XmlForm {
  public:
-    explicit XmlForm(u32 space) : room_(space) {}
+    explicit XmlForm(u32 space) : space_(space) {}
     void object(const Filled &filled, const std::string &name, u8 flag);
 
     std::string text;
@@ -106,7 +106,7 @@ class XmlForm {
     void closing(const std::string &name);
     void field(const Filled &filled, const Field &field);
 
-    u32 room_;
+    u32 space_;
 };
 
 }  // namespace tarn::test

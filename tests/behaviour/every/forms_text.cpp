@@ -12,9 +12,9 @@ namespace {
 constexpr u32 no_space = EMSGSIZE;
 
 std::string replaced(const std::string &text, char character, const std::string &by) {
-    std::string made;
-    for (const char each : text) made += each == character ? by : std::string(1, each);
-    return made;
+    std::string result;
+    for (const char each : text) result += each == character ? by : std::string(1, each);
+    return result;
 }
 
 // A value of a kind that print and XML represent alike.
@@ -41,7 +41,7 @@ const char *enumerator_name(const Field &field, u32 seed) {
 // ---- Text ---------------------------------------------------------------------------
 
 bool TextForm::fits(std::size_t length) {
-    if (length <= room_ - text.size()) return true;
+    if (length <= space_ - text.size()) return true;
     if (err == 0) err = no_space;
     return false;
 }
@@ -86,7 +86,7 @@ void TextForm::object(const Filled &filled, u32 indent, const std::string &name)
         if (filled.type.fields[i].first_variant > filled.variant) return;
         field(filled, filled.type.fields[i], indent + 2);
     }
-    frame(std::string(indent, err == 0 ? held_ : any));
+    frame(std::string(indent, err == 0 ? filler_ : any));
     frame("}\n");
 }
 
@@ -94,7 +94,7 @@ void TextForm::object(const Filled &filled, u32 indent, const std::string &name)
 
 void XmlForm::piece(const std::string &piece) {
     if (err != 0) return;
-    if (piece.size() <= room_ - text.size()) {
+    if (piece.size() <= space_ - text.size()) {
         text += piece;
     } else {
         err = no_space;
@@ -104,7 +104,7 @@ void XmlForm::piece(const std::string &piece) {
 // An element that was started is always closed.
 void XmlForm::closing(const std::string &name) {
     const std::string tag = "</" + name + ">\n";
-    if (tag.size() <= room_ - text.size()) {
+    if (tag.size() <= space_ - text.size()) {
         text += tag;
     } else if (err == 0) {
         err = no_space;

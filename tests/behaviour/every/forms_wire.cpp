@@ -30,9 +30,9 @@ u32 integer_length(FieldKind kind) {
 u32 address_length(u64 family) { return family == 0 ? 0 : (family == 4 ? 4 : 16); }
 
 std::vector<u8> little(u64 value, u32 length) {
-    std::vector<u8> made;
-    for (u32 i = 0; i < length; ++i) made.push_back(static_cast<u8>(value >> (8 * i)));
-    return made;
+    std::vector<u8> bytes;
+    for (u32 i = 0; i < length; ++i) bytes.push_back(static_cast<u8>(value >> (8 * i)));
+    return bytes;
 }
 
 }  // namespace
@@ -46,7 +46,7 @@ Filled Filled::inside(const Field &field) const {
 
 u32 WireForm::put_item(const void *item, std::size_t length) {
     if (err != 0) return 0;
-    if (room_ - bytes.size() < length) {
+    if (space_ - bytes.size() < length) {
         err = no_space;
         return 0;
     }
@@ -59,12 +59,12 @@ u32 WireForm::put(u64 value, u32 length) { return put_item(little(value, length)
 
 // After an error too, while there is space.
 void WireForm::put_state(u8 flag) {
-    if (bytes.size() < room_) bytes.push_back(flag);
+    if (bytes.size() < space_) bytes.push_back(flag);
 }
 
 // An object of any kind needs at least one byte.
 bool WireForm::opened() {
-    if (err == 0 && bytes.size() >= room_) err = no_object;
+    if (err == 0 && bytes.size() >= space_) err = no_object;
     return err == 0;
 }
 

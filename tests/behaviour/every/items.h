@@ -36,6 +36,12 @@ inline std::span<const Field> fields_of(const Structure &type) {
     return {type.fields, type.field_count};
 }
 
+// The end of a field's place in an object.
+inline std::uint32_t end_of(const Structure &type, const Field &field) {
+    const bool is_last = &field == &fields_of(type).back();
+    return is_last ? type.plain_size : (&field)[1].offset;
+}
+
 // An item, and the mode of the handle for its test.
 template <typename Item>
 struct InMode {
@@ -55,6 +61,14 @@ auto in_each_mode(const Items &items) {
     for (const Item *item : items) {
         for (const Mode mode : all_modes) cases.push_back({item, mode});
     }
+    return cases;
+}
+
+template <typename Items>
+auto in_mode(const Items &items, Mode mode) {
+    using Item = std::remove_cvref_t<decltype(*items[0])>;
+    std::vector<InMode<Item>> cases;
+    for (const Item *item : items) cases.push_back({item, mode});
     return cases;
 }
 

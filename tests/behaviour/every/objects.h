@@ -19,6 +19,10 @@ inline kel_object *head(void *object) { return static_cast<kel_object *>(object)
 inline const kel_object *head(const void *object) {
     return static_cast<const kel_object *>(object);
 }
+inline kel_variant_usage &usage_of(const void *object) {
+    const kel_object *header = head(object);
+    return header->descriptor->variant_info->variants[header->variant];
+}
 inline u8 *at(void *object, u32 offset) { return static_cast<u8 *>(object) + offset; }
 inline const u8 *at(const void *object, u32 offset) {
     return static_cast<const u8 *>(object) + offset;

@@ -12,9 +12,10 @@
 namespace tarn::test {
 namespace {
 
-bool holds(const Structure &type, FieldKind kind) {
+bool contains(const Structure &type, FieldKind kind) {
     return std::any_of(type.fields, type.fields + type.field_count, [kind](const Field &field) {
-        return field.kind == kind || (field.structure != nullptr && holds(*field.structure, kind));
+        return field.kind == kind ||
+               (field.structure != nullptr && contains(*field.structure, kind));
     });
 }
 
@@ -33,9 +34,6 @@ class StructureFailure : public StructureTest {
     void TearDown() override {
         ASSERT_EQ(kel_transaction_rollback(handle, tx), 0U);
         StructureTest::TearDown();
-    }
-    kel_variant_usage usage_of(const void *object) const {
-        return head(object)->descriptor->variant_info->variants[head(object)->variant];
     }
     std::string destroy_text(const std::string &rest) const {
         return std::string(type.name) + " destroy: " + rest;
@@ -118,12 +116,12 @@ TEST_P(StructureFailure, ACreationWhoseFieldFailsIsTracedAndFreesItsBlock) {
     std::size_t failed = 0;
     const Typed within(type, handle, tx);
     for (const auto &[kind, service] : services) {
-        if (!holds(type, kind)) continue;
+        if (!contains(type, kind)) continue;
         ServiceRecorder recorder(handle);
         recorder.fail(service, 1);
         EXPECT_EQ(within.create(), nullptr) << service;
         EXPECT_TRUE(recorder.stop_failing());
-        EXPECT_EQ(trace.count(3, text), ++failed) << trace.all();
+        EXPECT_EQ(trace.count(KEL_TRACE_ERROR, text), ++failed) << trace.all();
         ASSERT_EQ(recorder.count("free_hook"), 1U);
         EXPECT_EQ(recorder.calls("free_hook")[0].arguments[2],
                   recorder.calls("alloc_hook")[0].result);
@@ -148,8 +146,9 @@ TEST_P(StructureFailure, AMappedObjectWithReferencesIsNotDestroyed) {
     EXPECT_EQ(bytes_of(object), before);
     EXPECT_EQ(usage_of(object).live, counted.live);
     EXPECT_EQ(usage_of(object).destroyed, counted.destroyed);
-    EXPECT_TRUE(trace.has(6, "(info): " + destroy_text("Object has references and will be cleaned "
-                                                       "up when all of them are released")))
+    EXPECT_TRUE(trace.has(KEL_TRACE_INFO,
+                          "(info): " + destroy_text("Object has references and will be cleaned "
+                                                    "up when all of them are released")))
         << trace.all();
     expect_type_trace();
 }
@@ -167,8 +166,9 @@ TEST_P(StructureFailure, AMappedObjectThatCannotBeUnmappedIsNotDestroyedAndStore
     EXPECT_EQ(bytes_of(object), before);
     EXPECT_EQ(recorder.calls().back().name, "kel_store_err");
     EXPECT_EQ(recorder.calls().back().arguments[1], EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): " + destroy_text("Failed to remove oid mapping for object. "
-                                                      "Error Invalid argument")))
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
+                          "(ERR): " + destroy_text("Failed to remove oid mapping for object. "
+                                                   "Error Invalid argument")))
         << trace.all();
     EXPECT_EQ(recorder.order({"delta_log_hook", "free_hook"}), "");
     expect_type_trace();
@@ -181,7 +181,8 @@ TEST_P(StructureFailure, AMappedObjectWithoutReferencesIsDestroyed) {
     ASSERT_EQ(kel_object_map(handle, tx, object, &oid), 0U);
     within.destroy(object);
     EXPECT_EQ(head(object)->descriptor, nullptr);
-    EXPECT_TRUE(trace.has(7, "(debug): " + destroy_text("Successfully removed OID mapping")))
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_DEBUG, "(debug): " + destroy_text("Successfully removed OID mapping")))
         << trace.all();
 }
 
@@ -203,26 +204,28 @@ TEST_P(StructureFailure, AnObjectThatCannotBeRemovedFromTheHdMappingKeepsItsMemo
     for (const ServiceCall &call : recorder.calls("free_hook")) {
         EXPECT_NE(call.pointer<void>(2), object);
     }
-    EXPECT_TRUE(trace.has(3, "(ERR): " + destroy_text("Failed to remove oid mapping for object. "
-                                                      "Error Invalid argument")))
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
+                          "(ERR): " + destroy_text("Failed to remove oid mapping for object. "
+                                                   "Error Invalid argument")))
         << trace.all();
 }
 
 TEST_P(StructureFailure, AnErrorOfAFieldIsTracedByLaterNestedObjectsAndStopsNothing) {
     // Its own string before a nested structure.
-    u32 strings = 0, nested_behind = 0;
+    u32 strings = 0, later_nested = 0;
     for (const Field &field : fields_of(type)) {
         if (field.kind == FieldKind::vstring) ++strings;
-        if (field.structure != nullptr && strings > 0) ++nested_behind;
+        if (field.structure != nullptr && strings > 0) ++later_nested;
     }
-    if (nested_behind == 0) return;
+    if (later_nested == 0) return;
     const Typed within(type, handle, tx);
     void *object = within.create();
     ServiceRecorder recorder(handle);
     recorder.fail("kel_vstring_get_oid_count", 1);
     within.destroy(object);
-    EXPECT_EQ(trace.count(3, "(ERR): Error already present in call to get object oid count"),
-              nested_behind);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
+                          "(ERR): Error already present in call to get object oid count"),
+              later_nested);
     EXPECT_EQ(head(object)->descriptor, nullptr);
 }
 
@@ -236,9 +239,10 @@ TEST_P(StructureFailure, AnObjectOfAVariantAboveTheTypesIsCountedAsTheNewest) {
     within.destroy(object);
     EXPECT_EQ(usage.destroyed, before.destroyed + 1);
     EXPECT_EQ(usage.live, before.live - 1);
-    EXPECT_EQ(trace.count(6, "(info): variant 5 requested only " +
-                                 std::to_string(type.top_variant + 1) + " variants present"),
-              1U)
+    EXPECT_EQ(
+        trace.count(KEL_TRACE_INFO, "(info): variant 5 requested only " +
+                                        std::to_string(type.top_variant + 1) + " variants present"),
+        1U)
         << trace.all();
 }
 
@@ -266,21 +270,24 @@ TEST_P(StructureFailure, OnlyAnObjectInTheHdMappingIsRemovedFromIt) {
 
 TEST_P(StructureFailure, ReferencesOfNullAreTracedInTheTypesModule) {
     typed("set_instance_embedded", {nullptr});
-    EXPECT_TRUE(trace.has(3, "(ERR): Invalid object pointer passed in to set instance flag"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Invalid object pointer passed in to set instance flag"));
     EXPECT_EQ(typed.operator()<u32>("get_oid_count", {nullptr, &err}), 0U);
     EXPECT_EQ(err, EINVAL);
     EXPECT_EQ(handle->last_error, EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): Invalid object passed in to get object oid count"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Invalid object passed in to get object oid count"));
     err = 0;
     handle->last_error = 0;
     typed("get_object_references", {nullptr, nullptr, 0, &err});
     EXPECT_EQ(err, EINVAL);
     EXPECT_EQ(handle->last_error, EINVAL);
-    EXPECT_TRUE(trace.has(3, "(ERR): Cannot get table references. Invalid object passed on"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Cannot get table references. Invalid object passed on"));
     err = 0;
     EXPECT_EQ(typed.operator()<u32>("type_type_backpropagate", {nullptr, &err}), 0U);
-    EXPECT_TRUE(
-        trace.has(6, std::string("(info): backpropagate: Null pointer to ") + type.name + " type"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_INFO, std::string("(info): backpropagate: Null pointer to ") +
+                                              type.name + " type"));
     EXPECT_EQ(trace.lines.size(), 4U) << trace.all();
     expect_type_trace();
 }
@@ -291,20 +298,17 @@ TEST_P(StructureFailure, ReadingReferencesWithAnErrorSetIsTraced) {
     EXPECT_EQ(typed.operator()<u32>("get_oid_count", {object, &err}), 0U);
     typed("get_object_references", {object, nullptr, 0, &err});
     EXPECT_EQ(err, ENOMEM);
-    EXPECT_TRUE(trace.has(3, "(ERR): Error already present in call to get object oid count"));
-    EXPECT_TRUE(trace.has(3, "(ERR): Error present in call to get table references from object"));
+    EXPECT_TRUE(
+        trace.has(KEL_TRACE_ERROR, "(ERR): Error already present in call to get object oid count"));
+    EXPECT_TRUE(trace.has(KEL_TRACE_ERROR,
+                          "(ERR): Error present in call to get table references from object"));
     err = 0;
     typed.destroy(object);
 }
 
 class StructureFatal : public StructureFailure {};
-INSTANTIATE_TEST_SUITE_P(Every, StructureFatal, ::testing::ValuesIn([] {
-                             std::vector<InMode<Structure>> cases;
-                             for (const Structure *type : all_structures()) {
-                                 cases.push_back({type, Mode::plain});
-                             }
-                             return cases;
-                         }()),
+INSTANTIATE_TEST_SUITE_P(Every, StructureFatal,
+                         ::testing::ValuesIn(in_mode(all_structures(), Mode::plain)),
                          name_in_mode<Structure>);
 
 TEST_P(StructureFatal, ASecondDestructionEndsTheProcess) {

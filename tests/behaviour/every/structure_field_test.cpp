@@ -143,15 +143,10 @@ TEST_P(StructureFields, GetAllReturnsThePlainValuesInTheirWidths) {
     for (u64 &word : words) arguments.emplace_back(&word);
     arguments.emplace_back(&err);
     typed("get_all", arguments);
-    const auto width = [](FieldKind kind) {
-        if (kind == FieldKind::u_int8) return 8U;
-        if (kind == FieldKind::u_int16) return 16U;
-        return kind == FieldKind::u_int64 || kind == FieldKind::int64 ? 64U : 32U;
-    };
     for (std::size_t i = 0; i < values.size(); ++i) {
         EXPECT_EQ(narrowed(values[i]->kind, words[i]), plain_value(*values[i], 1))
             << values[i]->name;
-        const u32 bits = width(values[i]->kind);
+        const u32 bits = 8 * plain_width(values[i]->kind);
         if (bits < 64) {
             EXPECT_EQ(words[i] >> bits, ~u64{0} >> bits) << values[i]->name;
         }

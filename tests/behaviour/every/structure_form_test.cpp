@@ -2,6 +2,7 @@
 // Each structure in all its forms: memory, wire, text and XML agree.
 #include <cerrno>
 
+#include "tarnbase/runtime.h"
 #include "tests/behaviour/every/objects.h"
 
 namespace tarn::test {
@@ -191,8 +192,9 @@ TEST_P(StructureForms, OfANewerWriterAreReadAsFarAsKnownAndSkippedByTheJump) {
     EXPECT_EQ(read(typed, bytes, second), known + 20);
     EXPECT_EQ(err, 0U);
     EXPECT_EQ(head(second)->variant, type.top_variant);
-    EXPECT_TRUE(traced.has(6, "(info): offset_jump read_len " + std::to_string(known) +
-                                  " offset_jump_base 2 _kel_variant_jump " + std::to_string(jump)))
+    EXPECT_TRUE(traced.has(KEL_TRACE_INFO, "(info): offset_jump read_len " + std::to_string(known) +
+                                               " offset_jump_base 2 _kel_variant_jump " +
+                                               std::to_string(jump)))
         << traced.all();
     expect_equal_and_destroy(second);
 }

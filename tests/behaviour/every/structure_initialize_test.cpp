@@ -38,10 +38,7 @@ class StructureInitialization : public StructureTest {
             } else if (field.kind == FieldKind::array) {
                 std::memset(place, filling, field.elements);
             } else if (field.kind < FieldKind::boolean) {
-                const u32 end =
-                    &field + 1 < of.fields + of.field_count ? (&field)[1].offset : of.plain_size;
                 *place = filling;
-                EXPECT_LT(field.offset, end);
             }
         }
     }
@@ -69,8 +66,7 @@ class StructureInitialization : public StructureTest {
     // The counts of this type that were announced.
     u32 deltas(const HookRecorder &hooks, const void *object) const {
         u32 found = 0;
-        const kel_variant_usage &usage =
-            head(object)->descriptor->variant_info->variants[head(object)->variant];
+        const kel_variant_usage &usage = usage_of(object);
         for (const HookEvent &event : hooks.of(Hook::delta_log)) {
             if (event.address == &usage.created || event.address == &usage.live) ++found;
         }
@@ -150,7 +146,7 @@ TEST_P(StructureInitialization, ANestedObjectWithoutABaseFailsOnlyWithTrackingOn
     initialize(object, 0, 0, OBJ_NESTED, nullptr);
     EXPECT_EQ(err, tracking ? EINVAL : 0);
     EXPECT_EQ(handle->last_error, err);
-    EXPECT_EQ(trace.count(3,
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR,
                           "(ERR): sttr_base can not be NULL in NESTED case. Please check the "
                           "parent object and provide the correct state tracking base pointer"),
               tracking ? 1U : 0U);

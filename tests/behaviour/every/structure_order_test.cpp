@@ -63,7 +63,7 @@ TEST_P(StructureOrder, EnumerationsCompareByTheDifferenceOfTheirValues) {
 
 TEST_P(StructureOrder, HeadersAndStateAreNotCompared) {
     typed("set_all_state_tracking_flag", {other, 9});
-    head(other)->flags ^= OBJ_EMBEDDED | 128;
+    head(other)->flags ^= OBJ_EMBEDDED | OBJ_MODIFIED;
     EXPECT_EQ(compare(object, other), 0);
     EXPECT_EQ(call<u32>(typed.name("hash"), {object, 5}),
               call<u32>(typed.name("hash"), {other, 5}));

@@ -27,9 +27,10 @@ class StateModes : public StructureTest {
     }
     void track(u32 mode) { kel_handle_set_state_tracking(handle, mode); }
     static void clear_marks(const Structure &of, void *place) {
-        head(place)->flags &= 127;
+        head(place)->flags &= static_cast<u8>(~OBJ_MODIFIED);
         for (const Field &field : fields_of(of)) {
-            if (field.descriptor != nullptr) head(at(place, field.offset))->flags &= 127;
+            if (field.descriptor != nullptr)
+                head(at(place, field.offset))->flags &= static_cast<u8>(~OBJ_MODIFIED);
         }
     }
     void expect_error(u32 code) {
@@ -50,25 +51,22 @@ class StateModes : public StructureTest {
 };
 
 // Objects without a block, and those with one.
-class BlocklessObjects : public StateModes {};
-class BlockedObjects : public StateModes {};
-std::vector<InMode<Structure>> in_mode(Mode mode) {
-    std::vector<InMode<Structure>> cases;
-    for (const Structure *type : all_structures()) cases.push_back({type, mode});
-    return cases;
-}
-INSTANTIATE_TEST_SUITE_P(Every, BlocklessObjects, ::testing::ValuesIn(in_mode(Mode::plain)),
+class UntrackedObjects : public StateModes {};
+class TrackedObjects : public StateModes {};
+INSTANTIATE_TEST_SUITE_P(Every, UntrackedObjects,
+                         ::testing::ValuesIn(in_mode(all_structures(), Mode::plain)),
                          name_in_mode<Structure>);
-INSTANTIATE_TEST_SUITE_P(Every, BlockedObjects, ::testing::ValuesIn(in_mode(Mode::tracking)),
+INSTANTIATE_TEST_SUITE_P(Every, TrackedObjects,
+                         ::testing::ValuesIn(in_mode(all_structures(), Mode::tracking)),
                          name_in_mode<Structure>);
 
-TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsAfterStoringItsValueUnmarked) {
+TEST_P(UntrackedObjects, AWriteInATrackingHandleFailsAfterStoringItsValueUnmarked) {
     track(KEL_STATE_TRACKING_ON);
     std::size_t failed = 0;
     const auto expect_failure = [&](const Field &field, u32 seed) {
         expect_error(EINVAL);
-        EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), ++failed);
-        EXPECT_EQ(head(object)->flags & 128, 0);
+        EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"), ++failed);
+        EXPECT_EQ(head(object)->flags & OBJ_MODIFIED, 0);
         typed.check_field(object, field, seed);
     };
     for (const Field &field : fields_of(type)) {
@@ -84,7 +82,7 @@ TEST_P(BlocklessObjects, AWriteInATrackingHandleFailsAfterStoringItsValueUnmarke
     }
 }
 
-TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsTraceThatInTwoTexts) {
+TEST_P(UntrackedObjects, ReadersAndWritersOfFlagsTraceThatInTwoTexts) {
     const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
     std::size_t readings = 0;
     for (const u32 mode : {u32{KEL_STATE_TRACKING_ON}, u32{0}}) {
@@ -96,14 +94,16 @@ TEST_P(BlocklessObjects, ReadersAndWritersOfFlagsTraceThatInTwoTexts) {
             typed(flags_of(field) + "_set", {object, 7, &err});
             expect_error(EINVAL);
             ++readings;
-            EXPECT_EQ(trace.count(3, "(ERR): The object is non state tracked"), readings);
-            EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), readings);
+            EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is non state tracked"),
+                      readings);
+            EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"),
+                      readings);
         }
     }
     EXPECT_EQ(before, std::vector<u8>(at(object, 0), at(object, type.plain_size)));
 }
 
-TEST_P(BlocklessObjects, SettingAllFlagsIsSilentInEveryMode) {
+TEST_P(UntrackedObjects, SettingAllFlagsIsSilentInEveryMode) {
     const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
     for (const u32 mode : {u32{KEL_STATE_TRACKING_ON}, u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
         track(mode);
@@ -114,7 +114,7 @@ TEST_P(BlocklessObjects, SettingAllFlagsIsSilentInEveryMode) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(BlockedObjects, WithModeOffFlagsFailWithEinvalWithoutATrace) {
+TEST_P(TrackedObjects, WithModeOffFlagsFailWithEinvalWithoutATrace) {
     const std::vector<u8> before = block();
     track(KEL_STATE_TRACKING_OFF);
     for (const Field &field : fields_of(type)) {
@@ -128,7 +128,7 @@ TEST_P(BlockedObjects, WithModeOffFlagsFailWithEinvalWithoutATrace) {
     EXPECT_EQ(block(), before);
 }
 
-TEST_P(BlockedObjects, WithoutAControlRecordFlagsAreReadAndWritten) {
+TEST_P(TrackedObjects, WithoutAControlRecordFlagsAreReadAndWritten) {
     track(0);
     for (const Field &field : fields_of(type)) {
         EXPECT_EQ(typed.operator()<u8>(flags_of(field) + "_get", {object, &err}), 2) << field.name;
@@ -138,7 +138,7 @@ TEST_P(BlockedObjects, WithoutAControlRecordFlagsAreReadAndWritten) {
     EXPECT_EQ(err, 0U);
 }
 
-TEST_P(BlockedObjects, AreWrittenByAHandleWithTrackingOffWithoutMarks) {
+TEST_P(TrackedObjects, AreWrittenByAHandleWithTrackingOffWithoutMarks) {
     const std::vector<u8> before = block();
     u32 seed = 3;
     for (const u32 mode : {u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
@@ -147,7 +147,7 @@ TEST_P(BlockedObjects, AreWrittenByAHandleWithTrackingOffWithoutMarks) {
             if (field.structure != nullptr) continue;
             typed.fill_field(object, field, seed);
             typed.check_field(object, field, seed);
-            EXPECT_NE(head(object)->flags & 128, 0) << field.name;
+            EXPECT_NE(head(object)->flags & OBJ_MODIFIED, 0) << field.name;
             clear_marks(type, object);
         }
         ++seed;
@@ -155,7 +155,7 @@ TEST_P(BlockedObjects, AreWrittenByAHandleWithTrackingOffWithoutMarks) {
     EXPECT_EQ(block(), before);
 }
 
-TEST_P(BlockedObjects, SettingAllFlagsIsSilentWithTrackingOff) {
+TEST_P(TrackedObjects, SettingAllFlagsIsSilentWithTrackingOff) {
     const std::vector<u8> before = block();
     for (const u32 mode : {u32{KEL_STATE_TRACKING_OFF}, u32{0}}) {
         track(mode);
@@ -166,15 +166,15 @@ TEST_P(BlockedObjects, SettingAllFlagsIsSilentWithTrackingOff) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(BlockedObjects, SettingAllFlagsAnnouncesAndMarksNothing) {
+TEST_P(TrackedObjects, SettingAllFlagsAnnouncesAndMarksNothing) {
     HookRecorder hooks(handle);
     typed("set_all_state_tracking_flag", {object, 7});
     EXPECT_TRUE(hooks.events.empty());
-    EXPECT_EQ(head(object)->flags & 128, 0);
+    EXPECT_EQ(head(object)->flags & OBJ_MODIFIED, 0);
     EXPECT_EQ(block(), std::vector<u8>(type.state_length, 7));
 }
 
-TEST_P(BlockedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
+TEST_P(TrackedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
     const std::vector<u8> before = block();
     for (const Field &field : fields_of(type)) {
         err = ENOMEM;
@@ -187,7 +187,7 @@ TEST_P(BlockedObjects, WithAnErrorSetFlagsAreNeitherReadNorWritten) {
     EXPECT_TRUE(trace.lines.empty()) << trace.all();
 }
 
-TEST_P(BlockedObjects, ACopyKeepsTheOffsetOfTheDestinationsBlock) {
+TEST_P(TrackedObjects, ACopyKeepsTheOffsetOfTheDestinationsBlock) {
     const auto elsewhere = [](const void *which) {
         return (head(which)->flags & OBJ_STATE_ELSEWHERE) != 0;
     };
@@ -208,7 +208,7 @@ TEST_P(BlockedObjects, ACopyKeepsTheOffsetOfTheDestinationsBlock) {
     set(other, false);
 }
 
-TEST_P(BlockedObjects, ACopyAnnouncesThePlainSizeFirstAndTheBlockNotAtAll) {
+TEST_P(TrackedObjects, ACopyAnnouncesThePlainSizeFirstAndTheBlockNotAtAll) {
     const std::vector<u8> before(at(object, 0), at(object, type.plain_size));
     typed("set_all_state_tracking_flag", {other, 6});
     {
@@ -224,7 +224,7 @@ TEST_P(BlockedObjects, ACopyAnnouncesThePlainSizeFirstAndTheBlockNotAtAll) {
     EXPECT_EQ(block(), std::vector<u8>(type.state_length, 6));
 }
 
-TEST_P(BlockedObjects, ACloneHasTheFlagsOfItsSource) {
+TEST_P(TrackedObjects, ACloneHasTheFlagsOfItsSource) {
     u8 value = 20;
     for (const Field &field : fields_of(type)) {
         typed(flags_of(field) + "_set", {object, value++, &err});
@@ -239,7 +239,7 @@ TEST_P(BlockedObjects, ACloneHasTheFlagsOfItsSource) {
     typed.destroy(clone);
 }
 
-TEST_P(BlocklessObjects, ACopyFromATrackedObjectFailsWithEinvalInBounds) {
+TEST_P(UntrackedObjects, ACopyFromATrackedObjectFailsWithEinvalInBounds) {
     const u32 length = type.plain_size + type.state_length;
     void *copy = handle->alloc_hook(handle->arena, KEL_TX_NONE, length);
     std::memset(copy, 0, type.plain_size);
@@ -251,7 +251,7 @@ TEST_P(BlocklessObjects, ACopyFromATrackedObjectFailsWithEinvalInBounds) {
 
     typed("set", {copy, source, &err});
     expect_error(EINVAL);
-    EXPECT_EQ(trace.count(3, "(ERR): The object is not state tracked"), 1U);
+    EXPECT_EQ(trace.count(KEL_TRACE_ERROR, "(ERR): The object is not state tracked"), 1U);
     EXPECT_EQ(head(copy)->flags & OBJ_STATE_TRACKED, 0);
     const u8 *after = at(copy, type.plain_size);
     EXPECT_EQ(std::vector<u8>(after, after + type.state_length),
@@ -260,7 +260,7 @@ TEST_P(BlocklessObjects, ACopyFromATrackedObjectFailsWithEinvalInBounds) {
     typed.destroy(copy);
 }
 
-TEST_P(BlocklessObjects, ACloneOfOneHasNoFlags) {
+TEST_P(UntrackedObjects, ACloneOfOneHasNoFlags) {
     void *clone = typed.cr<void *>("clone_cr", {object});
     ASSERT_NE(clone, nullptr);
     EXPECT_EQ(head(clone)->flags & OBJ_STATE_TRACKED, 0);

@@ -145,8 +145,8 @@ TEST_P(NegativeVariant, TheFormsHaveNoFields) {
 
 class ModifiedMarks : public StructureTest {
  protected:
-    static void mark(void *place) { head(place)->flags |= 128; }
-    static bool marked(const void *place) { return (head(place)->flags & 128) != 0; }
+    static void mark(void *place) { head(place)->flags |= OBJ_MODIFIED; }
+    static bool marked(const void *place) { return (head(place)->flags & OBJ_MODIFIED) != 0; }
 };
 TARN_EACH_STRUCTURE(ModifiedMarks);
 

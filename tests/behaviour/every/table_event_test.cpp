@@ -28,11 +28,11 @@ class TableEvents : public EveryTable {
  protected:
     // The words of an event: any pointers, which are passed on without being read.
     std::vector<Word> words(const Event &event) {
-        std::vector<Word> made = {handle, tx};
-        for (u32 i = 0; i < event.before; ++i) made.emplace_back(u64{0x1000} + i);
-        made.emplace_back(&err);
-        for (u32 i = 0; i < event.after; ++i) made.emplace_back(u64{0x2000} + i);
-        return made;
+        std::vector<Word> arguments = {handle, tx};
+        for (u32 i = 0; i < event.before; ++i) arguments.emplace_back(u64{0x1000} + i);
+        arguments.emplace_back(&err);
+        for (u32 i = 0; i < event.after; ++i) arguments.emplace_back(u64{0x2000} + i);
+        return arguments;
     }
     void callback(const Event &event, const std::string &twin) {
         call(name(std::string("table_record_") + event.name + "_cb" + twin), words(event));

@@ -14,8 +14,8 @@ class TableIndex : public EveryTable {
         return composite() ? std::string(type.key_type->name) + " "
                            : std::string(type.type->name) + " " + type.key->name;
     }
-    std::size_t traced(const std::string &behind_the_name) const {
-        return trace.count(KEL_TRACE_ERROR, std::string("(ERR): ") + type.name + behind_the_name);
+    std::size_t traced(const std::string &after_the_name) const {
+        return trace.count(KEL_TRACE_ERROR, std::string("(ERR): ") + type.name + after_the_name);
     }
     u32 compare(const kel_record *a, const kel_record *b) const {
         return call<u32>(key_name("avl_compare"), {a == nullptr ? nullptr : &a->index_node,

@@ -20,7 +20,7 @@ class TableMessages : public EveryTable {
 };
 TARN_EVERY_TABLE(TableMessages);
 
-TEST_P(TableMessages, AnOpenWithoutAMapping) {
+TEST_P(TableMessages, AnOpenWithoutAMappingIsTraced) {
     services.always_return("kel_oid_mapping_create", 0);
     kel_table *made = open("unmapped");
     ASSERT_NE(made, nullptr);
@@ -33,7 +33,7 @@ TEST_P(TableMessages, AnOpenWithoutAMapping) {
     services.stop_failing();
 }
 
-TEST_P(TableMessages, ARefusedFreeAndASuccessfulOne) {
+TEST_P(TableMessages, ARefusedFreeAndASuccessfulOneAreTraced) {
     kel_table *made = open("other");
     services.always_fail("kel_request_oid_mapping_destroy");
     on("table_free", {made, &err});
@@ -51,7 +51,7 @@ TEST_P(TableMessages, ARefusedFreeAndASuccessfulOne) {
     EXPECT_EQ(trace.count(KEL_TRACE_DEBUG, removed), before + 1) << trace.all();
 }
 
-TEST_P(TableMessages, ADestructionWhoseDeleteIsRefused) {
+TEST_P(TableMessages, ADestructionWhoseDeleteIsRefusedIsTraced) {
     kel_record *record = put(1);
     err = EIO;
     on("destroy_record", {record, &err});
@@ -64,7 +64,7 @@ TEST_P(TableMessages, ADestructionWhoseDeleteIsRefused) {
     table->src_counts[KEL_SOURCE_DEFAULT] = 0;
 }
 
-TEST_P(TableMessages, ARecordThatCannotBeUnmapped) {
+TEST_P(TableMessages, ARecordThatCannotBeUnmappedIsTraced) {
     auto *record = on<kel_record *>("create_record", {&err});
     record->flags |= KEL_RECORD_HD_MAPPED;
     const auto enabled = handle->hd_mapping_enabled;
@@ -82,7 +82,7 @@ TEST_P(TableMessages, ARecordThatCannotBeUnmapped) {
     drop(record);
 }
 
-TEST_P(TableMessages, ARequestForDestructionThatFails) {
+TEST_P(TableMessages, ARequestForDestructionThatFailsIsTraced) {
     kel_record *record = put(1);
     kel_table_set_replication(handle, tx, table, 1, 0);
     services.always_fail("keldb_request_record_destroy");
@@ -93,7 +93,7 @@ TEST_P(TableMessages, ARequestForDestructionThatFails) {
     kel_table_set_replication(handle, tx, table, 0, 0);
 }
 
-TEST_P(TableMessages, AnObjectThatAFieldRefuses) {
+TEST_P(TableMessages, AnObjectThatAFieldRefusesIsTraced) {
     for (const Structure *of : {type.type, type.key_type}) {
         if (of == nullptr) continue;
         auto *record = on<kel_record *>("create_record", {&err});
@@ -121,7 +121,7 @@ TEST_P(TableMessages, AnObjectThatAFieldRefuses) {
     }
 }
 
-TEST_P(TableMessages, MarshallingARecordWithoutItsObjects) {
+TEST_P(TableMessages, MarshallingARecordWithoutItsObjectsIsTraced) {
     u8 bytes[43] = {};
     auto *record = on<kel_record *>("create_record", {&err});
     const std::string begin = "(ERR): Failed to marshal " + table_name + " record: Field ";
@@ -141,7 +141,7 @@ TEST_P(TableMessages, MarshallingARecordWithoutItsObjects) {
     drop(record);
 }
 
-TEST_P(TableMessages, AFormEnteredWithAnError) {
+TEST_P(TableMessages, AFormEnteredWithAnErrorTracesIt) {
     kel_record *record = make(1);
     kel_record *read = nullptr;
     void *pkey = nullptr;

@@ -177,6 +177,34 @@ TEST_P(TableTraversal, ContinuesFromADeletedRecord) {
     drop(b);
 }
 
+// The forms by key, which have no twin.
+constexpr const char *keyed_forms[] = {"get_first",
+                                       "get_first_by_src",
+                                       "get_first_not_pending_destroy",
+                                       "get_first_ignore_src",
+                                       "get_last",
+                                       "get_last_by_src",
+                                       "get_last_not_pending_destroy",
+                                       "get_next",
+                                       "get_prev",
+                                       "get_next_by_src",
+                                       "get_prev_by_src",
+                                       "get_next_not_pending_destroy",
+                                       "get_prev_not_pending_destroy",
+                                       "get_next_ignore_src",
+                                       "get_prev_ignore_src",
+                                       "get_sub_next",
+                                       "get_sub_prev",
+                                       "get_shadow",
+                                       "get_next_by_key",
+                                       "get_prev_by_key",
+                                       "get_next_by_key_not_pending_destroy",
+                                       "get_prev_by_key_not_pending_destroy",
+                                       "get_next_by_key_w_src",
+                                       "walk",
+                                       "search_w_src",
+                                       "search_nearest"};
+
 // Not every form has every name.
 TEST_P(TableTraversal, HasOnlyTheFormsOfItsFamily) {
     const auto is_there = [](const std::string &name) {
@@ -197,32 +225,7 @@ TEST_P(TableTraversal, HasOnlyTheFormsOfItsFamily) {
     for (const char *step : {"get_first", "get_last", "get_next", "get_prev"}) {
         missing.push_back(name(std::string("pkey_") + step + "_not_pending_destroy"));
     }
-    for (const char *form : {"get_first",
-                             "get_first_by_src",
-                             "get_first_not_pending_destroy",
-                             "get_first_ignore_src",
-                             "get_last",
-                             "get_last_by_src",
-                             "get_last_not_pending_destroy",
-                             "get_next",
-                             "get_prev",
-                             "get_next_by_src",
-                             "get_prev_by_src",
-                             "get_next_not_pending_destroy",
-                             "get_prev_not_pending_destroy",
-                             "get_next_ignore_src",
-                             "get_prev_ignore_src",
-                             "get_sub_next",
-                             "get_sub_prev",
-                             "get_shadow",
-                             "get_next_by_key",
-                             "get_prev_by_key",
-                             "get_next_by_key_not_pending_destroy",
-                             "get_prev_by_key_not_pending_destroy",
-                             "get_next_by_key_w_src",
-                             "walk",
-                             "search_w_src",
-                             "search_nearest"}) {
+    for (const char *form : keyed_forms) {
         EXPECT_TRUE(is_there(key_name(form))) << form;
         missing.push_back(key_name(std::string(form) + "_unsafe"));
     }

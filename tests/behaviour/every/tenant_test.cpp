@@ -3,6 +3,9 @@
 // delete, and at each read through the index.
 #include <algorithm>
 #include <cerrno>
+#include <map>
+#include <string>
+#include <vector>
 
 #include "tarnbase/runtime.h"
 #include "tests/behaviour/every/prototypes.h"
@@ -58,13 +61,8 @@ class EveryTenancy : public EveryTable {
 
     ServiceRecorder services{handle};
 };
-INSTANTIATE_TEST_SUITE_P(Every, EveryTenancy, ::testing::ValuesIn([] {
-                             std::vector<InMode<Table>> cases;
-                             for (const Table *each : all_tables()) {
-                                 cases.push_back({each, Mode::plain});
-                             }
-                             return cases;
-                         }()),
+INSTANTIATE_TEST_SUITE_P(Every, EveryTenancy,
+                         ::testing::ValuesIn(in_mode(all_tables(), Mode::plain)),
                          name_in_mode<Table>);
 
 TEST_P(EveryTenancy, InsertAndDeleteUpdateTheCounterOfAnotherTenantThanTheDefault) {
@@ -148,9 +146,10 @@ TEST_P(EveryTenancy, OnlyTheEngineDeletesFromAMarkedTable) {
         on("delete" + twin, {table, record, &err});
         expect_error(EINVAL);
         EXPECT_EQ(handle->last_error, EINVAL);
-        EXPECT_TRUE(lines.has(3, "(ERR): " + std::string(type.name) +
-                                     "_delete() cannot be direclty used when the table is marked "
-                                     "for replication"))
+        EXPECT_TRUE(lines.has(KEL_TRACE_ERROR,
+                              "(ERR): " + std::string(type.name) +
+                                  "_delete() cannot be direclty used when the table is marked "
+                                  "for replication"))
             << lines.all();
         EXPECT_EQ(table->record_count, 1U);
         EXPECT_EQ(table->src_counts[1], 1U);
@@ -189,18 +188,14 @@ class EveryRead : public EveryTenancy {
     }
     std::vector<Word> arguments(const Prototype &function, kel_record *position, u32 src,
                                 u32 selector) {
+        const std::map<std::string, Word> values = {
+            {"handle", handle},     {"tx_id", tx},    {"table", table},   {"record", position},
+            {"src", src},           {"err", &err},    {"key", key_value}, {"object", key_holder},
+            {"selector", selector}, {"match_src", 1}, {"nearest", 1}};
         std::vector<Word> words;
         for (const Parameter &each : function.parameters) {
-            if (each.name == "handle") words.emplace_back(handle);
-            else if (each.name == "tx_id") words.emplace_back(tx);
-            else if (each.name == "table") words.emplace_back(table);
-            else if (each.name == "record") words.emplace_back(position);
-            else if (each.name == "src") words.emplace_back(src);
-            else if (each.name == "err") words.emplace_back(&err);
-            else if (each.name == "key") words.emplace_back(key(1));
-            else if (each.name == "object") words.emplace_back(key_object(1));
-            else if (each.name == "selector") words.emplace_back(selector);
-            else words.emplace_back(each.name == "match_src" || each.name == "nearest");
+            const auto found = values.find(each.name);
+            words.push_back(found == values.end() ? Word(0) : found->second);
         }
         return words;
     }
@@ -217,14 +212,12 @@ class EveryRead : public EveryTenancy {
         const std::size_t once = is_reported ? 1 : 0;
         EXPECT_TRUE(reports_skipped_records(function) || reads.size() == once) << reads.size();
     }
+
+    // Of key 1.
+    const void *const key_value = key(1);
+    void *const key_holder = key_object(1);
 };
-INSTANTIATE_TEST_SUITE_P(Every, EveryRead, ::testing::ValuesIn([] {
-                             std::vector<InMode<Table>> cases;
-                             for (const Table *each : all_tables()) {
-                                 cases.push_back({each, Mode::plain});
-                             }
-                             return cases;
-                         }()),
+INSTANTIATE_TEST_SUITE_P(Every, EveryRead, ::testing::ValuesIn(in_mode(all_tables(), Mode::plain)),
                          name_in_mode<Table>);
 
 TEST_P(EveryRead, ReportsTheReturnedRecordUnlessItIsAShadow) {

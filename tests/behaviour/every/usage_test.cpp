@@ -50,8 +50,8 @@ TARN_EVERY_ITEM(Usage, Mode::plain, Mode::tracking, Mode::store_types);
 
 TEST_P(Usage, ATypesCountersAreAnnouncedAndChangedInItsOwnDescriptor) {
     if (is_table()) return;  // see below
-    Stage stage(item, GetParam().mode);
-    kel_handle *const handle = stage.handle;
+    CallContext context(item, GetParam().mode);
+    kel_handle *const handle = context.handle;
     void *first = call<void *>(item + "_create", {handle, KEL_TX_NONE});
     expect_chosen(head(first)->descriptor, constant(item));
     const kel_variant_info &info = *head(first)->descriptor->variant_info;
@@ -88,43 +88,43 @@ TEST_P(Usage, ATypesCountersAreAnnouncedAndChangedInItsOwnDescriptor) {
 
 TEST_P(Usage, ATablesCountersChangeUnannouncedAndARecordsAnnounced) {
     if (!is_table()) return;
-    Stage stage(item, GetParam().mode);
-    kel_handle *const handle = stage.handle;
+    CallContext context(item, GetParam().mode);
+    kel_handle *const handle = context.handle;
     const u32 tx = KEL_TX_NONE;
-    expect_chosen(stage.table->descriptor, constant(item + "_table"));
-    expect_chosen(stage.record->descriptor, constant(item + "_table_record"));
-    kel_variant_usage &tables = stage.table->descriptor->variant_info->variants[0];
-    kel_variant_usage &records = stage.record->descriptor->variant_info->variants[0];
+    expect_chosen(context.table->descriptor, constant(item + "_table"));
+    expect_chosen(context.record->descriptor, constant(item + "_table_record"));
+    kel_variant_usage &tables = context.table->descriptor->variant_info->variants[0];
+    kel_variant_usage &records = context.record->descriptor->variant_info->variants[0];
     const kel_variant_usage tables_before = tables;
     const kel_variant_usage records_before = records;
 
     HookRecorder hooks(handle);
-    auto *table = call<kel_table *>(item + "_table_open", {handle, tx, "other", 0, &stage.err});
-    call(item + "_table_free", {handle, tx, table, &stage.err});
+    auto *table = call<kel_table *>(item + "_table_open", {handle, tx, "other", 0, &context.err});
+    call(item + "_table_free", {handle, tx, table, &context.err});
     EXPECT_EQ(announced(hooks), std::vector<Change>{});
     EXPECT_EQ(tables.created, tables_before.created + 1);
     EXPECT_EQ(tables.destroyed, tables_before.destroyed + 1);
     EXPECT_EQ(tables.live, tables_before.live);
 
-    auto *record = call<kel_record *>(item + "_create_record", {handle, tx, &stage.err});
-    call(item + "_destroy_record", {handle, tx, record, &stage.err});
+    auto *record = call<kel_record *>(item + "_create_record", {handle, tx, &context.err});
+    call(item + "_destroy_record", {handle, tx, record, &context.err});
     EXPECT_EQ(announced(hooks),
               (std::vector<Change>{{&records.created, 1}, {&records.destroyed, 1}}));
     EXPECT_EQ(records.created, records_before.created + 1);
     EXPECT_EQ(records.destroyed, records_before.destroyed + 1);
     EXPECT_EQ(records.live, records_before.live);
-    EXPECT_EQ(stage.err, 0U);
+    EXPECT_EQ(context.err, 0U);
 }
 
 TEST_P(Usage, OnlyAHandleOfPerStoreDescriptorsCallsTheTypeHooks) {
-    Stage stage(item, GetParam().mode);
+    CallContext context(item, GetParam().mode);
     u32 calls = 0;
     for (const Prototype &each : functions) {
         if (!each.returns_pointer() || !each.takes("tx_id")) continue;
-        const std::vector<Word> arguments = stage.arguments(each);
-        HookRecorder hooks(stage.handle);
-        stage.err = 0;
-        Stage::invoke(each, arguments);
+        const std::vector<Word> arguments = context.arguments(each);
+        HookRecorder hooks(context.handle);
+        context.err = 0;
+        CallContext::invoke(each, arguments);
         for (const HookEvent &event : hooks.events) {
             const bool of_types = event.hook == Hook::type_alloc ||
                                   event.hook == Hook::type_map_insert ||

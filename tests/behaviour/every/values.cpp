@@ -40,6 +40,20 @@ u64 narrowed(FieldKind kind, u64 word) {
     }
 }
 
+u32 plain_width(FieldKind kind) {
+    switch (kind) {
+        case FieldKind::u_int8:
+            return 1;
+        case FieldKind::u_int16:
+            return 2;
+        case FieldKind::u_int64:
+        case FieldKind::int64:
+            return 8;
+        default:
+            return 4;
+    }
+}
+
 u64 plain_value(const Field &field, u32 seed) {
     const u64 word = mix(field.name, seed);
     if (field.kind == FieldKind::boolean) return word & 1U;

@@ -21,6 +21,9 @@ u32 seed_inside(const Field &field, u32 seed);
 
 // The result of `_get_value`, as a word: sign-extended for the signed kinds.
 u64 plain_value(const Field &field, u32 seed);
+// The bytes of that word in an object.
+u32 plain_width(FieldKind kind);
+
 // The word as stored in a field of that kind.
 u64 narrowed(FieldKind kind, u64 word);
 std::string text_value(const Field &field, u32 seed);

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // A store with the arguments that every exported function needs, always made in the same
-// way, so that two calls on two stages can be compared.
-#ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_STAGE_H
-#define TARNBASE_TESTS_BEHAVIOUR_EVERY_STAGE_H
+// way, so that the same call in two contexts can be compared.
+#ifndef TARNBASE_TESTS_BEHAVIOUR_EVERY_CALL_CONTEXT_H
+#define TARNBASE_TESTS_BEHAVIOUR_EVERY_CALL_CONTEXT_H
 
 #include <array>
 #include <map>
@@ -15,14 +15,13 @@
 
 namespace tarn::test {
 
-class Stage {
+class CallContext {
  public:
-    // A stage for the functions of an item; a table's has the table open, with one
-    // record in it.
-    Stage(const std::string &item, Mode mode);
-    ~Stage();
+    // For the functions of an item; a table is open, with one record in it.
+    CallContext(const std::string &item, Mode mode);
+    ~CallContext();
 
-    // Valid arguments; `err` is the stage's own.
+    // Valid arguments; `err` is the context's own.
     std::vector<Word> arguments(const Prototype &function);
     // Calls the function without recording its name, as `call` does.
     static u64 invoke(const Prototype &function, const std::vector<Word> &arguments);
@@ -32,7 +31,7 @@ class Stage {
     // or freed.
     static void expect_transaction(const Prototype &function, const HookRecorder &hooks, u32 tx);
 
-    // An address as its offset in the store, so that it is the same on every stage;
+    // An address as its offset in the store, so that it is the same in every context;
     // other words unchanged.
     u64 place(u64 word) const;
     u64 result(const Prototype &function, u64 word) const;
@@ -64,7 +63,7 @@ class Stage {
 // The operation's name: the part after the item's, or after the key's.
 std::string operation_of(const std::string &item, const Prototype &function);
 
-// The effects of a call, as text that is the same on every stage.
+// The effects of a call, as text that is the same in every context.
 struct Outcome {
     u64 result = 0;
     u32 err = 0;
@@ -87,8 +86,8 @@ struct Situation {
     bool tracking_off = false;         // by a tracking record
 };
 
-// Calls a function of an item on its own stage.
-Outcome play(const std::string &item, const Prototype &function, const Situation &situation);
+// Calls a function of an item in a context of its own.
+Outcome outcome_of(const std::string &item, const Prototype &function, const Situation &situation);
 
 }  // namespace tarn::test
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/behaviour/every/stage.h"
+#include "tests/behaviour/every/call_context.h"
 
 #include <dlfcn.h>
 
@@ -46,19 +46,19 @@ constexpr u32 text_space = 8000;
 
 }  // namespace
 
-Stage::Stage(const std::string &item, Mode mode) : session(mode), item_(item) {
+CallContext::CallContext(const std::string &item, Mode mode) : session(mode), item_(item) {
     document_ = parse("<x/>");
     kel_vstring_refer(&string_, "text", 4);
     scratch_.fill(' ');
     if (const Table *type = find_table(item)) open(*type);
 }
 
-Stage::~Stage() {
+CallContext::~CallContext() {
     // The root of tables by id is shared by the whole process.
     if (const Table *type = find_table(item_)) *type->root_cache = nullptr;
 }
 
-void Stage::open(const Table &type) {
+void CallContext::open(const Table &type) {
     *type.root_cache = nullptr;
     const std::string prefix = std::string(type.name) + "_";
     const u32 tx = KEL_TX_NONE;
@@ -75,7 +75,7 @@ void Stage::open(const Table &type) {
     if (err != 0) throw std::runtime_error("no record for " + item_);
 }
 
-void *Stage::object(const std::string &type, const std::string &role) {
+void *CallContext::object(const std::string &type, const std::string &role) {
     void *&made = objects_[type + " " + role];
     if (made != nullptr) return made;
     if (const Structure *structure = find_structure(type)) {
@@ -90,7 +90,7 @@ void *Stage::object(const std::string &type, const std::string &role) {
     return made;
 }
 
-u64 Stage::number(const Parameter &parameter) {
+u64 CallContext::number(const Parameter &parameter) {
     if (is_one_of(parameter.name, {"buffer_len", "remaining", "workspace_len"})) return text_space;
     if (parameter.name == "length") return parameter.type == "int32_t" ? 8 : text_space;
     if (parameter.name == "message_len") return 64;
@@ -98,7 +98,7 @@ u64 Stage::number(const Parameter &parameter) {
     return is_one_of(parameter.name, {"value", "src", "log_writes"}) ? 1 : 0;
 }
 
-Word Stage::pointer(const Prototype &function, const Parameter &parameter) {
+Word CallContext::pointer(const Prototype &function, const Parameter &parameter) {
     const std::string type = parameter.pointee();
     const std::string &name = parameter.name;
     if (type.back() == '*') return &slots_[2];
@@ -122,27 +122,27 @@ Word Stage::pointer(const Prototype &function, const Parameter &parameter) {
     return &words_[place * 8];
 }
 
-Word Stage::argument(const Prototype &function, const Parameter &parameter) {
+Word CallContext::argument(const Prototype &function, const Parameter &parameter) {
     if (parameter.type == "kel_walk_function")
         return reinterpret_cast<const void *>(&continue_walk);
     if (parameter.is_pointer()) return pointer(function, parameter);
     return parameter.name == "tx_id" ? u64{KEL_TX_NONE} : number(parameter);
 }
 
-std::vector<Word> Stage::arguments(const Prototype &function) {
+std::vector<Word> CallContext::arguments(const Prototype &function) {
     slots_ = {};
     std::vector<Word> words;
     for (const Parameter &each : function.parameters) words.push_back(argument(function, each));
     return words;
 }
 
-u64 Stage::invoke(const Prototype &function, const std::vector<Word> &arguments) {
+u64 CallContext::invoke(const Prototype &function, const std::vector<Word> &arguments) {
     void *address = dlsym(RTLD_DEFAULT, function.name.c_str());
     if (address == nullptr) throw std::runtime_error("nothing is exported as " + function.name);
     return call_address(address, arguments);
 }
 
-void Stage::expect_transaction(const Prototype &function, const HookRecorder &hooks, u32 tx) {
+void CallContext::expect_transaction(const Prototype &function, const HookRecorder &hooks, u32 tx) {
     const bool opens = function.result == "kel_table *";
     const bool names = opens || function.ends_with("_table_free");
     for (const HookEvent &event : hooks.events) {
@@ -151,13 +151,13 @@ void Stage::expect_transaction(const Prototype &function, const HookRecorder &ho
     }
 }
 
-u64 Stage::place(u64 word) const {
+u64 CallContext::place(u64 word) const {
     const auto base = reinterpret_cast<std::uintptr_t>(session.describe().base);
     return word >= base && word < base + session.describe().size ? word - base : word;
 }
 
 // Registers hold more than a narrow result.
-u64 Stage::result(const Prototype &function, u64 word) const {
+u64 CallContext::result(const Prototype &function, u64 word) const {
     if (function.result == "void") return 0;
     if (function.returns_pointer()) return place(word);
     const bool narrow = function.result == "uint8_t" || function.result == "int8_t";
@@ -173,33 +173,34 @@ std::string operation_of(const std::string &item, const Prototype &function) {
     return function.name.substr(prefix.size());
 }
 
-Outcome play(const std::string &item, const Prototype &function, const Situation &situation) {
-    Stage stage(item, Mode::plain);
-    if (situation.tracking_off) kel_handle_set_state_tracking(stage.handle, KEL_STATE_TRACKING_OFF);
-    std::vector<Word> arguments = stage.arguments(function);
+Outcome outcome_of(const std::string &item, const Prototype &function, const Situation &situation) {
+    CallContext context(item, Mode::plain);
+    if (situation.tracking_off)
+        kel_handle_set_state_tracking(context.handle, KEL_STATE_TRACKING_OFF);
+    std::vector<Word> arguments = context.arguments(function);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string &name = function.parameters[i].name;
         if (name == situation.null_parameter) arguments[i] = nullptr;
         if (name == situation.small_parameter) arguments[i] = 1;
     }
     TraceCapture lines;
-    HookRecorder hooks(stage.handle);
+    HookRecorder hooks(context.handle);
     hooks.fail_allocations(situation.without_memory);
-    stage.err = situation.error_on_entry;
-    stage.handle->last_error = 77;
+    context.err = situation.error_on_entry;
+    context.handle->last_error = 77;
     Outcome outcome;
-    outcome.result = stage.result(function, Stage::invoke(function, arguments));
-    outcome.err = stage.err;
-    outcome.last_error = stage.handle->last_error;
+    outcome.result = context.result(function, CallContext::invoke(function, arguments));
+    outcome.err = context.err;
+    outcome.last_error = context.handle->last_error;
     for (const HookEvent &event : hooks.events) {
         const auto address = reinterpret_cast<std::uintptr_t>(event.address);
-        outcome.hooks.push_back({static_cast<u64>(event.hook), stage.place(address), event.length,
+        outcome.hooks.push_back({static_cast<u64>(event.hook), context.place(address), event.length,
                                  static_cast<u32>(event.delta), event.tx_id});
     }
     for (const TraceLine &line : lines.lines) {
         outcome.traces.push_back(std::to_string(line.level) + line.text);
     }
-    outcome.written.assign(stage.scratch().begin(), stage.scratch().end());
+    outcome.written.assign(context.scratch().begin(), context.scratch().end());
     return outcome;
 }
 
