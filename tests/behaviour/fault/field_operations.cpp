@@ -7,64 +7,59 @@ namespace tarn::test {
 
 namespace {
 
-void with_object(World &w) { w.object = w.make_object(0); }
-void with_two(World &w) {
-    w.object = w.make_object(0);
-    w.source = w.make_object(1);
-}
-
-st_every *every(World &w) { return static_cast<st_every *>(w.object); }
-st_grown *grown(World &w) { return static_cast<st_grown *>(w.object); }
-st_every *other(World &w) { return static_cast<st_every *>(w.source); }
+st_every *every(Environment &env) { return static_cast<st_every *>(env.object); }
+st_grown *grown(Environment &env) { return static_cast<st_grown *>(env.object); }
+st_every *other(Environment &env) { return static_cast<st_every *>(env.source); }
 
 // Whether a field's `_get` returns null. It makes nothing.
-void returned_access(World &w, const void *access) {
-    w.result = access == nullptr ? "null" : "access";
+void returned_access(Environment &env, const void *access) {
+    env.result = access == nullptr ? "null" : "access";
 }
 
 // Reading an enumeration or a nested structure calls nothing that can fail.
 constexpr Traits failing;
 constexpr Traits unfailing{.infallible = true};
 
-#define TARN_ACCESSORS(FIELD, READING)                                                         \
-    {"get of " #FIELD, On::every, with_object,                                                 \
-     [](World &w) {                                                                            \
-         returned_access(w, st_every_##FIELD##_get(w.handle, w.tx, every(w), &w.err));         \
-     },                                                                                        \
-     READING},                                                                                 \
-        {"set of " #FIELD, On::every, with_two,                                                \
-         [](World &w) {                                                                        \
-             u32 read_err = 0;                                                                 \
-             const auto *source = st_every_##FIELD##_get(w.handle, w.tx, other(w), &read_err); \
-             st_every_##FIELD##_set(w.handle, w.tx, every(w), source, &w.err);                 \
-         }},                                                                                   \
-        {"state_flag_get of " #FIELD,                                                          \
-         On::every,                                                                            \
-         with_object,                                                                          \
-         [](World &w) {                                                                        \
-             w.result = std::to_string(                                                        \
-                 st_every_##FIELD##_state_flag_get(w.handle, w.tx, every(w), &w.err));         \
-         },                                                                                    \
-         {.infallible = true}},                                                                \
-    {                                                                                          \
-        "state_flag_set of " #FIELD, On::every, with_object, [](World &w) {                    \
-            st_every_##FIELD##_state_flag_set(w.handle, w.tx, every(w), 9, &w.err);            \
-            w.returned(st_every_get(w.handle, w.tx, every(w), &w.err));                        \
-        }                                                                                      \
+#define TARN_ACCESSORS(FIELD, READING)                                                           \
+    {"get of " #FIELD, On::every, with_object,                                                   \
+     [](Environment &env) {                                                                      \
+         returned_access(env, st_every_##FIELD##_get(env.handle, env.tx, every(env), &env.err)); \
+     },                                                                                          \
+     READING},                                                                                   \
+        {"set of " #FIELD, On::every, with_two_objects,                                          \
+         [](Environment &env) {                                                                  \
+             u32 read_err = 0;                                                                   \
+             const auto *source =                                                                \
+                 st_every_##FIELD##_get(env.handle, env.tx, other(env), &read_err);              \
+             st_every_##FIELD##_set(env.handle, env.tx, every(env), source, &env.err);           \
+         }},                                                                                     \
+        {"state_flag_get of " #FIELD,                                                            \
+         On::every,                                                                              \
+         with_object,                                                                            \
+         [](Environment &env) {                                                                  \
+             env.result = std::to_string(                                                        \
+                 st_every_##FIELD##_state_flag_get(env.handle, env.tx, every(env), &env.err));   \
+         },                                                                                      \
+         {.infallible = true}},                                                                  \
+    {                                                                                            \
+        "state_flag_set of " #FIELD, On::every, with_object, [](Environment &env) {              \
+            st_every_##FIELD##_state_flag_set(env.handle, env.tx, every(env), 9, &env.err);      \
+            env.returned(st_every_get(env.handle, env.tx, every(env), &env.err));                \
+        }                                                                                        \
     }
 
-#define TARN_VALUE_ACCESSORS(FIELD, VALUE, READING)                                              \
-    TARN_ACCESSORS(FIELD, READING),                                                              \
-        {"get_value of " #FIELD, On::every, with_object,                                         \
-         [](World &w) {                                                                          \
-             w.result =                                                                          \
-                 std::to_string(st_every_##FIELD##_get_value(w.handle, w.tx, every(w), &w.err)); \
-         },                                                                                      \
-         READING},                                                                               \
-    {                                                                                            \
-        "set_value of " #FIELD, On::every, with_object, [](World &w) {                           \
-            st_every_##FIELD##_set_value(w.handle, w.tx, every(w), VALUE, &w.err);               \
-        }                                                                                        \
+#define TARN_VALUE_ACCESSORS(FIELD, VALUE, READING)                                        \
+    TARN_ACCESSORS(FIELD, READING),                                                        \
+        {"get_value of " #FIELD, On::every, with_object,                                   \
+         [](Environment &env) {                                                            \
+             env.result = std::to_string(                                                  \
+                 st_every_##FIELD##_get_value(env.handle, env.tx, every(env), &env.err));  \
+         },                                                                                \
+         READING},                                                                         \
+    {                                                                                      \
+        "set_value of " #FIELD, On::every, with_object, [](Environment &env) {             \
+            st_every_##FIELD##_set_value(env.handle, env.tx, every(env), VALUE, &env.err); \
+        }                                                                                  \
     }
 
 const std::vector<Operation> fields = {
@@ -82,11 +77,11 @@ const std::vector<Operation> fields = {
     TARN_ACCESSORS(tag, unfailing),
 };
 
-void set_all(World &w) {
-    st_every_set_all(w.handle, w.tx, every(w), 1, 2, 3, 4, 5, 6, 1, 0, 3, &w.err);
+void set_all(Environment &env) {
+    st_every_set_all(env.handle, env.tx, every(env), 1, 2, 3, 4, 5, 6, 1, 0, 3, &env.err);
 }
 
-void get_all(World &w) {
+void get_all(Environment &env) {
     u8 a8 = 99;
     u16 a16 = 99;
     u32 a32 = 99;
@@ -96,12 +91,12 @@ void get_all(World &w) {
     u32 flag = 99;
     u32 lamp = 99;
     u32 door = 99;
-    st_every_get_all(w.handle, w.tx, every(w), &a8, &a16, &a32, &a64, &s32, &s64, &flag, &lamp,
-                     &door, &w.err);
+    st_every_get_all(env.handle, env.tx, every(env), &a8, &a16, &a32, &a64, &s32, &s64, &flag,
+                     &lamp, &door, &env.err);
     for (const auto value :
          {std::int64_t{a8}, std::int64_t{a16}, std::int64_t{a32}, static_cast<std::int64_t>(a64),
           std::int64_t{s32}, s64, std::int64_t{flag}, std::int64_t{lamp}, std::int64_t{door}}) {
-        w.result += (w.result.empty() ? "" : " ") + std::to_string(value);
+        env.result += (env.result.empty() ? "" : " ") + std::to_string(value);
     }
 }
 
@@ -111,44 +106,49 @@ const std::vector<Operation> wholes = {
     {"set_all_state_tracking_flag",
      On::every,
      with_object,
-     [](World &w) { st_every_set_all_state_tracking_flag(w.handle, w.tx, every(w), 7); },
+     [](Environment &env) {
+         st_every_set_all_state_tracking_flag(env.handle, env.tx, every(env), 7);
+     },
      {.unlogged = true, .infallible = true}},
 };
 
 const std::vector<Operation> arrays = {
     {"array get", On::grown, with_object,
-     [](World &w) {
-         returned_access(w, st_grown_minute_get(w.handle, w.tx, grown(w), 3, &w.err));
+     [](Environment &env) {
+         returned_access(env, st_grown_minute_get(env.handle, env.tx, grown(env), 3, &env.err));
      }},
     {"array get_value", On::grown, with_object,
-     [](World &w) {
-         w.result = std::to_string(st_grown_minute_get_value(w.handle, w.tx, grown(w), 3, &w.err));
+     [](Environment &env) {
+         env.result =
+             std::to_string(st_grown_minute_get_value(env.handle, env.tx, grown(env), 3, &env.err));
      }},
     {"array get_mem",
      On::grown,
      with_object,
-     [](World &w) {
-         st_grown_minute_get_mem(w.handle, w.tx, grown(w), w.buffer.data(), 1440, &w.err);
+     [](Environment &env) {
+         st_grown_minute_get_mem(env.handle, env.tx, grown(env), env.buffer.data(), 1440, &env.err);
      },
      {.infallible = true}},
     {"array set", On::grown, with_object,
-     [](World &w) {
+     [](Environment &env) {
          const u8 value = 77;
-         st_grown_minute_set(w.handle, w.tx, grown(w), 3, &value, &w.err);
+         st_grown_minute_set(env.handle, env.tx, grown(env), 3, &value, &env.err);
      }},
     {"array set_value", On::grown, with_object,
-     [](World &w) { st_grown_minute_set_value(w.handle, w.tx, grown(w), 3, 77, &w.err); }},
+     [](Environment &env) {
+         st_grown_minute_set_value(env.handle, env.tx, grown(env), 3, 77, &env.err);
+     }},
     {"array set_mem", On::grown, with_object,
-     [](World &w) {
-         w.buffer.assign(w.buffer.size(), 'm');
-         st_grown_minute_set_mem(w.handle, w.tx, grown(w), w.buffer.data(), 1440, &w.err);
+     [](Environment &env) {
+         env.buffer.assign(env.buffer.size(), 'm');
+         st_grown_minute_set_mem(env.handle, env.tx, grown(env), env.buffer.data(), 1440, &env.err);
      }},
     {"array set_mem_cr", On::grown, with_object,
-     [](World &w) {
-         w.buffer.assign(w.buffer.size(), 'm');
-         w.result =
-             std::to_string(st_grown_minute_set_mem_cr(w.handle, grown(w), w.buffer.data(), 1440));
-         w.err = w.handle->last_error;
+     [](Environment &env) {
+         env.buffer.assign(env.buffer.size(), 'm');
+         env.result = std::to_string(
+             st_grown_minute_set_mem_cr(env.handle, grown(env), env.buffer.data(), 1440));
+         env.err = env.handle->last_error;
      }},
 };
 
@@ -156,30 +156,34 @@ const std::vector<Operation> array_flags = {
     {"array state_flag_whole_get",
      On::grown,
      with_object,
-     [](World &w) {
-         w.result =
-             std::to_string(st_grown_minute_state_flag_whole_get(w.handle, w.tx, grown(w), &w.err));
+     [](Environment &env) {
+         env.result = std::to_string(
+             st_grown_minute_state_flag_whole_get(env.handle, env.tx, grown(env), &env.err));
      },
      {.infallible = true}},
     {"array state_flag_get",
      On::grown,
      with_object,
-     [](World &w) {
-         w.result =
-             std::to_string(st_grown_minute_state_flag_get(w.handle, w.tx, grown(w), 3, &w.err));
+     [](Environment &env) {
+         env.result = std::to_string(
+             st_grown_minute_state_flag_get(env.handle, env.tx, grown(env), 3, &env.err));
      },
      {.infallible = true}},
     {"array state_flag_whole_set", On::grown, with_object,
-     [](World &w) { st_grown_minute_state_flag_whole_set(w.handle, w.tx, grown(w), 9, &w.err); }},
+     [](Environment &env) {
+         st_grown_minute_state_flag_whole_set(env.handle, env.tx, grown(env), 9, &env.err);
+     }},
     {"array state_flag_set", On::grown, with_object,
-     [](World &w) { st_grown_minute_state_flag_set(w.handle, w.tx, grown(w), 3, 9, &w.err); }},
+     [](Environment &env) {
+         st_grown_minute_state_flag_set(env.handle, env.tx, grown(env), 3, 9, &env.err);
+     }},
     // The flags are copied without an announcement.
     {"array state_flag_set_arr",
      On::grown,
      with_object,
-     [](World &w) {
-         st_grown_minute_state_flag_set_arr(w.handle, w.tx, grown(w), w.buffer.data(), 1440,
-                                            &w.err);
+     [](Environment &env) {
+         st_grown_minute_state_flag_set_arr(env.handle, env.tx, grown(env), env.buffer.data(), 1440,
+                                            &env.err);
      },
      {.unlogged = true}},
 };
@@ -187,11 +191,7 @@ const std::vector<Operation> array_flags = {
 }  // namespace
 
 std::vector<Operation> field_operations() {
-    std::vector<Operation> all;
-    for (const auto *part : {&fields, &wholes, &arrays, &array_flags}) {
-        all.insert(all.end(), part->begin(), part->end());
-    }
-    return all;
+    return joined({&fields, &wholes, &arrays, &array_flags});
 }
 
 }  // namespace tarn::test

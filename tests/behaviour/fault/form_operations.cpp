@@ -6,100 +6,99 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 space = 1 << 18;
-
-void with_record(World &w) {
-    w.loose = w.make(2);
-    w.length = 0;
+void with_record(Environment &env) {
+    env.loose = env.make(2);
+    env.length = 0;
 }
 
-u32 wire_length(World &w) { return w.s().plain.len(w.handle, w.tx, w.loose); }
+u32 wire_length(Environment &env) { return env.s().plain.len(env.handle, env.tx, env.loose); }
 
-void with_wire_form(World &w) {
-    with_record(w);
-    w.length = w.s().plain.marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
+void with_wire_form(Environment &env) {
+    with_record(env);
+    env.length = env.s().plain.marshal(env.handle, env.tx, env.buffer.data(), env.loose, form_space,
+                                       &env.err);
 }
-void with_wire_form_in_place(World &w) {
-    with_wire_form(w);
-    w.record = w.make(1);
+void with_wire_form_in_place(Environment &env) {
+    with_wire_form(env);
+    env.record = env.make(1);
 }
-void with_key_form(World &w) {
-    with_record(w);
-    w.length = w.s().plain.pkey_marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
+void with_key_form(Environment &env) {
+    with_record(env);
+    env.length = env.s().plain.pkey_marshal(env.handle, env.tx, env.buffer.data(), env.loose,
+                                            form_space, &env.err);
 }
-void with_document(World &w) {
-    with_record(w);
-    w.length = w.s().plain.to_xml(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
-    w.parse(std::string(w.buffer.data(), w.length));
-}
-
-void from_cr(World &w) { w.err = w.handle->last_error; }
-
-// Writes a form twice: the first time, when nothing fails, for its length.
-template <typename Write>
-void write(World &w, Write form) {
-    const u32 length = form();
-    if (w.err == 0 && w.handle->last_error == 0) w.length = length;
-    w.returned_length(length, w.length);
+void with_document(Environment &env) {
+    with_record(env);
+    env.length = env.s().plain.to_xml(env.handle, env.tx, env.buffer.data(), env.loose, form_space,
+                                      &env.err);
+    env.parse(std::string(env.buffer.data(), env.length));
 }
 
 const std::vector<Operation> writing = {
     {"record_marshal", On::tables, with_record,
-     [](World &w) {
-         w.returned_length(
-             w.s().plain.marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err),
-             wire_length(w));
+     [](Environment &env) {
+         env.returned_length(env.s().plain.marshal(env.handle, env.tx, env.buffer.data(), env.loose,
+                                                   form_space, &env.err),
+                             wire_length(env));
      }},
     {"record_marshal_cr", On::tables, with_record,
-     [](World &w) {
-         w.returned_length(w.s().cr.marshal(w.handle, w.loose, w.buffer.data(), space),
-                           wire_length(w));
-         from_cr(w);
+     [](Environment &env) {
+         env.returned_length(
+             env.s().cr.marshal(env.handle, env.loose, env.buffer.data(), form_space),
+             wire_length(env));
+         from_cr(env);
      }},
     {"pkey_marshal", On::tables, with_record,
-     [](World &w) {
-         w.returned_length(
-             w.s().plain.pkey_marshal(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err),
-             w.s().plain.pkey_len(w.handle, w.tx, w.loose));
+     [](Environment &env) {
+         env.returned_length(env.s().plain.pkey_marshal(env.handle, env.tx, env.buffer.data(),
+                                                        env.loose, form_space, &env.err),
+                             env.s().plain.pkey_len(env.handle, env.tx, env.loose));
      }},
     {"record_print", On::tables, with_record,
-     [](World &w) {
-         write(w, [&w] {
-             return w.s().plain.print(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
+     [](Environment &env) {
+         write_form(env, [&env] {
+             return env.s().plain.print(env.handle, env.tx, env.buffer.data(), env.loose,
+                                        form_space, &env.err);
          });
      }},
     {"record_print_cr", On::tables, with_record,
-     [](World &w) {
-         write(w, [&w] { return w.s().cr.print(w.handle, w.loose, w.buffer.data(), space); });
-         from_cr(w);
+     [](Environment &env) {
+         write_form(env, [&env] {
+             return env.s().cr.print(env.handle, env.loose, env.buffer.data(), form_space);
+         });
+         from_cr(env);
      }},
     {"pkey_print", On::tables,
-     [](World &w) {
-         w.open();
-         with_record(w);
+     [](Environment &env) {
+         env.open();
+         with_record(env);
      },
-     [](World &w) {
-         write(w, [&w] {
-             return w.s().plain.pkey_print(w.handle, w.tx, w.table, w.loose, w.buffer.data(), space,
-                                           &w.err);
+     [](Environment &env) {
+         write_form(env, [&env] {
+             return env.s().plain.pkey_print(env.handle, env.tx, env.table, env.loose,
+                                             env.buffer.data(), form_space, &env.err);
          });
      }},
     {"record_to_xml", On::tables, with_record,
-     [](World &w) {
-         write(w, [&w] {
-             return w.s().plain.to_xml(w.handle, w.tx, w.buffer.data(), w.loose, space, &w.err);
+     [](Environment &env) {
+         write_form(env, [&env] {
+             return env.s().plain.to_xml(env.handle, env.tx, env.buffer.data(), env.loose,
+                                         form_space, &env.err);
          });
      }},
     {"record_toxml_cr", On::tables, with_record,
-     [](World &w) {
-         write(w, [&w] { return w.s().cr.to_xml(w.handle, w.loose, w.buffer.data(), space); });
-         from_cr(w);
+     [](Environment &env) {
+         write_form(env, [&env] {
+             return env.s().cr.to_xml(env.handle, env.loose, env.buffer.data(), form_space);
+         });
+         from_cr(env);
      }},
     {"record_is_modified", On::tables, with_record,
      // The mark is not logged, so no rollback restores it.
-     [](World &w) {
-         kel_set_instance_modified(w.loose->object, 1, 0, 1);
-         w.result = std::to_string(w.s().plain.is_modified(w.handle, w.tx, w.loose, &w.err));
+     [](Environment &env) {
+         kel_set_instance_modified(env.loose->object, 1, 0, 1);
+         env.result =
+             std::to_string(env.s().plain.is_modified(env.handle, env.tx, env.loose, &env.err));
      }},
 };
 
@@ -109,42 +108,38 @@ constexpr Traits in_place{.unlogged = true, .stepwise = true};
 
 const std::vector<Operation> reading = {
     {"record_unmarshal", On::tables, with_wire_form,
-     [](World &w) {
-         w.returned_length(w.s().plain.unmarshal(w.handle, w.tx, &w.made_record, w.buffer.data(),
-                                                 w.length, 0, &w.err),
-                           w.length);
+     [](Environment &env) {
+         env.returned_length(env.s().plain.unmarshal(env.handle, env.tx, &env.made_record,
+                                                     env.buffer.data(), env.length, 0, &env.err),
+                             env.length);
      },
      stepwise},
     {"record_unmarshal in place", On::tables, with_wire_form_in_place,
-     [](World &w) {
-         w.returned_length(
-             w.s().plain.unmarshal(w.handle, w.tx, &w.record, w.buffer.data(), w.length, 1, &w.err),
-             w.length);
+     [](Environment &env) {
+         env.returned_length(env.s().plain.unmarshal(env.handle, env.tx, &env.record,
+                                                     env.buffer.data(), env.length, 1, &env.err),
+                             env.length);
      },
      in_place},
     {"pkey_unmarshal", On::tables, with_key_form,
-     [](World &w) {
-         w.returned_length(w.s().plain.pkey_unmarshal(w.handle, w.tx, &w.key_holder,
-                                                      w.buffer.data(), w.length, &w.err),
-                           w.length);
-         w.result += w.key_holder == nullptr ? ", no pkey" : ", a pkey";
+     [](Environment &env) {
+         env.returned_length(env.s().plain.pkey_unmarshal(env.handle, env.tx, &env.key_holder,
+                                                          env.buffer.data(), env.length, &env.err),
+                             env.length);
+         env.result += env.key_holder == nullptr ? ", no pkey" : ", a pkey";
      },
      stepwise},
     {"record_from_xml", On::tables, with_document,
-     [](World &w) {
+     [](Environment &env) {
          char message[128] = {};
-         w.returned(w.made_record = w.s().plain.from_xml(w.handle, w.tx, w.document, &w.err,
-                                                         message, sizeof message));
+         env.returned(env.made_record = env.s().plain.from_xml(env.handle, env.tx, env.document,
+                                                               &env.err, message, sizeof message));
      },
      stepwise},
 };
 
 }  // namespace
 
-std::vector<Operation> form_operations() {
-    std::vector<Operation> all = writing;
-    all.insert(all.end(), reading.begin(), reading.end());
-    return all;
-}
+std::vector<Operation> form_operations() { return joined({&writing, &reading}); }
 
 }  // namespace tarn::test

@@ -62,24 +62,24 @@ std::string content_of(const catalogue::Field &field, const void *value) {
     return {static_cast<const char *>(value), field.elements};
 }
 
-void see_fields(kel_handle *h, const catalogue::Structure &type, void *object,
-                const std::string &prefix, Sight &sight) {
+void observe_fields(kel_handle *h, const catalogue::Structure &type, void *object,
+                    const std::string &prefix, Observations &observed) {
     for (const catalogue::Field &field : type.fields) {
         if (field.first_variant > static_cast<const kel_object *>(object)->variant) continue;
         const std::string name = prefix + std::string(field.name);
         const bool is_plain = field.call.get_value != nullptr && field.elements == 0;
         u32 err = 0;
         if (is_plain) {
-            sight[name] = std::to_string(field.call.get_value(h, KEL_TX_NONE, object, 0, &err));
+            observed[name] = std::to_string(field.call.get_value(h, KEL_TX_NONE, object, 0, &err));
         } else if (void *value = field.call.get(h, KEL_TX_NONE, object, 0, &err);
                    value != nullptr) {
             if (field.structure != nullptr) {
-                see_fields(h, *field.structure, value, name + " ", sight);
+                observe_fields(h, *field.structure, value, name + " ", observed);
             } else {
-                sight[name] = content_of(field, value);
+                observed[name] = content_of(field, value);
             }
         }
-        if (err != 0) sight["error of " + name] = std::to_string(err);
+        if (err != 0) observed["error of " + name] = std::to_string(err);
     }
 }
 
@@ -102,11 +102,11 @@ void Kind::fill(kel_handle *h, u32 tx, void *object, u32 which, u32 *err) const 
     set_value(h, tx, object, which + 1, err);
 }
 
-void Kind::see(kel_handle *h, const void *object, Sight &sight) const {
+void Kind::observe(kel_handle *h, const void *object, Observations &observed) const {
     void *const seen = const_cast<void *>(object);
-    if (structure_ != nullptr) return see_fields(h, *structure_, seen, "", sight);
+    if (structure_ != nullptr) return observe_fields(h, *structure_, seen, "", observed);
     u32 err = 0;
-    sight["value"] = std::to_string(get_value(h, KEL_TX_NONE, object, &err));
+    observed["value"] = std::to_string(get_value(h, KEL_TX_NONE, object, &err));
 }
 
 const Kind kind_every(catalogue::schema.structure("st_every"));

@@ -10,8 +10,8 @@
 
 namespace tarn::test {
 
-// What can be seen of something, by name.
-using Sight = std::map<std::string, std::string>;
+// What a program can read of an object or a table, by name.
+using Observations = std::map<std::string, std::string>;
 
 class Kind : public catalogue::ObjectOperations {
  public:
@@ -26,7 +26,7 @@ class Kind : public catalogue::ObjectOperations {
     // outside their strings and differ in length.
     void fill(kel_handle *, u32 tx, void *, u32 which, u32 *err) const;
     // Adds the fields' values, by their names.
-    void see(kel_handle *, const void *, Sight &sight) const;
+    void observe(kel_handle *, const void *, Observations &observed) const;
 
  private:
     const catalogue::Structure *const structure_;  // null for an enumeration

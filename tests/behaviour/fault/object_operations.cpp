@@ -6,141 +6,137 @@ namespace tarn::test {
 
 namespace {
 
-constexpr u32 space = 1 << 18;
-
-void nothing(World &) {}
-void with_object(World &w) { w.object = w.make_object(0); }
-void with_two(World &w) {
-    w.object = w.make_object(0);
-    w.source = w.make_object(1);
-}
-void with_mapped(World &w) {
-    with_object(w);
+void with_mapped(Environment &env) {
+    with_object(env);
     u64 oid = 0;
-    w.err = kel_object_map(w.handle, w.tx, w.object, &oid);
+    env.err = kel_object_map(env.handle, env.tx, env.object, &oid);
 }
 // Bits of `flags` for an entry in the hd mapping.
-void with_hd_mapping(World &w) {
-    with_object(w);
-    kellib_update_ra_all(w.handle, w.tx, w.object, 71, 1);
+void with_hd_mapping(Environment &env) {
+    with_object(env);
+    kellib_update_ra_all(env.handle, env.tx, env.object, 71, 1);
 }
-void with_correlated_pair(World &w) {
-    with_two(w);
-    kellib_update_ra_all(w.handle, w.tx, w.source, 71, 1);
+void with_correlated_pair(Environment &env) {
+    with_two_objects(env);
+    kellib_update_ra_all(env.handle, env.tx, env.source, 71, 1);
 }
-void with_correlated_destination(World &w) {
-    with_two(w);
-    kellib_update_ra_all(w.handle, w.tx, w.object, 71, 1);
+void with_correlated_destination(Environment &env) {
+    with_two_objects(env);
+    kellib_update_ra_all(env.handle, env.tx, env.object, 71, 1);
 }
-void with_wire_form(World &w) {
-    with_correlated_pair(w);
-    w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, space, &w.err);
+void with_wire_form(Environment &env) {
+    with_correlated_pair(env);
+    env.length =
+        env.k().marshal(env.handle, env.tx, env.buffer.data(), env.source, form_space, &env.err);
 }
-void with_plain_wire_form(World &w) {
-    with_two(w);
-    w.length = w.k().marshal(w.handle, w.tx, w.buffer.data(), w.source, space, &w.err);
+void with_plain_wire_form(Environment &env) {
+    with_two_objects(env);
+    env.length =
+        env.k().marshal(env.handle, env.tx, env.buffer.data(), env.source, form_space, &env.err);
 }
-u32 to_xml_form(World &w, const void *object) {
-    return w.k().to_xml(w.handle, w.tx, w.k().name, w.buffer.data(), object, space, 0, &w.err);
+u32 to_xml_form(Environment &env, const void *object) {
+    return env.k().to_xml(env.handle, env.tx, env.k().name, env.buffer.data(), object, form_space,
+                          0, &env.err);
 }
-void with_document(World &w) {
-    with_two(w);
-    w.length = to_xml_form(w, w.source);
-    w.parse(std::string(w.buffer.data(), w.length));
-}
-
-void from_cr(World &w) { w.err = w.handle->last_error; }
-
-void note_destruction(World &w) {
-    w.result = static_cast<kel_object *>(w.object)->descriptor == nullptr ? "gone" : "there";
+void with_document(Environment &env) {
+    with_two_objects(env);
+    env.length = to_xml_form(env, env.source);
+    env.parse(std::string(env.buffer.data(), env.length));
 }
 
-// A form as long as the one that was written without a failure is whole.
-template <typename Write>
-void write(World &w, Write form) {
-    const u32 length = form();
-    if (w.err == 0 && w.handle->last_error == 0) w.length = length;
-    w.returned_length(length, w.length);
+void note_destruction(Environment &env) {
+    env.result = static_cast<kel_object *>(env.object)->descriptor == nullptr ? "gone" : "there";
 }
 
-void create(World &w) { w.returned(w.made_object = w.k().create(w.handle, w.tx)); }
+void create(Environment &env) {
+    env.returned(env.made_object = env.k().create(env.handle, env.tx));
+}
 // The fallback object replaces one that cannot be allocated, and is never destroyed.
-void create_cr(World &w) {
-    w.made_object = w.k().create_cr(w.handle);
-    const auto *head = static_cast<const kel_object *>(w.made_object);
-    w.result = head == nullptr ? "null" : head->descriptor == nullptr ? "fallback" : "made";
-    if (w.result == "fallback") w.made_object = nullptr;
-    from_cr(w);
+void create_cr(Environment &env) {
+    env.made_object = env.k().create_cr(env.handle);
+    const auto *head = static_cast<const kel_object *>(env.made_object);
+    env.result = head == nullptr ? "null" : head->descriptor == nullptr ? "fallback" : "made";
+    if (env.result == "fallback") env.made_object = nullptr;
+    from_cr(env);
 }
-void destroy(World &w) {
-    w.k().destroy(w.handle, w.tx, w.object);
-    note_destruction(w);
+void destroy(Environment &env) {
+    env.k().destroy(env.handle, env.tx, env.object);
+    note_destruction(env);
 }
-void destroy_cr(World &w) {
-    w.k().destroy_cr(w.handle, w.object);
-    note_destruction(w);
-    from_cr(w);
+void destroy_cr(Environment &env) {
+    env.k().destroy_cr(env.handle, env.object);
+    note_destruction(env);
+    from_cr(env);
 }
-void embed(World &w) { w.k().set_instance_embedded(w.handle, w.tx, w.object); }
+void embed(Environment &env) { env.k().set_instance_embedded(env.handle, env.tx, env.object); }
 // The mark is not logged, so no rollback restores it.
-void backpropagate(World &w) {
-    const u32 is_structure = w.k().is_structure() ? 1 : 0;
-    kel_set_instance_modified(w.object, is_structure, 1 - is_structure, 1);
-    w.result = std::to_string(w.k().backpropagate(w.handle, w.tx, w.object, &w.err));
+void backpropagate(Environment &env) {
+    const u32 is_structure = env.k().is_structure() ? 1 : 0;
+    kel_set_instance_modified(env.object, is_structure, 1 - is_structure, 1);
+    env.result = std::to_string(env.k().backpropagate(env.handle, env.tx, env.object, &env.err));
 }
-void set(World &w) { w.k().set(w.handle, w.tx, w.object, w.source, &w.err); }
-void adjust(World &w) { w.k().adjust_variant(w.handle, w.tx, w.object, &w.err); }
-void marshal(World &w) {
-    write(w,
-          [&w] { return w.k().marshal(w.handle, w.tx, w.buffer.data(), w.object, space, &w.err); });
-}
-void unmarshal(World &w) {
-    w.returned_length(
-        w.k().unmarshal(w.handle, w.tx, w.buffer.data(), w.object, w.length, 0, &w.err), w.length);
-}
-void print(World &w) {
-    write(w, [&w] {
-        return w.k().print(w.handle, w.tx, w.buffer.data(), 0, w.k().name, w.object, space, &w.err);
+void set(Environment &env) { env.k().set(env.handle, env.tx, env.object, env.source, &env.err); }
+void adjust(Environment &env) { env.k().adjust_variant(env.handle, env.tx, env.object, &env.err); }
+void marshal(Environment &env) {
+    write_form(env, [&env] {
+        return env.k().marshal(env.handle, env.tx, env.buffer.data(), env.object, form_space,
+                               &env.err);
     });
 }
-void print_cr(World &w) {
-    write(w, [&w] { return w.k().print_cr(w.handle, w.object, w.buffer.data(), space); });
-    from_cr(w);
+void unmarshal(Environment &env) {
+    env.returned_length(env.k().unmarshal(env.handle, env.tx, env.buffer.data(), env.object,
+                                          env.length, 0, &env.err),
+                        env.length);
 }
-void to_xml(World &w) {
-    write(w, [&w] { return to_xml_form(w, w.object); });
+void print(Environment &env) {
+    write_form(env, [&env] {
+        return env.k().print(env.handle, env.tx, env.buffer.data(), 0, env.k().name, env.object,
+                             form_space, &env.err);
+    });
 }
-void toxml_cr(World &w) {
-    write(w, [&w] { return w.k().toxml_cr(w.handle, w.object, w.buffer.data(), space); });
-    from_cr(w);
+void print_cr(Environment &env) {
+    write_form(env, [&env] {
+        return env.k().print_cr(env.handle, env.object, env.buffer.data(), form_space);
+    });
+    from_cr(env);
 }
-void from_xml(World &w) {
-    const std::string path = std::string("//") + w.k().name;
+void to_xml(Environment &env) {
+    write_form(env, [&env] { return to_xml_form(env, env.object); });
+}
+void toxml_cr(Environment &env) {
+    write_form(env, [&env] {
+        return env.k().toxml_cr(env.handle, env.object, env.buffer.data(), form_space);
+    });
+    from_cr(env);
+}
+void from_xml(Environment &env) {
+    const std::string path = std::string("//") + env.k().name;
     char message[128] = {};
-    w.k().from_xml(w.handle, w.tx, path.c_str(), w.document, w.object, &w.err, message,
-                   sizeof message);
+    env.k().from_xml(env.handle, env.tx, path.c_str(), env.document, env.object, &env.err, message,
+                     sizeof message);
 }
-void is_valid_field_cr(World &w) {
-    w.result = std::to_string(w.k().is_valid_field_cr(w.handle, nullptr, 1000));
-    from_cr(w);
+void is_valid_field_cr(Environment &env) {
+    env.result = std::to_string(env.k().is_valid_field_cr(env.handle, nullptr, 1000));
+    from_cr(env);
 }
-void is_valid_value_cr(World &w) {
-    w.result = std::to_string(w.k().is_valid_value_cr(w.handle, 1000));
-    from_cr(w);
+void is_valid_value_cr(Environment &env) {
+    env.result = std::to_string(env.k().is_valid_value_cr(env.handle, 1000));
+    from_cr(env);
 }
 
-void clone(World &w) {
-    w.k().clone(w.handle, w.tx, w.object, &w.made_object, w.buffer.data(), space, &w.err);
-    w.returned(w.made_object);
+void clone(Environment &env) {
+    env.k().clone(env.handle, env.tx, env.object, &env.made_object, env.buffer.data(), form_space,
+                  &env.err);
+    env.returned(env.made_object);
 }
-void clone_cr(World &w) {
-    w.returned(w.made_object = w.k().clone_cr(w.handle, w.object));
-    from_cr(w);
+void clone_cr(Environment &env) {
+    env.returned(env.made_object = env.k().clone_cr(env.handle, env.object));
+    from_cr(env);
 }
-void copy_cr(World &w) {
-    w.k().copy_cr(w.handle, w.source, w.object);
-    note_destruction(w);
-    from_cr(w);
+void copy_cr(Environment &env) {
+    env.k().copy_cr(env.handle, env.source, env.object);
+    note_destruction(env);
+    from_cr(env);
 }
 
 constexpr Traits infallible{.infallible = true};
@@ -159,20 +155,23 @@ const std::vector<Operation> structures = {
     {"offset_update",
      On::structures,
      with_object,
-     [](World &w) {
-         w.k().offset_update(w.handle, w.tx, w.object, static_cast<char *>(w.object) + 4096,
-                             &w.err);
+     [](Environment &env) {
+         env.k().offset_update(env.handle, env.tx, env.object,
+                               static_cast<char *>(env.object) + 4096, &env.err);
      },
      {.stepwise = true}},
     {"offset_remove", On::structures, with_object,
-     [](World &w) { w.k().offset_remove(w.handle, w.tx, w.object, &w.err); }, stepwise},
+     [](Environment &env) { env.k().offset_remove(env.handle, env.tx, env.object, &env.err); },
+     stepwise},
     {"type_type_backpropagate", On::structures, with_object, backpropagate},
     {"adjust_variant", On::structures, with_object, adjust},
-    {"set", On::structures, with_two, set, copies_state},
+    {"set", On::structures, with_two_objects, set, copies_state},
     {"set of an object with trace correlation", On::structures, with_correlated_destination, set,
      copies_state},
-    {"post_copyout_cleanup", On::structures, with_two,
-     [](World &w) { w.k().post_copyout_cleanup(w.handle, w.tx, w.object, w.source, &w.err); },
+    {"post_copyout_cleanup", On::structures, with_two_objects,
+     [](Environment &env) {
+         env.k().post_copyout_cleanup(env.handle, env.tx, env.object, env.source, &env.err);
+     },
      stepwise},
     {"marshal", On::structures, with_object, marshal},
     {"marshal of an object with trace correlation", On::structures, with_hd_mapping, marshal},
@@ -186,7 +185,7 @@ const std::vector<Operation> structures = {
     {"from_xml", On::structures, with_document, from_xml, copies_state},
     {"clone", On::structures, with_object, clone},
     {"clone_cr", On::structures, with_object, clone_cr},
-    {"copy_cr", On::structures, with_two, copy_cr, copies_state},
+    {"copy_cr", On::structures, with_two_objects, copy_cr, copies_state},
     {"is_valid_cr", On::structures, nothing, is_valid_field_cr},
 };
 
@@ -202,9 +201,9 @@ const std::vector<Operation> enumerations = {
     {"enumeration set_instance_embedded", On::enumeration, with_object, embed, infallible},
     {"enumeration backpropagate", On::enumeration, with_object, backpropagate, infallible},
     {"enumeration adjust_variant", On::enumeration, with_object, adjust},
-    {"enumeration set", On::enumeration, with_two, set},
+    {"enumeration set", On::enumeration, with_two_objects, set},
     {"enumeration set_value", On::enumeration, with_object,
-     [](World &w) { w.k().fill(w.handle, w.tx, w.object, 1, &w.err); }},
+     [](Environment &env) { env.k().fill(env.handle, env.tx, env.object, 1, &env.err); }},
     {"enumeration marshal", On::enumeration, with_object, marshal},
     // Nothing announces the header, nor the value before it is mapped.
     {"enumeration unmarshal", On::enumeration, with_plain_wire_form, unmarshal, {.unlogged = true}},
@@ -218,10 +217,6 @@ const std::vector<Operation> enumerations = {
 
 }  // namespace
 
-std::vector<Operation> object_operations() {
-    std::vector<Operation> all = structures;
-    all.insert(all.end(), enumerations.begin(), enumerations.end());
-    return all;
-}
+std::vector<Operation> object_operations() { return joined({&structures, &enumerations}); }
 
 }  // namespace tarn::test

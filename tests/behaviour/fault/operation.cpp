@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/behaviour/fault/operation.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace tarn::test {
 
 std::vector<Target> targets_of(On on) {
@@ -35,15 +32,17 @@ std::vector<Target> targets_of(On on) {
     return {};
 }
 
+std::vector<Operation> joined(std::initializer_list<const std::vector<Operation> *> parts) {
+    std::vector<Operation> all;
+    for (const auto *part : parts) all.insert(all.end(), part->begin(), part->end());
+    return all;
+}
+
 const std::vector<Operation> &all_operations() {
-    static const std::vector<Operation> all = [] {
-        std::vector<Operation> made;
-        for (const auto &part : {table_operations(), read_operations(), form_operations(),
-                                 object_operations(), field_operations()}) {
-            std::copy(part.begin(), part.end(), std::back_inserter(made));
-        }
-        return made;
-    }();
+    static const std::vector<Operation> tables = table_operations(), reads = read_operations(),
+                                        forms = form_operations(), objects = object_operations(),
+                                        fields = field_operations();
+    static const std::vector<Operation> all = joined({&tables, &reads, &forms, &objects, &fields});
     return all;
 }
 

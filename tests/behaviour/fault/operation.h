@@ -3,9 +3,10 @@
 #ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_OPERATION_H
 #define TARNBASE_TESTS_BEHAVIOUR_FAULT_OPERATION_H
 
+#include <initializer_list>
 #include <vector>
 
-#include "tests/behaviour/fault/world.h"
+#include "tests/behaviour/fault/environment.h"
 
 namespace tarn::test {
 
@@ -29,8 +30,8 @@ struct Traits {
 struct Operation {
     const char *name;
     On on;
-    void (*set_up)(World &w);
-    void (*run)(World &w);
+    void (*set_up)(Environment &env);
+    void (*run)(Environment &env);
     Traits traits = {};
 };
 
@@ -38,6 +39,31 @@ struct Operation {
 std::vector<Target> targets_of(On on);
 
 const std::vector<Operation> &all_operations();
+
+// For the preparation and the run of several operations.
+inline constexpr u32 form_space = 1 << 18;
+
+inline void nothing(Environment &) {}
+
+inline void with_object(Environment &env) { env.object = env.make_object(0); }
+
+inline void with_two_objects(Environment &env) {
+    env.object = env.make_object(0);
+    env.source = env.make_object(1);
+}
+
+// The forms without an error word leave their error in the handle.
+inline void from_cr(Environment &env) { env.err = env.handle->last_error; }
+
+// Writes a form. One as long as the one that was written without a failure is whole.
+template <typename Write>
+void write_form(Environment &env, Write form) {
+    const u32 length = form();
+    if (env.err == 0 && env.handle->last_error == 0) env.length = length;
+    env.returned_length(length, env.length);
+}
+
+std::vector<Operation> joined(std::initializer_list<const std::vector<Operation> *> parts);
 
 // From the files of this folder.
 std::vector<Operation> table_operations();

@@ -3,7 +3,7 @@
 #include <cerrno>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/behaviour/fault/world.h"
+#include "tests/behaviour/fault/environment.h"
 #include "tests/support/values.h"
 
 namespace tarn::test {

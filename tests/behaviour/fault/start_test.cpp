@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "tarnbase/tarnbase.h"
-#include "tests/behaviour/fault/world.h"
+#include "tests/behaviour/fault/environment.h"
 
 namespace tarn::test {
 

@@ -24,9 +24,9 @@ struct Fault {
 std::size_t after(std::size_t n) { return n < 12 ? n + 1 : n + 499; }
 
 // The blocks that the hooks allocated and freed.
-class Ledger {
+class LiveBlocks {
  public:
-    explicit Ledger(const ServiceRecorder &recorder) {
+    explicit LiveBlocks(const ServiceRecorder &recorder) {
         for (const ServiceCall &call : recorder.calls()) {
             if (call.name == "alloc_hook" && call.result != 0) live_.insert(call.result);
             if (call.name != "free_hook" || call.arguments.at(2) == 0) continue;
@@ -41,13 +41,13 @@ class Ledger {
 };
 
 // What a run changed, one entry per change.
-std::set<std::string> changes(const Sight &before, const Sight &after) {
+std::set<std::string> changes(const Observations &before, const Observations &after) {
     std::set<std::string> found;
-    const auto at = [](const Sight &sight, const std::string &name) {
-        const auto entry = sight.find(name);
-        return entry == sight.end() ? std::string() : entry->second;
+    const auto at = [](const Observations &observed, const std::string &name) {
+        const auto entry = observed.find(name);
+        return entry == observed.end() ? std::string() : entry->second;
     };
-    Sight all = before;
+    Observations all = before;
     all.insert(after.begin(), after.end());
     for (const auto &[name, value] : all) {
         const std::string from = at(before, name);
@@ -78,8 +78,8 @@ class Sweeper {
  public:
     Sweeper(const Operation &operation, const Target &target, Mode mode, SweepResult &result)
         : operation_(operation),
-          w_(target, mode, operation.on == On::id_tables),
-          recorder_(w_.handle),
+          env_(target, mode, operation.on == On::id_tables),
+          recorder_(env_.handle),
           result_(result) {}
 
     void run() {
@@ -91,43 +91,43 @@ class Sweeper {
         result_.outcomes.insert(outcomes_.begin(), outcomes_.end());
         if (operation_.traits.permanent || ::testing::Test::HasFailure()) return;
         prepare();
-        const StoreSnapshot before(w_.store);
+        const StoreSnapshot before(env_.store);
         const std::uint64_t blocks = block_count();
         each(services, [&](const Fault &fault) { return rolled_back(fault, before, blocks); });
-        w_.clean();
+        env_.clean();
     }
 
  private:
     std::string where(const Fault &fault) const {
-        return std::string(operation_.name) + " on " + w_.target.name() + ", " +
-               mode_name(w_.mode) + ", call " + std::to_string(fault.n) + " of " + fault.service;
+        return std::string(operation_.name) + " on " + env_.target.name() + ", " +
+               mode_name(env_.mode) + ", call " + std::to_string(fault.n) + " of " + fault.service;
     }
 
     std::uint64_t block_count() const {
         kel_store_description description;
-        kel_store_describe(w_.store, &description);
+        kel_store_describe(env_.store, &description);
         return description.blocks;
     }
 
-    Sight see() {
+    Observations observe() {
         recorder_.pause(true);
-        Sight sight = w_.see();
+        Observations observed = env_.observe();
         recorder_.pause(false);
-        return sight;
+        return observed;
     }
 
     void prepare() {
-        operation_.set_up(w_);
-        ASSERT_EQ(w_.err, 0U) << where(Fault{});
-        w_.handle->last_error = 0;
-        w_.result.clear();
+        operation_.set_up(env_);
+        ASSERT_EQ(env_.err, 0U) << where(Fault{});
+        env_.handle->last_error = 0;
+        env_.result.clear();
     }
 
     // The services that the operation calls and that can fail.
     std::set<std::string> called_services() {
         prepare();
         const std::size_t begin = recorder_.calls().size();
-        operation_.run(w_);
+        operation_.run(env_);
         kel_thread_set_tenant(0);
         std::set<std::string> called;
         for (std::size_t i = begin; i < recorder_.calls().size(); ++i) {
@@ -141,7 +141,7 @@ class Sweeper {
             }
         }
         able.erase(fatal_service);
-        w_.clean();
+        env_.clean();
         return able;
     }
 
@@ -158,16 +158,16 @@ class Sweeper {
 
     // Runs the operation and returns its outcome. `hit`: the fault occurred.
     std::string perform(const Fault &fault, bool &hit) {
-        const Sight before = see();
+        const Observations before = observe();
         if (fault.service != none) recorder_.fail(fault.service, fault.n);
-        operation_.run(w_);
+        operation_.run(env_);
         hit = recorder_.stop_failing();
         kel_thread_set_tenant(0);
-        const u32 last_error = w_.handle->last_error;
-        const std::set<std::string> changed = changes(before, see());
-        std::string text = "err " + std::to_string(w_.err);
-        if (last_error != w_.err) text += ", last error " + std::to_string(last_error);
-        if (!w_.result.empty()) text += ", returns " + w_.result;
+        const u32 last_error = env_.handle->last_error;
+        const std::set<std::string> changed = changes(before, observe());
+        std::string text = "err " + std::to_string(env_.err);
+        if (last_error != env_.err) text += ", last error " + std::to_string(last_error);
+        if (!env_.result.empty()) text += ", returns " + env_.result;
         if (fault.service == none) {
             usual_ = changed;
             return text + (changed.empty() ? ", nothing changed" : ", done");
@@ -186,8 +186,8 @@ class Sweeper {
         prepare();
         bool hit = false;
         std::string outcome = perform(fault, hit);
-        w_.clean();
-        const std::size_t left = Ledger(recorder_).left();
+        env_.clean();
+        const std::size_t left = LiveBlocks(recorder_).left();
         const std::uint64_t kept = block_count() - blocks - left;
         if (left != 0) outcome += ", " + std::to_string(left) + " left";
         // Fewer than before: one that an earlier run left was removed.
@@ -200,15 +200,15 @@ class Sweeper {
     bool rolled_back(const Fault &fault, const StoreSnapshot &before, std::uint64_t blocks) {
         SCOPED_TRACE(where(fault) + ", rolled back");
         recorder_.clear();
-        const Things things = w_;
-        EXPECT_EQ(kel_transaction_begin(w_.handle, &w_.tx), 0U);
-        w_.handle->cr_tx_id = w_.tx;
+        const State state = env_;
+        EXPECT_EQ(kel_transaction_begin(env_.handle, &env_.tx), 0U);
+        env_.handle->cr_tx_id = env_.tx;
         bool hit = false;
         const std::string outcome = fault.service + " | " + perform(fault, hit);
-        EXPECT_EQ(kel_transaction_rollback(w_.handle, w_.tx), 0U);
-        static_cast<Things &>(w_) = things;
-        w_.handle->cr_tx_id = KEL_TX_NONE;
-        w_.handle->last_error = 0;
+        EXPECT_EQ(kel_transaction_rollback(env_.handle, env_.tx), 0U);
+        static_cast<State &>(env_) = state;
+        env_.handle->cr_tx_id = KEL_TX_NONE;
+        env_.handle->last_error = 0;
         if (!operation_.traits.unlogged) {
             EXPECT_EQ(to_text(before.lasting_changes()), "");
         }
@@ -222,7 +222,7 @@ class Sweeper {
     }
 
     const Operation &operation_;
-    World w_;
+    Environment env_;
     ServiceRecorder recorder_;
     SweepResult &result_;
     std::set<std::string> usual_;

@@ -7,113 +7,120 @@ namespace tarn::test {
 
 namespace {
 
-void nothing(World &) {}
-void with_table(World &w) { w.open(); }
-void with_loose(World &w) {
-    w.open();
-    w.loose = w.make(2);
+void with_table(Environment &env) { env.open(); }
+void with_loose(Environment &env) {
+    env.open();
+    env.loose = env.make(2);
 }
-void with_inserted(World &w) {
-    w.open();
-    w.insert();
-    w.loose = w.make(2);
+void with_inserted(Environment &env) {
+    env.open();
+    env.insert();
+    env.loose = env.make(2);
 }
-void with_bare_record(World &w) {
-    w.loose = w.s().plain.create_record(w.handle, w.tx, &w.err);
-    w.object = w.make_object(0);
+void with_bare_record(Environment &env) {
+    env.loose = env.s().plain.create_record(env.handle, env.tx, &env.err);
+    env.object = env.make_object(0);
 }
-void with_tenant_record(World &w) {
-    w.open();
+void with_tenant_record(Environment &env) {
+    env.open();
     kel_thread_set_tenant(5);
-    w.insert();
+    env.insert();
     kel_thread_set_tenant(0);
 }
-void with_armed_table(World &w) {
-    with_loose(w);
-    w.err = kel_replication_configure(w.handle, 16, 1 << 16);  // a small ring
-    if (w.err == 0) w.err = kel_replication_attach(w.handle, &tarnbase_table_get_vft);
-    kel_table_set_replication(w.handle, w.tx, w.table, 1, 1);
+void with_armed_table(Environment &env) {
+    with_loose(env);
+    env.err = kel_replication_configure(env.handle, 16, 1 << 16);  // a small ring
+    if (env.err == 0) env.err = kel_replication_attach(env.handle, &tarnbase_table_get_vft);
+    kel_table_set_replication(env.handle, env.tx, env.table, 1, 1);
 }
-void with_marked_table(World &w) {
-    with_inserted(w);
-    kel_table_set_replication(w.handle, w.tx, w.table, 1, 0);
+void with_marked_table(Environment &env) {
+    with_inserted(env);
+    kel_table_set_replication(env.handle, env.tx, env.table, 1, 0);
 }
-void with_mapped_record(World &w) {
-    w.open();
-    w.insert();
-    w.record->flags |= KEL_RECORD_HD_MAPPED;
+void with_mapped_record(Environment &env) {
+    env.open();
+    env.insert();
+    env.record->flags |= KEL_RECORD_HD_MAPPED;
 }
-void with_mapped_object(World &w) {
-    w.open();
-    w.insert();
+void with_mapped_object(Environment &env) {
+    env.open();
+    env.insert();
     u64 oid = 0;
-    w.err = kel_object_map(w.handle, w.tx, w.record->object, &oid);
+    env.err = kel_object_map(env.handle, env.tx, env.record->object, &oid);
 }
-void with_table_by_id(World &w) { w.table = w.s().plain.open_by_id(w.handle, w.tx, 77, 0, &w.err); }
-
-void from_cr(World &w) { w.err = w.handle->last_error; }
+void with_table_by_id(Environment &env) {
+    env.table = env.s().plain.open_by_id(env.handle, env.tx, 77, 0, &env.err);
+}
 
 constexpr Traits permanent{.permanent = true};
 constexpr Traits infallible{.infallible = true};
 
 const std::vector<Operation> opening = {
     {"table_open", On::tables, nothing,
-     [](World &w) {
-         w.returned(w.made_table = w.s().plain.open(w.handle, w.tx, "new", 0, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_table = env.s().plain.open(env.handle, env.tx, "new", 0, &env.err));
      },
      permanent},
     {"table_open of a table that is there", On::tables, with_table,
-     [](World &w) { w.returned(w.s().plain.open(w.handle, w.tx, "t", 0, &w.err)); }, permanent},
+     [](Environment &env) {
+         env.returned(env.s().plain.open(env.handle, env.tx, "t", 0, &env.err));
+     },
+     permanent},
     {"table_open with open_only", On::tables, nothing,
-     [](World &w) { w.returned(w.s().plain.open(w.handle, w.tx, "absent", 1, &w.err)); },
+     [](Environment &env) {
+         env.returned(env.s().plain.open(env.handle, env.tx, "absent", 1, &env.err));
+     },
      permanent},
     {"table_open_by_id", On::id_tables, with_table,
-     [](World &w) {
-         w.returned(w.made_table = w.s().plain.open_by_id(w.handle, w.tx, 78, 0, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_table =
+                          env.s().plain.open_by_id(env.handle, env.tx, 78, 0, &env.err));
      },
      permanent},
     {"table_open_auto_id", On::id_tables, with_table,
-     [](World &w) {
-         w.returned(w.made_table = w.s().plain.open_auto_id(w.handle, w.tx, 0, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_table = env.s().plain.open_auto_id(env.handle, env.tx, 0, &env.err));
      },
      permanent},
     {"dynamic_table_open_auto_id", On::id_tables, with_table,
-     [](World &w) {
-         w.returned(w.made_table = w.s().plain.dynamic_open_auto_id(w.handle, w.tx, 0, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_table =
+                          env.s().plain.dynamic_open_auto_id(env.handle, env.tx, 0, &env.err));
      },
      permanent},
     {"table_open_by_ior_with_name", On::tables, nothing,
-     [](World &w) {
-         w.returned(w.made_table =
-                        w.s().plain.open_by_ior_with_name(w.handle, w.tx, "new", 9, 0, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_table = env.s().plain.open_by_ior_with_name(env.handle, env.tx,
+                                                                           "new", 9, 0, &env.err));
      },
      permanent},
     {"table_open_by_ior_with_id", On::id_tables, with_table,
-     [](World &w) {
-         w.returned(w.made_table =
-                        w.s().plain.open_by_ior_with_id(w.handle, w.tx, 78, 9, 0, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_table = env.s().plain.open_by_ior_with_id(env.handle, env.tx, 78, 9,
+                                                                         0, &env.err));
      },
      permanent},
     {"table_open_cr", On::tables, nothing,
-     [](World &w) {
-         w.returned(w.made_table = w.s().cr.open(w.handle, 0, 0, "new", 0));
-         from_cr(w);
+     [](Environment &env) {
+         env.returned(env.made_table = env.s().cr.open(env.handle, 0, 0, "new", 0));
+         from_cr(env);
      },
      permanent},
     {"table_close", On::tables, with_table,
-     [](World &w) { w.s().plain.close(w.handle, w.tx, w.table, &w.err); }, infallible},
+     [](Environment &env) { env.s().plain.close(env.handle, env.tx, env.table, &env.err); },
+     infallible},
     {"table_get_count of a tenant", On::tables, with_tenant_record,
-     [](World &w) {
+     [](Environment &env) {
          kel_thread_set_tenant(5);
-         w.result = std::to_string(w.s().plain.get_count(w.handle, w.tx, w.table));
+         env.result = std::to_string(env.s().plain.get_count(env.handle, env.tx, env.table));
      },
      infallible},
 };
 
 // A freed block is cleared, so that it is not freed twice.
-void free_table(World &w) {
-    w.s().plain.free(w.handle, w.tx, w.table, &w.err);
-    if (w.err == 0) w.table = nullptr;
+void free_table(Environment &env) {
+    env.s().plain.free(env.handle, env.tx, env.table, &env.err);
+    if (env.err == 0) env.table = nullptr;
 }
 
 const std::vector<Operation> freeing = {
@@ -123,136 +130,158 @@ const std::vector<Operation> freeing = {
 
 const std::vector<Operation> records = {
     {"create_record", On::tables, nothing,
-     [](World &w) {
-         w.returned(w.made_record = w.s().plain.create_record(w.handle, w.tx, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_record = env.s().plain.create_record(env.handle, env.tx, &env.err));
      }},
     {"create_record_w_src", On::tables, nothing,
-     [](World &w) {
-         w.returned(w.made_record = w.s().create_record_w_src(w.handle, w.tx, 7, &w.err));
+     [](Environment &env) {
+         env.returned(env.made_record =
+                          env.s().create_record_w_src(env.handle, env.tx, 7, &env.err));
      }},
     {"record_add_ref",
      On::tables,
      with_loose,
-     [](World &w) {
-         w.result = std::to_string(w.s().plain.add_ref(w.handle, w.tx, w.loose, &w.err));
+     [](Environment &env) {
+         env.result =
+             std::to_string(env.s().plain.add_ref(env.handle, env.tx, env.loose, &env.err));
      },
      {.unlogged = true, .infallible = true}},
     {"destroy_record", On::tables, with_loose,
-     [](World &w) { w.s().plain.destroy_record(w.handle, w.tx, w.loose, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.destroy_record(env.handle, env.tx, env.loose, &env.err);
+     }},
     {"destroy_record of an inserted record", On::tables, with_inserted,
-     [](World &w) { w.s().plain.destroy_record(w.handle, w.tx, w.record, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.destroy_record(env.handle, env.tx, env.record, &env.err);
+     }},
     {"destroy_record of a tenant's record", On::tables, with_tenant_record,
-     [](World &w) {
+     [](Environment &env) {
          kel_thread_set_tenant(5);
-         w.s().plain.destroy_record(w.handle, w.tx, w.record, &w.err);
+         env.s().plain.destroy_record(env.handle, env.tx, env.record, &env.err);
      }},
     {"destroy_record of a mapped record", On::tables, with_mapped_record,
-     [](World &w) { w.s().plain.destroy_record(w.handle, w.tx, w.record, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.destroy_record(env.handle, env.tx, env.record, &env.err);
+     }},
     {"destroy_record with a mapped object", On::tables, with_mapped_object,
-     [](World &w) { w.s().plain.destroy_record(w.handle, w.tx, w.record, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.destroy_record(env.handle, env.tx, env.record, &env.err);
+     }},
     {"record_destroy_cr", On::tables, with_inserted,
-     [](World &w) {
-         w.s().cr.destroy(w.handle, w.record);
-         from_cr(w);
+     [](Environment &env) {
+         env.s().cr.destroy(env.handle, env.record);
+         from_cr(env);
      }},
     {"request_record_destroy", On::tables, with_marked_table,
-     [](World &w) { w.s().plain.request_destroy(w.handle, w.tx, w.table, w.record, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.request_destroy(env.handle, env.tx, env.table, env.record, &env.err);
+     }},
     {"pkey_create", On::tables, nothing,
-     [](World &w) { w.returned(w.key_holder = w.s().plain.pkey_create(w.handle, w.tx)); }},
-    {"pkey_destroy", On::tables, [](World &w) { w.key(2); },
-     [](World &w) {
-         w.s().plain.pkey_destroy(w.handle, w.tx, w.key_holder);
-         const auto *head = static_cast<const kel_object *>(w.key_holder);
-         w.result = head->descriptor == nullptr ? "gone" : "there";
+     [](Environment &env) {
+         env.returned(env.key_holder = env.s().plain.pkey_create(env.handle, env.tx));
+     }},
+    {"pkey_destroy", On::tables, [](Environment &env) { env.key(2); },
+     [](Environment &env) {
+         env.s().plain.pkey_destroy(env.handle, env.tx, env.key_holder);
+         const auto *head = static_cast<const kel_object *>(env.key_holder);
+         env.result = head->descriptor == nullptr ? "gone" : "there";
      }},
 };
 
 const std::vector<Operation> indexing = {
     {"insert", On::tables, with_loose,
-     [](World &w) { w.s().plain.insert(w.handle, w.tx, w.table, w.loose, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.insert(env.handle, env.tx, env.table, env.loose, &env.err);
+     }},
     {"insert under a tenant", On::tables, with_loose,
-     [](World &w) {
+     [](Environment &env) {
          kel_thread_set_tenant(5);
-         w.s().plain.insert(w.handle, w.tx, w.table, w.loose, &w.err);
+         env.s().plain.insert(env.handle, env.tx, env.table, env.loose, &env.err);
      }},
     {"insert in an armed table", On::tables, with_armed_table,
-     [](World &w) { w.s().plain.insert(w.handle, w.tx, w.table, w.loose, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.insert(env.handle, env.tx, env.table, env.loose, &env.err);
+     }},
     {"pkey_insert", On::tables, with_loose,
-     [](World &w) { w.s().plain.pkey_insert(w.handle, w.tx, w.table, w.loose, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.pkey_insert(env.handle, env.tx, env.table, env.loose, &env.err);
+     }},
     {"insert_cr", On::tables, with_loose,
-     [](World &w) {
-         w.result = std::to_string(w.s().cr.insert(w.handle, w.table, w.loose));
-         from_cr(w);
+     [](Environment &env) {
+         env.result = std::to_string(env.s().cr.insert(env.handle, env.table, env.loose));
+         from_cr(env);
      }},
     {"delete", On::tables, with_inserted,
-     [](World &w) { w.s().plain.remove(w.handle, w.tx, w.table, w.record, &w.err); }},
+     [](Environment &env) {
+         env.s().plain.remove(env.handle, env.tx, env.table, env.record, &env.err);
+     }},
     {"delete under a tenant", On::tables, with_tenant_record,
-     [](World &w) {
+     [](Environment &env) {
          kel_thread_set_tenant(5);
-         w.s().plain.remove(w.handle, w.tx, w.table, w.record, &w.err);
+         env.s().plain.remove(env.handle, env.tx, env.table, env.record, &env.err);
      }},
     {"delete_cr", On::tables, with_inserted,
-     [](World &w) {
-         w.result = std::to_string(w.s().cr.remove(w.handle, w.table, w.record, 0));
-         from_cr(w);
+     [](Environment &env) {
+         env.result = std::to_string(env.s().cr.remove(env.handle, env.table, env.record, 0));
+         from_cr(env);
      }},
     {"delete_cr with destroy", On::tables, with_inserted,
-     [](World &w) {
-         w.result = std::to_string(w.s().cr.remove(w.handle, w.table, w.record, 1));
-         from_cr(w);
+     [](Environment &env) {
+         env.result = std::to_string(env.s().cr.remove(env.handle, env.table, env.record, 1));
+         from_cr(env);
      }},
 };
 
 // What is not in the record afterwards still belongs to the preparation.
-void set_object(World &w, void (*set)(kel_handle *, u32, kel_record *, void *)) {
-    set(w.handle, w.tx, w.loose, w.object);
-    if (w.loose->object == w.object) w.object = nullptr;
+void set_object(Environment &env, void (*set)(kel_handle *, u32, kel_record *, void *)) {
+    set(env.handle, env.tx, env.loose, env.object);
+    if (env.loose->object == env.object) env.object = nullptr;
 }
 
 const std::vector<Operation> fields = {
-    {"set_field", On::tables, with_bare_record, [](World &w) { set_object(w, w.s().object.set); }},
+    {"set_field", On::tables, with_bare_record,
+     [](Environment &env) { set_object(env, env.s().object.set); }},
     {"free_and_set_field", On::tables,
-     [](World &w) {
-         with_bare_record(w);
-         w.s().object.set(w.handle, w.tx, w.loose, w.make_object(1));
+     [](Environment &env) {
+         with_bare_record(env);
+         env.s().object.set(env.handle, env.tx, env.loose, env.make_object(1));
      },
-     [](World &w) { set_object(w, w.s().object.free_and_set); }},
+     [](Environment &env) { set_object(env, env.s().object.free_and_set); }},
     {"get_field", On::tables, with_loose,
-     [](World &w) { w.returned(w.s().object.get(w.handle, w.tx, w.loose)); }, infallible},
+     [](Environment &env) { env.returned(env.s().object.get(env.handle, env.tx, env.loose)); },
+     infallible},
     {"get_field_detach", On::tables, with_loose,
-     [](World &w) { w.returned(w.made_object = w.s().object.detach(w.handle, w.tx, w.loose)); },
+     [](Environment &env) {
+         env.returned(env.made_object = env.s().object.detach(env.handle, env.tx, env.loose));
+     },
      infallible},
     {"set_field of a key object", On::keyed_tables,
-     [](World &w) {
-         w.loose = w.s().plain.create_record(w.handle, w.tx, &w.err);
-         w.key(3);
+     [](Environment &env) {
+         env.loose = env.s().plain.create_record(env.handle, env.tx, &env.err);
+         env.key(3);
      },
-     [](World &w) {
-         w.s().key_object.set(w.handle, w.tx, w.loose, w.key_holder);
-         w.result = w.loose->key_object == w.key_holder ? "set" : "refused";
-         if (w.result == "set") w.key_holder = nullptr;
+     [](Environment &env) {
+         env.s().key_object.set(env.handle, env.tx, env.loose, env.key_holder);
+         env.result = env.loose->key_object == env.key_holder ? "set" : "refused";
+         if (env.result == "set") env.key_holder = nullptr;
      }},
     {"free_and_set_field of a key object", On::keyed_tables,
-     [](World &w) {
-         w.open();
-         w.loose = w.make(2);
-         w.key(3);
+     [](Environment &env) {
+         env.open();
+         env.loose = env.make(2);
+         env.key(3);
      },
-     [](World &w) {
-         w.s().key_object.free_and_set(w.handle, w.tx, w.loose, w.key_holder);
-         w.result = w.loose->key_object == w.key_holder ? "set" : "refused";
-         if (w.result == "set") w.key_holder = nullptr;
+     [](Environment &env) {
+         env.s().key_object.free_and_set(env.handle, env.tx, env.loose, env.key_holder);
+         env.result = env.loose->key_object == env.key_holder ? "set" : "refused";
+         if (env.result == "set") env.key_holder = nullptr;
      }},
 };
 
 }  // namespace
 
 std::vector<Operation> table_operations() {
-    std::vector<Operation> all;
-    for (const auto *part : {&opening, &freeing, &records, &indexing, &fields}) {
-        all.insert(all.end(), part->begin(), part->end());
-    }
-    return all;
+    return joined({&opening, &freeing, &records, &indexing, &fields});
 }
 
 }  // namespace tarn::test

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // What an operation runs on: a store and a handle in one of the modes, a table or a
 // structure, and what the operation's preparation adds.
-#ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
-#define TARNBASE_TESTS_BEHAVIOUR_FAULT_WORLD_H
+#ifndef TARNBASE_TESTS_BEHAVIOUR_FAULT_ENVIRONMENT_H
+#define TARNBASE_TESTS_BEHAVIOUR_FAULT_ENVIRONMENT_H
 
 #include <memory>
 #include <string>
@@ -24,8 +24,8 @@ struct Target {
     const char *name() const { return subject != nullptr ? subject->name : object->name; }
 };
 
-// What an operation uses and makes. The values of before are restored after a rollback.
-struct Things {
+// What an operation uses and makes, restored after a rollback.
+struct State {
     u32 tx = KEL_TX_NONE;
     u32 err = 0;
     std::string result;
@@ -45,14 +45,14 @@ struct Things {
     void *made_object = nullptr;
 };
 
-class World : public Things {
+class Environment : public State {
  public:
-    // `shared`: in the store of all such worlds, since a process can open tables by id in one
+    // `shared`: in the store of all such environments, since a process can open tables by id in one
     // store only.
-    World(const Target &target, Mode mode, bool shared);
-    ~World();
-    World(const World &) = delete;
-    World &operator=(const World &) = delete;
+    Environment(const Target &target, Mode mode, bool shared);
+    ~Environment();
+    Environment(const Environment &) = delete;
+    Environment &operator=(const Environment &) = delete;
 
     const Subject &s() const { return *target.subject; }
     const Kind &k() const { return *target.object; }
@@ -72,8 +72,8 @@ class World : public Things {
     // Of a form: nothing, all of it, or a part.
     void returned_length(u32 length, u32 all);
 
-    // Everything that can be seen of the world.
-    Sight see();
+    // Everything that can be observed of it.
+    Observations observe();
     // Releases all that was prepared and made.
     void clean();
 
@@ -86,8 +86,8 @@ class World : public Things {
     std::vector<char> buffer = std::vector<char>(1 << 18, ' ');
 
  private:
-    void see_record(const char *name, kel_record *record, Sight &sight);
-    void see_object(const char *name, const void *object, Sight &sight);
+    void observe_record(const char *name, kel_record *record, Observations &observed);
+    void observe_object(const char *name, const void *object, Observations &observed);
     void destroy(kel_record *&record);
     void destroy(const Kind *kind, void *&object);
 };

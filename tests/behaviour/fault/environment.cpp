@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/behaviour/fault/world.h"
+#include "tests/behaviour/fault/environment.h"
 
 #include <numeric>
 #include <stdexcept>
@@ -15,28 +15,28 @@ kel_store *shared_store() {
 
 }  // namespace
 
-World::World(const Target &chosen, Mode in, bool shared)
+Environment::Environment(const Target &chosen, Mode in, bool shared)
     : target(chosen),
       mode(in),
       own(shared ? nullptr : std::make_unique<Session>(in)),
       store(shared ? shared_store() : own->store()),
       handle(make_handle(store, in)) {}
 
-World::~World() {
+Environment::~Environment() {
     kel_thread_set_tenant(0);
     kel_xml_free(document);
     kel_handle_destroy(handle);
 }
 
-void World::open() { table = s().plain.open(handle, tx, "t", 0, &err); }
+void Environment::open() { table = s().plain.open(handle, tx, "t", 0, &err); }
 
-void *World::make_object(u32 set) {
+void *Environment::make_object(u32 set) {
     void *made = k().create(handle, tx);
     k().fill(handle, tx, made, set, &err);
     return made;
 }
 
-kel_record *World::make(u32 number, u32 src) {
+kel_record *Environment::make(u32 number, u32 src) {
     kel_record *made = s().create_record_w_src(handle, tx, src, &err);
     void *data = make_object(0);
     if (s().has_key_object()) {
@@ -51,12 +51,12 @@ kel_record *World::make(u32 number, u32 src) {
     return made;
 }
 
-void World::insert() {
+void Environment::insert() {
     record = make(1);
     s().plain.insert(handle, tx, table, record, &err);
 }
 
-void World::key(u32 number) {
+void Environment::key(u32 number) {
     key_holder = s().plain.pkey_create(handle, tx);
     s().set_key(handle, tx, key_holder, number, &err);
     if (s().has_key_object()) {
@@ -66,7 +66,7 @@ void World::key(u32 number) {
     }
 }
 
-void World::parse(std::string text) {
+void Environment::parse(std::string text) {
     // Three elements of an array: the reader stops at the first that is missing.
     const std::string array = "<minute";
     std::size_t kept = text.find(array);
@@ -79,55 +79,55 @@ void World::parse(std::string text) {
     if (document == nullptr) throw std::runtime_error(kel_error_text());
 }
 
-void World::returned_length(u32 got, u32 all) {
+void Environment::returned_length(u32 got, u32 all) {
     result = got == 0 ? "0" : got == all ? "all" : got == 0xffffffffU ? "failure" : "part";
 }
 
-void World::see_object(const char *name, const void *seen, Sight &sight) {
+void Environment::observe_object(const char *name, const void *seen, Observations &observed) {
     const std::string prefix = std::string(name) + " ";
     if (seen == nullptr) {
-        sight[name] = "none";
+        observed[name] = "none";
         return;
     }
     const auto *head = static_cast<const kel_object *>(seen);
-    sight[name] = head->descriptor == nullptr ? "gone" : "there";
+    observed[name] = head->descriptor == nullptr ? "gone" : "there";
     if (head->descriptor == nullptr) return;
-    sight[prefix + "flags"] = std::to_string(head->flags & 0x7f);
-    sight[prefix + "variant"] = std::to_string(head->variant);
-    Sight fields;
-    k().see(handle, seen, fields);
-    for (auto &[field, value] : fields) sight[prefix + field] = value;
+    observed[prefix + "flags"] = std::to_string(head->flags & 0x7f);
+    observed[prefix + "variant"] = std::to_string(head->variant);
+    Observations fields;
+    k().observe(handle, seen, fields);
+    for (auto &[field, value] : fields) observed[prefix + field] = value;
 }
 
-void World::see_record(const char *name, kel_record *seen, Sight &sight) {
+void Environment::observe_record(const char *name, kel_record *seen, Observations &observed) {
     const std::string prefix = std::string(name) + " ";
     if (seen == nullptr || seen->descriptor == nullptr) {
-        sight[name] = seen == nullptr ? "none" : "gone";
+        observed[name] = seen == nullptr ? "none" : "gone";
         return;
     }
-    sight[name] = seen->ref_count != 0 ? "there" : "half gone";
+    observed[name] = seen->ref_count != 0 ? "there" : "half gone";
     if (seen->ref_count == 0) return;
-    sight[prefix + "references"] = std::to_string(seen->ref_count);
-    sight[prefix + "flags"] = std::to_string(seen->flags);
-    sight[prefix + "source"] = std::to_string(seen->src);
-    sight[prefix + "table"] = seen->table == nullptr ? "none" : "set";
-    see_object((prefix + "object").c_str(), seen->object, sight);
+    observed[prefix + "references"] = std::to_string(seen->ref_count);
+    observed[prefix + "flags"] = std::to_string(seen->flags);
+    observed[prefix + "source"] = std::to_string(seen->src);
+    observed[prefix + "table"] = seen->table == nullptr ? "none" : "set";
+    observe_object((prefix + "object").c_str(), seen->object, observed);
     if (!s().has_key_object()) return;
-    sight[prefix + "key object"] = seen->key_object == nullptr ? "none" : "there";
+    observed[prefix + "key object"] = seen->key_object == nullptr ? "none" : "there";
     if (seen->key_object == nullptr) return;
-    sight[prefix + "key"] = std::to_string(s().get_key(handle, seen->key_object));
+    observed[prefix + "key"] = std::to_string(s().get_key(handle, seen->key_object));
 }
 
-Sight World::see() {
-    Sight sight;
+Observations Environment::observe() {
+    Observations observed;
     const u32 last_error = handle->last_error;
     if (target.subject != nullptr) {
         kel_store_description description;
         kel_store_describe(store, &description);
-        sight["tables"] = std::to_string(description.tables);
+        observed["tables"] = std::to_string(description.tables);
         u32 nothing = 0;
         kel_table *named = s().plain.open(handle, tx, "new", 1, &nothing);
-        sight["new table"] = named == nullptr ? "none" : "found";
+        observed["new table"] = named == nullptr ? "none" : "found";
     }
     if (table != nullptr) {
         u32 walked = 0;
@@ -135,26 +135,26 @@ Sight World::see() {
         s().index.walk(
             table, [](kel_record *, void *count) { return ++*static_cast<u32 *>(count), 0U; },
             &walked, &nothing);
-        sight["records in the index"] = std::to_string(walked);
-        sight["count of records"] = std::to_string(table->record_count);
-        sight["source counts"] =
+        observed["records in the index"] = std::to_string(walked);
+        observed["count of records"] = std::to_string(table->record_count);
+        observed["source counts"] =
             std::to_string(std::accumulate(table->src_counts, table->src_counts + 256, 0U));
         kel_thread_set_tenant(5);
-        sight["tenant count"] = std::to_string(s().plain.get_count(handle, tx, table));
+        observed["tenant count"] = std::to_string(s().plain.get_count(handle, tx, table));
         kel_thread_set_tenant(0);
     }
     if (target.subject != nullptr) {
-        see_record("record", record, sight);
-        see_record("loose", loose, sight);
-        see_record("made record", made_record, sight);
+        observe_record("record", record, observed);
+        observe_record("loose", loose, observed);
+        observe_record("made record", made_record, observed);
     }
-    see_object("object", object, sight);
-    see_object("made object", made_object, sight);
+    observe_object("object", object, observed);
+    observe_object("made object", made_object, observed);
     handle->last_error = last_error;
-    return sight;
+    return observed;
 }
 
-void World::destroy(kel_record *&gone) {
+void Environment::destroy(kel_record *&gone) {
     u32 nothing = 0;
     // A record whose destruction failed in between has no references, and is left alone.
     while (gone != nullptr && gone->descriptor != nullptr && gone->ref_count != 0) {
@@ -163,14 +163,14 @@ void World::destroy(kel_record *&gone) {
     gone = nullptr;
 }
 
-void World::destroy(const Kind *kind, void *&gone) {
+void Environment::destroy(const Kind *kind, void *&gone) {
     if (gone != nullptr && static_cast<kel_object *>(gone)->descriptor != nullptr) {
         kind->destroy(handle, KEL_TX_NONE, gone);
     }
     gone = nullptr;
 }
 
-void World::clean() {
+void Environment::clean() {
     kel_thread_set_tenant(0);
     u32 nothing = 0;
     if (table != nullptr) kel_table_set_replication(handle, KEL_TX_NONE, table, 0, 0);
