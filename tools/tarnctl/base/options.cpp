@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/options.h"
 
+#include <utility>
+
 namespace tarnctl {
 
 cli::Target store_into(std::string &path) {
@@ -19,6 +21,13 @@ cli::Option &add_store_option(cli::Command &command, std::string &path) {
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path) {
     return command.option("-s,--store", "STORE", store_into(path), "Name of the store")
         .environment("TARNBASE_STORE");
+}
+
+cli::Option &add_store_argument(cli::Command &command, std::string &path, std::string meaning) {
+    return command.argument("STORE", store_into(path), std::move(meaning))
+        .named("-s,--store")
+        .environment("TARNBASE_STORE")
+        .required();
 }
 
 cli::Option &add_wait_option(cli::Command &command, double &seconds) {

@@ -17,6 +17,8 @@ cli::Target store_into(std::string &path);
 cli::Option &add_store_option(cli::Command &command, std::string &path);
 // The same, but optional.
 cli::Option &add_optional_store_option(cli::Command &command, std::string &path);
+// The argument STORE, which -s, --store and TARNBASE_STORE replace.
+cli::Option &add_store_argument(cli::Command &command, std::string &path, std::string meaning);
 // --wait SECONDS, for commands that change a store.
 inline constexpr double usual_wait = 1;
 cli::Option &add_wait_option(cli::Command &command, double &seconds);

@@ -120,10 +120,7 @@ void check(const Options &options, Exit &status) {
 void declare_store_check(cli::Command &group, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = group.command("check", "Check a store: its files and its contents");
-    command.argument("STORE", store_into(options->path), "Store to check")
-        .named("-s,--store")
-        .environment("TARNBASE_STORE")
-        .required();
+    add_store_argument(command, options->path, "Store to check");
     command.flag("--repair", options->repair,
                  "Mend what can be mended, as the writer, and check again");
     add_json_option(command, options->json);

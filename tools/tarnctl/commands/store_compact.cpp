@@ -40,10 +40,7 @@ void run(const Options &options) {
 void declare_store_compact(cli::Command &group) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = group.command("compact", "Return free space to the file system");
-    command.argument("STORE", store_into(options->store), "Store to compact")
-        .named("-s,--store")
-        .environment("TARNBASE_STORE")
-        .required();
+    add_store_argument(command, options->store, "Store to compact");
     add_wait_option(command, options->wait);
     add_json_option(command, options->json);
     command.notes =

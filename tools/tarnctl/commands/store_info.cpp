@@ -160,10 +160,7 @@ void declare_store_info(cli::Command &group) {
     const auto options = std::make_shared<Options>();
     cli::Command &command =
         group.command("info", "Show the writer, the files, the fill and the tables");
-    command.argument("STORE", store_into(options->store), "Store to describe")
-        .named("-s,--store")
-        .environment("TARNBASE_STORE")
-        .required();
+    add_store_argument(command, options->store, "Store to describe");
     add_json_option(command, options->json);
     command.notes =
         "The size is that of the memory; in use are the bytes of its blocks, in their size\n"

@@ -173,10 +173,7 @@ void declare_store_salvage(cli::Command &group, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command =
         group.command("salvage", "Write what can be read of a damaged store as a document");
-    command.argument("STORE", store_into(options->store), "Store to read")
-        .named("-s,--store")
-        .environment("TARNBASE_STORE")
-        .required();
+    add_store_argument(command, options->store, "Store to read");
     command
         .option("-o,--output", "OUT", cli::into(options->output),
                 "File to write; it must not exist")
