@@ -16,6 +16,7 @@ namespace {
 using tarnbase::runtime::index_page_mark;
 using tarnbase::runtime::IndexPage;
 using tarnbase::runtime::KeyBytes;
+using tarnbase::runtime::KeyHints;
 using tarnbase::runtime::KeyOrder;
 using tarnbase::runtime::longest_prefix;
 using tarnbase::runtime::number_of;
@@ -30,7 +31,7 @@ class StoredBytes final : public KeyOrder {
     void encode(const kel_index_node *node, KeyBytes &bytes) const override {
         bytes = reinterpret_cast<const Entry *>(node)->key;
     }
-    void prefetch(const kel_index_node *, Stage) const override {}
+    KeyHints hints(const kel_index_node *) const override { return {}; }
 };
 
 // A key of `length` bytes in common with all others, then some of its own.
@@ -41,13 +42,18 @@ KeyBytes key_after(std::size_t length, const std::string &own) {
     return key;
 }
 
-// A leaf of such keys.
+// A leaf of such keys, the first one in the last place.
 class PageDigests : public ::testing::Test {
  protected:
+    PageDigests() {
+        for (std::uint8_t slot = 0; slot < IndexPage::capacity; ++slot) {
+            page.places[slot] = static_cast<std::uint8_t>(IndexPage::capacity - 1 - slot);
+        }
+    }
     void add(const KeyBytes &key) {
         entries.at(page.count) = {{}, key};
-        page.entries[page.count] = &entries.at(page.count).node;
-        page.digests[page.count] = number_of(key.data());
+        page.entries[page.places[page.count]].address = &entries.at(page.count).node;
+        page.digests[page.places[page.count]] = number_of(key.data());
         ++page.count;
     }
     void make_keys(std::size_t length, int count) {
@@ -61,7 +67,7 @@ class PageDigests : public ::testing::Test {
         EXPECT_TRUE(std::equal(key.begin(), key.begin() + skip, page.prefix));
         for (std::uint32_t at = skip; at < longest_prefix; ++at) EXPECT_EQ(page.prefix[at], 0);
         for (std::uint32_t slot = 0; slot < page.count; ++slot) {
-            EXPECT_EQ(page.digests[slot], number_of(entries.at(slot).key.data() + skip)) << slot;
+            EXPECT_EQ(page.digest(slot), number_of(entries.at(slot).key.data() + skip)) << slot;
         }
     }
 
@@ -74,6 +80,8 @@ class PageDigests : public ::testing::Test {
                    .next = nullptr,
                    .previous = nullptr,
                    .prefix = {},
+                   .places = {},
+                   .unused = {},
                    .digests = {},
                    .entries = {}};
     std::array<Entry, IndexPage::capacity> entries{};
@@ -96,15 +104,15 @@ TEST_F(PageDigests, OfAPageAreWithoutTheFirstKeyIfItIsNoLeaf) {
     IndexPage above{page};
     for (std::uint32_t slot = 0; slot < below.size(); ++slot) {
         below.at(slot) = page;
-        below.at(slot).entries[0] = page.entries[slot];
-        above.entries[slot] = &below.at(slot);
+        below.at(slot).entries[page.places[0]] = page.entry(slot);
+        above.entries[page.places[slot]].address = &below.at(slot);
     }
     above.level = 1;
     entries[0].key = key_after(0, "another");
     make_digests(above, order);
     EXPECT_EQ(above.skip, 10);
     for (std::uint32_t slot = 1; slot < above.count; ++slot) {
-        EXPECT_EQ(above.digests[slot], number_of(entries.at(slot).key.data() + 10)) << slot;
+        EXPECT_EQ(above.digest(slot), number_of(entries.at(slot).key.data() + 10)) << slot;
     }
 }
 
