@@ -111,6 +111,10 @@ set(TARNBASE_RUNTIME_SOURCES
   check/ring.cpp
   check/side_entries.cpp
   check/types.cpp
+  replica/changes.cpp
+  replica/owners.cpp
+  replica/record_copies.cpp
+  replica/replica.cpp
   salvage/finds.cpp
   salvage/frames_left.cpp
   salvage/lenient_load.cpp
@@ -123,6 +127,7 @@ set(TARNBASE_RUNTIME_SOURCES
   handle/objects.cpp
   handle/records.cpp
   handle/replication.cpp
+  handle/replicas.cpp
   handle/sharing.cpp
   handle/stores.cpp
   handle/trace.cpp

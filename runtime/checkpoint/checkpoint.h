@@ -128,6 +128,9 @@ class Checkpoint {
     std::string what_;
 };
 
+// The positions of all checkpoints in a folder, in increasing order.
+std::vector<std::uint64_t> checkpoint_positions(int folder);
+
 // Removes the checkpoint of a position.
 void remove_checkpoint(int folder, std::uint64_t position);
 

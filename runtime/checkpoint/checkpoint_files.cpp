@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
@@ -64,6 +65,18 @@ std::optional<CheckpointFile> parse_checkpoint_name(std::string_view name) {
     const std::optional<std::uint64_t> position = parse_position(name.substr(0, digits));
     if (!position) return std::nullopt;
     return CheckpointFile{*position, !suffix.empty()};
+}
+
+std::vector<std::uint64_t> checkpoint_positions(int folder) {
+    std::vector<std::uint64_t> positions;
+    const OpenFolder entries = open_folder(folder);
+    if (entries == nullptr) return positions;
+    while (const dirent *entry = ::readdir(entries.get())) {
+        const std::optional<CheckpointFile> file = parse_checkpoint_name(entry->d_name);
+        if (file && !file->is_working) positions.push_back(file->position);
+    }
+    std::sort(positions.begin(), positions.end());
+    return positions;
 }
 
 void remove_checkpoint(int folder, std::uint64_t position) {

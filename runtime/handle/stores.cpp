@@ -139,7 +139,11 @@ std::uint32_t kel_store_create_private(const kel_store_options *options, kel_sto
     });
 }
 
-void kel_store_close(kel_store *store) { delete store; }
+void kel_store_close(kel_store *store) {
+    const bool is_replica =
+        store != nullptr && store->sharing != nullptr && store->sharing->is_replica();
+    if (!is_replica) delete store;
+}
 
 const char *kel_error_text() { return error_text(); }
 
@@ -171,7 +175,7 @@ void kel_store_describe(const kel_store *store, kel_store_description *descripti
     if (store->sharing != nullptr) {
         Sharing &part = *store->sharing;
         const ControlPage &control = part.folder().control.page();
-        description->writable = part.folder().control.is_writable() ? 1 : 0;
+        description->writable = part.may_write() ? 1 : 0;
         description->log_end = part.follower().position();
         description->log_bytes = description->log_end - control.checkpoint.load();
         description->commit_time = control.change_time.load(std::memory_order_relaxed);

@@ -82,6 +82,18 @@ std::uint32_t fail_file(const char *path) {
     return fail(EINVAL, "%s: not a store: it isn't a folder", path);
 }
 
+// Opens a store's files and maps its region, without content.
+std::uint32_t map_files(const char *path, kel_store &store) {
+    File folder(::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.is_open()) return errno == ENOTDIR ? fail_file(path) : fail_errno(path);
+    store.sharing = std::make_unique<Sharing>(store, store.scopes);
+    if (const std::uint32_t error = store.sharing->open(path, std::move(folder))) return error;
+    const ControlPage &control = store.sharing->folder().control.page();
+    void *base = reinterpret_cast<void *>(control.base);
+    const std::uint32_t error = store.region.map_front(base, control.capacity, page_size);
+    return error == 0 ? 0 : fail_map(path, error, base, control.capacity);
+}
+
 }  // namespace
 
 std::uint32_t check_options(const char *what, const kel_store_options *options) {
@@ -114,16 +126,19 @@ std::uint32_t create_files(const char *path, std::uint64_t capacity, void *base,
 }
 
 std::uint32_t open_files(const char *path, kel_store &store) {
-    File folder(::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.is_open()) return errno == ENOTDIR ? fail_file(path) : fail_errno(path);
-    store.sharing = std::make_unique<Sharing>(store, store.scopes);
-    if (const std::uint32_t error = store.sharing->open(path, std::move(folder))) return error;
-    const ControlPage &control = store.sharing->folder().control.page();
-    void *base = reinterpret_cast<void *>(control.base);
-    if (const std::uint32_t error = store.region.map_front(base, control.capacity, page_size)) {
-        return fail_map(path, error, base, control.capacity);
+    const std::uint32_t error = map_files(path, store);
+    return error == 0 ? store.sharing->load() : error;
+}
+
+std::uint32_t open_replica_files(const char *path, std::uint64_t sequence, kel_store &store) {
+    const std::uint32_t error = map_files(path, store);
+    if (error == EADDRINUSE) {
+        return fail(error,
+                    "%s: a process can't have a replica of a store and the store, or another "
+                    "replica of it, open: they have the same addresses",
+                    path);
     }
-    return store.sharing->load();
+    return error == 0 ? store.sharing->load_replica(sequence) : error;
 }
 
 }  // namespace tarnbase::runtime

@@ -19,6 +19,8 @@ std::uint32_t check_options(const char *what, const kel_store_options *options);
 // Create or open the files of a store that was just constructed.
 std::uint32_t create_files(const char *path, std::uint64_t capacity, void *base, kel_store &store);
 std::uint32_t open_files(const char *path, kel_store &store);
+// The same for a replica, which is what the store was after that transaction (follower.h).
+std::uint32_t open_replica_files(const char *path, std::uint64_t sequence, kel_store &store);
 
 }  // namespace tarnbase::runtime
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "runtime/base/error_text.h"
 #include "runtime/store/own_references.h"
@@ -31,23 +32,51 @@ std::uint32_t Follower::fail_damaged(const char *what) const {
 }
 
 // Opens the newest checkpoint and checks it.
-std::uint32_t Follower::open_checkpoint(Checkpoint &checkpoint) {
+std::uint32_t Follower::open_newest(Checkpoint &checkpoint) {
     const ControlPage &control = store_.control.page();
     std::uint32_t error = ENOENT;
     for (int i = 0; error == ENOENT && i < most_attempts; ++i) {
         error = checkpoint.open(store_.folder.descriptor(), control.id, control.checkpoint.load());
     }
-    if (error != 0) {
-        return fail(
-            error, "%s: the checkpoint of the store can't be used: %s", store_.path.c_str(),
-            error == EBADMSG ? checkpoint.what().c_str() : std::strerror(static_cast<int>(error)));
-    }
-    const CheckpointHead &head = checkpoint.head();
-    if (head.base != control.base || head.capacity != control.capacity) {
-        return fail(EBADMSG, "%s: the checkpoint is for another address or capacity",
-                    store_.path.c_str());
-    }
+    if (error != 0) return fail_checkpoint(error, checkpoint);
+    if (const std::uint32_t wrong = check_address(checkpoint)) return wrong;
     return check_image(checkpoint);
+}
+
+std::uint32_t Follower::fail_checkpoint(std::uint32_t error, const Checkpoint &checkpoint) const {
+    return fail(
+        error, "%s: the checkpoint of the store can't be used: %s", store_.path.c_str(),
+        error == EBADMSG ? checkpoint.what().c_str() : std::strerror(static_cast<int>(error)));
+}
+
+std::uint32_t Follower::check_address(const Checkpoint &checkpoint) const {
+    const ControlPage &control = store_.control.page();
+    const CheckpointHead &head = checkpoint.head();
+    if (head.base == control.base && head.capacity == control.capacity) return 0;
+    return fail(EBADMSG, "%s: the checkpoint is for another address or capacity",
+                store_.path.c_str());
+}
+
+// Opens the last checkpoint that has no frame after the one of that number, and checks it.
+// ENOENT: it was removed meanwhile.
+std::uint32_t Follower::open_with(std::uint64_t sequence, Checkpoint &checkpoint) {
+    const StoreId &id = store_.control.page().id;
+    std::vector<std::uint64_t> positions = checkpoint_positions(store_.folder.descriptor());
+    if (sequence == oldest_sequence) positions.resize(std::min<std::size_t>(positions.size(), 1));
+    std::uint64_t first = 0;
+    for (; !positions.empty(); positions.pop_back()) {
+        const std::uint32_t error =
+            checkpoint.open(store_.folder.descriptor(), id, positions.back());
+        if (error == ENOENT) return error;
+        if (error != 0) return fail_checkpoint(error, checkpoint);
+        first = checkpoint.head().sequence;
+        if (first > sequence) continue;
+        if (const std::uint32_t wrong = check_address(checkpoint)) return wrong;
+        if (checkpoint.check_image(progress_) == 0) return 0;
+        return fail(EBADMSG, "%s: %s", store_.path.c_str(), checkpoint.what().c_str());
+    }
+    return fail(EOVERFLOW, "%s: the log of the store begins after transaction %llu",
+                store_.path.c_str(), static_cast<unsigned long long>(first));
 }
 
 std::uint32_t Follower::check_image(Checkpoint &checkpoint) {
@@ -66,7 +95,11 @@ std::uint32_t Follower::check_image(Checkpoint &checkpoint) {
 
 std::uint32_t Follower::load_checkpoint() {
     Checkpoint checkpoint;
-    if (const std::uint32_t error = open_checkpoint(checkpoint)) return error;
+    const std::uint32_t error = open_newest(checkpoint);
+    return error == 0 ? load_image(checkpoint) : error;
+}
+
+std::uint32_t Follower::load_image(Checkpoint &checkpoint) {
     const std::uint32_t error = image_.load(checkpoint);
     if (error != 0) {
         return fail(
@@ -91,6 +124,52 @@ std::uint32_t Follower::load() {
         if (error != ENOENT) return error;
     }
     return fail(ENOENT, "%s: a part of the log is missing", store_.path.c_str());
+}
+
+std::uint32_t Follower::load_at(std::uint64_t sequence) {
+    if (sequence == newest_sequence) return load();
+    for (int i = 0; i < most_attempts; ++i) {
+        Checkpoint checkpoint;
+        std::uint32_t error = open_with(sequence, checkpoint);
+        if (error == 0) error = load_image(checkpoint);
+        if (error == 0 && sequence != oldest_sequence) error = apply_to(sequence);
+        if (error != ENOENT) return error;
+    }
+    return fail(ENOENT, "%s: a part of the log is missing", store_.path.c_str());
+}
+
+// Applies the frames up to the one of that number.
+std::uint32_t Follower::apply_to(std::uint64_t sequence) {
+    const std::uint64_t end = published();
+    if (sequence_ == sequence) return 0;
+    if (position() < end) {
+        if (const std::uint32_t error = open_log()) return error;
+    }
+    while (sequence_ < sequence) {
+        if (position() >= end) {
+            return fail(EINVAL, "%s: the last transaction of the store is %llu",
+                        store_.path.c_str(), static_cast<unsigned long long>(sequence_));
+        }
+        if (const std::uint32_t error = apply_next(end)) return error;
+    }
+    return 0;
+}
+
+std::uint32_t Follower::step(FrameObserver &observer) try {
+    const std::uint64_t end = published();
+    if (position() >= end_) return fail_damaged("an operation can't be applied");
+    if (position() >= end) return ENODATA;
+    if (!log_is_open_) {
+        if (const std::uint32_t error = open_log()) return error;
+    }
+    observer_ = &observer;
+    const std::uint32_t error = apply_next(end);
+    observer_ = nullptr;
+    return error;
+} catch (const std::bad_alloc &) {
+    observer_ = nullptr;
+    log_is_open_ = false;  // the reader may be after the frame already
+    throw;
 }
 
 std::uint32_t Follower::load_second(std::uint64_t size, std::atomic<std::uint64_t> *progress) {
@@ -128,9 +207,11 @@ std::uint32_t Follower::apply_next(std::uint64_t published) {
         log_is_open_ = false;
         return fail(ENOMEM, "%s: the process can't map more of the store", store_.path.c_str());
     }
+    if (observer_ != nullptr) observer_->before(frame);
     if (const char *wrong = image_.apply(frame)) {
         // What was applied of the frame is dropped with the image.
         end_ = position();
+        observer_ = nullptr;
         if (const std::uint32_t unusable = load()) return unusable;
         return fail_damaged(wrong);
     }
@@ -138,6 +219,7 @@ std::uint32_t Follower::apply_next(std::uint64_t published) {
     segment_ = log_.segment();
     sequence_ += 1;
     if (progress_ != nullptr) progress_->fetch_add(1, std::memory_order_relaxed);
+    if (observer_ != nullptr) observer_->after();
     return 0;
 }
 
@@ -168,7 +250,7 @@ std::uint32_t Follower::share_pages() try {
     if (image_.bytes().size() < least || find_unshared_pages(image_.bytes(), own) != 0) return 0;
     if (own.bytes() < least) return 0;
     Checkpoint checkpoint;
-    if (open_checkpoint(checkpoint) != 0 || checkpoint.head().position > position()) return 0;
+    if (open_newest(checkpoint) != 0 || checkpoint.head().position > position()) return 0;
     const std::uint32_t error = image_.remap(checkpoint, std::move(own));
     return error == 0 || error == EAGAIN ? 0 : load();
 } catch (const std::bad_alloc &) {

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "runtime/control/control.h"
@@ -20,6 +21,23 @@ struct StoreFolder {
     File folder;
     Control control;
 };
+
+// Sees each frame of a replica.
+class FrameObserver {
+ public:
+    virtual void before(std::span<const char> frame) = 0;  // checked, but not applied yet
+    virtual void after() = 0;
+
+ protected:
+    FrameObserver() = default;
+    FrameObserver(const FrameObserver &) = default;
+    FrameObserver &operator=(const FrameObserver &) = default;
+    ~FrameObserver() = default;
+};
+
+// Sequence numbers that no frame has: that of the newest one, and of the oldest checkpoint.
+inline constexpr std::uint64_t newest_sequence = ~0ULL;
+inline constexpr std::uint64_t oldest_sequence = ~0ULL - 1;
 
 class Follower {
  public:
@@ -37,6 +55,12 @@ class Follower {
     // a right checksum in the copy. `size` is the store's, as far as it is known. Steps are counted
     // in `progress`, unless it is null.
     std::uint32_t load_second(std::uint64_t size, std::atomic<std::uint64_t> *progress);
+    // Loads what the store was after the frame of that number, or of the oldest one that is left.
+    // Errors as of `load`; EOVERFLOW the log doesn't reach back to it; EINVAL it isn't published.
+    std::uint32_t load_at(std::uint64_t sequence);
+    // Applies one frame. Errors as of `load`; ENODATA there is none; ENOENT it was removed from the
+    // log. What `observer` throws leaves the image as it was before the frame, or after it.
+    std::uint32_t step(FrameObserver &observer);
     // Applies what was published since. Errors as above: the image is as after the last good
     // frame.
     std::uint32_t catch_up();
@@ -44,6 +68,11 @@ class Follower {
     // newer checkpoint, that is mapped. No byte of the image changes. Looks once at each
     // checkpoint. Errors as above.
     std::uint32_t share_pages();
+
+    // Whether `share_pages` has something to look at.
+    bool has_other_checkpoint() const {
+        return store_.control.page().checkpoint.load(std::memory_order_relaxed) != looked_at_;
+    }
 
     // Any thread may call these two.
     bool is_current() const { return position() == published(); }
@@ -60,9 +89,14 @@ class Follower {
     void advance(const LogWriter &log);
 
  private:
-    std::uint32_t open_checkpoint(Checkpoint &checkpoint);
+    std::uint32_t open_newest(Checkpoint &checkpoint);
+    std::uint32_t open_with(std::uint64_t sequence, Checkpoint &checkpoint);
+    std::uint32_t fail_checkpoint(std::uint32_t error, const Checkpoint &checkpoint) const;
+    std::uint32_t check_address(const Checkpoint &checkpoint) const;
     std::uint32_t check_image(Checkpoint &checkpoint);
     std::uint32_t load_checkpoint();
+    std::uint32_t load_image(Checkpoint &checkpoint);
+    std::uint32_t apply_to(std::uint64_t sequence);
     // Applies frames up to `end_`. ENOENT: a newer checkpoint has replaced them.
     std::uint32_t apply_published(std::uint64_t published);
     std::uint32_t open_log();
@@ -74,6 +108,7 @@ class Follower {
     Image &image_;
     LogReader log_;
     bool log_is_open_ = false;
+    FrameObserver *observer_ = nullptr;
     void set_position(std::uint64_t position) {
         position_.store(position, std::memory_order_relaxed);
     }

@@ -68,7 +68,36 @@ std::uint32_t Sharing::load() {
     return follower_.load();
 }
 
+std::uint32_t Sharing::load_replica(std::uint64_t sequence) {
+    is_replica_ = true;
+    return follower_.load_at(sequence);
+}
+
+std::uint32_t Sharing::advance(FrameObserver &observer) {
+    const bool is_current = follower_.is_current();
+    if (is_current && !follower_.has_other_checkpoint() && !has_refused_.load()) return ENODATA;
+    while (!scopes_.begin_change_or_wait()) {
+    }
+    const Change change(scopes_);
+    undo_refused();
+    if (!is_current) return follower_.step(observer);
+    const std::uint32_t error = follower_.share_pages();
+    return error == 0 ? ENODATA : error;
+}
+
+std::uint32_t Sharing::skip() {
+    while (!scopes_.begin_change_or_wait()) {
+    }
+    const Change change(scopes_);
+    undo_refused();
+    return follower_.load();
+}
+
 std::uint32_t Sharing::check_may_write() const {
+    if (is_replica_) {
+        return fail(EACCES, "%s: a replica of the store is open to read only",
+                    folder_.path.c_str());
+    }
     if (!folder_.control.is_writable()) {
         return fail(EACCES, "%s: the store is open to read only", folder_.path.c_str());
     }
@@ -120,7 +149,7 @@ void Sharing::undo_refused() {
 }
 
 bool Sharing::holder(Holder &holder) const {
-    if (folder_.control.is_writable() && !lock_.is_inherited()) return lock_.holder(holder);
+    if (may_write() && !lock_.is_inherited()) return lock_.holder(holder);
     return WriterLock::shown_holder(folder_.control.page().lock, holder);
 }
 
@@ -148,7 +177,7 @@ std::uint32_t Sharing::give_up_writing() {
 }
 
 std::uint32_t Sharing::refresh() {
-    if (is_writer()) return 0;
+    if (is_writer() || is_replica_) return 0;
     if (const std::uint32_t error = check_not_inherited()) return error;
     // What is published later is left to the next call.
     const std::uint64_t published = follower_.published();

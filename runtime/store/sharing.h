@@ -36,6 +36,17 @@ class Sharing {
     StoreFolder &folder() { return folder_; }
     const Follower &follower() const { return follower_; }
 
+    // Loads the image of a replica, which `advance` and `skip` alone change. Errors as of
+    // Follower::load_at.
+    std::uint32_t load_replica(std::uint64_t sequence);
+    // Applies the next frame, as Follower::step.
+    std::uint32_t advance(FrameObserver &observer);
+    // Loads the newest image in place of the replica's.
+    std::uint32_t skip();
+    bool is_replica() const { return is_replica_; }
+    // Whether this process may become the writer.
+    bool may_write() const { return folder_.control.is_writable() && !is_replica_; }
+
     // Whether this process may change the image: it has the writer's lock.
     bool is_writer() const { return lock_.is_held(); }
     // Takes the lock, keeps the reading scopes away and catches up. Returns 0 or sets the error
@@ -90,6 +101,7 @@ class Sharing {
     void begin_segment();
 
     Image &image_;
+    bool is_replica_ = false;
     ReadingScopes &scopes_;
     StoreFolder folder_;
     WriterLock lock_;

@@ -13,7 +13,7 @@ namespace tarn::test {
 inline constexpr std::uint64_t arena_capacity = 256ULL << 20;
 
 // What the writer wants of the follower.
-enum class Request : std::uint32_t { refresh, open_again, texts, end };
+enum class Request : std::uint32_t { refresh, open_again, texts, replicate, compare, end };
 
 // Memory that both processes have from before the fork.
 class Shared {

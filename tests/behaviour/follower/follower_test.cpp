@@ -10,6 +10,7 @@
 
 #include "frame/schema.h"
 #include "tests/behaviour/follower/arena.h"
+#include "tests/behaviour/follower/replica.h"
 #include "tests/behaviour/follower/texts.h"
 #include "tests/behaviour/follower/writer.h"
 #include "tests/support/module.h"
@@ -31,6 +32,7 @@ std::uint64_t number_from(const char *variable, std::uint64_t otherwise) {
 int follow(Peer &peer, const char *path) {
     Shared &shared = *static_cast<Shared *>(const_cast<void *>(peer.context()));
     kel_store *store = nullptr;
+    std::optional<ReplicaModel> replica;
     while (peer.await()) {
         switch (shared.request()) {
             case Request::open_again:
@@ -44,6 +46,14 @@ int follow(Peer &peer, const char *path) {
                 break;
             case Request::texts:
                 shared.put(texts_of(store));
+                break;
+            case Request::replicate:
+                if (!replica) replica.emplace(path);
+                shared.put(replica->advance());
+                break;
+            case Request::compare:
+                TARN_PEER_EXPECT(replica->differences() == "");
+                shared.put(replica->store());
                 break;
             case Request::end:
                 kel_store_close(store);
@@ -128,6 +138,21 @@ TEST_F(Follower, OpenedAfreshHasTheWritersBytes) {
         ASSERT_NO_FATAL_FAILURE(expect_equal_bytes(Request::open_again));
     }
     expect_equal_texts();
+    end();
+}
+
+TEST_F(Follower, AReplicaReportsEachChangeOfARecord) {
+    writer_->prepare();
+    for (step_ = 0; step_ < steps_; ++step_) {
+        ASSERT_NO_FATAL_FAILURE(turn(Request::replicate));
+        ASSERT_EQ(shared_.text(), "")
+            << "step " << step_ << ", seed " << seed_ << ": " << writer_->history();
+        writer_->step();
+        if (step_ % 20 != 19) continue;
+        ASSERT_NO_FATAL_FAILURE(turn(Request::replicate));
+        ASSERT_EQ(shared_.text(), "") << "step " << step_ << ", seed " << seed_;
+        ASSERT_NO_FATAL_FAILURE(expect_equal_bytes(Request::compare));
+    }
     end();
 }
 
