@@ -20,6 +20,7 @@ namespace {
 using tarnbase::runtime::KeyBytes;
 using tarnbase::runtime::KeyOrder;
 using tarnbase::runtime::order_of_keys;
+using tarnbase::runtime::text_of;
 
 // One comparison for each test, since an order belongs to one.
 template <int>
@@ -180,15 +181,29 @@ TEST_F(KeyBytesOf, ARecordWithoutItsObjectAreThoseOfItsTenant) {
     EXPECT_EQ(bytes_of({number_part(KEL_KEY_UNSIGNED, 1)}, 2), "\5\7");
 }
 
-TEST_F(KeyBytesOf, ARecordWithoutItsObjectAreFetched) {
-    const KeyOrder *order = order_of({text_part, number_part(KEL_KEY_UNSIGNED, 1)});
-    for (void *object : {static_cast<void *>(&fields), static_cast<void *>(nullptr)}) {
-        record.object = object;
-        for (const auto stage :
-             {KeyOrder::Stage::node, KeyOrder::Stage::object, KeyOrder::Stage::texts}) {
-            order->prefetch(&record.index_node, stage);
-        }
-    }
+// Distances from the node in units of 16 bytes.
+TEST_F(KeyBytesOf, ARecordAreFoundByItsHints) {
+    const std::vector<kel_key_part> text_first = {text_part, number_part(KEL_KEY_UNSIGNED, 1)};
+    const std::vector<kel_key_part> number_alone = {number_part(KEL_KEY_UNSIGNED, 1)};
+    const auto *node = reinterpret_cast<const char *>(&record.index_node);
+    const auto hints = [&](const auto &parts) {
+        return order_of(parts)->hints(&record.index_node);
+    };
+    const auto distance = [&](const void *to) {
+        return (static_cast<const char *>(to) - node) / 16;
+    };
+    EXPECT_EQ(hints(text_first).object, distance(&fields.text));
+    EXPECT_EQ(hints(text_first).text, distance(text_of(&fields.text).data()));
+    EXPECT_EQ(hints(number_alone).object, distance(&fields.number));
+    EXPECT_EQ(hints(number_alone).text, distance(&fields.number));
+
+    record.object = nullptr;
+    EXPECT_EQ(hints(text_first).object, 0);
+    EXPECT_EQ(hints(text_first).text, 0);
+    // Too far away.
+    const auto address = reinterpret_cast<std::uintptr_t>(&fields) + (std::uintptr_t{1} << 36);
+    record.object = reinterpret_cast<void *>(address);
+    EXPECT_EQ(hints(number_alone).object, 0);
 }
 
 TEST_F(KeyBytesOf, AnOrderThatIsNotTheRuntimesAreUnknown) {
