@@ -40,6 +40,7 @@ inline std::uint32_t write_fully(int file, std::span<const char> bytes, std::uin
         const ssize_t put = ::pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (put < 0 && errno == EINTR) continue;
         if (put < 0) return error_number();
+        if (put == 0) return ENOSPC;
         bytes = bytes.subspan(static_cast<std::size_t>(put));
         offset += static_cast<std::uint64_t>(put);
     }

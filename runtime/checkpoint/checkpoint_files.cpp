@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The names of checkpoints, and their removal.
-#include <dirent.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
-#include <memory>
 
-#include "runtime/base/file.h"
+#include "runtime/base/folder_entries.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 
 namespace tarnbase::runtime {
@@ -28,20 +25,6 @@ std::optional<std::uint64_t> parse_position(std::string_view text) {
         position = position << 4 | value;
     }
     return position;
-}
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { ::closedir(folder); }
-};
-using OpenFolder = std::unique_ptr<DIR, CloseFolder>;
-
-// The folder's entries from the first one on, wherever `folder` itself was read up to.
-OpenFolder open_folder(int folder) {
-    const int descriptor = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return nullptr;
-    DIR *opened = ::fdopendir(descriptor);
-    if (opened == nullptr) ::close(descriptor);
-    return OpenFolder(opened);
 }
 
 }  // namespace
@@ -84,7 +67,7 @@ void remove_checkpoint(int folder, std::uint64_t position) {
 }
 
 void remove_checkpoints(int folder, std::uint64_t position) {
-    const OpenFolder entries = open_folder(folder);
+    const FolderEntries entries = entries_of(folder);
     if (entries == nullptr) return;
     while (const dirent *entry = ::readdir(entries.get())) {
         const std::optional<CheckpointFile> file = parse_checkpoint_name(entry->d_name);

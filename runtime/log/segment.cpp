@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 #include "runtime/log/segment.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -19,6 +18,7 @@
 
 #include "runtime/base/file.h"
 #include "runtime/base/file_io.h"
+#include "runtime/base/folder_entries.h"
 #include "runtime/log/crc32c.h"
 
 #ifndef MADV_POPULATE_WRITE
@@ -52,28 +52,6 @@ std::uint32_t head_crc(const SegmentHead &head) {
     return crc32c({reinterpret_cast<const char *>(&head), offsetof(SegmentHead, crc)});
 }
 
-// The bytes read, or negative.
-ssize_t read_at_start(int file, SegmentHead &head) {
-    ssize_t count = 0;
-    do {
-        count = ::pread(file, &head, sizeof head, 0);
-    } while (count < 0 && errno == EINTR);
-    return count;
-}
-
-std::uint32_t write_at(int file, std::span<const char> bytes, off_t offset) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::pwrite(file, bytes.data(), bytes.size(), offset);
-        if (count < 0 && errno != EINTR) return error_number();
-        if (count == 0) return ENOSPC;
-        if (count > 0) {
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
-            offset += count;
-        }
-    }
-    return 0;
-}
-
 // Allocates all of a new file's disk blocks. Some file systems can only do that by writing.
 std::uint32_t allocate_blocks(int file, std::uint64_t size) {
     int result = 0;
@@ -84,7 +62,7 @@ std::uint32_t allocate_blocks(int file, std::uint64_t size) {
     if (errno != EOPNOTSUPP) return error_number();
     static constexpr char zeros[first_segment_bytes] = {};
     for (std::uint64_t offset = 0; offset < size; offset += sizeof zeros) {
-        const std::uint32_t error = write_at(file, zeros, static_cast<off_t>(offset));
+        const std::uint32_t error = write_fully(file, zeros, offset);
         if (error != 0) return error;
     }
     return 0;
@@ -106,7 +84,7 @@ std::uint32_t fill_file(int folder, int file, const SegmentHead &head) {
     take_mode_of(folder, file);
     const std::uint32_t error = allocate_blocks(file, head.size);
     if (error != 0) return error;
-    return write_at(file, {reinterpret_cast<const char *>(&head), sizeof head}, 0);
+    return write_fully(file, {reinterpret_cast<const char *>(&head), sizeof head}, 0);
 }
 
 std::uint32_t rename_to(int folder, const char *name) {
@@ -119,7 +97,8 @@ const char *check_head(int file, const StoreId &id, std::uint64_t position, std:
     if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
         return "a log segment is no regular file";
     SegmentHead head;
-    if (read_at_start(file, head) != sizeof head) return "a log segment is cut short";
+    if (read_fully(file, {reinterpret_cast<char *>(&head), sizeof head}, 0) != 0)
+        return "a log segment is cut short";
     if (std::memcmp(head.magic, magic, sizeof magic) != 0) return "a log segment has a wrong magic";
     if (head.crc != head_crc(head)) return "a log segment's head has a wrong checksum";
     if (head.id != id) return "a log segment belongs to another store";
@@ -238,14 +217,12 @@ std::span<char> Segment::from(std::uint64_t position) const {
     return std::span(bytes_, size_).subspan(segment_head_bytes + position - first_);
 }
 
+bool is_log_file(std::string_view name) { return name.starts_with(name_prefix); }
+
 void remove_segments(int folder, std::uint64_t position, std::uint64_t keep) {
-    const int opened = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR *entries = opened >= 0 ? ::fdopendir(opened) : nullptr;
-    if (entries == nullptr) {
-        if (opened >= 0) ::close(opened);
-        return;
-    }
-    while (const dirent *entry = ::readdir(entries)) {
+    const FolderEntries entries = entries_of(folder);
+    if (entries == nullptr) return;
+    while (const dirent *entry = ::readdir(entries.get())) {
         const std::optional<std::uint64_t> first = position_of(entry->d_name);
         // Segments follow one another, so those before the one of `position` end before it. One
         // that begins between is a dead writer's, and its frames were written again elsewhere.
@@ -254,7 +231,6 @@ void remove_segments(int folder, std::uint64_t position, std::uint64_t keep) {
             ::unlinkat(folder, entry->d_name, 0);
         }
     }
-    ::closedir(entries);
 }
 
 }  // namespace tarnbase::runtime

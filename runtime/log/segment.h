@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace tarnbase::runtime {
 
@@ -74,6 +75,9 @@ class Segment {
     std::uint64_t first_ = 0;
     const char *what_ = "";
 };
+
+// Whether a name in a store's folder is that of a segment, or of one that isn't complete.
+bool is_log_file(std::string_view name);
 
 // Removes the segments that end at `position` or before, those that a dead writer left before
 // it, and one that a process was making when it ended. `keep` is the segment of `position`.

@@ -23,6 +23,9 @@ class FrameContent;
 
 class ChangeSet {
  public:
+    // Blocks begin at multiples of it.
+    static constexpr std::uint64_t granule = 16;
+
     // Offsets are from the base of the image. Without memory the set becomes incomplete.
     void mark(std::uint64_t offset, std::uint64_t length) noexcept {
         const std::uint64_t first = offset / granule;
@@ -69,7 +72,6 @@ class ChangeSet {
     }
 
  private:
-    static constexpr std::uint64_t granule = 16;
     static constexpr std::uint64_t granules_in_page = page_size / granule;
 
     struct BlockEvent {

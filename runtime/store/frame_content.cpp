@@ -6,11 +6,11 @@
 #include <cstring>
 #include <span>
 
+#include "runtime/store/changes.h"
+
 namespace tarnbase::runtime {
 
 namespace {
-
-constexpr std::uint64_t granule = 16;
 
 // A change to a block of at most this many bytes is shared as the whole block: an object also
 // has bytes that the library stores without an announcement, such as its state block.
@@ -89,7 +89,7 @@ void FrameContent::add(std::uint64_t offset, std::uint64_t end, Parts parts) {
     while (offset < end) {
         const auto block = image_.allocator.find(offset);
         if (!block) {
-            offset += granule;
+            offset += ChangeSet::granule;
             continue;
         }
         const std::uint64_t block_end = block->offset + block->size;

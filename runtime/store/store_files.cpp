@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/store_files.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 #include "runtime/base/error_text.h"
+#include "runtime/base/folder_entries.h"
+#include "runtime/log/segment.h"
 #include "runtime/store/new_folder.h"
 
 namespace tarnbase::runtime {
@@ -19,10 +17,6 @@ namespace tarnbase::runtime {
 namespace {
 
 constexpr std::uint64_t block_unit = 512;  // of stat(2)
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { ::closedir(folder); }
-};
 
 std::uint32_t fail_errno(const StoreFolder &store) {
     const int error = errno;
@@ -55,13 +49,8 @@ std::uint32_t back_up(StoreFolder &store, std::uint64_t size, const char *path) 
 
 std::uint32_t describe_files(const StoreFolder &store, kel_store_files &files) {
     files = {};
-    const int opened = ::openat(store.folder.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, CloseFolder> entries(opened >= 0 ? ::fdopendir(opened) : nullptr);
-    if (entries == nullptr) {
-        const std::uint32_t error = fail_errno(store);
-        if (opened >= 0) ::close(opened);
-        return error;
-    }
+    const FolderEntries entries = entries_of(store.folder.descriptor());
+    if (entries == nullptr) return fail_errno(store);
     const std::string newest = checkpoint_name(store.control.page().checkpoint.load());
     while (const dirent *entry = ::readdir(entries.get())) {
         const std::string_view name = entry->d_name;
@@ -72,7 +61,7 @@ std::uint32_t describe_files(const StoreFolder &store, kel_store_files &files) {
             continue;
         }
         files.bytes += disk_bytes(status);
-        if (name.starts_with("log-")) files.log_bytes += disk_bytes(status);
+        if (is_log_file(name)) files.log_bytes += disk_bytes(status);
         if (name != newest) continue;
         files.checkpoint_bytes = disk_bytes(status);
         files.checkpoint_time = time_of(status);
