@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "runtime/value/descriptor.h"
+
 namespace tarnbase::runtime {
 
 namespace {
@@ -30,8 +32,9 @@ std::string luid_text_of(const std::uint8_t (&luid)[16]) {
 
 Descriptors::Descriptors(Blocks &blocks, Findings &findings)
     : blocks_(blocks), findings_(findings) {
-    constants_ = {&_kel_boolean_type_info_internal, &_kel_vstring_type_info_internal,
-                  &_ip_address_type_info_internal};
+    for (const ValueType *type = ValueType::first(); type != nullptr; type = type->next()) {
+        constants_.push_back(&type->descriptor());
+    }
     for (const kel_module_record *module = kel_module_tot_root.first; module != nullptr;
          module = module->link_next) {
         for (const kel_type_info *const *each = module->descriptors; *each != nullptr; ++each) {

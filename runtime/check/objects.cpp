@@ -13,13 +13,9 @@ namespace {
 
 constexpr unsigned data_flags = OBJ_STATE_ELSEWHERE | OBJ_RA_DATA;
 
-bool is_value(PartKind kind) {
-    return kind == PartKind::text || kind == PartKind::address || kind == PartKind::boolean;
-}
-
-std::uint64_t part_bytes(PartKind kind) {
-    if (kind == PartKind::text) return sizeof(kel_vstring);
-    return kind == PartKind::address ? sizeof(ip_address) : sizeof(kel_enum_object);
+std::uint64_t part_bytes(const Part &part) {
+    return is_value(part.kind) ? part.type->variant_info->variants[0].used_length
+                               : sizeof(kel_enum_object);
 }
 
 // The bytes of an object of that variant, without a state block.
@@ -117,7 +113,7 @@ bool ObjectCheck::check_part(const ObjectType &type, const Part &part, const voi
     const auto &outer = *static_cast<const kel_object *>(object);
     const char *place = static_cast<const char *>(object) + part.offset;
     const auto &head = *reinterpret_cast<const kel_object *>(place);
-    const bool is_outside = part.offset + part_bytes(part.kind) > block.size;
+    const bool is_outside = part.offset + part_bytes(part) > block.size;
     if (part.offset >= used_length(type, outer.variant) &&
         (is_outside || head.descriptor == nullptr)) {
         return true;  // a later field, which the maker of the object didn't have
@@ -174,6 +170,7 @@ bool ObjectCheck::check_content(const Part &part, const void *place, const Where
             if (value > 1) findings_.add(where(), "its value is %u, expected 0 or 1", value);
             return true;
         }
+        case PartKind::other_value:
         case PartKind::enumeration:
         case PartKind::structure:
             break;

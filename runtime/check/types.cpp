@@ -7,6 +7,7 @@
 
 #include "runtime/mapping/object_data.h"
 #include "runtime/store/store_handle.h"
+#include "runtime/value/descriptor.h"
 
 namespace tarnbase::runtime {
 
@@ -30,6 +31,9 @@ std::optional<PartKind> kind_of(const kel_type_info *type) {
     if (type == &_kel_vstring_type_info_internal) return PartKind::text;
     if (type == &_ip_address_type_info_internal) return PartKind::address;
     if (type == &_kel_boolean_type_info_internal) return PartKind::boolean;
+    for (const ValueType *each = ValueType::first(); each != nullptr; each = each->next()) {
+        if (type == &each->descriptor()) return PartKind::other_value;
+    }
     for (const kel_module_record *module = kel_module_tot_root.first; module != nullptr;
          module = module->link_next) {
         for (const kel_type_info *const *each = module->descriptors; *each != nullptr; ++each) {

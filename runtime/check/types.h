@@ -17,7 +17,12 @@
 
 namespace tarnbase::runtime {
 
-enum class PartKind : std::uint8_t { text, address, boolean, enumeration, structure };
+enum class PartKind : std::uint8_t { text, address, boolean, other_value, enumeration, structure };
+
+// Whether a part is of one of the runtime's own types.
+constexpr bool is_value(PartKind kind) {
+    return kind != PartKind::enumeration && kind != PartKind::structure;
+}
 
 // An object inside of an object.
 struct Part {

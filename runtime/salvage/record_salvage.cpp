@@ -11,10 +11,6 @@ constexpr std::uint8_t known_flags =
     KEL_RECORD_IN_INDEX | KEL_RECORD_PENDING_DESTROY | KEL_RECORD_PKEY_INSERTED;
 constexpr std::uint8_t data_flags = OBJ_STATE_ELSEWHERE | OBJ_RA_DATA;
 
-bool is_value(PartKind kind) {
-    return kind == PartKind::text || kind == PartKind::address || kind == PartKind::boolean;
-}
-
 template <typename Flags>
 void clear(Flags &flags, unsigned bits) {
     flags = static_cast<Flags>(flags & ~bits);

@@ -38,6 +38,29 @@ constexpr kel_type_info describe(std::string_view name, std::string_view luid_te
     return descriptor;
 }
 
+// A value type that is an object. The file of each such type defines one, so that code without a
+// schema finds them all.
+class ValueType {
+ public:
+    explicit ValueType(const kel_type_info &descriptor) : descriptor_(descriptor), next_(newest_) {
+        newest_ = this;
+    }
+    ValueType(const ValueType &) = delete;
+    ValueType &operator=(const ValueType &) = delete;
+
+    const kel_type_info &descriptor() const { return descriptor_; }
+
+    // The first type, in no particular order, and the one after this; null at the end.
+    static const ValueType *first() { return newest_; }
+    const ValueType *next() const { return next_; }
+
+ private:
+    static inline constinit const ValueType *newest_ = nullptr;
+
+    const kel_type_info &descriptor_;
+    const ValueType *next_;
+};
+
 }  // namespace tarnbase::runtime
 
 #endif

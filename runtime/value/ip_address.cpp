@@ -41,6 +41,7 @@ constinit kel_variant_info variants{1, &variant_usage};
 
 constinit const kel_type_info _ip_address_type_info_internal =
     describe("ip_address", "52622b99f3e935c725d7aacbd0ccd846", &variants);
+static const ValueType value_type(_ip_address_type_info_internal);
 
 ip_address *ip_address_get(kel_handle *, std::uint32_t, ip_address *field, std::uint32_t *err) {
     return *err == 0 ? field : nullptr;

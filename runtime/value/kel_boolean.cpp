@@ -27,6 +27,7 @@ constinit kel_variant_info variants{1, &variant_usage};
 
 constinit const kel_type_info _kel_boolean_type_info_internal =
     describe("kel_boolean", "f586973e7aa62da19cf11b0abf111e89", &variants);
+static const ValueType value_type(_kel_boolean_type_info_internal);
 
 kel_boolean *kel_boolean_get(kel_handle *, std::uint32_t, kel_boolean *field, std::uint32_t *err) {
     return *err == 0 ? field : nullptr;

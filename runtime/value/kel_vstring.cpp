@@ -39,6 +39,7 @@ constinit kel_variant_info variants{1, &variant_usage};
 
 constinit const kel_type_info _kel_vstring_type_info_internal =
     describe("kel_vstring", "1f749f4cb9e4ccff4cd49782830975a4", &variants);
+static const ValueType value_type(_kel_vstring_type_info_internal);
 
 kel_vstring *kel_vstring_get(kel_handle *, std::uint32_t, kel_vstring *field, std::uint32_t *err) {
     return *err == 0 ? field : nullptr;
