@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <map>
 #include <set>
 
 #include "face.h"
+#include "frame/kinds.h"
 
 namespace tarnc {
 namespace {
@@ -28,9 +30,14 @@ class Names {
     std::map<std::string, Place> places_;
 };
 
+// Whether fields of some kind have that type.
+bool is_type_of_kind(const std::string &face) {
+    return std::ranges::any_of(tarnbase::all_kinds,
+                               [&](const auto &kind) { return face == kind.face; });
+}
+
 bool is_own_name(const std::string &name) {
-    static const std::set<std::string> own = {"address",
-                                              "basic_iterator",
+    static const std::set<std::string> own = {"basic_iterator",
                                               "basic_new_record",
                                               "basic_range",
                                               "basic_record",
@@ -77,7 +84,7 @@ bool is_own_name(const std::string &name) {
                                               "variant_scope",
                                               "xml_document",
                                               "xml_element"};
-    return own.count(name) != 0;
+    return own.count(name) != 0 || is_type_of_kind("::tarn::" + name);
 }
 
 void check_members(const Structure &structure, Diagnostics &diagnostics) {
