@@ -52,7 +52,7 @@ std::optional<CheckpointFile> parse_checkpoint_name(std::string_view name) {
 
 std::vector<std::uint64_t> checkpoint_positions(int folder) {
     std::vector<std::uint64_t> positions;
-    const OpenFolder entries = open_folder(folder);
+    const FolderEntries entries = entries_of(folder);
     if (entries == nullptr) return positions;
     while (const dirent *entry = ::readdir(entries.get())) {
         const std::optional<CheckpointFile> file = parse_checkpoint_name(entry->d_name);

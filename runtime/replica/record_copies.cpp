@@ -51,7 +51,7 @@ constexpr std::size_t bytes_of(PartKind kind) {
 static_assert(sizeof(ip_address) == sizeof(kel_vstring));
 
 // Whether a part has the descriptor of the process that made it, at the address that it has there.
-bool is_value(PartKind kind) {
+bool begins_with_descriptor(PartKind kind) {
     return kind == PartKind::text || kind == PartKind::address || kind == PartKind::boolean;
 }
 
@@ -154,7 +154,7 @@ bool RecordCopies::is_same_object(const ObjectType &type, const void *copied,
     std::size_t from = 0;
     for (const Part &part : type.parts) {
         const std::size_t at = part.offset;
-        if (!is_value(part.kind) || at + bytes_of(part.kind) > end) continue;
+        if (!begins_with_descriptor(part.kind) || at + bytes_of(part.kind) > end) continue;
         if (std::memcmp(before + from, after + from, at - from) != 0) return false;
         from = at + sizeof(kel_type_info *);
         if (part.kind != PartKind::text) continue;
