@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # The runtime's sources, from the lowest layer up.
 set(TARNBASE_RUNTIME_SOURCES
+  base/boot.cpp
   base/error_text.cpp
   base/thread_number.cpp
   arena/allocator.cpp
@@ -19,6 +20,7 @@ set(TARNBASE_RUNTIME_SOURCES
   log/crc32c.cpp
   log/frame.cpp
   log/log.cpp
+  log/notes.cpp
   log/segment.cpp
   checkpoint/checkpoint.cpp
   checkpoint/checkpoint_files.cpp
@@ -26,15 +28,18 @@ set(TARNBASE_RUNTIME_SOURCES
   checkpoint/checkpoint_writer.cpp
   control/control.cpp
   control/futex.cpp
+  control/journal_settings.cpp
   control/lock_page.cpp
   control/processes.cpp
   control/writer_lock.cpp
   store/changes.cpp
   store/checkpointer.cpp
   store/file.cpp
+  store/flusher.cpp
   store/follower.cpp
   store/frame_content.cpp
   store/image.cpp
+  store/journal.cpp
   store/kept_pages.cpp
   store/neighbours.cpp
   store/new_folder.cpp
@@ -42,7 +47,10 @@ set(TARNBASE_RUNTIME_SOURCES
   store/reading_scopes.cpp
   store/own_references.cpp
   store/record_block.cpp
+  store/restart.cpp
+  store/retention.cpp
   store/sharing.cpp
+  store/signature.cpp
   store/store.cpp
   store/store_files.cpp
   store/table_refusal.cpp

@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
+#include "runtime/base/boot.h"
 #include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 #include "runtime/log/crc32c.h"
@@ -50,24 +50,9 @@ std::uint64_t seek(int file, std::uint64_t offset, int what, std::uint64_t end) 
     return what == SEEK_DATA && errno != ENXIO ? offset : end;
 }
 
-// Steps of splitmix64.
-std::uint64_t mix(std::uint64_t hash, std::uint64_t value) {
-    hash += value + 0x9e37'79b9'7f4a'7c15;
-    hash = (hash ^ hash >> 30) * 0xbf58'476d'1ce4'e5b9;
-    hash = (hash ^ hash >> 27) * 0x94d0'49bb'1331'11eb;
-    return hash ^ hash >> 31;
-}
-
-std::uint64_t mix_bytes(std::uint64_t hash, std::span<const char> bytes) {
-    for (const char byte : bytes) hash = mix(hash, static_cast<unsigned char>(byte));
-    return hash;
-}
-
 // The same value until the machine is started again. If that can't be found out, never the same.
 std::uint64_t hash_of_boot() {
-    const File file(::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
-    std::array<char, 36> id;
-    if (file.is_open() && read_fully(file.descriptor(), id, 0) == 0) return mix_bytes(0, id);
+    if (const std::optional<std::uint64_t> boot = boot_number()) return *boot;
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
     return mix(static_cast<std::uint64_t>(now.tv_sec), static_cast<std::uint64_t>(now.tv_nsec));

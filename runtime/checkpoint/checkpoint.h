@@ -67,10 +67,12 @@ std::string checkpoint_name(std::uint64_t position);
 // Writes a checkpoint with the image at `image`, which nothing changes meanwhile. The caller
 // sets the head's id, base, capacity, position, segment and sequence, and has the checkpoint
 // lock. The file gets the folder's permissions to read and write. Steps are counted in `progress`.
-// Returns 0 or an errno number; EINVAL: `open` wouldn't accept the head or the image's length. An
-// error leaves no file.
+// `is_durable`: the file is on the disk, and then its name, when this returns. Returns 0 or an
+// errno number; EINVAL: `open` wouldn't accept the head or the image's length. An error leaves no
+// file.
 std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image,
-                               std::atomic<std::uint64_t> *progress = nullptr);
+                               std::atomic<std::uint64_t> *progress = nullptr,
+                               bool is_durable = false);
 
 // A checkpoint that is open.
 class Checkpoint {
@@ -131,8 +133,22 @@ class Checkpoint {
 // The positions of all checkpoints in a folder, in increasing order.
 std::vector<std::uint64_t> checkpoint_positions(int folder);
 
+// A checkpoint's file, as the folder lists it.
+struct CheckpointEntry {
+    std::uint64_t position;
+    std::uint64_t disk_bytes;
+    std::uint64_t time;  // when it was written, nanoseconds since 1970
+};
+
+// The checkpoints of a store in increasing order. One that a process made for nothing may be among
+// them: it is of a position before the newest, and as good as any.
+std::vector<CheckpointEntry> list_checkpoints(int folder);
+
 // Removes the checkpoint of a position.
 void remove_checkpoint(int folder, std::uint64_t position);
+
+// Removes those that a process was writing when it ended. The caller has the checkpoint lock.
+void remove_working_checkpoints(int folder);
 
 // Removes all checkpoints before `position`, and those that a process was writing when it
 // ended. The caller has the checkpoint lock.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The names of checkpoints, and their removal.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -66,15 +67,47 @@ void remove_checkpoint(int folder, std::uint64_t position) {
     ::unlinkat(folder, checkpoint_name(position).c_str(), 0);
 }
 
-void remove_checkpoints(int folder, std::uint64_t position) {
+std::vector<CheckpointEntry> list_checkpoints(int folder) {
+    constexpr std::uint64_t block_unit = 512;  // of stat(2)
+    std::vector<CheckpointEntry> found;
     const FolderEntries entries = entries_of(folder);
-    if (entries == nullptr) return;
-    while (const dirent *entry = ::readdir(entries.get())) {
+    while (const dirent *entry = entries != nullptr ? ::readdir(entries.get()) : nullptr) {
         const std::optional<CheckpointFile> file = parse_checkpoint_name(entry->d_name);
-        if (file && (file->is_working || file->position < position)) {
-            ::unlinkat(folder, entry->d_name, 0);
+        struct stat status;
+        if (!file || file->is_working ||
+            ::fstatat(folder, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            continue;
         }
+        found.push_back({file->position, static_cast<std::uint64_t>(status.st_blocks) * block_unit,
+                         static_cast<std::uint64_t>(status.st_mtim.tv_sec) * 1'000'000'000 +
+                             static_cast<std::uint64_t>(status.st_mtim.tv_nsec)});
     }
+    std::ranges::sort(found, {}, &CheckpointEntry::position);
+    return found;
+}
+
+namespace {
+
+// Removes the files of which `is_wanted(file)`.
+template <typename Wanted>
+void remove_files(int folder, Wanted is_wanted) {
+    const FolderEntries entries = entries_of(folder);
+    while (const dirent *entry = entries != nullptr ? ::readdir(entries.get()) : nullptr) {
+        const std::optional<CheckpointFile> file = parse_checkpoint_name(entry->d_name);
+        if (file && is_wanted(*file)) ::unlinkat(folder, entry->d_name, 0);
+    }
+}
+
+}  // namespace
+
+void remove_working_checkpoints(int folder) {
+    remove_files(folder, [](const CheckpointFile &file) { return file.is_working; });
+}
+
+void remove_checkpoints(int folder, std::uint64_t position) {
+    remove_files(folder, [&](const CheckpointFile &file) {
+        return file.is_working || file.position < position;
+    });
 }
 
 }  // namespace tarnbase::runtime

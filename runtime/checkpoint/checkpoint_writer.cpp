@@ -120,7 +120,7 @@ std::uint32_t write_front(int file, CheckpointHead &head,
 }  // namespace
 
 std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const char> image,
-                               std::atomic<std::uint64_t> *progress) {
+                               std::atomic<std::uint64_t> *progress, bool is_durable) {
     head.magic = checkpoint_magic;
     head.version = checkpoint_format_version;
     head.byte_order = checkpoint_byte_order;
@@ -139,7 +139,9 @@ std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const 
         return error;
     }
     if (const std::uint32_t error = write_front(file, head, checksums)) return error;
-    return working.rename(checkpoint_name(head.position));
+    if (is_durable && ::fsync(file) != 0) return error_number();
+    if (const std::uint32_t error = working.rename(checkpoint_name(head.position))) return error;
+    return !is_durable || ::fsync(folder) == 0 ? 0 : error_number();
 }
 
 }  // namespace tarnbase::runtime

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "runtime/arena/page.h"
+#include "runtime/base/boot.h"
 #include "runtime/base/error_text.h"
 #include "runtime/base/file.h"
 #include "runtime/base/file_io.h"
@@ -202,7 +203,9 @@ std::uint32_t Control::create(int folder, const StoreId &id, std::uint64_t base,
         static_cast<ssize_t>(bytes.size())) {
         return error_number();
     }
-    return map(file.descriptor(), true);
+    if (const std::uint32_t error = map(file.descriptor(), true)) return error;
+    page_->boot.store(boot_number().value_or(0));
+    return 0;
 }
 
 std::uint32_t Control::open(int folder, const char *path) {
@@ -237,6 +240,19 @@ bool Control::set_checkpoint(std::uint64_t position) {
         if (page_->checkpoint.compare_exchange_strong(newest, position)) return true;
     }
     return newest == position;
+}
+
+void Control::set_durable(std::uint64_t position) {
+    std::uint64_t durable = page_->durable.load();
+    while (durable < position && !page_->durable.compare_exchange_weak(durable, position)) {
+    }
+}
+
+// The word may be that of a writer that died before it published anything in its segment.
+void Control::set_log_segment(std::uint64_t segment) {
+    if (page_->log_segment.load(std::memory_order_relaxed) != segment) {
+        page_->log_segment.store(segment);
+    }
 }
 
 void Control::publish(std::uint64_t position) {

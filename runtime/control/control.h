@@ -16,7 +16,13 @@
 //      148     4  zero
 //      152     8  identity of the last checkpoint image that was checked (checkpoint.h)
 //      160     8  when the last changes were published, nanoseconds since 1970
-//      168        zero up to 256
+//      168     8  how often the settings of the journal were changed (journal_settings.h)
+//      176     8  durable position: all frames before it are on the disk
+//      184     8  position at which the segment begins that contains the last published frame
+//      192     8  the start of the machine on which these words are valid (boot.h); 0: unknown
+//      200     8  position before which a full disk has cost the journal; 0: none
+//      208     8  when, nanoseconds since 1970
+//      216        zero up to 256
 //      256     8  counts the steps of all who make a checkpoint: who doesn't count is stopped
 //      264        zero up to 4096
 //     4096        the writer's lock (lock_page.h), up to 8192
@@ -53,7 +59,13 @@ struct ControlPage {
     std::uint32_t reserved_word;
     std::atomic<std::uint64_t> checked_image;
     std::atomic<std::uint64_t> change_time;
-    std::uint64_t more_reserved[11];
+    std::atomic<std::uint64_t> journal_changes;
+    std::atomic<std::uint64_t> durable;
+    std::atomic<std::uint64_t> log_segment;
+    std::atomic<std::uint64_t> boot;
+    std::atomic<std::uint64_t> gap;
+    std::atomic<std::uint64_t> gap_time;
+    std::uint64_t more_reserved[5];
     // On a cache line of its own: the maker of a checkpoint changes it often.
     std::atomic<std::uint64_t> checkpoint_progress;
     std::uint64_t last_reserved[479];
@@ -62,6 +74,7 @@ struct ControlPage {
 static_assert(sizeof(ControlPage) == 8192);
 static_assert(offsetof(ControlPage, crc) == 48);
 static_assert(offsetof(ControlPage, published) == 128);
+static_assert(offsetof(ControlPage, journal_changes) == 168);
 static_assert(offsetof(ControlPage, checkpoint_progress) == 256);
 static_assert(offsetof(ControlPage, lock) == 4096);
 
@@ -93,9 +106,13 @@ class Control {
 
     // Makes the checkpoint of a position the newest. False: there is a newer one.
     bool set_checkpoint(std::uint64_t position);
+    // Notes that the log is on the disk up to `position`.
+    void set_durable(std::uint64_t position);
     // Publishes the log up to `position`, and wakes the processes that wait. No system call if
     // none does. The caller has the writer's lock.
     void publish(std::uint64_t position);
+    // The frame that is published next is in the segment that begins there.
+    void set_log_segment(std::uint64_t segment);
     // Waits until more than `position` is published. False: the time is over, or a signal was
     // handled. Negative: no limit.
     //

@@ -97,6 +97,15 @@ bool Processes::try_lock(std::uint32_t byte) const {
     return ::fcntl(descriptor_, F_SETLK, &lock) == 0;
 }
 
+bool Processes::lock(std::uint32_t byte) const {
+    struct flock lock = record_lock(F_WRLCK, byte);
+    int result = 0;
+    do {
+        result = ::fcntl(descriptor_, F_SETLKW, &lock);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
 void Processes::unlock(std::uint32_t byte) const {
     struct flock lock = record_lock(F_UNLCK, byte);
     ::fcntl(descriptor_, F_SETLK, &lock);

@@ -34,6 +34,8 @@ class Processes {
     std::uint32_t take_number(std::uint32_t limit, std::uint32_t &number) const;
     // False: another process has the byte locked.
     bool try_lock(std::uint32_t byte) const;
+    // Waits until no other process has the byte locked. False: an error.
+    bool lock(std::uint32_t byte) const;
     void unlock(std::uint32_t byte) const;
 
     // Whether another process has the byte locked; its pid, or 0 if that is of a pid namespace

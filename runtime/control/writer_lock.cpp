@@ -25,6 +25,7 @@ constexpr std::chrono::nanoseconds longest_turn = 200us;
 
 // The first byte after those of the numbers.
 constexpr std::uint32_t checkpoints_byte = most_processes;
+constexpr std::uint32_t flushes_byte = checkpoints_byte + WriterLock::checkpoint_locks;
 
 // What take_lock and its like do (lock_protocol.h).
 class LockSteps {
@@ -129,6 +130,14 @@ bool WriterLock::try_lock_checkpoints(std::uint32_t number) {
 
 void WriterLock::unlock_checkpoints() {
     if (!is_inherited()) processes_.unlock(checkpoints_byte + checkpoint_lock_);
+}
+
+bool WriterLock::lock_flushes() const {
+    return page_ != nullptr && !is_inherited() && processes_.lock(flushes_byte);
+}
+
+void WriterLock::unlock_flushes() const {
+    if (!is_inherited()) processes_.unlock(flushes_byte);
 }
 
 }  // namespace tarnbase::runtime

@@ -64,6 +64,14 @@ class WriterLock {
     bool try_lock_checkpoints(std::uint32_t number = 0);
     void unlock_checkpoints();
 
+    // The lock of who writes the log to the disk. The threads of a process agree among themselves.
+    // False: an error, or this is a forked child.
+    bool lock_flushes() const;
+    void unlock_flushes() const;
+
+    // This process. `acquisition` and `since` are 0.
+    const Holder &self() const { return self_; }
+
  private:
     void give_way();
 

@@ -4,8 +4,10 @@
 #include <new>
 
 #include "runtime/base/error_text.h"
+#include "runtime/control/journal_settings.h"
 #include "runtime/store/store.h"
 #include "runtime/store/store_files.h"
+#include "tarnbase/journal.h"
 
 using tarnbase::runtime::back_up;
 using tarnbase::runtime::describe_files;
@@ -102,4 +104,24 @@ std::uint32_t kel_store_describe_files(const kel_store *store, kel_store_files *
     *files = {};
     return shared("kel_store_describe_files", store,
                   [&](Sharing &part) { return describe_files(part.folder(), *files); });
+}
+
+std::uint32_t kel_store_sync(kel_store *store) {
+    return shared("kel_store_sync", store, [](Sharing &part) { return part.sync(); });
+}
+
+std::uint32_t kel_store_set_journal(kel_store *store, const kel_journal_settings *settings) {
+    return shared("kel_store_set_journal", store, [&](Sharing &part) -> std::uint32_t {
+        const std::uint32_t error = store->check_not_reading("kel_store_set_journal");
+        if (error != 0) return error;
+        if (tarnbase::runtime::is_valid(*settings)) return part.set_journal(*settings);
+        return fail(EINVAL, "kel_store_set_journal: a setting has a value that it can't have");
+    });
+}
+
+std::uint32_t kel_store_describe_journal(const kel_store *store,
+                                         kel_journal_description *description) {
+    *description = {};
+    return shared("kel_store_describe_journal", store,
+                  [&](Sharing &part) { return part.describe_journal(*description); });
 }

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cerrno>
 #include <new>
+#include <string_view>
 
 #include "runtime/base/error_text.h"
+#include "runtime/log/notes.h"
 #include "runtime/store/store_handle.h"
 #include "tarnbase/embedded.h"
+#include "tarnbase/journal.h"
 
 using tarnbase::runtime::fail;
+using tarnbase::runtime::most_label_bytes;
 using tarnbase::runtime::store_of;
 using tarnbase::runtime::TransactionSlot;
 
@@ -40,4 +44,24 @@ std::uint32_t kel_transaction_rollback(kel_handle *handle, std::uint32_t tx_id) 
                     tx_id);
     }
     return 0;
+}
+
+std::uint32_t kel_transaction_label(kel_handle *handle, std::uint32_t tx_id, const char *text) {
+    kel_store &store = store_of(handle);
+    const TransactionSlot *slot = store.transaction(tx_id);
+    if (slot == nullptr) {
+        return fail(EINVAL, "kel_transaction_label: transaction %u is not open", tx_id);
+    }
+    const std::string_view label = text != nullptr ? text : "";
+    if (label.size() > most_label_bytes) {
+        return fail(E2BIG,
+                    "kel_transaction_label: the label has %zu bytes, at most %zu are allowed",
+                    label.size(), most_label_bytes);
+    }
+    try {
+        store.label_of(*slot) = label;
+        return 0;
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM, "kel_transaction_label: no memory");
+    }
 }

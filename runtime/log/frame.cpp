@@ -58,6 +58,7 @@ std::uint32_t frame_crc(FrameHead head, std::span<const char> operations) {
 void FrameBuilder::clear() {
     if (bytes_.size() > most_kept_bytes) bytes_ = {};
     used_ = sizeof(FrameHead);
+    note_bytes_ = 0;
 }
 
 void FrameBuilder::grow(std::size_t size) {
@@ -102,6 +103,14 @@ void FrameBuilder::references(std::uint64_t offset, std::span<const char, 8> con
     char *at = extend(2 * word);
     store_word(at, operation_head(OperationKind::references, word, offset));
     store_content(at + word, content);
+}
+
+void FrameBuilder::note(std::uint64_t kind, std::span<const char> content) {
+    const std::size_t size = word + padded(content.size());
+    char *at = extend(size);
+    store_word(at, operation_head(OperationKind::release, content.size(), kind));
+    store_content(at + word, content);
+    note_bytes_ += size;
 }
 
 std::span<const char> FrameBuilder::finish(std::uint64_t sequence) {
@@ -158,7 +167,7 @@ bool OperationReader::take(Operation &operation) {
         operation.block_size = extent = load_word(rest_.data());
         rest_ = rest_.subspan(word);
     } else if (kind == OperationKind::release) {
-        if (length != 0) return false;
+        if (length != 0) operation.kind = OperationKind::note;
     } else if (kind == OperationKind::references && length != word) {
         return false;
     }

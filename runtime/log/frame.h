@@ -15,13 +15,14 @@
 //   0 write                 `length` bytes, the new content of the offset
 //   1 allocate              8 bytes, the size of the block; then `length` bytes, the start of
 //                           its content: the rest is zero
-//   2 release               nothing; the length is 0
+//   2 release               nothing; the length is 0. With another length it is a note: the offset
+//                           is its kind (notes.h), and `length` bytes are its content
 //   3 references            8 bytes; the upper 4 are a count of references, which a process
 //                           that has a count of its own doesn't take over unless it is 0
 //
-// The releases of a frame come first, then the allocations, then the writes. A block that was
-// freed and allocated again has both operations. A content that is longer than `length` can say
-// is continued by writes right after its operation.
+// The releases of a frame come first, then the allocations, then the writes; notes may be
+// anywhere. A block that was freed and allocated again has both operations. A content that is
+// longer than `length` can say is continued by writes right after its operation.
 #ifndef TARNBASE_RUNTIME_LOG_FRAME_H
 #define TARNBASE_RUNTIME_LOG_FRAME_H
 
@@ -39,11 +40,18 @@ struct FrameHead {
 };
 static_assert(sizeof(FrameHead) == 16);
 
-enum class OperationKind : std::uint8_t { write = 0, allocate = 1, release = 2, references = 3 };
+// A note is written as a release that has a length.
+enum class OperationKind : std::uint8_t {
+    write = 0,
+    allocate = 1,
+    release = 2,
+    references = 3,
+    note = 4
+};
 
 struct Operation {
     OperationKind kind;
-    std::uint64_t offset;         // from the store's base address
+    std::uint64_t offset;         // from the store's base address; of a note: its kind
     std::uint64_t block_size;     // of an allocation, else 0
     std::span<const char> bytes;  // content
 };
@@ -51,6 +59,7 @@ struct Operation {
 // No operation reaches beyond this offset.
 inline constexpr std::uint64_t most_offset = 1ULL << 40;
 inline constexpr std::uint64_t most_frame_bytes = 1ULL << 31;
+inline constexpr std::uint64_t most_note_bytes = 4096;
 
 // Collects the operations of one frame. Requires: all bytes lie before
 // `most_offset`, and a content is at most as long as its block.
@@ -58,7 +67,8 @@ class FrameBuilder {
  public:
     // Keeps the memory for the next frame, unless this one was unusually large.
     void clear();
-    bool is_empty() const { return used_ == sizeof(FrameHead); }
+    // Whether it has nothing but notes.
+    bool is_empty() const { return used_ == sizeof(FrameHead) + note_bytes_; }
     // Bytes of the whole frame. It can't be appended if this is above `most_frame_bytes`.
     std::uint64_t length() const { return used_; }
 
@@ -66,6 +76,8 @@ class FrameBuilder {
     void allocate(std::uint64_t offset, std::uint64_t block_size, std::span<const char> content);
     void write(std::uint64_t offset, std::span<const char> content);
     void references(std::uint64_t offset, std::span<const char, 8> content);
+    // Requires: the content isn't empty, and has at most `most_note_bytes`.
+    void note(std::uint64_t kind, std::span<const char> content);
 
     // Completes the head; the bytes are valid until the builder is changed.
     std::span<const char> finish(std::uint64_t sequence);
@@ -76,6 +88,7 @@ class FrameBuilder {
 
     std::vector<char> bytes_;  // the first `used_` are the frame's
     std::size_t used_ = sizeof(FrameHead);
+    std::size_t note_bytes_ = 0;  // of these
 };
 
 // What is wrong with the frame that begins with `bytes`; null if its head, length and CRC are

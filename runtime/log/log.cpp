@@ -42,14 +42,17 @@ std::uint32_t LogWriter::open(int folder, const StoreId &id, std::uint64_t segme
     return 0;
 }
 
+bool LogWriter::has_space(std::uint64_t bytes) const {
+    return segment_.from(position_).size() >= bytes + end_mark_bytes;
+}
+
 std::uint32_t LogWriter::append(std::span<const char> frame) {
     if (frame.size() > most_frame_bytes) return EFBIG;
-    const std::span<char> space = segment_.from(position_);
-    if (space.size() < frame.size() + end_mark_bytes) {
+    if (!has_space(frame.size())) {
         const std::uint64_t usual = std::min(2 * segment_.size(), most_segment_bytes);
         if (const std::uint32_t error = append_to_next(frame, usual)) return error;
     } else {
-        std::memcpy(space.data(), frame.data(), frame.size());
+        std::memcpy(segment_.from(position_).data(), frame.data(), frame.size());
     }
     position_ += frame.size();
     return 0;

@@ -33,6 +33,8 @@ class LogWriter {
     bool is_open() const { return segment_.is_open(); }
     std::uint64_t position() const { return position_; }
     std::uint64_t segment() const { return segment_.first(); }
+    // Whether a frame of that length is appended to the segment that is open.
+    bool has_space(std::uint64_t bytes) const;
     // Whether the segment was made for a frame that needs more than the usual space.
     bool has_long_segment() const { return segment_.size() > most_segment_bytes; }
 

@@ -219,18 +219,67 @@ std::span<char> Segment::from(std::uint64_t position) const {
 
 bool is_log_file(std::string_view name) { return name.starts_with(name_prefix); }
 
-void remove_segments(int folder, std::uint64_t position, std::uint64_t keep) {
+namespace {
+
+// Calls `visit(entry name)` for each file of the folder.
+template <typename Visit>
+void each_file(int folder, Visit visit) {
     const FolderEntries entries = entries_of(folder);
-    if (entries == nullptr) return;
-    while (const dirent *entry = ::readdir(entries.get())) {
-        const std::optional<std::uint64_t> first = position_of(entry->d_name);
+    while (const dirent *entry = entries != nullptr ? ::readdir(entries.get()) : nullptr) {
+        visit(entry->d_name);
+    }
+}
+
+// A segment that was removed meanwhile needs no writing.
+std::uint32_t sync_segment(int folder, std::uint64_t first) {
+    const std::string name = segment_name(first);
+    const File file(::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file.is_open()) return errno == ENOENT ? 0 : error_number();
+    return ::fsync(file.descriptor()) == 0 ? 0 : error_number();
+}
+
+}  // namespace
+
+std::vector<SegmentFile> list_segments(int folder) {
+    constexpr std::uint64_t block_unit = 512;  // of stat(2)
+    std::vector<SegmentFile> found;
+    each_file(folder, [&](const char *name) {
+        const std::optional<std::uint64_t> first = position_of(name);
+        struct stat status;
+        if (!first || ::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+        found.push_back({*first, static_cast<std::uint64_t>(status.st_blocks) * block_unit});
+    });
+    std::ranges::sort(found, {}, &SegmentFile::first);
+    return found;
+}
+
+// One that a dead writer left may begin between, so the one before the range is no exception.
+std::uint32_t sync_segments(int folder, std::uint64_t from, std::uint64_t to) {
+    const std::vector<SegmentFile> segments = list_segments(folder);
+    for (std::size_t i = 0; i < segments.size() && segments[i].first < to; ++i) {
+        const bool has_range = i + 2 >= segments.size() || segments[i + 2].first > from;
+        if (!has_range) continue;
+        if (const std::uint32_t error = sync_segment(folder, segments[i].first)) return error;
+    }
+    return ::fsync(folder) == 0 ? 0 : error_number();
+}
+
+void remove_later_segments(int folder, std::uint64_t position) {
+    each_file(folder, [&](const char *name) {
+        const std::optional<std::uint64_t> first = position_of(name);
+        const bool is_later = first.has_value() && *first > position;
+        if (is_later || name == std::string_view(working_name)) ::unlinkat(folder, name, 0);
+    });
+}
+
+void remove_segments(int folder, std::uint64_t position, std::uint64_t keep) {
+    each_file(folder, [&](const char *name) {
+        const std::optional<std::uint64_t> first = position_of(name);
         // Segments follow one another, so those before the one of `position` end before it. One
         // that begins between is a dead writer's, and its frames were written again elsewhere.
         const bool ended = first.has_value() && *first < position && *first != keep;
-        if (ended || entry->d_name == std::string_view(working_name)) {
-            ::unlinkat(folder, entry->d_name, 0);
-        }
-    }
+        if (ended || name == std::string_view(working_name)) ::unlinkat(folder, name, 0);
+    });
 }
 
 }  // namespace tarnbase::runtime

@@ -22,6 +22,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarnbase::runtime {
 
@@ -78,6 +79,22 @@ class Segment {
 
 // Whether a name in a store's folder is that of a segment, or of one that isn't complete.
 bool is_log_file(std::string_view name);
+
+// A segment's file, as the folder lists it.
+struct SegmentFile {
+    std::uint64_t first;
+    std::uint64_t disk_bytes;
+};
+
+// The segments of a store in increasing order. One that a dead writer left may be among them.
+std::vector<SegmentFile> list_segments(int folder);
+
+// Writes to the disk what the log has in [from, to): the segments, and their names. Returns 0 or an
+// errno number.
+std::uint32_t sync_segments(int folder, std::uint64_t from, std::uint64_t to);
+
+// Removes the segments that begin after `position`, and one that a process was making.
+void remove_later_segments(int folder, std::uint64_t position);
 
 // Removes the segments that end at `position` or before, those that a dead writer left before
 // it, and one that a process was making when it ended. `keep` is the segment of `position`.

@@ -43,7 +43,8 @@ void ChangeObserver::before(std::span<const char> frame) {
 
 // Notes the record whose bytes an operation will change. Offsets aren't checked yet.
 void ChangeObserver::touch_operation(const Operation &operation, BlockKinds &kinds) {
-    if (operation.kind == OperationKind::references) return;
+    if (operation.kind == OperationKind::references || operation.kind == OperationKind::note)
+        return;
     if (operation.kind == OperationKind::allocate) {
         born_.push_back(operation.offset);
         return;

@@ -11,6 +11,9 @@
 
 #include "runtime/base/error_text.h"
 #include "runtime/control/futex.h"
+#include "runtime/control/journal_settings.h"
+#include "runtime/store/flusher.h"
+#include "runtime/store/retention.h"
 
 namespace tarnbase::runtime {
 
@@ -111,6 +114,11 @@ bool Checkpointer::is_other_stopped() {
     return now - seen_since_ >= patience;
 }
 
+std::uint32_t Checkpointer::fail_write(std::uint32_t error) const {
+    return fail(error, "%s: cannot write a checkpoint: %s", store_.path.c_str(),
+                std::strerror(static_cast<int>(error)));
+}
+
 std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
     ControlPage &control = store_.control.page();
     Image image;
@@ -119,6 +127,10 @@ std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
         return error;
     }
     const int folder = store_.folder.descriptor();
+    kel_journal_settings settings;
+    if (const std::uint32_t error = load_journal_settings(folder, control.id, settings)) {
+        return fail_write(error);
+    }
     if (follower.position() != control.checkpoint.load()) {
         CheckpointHead head{};
         head.id = control.id;
@@ -127,11 +139,13 @@ std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
         head.position = follower.position();
         head.segment = follower.segment();
         head.sequence = follower.sequence();
-        if (const std::uint32_t error =
-                write_checkpoint(folder, head, image.bytes(), &control.checkpoint_progress)) {
-            return fail(error, "%s: cannot write a checkpoint: %s", store_.path.c_str(),
-                        std::strerror(static_cast<int>(error)));
+        const bool is_durable = settings.durability != KEL_DURABILITY_PROCESS;
+        std::uint32_t error = is_durable ? flush_log(store_, head.position) : 0;
+        if (error == 0) {
+            error = write_checkpoint(folder, head, image.bytes(), &control.checkpoint_progress,
+                                     is_durable);
         }
+        if (error != 0) return fail_write(error);
         if (!store_.control.set_checkpoint(follower.position())) {
             remove_checkpoint(folder, follower.position());
             return 0;
@@ -142,8 +156,7 @@ std::uint32_t Checkpointer::make_locked(std::uint64_t size) try {
             control.checked_image.store(written.identity(), std::memory_order_relaxed);
         }
     }
-    remove_checkpoints(folder, follower.position());
-    remove_segments(folder, follower.position(), follower.segment());
+    remove_old_files(store_, settings, follower.position(), follower.segment());
     return 0;
 } catch (const std::bad_alloc &) {
     return fail(ENOMEM, "%s: no memory for a checkpoint", store_.path.c_str());

@@ -50,6 +50,7 @@ class Checkpointer {
 
     std::uint32_t make_locked(std::uint64_t size);
     std::uint32_t make_timed(std::uint64_t size);
+    std::uint32_t fail_write(std::uint32_t error) const;
     bool lock();
     bool is_other_stopped();
     void finish(Clock::time_point began, bool is_busy);

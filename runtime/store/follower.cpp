@@ -19,6 +19,10 @@ namespace {
 // has grown meanwhile.
 constexpr std::uint64_t spare_bytes = 64ULL << 20;
 
+// A process whose copy is so much older than the newest checkpoint loads that, if the log is kept
+// or not.
+constexpr std::uint64_t most_behind = 64ULL << 20;
+
 // Returning less memory than this isn't worth the time.
 constexpr std::uint64_t least_own_bytes = 1ULL << 20;
 
@@ -235,7 +239,9 @@ std::uint32_t Follower::apply_published(std::uint64_t published) {
 }
 
 std::uint32_t Follower::catch_up() {
-    std::uint32_t error = apply_published(published());
+    const std::uint64_t checkpoint = store_.control.page().checkpoint.load();
+    const bool is_far_behind = checkpoint > position() && checkpoint - position() > most_behind;
+    std::uint32_t error = is_far_behind ? std::uint32_t{ENOENT} : apply_published(published());
     if (error == ENOENT) error = load();
     if (error != 0) return error;
     return position() < end_ ? 0 : fail_damaged("an operation can't be applied");

@@ -10,7 +10,11 @@
 #include "runtime/base/clock.h"
 #include "runtime/base/error_text.h"
 #include "runtime/control/futex.h"
+#include "runtime/control/journal_settings.h"
+#include "runtime/store/journal.h"
 #include "runtime/store/record_block.h"
+#include "runtime/store/restart.h"
+#include "runtime/store/retention.h"
 #include "tarnbase/runtime.h"
 
 namespace tarnbase::runtime {
@@ -41,9 +45,11 @@ class Change {
 Sharing::~Sharing() {
     if (lock_.is_inherited()) {
         checkpointer_.forget_thread();
+        flusher_.forget_thread();
         return;
     }
     if (is_writer()) give_up_writing();
+    if (durability_ != KEL_DURABILITY_PROCESS && log_is_open_) sync();
     if (!log_is_open_) return;
     // A checkpoint that is being made may be of a much earlier position.
     checkpointer_.wait();
@@ -64,7 +70,9 @@ std::uint32_t Sharing::load() {
             return fail(error, "%s: cannot register the process: %s", folder_.path.c_str(),
                         std::strerror(static_cast<int>(error)));
         }
+        if (const auto failed = recover_after_restart(folder_, lock_)) return failed;
     }
+    if (const std::uint32_t error = load_settings()) return error;
     return follower_.load();
 }
 
@@ -91,6 +99,19 @@ std::uint32_t Sharing::skip() {
     const Change change(scopes_);
     undo_refused();
     return follower_.load();
+}
+
+// What is counted after the file is read may be the count of an older one: then it is read again.
+std::uint32_t Sharing::load_settings() {
+    const ControlPage &page = folder_.control.page();
+    settings_count_ = page.journal_changes.load();
+    const std::uint32_t error =
+        load_journal_settings(folder_.folder.descriptor(), page.id, settings_);
+    durability_ = settings_.durability;
+    interval_ = settings_.interval;
+    if (error == 0) return 0;
+    return fail(error, "%s: the settings of the journal can't be read: %s", folder_.path.c_str(),
+                std::strerror(static_cast<int>(error)));
 }
 
 std::uint32_t Sharing::check_may_write() const {
@@ -127,6 +148,9 @@ std::uint32_t Sharing::become_writer() {
 
 std::uint32_t Sharing::catch_up_to_write() {
     undo_refused();
+    if (folder_.control.page().journal_changes.load(std::memory_order_relaxed) != settings_count_) {
+        if (const std::uint32_t error = load_settings()) return error;
+    }
     if (!follower_.is_current()) {
         if (const std::uint32_t error = follower_.catch_up()) return error;
     }
@@ -196,17 +220,28 @@ std::uint32_t Sharing::build_frame(Build build) {
     if (changes_.is_incomplete()) return ENOMEM;
     try {
         frame_.clear();
+        if (settings_.enabled != 0) signature_.add_author(frame_, follower_.sequence() + 1);
         (changes_.*build)(frame_, image_);
+        if (frame_.is_empty()) return 0;
+        if (settings_.enabled != 0) signature_.complete(frame_, log_, labels_);
     } catch (const std::bad_alloc &) {
         return ENOMEM;
     }
     return frame_.length() > most_frame_bytes ? EFBIG : 0;
 }
 
+// On a full disk the history goes, if the settings say so.
+std::uint32_t Sharing::append_built() {
+    const std::span<const char> frame = frame_.finish(follower_.sequence() + 1);
+    const std::uint32_t error = log_.append(frame);
+    const bool may_give_up = error == ENOSPC && settings_.full_disk == KEL_FULL_DISK_GAP;
+    return may_give_up && give_up_history(folder_) ? log_.append(frame) : error;
+}
+
 std::uint32_t Sharing::publish_built(Build build) {
     std::uint32_t error = build_frame(build);
     const bool is_empty = error == 0 && frame_.is_empty();
-    if (error == 0 && !is_empty) error = log_.append(frame_.finish(follower_.sequence() + 1));
+    if (error == 0 && !is_empty) error = append_built();
     if (error != 0) {
         return fail(error, "%s: cannot write %llu bytes to the log: %s", folder_.path.c_str(),
                     static_cast<unsigned long long>(frame_.length()),
@@ -215,8 +250,11 @@ std::uint32_t Sharing::publish_built(Build build) {
     changes_.clear();
     has_lasting_changes = false;
     if (is_empty) return 0;
+    signature_.published(log_);
+    labels_.clear();
     follower_.advance(log_);
     folder_.control.page().change_time.store(coarse_time(), std::memory_order_relaxed);
+    folder_.control.set_log_segment(log_.segment());
     folder_.control.publish(log_.position());
     // A checkpoint can't remove the segment in which it ends. A failure leaves it as it is.
     if (log_.has_long_segment()) begin_segment();
@@ -232,6 +270,7 @@ void Sharing::begin_segment() try {
     frame_.clear();
     if (log_.append_to_new(frame_.finish(follower_.sequence() + 1)) != 0) return;
     follower_.advance(log_);
+    folder_.control.set_log_segment(log_.segment());
     folder_.control.publish(log_.position());
 } catch (const std::bad_alloc &) {
 }
@@ -248,17 +287,9 @@ std::uint32_t Sharing::make_checkpoint() {
     return checkpointer_.make(image_.header->arena.size);
 }
 
-std::uint32_t Sharing::compact() {
-    const bool was_writer = is_writer();
-    if (!was_writer) {
-        if (const std::uint32_t error = become_writer()) return error;
-    }
-    begin_segment();
-    if (!was_writer) {
-        if (const std::uint32_t error = give_up_writing()) return error;
-    }
+// One that another process is making may be of a position before this call.
+std::uint32_t Sharing::make_checkpoint_of_all() {
     checkpointer_.wait();
-    // One that another process is making may be of a position before the new segment.
     Deadline deadline(lock_timeout);
     std::uint32_t error = checkpointer_.make(image_.header->arena.size);
     while (error == EBUSY && !deadline.is_over()) {
@@ -266,6 +297,84 @@ std::uint32_t Sharing::compact() {
         error = checkpointer_.make(image_.header->arena.size);
     }
     return error;
+}
+
+// Calls `action` as the writer. Returns its result, or why this process can't be the writer.
+template <typename Action>
+std::uint32_t Sharing::as_writer(Action action) {
+    const bool was_writer = is_writer();
+    if (!was_writer) {
+        if (const std::uint32_t error = become_writer()) return error;
+    }
+    const std::uint32_t error = action();
+    const std::uint32_t unpublished = was_writer ? 0 : give_up_writing();
+    return error != 0 ? error : unpublished;
+}
+
+std::uint32_t Sharing::compact() {
+    const std::uint32_t error = as_writer([&]() -> std::uint32_t {
+        begin_segment();
+        return 0;
+    });
+    return error != 0 ? error : make_checkpoint_of_all();
+}
+
+std::string Sharing::add_label(const std::string &label) {
+    std::string before = labels_;
+    if (settings_.enabled == 0 || label.empty()) return before;
+    if (!labels_.empty()) labels_ += "; ";
+    labels_ += label;
+    return before;
+}
+
+std::uint32_t Sharing::settle() {
+    const std::uint64_t position = follower_.position();
+    const std::uint32_t durability = durability_.load(std::memory_order_relaxed);
+    if (durability == KEL_DURABILITY_PROCESS ||
+        folder_.control.page().durable.load(std::memory_order_relaxed) >= position) {
+        return 0;
+    }
+    if (durability == KEL_DURABILITY_COMMIT) return flusher_.flush(position);
+    flusher_.flush_within(interval_.load(std::memory_order_relaxed));
+    return 0;
+}
+
+std::uint32_t Sharing::sync() {
+    if (const std::uint32_t error = check_may_write()) return error;
+    return flusher_.flush(follower_.published());
+}
+
+// A checkpoint that begins after the count was changed is made durable, and one that began before
+// is of an older position.
+std::uint32_t Sharing::set_journal(const kel_journal_settings &settings) {
+    ControlPage &page = folder_.control.page();
+    std::uint32_t error = as_writer([&]() -> std::uint32_t {
+        const std::uint32_t stored =
+            store_journal_settings(folder_.folder.descriptor(), page.id, settings);
+        if (stored == 0) {
+            page.journal_changes.fetch_add(1);
+            return load_settings();
+        }
+        return fail(stored, "%s: the settings of the journal can't be written: %s",
+                    folder_.path.c_str(), std::strerror(static_cast<int>(stored)));
+    });
+    const std::uint64_t published = follower_.published();
+    if (error == 0) error = make_checkpoint_of_all();
+    if (error != 0 || settings.durability == KEL_DURABILITY_PROCESS) return error;
+    error = sync_files(folder_);
+    if (error == 0) folder_.control.set_durable(published);
+    return error;
+}
+
+std::uint32_t Sharing::describe_journal(kel_journal_description &description) const {
+    const auto &page = folder_.control.page();
+    if (const auto error =
+            load_journal_settings(folder_.folder.descriptor(), page.id, description.settings)) {
+        return fail(error, "%s: the settings of the journal can't be read: %s",
+                    folder_.path.c_str(), std::strerror(static_cast<int>(error)));
+    }
+    runtime::describe_journal(folder_, description);
+    return 0;
 }
 
 bool Sharing::wait(std::int64_t milliseconds) const {

@@ -6,13 +6,18 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
+#include <utility>
 
 #include "runtime/control/writer_lock.h"
 #include "runtime/store/changes.h"
 #include "runtime/store/checkpointer.h"
+#include "runtime/store/flusher.h"
 #include "runtime/store/follower.h"
 #include "runtime/store/reading_scopes.h"
+#include "runtime/store/signature.h"
 #include "runtime/store/undo_log.h"
+#include "tarnbase/journal.h"
 
 namespace tarnbase::runtime {
 
@@ -23,6 +28,7 @@ class Sharing {
         : image_(image),
           scopes_(scopes),
           follower_(folder_, image),
+          flusher_(folder_, lock_),
           checkpointer_(folder_, lock_) {}
     Sharing(const Sharing &) = delete;
     Sharing &operator=(const Sharing &) = delete;
@@ -63,6 +69,14 @@ class Sharing {
     std::uint32_t publish();
     // The same after a rollback that has restored all that was announced. Often that is nothing.
     std::uint32_t publish_undone();
+    // Adds the label of a transaction to what is published next. Returns the labels before, for
+    // `set_labels` if that fails.
+    std::string add_label(const std::string &label);
+    void set_labels(std::string labels) { labels_ = std::move(labels); }
+    // Waits until what is published is on the disk, if the settings say so for a commit.
+    std::uint32_t settle();
+    // The same, whatever the settings are.
+    std::uint32_t sync();
     ChangeSet &changes() { return changes_; }
     // Changes that no transaction will undo are waiting to be published.
     bool has_lasting_changes = false;
@@ -82,6 +96,10 @@ class Sharing {
     std::uint32_t make_checkpoint();
     // Begins one in the background if the log is long for what is in use.
     void checkpoint_if_due();
+    // Sets the journal and the durability for all processes. Error: they may be set, but what was
+    // committed before may not be as durable.
+    std::uint32_t set_journal(const kel_journal_settings &settings);
+    std::uint32_t describe_journal(kel_journal_description &description) const;
     // Makes the files as short as they can be. Errors: those of `become_writer` and
     // `make_checkpoint`.
     std::uint32_t compact();
@@ -96,6 +114,11 @@ class Sharing {
     std::uint32_t fail_locked();
     std::uint32_t check_may_write() const;
     void undo_refused();
+    std::uint32_t load_settings();
+    std::uint32_t append_built();
+    std::uint32_t make_checkpoint_of_all();
+    template <typename Action>
+    std::uint32_t as_writer(Action action);
     std::uint32_t open_log();
     std::uint32_t catch_up_to_write();
     void begin_segment();
@@ -110,8 +133,17 @@ class Sharing {
     bool log_is_open_ = false;
     ChangeSet changes_;
     FrameBuilder frame_;
+    // The journal as this process has read it, and at which count of changes.
+    kel_journal_settings settings_{};
+    std::uint64_t settings_count_ = 0;
+    // Of these settings, for any thread.
+    std::atomic<std::uint32_t> durability_ = KEL_DURABILITY_PROCESS;
+    std::atomic<std::uint32_t> interval_ = 0;
+    Signature signature_;
+    std::string labels_;  // of the transactions that are published next
     UndoLog refused_;
     std::atomic<bool> has_refused_ = false;
+    Flusher flusher_;
     Checkpointer checkpointer_;
 };
 

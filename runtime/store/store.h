@@ -58,6 +58,10 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     }
     std::uint64_t open_transactions() const { return open_transactions_; }
     bool has_open_transaction() const { return open_transactions_ != 0; }
+    // What the journal says of an open transaction.
+    std::string &label_of(const tarnbase::runtime::TransactionSlot &slot) {
+        return labels_[slot.id % tarnbase::runtime::transaction_slots];
+    }
     // Begins a transaction. Returns 0, EAGAIN if too many are open, or the reason why the process
     // can't write.
     std::uint32_t begin(std::uint32_t *tx_id);
@@ -109,6 +113,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     std::uint64_t locks_ = 0;  // calls of `lock` that aren't undone
     std::atomic<std::uint32_t> locking_thread_ = 0;
     bool writes_privately_ = false;  // a private store, in a change of `scopes`
+    std::array<std::string, tarnbase::runtime::transaction_slots> labels_;  // of transactions
 };
 
 #endif

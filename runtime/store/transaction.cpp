@@ -53,6 +53,7 @@ std::uint32_t kel_store::begin(std::uint32_t *tx_id) {
 void kel_store::close_slot(TransactionSlot &slot) {
     slot.undo.clear();
     slot.new_blocks.clear();
+    label_of(slot).clear();
     slot.id = 0;
     slot.thread.store(0, std::memory_order_relaxed);
     open_transactions_ -= 1;
@@ -63,12 +64,15 @@ std::uint32_t kel_store::publish_commit(const TransactionSlot &slot) {
     const std::size_t events = sharing->changes().block_events();
     slot.undo.each_deferred_free(
         [&](const void *block) { sharing->changes().released(offset_of(block)); });
+    std::string labels = sharing->add_label(label_of(slot));
     if (others_have_changes(slot)) {
         sharing->has_lasting_changes = true;
         return 0;
     }
     const std::uint32_t error = sharing->publish();
-    if (error != 0) sharing->changes().forget_blocks(events);
+    if (error == 0) return 0;
+    sharing->changes().forget_blocks(events);
+    sharing->set_labels(std::move(labels));
     return error;
 }
 
@@ -87,7 +91,7 @@ std::uint32_t kel_store::commit(TransactionSlot &slot) {
                        "(ERR): %p is released, but isn't an allocated block of the store", block);
     });
     close_slot(slot);
-    return 0;
+    return sharing != nullptr ? sharing->settle() : 0;
 }
 
 // A rollback doesn't restore what the library stored without an announcement. That is published as

@@ -48,7 +48,8 @@ std::uint32_t kel_store::unlock() {
     if (locks_ == 0) return fail(EINVAL, "kel_store_unlock: the store isn't locked");
     locks_ -= 1;
     if (locks_ == 0) locking_thread_.store(0, std::memory_order_relaxed);
-    return stop_writing();
+    if (const std::uint32_t error = stop_writing()) return error;
+    return sharing != nullptr && !sharing->is_writer() ? sharing->settle() : 0;
 }
 
 bool kel_store::is_writing_thread() const {

@@ -43,7 +43,7 @@ std::vector<Operation> operations_of(Frame frame, bool &damaged) {
     std::vector<Operation> operations;
     OperationReader reader(frame);
     for (Operation operation; reader.next(operation);) {
-        require(operation.kind <= OperationKind::references, "an operation has a known kind");
+        require(operation.kind <= OperationKind::note, "an operation has a known kind");
         require(is_in(operation.bytes, frame), "a content is in its frame");
         const u64 extent = std::max<u64>(operation.block_size, operation.bytes.size());
         require(operation.offset <= runtime::most_offset &&
@@ -65,6 +65,8 @@ void add(runtime::FrameBuilder &builder, const Operation &operation) {
             return builder.release(operation.offset);
         case OperationKind::references:
             return builder.references(operation.offset, operation.bytes.first<8>());
+        case OperationKind::note:
+            return builder.note(operation.offset, operation.bytes);
     }
 }
 

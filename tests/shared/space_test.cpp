@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Stores on file systems that are full: what doesn't fit is rolled back whole, and the store
 // stays usable.
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
+#include "tarnbase/tarn/journal.hpp"
 #include "tarnbase/tarn/trace.hpp"
 #include "tests/shared/connections.h"
 #include "tests/shared/mounts.h"
@@ -101,6 +103,74 @@ TEST_F(FullFileSystem, AStoreIsReadWhereNoPageIsLeft) {
         for (const auto &[name, number] : numbered("more", 3000)) connections.set(name, number);
         transaction.rollback();
         need(connections.content() == numbered("record", 3000), "the rollback isn't complete");
+    });
+}
+
+// A journal with so much that could be given up, on a disk with little more space.
+void start_journal_and_fill(Connections &connections, const std::string &filler,
+                            std::uint32_t full_disk) {
+    constexpr std::uint32_t changes = 40;
+    kel_journal_settings settings{};
+    settings.enabled = 1;
+    settings.full_disk = full_disk;
+    tarn::set_journal(connections.store, settings);
+    for (std::uint32_t i = 0; i < changes; ++i) {
+        tarn::transaction transaction(connections.session);
+        for (const auto &[name, number] : numbered("record", 100)) {
+            connections.set(name, number + i);
+        }
+        transaction.commit();
+    }
+    need(kel_store_compact(connections.store.c_store()) == 0, kel_error_text());
+    fill(filler, 0);
+}
+
+// Commits until the log needs another segment. Returns the last number that was committed.
+std::uint32_t commit_until_full(Connections &connections, std::uint32_t &error) {
+    std::uint32_t last = 0;
+    for (std::uint32_t i = 1; i <= 2000; ++i) {
+        tarn::transaction transaction(connections.session);
+        connections.set("a", i);
+        const auto done = transaction.try_commit();
+        error = done ? 0 : done.error().number();
+        if (error != 0) break;
+        last = i;
+    }
+    return last;
+}
+
+TEST_F(FullFileSystem, AJournalThatMayHaveAGapGivesUpItsPast) {
+    run([&] {
+        need(mount((16 << 20) / disk_page), "mount");
+        Connections::create(on_it, {{"a", 1}});
+        Connections connections(on_it);
+        start_journal_and_fill(connections, mounted + "/filler", KEL_FULL_DISK_GAP);
+        const auto before = tarn::try_describe_journal(connections.store).value();
+        need(before.gap == 0 && before.checkpoints > 1, "the journal has no past");
+        std::uint32_t error = 0;
+        need(commit_until_full(connections, error) == 2000 && error == 0, kel_error_text());
+        const auto after = tarn::try_describe_journal(connections.store).value();
+        need(after.gap > before.begin && after.begin >= after.gap && after.gap_time != 0,
+             "there is no gap");
+        need(connections.number("a") == 2000, "the content is wrong");
+        expect({"store", "check", on_it}, 0);
+    });
+}
+
+TEST_F(FullFileSystem, AJournalIsKeptAndTheCommitRefusedOtherwise) {
+    run([&] {
+        need(mount((16 << 20) / disk_page), "mount");
+        Connections::create(on_it, {{"a", 1}});
+        Connections connections(on_it);
+        start_journal_and_fill(connections, mounted + "/filler", KEL_FULL_DISK_REFUSE);
+        const auto before = tarn::try_describe_journal(connections.store).value();
+        std::uint32_t error = 0;
+        const std::uint32_t last = commit_until_full(connections, error);
+        need(error == ENOSPC, "the disk isn't full");
+        need(connections.number("a") == std::max(last, 1U), "the commit isn't rolled back");
+        const auto after = tarn::try_describe_journal(connections.store).value();
+        need(after.gap == 0 && after.begin == before.begin, "the journal has lost something");
+        expect({"store", "check", on_it}, 0);
     });
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "runtime/log/crc32c.h"
+#include "runtime/log/notes.h"
 #include "tests/unit/runtime_log/support.h"
 
 namespace tarnbase::runtime {
@@ -35,6 +36,9 @@ void add(FrameBuilder &builder, const Expected &operation) {
         case OperationKind::references:
             builder.references(operation.offset,
                                std::span<const char>(operation.content).first<8>());
+            break;
+        case OperationKind::note:
+            builder.note(operation.offset, operation.content);
             break;
     }
 }
@@ -160,6 +164,43 @@ TEST(Frame, RandomOperationsAreReadAgain) {
     }
 }
 
+TEST(Frame, NotesAreReadAndNoContent) {
+    FrameBuilder builder;
+    add_author(builder, {1, 2, 3, 4, 5});
+    add_label(builder, "");
+    add_label(builder, "sent by hand");
+    EXPECT_TRUE(builder.is_empty());
+    builder.write(4096, "changed!");
+    add_session(builder, 5, std::string(most_command_bytes, 'c') + "cut off");
+    EXPECT_FALSE(builder.is_empty());
+    const auto frame = builder.finish(7);
+    ASSERT_EQ(check_frame(frame, 7), nullptr);
+    const Notes notes = read_notes(frame);
+    ASSERT_TRUE(notes.author.has_value());
+    EXPECT_EQ(notes.author->time, 1U);
+    EXPECT_EQ(notes.author->monotonic, 2U);
+    EXPECT_EQ(notes.author->pid, 3U);
+    EXPECT_EQ(notes.author->uid, 4U);
+    EXPECT_EQ(notes.author->session, 5U);
+    EXPECT_EQ(notes.label, "sent by hand");
+    EXPECT_EQ(notes.command, std::string(most_command_bytes, 'c'));
+}
+
+TEST(Frame, NotesOfUnknownKindsAndShortOnesAreSkipped) {
+    FrameBuilder builder;
+    builder.note(author_note, std::string(sizeof(Author) - 1, 'a'));
+    builder.note(session_note, "short");
+    builder.note(99, "unknown");
+    const Notes notes = read_notes(builder.finish(1));
+    EXPECT_FALSE(notes.author.has_value());
+    EXPECT_FALSE(notes.command.has_value());
+    EXPECT_EQ(notes.label, "");
+    builder.clear();
+    EXPECT_TRUE(builder.is_empty());
+    builder.release(4096);
+    EXPECT_FALSE(builder.is_empty());
+}
+
 TEST(Frame, LongContentsAreSplit) {
     constexpr std::size_t most = (1 << 22) - 8;
     Random random(4);
@@ -227,8 +268,8 @@ TEST(Frame, ImpossibleOperationsAreNoticed) {
     const std::vector<std::vector<std::uint64_t>> impossible = {
         {head(3, 0, 0)},  // references without a count
         {head(3, 16, 0), 0, 0},
-        {head(2, 8, 0), 0},  // release with a length
-        {head(0, 1, 0)},     // beyond the frame
+        {head(2, 8, 0)},  // a note beyond the frame
+        {head(0, 1, 0)},
         {head(0, 17, 0), 0, 0},
         {head(0, (1 << 22) - 1, 0), 0, 0},
         {head(1, 0, 0)},  // no block size
