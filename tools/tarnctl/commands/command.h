@@ -24,6 +24,7 @@ void declare_get(cli::Command &program, Exit &status);
 void declare_help(cli::Command &program, Exit &status);
 void declare_import(cli::Command &program, Exit &status);
 void declare_insert(cli::Command &program, Exit &status);
+void declare_journal(cli::Command &program, Exit &status);
 void declare_manifest(cli::Command &program, Exit &status);
 void declare_minutes(cli::Command &program, Exit &status);
 void declare_set(cli::Command &program, Exit &status);
@@ -36,10 +37,11 @@ void declare_watch(cli::Command &program, Exit &status);
 
 // The declarations in the order of the help.
 inline constexpr Declaration commands[] = {
-    declare_store,   declare_tables,   declare_table,    declare_describe,   declare_show,
-    declare_get,     declare_find,     declare_insert,   declare_set,        declare_delete,
-    declare_export,  declare_import,   declare_diff,     declare_watch,      declare_decode,
-    declare_minutes, declare_variants, declare_manifest, declare_completion, declare_help,
+    declare_store,  declare_journal, declare_tables,   declare_table,    declare_describe,
+    declare_show,   declare_get,     declare_find,     declare_insert,   declare_set,
+    declare_delete, declare_export,  declare_import,   declare_diff,     declare_watch,
+    declare_decode, declare_minutes, declare_variants, declare_manifest, declare_completion,
+    declare_help,
 };
 
 }  // namespace tarnctl
