@@ -111,23 +111,31 @@ class Expectation {
 
 // Nothing that a killed process was making is left. The last process has made a
 // checkpoint, which replaces the ones before and most of the log.
-std::string left_over(const std::string &folder) {
+std::string left_over(const std::string &folder, bool has_journal) {
+    constexpr std::size_t position_digits = 16;
+    const auto is_position = [](std::string_view name, std::string_view prefix) {
+        return name.starts_with(prefix) && name.size() == prefix.size() + position_digits;
+    };
     std::size_t checkpoints = 0;
     std::size_t segments = 0;
     for (const auto &entry : std::filesystem::recursive_directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
-        if (name.starts_with("checkpoint-")) {
+        if (is_position(name, "checkpoint-")) {
             checkpoints += 1;
-        } else if (name.starts_with("log-")) {
+        } else if (is_position(name, "log-")) {
             segments += 1;
-        } else if (name != "store" && name != "control" && name != "processes") {
+        } else if (name != "store" && name != "control" && name != "processes" &&
+                   (name != "journal" || !has_journal)) {
             return name + " is left";
         }
     }
-    if (checkpoints == 1 && segments <= 2) return "";
+    if (has_journal || (checkpoints == 1 && segments <= 2)) return "";
     return std::to_string(checkpoints) + " checkpoints and " + std::to_string(segments) +
            " segments are left";
 }
+
+// Of every second chain, the store has a journal.
+bool has_journal(const Chain &chain) { return chain.seed % 2 == 1; }
 
 }  // namespace
 
@@ -173,13 +181,16 @@ Result run(const Chain &chain, const std::string &folder) {
                         : only_checks ? 0
                                       : last_rounds,
                         expectation.before(),
-                        expectation.after()};
+                        expectation.after(),
+                        has_journal(chain),
+                        chain.seed % 4 == 3};
         result.failure = run(link, journal);
         if (journal.is_checked) {
             const std::string wrong = expectation.settle(journal);
             if (result.failure.empty()) result.failure = wrong;
         }
-        if (result.failure.empty() && !is_killed) result.failure = left_over(folder);
+        if (result.failure.empty() && !is_killed)
+            result.failure = left_over(folder, has_journal(chain));
         if (!result.failure.empty()) {
             result.failed_link = i;
             break;

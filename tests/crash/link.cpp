@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include "tarnbase/runtime.h"
+#include "tarnbase/tarn/journal.hpp"
 #include "tests/crash/inspect.h"
 #include "tests/crash/plan.h"
 #include "tests/crash/player.h"
@@ -69,6 +70,15 @@ void work(const Link &link, tarn::store &store, Journal &journal) {
     }
 }
 
+void start_journal(const Link &link, tarn::store &store) {
+    if (tarn::try_describe_journal(store).value().settings.enabled != 0) return;
+    kel_journal_settings settings{};
+    settings.enabled = 1;
+    settings.durability = link.is_durable ? KEL_DURABILITY_COMMIT : KEL_DURABILITY_PROCESS;
+    settings.keep_bytes = 1 << 20;
+    tarn::set_journal(store, settings);
+}
+
 void open_and_work(const Link &link, Journal &journal) {
     kel_trace_set_sink(note_trace, &journal);
     kel_store_options options{};
@@ -81,6 +91,7 @@ void open_and_work(const Link &link, Journal &journal) {
         pause();
         check(link, store, journal);
         resume();
+        if (link.has_journal) start_journal(link, store);
         work(link, store, journal);
     }
     pause();

@@ -43,6 +43,8 @@ struct Link {
     std::uint64_t rounds;  // the process ends after these
     const State &before;   // what the store may contain
     const State &after;
+    bool has_journal = false;  // of the store: it is switched on first
+    bool is_durable = false;   // each commit, too
 };
 
 // The rounds of a link: the first one opens, the others are random.

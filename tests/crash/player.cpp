@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "tarnbase/module.h"
+#include "tarnbase/tarn/journal.hpp"
 
 namespace crash {
 
@@ -127,6 +128,7 @@ void Player::play(const Operation &operation) {
     switch (operation.kind) {
         case Kind::begin:
             side.transaction.emplace(side.session);
+            tarn::label(side.session, *side.transaction, "round");
             break;
         case Kind::insert:
             table(operation).insert(operation.number, operation.row);
