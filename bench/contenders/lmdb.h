@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// LMDB with a writable map, without syncs.
+// LMDB with a writable map, without syncs unless the flags say otherwise.
 #ifndef TARNBASE_BENCH_CONTENDERS_LMDB_H
 #define TARNBASE_BENCH_CONTENDERS_LMDB_H
 
@@ -26,11 +26,11 @@ class Lmdb {
     static constexpr bool has_transactions = true;
     static constexpr bool is_fast = true;
 
-    Lmdb() {
+    explicit Lmdb(unsigned flags = MDB_WRITEMAP | MDB_NOSYNC) {
         constexpr std::size_t map_bytes = std::size_t{8} << 30;
         done(mdb_env_create(&environment_));
         done(mdb_env_set_mapsize(environment_, map_bytes));
-        done(mdb_env_open(environment_, folder_.path().c_str(), MDB_WRITEMAP | MDB_NOSYNC, 0600));
+        done(mdb_env_open(environment_, folder_.path().c_str(), flags, 0600));
         begin();
         done(mdb_dbi_open(transaction_, nullptr, lmdb_flags(static_cast<Key *>(nullptr)), &table_));
         commit();

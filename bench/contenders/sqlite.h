@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// SQLite with a write-ahead log, without syncs.
+// SQLite with a write-ahead log, without syncs unless the pragma says otherwise.
 #ifndef TARNBASE_BENCH_CONTENDERS_SQLITE_H
 #define TARNBASE_BENCH_CONTENDERS_SQLITE_H
 
@@ -31,10 +31,10 @@ class Sqlite {
     static constexpr bool has_transactions = true;
     static constexpr bool is_fast = false;
 
-    Sqlite() {
+    explicit Sqlite(const char *synchronous = "PRAGMA synchronous = OFF") {
         need(sqlite3_open((folder_.path() / "db").c_str(), &database_) == SQLITE_OK, "open");
-        for (const char *text : {"PRAGMA journal_mode = WAL", "PRAGMA synchronous = OFF",
-                                 sqlite_table(static_cast<Key *>(nullptr))})
+        for (const char *text :
+             {"PRAGMA journal_mode = WAL", synchronous, sqlite_table(static_cast<Key *>(nullptr))})
             need(sqlite3_exec(database_, text, nullptr, nullptr, nullptr) == SQLITE_OK, text);
     }
     Sqlite(const Sqlite &) = delete;
