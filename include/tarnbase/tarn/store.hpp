@@ -149,6 +149,8 @@ class store {
     kel_store *c_store() const noexcept { return store_; }
 
  private:
+    friend class replica;
+
     explicit store(kel_store *made) noexcept
         : store_(made), has_path_(describe().path != nullptr) {}
     // By reference: `made` is read after the call that returns `status` and sets it.
