@@ -20,9 +20,9 @@ constexpr const char *begun = "tarnctl: watching";
 
 class Watch : public WithStore {
  protected:
-    // Starts watching, and returns after the first snapshot.
+    // Starts watching, and returns when it has read the records.
     std::unique_ptr<tarn::test::Process> watch(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), {TARNCTL, "watch"});
+        arguments.insert(arguments.begin(), {TARNCTL, "watch", "--no-rows"});
         arguments.insert(arguments.end(), {"--interval", "20", "-v", "--store", store});
         auto process = std::make_unique<tarn::test::Process>(arguments);
         EXPECT_TRUE(process->wait_for(begun));
@@ -40,7 +40,7 @@ TEST_F(Watch, ShowsTheChangesOfAnotherProcess) {
     change({"set", "ldap_conn", "b.example", "num_conns=8", "--source", "5"});
     const Outcome outcome = process->finish();
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, "~ tbl_ldap_conn:ldap b.example (source 5)\n    num_conns: 20 -> 8\n");
+    EXPECT_EQ(outcome.out, "~ tbl_ldap_conn:ldap b.example (source 5)  num_conns: 20 -> 8\n");
 }
 
 TEST_F(Watch, ShowsInsertedAndDeletedRecords) {
@@ -53,9 +53,9 @@ TEST_F(Watch, ShowsInsertedAndDeletedRecords) {
     const Outcome outcome = process->finish();
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_EQ(outcome.out,
-              "- tbl_ldap_conn:ldap b.example\n    num_conns: 2\n"
-              "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 4\n"
-              "+ tbl_ldap_conn:ldap new.example\n    num_conns: 3\n");
+              "- tbl_ldap_conn:ldap b.example  num_conns: 2\n"
+              "~ tbl_ldap_conn:ldap a.example  num_conns: 1 -> 4\n"
+              "+ tbl_ldap_conn:ldap new.example  num_conns: 3\n");
     EXPECT_NE(outcome.err.find("tarnctl: 3 changes in"), std::string::npos) << outcome.err;
 }
 
@@ -64,7 +64,7 @@ TEST_F(Watch, ShowsOnlyTheElementsThatChanged) {
     change({"set", "aaa_servers", "radius1", "minute[17]=4", "minute[59]=0"});
     const Outcome outcome = process->finish();
     EXPECT_EQ(outcome.out,
-              "~ tbl_aaa_servers:aaa radius1\n    minute[17]: 17 -> 4\n    minute[59]: 59 -> 0\n");
+              "~ tbl_aaa_servers:aaa radius1  minute[17]: 17 -> 4, minute[59]: 59 -> 0\n");
 }
 
 TEST_F(Watch, PrintsOneObjectPerLineInJson) {
@@ -94,7 +94,7 @@ TEST_F(Watch, StartsEachChangeWithTheTime) {
     const auto process = watch({"ldap_conn", "--count", "1"});
     change({"set", "ldap_conn", "a.example", "num_conns=8"});
     const Outcome outcome = process->finish();
-    EXPECT_EQ(outcome.out.find(" ~ tbl_ldap_conn:ldap a.example\n"),
+    EXPECT_EQ(outcome.out.find(" ~ tbl_ldap_conn:ldap a.example  "),
               std::string("2026-01-01 00:00:00").size())
         << outcome.out;
 }
@@ -123,7 +123,7 @@ TEST_F(Watch, SeesChangesOutsideOfTransactions) {
         st_ldap_conn_num_conns_set_value(handle, KEL_TX_NONE, conn, 70, &err);
         ASSERT_EQ(err, 0U);
     });
-    EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 70\n");
+    EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example  num_conns: 1 -> 70\n");
 }
 
 TEST_F(Watch, SeesTheChangesOfATransactionWhenItIsCommitted) {
@@ -137,7 +137,7 @@ TEST_F(Watch, SeesTheChangesOfATransactionWhenItIsCommitted) {
         st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 60, &err);
         ASSERT_EQ(kel_transaction_commit(handle, tx_id), 0U);
     });
-    EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 60\n");
+    EXPECT_EQ(process->finish().out, "~ tbl_ldap_conn:ldap a.example  num_conns: 1 -> 60\n");
 }
 
 TEST_F(Watch, BeginsWhileAnotherProcessIsWriting) {
@@ -158,11 +158,11 @@ TEST_F(Watch, SeesATableThatIsCreatedLater) {
 }
 
 TEST_F(Watch, SeesACommitAtOnce) {
-    tarn::test::Process process({TARNCTL, "watch", "ldap_conn", "--no-time", "--count", "1",
-                                 "--interval", "3600000", "-v", "--store", store});
+    tarn::test::Process process({TARNCTL, "watch", "ldap_conn", "--no-rows", "--no-time", "--count",
+                                 "1", "--interval", "3600000", "-v", "--store", store});
     ASSERT_TRUE(process.wait_for(begun));
     change({"set", "ldap_conn", "a.example", "num_conns=8"});
-    EXPECT_EQ(process.finish().out, "~ tbl_ldap_conn:ldap a.example\n    num_conns: 1 -> 8\n");
+    EXPECT_EQ(process.finish().out, "~ tbl_ldap_conn:ldap a.example  num_conns: 1 -> 8\n");
 }
 
 // The processor time of a process, in nanoseconds.
@@ -183,6 +183,84 @@ TEST_F(Watch, TakesNoTimeUntilSomethingIsCommitted) {
     EXPECT_LT(time_of(process->pid()) - before, 10'000'000U);
     process->send(SIGTERM);
     EXPECT_EQ(process->finish().exit_code, 0);
+}
+
+TEST_F(Watch, PrintsTheRecordsAsTheyAreFirst) {
+    tarn::test::Process process({TARNCTL, "watch", "ldap_conn", "--no-time", "--count", "1", "-v",
+                                 "--where", "num_conns<3", "--columns", "num_conns", "--store",
+                                 store});
+    ASSERT_TRUE(process.wait_for(begun));
+    const Outcome batch = on_store({"set", "-"},
+                                   "set ldap_conn ldap1.example.net num_conns=9\n"
+                                   "set ldap_conn a.example num_conns=4\n");
+    EXPECT_EQ(batch.exit_code, 0) << batch.err;
+    EXPECT_EQ(process.finish().out,
+              "= tbl_ldap_conn:ldap a.example  num_conns: 1\n"
+              "= tbl_ldap_conn:ldap b.example  num_conns: 2\n"
+              "~ tbl_ldap_conn:ldap a.example  num_conns: 1 -> 4\n");
+}
+
+// Each value of num_conns in the lines of JSON.
+std::string values_in(const std::string &text) {
+    std::istringstream lines(text);
+    std::string values;
+    for (std::string line; std::getline(lines, line);) {
+        const auto report = tarn::test::json_of(line);
+        values += report["change"].get<std::string>() + ' ' +
+                  std::to_string(report["fields"]["num_conns"]["new"].get<int>()) + '\n';
+    }
+    return values;
+}
+
+TEST_F(Watch, GoesOnWhereItsCursorIs) {
+    const std::string cursor = directory / "cursor";
+    const std::vector<std::string> arguments = {"watch",    "ldap_conn", "--json",
+                                                "--cursor", cursor,      "--timeout"};
+    const auto watch_on = [&] {
+        std::vector<std::string> all = arguments;
+        all.push_back("0.3");
+        return values_in(on_store(all).out);
+    };
+    EXPECT_NE(watch_on().find("present 20"), std::string::npos);
+    for (const char *value : {"30", "31"})
+        change({"set", "ldap_conn", "a.example", std::string("num_conns=") + value});
+    EXPECT_EQ(watch_on(), "changed 30\nchanged 31\n");
+    EXPECT_EQ(watch_on(), "");
+    tarn::test::write_file(cursor, "no cursor");
+    EXPECT_EQ(on_store({"watch", "--all", "--cursor", cursor}).exit_code, 3);
+}
+
+TEST_F(Watch, BeginsWithATransactionOrSaysThatItIsMissing) {
+    change({"set", "ldap_conn", "a.example", "num_conns=30"});
+    EXPECT_EQ(on_store({"watch", "ldap_conn", "--from", "99999"}).exit_code, 4);
+    const std::vector<std::string> from_first = {"watch",  "ldap_conn", "--from", "1",
+                                                 "--json", "--timeout", "0.3"};
+    const std::string all = on_store(from_first).out;
+    EXPECT_NE(all.find("inserted"), std::string::npos) << all;
+    EXPECT_EQ(all.find("present"), std::string::npos) << all;
+    ASSERT_EQ(on_store({"store", "compact"}).exit_code, 0);
+    const std::string later = on_store(from_first).out;
+    EXPECT_NE(later.find(R"("change":"gap","first":1,"last":)"), std::string::npos) << later;
+    EXPECT_NE(later.find("present"), std::string::npos) << later;
+}
+
+TEST_F(Watch, PrintsEachChangeOfAFastWriterOnce) {
+    constexpr int changes = 2000;
+    const auto process = watch({"ldap_conn", "--json", "--count", std::to_string(changes)});
+    with_store(store, [](kel_handle *handle) {
+        for (int i = 0; i < changes; ++i) {
+            uint32_t tx_id = 0;
+            uint32_t err = 0;
+            ASSERT_EQ(kel_transaction_begin(handle, &tx_id), 0U);
+            st_ldap_conn *conn = connection_of(handle, "a.example");
+            st_ldap_conn_num_conns_set_value(handle, tx_id, conn, 100U + static_cast<unsigned>(i),
+                                             &err);
+            ASSERT_EQ(kel_transaction_commit(handle, tx_id), 0U);
+        }
+    });
+    std::string expected;
+    for (int i = 0; i < changes; ++i) expected += "changed " + std::to_string(100 + i) + '\n';
+    EXPECT_EQ(values_in(process->finish().out), expected);
 }
 
 TEST_F(Watch, NeedsExistingTables) {

@@ -20,7 +20,8 @@
 #include "commands/command.h"
 #include "model/instance.h"
 #include "terminal/style.h"
-#include "watch/snapshot.h"
+#include "watch/cursor.h"
+#include "watch/feed.h"
 
 namespace tarnctl {
 namespace {
@@ -32,7 +33,12 @@ struct Options {
     std::string store;
     std::vector<std::string> tables;
     bool all = false;
-    uint32_t interval = 500;
+    std::vector<std::string> conditions;
+    std::vector<std::string> columns;
+    std::optional<uint64_t> from;
+    std::string cursor;
+    bool no_rows = false;
+    uint32_t interval = 50;
     uint64_t count = 0;
     double timeout = 0;
     bool no_time = false;
@@ -55,30 +61,109 @@ void stop_on_signals() {
     for (const int signal : {SIGINT, SIGTERM, SIGALRM}) sigaction(signal, &action, nullptr);
 }
 
-void print(const Change &change, const Options &options) {
-    if (options.json) {
-        Json line = Json::object();
-        if (!options.no_time) line.set("time", utc_time(current_time()));
-        line.update(json_of(change));
-        std::cout << line.dump() << std::endl;
-        return;
+// The lines on standard output, which are written in batches.
+class Output {
+ public:
+    explicit Output(const Options &options) : options_(options) {}
+
+    // `transaction` is null for a record as it is.
+    void add(const Change &change, const kel_replica_transaction *transaction) {
+        if (options_.json) {
+            Json line = json_of_moment(transaction);
+            line.update(json_of(change));
+            if (transaction != nullptr) add_author(line, *transaction);
+            end_line(line.dump());
+            return;
+        }
+        const std::string text = line_of(change, screen_) + author_text(transaction);
+        end_line(time_text(transaction) + text);
     }
-    const Screen &screen = output_screen();
-    if (!options.no_time) std::cout << dim(local_time(current_time()), screen) << ' ';
-    std::cout << text_of(change, screen) << std::flush;
-}
+
+    void add_gap(uint64_t first, uint64_t last) {
+        if (options_.json) {
+            Json line = json_of_moment(nullptr);
+            line.set("change", "gap");
+            line.set("first", first);
+            line.set("last", last);
+            end_line(line.dump());
+        } else {
+            end_line(time_text(nullptr) +
+                     fmt::format("! gap: transactions {} to {} are missing", first, last));
+        }
+    }
+
+    // Failure `store` if standard output can't be written.
+    void flush() {
+        std::cout << lines_ << std::flush;
+        lines_.clear();
+        if (!std::cout) throw Failure(Exit::store, "standard output can't be written");
+    }
+
+ private:
+    static constexpr std::size_t most_bytes = 64 << 10;
+
+    void end_line(const std::string &text) {
+        lines_ += text;
+        lines_ += '\n';
+        if (lines_.size() >= most_bytes) flush();
+    }
+
+    static uint64_t moment_of(const kel_replica_transaction *transaction) {
+        const bool is_known = transaction != nullptr && transaction->time != 0;
+        return is_known ? transaction->time : current_time();
+    }
+    Json json_of_moment(const kel_replica_transaction *transaction) const {
+        Json line = Json::object();
+        if (!options_.no_time) line.set("time", utc_time(moment_of(transaction)));
+        return line;
+    }
+    std::string time_text(const kel_replica_transaction *transaction) const {
+        return options_.no_time ? "" : dim(local_time(moment_of(transaction)), screen_) + ' ';
+    }
+
+    std::string author_text(const kel_replica_transaction *transaction) const {
+        if (transaction == nullptr || transaction->pid == 0) return "";
+        std::string text = fmt::format(
+            "  by {}[{}]", shown(text_or_empty(transaction->command), screen_), transaction->pid);
+        if (transaction->label != nullptr)
+            text += fmt::format(" ({})", shown(transaction->label, screen_));
+        return dim(text, screen_);
+    }
+    static void add_author(Json &line, const kel_replica_transaction &transaction) {
+        line.set("transaction", transaction.sequence);
+        if (transaction.pid == 0) return;
+        line.set("pid", transaction.pid);
+        line.set("uid", transaction.uid);
+        line.set("command", text_or_empty(transaction.command));
+        if (transaction.label != nullptr) line.set("label", transaction.label);
+    }
+    static const char *text_or_empty(const char *text) { return text != nullptr ? text : ""; }
+
+    const Options &options_;
+    const Screen &screen_ = output_screen();
+    std::string lines_;
+};
 
 class Watch {
  public:
-    Watch(const Options &options, const Store &store, std::vector<TableReference> references)
-        : options_(options), reader_(store, std::move(references)) {}
+    Watch(const Options &options, FeedOptions followed)
+        : options_(options),
+          followed_(std::move(followed)),
+          cursor_(options.cursor),
+          output_(options) {}
 
     // Returns false if --timeout came before --count changes.
     bool run() {
         stop_on_signals();
-        last_ = reader_.read();
-        say(fmt::format("watching {} records", last_.records()));
-        while (!has_enough() && !pause()) look();
+        begin();
+        output_.flush();
+        say(fmt::format("watching {} records", feed_->records()));
+        while (true) {
+            follow();
+            output_.flush();
+            cursor_.write(printed_);
+            if (has_enough() || pause()) break;
+        }
         return finished();
     }
 
@@ -93,6 +178,80 @@ class Watch {
         return has_enough() || !timed_out_ || options_.count == 0;
     }
 
+    // Opens the feed where the cursor or --from says, and prints the records as they are unless
+    // they are known.
+    void begin() {
+        std::optional<uint64_t> seen = cursor_.read();
+        if (!seen && options_.from) seen = *options_.from == 0 ? 0 : *options_.from - 1;
+        if (seen) {
+            go_on_after(*seen);
+        } else {
+            feed_.emplace(options_.store, tarn::replica::newest, followed_);
+            check_tables();
+            if (!options_.no_rows) print_rows();
+        }
+        printed_ = feed_->sequence();
+    }
+
+    void go_on_after(uint64_t seen) {
+        try {
+            feed_.emplace(options_.store, seen, followed_);
+        } catch (const Failure &failure) {
+            if (failure.code() != Exit::difference) throw;
+            feed_.emplace(options_.store, tarn::replica::oldest, followed_);
+            resume_after_gap(seen);
+        }
+    }
+
+    // Failure `difference` if the store has none of a table that was named.
+    void check_tables() const {
+        for (const TableReference &table : followed_.tables) {
+            const std::vector<Instance> held = instances(feed_->store());
+            if (std::none_of(held.begin(), held.end(),
+                             [&](const Instance &each) { return table.means(each); }))
+                find_instance(feed_->store(), table);
+        }
+    }
+
+    void resume_after_gap(uint64_t seen) {
+        output_.add_gap(seen + 1, feed_->sequence());
+        print_rows();
+    }
+
+    void print_rows() {
+        feed_->each_row([this](const Change &row) {
+            output_.add(row, nullptr);
+            return stopped == 0;
+        });
+    }
+
+    // Prints what was committed up to now.
+    void follow() {
+        const Clock::time_point next = Clock::now() + Milliseconds(options_.interval);
+        while (!has_enough() && !is_over()) {
+            const uint64_t seen = feed_->sequence();
+            const tarn::replica::step step = feed_->advance();
+            if (step == tarn::replica::step::current) return;
+            next_reading_ = next;
+            if (step == tarn::replica::step::applied) {
+                print_changes();
+            } else {
+                resume_after_gap(seen);
+                printed_ = feed_->sequence();
+            }
+        }
+    }
+
+    void print_changes() {
+        const std::vector<Change> changes = feed_->changes();
+        for (const Change &change : changes) {
+            if (has_enough()) return;
+            output_.add(change, &feed_->transaction());
+            ++seen_;
+        }
+        printed_ = feed_->sequence();
+    }
+
     // Waits for a commit, and until the last reading is --interval ago. Returns whether to end.
     bool pause() {
         while (!is_over()) {
@@ -100,7 +259,7 @@ class Watch {
             const auto rest = std::chrono::ceil<Milliseconds>(next_reading_ - Clock::now());
             if (rest > Milliseconds::zero())
                 sleep(limit < Milliseconds::zero() ? rest : std::min(rest, limit));
-            else if (reader_.wait(limit)) return false;
+            else if (feed_->store().wait(limit)) return false;
         }
         return true;
     }
@@ -122,27 +281,17 @@ class Watch {
         return stopped != 0 || timed_out_;
     }
 
-    void look() {
-        next_reading_ = Clock::now() + Milliseconds(options_.interval);
-        if (!reader_.has_progressed(last_)) return;
-        Snapshot now = reader_.read();
-        for (const Change &change : changes_between(last_, now)) {
-            if (has_enough()) break;
-            print(change, options_);
-            ++seen_;
-        }
-        if (!std::cout) throw Failure(Exit::store, "standard output can't be written");
-        last_ = std::move(now);
-    }
-
     void say(const std::string &text) const {
         if (options_.verbose) std::cerr << "tarnctl: " << text << std::endl;
     }
 
     const Options &options_;
-    SnapshotReader reader_;
-    Snapshot last_;
-    uint64_t seen_ = 0;
+    const FeedOptions followed_;
+    Cursor cursor_;
+    Output output_;
+    std::optional<Feed> feed_;
+    uint64_t seen_ = 0;     // changes
+    uint64_t printed_ = 0;  // the last transaction whose changes were all printed
     bool timed_out_ = false;
     const Clock::time_point begin_ = Clock::now();
     Clock::time_point next_reading_ = begin_;  // not before that
@@ -151,38 +300,44 @@ class Watch {
 bool run(const Options &options) {
     if (options.tables.empty() != options.all)
         throw Failure(Exit::usage, "name tables, or give --all for all of them");
-    const Store store = Store::open_to_read(options.store);
-    std::vector<TableReference> references;
-    for (const std::string &table : options.tables) {
-        references.push_back(parse_table(table));
-        const TableReference &meant = references.back();
-        const std::vector<Instance> held = instances(store);
-        if (std::none_of(held.begin(), held.end(),
-                         [&](const Instance &each) { return meant.means(each); }))
-            find_instance(store, meant);
-    }
-    return Watch(options, store, std::move(references)).run();
+    FeedOptions followed{{}, options.conditions, options.columns};
+    for (const std::string &table : options.tables) followed.tables.push_back(parse_table(table));
+    return Watch(options, std::move(followed)).run();
 }
 
 constexpr const char *footer = R"(
-A changed record is printed with ~ and its fields, old -> new, a new one with +, a
-deleted one with -. Of an array only the changed elements are printed. If a store
-has several tables of this type, TABLE means all of them.
+The records as they are come first, with =, then each change exactly once and in the
+order of the commits, a line each. A changed record is printed with ~ and its fields,
+old -> new, a new one with +, a deleted one with -. Of an array only the changed
+elements are printed. If a store has several tables of this type, TABLE means all of
+them. The changes of a transaction are ordered by table; of a table the deleted
+records come first, then the others, both in key order.
 
-The store is read when something was committed, at most every --interval
-milliseconds; of several changes in between only the last one is seen. The changes
-of a transaction are printed after its commit, all of them. Nobody waits for this
-command, and it takes no time of the processor while nothing is committed.
+--where and --columns are those of find: a change is printed if the record meets the
+conditions before it or after it, and if one of the columns has changed.
+
+With --cursor, FILE says which transactions were printed; if it exists, watching goes
+on after these. --from begins with a transaction's number. Both leave out the records
+as they are. If the store's log doesn't contain a transaction any more, a line with !
+names those that are missing, and the records as they are then follow again. The log
+of a store is removed when a checkpoint contains it, unless the store keeps a journal.
+
+The author of a change is printed if the store keeps a journal. Reading takes place
+when something was committed, at most every --interval milliseconds. Nobody waits for
+this command, it needs permission to read only, and it takes no time of the processor
+while nothing is committed.
 
 --json prints one object a line: {"time", "change", "table", "tenant",
-"source", "key", "fields"}, as insert --json lists them, with the time in UTC.
+"source", "key", "fields", "transaction"}, as insert --json lists them, with the time
+in UTC and, if the author is known, "pid", "uid", "command" and "label".
 
 The exit status is 0 when a signal, --timeout or --count ends it, and 1 when
 --timeout comes before --count changes.
 
 Examples:
   tarnctl watch ldap_conn --store net.store
-  tarnctl watch --all --json --interval 100 --store net.store
+  tarnctl watch ldap_conn --where num_conns=0 --columns num_conns --store net.store
+  tarnctl watch --all --json --cursor seen --store net.store
   tarnctl watch aaa_servers --count 1 --timeout 10 --store net.store)";
 
 }  // namespace
@@ -194,8 +349,18 @@ void declare_watch(cli::Command &program, Exit &status) {
     add_store_option(command, options->store);
     command.argument("TABLE", cli::into(options->tables), "Tables to watch");
     command.flag("--all", options->all, "Watch all tables of the store");
+    command.option("--where", "CONDITION", cli::into(options->conditions),
+                   "Only records that meet it, as find takes it; may be repeated");
+    command.option("--columns", "NAMES", cli::list_into(options->columns),
+                   "Only changes of these fields, separated by commas");
+    command.option("--from", "NUMBER",
+                   cli::number_into(options->from, 0, std::numeric_limits<uint64_t>::max() - 2),
+                   "Begin with the transaction of this number");
+    command.option("--cursor", "FILE", cli::into(options->cursor),
+                   "Go on after the transactions that FILE names, and note there what is printed");
+    command.flag("--no-rows", options->no_rows, "Leave out the records as they are");
     command.option("--interval", "MS", cli::number_into(options->interval, 1, 3600000),
-                   "Milliseconds between two readings at least, 1 to 3600000; 500 by default");
+                   "Milliseconds between two readings at least, 1 to 3600000; 50 by default");
     command.option("--count", "N",
                    cli::number_into(options->count, 1, std::numeric_limits<uint64_t>::max()),
                    "End after so many changes of records");

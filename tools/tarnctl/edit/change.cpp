@@ -27,9 +27,9 @@ std::string value_text(const std::string &text, bool present, const Screen &scre
 std::string field_text(const FieldChange &field, const Change &change, const Screen &screen) {
     const std::string before = value_text(field.old_text, field.old_present, screen);
     const std::string after = value_text(field.new_text, field.new_present, screen);
-    if (change.is_new()) return fmt::format("    {}: {}", field.field, after);
-    if (change.is_gone()) return fmt::format("    {}: {}", field.field, before);
-    return fmt::format("    {}: {} -> {}", field.field, before, after);
+    if (change.is_new()) return fmt::format("{}: {}", field.field, after);
+    if (change.is_gone()) return fmt::format("{}: {}", field.field, before);
+    return fmt::format("{}: {} -> {}", field.field, before, after);
 }
 
 // The JSON form of the value that the text is of.
@@ -69,6 +69,7 @@ std::vector<FieldChange> fields_of(const Change &change, bool blank_ones) {
 }
 
 const char *name_of(const Change &change) {
+    if (change.is_present) return "present";
     if (change.is_new()) return "inserted";
     return change.is_gone() ? "deleted" : "changed";
 }
@@ -83,19 +84,37 @@ Json json_of_key(const RecordCopy &record) {
     return key;
 }
 
+std::string head_of(const Change &change, const Screen &screen) {
+    const RecordCopy &record = change.record();
+    const char *mark = change.is_present  ? "="
+                       : change.is_new()  ? "+"
+                       : change.is_gone() ? "-"
+                                          : "~";
+    const Style style = change.is_present  ? dim
+                        : change.is_new()  ? green
+                        : change.is_gone() ? red
+                                           : yellow;
+    return style(fmt::format("{} {} {}{}", mark, shown(change.table, screen),
+                             value_text(record.key_text(), true, screen), of_others(record)),
+                 screen);
+}
+
 }  // namespace
 
-std::string text_of(const Change &change, const Screen &screen) {
-    const RecordCopy &record = change.record();
-    const Style style = change.is_new() ? green : change.is_gone() ? red : yellow;
-    const char *mark = change.is_new() ? "+" : change.is_gone() ? "-" : "~";
-    std::string text =
-        style(fmt::format("{} {} {}{}", mark, shown(change.table, screen),
-                          value_text(record.key_text(), true, screen), of_others(record)),
-              screen) +
-        "\n";
+std::string line_of(const Change &change, const Screen &screen) {
+    std::string text = head_of(change, screen);
+    const char *separator = "  ";
     for (const FieldChange &field : fields_of(change, false)) {
-        const std::string line = field_text(field, change, screen);
+        text += separator + field_text(field, change, screen);
+        separator = ", ";
+    }
+    return text;
+}
+
+std::string text_of(const Change &change, const Screen &screen) {
+    std::string text = head_of(change, screen) + "\n";
+    for (const FieldChange &field : fields_of(change, false)) {
+        const std::string line = "    " + field_text(field, change, screen);
         text += (screen.width == 0 ? line : cut(line, screen.width, screen)) + "\n";
     }
     return text;

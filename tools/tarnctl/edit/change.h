@@ -12,8 +12,8 @@
 //   {"change": "changed", "table": "tbl_ldap_conn:ldap", "tenant": 0, "source": 1,
 //    "key": {"sname": "a.example"}, "fields": {"num_conns": {"old": 1, "new": 2}}}
 //
-// "change" is "inserted", "changed" or "deleted"; "old" is missing of a field that wasn't present
-// before, "new" of one that isn't present now.
+// "change" is "inserted", "changed", "deleted" or "present"; "old" is missing of a field that
+// wasn't present before, "new" of one that isn't present now.
 #ifndef TARNCTL_EDIT_CHANGE_H
 #define TARNCTL_EDIT_CHANGE_H
 
@@ -34,11 +34,16 @@ struct Change {
     // The fields to print; if not set, all that differ.
     std::optional<std::vector<FieldChange>> fields = std::nullopt;
 
+    // A record as it is, which didn't change: `after` has it, and its mark is `=`.
+    bool is_present = false;
+
     bool is_new() const { return !before; }
     bool is_gone() const { return !after; }
     const RecordCopy &record() const { return after ? *after : *before; }
 };
 
+// The same on one line, as `mark table key  field: old -> new, ...`, without its end.
+std::string line_of(const Change &change, const Screen &screen);
 // A line for the record and a line for each field. Fields of an inserted or deleted record are left
 // out if they are 0 or empty.
 std::string text_of(const Change &change, const Screen &screen);

@@ -135,6 +135,12 @@ std::vector<Instance> instances(const Store &store, std::size_t *unknown) {
     return found;
 }
 
+std::optional<Instance> instance_of(const Store &store, kel_table *block) {
+    const Table *table = table_of(store, *block);
+    if (table == nullptr) return std::nullopt;
+    return Instance{table, block};
+}
+
 std::vector<Instance> instances_of(const Store &store, const Table &table) {
     return instances_named(store, {&table, {}, {}});
 }

@@ -54,6 +54,8 @@ TableReference parse_table(std::string_view text);
 // The store's tables in the order of the catalogue, instances of one table by name. Tables that
 // aren't in the catalogue are left out, and counted through `unknown` unless it is null.
 std::vector<Instance> instances(const Store &store, std::size_t *unknown = nullptr);
+// The table of a block; none if it isn't in the catalogue.
+std::optional<Instance> instance_of(const Store &store, kel_table *block);
 std::vector<Instance> instances_of(const Store &store, const Table &table);
 
 // The instance that the reference names. Failure `difference` if the store has none, `usage` if it

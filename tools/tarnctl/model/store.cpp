@@ -79,6 +79,10 @@ Store Store::copy_of(const std::string &path) {
     return Store(checked(tarn::store::try_open_copy(path)), path, descriptors::of_store);
 }
 
+Store Store::of_replica(const tarn::replica &replica, const std::string &path) {
+    return Store(replica.store(), path, descriptors::of_library);
+}
+
 Store Store::salvaged_of(const std::string &path, kel_salvage_report report, void *context) {
     auto store = tarn::store::try_salvage(path, tarnbase_table_get_vft, report, context);
     if (!store && store.error().number() == EBADMSG)

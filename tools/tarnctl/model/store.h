@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tarnbase/tarn/replica.hpp"
 #include "tarnbase/tarn/tenant.hpp"
 #include "tarnbase/tarn/transaction.hpp"
 
@@ -29,6 +30,8 @@ class Store {
     static Store create(const std::string &path, const kel_store_options &options);
     // A copy of a store in memory: its changes don't reach the store.
     static Store copy_of(const std::string &path);
+    // The store of a replica, which must outlive it.
+    static Store of_replica(const tarn::replica &replica, const std::string &path);
     // What can be read of a damaged store, in memory; `report` is called with each loss. Failure
     // `data` if nothing can be read, else `store`.
     static Store salvaged_of(const std::string &path, kel_salvage_report report, void *context);
