@@ -354,6 +354,21 @@ TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentKey) {
     }
 }
 
+// The page of the last step is joined with the one before it and freed.
+TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentPage) {
+    constexpr int keys = 80, first_removed = 1, end_removed = 55;
+    for (int key = 65; key < keys - 2 && !HasFailure(); ++key) {
+        SCOPED_TRACE(key);
+        for (const int old : std::set<int>(model)) remove(old);
+        fill(keys);
+        index.expect_node(index.next(&index.entry(key - 1)->node), key);
+        for (int other = first_removed; other < end_removed; ++other) remove(other);
+        remove(key + 1);
+        index.expect_neighbours(&index.entry(key)->node, model);
+        EXPECT_LE(index.leaves(), 1U);
+    }
+}
+
 TEST_P(KeyIndex, AStepInAnotherIndexStartsFromTheKey) {
     fill(300);
     Index other(store, known, 300);
@@ -402,7 +417,8 @@ TEST_P(KeyIndex, AnInsertionOfAnEqualNodeChangesNothing) {
 struct Visits {
     Index &index;
     std::vector<int> seen;
-    std::vector<int> before;  // the nodes inserted while one is visited
+    std::vector<int> inserted;  // while the node is visited that is the
+    std::size_t insert_at = 1;  // so many-th
     int delete_each = 0;
     std::uint32_t roll_back_at = 0;
     SmallStore *store = nullptr;
@@ -413,8 +429,10 @@ std::uint32_t visit(kel_index_node *node, void *context) {
     auto &visits = *static_cast<Visits *>(context);
     const int key = key_of(node);
     visits.seen.push_back(key);
-    for (int inserted : std::exchange(visits.before, {})) {
-        EXPECT_TRUE(visits.index.insert(visits.index.entry(inserted)));
+    if (visits.seen.size() == visits.insert_at) {
+        for (int inserted : visits.inserted) {
+            EXPECT_TRUE(visits.index.insert(visits.index.entry(inserted)));
+        }
     }
     if (visits.delete_each != 0 && key % visits.delete_each == 0) {
         EXPECT_TRUE(visits.index.remove(entry_of(node)));
@@ -430,7 +448,7 @@ TEST_P(KeyIndex, AWalkMayRemoveTheNodesItVisits) {
     fill(1000);
     for (const int each : {7, 2, 1}) {
         const std::vector<int> wanted(model.begin(), model.end());
-        Visits visits{index, {}, {}, each};
+        Visits visits{index, {}, {}, 1, each};
         EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
         EXPECT_EQ(visits.seen, wanted);
         std::erase_if(model, [each](int key) { return key % each == 0; });
@@ -448,12 +466,26 @@ TEST_P(KeyIndex, AWalkGoesOnAfterInsertionsInAVisit) {
         Visits visits{index, {}, {}};
         // All before the second node: none of them is visited.
         for (int key = 0; key < 900; ++key) {
-            visits.before.push_back(key);
+            visits.inserted.push_back(key);
             model.insert(key);
         }
         EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
         EXPECT_EQ(visits.seen, wanted);
         index.expect_keys(model);
+    }
+}
+
+TEST_P(KeyIndex, AWalkGoesOnAfterItsPageWasSplitAtAnyNode) {
+    for (std::size_t at = 1; at <= IndexPage::capacity && !HasFailure(); ++at) {
+        SCOPED_TRACE(at);
+        for (const int key : std::set<int>(model)) remove(key);
+        for (int i = 0; i < static_cast<int>(IndexPage::capacity); ++i) insert(1000 + i);
+        Visits visits{index, {}, {0}, at};
+        const std::vector<int> wanted(model.begin(), model.end());
+        EXPECT_EQ(e_avl_walk(*index.anchor, visit, &visits), 0U);
+        EXPECT_EQ(visits.seen, wanted);
+        model.insert(0);
+        EXPECT_EQ(index.leaves(), index.has_pages() ? 2U : 0U);
     }
 }
 
