@@ -138,6 +138,7 @@ class Pages {
         last_ = &leaf;
         for (std::uint32_t slot = 0; slot < leaf.count; ++slot) {
             EXPECT_EQ(tarnbase::runtime::anchor_of(leaf.node(slot)), anchor_);
+            for (const int link : {0, 1, 2}) EXPECT_EQ(leaf.node(slot)->opaque[link], 0U);
             KeyBytes bytes;
             order_->encode(leaf.node(slot), bytes);
             EXPECT_EQ(std::memcmp(bytes.data(), leaf.prefix, leaf.skip), 0);

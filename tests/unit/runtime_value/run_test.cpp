@@ -141,9 +141,12 @@ TYPED_TEST(Run, WithAnErrorSetDoesNothing) {
 TYPED_TEST(Run, AnnouncesEachValueToAProgramsOwnHook) {
     auto *values = this->make_values();
     HookRecorder hooks(this->handle);
-    const std::vector<std::uint8_t> form = this->form();
-    TypeParam::unmarshal_run()(this->handle, this->tx, form.data(), values->of, count, this->whole,
-                               0, &this->err);
+    std::vector<std::uint8_t> form = this->form();
+    form.resize(2 * this->whole);
+    EXPECT_EQ(TypeParam::unmarshal_run()(this->handle, this->tx, form.data(), values->of, count,
+                                         2 * this->whole, 0, &this->err),
+              this->whole);
+    EXPECT_EQ(this->err, 0U);
     const std::vector<HookEvent> writes = hooks.of(Hook::write_log);
     ASSERT_EQ(writes.size(), count);
     for (std::uint32_t i = 0; i < count; ++i) {
