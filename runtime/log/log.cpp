@@ -32,7 +32,7 @@ std::uint32_t LogWriter::open(int folder, const StoreId &id, std::uint64_t segme
         Segment opened;
         std::uint32_t error = opened.open(folder, id, segment, true);
         if (error == 0 && !opened.contains(position)) error = EBADMSG;
-        if (error == 0) error = opened.prepare(position);
+        if (error == 0) error = opened.prepare(position, end_mark_bytes);
         if (error != 0) return error;
         segment_ = std::move(opened);
         folder_ = folder;
@@ -52,6 +52,8 @@ std::uint32_t LogWriter::append(std::span<const char> frame) {
         const std::uint64_t usual = std::min(2 * segment_.size(), most_segment_bytes);
         if (const std::uint32_t error = append_to_next(frame, usual)) return error;
     } else {
+        const std::uint32_t error = segment_.prepare(position_, frame.size() + end_mark_bytes);
+        if (error != 0) return error;
         std::memcpy(segment_.from(position_).data(), frame.data(), frame.size());
     }
     position_ += frame.size();
@@ -66,10 +68,14 @@ std::uint32_t LogWriter::append_to_new(std::span<const char> frame) {
 
 // Begins the next segment with a frame.
 std::uint32_t LogWriter::append_to_next(std::span<const char> frame, std::uint64_t usual) {
-    const std::uint64_t needed = segment_head_bytes + frame.size() + end_mark_bytes;
+    const std::uint64_t used = frame.size() + end_mark_bytes;
+    const std::uint64_t needed = segment_head_bytes + used;
     Segment next;
-    std::uint32_t error = next.create(folder_, id_, position_, std::max(usual, needed));
-    if (error == ENOSPC || error == EFBIG) error = next.create(folder_, id_, position_, needed);
+    std::uint32_t error = segment_.prepare(position_, end_mark_bytes);
+    if (error != 0) return error;
+    error = next.create(folder_, id_, position_, std::max(usual, needed), used);
+    if (error == ENOSPC || error == EFBIG)
+        error = next.create(folder_, id_, position_, needed, used);
     if (error != 0) return error;
     std::memcpy(next.from(position_).data(), frame.data(), frame.size());
     std::memset(segment_.from(position_).data(), end_mark_byte, end_mark_bytes);

@@ -36,6 +36,10 @@ constexpr std::size_t name_digits = 16;
 // so one name is enough. `remove_segments` may remove it at any time: its maker starts again.
 constexpr const char *working_name = "log-new";
 
+// Pages are prepared little by little: all of a segment at once would take longer than a commit
+// should.
+constexpr std::uint64_t prepared_at_once = 32 << 10;
+
 constexpr char magic[] = {'T', 'A', 'R', 'N', 'L', 'O', 'G', '1'};
 
 struct SegmentHead {
@@ -135,6 +139,7 @@ Segment &Segment::operator=(Segment &&other) noexcept {
     std::swap(bytes_, other.bytes_);
     std::swap(size_, other.size_);
     std::swap(first_, other.first_);
+    std::swap(prepared_, other.prepared_);
     std::swap(what_, other.what_);
     return *this;
 }
@@ -144,7 +149,7 @@ Segment::~Segment() {
 }
 
 std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t position,
-                              std::uint64_t bytes) {
+                              std::uint64_t bytes, std::uint64_t used) {
     constexpr std::uint64_t unit = first_segment_bytes;
     const std::uint64_t size = std::max((bytes + unit - 1) / unit, std::uint64_t{1}) * unit;
     if (size > std::numeric_limits<std::uint32_t>::max() || is_above_file_limit(size)) return EFBIG;
@@ -166,7 +171,7 @@ std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t posit
         made.first_ = position;
         error = fill_file(folder, file.descriptor(), head);
         if (error == 0) error = made.map(file.descriptor(), true);
-        if (error == 0) error = made.prepare(position);
+        if (error == 0) error = made.prepare(position, used);
         if (error == 0) error = rename_to(folder, segment_name(position).c_str());
         if (error == 0) *this = std::move(made);
     } while (error == ENOENT);
@@ -200,12 +205,16 @@ std::uint32_t Segment::map(int file, bool writable) {
     return 0;
 }
 
-std::uint32_t Segment::prepare(std::uint64_t position) const {
+std::uint32_t Segment::prepare_pages(std::uint64_t offset, std::uint64_t bytes) {
     const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-    const std::uint64_t start = (segment_head_bytes + position - first_) / page * page;
-    if (::madvise(bytes_ + start, size_ - start, MADV_POPULATE_WRITE) == 0) return 0;
+    const std::uint64_t start = std::max(offset, prepared_) / page * page;
+    const std::uint64_t end = std::min(size_, std::max(offset + bytes, start + prepared_at_once));
+    prepared_ = end;
+    if (::madvise(bytes_ + start, end - start, MADV_POPULATE_WRITE) == 0) return 0;
     // A store there would be a SIGBUS. Kernels before 5.14 don't have this call: EINVAL.
-    return errno == EFAULT ? ENOSPC : 0;
+    if (errno != EFAULT) return 0;
+    prepared_ = start;
+    return ENOSPC;
 }
 
 bool Segment::contains(std::uint64_t position) const {

@@ -47,17 +47,21 @@ class Segment {
     ~Segment();
 
     // Creates a segment of `bytes`, rounded up to a multiple of `first_segment_bytes`: all of
-    // its disk blocks are allocated and its pages mapped. A file of that name is replaced.
-    // Returns 0 or an errno number, ENOSPC among them; an error leaves no file. Requires: this
-    // process has the writer's lock, or the store is new.
+    // its disk blocks are allocated, and the first `used` bytes of frames and marks are prepared.
+    // A file of that name is replaced. Returns 0 or an errno number, ENOSPC among them; an error
+    // leaves no file. Requires: this process has the writer's lock, or the store is new.
     std::uint32_t create(int folder, const StoreId &id, std::uint64_t position,
-                         std::uint64_t bytes = first_segment_bytes);
+                         std::uint64_t bytes = first_segment_bytes,
+                         std::uint64_t used = end_mark_bytes);
     // Opens the segment that begins at `position`. Returns 0; ENOENT there is none; EBADMSG it
     // is damaged, cut short or of another store, and `what` says how; or an errno number.
     std::uint32_t open(int folder, const StoreId &id, std::uint64_t position, bool writable);
-    // Allocates and maps the pages from a position on, so that no later store into them can
-    // fail. Returns 0, or ENOSPC.
-    std::uint32_t prepare(std::uint64_t position) const;
+    // Allocates and maps the pages of `bytes` from a position on, and of some after them if none
+    // of these were, so that a store into them can't fail. Returns 0, or ENOSPC.
+    std::uint32_t prepare(std::uint64_t position, std::uint64_t bytes) {
+        const std::uint64_t offset = segment_head_bytes + position - first_;
+        return offset + bytes <= prepared_ ? 0 : prepare_pages(offset, bytes);
+    }
 
     bool is_open() const { return bytes_ != nullptr; }
     std::uint64_t first() const { return first_; }
@@ -70,10 +74,12 @@ class Segment {
 
  private:
     std::uint32_t map(int file, bool writable);
+    std::uint32_t prepare_pages(std::uint64_t offset, std::uint64_t bytes);
 
     char *bytes_ = nullptr;
     std::uint64_t size_ = 0;
     std::uint64_t first_ = 0;
+    std::uint64_t prepared_ = 0;  // the end of the bytes that are
     const char *what_ = "";
 };
 
