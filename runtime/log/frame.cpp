@@ -56,7 +56,8 @@ std::uint32_t frame_crc(FrameHead head, std::span<const char> operations) {
 }  // namespace
 
 void FrameBuilder::clear() {
-    if (bytes_.size() > most_kept_bytes) bytes_ = {};
+    // An assignment of an empty list would keep the memory.
+    if (bytes_.size() > most_kept_bytes) std::vector<char>().swap(bytes_);
     used_ = sizeof(FrameHead);
     note_bytes_ = 0;
 }
