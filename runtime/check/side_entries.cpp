@@ -80,15 +80,16 @@ void SideEntries::check_identities() {
 
 template <typename Visit>
 void SideEntries::each(const MapRoot &root, bool usable, Visit visit) const {
-    if (!usable || root.buckets == nullptr) return;
+    if (!usable || root.top == nullptr) return;
     for (std::uint64_t i = 0; i < root.bucket_count; ++i) {
-        for (const MapNode *node = root.buckets[i]; node != nullptr; node = node->next) visit(node);
+        for (const MapNode *node = bucket_at(root, i); node != nullptr; node = node->next)
+            visit(node);
     }
 }
 
 const MapNode *SideEntries::find(const MapRoot &root, std::uint64_t key) const {
-    if (root.buckets == nullptr) return nullptr;
-    const MapNode *node = root.buckets[bucket_of(key, root.bucket_count)];
+    if (root.top == nullptr) return nullptr;
+    const MapNode *node = bucket_at(root, bucket_of(key, root.bucket_count));
     while (node != nullptr && node->key != key) node = node->next;
     return node;
 }

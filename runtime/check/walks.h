@@ -4,7 +4,7 @@
 #ifndef TARNBASE_RUNTIME_CHECK_WALKS_H
 #define TARNBASE_RUNTIME_CHECK_WALKS_H
 
-#include <bit>
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -75,25 +75,42 @@ class TreeWalk {
     Owner &owner_;
 };
 
-// Claims the block of a map's buckets. False: the map can't be walked.
+// Claims a block that has so many buckets, `below` of them at each place, and those below it.
+// False: some bucket can't be read.
+inline bool claim_map_block(Blocks &blocks, const void *block, std::uint64_t below,
+                            std::uint64_t buckets, std::uint64_t places, const std::string &name) {
+    const auto where = [&] { return name + ", its buckets"; };
+    if (!blocks.claim(block, places * sizeof(void *), where)) return false;
+    for (std::uint64_t first = 0; below > 1 && first < buckets; first += below) {
+        const void *const part = static_cast<void *const *>(block)[first / below];
+        const std::uint64_t inside = std::min(below, buckets - first);
+        if (!claim_map_block(blocks, part, below / map_block_places, inside, map_block_places,
+                             name)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Claims the blocks of a map's buckets. False: the map can't be walked.
 inline bool claim_buckets(Blocks &blocks, Findings &findings, const MapRoot &root,
                           const std::string &name) {
-    if (root.buckets == nullptr) {
+    if (root.top == nullptr) {
         if (root.bucket_count == 0 && root.entries == 0) return true;
         findings.add(name, "it has no buckets, but %llu entries in %llu",
                      static_cast<unsigned long long>(root.entries),
                      static_cast<unsigned long long>(root.bucket_count));
         return false;
     }
-    if (!std::has_single_bit(root.bucket_count) || root.bucket_count > 1ULL << 40) {
-        findings.add(name, "it has %llu buckets, expected a power of two",
-                     static_cast<unsigned long long>(root.bucket_count));
+    if (root.bucket_count < least_buckets || root.bucket_count > most_buckets) {
+        findings.add(name, "it has %llu buckets, expected %llu to %llu",
+                     static_cast<unsigned long long>(root.bucket_count),
+                     static_cast<unsigned long long>(least_buckets),
+                     static_cast<unsigned long long>(most_buckets));
         return false;
     }
-    return blocks
-        .claim(root.buckets, root.bucket_count * sizeof(MapNode *),
-               [&] { return name + ", its buckets"; })
-        .has_value();
+    return claim_map_block(blocks, root.top, buckets_below_top(root.bucket_count),
+                           root.bucket_count, first_block_places(root.bucket_count), name);
 }
 
 // Walks a map. `enter(MapNode *)` as above. Returns whether the map can be searched.
@@ -105,8 +122,8 @@ bool walk_map(Blocks &blocks, Findings &findings, const MapRoot &root, const std
     std::uint64_t entries = 0;
     for (std::uint64_t i = 0; i < root.bucket_count; ++i) {
         constexpr std::uint64_t ahead = 8;
-        if (i + ahead < root.bucket_count) __builtin_prefetch(root.buckets[i + ahead]);
-        for (MapNode *node = root.buckets[i]; node != nullptr; node = node->next) {
+        if (i + ahead < root.bucket_count) __builtin_prefetch(bucket_at(root, i + ahead));
+        for (MapNode *node = bucket_at(root, i); node != nullptr; node = node->next) {
             if (!enter(node)) {
                 usable = false;
                 break;

@@ -1,10 +1,17 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // A hash map in a store from 64-bit keys, mostly addresses, to nodes inside the entries.
-// Its buckets are a block of the store: twice as many whenever the entries outnumber them,
-// and freed with the last entry.
+//
+// An insertion never moves many entries. When the entries outnumber the buckets, one bucket is
+// added, and the entries of one other are divided between the two. The buckets are in blocks of
+// 1024, which never move. More than 1024 buckets are a tree of such blocks: those above the
+// buckets contain addresses of blocks. The tree gets a level, and nothing is copied, when it is
+// full. The first block has 16, then 128, then 1024 places.
+//
+// The blocks are freed with the last entry.
 #ifndef TARNBASE_RUNTIME_INDEX_ADDRESS_MAP_H
 #define TARNBASE_RUNTIME_INDEX_ADDRESS_MAP_H
 
+#include <bit>
 #include <cstdint>
 
 #include "runtime/base/announce.h"
@@ -21,16 +28,55 @@ static_assert(sizeof(MapNode) == 16);
 
 // A map's anchor, in the store's header. Zero is the empty map.
 struct MapRoot {
-    MapNode **buckets;
+    void *top;  // the first block of buckets, or the top of the tree of blocks
     std::uint64_t bucket_count;
     std::uint64_t entries;
 };
 static_assert(sizeof(MapRoot) == 24);
 
-// The bucket of a key, of a number of buckets that is a power of two.
+// The places of a block, for buckets or for the addresses of blocks.
+inline constexpr std::uint64_t map_block_places = 1024;
+inline constexpr std::uint64_t map_block_bytes = map_block_places * sizeof(void *);
+
+// A map never has more buckets, as a key's hash has 32 bits.
+inline constexpr std::uint64_t most_buckets = 1ULL << 32;
+
+// The least number of buckets of a map that isn't empty.
+inline constexpr std::uint64_t least_buckets = 16;
+
+// The places of the first block when a map has that many buckets.
+constexpr std::uint64_t first_block_places(std::uint64_t bucket_count) {
+    return bucket_count <= least_buckets ? least_buckets
+           : bucket_count <= 128         ? 128
+                                         : map_block_places;
+}
+
+// The buckets below each place of the top block.
+constexpr std::uint64_t buckets_below_top(std::uint64_t bucket_count) {
+    std::uint64_t below = 1;
+    while (below * map_block_places < bucket_count) below *= map_block_places;
+    return below;
+}
+
+// The bucket of a key: the number that the last bits of its hash are, as many as the last bucket
+// needs. If there is no such bucket yet, one bit less.
 constexpr std::uint64_t bucket_of(std::uint64_t key, std::uint64_t bucket_count) {
     // Addresses differ in their middle bits; the product's high bits depend on all.
-    return (key * 0x9e3779b97f4a7c15ULL >> 32) & (bucket_count - 1);
+    const std::uint64_t hash = key * 0x9e3779b97f4a7c15ULL >> 32;
+    const std::uint64_t all = std::bit_ceil(bucket_count) - 1;
+    const std::uint64_t bucket = hash & all;
+    return bucket < bucket_count ? bucket : hash & all >> 1;
+}
+
+// A bucket below the map's count: the first of its nodes.
+inline MapNode *&bucket_at(const MapRoot &root, std::uint64_t bucket) {
+    void *block = root.top;
+    for (std::uint64_t below = buckets_below_top(root.bucket_count); below > 1;) {
+        block = static_cast<void **>(block)[bucket / below];
+        bucket %= below;
+        below /= map_block_places;
+    }
+    return static_cast<MapNode **>(block)[bucket];
 }
 
 inline std::uint64_t map_key(const void *address) {
@@ -55,8 +101,13 @@ class AddressMap {
 
  private:
     MapNode **link_to(std::uint64_t key) const;
-    bool ensure_bucket(WriteLog log);
-    void rehash(WriteLog log, MapNode **buckets, std::uint64_t count);
+    bool add_bucket(WriteLog log);
+    void *top_with(WriteLog log, std::uint64_t added);
+    void *larger_first_block(WriteLog log, std::uint64_t present, std::uint64_t places);
+    void *higher_top(WriteLog log, std::uint64_t below);
+    void *make_blocks(WriteLog log, std::uint64_t below);
+    void divide(WriteLog log, std::uint64_t added);
+    void release_blocks(WriteLog log, void *block, std::uint64_t below, std::uint64_t buckets);
 
     MapRoot &root_;
     BlockAllocator &allocator_;

@@ -2,6 +2,7 @@
 // The map in the store against std::map.
 #include "runtime/index/address_map.h"
 
+#include <algorithm>
 #include <map>
 
 #include "runtime/store/store.h"
@@ -123,12 +124,64 @@ TEST_F(MapTest, ALaterInsertGoesWellWithoutMemoryForMoreBuckets) {
     for (std::uint64_t i = 0; i < entries; ++i) EXPECT_EQ(map.find(i), nodes[i]);
 }
 
-TEST_F(MapTest, HasAboutAsManyBucketsAsEntries) {
-    for (std::uint64_t key = 0; key < 1000; ++key) {
+TEST_F(MapTest, HasAsManyBucketsAsEntries) {
+    for (std::uint64_t key = 0; key < 3000; ++key) {
         ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, key, make()));
-        ASSERT_GE(root->bucket_count, root->entries);
+        ASSERT_EQ(root->bucket_count, std::max<std::uint64_t>(16, root->entries));
     }
-    EXPECT_LE(root->bucket_count, 1024U);
+}
+
+TEST_F(MapTest, CatchesUpWithBucketsThatThereWasNoMemoryFor) {
+    for (std::uint64_t key = 0; key < 400; ++key) {
+        MapNode *node = make();
+        if (key > 0 && key < 200) kel_store_fail_allocation(store.store, 1);
+        ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, key, node));
+        kel_store_fail_allocation(store.store, 0);
+    }
+    EXPECT_EQ(root->bucket_count, 400U);
+    for (std::uint64_t key = 0; key < 400; ++key) ASSERT_NE(map.find(key), nullptr);
+}
+
+TEST_F(MapTest, AnInsertionWithoutMemoryForMoreBlocksGoesWellAndIsRolledBack) {
+    std::uint64_t key = 0;
+    for (const std::uint64_t full : {16U, 128U, 1024U, 2048U}) {
+        for (; key < full; ++key) {
+            ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, key, make()));
+        }
+        // From 1024 buckets on there are two blocks.
+        for (const std::uint64_t n : {1U, full == 1024 ? 2U : 1U}) {
+            MapNode *node = make();
+            const StoreSnapshot before(store.store);
+            const std::uint32_t tx = store.begin();
+            kel_store_fail_allocation(store.store, n);
+            ASSERT_TRUE(map.insert({store.handle, tx}, key, node));
+            EXPECT_EQ(root->bucket_count, full);
+            for (std::uint64_t i = 0; i <= key; ++i) ASSERT_NE(map.find(i), nullptr);
+            store.roll_back(tx);
+            node->key = 0;
+            node->next = nullptr;
+            EXPECT_EQ(to_text(before.changes()), "");
+            store.release(node);
+        }
+    }
+}
+
+TEST_F(MapTest, GrowthThatIsRolledBackLeavesEveryByteAsItWas) {
+    std::uint64_t key = 0;
+    for (const std::uint64_t end : {10U, 100U, 1000U, 2000U}) {
+        for (; key < end; ++key) {
+            ASSERT_TRUE(map.insert({store.handle, KEL_TX_NONE}, key, make()));
+        }
+        const StoreSnapshot before(store.store);
+        const std::uint32_t tx = store.begin();
+        for (std::uint64_t i = key; i < key + 1500; ++i) {
+            ASSERT_TRUE(map.insert({store.handle, tx}, i, make(tx)));
+        }
+        for (std::uint64_t i = 0; i < key + 1500; ++i) ASSERT_NE(map.find(i), nullptr);
+        store.roll_back(tx);
+        EXPECT_EQ(to_text(before.changes()), "");
+        for (std::uint64_t i = 0; i < key; ++i) ASSERT_NE(map.find(i), nullptr);
+    }
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The containers of runtime/index/ without a store: over an allocator and a log of the test.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "runtime/index/address_map.h"
@@ -75,6 +77,60 @@ TEST(Containers, AMapAllocatesAndFreesItsBucketsAlone) {
     EXPECT_TRUE(allocator.blocks.empty());
 }
 
+// Counts announced stores.
+class Announced {
+ public:
+    WriteLog log() { return {&handle_, KEL_TX_NONE}; }
+    // Since the last call.
+    int take() { return std::exchange(count_, 0); }
+
+ private:
+    static void count(void *arena, void *, std::uint64_t, std::uint32_t) {
+        ++*static_cast<int *>(arena);
+    }
+    static kel_handle handle_with(int *count) {
+        kel_handle handle{};
+        handle.arena = count;
+        handle.write_log_hook = Announced::count;
+        return handle;
+    }
+
+    int count_ = 0;
+    kel_handle handle_ = handle_with(&count_);
+};
+
+// With three levels of blocks.
+TEST(Containers, NoInsertionIntoALargeMapMovesManyEntries) {
+    constexpr std::size_t entries = map_block_places * map_block_places + 3000;
+    HeapAllocator allocator;
+    Announced announced;
+    MapRoot root{};
+    AddressMap map(root, allocator);
+    std::vector<MapNode> nodes(entries);
+    const auto key = [](std::size_t i) { return 0x2000'0000'0000 + 48 * i; };
+    int most = 0;
+    std::uint64_t all = 0;
+    std::size_t most_blocks = 0;
+    for (std::size_t i = 0; i < entries; ++i) {
+        const std::size_t blocks = allocator.blocks.size();
+        ASSERT_TRUE(map.insert(announced.log(), key(i), &nodes[i]));
+        const int count = announced.take();
+        most = std::max(most, count);
+        all += static_cast<std::uint64_t>(count);
+        most_blocks = std::max(most_blocks, allocator.blocks.size() - blocks);
+    }
+    EXPECT_LE(most, 30);
+    EXPECT_LE(all, 6 * entries);
+    EXPECT_LE(most_blocks, 3U);
+    EXPECT_EQ(root.bucket_count, entries);
+    for (std::size_t i = 0; i < entries; ++i) ASSERT_EQ(map.find(key(i)), &nodes[i]);
+    for (std::size_t i = 0; i < entries; ++i) {
+        ASSERT_EQ(map.remove(announced.log(), key(i)), &nodes[i]);
+    }
+    EXPECT_TRUE(allocator.blocks.empty());
+    EXPECT_EQ(root.top, nullptr);
+}
+
 TEST(Containers, EveryStoreOfAMapIsAnnounced) {
     HeapAllocator allocator;
     Undo undo;
@@ -89,7 +145,7 @@ TEST(Containers, EveryStoreOfAMapIsAnnounced) {
     later.roll_back();
     EXPECT_EQ(std::memcmp(&root, &before, sizeof root), 0);
     for (std::uint64_t i = 0; i < 16; ++i) EXPECT_EQ(map.find(i), i < 8 ? &nodes[i] : nullptr);
-    std::free(root.buckets);
+    std::free(root.top);
 }
 
 struct Entry {

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "runtime/store/store.h"
+#include "tarnbase/value.h"
 #include "tests/unit/runtime_store/open_store.h"
 
 namespace tarn::test {
@@ -101,6 +102,29 @@ TEST_F(Publication, ABlockThatIsFilledInItsOwnTransactionIsAddedOnce) {
               0U);
     EXPECT_LE(position(), before + large_block + 2 * most_of_a_small_frame);
     EXPECT_EQ(made[large_block / 8 - 2], large_block / 8 - 1);
+}
+
+// A map that copied its buckets when it grows would add all of its texts.
+TEST_F(Publication, NoTextAddsMuchHoweverManyThereAre) {
+    constexpr std::uint64_t texts = 5000, most = 2048, mean = 512;
+    kel_vstring *strings = nullptr;
+    EXPECT_EQ(store_.change([&](std::uint32_t) {
+        strings =
+            reinterpret_cast<kel_vstring *>(store_.make("strings", texts * sizeof(kel_vstring)));
+    }),
+              0U);
+    const std::uint64_t first = position();
+    for (std::uint64_t i = 0; i < texts; ++i) {
+        const std::uint64_t before = position();
+        std::uint32_t err = 0;
+        EXPECT_EQ(store_.change([&](std::uint32_t tx) {
+            kel_vstring_assign_text(store_.handle, tx, &strings[i], "longer than a string", &err);
+        }),
+                  0U);
+        ASSERT_EQ(err, 0U);
+        ASSERT_LE(position(), before + most) << i;
+    }
+    EXPECT_LE(position(), first + texts * mean);
 }
 
 TEST_F(Publication, ClosingLeavesAShortLogHoweverOftenItWasFilled) {
