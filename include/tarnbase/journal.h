@@ -38,10 +38,10 @@ typedef struct kel_journal_settings {
 
 /* The result of kel_store_describe_journal. Positions count bytes of the log. */
 typedef struct kel_journal_description {
-    kel_journal_settings settings;
-    uint64_t begin;       /* position of the oldest checkpoint that is kept */
-    uint64_t begin_time;  /* when that was written, in nanoseconds since 1970 */
-    uint64_t end;         /* published position */
+    kel_journal_settings settings; /* as they are now */
+    uint64_t begin;                /* position of the oldest checkpoint that is kept */
+    uint64_t begin_time;           /* when that was written, in nanoseconds since 1970 */
+    uint64_t end;                  /* published position */
     uint64_t durable;     /* position up to which the log is known to be on the disk; 0: none */
     uint64_t bytes;       /* bytes on disk of the log, and of all checkpoints but the newest */
     uint64_t checkpoints; /* number of checkpoints */
