@@ -355,7 +355,8 @@ TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentKey) {
     }
 }
 
-// The page of the last step is joined with the one before it and freed.
+// The page of the last step is joined with the one before it. It keeps its content until it is
+// freed at the commit.
 TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentPage) {
     constexpr int keys = 80, first_removed = 1, end_removed = 55;
     for (int key = 65; key < keys - 2 && !HasFailure(); ++key) {
@@ -363,10 +364,12 @@ TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentPage) {
         for (const int old : std::set<int>(model)) remove(old);
         fill(keys);
         index.expect_node(index.next(&index.entry(key - 1)->node), key);
-        for (int other = first_removed; other < end_removed; ++other) remove(other);
-        remove(key + 1);
+        const std::uint32_t tx = store.begin();
+        for (int other = first_removed; other < end_removed; ++other) remove(other, tx);
+        remove(key + 1, tx);
         index.expect_neighbours(&index.entry(key)->node, model);
         EXPECT_LE(index.leaves(), 1U);
+        store.commit(tx);
     }
 }
 
