@@ -534,6 +534,16 @@ TEST_P(KeyIndex, AnInsertionWithMemoryForTooFewPagesKeepsNone) {
     index.expect_keys(model);
 }
 
+TEST_P(KeyIndex, ATreeOfTwoPagesGetsARootAboveThem) {
+    const Compare own = index.compare;
+    index.compare = compare<Order::unknown>;
+    fill(63);
+    index.compare = own;
+    insert(63);
+    EXPECT_EQ(index.leaves(), index.has_pages() ? 2U : 0U);
+    index.expect_keys(model);
+}
+
 // A tree as it is left by a comparison of which only the result is known.
 TEST_P(KeyIndex, ALargeTreeBecomesPagesWithSpaceWhenItsHeightGrows) {
     if (known.order == Order::unknown) return;  // it never has pages
