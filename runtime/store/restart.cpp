@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <span>
 
 #include "runtime/base/boot.h"
 #include "runtime/base/error_text.h"
@@ -94,9 +95,11 @@ class Restart {
     std::uint32_t clear(const LogEnd &end) {
         Segment segment;
         std::uint32_t error = segment.open(folder(), id(), end.segment, true);
-        if (error == 0) error = segment.prepare(end.position);
         if (error != 0) return error;
-        std::ranges::fill(segment.from(end.position), '\0');
+        const std::span<char> rest = segment.from(end.position);
+        error = segment.prepare(end.position, rest.size());
+        if (error != 0) return error;
+        std::ranges::fill(rest, '\0');
         return 0;
     }
 
