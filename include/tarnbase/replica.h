@@ -60,7 +60,7 @@ typedef struct kel_replica_transaction {
     uint64_t time;                     /* when it was committed, in nanoseconds since 1970 */
     uint32_t pid;                      /* its process */
     uint32_t uid;                      /* the user of that */
-    const char *command;               /* the name of its program */
+    const char *command;               /* its command line */
     const char *label;                 /* what the program said about it */
     const kel_replica_change *changes; /* the records; valid until the next call */
     uint64_t change_count;             /* their number */

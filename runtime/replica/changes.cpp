@@ -35,10 +35,30 @@ void ChangeObserver::before(std::span<const char> frame) {
     freed_.clear();
     changes_.clear();
     copies_.clear();
+    keep_notes(frame);
     BlockKinds kinds(image_);
     OperationReader operations(frame);
     Operation operation;
     while (operations.next(operation)) touch_operation(operation, kinds);
+}
+
+void ChangeObserver::keep_notes(std::span<const char> frame) {
+    const Notes notes = read_notes(frame);
+    author_ = notes.author;
+    label_ = notes.label;
+    if (notes.author && notes.command) commands_[notes.author->session] = *notes.command;
+}
+
+void ChangeObserver::describe(kel_replica_transaction &transaction) const {
+    transaction.changes = changes_.data();
+    transaction.change_count = changes_.size();
+    if (!author_) return;
+    transaction.time = author_->time;
+    transaction.pid = author_->pid;
+    transaction.uid = author_->uid;
+    const auto command = commands_.find(author_->session);
+    if (command != commands_.end()) transaction.command = command->second.c_str();
+    if (!label_.empty()) transaction.label = label_.c_str();
 }
 
 // Notes the record whose bytes an operation will change. Offsets aren't checked yet.

@@ -4,11 +4,13 @@
 #define TARNBASE_RUNTIME_REPLICA_CHANGES_H
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
-#include "runtime/log/frame.h"
+#include "runtime/log/notes.h"
 #include "runtime/replica/owners.h"
 #include "runtime/replica/record_copies.h"
 #include "runtime/store/follower.h"
@@ -28,8 +30,8 @@ class ChangeObserver final : public FrameObserver {
     void before(std::span<const char> frame) override;
     void after() override;
 
-    // Of the last frame.
-    const std::vector<kel_replica_change> &changes() const { return changes_; }
+    // Fills in what the last frame says of its author, and its changes. Valid until the next one.
+    void describe(kel_replica_transaction &transaction) const;
 
  private:
     // A record that the frame may change.
@@ -40,6 +42,7 @@ class ChangeObserver final : public FrameObserver {
     };
     using Changes = std::vector<kel_replica_change>;
 
+    void keep_notes(std::span<const char> frame);
     void touch_operation(const Operation &operation, BlockKinds &kinds);
     void touch_block(Allocator::Extent block, BlockKinds &kinds);
     void touch(std::uint64_t offset);
@@ -67,6 +70,10 @@ class ChangeObserver final : public FrameObserver {
     std::unordered_map<const kel_table *, const kel_table *> freed_;  // copies of freed tables
     std::unordered_map<const kel_type_info *, const TableType *> known_;
     Changes changes_;
+    std::optional<Author> author_;
+    std::string label_;
+    // By session. A frame has it only if it is the session's first one, or the first of a segment.
+    std::unordered_map<std::uint64_t, std::string> commands_;
 };
 
 }  // namespace tarnbase::runtime

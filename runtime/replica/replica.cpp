@@ -43,8 +43,7 @@ std::uint32_t kel_replica::advance(kel_replica_transaction &transaction) {
     if (error == ENOENT) return skip(transaction);
     if (error != 0) return error;
     known_ = transaction.sequence = sequence();
-    transaction.changes = observer_.changes().data();
-    transaction.change_count = observer_.changes().size();
+    observer_.describe(transaction);
     return 0;
 }
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Replicas of a store that other processes change.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -10,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "tarnbase/journal.h"
 #include "tarnbase/module.h"
 #include "tarnbase/replica.h"
 #include "tests/shared/connections.h"
@@ -224,6 +227,35 @@ TEST_F(Replicas, TooOldAreRefused) {
               std::uint32_t{EOVERFLOW});
     EXPECT_NE(std::string(kel_error_text()).find("begins after transaction"), std::string::npos)
         << kel_error_text();
+}
+
+TEST_F(Replicas, NameTheAuthorIfTheStoreKeepsAJournal) {
+    Connections::create(path, {{"a", 1}});
+    Child writer(turns(path, {[](Connections &all) {
+                                  kel_journal_settings settings{};
+                                  settings.enabled = 1;
+                                  need(kel_store_set_journal(all.store.c_store(), &settings) == 0,
+                                       kel_error_text());
+                              },
+                              [](Connections &all) {
+                                  tarn::transaction transaction(all.session);
+                                  all.set("a", 2);
+                                  const std::uint32_t tx = all.session.c_handle()->cr_tx_id;
+                                  kel_transaction_label(all.session.c_handle(), tx, "line 7");
+                                  transaction.commit();
+                              }}));
+    turn(writer);
+    Replica replica(path);
+    turn(writer);
+    while (replica.advance() == 0 && replica.last.change_count == 0) {
+    }
+    EXPECT_EQ(replica.changes(), Texts{"~a 1 2"});
+    EXPECT_EQ(replica.last.pid, static_cast<std::uint32_t>(writer.pid()));
+    EXPECT_EQ(replica.last.uid, ::getuid());
+    EXPECT_STREQ(replica.last.label, "line 7");
+    EXPECT_NE(replica.last.command, nullptr);
+    EXPECT_NE(replica.last.time, 0U);
+    EXPECT_EQ(writer.join(), 0);
 }
 
 TEST_F(Replicas, AndTheirStoreAreNotOpenInOneProcess) {

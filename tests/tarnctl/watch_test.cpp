@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarnctl watch while other processes change the store.
+#include <unistd.h>
+
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -261,6 +263,16 @@ TEST_F(Watch, PrintsEachChangeOfAFastWriterOnce) {
     std::string expected;
     for (int i = 0; i < changes; ++i) expected += "changed " + std::to_string(100 + i) + '\n';
     EXPECT_EQ(values_in(process->finish().out), expected);
+}
+
+TEST_F(Watch, NamesTheAuthorIfTheStoreKeepsAJournal) {
+    ASSERT_EQ(on_store({"journal", "start"}).exit_code, 0);
+    const auto process = watch({"ldap_conn", "--json", "--count", "1"});
+    change({"set", "ldap_conn", "a.example", "num_conns=30"});
+    const auto report = tarn::test::json_of(process->finish().out);
+    EXPECT_GT(report["pid"].get<int>(), 0);
+    EXPECT_EQ(report["uid"], getuid());
+    EXPECT_NE(report["command"].get<std::string>().find("num_conns=30"), std::string::npos);
 }
 
 TEST_F(Watch, NeedsExistingTables) {
