@@ -60,11 +60,20 @@ char *own_copy(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
     return block;
 }
 
+// Whether the string has this long text in a block of its own. Another block may be gone.
+bool has_own(kel_handle *handle, const kel_vstring &string, std::string_view text) {
+    return string.length == text.size() && owned_text(handle, &string) == text_block(string) &&
+           text_of(&string) == text;
+}
+
+// A text that the string has already stays where it is, and is announced as any other one.
 // Without memory the string is unchanged, unless it has the text to copy without owning it,
 // because another string's bytes were copied over it. Then it becomes empty.
 void assign_long(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                  std::string_view text, std::uint32_t *err) {
-    const char *const block = own_copy(handle, tx_id, string, text);
+    const char *const block = has_own(handle, *string, text)
+                                  ? text_block(*string)
+                                  : own_copy(handle, tx_id, string, text);
     if (block != nullptr) {
         return store_body(handle, tx_id, string, string_with({block, text.size()}, block));
     }

@@ -96,6 +96,27 @@ TEST_F(TextOwnership, AStringCanBeAssignedFromAPartOfItsOwnText) {
     EXPECT_EQ(text_of(string), long_text.substr(8, 4));
 }
 
+TEST_F(TextOwnership, AssigningTheTextThatAStringHasKeepsItsBlock) {
+    kel_vstring *string = make_string(long_text);
+    const char *const block = kel_vstring_bytes(string, nullptr);
+    assign(string, long_text);
+    EXPECT_EQ(kel_vstring_bytes(string, nullptr), block);
+    std::string other = long_text;
+    other.back() = '!';
+    assign(string, other);
+    EXPECT_EQ(text_of(string), other);
+}
+
+TEST_F(TextOwnership, AssigningTheTextOfACopyGivesTheStringABlockOfItsOwn) {
+    kel_vstring *source = make_string(long_text);
+    kel_vstring *copy = make_string(other_text);
+    copy_bytes(copy, source);
+    assign(copy, long_text);
+    EXPECT_NE(kel_vstring_bytes(copy, nullptr), kel_vstring_bytes(source, nullptr));
+    destroy(source);
+    EXPECT_EQ(text_of(copy), long_text);
+}
+
 TEST_F(TextOwnership, SettingFromAReferringKeyCopiesTheBytes) {
     std::string bytes = long_text;
     kel_vstring key;
