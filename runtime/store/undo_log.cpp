@@ -13,16 +13,34 @@ namespace {
 // Long writes are logged in pieces that fit in a chunk.
 constexpr std::uint64_t longest_piece = 32768;
 
+// Memory for the next transactions, 1 MiB: taking it from the system anew, page by page, takes
+// longer than logging. What a larger transaction needed is freed.
+constexpr std::uint32_t most_spares = 16;
+
 }  // namespace
 
 // Frees a chain of chunks one by one: destructors that call each other would use up the stack.
-UndoLog::~UndoLog() { clear(); }
+UndoLog::~UndoLog() {
+    clear();
+    while (spare_ != nullptr) spare_ = std::move(spare_->previous);
+}
 
 void UndoLog::drop_newest() {
     std::unique_ptr<Chunk> dropped = std::move(newest_);
     newest_ = std::move(dropped->previous);
+    if (spares_ == most_spares) return;
     dropped->used = 0;
+    dropped->previous = std::move(spare_);
     spare_ = std::move(dropped);
+    spares_ += 1;
+}
+
+std::unique_ptr<UndoLog::Chunk> UndoLog::take_chunk() {
+    if (spare_ == nullptr) return std::unique_ptr<Chunk>(new (std::nothrow) Chunk);
+    std::unique_ptr<Chunk> chunk = std::move(spare_);
+    spare_ = std::move(chunk->previous);
+    spares_ -= 1;
+    return chunk;
 }
 
 void UndoLog::clear() {
@@ -33,8 +51,7 @@ void UndoLog::clear() {
 
 bool UndoLog::ensure_space(std::size_t bytes) {
     if (newest_ != nullptr && newest_->used + bytes <= chunk_bytes) return true;
-    std::unique_ptr<Chunk> chunk = std::move(spare_);
-    if (chunk == nullptr) chunk.reset(new (std::nothrow) Chunk);
+    std::unique_ptr<Chunk> chunk = take_chunk();
     if (chunk == nullptr) return false;
     chunk->previous = std::move(newest_);
     newest_ = std::move(chunk);

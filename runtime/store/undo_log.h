@@ -70,6 +70,8 @@ class UndoLog {
     };
 
     static std::size_t padded(std::uint32_t length) { return (length + 7U) / 8 * 8; }
+    // A spare one or a new one; null: no memory.
+    std::unique_ptr<Chunk> take_chunk();
     bool ensure_space(std::size_t bytes);
     bool append(Kind kind, const void *address, std::uint32_t length, const void *payload,
                 std::uint32_t payload_length);
@@ -79,7 +81,8 @@ class UndoLog {
     void drop_newest();
 
     std::unique_ptr<Chunk> newest_;
-    std::unique_ptr<Chunk> spare_;
+    std::unique_ptr<Chunk> spare_;  // chunks of earlier transactions, a chain too
+    std::uint32_t spares_ = 0;
     std::uint64_t deferred_frees_ = 0;
     bool incomplete_ = false;
 };
