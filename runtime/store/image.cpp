@@ -137,12 +137,6 @@ bool Image::map_for(std::span<const char> frame) {
     return region.is_complete() || region.reach(end_after(frame));
 }
 
-bool Image::contains(const void *address, std::uint64_t length) const {
-    const auto offset =
-        reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(region.base());
-    return offset < header->arena.size && length <= header->arena.size - offset;
-}
-
 bool Image::may_write(std::uint64_t offset, std::uint64_t length) const {
     if (offset < page_sets_offset) {
         return offset >= counters_offset && length <= page_sets_offset - offset;

@@ -48,7 +48,11 @@ class Image {
     const char *wrong_size() const;
 
     // Whether bytes are in the part of the store that is in use.
-    bool contains(const void *address, std::uint64_t length) const;
+    bool contains(const void *address, std::uint64_t length) const {
+        const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(address) -
+                                      reinterpret_cast<std::uintptr_t>(region.base());
+        return offset < header->arena.size && length <= header->arena.size - offset;
+    }
     std::uint64_t offset_of(const void *address) const {
         return static_cast<std::uint64_t>(static_cast<const char *>(address) - region.base());
     }

@@ -45,6 +45,7 @@ std::unique_ptr<UndoLog::Chunk> UndoLog::take_chunk() {
 
 void UndoLog::clear() {
     while (newest_ != nullptr) drop_newest();
+    logged_.clear();
     deferred_frees_ = 0;
     incomplete_ = false;
 }
@@ -76,12 +77,14 @@ bool UndoLog::append(Kind kind, const void *address, std::uint32_t length, const
 }
 
 void UndoLog::old_bytes(const void *address, std::uint64_t length) {
-    for (const char *from = static_cast<const char *>(address); length > 0;) {
-        const auto piece = static_cast<std::uint32_t>(std::min(length, longest_piece));
-        append(Kind::old_bytes, from, piece, from, piece);
-        from += piece;
-        length -= piece;
+    if (logged_.contain(address, length)) return;
+    const auto *const begin = static_cast<const char *>(address);
+    for (std::uint64_t done = 0; done < length;) {
+        const auto piece = static_cast<std::uint32_t>(std::min(length - done, longest_piece));
+        append(Kind::old_bytes, begin + done, piece, begin + done, piece);
+        done += piece;
     }
+    if (!incomplete_) logged_.add(address, length);
 }
 
 void UndoLog::delta(const void *address, std::int32_t delta) {

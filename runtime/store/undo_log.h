@@ -23,6 +23,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "runtime/store/logged_ranges.h"
+
 namespace tarnbase::runtime {
 
 class UndoLog {
@@ -83,6 +85,7 @@ class UndoLog {
     std::unique_ptr<Chunk> newest_;
     std::unique_ptr<Chunk> spare_;  // chunks of earlier transactions, a chain too
     std::uint32_t spares_ = 0;
+    LoggedRanges logged_;
     std::uint64_t deferred_frees_ = 0;
     bool incomplete_ = false;
 };

@@ -110,6 +110,23 @@ TEST_P(Seeded, RollbackLeavesEveryByteAsItWas) {
     }
 }
 
+// The log keeps the oldest bytes alone of ranges that begin at one address.
+TEST_P(Seeded, ARollbackUndoesManyChangesOfTheSameBytes) {
+    for (int round = 0; round < 4; ++round) {
+        SCOPED_TRACE(seed_and_step(GetParam(), round));
+        const StoreSnapshot before(store.store);
+        const std::uint32_t tx = store.begin();
+        for (int i = 0; i < 200; ++i) {
+            auto &block = blocks.live[blocks.chance.below(4)];
+            const std::size_t from = 4 * blocks.chance.below(2);
+            const auto bytes = blocks.chance.bytes(1 + blocks.chance.below(8 - from));
+            store.write(tx, block.address + from, bytes.data(), bytes.size());
+        }
+        store.roll_back(tx);
+        ASSERT_EQ(to_text(before.changes()), "");
+    }
+}
+
 TEST_P(Seeded, CommitKeepsWhatWasDone) {
     for (int round = 0; round < 8; ++round) {
         SCOPED_TRACE(seed_and_step(GetParam(), round));
