@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t chunk = 65536;
 constexpr std::size_t deepest_nesting = 64;
 constexpr std::size_t largest_element = std::size_t{1} << 30U;
+constexpr std::size_t usual_children = 16;
 
 bool is_blank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -148,9 +149,9 @@ XmlParser::Event XmlParser::event() {
         end.element.line = input_.line();
         return end;
     }
-    Event first = std::move(events_[next_++]);
+    Event &first = events_[next_++];
     text_ = std::move(first.after);
-    return first;
+    return std::move(first);
 }
 
 XmlElement XmlParser::root() {
@@ -175,9 +176,9 @@ void XmlParser::take_inside(XmlElement &element) {
             fail(text_.line, fmt::format("expected a text of at most {} bytes", largest_element));
         Event found = event();
         if (found.kind == Event::Kind::end) return;
+        if (element.children.empty()) element.children.reserve(usual_children);
         // on_start limits the nesting.
-        take_inside(found.element);
-        element.children.push_back(std::move(found.element));
+        take_inside(element.children.emplace_back(std::move(found.element)));
     }
 }
 
