@@ -62,7 +62,7 @@ std::string header_of(const Field &field) {
     return type.starts_with(scope) ? std::string(type.substr(scope.size())) : "";
 }
 
-Context includes_of(const Structure &structure) {
+Context included_headers(const Structure &structure) {
     std::set<std::string> headers;
     for (const Field &field : structure.fields) headers.insert(header_of(field));
     headers.erase("");
@@ -89,7 +89,7 @@ Context face_of(const Schema &schema, const Structure &structure) {
     context.set("face", face_name(structure));
     context.set("plain_size", text(structure.plain_size));
     context.set("state_length", text(structure.state_length));
-    context.set("includes", includes_of(structure));
+    context.set("includes", included_headers(structure));
     context.set("fields", fields_of(structure));
     return context;
 }

@@ -11,7 +11,7 @@
 namespace tarnctl {
 namespace {
 
-using Value = nlohmann::ordered_json;
+using Document = nlohmann::ordered_json;
 
 constexpr std::size_t deepest_nesting = 64;
 
@@ -55,17 +55,17 @@ class Assembler {
     bool number_unsigned(uint64_t value) { return add(value); }
     bool number_float(double value, const std::string &) { return add(value); }
     bool string(std::string &value) { return add(std::move(value)); }
-    bool binary(Value::binary_t &) { return false; }
+    bool binary(Document::binary_t &) { return false; }
 
     bool key(std::string &name) {
         if (open_.empty()) {
             events_.member(name);
             return true;
         }
-        Value &object = *open_.back();
+        Document &object = *open_.back();
         if (object.contains(name)) events_.fail(fmt::format("{}: it is given twice", path(name)));
         // Not by operator[], which searches for the name once more.
-        object.get_ref<Value::object_t &>().emplace_back(name, nullptr);
+        object.get_ref<Document::object_t &>().emplace_back(name, nullptr);
         names_.back() = name;
         if (input_.line() != lines_.begin) lines_.members.emplace(path(name), input_.line());
         return true;
@@ -86,16 +86,16 @@ class Assembler {
 
  private:
     // The place of the next value; null: it isn't inside a value.
-    Value *slot() {
+    Document *slot() {
         if (open_.empty()) return nullptr;
-        Value &inside = *open_.back();
-        if (inside.is_object()) return &inside.get_ref<Value::object_t &>().back().second;
+        Document &inside = *open_.back();
+        if (inside.is_object()) return &inside.get_ref<Document::object_t &>().back().second;
         inside.push_back(nullptr);
         return &inside.back();
     }
 
-    bool add(Value value) {
-        if (Value *place = slot()) {
+    bool add(Document value) {
+        if (Document *place = slot()) {
             *place = std::move(value);
             return true;
         }
@@ -107,7 +107,7 @@ class Assembler {
         if (depth_ + open_.size() >= deepest_nesting)
             events_.fail(
                 fmt::format("expected values that nest no deeper than {}", deepest_nesting));
-        Value *place = slot();
+        Document *place = slot();
         if (place == nullptr) {
             if (events_.opens(array)) {
                 ++depth_;
@@ -116,7 +116,7 @@ class Assembler {
             place = &value_;
             lines_ = {input_.line(), {}};
         }
-        *place = array ? Value::array() : Value::object();
+        *place = array ? Document::array() : Document::object();
         open_.push_back(place);
         names_.emplace_back();
         return true;
@@ -144,10 +144,10 @@ class Assembler {
     const Input &input_;
     JsonEvents &events_;
     std::size_t depth_ = 0;
-    Value value_;
+    Document value_;
     JsonLines lines_;
     // The open objects and arrays. A value doesn't move while something inside it is open.
-    std::vector<Value *> open_;
+    std::vector<Document *> open_;
     std::vector<std::string> names_;
 };
 
@@ -155,7 +155,7 @@ class Assembler {
 
 void parse_json(Input &input, JsonEvents &events) {
     Assembler assembler(input, events);
-    Value::sax_parse(Bytes(input), Bytes(), &assembler, Value::input_format_t::json, true);
+    Document::sax_parse(Bytes(input), Bytes(), &assembler, Document::input_format_t::json, true);
 }
 
 }  // namespace tarnctl

@@ -6,26 +6,26 @@
 namespace tarnctl {
 namespace {
 
-using Value = nlohmann::ordered_json;
+using Document = nlohmann::ordered_json;
 
-std::string dumped(const Value &value, int indent) {
-    return value.dump(indent, ' ', false, Value::error_handler_t::replace);
+std::string dumped(const Document &value, int indent) {
+    return value.dump(indent, ' ', false, Document::error_handler_t::replace);
 }
 
 }  // namespace
 
-void Json::Free::operator()(Value *value) const { delete value; }
+void Json::Free::operator()(Document *value) const { delete value; }
 
-Json::Owned Json::make(bool truth) { return Owned(new Value(truth)); }
-Json::Owned Json::make(uint64_t number) { return Owned(new Value(number)); }
-Json::Owned Json::make(int64_t number) { return Owned(new Value(number)); }
+Json::Owned Json::make(bool truth) { return Owned(new Document(truth)); }
+Json::Owned Json::make(uint64_t number) { return Owned(new Document(number)); }
+Json::Owned Json::make(int64_t number) { return Owned(new Document(number)); }
 
-Json::Json(std::nullptr_t) : value_(new Value) {}
-Json::Json(double number) : value_(new Value(number)) {}
-Json::Json(std::string_view text) : value_(new Value(text)) {}
-Json::Json(const std::vector<uint8_t> &numbers) : value_(new Value(numbers)) {}
-Json::Json(const std::vector<std::string> &texts) : value_(new Value(texts)) {}
-Json::Json(std::initializer_list<Member> members) : value_(new Value(Value::object())) {
+Json::Json(std::nullptr_t) : value_(new Document) {}
+Json::Json(double number) : value_(new Document(number)) {}
+Json::Json(std::string_view text) : value_(new Document(text)) {}
+Json::Json(const std::vector<uint8_t> &numbers) : value_(new Document(numbers)) {}
+Json::Json(const std::vector<std::string> &texts) : value_(new Document(texts)) {}
+Json::Json(std::initializer_list<Member> members) : value_(new Document(Document::object())) {
     for (const Member &each : members) set(each.name, std::move(each.value));
 }
 

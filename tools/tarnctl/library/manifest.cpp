@@ -45,9 +45,9 @@ std::vector<std::string> lines_of(std::string_view text) {
 std::map<uint32_t, std::string_view> records_of(const std::string &path, std::string_view section) {
     std::map<uint32_t, std::string_view> records;
     for (std::size_t at = 0; at < section.size();) {
-        const std::size_t left = section.size() - at;
-        const std::size_t length = left < record_header ? 0 : number_at(section, at);
-        if (length == 0 || length > left - record_header)
+        const std::size_t remaining = section.size() - at;
+        const std::size_t length = remaining < record_header ? 0 : number_at(section, at);
+        if (length == 0 || length > remaining - record_header)
             broken(path, fmt::format("the record at byte {} is cut short", at));
         const std::string_view payload = section.substr(at + record_header, length);
         if (payload.find('\0') != length - 1)

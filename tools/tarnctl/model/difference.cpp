@@ -17,7 +17,7 @@ const std::vector<Column> &known_columns(const Table &table) {
     return known.emplace(&table, columns_of(table)).first->second;
 }
 
-RecordCopy::Cell cell_of(const Value &value) {
+RecordCopy::Cell copied_cell(const Value &value) {
     if (!value.present()) return {};
     if (value.is_whole_array()) {
         const std::vector<uint8_t> elements = value.elements();
@@ -71,7 +71,7 @@ RecordCopy::RecordCopy(const Record &record, uint32_t tx_id)
     cells_.reserve(columns_->size());
     identity_ = fmt::format("{} {} ", tenant_, src_);
     for (const Column &column : *columns_) {
-        cells_.push_back(cell_of(record.value(column, tx_id)));
+        cells_.push_back(copied_cell(record.value(column, tx_id)));
         const std::string &text = cells_.back().text;
         // The length in front keeps ("a", "bc") from ("ab", "c").
         if (column.is_key) identity_ += fmt::format("{}:", text.size()) + text;

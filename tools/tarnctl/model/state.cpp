@@ -11,7 +11,7 @@
 namespace tarnctl {
 namespace {
 
-void *inner_object(const Field &field, kel_handle *handle, uint32_t tx_id, void *object) {
+void *checked_inner_object(const Field &field, kel_handle *handle, uint32_t tx_id, void *object) {
     uint32_t err = 0;
     void *inner = field.call.get(handle, tx_id, object, 0, &err);
     need(err, field.name);
@@ -34,8 +34,8 @@ void collect(kel_handle *handle, void *object, const Structure &structure,
         }
         need(err, fmt::format("the state of {}", path));
         if (field.structure != nullptr)
-            collect(handle, inner_object(field, handle, KEL_TX_NONE, object), *field.structure,
-                    path + ".", flags);
+            collect(handle, checked_inner_object(field, handle, KEL_TX_NONE, object),
+                    *field.structure, path + ".", flags);
     }
 }
 
@@ -87,7 +87,7 @@ void set_state_flag(kel_handle *handle, uint32_t tx_id, void *object, const Stru
     for (std::size_t dot = rest.find('.'); dot != std::string_view::npos; dot = rest.find('.')) {
         const Field *field = inside->find(rest.substr(0, dot));
         if (field == nullptr || field->structure == nullptr) throw no_field(structure, path);
-        object = inner_object(*field, handle, tx_id, object);
+        object = checked_inner_object(*field, handle, tx_id, object);
         inside = field->structure;
         rest.remove_prefix(dot + 1);
     }
