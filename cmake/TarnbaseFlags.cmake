@@ -31,6 +31,35 @@ macro(tarnbase_compile_lightly)
   add_compile_options($<$<CONFIG:Release>:-O1> $<$<CONFIG:Release>:-g1>)
 endmacro()
 
+# A unity build compiles up to eight files of a folder as one: it reads their headers once and
+# instantiates their templates once. But each change compiles all of them again, and the names in
+# the unnamed namespaces of a folder must differ, except for those that a local name shadows. CI
+# also builds without it, so that each file includes what it uses.
+option(TARNBASE_UNITY_BUILD "Compile several files of the tools at a time" OFF)
+
+#   tarnbase_unity_build(<target> [EXCEPT <folder>...])
+#     The files of the excepted folders are compiled one by one.
+function(tarnbase_unity_build target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "EXCEPT")
+  if(NOT TARNBASE_UNITY_BUILD)
+    return()
+  endif()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  target_compile_options(${target} PRIVATE -Wno-shadow)
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    cmake_path(GET source PARENT_PATH folder)
+    if(folder IN_LIST arg_EXCEPT)
+      continue()
+    endif()
+    string(MAKE_C_IDENTIFIER "${folder}" name)
+    list(APPEND in_${name} ${source})
+    list(LENGTH in_${name} count)
+    math(EXPR part "(${count} - 1) / 8")
+    set_source_files_properties(${source} PROPERTIES UNITY_GROUP "${name}_${part}")
+  endforeach()
+endfunction()
+
 # Symbols are bound and relocated data is read-only before anything runs; the stack isn't
 # executable. Debug information is found by the build id.
 include(CheckPIESupported)
