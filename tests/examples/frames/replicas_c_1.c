@@ -22,7 +22,7 @@ static uint32_t insert_server(kel_handle *handle, uint32_t tx) {
     uint32_t err = 0;
     kel_vstring sname;
     kel_vstring_refer(&sname, "ldap1.example.net", 17);
-    kel_table *table = tbl_ldap_conn_table_open(handle, tx, "ldap", 0, &err);
+    kel_table *table = tbl_ldap_conn_table_open(handle, KEL_TX_NONE, "ldap", 0, &err);
     if (table == NULL) return err;
     kel_record *record = tbl_ldap_conn_create_record(handle, tx, &err);
     st_ldap_conn *conn = st_ldap_conn_create(handle, tx);
@@ -40,7 +40,7 @@ static uint32_t make_store(void) {
     uint32_t tx;
     uint32_t err = kel_store_open_or_create("first.store", NULL, &store);
     if (err != 0) return err;
-    err = kel_handle_create(store, 0, &handle);
+    err = kel_handle_create(store, 1, &handle);
     if (err == 0) err = kel_transaction_begin(handle, &tx);
     if (err == 0) {
         err = insert_server(handle, tx);

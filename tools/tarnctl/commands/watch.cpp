@@ -336,7 +336,7 @@ The exit status is 0 when a signal, --timeout or --count ends it, and 1 when
 
 Examples:
   tarnctl watch ldap_conn --store net.store
-  tarnctl watch ldap_conn --where num_conns=0 --columns num_conns --store net.store
+  tarnctl watch ldap_conn --where num_conns=0 --columns num_conns -s net.store
   tarnctl watch --all --json --cursor seen --store net.store
   tarnctl watch aaa_servers --count 1 --timeout 10 --store net.store)";
 
