@@ -38,6 +38,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/flusher.cpp
   store/follower.cpp
   store/frame_content.cpp
+  store/granule_set.cpp
   store/image.cpp
   store/journal.cpp
   store/kept_pages.cpp

@@ -11,6 +11,9 @@ namespace tarnbase::runtime {
 
 namespace {
 
+// A set that had more events than this frees their memory.
+constexpr std::size_t most_kept_events = 65536;
+
 // The bits of a word for the granules [first, end) of a page.
 constexpr std::uint64_t bits_between(std::uint64_t first, std::uint64_t end, std::uint64_t word) {
     const std::uint64_t from = std::max(first, word * 64) - word * 64;
@@ -68,8 +71,8 @@ void ChangeSet::each_run(Visit visit) {
 template <typename Visit>
 void ChangeSet::each_block(Visit visit) const {
     for (std::size_t i = 0, end = 0; i < blocks_.size(); i = end) {
-        while (end < blocks_.size() && blocks_[end].offset == blocks_[i].offset) ++end;
-        visit(blocks_[i].offset, !blocks_[i].is_allocation, blocks_[end - 1].is_allocation);
+        while (end < blocks_.size() && blocks_[end].offset() == blocks_[i].offset()) ++end;
+        visit(blocks_[i].offset(), !blocks_[i].is_allocation(), blocks_[end - 1].is_allocation());
     }
 }
 
@@ -80,8 +83,13 @@ ChangeSet::PageMarks &ChangeSet::marks_of(std::uint64_t page) {
 }
 
 void ChangeSet::add(std::uint64_t offset, bool is_allocation) noexcept {
+    // A frame can't contain as many.
+    if (blocks_.size() >> BlockEvent::number_bits != 0) {
+        incomplete_ = true;
+        return;
+    }
     try {
-        blocks_.push_back({offset, blocks_.size(), is_allocation});
+        blocks_.emplace_back(offset, blocks_.size(), is_allocation);
     } catch (const std::bad_alloc &) {
         incomplete_ = true;
     }
@@ -105,6 +113,7 @@ void ChangeSet::unmark(std::uint64_t offset, std::uint64_t length) {
 }
 
 void ChangeSet::clear() {
+    if (blocks_.size() > most_kept_events) std::vector<BlockEvent>().swap(blocks_);
     blocks_.clear();
     for (const std::uint64_t page : pages_in_use_) {
         PageMarks &marks = *pages_[page];

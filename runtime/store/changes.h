@@ -63,7 +63,7 @@ class ChangeSet {
     // The number of block events, to return to with `forget_blocks`.
     std::size_t block_events() const { return blocks_.size(); }
     void forget_blocks(std::size_t first) {
-        std::erase_if(blocks_, [&](const BlockEvent &event) { return event.number >= first; });
+        std::erase_if(blocks_, [&](const BlockEvent &event) { return event.number() >= first; });
     }
     // After a rollback: the blocks that were allocated are free again.
     void keep_marks() {
@@ -74,12 +74,23 @@ class ChangeSet {
  private:
     static constexpr std::uint64_t granules_in_page = page_size / granule;
 
-    struct BlockEvent {
-        std::uint64_t offset;
-        std::uint64_t number;  // in order of time
-        bool is_allocation;
+    // An allocation or a release in a word: the events of a block order by time.
+    class BlockEvent {
+     public:
+        static constexpr unsigned number_bits = 27;
+
+        BlockEvent(std::uint64_t offset, std::uint64_t number, bool is_allocation)
+            : word_(offset / granule << (number_bits + 1) | number << 1 |
+                    static_cast<std::uint64_t>(is_allocation)) {}
+        std::uint64_t offset() const { return (word_ >> (number_bits + 1)) * granule; }
+        std::uint64_t number() const { return (word_ >> 1) % (1ULL << number_bits); }
+        bool is_allocation() const { return word_ % 2 != 0; }
         auto operator<=>(const BlockEvent &) const = default;
+
+     private:
+        std::uint64_t word_;
     };
+    static_assert(most_offset / granule <= 1ULL << (63 - BlockEvent::number_bits));
     // The granules of a page of the store, a bit each, and a bit for each word that isn't zero.
     struct PageMarks {
         std::uint64_t words_in_use = 0;

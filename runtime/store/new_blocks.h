@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// The blocks that an open transaction allocated last. Changes of their bytes needn't be logged:
+// The blocks that an open transaction has allocated. Changes of their bytes needn't be logged:
 // a rollback frees the block, and a commit publishes it whole.
 #ifndef TARNBASE_RUNTIME_STORE_NEW_BLOCKS_H
 #define TARNBASE_RUNTIME_STORE_NEW_BLOCKS_H
@@ -8,36 +8,42 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "runtime/store/granule_set.h"
+
 namespace tarnbase::runtime {
 
 class NewBlocks {
  public:
-    void add(const void *block, std::uint64_t size) {
-        blocks_[next_] = {address_of(block), size};
-        next_ = (next_ + 1) % blocks_.size();
+    // Offsets are from the store's base.
+    void add(std::uint64_t offset, std::uint64_t size) {
+        Block &oldest = last_[next_];
+        if (oldest.size != 0) others_.insert(oldest.offset, oldest.size);
+        oldest = {offset, size};
+        next_ = (next_ + 1) % last_.size();
     }
-    // False also for blocks that are new, but not among the last ones.
-    bool contain(const void *address, std::uint64_t length) const {
-        for (const Block &block : blocks_) {
-            const std::uintptr_t offset = address_of(address) - block.address;
-            if (offset < block.size && length <= block.size - offset) return true;
+    // Whether bytes, which may be anywhere, are in one. Without memory some are forgotten.
+    bool contain(std::uint64_t offset, std::uint64_t length) const {
+        for (const Block &block : last_) {
+            const std::uint64_t inside = offset - block.offset;
+            if (inside < block.size && length <= block.size - inside) return true;
         }
-        return false;
+        return !others_.is_empty() && others_.contains(offset, length);
     }
-    void clear() { blocks_ = {}; }
+    void clear() {
+        last_ = {};
+        if (!others_.is_empty()) others_.clear();
+    }
 
  private:
     struct Block {
-        std::uintptr_t address = 0;
+        std::uint64_t offset = 0;
         std::uint64_t size = 0;
     };
 
-    static std::uintptr_t address_of(const void *block) {
-        return reinterpret_cast<std::uintptr_t>(block);
-    }
-
-    std::array<Block, 4> blocks_;
+    // Most transactions have no others.
+    std::array<Block, 4> last_;
     std::size_t next_ = 0;
+    GranuleSet others_;
 };
 
 }  // namespace tarnbase::runtime

@@ -54,7 +54,7 @@ void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     if (block == nullptr) return fail_allocation(size);
     if (slot != nullptr) {
         slot->undo.allocated(block);
-        slot->new_blocks.add(block, size);
+        slot->new_blocks.add(offset_of(block), size);
     }
     if (sharing != nullptr) sharing->changes().allocated(offset_of(block));
     return block;
@@ -86,7 +86,7 @@ void kel_store::log_write(std::uint32_t tx_id, const void *address, std::uint64_
     TransactionSlot *slot = transaction(tx_id);
     // There is nothing to undo, and no process to publish to.
     if (slot == nullptr && sharing == nullptr) return;
-    if (slot != nullptr && slot->new_blocks.contain(address, length)) return;
+    if (slot != nullptr && slot->new_blocks.contain(offset_of(address), length)) return;
     // At a rollback, memory outside the store may be gone or in use for something else.
     if (!contains(address, length)) return;
     if (!may_change(slot)) {

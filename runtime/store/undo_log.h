@@ -1,24 +1,23 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // The undo log of a transaction, in this process's own memory: chunks chained from the newest
-// to the oldest. Entries follow each other upward in a chunk; each ends with a trailer, so that
-// they can be read backwards, newest first:
+// to the oldest. Entries of words of 8 bytes follow each other upward in a chunk. The last word of
+// each has its kind in the lowest 4 bits, so that they can be read backwards, newest first:
 //
-//   offset  size  member
-//        0     n  bytes of the entry, padded to a multiple of 8
-//      n+0     8  address
-//      n+8     4  length, or delta
-//     n+12     4  kind
+//   kind                words                               what undoing does
+//   1 old bytes         the bytes, padded; the address;     copies the bytes back to the address
+//                       16 * length + kind
+//   2 delta             the address; 16 * delta + kind      subtracts the delta from the 64-bit
+//                                                           counter at the address
+//   3 allocated         address + kind                      frees the block at the address
+//   4 deferred free     address + kind                      nothing; a commit frees the block at
+//                                                           the address
 //
-//   kind                what undoing does
-//   1 old bytes         copies the n = length bytes back to the address
-//   2 delta             subtracts the delta from the 64-bit counter at the address
-//   3 allocated         frees the block at the address
-//   4 deferred free     nothing; a commit frees the block at the address
-//
-// Only a delta may have an address outside the store.
+// Only a delta may have an address outside the store. Deltas of a counter are added up in one
+// entry, as long as it is among the last ones.
 #ifndef TARNBASE_RUNTIME_STORE_UNDO_LOG_H
 #define TARNBASE_RUNTIME_STORE_UNDO_LOG_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -57,12 +56,20 @@ class UndoLog {
 
  private:
     enum class Kind : std::uint32_t { old_bytes = 1, delta, allocated, deferred_free };
-    struct Trailer {
-        void *address;
-        std::uint32_t length;
+    struct Entry {
         Kind kind;
+        std::uint32_t number;  // length, or delta
+        void *address;
+        std::size_t start;  // in its chunk
     };
-    static_assert(sizeof(Trailer) == 16);
+    // An entry of a delta, whose last word is `word`.
+    struct Delta {
+        const void *address;
+        char *word;
+    };
+
+    static constexpr unsigned number_at = 4;
+    static constexpr std::uint64_t kind_mask = (1ULL << number_at) - 1;
 
     static constexpr std::size_t chunk_bytes = 65536 - 64;
     struct Chunk {
@@ -75,17 +82,23 @@ class UndoLog {
     // A spare one or a new one; null: no memory.
     std::unique_ptr<Chunk> take_chunk();
     bool ensure_space(std::size_t bytes);
-    bool append(Kind kind, const void *address, std::uint32_t length, const void *payload,
-                std::uint32_t payload_length);
-    // The last entry that ends at `end` of a chunk, and where it starts.
-    static Trailer entry_before(const Chunk &chunk, std::size_t end, std::size_t &start);
-    static void restore(const Trailer &trailer, const char *payload);
+    // The place of an entry of so many words, which are then stored; null: no memory.
+    char *extend(std::size_t bytes);
+    void append_block(Kind kind, const void *block);
+    void append_old_bytes(const char *bytes, std::uint32_t length);
+    bool add_to_known(const void *address, std::int32_t delta);
+    void forget_deltas(const char *bytes, std::uint64_t length);
+    // The entry that ends at `end` of a chunk.
+    static Entry entry_before(const Chunk &chunk, std::size_t end);
+    static void restore(const Entry &entry, const char *payload);
     void drop_newest();
 
     std::unique_ptr<Chunk> newest_;
     std::unique_ptr<Chunk> spare_;  // chunks of earlier transactions, a chain too
     std::uint32_t spares_ = 0;
     LoggedRanges logged_;
+    std::array<Delta, 8> deltas_{};  // the last ones
+    std::size_t next_delta_ = 0;
     std::uint64_t deferred_frees_ = 0;
     bool incomplete_ = false;
 };
@@ -94,11 +107,10 @@ template <typename Release>
 void UndoLog::roll_back(Release release) {
     for (; newest_ != nullptr; drop_newest()) {
         while (newest_->used > 0) {
-            std::size_t start = 0;
-            const Trailer trailer = entry_before(*newest_, newest_->used, start);
-            restore(trailer, newest_->bytes + start);
-            if (trailer.kind == Kind::allocated) release(trailer.address);
-            newest_->used = start;
+            const Entry entry = entry_before(*newest_, newest_->used);
+            restore(entry, newest_->bytes + entry.start);
+            if (entry.kind == Kind::allocated) release(entry.address);
+            newest_->used = entry.start;
         }
     }
     clear();
@@ -109,10 +121,11 @@ void UndoLog::each_deferred_free(Visit visit) const {
     std::uint64_t left = deferred_frees_;
     for (const Chunk *chunk = newest_.get(); chunk != nullptr && left > 0;
          chunk = chunk->previous.get()) {
-        for (std::size_t end = chunk->used, start = 0; end > 0 && left > 0; end = start) {
-            const Trailer trailer = entry_before(*chunk, end, start);
-            if (trailer.kind != Kind::deferred_free) continue;
-            visit(trailer.address);
+        for (std::size_t end = chunk->used; end > 0 && left > 0;) {
+            const Entry entry = entry_before(*chunk, end);
+            end = entry.start;
+            if (entry.kind != Kind::deferred_free) continue;
+            visit(entry.address);
             left -= 1;
         }
     }

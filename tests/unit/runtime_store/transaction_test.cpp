@@ -179,6 +179,42 @@ TEST_F(Transactions, AWriteLongerThanAChunkOfTheLogIsRolledBackWhole) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
+TEST_F(Transactions, DeltasOfACounterAreUndoneAroundItsOldBytes) {
+    auto *counter = static_cast<std::uint64_t *>(store.allocate(8));
+    *counter = 100;
+    const auto count = [&](std::uint32_t tx, std::int32_t delta) {
+        store.handle->delta_log_hook(store.handle->arena, counter, delta, tx);
+        *counter += static_cast<std::uint64_t>(std::int64_t{delta});
+    };
+    const std::uint32_t tx = store.begin();
+    count(tx, 3);
+    count(tx, -5);
+    store.set<std::uint64_t>(tx, counter, 4711);
+    count(tx, 1);
+    count(tx, 1);
+    store.set<std::uint64_t>(tx, counter, 4712);
+    count(tx, 10);
+    store.roll_back(tx);
+    EXPECT_EQ(*counter, 100U);
+}
+
+TEST_F(Transactions, DeltasOfManyCountersAreUndoneWhateverTheirSum) {
+    constexpr std::uint64_t counters = 20;
+    auto *counter = static_cast<std::uint64_t *>(store.allocate(counters * 8));
+    const std::uint32_t tx = store.begin();
+    for (int round = 0; round < 3; ++round) {
+        for (std::uint64_t i = 0; i < counters; ++i) {
+            for (int twice = 0; twice < 2; ++twice) {
+                store.handle->delta_log_hook(store.handle->arena, counter + i, INT32_MAX, tx);
+                counter[i] += INT32_MAX;
+            }
+        }
+    }
+    counter[7] += 5;
+    store.roll_back(tx);
+    for (std::uint64_t i = 0; i < counters; ++i) EXPECT_EQ(counter[i], i == 7 ? 5U : 0U);
+}
+
 TEST_F(Transactions, ABlockFreedStaysUntilCommit) {
     auto *block = static_cast<std::uint32_t *>(store.allocate(64));
     *block = 42;
