@@ -66,7 +66,9 @@ std::uint32_t Follower::check_address(const Checkpoint &checkpoint) const {
 std::uint32_t Follower::open_with(std::uint64_t sequence, Checkpoint &checkpoint) {
     const StoreId &id = store_.control.page().id;
     std::vector<std::uint64_t> positions = checkpoint_positions(store_.folder.descriptor());
-    if (sequence == oldest_sequence) positions.resize(std::min<std::size_t>(positions.size(), 1));
+    if (sequence == oldest_sequence && !positions.empty()) {
+        positions.erase(positions.begin() + 1, positions.end());
+    }
     std::uint64_t first = 0;
     for (; !positions.empty(); positions.pop_back()) {
         const std::uint32_t error =
