@@ -52,19 +52,26 @@ struct Path {
 // the node isn't there.
 bool find_address(IndexPage *page, const kel_index_node *node, Path &path);
 
-// Prefetches a page that is about to be searched, all lines at once. Inline: a call of a function
-// that only prefetches has no effect that gcc 12 would keep it for.
+// Any address may be prefetched. Inline: a call of a function that only prefetches has no effect
+// that gcc 12 would keep it for.
+[[gnu::always_inline]] inline void prefetch(std::uintptr_t address) {
+    __builtin_prefetch(reinterpret_cast<const void *>(address));
+}
+// Prefetches a page that is about to be searched, all lines at once; it may be null.
 [[gnu::always_inline]] inline void prefetch_page(const IndexPage *page) {
-    const char *bytes = reinterpret_cast<const char *>(page);
-    for (std::size_t line = 0; line < sizeof *page; line += 64) __builtin_prefetch(bytes + line);
+    const auto first = reinterpret_cast<std::uintptr_t>(page);
+    for (std::size_t line = 0; line < sizeof *page; line += 64) prefetch(first + line);
 }
 // Prefetches what a comparison with the node of an entry reads.
 [[gnu::always_inline]] inline void prefetch_key(const PageEntry &entry) {
-    const char *node = static_cast<const char *>(entry.address);
-    __builtin_prefetch(node);
-    __builtin_prefetch(node + sizeof(kel_index_node));
-    __builtin_prefetch(node + std::int64_t{16} * entry.hints.object);
-    __builtin_prefetch(node + std::int64_t{16} * entry.hints.text);
+    const auto node = reinterpret_cast<std::uintptr_t>(entry.address);
+    const auto at = [&](std::int32_t hint) {
+        return node + static_cast<std::uintptr_t>(std::int64_t{16} * hint);
+    };
+    prefetch(node);
+    prefetch(node + sizeof(kel_index_node));
+    prefetch(at(entry.hints.object));
+    prefetch(at(entry.hints.text));
 }
 
 // Slots of a page: those before `first` have smaller keys than the target, those from `end` on
