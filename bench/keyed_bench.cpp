@@ -26,7 +26,7 @@
 namespace {
 
 constexpr std::uint32_t most_searched = 200'000;
-constexpr std::uint32_t most_committed = 20'000;
+constexpr std::uint32_t most_committed = 100'000;
 constexpr std::uint32_t least_steps = 100'000;  // of a cell in a small table, in several rounds
 
 // The keys of a run. A record's number is the position of the next key to search, so that a search
