@@ -148,7 +148,8 @@ void Emitter::emit_module() {
     module_.set("tables_by_luid", sorted);
     files_["module.cpp"] = render("module.cpp", module_);
     files_["include/tarnbase/tarnbase.h"] = render("tarnbase.h", module_);
-    files_["gdb_schema.py"] = render("gdb_schema.py", module_);
+    for (const char *schema_as_data : {"gdb_schema.py", "wireshark_schema.lua"})
+        files_[schema_as_data] = render(schema_as_data, module_);
 }
 
 // The schema as data, for programs that work on any table.

@@ -12,6 +12,7 @@
 //   exports.txt         exported symbols: F function, W weak function, D data
 //   exports.map         linker version script
 //   gdb_schema.py       fields and enumerators, for the printers in gdb/
+//   wireshark_schema.lua  the same and the tables, for the dissector in wireshark/
 #ifndef TARNC_EMIT_H
 #define TARNC_EMIT_H
 
