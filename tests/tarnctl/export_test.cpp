@@ -153,8 +153,8 @@ TEST_F(Export, RefusesAnUnknownSuffix) {
     expect_refusals({{2,
                       {"export", "-o", path},
                       "tarnctl: --output `" + path +
-                          "`: expected a name that ends in .xml, .json or .frames; --format "
-                          "chooses the form for any other\n"}});
+                          "`: expected a name that ends in .xml, .json, .yang.json or "
+                          ".frames; --format chooses the form for any other\n"}});
     EXPECT_FALSE(std::filesystem::exists(path));
     EXPECT_EQ(on_store({"export", "-o", path, "--format", "json"}).exit_code, 0);
     EXPECT_TRUE(std::filesystem::exists(path));

@@ -118,6 +118,7 @@ Context context_of(const Schema &schema, const Enumeration &enumeration) {
         enumerator.set("enumerator", each.name);
         enumerator.set("value", text(each.value));
         enumerator.set("quoted_meaning", quoted(each.meaning));
+        enumerator.set("described", flag(!each.meaning.empty()));
         enumerator.set("comment", each.meaning.empty() ? "" : " /* " + each.meaning + " */");
         enumerator.set("last", flag(&each == &enumeration.enumerators.back()));
         list.push_back(enumerator);

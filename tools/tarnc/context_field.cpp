@@ -76,6 +76,25 @@ std::string layout_line(const Field &field) {
            " " + field.name;
 }
 
+std::string yang_type(const Field &field) {
+    constexpr std::size_t suffix = 2;  // of "uint32_t"
+    const std::string c_type = field.facts().c_type;
+    switch (field.kind) {
+        case FieldKind::boolean:
+            return "boolean";
+        case FieldKind::enumeration:
+            return field.type;
+        case FieldKind::vstring:
+            return "string";
+        case FieldKind::address:
+            return "inet:ip-address-no-zone";
+        case FieldKind::structure:
+            return "";
+        default:
+            return c_type.substr(0, c_type.size() - suffix);
+    }
+}
+
 }  // namespace
 
 Context context_of(const Schema &schema, const Structure &structure, const Field &field) {
@@ -97,6 +116,10 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("access", is_item ? field.type : field.facts().c_type);
     context.set("single", flag(!is_array));
     context.set("array", flag(is_array));
+    context.set("nested", flag(field.structure != nullptr));
+    context.set("leaf", flag(!is_array && field.structure == nullptr));
+    context.set("yang_type", yang_type(field));
+    context.set("measured", flag(!field.unit.empty()));
     context.set("object", flag(!is_array && !field.has_plain_value()));
     context.set("enumerated", flag(field.kind == FieldKind::enumeration));
     context.set("texts", flag(has_text(field)));

@@ -150,6 +150,7 @@ void Emitter::emit_module() {
     files_["include/tarnbase/tarnbase.h"] = render("tarnbase.h", module_);
     for (const char *schema_as_data : {"gdb_schema.py", "wireshark_schema.lua"})
         files_[schema_as_data] = render(schema_as_data, module_);
+    files_[schema_.module + ".yang"] = render("module.yang", module_);
 }
 
 // The schema as data, for programs that work on any table.

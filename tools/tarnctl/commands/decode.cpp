@@ -89,7 +89,9 @@ std::vector<uint8_t> from_hex(const std::string &file, const std::string &text) 
 std::optional<Format> export_form(std::string_view bytes) {
     const std::optional<Format> format = format_of_content(bytes);
     if (!format || *format == Format::frames) return std::nullopt;
-    const std::string_view root = *format == Format::json ? "\"tarnbase\"" : "<tarnbase";
+    const std::string_view root = *format == Format::json        ? "\"tarnbase\""
+                                  : *format == Format::yang_json ? "\"tarnbase:tables\""
+                                                                 : "<tarnbase";
     const bool has_root = bytes.substr(0, 256).find(root) != std::string_view::npos;
     return has_root ? format : std::nullopt;
 }
@@ -111,7 +113,7 @@ void check_input(const Options &options, std::string_view bytes) {
     if (bytes.empty()) refuse("empty; expected wire bytes");
     if (const std::optional<Format> format = export_form(bytes))
         refuse(fmt::format("this is {} export, not a frame; tarnctl import and diff read it",
-                           *format == Format::json ? "a JSON" : "an XML"));
+                           *format == Format::xml ? "an XML" : "a JSON"));
 }
 
 bool looks_like_hex(const std::string &text) {

@@ -19,7 +19,7 @@ namespace tarnctl {
 namespace {
 
 constexpr const char *footer = R"(
-The document has the records of all tenants and sources, in one of three forms:
+The document has the records of all tenants and sources, in one of four forms:
 
 JSON: a record a line. It can represent all values; bytes that aren't UTF-8 are
 {"hex": "00ff"}, and a number beyond 2^53 is a string of its digits, because many
@@ -31,6 +31,10 @@ with a value that no enumerator has: such a record ends the export. With --skip 
 is left out and reported, and the exit status is 3. With --escape its element has
 escaped="true" and each such byte as \x and two hexadecimal digits, a backslash
 as two, and such a value as its number; import reads it back.
+
+yang-json: the JSON of the YANG module that is installed with tarnctl (RFC 7951),
+for tools of network management. It can't represent what XML can't; --skip leaves
+it out.
 
 frames: the wire form, the fastest from store to store. It can represent all
 values.
@@ -85,9 +89,11 @@ std::vector<Instance> chosen(const Store &store, const std::vector<std::string> 
 
 Format format_of(const Options &options) {
     const Format format = chosen_format(options.format, options.output);
-    if (format != Format::xml && (options.skip || options.escape))
+    if (options.skip && format != Format::xml && format != Format::yang_json)
         throw Failure(Exit::usage,
-                      "--skip and --escape: only XML has records that it can't represent");
+                      "--skip: only XML and YANG have records that they can't represent");
+    if (options.escape && format != Format::xml)
+        throw Failure(Exit::usage, "--escape: only XML has escaped records");
     return format;
 }
 
@@ -140,11 +146,11 @@ void declare_export(cli::Command &program, Exit &status) {
     command.argument("TABLE", cli::into(options->tables),
                      "Table to export, each instance of it unless one is named; all by default");
     command.option("-f,--format", "FORM", cli::one_of(format_names, options->format),
-                   "Form of the document: xml, json or frames; by default that of the file's "
-                   "suffix, else json");
+                   "Form of the document: xml, json, yang-json or frames; by default that of "
+                   "the file's suffix, else json");
     command.option("-o,--output", "FILE", cli::into(options->output),
                    "File to write; standard output by default");
-    command.flag("--skip", options->skip, "Leave out the records that XML can't represent")
+    command.flag("--skip", options->skip, "Leave out the records that the form can't represent")
         .excludes("escape");
     command.flag("--escape", options->escape,
                  "Escape what XML can't represent, in a form that import reads back");

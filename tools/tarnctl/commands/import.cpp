@@ -123,7 +123,8 @@ void add_input_options(cli::Command &command, Options &options) {
     command.argument("FILE", cli::into(options.input), "Document to read; - is standard input")
         .required();
     command.option("-f,--format", "FORM", cli::one_of(format_names, options.format),
-                   "Form of the document: xml, json or frames; by default that of its first bytes");
+                   "Form of the document: xml, json, yang-json or frames; by default that of its "
+                   "first bytes");
     command.option("-T,--table", "TABLE", cli::into(options.tables),
                    "Import only the records of this table; may be given several times");
 }

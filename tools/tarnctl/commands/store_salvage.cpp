@@ -25,11 +25,10 @@ namespace {
 
 constexpr const char *footer = R"(
 STORE may have damaged pages, a log that is torn, or no control file. Each record that
-is sound is written, in the form of the name's suffix: .json, .xml or .frames. import
-reads all of them. One wrong bit in a page is put right; no value is taken from another
-page with a wrong checksum. A table whose
-name is lost is named salvaged-NUMBER. STORE isn't changed; no other process should
-write to it meanwhile.
+is sound is written, in the form of the name's suffix: .json, .xml, .yang.json or
+.frames. import reads all of them. One wrong bit in a page is put right; no value is
+taken from another page with a wrong checksum. A table whose name is lost is named
+salvaged-NUMBER. STORE isn't changed; no other process should write to it meanwhile.
 
 Each loss is a line on standard error, and then, for each table, how many of its
 records were saved and lost, as far as that can be known. The exit status is 0 if
@@ -179,8 +178,8 @@ void declare_store_salvage(cli::Command &group, Exit &status) {
                 "File to write; it must not exist")
         .required();
     command.option("-f,--format", "FORM", cli::one_of(format_names, options->format),
-                   "Form of the document: xml, json or frames; by default that of the file's "
-                   "suffix, else json");
+                   "Form of the document: xml, json, yang-json or frames; by default that of "
+                   "the file's suffix, else json");
     add_json_option(command, options->json);
     command.notes = footer;
     command.action = [options, &status] { run(*options, status); };

@@ -7,6 +7,7 @@
 namespace tarnctl {
 
 std::optional<Format> format_of_name(std::string_view path) {
+    if (path.ends_with(".yang.json")) return Format::yang_json;
     for (const auto &[name, format] : format_names) {
         if (path.ends_with("." + name)) return format;
     }
@@ -20,8 +21,11 @@ std::optional<Format> format_of_content(std::string_view beginning) {
     const std::size_t first = beginning.find_first_not_of(" \t\r\n");
     if (first == std::string_view::npos) return std::nullopt;
     if (beginning[first] == '<') return Format::xml;
-    if (beginning[first] == '{') return Format::json;
-    return std::nullopt;
+    if (beginning[first] != '{') return std::nullopt;
+    const std::size_t name = beginning.find_first_not_of(" \t\r\n", first + 1);
+    const bool is_yang =
+        name != std::string_view::npos && beginning.substr(name).starts_with("\"tarnbase:");
+    return is_yang ? Format::yang_json : Format::json;
 }
 
 std::string_view advice_on_version(std::string_view version) {

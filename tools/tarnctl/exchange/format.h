@@ -11,13 +11,15 @@
 
 namespace tarnctl {
 
-enum class Format { xml, json, frames };
+enum class Format { xml, json, yang_json, frames };
 
 // Their names on the command line.
-inline const std::map<std::string, Format> format_names = {
-    {"xml", Format::xml}, {"json", Format::json}, {"frames", Format::frames}};
+inline const std::map<std::string, Format> format_names = {{"xml", Format::xml},
+                                                           {"json", Format::json},
+                                                           {"yang-json", Format::yang_json},
+                                                           {"frames", Format::frames}};
 
-// By the end of a file's name: .xml, .json or .frames.
+// By the end of a file's name: .xml, .json, .yang.json or .frames.
 std::optional<Format> format_of_name(std::string_view path);
 // By the first bytes of a document.
 std::optional<Format> format_of_content(std::string_view beginning);

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/core.h>
 
-#include <algorithm>
-#include <iterator>
-#include <unordered_map>
+#include <charconv>
+#include <optional>
 
 #include "base/utf8.h"
 #include "exchange/json_parser.h"
+#include "exchange/json_record.h"
 #include "exchange/sink.h"
 #include "model/json.h"
-#include "model/state.h"
 
 namespace tarnctl {
 namespace {
@@ -17,13 +16,39 @@ namespace {
 // The objects and arrays that are open.
 enum class Level { outside, root, document, tables, table, records };
 
+// How the two forms in JSON differ (json_writer.h, yang_writer.h).
+struct Dialect {
+    std::string_view root;      // member with the document
+    std::string_view tables;    // member of the document with the tables
+    std::string_view expected;  // the beginning
+    bool is_yang;
+};
+constexpr Dialect plain{"tarnbase", "tables", "{\"tarnbase\": {\"format\": 1, \"tables\": [...]}}",
+                        false};
+constexpr Dialect yang{"tarnbase:tables", "table", "{\"tarnbase:tables\": {\"table\": [...]}}",
+                       true};
+
+// A number, or in YANG's form its digits.
+std::optional<uint64_t> id_of(JsonView json) {
+    const auto text = json.string();
+    if (!text) return json.unsigned_number();
+    uint64_t id = 0;
+    const auto [stop, error] = std::from_chars(text->data(), text->data() + text->size(), id);
+    const bool is_whole = error == std::errc() && stop == text->data() + text->size();
+    return is_whole ? std::optional(id) : std::nullopt;
+}
+
 class JsonReader : public JsonEvents {
  public:
-    JsonReader(Input &input, const ReadOptions &options, Sink &sink)
-        : input_(input), options_(options), sink_(sink) {}
+    JsonReader(Input &input, const ReadOptions &options, const Dialect &dialect, Sink &sink)
+        : input_(input),
+          options_(options),
+          dialect_(dialect),
+          sink_(sink),
+          has_format_(dialect.is_yang) {}
 
     void finish() const {
-        if (!complete_) fail("expected {\"tarnbase\": {\"format\": 1, \"tables\": [...]}}");
+        if (!complete_) fail(fmt::format("expected {}", dialect_.expected));
     }
 
     // Returns false for values that are read as a whole.
@@ -32,15 +57,16 @@ class JsonReader : public JsonEvents {
             case Level::outside:
                 return enter(!array, Level::root, "an object");
             case Level::root:
-                return member_ == "tarnbase" && enter(!array, Level::document, "an object");
+                return member_ == dialect_.root && enter(!array, Level::document, "an object");
             case Level::document:
-                if (member_ == "tables" && !has_format_) fail("expected `format` before `tables`");
-                return member_ == "tables" && enter(array, Level::tables, "an array");
+                if (member_ != dialect_.tables) return false;
+                if (!has_format_) fail("expected `format` before `tables`");
+                return enter(array, Level::tables, "an array");
             case Level::tables:
                 begin_table();
                 return enter(!array, Level::table, "an object");
             case Level::table:
-                if (member_ != "records") return false;
+                if (!is_records()) return false;
                 if (array) open_table();
                 return enter(array, Level::records, "an array");
             default:
@@ -50,7 +76,9 @@ class JsonReader : public JsonEvents {
 
     void closes() override {
         if (level_ == Level::document) complete_ = has_tables_;
-        if (level_ == Level::table && !open_) fail("expected `records`, an array");
+        if (level_ == Level::table && !open_)
+            fail(dialect_.is_yang ? "expected the records, an array named as the table's type"
+                                  : "expected `records`, an array");
         level_ = static_cast<Level>(static_cast<int>(level_) - 1);
     }
 
@@ -58,8 +86,10 @@ class JsonReader : public JsonEvents {
 
     void value(JsonView json, const JsonLines &lines) override {
         if (level_ == Level::records) {
-            sink_.take(place(lines.begin),
-                       [&](Draft &draft, std::string &where) { build(json, lines, draft, where); });
+            sink_.take(place(lines.begin), [&](Draft &draft, std::string &where) {
+                const JsonRecord record{json, lines, [this](uint64_t line) { return place(line); }};
+                read_json_record(record, {options_.lenient, dialect_.is_yang}, draft, where);
+            });
             return;
         }
         at_line([&] { take_member(json); });
@@ -90,24 +120,33 @@ class JsonReader : public JsonEvents {
         }
     }
 
+    // Whether the member of a table is its records: in YANG's form the table's type is their name.
+    bool is_records() const {
+        if (!dialect_.is_yang) return member_ == "records";
+        return member_ != "name" && member_ != "id" &&
+               (!options_.lenient || catalogue.table(member_) != nullptr);
+    }
+
     // An unknown member.
     void unknown_member(const std::vector<std::string_view> &known) const {
         if (!options_.lenient) throw no_such(Exit::data, "member", one_line(member_), known);
     }
 
     void take_member(JsonView json) {
-        if (level_ == Level::root) unknown_member({"tarnbase"});
+        if (level_ == Level::root) unknown_member({dialect_.root});
         else if (level_ == Level::document) take_format(json);
         else if (level_ == Level::table) take_table_member(json);
         else
-            throw Failure(Exit::data, level_ == Level::tables ? "expected a table, an object"
-                                                              : "expected {\"tarnbase\": ...}");
+            throw Failure(Exit::data, level_ == Level::tables
+                                          ? "expected a table, an object"
+                                          : fmt::format("expected {{\"{}\": ...}}", dialect_.root));
     }
 
     void take_format(JsonView json) {
-        if (member_ == "tables") throw Failure(Exit::data, "tables: expected an array");
-        if (member_ != "format") {
-            unknown_member({"format", "tables"});
+        if (member_ == dialect_.tables)
+            throw Failure(Exit::data, fmt::format("{}: expected an array", member_));
+        if (member_ != "format" || dialect_.is_yang) {
+            unknown_member({dialect_.is_yang ? "" : "format", dialect_.tables});
             return;
         }
         if (!json.equals(format_version))
@@ -122,10 +161,11 @@ class JsonReader : public JsonEvents {
     }
 
     void take_table_member(JsonView json) {
-        if (member_ == "table") take_type(json);
+        if (member_ == "table" && !dialect_.is_yang) take_type(json);
         else if (member_ == "name") take_name(json);
         else if (member_ == "id") take_id(json);
-        else if (member_ == "records") throw Failure(Exit::data, "records: expected an array");
+        else if (is_records())
+            throw Failure(Exit::data, fmt::format("{}: expected an array", member_));
         else unknown_member({"table", "name", "id", "records"});
     }
 
@@ -143,12 +183,13 @@ class JsonReader : public JsonEvents {
     }
 
     void take_id(JsonView json) {
-        head_.id = json.unsigned_number();
+        head_.id = id_of(json);
         if (!head_.id) throw Failure(Exit::data, "id: expected a number");
         named_ = true;
     }
 
     void open_table() {
+        if (dialect_.is_yang) at_line([&] { head_.table = &table_in_document(member_); });
         if (head_.table == nullptr || !named_)
             fail("expected `table` and `name` (or `id`) before `records`");
         if (open_) fail("records: it is given twice");
@@ -156,99 +197,34 @@ class JsonReader : public JsonEvents {
         at_line([&] { sink_.begin_table(head_); });
     }
 
-    static int64_t number_of(JsonView json, std::string_view name, int64_t smallest,
-                             int64_t largest) {
-        const std::optional<int64_t> number = json.signed_number();
-        if (!number || *number < smallest || *number > largest)
-            throw Failure(Exit::data, fmt::format("{}: expected a number from {} to {}", name,
-                                                  smallest, largest));
-        return *number;
-    }
-
-    RecordHead head_of(JsonView json) const {
-        RecordHead head;
-        if (const auto tenant = json.find("tenant"))
-            head.tenant = static_cast<uint16_t>(number_of(*tenant, "tenant", 0, 65535));
-        if (const auto source = json.find("source"))
-            head.source = static_cast<uint8_t>(number_of(*source, "source", 0, 255));
-        if (const auto variant = json.find("variant"))
-            head.variant = static_cast<int>(number_of(*variant, "variant", -128, 127));
-        if (const auto pending = json.find("pending")) {
-            if (!pending->boolean()) throw Failure(Exit::data, "pending: expected true or false");
-            head.pending = *pending->boolean();
-        }
-        head.tracked = json.find("state") || json.find("key_state");
-        return head;
-    }
-
-    void check_members(JsonView json, const Table &table, const JsonLines &lines,
-                       std::string &where) const {
-        if (!json.is_object()) throw Failure(Exit::data, "expected a record, an object");
-        std::vector<std::string_view> known{"tenant", "source",    "pending", "variant",
-                                            "state",  "key_state", "key",     "fields"};
-        if (table.key_type == nullptr) std::erase(known, "key");
-        for (const auto &[name, member] : json.members()) {
-            if (options_.lenient || std::find(known.begin(), known.end(), name) != known.end())
-                continue;
-            where = place(lines.of(std::string(name)));
-            throw no_such(Exit::data, "member of a record", name, known);
-        }
-    }
-
-    void build(JsonView json, const JsonLines &lines, Draft &draft, std::string &where) const {
-        const Table &table = draft.table();
-        check_members(json, table, lines, where);
-        draft.begin(head_of(json));
-        const auto fields = json.find("fields");
-        if (!fields) throw Failure(Exit::data, "expected `fields`");
-        if (!fields->is_null())
-            fill(json, *fields, "fields", "state", draft, draft.make_object(), *table.type, lines,
-                 where);
-        const auto key = table.key_type == nullptr ? std::nullopt : json.find("key");
-        if (key)
-            fill(json, *key, "key", "key_state", draft, draft.make_key_object(), *table.key_type,
-                 lines, where);
-    }
-
-    void fill(JsonView record, JsonView json, const std::string &member, const char *state,
-              Draft &draft, void *object, const Structure &structure, const JsonLines &lines,
-              std::string &where) const {
-        JsonReading reading{options_.lenient, true, ""};
-        try {
-            set_fields_from_json(draft.handle(), draft.tx_id(), object, structure, json, reading);
-        } catch (const Failure &) {
-            where = place(lines.of(reading.path.empty() ? member : member + "." + reading.path));
-            throw;
-        }
-        const auto flags = record.find(state);
-        if (!flags) return;
-        where = place(lines.of(state));
-        if (!flags->is_object())
-            throw Failure(Exit::data, fmt::format("{}: expected an object", state));
-        for (const auto &[path, flag] : flags->members())
-            set_state_flag(draft.handle(), draft.tx_id(), object, structure, std::string(path),
-                           static_cast<uint8_t>(number_of(flag, state, 0, 255)));
-    }
-
     Input &input_;
     const ReadOptions &options_;
+    const Dialect &dialect_;
     Sink &sink_;
     Level level_ = Level::outside;
     std::string member_;
     TableHead head_;
-    bool has_format_ = false;
+    bool has_format_;
     bool has_tables_ = false;
     bool complete_ = false;
     bool named_ = false;
     bool open_ = false;
 };
 
+void read(Input &input, const ReadOptions &options, const Dialect &dialect, Sink &sink) {
+    JsonReader reader(input, options, dialect, sink);
+    parse_json(input, reader);
+    reader.finish();
+}
+
 }  // namespace
 
 void read_json(Input &input, const ReadOptions &options, Sink &sink) {
-    JsonReader reader(input, options, sink);
-    parse_json(input, reader);
-    reader.finish();
+    read(input, options, plain, sink);
+}
+
+void read_yang_json(Input &input, const ReadOptions &options, Sink &sink) {
+    read(input, options, yang, sink);
 }
 
 }  // namespace tarnctl

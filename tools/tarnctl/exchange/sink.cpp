@@ -26,6 +26,7 @@ const Table &table_in_document(const std::string &name) {
 void read_document(Input &input, Format format, const ReadOptions &options, Sink &sink) {
     if (format == Format::xml) read_xml(input, options, sink);
     else if (format == Format::json) read_json(input, options, sink);
+    else if (format == Format::yang_json) read_yang_json(input, options, sink);
     else read_frames(input, options, sink);
 }
 

@@ -51,6 +51,7 @@ struct ReadOptions {
 void read_document(Input &input, Format format, const ReadOptions &options, Sink &sink);
 void read_xml(Input &input, const ReadOptions &options, Sink &sink);
 void read_json(Input &input, const ReadOptions &options, Sink &sink);
+void read_yang_json(Input &input, const ReadOptions &options, Sink &sink);
 void read_frames(Input &input, const ReadOptions &options, Sink &sink);
 
 // A table by its name in a document. Failure `data` with a suggestion.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writers of documents with the records of a store, in one of three forms. docs/formats.md
+// Writers of documents with the records of a store, in one of four forms. docs/formats.md
 // describes the forms.
 #ifndef TARNCTL_EXCHANGE_WRITER_H
 #define TARNCTL_EXCHANGE_WRITER_H
@@ -38,9 +38,9 @@ class Writer {
 inline constexpr std::size_t first_buffer = 65536;
 inline constexpr std::size_t largest_buffer = std::size_t{1} << 30U;
 
-// The treatment of records that a form can't represent. Only XML has such records.
+// The treatment of records that a form can't represent. Only XML and YANG have such records.
 struct Unfit {
-    // Write them, and names of tables, escaped (xml_escape.h).
+    // Write them, and names of tables, escaped (xml_escape.h). In XML only.
     bool escape = false;
     // Or else called with the error of one, which is left out; if it is empty, the first one ends
     // the export.

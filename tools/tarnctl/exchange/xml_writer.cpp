@@ -8,6 +8,7 @@
 
 #include "base/failure.h"
 #include "base/utf8.h"
+#include "exchange/unfit.h"
 #include "exchange/xml_escape.h"
 #include "exchange/xml_text.h"
 #include "model/state.h"
@@ -47,22 +48,6 @@ std::string attributes_of(const Record &record) {
     return text;
 }
 
-// Why XML can't represent a value; empty if it can.
-std::string objection_of(const Value &value) {
-    if (!value.present()) return "";
-    if (value.field().kind == Kind::vstring) {
-        const std::string_view bytes = value.bytes();
-        const std::size_t offset = first_unfit_for_xml(bytes);
-        if (offset == std::string_view::npos) return "";
-        return fmt::format("the text has the byte 0x{:02x} at offset {}",
-                           static_cast<unsigned char>(bytes[offset]), offset);
-    }
-    if (value.field().kind != Kind::enumeration) return "";
-    const auto number = static_cast<uint32_t>(value.number());
-    if (enumerator_of(*value.field().enumeration, number) != nullptr) return "";
-    return fmt::format("{} is no enumerator of {}", number, value.field().enumeration->name);
-}
-
 }  // namespace
 
 XmlWriter::XmlWriter(std::ostream &out, Unfit unfit)
@@ -88,7 +73,9 @@ void XmlWriter::write(const Record &record) {
     uint32_t err = 0;
     const std::optional<std::string_view> form = form_of(record, err);
     if (!form && !unfit_.escape) {
-        const std::string objection = objection_to(record, err);
+        const UnfitField other{"", std::strerror(static_cast<int>(err))};
+        const std::string objection =
+            objection_to(record, unfit_field(record).value_or(other), "XML", table_);
         if (!unfit_.skip) throw Failure(Exit::data, fmt::format("{}; {}", objection, ways_out));
         unfit_.skip(objection);
         return;
@@ -118,18 +105,6 @@ std::optional<std::string_view> XmlWriter::form_of(const Record &record, uint32_
         if (err != 0 || form.find(no_enumerator) != std::string_view::npos) return std::nullopt;
         return form;
     }
-}
-
-std::string XmlWriter::objection_to(const Record &record, uint32_t err) const {
-    const auto text = [&](const std::string &field, const std::string &objection) {
-        return fmt::format("{}: record `{}`: {}XML can't represent it: {}", table_,
-                           one_line(record.key_text()), field, objection);
-    };
-    for (const Column &column : columns_of(*record.table)) {
-        const std::string objection = objection_of(record.value(column));
-        if (!objection.empty()) return text(column.name() + ": ", objection);
-    }
-    return text("", std::strerror(static_cast<int>(err)));
 }
 
 }  // namespace tarnctl

@@ -45,7 +45,6 @@ class XmlWriter : public Writer {
     // The library's form, in `buffer_`; none if XML can't represent the record, with the library's
     // error.
     std::optional<std::string_view> form_of(const Record &record, uint32_t &err);
-    std::string objection_to(const Record &record, uint32_t err) const;
 
     std::ostream &out_;
     Unfit unfit_;
