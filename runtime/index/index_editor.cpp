@@ -8,6 +8,13 @@
 
 namespace tarnbase::runtime {
 
+namespace {
+
+// A leaf with fewer entries is merged with a neighbour, if they fit in one page.
+constexpr std::uint32_t least_of_leaf = IndexPage::capacity / 4;
+
+}  // namespace
+
 // ---- Pages ------------------------------------------------------------------------------------
 
 IndexEditor::~IndexEditor() {
@@ -146,6 +153,13 @@ void IndexEditor::remove(Path &path) {
     remove_from(path, 0);
 }
 
+bool IndexEditor::remove_from_large(Position at) {
+    if (at.leaf->count <= least_of_leaf) return false;
+    set(*at.leaf->node(at.slot), kel_index_node{});
+    take_out(*at.leaf, at.slot);
+    return true;
+}
+
 void IndexEditor::remove_from(Path &path, std::uint32_t level) {
     IndexPage *page = path.steps[level].page;
     take_out(*page, path.steps[level].slot);
@@ -153,7 +167,7 @@ void IndexEditor::remove_from(Path &path, std::uint32_t level) {
         drop_page(path, level);
     } else if (path.is_root(level)) {
         lower_root();
-    } else if (level == 0 && page->count < IndexPage::capacity / 4) {
+    } else if (level == 0 && page->count < least_of_leaf) {
         merge(path);
     }
 }

@@ -24,6 +24,9 @@ class IndexEditor {
     // changed.
     bool insert(Path &path, kel_index_node *node, const KeyBytes &key);
     void remove(Path &path);
+    // Removes an entry of a leaf that keeps enough others, so that no other page changes. False:
+    // it wouldn't, and nothing has changed.
+    bool remove_from_large(Position at);
 
  private:
     // What is inserted in a page.

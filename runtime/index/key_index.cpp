@@ -52,8 +52,8 @@ Position nearest_to_misplaced(void *root, const Target &target, Side side) {
     return {};
 }
 
-// Finds the place of a node by the last step, or by a search. Returns whether a node with an equal
-// key is there, which may be the node itself.
+// Finds the place of a node by the last search or step, or by another search. Returns whether a
+// node with an equal key is there, which may be the node itself.
 bool locate(void *root, const Target &target, Position &at) {
     if (const kel_index_node *node = target.node();
         anchor_of(node) != nullptr && find_last_position(node, at) && *anchor_of(node) == root) {
@@ -136,6 +136,15 @@ bool insert_in_pages(const IndexStore &store, void **anchor, kel_index_node *nod
     return insert_in_tree(store, anchor, node, compare);
 }
 
+// Removes the node that was found last without a search, if its leaf is all that changes.
+bool remove_at_last_position(const IndexStore &store, void **anchor, const kel_index_node *node,
+                             Compare compare) {
+    Position at{};
+    const KeyOrder *order = order_of_keys(compare);
+    if (order == nullptr || !find_last_position(node, at)) return false;
+    return IndexEditor(store, anchor, *order).remove_from_large(at);
+}
+
 }  // namespace
 
 bool index_insert(const IndexStore &store, void **anchor, kel_index_node *node, Compare compare) {
@@ -146,6 +155,7 @@ bool index_insert(const IndexStore &store, void **anchor, kel_index_node *node, 
 bool index_remove(const IndexStore &store, void **anchor, kel_index_node *node, Compare compare) {
     if (!is_page(*anchor)) return tree_remove(store.log, anchor, node);
     if (anchor_of(node) != anchor) return false;
+    if (remove_at_last_position(store, anchor, node, compare)) return true;
     const Target target(node, compare);
     Path path;
     // A node whose key was changed, or a copy of one, isn't where its key belongs.
@@ -167,7 +177,9 @@ kel_index_node *index_find(void *root, const kel_index_node *probe, Compare comp
     const bool is_found = descend(page_of(root), target, [&](IndexPage *page, std::uint32_t slot) {
         at = {page, slot};
     });
-    return is_found ? node_at(at) : nullptr;
+    if (!is_found) return nullptr;
+    keep_last_position(at);
+    return node_at(at);
 }
 
 kel_index_node *index_first(void *root) {

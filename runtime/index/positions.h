@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Positions in the leaves of key indexes that a thread keeps between calls: one for each of its
-// walks, whose visits may change the index, and one for its last step.
+// walks, whose visits may change the index, and one for its last search or step.
 #ifndef TARNBASE_RUNTIME_INDEX_POSITIONS_H
 #define TARNBASE_RUNTIME_INDEX_POSITIONS_H
 
@@ -49,7 +49,7 @@ void entries_moved(const IndexPage *leaf, std::uint32_t first, Position to);
 // A page is freed: its entries have moved.
 void page_freed();
 
-// The position of this thread's last step.
+// The position that this thread's last search or step has found.
 bool find_last_position(const kel_index_node *node, Position &found);
 void keep_last_position(Position position);
 

@@ -192,6 +192,13 @@ class Index {
         for (; leaf != nullptr; leaf = leaf->next) ++count;
         return count;
     }
+    std::vector<std::uint32_t> counts_of_leaves() const {
+        std::vector<std::uint32_t> counts;
+        const IndexPage *leaf =
+            has_pages() ? first_leaf(static_cast<IndexPage *>(*anchor)) : nullptr;
+        for (; leaf != nullptr; leaf = leaf->next) counts.push_back(leaf->count);
+        return counts;
+    }
     std::vector<int> walked() const {
         std::vector<int> keys;
         e_avl_walk(
@@ -394,6 +401,63 @@ TEST_P(KeyIndex, ANodeWhoseKeyWasChangedCanBeRemoved) {
     index.expect_keys(model);
 }
 
+TEST_P(KeyIndex, ANodeWhoseKeyWasChangedAfterASearchCanBeRemoved) {
+    fill(300);
+    for (int key = 0; key < 300; key += 3) {
+        index.expect_node(index.find(key), key);
+        index.entry(key)->key = 299 - key;
+        remove(key);
+        index.entry(key)->key = key;
+    }
+    index.expect_keys(model);
+}
+
+// A node that was found last is removed without another search.
+TEST_P(KeyIndex, ASearchBeforeARemovalMakesNoDifferenceToThePages) {
+    Index other(store, known, most_keys);
+    for (int i = 0; i < 1500; ++i) {
+        const int key = any_key();
+        insert(key);
+        other.insert(other.entry(key));
+    }
+    while (!model.empty() && !HasFailure()) {
+        const int key = *std::next(model.begin(), static_cast<int>(chance.below(model.size())));
+        if (chance.below(4) != 0) index.expect_node(index.find(key), key);
+        remove(key);
+        EXPECT_TRUE(other.remove(other.entry(key)));
+        EXPECT_EQ(index.counts_of_leaves(), other.counts_of_leaves());
+        if (model.size() % 100 == 0) index.expect_keys(model);
+    }
+    EXPECT_EQ(*index.anchor, nullptr);
+}
+
+TEST_P(KeyIndex, ANodeFoundBeforeARollbackIsRemovedFromItsPresentPlace) {
+    fill(300);
+    for (int key = 1; key < 300; key += 2) remove(key);
+    for (int key = 10; key < 290 && !HasFailure(); key += 2) {
+        const std::uint32_t tx = store.begin();
+        for (int other = 1; other < 60; other += 2) insert(other, tx);
+        index.expect_node(index.find(key), key);
+        store.roll_back(tx);
+        for (int other = 1; other < 60; other += 2) model.erase(other);
+        remove(key);
+        index.expect_keys(model);
+        insert(key);
+    }
+}
+
+TEST_P(KeyIndex, ANodeIsFoundInOneIndexAndRemovedFromNoOther) {
+    fill(300);
+    Index other(store, known, 300);
+    for (int key = 0; key < 300; ++key) ASSERT_TRUE(other.insert(other.entry(key)));
+    for (int key = 0; key < 300; key += 7) {
+        index.expect_node(index.find(key), key);
+        EXPECT_FALSE(other.remove(index.entry(key)));
+    }
+    index.expect_keys(model);
+    other.expect_keys(model);
+}
+
 TEST_P(KeyIndex, RemovesTheVeryNodeAndNoEqualOne) {
     fill(300);
     for (int key = 0; key < 300; key += 50) {
@@ -586,6 +650,7 @@ TEST_P(KeyIndex, AnEditByAnUnknownComparisonMakesATree) {
         fill(1000);
         index.compare = compare<Order::unknown>;
         for (int key = 0; key < 1000; key += 9) expect_all_steps(key);
+        index.expect_node(index.find(999), 999);
         inserts ? insert(1000) : remove(999);
         EXPECT_FALSE(index.has_pages());
         index.expect_keys(model);
@@ -626,6 +691,26 @@ TEST_F(KeyIndexCosts, ASearchComparesWithTheRecordItFindsAlone) {
         for (int key = 0; key < 2 * keys; key += 2) index.find(key);
     });
     EXPECT_LE(all, keys + leaves);
+}
+
+TEST_F(KeyIndexCosts, ANodeThatASearchFoundIsRemovedWithoutAnother) {
+    for (int key = 0; key < 2 * keys; key += 20) {
+        ASSERT_NE(index.find(key), nullptr);
+        EXPECT_EQ(comparisons_of([&] { EXPECT_TRUE(index.remove(index.entry(key))); }), 0U) << key;
+    }
+}
+
+TEST_F(KeyIndexCosts, AStepFromANodeThatASearchFoundComparesAtTheEndsOfLeavesAlone) {
+    const std::uint64_t searches = comparisons_of([&] {
+        for (int key = 0; key < 2 * keys; key += 2) index.find(key);
+    });
+    const std::uint64_t all = comparisons_of([&] {
+        for (int key = 0; key < 2 * keys; key += 2) {
+            index.find(key);
+            index.next(&index.entry(key)->node);
+        }
+    });
+    EXPECT_LE(all - searches, 4 * leaves + 2);
 }
 
 // Pages of keys that begin alike have longer prefixes after they were split. The root has keys of
