@@ -17,6 +17,7 @@ struct Enumeration;
 // A run: numbers of one kind and one variant, each adjacent to the one before it in the object.
 struct Field {
     const char *name;
+    std::uint32_t name_length;
     FieldKind kind;
     std::int8_t first_variant;        // the variant that added the field
     std::uint16_t run;                // fields from here on that are a run of numbers; at least 1

@@ -3,10 +3,10 @@
 // for the array as a whole, then one for each element.
 #include "object/array.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "object/element_path.h"
+#include "object/labelled_run.h"
 #include "object/runs.h"
 #include "object/state.h"
 
@@ -196,12 +196,18 @@ std::uint32_t Array::unmarshal(const Field &field, const Call &call, Input in, v
 
 std::uint32_t Array::print(const Field &field, const Call &call, Output out, std::uint32_t indent,
                            const void *place) {
-    for (std::uint32_t i = 0; i < field.elements; ++i) {
-        char label[80];
-        std::snprintf(label, sizeof label, "%s[%d]", field.name, static_cast<int>(i));
-        out.advance(u_int8_print(call.handle, call.tx_id, out.at(), indent, label,
-                                 element(place, i), out.remaining(), call.err));
-    }
+    const kel_print_run print_run = run_operations_of(FieldKind::array).print;
+    each_piece(field, place, ElementLabels(field), [&](const kel_labelled_run &run) {
+        if (print_run != nullptr) {
+            out.advance(print_run(call.handle, call.tx_id, out.at(), indent, &run, out.remaining(),
+                                  call.err));
+            return;
+        }
+        for (std::uint32_t i = 0; i < run.count; ++i) {
+            out.advance(u_int8_print(call.handle, call.tx_id, out.at(), indent, run.labels[i].name,
+                                     element(run.values, i), out.remaining(), call.err));
+        }
+    });
     return out.used();
 }
 

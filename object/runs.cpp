@@ -33,10 +33,12 @@ class RunServices {
     std::uint32_t count_ = 0;
 };
 
-#define TARN_RUN_number(type)                                   \
-    RunOperations {                                             \
-        services.find<kel_marshal_run>(&type##_marshal),        \
-            services.find<kel_unmarshal_run>(&type##_unmarshal) \
+#define TARN_RUN_number(type)                                    \
+    RunOperations {                                              \
+        services.find<kel_marshal_run>(&type##_marshal),         \
+            services.find<kel_unmarshal_run>(&type##_unmarshal), \
+            services.find<kel_print_run>(&type##_print),         \
+            services.find<kel_to_xml_run>(&type##_to_xml)        \
     }
 #define TARN_RUN_array(type) TARN_RUN_number(u_int8)
 #define TARN_RUN_boxed(type) \

@@ -15,6 +15,8 @@ namespace tarnbase::object {
 struct RunOperations {
     kel_marshal_run marshal;
     kel_unmarshal_run unmarshal;
+    kel_print_run print;
+    kel_to_xml_run to_xml;
 };
 
 // By kind; null until the library is loaded. An array has those of its elements.
@@ -30,6 +32,12 @@ inline kel_marshal_run marshal_run_at(const Field &field) {
 }
 inline kel_unmarshal_run unmarshal_run_at(const Field &field) {
     return field.run > 1 ? run_operations_of(field.kind).unmarshal : nullptr;
+}
+inline kel_print_run print_run_at(const Field &field) {
+    return field.run > 1 ? run_operations_of(field.kind).print : nullptr;
+}
+inline kel_to_xml_run to_xml_run_at(const Field &field) {
+    return field.run > 1 ? run_operations_of(field.kind).to_xml : nullptr;
 }
 
 }  // namespace tarnbase::object

@@ -9,7 +9,9 @@
 #include "frame/conventions.h"
 #include "object/fields.h"
 #include "object/kept_byte.h"
+#include "object/labelled_run.h"
 #include "object/object.h"
+#include "object/runs.h"
 #include "object/value_operations.h"
 
 namespace tarnbase::object {
@@ -19,6 +21,21 @@ namespace {
 void close_text(const Call &call, Output &out, std::uint32_t indent) {
     const KeptByte after(indent, out, std::strlen("}\n"));
     out.advance(kel_snprintf(call.handle, call.tx_id, out.at(), out.remaining(), call.err, "}\n"));
+}
+
+// Returns: how many fields from this one on were printed.
+std::uint32_t print_from(const Field &field, const Call &call, Output &out, std::uint32_t indent,
+                         const void *place) {
+    const kel_print_run print_run = print_run_at(field);
+    if (print_run == nullptr) {
+        out.advance(operations(field).print(field, call, out.rest(), indent, place));
+        return 1;
+    }
+    each_piece(field, place, FieldLabels{field}, [&](const kel_labelled_run &run) {
+        out.advance(
+            print_run(call.handle, call.tx_id, out.at(), indent, &run, out.remaining(), call.err));
+    });
+    return field.run;
 }
 
 }  // namespace
@@ -31,11 +48,11 @@ std::uint32_t print(Type type, const Call &call, Output out, Label label, const 
         kel_print_space(call.handle, call.tx_id, start, label.indent, out.remaining(), call.err));
     out.advance(kel_snprintf(call.handle, call.tx_id, out.at(), out.remaining(), call.err,
                              "%s@%s: {\n", label.name, type.name));
-    for (const Field &field : fields_of(type)) {
+    const FieldRange fields = fields_of(type);
+    for (const Field *field = fields.begin(); field != fields.end();) {
         // An instance too old for a field ends here, without the closing line.
-        if (field.first_variant > variant) return out.used();
-        out.advance(operations(field).print(field, call, out.rest(), label.indent + 2,
-                                            place_of(field, object)));
+        if (field->first_variant > variant) return out.used();
+        field += print_from(*field, call, out, label.indent + 2, place_of(*field, object));
     }
     // The closing blanks are written over the opening ones; here they are skipped.
     out.advance(

@@ -5,7 +5,9 @@
 #include "frame/conventions.h"
 #include "object/element_path.h"
 #include "object/fields.h"
+#include "object/labelled_run.h"
 #include "object/object.h"
+#include "object/runs.h"
 #include "object/value_operations.h"
 
 namespace tarnbase::object {
@@ -19,9 +21,21 @@ struct Fields {
     bool tracked;
 };
 
+// Writes the pieces of a run, without state flags.
+auto piece_writer(kel_to_xml_run run, const Call &call, Output &out) {
+    return [run, &call, &out](const kel_labelled_run &piece) {
+        out.advance(run(call.handle, call.tx_id, out.at(), &piece, out.remaining(), call.err));
+    };
+}
+
 void write_array(Member member, const Call &call, const void *object, bool tracked, Output &out) {
     const Field &field = member.field;
-    const auto *elements = static_cast<const std::uint8_t *>(place_of(field, object));
+    const void *const place = place_of(field, object);
+    const kel_to_xml_run run = tracked ? nullptr : run_operations_of(field.kind).to_xml;
+    if (run != nullptr) {
+        return each_piece(field, place, ArrayLabels{field}, piece_writer(run, call, out));
+    }
+    const auto *elements = static_cast<const std::uint8_t *>(place);
     for (std::uint32_t i = 0; i < field.elements && !call.failed(); ++i) {
         const std::uint8_t flag =
             tracked ? array_state_flag_get(member, call, object, i) : std::uint8_t{0};
@@ -31,18 +45,27 @@ void write_array(Member member, const Call &call, const void *object, bool track
     }
 }
 
-void write_fields(const Fields &fields, const Call &call, const void *object, Output &out) {
-    for (const Field &field : fields_of(fields.type)) {
-        if (field.first_variant > fields.variant || call.failed()) return;
-        const Member member = {fields.type, field};
-        if (field.kind == FieldKind::array) {
-            write_array(member, call, object, fields.tracked, out);
-            continue;
+void write_field(Member member, const Call &call, const void *object, bool tracked, Output &out) {
+    const Field &field = member.field;
+    const std::uint8_t flag = tracked ? state_flag_get(member, call, object) : std::uint8_t{0};
+    out.advance(operations(field).to_xml(field, call, out.rest(), place_of(field, object), flag));
+}
+
+void write_fields(const Fields &written, const Call &call, const void *object, Output &out) {
+    const FieldRange fields = fields_of(written.type);
+    for (const Field *field = fields.begin(); field != fields.end(); ++field) {
+        if (field->first_variant > written.variant || call.failed()) return;
+        const Member member = {written.type, *field};
+        const kel_to_xml_run run = written.tracked ? nullptr : to_xml_run_at(*field);
+        if (run != nullptr) {
+            each_piece(*field, place_of(*field, object), FieldLabels{*field},
+                       piece_writer(run, call, out));
+            field += field->run - 1;
+        } else if (field->kind == FieldKind::array) {
+            write_array(member, call, object, written.tracked, out);
+        } else {
+            write_field(member, call, object, written.tracked, out);
         }
-        const std::uint8_t flag =
-            fields.tracked ? state_flag_get(member, call, object) : std::uint8_t{0};
-        out.advance(
-            operations(field).to_xml(field, call, out.rest(), place_of(field, object), flag));
     }
 }
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Operations of a runtime on runs: integers of one type that follow each other in
- * memory and on the wire.
+ * memory, on the wire, and in text and XML.
  *
  * This is an optional service: a runtime need not have it. The library looks it up
  * by its name when it is loaded, and without it calls the services of value.h for
@@ -35,10 +35,39 @@ typedef uint32_t (*kel_unmarshal_run)(kel_handle *handle, uint32_t tx_id, const 
                                       void *values, uint32_t count, uint32_t remaining,
                                       uint32_t in_place, uint32_t *err);
 
+/* The name of a value in text and XML, and its length without the NUL after it. */
+typedef struct kel_run_label {
+    const char *name;
+    uint32_t length;
+} kel_run_label;
+
+/* A run with names. */
+typedef struct kel_labelled_run {
+    const kel_run_label *labels; /* one for each value */
+    const void *values;          /* null: all are 0 */
+    uint32_t count;
+} kel_labelled_run;
+
+/*
+ * Prints a run, as the type's print does for one value after the other, each with
+ * its name and the bytes that remain.
+ * Returns: the sum of the bytes written.
+ */
+typedef uint32_t (*kel_print_run)(kel_handle *handle, uint32_t tx_id, char *buffer, uint32_t indent,
+                                  const kel_labelled_run *run, uint32_t remaining, uint32_t *err);
+
+/*
+ * Writes a run as XML elements, as the type's to_xml does for one value after the
+ * other, each with its name, the bytes that remain and the state flag 0.
+ * Returns: the sum of the bytes written.
+ */
+typedef uint32_t (*kel_to_xml_run)(kel_handle *handle, uint32_t tx_id, char *buffer,
+                                   const kel_labelled_run *run, uint32_t remaining, uint32_t *err);
+
 /* An operation on runs, and the service of value.h that it repeats. */
 typedef struct kel_run_service {
     void (*single)(void); /* the runtime's own function of the service */
-    void (*run)(void);    /* a kel_marshal_run or kel_unmarshal_run */
+    void (*run)(void);    /* of the type above for this service */
 } kel_run_service;
 
 /*

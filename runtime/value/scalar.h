@@ -79,6 +79,11 @@ bool parse(const std::string &text, T &value) {
 }
 
 template <typename T>
+std::uint32_t to_xml(const ElementPlace &place, T value) {
+    return write_element(place, [&](Line &line) { line.number(value); });
+}
+
+template <typename T>
 void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
     read_value(source, [&](const std::string &text) -> std::string {
         T value{};
@@ -149,9 +154,8 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
                                  char *buffer, const type *field, std::uint32_t remaining,         \
                                  std::uint8_t state_flag, std::uint32_t *err) {                    \
         const type plain = tarnbase::runtime::scalar::value_of(field);                             \
-        return tarnbase::runtime::write_element(                                                   \
-            {handle, name, buffer, remaining, state_flag, err},                                    \
-            [&](tarnbase::runtime::Line &line) { line.number(plain); });                           \
+        return tarnbase::runtime::scalar::to_xml(                                                  \
+            {handle, name, buffer, remaining, state_flag, err}, plain);                            \
     }                                                                                              \
     void value##_from_xml(kel_handle *handle, std::uint32_t tx_id, const char *path,               \
                           void *document, type *field, std::uint32_t *err, char *,                 \
@@ -163,7 +167,9 @@ void from_xml(const ElementSource &source, std::uint32_t tx_id, T *field) {
         return 0;                                                                                  \
     }                                                                                              \
     TARNBASE_OWN_SERVICE(value, marshal)                                                           \
-    TARNBASE_OWN_SERVICE(value, unmarshal)
+    TARNBASE_OWN_SERVICE(value, unmarshal)                                                         \
+    TARNBASE_OWN_SERVICE(value, print)                                                             \
+    TARNBASE_OWN_SERVICE(value, to_xml)
 // NOLINTEND(bugprone-macro-parentheses)
 
 #endif

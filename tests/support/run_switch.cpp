@@ -16,10 +16,16 @@ namespace {
 using Function = void (*)();
 
 // The runtime's operations of one type, which the library finds as ours.
-template <auto Marshal, auto Unmarshal, typename T>
+template <auto Marshal, auto Unmarshal, auto Print, auto ToXml, typename T>
 struct Switched {
     inline static kel_marshal_run marshal_run = nullptr;
     inline static kel_unmarshal_run unmarshal_run = nullptr;
+    inline static kel_print_run print_run = nullptr;
+    inline static kel_to_xml_run to_xml_run = nullptr;
+
+    static const T *value_at(const void *values, std::uint32_t index) {
+        return values == nullptr ? nullptr : static_cast<const T *>(values) + index;
+    }
 
     static std::uint32_t marshal(kel_handle *handle, std::uint32_t tx_id, void *buffer,
                                  const void *values, std::uint32_t count, std::uint32_t remaining,
@@ -31,8 +37,7 @@ struct Switched {
         }
         std::uint32_t used = 0;
         for (std::uint32_t i = 0; i < count; ++i) {
-            const T *value = values == nullptr ? nullptr : static_cast<const T *>(values) + i;
-            used += Marshal(handle, tx_id, static_cast<char *>(buffer) + used, value,
+            used += Marshal(handle, tx_id, static_cast<char *>(buffer) + used, value_at(values, i),
                             remaining - used, err);
         }
         return used;
@@ -54,19 +59,57 @@ struct Switched {
         return used;
     }
 
+    static std::uint32_t print(kel_handle *handle, std::uint32_t tx_id, char *buffer,
+                               std::uint32_t indent, const kel_labelled_run *run,
+                               std::uint32_t remaining, std::uint32_t *err) {
+        RunSwitch::runs += 1;
+        RunSwitch::values += run->count;
+        if (!RunSwitch::one_by_one) {
+            return print_run(handle, tx_id, buffer, indent, run, remaining, err);
+        }
+        std::uint32_t used = 0;
+        for (std::uint32_t i = 0; i < run->count; ++i) {
+            used += Print(handle, tx_id, buffer + used, indent, run->labels[i].name,
+                          value_at(run->values, i), remaining - used, err);
+        }
+        return used;
+    }
+
+    static std::uint32_t to_xml(kel_handle *handle, std::uint32_t tx_id, char *buffer,
+                                const kel_labelled_run *run, std::uint32_t remaining,
+                                std::uint32_t *err) {
+        RunSwitch::runs += 1;
+        RunSwitch::values += run->count;
+        if (!RunSwitch::one_by_one) {
+            return to_xml_run(handle, tx_id, buffer, run, remaining, err);
+        }
+        std::uint32_t used = 0;
+        for (std::uint32_t i = 0; i < run->count; ++i) {
+            used += ToXml(handle, tx_id, run->labels[i].name, buffer + used,
+                          value_at(run->values, i), remaining - used, 0, err);
+        }
+        return used;
+    }
+
+    // Keeps the runtime's operation if `service` is that of `single`, and puts ours in its place.
+    template <typename Single, typename Run>
+    static void replace(kel_run_service &service, Single *single, Run &kept, Run ours) {
+        if (service.single != reinterpret_cast<Function>(single)) return;
+        kept = reinterpret_cast<Run>(service.run);
+        service.run = reinterpret_cast<Function>(ours);
+    }
+
     // Replaces the runtime's operations, if `service` is one of this type's.
     static void take_over(kel_run_service &service) {
-        if (service.single == reinterpret_cast<Function>(Marshal)) {
-            marshal_run = reinterpret_cast<kel_marshal_run>(service.run);
-            service.run = reinterpret_cast<Function>(&marshal);
-        } else if (service.single == reinterpret_cast<Function>(Unmarshal)) {
-            unmarshal_run = reinterpret_cast<kel_unmarshal_run>(service.run);
-            service.run = reinterpret_cast<Function>(&unmarshal);
-        }
+        replace(service, Marshal, marshal_run, &marshal);
+        replace(service, Unmarshal, unmarshal_run, &unmarshal);
+        replace(service, Print, print_run, &print);
+        replace(service, ToXml, to_xml_run, &to_xml);
     }
 };
 
-#define TARN_SWITCHED(type, c_type) Switched<&type##_marshal, &type##_unmarshal, c_type>::take_over
+#define TARN_SWITCHED(type, c_type) \
+    Switched<&type##_marshal, &type##_unmarshal, &type##_print, &type##_to_xml, c_type>::take_over
 
 std::vector<kel_run_service> switched_services() {
     std::uint32_t count = 0;

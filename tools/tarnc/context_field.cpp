@@ -106,6 +106,7 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
             : "";
     Context context;
     context.set("field", field.name);
+    context.set("name_length", text(field.name.size()));
     context.set("heading", "`" + field.name + "`: " + meaning_and_unit(field) + "." + variant_note);
     context.set("quoted_meaning", quoted(field.meaning));
     context.set("quoted_unit", quoted(field.unit));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Numbers that follow each other are written and read in one call of the runtime. Each structure is
-// compared with itself when the service is called for each number: bytes, results, errors,
-// announcements and what a rollback restores, in buffers that end anywhere.
+// Numbers that follow each other are written, read and printed in one call of the runtime. Each
+// structure is compared with itself when the service is called for each number: bytes, results,
+// errors, announcements and what a rollback restores, in buffers that end anywhere.
 #include <algorithm>
 #include <random>
 #include <tuple>
@@ -13,7 +13,7 @@
 namespace tarn::test {
 namespace {
 
-// What a call of marshal or unmarshal leaves.
+// What a call of marshal, unmarshal, print or to_xml leaves.
 struct Outcome {
     u32 result = 0;
     u32 err = 0;
@@ -46,14 +46,15 @@ class Runs : public StructureTest {
     }
 
     // All lengths of a short form; of a long one its beginning, its end and some between.
-    std::vector<u32> lengths() const {
-        const auto whole = static_cast<u32>(form.size());
+    static std::vector<u32> lengths_of(std::size_t size) {
+        const auto whole = static_cast<u32>(size);
         std::vector<u32> chosen;
         for (u32 length = 1; length <= whole + 1; ++length) {
             if (length < 200 || length + 50 > whole || length % 97 == 0) chosen.push_back(length);
         }
         return chosen;
     }
+    std::vector<u32> lengths() const { return lengths_of(form.size()); }
 
     // The bytes that runs change.
     std::vector<u8> numbers() const {
@@ -76,6 +77,27 @@ class Runs : public StructureTest {
         handle->last_error = err_before;
         outcome.result =
             typed.operator()<u32>("marshal", {outcome.bytes.data(), object, length, &outcome.err});
+        outcome.last_error = handle->last_error;
+        return outcome;
+    }
+
+    // An indented text: its closing line steps over bytes of the buffer.
+    Outcome print(u32 length) {
+        return write_text(length, [&](u8 *buffer, u32 *error) {
+            return typed.operator()<u32>("print", {buffer, 3, "name", object, length, error});
+        });
+    }
+    Outcome to_xml(u32 length) {
+        return write_text(length, [&](u8 *buffer, u32 *error) {
+            return typed.operator()<u32>("to_xml", {"name", buffer, object, length, 0, error});
+        });
+    }
+    template <typename Write>
+    Outcome write_text(u32 length, Write write) {
+        Outcome outcome;
+        outcome.bytes.assign(length + 2, 0xee);
+        handle->last_error = 0;
+        outcome.result = write(outcome.bytes.data(), &outcome.err);
         outcome.last_error = handle->last_error;
         return outcome;
     }
@@ -137,6 +159,20 @@ TEST_P(Runs, AreWrittenAsTheirNumbersAre) {
         expect_same([&] { return marshal(length, 0); });
     }
     expect_same([&] { return marshal(static_cast<u32>(form.size()), EINVAL); });
+}
+
+TEST_P(Runs, ArePrintedAsTheirNumbersAre) {
+    for (const u32 length : lengths_of(print(1U << 20).result)) {
+        SCOPED_TRACE("length " + std::to_string(length));
+        expect_same([&] { return print(length); });
+    }
+}
+
+TEST_P(Runs, AreWrittenAsXmlAsTheirNumbersAre) {
+    for (const u32 length : lengths_of(to_xml(1U << 20).result)) {
+        SCOPED_TRACE("length " + std::to_string(length));
+        expect_same([&] { return to_xml(length); });
+    }
 }
 
 TEST_P(Runs, AreReadAndRolledBackAsTheirNumbersAre) {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// A program that replaces two services of u_int8, and no others.
+// A program that replaces four services of u_int8, and no others.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <string_view>
 #include <vector>
 
 #include "tarnbase/tarnbase.h"
@@ -34,6 +35,22 @@ std::uint32_t u_int8_unmarshal(kel_handle *handle, std::uint32_t tx_id, const vo
     static auto *const real = runtimes<decltype(u_int8_unmarshal)>("u_int8_unmarshal");
     replaced_calls += 1;
     return real(handle, tx_id, buffer, field, remaining, in_place, err);
+}
+
+std::uint32_t u_int8_print(kel_handle *handle, std::uint32_t tx_id, char *buffer,
+                           std::uint32_t indent, const char *name, const std::uint8_t *field,
+                           std::uint32_t remaining, std::uint32_t *err) {
+    static auto *const real = runtimes<decltype(u_int8_print)>("u_int8_print");
+    replaced_calls += 1;
+    return real(handle, tx_id, buffer, indent, name, field, remaining, err);
+}
+
+std::uint32_t u_int8_to_xml(kel_handle *handle, std::uint32_t tx_id, const char *name, char *buffer,
+                            const std::uint8_t *field, std::uint32_t remaining,
+                            std::uint8_t state_flag, std::uint32_t *err) {
+    static auto *const real = runtimes<decltype(u_int8_to_xml)>("u_int8_to_xml");
+    replaced_calls += 1;
+    return real(handle, tx_id, name, buffer, field, remaining, state_flag, err);
 }
 
 namespace tarn::test {
@@ -79,6 +96,20 @@ TEST_F(RunServices, AReplacedServiceIsCalledForEachElementAndOthersForARun) {
     EXPECT_EQ(st_aaa_client_stats_compare(object, copy), 0);
     EXPECT_EQ(st_aaa_client_stats_coa_errors_get_value(handle, tx, copy, &err), 77U);
     EXPECT_EQ(st_aaa_client_stats_minute_get_value(handle, tx, copy, 1439, &err), 9U);
+
+    std::vector<char> text(1U << 20);
+    expect_calls([&] {
+        const std::uint32_t used =
+            st_aaa_client_stats_print(handle, tx, text.data(), 0, "name", object, 1U << 20, &err);
+        EXPECT_NE(std::string_view(text.data(), used).find("\n  minute[1439]: 9\n"),
+                  std::string_view::npos);
+    });
+    expect_calls([&] {
+        const std::uint32_t used =
+            st_aaa_client_stats_to_xml(handle, tx, "name", text.data(), object, 1U << 20, 0, &err);
+        EXPECT_NE(std::string_view(text.data(), used).find("<coa_errors>77</coa_errors>\n"),
+                  std::string_view::npos);
+    });
     st_aaa_client_stats_destroy(handle, tx, copy);
     st_aaa_client_stats_destroy(handle, tx, object);
 }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs of integers, compared with the operation for one value after the other.
 #include <cerrno>
+#include <limits>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "tarnbase/runs.h"
@@ -22,17 +24,25 @@ Function run_of(Function single) {
 }
 
 // An integer type: its single operations.
-template <auto Marshal, auto Unmarshal, typename T>
+template <auto Marshal, auto Unmarshal, auto Print, auto ToXml, typename T>
 struct Integer {
     using Type = T;
     static constexpr auto *marshal = Marshal;
     static constexpr auto *unmarshal = Unmarshal;
+    static constexpr auto *print = Print;
+    static constexpr auto *to_xml = ToXml;
 
     static auto marshal_run() {
         return reinterpret_cast<kel_marshal_run>(run_of(reinterpret_cast<Function>(Marshal)));
     }
     static auto unmarshal_run() {
         return reinterpret_cast<kel_unmarshal_run>(run_of(reinterpret_cast<Function>(Unmarshal)));
+    }
+    static auto print_run() {
+        return reinterpret_cast<kel_print_run>(run_of(reinterpret_cast<Function>(Print)));
+    }
+    static auto to_xml_run() {
+        return reinterpret_cast<kel_to_xml_run>(run_of(reinterpret_cast<Function>(ToXml)));
     }
 };
 
@@ -61,12 +71,12 @@ class Run : public ValueTest {
     }
 };
 
-using Integers = ::testing::Types<Integer<&u_int8_marshal, &u_int8_unmarshal, std::uint8_t>,
-                                  Integer<&u_int16_marshal, &u_int16_unmarshal, std::uint16_t>,
-                                  Integer<&u_int32_marshal, &u_int32_unmarshal, std::uint32_t>,
-                                  Integer<&u_int64_marshal, &u_int64_unmarshal, std::uint64_t>,
-                                  Integer<&int32_marshal, &int32_unmarshal, std::int32_t>,
-                                  Integer<&int64_marshal, &int64_unmarshal, std::int64_t>>;
+#define TARN_INTEGER(type, c_type) \
+    Integer<&type##_marshal, &type##_unmarshal, &type##_print, &type##_to_xml, c_type>
+using Integers =
+    ::testing::Types<TARN_INTEGER(u_int8, std::uint8_t), TARN_INTEGER(u_int16, std::uint16_t),
+                     TARN_INTEGER(u_int32, std::uint32_t), TARN_INTEGER(u_int64, std::uint64_t),
+                     TARN_INTEGER(int32, std::int32_t), TARN_INTEGER(int64, std::int64_t)>;
 TYPED_TEST_SUITE(Run, Integers);
 
 TYPED_TEST(Run, IsWrittenAsItsValuesAre) {
@@ -123,6 +133,110 @@ TYPED_TEST(Run, IsReadAsItsValuesAreAndRolledBack) {
     }
 }
 
+// A run with names of many lengths and the shortest and longest numbers.
+template <typename T>
+class LabelledRun {
+ public:
+    LabelledRun() {
+        for (std::uint32_t i = 0; i < names_.size(); ++i)
+            labels_.push_back({names_[i].c_str(), static_cast<std::uint32_t>(names_[i].size())});
+    }
+    std::uint32_t count() const { return static_cast<std::uint32_t>(labels_.size()); }
+    const char *name(std::uint32_t index) const { return labels_[index].name; }
+    const T *value(std::uint32_t index) const { return &values_[index]; }
+    kel_labelled_run with_values() const { return {labels_.data(), values_.data(), count()}; }
+    kel_labelled_run without_values() const { return {labels_.data(), nullptr, count()}; }
+
+ private:
+    using Limits = std::numeric_limits<T>;
+    // Names of a different length are copied in different ways.
+    std::vector<std::string> names_ = [] {
+        std::vector<std::string> names;
+        for (const std::size_t length : {0, 1, 2, 3, 4, 7, 8, 15, 16, 31, 32, 33, 40})
+            names.push_back(
+                std::string("abcdefghijklmnopqrstuvwxyz_0123456789ABC").substr(0, length));
+        return names;
+    }();
+    std::vector<T> values_ = [this] {
+        const T some[] = {Limits::max(), Limits::min(), 0, 9, 10, 99, 100, 127};
+        std::vector<T> values;
+        for (std::size_t i = 0; i < names_.size(); ++i) values.push_back(some[i % std::size(some)]);
+        return values;
+    }();
+    std::vector<kel_run_label> labels_;
+};
+
+// What a writer of text leaves in a buffer.
+struct Text {
+    std::string bytes;
+    std::uint32_t used = 0;
+    std::uint32_t err = 0;
+    std::uint32_t last_error = 0;
+    bool operator==(const Text &) const = default;
+};
+
+// `write(buffer, remaining, error)` in a buffer of so many bytes.
+template <typename Write>
+Text written(kel_handle *handle, std::uint32_t space, Write write) {
+    Text text;
+    text.bytes.assign(space + 1, '\xee');
+    handle->last_error = 0;
+    text.used = write(text.bytes.data(), space, &text.err);
+    text.last_error = handle->last_error;
+    return text;
+}
+
+// Expects that a run is written as its values are, in buffers that end anywhere.
+template <typename Single, typename Whole>
+void expect_same_texts(kel_handle *handle, std::uint32_t length, Single single, Whole run) {
+    const auto values = [&](char *buffer, std::uint32_t remaining, std::uint32_t *error) {
+        std::uint32_t used = 0;
+        for (std::uint32_t i = 0; i < length; ++i)
+            used += single(i, buffer + used, remaining - used, error);
+        return used;
+    };
+    const std::uint32_t whole = written(handle, 10000, values).used;
+    ASSERT_GT(whole, 0U);
+    for (std::uint32_t space = 0; space <= whole + 25; ++space)
+        ASSERT_EQ(written(handle, space, run), written(handle, space, values)) << space;
+}
+
+TYPED_TEST(Run, IsPrintedAsItsValuesAre) {
+    const LabelledRun<typename TypeParam::Type> labelled;
+    for (const std::uint32_t indent : {0U, 2U, 41U}) {
+        for (const kel_labelled_run &run : {labelled.with_values(), labelled.without_values()}) {
+            expect_same_texts(
+                this->handle, run.count,
+                [&](std::uint32_t i, char *buffer, std::uint32_t remaining, std::uint32_t *error) {
+                    return TypeParam::print(
+                        this->handle, this->tx, buffer, indent, labelled.name(i),
+                        run.values == nullptr ? nullptr : labelled.value(i), remaining, error);
+                },
+                [&](char *buffer, std::uint32_t remaining, std::uint32_t *error) {
+                    return TypeParam::print_run()(this->handle, this->tx, buffer, indent, &run,
+                                                  remaining, error);
+                });
+        }
+    }
+}
+
+TYPED_TEST(Run, IsWrittenAsXmlAsItsValuesAre) {
+    const LabelledRun<typename TypeParam::Type> labelled;
+    for (const kel_labelled_run &run : {labelled.with_values(), labelled.without_values()}) {
+        expect_same_texts(
+            this->handle, run.count,
+            [&](std::uint32_t i, char *buffer, std::uint32_t remaining, std::uint32_t *error) {
+                return TypeParam::to_xml(this->handle, this->tx, labelled.name(i), buffer,
+                                         run.values == nullptr ? nullptr : labelled.value(i),
+                                         remaining, 0, error);
+            },
+            [&](char *buffer, std::uint32_t remaining, std::uint32_t *error) {
+                return TypeParam::to_xml_run()(this->handle, this->tx, buffer, &run, remaining,
+                                               error);
+            });
+    }
+}
+
 TYPED_TEST(Run, WithAnErrorSetDoesNothing) {
     auto *values = this->make_values();
     std::vector<std::uint8_t> bytes(this->whole, 0xee);
@@ -135,6 +249,14 @@ TYPED_TEST(Run, WithAnErrorSetDoesNothing) {
                                          this->whole, 0, &this->err),
               0U);
     EXPECT_EQ(values->of[0], static_cast<typename TypeParam::Type>(0x11));
+    const kel_run_label label = {"name", 4};
+    const kel_labelled_run run = {&label, values->of, 1};
+    std::string text(100, '\xee');
+    EXPECT_EQ(TypeParam::print_run()(this->handle, this->tx, text.data(), 0, &run, 100, &this->err),
+              0U);
+    EXPECT_EQ(TypeParam::to_xml_run()(this->handle, this->tx, text.data(), &run, 100, &this->err),
+              0U);
+    EXPECT_EQ(text, std::string(100, '\xee'));
     EXPECT_EQ(this->err, EIDRM);
 }
 

@@ -18,6 +18,7 @@ inline constexpr Field {{type}}_fields[] = {
 {{#fields}}
     {
         .name = "{{field}}",
+        .name_length = {{name_length}},
         .kind = FieldKind::{{kind}},
         .first_variant = {{first_variant}},
         .run = {{run}},

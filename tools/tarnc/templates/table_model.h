@@ -19,6 +19,7 @@ extern kel_table_id_root *{{table}}_root;
 // The whole key object, as a field.
 inline constexpr Field {{table}}_key_field = {
     .name = "",
+    .name_length = 0,
     .kind = FieldKind::structure,
     .first_variant = 0,
     .run = 1,

@@ -14,6 +14,7 @@ extern Fallback<96> shape_key_fallback;
 inline constexpr Field shape_key_fields[] = {
     {
         .name = "layer",
+        .name_length = 5,
         .kind = FieldKind::vstring,
         .first_variant = 0,
         .run = 1,
@@ -26,6 +27,7 @@ inline constexpr Field shape_key_fields[] = {
     },
     {
         .name = "owner",
+        .name_length = 5,
         .kind = FieldKind::address,
         .first_variant = 0,
         .run = 1,

@@ -14,6 +14,7 @@ extern Fallback<40> st_corner_fallback;
 inline constexpr Field st_corner_fields[] = {
     {
         .name = "x",
+        .name_length = 1,
         .kind = FieldKind::int64,
         .first_variant = 0,
         .run = 1,
@@ -26,6 +27,7 @@ inline constexpr Field st_corner_fields[] = {
     },
     {
         .name = "register",
+        .name_length = 8,
         .kind = FieldKind::u_int8,
         .first_variant = 0,
         .run = 1,

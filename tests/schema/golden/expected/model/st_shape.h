@@ -16,6 +16,7 @@ extern Fallback<112> st_shape_fallback;
 inline constexpr Field st_shape_fields[] = {
     {
         .name = "sides",
+        .name_length = 5,
         .kind = FieldKind::u_int8,
         .first_variant = 0,
         .run = 1,
@@ -28,6 +29,7 @@ inline constexpr Field st_shape_fields[] = {
     },
     {
         .name = "number",
+        .name_length = 6,
         .kind = FieldKind::u_int32,
         .first_variant = 0,
         .run = 1,
@@ -40,6 +42,7 @@ inline constexpr Field st_shape_fields[] = {
     },
     {
         .name = "color",
+        .name_length = 5,
         .kind = FieldKind::enumeration,
         .first_variant = 0,
         .run = 1,
@@ -52,6 +55,7 @@ inline constexpr Field st_shape_fields[] = {
     },
     {
         .name = "first",
+        .name_length = 5,
         .kind = FieldKind::structure,
         .first_variant = 0,
         .run = 1,
@@ -64,6 +68,7 @@ inline constexpr Field st_shape_fields[] = {
     },
     {
         .name = "pattern",
+        .name_length = 7,
         .kind = FieldKind::array,
         .first_variant = 0,
         .run = 1,
@@ -76,6 +81,7 @@ inline constexpr Field st_shape_fields[] = {
     },
     {
         .name = "filled",
+        .name_length = 6,
         .kind = FieldKind::boolean,
         .first_variant = 1,
         .run = 1,

@@ -16,6 +16,7 @@ extern kel_table_id_root *tbl_layer_shape_root;
 // The whole key object, as a field.
 inline constexpr Field tbl_layer_shape_key_field = {
     .name = "",
+    .name_length = 0,
     .kind = FieldKind::structure,
     .first_variant = 0,
     .run = 1,

@@ -5,6 +5,6 @@
 #define TARNBASE_SCHEMA_H
 
 /* Changes with everything that is made from the schema. */
-#define TARNBASE_SCHEMA_DIGEST "291a3a93cd6ec70652219b4ca38540cd"
+#define TARNBASE_SCHEMA_DIGEST "67ffbfc49e7b581bd66510fc39d5aea2"
 
 #endif
