@@ -22,6 +22,7 @@ TEST_F(Readers, ASlowOneKeepsItsRecordsWhileAWriterDeletesThem) {
     Child writer([&](Child &test) {
         Connections connections(path);
         auto table = connections.table();
+        test.await();
         for (const auto &[name, number] : numbered("record", count)) {
             tarn::transaction transaction(connections.session);
             table.erase(name);
@@ -34,6 +35,7 @@ TEST_F(Readers, ASlowOneKeepsItsRecordsWhileAWriterDeletesThem) {
         test.tell();
     });
     Connections reader(path);
+    writer.tell();
     const Content expected = numbered("record", count);
     std::uint32_t seen = 0;
     for (const auto record : reader.table()) {
