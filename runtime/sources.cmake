@@ -4,7 +4,9 @@ set(TARNBASE_RUNTIME_SOURCES
   base/boot.cpp
   base/error_text.cpp
   base/thread_number.cpp
+  base/worker.cpp
   arena/allocator.cpp
+  arena/next_pages.cpp
   arena/page_set.cpp
   arena/region.cpp
   arena/unshared_pages.cpp
@@ -20,6 +22,7 @@ set(TARNBASE_RUNTIME_SOURCES
   log/crc32c.cpp
   log/frame.cpp
   log/log.cpp
+  log/next_segment.cpp
   log/notes.cpp
   log/segment.cpp
   checkpoint/checkpoint.cpp

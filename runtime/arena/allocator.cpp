@@ -12,6 +12,8 @@ namespace {
 // A search in a large store reads pages all over it: in large ones, fewer of their addresses are
 // unknown to the processor. A small store takes no more memory than it needs.
 constexpr std::uint64_t bytes_in_usual_pages = 4ULL << 20;
+// So many bytes before it takes the first one, the system is told that these will be large.
+constexpr std::uint64_t large_pages_ahead = 1ULL << 20;
 
 constexpr std::uint64_t set_count = size_class_count + 2;
 
@@ -78,7 +80,7 @@ std::uint64_t Allocator::number_of(const Page *page) const {
 bool Allocator::grow_to(std::uint64_t end) {
     if (end <= state_->size) return true;
     if (!region_->reach(end)) return false;
-    if (end > front_ + bytes_in_usual_pages)
+    if (end + large_pages_ahead > front_ + bytes_in_usual_pages)
         region_->use_large_pages(front_ + bytes_in_usual_pages);
     state_->size = end;
     return true;

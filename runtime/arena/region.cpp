@@ -21,6 +21,13 @@ constexpr std::uint64_t growth = 16ULL << 20;
 
 constexpr std::uint64_t large_page = 2ULL << 20;
 
+// A large page should be there when the bytes in use end so much before it.
+constexpr std::uint64_t lead = 1ULL << 20;
+
+constexpr std::uint64_t round_to_large_page(std::uint64_t bytes) {
+    return (bytes + large_page - 1) / large_page * large_page;
+}
+
 // Maps zeros where nothing is mapped. Returns 0, EADDRINUSE or mmap(2)'s error.
 std::uint32_t map_free(void *place, std::uint64_t bytes, char *&result) {
     const int flags = zeros | (place != nullptr ? MAP_FIXED_NOREPLACE : 0);
@@ -45,6 +52,7 @@ void Region::unmap() {
     mapped_ = 0;
     used_ = 0;
     large_from_ = nowhere;
+    next_ = 0;
 }
 
 std::uint32_t Region::map(void *base, std::uint64_t capacity) {
@@ -83,7 +91,7 @@ bool Region::reach(std::uint64_t bytes) {
 
 void Region::use_large_pages(std::uint64_t from) {
     if (large_from_ != nowhere) return;
-    large_from_ = (from + large_page - 1) / large_page * large_page;
+    large_from_ = round_to_large_page(from);
     advise_large_pages(0, mapped_);
 }
 
@@ -91,6 +99,15 @@ void Region::use_large_pages(std::uint64_t from) {
 void Region::advise_large_pages(std::uint64_t offset, std::uint64_t bytes) {
     const std::uint64_t first = std::max(offset, large_from_);
     if (first < offset + bytes) ::madvise(base_ + first, offset + bytes - first, MADV_HUGEPAGE);
+}
+
+std::span<char> Region::next_large_pages(std::uint64_t end) {
+    if (large_from_ == nowhere || !is_complete()) return {};
+    const std::uint64_t first = std::max({large_from_, next_, round_to_large_page(end)});
+    const std::uint64_t last = std::min(round_to_large_page(end + lead), capacity_);
+    if (first >= last) return {};
+    next_ = last;
+    return {base_ + first, last - first};
 }
 
 // The advice is the same everywhere: parts that differ in it would be separate mappings.
@@ -103,6 +120,7 @@ std::uint32_t Region::map_zeros(std::uint64_t offset, std::uint64_t bytes) {
 
 std::uint32_t Region::clear() {
     large_from_ = nowhere;
+    next_ = 0;
     if (const std::uint32_t error = map_zeros(0, mapped_)) return error;
     discarded_.assign(discarded_.size(), false);
     return 0;
@@ -122,7 +140,9 @@ std::uint32_t Region::read_file(int descriptor, std::uint64_t offset, std::uint6
 
 // If it fails, the memory stays: it is zero as it should be.
 void Region::return_memory(std::uint64_t end) {
-    if (discard_zeros(end, used_ - end)) used_ = end;
+    if (!discard_zeros(end, std::max(used_, next_) - end)) return;
+    used_ = end;
+    next_ = 0;
 }
 
 bool Region::discard_zeros(std::uint64_t offset, std::uint64_t bytes) {

@@ -7,6 +7,7 @@
 #define TARNBASE_RUNTIME_ARENA_REGION_H
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "runtime/arena/unshared_pages.h"
@@ -33,6 +34,9 @@ class Region {
 
     // Keeps what isn't of a file in large pages where the system has them, from an offset on.
     void use_large_pages(std::uint64_t from);
+    // The large pages whose memory should be there when the bytes before `end` are in use; each is
+    // returned once. None if not all is mapped: such a process has no memory to spare.
+    std::span<char> next_large_pages(std::uint64_t end);
 
     // Makes all bytes zero. Returns 0 or mmap(2)'s error.
     std::uint32_t clear();
@@ -75,6 +79,7 @@ class Region {
     std::uint64_t mapped_ = 0;            // from the base
     std::uint64_t used_ = 0;              // nothing was stored into what is after it
     std::uint64_t large_from_ = nowhere;  // where large pages begin
+    std::uint64_t next_ = 0;              // the end of those that were returned as the next ones
     // For each piece of `least_discard` bytes, whether some of it was discarded.
     std::vector<bool> discarded_;
 };

@@ -14,6 +14,9 @@ namespace {
 
 constexpr int end_mark_byte = 0xff;
 
+// A process that commits less makes no segment ahead.
+constexpr std::uint64_t least_appended = 16 << 10;
+
 // A frame can't begin like this: no sequence number is so high.
 bool is_end_mark(std::span<const char> bytes) {
     return std::all_of(bytes.begin(), bytes.begin() + end_mark_bytes,
@@ -48,38 +51,50 @@ bool LogWriter::has_space(std::uint64_t bytes) const {
 
 std::uint32_t LogWriter::append(std::span<const char> frame) {
     if (frame.size() > most_frame_bytes) return EFBIG;
-    if (!has_space(frame.size())) {
-        const std::uint64_t usual = std::min(2 * segment_.size(), most_segment_bytes);
-        if (const std::uint32_t error = append_to_next(frame, usual)) return error;
-    } else {
-        const std::uint32_t error = segment_.prepare(position_, frame.size() + end_mark_bytes);
-        if (error != 0) return error;
-        std::memcpy(segment_.from(position_).data(), frame.data(), frame.size());
-    }
-    position_ += frame.size();
-    return 0;
+    return has_space(frame.size()) ? append_here(frame) : append_to_next(frame, usual_bytes());
 }
 
 std::uint32_t LogWriter::append_to_new(std::span<const char> frame) {
-    if (const std::uint32_t error = append_to_next(frame, first_segment_bytes)) return error;
+    return append_to_next(frame, first_segment_bytes);
+}
+
+std::uint32_t LogWriter::append_here(std::span<const char> frame) {
+    const std::uint32_t error = segment_.prepare(position_, frame.size() + end_mark_bytes);
+    if (error != 0) return error;
+    std::memcpy(segment_.from(position_).data(), frame.data(), frame.size());
     position_ += frame.size();
+    const bool had_enough = appended_ >= least_appended;
+    appended_ += frame.size();
+    Segment none;
+    if (!had_enough) make_next(none);
     return 0;
 }
 
-// Begins the next segment with a frame.
+void LogWriter::make_next(Segment &old) {
+    if (appended_ >= least_appended) next_.make(folder_, usual_bytes(), old);
+}
+
+// Begins the next segment with a frame. The worker unmaps the old one: both hold a lock of the
+// kernel's, and the worker may hold it for long.
 std::uint32_t LogWriter::append_to_next(std::span<const char> frame, std::uint64_t usual) {
     const std::uint64_t used = frame.size() + end_mark_bytes;
     const std::uint64_t needed = segment_head_bytes + used;
     Segment next;
     std::uint32_t error = segment_.prepare(position_, end_mark_bytes);
     if (error != 0) return error;
-    error = next.create(folder_, id_, position_, std::max(usual, needed), used);
-    if (error == ENOSPC || error == EFBIG)
-        error = next.create(folder_, id_, position_, needed, used);
+    const std::uint64_t most = std::max(usual, needed);
+    if (!next_.take(folder_, id_, position_, needed, most, next)) {
+        error = next.create(folder_, id_, position_, most, used);
+        if (error == ENOSPC || error == EFBIG)
+            error = next.create(folder_, id_, position_, needed, used);
+    }
     if (error != 0) return error;
     std::memcpy(next.from(position_).data(), frame.data(), frame.size());
     std::memset(segment_.from(position_).data(), end_mark_byte, end_mark_bytes);
-    segment_ = std::move(next);
+    std::swap(segment_, next);
+    position_ += frame.size();
+    appended_ += frame.size();
+    make_next(next);
     return 0;
 }
 

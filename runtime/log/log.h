@@ -8,9 +8,11 @@
 #ifndef TARNBASE_RUNTIME_LOG_LOG_H
 #define TARNBASE_RUNTIME_LOG_LOG_H
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
+#include "runtime/log/next_segment.h"
 #include "runtime/log/segment.h"
 
 namespace tarnbase::runtime {
@@ -18,6 +20,8 @@ namespace tarnbase::runtime {
 // Appends frames. One process at a time does so, the one that has the writer's lock.
 class LogWriter {
  public:
+    // The worker makes segments ahead, if there is one.
+    explicit LogWriter(Worker *worker = nullptr) : next_(worker) {}
     // Continues at `position`, the published one, in the segment that begins at `segment`. What
     // comes after it, of a writer that died, is overwritten. Costs no system call in the segment
     // that is open.
@@ -37,14 +41,21 @@ class LogWriter {
     bool has_space(std::uint64_t bytes) const;
     // Whether the segment was made for a frame that needs more than the usual space.
     bool has_long_segment() const { return segment_.size() > most_segment_bytes; }
+    // Whether the next segment is made already.
+    bool has_next_segment() const { return next_.is_ready(); }
 
  private:
+    std::uint64_t usual_bytes() const { return std::min(2 * segment_.size(), most_segment_bytes); }
+    std::uint32_t append_here(std::span<const char> frame);
+    void make_next(Segment &old);
     std::uint32_t append_to_next(std::span<const char> frame, std::uint64_t usual);
 
     int folder_ = -1;
     StoreId id_{};
     Segment segment_;
+    NextSegment next_;
     std::uint64_t position_ = 0;
+    std::uint64_t appended_ = 0;  // bytes, by this process
 };
 
 // Reads frames in order.

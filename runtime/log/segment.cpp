@@ -19,11 +19,8 @@
 #include "runtime/base/file.h"
 #include "runtime/base/file_io.h"
 #include "runtime/base/folder_entries.h"
+#include "runtime/base/populate.h"
 #include "runtime/log/crc32c.h"
-
-#ifndef MADV_POPULATE_WRITE
-#define MADV_POPULATE_WRITE 23
-#endif
 
 namespace tarnbase::runtime {
 
@@ -54,6 +51,16 @@ static_assert(sizeof(SegmentHead) == segment_head_bytes);
 
 std::uint32_t head_crc(const SegmentHead &head) {
     return crc32c({reinterpret_cast<const char *>(&head), offsetof(SegmentHead, crc)});
+}
+
+SegmentHead head_of(const StoreId &id, std::uint64_t position, std::uint64_t size) {
+    SegmentHead head{};
+    std::memcpy(head.magic, magic, sizeof magic);
+    head.first = position;
+    head.id = id;
+    head.size = static_cast<std::uint32_t>(size);
+    head.crc = head_crc(head);
+    return head;
 }
 
 // Allocates all of a new file's disk blocks. Some file systems can only do that by writing.
@@ -140,6 +147,7 @@ Segment &Segment::operator=(Segment &&other) noexcept {
     std::swap(size_, other.size_);
     std::swap(first_, other.first_);
     std::swap(prepared_, other.prepared_);
+    std::swap(unnamed_, other.unnamed_);
     std::swap(what_, other.what_);
     return *this;
 }
@@ -153,13 +161,7 @@ std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t posit
     constexpr std::uint64_t unit = first_segment_bytes;
     const std::uint64_t size = std::max((bytes + unit - 1) / unit, std::uint64_t{1}) * unit;
     if (size > std::numeric_limits<std::uint32_t>::max() || is_above_file_limit(size)) return EFBIG;
-    SegmentHead head{};
-    std::memcpy(head.magic, magic, sizeof magic);
-    head.first = position;
-    head.id = id;
-    head.size = static_cast<std::uint32_t>(size);
-    head.crc = head_crc(head);
-
+    const SegmentHead head = head_of(id, position, size);
     std::uint32_t error = 0;
     do {
         ::unlinkat(folder, working_name, 0);
@@ -177,6 +179,36 @@ std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t posit
     } while (error == ENOENT);
     if (error != 0) ::unlinkat(folder, working_name, 0);
     return error;
+}
+
+std::uint32_t Segment::create_unnamed(int folder, std::uint64_t bytes) {
+    if (is_above_file_limit(bytes)) return EFBIG;
+    File file(::openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666));
+    if (!file.is_open()) return error_number();
+    Segment made;
+    made.size_ = bytes;
+    take_mode_of(folder, file.descriptor());
+    std::uint32_t error = allocate_blocks(file.descriptor(), bytes);
+    if (error == 0) error = made.map(file.descriptor(), true);
+    if (error == 0) error = made.prepare_pages(0, bytes);
+    if (error != 0) return error;
+    made.unnamed_ = std::move(file);
+    *this = std::move(made);
+    return 0;
+}
+
+std::uint32_t Segment::give_name(int folder, const StoreId &id, std::uint64_t position) {
+    const SegmentHead head = head_of(id, position, size_);
+    std::memcpy(bytes_, &head, sizeof head);
+    char path[40];
+    std::snprintf(path, sizeof path, "/proc/self/fd/%d", unnamed_.descriptor());
+    const std::string name = segment_name(position);
+    if (::linkat(AT_FDCWD, path, folder, name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+        return error_number();
+    }
+    first_ = position;
+    unnamed_ = {};
+    return 0;
 }
 
 std::uint32_t Segment::open(int folder, const StoreId &id, std::uint64_t position, bool writable) {
@@ -210,9 +242,7 @@ std::uint32_t Segment::prepare_pages(std::uint64_t offset, std::uint64_t bytes) 
     const std::uint64_t start = std::max(offset, prepared_) / page * page;
     const std::uint64_t end = std::min(size_, std::max(offset + bytes, start + prepared_at_once));
     prepared_ = end;
-    if (::madvise(bytes_ + start, end - start, MADV_POPULATE_WRITE) == 0) return 0;
-    // A store there would be a SIGBUS. Kernels before 5.14 don't have this call: EINVAL.
-    if (errno != EFAULT) return 0;
+    if (populate(bytes_ + start, end - start) != EFAULT) return 0;
     prepared_ = start;
     return ENOSPC;
 }

@@ -24,6 +24,8 @@
 #include <string_view>
 #include <vector>
 
+#include "runtime/base/file.h"
+
 namespace tarnbase::runtime {
 
 using StoreId = std::array<std::uint8_t, 16>;
@@ -53,6 +55,13 @@ class Segment {
     std::uint32_t create(int folder, const StoreId &id, std::uint64_t position,
                          std::uint64_t bytes = first_segment_bytes,
                          std::uint64_t used = end_mark_bytes);
+    // Creates one without a position or a name, all of whose pages are mapped; `bytes` are a
+    // multiple of `first_segment_bytes`. It is gone when it is unmapped. Returns 0 or an errno
+    // number: EOPNOTSUPP the file system has no files without a name.
+    std::uint32_t create_unnamed(int folder, std::uint64_t bytes);
+    // Gives it both. Returns 0 or an errno number, EEXIST among them: then it stays as it is.
+    // Requires: as for `create`.
+    std::uint32_t give_name(int folder, const StoreId &id, std::uint64_t position);
     // Opens the segment that begins at `position`. Returns 0; ENOENT there is none; EBADMSG it
     // is damaged, cut short or of another store, and `what` says how; or an errno number.
     std::uint32_t open(int folder, const StoreId &id, std::uint64_t position, bool writable);
@@ -80,6 +89,7 @@ class Segment {
     std::uint64_t size_ = 0;
     std::uint64_t first_ = 0;
     std::uint64_t prepared_ = 0;  // the end of the bytes that are
+    File unnamed_;                // the file as long as it has no name
     const char *what_ = "";
 };
 

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/store/checkpointer.h"
 
-#include <pthread.h>
-#include <signal.h>
-
 #include <cerrno>
 #include <cstring>
 #include <exception>
 #include <new>
 
 #include "runtime/base/error_text.h"
+#include "runtime/base/signals_blocked.h"
 #include "runtime/control/futex.h"
 #include "runtime/control/journal_settings.h"
 #include "runtime/store/flusher.h"
@@ -23,22 +21,6 @@ constexpr int rest_factor = 9;
 
 // After another process was found making a checkpoint, none is tried again for this time.
 constexpr std::chrono::milliseconds busy_time{100};
-
-// Signals are for the program's own threads.
-class SignalsBlocked {
- public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    SignalsBlocked(const SignalsBlocked &) = delete;
-    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-    sigset_t before_;
-};
 
 }  // namespace
 

@@ -82,15 +82,21 @@ std::uint32_t fail_file(const char *path) {
     return fail(EINVAL, "%s: not a store: it isn't a folder", path);
 }
 
+// A process that may not map a whole store has no address space for a thread.
+void limit_worker(kel_store &store) {
+    if (!store.region.is_complete()) store.worker.stop();
+}
+
 // Opens a store's files and maps its region, without content.
 std::uint32_t map_files(const char *path, kel_store &store) {
     File folder(::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.is_open()) return errno == ENOTDIR ? fail_file(path) : fail_errno(path);
-    store.sharing = std::make_unique<Sharing>(store, store.scopes);
+    store.sharing = std::make_unique<Sharing>(store, store.scopes, &store.worker);
     if (const std::uint32_t error = store.sharing->open(path, std::move(folder))) return error;
     const ControlPage &control = store.sharing->folder().control.page();
     void *base = reinterpret_cast<void *>(control.base);
     const std::uint32_t error = store.region.map_front(base, control.capacity, page_size);
+    limit_worker(store);
     return error == 0 ? 0 : fail_map(path, error, base, control.capacity);
 }
 
@@ -117,9 +123,10 @@ std::uint32_t create_files(const char *path, std::uint64_t capacity, void *base,
     NewFolder made;
     if (const std::uint32_t error = made.begin(path, 0777)) return error;
     if (const std::uint32_t error = map_new(path, capacity, base, store.region)) return error;
+    limit_worker(store);
     store.format(store.region.base());
     if (const std::uint32_t error = made.fill(store)) return error;
-    store.sharing = std::make_unique<Sharing>(store, store.scopes);
+    store.sharing = std::make_unique<Sharing>(store, store.scopes, &store.worker);
     if (const auto error = store.sharing->open(path, std::move(made.folder))) return error;
     if (const std::uint32_t error = store.sharing->load()) return error;
     return made.finish();

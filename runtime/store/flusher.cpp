@@ -2,8 +2,6 @@
 #include "runtime/store/flusher.h"
 
 #include <fcntl.h>
-#include <pthread.h>
-#include <signal.h>
 
 #include <cerrno>
 #include <cstring>
@@ -11,6 +9,7 @@
 
 #include "runtime/base/error_text.h"
 #include "runtime/base/file_io.h"
+#include "runtime/base/signals_blocked.h"
 #include "runtime/control/futex.h"
 #include "tarnbase/runtime.h"
 
@@ -89,16 +88,12 @@ void Flusher::flush_within(std::uint32_t milliseconds) {
         futex_wake(state_, 1);
         return;
     }
-    // Signals are for the program's own threads.
-    sigset_t all, signals;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &signals);
+    const SignalsBlocked blocked;
     try {
         thread_ = std::make_unique<std::thread>([this] { run(); });
     } catch (const std::exception &) {
         state_.store(idle);  // No thread can be made now: a later commit tries again.
     }
-    pthread_sigmask(SIG_SETMASK, &signals, nullptr);
 }
 
 void Flusher::run() {

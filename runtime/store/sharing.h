@@ -23,11 +23,12 @@ namespace tarnbase::runtime {
 
 class Sharing {
  public:
-    // The scopes guard the image, and live longer.
-    Sharing(Image &image, ReadingScopes &scopes)
+    // The scopes guard the image, and live longer. The worker is stopped before the destructor.
+    Sharing(Image &image, ReadingScopes &scopes, Worker *worker)
         : image_(image),
           scopes_(scopes),
           follower_(folder_, image),
+          log_(worker),
           flusher_(folder_, lock_),
           checkpointer_(folder_, lock_) {}
     Sharing(const Sharing &) = delete;
@@ -49,6 +50,8 @@ class Sharing {
     std::uint32_t advance(FrameObserver &observer);
     // Loads the newest image in place of the replica's.
     std::uint32_t skip();
+    // Whether the next segment of the log is made already.
+    bool has_next_segment() const { return log_.has_next_segment(); }
     bool is_replica() const { return is_replica_; }
     // Whether this process may become the writer.
     bool may_write() const { return folder_.control.is_writable() && !is_replica_; }

@@ -16,6 +16,7 @@ kel_store::~kel_store() {
     for (TransactionSlot &slot : transactions_) {
         if (slot.id != 0) roll_back(slot);
     }
+    worker.stop();
     tarnbase::runtime::forget_positions();
 }
 
@@ -28,6 +29,17 @@ void *kel_store::fail_allocation(std::uint64_t size) const {
                             path.empty() ? "private store" : path.c_str(),
                             static_cast<unsigned long long>(size));
     return nullptr;
+}
+
+// A store that has grown needs large pages soon. If they can't be had now, its next growth tries
+// again.
+void kel_store::get_next_pages() {
+    known_size_ = header->arena.size;
+    if (next_pages_.is_busy()) return;
+    const std::span<char> pages = region.next_large_pages(known_size_);
+    if (pages.empty()) return;
+    next_pages_.get(pages);
+    if (!worker.wake()) next_pages_.get({});
 }
 
 // Whether this process may change the image. What is changed outside of transactions lasts.
@@ -52,6 +64,7 @@ void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     if (slot != nullptr && !slot->undo.reserve()) return fail_allocation(size);
     void *block = allocator.allocate(size);
     if (block == nullptr) return fail_allocation(size);
+    if (header->arena.size != known_size_) get_next_pages();
     if (slot != nullptr) {
         slot->undo.allocated(block);
         slot->new_blocks.add(offset_of(block), size);

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "runtime/arena/next_pages.h"
+#include "runtime/base/worker.h"
 #include "runtime/index/block_allocator.h"
 #include "runtime/store/image.h"
 #include "runtime/store/new_blocks.h"
@@ -34,7 +36,7 @@ struct TransactionSlot {
 }  // namespace tarnbase::runtime
 
 struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAllocator {
-    kel_store() = default;
+    kel_store() { worker.add(next_pages_); }
     ~kel_store();
     kel_store(const kel_store &) = delete;
     kel_store &operator=(const kel_store &) = delete;
@@ -74,6 +76,9 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     std::uint32_t lock();
     std::uint32_t unlock();
 
+    // Whether the worker has got all the pages that it was to get.
+    bool has_next_pages() const { return !next_pages_.is_busy(); }
+
     // Reading scopes of the calling thread. It can refresh only if it has none.
     std::uint32_t begin_read(bool refreshed);
     std::uint32_t refresh();
@@ -81,6 +86,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     std::uint32_t check_not_reading(const char *what) const;
 
     tarnbase::runtime::ReadingScopes scopes;
+    tarnbase::runtime::Worker worker;                     // makes ready what the writer needs next
     std::string path;                                     // empty: a private store
     std::unique_ptr<tarnbase::runtime::Sharing> sharing;  // null: a private store
     // The tables of a salvaged store, and the pages of their indexes.
@@ -98,6 +104,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     // Whether this thread has begun a transaction, or the lock, that is still open.
     bool is_writing_thread() const;
 
+    void get_next_pages();
     bool fails_on_purpose();
     // Returns null.
     void *fail_allocation(std::uint64_t size) const;
@@ -110,7 +117,9 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     std::array<tarnbase::runtime::TransactionSlot, tarnbase::runtime::transaction_slots>
         transactions_;
     std::uint32_t open_transactions_ = 0;
-    std::uint64_t locks_ = 0;  // calls of `lock` that aren't undone
+    tarnbase::runtime::NextPages next_pages_;
+    std::uint64_t known_size_ = 0;  // the store's, when the next pages were last looked at
+    std::uint64_t locks_ = 0;       // calls of `lock` that aren't undone
     std::atomic<std::uint32_t> locking_thread_ = 0;
     bool writes_privately_ = false;  // a private store, in a change of `scopes`
     std::array<std::string, tarnbase::runtime::transaction_slots> labels_;  // of transactions

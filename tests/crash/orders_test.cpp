@@ -130,7 +130,7 @@ class OpenStore {
 
     Image image_;
     ReadingScopes scopes_;
-    Sharing sharing_{image_, scopes_};
+    Sharing sharing_{image_, scopes_, nullptr};
 };
 
 class Store : public Scenario {

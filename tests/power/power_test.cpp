@@ -267,6 +267,7 @@ int __real_fsync(int descriptor);
 int __real_fdatasync(int descriptor);
 int __real_renameat(int from, const char *name, int to, const char *new_name);
 int __real_unlinkat(int folder, const char *name, int flags);
+int __real_linkat(int from, const char *name, int to, const char *new_name, int flags);
 
 int __wrap_fsync(int descriptor) {
     if (power::recorder == nullptr) return __real_fsync(descriptor);
@@ -286,6 +287,11 @@ int __wrap_renameat(int from, const char *name, int to, const char *new_name) {
 int __wrap_unlinkat(int folder, const char *name, int flags) {
     if (power::recorder != nullptr) power::recorder->forget(name);
     return __real_unlinkat(folder, name, flags);
+}
+
+int __wrap_linkat(int from, const char *name, int to, const char *new_name, int flags) {
+    if (power::recorder != nullptr) power::recorder->cut_now();
+    return __real_linkat(from, name, to, new_name, flags);
 }
 
 }  // extern "C"
