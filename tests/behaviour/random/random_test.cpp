@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <string>
 
 #include "tests/behaviour/random/driver.h"
 
@@ -27,9 +28,10 @@ u64 number_from_environment(const char *name, u64 fallback) {
 
 Mode mode_of_seed(u64 seed) { return all_modes[seed % std::size(all_modes)]; }
 
+// Both tests of a kind have one: a process can open tables by id in one store only.
 World &world_of(const Kind &kind) {
-    static std::map<const Kind *, std::unique_ptr<World>> worlds;
-    std::unique_ptr<World> &world = worlds[&kind];
+    static std::map<std::string, std::unique_ptr<World>> worlds;
+    std::unique_ptr<World> &world = worlds[kind.name];
     if (world != nullptr) return *world;
     world = std::make_unique<World>();
     // The store allocates some blocks only once.
