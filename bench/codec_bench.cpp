@@ -64,6 +64,16 @@ struct Filled {
     }
 };
 
+// All benchmarks have the same counters: a table of their values needs that. `objects` is the
+// number of them in an iteration.
+template <typename Codec>
+void set_counters(benchmark::State &state, const Filled<Codec> &filled, std::size_t objects = 1) {
+    state.counters["bytes"] = static_cast<double>(filled.form.size());
+    state.counters["each"] = benchmark::Counter(
+        static_cast<double>(objects),
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
 template <typename Codec>
 void Encode(benchmark::State &state) {
     Filled<Codec> filled;
@@ -71,7 +81,7 @@ void Encode(benchmark::State &state) {
         benchmark::DoNotOptimize(Codec::marshal(filled.session, filled.form, filled.object));
         benchmark::ClobberMemory();
     }
-    state.counters["bytes"] = static_cast<double>(filled.form.size());
+    set_counters(state, filled);
 }
 
 template <typename Codec>
@@ -82,6 +92,7 @@ void Decode(benchmark::State &state) {
             Codec::unmarshal(filled.session, KEL_TX_NONE, filled.form, filled.object));
         benchmark::ClobberMemory();
     }
+    set_counters(state, filled);
 }
 
 double cpu_seconds() {
@@ -106,9 +117,7 @@ void DecodeInTransaction(benchmark::State &state) {
         state.SetIterationTime(cpu_seconds() - start);
         kel_transaction_commit(filled.session.handle, tx);
     }
-    state.counters["each"] = benchmark::Counter(
-        static_cast<double>(objects.size()),
-        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    set_counters(state, filled, objects.size());
 }
 
 template <typename Codec>
@@ -120,6 +129,7 @@ void FloorCopy(benchmark::State &state) {
         benchmark::DoNotOptimize(copy.data());
         benchmark::ClobberMemory();
     }
+    set_counters(state, filled);
 }
 
 #define TARNBASE_BENCH_CODEC(type)                                 \
