@@ -29,15 +29,14 @@ constinit thread_local LastPosition last_position [[gnu::tls_model("initial-exec
 
 }  // namespace
 
-// Calls `visit` with each walk of this thread whose position is in that leaf.
+// Calls `visit` with the position of each walk of this thread, if that is in the leaf.
 struct WalksOfThread {
     template <typename Visit>
     static void each_in(const IndexPage *leaf, Visit visit) {
         for (Walk *walk = innermost_walk; walk != nullptr; walk = walk->outer_) {
-            if (walk->next_.leaf == leaf) visit(*walk, walk->next_);
+            if (walk->next_.leaf == leaf) visit(walk->next_);
         }
     }
-    static void move(Walk &walk, Position next) { walk.move_to(next); }
 };
 
 void forget_positions() { replacements.fetch_add(1, std::memory_order_relaxed); }
@@ -88,24 +87,19 @@ kel_index_node *Walk::take() {
 }
 
 void entry_inserted(const IndexPage *leaf, std::uint32_t slot) {
-    WalksOfThread::each_in(leaf, [&](Walk &, Position &next) {
+    WalksOfThread::each_in(leaf, [&](Position &next) {
         if (slot <= next.slot) ++next.slot;
     });
 }
 
 void entry_removed(const IndexPage *leaf, std::uint32_t slot) {
-    WalksOfThread::each_in(leaf, [&](Walk &walk, Position &next) {
-        if (slot < next.slot) {
-            --next.slot;
-        } else if (slot == next.slot) {
-            const bool is_last = next.slot == leaf->count;
-            WalksOfThread::move(walk, is_last ? Position{leaf->next, 0} : next);
-        }
+    WalksOfThread::each_in(leaf, [&](Position &next) {
+        if (slot < next.slot) --next.slot;
     });
 }
 
 void entries_moved(const IndexPage *leaf, std::uint32_t first, Position to) {
-    WalksOfThread::each_in(leaf, [&](Walk &, Position &next) {
+    WalksOfThread::each_in(leaf, [&](Position &next) {
         if (next.slot >= first) next = {to.leaf, to.slot + next.slot - first};
     });
 }
