@@ -11,6 +11,9 @@
 
 namespace tarnctl {
 
+// Values or elements that nest deeper in a document are an error.
+inline constexpr std::size_t deepest_nesting = 64;
+
 class Input {
  public:
     // "-" is standard input. Failure `store` if the file can't be read.

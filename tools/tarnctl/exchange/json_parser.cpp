@@ -13,8 +13,6 @@ namespace {
 
 using Document = nlohmann::ordered_json;
 
-constexpr std::size_t deepest_nesting = 64;
-
 // The input as iterators for the parser. All copies share one position.
 class Bytes {
  public:

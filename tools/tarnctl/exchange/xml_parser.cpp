@@ -10,7 +10,6 @@ namespace tarnctl {
 namespace {
 
 constexpr std::size_t chunk = 65536;
-constexpr std::size_t deepest_nesting = 64;
 constexpr std::size_t largest_element = std::size_t{1} << 30U;
 constexpr std::size_t usual_children = 16;
 
