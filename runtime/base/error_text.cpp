@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "runtime/base/error_text.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 namespace tarnbase::runtime {
 
@@ -20,6 +22,11 @@ std::uint32_t fail(std::uint32_t code, const char *format, ...) {
     va_end(arguments);
     number = code;
     return code;
+}
+
+std::uint32_t fail_errno(const char *path) {
+    const int error = errno;
+    return fail(static_cast<std::uint32_t>(error), "%s: %s", path, std::strerror(error));
 }
 
 const char *error_text() { return text; }

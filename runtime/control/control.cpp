@@ -65,11 +65,6 @@ bool is_valid(const Identity &identity) {
            identity.base <= UINT64_MAX - identity.capacity;
 }
 
-std::uint32_t fail_errno(const char *path) {
-    const std::uint32_t error = error_number();
-    return fail(error, "%s: %s", path, std::strerror(static_cast<int>(error)));
-}
-
 std::uint32_t fail_damaged(const char *path) {
     return fail(EINVAL, "%s: the control file of the store is damaged. Restore it from a copy",
                 path);

@@ -25,11 +25,6 @@ constexpr std::uint64_t range_begin = 0x2000'0000'0000;
 constexpr std::uint64_t range_end = 0x5000'0000'0000;
 constexpr std::uint64_t slot_unit = 64ULL << 30;
 
-std::uint32_t fail_errno(const char *path) {
-    const int error = errno;
-    return fail(static_cast<std::uint32_t>(error), "%s: %s", path, std::strerror(error));
-}
-
 std::uint32_t fail_map(const char *path, std::uint32_t error, const void *base,
                        std::uint64_t capacity) {
     if (error != EADDRINUSE) {

@@ -3,8 +3,6 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
-#include <cstring>
 #include <string_view>
 
 #include "runtime/base/error_text.h"
@@ -17,12 +15,6 @@ namespace tarnbase::runtime {
 namespace {
 
 constexpr std::uint64_t block_unit = 512;  // of stat(2)
-
-std::uint32_t fail_errno(const StoreFolder &store) {
-    const int error = errno;
-    return fail(static_cast<std::uint32_t>(error), "%s: %s", store.path.c_str(),
-                std::strerror(error));
-}
 
 std::uint64_t disk_bytes(const struct stat &status) {
     return static_cast<std::uint64_t>(status.st_blocks) * block_unit;
@@ -37,7 +29,7 @@ std::uint64_t time_of(const struct stat &status) {
 
 std::uint32_t back_up(StoreFolder &store, std::uint64_t size, const char *path) {
     struct stat status;
-    if (::fstat(store.folder.descriptor(), &status) != 0) return fail_errno(store);
+    if (::fstat(store.folder.descriptor(), &status) != 0) return fail_errno(store.path.c_str());
     NewFolder made;
     if (const std::uint32_t error = made.begin(path, status.st_mode & 0777)) return error;
     Image image;
@@ -50,7 +42,7 @@ std::uint32_t back_up(StoreFolder &store, std::uint64_t size, const char *path) 
 std::uint32_t describe_files(const StoreFolder &store, kel_store_files &files) {
     files = {};
     const FolderEntries entries = entries_of(store.folder.descriptor());
-    if (entries == nullptr) return fail_errno(store);
+    if (entries == nullptr) return fail_errno(store.path.c_str());
     const std::string newest = checkpoint_name(store.control.page().checkpoint.load());
     while (const dirent *entry = ::readdir(entries.get())) {
         const std::string_view name = entry->d_name;
