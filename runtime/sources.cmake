@@ -45,6 +45,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/image.cpp
   store/journal.cpp
   store/kept_pages.cpp
+  store/moments.cpp
   store/neighbours.cpp
   store/new_folder.cpp
   store/open_stores.cpp
@@ -123,7 +124,9 @@ set(TARNBASE_RUNTIME_SOURCES
   check/ring.cpp
   check/side_entries.cpp
   check/types.cpp
+  replica/authors.cpp
   replica/changes.cpp
+  replica/one_record.cpp
   replica/owners.cpp
   replica/record_copies.cpp
   replica/replica.cpp

@@ -93,6 +93,26 @@ TARNBASE_API uint64_t kel_replica_sequence(const kel_replica *replica);
  */
 TARNBASE_API uint32_t kel_replica_advance(kel_replica *replica,
                                           kel_replica_transaction *transaction);
+/*
+ * Applies transactions until one has changed a record, and fills in `transaction` with that change
+ * alone. The record is the one of `table` with the key, the tenant and the source of `place`, which
+ * needn't be in a table. The transactions before it are applied several times as fast as by
+ * kel_replica_advance; `transaction->sequence` is the last one applied, also after an error.
+ * Errors: EAGAIN no further transaction has changed the record; ENOENT `table` is no table of the
+ * replica's store, or that transaction has freed it; and those of kel_replica_advance.
+ */
+TARNBASE_API uint32_t kel_replica_advance_record(kel_replica *replica, kel_table *table,
+                                                 const kel_record *place,
+                                                 kel_replica_transaction *transaction);
+/*
+ * Finds the last transaction of the store `path` that was committed at `time`, in nanoseconds since
+ * 1970, or before. A replica that is opened with its number is as the store was at that time, as
+ * far as the clocks were right of those who committed.
+ * Errors: EOVERFLOW the files don't reach back to that time; ENODATA the log doesn't say when its
+ * transactions were committed: the store keeps no journal; EBADMSG the log, or a checkpoint, is
+ * damaged; EINVAL it is no store; and those of open(2).
+ */
+TARNBASE_API uint32_t kel_replica_sequence_at(const char *path, uint64_t time, uint64_t *sequence);
 
 TARNBASE_END
 

@@ -6,6 +6,7 @@
 
 #include "runtime/base/error_text.h"
 #include "runtime/replica/replica.h"
+#include "runtime/store/moments.h"
 
 using tarnbase::runtime::fail;
 
@@ -38,5 +39,27 @@ std::uint32_t kel_replica_advance(kel_replica *replica, kel_replica_transaction 
         return replica->advance(*transaction);
     } catch (const std::bad_alloc &) {
         return fail(ENOMEM, "kel_replica_advance: no memory");
+    }
+}
+
+std::uint32_t kel_replica_advance_record(kel_replica *replica, kel_table *table,
+                                         const kel_record *place,
+                                         kel_replica_transaction *transaction) {
+    try {
+        return replica->advance_record(table, place, *transaction);
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM, "kel_replica_advance_record: no memory");
+    }
+}
+
+std::uint32_t kel_replica_sequence_at(const char *path, std::uint64_t time,
+                                      std::uint64_t *sequence) {
+    *sequence = 0;
+    try {
+        return tarnbase::runtime::sequence_at(path, time, *sequence);
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM, "%s: no memory", path);
+    } catch (const std::exception &failure) {
+        return fail(EIO, "%s: %s", path, failure.what());
     }
 }

@@ -50,4 +50,14 @@ Notes read_notes(std::span<const char> frame) {
     return notes;
 }
 
+std::optional<Author> read_author(std::span<const char> frame) {
+    Notes notes;
+    OperationReader operations(frame);
+    Operation operation;
+    if (operations.next(operation) && operation.kind == OperationKind::note) {
+        read_note(operation, notes);
+    }
+    return notes.author;
+}
+
 }  // namespace tarnbase::runtime

@@ -61,6 +61,9 @@ void add_label(FrameBuilder &frame, std::string_view label);
 // skipped.
 Notes read_notes(std::span<const char> frame);
 
+// The author alone, whose note is the first operation of a frame.
+std::optional<Author> read_author(std::span<const char> frame);
+
 }  // namespace tarnbase::runtime
 
 #endif

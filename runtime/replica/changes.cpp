@@ -2,25 +2,10 @@
 #include "runtime/replica/changes.h"
 
 #include <algorithm>
-#include <cstddef>
 
 #include "runtime/index/tree.h"
 
 namespace tarnbase::runtime {
-
-namespace {
-
-// Whether bytes of a record are more than its place in the index and the references to it.
-bool is_content(std::uint64_t offset, std::uint64_t length) {
-    const auto overlaps = [&](std::uint64_t first, std::uint64_t end) {
-        return offset < end && first < offset + length;
-    };
-    return overlaps(0, offsetof(kel_record, ra_uuid)) ||
-           overlaps(offsetof(kel_record, tenant_id), offsetof(kel_record, index_node)) ||
-           overlaps(offsetof(kel_record, object), sizeof(kel_record));
-}
-
-}  // namespace
 
 void ChangeObserver::start() {
     changes_.clear();
@@ -35,30 +20,16 @@ void ChangeObserver::before(std::span<const char> frame) {
     freed_.clear();
     changes_.clear();
     copies_.clear();
-    keep_notes(frame);
+    authors_.read(frame);
     BlockKinds kinds(image_);
     OperationReader operations(frame);
     Operation operation;
     while (operations.next(operation)) touch_operation(operation, kinds);
 }
 
-void ChangeObserver::keep_notes(std::span<const char> frame) {
-    const Notes notes = read_notes(frame);
-    author_ = notes.author;
-    label_ = notes.label;
-    if (notes.author && notes.command) commands_[notes.author->session] = *notes.command;
-}
-
 void ChangeObserver::describe(kel_replica_transaction &transaction) const {
     transaction.changes = changes_.data();
     transaction.change_count = changes_.size();
-    if (!author_) return;
-    transaction.time = author_->time;
-    transaction.pid = author_->pid;
-    transaction.uid = author_->uid;
-    const auto command = commands_.find(author_->session);
-    if (command != commands_.end()) transaction.command = command->second.c_str();
-    if (!label_.empty()) transaction.label = label_.c_str();
 }
 
 // Notes the record whose bytes an operation will change. Offsets aren't checked yet.

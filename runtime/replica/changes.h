@@ -4,13 +4,11 @@
 #define TARNBASE_RUNTIME_REPLICA_CHANGES_H
 
 #include <cstdint>
-#include <optional>
-#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
-#include "runtime/log/notes.h"
+#include "runtime/replica/authors.h"
 #include "runtime/replica/owners.h"
 #include "runtime/replica/record_copies.h"
 #include "runtime/store/follower.h"
@@ -21,8 +19,8 @@ namespace tarnbase::runtime {
 
 class ChangeObserver final : public FrameObserver {
  public:
-    ChangeObserver(const Image &image, kel_table_vector_lookup lookup)
-        : image_(image), types_(lookup), owners_(image), copies_(image) {}
+    ChangeObserver(const Image &image, TableTypes &types, Authors &authors)
+        : image_(image), types_(types), authors_(authors), owners_(image), copies_(image) {}
 
     // Begins with an image that was loaded.
     void start();
@@ -30,7 +28,7 @@ class ChangeObserver final : public FrameObserver {
     void before(std::span<const char> frame) override;
     void after() override;
 
-    // Fills in what the last frame says of its author, and its changes. Valid until the next one.
+    // Fills in what the last frame has changed. Valid until the next one.
     void describe(kel_replica_transaction &transaction) const;
 
  private:
@@ -42,7 +40,6 @@ class ChangeObserver final : public FrameObserver {
     };
     using Changes = std::vector<kel_replica_change>;
 
-    void keep_notes(std::span<const char> frame);
     void touch_operation(const Operation &operation, BlockKinds &kinds);
     void touch_block(Allocator::Extent block, BlockKinds &kinds);
     void touch(std::uint64_t offset);
@@ -61,7 +58,8 @@ class ChangeObserver final : public FrameObserver {
     void arrange_table(Changes::iterator first, Changes::iterator last);
 
     const Image &image_;
-    TableTypes types_;
+    TableTypes &types_;
+    Authors &authors_;
     Owners owners_;
     RecordCopies copies_;
     std::vector<Touched> touched_;
@@ -70,10 +68,6 @@ class ChangeObserver final : public FrameObserver {
     std::unordered_map<const kel_table *, const kel_table *> freed_;  // copies of freed tables
     std::unordered_map<const kel_type_info *, const TableType *> known_;
     Changes changes_;
-    std::optional<Author> author_;
-    std::string label_;
-    // By session. A frame has it only if it is the session's first one, or the first of a segment.
-    std::unordered_map<std::uint64_t, std::string> commands_;
 };
 
 }  // namespace tarnbase::runtime

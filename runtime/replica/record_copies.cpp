@@ -2,6 +2,7 @@
 #include "runtime/replica/record_copies.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "runtime/replica/owners.h"
@@ -56,6 +57,15 @@ bool begins_with_descriptor(PartKind kind) {
 }
 
 }  // namespace
+
+bool is_content(std::uint64_t offset, std::uint64_t length) {
+    const auto overlaps = [&](std::uint64_t first, std::uint64_t end) {
+        return offset < end && first < offset + length;
+    };
+    return overlaps(0, offsetof(kel_record, ra_uuid)) ||
+           overlaps(offsetof(kel_record, tenant_id), offsetof(kel_record, index_node)) ||
+           overlaps(offsetof(kel_record, object), sizeof(kel_record));
+}
 
 void RecordCopies::clear() {
     // The largest chunk is kept, unless it is unusually large.
@@ -127,6 +137,30 @@ void RecordCopies::copy_text(char *string) {
         std::memcpy(value.text.outside.block, &made, sizeof made);
     }
     std::memcpy(string, &value, sizeof value);
+}
+
+void RecordCopies::add_block(const void *begin, std::vector<Allocator::Extent> &blocks) const {
+    if (!image_.contains(begin, 1)) return;
+    if (const auto block = image_.allocator.find(image_.offset_of(begin))) blocks.push_back(*block);
+}
+
+void RecordCopies::add_object(const ObjectType &type, const void *object,
+                              std::vector<Allocator::Extent> &blocks) const {
+    const std::size_t size = size_of(object);
+    if (size < type.used_lengths.front()) return;
+    add_block(object, blocks);
+    each_text(type, object, size, [&](std::size_t offset) {
+        kel_vstring value;
+        std::memcpy(&value, static_cast<const char *>(object) + offset, sizeof value);
+        if (!is_inline(value)) add_block(text_block(value), blocks);
+    });
+}
+
+void RecordCopies::add_blocks(const TableType &type, const kel_record &record,
+                              std::vector<Allocator::Extent> &blocks) const {
+    add_block(&record, blocks);
+    add_object(type.object, record.object, blocks);
+    if (type.key) add_object(*type.key, record.key_object, blocks);
 }
 
 bool RecordCopies::is_same(const TableType &type, const kel_record &copied,

@@ -13,6 +13,9 @@
 
 namespace tarnbase::runtime {
 
+// Whether bytes of a record are more than its place in the index and the references to it.
+bool is_content(std::uint64_t offset, std::uint64_t length);
+
 class RecordCopies {
  public:
     explicit RecordCopies(const Image &image) : image_(image) {}
@@ -20,6 +23,10 @@ class RecordCopies {
     void clear();
     const kel_record *copy(const TableType &type, const kel_record &record);
     const kel_table *copy(const kel_table &table);
+
+    // Adds the blocks of a record in the store to `blocks`: its own, its objects' and their texts'.
+    void add_blocks(const TableType &type, const kel_record &record,
+                    std::vector<Allocator::Extent> &blocks) const;
 
     // Whether the record in the store has what the copy has, apart from its place in the index
     // and the references to it.
@@ -34,6 +41,9 @@ class RecordCopies {
     char *take(std::size_t size);
     void *copy_object(const ObjectType &type, const void *object);
     void copy_text(char *string);
+    void add_block(const void *begin, std::vector<Allocator::Extent> &blocks) const;
+    void add_object(const ObjectType &type, const void *object,
+                    std::vector<Allocator::Extent> &blocks) const;
     bool is_same_object(const ObjectType &type, const void *copied, const void *object) const;
     // The bytes of an object's block; 0 if it isn't in the store.
     std::size_t size_of(const void *object) const;

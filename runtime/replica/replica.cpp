@@ -22,9 +22,13 @@ std::uint32_t kel_replica::open(const char *path, std::uint64_t sequence) {
     if (findings.count() != 0) {
         return fail(EBADMSG, "%s: the store is damaged: %s", path, first.c_str());
     }
-    observer_.start();
+    start_authors();
     known_ = this->sequence();
     return 0;
+}
+
+void kel_replica::start_authors() {
+    authors_.start(store_.sharing->folder(), store_.sharing->follower());
 }
 
 std::uint32_t kel_replica::advance(kel_replica_transaction &transaction) {
@@ -32,27 +36,57 @@ std::uint32_t kel_replica::advance(kel_replica_transaction &transaction) {
     transaction.sequence = known_;
     if (const auto error = store_.check_not_reading("kel_replica_advance")) return error;
     if (is_lost_) return skip(transaction);
+    if (!is_observed_) observer_.start();
+    is_observed_ = true;
+    if (const std::uint32_t error = step(observer_, transaction)) return error;
+    authors_.describe(transaction);
+    observer_.describe(transaction);
+    return 0;
+}
+
+std::uint32_t kel_replica::advance_record(kel_table *table, const kel_record *place,
+                                          kel_replica_transaction &transaction) {
+    transaction = {};
+    transaction.sequence = known_;
+    if (const auto error = store_.check_not_reading("kel_replica_advance_record")) return error;
+    if (is_lost_) return skip(transaction);
+    if (!one_.start(table, place)) {
+        return fail(ENOENT, "%s: it has no such table", store_.path.c_str());
+    }
+    is_observed_ = false;
+    while (!one_.has_changed()) {
+        if (const std::uint32_t error = step(one_, transaction)) return error;
+        if (one_.has_freed_table() && !one_.has_changed()) {
+            return fail(ENOENT, "%s: the table was freed", store_.path.c_str());
+        }
+    }
+    authors_.describe(transaction);
+    one_.describe(transaction);
+    return 0;
+}
+
+// Applies one transaction, or skips those that are gone.
+std::uint32_t kel_replica::step(FrameObserver &observer, kel_replica_transaction &transaction) {
     std::uint32_t error = 0;
     try {
-        error = store_.sharing->advance(observer_);
+        error = store_.sharing->advance(observer);
     } catch (const std::bad_alloc &) {
         is_lost_ = sequence() != known_;
         throw;
     }
     if (error == ENODATA) return fail(EAGAIN, "%s: nothing was committed", store_.path.c_str());
     if (error == ENOENT) return skip(transaction);
-    if (error != 0) return error;
-    known_ = transaction.sequence = sequence();
-    observer_.describe(transaction);
-    return 0;
+    if (error == 0) known_ = transaction.sequence = sequence();
+    return error;
 }
 
 // Goes on with the newest state.
 std::uint32_t kel_replica::skip(kel_replica_transaction &transaction) {
     is_lost_ = true;
     if (const std::uint32_t error = store_.sharing->skip()) return error;
-    observer_.start();
+    is_observed_ = false;
     is_lost_ = false;
+    start_authors();
     transaction.sequence = sequence();
     transaction.missed = transaction.sequence - known_;
     known_ = transaction.sequence;

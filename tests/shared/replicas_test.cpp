@@ -44,6 +44,15 @@ class Replica {
     kel_handle *handle() const { return handle_.get(); }
     std::uint64_t sequence() const { return kel_replica_sequence(replica_.get()); }
     std::uint32_t advance() { return kel_replica_advance(replica_.get(), &last); }
+    std::uint32_t advance_record(const kel_record *place) {
+        return kel_replica_advance_record(replica_.get(), table(), place, &last);
+    }
+    kel_replica *c_replica() const { return replica_.get(); }
+    // The table of connections, or null.
+    kel_table *table() const {
+        std::uint32_t error = 0;
+        return tbl_ldap_conn_table_open(handle(), KEL_TX_NONE, table_name, 1, &error);
+    }
 
     // "+name 1", "~name 1 2" or "-name 2" for each change of the last transaction.
     std::vector<std::string> changes() const {
@@ -256,6 +265,144 @@ TEST_F(Replicas, NameTheAuthorIfTheStoreKeepsAJournal) {
     EXPECT_NE(replica.last.command, nullptr);
     EXPECT_NE(replica.last.time, 0U);
     EXPECT_EQ(writer.join(), 0);
+}
+
+// A record of another store, with the key of one.
+class Place {
+ public:
+    explicit Place(const std::string &name) {
+        tarn::transaction transaction(session_);
+        table_.insert(table_.make(name));
+        transaction.commit();
+        record_ = table_.find(name)->c_record();
+    }
+    const kel_record *record() const { return record_; }
+
+ private:
+    tarn::store store_ = tarn::store::create_private();
+    tarn::session session_{store_};
+    tarn::table<tarn::ldap_conn> table_ =
+        tarn::table<tarn::ldap_conn>::open_or_create(session_, table_name);
+    const kel_record *record_ = nullptr;
+};
+
+TEST_F(Replicas, AdvanceToTheChangesOfOneRecord) {
+    Connections::create(path, {{"a", 1}, {long_name, 2}});
+    {
+        Connections all(path);
+        all.commit("b", 1);
+        all.commit("a", 2);
+        all.commit(long_name, 3);
+        {
+            tarn::transaction transaction(all.session);
+            all.table().erase("a");
+            all.set("c", 1);
+            transaction.commit();
+        }
+        all.commit("b", 2);
+        {
+            tarn::transaction transaction(all.session);
+            all.table().erase("c");
+            all.set("a", 7);
+            transaction.commit();
+        }
+        all.commit("b", 3);
+    }
+    const std::uint64_t newest = Replica(path).sequence();
+    const auto changes_of = [&](const std::string &name) {
+        Replica replica(path, KEL_REPLICA_OLDEST);
+        while (replica.table() == nullptr) EXPECT_EQ(replica.advance(), 0U);
+        const Place place(name);
+        Texts texts;
+        while (replica.advance_record(place.record()) == 0) {
+            EXPECT_EQ(replica.last.change_count, 1U);
+            texts.push_back(replica.changes().front());
+        }
+        EXPECT_EQ(replica.last.sequence, newest);
+        return texts;
+    };
+    EXPECT_EQ(changes_of("a"), (Texts{"+a 1", "~a 1 2", "-a 2", "+a 7"}));
+    EXPECT_EQ(changes_of("b"), (Texts{"+b 1", "~b 1 2", "~b 2 3"}));
+    EXPECT_EQ(changes_of(long_name), (Texts{"+" + long_name + " 2", "~" + long_name + " 2 3"}));
+    EXPECT_EQ(changes_of("none"), Texts{});
+}
+
+TEST_F(Replicas, GoOnWithAllRecordsAfterOne) {
+    Connections::create(path, {{"a", 1}});
+    const std::uint64_t created = Replica(path).sequence();
+    {
+        Connections all(path);
+        all.commit("b", 1);
+        all.commit("a", 2);
+        all.commit("b", 2);
+        all.commit("a", 3);
+    }
+    Replica replica(path, created);
+    const Place place("a");
+    ASSERT_EQ(replica.advance(), 0U);
+    ASSERT_EQ(replica.advance_record(place.record()), 0U);
+    EXPECT_EQ(replica.changes(), Texts{"~a 1 2"});
+    ASSERT_EQ(replica.advance(), 0U);
+    EXPECT_EQ(replica.changes(), Texts{"~b 1 2"});
+    EXPECT_EQ(replica.all_changes(), Texts{"~a 2 3"});
+    EXPECT_EQ(
+        kel_replica_advance_record(replica.c_replica(), nullptr, place.record(), &replica.last),
+        std::uint32_t{ENOENT});
+}
+
+TEST_F(Replicas, AreFoundByTime) {
+    Connections::create(path, {{"a", 1}});
+    std::uint64_t before = 0;
+    EXPECT_EQ(kel_replica_sequence_at(path.c_str(), ~0ULL, &before), std::uint32_t{ENODATA})
+        << kel_error_text();
+    {
+        Connections all(path);
+        kel_journal_settings settings{};
+        settings.enabled = 1;
+        ASSERT_EQ(kel_store_set_journal(all.store.c_store(), &settings), 0U) << kel_error_text();
+        for (std::uint32_t i = 2; i < 300; ++i) {
+            all.commit("a", i);
+            if (i % 100 != 0) continue;
+            ASSERT_EQ(kel_store_checkpoint(all.store.c_store()), 0U) << kel_error_text();
+        }
+    }
+    std::uint64_t oldest = 0;
+    EXPECT_EQ(kel_replica_sequence_at(path.c_str(), 1, &oldest), std::uint32_t{EOVERFLOW});
+    Replica replica(path, KEL_REPLICA_OLDEST);
+    std::uint64_t seen = 0;
+    while (replica.advance() == 0) {
+        const kel_replica_transaction last = replica.last;
+        if (last.time == 0) continue;
+        std::uint64_t found = 0;
+        ASSERT_EQ(kel_replica_sequence_at(path.c_str(), last.time, &found), 0U) << kel_error_text();
+        ASSERT_EQ(found, last.sequence);
+        if (seen != 0) {
+            ASSERT_EQ(kel_replica_sequence_at(path.c_str(), last.time - 1, &found), 0U);
+            ASSERT_EQ(found, seen);
+        }
+        seen = last.sequence;
+    }
+    EXPECT_GE(seen, 298U);
+    std::uint64_t newest = 0;
+    EXPECT_EQ(kel_replica_sequence_at(path.c_str(), ~0ULL, &newest), 0U);
+    EXPECT_EQ(newest, seen);
+    EXPECT_EQ(kel_replica_sequence_at("none.store", 1, &newest), std::uint32_t{ENOENT});
+}
+
+TEST_F(Replicas, KnowTheCommandOfASessionThatBeganBefore) {
+    Connections::create(path, {{"a", 1}});
+    {
+        Connections all(path);
+        kel_journal_settings settings{};
+        settings.enabled = 1;
+        ASSERT_EQ(kel_store_set_journal(all.store.c_store(), &settings), 0U) << kel_error_text();
+        for (std::uint32_t i = 2; i < 10; ++i) all.commit("a", i);
+    }
+    const std::uint64_t newest = Replica(path).sequence();
+    Replica replica(path, newest - 1);
+    ASSERT_EQ(replica.advance(), 0U);
+    ASSERT_NE(replica.last.command, nullptr);
+    EXPECT_NE(std::string(replica.last.command), "");
 }
 
 TEST_F(Replicas, AndTheirStoreAreNotOpenInOneProcess) {

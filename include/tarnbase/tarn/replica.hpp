@@ -58,12 +58,20 @@ class replica {
         return replica(made);
     }
     /// Applies the next transaction. Errors: as kel_replica_advance.
-    result<step> try_advance() {
-        const std::uint32_t status = kel_replica_advance(replica_, &last_);
-        if (status == 0) return step::applied;
-        if (status == EAGAIN) return step::current;
-        if (status == EOVERFLOW) return step::gap;
-        return detail::last_failure(status);
+    result<step> try_advance() { return step_of(kel_replica_advance(replica_, &last_)); }
+    /// Applies transactions until one has changed the record with the key, tenant and source of
+    /// `place`; `transaction` has this change alone.
+    /// Errors: ENOENT the table was freed; as kel_replica_advance_record.
+    result<step> try_advance_record(kel_table *table, const kel_record *place) {
+        return step_of(kel_replica_advance_record(replica_, table, place, &last_));
+    }
+    /// Returns: the last transaction of a store that was committed at a time, in nanoseconds since
+    /// 1970, or before. Errors: EOVERFLOW, ENODATA: as kel_replica_sequence_at.
+    static result<std::uint64_t> try_sequence_at(const std::string &path, std::uint64_t time) {
+        std::uint64_t sequence = 0;
+        const std::uint32_t status = kel_replica_sequence_at(path.c_str(), time, &sequence);
+        if (status != 0) return detail::last_failure(status);
+        return sequence;
     }
 #if TARN_EXCEPTIONS
     /// As try_open; throws.
@@ -72,6 +80,14 @@ class replica {
     }
     /// As try_advance; throws.
     step advance() { return try_advance().value(); }
+    /// As try_advance_record; throws.
+    step advance_record(kel_table *table, const kel_record *place) {
+        return try_advance_record(table, place).value();
+    }
+    /// As try_sequence_at; throws.
+    static std::uint64_t sequence_at(const std::string &path, std::uint64_t time) {
+        return try_sequence_at(path, time).value();
+    }
 #endif
 
     /// Returns: the store, for sessions. No operation changes or refreshes it; `wait` waits for the
@@ -102,6 +118,13 @@ class replica {
 
  private:
     explicit replica(kel_replica *made) noexcept : replica_(made) {}
+
+    static result<step> step_of(std::uint32_t status) {
+        if (status == 0) return step::applied;
+        if (status == EAGAIN) return step::current;
+        if (status == EOVERFLOW) return step::gap;
+        return detail::last_failure(status);
+    }
 
     kel_replica *replica_;
     kel_replica_transaction last_{};
