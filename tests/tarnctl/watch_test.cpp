@@ -246,6 +246,22 @@ TEST_F(Watch, BeginsWithATransactionOrSaysThatItIsMissing) {
     EXPECT_NE(later.find("present"), std::string::npos) << later;
 }
 
+TEST_F(Watch, BeginsAtATime) {
+    ASSERT_EQ(on_store({"journal", "start"}).exit_code, 0);
+    change({"set", "ldap_conn", "a.example", "num_conns=30"});
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    change({"set", "ldap_conn", "a.example", "num_conns=31"});
+    const std::string log = on_store({"log", "--json"}).out;
+    const auto last = tarn::test::json_of(log.substr(log.rfind('\n', log.size() - 2) + 1));
+    const auto changes_from = [&](const std::string &time) {
+        return on_store({"watch", "ldap_conn", "--from", time, "--json", "--timeout", "0.3"}).out;
+    };
+    EXPECT_EQ(values_in(changes_from(last["time"])), "changed 31\n");
+    EXPECT_EQ(on_store({"watch", "ldap_conn", "--from", "soon"}).exit_code, 2);
+    ASSERT_EQ(on_store({"store", "compact"}).exit_code, 0);
+    EXPECT_EQ(values_in(changes_from(last["time"])), "changed 31\n");
+}
+
 TEST_F(Watch, PrintsEachChangeOfAFastWriterOnce) {
     constexpr int changes = 2000;
     const auto process = watch({"ldap_conn", "--json", "--count", std::to_string(changes)});

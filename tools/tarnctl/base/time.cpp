@@ -16,6 +16,13 @@ std::string formatted(const char *form, const std::tm &parts) {
     return {text, std::strftime(text, sizeof text, form, &parts)};
 }
 
+std::tm local_parts(uint64_t moment) {
+    const auto seconds = static_cast<std::time_t>(moment / second);
+    std::tm parts{};
+    localtime_r(&seconds, &parts);
+    return parts;
+}
+
 }  // namespace
 
 uint64_t current_time() {
@@ -25,10 +32,12 @@ uint64_t current_time() {
 }
 
 std::string local_time(uint64_t moment) {
-    const auto seconds = static_cast<std::time_t>(moment / second);
-    std::tm parts{};
-    localtime_r(&seconds, &parts);
-    return formatted("%Y-%m-%d %H:%M:%S", parts);
+    return formatted("%Y-%m-%d %H:%M:%S", local_parts(moment));
+}
+
+std::string iso_time(uint64_t moment) {
+    return fmt::format("{}.{:03}", formatted("%Y-%m-%dT%H:%M:%S", local_parts(moment)),
+                       moment % second / 1'000'000);
 }
 
 std::string utc_time(uint64_t moment) {

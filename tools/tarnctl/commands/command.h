@@ -25,6 +25,7 @@ void declare_help(cli::Command &program, Exit &status);
 void declare_import(cli::Command &program, Exit &status);
 void declare_insert(cli::Command &program, Exit &status);
 void declare_journal(cli::Command &program, Exit &status);
+void declare_log(cli::Command &program, Exit &status);
 void declare_manifest(cli::Command &program, Exit &status);
 void declare_minutes(cli::Command &program, Exit &status);
 void declare_set(cli::Command &program, Exit &status);
@@ -32,16 +33,17 @@ void declare_show(cli::Command &program, Exit &status);
 void declare_store(cli::Command &program, Exit &status);
 void declare_table(cli::Command &program, Exit &status);
 void declare_tables(cli::Command &program, Exit &status);
+void declare_top(cli::Command &program, Exit &status);
 void declare_variants(cli::Command &program, Exit &status);
 void declare_watch(cli::Command &program, Exit &status);
 
 // The declarations in the order of the help.
 inline constexpr Declaration commands[] = {
-    declare_store,  declare_journal, declare_tables,   declare_table,    declare_describe,
-    declare_show,   declare_get,     declare_find,     declare_insert,   declare_set,
-    declare_delete, declare_export,  declare_import,   declare_diff,     declare_watch,
-    declare_decode, declare_minutes, declare_variants, declare_manifest, declare_completion,
-    declare_help,
+    declare_store,   declare_journal,  declare_tables,   declare_table,      declare_describe,
+    declare_show,    declare_get,      declare_find,     declare_insert,     declare_set,
+    declare_delete,  declare_export,   declare_import,   declare_diff,       declare_watch,
+    declare_top,     declare_log,           declare_decode,
+    declare_minutes, declare_variants, declare_manifest, declare_completion, declare_help,
 };
 
 }  // namespace tarnctl

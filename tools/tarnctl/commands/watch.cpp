@@ -19,7 +19,9 @@
 #include "base/time.h"
 #include "commands/command.h"
 #include "model/instance.h"
+#include "model/replica.h"
 #include "terminal/style.h"
+#include "watch/author.h"
 #include "watch/cursor.h"
 #include "watch/feed.h"
 
@@ -35,7 +37,7 @@ struct Options {
     bool all = false;
     std::vector<std::string> conditions;
     std::vector<std::string> columns;
-    std::optional<uint64_t> from;
+    std::optional<Moment> from;
     std::string cursor;
     bool no_rows = false;
     uint32_t interval = 50;
@@ -75,8 +77,9 @@ class Output {
             end_line(line.dump());
             return;
         }
-        const std::string text = line_of(change, screen_) + author_text(transaction);
-        end_line(time_text(transaction) + text);
+        std::string text = time_text(transaction) + line_of(change, screen_);
+        if (transaction != nullptr) text += author_text(*transaction, screen_);
+        end_line(text);
     }
 
     void add_gap(uint64_t first, uint64_t last) {
@@ -121,24 +124,6 @@ class Output {
         return options_.no_time ? "" : dim(local_time(moment_of(transaction)), screen_) + ' ';
     }
 
-    std::string author_text(const kel_replica_transaction *transaction) const {
-        if (transaction == nullptr || transaction->pid == 0) return "";
-        std::string text = fmt::format(
-            "  by {}[{}]", shown(text_or_empty(transaction->command), screen_), transaction->pid);
-        if (transaction->label != nullptr)
-            text += fmt::format(" ({})", shown(transaction->label, screen_));
-        return dim(text, screen_);
-    }
-    static void add_author(Json &line, const kel_replica_transaction &transaction) {
-        line.set("transaction", transaction.sequence);
-        if (transaction.pid == 0) return;
-        line.set("pid", transaction.pid);
-        line.set("uid", transaction.uid);
-        line.set("command", text_or_empty(transaction.command));
-        if (transaction.label != nullptr) line.set("label", transaction.label);
-    }
-    static const char *text_or_empty(const char *text) { return text != nullptr ? text : ""; }
-
     const Options &options_;
     const Screen &screen_ = output_screen();
     std::string lines_;
@@ -182,23 +167,27 @@ class Watch {
     // they are known.
     void begin() {
         std::optional<uint64_t> seen = cursor_.read();
-        if (!seen && options_.from) seen = *options_.from == 0 ? 0 : *options_.from - 1;
+        if (!seen && options_.from) seen = first_transaction(options_.store, *options_.from) - 1;
         if (seen) {
             go_on_after(*seen);
         } else {
-            feed_.emplace(options_.store, tarn::replica::newest, followed_);
+            follow_after(tarn::replica::newest);
             check_tables();
             if (!options_.no_rows) print_rows();
         }
         printed_ = feed_->sequence();
     }
 
+    void follow_after(uint64_t sequence) {
+        feed_.emplace(open_replica(options_.store, sequence), options_.store, followed_);
+    }
+
     void go_on_after(uint64_t seen) {
         try {
-            feed_.emplace(options_.store, seen, followed_);
+            follow_after(seen);
         } catch (const Failure &failure) {
             if (failure.code() != Exit::difference) throw;
-            feed_.emplace(options_.store, tarn::replica::oldest, followed_);
+            follow_after(tarn::replica::oldest);
             resume_after_gap(seen);
         }
     }
@@ -317,8 +306,8 @@ records come first, then the others, both in key order.
 conditions before it or after it, and if one of the columns has changed.
 
 With --cursor, FILE says which transactions were printed; if it exists, watching goes
-on after these. --from begins with a transaction's number. Both leave out the records
-as they are. If the store's log doesn't contain a transaction any more, a line with !
+on after these. --from begins with a transaction of the past. Both leave out the
+records as they are. If the store's log doesn't contain a transaction any more, a line with !
 names those that are missing, and the records as they are then follow again. The log
 of a store is removed when a checkpoint contains it, unless the store keeps a journal.
 
@@ -353,9 +342,9 @@ void declare_watch(cli::Command &program, Exit &status) {
                    "Only records that meet it, as find takes it; may be repeated");
     command.option("--columns", "NAMES", cli::list_into(options->columns),
                    "Only changes of these fields, separated by commas");
-    command.option("--from", "NUMBER",
-                   cli::number_into(options->from, 0, std::numeric_limits<uint64_t>::max() - 2),
-                   "Begin with the transaction of this number");
+    command.option("--from", "TIME", moment_into(options->from),
+                   "Begin with the transaction of a number, or with the first one after a time, as "
+                   "10:30 or -2h");
     command.option("--cursor", "FILE", cli::into(options->cursor),
                    "Go on after the transactions that FILE names, and note there what is printed");
     command.flag("--no-rows", options->no_rows, "Leave out the records as they are");

@@ -10,6 +10,7 @@
 
 #include "base/failure.h"
 #include "base/time.h"
+#include "model/replica.h"
 #include "model/writer.h"
 #include "tarnbase/module.h"
 
@@ -56,7 +57,23 @@ Store Store::open_to_read(const std::string &path) {
     return Store(checked(tarn::store::try_open(path)), path, descriptors::of_library);
 }
 
-std::optional<Store> Store::open_if_room(const std::string &path) {
+Store::Store(std::unique_ptr<tarn::replica> replica, std::string path)
+    : replica_(std::move(replica)),
+      store_(replica_->store()),
+      session_(checked(tarn::session::try_open(store_, descriptors::of_library))),
+      path_(std::move(path)) {}
+
+Store Store::open_to_read(const std::string &path, const std::optional<Moment> &at) {
+    if (!at) return open_to_read(path);
+    return Store(std::make_unique<tarn::replica>(open_replica(path, *at)), path);
+}
+
+std::optional<Store> Store::open_if_room(const std::string &path, const std::optional<Moment> &at) {
+    if (at) {
+        std::optional<tarn::replica> replica = open_replica_if_room(path, *at);
+        if (!replica) return std::nullopt;
+        return Store(std::make_unique<tarn::replica>(std::move(*replica)), path);
+    }
     auto store = tarn::store::try_open(path);
     if (!store && store.error().number() == EADDRINUSE) return std::nullopt;
     return Store(checked(std::move(store)), path, descriptors::of_library);

@@ -6,10 +6,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/moment.h"
 #include "tarnbase/tarn/replica.hpp"
 #include "tarnbase/tarn/tenant.hpp"
 #include "tarnbase/tarn/transaction.hpp"
@@ -20,8 +22,12 @@ class Store {
  public:
     // Opens a store to read. Opening it changes nothing in the store.
     static Store open_to_read(const std::string &path);
+    // The same, as the store was at a moment, if there is one. Failure `difference` if that isn't
+    // kept, `usage` if it isn't past.
+    static Store open_to_read(const std::string &path, const std::optional<Moment> &at);
     // The same; none if another store of this process is mapped at the address of this one.
-    static std::optional<Store> open_if_room(const std::string &path);
+    static std::optional<Store> open_if_room(const std::string &path,
+                                             const std::optional<Moment> &at);
     // Opens a store to write, as its only writer until it is closed: what is made gets descriptors
     // in the store, which all processes can read. Failure `busy` if another process stays the
     // writer for `wait` seconds.
@@ -64,9 +70,11 @@ class Store {
 
  private:
     Store(tarn::store store, std::string path, tarn::descriptors descriptors);
+    explicit Store(std::unique_ptr<tarn::replica> replica, std::string path);
     void lock() const;
     void wait_for_writer(uint32_t (*call)(kel_store *)) const;
 
+    std::unique_ptr<tarn::replica> replica_;  // of which the store is, or null
     mutable tarn::store store_;
     mutable tarn::session session_;  // a transaction of a const Store changes it
     std::string path_;

@@ -4,7 +4,6 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -13,13 +12,6 @@
 
 namespace tarnctl {
 namespace {
-
-tarn::replica open(const std::string &path, uint64_t sequence) {
-    auto opened = tarn::replica::try_open(path, sequence);
-    if (opened) return std::move(*opened);
-    const bool is_past = opened.error().number() == EOVERFLOW;
-    throw Failure(is_past ? Exit::difference : Exit::store, opened.error().what());
-}
 
 std::string_view key_of(const kel_table &block) {
     return {block.table_name, strnlen(block.table_name, sizeof block.table_name)};
@@ -35,9 +27,9 @@ bool is_of(const std::vector<std::string> &columns, std::string_view field) {
 
 }  // namespace
 
-Feed::Feed(const std::string &path, uint64_t sequence, FeedOptions options)
+Feed::Feed(tarn::replica replica, const std::string &path, FeedOptions options)
     : options_(std::move(options)),
-      replica_(open(path, sequence)),
+      replica_(std::move(replica)),
       store_(Store::of_replica(replica_, path)) {}
 
 bool Feed::Followed::is_of(const kel_table &block) const {
@@ -137,6 +129,17 @@ std::optional<Change> Feed::change_of(const kel_replica_change &change) {
     }
     if (before && after && made.fields->empty()) return std::nullopt;
     return made;
+}
+
+void Feed::each_record(const RecordFunction &function) {
+    const kel_replica_transaction &last = transaction();
+    for (uint64_t i = 0; i < last.change_count; ++i) {
+        const kel_replica_change &change = last.changes[i];
+        const Followed &table = followed(change.table);
+        if (!table.instance) continue;
+        const kel_record *record = change.after != nullptr ? change.after : change.before;
+        function(table.name, *record_of(table, record), change.what);
+    }
 }
 
 std::vector<Change> Feed::changes() {

@@ -29,9 +29,8 @@ struct FeedOptions {
 
 class Feed {
  public:
-    // Failure `difference` if the log doesn't reach back to the transaction `sequence`, else
-    // `store`.
-    Feed(const std::string &path, uint64_t sequence, FeedOptions options);
+    // `path` is the name of the replica's store.
+    Feed(tarn::replica replica, const std::string &path, FeedOptions options);
 
     const Store &store() const { return store_; }
     uint64_t sequence() const { return replica_.sequence(); }
@@ -47,6 +46,11 @@ class Feed {
     // What that changed, ordered by table. A change is followed if the record is one that passes
     // the conditions, before it or after it, and a column that is followed has changed.
     std::vector<Change> changes();
+    // Calls `function` with each record of a followed table that it changed, as it was before if it
+    // was deleted, whatever the conditions and the columns are: much faster than `changes`.
+    using RecordFunction =
+        std::function<void(const std::string &table, const Record &record, uint32_t what)>;
+    void each_record(const RecordFunction &function);
 
  private:
     // A table of the store as it was when it was seen first.
