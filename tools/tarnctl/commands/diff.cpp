@@ -20,9 +20,10 @@ namespace {
 
 constexpr const char *footer = R"(
 Each side is a store or a document that export wrote (- for one on standard
-input). Type and name identify a table; tenant, key and source a record. The
-listing has a line for each record, + for one that only B has, - for one that only
-A has, ~ for one that differs, and below it a line for each field.
+input). With --at, B may be left out: then it is the same store. Type and name
+identify a table; tenant, key and source a record. The listing has a line for each
+record, + for one that only B has, - for one that only A has, ~ for one that
+differs, and below it a line for each field.
 
 --json prints one object: {"a", "b", "same", "tables": [{"change", "table"}],
 "changes": [...], "counts": {"inserted", "changed", "deleted"}}, with changes in
@@ -31,11 +32,13 @@ the form of set --dry-run --json; they are those that turn A into B.
 Examples:
   tarnctl diff old.store net.store
   tarnctl diff --brief net.store net.frames
+  tarnctl diff net.store --at -2h --at -1h
   tarnctl export -s net.store | tarnctl diff backup.store - --ignore minute)";
 
 struct Options {
     std::string a;
     std::string b;
+    std::vector<Moment> at;
     std::vector<std::string> tables;
     std::vector<std::string> ignored;
     bool brief = false;
@@ -160,6 +163,18 @@ bool list(const Side &a, const Side &b, const CompareOptions &how, bool json) {
     return differ;
 }
 
+// The first moment is of A and the second of B, which is A if it isn't named.
+std::pair<SideName, SideName> sides_of(const Options &options) {
+    if (options.b.empty() && options.at.empty())
+        throw Failure(Exit::usage, "B is missing; with --at it may be left out");
+    if (options.at.size() > 2) throw Failure(Exit::usage, "--at is given more than twice");
+    std::pair<SideName, SideName> sides{{options.a, {}},
+                                        {options.b.empty() ? options.a : options.b, {}}};
+    if (!options.at.empty()) sides.first.at = options.at.front();
+    if (options.at.size() == 2) sides.second.at = options.at.back();
+    return sides;
+}
+
 void run(const Options &options, Exit &status) {
     const tarn::quiet_scope quiet;
     CompareOptions how{{}, options.ignored, options.brief};
@@ -167,7 +182,8 @@ void run(const Options &options, Exit &status) {
     check_ignored(options.ignored);
     if (options.a == "-" && options.b == "-")
         throw Failure(Exit::usage, "standard input can be one side only");
-    const auto [a, b] = open_sides(options.a, options.b, how.tables);
+    const auto [of_a, of_b] = sides_of(options);
+    const auto [a, b] = open_sides(of_a, of_b, how.tables);
     warn_of_unknown(a);
     warn_of_unknown(b);
     const bool differ =
@@ -181,7 +197,10 @@ void declare_diff(cli::Command &program, Exit &status) {
     const auto options = std::make_shared<Options>();
     cli::Command &command = program.command("diff", "Compare two stores, or a store and an export");
     command.argument("A", cli::into(options->a), "Store or export").required();
-    command.argument("B", cli::into(options->b), "What it is compared with").required();
+    command.argument("B", cli::into(options->b), "What it is compared with");
+    command.option("--at", "TIME", moments_into(options->at),
+                   "A as it was at a time, as 10:30 or -2h, or after the transaction of a number; "
+                   "given again, B");
     command.option("-T,--table", "TABLE", cli::into(options->tables),
                    "Compare only this table; may be given several times");
     command.option("--ignore", "FIELD", cli::into(options->ignored),

@@ -45,10 +45,12 @@ the old file.
 Examples:
   tarnctl export --store net.store -o net.xml
   tarnctl export --store net.store -o net.frames
-  tarnctl export -s net.store --format json ldap_conn | gzip > ldap.json.gz)";
+  tarnctl export -s net.store --format json ldap_conn | gzip > ldap.json.gz
+  tarnctl export --store net.store --at 2026-11-22T10:30 -o then.frames)";
 
 struct Options {
     std::string store;
+    std::optional<Moment> at;
     std::vector<std::string> tables;
     std::optional<Format> format;
     std::string output;
@@ -109,7 +111,7 @@ Unfit unfit_records(const Options &options, uint64_t &left_out) {
 }
 
 void run(const Options &options, Exit &status) {
-    const Store store = Store::open_to_read(options.store);
+    const Store store = Store::open_to_read(options.store, options.at);
     const std::vector<Instance> tables = chosen(store, options.tables);
     uint64_t total = 0;
     for (const Instance &instance : tables) total += instance.block->record_count;
@@ -143,6 +145,7 @@ void declare_export(cli::Command &program, Exit &status) {
     cli::Command &command =
         program.command("export", "Write the records of a store as XML, JSON or frames");
     add_store_option(command, options->store);
+    add_at_option(command, options->at);
     command.argument("TABLE", cli::into(options->tables),
                      "Table to export, each instance of it unless one is named; all by default");
     command.option("-f,--format", "FORM", cli::one_of(format_names, options->format),

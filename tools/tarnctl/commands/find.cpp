@@ -5,6 +5,7 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include "base/options.h"
 #include "commands/command.h"
@@ -15,6 +16,7 @@ namespace {
 
 struct Options {
     std::string store;
+    std::optional<Moment> at;
     std::string table;
     SelectionOptions selection;
     FormOptions form;
@@ -32,7 +34,7 @@ std::string text_of(const std::vector<std::string> &conditions) {
 bool is_document(Form form) { return form == Form::json || form == Form::xml || form == Form::csv; }
 
 void run(const Options &options, Exit &status) {
-    const Store store = Store::open_to_read(options.store);
+    const Store store = Store::open_to_read(options.store, options.at);
     const Listing listing = make_listing(store, options.table, options.selection, options.form);
     const std::size_t found = listing.selection.records.size();
     if (found == 0) status = Exit::difference;
@@ -94,6 +96,7 @@ void declare_find(cli::Command &program, Exit &status) {
         .argument("CONDITION", cli::into(options->selection.conditions), "Condition on the records")
         .required();
     add_store_option(command, options->store);
+    add_at_option(command, options->at);
     command.flag("--count", options->count, "Print only their number");
     add_selection_options(command, options->selection);
     add_form_options(command, options->form);

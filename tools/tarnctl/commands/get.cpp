@@ -4,6 +4,7 @@
 #include <fmt/core.h>
 
 #include <memory>
+#include <optional>
 
 #include "base/argument.h"
 #include "base/options.h"
@@ -17,6 +18,7 @@ namespace {
 
 struct Options {
     std::string store;
+    std::optional<Moment> at;
     std::string table;
     std::vector<std::string> key;
     uint16_t tenant = 0;
@@ -86,7 +88,7 @@ void print_field(const Record &record, const std::string &path) {
 }
 
 void run(const Options &options) {
-    const Store store = Store::open_to_read(options.store);
+    const Store store = Store::open_to_read(options.store, options.at);
     Listing listing{find_instance(store, parse_table(options.table)), {}, Form::list, {}};
     apply(options.form, listing);
     const Record record = find(store, listing.instance, options);
@@ -109,7 +111,8 @@ as members.
 Examples:
   tarnctl get ldap_conn ldap1.example.net --store net.store
   tarnctl get ldap_conn ldap1.example.net --field num_conns --store net.store
-  tarnctl get ldap_conn b.exam --nearest --json --store net.store)";
+  tarnctl get ldap_conn b.exam --nearest --json --store net.store
+  tarnctl get ldap_conn ldap1.example.net --at -2h --store net.store)";
 
 void add_place_options(cli::Command &command, Options &options) {
     add_tenant_option(command, options.tenant, "The record's tenant; by default 0");
@@ -132,6 +135,7 @@ void declare_get(cli::Command &program, Exit & /*status*/) {
         .required();
     command.argument("KEY", cli::into(options->key), "The values of the key").required();
     add_store_option(command, options->store);
+    add_at_option(command, options->at);
     add_place_options(command, *options);
     add_form_options(command, options->form);
     command.option("--field", "FIELD", cli::into(options->field), "Print only this field's value")

@@ -2,6 +2,7 @@
 //
 // tarnctl show: the records of a table.
 #include <memory>
+#include <optional>
 
 #include "base/options.h"
 #include "commands/command.h"
@@ -12,13 +13,14 @@ namespace {
 
 struct Options {
     std::string store;
+    std::optional<Moment> at;
     std::vector<std::string> tables;
     SelectionOptions selection;
     FormOptions form;
 };
 
 void run(const Options &options) {
-    const Store store = Store::open_to_read(options.store);
+    const Store store = Store::open_to_read(options.store, options.at);
     std::vector<Listing> listings;
     for (const std::string &table : options.tables)
         listings.push_back(make_listing(store, table, options.selection, options.form));
@@ -54,6 +56,7 @@ Examples:
   tarnctl show aaa_servers --sort aaa_authen.requests:desc -l 5 -s net.store
   tarnctl show aaa_servers --group-by status --aggregate count,sum(dead_count)
   tarnctl show ldap_conn ldap_stats --store net.store
+  tarnctl show ldap_conn --at 10:30 --store net.store
 
 An empty table is no error.)";
 
@@ -67,6 +70,7 @@ void declare_show(cli::Command &program, Exit & /*status*/) {
                   "The tables, or one of several as TABLE:NAME")
         .required();
     add_store_option(command, options->store);
+    add_at_option(command, options->at);
     command.option("-w,--where", "CONDITION", cli::into(options->selection.conditions),
                    "Only the records that meet this, such as FIELD=VALUE; may be repeated, and all "
                    "must hold");

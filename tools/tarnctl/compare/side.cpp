@@ -100,13 +100,19 @@ Side read_export(const std::string &path, const std::vector<TableReference> &tab
     return read_side(path, input, *format, tables);
 }
 
-Side open_store(const std::string &path) { return {path, Store::open_to_read(path), true}; }
+std::string text_of(const SideName &name) {
+    return name.at ? fmt::format("{} at {}", name.path, name.at->text) : name.path;
+}
 
-std::pair<Side, Side> open_stores(const std::string &a, const std::string &b,
+Side open_store(const SideName &name) {
+    return {text_of(name), Store::open_to_read(name.path, name.at), true};
+}
+
+std::pair<Side, Side> open_stores(const SideName &a, const SideName &b,
                                   const std::vector<TableReference> &tables) {
     Side first = open_store(a);
-    if (std::optional<Store> second = Store::open_if_room(b))
-        return {std::move(first), Side{b, std::move(*second), true}};
+    if (std::optional<Store> second = Store::open_if_room(b.path, b.at))
+        return {std::move(first), Side{text_of(b), std::move(*second), true}};
     std::optional<Side> second;
     Side copy = moved(std::move(first), tables, [&] { second.emplace(open_store(b)); });
     return {std::move(copy), std::move(*second)};
@@ -125,23 +131,25 @@ std::vector<kel_record *> Side::records_of(const Instance &instance) const {
     return records;
 }
 
-std::pair<Side, Side> open_sides(const std::string &a, const std::string &b,
+std::pair<Side, Side> open_sides(const SideName &a, const SideName &b,
                                  const std::vector<TableReference> &tables) {
-    const bool a_is_export = is_export(a);
-    const bool b_is_export = is_export(b);
+    const bool a_is_export = is_export(a.path);
+    const bool b_is_export = is_export(b.path);
+    if ((a_is_export && a.at) || (b_is_export && b.at))
+        throw Failure(Exit::usage, "--at: an export has only one state");
     if (!a_is_export && !b_is_export) return open_stores(a, b, tables);
     // Stores first: they have fixed addresses, which the memory of an export could take.
     if (!a_is_export) {
         Side first = open_store(a);
-        return {std::move(first), read_export(b, tables)};
+        return {std::move(first), read_export(b.path, tables)};
     }
     if (!b_is_export) {
         Side second = open_store(b);
-        Side first = read_export(a, tables);
+        Side first = read_export(a.path, tables);
         return {std::move(first), std::move(second)};
     }
-    Side first = read_export(a, tables);
-    return {std::move(first), read_export(b, tables)};
+    Side first = read_export(a.path, tables);
+    return {std::move(first), read_export(b.path, tables)};
 }
 
 }  // namespace tarnctl

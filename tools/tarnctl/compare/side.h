@@ -4,6 +4,7 @@
 #ifndef TARNCTL_COMPARE_SIDE_H
 #define TARNCTL_COMPARE_SIDE_H
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,9 +23,15 @@ struct Side {
     std::vector<kel_record *> records_of(const Instance &instance) const;
 };
 
+// A store or an export as the user names it, and the moment of the store.
+struct SideName {
+    std::string path;
+    std::optional<Moment> at;
+};
+
 // Opens two stores or exports. Two stores with the same address can't be mapped at once: one
 // of them is read into memory. Of an export only the records of `tables` are read; none means all.
-std::pair<Side, Side> open_sides(const std::string &a, const std::string &b,
+std::pair<Side, Side> open_sides(const SideName &a, const SideName &b,
                                  const std::vector<TableReference> &tables);
 
 }  // namespace tarnctl
