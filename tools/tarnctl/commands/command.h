@@ -22,6 +22,7 @@ void declare_export(cli::Command &program, Exit &status);
 void declare_find(cli::Command &program, Exit &status);
 void declare_get(cli::Command &program, Exit &status);
 void declare_help(cli::Command &program, Exit &status);
+void declare_history(cli::Command &program, Exit &status);
 void declare_import(cli::Command &program, Exit &status);
 void declare_insert(cli::Command &program, Exit &status);
 void declare_journal(cli::Command &program, Exit &status);
@@ -42,7 +43,7 @@ inline constexpr Declaration commands[] = {
     declare_store,   declare_journal,  declare_tables,   declare_table,      declare_describe,
     declare_show,    declare_get,      declare_find,     declare_insert,     declare_set,
     declare_delete,  declare_export,   declare_import,   declare_diff,       declare_watch,
-    declare_top,     declare_log,           declare_decode,
+    declare_top,     declare_log,      declare_history,      declare_decode,
     declare_minutes, declare_variants, declare_manifest, declare_completion, declare_help,
 };
 
