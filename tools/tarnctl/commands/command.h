@@ -29,6 +29,7 @@ void declare_journal(cli::Command &program, Exit &status);
 void declare_log(cli::Command &program, Exit &status);
 void declare_manifest(cli::Command &program, Exit &status);
 void declare_minutes(cli::Command &program, Exit &status);
+void declare_revert(cli::Command &program, Exit &status);
 void declare_set(cli::Command &program, Exit &status);
 void declare_show(cli::Command &program, Exit &status);
 void declare_store(cli::Command &program, Exit &status);
@@ -43,7 +44,7 @@ inline constexpr Declaration commands[] = {
     declare_store,   declare_journal,  declare_tables,   declare_table,      declare_describe,
     declare_show,    declare_get,      declare_find,     declare_insert,     declare_set,
     declare_delete,  declare_export,   declare_import,   declare_diff,       declare_watch,
-    declare_top,     declare_log,      declare_history,      declare_decode,
+    declare_top,     declare_log,      declare_history,  declare_revert,     declare_decode,
     declare_minutes, declare_variants, declare_manifest, declare_completion, declare_help,
 };
 

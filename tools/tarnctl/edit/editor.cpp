@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/failure.h"
+#include "edit/membership.h"
 #include "query/filter.h"
 #include "terminal/progress.h"
 
@@ -116,12 +117,8 @@ Record Editor::new_record(const Work &work) {
 
 // An insert in an armed table goes to the replication stream too.
 void Editor::attach_replication(const Instance &instance) {
-    const kel_table &block = *instance.block;
-    if (replication_attached_ || block.replication_marked == 0 || block.write_cursor_armed == 0)
-        return;
-    const auto attached = store_.session().try_attach_replication();
-    need(attached ? 0 : attached.error().number(),
-         fmt::format("attaching to the replication of {}", instance.full_name()));
+    if (replication_attached_ || !is_armed(instance)) return;
+    tarnctl::attach_replication(store_, instance);
     replication_attached_ = true;
 }
 
@@ -154,19 +151,10 @@ void Editor::set(const Work &work, const Record &record) {
 }
 
 void Editor::erase(const Work &work, const Record &record) {
-    const Instance &instance = work.instance;
-    if (instance.block->replication_marked != 0)
-        throw Failure(Exit::store,
-                      fmt::format("{} is marked for replication: only its replication "
-                                  "engine deletes its records (error {} of the library)",
-                                  instance.full_name(), EINVAL));
-    if (listener_) report(work, RecordCopy(record, work.tx_id), {});
-    // A deletion is counted for the thread's tenant.
-    const tarn::tenant_scope tenant(record.tenant());
-    uint32_t err = 0;
-    instance.table->erase(store_.handle(), work.tx_id, instance.block, record.record, &err);
-    if (err == 0) instance.table->destroy_record(store_.handle(), work.tx_id, record.record, &err);
-    need(err, fmt::format("{}: deleting a record", instance.full_name()));
+    std::optional<RecordCopy> before;
+    if (listener_) before.emplace(record, work.tx_id);
+    remove_record(store_, work.instance, record, work.tx_id);
+    report(work, std::move(before), {});
     ++counts_.deleted;
 }
 
