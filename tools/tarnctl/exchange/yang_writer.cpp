@@ -13,7 +13,7 @@
 namespace tarnctl {
 namespace {
 
-constexpr std::string_view ways_out = "JSON and frames can, or `tarnctl export` with --skip";
+constexpr std::string_view other_forms = "JSON and frames can, or `tarnctl export` with --skip";
 
 bool has_64_bits(const Field &field) {
     return field.kind == Kind::u_int64 || field.kind == Kind::int64;
@@ -95,7 +95,7 @@ void YangWriter::begin_table(const Instance &instance) {
         head.set("name", instance.name());
     } else {
         throw Failure(Exit::data, fmt::format("{}: YANG can't represent the table's name; {}",
-                                              table_, ways_out));
+                                              table_, other_forms));
     }
     std::string text = head.dump();
     text.pop_back();  // the brace: the records follow, one by one
@@ -107,7 +107,7 @@ void YangWriter::begin_table(const Instance &instance) {
 void YangWriter::write(const Record &record) {
     if (const auto field = unfit_field(record)) {
         const std::string objection = objection_to(record, *field, "YANG", table_);
-        if (!unfit_.skip) throw Failure(Exit::data, fmt::format("{}; {}", objection, ways_out));
+        if (!unfit_.skip) throw Failure(Exit::data, fmt::format("{}; {}", objection, other_forms));
         unfit_.skip(objection);
         return;
     }
