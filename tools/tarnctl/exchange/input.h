@@ -36,10 +36,12 @@ class Input {
     int peek() { return at_ < filled_ || fill() ? static_cast<unsigned char>(buffer_[at_]) : end; }
     int get() {
         const int byte = peek();
-        if (byte == end) return end;
-        ++at_;
-        if (byte == '\n') ++line_;
+        if (byte != end) pass();
         return byte;
+    }
+    // Goes past the next byte. Requires: there is one, and peek() was called.
+    void pass() {
+        if (buffer_[at_++] == '\n') ++line_;
     }
     // Up to `count` bytes; fewer at the end.
     std::string take(std::size_t count);

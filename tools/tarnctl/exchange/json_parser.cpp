@@ -13,6 +13,8 @@ namespace {
 
 using Document = nlohmann::ordered_json;
 
+constexpr std::size_t usual_members = 32;
+
 // The input as iterators for the parser. All copies share one position.
 class Bytes {
  public:
@@ -20,15 +22,14 @@ class Bytes {
     using value_type = char;
     using difference_type = std::ptrdiff_t;
     using pointer = const char *;
-    using reference = const char &;
+    using reference = char;
 
     Bytes() = default;
-    explicit Bytes(Input &input) : input_(&input) { load(); }
+    explicit Bytes(Input &input) : input_(&input) {}
 
-    reference operator*() const { return byte_; }
+    char operator*() const { return static_cast<char>(input_->peek()); }
     Bytes &operator++() {
-        input_->get();
-        load();
+        input_->pass();
         return *this;
     }
     bool operator==(const Bytes &other) const { return at_end() == other.at_end(); }
@@ -36,10 +37,8 @@ class Bytes {
 
  private:
     bool at_end() const { return input_ == nullptr || input_->peek() == Input::end; }
-    void load() { byte_ = static_cast<char>(input_->peek()); }
 
     Input *input_ = nullptr;
-    char byte_ = 0;
 };
 
 // Passes on the parser's events of the outer objects, and builds values from the others.
@@ -115,6 +114,7 @@ class Assembler {
             lines_ = {input_.line(), {}};
         }
         *place = array ? Document::array() : Document::object();
+        if (!array) place->get_ref<Document::object_t &>().reserve(usual_members);
         open_.push_back(place);
         names_.emplace_back();
         return true;

@@ -9,9 +9,10 @@
 namespace tarnctl {
 namespace {
 
-constexpr std::size_t chunk = 65536;
+// The events of a chunk stay in a near cache until they are read.
+constexpr std::size_t chunk = 8192;
 constexpr std::size_t largest_element = std::size_t{1} << 30U;
-constexpr std::size_t usual_children = 16;
+constexpr std::size_t usual_children = 32;
 
 bool is_blank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -139,18 +140,15 @@ void XmlParser::wait() {
     while (events_.empty() && problem_.empty() && !at_end_) feed();
 }
 
-XmlParser::Event XmlParser::event() {
+XmlParser::Event *XmlParser::event() {
     wait();
     if (events_.empty()) {
         if (!problem_.empty()) fail(problem_line_, problem_);
-        Event end;
-        end.kind = Event::Kind::document_end;
-        end.element.line = input_.line();
-        return end;
+        return nullptr;
     }
     Event &first = events_[next_++];
-    text_ = std::move(first.after);
-    return std::move(first);
+    std::swap(text_, first.after);
+    return &first;
 }
 
 XmlElement XmlParser::root() {
@@ -162,9 +160,10 @@ XmlElement XmlParser::root() {
 bool XmlParser::next(XmlElement &element) {
     wait();
     if (!is_blank(text_.text)) fail(text_.line, "expected an element, not text");
-    Event found = event();
-    element = std::move(found.element);
-    return found.kind == Event::Kind::start;
+    Event *const found = event();
+    if (found == nullptr) return false;
+    element = std::move(found->element);
+    return found->kind == Event::Kind::start;
 }
 
 void XmlParser::take_inside(XmlElement &element) {
@@ -173,18 +172,17 @@ void XmlParser::take_inside(XmlElement &element) {
         element.text += text_.text;
         if (element.text.size() > largest_element)
             fail(text_.line, fmt::format("expected a text of at most {} bytes", largest_element));
-        Event found = event();
-        if (found.kind == Event::Kind::end) return;
-        if (element.children.empty()) element.children.reserve(usual_children);
+        Event *const found = event();
+        if (found == nullptr || found->kind == Event::Kind::end) return;
+        if (element.children.size() == 1) element.children.reserve(usual_children);
         // on_start limits the nesting.
-        take_inside(element.children.emplace_back(std::move(found.element)));
+        take_inside(element.children.emplace_back(std::move(found->element)));
     }
 }
 
 void XmlParser::finish() {
-    const Event found = event();
-    if (found.kind != Event::Kind::document_end)
-        fail(found.element.line, "expected the end of the file after the root element");
+    if (const Event *const found = event())
+        fail(found->element.line, "expected the end of the file after the root element");
 }
 
 }  // namespace tarnctl

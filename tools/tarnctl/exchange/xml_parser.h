@@ -59,7 +59,7 @@ class XmlParser {
     };
     // A tag that wasn't read yet, and the text after it.
     struct Event {
-        enum class Kind { start, end, document_end } kind = Kind::start;
+        enum class Kind { start, end } kind = Kind::start;
         XmlElement element;  // of a start tag
         Text after;
     };
@@ -80,7 +80,8 @@ class XmlParser {
     static void on_error(void *context, xmlError *error);
 
     void wait();
-    Event event();
+    // The next one, until the one after it is read; null at the document's end.
+    Event *event();
     void feed();
     std::string_view name_of(const xmlChar *prefix, const xmlChar *name) const;
     void note(uint64_t line, const std::string &problem);

@@ -45,7 +45,7 @@ void refuse_text(const XmlElement &element, std::string_view expected) {
     throw Failure(Exit::data, fmt::format("`{}`: expected {}, not text", element.name, expected));
 }
 
-void refuse_children(const XmlElement &element, const std::string &name) {
+void refuse_children(const XmlElement &element, std::string_view name) {
     if (element.children.empty()) return;
     throw Failure(Exit::data, fmt::format("{}: expected text, not the element `{}`", name,
                                           element.children.front().name));
@@ -86,19 +86,11 @@ void set_leaf(const Target &target, const Path &path, const XmlElement &element,
         value.set_text(element.text);
         return;
     }
-    const std::string name = fmt::format("{}[{}]", value.name(), index);
     if (index >= path.leaf().elements)
         throw Failure(Exit::data, fmt::format("{}: the array has {} elements", value.name(),
                                               path.leaf().elements));
+    const std::string name = fmt::format("{}[{}]", value.name(), index);
     value.set_number(number_of<uint32_t>(name, element.text, 0, 255), index);
-}
-
-// Searches from the field `last` on first: fields mostly come in their order.
-const Field *find_field(const Structure &structure, std::string_view name, std::size_t last) {
-    for (const Field &field : structure.fields.subspan(last)) {
-        if (field.name == name) return &field;
-    }
-    return structure.find(name);
 }
 
 const Field *field_of(const Structure &structure, const XmlElement &element,

@@ -65,9 +65,13 @@ std::string text_of_integer(JsonView json) {
     return number ? std::to_string(*number) : std::to_string(*json.signed_number());
 }
 
-// Goes through text, whose reader checks the ranges.
+// Most numbers are set as they are; the others go through text, whose reader checks the ranges.
 void set_scalar(Value &value, JsonView json) {
     const Kind kind = value.field().kind;
+    if (value.field().is_number()) {
+        if (const std::optional<uint64_t> number = json.unsigned_number())
+            return value.set_integer(*number);
+    }
     if (kind == Kind::boolean && !json.boolean()) expected(value.name(), "true or false", json);
     const std::optional<std::string_view> text = json.string();
     const bool is_name = text && kind == Kind::enumeration;
@@ -109,8 +113,7 @@ void set_object(Value &value, const ObjectType &type, JsonView json) {
     value.set_text(*text);
 }
 
-const Field &field_of(const Structure &structure, std::string_view name) {
-    if (const Field *field = structure.find(name)) return *field;
+[[noreturn]] void refuse_field(const Structure &structure, std::string_view name) {
     std::vector<std::string_view> names;
     for (const Field &field : structure.fields) names.push_back(field.name);
     throw no_such(Exit::data, fmt::format("field of {}", structure.name), name, names);
@@ -142,15 +145,18 @@ void set_members(FieldSetter setter, const Structure &structure, JsonView json) 
     if (!json.is_object())
         expected(outer.empty() ? structure.name : outer,
                  fmt::format("an object with the fields of {}", structure.name), json);
+    std::size_t next = 0;
     for (const auto &[name, member] : json.members()) {
         setter.reading.path = outer;
         if (!outer.empty()) setter.reading.path += '.';
         setter.reading.path += name;
-        if (setter.reading.lenient && structure.find(name) == nullptr) continue;
-        const Field &field = field_of(structure, name);
-        setter.path.fields.push_back(&field);
-        setter.path.whole_array = field.kind == Kind::array;
-        if (field.structure != nullptr) set_members(setter, *field.structure, member);
+        const Field *const field = find_field(structure, name, next);
+        if (field == nullptr && setter.reading.lenient) continue;
+        if (field == nullptr) refuse_field(structure, name);
+        next = static_cast<std::size_t>(field - structure.fields.data()) + 1;
+        setter.path.fields.push_back(field);
+        setter.path.whole_array = field->kind == Kind::array;
+        if (field->structure != nullptr) set_members(setter, *field->structure, member);
         else setter.set_leaf(member);
         setter.path.fields.pop_back();
     }

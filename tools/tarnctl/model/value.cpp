@@ -98,6 +98,11 @@ bool parse(std::string_view text, Number &number) {
     return error == std::errc() && stop == end && !text.empty();
 }
 
+// Whether a path's text is the name of its field.
+bool is_field_name(const Path &path) {
+    return path.fields.size() == 1 && (path.leaf().kind != Kind::array || path.whole_array);
+}
+
 bool same_word(std::string_view a, std::string_view b) {
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
@@ -146,6 +151,13 @@ std::vector<Path> leaves_of(const Structure &structure) {
     return leaves;
 }
 
+const Field *find_field(const Structure &structure, std::string_view name, std::size_t first) {
+    for (const Field &field : structure.fields.subspan(first)) {
+        if (field.name == name) return &field;
+    }
+    return structure.find(name);
+}
+
 int top_variant(const Structure &structure) {
     int top = 0;
     for (const Field &field : structure.fields) top = std::max(top, field.first_variant);
@@ -180,32 +192,32 @@ Value::Value(kel_handle *handle, uint32_t tx_id, void *object, const Path &path)
       tx_id_(tx_id),
       object_(object),
       field_(&path.leaf()),
-      name_(path.text()),
+      name_(is_field_name(path) ? std::string() : path.text()),
       index_(path.index),
       whole_array_(path.whole_array) {
     for (std::size_t i = 0; i + 1 < path.fields.size() && object_ != nullptr; ++i) {
         uint32_t err = 0;
         object_ = path.fields[i]->call.get(handle, tx_id, object_, 0, &err);
-        if (err != EIDRM) need(err, name_);
+        if (err != EIDRM) need(err, name());
     }
     if (object_ == nullptr) return;
     uint32_t err = 0;
     if (field_->call.get(handle, tx_id, object_, index_, &err) == nullptr) object_ = nullptr;
-    if (err != EIDRM) need(err, name_);  // EIDRM: the variant lacks the field
+    if (err != EIDRM) need(err, name());  // EIDRM: the variant lacks the field
 }
 
 uint64_t Value::number(uint32_t index) const {
     uint32_t err = 0;
     const uint64_t number =
         field_->call.get_value(handle_, tx_id_, object_, whole_array_ ? index : index_, &err);
-    need(err, name_);
+    need(err, name());
     return number;
 }
 
 const void *Value::object() const {
     uint32_t err = 0;
     const void *object = field_->call.get(handle_, tx_id_, object_, 0, &err);
-    need(err, name_);
+    need(err, name());
     return object;
 }
 
@@ -242,7 +254,7 @@ std::string Value::text() const {
 }
 
 void Value::expected(std::string_view text, std::string_view what) const {
-    throw Failure(Exit::data, fmt::format("{}: expected {}, not `{}`", name_, what, text));
+    throw Failure(Exit::data, fmt::format("{}: expected {}, not `{}`", name(), what, text));
 }
 
 uint64_t Value::parsed_enumerator(std::string_view text) const {
@@ -286,8 +298,8 @@ void Value::set_array_text(std::string_view text) {
     }
     if (numbers.size() != field_->elements)
         throw Failure(Exit::data,
-                      fmt::format("{}: expected {} numbers with blanks between them, not {}", name_,
-                                  field_->elements, numbers.size()));
+                      fmt::format("{}: expected {} numbers with blanks between them, not {}",
+                                  name(), field_->elements, numbers.size()));
     for (uint32_t i = 0; i < field_->elements; ++i) set_number(numbers[i], i);
 }
 
@@ -297,7 +309,7 @@ void Value::set_object_text(const ObjectType &type, std::string_view text) {
     if (!type.parse(text, source)) expected(text, type.expected);
     uint32_t err = 0;
     field_->call.set(handle_, tx_id_, object_, source, &err);
-    need(err, name_);
+    need(err, name());
 }
 
 void Value::set_text(std::string_view text) {
@@ -309,14 +321,19 @@ void Value::set_text(std::string_view text) {
 void Value::set_number(uint64_t number, uint32_t index) {
     uint32_t err = 0;
     field_->call.set_value(handle_, tx_id_, object_, whole_array_ ? index : index_, number, &err);
-    need(err, name_);
+    need(err, name());
+}
+
+void Value::set_integer(uint64_t number) {
+    if (number > largest(field_->kind)) expected(std::to_string(number), range_of(field_->kind));
+    set_number(number);
 }
 
 // Unsigned differences are right for negative numbers too: both wrap at 2^64.
 void Value::add(uint64_t amount) {
     const uint64_t now = number();
     if (amount > largest(field_->kind) - now)
-        throw Failure(Exit::data, fmt::format("{}: {} + {} is above {}, the largest value", name_,
+        throw Failure(Exit::data, fmt::format("{}: {} + {} is above {}, the largest value", name(),
                                               number_text(now), amount, largest(field_->kind)));
     set_number(now + amount);
 }
@@ -324,7 +341,7 @@ void Value::add(uint64_t amount) {
 void Value::subtract(uint64_t amount) {
     const uint64_t now = number();
     if (amount > now - static_cast<uint64_t>(smallest(field_->kind)))
-        throw Failure(Exit::data, fmt::format("{}: {} - {} is below {}, the smallest value", name_,
+        throw Failure(Exit::data, fmt::format("{}: {} - {} is below {}, the smallest value", name(),
                                               number_text(now), amount, smallest(field_->kind)));
     set_number(now - amount);
 }
@@ -337,7 +354,7 @@ void Value::restore_number(uint32_t number) {
     uint32_t err = 0;
     auto *object =
         static_cast<kel_enum_object *>(field_->call.get(handle_, tx_id_, object_, 0, &err));
-    need(err, name_);
+    need(err, name());
     handle_->write_log_hook(handle_->arena, &object->value, sizeof object->value, tx_id_);
     object->value = number;
 }

@@ -36,6 +36,9 @@ struct Path {
 Path parse_path(const Structure &structure, std::string_view text);
 // All leaves in the order of the schema; a whole array is one leaf.
 std::vector<Path> leaves_of(const Structure &structure);
+// A field by its name, or null. The search begins with the field `first`: the fields of a document
+// mostly follow each other in their order.
+const Field *find_field(const Structure &structure, std::string_view name, std::size_t first);
 // The highest variant of a structure, which its newest field brought.
 int top_variant(const Structure &structure);
 
@@ -50,7 +53,7 @@ class Value {
     bool present() const { return object_ != nullptr; }
     const Field &field() const { return *field_; }
     // Its path as text.
-    const std::string &name() const { return name_; }
+    std::string_view name() const { return name_.empty() ? field_->name : name_; }
     bool is_whole_array() const { return whole_array_; }
 
     uint64_t number(uint32_t index = 0) const;  // of a field that has a plain value
@@ -63,6 +66,8 @@ class Value {
     // Sets the value from text. Failure `data` with the field and the expected form.
     void set_text(std::string_view text);
     void set_number(uint64_t number, uint32_t index = 0);
+    // Sets an integer. Failure `data` if the number is above the field's range.
+    void set_integer(uint64_t number);
     // Adds to an integer or subtracts from it. Failure `data` where the sum is out of its range.
     void add(uint64_t amount);
     void subtract(uint64_t amount);
@@ -82,7 +87,7 @@ class Value {
     uint32_t tx_id_;
     void *object_;
     const Field *field_;
-    std::string name_;
+    std::string name_;  // empty: the field's
     uint32_t index_;
     bool whole_array_;
 };
