@@ -362,6 +362,22 @@ TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentKey) {
     }
 }
 
+// After the last place in use the leaf has digests of keys that are in the next leaf now.
+TEST_P(KeyIndex, AStepFromTheLastNodeOfADividedLeafUsesItsPresentKey) {
+    for (int key = 0; key < 580; key += 10) insert(key);
+    insert(5);
+    Entry *last = index.entry(280);
+    const auto step_from_changed = [&](bool forward) {
+        index.expect_node(index.find(280), 280);
+        last->key = 295;
+        kel_index_node *found = forward ? index.next(&last->node) : index.previous(&last->node);
+        last->key = 280;
+        return found;
+    };
+    index.expect_node(step_from_changed(true), 300);
+    index.expect_node(step_from_changed(false), 290);
+}
+
 // The page of the last step is joined with the one before it. It keeps its content until it is
 // freed at the commit.
 TEST_P(KeyIndex, AStepFromTheLastNodeFoundUsesItsPresentPage) {
@@ -429,6 +445,28 @@ TEST_P(KeyIndex, ASearchBeforeARemovalMakesNoDifferenceToThePages) {
         if (model.size() % 100 == 0) index.expect_keys(model);
     }
     EXPECT_EQ(*index.anchor, nullptr);
+}
+
+// A leaf with fewer than 14 entries is joined with another if both have at most 42.
+TEST_P(KeyIndex, TheLastOfTwoLeavesIsJoinedWithTheFirstIfTheyHaveSpaceLeft) {
+    if (known.order == Order::unknown) return;  // it never has pages
+    fill(78);
+    ASSERT_EQ(index.counts_of_leaves(), (std::vector<std::uint32_t>{58, 20}));
+    for (int key = 0; key < 28; ++key) remove(key);
+    for (int key = 77; key > 70; --key) remove(key);
+    EXPECT_EQ(index.counts_of_leaves(), (std::vector<std::uint32_t>{30, 13})) << "43 together";
+    remove(70);
+    EXPECT_EQ(index.counts_of_leaves(), std::vector<std::uint32_t>{42});
+    index.expect_keys(model);
+}
+
+TEST_P(KeyIndex, ALeafIsJoinedWithTheOneBeforeItIfTheOneAfterItIsFull) {
+    if (known.order == Order::unknown) return;
+    fill(3 * 58);
+    for (int key = 0; key < 38; ++key) remove(key);
+    for (int key = 58; key < 58 + 45; ++key) remove(key);
+    EXPECT_EQ(index.counts_of_leaves(), (std::vector<std::uint32_t>{33, 58}));
+    index.expect_keys(model);
 }
 
 TEST_P(KeyIndex, ANodeFoundBeforeARollbackIsRemovedFromItsPresentPlace) {
