@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "job.h"
 
+#include <filesystem>
 #include <utility>
 
 namespace ldap_stats {
@@ -15,6 +16,13 @@ bool only_slapd_writes(LineKind kind) {
 }
 
 }  // namespace
+
+std::string label_of(const std::string &log, const LineRange &lines) {
+    const std::string place =
+        std::filesystem::path(log).filename().string() + ":" + std::to_string(lines.first);
+    if (lines.first == lines.last) return place + ": " + lines.excerpt;
+    return place + "-" + std::to_string(lines.last);
+}
 
 Job::Job(JobOptions options, std::ostream &messages)
     : options_(std::move(options)), messages_(messages) {}
@@ -34,6 +42,7 @@ void Job::finish() {
 }
 
 void Job::take_line(const NumberedLine &line) {
+    if (!line.text.empty()) note_line(line);
     if (line.too_long) {
         report_malformed(
             line.number,
@@ -56,6 +65,12 @@ void Job::take_line(const NumberedLine &line) {
     ++line_count_;
     understood(known.kind);
     tally_.count(known);
+}
+
+// Numbers start again in a new text: of two texts, the lines of the second are noted.
+void Job::note_line(const NumberedLine &line) {
+    const bool is_first = batch_.first == 0 || line.number < batch_.last;
+    batch_ = {is_first ? line.number : batch_.first, line.number, excerpt(line.text)};
 }
 
 void Job::understood(LineKind kind) {
@@ -101,6 +116,7 @@ void Job::store_batch() {
                                               " lines, is not stored");
     }
     stored_line_count_ = line_count_;
+    batch_ = {};
     if (options_.verbose)
         messages_ << "stored " << line_count_ << " lines as " << *name << std::endl;
 }
@@ -108,12 +124,13 @@ void Job::store_batch() {
 void Job::store_as(const std::string &name) {
     if (!keeper_) {
         keeper_.emplace(options_.store);
+        if (options_.journal) keeper_->keep_journal();
         const auto stored = options_.recount ? std::nullopt : keeper_->read(name);
         if (stored) tally_.adopt(*stored);
     }
     Server server = tally_.server();
     if (options_.timeout) server.req_timeout = *options_.timeout;
-    keeper_->write(name, server);
+    keeper_->write(name, server, label_of(options_.log, batch_));
     name_ = name;
 }
 

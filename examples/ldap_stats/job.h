@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The job: counts the lines of a log in batches, and updates the server's records in one
-// transaction a batch.
+// transaction a batch. The transaction's label says which lines these are.
 //
 // A malformed line is reported and skipped. The store isn't opened before the first line that only
 // slapd writes: a text without one is refused.
@@ -30,6 +30,7 @@ struct JobOptions {
     std::optional<std::string> server;  // the key of the records; by default from the log
     std::optional<uint32_t> timeout;    // req_timeout; unchanged if not given
     bool recount = false;               // replace what is stored, instead of continuing it
+    bool journal = false;               // let the store keep a journal
     bool verbose = false;               // print each batch
 };
 
@@ -46,6 +47,16 @@ class NotASlapdLog : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// Lines that weren't stored yet.
+struct LineRange {
+    uint64_t first = 0;
+    uint64_t last = 0;
+    std::string excerpt;  // of the last one
+};
+
+// What a transaction of these lines is for: "slapd.log:7: ...", or "slapd.log:7-9".
+std::string label_of(const std::string &log, const LineRange &lines);
+
 class Job {
  public:
     Job(JobOptions options, std::ostream &messages);
@@ -57,6 +68,7 @@ class Job {
 
  private:
     void take_line(const NumberedLine &line);
+    void note_line(const NumberedLine &line);
     void understood(LineKind kind);
     void report_malformed(uint64_t number, const LineError &error);
     void refuse() const;
@@ -71,6 +83,7 @@ class Job {
     std::optional<std::string> name_;
     uint64_t line_count_ = 0;
     uint64_t stored_line_count_ = 0;
+    LineRange batch_;  // the lines since then
     uint64_t malformed_ = 0;
     LineKind last_kind_ = LineKind::other;
     bool recognised_ = false;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "keeper.h"
 
+#include "tarnbase/tarn/journal.hpp"
+
 namespace ldap_stats {
 namespace {
 
@@ -24,6 +26,13 @@ Keeper::Keeper(const std::string &path)
       stats_(StatsTable::open_or_create(session_, kTableName)),
       summary_(SummaryTable::open_or_create(session_, kTableName)),
       conn_(ConnTable::open_or_create(session_, kTableName)) {}
+
+void Keeper::keep_journal() {
+    kel_journal_settings settings = tarn::try_describe_journal(store_).value().settings;
+    if (settings.enabled != 0) return;
+    settings.enabled = 1;
+    tarn::set_journal(store_, settings);
+}
 
 std::optional<Server> Keeper::read(const std::string &name) const {
     const auto stats = stats_.find(name);
@@ -49,8 +58,9 @@ std::optional<Server> Keeper::read(const std::string &name) const {
 #define SET_IF_CHANGED(record, field, value) \
     if (record.field() != (value)) record.set_##field(value);
 
-void Keeper::write(const std::string &name, const Server &server) {
+void Keeper::write(const std::string &name, const Server &server, const std::string &label) {
     tarn::transaction transaction(session_);
+    tarn::label(session_, transaction, label);
     auto stats = find_or_make(stats_, name);
 #define X(field) SET_IF_CHANGED(stats, field, server.stats.field)
     LDAP_STATS_COUNTERS(X)

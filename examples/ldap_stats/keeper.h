@@ -16,11 +16,14 @@ class Keeper {
  public:
     // Opens the store, or creates it, and its tables. Throws tarn::error, as all members do.
     explicit Keeper(const std::string &path);
+    // Lets the store keep a journal from now on. One that it keeps stays as it is set.
+    void keep_journal();
 
     // The stored values of a server; none if no table has it.
     std::optional<Server> read(const std::string &name) const;
-    // Stores a server, in one transaction. If that fails the store is as it was before.
-    void write(const std::string &name, const Server &server);
+    // Stores a server, in one transaction, with a label that the journal records if there is one.
+    // If that fails the store is as it was before.
+    void write(const std::string &name, const Server &server, const std::string &label = "");
 
     const tarn::store &store() const { return store_; }
 

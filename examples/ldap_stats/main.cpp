@@ -70,6 +70,8 @@ void describe(cli::Command &program, Arguments &arguments) {
                    "Request timeout to record; 0 at first, stays if not given");
     program.flag("--recount", arguments.job.recount,
                  "Replace the stored values by those of this log");
+    program.flag("--journal", arguments.job.journal,
+                 "Keep a journal of the store: each change with the lines it is from");
     program.flag("-f,--follow", arguments.input.follow,
                  "Continue as the log grows, until SIGINT or SIGTERM");
     program.flag("--from-end", arguments.input.from_end, "Follow from the present end of the log")

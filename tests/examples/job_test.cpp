@@ -5,7 +5,10 @@
 
 #include <filesystem>
 #include <sstream>
+#include <vector>
 
+#include "tarnbase/tarn/journal.hpp"
+#include "tarnbase/tarn/replica.hpp"
 #include "tests/support/temporary_directory.h"
 
 namespace ldap_stats {
@@ -31,6 +34,23 @@ class JobTest : public testing::Test {
         return one.report();
     }
     std::optional<Server> stored(const std::string &name) { return Keeper(store).read(name); }
+    Job job_with_journal() {
+        JobOptions options;
+        options.store = store;
+        options.log = directory / "slapd.log";
+        options.journal = true;
+        return Job(options, messages);
+    }
+    // Of all transactions that the journal of the store has.
+    std::vector<std::string> labels() {
+        std::vector<std::string> found;
+        auto replica = tarn::replica::open(store, tarn::replica::oldest);
+        while (replica.advance() == tarn::replica::step::applied) {
+            const char *label = replica.transaction().label;
+            if (label != nullptr) found.emplace_back(label);
+        }
+        return found;
+    }
 
     TemporaryDirectory directory;
     std::string store = directory / "store";
@@ -109,6 +129,41 @@ TEST_F(JobTest, AContinuationLineIsValidOnlyAfterTheBanner) {
     EXPECT_EQ(run(banner + kAccept + "\tmore\n").malformed, 1u);
     EXPECT_NE(messages.str().find("log:5: found \"\\x09more\", expected"), std::string::npos)
         << messages.str();
+}
+
+TEST_F(JobTest, TheJournalSaysWhichLinesATransactionIsFrom) {
+    {
+        Job one = job_with_journal();
+        one.take({kStart});
+        one.take({kAccept});
+        one.take({std::string(kUnbind) + "5f0e1234 conn=1 op=2 UN"});
+        one.take({"BIND\n\n"});
+        one.take({"nonsense\n"});
+        one.take({kAccept, true});
+    }
+    EXPECT_EQ(labels(), (std::vector<std::string>{
+                            "slapd.log:1-2", "slapd.log:3: 5f0e1234 conn=1 op=1 UNBIND",
+                            "slapd.log:4: 5f0e1234 conn=1 op=2 UNBIND", "slapd.log:6: nonsense",
+                            "slapd.log:1: 5f0e1234 conn=1 fd=9 ACCEPT from IP=1.1...."}));
+}
+
+TEST_F(JobTest, AJournalThatTheStoreKeepsStaysAsItIsSet) {
+    { job_with_journal().take({kAccept}); }
+    {
+        const auto opened = tarn::store::open_or_create(store);
+        kel_journal_settings settings = tarn::try_describe_journal(opened).value().settings;
+        EXPECT_EQ(settings.enabled, 1U);
+        settings.keep_seconds = 60;
+        tarn::set_journal(opened, settings);
+    }
+    { job_with_journal().take({kUnbind}); }
+    const auto opened = tarn::store::open_or_create(store);
+    EXPECT_EQ(tarn::try_describe_journal(opened).value().settings.keep_seconds, 60U);
+}
+
+TEST_F(JobTest, WithoutAJournalNothingIsLabelled) {
+    run(kAccept);
+    EXPECT_EQ(labels(), std::vector<std::string>{});
 }
 
 TEST_F(JobTest, AnEndlessLineIsReportedAndSkipped) {
