@@ -33,6 +33,15 @@ struct Enumeration {
     std::span<const Enumerator> enumerators;
 };
 
+// What a field is to a program that watches figures.
+enum class Measure : uint8_t {
+    plain,    // nothing
+    counter,  // a number that only grows, or begins again
+    gauge,    // a number, a boolean or an enumeration that goes up and down
+    label,    // a value that describes the record
+    parts,    // a structure, whose fields are measured
+};
+
 struct Structure;
 
 // What can be done with a field of `object`, an object of the field's structure.
@@ -63,6 +72,8 @@ struct Field {
     std::string_view name;
     std::string_view meaning;
     std::string_view unit;  // of a number, where it is fixed; else empty
+    Measure measure;
+    std::string_view measure_name;  // the field's name unless the schema has another; maybe empty
     std::string_view type;  // as the schema names it: "u_int32", "kel_vstring", "st_aaa_type"
     Kind kind;
     int first_variant;               // the variant that the field came in with

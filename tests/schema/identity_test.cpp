@@ -37,8 +37,8 @@ TEST(Identity, DigestOfATextIsAlwaysTheSame) {
 TEST(Identity, OtherDescriptionsChangeNoIdentity) {
     const auto one = compile_text(module_of("structure st_a \"a\"\n    u_int32 x \"one\"\n"));
     const auto other =
-        compile_text(module_of("# a remark\nstructure st_a   \"better\"\n"
-                               "    u_int32  x   \"better words\" unit \"seconds\"\n"));
+        compile_text(module_of("# a remark\nstructure st_a   \"better\" counters\n"
+                               "    u_int32  x   \"better words\" unit \"seconds\" gauge \"y\"\n"));
     EXPECT_EQ(one.structures[0].identity.luid, other.structures[0].identity.luid);
     EXPECT_EQ(one.structures[0].identity.digest, other.structures[0].identity.digest);
 }

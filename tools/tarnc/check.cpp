@@ -8,6 +8,7 @@
 #include "face.h"
 #include "identity.h"
 #include "layout.h"
+#include "measure.h"
 
 namespace tarnc {
 namespace {
@@ -48,6 +49,7 @@ class Checker {
     void fill_field(Structure &structure, const syntax::Field &written);
     void fill_type(Field &field, const syntax::Field &written);
     void fill_unit(Field &field, const syntax::Unit &written);
+    void fill_measure(Field &field, const syntax::Measure &written);
     void lay_out_structures();
     void visit(Structure &structure);
     void fill_tables();
@@ -182,6 +184,7 @@ void Checker::fill_structures() {
         Structure &structure = *found->second;
         structure.name = name;
         structure.meaning = written->meaning;
+        structure.counts = written->counts;
         structure.place = written->name.place;
         fill_fields(structure, *written);
         structure.identity = identify(written->identity, schema_text(structure), diagnostics_);
@@ -234,6 +237,9 @@ void Checker::fill_field(Structure &structure, const syntax::Field &written) {
     field.number = structure.fields.size();
     fill_type(field, written);
     if (written.unit) fill_unit(field, *written.unit);
+    field.measure = usual_measure(field.kind, structure.counts);
+    field.measure_name = field.name;
+    if (written.measure) fill_measure(field, *written.measure);
     structure.fields.push_back(std::move(field));
 }
 
@@ -271,6 +277,17 @@ void Checker::fill_unit(Field &field, const syntax::Unit &written) {
     if (written.text.empty())
         diagnostics_.report(written.place, "an empty unit", "the unit's name");
     field.unit = written.text;
+}
+
+void Checker::fill_measure(Field &field, const syntax::Measure &written) {
+    field.measure = written.word.text;
+    if (!can_have(field.kind, field.measure))
+        report(written.word, "a " + field.measure + " of " + field.type, holders_of(field.measure));
+    if (!written.name) return;
+    field.measure_name = written.name->text;
+    if (!is_measure_name(field.measure_name))
+        report(*written.name, "the name '" + field.measure_name + "' of a measure",
+               "lower-case words of letters and digits, with '_' between them");
 }
 
 void Checker::lay_out_structures() {

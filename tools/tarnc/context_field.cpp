@@ -110,6 +110,8 @@ Context context_of(const Schema &schema, const Structure &structure, const Field
     context.set("heading", "`" + field.name + "`: " + meaning_and_unit(field) + "." + variant_note);
     context.set("quoted_meaning", quoted(field.meaning));
     context.set("quoted_unit", quoted(field.unit));
+    context.set("measure", field.measure);
+    context.set("measure_name", field.measure_name);
     context.set("field_type", field.type);
     context.set("number", text(field.number));
     const std::string model = "tarnbase::model::" + structure.name;

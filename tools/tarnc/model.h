@@ -33,8 +33,10 @@ struct Identity {
 struct Field {
     std::string name;
     std::string meaning;
-    std::string unit;  // of a number, "seconds"; empty where it isn't fixed
-    std::string type;  // as the schema names it
+    std::string unit;               // of a number, "seconds"; empty where it isn't fixed
+    std::string measure = "plain";  // or "counter", "gauge", "label", "parts" (measure.h)
+    std::string measure_name;       // of the measure, as the schema writes it
+    std::string type;               // as the schema names it
     Place place;
     FieldKind kind = FieldKind::u_int8;
     const Enumeration *enumeration = nullptr;
@@ -59,6 +61,7 @@ struct Variant {
 struct Structure {
     std::string name;
     std::string meaning;
+    bool counts = false;  // its numbers are counters unless they say something else
     Place place;
     Identity identity;
     std::vector<Field> fields;

@@ -9,10 +9,19 @@
 //   order       = "order"                               module file only
 //                   { name }                            structures, then enumerations
 //
-//   structure   = "structure" name text
+//   structure   = "structure" name text [ "counters" ]
 //                   [identity] { field } { variant }
 //   field       = type [ "[" number "]" ] name text
 //                 [ "unit" text ]                     of a number, where it is fixed
+//                 [ measure ]
+//   measure     = "counter" [text]                    of a number: it only grows, or begins again
+//               | "gauge" [text]                      of a number, a boolean or an enumeration
+//               | "label" [text]                      not of an array or a structure
+//               | "plain"                             it is none of these
+//                 the text is the measure's name, if that isn't the field's; "" is allowed in a
+//                 structure that others contain: the measure has the name of their field
+//                 by default numbers, booleans and enumerations are gauges, numbers of a
+//                 structure with "counters" are counters, and everything else is plain
 //   variant     = "variant" number                      1, 2, ... in order
 //                   { field }
 //                 each may say how many field numbers are valid up to it, if that
@@ -35,6 +44,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 #include "lexer.h"
 
@@ -42,6 +52,8 @@ namespace tarnc {
 namespace {
 
 using Kind = Token::Kind;
+
+constexpr const char *measures[] = {"counter", "gauge", "label", "plain"};
 
 // Thrown to skip a line whose error has been reported.
 struct BadLine {};
@@ -128,6 +140,7 @@ class Parser {
     void table(Cursor &cursor);
     void member(Cursor &cursor);
     void structure_member(Cursor &cursor);
+    void field_notes(Cursor &cursor, syntax::Field &field);
     void enumeration_member(Cursor &cursor);
     void table_member(Cursor &cursor);
     bool identity_line(Cursor &cursor, syntax::Identity &identity, const char *luid,
@@ -212,7 +225,9 @@ void Parser::structure(Cursor &cursor) {
     structure.variants.push_back({{0, place}, {}, {}});
     structure.name = cursor.name("the structure's name");
     structure.meaning = cursor.text("the structure's meaning in double quotes");
-    cursor.end();
+    structure.counts = cursor.at("counters");
+    if (structure.counts) cursor.skip();
+    if (!cursor.done()) cursor.fail("'counters' or the end of the line");
 }
 
 void Parser::enumeration(Cursor &cursor) {
@@ -322,12 +337,27 @@ void Parser::structure_member(Cursor &cursor) {
     }
     field.name = cursor.name("the field's name");
     field.meaning = cursor.text("the field's meaning in double quotes");
+    field_notes(cursor, field);
+    structure.variants.back().fields.push_back(std::move(field));
+}
+
+void Parser::field_notes(Cursor &cursor, syntax::Field &field) {
     if (cursor.at("unit")) {
         cursor.skip();
         field.unit = {cursor.place(), cursor.text("the unit in double quotes")};
     }
+    if (cursor.done()) return;
+    const bool is_measure = std::any_of(std::begin(measures), std::end(measures),
+                                        [&](const char *each) { return cursor.at(each); });
+    if (!is_measure) {
+        cursor.fail(std::string(field.unit ? "" : "'unit', ") +
+                    "'counter', 'gauge', 'label', 'plain' or the end of the line");
+    }
+    const Token &word = cursor.skip();
+    field.measure = {{word.text, word.place}, {}};
+    if (word.text != "plain" && cursor.at(Kind::text))
+        field.measure->name = Name{cursor.skip().text, word.place};
     cursor.end();
-    structure.variants.back().fields.push_back(std::move(field));
 }
 
 void Parser::enumeration_member(Cursor &cursor) {

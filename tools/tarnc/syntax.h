@@ -22,12 +22,19 @@ struct Unit {
     std::string text;
 };
 
+// How the field is measured, as `counter "frames"`.
+struct Measure {
+    Name word;
+    std::optional<Name> name;
+};
+
 struct Field {
     Name type;
     std::optional<Number> elements;  // `u_int8[1440]`
     Name name;
     std::string meaning;
     std::optional<Unit> unit;
+    std::optional<Measure> measure;
 };
 
 // A `variant N` section; the first one, variant 0, has no line of its own.
@@ -46,6 +53,7 @@ struct Identity {
 struct Structure {
     Name name;
     std::string meaning;
+    bool counts = false;  // its numbers are counters by default
     Identity identity;
     std::vector<Variant> variants;
 };

@@ -25,8 +25,8 @@ extern const Structure {{type}};
 {{#structures}}
 static constexpr Field {{type}}_fields[] = {
 {{#fields}}
-    {"{{field}}", "{{quoted_meaning}}", "{{quoted_unit}}", "{{field_type}}", Kind::{{kind}}, {{first_variant}}, {{elements}},
-     {{enumeration}}, {{structure}},
+    {"{{field}}", "{{quoted_meaning}}", "{{quoted_unit}}", Measure::{{measure}}, "{{measure_name}}",
+     "{{field_type}}", Kind::{{kind}}, {{first_variant}}, {{elements}}, {{enumeration}}, {{structure}},
 {{#array}}
      array_field<{{type}}_{{field}}_get, {{type}}_{{field}}_get_value, {{type}}_{{field}}_set_value,
                  {{type}}_{{field}}_state_flag_whole_get, {{type}}_{{field}}_state_flag_whole_set,
