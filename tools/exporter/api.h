@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What is under /api/v1, as JSON. A failure is thrown as `ApiError`.
+#ifndef TOOLS_EXPORTER_API_H
+#define TOOLS_EXPORTER_API_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "exporter/message.h"
+#include "exporter/metrics.h"
+
+namespace exporter {
+
+class ApiError : public std::runtime_error {
+ public:
+    ApiError(int status, const std::string &text) : std::runtime_error(text), status_(status) {}
+    int status() const { return status_; }
+
+ private:
+    int status_;
+};
+
+// {"error": "..."}
+Response error_response(int status, const std::string &text);
+
+// The tables of the stores, with their numbers of records.
+Response tables_response(const Stores &stores, const Request &request);
+// The records of a table, chosen as `tarnctl show` does.
+Response records_response(const Stores &stores, const Request &request, const std::string &table);
+// The records of one key.
+Response record_response(const Stores &stores, const Request &request, const std::string &table,
+                         const std::vector<std::string> &key);
+// The tables, types and enumerations of the schema, and the figures of each table.
+Response schema_response();
+// The changes of a store, as server-sent events.
+Response changes_response(const Stores &stores, const Request &request);
+// Whether all stores are open.
+Response health_response(const Stores &stores);
+
+}  // namespace exporter
+
+#endif
