@@ -54,6 +54,7 @@ set(TARNBASE_RUNTIME_SOURCES
   store/record_block.cpp
   store/restart.cpp
   store/retention.cpp
+  store/schema_note.cpp
   store/sharing.cpp
   store/signature.cpp
   store/store.cpp

@@ -71,8 +71,8 @@ typedef struct kel_replica_transaction {
  * first one. `lookup` finds the tables' vectors, as for kel_replication_attach; records of tables
  * that it doesn't find aren't reported.
  * Errors: EOVERFLOW the files don't reach back to that transaction; EINVAL there is no such
- * transaction yet, or `lookup` is null; EADDRINUSE this process has the store, or another replica
- * of it, open; and those of kel_store_open.
+ * transaction yet, or `lookup` is null; EPROTO the journal has another schema than this process;
+ * EADDRINUSE this process has the store or a replica of it open; and those of kel_store_open.
  */
 TARNBASE_API uint32_t kel_replica_open(const char *path, kel_table_vector_lookup lookup,
                                        uint64_t sequence, kel_replica **replica);
@@ -88,8 +88,8 @@ TARNBASE_API uint64_t kel_replica_sequence(const kel_replica *replica);
  * can be read of the copies is as it was, except for state flags of objects in an object. They are
  * valid until the next call; other pointers into the store are valid as after kel_store_refresh.
  * Errors: EAGAIN there is none yet; EOVERFLOW the files don't contain the next transaction any
- * more: `missed` were skipped, and the replica is now as the store was after `sequence`; EDEADLK
- * this thread has a reading scope open; EBADMSG the log is damaged; ENOMEM; EMFILE, ENFILE and EIO.
+ * more: `missed` were skipped, and the replica is as the store was after `sequence`; EDEADLK this
+ * thread has a reading scope open; EPROTO as above; EBADMSG a damaged log; ENOMEM; errors of I/O.
  */
 TARNBASE_API uint32_t kel_replica_advance(kel_replica *replica,
                                           kel_replica_transaction *transaction);

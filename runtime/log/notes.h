@@ -14,7 +14,7 @@
 //                                of the session, and in its first one of each segment
 //   3 label             0        text that the program has set for the transaction; of several
 //                                transactions in one frame, with "; " between
-//
+//   4 schemas                    with the session: runtime/store/schema_note.h
 // A frame has at most one note of each kind. One without an author was written without a journal,
 // or changes nothing.
 #ifndef TARNBASE_RUNTIME_LOG_NOTES_H

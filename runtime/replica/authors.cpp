@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
+
+#include "runtime/store/schema_note.h"
 
 namespace tarnbase::runtime {
 
@@ -32,7 +35,13 @@ void Authors::read(std::span<const char> frame) {
     const Notes notes = read_notes(frame);
     author_ = notes.author;
     label_ = notes.label;
-    if (notes.author && notes.command) commands_[notes.author->session] = *notes.command;
+    if (!notes.author || !notes.command) return;
+    commands_[notes.author->session] = *notes.command;
+    std::string other = other_schema(frame);
+    if (other.empty()) return;
+    FrameHead head;
+    std::memcpy(&head, frame.data(), sizeof head);
+    throw OtherSchema{head.sequence, std::move(other)};
 }
 
 void Authors::describe(kel_replica_transaction &transaction) const {

@@ -22,13 +22,23 @@ std::uint32_t kel_replica::open(const char *path, std::uint64_t sequence) {
     if (findings.count() != 0) {
         return fail(EBADMSG, "%s: the store is damaged: %s", path, first.c_str());
     }
-    start_authors();
     known_ = this->sequence();
-    return 0;
+    return start_authors();
 }
 
-void kel_replica::start_authors() {
+std::uint32_t kel_replica::start_authors() try {
     authors_.start(store_.sharing->folder(), store_.sharing->follower());
+    return 0;
+} catch (const OtherSchema &other) {
+    return fail_schema(other);
+}
+
+std::uint32_t kel_replica::fail_schema(const OtherSchema &other) const {
+    return fail(EPROTO,
+                "%s: transaction %llu was written with another schema of %s. A program with that "
+                "schema can read it",
+                store_.path.c_str(), static_cast<unsigned long long>(other.sequence),
+                other.module.c_str());
 }
 
 std::uint32_t kel_replica::advance(kel_replica_transaction &transaction) {
@@ -70,6 +80,8 @@ std::uint32_t kel_replica::step(FrameObserver &observer, kel_replica_transaction
     std::uint32_t error = 0;
     try {
         error = store_.sharing->advance(observer);
+    } catch (const OtherSchema &other) {
+        return fail_schema(other);
     } catch (const std::bad_alloc &) {
         is_lost_ = sequence() != known_;
         throw;
@@ -85,8 +97,8 @@ std::uint32_t kel_replica::skip(kel_replica_transaction &transaction) {
     is_lost_ = true;
     if (const std::uint32_t error = store_.sharing->skip()) return error;
     is_observed_ = false;
+    if (const std::uint32_t error = start_authors()) return error;
     is_lost_ = false;
-    start_authors();
     transaction.sequence = sequence();
     transaction.missed = transaction.sequence - known_;
     known_ = transaction.sequence;

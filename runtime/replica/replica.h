@@ -27,7 +27,8 @@ struct kel_replica {
     std::uint32_t step(tarnbase::runtime::FrameObserver &observer,
                        kel_replica_transaction &transaction);
     std::uint32_t skip(kel_replica_transaction &transaction);
-    void start_authors();
+    std::uint32_t start_authors();
+    std::uint32_t fail_schema(const tarnbase::runtime::OtherSchema &other) const;
 
     kel_store store_;
     tarnbase::runtime::TableTypes types_;

@@ -172,7 +172,7 @@ std::uint32_t Follower::step(FrameObserver &observer) try {
     const std::uint32_t error = apply_next(end);
     observer_ = nullptr;
     return error;
-} catch (const std::bad_alloc &) {
+} catch (...) {
     observer_ = nullptr;
     log_is_open_ = false;  // the reader may be after the frame already
     throw;

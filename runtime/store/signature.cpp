@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "runtime/store/schema_note.h"
+
 namespace tarnbase::runtime {
 
 namespace {
@@ -48,7 +50,9 @@ void Signature::add_author(FrameBuilder &frame, std::uint64_t sequence) {
 void Signature::complete(FrameBuilder &frame, const LogWriter &log, std::string_view label) {
     add_label(frame, label);
     has_session_note_ = segment_ != log.segment() || !log.has_space(frame.length());
-    if (has_session_note_) add_session(frame, next_session_, *command_);
+    if (!has_session_note_) return;
+    add_session(frame, next_session_, *command_);
+    add_schemas(frame);
 }
 
 void Signature::published(const LogWriter &log) {
