@@ -166,10 +166,12 @@ Store Store::scratch() {
 tarn::transaction Store::begin() const { return checked(tarn::transaction::try_begin(session_)); }
 
 bool Store::holds(const void *address) const {
-    const kel_store_description description = describe();
-    const auto first = reinterpret_cast<uintptr_t>(description.base);
     const auto place = reinterpret_cast<uintptr_t>(address);
-    return place >= first && place - first < description.size;
+    if (place - first_ < size_) return true;
+    const kel_store_description description = describe();
+    first_ = reinterpret_cast<uintptr_t>(description.base);
+    size_ = description.size;
+    return place - first_ < size_;
 }
 
 }  // namespace tarnctl

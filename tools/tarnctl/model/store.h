@@ -79,6 +79,9 @@ class Store {
     mutable tarn::session session_;  // a transaction of a const Store changes it
     std::string path_;
     mutable std::chrono::milliseconds wait_{0};  // for another writer
+    // The store's range when it was described last: it may have grown.
+    mutable uintptr_t first_ = 0;
+    mutable uint64_t size_ = 0;
 };
 
 }  // namespace tarnctl
