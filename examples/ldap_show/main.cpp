@@ -6,11 +6,15 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <limits>
+#include <optional>
 
 #include "cli/start.h"
 #include "difference.h"
 #include "follow.h"
+#include "history.h"
 #include "tables.h"
+#include "tarnbase/tarn/replica.hpp"
 #include "xml_file.h"
 
 namespace {
@@ -24,10 +28,15 @@ With --verify or --copy-to the records are read from XML into a second store and
 those of the first: from a file that --xml wrote, or else from the XML form of the first store.
 What another process writes to the first store in between is reported as a difference.)";
 
+// Of the numbers beyond it, two have other meanings for a replica.
+constexpr std::uint64_t kLastTransaction = std::numeric_limits<std::int64_t>::max();
+
 struct Arguments {
     std::string store;
     bool xml = false;
     bool follow = false;
+    bool history = false;
+    std::optional<std::uint64_t> at;
     std::string output;
     std::string verify;
     std::string copy_to;
@@ -55,6 +64,20 @@ void describe(cli::Command &program, Arguments &arguments) {
               "Print a line for each server, now and whenever another process has committed, "
               "until SIGINT or SIGTERM")
         .excludes("xml");
+    program
+        .flag("--history", arguments.history,
+              "Print what each transaction has changed in the counters, if the store keeps a "
+              "journal")
+        .excludes("xml")
+        .excludes("follow")
+        .excludes("output")
+        .excludes("verify")
+        .excludes("copy-to");
+    program
+        .option("--at", "NUMBER", cli::number_into(arguments.at, 0, kLastTransaction),
+                "Show the tables as they were after this transaction")
+        .excludes("follow")
+        .excludes("history");
     program.option("-o,--output", "FILE", cli::into(arguments.output),
                    "File to write; standard output otherwise");
     program
@@ -104,18 +127,30 @@ ExitCode round_trip(const tarn::session &first, const Arguments &arguments) {
     return comparison.differences.empty() ? kDone : kDifferent;
 }
 
-ExitCode run(const Arguments &arguments) {
-    tarn::store store = tarn::store::open(arguments.store);
-    if (arguments.follow) {
-        ldap_show::follow(store, std::cout);
-        return kDone;
-    }
-    const tarn::session session(store);
+ExitCode show(const tarn::store &store, tarn::descriptors descriptors, const Arguments &arguments) {
+    const tarn::session session(store, descriptors);
     if (!arguments.verify.empty() || !arguments.copy_to.empty())
         return round_trip(session, arguments);
     write_out(arguments.output,
               arguments.xml ? ldap_show::to_xml(session) : ldap_show::to_text(session));
     return kDone;
+}
+
+ExitCode run(const Arguments &arguments) {
+    if (arguments.history) {
+        ldap_show::print_history(arguments.store, std::cout);
+        return kDone;
+    }
+    if (arguments.at) {
+        const tarn::replica replica = tarn::replica::open(arguments.store, *arguments.at);
+        return show(replica.store(), tarn::descriptors::of_library, arguments);
+    }
+    tarn::store store = tarn::store::open(arguments.store);
+    if (arguments.follow) {
+        ldap_show::follow(store, std::cout);
+        return kDone;
+    }
+    return show(store, tarn::descriptors::of_store, arguments);
 }
 
 int fail(ExitCode code, const std::exception &error) {

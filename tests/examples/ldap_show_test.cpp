@@ -187,6 +187,31 @@ TEST_F(LdapShow, AStoreWithoutTablesIsEmpty) {
               "tbl_ldap_stats: 0 records\ntbl_ldap_summary: 0 records\ntbl_ldap_conn: 0 records\n");
 }
 
+TEST_F(LdapShow, TheHistoryOfAJournalSaysWhichLinesHaveChangedWhat) {
+    const std::string log = directory / "log";
+    const std::string bind = "5f0e1234 conn=1 op=0 BIND dn=\"\" method=128\n";
+    write_file(log, kAccept + bind);
+    const std::vector<std::string> stats = {LDAP_STATS, "--journal", "--store",   store,
+                                            "--server", "ldap1",     "--recount", log};
+    ASSERT_EQ(run(stats).exit_code, 0);
+    write_file(log, kAccept + bind + bind);
+    ASSERT_EQ(run(stats).exit_code, 0);
+    const Outcome history = show({"--history"});
+    EXPECT_EQ(history.exit_code, 0) << history.err;
+    EXPECT_NE(history.out.find("total_msg_sent none -> 1, total_bind_req none -> 1\n"),
+              std::string::npos)
+        << history.out;
+    EXPECT_NE(history.out.find("log:1-3) ldap1: total_msg_sent 1 -> 2, total_bind_req 1 -> 2\n"),
+              std::string::npos)
+        << history.out;
+
+    const std::string first = history.out.substr(0, history.out.find(' '));
+    const Outcome then = show({"--at", first});
+    EXPECT_EQ(then.exit_code, 0) << then.err;
+    EXPECT_NE(then.out.find("total_bind_req: 1\n"), std::string::npos) << then.out;
+    EXPECT_NE(show({}).out.find("total_bind_req: 2\n"), std::string::npos);
+}
+
 TEST_F(LdapShow, FilesThatCannotBeReadOrWrittenAreNamed) {
     EXPECT_EQ(show({}).exit_code, 5);
     EXPECT_NE(show({}).err.find(store), std::string::npos);
@@ -200,6 +225,8 @@ TEST_F(LdapShow, FilesThatCannotBeReadOrWrittenAreNamed) {
 TEST_F(LdapShow, WrongArgumentsAreRefused) {
     EXPECT_EQ(run({LDAP_SHOW}).exit_code, 2);
     EXPECT_EQ(show({"--xml", "--verify", xml}).exit_code, 2);
+    EXPECT_EQ(show({"--history", "--xml"}).exit_code, 2);
+    EXPECT_EQ(show({"--at", "noon"}).exit_code, 2);
     EXPECT_EQ(run({LDAP_SHOW, "--help"}).exit_code, 0);
     EXPECT_TRUE(run({LDAP_SHOW, "--version"}).out.starts_with("ldap_show "));
 }
