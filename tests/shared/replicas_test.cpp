@@ -408,265 +408,266 @@ TEST_F(Replicas, KnowTheCommandOfASessionThatBeganBefore) {
     ASSERT_EQ(replica.advance(), 0U);
     ASSERT_NE(replica.last.command, nullptr);
     EXPECT_NE(std::string(replica.last.command), "");
-    // Inserts records that need more than a checkpoint's distance of log, and makes a checkpoint.
-    void fill(Connections & all, char name) {
-        constexpr int records = 40;
-        const std::string text(32 << 10, name);
-        for (int i = 0; i < records; ++i) all.commit(text + std::to_string(i), 1);
-        need(kel_store_compact(all.store.c_store()) == 0, kel_error_text());
-    }
+}
 
-    TEST_F(Replicas, CanBeginAtAnOlderCheckpointThatIsKept) {
-        Connections::create(path, {{"a", 1}});
-        std::vector<std::uint64_t> ends;
-        for (const char name : {'x', 'y', 'z'}) {
-            {
-                Connections all(path);
-                if (name == 'x') keep_journal(all);
-                all.commit("a", static_cast<std::uint32_t>(2 + ends.size()));
-            }
-            ends.push_back(Replica(path).sequence());
-            Connections all(path);
-            fill(all, name);
-        }
-        EXPECT_GE(tarn::try_describe_journal(Connections(path).store).value().checkpoints, 3U);
-        for (std::size_t i = 0; i < ends.size(); ++i) {
-            Replica replica(path, ends[i]);
-            EXPECT_EQ(replica.sequence(), ends[i]);
-            std::size_t inserted = 0;
-            std::string changed;
-            for (const std::string &each : replica.all_changes()) {
-                if (each[0] == '+') ++inserted;
-                else changed += each + ' ';
-            }
-            EXPECT_EQ(inserted, 40 * (ends.size() - i));
-            EXPECT_EQ(changed, i == 0 ? "~a 2 3 ~a 3 4 " : i == 1 ? "~a 3 4 " : "");
-        }
-        Replica oldest(path, KEL_REPLICA_OLDEST);
-        EXPECT_LE(oldest.sequence(), ends[0]);
-        EXPECT_EQ(oldest.all_changes().back()[0], '+');
-    }
+// Inserts records that need more than a checkpoint's distance of log, and makes a checkpoint.
+void fill(Connections &all, char name) {
+    constexpr int records = 40;
+    const std::string text(32 << 10, name);
+    for (int i = 0; i < records; ++i) all.commit(text + std::to_string(i), 1);
+    need(kel_store_compact(all.store.c_store()) == 0, kel_error_text());
+}
 
-    TEST_F(Replicas, HaveTheChangesOfATableInCpp) {
-        Connections::create(path, {{"a", 1}, {"b", 2}});
-        Child writer(turns(path, {[](Connections &all) {
-                               tarn::transaction transaction(all.session);
-                               all.set("a", 7);
-                               all.table().erase("b");
-                               all.set("c", 3);
-                               auto other = tarn::table<tarn::ldap_conn>::open_or_create(
-                                   all.session, "other");
-                               other.insert(other.make("a"));
-                               transaction.commit();
-                           }}));
-        tarn::replica replica = tarn::replica::open(path);
-        const tarn::store store = replica.store();
-        const tarn::session session(store);
-        const auto table = tarn::table<tarn::ldap_conn>::open(session, table_name);
-        EXPECT_EQ(replica.advance(), tarn::replica::step::current);
-        turn(writer);
-        while (replica.advance() == tarn::replica::step::applied &&
-               replica.transaction().change_count == 0) {
-        }
-        EXPECT_EQ(replica.transaction().change_count, 4U);
-        const auto changes = replica.changes_of(table, session);
-        ASSERT_EQ(changes.size(), 3U);
-        EXPECT_EQ(changes[0].before->sname(), "b");
-        EXPECT_FALSE(changes[0].after);
-        EXPECT_EQ(changes[1].before->num_conns(), 1U);
-        EXPECT_EQ(changes[1].after->num_conns(), 7U);
-        EXPECT_FALSE(changes[2].before);
-        EXPECT_EQ(changes[2].after->sname(), "c");
-        const auto fields = tarn::differences(session, changes[1]);
-        ASSERT_EQ(fields.size(), 1U);
-        EXPECT_EQ(fields[0].name, "num_conns");
-        EXPECT_EQ(std::get<std::uint64_t>(fields[0].before), 1U);
-        EXPECT_EQ(std::get<std::uint64_t>(fields[0].after), 7U);
-        EXPECT_EQ(writer.join(), 0);
-    }
-
-    // A module of one item, which lasts as long as this.
-    class Module {
-     public:
-        explicit Module(std::uint32_t length) {
-            variant_.used_length = length;
-            kel_module_list &list = kel_module_tot_root;
-            *list.last = &record_;
-            record_.link_prev = list.last;
-            list.last = &record_.link_next;
-            ++list.count;
-        }
-        Module(const Module &) = delete;
-        Module &operator=(const Module &) = delete;
-        ~Module() {
-            kel_module_list &list = kel_module_tot_root;
-            *record_.link_prev = nullptr;
-            list.last = record_.link_prev;
-            --list.count;
-        }
-
-     private:
-        kel_variant_usage variant_{};
-        kel_variant_info variants_{1, &variant_};
-        kel_type_info type_{KEL_TYPE_INFO_MAGIC, {},         {}, "st_example", "example", "type",
-                            KEL_TYPE_SLOT_NONE,  &variants_, 0};
-        const kel_type_info *descriptors_[2] = {&type_, nullptr};
-        kel_module_record record_{"example", descriptors_, nullptr, nullptr};
-    };
-
-    TEST_F(Replicas, RefuseAJournalThatWasWrittenWithAnotherSchema) {
-        Connections::create(path, {{"a", 1}});
-        { keep_journal(Connections(path)); }
-        const std::uint64_t before = Replica(path).sequence();
+TEST_F(Replicas, CanBeginAtAnOlderCheckpointThatIsKept) {
+    Connections::create(path, {{"a", 1}});
+    std::vector<std::uint64_t> ends;
+    for (const char name : {'x', 'y', 'z'}) {
         {
-            const Module module(24);
-            Connections(path).commit("a", 2);
+            Connections all(path);
+            if (name == 'x') keep_journal(all);
+            all.commit("a", static_cast<std::uint32_t>(2 + ends.size()));
         }
-        // Without that module, and with it, the journal can be read.
+        ends.push_back(Replica(path).sequence());
+        Connections all(path);
+        fill(all, name);
+    }
+    EXPECT_GE(tarn::try_describe_journal(Connections(path).store).value().checkpoints, 3U);
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+        Replica replica(path, ends[i]);
+        EXPECT_EQ(replica.sequence(), ends[i]);
+        std::size_t inserted = 0;
+        std::string changed;
+        for (const std::string &each : replica.all_changes()) {
+            if (each[0] == '+') ++inserted;
+            else changed += each + ' ';
+        }
+        EXPECT_EQ(inserted, 40 * (ends.size() - i));
+        EXPECT_EQ(changed, i == 0 ? "~a 2 3 ~a 3 4 " : i == 1 ? "~a 3 4 " : "");
+    }
+    Replica oldest(path, KEL_REPLICA_OLDEST);
+    EXPECT_LE(oldest.sequence(), ends[0]);
+    EXPECT_EQ(oldest.all_changes().back()[0], '+');
+}
+
+TEST_F(Replicas, HaveTheChangesOfATableInCpp) {
+    Connections::create(path, {{"a", 1}, {"b", 2}});
+    Child writer(turns(path, {[](Connections &all) {
+                           tarn::transaction transaction(all.session);
+                           all.set("a", 7);
+                           all.table().erase("b");
+                           all.set("c", 3);
+                           auto other =
+                               tarn::table<tarn::ldap_conn>::open_or_create(all.session, "other");
+                           other.insert(other.make("a"));
+                           transaction.commit();
+                       }}));
+    tarn::replica replica = tarn::replica::open(path);
+    const tarn::store store = replica.store();
+    const tarn::session session(store);
+    const auto table = tarn::table<tarn::ldap_conn>::open(session, table_name);
+    EXPECT_EQ(replica.advance(), tarn::replica::step::current);
+    turn(writer);
+    while (replica.advance() == tarn::replica::step::applied &&
+           replica.transaction().change_count == 0) {
+    }
+    EXPECT_EQ(replica.transaction().change_count, 4U);
+    const auto changes = replica.changes_of(table, session);
+    ASSERT_EQ(changes.size(), 3U);
+    EXPECT_EQ(changes[0].before->sname(), "b");
+    EXPECT_FALSE(changes[0].after);
+    EXPECT_EQ(changes[1].before->num_conns(), 1U);
+    EXPECT_EQ(changes[1].after->num_conns(), 7U);
+    EXPECT_FALSE(changes[2].before);
+    EXPECT_EQ(changes[2].after->sname(), "c");
+    const auto fields = tarn::differences(session, changes[1]);
+    ASSERT_EQ(fields.size(), 1U);
+    EXPECT_EQ(fields[0].name, "num_conns");
+    EXPECT_EQ(std::get<std::uint64_t>(fields[0].before), 1U);
+    EXPECT_EQ(std::get<std::uint64_t>(fields[0].after), 7U);
+    EXPECT_EQ(writer.join(), 0);
+}
+
+// A module of one item, which lasts as long as this.
+class Module {
+ public:
+    explicit Module(std::uint32_t length) {
+        variant_.used_length = length;
+        kel_module_list &list = kel_module_tot_root;
+        *list.last = &record_;
+        record_.link_prev = list.last;
+        list.last = &record_.link_next;
+        ++list.count;
+    }
+    Module(const Module &) = delete;
+    Module &operator=(const Module &) = delete;
+    ~Module() {
+        kel_module_list &list = kel_module_tot_root;
+        *record_.link_prev = nullptr;
+        list.last = record_.link_prev;
+        --list.count;
+    }
+
+ private:
+    kel_variant_usage variant_{};
+    kel_variant_info variants_{1, &variant_};
+    kel_type_info type_{KEL_TYPE_INFO_MAGIC, {},         {}, "st_example", "example", "type",
+                        KEL_TYPE_SLOT_NONE,  &variants_, 0};
+    const kel_type_info *descriptors_[2] = {&type_, nullptr};
+    kel_module_record record_{"example", descriptors_, nullptr, nullptr};
+};
+
+TEST_F(Replicas, RefuseAJournalThatWasWrittenWithAnotherSchema) {
+    Connections::create(path, {{"a", 1}});
+    { keep_journal(Connections(path)); }
+    const std::uint64_t before = Replica(path).sequence();
+    {
+        const Module module(24);
+        Connections(path).commit("a", 2);
+    }
+    // Without that module, and with it, the journal can be read.
+    EXPECT_EQ(Replica(path, before).all_changes(), Texts{"~a 1 2"});
+    {
+        const Module same(24);
         EXPECT_EQ(Replica(path, before).all_changes(), Texts{"~a 1 2"});
-        {
-            const Module same(24);
-            EXPECT_EQ(Replica(path, before).all_changes(), Texts{"~a 1 2"});
-        }
-        const Module other(32);
-        Replica replica(path, before);
-        EXPECT_EQ(replica.advance(), std::uint32_t{EPROTO});
-        EXPECT_EQ(std::string(kel_error_text()),
-                  path + ": transaction " + std::to_string(before + 1) +
-                      " was written with another schema of example. A program with that schema can "
-                      "read it");
-        EXPECT_EQ(replica.advance(), std::uint32_t{EPROTO});
-        EXPECT_EQ(replica.sequence(), before);
     }
+    const Module other(32);
+    Replica replica(path, before);
+    EXPECT_EQ(replica.advance(), std::uint32_t{EPROTO});
+    EXPECT_EQ(std::string(kel_error_text()),
+              path + ": transaction " + std::to_string(before + 1) +
+                  " was written with another schema of example. A program with that schema can "
+                  "read it");
+    EXPECT_EQ(replica.advance(), std::uint32_t{EPROTO});
+    EXPECT_EQ(replica.sequence(), before);
+}
 
-    TEST_F(Replicas, RefuseAStateThatWasWrittenWithAnotherSchema) {
-        Connections::create(path, {{"a", 1}});
-        { keep_journal(Connections(path)); }
-        {
-            const Module module(24);
-            Connections all(path);
-            all.commit("a", 2);
-            EXPECT_EQ(kel_store_checkpoint(all.store.c_store()), 0U) << kel_error_text();
-        }
-        const Module other(32);
-        kel_replica *none = nullptr;
+TEST_F(Replicas, RefuseAStateThatWasWrittenWithAnotherSchema) {
+    Connections::create(path, {{"a", 1}});
+    { keep_journal(Connections(path)); }
+    {
+        const Module module(24);
+        Connections all(path);
+        all.commit("a", 2);
+        EXPECT_EQ(kel_store_checkpoint(all.store.c_store()), 0U) << kel_error_text();
+    }
+    const Module other(32);
+    kel_replica *none = nullptr;
+    EXPECT_EQ(kel_replica_open(path.c_str(), tarnbase_table_get_vft, KEL_REPLICA_NEWEST, &none),
+              std::uint32_t{EPROTO});
+    EXPECT_EQ(none, nullptr);
+}
+
+TEST_F(Replicas, AndTheirStoreAreNotOpenInOneProcess) {
+    Connections::create(path);
+    kel_replica *none = nullptr;
+    kel_store *store = nullptr;
+    {
+        const Connections connections(path);
         EXPECT_EQ(kel_replica_open(path.c_str(), tarnbase_table_get_vft, KEL_REPLICA_NEWEST, &none),
-                  std::uint32_t{EPROTO});
-        EXPECT_EQ(none, nullptr);
+                  std::uint32_t{EADDRINUSE});
+        EXPECT_NE(std::string(kel_error_text()).find("a replica of a store and the store"),
+                  std::string::npos)
+            << kel_error_text();
     }
+    const Replica replica(path);
+    EXPECT_EQ(kel_store_open(path.c_str(), &store), std::uint32_t{EADDRINUSE});
+}
 
-    TEST_F(Replicas, AndTheirStoreAreNotOpenInOneProcess) {
-        Connections::create(path);
-        kel_replica *none = nullptr;
-        kel_store *store = nullptr;
-        {
-            const Connections connections(path);
-            EXPECT_EQ(
-                kel_replica_open(path.c_str(), tarnbase_table_get_vft, KEL_REPLICA_NEWEST, &none),
-                std::uint32_t{EADDRINUSE});
-            EXPECT_NE(std::string(kel_error_text()).find("a replica of a store and the store"),
-                      std::string::npos)
-                << kel_error_text();
+TEST_F(Replicas, CannotBeChanged) {
+    Connections::create(path, {{"a", 1}});
+    Child writer(turns(path, {[](Connections &all) { all.commit("a", 2); }}));
+    Replica replica(path);
+    std::uint32_t tx = 0;
+    EXPECT_EQ(kel_transaction_begin(replica.handle(), &tx), std::uint32_t{EACCES});
+    EXPECT_EQ(kel_store_lock(replica.store()), std::uint32_t{EACCES});
+    EXPECT_EQ(kel_store_checkpoint(replica.store()), std::uint32_t{EACCES});
+    kel_store_description description;
+    kel_store_describe(replica.store(), &description);
+    EXPECT_EQ(description.writable, 0U);
+    EXPECT_EQ(kel_store_wait(replica.store(), 1), std::uint32_t{ETIMEDOUT});
+    turn(writer);
+    EXPECT_EQ(kel_store_wait(replica.store(), 10000), 0U);
+    EXPECT_EQ(replica.all_changes(), Texts{"~a 1 2"});
+    EXPECT_EQ(writer.join(), 0);
+}
+
+// Commits the numbers from 1 on, again and again, until it is killed. It rests now and then, so
+// that the log isn't removed before a process that gets little time has read it.
+void count_for_ever(const std::string &path) {
+    Connections connections(path);
+    for (std::uint32_t i = connections.number("count") + 1;; ++i) {
+        connections.commit("count", i);
+        if (i % 20 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+// Advances until so many changes of the record were seen; each begins with the number of the
+// last.
+void see_changes(Replica &replica, std::uint32_t count, std::optional<std::uint32_t> &last) {
+    while (count != 0) {
+        const std::uint32_t error = replica.advance();
+        if (error == EAGAIN) {
+            kel_store_wait(replica.store(), 100);
+            continue;
         }
-        const Replica replica(path);
-        EXPECT_EQ(kel_store_open(path.c_str(), &store), std::uint32_t{EADDRINUSE});
+        ASSERT_EQ(error, 0U) << kel_error_text();
+        if (replica.last.change_count == 0) continue;
+        ASSERT_EQ(replica.last.change_count, 1U);
+        const kel_replica_change &change = replica.last.changes[0];
+        const std::uint32_t before = replica.number(change.before);
+        ASSERT_EQ(before, last.value_or(before));
+        last = replica.number(change.after);
+        ASSERT_EQ(*last, before + 1);
+        --count;
     }
+}
 
-    TEST_F(Replicas, CannotBeChanged) {
-        Connections::create(path, {{"a", 1}});
-        Child writer(turns(path, {[](Connections &all) { all.commit("a", 2); }}));
-        Replica replica(path);
-        std::uint32_t tx = 0;
-        EXPECT_EQ(kel_transaction_begin(replica.handle(), &tx), std::uint32_t{EACCES});
-        EXPECT_EQ(kel_store_lock(replica.store()), std::uint32_t{EACCES});
-        EXPECT_EQ(kel_store_checkpoint(replica.store()), std::uint32_t{EACCES});
-        kel_store_description description;
-        kel_store_describe(replica.store(), &description);
-        EXPECT_EQ(description.writable, 0U);
-        EXPECT_EQ(kel_store_wait(replica.store(), 1), std::uint32_t{ETIMEDOUT});
-        turn(writer);
-        EXPECT_EQ(kel_store_wait(replica.store(), 10000), 0U);
-        EXPECT_EQ(replica.all_changes(), Texts{"~a 1 2"});
-        EXPECT_EQ(writer.join(), 0);
-    }
-
-    // Commits the numbers from 1 on, again and again, until it is killed. It rests now and then, so
-    // that the log isn't removed before a process that gets little time has read it.
-    void count_for_ever(const std::string &path) {
-        Connections connections(path);
-        for (std::uint32_t i = connections.number("count") + 1;; ++i) {
-            connections.commit("count", i);
-            if (i % 20 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    }
-
-    // Advances until so many changes of the record were seen; each begins with the number of the
-    // last.
-    void see_changes(Replica & replica, std::uint32_t count, std::optional<std::uint32_t> & last) {
-        while (count != 0) {
-            const std::uint32_t error = replica.advance();
-            if (error == EAGAIN) {
-                kel_store_wait(replica.store(), 100);
-                continue;
-            }
-            ASSERT_EQ(error, 0U) << kel_error_text();
-            if (replica.last.change_count == 0) continue;
-            ASSERT_EQ(replica.last.change_count, 1U);
-            const kel_replica_change &change = replica.last.changes[0];
-            const std::uint32_t before = replica.number(change.before);
-            ASSERT_EQ(before, last.value_or(before));
-            last = replica.number(change.after);
-            ASSERT_EQ(*last, before + 1);
-            --count;
-        }
-    }
-
-    TEST_F(Replicas, ReportEachChangeOnceWhileWritersAreKilled) {
-        constexpr int rounds = 5;
-        Connections::create(path, {{"count", 0}});
-        // A process that has a replica open can't fork one that opens the store.
-        Child spawner([&](Child &test) {
-            for (int round = 0; round < rounds; ++round) {
-                Child writer([&](Child &) { count_for_ever(path); });
-                test.await();
-                writer.send(SIGKILL);
-                need(writer.join() == -SIGKILL, "the writer has ended");
-                test.tell();
-            }
-        });
-        std::optional<Replica> replica(path);
-        std::optional<std::uint32_t> last;
+TEST_F(Replicas, ReportEachChangeOnceWhileWritersAreKilled) {
+    constexpr int rounds = 5;
+    Connections::create(path, {{"count", 0}});
+    // A process that has a replica open can't fork one that opens the store.
+    Child spawner([&](Child &test) {
         for (int round = 0; round < rounds; ++round) {
-            ASSERT_NO_FATAL_FAILURE(see_changes(*replica, 400, last));
-            turn(spawner);
-        }
-        for (const std::string &each : replica->all_changes()) {
-            EXPECT_EQ(each, "~count " + std::to_string(*last) + " " + std::to_string(*last + 1));
-            *last += 1;
-        }
-        replica.reset();
-        EXPECT_EQ(spawner.join(), 0);
-        EXPECT_EQ(Connections(path).number("count"), *last);
-    }
-
-    TEST_F(Replicas, ThatAreKilledHoldNothingBack) {
-        Connections::create(path, {{"a", 1}});
-        Child follower([&](Child &test) {
-            Replica replica(path);
+            Child writer([&](Child &) { count_for_ever(path); });
+            test.await();
+            writer.send(SIGKILL);
+            need(writer.join() == -SIGKILL, "the writer has ended");
             test.tell();
-            while (true) {
-                replica.all_changes();
-                kel_store_wait(replica.store(), -1);
-            }
-        });
-        follower.await();
-        Connections connections(path);
-        for (std::uint32_t i = 0; i < 100; ++i) connections.commit("a", i);
-        follower.send(SIGKILL);
-        EXPECT_EQ(follower.join(), -SIGKILL);
-        for (std::uint32_t i = 0; i < 100; ++i) connections.commit("a", i);
-        EXPECT_EQ(kel_store_checkpoint(connections.store.c_store()), 0U) << kel_error_text();
+        }
+    });
+    std::optional<Replica> replica(path);
+    std::optional<std::uint32_t> last;
+    for (int round = 0; round < rounds; ++round) {
+        ASSERT_NO_FATAL_FAILURE(see_changes(*replica, 400, last));
+        turn(spawner);
     }
+    for (const std::string &each : replica->all_changes()) {
+        EXPECT_EQ(each, "~count " + std::to_string(*last) + " " + std::to_string(*last + 1));
+        *last += 1;
+    }
+    replica.reset();
+    EXPECT_EQ(spawner.join(), 0);
+    EXPECT_EQ(Connections(path).number("count"), *last);
+}
+
+TEST_F(Replicas, ThatAreKilledHoldNothingBack) {
+    Connections::create(path, {{"a", 1}});
+    Child follower([&](Child &test) {
+        Replica replica(path);
+        test.tell();
+        while (true) {
+            replica.all_changes();
+            kel_store_wait(replica.store(), -1);
+        }
+    });
+    follower.await();
+    Connections connections(path);
+    for (std::uint32_t i = 0; i < 100; ++i) connections.commit("a", i);
+    follower.send(SIGKILL);
+    EXPECT_EQ(follower.join(), -SIGKILL);
+    for (std::uint32_t i = 0; i < 100; ++i) connections.commit("a", i);
+    EXPECT_EQ(kel_store_checkpoint(connections.store.c_store()), 0U) << kel_error_text();
+}
 
 }  // namespace
 }  // namespace shared_test
