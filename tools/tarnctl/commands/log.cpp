@@ -176,7 +176,7 @@ void declare_log(cli::Command &program, Exit & /*status*/) {
                    "Only those that changed records of this table; may be repeated");
     command.option("--by", "WHO", cli::into(options->by),
                    "Only those of this program, user or process");
-    command.option("--label", "TEXT", cli::into(options->label),
+    command.option("--label", "LABEL", cli::into(options->label),
                    "Only those whose label contains this text");
     command
         .option("--show", "NUMBER",
