@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <optional>
 
 #include "tests/support/json.h"
@@ -26,6 +27,8 @@ constexpr int stride = 7;
     words.push_back(nullptr);
     const int none = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int output : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(none, output);
+    // The leak check of AddressSanitizer can't work in a traced process.
+    ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
     if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0) ::execv(words[0], words.data());
     ::_exit(127);
 }
@@ -86,8 +89,8 @@ class KilledJournal : public WithStore {
         EXPECT_EQ(check.exit_code, 0) << "stop " << at << ": " << check.out << check.err;
         const std::string value = "num_conns=" + std::to_string(at);
         EXPECT_EQ(on_store({"set", "ldap_conn", "b.example", value}).exit_code, 0);
-        const Outcome get = on_store({"get", "ldap_conn", "b.example", "num_conns"});
-        EXPECT_TRUE(holds(get.out, std::to_string(at))) << get.out << get.err;
+        const Outcome get = on_store({"get", "ldap_conn", "b.example", "--field", "num_conns"});
+        EXPECT_EQ(get.out, std::to_string(at) + "\n") << get.err;
     }
 };
 
