@@ -16,9 +16,10 @@ namespace tarnctl_test {
 namespace {
 
 constexpr int no_limit = 1 << 30;
-// The last calls of the command, which work on the store's files, and how many are left out.
-constexpr int last_stops = 150;
-constexpr int stride = 7;
+// The last calls of the command, which work on the store's files, and the distance between two
+// kills.
+constexpr int last_stops = 800;
+constexpr int stride = 80;
 
 // In a child: becomes the program, which stops before its first call.
 [[noreturn]] void run_traced(const std::vector<std::string> &command) {
