@@ -37,15 +37,15 @@ typedef uint32_t (*kel_unmarshal_run)(kel_handle *handle, uint32_t tx_id, const 
 
 /* The name of a value in text and XML, and its length without the NUL after it. */
 typedef struct kel_run_label {
-    const char *name;
-    uint32_t length;
+    const char *name; /* ends with a NUL */
+    uint32_t length;  /* bytes before that */
 } kel_run_label;
 
 /* A run with names. */
 typedef struct kel_labelled_run {
     const kel_run_label *labels; /* one for each value */
     const void *values;          /* null: all are 0 */
-    uint32_t count;
+    uint32_t count;              /* of the values */
 } kel_labelled_run;
 
 /*
