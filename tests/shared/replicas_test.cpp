@@ -326,9 +326,10 @@ TEST_F(Replicas, AdvanceToTheChangesOfOneRecord) {
         EXPECT_EQ(replica.last.sequence, newest);
         return texts;
     };
-    EXPECT_EQ(changes_of("a"), (Texts{"+a 1", "~a 1 2", "-a 2", "+a 7"}));
+    // The transaction that has made the table has inserted the first two.
+    EXPECT_EQ(changes_of("a"), (Texts{"~a 1 2", "-a 2", "+a 7"}));
     EXPECT_EQ(changes_of("b"), (Texts{"+b 1", "~b 1 2", "~b 2 3"}));
-    EXPECT_EQ(changes_of(long_name), (Texts{"+" + long_name + " 2", "~" + long_name + " 2 3"}));
+    EXPECT_EQ(changes_of(long_name), Texts{"~" + long_name + " 2 3"});
     EXPECT_EQ(changes_of("none"), Texts{});
 }
 
