@@ -2,10 +2,8 @@
 //
 // tarnctl top: the changes a second of a store, live.
 #include <fmt/core.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <iostream>
 #include <limits>
 #include <memory>
@@ -19,6 +17,7 @@
 #include "terminal/grid.h"
 #include "watch/feed.h"
 #include "watch/rates.h"
+#include "watch/stop.h"
 
 namespace tarnctl {
 namespace {
@@ -36,14 +35,6 @@ struct Options {
     bool json = false;
 };
 
-volatile std::sig_atomic_t stopped = 0;
-
-// The alarm interrupts a wait that began after the last look at `stopped`.
-void stop(int) {
-    stopped = 1;
-    alarm(1);
-}
-
 class Top {
  public:
     explicit Top(const Options &options)
@@ -54,7 +45,7 @@ class Top {
         for (uint64_t i = 0; options_.count == 0 || i < options_.count; ++i) {
             count();
             print();
-            if (stopped != 0) return;
+            if (stopped()) return;
             rates_.clear();
         }
     }
@@ -64,7 +55,7 @@ class Top {
     void count() {
         begin_ = Clock::now();
         const auto end = begin_ + std::chrono::duration<double>(options_.interval);
-        while (stopped == 0) {
+        while (!stopped()) {
             const tarn::replica::step step = feed_.advance();
             if (step == tarn::replica::step::applied) add();
             const auto rest = std::chrono::ceil<Milliseconds>(end - Clock::now());
@@ -141,9 +132,7 @@ class Top {
 };
 
 void run(const Options &options) {
-    struct sigaction action {};
-    action.sa_handler = stop;
-    for (const int signal : {SIGINT, SIGTERM, SIGALRM}) sigaction(signal, &action, nullptr);
+    stop_on_signals();
     Top top(options);
     if (options.verbose) std::cerr << "tarnctl: counting" << std::endl;
     top.run();
@@ -155,8 +144,8 @@ of each table that had any, a second; and the ten records that changed most ofte
 a terminal they take the place of those before.
 
 It ends after --count intervals, or with SIGINT or SIGTERM, after which it prints what
-it has counted since. Nobody waits for this
-command, and it needs permission to read only.
+it has counted since. Nobody waits for this command, and it needs permission to read
+only.
 
 --json prints one object a line, with numbers and not rates: {"time", "seconds",
 "transactions", "tables": {TABLE: {"inserted", "changed", "deleted"}}, "records":

@@ -2,12 +2,9 @@
 //
 // tarnctl watch: prints changes of records as they happen.
 #include <fmt/core.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <ctime>
 #include <iostream>
 #include <limits>
@@ -24,6 +21,7 @@
 #include "watch/author.h"
 #include "watch/cursor.h"
 #include "watch/feed.h"
+#include "watch/stop.h"
 
 namespace tarnctl {
 namespace {
@@ -47,21 +45,6 @@ struct Options {
     bool verbose = false;
     bool json = false;
 };
-
-volatile std::sig_atomic_t stopped = 0;
-
-// The alarm interrupts a wait that began after the last look at `stopped`.
-void stop(int) {
-    stopped = 1;
-    alarm(1);
-}
-
-// Lets SIGINT and SIGTERM end a wait, and then the command.
-void stop_on_signals() {
-    struct sigaction action {};
-    action.sa_handler = stop;
-    for (const int signal : {SIGINT, SIGTERM, SIGALRM}) sigaction(signal, &action, nullptr);
-}
 
 // The lines on standard output, which are written in batches.
 class Output {
@@ -210,7 +193,7 @@ class Watch {
     void print_rows() {
         feed_->each_row([this](const Change &row) {
             output_.add(row, nullptr);
-            return stopped == 0;
+            return !stopped();
         });
     }
 
@@ -267,7 +250,7 @@ class Watch {
 
     bool is_over() {
         timed_out_ = time_left() == Milliseconds::zero();
-        return stopped != 0 || timed_out_;
+        return stopped() || timed_out_;
     }
 
     void say(const std::string &text) const {

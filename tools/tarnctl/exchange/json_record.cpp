@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/failure.h"
+#include "exchange/object_members.h"
 #include "model/json.h"
 #include "model/state.h"
 
@@ -40,14 +41,6 @@ RecordHead head_of(JsonView json) {
     head.tracked = json.find("state") || json.find("key_state");
     return head;
 }
-
-// The members with an object and with its state flags.
-struct ObjectMembers {
-    const char *fields;
-    const char *state;
-};
-constexpr ObjectMembers data_members{"fields", "state"};
-constexpr ObjectMembers key_members{"key", "key_state"};
 
 class RecordReader {
  public:

@@ -5,6 +5,7 @@
 
 #include "base/failure.h"
 #include "base/utf8.h"
+#include "exchange/object_members.h"
 #include "exchange/unfit.h"
 #include "exchange/xml_text.h"
 #include "model/json.h"
@@ -44,13 +45,6 @@ Json members_of(kel_handle *handle, void *object, const Structure &structure, Pa
     }
     return members;
 }
-
-struct ObjectMembers {
-    const char *fields;
-    const char *state;
-};
-constexpr ObjectMembers data_members{"fields", "state"};
-constexpr ObjectMembers key_members{"key", "key_state"};
 
 void add_object(Json &json, const ObjectMembers &names, const Record &record, void *object,
                 const Structure &structure) {
