@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "runtime/base/boot.h"
+#include "runtime/base/byte_order.h"
 #include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 #include "runtime/log/crc32c.h"
@@ -138,7 +139,7 @@ std::uint32_t Checkpoint::check_format() {
                                 "; this release reads version " +
                                 std::to_string(checkpoint_format_version));
     }
-    if (head_.byte_order != checkpoint_byte_order) {
+    if (head_.byte_order != native_byte_order) {
         return fail(EINVAL, "a checkpoint of a machine with another byte order");
     }
     return 0;

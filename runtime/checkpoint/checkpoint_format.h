@@ -15,7 +15,6 @@
 namespace tarnbase::runtime {
 
 inline constexpr std::uint64_t checkpoint_magic = 0x5450'4b43'4e52'4154;  // "TARNCKPT"
-inline constexpr std::uint32_t checkpoint_byte_order = 0x0102'0304;
 inline constexpr std::uint64_t table_offset = 4096;
 // Each page of this size has a checksum.
 inline constexpr std::uint64_t image_page_bytes = 65536;

@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "runtime/base/byte_order.h"
 #include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 #include "runtime/log/crc32c.h"
@@ -123,7 +124,7 @@ std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const 
                                std::atomic<std::uint64_t> *progress, bool is_durable) {
     head.magic = checkpoint_magic;
     head.version = checkpoint_format_version;
-    head.byte_order = checkpoint_byte_order;
+    head.byte_order = native_byte_order;
     head.image_bytes = image.size();
     head.image_offset = image_offset_for(image.size());
     if (!wrong_number(head).empty()) return EINVAL;

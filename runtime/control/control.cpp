@@ -16,6 +16,7 @@
 
 #include "runtime/arena/page.h"
 #include "runtime/base/boot.h"
+#include "runtime/base/byte_order.h"
 #include "runtime/base/error_text.h"
 #include "runtime/base/file.h"
 #include "runtime/base/file_io.h"
@@ -30,7 +31,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::uint64_t control_magic = 0x45534142'4e524154;  // "TARNBASE"
-constexpr std::uint32_t native_byte_order = 0x01020304;
 // A frame's operations have offsets of 40 bits.
 constexpr std::uint64_t most_capacity = 1ULL << 40;
 constexpr std::uint64_t position_unit = 8;

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "runtime/base/byte_order.h"
 #include "runtime/base/file.h"
 #include "runtime/base/file_io.h"
 #include "runtime/log/crc32c.h"
@@ -18,7 +19,6 @@ namespace tarnbase::runtime {
 namespace {
 
 constexpr std::uint64_t journal_magic = 0x4c4e'524a'4e52'4154;  // "TARNJRNL"
-constexpr std::uint32_t native_byte_order = 0x01020304;
 constexpr std::uint32_t most_interval = 3'600'000;
 
 // Of a file that isn't complete. Only the process with the writer's lock makes one.

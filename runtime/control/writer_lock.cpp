@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // How long a waiting process sleeps before it looks whether the holder is alive.
-constexpr std::chrono::nanoseconds longest_sleep = 50ms;
+constexpr std::chrono::nanoseconds look_interval = 50ms;
 
 // How often, and for how long at most, a process lets the one that it woke take the lock.
 constexpr std::chrono::nanoseconds between_turns = 1ms;
@@ -39,7 +39,7 @@ class LockSteps {
     }
     bool time_is_over() { return deadline_.is_over(); }
     void sleep(std::uint64_t seen) {
-        futex_sleep(word, seen, std::min(longest_sleep, deadline_.left()));
+        futex_sleep(word, seen, std::min(look_interval, deadline_.left()));
     }
     void wake() { woke_other = futex_wake(word, 1) > 0; }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstring>
 
+#include "runtime/base/byte_order.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 #include "runtime/log/crc32c.h"
 #include "runtime/log/frame.h"
@@ -33,7 +34,7 @@ CheckpointHead head_of(u64 pages) {
     CheckpointHead head{};
     head.magic = runtime::checkpoint_magic;
     head.version = runtime::checkpoint_format_version;
-    head.byte_order = runtime::checkpoint_byte_order;
+    head.byte_order = runtime::native_byte_order;
     head.id = seed_id;
     head.base = 0x2000'0000'0000;
     head.capacity = 1 << 30;
@@ -132,7 +133,7 @@ std::vector<std::vector<u8>> store_words() {
         append(words.back(), number, size);
     };
     word(runtime::checkpoint_magic, 8);
-    word(runtime::checkpoint_byte_order, 4);
+    word(runtime::native_byte_order, 4);
     for (const u64 number : {1ULL << 16, 1ULL << 40, 1ULL << 63, ~0ULL, ~0ULL << 16, 4096ULL}) {
         word(number, 8);
     }
