@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-// How long single inserts with their commits take, in a store with files and in a private one: by
-// the clock, and in processor time, which a busy machine doesn't change. Prints a JSON object for
-// each figure.
+// How long single inserts with their commits take, in a store with files, in a private one and in
+// LMDB: by the clock, and in processor time, which a busy machine changes less. A loop that only
+// stores into new memory shows what the machine itself adds. Prints a JSON object for each figure.
 //   stall_bench [COMMITS]
 #include <sys/resource.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "bench/cells.h"
+#ifdef TARNBASE_HAS_LMDB
+#include "bench/contenders/lmdb.h"
+#endif
 #include "bench/contenders/tarnbase.h"
 #include "bench/processes.h"
 
@@ -53,6 +57,34 @@ class Times {
     std::uint64_t over_1_ms_ = 0;
 };
 
+// As many bytes as a record takes, in the time that a commit takes.
+class NewMemory {
+ public:
+    static constexpr const char *name = "new memory alone";
+
+    NewMemory()
+        : memory_(
+              static_cast<char *>(::mmap(nullptr, commits * record_bytes, PROT_READ | PROT_WRITE,
+                                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+        bench::need(memory_ != MAP_FAILED, "mmap");
+    }
+    void begin() { start_ = bench::Clock::now(); }
+    void insert(const bench::TextKey &, std::uint32_t number) {
+        std::memset(memory_ + number * record_bytes, 1, record_bytes);
+    }
+    void commit() const {
+        while (bench::nanoseconds_since(start_) < commit_nanoseconds) {
+        }
+    }
+
+ private:
+    static constexpr std::size_t record_bytes = 240;
+    static constexpr std::uint64_t commit_nanoseconds = 2000;
+
+    char *memory_;
+    bench::Clock::time_point start_;
+};
+
 template <typename Contender>
 void measure() {
     bench::run_apart([] {
@@ -89,5 +121,9 @@ int main(int count, char **arguments) {
     order = bench::shuffled(commits, 1);
     measure<bench::WithFiles<bench::TextKey>>();
     measure<bench::Private<bench::TextKey>>();
+#ifdef TARNBASE_HAS_LMDB
+    measure<bench::Lmdb<bench::TextKey>>();
+#endif
+    measure<NewMemory>();
     return 0;
 }
