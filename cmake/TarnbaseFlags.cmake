@@ -33,15 +33,29 @@ endmacro()
 
 # A unity build compiles up to eight files of a folder as one: it reads their headers once and
 # instantiates their templates once. But each change compiles all of them again, and the names in
-# the unnamed namespaces of a folder must differ, except for those that a local name shadows. CI
-# also builds without it, so that each file includes what it uses.
-option(TARNBASE_UNITY_BUILD "Compile several files of the tools at a time" OFF)
+# the unnamed namespaces of a folder must differ, except for those that a local name shadows. The
+# preset `tsan` compiles the runtime file by file, and the released tools are compiled so, so that
+# each file includes what it uses.
+set(TARNBASE_UNITY_BUILD OFF CACHE STRING
+    "ON: compile several files of a folder at a time; or only in these folders, such as runtime")
+
+# Sets <result> if the calling folder is to be built so.
+function(tarnbase_is_unity_build result)
+  cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR}
+    OUTPUT_VARIABLE folder)
+  if(TARNBASE_UNITY_BUILD STREQUAL "ON" OR folder IN_LIST TARNBASE_UNITY_BUILD)
+    set(${result} TRUE PARENT_SCOPE)
+  else()
+    set(${result} FALSE PARENT_SCOPE)
+  endif()
+endfunction()
 
 #   tarnbase_unity_build(<target> [EXCEPT <folder>...])
 #     The files of the excepted folders are compiled one by one.
 function(tarnbase_unity_build target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "EXCEPT")
-  if(NOT TARNBASE_UNITY_BUILD)
+  tarnbase_is_unity_build(is_unity)
+  if(NOT is_unity)
     return()
   endif()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
@@ -52,7 +66,9 @@ function(tarnbase_unity_build target)
     if(folder IN_LIST arg_EXCEPT)
       continue()
     endif()
-    string(MAKE_C_IDENTIFIER "${folder}" name)
+    # The group names an object file, which must not depend on where the source folder is.
+    string(REPLACE "${PROJECT_SOURCE_DIR}/" "" name "${folder}")
+    string(MAKE_C_IDENTIFIER "${name}" name)
     list(APPEND in_${name} ${source})
     list(LENGTH in_${name} count)
     math(EXPR part "(${count} - 1) / 8")
