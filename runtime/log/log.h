@@ -9,6 +9,7 @@
 #define TARNBASE_RUNTIME_LOG_LOG_H
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <span>
 
@@ -40,12 +41,18 @@ class LogWriter {
     // Whether a frame of that length is appended to the segment that is open.
     bool has_space(std::uint64_t bytes) const;
     // Whether the segment was made for a frame that needs more than the usual space.
-    bool has_long_segment() const { return segment_.size() > most_segment_bytes; }
+    bool has_long_segment() const { return segment_.size() > most_bytes_; }
+    // A segment of a large store takes a sixteenth of it at most. The longer it is, the sooner
+    // before its end the worker begins with the next one.
+    void set_store_size(std::uint64_t bytes) {
+        most_bytes_ =
+            std::clamp(std::bit_floor(bytes / 16), most_of_small_store, most_of_large_store);
+    }
     // Whether the next segment is made already.
     bool has_next_segment() const { return next_.is_ready(); }
 
  private:
-    std::uint64_t usual_bytes() const { return std::min(2 * segment_.size(), most_segment_bytes); }
+    std::uint64_t usual_bytes() const { return std::min(2 * segment_.size(), most_bytes_); }
     std::uint32_t append_here(std::span<const char> frame);
     void make_next(Segment &old);
     std::uint32_t append_to_next(std::span<const char> frame, std::uint64_t usual);
@@ -56,6 +63,7 @@ class LogWriter {
     NextSegment next_;
     std::uint64_t position_ = 0;
     std::uint64_t appended_ = 0;  // bytes, by this process
+    std::uint64_t most_bytes_ = most_of_small_store;
 };
 
 // Reads frames in order.

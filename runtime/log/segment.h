@@ -31,9 +31,10 @@ namespace tarnbase::runtime {
 using StoreId = std::array<std::uint8_t, 16>;
 
 // The first segment of a store has this size, and each later one twice the size of the one before
-// up to the most, or the size that its first frame needs.
+// up to the most, or the size that its first frame needs. The most grows with the store.
 inline constexpr std::uint64_t first_segment_bytes = 64 << 10;
-inline constexpr std::uint64_t most_segment_bytes = 256 << 10;
+inline constexpr std::uint64_t most_of_small_store = 256 << 10;
+inline constexpr std::uint64_t most_of_large_store = 4 << 20;
 
 inline constexpr std::size_t segment_head_bytes = 64;
 inline constexpr std::size_t end_mark_bytes = 16;

@@ -233,6 +233,7 @@ std::uint32_t Sharing::build_frame(Build build) {
 // On a full disk the history goes, if the settings say so.
 std::uint32_t Sharing::append_built() {
     const std::span<const char> frame = frame_.finish(follower_.sequence() + 1);
+    log_.set_store_size(image_.header->arena.block_bytes);
     const std::uint32_t error = log_.append(frame);
     const bool may_give_up = error == ENOSPC && settings_.full_disk == KEL_FULL_DISK_GAP;
     return may_give_up && give_up_history(folder_) ? log_.append(frame) : error;

@@ -89,18 +89,31 @@ TEST(Log, IsReadAndContinuedFromEveryPosition) {
     log.verify();
 }
 
-TEST(Log, SegmentsGrowUpToALimit) {
+// The sizes of the first segments of a store of that many bytes, in KiB.
+std::vector<std::uint64_t> segment_sizes(std::size_t count, std::uint64_t store_bytes) {
     const Folder folder;
     TestLog log(folder);
+    log.writer().set_store_size(store_bytes);
     std::vector<std::uint64_t> sizes;
-    while (sizes.size() < 8) {
-        ASSERT_EQ(log.append(frame_of_length(log.next_sequence(), 8000)), 0U);
+    while (sizes.size() < count) {
+        EXPECT_EQ(log.append(frame_of_length(log.next_sequence(), 8000)), 0U);
         const std::uint64_t size = std::filesystem::file_size(folder.segment(log.segment()));
-        if (folder.names().size() > sizes.size()) sizes.push_back(size);
+        if (folder.names().size() > sizes.size()) sizes.push_back(size >> 10);
     }
-    EXPECT_EQ(sizes, (std::vector<std::uint64_t>{65536, 131072, 262144, 262144, 262144, 262144,
-                                                 262144, 262144}));
     log.verify();
+    return sizes;
+}
+
+TEST(Log, SegmentsGrowUpToALimit) {
+    EXPECT_EQ(segment_sizes(6, 0), (std::vector<std::uint64_t>{64, 128, 256, 256, 256, 256}));
+}
+
+TEST(Log, TheLimitOfSegmentsIsASixteenthOfTheStore) {
+    EXPECT_EQ(segment_sizes(5, 17 << 20), (std::vector<std::uint64_t>{64, 128, 256, 512, 1024}));
+    EXPECT_EQ(segment_sizes(6, 15 << 20),
+              (std::vector<std::uint64_t>{64, 128, 256, 512, 512, 512}));
+    EXPECT_EQ(segment_sizes(8, std::uint64_t{1} << 40),
+              (std::vector<std::uint64_t>{64, 128, 256, 512, 1024, 2048, 4096, 4096}));
 }
 
 TEST(Log, ALongFrameHasASegmentOfItsSize) {
@@ -112,7 +125,7 @@ TEST(Log, ALongFrameHasASegmentOfItsSize) {
     ASSERT_EQ(log.append(frame_of_length(4, 200000)), 0U);
     log.verify();
     EXPECT_EQ(folder.names().size(), 3U);  // the second frame fits after the first
-    EXPECT_EQ(std::filesystem::file_size(folder.segment(log.segment())), most_segment_bytes);
+    EXPECT_EQ(std::filesystem::file_size(folder.segment(log.segment())), most_of_small_store);
 }
 
 TEST(Log, ANewSegmentCanBeBegunBeforeTheLastOneIsFull) {
