@@ -10,6 +10,7 @@
 #include "face.h"
 #include "identity.h"
 #include "operations.h"
+#include "python.h"
 #include "render.h"
 
 namespace tarnc {
@@ -151,6 +152,7 @@ void Emitter::emit_module() {
     for (const char *schema_as_data : {"gdb_schema.py", "wireshark_schema.lua"})
         files_[schema_as_data] = render(schema_as_data, module_);
     files_[schema_.module + ".yang"] = render("module.yang", module_);
+    files_["schema.pyi"] = python_types(schema_, origin(schema_, module_place()));
 }
 
 // The schema as data, for programs that work on any table.

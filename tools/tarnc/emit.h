@@ -14,6 +14,7 @@
 //   gdb_schema.py       fields and enumerators, for the printers in gdb/
 //   wireshark_schema.lua  the same and the tables, for the dissector in wireshark/
 //   <module>.yang       the same as a YANG module, for the form yang-json of documents
+//   schema.pyi          the same as types of Python, for type checkers
 #ifndef TARNC_EMIT_H
 #define TARNC_EMIT_H
 

@@ -15,11 +15,15 @@
 
 namespace tarnc {
 
-// The name of a structure's class: without the prefix "st_" or "kel_".
+// A structure's name without the prefix "st_" or "kel_".
+std::string bare_name(const Structure &structure);
+// The enumerators' names: without their common prefix, in lower case.
+std::vector<std::string> bare_enumerators(const Enumeration &enumeration);
+// The name of a structure's class: its bare name, which is no keyword.
 std::string face_name(const Structure &structure);
 // The name of a field's getter, which must differ from the class's own names.
 std::string face_member(const Structure &structure, const Field &field);
-// The enumerators' names: without their common prefix, in lower case.
+// The enumerators' bare names, which are no keywords.
 std::vector<std::string> face_enumerators(const Enumeration &enumeration);
 // The name of a table's header.
 std::string face_file(const Table &table);

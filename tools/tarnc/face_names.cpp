@@ -70,11 +70,13 @@ std::string joined(const std::vector<std::string> &words, std::size_t first) {
 
 }  // namespace
 
-std::string face_name(const Structure &structure) {
+std::string bare_name(const Structure &structure) {
     const std::string &name = structure.name;
     const std::string bare = without("st_", name);
-    return usable(bare == name ? without("kel_", name) : bare);
+    return bare == name ? without("kel_", name) : bare;
 }
+
+std::string face_name(const Structure &structure) { return usable(bare_name(structure)); }
 
 std::string face_member(const Structure &structure, const Field &field) {
     // The class's own members, its base's and a record's, and what its text names.
@@ -88,7 +90,7 @@ std::string face_member(const Structure &structure, const Field &field) {
     return is_own ? field.name + "_" : usable(field.name);
 }
 
-std::vector<std::string> face_enumerators(const Enumeration &enumeration) {
+std::vector<std::string> bare_enumerators(const Enumeration &enumeration) {
     std::vector<std::vector<std::string>> all;
     for (const Enumerator &each : enumeration.enumerators) all.push_back(words_of(each.name));
     std::size_t common = all.front().size() - 1;  // every one keeps its last word
@@ -99,7 +101,13 @@ std::vector<std::string> face_enumerators(const Enumeration &enumeration) {
         }
     }
     std::vector<std::string> names;
-    for (const auto &words : all) names.push_back(usable(joined(words, common)));
+    for (const auto &words : all) names.push_back(joined(words, common));
+    return names;
+}
+
+std::vector<std::string> face_enumerators(const Enumeration &enumeration) {
+    std::vector<std::string> names = bare_enumerators(enumeration);
+    for (std::string &name : names) name = usable(name);
     return names;
 }
 
