@@ -205,6 +205,17 @@ void for_each_record_of_key(const Store &store, const Instance &instance, const 
     }
 }
 
+std::optional<Record> record_at(const Store &store, const Instance &instance, const Key &key,
+                                uint16_t tenant, uint8_t src) {
+    const kel_record place = key.place(tenant, src);
+    kel_record *found = record_of(
+        e_avl_search(instance.block->index_root, &place.index_node, instance.table->order));
+    if (found == nullptr) return std::nullopt;
+    const Record record{instance.table, store.handle(), found};
+    check_readable(store, record);
+    return record;
+}
+
 Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src) {
     uint32_t err = 0;
     kel_record *found = instance.table->search_w_src(store.handle(), KEL_TX_NONE, instance.block,

@@ -97,6 +97,10 @@ class Key {
 void for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
                             const std::function<bool(const Record &)> &function);
 
+// The record of this key, tenant and source; none if there is none.
+std::optional<Record> record_at(const Store &store, const Instance &instance, const Key &key,
+                                uint16_t tenant, uint8_t src);
+
 // The record of this key and source in the thread's tenant; its `record` is null if there is none.
 Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src);
 // The same, or the nearest one after (or, with `forward` false, before) the key.

@@ -131,6 +131,16 @@ std::optional<Change> Feed::change_of(const kel_replica_change &change) {
     return made;
 }
 
+void Feed::each_change(const ChangeFunction &function) {
+    const kel_replica_transaction &last = transaction();
+    for (uint64_t i = 0; i < last.change_count; ++i) {
+        const kel_replica_change &change = last.changes[i];
+        const Followed &table = followed(change.table);
+        if (!table.instance) continue;
+        function(*table.instance, record_of(table, change.before), record_of(table, change.after));
+    }
+}
+
 void Feed::each_record(const RecordFunction &function) {
     const kel_replica_transaction &last = transaction();
     for (uint64_t i = 0; i < last.change_count; ++i) {

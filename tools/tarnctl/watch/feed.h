@@ -46,6 +46,12 @@ class Feed {
     // What that changed, ordered by table. A change is followed if the record is one that passes
     // the conditions, before it or after it, and a column that is followed has changed.
     std::vector<Change> changes();
+    // Calls `function` with each record of a followed table that it changed, before it and after
+    // it, whatever the conditions and the columns are.
+    using ChangeFunction =
+        std::function<void(const Instance &instance, const std::optional<Record> &before,
+                           const std::optional<Record> &after)>;
+    void each_change(const ChangeFunction &function);
     // Calls `function` with each record of a followed table that it changed, as it was before if it
     // was deleted, whatever the conditions and the columns are: much faster than `changes`.
     using RecordFunction =
