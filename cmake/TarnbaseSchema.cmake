@@ -18,6 +18,11 @@ function(tarnbase_schema target)
   get_filename_component(module ${arg_MODULE} ABSOLUTE)
   set(out ${CMAKE_CURRENT_BINARY_DIR}/${target})
 
+  set(base "")
+  if(TARNBASE_MIB_BASE)
+    set(base --mib-base ${TARNBASE_MIB_BASE})
+  endif()
+
   # Only these names are known before the compiler has run. schema.h and the shards
   # change with every other header and stamp, so dependents are rebuilt.
   set(sources ${out}/module.cpp ${out}/layout_check.cpp)
@@ -30,9 +35,9 @@ function(tarnbase_schema target)
     BYPRODUCTS ${sources} ${out}/include/tarnbase/tarnbase.h ${out}/include/tarnbase/schema.h
                ${out}/include/tarnbase/tarn.hpp ${out}/include/tarnbase/tarn/schema.hpp
                ${out}/exports.txt ${out}/exports.map ${out}/layout.txt ${out}/catalogue.cpp
-               ${out}/catalogue_operations.cpp
+               ${out}/catalogue_operations.cpp ${out}/mib_map.cpp
     COMMAND tarnc ${module} --out ${out} --shards ${arg_SHARDS}
-            --depfile ${out}/made.d --depfile-target ${out}/made
+            --depfile ${out}/made.d --depfile-target ${out}/made ${base}
     COMMAND ${CMAKE_COMMAND} -E touch ${out}/made
     DEPENDS tarnc ${module}
     DEPFILE ${out}/made.d

@@ -83,6 +83,7 @@ Schema Checker::check() {
     fill_tables();
     if (diagnostics_.clean()) require_unique_luids(schema_, diagnostics_);
     if (diagnostics_.clean()) check_face(schema_, diagnostics_);
+    if (diagnostics_.clean()) schema_.mib = make_mib(schema_, written_, diagnostics_);
     return std::move(schema_);
 }
 
@@ -185,6 +186,7 @@ void Checker::fill_structures() {
         structure.name = name;
         structure.meaning = written->meaning;
         structure.counts = written->counts;
+        structure.is_time = written->is_time;
         structure.place = written->name.place;
         fill_fields(structure, *written);
         structure.identity = identify(written->identity, schema_text(structure), diagnostics_);
@@ -195,6 +197,11 @@ void Checker::fill_fields(Structure &structure, const syntax::Structure &written
     for (const auto &variant : written.variants) fill_variant(structure, variant);
     if (written.variants.front().fields.empty())
         report(written.name, "no field", "at least one in variant 0");
+    const auto is_number = [](const Field &each) { return tarnbase::is_number(each.kind); };
+    const bool is_pair = structure.fields.size() == 2 &&
+                         std::all_of(structure.fields.begin(), structure.fields.end(), is_number);
+    if (structure.is_time && !is_pair)
+        report(written.name, "a time of other fields", "two numbers: seconds and nanoseconds");
     std::set<std::string> names;
     for (const Field &field : structure.fields) {
         if (!names.insert(field.name).second)

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "context.h"
+#include "context_mib.h"
 #include "exports.h"
 #include "face.h"
 #include "identity.h"
@@ -47,6 +48,7 @@ class Emitter {
     void emit_module();
     void emit_catalogue();
     void emit_layout();
+    void emit_mib();
     void emit_exports();
     void emit_shards(std::size_t shards);
     void emit_schema_header();
@@ -78,6 +80,7 @@ Files Emitter::emit(std::size_t shards) {
     emit_catalogue();
     emit_face(schema_, module_, files_);
     emit_layout();
+    emit_mib();
     emit_exports();
     emit_schema_header();
     emit_shards(shards);
@@ -159,6 +162,14 @@ void Emitter::emit_module() {
 void Emitter::emit_catalogue() {
     files_["catalogue.cpp"] = render("catalogue.cpp", module_);
     files_["catalogue_operations.cpp"] = render("catalogue_operations.cpp", module_);
+}
+
+// What SNMP shows: constants for the program that answers, and the module's own MIB.
+void Emitter::emit_mib() {
+    const Context context = context_of_mib(schema_);
+    files_["mib_map.cpp"] = render("mib_map.cpp", context);
+    if (!schema_.mib.own.empty())
+        files_[mib_module(schema_) + ".txt"] = render("module.mib", context);
 }
 
 void Emitter::emit_layout() {

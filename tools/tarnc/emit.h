@@ -13,6 +13,8 @@
 //   exports.map         linker version script
 //   gdb_schema.py       fields and enumerators, for the printers in gdb/
 //   wireshark_schema.lua  the same and the tables, for the dissector in wireshark/
+//   mib_map.cpp         the objects that SNMP shows, for tools/agentx
+//   <MODULE>-MIB.txt    the same as a MIB, if the tables have a place in it
 //   <module>.yang       the same as a YANG module, for the form yang-json of documents
 //   schema.pyi          the same as types of Python, for type checkers
 #ifndef TARNC_EMIT_H

@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "check.h"
 #include "cli/start.h"
@@ -23,6 +24,7 @@ struct Options {
     std::string depfile_target;
     std::size_t shards = 4;
     std::string section;
+    std::vector<std::uint64_t> mib_base;
     tarnc::Build build;
 };
 
@@ -32,6 +34,7 @@ int compile(const Options &options) {
     tarnc::Schema schema;
     const tarnc::syntax::Schema written = tarnc::parse_schema(options.module, diagnostics);
     if (diagnostics.clean()) schema = tarnc::check_schema(written, diagnostics);
+    if (!options.mib_base.empty()) schema.mib.base = options.mib_base;
     if (diagnostics.clean()) files = tarnc::emit(schema, options.shards, diagnostics);
     if (!diagnostics.clean()) {
         diagnostics.print(std::cerr);
@@ -44,6 +47,17 @@ int compile(const Options &options) {
         tarnc::write_file(options.depfile,
                           tarnc::dependency_rule(options.depfile_target, schema.files));
     return 0;
+}
+
+// Leaves most of the 128 numbers of an object identifier to indices.
+std::vector<std::uint64_t> mib_base_of(const std::string &word) {
+    constexpr std::size_t longest = 32;
+    const std::vector<std::uint64_t> oid = tarnc::parse_oid(word);
+    if (oid.empty() || oid[0] != 1 || oid.size() > longest)
+        throw cli::UsageError(
+            "expected an object identifier that begins with 1, such as "
+            "1.3.6.1.4.1.8072.9999.9999.1");
+    return oid;
 }
 
 void describe(cli::Command &program, Options &options) {
@@ -64,6 +78,11 @@ void describe(cli::Command &program, Options &options) {
         .option("--depfile-target", "TARGET", cli::into(options.depfile_target),
                 "Target of the rule in the dependency file")
         .needs("depfile");
+    const auto take_base = [&options](const std::string &word) {
+        options.mib_base = mib_base_of(word);
+    };
+    program.option("--mib-base", "OID", {take_base, {}, false},
+                   "Object identifier of the module's own MIB");
     program.option("--section", "FILE", cli::into(options.section),
                    "Bytes of the library's manifest section to write");
     program

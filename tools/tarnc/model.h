@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "frame/kinds.h"
+#include "mib.h"
 #include "source.h"
 
 namespace tarnc {
@@ -61,7 +62,8 @@ struct Variant {
 struct Structure {
     std::string name;
     std::string meaning;
-    bool counts = false;  // its numbers are counters unless they say something else
+    bool counts = false;   // its numbers are counters unless they say something else
+    bool is_time = false;  // its two fields are seconds and nanoseconds
     Place place;
     Identity identity;
     std::vector<Field> fields;
@@ -115,6 +117,7 @@ struct Schema {
     std::deque<Enumeration> enumerations;  // likewise
     std::deque<Table> tables;              // likewise
     std::vector<std::string> files;
+    Mib mib;
 
     std::vector<const Table *> tables_by_luid() const;
 };

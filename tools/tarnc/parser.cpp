@@ -2,14 +2,16 @@
 // The schema notation. A file is a sequence of lines; `#` starts a comment. An
 // item starts at the left margin, its members are indented below it:
 //
-//   file        = { module | include | order | structure | enumeration | table }
+//   file        = { module | include | order | structure | enumeration | table
+//                   | objects | notification }
 //
 //   module      = "module" name [text]                  module file only, first
 //   include     = "include" path                        module file only
 //   order       = "order"                               module file only
 //                   { name }                            structures, then enumerations
 //
-//   structure   = "structure" name text [ "counters" ]
+//   structure   = "structure" name text [ "counters" | "time" ]
+//                                                       a time: seconds, then nanoseconds
 //                   [identity] { field } { variant }
 //   field       = type [ "[" number "]" ] name text
 //                 [ "unit" text ]                     of a number, where it is fixed
@@ -35,6 +37,17 @@
 //                   "key" field | "key" "structure" structure
 //                   identity                            the luid is required
 //                   [ "record_luid" luid ] [ "record_digest" digest ]
+//                   [ "mib" number name ]               its place in the generated MIB
+//                   { "object" name path }              the field follows a standard's object
+//                   { "notify" name path }              what rises with each such event
+//
+//   objects     = "objects" name text                   a table of a standard MIB, its OID
+//                   "index" name
+//                   { name number syntax [ number number ] }
+//                 the syntax is "integer", "unsigned", "counter", "truth", "text", "mac",
+//                 "address" or "address_type"; two numbers limit integers, and a text's length
+//
+//   notification = "notification" name number text
 //
 //   identity    = [ "luid" luid ] [ "digest" digest ]   32 hexadecimal digits each
 //
@@ -128,7 +141,7 @@ class Parser {
     void file(const std::string &path, const Place &from, bool is_module);
 
  private:
-    enum class Section { none, order, structure, enumeration, table, skipped };
+    enum class Section { none, order, structure, enumeration, table, objects, skipped };
 
     void line(const Line &line);
     void item(Cursor &cursor);
@@ -138,11 +151,16 @@ class Parser {
     void structure(Cursor &cursor);
     void enumeration(Cursor &cursor);
     void table(Cursor &cursor);
+    void objects(Cursor &cursor);
+    void notification(Cursor &cursor);
     void member(Cursor &cursor);
     void structure_member(Cursor &cursor);
     void field_notes(Cursor &cursor, syntax::Field &field);
     void enumeration_member(Cursor &cursor);
     void table_member(Cursor &cursor);
+    void key_line(Cursor &cursor, syntax::Table &table);
+    bool mib_line(Cursor &cursor, syntax::Table &table);
+    void objects_member(Cursor &cursor);
     bool identity_line(Cursor &cursor, syntax::Identity &identity, const char *luid,
                        const char *digest);
     void require_module_file(const Cursor &cursor, const char *line);
@@ -196,7 +214,8 @@ void Parser::line(const Line &line) {
 
 void Parser::item(Cursor &cursor) {
     const char *const expected =
-        "'module', 'include', 'order', 'structure', 'enumeration' or 'table'";
+        "'module', 'include', 'order', 'structure', 'enumeration', 'table', 'objects' or "
+        "'notification'";
     if (!cursor.at(Kind::word)) cursor.fail(expected);
     if (cursor.at("module")) return module(cursor);
     if (cursor.at("include")) return include(cursor);
@@ -204,6 +223,8 @@ void Parser::item(Cursor &cursor) {
     if (cursor.at("structure")) return structure(cursor);
     if (cursor.at("enumeration")) return enumeration(cursor);
     if (cursor.at("table")) return table(cursor);
+    if (cursor.at("objects")) return objects(cursor);
+    if (cursor.at("notification")) return notification(cursor);
     cursor.fail(expected);
 }
 
@@ -226,8 +247,9 @@ void Parser::structure(Cursor &cursor) {
     structure.name = cursor.name("the structure's name");
     structure.meaning = cursor.text("the structure's meaning in double quotes");
     structure.counts = cursor.at("counters");
-    if (structure.counts) cursor.skip();
-    if (!cursor.done()) cursor.fail("'counters' or the end of the line");
+    structure.is_time = cursor.at("time");
+    if (structure.counts || structure.is_time) cursor.skip();
+    if (!cursor.done()) cursor.fail("'counters', 'time' or the end of the line");
 }
 
 void Parser::enumeration(Cursor &cursor) {
@@ -248,6 +270,26 @@ void Parser::table(Cursor &cursor) {
     cursor.skip();
     table.type = cursor.name("the structure of the table's objects");
     if (cursor.at(Kind::text)) table.meaning = cursor.skip().text;
+    cursor.end();
+}
+
+void Parser::objects(Cursor &cursor) {
+    cursor.skip();
+    section_ = Section::objects;
+    syntax::StandardTable &table = schema_.standard_tables.emplace_back();
+    table.name = cursor.name("the name of a table of a standard MIB");
+    const Token &oid = cursor.take(Kind::text, "the table's object identifier in double quotes");
+    table.oid = {oid.text, oid.place};
+    cursor.end();
+}
+
+void Parser::notification(Cursor &cursor) {
+    cursor.skip();
+    section_ = Section::none;
+    syntax::Notification &notification = schema_.notifications.emplace_back();
+    notification.name = cursor.name("the notification's name");
+    notification.number = cursor.number("the notification's number");
+    notification.meaning = cursor.text("the notification's meaning in double quotes");
     cursor.end();
 }
 
@@ -294,6 +336,9 @@ void Parser::member(Cursor &cursor) {
             break;
         case Section::table:
             table_member(cursor);
+            break;
+        case Section::objects:
+            objects_member(cursor);
             break;
         case Section::skipped:
             break;
@@ -375,13 +420,58 @@ void Parser::table_member(Cursor &cursor) {
     syntax::Table &table = schema_.tables.back();
     if (identity_line(cursor, table.identity, "luid", "digest")) return;
     if (identity_line(cursor, table.record_identity, "record_luid", "record_digest")) return;
-    if (!cursor.at("key")) cursor.fail("'key', 'luid', 'digest', 'record_luid' or 'record_digest'");
+    if (mib_line(cursor, table)) return;
+    if (!cursor.at("key"))
+        cursor.fail(
+            "'key', 'luid', 'digest', 'record_luid', 'record_digest', 'mib', 'object' or "
+            "'notify'");
+    key_line(cursor, table);
+}
+
+void Parser::key_line(Cursor &cursor, syntax::Table &table) {
     const Token key = cursor.skip();
     if (table.key) diagnostics_.report(key.place, "a second key", "one key of a table");
     table.keyed_by_structure = cursor.at("structure");
     if (table.keyed_by_structure) cursor.skip();
     table.key =
         cursor.name(table.keyed_by_structure ? "the key structure's name" : "the key field's name");
+    cursor.end();
+}
+
+bool Parser::mib_line(Cursor &cursor, syntax::Table &table) {
+    if (cursor.at("mib")) {
+        const Token line = cursor.skip();
+        if (table.mib) diagnostics_.report(line.place, "a second mib", "one of a table");
+        const syntax::Number number = cursor.number("the table's number in the MIB");
+        table.mib = {number, cursor.name("the table's name in the MIB")};
+        cursor.end();
+        return true;
+    }
+    const bool is_object = cursor.at("object");
+    if (!is_object && !cursor.at("notify")) return false;
+    cursor.skip();
+    const Name name = cursor.name(is_object ? "the object's name" : "the notification's name");
+    const Token &path = cursor.take(Kind::word, "the path of a field");
+    (is_object ? table.objects : table.events).push_back({name, {path.text, path.place}});
+    cursor.end();
+    return true;
+}
+
+void Parser::objects_member(Cursor &cursor) {
+    syntax::StandardTable &table = schema_.standard_tables.back();
+    if (cursor.at("index")) {
+        const Token line = cursor.skip();
+        if (table.index) diagnostics_.report(line.place, "a second index", "one of a table");
+        table.index = cursor.name("the object that is the table's index");
+        return cursor.end();
+    }
+    syntax::StandardColumn &column = table.columns.emplace_back();
+    column.name = cursor.name("'index', or an object: its name, its number and its syntax");
+    column.number = cursor.number("the object's number");
+    column.syntax = cursor.name("the object's syntax");
+    if (cursor.done()) return;
+    column.low = cursor.number("the least value, or the end of the line");
+    column.high = cursor.number("the greatest value");
     cursor.end();
 }
 

@@ -53,7 +53,8 @@ struct Identity {
 struct Structure {
     Name name;
     std::string meaning;
-    bool counts = false;  // its numbers are counters by default
+    bool counts = false;   // its numbers are counters by default
+    bool is_time = false;  // its two fields are seconds and nanoseconds
     Identity identity;
     std::vector<Variant> variants;
 };
@@ -71,6 +72,19 @@ struct Enumeration {
     std::vector<Enumerator> enumerators;
 };
 
+// `mib 12 ldapStats`: the table's number and name in the generated MIB.
+struct MibEntry {
+    Number number;
+    Name name;
+};
+
+// `object dot1xAuthPaeState auth_state`, `notify authenticationFailure stats.rejects`: an object
+// or a notification, and the path of a field.
+struct MibNote {
+    Name name;
+    Name path;
+};
+
 struct Table {
     Name name;
     Name type;
@@ -79,6 +93,33 @@ struct Table {
     std::optional<Name> key;
     Identity identity;
     Identity record_identity;
+    std::optional<MibEntry> mib;
+    std::vector<MibNote> objects;
+    std::vector<MibNote> events;
+};
+
+// A column of a table in a standard MIB.
+struct StandardColumn {
+    Name name;
+    Number number;
+    Name syntax;
+    std::optional<Number> low;  // the range of its values, or of a text's length
+    std::optional<Number> high;
+};
+
+// An `objects` item: a table of a standard MIB.
+struct StandardTable {
+    Name name;
+    Name oid;
+    std::optional<Name> index;
+    std::vector<StandardColumn> columns;
+};
+
+// A `notification` item.
+struct Notification {
+    Name name;
+    Number number;
+    std::string meaning;
 };
 
 struct Schema {
@@ -87,6 +128,8 @@ struct Schema {
     std::vector<Structure> structures;
     std::vector<Enumeration> enumerations;
     std::vector<Table> tables;
+    std::vector<StandardTable> standard_tables;
+    std::vector<Notification> notifications;
     std::optional<Place> order_place;
     std::vector<Name> order;
     std::vector<std::string> files;  // all that were read, the module file first
