@@ -1,0 +1,26 @@
+# SPDX-License-Identifier: Apache-2.0
+# Sets TARNBASE_HAS_AGENTX, and looks for the package of tarn-agentx. Those who build only
+# libraries and tarnctl don't need it.
+set(TARNBASE_HAS_AGENTX OFF)
+if(NOT TARNBASE_BUILD_AGENTX)
+  return()
+endif()
+set(needed "")
+if(NOT TARNBASE_BUILD_AGENTX STREQUAL "AUTO")
+  set(needed REQUIRED)
+  if(NOT TARNBASE_BUILD_TOOLS)
+    message(FATAL_ERROR "TARNBASE_BUILD_AGENTX needs TARNBASE_BUILD_TOOLS")
+  endif()
+endif()
+if(TARNBASE_BUILD_TOOLS)
+  find_package(PkgConfig REQUIRED)
+  # netsnmp-agent.pc also has a library with the agent's own tables, which a subagent doesn't use.
+  pkg_check_modules(netsnmp ${needed} IMPORTED_TARGET netsnmp)
+  find_library(TARNBASE_NETSNMPAGENT netsnmpagent ${needed})
+  mark_as_advanced(TARNBASE_NETSNMPAGENT)
+  if(netsnmp_FOUND AND TARNBASE_NETSNMPAGENT)
+    set(TARNBASE_HAS_AGENTX ON)
+  else()
+    message(STATUS "tarn-agentx isn't built: it needs libsnmp-dev")
+  endif()
+endif()
