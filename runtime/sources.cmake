@@ -5,6 +5,7 @@ set(TARNBASE_RUNTIME_SOURCES
   base/error_text.cpp
   base/thread_number.cpp
   base/worker.cpp
+  base/working_file.cpp
   arena/allocator.cpp
   arena/next_pages.cpp
   arena/page_set.cpp
@@ -19,12 +20,15 @@ set(TARNBASE_RUNTIME_SOURCES
   index/page_digests.cpp
   index/positions.cpp
   index/tree.cpp
+  log/compressed_segment.cpp
+  log/compression.cpp
   log/crc32c.cpp
   log/frame.cpp
   log/log.cpp
   log/next_segment.cpp
   log/notes.cpp
   log/segment.cpp
+  log/segment_files.cpp
   checkpoint/checkpoint.cpp
   checkpoint/checkpoint_files.cpp
   checkpoint/checkpoint_format.cpp

@@ -17,6 +17,12 @@
 
 TARNBASE_BEGIN
 
+/* Whether a store keeps its log. */
+#define KEL_JOURNAL_OFF 0
+#define KEL_JOURNAL_ON 1 /* it does, and says who committed */
+#define KEL_JOURNAL_COMPRESSED \
+    2 /* the same; what only the journal needs of the log is compressed */
+
 /* How much of the log survives the end of the machine, a power loss for example. */
 #define KEL_DURABILITY_PROCESS 0  /* what the kernel has written by itself; the default */
 #define KEL_DURABILITY_INTERVAL 1 /* all but the last milliseconds */
@@ -28,7 +34,7 @@ TARNBASE_BEGIN
 
 /* The settings of a store's journal, and how durable commits are. All processes have the same. */
 typedef struct kel_journal_settings {
-    uint32_t enabled;      /* 1: the log is kept as a journal, and says who committed; else 0 */
+    uint32_t enabled;      /* KEL_JOURNAL_OFF, _ON or _COMPRESSED */
     uint32_t durability;   /* KEL_DURABILITY_PROCESS, _INTERVAL or _COMMIT; without a journal too */
     uint32_t interval;     /* of KEL_DURABILITY_INTERVAL: milliseconds, from 1 to 3600000; else 0 */
     uint32_t full_disk;    /* KEL_FULL_DISK_REFUSE or _GAP */
@@ -49,6 +55,13 @@ typedef struct kel_journal_description {
     uint64_t gap_time;    /* when, in nanoseconds since 1970 */
 } kel_journal_description;
 
+/* The result of kel_store_describe_compression. */
+typedef struct kel_journal_compression {
+    uint64_t segments;    /* compressed segments of the log */
+    uint64_t bytes;       /* bytes on disk of these; kel_journal_description counts them too */
+    uint64_t plain_bytes; /* bytes that they took before */
+} kel_journal_compression;
+
 /*
  * Sets the journal of a store and the durability of its commits. This process is the writer for a
  * moment; others use the settings from their next transaction on. A checkpoint is made, and all
@@ -59,7 +72,9 @@ typedef struct kel_journal_description {
  * The journal keeps the log, with older checkpoints at distances of at least their own length, as
  * far as `keep_bytes` and `keep_seconds` allow; the newest checkpoint and the log after it aren't
  * counted. What is too much is removed when a checkpoint is made, the oldest first, in whole files.
- * Nobody who reads the journal holds it back.
+ * Nobody who reads the journal holds it back. With KEL_JOURNAL_COMPRESSED the log before the newest
+ * checkpoint is compressed whenever one is made, never by a commit; what counts is the disk space
+ * that it then takes. What is compressed stays so if the setting changes.
  * Errors: EINVAL a member has no such value, or the store is private; ENOSPC and other errors of
  * its files; and those of kel_store_lock and of kel_store_checkpoint.
  */
@@ -67,6 +82,9 @@ TARNBASE_API uint32_t kel_store_set_journal(kel_store *store, const kel_journal_
 /* Fills in `description`. Errors: EINVAL the store is private; and those of open(2). */
 TARNBASE_API uint32_t kel_store_describe_journal(const kel_store *store,
                                                  kel_journal_description *description);
+/* Fills in `compression`. Errors: EINVAL the store is private. */
+TARNBASE_API uint32_t kel_store_describe_compression(const kel_store *store,
+                                                     kel_journal_compression *compression);
 /*
  * Waits until everything that is committed at this moment is on the disk, whatever the durability
  * is. Threads and processes that call it at once share the writing, as commits with

@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "runtime/base/folder_entries.h"
+#include "runtime/base/working_file.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 
 namespace tarnbase::runtime {
@@ -15,7 +16,6 @@ namespace tarnbase::runtime {
 namespace {
 
 constexpr std::string_view prefix = "checkpoint-";
-constexpr std::string_view working_suffix = ".new.";
 constexpr std::size_t digits = 16;
 
 std::optional<std::uint64_t> parse_position(std::string_view text) {
@@ -34,11 +34,6 @@ std::string checkpoint_name(std::uint64_t position) {
     char name[prefix.size() + digits + 1];
     std::snprintf(name, sizeof name, "%s%016" PRIx64, prefix.data(), position);
     return name;
-}
-
-std::string working_checkpoint_name(std::uint64_t position, std::uint32_t attempt) {
-    return checkpoint_name(position) + std::string(working_suffix) + std::to_string(::getpid()) +
-           "." + std::to_string(attempt);
 }
 
 std::optional<CheckpointFile> parse_checkpoint_name(std::string_view name) {

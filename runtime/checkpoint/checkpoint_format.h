@@ -43,7 +43,6 @@ struct CheckpointFile {
     bool is_working;
 };
 std::optional<CheckpointFile> parse_checkpoint_name(std::string_view name);
-std::string working_checkpoint_name(std::uint64_t position, std::uint32_t attempt);
 
 }  // namespace tarnbase::runtime
 

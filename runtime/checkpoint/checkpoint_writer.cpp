@@ -1,60 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes a checkpoint.
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <vector>
 
 #include "runtime/base/byte_order.h"
 #include "runtime/base/file_io.h"
+#include "runtime/base/working_file.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 #include "runtime/log/crc32c.h"
 
 namespace tarnbase::runtime {
 
 namespace {
-
-// A file that is unlinked unless it is renamed.
-class WorkingFile {
- public:
-    explicit WorkingFile(int folder) : folder_(folder) {}
-    WorkingFile(const WorkingFile &) = delete;
-    WorkingFile &operator=(const WorkingFile &) = delete;
-    ~WorkingFile() {
-        if (file_.is_open()) ::unlinkat(folder_, name_.c_str(), 0);
-    }
-
-    std::uint32_t create(std::uint64_t position);
-    std::uint32_t rename(const std::string &name);
-    int descriptor() const { return file_.descriptor(); }
-
- private:
-    int folder_;
-    File file_;
-    std::string name_;
-};
-
-std::uint32_t WorkingFile::create(std::uint64_t position) {
-    // A dead process may have left a file of the same name.
-    for (std::uint32_t attempt = 0; !file_.is_open(); ++attempt) {
-        name_ = working_checkpoint_name(position, attempt);
-        file_ = File(::openat(folder_, name_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-        if (!file_.is_open() && errno != EEXIST) return error_number();
-    }
-    // Whoever may read the store may read its checkpoints, whatever this process's umask is.
-    struct stat status;
-    if (::fstat(folder_, &status) != 0 || ::fchmod(descriptor(), status.st_mode & 0666) != 0) {
-        return error_number();
-    }
-    return 0;
-}
-
-std::uint32_t WorkingFile::rename(const std::string &name) {
-    if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return error_number();
-    file_ = File();
-    return 0;
-}
 
 std::uint32_t set_size(int file, std::uint64_t bytes) {
     while (::ftruncate(file, static_cast<off_t>(bytes)) != 0) {
@@ -133,7 +91,7 @@ std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const 
 
     std::vector<std::uint32_t> checksums(image.size() / image_page_bytes);
     WorkingFile working(folder);
-    if (const std::uint32_t error = working.create(head.position)) return error;
+    if (const std::uint32_t error = working.create(checkpoint_name(head.position))) return error;
     const int file = working.descriptor();
     if (const std::uint32_t error = set_size(file, file_bytes)) return error;
     if (const std::uint32_t error = write_image(file, head, image, checksums, progress)) {
@@ -141,7 +99,7 @@ std::uint32_t write_checkpoint(int folder, CheckpointHead head, std::span<const 
     }
     if (const std::uint32_t error = write_front(file, head, checksums)) return error;
     if (is_durable && ::fsync(file) != 0) return error_number();
-    if (const std::uint32_t error = working.rename(checkpoint_name(head.position))) return error;
+    if (const std::uint32_t error = working.rename()) return error;
     return !is_durable || ::fsync(folder) == 0 ? 0 : error_number();
 }
 

@@ -37,6 +37,10 @@ static_assert(sizeof(kel_journal_settings) == 32);
 static_assert(sizeof(SettingsFile) == 72);
 static_assert(offsetof(SettingsFile, crc) == 64);
 
+std::uint32_t version_of(const kel_journal_settings &settings) {
+    return settings.enabled == KEL_JOURNAL_COMPRESSED ? journal_format_version : 1;
+}
+
 std::uint32_t checksum(const SettingsFile &file) {
     return crc32c({reinterpret_cast<const char *>(&file), offsetof(SettingsFile, crc)});
 }
@@ -56,7 +60,8 @@ std::uint32_t write_file(int folder, const char *name, const SettingsFile &conte
 
 bool is_valid(const kel_journal_settings &settings) {
     const bool has_interval = settings.durability == KEL_DURABILITY_INTERVAL;
-    return settings.enabled <= 1 && settings.durability <= KEL_DURABILITY_COMMIT &&
+    return settings.enabled <= KEL_JOURNAL_COMPRESSED &&
+           settings.durability <= KEL_DURABILITY_COMMIT &&
            settings.full_disk <= KEL_FULL_DISK_GAP && settings.interval <= most_interval &&
            has_interval == (settings.interval != 0);
 }
@@ -70,10 +75,12 @@ std::uint32_t load_journal_settings(int folder, const StoreId &id, kel_journal_s
     const std::uint32_t error = read_fully(file.descriptor(), bytes, 0);
     if (error != 0) return error == ENODATA ? std::uint32_t{EBADMSG} : error;
     if (content.magic != journal_magic) return EBADMSG;
-    if (content.version != journal_format_version || content.byte_order != native_byte_order) {
+    if (content.version == 0 || content.version > journal_format_version ||
+        content.byte_order != native_byte_order) {
         return EINVAL;
     }
-    if (content.crc != checksum(content) || content.id != id || !is_valid(content.settings)) {
+    if (content.crc != checksum(content) || content.id != id || !is_valid(content.settings) ||
+        content.version != version_of(content.settings)) {
         return EBADMSG;
     }
     settings = content.settings;
@@ -86,7 +93,7 @@ std::uint32_t store_journal_settings(int folder, const StoreId &id,
                                      const kel_journal_settings &settings) {
     SettingsFile content{};
     content.magic = journal_magic;
-    content.version = journal_format_version;
+    content.version = version_of(settings);
     content.byte_order = native_byte_order;
     content.id = id;
     content.settings = settings;

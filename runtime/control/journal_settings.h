@@ -4,7 +4,7 @@
 //
 //   offset  size  member
 //        0     8  magic "TARNJRNL"
-//        8     4  format version
+//        8     4  format version: 2 if the log is compressed, else 1
 //       12     4  0x01020304: byte order
 //       16    16  id of the store
 //       32    32  the settings, as kel_journal_settings
@@ -15,13 +15,14 @@
 
 #include <cstdint>
 
-#include "runtime/log/segment.h"
+#include "runtime/log/store_id.h"
 #include "tarnbase/journal.h"
 
 namespace tarnbase::runtime {
 
 inline constexpr const char *journal_name = "journal";
-inline constexpr std::uint32_t journal_format_version = 1;
+// Releases that read version 1 alone refuse a store whose log they can't read.
+inline constexpr std::uint32_t journal_format_version = 2;
 
 // Whether each member has a value that it may have.
 bool is_valid(const kel_journal_settings &settings);

@@ -5,6 +5,7 @@
 
 #include "runtime/base/error_text.h"
 #include "runtime/control/journal_settings.h"
+#include "runtime/store/journal.h"
 #include "runtime/store/store.h"
 #include "runtime/store/store_files.h"
 #include "tarnbase/journal.h"
@@ -124,4 +125,13 @@ std::uint32_t kel_store_describe_journal(const kel_store *store,
     *description = {};
     return shared("kel_store_describe_journal", store,
                   [&](Sharing &part) { return part.describe_journal(*description); });
+}
+
+std::uint32_t kel_store_describe_compression(const kel_store *store,
+                                             kel_journal_compression *compression) {
+    *compression = {};
+    return shared("kel_store_describe_compression", store, [&](Sharing &part) -> std::uint32_t {
+        *compression = describe_compression(part.folder());
+        return 0;
+    });
 }

@@ -8,30 +8,22 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <optional>
-#include <string_view>
+#include <string>
 #include <utility>
 
 #include "runtime/base/file.h"
 #include "runtime/base/file_io.h"
-#include "runtime/base/folder_entries.h"
 #include "runtime/base/populate.h"
+#include "runtime/log/compressed_segment.h"
 #include "runtime/log/crc32c.h"
+#include "runtime/log/segment_files.h"
 
 namespace tarnbase::runtime {
 
 namespace {
-
-constexpr std::string_view name_prefix = "log-";
-constexpr std::size_t name_digits = 16;
-
-// The name of a segment that isn't complete. Only the process with the writer's lock makes one,
-// so one name is enough. `remove_segments` may remove it at any time: its maker starts again.
-constexpr const char *working_name = "log-new";
 
 // Pages are prepared little by little: all of a segment at once would take longer than a commit
 // should.
@@ -99,46 +91,34 @@ std::uint32_t fill_file(int folder, int file, const SegmentHead &head) {
 }
 
 std::uint32_t rename_to(int folder, const char *name) {
-    return ::renameat(folder, working_name, folder, name) == 0 ? 0 : error_number();
+    return ::renameat(folder, working_segment_name, folder, name) == 0 ? 0 : error_number();
 }
 
-// What is wrong with a segment's file; null if nothing is.
-const char *check_head(int file, const StoreId &id, std::uint64_t position, std::uint64_t &size) {
+// What is wrong with a segment's head; null if nothing is.
+const char *check_head(const SegmentHead &head, const StoreId &id, std::uint64_t position,
+                       std::uint64_t size) {
+    if (std::memcmp(head.magic, magic, sizeof magic) != 0) return "a log segment has a wrong magic";
+    if (head.crc != head_crc(head)) return "a log segment's head has a wrong checksum";
+    if (head.id != id) return "a log segment belongs to another store";
+    if (head.first != position) return "a log segment has another position than its name";
+    if (head.size < first_segment_bytes || head.size != size) {
+        return "a log segment has a wrong length";
+    }
+    return nullptr;
+}
+
+const char *check_file(int file, const StoreId &id, std::uint64_t position, std::uint64_t &size) {
     struct stat status {};
     if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
         return "a log segment is no regular file";
     SegmentHead head;
     if (read_fully(file, {reinterpret_cast<char *>(&head), sizeof head}, 0) != 0)
         return "a log segment is cut short";
-    if (std::memcmp(head.magic, magic, sizeof magic) != 0) return "a log segment has a wrong magic";
-    if (head.crc != head_crc(head)) return "a log segment's head has a wrong checksum";
-    if (head.id != id) return "a log segment belongs to another store";
-    if (head.first != position) return "a log segment has another position than its name";
-    if (head.size < first_segment_bytes || std::cmp_not_equal(head.size, status.st_size)) {
-        return "a log segment has a wrong length";
-    }
-    size = head.size;
-    return nullptr;
-}
-
-// The position that a segment's name contains.
-std::optional<std::uint64_t> position_of(std::string_view name) {
-    if (!name.starts_with(name_prefix)) return {};
-    name.remove_prefix(name_prefix.size());
-    if (name.size() != name_digits) return {};
-    std::uint64_t position = 0;
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), position, 16);
-    if (error != std::errc() || end != name.data() + name.size()) return {};
-    return position;
+    size = static_cast<std::uint64_t>(status.st_size);
+    return check_head(head, id, position, size);
 }
 
 }  // namespace
-
-std::string segment_name(std::uint64_t position) {
-    char name[name_prefix.size() + name_digits + 1];
-    std::snprintf(name, sizeof name, "log-%016llx", static_cast<unsigned long long>(position));
-    return name;
-}
 
 Segment::Segment(Segment &&other) noexcept { *this = std::move(other); }
 
@@ -164,9 +144,9 @@ std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t posit
     const SegmentHead head = head_of(id, position, size);
     std::uint32_t error = 0;
     do {
-        ::unlinkat(folder, working_name, 0);
+        ::unlinkat(folder, working_segment_name, 0);
         constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-        const File file(::openat(folder, working_name, flags, 0666));
+        const File file(::openat(folder, working_segment_name, flags, 0666));
         if (!file.is_open()) return error_number();
         Segment made;
         made.size_ = size;
@@ -177,7 +157,7 @@ std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t posit
         if (error == 0) error = rename_to(folder, segment_name(position).c_str());
         if (error == 0) *this = std::move(made);
     } while (error == ENOENT);
-    if (error != 0) ::unlinkat(folder, working_name, 0);
+    if (error != 0) ::unlinkat(folder, working_segment_name, 0);
     return error;
 }
 
@@ -215,10 +195,13 @@ std::uint32_t Segment::open(int folder, const StoreId &id, std::uint64_t positio
     // Without O_NONBLOCK, the open of a pipe with this name would wait.
     const int flags = (writable ? O_RDWR : O_RDONLY) | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     const File file(::openat(folder, segment_name(position).c_str(), flags));
-    if (!file.is_open()) return error_number();
+    if (!file.is_open()) {
+        const std::uint32_t error = error_number();
+        return error == ENOENT && !writable ? open_compressed(folder, id, position) : error;
+    }
     Segment opened;
     opened.first_ = position;
-    const char *wrong = check_head(file.descriptor(), id, position, opened.size_);
+    const char *wrong = check_file(file.descriptor(), id, position, opened.size_);
     if (wrong != nullptr) {
         what_ = wrong;
         return EBADMSG;
@@ -226,6 +209,33 @@ std::uint32_t Segment::open(int folder, const StoreId &id, std::uint64_t positio
     const std::uint32_t error = opened.map(file.descriptor(), writable);
     if (error == 0) *this = std::move(opened);
     return error;
+}
+
+std::uint32_t Segment::open_compressed(int folder, const StoreId &id, std::uint64_t position) {
+    CompressedSegment file;
+    Segment opened;
+    opened.first_ = position;
+    std::uint32_t error = file.open(folder, id, position);
+    if (error == 0) error = opened.map_memory(file.segment_bytes());
+    if (error == 0) error = file.expand({opened.bytes_, opened.size_});
+    what_ = file.what();
+    if (error == 0) {
+        SegmentHead head;
+        std::memcpy(&head, opened.bytes_, sizeof head);
+        what_ = check_head(head, id, position, opened.size_);
+        if (what_ != nullptr) error = EBADMSG;
+    }
+    if (error == 0) *this = std::move(opened);
+    return error;
+}
+
+std::uint32_t Segment::map_memory(std::uint64_t size) {
+    constexpr int flags = MAP_PRIVATE | MAP_ANONYMOUS;
+    void *address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, -1, 0);
+    if (address == MAP_FAILED) return error_number();
+    bytes_ = static_cast<char *>(address);
+    size_ = size;
+    return 0;
 }
 
 std::uint32_t Segment::map(int file, bool writable) {
@@ -254,71 +264,6 @@ bool Segment::contains(std::uint64_t position) const {
 
 std::span<char> Segment::from(std::uint64_t position) const {
     return std::span(bytes_, size_).subspan(segment_head_bytes + position - first_);
-}
-
-bool is_log_file(std::string_view name) { return name.starts_with(name_prefix); }
-
-namespace {
-
-// Calls `visit(entry name)` for each file of the folder.
-template <typename Visit>
-void each_file(int folder, Visit visit) {
-    const FolderEntries entries = entries_of(folder);
-    while (const dirent *entry = entries != nullptr ? ::readdir(entries.get()) : nullptr) {
-        visit(entry->d_name);
-    }
-}
-
-// A segment that was removed meanwhile needs no writing.
-std::uint32_t sync_segment(int folder, std::uint64_t first) {
-    const std::string name = segment_name(first);
-    const File file(::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!file.is_open()) return errno == ENOENT ? 0 : error_number();
-    return ::fsync(file.descriptor()) == 0 ? 0 : error_number();
-}
-
-}  // namespace
-
-std::vector<SegmentFile> list_segments(int folder) {
-    constexpr std::uint64_t block_unit = 512;  // of stat(2)
-    std::vector<SegmentFile> found;
-    each_file(folder, [&](const char *name) {
-        const std::optional<std::uint64_t> first = position_of(name);
-        struct stat status;
-        if (!first || ::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
-        found.push_back({*first, static_cast<std::uint64_t>(status.st_blocks) * block_unit});
-    });
-    std::ranges::sort(found, {}, &SegmentFile::first);
-    return found;
-}
-
-// One that a dead writer left may begin between, so the one before the range is no exception.
-std::uint32_t sync_segments(int folder, std::uint64_t from, std::uint64_t to) {
-    const std::vector<SegmentFile> segments = list_segments(folder);
-    for (std::size_t i = 0; i < segments.size() && segments[i].first < to; ++i) {
-        const bool has_range = i + 2 >= segments.size() || segments[i + 2].first > from;
-        if (!has_range) continue;
-        if (const std::uint32_t error = sync_segment(folder, segments[i].first)) return error;
-    }
-    return ::fsync(folder) == 0 ? 0 : error_number();
-}
-
-void remove_later_segments(int folder, std::uint64_t position) {
-    each_file(folder, [&](const char *name) {
-        const std::optional<std::uint64_t> first = position_of(name);
-        const bool is_later = first.has_value() && *first > position;
-        if (is_later || name == std::string_view(working_name)) ::unlinkat(folder, name, 0);
-    });
-}
-
-void remove_segments(int folder, std::uint64_t position, std::uint64_t keep) {
-    each_file(folder, [&](const char *name) {
-        const std::optional<std::uint64_t> first = position_of(name);
-        // Segments follow one another, so those before the one of `position` end before it. One
-        // that begins between is a dead writer's, and its frames were written again elsewhere.
-        const bool ended = first.has_value() && *first < position && *first != keep;
-        if (ended || name == std::string_view(working_name)) ::unlinkat(folder, name, 0);
-    });
 }
 
 }  // namespace tarnbase::runtime

@@ -16,19 +16,14 @@
 #ifndef TARNBASE_RUNTIME_LOG_SEGMENT_H
 #define TARNBASE_RUNTIME_LOG_SEGMENT_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "runtime/base/file.h"
+#include "runtime/log/store_id.h"
 
 namespace tarnbase::runtime {
-
-using StoreId = std::array<std::uint8_t, 16>;
 
 // The first segment of a store has this size, and each later one twice the size of the one before
 // up to the most, or the size that its first frame needs. The most grows with the store.
@@ -38,8 +33,6 @@ inline constexpr std::uint64_t most_of_large_store = 4 << 20;
 
 inline constexpr std::size_t segment_head_bytes = 64;
 inline constexpr std::size_t end_mark_bytes = 16;
-
-std::string segment_name(std::uint64_t position);
 
 // A segment that is mapped. The destructor unmaps it.
 class Segment {
@@ -63,8 +56,9 @@ class Segment {
     // Gives it both. Returns 0 or an errno number, EEXIST among them: then it stays as it is.
     // Requires: as for `create`.
     std::uint32_t give_name(int folder, const StoreId &id, std::uint64_t position);
-    // Opens the segment that begins at `position`. Returns 0; ENOENT there is none; EBADMSG it
-    // is damaged, cut short or of another store, and `what` says how; or an errno number.
+    // Opens the segment that begins at `position`. If there is only a compressed one, a segment
+    // that is only read is a copy in memory. Returns 0; ENOENT there is none; EBADMSG it is
+    // damaged, cut short or of another store, and `what` says how; or an errno number.
     std::uint32_t open(int folder, const StoreId &id, std::uint64_t position, bool writable);
     // Allocates and maps the pages of `bytes` from a position on, and of some after them if none
     // of these were, so that a store into them can't fail. Returns 0, or ENOSPC.
@@ -80,10 +74,14 @@ class Segment {
     bool contains(std::uint64_t position) const;
     // The bytes from a position to the end of the segment.
     std::span<char> from(std::uint64_t position) const;
+    // The whole file.
+    std::span<const char> file() const { return {bytes_, size_}; }
     const char *what() const { return what_; }
 
  private:
+    std::uint32_t open_compressed(int folder, const StoreId &id, std::uint64_t position);
     std::uint32_t map(int file, bool writable);
+    std::uint32_t map_memory(std::uint64_t size);
     std::uint32_t prepare_pages(std::uint64_t offset, std::uint64_t bytes);
 
     char *bytes_ = nullptr;
@@ -93,29 +91,6 @@ class Segment {
     File unnamed_;                // the file as long as it has no name
     const char *what_ = "";
 };
-
-// Whether a name in a store's folder is that of a segment, or of one that isn't complete.
-bool is_log_file(std::string_view name);
-
-// A segment's file, as the folder lists it.
-struct SegmentFile {
-    std::uint64_t first;
-    std::uint64_t disk_bytes;
-};
-
-// The segments of a store in increasing order. One that a dead writer left may be among them.
-std::vector<SegmentFile> list_segments(int folder);
-
-// Writes to the disk what the log has in [from, to): the segments, and their names. Returns 0 or an
-// errno number.
-std::uint32_t sync_segments(int folder, std::uint64_t from, std::uint64_t to);
-
-// Removes the segments that begin after `position`, and one that a process was making.
-void remove_later_segments(int folder, std::uint64_t position);
-
-// Removes the segments that end at `position` or before, those that a dead writer left before
-// it, and one that a process was making when it ended. `keep` is the segment of `position`.
-void remove_segments(int folder, std::uint64_t position, std::uint64_t keep);
 
 }  // namespace tarnbase::runtime
 

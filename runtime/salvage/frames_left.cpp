@@ -5,12 +5,15 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "runtime/base/file.h"
 #include "runtime/base/file_io.h"
+#include "runtime/log/compressed_segment.h"
 #include "runtime/log/frame.h"
 #include "runtime/log/segment.h"
+#include "runtime/log/segment_files.h"
 
 namespace tarnbase::runtime {
 
@@ -38,7 +41,7 @@ std::vector<char> read_file(int folder, const std::string &name) {
 }  // namespace
 
 FramesLeft::FramesLeft(int folder, const CheckpointHead &head)
-    : folder_(folder), position_(head.position), sequence_(head.sequence + 1) {
+    : folder_(folder), id_(head.id), position_(head.position), sequence_(head.sequence + 1) {
     open(head.segment);
 }
 
@@ -47,7 +50,15 @@ bool FramesLeft::open(std::uint64_t first) {
     segment_ = read_file(folder_, segment_name(first));
     if (!segment_.empty()) return true;
     what_ = segment_name(first) + " can't be read";
-    return false;
+    CompressedSegment compressed;
+    std::uint32_t error = compressed.open(folder_, id_, first);
+    if (error == 0) {
+        segment_.resize(compressed.segment_bytes());
+        error = compressed.expand(segment_);
+    }
+    if (error == EBADMSG) what_ = compressed_segment_name(first) + ": " + compressed.what();
+    if (error != 0) segment_.clear();
+    return error == 0;
 }
 
 bool FramesLeft::next(std::span<const char> &frame) {

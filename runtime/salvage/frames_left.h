@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Reads the frames of a log up to where it is damaged. Segments are read as files, whatever their
-// heads say and wherever they end.
+// heads say and wherever they end; compressed ones as a whole.
 #ifndef TARNBASE_RUNTIME_SALVAGE_FRAMES_LEFT_H
 #define TARNBASE_RUNTIME_SALVAGE_FRAMES_LEFT_H
 
@@ -28,6 +28,7 @@ class FramesLeft {
     bool open(std::uint64_t first);
 
     int folder_;
+    StoreId id_;
     std::vector<char> segment_;
     std::uint64_t first_ = 0;
     std::uint64_t position_;

@@ -11,6 +11,7 @@
 #include "runtime/base/file_io.h"
 #include "runtime/base/signals_blocked.h"
 #include "runtime/control/futex.h"
+#include "runtime/log/segment_files.h"
 #include "tarnbase/runtime.h"
 
 namespace tarnbase::runtime {

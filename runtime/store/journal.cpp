@@ -14,6 +14,8 @@
 #include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/control/journal_settings.h"
+#include "runtime/log/compressed_segment.h"
+#include "runtime/log/segment_files.h"
 
 namespace tarnbase::runtime {
 
@@ -68,6 +70,22 @@ void describe_journal(const StoreFolder &store, kel_journal_description &descrip
         }
         if (each.position < newest) description.bytes += each.disk_bytes;
     }
+}
+
+kel_journal_compression describe_compression(const StoreFolder &store) {
+    const int folder = store.folder.descriptor();
+    kel_journal_compression found{};
+    for (const SegmentFile &each : list_segments(folder)) {
+        CompressedSegment segment;
+        // Files come and go.
+        if (each.is_plain || segment.open(folder, store.control.page().id, each.first) != 0) {
+            continue;
+        }
+        ++found.segments;
+        found.bytes += each.disk_bytes;
+        found.plain_bytes += segment.segment_bytes();
+    }
+    return found;
 }
 
 }  // namespace tarnbase::runtime

@@ -17,6 +17,9 @@ std::uint32_t sync_files(const StoreFolder &store);
 // Fills in the description, except for the settings.
 void describe_journal(const StoreFolder &store, kel_journal_description &description);
 
+// The compressed segments of the log.
+kel_journal_compression describe_compression(const StoreFolder &store);
+
 }  // namespace tarnbase::runtime
 
 #endif

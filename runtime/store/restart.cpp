@@ -13,6 +13,8 @@
 #include "runtime/base/error_text.h"
 #include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint.h"
+#include "runtime/log/compression.h"
+#include "runtime/log/segment_files.h"
 
 namespace tarnbase::runtime {
 
@@ -81,6 +83,9 @@ class Restart {
 
     // Removes what is after the end: a frame of the old log there could continue the new one.
     std::uint32_t cut(const LogEnd &end) {
+        if (end.has_segment) {
+            if (const auto error = restore_segment(folder(), id(), end.segment)) return error;
+        }
         remove_later_segments(folder(), end.segment);
         for (const CheckpointEntry &each : list_checkpoints(folder())) {
             if (each.position > checkpoint_.head().position) {

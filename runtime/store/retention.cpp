@@ -7,6 +7,8 @@
 
 #include "runtime/base/clock.h"
 #include "runtime/control/journal_settings.h"
+#include "runtime/log/compression.h"
+#include "runtime/log/segment_files.h"
 
 namespace tarnbase::runtime {
 
@@ -23,26 +25,6 @@ struct Epoch {
     std::uint64_t end_time;    // when the next checkpoint was written
 };
 
-// Removes checkpoints that are close to the one before. One that can't be read is removed, too.
-std::vector<Epoch> thin_out(StoreFolder &store, std::uint64_t newest) {
-    const int folder = store.folder.descriptor();
-    std::vector<Epoch> epochs;
-    std::uint64_t distance = 0;  // that the next one has to have
-    for (const CheckpointEntry &each : list_checkpoints(folder)) {
-        if (!epochs.empty()) epochs.back().end_time = each.time;
-        if (each.position >= newest) break;
-        const bool is_far = epochs.empty() || each.position - epochs.back().position >= distance;
-        Checkpoint checkpoint;
-        if (is_far && checkpoint.open(folder, store.control.page().id, each.position) == 0) {
-            epochs.push_back({each.position, checkpoint.head().segment, each.disk_bytes, 0});
-            distance = std::max(each.disk_bytes, least_distance);
-        } else {
-            remove_checkpoint(folder, each.position);
-        }
-    }
-    return epochs;
-}
-
 // The bytes on disk of the segments in [from, to).
 std::uint64_t bytes_between(const std::vector<SegmentFile> &segments, std::uint64_t from,
                             std::uint64_t to) {
@@ -51,6 +33,37 @@ std::uint64_t bytes_between(const std::vector<SegmentFile> &segments, std::uint6
         if (each.first >= from && each.first < to) bytes += each.disk_bytes;
     }
     return bytes;
+}
+
+// The log between two checkpoints: its length, or what it takes on disk if it is compressed.
+std::uint64_t distance_between(const Epoch &before, const CheckpointHead &head,
+                               const std::vector<SegmentFile> &segments, bool is_compressed) {
+    return is_compressed ? bytes_between(segments, before.segment, head.segment)
+                         : head.position - before.position;
+}
+
+// Removes checkpoints that are close to the one before. One that can't be read is removed, too.
+std::vector<Epoch> thin_out(StoreFolder &store, std::uint64_t newest,
+                            const std::vector<SegmentFile> &segments, bool is_compressed) {
+    const int folder = store.folder.descriptor();
+    std::vector<Epoch> epochs;
+    std::uint64_t distance = 0;  // that the next one has to have
+    for (const CheckpointEntry &each : list_checkpoints(folder)) {
+        if (!epochs.empty()) epochs.back().end_time = each.time;
+        if (each.position >= newest) break;
+        Checkpoint checkpoint;
+        const bool is_kept =
+            checkpoint.open(folder, store.control.page().id, each.position) == 0 &&
+            (epochs.empty() || distance_between(epochs.back(), checkpoint.head(), segments,
+                                                is_compressed) >= distance);
+        if (is_kept) {
+            epochs.push_back({each.position, checkpoint.head().segment, each.disk_bytes, 0});
+            distance = std::max(each.disk_bytes, least_distance);
+        } else {
+            remove_checkpoint(folder, each.position);
+        }
+    }
+    return epochs;
 }
 
 // How many of the oldest epochs are too much.
@@ -81,14 +94,18 @@ void remove_old_files(StoreFolder &store, const kel_journal_settings &settings,
                       std::uint64_t position, std::uint64_t segment) {
     const int folder = store.folder.descriptor();
     remove_working_settings(folder);
-    if (settings.enabled == 0) {
+    if (settings.enabled == KEL_JOURNAL_OFF) {
         remove_checkpoints(folder, position);
         remove_segments(folder, position, segment);
         return;
     }
     remove_working_checkpoints(folder);
-    const std::vector<Epoch> epochs = thin_out(store, position);
-    const std::size_t dropped = count_dropped(epochs, settings, list_segments(folder), segment);
+    ControlPage &page = store.control.page();
+    const bool is_compressed = settings.enabled == KEL_JOURNAL_COMPRESSED;
+    if (is_compressed) compress_segments(folder, page.id, segment, page.checkpoint_progress);
+    const std::vector<SegmentFile> segments = list_segments(folder);
+    const std::vector<Epoch> epochs = thin_out(store, position, segments, is_compressed);
+    const std::size_t dropped = count_dropped(epochs, settings, segments, segment);
     const bool keeps_some = dropped < epochs.size();
     remove_checkpoints(folder, keeps_some ? epochs[dropped].position : position);
     const std::uint64_t oldest = keeps_some ? epochs[dropped].segment : segment;

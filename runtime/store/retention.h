@@ -12,7 +12,8 @@
 namespace tarnbase::runtime {
 
 // Removes what isn't kept before the newest checkpoint, which is of `position`, in the segment that
-// begins at `segment`. The caller has the checkpoint lock.
+// begins at `segment`, and compresses the log before that one, if the settings say so. The caller
+// has the checkpoint lock.
 void remove_old_files(StoreFolder &store, const kel_journal_settings &settings,
                       std::uint64_t position, std::uint64_t segment);
 

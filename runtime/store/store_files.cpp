@@ -7,7 +7,7 @@
 
 #include "runtime/base/error_text.h"
 #include "runtime/base/folder_entries.h"
-#include "runtime/log/segment.h"
+#include "runtime/log/segment_files.h"
 #include "runtime/store/new_folder.h"
 
 namespace tarnbase::runtime {

@@ -113,6 +113,7 @@ class Expectation {
 // checkpoint, which replaces the ones before and most of the log.
 std::string left_over(const std::string &folder, bool has_journal) {
     constexpr std::size_t position_digits = 16;
+    constexpr std::string_view compressed = ".zst";
     const auto is_position = [](std::string_view name, std::string_view prefix) {
         return name.starts_with(prefix) && name.size() == prefix.size() + position_digits;
     };
@@ -124,6 +125,11 @@ std::string left_over(const std::string &folder, bool has_journal) {
             checkpoints += 1;
         } else if (is_position(name, "log-")) {
             segments += 1;
+        } else if (has_journal && name.ends_with(compressed) &&
+                   is_position(std::string_view(name).substr(0, name.size() - compressed.size()),
+                               "log-")) {
+            if (std::filesystem::exists(entry.path().parent_path() / entry.path().stem()))
+                return entry.path().stem().string() + " is left beside " + name;
         } else if (name != "store" && name != "control" && name != "processes" &&
                    (name != "journal" || !has_journal)) {
             return name + " is left";
@@ -136,6 +142,12 @@ std::string left_over(const std::string &folder, bool has_journal) {
 
 // Of every second chain, the store has a journal.
 bool has_journal(const Chain &chain) { return chain.seed % 2 == 1; }
+
+// Of every second one of these, it is compressed.
+std::uint32_t journal_of(const Chain &chain) {
+    if (!has_journal(chain)) return KEL_JOURNAL_OFF;
+    return chain.seed % 8 >= 4 ? KEL_JOURNAL_COMPRESSED : KEL_JOURNAL_ON;
+}
 
 }  // namespace
 
@@ -182,7 +194,7 @@ Result run(const Chain &chain, const std::string &folder) {
                                       : last_rounds,
                         expectation.before(),
                         expectation.after(),
-                        has_journal(chain),
+                        journal_of(chain),
                         chain.seed % 4 == 3};
         result.failure = run(link, journal);
         if (journal.is_checked) {

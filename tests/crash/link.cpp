@@ -71,9 +71,9 @@ void work(const Link &link, tarn::store &store, Journal &journal) {
 }
 
 void start_journal(const Link &link, tarn::store &store) {
-    if (tarn::try_describe_journal(store).value().settings.enabled != 0) return;
+    if (tarn::try_describe_journal(store).value().settings.enabled != KEL_JOURNAL_OFF) return;
     kel_journal_settings settings{};
-    settings.enabled = 1;
+    settings.enabled = link.journal;
     settings.durability = link.is_durable ? KEL_DURABILITY_COMMIT : KEL_DURABILITY_PROCESS;
     settings.keep_bytes = 1 << 20;
     tarn::set_journal(store, settings);
@@ -91,7 +91,7 @@ void open_and_work(const Link &link, Journal &journal) {
         pause();
         check(link, store, journal);
         resume();
-        if (link.has_journal) start_journal(link, store);
+        if (link.journal != KEL_JOURNAL_OFF) start_journal(link, store);
         work(link, store, journal);
     }
     pause();

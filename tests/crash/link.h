@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "tarnbase/journal.h"
 #include "tests/crash/model.h"
 #include "tests/crash/points.h"
 
@@ -43,8 +44,8 @@ struct Link {
     std::uint64_t rounds;  // the process ends after these
     const State &before;   // what the store may contain
     const State &after;
-    bool has_journal = false;  // of the store: it is switched on first
-    bool is_durable = false;   // each commit, too
+    std::uint32_t journal = KEL_JOURNAL_OFF;  // of the store: it is set first
+    bool is_durable = false;                  // each commit, too
 };
 
 // The rounds of a link: the first one opens, the others are random.

@@ -44,6 +44,7 @@ struct Run {
     std::uint64_t seed;
     std::uint64_t cuts;
     std::uint32_t durability;
+    bool is_compressed;  // the journal, which is kept as a whole then
     std::string folder;
     std::string store() const { return folder + "/store"; }
     std::string lost() const { return folder + "/lost"; }
@@ -152,6 +153,8 @@ void recover(const Run &run, const Cut &cut) {
         throw std::runtime_error("transaction " + std::to_string(last) + " is the last one, not " +
                                  std::to_string(cut.least) + " to " + std::to_string(cut.most));
     }
+    const bool keeps_history = run.is_compressed && run.durability != KEL_DURABILITY_PROCESS;
+    if (keeps_history && cut.seed % 4 == 0) store->check_history(run.lost());
     if (cut.seed % 8 != 0) return;
     // It is usable, and a second loss at once costs nothing.
     store->commit(last + 1);
@@ -160,11 +163,20 @@ void recover(const Run &run, const Cut &cut) {
     if (Workload(run.lost()).check() != last + 1) throw std::runtime_error("it lost a commit");
 }
 
-[[noreturn]] void work(const Run &run, int requests, int replies) {
+kel_journal_settings settings_of(const Run &run) {
     constexpr std::uint32_t interval = 2;
+    kel_journal_settings settings{};
+    settings.enabled = run.is_compressed ? KEL_JOURNAL_COMPRESSED : KEL_JOURNAL_ON;
+    settings.durability = run.durability;
+    settings.interval = run.durability == KEL_DURABILITY_INTERVAL ? interval : 0;
+    settings.keep_bytes = run.is_compressed ? 0 : 1 << 20;
+    return settings;
+}
+
+[[noreturn]] void work(const Run &run, int requests, int replies) {
     Workload store(run.store());
     store.begin();
-    store.set_durability(run.durability, run.durability == KEL_DURABILITY_INTERVAL ? interval : 0);
+    store.set_journal(settings_of(run));
     Recorder recording(run, requests, replies);
     recorder = &recording;
     Random random(run.seed + 1);
@@ -246,7 +258,7 @@ int run_all() {
         constexpr std::uint32_t durabilities[] = {KEL_DURABILITY_COMMIT, KEL_DURABILITY_INTERVAL,
                                                   KEL_DURABILITY_COMMIT, KEL_DURABILITY_PROCESS};
         const Run run{seed, std::min(cuts_of_a_run, wanted - cuts), durabilities[seed % 4],
-                      directory / std::to_string(seed)};
+                      seed / 4 % 2 == 1, directory / std::to_string(seed)};
         const std::uint64_t made = run_cuts(run);
         if (made == 0) return 1;
         cuts += made;

@@ -1,15 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/power/workload.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <span>
 #include <stdexcept>
 
+#include "runtime/base/file.h"
+#include "runtime/checkpoint/checkpoint.h"
+#include "runtime/control/control.h"
+#include "runtime/log/log.h"
 #include "tarnbase/runtime.h"
 
 namespace power {
+
+namespace runtime = tarnbase::runtime;
 
 namespace {
 
@@ -104,13 +112,28 @@ std::uint64_t Workload::check() const {
     return last;
 }
 
-void Workload::set_durability(std::uint32_t durability, std::uint32_t interval) const {
-    kel_journal_settings settings{};
-    settings.enabled = 1;
-    settings.durability = durability;
-    settings.interval = interval;
-    settings.keep_bytes = 1 << 20;
+void Workload::set_journal(const kel_journal_settings &settings) const {
     need(kel_store_set_journal(store_, &settings));
+}
+
+void Workload::check_history(const std::string &path) const {
+    const runtime::File folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    runtime::Control control;
+    need(control.open(folder.descriptor(), path.c_str()));
+    const auto checkpoints = runtime::list_checkpoints(folder.descriptor());
+    runtime::Checkpoint oldest;
+    expect(!checkpoints.empty() && oldest.open(folder.descriptor(), control.page().id,
+                                               checkpoints.front().position) == 0,
+           "the oldest checkpoint can't be opened");
+    const runtime::CheckpointHead &head = oldest.head();
+    runtime::LogReader log;
+    std::uint32_t error =
+        log.open(folder.descriptor(), head.id, head.segment, head.position, head.sequence + 1);
+    std::span<const char> frame;
+    while (error == 0) error = log.next(control.page().published.load(), frame);
+    if (error == ENODATA) return;
+    throw std::runtime_error("the history ends at " + std::to_string(log.position()) + ", error " +
+                             std::to_string(error) + ": " + log.what());
 }
 
 void Workload::checkpoint() const {

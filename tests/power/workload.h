@@ -26,7 +26,9 @@ class Workload {
     // The number of the last transaction. Throws if anything isn't as that one left it.
     std::uint64_t check() const;
 
-    void set_durability(std::uint32_t durability, std::uint32_t interval) const;
+    void set_journal(const kel_journal_settings &settings) const;
+    // Throws unless the log can be read from the oldest checkpoint to its end.
+    void check_history(const std::string &path) const;
     // A checkpoint, or a new segment and a checkpoint.
     void checkpoint() const;
     void compact() const;

@@ -450,6 +450,37 @@ TEST_F(Replicas, CanBeginAtAnOlderCheckpointThatIsKept) {
     EXPECT_EQ(oldest.all_changes().back()[0], '+');
 }
 
+TEST_F(Replicas, ReadACompressedJournal) {
+    Connections::create(path, {{"a", 1}});
+    {
+        Connections all(path);
+        keep_journal(all);
+        for (const char name : {'x', 'y'}) fill(all, name);
+    }
+    const auto changes_since_the_oldest = [&] {
+        Replica replica(path, KEL_REPLICA_OLDEST);
+        Texts texts;
+        while (replica.advance() == 0) {
+            for (const std::string &each : replica.changes()) {
+                texts.push_back(
+                    each + " by " +
+                    (replica.last.command != nullptr ? replica.last.command : "nobody"));
+            }
+        }
+        return texts;
+    };
+    const Texts plain = changes_since_the_oldest();
+    EXPECT_EQ(plain.size(), 81U);  // The first one is that of the table.
+    {
+        const Connections all(path);
+        kel_journal_settings settings{};
+        settings.enabled = KEL_JOURNAL_COMPRESSED;
+        tarn::set_journal(all.store, settings);
+        EXPECT_GE(tarn::try_describe_compression(all.store).value().segments, 5U);
+    }
+    EXPECT_EQ(changes_since_the_oldest(), plain);
+}
+
 TEST_F(Replicas, HaveTheChangesOfATableInCpp) {
     Connections::create(path, {{"a", 1}, {"b", 2}});
     Child writer(turns(path, {[](Connections &all) {

@@ -65,6 +65,35 @@ TEST_F(Journal, DurableCommitsAreOnTheDisk) {
     EXPECT_EQ(after["begin"], before["begin"]);
 }
 
+TEST_F(Journal, CompressesWhatOnlyTheJournalNeeds) {
+    expect_done({"journal", "start"});
+    EXPECT_EQ(status()["compress"], false);
+    ASSERT_EQ(on_store({"set", "ldap_conn", "b.example", "num_conns=8"}).exit_code, 0);
+    ASSERT_EQ(tarnctl({"store", "compact", store}).exit_code, 0);
+    EXPECT_EQ(status()["compressed_segments"], 0);
+    const std::string log = on_store({"log"}).out;
+
+    expect_done({"journal", "start", "--compress"});
+    const json compressed = status();
+    EXPECT_EQ(compressed["compress"], true);
+    EXPECT_GE(compressed["compressed_segments"], 1);
+    EXPECT_GT(compressed["compressed_plain_bytes"], 5 * compressed["compressed_bytes"].get<int>());
+    const std::string text = on_store({"journal", "status"}).out;
+    EXPECT_TRUE(holds(text, "journal       on, compressed\n")) << text;
+    EXPECT_TRUE(holds(text, "of the log, from ")) << text;
+    EXPECT_EQ(on_store({"log"}).out, log);
+
+    // It stays so until it is switched off, and then what is compressed does.
+    expect_done({"journal", "start", "--keep", "2G"});
+    EXPECT_EQ(status()["compress"], true);
+    expect_done({"journal", "start", "--no-compress"});
+    EXPECT_EQ(status()["compress"], false);
+    EXPECT_EQ(status()["compressed_segments"], compressed["compressed_segments"]);
+    EXPECT_EQ(on_store({"log"}).out, log);
+    expect_done({"journal", "stop"});
+    EXPECT_EQ(status()["compressed_segments"], 0);
+}
+
 TEST_F(Journal, RefusesSettingsThatMakeNoSense) {
     expect_refusals({
         {2, {"journal", "start", "--keep", "0"}, "--keep `0`: expected a size"},
@@ -75,6 +104,7 @@ TEST_F(Journal, RefusesSettingsThatMakeNoSense) {
         {2, {"journal", "start", "--durability", "3600001ms"}, "expected `process`"},
         {2, {"journal", "start", "--durability", "often"}, "--durability `often`: expected"},
         {2, {"journal", "start", "--full-disk", "wait"}, "--full-disk"},
+        {2, {"journal", "start", "--compress", "--no-compress"}, "--no-compress"},
     });
     EXPECT_EQ(tarnctl({"journal", "status", directory / "none"}).exit_code, 4);
     EXPECT_EQ(status()["enabled"], false);

@@ -86,6 +86,7 @@ bool is_own_name(const std::string &name) {
                                               "tracking",
                                               "tracking_scope",
                                               "transaction",
+                                              "try_describe_compression",
                                               "try_describe_journal",
                                               "try_differences",
                                               "try_label",

@@ -46,6 +46,14 @@ inline result<kel_journal_description> try_describe_journal(const store &which) 
     return description;
 }
 
+/// Returns: how much of the log is compressed. Errors: as kel_store_describe_compression.
+inline result<kel_journal_compression> try_describe_compression(const store &which) {
+    kel_journal_compression compression = {};
+    const std::uint32_t status = kel_store_describe_compression(which.c_store(), &compression);
+    if (status != 0) return detail::last_failure(status);
+    return compression;
+}
+
 #if TARN_EXCEPTIONS
 /// As try_label; throws.
 inline void label(session &in, const transaction &of, const std::string &text) {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "runtime/catalog/named_entry.h"
-#include "runtime/log/segment.h"
+#include "runtime/log/segment_files.h"
 #include "tests/unit/runtime_check/checked_store.h"
 #include "tests/unit/runtime_check/crafted_store.h"
 

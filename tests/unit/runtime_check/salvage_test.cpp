@@ -9,7 +9,7 @@
 #include "catalogue/catalogue.h"
 #include "runtime/catalog/named_entry.h"
 #include "runtime/index/node.h"
-#include "runtime/log/segment.h"
+#include "runtime/log/segment_files.h"
 #include "tarnbase/module.h"
 #include "tests/unit/runtime_check/crafted_store.h"
 

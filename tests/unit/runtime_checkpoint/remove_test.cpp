@@ -6,6 +6,7 @@
 #include <csignal>
 #include <thread>
 
+#include "runtime/base/working_file.h"
 #include "tests/unit/runtime_checkpoint/support.h"
 
 namespace tarnbase::runtime {
@@ -88,7 +89,7 @@ TEST_F(Remove, AKilledWriterLeavesTheCheckpointOrAWorkingFile) {
 
 // Two processes of one number, in different pid namespaces.
 TEST_F(Remove, AWorkingNameThatIsTakenIsLeft) {
-    const std::string taken = working_checkpoint_name(4, 0);
+    const std::string taken = working_name(checkpoint_name(4), 0);
     touch(taken);
     write(4, Image(image_page_bytes));
     EXPECT_EQ(names(), (std::vector{checkpoint_name(4), taken}));

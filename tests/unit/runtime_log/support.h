@@ -23,6 +23,7 @@
 #include "runtime/base/file.h"
 #include "runtime/log/frame.h"
 #include "runtime/log/log.h"
+#include "runtime/log/segment_files.h"
 #include "tests/support/temporary_directory.h"
 
 namespace tarnbase::runtime {

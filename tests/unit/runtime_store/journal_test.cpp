@@ -17,6 +17,7 @@
 #include "runtime/control/journal_settings.h"
 #include "runtime/log/log.h"
 #include "runtime/log/notes.h"
+#include "runtime/log/segment_files.h"
 #include "tarnbase/journal.h"
 #include "tests/unit/runtime_store/open_store.h"
 
@@ -96,6 +97,19 @@ class Journal : public StoreTest {
     }
     static void start(const OpenStore &store, const kel_journal_settings &settings) {
         ASSERT_EQ(kel_store_set_journal(store.store, &settings), 0U) << kel_error_text();
+    }
+    static kel_journal_settings compressed() {
+        kel_journal_settings settings{};
+        settings.enabled = KEL_JOURNAL_COMPRESSED;
+        return settings;
+    }
+    static kel_journal_compression compression(const OpenStore &store) {
+        kel_journal_compression found{};
+        EXPECT_EQ(kel_store_describe_compression(store.store, &found), 0U) << kel_error_text();
+        return found;
+    }
+    std::vector<runtime::SegmentFile> segments() const {
+        return runtime::list_segments(Files(path).folder.descriptor());
     }
     static kel_journal_description describe(const OpenStore &store) {
         kel_journal_description description{};
@@ -335,10 +349,139 @@ TEST_F(Journal, WhatIsOlderThanItMayBeIsRemoved) {
     EXPECT_EQ(describe(store).begin, newest);
 }
 
+TEST_F(Journal, TheLogBeforeTheNewestCheckpointIsCompressed) {
+    const OpenStore store(path.c_str());
+    make_number(store);
+    start(store, compressed());
+    for (int i = 0; i < 4; ++i) fill_log(store, 3);
+    const kel_journal_compression found = compression(store);
+    EXPECT_GT(found.plain_bytes, 10ULL << 20);
+    EXPECT_LT(found.bytes, found.plain_bytes / 5);
+    EXPECT_LT(describe(store).bytes, 4ULL << 20);
+    // One frame is from before the journal.
+    EXPECT_EQ(entries().size(), 1 + 4U * (3 * 32 + 1));
+
+    const Files files(path);
+    Checkpoint newest;
+    ASSERT_EQ(newest.open(files.folder.descriptor(), files.control.page().id,
+                          files.checkpoints().back().position),
+              0U);
+    std::uint64_t count = 0;
+    for (const runtime::SegmentFile &each : segments()) {
+        EXPECT_EQ(each.is_compressed, each.first < newest.head().segment);
+        EXPECT_NE(each.is_plain, each.is_compressed);
+        count += each.is_compressed ? 1 : 0;
+    }
+    EXPECT_EQ(found.segments, count);
+}
+
+TEST_F(Journal, OfACompressedLogTheSizeOnDiskCounts) {
+    const OpenStore store(path.c_str());
+    make_number(store);
+    kel_journal_settings settings = compressed();
+    settings.keep_bytes = 4 << 20;
+    start(store, settings);
+    const std::uint64_t begin = describe(store).begin;
+    for (int i = 0; i < 8; ++i) fill_log(store, 3);
+    EXPECT_EQ(describe(store).begin, begin);
+    EXPECT_EQ(entries().size(), 1 + 8U * (3 * 32 + 1));
+    // A checkpoint has as much compressed log before it as it takes itself, at least 1 MiB.
+    EXPECT_EQ(describe(store).checkpoints, 2U);
+
+    settings.keep_bytes = 1;
+    start(store, settings);
+    EXPECT_EQ(describe(store).checkpoints, 1U);
+    EXPECT_EQ(compression(store).segments, 0U);
+}
+
+TEST_F(Journal, CompressionIsSwitchedOnAndOff) {
+    const OpenStore store(path.c_str());
+    make_number(store);
+    start(store, enabled());
+    EXPECT_EQ(read_file(path + "/" + runtime::journal_name)[8], 1);
+    fill_log(store, 3);
+    EXPECT_EQ(compression(store).segments, 0U);
+
+    start(store, compressed());
+    EXPECT_EQ(read_file(path + "/" + runtime::journal_name)[8], 2);
+    const std::uint64_t segments = compression(store).segments;
+    EXPECT_GE(segments, 3U * 4);
+
+    start(store, enabled());
+    EXPECT_EQ(read_file(path + "/" + runtime::journal_name)[8], 1);
+    fill_log(store, 3);
+    EXPECT_EQ(compression(store).segments, segments);
+    EXPECT_EQ(entries().size(), 1 + 2U * (3 * 32 + 1));
+
+    start(store, {});
+    EXPECT_EQ(compression(store).segments, 0U);
+    for (const runtime::SegmentFile &each : this->segments()) EXPECT_FALSE(each.is_compressed);
+    const SmallStore private_store;
+    kel_journal_compression none;
+    EXPECT_EQ(kel_store_describe_compression(private_store.store, &none), std::uint32_t{EINVAL});
+}
+
+TEST_F(Journal, ADamagedCompressedSegmentIsReportedByReaders) {
+    const OpenStore store(path.c_str());
+    make_number(store);
+    start(store, compressed());
+    fill_log(store, 3);
+    const Files files(path);
+    const std::uint64_t damaged = segments()[3].first;
+    const std::string name = path + "/" + runtime::compressed_segment_name(damaged);
+    std::string content = read_file(name);
+    content.back() = static_cast<char>(content.back() ^ 1);
+    write_file(name, content);
+    LogReader log;
+    ASSERT_EQ(files.open(log, files.checkpoints().front().position), 0U);
+    std::span<const char> frame;
+    std::uint32_t error = 0;
+    while (error == 0) error = log.next(describe(store).end, frame);
+    EXPECT_EQ(error, std::uint32_t{EBADMSG});
+    EXPECT_EQ(log.position(), damaged);
+    EXPECT_STREQ(log.what(), "a compressed log segment has a wrong checksum");
+}
+
+TEST_F(Journal, AfterARestartTheLogContinuesInACompressedSegment) {
+    std::uint64_t end = 0;
+    {
+        const OpenStore store(path.c_str());
+        make_number(store);
+        start(store, compressed());
+        count(store, 1, 2);
+        fill_log(store, 1);
+        count(store, 2, 3);
+        ASSERT_EQ(kel_store_compact(store.store), 0U);
+    }
+    // The disk has neither the newest checkpoint nor the log from there on.
+    std::filesystem::remove(path + "/" +
+                            runtime::checkpoint_name(Files(path).checkpoints().back().position));
+    for (const runtime::SegmentFile &each : segments()) {
+        if (each.is_plain) std::filesystem::remove(path + "/" + runtime::segment_name(each.first));
+    }
+    const std::uint64_t last = segments().back().first;
+    restart();
+    {
+        const OpenStore store(path.c_str());
+        ASSERT_EQ(store.error, 0U) << kel_error_text();
+        EXPECT_EQ(*store.find("number"), 2U);
+        const runtime::SegmentFile continued = segments().back();
+        EXPECT_EQ(continued.first, last);
+        EXPECT_TRUE(continued.is_plain);
+        EXPECT_FALSE(continued.is_compressed);
+        end = describe(store).end;
+        count(store, 3, 700);
+        EXPECT_GT(describe(store).end, end);
+    }
+    const OpenStore store(path.c_str());
+    ASSERT_EQ(store.error, 0U) << kel_error_text();
+    EXPECT_EQ(*store.find("number"), 699U);
+}
+
 TEST_F(Journal, SettingsAreChecked) {
     const OpenStore store(path.c_str());
     for (const kel_journal_settings &wrong :
-         {kel_journal_settings{2, 0, 0, 0, 0, 0}, kel_journal_settings{0, 3, 0, 0, 0, 0},
+         {kel_journal_settings{3, 0, 0, 0, 0, 0}, kel_journal_settings{0, 3, 0, 0, 0, 0},
           kel_journal_settings{0, KEL_DURABILITY_INTERVAL, 0, 0, 0, 0},
           kel_journal_settings{0, KEL_DURABILITY_INTERVAL, 3'600'001, 0, 0, 0},
           kel_journal_settings{0, KEL_DURABILITY_COMMIT, 1, 0, 0, 0},

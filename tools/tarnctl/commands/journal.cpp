@@ -28,6 +28,8 @@ struct Options {
     std::string keep_for;
     std::string durability;
     std::optional<uint32_t> full_disk;
+    bool compress = false;
+    bool no_compress = false;
     bool json = false;
 };
 
@@ -89,6 +91,13 @@ kel_journal_description journal_of(const Store &store) {
     return journal;
 }
 
+kel_journal_compression compression_of(const Store &store) {
+    kel_journal_compression compression{};
+    if (kel_store_describe_compression(store.store(), &compression) != 0)
+        throw Failure(Exit::store, kel_error_text());
+    return compression;
+}
+
 void apply(const Options &options, kel_journal_settings &settings) {
     if (!options.keep.empty()) settings.keep_bytes = size_of(options.keep);
     if (!options.keep_for.empty()) settings.keep_seconds = seconds_of(options.keep_for);
@@ -96,12 +105,18 @@ void apply(const Options &options, kel_journal_settings &settings) {
     if (options.full_disk) settings.full_disk = *options.full_disk;
 }
 
+uint32_t mode(const Options &options, uint32_t before, bool enabled) {
+    if (!enabled) return KEL_JOURNAL_OFF;
+    if (options.compress) return KEL_JOURNAL_COMPRESSED;
+    return options.no_compress || before == KEL_JOURNAL_OFF ? KEL_JOURNAL_ON : before;
+}
+
 void set(const Options &options, bool enabled) {
     kel_journal_settings settings{};
     apply(options, settings);  // a wrong option is noticed before the store is opened
     const Store store = Store::open_to_read(options.store);
     settings = journal_of(store).settings;
-    settings.enabled = enabled ? 1 : 0;
+    settings.enabled = mode(options, settings.enabled, enabled);
     apply(options, settings);
     const uint32_t status = kel_store_set_journal(store.store(), &settings);
     if (status != 0) throw Failure(status == EBUSY ? Exit::busy : Exit::store, kel_error_text());
@@ -124,9 +139,11 @@ std::string seconds_text(uint64_t seconds) {
     return fmt::format("{}s", seconds);
 }
 
-void print_json(const kel_journal_description &journal) {
+void print_json(const kel_journal_description &journal,
+                const kel_journal_compression &compression) {
     const kel_journal_settings &settings = journal.settings;
-    Json json{{"enabled", settings.enabled != 0},
+    Json json{{"enabled", settings.enabled != KEL_JOURNAL_OFF},
+              {"compress", settings.enabled == KEL_JOURNAL_COMPRESSED},
               {"durability", durability_text(settings)},
               {"full_disk", full_disk_text(settings)},
               {"keep_bytes", settings.keep_bytes},
@@ -136,7 +153,10 @@ void print_json(const kel_journal_description &journal) {
               {"end", journal.end},
               {"durable", journal.durable},
               {"bytes", journal.bytes},
-              {"checkpoints", journal.checkpoints}};
+              {"checkpoints", journal.checkpoints},
+              {"compressed_segments", compression.segments},
+              {"compressed_bytes", compression.bytes},
+              {"compressed_plain_bytes", compression.plain_bytes}};
     if (journal.gap != 0) {
         json.set("gap", journal.gap);
         json.set("gap_time", utc_time(journal.gap_time));
@@ -144,12 +164,18 @@ void print_json(const kel_journal_description &journal) {
     std::cout << json.dump(2) << '\n';
 }
 
-void print_text(const kel_journal_description &journal) {
+const char *mode_text(const kel_journal_settings &settings) {
+    if (settings.enabled == KEL_JOURNAL_OFF) return "off";
+    return settings.enabled == KEL_JOURNAL_COMPRESSED ? "on, compressed" : "on";
+}
+
+void print_text(const kel_journal_description &journal,
+                const kel_journal_compression &compression) {
     const kel_journal_settings &settings = journal.settings;
     const auto line = [](std::string_view name, const std::string &value) {
         std::cout << fmt::format("{:<14}{}\n", name, value);
     };
-    line("journal", settings.enabled != 0 ? "on" : "off");
+    line("journal", mode_text(settings));
     line(
         "keeps",
         fmt::format("{}, for {}", settings.keep_bytes == 0 ? "all" : size_text(settings.keep_bytes),
@@ -161,15 +187,20 @@ void print_text(const kel_journal_description &journal) {
     line("ends", fmt::format("at position {}; on the disk up to {}", journal.end, journal.durable));
     line("takes", fmt::format("{} in the log and {} checkpoint{}", size_text(journal.bytes),
                               journal.checkpoints, journal.checkpoints == 1 ? "" : "s"));
+    if (compression.segments != 0)
+        line("compressed",
+             fmt::format("{} file{} of the log, from {} to {}", compression.segments,
+                         compression.segments == 1 ? "" : "s", size_text(compression.plain_bytes),
+                         size_text(compression.bytes)));
     if (journal.gap != 0)
         line("gap", fmt::format("a full disk has cost what was before position {}, {}", journal.gap,
                                 local_time(journal.gap_time)));
 }
 
 void show(const Options &options) {
-    const kel_journal_description journal = journal_of(Store::open_to_read(options.store));
-    if (options.json) print_json(journal);
-    else print_text(journal);
+    const Store store = Store::open_to_read(options.store);
+    const auto print = options.json ? print_json : print_text;
+    print(journal_of(store), compression_of(store));
 }
 
 cli::Command &declare(cli::Command &group, const char *name, const char *summary,
@@ -197,11 +228,17 @@ void declare_start(cli::Command &group) {
                                                        {"gap", KEL_FULL_DISK_GAP}};
     command.option("--full-disk", "WHAT", cli::one_of(full_disk, options->full_disk),
                    "`refuse` commits, the default, or give up what was kept: `gap`");
+    command
+        .flag("--compress", options->compress,
+              "Compress what only the journal needs of the log, when a checkpoint is made")
+        .excludes("no-compress");
+    command.flag("--no-compress", options->no_compress,
+                 "Leave the log as it is written, the default; what is compressed stays so");
     command.notes =
         "Options that aren't given stay as they are. Programs that use the store follow with\n"
         "their next transaction.\n\n"
         "Examples:\n"
-        "  tarnctl journal start --keep 2G --keep-for 30d net.store\n"
+        "  tarnctl journal start --keep 2G --keep-for 30d --compress net.store\n"
         "  tarnctl journal start --durability commit net.store";
     command.action = [options] { set(*options, true); };
 }
