@@ -333,6 +333,45 @@ TEST_F(Replicas, AdvanceToTheChangesOfOneRecord) {
     EXPECT_EQ(changes_of("none"), Texts{});
 }
 
+TEST_F(Replicas, AdvanceToTheChangesOfAKeyInCpp) {
+    Connections::create(path, {{"a", 1}, {"b", 1}});
+    const std::uint64_t created = Replica(path).sequence();
+    {
+        Connections all(path);
+        for (const char *const name : {"b", "a", "b", "a"}) all.commit(name, 5);
+        all.commit("a", 6);
+        tarn::transaction transaction(all.session);
+        all.table().erase("a");
+        transaction.commit();
+    }
+    tarn::replica moved = tarn::replica::open(path, created);
+    tarn::replica replica = std::move(moved);
+    const tarn::store store = replica.store();
+    const tarn::session session(store);
+    const auto table = tarn::table<tarn::ldap_conn>::open(session, table_name);
+    using step = tarn::replica::step;
+    ASSERT_EQ(replica.advance_record(table, "a"), step::applied);
+    EXPECT_EQ(replica.changes_of(table, session)[0].after->num_conns(), 5U);
+    EXPECT_EQ(replica.sequence(), created + 2);
+    ASSERT_EQ(replica.advance_record(table, "a"), step::applied);
+    EXPECT_EQ(replica.changes_of(table, session)[0].after->num_conns(), 6U);
+    ASSERT_EQ(replica.try_advance_record(table, "a").value(), step::applied);
+    EXPECT_FALSE(replica.changes_of(table, session)[0].after.has_value());
+    EXPECT_EQ(replica.advance_record(table, "a"), step::current);
+}
+
+TEST_F(Replicas, AdvanceToTheChangesOfAKeyOfItsSourceAlone) {
+    Connections::create(path, {{"a", 1}});
+    const std::uint64_t created = Replica(path).sequence();
+    { Connections(path).commit("a", 5); }
+    tarn::replica replica = tarn::replica::open(path, created);
+    const tarn::store store = replica.store();
+    const tarn::session session(store);
+    const auto table = tarn::table<tarn::ldap_conn>::open(session, table_name);
+    EXPECT_EQ(replica.advance_record(table, "a", tarn::source{7}), tarn::replica::step::current);
+    EXPECT_EQ(replica.sequence(), created + 1);
+}
+
 TEST_F(Replicas, GoOnWithAllRecordsAfterOne) {
     Connections::create(path, {{"a", 1}});
     const std::uint64_t created = Replica(path).sequence();

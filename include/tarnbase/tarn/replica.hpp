@@ -5,11 +5,14 @@
 #define TARNBASE_TARN_REPLICA_HPP
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "tarnbase/replica.h"
 #include "tarnbase/tarn/record.hpp"
 #include "tarnbase/tarn/session.hpp"
+#include "tarnbase/tarn/store.hpp"
+#include "tarnbase/tarn/table.hpp"
 #include "tarnbase/tarn/table_reader.hpp"
 
 namespace tarn {
@@ -40,10 +43,13 @@ class replica {
     };
 
     replica(replica &&other) noexcept
-        : replica_(std::exchange(other.replica_, nullptr)), last_(other.last_) {}
+        : replica_(std::exchange(other.replica_, nullptr)),
+          last_(other.last_),
+          keys_(std::move(other.keys_)) {}
     replica &operator=(replica &&other) noexcept {
         std::swap(replica_, other.replica_);
         std::swap(last_, other.last_);
+        std::swap(keys_, other.keys_);
         return *this;
     }
     ~replica() { kel_replica_close(replica_); }
@@ -65,6 +71,18 @@ class replica {
     result<step> try_advance_record(kel_table *table, const kel_record *place) {
         return step_of(kel_replica_advance_record(replica_, table, place, &last_));
     }
+    /// The same for the record of a table with a key, of the thread's tenant.
+    template <typename Table>
+    result<step> try_advance_record(const basic_table_reader<Table> &of,
+                                    const typename Table::key_type &key,
+                                    source from = source::standard) {
+        const result<void> is_ready = make_keys();
+        if (!is_ready) return is_ready.error();
+        const basic_table<Table> keys(keys_->on_it.c_handle(), nullptr);
+        const result<basic_new_record<Table>> place = keys.try_make(key, from);
+        if (!place) return place.error();
+        return try_advance_record(of.c_table(), place->c_record());
+    }
     /// Returns: the last transaction of a store that was committed at a time, in nanoseconds since
     /// 1970, or before. Errors: EOVERFLOW, ENODATA: as kel_replica_sequence_at.
     static result<std::uint64_t> try_sequence_at(const std::string &path, std::uint64_t time) {
@@ -83,6 +101,11 @@ class replica {
     /// As try_advance_record; throws.
     step advance_record(kel_table *table, const kel_record *place) {
         return try_advance_record(table, place).value();
+    }
+    template <typename Table>
+    step advance_record(const basic_table_reader<Table> &of, const typename Table::key_type &key,
+                        source from = source::standard) {
+        return try_advance_record(of, key, from).value();
     }
     /// As try_sequence_at; throws.
     static std::uint64_t sequence_at(const std::string &path, std::uint64_t time) {
@@ -126,8 +149,24 @@ class replica {
         return detail::last_failure(status);
     }
 
+    // A private store, since a record of a key can't be made in the replica's.
+    struct key_store {
+        tarn::store made;
+        session on_it;
+    };
+    result<void> make_keys() {
+        if (keys_) return {};
+        result<tarn::store> made = tarn::store::try_create_private();
+        if (!made) return made.error();
+        result<session> on_it = session::try_open(*made);
+        if (!on_it) return on_it.error();
+        keys_.emplace(key_store{std::move(*made), std::move(*on_it)});
+        return {};
+    }
+
     kel_replica *replica_;
     kel_replica_transaction last_{};
+    std::optional<key_store> keys_;
 };
 
 }  // namespace tarn
