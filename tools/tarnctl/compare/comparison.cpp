@@ -18,13 +18,6 @@ namespace {
 // The header of a frame has a stamp of the handle that wrote it, and isn't compared.
 constexpr std::size_t frame_body = KEL_MESSAGE_HEADER_SIZE;
 
-// A state flag as a field.
-const Field state_field = [] {
-    Field field{};
-    field.kind = Kind::u_int8;
-    return field;
-}();
-
 struct Pair {
     std::optional<Instance> a;
     std::optional<Instance> b;
@@ -130,7 +123,8 @@ class TableComparison {
             return;
         Change change{pair_.any().full_name(), RecordCopy(a), RecordCopy(b), std::nullopt};
         std::vector<FieldChange> fields = changes_between(*change.before, *change.after);
-        add_state(a, b, fields);
+        for (const FlagChange &flag : flags_between(state_flags_of(a), state_flags_of(b)))
+            fields.push_back(field_change(flag));
         std::erase_if(fields, [&](const FieldChange &field) { return is_ignored(field.field); });
         if (fields.empty()) return;
         change.fields = std::move(fields);
@@ -149,33 +143,6 @@ class TableComparison {
                                return field.size() == each.size() || field[each.size()] == '.' ||
                                       field[each.size()] == '[';
                            });
-    }
-
-    static void add_state(const Record &a, const Record &b, std::vector<FieldChange> &fields) {
-        const Table &table = *a.table;
-        const auto flags_of = [](const Record &record, auto object_of, const Structure &structure) {
-            return state_flags_of(record.handle,
-                                  object_of(record.handle, KEL_TX_NONE, record.record), structure);
-        };
-        add_flags("state", flags_of(a, table.object, *table.type),
-                  flags_of(b, table.object, *table.type), fields);
-        if (table.key_type == nullptr) return;
-        add_flags("key_state", flags_of(a, table.key_object, *table.key_type),
-                  flags_of(b, table.key_object, *table.key_type), fields);
-    }
-
-    static void add_flags(std::string_view name, const StateFlags &a, const StateFlags &b,
-                          std::vector<FieldChange> &fields) {
-        std::map<std::string, std::pair<int, int>> flags;
-        for (const auto &[path, flag] : a) flags[path].first = flag;
-        for (const auto &[path, flag] : b) flags[path].second = flag;
-        for (const auto &[path, pair] : flags) {
-            if (pair.first == pair.second) continue;
-            FieldChange change{fmt::format("{}({})", name, path), std::to_string(pair.first),
-                               std::to_string(pair.second)};
-            change.leaf = &state_field;
-            fields.push_back(std::move(change));
-        }
     }
 
     // The index's order.

@@ -4,6 +4,7 @@
 #include <fmt/core.h>
 
 #include <charconv>
+#include <map>
 #include <string_view>
 
 #include "base/failure.h"
@@ -77,6 +78,54 @@ StateFlags state_flags_of(kel_handle *handle, void *object, const Structure &str
     const tarn::tracking_scope scope(handle, tarn::tracking::existing);
     collect(handle, object, structure, "", flags);
     return flags;
+}
+
+RecordFlags state_flags_of(const Record &record) {
+    const Table &table = *record.table;
+    RecordFlags flags;
+    flags.object = state_flags_of(
+        record.handle, table.object(record.handle, KEL_TX_NONE, record.record), *table.type);
+    if (table.key_type != nullptr)
+        flags.key = state_flags_of(record.handle,
+                                   table.key_object(record.handle, KEL_TX_NONE, record.record),
+                                   *table.key_type);
+    return flags;
+}
+
+namespace {
+
+void add_changes(bool is_of_key, const StateFlags &before, const StateFlags &after,
+                 std::vector<FlagChange> &changes) {
+    std::map<std::string, std::pair<uint8_t, uint8_t>> flags;
+    for (const auto &[path, flag] : before) flags[path].first = flag;
+    for (const auto &[path, flag] : after) flags[path].second = flag;
+    for (const auto &[path, pair] : flags) {
+        if (pair.first != pair.second)
+            changes.push_back({is_of_key, path, pair.first, pair.second});
+    }
+}
+
+// A state flag as a field.
+const Field state_field = [] {
+    Field field{};
+    field.kind = Kind::u_int8;
+    return field;
+}();
+
+}  // namespace
+
+std::vector<FlagChange> flags_between(const RecordFlags &before, const RecordFlags &after) {
+    std::vector<FlagChange> changes;
+    add_changes(false, before.object, after.object, changes);
+    add_changes(true, before.key, after.key, changes);
+    return changes;
+}
+
+FieldChange field_change(const FlagChange &change) {
+    FieldChange field{fmt::format("{}({})", change.is_of_key ? "key_state" : "state", change.path),
+                      std::to_string(change.before), std::to_string(change.after)};
+    field.leaf = &state_field;
+    return field;
 }
 
 void set_state_flag(kel_handle *handle, uint32_t tx_id, void *object, const Structure &structure,

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/schema.h"
+#include "model/difference.h"
 #include "tarnbase/tarn/tracking.hpp"
 
 namespace tarnctl {
@@ -22,6 +23,24 @@ bool is_tracked(const void *object);
 // (`minute`), an element of one (`minute[5]`).
 using StateFlags = std::vector<std::pair<std::string, uint8_t>>;
 StateFlags state_flags_of(kel_handle *handle, void *object, const Structure &structure);
+
+// A record's flags: of its object, and of its key object.
+struct RecordFlags {
+    StateFlags object;
+    StateFlags key;
+};
+RecordFlags state_flags_of(const Record &record);
+
+// A flag that differs between two states of a record.
+struct FlagChange {
+    bool is_of_key;
+    std::string path;
+    uint8_t before;
+    uint8_t after;
+};
+std::vector<FlagChange> flags_between(const RecordFlags &before, const RecordFlags &after);
+// The same as a change of a field, `state(num_conns)` or `key_state(port)`.
+FieldChange field_change(const FlagChange &change);
 
 // Sets the flag of a field. The object is tracked. Failure `data` if there is no such field.
 void set_state_flag(kel_handle *handle, uint32_t tx_id, void *object, const Structure &structure,

@@ -12,6 +12,7 @@
 
 #include "base/schema.h"
 #include "model/difference.h"
+#include "model/state.h"
 
 namespace tarnctl {
 
@@ -20,8 +21,13 @@ struct Undo {
     std::string table;  // the full name of its instance
     std::optional<RecordCopy> before;
     std::optional<RecordCopy> after;
-    std::vector<FieldChange> fields;  // of a record that was changed
-    std::string frame;                // the wire form of one that was deleted
+    // Of a record that was changed.
+    std::vector<FieldChange> fields;
+    std::vector<FlagChange> flags;
+    // The wire form of one that was deleted, or whose object was raised to another variant: then
+    // it comes back as a whole.
+    std::string frame;
+    bool is_raised = false;
 
     const RecordCopy &record() const { return after ? *after : *before; }
     // "tbl_ldap_conn:ldap a.example".

@@ -3,29 +3,17 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "base/failure.h"
 #include "edit/membership.h"
 #include "exchange/importer.h"
+#include "revert/target.h"
 #include "tarnbase/tarn/journal.hpp"
 
 namespace tarnctl {
 namespace {
-
-std::vector<std::string> key_of(const RecordCopy &record) {
-    std::vector<std::string> key;
-    for (std::size_t i = 0; i < record.columns().size() && record.columns()[i].is_key; ++i)
-        key.push_back(record.text(i));
-    return key;
-}
-
-std::optional<Instance> held(const Store &store, const std::string &name) {
-    for (const Instance &each : instances(store)) {
-        if (each.full_name() == name) return each;
-    }
-    return std::nullopt;
-}
 
 Value value_of(const Record &record, const FieldChange &field, uint32_t tx_id) {
     return record.value(column_named(*record.table, field.field), tx_id);
@@ -34,12 +22,27 @@ Value value_of(const Record &record, const FieldChange &field, uint32_t tx_id) {
 // Why the field can't be set back; "" if it can.
 std::string conflict_of(const Record &record, const FieldChange &field) {
     if (field.leaf == nullptr) return "whether it awaits its destruction can't be set back";
-    if (!field.old_present || !field.new_present)
-        return fmt::format("{}: the variant of its object can't be set back", field.field);
     const Value value = value_of(record, field, KEL_TX_NONE);
     if (!value.present()) return fmt::format("{}: it doesn't have it any more", field.field);
     if (value.text() == field.new_text) return "";
     return fmt::format("{}: it is {}, not {}", field.field, value.text(), field.new_text);
+}
+
+// The flags that aren't as the transaction left them.
+std::vector<std::string> conflicts_of(const Record &record, const std::vector<FlagChange> &flags) {
+    std::vector<std::string> found;
+    if (flags.empty()) return found;
+    const RecordFlags present = state_flags_of(record);
+    for (const FlagChange &each : flags) {
+        const StateFlags &all = each.is_of_key ? present.key : present.object;
+        const auto flag = std::find_if(all.begin(), all.end(),
+                                       [&](const auto &one) { return one.first == each.path; });
+        const uint8_t now = flag != all.end() ? flag->second : uint8_t{0};
+        if (now != each.after)
+            found.push_back(
+                fmt::format("{}: it is {}, not {}", field_change(each).field, now, each.after));
+    }
+    return found;
 }
 
 // An enumeration may have a number that no enumerator has.
@@ -50,14 +53,32 @@ void set_back(Value value, const std::string &text) {
     else value.set_text(text);
 }
 
-}  // namespace
-
-Record Reversal::find(const Instance &instance, const Undo &undo) const {
-    const RecordCopy &record = undo.record();
-    const tarn::tenant_scope tenant(record.tenant());
-    const Key key(*instance.table, key_of(record), scratch_);
-    return find_record(store_, instance, key, record.src());
+// Sets fields and state flags to what they were; the flags last, since setting a field sets its
+// flag.
+void set_back(const Record &record, const Undo &undo, uint32_t tx_id) {
+    for (const FieldChange &field : undo.fields)
+        set_back(value_of(record, field, tx_id), field.old_text);
+    const Table &table = *record.table;
+    for (const FlagChange &flag : undo.flags) {
+        void *object =
+            (flag.is_of_key ? table.key_object : table.object)(record.handle, tx_id, record.record);
+        set_state_flag(record.handle, tx_id, object, flag.is_of_key ? *table.key_type : *table.type,
+                       flag.path, flag.before);
+    }
 }
+
+// What taking it back changes.
+Change change_of(const Undo &undo) {
+    Change change{undo.table, undo.after, undo.before};
+    if (undo.flags.empty()) return change;
+    change.fields = changes_between(*undo.after, *undo.before);
+    for (const FlagChange &each : undo.flags)
+        change.fields->push_back(
+            field_change({each.is_of_key, each.path, each.after, each.before}));
+    return change;
+}
+
+}  // namespace
 
 std::vector<std::string> Reversal::conflicts() const {
     std::vector<std::string> found;
@@ -69,13 +90,14 @@ void Reversal::add_conflicts(const Undo &undo, std::vector<std::string> &found) 
     const auto add = [&](const std::string &what) {
         if (!what.empty()) found.push_back(fmt::format("{}  {}", undo.name(), what));
     };
-    const std::optional<Instance> instance = held(store_, undo.table);
+    const std::optional<Instance> instance = instance_named(store_, undo.table);
     if (!instance) return add("the store doesn't have the table");
-    const Record present = find(*instance, undo);
+    const Record present = find_target(store_, *instance, undo.record(), scratch_);
     if (!undo.after) return add(present.record != nullptr ? "there is such a record" : "");
     if (present.record == nullptr) return add("it isn't there");
-    if (undo.before) {
+    if (undo.before && !undo.is_raised) {
         for (const FieldChange &field : undo.fields) add(conflict_of(present, field));
+        for (const std::string &each : conflicts_of(present, undo.flags)) add(each);
         return;
     }
     for (const FieldChange &field : changes_between(*undo.after, RecordCopy(present)))
@@ -89,18 +111,18 @@ void Reversal::run(const std::function<void(const Change &)> &listener) {
     if (!labelled) throw Failure(Exit::store, labelled.error().what());
     for (const Undo &undo : plan_.undos) {
         take_back(undo, transaction.id());
-        listener({undo.table, undo.after, undo.before});
+        listener(change_of(undo));
     }
     transaction.commit();
 }
 
 void Reversal::take_back(const Undo &undo, uint32_t tx_id) {
-    const Instance instance = *held(store_, undo.table);
+    const Instance instance = *instance_named(store_, undo.table);
     if (!undo.after) return insert(instance, undo, tx_id);
-    const Record record = find(instance, undo);
-    if (!undo.before) return remove_record(store_, instance, record, tx_id);
-    for (const FieldChange &field : undo.fields)
-        set_back(value_of(record, field, tx_id), field.old_text);
+    const Record record = find_target(store_, instance, undo.record(), scratch_);
+    if (undo.before && !undo.is_raised) return set_back(record, undo, tx_id);
+    remove_record(store_, instance, record, tx_id);
+    if (undo.is_raised) insert(instance, undo, tx_id);
 }
 
 void Reversal::insert(const Instance &instance, const Undo &undo, uint32_t tx_id) {

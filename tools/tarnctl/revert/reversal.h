@@ -26,7 +26,6 @@ class Reversal {
     void run(const std::function<void(const Change &)> &listener);
 
  private:
-    Record find(const Instance &instance, const Undo &undo) const;
     void add_conflicts(const Undo &undo, std::vector<std::string> &found) const;
     void take_back(const Undo &undo, uint32_t tx_id);
     void insert(const Instance &instance, const Undo &undo, uint32_t tx_id);
