@@ -345,8 +345,10 @@ TEST_F(Journal, WhatIsOlderThanItMayBeIsRemoved) {
         std::filesystem::last_write_time(path + "/" + runtime::checkpoint_name(each.position), old);
     }
     fill_log(store, 3);
-    // The log after the newest of them isn't that old.
-    EXPECT_EQ(describe(store).begin, newest);
+    // The log after the newest of them isn't that old. One that the background made shortly before
+    // may have taken its place.
+    EXPECT_LE(describe(store).begin, newest);
+    EXPECT_GT(describe(store).begin + (1 << 20), newest);
 }
 
 TEST_F(Journal, TheLogBeforeTheNewestCheckpointIsCompressed) {
