@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # The installed files, in components: Runtime is libtarnbase, EmbeddedRuntime is
 # libtarnbase-runtime, Development the headers and build files, Tools the programs, Exporter
-# tarn-exporter, Agentx tarn-agentx, Documentation the documents and Debug the debug information of the others.
+# tarn-exporter, Agentx tarn-agentx, Python the Python package, Documentation the documents and
+# Debug the debug information of the others.
 # docs/packaging.md describes their use.
 include(CMakePackageConfigHelpers)
 include(TarnbaseDebug)
