@@ -88,8 +88,8 @@ void get_next(const Tree &tree, View &view, const Oid &root, netsnmp_request_inf
     set_value(variable, answer->cell);
 }
 
-int handle(netsnmp_mib_handler * /*handler*/, netsnmp_handler_registration *registration,
-           netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
+void answer_all(netsnmp_handler_registration *registration, netsnmp_agent_request_info *info,
+                netsnmp_request_info *requests) {
     const Oid root = from_net(registration->rootoid, registration->rootoid_len);
     agent.answers->read([&](const Tree &tree, View &view) {
         for (auto *each = requests; each != nullptr; each = each->next) {
@@ -98,7 +98,18 @@ int handle(netsnmp_mib_handler * /*handler*/, netsnmp_handler_registration *regi
             else if (info->mode == MODE_GETNEXT) get_next(tree, view, root, each);
         }
     });
-    return SNMP_ERR_NOERROR;
+}
+
+// No exception passes through net-snmp, which is C.
+int handle(netsnmp_mib_handler * /*handler*/, netsnmp_handler_registration *registration,
+           netsnmp_agent_request_info *info, netsnmp_request_info *requests) {
+    try {
+        answer_all(registration, info, requests);
+        return SNMP_ERR_NOERROR;
+    } catch (const std::exception &failure) {
+        snmp_log(LOG_ERR, "%s: %s\n", program, failure.what());
+        return SNMP_ERR_GENERR;
+    }
 }
 
 void register_root(const Oid &root) {

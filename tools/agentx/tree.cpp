@@ -53,8 +53,9 @@ std::vector<Oid> Tree::roots() const {
 void Tree::rebuild(const tarnctl::Store &store) {
     for (const auto &each : tables_) each->clear();
     for (const Instance &instance : tarnctl::instances(store)) {
-        tarnctl::for_each_record(store, instance, [&](const Record &record) {
-            change(instance, std::nullopt, record);
+        // A replica is a store that only this process uses.
+        tarnctl::for_each_own_record(store, instance, [&](const Record &record) {
+            if (tarnctl::is_readable(store, record)) change(instance, std::nullopt, record);
             return true;
         });
     }

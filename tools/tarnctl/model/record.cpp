@@ -98,11 +98,15 @@ std::string Record::text() const {
     return std::move(*form);
 }
 
-void check_readable(const Store &store, const Record &record) {
+bool is_readable(const Store &store, const Record &record) {
     const auto *object = static_cast<const kel_object *>(
         record.table->object(record.handle, KEL_TX_NONE, record.record));
-    const bool object_readable = object == nullptr || store.holds(object->descriptor);
-    if (object_readable && store.holds(record.record->descriptor)) return;
+    return (object == nullptr || store.holds(object->descriptor)) &&
+           store.holds(record.record->descriptor);
+}
+
+void check_readable(const Store &store, const Record &record) {
+    if (is_readable(store, record)) return;
     throw Failure(Exit::store,
                   fmt::format("{}: only the process that made the records of {} can read them: "
                               "their descriptors aren't in the store (a handle with "
@@ -212,8 +216,7 @@ std::optional<Record> record_at(const Store &store, const Instance &instance, co
         e_avl_search(instance.block->index_root, &place.index_node, instance.table->order));
     if (found == nullptr) return std::nullopt;
     const Record record{instance.table, store.handle(), found};
-    check_readable(store, record);
-    return record;
+    return is_readable(store, record) ? std::optional(record) : std::nullopt;
 }
 
 Record find_record(const Store &store, const Instance &instance, const Key &key, uint8_t src) {

@@ -51,8 +51,10 @@ struct Record {
     std::string text() const;
 };
 
-// Failure `store` if the record's descriptors aren't in the store but in the memory of the process
-// that made it, so that no other process can read it.
+// False if the record's descriptors aren't in the store but in the memory of the process that made
+// it, so that no other process can read it.
+bool is_readable(const Store &store, const Record &record);
+// Failure `store` if it isn't readable.
 void check_readable(const Store &store, const Record &record);
 
 // Calls `function` with all records of an instance, of all tenants and sources, in key order, until
@@ -97,7 +99,7 @@ class Key {
 void for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
                             const std::function<bool(const Record &)> &function);
 
-// The record of this key, tenant and source; none if there is none.
+// The record of this key, tenant and source; none if there is none that can be read.
 std::optional<Record> record_at(const Store &store, const Instance &instance, const Key &key,
                                 uint16_t tenant, uint8_t src);
 

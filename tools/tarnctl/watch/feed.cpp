@@ -137,7 +137,15 @@ void Feed::each_change(const ChangeFunction &function) {
         const kel_replica_change &change = last.changes[i];
         const Followed &table = followed(change.table);
         if (!table.instance) continue;
-        function(*table.instance, record_of(table, change.before), record_of(table, change.after));
+        const auto readable = [&](const kel_record *record) -> std::optional<Record> {
+            if (record == nullptr) return std::nullopt;
+            const Record found{table.instance->table, store_.handle(),
+                               const_cast<kel_record *>(record)};
+            return is_readable(store_, found) ? std::optional(found) : std::nullopt;
+        };
+        const std::optional<Record> before = readable(change.before);
+        const std::optional<Record> after = readable(change.after);
+        if (before || after) function(*table.instance, before, after);
     }
 }
 

@@ -47,7 +47,8 @@ class Feed {
     // the conditions, before it or after it, and a column that is followed has changed.
     std::vector<Change> changes();
     // Calls `function` with each record of a followed table that it changed, before it and after
-    // it, whatever the conditions and the columns are.
+    // it, whatever the conditions and the columns are. Those that only their maker can read are
+    // left out.
     using ChangeFunction =
         std::function<void(const Instance &instance, const std::optional<Record> &before,
                            const std::optional<Record> &after)>;
