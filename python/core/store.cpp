@@ -40,6 +40,18 @@ class Deadline {
     std::optional<steady_clock::time_point> end_;
 };
 
+// Counts a thread as long as it exists. The interpreter's lock is held then.
+class Count {
+ public:
+    explicit Count(int &threads) : threads_(threads) { ++threads_; }
+    Count(const Count &) = delete;
+    Count &operator=(const Count &) = delete;
+    ~Count() { --threads_; }
+
+ private:
+    int &threads_;
+};
+
 void look_for_signals() {
     if (PyErr_CheckSignals() != 0) throw Raised();
 }
@@ -145,22 +157,16 @@ bool Store::is_calm() const {
 
 template <typename Call>
 auto Store::without_lock(Call call) {
-    ++busy_;
-    const auto result = [&] {
-        const WithoutLock others;
-        return call();
-    }();
-    --busy_;
-    return result;
+    const Count counted(busy_);
+    const WithoutLock others;
+    return call();
 }
 
 // A call that may change the copy.
 template <typename Call>
 auto Store::changing(Call call) {
-    ++changing_;
-    const auto result = without_lock(call);
-    --changing_;
-    return result;
+    const Count counted(changing_);
+    return without_lock(call);
 }
 
 void Store::enter() {

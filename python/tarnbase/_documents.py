@@ -2,6 +2,7 @@
 """Whole stores as documents, and single frames."""
 from __future__ import annotations
 
+import errno
 from typing import Any
 
 from . import errors, schema
@@ -26,7 +27,7 @@ def decode(frame: bytes) -> tuple[str, Any, dict[str, Any]]:
     luid = frame[LUID_BEGIN:LUID_END]
     name = next((each.name for each in schema.tables.values() if each.luid == luid), None)
     if name is None:
-        raise errors.BadValue(22, 'the frame is of no table of the schema')
+        raise errors.BadValue(errno.EINVAL, 'the frame is of no table of the schema')
     with private(64 << 20) as store:
         table = store.tables.open(name)
         with store.transaction() as transaction:

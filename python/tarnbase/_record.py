@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import datetime
+import errno
 import ipaddress
 import socket
 from collections.abc import Callable, Mapping
@@ -75,13 +76,13 @@ class Field:
             self.structure(at.inner(self.number)).update(value)
         else:
             wanted = 'a datetime' if self.type == TIME_TYPE else f'a {self.structure.__name__}'
-            raise errors.BadType(22, f'{self.name}: expected {wanted} or a mapping of fields, '
-                                     f'not {value!r}')
+            raise errors.BadType(errno.EINVAL, f'{self.name}: expected {wanted} or a mapping of '
+                                               f'fields, not {value!r}')
 
     def _write_time(self, inner: _core.Object, value: datetime.datetime) -> None:
         if value.tzinfo is None:
-            raise errors.BadValue(22, f'{self.name}: expected a datetime with a time zone, '
-                                      f'not {value!r}')
+            raise errors.BadValue(errno.EINVAL, f'{self.name}: expected a datetime with a time '
+                                                f'zone, not {value!r}')
         seconds, rest = divmod(value - EPOCH, SECOND)
         inner.set(0, seconds)
         inner.set(1, rest // MICROSECOND * 1000)
@@ -146,7 +147,7 @@ class Structure:
         field = self._field(first)
         if field.structure is None:
             if rest:
-                raise errors.NoSuchField(2, f'{self._name}.{first} has no fields')
+                raise errors.NoSuchField(errno.ENOENT, f'{self._name}.{first} has no fields')
             return field.read(self._at)
         inner = field.structure(self._at.inner(field.number))
         return inner.get(rest) if rest else inner
@@ -161,8 +162,8 @@ class Structure:
             self._field(name).write(self._at, value)
 
     def to_dict(self) -> dict[str, Any]:
-        """A copy of the fields: structures are dicts, arrays bytes. Fields that the object's variant
-        lacks are left out."""
+        """A copy of the fields: structures are dicts, arrays bytes. Fields that the object's
+        variant lacks are left out."""
         variant = self._at.variant
         return {field.name: field.to_plain(self._at)
                 for field in self._fields.values() if field.first_variant <= variant}
@@ -170,12 +171,12 @@ class Structure:
     def _field(self, name: str) -> Field:
         field = self._fields.get(name) or self._fields.get(name.removesuffix('_'))
         if field is None:
-            raise errors.NoSuchField(2, f'{self._name} has no field {name}')
+            raise errors.NoSuchField(errno.ENOENT, f'{self._name} has no field {name}')
         return field
 
     def __setattr__(self, name: str, value: Any) -> None:
         if not hasattr(type(self), name):
-            raise errors.NoSuchField(2, f'{self._name} has no field {name}')
+            raise errors.NoSuchField(errno.ENOENT, f'{self._name} has no field {name}')
         object.__setattr__(self, name, value)
 
     def __eq__(self, other: object) -> bool:

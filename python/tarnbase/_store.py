@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import contextlib
 import datetime
+import errno
 import os
 from collections.abc import Iterator, Mapping
 from types import TracebackType
@@ -115,7 +116,7 @@ def _structure_named(name: str) -> str:
     for prefix in ('', 'st_', 'kel_'):
         if prefix + name in schema.structures:
             return prefix + name
-    raise errors.NoSuchKey(2, f'the schema has no structure {name}')
+    raise errors.NoSuchKey(errno.ENOENT, f'the schema has no structure {name}')
 
 
 class Store(Session):
@@ -224,7 +225,7 @@ class Store(Session):
     @contextlib.contextmanager
     def _parked(self) -> Iterator[None]:
         if not self.path:
-            raise errors.NotPossible(22, 'a private store has no history')
+            raise errors.NotPossible(errno.EINVAL, 'a private store has no history')
         writable = self.writable
         self._core.close()
         try:
@@ -245,12 +246,13 @@ def open(path: str | os.PathLike[str], mode: str = 'r', *, at: Moment | None = N
     size in bytes that a new store may grow to; 0: the default.
     """
     if mode not in MODES:
-        raise errors.BadValue(22, f"mode: expected 'r', 'w', 'c' or 'x', not {mode!r}")
+        raise errors.BadValue(errno.EINVAL, f"mode: expected 'r', 'w', 'c' or 'x', not {mode!r}")
     name = os.fspath(path)
     if at is None:
         return Store(_core.Store.open(name, MODES[mode], capacity))
     if mode != 'r':
-        raise errors.BadValue(22, "mode: a state of the past can only be read: expected 'r'")
+        raise errors.BadValue(errno.EINVAL,
+                              "mode: a state of the past can only be read: expected 'r'")
     return open_past(name, at)
 
 
@@ -268,13 +270,17 @@ def sequence_at(path: str, moment: Moment) -> int:
     if isinstance(moment, int):
         return moment
     if moment.tzinfo is None:
-        raise errors.BadValue(22, f'at: expected a datetime with a time zone, not {moment!r}')
+        raise errors.BadValue(errno.EINVAL,
+                              f'at: expected a datetime with a time zone, not {moment!r}')
     return _core.sequence_at(path, (moment - EPOCH) // MICROSECOND * 1000 + 999)
 
 
 @contextlib.contextmanager
 def tenant(number: int) -> Iterator[None]:
     """Sets this thread's tenant: records are made for it, and reading is limited to it."""
+    if not 0 <= number <= 65535:
+        raise errors.BadValue(errno.EINVAL,
+                              f'tenant: expected a number from 0 to 65535, not {number!r}')
     before = _core.tenant()
     _core.set_tenant(number)
     try:

@@ -2,6 +2,7 @@
 """Tables as mappings from keys to records, in the order of the keys."""
 from __future__ import annotations
 
+import errno
 from collections.abc import ItemsView, Iterator, KeysView, Mapping, ValuesView
 from typing import TYPE_CHECKING, Any, TypeVar
 
@@ -48,7 +49,10 @@ class Table(Mapping[K, R]):
         return self._core_table.full_name
 
     def of_source(self, source: int) -> Table[K, R]:
-        """The same table, limited to another source."""
+        """The same table, limited to another source, from 0 to 255."""
+        if not 0 <= source <= 255:
+            raise errors.BadValue(errno.EINVAL,
+                                  f'source: expected a number from 0 to 255, not {source!r}')
         return Table(self._session, self._bound, source)
 
     # ---- Reading.
@@ -64,7 +68,8 @@ class Table(Mapping[K, R]):
     def __getitem__(self, key: K) -> R:
         found = self._bound.find(key, self._source)
         if found is None:
-            raise errors.NoSuchKey(2, f'{self.full_name} has no record of the key {key!r}')
+            raise errors.NoSuchKey(errno.ENOENT,
+                                   f'{self.full_name} has no record of the key {key!r}')
         return self._record(found)
 
     def get(self, key: K, default: Any = None) -> Any:
@@ -238,8 +243,8 @@ class Tables(Mapping[str, Table[Any, Any]]):
             return found[0]
         held = ', '.join(each.full_name for each in found or all_tables) or 'none'
         if found:
-            raise errors.NoSuchKey(2, f'the store has several tables {name}: {held}')
-        raise errors.NoSuchKey(2, f'the store has no table {name}; it has {held}')
+            raise errors.NoSuchKey(errno.ENOENT, f'the store has several tables {name}: {held}')
+        raise errors.NoSuchKey(errno.ENOENT, f'the store has no table {name}; it has {held}')
 
     def __iter__(self) -> Iterator[str]:
         return (each.full_name for each in self._session._core.tables())
@@ -253,7 +258,7 @@ class Tables(Mapping[str, Table[Any, Any]]):
         type_name, _, own_name = name.partition(':')
         type_name = 'tbl_' + type_name.removeprefix('tbl_')
         if type_name not in schema.tables:
-            raise errors.NoSuchKey(2, f'the schema has no table {type_name}')
+            raise errors.NoSuchKey(errno.ENOENT, f'the schema has no table {type_name}')
         if not own_name and (found := self._only(type_name)) is not None:
             return Table(self._session, found)
         made = self._session._core.make_table(type_name, own_name or type_name[len('tbl_'):])

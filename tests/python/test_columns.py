@@ -36,7 +36,8 @@ def test_texts_are_bytes_and_offsets(table):
     assert column.tolist() == list(table)
     fixed = memoryview(column.fixed)
     assert fixed.format == f'{len("größer".encode())}s' and fixed.shape == (4,)
-    rows = [fixed.tobytes()[at:at + fixed.itemsize] for at in range(0, fixed.nbytes, fixed.itemsize)]
+    size = fixed.itemsize
+    rows = [fixed.tobytes()[begin:begin + size] for begin in range(0, fixed.nbytes, size)]
     assert [each.rstrip(b'\0').decode() for each in rows] == list(table)
     with pytest.raises(TypeError, match="duration isn't a column of texts"):
         table.columns('duration')['duration'].fixed
@@ -51,7 +52,7 @@ def test_an_array_is_a_row_of_two_dimensions(table):
 def test_a_field_of_a_structure_is_named_by_its_path(table):
     column = table.columns('aaa_authen.requests')['aaa_authen.requests']
     assert column.tolist() == [each.aaa_authen.requests for each in table.values()]
-    with pytest.raises(tarnbase.NoSuchField, match='name one of its fields, as aaa_authen.requests'):
+    with pytest.raises(tarnbase.NoSuchField, match='as aaa_authen.requests'):
         table.columns('aaa_authen')
     for name in ('nothing', 'aaa_authen.nothing', 'duration.x', ''):
         with pytest.raises(tarnbase.NoSuchField, match='tbl_aaa_servers has no field'):

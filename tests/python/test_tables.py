@@ -152,6 +152,14 @@ def test_each_source_has_its_records(store, servers):
         ('a.example', 1), ('a.example', 9), ('b.example', 1), ('c.example', 1)]
 
 
+def test_a_tenant_and_a_source_are_numbers_in_their_ranges(servers):
+    with pytest.raises(tarnbase.BadValue, match='tenant: expected a number from 0 to 65535'):
+        with tarnbase.tenant(65536):
+            pass
+    with pytest.raises(tarnbase.BadValue, match='source: expected a number from 0 to 255'):
+        servers.of_source(-1)
+
+
 def test_tables_are_found_by_type_and_name(store, servers):
     assert list(store.tables) == ['tbl_ldap_conn:ldap'] and len(store.tables) == 1
     for name in ('ldap_conn', 'tbl_ldap_conn', 'ldap_conn:ldap', 'tbl_ldap_conn:ldap'):
