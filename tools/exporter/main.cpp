@@ -25,7 +25,8 @@ namespace {
 constexpr std::size_t answering_threads = 4;
 
 void say(const std::string &text) {
-    std::cerr << "tarn-exporter: " << tarnctl::one_line(text) << std::endl;
+    // In one piece: the threads of the stores write too.
+    std::cerr << fmt::format("tarn-exporter: {}\n", tarnctl::one_line(text));
 }
 
 // The signals that end the program, for which `main` waits: no thread handles them.
