@@ -1,29 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is under /api/v1, as JSON. A failure is thrown as `ApiError`.
+// What is under /api/v1 of the present, as JSON. A failure is thrown as `ApiError` or as
+// `tarnctl::Failure`.
 #ifndef TOOLS_EXPORTER_API_H
 #define TOOLS_EXPORTER_API_H
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "exporter/failure.h"
 #include "exporter/message.h"
 #include "exporter/metrics.h"
 
 namespace exporter {
 
-class ApiError : public std::runtime_error {
- public:
-    ApiError(int status, const std::string &text) : std::runtime_error(text), status_(status) {}
-    int status() const { return status_; }
-
- private:
-    int status_;
-};
-
-// {"error": "..."}
-Response error_response(int status, const std::string &text);
+// The store that the request names; of a single one it needn't.
+FollowedStore &store_of(const Stores &stores, const Request &request);
 
 // The tables of the stores, with their numbers of records.
 Response tables_response(const Stores &stores, const Request &request);
@@ -32,7 +24,7 @@ Response records_response(const Stores &stores, const Request &request, const st
 // The records of one key.
 Response record_response(const Stores &stores, const Request &request, const std::string &table,
                          const std::vector<std::string> &key);
-// The tables, types and enumerations of the schema, and the figures of each table.
+// The tables, structures and enumerations of the schema, and the figures of each table.
 Response schema_response();
 // The changes of a store, as server-sent events.
 Response changes_response(const Stores &stores, const Request &request);

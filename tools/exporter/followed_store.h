@@ -26,6 +26,7 @@ class FollowedStore final : private tarnctl::StoreFollower {
     explicit FollowedStore(const StoreSettings &settings);
 
     const std::string &name() const { return followed_.name(); }
+    const std::string &folder() const { return followed_.folder(); }
     StoreStatus status() const { return followed_.status(); }
     EventLog &events() { return events_; }
 

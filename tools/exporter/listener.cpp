@@ -28,8 +28,10 @@ Request request_of(const httplib::Request &from) {
     request.method = from.method;
     request.target = from.target.substr(0, from.target.find('?'));
     request.parameters = {from.params.begin(), from.params.end()};
+    request.host = from.get_header_value("Host");
     request.authorization = from.get_header_value("Authorization");
     request.last_event_id = from.get_header_value("Last-Event-ID");
+    request.if_none_match = from.get_header_value("If-None-Match");
     return request;
 }
 
@@ -108,6 +110,9 @@ struct Listener::Server {
         http.set_read_timeout(seconds_to_send);
         http.set_write_timeout(seconds_to_send);
         http.set_keep_alive_timeout(seconds_to_send);
+        // A page is dozens of small files: each would wait for the client's acknowledgement.
+        http.set_keep_alive_max_count(1000);
+        http.set_tcp_nodelay(true);
         http.set_payload_max_length(most_body_bytes);
         // Without the library's own choice, which shares a port with other programs.
         http.set_socket_options([](socket_t descriptor) {

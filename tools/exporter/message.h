@@ -16,8 +16,10 @@ struct Request {
     std::string method;
     std::string target;  // as it was sent, without the query
     std::multimap<std::string, std::string> parameters;
+    std::string host;
     std::string authorization;
     std::string last_event_id;
+    std::string if_none_match;
 
     std::optional<std::string> parameter(const std::string &name) const {
         const auto found = parameters.find(name);

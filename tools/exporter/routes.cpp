@@ -6,26 +6,13 @@
 #include <memory>
 #include <utility>
 
-#include "base/failure.h"
 #include "base/hex.h"
 #include "exporter/api.h"
+#include "exporter/assets.h"
+#include "exporter/past_answer.h"
 
 namespace exporter {
 namespace {
-
-using tarnctl::Exit;
-
-int status_of(Exit code) {
-    switch (code) {
-        case Exit::usage:
-        case Exit::data:
-            return 400;
-        case Exit::difference:
-            return 404;
-        default:
-            return 503;
-    }
-}
 
 // Takes as long wherever the texts differ.
 bool are_equal(const std::string &a, const std::string &b) {
@@ -69,15 +56,16 @@ bool Routes::is_allowed(const Request &request) const {
 }
 
 Response Routes::answer(const Request &request) {
+    Response response;
     try {
-        return route(request);
-    } catch (const ApiError &error) {
-        return error_response(error.status(), error.what());
-    } catch (const tarnctl::Failure &failure) {
-        return error_response(status_of(failure.code()), failure.what());
-    } catch (const std::exception &error) {
-        return error_response(500, error.what());
+        response = route(request);
+    } catch (...) {
+        response = failure_response();
     }
+    // A browser must not take data for a page or a script, nor let another site have them.
+    response.headers["X-Content-Type-Options"] = "nosniff";
+    response.headers["Cross-Origin-Resource-Policy"] = "same-origin";
+    return response;
 }
 
 Response Routes::route(const Request &request) {
@@ -87,6 +75,8 @@ Response Routes::route(const Request &request) {
         return response;
     }
     if (request.target == "/healthz") return health_response(stores_);
+    // The page itself has no data, and can ask for the token.
+    if (const Asset *asset = asset_at(request.target)) return asset_response(*asset, request);
     if (!is_allowed(request)) {
         Response response = error_response(401, "the token is missing or wrong");
         response.headers["WWW-Authenticate"] = "Bearer";
@@ -97,29 +87,38 @@ Response Routes::route(const Request &request) {
                 .body = metrics_text(stores_, settings_.most_series, settings_.version)};
     const std::vector<std::string> path = parts_of(request.target);
     if (path.size() > 2 && path[0] == "api" && path[1] == "v1") return route_api(request, path);
-    throw ApiError(404, "nothing is here; see /metrics, /healthz and /api/v1/tables");
+    throw ApiError(404, "nothing is here; see /, /metrics, /healthz and /api/v1/tables");
 }
 
 Response Routes::route_api(const Request &request, const std::vector<std::string> &path) {
     const std::string &what = path[2];
-    if (what == "tables" && path.size() == 3) return tables_response(stores_, request);
-    if (what == "tables" && path.size() == 4) return records_response(stores_, request, path[3]);
-    if (what == "tables")
-        return record_response(stores_, request, path[3], {path.begin() + 4, path.end()});
-    if (what == "schema" && path.size() == 3) return schema_response();
-    if (what == "changes" && path.size() == 3) return stream(request);
-    throw ApiError(404, "nothing is here; see /api/v1/tables, schema and changes");
+    if (what == "tables") return route_tables(request, {path.begin() + 2, path.end()});
+    if (path.size() == 3) {
+        if (what == "schema") return schema_response();
+        if (what == "changes") return stream(request);
+        if (what == "moments") return answer_about_past(request, {what});
+    }
+    throw ApiError(404, "nothing is here; see /api/v1/tables, schema, changes and moments");
+}
+
+Response Routes::route_tables(const Request &request, const std::vector<std::string> &path) {
+    if (request.parameter("at") || is_history(path)) return answer_about_past(request, path);
+    if (path.size() == 1) return tables_response(stores_, request);
+    if (path.size() == 2) return records_response(stores_, request, path[1]);
+    return record_response(stores_, request, path[1], {path.begin() + 2, path.end()});
+}
+
+Response Routes::answer_about_past(const Request &request, const std::vector<std::string> &path) {
+    const FollowedStore &store = store_of(stores_, request);
+    return past_.answer({store.folder(), store.name(), path, request});
 }
 
 Response Routes::stream(const Request &request) {
     Response response = changes_response(stores_, request);
     // Counts the stream until its response is destroyed.
     const std::shared_ptr<void> counted(nullptr, [this](void *) { --streams_; });
-    if (++streams_ > settings_.most_streams) {
-        Response refused = error_response(503, "there are too many streams; try again later");
-        refused.headers["Retry-After"] = "5";
-        return refused;
-    }
+    if (++streams_ > settings_.most_streams)
+        return busy_response("there are too many streams; try again later");
     response.next_piece = [counted, next = std::move(response.next_piece)](std::string &piece) {
         return next(piece);
     };

@@ -25,14 +25,23 @@ the store; by default it is the folder's name without what follows a dot. A stor
 doesn't exist yet is opened when it does. The exporter reads the stores' files and
 changes nothing: nobody waits for it.
 
-`/metrics` has the figures of all tables for Prometheus, `/api/v1/tables` the tables
-and their records as JSON, `/api/v1/schema` what they mean, `/api/v1/changes` the
-changes as server-sent events, and `/healthz` whether all stores are open.
+`/` is a page that shows all of it in a browser. `/metrics` has the figures of all
+tables for Prometheus, `/api/v1/tables` the tables and their records as JSON, as they
+are or, with `?at=TIME`, as they were, `/api/v1/schema` what they mean,
+`/api/v1/changes` the changes as server-sent events, and `/healthz` whether all stores
+are open.
 
 ADDRESS is `127.0.0.1:9595` by default; `[::1]:9595` and `unix:PATH` are others. With
 --token-file a request needs the header `Authorization: Bearer TOKEN`, except for
-`/healthz`. There is no encryption: an address that others reach needs a proxy before
-it.
+`/healthz` and the files of the page, which asks for the token. There is no encryption:
+an address that others reach needs a proxy before it.
+
+On an address that only this machine reaches, requests are refused whose header Host
+has another name than `localhost`, that address, or one of --host: a site could read the
+stores through a browser otherwise.
+
+What a store was, and the history of a record, are read by a process for each request.
+--max-past and --past-time limit them.
 
 SIGTERM and SIGINT end the exporter; its exit status is then 0.
 
@@ -64,9 +73,12 @@ std::unique_ptr<cli::Command> make_program(Settings &settings) {
     const auto take_address = [&settings](const std::string &word) {
         settings.addresses.push_back(ListenAddress::parse(word));
     };
+    const auto take_host = [&settings](const std::string &word) { settings.hosts.push_back(word); };
     program->argument("STORE", {take_store, {}, true}, "Stores to serve").required();
     program->option("-l,--listen", "ADDRESS", {take_address, {}, true},
                     "Where to listen; may be repeated");
+    program->option("--host", "NAME", {take_host, {}, true},
+                    "Another name that requests may be for, such as a proxy's; may be repeated");
     program->option("--token-file", "FILE", cli::into(settings.token_file),
                     "File whose first line is a token that requests must have");
     program->option("--max-series", "NUMBER", cli::number_into(settings.most_series, 1, 10'000'000),
@@ -75,6 +87,10 @@ std::unique_ptr<cli::Command> make_program(Settings &settings) {
                     "Clients of /api/v1/changes at most; 16 by default");
     program->option("--history", "NUMBER", cli::number_into(settings.history, 1, 1'000'000),
                     "Transactions kept for clients that come back; 10000 by default");
+    program->option("--max-past", "NUMBER", cli::number_into(settings.most_past, 1, 64),
+                    "Requests about the past at once at most; 4 by default");
+    program->option("--past-time", "SECONDS", cli::number_into(settings.past_seconds, 1, 3600),
+                    "Time that each of them may take; 10 by default");
     program->notes = notes;
     program->statuses = tarnctl::exit_statuses();
     return program;

@@ -22,10 +22,13 @@ struct NamedStore {
 struct Settings {
     std::vector<NamedStore> stores;
     std::vector<ListenAddress> addresses;  // none: the usual one
+    std::vector<std::string> hosts;        // names of a proxy
     std::string token_file;
     uint64_t most_series = 20000;
     uint64_t most_streams = 16;
     uint64_t history = 10000;
+    uint64_t most_past = 4;
+    uint64_t past_seconds = 10;
 };
 
 // The program, whose command line is read into `settings`.

@@ -55,6 +55,7 @@ class FollowedStore {
     ~FollowedStore();
 
     const std::string &name() const { return settings_.name; }
+    const std::string &folder() const { return settings_.path; }
     StoreStatus status() const;
 
     // Calls `function` with the store as it is after the transaction; it doesn't change meanwhile.
