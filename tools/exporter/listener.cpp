@@ -29,6 +29,7 @@ Request request_of(const httplib::Request &from) {
     request.target = from.target.substr(0, from.target.find('?'));
     request.parameters = {from.params.begin(), from.params.end()};
     request.host = from.get_header_value("Host");
+    request.accept = from.get_header_value("Accept");
     request.authorization = from.get_header_value("Authorization");
     request.last_event_id = from.get_header_value("Last-Event-ID");
     request.if_none_match = from.get_header_value("If-None-Match");

@@ -17,6 +17,7 @@ struct Request {
     std::string target;  // as it was sent, without the query
     std::multimap<std::string, std::string> parameters;
     std::string host;
+    std::string accept;
     std::string authorization;
     std::string last_event_id;
     std::string if_none_match;

@@ -2,7 +2,6 @@
 #include "exporter/metrics.h"
 
 #include <prometheus/metric_family.h>
-#include <prometheus/text_serializer.h>
 
 #include <algorithm>
 #include <map>
@@ -174,14 +173,14 @@ class Scrape {
         stores_.add_status(followed.name(), followed.status());
     }
 
-    std::string text(const std::string &version) {
+    std::string text(const std::string &version, const prometheus::Serializer &form) {
         std::vector<MetricFamily> all;
         all.push_back(family_of("tarnbase_exporter_build_info", "the version of the exporter",
                                 MetricType::Gauge));
         add(all.back(), {{"version", version}}, 1);
         stores_.move_to(all);
         for (const TableFigures &each : figures_of_schema()) tables_.at(each.table).move_to(all);
-        return prometheus::TextSerializer().Serialize(all);
+        return form.Serialize(all);
     }
 
  private:
@@ -201,10 +200,11 @@ class Scrape {
 
 }  // namespace
 
-std::string metrics_text(const Stores &stores, uint64_t most_series, const std::string &version) {
+std::string metrics_text(const Stores &stores, uint64_t most_series, const std::string &version,
+                         const prometheus::Serializer &form) {
     Scrape scrape(most_series);
     for (const auto &each : stores) scrape.read(*each);
-    return scrape.text(version);
+    return scrape.text(version, form);
 }
 
 }  // namespace exporter

@@ -2,6 +2,7 @@
 #include "exporter/routes.h"
 
 #include <fmt/core.h>
+#include <prometheus/text_serializer.h>
 
 #include <memory>
 #include <utility>
@@ -9,10 +10,13 @@
 #include "base/hex.h"
 #include "exporter/api.h"
 #include "exporter/assets.h"
+#include "exporter/open_metrics.h"
 #include "exporter/past_answer.h"
 
 namespace exporter {
 namespace {
+
+constexpr const char *text_type = "text/plain; version=0.0.4; charset=utf-8";
 
 // Takes as long wherever the texts differ.
 bool are_equal(const std::string &a, const std::string &b) {
@@ -82,12 +86,22 @@ Response Routes::route(const Request &request) {
         response.headers["WWW-Authenticate"] = "Bearer";
         return response;
     }
-    if (request.target == "/metrics")
-        return {.type = "text/plain; version=0.0.4; charset=utf-8",
-                .body = metrics_text(stores_, settings_.most_series, settings_.version)};
+    if (request.target == "/metrics") return metrics_response(request);
     const std::vector<std::string> path = parts_of(request.target);
     if (path.size() > 2 && path[0] == "api" && path[1] == "v1") return route_api(request, path);
     throw ApiError(404, "nothing is here; see /, /metrics, /healthz and /api/v1/tables");
+}
+
+Response Routes::metrics_response(const Request &request) {
+    const auto response = [&](const char *type, const prometheus::Serializer &form) {
+        return Response{
+            .type = type,
+            .body = metrics_text(stores_, settings_.most_series, settings_.version, form),
+            .headers = {{"Vary", "Accept"}}};
+    };
+    return prefers_open_metrics(request.accept)
+               ? response(open_metrics_type, OpenMetricsSerializer())
+               : response(text_type, prometheus::TextSerializer());
 }
 
 Response Routes::route_api(const Request &request, const std::vector<std::string> &path) {

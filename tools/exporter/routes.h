@@ -35,6 +35,7 @@ class Routes {
 
  private:
     Response route(const Request &request);
+    Response metrics_response(const Request &request);
     Response route_api(const Request &request, const std::vector<std::string> &path);
     // The path is that after /api/v1.
     Response route_tables(const Request &request, const std::vector<std::string> &path);
