@@ -79,7 +79,7 @@ Response Routes::route(const Request &request) {
         return response;
     }
     if (request.target == "/healthz") return health_response(stores_);
-    // The page itself has no data, and can ask for the token.
+    // The files of the page have no data, and the token is typed into it.
     if (const Asset *asset = asset_at(request.target)) return asset_response(*asset, request);
     if (!is_allowed(request)) {
         Response response = error_response(401, "the token is missing or wrong");

@@ -33,8 +33,8 @@ are open.
 
 ADDRESS is `127.0.0.1:9595` by default; `[::1]:9595` and `unix:PATH` are others. With
 --token-file a request needs the header `Authorization: Bearer TOKEN`, except for
-`/healthz` and the files of the page, which asks for the token. There is no encryption:
-an address that others reach needs a proxy before it.
+`/healthz` and the files of the page, into which the token is typed. There is no
+encryption: an address that others reach needs a proxy before it.
 
 On an address that only this machine reaches, requests are refused whose header Host
 has another name than `localhost`, that address, or one of --host: a site could read the
