@@ -74,7 +74,7 @@ class Comparison {
         const std::size_t length = length_;
         for (std::uint32_t number = 0; number < type.field_count; ++number) {
             const Field &field = type.fields[number];
-            append(length, field.name);
+            length_ = length;
             if (!compare_field(field, number, objects, is_key || &field == key_)) return false;
         }
         length_ = length;
@@ -82,23 +82,27 @@ class Comparison {
     }
 
  private:
-    // The path of a field whose structure's path has `length` bytes.
-    void append(std::size_t length, const char *name) {
-        const int added =
-            std::snprintf(name_ + length, name_size - length, "%s%s", length == 0 ? "" : ".", name);
-        length_ = std::min(length + static_cast<std::size_t>(added), name_size - 1);
+    // Adds a field to the path. Most fields are equal and need none.
+    void append(const char *name) {
+        const int added = std::snprintf(name_ + length_, name_size - length_, "%s%s",
+                                        length_ == 0 ? "" : ".", name);
+        length_ = std::min(length_ + static_cast<std::size_t>(added), name_size - 1);
     }
 
     bool compare_field(const Field &field, std::uint32_t number, Objects objects, bool is_key) {
         const Objects places = {present_place(field, objects.before),
                                 present_place(field, objects.after)};
         if (places.before == nullptr && places.after == nullptr) return true;
-        if (field.kind == FieldKind::structure) return compare(*field.structure, places, is_key);
+        if (field.kind == FieldKind::structure) {
+            append(field.name);
+            return compare(*field.structure, places, is_key);
+        }
         const bool both = places.before != nullptr && places.after != nullptr;
         if (both && object::operations(field).compare(field, places.before, places.after) == 0) {
             return true;
         }
         ++count_;
+        append(field.name);
         const tarnbase_field_difference difference = {name_, number, is_key ? 1U : 0U,
                                                       value(field, places.before),
                                                       value(field, places.after)};

@@ -12,6 +12,12 @@ std::string dumped(const Document &value, int indent) {
     return value.dump(indent, ' ', false, Document::error_handler_t::replace);
 }
 
+// Makes place for members: growth copies their names.
+void expect(Document &object, std::size_t members) {
+    auto &all = object.get_ref<Document::object_t &>();
+    all.reserve(all.size() + members);
+}
+
 }  // namespace
 
 void Json::Free::operator()(Document *value) const { delete value; }
@@ -26,6 +32,7 @@ Json::Json(std::string_view text) : value_(new Document(text)) {}
 Json::Json(const std::vector<uint8_t> &numbers) : value_(new Document(numbers)) {}
 Json::Json(const std::vector<std::string> &texts) : value_(new Document(texts)) {}
 Json::Json(std::initializer_list<Member> members) : value_(new Document(Document::object())) {
+    expect(*value_, members.size());
     for (const Member &each : members) set(each.name, std::move(each.value));
 }
 
@@ -36,7 +43,12 @@ void Json::set(std::string_view name, Json value) {
     (*value_)[std::string(name)] = std::move(*value.value_);
 }
 
-void Json::update(Json object) { value_->update(*object.value_); }
+void Json::update(Json object) {
+    constexpr std::size_t others = 8;  // that are often set afterwards
+    expect(*value_, object.value_->size() + others);
+    for (auto &[name, value] : object.value_->get_ref<Document::object_t &>())
+        (*value_)[name] = std::move(value);
+}
 
 void Json::add(Json value) { value_->push_back(std::move(*value.value_)); }
 

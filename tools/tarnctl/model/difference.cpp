@@ -5,16 +5,31 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
+#include <utility>
+
+#include "tarnbase/difference.h"
 
 namespace tarnctl {
 namespace {
 
+struct KnownColumns {
+    explicit KnownColumns(const Table &table) : columns(columns_of(table)) {
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            if (!columns[i].is_key) numbers.emplace(columns[i].name(), i);
+        }
+    }
+
+    std::vector<Column> columns;
+    std::unordered_map<std::string, std::size_t> numbers;  // by name, without the key's
+};
+
 // Made once a table: a copy is made of every record of a store, again and again.
-const std::vector<Column> &known_columns(const Table &table) {
-    static std::map<const Table *, std::vector<Column>> known;
+const KnownColumns &known_columns(const Table &table) {
+    static std::map<const Table *, KnownColumns> known;
     const auto found = known.find(&table);
     if (found != known.end()) return found->second;
-    return known.emplace(&table, columns_of(table)).first->second;
+    return known.emplace(&table, KnownColumns(table)).first->second;
 }
 
 RecordCopy::Cell copied_cell(const Value &value) {
@@ -64,18 +79,46 @@ FieldChange pending_change(bool before, bool after) {
 }  // namespace
 
 RecordCopy::RecordCopy(const Record &record, uint32_t tx_id)
-    : columns_(&known_columns(*record.table)),
+    : columns_(&known_columns(*record.table).columns),
       tenant_(record.tenant()),
       src_(record.src()),
       pending_(record.is_pending()) {
     cells_.reserve(columns_->size());
-    identity_ = fmt::format("{} {} ", tenant_, src_);
-    for (const Column &column : *columns_) {
+    for (const Column &column : *columns_)
         cells_.push_back(copied_cell(record.value(column, tx_id)));
-        const std::string &text = cells_.back().text;
-        // The length in front keeps ("a", "bc") from ("ab", "c").
-        if (column.is_key) identity_ += fmt::format("{}:", text.size()) + text;
-    }
+}
+
+RecordCopy::RecordCopy(const Record &record, const std::vector<std::size_t> &columns)
+    : columns_(&known_columns(*record.table).columns),
+      tenant_(record.tenant()),
+      src_(record.src()),
+      pending_(record.is_pending()),
+      cells_(columns_->size()) {
+    for (std::size_t i = 0; i < columns_->size() && (*columns_)[i].is_key; ++i)
+        cells_[i] = copied_cell(record.value((*columns_)[i]));
+    for (const std::size_t i : columns) cells_[i] = copied_cell(record.value((*columns_)[i]));
+}
+
+std::optional<std::vector<std::size_t>> differing_columns(const Record &before,
+                                                          const Record &after) {
+    struct Found {
+        const KnownColumns &known;
+        std::vector<std::size_t> numbers;
+        bool is_complete = true;
+    } found{known_columns(*before.table), {}};
+    const auto add = [](const tarnbase_field_difference *difference, void *context) -> uint32_t {
+        Found &all = *static_cast<Found *>(context);
+        if (difference->is_key != 0) return 0;
+        const auto column = all.known.numbers.find(difference->name);
+        if (column == all.known.numbers.end()) all.is_complete = false;
+        else all.numbers.push_back(column->second);
+        return 0;
+    };
+    uint32_t err = 0;
+    tarnbase_record_differences(before.handle, KEL_TX_NONE, before.record, after.record, add,
+                                &found, &err);
+    if (err != 0 || !found.is_complete) return std::nullopt;
+    return std::move(found.numbers);
 }
 
 std::string RecordCopy::key_text() const {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,12 +39,12 @@ class RecordCopy {
     };
 
     explicit RecordCopy(const Record &record, uint32_t tx_id = KEL_TX_NONE);
+    // Of the key's columns, and of others by their numbers; the rest isn't present.
+    RecordCopy(const Record &record, const std::vector<std::size_t> &columns);
 
     uint16_t tenant() const { return tenant_; }
     uint8_t src() const { return src_; }
     bool is_pending() const { return pending_; }
-    // Identifies the record among those of the table, whatever its state.
-    const std::string &identity() const { return identity_; }
     // The values of the key's columns with ", " between them.
     std::string key_text() const;
 
@@ -59,8 +60,12 @@ class RecordCopy {
     uint8_t src_;
     bool pending_;
     std::vector<Cell> cells_;
-    std::string identity_;
 };
+
+// The columns that differ between two states of one record, by their numbers, without those of the
+// key. Nothing: the library can't tell.
+std::optional<std::vector<std::size_t>> differing_columns(const Record &before,
+                                                          const Record &after);
 
 // What differs between two states of one record, in the order of the columns.
 std::vector<FieldChange> changes_between(const RecordCopy &before, const RecordCopy &after);

@@ -115,8 +115,12 @@ std::optional<Change> Feed::change_of(const kel_replica_change &change) {
     const std::optional<Record> after = record_of(table, change.after);
     if (!passes(table, before) && !passes(table, after)) return std::nullopt;
     Change made{table.name, {}, {}};
-    if (before) made.before.emplace(*before);
-    if (after) made.after.emplace(*after);
+    const auto columns = before && after ? differing_columns(*before, *after) : std::nullopt;
+    const auto copy = [&](const Record &record) {
+        return columns ? RecordCopy(record, *columns) : RecordCopy(record);
+    };
+    if (before) made.before.emplace(copy(*before));
+    if (after) made.after.emplace(copy(*after));
     if (!before || !after) {
         if (table.columns.empty()) return made;
         made.fields = contents_of(made.record(), made.is_new(), false);
