@@ -18,6 +18,9 @@ namespace tarnbase::runtime {
 
 namespace {
 
+// How much earlier than now the kernel's time of a file may be: a tick of its clock.
+constexpr std::uint64_t most_tick = 10'000'000;
+
 // What the log says between a checkpoint and a time.
 struct Passage {
     std::uint64_t last;  // the last frame committed until then; of the checkpoint, if there is none
@@ -69,7 +72,8 @@ std::uint32_t find_sequence(const StoreFolder &store, std::uint64_t time, std::u
         if (error != 0) return error;
         sequence = passage.last;
         if (passage.has_some) return 0;
-        if (entries.back().time > time) continue;
+        const bool is_oldest = entries.size() == 1;
+        if (entries.back().time + (is_oldest ? 0 : most_tick) > time) continue;
         if (!passage.has_unsigned) return 0;
         return fail(ENODATA, "%s: the log doesn't say when its transactions were committed",
                     store.path.c_str());
