@@ -360,6 +360,10 @@ void define_object(py::module_ &module) {
              [](const Array &array, py::ssize_t index) {
                  return static_cast<unsigned char>(array.bytes[index_in(array, index)]);
              })
+        .def("__getitem__",
+             [](const Array &array, const py::slice &slice) {
+                 return py::object(py::bytes(array.bytes)[slice]);
+             })
         .def("__setitem__",
              [](Array &array, py::ssize_t index, const py::object &value) {
                  const std::size_t at = index_in(array, index);

@@ -16,7 +16,6 @@ using std::chrono::steady_clock;
 constexpr milliseconds slice{100};
 
 constexpr const char *refreshed = "the store has been refreshed since";
-constexpr const char *changed = "the store has been changed since";
 
 // The end of a wait of a number of seconds; negative: there is none.
 class Deadline {
@@ -264,33 +263,30 @@ void Store::apply(const Making &making) {
         need(kel_handle_set_variant(handle, type, variant));
 }
 
+std::uint32_t Store::try_begin() {
+    auto begun = tarn::transaction::try_begin(*writer_);
+    if (!begun) return begun.error().number();
+    transaction_.emplace(std::move(*begun));
+    return 0;
+}
+
 void Store::begin(const std::string &label, const Making &making) {
-    become_writer();
-    end_validity(changed);
+    Turn turn(*this);
+    forget();
     try {
         writer_.emplace(tarn::session(*store_));
         apply(making);
-        std::optional<tarn::error> failed;
-        const std::uint32_t status = with_patience([&]() -> std::uint32_t {
-            auto begun = tarn::transaction::try_begin(*writer_);
-            if (!begun) {
-                failed = begun.error();
-                return begun.error().number();
-            }
-            transaction_.emplace(std::move(*begun));
-            return 0;
-        });
-        if (status != 0) throw tarn::error(*failed);
+        need(with_patience([&] { return try_begin(); }));
         if (!label.empty()) tarn::label(*writer_, *transaction_, label);
     } catch (...) {
         transaction_.reset();
         writer_.reset();
-        end_validity(changed);
-        end_turn();
+        forget();
         throw;
     }
-    end_validity(changed);
+    forget();
     owner_ = std::this_thread::get_id();
+    turn.keep();
 }
 
 void Store::commit() { finish_transaction(true); }
@@ -302,7 +298,7 @@ void Store::finish_transaction(bool committing) {
     end_validity(committing ? "its transaction has ended" : "its transaction was rolled back");
     const tarn::result<void> done = changing(
         [&] { return committing ? transaction_->try_commit() : transaction_->try_rollback(); });
-    end_validity(changed);
+    forget();
     transaction_.reset();
     writer_.reset();
     owner_.reset();
@@ -366,15 +362,9 @@ void Store::back_up(const std::string &path) {
 // A call that becomes the writer by itself.
 template <typename Call>
 void Store::in_turn(Call call) {
-    become_writer();
-    end_validity(changed);
-    try {
-        need(with_patience(call));
-    } catch (...) {
-        end_turn();
-        throw;
-    }
-    end_turn();
+    const Turn turn(*this);
+    forget();
+    need(with_patience(call));
 }
 
 void Store::compact() {

@@ -125,6 +125,8 @@ class Store {
     tarn::replica::step advance(kel_table *table, const kel_record *place);
     const tarn::replica &replica() const { return *replica_; }
 
+    // Nothing that was read outside of snapshots is valid any more.
+    void forget() { end_validity("the store has been changed since"); }
     // What this thread reads now is valid until that ends.
     const std::shared_ptr<Validity> &validity();
     // Whether an address is in the store.
@@ -132,6 +134,7 @@ class Store {
 
  private:
     friend class Reading;
+    class Turn;
     struct Snapshot {
         int depth = 0;
         std::shared_ptr<Validity> validity = std::make_shared<Validity>();
@@ -154,6 +157,7 @@ class Store {
     void end_turn();
     void lock();
     void apply(const Making &making);
+    std::uint32_t try_begin();
     void finish_transaction(bool committing);
     template <typename Call>
     auto without_lock(Call call);
@@ -207,26 +211,36 @@ class Reading {
     bool has_scope_ = false;
 };
 
+// A thread's turn to write. Failure if it can't have one.
+class Store::Turn {
+ public:
+    explicit Turn(Store &store) : store_(&store) { store.become_writer(); }
+    Turn(const Turn &) = delete;
+    Turn &operator=(const Turn &) = delete;
+    ~Turn() {
+        if (store_ != nullptr) store_->end_turn();
+    }
+    // The turn goes on until the thread's transaction ends.
+    void keep() { store_ = nullptr; }
+
+ private:
+    Store *store_;
+};
+
 template <typename Make>
 void Store::as_writer(Make make) {
-    const bool own_turn = !in_transaction();
-    if (own_turn) become_writer();
+    std::optional<Turn> turn;
+    if (!in_transaction()) turn.emplace(*this);
+    lock();
+    if (turn) forget();
     try {
-        lock();
-        end_validity("the store has been changed since");
-        try {
-            make();
-        } catch (...) {
-            kel_store_unlock(store_->c_store());
-            throw;
-        }
-        if (const std::uint32_t status = kel_store_unlock(store_->c_store()))
-            throw tarn::error(status, kel_error_text());
+        make();
     } catch (...) {
-        if (own_turn) end_turn();
+        kel_store_unlock(store_->c_store());
         throw;
     }
-    if (own_turn) end_turn();
+    if (const std::uint32_t status = kel_store_unlock(store_->c_store()))
+        throw tarn::error(status, kel_error_text());
 }
 
 }  // namespace tarnbase::python

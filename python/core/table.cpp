@@ -61,7 +61,7 @@ std::string name_of(const catalogue::Table &type, const kel_table &block) {
 
 // A private store for the objects of keys, until the process ends.
 kel_handle *scratch() {
-    constexpr std::uint64_t capacity = 8ULL << 20;
+    constexpr std::uint64_t capacity = 64ULL << 20;
     static auto *const store = new tarn::store(tarn::store::create_private({capacity, nullptr}));
     static auto *const session = new tarn::session(*store);
     return session->c_handle();
@@ -436,7 +436,7 @@ void Table::drop() {
         kel_table *const table = block();
         std::uint32_t err = table->record_count == 0 ? 0 : ENOTEMPTY;
         if (err == 0) type_.free(store_->handle(), KEL_TX_NONE, table, &err);
-        seen_.reset();
+        store_->forget();
         need(err, "dropping");
     });
 }

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # The extension module, which the modules beside this file make the interface of.
 from collections.abc import Sequence
-from typing import Any
+from typing import Any, overload
 
 OLDEST: int
 NEWEST: int
@@ -108,7 +108,10 @@ class Array:
 
     def __init__(self, object: Object, field: int, /) -> None: ...
     def __len__(self) -> int: ...
+    @overload
     def __getitem__(self, index: int, /) -> int: ...
+    @overload
+    def __getitem__(self, index: slice, /) -> bytes: ...
     def __setitem__(self, index: int, value: int, /) -> None: ...
     def tobytes(self) -> bytes: ...
 

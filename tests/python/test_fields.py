@@ -165,7 +165,7 @@ def test_an_array_is_a_buffer(server):
     minute[3] = 77
     minute[-1] = 5
     assert minute[3] == server.minute[3] == 77 and server.minute[1439] == 5
-    assert list(minute)[:5] == [0, 1, 2, 77, 4]
+    assert list(minute)[:5] == [0, 1, 2, 77, 4] and minute[2:4] == bytes([2, 77])
     assert memoryview(minute).readonly
     with pytest.raises(IndexError):
         minute[1440]

@@ -50,6 +50,15 @@ def test_a_record_is_valid_until_the_store_is_refreshed(store, servers):
             use(record)
 
 
+def test_a_table_that_is_made_in_a_transaction_leaves_its_records_valid(store, servers):
+    with store.transaction():
+        record = servers.insert('d.example', num_conns=4)
+        other = store.tables.open('ldap_stats')
+        other.insert('a')
+        assert use(record) == 4
+    assert list(other) == ['a']
+
+
 def test_a_record_outlives_no_store(path):
     store = tarnbase.open(path, 'x')
     table = store.tables.open('aaa_servers')
