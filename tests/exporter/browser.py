@@ -31,7 +31,7 @@ class Browser:
             ["sh", "-c", script, "sh", PROGRAM, *ARGUMENTS, "--user-data-dir=" + self.folder],
             pass_fds=(to_read, from_write), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL, start_new_session=True,
-            env={**os.environ, "HOME": self.folder, "TZ": "UTC"})
+            env={**os.environ, "HOME": self.folder, "TMPDIR": self.folder, "TZ": "UTC"})
         os.close(to_read)
         os.close(from_write)
         self.input = os.fdopen(from_read, "rb")
