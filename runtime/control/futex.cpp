@@ -41,11 +41,12 @@ nanoseconds Deadline::left() {
     // A year is as good as never, and doesn't overflow.
     constexpr std::int64_t year = 365LL * 24 * 3600 * 1000;
     const Clock::time_point now = Clock::now();
-    if (!end_) {
+    if (!has_begun_) {
         const bool limited = milliseconds_ >= 0 && milliseconds_ < year;
         end_ = now + std::chrono::milliseconds(limited ? milliseconds_ : year);
+        has_begun_ = true;
     }
-    return *end_ - now;
+    return end_ - now;
 }
 
 }  // namespace tarnbase::runtime

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <optional>
 
 namespace tarnbase::runtime {
 
@@ -28,7 +27,8 @@ class Deadline {
 
  private:
     std::int64_t milliseconds_;
-    std::optional<std::chrono::steady_clock::time_point> end_;
+    bool has_begun_ = false;
+    std::chrono::steady_clock::time_point end_{};
 };
 
 }  // namespace tarnbase::runtime
