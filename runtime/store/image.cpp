@@ -99,7 +99,15 @@ std::uint32_t Image::remap(Checkpoint &checkpoint, UnsharedPages own) {
     }
     if (const std::uint32_t error = load(checkpoint)) return error;
     kept.restore(region);
+    clear_after_end(checkpoint.head().image_bytes);
     return 0;
+}
+
+// The arena may have been larger at the checkpoint than it is now: what is free is zero.
+void Image::clear_after_end(std::uint64_t end) {
+    const std::uint64_t size = header->arena.size;
+    if (end <= size || region.discard_zeros(size, end - size)) return;
+    std::memset(region.base() + size, 0, end - size);
 }
 
 bool Image::adopt(void *base, std::uint64_t size) {

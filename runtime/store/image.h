@@ -64,6 +64,7 @@ class Image {
 
  private:
     void attach();
+    void clear_after_end(std::uint64_t end);
     std::uint64_t end_after(std::span<const char> frame) const;
     bool may_write(std::uint64_t offset, std::uint64_t length) const;
 };

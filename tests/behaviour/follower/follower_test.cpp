@@ -104,8 +104,8 @@ class Follower : public ::testing::Test {
     }
 
     Shared shared_;
-    const std::uint64_t seed_ = number_from("TARNBASE_RANDOM_SEED", default_seed);
-    const std::uint64_t steps_ = number_from("TARNBASE_RANDOM_STEPS", default_steps);
+    const std::uint64_t seed_ = number_from("TARNBASE_FOLLOWER_SEED", default_seed);
+    const std::uint64_t steps_ = number_from("TARNBASE_FOLLOWER_STEPS", default_steps);
     std::uint64_t step_ = 0;
     const TemporaryDirectory directory_;
     const std::string path_ = directory_ / "test.store";

@@ -19,7 +19,6 @@ using tarnbase::runtime::Image;
 using tarnbase::runtime::StoreFolder;
 
 constexpr std::uint64_t block_bytes = 4ULL << 20;
-constexpr std::uint64_t block_words = block_bytes / sizeof(std::uint64_t);
 
 class Follower : public StoreTest {
  protected:
@@ -32,14 +31,21 @@ class Follower : public StoreTest {
         ASSERT_EQ(image.region.map(nullptr, small_capacity), 0U);
     }
 
-    void make(const char *key) {
-        ASSERT_EQ(writer.change([&](std::uint32_t) { writer.make(key, block_bytes); }), 0U);
+    void make(const char *key, std::uint64_t bytes = block_bytes) {
+        ASSERT_EQ(writer.change([&](std::uint32_t) { writer.make(key, bytes); }), 0U);
     }
-    void fill(const char *key, std::uint64_t value) {
+    void fill(const char *key, std::uint64_t value, std::uint64_t bytes = block_bytes) {
         const auto action = [&](std::uint32_t tx) {
             std::uint64_t *block = writer.find(key);
-            writer.handle->write_log_hook(writer.handle->arena, block, block_bytes, tx);
-            std::fill_n(block, block_words, value);
+            writer.handle->write_log_hook(writer.handle->arena, block, bytes, tx);
+            std::fill_n(block, bytes / sizeof *block, value);
+        };
+        ASSERT_EQ(writer.change(action), 0U);
+    }
+    void release(const char *key) {
+        const auto action = [&](std::uint32_t tx) {
+            writer.handle->free_hook(writer.handle->arena, tx, writer.find(key));
+            loam_set_key(writer.handle->arena, key, nullptr);
         };
         ASSERT_EQ(writer.change(action), 0U);
     }
@@ -78,6 +84,27 @@ TEST_F(Follower, MapsNoCheckpointOfFramesThatItHasNotApplied) {
     EXPECT_FALSE(follower.is_current());
     EXPECT_TRUE(bytes() == before);
     EXPECT_EQ(follower.catch_up(), 0U);
+    EXPECT_TRUE(is_equal_to_the_writer());
+}
+
+TEST_F(Follower, HasZerosWhereANewerCheckpointWasLarger) {
+    constexpr std::uint64_t short_bytes = 1 << 20;
+    make("first");
+    make("last", short_bytes);
+    fill("first", 9);
+    make_checkpoint();
+    ASSERT_EQ(follower.load(), 0U);
+    fill("first", 1);
+    fill("last", 9, short_bytes);
+    ASSERT_EQ(follower.catch_up(), 0U);
+    make_checkpoint();
+    const std::uint64_t size = writer.describe().size;
+    release("last");
+    ASSERT_LT(writer.describe().size, size);
+    ASSERT_EQ(follower.catch_up(), 0U);
+    EXPECT_EQ(follower.share_pages(), 0U);
+    make("again", short_bytes);
+    ASSERT_EQ(follower.catch_up(), 0U);
     EXPECT_TRUE(is_equal_to_the_writer());
 }
 
