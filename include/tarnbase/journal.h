@@ -19,9 +19,8 @@ TARNBASE_BEGIN
 
 /* Whether a store keeps its log. */
 #define KEL_JOURNAL_OFF 0
-#define KEL_JOURNAL_ON 1 /* it does, and says who committed */
-#define KEL_JOURNAL_COMPRESSED \
-    2 /* the same; what only the journal needs of the log is compressed */
+#define KEL_JOURNAL_ON 1         /* it does, and says who committed */
+#define KEL_JOURNAL_COMPRESSED 2 /* so it does; what only the journal needs is compressed */
 
 /* How much of the log survives the end of the machine, a power loss for example. */
 #define KEL_DURABILITY_PROCESS 0  /* what the kernel has written by itself; the default */
