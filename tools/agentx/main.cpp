@@ -1,31 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarn-agentx: shows the contents of a store in SNMP.
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <iostream>
-
 #include "agentx/agent.h"
 #include "agentx/settings.h"
+#include "base/daemon.h"
 #include "base/failure.h"
-#include "base/utf8.h"
-#include "cli/start.h"
 
 namespace agentx {
 namespace {
-
-// The signals that end the program: no thread handles them.
-void block_ends() {
-    sigset_t ends;
-    sigemptyset(&ends);
-    sigaddset(&ends, SIGTERM);
-    sigaddset(&ends, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
-}
 
 class Wake {
  public:
@@ -44,7 +29,7 @@ class Wake {
 };
 
 void serve(const Settings &settings) {
-    block_ends();
+    tarnctl::block_end_signals();
     use_no_files();
     const Wake wake;
     NotificationQueue queue(settings.most_notifications, [&wake] { wake.call(); });
@@ -53,27 +38,11 @@ void serve(const Settings &settings) {
     answers.stop();
 }
 
-int fail(tarnctl::Exit code, const std::string &text) {
-    std::cerr << "tarn-agentx: " << tarnctl::one_line(text) << std::endl;
-    return static_cast<int>(code);
-}
-
 }  // namespace
 }  // namespace agentx
 
 int main(int argc, char **argv) {
     agentx::Settings settings;
     const auto program = agentx::make_program(settings);
-    try {
-        const cli::Start start = cli::start(*program, argc, argv);
-        if (start.command == nullptr) return start.status;
-        agentx::serve(settings);
-        return 0;
-    } catch (const cli::LineError &error) {
-        return cli::report(*program, error);
-    } catch (const tarnctl::Failure &failure) {
-        return agentx::fail(failure.code(), failure.what());
-    } catch (const std::exception &error) {
-        return agentx::fail(tarnctl::Exit::store, error.what());
-    }
+    return tarnctl::run_daemon(*program, argc, argv, [&settings] { agentx::serve(settings); });
 }

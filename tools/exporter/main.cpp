@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // tarn-exporter: serves the contents of stores over HTTP.
-#include <fmt/core.h>
-#include <pthread.h>
 
 #include <chrono>
 #include <csignal>
-#include <iostream>
 #include <memory>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "base/failure.h"
-#include "base/utf8.h"
-#include "cli/start.h"
+#include "base/daemon.h"
 #include "exporter/failure.h"
 #include "exporter/figures.h"
 #include "exporter/hosts.h"
@@ -30,21 +25,7 @@ namespace {
 // Threads that answer requests while streams occupy the others.
 constexpr std::size_t answering_threads = 4;
 
-void say(const std::string &text) {
-    // In one piece: the threads of the stores write too.
-    std::cerr << fmt::format("tarn-exporter: {}\n", tarnctl::one_line(text));
-}
-
-// The signals that end the program, for which `main` waits: no thread handles them.
-sigset_t block_ends() {
-    sigset_t ends;
-    sigemptyset(&ends);
-    sigaddset(&ends, SIGTERM);
-    sigaddset(&ends, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
-    return ends;
-}
+void say(const std::string &text) { tarnctl::report_line("tarn-exporter", text); }
 
 Listener::Answer answer_of(Routes &routes, Hosts hosts) {
     return [&routes, hosts = std::move(hosts)](const Request &request) {
@@ -62,7 +43,7 @@ RouteSettings route_settings(const Settings &settings) {
 void serve(const Settings &settings) {
     const std::vector<ListenAddress> addresses = addresses_of(settings);
     const RouteSettings routed = route_settings(settings);
-    const sigset_t ends = block_ends();
+    const sigset_t ends = tarnctl::block_end_signals();
     Stores stores;
     Routes routes(stores, routed);
     for (const NamedStore &each : settings.stores)
@@ -84,11 +65,6 @@ void serve(const Settings &settings) {
     listeners.clear();
 }
 
-int fail(tarnctl::Exit code, const std::string &text) {
-    say(text);
-    return static_cast<int>(code);
-}
-
 }  // namespace
 }  // namespace exporter
 
@@ -97,16 +73,5 @@ int main(int argc, char **argv) {
         return exporter::answer_about_past();
     exporter::Settings settings;
     const auto program = exporter::make_program(settings);
-    try {
-        const cli::Start start = cli::start(*program, argc, argv);
-        if (start.command == nullptr) return start.status;
-        exporter::serve(settings);
-        return 0;
-    } catch (const cli::LineError &error) {
-        return cli::report(*program, error);
-    } catch (const tarnctl::Failure &failure) {
-        return exporter::fail(failure.code(), failure.what());
-    } catch (const std::exception &error) {
-        return exporter::fail(tarnctl::Exit::store, error.what());
-    }
+    return tarnctl::run_daemon(*program, argc, argv, [&settings] { exporter::serve(settings); });
 }

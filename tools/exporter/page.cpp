@@ -1,41 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writes the manual page tarn-exporter(1) from the texts of --help.
-//   exporter_page FILE
-#include <fstream>
-#include <iostream>
+// Writes the manual page tarn-exporter(1).
+//   tarn-exporter_page FILE
+#include "pages/program_page.h"
 
 #include "exporter/settings.h"
-#include "pages/roff.h"
-#include "pages/sections.h"
-
-namespace {
-
-std::string page_text() {
-    exporter::Settings settings;
-    const auto program = exporter::make_program(settings);
-    tarnctl::Page page("tarn-exporter", "serve the contents of tarnbase stores over HTTP");
-    page.section("Synopsis");
-    page.raw(tarnctl::synopsis(*program));
-    page.section("Description");
-    page.paragraph(program->summary);
-    page.section("Options");
-    tarnctl::write_options(page, *program);
-    page.section("Notes");
-    tarnctl::write_notes(page, program->notes);
-    tarnctl::write_end(page, "\\fBtarnctl\\fP(1), \\fBtarnbase\\fP(7)");
-    return page.text();
-}
-
-}  // namespace
 
 int main(int argc, char **argv) {
-    if (argc != 2) {
-        std::cerr << "usage: exporter_page FILE\n";
-        return 2;
-    }
-    std::ofstream file(argv[1], std::ios::binary | std::ios::trunc);
-    file << page_text() << std::flush;
-    if (!file) std::cerr << "exporter_page: " << argv[1] << " can't be written\n";
-    return file ? 0 : 4;
+    exporter::Settings settings;
+    const auto program = exporter::make_program(settings);
+    return tarnctl::write_program_page(
+        {"tarn-exporter", "serve the contents of tarnbase stores over HTTP",
+         "\\fBtarnctl\\fP(1), \\fBtarnbase\\fP(7)"},
+        *program, argc, argv);
 }
