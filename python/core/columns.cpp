@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "key.h"
 #include "tarnbase/tarn/address.hpp"
 #include "tarnbase/tarn/callback.hpp"
 

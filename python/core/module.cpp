@@ -7,8 +7,8 @@
 
 #include "columns.h"
 #include "store.h"
-#include "table.h"
 #include "tarnbase/module.h"
+#include "walk.h"
 
 namespace py = pybind11;
 
