@@ -10,11 +10,12 @@ import subprocess
 import sys
 import tempfile
 import threading
-import time
 import unittest
 
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)) + "/../support")
+from programs import PATIENCE, until
+
 EXPORTER, TARNCTL = (os.path.abspath(path) for path in sys.argv[1:3])
-PATIENCE = 60  # seconds until something that has to happen is given up
 
 
 def tarnctl(*arguments, text=None):
@@ -22,16 +23,6 @@ def tarnctl(*arguments, text=None):
     if done.returncode != 0:
         raise AssertionError(f"tarnctl {' '.join(arguments)}: {done.stderr}")
     return done.stdout
-
-
-def until(condition, what):
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        found = condition()
-        if found:
-            return found
-        time.sleep(0.05)
-    raise AssertionError(f"waited in vain for {what}")
 
 
 class Exporter:

@@ -1,0 +1,160 @@
+# SPDX-License-Identifier: Apache-2.0
+"""FreeRADIUS: authenticates the users of slapd, and counts."""
+import os
+import subprocess
+
+from programs import find
+from slapd import SUFFIX
+from supervised import Supervised
+
+SECRET = "lab-secret"
+STATUS_SECRET = "status-secret"
+STATUS_PORT = 18121
+
+SERVER = """\
+name = radiusd
+raddbdir = {folder}
+run_dir = {folder}
+logdir = {folder}
+libdir = /usr/lib/freeradius
+pidfile = {folder}/radiusd.pid
+max_request_time = 5
+cleanup_delay = 2
+max_requests = 4096
+security {{
+    max_attributes = 200
+    reject_delay = 0
+    status_server = yes
+}}
+thread pool {{
+    start_servers = 2
+    max_servers = 4
+    min_spare_servers = 1
+    max_spare_servers = 4
+    max_requests_per_server = 0
+}}
+client device {{
+    ipaddr = {device}
+    secret = {secret}
+}}
+modules {{
+    always ok {{
+        rcode = ok
+    }}
+    eap {{
+        default_eap_type = md5
+        timer_expire = 60
+        md5 {{
+        }}
+        pwd {{
+            group = 19
+            server_id = lab
+            fragment_size = 1020
+            virtual_server = passwords
+        }}
+    }}
+    ldap {{
+        server = '{url}'
+        base_dn = '{suffix}'
+        update {{
+            control:Cleartext-Password := 'userPassword'
+        }}
+        user {{
+            base_dn = "${{..base_dn}}"
+            filter = "(uid=%{{User-Name}})"
+        }}
+        options {{
+            net_timeout = 2
+            res_timeout = 2
+            srv_timelimit = 2
+        }}
+        pool {{
+            start = 0
+            min = 0
+            max = 2
+            spare = 1
+            uses = 0
+            retry_delay = 0
+            lifetime = 0
+            idle_timeout = 0
+        }}
+    }}
+}}
+server default {{
+    listen {{
+        type = auth
+        ipaddr = {address}
+        port = 1812
+    }}
+    listen {{
+        type = acct
+        ipaddr = {address}
+        port = 1813
+    }}
+    authorize {{
+        eap {{
+            ok = return
+        }}
+        ldap
+    }}
+    authenticate {{
+        eap
+    }}
+    accounting {{
+        ok
+    }}
+}}
+server passwords {{
+    authorize {{
+        ldap
+    }}
+}}
+server status {{
+    listen {{
+        type = status
+        ipaddr = {address}
+        port = {status_port}
+        clients = readers
+    }}
+    authorize {{
+        ok
+    }}
+}}
+clients readers {{
+    client reader {{
+        ipaddr = {device}
+        secret = {status_secret}
+    }}
+}}
+server control {{
+    listen {{
+        type = control
+        socket = {folder}/control
+        mode = rw
+    }}
+}}
+"""
+
+
+class FreeRadius(Supervised):
+    own_counts = True
+
+    def __init__(self, folder, network, address, device, url):
+        super().__init__(folder, "freeradius")
+        self.network, self.address = network, address
+        self.write("radiusd.conf", SERVER.format(
+            folder=self.folder, device=device, secret=SECRET, url=url, suffix=SUFFIX,
+            address=address, status_port=STATUS_PORT, status_secret=STATUS_SECRET))
+        self.write("dictionary", "$INCLUDE /usr/share/freeradius/dictionary\n")
+
+    def command(self):
+        return self.network.command(find("freeradius"), "-f", "-d", self.folder, "-n", "radiusd",
+                                    "-l", self.folder + "/radius.log")
+
+    def admin(self, command):
+        done = subprocess.run([find("radmin"), "-f", self.folder + "/control", "-e", command],
+                              capture_output=True, text=True)
+        return done.stdout if done.returncode == 0 else None
+
+    def is_ready(self):
+        return os.path.exists(self.folder + "/control") and self.admin("show uptime") is not None

@@ -1,0 +1,101 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The device, its servers and its clients: which processes there are, and how they are connected."""
+import contextlib
+import os
+import signal
+import threading
+
+import namespaces
+import snmp
+from feeders import Feeder
+from figures import Notes
+from freeradius import FreeRadius
+from hostapd import Hostapd
+from load import USERS
+from prometheus import Exporter, Prometheus
+from slapd import Slapd
+from snmpd import Agent, Snmpd
+from supplicant import Supplicants
+
+DEVICE, SERVER = "192.0.2.1", "192.0.2.2"
+DIRECTORY = "directory.example.net"  # the name of slapd in its store
+
+
+class Lab:
+    def __init__(self, settings):
+        self.settings, self.folder = settings, settings.folder
+        self.ports = [f"p{i + 1}" for i in range(settings.ports)]
+        self.clients = [f"c{i + 1}" for i in range(settings.ports)]
+        self.stores = {name: f"{self.folder}/{name}.store" for name in ("dot1x", "ldap")}
+        self.directory_in_use = threading.Lock()
+        self.connect()
+        self.make_servers()
+        self.make_feeders()
+        self.make_readers()
+        self.processes = [self.slapd, self.freeradius, self.hostapd, self.supplicants,
+                          *self.feeders, self.exporter, self.prometheus, self.snmpd,
+                          *self.agents.values()]
+        # What the servers count, by the store that has it.
+        self.counting = {"dot1x": self.hostapd.counts, "ldap": self.count_directory}
+
+    def connect(self):
+        namespaces.ip("link", "set", "lo", "up")
+        self.servers_network = namespaces.Namespace()
+        self.clients_network = namespaces.Namespace()
+        self.servers_network.connect("uplink", "eth0")
+        namespaces.ip("addr", "add", DEVICE + "/24", "dev", "uplink")
+        self.servers_network.run("ip", "addr", "add", SERVER + "/24", "dev", "eth0")
+        for port, client in zip(self.ports, self.clients):
+            self.clients_network.connect(port, client)
+
+    def make_servers(self):
+        self.slapd = Slapd(self.folder, self.servers_network, SERVER, USERS)
+        self.freeradius = FreeRadius(self.folder, self.servers_network, SERVER, DEVICE,
+                                     self.slapd.url)
+        self.hostapd = Hostapd(self.folder, self.ports, DEVICE, SERVER)
+        self.supplicants = Supplicants(self.folder, self.clients_network, self.clients)
+
+    def make_feeders(self):
+        controls = []
+        for port in self.ports:
+            controls += ["--control", self.hostapd.socket(port)]
+        self.feeders = [
+            Feeder(self.folder, self.settings.tarn_dot1x,
+                   ["--store", self.stores["dot1x"], *controls, "--poll", "1"]),
+            Feeder(self.folder, self.settings.tarn_ldap,
+                   ["--store", self.stores["ldap"], "--server", DIRECTORY, "--follow",
+                    self.slapd.log])]
+
+    def make_readers(self):
+        self.exporter = Exporter(self.folder, self.settings.exporter, self.stores)
+        self.prometheus = Prometheus(self.folder)
+        self.snmpd = Snmpd(self.folder, self.settings.schema)
+        self.mib = snmp.Mib(self.settings.schema)
+        self.agents = {
+            name: Agent(self.folder, self.settings.agentx, self.snmpd, name, path, number)
+            for number, (name, path) in enumerate(self.stores.items())}
+
+    def start(self):
+        for each in self.processes:
+            each.start()
+            each.wait_until_ready()
+        self.notes = Notes(self.exporter.schema(), self.settings.source + "/schema")
+
+    def count_directory(self):
+        counts = self.slapd.counts()
+        return counts and [(term, DIRECTORY, value) for term, value in counts.items()]
+
+    @contextlib.contextmanager
+    def frozen_users_of_the_directory(self):
+        users = [self.freeradius, self.feeders[1]]
+        for each in users:
+            each.program.process.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            for each in users:
+                each.program.process.send_signal(signal.SIGCONT)
+
+    def wait_until_ready(self):
+        for each in self.processes:
+            each.wait_until_ready()
