@@ -85,13 +85,9 @@ struct ServiceForwarder {
 
     static std::size_t note(const char *name, std::vector<std::uint64_t> arguments,
                             std::string text = {}) {
-        ServiceCall call;
-        call.name = name;
-        call.arguments = std::move(arguments);
-        call.text = std::move(text);
-        current->calls_.push_back(call);
-        const std::size_t place = current->calls_.size() - 1;
-        if (current->at_each) current->at_each(call);
+        const std::size_t place = current->calls_.size();
+        current->calls_.push_back({name, std::move(arguments), 0, false, std::move(text), {}});
+        if (current->at_each) current->at_each(ServiceCall(current->calls_.back()));
         return place;
     }
 
@@ -114,8 +110,8 @@ struct ServiceForwarder {
     static R run(const char *name, R (*front)(Arguments...), R (*real)(Arguments...),
                  std::type_identity_t<Arguments>... arguments) {
         std::optional<ServiceAtWork> mark;
-        if (stores(name)) mark.emplace();
         if (listening()) {
+            if (stores(name)) mark.emplace();
             const auto found = current->replacements_.find(word(front));
             if (found != current->replacements_.end()) {
                 const auto function = std::any_cast<std::function<R(Arguments...)>>(found->second);
