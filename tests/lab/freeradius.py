@@ -137,8 +137,6 @@ server control {{
 
 
 class FreeRadius(Supervised):
-    own_counts = True
-
     def __init__(self, folder, network, address, device, url):
         super().__init__(folder, "freeradius")
         self.network, self.address = network, address

@@ -33,8 +33,6 @@ def variables(text):
 
 
 class Hostapd(Supervised):
-    own_counts = True
-
     def __init__(self, folder, ports, device, server):
         super().__init__(folder, "hostapd")
         self.ports = ports

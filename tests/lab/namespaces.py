@@ -5,13 +5,14 @@ The lab's own process is the device. It is the first process of its namespace, s
 has started is left when it ends, however it ends.
 """
 import os
+import signal
 import subprocess
 import sys
 
 from programs import find, until
 
 INSIDE = "TARNBASE_LAB_INSIDE"
-NEEDED = ("unshare", "nsenter", "ip")
+NEEDED = ("unshare", "nsenter", "setpriv", "ip")
 
 
 def entry():
@@ -34,11 +35,17 @@ def obstacle():
 
 
 def enter():
-    """Goes on in new namespaces, unless this is there already."""
+    """Starts the program again in new namespaces and ends as it does, unless this is there."""
     if INSIDE in os.environ:
         return
-    os.environ[INSIDE] = f"{os.getpid()} {os.geteuid()}"
-    os.execv(entry()[0], [*entry(), sys.executable, *sys.argv])
+    # Its process and its user, as they are outside.
+    shell = f'{INSIDE}="$$ {os.geteuid()}" exec "$@"'
+    process = subprocess.Popen([find("setpriv"), "--pdeathsig", "KILL", "sh", "-c", shell, "sh",
+                                *entry(), sys.executable, *sys.argv])
+    # On a terminal the other one gets SIGINT too.
+    signal.signal(signal.SIGINT, signal.SIG_IGN)
+    signal.signal(signal.SIGTERM, lambda *_: process.kill())
+    sys.exit(process.wait())
 
 
 def way_in():

@@ -4,7 +4,7 @@ import os
 import re
 import subprocess
 
-from programs import find
+from programs import find, until
 from supervised import Supervised
 
 SUFFIX = "dc=example,dc=net"
@@ -42,8 +42,6 @@ def entries(users):
 
 
 class Slapd(Supervised):
-    own_counts = True
-
     def __init__(self, folder, network, address, users):
         super().__init__(folder, "slapd")
         self.network, self.address = network, address
@@ -90,6 +88,4 @@ class Slapd(Supervised):
         return life and {name: count + self.ended.get(name, 0) for name, count in life.items()}
 
     def before_kill(self):
-        counts = self.counts()
-        if counts:
-            self.ended = counts
+        self.ended = until(self.counts, "slapd's counts")

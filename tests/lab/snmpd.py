@@ -15,7 +15,8 @@ class Snmpd(Supervised):
     def __init__(self, folder, schema):
         super().__init__(folder, "snmpd")
         self.variables = snmp.environment(schema)
-        self.variables["SNMP_PERSISTENT_DIR"] = self.folder
+        # There it writes a file that has the name of its settings.
+        self.variables["SNMP_PERSISTENT_DIR"] = self.folder + "/state"
         self.socket = self.folder + "/agentx"
         self.settings = self.write("snmpd.conf", (
             f"agentAddress udp:{self.ADDRESS}\nrwcommunity public 127.0.0.1\nmaster agentx\n"

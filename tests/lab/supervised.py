@@ -9,8 +9,6 @@ from programs import Program, until
 class Supervised:
     """`command()` is its command line, `is_ready()` whether it does its work."""
 
-    own_counts = False  # whether it counts, and begins at 0 when it is started
-
     def __init__(self, folder, name):
         self.name = name
         self.folder = os.path.join(folder, name)
