@@ -6,7 +6,7 @@
 
 #include <ostream>
 
-#include "common/ldap_tables.h"
+#include "ldap_tables.h"
 
 namespace ldap_show {
 

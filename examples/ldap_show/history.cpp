@@ -4,7 +4,7 @@
 #include <string_view>
 #include <variant>
 
-#include "common/ldap_tables.h"
+#include "ldap_tables.h"
 #include "tables.h"
 #include "tarnbase/tarn/difference.hpp"
 #include "tarnbase/tarn/replica.hpp"

@@ -8,7 +8,7 @@
 #include <string>
 #include <type_traits>
 
-#include "common/ldap_tables.h"
+#include "ldap_tables.h"
 
 namespace ldap_show {
 
@@ -23,7 +23,7 @@ void for_each_table(Function function) {
 // The table, if the store has it.
 template <class Table>
 std::optional<tarn::table<Table>> find_table(const tarn::session &session) {
-    auto table = tarn::table<Table>::try_open(session, example::kTableName);
+    auto table = tarn::table<Table>::try_open(session, kTableName);
     if (table) return *table;
     if (table.error().number() == ENOENT) return std::nullopt;
     throw table.error();

@@ -44,11 +44,11 @@ XmlFile::XmlFile(const std::string &text) : document_(parse(text)) {
 void XmlFile::store_in(tarn::session &session) const {
     // A new table belongs to no transaction.
     for_each_table([&]<class Table>(std::type_identity<Table>) {
-        tarn::table<Table>::open_or_create(session, example::kTableName);
+        tarn::table<Table>::open_or_create(session, kTableName);
     });
     tarn::transaction transaction(session);
     for_each_table([&]<class Table>(std::type_identity<Table>) {
-        auto table = tarn::table<Table>::open(session, example::kTableName);
+        auto table = tarn::table<Table>::open(session, kTableName);
         document_.for_each(("/" + kRoot + "/" + Table::name).c_str(),
                            [&](const tarn::xml_element &each) { read_record(table, each); });
     });

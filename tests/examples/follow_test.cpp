@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// ldap_stats keeps the tables of a log that grows, and ldap_show reads them meanwhile.
+// tarn-ldap keeps the tables of a log that grows, and ldap_show reads them meanwhile.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -18,7 +18,7 @@ using Json = nlohmann::json;
 class Follow : public testing::Test {
  protected:
     std::vector<std::string> command(std::vector<std::string> more = {}) {
-        std::vector<std::string> all = {LDAP_STATS,  "--store",  store, "--json",
+        std::vector<std::string> all = {TARN_LDAP,   "--store",  store, "--json",
                                         "--verbose", "--follow", log};
         all.insert(all.end(), more.begin(), more.end());
         return all;
@@ -95,7 +95,7 @@ TEST_F(Follow, ARotatedLogIsReadOnInTheNewFile) {
     stats.send(SIGTERM);
     Json rotated = json_of(stats.finish().out);
     std::filesystem::remove_all(store);
-    EXPECT_EQ(rotated, json_of(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out));
+    EXPECT_EQ(rotated, json_of(run({TARN_LDAP, "--store", store, "--json", RECORDING}).out));
 }
 
 TEST_F(Follow, ATruncatedLogIsReadFromItsStart) {
@@ -125,7 +125,7 @@ TEST_F(Follow, TheNextRunContinuesWhereTheLastOneEnded) {
     write_file(log, recorded(8, 94));
     const Json parts = json_of(run(command({"--exit-idle", "0.01"})).out);
     std::filesystem::remove_all(store);
-    const Json whole = json_of(run({LDAP_STATS, "--store", store, "--json", RECORDING}).out);
+    const Json whole = json_of(run({TARN_LDAP, "--store", store, "--json", RECORDING}).out);
     EXPECT_EQ(parts["lines"], 86);
     EXPECT_EQ(parts["tbl_ldap_conn"], whole["tbl_ldap_conn"]);
     EXPECT_EQ(parts["tbl_ldap_stats"]["total_msg_sent"], whole["tbl_ldap_stats"]["total_msg_sent"]);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// ldap_stats is killed while ldap_show follows it, and started again on the same log.
+// tarn-ldap is killed while ldap_show follows it, and started again on the same log.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -19,7 +19,7 @@ TEST(KilledWriter, IsStartedAgainWhileReadersFollow) {
     const std::string whole = directory / "whole";
     write_file(log, text.substr(0, text.find('\n', text.size() / 2) + 1));
 
-    Process killed({LDAP_STATS, "--store", store, "--follow", "--verbose", log});
+    Process killed({TARN_LDAP, "--store", store, "--follow", "--verbose", log});
     ASSERT_TRUE(killed.wait_for("stored "));
     Process first({LDAP_SHOW, "--store", store, "--follow"});
     Process second({LDAP_SHOW, "--store", store, "--follow"});
@@ -27,7 +27,7 @@ TEST(KilledWriter, IsStartedAgainWhileReadersFollow) {
     killed.send(SIGKILL);
     EXPECT_EQ(killed.finish().exit_code, -SIGKILL);
     write_file(log, text);
-    EXPECT_EQ(run({LDAP_STATS, "--store", store, "--recount", log}).exit_code, 0);
+    EXPECT_EQ(run({TARN_LDAP, "--store", store, "--recount", log}).exit_code, 0);
 
     for (Process *reader : {&first, &second}) {
         reader->send(SIGTERM);
@@ -36,7 +36,7 @@ TEST(KilledWriter, IsStartedAgainWhileReadersFollow) {
         EXPECT_TRUE(outcome.out.ends_with("33 sent, 36 received, 0 connections open\n"))
             << outcome.out;
     }
-    EXPECT_EQ(run({LDAP_STATS, "--store", whole, log}).exit_code, 0);
+    EXPECT_EQ(run({TARN_LDAP, "--store", whole, log}).exit_code, 0);
     EXPECT_EQ(run({LDAP_SHOW, "--store", store}).out, run({LDAP_SHOW, "--store", whole}).out);
 }
 

@@ -14,7 +14,7 @@ constexpr const char *kAccept = "5f0e1234 conn=1 fd=9 ACCEPT from IP=1.1.1.1:1 (
 class LdapShow : public testing::Test {
  protected:
     void keep(const std::string &server, const std::string &log = kAccept) {
-        const Outcome outcome = run({LDAP_STATS, "--store", store, "--server", server}, log);
+        const Outcome outcome = run({TARN_LDAP, "--store", store, "--server", server}, log);
         ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
     }
     Outcome show(std::vector<std::string> arguments) {
@@ -191,7 +191,7 @@ TEST_F(LdapShow, TheHistoryOfAJournalSaysWhichLinesHaveChangedWhat) {
     const std::string log = directory / "log";
     const std::string bind = "5f0e1234 conn=1 op=0 BIND dn=\"\" method=128\n";
     write_file(log, kAccept + bind);
-    const std::vector<std::string> stats = {LDAP_STATS, "--journal", "--store",   store,
+    const std::vector<std::string> stats = {TARN_LDAP,  "--journal", "--store",   store,
                                             "--server", "ldap1",     "--recount", log};
     ASSERT_EQ(run(stats).exit_code, 0);
     write_file(log, kAccept + bind + bind);

@@ -99,7 +99,7 @@ def test_a_bad_frame_or_document_is_refused_and_leaves_nothing(store, servers, c
 
 
 def test_a_store_that_a_c_program_keeps_is_read(path):
-    subprocess.run([os.environ['LDAP_STATS'], '--store', path, os.environ['RECORDING']],
+    subprocess.run([os.environ['TARN_LDAP'], '--store', path, os.environ['RECORDING']],
                    check=True, capture_output=True, env=PLAIN_ENVIRONMENT)
     expected = {(each['table'], each['name']): each['records'] for each in exported(path)}
     assert expected

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "examples/common/ldap_tables.h"
 #include "examples/dot1x_ports/tables.h"
+#include "feeders/ldap/tables.h"
 #include "model/instance.h"
 
 namespace {
@@ -17,9 +17,9 @@ TEST(UsualName, IsTheNameWithWhichTheDaemonsOpenTheirTables) {
         const char *table;
         const char *name;
     } cases[] = {
-        {tarn::tbl_ldap_conn::name, example::kTableName},
-        {tarn::tbl_ldap_stats::name, example::kTableName},
-        {tarn::tbl_ldap_summary::name, example::kTableName},
+        {tarn::tbl_ldap_conn::name, tarn_ldap::kTableName},
+        {tarn::tbl_ldap_stats::name, tarn_ldap::kTableName},
+        {tarn::tbl_ldap_summary::name, tarn_ldap::kTableName},
         {tarn::tbl_dot1xAuthConfigEntry_op::name, dot1x_ports::kTableName},
         {tarn::tbl_dot1xAuthStatsEntry_op::name, dot1x_ports::kTableName},
         {tarn::tbl_dot1xPaePortEntry_op::name, dot1x_ports::kTableName},

@@ -42,7 +42,7 @@ export const clockOf = (date) => `${two(date.getHours())}:${two(date.getMinutes(
 // The minute of a day as "08:05".
 export const minuteText = (minute) => `${two(Math.floor(minute / 60) % 24)}:${two(Math.floor(minute) % 60)}`;
 
-// "ldap_stats[4711] root: slapd.log:17", or nothing.
+// "tarn-ldap[4711] root: slapd.log:17", or nothing.
 export function authorText(transaction) {
   if (transaction.pid === undefined) return '';
   const program = (transaction.command ?? '').split(' ')[0].split('/').pop();

@@ -158,7 +158,7 @@ what isn't known; with --show one object with "changes", as watch --json prints 
 
 Examples:
   tarnctl log net.store --since -2h
-  tarnctl log net.store --table ldap_conn --by ldap_stats
+  tarnctl log net.store --table ldap_conn --by tarn-ldap
   tarnctl log net.store --label slapd.log:17
   tarnctl log net.store --show 4711)";
 

@@ -93,7 +93,7 @@ void declare_create(cli::Command &group) {
     add_wait_option(command, options->wait);
     command.notes =
         "The table gets the NAME of TABLE:NAME, or else its usual name: that of the daemons\n"
-        "that keep the table, ldap for the tables of ldap_stats and dot1x for those of\n"
+        "that keep the table, ldap for the tables of tarn-ldap and dot1x for those of\n"
         "dot1x_ports, and the table's own name without tbl_ for all others. A table that\n"
         "exists already is an error of exit status 3.\n\n"
         "Examples:\n"

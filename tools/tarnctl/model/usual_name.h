@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The name under which a table is made where none is given: the one under which the daemons that
-// keep it open it. They share one name for all tables of a kind: "ldap" for those of ldap_stats,
+// keep it open it. They share one name for all tables of a kind: "ldap" for those of tarn-ldap,
 // "dot1x" for those of dot1x_ports. Any other table has its own name without "tbl_".
 #ifndef TARNCTL_MODEL_USUAL_NAME_H
 #define TARNCTL_MODEL_USUAL_NAME_H

@@ -13,7 +13,7 @@ namespace tarnctl {
 
 // None if no process is.
 std::optional<kel_store_writer> writer_of(const kel_store *store);
-// "4711 (ldap_stats)".
+// "4711 (tarn-ldap)".
 std::string name_of(const kel_store_writer &writer);
 
 }  // namespace tarnctl

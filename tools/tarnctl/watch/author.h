@@ -19,7 +19,7 @@ std::string program_of(const kel_replica_transaction &transaction);
 std::string user_of(const kel_replica_transaction &transaction);
 std::string_view label_of(const kel_replica_transaction &transaction);
 
-// "  by ldap_stats[4711] root (slapd.log:17)", or nothing.
+// "  by tarn-ldap[4711] root (slapd.log:17)", or nothing.
 std::string author_text(const kel_replica_transaction &transaction, const Screen &screen);
 // Sets the members "transaction" and, if they are known, "pid", "uid", "user", "command" and
 // "label".
