@@ -49,6 +49,11 @@ Option &Option::needs(std::string option) {
     return *this;
 }
 
+Option &Option::reads(SettingsReader settings_reader) {
+    reader = std::move(settings_reader);
+    return *this;
+}
+
 Option &Option::named(const std::string &names_too) {
     read_names(names_too, *this);
     return *this;

@@ -20,6 +20,15 @@
 
 namespace cli {
 
+// Words for an option from a file of settings.
+struct Setting {
+    std::string name;                // the option's long name
+    std::vector<std::string> words;  // "true" or "false" for a flag
+    std::string place;               // "FILE:LINE", in errors
+};
+// Reads a file of settings. Throws UsageError, which names the place.
+using SettingsReader = std::function<std::vector<Setting>(const std::string &file)>;
+
 // An option, an argument that is identified by its position, or both.
 struct Option {
     std::vector<std::string> names;  // long ones without their dashes; none for an argument
@@ -34,6 +43,7 @@ struct Option {
     std::string variable;       // of the environment, used if the line lacks the option
     std::vector<std::string> excluded;  // options that can't be given with it
     std::vector<std::string> needed;    // options that must be given with it
+    SettingsReader reader;              // of the file that its value names; usually none
 
     Option &required();
     Option &hidden();
@@ -41,6 +51,9 @@ struct Option {
     Option &environment(std::string name);
     Option &excludes(std::string option);
     Option &needs(std::string option);
+    // Its value is a file of settings, which count where the line has no option of their name, nor
+    // one that can't be given with it.
+    Option &reads(SettingsReader reader);
     // An argument that can be given as an option too.
     Option &named(const std::string &names);
 

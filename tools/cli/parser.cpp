@@ -19,6 +19,12 @@ namespace {
 struct Given {
     const Option *option;
     std::vector<std::string> words;  // of a flag, one for each time that it is given
+    std::string place = {};          // in a file of settings; empty on the command line
+
+    // "--store", or "FILE:7: store"
+    std::string title() const {
+        return place.empty() ? option->title() : place + ": " + option->names.front();
+    }
 };
 using AllGiven = std::vector<Given>;
 
@@ -71,10 +77,10 @@ void give(const Given &given) {
     const Option &option = *given.option;
     if (option.is_flag()) return option.target.take("");
     if (!option.target.many && given.words.size() > 1)
-        throw UsageError(option.title() + " is given more than once");
+        throw UsageError(given.title() + " is given more than once");
     const std::vector<std::string> &choices = option.target.choices;
     for (const std::string &word : given.words) {
-        const std::string place = option.title() + " `" + word + "`: ";
+        const std::string place = given.title() + " `" + word + "`: ";
         if (!choices.empty() && std::find(choices.begin(), choices.end(), word) == choices.end())
             throw UsageError(place + "expected " + choices_text(choices));
         try {
@@ -89,13 +95,27 @@ void check_together(const AllGiven &all) {
     for (const Given &each : all) {
         for (const std::string &other : each.option->excluded) {
             if (find(all, other) != nullptr)
-                throw UsageError(each.option->title() + " can't be given with --" + other);
+                throw UsageError(each.title() + " can't be given with --" + other);
         }
         for (const std::string &other : each.option->needed) {
-            if (find(all, other) == nullptr)
-                throw UsageError(each.option->title() + " needs --" + other);
+            if (find(all, other) == nullptr) throw UsageError(each.title() + " needs --" + other);
         }
     }
+}
+
+bool exclude_each_other(const Option &a, const Option &b) {
+    const auto excludes = [](const Option &one, const Option &other) {
+        return std::any_of(one.excluded.begin(), one.excluded.end(),
+                           [&](const std::string &name) { return other.is_named(name); });
+    };
+    return excludes(a, b) || excludes(b, a);
+}
+
+// The words of a flag are those that the line would have: none, or one without text.
+std::vector<std::string> words_of_flag(const Setting &setting) {
+    if (setting.words == std::vector<std::string>{"true"}) return {""};
+    if (setting.words == std::vector<std::string>{"false"}) return {};
+    throw UsageError(setting.place + ": " + setting.name + ": expected true or false");
 }
 
 }  // namespace
@@ -124,6 +144,7 @@ class Parser::Level {
             place_arguments(given);
             take_passed(given, passed);
             check_together(given);
+            take_files(given);
             take_environment(given);
             check_required(given);
             give_all(given);
@@ -237,6 +258,41 @@ class Parser::Level {
                 throw UsageError(own->title() + " is given more than once");
             given.push_back({own, each.words});
         }
+    }
+
+    // Adds the settings of the files that are named on the line.
+    void take_files(AllGiven &given) const {
+        const AllGiven on_line = given;
+        for (const Given &each : on_line) {
+            if (!each.option->reader) continue;
+            for (const Setting &setting : each.option->reader(each.words.back()))
+                take_setting(setting, on_line, given);
+        }
+        if (given.size() > on_line.size()) check_together(given);
+    }
+
+    void take_setting(const Setting &setting, const AllGiven &on_line, AllGiven &given) const {
+        const Option &option = option_of(setting);
+        const bool is_overridden =
+            std::any_of(on_line.begin(), on_line.end(), [&](const Given &each) {
+                return each.option == &option || exclude_each_other(*each.option, option);
+            });
+        if (is_overridden) return;
+        std::vector<std::string> words = option.is_flag() ? words_of_flag(setting) : setting.words;
+        if (!words.empty()) given.push_back({&option, std::move(words), setting.place});
+    }
+
+    // Not the options that are about the line itself.
+    const Option &option_of(const Setting &setting) const {
+        std::vector<std::string_view> known;
+        for (const Option &each : command_.options) {
+            const bool is_about_line =
+                each.reader || each.is_named("help") || each.is_named("version");
+            if (is_about_line || each.names.empty()) continue;
+            if (each.names.front() == setting.name) return each;
+            if (!each.is_hidden) known.push_back(each.names.front());
+        }
+        throw UsageError(setting.place + ": " + no_such_text("key", setting.name, known));
     }
 
     void take_environment(AllGiven &given) const {

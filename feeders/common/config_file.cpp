@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The only file that includes toml++, which is slow to compile.
+#include "common/config_file.h"
+
+#include <toml++/toml.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace feeder {
+namespace {
+
+constexpr const char *kExpected = "expected a text, a number, true or false, or a list of these";
+
+std::string read_text(const std::string &path) {
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    std::string text;
+    if (file) text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (!file || file.bad()) throw cli::UsageError(path + ": " + std::strerror(errno));
+    return text;
+}
+
+std::string place_of(const std::string &path, const toml::source_region &region) {
+    return path + ":" + std::to_string(region.begin.line);
+}
+
+// Numbers in the form that options have on the command line.
+template <class Number>
+std::string word_of(Number number) {
+    std::ostringstream text;
+    text << number;
+    return text.str();
+}
+
+std::string word_of(const toml::node &node, const cli::Setting &setting) {
+    if (const auto *text = node.as_string()) return text->get();
+    if (const auto *number = node.as_integer()) return word_of(number->get());
+    if (const auto *number = node.as_floating_point()) return word_of(number->get());
+    if (const auto *truth = node.as_boolean()) return truth->get() ? "true" : "false";
+    throw cli::UsageError(setting.place + ": " + setting.name + ": " + kExpected);
+}
+
+cli::Setting setting_of(const std::string &path, std::string_view name, const toml::node &node) {
+    cli::Setting setting{std::string(name), {}, place_of(path, node.source())};
+    if (const toml::array *list = node.as_array()) {
+        for (const toml::node &each : *list) setting.words.push_back(word_of(each, setting));
+    } else {
+        setting.words.push_back(word_of(node, setting));
+    }
+    return setting;
+}
+
+}  // namespace
+
+std::vector<cli::Setting> read_config(const std::string &path) {
+    const std::string text = read_text(path);
+    try {
+        std::vector<cli::Setting> settings;
+        for (const auto &[key, node] : toml::parse(text))
+            settings.push_back(setting_of(path, key.str(), node));
+        return settings;
+    } catch (const toml::parse_error &error) {
+        throw cli::UsageError(place_of(path, error.source()) + ": " +
+                              std::string(error.description()));
+    }
+}
+
+void add_config_option(cli::Command &program) {
+    program
+        .option("-c,--config", "FILE", {[](const std::string &) {}, {}, false},
+                "File of settings, TOML: its keys are the options' names")
+        .reads(read_config);
+}
+
+}  // namespace feeder
