@@ -8,11 +8,11 @@ READERS = ("store", "Prometheus", "SNMP", "Python")
 
 
 class Comparison:
-    """`values` are {Figure: {reader: value}}, `own` {Figure: value}, `problems` texts."""
+    """`values` are {Figure: {reader: value}}, `own` {Figure: values of servers}."""
 
     def __init__(self):
         self.values = collections.defaultdict(dict)
-        self.own = {}
+        self.own = collections.defaultdict(set)
         self.problems = []
 
     def add(self, reader, found):
@@ -22,9 +22,8 @@ class Comparison:
             self.values[figure][reader] = value
 
     def is_equal(self, figure):
-        expected = [self.own[figure]] if figure in self.own else []
-        found = [self.values[figure].get(reader) for reader in READERS]
-        return len(set(expected + found)) == 1
+        found = {self.values[figure].get(reader) for reader in READERS}
+        return len(found | self.own.get(figure, set())) == 1
 
     def all_equal(self):
         return (not self.problems and bool(self.own)
@@ -41,7 +40,8 @@ class Comparison:
     def lines(self):
         yield row("figure", ("server", *READERS), "")
         for figure in self.rows():
-            cells = [self.own.get(figure), *(self.values[figure].get(each) for each in READERS)]
+            own = "/".join(map(str, sorted(self.own.get(figure, ())))) or None
+            cells = [own, *(self.values[figure].get(each) for each in READERS)]
             yield row(name_of(figure), cells, "" if self.is_equal(figure) else "different")
         others = [each for each in self.values if each not in self.own]
         equal = sum(map(self.is_equal, others))
@@ -60,7 +60,7 @@ def name_of(figure):
 
 def compare(lab):
     comparison = Comparison()
-    own = {store: server() for store, server in lab.counting.items()}
+    own = [(store, counts()) for store, counts in lab.counting()]
     for store, path in lab.stores.items():
         comparison.add("store", sources.by_tarnctl(lab.notes, lab.settings.tarnctl, store, path))
         comparison.add("Python", sources.by_python(lab.notes, lab.settings, store, path))
@@ -71,7 +71,7 @@ def compare(lab):
         comparison.add("SNMP", found)
         if others:
             comparison.problems.append(f"SNMP has {others} values of other records of {store}")
-    for store, counts in own.items():
+    for store, counts in own:
         add_own(comparison, lab.notes, store, counts)
     return comparison
 
@@ -89,6 +89,6 @@ def add_own(comparison, notes, store, counts):
                 continue
             record = records.get((table, key))
             if record:
-                comparison.own[record._replace(field=field)] = value
+                comparison.own[record._replace(field=field)].add(value)
             elif any(each.table == table for each in comparison.values) or value:
                 comparison.problems.append(f"{store} has no record {key} of {table} for {term}")

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """FreeRADIUS: authenticates the users of slapd, and counts."""
 import os
+import re
 import subprocess
 
 from programs import find
@@ -19,7 +20,7 @@ logdir = {folder}
 libdir = /usr/lib/freeradius
 pidfile = {folder}/radiusd.pid
 max_request_time = 5
-cleanup_delay = 2
+cleanup_delay = 1
 max_requests = 4096
 security {{
     max_attributes = 200
@@ -136,6 +137,13 @@ server control {{
 """
 
 
+# Of each port: the objects of its clients that count the same.
+TRAFFIC = (
+    (1812, "radiusAuthClient", {"requests": "AccessRequests", "accepts": "AccessAccepts",
+                                "rejects": "AccessRejects", "challenges": "AccessChallenges"}),
+    (1813, "radiusAccClient", {"requests": "Requests"}))
+
+
 class FreeRadius(Supervised):
     def __init__(self, folder, network, address, device, url):
         super().__init__(folder, "freeradius")
@@ -156,3 +164,20 @@ class FreeRadius(Supervised):
 
     def is_ready(self):
         return os.path.exists(self.folder + "/control") and self.admin("show uptime") is not None
+
+    def numbers(self, port):
+        text = self.admin(f"stats socket {self.address} {port}")
+        return text and {name: int(value) for name, value in re.findall(r"(\w+)\t+(\d+)", text)}
+
+    def counts(self):
+        """(object, key, value) of what it and its clients both count."""
+        found = []
+        for port, front, names in TRAFFIC:
+            numbers = self.numbers(port)
+            if not numbers:
+                return None
+            # A packet that was sent again is another count on each side.
+            if not numbers["dup"]:
+                found += [(front + object, self.address, numbers[name])
+                          for name, object in names.items()]
+        return found

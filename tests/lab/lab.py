@@ -35,8 +35,14 @@ class Lab:
         self.processes = [self.slapd, self.freeradius, self.hostapd, self.supplicants,
                           *self.feeders, self.exporter, self.prometheus, self.snmpd,
                           *self.agents.values()]
-        # What the servers count, by the store that has it.
-        self.counting = {"dot1x": self.hostapd.counts, "ldap": self.count_directory}
+
+    def counting(self):
+        """The functions with which servers count what a store has."""
+        yield "dot1x", self.hostapd.counts
+        yield "ldap", self.count_directory
+        # The packets between both of them, unless one has begun anew.
+        if self.hostapd.starts == self.freeradius.starts == 1:
+            yield "dot1x", self.freeradius.counts
 
     def connect(self):
         namespaces.ip("link", "set", "lo", "up")
