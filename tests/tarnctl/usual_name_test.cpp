@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "examples/dot1x_ports/tables.h"
+#include "feeders/dot1x/tables.h"
 #include "feeders/ldap/tables.h"
 #include "model/instance.h"
 
@@ -20,14 +20,14 @@ TEST(UsualName, IsTheNameWithWhichTheDaemonsOpenTheirTables) {
         {tarn::tbl_ldap_conn::name, tarn_ldap::kTableName},
         {tarn::tbl_ldap_stats::name, tarn_ldap::kTableName},
         {tarn::tbl_ldap_summary::name, tarn_ldap::kTableName},
-        {tarn::tbl_dot1xAuthConfigEntry_op::name, dot1x_ports::kTableName},
-        {tarn::tbl_dot1xAuthStatsEntry_op::name, dot1x_ports::kTableName},
-        {tarn::tbl_dot1xPaePortEntry_op::name, dot1x_ports::kTableName},
-        {tarn::tbl_dot1xPaePortEntryInit_op::name, dot1x_ports::kTableName},
-        {tarn::tbl_dot1xPaePortEntryReauth_op::name, dot1x_ports::kTableName},
-        {tarn::tbl_aaa_servers::name, dot1x_ports::kTableName},
-        {tarn::tbl_radius_stats::name, dot1x_ports::kTableName},
-        {tarn::tbl_pexSessionEntry_op::name, dot1x_ports::kTableName},
+        {tarn::tbl_dot1xAuthConfigEntry_op::name, tarn_dot1x::kTableName},
+        {tarn::tbl_dot1xAuthStatsEntry_op::name, tarn_dot1x::kTableName},
+        {tarn::tbl_dot1xPaePortEntry_op::name, tarn_dot1x::kTableName},
+        {tarn::tbl_dot1xPaePortEntryInit_op::name, tarn_dot1x::kTableName},
+        {tarn::tbl_dot1xPaePortEntryReauth_op::name, tarn_dot1x::kTableName},
+        {tarn::tbl_aaa_servers::name, tarn_dot1x::kTableName},
+        {tarn::tbl_radius_stats::name, tarn_dot1x::kTableName},
+        {tarn::tbl_pexSessionEntry_op::name, tarn_dot1x::kTableName},
         {"tbl_lum_credentials", "lum_credentials"},  // no daemon keeps it
     };
     for (const auto &each : cases)

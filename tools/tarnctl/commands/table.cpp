@@ -94,7 +94,7 @@ void declare_create(cli::Command &group) {
     command.notes =
         "The table gets the NAME of TABLE:NAME, or else its usual name: that of the daemons\n"
         "that keep the table, ldap for the tables of tarn-ldap and dot1x for those of\n"
-        "dot1x_ports, and the table's own name without tbl_ for all others. A table that\n"
+        "tarn-dot1x, and the table's own name without tbl_ for all others. A table that\n"
         "exists already is an error of exit status 3.\n\n"
         "Examples:\n"
         "  tarnctl table create ldap_conn --store net.store\n"
