@@ -6,6 +6,8 @@ from supervised import Supervised
 
 
 class Feeder(Supervised):
+    restarts = True
+
     def __init__(self, folder, program, words):
         super().__init__(folder, os.path.basename(program))
         self.words = [program, *words]

@@ -69,7 +69,7 @@ class Lab:
             Feeder(self.folder, self.settings.tarn_dot1x,
                    ["--store", self.stores["dot1x"], *controls, "--poll", "1"]),
             Feeder(self.folder, self.settings.tarn_ldap,
-                   ["--store", self.stores["ldap"], "--server", DIRECTORY, "--follow",
+                   ["--store", self.stores["ldap"], "--server", DIRECTORY, "--recount", "--follow",
                     self.slapd.log])]
 
     def make_readers(self):

@@ -54,8 +54,10 @@ class Prometheus(Supervised):
             f"  static_configs: [{{targets: ['127.0.0.1:{Exporter.PORT}']}}]\n"))
 
     def command(self):
+        # A series that ended while it didn't run has no end: it is gone after a few scrapes.
         return [find("prometheus"), "--config.file", self.settings, "--storage.tsdb.path",
-                self.folder + "/tsdb", "--web.listen-address", f"127.0.0.1:{self.PORT}"]
+                self.folder + "/tsdb", "--query.lookback-delta", "5s", "--web.listen-address",
+                f"127.0.0.1:{self.PORT}"]
 
     def environment(self):
         return dict(os.environ, GOMAXPROCS="1")

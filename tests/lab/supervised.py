@@ -9,6 +9,8 @@ from programs import Program, until
 class Supervised:
     """`command()` is its command line, `is_ready()` whether it does its work."""
 
+    restarts = False  # whether it is started again if it ends by itself
+
     def __init__(self, folder, name):
         self.name = name
         self.folder = os.path.join(folder, name)
@@ -36,7 +38,9 @@ class Supervised:
 
     def is_ready_or_ended(self):
         status = self.program.process.poll()
-        if status is not None:
+        if status is not None and self.restarts:
+            self.start()
+        elif status is not None:
             raise AssertionError(f"{self.name} has ended with {status}:\n" +
                                  "\n".join(self.program.text().splitlines()[-10:]))
         return self.is_ready()
