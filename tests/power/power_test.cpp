@@ -208,7 +208,6 @@ std::uint64_t run_cuts(const Run &run) {
     if (::pipe2(requests, O_CLOEXEC) != 0 || ::pipe2(replies, O_CLOEXEC) != 0) return 0;
     const pid_t worker = ::fork();
     if (worker == 0) {
-        ::signal(SIGPIPE, SIG_IGN);
         ::close(requests[0]);
         ::close(replies[1]);
         try {
@@ -234,13 +233,17 @@ std::uint64_t run_cuts(const Run &run) {
                          static_cast<unsigned long long>(run.seed), run.durability, error.what());
             is_right = false;
         }
-        if (is_right) is_right = send(replies[1], std::uint32_t{1});
+        if (is_right && !send(replies[1], std::uint32_t{1})) break;
     }
     ::close(requests[0]);
     ::close(replies[1]);
     int status = 0;
-    is_right = worker > 0 && ::waitpid(worker, &status, 0) == worker && status == 0 && is_right;
-    return is_right ? cuts : 0;
+    const bool has_ended = worker > 0 && ::waitpid(worker, &status, 0) == worker;
+    if (is_right && (!has_ended || status != 0))
+        std::fprintf(stderr, "seed %llu: the working process ended with status %d after %llu cuts\n",
+                     static_cast<unsigned long long>(run.seed), status,
+                     static_cast<unsigned long long>(cuts));
+    return is_right && has_ended && status == 0 ? cuts : 0;
 }
 
 std::uint64_t number_of(const char *variable, std::uint64_t otherwise) {
@@ -249,6 +252,7 @@ std::uint64_t number_of(const char *variable, std::uint64_t otherwise) {
 }
 
 int run_all() {
+    ::signal(SIGPIPE, SIG_IGN);
     // What is flushed is only noted.
     const tarn::test::TemporaryDirectory directory(tarn::test::fast_directory_path());
     const std::uint64_t wanted = number_of("TARNBASE_POWER_CUTS", usual_cuts);
