@@ -12,6 +12,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -40,7 +41,9 @@ struct InputOptions {
 
 struct Piece {
     std::string bytes;
-    bool new_text = false;  // these bytes begin another file
+    bool new_text = false;      // these bytes begin another file
+    std::string position = {};  // where they end, for a source that continues there; or empty
+    uint64_t first_line = 0;    // the number of their first line; 0: the one after the last
 };
 
 class Input {

@@ -30,8 +30,24 @@ Job::Job(JobOptions options, std::ostream &messages)
 void Job::take(const Piece &batch) {
     const auto sink = [this](const NumberedLine &line) { take_line(line); };
     if (batch.new_text) lines_.finish(sink);
+    if (batch.first_line > 0) lines_.number_from(batch.first_line);
     lines_.add(batch.bytes, sink);
+    position_ = batch.position;
     store_batch();
+}
+
+std::string Job::resume() {
+    recognised_ = true;
+    if (!keeper_) keeper_.emplace(feeder::open_store(options_.store));
+    const auto place = keeper_->place(options_.source);
+    if (place && !options_.server) options_.server = place->server;
+    return place ? place->position : "";
+}
+
+void Job::observe_connections(std::optional<uint32_t> count) {
+    observed_connections_ = count;
+    if (name_ && line_count_ == stored_line_count_ && keeper_->read(*name_) != server())
+        keeper_->write(*name_, server(), {.label = "cn=Monitor"});
 }
 
 void Job::finish() {
@@ -111,7 +127,7 @@ void Job::store_batch() {
     try {
         store_as(*name);
     } catch (const tarn::error &error) {
-        throw tarn::error(error.number(), options_.store + ": " + error.what() +
+        throw tarn::error(error.number(), options_.store.path + ": " + error.what() +
                                               "; the last batch, of " + std::to_string(count) +
                                               " lines, is not stored");
     }
@@ -121,17 +137,26 @@ void Job::store_batch() {
         messages_ << "stored " << line_count_ << " lines as " << *name << std::endl;
 }
 
+// Continues from what the store has.
+void Job::open(const std::string &name) {
+    if (name_) return;
+    if (!keeper_) keeper_.emplace(feeder::open_store(options_.store));
+    const auto stored = options_.recount ? std::nullopt : keeper_->read(name);
+    if (stored) tally_.adopt(*stored);
+    name_ = name;
+}
+
 void Job::store_as(const std::string &name) {
-    if (!keeper_) {
-        keeper_.emplace(options_.store);
-        if (options_.journal) keeper_->keep_journal();
-        const auto stored = options_.recount ? std::nullopt : keeper_->read(name);
-        if (stored) tally_.adopt(*stored);
-    }
+    open(name);
+    keeper_->write(name, server(), {label_of(options_.log, batch_), options_.source, position_});
+}
+
+Server Job::server() const {
     Server server = tally_.server();
     if (options_.timeout) server.req_timeout = *options_.timeout;
-    keeper_->write(name, server, label_of(options_.log, batch_));
-    name_ = name;
+    // A server that has stopped counts none, though it may not have been queried since.
+    if (observed_connections_ && server.status) server.num_conns = *observed_connections_;
+    return server;
 }
 
 Report Job::report() const {

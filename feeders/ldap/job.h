@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "common/store.h"
 #include "input.h"
 #include "keeper.h"
 #include "lines.h"
@@ -25,13 +26,13 @@ namespace tarn_ldap {
 constexpr size_t kLinesBeforeRefusal = 20;
 
 struct JobOptions {
-    std::string store;
+    feeder::StoreSettings store;
     std::string log;                    // the log's name in messages
     std::optional<std::string> server;  // the key of the records; by default from the log
     std::optional<uint32_t> timeout;    // req_timeout; unchanged if not given
     bool recount = false;               // replace what is stored, instead of continuing it
-    bool journal = false;               // let the store keep a journal
     bool verbose = false;               // print each batch
+    std::string source = {};            // under which the place in the log is kept; or empty
 };
 
 // The result: counts, and the stored values.
@@ -61,9 +62,18 @@ class Job {
  public:
     Job(JobOptions options, std::ostream &messages);
 
+    // Opens the store, and continues with the server of the place that it has. Returns the place;
+    // an empty text if there is none. Any text counts as slapd's log from here on. Throws
+    // tarn::error.
+    std::string resume();
     // Throws NotASlapdLog or tarn::error; the latter after the batch was rolled back.
     void take(const Piece &batch);
+    // Stores what was taken but not stored yet, since the store failed.
+    void store_rest() { store_batch(); }
     void finish();
+    // The open connections that the server itself counts; none: it doesn't answer. They are stored
+    // instead of those of the log.
+    void observe_connections(std::optional<uint32_t> count);
     Report report() const;
 
  private:
@@ -74,6 +84,8 @@ class Job {
     void refuse() const;
     void store_batch();
     void store_as(const std::string &name);
+    void open(const std::string &name);
+    Server server() const;
 
     JobOptions options_;
     std::ostream &messages_;
@@ -83,7 +95,9 @@ class Job {
     std::optional<std::string> name_;
     uint64_t line_count_ = 0;
     uint64_t stored_line_count_ = 0;
-    LineRange batch_;  // the lines since then
+    LineRange batch_;       // the lines since then
+    std::string position_;  // where the last piece ended
+    std::optional<uint32_t> observed_connections_;
     uint64_t malformed_ = 0;
     LineKind last_kind_ = LineKind::other;
     bool recognised_ = false;

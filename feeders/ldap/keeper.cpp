@@ -6,6 +6,8 @@
 namespace tarn_ldap {
 namespace {
 
+constexpr std::string_view kOf = " of ";
+
 // A server's record, made with zeros if there is none.
 template <class Table>
 typename Table::record_type find_or_make(Table &table, const std::string &name) {
@@ -15,18 +17,14 @@ typename Table::record_type find_or_make(Table &table, const std::string &name) 
 
 }  // namespace
 
-Keeper::Keeper(const std::string &path)
-    : store_(tarn::store::open_or_create(path)),
+Keeper::Keeper(tarn::store store)
+    : store_(std::move(store)),
       session_(store_),
       stats_(StatsTable::open_or_create(session_, kTableName)),
       summary_(SummaryTable::open_or_create(session_, kTableName)),
-      conn_(ConnTable::open_or_create(session_, kTableName)) {}
-
-void Keeper::keep_journal() {
-    kel_journal_settings settings = tarn::try_describe_journal(store_).value().settings;
-    if (settings.enabled != 0) return;
-    settings.enabled = 1;
-    tarn::set_journal(store_, settings);
+      conn_(ConnTable::open_or_create(session_, kTableName)) {
+    if (const auto places = PlacesTable::try_open(session_, kPlacesName)) places_ = *places;
+    else if (places.error().number() != ENOENT) throw places.error();
 }
 
 std::optional<Server> Keeper::read(const std::string &name) const {
@@ -53,9 +51,12 @@ std::optional<Server> Keeper::read(const std::string &name) const {
 #define SET_IF_CHANGED(record, field, value) \
     if (record.field() != (value)) record.set_##field(value);
 
-void Keeper::write(const std::string &name, const Server &server, const std::string &label) {
+void Keeper::write(const std::string &name, const Server &server, const Origin &origin) {
+    // A new table belongs to no transaction.
+    if (!origin.source.empty() && !places_)
+        places_ = PlacesTable::open_or_create(session_, kPlacesName);
     tarn::transaction transaction(session_);
-    tarn::label(session_, transaction, label);
+    tarn::label(session_, transaction, origin.label);
     auto stats = find_or_make(stats_, name);
 #define X(field) SET_IF_CHANGED(stats, field, server.stats.field)
     LDAP_STATS_COUNTERS(X)
@@ -65,7 +66,21 @@ void Keeper::write(const std::string &name, const Server &server, const std::str
     SET_IF_CHANGED(summary, status, server.status)
     auto conn = find_or_make(conn_, name);
     SET_IF_CHANGED(conn, num_conns, server.num_conns)
+    if (!origin.source.empty()) {
+        auto place = find_or_make(*places_, origin.source);
+        SET_IF_CHANGED(place, gen_num, origin.position + std::string(kOf) + name)
+    }
     transaction.commit();
+}
+
+std::optional<Place> Keeper::place(const std::string &source) const {
+    if (!places_) return std::nullopt;
+    const auto record = places_->find(source);
+    if (!record) return std::nullopt;
+    const std::string text(record->gen_num());
+    const size_t end = text.find(kOf);
+    if (end == std::string::npos) return Place{text, ""};
+    return Place{text.substr(0, end), text.substr(end + kOf.size())};
 }
 
 }  // namespace tarn_ldap

@@ -25,6 +25,8 @@ class Lines {
     using Sink = std::function<void(const NumberedLine &)>;
 
     void add(std::string_view piece, const Sink &sink);
+    // The next line has this number.
+    void number_from(uint64_t number) { number_ = number; }
     // Passes on a last line without an end. The next line is line 1 of another text.
     void finish(const Sink &sink);
 

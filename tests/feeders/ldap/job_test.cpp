@@ -2,9 +2,13 @@
 #include "feeders/ldap/job.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include "tarnbase/tarn/journal.hpp"
@@ -25,7 +29,11 @@ constexpr const char *kName = "ldap://2.2.2.2:389";
 class JobTest : public testing::Test {
  protected:
     Job job(std::optional<std::string> server = {}, std::optional<uint32_t> timeout = {}) {
-        return Job({.store = store, .log = "log", .server = server, .timeout = timeout}, messages);
+        return Job({.store = {.path = store, .durability = {}},
+                    .log = "log",
+                    .server = server,
+                    .timeout = timeout},
+                   messages);
     }
     Report run(const std::string &text) {
         Job one = job();
@@ -33,12 +41,14 @@ class JobTest : public testing::Test {
         one.finish();
         return one.report();
     }
-    std::optional<Server> stored(const std::string &name) { return Keeper(store).read(name); }
+    std::optional<Server> stored(const std::string &name) {
+        return Keeper(tarn::store::open_or_create(store)).read(name);
+    }
     Job job_with_journal() {
         JobOptions options;
-        options.store = store;
+        options.store.path = store;
         options.log = directory / "slapd.log";
-        options.journal = true;
+        options.store.journal = true;
         return Job(options, messages);
     }
     // Of all transactions that the journal of the store has.
@@ -220,6 +230,123 @@ TEST_F(JobTest, ABatchThatCannotBeStoredIsReported) {
                   std::string::npos)
             << error.what();
     }
+}
+
+// Another process that has a transaction open between `begin` and `end`. Make it before the store
+// is opened: its place in memory is the same in all processes.
+class Writer {
+ public:
+    explicit Writer(const std::string &path) {
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends_), 0);
+        process_ = fork();
+        if (process_ == 0) hold(path);
+        close(ends_[1]);
+    }
+    Writer(const Writer &) = delete;
+    Writer &operator=(const Writer &) = delete;
+    ~Writer() { end(); }
+
+    void begin() {
+        char byte = 0;
+        EXPECT_EQ(write(ends_[0], &byte, 1), 1);
+        EXPECT_EQ(read(ends_[0], &byte, 1), 1);
+    }
+    void end() {
+        if (process_ <= 0) return;
+        close(ends_[0]);
+        waitpid(std::exchange(process_, 0), nullptr, 0);
+    }
+
+ private:
+    [[noreturn]] void hold(const std::string &path) {
+        close(ends_[0]);
+        char byte;
+        if (read(ends_[1], &byte, 1) != 1) _exit(1);
+        auto store = tarn::store::open(path);
+        tarn::session session(store);
+        const tarn::transaction transaction(session);
+        if (write(ends_[1], &byte, 1) == 1) [[maybe_unused]]
+            const auto done = read(ends_[1], &byte, 1);
+        _exit(0);
+    }
+
+    int ends_[2] = {-1, -1};
+    pid_t process_ = 0;
+};
+
+class ResumedJobTest : public JobTest {
+ protected:
+    Job job_with_place() {
+        JobOptions options;
+        options.store.path = store;
+        options.log = "log";
+        options.source = "file:log";
+        return Job(options, messages);
+    }
+    static Piece piece(const std::string &bytes, const std::string &end, uint64_t first_line) {
+        return {bytes, false, end, first_line};
+    }
+    std::string place() {
+        const auto found = Keeper(tarn::store::open_or_create(store)).place("file:log");
+        return found ? found->position : "none";
+    }
+};
+
+TEST_F(ResumedJobTest, ContinuesWithTheServerAndThePlaceOfTheStore) {
+    {
+        Job one = job_with_place();
+        EXPECT_EQ(one.resume(), "");
+        one.take(piece(kStart, "1", 1));
+    }
+    EXPECT_EQ(place(), "none");
+    {
+        Job two = job_with_place();
+        EXPECT_EQ(two.resume(), "");
+        two.take(piece(std::string(kStart) + kAccept, "2", 1));
+    }
+    Job three = job_with_place();
+    EXPECT_EQ(three.resume(), "2");
+    three.take(piece("nonsense\n" + std::string(kUnbind), "4", 3));
+    EXPECT_EQ(three.report().name, kName);
+    EXPECT_EQ(three.report().server.num_conns, 1u);
+    EXPECT_EQ(three.report().server.stats.total_msg_sent, 1u);
+    EXPECT_NE(messages.str().find("log:3: found"), std::string::npos) << messages.str();
+}
+
+TEST_F(ResumedJobTest, ABatchThatTheStoreRefusedIsStoredLaterWithItsPlace) {
+    {
+        Writer other(store);
+        Job one = job_with_place();
+        one.resume();
+        one.take(piece(kAccept, "1", 1));
+        other.begin();
+        EXPECT_THROW(one.take(piece(kUnbind, "2", 2)), tarn::error);
+        EXPECT_EQ(one.report().server.stats.total_msg_sent, 0u);
+        other.end();
+        one.store_rest();
+        EXPECT_EQ(one.report().server.stats.total_msg_sent, 1u);
+    }
+    EXPECT_EQ(place(), "2");
+}
+
+TEST_F(ResumedJobTest, TheConnectionsThatTheServerCountsReplaceThoseOfTheLog) {
+    Job one = job_with_place();
+    one.resume();
+    one.observe_connections(9);
+    one.take(piece(kAccept, "1", 1));
+    EXPECT_EQ(one.report().server.num_conns, 9u);
+    one.observe_connections(8);
+    EXPECT_EQ(one.report().server.num_conns, 8u);
+    one.observe_connections(std::nullopt);
+    EXPECT_EQ(one.report().server.num_conns, 1u);
+}
+
+TEST_F(ResumedJobTest, AStoppedServerHasNoConnectionsWhateverItCountedBefore) {
+    Job one = job_with_place();
+    one.resume();
+    one.observe_connections(9);
+    one.take(piece(std::string(kAccept) + "5f0e1234 slapd stopped.\n", "1", 1));
+    EXPECT_EQ(one.report().server.num_conns, 0u);
 }
 
 }  // namespace

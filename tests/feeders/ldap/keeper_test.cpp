@@ -35,7 +35,7 @@ class KeeperTest : public testing::Test {
 };
 
 TEST_F(KeeperTest, AServerIsReadAsItWasWritten) {
-    Keeper keeper(path);
+    Keeper keeper(tarn::store::open_or_create(path));
     EXPECT_EQ(keeper.read(kName), std::nullopt);
     keeper.write(kName, sample(1));
     EXPECT_EQ(keeper.read(kName), sample(1));
@@ -44,12 +44,12 @@ TEST_F(KeeperTest, AServerIsReadAsItWasWritten) {
 }
 
 TEST_F(KeeperTest, AKeeperReadsWhatAnEarlierOneWrote) {
-    { Keeper(path).write(kName, sample(1)); }
-    EXPECT_EQ(Keeper(path).read(kName), sample(1));
+    { Keeper(tarn::store::open_or_create(path)).write(kName, sample(1)); }
+    EXPECT_EQ(Keeper(tarn::store::open_or_create(path)).read(kName), sample(1));
 }
 
 TEST_F(KeeperTest, KeepsSeveralServers) {
-    Keeper keeper(path);
+    Keeper keeper(tarn::store::open_or_create(path));
     const std::string long_name(300, 'x');
     keeper.write(kName, sample(1));
     keeper.write(long_name, sample(50));
@@ -61,7 +61,7 @@ TEST_F(KeeperTest, KeepsSeveralServers) {
 }
 
 TEST_F(KeeperTest, ARepeatedWriteTakesNoMoreSpace) {
-    Keeper keeper(path);
+    Keeper keeper(tarn::store::open_or_create(path));
     keeper.write(kName, sample(1));
     const uint64_t blocks = blocks_of(keeper);
     for (uint32_t i = 0; i < 10; ++i) keeper.write(kName, sample(i));
@@ -69,20 +69,21 @@ TEST_F(KeeperTest, ARepeatedWriteTakesNoMoreSpace) {
 }
 
 TEST_F(KeeperTest, AWriteThatFailsIsRolledBack) {
-    Keeper keeper(path);
-    keeper.write("another", sample(7));
+    Keeper keeper(tarn::store::open_or_create(path));
+    keeper.write("another", sample(7), {.source = "log", .position = "1"});
     const uint64_t blocks = blocks_of(keeper);
     uint64_t failures = 0;
     for (;;) {
         kel_store_fail_allocation(keeper.store().c_store(), failures + 1);
         try {
-            keeper.write(kName, sample(1));
+            keeper.write(kName, sample(1), {.source = "log", .position = "2"});
             break;
         } catch (const tarn::error &) {
             ++failures;
         }
         ASSERT_EQ(keeper.read(kName), std::nullopt) << "allocation " << failures;
         ASSERT_EQ(keeper.read("another"), sample(7)) << "allocation " << failures;
+        ASSERT_EQ(keeper.place("log")->position, "1") << "allocation " << failures;
         ASSERT_EQ(blocks_of(keeper), blocks) << "allocation " << failures;
         ASSERT_LT(failures, 1000u);
     }
@@ -91,12 +92,25 @@ TEST_F(KeeperTest, AWriteThatFailsIsRolledBack) {
     EXPECT_GE(failures, 9u);
     EXPECT_EQ(keeper.read(kName), sample(1));
     EXPECT_EQ(keeper.read("another"), sample(7));
+    EXPECT_EQ(keeper.place("log")->position, "2");
+}
+
+TEST_F(KeeperTest, ThePlaceOfALogIsKeptWithTheServerThatItIsAbout) {
+    {
+        Keeper keeper(tarn::store::open_or_create(path));
+        EXPECT_FALSE(keeper.place("log"));
+        keeper.write(kName, sample(1), {.source = "log", .position = "file 1 2"});
+    }
+    Keeper keeper(tarn::store::open_or_create(path));
+    EXPECT_EQ(keeper.place("log")->position, "file 1 2");
+    EXPECT_EQ(keeper.place("log")->server, kName);
+    EXPECT_FALSE(keeper.place("another log"));
 }
 
 TEST_F(KeeperTest, AFileThatIsNoStoreIsRefused) {
     write_file(path, "something else\n");
     try {
-        Keeper keeper(path);
+        Keeper keeper(tarn::store::open_or_create(path));
         FAIL() << "opened";
     } catch (const tarn::error &error) {
         EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();
