@@ -111,8 +111,8 @@ Round double_round(const State &state, Engine &engine) {
     }
     const bool is_rolled_back = both && below(engine, 3) == 0;
     if (is_rolled_back) {
-        std::ranges::stable_partition(changes,
-                                      [&](const Operation &each) { return each.handle == first; });
+        std::stable_partition(changes.begin(), changes.end(),
+                              [&](const Operation &each) { return each.handle == first; });
     }
     Round round{{Kind::begin, 0, {}, 0, {}}, {Kind::begin, 1, {}, 0, {}}};
     round.insert(round.end(), changes.begin(), changes.end());

@@ -212,7 +212,7 @@ TEST_F(Query, WritesSumsBeyondTheExactNumbersOfJsonAsStrings) {
     uint32_t err = 0;
     kel_handle *handle = store_.handle();
     kel_table *block = table.open(handle, KEL_TX_NONE, "some", 0, &err);
-    for (const uint64_t key : {1, 2}) {
+    for (const uint64_t key : {1U, 2U}) {
         kel_record *record = table.create_record(handle, KEL_TX_NONE, 1, &err);
         void *object = table.type->create(handle, KEL_TX_NONE);
         Value(handle, KEL_TX_NONE, object, parse_path(*table.type, "singleton_id")).set_number(key);

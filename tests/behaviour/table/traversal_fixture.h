@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
+#include <type_traits>
 #include <vector>
 
 #include "tests/behaviour/table/fixture.h"
@@ -30,10 +31,16 @@ class ReadTest : public TableTest {
         services.clear();
         return records;
     }
+    // The reads take unsigned numbers; anything else is left as it is.
+    template <typename T>
+    static auto unsigned_number(T argument) {
+        if constexpr (std::is_same_v<T, int>) return static_cast<u32>(argument);
+        else return argument;
+    }
     // Calls a read of the table with the handle, the transaction and the error word.
     template <typename Form, typename... Arguments>
     kel_record *read(Form form, Arguments... arguments) {
-        return form(handle, tx, table, arguments..., &err);
+        return form(handle, tx, table, unsigned_number(arguments)..., &err);
     }
     // Every read from an end of the index.
     Reads reads_from_ends(u32 src = KEL_SOURCE_DEFAULT) {

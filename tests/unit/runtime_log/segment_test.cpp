@@ -122,7 +122,7 @@ TEST(Segment, OfAnotherLengthIsDamaged) {
     const Folder folder;
     Segment segment;
     ASSERT_EQ(segment.create(folder.descriptor(), test_id, 0), 0U);
-    for (const std::uint64_t size : {0, 1, 63, 64, 4096, 65535, 65537, 131072}) {
+    for (const std::uint64_t size : {0U, 1U, 63U, 64U, 4096U, 65535U, 65537U, 131072U}) {
         std::filesystem::resize_file(folder.segment(0), size);
         Segment again;
         EXPECT_EQ(open_read_only(folder, 0, again), std::uint32_t{EBADMSG}) << size;
@@ -157,7 +157,7 @@ TEST(Segment, ThatIsNoFileIsRefused) {
 
 TEST(Segment, RemovalKeepsThePositionAndWhatFollows) {
     const Folder folder;
-    for (const std::uint64_t position : {0, 800, 1600, 2400, 3200}) {
+    for (const std::uint64_t position : {0U, 800U, 1600U, 2400U, 3200U}) {
         write_file(folder.segment(position), "");
     }
     write_file(folder.segment(1800), "");  // of a writer that died at 1800

@@ -152,7 +152,7 @@ class LabelledRun {
     // Names of a different length are copied in different ways.
     std::vector<std::string> names_ = [] {
         std::vector<std::string> names;
-        for (const std::size_t length : {0, 1, 2, 3, 4, 7, 8, 15, 16, 31, 32, 33, 40})
+        for (const std::size_t length : {0U, 1U, 2U, 3U, 4U, 7U, 8U, 15U, 16U, 31U, 32U, 33U, 40U})
             names.push_back(
                 std::string("abcdefghijklmnopqrstuvwxyz_0123456789ABC").substr(0, length));
         return names;
