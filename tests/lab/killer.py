@@ -4,7 +4,7 @@ import collections
 import threading
 import time
 
-PAUSE = 2  # seconds between two kills at most
+PAUSE = 1.2  # seconds between two kills at most
 
 
 class Killer:

@@ -65,12 +65,14 @@ class Lab:
         controls = []
         for port in self.ports:
             controls += ["--control", self.hostapd.socket(port)]
-        self.feeders = [
-            Feeder(self.folder, self.settings.tarn_dot1x,
-                   ["--store", self.stores["dot1x"], *controls, "--poll", "1"]),
-            Feeder(self.folder, self.settings.tarn_ldap,
-                   ["--store", self.stores["ldap"], "--server", DIRECTORY, "--recount", "--follow",
-                    self.slapd.log])]
+        self.dot1x = Feeder(
+            self.folder, self.settings.tarn_dot1x,
+            ["--store", self.stores["dot1x"], *controls, "--poll", "1"])
+        self.ldap = Feeder(
+            self.folder, self.settings.tarn_ldap,
+            ["--store", self.stores["ldap"], "--server", DIRECTORY, "--service", "--slapd-log",
+             self.slapd.log, "--monitor", self.slapd.url])
+        self.feeders = [self.dot1x, self.ldap]
 
     def make_readers(self):
         self.exporter = Exporter(self.folder, self.settings.exporter, self.stores)
@@ -93,7 +95,7 @@ class Lab:
 
     @contextlib.contextmanager
     def frozen_users_of_the_directory(self):
-        users = [self.freeradius, self.feeders[1]]
+        users = [self.freeradius, self.ldap]
         for each in users:
             each.program.process.send_signal(signal.SIGSTOP)
         try:
