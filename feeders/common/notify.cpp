@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/notify.h"
 
-#include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -55,14 +54,14 @@ Notifier::~Notifier() {
     if (socket_ >= 0) close(socket_);
 }
 
-void Notifier::send(const std::string &text) const {
+void Notifier::send(const std::string &text, int flags) const {
     if (socket_ < 0) return;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, address_.data(), address_.size());
     const auto length = socklen_t(offsetof(sockaddr_un, sun_path) + address_.size());
     [[maybe_unused]] const ssize_t ignored =
-        sendto(socket_, text.data(), text.size(), MSG_NOSIGNAL,
+        sendto(socket_, text.data(), text.size(), MSG_NOSIGNAL | flags,
                reinterpret_cast<const sockaddr *>(&address), length);
 }
 

@@ -6,6 +6,8 @@
 #ifndef FEEDERS_COMMON_NOTIFY_H
 #define FEEDERS_COMMON_NOTIFY_H
 
+#include <sys/socket.h>
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -19,8 +21,9 @@ class Notifier {
     Notifier &operator=(const Notifier &) = delete;
     ~Notifier();
 
-    // A manager that can't be reached is no error: the service goes on.
-    void ready() const { send("READY=1"); }
+    // A manager that can't be reached is no error: the service goes on. Only `ready` waits for one
+    // that is slow to read: the start would fail without it.
+    void ready() const { send("READY=1", 0); }
     void status(const std::string &text) const { send("STATUS=" + text); }
     void alive() const { send("WATCHDOG=1"); }
     void stopping() const { send("STOPPING=1"); }
@@ -29,7 +32,7 @@ class Notifier {
     std::optional<std::chrono::milliseconds> interval() const { return interval_; }
 
  private:
-    void send(const std::string &text) const;
+    void send(const std::string &text, int flags = MSG_DONTWAIT) const;
 
     std::string address_;
     int socket_ = -1;

@@ -62,8 +62,11 @@ bool walk(ControlSocket &socket, std::vector<Text> &stations) {
 }  // namespace
 
 PrivateDirectory::PrivateDirectory() {
+    // The service's /tmp is its own, so hostapd couldn't send there.
+    const char *runtime = std::getenv("RUNTIME_DIRECTORY");
     std::error_code error;
-    const std::filesystem::path base = std::filesystem::temp_directory_path(error);
+    const std::filesystem::path base =
+        runtime != nullptr ? runtime : std::filesystem::temp_directory_path(error);
     if (error) throw SourceError("no directory for temporary files: " + error.message());
     path_ = (base / "tarn-dot1x-XXXXXX").string();
     if (mkdtemp(path_.data()) == nullptr) throw SourceError(path_ + ": " + std::strerror(errno));
@@ -80,13 +83,18 @@ DatagramSocket::~DatagramSocket() {
     if (number_ >= 0) close(number_);
 }
 
+void connect_socket(const DatagramSocket &socket, const std::string &own, const std::string &path) {
+    const auto fail = [&path](const std::string &what) {
+        throw SourceError(path + ": " + what + std::strerror(errno));
+    };
+    if (socket.number() < 0) fail("no socket: ");
+    if (!use_path(bind, socket.number(), own)) fail(own + ": ");
+    if (!use_path(connect, socket.number(), path)) fail("hostapd can't be reached: ");
+}
+
 ControlSocket::ControlSocket(std::string path, std::chrono::milliseconds answer_time)
     : path_(std::move(path)), answer_time_(answer_time) {
-    if (socket_.number() < 0) fail(std::string("no socket: ") + std::strerror(errno));
-    const std::string own = directory_.path() + "/client";
-    if (!use_path(bind, socket_.number(), own)) fail(own + ": " + std::strerror(errno));
-    if (!use_path(connect, socket_.number(), path_))
-        fail(std::string("hostapd can't be reached: ") + std::strerror(errno));
+    connect_socket(socket_, directory_.path() + "/client", path_);
 }
 
 void ControlSocket::fail(const std::string &what) const { throw SourceError(path_ + ": " + what); }

@@ -15,8 +15,8 @@ namespace tarn_dot1x {
 
 constexpr std::chrono::milliseconds kAnswerTime{5000};
 
-// A directory for the client's address, removed with its contents. It is under $TMPDIR, or
-// else /tmp, where hostapd can reach it.
+// A directory for the client's address, removed with its contents. It is in the service's directory
+// $RUNTIME_DIRECTORY, or else under $TMPDIR or /tmp, where hostapd can reach it.
 class PrivateDirectory {
  public:
     PrivateDirectory();  // throws SourceError
@@ -41,6 +41,10 @@ class DatagramSocket {
  private:
     int number_;
 };
+
+// Binds a client to an address of its own and connects it to the control socket at `path`. Throws
+// SourceError, naming the path.
+void connect_socket(const DatagramSocket &socket, const std::string &own, const std::string &path);
 
 class ControlSocket {
  public:

@@ -39,10 +39,10 @@ void Job::poll() {
     Observation found = understand(source_.poll(), options_.servers, problems);
     report_problems(problems);
     try {
-        if (!keeper_) keeper_.emplace(options_.store);
+        if (!keeper_) keeper_.emplace(feeder::open_store(options_.store));
         keeper_->write(found);
     } catch (const tarn::error &error) {
-        throw tarn::error(error.number(), options_.store + ": " + error.what() +
+        throw tarn::error(error.number(), options_.store.path + ": " + error.what() +
                                               "; nothing of poll " + std::to_string(polls_ + 1) +
                                               " is stored");
     }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "common/store.h"
 #include "keeper.h"
 #include "problem.h"
 #include "source.h"
@@ -17,7 +18,7 @@
 namespace tarn_dot1x {
 
 struct JobOptions {
-    std::string store;
+    feeder::StoreSettings store;
     ServerNames servers = {};
     bool verbose = false;  // print each poll
 };

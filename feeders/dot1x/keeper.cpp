@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "keeper.h"
 
+#include <utility>
+
 #include "objects.h"
 
 namespace tarn_dot1x {
@@ -24,8 +26,8 @@ void write_or_erase(Table &table, uint32_t if_index, const std::optional<Row> &r
 
 }  // namespace
 
-Keeper::Keeper(const std::string &path)
-    : store_(tarn::store::open_or_create(path)),
+Keeper::Keeper(tarn::store store)
+    : store_(std::move(store)),
       session_(store_),
       config_(ConfigTable::open_or_create(session_, kTableName)),
       stats_(StatsTable::open_or_create(session_, kTableName)),
@@ -42,6 +44,27 @@ void Keeper::write(const Observation &found) {
     sessions_.write(found.ports);
     write_radius(found.radius);
     transaction.commit();
+}
+
+void Keeper::write(const Update &update) {
+    tarn::transaction transaction(session_);
+    for (const PortRows &rows : update.ports) write_port(rows);
+    erase_all_but(update.present);
+    sessions_.write(update.ports);
+    if (update.radius) write_radius(*update.radius);
+    transaction.commit();
+}
+
+void Keeper::erase_all_but(const std::set<uint32_t> &present) {
+    const auto is_absent = [&present](const auto &record) {
+        return !present.contains(record.key());
+    };
+    config_.erase_if(is_absent);
+    stats_.erase_if(is_absent);
+    port_.erase_if(is_absent);
+    port_init_.erase_if(is_absent);
+    port_reauth_.erase_if(is_absent);
+    sessions_.erase_all_but(present);
 }
 
 void Keeper::write_port(const PortRows &rows) {

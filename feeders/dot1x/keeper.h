@@ -10,6 +10,7 @@
 #define FEEDERS_DOT1X_KEEPER_H
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,10 +30,20 @@ struct Observation {
 class Keeper {
  public:
     // Opens the store, or creates it, and its tables. Throws tarn::error, as all members do.
-    explicit Keeper(const std::string &path);
+    explicit Keeper(const std::string &path) : Keeper(tarn::store::open_or_create(path)) {}
+    explicit Keeper(tarn::store store);
 
     // Stores the rows of a poll, in one transaction. If that fails the store is as it was before.
     void write(const Observation &found);
+
+    // What a service has found since it has written last.
+    struct Update {
+        std::vector<PortRows> ports;
+        std::set<uint32_t> present;  // indexes: the rows of all other ports are erased
+        std::optional<RadiusRows> radius;
+    };
+    // As `write`, for the only program that keeps ports in the store.
+    void write(const Update &update);
 
     // The stored rows of a port; its `state` isn't stored.
     PortRows read_port(const Port &port) const;
@@ -44,6 +55,7 @@ class Keeper {
 
  private:
     void write_port(const PortRows &rows);
+    void erase_all_but(const std::set<uint32_t> &present);
     void write_radius(RadiusRows rows);
     std::optional<RadiusRow> read_client() const;
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "session_records.h"
 
-#include <set>
 #include <string>
 #include <utility>
 
@@ -24,6 +23,13 @@ void SessionRecords::write(const std::vector<PortRows> &ports) {
     }
     erase_vanished(ports);
     link();
+}
+
+void SessionRecords::erase_all_but(const std::set<uint32_t> &present) {
+    table_.erase_if([&present](const auto &record) {
+        const auto key = record.key();
+        return key.searchtype() == kSearchtype && !present.contains(key.if_index());
+    });
 }
 
 void SessionRecords::erase_vanished(const std::vector<PortRows> &ports) {

@@ -5,6 +5,7 @@
 #ifndef FEEDERS_DOT1X_SESSION_RECORDS_H
 #define FEEDERS_DOT1X_SESSION_RECORDS_H
 
+#include <set>
 #include <vector>
 
 #include "mapping.h"
@@ -19,6 +20,8 @@ class SessionRecords {
 
     // Stores the sessions of these ports, and erases those that these ports no longer have.
     void write(const std::vector<PortRows> &ports);
+    // Erases the sessions of all ports but those with these indexes.
+    void erase_all_but(const std::set<uint32_t> &present);
     std::vector<SessionRow> read(uint32_t if_index) const;
 
  private:

@@ -41,7 +41,7 @@ class JobTest : public testing::Test {
 };
 
 TEST_F(JobTest, APersistentProblemIsReportedOnce) {
-    Job job({.store = store}, script, messages);
+    Job job({.store = {store}}, script, messages);
     script.answers = {answers_of("junk\n")};
     const std::string message = "sta:1: found \"junk\", expected the MAC address of a station\n";
     job.poll();
@@ -62,13 +62,13 @@ TEST_F(JobTest, APersistentProblemIsReportedOnce) {
 
 TEST_F(JobTest, NothingIsStoredWithoutAnAnswer) {
     script.failure = "no one";
-    Job job({.store = store}, script, messages);
+    Job job({.store = {store}}, script, messages);
     EXPECT_THROW(job.poll(), SourceError);
     EXPECT_FALSE(std::filesystem::exists(store));
 }
 
 TEST_F(JobTest, AnUnreachablePortKeepsItsStoredRows) {
-    Job job({.store = store}, script, messages);
+    Job job({.store = {store}}, script, messages);
     script.answers = {answers_of("00:00:00:00:00:01\ndot1xAuthPaeState=5\ndot1xAuthSessionId=S\n")};
     job.poll();
     script.failure = "no one";
@@ -84,7 +84,7 @@ TEST_F(JobTest, AnUnreachablePortKeepsItsStoredRows) {
 TEST_F(JobTest, AStoreThatCannotBeCreatedIsNamed) {
     script.answers = {answers_of("")};
     const std::string nowhere = directory / "no/store";
-    Job job({.store = nowhere}, script, messages);
+    Job job({.store = {nowhere}}, script, messages);
     try {
         job.poll();
         FAIL() << "there is no such directory";
