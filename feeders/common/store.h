@@ -15,8 +15,8 @@ namespace feeder {
 
 struct StoreSettings {
     std::string path;
-    bool journal = false;                // let the store keep a journal
-    std::optional<uint32_t> durability;  // KEL_DURABILITY_*; none: as the store has it
+    bool journal = false;                     // let the store keep a journal
+    std::optional<uint32_t> durability = {};  // KEL_DURABILITY_*; none: as the store has it
 };
 
 // Adds --store, --journal and --durability.

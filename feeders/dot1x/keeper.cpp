@@ -46,7 +46,7 @@ void Keeper::write(const Observation &found) {
     transaction.commit();
 }
 
-void Keeper::write(const Update &update) {
+void Keeper::write_update(const Update &update) {
     tarn::transaction transaction(session_);
     for (const PortRows &rows : update.ports) write_port(rows);
     erase_all_but(update.present);

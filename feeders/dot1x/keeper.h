@@ -43,7 +43,7 @@ class Keeper {
         std::optional<RadiusRows> radius;
     };
     // As `write`, for the only program that keeps ports in the store.
-    void write(const Update &update);
+    void write_update(const Update &update);
 
     // The stored rows of a port; its `state` isn't stored.
     PortRows read_port(const Port &port) const;

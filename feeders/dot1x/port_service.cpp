@@ -144,7 +144,7 @@ void PortService::write(const std::set<std::string> &queried) {
     // The counters of servers keep their last values while hostapd doesn't run.
     std::optional<RadiusRows> radius;
     if (!answers.empty()) radius = std::move(found.radius);
-    keeper_->write({std::move(found.ports), present_indexes(), std::move(radius)});
+    keeper_->write_update({std::move(found.ports), present_indexes(), std::move(radius)});
     for (const std::string &name : queried) ports_.at(name).is_due = false;
 }
 
