@@ -62,12 +62,9 @@ class Lab:
         self.supplicants = Supplicants(self.folder, self.clients_network, self.clients)
 
     def make_feeders(self):
-        controls = []
-        for port in self.ports:
-            controls += ["--control", self.hostapd.socket(port)]
         self.dot1x = Feeder(
             self.folder, self.settings.tarn_dot1x,
-            ["--store", self.stores["dot1x"], *controls, "--poll", "1"])
+            ["--store", self.stores["dot1x"], "--folder", self.hostapd.control, "--interval", "5"])
         self.ldap = Feeder(
             self.folder, self.settings.tarn_ldap,
             ["--store", self.stores["ldap"], "--server", DIRECTORY, "--service", "--slapd-log",
