@@ -12,11 +12,12 @@ namespace {
 
 constexpr const char *kNotes = R"(
 What is counted, seen from the server's clients, all taken as one:
-  sent       requests: BIND, SRCH, CMP, EXT, ADD, DEL, MOD, MODRDN, ABANDON, UNBIND, one each
-             whatever its number of lines
-  received   results, the entries of searches (nentries), and intermediate, referral and
-             disconnection messages
-  success    result 0; fail: any other, but for a bind result 14 (more steps follow)
+  sent       requests: BIND, SRCH, CMP, EXT, ADD, DEL, MOD, MODRDN, ABANDON,
+             UNBIND, one each whatever its number of lines
+  received   results, the entries of searches (nentries), and intermediate,
+             referral and disconnection messages
+  success    result 0; fail: any other, but for a bind result 14, after which
+             more steps follow
   missing    results 16, noSuchAttribute
   delays     etime of the results, in microseconds
   conns      connections accepted and not yet closed
