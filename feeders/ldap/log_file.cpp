@@ -19,13 +19,13 @@ namespace {
 
 constexpr size_t kBlock = 65536;
 
-[[noreturn]] void fail(const std::string &path) {
+[[noreturn]] void fail_with(const std::string &path) {
     throw std::system_error(errno, std::generic_category(), path);
 }
 
 struct stat status_of(const Descriptor &file, const std::string &path) {
     struct stat status {};
-    if (fstat(file.number(), &status) != 0) fail(path);
+    if (fstat(file.number(), &status) != 0) fail_with(path);
     return status;
 }
 
@@ -36,7 +36,7 @@ std::string read_block(const Descriptor &file, uint64_t offset, size_t length) {
     while (done < length) {
         const ssize_t now =
             pread(file.number(), bytes.data() + done, length - done, off_t(offset + done));
-        if (now < 0) fail("a log file");
+        if (now < 0) fail_with("a log file");
         if (now == 0) break;
         done += size_t(now);
     }
@@ -52,10 +52,10 @@ LogFile::LogFile(const std::string &path, const Begin &begin_where, Warn warn)
       warn_(std::move(warn)),
       notices_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
     const auto folder = std::filesystem::absolute(path_).parent_path().string();
-    if (notices_.number() < 0) fail(path_);
+    if (notices_.number() < 0) fail_with(path_);
     if (inotify_add_watch(notices_.number(), folder.c_str(), IN_CREATE | IN_MOVED_TO | IN_ONLYDIR) <
         0)
-        fail(folder);
+        fail_with(folder);
     begin(begin_where);
 }
 
@@ -109,7 +109,7 @@ bool LogFile::open_first() {
 void LogFile::watch() {
     const std::string name = "/proc/self/fd/" + std::to_string(file_.number());
     const int number = inotify_add_watch(notices_.number(), name.c_str(), IN_MODIFY);
-    if (number < 0) fail(path_);
+    if (number < 0) fail_with(path_);
     // The kernel has removed it if the file is gone.
     if (watched_ >= 0 && watched_ != number) inotify_rm_watch(notices_.number(), watched_);
     watched_ = number;
