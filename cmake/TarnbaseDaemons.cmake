@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The programs that follow stores: TARNBASE_HAS_<NAME> says whether one is built. Those who build
+# The daemons. Of those that follow stores, TARNBASE_HAS_<NAME> says whether one is built. Those who build
 # only libraries and tarnctl need none of their packages.
 
 # Sets `wanted`, and `needed` to REQUIRED if it is an error that a package is missing.
@@ -30,8 +30,8 @@ function(tarnbase_install_daemon target component parts)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.service
     DESTINATION lib/systemd/system COMPONENT ${component})
 
-  # A cross build can't run the maker of the page.
-  if(CMAKE_CROSSCOMPILING)
+  # A cross build can't run the maker of the page, which is a part of the tools.
+  if(CMAKE_CROSSCOMPILING OR NOT TARGET tarnctl_roff)
     return()
   endif()
   add_executable(${target}_page page.cpp)
