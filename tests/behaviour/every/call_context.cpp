@@ -207,8 +207,15 @@ Outcome outcome_of(const std::string &item, const Prototype &function, const Sit
 std::ostream &operator<<(std::ostream &out, const Outcome &outcome) {
     out << "result " << outcome.result << ", err " << outcome.err << ", last_error "
         << outcome.last_error << ", " << outcome.hooks.size() << " hook calls";
+    for (const auto &hook : outcome.hooks) {
+        out << std::hex;
+        for (const u64 word : hook) out << (&word == &hook.front() ? " (" : " ") << word;
+        out << std::dec << ")";
+    }
     for (const std::string &line : outcome.traces) out << ", " << line;
-    return out;
+    out << ", written " << std::hex;
+    for (const char byte : outcome.written) out << +static_cast<u8>(byte) << ' ';
+    return out << std::dec;
 }
 
 }  // namespace tarn::test
