@@ -13,10 +13,10 @@
 #include "runtime/checkpoint/checkpoint.h"
 #include "runtime/checkpoint/checkpoint_format.h"
 #include "runtime/log/crc32c.h"
+#include "tests/fuzz/folder.h"
 #include "tests/fuzz/input.h"
 #include "tests/fuzz/round.h"
 #include "tests/fuzz/store_pieces.h"
-#include "tests/support/temporary_directory.h"
 
 namespace tarnbase::fuzz {
 
@@ -25,16 +25,6 @@ namespace {
 using runtime::Checkpoint;
 using runtime::CheckpointHead;
 using runtime::File;
-
-// A folder that is removed at the end of the process.
-class Folder {
- public:
-    int descriptor() const { return file_.descriptor(); }
-
- private:
-    const tarn::test::TemporaryDirectory directory_;
-    const File file_{::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-};
 
 File open_file(int folder, u64 position, int flags) {
     return File(

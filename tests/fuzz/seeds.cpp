@@ -222,6 +222,7 @@ void make_seeds(const Target &target, const TakeSeed &take) {
     if (target.run == fuzz_xml) return xml_seeds(take);
     if (target.run == fuzz_checkpoint) return checkpoint_seeds(take);
     if (target.run == fuzz_log) return log_seeds(take);
+    if (target.run == fuzz_segment) return segment_seeds(take);
     if (target.run == fuzz_store) return change_seeds(take);
     frame_seeds(take);
 }

@@ -6,7 +6,7 @@
 //        1     4  bytes of the file
 //        5        pieces: 4 bytes offset, 2 bytes length, the bytes
 //
-// A log is the first byte, then its frames.
+// A log is the first byte, then its frames; a compressed segment is that byte, then its file.
 #ifndef TARNBASE_TESTS_FUZZ_STORE_PIECES_H
 #define TARNBASE_TESTS_FUZZ_STORE_PIECES_H
 
@@ -65,6 +65,7 @@ class Pieces {
 
 void checkpoint_seeds(const TakeSeed &take);
 void log_seeds(const TakeSeed &take);
+void segment_seeds(const TakeSeed &take);
 
 // Numbers of both formats, for a dictionary.
 std::vector<std::vector<u8>> store_words();

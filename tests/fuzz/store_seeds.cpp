@@ -1,11 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <cstring>
 
 #include "runtime/base/byte_order.h"
+#include "runtime/base/file_io.h"
 #include "runtime/checkpoint/checkpoint_format.h"
+#include "runtime/log/compressed_segment.h"
 #include "runtime/log/crc32c.h"
 #include "runtime/log/frame.h"
+#include "runtime/log/segment_files.h"
 #include "tests/fuzz/fill.h"
+#include "tests/fuzz/folder.h"
+#include "tests/fuzz/round.h"
 #include "tests/fuzz/store_pieces.h"
 
 namespace tarnbase::fuzz {
@@ -100,6 +108,23 @@ void append_frame(std::vector<u8> &log, u64 sequence, Random &random) {
     log.insert(log.end(), frame.begin(), frame.end());
 }
 
+// The file of a segment in which frames were written.
+std::span<const char> with_frames(const runtime::Segment &segment, u32 count, Random &random) {
+    std::vector<u8> frames;
+    for (u64 sequence = 1; sequence <= count; ++sequence) append_frame(frames, sequence, random);
+    std::memcpy(segment.from(seed_position).data(), frames.data(), frames.size());
+    return segment.file();
+}
+
+void append_file(std::vector<u8> &bytes, int folder, const std::string &name) {
+    const runtime::File file(::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status {};
+    require(::fstat(file.descriptor(), &status) == 0, "a file has a size");
+    std::vector<char> content(static_cast<std::size_t>(status.st_size));
+    require(runtime::read_fully(file.descriptor(), content, 0) == 0, "a file can be read");
+    bytes.insert(bytes.end(), content.begin(), content.end());
+}
+
 }  // namespace
 
 void checkpoint_seeds(const TakeSeed &take) {
@@ -123,6 +148,22 @@ void log_seeds(const TakeSeed &take) {
             append_frame(log, sequence, random);
         }
         take("log_" + std::to_string(i), log);
+    }
+}
+
+void segment_seeds(const TakeSeed &take) {
+    const Folder folder;
+    runtime::SegmentCompressor compressor;
+    for (u32 i = 0; i < 16; ++i) {
+        Random random(i);
+        runtime::Segment segment;
+        require(segment.create(folder.descriptor(), seed_id, seed_position) == 0 &&
+                    compressor.write(folder.descriptor(), seed_id, seed_position,
+                                     with_frames(segment, i % 4, random)) == 0,
+                "a segment can be made");
+        std::vector<u8> seed = {static_cast<u8>(i % 4 == 0 ? 0 : repair_head)};
+        append_file(seed, folder.descriptor(), runtime::compressed_segment_name(seed_position));
+        take("segment_" + std::to_string(i), seed);
     }
 }
 

@@ -29,6 +29,8 @@ void fuzz_frame(Bytes input);
 void fuzz_checkpoint(Bytes input);
 // The log of a store: whether checksums are made right, then its frames.
 void fuzz_log(Bytes input);
+// A compressed segment of a log: whether checksums are made right, then the file.
+void fuzz_segment(Bytes input);
 // A store whose image is changed: conditions, then changes (store_changes.h).
 void fuzz_store(Bytes input);
 
@@ -39,7 +41,7 @@ struct Target {
 inline constexpr Target targets[] = {
     {"object", fuzz_object}, {"record", fuzz_record},         {"xml", fuzz_xml},
     {"frame", fuzz_frame},   {"checkpoint", fuzz_checkpoint}, {"log", fuzz_log},
-    {"store", fuzz_store},
+    {"store", fuzz_store},   {"segment", fuzz_segment},
 };
 
 }  // namespace tarnbase::fuzz
