@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <nlohmann/json.hpp>
 
 namespace tarnctl {
 namespace {
@@ -33,14 +34,26 @@ TEST(Json, WritesEachKindOfValue) {
 TEST(Json, KeepsMembersInTheirOrder) {
     Json json{{"b", 1}, {"a", {{"inner", Json::array()}}}};
     json.set("c", "text");
-    json.set("b", 2);
     json.update({{"d", nullptr}});
-    EXPECT_EQ(json.dump(), R"({"b":2,"a":{"inner":[]},"c":"text","d":null})");
+    json.update(Json::object());
+    EXPECT_EQ(json.dump(), R"({"b":1,"a":{"inner":[]},"c":"text","d":null})");
+}
+
+// As nlohmann/json breaks the lines, which many programs' readers are used to.
+TEST(Json, HasALineForEachMemberAndElementIfIndented) {
+    Json json{{"empty", Json::object()}, {"none", Json::array()}, {"a\\\"{,", "[x]:\n, é"}};
+    json.set("numbers", std::vector<uint8_t>{1, 2});
+    json.set("inner", {{"number", -1}, {"truth", true}});
+    json.set("list", Json::array());
+    const std::string text = json.dump(2);
+    EXPECT_EQ(text, nlohmann::ordered_json::parse(text).dump(2));
+    EXPECT_EQ(text, nlohmann::ordered_json::parse(json.dump()).dump(2));
     EXPECT_EQ(Json({{"a", 1}}).dump(2), "{\n  \"a\": 1\n}");
 }
 
 TEST(JsonView, ReadsOnlyTheKindThatTheValueHas) {
-    const Json json{{"number", 5U}, {"below", -5}, {"text", "x"}, {"truth", false}};
+    const auto json =
+        nlohmann::ordered_json::parse(R"({"number":5,"below":-5,"text":"x","truth":false})");
     const JsonView view(json);
     EXPECT_TRUE(view.is_object());
     EXPECT_EQ(view.find("number")->unsigned_number(), 5U);

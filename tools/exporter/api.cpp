@@ -143,7 +143,7 @@ Response schema_response() {
     for (const TableFigures &each : figures_of_schema()) {
         Json table = tarnctl::described(*each.table);
         table.set("metrics", json_of(each));
-        tables.add(std::move(table));
+        tables.add(table);
     }
     Json structures = Json::array();
     for (const tarnctl::Structure *each : tarnctl::catalogue.structures)
@@ -179,7 +179,7 @@ Response health_response(const Stores &stores) {
         are_open = are_open && status.is_open;
         Json state{{"open", status.is_open}, {"transaction", status.transaction}};
         if (!status.is_open) state.set("error", status.error);
-        states.set(each->name(), std::move(state));
+        states.set(each->name(), state);
     }
     Response response = json_response({{"healthy", are_open}, {"stores", std::move(states)}});
     response.status = are_open ? 200 : 503;

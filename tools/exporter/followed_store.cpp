@@ -43,7 +43,7 @@ void FollowedStore::applied(tarnctl::Feed &feed) {
         Json json = json_of(feed.transaction());
         Json list = Json::array();
         for (const tarnctl::Change &each : changes) list.add(tarnctl::json_of(each));
-        json.set("changes", std::move(list));
+        json.set("changes", list);
         data = json.dump();
     }
     events_.add(feed.sequence(), std::move(data));

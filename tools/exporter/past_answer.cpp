@@ -87,7 +87,7 @@ Response state_response(const PastRequest &asked) {
     if (path.size() == 1) {
         Json list = Json::array();
         add_tables(store, asked.store, state.replica.sequence(), list);
-        state.head.set("tables", std::move(list));
+        state.head.set("tables", list);
     } else if (path.size() == 2) {
         state.head.set("tables", records_of(store, asked.request, path[1]));
     } else {
@@ -137,7 +137,7 @@ Json changes_of(tarnctl::RecordHistory &history, const Request &request, bool &h
     while (const std::optional<Change> change = history.next())
         add(json_of(*change, history.transaction()));
     Json changes = Json::array();
-    for (Json &each : last) changes.add(std::move(each));
+    for (const Json &each : last) changes.add(each);
     return changes;
 }
 
@@ -151,7 +151,7 @@ Response history_response(const PastRequest &asked) {
     const bool is_kept = journal_of(history.store().store()).settings.enabled != 0;
     Json json{{"store", asked.store}, {"journal", is_kept}};
     if (!is_kept) json.set("advice", journal_advice);
-    json.set("changes", std::move(changes));
+    json.set("changes", changes);
     json.set("more", has_more);
     return json_response(json);
 }
@@ -165,7 +165,7 @@ Response moments_response(const PastRequest &asked) {
     if (is_kept) oldest.set("time", tarnctl::utc_time(journal.begin_time));
     Json json{{"store", asked.store}, {"journal", is_kept}};
     if (!is_kept) json.set("advice", journal_advice);
-    json.set("oldest", std::move(oldest));
+    json.set("oldest", oldest);
     return json_response(json);
 }
 

@@ -121,7 +121,7 @@ Json records_of_key(const Store &store, const std::string &table,
             is_found = true;
             Json found{{"table", tarnctl::json_of_bytes(each.full_name())}};
             found.update(tarnctl::json_of(record));
-            records.add(std::move(found));
+            records.add(found);
             return true;
         });
     }

@@ -81,7 +81,7 @@ void print_json(const kel_replica_transaction &transaction, const Tallies &talli
         tables.set(
             table,
             {{"inserted", tally.inserted}, {"changed", tally.changed}, {"deleted", tally.deleted}});
-    line.set("tables", std::move(tables));
+    line.set("tables", tables);
     std::cout << line.dump() << '\n';
 }
 
@@ -128,7 +128,7 @@ void show(const Options &options) {
         add_author(json, transaction);
         Json list = Json::array();
         for (const Change &change : changes) list.add(json_of(change));
-        json.set("changes", std::move(list));
+        json.set("changes", list);
         std::cout << json.dump(2) << '\n';
         return;
     }

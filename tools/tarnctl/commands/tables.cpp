@@ -101,8 +101,8 @@ void print_json(const std::vector<Row> &rows, bool with_store) {
                   {"meaning", row.table->meaning}};
         Json open = Json::array();
         for (const auto &[instance, census] : row.open) open.add(json_of(instance, census));
-        if (with_store) each.set("open", std::move(open));
-        json.add(std::move(each));
+        if (with_store) each.set("open", open);
+        json.add(each);
     }
     std::cout << json.dump(2) << '\n';
 }

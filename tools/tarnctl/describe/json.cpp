@@ -89,7 +89,7 @@ Json described(const Enumeration &enumeration) {
     for (const Enumerator &each : enumeration.enumerators) {
         Json enumerator{{"name", each.name}, {"value", each.value}};
         if (!each.meaning.empty()) enumerator.set("meaning", each.meaning);
-        enumerators.add(std::move(enumerator));
+        enumerators.add(enumerator);
     }
     return {{"kind", "enum"},
             {"name", enumeration.name},

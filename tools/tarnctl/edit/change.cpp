@@ -132,9 +132,9 @@ Json json_of(const Change &change) {
         Json states = Json::object();
         if (field.old_present) states.set("old", json_of_text(field, field.old_text));
         if (field.new_present) states.set("new", json_of_text(field, field.new_text));
-        fields.set(field.field, std::move(states));
+        fields.set(field.field, states);
     }
-    json.set("fields", std::move(fields));
+    json.set("fields", fields);
     return json;
 }
 

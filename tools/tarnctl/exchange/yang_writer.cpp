@@ -53,7 +53,7 @@ void add_object(Json &json, const ObjectMembers &names, const Record &record, vo
         Json flags = Json::array();
         for (const auto &[path, flag] : state_flags_of(record.handle, object, structure))
             flags.add({{"path", path}, {"flag", flag}});
-        json.set(names.state, std::move(flags));
+        json.set(names.state, flags);
     }
     Path path;
     json.set(names.fields, members_of(record.handle, object, structure, path));

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// JSON values, made and read. They are nlohmann/json's, whose header takes seconds to compile: only
-// document.cpp and the parser of documents (exchange/json_parser.cpp) include it.
+// JSON values, made and read. One that is made is its text, since a value of nlohmann/json takes
+// several times as long as what it says. Those that are read are nlohmann/json's, whose header
+// takes seconds to compile: only document.cpp and the parser of documents
+// (exchange/json_parser.cpp) include it.
 #ifndef TARNCTL_JSON_DOCUMENT_H
 #define TARNCTL_JSON_DOCUMENT_H
 
@@ -9,7 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
@@ -20,7 +21,7 @@
 
 namespace tarnctl {
 
-// A value to write. Move-only. Members keep the order in which they are set.
+// A value to write. Members keep the order in which they are set.
 //
 //   Json table{{"name", "ldap"}, {"records", Json::array()}};
 class Json {
@@ -29,7 +30,7 @@ class Json {
 
     Json(std::nullptr_t = nullptr);
     template <std::integral Number>
-    Json(Number number) : value_(make(static_cast<Widest<Number>>(number))) {}
+    Json(Number number) : text_(text_of(static_cast<Widest<Number>>(number))) {}
     Json(double number);
     Json(std::string_view text);
     Json(const std::string &text) : Json(std::string_view(text)) {}
@@ -42,40 +43,35 @@ class Json {
     Json(std::initializer_list<Member> members);
     static Json object();
 
-    // Sets a member. Requires: an object.
-    void set(std::string_view name, Json value);
-    // Sets all members of another object. Requires: an object.
-    void update(Json object);
+    // Adds a member. Requires: an object that has none of that name.
+    void set(std::string_view name, const Json &value);
+    // Adds all members of another object. Requires: as above.
+    void update(const Json &object);
     // Requires: an array.
-    void add(Json value);
+    void add(const Json &value);
 
-    // On one line, or with `indent` blanks a level. Bytes that aren't UTF-8 become U+FFFD.
+    // On one line, or with a line for each member and `indent` blanks a level. Bytes that aren't
+    // UTF-8 become U+FFFD.
     std::string dump(int indent = -1) const;
 
  private:
-    friend class JsonView;
-
-    struct Free {
-        void operator()(nlohmann::ordered_json *value) const;
-    };
-    using Owned = std::unique_ptr<nlohmann::ordered_json, Free>;
     template <class Number>
     using Widest =
         std::conditional_t<std::is_same_v<Number, bool>, bool,
                            std::conditional_t<std::is_unsigned_v<Number>, uint64_t, int64_t>>;
 
-    static Owned make(bool truth);
-    static Owned make(uint64_t number);
-    static Owned make(int64_t number);
+    static std::string text_of(bool truth);
+    static std::string text_of(uint64_t number);
+    static std::string text_of(int64_t number);
 
-    Owned value_;  // null only after a move
+    std::string text_;  // on one line
 };
 
 struct Json::Member {
     Member(std::string_view of, Json is) : name(of), value(std::move(is)) {}
 
     std::string_view name;
-    mutable Json value;  // moved out of an initializer list, whose elements are const
+    Json value;
 };
 
 // A value to read.
@@ -83,7 +79,6 @@ struct Json::Member {
 class JsonView {
  public:
     explicit JsonView(const nlohmann::ordered_json &value) : value_(&value) {}
-    JsonView(const Json &json) : value_(json.value_.get()) {}
 
     bool is_null() const;
     bool is_object() const;
@@ -106,7 +101,7 @@ class JsonView {
     // Requires: an object.
     std::vector<std::pair<std::string_view, JsonView>> members() const;
 
-    // As Json::dump.
+    // As Json::dump, on one line.
     std::string dump() const;
 
  private:

@@ -170,7 +170,7 @@ void add_state(Json &json, const char *name, kel_handle *handle, void *object,
     Json flags = Json::object();
     for (const auto &[path, flag] : state_flags_of(handle, object, structure))
         flags.set(path, flag);
-    json.set(name, std::move(flags));
+    json.set(name, flags);
 }
 
 }  // namespace
