@@ -137,6 +137,7 @@ set(TARNBASE_RUNTIME_SOURCES
   replica/owners.cpp
   replica/record_copies.cpp
   replica/replica.cpp
+  replica/wanted.cpp
   salvage/finds.cpp
   salvage/frames_left.cpp
   salvage/lenient_load.cpp

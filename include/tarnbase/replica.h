@@ -104,6 +104,18 @@ TARNBASE_API uint32_t kel_replica_advance(kel_replica *replica,
 TARNBASE_API uint32_t kel_replica_advance_record(kel_replica *replica, kel_table *table,
                                                  const kel_record *place,
                                                  kel_replica_transaction *transaction);
+/* Says whether a transaction is wanted: not 0. Its changes aren't known yet. */
+typedef int (*kel_replica_filter)(const kel_replica_transaction *transaction, void *context);
+/*
+ * Applies transactions up to the next one that `wanted` accepts, and fills in `transaction` as
+ * kel_replica_advance does. `wanted` is called with each of them in turn, whose number and author
+ * it may read. Many refused ones in a row are applied several times as fast as by
+ * kel_replica_advance; `transaction->sequence` is the last one applied, also after an error.
+ * Errors: EAGAIN no further one was accepted; and those of kel_replica_advance.
+ */
+TARNBASE_API uint32_t kel_replica_advance_wanted(kel_replica *replica, kel_replica_filter wanted,
+                                                 void *context,
+                                                 kel_replica_transaction *transaction);
 /*
  * Finds the last transaction of the store `path` that was committed at `time`, in nanoseconds since
  * 1970, or before. A replica that is opened with its number is as the store was at that time, as

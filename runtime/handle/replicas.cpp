@@ -52,6 +52,15 @@ std::uint32_t kel_replica_advance_record(kel_replica *replica, kel_table *table,
     }
 }
 
+std::uint32_t kel_replica_advance_wanted(kel_replica *replica, kel_replica_filter wanted,
+                                         void *context, kel_replica_transaction *transaction) {
+    try {
+        return replica->advance_wanted({wanted, context}, *transaction);
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM, "kel_replica_advance_wanted: no memory");
+    }
+}
+
 std::uint32_t kel_replica_sequence_at(const char *path, std::uint64_t time,
                                       std::uint64_t *sequence) {
     *sequence = 0;

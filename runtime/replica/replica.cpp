@@ -54,6 +54,20 @@ std::uint32_t kel_replica::advance(kel_replica_transaction &transaction) {
     return 0;
 }
 
+std::uint32_t kel_replica::advance_wanted(Wanted wanted, kel_replica_transaction &transaction) {
+    transaction = {};
+    transaction.sequence = known_;
+    if (const auto error = store_.check_not_reading("kel_replica_advance_wanted")) return error;
+    if (is_lost_) return skip(transaction);
+    WantedObserver observer(store_, authors_, observer_, wanted, is_observed_);
+    while (!observer.has_found()) {
+        if (const std::uint32_t error = step(observer, transaction)) return error;
+    }
+    authors_.describe(transaction);
+    observer_.describe(transaction);
+    return 0;
+}
+
 std::uint32_t kel_replica::advance_record(kel_table *table, const kel_record *place,
                                           kel_replica_transaction &transaction) {
     transaction = {};

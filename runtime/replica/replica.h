@@ -7,6 +7,7 @@
 
 #include "runtime/replica/changes.h"
 #include "runtime/replica/one_record.h"
+#include "runtime/replica/wanted.h"
 #include "runtime/store/store.h"
 #include "tarnbase/replica.h"
 
@@ -17,6 +18,8 @@ struct kel_replica {
     // Each returns 0 or sets the error text, as the functions of tarnbase/replica.h.
     std::uint32_t open(const char *path, std::uint64_t sequence);
     std::uint32_t advance(kel_replica_transaction &transaction);
+    std::uint32_t advance_wanted(tarnbase::runtime::Wanted wanted,
+                                 kel_replica_transaction &transaction);
     std::uint32_t advance_record(kel_table *table, const kel_record *place,
                                  kel_replica_transaction &transaction);
 

@@ -131,6 +131,8 @@ void keep_journal(const Connections &connections) {
 
 const std::string long_name(40, 'n');
 
+std::string name_of(std::uint32_t number) { return "r" + std::to_string(number); }
+
 TEST_F(Replicas, ReportTheRecordsThatATransactionHasChanged) {
     Connections::create(path, {{"a", 1}, {"b", 2}, {long_name, 3}});
     Child writer(turns(path, {[](Connections &all) {
@@ -271,6 +273,44 @@ TEST_F(Replicas, NameTheAuthorIfTheStoreKeepsAJournal) {
     EXPECT_NE(replica.last.command, nullptr);
     EXPECT_NE(replica.last.time, 0U);
     EXPECT_EQ(writer.join(), 0);
+}
+
+TEST_F(Replicas, AdvanceToTheTransactionsThatAreWanted) {
+    constexpr std::uint32_t distance = 100;  // few blocks: those between aren't observed
+    Connections::create(path, {{"a", 0}});
+    {
+        Connections all(path);
+        keep_journal(all);
+        for (std::uint32_t i = 1; i <= 5 * distance; ++i) {
+            tarn::transaction transaction(all.session);
+            if (i % distance == 0) tarn::label(all.session, transaction, "round");
+            if (i % distance == 0 && i > distance) all.table().erase(name_of(i - distance));
+            all.set(i % distance <= 1 ? name_of(i) : "a", i);
+            transaction.commit();
+        }
+    }
+    const auto is_wanted = [](const kel_replica_transaction *transaction, void *context) {
+        ++*static_cast<std::uint64_t *>(context);
+        EXPECT_EQ(transaction->change_count, 0U);
+        return transaction->label != nullptr ? 1 : 0;
+    };
+    Replica replica(path, KEL_REPLICA_OLDEST);
+    std::uint64_t seen = 0;
+    Texts texts;
+    const std::uint64_t first = replica.sequence();
+    while (kel_replica_advance_wanted(replica.c_replica(), is_wanted, &seen, &replica.last) == 0) {
+        EXPECT_STREQ(replica.last.label, "round");
+        EXPECT_EQ(replica.last.sequence, first + seen);
+        for (const std::string &each : replica.changes()) texts.push_back(each);
+    }
+    EXPECT_EQ(texts, (Texts{"+r100 100", "-r100 100", "+r200 200", "-r200 200", "+r300 300",
+                            "-r300 300", "+r400 400", "-r400 400", "+r500 500"}));
+    EXPECT_EQ(replica.sequence(), first + seen);
+    EXPECT_EQ(replica.last.sequence, replica.sequence());
+    // What wasn't observed is known afterwards.
+    Connections(path).commit("r401", 7);
+    ASSERT_EQ(replica.advance(), 0U);
+    EXPECT_EQ(replica.changes(), Texts{"~r401 401 7"});
 }
 
 // A record of another store, with the key of one.

@@ -65,6 +65,17 @@ class replica {
     }
     /// Applies the next transaction. Errors: as kel_replica_advance.
     result<step> try_advance() { return step_of(kel_replica_advance(replica_, &last_)); }
+    /// Applies transactions up to the next one that `wanted` accepts, a function of a
+    /// `const kel_replica_transaction &` whose number and author it may read.
+    /// Requires: it throws nothing. Errors: as kel_replica_advance_wanted.
+    template <typename Wanted>
+    result<step> try_advance_wanted(const Wanted &wanted) {
+        const auto filter = [](const kel_replica_transaction *each, void *context) -> int {
+            return (*static_cast<const Wanted *>(context))(*each) ? 1 : 0;
+        };
+        void *context = const_cast<Wanted *>(&wanted);
+        return step_of(kel_replica_advance_wanted(replica_, filter, context, &last_));
+    }
     /// Applies transactions until one has changed the record with the key, tenant and source of
     /// `place`; `transaction` has this change alone.
     /// Errors: ENOENT the table was freed; as kel_replica_advance_record.
@@ -98,6 +109,11 @@ class replica {
     }
     /// As try_advance; throws.
     step advance() { return try_advance().value(); }
+    /// As try_advance_wanted; throws.
+    template <typename Wanted>
+    step advance_wanted(const Wanted &wanted) {
+        return try_advance_wanted(wanted).value();
+    }
     /// As try_advance_record; throws.
     step advance_record(kel_table *table, const kel_record *place) {
         return try_advance_record(table, place).value();

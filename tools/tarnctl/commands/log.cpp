@@ -85,10 +85,10 @@ void print_json(const kel_replica_transaction &transaction, const Tallies &talli
     std::cout << line.dump() << '\n';
 }
 
-// Applies the next transaction. False: there is none.
-bool advance(Feed &feed) {
+// Applies transactions up to the next one that is wanted. False: there is none.
+bool advance(Feed &feed, const Feed::Wanted &wanted) {
     const uint64_t seen = feed.sequence();
-    const tarn::replica::step step = feed.advance();
+    const tarn::replica::step step = feed.advance_to(wanted);
     if (step == tarn::replica::step::gap)
         throw Failure(Exit::difference,
                       fmt::format("{}: transactions {} to {} were removed while they were read",
@@ -102,8 +102,11 @@ void list(const Options &options) {
     const uint64_t last = options.until ? last_transaction(options.store, *options.until)
                                         : std::numeric_limits<uint64_t>::max();
     Feed feed(open_replica_before(options.store, options.since), options.store, followed);
+    const auto ends_or_is_wanted = [&](const kel_replica_transaction &transaction) {
+        return transaction.sequence >= last || is_wanted(transaction, options);
+    };
     const Pager pager;
-    while (std::cout && feed.sequence() < last && advance(feed)) {
+    while (std::cout && feed.sequence() < last && advance(feed, ends_or_is_wanted)) {
         const kel_replica_transaction &transaction = feed.transaction();
         if (!is_wanted(transaction, options)) continue;
         const Tallies tallies = tallies_of(feed);
@@ -117,7 +120,7 @@ void show(const Options &options) {
     const uint64_t number = *options.shown;
     if (number == 0) throw Failure(Exit::usage, "--show: transactions are numbered from 1");
     Feed feed(open_replica(options.store, number - 1), options.store, {});
-    if (!advance(feed))
+    if (!advance(feed, [](const kel_replica_transaction &) { return true; }))
         throw Failure(Exit::difference, fmt::format("{}: its last transaction is {}", options.store,
                                                     feed.sequence()));
     const kel_replica_transaction &transaction = feed.transaction();

@@ -101,6 +101,12 @@ tarn::replica::step Feed::advance() {
     return *advanced;
 }
 
+tarn::replica::step Feed::advance_to(const Wanted &wanted) {
+    auto advanced = replica_.try_advance_wanted(wanted);
+    if (!advanced) throw Failure(Exit::store, advanced.error().what());
+    return *advanced;
+}
+
 std::optional<Record> Feed::record_of(const Followed &table, const kel_record *record) const {
     if (record == nullptr) return std::nullopt;
     const Record found{table.instance->table, store_.handle(), const_cast<kel_record *>(record)};

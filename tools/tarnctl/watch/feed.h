@@ -42,6 +42,10 @@ class Feed {
 
     // Applies the next transaction. Failure `store`.
     tarn::replica::step advance();
+    // Applies transactions up to the next one whose number and author are wanted. Failure `store`.
+    // Requires: `wanted` throws nothing.
+    using Wanted = std::function<bool(const kel_replica_transaction &)>;
+    tarn::replica::step advance_to(const Wanted &wanted);
     const kel_replica_transaction &transaction() const { return replica_.transaction(); }
     // What that changed, ordered by table. A change is followed if the record is one that passes
     // the conditions, before it or after it, and a column that is followed has changed.
