@@ -309,11 +309,12 @@ void Store::finish_transaction(bool committing) {
 void Store::begin_snapshot() {
     need_open();
     const auto thread = std::this_thread::get_id();
-    const bool is_first = snapshots_.count(thread) == 0;
-    if (is_first && !in_transaction()) end_validity(refreshed);
+    const bool refreshes = snapshots_.count(thread) == 0 && !in_transaction();
+    // Another thread's transaction keeps its records: nothing is refreshed before it has ended.
+    if (refreshes && !owner_) end_validity(refreshed);
     const auto begin = [&] { return kel_store_begin_read(store_->c_store(), 1); };
-    need(is_first && !in_transaction() ? changing(begin) : without_lock(begin));
-    if (is_first && !in_transaction()) end_validity(refreshed);
+    need(refreshes ? changing(begin) : without_lock(begin));
+    if (refreshes) end_validity(refreshed);
     ++snapshots_[thread].depth;
 }
 

@@ -27,6 +27,16 @@ def run_all(*functions):
         raise failures[0]
 
 
+def ending(event, function):
+    """The function, with an event that says when it has ended, also by a failure."""
+    def ended():
+        try:
+            function()
+        finally:
+            event.set()
+    return ended
+
+
 def test_threads_take_turns_in_writing(store, servers):
     def write(name):
         for number in range(ROUNDS):
@@ -49,7 +59,6 @@ def test_a_snapshot_shows_no_half_of_a_transaction(store, servers):
                 if number % 3 == 0:
                     del servers['c.example']
                     servers.insert('c.example', num_conns=number)
-        is_over.set()
 
     def read():
         while not is_over.is_set():
@@ -58,7 +67,21 @@ def test_a_snapshot_shows_no_half_of_a_transaction(store, servers):
                 first = [record.num_conns for record in records]
                 assert len(set(first)) == 1 or first == [1, 2, 0]
                 assert first == [record.num_conns for record in records]
-    run_all(write, read, read)
+    run_all(ending(is_over, write), read, read)
+
+
+def test_a_snapshot_that_waits_leaves_a_transaction_its_records(store, servers):
+    def read():
+        with store.snapshot():
+            assert servers['a.example'].num_conns == 5
+    with store.transaction():
+        record = servers['a.example']
+        reader = threading.Thread(target=read)
+        reader.start()
+        reader.join(0.2)
+        assert reader.is_alive()
+        record.num_conns = 5
+    reader.join()
 
 
 def test_a_reader_without_a_snapshot_reads_or_raises(store, servers):
@@ -70,17 +93,18 @@ def test_a_reader_without_a_snapshot_reads_or_raises(store, servers):
             with store.transaction():
                 del servers['c.example']
                 servers.insert('c.example', num_conns=number)
-        is_over.set()
 
     def read():
-        while not is_over.is_set():
+        has_read_after_end = False
+        while not has_read_after_end:
+            has_read_after_end = is_over.is_set()
             try:
                 record = servers['c.example']
                 outcomes.add(0 <= record.num_conns < ROUNDS)
                 outcomes.add(0 <= record.num_conns < ROUNDS)
             except tarnbase.Stale:
                 outcomes.add('stale')
-    run_all(write, read, read)
+    run_all(ending(is_over, write), read, read)
     assert outcomes <= {True, 'stale'} and True in outcomes
 
 
