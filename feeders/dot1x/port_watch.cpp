@@ -12,7 +12,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kFirstPause{100};
 constexpr milliseconds kLongestPause{30000};
 constexpr milliseconds kPingTime{10000};
-constexpr milliseconds kPatience{3000};
+constexpr milliseconds kPingPatience{3000};
 
 }  // namespace
 
@@ -65,7 +65,7 @@ void PortWatch::ping() {
 }
 
 void PortWatch::expect_answer() {
-    timer_ = loop_.after(kPatience, [this] {
+    timer_ = loop_.after(kPingPatience, [this] {
         timer_.reset();
         lose(State::silent, path_ + ": hostapd doesn't answer");
     });
