@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "runtime/base/byte_order.h"
@@ -112,7 +113,7 @@ void append_frame(std::vector<u8> &log, u64 sequence, Random &random) {
 std::span<const char> with_frames(const runtime::Segment &segment, u32 count, Random &random) {
     std::vector<u8> frames;
     for (u64 sequence = 1; sequence <= count; ++sequence) append_frame(frames, sequence, random);
-    std::memcpy(segment.from(seed_position).data(), frames.data(), frames.size());
+    std::ranges::copy(frames, segment.from(seed_position).begin());
     return segment.file();
 }
 
