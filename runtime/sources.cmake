@@ -122,8 +122,6 @@ set(TARNBASE_RUNTIME_SOURCES
   check/check.cpp
   check/descriptors.cpp
   check/files.cpp
-  check/journal.cpp
-  check/operations.cpp
   check/findings.cpp
   check/index_walk.cpp
   check/objects.cpp

@@ -6,7 +6,6 @@
 #include "runtime/check/arena.h"
 #include "runtime/check/catalog.h"
 #include "runtime/check/files.h"
-#include "runtime/check/journal.h"
 #include "runtime/check/records.h"
 #include "runtime/check/ring.h"
 #include "runtime/check/side_entries.h"
@@ -164,7 +163,6 @@ void check_store(const kel_store &store, kel_table_vector_lookup lookup, Finding
     check_content(store, lookup, findings, progress, unused);
     if (store.sharing == nullptr) return;
     check_files(store.sharing->folder(), store.sharing->follower(), findings);
-    check_journal(store.sharing->folder(), findings);
 }
 
 void check_content(const Image &image, kel_table_vector_lookup lookup, Findings &findings,

@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "runtime/check/operations.h"
 #include "runtime/checkpoint/checkpoint.h"
+#include "runtime/log/frame.h"
 
 namespace tarnbase::runtime {
 
@@ -31,7 +31,16 @@ std::uint32_t check_log(const StoreFolder &store, const CheckpointHead &head,
         const std::uint64_t position = log.position();
         error = log.next(published, frame);
         if (error != 0) break;
-        check_operations(frame, position, head.capacity, "the log", findings);
+        OperationReader operations(frame);
+        Operation operation;
+        while (operations.next(operation)) {
+            if (operation.offset < head.capacity) continue;
+            findings.add("the log", "the frame at position %llu has an offset outside of the store",
+                         static_cast<Number>(position));
+        }
+        if (!operations.damaged()) continue;
+        findings.add("the log", "the frame at position %llu has a damaged operation",
+                     static_cast<Number>(position));
     }
     if (error == 0 || error == ENOENT) return error;
     add_error(findings, "the log", error,

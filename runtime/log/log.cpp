@@ -126,7 +126,6 @@ std::uint32_t LogReader::next(std::uint64_t published, std::span<const char> &fr
     std::span<const char> rest = segment_.from(position_);
     rest = rest.first(std::min(rest.size() - end_mark_bytes, published - position_));
     const char *wrong = check_frame(rest, next_sequence_);
-    failed_ = first_;
     if (wrong != nullptr) return damaged(wrong);
     FrameHead head;
     std::memcpy(&head, rest.data(), sizeof head);
@@ -139,7 +138,6 @@ std::uint32_t LogReader::next(std::uint64_t published, std::span<const char> &fr
 // Opens the segment that contains the position.
 std::uint32_t LogReader::open_segment(std::uint64_t first) {
     Segment opened;
-    failed_ = first;
     const std::uint32_t error = opened.open(folder_, id_, first, false);
     if (error == EBADMSG) return damaged(opened.what());
     if (error != 0) return error;

@@ -83,8 +83,6 @@ class LogReader {
     std::uint64_t segment() const { return first_; }
     std::uint64_t next_sequence() const { return next_sequence_; }
     const char *what() const { return what_; }
-    // The segment that the last error is about: that of the position, or one that begins there.
-    std::uint64_t failed_segment() const { return failed_; }
 
  private:
     std::uint32_t damaged(const char *what);
@@ -96,7 +94,6 @@ class LogReader {
     std::uint64_t first_ = 0;  // of the segment that contains the position
     std::uint64_t position_ = 0;
     std::uint64_t next_sequence_ = 1;
-    std::uint64_t failed_ = 0;
     const char *what_ = "";
 };
 
