@@ -162,7 +162,11 @@ class Page:
                   buttons=0 if kind == "mouseReleased" else 1)
 
     def click(self, selector):
-        left, top, width, height = self.place(selector)
+        # A page that is being laid out moves its elements.
+        place = None
+        while place != (place := self.place(selector)):
+            time.sleep(0.1)
+        left, top, width, height = place
         x, y = left + width / 2, top + height / 2
         self.mouse("mousePressed", x, y)
         self.mouse("mouseReleased", x, y)
