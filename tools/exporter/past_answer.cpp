@@ -30,8 +30,28 @@ using tarnctl::Store;
 constexpr uint64_t usual_changes = 200;
 constexpr uint64_t most_changes = 10000;
 
-std::optional<Moment> moment_of(const Request &request, const std::string &name) {
-    const auto text = request.parameter(name);
+// The transactions whose states are kept.
+struct Kept {
+    uint64_t oldest;
+    uint64_t newest;
+};
+
+Kept kept_of(const PastRequest &asked) {
+    const auto transaction_of = [&](uint64_t which) {
+        return tarnctl::open_replica(asked.folder, which).sequence();
+    };
+    const uint64_t oldest = transaction_of(tarn::replica::oldest);
+    return {oldest, transaction_of(tarn::replica::newest)};
+}
+
+ApiError no_state_yet(const PastRequest &asked, const std::string &text, const Kept &kept) {
+    return {404, fmt::format("{}: its state at {} isn't there yet; there are the states after the "
+                             "transactions {} to {}",
+                             asked.store, text, kept.oldest, kept.newest)};
+}
+
+std::optional<Moment> moment_of(const PastRequest &asked, const std::string &name) {
+    const auto text = asked.request.parameter(name);
     if (!text) return std::nullopt;
     const uint64_t present = tarnctl::current_time();
     const auto moment = tarnctl::parse_moment(*text, present);
@@ -40,8 +60,21 @@ std::optional<Moment> moment_of(const Request &request, const std::string &name)
                                         "2026-11-22T10:30Z or 10:30, or how long ago, such as -2h",
                                         name));
     if (moment->is_time && moment->value > present)
-        throw ApiError(400, fmt::format("{}: {} is in the future", name, *text));
+        throw no_state_yet(asked, *text, kept_of(asked));
     return moment;
+}
+
+// Opens a replica. A transaction that the store doesn't have yet is the client's error.
+template <class Open>
+auto opened(const PastRequest &asked, const std::optional<Moment> &moment, Open open) {
+    try {
+        return open();
+    } catch (const tarnctl::Failure &failure) {
+        if (failure.code() != tarnctl::Exit::store || !moment || moment->is_time) throw;
+        const Kept kept = kept_of(asked);
+        if (moment->value <= kept.newest) throw;
+        throw no_state_yet(asked, moment->text, kept);
+    }
 }
 
 // A store at a moment, and the transaction that has led to it, as far as that is known.
@@ -72,14 +105,15 @@ std::optional<State> state_after_step(const PastRequest &asked, const Moment &at
 
 State state_at(const PastRequest &asked, const Moment &at) {
     if (std::optional<State> state = state_after_step(asked, at)) return std::move(*state);
-    tarn::replica replica = tarnctl::open_replica(asked.folder, at);
+    tarn::replica replica =
+        opened(asked, at, [&] { return tarnctl::open_replica(asked.folder, at); });
     Json head{{"store", asked.store}, {"transaction", replica.sequence()}};
     return {std::move(replica), std::move(head)};
 }
 
 // As the API's answers of the present, for the moment `at`.
 Response state_response(const PastRequest &asked) {
-    const auto at = moment_of(asked.request, "at");
+    const auto at = moment_of(asked, "at");
     if (!at) throw ApiError(400, "at: expected a moment");
     State state = state_at(asked, *at);
     const Store store = Store::of_replica(state.replica, asked.folder);
@@ -91,7 +125,7 @@ Response state_response(const PastRequest &asked) {
     } else if (path.size() == 2) {
         state.head.set("tables", records_of(store, asked.request, path[1]));
     } else {
-        state.head.set("records", records_of_key(store, path[1], {path.begin() + 2, path.end()}));
+        state.head.update(records_of_key(store, path[1], {path.begin() + 2, path.end()}));
     }
     return json_response(state.head);
 }
@@ -143,9 +177,10 @@ Json changes_of(tarnctl::RecordHistory &history, const Request &request, bool &h
 
 Response history_response(const PastRequest &asked) {
     const tarnctl::RecordName record = record_of(asked);
-    const auto since = moment_of(asked.request, "since");
-    tarnctl::RecordHistory history(tarnctl::open_replica_before(asked.folder, since), asked.folder,
-                                   record);
+    const auto since = moment_of(asked, "since");
+    tarnctl::RecordHistory history(
+        opened(asked, since, [&] { return tarnctl::open_replica_before(asked.folder, since); }),
+        asked.folder, record);
     bool has_more = false;
     Json changes = changes_of(history, asked.request, has_more);
     const bool is_kept = journal_of(history.store().store()).settings.enabled != 0;
