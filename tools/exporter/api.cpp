@@ -133,7 +133,7 @@ Response record_response(const Stores &stores, const Request &request, const std
     FollowedStore &followed = store_of(stores, request);
     read_open(followed, [&](const Store &store, uint64_t transaction) {
         json = head_of(followed, transaction);
-        json.set("records", records_of_key(store, table, key));
+        json.update(records_of_key(store, table, key));
     });
     return json_response(json);
 }

@@ -7,7 +7,6 @@
 #include <map>
 #include <utility>
 
-#include "base/failure.h"
 #include "exporter/figures.h"
 #include "model/instance.h"
 
@@ -67,17 +66,19 @@ class TableFamilies {
     uint64_t read(const std::string &name, const Store &store, const Instance &instance) {
         uint64_t &used = used_[name];
         uint64_t left_out = 0;
-        tarnctl::for_each_record(store, instance, [&](const Record &record) {
+        const auto read_record = [&](const Record &record) {
             if (record.is_shadow()) return true;
             if (used + figures_.series_per_record() > most_series_) {
-                left_out += figures_.series_per_record();
+                ++left_out;
                 return true;
             }
             used += figures_.series_per_record();
             add_record(labels_of(name, instance, record), record);
             return true;
-        });
-        return left_out;
+        };
+        const uint64_t unreadable =
+            tarnctl::for_each_record(store, instance, read_record, tarnctl::Unreadable::leave_out);
+        return (left_out + unreadable) * figures_.series_per_record();
     }
 
     void move_to(std::vector<MetricFamily> &all) {
@@ -167,8 +168,10 @@ class Scrape {
 
     void read(FollowedStore &followed) {
         followed.read([&](const Store &store, uint64_t /*transaction*/) {
-            for (const Instance &each : tarnctl::instances(store))
-                stores_.add_table(followed.name(), each, read(followed.name(), store, each));
+            for (const Instance &each : tarnctl::instances(store)) {
+                TableFamilies &table = tables_.at(each.table);
+                stores_.add_table(followed.name(), each, table.read(followed.name(), store, each));
+            }
         });
         stores_.add_status(followed.name(), followed.status());
     }
@@ -184,16 +187,6 @@ class Scrape {
     }
 
  private:
-    // Records that only their maker can read are left out.
-    uint64_t read(const std::string &name, const Store &store, const Instance &instance) {
-        TableFamilies &table = tables_.at(instance.table);
-        try {
-            return table.read(name, store, instance);
-        } catch (const tarnctl::Failure &) {
-            return instance.block->record_count;
-        }
-    }
-
     std::map<const tarnctl::Table *, TableFamilies> tables_;
     StoreFamilies stores_;
 };

@@ -62,6 +62,7 @@ Json json_of(const Store &store, const Instance &instance, const Request &reques
     const uint64_t limit = number_of(request, "limit", usual_limit, most_records);
     tarnctl::SelectionOptions options = selection_of(request);
     options.limit = limit + 1;
+    options.unreadable = tarnctl::Unreadable::leave_out;
     const std::vector<std::string> names = request.all("column");
     std::vector<ListingColumn> columns;
     if (!names.empty()) columns = tarnctl::named_columns(*instance.table, names);
@@ -69,9 +70,11 @@ Json json_of(const Store &store, const Instance &instance, const Request &reques
     Json records = Json::array();
     for (std::size_t i = 0; i < selection.records.size() && i < limit; ++i)
         records.add(json_of(selection.records[i], columns));
-    return {{"table", tarnctl::json_of_bytes(instance.full_name())},
-            {"records", std::move(records)},
-            {"more", selection.records.size() > limit}};
+    Json json{{"table", tarnctl::json_of_bytes(instance.full_name())},
+              {"records", std::move(records)},
+              {"more", selection.records.size() > limit}};
+    if (selection.left_out > 0) json.set("unreadable", selection.left_out);
+    return json;
 }
 
 }  // namespace
@@ -115,18 +118,24 @@ Json records_of_key(const Store &store, const std::string &table,
                     const std::vector<std::string> &key) {
     Json records = Json::array();
     bool is_found = false;
+    uint64_t unreadable = 0;
     for (const Instance &each : instances_of(store, table)) {
         const tarnctl::Key wanted(*each.table, tarnctl::key_texts(*each.table, key));
-        tarnctl::for_each_record_of_key(store, each, wanted, [&](const Record &record) {
+        const auto add = [&](const Record &record) {
             is_found = true;
             Json found{{"table", tarnctl::json_of_bytes(each.full_name())}};
             found.update(tarnctl::json_of(record));
             records.add(found);
             return true;
-        });
+        };
+        unreadable += tarnctl::for_each_record_of_key(store, each, wanted, add,
+                                                      tarnctl::Unreadable::leave_out);
     }
-    if (!is_found) throw ApiError(404, fmt::format("{} has no record of this key", table));
-    return records;
+    if (!is_found && unreadable == 0)
+        throw ApiError(404, fmt::format("{} has no record of this key", table));
+    Json json{{"records", std::move(records)}};
+    if (unreadable > 0) json.set("unreadable", unreadable);
+    return json;
 }
 
 }  // namespace exporter

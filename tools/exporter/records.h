@@ -23,12 +23,12 @@ tarnctl::TableReference reference_of(const std::string &name);
 // Adds the tables of a store to an array.
 void add_tables(const tarnctl::Store &store, const std::string &name, uint64_t transaction,
                 tarnctl::Json &list);
-// The tables that the name means, with the records that the request chooses. Throws ApiError and
-// Failure.
+// The tables that the name means, with the records that the request chooses. Those that only the
+// process that made them can read are counted as "unreadable". Throws ApiError and Failure.
 tarnctl::Json records_of(const tarnctl::Store &store, const Request &request,
                          const std::string &table);
-// The records of one key, of all tenants and sources. Throws ApiError if there is none, and
-// Failure.
+// "records", those of one key, of all tenants and sources, and "unreadable" as above. Throws
+// ApiError if there is none, and Failure.
 tarnctl::Json records_of_key(const tarnctl::Store &store, const std::string &table,
                              const std::vector<std::string> &key);
 

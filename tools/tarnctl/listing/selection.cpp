@@ -69,7 +69,7 @@ void look_at_records(const Store &store, const Instance &instance, const Selecti
         read_argument([&] { return Filter(*instance.table, options.conditions); });
     const uint64_t enough = needed(options);
     Progress progress("records", instance.block->record_count);
-    for_each_candidate(store, instance, filter, [&](const Record &record) {
+    const auto look_at = [&](const Record &record) {
         if (selection.records.size() >= enough) return false;
         ++selection.looked_at;
         progress.advance();
@@ -77,7 +77,8 @@ void look_at_records(const Store &store, const Instance &instance, const Selecti
         if (is_hidden(record, options)) ++selection.hidden_shadows;
         else selection.records.push_back(record);
         return true;
-    });
+    };
+    selection.left_out = for_each_candidate(store, instance, filter, look_at, options.unreadable);
 }
 
 }  // namespace

@@ -26,12 +26,14 @@ struct SelectionOptions {
     std::optional<uint64_t> limit;
     uint64_t offset = 0;
     bool reverse = false;
+    Unreadable unreadable = Unreadable::fail;
 };
 
 struct Selection {
     std::vector<Record> records;  // in the order of the output, unless they were grouped
     uint64_t hidden_shadows = 0;  // among the records that were read
     uint64_t looked_at = 0;
+    uint64_t left_out = 0;        // that aren't readable
     std::optional<Sheet> groups;  // in the order of the output
 };
 

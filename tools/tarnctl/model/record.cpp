@@ -114,6 +114,12 @@ void check_readable(const Store &store, const Record &record) {
                               store.path(), record.table->name));
 }
 
+bool is_taken(const Store &store, const Record &record, Unreadable unreadable) {
+    if (unreadable == Unreadable::leave_out) return is_readable(store, record);
+    check_readable(store, record);
+    return true;
+}
+
 void for_each_own_record(const Store &store, const Instance &instance,
                          const std::function<bool(const Record &)> &function) {
     const auto visit = [&](kel_record *record) {
@@ -126,12 +132,16 @@ void for_each_own_record(const Store &store, const Instance &instance,
     need(err, fmt::format("walking {}", instance.full_name()));
 }
 
-void for_each_record(const Store &store, const Instance &instance,
-                     const std::function<bool(const Record &)> &function) {
+uint64_t for_each_record(const Store &store, const Instance &instance,
+                         const std::function<bool(const Record &)> &function,
+                         Unreadable unreadable) {
+    uint64_t left_out = 0;
     for_each_own_record(store, instance, [&](const Record &record) {
-        check_readable(store, record);
-        return function(record);
+        if (is_taken(store, record, unreadable)) return function(record);
+        ++left_out;
+        return true;
     });
+    return left_out;
 }
 
 Key::Key(const Table &table, const std::vector<std::string> &texts)
@@ -184,9 +194,11 @@ kel_record Key::place(uint16_t tenant, uint8_t src) const {
     return place;
 }
 
-void for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
-                            const std::function<bool(const Record &)> &function) {
+uint64_t for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
+                                const std::function<bool(const Record &)> &function,
+                                Unreadable unreadable) {
     const Table &table = *instance.table;
+    uint64_t left_out = 0;
     const auto next = [&](const kel_record &place) {
         return record_of(
             e_avl_get_next(instance.block->index_root, &place.index_node, table.order));
@@ -200,13 +212,14 @@ void for_each_record_of_key(const Store &store, const Instance &instance, const 
             place.src = found->src;
             if (table.order(&place.index_node, &found->index_node) != same_place) break;
             const Record record{&table, store.handle(), found};
-            check_readable(store, record);
-            if (!function(record)) return;
+            if (!is_taken(store, record, unreadable)) ++left_out;
+            else if (!function(record)) return left_out;
         }
-        if (found == nullptr) return;
+        if (found == nullptr) return left_out;
         // The next tenant with records, or else the next number, from which the search goes on.
         tenant = std::max<uint32_t>(found->tenant_id, tenant + 1);
     }
+    return left_out;
 }
 
 std::optional<Record> record_at(const Store &store, const Instance &instance, const Key &key,

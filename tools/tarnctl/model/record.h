@@ -57,10 +57,19 @@ bool is_readable(const Store &store, const Record &record);
 // Failure `store` if it isn't readable.
 void check_readable(const Store &store, const Record &record);
 
+// What is done about a record that isn't readable.
+enum class Unreadable {
+    fail,  // as check_readable
+    leave_out,
+};
+// Whether the record is readable; if not, Failure `store` unless such ones are left out.
+bool is_taken(const Store &store, const Record &record, Unreadable unreadable);
+
 // Calls `function` with all records of an instance, of all tenants and sources, in key order, until
-// it returns false. It must not delete records.
-void for_each_record(const Store &store, const Instance &instance,
-                     const std::function<bool(const Record &)> &function);
+// it returns false. It must not delete records. Returns how many were left out.
+uint64_t for_each_record(const Store &store, const Instance &instance,
+                         const std::function<bool(const Record &)> &function,
+                         Unreadable unreadable = Unreadable::fail);
 // The same for a store that only this process uses, without check_readable.
 void for_each_own_record(const Store &store, const Instance &instance,
                          const std::function<bool(const Record &)> &function);
@@ -96,8 +105,9 @@ class Key {
 };
 
 // As for_each_record, for all records of one key; the index finds them.
-void for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
-                            const std::function<bool(const Record &)> &function);
+uint64_t for_each_record_of_key(const Store &store, const Instance &instance, const Key &key,
+                                const std::function<bool(const Record &)> &function,
+                                Unreadable unreadable = Unreadable::fail);
 
 // The record of this key, tenant and source; none if there is none that can be read.
 std::optional<Record> record_at(const Store &store, const Instance &instance, const Key &key,

@@ -165,11 +165,13 @@ std::optional<std::vector<std::string>> Filter::key() const {
     return texts;
 }
 
-void for_each_candidate(const Store &store, const Instance &instance, const Filter &filter,
-                        const std::function<bool(const Record &)> &function) {
+uint64_t for_each_candidate(const Store &store, const Instance &instance, const Filter &filter,
+                            const std::function<bool(const Record &)> &function,
+                            Unreadable unreadable) {
     if (const auto texts = filter.key())
-        for_each_record_of_key(store, instance, Key(*instance.table, *texts), function);
-    else for_each_record(store, instance, function);
+        return for_each_record_of_key(store, instance, Key(*instance.table, *texts), function,
+                                      unreadable);
+    return for_each_record(store, instance, function, unreadable);
 }
 
 }  // namespace tarnctl

@@ -52,9 +52,10 @@ class Filter {
 
 // Calls `function` with the records that can pass, of all tenants and sources in key order, until
 // it returns false: those of one key, found through the index, if the filter fixes the key, else
-// all.
-void for_each_candidate(const Store &store, const Instance &instance, const Filter &filter,
-                        const std::function<bool(const Record &)> &function);
+// all. Returns how many were left out.
+uint64_t for_each_candidate(const Store &store, const Instance &instance, const Filter &filter,
+                            const std::function<bool(const Record &)> &function,
+                            Unreadable unreadable = Unreadable::fail);
 
 }  // namespace tarnctl
 

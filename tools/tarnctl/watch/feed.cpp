@@ -70,7 +70,7 @@ void Feed::each_row(const std::function<bool(const Change &)> &function) {
         const Followed &table = followed(instance.block);
         if (!table.instance) continue;
         bool goes_on = true;
-        for_each_record(store_, instance, [&](const Record &record) {
+        const auto show = [&](const Record &record) {
             if (!passes(table, record)) return true;
             Change row{table.name, {}, RecordCopy(record)};
             row.is_present = true;
@@ -82,7 +82,8 @@ void Feed::each_row(const std::function<bool(const Change &)> &function) {
             }
             goes_on = function(row);
             return goes_on;
-        });
+        };
+        for_each_record(store_, instance, show, options_.unreadable);
         if (!goes_on) return;
     }
 }
@@ -107,18 +108,18 @@ tarn::replica::step Feed::advance_to(const Wanted &wanted) {
     return *advanced;
 }
 
-std::optional<Record> Feed::record_of(const Followed &table, const kel_record *record) const {
+std::optional<Record> Feed::record_of(const Followed &table, const kel_record *record,
+                                      Unreadable unreadable) const {
     if (record == nullptr) return std::nullopt;
     const Record found{table.instance->table, store_.handle(), const_cast<kel_record *>(record)};
-    check_readable(store_, found);
-    return found;
+    return is_taken(store_, found, unreadable) ? std::optional(found) : std::nullopt;
 }
 
 std::optional<Change> Feed::change_of(const kel_replica_change &change) {
     const Followed &table = followed(change.table);
     if (!table.instance) return std::nullopt;
-    const std::optional<Record> before = record_of(table, change.before);
-    const std::optional<Record> after = record_of(table, change.after);
+    const std::optional<Record> before = record_of(table, change.before, options_.unreadable);
+    const std::optional<Record> after = record_of(table, change.after, options_.unreadable);
     if (!passes(table, before) && !passes(table, after)) return std::nullopt;
     Change made{table.name, {}, {}};
     const auto columns = before && after ? differing_columns(*before, *after) : std::nullopt;
@@ -147,14 +148,8 @@ void Feed::each_change(const ChangeFunction &function) {
         const kel_replica_change &change = last.changes[i];
         const Followed &table = followed(change.table);
         if (!table.instance) continue;
-        const auto readable = [&](const kel_record *record) -> std::optional<Record> {
-            if (record == nullptr) return std::nullopt;
-            const Record found{table.instance->table, store_.handle(),
-                               const_cast<kel_record *>(record)};
-            return is_readable(store_, found) ? std::optional(found) : std::nullopt;
-        };
-        const std::optional<Record> before = readable(change.before);
-        const std::optional<Record> after = readable(change.after);
+        const auto before = record_of(table, change.before, Unreadable::leave_out);
+        const auto after = record_of(table, change.after, Unreadable::leave_out);
         if (before || after) function(*table.instance, before, after);
     }
 }
@@ -166,7 +161,8 @@ void Feed::each_record(const RecordFunction &function) {
         const Followed &table = followed(change.table);
         if (!table.instance) continue;
         const kel_record *record = change.after != nullptr ? change.after : change.before;
-        function(table.name, *record_of(table, record), change.what);
+        const auto found = record_of(table, record, options_.unreadable);
+        if (found) function(table.name, *found, change.what);
     }
 }
 

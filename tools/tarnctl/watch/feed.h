@@ -22,9 +22,10 @@ namespace tarnctl {
 
 // What of a store is followed.
 struct FeedOptions {
-    std::vector<TableReference> tables;   // none: all
-    std::vector<std::string> conditions;  // see query/filter.h
-    std::vector<std::string> columns;     // see listing/columns.h; none: all
+    std::vector<TableReference> tables;        // none: all
+    std::vector<std::string> conditions;       // see query/filter.h
+    std::vector<std::string> columns;          // see listing/columns.h; none: all
+    Unreadable unreadable = Unreadable::fail;  // of rows and changes
 };
 
 class Feed {
@@ -51,8 +52,7 @@ class Feed {
     // the conditions, before it or after it, and a column that is followed has changed.
     std::vector<Change> changes();
     // Calls `function` with each record of a followed table that it changed, before it and after
-    // it, whatever the conditions and the columns are. Those that only their maker can read are
-    // left out.
+    // it, whatever the conditions and the columns are. Those that aren't readable are left out.
     using ChangeFunction =
         std::function<void(const Instance &instance, const std::optional<Record> &before,
                            const std::optional<Record> &after)>;
@@ -80,7 +80,8 @@ class Feed {
     const Followed &followed(kel_table *block);
     Followed make_followed(kel_table *block) const;
     bool passes(const Followed &table, const std::optional<Record> &record) const;
-    std::optional<Record> record_of(const Followed &table, const kel_record *record) const;
+    std::optional<Record> record_of(const Followed &table, const kel_record *record,
+                                    Unreadable unreadable) const;
     std::optional<Change> change_of(const kel_replica_change &change);
 
     FeedOptions options_;

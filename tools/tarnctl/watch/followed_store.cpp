@@ -95,7 +95,9 @@ void FollowedStore::run() {
 // Opening takes as long as the store is large. Nobody reads a store that isn't open.
 void FollowedStore::open() {
     identity_ = identity_of(settings_.path);
-    feed_.emplace(open_before(settings_.path, settings_.history), settings_.path, FeedOptions{});
+    FeedOptions options;
+    options.unreadable = Unreadable::leave_out;
+    feed_.emplace(open_before(settings_.path, settings_.history), settings_.path, options);
     if (identity_of(settings_.path) != identity_)
         throw Failure(Exit::store, "the store was replaced while it was opened");
     follower_.opened(*feed_, identity_);
