@@ -53,6 +53,33 @@ modules {{
             fragment_size = 1020
             virtual_server = passwords
         }}
+        tls-config certificates {{
+            ca_file = {authority}
+            certificate_file = {certificate}
+            private_key_file = {key}
+            tls_min_version = "1.2"
+            tls_max_version = "1.2"
+            ecdh_curve = prime256v1
+        }}
+        tls {{
+            tls = certificates
+        }}
+        peap {{
+            tls = certificates
+            default_eap_type = mschapv2
+            virtual_server = inner
+        }}
+        ttls {{
+            tls = certificates
+            default_eap_type = md5
+            virtual_server = inner
+        }}
+        mschapv2 {{
+        }}
+    }}
+    mschap {{
+    }}
+    pap {{
     }}
     ldap {{
         server = '{url}'
@@ -110,6 +137,20 @@ server passwords {{
         ldap
     }}
 }}
+server inner {{
+    authorize {{
+        eap {{
+            ok = return
+        }}
+        ldap
+        pap
+    }}
+    authenticate {{
+        eap
+        pap
+        mschap
+    }}
+}}
 server status {{
     listen {{
         type = status
@@ -145,11 +186,13 @@ TRAFFIC = (
 
 
 class FreeRadius(Supervised):
-    def __init__(self, folder, network, address, device, url):
+    def __init__(self, folder, network, address, device, url, authority):
         super().__init__(folder, "freeradius")
         self.network, self.address = network, address
+        certificate, key = authority.member("server")
         self.write("radiusd.conf", SERVER.format(
             folder=self.folder, device=device, secret=SECRET, url=url, suffix=SUFFIX,
+            authority=authority.certificate, certificate=certificate, key=key,
             address=address, status_port=STATUS_PORT, status_secret=STATUS_SECRET))
         self.write("dictionary", "$INCLUDE /usr/share/freeradius/dictionary\n")
 

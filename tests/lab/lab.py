@@ -7,6 +7,7 @@ import threading
 
 import namespaces
 import snmp
+from certificates import Authority
 from feeders import Feeder
 from figures import Notes
 from freeradius import FreeRadius
@@ -55,11 +56,16 @@ class Lab:
             self.clients_network.connect(port, client)
 
     def make_servers(self):
+        authority = Authority(self.folder, "authority")
+        other = Authority(self.folder, "other-authority")
+        self.certificates = {user: authority.member(user) for user in USERS}
+        self.other_certificates = {user: other.member(user) for user in USERS}
         self.slapd = Slapd(self.folder, self.servers_network, SERVER, USERS)
         self.freeradius = FreeRadius(self.folder, self.servers_network, SERVER, DEVICE,
-                                     self.slapd.url)
+                                     self.slapd.url, authority)
         self.hostapd = Hostapd(self.folder, self.ports, DEVICE, SERVER)
-        self.supplicants = Supplicants(self.folder, self.clients_network, self.clients)
+        self.supplicants = Supplicants(self.folder, self.clients_network, self.clients,
+                                       authority)
 
     def make_feeders(self):
         self.dot1x = Feeder(

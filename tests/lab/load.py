@@ -7,7 +7,8 @@ from programs import until
 from slapd import SUFFIX
 
 USERS = {"alice": "secret-a", "bob": "secret-b", "carol": "secret-c"}
-METHODS = ("MD5", "PWD")
+# With what a method does in its tunnel.
+METHODS = {"MD5": None, "PWD": None, "TLS": None, "PEAP": "auth=MSCHAPV2", "TTLS": "auth=PAP"}
 AGAIN = 5  # seconds until a step is done again, whose messages were lost with a killed process
 
 
@@ -19,12 +20,13 @@ class Port:
         self.step = None
         self.began = 0
 
-    def choose(self, random):
+    def choose(self, random, methods):
+        """Of the methods, the last one is used and removed."""
         user = random.choice(sorted(USERS))
         kind = random.choices(("login", "failure", "logoff"), (6, 2, 2))[0]
-        self.step = (kind, user, random.choice(METHODS))
+        self.step = (kind, user, None if kind == "logoff" else methods.pop())
         self.began = 0
-        return kind
+        return kind if kind == "logoff" else f"{kind} with {self.step[2]}"
 
     def do(self):
         kind, user, method = self.step
@@ -32,8 +34,16 @@ class Port:
             self.lab.supplicants.logoff(self.client)
             return
         self.forget_refused()
-        password = USERS[user] if kind == "login" else "wrong"
-        self.lab.supplicants.login(self.client, user, password, method)
+        self.lab.supplicants.login(self.client, method, self.texts(user, method, kind == "login"))
+
+    def texts(self, user, method, are_right):
+        """What a login needs; of another authority a certificate is as good as a wrong password."""
+        certificate, key = None, None
+        if method == "TLS":
+            made = self.lab.certificates if are_right else self.lab.other_certificates
+            certificate, key = made[user]
+        return {"identity": user, "password": USERS[user] if are_right else "wrong",
+                "phase2": METHODS[method], "client_cert": certificate, "private_key": key}
 
     def forget_refused(self):
         """As if the link had been down: hostapd has nothing of a client that it refused."""
@@ -59,11 +69,14 @@ class Load:
         self.lab, self.random = lab, random
         self.ports = [Port(lab, *pair) for pair in zip(lab.ports, lab.clients)]
         self.done = collections.Counter()
+        self.methods = []  # that come next, the last one first
 
     def round(self):
         """One step at each port, at the same time, and some requests to the directory."""
         for port in self.ports:
-            self.done[port.choose(self.random)] += 1
+            if not self.methods:
+                self.methods = self.random.sample(sorted(METHODS), len(METHODS))
+            self.done[port.choose(self.random, self.methods)] += 1
         with self.lab.directory_in_use:
             self.use_directory()
         waiting = list(self.ports)

@@ -14,6 +14,7 @@ network={{
     eap=MD5
     identity="nobody"
     password="-"
+    ca_cert="{authority}"
     eapol_flags=0
     disabled=1
 }}
@@ -21,11 +22,12 @@ network={{
 
 
 class Supplicants(Supervised):
-    def __init__(self, folder, network, clients):
+    def __init__(self, folder, network, clients, authority):
         super().__init__(folder, "wpa_supplicant")
         self.network, self.clients = network, clients
         self.control = self.folder + "/control"
-        self.settings = self.write("client.conf", CLIENT.format(folder=self.folder))
+        self.settings = self.write("client.conf", CLIENT.format(
+            folder=self.folder, authority=authority.certificate))
 
     def command(self):
         words = []
@@ -52,12 +54,13 @@ class Supplicants(Supervised):
         lines = (self.request(client, "STATUS") or "").splitlines()
         return dict(line.split("=", 1) for line in lines if "=" in line)
 
-    def login(self, client, user, password, method):
+    def login(self, client, method, texts):
         # Its state machines begin anew only without a connection.
         self.request(client, "DISCONNECT")
         self.request(client, "LOGON")
-        for name, value in (("identity", f'"{user}"'), ("password", f'"{password}"'),
-                            ("eap", method)):
+        self.request(client, "SET_NETWORK 0 eap " + method)
+        for name, text in texts.items():
+            value = "NULL" if text is None else f'"{text}"'
             self.request(client, f"SET_NETWORK 0 {name} {value}")
         self.request(client, "SELECT_NETWORK 0")
 
