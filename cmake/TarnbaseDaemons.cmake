@@ -21,14 +21,21 @@ macro(tarnbase_begin_daemon name)
   endif()
 endmacro()
 
-#   tarnbase_install_daemon(<target> <component> <parts>)
+#   tarnbase_install_daemon(<target> <component> <parts> <users>)
 #     Installs a program, its systemd unit <target>.service.in, and the manual page that page.cpp
-#     makes from the texts of --help. <parts> is the library with all of the program but main.
-function(tarnbase_install_daemon target component parts)
+#     makes from the texts of --help. <parts> is the library with all of the program but main, <users>
+#     the file for systemd-sysusers with the users and groups that the unit names.
+#     Its tests find the daemon in the global property TARNBASE_DAEMONS, and what belongs to it in
+#     the target's properties TARNBASE_UNIT and TARNBASE_USERS.
+function(tarnbase_install_daemon target component parts users)
   tarnbase_install_program(${target} ${component})
   configure_file(${target}.service.in ${target}.service @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.service
     DESTINATION lib/systemd/system COMPONENT ${component})
+  install(FILES ${users} DESTINATION lib/sysusers.d COMPONENT ${component})
+  set_property(GLOBAL APPEND PROPERTY TARNBASE_DAEMONS ${target})
+  set_target_properties(${target} PROPERTIES
+    TARNBASE_UNIT ${CMAKE_CURRENT_BINARY_DIR}/${target}.service TARNBASE_USERS ${users})
 
   # A cross build can't run the maker of the page, which is a part of the tools.
   if(CMAKE_CROSSCOMPILING OR NOT TARGET tarnctl_roff)
