@@ -6,6 +6,18 @@
 #include "runtime/index/tree.h"
 
 namespace tarnbase::runtime {
+namespace {
+
+constexpr std::size_t few_buckets = 1000;
+
+// Clearing takes as long as the buckets, of which a large transaction leaves many.
+template <class Table>
+void empty(Table &table) {
+    if (table.bucket_count() <= few_buckets) table.clear();
+    else table = Table();
+}
+
+}  // namespace
 
 void ChangeObserver::start() {
     changes_.clear();
@@ -15,9 +27,9 @@ void ChangeObserver::start() {
 
 void ChangeObserver::before(std::span<const char> frame) {
     touched_.clear();
-    seen_.clear();
+    empty(seen_);
     born_.clear();
-    freed_.clear();
+    empty(freed_);
     changes_.clear();
     copies_.clear();
     authors_.read(frame);
