@@ -71,7 +71,15 @@ std::uint32_t LogWriter::append_here(std::span<const char> frame) {
 }
 
 void LogWriter::make_next(Segment &old) {
-    if (appended_ >= least_appended) next_.make(folder_, usual_bytes(), old);
+    if (appended_ < least_appended) return;
+    next_.make(folder_, usual_bytes(), old);
+    // Short segments are full before the worker has got a large page for the store.
+    if (is_store_small()) after_next_.make(folder_, usual_bytes(), old);
+}
+
+bool LogWriter::take_next(std::uint64_t least, std::uint64_t most, Segment &taken) {
+    return next_.take(folder_, id_, position_, least, most, taken) ||
+           after_next_.take(folder_, id_, position_, least, most, taken);
 }
 
 // Begins the next segment with a frame. The worker unmaps the old one: both hold a lock of the
@@ -83,7 +91,7 @@ std::uint32_t LogWriter::append_to_next(std::span<const char> frame, std::uint64
     std::uint32_t error = segment_.prepare(position_, end_mark_bytes);
     if (error != 0) return error;
     const std::uint64_t most = std::max(usual, needed);
-    if (!next_.take(folder_, id_, position_, needed, most, next)) {
+    if (!take_next(needed, most, next)) {
         error = next.create(folder_, id_, position_, most, used);
         if (error == ENOSPC || error == EFBIG)
             error = next.create(folder_, id_, position_, needed, used);

@@ -22,7 +22,7 @@ namespace tarnbase::runtime {
 class LogWriter {
  public:
     // The worker makes segments ahead, if there is one.
-    explicit LogWriter(Worker *worker = nullptr) : next_(worker) {}
+    explicit LogWriter(Worker *worker = nullptr) : next_(worker), after_next_(worker) {}
     // Continues at `position`, the published one, in the segment that begins at `segment`. What
     // comes after it, of a writer that died, is overwritten. Costs no system call in the segment
     // that is open.
@@ -48,19 +48,24 @@ class LogWriter {
         most_bytes_ =
             std::clamp(std::bit_floor(bytes / 16), most_of_small_store, most_of_large_store);
     }
-    // Whether the next segment is made already.
-    bool has_next_segment() const { return next_.is_ready(); }
+    // Whether all segments that are made ahead are ready.
+    bool has_next_segments() const {
+        return next_.is_ready() && (!is_store_small() || after_next_.is_ready());
+    }
 
  private:
     std::uint64_t usual_bytes() const { return std::min(2 * segment_.size(), most_bytes_); }
     std::uint32_t append_here(std::span<const char> frame);
+    bool is_store_small() const { return most_bytes_ == most_of_small_store; }
     void make_next(Segment &old);
+    bool take_next(std::uint64_t least, std::uint64_t most, Segment &taken);
     std::uint32_t append_to_next(std::span<const char> frame, std::uint64_t usual);
 
     int folder_ = -1;
     StoreId id_{};
     Segment segment_;
     NextSegment next_;
+    NextSegment after_next_;
     std::uint64_t position_ = 0;
     std::uint64_t appended_ = 0;  // bytes, by this process
     std::uint64_t most_bytes_ = most_of_small_store;

@@ -50,8 +50,8 @@ class Sharing {
     std::uint32_t advance(FrameObserver &observer);
     // Loads the newest image in place of the replica's.
     std::uint32_t skip();
-    // Whether the next segment of the log is made already.
-    bool has_next_segment() const { return log_.has_next_segment(); }
+    // Whether all segments of the log that are made ahead are ready.
+    bool has_next_segments() const { return log_.has_next_segments(); }
     bool is_replica() const { return is_replica_; }
     // Whether this process may become the writer.
     bool may_write() const { return folder_.control.is_writable() && !is_replica_; }

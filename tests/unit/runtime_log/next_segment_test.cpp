@@ -125,22 +125,27 @@ TEST(NextSegment, IsNotNeededByAProcessThatCommitsLittle) {
     EXPECT_EQ(mapped_files(log.folder), 1U);
 }
 
-// No file can be made, so the writer made none.
-TEST(NextSegment, IsWhereTheLogGoesOnWithoutAnotherFile) {
+// Goes on while no file can be made, so the writer makes none.
+void go_on_without_a_file(WorkedLog &log, int segments) {
+    await([&] { return log.writer.has_next_segments(); });
+    const rlimit none{0, RLIM_INFINITY}, all{RLIM_INFINITY, RLIM_INFINITY};
+    ::setrlimit(RLIMIT_FSIZE, &none);
+    for (int i = 0; i < segments; ++i) {
+        log.fill();
+        const std::uint64_t segment = log.writer.segment();
+        EXPECT_EQ(log.append(1000), 0U);
+        EXPECT_NE(log.writer.segment(), segment);
+    }
+    ::setrlimit(RLIMIT_FSIZE, &all);
+}
+
+void in_a_child(void (*test)(WorkedLog &log)) {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
         WorkedLog log;
-        for (int i = 0; i < 3; ++i) {
-            log.fill();
-            await([&] { return log.writer.has_next_segment(); });
-            const std::uint64_t segment = log.writer.segment();
-            const rlimit none{0, RLIM_INFINITY}, all{RLIM_INFINITY, RLIM_INFINITY};
-            ::setrlimit(RLIMIT_FSIZE, &none);
-            EXPECT_EQ(log.append(1000), 0U);
-            ::setrlimit(RLIMIT_FSIZE, &all);
-            EXPECT_NE(log.writer.segment(), segment);
-        }
+        log.fill();
+        test(log);
         log.verify();
         ::_exit(testing::Test::HasFailure() ? 1 : 0);
     }
@@ -149,15 +154,26 @@ TEST(NextSegment, IsWhereTheLogGoesOnWithoutAnotherFile) {
     EXPECT_EQ(status, 0);
 }
 
+TEST(NextSegment, IsWhereTheLogGoesOnWithoutAnotherFile) {
+    in_a_child([](WorkedLog &log) {
+        log.writer.set_store_size(std::uint64_t{64} << 20);
+        for (int i = 0; i < 3; ++i) go_on_without_a_file(log, 1);
+    });
+}
+
+TEST(NextSegment, IsOneOfTwoInASmallStore) {
+    in_a_child([](WorkedLog &log) { go_on_without_a_file(log, 2); });
+}
+
 TEST(NextSegment, IsMadeAfterTheOldOneIsUnmapped) {
     WorkedLog log;
     for (int i = 0; i < 4; ++i) {
         log.fill();
-        await([&] { return log.writer.has_next_segment(); });
+        await([&] { return log.writer.has_next_segments(); });
         ASSERT_EQ(log.append(1000), 0U);
     }
-    await([&] { return log.writer.has_next_segment(); });
-    EXPECT_EQ(mapped_files(log.folder), 2U);
+    await([&] { return log.writer.has_next_segments(); });
+    EXPECT_EQ(mapped_files(log.folder), 3U);
     log.verify();
 }
 
@@ -165,11 +181,11 @@ TEST(NextSegment, IsMadeAfterTheOldOneIsUnmapped) {
 TEST(NextSegment, IsNotTakenIfItsNameExists) {
     WorkedLog log;
     log.fill();
-    await([&] { return log.writer.has_next_segment(); });
+    await([&] { return log.writer.has_next_segments(); });
     Segment dead;
     ASSERT_EQ(dead.create(log.folder.descriptor(), test_id, log.writer.position()), 0U);
     ASSERT_EQ(log.append(1000), 0U);
-    EXPECT_TRUE(log.writer.has_next_segment());
+    EXPECT_TRUE(log.writer.has_next_segments());
     log.verify();
 }
 
@@ -181,14 +197,14 @@ TEST(NextSegment, IsMadeByTheWriterIfTheWorkerCannot) {
         ASSERT_EQ(log.append(1000), 0U);
         EXPECT_EQ(mapped_files(log.folder), 1U) << "nobody else unmaps the old one";
     }
-    EXPECT_FALSE(log.writer.has_next_segment());
+    EXPECT_FALSE(log.writer.has_next_segments());
     log.verify();
 }
 
 TEST(NextSegment, IsMadeByTheWriterInAChildProcess) {
     WorkedLog log;
     log.fill();
-    await([&] { return log.writer.has_next_segment(); });
+    await([&] { return log.writer.has_next_segments(); });
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {

@@ -124,7 +124,7 @@ TEST_F(AheadOfTheLog, TheNextSegmentIsThereAfterSomeCommits) {
     for (int i = 0; i < 200; ++i) {
         commit();
         if (i >= 10) {
-            while (!open.store->sharing->has_next_segment()) std::this_thread::yield();
+            while (!open.store->sharing->has_next_segments()) std::this_thread::yield();
         }
     }
     EXPECT_EQ(threads(), before + 1);
