@@ -18,12 +18,13 @@ macro(tarnbase_begin_daemon name)
   endif()
   if(wanted)
     find_package(PkgConfig REQUIRED)
+    find_package(tomlplusplus ${needed})
   endif()
 endmacro()
 
 #   tarnbase_install_daemon(<target> <component> <parts> <users>)
-#     Installs a program, its systemd unit <target>.service.in, and the manual page that page.cpp
-#     makes from the texts of --help. <parts> is the library with all of the program but main, <users>
+#     Installs a program, its systemd unit <target>.service.in, its settings <target>.toml, and the
+#     manual page that page.cpp makes from the texts of --help. <parts> is the library with all of the program but main, <users>
 #     the file for systemd-sysusers with the users and groups that the unit names.
 #     Its tests find the daemon in the global property TARNBASE_DAEMONS, and what belongs to it in
 #     the target's properties TARNBASE_UNIT and TARNBASE_USERS.
@@ -33,6 +34,8 @@ function(tarnbase_install_daemon target component parts users)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.service
     DESTINATION lib/systemd/system COMPONENT ${component})
   install(FILES ${users} DESTINATION lib/sysusers.d COMPONENT ${component})
+  install(FILES ${target}.toml
+    DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/tarnbase COMPONENT ${component})
   set_property(GLOBAL APPEND PROPERTY TARNBASE_DAEMONS ${target})
   set_target_properties(${target} PROPERTIES
     TARNBASE_UNIT ${CMAKE_CURRENT_BINARY_DIR}/${target}.service TARNBASE_USERS ${users})
@@ -58,10 +61,11 @@ tarnbase_begin_daemon(EXPORTER)
 if(wanted)
   pkg_check_modules(httplib ${needed} IMPORTED_TARGET cpp-httplib)
   pkg_check_modules(prometheus ${needed} IMPORTED_TARGET prometheus-cpp-core)
-  if(httplib_FOUND AND prometheus_FOUND)
+  if(httplib_FOUND AND prometheus_FOUND AND tomlplusplus_FOUND)
     set(TARNBASE_HAS_EXPORTER ON)
   else()
-    message(STATUS "tarn-exporter isn't built: it needs libcpp-httplib-dev and prometheus-cpp-dev")
+    message(STATUS "tarn-exporter isn't built: it needs libcpp-httplib-dev, prometheus-cpp-dev "
+      "and libtomlplusplus-dev")
   endif()
 endif()
 
@@ -71,9 +75,9 @@ if(wanted)
   pkg_check_modules(netsnmp ${needed} IMPORTED_TARGET netsnmp)
   find_library(TARNBASE_NETSNMPAGENT netsnmpagent ${needed})
   mark_as_advanced(TARNBASE_NETSNMPAGENT)
-  if(netsnmp_FOUND AND TARNBASE_NETSNMPAGENT)
+  if(netsnmp_FOUND AND TARNBASE_NETSNMPAGENT AND tomlplusplus_FOUND)
     set(TARNBASE_HAS_AGENTX ON)
   else()
-    message(STATUS "tarn-agentx isn't built: it needs libsnmp-dev")
+    message(STATUS "tarn-agentx isn't built: it needs libsnmp-dev and libtomlplusplus-dev")
   endif()
 endif()

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "settings.h"
 
-#include "common/config_file.h"
+#include "cli/config_file.h"
 #include "common/service.h"
 
 namespace tarn_dot1x {
@@ -44,7 +44,7 @@ void add_service_options(cli::Command &program, Settings &settings) {
                 "With --folder: query all ports again after so many seconds; 30 by default")
         .needs("folder");
     feeder::add_log_options(program, settings.log);
-    feeder::add_config_option(program);
+    cli::add_config_option(program);
 }
 
 void add_source_options(cli::Command &program, Settings &settings) {

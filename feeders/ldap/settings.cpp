@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "common/config_file.h"
+#include "cli/config_file.h"
 #include "common/service.h"
 #include "exit_code.h"
 
@@ -119,7 +119,7 @@ void add_service_options(cli::Command &program, Settings &settings) {
 #ifdef TARN_LDAP_HAS_MONITOR
     add_monitor_options(program, settings.monitor);
 #endif
-    feeder::add_config_option(program);
+    cli::add_config_option(program);
     feeder::add_log_options(program, settings.log);
 }
 

@@ -5,6 +5,7 @@
 
 #include "agentx/map.h"
 #include "base/failure.h"
+#include "cli/config_file.h"
 
 namespace agentx {
 namespace {
@@ -30,6 +31,7 @@ exit status is then 0.
 
 Examples:
   tarn-agentx /var/lib/tarnbase/net.store
+  tarn-agentx --config /etc/tarnbase/tarn-agentx.toml
   snmptable -v2c -c public -m +TARNBASE-MIB localhost tarnbaseLdapStatsTable)";
 
 Oid base_of(const std::string &word) {
@@ -69,6 +71,7 @@ std::unique_ptr<cli::Command> make_program(Settings &settings) {
                     cli::number_into(settings.most_notifications, 0, 1'000'000),
                     "Notifications in a minute at most; 60 by default");
     program->flag("--trace", settings.traces, "Write what is sent and received");
+    cli::add_config_option(*program);
     program->notes = notes;
     program->statuses = tarnctl::exit_statuses();
     return program;

@@ -10,6 +10,7 @@
 #include <fstream>
 
 #include "base/failure.h"
+#include "cli/config_file.h"
 
 namespace exporter {
 namespace {
@@ -48,6 +49,7 @@ SIGTERM and SIGINT end the exporter; its exit status is then 0.
 Examples:
   tarn-exporter /var/lib/tarnbase/net.store
   tarn-exporter --listen 192.0.2.1:9595 --token-file token net=/srv/net.store
+  tarn-exporter --config /etc/tarnbase/tarn-exporter.toml
   curl 'http://127.0.0.1:9595/api/v1/tables/ldap_conn?where=num_conns>0')";
 
 NamedStore named_store(const std::string &word) {
@@ -74,7 +76,9 @@ std::unique_ptr<cli::Command> make_program(Settings &settings) {
         settings.addresses.push_back(ListenAddress::parse(word));
     };
     const auto take_host = [&settings](const std::string &word) { settings.hosts.push_back(word); };
-    program->argument("STORE", {take_store, {}, true}, "Stores to serve").required();
+    program->argument("STORE", {take_store, {}, true}, "Stores to serve")
+        .named("-s,--store")
+        .required();
     program->option("-l,--listen", "ADDRESS", {take_address, {}, true},
                     "Where to listen; may be repeated");
     program->option("--host", "NAME", {take_host, {}, true},
@@ -91,6 +95,7 @@ std::unique_ptr<cli::Command> make_program(Settings &settings) {
                     "Requests about the past at once at most; 4 by default");
     program->option("--past-time", "SECONDS", cli::number_into(settings.past_seconds, 1, 3600),
                     "Time that each of them may take; 10 by default");
+    cli::add_config_option(*program);
     program->notes = notes;
     program->statuses = tarnctl::exit_statuses();
     return program;

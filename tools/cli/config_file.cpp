@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The only file that includes toml++, which is slow to compile.
-#include "common/config_file.h"
+#include "cli/config_file.h"
 
 #include <toml++/toml.h>
 
@@ -11,17 +11,17 @@
 #include <iterator>
 #include <sstream>
 
-namespace feeder {
+namespace cli {
 namespace {
 
-constexpr const char *kExpected = "expected a text, a number, true or false, or a list of these";
+constexpr const char *expected = "expected a text, a number, true or false, or a list of these";
 
 std::string read_text(const std::string &path) {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     std::string text;
     if (file) text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (!file || file.bad()) throw cli::UsageError(path + ": " + std::strerror(errno));
+    if (!file || file.bad()) throw UsageError(path + ": " + std::strerror(errno));
     return text;
 }
 
@@ -37,16 +37,16 @@ std::string word_of(Number number) {
     return text.str();
 }
 
-std::string word_of(const toml::node &node, const cli::Setting &setting) {
+std::string word_of(const toml::node &node, const Setting &setting) {
     if (const auto *text = node.as_string()) return text->get();
     if (const auto *number = node.as_integer()) return word_of(number->get());
     if (const auto *number = node.as_floating_point()) return word_of(number->get());
     if (const auto *truth = node.as_boolean()) return truth->get() ? "true" : "false";
-    throw cli::UsageError(setting.place + ": " + setting.name + ": " + kExpected);
+    throw UsageError(setting.place + ": " + setting.name + ": " + expected);
 }
 
-cli::Setting setting_of(const std::string &path, std::string_view name, const toml::node &node) {
-    cli::Setting setting{std::string(name), {}, place_of(path, node.source())};
+Setting setting_of(const std::string &path, std::string_view name, const toml::node &node) {
+    Setting setting{std::string(name), {}, place_of(path, node.source())};
     if (const toml::array *list = node.as_array()) {
         for (const toml::node &each : *list) setting.words.push_back(word_of(each, setting));
     } else {
@@ -57,24 +57,23 @@ cli::Setting setting_of(const std::string &path, std::string_view name, const to
 
 }  // namespace
 
-std::vector<cli::Setting> read_config(const std::string &path) {
+std::vector<Setting> read_config(const std::string &path) {
     const std::string text = read_text(path);
     try {
-        std::vector<cli::Setting> settings;
+        std::vector<Setting> settings;
         for (const auto &[key, node] : toml::parse(text))
             settings.push_back(setting_of(path, key.str(), node));
         return settings;
     } catch (const toml::parse_error &error) {
-        throw cli::UsageError(place_of(path, error.source()) + ": " +
-                              std::string(error.description()));
+        throw UsageError(place_of(path, error.source()) + ": " + std::string(error.description()));
     }
 }
 
-void add_config_option(cli::Command &program) {
+void add_config_option(Command &program) {
     program
         .option("-c,--config", "FILE", {[](const std::string &) {}, {}, false},
                 "File of settings, TOML: its keys are the options' names")
         .reads(read_config);
 }
 
-}  // namespace feeder
+}  // namespace cli
