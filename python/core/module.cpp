@@ -152,11 +152,12 @@ py::dict transaction_of(const Store &store) {
     return members;
 }
 
-py::list changes_of(const Shared &store) {
+// At most `count` of them, from the number `first` on.
+py::list changes_of(const Shared &store, std::uint64_t first, std::uint64_t count) {
     const Reading reading(*store);
     const kel_replica_transaction &last = store->replica().transaction();
     py::list changes;
-    for (std::uint64_t i = 0; i < last.change_count; ++i) {
+    for (std::uint64_t i = first; i < last.change_count && i - first < count; ++i) {
         const kel_replica_change &each = last.changes[i];
         const SharedTable table = Table::of(store, each.table);
         if (table == nullptr) continue;
@@ -246,6 +247,7 @@ void define_store(py::module_ &module) {
         .def_property_readonly("closed", &Store::is_closed)
         .def_property_readonly("path", &Store::path)
         .def_property_readonly("writable", &Store::is_writable)
+        .def_property_readonly("advances", &Store::is_replica)
         .def("begin",
              [](Store &store, const std::string &label, bool tracked,
                 const std::vector<std::pair<std::string, int>> &variants) {
@@ -276,6 +278,9 @@ void define_store(py::module_ &module) {
         .def_property_readonly(
             "missed", [](const Store &store) { return store.replica().transaction().missed; })
         .def("transaction", &transaction_of)
+        .def_property_readonly(
+            "change_count",
+            [](const Store &store) { return store.replica().transaction().change_count; })
         .def("changes", &changes_of);
 }
 

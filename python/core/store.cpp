@@ -376,9 +376,14 @@ void Store::set_journal(const kel_journal_settings &settings) {
     in_turn([&] { return kel_store_set_journal(store_->c_store(), &settings); });
 }
 
-tarn::replica::step Store::advance(kel_table *table, const kel_record *place) {
+const tarn::replica &Store::replica() const {
     need_open();
-    if (!is_replica()) not_possible(EINVAL, "only a store at a transaction can advance");
+    if (!is_replica()) not_possible(EINVAL, "only a store at a transaction has changes");
+    return *replica_;
+}
+
+tarn::replica::step Store::advance(kel_table *table, const kel_record *place) {
+    replica();
     end_validity("the replica has advanced since");
     auto done = changing([&] {
         return place == nullptr ? replica_->try_advance()

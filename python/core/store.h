@@ -123,7 +123,8 @@ class Store {
     void as_writer(Make make);
 
     tarn::replica::step advance(kel_table *table, const kel_record *place);
-    const tarn::replica &replica() const { return *replica_; }
+    // Failure if this isn't a store at a transaction, or is closed.
+    const tarn::replica &replica() const;
 
     // Nothing that was read outside of snapshots is valid any more.
     void forget() { end_validity("the store has been changed since"); }

@@ -6,13 +6,13 @@ import contextlib
 import datetime
 import errno
 import os
-from collections.abc import Iterator, Mapping
+from collections.abc import Callable, Iterator, Mapping
 from types import TracebackType
 from typing import TYPE_CHECKING, Any, TypeVar
 
 from . import _core, errors
 from ._record import EPOCH, MICROSECOND
-from ._table import Tables
+from ._table import STANDARD, Tables
 
 if TYPE_CHECKING:
     from ._watch import Version, Watch
@@ -21,6 +21,7 @@ if TYPE_CHECKING:
 MODES = {'r': 0, 'w': 1, 'x': 2, 'c': 3}
 Moment = datetime.datetime | int
 S = TypeVar('S', bound='Session')
+P = TypeVar('P', 'Store', 'Watch')
 
 
 class Transaction:
@@ -126,6 +127,8 @@ class Store(Session):
         super().__init__(None)
         self._core_store = core
         self._patience: float | None = None
+        self._past: Store | Watch | None = None  # for which this store is closed meanwhile
+        self._opens_again = False
 
     @property
     def _store(self) -> Store:
@@ -164,7 +167,12 @@ class Store(Session):
         return Session(self, tracked, variants)
 
     def close(self) -> None:
+        """Closes the store. In a block of `at` or `watch` it also closes what that has opened, and
+        the store stays closed after the block."""
+        if self._past is not None:
+            self._past.close()
         self._core.close()
+        self._opens_again = False
 
     def __exit__(self, *_: object) -> None:
         self.close()
@@ -202,37 +210,44 @@ class Store(Session):
     def at(self, moment: Moment) -> Iterator[Store]:
         """The store as it was at a moment, or after the transaction of a number, to read. This
         store is closed until the end of the block."""
-        with self._parked():
-            past = open_past(self.path, moment)
-            try:
-                yield past
-            finally:
-                past.close()
+        with self._closed_for(lambda: open_past(self.path, moment)) as past:
+            yield past
 
     @contextlib.contextmanager
     def watch(self, **options: Any) -> Iterator[Watch]:
         """As `tarnbase.watch`. This store is closed until the end of the block."""
         from ._watch import watch
-        with self._parked(), watch(self.path, **options) as changes:
+        with self._closed_for(lambda: watch(self.path, **options)) as changes:
             yield changes
 
-    def history(self, table: str, key: Any, **options: Any) -> list[Version]:
+    def history(self, table: str, key: Any, *, source: int = STANDARD,
+                since: Moment | None = None) -> list[Version]:
         """As `tarnbase.history`. This store is closed meanwhile."""
-        from ._watch import history
-        with self._parked():
-            return list(history(self.path, table, key, **options))
+        from ._watch import open_first, versions
+        with self._closed_for(lambda: open_first(self.path, since)) as past:
+            return list(versions(past, table, key, source))
 
     @contextlib.contextmanager
-    def _parked(self) -> Iterator[None]:
+    def _closed_for(self, open_past: Callable[[], P]) -> Iterator[P]:
         if not self.path:
             raise errors.NotPossible(errno.EINVAL, 'a private store has no history')
-        writable = self.writable
+        if self.closed:
+            raise errors.NotPossible(errno.EBADF, 'the store is closed')
+        if self._core.advances:
+            raise errors.NotPossible(errno.EINVAL, 'this is a state of the past: '
+                                     'open the store itself to go to another one')
+        mode = MODES['w' if self.writable else 'r']
         self._core.close()
+        self._opens_again = True
         try:
-            yield
+            with contextlib.closing(open_past()) as past:
+                self._past = past
+                yield past
         finally:
-            self._core_store = _core.Store.open(self.path, MODES['w' if writable else 'r'], 0)
-            self.patience = self._patience
+            self._past = None
+            if self._opens_again:
+                self._core_store = _core.Store.open(self.path, mode, 0)
+                self.patience = self._patience
 
     def __repr__(self) -> str:
         return f'<store {self.path!r}{", closed" if self.closed else ""}>'

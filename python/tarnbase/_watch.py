@@ -3,6 +3,7 @@
 waits for the reader."""
 from __future__ import annotations
 
+import contextlib
 import datetime
 import enum
 import os
@@ -18,6 +19,7 @@ from ._table import STANDARD, Table
 
 APPLIED, CURRENT, GAP = range(3)
 SLICE = 0.2  # seconds until the end of a wait is looked at
+PIECE = 1000  # changes that are made into objects at once
 
 
 class What(enum.IntEnum):
@@ -80,6 +82,13 @@ def _author(core: _core.Store) -> Author:
     return Author(**described)
 
 
+def _core_changes(core: _core.Store) -> Iterator[
+        tuple[_core.Table, int, _core.Object | None, _core.Object | None]]:
+    """The changes of the last transaction, a piece at a time: there may be many."""
+    for first in range(0, core.change_count, PIECE):
+        yield from core.changes(first, PIECE)
+
+
 def _record(table: Table[Any, Any], at: _core.Object | None) -> Record[Any] | None:
     return None if at is None else table._record(at)
 
@@ -111,23 +120,20 @@ class Watch(Iterator[Change]):
             if step == GAP:
                 raise errors.missed(self._core.missed)
             if step == APPLIED:
-                self._pending = iter(self._changes())
+                self._pending = self._changes()
                 return True
             left = SLICE if end is None else end - time.monotonic()
             if left <= 0:
                 return False
             self._core.wait(min(left, SLICE))
 
-    def _changes(self) -> list[Change]:
+    def _changes(self) -> Iterator[Change]:
         author = _author(self._core)
-        found = []
-        for core_table, what, before, after in self._core.changes():
+        for core_table, what, before, after in _core_changes(self._core):
             if self._tables is not None and not self._follows(core_table):
                 continue
             table: Table[Any, Any] = Table(self.store, core_table)
-            found.append(Change(table, What(what), _record(table, before),
-                                _record(table, after), author))
-        return found
+            yield Change(table, What(what), _record(table, before), _record(table, after), author)
 
     def _follows(self, table: _core.Table) -> bool:
         assert self._tables is not None
@@ -158,16 +164,17 @@ def watch(path: str | os.PathLike[str], *, tables: Collection[str] | None = None
 def history(path: str | os.PathLike[str], table: str, key: Any, *, source: int = STANDARD,
             since: Moment | None = None) -> Iterator[Version]:
     """All changes of one record, as far back as the store's files reach, or since a moment."""
-    name = os.fspath(path)
-    sequence = _core.OLDEST if since is None else sequence_at(name, since)
-    store = Store(_core.Store.at(name, sequence))
-    try:
-        yield from _versions(store, table, key, source)
-    finally:
-        store.close()
+    with contextlib.closing(open_first(os.fspath(path), since)) as store:
+        yield from versions(store, table, key, source)
 
 
-def _versions(store: Store, name: str, key: Any, source: int) -> Iterator[Version]:
+def open_first(path: str, since: Moment | None) -> Store:
+    """The store as it was at a moment, or as far back as its files reach."""
+    return Store(_core.Store.at(path, _core.OLDEST if since is None else sequence_at(path, since)))
+
+
+def versions(store: Store, name: str, key: Any, source: int) -> Iterator[Version]:
+    """The changes of one record from a state of the store on, which advances."""
     core = store._core
     while True:
         is_record = _by_identity(store, name, key, source)
@@ -176,7 +183,7 @@ def _versions(store: Store, name: str, key: Any, source: int) -> Iterator[Versio
             return
         if step == GAP:
             raise errors.missed(core.missed)
-        for core_table, what, before, after in core.changes():
+        for core_table, what, before, after in _core_changes(core):
             table: Table[Any, Any] = Table(store, core_table)
             old, new = _record(table, before), _record(table, after)
             if is_record(table, old if new is None else new):

@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Changes as they happen, and states of the past."""
 import datetime
+import gc
 import os
+import tracemalloc
 
 import pytest
 
@@ -144,3 +146,83 @@ def test_a_history_has_the_changes_of_one_record(path, past):
                                                                  since=past)] == [4]
     assert list(tarnbase.history(path, 'ldap_conn', 'c')) == []
     assert len(tarnctl('history', '--store', path, 'ldap_conn', 'a').splitlines()) > 0
+
+
+def test_a_closed_store_closes_its_past_too(path, past):
+    store = tarnbase.open(path, 'w')
+    with store.at(past) as before:
+        servers = before.tables['ldap_conn']
+        record, walk = servers['a'], iter(servers.values())
+        store.close()
+        assert before.closed
+        for access in (lambda: len(servers), lambda: record.num_conns, lambda: next(walk),
+                       lambda: before.tables['ldap_conn'], lambda: before.describe()):
+            with pytest.raises(tarnbase.NotPossible, match='the store is closed'):
+                access()
+        tarnbase.open(path, 'w').close()
+    assert store.closed
+    for begin in (lambda: store.at(past).__enter__(), lambda: store.watch().__enter__(),
+                  lambda: store.history('ldap_conn', 'a')):
+        with pytest.raises(tarnbase.NotPossible, match='the store is closed'):
+            begin()
+
+
+def test_a_closed_store_closes_its_watch_too(path, past):
+    store = tarnbase.open(path, 'w')
+    with store.watch(since=0, timeout=0) as changes:
+        change = next(changes)
+        store.close()
+        for access in (lambda: next(changes), lambda: change.after.num_conns,
+                       lambda: change.differences(), lambda: list(changes.store.tables),
+                       lambda: len(change.table), changes._core.transaction,
+                       lambda: changes._core.changes(0, 1), lambda: changes._core.missed):
+            with pytest.raises(tarnbase.NotPossible, match='the store is closed'):
+                access()
+    assert store.closed
+
+
+def test_a_store_whose_past_is_in_use_is_not_closed(path, past):
+    with tarnbase.open(path, 'w') as store:
+        with store.at(past) as before:
+            with before.snapshot():
+                with pytest.raises(tarnbase.NotPossible, match="can't be closed"):
+                    store.close()
+                assert before.tables['ldap_conn']['a'].num_conns == 2
+        assert store.tables['ldap_conn']['a'].num_conns == 4
+
+
+def test_a_block_that_is_never_left_ends_with_its_object(path, past):
+    store = tarnbase.open(path, 'w')
+    block = store.at(past)
+    before = block.__enter__()
+    del block
+    gc.collect()
+    assert before.closed and not store.closed
+    store.close()
+
+
+def test_a_state_of_the_past_has_no_other(path, past):
+    with tarnbase.open(path, at=past) as store:
+        with pytest.raises(tarnbase.NotPossible, match='open the store itself'):
+            store.at(0).__enter__()
+        assert len(store.tables['ldap_conn']) == 2
+    with tarnbase.open(path) as store, pytest.raises(tarnbase.NotPossible, match='at a transaction'):
+        store._core.changes(0, 1)
+
+
+def test_a_watch_makes_few_objects_of_a_large_transaction_at_once(path):
+    count = 8000
+    with tarnbase.open(path, 'x') as store:
+        store.set_journal(True)
+        servers = store.tables.open('ldap_conn')
+        with store.transaction():
+            for number in range(count):
+                servers.insert(f'server{number}')
+    with tarnbase.watch(path, since=0, timeout=0) as changes:
+        tracemalloc.start()
+        found = sum(1 for _ in changes)
+        peak = tracemalloc.get_traced_memory()[1]
+        tracemalloc.stop()
+    assert found == count
+    # All at once they take 190 bytes each.
+    assert peak < 100 * count
