@@ -70,7 +70,7 @@ class ChangeStream {
         piece = batch.kind == EventBatch::Kind::nothing ? ":\n\n" : "";
         if (batch.kind == EventBatch::Kind::gap) piece = gap_text(before);
         for (const Event &each : batch.events)
-            piece += event_text({position_.identity, each.transaction}, "changes", *each.data);
+            piece += event_text({position_.identity, each.transaction}, each.kind, *each.data);
         return true;
     }
 

@@ -8,8 +8,9 @@
 namespace exporter {
 namespace {
 
-// What a reader gets at a time.
+// What a reader gets at a time, more or less.
 constexpr std::size_t most_events_at_once = 256;
+constexpr std::size_t most_bytes_at_once = 1 << 20;
 
 }  // namespace
 
@@ -34,12 +35,13 @@ void EventLog::begin(EventPosition position) {
     changed_.notify_all();
 }
 
-void EventLog::add(uint64_t transaction, std::string data) {
+void EventLog::add(uint64_t transaction, std::string_view kind, std::string data) {
     const std::lock_guard lock(mutex_);
     newest_->transaction = transaction;
     if (!data.empty()) {
         bytes_ += data.size();
-        events_.push_back({transaction, std::make_shared<const std::string>(std::move(data))});
+        events_.push_back(
+            {transaction, kind, std::make_shared<const std::string>(std::move(data))});
         while (events_.size() > most_events_ || bytes_ > most_bytes_) drop_oldest();
     }
     changed_.notify_all();
@@ -83,11 +85,13 @@ EventBatch EventLog::next(EventPosition &position, std::chrono::milliseconds lim
     const auto first =
         std::upper_bound(events_.begin(), events_.end(), position.transaction,
                          [](uint64_t seen, const Event &each) { return seen < each.transaction; });
-    for (auto each = first; each != events_.end(); ++each) {
-        if (batch.events.size() == most_events_at_once) break;
+    auto each = first;
+    for (std::size_t bytes = 0; each != events_.end(); ++each) {
+        if (batch.events.size() == most_events_at_once || bytes >= most_bytes_at_once) break;
+        bytes += each->data->size();
         batch.events.push_back(*each);
     }
-    const bool are_all = batch.events.size() < most_events_at_once;
+    const bool are_all = each == events_.end();
     position.transaction = are_all ? newest_->transaction : batch.events.back().transaction;
     return batch;
 }

@@ -13,6 +13,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace exporter {
@@ -30,6 +31,7 @@ struct EventPosition {
 
 struct Event {
     uint64_t transaction;
+    std::string_view kind;
     std::shared_ptr<const std::string> data;
 };
 
@@ -52,8 +54,8 @@ class EventLog {
 
     // Forgets all events. What happens after the position will be added.
     void begin(EventPosition position);
-    // The next transaction; no data: it has changed no record.
-    void add(uint64_t transaction, std::string data);
+    // The next transaction; no data: it has changed no record. Requires: `kind` outlives the log.
+    void add(uint64_t transaction, std::string_view kind, std::string data);
     // Lets all readers end.
     void close();
 

@@ -12,6 +12,8 @@ namespace {
 using tarnctl::Json;
 
 constexpr std::size_t most_history_bytes = 64 << 20;
+// Of a transaction that is one event: as JSON, a record may have some kilobytes.
+constexpr uint64_t most_changes = 10'000;
 
 Json json_of(const kel_replica_transaction &transaction) {
     Json json = Json::object();
@@ -37,6 +39,16 @@ void FollowedStore::opened(tarnctl::Feed &feed, const std::string &identity) {
 }
 
 void FollowedStore::applied(tarnctl::Feed &feed) {
+    const uint64_t count = feed.transaction().change_count;
+    if (count > most_changes) {
+        const Json json{{"store", name()},
+                        {"transaction", feed.sequence()},
+                        {"replaced", false},
+                        {"first", feed.sequence()},
+                        {"changes", count}};
+        events_.add(feed.sequence(), "gap", json.dump());
+        return;
+    }
     const std::vector<tarnctl::Change> changes = feed.changes();
     std::string data;
     if (!changes.empty()) {
@@ -46,7 +58,7 @@ void FollowedStore::applied(tarnctl::Feed &feed) {
         json.set("changes", list);
         data = json.dump();
     }
-    events_.add(feed.sequence(), std::move(data));
+    events_.add(feed.sequence(), "changes", std::move(data));
 }
 
 void FollowedStore::skipped(tarnctl::Feed &feed) { events_.begin({identity_, feed.sequence()}); }
