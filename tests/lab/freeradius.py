@@ -181,8 +181,9 @@ server control {{
 # Of each port: the objects of its clients that count the same.
 TRAFFIC = (
     (1812, "radiusAuthClient", {"requests": "AccessRequests", "accepts": "AccessAccepts",
-                                "rejects": "AccessRejects", "challenges": "AccessChallenges"}),
-    (1813, "radiusAccClient", {"requests": "Requests"}))
+                                "rejects": "AccessRejects", "challenges": "AccessChallenges",
+                                "dup": "AccessRetransmissions"}),
+    (1813, "radiusAccClient", {"requests": "Requests", "dup": "Retransmissions"}))
 
 
 class FreeRadius(Supervised):
@@ -211,6 +212,17 @@ class FreeRadius(Supervised):
     def numbers(self, port):
         text = self.admin(f"stats socket {self.address} {port}")
         return text and {name: int(value) for name, value in re.findall(r"(\w+)\t+(\d+)", text)}
+
+    def own_counts(self):
+        """What it has received and replied to, by the objects of its clients."""
+        found = {}
+        for port, front, names in TRAFFIC:
+            numbers = self.numbers(port)
+            if not numbers:
+                return None
+            numbers["requests"] -= numbers["dup"]
+            found.update({front + object: numbers[name] for name, object in names.items()})
+        return found
 
     def counts(self):
         """(object, key, value) of what it and its clients both count."""

@@ -10,7 +10,7 @@ import snmp
 from certificates import Authority
 from feeders import Feeder
 from figures import Notes
-from freeradius import FreeRadius
+from freeradius import STATUS_PORT, STATUS_SECRET, FreeRadius
 from hostapd import Hostapd
 from load import USERS
 from prometheus import Exporter, Prometheus
@@ -20,6 +20,7 @@ from supplicant import Supplicants
 
 DEVICE, SERVER = "192.0.2.1", "192.0.2.2"
 DIRECTORY = "directory.example.net"  # the name of slapd in its store
+RADIUS = "radius1"  # the name of FreeRADIUS in its store
 
 
 class Lab:
@@ -27,7 +28,7 @@ class Lab:
         self.settings, self.folder = settings, settings.folder
         self.ports = [f"p{i + 1}" for i in range(settings.ports)]
         self.clients = [f"c{i + 1}" for i in range(settings.ports)]
-        self.stores = {name: f"{self.folder}/{name}.store" for name in ("dot1x", "ldap")}
+        self.stores = {name: f"{self.folder}/{name}.store" for name in ("dot1x", "ldap", "radius")}
         self.directory_in_use = threading.Lock()
         self.connect()
         self.make_servers()
@@ -41,6 +42,7 @@ class Lab:
         """The functions with which servers count what a store has."""
         yield "dot1x", self.hostapd.counts
         yield "ldap", self.count_directory
+        yield "radius", self.count_radius
         # The packets between both of them, unless one has begun anew.
         if self.hostapd.starts == self.freeradius.starts == 1:
             yield "dot1x", self.freeradius.counts
@@ -75,7 +77,12 @@ class Lab:
             self.folder, self.settings.tarn_ldap,
             ["--store", self.stores["ldap"], "--server", DIRECTORY, "--service", "--slapd-log",
              self.slapd.log, "--monitor", self.slapd.url])
-        self.feeders = [self.dot1x, self.ldap]
+        self.radius = Feeder(
+            self.folder, self.settings.tarn_radius,
+            ["--store", self.stores["radius"], "--server", f"{RADIUS}={SERVER}:{STATUS_PORT}",
+             "--client", f"{RADIUS}={DEVICE}", "--interval", "1", "--patience", "0.5"])
+        self.radius.words += ["--secret-file", self.radius.write("secret", STATUS_SECRET)]
+        self.feeders = [self.dot1x, self.ldap, self.radius]
 
     def make_readers(self):
         self.exporter = Exporter(self.folder, self.settings.exporter, self.stores)
@@ -95,6 +102,12 @@ class Lab:
     def count_directory(self):
         counts = self.slapd.counts()
         return counts and [(term, DIRECTORY, value) for term, value in counts.items()]
+
+    def count_radius(self):
+        """The server with all of its clients, and with the device, which is the only one."""
+        counts = self.freeradius.own_counts()
+        return counts and [(term, name, value) for term, value in counts.items()
+                           for name in (RADIUS, f"{RADIUS}/{DEVICE}")]
 
     @contextlib.contextmanager
     def frozen_users_of_the_directory(self):
