@@ -218,6 +218,18 @@ const BrokenDocument broken_documents[] = {
      ":1: expected `table` and `name` (or `id`) before `records`"},
     {"json_nested_too_deep", json_table + std::string(100000, '['),
      ":3: expected values that nest"},
+    {"json_with_a_member_twice",
+     json_table + R"({"fields":{"sname":"a",)" + "\n" + R"("sname":"b"}}]}]}})",
+     ":4: fields.sname: it is given twice"},
+    {"json_with_bytes_that_are_no_utf8", json_table + "{\"fields\":{\"sname\":\"\xff\"}}]}]}}",
+     ":3: JSON: a string isn't UTF-8"},
+    {"json_with_half_a_surrogate_pair", json_table + R"({"fields":{"sname":"\udc00"}}]}]}})",
+     ":3: JSON: "},
+    {"json_with_a_control_character", json_table + "{\"fields\":{\"sname\":\"\x01\"}}]}]}}",
+     ":3: JSON: "},
+    {"json_with_more_after_its_end", json_table + "]}]}}\n{}", ":4: JSON: "},
+    {"json_with_a_nul_after_its_end", json_table + "]}]}}\n" + std::string(1, '\0') + "{}",
+     ":4: JSON: "},
     {"frames_cut_off", "TARNFRAM\1", ": frame 1 at byte 0: the version is cut off"},
     {"frames_of_a_later_format", std::string("TARNFRAM\2\0\0\0\0\0\0\0", 16),
      ": frame 1 at byte 0: expected version 1, not 2; a newer release made this document: import "
@@ -269,6 +281,16 @@ TEST_F(Import, AcceptsHandWrittenXml) {
         "    </record></table><?instruction?>\r\n</tarnbase>\r\n");
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_TRUE(holds(exported(copy), R"({"sname":"a&b <c>\nd","num_conns":7})")) << exported(copy);
+}
+
+TEST_F(Import, AcceptsHandWrittenJson) {
+    const Outcome outcome = import(
+        "\xef\xbb\xbf{ \"tarnbase\" :\r\n{\"format\": 1, \"tables\": [{\"table\": "
+        "\"tbl_ldap_conn\",\n"
+        "\t\"name\": \"ldap\", \"records\": [ {\"fields\": {\"num_conns\": 0,\n"
+        "\"sname\": \"\\u00e9\\ud83d\\ude00\\n\"}}\n] }]}}\n");
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    EXPECT_TRUE(holds(exported(copy), "\"sname\":\"é😀\\n\"")) << exported(copy);
 }
 
 TEST_F(Import, OfAMissingFileIsAStoreError) {

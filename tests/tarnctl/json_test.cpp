@@ -6,6 +6,8 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "json/tree.h"
+
 namespace tarnctl {
 namespace {
 
@@ -51,10 +53,22 @@ TEST(Json, HasALineForEachMemberAndElementIfIndented) {
     EXPECT_EQ(Json({{"a", 1}}).dump(2), "{\n  \"a\": 1\n}");
 }
 
-TEST(JsonView, ReadsOnlyTheKindThatTheValueHas) {
-    const auto json =
-        nlohmann::ordered_json::parse(R"({"number":5,"below":-5,"text":"x","truth":false})");
-    const JsonView view(json);
+TEST(JsonTree, ReadsOnlyTheKindThatTheValueHas) {
+    JsonTree tree;
+    tree.open(false);
+    const auto named = [&](const char *name) -> JsonTree & {
+        EXPECT_TRUE(tree.name(name));
+        return tree;
+    };
+    named("number").add_unsigned(5);
+    named("below").add_signed(-5);
+    named("text").add_text("x");
+    named("truth").add_boolean(false);
+    named("real").add_real(5.0);
+    named("none").add_null();
+    EXPECT_FALSE(tree.name("text"));
+    tree.close();
+    const JsonView view = tree.root();
     EXPECT_TRUE(view.is_object());
     EXPECT_EQ(view.find("number")->unsigned_number(), 5U);
     EXPECT_EQ(view.find("number")->signed_number(), 5);
@@ -62,11 +76,49 @@ TEST(JsonView, ReadsOnlyTheKindThatTheValueHas) {
     EXPECT_EQ(view.find("number")->string(), std::nullopt);
     EXPECT_EQ(view.find("below")->unsigned_number(), std::nullopt);
     EXPECT_EQ(view.find("below")->signed_number(), -5);
+    EXPECT_TRUE(view.find("below")->is_integer());
     EXPECT_EQ(view.find("text")->string(), "x");
     EXPECT_FALSE(view.find("text")->find("x").has_value());
     EXPECT_EQ(view.find("truth")->boolean(), false);
+    EXPECT_FALSE(view.find("real")->is_integer());
+    EXPECT_TRUE(view.find("real")->equals(5));
+    EXPECT_TRUE(view.find("none")->is_null());
     EXPECT_FALSE(view.find("missing").has_value());
-    EXPECT_EQ(view.members().size(), 4U);
+    EXPECT_EQ(view.members().size(), 6U);
+}
+
+TEST(JsonTree, HasValuesInsideOfValuesUntilItIsCleared) {
+    JsonTree tree;
+    for (int round = 0; round < 2; ++round) {
+        tree.clear();
+        tree.open(false);
+        ASSERT_TRUE(tree.name("list"));
+        tree.open(true);
+        tree.add_signed(-1);
+        tree.open(false);
+        ASSERT_TRUE(tree.name("inner"));
+        tree.open(false);
+        EXPECT_EQ(tree.path_of("leaf"), "list.inner.leaf");
+        ASSERT_TRUE(tree.name("leaf"));
+        tree.add_text("a\n");
+        tree.close();
+        tree.close();
+        tree.add_real(0.5);
+        tree.close();
+        // The same name as a member of another object.
+        ASSERT_TRUE(tree.name("leaf"));
+        tree.add_boolean(true);
+        EXPECT_EQ(tree.depth(), 1U);
+        tree.close();
+        EXPECT_EQ(tree.depth(), 0U);
+        const JsonView view = tree.root();
+        EXPECT_EQ(view.dump(), R"({"list":[-1,{"inner":{"leaf":"a\n"}},0.5],"leaf":true})");
+        const auto elements = view.find("list")->elements();
+        ASSERT_EQ(elements.size(), 3U);
+        EXPECT_EQ(view.find("list")->size(), 3U);
+        EXPECT_EQ(elements[1].find("inner")->find("leaf")->string(), "a\n");
+        EXPECT_EQ(view.find("leaf")->boolean(), true);
+    }
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+
 namespace tarnctl {
 namespace {
 
@@ -39,6 +41,10 @@ Utf8Character first_utf8(std::string_view text) {
 }
 
 bool is_utf8(std::string_view text) {
+    const auto ascii_ends = std::find_if(text.begin(), text.end(), [](char byte) {
+        return static_cast<unsigned char>(byte) >= 0x80;
+    });
+    text.remove_prefix(static_cast<std::size_t>(ascii_ends - text.begin()));
     while (!text.empty()) {
         const Utf8Character character = first_utf8(text);
         if (!character.valid) return false;

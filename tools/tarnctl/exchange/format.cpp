@@ -16,7 +16,6 @@ std::optional<Format> format_of_name(std::string_view path) {
 
 std::optional<Format> format_of_content(std::string_view beginning) {
     if (beginning.starts_with(frames_magic)) return Format::frames;
-    constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
     if (beginning.starts_with(byte_order_mark)) beginning.remove_prefix(byte_order_mark.size());
     const std::size_t first = beginning.find_first_not_of(" \t\r\n");
     if (first == std::string_view::npos) return std::nullopt;

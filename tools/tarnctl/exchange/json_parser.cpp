@@ -4,41 +4,45 @@
 #include <fmt/core.h>
 
 #include <cstddef>
-#include <iterator>
-#include <nlohmann/json.hpp>
-#include <vector>
+
+#include "base/utf8.h"
+#include "exchange/format.h"
+
+// As long as a text can be.
+#define RAPIDJSON_NO_SIZETYPEDEFINE
+namespace rapidjson {
+using SizeType = std::size_t;
+}
+#include <rapidjson/error/en.h>
+#include <rapidjson/reader.h>
 
 namespace tarnctl {
 namespace {
 
-using Document = nlohmann::ordered_json;
-
-constexpr std::size_t usual_members = 32;
-
-// The input as iterators for the parser. All copies share one position.
+// The input as the parser reads it, to which a NUL is the end.
 class Bytes {
  public:
-    using iterator_category = std::input_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const char *;
-    using reference = char;
+    using Ch = char;
 
-    Bytes() = default;
-    explicit Bytes(Input &input) : input_(&input) {}
+    explicit Bytes(Input &input) : input_(input) {}
 
-    char operator*() const { return static_cast<char>(input_->peek()); }
-    Bytes &operator++() {
-        input_->pass();
-        return *this;
+    char Peek() const {
+        const int byte = input_.peek();
+        return byte == Input::end ? '\0' : static_cast<char>(byte);
     }
-    bool operator==(const Bytes &other) const { return at_end() == other.at_end(); }
-    bool operator!=(const Bytes &other) const { return !(*this == other); }
+    char Take() {
+        const int byte = input_.get();
+        return byte == Input::end ? '\0' : static_cast<char>(byte);
+    }
+    std::size_t Tell() const { return static_cast<std::size_t>(input_.offset()); }
+
+    // Of streams that are written.
+    char *PutBegin() { return nullptr; }
+    void Put(char) {}
+    std::size_t PutEnd(char *) { return 0; }
 
  private:
-    bool at_end() const { return input_ == nullptr || input_->peek() == Input::end; }
-
-    Input *input_ = nullptr;
+    Input &input_;
 };
 
 // Passes on the parser's events of the outer objects, and builds values from the others.
@@ -46,114 +50,117 @@ class Assembler {
  public:
     Assembler(const Input &input, JsonEvents &events) : input_(input), events_(events) {}
 
-    bool null() { return add(nullptr); }
-    bool boolean(bool value) { return add(value); }
-    bool number_integer(int64_t value) { return add(value); }
-    bool number_unsigned(uint64_t value) { return add(value); }
-    bool number_float(double value, const std::string &) { return add(value); }
-    bool string(std::string &value) { return add(std::move(value)); }
-    bool binary(Document::binary_t &) { return false; }
+    bool Null() {
+        return add([&] { tree_.add_null(); });
+    }
+    bool Bool(bool value) {
+        return add([&] { tree_.add_boolean(value); });
+    }
+    bool Int(int value) { return Int64(value); }
+    bool Uint(unsigned value) { return Uint64(value); }
+    bool Int64(int64_t value) {
+        return add([&] { tree_.add_signed(value); });
+    }
+    bool Uint64(uint64_t value) {
+        return add([&] { tree_.add_unsigned(value); });
+    }
+    bool Double(double value) {
+        return add([&] { tree_.add_real(value); });
+    }
+    // Of numbers that stay texts.
+    bool RawNumber(const char *, std::size_t, bool) { return false; }
+    bool String(const char *text, std::size_t length, bool) {
+        const std::string_view checked = utf8({text, length});
+        return add([&] { tree_.add_text(checked); });
+    }
 
-    bool key(std::string &name) {
-        if (open_.empty()) {
-            events_.member(name);
+    bool Key(const char *text, std::size_t length, bool) {
+        const std::string_view name = utf8({text, length});
+        if (tree_.depth() == 0) {
+            events_.member(std::string(name));
             return true;
         }
-        Document &object = *open_.back();
-        if (object.contains(name)) events_.fail(fmt::format("{}: it is given twice", path(name)));
-        // Not by operator[], which searches for the name once more.
-        object.get_ref<Document::object_t &>().emplace_back(name, nullptr);
-        names_.back() = name;
-        if (input_.line() != lines_.begin) lines_.members.emplace(path(name), input_.line());
+        if (!tree_.name(name))
+            events_.fail(fmt::format("{}: it is given twice", tree_.path_of(name)));
+        if (input_.line() != lines_.begin)
+            lines_.members.emplace(tree_.path_of(name), input_.line());
         return true;
     }
 
-    bool start_object(std::size_t) { return start(false); }
-    bool start_array(std::size_t) { return start(true); }
-    bool end_object() { return end(); }
-    bool end_array() { return end(); }
-
-    bool parse_error(std::size_t, const std::string &, const nlohmann::detail::exception &error) {
-        // "[...] parse error at line 1, column 5: <text>": Input counts the lines.
-        const std::string text = error.what();
-        const std::size_t colon = text.find(": ");
-        events_.fail("JSON: " + (colon == std::string::npos ? text : text.substr(colon + 2)));
-        return false;
-    }
+    bool StartObject() { return start(false); }
+    bool StartArray() { return start(true); }
+    bool EndObject(std::size_t) { return end(); }
+    bool EndArray(std::size_t) { return end(); }
 
  private:
-    // The place of the next value; null: it isn't inside a value.
-    Document *slot() {
-        if (open_.empty()) return nullptr;
-        Document &inside = *open_.back();
-        if (inside.is_object()) return &inside.get_ref<Document::object_t &>().back().second;
-        inside.push_back(nullptr);
-        return &inside.back();
+    std::string_view utf8(std::string_view text) const {
+        if (!is_utf8(text)) events_.fail("JSON: a string isn't UTF-8");
+        return text;
     }
 
-    bool add(Document value) {
-        if (Document *place = slot()) {
-            *place = std::move(value);
-            return true;
-        }
-        events_.value(JsonView(value), JsonLines{input_.line(), {}});
+    template <class Add>
+    bool add(Add to_tree) {
+        const bool is_whole = tree_.depth() == 0;
+        if (is_whole) begin_value();
+        to_tree();
+        if (is_whole) events_.value(tree_.root(), lines_);
         return true;
+    }
+
+    void begin_value() {
+        tree_.clear();
+        lines_.begin = input_.line();
+        lines_.members.clear();
     }
 
     bool start(bool array) {
-        if (depth_ + open_.size() >= deepest_nesting)
+        if (depth_ + tree_.depth() >= deepest_nesting)
             events_.fail(
                 fmt::format("expected values that nest no deeper than {}", deepest_nesting));
-        Document *place = slot();
-        if (place == nullptr) {
+        if (tree_.depth() == 0) {
             if (events_.opens(array)) {
                 ++depth_;
                 return true;
             }
-            place = &value_;
-            lines_ = {input_.line(), {}};
+            begin_value();
         }
-        *place = array ? Document::array() : Document::object();
-        if (!array) place->get_ref<Document::object_t &>().reserve(usual_members);
-        open_.push_back(place);
-        names_.emplace_back();
+        tree_.open(array);
         return true;
     }
 
     bool end() {
-        if (open_.empty()) {
+        if (tree_.depth() == 0) {
             --depth_;
             events_.closes();
             return true;
         }
-        open_.pop_back();
-        names_.pop_back();
-        if (open_.empty()) events_.value(JsonView(value_), lines_);
+        tree_.close();
+        if (tree_.depth() == 0) events_.value(tree_.root(), lines_);
         return true;
-    }
-
-    std::string path(const std::string &name) const {
-        std::string path;
-        for (std::size_t i = 0; i + 1 < names_.size(); ++i)
-            if (!names_[i].empty()) path += names_[i] + ".";
-        return path + name;
     }
 
     const Input &input_;
     JsonEvents &events_;
-    std::size_t depth_ = 0;
-    Document value_;
+    std::size_t depth_ = 0;  // of the objects and arrays that were opened piece by piece
+    JsonTree tree_;
     JsonLines lines_;
-    // The open objects and arrays. A value doesn't move while something inside it is open.
-    std::vector<Document *> open_;
-    std::vector<std::string> names_;
 };
+
+constexpr unsigned flags = rapidjson::kParseFullPrecisionFlag;
 
 }  // namespace
 
 void parse_json(Input &input, JsonEvents &events) {
+    if (input.beginning().starts_with(byte_order_mark)) input.take(byte_order_mark.size());
+    Bytes bytes(input);
     Assembler assembler(input, events);
-    Document::sax_parse(Bytes(input), Bytes(), &assembler, Document::input_format_t::json, true);
+    rapidjson::Reader reader;
+    const rapidjson::ParseResult result = reader.Parse<flags>(bytes, assembler);
+    std::string problem = "Expected the end of the document.";
+    if (result.IsError()) problem = rapidjson::GetParseError_En(result.Code());
+    else if (input.peek() == Input::end) return;
+    problem.pop_back();  // the full stop
+    events.fail("JSON: " + problem);
 }
 
 }  // namespace tarnctl

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "exchange/input.h"
-#include "json/document.h"
+#include "json/tree.h"
 
 namespace tarnctl {
 

@@ -111,9 +111,9 @@ class RecordReader {
                            fmt::format("{}: expected a list of {{\"path\", \"flag\"}}", name));
         };
         if (!json.is_array()) throw expected();
-        for (std::size_t i = 0; i < json.size(); ++i) {
-            const auto path = json.at(i).find("path");
-            const auto flag = json.at(i).find("flag");
+        for (const JsonView &each : json.elements()) {
+            const auto path = each.find("path");
+            const auto flag = each.find("flag");
             if (!path || !path->string() || !flag) throw expected();
             set(*path->string(), flag_of(*flag, name));
         }

@@ -10,7 +10,7 @@
 
 #include "exchange/draft.h"
 #include "exchange/json_parser.h"
-#include "json/document.h"
+#include "json/tree.h"
 
 namespace tarnctl {
 

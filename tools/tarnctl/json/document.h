@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// JSON values, made and read. One that is made is its text, since a value of nlohmann/json takes
-// several times as long as what it says. Those that are read are nlohmann/json's, whose header
-// takes seconds to compile: only document.cpp and the parser of documents
-// (exchange/json_parser.cpp) include it.
+// JSON values that are made. One is its text, since a value of nlohmann/json takes several times as
+// long as what it says.
 #ifndef TARNCTL_JSON_DOCUMENT_H
 #define TARNCTL_JSON_DOCUMENT_H
 
@@ -11,8 +9,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <nlohmann/json_fwd.hpp>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -72,40 +68,6 @@ struct Json::Member {
 
     std::string_view name;
     Json value;
-};
-
-// A value to read.
-// Lifetime: that of the value.
-class JsonView {
- public:
-    explicit JsonView(const nlohmann::ordered_json &value) : value_(&value) {}
-
-    bool is_null() const;
-    bool is_object() const;
-    bool is_array() const;
-    bool is_integer() const;
-    bool equals(int64_t number) const;
-
-    // The value, if it is of this kind; of a number, if it is an integer of the range.
-    std::optional<bool> boolean() const;
-    std::optional<std::string_view> string() const;
-    std::optional<uint64_t> unsigned_number() const;
-    std::optional<int64_t> signed_number() const;
-
-    // Of an array or an object.
-    std::size_t size() const;
-    // Requires: an array with more elements than `index`.
-    JsonView at(std::size_t index) const;
-    // A member, if the value is an object that has it.
-    std::optional<JsonView> find(std::string_view name) const;
-    // Requires: an object.
-    std::vector<std::pair<std::string_view, JsonView>> members() const;
-
-    // As Json::dump, on one line.
-    std::string dump() const;
-
- private:
-    const nlohmann::ordered_json *value_;
 };
 
 }  // namespace tarnctl

@@ -91,11 +91,12 @@ void set_array(Value &value, JsonView json) {
     const uint32_t elements = value.field().elements;
     if (!json.is_array() || json.size() != elements)
         expected(value.name(), fmt::format("an array of {} numbers", elements), json);
-    for (uint32_t i = 0; i < elements; ++i) {
-        const std::optional<uint64_t> number = json.at(i).unsigned_number();
+    uint32_t i = 0;
+    for (const JsonView &element : json.elements()) {
+        const std::optional<uint64_t> number = element.unsigned_number();
         if (!number || *number > 255)
-            expected(fmt::format("{}[{}]", value.name(), i), "a number from 0 to 255", json.at(i));
-        value.set_number(*number, i);
+            expected(fmt::format("{}[{}]", value.name(), i), "a number from 0 to 255", element);
+        value.set_number(*number, i++);
     }
 }
 

@@ -25,6 +25,7 @@
 
 #include "base/schema.h"
 #include "json/document.h"
+#include "json/tree.h"
 #include "model/record.h"
 #include "model/value.h"
 
