@@ -9,30 +9,104 @@
 namespace tarnctl {
 namespace {
 
-// The events of a chunk stay in a near cache until they are read.
+// The tags of a chunk stay in a near cache until they are read.
 constexpr std::size_t chunk = 8192;
 constexpr std::size_t largest_element = std::size_t{1} << 30U;
-constexpr std::size_t usual_children = 32;
+// So many tags that were read are removed at a time.
+constexpr std::size_t most_read_tags = 1024;
 
 bool is_blank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
-std::string text_of(const xmlChar *text) { return reinterpret_cast<const char *>(text); }
-
-std::string full_name(const xmlChar *prefix, const xmlChar *name) {
-    return prefix == nullptr ? text_of(name) : fmt::format("{}:{}", text_of(prefix), text_of(name));
+std::string_view view_of(const xmlChar *text) {
+    return text == nullptr ? std::string_view() : reinterpret_cast<const char *>(text);
 }
 
-std::string_view view_of(const xmlChar *text) { return reinterpret_cast<const char *>(text); }
+std::string_view view_between(const xmlChar *begin, const xmlChar *end) {
+    return {reinterpret_cast<const char *>(begin), reinterpret_cast<const char *>(end)};
+}
 
 }  // namespace
 
-const std::string *XmlElement::attribute(std::string_view wanted) const {
-    for (const auto &[each, value] : attributes) {
-        if (each == wanted) return &value;
+void XmlTags::add_start(std::string_view name, uint64_t line) {
+    tags_.push_back({true, name, line, texts_.size(), attributes_.size(), 0, {}, 0});
+}
+
+void XmlTags::add_attribute(std::string_view prefix, std::string_view name,
+                            std::string_view value) {
+    Attribute &added = attributes_.emplace_back();
+    added.name.begin = texts_.size();
+    if (!prefix.empty()) texts_.append(prefix) += ':';
+    texts_ += name;
+    added.name.length = texts_.size() - added.name.begin;
+    added.value = {texts_.size(), value.size()};
+    texts_ += value;
+    ++tags_.back().attributes;
+}
+
+void XmlTags::add_text(std::string_view text, uint64_t line) {
+    Tag &last = tags_.back();
+    if (last.after.length == 0) {
+        last.after.begin = texts_.size();
+        last.after_line = line;
     }
-    return nullptr;
+    last.after.length += text.size();
+    texts_ += text;
+}
+
+void XmlTags::drop_before(std::size_t place) {
+    tags_.erase(tags_.begin(), tags_.begin() + static_cast<std::ptrdiff_t>(place));
+    const Tag first = tags_.front();
+    for (Tag &each : tags_) {
+        each.texts -= first.texts;
+        each.after.begin -= std::min(first.texts, each.after.begin);
+        each.first_attribute -= first.first_attribute;
+    }
+    attributes_.erase(attributes_.begin(),
+                      attributes_.begin() + static_cast<std::ptrdiff_t>(first.first_attribute));
+    for (Attribute &each : attributes_) {
+        each.name.begin -= first.texts;
+        each.value.begin -= first.texts;
+    }
+    texts_.erase(0, first.texts);
+}
+
+std::size_t XmlTags::after_element(std::size_t place) const {
+    std::size_t depth = 0;
+    do {
+        if (tags_[place++].is_start) ++depth;
+        else --depth;
+    } while (depth > 0);
+    return place;
+}
+
+void XmlTags::add_end() {
+    tags_.push_back({false, {}, 0, texts_.size(), attributes_.size(), 0, {}, 0});
+}
+
+std::optional<std::string_view> XmlElement::attribute(std::string_view wanted) const {
+    for (std::size_t i = 0; i < tag().attributes; ++i) {
+        const XmlTags::Attribute &each = tags_->attribute(tag().first_attribute + i);
+        if (tags_->text(each.name) == wanted) return tags_->text(each.value);
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string_view> XmlElement::attribute_names() const {
+    std::vector<std::string_view> names;
+    for (std::size_t i = 0; i < tag().attributes; ++i)
+        names.push_back(tags_->text(tags_->attribute(tag().first_attribute + i).name));
+    return names;
+}
+
+bool XmlElement::has_no_text() const {
+    if (!is_blank(text())) return false;
+    for (std::size_t i = place_ + 1; tags_->at(i).is_start;) {
+        i = tags_->after_element(i);
+        if (!is_blank(tags_->text(tags_->at(i - 1).after))) return false;
+    }
+    return true;
 }
 
 xmlSAXHandler XmlParser::handlers() {
@@ -48,6 +122,7 @@ xmlSAXHandler XmlParser::handlers() {
 }
 
 XmlParser::XmlParser(Input &input) : input_(input) {
+    tags_.add_end();  // for the text in front of the root element
     xmlSAXHandler own = handlers();
     context_.reset(xmlCreatePushParserCtxt(&own, this, nullptr, 0, nullptr));
     if (context_ == nullptr) need(ENOMEM, "reading XML");
@@ -72,7 +147,7 @@ void XmlParser::note(uint64_t line, const std::string &problem) {
 // libxml2 keeps each name once, as long as its context.
 std::string_view XmlParser::name_of(const xmlChar *prefix, const xmlChar *name) const {
     if (prefix == nullptr) return view_of(name);
-    const std::string full = full_name(prefix, name);
+    const std::string full = fmt::format("{}:{}", view_of(prefix), view_of(name));
     const xmlChar *kept =
         xmlDictLookup(context_->dict, reinterpret_cast<const xmlChar *>(full.data()),
                       static_cast<int>(full.size()));
@@ -84,32 +159,27 @@ void XmlParser::on_start(void *context, const xmlChar *name, const xmlChar *pref
                          const xmlChar ** /*namespaces*/, int attribute_count, int /*defaulted*/,
                          const xmlChar **attributes) {
     XmlParser &parser = parser_of(context);
-    XmlElement &element = parser.events_.emplace_back().element;
-    element.name = parser.name_of(prefix, name);
-    element.line = parser.line();
+    const uint64_t line = parser.line();
+    parser.tags_.add_start(parser.name_of(prefix, name), line);
     // Five pointers an attribute: name, prefix, namespace, start and end of the value.
     for (int i = 0; i < attribute_count; ++i, attributes += 5)
-        element.attributes.emplace_back(full_name(attributes[1], attributes[0]),
-                                        std::string(reinterpret_cast<const char *>(attributes[3]),
-                                                    reinterpret_cast<const char *>(attributes[4])));
+        parser.tags_.add_attribute(view_of(attributes[1]), view_of(attributes[0]),
+                                   view_between(attributes[3], attributes[4]));
     if (++parser.depth_ > deepest_nesting)
-        parser.note(element.line,
+        parser.note(line,
                     fmt::format("expected elements that nest no deeper than {}", deepest_nesting));
 }
 
 void XmlParser::on_end(void *context, const xmlChar *, const xmlChar *, const xmlChar *) {
     XmlParser &parser = parser_of(context);
     --parser.depth_;
-    parser.events_.emplace_back().kind = Event::Kind::end;
+    parser.tags_.add_end();
 }
 
 // Text comes in pieces of any length.
 void XmlParser::on_text(void *context, const xmlChar *text, int length) {
     XmlParser &parser = parser_of(context);
-    const bool is_read = parser.next_ == parser.events_.size();
-    Text &place = is_read ? parser.text_ : parser.events_.back().after;
-    if (place.text.empty()) place.line = parser.line();
-    place.text.append(reinterpret_cast<const char *>(text), static_cast<std::size_t>(length));
+    parser.tags_.add_text(view_between(text, text + length), parser.line());
 }
 
 void XmlParser::on_document_type(void *context, const xmlChar *, const xmlChar *, const xmlChar *) {
@@ -132,57 +202,40 @@ void XmlParser::feed() {
     xmlParseChunk(context_.get(), bytes.data(), static_cast<int>(bytes.size()), at_end_ ? 1 : 0);
 }
 
-// Reads on until there is an event, or none follows.
-void XmlParser::wait() {
-    if (next_ < events_.size()) return;
-    events_.clear();
-    next_ = 0;
-    while (events_.empty() && problem_.empty() && !at_end_) feed();
+// Reads on until there is a tag. False if none follows; throws the problem that the parser found.
+bool XmlParser::wait() {
+    while (next_ == tags_.size() && problem_.empty() && !at_end_) feed();
+    if (next_ < tags_.size()) return true;
+    if (!problem_.empty()) fail(problem_line_, problem_);
+    return false;
 }
 
-XmlParser::Event *XmlParser::event() {
-    wait();
-    if (events_.empty()) {
-        if (!problem_.empty()) fail(problem_line_, problem_);
-        return nullptr;
+std::optional<XmlElement> XmlParser::next() {
+    if (next_ > most_read_tags) {
+        tags_.drop_before(next_ - 1);
+        next_ = 1;
     }
-    Event &first = events_[next_++];
-    std::swap(text_, first.after);
-    return &first;
+    const bool is_there = wait();
+    const XmlTags::Tag &last = tags_.at(next_ - 1);
+    if (!is_blank(tags_.text(last.after))) fail(last.after_line, "expected an element, not text");
+    if (!is_there || !tags_.at(next_++).is_start) return std::nullopt;
+    return XmlElement(tags_, next_ - 1);
 }
 
-XmlElement XmlParser::root() {
-    XmlElement element;
-    next(element);
-    return element;
-}
-
-bool XmlParser::next(XmlElement &element) {
-    wait();
-    if (!is_blank(text_.text)) fail(text_.line, "expected an element, not text");
-    Event *const found = event();
-    if (found == nullptr) return false;
-    element = std::move(found->element);
-    return found->kind == Event::Kind::start;
-}
-
-void XmlParser::take_inside(XmlElement &element) {
-    for (;;) {
-        wait();
-        element.text += text_.text;
-        if (element.text.size() > largest_element)
-            fail(text_.line, fmt::format("expected a text of at most {} bytes", largest_element));
-        Event *const found = event();
-        if (found == nullptr || found->kind == Event::Kind::end) return;
-        if (element.children.size() == 1) element.children.reserve(usual_children);
-        // on_start limits the nesting.
-        take_inside(element.children.emplace_back(std::move(found->element)));
+void XmlParser::take_inside() {
+    for (std::size_t depth = 1; depth > 0; ++next_) {
+        if (!wait()) fail(line(), "expected the end of an element");
+        const XmlTags::Tag &last = tags_.at(next_ - 1);
+        if (last.after.length > largest_element)
+            fail(last.after_line,
+                 fmt::format("expected a text of at most {} bytes", largest_element));
+        if (tags_.at(next_).is_start) ++depth;
+        else --depth;
     }
 }
 
 void XmlParser::finish() {
-    if (const Event *const found = event())
-        fail(found->element.line, "expected the end of the file after the root element");
+    if (wait()) fail(tags_.at(next_).line, "expected the end of the file after the root element");
 }
 
 }  // namespace tarnctl

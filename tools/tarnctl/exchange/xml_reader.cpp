@@ -41,33 +41,36 @@ struct Target {
 };
 
 void refuse_text(const XmlElement &element, std::string_view expected) {
-    if (element.text.find_first_not_of(" \t\r\n") == std::string::npos) return;
-    throw Failure(Exit::data, fmt::format("`{}`: expected {}, not text", element.name, expected));
+    if (element.has_no_text()) return;
+    throw Failure(Exit::data, fmt::format("`{}`: expected {}, not text", element.name(), expected));
 }
 
 void refuse_children(const XmlElement &element, std::string_view name) {
-    if (element.children.empty()) return;
-    throw Failure(Exit::data, fmt::format("{}: expected text, not the element `{}`", name,
-                                          element.children.front().name));
+    for (const XmlElement child : element.children())
+        throw Failure(Exit::data,
+                      fmt::format("{}: expected text, not the element `{}`", name, child.name()));
 }
 
 bool is_escaped(const XmlElement &element) {
-    const std::string *escaped = element.attribute("escaped");
-    if (escaped == nullptr || *escaped == "false") return false;
+    const auto escaped = element.attribute("escaped");
+    if (!escaped || *escaped == "false") return false;
     if (*escaped == "true") return true;
-    throw Failure(Exit::data, fmt::format("`{}`: escaped: expected true or false", element.name));
+    throw Failure(Exit::data, fmt::format("`{}`: escaped: expected true or false", element.name()));
 }
 
 void set_enumeration(Value &value, const XmlElement &element) {
     if (is_escaped(element)) {
         refuse_children(element, value.name());
-        return value.restore_number(number_of<uint32_t>(value.name(), element.text, 0, UINT32_MAX));
+        return value.restore_number(
+            number_of<uint32_t>(value.name(), element.text(), 0, UINT32_MAX));
     }
     refuse_text(element, "an enumerator's element");
-    if (element.children.size() != 1)
+    std::vector<std::string_view> names;
+    for (const XmlElement child : element.children()) names.push_back(child.name());
+    if (names.size() != 1)
         throw Failure(Exit::data, fmt::format("{}: expected the element of one enumerator of {}",
                                               value.name(), value.field().enumeration->name));
-    value.set_text(element.children.front().name);
+    value.set_text(names.front());
 }
 
 void set_leaf(const Target &target, const Path &path, const XmlElement &element, uint32_t index) {
@@ -81,25 +84,25 @@ void set_leaf(const Target &target, const Path &path, const XmlElement &element,
     }
     refuse_children(element, value.name());
     if (value.field().kind == Kind::vstring && is_escaped(element))
-        return value.set_text(unescape_unfit(element.text, value.name()));
+        return value.set_text(unescape_unfit(element.text(), value.name()));
     if (!value.is_whole_array()) {
-        value.set_text(element.text);
+        value.set_text(element.text());
         return;
     }
     if (index >= path.leaf().elements)
         throw Failure(Exit::data, fmt::format("{}: the array has {} elements", value.name(),
                                               path.leaf().elements));
     const std::string name = fmt::format("{}[{}]", value.name(), index);
-    value.set_number(number_of<uint32_t>(name, element.text, 0, 255), index);
+    value.set_number(number_of<uint32_t>(name, element.text(), 0, 255), index);
 }
 
 const Field *field_of(const Structure &structure, const XmlElement &element,
                       const ReadOptions &options, std::size_t last) {
-    const Field *field = find_field(structure, element.name, last);
+    const Field *field = find_field(structure, element.name(), last);
     if (field != nullptr || options.lenient) return field;
     std::vector<std::string_view> names;
     for (const Field &each : structure.fields) names.push_back(each.name);
-    throw no_such(Exit::data, fmt::format("field of {}", structure.name), element.name, names);
+    throw no_such(Exit::data, fmt::format("field of {}", structure.name), element.name(), names);
 }
 
 // `seen` counts the elements of each field.
@@ -118,8 +121,8 @@ void set_fields(const Target &target, const Structure &structure, Path &path,
     refuse_text(element, "elements of fields");
     std::vector<uint32_t> seen(structure.fields.size());
     std::size_t last = 0;
-    for (const XmlElement &child : element.children) {
-        target.line = child.line;
+    for (const XmlElement child : element.children()) {
+        target.line = child.line();
         const Field *field = field_of(structure, child, target.options, last);
         if (field == nullptr) continue;
         last = static_cast<std::size_t>(field - structure.fields.data());
@@ -132,13 +135,13 @@ void set_fields(const Target &target, const Structure &structure, Path &path,
         else set_leaf(target, path, child, index);
         path.fields.pop_back();
     }
-    target.line = element.line;
+    target.line = element.line();
     check_lengths(structure, seen);
 }
 
 // "num_conns=2 minute[5]=1"
 void set_state(Draft &draft, void *object, const Structure &structure, std::string_view name,
-               const std::string &text) {
+               std::string_view text) {
     for (std::string_view rest = text; !rest.empty();) {
         const std::size_t end = std::min(rest.find(' '), rest.size());
         const std::string_view item = rest.substr(0, end);
@@ -160,20 +163,20 @@ class XmlReader {
         : input_(input), options_(options), sink_(sink), parser_(input) {}
 
     void read() {
-        const XmlElement root = parser_.root();
-        if (root.name != "tarnbase")
-            parser_.fail(root.line,
-                         fmt::format("expected the root element `tarnbase`, not `{}`", root.name));
-        at_line(root.line, [&] {
-            check_attributes(root, {"format"});
-            const std::string &format = needed(root, "format");
+        const auto root = parser_.next();
+        const std::string_view name = root ? root->name() : "";
+        const uint64_t line = root ? root->line() : 0;
+        if (name != "tarnbase")
+            parser_.fail(line, fmt::format("expected the root element `tarnbase`, not `{}`", name));
+        at_line(line, [&] {
+            check_attributes(*root, {"format"});
+            const std::string_view format = needed(*root, "format");
             if (format != std::to_string(format_version))
                 throw Failure(Exit::data,
                               fmt::format("expected format=\"{}\", not \"{}\"{}", format_version,
                                           format, advice_on_version(format)));
         });
-        XmlElement element;
-        while (parser_.next(element)) read_table(element);
+        while (const auto element = parser_.next()) read_table(*element);
         parser_.finish();
     }
 
@@ -192,41 +195,41 @@ class XmlReader {
     void check_attributes(const XmlElement &element,
                           const std::vector<std::string_view> &known) const {
         if (options_.lenient) return;
-        for (const auto &[name, value] : element.attributes) {
+        for (const std::string_view name : element.attribute_names()) {
             if (std::find(known.begin(), known.end(), name) != known.end()) continue;
-            throw no_such(Exit::data, fmt::format("attribute of `{}`", element.name), name, known);
+            throw no_such(Exit::data, fmt::format("attribute of `{}`", element.name()), name,
+                          known);
         }
     }
 
     // False if it is unknown and was skipped.
-    bool expect_element(XmlElement &element, std::string_view name) {
-        if (element.name == name) return true;
+    bool expect_element(const XmlElement &element, std::string_view name) {
+        if (element.name() == name) return true;
         if (!options_.lenient)
-            parser_.fail(element.line,
-                         fmt::format("expected the element `{}`, not `{}`", name, element.name));
-        parser_.take_inside(element);
+            parser_.fail(element.line(),
+                         fmt::format("expected the element `{}`, not `{}`", name, element.name()));
+        parser_.take_inside();
         return false;
     }
 
-    const std::string &needed(const XmlElement &element, std::string_view name) const {
-        const std::string *value = element.attribute(name);
-        if (value == nullptr)
+    static std::string_view needed(const XmlElement &element, std::string_view name) {
+        const auto value = element.attribute(name);
+        if (!value)
             throw Failure(Exit::data,
-                          fmt::format("`{}`: expected the attribute `{}`", element.name, name));
+                          fmt::format("`{}`: expected the attribute `{}`", element.name(), name));
         return *value;
     }
 
-    void read_table(XmlElement &element) {
+    void read_table(const XmlElement &element) {
         if (!expect_element(element, "table")) return;
-        at_line(element.line, [&] { begin_table(element); });
-        XmlElement record;
-        while (parser_.next(record)) {
-            if (!expect_element(record, "record")) continue;
-            parser_.take_inside(record);
-            sink_.take(place(record.line), [&](Draft &draft, std::string &where) {
-                uint64_t line = record.line;
+        at_line(element.line(), [&] { begin_table(element); });
+        while (const auto record = parser_.next()) {
+            if (!expect_element(*record, "record")) continue;
+            parser_.take_inside();
+            sink_.take(place(record->line()), [&](Draft &draft, std::string &where) {
+                uint64_t line = record->line();
                 try {
-                    build(record, draft, line);
+                    build(*record, draft, line);
                 } catch (const Failure &) {
                     where = place(line);
                     throw;
@@ -240,8 +243,8 @@ class XmlReader {
 
     void begin_table(const XmlElement &element) {
         check_attributes(element, {"type", "name", "id", "escaped"});
-        TableHead head{&table_in_document(needed(element, "type")), {}, {}};
-        if (const std::string *id = element.attribute("id"))
+        TableHead head{&table_in_document(std::string(needed(element, "type"))), {}, {}};
+        if (const auto id = element.attribute("id"))
             head.id = number_of<uint64_t>("id", *id, 0, UINT64_MAX);
         else head.name = needed(element, "name");
         if (is_escaped(element)) head.name = unescape_unfit(head.name, "name");
@@ -251,19 +254,19 @@ class XmlReader {
     RecordHead head_of(const XmlElement &element) const {
         check_attributes(element, {"tenant", "source", "pending", "variant", "state", "key_state"});
         RecordHead head;
-        if (const std::string *tenant = element.attribute("tenant"))
+        if (const auto tenant = element.attribute("tenant"))
             head.tenant = static_cast<uint16_t>(number_of<uint32_t>("tenant", *tenant, 0, 65535));
-        if (const std::string *source = element.attribute("source"))
+        if (const auto source = element.attribute("source"))
             head.source = static_cast<uint8_t>(number_of<uint32_t>("source", *source, 0, 255));
-        if (const std::string *variant = element.attribute("variant"))
+        if (const auto variant = element.attribute("variant"))
             head.variant = number_of<int>("variant", *variant, -128, 127);
-        if (const std::string *pending = element.attribute("pending")) {
+        if (const auto pending = element.attribute("pending")) {
             if (*pending != "true" && *pending != "false")
                 throw Failure(Exit::data, "pending: expected true or false");
             head.pending = *pending == "true";
         }
         head.tracked =
-            element.attribute("state") != nullptr || element.attribute("key_state") != nullptr;
+            element.attribute("state").has_value() || element.attribute("key_state").has_value();
         return head;
     }
 
@@ -272,14 +275,14 @@ class XmlReader {
         const Table &table = draft.table();
         refuse_text(element, fmt::format("the element `{}`", table.name));
         bool found = false;
-        for (const XmlElement &child : element.children) {
-            line = child.line;
-            if (child.name == table.name && !found) {
+        for (const XmlElement child : element.children()) {
+            line = child.line();
+            if (child.name() == table.name && !found) {
                 found = true;
                 build_objects(element, child, draft, line);
-            } else if (!options_.lenient || child.name == table.name) {
+            } else if (!options_.lenient || child.name() == table.name) {
                 throw Failure(Exit::data, fmt::format("expected one element `{}`, not `{}`",
-                                                      table.name, child.name));
+                                                      table.name, child.name()));
             }
         }
         if (!found) throw Failure(Exit::data, fmt::format("expected the element `{}`", table.name));
@@ -291,12 +294,12 @@ class XmlReader {
         refuse_text(element, "elements of the record's objects");
         void *object = nullptr;
         void *key = nullptr;
-        for (const XmlElement &child : element.children) {
-            line = child.line;
-            if (child.name == table.type->name && object == nullptr) {
+        for (const XmlElement child : element.children()) {
+            line = child.line();
+            if (child.name() == table.type->name && object == nullptr) {
                 object = draft.make_object();
                 fill(record, child, draft, object, *table.type, "state", line);
-            } else if (table.key_type != nullptr && child.name == table.key_type->name &&
+            } else if (table.key_type != nullptr && child.name() == table.key_type->name &&
                        key == nullptr) {
                 key = draft.make_key_object();
                 fill(record, child, draft, key, *table.key_type, "key_state", line);
@@ -310,10 +313,10 @@ class XmlReader {
         std::vector<std::string_view> names{table.type->name};
         if (table.key_type != nullptr) names.push_back(table.key_type->name);
         for (const std::string_view name : names) {
-            if (child.name == name)
+            if (child.name() == name)
                 throw Failure(Exit::data, fmt::format("`{}`: it is given twice", name));
         }
-        throw no_such(Exit::data, fmt::format("object of {}", table.name), child.name, names);
+        throw no_such(Exit::data, fmt::format("object of {}", table.name), child.name(), names);
     }
 
     void fill(const XmlElement &record, const XmlElement &element, Draft &draft, void *object,
@@ -321,8 +324,8 @@ class XmlReader {
         Path path;
         set_fields({draft.handle(), draft.tx_id(), object, options_, line}, structure, path,
                    element);
-        line = record.line;
-        if (const std::string *flags = record.attribute(state))
+        line = record.line();
+        if (const auto flags = record.attribute(state))
             set_state(draft, object, structure, state, *flags);
     }
 
