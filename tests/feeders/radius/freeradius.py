@@ -41,6 +41,9 @@ modules {{
     always ok {{
         rcode = ok
     }}
+    always handled {{
+        rcode = handled
+    }}
     always reject {{
         rcode = reject
     }}
@@ -75,6 +78,12 @@ server near {{
             update control {{
                 Proxy-To-Realm := far
             }}
+        }}
+        elsif (User-Name == "nobody") {{
+            update control {{
+                Response-Packet-Type := Do-Not-Respond
+            }}
+            handled
         }}
         elsif (User-Name == "alice") {{
             update control {{
@@ -190,17 +199,20 @@ class FreeRadius:
     def socket(self, name):
         return self.numbers(f"socket 127.0.0.1 {self.ports[name]}")
 
-    def request(self, kind, **attributes):
-        """The exit code of radclient, which is 0 for a reply that accepts."""
+    def request(self, kind, secret=SECRET, tries=3, **attributes):
         text = ",".join(f"{name.replace('_', '-')}={value}" for name, value in attributes.items())
         port = self.ports["acct" if kind == "acct" else "auth"]
-        return subprocess.run([find("radclient"), "-r", "3", "-t", "2", f"127.0.0.1:{port}", kind,
-                               SECRET], input=text, capture_output=True, text=True).returncode
+        subprocess.run([find("radclient"), "-r", str(tries), "-t", "2", f"127.0.0.1:{port}", kind,
+                        secret], input=text, capture_output=True, text=True)
+
+    def login(self, user, **options):
+        self.request("auth", **options, User_Name=user, User_Password="x",
+                     Message_Authenticator="0")
 
     def load(self):
         """Some requests of each kind."""
         for user in ("alice", "alice", "bob", "far", "far", "far"):
-            self.request("auth", User_Name=user, User_Password="x", Message_Authenticator="0")
+            self.login(user)
         self.request("acct", User_Name="alice", Acct_Status_Type="Start", Acct_Session_Id="1")
 
     def counts(self):
