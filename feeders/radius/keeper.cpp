@@ -38,6 +38,17 @@ ServerRow read_object(const tarn::aaa_servers &object) {
 #undef PUT
 #undef READ
 
+// A label has 1024 bytes at most.
+constexpr size_t kLongestLabel = 1024;
+
+std::string label_of(const std::vector<std::string> &servers) {
+    const std::string start = "Status-Server of ";
+    std::string names;
+    for (const std::string &each : servers) names += (names.empty() ? "" : ", ") + each;
+    if (start.size() + names.size() <= kLongestLabel) return start + names;
+    return start + std::to_string(servers.size()) + " servers";
+}
+
 }  // namespace
 
 Keeper::Keeper(tarn::store store)
@@ -51,9 +62,10 @@ std::optional<ServerRow> Keeper::read(const std::string &name) const {
     return read_object(*found);
 }
 
-void Keeper::write(const std::map<std::string, ServerRow> &rows, const std::string &label) {
+void Keeper::write(const std::map<std::string, ServerRow> &rows,
+                   const std::vector<std::string> &servers) {
     tarn::transaction transaction(session_);
-    tarn::label(session_, transaction, label);
+    tarn::label(session_, transaction, label_of(servers));
     for (const auto &[name, row] : rows) {
         const auto found = servers_.find(name);
         put(found ? *found : servers_.insert(servers_.make(name)), row);

@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "rows.h"
 #include "tarnbase/tarn/tables/aaa_servers.hpp"
@@ -24,8 +25,10 @@ class Keeper {
     explicit Keeper(tarn::store store);
 
     std::optional<ServerRow> read(const std::string &name) const;
-    // In one transaction with this label. If that fails the store is as it was before.
-    void write(const std::map<std::string, ServerRow> &rows, const std::string &label);
+    // In one transaction, whose label names the servers. If that fails the store is as it was
+    // before.
+    void write(const std::map<std::string, ServerRow> &rows,
+               const std::vector<std::string> &servers);
 
  private:
     tarn::store store_;

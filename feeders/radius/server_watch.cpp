@@ -15,6 +15,8 @@ namespace tarn_radius {
 namespace {
 
 constexpr size_t kTries = 3;
+// So many are read before the other events, whoever sends them.
+constexpr int kDatagramsAtOnce = 16;
 
 void fill_at_random(std::span<uint8_t> bytes) {
     // So few bytes are never a part of them, and no signal interrupts.
@@ -30,12 +32,12 @@ ServerWatch::ServerWatch(feeder::Service &service, ServerSettings settings, Timi
       settings_(std::move(settings)),
       timing_(timing),
       call_(std::move(call)),
-      socket_(socket(settings_.endpoint.family(), SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
-      timer_(service.loop.after(std::chrono::milliseconds(0), [this] { begin(); })) {
+      socket_(socket(settings_.endpoint.family(), SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
     if (socket_ < 0)
         throw std::system_error(errno, std::generic_category(), settings_.name + ": socket");
     fill_at_random({&identifier_, 1});
     service_.loop.watch(socket_, [this] { receive(); });
+    timer_ = service_.loop.after(std::chrono::milliseconds(0), [this] { begin(); });
 }
 
 ServerWatch::~ServerWatch() {
@@ -73,7 +75,7 @@ void ServerWatch::send() {
 
 void ServerWatch::receive() {
     std::array<uint8_t, kLongestPacket> buffer;
-    for (;;) {
+    for (int datagrams = 0; datagrams < kDatagramsAtOnce; ++datagrams) {
         sockaddr_storage sender{};
         socklen_t size = sizeof sender;
         const ssize_t count = recvfrom(socket_, buffer.data(), buffer.size(), 0,

@@ -96,14 +96,13 @@ void Poller::report_errors(ServerState &state, const Observation &observation) {
 
 void Poller::store() {
     std::map<std::string, ServerRow> rows;
-    std::string label;
+    std::vector<std::string> servers;
     for (const ServerState &each : states_) {
         const size_t before = rows.size();
         if (each.pending) add_rows(each, rows);
-        if (rows.size() > before)
-            label += (label.empty() ? "Status-Server of " : ", ") + each.server.settings.name;
+        if (rows.size() > before) servers.push_back(each.server.settings.name);
     }
-    if (!rows.empty()) keeper_.write(rows, label);
+    if (!rows.empty()) keeper_.write(rows, servers);
     for (ServerState &each : states_) each.pending.reset();
     report_status();
 }

@@ -23,13 +23,23 @@ TEST(Keeper, ReadsWhatWasWritten) {
     {
         Keeper keeper(feeder::open_store({folder / "store"}));
         EXPECT_EQ(keeper.read("main"), std::nullopt);
-        keeper.write({{"main", row}, {"other", {}}}, "a test");
+        keeper.write({{"main", row}, {"other", {}}}, {"main"});
     }
     Keeper keeper(feeder::open_store({folder / "store"}));
     EXPECT_EQ(keeper.read("main"), row);
     EXPECT_EQ(keeper.read("other"), ServerRow{});
     EXPECT_EQ(keeper.read("missing"), std::nullopt);
-    keeper.write({{"main", ServerRow{}}}, "a test");
+    keeper.write({{"main", ServerRow{}}}, {"main"});
+    EXPECT_EQ(keeper.read("main"), ServerRow{});
+}
+
+// A label has a limit, and there may be any number of servers.
+TEST(Keeper, WritesTheRowsOfManyServers) {
+    tarn::test::TemporaryDirectory folder;
+    feeder::StoreSettings settings{folder / "store"};
+    settings.journal = true;
+    Keeper keeper(feeder::open_store(settings));
+    keeper.write({{"main", ServerRow{}}}, std::vector<std::string>(300, "a-server"));
     EXPECT_EQ(keeper.read("main"), ServerRow{});
 }
 
