@@ -6,9 +6,9 @@
 #include <toml++/toml.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <memory>
 #include <sstream>
 
 namespace cli {
@@ -17,11 +17,13 @@ namespace {
 constexpr const char *expected = "expected a text, a number, true or false, or a list of these";
 
 std::string read_text(const std::string &path) {
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "re"), &std::fclose);
+    if (file == nullptr) throw UsageError(path + ": " + std::strerror(errno));
     std::string text;
-    if (file) text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (!file || file.bad()) throw UsageError(path + ": " + std::strerror(errno));
+    char buffer[4096];
+    while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, file.get()))
+        text.append(buffer, got);
+    if (std::ferror(file.get()) != 0) throw UsageError(path + ": " + std::strerror(errno));
     return text;
 }
 
