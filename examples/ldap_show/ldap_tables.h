@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The three LDAP tables, each with a record a server, keyed by the server's name.
+// The three LDAP tables, each with a record a server, keyed by the server's name. The feeder that
+// writes them has such names too: an example can be read and copied without it.
 #ifndef EXAMPLES_LDAP_SHOW_LDAP_TABLES_H
 #define EXAMPLES_LDAP_SHOW_LDAP_TABLES_H
 
