@@ -9,6 +9,8 @@
 #include <iostream>
 #include <utility>
 
+#include "cli/utf8.h"
+
 namespace feeder {
 namespace {
 
@@ -22,17 +24,6 @@ bool is_error_the_journal() {
 
 }  // namespace
 
-std::string one_line(std::string_view text) {
-    constexpr const char *digits = "0123456789abcdef";
-    std::string line;
-    for (const char c : text) {
-        const unsigned byte = static_cast<unsigned char>(c);
-        if (byte >= ' ' && byte != 127) line += c;
-        else line.append({'\\', 'x', digits[byte >> 4], digits[byte & 15]});
-    }
-    return line;
-}
-
 Log::Log(std::string program, const LogSettings &settings)
     : program_(std::move(program)), settings_(settings), is_journal_(is_error_the_journal()) {
     if (settings_.target == LogTarget::system) openlog(program_.c_str(), LOG_PID, LOG_DAEMON);
@@ -44,7 +35,7 @@ Log::~Log() {
 
 void Log::write(Level level, std::string_view text) const {
     if (level > settings_.level) return;
-    const std::string line = one_line(text);
+    const std::string line = cli::one_line(text);
     if (settings_.target == LogTarget::system) syslog(int(level), "%s", line.c_str());
     else if (is_journal_) std::cerr << "<" + std::to_string(int(level)) + ">" + line + "\n";
     else std::cerr << program_ + ": " + line + "\n";

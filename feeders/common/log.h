@@ -39,9 +39,6 @@ class Log {
     const bool is_journal_;  // standard error is the journal, which reads levels as <N>
 };
 
-// Without line ends and other control characters, which become \xNN.
-std::string one_line(std::string_view text);
-
 }  // namespace feeder
 
 #endif

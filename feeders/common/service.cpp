@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/utf8.h"
 #include "common/store.h"
 
 namespace feeder {
@@ -36,7 +37,7 @@ void Service::ready() {
 }
 
 void Service::status(const std::string &text) {
-    if (std::exchange(status_, text) != text) notifier_.status(one_line(text));
+    if (std::exchange(status_, text) != text) notifier_.status(cli::one_line(text));
 }
 
 void Service::report_alive() {

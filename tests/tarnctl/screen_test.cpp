@@ -6,7 +6,7 @@
 #include <clocale>
 #include <string>
 
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "terminal/progress.h"
 #include "terminal/style.h"
 
@@ -94,17 +94,18 @@ TEST(Style, EndsAfterTheText) {
 }
 
 TEST(Utf8, AcceptsWhatUnicodeAllows) {
-    for (const char *text : {"", "a\u00e9\u65e5\U0001f600"}) EXPECT_TRUE(is_utf8(text)) << text;
+    for (const char *text : {"", "a\u00e9\u65e5\U0001f600"})
+        EXPECT_TRUE(cli::is_utf8(text)) << text;
     for (const char *bytes :
          {"\x80", "\xe6\x97", "\xe0\x80\x80", "\xf4\x90\x80\x80", "\xf8\x88\x80\x80\x80"})
-        EXPECT_FALSE(is_utf8(bytes)) << bytes;
-    EXPECT_EQ(first_utf8("\u65e5x").code, U'\u65e5');
-    EXPECT_EQ(first_utf8("\u65e5x").length, 3U);
+        EXPECT_FALSE(cli::is_utf8(bytes)) << bytes;
+    EXPECT_EQ(cli::first_utf8("\u65e5x").code, U'\u65e5');
+    EXPECT_EQ(cli::first_utf8("\u65e5x").length, 3U);
 }
 
 TEST(Utf8, EscapesLineBreaks) {
-    EXPECT_EQ(one_line("a\nb\x7f\x80"), "a\\x0ab\\x7f\\x80");
-    EXPECT_EQ(one_line("\u00e9\\"), "\u00e9\\");
+    EXPECT_EQ(cli::one_line("a\nb\x7f\x80"), "a\\x0ab\\x7f\\x80");
+    EXPECT_EQ(cli::one_line("\u00e9\\"), "\u00e9\\");
 }
 
 TEST(Progress, ShowsCountAndRateOfAnUnknownTotal) {

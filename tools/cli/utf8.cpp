@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "base/utf8.h"
-
-#include <fmt/core.h>
+#include "cli/utf8.h"
 
 #include <algorithm>
 
-namespace tarnctl {
+namespace cli {
 namespace {
 
 struct Lead {
@@ -58,7 +56,8 @@ bool needs_escape(const Utf8Character &character) {
 }
 
 std::string escaped_byte(char32_t byte) {
-    return fmt::format("\\x{:02x}", static_cast<unsigned>(byte));
+    constexpr const char *digits = "0123456789abcdef";
+    return {'\\', 'x', digits[byte >> 4 & 15], digits[byte & 15]};
 }
 
 std::string one_line(std::string_view text) {
@@ -72,4 +71,4 @@ std::string one_line(std::string_view text) {
     return line;
 }
 
-}  // namespace tarnctl
+}  // namespace cli

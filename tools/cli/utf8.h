@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // UTF-8, character by character.
-#ifndef TARNCTL_BASE_UTF8_H
-#define TARNCTL_BASE_UTF8_H
+#ifndef TOOLS_CLI_UTF8_H
+#define TOOLS_CLI_UTF8_H
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-namespace tarnctl {
+namespace cli {
 
 struct Utf8Character {
     char32_t code;       // of an invalid character, its byte
@@ -29,6 +29,6 @@ std::string escaped_byte(char32_t byte);
 // message.
 std::string one_line(std::string_view text);
 
-}  // namespace tarnctl
+}  // namespace cli
 
 #endif

@@ -8,8 +8,8 @@
 #include <iostream>
 
 #include "base/failure.h"
-#include "base/utf8.h"
 #include "cli/start.h"
+#include "cli/utf8.h"
 
 namespace tarnctl {
 
@@ -24,7 +24,7 @@ sigset_t block_end_signals() {
 }
 
 void report_line(const std::string &program, const std::string &text) {
-    std::cerr << fmt::format("{}: {}\n", program, one_line(text));
+    std::cerr << fmt::format("{}: {}\n", program, cli::one_line(text));
 }
 
 int run_daemon(const cli::Command &program, int argc, char **argv,

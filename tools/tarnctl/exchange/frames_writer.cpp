@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "base/failure.h"
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "exchange/frames.h"
 #include "model/state.h"
 
@@ -50,7 +50,7 @@ std::string_view frame_of(const Record &record, std::string_view table, std::str
         const bool too_small = err == EMSGSIZE || err == ENOMEM;
         if (!too_small || buffer.size() >= largest_buffer)
             throw Failure(Exit::data, fmt::format("{}: record `{}`: it has no frame: {}", table,
-                                                  one_line(record.key_text()),
+                                                  cli::one_line(record.key_text()),
                                                   std::strerror(static_cast<int>(err))));
         buffer.resize(buffer.size() * 2);
     }
@@ -66,7 +66,7 @@ FramesWriter::FramesWriter(std::ostream &out) : out_(out) {
 }
 
 void FramesWriter::begin_table(const Instance &instance) {
-    table_ = one_line(instance.full_name());
+    table_ = cli::one_line(instance.full_name());
     const bool by_name = instance.block->open_mode == KEL_OPEN_BY_NAME;
     std::string name = by_name ? instance.name() : "";
     if (!by_name) frames::append_number(name, instance.block->table_id, 8);

@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "base/utf8.h"
+#include "cli/utf8.h"
 
 namespace tarnctl {
 namespace {
@@ -53,7 +53,7 @@ void Importer::begin_table(const TableHead &head) {
     skips_table_ = !is_chosen(head);
     if (skips_table_) return;
     ++counts_.tables;
-    current_name_ = one_line(head.full_name());
+    current_name_ = cli::one_line(head.full_name());
     current_ = open(head);
 }
 
@@ -131,7 +131,7 @@ bool Importer::remove_present(const Draft &draft) {
         throw Failure(Exit::data,
                       fmt::format("the store has a record `{}` of tenant {} and source {} already "
                                   "(see --on-conflict)",
-                                  one_line(record.key_text()), record.tenant(), record.src()));
+                                  cli::one_line(record.key_text()), record.tenant(), record.src()));
     const Table &table = *current_.table;
     uint32_t number = 0;
     uint32_t err = 0;

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "exchange/format.h"
 
 // As long as a text can be.
@@ -94,7 +94,7 @@ class Assembler {
 
  private:
     std::string_view utf8(std::string_view text) const {
-        if (!is_utf8(text)) events_.fail("JSON: a string isn't UTF-8");
+        if (!cli::is_utf8(text)) events_.fail("JSON: a string isn't UTF-8");
         return text;
     }
 

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <optional>
 
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "exchange/json_parser.h"
 #include "exchange/json_record.h"
 #include "exchange/sink.h"
@@ -129,7 +129,7 @@ class JsonReader : public JsonEvents {
 
     // An unknown member.
     void unknown_member(const std::vector<std::string_view> &known) const {
-        if (!options_.lenient) throw no_such(Exit::data, "member", one_line(member_), known);
+        if (!options_.lenient) throw no_such(Exit::data, "member", cli::one_line(member_), known);
     }
 
     void take_member(JsonView json) {

@@ -3,7 +3,7 @@
 
 #include <fmt/core.h>
 
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "exchange/xml_text.h"
 
 namespace tarnctl {
@@ -38,7 +38,7 @@ std::optional<UnfitField> unfit_field(const Record &record) {
 std::string objection_to(const Record &record, const UnfitField &field, std::string_view form,
                          std::string_view table) {
     return fmt::format("{}: record `{}`: {}{}{} can't represent it: {}", table,
-                       one_line(record.key_text()), field.name, field.name.empty() ? "" : ": ",
+                       cli::one_line(record.key_text()), field.name, field.name.empty() ? "" : ": ",
                        form, field.reason);
 }
 

@@ -7,7 +7,7 @@
 
 #include "base/failure.h"
 #include "base/hex.h"
-#include "base/utf8.h"
+#include "cli/utf8.h"
 
 namespace tarnctl {
 
@@ -23,7 +23,7 @@ bool is_xml_character(char32_t character) {
 
 std::size_t first_unfit_for_xml(std::string_view text) {
     for (std::size_t offset = 0; offset < text.size();) {
-        const Utf8Character character = first_utf8(text.substr(offset));
+        const cli::Utf8Character character = cli::first_utf8(text.substr(offset));
         if (!character.valid || !is_xml_character(character.code)) return offset;
         offset += character.length;
     }
@@ -33,7 +33,7 @@ std::size_t first_unfit_for_xml(std::string_view text) {
 std::string escape_unfit(std::string_view bytes) {
     std::string text;
     while (!bytes.empty()) {
-        const Utf8Character character = first_utf8(bytes);
+        const cli::Utf8Character character = cli::first_utf8(bytes);
         const std::string_view piece = bytes.substr(0, character.length);
         if (piece == "\\") text += "\\\\";
         else if (character.valid && is_xml_character(character.code)) text += piece;

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "base/failure.h"
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "exchange/unfit.h"
 #include "exchange/xml_escape.h"
 #include "exchange/xml_text.h"
@@ -57,7 +57,7 @@ XmlWriter::XmlWriter(std::ostream &out, Unfit unfit)
 }
 
 void XmlWriter::begin_table(const Instance &instance) {
-    table_ = one_line(instance.full_name());
+    table_ = cli::one_line(instance.full_name());
     const bool by_name = instance.block->open_mode == KEL_OPEN_BY_NAME;
     const std::string name = by_name ? instance.name() : std::to_string(instance.block->table_id);
     const bool fits = first_unfit_for_xml(name) == std::string_view::npos;

@@ -4,7 +4,7 @@
 #include <fmt/core.h>
 
 #include "base/failure.h"
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "exchange/object_members.h"
 #include "exchange/unfit.h"
 #include "exchange/xml_text.h"
@@ -81,7 +81,7 @@ YangWriter::YangWriter(std::ostream &out, Unfit unfit) : out_(out), unfit_(std::
 }
 
 void YangWriter::begin_table(const Instance &instance) {
-    table_ = one_line(instance.full_name());
+    table_ = cli::one_line(instance.full_name());
     Json head = Json::object();
     if (instance.block->open_mode != KEL_OPEN_BY_NAME) {
         head.set("id", std::to_string(instance.block->table_id));

@@ -5,7 +5,7 @@
 
 #include "base/failure.h"
 #include "base/hex.h"
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "model/state.h"
 #include "tarnbase/embedded.h"
 
@@ -177,7 +177,7 @@ void add_state(Json &json, const char *name, kel_handle *handle, void *object,
 }  // namespace
 
 Json json_of_bytes(std::string_view bytes) {
-    if (is_utf8(bytes)) return bytes;
+    if (cli::is_utf8(bytes)) return bytes;
     return {{"hex", hex_of(bytes)}};
 }
 

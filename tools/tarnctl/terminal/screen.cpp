@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/utf8.h"
+#include "cli/utf8.h"
 
 namespace tarnctl {
 namespace {
@@ -64,15 +64,15 @@ bool is_printable(char32_t code) {
     return wcwidth(static_cast<wchar_t>(code)) >= 0 && !turns_direction(code);
 }
 
-void add_shown(std::string &result, std::string_view bytes, const Utf8Character &character,
+void add_shown(std::string &result, std::string_view bytes, const cli::Utf8Character &character,
                const Screen &screen) {
     const bool ascii = character.code < 0x80;
-    if (needs_escape(character)) result += escaped_byte(character.code);
+    if (cli::needs_escape(character)) result += cli::escaped_byte(character.code);
     else if (ascii || (screen.utf8 && is_printable(character.code))) result += bytes;
     else result += fmt::format("\\u{{{:x}}}", static_cast<unsigned>(character.code));
 }
 
-std::size_t cells_of(const Utf8Character &character) {
+std::size_t cells_of(const cli::Utf8Character &character) {
     const int cells = wcwidth(static_cast<wchar_t>(character.code));
     return cells < 0 ? 1 : static_cast<std::size_t>(cells);
 }
@@ -92,7 +92,7 @@ const Screen &output_screen() {
 std::string shown(std::string_view text, const Screen &screen) {
     std::string result;
     while (!text.empty()) {
-        const Utf8Character character = first_utf8(text);
+        const cli::Utf8Character character = cli::first_utf8(text);
         add_shown(result, text.substr(0, character.length), character, screen);
         text.remove_prefix(character.length);
     }
@@ -115,7 +115,7 @@ std::string shown_lines(std::string_view text, const Screen &screen) {
 std::size_t width_of(std::string_view text) {
     std::size_t width = 0;
     while (!text.empty()) {
-        const Utf8Character character = first_utf8(text);
+        const cli::Utf8Character character = cli::first_utf8(text);
         width += cells_of(character);
         text.remove_prefix(character.length);
     }
@@ -131,7 +131,7 @@ std::string cut(std::string_view text, std::size_t width, const Screen &screen) 
     std::size_t used = dots_width;
     std::size_t length = 0;
     while (length < text.size()) {
-        const Utf8Character character = first_utf8(text.substr(length));
+        const cli::Utf8Character character = cli::first_utf8(text.substr(length));
         if (used + cells_of(character) > width) break;
         used += cells_of(character);
         length += character.length;

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "base/failure.h"
-#include "base/utf8.h"
+#include "cli/utf8.h"
 #include "model/replica.h"
 
 namespace tarnctl {
@@ -157,7 +157,8 @@ void FollowedStore::let_readers_in() const {
 }
 
 void FollowedStore::say(const std::string &text) const {
-    std::cerr << fmt::format("{}: {}: {}\n", settings_.program, one_line(name()), one_line(text));
+    std::cerr << fmt::format("{}: {}: {}\n", settings_.program, cli::one_line(name()),
+                             cli::one_line(text));
 }
 
 void FollowedStore::pause() {
