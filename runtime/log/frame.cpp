@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "runtime/log/crc32c.h"
 
@@ -56,21 +57,28 @@ std::uint32_t frame_crc(FrameHead head, std::span<const char> operations) {
 }  // namespace
 
 void FrameBuilder::clear() {
-    // An assignment of an empty list would keep the memory.
-    if (bytes_.size() > most_kept_bytes) std::vector<char>().swap(bytes_);
+    if (size_ > most_kept_bytes) {
+        bytes_.reset();
+        size_ = 0;
+    }
     used_ = sizeof(FrameHead);
     note_bytes_ = 0;
 }
 
 void FrameBuilder::grow(std::size_t size) {
     constexpr std::size_t first_size = 4096;
-    bytes_.resize(std::max({first_size, 2 * bytes_.size(), used_ + size}));
+    const std::size_t larger = std::max({first_size, 2 * size_, used_ + size});
+    void *const grown = std::realloc(bytes_.get(), larger);
+    if (grown == nullptr) throw std::bad_alloc();
+    static_cast<void>(bytes_.release());
+    bytes_.reset(static_cast<char *>(grown));
+    size_ = larger;
 }
 
 // Makes the frame longer. Returns where the new bytes begin.
 char *FrameBuilder::extend(std::size_t size) {
-    if (bytes_.size() < used_ + size) grow(size);
-    char *at = bytes_.data() + used_;
+    if (size_ < used_ + size) grow(size);
+    char *at = bytes_.get() + used_;
     used_ += size;
     return at;
 }
@@ -116,10 +124,10 @@ void FrameBuilder::note(std::uint64_t kind, std::span<const char> content) {
 
 std::span<const char> FrameBuilder::finish(std::uint64_t sequence) {
     extend(0);
-    const std::span<const char> frame(bytes_.data(), used_);
+    const std::span<const char> frame(bytes_.get(), used_);
     FrameHead head{sequence, static_cast<std::uint32_t>(used_), 0};
     head.crc = frame_crc(head, frame.subspan(sizeof head));
-    std::memcpy(bytes_.data(), &head, sizeof head);
+    std::memcpy(bytes_.get(), &head, sizeof head);
     return frame;
 }
 

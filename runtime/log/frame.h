@@ -28,8 +28,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <span>
-#include <vector>
 
 namespace tarnbase::runtime {
 
@@ -86,7 +87,14 @@ class FrameBuilder {
     char *extend(std::size_t size);
     void grow(std::size_t size);
 
-    std::vector<char> bytes_;  // the first `used_` are the frame's
+    struct Free {
+        void operator()(char *bytes) const { std::free(bytes); }
+    };
+
+    // The first `used_` bytes are the frame's. A long one grows by realloc, which moves pages where
+    // a vector would clear and copy bytes.
+    std::unique_ptr<char, Free> bytes_;
+    std::size_t size_ = 0;
     std::size_t used_ = sizeof(FrameHead);
     std::size_t note_bytes_ = 0;  // of these
 };
