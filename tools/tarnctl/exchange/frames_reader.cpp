@@ -102,9 +102,9 @@ class FramesReader {
             throw wrong(place(), fmt::format("a frame of {} bytes; expected {} at most", length,
                                              largest_frame));
         const std::string frame = exactly(length, "the frame");
-        sink_.take(place(), [&](Draft &draft, std::string &) {
-            draft.take_frame(head, frame, options_.lenient);
-        });
+        sink_.take(
+            [this] { return place(); },
+            [&](Draft &draft, Sink::Place &) { draft.take_frame(head, frame, options_.lenient); });
         ++records_;
     }
 

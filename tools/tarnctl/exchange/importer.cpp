@@ -83,9 +83,9 @@ Instance Importer::open(const TableHead &head) {
     return made_.back();
 }
 
-void Importer::take(const std::string &place, const Build &build) {
+void Importer::take(const Place &place, const Build &build) {
     if (skips_table_) return;
-    std::string at = place;
+    Place at = place;
     try {
         Draft draft(store_, tx_id_, *current_.table);
         build(draft, at);
@@ -93,7 +93,7 @@ void Importer::take(const std::string &place, const Build &build) {
         insert(draft);
     } catch (const Failure &failure) {
         if (failure.code() != Exit::data) throw;
-        const Failure placed = wrong(at, fmt::format("{}: {}", current_name_, failure.what()));
+        const Failure placed = wrong(at(), fmt::format("{}: {}", current_name_, failure.what()));
         if (!options_.skip) throw placed;
         options_.skip(placed.what());
         ++counts_.skipped;

@@ -41,7 +41,7 @@ class Importer : public Sink {
     Importer(const Store &store, uint32_t tx_id, ImportOptions options);
 
     void begin_table(const TableHead &head) override;
-    void take(const std::string &place, const Build &build) override;
+    void take(const Place &place, const Build &build) override;
     const ImportCounts &counts() const { return counts_; }
     // Removes the tables that were made. Requires: the transaction was rolled back, so that they
     // are empty.

@@ -86,8 +86,9 @@ class JsonReader : public JsonEvents {
 
     void value(JsonView json, const JsonLines &lines) override {
         if (level_ == Level::records) {
-            sink_.take(place(lines.begin), [&](Draft &draft, std::string &where) {
-                const JsonRecord record{json, lines, [this](uint64_t line) { return place(line); }};
+            sink_.take(place_of(lines.begin), [&](Draft &draft, Sink::Place &where) {
+                const JsonRecord record{json, lines,
+                                        [this](uint64_t line) { return place_of(line); }};
                 read_json_record(record, {options_.lenient, dialect_.is_yang}, draft, where);
             });
             return;
@@ -101,6 +102,9 @@ class JsonReader : public JsonEvents {
 
  private:
     std::string place(uint64_t line) const { return fmt::format("{}:{}", input_.name(), line); }
+    Sink::Place place_of(uint64_t line) const {
+        return [this, line] { return place(line); };
+    }
 
     bool enter(bool fits, Level level, std::string_view expected) {
         if (!fits) fail(fmt::format("{}: expected {}", member_, expected));

@@ -45,7 +45,7 @@ RecordHead head_of(JsonView json) {
 class RecordReader {
  public:
     RecordReader(const JsonRecord &record, const JsonRecordForm &form, Draft &draft,
-                 std::string &where)
+                 Sink::Place &where)
         : record_(record), form_(form), draft_(draft), where_(where) {}
 
     void read() {
@@ -122,13 +122,13 @@ class RecordReader {
     const JsonRecord &record_;
     const JsonRecordForm &form_;
     Draft &draft_;
-    std::string &where_;
+    Sink::Place &where_;
 };
 
 }  // namespace
 
 void read_json_record(const JsonRecord &record, const JsonRecordForm &form, Draft &draft,
-                      std::string &where) {
+                      Sink::Place &where) {
     RecordReader(record, form, draft, where).read();
 }
 

@@ -6,10 +6,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <string>
 
 #include "exchange/draft.h"
 #include "exchange/json_parser.h"
+#include "exchange/sink.h"
 #include "json/tree.h"
 
 namespace tarnctl {
@@ -18,7 +18,7 @@ struct JsonRecord {
     JsonView json;
     const JsonLines &lines;
     // The place of a line, for messages.
-    std::function<std::string(uint64_t line)> place;
+    std::function<Sink::Place(uint64_t line)> place;
 };
 
 struct JsonRecordForm {
@@ -28,7 +28,7 @@ struct JsonRecordForm {
 
 // Failure `data`, with `where` the place of what is wrong.
 void read_json_record(const JsonRecord &record, const JsonRecordForm &form, Draft &draft,
-                      std::string &where);
+                      Sink::Place &where);
 
 }  // namespace tarnctl
 

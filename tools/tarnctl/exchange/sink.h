@@ -30,8 +30,10 @@ Failure wrong(const std::string &place, const std::string &text);
 
 class Sink {
  public:
-    // Fills in a draft. It keeps `place` up to date, for messages.
-    using Build = std::function<void(Draft &draft, std::string &place)>;
+    // The place in the document, for messages: only they make its text.
+    using Place = std::function<std::string()>;
+    // Fills in a draft. It keeps `place` up to date.
+    using Build = std::function<void(Draft &draft, Place &place)>;
 
     Sink() = default;
     Sink(const Sink &) = delete;
@@ -40,7 +42,7 @@ class Sink {
 
     virtual void begin_table(const TableHead &head) = 0;
     // A record of the current table, which begins at `place`.
-    virtual void take(const std::string &place, const Build &build) = 0;
+    virtual void take(const Place &place, const Build &build) = 0;
 };
 
 struct ReadOptions {

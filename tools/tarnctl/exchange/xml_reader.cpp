@@ -226,20 +226,23 @@ class XmlReader {
         while (const auto record = parser_.next()) {
             if (!expect_element(*record, "record")) continue;
             parser_.take_inside();
-            sink_.take(place(record->line()), [&](Draft &draft, std::string &where) {
+            sink_.take(place_of(record->line()), [&](Draft &draft, Sink::Place &where) {
                 uint64_t line = record->line();
                 try {
                     build(*record, draft, line);
                 } catch (const Failure &) {
-                    where = place(line);
+                    where = place_of(line);
                     throw;
                 }
-                where = place(line);
+                where = place_of(line);
             });
         }
     }
 
     std::string place(uint64_t line) const { return fmt::format("{}:{}", input_.name(), line); }
+    Sink::Place place_of(uint64_t line) const {
+        return [this, line] { return place(line); };
+    }
 
     void begin_table(const XmlElement &element) {
         check_attributes(element, {"type", "name", "id", "escaped"});

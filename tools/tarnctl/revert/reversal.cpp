@@ -137,8 +137,8 @@ void Reversal::insert(const Instance &instance, const Undo &undo, uint32_t tx_id
     head.tenant = undo.before->tenant();
     head.source = undo.before->src();
     head.pending = undo.before->is_pending();
-    importer.take(undo.name(),
-                  [&](Draft &draft, std::string &) { draft.take_frame(head, undo.frame, false); });
+    importer.take([&] { return undo.name(); },
+                  [&](Draft &draft, Sink::Place &) { draft.take_frame(head, undo.frame, false); });
 }
 
 }  // namespace tarnctl
