@@ -7,6 +7,8 @@ from programs import find
 from supervised import Supervised
 
 SYSTEM_NAME = "1.3.6.1.2.1.1.5.0"
+# Who is asked often whether it is ready: a request to one that isn't there yet is lost.
+SOON = ("-r", "0", "-t", "1")
 
 
 class Snmpd(Supervised):
@@ -36,7 +38,7 @@ class Snmpd(Supervised):
         return snmp.read_values(done.stdout) if done.returncode == 0 else None
 
     def is_ready(self):
-        return bool(self.client("snmpget", SYSTEM_NAME))
+        return bool(self.client("snmpget", *SOON, SYSTEM_NAME))
 
 
 class Agent(Supervised):
@@ -56,7 +58,7 @@ class Agent(Supervised):
         return self.snmpd.variables
 
     def is_ready(self):
-        open_store = self.snmpd.client("snmpget", self.base + ".2.1.0")
+        open_store = self.snmpd.client("snmpget", *SOON, self.base + ".2.1.0")
         return bool(open_store) and open_store[0][1] == 1
 
     def values(self):
