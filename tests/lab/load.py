@@ -21,12 +21,13 @@ class Port:
         self.began = 0
 
     def choose(self, random, methods):
-        """Of the methods, the last one is used and removed."""
+        """A login uses the last one of the methods, which is removed."""
         user = random.choice(sorted(USERS))
         kind = random.choices(("login", "failure", "logoff"), (6, 2, 2))[0]
-        self.step = (kind, user, None if kind == "logoff" else methods.pop())
+        method = methods.pop() if kind == "login" else random.choice(sorted(METHODS))
+        self.step = (kind, user, method)
         self.began = 0
-        return kind if kind == "logoff" else f"{kind} with {self.step[2]}"
+        return kind if kind == "logoff" else f"{kind} with {method}"
 
     def do(self):
         kind, user, method = self.step
@@ -69,7 +70,7 @@ class Load:
         self.lab, self.random = lab, random
         self.ports = [Port(lab, *pair) for pair in zip(lab.ports, lab.clients)]
         self.done = collections.Counter()
-        self.methods = []  # that come next, the last one first
+        self.methods = []  # of the next logins, the last one first
 
     def round(self):
         """One step at each port, at the same time, and some requests to the directory."""
