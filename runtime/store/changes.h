@@ -82,7 +82,8 @@ class ChangeSet {
         BlockEvent(std::uint64_t offset, std::uint64_t number, bool is_allocation)
             : word_(offset / granule << (number_bits + 1) | number << 1 |
                     static_cast<std::uint64_t>(is_allocation)) {}
-        std::uint64_t offset() const { return (word_ >> (number_bits + 1)) * granule; }
+        std::uint64_t place() const { return word_ >> (number_bits + 1); }
+        std::uint64_t offset() const { return place() * granule; }
         std::uint64_t number() const { return (word_ >> 1) % (1ULL << number_bits); }
         bool is_allocation() const { return word_ % 2 != 0; }
         auto operator<=>(const BlockEvent &) const = default;
@@ -107,6 +108,7 @@ class ChangeSet {
     void mark_anywhere(std::uint64_t offset, std::uint64_t length) noexcept;
     PageMarks &marks_of(std::uint64_t page);
     void unmark(std::uint64_t offset, std::uint64_t length);
+    void sort_blocks();
     void build_blocks(FrameBuilder &frame, FrameContent &content, const Image &image);
 
     std::vector<BlockEvent> blocks_;

@@ -108,5 +108,35 @@ TEST_F(Follower, HasZerosWhereANewerCheckpointWasLarger) {
     EXPECT_TRUE(is_equal_to_the_writer());
 }
 
+// Blocks of several sizes, whose places are in another order than their allocations.
+TEST_F(Follower, HasTheBlocksOfATransactionThatMakesAndReleasesThousands) {
+    constexpr std::uint64_t count = 3000;
+    const auto allocate = [&](std::uint32_t tx, std::uint64_t number) {
+        auto *block = static_cast<std::uint64_t *>(
+            writer.handle->alloc_hook(writer.handle->arena, tx, 16 + number % 7 * 48));
+        writer.set(tx, block, number + 1);
+        return block;
+    };
+    const auto release = [&](std::uint32_t tx, void *block) {
+        writer.handle->free_hook(writer.handle->arena, tx, block);
+    };
+    std::vector<std::uint64_t *> blocks;
+    const auto make_them = [&](std::uint32_t tx) {
+        for (std::uint64_t i = 0; i < count; ++i) blocks.push_back(allocate(tx, i));
+    };
+    ASSERT_EQ(writer.change(make_them), 0U);
+    ASSERT_EQ(follower.load(), 0U);
+    const auto change_them = [&](std::uint32_t tx) {
+        for (std::uint64_t i = 0; i < count; ++i) {
+            std::uint64_t *const made = allocate(tx, 5 * i);
+            if (i % 2 == 0) release(tx, made);
+            if (i % 3 == 0) release(tx, blocks[i]);
+        }
+    };
+    ASSERT_EQ(writer.change(change_them), 0U);
+    ASSERT_EQ(follower.catch_up(), 0U);
+    EXPECT_TRUE(is_equal_to_the_writer());
+}
+
 }  // namespace
 }  // namespace tarn::test
