@@ -28,8 +28,10 @@ kel_handle *make_handle(kel_store *store, Mode mode) {
     return handle;
 }
 
-Session::Session(Mode mode) {
-    if (kel_store_create_private(nullptr, &store_) != 0) {
+Session::Session(Mode mode, void *base) {
+    const kel_store_options options{.capacity = 0, .base = base};
+    if (kel_store_create_private(&options, &store_) != 0 &&
+        kel_store_create_private(nullptr, &store_) != 0) {
         throw std::runtime_error(kel_error_text());
     }
     handle_ = make_handle(store_, mode);

@@ -25,7 +25,8 @@ void PrintTo(Mode mode, std::ostream *out);
 // A private store and a handle on it. `err` starts at 0 and is passed to every call.
 class Session {
  public:
-    explicit Session(Mode mode = Mode::plain);
+    // At that address, if nothing else is there.
+    explicit Session(Mode mode = Mode::plain, void *base = nullptr);
     ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;

@@ -44,9 +44,15 @@ bool is_one_of(const std::string &word, std::initializer_list<const char *> word
 
 constexpr u32 text_space = 8000;
 
+// The base of the last store. The next one is made there too: the buckets of a store's maps, and
+// so the bytes that are announced, depend on the addresses of its blocks.
+void *last_base = nullptr;
+
 }  // namespace
 
-CallContext::CallContext(const std::string &item, Mode mode) : session(mode), item_(item) {
+CallContext::CallContext(const std::string &item, Mode mode)
+    : session(mode, last_base), item_(item) {
+    last_base = session.describe().base;
     document_ = parse("<x/>");
     kel_vstring_refer(&string_, "text", 4);
     scratch_.fill(' ');
