@@ -161,6 +161,11 @@ const std::string json_head = R"({"tarnbase":{"format":1,"tables":[)";
 const std::string json_table =
     json_head + "\n" + R"({"table":"tbl_ldap_conn","name":"ldap",)" + R"("records":[)" + "\n";
 
+std::string connections_are(const std::string &number) {
+    return json_table + R"({"fields":{"num_conns":)" + number + "}}]}]}}";
+}
+constexpr const char *too_far = ":3: JSON: a number is out of range";
+
 const BrokenDocument broken_documents[] = {
     {"xml_cut_off", xml(connection("a", "1")).substr(0, 200), ":7: expected "},
     {"xml_without_end", "<tarnbase format=\"1\">", ":1: expected "},
@@ -208,6 +213,13 @@ const BrokenDocument broken_documents[] = {
      ":5: tbl_ldap_conn:ldap: sname: expected a string or {\"hex\": \"00ff\"}, not 5"},
     {"json_number_out_of_range", json_table + R"({"fields":{"num_conns":4294967296}}]}]}})",
      ":3: tbl_ldap_conn:ldap: num_conns: expected a number from 0 to 4294967295"},
+    {"json_number_near_zero", connections_are("0." + std::string(400, '0') + "1"), too_far},
+    {"json_number_below_the_least", connections_are("0." + std::string(342, '0') + "1"), too_far},
+    {"json_number_of_many_digits", connections_are(std::string(300, '1') + "e308"), too_far},
+    {"json_number_with_a_great_exponent", connections_are("1e999999999999"), ":3: JSON: "},
+    {"json_number_with_a_low_exponent", connections_are("0.00000000001e-2147483639"), too_far},
+    {"json_number_with_a_fraction", connections_are("-0.5e1"),
+     ":3: tbl_ldap_conn:ldap: num_conns: expected a number from 0 to 4294967295, not -5"},
     {"json_unknown_field", json_table + R"({"fields":{"snam":""}}]}]}})",
      ":3: tbl_ldap_conn:ldap: no field of st_ldap_conn `snam`; did you mean `sname`?"},
     {"json_unknown_member", json_table + R"({"field":{}}]}]}})",

@@ -28,10 +28,10 @@ std::optional<Format> format_of_content(std::string_view beginning);
 // for a version that no release writes.
 std::string_view advice_on_version(std::string_view version);
 
-// The first bytes of a document of frames, and its version.
 // May begin a text document.
 inline constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
 
+// The first bytes of a document of frames, and its version.
 inline constexpr std::string_view frames_magic = "TARNFRAM";
 inline constexpr int format_version = 1;
 

@@ -3,7 +3,10 @@
 
 #include <fmt/core.h>
 
+#include <charconv>
 #include <cstddef>
+#include <optional>
+#include <system_error>
 
 #include "cli/utf8.h"
 #include "exchange/format.h"
@@ -56,19 +59,16 @@ class Assembler {
     bool Bool(bool value) {
         return add([&] { tree_.add_boolean(value); });
     }
-    bool Int(int value) { return Int64(value); }
-    bool Uint(unsigned value) { return Uint64(value); }
-    bool Int64(int64_t value) {
-        return add([&] { tree_.add_signed(value); });
+    bool RawNumber(const char *text, std::size_t length, bool) {
+        add_number({text, length});
+        return true;
     }
-    bool Uint64(uint64_t value) {
-        return add([&] { tree_.add_unsigned(value); });
-    }
-    bool Double(double value) {
-        return add([&] { tree_.add_real(value); });
-    }
-    // Of numbers that stay texts.
-    bool RawNumber(const char *, std::size_t, bool) { return false; }
+    // The parser has all numbers as texts.
+    bool Int(int) { return false; }
+    bool Uint(unsigned) { return false; }
+    bool Int64(int64_t) { return false; }
+    bool Uint64(uint64_t) { return false; }
+    bool Double(double) { return false; }
     bool String(const char *text, std::size_t length, bool) {
         const std::string_view checked = utf8({text, length});
         return add([&] { tree_.add_text(checked); });
@@ -105,6 +105,23 @@ class Assembler {
         to_tree();
         if (is_whole) events_.value(tree_.root(), lines_);
         return true;
+    }
+
+    // An integer if there is one of 64 bits for it.
+    void add_number(std::string_view text) {
+        if (const auto number = parsed<uint64_t>(text)) add([&] { tree_.add_unsigned(*number); });
+        else if (const auto number = parsed<int64_t>(text)) add([&] { tree_.add_signed(*number); });
+        else if (const auto number = parsed<double>(text)) add([&] { tree_.add_real(*number); });
+        else events_.fail("JSON: a number is out of range");
+    }
+
+    template <class Number>
+    static std::optional<Number> parsed(std::string_view text) {
+        Number number{};
+        const char *end = text.data() + text.size();
+        const auto result = std::from_chars(text.data(), end, number);
+        if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
+        return number;
     }
 
     void begin_value() {
@@ -146,7 +163,8 @@ class Assembler {
     JsonLines lines_;
 };
 
-constexpr unsigned flags = rapidjson::kParseFullPrecisionFlag;
+// RapidJSON's own conversion of numbers reads outside of its tables for some texts.
+constexpr unsigned flags = rapidjson::kParseNumbersAsStringsFlag;
 
 }  // namespace
 

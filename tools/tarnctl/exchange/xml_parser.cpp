@@ -4,6 +4,8 @@
 #include <fmt/core.h>
 #include <libxml/SAX2.h>
 
+#include <algorithm>
+
 #include "exchange/sink.h"
 
 namespace tarnctl {
