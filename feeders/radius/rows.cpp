@@ -62,6 +62,8 @@ void set_numbers(const Statistics &statistics, const Entry<Row> (&entries)[N], R
 }
 
 uint32_t home_status(const Statistics &statistics) {
+    // The proxy has no such home server any more.
+    if (!statistics.values.contains(kServerState)) return SHOW_AAA_SERVER_UNKNOWN;
     switch (statistics.value(kServerState)) {
         case kHomeAlive:
             return SHOW_AAA_SERVER_ALIVE;

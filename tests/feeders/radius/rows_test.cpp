@@ -118,6 +118,10 @@ TEST(Row, OfAHomeServerHasTheStateThatItsProxySees) {
     EXPECT_EQ(status(kHomeZombie), uint32_t(SHOW_AAA_SERVER_UNKNOWN));
     EXPECT_EQ(status(kHomeDead), uint32_t(SHOW_AAA_SERVER_DEAD));
     EXPECT_EQ(status(kHomeIdle), uint32_t(SHOW_AAA_SERVER_UNKNOWN));
+    const ServerRow alive =
+        next_row(std::nullopt, Kind::home_server, Statistics{{{kServerState, kHomeAlive}}});
+    EXPECT_EQ(next_row(alive, Kind::home_server, Statistics{}).status,
+              uint32_t(SHOW_AAA_SERVER_UNKNOWN));
     EXPECT_EQ(next_row(std::nullopt, Kind::home_server, std::nullopt).status,
               uint32_t(SHOW_AAA_SERVER_UNKNOWN));
 }
