@@ -15,6 +15,7 @@ namespace {
 
 constexpr uint16_t kStatusPort = 18121;
 constexpr uint16_t kHomePort = 1812;
+constexpr uint16_t kNoPort = 0;
 
 constexpr const char *kNotes = R"(
 Each server is sent Status-Server packets with FreeRADIUS's request for statistics, so it needs a
@@ -59,8 +60,10 @@ std::string first_line_of(const std::string &path) {
     std::ifstream file(path);
     std::string line;
     if (!file) throw cli::UsageError(path + ": " + std::strerror(errno));
-    if (!getline(file, line) || line.empty())
-        throw cli::UsageError(path + ": expected a secret in the first line");
+    getline(file, line);
+    if (file.bad()) throw cli::UsageError(path + ": " + std::strerror(errno));
+    if (line.ends_with('\r')) line.pop_back();
+    if (line.empty()) throw cli::UsageError(path + ": expected a secret in the first line");
     return line;
 }
 
@@ -72,6 +75,9 @@ Server *find(std::vector<Server> &servers, const std::string &name) {
 
 void add_server(const std::string &word, std::vector<Server> &servers) {
     const Named named = split("--server", word, "NAME=ADDRESS or NAME=ADDRESS:PORT");
+    // It is between a server and its client in the name of a row.
+    if (named.name.find('/') != std::string::npos)
+        throw cli::UsageError("--server " + word + ": expected a name without `/`");
     if (find(servers, named.name) != nullptr)
         throw cli::UsageError("--server " + word + ": there is another one of this name");
     const Endpoint endpoint = endpoint_of("--server", named, kStatusPort);
@@ -84,10 +90,17 @@ void add_subject(const std::string &option, const std::string &word, Subject::Ki
     Server *server = find(servers, named.name);
     if (server == nullptr)
         throw cli::UsageError(option + " " + word + ": expected the name of a --server");
+    const bool is_client = kind == Subject::Kind::client;
+    const Endpoint endpoint = endpoint_of(option, named, is_client ? kNoPort : kHomePort);
+    if (is_client && endpoint.port() != kNoPort)
+        throw cli::UsageError(option + " " + word + ": expected an address without a port");
     const std::string row = named.name + "/" + named.value;
-    if (std::ranges::count(server->rows, row) > 0)
+    const bool is_known = std::ranges::any_of(server->settings.subjects, [&](const Subject &each) {
+        return each.kind == kind && each.endpoint == endpoint;
+    });
+    if (is_known || std::ranges::count(server->rows, row) > 0)
         throw cli::UsageError(option + " " + word + ": this address is given twice");
-    server->settings.subjects.push_back({kind, endpoint_of(option, named, kHomePort)});
+    server->settings.subjects.push_back({kind, endpoint});
     server->rows.push_back(row);
 }
 
@@ -95,12 +108,17 @@ void add_secrets(const Settings &settings, std::vector<Server> &servers) {
     std::optional<std::string> others;
     for (const std::string &word : settings.secret_files) {
         Server *server = find(servers, word.substr(0, word.find('=')));
-        if (server != nullptr && word.find('=') != std::string::npos)
+        if (server != nullptr && word.find('=') != std::string::npos) {
+            if (!server->settings.secret.empty())
+                throw cli::UsageError("--secret-file " + word +
+                                      ": there is another one for this server");
             server->settings.secret = first_line_of(word.substr(word.find('=') + 1));
-        else if (others)
+        } else if (others) {
             throw cli::UsageError("--secret-file " + word +
                                   ": there is another one for all servers");
-        else others = first_line_of(word);
+        } else {
+            others = first_line_of(word);
+        }
     }
     for (Server &each : servers) {
         if (each.settings.secret.empty() && others) each.settings.secret = *others;

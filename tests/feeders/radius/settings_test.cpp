@@ -32,7 +32,7 @@ class RadiusSettings : public testing::Test {
 
 TEST_F(RadiusSettings, NameWhatIsPolledAndItsRows) {
     settings.servers = {"one=192.0.2.2", "two=[2001:db8::2]:99"};
-    settings.secret_files = {"two=" + file("two", "second\nx\n"), file("others", "first\n")};
+    settings.secret_files = {"two=" + file("two", "second\nx\n"), file("others", "first\r\n")};
     settings.clients = {"one=192.0.2.9"};
     settings.home_servers = {"one=192.0.2.30", "two=192.0.2.31:18"};
     const auto servers = servers_of(settings);
@@ -75,6 +75,20 @@ TEST_F(RadiusSettings, ThatAreWrongAreNamed) {
                   s.clients = {"one=192.0.2.3", "one=192.0.2.3"};
               }),
               "--client one=192.0.2.3: this address is given twice");
+    EXPECT_EQ(problem_with([](S &s) {
+                  s.home_servers = {"one=192.0.2.3", "one=192.0.2.3:1812"};
+              }),
+              "--home-server one=192.0.2.3:1812: this address is given twice");
+    EXPECT_EQ(problem_with([](S &s) { s.clients = {"one=192.0.2.3:99"}; }),
+              "--client one=192.0.2.3:99: expected an address without a port");
+    EXPECT_EQ(problem_with([](S &s) { s.servers.push_back("one/192.0.2.9=192.0.2.3"); }),
+              "--server one/192.0.2.9=192.0.2.3: expected a name without `/`");
+    EXPECT_EQ(problem_with([&](S &s) { s.secret_files = {folder.path()}; }),
+              std::string(folder.path()) + ": Is a directory");
+    EXPECT_EQ(problem_with([&](S &s) {
+                  s.secret_files = {"one=" + secret, "one=" + empty};
+              }),
+              "--secret-file one=" + empty + ": there is another one for this server");
     EXPECT_EQ(problem_with([](S &s) { s.secret_files = {"/missing"}; }),
               "/missing: No such file or directory");
     EXPECT_EQ(problem_with([&](S &s) { s.secret_files = {empty}; }),
