@@ -28,14 +28,11 @@ void fill_at_random(std::span<uint8_t> bytes) {
 
 ServerWatch::ServerWatch(feeder::Service &service, ServerSettings settings, Timing timing,
                          Call call)
-    : service_(service),
-      settings_(std::move(settings)),
-      timing_(timing),
-      call_(std::move(call)),
-      socket_(socket(settings_.endpoint.family(), SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+    : service_(service), settings_(std::move(settings)), timing_(timing), call_(std::move(call)) {
+    fill_at_random({&identifier_, 1});
+    socket_ = socket(settings_.endpoint.family(), SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (socket_ < 0)
         throw std::system_error(errno, std::generic_category(), settings_.name + ": socket");
-    fill_at_random({&identifier_, 1});
     service_.loop.watch(socket_, [this] { receive(); });
     timer_ = service_.loop.after(std::chrono::milliseconds(0), [this] { begin(); });
 }
@@ -48,7 +45,7 @@ ServerWatch::~ServerWatch() {
 
 void ServerWatch::begin() {
     observation_ = {};
-    dropped_.clear();
+    last_problem_.clear();
     query();
 }
 
@@ -69,7 +66,7 @@ void ServerWatch::send() {
     tries_.push_back(request);
     if (sendto(socket_, packet.data(), packet.size(), 0, settings_.endpoint.data(),
                settings_.endpoint.size()) < 0)
-        service_.log.debug(settings_.name + ": " + std::strerror(errno));
+        note(std::string("a request can't be sent: ") + std::strerror(errno));
     timer_ = service_.loop.after(patience, [this] { send(); });
 }
 
@@ -99,13 +96,17 @@ void ServerWatch::take(Bytes datagram, const Endpoint &sender) {
 }
 
 void ServerWatch::drop(const Endpoint &sender, const std::string &problem) {
-    dropped_ = "a reply from " + sender.text() + " was dropped: " + problem;
-    service_.log.debug(settings_.name + ": " + dropped_);
+    note("a reply from " + sender.text() + " was dropped: " + problem);
+}
+
+void ServerWatch::note(const std::string &problem) {
+    last_problem_ = problem;
+    service_.log.debug(settings_.name + ": " + problem);
 }
 
 void ServerWatch::give_up() {
     observation_ = {{}, "no reply from " + settings_.endpoint.text()};
-    if (!dropped_.empty()) observation_.problem += "; " + dropped_;
+    if (!last_problem_.empty()) observation_.problem += "; " + last_problem_;
     end();
 }
 

@@ -52,6 +52,7 @@ class ServerWatch {
     void receive();
     void take(Bytes datagram, const Endpoint &sender);
     void drop(const Endpoint &sender, const std::string &problem);
+    void note(const std::string &problem);
     void give_up();
     void end();
 
@@ -63,7 +64,7 @@ class ServerWatch {
     uint8_t identifier_ = 0;
     std::vector<Request> tries_;  // of the present query, each of which may be replied to
     Observation observation_;
-    std::string dropped_;  // why the last reply was
+    std::string last_problem_;  // of sending, or with a reply
     feeder::Loop::Timer timer_;
 };
 
