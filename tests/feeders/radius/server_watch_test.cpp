@@ -16,6 +16,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
+constexpr milliseconds kForever(60000);
+
 // A socket on 127.0.0.1.
 class Peer {
  public:
@@ -76,7 +78,7 @@ class Watch : public testing::Test {
         });
         Observation found;
         ServerSettings settings{"main", *server.endpoint, "secret", std::vector<Subject>(subjects)};
-        const ServerWatch watch(service, settings, {milliseconds(60000), patience},
+        const ServerWatch watch(service, settings, {kForever, patience},
                                 [&](const Observation &observation) {
                                     found = observation;
                                     service.loop.stop();
@@ -97,7 +99,7 @@ class Watch : public testing::Test {
 TEST_F(Watch, QueriesEachSubject) {
     const Observation found = poll(
         [this](const Request &request) { server.reply(good(request, uint32_t(requests.size()))); },
-        3);
+        3, kForever);
     ASSERT_EQ(found.statistics.size(), 3u);
     EXPECT_EQ(requests.size(), 3u);
     EXPECT_EQ(found.statistics[2].value(kAccessAccepts), 3u);
