@@ -24,8 +24,9 @@ endmacro()
 
 #   tarnbase_install_daemon(<target> <component> <parts> <users>)
 #     Installs a program, its systemd unit <target>.service.in, its settings <target>.toml, and the
-#     manual page that page.cpp makes from the texts of --help. <parts> is the library with all of the program but main, <users>
-#     the file for systemd-sysusers with the users and groups that the unit names.
+#     manual page that page.cpp makes from the texts of --help. <parts> is the library with all of
+#     the program but main, <users> the file for systemd-sysusers with the users and groups that
+#     the unit names.
 #     Its tests find the daemon in the global property TARNBASE_DAEMONS, and what belongs to it in
 #     the target's properties TARNBASE_UNIT and TARNBASE_USERS.
 function(tarnbase_install_daemon target component parts users)

@@ -206,8 +206,9 @@ def test_a_state_of_the_past_has_no_other(path, past):
         with pytest.raises(tarnbase.NotPossible, match='open the store itself'):
             store.at(0).__enter__()
         assert len(store.tables['ldap_conn']) == 2
-    with tarnbase.open(path) as store, pytest.raises(tarnbase.NotPossible, match='at a transaction'):
-        store._core.changes(0, 1)
+    with tarnbase.open(path) as store:
+        with pytest.raises(tarnbase.NotPossible, match='at a transaction'):
+            store._core.changes(0, 1)
 
 
 def test_a_watch_makes_few_objects_of_a_large_transaction_at_once(path):
