@@ -109,10 +109,15 @@ class Assembler {
 
     // An integer if there is one of 64 bits for it.
     void add_number(std::string_view text) {
-        if (const auto number = parsed<uint64_t>(text)) add([&] { tree_.add_unsigned(*number); });
-        else if (const auto number = parsed<int64_t>(text)) add([&] { tree_.add_signed(*number); });
-        else if (const auto number = parsed<double>(text)) add([&] { tree_.add_real(*number); });
-        else events_.fail("JSON: a number is out of range");
+        if (const auto natural = parsed<uint64_t>(text)) {
+            add([&] { tree_.add_unsigned(*natural); });
+        } else if (const auto integer = parsed<int64_t>(text)) {
+            add([&] { tree_.add_signed(*integer); });
+        } else if (const auto real = parsed<double>(text)) {
+            add([&] { tree_.add_real(*real); });
+        } else {
+            events_.fail("JSON: a number is out of range");
+        }
     }
 
     template <class Number>
