@@ -226,7 +226,7 @@ TEST_F(FullFileSystem, AtEveryPageTheStoreStaysWhatWasCommitted) {
     run([&] {
         const tarn::quiet_scope quiet;
         std::uint32_t last_failures = 1;
-        for (std::uint64_t pages = 1; last_failures > 0 && pages < 400; ++pages) {
+        for (std::uint64_t pages = 1; last_failures > 0 && pages < 500; ++pages) {
             need(mount(pages), "mount");
             Workload workload{on_it, {}};
             workload.create();
