@@ -83,7 +83,12 @@ void ChangeSet::each_block(Visit visit) const {
 
 ChangeSet::PageMarks &ChangeSet::marks_of(std::uint64_t page) {
     if (page >= pages_.size()) pages_.resize(page + page / 2 + 16);
-    if (pages_[page] == nullptr) pages_[page] = std::make_unique<PageMarks>();
+    if (pages_[page] == nullptr) {
+        const std::size_t used = pages_in_use_.size();
+        if (used == pool_.size()) pool_.push_back(std::make_unique<PageMarks>());
+        pages_in_use_.push_back(page);
+        pages_[page] = pool_[used].get();
+    }
     return *pages_[page];
 }
 
@@ -103,7 +108,6 @@ void ChangeSet::add(std::uint64_t offset, bool is_allocation) noexcept {
 void ChangeSet::mark_anywhere(std::uint64_t offset, std::uint64_t length) noexcept try {
     each_word(offset, length, [&](std::uint64_t page, std::uint64_t word, std::uint64_t bits) {
         PageMarks &marks = marks_of(page);
-        if (marks.words_in_use == 0) pages_in_use_.push_back(page);
         marks.words_in_use |= 1ULL << word;
         marks.words[word] |= bits;
     });
@@ -125,6 +129,7 @@ void ChangeSet::clear() {
         for (; marks.words_in_use != 0; marks.words_in_use &= marks.words_in_use - 1) {
             marks.words[static_cast<std::size_t>(std::countr_zero(marks.words_in_use))] = 0;
         }
+        pages_[page] = nullptr;
     }
     pages_in_use_.clear();
     incomplete_ = false;

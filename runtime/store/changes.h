@@ -31,13 +31,12 @@ class ChangeSet {
         const std::uint64_t first = offset / granule;
         const std::uint64_t end = (offset + length + granule - 1) / granule;
         const std::uint64_t page = first / granules_in_page;
-        // Usually they are in one word of a page that had some before.
+        // Usually they are in one word of a page that has some already.
         if (first == end || first / 64 != (end - 1) / 64 || page >= pages_.size() ||
-            pages_[page] == nullptr || pages_in_use_.size() == pages_in_use_.capacity()) {
+            pages_[page] == nullptr) {
             return mark_anywhere(offset, length);
         }
         PageMarks &marks = *pages_[page];
-        if (marks.words_in_use == 0) pages_in_use_.push_back(page);
         const std::uint64_t word = first % granules_in_page / 64;
         marks.words_in_use |= 1ULL << word;
         marks.words[word] |= (~0ULL >> (64 - (end - first))) << first % 64;
@@ -112,8 +111,11 @@ class ChangeSet {
     void build_blocks(FrameBuilder &frame, FrameContent &content, const Image &image);
 
     std::vector<BlockEvent> blocks_;
-    std::vector<std::unique_ptr<PageMarks>> pages_;  // by page number
+    std::vector<PageMarks *> pages_;  // by page number; null: no marks
     std::vector<std::uint64_t> pages_in_use_;
+    // As many as were ever in use at once. The first ones are in use: those of small transactions
+    // stay in the processor's caches.
+    std::vector<std::unique_ptr<PageMarks>> pool_;
     bool incomplete_ = false;
     bool has_unannounced_bytes_ = false;
 };
