@@ -33,6 +33,7 @@ PageSet::PageSet(std::uint64_t *first_word, std::uint64_t limit) : limit_(limit)
 }
 
 void PageSet::insert(std::uint64_t page) {
+    least_ = std::min(least_, page);
     for (std::size_t level = 0; level < depth_; ++level, page /= word_bits) {
         std::uint64_t &word = levels_[level][page / word_bits];
         const bool marked_above = word != 0;
@@ -43,6 +44,7 @@ void PageSet::insert(std::uint64_t page) {
 
 void PageSet::insert_range(std::uint64_t first, std::uint64_t end) {
     if (first >= end) return;
+    least_ = std::min(least_, first);
     for (std::size_t level = 0; level < depth_; ++level) {
         std::uint64_t *const bits = levels_[level];
         const std::uint64_t front = first / word_bits, back = (end - 1) / word_bits;
@@ -122,15 +124,18 @@ std::optional<std::uint64_t> PageSet::descend(BitOf bit_of) const {
     return place;
 }
 
-std::optional<std::uint64_t> PageSet::first() const {
-    return descend([](std::uint64_t word) { return std::countr_zero(word); });
+std::optional<std::uint64_t> PageSet::first() {
+    if (contains(least_)) return least_;
+    const auto lowest = descend([](std::uint64_t word) { return std::countr_zero(word); });
+    if (lowest) least_ = *lowest;
+    return lowest;
 }
 
 std::optional<std::uint64_t> PageSet::last() const {
     return descend([](std::uint64_t word) { return std::bit_width(word) - 1; });
 }
 
-std::optional<std::uint64_t> PageSet::first_run(std::uint64_t count) const {
+std::optional<std::uint64_t> PageSet::first_run(std::uint64_t count) {
     if (count == 1) return first();
     std::uint64_t run = 0;
     for (std::uint64_t page = first().value_or(limit_); page < limit_;) {

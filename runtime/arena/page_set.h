@@ -38,11 +38,12 @@ class PageSet {
     // for what isn't below the limit.
     bool is_consistent() const;
 
-    // The lowest and the highest member.
-    std::optional<std::uint64_t> first() const;
+    // The lowest and the highest member. The lowest one is remembered: a set may change only
+    // through one object, unless members are removed.
+    std::optional<std::uint64_t> first();
     std::optional<std::uint64_t> last() const;
     // The first member of the lowest run of `count` members.
-    std::optional<std::uint64_t> first_run(std::uint64_t count) const;
+    std::optional<std::uint64_t> first_run(std::uint64_t count);
 
  private:
     template <typename BitOf>
@@ -53,6 +54,7 @@ class PageSet {
     std::array<std::uint64_t *, max_levels> levels_{};
     std::size_t depth_ = 0;
     std::uint64_t limit_ = 0;
+    std::uint64_t least_ = 0;  // no member is below it
 };
 
 }  // namespace tarnbase::runtime

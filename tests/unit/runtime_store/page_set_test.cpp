@@ -29,7 +29,7 @@ class PageSets : public ::testing::TestWithParam<std::uint64_t> {
         return std::nullopt;
     }
 
-    void verify() const {
+    void verify() {
         ASSERT_EQ(set.first(), model.empty() ? std::nullopt : std::optional(*model.begin()));
         ASSERT_EQ(set.last(), model.empty() ? std::nullopt : std::optional(*model.rbegin()));
         for (const std::uint64_t end : {std::uint64_t{0}, limit / 2, limit}) {
