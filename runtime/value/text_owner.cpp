@@ -3,6 +3,7 @@
 
 #include "runtime/index/address_map.h"
 #include "runtime/store/store_handle.h"
+#include "runtime/value/vstring.h"
 
 namespace tarnbase::runtime {
 
@@ -22,6 +23,14 @@ void free_entry(kel_handle *handle, std::uint32_t tx_id, MapNode *entry) {
 char *owned_text(kel_handle *handle, const kel_vstring *owner) {
     MapNode *entry = texts_of(handle).find(map_key(owner));
     return entry != nullptr ? reinterpret_cast<char *>(entry + 1) : nullptr;
+}
+
+bool may_own(kel_handle *handle, const kel_vstring *owner, const char *place) {
+    // Most texts are outside of the store: then there is nothing to search.
+    if (!store_of(handle).contains(place, 1)) return false;
+    const char *const owned = owned_text(handle, owner);
+    const auto begin = reinterpret_cast<std::uintptr_t>(owned);
+    return owned != nullptr && reinterpret_cast<std::uintptr_t>(place) - begin < longest_text;
 }
 
 char *allocate_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *owner,

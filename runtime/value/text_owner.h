@@ -18,6 +18,9 @@ namespace tarnbase::runtime {
 // The text that `owner` owns, or null.
 char *owned_text(kel_handle *handle, const kel_vstring *owner);
 
+// Whether the byte at `place` may be one of the text that `owner` owns. Others may be, too.
+bool may_own(kel_handle *handle, const kel_vstring *owner, const char *place);
+
 // Allocates `length` uninitialised bytes of text, which `owner` then owns. Its previous text
 // is freed after that. Null: no memory, and nothing has changed.
 char *allocate_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *owner,

@@ -38,17 +38,11 @@ void store_body(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
     std::memcpy(body, reinterpret_cast<const char *>(&content) + body_offset, body_length);
 }
 
-// Whether `text` may be inside the text that the string owns and is about to free.
-bool may_be_own(const char *owned, std::string_view text) {
-    const auto begin = reinterpret_cast<std::uintptr_t>(owned);
-    return owned != nullptr && reinterpret_cast<std::uintptr_t>(text.data()) - begin < longest_text;
-}
-
 // A block with the text, which the string owns from now on. Null: no memory.
 char *own_copy(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                std::string_view text) {
     std::unique_ptr<char[]> copy;
-    if (may_be_own(owned_text(handle, string), text)) {
+    if (may_own(handle, string, text.data())) {  // and is about to free it
         copy.reset(new (std::nothrow) char[text.size()]);
         if (copy == nullptr) return nullptr;
         std::memcpy(copy.get(), text.data(), text.size());
