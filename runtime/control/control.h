@@ -42,7 +42,7 @@
 namespace tarnbase::runtime {
 
 inline constexpr const char *control_name = "control";
-inline constexpr std::uint32_t control_format_version = 4;
+inline constexpr std::uint32_t control_format_version = 5;
 
 struct ControlPage {
     std::uint64_t magic;

@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstdint>
 
+#include "runtime/arena/page.h"
 #include "runtime/base/announce.h"
 #include "runtime/index/block_allocator.h"
 
@@ -58,11 +59,20 @@ constexpr std::uint64_t buckets_below_top(std::uint64_t bucket_count) {
     return below;
 }
 
+// Neighbours in a page of the store have neighbouring buckets, so that blocks that are made one
+// after the other need few lines of them. A page's first bucket depends on all bits of its number.
+constexpr std::uint64_t hash_of(std::uint64_t key) {
+    constexpr std::uint64_t multiplier = 0x9e3779b97f4a7c15ULL;
+    const std::uint64_t place = key % page_size / 32;
+    const std::uint64_t first = ((key / page_size) * multiplier >> 32) + key % 32 * multiplier;
+    // The second summand separates blocks whose size is a power of two.
+    return (first + place + place / 32) & 0xffffffff;
+}
+
 // The bucket of a key: the number that the last bits of its hash are, as many as the last bucket
 // needs. If there is no such bucket yet, one bit less.
 constexpr std::uint64_t bucket_of(std::uint64_t key, std::uint64_t bucket_count) {
-    // Addresses differ in their middle bits; the product's high bits depend on all.
-    const std::uint64_t hash = key * 0x9e3779b97f4a7c15ULL >> 32;
+    const std::uint64_t hash = hash_of(key);
     const std::uint64_t all = std::bit_ceil(bucket_count) - 1;
     const std::uint64_t bucket = hash & all;
     return bucket < bucket_count ? bucket : hash & all >> 1;

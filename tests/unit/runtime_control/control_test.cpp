@@ -92,11 +92,11 @@ TEST_F(ControlTest, WhatIsNoStoreIsRefused) {
 
 TEST_F(ControlTest, AnotherVersionIsRefusedWithAdvice) {
     EXPECT_EQ(open_checked([](ControlPage &page) { page.version = 1; }),
-              "a store of format version 1, made by an older release; this one reads version 4. "
+              "a store of format version 1, made by an older release; this one reads version 5. "
               "Move the data with tarnctl export of the release that made it, and tarnctl import "
               "of this one");
     EXPECT_EQ(open_checked([](ControlPage &page) { page.version = 99; }),
-              "a store of format version 99, made by a newer release; this one reads version 4. "
+              "a store of format version 99, made by a newer release; this one reads version 5. "
               "Use the newer release, or move the data with tarnctl export of the release that "
               "made it, and tarnctl import of this one");
 }

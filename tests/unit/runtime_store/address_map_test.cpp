@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 
+#include "runtime/arena/size_class.h"
 #include "runtime/store/store.h"
 #include "tests/unit/runtime_store/support.h"
 
@@ -12,8 +13,11 @@ namespace tarn::test {
 namespace {
 
 using tarnbase::runtime::AddressMap;
+using tarnbase::runtime::bucket_of;
 using tarnbase::runtime::MapNode;
 using tarnbase::runtime::MapRoot;
+using tarnbase::runtime::page_size;
+using tarnbase::runtime::SizeClass;
 
 class MapTest : public SmallStoreTest {
  protected:
@@ -181,6 +185,43 @@ TEST_F(MapTest, GrowthThatIsRolledBackLeavesEveryByteAsItWas) {
         store.roll_back(tx);
         EXPECT_EQ(to_text(before.changes()), "");
         for (std::uint64_t i = 0; i < key; ++i) ASSERT_NE(map.find(i), nullptr);
+    }
+}
+
+// Addresses in blocks of a class that fill pages, of which every third has that class.
+std::vector<std::uint64_t> addresses(const SizeClass &shape, std::size_t count) {
+    std::vector<std::uint64_t> made;
+    for (std::uint64_t base = 0x2000'0000'0000; made.size() < count; base += 3 * page_size) {
+        for (std::uint64_t slot = 0; slot < shape.slots && made.size() < count; ++slot) {
+            made.push_back(base + shape.first + slot * shape.size + 24);
+        }
+    }
+    return made;
+}
+
+TEST(Buckets, HaveFewEntriesEachWhateverTheSizeOfTheBlocks) {
+    for (const SizeClass &shape : tarnbase::runtime::size_classes) {
+        for (const std::size_t count :
+             {std::size_t{shape.slots}, std::size_t{1000}, std::size_t{20000}}) {
+            std::map<std::uint64_t, unsigned> fill;
+            for (const std::uint64_t key : addresses(shape, count)) {
+                const unsigned entries = ++fill[bucket_of(key, std::max<std::size_t>(count, 16))];
+                ASSERT_LE(entries, 12U) << count << " blocks of " << shape.size;
+            }
+        }
+    }
+}
+
+TEST(Buckets, OfConsecutiveBlocksAreNearEachOther) {
+    constexpr std::uint64_t buckets = 1 << 20;
+    for (std::uint32_t index = 0; index < tarnbase::runtime::small_class_count; ++index) {
+        const SizeClass &shape = tarnbase::runtime::size_classes[index];
+        const std::vector<std::uint64_t> keys = addresses(shape, shape.slots);
+        for (std::size_t i = 2; i < keys.size(); ++i) {
+            const std::uint64_t step =
+                bucket_of(keys[i], buckets) - bucket_of(keys[i - 2], buckets);
+            ASSERT_LE(step % buckets, 16U) << "block " << i << " of " << shape.size;
+        }
     }
 }
 

@@ -161,7 +161,7 @@ TEST_F(StoreOnDisk, OpenFailsForTheFirstFormatAndSaysWhatToDo) {
     std::ofstream(path) << "TARNBASE" << std::string(5000, 'x');
     expect_refused(EINVAL,
                    "a store of format version 1, made by an older release; this one reads version "
-                   "4. Move the data with tarnctl export of the release that made it, and tarnctl "
+                   "5. Move the data with tarnctl export of the release that made it, and tarnctl "
                    "import of this one");
 }
 
@@ -170,7 +170,7 @@ TEST_F(StoreOnDisk, OpenFailsForANewerReleaseAndSaysWhatToDo) {
     overwrite(offsetof(ControlPage, version), std::uint32_t{99});
     expect_refused(EINVAL,
                    "a store of format version 99, made by a newer release; this one reads version "
-                   "4. Use the newer release, or move the data with tarnctl export of the release "
+                   "5. Use the newer release, or move the data with tarnctl export of the release "
                    "that made it, and tarnctl import of this one");
 }
 
