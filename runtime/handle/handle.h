@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "runtime/catalog/type_map.h"
 #include "runtime/replication/attachment.h"
 #include "runtime/store/store_handle.h"
 #include "tarnbase/embedded.h"
@@ -15,6 +16,7 @@ namespace tarnbase::runtime {
 
 struct Handle : StoreHandle {
     kel_state_tracking tracking{};
+    FoundTypes found_types;
     std::uint32_t workspace_length = 1U << 20;
     std::unique_ptr<std::byte[]> workspace;  // null until its first use
     kel_release_function release = nullptr;

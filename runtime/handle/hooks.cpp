@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The hooks of a handle. The first argument of each is the handle.
-#include "runtime/catalog/type_map.h"
 #include "runtime/handle/handle.h"
 
 namespace {
 
 using tarnbase::runtime::handle_of;
+using tarnbase::runtime::private_part;
 using tarnbase::runtime::store_of;
 
 void *type_alloc(void *type_arena, std::uint32_t tx_id, std::uint64_t size) {
@@ -34,8 +34,9 @@ void type_map_insert(void *type_map, std::uint32_t, const char *luid_text,
     tarnbase::runtime::type_map_insert(handle_of(type_map), luid_text, copy);
 }
 
-kel_type_info_copy *type_map_lookup(void *type_map, std::uint32_t, const char *luid_text) {
-    return tarnbase::runtime::type_map_lookup(handle_of(type_map), luid_text);
+kel_type_info_copy *type_map_lookup(void *type_map, std::uint32_t tx_id, const char *luid_text) {
+    kel_handle *handle = handle_of(type_map);
+    return private_part(handle).found_types.lookup(handle, tx_id, luid_text);
 }
 
 }  // namespace

@@ -4,19 +4,22 @@
 #include <string_view>
 
 #include "runtime/base/error_text.h"
+#include "runtime/handle/handle.h"
 #include "runtime/log/notes.h"
-#include "runtime/store/store_handle.h"
 #include "tarnbase/embedded.h"
 #include "tarnbase/journal.h"
 
 using tarnbase::runtime::fail;
 using tarnbase::runtime::most_label_bytes;
+using tarnbase::runtime::private_part;
 using tarnbase::runtime::store_of;
 using tarnbase::runtime::TransactionSlot;
 
 std::uint32_t kel_transaction_begin(kel_handle *handle, std::uint32_t *tx_id) {
     try {
-        return store_of(handle).begin(tx_id);
+        const std::uint32_t error = store_of(handle).begin(tx_id);
+        if (error == 0) private_part(handle).found_types.begin(*tx_id);
+        return error;
     } catch (const std::bad_alloc &) {
         return fail(ENOMEM, "kel_transaction_begin: no memory");
     }

@@ -108,10 +108,10 @@ class TypeMap : public SmallStoreTest {
     void insert(const std::string &luid, kel_type_info_copy *copy, std::uint32_t tx = KEL_TX_NONE) {
         store.handle->type_map_insert_hook(store.handle->type_map, tx, luid.c_str(), copy);
     }
-    kel_type_info_copy *find(const std::string &luid) {
-        return store.handle->type_map_lookup_hook(store.handle->type_map, KEL_TX_NONE,
-                                                  luid.c_str());
+    kel_type_info_copy *find(const char *luid, std::uint32_t tx = KEL_TX_NONE) {
+        return store.handle->type_map_lookup_hook(store.handle->type_map, tx, luid);
     }
+    kel_type_info_copy *find(const std::string &luid) { return find(luid.c_str()); }
     static std::string luid(unsigned number) {
         char text[33];
         std::snprintf(text, sizeof text, "%032x", number * 2654435761U);
@@ -136,6 +136,41 @@ TEST_F(TypeMap, ASecondCopyTakesThePlaceOfTheFirst) {
     insert(luid(1), second);
     EXPECT_EQ(find(luid(1)), second);
     EXPECT_EQ(store.describe().types, 1U);
+}
+
+TEST_F(TypeMap, FindsInATransactionWhatIsAtTheAddressOfTheText) {
+    kel_type_info_copy *copies[] = {make(), make(), make()};
+    insert(luid(0), copies[0]);
+    std::string text = luid(0);
+    for (int round = 0; round < 2; ++round) {
+        const std::uint32_t tx = store.begin();
+        text = luid(0);
+        EXPECT_EQ(find(text.c_str(), tx), copies[0]);
+        EXPECT_EQ(find(text.c_str(), tx), copies[0]);
+        text = luid(1);
+        EXPECT_EQ(find(text.c_str(), tx), round == 0 ? nullptr : copies[2]);
+        insert(luid(1), copies[1], tx);
+        EXPECT_EQ(find(text.c_str(), tx), copies[1]);
+        insert(luid(1), copies[2], tx);
+        EXPECT_EQ(find(text.c_str(), tx), copies[2]);
+        store.roll_back(tx);
+        EXPECT_EQ(find(text.c_str(), tx), copies[2]);
+    }
+}
+
+TEST_F(TypeMap, FindsTheCopiesOfManyTextsInATransaction) {
+    std::vector<std::string> texts;
+    std::vector<kel_type_info_copy *> copies;
+    for (unsigned i = 0; i < 100; ++i) {
+        texts.push_back(luid(i));
+        copies.push_back(make());
+        insert(texts[i], copies[i]);
+    }
+    const std::uint32_t tx = store.begin();
+    for (int round = 0; round < 2; ++round) {
+        for (unsigned i = 0; i < 100; ++i) EXPECT_EQ(find(texts[i].c_str(), tx), copies[i]);
+    }
+    store.roll_back(tx);
 }
 
 TEST_F(TypeMap, ACopyStaysWhenItsTransactionIsRolledBack) {
