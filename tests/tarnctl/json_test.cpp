@@ -84,7 +84,29 @@ TEST(JsonTree, ReadsOnlyTheKindThatTheValueHas) {
     EXPECT_TRUE(view.find("real")->equals(5));
     EXPECT_TRUE(view.find("none")->is_null());
     EXPECT_FALSE(view.find("missing").has_value());
-    EXPECT_EQ(view.members().size(), 6U);
+    EXPECT_EQ(view.size(), 6U);
+    std::string names;
+    for (const auto &[name, value] : view.members()) names.append(name) += ' ';
+    EXPECT_EQ(names, "number below text truth real none ");
+}
+
+// Up to 64 names have marks, and more have hashes.
+TEST(JsonTree, RefusesANameThatAnObjectHasHoweverManyThereAre) {
+    for (const int count : {1, 2, 63, 64, 65, 66, 300}) {
+        JsonTree tree;
+        tree.open(false);
+        for (int i = 0; i < count; ++i) {
+            ASSERT_TRUE(tree.name("name" + std::to_string(i))) << count;
+            tree.open(false);
+            ASSERT_TRUE(tree.name("name0"));
+            tree.add_null();
+            tree.close();
+        }
+        for (int i = 0; i < count; ++i) EXPECT_FALSE(tree.name("name" + std::to_string(i)));
+        EXPECT_TRUE(tree.name("")) << count;
+        tree.add_null();
+        EXPECT_FALSE(tree.name("")) << count;
+    }
 }
 
 TEST(JsonTree, HasValuesInsideOfValuesUntilItIsCleared) {

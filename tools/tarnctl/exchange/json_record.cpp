@@ -42,6 +42,14 @@ RecordHead head_of(JsonView json) {
     return head;
 }
 
+constexpr std::string_view known_members[] = {"tenant", "source",    "pending", "variant",
+                                              "state",  "key_state", "key",     "fields"};
+
+bool is_known(std::string_view member) {
+    return std::find(std::begin(known_members), std::end(known_members), member) !=
+           std::end(known_members);
+}
+
 class RecordReader {
  public:
     RecordReader(const JsonRecord &record, const JsonRecordForm &form, Draft &draft,
@@ -65,25 +73,24 @@ class RecordReader {
 
     void check_members(const Table &table) {
         if (!record_.json.is_object()) throw Failure(Exit::data, "expected a record, an object");
-        std::vector<std::string_view> known{"tenant", "source",    "pending", "variant",
-                                            "state",  "key_state", "key",     "fields"};
-        if (table.key_type == nullptr) std::erase(known, "key");
+        const bool has_key = table.key_type != nullptr;
         for (const auto &[name, member] : record_.json.members()) {
-            if (form_.lenient || std::find(known.begin(), known.end(), name) != known.end())
-                continue;
+            if (form_.lenient || (is_known(name) && (has_key || name != "key"))) continue;
             at(std::string(name));
+            std::vector<std::string_view> known(std::begin(known_members), std::end(known_members));
+            if (!has_key) std::erase(known, "key");
             throw no_such(Exit::data, "member of a record", name, known);
         }
     }
 
     void fill(JsonView json, const ObjectMembers &members, void *object,
               const Structure &structure) {
-        JsonReading reading{form_.lenient, true, ""};
+        JsonReading reading{form_.lenient, true, {}};
         try {
             set_fields_from_json(draft_.handle(), draft_.tx_id(), object, structure, json, reading);
         } catch (const Failure &) {
-            at(reading.path.empty() ? members.fields
-                                    : fmt::format("{}.{}", members.fields, reading.path));
+            at(reading.names.empty() ? members.fields
+                                     : fmt::format("{}.{}", members.fields, reading.path()));
             throw;
         }
         const auto flags = record_.json.find(members.state);

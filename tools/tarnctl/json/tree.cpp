@@ -1,7 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json/tree.h"
 
+#include <functional>
+
 namespace tarnctl {
+namespace {
+
+constexpr std::size_t most_marks = 64;
+
+// One bit, which differs for most names of an object.
+uint64_t mark_of(std::string_view name) {
+    const auto byte = [&](std::size_t place) { return static_cast<unsigned char>(name[place]); };
+    if (name.empty()) return 1;
+    const std::size_t sum =
+        name.size() + 5U * byte(0) + 11U * byte(name.size() / 2) + 23U * byte(name.size() - 1);
+    return uint64_t{1} << (sum % most_marks);
+}
+
+}  // namespace
 
 void JsonTree::clear() {
     nodes_.clear();
@@ -11,10 +27,16 @@ void JsonTree::clear() {
 }
 
 JsonTree::Node &JsonTree::add(Kind kind) {
-    if (!open_.empty()) ++nodes_[open_.back()].content.size;
+    if (!open_.empty()) ++nodes_[open_.back().node].content.size;
     Node &node = nodes_.emplace_back(Node{kind, name_, nodes_.size() + 1, {}});
     name_ = {};
     return node;
+}
+
+template <class Function>
+void JsonTree::for_each_name(const Open &object, Function function) const {
+    for (std::size_t i = object.node + 1; i < nodes_.size(); i = nodes_[i].next)
+        function(text_of(nodes_[i].name));
 }
 
 JsonTree::Text JsonTree::kept(std::string_view text) {
@@ -36,17 +58,34 @@ void JsonTree::add_text(std::string_view text) { add(Kind::text).content.text = 
 
 void JsonTree::open(bool array) {
     add(array ? Kind::array : Kind::object).content.size = 0;
-    open_.push_back(nodes_.size() - 1);
+    open_.push_back({nodes_.size() - 1, 0, {}});
 }
 
 void JsonTree::close() {
-    nodes_[open_.back()].next = nodes_.size();
+    nodes_[open_.back().node].next = nodes_.size();
     open_.pop_back();
 }
 
+bool JsonTree::may_have(Open &object, std::string_view name) const {
+    const std::size_t members = nodes_[object.node].content.size;
+    if (members < most_marks) {
+        const uint64_t before = object.marks;
+        object.marks |= mark_of(name);
+        return object.marks == before;
+    }
+    constexpr std::hash<std::string_view> hash;
+    if (members == most_marks) {
+        for_each_name(object, [&](std::string_view each) { object.hashes.insert(hash(each)); });
+    }
+    return !object.hashes.insert(hash(name)).second;
+}
+
 bool JsonTree::name(std::string_view name) {
-    for (std::size_t i = open_.back() + 1; i < nodes_.size(); i = nodes_[i].next) {
-        if (text_of(nodes_[i].name) == name) return false;
+    Open &object = open_.back();
+    if (may_have(object, name)) {
+        bool has = false;
+        for_each_name(object, [&](std::string_view each) { has = has || each == name; });
+        if (has) return false;
     }
     name_ = kept(name);
     return true;
@@ -54,28 +93,14 @@ bool JsonTree::name(std::string_view name) {
 
 std::string JsonTree::path_of(std::string_view name) const {
     std::string path;
-    for (const std::size_t each : open_) {
-        if (nodes_[each].name.length > 0) path.append(text_of(nodes_[each].name)) += '.';
+    for (const Open &each : open_) {
+        const std::string_view outer = text_of(nodes_[each.node].name);
+        if (!outer.empty()) path.append(outer) += '.';
     }
     return path.append(name);
 }
 
 JsonView JsonTree::root() const { return {*this, 0}; }
-
-template <class Function>
-void JsonView::for_each(Function function) const {
-    for (std::size_t i = place_ + 1; i < node().next; i = tree_->nodes_[i].next) {
-        if (!function(tree_->text_of(tree_->nodes_[i].name), JsonView(*tree_, i))) return;
-    }
-}
-
-bool JsonView::is_null() const { return node().kind == JsonTree::Kind::null; }
-bool JsonView::is_object() const { return node().kind == JsonTree::Kind::object; }
-bool JsonView::is_array() const { return node().kind == JsonTree::Kind::array; }
-bool JsonView::is_integer() const {
-    return node().kind == JsonTree::Kind::unsigned_number ||
-           node().kind == JsonTree::Kind::signed_number;
-}
 
 bool JsonView::equals(int64_t number) const {
     if (node().kind == JsonTree::Kind::real)
@@ -86,16 +111,6 @@ bool JsonView::equals(int64_t number) const {
 std::optional<bool> JsonView::boolean() const {
     if (node().kind != JsonTree::Kind::boolean) return std::nullopt;
     return node().content.truth;
-}
-
-std::optional<std::string_view> JsonView::string() const {
-    if (node().kind != JsonTree::Kind::text) return std::nullopt;
-    return tree_->text_of(node().content.text);
-}
-
-std::optional<uint64_t> JsonView::unsigned_number() const {
-    if (node().kind != JsonTree::Kind::unsigned_number) return std::nullopt;
-    return node().content.unsigned_number;
 }
 
 std::optional<int64_t> JsonView::signed_number() const {
@@ -110,32 +125,19 @@ std::size_t JsonView::size() const { return is_array() || is_object() ? node().c
 std::vector<JsonView> JsonView::elements() const {
     std::vector<JsonView> elements;
     elements.reserve(size());
-    for_each([&](std::string_view, JsonView value) {
-        elements.push_back(value);
-        return true;
-    });
+    for (const auto &[name, value] : inside()) elements.push_back(value);
     return elements;
 }
 
 std::optional<JsonView> JsonView::find(std::string_view name) const {
-    std::optional<JsonView> found;
-    if (!is_object()) return found;
-    for_each([&](std::string_view each, JsonView value) {
-        if (each == name) found = value;
-        return !found;
-    });
-    return found;
+    if (!is_object()) return std::nullopt;
+    for (const auto &[each, value] : inside()) {
+        if (each == name) return value;
+    }
+    return std::nullopt;
 }
 
-std::vector<std::pair<std::string_view, JsonView>> JsonView::members() const {
-    std::vector<std::pair<std::string_view, JsonView>> members;
-    members.reserve(size());
-    for_each([&](std::string_view name, JsonView value) {
-        members.emplace_back(name, value);
-        return true;
-    });
-    return members;
-}
+JsonView::Members JsonView::members() const { return inside(); }
 
 // NOLINTNEXTLINE(misc-no-recursion): as deep as a document nests
 Json JsonView::json() const {
@@ -146,11 +148,10 @@ Json JsonView::json() const {
     if (const auto number = signed_number()) return *number;
     if (node().kind == JsonTree::Kind::real) return node().content.real;
     Json made = is_array() ? Json::array() : Json::object();
-    for_each([&](std::string_view name, JsonView value) {
+    for (const auto &[name, value] : inside()) {
         if (is_array()) made.add(value.json());
         else made.set(name, value.json());
-        return true;
-    });
+    }
     return made;
 }
 

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <unordered_set>
 #include <vector>
 
 #include "json/document.h"
@@ -80,7 +80,18 @@ class JsonTree {
         Content content;
     };
 
+    // An array or object that is open.
+    struct Open {
+        std::size_t node;
+        uint64_t marks;                          // of the members' names, if there are few
+        std::unordered_set<std::size_t> hashes;  // of them, if there are many
+    };
+
     Node &add(Kind kind);
+    // Notes a name of an object. False if no member has it: most looks at all names are spared.
+    bool may_have(Open &object, std::string_view name) const;
+    template <class Function>
+    void for_each_name(const Open &object, Function function) const;
     Text kept(std::string_view text);
     std::string_view text_of(const Text &text) const {
         return std::string_view(texts_).substr(text.begin, text.length);
@@ -88,24 +99,35 @@ class JsonTree {
 
     std::vector<Node> nodes_;
     std::string texts_;
-    std::vector<std::size_t> open_;  // nodes
-    Text name_;                      // of the next member
+    std::vector<Open> open_;
+    Text name_;  // of the next member
 };
 
 // A value to read.
 // Lifetime: until its tree changes.
 class JsonView {
  public:
-    bool is_null() const;
-    bool is_object() const;
-    bool is_array() const;
-    bool is_integer() const;
+    class Members;
+
+    bool is_null() const { return node().kind == JsonTree::Kind::null; }
+    bool is_object() const { return node().kind == JsonTree::Kind::object; }
+    bool is_array() const { return node().kind == JsonTree::Kind::array; }
+    bool is_integer() const {
+        return node().kind == JsonTree::Kind::unsigned_number ||
+               node().kind == JsonTree::Kind::signed_number;
+    }
     bool equals(int64_t number) const;
 
     // The value, if it is of this kind; of a number, if it is an integer of the range.
     std::optional<bool> boolean() const;
-    std::optional<std::string_view> string() const;
-    std::optional<uint64_t> unsigned_number() const;
+    std::optional<std::string_view> string() const {
+        if (node().kind != JsonTree::Kind::text) return std::nullopt;
+        return tree_->text_of(node().content.text);
+    }
+    std::optional<uint64_t> unsigned_number() const {
+        if (node().kind != JsonTree::Kind::unsigned_number) return std::nullopt;
+        return node().content.unsigned_number;
+    }
     std::optional<int64_t> signed_number() const;
 
     // Of an array or an object; 0 of another value.
@@ -115,7 +137,7 @@ class JsonView {
     // A member, if the value is an object that has it.
     std::optional<JsonView> find(std::string_view name) const;
     // Requires: an object.
-    std::vector<std::pair<std::string_view, JsonView>> members() const;
+    Members members() const;
 
     // As Json::dump, on one line.
     std::string dump() const { return json().dump(); }
@@ -127,13 +149,41 @@ class JsonView {
     const JsonTree::Node &node() const { return tree_->nodes_[place_]; }
     // The value to write.
     Json json() const;
-    // Calls `function` with the name and the view of each value inside, until it returns false.
-    template <class Function>
-    void for_each(Function function) const;
+    Members inside() const;
 
     const JsonTree *tree_;
     std::size_t place_;
 };
+
+// The values inside an object, with their names, or inside an array, in their order.
+class JsonView::Members {
+ public:
+    struct Member {
+        std::string_view name;
+        JsonView value;
+    };
+
+    Members(const JsonTree &tree, std::size_t next, std::size_t end)
+        : tree_(&tree), next_(next), end_(end) {}
+
+    Member operator*() const {
+        return {tree_->text_of(tree_->nodes_[next_].name), JsonView(*tree_, next_)};
+    }
+    Members &operator++() {
+        next_ = tree_->nodes_[next_].next;
+        return *this;
+    }
+    bool operator!=(std::nullptr_t) const { return next_ != end_; }
+    Members begin() const { return *this; }
+    std::nullptr_t end() const { return nullptr; }
+
+ private:
+    const JsonTree *tree_;
+    std::size_t next_;
+    std::size_t end_;
+};
+
+inline JsonView::Members JsonView::inside() const { return {*tree_, place_ + 1, node().next}; }
 
 }  // namespace tarnctl
 

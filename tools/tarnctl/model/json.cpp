@@ -100,18 +100,14 @@ void set_array(Value &value, JsonView json) {
     }
 }
 
-// Nothing if `json` is neither text nor null.
-std::optional<std::string> text_of_json(JsonView json) {
-    if (json.is_null()) return "";
-    const std::optional<std::string_view> text = json.string();
-    return text ? std::optional<std::string>(*text) : std::nullopt;
-}
-
 void set_object(Value &value, const ObjectType &type, JsonView json) {
-    const bool is_string = value.field().kind == Kind::vstring;
-    const auto text = is_string ? bytes_of_json(json, value.name()) : text_of_json(json);
-    if (!text) expected(value.name(), type.expected_json, json);
-    value.set_text(*text);
+    if (const auto text = json.string()) return value.set_text(*text);
+    if (value.field().kind == Kind::vstring) {
+        if (const auto bytes = bytes_of_json(json, value.name())) return value.set_text(*bytes);
+    } else if (json.is_null()) {
+        return value.set_text("");
+    }
+    expected(value.name(), type.expected_json, json);
 }
 
 [[noreturn]] void refuse_field(const Structure &structure, std::string_view name) {
@@ -133,24 +129,25 @@ struct FieldSetter {
         if (!value.present())
             throw Failure(Exit::data, fmt::format("{}: the object's variant is too old to have it",
                                                   value.name()));
-        const std::optional<uint64_t> number = json.unsigned_number();
-        const bool raw = reading.any_number && value.field().kind == Kind::enumeration && number &&
-                         *number <= UINT32_MAX;
-        if (raw) value.restore_number(static_cast<uint32_t>(*number));
-        else set_from_json(value, json);
+        if (reading.any_number && value.field().kind == Kind::enumeration) {
+            const std::optional<uint64_t> number = json.unsigned_number();
+            if (number && *number <= UINT32_MAX)
+                return value.restore_number(static_cast<uint32_t>(*number));
+        }
+        set_from_json(value, json);
     }
 };
 
-void set_members(FieldSetter setter, const Structure &structure, JsonView json) {
-    const std::string outer = setter.reading.path;
+// NOLINTNEXTLINE(misc-no-recursion): as deep as structures nest
+void set_members(FieldSetter &setter, const Structure &structure, JsonView json) {
+    std::vector<std::string_view> &names = setter.reading.names;
     if (!json.is_object())
-        expected(outer.empty() ? structure.name : outer,
+        expected(names.empty() ? std::string(structure.name) : setter.reading.path(),
                  fmt::format("an object with the fields of {}", structure.name), json);
+    names.emplace_back();
     std::size_t next = 0;
     for (const auto &[name, member] : json.members()) {
-        setter.reading.path = outer;
-        if (!outer.empty()) setter.reading.path += '.';
-        setter.reading.path += name;
+        names.back() = name;
         const Field *const field = find_field(structure, name, next);
         if (field == nullptr && setter.reading.lenient) continue;
         if (field == nullptr) refuse_field(structure, name);
@@ -161,7 +158,7 @@ void set_members(FieldSetter setter, const Structure &structure, JsonView json) 
         else setter.set_leaf(member);
         setter.path.fields.pop_back();
     }
-    setter.reading.path = outer;
+    names.pop_back();
 }
 
 // The member of an object's state flags; nothing for an object without.
@@ -231,6 +228,15 @@ Json json_of(const Record &record) {
     return json;
 }
 
+std::string JsonReading::path() const {
+    std::string path;
+    for (const std::string_view name : names) {
+        if (!path.empty()) path += '.';
+        path += name;
+    }
+    return path;
+}
+
 void set_from_json(Value &value, JsonView json) {
     if (const ObjectType *type = object_type(value.field())) set_object(value, *type, json);
     else if (value.is_whole_array()) set_array(value, json);
@@ -239,7 +245,8 @@ void set_from_json(Value &value, JsonView json) {
 
 void set_fields_from_json(kel_handle *handle, uint32_t tx_id, void *object,
                           const Structure &structure, JsonView json, JsonReading &reading) {
-    set_members(FieldSetter{handle, tx_id, object, reading, {}}, structure, json);
+    FieldSetter setter{handle, tx_id, object, reading, {}};
+    set_members(setter, structure, json);
 }
 
 }  // namespace tarnctl

@@ -22,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/schema.h"
 #include "json/document.h"
@@ -52,7 +53,10 @@ struct JsonReading {
     bool lenient = false;  // unknown members are skipped
     // Enumerations take numbers that no enumerator has, which can come over the wire.
     bool any_number = false;
-    std::string path;  // of the member that is being read, or that was when reading failed
+    // Of the member that is being read, or that was when reading failed: after those around it.
+    std::vector<std::string_view> names;
+
+    std::string path() const;
 };
 // Sets the fields of `object` that are members of `json`, an object; the others stay.
 // Failure `data` that names the field.

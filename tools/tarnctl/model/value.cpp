@@ -200,10 +200,9 @@ Value::Value(kel_handle *handle, uint32_t tx_id, void *object, const Path &path)
         object_ = path.fields[i]->call.get(handle, tx_id, object_, 0, &err);
         if (err != EIDRM) need(err, name());
     }
-    if (object_ == nullptr) return;
-    uint32_t err = 0;
-    if (field_->call.get(handle, tx_id, object_, index_, &err) == nullptr) object_ = nullptr;
-    if (err != EIDRM) need(err, name());  // EIDRM: the variant lacks the field
+    if (object_ != nullptr &&
+        static_cast<const kel_object *>(object_)->variant < field_->first_variant)
+        object_ = nullptr;
 }
 
 uint64_t Value::number(uint32_t index) const {
