@@ -194,6 +194,18 @@ const BrokenDocument broken_documents[] = {
      ":4: tbl_ldap_conn:ldap: no attribute of `record` `tenan`; did you mean `tenant`?"},
     {"xml_with_a_tenant_out_of_range", xml("<record tenant=\"65536\"/>"),
      ":4: tbl_ldap_conn:ldap: tenant: expected a number from 0 to 65535, not `65536`"},
+    {"xml_with_text_in_front_of_the_fields",
+     xml("<record><tbl_ldap_conn><st_ldap_conn> x <sname>a</sname></st_ldap_conn></tbl_ldap_conn>"
+         "</record>"),
+     ":4: tbl_ldap_conn:ldap: `st_ldap_conn`: expected elements of fields, not text"},
+    {"xml_with_text_after_a_field",
+     xml("<record><tbl_ldap_conn><st_ldap_conn><sname>a</sname>\n<![CDATA[ ]]>x</st_ldap_conn>"
+         "</tbl_ldap_conn></record>"),
+     ":4: tbl_ldap_conn:ldap: `st_ldap_conn`: expected elements of fields, not text"},
+    {"xml_with_text_in_a_record", xml("<record><tbl_ldap_conn/>x</record>"),
+     ":4: tbl_ldap_conn:ldap: `record`: expected the element `tbl_ldap_conn`, not text"},
+    {"xml_with_text_between_records", xml(connection("a", "1") + "\nx"),
+     ":10: expected an element, not text"},
     {"xml_record_without_a_key", xml("<record><tbl_ldap_conn/></record>"),
      ":4: tbl_ldap_conn:ldap: expected the record's key, st_ldap_conn"},
     {"xml_nested_too_deep",
@@ -233,6 +245,13 @@ const BrokenDocument broken_documents[] = {
     {"json_with_a_member_twice",
      json_table + R"({"fields":{"sname":"a",)" + "\n" + R"("sname":"b"}}]}]}})",
      ":4: fields.sname: it is given twice"},
+    {"json_with_a_bad_number_in_a_structure",
+     json_head + "\n" + R"({"table":"tbl_aaa_servers","name":"a","records":[{"fields":{)" + "\n" +
+         R"("aaa_authen":{)" + "\n" + R"("requests":1,)" + "\n" +
+         R"("request_timeouts":"x"}}}]}]}})",
+     ":5: tbl_aaa_servers:a: aaa_authen.request_timeouts: expected a number, not \"x\""},
+    {"json_with_an_end_of_line_in_a_text", json_table + "{\"fields\":{\n\"sname\":\"a\n\"}}]}]}}",
+     ":4: JSON: "},
     {"json_with_bytes_that_are_no_utf8", json_table + "{\"fields\":{\"sname\":\"\xff\"}}]}]}}",
      ":3: JSON: a string isn't UTF-8"},
     {"json_with_half_a_surrogate_pair", json_table + R"({"fields":{"sname":"\udc00"}}]}]}})",
@@ -303,6 +322,32 @@ TEST_F(Import, AcceptsHandWrittenJson) {
         "\"sname\": \"\\u00e9\\ud83d\\ude00\\n\"}}\n] }]}}\n");
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
     EXPECT_TRUE(holds(exported(copy), "\"sname\":\"é😀\\n\"")) << exported(copy);
+}
+
+// A document is read in pieces: of any length are what a piece divides, and the lines in it.
+TEST_F(Import, ReadsTextsAndCountsLinesAcrossPieces) {
+    std::string text;
+    while (text.size() < 300000) text += R"(ab\u00e9\n\\é)" + std::string(text.size() % 7, 'x');
+    const auto record = [&](const std::string &fields) {
+        return json_table + std::string(70000, '\n') + R"({"fields":{"sname":")" + text +
+               "\"}},\n" + R"({"fields":{)" + fields + "}}]}]}}";
+    };
+    const Outcome refused = import(record(R"("snam":"")"));
+    EXPECT_TRUE(holds(refused.err, path + ":70004: tbl_ldap_conn:ldap: no field of "))
+        << refused.err;
+    const Outcome outcome = import(record(R"("sname":"other")"));
+    EXPECT_EQ(outcome.out, "2 records imported into 1 table, 1 of them new\n") << outcome.err;
+    const std::string whole = exported(copy);
+    const std::string read = json::parse("\"" + text + "\"").get<std::string>();
+    EXPECT_EQ(tarn::test::json_of(whole)["tarnbase"]["tables"][0]["records"][1]["fields"]["sname"],
+              read);
+    for (const char *format : {"xml", "frames"}) {
+        const std::string again = directory / (std::string(format) + ".store");
+        ASSERT_EQ(tarnctl({"store", "create", again}).exit_code, 0);
+        const Outcome document = tarnctl({"export", "--format", format, "--store", copy});
+        EXPECT_EQ(tarnctl({"import", "--store", again, "-"}, document.out).exit_code, 0);
+        EXPECT_TRUE(exported(again) == whole) << format;
+    }
 }
 
 TEST_F(Import, OfAMissingFileIsAStoreError) {

@@ -53,7 +53,7 @@ struct Options {
 
 Format format_of(const Options &options, Input &input) {
     if (options.format) return *options.format;
-    if (const auto format = format_of_content(input.beginning())) return *format;
+    if (const auto format = format_of_content(input.rest())) return *format;
     throw Failure(Exit::data, fmt::format("{}: expected XML, JSON or frames", input.name()));
 }
 

@@ -57,7 +57,7 @@ Side read_side(const std::string &name, Input &input, Format format,
     return side;
 }
 
-std::optional<Format> export_format(Input &input) { return format_of_content(input.beginning()); }
+std::optional<Format> export_format(Input &input) { return format_of_content(input.rest()); }
 
 // Moves a store into memory through a file of frames, and calls `between` while it is closed.
 template <class Between>

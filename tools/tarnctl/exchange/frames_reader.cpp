@@ -37,13 +37,19 @@ class FramesReader {
         return fmt::format("{}: frame {} at byte {}", input_.name(), records_ + 1, block_);
     }
 
-    std::string exactly(std::size_t count, std::string_view what) {
+    // Valid until the next call.
+    std::string_view exactly(std::size_t count, std::string_view what) {
+        const std::string_view rest = input_.rest();
+        if (rest.size() >= count) {
+            input_.pass(count);
+            return rest.substr(0, count);
+        }
         const uint64_t begin = input_.offset();
-        std::string bytes = input_.take(count);
-        if (bytes.size() == count) return bytes;
+        bytes_ = input_.take(count);
+        if (bytes_.size() == count) return bytes_;
         throw wrong(place(),
                     fmt::format("{} is cut off: expected {} bytes from byte {} on, found {}", what,
-                                count, begin, bytes.size()));
+                                count, begin, bytes_.size()));
     }
     uint64_t number(std::size_t size, std::string_view what) {
         return frames::number_at(exactly(size, what), 0, size);
@@ -52,18 +58,18 @@ class FramesReader {
     // False at the end.
     bool read_block() {
         block_ = input_.offset();
-        const std::string mark = exactly(1, "the file");
-        if (mark[0] == frames::table_mark) {
+        const char mark = exactly(1, "the file").front();
+        if (mark == frames::table_mark) {
             read_table();
             return true;
         }
-        if (mark[0] == frames::record_mark) {
+        if (mark == frames::record_mark) {
             read_record();
             return true;
         }
-        if (mark[0] != frames::end_mark)
+        if (mark != frames::end_mark)
             throw wrong(place(), fmt::format("expected `T`, `R` or `E`, not the byte 0x{:02x}",
-                                             static_cast<unsigned char>(mark[0])));
+                                             static_cast<unsigned char>(mark)));
         const uint64_t records = number(8, "the end");
         if (records != records_)
             throw wrong(place(),
@@ -72,7 +78,7 @@ class FramesReader {
     }
 
     void read_table() {
-        const std::string luid = exactly(frames::luid_size, "the table's LUID");
+        const std::string_view luid = exactly(frames::luid_size, "the table's LUID");
         const auto found =
             std::find_if(catalogue.tables.begin(), catalogue.tables.end(), [&](const Table *table) {
                 return std::memcmp(table->luid, luid.data(), luid.size()) == 0;
@@ -101,7 +107,7 @@ class FramesReader {
         if (length > largest_frame)
             throw wrong(place(), fmt::format("a frame of {} bytes; expected {} at most", length,
                                              largest_frame));
-        const std::string frame = exactly(length, "the frame");
+        const std::string_view frame = exactly(length, "the frame");
         sink_.take(
             [this] { return place(); },
             [&](Draft &draft, Sink::Place &) { draft.take_frame(head, frame, options_.lenient); });
@@ -109,6 +115,7 @@ class FramesReader {
     }
 
     Input &input_;
+    std::string bytes_;  // that aren't together in the input
     const ReadOptions &options_;
     Sink &sink_;
     uint64_t records_ = 0;

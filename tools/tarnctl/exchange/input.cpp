@@ -57,9 +57,4 @@ std::string Input::take(std::size_t count) {
     return bytes;
 }
 
-std::string_view Input::beginning() {
-    peek();
-    return std::string_view(buffer_).substr(at_, filled_ - at_);
-}
-
 }  // namespace tarnctl

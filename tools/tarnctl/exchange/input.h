@@ -34,19 +34,16 @@ class Input {
     // The next byte, or `end`.
     static constexpr int end = -1;
     int peek() { return at_ < filled_ || fill() ? static_cast<unsigned char>(buffer_[at_]) : end; }
-    int get() {
-        const int byte = peek();
-        if (byte != end) pass();
-        return byte;
+    // The bytes from the next one on that are in memory; none at the end.
+    std::string_view rest() {
+        peek();
+        return std::string_view(buffer_).substr(at_, filled_ - at_);
     }
-    // Goes past the next byte. Requires: there is one, and peek() was called.
-    void pass() {
-        if (buffer_[at_++] == '\n') ++line_;
-    }
+    // Goes past bytes of rest(), and past the ends of lines in them.
+    void pass(std::size_t count) { at_ += count; }
+    void pass_line() { ++line_; }
     // Up to `count` bytes; fewer at the end.
     std::string take(std::size_t count);
-    // The first bytes of the document. Requires: nothing was read yet.
-    std::string_view beginning();
 
  private:
     bool fill();

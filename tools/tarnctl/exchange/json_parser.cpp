@@ -5,6 +5,7 @@
 
 #include <charconv>
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <system_error>
 
@@ -22,22 +23,37 @@ using SizeType = std::size_t;
 namespace tarnctl {
 namespace {
 
-// The input as the parser reads it, to which a NUL is the end.
+// The input as the parser reads it, to which a NUL is the end. The parser's loops have it in
+// registers.
 class Bytes {
  public:
     using Ch = char;
 
-    explicit Bytes(Input &input) : input_(input) {}
+    explicit Bytes(Input &input) : input_(&input) {}
 
-    char Peek() const {
-        const int byte = input_.peek();
-        return byte == Input::end ? '\0' : static_cast<char>(byte);
+    char Peek() { return next_ != end_ || get_more() ? *next_ : '\0'; }
+    char Take() { return next_ != end_ || get_more() ? *next_++ : '\0'; }
+    std::size_t Tell() const {
+        return static_cast<std::size_t>(input_->offset()) +
+               static_cast<std::size_t>(next_ - begin_);
     }
-    char Take() {
-        const int byte = input_.get();
-        return byte == Input::end ? '\0' : static_cast<char>(byte);
+    bool is_at_end() { return next_ == end_ && !get_more(); }
+
+    // Goes past the plain characters of a text that are in memory.
+    std::string_view take_plain() {
+        const char *first = next_;
+        while (next_ != end_ && is_plain(*next_)) ++next_;
+        return {first, next_};
     }
-    std::size_t Tell() const { return static_cast<std::size_t>(input_.offset()); }
+
+    // Only blanks have ends of lines.
+    void skip_blanks() {
+        for (char next = Peek(); next == ' ' || next == '\n' || next == '\r' || next == '\t';
+             next = Peek()) {
+            if (next == '\n') input_->pass_line();
+            ++next_;
+        }
+    }
 
     // Of streams that are written.
     char *PutBegin() { return nullptr; }
@@ -45,8 +61,52 @@ class Bytes {
     std::size_t PutEnd(char *) { return 0; }
 
  private:
-    Input &input_;
+    static bool is_plain(char character) {
+        return static_cast<unsigned char>(character) >= ' ' && character != '"' &&
+               character != '\\';
+    }
+
+    bool get_more() {
+        input_->pass(static_cast<std::size_t>(next_ - begin_));
+        const std::string_view more = input_->rest();
+        begin_ = next_ = more.data();
+        end_ = begin_ + more.size();
+        return !more.empty();
+    }
+
+    Input *input_;
+    const char *begin_ = nullptr;
+    const char *next_ = nullptr;
+    const char *end_ = nullptr;
 };
+
+// The parser finds it by the type of its argument.
+void SkipWhitespace(Bytes &bytes) { bytes.skip_blanks(); }
+
+// The encoding of the input, so that the parser takes many characters at once.
+struct Utf8 : rapidjson::UTF8<> {};
+
+}  // namespace
+}  // namespace tarnctl
+
+template <>
+struct rapidjson::Transcoder<tarnctl::Utf8, rapidjson::UTF8<>> : Transcoder<UTF8<>, UTF8<>> {
+    // Called in front of a plain character.
+    template <class Texts>
+    static bool TranscodeUnsafe(tarnctl::Bytes &bytes, Texts &texts) {
+        const std::string_view plain = bytes.take_plain();
+        std::memcpy(texts.Push(plain.size()), plain.data(), plain.size());
+        return true;
+    }
+};
+
+template <>
+struct rapidjson::StreamTraits<tarnctl::Bytes> {
+    enum { copyOptimization = 1 };
+};
+
+namespace tarnctl {
+namespace {
 
 // Passes on the parser's events of the outer objects, and builds values from the others.
 class Assembler {
@@ -174,14 +234,14 @@ constexpr unsigned flags = rapidjson::kParseNumbersAsStringsFlag;
 }  // namespace
 
 void parse_json(Input &input, JsonEvents &events) {
-    if (input.beginning().starts_with(byte_order_mark)) input.take(byte_order_mark.size());
+    if (input.rest().starts_with(byte_order_mark)) input.take(byte_order_mark.size());
     Bytes bytes(input);
     Assembler assembler(input, events);
-    rapidjson::Reader reader;
+    rapidjson::GenericReader<Utf8, rapidjson::UTF8<>> reader;
     const rapidjson::ParseResult result = reader.Parse<flags>(bytes, assembler);
     std::string problem = "Expected the end of the document.";
     if (result.IsError()) problem = rapidjson::GetParseError_En(result.Code());
-    else if (input.peek() == Input::end) return;
+    else if (bytes.is_at_end()) return;
     problem.pop_back();  // the full stop
     events.fail("JSON: " + problem);
 }

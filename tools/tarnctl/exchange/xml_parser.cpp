@@ -18,7 +18,9 @@ constexpr std::size_t largest_element = std::size_t{1} << 30U;
 constexpr std::size_t most_read_tags = 1024;
 
 bool is_blank(std::string_view text) {
-    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+    return std::all_of(text.begin(), text.end(), [](char character) {
+        return character == ' ' || character == '\t' || character == '\r' || character == '\n';
+    });
 }
 
 std::string_view view_of(const xmlChar *text) {
@@ -32,7 +34,7 @@ std::string_view view_between(const xmlChar *begin, const xmlChar *end) {
 }  // namespace
 
 void XmlTags::add_start(std::string_view name, uint64_t line) {
-    tags_.push_back({true, name, line, texts_.size(), attributes_.size(), 0, {}, 0});
+    tags_.push_back({true, false, name, line, texts_.size(), attributes_.size(), 0, {}, 0});
 }
 
 void XmlTags::add_attribute(std::string_view prefix, std::string_view name,
@@ -54,7 +56,8 @@ void XmlTags::add_text(std::string_view text, uint64_t line) {
         last.after_line = line;
     }
     last.after.length += text.size();
-    texts_ += text;
+    last.is_followed_by_text = last.is_followed_by_text || !is_blank(text);
+    if (last.is_start) texts_ += text;
 }
 
 void XmlTags::drop_before(std::size_t place) {
@@ -84,29 +87,22 @@ std::size_t XmlTags::after_element(std::size_t place) const {
 }
 
 void XmlTags::add_end() {
-    tags_.push_back({false, {}, 0, texts_.size(), attributes_.size(), 0, {}, 0});
+    tags_.push_back({false, false, {}, 0, texts_.size(), attributes_.size(), 0, {}, 0});
 }
 
 std::optional<std::string_view> XmlElement::attribute(std::string_view wanted) const {
-    for (std::size_t i = 0; i < tag().attributes; ++i) {
-        const XmlTags::Attribute &each = tags_->attribute(tag().first_attribute + i);
-        if (tags_->text(each.name) == wanted) return tags_->text(each.value);
+    for (std::size_t i = 0; i < attributes(); ++i) {
+        if (attribute_name(i) == wanted)
+            return tags_->text(tags_->attribute(tag().first_attribute + i).value);
     }
     return std::nullopt;
 }
 
-std::vector<std::string_view> XmlElement::attribute_names() const {
-    std::vector<std::string_view> names;
-    for (std::size_t i = 0; i < tag().attributes; ++i)
-        names.push_back(tags_->text(tags_->attribute(tag().first_attribute + i).name));
-    return names;
-}
-
 bool XmlElement::has_no_text() const {
-    if (!is_blank(text())) return false;
+    if (tag().is_followed_by_text) return false;
     for (std::size_t i = place_ + 1; tags_->at(i).is_start;) {
         i = tags_->after_element(i);
-        if (!is_blank(tags_->text(tags_->at(i - 1).after))) return false;
+        if (tags_->at(i - 1).is_followed_by_text) return false;
     }
     return true;
 }
@@ -116,7 +112,9 @@ xmlSAXHandler XmlParser::handlers() {
     handlers.initialized = XML_SAX2_MAGIC;
     handlers.startElementNs = on_start;
     handlers.endElementNs = on_end;
+    // libxml2 doesn't look for blanks if they go to the same function.
     handlers.characters = on_text;
+    handlers.ignorableWhitespace = on_text;
     handlers.cdataBlock = on_text;
     handlers.internalSubset = on_document_type;
     handlers.serror = on_error;
@@ -161,7 +159,7 @@ void XmlParser::on_start(void *context, const xmlChar *name, const xmlChar *pref
                          const xmlChar ** /*namespaces*/, int attribute_count, int /*defaulted*/,
                          const xmlChar **attributes) {
     XmlParser &parser = parser_of(context);
-    const uint64_t line = parser.line();
+    const uint64_t line = parser.line_of_handler();
     parser.tags_.add_start(parser.name_of(prefix, name), line);
     // Five pointers an attribute: name, prefix, namespace, start and end of the value.
     for (int i = 0; i < attribute_count; ++i, attributes += 5)
@@ -181,7 +179,7 @@ void XmlParser::on_end(void *context, const xmlChar *, const xmlChar *, const xm
 // Text comes in pieces of any length.
 void XmlParser::on_text(void *context, const xmlChar *text, int length) {
     XmlParser &parser = parser_of(context);
-    parser.tags_.add_text(view_between(text, text + length), parser.line());
+    parser.tags_.add_text(view_between(text, text + length), parser.line_of_handler());
 }
 
 void XmlParser::on_document_type(void *context, const xmlChar *, const xmlChar *, const xmlChar *) {
@@ -199,9 +197,10 @@ void XmlParser::on_error(void *context, xmlError *error) {
 
 // Passes the next bytes to libxml2.
 void XmlParser::feed() {
-    const std::string bytes = input_.take(chunk);
+    const std::string_view bytes = input_.rest().substr(0, chunk);
     at_end_ = bytes.empty();
     xmlParseChunk(context_.get(), bytes.data(), static_cast<int>(bytes.size()), at_end_ ? 1 : 0);
+    input_.pass(bytes.size());
 }
 
 // Reads on until there is a tag. False if none follows; throws the problem that the parser found.
@@ -219,7 +218,7 @@ std::optional<XmlElement> XmlParser::next() {
     }
     const bool is_there = wait();
     const XmlTags::Tag &last = tags_.at(next_ - 1);
-    if (!is_blank(tags_.text(last.after))) fail(last.after_line, "expected an element, not text");
+    if (last.is_followed_by_text) fail(last.after_line, "expected an element, not text");
     if (!is_there || !tags_.at(next_++).is_start) return std::nullopt;
     return XmlElement(tags_, next_ - 1);
 }

@@ -35,13 +35,15 @@ class XmlTags {
     };
     struct Tag {
         bool is_start = false;
-        std::string_view name{};  // of a start tag; valid as long as the parser
-        uint64_t line = 0;        // of a start tag
+        bool is_followed_by_text = false;  // which isn't blank
+        std::string_view name{};           // of a start tag; valid as long as the parser
+        uint64_t line = 0;                 // of a start tag
         // Of the texts and the attributes when the tag was added.
         std::size_t texts = 0;
         std::size_t first_attribute = 0;
         std::size_t attributes = 0;
-        // The text after the tag, and the line of its first character.
+        // The text after the tag, of an end tag only its length, and the line of its first
+        // character.
         Text after{};
         uint64_t after_line = 0;
     };
@@ -98,7 +100,10 @@ class XmlElement {
     std::string_view name() const { return tag().name; }
     uint64_t line() const { return tag().line; }
     std::optional<std::string_view> attribute(std::string_view wanted) const;
-    std::vector<std::string_view> attribute_names() const;
+    std::size_t attributes() const { return tag().attributes; }
+    std::string_view attribute_name(std::size_t place) const {
+        return tags_->text(tags_->attribute(tag().first_attribute + place).name);
+    }
 
     // Of an element that was read with XmlParser::take_inside:
     Children children() const { return {*tags_, place_ + 1}; }
@@ -137,6 +142,8 @@ class XmlParser {
     };
 
     static xmlSAXHandler handlers();
+    // The line that libxml2 reads in a handler.
+    uint64_t line_of_handler() const { return static_cast<uint64_t>(context_->input->line); }
     static XmlParser &parser_of(void *context) { return *static_cast<XmlParser *>(context); }
     static void on_start(void *context, const xmlChar *name, const xmlChar *prefix,
                          const xmlChar *uri, int namespace_count, const xmlChar **namespaces,

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <charconv>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -193,12 +195,13 @@ class XmlReader {
     }
 
     void check_attributes(const XmlElement &element,
-                          const std::vector<std::string_view> &known) const {
+                          std::initializer_list<std::string_view> known) const {
         if (options_.lenient) return;
-        for (const std::string_view name : element.attribute_names()) {
+        for (std::size_t i = 0; i < element.attributes(); ++i) {
+            const std::string_view name = element.attribute_name(i);
             if (std::find(known.begin(), known.end(), name) != known.end()) continue;
             throw no_such(Exit::data, fmt::format("attribute of `{}`", element.name()), name,
-                          known);
+                          {known.begin(), known.end()});
         }
     }
 
@@ -276,7 +279,8 @@ class XmlReader {
     void build(const XmlElement &element, Draft &draft, uint64_t &line) const {
         draft.begin(head_of(element));
         const Table &table = draft.table();
-        refuse_text(element, fmt::format("the element `{}`", table.name));
+        if (!element.has_no_text())
+            refuse_text(element, fmt::format("the element `{}`", table.name));
         bool found = false;
         for (const XmlElement child : element.children()) {
             line = child.line();
