@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/utf8.h"
 
-#include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace cli {
 namespace {
@@ -18,6 +19,13 @@ Lead lead_of(unsigned char byte) {
     if ((byte & 0xf0) == 0xe0) return {3, static_cast<unsigned char>(byte & 0x0f), 0x800};
     if ((byte & 0xf8) == 0xf0) return {4, static_cast<unsigned char>(byte & 0x07), 0x10000};
     return {0, 0, 0};
+}
+
+bool is_ascii_word(std::string_view text) {
+    std::uint64_t word = 0;
+    if (text.size() < sizeof word) return false;
+    std::memcpy(&word, text.data(), sizeof word);
+    return (word & 0x8080808080808080U) == 0;
 }
 
 }  // namespace
@@ -39,11 +47,12 @@ Utf8Character first_utf8(std::string_view text) {
 }
 
 bool is_utf8(std::string_view text) {
-    const auto ascii_ends = std::find_if(text.begin(), text.end(), [](char byte) {
-        return static_cast<unsigned char>(byte) >= 0x80;
-    });
-    text.remove_prefix(static_cast<std::size_t>(ascii_ends - text.begin()));
+    while (is_ascii_word(text)) text.remove_prefix(sizeof(std::uint64_t));
     while (!text.empty()) {
+        if (static_cast<unsigned char>(text.front()) < 0x80) {
+            text.remove_prefix(1);
+            continue;
+        }
         const Utf8Character character = first_utf8(text);
         if (!character.valid) return false;
         text.remove_prefix(character.length);
