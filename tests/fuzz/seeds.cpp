@@ -11,6 +11,7 @@
 #include "tests/fuzz/exercise.h"
 #include "tests/fuzz/fill.h"
 #include "tests/fuzz/forms.h"
+#include "tests/fuzz/json_seeds.h"
 #include "tests/fuzz/mutate.h"
 #include "tests/fuzz/store_changes.h"
 #include "tests/fuzz/store_pieces.h"
@@ -208,6 +209,12 @@ std::string xml_words() {
     return lines;
 }
 
+std::string json_entries() {
+    std::string lines;
+    for (const std::string &word : json_words()) lines += entry(bytes_of(word));
+    return lines;
+}
+
 std::string store_entries() {
     std::string lines;
     for (const std::vector<u8> &word : store_words()) lines += entry(word);
@@ -224,11 +231,13 @@ void make_seeds(const Target &target, const TakeSeed &take) {
     if (target.run == fuzz_log) return log_seeds(take);
     if (target.run == fuzz_segment) return segment_seeds(take);
     if (target.run == fuzz_store) return change_seeds(take);
+    if (target.run == fuzz_json) return json_seeds(take);
     frame_seeds(take);
 }
 
 std::string make_dictionary(const Target &target) {
     if (target.run == fuzz_checkpoint || target.run == fuzz_log) return store_entries();
+    if (target.run == fuzz_json) return json_entries();
     return target.run == fuzz_xml ? xml_words() : wire_words();
 }
 

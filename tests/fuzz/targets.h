@@ -23,6 +23,9 @@ void fuzz_object(Bytes input);
 void fuzz_record(Bytes input);
 // A document: item, conditions, portion, then its text.
 void fuzz_xml(Bytes input);
+// A document of JSON as an import reads it: objects that are opened, length of pieces, then its
+// text.
+void fuzz_json(Bytes input);
 // A stream of frames, identified by their LUIDs: conditions, then the frames.
 void fuzz_frame(Bytes input);
 // A checkpoint of a store: checksums that are made right, then pieces of the file.
@@ -41,7 +44,7 @@ struct Target {
 inline constexpr Target targets[] = {
     {"object", fuzz_object}, {"record", fuzz_record},         {"xml", fuzz_xml},
     {"frame", fuzz_frame},   {"checkpoint", fuzz_checkpoint}, {"log", fuzz_log},
-    {"store", fuzz_store},   {"segment", fuzz_segment},
+    {"store", fuzz_store},   {"segment", fuzz_segment},       {"json", fuzz_json},
 };
 
 }  // namespace tarnbase::fuzz
