@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -37,6 +38,11 @@ std::vector<u8> image_of(const kel_store *store, u64 &base) {
     base = reinterpret_cast<u64>(description.base);
     const u8 *bytes = static_cast<const u8 *>(description.base);
     return {bytes, bytes + description.size};
+}
+
+// AddressSanitizer's memmove, which std::copy calls, copies byte by byte.
+void copy_image(const Image &image, u8 *to) {
+    std::memcpy(to, image.bytes().data(), image.bytes().size());
 }
 
 // A store without a finding can be read.
@@ -73,7 +79,7 @@ class InMemory {
     void run(Bytes changes, u32 mode) {
         image_->change(memory_, changes);
         check_and_read(store_, mode);
-        std::copy(image_->bytes().begin(), image_->bytes().end(), memory_);
+        copy_image(*image_, memory_);
     }
 
  private:
@@ -94,6 +100,7 @@ class InFiles {
         require(kel_store_checkpoint(store) == 0, "a checkpoint can be made");
         u64 base = 0;
         std::vector<u8> bytes = image_of(store, base);
+        changed_ = bytes;
         image_ = std::make_unique<Image>(std::move(bytes), base);
         kel_store_close(store);
         folder_ = runtime::File(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -103,12 +110,12 @@ class InFiles {
     InFiles &operator=(const InFiles &) = delete;
 
     void run(Bytes changes, u32 mode, u8 conditions) {
-        std::vector<u8> bytes = image_->bytes();
-        image_->change(bytes.data(), changes);
+        copy_image(*image_, changed_.data());
+        image_->change(changed_.data(), changes);
         runtime::remove_checkpoints(folder_.descriptor(), head_.position + 1);
         const bool is_wrong = (conditions & wrong_checksums) != 0;
-        write(is_wrong ? image_->bytes() : bytes);
-        if (is_wrong) overwrite(bytes);
+        write(is_wrong ? image_->bytes() : changed_);
+        if (is_wrong) overwrite(changed_);
         kel_store *store = nullptr;
         if ((conditions & salvaged) != 0) return salvage(mode);
         const u32 error = kel_store_open(path_.c_str(), &store);
@@ -171,6 +178,7 @@ class InFiles {
     runtime::File folder_;
     runtime::CheckpointHead head_{};
     std::unique_ptr<Image> image_;
+    std::vector<u8> changed_;  // made once: it is large
 };
 
 }  // namespace

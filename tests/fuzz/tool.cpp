@@ -3,6 +3,9 @@
 //   fuzz_tool replay TARGET PATH...      each file, and each file of a folder
 //   fuzz_tool seeds DIR                  DIR/TARGET/..., and DIR/TARGET.dict
 //   fuzz_tool mutate TARGET COUNT SEED   seeds, changed COUNT times
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "runtime/base/file.h"
 #include "tests/fuzz/mutate.h"
 #include "tests/fuzz/seeds.h"
 #include "tests/fuzz/targets.h"
@@ -33,6 +37,31 @@ void write_file(const fs::path &path, Bytes bytes) {
               static_cast<std::streamsize>(bytes.size()));
     if (!out) throw std::runtime_error("cannot write " + path.string());
 }
+
+// A file with the input that is being tested, which a crash leaves. It stays open: to make a file
+// anew for each input takes a tenth of the time.
+class InputFile {
+ public:
+    explicit InputFile(fs::path path)
+        : path_(std::move(path)),
+          file_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+        if (!file_.is_open()) throw std::runtime_error("cannot write " + path_.string());
+    }
+    void write(Bytes bytes) {
+        const auto size = static_cast<ssize_t>(bytes.size());
+        if (::pwrite(file_.descriptor(), bytes.data(), bytes.size(), 0) != size ||
+            (size < size_ && ::ftruncate(file_.descriptor(), size) != 0)) {
+            throw std::runtime_error("cannot write " + path_.string());
+        }
+        size_ = size;
+    }
+    void remove() const { fs::remove(path_); }
+
+ private:
+    fs::path path_;
+    tarnbase::runtime::File file_;
+    ssize_t size_ = 0;
+};
 
 // The files at a path, in the order of their names.
 std::vector<fs::path> files_at(const fs::path &path) {
@@ -79,7 +108,7 @@ int write_seeds(const fs::path &folder) {
 int mutate(const Target &target, u32 count, u32 seed) {
     constexpr std::size_t longest = 8192;
     constexpr u32 changes_a_seed = 6;
-    const fs::path left = std::string(target.name) + "_" + std::to_string(seed);
+    InputFile left(std::string(target.name) + "_" + std::to_string(seed));
     std::vector<std::vector<u8>> seeds;
     make_seeds(target, [&](const std::string &, Bytes bytes) {
         seeds.emplace_back(bytes.begin(), bytes.end());
@@ -95,10 +124,10 @@ int mutate(const Target &target, u32 count, u32 seed) {
             mutate_bytes(input, random);
         }
         input.resize(std::min(input.size(), longest));
-        write_file(left, input);
+        left.write(input);
         target.run(input);
     }
-    fs::remove(left);
+    left.remove();
     std::printf("%u inputs\n", count);
     return 0;
 }
