@@ -85,19 +85,19 @@ bool LogWriter::take_next(std::uint64_t least, std::uint64_t most, Segment &take
 // Begins the next segment with a frame. The worker unmaps the old one: both hold a lock of the
 // kernel's, and the worker may hold it for long.
 std::uint32_t LogWriter::append_to_next(std::span<const char> frame, std::uint64_t usual) {
-    const std::uint64_t used = frame.size() + end_mark_bytes;
-    const std::uint64_t needed = segment_head_bytes + used;
+    const std::uint64_t needed = segment_head_bytes + frame.size() + end_mark_bytes;
     Segment next;
     std::uint32_t error = segment_.prepare(position_, end_mark_bytes);
     if (error != 0) return error;
     const std::uint64_t most = std::max(usual, needed);
-    if (!take_next(needed, most, next)) {
-        error = next.create(folder_, id_, position_, most, used);
+    if (take_next(needed, most, next)) {
+        std::memcpy(next.from(position_).data(), frame.data(), frame.size());
+    } else {
+        error = next.create(folder_, id_, position_, most, frame);
         if (error == ENOSPC || error == EFBIG)
-            error = next.create(folder_, id_, position_, needed, used);
+            error = next.create(folder_, id_, position_, needed, frame);
     }
     if (error != 0) return error;
-    std::memcpy(next.from(position_).data(), frame.data(), frame.size());
     std::memset(segment_.from(position_).data(), end_mark_byte, end_mark_bytes);
     std::swap(segment_, next);
     position_ += frame.size();

@@ -83,11 +83,16 @@ void take_mode_of(int folder, int file) {
     [[maybe_unused]] const int ignored = ::fchmod(file, wanted);
 }
 
-std::uint32_t fill_file(int folder, int file, const SegmentHead &head) {
+// The frame is written by a call: stores into a mapping of the file would wait for each of its
+// pages, and the kernel would clear them before.
+std::uint32_t fill_file(int folder, int file, const SegmentHead &head,
+                        std::span<const char> frame) {
     take_mode_of(folder, file);
-    const std::uint32_t error = allocate_blocks(file, head.size);
-    if (error != 0) return error;
-    return write_fully(file, {reinterpret_cast<const char *>(&head), sizeof head}, 0);
+    std::uint32_t error = allocate_blocks(file, head.size);
+    if (error == 0) {
+        error = write_fully(file, {reinterpret_cast<const char *>(&head), sizeof head}, 0);
+    }
+    return error != 0 ? error : write_fully(file, frame, segment_head_bytes);
 }
 
 std::uint32_t rename_to(int folder, const char *name) {
@@ -137,7 +142,7 @@ Segment::~Segment() {
 }
 
 std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t position,
-                              std::uint64_t bytes, std::uint64_t used) {
+                              std::uint64_t bytes, std::span<const char> frame) {
     constexpr std::uint64_t unit = first_segment_bytes;
     const std::uint64_t size = std::max((bytes + unit - 1) / unit, std::uint64_t{1}) * unit;
     if (size > std::numeric_limits<std::uint32_t>::max() || is_above_file_limit(size)) return EFBIG;
@@ -151,9 +156,9 @@ std::uint32_t Segment::create(int folder, const StoreId &id, std::uint64_t posit
         Segment made;
         made.size_ = size;
         made.first_ = position;
-        error = fill_file(folder, file.descriptor(), head);
+        error = fill_file(folder, file.descriptor(), head, frame);
         if (error == 0) error = made.map(file.descriptor(), true);
-        if (error == 0) error = made.prepare(position, used);
+        if (error == 0) error = made.prepare(position + frame.size(), end_mark_bytes);
         if (error == 0) error = rename_to(folder, segment_name(position).c_str());
         if (error == 0) *this = std::move(made);
     } while (error == ENOENT);

@@ -43,12 +43,12 @@ class Segment {
     ~Segment();
 
     // Creates a segment of `bytes`, rounded up to a multiple of `first_segment_bytes`: all of
-    // its disk blocks are allocated, and the first `used` bytes of frames and marks are prepared.
+    // its disk blocks are allocated. It begins with `frame`, and an end mark after that is prepared.
     // A file of that name is replaced. Returns 0 or an errno number, ENOSPC among them; an error
     // leaves no file. Requires: this process has the writer's lock, or the store is new.
     std::uint32_t create(int folder, const StoreId &id, std::uint64_t position,
                          std::uint64_t bytes = first_segment_bytes,
-                         std::uint64_t used = end_mark_bytes);
+                         std::span<const char> frame = {});
     // Creates one without a position or a name, all of whose pages are mapped; `bytes` are a
     // multiple of `first_segment_bytes`. It is gone when it is unmapped. Returns 0 or an errno
     // number: EOPNOTSUPP the file system has no files without a name.
