@@ -14,8 +14,12 @@ namespace tarnbase::runtime {
 
 class NewBlocks {
  public:
-    // Offsets are from the store's base.
+    // Offsets are from the store's base. No block that is there now is at `end` or after it.
+    void begin(std::uint64_t end) { end_ = end; }
+    // Blocks may appear after that end which aren't the transaction's.
+    void share_end() { end_ = no_end; }
     void add(std::uint64_t offset, std::uint64_t size) {
+        if (offset >= end_) return;
         Block &oldest = last_[next_];
         if (oldest.size != 0) others_.insert(oldest.offset, oldest.size);
         oldest = {offset, size};
@@ -23,6 +27,7 @@ class NewBlocks {
     }
     // Whether bytes, which may be anywhere, are in one. Without memory some are forgotten.
     bool contain(std::uint64_t offset, std::uint64_t length) const {
+        if (offset >= end_) return true;
         for (const Block &block : last_) {
             const std::uint64_t inside = offset - block.offset;
             if (inside < block.size && length <= block.size - inside) return true;
@@ -40,6 +45,9 @@ class NewBlocks {
         std::uint64_t size = 0;
     };
 
+    static constexpr std::uint64_t no_end = ~std::uint64_t{0};
+
+    std::uint64_t end_ = no_end;
     // Most transactions have no others.
     std::array<Block, 4> last_;
     std::size_t next_ = 0;

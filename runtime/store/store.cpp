@@ -68,6 +68,8 @@ void *kel_store::allocate(std::uint32_t tx_id, std::uint64_t size) {
     if (slot != nullptr) {
         slot->undo.allocated(block);
         slot->new_blocks.add(offset_of(block), size);
+    } else if (open_transactions_ > 0) {
+        share_end_of_arena();
     }
     if (sharing != nullptr) sharing->changes().allocated(offset_of(block));
     return block;

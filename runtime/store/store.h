@@ -113,6 +113,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     bool others_have_changes(const tarnbase::runtime::TransactionSlot &slot) const;
     void publish_rollback(const tarnbase::runtime::TransactionSlot &slot, bool is_complete);
     void close_slot(tarnbase::runtime::TransactionSlot &slot);
+    void share_end_of_arena();
 
     std::array<tarnbase::runtime::TransactionSlot, tarnbase::runtime::transaction_slots>
         transactions_;

@@ -46,8 +46,15 @@ std::uint32_t kel_store::begin(std::uint32_t *tx_id) {
         header->begun << slot_bits | static_cast<std::uint32_t>(slot - transactions_.begin());
     slot->thread.store(tarnbase::runtime::thread_number, std::memory_order_relaxed);
     open_transactions_ += 1;
+    slot->new_blocks.begin(header->arena.size);
+    if (open_transactions_ > 1) share_end_of_arena();
     *tx_id = slot->id;
     return 0;
+}
+
+// More than one of the open transactions, or a change outside of them, may take new pages.
+void kel_store::share_end_of_arena() {
+    for (TransactionSlot &slot : transactions_) slot.new_blocks.share_end();
 }
 
 void kel_store::close_slot(TransactionSlot &slot) {

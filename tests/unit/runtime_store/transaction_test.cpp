@@ -179,6 +179,32 @@ TEST_F(Transactions, AWriteLongerThanAChunkOfTheLogIsRolledBackWhole) {
     EXPECT_EQ(to_text(before.changes()), "");
 }
 
+constexpr std::size_t bytes_in_new_pages = 100'000;
+
+TEST_F(Transactions, ChangesOfABlockInNewPagesMadeOutsideOfThemAreUndone) {
+    const std::uint32_t tx = store.begin();
+    auto *block = static_cast<std::uint8_t *>(store.allocate(bytes_in_new_pages));
+    block[5] = 7;
+    store.set(tx, block + 5, std::uint8_t{8});
+    store.roll_back(tx);
+    EXPECT_EQ(block[5], 7);
+}
+
+TEST_F(Transactions, ChangesOfABlockInNewPagesOfAnotherOneAreUndone) {
+    for (const bool is_maker_first : {false, true}) {
+        const std::uint32_t first = store.begin();
+        const std::uint32_t second = store.begin();
+        const std::uint32_t maker = is_maker_first ? first : second;
+        const std::uint32_t other = is_maker_first ? second : first;
+        auto *block = static_cast<std::uint8_t *>(store.allocate(bytes_in_new_pages, maker));
+        block[5] = 7;
+        store.set(other, block + 5, std::uint8_t{8});
+        store.roll_back(other);
+        EXPECT_EQ(block[5], 7);
+        store.commit(maker);
+    }
+}
+
 TEST_F(Transactions, DeltasOfACounterAreUndoneAroundItsOldBytes) {
     auto *counter = static_cast<std::uint64_t *>(store.allocate(8));
     *counter = 100;
