@@ -57,7 +57,7 @@ class ElementLabels {
 // Calls `write(run)` for each piece of the run that begins with `first`, or of the elements of an
 // array; `place` is where its values are, or null.
 template <typename Labels, typename Write>
-void each_piece(const Field &first, const void *place, Labels &&labels, Write write) {
+void each_piece(const Field &first, const void *place, Labels &&labels, Write &&write) {
     const std::uint32_t count = first.kind == FieldKind::array ? first.elements : first.run;
     const auto *values = static_cast<const char *>(place);
     std::array<kel_run_label, longest_piece> names;

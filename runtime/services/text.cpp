@@ -16,9 +16,15 @@ std::uint32_t kel_print_space(kel_handle *handle, std::uint32_t, char *buffer, s
 
 std::uint32_t kel_snprintf(kel_handle *handle, std::uint32_t, char *buffer, std::uint32_t remaining,
                            std::uint32_t *err, const char *format, ...) {
+    // The arguments are read again if that is necessary: to copy the list takes longer.
+    std::uint32_t length = 0;
     std::va_list arguments;
     va_start(arguments, format);
-    const std::uint32_t length = write_formatted(handle, buffer, remaining, err, format, arguments);
+    const bool is_written = write_texts(buffer, remaining, format, arguments, length);
+    va_end(arguments);
+    if (is_written) return length;
+    va_start(arguments, format);
+    length = write_formatted(handle, buffer, remaining, err, format, arguments);
     va_end(arguments);
     return length;
 }

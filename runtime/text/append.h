@@ -3,11 +3,12 @@
 #ifndef TARNBASE_RUNTIME_TEXT_APPEND_H
 #define TARNBASE_RUNTIME_TEXT_APPEND_H
 
-#include <charconv>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 namespace tarnbase::runtime {
 
@@ -37,8 +38,10 @@ inline char *append(char *at, const char *text, std::uint32_t length) {
         copy_both_ends<8>(at, text, length);
     } else if (length >= 4) {
         copy_both_ends<4>(at, text, length);
-    } else {
-        for (std::uint32_t i = 0; i < length; ++i) at[i] = text[i];
+    } else if (length >= 2) {
+        copy_both_ends<2>(at, text, length);
+    } else if (length == 1) {
+        *at = *text;
     }
     return at + length;
 }
@@ -50,14 +53,91 @@ char *append(char *at, const char (&text)[Size]) {
     return at + Size - 1;
 }
 
+// Two stores of `Size` blanks cover Size to 2 * Size bytes.
+template <std::size_t Size>
+void blank_both_ends(char *at, std::size_t count) {
+    std::memset(at, ' ', Size);
+    std::memset(at + count - Size, ' ', Size);
+}
+
 inline char *append_blanks(char *at, std::uint32_t count) {
-    std::memset(at, ' ', count);
+    if (count > 16) {
+        std::memset(at, ' ', count);
+    } else if (count >= 8) {
+        blank_both_ends<8>(at, count);
+    } else if (count >= 4) {
+        blank_both_ends<4>(at, count);
+    } else if (count >= 2) {
+        blank_both_ends<2>(at, count);
+    } else if (count == 1) {
+        *at = ' ';
+    }
     return at + count;
+}
+
+// "00" to "99", one after the other.
+inline constexpr std::array<char, 200> digit_pairs = [] {
+    std::array<char, 200> pairs{};
+    for (std::size_t i = 0; i < pairs.size(); i += 2) {
+        pairs[i] = static_cast<char>('0' + i / 20);
+        pairs[i + 1] = static_cast<char>('0' + i / 2 % 10);
+    }
+    return pairs;
+}();
+
+// Two digits of a number below 100, four of one below 10000.
+inline char *append_two(char *at, std::uint32_t number) {
+    std::memcpy(at, digit_pairs.data() + std::size_t{2} * number, 2);
+    return at + 2;
+}
+inline char *append_four(char *at, std::uint32_t number) {
+    return append_two(append_two(at, number / 100), number % 100);
+}
+
+// A number below 10000, without zeros before it.
+inline char *append_below_10000(char *at, std::uint32_t number) {
+    if (number >= 1000) return append_four(at, number);
+    if (number >= 100) {
+        *at++ = static_cast<char>('0' + number / 100);
+        return append_two(at, number % 100);
+    }
+    if (number >= 10) return append_two(at, number);
+    *at = static_cast<char>('0' + number);
+    return at + 1;
+}
+
+// Two digits at a time, which takes half as long as std::to_chars.
+template <typename Unsigned>
+char *append_unsigned(char *at, Unsigned number);
+
+// A number of more than eight digits.
+template <typename Unsigned>
+[[gnu::noinline]] char *append_long(char *at, Unsigned number) {
+    at = append_unsigned(at, static_cast<Unsigned>(number / 100000000));
+    const auto last = static_cast<std::uint32_t>(number % 100000000);
+    return append_four(append_four(at, last / 10000), last % 10000);
+}
+
+template <typename Unsigned>
+[[gnu::always_inline]] inline char *append_unsigned(char *at, Unsigned number) {
+    if (number >= 100000000) return append_long(at, number);
+    const auto all = static_cast<std::uint32_t>(number);
+    if (all < 10000) return append_below_10000(at, all);
+    return append_four(append_below_10000(at, all / 10000), all % 10000);
 }
 
 template <typename Number>
 char *append_number(char *at, Number number) {
-    return std::to_chars(at, at + longest_number<Number>, number).ptr;
+    using Unsigned =
+        std::conditional_t<(sizeof(Number) > sizeof(std::uint32_t)), std::uint64_t, std::uint32_t>;
+    auto size = static_cast<Unsigned>(number);
+    if constexpr (std::is_signed_v<Number>) {
+        if (number < 0) {
+            *at++ = '-';
+            size = Unsigned{0} - size;
+        }
+    }
+    return append_unsigned(at, size);
 }
 
 }  // namespace tarnbase::runtime

@@ -17,29 +17,15 @@ namespace {
 // Appends a format of texts and "%s" only, which nearly all are. False: of anything else.
 bool append_texts(Line &line, const char *format, std::va_list arguments) {
     for (;;) {
-        const std::string_view rest = format;
-        const std::size_t percent = rest.find('%');
-        line.text(rest.substr(0, percent));
-        if (percent == std::string_view::npos) return true;
-        if (format[percent + 1] != 's') return false;
+        const char *percent = format;
+        while (*percent != '%' && *percent != '\0') ++percent;
+        line.text({format, static_cast<std::size_t>(percent - format)});
+        if (*percent == '\0') return true;
+        if (percent[1] != 's') return false;
         const char *const text = va_arg(arguments, const char *);
         line.text(text == nullptr ? "(null)" : text);
-        format += percent + 2;
+        format = percent + 2;
     }
-}
-
-// True: the text was written with a NUL. If it doesn't fit with one, vsnprintf cuts it.
-bool write_texts(char *buffer, std::uint32_t remaining, const char *format, std::va_list arguments,
-                 std::uint32_t &length) {
-    Line line(buffer, remaining);
-    std::va_list copy;
-    va_copy(copy, arguments);
-    const bool is_complete = append_texts(line, format, copy) && line.length() < remaining;
-    va_end(copy);
-    if (!is_complete) return false;
-    length = static_cast<std::uint32_t>(line.length());
-    buffer[length] = '\0';
-    return true;
 }
 
 // Formats a text that fills its buffer to the last character and leaves no byte for the
@@ -67,10 +53,17 @@ std::uint32_t write_blanks(kel_handle *handle, char *buffer, std::uint32_t count
     return count;
 }
 
+bool write_texts(char *buffer, std::uint32_t remaining, const char *format, std::va_list arguments,
+                 std::uint32_t &length) {
+    Line line(buffer, remaining);
+    if (!append_texts(line, format, arguments) || line.length() >= remaining) return false;
+    length = static_cast<std::uint32_t>(line.length());
+    buffer[length] = '\0';
+    return true;
+}
+
 std::uint32_t write_formatted(kel_handle *handle, char *buffer, std::uint32_t remaining,
                               std::uint32_t *err, const char *format, std::va_list arguments) {
-    std::uint32_t texts = 0;
-    if (write_texts(buffer, remaining, format, arguments, texts)) return texts;
     std::va_list again;
     va_copy(again, arguments);
     const std::int64_t length = std::vsnprintf(buffer, remaining, format, arguments);

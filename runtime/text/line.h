@@ -5,13 +5,12 @@
 #define TARNBASE_RUNTIME_TEXT_LINE_H
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <string_view>
 
 #include "runtime/base/errors.h"
+#include "runtime/text/append.h"
 
 namespace tarnbase::runtime {
 
@@ -21,8 +20,7 @@ class Line {
 
     Line &text(std::string_view text) {
         if (text.size() > free_) return cut(text);
-        if (text.empty()) return *this;
-        std::memcpy(at_, text.data(), text.size());
+        append(at_, text.data(), static_cast<std::uint32_t>(text.size()));
         return advance(text.size());
     }
 
@@ -37,13 +35,14 @@ class Line {
 
     template <typename Number>
     Line &number(Number number) {
-        char digits[std::numeric_limits<Number>::digits10 + 3];
-        if (sizeof digits <= free_) {
-            char *const end = std::to_chars(at_, at_ + sizeof digits, number).ptr;
-            return advance(static_cast<std::size_t>(end - at_));
+        if (longest_number<Number> <= free_) {
+            return advance(static_cast<std::size_t>(append_number(at_, number) - at_));
         }
-        const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-        return text({digits, static_cast<std::size_t>(end - digits)});
+        char digits[longest_number<Number>];
+        const auto length = static_cast<std::size_t>(append_number(digits, number) - digits);
+        if (length > free_) return cut({digits, length});
+        std::memcpy(at_, digits, length);
+        return advance(length);
     }
 
     // The length of the whole text.

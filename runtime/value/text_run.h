@@ -32,22 +32,37 @@ struct Frame {
     std::uint64_t names;  // how often it has the value's name
 };
 
+// The end of the text of those values from the first on whose longest text fits in any case.
+// `count` gets how many they are.
+template <typename T, typename Append>
+char *append_values(const RunPlace &place, const kel_labelled_run &run, Frame frame, Append append,
+                    std::uint32_t &count) {
+    const kel_labelled_run values = run;  // which no store of a character changes
+    const char *const end = place.buffer + place.remaining;
+    char *at = place.buffer;
+    std::uint32_t i = 0;
+    for (; i < values.count; ++i) {
+        const kel_run_label &label = values.labels[i];
+        const std::uint64_t longest = frame.fixed + frame.names * label.length + longest_number<T>;
+        if (longest > static_cast<std::uint64_t>(end - at)) break;
+        at = append(at, label, value_at<T>(values, i));
+    }
+    count = i;
+    return at;
+}
+
 // Writes one value after the other: with `append(at, label, value)` if the longest text fits, else
 // with `write(at, label, value, remaining)`, which checks the space.
 template <typename T, typename Append, typename Write>
 std::uint32_t write_run(const RunPlace &place, const kel_labelled_run &run, Frame frame,
                         Append append, Write write) {
-    std::uint32_t used = 0;
-    for (std::uint32_t i = 0; i < run.count && *place.err == 0; ++i) {
-        const kel_run_label &label = run.labels[i];
-        const T value = value_at<T>(run, i);
-        char *const at = place.buffer + used;
-        const std::uint32_t remaining = place.remaining - used;
-        if (frame.fixed + frame.names * label.length + longest_number<T> <= remaining) {
-            used += static_cast<std::uint32_t>(append(at, label, value) - at);
-        } else {
-            used += write(at, label, value, remaining);
-        }
+    if (*place.err != 0) return 0;
+    std::uint32_t i = 0;
+    const char *const end = append_values<T>(place, run, frame, append, i);
+    auto used = static_cast<std::uint32_t>(end - place.buffer);
+    for (; i < run.count && *place.err == 0; ++i) {
+        used +=
+            write(place.buffer + used, run.labels[i], value_at<T>(run, i), place.remaining - used);
     }
     return used;
 }

@@ -63,6 +63,21 @@ TEST_F(PrintServices, ArgumentsAreFormattedLikeSnprintfDoes) {
     EXPECT_EQ(err, 0U);
 }
 
+TEST_F(PrintServices, TextsAreFormattedAgainIfSomethingElseFollowsThem) {
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 20, &err, "%s@%s: %u", "ab", "cde", 12U),
+              10U);
+    EXPECT_STREQ(buffer.c_str(), "ab@cde: 12");
+    // Space for the text without a NUL, and for less.
+    buffer.assign(20, '~');
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 10, &err, "%s@%s: {\n", "ab", "cde"), 10U);
+    EXPECT_EQ(buffer.substr(0, 11), "ab@cde: {\n~");
+    EXPECT_EQ(err, 0U);
+    buffer.assign(20, '~');
+    EXPECT_EQ(kel_snprintf(handle, tx, buffer.data(), 9, &err, "%s@%s: {\n", "ab", "cde"), 0U);
+    expect_error(EMSGSIZE);
+    EXPECT_EQ(buffer.substr(9), std::string(11, '~'));
+}
+
 TEST_F(PrintServices, ATextThatFailedHalfwayIsStillClosed) {
     err = EINVAL;
     EXPECT_EQ(kel_print_space(handle, tx, buffer.data(), 2, 20, &err), 2U);

@@ -203,7 +203,7 @@ void expect_same_texts(kel_handle *handle, std::uint32_t length, Single single, 
 
 TYPED_TEST(Run, IsPrintedAsItsValuesAre) {
     const LabelledRun<typename TypeParam::Type> labelled;
-    for (const std::uint32_t indent : {0U, 2U, 41U}) {
+    for (const std::uint32_t indent : {0U, 1U, 2U, 3U, 4U, 7U, 8U, 16U, 41U}) {
         for (const kel_labelled_run &run : {labelled.with_values(), labelled.without_values()}) {
             expect_same_texts(
                 this->handle, run.count,
@@ -217,6 +217,40 @@ TYPED_TEST(Run, IsPrintedAsItsValuesAre) {
                                                   remaining, error);
                 });
         }
+    }
+}
+
+// 0, the limits of the type, and what is beside the powers of ten.
+template <typename T>
+std::vector<T> numbers_of_each_length() {
+    using Limits = std::numeric_limits<T>;
+    std::vector<T> numbers = {0, Limits::min(), Limits::max()};
+    std::uint64_t power = 1;
+    for (int digits = 0; digits <= Limits::digits10; ++digits, power *= 10) {
+        for (const std::uint64_t number : {power - 1, power, power + power / 4 + 1}) {
+            numbers.push_back(static_cast<T>(number));
+            numbers.push_back(static_cast<T>(0 - number));
+        }
+    }
+    return numbers;
+}
+
+TYPED_TEST(Run, PrintsNumbersOfEachLengthInDecimal) {
+    const kel_run_label label = {"n", 1};
+    for (const auto number : numbers_of_each_length<typename TypeParam::Type>()) {
+        const std::string expected = "n: " + std::to_string(number) + "\n";
+        const auto length = static_cast<std::uint32_t>(expected.size());
+        const kel_labelled_run run = {&label, &number, 1};
+        std::string text(50, '\xee');
+        EXPECT_EQ(
+            TypeParam::print_run()(this->handle, this->tx, text.data(), 0, &run, 50, &this->err),
+            length);
+        EXPECT_EQ(text, expected + std::string(50 - length, '\xee'));
+        text.assign(50, '\xee');
+        EXPECT_EQ(TypeParam::print(this->handle, this->tx, text.data(), 0, "n", &number, length,
+                                   &this->err),
+                  length);
+        EXPECT_EQ(text, expected + std::string(50 - length, '\xee'));
     }
 }
 
