@@ -21,14 +21,32 @@ class RunServices {
     template <typename Run, typename Single>
     Run find(Single *single) const {
         for (std::uint32_t i = 0; i < count_; ++i) {
-            if (services_[i].single == reinterpret_cast<void (*)()>(single)) {
+            if (services_[i].single == function(single)) {
                 return reinterpret_cast<Run>(services_[i].run);
             }
         }
         return nullptr;
     }
+    // The same for an operation that repeats several services; the first one is of it alone.
+    template <typename Run, typename Single, typename... Singles>
+    Run find_for_all(Single *single, Singles *...others) const {
+        const Run found = find<Run>(single);
+        return (... && repeats(function(found), function(others))) ? found : nullptr;
+    }
 
  private:
+    using Function = void (*)();
+    template <typename Any>
+    static Function function(Any *any) {
+        return reinterpret_cast<Function>(any);
+    }
+    bool repeats(Function run, Function single) const {
+        for (std::uint32_t i = 0; i < count_; ++i) {
+            if (services_[i].single == single && services_[i].run == run) return true;
+        }
+        return false;
+    }
+
     const kel_run_service *services_ = nullptr;
     std::uint32_t count_ = 0;
 };
@@ -59,8 +77,38 @@ std::array<RunOperations, std::size(all_kinds)> find_operations() {
     };
 }
 
+// Whether all kinds of numbers have an operation.
+template <typename Run>
+bool have_all(const std::array<RunOperations, std::size(all_kinds)> &operations,
+              Run RunOperations::*run) {
+    for (const KindFacts &kind : all_kinds) {
+        if (is_number(kind.kind) && operations[static_cast<unsigned>(kind.kind)].*run == nullptr)
+            return false;
+    }
+    return true;
+}
+
+PieceOperations find_piece_operations(
+    const std::array<RunOperations, std::size(all_kinds)> &operations) {
+    const RunServices services;
+    PieceOperations found = {};
+    if (have_all(operations, &RunOperations::marshal)) {
+        found.marshal = services.find_for_all<kel_marshal_pieces>(
+            &_kel_variant_jump_marshal, &_kel_instance_variant_marshal,
+            &_kel_instance_obj_flag_marshal, &kel_get_instance_obj_flag, &kel_get_instance_variant,
+            &kel_domain_lookup_variant, &kel_clear_last_error);
+    }
+    if (have_all(operations, &RunOperations::unmarshal)) {
+        found.unmarshal = services.find_for_all<kel_unmarshal_pieces>(
+            &_kel_variant_jump_unmarshal, &_kel_instance_variant_unmarshal,
+            &_kel_instance_obj_flag_unmarshal, &kel_clear_last_error);
+    }
+    return found;
+}
+
 }  // namespace
 
 const std::array<RunOperations, std::size(all_kinds)> run_operations = find_operations();
+const PieceOperations piece_operations = find_piece_operations(run_operations);
 
 }  // namespace tarnbase::object

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // Runs of numbers: fields of one kind that follow each other in the object, or the elements of an
-// array. The runtime may have operations on them that replace many calls of a service.
+// array. The runtime may have operations on them that replace many calls of a service, and on
+// pieces of a form, several runs with what is between them.
 #ifndef TARNBASE_OBJECT_RUNS_H
 #define TARNBASE_OBJECT_RUNS_H
 
@@ -21,6 +22,13 @@ struct RunOperations {
 
 // By kind; null until the library is loaded. An array has those of its elements.
 extern const std::array<RunOperations, std::size(all_kinds)> run_operations;
+
+// Null: the services are called. They need the operations of all kinds of numbers.
+struct PieceOperations {
+    kel_marshal_pieces marshal;
+    kel_unmarshal_pieces unmarshal;
+};
+extern const PieceOperations piece_operations;
 
 inline const RunOperations &run_operations_of(FieldKind kind) {
     return run_operations[static_cast<unsigned>(kind)];

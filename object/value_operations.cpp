@@ -55,16 +55,12 @@ constexpr ValueOperations operations_of() {
     return made;
 }
 
-constexpr ValueOperations table[] = {
+}  // namespace
+
+constexpr ValueOperations value_operations[] = {
 #define TARN_OPERATIONS(group, kind, ...) operations_of<FieldKind::kind>(),
     TARN_FIELD_KINDS(TARN_OPERATIONS)
 #undef TARN_OPERATIONS
 };
-
-}  // namespace
-
-const ValueOperations &operations(const Field &field) {
-    return table[static_cast<unsigned>(field.kind)];
-}
 
 }  // namespace tarnbase::object

@@ -44,7 +44,12 @@ struct ValueOperations {
     void (*offset_remove)(const Field &, const Call &, void *place);
 };
 
-const ValueOperations &operations(const Field &field);
+// By kind.
+extern const ValueOperations value_operations[];
+
+inline const ValueOperations &operations(const Field &field) {
+    return value_operations[static_cast<unsigned>(field.kind)];
+}
 
 }  // namespace tarnbase::object
 

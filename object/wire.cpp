@@ -18,9 +18,11 @@
 #include "frame/conventions.h"
 #include "object/epoch.h"
 #include "object/fields.h"
+#include "object/head.h"
 #include "object/object.h"
 #include "object/runs.h"
 #include "object/state.h"
+#include "object/stretch.h"
 #include "object/value_operations.h"
 
 namespace tarnbase::object {
@@ -28,8 +30,6 @@ namespace tarnbase::object {
 namespace {
 
 constexpr std::uint8_t wire_flags = OBJ_STATE_TRACKED | OBJ_RA_DATA;
-constexpr std::uint32_t header_length = 6;
-constexpr std::uint32_t jump_length = 4;
 
 // ---- Writing --------------------------------------------------------------------
 
@@ -70,8 +70,15 @@ void write_states(const Body &body, const Field &field, Output &out) {
 void write_body(const Body &body, const Call &call, const void *object, Output &out,
                 EpochError &epoch) {
     const FieldRange fields = fields_of(body.type);
+    const bool by_stretches =
+        !body.tracked && object != nullptr && piece_operations.marshal != nullptr;
     for (const Field *field = fields.begin(); field != fields.end();) {
         if (field->first_variant > body.variant) return;
+        const FieldsFrom rest = {field, fields.end(), body.variant};
+        if (by_stretches && may_begin_stretch(rest)) {
+            field = write_stretch(call, out, rest, object);
+            if (field != rest.field) continue;
+        }
         const void *place = place_of(*field, object);
         if (const kel_marshal_run run = body.tracked ? nullptr : marshal_run_at(*field)) {
             out.advance(run(call.handle, call.tx_id, out.at(), place, field->run, out.remaining(),
@@ -125,6 +132,22 @@ void write_jump_and_body(const Body &body, const Call &call, const void *object,
     if (!call.failed()) *call.err = error;
 }
 
+// Whether the head has no flags.
+bool has_plain_form(const Call &call, const void *object) {
+    return !call.failed() && (kel_get_instance_obj_flag(object, 1, 0) & OBJ_RA_DATA) == 0 &&
+           !tracking_is_on(call.handle);
+}
+
+// The same with a head without flags before it, for which the buffer has space.
+void write_plain(const Body &body, const Call &call, const void *object, Output &out,
+                 EpochError &epoch) {
+    char *const head = out.at();
+    store_head(head, body.variant);
+    out.advance(head_length);
+    if (body.variant >= 0) write_body(body, call, object, out, epoch);
+    store_jump(head + jump_offset, out.used() - jump_offset);
+}
+
 std::uint32_t write(Type type, const Call &call, Output out, const void *object, Limit limit) {
     if (!call.enter()) return 0;
     if (out.is_empty()) {
@@ -134,6 +157,11 @@ std::uint32_t write(Type type, const Call &call, Output out, const void *object,
     EpochError epoch;
     const std::int8_t variant = variant_to_write(type, call, object, limit);
     epoch.set_aside(call);
+    if (may_write_head(out) && has_plain_form(call, object)) {
+        write_plain({type, variant, false, nullptr}, call, object, out, epoch);
+        epoch.put_back(call);
+        return out.used();
+    }
     out.advance(_kel_instance_variant_marshal(call.handle, call.tx_id, out.at(), &variant,
                                               out.remaining(), call.err));
 
@@ -205,6 +233,7 @@ void read_field_states(const Call &call, Input &in, const Field &field, std::uin
 struct Source {
     std::int8_t variant;
     StateBytes states;
+    bool tracked;  // the object gets state bytes, whether the form has them or not
     InPlace in_place;
 };
 
@@ -212,9 +241,16 @@ void read_body(Type type, const Call &call, const Source &source, Input &in, voi
     std::uint8_t *block =
         source.states == StateBytes::copy ? state_block(type, call, object) : nullptr;
     const bool has_states = source.states != StateBytes::absent;
+    const bool by_stretches =
+        !has_states && !source.tracked && piece_operations.unmarshal != nullptr;
     const FieldRange fields = fields_of(type);
     for (const Field *field = fields.begin(); field != fields.end();) {
         if (field->first_variant > source.variant) return;
+        const FieldsFrom rest = {field, fields.end(), source.variant};
+        if (by_stretches && may_begin_stretch(rest)) {
+            field = read_stretch(call, in, rest, object);
+            if (field != rest.field) continue;
+        }
         void *place = place_of(*field, object);
         if (const kel_unmarshal_run run = has_states ? nullptr : unmarshal_run_at(*field)) {
             in.advance(run(call.handle, call.tx_id, in.at(), place, field->run, in.remaining(),
@@ -260,6 +296,52 @@ std::uint8_t read_flags(const Call &call, Input &in, void *object) {
     return flags;
 }
 
+struct Head {
+    std::int8_t variant = 0;
+    std::uint8_t flags = 0;
+    std::uint32_t jump_base = 0;
+    std::int32_t jump = 0;
+};
+
+Head read_head(const Call &call, Input &in, void *object) {
+    Head head;
+    in.advance(_kel_instance_variant_unmarshal(call.handle, call.tx_id, in.at(), &head.variant,
+                                               in.remaining(), call.err));
+    head.flags = read_flags(call, in, object);
+    head.jump_base = in.used();
+    in.advance(_kel_variant_jump_unmarshal(call.handle, call.tx_id, in.at(), &head.jump,
+                                           in.remaining(), call.err));
+    return head;
+}
+
+Head read_plain_head(Input &in) {
+    const char *const at = in.at();
+    in.advance(head_length);
+    return {static_cast<std::int8_t>(at[0]), 0, jump_offset,
+            static_cast<std::int32_t>(load_jump(at + jump_offset))};
+}
+
+// Announces a whole header, if the runtime can do so at once, and not by its members.
+bool announce_header(const Call &call, kel_object *head) {
+    return piece_operations.unmarshal != nullptr &&
+           piece_operations.unmarshal(call.handle, call.tx_id, nullptr, nullptr, 0, head,
+                                      KEL_OBJECT_HEADER_SIZE) != 0;
+}
+
+void store_header(Type type, const Call &call, const Head &form, kel_object *head) {
+    const std::int8_t variant = variant_data_index_cap(type, form.variant);
+    const auto flags = static_cast<std::uint8_t>(head->flags | form.flags);
+    if (announce_header(call, head)) {
+        head->variant = variant;
+        head->flags = flags;
+        head->descriptor = choose_descriptor(call, type.descriptor);
+        return;
+    }
+    call.logged_store(head->variant, variant);
+    call.logged_store(head->flags, flags);
+    call.logged_store(head->descriptor, choose_descriptor(call, type.descriptor));
+}
+
 }  // namespace
 
 std::uint32_t unmarshal(Type type, const Call &call, Input in, void *object, InPlace in_place) {
@@ -268,32 +350,21 @@ std::uint32_t unmarshal(Type type, const Call &call, Input in, void *object, InP
         call.report(ENOMEM);
         return 0;
     }
-    std::int8_t variant = 0;
-    in.advance(_kel_instance_variant_unmarshal(call.handle, call.tx_id, in.at(), &variant,
-                                               in.remaining(), call.err));
-    std::uint8_t flags = read_flags(call, in, object);
-    variant = variant_data_index_cap(type, variant);
-
-    const std::uint32_t jump_base = in.used();
-    std::int32_t jump = 0;
-    in.advance(_kel_variant_jump_unmarshal(call.handle, call.tx_id, in.at(), &jump, in.remaining(),
-                                           call.err));
-    const StateBytes states = settle_states(call.handle, object, flags);
-    if (variant >= 0) read_body(type, call, {variant, states, in_place}, in, object);
-    recover(in, jump_base, jump);
-
-    kel_object *head = header(object);
-    call.logged_store(head->variant, variant);
-    call.logged_store(head->flags, static_cast<std::uint8_t>(head->flags | flags));
-    call.logged_store(head->descriptor, choose_descriptor(call, type.descriptor));
+    Head head = has_plain_head(in) ? read_plain_head(in) : read_head(call, in, object);
+    const StateBytes states = settle_states(call.handle, object, head.flags);
+    const bool tracked = (head.flags & OBJ_STATE_TRACKED) != 0;
+    const std::int8_t variant = variant_data_index_cap(type, head.variant);
+    if (variant >= 0) read_body(type, call, {variant, states, tracked, in_place}, in, object);
+    recover(in, head.jump_base, head.jump);
+    store_header(type, call, head, header(object));
     return in.used();
 }
 
 std::uint32_t len(Type type, const Call &call, const void *object) {
     const std::int8_t variant = variant_of(object);
-    if (variant < 0) return header_length;
+    if (variant < 0) return head_length;
     const bool tracked = object != nullptr && tracking_is_on(call.handle);
-    std::uint32_t length = header_length;
+    std::uint32_t length = head_length;
     for (const Field &field : fields_of(type)) {
         if (field.first_variant > variant) break;
         length += operations(field).len(field, call, place_of(field, object));

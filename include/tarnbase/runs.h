@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Operations of a runtime on runs: integers of one type that follow each other in
- * memory, on the wire, and in text and XML.
+ * memory, on the wire, and in text and XML; and on pieces: several runs of a form.
  *
  * This is an optional service: a runtime need not have it. The library looks it up
  * by its name when it is loaded, and without it calls the services of value.h for
@@ -64,16 +64,44 @@ typedef uint32_t (*kel_print_run)(kel_handle *handle, uint32_t tx_id, char *buff
 typedef uint32_t (*kel_to_xml_run)(kel_handle *handle, uint32_t tx_id, char *buffer,
                                    const kel_labelled_run *run, uint32_t remaining, uint32_t *err);
 
-/* An operation on runs, and the service of value.h that it repeats. */
+/* A run of a form. */
+typedef struct kel_run_piece {
+    void *values;    /* in memory */
+    uint32_t offset; /* of the first value on the wire */
+    uint32_t length; /* bytes, there and in memory */
+    uint32_t width;  /* bytes of one value */
+} kel_run_piece;
+
+/*
+ * Writes the values of some pieces to their places in the buffer, which has space for
+ * them. What is between them is written by the library.
+ * Returns: 1; 0 if it has written nothing, and the services are to be called.
+ */
+typedef uint32_t (*kel_marshal_pieces)(kel_handle *handle, uint32_t tx_id, void *buffer,
+                                       const kel_run_piece *pieces, uint32_t count);
+
+/*
+ * Announces `length` bytes at `first`, which contain the values of the pieces, as one
+ * change; then reads the values from their places in the buffer.
+ * Returns: 1; 0 if each value is to be announced by itself: it has done nothing, and
+ * the services are to be called.
+ */
+typedef uint32_t (*kel_unmarshal_pieces)(kel_handle *handle, uint32_t tx_id, const void *buffer,
+                                         const kel_run_piece *pieces, uint32_t count, void *first,
+                                         uint64_t length);
+
+/* An operation on runs or pieces, and a service that it repeats. */
 typedef struct kel_run_service {
     void (*single)(void); /* the runtime's own function of the service */
     void (*run)(void);    /* of the type above for this service */
 } kel_run_service;
 
 /*
- * The runtime's operations on runs. The library uses `run` only if `single` is the
- * function that its own calls of the service reach. A program that replaces the
- * service therefore still gets a call for each value.
+ * The runtime's operations on runs and on pieces. The library uses `run` only if
+ * `single` is the function that its own calls of the service reach. A program that
+ * replaces the service therefore still gets a call for each value. An operation on
+ * pieces has an entry for each service that the library calls for a nested structure,
+ * besides those of its values; all of them must be reached.
  * Arguments: `count` gets the number of entries.
  * Returns: the entries, in any order. They are constant.
  */

@@ -33,9 +33,11 @@ inline const Handle &private_part(const kel_handle *handle) {
 // Sets the hooks of a handle and their first arguments.
 void set_hooks(Handle &handle);
 
-// Whether announcing a range to the handle's log does the same as announcing each piece of it: not
-// with a hook of the program's own, or in a process that may not change the store.
-bool announces_ranges(const kel_handle *handle);
+// Announces a range to the handle's log, if that does the same as announcing each piece of it: not
+// with a hook of the program's own, or in a process that may not change the store. False: nothing
+// is announced.
+bool announce_range(kel_handle *handle, std::uint32_t tx_id, const void *address,
+                    std::uint64_t length);
 
 // The handle's workspace, allocated on first use; null without memory or length.
 std::byte *workspace_of(Handle &handle);

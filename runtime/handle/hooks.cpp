@@ -55,8 +55,11 @@ void tarnbase::runtime::set_hooks(Handle &handle) {
     handle.type_arena = itself;
 }
 
-bool tarnbase::runtime::announces_ranges(const kel_handle *handle) {
+bool tarnbase::runtime::announce_range(kel_handle *handle, std::uint32_t tx_id, const void *address,
+                                       std::uint64_t length) {
     if (handle->write_log_hook != write_log) return false;
-    const kel_store &store = store_of(handle_of(handle->arena));
-    return store.sharing == nullptr || store.sharing->is_writer();
+    kel_store &store = store_of(handle_of(handle->arena));
+    if (store.sharing != nullptr && !store.sharing->is_writer()) return false;
+    store.log_write(tx_id, address, length);
+    return true;
 }

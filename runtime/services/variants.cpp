@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Variants and modified marks. All objects have the same header, so `is_structure` and
 // `is_small` make no difference.
+#include "runtime/services/own.h"
 #include "runtime/store/open_stores.h"
 #include "runtime/store/store_handle.h"
 #include "runtime/variant/domain.h"
@@ -36,3 +37,6 @@ void kel_set_instance_modified(void *object, std::uint32_t, std::uint32_t, std::
     if (is_modified(object) != (value != 0)) note_object(object);
     set_modified(object, value != 0);
 }
+
+TARNBASE_OWN_NAME(kel_get_instance_variant, own_get_variant)
+TARNBASE_OWN_NAME(kel_domain_lookup_variant, own_domain_lookup)

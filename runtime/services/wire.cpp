@@ -2,6 +2,7 @@
 // Wire primitives, and what is on the wire besides the fields.
 #include "runtime/handle/handle.h"
 #include "runtime/handle/mappings.h"
+#include "runtime/services/own.h"
 #include "runtime/variant/instance.h"
 #include "runtime/wire/items.h"
 #include "runtime/wire/message_header.h"
@@ -101,3 +102,11 @@ void kellib_get_handle_ws(kel_handle *handle, void **workspace, std::uint32_t *l
     *workspace = workspace_of(part);
     *length = *workspace != nullptr ? part.workspace_length : 0;
 }
+
+TARNBASE_OWN_NAME(_kel_instance_variant_marshal, own_variant_marshal)
+TARNBASE_OWN_NAME(_kel_instance_variant_unmarshal, own_variant_unmarshal)
+TARNBASE_OWN_NAME(_kel_instance_obj_flag_marshal, own_obj_flag_marshal)
+TARNBASE_OWN_NAME(_kel_instance_obj_flag_unmarshal, own_obj_flag_unmarshal)
+TARNBASE_OWN_NAME(_kel_variant_jump_marshal, own_jump_marshal)
+TARNBASE_OWN_NAME(_kel_variant_jump_unmarshal, own_jump_unmarshal)
+TARNBASE_OWN_NAME(kel_get_instance_obj_flag, own_get_obj_flag)

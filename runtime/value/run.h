@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "runtime/value/scalar.h"
+#include "tarnbase/runs.h"
 
 namespace tarnbase::runtime::scalar {
 
@@ -48,24 +49,30 @@ std::uint32_t marshal_run(kel_handle *handle, void *buffer, const T *values, std
     return used;
 }
 
-// `at_once`: the run is announced as one range, and not value by value.
+// Each value is announced by itself.
 template <typename T>
-std::uint32_t unmarshal_run(kel_handle *handle, std::uint32_t tx_id, const void *buffer, T *values,
-                            std::uint32_t count, std::uint32_t remaining, bool at_once,
-                            std::uint32_t *err) {
-    if (*err != 0) return 0;
-    if (at_once && values != nullptr && fits<T>(count, remaining)) {
-        const std::uint32_t length = count * static_cast<std::uint32_t>(sizeof(T));
-        WriteLog{handle, tx_id}.announce(values, length);
-        copy_little<T>(values, buffer, count);
-        return length;
-    }
+std::uint32_t unmarshal_each(kel_handle *handle, std::uint32_t tx_id, const void *buffer, T *values,
+                             std::uint32_t count, std::uint32_t remaining, std::uint32_t *err) {
     std::uint32_t used = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
         used += unmarshal(handle, tx_id, static_cast<const char *>(buffer) + used,
                           values == nullptr ? nullptr : values + i, remaining - used, err);
     }
     return used;
+}
+
+// Values of some width between memory and the wire.
+inline void copy_values(void *destination, const void *source, const kel_run_piece &piece) {
+    switch (piece.width) {
+        case 2:
+            return copy_little<std::uint16_t>(destination, source, piece.length / 2);
+        case 4:
+            return copy_little<std::uint32_t>(destination, source, piece.length / 4);
+        case 8:
+            return copy_little<std::uint64_t>(destination, source, piece.length / 8);
+        default:
+            return copy_little<std::uint8_t>(destination, source, piece.length);
+    }
 }
 
 }  // namespace tarnbase::runtime::scalar

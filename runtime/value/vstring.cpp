@@ -7,6 +7,7 @@
 
 #include "runtime/base/announce.h"
 #include "runtime/base/errors.h"
+#include "runtime/text/append.h"
 #include "runtime/value/text_owner.h"
 
 namespace tarnbase::runtime {
@@ -36,6 +37,20 @@ void store_body(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
     char *const body = reinterpret_cast<char *>(string) + body_offset;
     WriteLog{handle, tx_id}.announce(body, body_length);
     std::memcpy(body, reinterpret_cast<const char *>(&content) + body_offset, body_length);
+}
+
+// The same for a text that is inline, which is copied to its place. From a string that was just
+// made it could be loaded only after all the stores into that one.
+void store_inline(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
+                  std::string_view text) {
+    const auto begin = reinterpret_cast<std::uintptr_t>(string);
+    if (reinterpret_cast<std::uintptr_t>(text.data()) - begin < sizeof *string)
+        return store_body(handle, tx_id, string, string_with(text, nullptr));
+    char *const body = reinterpret_cast<char *>(string) + body_offset;
+    WriteLog{handle, tx_id}.announce(body, body_length);
+    std::memset(body, 0, body_length);
+    string->length = static_cast<std::uint32_t>(text.size());
+    append(string->text.bytes, text.data(), string->length);
 }
 
 // A block with the text, which the string owns from now on. Null: no memory.
@@ -83,7 +98,7 @@ void assign_text(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
     if (string == nullptr) return report_error(handle, err, ENOENT);
     if (text.size() > longest_text) return report_error(handle, err, EINVAL);
     if (text.size() > KEL_VSTRING_INLINE) return assign_long(handle, tx_id, string, text, err);
-    store_body(handle, tx_id, string, string_with(text, nullptr));
+    store_inline(handle, tx_id, string, text);
     release_text(handle, tx_id, string);
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tarnbase/runs.h"
+#include "tarnbase/runtime.h"
 #include "tarnbase/value.h"
 
 namespace tarn::test {
@@ -108,6 +109,41 @@ struct Switched {
     }
 };
 
+// The runtime's operations on pieces, which decline to do anything if they are to be done without.
+kel_marshal_pieces marshal_pieces = nullptr;
+kel_unmarshal_pieces unmarshal_pieces = nullptr;
+
+std::uint32_t switched_marshal_pieces(kel_handle *handle, std::uint32_t tx_id, void *buffer,
+                                      const kel_run_piece *pieces, std::uint32_t count) {
+    if (RunSwitch::one_by_one) return 0;
+    RunSwitch::pieces += count;
+    return marshal_pieces(handle, tx_id, buffer, pieces, count);
+}
+
+std::uint32_t switched_unmarshal_pieces(kel_handle *handle, std::uint32_t tx_id, const void *buffer,
+                                        const kel_run_piece *pieces, std::uint32_t count,
+                                        void *first, std::uint64_t length) {
+    if (RunSwitch::one_by_one) return 0;
+    const std::uint32_t done =
+        unmarshal_pieces(handle, tx_id, buffer, pieces, count, first, length);
+    if (done != 0) RunSwitch::pieces += count;
+    return done;
+}
+
+// Replaces an operation on pieces wherever it is; `single` is a service that it alone repeats.
+template <typename Single, typename Pieces>
+void replace_pieces(std::vector<kel_run_service> &services, Single *single, Pieces &kept,
+                    Pieces ours) {
+    for (const kel_run_service &service : services) {
+        if (service.single == reinterpret_cast<Function>(single))
+            kept = reinterpret_cast<Pieces>(service.run);
+    }
+    for (kel_run_service &service : services) {
+        if (service.run == reinterpret_cast<Function>(kept))
+            service.run = reinterpret_cast<Function>(ours);
+    }
+}
+
 #define TARN_SWITCHED(type, c_type) \
     Switched<&type##_marshal, &type##_unmarshal, &type##_print, &type##_to_xml, c_type>::take_over
 
@@ -127,6 +163,9 @@ std::vector<kel_run_service> switched_services() {
             if (service.run != before.run) break;
         }
     }
+    replace_pieces(ours, &_kel_variant_jump_marshal, marshal_pieces, &switched_marshal_pieces);
+    replace_pieces(ours, &_kel_variant_jump_unmarshal, unmarshal_pieces,
+                   &switched_unmarshal_pieces);
     return ours;
 }
 

@@ -56,13 +56,21 @@ class Runs : public StructureTest {
     }
     std::vector<u32> lengths() const { return lengths_of(form.size()); }
 
-    // The bytes that runs change.
+    // Adds the bytes that runs change, and the headers of nested structures.
+    static void add_numbers(const Structure &structure, u8 *place, std::vector<u8> &bytes) {
+        for (const Field &field : fields_of(structure)) {
+            u8 *const value = place + field.offset;
+            const bool is_nested = field.kind == FieldKind::structure;
+            const u32 length = is_nested               ? KEL_OBJECT_HEADER_SIZE
+                               : is_number(field.kind) ? facts_of(field.kind).size
+                                                       : field.elements;
+            bytes.insert(bytes.end(), value, value + length);
+            if (is_nested) add_numbers(*field.structure, value, bytes);
+        }
+    }
     std::vector<u8> numbers() const {
         std::vector<u8> bytes;
-        for (const Field &field : fields_of(type)) {
-            const u32 length = is_number(field.kind) ? facts_of(field.kind).size : field.elements;
-            bytes.insert(bytes.end(), at(target, field.offset), at(target, field.offset) + length);
-        }
+        add_numbers(type, at(target, 0), bytes);
         if (tracking) {
             const u8 *block = at(target, type.plain_size);
             bytes.insert(bytes.end(), block, block + type.state_length);
@@ -161,6 +169,62 @@ TEST_P(Runs, AreWrittenAsTheirNumbersAre) {
     expect_same([&] { return marshal(static_cast<u32>(form.size()), EINVAL); });
 }
 
+TEST_P(Runs, OfNestedStructuresAreWrittenAndReadWithThoseBesideThem) {
+    const auto is_plain = [](const Field &field) {
+        return is_number(field.kind) || field.kind == FieldKind::array;
+    };
+    const bool has_plain_structure = std::ranges::any_of(fields_of(type), [&](const Field &field) {
+        return field.kind == FieldKind::structure &&
+               std::ranges::all_of(fields_of(*field.structure), is_plain);
+    });
+    if (!has_plain_structure) return;
+    RunSwitch::pieces = 0;
+    marshal(static_cast<u32>(form.size()), 0);
+    EXPECT_EQ(RunSwitch::pieces > 0, !tracking);
+    RunSwitch::pieces = 0;
+    unmarshal(static_cast<u32>(form.size()), false);
+    EXPECT_EQ(RunSwitch::pieces > 0, !tracking);
+    RunSwitch::pieces = 0;
+    unmarshal(static_cast<u32>(form.size()), true);
+    EXPECT_EQ(RunSwitch::pieces, 0U) << "a hook of the program's own";
+}
+
+TEST_P(Runs, InNestedStructuresOfOtherVariantsAreWrittenAsTheirNumbersAre) {
+    for (const Field &field : fields_of(type)) {
+        if (field.kind != FieldKind::structure) continue;
+        auto *const nested = reinterpret_cast<kel_object *>(at(object, field.offset));
+        const kel_object before = *nested;
+        const std::int8_t top = before.variant;
+        for (const int variant : {-1, 0, top - 1, top + 1}) {
+            SCOPED_TRACE(std::string(field.name) + " " + std::to_string(variant));
+            nested->variant = static_cast<std::int8_t>(variant);
+            expect_same([&] { return marshal(static_cast<u32>(form.size()), 0); });
+        }
+        nested->variant = before.variant;
+        nested->flags |= OBJ_RA_DATA;
+        expect_same([&] { return marshal(static_cast<u32>(form.size()) + 9, 0); });
+        nested->flags = before.flags;
+    }
+}
+
+TEST_P(Runs, AreReadAsTheirNumbersAreFromFormsWithOneOtherByte) {
+    const bool has_nested = std::ranges::any_of(
+        fields_of(type), [](const Field &field) { return field.kind == FieldKind::structure; });
+    if (!has_nested) return;
+    const auto whole = static_cast<u32>(form.size());
+    for (const u32 length : lengths()) {
+        if (length > whole) continue;
+        u8 &byte = form[length - 1];
+        const u8 before = byte;
+        for (const u8 change : {u8(1), u8(OBJ_STATE_TRACKED), u8(OBJ_RA_DATA), u8(0xff)}) {
+            SCOPED_TRACE(std::to_string(length - 1) + " changed by " + std::to_string(change));
+            byte = before ^ change;
+            expect_same([&] { return unmarshal(whole, false); });
+        }
+        byte = before;
+    }
+}
+
 TEST_P(Runs, ArePrintedAsTheirNumbersAre) {
     for (const u32 length : lengths_of(print(1U << 20).result)) {
         SCOPED_TRACE("length " + std::to_string(length));
@@ -194,10 +258,10 @@ TEST_P(Runs, AreTheNumbersThatFollowEachOtherInTheObject) {
     const bool has_run = std::ranges::any_of(fields_of(type), [this](const Field &field) {
         return field.kind == FieldKind::array || (field.run > 1 && !tracking);
     });
-    const u64 before = RunSwitch::runs;
+    const u64 before = RunSwitch::runs + RunSwitch::pieces;
     Typed(type, handle).wire(object);
     if (has_run) {
-        EXPECT_GT(RunSwitch::runs, before);
+        EXPECT_GT(RunSwitch::runs + RunSwitch::pieces, before);
     }
     for (const Field &field : fields_of(type)) {
         const Field *const next = &field + 1;

@@ -68,11 +68,13 @@ class RunServices : public PlainTest {
         replaced_calls = 0;
         RunSwitch::runs = 0;
         RunSwitch::values = 0;
+        RunSwitch::pieces = 0;
         operation();
         EXPECT_EQ(err, 0U);
         EXPECT_EQ(replaced_calls, minutes);
         EXPECT_EQ(RunSwitch::runs, 1U);
         EXPECT_EQ(RunSwitch::values, counters);
+        EXPECT_EQ(RunSwitch::pieces, 0U);
     }
 };
 
