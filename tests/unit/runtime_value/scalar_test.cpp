@@ -266,6 +266,7 @@ TYPED_TEST(Scalars, TheErrorNamesThePathAndTheRange) {
                                  std::to_string(Limits::min()) + " to " +
                                  std::to_string(Limits::max()) + ", found \"many\"";
     EXPECT_EQ(kel_error_text(), expected);
+    EXPECT_EQ(kel_error_number(), std::uint32_t{EINVAL});
     EXPECT_TRUE(trace.has(KEL_TRACE_ERROR, "(ERR): " + expected)) << trace.all();
 }
 

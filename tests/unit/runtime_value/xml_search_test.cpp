@@ -151,8 +151,9 @@ std::uint32_t append_text(kel_xml_document *element, void *context) {
 
 TEST_F(XmlSearch, ElementsOfAPlainPathComeInDocumentOrder) {
     const Document document = parse("<a>1<a>2<a>3</a><b>4</b></a><b>5</b><b>6</b></a>");
-    for (const auto &[path, expected] : {std::pair("//a", "1,2,3,"), std::pair("//a/b", "4,5,6,"),
-                                         std::pair("//a/b[2]", "6,"), std::pair("//c", "")}) {
+    for (const auto &[path, expected] :
+         {std::pair("//a", "1,2,3,"), std::pair("//a/b", "4,5,6,"), std::pair("//a/b[1]", "4,5,"),
+          std::pair("//a/b[2]", "6,"), std::pair("//c", "")}) {
         std::string seen;
         EXPECT_EQ(kel_xml_for_each(document.get(), path, append_text, &seen, nullptr), 0U);
         EXPECT_EQ(seen, expected) << path;
