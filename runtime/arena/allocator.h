@@ -48,6 +48,12 @@ class Allocator {
     void *allocate(std::uint64_t size);
     // Zeroes and frees a block. False: it is no allocated block.
     bool release(void *block);
+    // Begins to load what the release of a block will read.
+    void prefetch(const void *block) const {
+        const std::ptrdiff_t offset = static_cast<const char *>(block) - region_->base();
+        __builtin_prefetch(page_at(static_cast<std::uint64_t>(offset) / page_size));
+        __builtin_prefetch(block, 1);
+    }
     // Bytes of the pages in use in which nothing is allocated.
     std::uint64_t free_bytes() const;
     bool is_allocated(const void *block) const { return locate(block).has_value(); }

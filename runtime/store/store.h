@@ -114,6 +114,7 @@ struct kel_store final : tarnbase::runtime::Image, tarnbase::runtime::BlockAlloc
     void publish_rollback(const tarnbase::runtime::TransactionSlot &slot, bool is_complete);
     void close_slot(tarnbase::runtime::TransactionSlot &slot);
     void share_end_of_arena();
+    void release_deferred(const tarnbase::runtime::TransactionSlot &slot);
 
     std::array<tarnbase::runtime::TransactionSlot, tarnbase::runtime::transaction_slots>
         transactions_;

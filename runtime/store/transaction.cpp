@@ -5,7 +5,9 @@
 // A commit is published when no other open transaction of the process has changed anything:
 // what two transactions changed can't be told apart in memory.
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <utility>
 
 #include "runtime/base/error_text.h"
 #include "runtime/index/positions.h"
@@ -83,6 +85,24 @@ std::uint32_t kel_store::publish_commit(const TransactionSlot &slot) {
     return error;
 }
 
+// Each waits until the next ones' memory is on its way to the processor.
+void kel_store::release_deferred(const TransactionSlot &slot) {
+    std::array<void *, 8> waiting{};
+    std::size_t next = 0;
+    const auto release_one = [&](void *block) {
+        if (block == nullptr || allocator.release(block)) return;
+        ptrail_wrapper(0, KEL_TRACE_ERROR, 0,
+                       "(ERR): %p is released, but isn't an allocated block of the store", block);
+    };
+    slot.undo.each_deferred_free([&](void *block) {
+        allocator.prefetch(block);
+        release_one(std::exchange(waiting[next++ % waiting.size()], block));
+    });
+    for (std::size_t i = 0; i < waiting.size(); ++i) {
+        release_one(waiting[next++ % waiting.size()]);
+    }
+}
+
 std::uint32_t kel_store::commit(TransactionSlot &slot) {
     header->committed += 1;
     if (sharing != nullptr && sharing->is_writer()) {
@@ -92,11 +112,7 @@ std::uint32_t kel_store::commit(TransactionSlot &slot) {
             return error;
         }
     }
-    slot.undo.each_deferred_free([&](void *block) {
-        if (allocator.release(block)) return;
-        ptrail_wrapper(0, KEL_TRACE_ERROR, 0,
-                       "(ERR): %p is released, but isn't an allocated block of the store", block);
-    });
+    release_deferred(slot);
     close_slot(slot);
     return sharing != nullptr ? sharing->settle() : 0;
 }
