@@ -126,6 +126,8 @@ class App {
     if (kind === 'gap' || kind === 'begin') {
       if (kind === 'gap') this.view?.reload();
       else this.view?.refresh();
+      // What a gap leaves out has changed the tables, too.
+      if (kind === 'gap' && this.moments.at === '') this.isLive = true;
       if (data.replaced) this.moments.load();
       this.tables.request();
       return;
