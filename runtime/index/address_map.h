@@ -14,7 +14,6 @@
 #include <bit>
 #include <cstdint>
 
-#include "runtime/arena/page.h"
 #include "runtime/base/announce.h"
 #include "runtime/index/block_allocator.h"
 
@@ -63,8 +62,9 @@ constexpr std::uint64_t buckets_below_top(std::uint64_t bucket_count) {
 // after the other need few lines of them. A page's first bucket depends on all bits of its number.
 constexpr std::uint64_t hash_of(std::uint64_t key) {
     constexpr std::uint64_t multiplier = 0x9e3779b97f4a7c15ULL;
-    const std::uint64_t place = key % page_size / 32;
-    const std::uint64_t first = ((key / page_size) * multiplier >> 32) + key % 32 * multiplier;
+    constexpr std::uint64_t page = 65536;  // of the store
+    const std::uint64_t place = key % page / 32;
+    const std::uint64_t first = ((key / page) * multiplier >> 32) + key % 32 * multiplier;
     // The second summand separates blocks whose size is a power of two.
     return (first + place + place / 32) & 0xffffffff;
 }
