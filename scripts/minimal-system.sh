@@ -41,6 +41,8 @@ in_minimal_system() {
     unshare --mount --pid --fork --kill-child bash -euc '
         folder=$1
         shift
+        # "ip netns exec" needs a root that is a mount point.
+        mount --bind "$folder" "$folder"
         mount -t proc proc "$folder/proc"
         mount --rbind /sys "$folder/sys"
         mount --rbind /dev "$folder/dev"
