@@ -254,6 +254,10 @@ TEST_F(CompressedFile, IsRefusedIfItSaysAnImpossibleLength) {
         std::string head = good;
         put(head, segment_bytes_at, bytes);
         ASSERT_EQ(open(with(head, content())), std::uint32_t{EBADMSG}) << bytes;
+        // 65537 and 131072 are lengths of other segments.
+        const bool is_possible = bytes == 65537 || bytes == 131072;
+        EXPECT_STREQ(segment.what(), is_possible ? "a compressed log segment can't be expanded"
+                                                 : "a compressed log segment has a wrong length");
     }
     // More than a segment of that length can take.
     EXPECT_EQ(open(with(good, std::string(70000, 'x'))), std::uint32_t{EBADMSG});
@@ -269,17 +273,29 @@ TEST_F(CompressedFile, IsRefusedIfItsContentIsNoFrameOfThatLength) {
         ASSERT_EQ(open(with(good, frame)), std::uint32_t{EBADMSG});
         ASSERT_STREQ(segment.what(), "a compressed log segment can't be expanded");
     }
+    const std::string empty_frame("\x50\x2a\x4d\x18\0\0\0\0", 8);
     for (const std::string &each :
          {std::string(), std::string("x"), content() + content(), content() + "x",
-          content().substr(0, content().size() - 1), good, std::string(content().size(), 'x')}) {
+          content() + empty_frame, content().substr(0, content().size() - 1), good,
+          std::string(content().size(), 'x')}) {
         EXPECT_EQ(open(with(good, each)), std::uint32_t{EBADMSG}) << each.size();
     }
     // Damage that no checksum shows.
+    int unreadable = 0;
     for (std::size_t at = 4; at < 200; ++at) {
         std::string damaged = content();
         damaged[at] ^= 4;
-        open(with(good, damaged));
+        const std::uint32_t error = open(with(good, damaged));
+        std::string expanded(65536, 0);
+        if (ZSTD_isError(ZSTD_decompress(expanded.data(), expanded.size(), damaged.data(),
+                                         damaged.size())) == 0) {
+            continue;
+        }
+        ++unreadable;
+        EXPECT_EQ(error, std::uint32_t{EBADMSG}) << at;
+        EXPECT_STREQ(segment.what(), "a compressed log segment can't be expanded") << at;
     }
+    EXPECT_GT(unreadable, 0);
 }
 
 TEST_F(CompressedFile, IsRefusedIfItHasAnotherSegment) {
