@@ -44,6 +44,7 @@ kel_type_info_copy *type_map_lookup(void *type_map, std::uint32_t tx_id, const c
 void tarnbase::runtime::set_hooks(Handle &handle) {
     handle.type_alloc_hook = type_alloc;
     handle.alloc_hook = alloc;
+    handle.alloc_in_store = alloc;
     handle.free_hook = free_block;
     handle.write_log_hook = write_log;
     handle.delta_log_hook = delta_log;

@@ -11,6 +11,8 @@ namespace tarnbase::runtime {
 // Every handle of the embedded runtime is one.
 struct StoreHandle : kel_handle {
     kel_store *store = nullptr;
+    // The first `alloc_hook`. A program's own may get blocks from elsewhere.
+    decltype(kel_handle::alloc_hook) alloc_in_store = nullptr;
 };
 
 inline kel_store &store_of(const kel_handle *handle) {

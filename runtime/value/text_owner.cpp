@@ -26,8 +26,10 @@ char *owned_text(kel_handle *handle, const kel_vstring *owner) {
 }
 
 bool may_own(kel_handle *handle, const kel_vstring *owner, const char *place) {
-    // Most texts are outside of the store: then there is nothing to search.
-    if (!store_of(handle).contains(place, 1)) return false;
+    // Most texts come from outside of the store, and what is owned is in it.
+    const auto *const own = static_cast<const StoreHandle *>(handle);
+    const bool is_in_store = handle->alloc_hook == own->alloc_in_store;
+    if (is_in_store && !own->store->contains(place, 1)) return false;
     const char *const owned = owned_text(handle, owner);
     const auto begin = reinterpret_cast<std::uintptr_t>(owned);
     return owned != nullptr && reinterpret_cast<std::uintptr_t>(place) - begin < longest_text;

@@ -96,6 +96,22 @@ TEST_F(TextOwnership, AStringCanBeAssignedFromAPartOfItsOwnText) {
     EXPECT_EQ(text_of(string), long_text.substr(8, 4));
 }
 
+TEST_F(TextOwnership, AStringCanBeAssignedFromAPartOfItsOwnTextInOtherMemory) {
+    handle->alloc_hook = [](void *, std::uint32_t, std::uint64_t size) {
+        return std::malloc(size);
+    };
+    handle->free_hook = [](void *, std::uint32_t, void *block) {
+        std::memset(block, 'x', 2 * sizeof(void *) + long_text.size());
+        std::free(block);
+    };
+    kel_vstring string{};
+    kel_vstring_initialize(handle, KEL_TX_NONE, &string, nullptr, 0, 0, 0, nullptr, &err);
+    assign(&string, long_text);
+    assign(&string, {kel_vstring_bytes(&string, nullptr) + 2, long_text.size() - 2});
+    EXPECT_EQ(text_of(&string), long_text.substr(2));
+    assign(&string, "");
+}
+
 TEST_F(TextOwnership, AssigningTheTextThatAStringHasKeepsItsBlock) {
     kel_vstring *string = make_string(long_text);
     const char *const block = kel_vstring_bytes(string, nullptr);
