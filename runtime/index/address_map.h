@@ -41,6 +41,9 @@ inline constexpr std::uint64_t map_block_bytes = map_block_places * sizeof(void 
 // A map never has more buckets, as a key's hash has 32 bits.
 inline constexpr std::uint64_t most_buckets = 1ULL << 32;
 
+// A page of the store, whose entries have neighbouring buckets.
+inline constexpr std::uint64_t map_page_bytes = 65536;
+
 // The least number of buckets of a map that isn't empty.
 inline constexpr std::uint64_t least_buckets = 16;
 
@@ -58,14 +61,14 @@ constexpr std::uint64_t buckets_below_top(std::uint64_t bucket_count) {
     return below;
 }
 
-// Neighbours in a page of the store have neighbouring buckets, so that blocks that are made one
-// after the other need few lines of them. A page's first bucket depends on all bits of its number.
+// Neighbours in a page of the store have neighbouring buckets, so that the buckets of blocks that
+// are made one after the other are in few cache lines. A page's first bucket depends on all bits of
+// its number; `place / 32` spreads blocks whose size is a power of two. The format of stores has
+// this.
 constexpr std::uint64_t hash_of(std::uint64_t key) {
     constexpr std::uint64_t multiplier = 0x9e3779b97f4a7c15ULL;
-    constexpr std::uint64_t page = 65536;  // of the store
-    const std::uint64_t place = key % page / 32;
-    const std::uint64_t first = ((key / page) * multiplier >> 32) + key % 32 * multiplier;
-    // The second summand separates blocks whose size is a power of two.
+    const std::uint64_t place = key % map_page_bytes / 32;
+    const std::uint64_t first = (key / map_page_bytes * multiplier >> 32) + key % 32 * multiplier;
     return (first + place + place / 32) & 0xffffffff;
 }
 

@@ -199,6 +199,16 @@ std::vector<std::uint64_t> addresses(const SizeClass &shape, std::size_t count) 
     return made;
 }
 
+static_assert(tarnbase::runtime::map_page_bytes == page_size);
+
+// Another assignment takes another format version of stores.
+TEST(Buckets, OfAKeyAreThoseOfTheFormat) {
+    EXPECT_EQ(bucket_of(0x2000'0000'0018, 1 << 20), 323962U);
+    EXPECT_EQ(bucket_of(0x2000'1234'5670, 1 << 20), 317499U);
+    EXPECT_EQ(bucket_of(0x2000'1234'5670, 300'000), 55355U);
+    EXPECT_EQ(bucket_of(77, 1000), 275U);
+}
+
 TEST(Buckets, HaveFewEntriesEachWhateverTheSizeOfTheBlocks) {
     for (const SizeClass &shape : tarnbase::runtime::size_classes) {
         for (const std::size_t count :

@@ -205,6 +205,32 @@ TEST_F(Transactions, ChangesOfABlockInNewPagesOfAnotherOneAreUndone) {
     }
 }
 
+TEST_F(Transactions, ABlockInNewPagesIsAnothersAlsoIfThatOneBeginsLater) {
+    const std::uint32_t maker = store.begin();
+    auto *block = static_cast<std::uint8_t *>(store.allocate(bytes_in_new_pages, maker));
+    block[5] = 7;
+    const std::uint32_t other = store.begin();
+    store.set(other, block + 5, std::uint8_t{8});
+    store.roll_back(other);
+    EXPECT_EQ(block[5], 7);
+    store.set(maker, block + 5, std::uint8_t{9});
+    const std::uint64_t blocks = store.describe().blocks;
+    store.roll_back(maker);
+    EXPECT_EQ(store.describe().blocks, blocks - 1);
+}
+
+TEST_F(Transactions, ACommitFreesHoweverManyBlocksWereReleased) {
+    for (const std::size_t count : {1U, 7U, 8U, 9U, 16U, 100U}) {
+        std::vector<void *> blocks;
+        for (std::size_t i = 0; i < count; ++i) blocks.push_back(store.allocate(40));
+        const std::uint32_t tx = store.begin();
+        for (void *block : blocks) store.release(block, tx);
+        const std::uint64_t present = store.describe().blocks;
+        store.commit(tx);
+        EXPECT_EQ(store.describe().blocks, present - count);
+    }
+}
+
 TEST_F(Transactions, DeltasOfACounterAreUndoneAroundItsOldBytes) {
     auto *counter = static_cast<std::uint64_t *>(store.allocate(8));
     *counter = 100;
