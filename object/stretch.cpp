@@ -112,7 +112,7 @@ class WrittenHeads {
     char *buffer_;
 };
 
-// Heads as those above. Their objects get the variant and the descriptor later.
+// Heads of the same form, to read. Their objects get the variant and the descriptor later.
 class ReadHeads {
  public:
     explicit ReadHeads(const char *buffer) : buffer_(buffer) {}

@@ -82,7 +82,8 @@ typedef uint32_t (*kel_marshal_pieces)(kel_handle *handle, uint32_t tx_id, void 
 
 /*
  * Announces `length` bytes at `first`, which contain the values of the pieces, as one
- * change; then reads the values from their places in the buffer.
+ * change; then reads the values from their places in the buffer. Without pieces it only
+ * announces, and `buffer` and `pieces` may be null.
  * Returns: 1; 0 if each value is to be announced by itself: it has done nothing, and
  * the services are to be called.
  */
@@ -100,8 +101,13 @@ typedef struct kel_run_service {
  * The runtime's operations on runs and on pieces. The library uses `run` only if
  * `single` is the function that its own calls of the service reach. A program that
  * replaces the service therefore still gets a call for each value. An operation on
- * pieces has an entry for each service that the library calls for a nested structure,
- * besides those of its values; all of them must be reached.
+ * pieces has an entry for each service of runtime.h that it stands for besides those of
+ * the values; the library uses it only if it has all of these, and all of them are reached:
+ *   writing  _kel_variant_jump_marshal, _kel_instance_variant_marshal,
+ *            _kel_instance_obj_flag_marshal, kel_get_instance_obj_flag,
+ *            kel_get_instance_variant, kel_domain_lookup_variant, kel_clear_last_error
+ *   reading  _kel_variant_jump_unmarshal, _kel_instance_variant_unmarshal,
+ *            _kel_instance_obj_flag_unmarshal, kel_clear_last_error
  * Arguments: `count` gets the number of entries.
  * Returns: the entries, in any order. They are constant.
  */

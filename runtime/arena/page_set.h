@@ -38,8 +38,8 @@ class PageSet {
     // for what isn't below the limit.
     bool is_consistent() const;
 
-    // The lowest and the highest member. The lowest one is remembered: a set may change only
-    // through one object, unless members are removed.
+    // The lowest and the highest member. A bound of the lowest one is remembered: members may be
+    // added only through this object.
     std::optional<std::uint64_t> first();
     std::optional<std::uint64_t> last() const;
     // The first member of the lowest run of `count` members.

@@ -43,7 +43,8 @@ class Segment {
     ~Segment();
 
     // Creates a segment of `bytes`, rounded up to a multiple of `first_segment_bytes`: all of
-    // its disk blocks are allocated. It begins with `frame`, and an end mark after that is prepared.
+    // its disk blocks are allocated. It begins with `frame`, and space for an end mark after that is
+    // prepared.
     // A file of that name is replaced. Returns 0 or an errno number, ENOSPC among them; an error
     // leaves no file. Requires: this process has the writer's lock, or the store is new.
     std::uint32_t create(int folder, const StoreId &id, std::uint64_t position,
@@ -87,7 +88,7 @@ class Segment {
     char *bytes_ = nullptr;
     std::uint64_t size_ = 0;
     std::uint64_t first_ = 0;
-    std::uint64_t prepared_ = 0;  // the end of the bytes that are
+    std::uint64_t prepared_ = 0;  // the end of the bytes that are, but for the frame of `create`
     File unnamed_;                // the file as long as it has no name
     const char *what_ = "";
 };

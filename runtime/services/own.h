@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-// Names by which this runtime means its own functions, whatever a program defines under the names
-// of the services. `runs.cpp` lists them as what its operations repeat.
+// Names of this runtime's own functions, also if a program defines the services itself. `runs.cpp`
+// lists them as what its operations repeat.
 #ifndef TARNBASE_RUNTIME_SERVICES_OWN_H
 #define TARNBASE_RUNTIME_SERVICES_OWN_H
 

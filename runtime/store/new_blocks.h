@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 // The blocks that an open transaction has allocated. Changes of their bytes needn't be logged:
-// a rollback frees the block, and a commit publishes it whole.
+// a rollback frees the block, and a commit publishes it whole. Blocks in pages that were taken
+// since it began aren't listed, as long as it is alone in taking some.
 #ifndef TARNBASE_RUNTIME_STORE_NEW_BLOCKS_H
 #define TARNBASE_RUNTIME_STORE_NEW_BLOCKS_H
 
@@ -14,9 +15,10 @@ namespace tarnbase::runtime {
 
 class NewBlocks {
  public:
-    // Offsets are from the store's base. No block that is there now is at `end` or after it.
+    // Offsets are from the store's base. No block that is there now, after the process has caught
+    // up with others, is at `end` or after it.
     void begin(std::uint64_t end) { end_ = end; }
-    // Blocks may appear after that end which aren't the transaction's.
+    // From now on, blocks that aren't the transaction's may appear after that end.
     void share_end() { end_ = no_end; }
     void add(std::uint64_t offset, std::uint64_t size) {
         if (offset >= end_) return;
@@ -25,7 +27,9 @@ class NewBlocks {
         oldest = {offset, size};
         next_ = (next_ + 1) % last_.size();
     }
-    // Whether bytes, which may be anywhere, are in one. Without memory some are forgotten.
+    // Whether a change of bytes needs no log: they are in such a block, or after all blocks that
+    // are another's, as addresses outside of the store may be, too. Without memory some are
+    // forgotten.
     bool contain(std::uint64_t offset, std::uint64_t length) const {
         if (offset >= end_) return true;
         for (const Block &block : last_) {

@@ -130,14 +130,14 @@ template <typename Number>
 char *append_number(char *at, Number number) {
     using Unsigned =
         std::conditional_t<(sizeof(Number) > sizeof(std::uint32_t)), std::uint64_t, std::uint32_t>;
-    auto size = static_cast<Unsigned>(number);
+    auto magnitude = static_cast<Unsigned>(number);
     if constexpr (std::is_signed_v<Number>) {
         if (number < 0) {
             *at++ = '-';
-            size = Unsigned{0} - size;
+            magnitude = Unsigned{0} - magnitude;
         }
     }
-    return append_unsigned(at, size);
+    return append_unsigned(at, magnitude);
 }
 
 }  // namespace tarnbase::runtime

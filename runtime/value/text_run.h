@@ -37,7 +37,7 @@ struct Frame {
 template <typename T, typename Append>
 char *append_values(const RunPlace &place, const kel_labelled_run &run, Frame frame, Append append,
                     std::uint32_t &count) {
-    const kel_labelled_run values = run;  // which no store of a character changes
+    const kel_labelled_run values = run;  // stores of characters may alias `run`
     const char *const end = place.buffer + place.remaining;
     char *at = place.buffer;
     std::uint32_t i = 0;

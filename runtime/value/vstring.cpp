@@ -39,8 +39,8 @@ void store_body(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
     std::memcpy(body, reinterpret_cast<const char *>(&content) + body_offset, body_length);
 }
 
-// The same for a text that is inline, which is copied to its place. From a string that was just
-// made it could be loaded only after all the stores into that one.
+// The same for a text that is inline, which is copied to its place. To build a string and copy that
+// would wait for the stores that have just built it.
 void store_inline(kel_handle *handle, std::uint32_t tx_id, kel_vstring *string,
                   std::string_view text) {
     const auto begin = reinterpret_cast<std::uintptr_t>(string);
