@@ -71,6 +71,39 @@ TEST_F(Descriptors, AStoreGetsItsCopyOnce) {
     EXPECT_EQ(store.describe().types, 1U);
 }
 
+TEST_F(Descriptors, TransactionsOfAHandleThatOverlapFindTheSameCopy) {
+    const auto find = [&](std::uint32_t tx) {
+        return store.handle->type_map_lookup_hook(store.handle->type_map, tx,
+                                                  constant.descriptor.luid_text);
+    };
+    const std::uint32_t first = store.begin();
+    EXPECT_EQ(find(first), nullptr);
+    const auto *copy = reinterpret_cast<const kel_type_info_copy *>(get());
+    EXPECT_EQ(find(first), copy);
+    const std::uint32_t second = store.begin();
+    EXPECT_EQ(find(second), copy);
+    EXPECT_EQ(find(first), copy);
+    store.commit(second);
+    EXPECT_EQ(find(first), copy);
+    EXPECT_EQ(find(second), copy) << "its id isn't open any more";
+    store.roll_back(first);
+    EXPECT_EQ(find(KEL_TX_NONE), copy);
+}
+
+TEST_F(Descriptors, ACopyFoundByAnAddressIsNotThatOfAnotherTextThere) {
+    const auto *copy = reinterpret_cast<const kel_type_info_copy *>(get());
+    std::array<char, sizeof constant.descriptor.luid_text> text{};
+    std::copy_n(constant.descriptor.luid_text, text.size(), text.begin());
+    const auto find = [&](std::uint32_t tx) {
+        return store.handle->type_map_lookup_hook(store.handle->type_map, tx, text.data());
+    };
+    const std::uint32_t tx = store.begin();
+    EXPECT_EQ(find(tx), copy);
+    text[0] = 'f';
+    EXPECT_EQ(find(tx), nullptr);
+    store.commit(tx);
+}
+
 TEST_F(Descriptors, ACopyCountsForItselfFromZero) {
     const kel_variant_info *info = get()->variant_info;
     ASSERT_NE(info, &constant.info);

@@ -24,9 +24,9 @@ class Input {
 
     // Its name in messages.
     const std::string &name() const { return name_; }
-    // Of the next byte, from 1.
+    // From 1: that of the next byte, if each end of a line was passed with pass_line().
     uint64_t line() const { return line_; }
-    // Of the next byte, from 0.
+    // Of the next byte, from 0. A parser that reads from rest() passes bytes later.
     uint64_t offset() const { return passed_ + at_; }
     // The size in bytes, 0 if unknown.
     uint64_t size() const { return size_; }
@@ -39,7 +39,7 @@ class Input {
         peek();
         return std::string_view(buffer_).substr(at_, filled_ - at_);
     }
-    // Goes past bytes of rest(), and past the ends of lines in them.
+    // Goes past bytes of rest(). The caller counts the ends of lines in them.
     void pass(std::size_t count) { at_ += count; }
     void pass_line() { ++line_; }
     // Up to `count` bytes; fewer at the end.

@@ -20,7 +20,7 @@
 
 namespace tarnctl {
 
-// The tags of a document with the text after each of them, in their order. All texts are in one
+// The tags of a document in their order, start tags with the text after them. All texts are in one
 // string, so that the next element allocates nothing.
 class XmlTags {
  public:

@@ -66,7 +66,7 @@ void JsonTree::close() {
     open_.pop_back();
 }
 
-bool JsonTree::may_have(Open &object, std::string_view name) const {
+bool JsonTree::note_name(Open &object, std::string_view name) const {
     const std::size_t members = nodes_[object.node].content.size;
     if (members < most_marks) {
         const uint64_t before = object.marks;
@@ -82,7 +82,7 @@ bool JsonTree::may_have(Open &object, std::string_view name) const {
 
 bool JsonTree::name(std::string_view name) {
     Open &object = open_.back();
-    if (may_have(object, name)) {
+    if (note_name(object, name)) {
         bool has = false;
         for_each_name(object, [&](std::string_view each) { has = has || each == name; });
         if (has) return false;

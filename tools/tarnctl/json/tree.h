@@ -88,8 +88,9 @@ class JsonTree {
     };
 
     Node &add(Kind kind);
-    // Notes a name of an object. False if no member has it: most looks at all names are spared.
-    bool may_have(Open &object, std::string_view name) const;
+    // Notes a name of an object. Returns whether a member may have it already, so that names are
+    // rarely compared one by one.
+    bool note_name(Open &object, std::string_view name) const;
     template <class Function>
     void for_each_name(const Open &object, Function function) const;
     Text kept(std::string_view text);
