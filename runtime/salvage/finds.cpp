@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "runtime/arena/size_class.h"
 #include "runtime/catalog/named_entry.h"
 #include "runtime/check/arena.h"
 #include "runtime/index/node.h"
@@ -19,6 +20,10 @@ kel_table *table_of_node(const kel_record *record) {
     const auto anchor = reinterpret_cast<std::uintptr_t>(to_node(&record->index_node)->tree);
     if (anchor == 0) return nullptr;
     return reinterpret_cast<kel_table *>(anchor - offsetof(kel_table, index_root));
+}
+
+constexpr std::uint64_t bytes_for(std::uint64_t size) {
+    return size_classes[size_class_of(size)].size;
 }
 
 }  // namespace
@@ -50,7 +55,10 @@ void Finds::look_at(Allocator::Extent block, Descriptors &descriptors) {
             descriptors.add_copy(copy->info.luid_text, copy);
         }
     }
-    if (block.size >= KEL_RECORD_SIZE) take_record(reinterpret_cast<kel_record *>(bytes));
+    // Longer blocks, such as the buckets of a map, may have addresses in the same places.
+    if (block.size == bytes_for(KEL_RECORD_SIZE) || block.size == bytes_for(sizeof(kel_record))) {
+        take_record(reinterpret_cast<kel_record *>(bytes));
+    }
 }
 
 // Whether it is an entry of a tree of names, which is followed by its name.

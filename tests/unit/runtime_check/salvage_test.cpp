@@ -234,6 +234,16 @@ TEST_F(Salvage, FindsTextsThatTheirMapHasLost) {
     expect_all();
 }
 
+TEST_F(Salvage, TakesNoBucketsOfALostMapForARecord) {
+    MapRoot &texts = image().header().texts;
+    auto *like = reinterpret_cast<kel_record *>(
+        &bytes_[reinterpret_cast<std::uintptr_t>(texts.top) - base_]);
+    like->table = record()->table;
+    like->index_node = record()->index_node;
+    texts = {};
+    expect_all();
+}
+
 TEST_F(Salvage, KeepsTheValuesOfObjectsWhoseStatesAreLost) {
     image().header().object_data.bucket_count = 3;
     write_image();
