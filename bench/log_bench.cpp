@@ -76,7 +76,7 @@ void copy_frame(benchmark::State &state) {
     FrameBuilder builder;
     build(builder, state.range(0));
     const auto frame = builder.finish(1);
-    std::vector<char> memory(most_segment_bytes);
+    std::vector<char> memory(most_of_large_store);
     std::size_t at = 0;
     for (auto _ : state) {
         if (at + frame.size() > memory.size()) at = 0;
@@ -110,7 +110,7 @@ void append(benchmark::State &state) {
     std::uint64_t removed = 0;
     for (auto _ : state) {
         if (writer.append(frame) != 0) return state.SkipWithError("no space");
-        if (writer.segment() - removed < 64 * most_segment_bytes) continue;
+        if (writer.segment() - removed < 64 * most_of_large_store) continue;
         state.PauseTiming();
         removed = writer.segment();
         remove_segments(folder.descriptor(), writer.position(), removed);
@@ -130,7 +130,7 @@ void create_segment(benchmark::State &state) {
         }
     }
 }
-BENCHMARK(create_segment)->Arg(first_segment_bytes)->Arg(most_segment_bytes);
+BENCHMARK(create_segment)->Arg(first_segment_bytes)->Arg(most_of_large_store);
 
 // Checks each frame of a log of 64 MiB and visits its operations.
 void read_frames(benchmark::State &state) {
