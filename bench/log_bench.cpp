@@ -14,6 +14,7 @@
 #include "runtime/log/crc32c.h"
 #include "runtime/log/frame.h"
 #include "runtime/log/log.h"
+#include "runtime/log/segment_files.h"
 
 namespace {
 
