@@ -101,7 +101,7 @@ TEST_F(TextOwnership, AStringCanBeAssignedFromAPartOfItsOwnTextInOtherMemory) {
         return std::malloc(size);
     };
     handle->free_hook = [](void *, std::uint32_t, void *block) {
-        std::memset(block, 'x', 2 * sizeof(void *) + long_text.size());
+        std::memset(block, 'x', 40);  // no block is shorter
         std::free(block);
     };
     kel_vstring string{};
